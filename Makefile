@@ -1,0 +1,59 @@
+# The commands of the project; each does the set-up that it needs. The building itself is CMake's and Ninja's.
+#
+#   make demo     photographs through zelmor.imaging, before and after (IN=picture, or a folder of them, for your own)
+#   make test     all tests, closing with their count
+#   make build    an importable package in build/python
+#   make bench    speed against hand-written C, pybind11 and PyQt5; import time; sizes; memory
+#   make fuzz     the property tests with many more examples
+#   make lint     formatting, clang-tidy, flake8, mypy
+#   make format   format the C++ sources in place
+#   make setup    install every Debian package of packages.txt
+#   make clean    remove the build tree
+
+BUILD ?= build
+JOBS ?= $(shell nproc)
+PYTHON := /usr/bin/python3
+# No byte code beside the sources, and no other copy of the package than the one just built.
+RUN := PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(BUILD)/python $(PYTHON)
+
+.DEFAULT_GOAL := build
+# The prerequisites below stand in order: packages first, then the build.
+.NOTPARALLEL:
+.PHONY: setup build demo test bench fuzz lint format clean
+
+setup:
+	@tools/setup.sh
+
+# CMake runs again by itself when its files change; only the first time it has to be asked.
+build: setup-build
+	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja \
+	    $(if $(wildcard /usr/bin/ccache),-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+	@cmake --build $(BUILD) -j $(JOBS)
+
+demo: setup-demo build
+	@$(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)
+	@$(RUN) examples/contact_sheet.py $(BUILD)/demo
+
+test: setup-test build
+	@$(PYTHON) tools/run_tests.py --build $(BUILD) $(TESTS)
+
+bench: setup-bench build
+	@cmake -S bench -B $(BUILD)/bench -G Ninja -DCMAKE_BUILD_TYPE=Release >$(BUILD)/bench-configure.log
+	@cmake --build $(BUILD)/bench
+	@$(RUN) bench/run.py --build $(BUILD)
+
+fuzz: setup-test build
+	@$(PYTHON) tools/run_tests.py --build $(BUILD) --fuzz $(TESTS)
+
+lint: setup-lint build
+	@tools/lint.sh $(BUILD)
+
+format: setup-lint
+	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format -i
+
+clean:
+	rm -rf $(BUILD)
+
+.PHONY: setup-build setup-demo setup-test setup-bench setup-lint
+setup-build setup-demo setup-test setup-bench setup-lint: setup-%:
+	@tools/setup.sh -q build $(filter-out build,$*)

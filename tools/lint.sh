@@ -1,0 +1,56 @@
+#!/bin/sh
+# All static checks over the files that git knows: layout of the C++ sources, clang-tidy with the compile commands of a
+# build tree, flake8 and mypy over the Python files. Reports everything it finds, then fails if it found anything.
+#
+# Usage: tools/lint.sh [build tree]
+set -u
+cd "$(dirname -- "$0")/.."
+build=${1:-build}
+failed=
+
+check() {
+    name=$1
+    shift
+    echo "== $name"
+    "$@" || failed="$failed $name"
+}
+
+format() {
+    git ls-files -z -- '*.cpp' '*.h' '*.c' | xargs -0 -r clang-format --dry-run --Werror
+}
+
+tidy() {
+    # Only sources with a compile command; the bench is a build of its own. Header findings come with their includers.
+    git ls-files -- '*.cpp' | grep -v '^bench/' | while read -r file; do
+        grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json" && echo "$PWD/$file\$"
+    done | xargs -r run-clang-tidy -quiet -p "$build" -j "$(nproc)" 2>"$build/clang-tidy.err" >"$build/clang-tidy.log"
+    status=$?
+    grep -E '(warning|error):' "$build/clang-tidy.log" | sort -u
+    return $status
+}
+
+style() {
+    git ls-files -z -- '*.py' '*.pyi' ':!tests/data' | xargs -0 -r /usr/bin/python3 -m flake8
+}
+
+types() {
+    # The test modules of one directory share no package, so each directory is a run of its own.
+    result=0
+    for directory in tools examples bench; do
+        files=$(git ls-files -- "$directory/*.py")
+        # shellcheck disable=SC2086  # a list of files
+        [ -z "$files" ] || /usr/bin/python3 -m mypy --no-error-summary --cache-dir "$build/mypy" $files || result=1
+    done
+    return $result
+}
+
+check clang-format format
+check clang-tidy tidy
+check flake8 style
+check mypy types
+
+if [ -n "$failed" ]; then
+    echo "lint: failed:$failed"
+    exit 1
+fi
+echo "lint: clean"

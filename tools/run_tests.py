@@ -1,0 +1,97 @@
+"""Runs every test of the project and closes with one line that counts them.
+
+The C++ unit tests run under ctest, the tests in Python under pytest; both leave a JUnit report in the build tree, and
+the count is taken from the reports. The exit code is 0 only if both runners are content, both ran at least one test,
+and nothing failed. It knows nothing about any single test.
+"""
+
+import argparse
+import os
+import subprocess
+import sys
+import xml.etree.ElementTree as ElementTree
+from dataclasses import dataclass
+from pathlib import Path
+
+PYTHON = "/usr/bin/python3"
+
+
+@dataclass
+class Count:
+    """Outcomes of one runner or of all of them."""
+
+    passed: int = 0
+    failed: int = 0
+    skipped: int = 0
+
+    def __add__(self, other: "Count") -> "Count":
+        return Count(self.passed + other.passed, self.failed + other.failed, self.skipped + other.skipped)
+
+    def __str__(self) -> str:
+        return f"{self.passed} passed, {self.failed} failed" + (f", {self.skipped} skipped" if self.skipped else "")
+
+
+def read_report(path: Path) -> Count:
+    """The outcomes in a JUnit report; ctest and pytest both write one element per test."""
+    count = Count()
+    for case in ElementTree.parse(path).iter("testcase"):
+        outcomes = {child.tag for child in case}
+        if outcomes & {"failure", "error"}:
+            count.failed += 1
+        elif "skipped" in outcomes:
+            count.skipped += 1
+        else:
+            count.passed += 1
+    return count
+
+
+def run(name: str, command: list[str], report: Path, environment: dict[str, str]) -> tuple[Count, bool]:
+    """Runs one test runner; the flag tells whether all was well."""
+    report.unlink(missing_ok=True)
+    print(f"== {name}", flush=True)
+    code = subprocess.run(command, env=environment, check=False).returncode
+    if not report.exists():
+        print(f"{name}: no report (exit code {code})")
+        return Count(), False
+    count = read_report(report)
+    if code != 0 and count.failed == 0:
+        print(f"{name}: exit code {code}, though no test failed")
+    if count.passed == 0:
+        print(f"{name}: no test passed")
+    return count, code == 0 and count.failed == 0 and count.passed > 0
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
+    parser.add_argument("--fuzz", action="store_true", help="only the tests in Python, with many more examples each")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="processes at a time")
+    parser.add_argument("tests", nargs="*", help="only these tests in Python, named as for pytest")
+    arguments = parser.parse_args()
+    build = arguments.build.resolve()
+
+    environment = dict(os.environ, PYTHONPATH=str(build / "python"), PYTHONDONTWRITEBYTECODE="1")
+    environment["ZELMOR_BUILD_DIR"] = str(build)
+    if arguments.fuzz:
+        environment["HYPOTHESIS_PROFILE"] = "fuzz"
+    total, content = Count(), True
+
+    if not arguments.fuzz and not arguments.tests:
+        report = build / "ctest.xml"
+        command = ["ctest", "--test-dir", str(build), "--output-on-failure", "--progress", "-j", str(arguments.jobs),
+                   "--output-junit", str(report)]
+        count, well = run("ctest", command, report, environment)
+        total, content = total + count, content and well
+
+    report = build / "pytest.xml"
+    command = [PYTHON, "-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
+    command += ["-n", str(arguments.jobs)] if arguments.jobs > 1 and not arguments.tests else []
+    count, well = run("pytest", command + (arguments.tests or ["tests/python"]), report, environment)
+    total, content = total + count, content and well
+
+    print(f"tests: {total}")
+    return 0 if content else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
