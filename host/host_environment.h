@@ -1,0 +1,62 @@
+// The owner of the managed runtime inside the Python process. It finds the directories, loads the wrapper library,
+// starts the runtime or joins the one that a sister module started, and creates delegates on request. Which
+// delegates are wanted, and what they do, is not known here. There is one environment per extension module.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/dynamic_library.h"
+
+/// Name of the application domain. Exported by every module on the bridge.
+[[gnu::visibility("default")]] extern const char* ZelmorDomainName;
+
+class HostEnvironment {
+ public:
+    /// The environment of this module, started on first use. The arguments count only for the call that finds no
+    /// wrapper library held; later callers pass nulls and false. `version` and `product` are taken for the sake of
+    /// the callers' interface and not used. Throws when the runtime cannot be started; see exceptions.h.
+    static HostEnvironment& instance(const char* version, bool debug, const char* suffix, const char* product,
+                                     const char* netcore_dir, const char* assembly_dir);
+
+    HostEnvironment(const HostEnvironment&) = delete;
+    HostEnvironment& operator=(const HostEnvironment&) = delete;
+
+    /// Asks the runtime for the native entry of a managed method; 0 on success, else a status code.
+    int try_create_delegate(const char* assembly, const char* type, const char* method, void** delegate) const;
+
+    /// File name of the wrapper library in the flavour that was asked for.
+    const char* get_libcoreclr_wrap_name() const;
+
+    /// Starts the runtime with one application domain; false if a domain is up already.
+    bool create_default_app_domain();
+
+    /// Shuts the domain down if this environment started it. 0 if it did so, otherwise -1.
+    int try_shutdown_default_app_domain();
+
+    /// Appends the folder unless an equal one is already there.
+    void complete_app_folders(std::vector<std::string>& folders, const std::string& folder);
+
+ private:
+    HostEnvironment();
+    ~HostEnvironment();
+
+    void initialize(const char* version, bool debug, const char* suffix, const char* product, const char* netcore_dir,
+                    const char* assembly_dir);
+    void find_netcore_dir(const char* suffix, const char* netcore_dir, const std::string& exe_dir);
+    void find_assembly_dirs(const char* suffix, const char* assembly_dir, const std::string& exe_dir);
+    void resolve_wrapper();
+    void load_runtime();
+
+    std::string m_entry_point_exe;
+    std::string m_netcore_dir;
+    std::string m_assembly_dirs;
+    DynamicLibrary m_wrap_library;
+    int (*m_coreclr_wrap_initialize)(const char* exe_path, const char* domain_name, int property_count,
+                                     const char** property_keys, const char** property_values);
+    int (*m_coreclr_wrap_create_delegate)(const char* assembly, const char* type, const char* method, void** delegate);
+    int (*m_coreclr_wrap_shutdown)();
+    int (*m_coreclr_wrap_is_domain_initialized)();
+    bool m_domain_ready;
+    bool m_debug;
+};

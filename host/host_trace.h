@@ -1,0 +1,22 @@
+// The trace of the start-up path, for a person who wants to see where a start goes wrong. It is switched on by the
+// environment variable COREHOST_TRACE and knows one level only. Nothing outside the start-up path traces.
+#pragma once
+
+namespace trace {
+
+/// Switches the trace on if COREHOST_TRACE holds a number of at least 1. It never switches it off.
+void initialize();
+
+void enable();
+void disable();
+bool is_enabled();
+
+/// Three names for one level: a line on standard output while the trace is on.
+[[gnu::format(printf, 1, 2)]] void info(const char* format, ...);
+[[gnu::format(printf, 1, 2)]] void verbose(const char* format, ...);
+[[gnu::format(printf, 1, 2)]] void warning(const char* format, ...);
+
+/// A line on standard error, whether or not the trace is on.
+[[gnu::format(printf, 1, 2)]] void error(const char* format, ...);
+
+}  // namespace trace

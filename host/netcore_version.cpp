@@ -1,0 +1,6 @@
+// The order of runtime versions: by number, never by name, so that 10.0 stands above 9.0.
+#include "host/netcore_version.h"
+
+bool NetcoreVersion::operator<(const NetcoreVersion& other) const {
+    return major != other.major ? major < other.major : minor < other.minor;
+}

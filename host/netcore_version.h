@@ -1,0 +1,22 @@
+// The version of a runtime directory and its order. How a version is read from a directory's name is the matter of
+// netcore_version_parser.h.
+#pragma once
+
+/// A two-part version, ordered by major and then by minor.
+struct NetcoreVersion {
+    int major;
+    int minor;
+
+    // Left unset on purpose: a version is only ever read after it was parsed.
+    NetcoreVersion() {}
+    NetcoreVersion(int major_number, int minor_number) : major(major_number), minor(minor_number) {}
+
+    bool operator<(const NetcoreVersion& other) const;
+};
+
+/// One candidate of a scan: a directory by its bare name.
+template <typename String>
+struct NetcoreFolder {
+    NetcoreVersion version;
+    String name;
+};

@@ -1,0 +1,12 @@
+// Two small string helpers of the host code, on plain ASCII bytes.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/// Up to `count` characters from `pos` on, ended early by an embedded NUL. `npos` means as many as there are;
+/// a position behind the end throws std::out_of_range.
+std::string cxxaw_substr(const std::string& text, size_t pos, size_t count);
+
+/// True if the text is not empty and consists of ASCII digits alone, whatever the locale.
+bool cxxaw_isdigitstr(const std::string& text);

@@ -1,0 +1,145 @@
+// The wrapper library over the public CoreCLR hosting interface. Calls out of order and missing arguments are
+// answered with a status; everything else is the runtime's own answer, handed on unchanged.
+//
+// The state has no destructor on purpose: the module that started the runtime shuts it down from its exit handlers,
+// at which time this library's own static objects might already be gone.
+#include "runtime/wrapper/coreclr_wrap.h"
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <type_traits>
+
+namespace {
+
+using InitializeFunction = int(const char* exe_path, const char* domain_name, int property_count, const char** keys,
+                               const char** values, void** host_handle, unsigned int* domain_id);
+using CreateDelegateFunction = int(void* host_handle, unsigned int domain_id, const char* assembly_name,
+                                   const char* type_name, const char* method_name, void** delegate);
+using ShutdownFunction = int(void* host_handle, unsigned int domain_id, int* latched_exit_code);
+
+struct Runtime {
+    void* library;
+    char* path;
+    InitializeFunction* initialize;
+    CreateDelegateFunction* create_delegate;
+    ShutdownFunction* shutdown;
+};
+
+enum class Phase { kUnloaded, kLoaded, kRunning, kDown };
+
+struct Domain {
+    void* host_handle;
+    unsigned int id;
+};
+
+std::mutex g_mutex;
+Phase g_phase = Phase::kUnloaded;
+Runtime g_runtime;
+Domain g_domain;
+
+static_assert(std::is_trivially_destructible_v<std::mutex> && std::is_trivially_destructible_v<Runtime>);
+
+// The caller learns only that the load failed. The loader's own words are for the person who traces the start-up.
+void report_load_failure() {
+    const char* switch_text = std::getenv("COREHOST_TRACE");
+    if (!switch_text || std::strtol(switch_text, nullptr, 10) < 1) return;
+    const char* reason = dlerror();
+    std::fprintf(stderr, "coreclr_wrap_load: %s\r\n", reason ? reason : "unknown loader failure");
+}
+
+template <typename Function>
+bool resolve(void* library, const char* name, Function*& function) {
+    function = reinterpret_cast<Function*>(dlsym(library, name));
+    return function != nullptr;
+}
+
+bool open_runtime(const char* path, Runtime& runtime) {
+    runtime.library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    if (!runtime.library) {
+        report_load_failure();
+        return false;
+    }
+    if (!resolve(runtime.library, "coreclr_initialize", runtime.initialize) ||
+        !resolve(runtime.library, "coreclr_create_delegate", runtime.create_delegate) ||
+        !resolve(runtime.library, "coreclr_shutdown_2", runtime.shutdown)) {
+        report_load_failure();
+        dlclose(runtime.library);
+        return false;
+    }
+    runtime.path = strdup(path);
+    if (runtime.path) return true;
+    dlclose(runtime.library);
+    return false;
+}
+
+}  // namespace
+
+int coreclr_wrap_load(const char* libcoreclr_path) {
+    if (!libcoreclr_path) return 0;
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    // One process holds one runtime: asking for it again is fine, asking for another one is not.
+    if (g_phase != Phase::kUnloaded) return std::strcmp(libcoreclr_path, g_runtime.path) == 0;
+    Runtime runtime{};
+    if (!open_runtime(libcoreclr_path, runtime)) return 0;
+    g_runtime = runtime;
+    g_phase = Phase::kLoaded;
+    return 1;
+}
+
+int coreclr_wrap_initialize(const char* exe_path, const char* domain_name, int property_count,
+                            const char** property_keys, const char** property_values) {
+    if (property_count < 0) return kStatusInvalidArgument;
+    if (!exe_path || !domain_name || (property_count > 0 && (!property_keys || !property_values))) {
+        return kStatusNullArgument;
+    }
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    if (g_phase == Phase::kUnloaded) return kStatusNoRuntime;
+    if (g_phase != Phase::kLoaded) return kStatusWrongState;
+    Domain domain{};
+    const int status = g_runtime.initialize(exe_path, domain_name, property_count, property_keys, property_values,
+                                            &domain.host_handle, &domain.id);
+    if (status == kStatusOk) {
+        g_domain = domain;
+        g_phase = Phase::kRunning;
+    }
+    return status;
+}
+
+int coreclr_wrap_create_delegate(const char* assembly_name, const char* type_name, const char* method_name,
+                                 void** delegate) {
+    if (!delegate) return kStatusNullArgument;
+    *delegate = nullptr;
+    if (!assembly_name || !type_name || !method_name) return kStatusNullArgument;
+    Domain domain;
+    {
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        if (g_phase != Phase::kRunning) return kStatusNoRuntime;
+        domain = g_domain;
+    }
+    // Outside the lock: managed static constructors may run here, for as long as they like.
+    const int status =
+        g_runtime.create_delegate(domain.host_handle, domain.id, assembly_name, type_name, method_name, delegate);
+    if (status != kStatusOk) *delegate = nullptr;
+    return status;
+}
+
+int coreclr_wrap_shutdown() {
+    Domain domain;
+    {
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        if (g_phase != Phase::kRunning) return kStatusNoRuntime;
+        domain = g_domain;
+        g_phase = Phase::kDown;
+    }
+    int latched_exit_code = 0;
+    return g_runtime.shutdown(domain.host_handle, domain.id, &latched_exit_code);
+}
+
+int coreclr_wrap_is_domain_initialized() {
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    return g_phase == Phase::kRunning;
+}

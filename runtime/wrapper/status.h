@@ -1,0 +1,17 @@
+// The status codes that the wrapper library gives of its own accord, for calls that never reach the runtime. They
+// are the public HRESULT values of the same meaning.
+#pragma once
+
+constexpr int kStatusOk = 0;
+
+/// E_POINTER: a required argument is null.
+constexpr int kStatusNullArgument = static_cast<int>(0x80004003u);
+
+/// E_INVALIDARG: a negative number of properties.
+constexpr int kStatusInvalidArgument = static_cast<int>(0x80070057u);
+
+/// HOST_E_INVALIDOPERATION: the call does not fit the state, such as a second start.
+constexpr int kStatusWrongState = static_cast<int>(0x80131022u);
+
+/// HOST_E_CLRNOTAVAILABLE: no runtime is loaded, or none is running.
+constexpr int kStatusNoRuntime = static_cast<int>(0x80131023u);
