@@ -1,0 +1,17 @@
+// Byte data: buffers lent to managed code, managed arrays copied to Python, and foreign memory shown to Python.
+#pragma once
+
+#include "exchange/callbacks.h"
+#include "exchange/records.h"
+#include "pyshell/python.h"
+
+// None is a null managed array, told by `length` -1. The buffer stays locked until the builder is gone.
+int fn_conv_py_bytes_to_clr_bytes(PyObject* object, PyBytesArgBuilder* out);
+int fn_conv_py_bytes_to_clr_bytes_value(PyObject* object, Py_buffer* view, PyBytesArg* out);
+
+// Takes the buffer without testing for None or for the buffer interface. When the answer is 0 but `acquired` is set,
+// the view must still be released.
+int fn_read_py_buffer(PyObject* object, Py_buffer* view, PyBytesArg* out);
+
+// Shows `size` bytes at `data` through the buffer protocol, without owning them: a new `_ShlBufferView`.
+PyObject* fn_create_shlbuffer_view(void* data, long size, int readonly);

@@ -1,0 +1,7 @@
+// The one message for an entry point that the managed assembly does not have.
+#pragma once
+
+#include <string>
+
+// The text that names the managed type, its assembly, the method, and the status of the lookup.
+std::string missing_method_error_message(const char* assembly, const char* type, const char* method, int code);
