@@ -1,0 +1,93 @@
+// The way from the managed side into Python: the callback tables of each assembly and typed helpers over them.
+//
+// Each extension module hands its own tables over; an entry point works with those of the assembly that it belongs to
+// (AssemblyScope). No helper here touches a Python object but through a callback.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "exchange/wire/callback_tables.h"
+#include "runtime/native/core/object.h"
+
+namespace zelmor::embed {
+
+// The assemblies that the runtime answers for.
+enum class Assembly : int { kPyGc, kPyCore, kPyReflection, kPyIo, kPyDrawing, kImaging };
+constexpr int kAssemblyCount = 6;
+const char* assembly_name(Assembly assembly);                           // "WrpInterop.Zelmor.Imaging"
+std::optional<Assembly> find_assembly(std::string_view assembly_name);  // nothing for a name that is not ours
+
+// What one assembly's module handed over.
+struct Callbacks {
+    ExceptionCallback exception = nullptr;
+    CatchAndClearErrorCallback catch_and_clear_error = nullptr;
+    U16BufferBuilder u16_buffer = nullptr;
+    PyStringBuilder py_string = nullptr;
+    PyStringBuilder py_unraisable_string = nullptr;
+    PyBytesBuilder py_bytes = nullptr;
+    const PyObjApiCallbacks* objects = nullptr;
+    const PyStaticCallbacks* tables = nullptr;
+    void*** generic = nullptr;  // kGenericCallbackCount pointers to one-slot tables
+};
+Callbacks& callbacks_of(Assembly assembly);
+
+// The callbacks of the entry point that is running. Falls back on any assembly that has handed its tables over.
+const Callbacks& callbacks();
+// The tables of the running entry point; InvalidOperationException where they were never handed over.
+const PyStaticCallbacks& tables();
+const PyObjApiCallbacks& object_api();
+
+// Makes an assembly's callbacks the current ones for a scope; entry points nest through Python.
+class AssemblyScope {
+ public:
+    explicit AssemblyScope(Assembly assembly) noexcept;
+    ~AssemblyScope();
+    AssemblyScope(const AssemblyScope&) = delete;
+    AssemblyScope& operator=(const AssemblyScope&) = delete;
+
+ private:
+    Callbacks* saved_;
+};
+
+// A strong reference to a Python object, held through the callbacks.
+class PyHeld {
+ public:
+    PyHeld() noexcept = default;
+    static PyHeld borrow(PyObject* object);  // takes a reference of its own
+    static PyHeld steal(PyObject* object);   // takes over the caller's
+    PyHeld(const PyHeld& other);
+    PyHeld(PyHeld&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    PyHeld& operator=(PyHeld other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~PyHeld();
+    PyObject* get() const noexcept { return object_; }
+    PyObject* new_reference() const;  // for a result
+    PyObject* detach() noexcept { return std::exchange(object_, nullptr); }
+    explicit operator bool() const noexcept { return object_ != nullptr; }
+
+ private:
+    PyObject* object_ = nullptr;
+};
+
+// New references for results. A failed builder leaves its Python error pending and raises PythonErrorPending.
+PyObject* py_none();
+PyObject* py_string(std::u16string_view text);
+PyObject* py_string_utf8(std::string_view text);
+PyObject* py_bytes(std::span<const std::byte> data);
+PyObject* py_bool(bool value);
+PyObject* py_int(int64_t value);
+PyObject* py_uint(uint64_t value);
+PyObject* py_float(double value);
+// A wrapper of the run-time type around a new handle; None for null. Arrays and lists become collection wrappers.
+PyObject* py_object(Ref<ManagedObject> object);
+
+// A callback into Python failed: takes the pending error up as text and raises PythonException with it.
+[[noreturn]] void throw_python_error(const char* doing_what);
+
+}  // namespace zelmor::embed

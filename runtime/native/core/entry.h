@@ -1,0 +1,77 @@
+// Typed entry points: a plain C++ function becomes a delegate with the exception boundary around it.
+//
+// The C++ parameter types say how an argument crosses; entry<&f>() derives the wire signature from them, in the codes
+// of catalogue/tables.h, so that a registration can be checked against the catalogue. For example
+//
+//     SizeValue size_add(const SizeValue& a, const SizeValue& b);          // "pVV"
+//     void set_width(SizeValue& self, int32_t width);                      // "vpi"
+//     const BehaviourTable table(Assembly::kImaging, {
+//         {"Zelmor.Imaging.Size", "call_000_Add", entry<&size_add>()},
+//         {"Zelmor.Imaging.Size", "set_Width", entry<&set_width>()},
+//     });
+//
+// Parameters:  numbers, bool, enum class (by underlying type); Handle (raw); T& and T* of a managed object, T* may be
+// null; const V& or V of a value type (an argument), V& (the instance itself); std::string (UTF-8) and std::u16string,
+// which refuse None, or std::optional of these; the records of the wire by pointer, as they are; int32_t* and the like
+// for out slots.
+// Results: numbers, bool, enum class, V, Ref<T>, Handle, std::u16string, std::string, std::optional of these, Bytes and
+// Value (as a Python object), PyObject* (a new reference), Interface and Collection (through the trailing out record).
+#pragma once
+
+#include <array>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "exchange/wire/records.h"
+#include "runtime/native/core/boundary.h"
+#include "runtime/native/core/callbacks.h"
+#include "runtime/native/core/handles.h"
+#include "runtime/native/core/marshal.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/core/values.h"
+
+namespace zelmor::embed {
+
+// Results that leave through an out record behind the other arguments.
+struct Interface {
+    Ref<ManagedObject> object;
+};
+struct Collection {
+    Value value;
+};
+
+struct EntryPoint {
+    const char* signature;
+    void* address;
+};
+
+struct Behaviour {
+    const char* type;   // full managed name
+    const char* entry;  // "call_000_Add"
+    EntryPoint point;
+};
+
+// The behaviours of one file. Defined at namespace scope; linking the file is all that it takes to register it.
+class BehaviourTable {
+ public:
+    BehaviourTable(Assembly assembly, std::initializer_list<Behaviour> behaviours);
+    Assembly assembly() const { return assembly_; }
+    const std::vector<Behaviour>& behaviours() const { return behaviours_; }
+    const BehaviourTable* next() const { return next_; }
+    static const BehaviourTable* first();
+
+ private:
+    Assembly assembly_;
+    std::vector<Behaviour> behaviours_;
+    const BehaviourTable* next_;
+};
+
+// The registered behaviour of an entry point, or null.
+const Behaviour* find_behaviour(const char* type_full_name, const char* entry_name);
+
+}  // namespace zelmor::embed
+
+#include "runtime/native/core/entry_traits.h"

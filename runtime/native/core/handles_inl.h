@@ -1,0 +1,40 @@
+// Templates of handles.h.
+#pragma once
+
+#include "runtime/native/core/handles.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+// What a C++ class is called in a message when an object of another kind was met: T::kManagedName where it has one.
+template <class T>
+constexpr const char* managed_name_of() {
+    if constexpr (requires { T::kManagedName; }) {
+        return T::kManagedName;
+    } else {
+        return "the expected type";
+    }
+}
+
+template <class T>
+T& cast_object(ManagedObject& object) {
+    if constexpr (std::is_same_v<T, ManagedObject>) {
+        return object;
+    } else {
+        if (T* cast = dynamic_cast<T*>(&object)) return *cast;
+        throw_invalid_cast(object.type().full_name, managed_name_of<T>());
+    }
+}
+
+template <class T>
+T& target(Handle handle) {
+    return cast_object<T>(require_object(handle));
+}
+
+template <class T>
+T* target_or_null(Handle handle) {
+    ManagedObject* object = object_of(handle);
+    return object ? &cast_object<T>(*object) : nullptr;
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,30 @@
+// How values cross: reading tagged arguments, writing results and out records.
+//
+// The typed entry points (entry.h) and the generic tail both go through here.
+#pragma once
+
+#include "exchange/wire/records.h"
+#include "exchange/wire/tags.h"
+#include "runtime/native/core/handles.h"
+#include "runtime/native/core/value.h"
+
+namespace zelmor::embed {
+
+// Argument of class, struct, interface or collection type (tags 0 and 1): the object, empty for None. A Python object
+// that stands in for a managed one (tags 2 and 3) is refused with InvalidCastException.
+Ref<ManagedObject> read_object(const VariantArg* arg);
+// The same, checked against the declared type; InvalidCastException naming both.
+Ref<ManagedObject> read_object(const VariantArg* arg, const TypeInfo& declared);
+
+// Argument of managed type `object` (tags of VariantTag). Text, numbers, bool and bytes become managed values, structs
+// are copied, objects shared; any other Python object is held as it is.
+Value read_variant(const VariantArg* arg);
+
+// A result of managed type `object`, string or byte array: a new Python reference.
+PyObject* write_value(const Value& value);
+
+void write_interface(Ref<ManagedObject> object, PyObjectOutArg* out);
+// A managed object (kind 0), a struct (kind 1), or the Python object that a value holds (kind 2).
+void write_collection(const Value& value, PyCollectionArg* out);
+
+}  // namespace zelmor::embed

@@ -1,0 +1,56 @@
+// What every object of the managed side has: its type, a count, text form, equality, hash, disposal.
+//
+// A handle (handles.h) names such an object. Properties are not here: see records.h for objects that store them and
+// values.h for the value types.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "runtime/native/catalogue/tables.h"
+#include "runtime/native/core/ref.h"
+
+namespace zelmor::embed {
+
+class ManagedObject {
+ public:
+    explicit ManagedObject(const TypeInfo& type) noexcept : type_(&type) {}
+    ManagedObject(const ManagedObject&) = delete;
+    ManagedObject& operator=(const ManagedObject&) = delete;
+    virtual ~ManagedObject() = default;
+
+    const TypeInfo& type() const noexcept { return *type_; }
+
+    // ToString(): the full name of the type, unless a type has more to say.
+    virtual std::u16string to_text() const;
+    // Equals(): the same object, unless the type compares by value.
+    virtual bool equals(const ManagedObject& other) const { return this == &other; }
+    // GetHashCode(): stable for the life of the object.
+    virtual int32_t hash_code() const;
+    // MemberwiseClone(): a copy with the same values; NotSupportedException where a type cannot be copied.
+    virtual Ref<ManagedObject> copy() const;
+    // Called once, by the first dispose(); releases what the object holds before its last reference goes.
+    virtual void on_dispose() {}
+
+    void dispose() {
+        if (disposed_) return;
+        disposed_ = true;
+        on_dispose();
+    }
+    bool disposed() const noexcept { return disposed_; }
+    // Raises ObjectDisposedException naming the type once the object is disposed.
+    void require_live() const;
+
+    void retain() const noexcept { ++count_; }
+    void release() const noexcept {
+        if (--count_ == 0) delete this;
+    }
+
+ private:
+    const TypeInfo* type_;
+    mutable uint32_t count_ = 0;
+    mutable int32_t hash_ = 0;  // given at the first question
+    bool disposed_ = false;
+};
+
+}  // namespace zelmor::embed

@@ -1,0 +1,56 @@
+// A managed System.IO.Stream: what behaviour reads from and writes to, whoever stands behind it.
+//
+// A Python file (PyFileStream, through the raw-IO callbacks), a file on disk, or memory. A stream argument of an entry
+// point becomes one of these; a Python file that comes back as a result is the Python object itself.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "exchange/wire/records.h"
+#include "runtime/native/core/callbacks.h"
+#include "runtime/native/core/object.h"
+
+namespace zelmor::embed {
+
+enum class SeekFrom : int { kBegin = 0, kCurrent = 1, kEnd = 2 };
+
+class ManagedStream : public ManagedObject {
+ public:
+    static constexpr const char* kManagedName = "System.IO.Stream";
+    using ManagedObject::ManagedObject;
+
+    virtual bool can_read() const = 0;
+    virtual bool can_write() const = 0;
+    virtual bool can_seek() const = 0;
+    virtual int64_t length() = 0;
+    virtual int64_t position() = 0;
+    virtual int64_t seek(int64_t offset, SeekFrom from) = 0;  // the new position
+    virtual void set_length(int64_t length) = 0;
+    virtual size_t read(std::span<std::byte> into) = 0;  // bytes read, 0 at the end
+    virtual void write(std::span<const std::byte> from) = 0;
+    virtual void flush() = 0;
+    // Closes what is behind the stream; dispose() does the same.
+    virtual void close() { dispose(); }
+    // The Python file behind the stream, or null: a result shows that one instead of a wrapper.
+    virtual PyObject* python_file() const { return nullptr; }
+
+    std::vector<std::byte> read_to_end();  // from the position on
+    void read_exactly(std::span<std::byte> into);  // EndOfStreamException when there is less
+};
+
+// A stream argument (a wrapper or a Python file); ArgumentNullException naming the parameter for None.
+Ref<ManagedStream> read_stream(const VariantArg* arg, const char* parameter = "stream");
+// The same, empty for None.
+Ref<ManagedStream> read_stream_or_null(const VariantArg* arg);
+// Fills the out record of a stream result.
+void write_stream(const Ref<ManagedStream>& stream, PyCollectionArg* out);
+
+Ref<ManagedStream> make_memory_stream(std::vector<std::byte> content = {});
+enum class FileUse { kRead, kReadWrite, kCreate };  // open, open for writing too, create or empty
+// FileNotFoundException, DirectoryNotFoundException, UnauthorizedAccessException or IOException naming the path.
+Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use);
+
+}  // namespace zelmor::embed

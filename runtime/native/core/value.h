@@ -1,0 +1,29 @@
+// One stored value of any managed kind: what a property slot or a list element holds.
+//
+// A value knows its kind; the declared wire type of the member decides how it crosses (marshal.h).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "runtime/native/core/callbacks.h"
+#include "runtime/native/core/object.h"
+
+namespace zelmor::embed {
+
+using Bytes = std::vector<std::byte>;
+
+// Nothing stored; null is an empty object reference. Integers and enumerations are bit patterns in 64 bits.
+// PyHeld is a Python object that the managed side keeps as it is (a list, a date, a file).
+using Value =
+    std::variant<std::monostate, bool, int64_t, double, std::u16string, Bytes, Ref<ManagedObject>, PyHeld>;
+
+inline bool is_unset(const Value& value) { return std::holds_alternative<std::monostate>(value); }
+bool is_null(const Value& value);  // unset or an empty reference
+bool values_equal(const Value& a, const Value& b);
+int32_t hash_of_value(const Value& value);
+std::u16string text_of_value(const Value& value);
+
+}  // namespace zelmor::embed
