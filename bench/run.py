@@ -1,0 +1,35 @@
+"""The bench: calls, import, sizes, memory; prints what it finds, which targets are met, and keeps the figures."""
+
+import argparse
+import json
+import sys
+from pathlib import Path
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
+    build = parser.parse_args().build.resolve()
+    sys.path[:0] = [str(Path(__file__).parent), str(build / "bench")]
+    import calls
+    import start
+
+    # Fresh processes first: the calls pin this process, and its children with it, to one core.
+    started = start.print_import()
+    start.print_sizes(build / "python" / "zelmor")
+    start.print_memory()
+    print()
+    results = calls.run()
+
+    met = [result.met for result in results] + [started.met]
+    print(f"\ntargets: {sum(met)} of {len(met)} met")
+    figures = {
+        "import_ms": started.net,
+        "calls_ns": {result.case.name: {key: result.median(key) for key in result.rounds} for result in results},
+    }
+    (build / "bench" / "figures.json").write_text(json.dumps(figures, indent=4) + "\n")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
