@@ -1,0 +1,113 @@
+// A wrapper library for tests of the start-up. It writes every call to the file named by FAKE_WRAP_LOG and hands it
+// on to the real wrapper library named by FAKE_WRAP_REAL; without one it answers for itself, with success. Single
+// answers are replaced through further variables:
+//   FAKE_WRAP_LOAD, FAKE_WRAP_INITIALIZE, FAKE_WRAP_SHUTDOWN, FAKE_WRAP_IS_DOMAIN   the number to return
+//   FAKE_WRAP_NO_DELEGATE   "<assembly>,<number>": the delegate asked for as number so many (from 0) of that assembly
+//                           is not found
+// The flavours that lack one symbol are built from this file with FAKE_WRAP_WITHOUT_<symbol> defined.
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+#define FAKE_WRAP_API extern "C" [[gnu::visibility("default")]]
+
+namespace {
+
+constexpr int kMissingMethod = static_cast<int>(0x80131513u);  // COR_E_MISSINGMETHOD
+
+[[maybe_unused]] void log_call(const std::string& line) {
+    const char* path = std::getenv("FAKE_WRAP_LOG");
+    if (!path) return;
+    std::FILE* file = std::fopen(path, "a");
+    if (!file) std::abort();
+    std::fprintf(file, "%s\n", line.c_str());
+    std::fclose(file);
+}
+
+// Base 0, so that a status may be given in hexadecimal.
+[[maybe_unused]] bool replaced(const char* variable, int& answer) {
+    const char* text = std::getenv(variable);
+    if (!text) return false;
+    answer = static_cast<int>(std::strtoul(text, nullptr, 0));
+    return true;
+}
+
+template <typename Function>
+[[maybe_unused]] Function* real_function(const char* name) {
+    const char* path = std::getenv("FAKE_WRAP_REAL");
+    if (!path) return nullptr;
+    static void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    void* function = library ? dlsym(library, name) : nullptr;
+    if (!function) {
+        std::fprintf(stderr, "fake wrapper: %s\n", dlerror());
+        std::abort();
+    }
+    return reinterpret_cast<Function*>(function);
+}
+
+[[maybe_unused]] bool is_left_out(const std::string& assembly) {
+    static std::map<std::string, int> asked_for;
+    const std::string request = assembly + "," + std::to_string(asked_for[assembly]++);
+    const char* left_out = std::getenv("FAKE_WRAP_NO_DELEGATE");
+    return left_out && request == left_out;
+}
+
+}  // namespace
+
+#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_load
+FAKE_WRAP_API int coreclr_wrap_load(const char* path) {
+    log_call(std::string("load ") + path);
+    int answer = 1;
+    if (replaced("FAKE_WRAP_LOAD", answer)) return answer;
+    const auto real = real_function<int(const char*)>("coreclr_wrap_load");
+    return real ? real(path) : answer;
+}
+#endif
+
+#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_initialize
+FAKE_WRAP_API int coreclr_wrap_initialize(const char* exe, const char* domain, int count, const char** keys,
+                                          const char** values) {
+    log_call(std::string("initialize ") + exe + " " + domain + " " + std::to_string(count));
+    for (int i = 0; i < count; ++i)
+        log_call(std::string("property ") + keys[i] + "=" + values[i]);
+    int answer = 0;
+    if (replaced("FAKE_WRAP_INITIALIZE", answer)) return answer;
+    const auto real =
+        real_function<int(const char*, const char*, int, const char**, const char**)>("coreclr_wrap_initialize");
+    return real ? real(exe, domain, count, keys, values) : answer;
+}
+#endif
+
+#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_create_delegate
+FAKE_WRAP_API int coreclr_wrap_create_delegate(const char* assembly, const char* type, const char* method,
+                                               void** delegate) {
+    log_call(std::string("delegate ") + assembly + " " + type + " " + method);
+    *delegate = nullptr;
+    if (is_left_out(assembly)) return kMissingMethod;
+    const auto real = real_function<int(const char*, const char*, const char*, void**)>("coreclr_wrap_create_delegate");
+    return real ? real(assembly, type, method, delegate) : 0;
+}
+#endif
+
+#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_shutdown
+FAKE_WRAP_API int coreclr_wrap_shutdown() {
+    log_call("shutdown");
+    int answer = 0;
+    if (replaced("FAKE_WRAP_SHUTDOWN", answer)) return answer;
+    const auto real = real_function<int()>("coreclr_wrap_shutdown");
+    return real ? real() : answer;
+}
+#endif
+
+#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_is_domain_initialized
+FAKE_WRAP_API int coreclr_wrap_is_domain_initialized() {
+    log_call("is_domain_initialized");
+    int answer = 1;
+    if (replaced("FAKE_WRAP_IS_DOMAIN", answer)) return answer;
+    const auto real = real_function<int()>("coreclr_wrap_is_domain_initialized");
+    return real ? real() : answer;
+}
+#endif
