@@ -4,7 +4,7 @@
 //   FAKE_WRAP_LOAD, FAKE_WRAP_INITIALIZE, FAKE_WRAP_SHUTDOWN, FAKE_WRAP_IS_DOMAIN   the number to return
 //   FAKE_WRAP_NO_DELEGATE   "<assembly>,<number>": the delegate asked for as number so many (from 0) of that assembly
 //                           is not found
-// The flavours that lack one symbol are built from this file with FAKE_WRAP_WITHOUT_<symbol> defined.
+// The flavours that lack one symbol are built from this file with that symbol renamed by the compiler's command line.
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kMissingMethod = static_cast<int>(0x80131513u);  // COR_E_MISSINGMETHOD
 
-[[maybe_unused]] void log_call(const std::string& line) {
+void log_call(const std::string& line) {
     const char* path = std::getenv("FAKE_WRAP_LOG");
     if (!path) return;
     std::FILE* file = std::fopen(path, "a");
@@ -28,7 +28,7 @@ constexpr int kMissingMethod = static_cast<int>(0x80131513u);  // COR_E_MISSINGM
 }
 
 // Base 0, so that a status may be given in hexadecimal.
-[[maybe_unused]] bool replaced(const char* variable, int& answer) {
+bool replaced(const char* variable, int& answer) {
     const char* text = std::getenv(variable);
     if (!text) return false;
     answer = static_cast<int>(std::strtoul(text, nullptr, 0));
@@ -36,7 +36,7 @@ constexpr int kMissingMethod = static_cast<int>(0x80131513u);  // COR_E_MISSINGM
 }
 
 template <typename Function>
-[[maybe_unused]] Function* real_function(const char* name) {
+Function* real_function(const char* name) {
     const char* path = std::getenv("FAKE_WRAP_REAL");
     if (!path) return nullptr;
     static void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
@@ -48,7 +48,7 @@ template <typename Function>
     return reinterpret_cast<Function*>(function);
 }
 
-[[maybe_unused]] bool is_left_out(const std::string& assembly) {
+bool is_left_out(const std::string& assembly) {
     static std::map<std::string, int> asked_for;
     const std::string request = assembly + "," + std::to_string(asked_for[assembly]++);
     const char* left_out = std::getenv("FAKE_WRAP_NO_DELEGATE");
@@ -57,7 +57,6 @@ template <typename Function>
 
 }  // namespace
 
-#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_load
 FAKE_WRAP_API int coreclr_wrap_load(const char* path) {
     log_call(std::string("load ") + path);
     int answer = 1;
@@ -65,9 +64,7 @@ FAKE_WRAP_API int coreclr_wrap_load(const char* path) {
     const auto real = real_function<int(const char*)>("coreclr_wrap_load");
     return real ? real(path) : answer;
 }
-#endif
 
-#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_initialize
 FAKE_WRAP_API int coreclr_wrap_initialize(const char* exe, const char* domain, int count, const char** keys,
                                           const char** values) {
     log_call(std::string("initialize ") + exe + " " + domain + " " + std::to_string(count));
@@ -79,9 +76,7 @@ FAKE_WRAP_API int coreclr_wrap_initialize(const char* exe, const char* domain, i
         real_function<int(const char*, const char*, int, const char**, const char**)>("coreclr_wrap_initialize");
     return real ? real(exe, domain, count, keys, values) : answer;
 }
-#endif
 
-#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_create_delegate
 FAKE_WRAP_API int coreclr_wrap_create_delegate(const char* assembly, const char* type, const char* method,
                                                void** delegate) {
     log_call(std::string("delegate ") + assembly + " " + type + " " + method);
@@ -90,9 +85,7 @@ FAKE_WRAP_API int coreclr_wrap_create_delegate(const char* assembly, const char*
     const auto real = real_function<int(const char*, const char*, const char*, void**)>("coreclr_wrap_create_delegate");
     return real ? real(assembly, type, method, delegate) : 0;
 }
-#endif
 
-#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_shutdown
 FAKE_WRAP_API int coreclr_wrap_shutdown() {
     log_call("shutdown");
     int answer = 0;
@@ -100,9 +93,7 @@ FAKE_WRAP_API int coreclr_wrap_shutdown() {
     const auto real = real_function<int()>("coreclr_wrap_shutdown");
     return real ? real() : answer;
 }
-#endif
 
-#ifndef FAKE_WRAP_WITHOUT_coreclr_wrap_is_domain_initialized
 FAKE_WRAP_API int coreclr_wrap_is_domain_initialized() {
     log_call("is_domain_initialized");
     int answer = 1;
@@ -110,4 +101,3 @@ FAKE_WRAP_API int coreclr_wrap_is_domain_initialized() {
     const auto real = real_function<int()>("coreclr_wrap_is_domain_initialized");
     return real ? real() : answer;
 }
-#endif
