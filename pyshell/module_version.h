@@ -1,0 +1,32 @@
+// The version object that each module publishes: four numbers and their text.
+//
+// Its layout is shared knowledge of all modules on the bridge: a module reads the version objects of its siblings,
+// whose type is another one, by these fields.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "pyshell/python.h"
+
+struct PyShVersionObject {
+    PyObject_HEAD
+    int32_t major;
+    int32_t minor;
+    int32_t patch;
+    int32_t sub;
+    PyObject* view;  // owned str
+};
+static_assert(sizeof(PyShVersionObject) == 40 && offsetof(PyShVersionObject, view) == 32);
+
+extern PyTypeObject wrpPye_tyds_FFFFFFFF_ModuleVersion;
+
+// A new version object, or null with an error. The type has to be ready.
+PyObject* PyShVersionAttr_Create(int major, int minor, int patch, int sub, const char* text);
+
+// -1, 0 or 1 as `reference` (four numbers) is lower than, equal to or higher than `version`, which is trusted to be a
+// version object of some module.
+int PyShVersionAttr_Compare(const int* reference, PyObject* version);
+
+// The text, borrowed.
+PyObject* PyShVersionAttr_GetView(PyObject* version);

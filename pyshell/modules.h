@@ -1,0 +1,42 @@
+// Steps of building the module tree: each does one thing, and reports the code of its place when it fails.
+//
+// A builder of a module is a run of these; which modules and types there are is the generated code's affair.
+#pragma once
+
+#include <span>
+
+#include "pyshell/python.h"
+
+// Readies a type and adds it to the module; 0, or -1 with ImportError.
+int PyShModule_AddType(PyObject* module, PyTypeObject* type, const char* name);
+
+namespace zelmor {
+
+// A new module of its static definition, or null.
+PyObject* create_module(PyModuleDef* definition);
+
+// Adds `child` under `name` and takes over its reference, also on failure. A null child, whose builder has reported
+// already, passes on as -1 without a further report.
+int add_child_module(PyObject* parent, const char* name, PyObject* child);
+
+// PyType_Ready.
+int ready_type(PyTypeObject* type);
+
+// Adds what an enumeration's initialiser returned and takes over its reference. `dotted_name` is named when that was
+// null.
+int add_enum_type(PyObject* module, const char* name, const char* dotted_name, PyObject* enum_type);
+
+enum class WrapperKind { kClass, kStruct };
+
+// Sets the markers of a wrapper type that has been readied: both interface sets where there are interfaces, the host
+// marker, the castable marker.
+int mark_wrapper_type(PyTypeObject* type, WrapperKind kind, std::span<PyTypeObject* const> interfaces = {});
+
+// Adds a type that has been readied.
+int add_ready_type(PyObject* module, const char* name, PyTypeObject* type);
+
+// Stores a descriptor in a type's dictionary and takes over its reference, also on failure. A null descriptor, whose
+// maker has set the error, passes on as -1.
+int store_static_member(PyTypeObject* type, const char* name, PyObject* descriptor);
+
+}  // namespace zelmor

@@ -1,0 +1,9 @@
+// The one way in which this project includes the interpreter's header.
+//
+// It has to come before any standard header, and with Py_ssize_t lengths in the argument formats.
+#pragma once
+
+#ifndef PY_SSIZE_T_CLEAN
+#define PY_SSIZE_T_CLEAN
+#endif
+#include <Python.h>
