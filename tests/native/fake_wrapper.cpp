@@ -4,13 +4,17 @@
 //   FAKE_WRAP_LOAD, FAKE_WRAP_INITIALIZE, FAKE_WRAP_SHUTDOWN, FAKE_WRAP_IS_DOMAIN   the number to return
 //   FAKE_WRAP_NO_DELEGATE   "<assembly>,<number>": the delegate asked for as number so many (from 0) of that assembly
 //                           is not found
+// The delegates by which a module hands its callbacks over are given out through a thunk that logs their calls.
 // The flavours that lack one symbol are built from this file with that symbol renamed by the compiler's command line.
 #include <dlfcn.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #define FAKE_WRAP_API extern "C" [[gnu::visibility("default")]]
 
@@ -48,6 +52,39 @@ Function* real_function(const char* name) {
     return reinterpret_cast<Function*>(function);
 }
 
+// The hand-over delegates take at most one pointer. A thunk is needed for each, since a delegate carries no context.
+constexpr int kMaxThunks = 128;
+
+struct HandOver {
+    std::string name;
+    void* (*real)(void*);
+};
+
+std::vector<HandOver> g_hand_overs;
+
+template <int N>
+void* hand_over_thunk(void* argument) {
+    log_call("call " + g_hand_overs[N].name);
+    return g_hand_overs[N].real(argument);
+}
+
+template <int... N>
+constexpr std::array<void* (*)(void*), sizeof...(N)> make_thunks(std::integer_sequence<int, N...>) {
+    return {hand_over_thunk<N>...};
+}
+
+constexpr auto kThunks = make_thunks(std::make_integer_sequence<int, kMaxThunks>());
+
+bool is_hand_over(const std::string& type, const std::string& method) {
+    return type == "Zelmor.WrpGen.Interop.ExchangeHost" && (method.rfind("Set", 0) == 0 || method == "InitServices");
+}
+
+void put_thunk_before(const std::string& name, void** delegate) {
+    if (g_hand_overs.size() == kMaxThunks) std::abort();
+    g_hand_overs.push_back({name, reinterpret_cast<void* (*)(void*)>(*delegate)});
+    *delegate = reinterpret_cast<void*>(kThunks[g_hand_overs.size() - 1]);
+}
+
 bool is_left_out(const std::string& assembly) {
     static std::map<std::string, int> asked_for;
     const std::string request = assembly + "," + std::to_string(asked_for[assembly]++);
@@ -83,7 +120,10 @@ FAKE_WRAP_API int coreclr_wrap_create_delegate(const char* assembly, const char*
     *delegate = nullptr;
     if (is_left_out(assembly)) return kMissingMethod;
     const auto real = real_function<int(const char*, const char*, const char*, void**)>("coreclr_wrap_create_delegate");
-    return real ? real(assembly, type, method, delegate) : 0;
+    if (!real) return 0;
+    const int status = real(assembly, type, method, delegate);
+    if (status == 0 && is_hand_over(type, method)) put_thunk_before(std::string(assembly) + " " + method, delegate);
+    return status;
 }
 
 FAKE_WRAP_API int coreclr_wrap_shutdown() {
