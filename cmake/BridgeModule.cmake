@@ -1,0 +1,22 @@
+# zelmor_add_bridge_module(<target> OUTPUT <name> MODULE <dotted name> [DIRECTORY <dir>] SOURCES <file>...)
+#
+# Builds an extension module on the bridge library. The few static types that carry the module's own dotted name are
+# compiled into each module; everything else comes from the library. Only the entry point and the name of the
+# application domain are exported.
+set(ZELMOR_EXTENSION_SUFFIX .cpython-311-x86_64-linux-gnu.so)
+
+function(zelmor_add_bridge_module target)
+    cmake_parse_arguments(ARG "" "OUTPUT;MODULE;DIRECTORY" "SOURCES" ${ARGN})
+    if(NOT ARG_DIRECTORY)
+        set(ARG_DIRECTORY ${ZELMOR_PACKAGE_DIR})
+    endif()
+    add_library(${target} MODULE ${ARG_SOURCES} ${ZELMOR_PYSHELL_MODULE_TYPES} ${ZELMOR_COLLECTIONS_MODULE_TYPES})
+    target_compile_definitions(${target} PRIVATE ZELMOR_MODULE_NAME=\"${ARG_MODULE}\")
+    target_include_directories(${target} PRIVATE ${CMAKE_BINARY_DIR})
+    target_link_libraries(${target} PRIVATE zelmor_bridge)
+    target_link_options(${target} PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/bridge_module.map -Wl,-z,now
+                        -Wl,--gc-sections -s)
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/bridge_module.map)
+    set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX ${ZELMOR_EXTENSION_SUFFIX} OUTPUT_NAME ${ARG_OUTPUT}
+                                               LIBRARY_OUTPUT_DIRECTORY ${ARG_DIRECTORY})
+endfunction()

@@ -1,0 +1,67 @@
+// What every type host has in common: the singleton table of delegates to one managed class.
+//
+// A host looks up all its entry points by name when it is first asked for, stops at the first that is missing, and
+// remembers the message for good. Its thunks call the slots without any check: whoever reaches a thunk has passed a
+// guard or holds an instance, and an instance exists only of a valid type.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+
+class HostEnvironment;
+
+namespace zelmor {
+
+// Binds one entry point of `managed_class`; on failure fills `error` with the missing-method message.
+bool bind_type_delegate(const HostEnvironment& environment, const char* assembly, const char* managed_class,
+                        const char* method, void** slot, std::string& error);
+
+// The running environment, and the assembly that this module's hosts bind to.
+const HostEnvironment& running_environment();
+const char* bound_assembly();
+
+// `Host` supplies `kManagedClass` and calls `bind` from its constructor.
+template <class Host>
+class TypeHost {
+   public:
+    TypeHost(const TypeHost&) = delete;
+    TypeHost& operator=(const TypeHost&) = delete;
+
+    static Host& get_instance() {
+        static Host host;
+        return host;
+    }
+
+    bool is_not_valid() const { return m_is_not_valid; }
+    const std::string& error_msg() const { return m_error_msg; }
+
+    bool set_method_ptr(const HostEnvironment& environment, const char* method, void** slot) {
+        if (bind_type_delegate(environment, m_assembly_name, Host::kManagedClass, method, slot, m_error_msg)) {
+            return true;
+        }
+        m_is_not_valid = true;
+        return false;
+    }
+
+   protected:
+    TypeHost() : m_assembly_name(bound_assembly()) {}
+    ~TypeHost() = default;
+
+    // `slots` is the host's table of delegates, one pointer for each name, in this order.
+    void bind(std::span<const char* const> methods, void** slots) {
+        const HostEnvironment& environment = running_environment();
+        for (const char* method : methods) {
+            if (!set_method_ptr(environment, method, slots++)) {
+                return;
+            }
+        }
+    }
+
+   private:
+    const char* m_assembly_name;
+    bool m_is_not_valid = false;
+    std::string m_error_msg;
+};
+
+}  // namespace zelmor

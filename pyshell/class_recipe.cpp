@@ -1,0 +1,39 @@
+// Cold paths of the class recipe.
+#include "pyshell/class_recipe.h"
+
+#include "pyshell/errors.h"
+
+namespace zelmor {
+
+PyHostState aggregate_host_state(bool own_is_not_valid, const std::string& own_message,
+                                 std::initializer_list<ValidityProbe> referenced) {
+    PyHostState state;
+    if (own_is_not_valid) {
+        state.invalid = true;
+        state.message = own_message;
+        return state;
+    }
+    for (const ValidityProbe is_not_valid : referenced) {
+        if (is_not_valid(state.message)) {
+            state.invalid = true;
+            state.referenced_invalid = true;
+            break;
+        }
+    }
+    return state;
+}
+
+int raise_invalid_state(const PyHostState& state) {
+    PyErr_SetString(PyExc_TypeError, state.message.c_str());
+    if (state.referenced_invalid) {
+        PyShlErr_ChainFormat(PyExc_TypeError, "one or more refereced type is not initialized");
+    }
+    return 1;
+}
+
+int refuse_value(const char* what, PyObject* value) {
+    PyErr_Format(PyExc_TypeError, "can't build %s value from '%s'", what, Py_TYPE(value)->tp_name);
+    return 0;
+}
+
+}  // namespace zelmor

@@ -1,0 +1,58 @@
+// Creation of enumeration classes.
+#include "pyshell/enum_types.h"
+
+#include "pyshell/descriptors.h"
+#include "pyshell/errors.h"
+#include "pyshell/identifiers.h"
+#include "pyshell/imports.h"
+#include "pyshell/markers.h"
+#include "pyshell/modules.h"
+
+namespace zelmor {
+
+PyObject* make_enum_pair(const char* name, PyObject* value) {
+    if (value == nullptr) {
+        return nullptr;
+    }
+    PyObject* text = PyUnicode_FromString(name);
+    if (text == nullptr) {
+        Py_DECREF(value);
+        return nullptr;
+    }
+    return Py_BuildValue("(NN)", text, value);
+}
+
+PyObject* make_enum_class(const char* name, bool flags, PyObject* members) {
+    if (members == nullptr) {
+        return nullptr;
+    }
+    PyObject* base = PyShImport_ImportType("enum", flags ? PyWrpIdTypeName_IntFlag : PyWrpIdTypeName_IntEnum);
+    PyObject* text = base != nullptr ? PyUnicode_FromString(name) : nullptr;
+    PyObject* result = text != nullptr ? PyObject_CallFunctionObjArgs(base, text, members, nullptr) : nullptr;
+    Py_XDECREF(text);
+    Py_DECREF(members);
+    Py_XDECREF(base);
+    return result;
+}
+
+PyObject* equip_enum_class(PyObject* enum_class, PyMethodDef* const (&operations)[kEnumOperationCount]) {
+    auto* type = reinterpret_cast<PyTypeObject*>(enum_class);
+    if (!fn_set_castable_type_markattr(type, Py_Ellipsis)) {
+        PyShlErr_TypeInitializationInternalError(kCastableMarkerNotSet, type->tp_name);
+        Py_DECREF(enum_class);
+        return nullptr;
+    }
+    // The entries go straight into the dictionary, past the interpreter's cache of attributes. No attribute of the
+    // class has been looked up yet, so this has to stay directly behind its creation.
+    for (PyMethodDef* operation : operations) {
+        PyObject* descriptor = (operation->ml_flags & METH_STATIC) != 0 ? PyShDescr_NewStaticMethod(type, operation)
+                                                                        : PyShDescr_NewInstanceMethod(type, operation);
+        if (store_static_member(type, operation->ml_name, descriptor) != 0) {
+            Py_DECREF(enum_class);
+            return nullptr;
+        }
+    }
+    return enum_class;
+}
+
+}  // namespace zelmor

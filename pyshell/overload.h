@@ -1,0 +1,64 @@
+// Overload dispatch: the overloads of a group are tried one after the other, and the first whose arguments parse is
+// the one called. There is no scoring and no look at the argument count beforehand.
+#pragma once
+
+#include <cstddef>
+
+#include "pyshell/python.h"
+
+namespace zelmor {
+
+// One overload of a method group. On a parse failure it moves the exception into `*error_slot` and returns null; on
+// success it leaves the slot null and returns the call's result, which may be null with a managed exception pending.
+using Overload = PyObject* (*)(PyObject* self, PyObject* args, PyObject* kwargs, PyObject** error_slot);
+
+// The same for a constructor, with the status of `tp_init`.
+using ConstructorOverload = int (*)(PyObject* self, PyObject* args, PyObject* kwargs, PyObject** error_slot);
+
+// Moves the pending exception of a failed parse into the overload's error slot, usually still as the raw message.
+inline void keep_parse_error(PyObject** error_slot) {
+    PyObject* type = nullptr;
+    PyObject* traceback = nullptr;
+    PyErr_Fetch(&type, error_slot, &traceback);
+    Py_XDECREF(type);
+    Py_XDECREF(traceback);
+}
+
+inline void drop_parse_errors(PyObject** errors, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        Py_DECREF(errors[i]);
+    }
+}
+
+// Raises TypeError whose value is the list of the messages, one per overload in trial order; releases the errors.
+void raise_no_overload(PyObject** errors, size_t count);
+
+template <size_t N>
+PyObject* dispatch(const Overload (&overloads)[N], PyObject* self, PyObject* args, PyObject* kwargs) {
+    PyObject* errors[N] = {};
+    for (size_t i = 0; i < N; ++i) {
+        PyObject* result = overloads[i](self, args, kwargs, &errors[i]);
+        if (errors[i] == nullptr) {
+            drop_parse_errors(errors, i);
+            return result;
+        }
+    }
+    raise_no_overload(errors, N);
+    return nullptr;
+}
+
+template <size_t N>
+int dispatch(const ConstructorOverload (&overloads)[N], PyObject* self, PyObject* args, PyObject* kwargs) {
+    PyObject* errors[N] = {};
+    for (size_t i = 0; i < N; ++i) {
+        const int result = overloads[i](self, args, kwargs, &errors[i]);
+        if (errors[i] == nullptr) {
+            drop_parse_errors(errors, i);
+            return result;
+        }
+    }
+    raise_no_overload(errors, N);
+    return -1;
+}
+
+}  // namespace zelmor

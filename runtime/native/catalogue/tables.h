@@ -1,0 +1,114 @@
+// The catalogue as the embedded runtime sees it: types, their properties and their entry points.
+//
+// The tables behind these declarations are written by the generator at build time. They are all that the runtime
+// knows about a member that has no behaviour of its own: its generic implementation works from them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace zelmor::embed {
+
+enum class TypeKind : uint8_t { kClass, kStaticClass, kInterface, kStruct, kEnum };
+
+enum class EntryRole : uint8_t {
+    kCtor,
+    kCall,
+    kStaticCall,
+    kGet,
+    kSet,
+    kGetStatic,
+    kSetStatic,
+    kTypeOf,
+    kCastTo,
+    kCastFrom,
+    kReinterpretObj,
+    kAsUniEnum,
+    kCastAs,
+    kIsAssignable,
+    kGetType,
+};
+
+// How a value crosses; enumerations cross as their underlying integer and name their type beside it.
+enum class Wire : uint8_t {
+    kVoid,
+    kBool,
+    kInt8,
+    kUInt8,
+    kInt16,
+    kUInt16,
+    kInt32,
+    kUInt32,
+    kInt64,
+    kUInt64,
+    kSingle,
+    kDouble,
+    kChar,
+    kString,     // PyStringArg in, PyObject* out
+    kBytes,      // PyBytesArg in, PyObject* out
+    kObject,     // managed `object`: VariantArg in, PyObject* out
+    kClass,      // handle in and out
+    kStruct,     // VariantArg in, struct handle out
+    kInterface,  // VariantArg in, PyObjectOutArg out
+    kStream,     // VariantArg in, PyCollectionArg out
+    kCollection, // VariantArg in, PyCollectionArg out
+};
+
+constexpr int16_t kNoType = -1;
+
+struct ParamInfo {
+    const char* name;  // the Python keyword
+    Wire wire;
+    bool by_ref;   // two arguments on the wire: the incoming value, then a pointer to the outgoing one
+    int16_t type;  // index into types(), or kNoType
+};
+
+struct PropertyInfo {
+    const char* name;  // managed name
+    Wire wire;
+    bool is_static;
+    bool writable;
+    int16_t type;  // index into types(), or kNoType
+};
+
+struct EntryInfo {
+    const char* name;    // as asked for, "call_000_Load"
+    const char* member;  // managed member name, "Load"; the simple type name for a constructor
+    EntryRole role;
+    Wire result;
+    int16_t result_type;  // index into types(), or kNoType
+    int16_t property;     // index into the declaring type's properties, or -1
+    // One character for the result and one for each argument on the wire, `self` and out slots included:
+    // v void, b bool, c C s S i I l L signed and unsigned integers of 8 to 64 bits, f float, d double,
+    // p handle, V VariantArg*, T PyStringArg*, B PyBytesArg*, O PyObject*, o PyObjectOutArg*,
+    // k PyCollectionArg*, r pointer to any other out slot.
+    const char* signature;
+    std::span<const ParamInfo> params;
+};
+
+struct EnumMember {
+    const char* name;  // Python name
+    int64_t value;     // bit pattern, in 64 bits
+};
+
+struct TypeInfo {
+    const char* full_name;   // "Zelmor.Imaging.Image"
+    const char* name;        // "Image"
+    const char* host_class;  // "WrpNs_Zelmor.WrpNs_Imaging.WrpCs_Image_4B725488"
+    const char* assembly;    // "WrpInterop.Zelmor.Imaging"
+    TypeKind kind;
+    bool disposable;
+    bool constructible;  // has a public constructor
+    bool flags;          // an enumeration with the flags attribute
+    Wire width;          // underlying integer of an enumeration
+    int16_t base;        // index into types(), or kNoType
+    std::span<const int16_t> interfaces;  // indices into types()
+    std::span<const PropertyInfo> properties;
+    std::span<const EntryInfo> entries;  // in binding order
+    std::span<const EnumMember> members;
+};
+
+// All types of all catalogues, the siblings' included. The position of a type is its run-time type id minus one.
+std::span<const TypeInfo> types();
+
+}  // namespace zelmor::embed

@@ -1,0 +1,1 @@
+"""Generator of the wrapper code: reads the API catalogue and writes plain C++ from it."""

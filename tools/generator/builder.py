@@ -1,0 +1,339 @@
+"""Builds the model from catalogue lines and checks that they hold together.
+
+Every refusal names the file and the line. What is checked: names follow the naming rules or are marked as exceptions;
+every type that is named exists or is listed as awaited; bases and interfaces are of the right kind; the overloads of a
+name are the type's own and then the inherited ones, in the order in which the dispatch tries them.
+"""
+
+from __future__ import annotations
+
+from pathlib import Path
+
+from .catalogue import PROPERTY_KINDS, Catalogue, MemberLine, ModuleLine, TypeLine, read_catalogue
+from .errors import CatalogueError, Place
+from .identifiers import Identifiers
+from .model import INTEROP_INTERFACES, Method, Model, Module, Overload, Param, Property, Type
+from .naming import snake_case, upper_snake_case
+from .wires import PENDING_KINDS, SCALARS, VOID, Wire
+
+_ENUM_WIDTHS = ("uint8", "int16", "uint16", "int32", "uint32", "uint64")
+_RANGES = {name: (0, 2 ** int(name[4:]) - 1) if name[0] == "u" else (-(2 ** (int(name[3:]) - 1)),
+           2 ** (int(name[3:]) - 1) - 1) for name in _ENUM_WIDTHS}
+
+
+class Builder:
+    """One pass over a catalogue; `build` gives the finished model."""
+
+    def __init__(self, catalogue: Catalogue, identifiers: Identifiers, awaited: set[str]) -> None:
+        self._catalogue = catalogue
+        self._identifiers = identifiers
+        self._awaited = awaited
+        self._used_awaited: set[str] = set()
+        self._by_full_name: dict[str, Type] = {}
+        self._by_name: dict[str, list[Type]] = {}
+        self._lines: dict[Type, TypeLine] = {}
+
+    def build(self) -> Model:
+        """The model, or CatalogueError at the first line that does not fit."""
+        modules = self._module_tree(self._catalogue.modules)
+        by_namespace = {module.namespace: module for module in modules}
+        for line in self._catalogue.types:
+            module = by_namespace.get(line.namespace)
+            if module is None:
+                raise CatalogueError(line.place, f"namespace {line.namespace} has no row in modules.tab")
+            module.types.append(self._declare(line, module))
+        types = list(self._lines)
+        for entry in types:
+            self._relate(entry)
+        for entry in self._base_first(types):
+            self._members(entry)
+        self._publish(types)
+        unused = self._awaited - self._used_awaited
+        if unused:
+            place = Place(self._catalogue.directory / "awaited.tab", 1)
+            raise CatalogueError(place, f"awaited but named by no member: {', '.join(sorted(unused))}")
+        return Model(self._catalogue.directory, self._catalogue.assembly, modules[0], modules, types, self._awaited)
+
+    def _module_tree(self, lines: list[ModuleLine]) -> list[Module]:
+        modules = [Module(line.namespace, line.module, line.identifier) for line in lines]
+        by_name = {module.name: module for module in modules}
+        place = Place(self._catalogue.directory / "modules.tab", 1)
+        if len({module.identifier for module in modules}) != len(modules) or len(by_name) != len(modules):
+            raise CatalogueError(place, "a module or an identifier stands twice")
+        for module in modules[1:]:
+            parent = by_name.get(module.name.rpartition(".")[0])
+            if parent is None:
+                raise CatalogueError(place, f"{module.name} has no parent module")
+            parent.children.append(module)
+        for module in modules:
+            module.children.sort(key=lambda child: child.namespace)
+        return modules
+
+    def _declare(self, line: TypeLine, module: Module) -> Type:
+        full_name = f"{line.namespace}.{line.name}"
+        if full_name in self._by_full_name:
+            raise CatalogueError(line.place, f"{full_name} is there already")
+        row = self._identifiers.rows.get(full_name)
+        if row is None:
+            raise CatalogueError(line.place, f"{full_name} has no row in identifiers.tab; run `make identifiers`")
+        kind = "enum" if line.kind.startswith("enum") else line.kind
+        entry = Type(line.place, kind, line.namespace, module.name, line.name, *row, line.disposable,
+                     line.kind == "enum flags")
+        self._by_full_name[full_name] = entry
+        self._by_name.setdefault(line.name, []).append(entry)
+        self._lines[entry] = line
+        return entry
+
+    # -- types that are named ------------------------------------------------------------------------------------
+
+    def _find(self, place: Place, name: str, namespace: str) -> Type | None:
+        """The type of a simple or full name; None if it is awaited."""
+        if name in self._by_full_name:
+            return self._by_full_name[name]
+        local = self._by_full_name.get(f"{namespace}.{name}")
+        if local is not None:
+            return local
+        candidates = self._by_name.get(name, [])
+        if len(candidates) > 1:
+            raise CatalogueError(place, f"{name} is one of several types; write its full name")
+        if candidates:
+            if name in self._awaited:
+                raise CatalogueError(place, f"{name} exists, so that it is awaited no longer")
+            return candidates[0]
+        if name in self._awaited:
+            self._used_awaited.add(name)
+            return None
+        raise CatalogueError(place, f"there is no type {name}")
+
+    def _wire(self, place: Place, name: str, namespace: str) -> Wire:
+        if name in SCALARS:
+            return Wire("scalar", name, SCALARS[name])
+        if name in ("string", "bytes", "object"):
+            return Wire(name, name)
+        if name in PENDING_KINDS:
+            reason, runtime_wire = PENDING_KINDS[name]
+            return Wire("pending", name, pending=reason, pending_wire=runtime_wire)
+        element = self._element(name)
+        if element is not None:
+            self._wire(place, element, namespace)
+            return Wire("pending", name, pending="collections", pending_wire="kCollection")
+        entry = self._find(place, name, namespace)
+        if entry is None:
+            return Wire("pending", name, pending="types of other namespaces")
+        if entry.is_enum:
+            assert entry.width is not None
+            return Wire("scalar", entry.full_name, entry.width.scalar, entry)
+        return Wire(entry.kind, entry.full_name, type=entry)
+
+    @staticmethod
+    def _element(name: str) -> str | None:
+        """The element type of an array, typed list or typed enumerator."""
+        if name.endswith("[]"):
+            return name[:-2]
+        if name.startswith("List[") and name.endswith("]"):
+            return name[5:-1]
+        for prefix in ("iterable of ", "iterator of "):
+            if name.startswith(prefix):
+                return name[len(prefix):]
+        return None
+
+    def _relate(self, entry: Type) -> None:
+        line = self._lines[entry]
+        if entry.is_enum:
+            self._enumeration(entry, line)
+            return
+        if line.base is not None:
+            base = self._find(line.place, line.base, line.namespace)
+            if base is None:
+                raise CatalogueError(line.place, f"the base {line.base} is only awaited")
+            if entry.kind != "class" or base.kind != "class":
+                raise CatalogueError(line.place, "only a class derives, and only from a class")
+            entry.base = base
+            if any(ancestor is entry for ancestor in base.bases()):
+                raise CatalogueError(line.place, f"{entry.name} derives from itself")
+            if base.disposable and not entry.disposable:
+                raise CatalogueError(line.place, f"{base.name} is disposable, and so is what derives from it")
+        for name in line.interfaces:
+            if name in INTEROP_INTERFACES:
+                entry.interfaces.append(name)
+                continue
+            interface = self._find(line.place, name, line.namespace)
+            if interface is None:
+                continue
+            if interface.kind != "interface":
+                raise CatalogueError(line.place, f"{name} is no interface")
+            entry.interfaces.append(interface)
+
+    def _enumeration(self, entry: Type, line: TypeLine) -> None:
+        if line.base not in _ENUM_WIDTHS:
+            raise CatalogueError(line.place, f"the width of an enumeration is one of {', '.join(_ENUM_WIDTHS)}")
+        entry.width = Wire("scalar", line.base, SCALARS[line.base])
+        low, high = _RANGES[line.base]
+        if not line.values:
+            raise CatalogueError(line.place, f"{entry.name} has no members")
+        if len({name for name, _ in line.values}) != len(line.values):
+            raise CatalogueError(line.place, f"a member of {entry.name} stands twice")
+        for name, value in line.values:
+            if not low <= value <= high:
+                raise CatalogueError(line.place, f"{name} does not fit {line.base}")
+            if name != name.upper() or not name.isidentifier():
+                raise CatalogueError(line.place, f"{name} is no name of a member")
+        entry.values = line.values
+
+    # -- members --------------------------------------------------------------------------------------------------
+
+    @staticmethod
+    def _base_first(types: list[Type]) -> list[Type]:
+        done: dict[Type, None] = {}
+
+        def visit(entry: Type) -> None:
+            if entry in done:
+                return
+            for ancestor in [entry.base, *entry.interfaces]:
+                if isinstance(ancestor, Type):
+                    visit(ancestor)
+            done[entry] = None
+
+        for entry in types:
+            visit(entry)
+        return list(done)
+
+    def _members(self, entry: Type) -> None:
+        if entry.is_enum:
+            return
+        for line in self._lines[entry].members:
+            self._check_name(line)
+            if line.kind == "ctor":
+                overload = self._overload(entry, line)
+                overload.managed, overload.number = entry.name, len(entry.constructors)
+                if any(other.signature == overload.signature for other in entry.constructors):
+                    raise CatalogueError(line.place, "two constructors take the same types")
+                entry.constructors.append(overload)
+            elif line.kind == "shared":
+                entry.shared.append(line.python)
+            elif line.kind in PROPERTY_KINDS:
+                self._property(entry, line)
+            else:
+                self._method(entry, line)
+        if entry.kind in ("interface", "static class") and entry.constructors:
+            raise CatalogueError(entry.place, f"a {entry.kind} has no constructors")
+        for method in entry.methods:
+            self._check_group(entry, method)
+
+    @staticmethod
+    def _check_name(line: MemberLine) -> None:
+        if line.kind in ("ctor", "shared"):
+            return
+        rule = upper_snake_case(line.managed) if line.kind == "const" else snake_case(line.managed)
+        if (rule != line.python) != line.exception:
+            state = "follows the rules and is no exception" if line.exception else f"is {rule} by the rules"
+            raise CatalogueError(line.place, f"{line.managed} {state}")
+
+    def _overload(self, entry: Type, line: MemberLine) -> Overload:
+        params = []
+        for param in line.params:
+            by_ref = param.type.startswith("ref ")
+            wire = self._wire(line.place, param.type.removeprefix("ref "), entry.namespace)
+            if by_ref and wire.scalar is None:
+                raise CatalogueError(line.place, "only scalars cross by reference")
+            if wire.kind == "static class":
+                raise CatalogueError(line.place, f"{wire.name} has no instances")
+            params.append(Param(param.name, wire, by_ref))
+        result = self._wire(line.place, line.type, entry.namespace) if line.type else VOID
+        static = line.kind in ("static", "mixed_static")
+        return Overload(entry, line.place, line.python, line.managed, static, params, result)
+
+    def _method(self, entry: Type, line: MemberLine) -> None:
+        method = entry.method(line.python)
+        if method is None:
+            method = Method(entry, line.python, mixed=line.kind.startswith("mixed"))
+            entry.methods.append(method)
+        elif method.mixed != line.kind.startswith("mixed"):
+            raise CatalogueError(line.place, f"{line.python} is mixed on one line and not on the other")
+        overload = self._overload(entry, line)
+        if line.origin is not None:
+            overload = self._inherited(entry, line, overload)
+        else:
+            overload.number = sum(own.managed == line.managed for other in entry.methods for own in other.own)
+        if line.kind == "mixed_static":
+            if method.static_overload is not None:
+                raise CatalogueError(line.place, "a mixed method has one overload on the class")
+            method.static_overload = overload
+            return
+        if method.overloads and method.static != overload.static:
+            raise CatalogueError(line.place, "static and instance overloads share a name in a mixed method only")
+        method.overloads.append(overload)
+
+    def _ancestor(self, entry: Type, line: MemberLine) -> Type:
+        assert line.origin is not None
+        ancestor = self._find(line.place, line.origin, entry.namespace)
+        candidates = [*entry.bases(), *(i for i in entry.interfaces if isinstance(i, Type))]
+        if ancestor not in candidates or (ancestor.kind == "interface") != (entry.kind == "interface"):
+            raise CatalogueError(line.place, f"{line.origin} is no ancestor of {entry.name} to inherit members from")
+        return ancestor
+
+    def _inherited(self, entry: Type, line: MemberLine, stated: Overload) -> Overload:
+        ancestor = self._ancestor(entry, line)
+        method = ancestor.method(line.python)
+        for overload in method.overloads if method else []:
+            if overload.owner is ancestor and overload.signature == stated.signature:
+                if [p.name for p in overload.params] != [p.name for p in stated.params]:
+                    raise CatalogueError(line.place, f"{ancestor.name} names the parameters otherwise")
+                return overload
+        raise CatalogueError(line.place, f"{ancestor.name} declares no such overload of {line.python}")
+
+    def _check_group(self, entry: Type, method: Method) -> None:
+        """Own overloads first, then those of the nearest ancestor that are not overridden, in its order."""
+        if method.mixed and (method.static_overload is None or not method.overloads):
+            raise CatalogueError(entry.place, f"{method.python} is mixed and has only one of its two sides")
+        signatures = [overload.signature for overload in method.overloads]
+        if len(set(signatures)) != len(signatures):
+            raise CatalogueError(method.overloads[-1].place, f"two overloads of {method.python} take the same types")
+        ancestor = next((base.method(method.python) for base in entry.bases() if base.method(method.python)), None)
+        own = [overload.signature for overload in method.overloads if overload.owner is entry]
+        inherited = [overload for overload in method.overloads if overload.owner is not entry]
+        if entry.kind == "interface":
+            return
+        expected = [o for o in ancestor.overloads if o.signature not in own] if ancestor else []
+        stated = method.overloads[len(own):]
+        if stated != inherited or inherited != expected:
+            order = "; ".join(f"({', '.join(o.signature)}) from {o.owner.name}" for o in expected) or "nothing"
+            raise CatalogueError(method.overloads[0].place,
+                                 f"behind its own overloads {entry.name}.{method.python} inherits {order}")
+
+    def _property(self, entry: Type, line: MemberLine) -> None:
+        assert line.type is not None
+        wire = self._wire(line.place, line.type, entry.namespace)
+        takes = self._wire(line.place, line.takes, entry.namespace) if line.takes else wire
+        declared_by = self._ancestor(entry, line) if line.origin is not None else entry
+        if any(other.python == line.python for other in entry.properties):
+            raise CatalogueError(line.place, f"{line.python} is there already")
+        entry.properties.append(Property(
+            entry, line.place, line.python, line.managed, wire, takes, line.kind in ("getset", "static_getset"),
+            line.kind in ("static_get", "static_getset", "const"), declared_by))
+
+    @staticmethod
+    def _publish(types: list[Type]) -> None:
+        """Numbers the overloads that groups of derived types call, per declaring type and name."""
+        wanted = {overload for entry in types for method in entry.methods for overload in method.overloads
+                  if overload.owner is not entry}
+        for entry in types:
+            for method in entry.methods:
+                number = 0
+                for overload in method.own:
+                    if overload in wanted:
+                        overload.published = number
+                        number += 1
+
+
+def read_awaited(path: Path) -> set[str]:
+    """Types that members name and that a later catalogue file will bring, one a line."""
+    if not path.exists():
+        return set()
+    return {text for line in path.read_text().splitlines() if (text := line.split("#", 1)[0].strip())}
+
+
+def load(directory: Path) -> Model:
+    """Reads and checks the catalogue of a directory."""
+    return Builder(read_catalogue(directory), Identifiers.read(directory / "identifiers.tab"),
+                   read_awaited(directory / "awaited.tab")).build()

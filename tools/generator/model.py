@@ -1,0 +1,290 @@
+"""The model of the API: types, methods with their overloads, properties and enumerations.
+
+The model is the only thing that knows rules. It is built from catalogue lines, checks them against each other, and
+refuses a catalogue that does not hold together. Writers only print it.
+"""
+
+from __future__ import annotations
+
+from collections import Counter
+from dataclasses import dataclass, field
+from pathlib import Path
+
+from .errors import Place
+from .naming import host_class_name
+from .wires import Wire
+
+INTEROP_INTERFACES = {
+    "_IDisposableWrapper": "idisposable",
+    "_IterWrapper": "iter",
+    "_IterableWrapper": "iterable",
+    "_IColWrapper": "icol",
+    "_IListWrapper": "ilist",
+}
+
+
+@dataclass
+class Param:
+    """A parameter; a by-reference one takes a one-slot list in Python and two arguments on the wire."""
+
+    name: str
+    wire: Wire
+    by_ref: bool = False
+
+
+@dataclass(eq=False)
+class Overload:
+    """One managed overload of a method, or one constructor."""
+
+    owner: Type
+    place: Place
+    python: str
+    managed: str
+    static: bool
+    params: list[Param]
+    result: Wire
+    number: int = 0  # position among the managed overloads of this name
+    published: int | None = None  # index among those that derived groups call
+
+    @property
+    def entry(self) -> str:
+        """The entry point that a delegate binds to."""
+        role = "ctor" if self.managed == self.owner.name and not self.python else "call"
+        return f"{role}_{self.number:03}_{self.managed}"
+
+    @property
+    def signature(self) -> tuple[str, ...]:
+        """What an overriding overload has to equal: the types of the parameters."""
+        return tuple(("ref " if param.by_ref else "") + param.wire.name for param in self.params)
+
+    @property
+    def pending(self) -> str:
+        """Why this overload cannot be generated yet, or nothing."""
+        return next((w.pending for w in [*(p.wire for p in self.params), self.result] if w.pending), "")
+
+
+@dataclass(eq=False)
+class Method:
+    """A Python name with its overloads in the order in which they are tried."""
+
+    owner: Type
+    python: str
+    overloads: list[Overload] = field(default_factory=list)
+    static_overload: Overload | None = None  # of a mixed method: what the name means on the class
+    mixed: bool = False
+
+    @property
+    def static(self) -> bool:
+        """Whether the method is a static one; a mixed method's overloads are those of the instance."""
+        return self.overloads[0].static
+
+    @property
+    def is_group(self) -> bool:
+        """Whether calls are dispatched over several overloads."""
+        return len(self.overloads) > 1
+
+    @property
+    def ready(self) -> list[Overload]:
+        """The overloads that can be generated."""
+        return [overload for overload in self.overloads if not overload.pending]
+
+    @property
+    def own(self) -> list[Overload]:
+        """The overloads that the owner declares itself, the static one of a mixed method included."""
+        extra = [self.static_overload] if self.static_overload else []
+        return [overload for overload in [*extra, *self.overloads] if overload.owner is self.owner]
+
+
+@dataclass(eq=False)
+class Property:
+    """An instance property, or a static one, which a constant is too."""
+
+    owner: Type
+    place: Place
+    python: str
+    managed: str
+    wire: Wire
+    takes: Wire  # what the setter takes, as a rule the same
+    writable: bool
+    static: bool
+    declared_by: Type  # the owner, or the interface that it inherits the property from
+
+    @property
+    def pending(self) -> str:
+        """Why this property cannot be generated yet, or nothing."""
+        return self.wire.pending or self.takes.pending
+
+
+@dataclass(eq=False)
+class Type:
+    """A class, static class, interface, struct or enumeration."""
+
+    place: Place
+    kind: str
+    namespace: str
+    module: str
+    name: str
+    identifier: str
+    managed_identifier: str
+    disposable: bool = False
+    flags: bool = False
+    base: Type | None = None
+    interfaces: list[Type | str] = field(default_factory=list)  # an interop interface stands by its name
+    constructors: list[Overload] = field(default_factory=list)
+    methods: list[Method] = field(default_factory=list)
+    properties: list[Property] = field(default_factory=list)
+    shared: list[str] = field(default_factory=list)  # members served by the collection machinery
+    width: Wire | None = None  # of an enumeration
+    values: list[tuple[str, int]] = field(default_factory=list)
+
+    @property
+    def full_name(self) -> str:
+        """The full managed name."""
+        return f"{self.namespace}.{self.name}"
+
+    @property
+    def dotted(self) -> str:
+        """The dotted Python name."""
+        return f"{self.module}.{self.name}"
+
+    @property
+    def symbol(self) -> str:
+        """What stands in every symbol of the type: `4BA89469_Image`."""
+        return f"{self.identifier}_{self.name}"
+
+    @property
+    def host_class(self) -> str:
+        """The managed class that holds the type's entry points."""
+        return host_class_name(self.full_name, self.managed_identifier)
+
+    @property
+    def is_enum(self) -> bool:
+        """Whether the type is an enumeration."""
+        return self.kind == "enum"
+
+    @property
+    def ready_constructors(self) -> list[Overload]:
+        """The constructors that can be generated."""
+        return [overload for overload in self.constructors if not overload.pending]
+
+    @property
+    def markers(self) -> list[Type | str]:
+        """The interfaces that the type's marker sets hold, in order."""
+        extra = ["_IDisposableWrapper"] if self.disposable else []
+        return [*self.interfaces, *extra]
+
+    @property
+    def cast_from(self) -> bool:
+        """Whether the managed type converts itself to other types."""
+        return self.full_name in {
+            "Zelmor.Imaging.Point",
+            "Zelmor.Imaging.Size",
+            "Zelmor.Imaging.SizeF",
+            "Zelmor.Imaging.StreamContainer",
+            "Zelmor.Imaging.FileStreamContainer",
+        }
+
+    @property
+    def services(self) -> list[str]:
+        """The built-in services of the type's host, in binding order."""
+        if self.is_enum:
+            names = ["TypeOf", "CastTo", "ReInterpretObj", "AsUniEnum", "CastAs", "IsAssignable", "GetType"]
+        elif self.kind == "static class":
+            names = ["TypeOf"]
+        elif self.kind == "interface":
+            names = ["TypeOf", "CastTo", "CastAs", "IsAssignable"]
+        else:
+            names = ["TypeOf", "CastTo", "ReInterpretObj", "CastAs", "IsAssignable"]
+            if self.cast_from:
+                names.insert(2, "CastFrom")
+        return [f"btp_{name}" for name in names]
+
+    def bases(self) -> list[Type]:
+        """The chain of base classes, nearest first."""
+        chain: list[Type] = []
+        base = self.base
+        while base is not None:
+            chain.append(base)
+            base = base.base
+        return chain
+
+    def method(self, python: str) -> Method | None:
+        """The method that this very type lists under a name."""
+        return next((method for method in self.methods if method.python == python), None)
+
+    def referenced(self) -> list[Type | str]:
+        """The types whose validity this type's validity rests on, in the order in which they are asked.
+
+        These are the managed base, the disposable wrapper, and the ancestors and interfaces whose functions stand in
+        this type's own tables.
+        """
+        result: list[Type | str] = [self.base] if self.base is not None else []
+        if self.disposable:
+            result.append("_IDisposableWrapper")
+        result += [item for item in self.interfaces if isinstance(item, str)]
+        owners = [overload.owner for method in self.methods for overload in method.overloads]
+        owners += [prop.declared_by for prop in self.properties]
+        for owner in owners:
+            if owner is not self and owner not in result:
+                result.append(owner)
+        return result
+
+
+@dataclass(eq=False)
+class Module:
+    """A Python module of the tree and the managed namespace behind it."""
+
+    namespace: str
+    name: str
+    identifier: str
+    types: list[Type] = field(default_factory=list)
+    children: list[Module] = field(default_factory=list)
+
+    @property
+    def last(self) -> str:
+        """The last component of the dotted name."""
+        return self.name.rsplit(".", 1)[-1]
+
+    @property
+    def symbol(self) -> str:
+        """What stands in the module's symbols: `EA2A999D_imaging`."""
+        return f"{self.identifier}_{self.last}"
+
+    @property
+    def enums(self) -> list[Type]:
+        """Enumerations in ordinal order."""
+        return sorted((t for t in self.types if t.is_enum), key=lambda t: t.name)
+
+    @property
+    def wrappers(self) -> list[Type]:
+        """Wrapper types in ordinal order."""
+        return sorted((t for t in self.types if not t.is_enum), key=lambda t: t.name)
+
+
+@dataclass
+class Model:
+    """A whole assembly."""
+
+    directory: Path
+    assembly: str
+    root: Module
+    modules: list[Module]
+    types: list[Type]
+    awaited: set[str] = field(default_factory=set)
+
+    def pending(self) -> Counter[str]:
+        """Members that are in the catalogue and cannot be generated yet, by reason."""
+        counts: Counter[str] = Counter()
+        for entry in self.types:
+            counts["collections"] += len(entry.shared)
+            overloads = [*entry.constructors, *(o for method in entry.methods for o in method.own)]
+            counts.update(item.pending for item in [*overloads, *entry.properties] if item.pending)
+        return +counts
+
+    def generated(self) -> int:
+        """Members that are generated."""
+        total = 0
+        for entry in self.types:
+            overloads = [*entry.constructors, *(o for method in entry.methods for o in method.own)]
+            total += sum(not item.pending for item in [*overloads, *entry.properties])
+        return total

@@ -1,0 +1,99 @@
+"""How values cross: the wire types that a catalogue line can name, and what each means on both sides.
+
+A wire is resolved against the model: a type name becomes a class, struct, interface or enumeration, or a wire whose
+machinery or type does not exist yet, and then says why.
+"""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+from typing import TYPE_CHECKING
+
+if TYPE_CHECKING:
+    from .model import Type
+
+
+@dataclass(frozen=True)
+class Scalar:
+    """A value that crosses as the machine type of the same width."""
+
+    cpp: str  # C++ type on the wire
+    converter: str  # from Python
+    builder: str  # to Python
+    code: str  # in a signature
+    wire: str  # enumerator of the runtime's Wire
+
+
+SCALARS: dict[str, Scalar] = {
+    "bool": Scalar("bool", "fn_conv_py_bool_to_clr_bool", "PyBool_FromLong", "b", "kBool"),
+    "int8": Scalar("signed char", "fn_conv_py_long_to_clr_int8", "PyLong_FromLong", "c", "kInt8"),
+    "uint8": Scalar("unsigned char", "fn_conv_py_ulong_to_clr_uint8", "PyLong_FromUnsignedLong", "C", "kUInt8"),
+    "int16": Scalar("short", "fn_conv_py_long_to_clr_int16", "PyLong_FromLong", "s", "kInt16"),
+    "uint16": Scalar("unsigned short", "fn_conv_py_ulong_to_clr_uint16", "PyLong_FromUnsignedLong", "S", "kUInt16"),
+    "int32": Scalar("int", "fn_conv_py_long_to_clr_int32", "PyLong_FromLong", "i", "kInt32"),
+    "uint32": Scalar("unsigned int", "fn_conv_py_ulong_to_clr_uint32", "PyLong_FromUnsignedLong", "I", "kUInt32"),
+    "int64": Scalar("long", "fn_conv_py_long_to_clr_int64", "PyLong_FromLongLong", "l", "kInt64"),
+    "uint64": Scalar("unsigned long", "fn_conv_py_ulong_to_clr_uint64", "PyLong_FromUnsignedLongLong", "L", "kUInt64"),
+    "float": Scalar("float", "fn_conv_py_float_to_clr_float", "PyFloat_FromDouble", "f", "kSingle"),
+    "double": Scalar("double", "fn_conv_py_float_to_clr_double", "PyFloat_FromDouble", "d", "kDouble"),
+    "char": Scalar("unsigned short", "fn_conv_py_string_to_clr_char", "fn_conv_clr_char_to_py_string", "S", "kChar"),
+}
+
+# Value kinds whose machinery comes later; a member that needs one is pending until then.
+PENDING_KINDS: dict[str, tuple[str, str]] = {
+    "stream": ("streams", "kStream"),
+    "datetime": ("dates", ""),
+    "decimal": ("decimals", ""),
+    "UUID": ("identifiers", ""),
+    "IList": ("collections", "kCollection"),
+    "ICollection": ("collections", "kCollection"),
+    "IEnumerable": ("collections", "kCollection"),
+    "Array": ("collections", "kCollection"),
+    "ArrayList": ("collections", "kCollection"),
+}
+
+
+@dataclass(frozen=True)
+class Wire:
+    """A resolved wire type. `kind` is `void`, `scalar`, `string`, `bytes`, `object`, a kind of type, or `pending`."""
+
+    kind: str
+    name: str
+    scalar: Scalar | None = None
+    type: Type | None = None
+    pending: str = ""  # why members with this wire are not generated yet
+    pending_wire: str = ""  # how it will cross, where that is known already
+
+    @property
+    def code(self) -> str:
+        """The signature character of an argument of this wire."""
+        if self.scalar is not None:
+            return self.scalar.code
+        return {"void": "v", "string": "T", "bytes": "B", "object": "V", "class": "p", "static class": "p",
+                "struct": "V", "interface": "V", "pending": "V"}[self.kind]
+
+    @property
+    def result_code(self) -> str:
+        """The signature character of the return value of this wire."""
+        if self.scalar is not None:
+            return self.scalar.code
+        return {"void": "v", "string": "O", "bytes": "O", "object": "O", "class": "p", "static class": "p",
+                "struct": "p", "interface": "v", "pending": "v"}[self.kind]
+
+    @property
+    def out_code(self) -> str:
+        """The signature character of a trailing out record, or nothing."""
+        return {"interface": "o", "pending": "k"}.get(self.kind, "")
+
+    @property
+    def runtime_wire(self) -> str:
+        """The enumerator of the runtime's Wire."""
+        if self.scalar is not None:
+            return self.scalar.wire
+        if self.kind == "pending":
+            return self.pending_wire
+        return {"void": "kVoid", "string": "kString", "bytes": "kBytes", "object": "kObject", "class": "kClass",
+                "static class": "kClass", "struct": "kStruct", "interface": "kInterface"}[self.kind]
+
+
+VOID = Wire("void", "void")
