@@ -76,7 +76,8 @@ except TypeError:
 
 CASES = [
     _case("property read", PROPERTY_TARGET, "s = M.Size(4, 3)", "s.width", ("s = qt.QSize(4, 3)", "s.width()")),
-    _case("property write", PROPERTY_TARGET, "s = M.Size(4, 3)", "s.width = 7", ("s = qt.QSize(4, 3)", "s.setWidth(7)")),
+    _case("property write", PROPERTY_TARGET, "s = M.Size(4, 3)", "s.width = 7",
+          ("s = qt.QSize(4, 3)", "s.setWidth(7)")),
     _case("method, two integers", CALL_TARGET, "r = M.Rectangle(0, 0, 9, 9)", "r.contains(3, 4)",
           ("r = qt.QRect(0, 0, 9, 9)", "r.contains(3, 4)")),
     _case("static method, string", CALL_TARGET, "f = M.Color.from_name", 'f("red")',

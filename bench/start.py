@@ -27,13 +27,14 @@ while todo:
     for value in vars(module).values():
         if isinstance(value, enum.EnumType):
             found[id(value)] = value
-        elif isinstance(value, types.ModuleType) and value.__name__.startswith("zelmor.imaging") and id(value) not in seen:
-            todo.append(value)
+        elif isinstance(value, types.ModuleType) and id(value) not in seen:
+            if value.__name__.startswith("zelmor.imaging"):
+                todo.append(value)
 plans = [(e.__mro__[1], e.__name__, {n: m.value for n, m in e.__members__.items()}) for e in found.values()]
 plans = [(enum.IntFlag if issubclass(e, enum.IntFlag) else enum.IntEnum, n, m) for e, n, m in plans]
 start = time.perf_counter()
 for base, name, members in plans:
-    enum.EnumType.__call__(base, name, members)
+    base(name, members)
 print(len(plans), sum(len(m) for _, _, m in plans), time.perf_counter() - start)
 """
 
