@@ -5,6 +5,9 @@
 #   make build    an importable package in build/python
 #   make bench    speed against hand-written C, pybind11 and PyQt5; import time; sizes; memory
 #   make fuzz     the property tests with many more examples
+#   make debug-test, make sanitize, make valgrind
+#                 the tests in Python under the debug interpreter, the address and undefined-behaviour sanitizers,
+#                 and valgrind (slow: name some with TESTS=tests/python/test_x.py)
 #   make lint     formatting, clang-tidy, flake8, mypy
 #   make format   format the C++ sources in place
 #   make setup    install every Debian package of packages.txt
@@ -16,18 +19,20 @@ PYTHON := /usr/bin/python3
 # No byte code beside the sources, and no other copy of the package than the one just built.
 RUN := PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(BUILD)/python $(PYTHON)
 
+# Looked up when it is used, since the set-up may just have installed it.
+LAUNCHER = $(if $(wildcard /usr/bin/ccache),-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+
 .DEFAULT_GOAL := build
 # The prerequisites below stand in order: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test bench fuzz lint format clean
+.PHONY: setup build demo test bench fuzz debug-test sanitize valgrind lint format clean
 
 setup:
 	@tools/setup.sh
 
 # CMake runs again by itself when its files change; only the first time it has to be asked.
 build: setup-build
-	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja \
-	    $(if $(wildcard /usr/bin/ccache),-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER)
 	@cmake --build $(BUILD) -j $(JOBS)
 
 demo: setup-demo build
@@ -45,6 +50,20 @@ bench: setup-bench build
 fuzz: setup-test build
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --fuzz $(TESTS)
 
+debug-test: setup-test setup-check build
+	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under debug $(TESTS)
+
+# A build tree of its own; only what the tests in Python use.
+sanitize: setup-test
+	@cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) \
+	    -DCMAKE_CXX_FLAGS="-O1 -fno-omit-frame-pointer -fsanitize=address,undefined" \
+	    -DCMAKE_C_FLAGS="-O1 -fno-omit-frame-pointer -fsanitize=address,undefined" >/dev/null
+	@cmake --build $(BUILD)-sanitize -j $(JOBS)
+	@$(PYTHON) tools/run_tests.py --build $(BUILD)-sanitize --under sanitizers $(TESTS)
+
+valgrind: setup-test setup-check build
+	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under valgrind $(TESTS)
+
 lint: setup-lint build
 	@tools/lint.sh $(BUILD)
 
@@ -52,8 +71,8 @@ format: setup-lint
 	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format -i
 
 clean:
-	rm -rf $(BUILD)
+	rm -rf $(BUILD) $(BUILD)-sanitize
 
-.PHONY: setup-build setup-demo setup-test setup-bench setup-lint
-setup-build setup-demo setup-test setup-bench setup-lint: setup-%:
+.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint
+setup-build setup-demo setup-test setup-bench setup-check setup-lint: setup-%:
 	@tools/setup.sh -q build $(filter-out build,$*)

@@ -7,6 +7,7 @@ and nothing failed. It knows nothing about any single test.
 
 import argparse
 import os
+import shutil
 import subprocess
 import sys
 import xml.etree.ElementTree as ElementTree
@@ -61,10 +62,34 @@ def run(name: str, command: list[str], report: Path, environment: dict[str, str]
     return count, code == 0 and count.failed == 0 and count.passed > 0
 
 
+def watched(under: str | None, environment: dict[str, str]) -> list[str]:
+    """The interpreter that runs pytest, watched by a tool if one is asked for, and what the tool needs to be told."""
+    if under == "debug":
+        return ["/usr/bin/python3-dbg", "-X", "dev"]
+    if under == "sanitizers":
+        # The interpreter itself is not instrumented, so the tool's libraries have to be there before its own.
+        names = ["libasan.so", "libubsan.so", "libstdc++.so"]
+        paths = [subprocess.run(["g++", f"-print-file-name={name}"], check=True, text=True, capture_output=True).stdout
+                 for name in names]
+        environment["LD_PRELOAD"] = " ".join(path.strip() for path in paths)
+        # The interpreter keeps memory to its end by design; lost handles are found by the tests themselves.
+        environment["ASAN_OPTIONS"] = "detect_leaks=0:abort_on_error=1"
+        environment["UBSAN_OPTIONS"] = "halt_on_error=1:print_stacktrace=1"
+    if under == "valgrind":
+        environment["PYTHONMALLOC"] = "malloc"
+        valgrind = shutil.which("valgrind") or "valgrind"
+        return [valgrind, "-q", "--error-exitcode=99", "--exit-on-first-error=no", "--trace-children=no",
+                "--suppressions=/usr/lib/valgrind/python3.supp", PYTHON]
+    return [PYTHON]
+
+
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
     parser.add_argument("--fuzz", action="store_true", help="only the tests in Python, with many more examples each")
+    parser.add_argument("--under", choices=("debug", "sanitizers", "valgrind"),
+                        help="only the tests in Python, under the debug interpreter or a memory checker; for the "
+                             "sanitizers the build tree must be one that was made for them")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="processes at a time")
     parser.add_argument("tests", nargs="*", help="only these tests in Python, named as for pytest")
     arguments = parser.parse_args()
@@ -76,7 +101,7 @@ def main() -> int:
         environment["HYPOTHESIS_PROFILE"] = "fuzz"
     total, content = Count(), True
 
-    if not arguments.fuzz and not arguments.tests:
+    if not (arguments.fuzz or arguments.under or arguments.tests):
         report = build / "ctest.xml"
         command = ["ctest", "--test-dir", str(build), "--output-on-failure", "--progress", "-j", str(arguments.jobs),
                    "--output-junit", str(report)]
@@ -84,8 +109,9 @@ def main() -> int:
         total, content = total + count, content and well
 
     report = build / "pytest.xml"
-    command = [PYTHON, "-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
-    command += ["-n", str(arguments.jobs)] if arguments.jobs > 1 and not arguments.tests else []
+    command = watched(arguments.under, environment)
+    command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
+    command += ["-n", str(arguments.jobs)] if arguments.jobs > 1 and not (arguments.tests or arguments.under) else []
     count, well = run("pytest", command + (arguments.tests or ["tests/python"]), report, environment)
     total, content = total + count, content and well
 
