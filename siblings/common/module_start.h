@@ -1,0 +1,31 @@
+// The start-up that the sibling modules have in common, in the order and with the codes of the imaging module's.
+//
+// A sibling says what differs: its names, what it takes from other siblings, what it is made of.
+#pragma once
+
+#include "pyshell/python.h"
+
+namespace zelmor::siblings {
+
+struct SiblingModule {
+    const char* name;      // dotted
+    const char* assembly;  // managed; null where nothing managed stands behind the module
+    const char* product;   // last component of the name
+
+    // Takes over the converters of other siblings; null where there are none. 0, or -1 with an error.
+    int (*import_siblings)(const char* own_name);
+
+    // Takes over the cast result; null where no type of the module has casts. 0, or -1 with an error.
+    int (*import_cast_result)(const char* own_name);
+
+    // The module with what is generated for it. A new reference, or null with an error.
+    PyObject* (*build)();
+
+    // Adds what is written by hand, and the capsules. 0, or -1 with an error.
+    int (*complete)(PyObject* module);
+};
+
+// The work of a module's entry point: the module, or null with ImportError.
+PyObject* start_module(const SiblingModule& sibling);
+
+}  // namespace zelmor::siblings

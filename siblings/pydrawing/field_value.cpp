@@ -1,0 +1,28 @@
+// The field converters of points and rectangles.
+#include "siblings/pydrawing/field_value.h"
+
+#include "convert/range_tests.h"
+#include "convert/scalars.h"
+
+namespace zelmor::siblings {
+
+int read_single_field(PyObject* value, double* out) {
+    float single = 0;
+    if (fn_conv_py_float_to_clr_float(value, &single) == 0) {
+        return 0;
+    }
+    *out = single;
+    return 1;
+}
+
+int read_int32_field(PyObject* value, int32_t* out) {
+    long wide = 0;
+    if (fn_conv_py_long_to_clr_int64(value, &wide) == 0 ||
+        is_clong_value_out_of_clr_range<ValueSubjTrait, int>(wide, PyExc_OverflowError)) {
+        return 0;
+    }
+    *out = static_cast<int32_t>(wide);
+    return 1;
+}
+
+}  // namespace zelmor::siblings

@@ -1,0 +1,28 @@
+// Entry of "zelmor.pyio": how files are opened.
+#include "generated/pyio/pyio.h"
+#include "pyshell/sibling_converters.h"
+#include "siblings/common/capsule.h"
+#include "siblings/common/module_start.h"
+
+namespace {
+
+constexpr zelmor::siblings::ConverterTable<int (*)(PyObject*, int*), PyObject* (*)(int)> kFileModeTable = {
+    wrpPy_conv_py_to_clr_54938D61_FileMode, wrpPy_conv_clr_to_py_54938D61_FileMode};
+
+int complete(PyObject* module) {
+    return zelmor::siblings::add_capsule(module, "zelmor.pyio._C_APIT_FileMode", kFileModeTable);
+}
+
+}  // namespace
+
+PyMODINIT_FUNC PyInit_pyio() {
+    return zelmor::siblings::start_module({
+        .name = "zelmor.pyio",
+        .assembly = "WrpInterop.Zelmor.PyIo",
+        .product = "pyio",
+        .import_siblings = zelmor::import_reflection_capsules,
+        .import_cast_result = zelmor::import_cast_result,
+        .build = wrpPy_mlit_3E6F7283_pyio,
+        .complete = complete,
+    });
+}
