@@ -7,8 +7,8 @@ struct NetcoreVersion {
     int major;
     int minor;
 
-    // Left unset on purpose: a version is only ever read after it was parsed.
-    NetcoreVersion() {}
+    // Leaves both numbers unset: a version is only ever read after it was parsed.
+    NetcoreVersion() = default;
     NetcoreVersion(int major_number, int minor_number) : major(major_number), minor(minor_number) {}
 
     bool operator<(const NetcoreVersion& other) const;
