@@ -23,8 +23,7 @@ bool ExchangeHost::initialize(const char* assembly) {
     return bind(env, names[0], m_get_type_name) && bind(env, names[1], m_set_exception_callback) &&
            bind(env, names[2], m_set_catch_and_clear_error_callback) &&
            bind(env, names[3], m_set_u16_bytes_builder_callback) &&
-           bind(env, names[4], m_set_py_unraisable_str_builder) &&
-           bind(env, names[5], m_set_py_str_builder_callback) &&
+           bind(env, names[4], m_set_py_unraisable_str_builder) && bind(env, names[5], m_set_py_str_builder_callback) &&
            bind(env, names[6], m_set_py_bytes_builder_callback) && bind(env, names[7], m_set_py_obj_api_callbacks) &&
            bind(env, names[8], m_set_py_static_callbacks) && bind(env, names[9], m_set_py_generic_callbacks) &&
            bind(env, names[10], m_free_pending_args) && bind(env, names[11], m_free_instance) &&

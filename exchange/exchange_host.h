@@ -13,7 +13,7 @@
 class HostEnvironment;
 
 class ExchangeHost {
-   public:
+ public:
     ExchangeHost(const ExchangeHost&) = delete;
     ExchangeHost& operator=(const ExchangeHost&) = delete;
 
@@ -47,7 +47,7 @@ class ExchangeHost {
     void init_services() const { m_init_services(); }
     void* box_stc_target(void* handle) const { return m_box_stc_target(handle); }
 
-   private:
+ private:
     ExchangeHost() = default;
     ~ExchangeHost() = default;
 

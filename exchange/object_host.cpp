@@ -21,12 +21,12 @@ ObjectHost::ObjectHost() : m_assembly_name(ExchangeHost::get_instance().get_asse
     const auto& names = kObjectHostEntryPoints;
     // Stops at the first that is missing: the slots behind it stay empty, and nobody reaches them, since the import
     // fails.
-    const bool all_bound =
-        bind(env, names[0], m_to_string_of_obj) && bind(env, names[1], m_to_string_of_stc) &&
-        bind(env, names[2], m_get_hash_code_of_obj) && bind(env, names[3], m_get_hash_code_of_stc) &&
-        bind(env, names[4], m_equals_of_obj) && bind(env, names[5], m_equals_of_stc) &&
-        bind(env, names[6], m_is_type_of) && bind(env, names[7], m_get_type_name) &&
-        bind(env, names[8], m_get_obj_type) && bind(env, names[9], m_get_stc_type) && bind(env, names[10], m_dispose);
+    const bool all_bound = bind(env, names[0], m_to_string_of_obj) && bind(env, names[1], m_to_string_of_stc) &&
+                           bind(env, names[2], m_get_hash_code_of_obj) && bind(env, names[3], m_get_hash_code_of_stc) &&
+                           bind(env, names[4], m_equals_of_obj) && bind(env, names[5], m_equals_of_stc) &&
+                           bind(env, names[6], m_is_type_of) && bind(env, names[7], m_get_type_name) &&
+                           bind(env, names[8], m_get_obj_type) && bind(env, names[9], m_get_stc_type) &&
+                           bind(env, names[10], m_dispose);
     m_is_not_valid = !all_bound;
 }
 

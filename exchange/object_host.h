@@ -11,7 +11,7 @@
 class HostEnvironment;
 
 class ObjectHost {
-   public:
+ public:
     ObjectHost(const ObjectHost&) = delete;
     ObjectHost& operator=(const ObjectHost&) = delete;
 
@@ -38,7 +38,7 @@ class ObjectHost {
     int get_stc_type(void* handle, void** out) const { return m_get_stc_type(handle, out); }
     void dispose(void* handle) const { m_dispose(handle); }
 
-   private:
+ private:
     ObjectHost();
     ~ObjectHost() = default;
 

@@ -44,7 +44,7 @@ static_assert(sizeof(PyParamByRef) == 24 && offsetof(PyParamByRef, converter) ==
 
 // A buffer argument with the view that keeps the exporter locked for the length of the call.
 class PyBytesArgBuilder {
-   public:
+ public:
     PyBytesArgBuilder() = default;
     ~PyBytesArgBuilder() { release(); }
     PyBytesArgBuilder(const PyBytesArgBuilder&) = delete;
@@ -59,7 +59,7 @@ class PyBytesArgBuilder {
         m_info = {0, -1, nullptr};
     }
 
-   private:
+ private:
     void release() {
         if (m_info.acquired != 0) {
             PyBuffer_Release(&m_view);
@@ -73,7 +73,7 @@ static_assert(sizeof(Py_buffer) == 80 && sizeof(PyBytesArgBuilder) == 96);
 
 // A path argument with the temporary string that it may point into.
 class PyEphStrArgBuilder {
-   public:
+ public:
     PyEphStrArgBuilder() = default;
     ~PyEphStrArgBuilder() { Py_XDECREF(m_info.owner); }
     PyEphStrArgBuilder(const PyEphStrArgBuilder&) = delete;
@@ -88,14 +88,14 @@ class PyEphStrArgBuilder {
         Py_XDECREF(owner);
     }
 
-   private:
+ private:
     PyEphStrArg m_info = {};
 };
 static_assert(sizeof(PyEphStrArgBuilder) == 24);
 
 // A converted value with the temporary Python object that it came from.
 class PyInterimArgBuilder {
-   public:
+ public:
     PyInterimArgBuilder() = default;
     ~PyInterimArgBuilder() { Py_XDECREF(m_owner); }
     PyInterimArgBuilder(const PyInterimArgBuilder&) = delete;
@@ -104,7 +104,7 @@ class PyInterimArgBuilder {
     void*& value() { return m_value; }
     PyObject*& owner() { return m_owner; }
 
-   private:
+ private:
     void* m_value = nullptr;
     PyObject* m_owner = nullptr;
 };
@@ -114,7 +114,7 @@ static_assert(sizeof(PyInterimArgBuilder) == 16);
 // is filled first; then `operator++` follows each hand-over, and the destructor drops what was not handed over.
 template <size_t N>
 class PyTrPyObjStack {
-   public:
+ public:
     PyTrPyObjStack() = default;
     ~PyTrPyObjStack() {
         for (size_t i = m_handed_over; i < N; ++i) {
@@ -131,7 +131,7 @@ class PyTrPyObjStack {
     }
     PyObject** get_buffer() { return m_slots; }
 
-   private:
+ private:
     PyObject* m_slots[N] = {};
     size_t m_handed_over = 0;
 };

@@ -1,0 +1,67 @@
+// The records of the interop types. Compiled into each module under that module's name.
+//
+// None has a Python base: what a kind also counts as is told by its markers. None has a public constructor, since
+// instances come from the managed side.
+#include "collections/interop.h"
+#include "collections/interop_members.h"
+#include "convert/shl_buffer_view.h"
+
+// Slots that are not named stay null and are left to PyType_Ready.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+
+#define ZELMOR_INTEROP_NAME(name) ZELMOR_MODULE_NAME "._wrpgen._interop." name
+
+// The record of a kind that is a plain wrapper. The slots of wrapped objects are shared as they are, since a wrapper
+// of this module is recognised by its deallocator.
+// clang-format off
+#define ZELMOR_INTEROP_TYPE(name, kind, method_table)                         \
+    {                                                                         \
+        .ob_base = {PyObject_HEAD_INIT(nullptr) 0},                           \
+        .tp_name = ZELMOR_INTEROP_NAME(name),                                 \
+        .tp_basicsize = sizeof(PyClrObject),                                  \
+        .tp_dealloc = reinterpret_cast<destructor>(wrapClrObject_tp_dealloc), \
+        .tp_repr = reinterpret_cast<reprfunc>(wrapClrObject_str),             \
+        .tp_hash = reinterpret_cast<hashfunc>(wrapClrObject_hash),            \
+        .tp_richcompare = wrapClrObject_tp_richcompare,                       \
+        .tp_methods = zelmor::method_table,                                   \
+        .tp_init = wrapClrObject_tp_init_fault,                               \
+        .tp_alloc = PyType_GenericAlloc,                                      \
+        .tp_new = wrpPye_tpsb_##kind##_tp_new,                                \
+    }
+// clang-format on
+
+PyTypeObject wrpPye_tyds_FFFFFFFF_IDisposableWrapper =
+    ZELMOR_INTEROP_TYPE("_IDisposableWrapper", idisposable, disposable_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_IterWrapper = ZELMOR_INTEROP_TYPE("_IterWrapper", iter, iter_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_IterableWrapper = ZELMOR_INTEROP_TYPE("_IterableWrapper", iterable, iterable_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_IColWrapper = ZELMOR_INTEROP_TYPE("_IColWrapper", icol, icol_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_IListWrapper = ZELMOR_INTEROP_TYPE("_IListWrapper", ilist, ilist_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_RoColBaseWrapper =
+    ZELMOR_INTEROP_TYPE("_RoColBaseWrapper", rocolbase, rocolbase_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_ColBaseWrapper = ZELMOR_INTEROP_TYPE("_ColBaseWrapper", colbase, colbase_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_ArrayWrapper = ZELMOR_INTEROP_TYPE("_ArrayWrapper", array, array_methods);
+PyTypeObject wrpPye_tyds_FFFFFFFF_ArrListWrapper = ZELMOR_INTEROP_TYPE("_ArrListWrapper", arrlist, arrlist_methods);
+
+// Without `tp_new`: only the bridge makes views.
+static PyBufferProcs shl_buffer_procs = {wrpPye_blpt_shl_buffer_getbuffer, nullptr};
+PyTypeObject wrpPye_tyds_FFFFFFFF_ShlBufferView = {
+    .ob_base = {PyObject_HEAD_INIT(nullptr) 0},
+    .tp_name = ZELMOR_INTEROP_NAME("_ShlBufferView"),
+    .tp_basicsize = sizeof(PyShlBufferView),
+    .tp_as_buffer = &shl_buffer_procs,
+};
+
+// No text of its own: a stream shows as `object` does.
+PyTypeObject wrpPye_tyds_FFFFFFFF_StreamWrapper = {
+    .ob_base = {PyObject_HEAD_INIT(nullptr) 0},
+    .tp_name = ZELMOR_INTEROP_NAME("_StreamWrapper"),
+    .tp_basicsize = sizeof(PyShStreamObject),
+    .tp_dealloc = reinterpret_cast<destructor>(wrapClrObject_tp_dealloc),
+    .tp_hash = reinterpret_cast<hashfunc>(wrapClrObject_hash),
+    .tp_richcompare = wrapClrObject_tp_richcompare,
+    .tp_methods = zelmor::stream_methods,
+    .tp_getset = zelmor::stream_getset,
+    .tp_init = wrapClrObject_tp_init_fault,
+    .tp_alloc = PyType_GenericAlloc,
+    .tp_new = wrpPye_tpsb_stream_tp_new,
+};

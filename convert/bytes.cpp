@@ -1,0 +1,104 @@
+// Byte data in both directions, and the callbacks by which the managed side holds a buffer in memory of its own.
+#include "convert/bytes.h"
+
+#include <cstring>
+#include <limits>
+
+#include "convert/shl_buffer_view.h"
+
+namespace {
+
+// The exporter refuses a plain buffer. If it offers one with strides, the reason is that the memory has gaps; the
+// strided view is then kept for the holder to release, as after any other refusal of a buffer in hand.
+bool acquire_strided_view(PyObject* object, Py_buffer* view, PyBytesArg* out) {
+    PyErr_Clear();
+    if (PyObject_GetBuffer(object, view, PyBUF_FULL_RO) != 0) {
+        PyErr_Clear();
+        return false;
+    }
+    if (PyBuffer_IsContiguous(view, 'C')) {
+        PyBuffer_Release(view);
+        return false;
+    }
+    out->acquired = 1;
+    return true;
+}
+
+}  // namespace
+
+int fn_conv_py_bytes_to_clr_bytes(PyObject* object, PyBytesArgBuilder* out) {
+    return fn_conv_py_bytes_to_clr_bytes_value(object, out->get_view(), out->get_info());
+}
+
+int fn_conv_py_bytes_to_clr_bytes_value(PyObject* object, Py_buffer* view, PyBytesArg* out) {
+    if (object == Py_None) {
+        out->length = -1;
+        return 1;
+    }
+    if (!PyObject_CheckBuffer(object)) {
+        PyErr_Format(PyExc_TypeError, "can't build byte[] from '%s'", Py_TYPE(object)->tp_name);
+        return 0;
+    }
+    return fn_read_py_buffer(object, view, out);
+}
+
+int fn_read_py_buffer(PyObject* object, Py_buffer* view, PyBytesArg* out) {
+    if (PyObject_GetBuffer(object, view, PyBUF_SIMPLE) == 0) {
+        out->acquired = 1;
+    } else if (!acquire_strided_view(object, view, out)) {
+        PyErr_SetString(PyExc_BufferError, "can't get internal buffer");
+        return 0;
+    }
+    // From here on the view is in hand, and stays so on failure: whoever holds the record releases it.
+    if (!PyBuffer_IsContiguous(view, 'C')) {
+        PyErr_SetString(PyExc_BufferError, "buffer is not contiguous");
+        return 0;
+    }
+    if (view->len > std::numeric_limits<int32_t>::max()) {
+        PyErr_SetString(PyExc_BufferError, "buffer is too long");
+        return 0;
+    }
+    out->length = static_cast<int32_t>(view->len);
+    out->data = view->buf;
+    return 1;
+}
+
+PyObject* fn_create_shlbuffer_view(void* data, long size, int readonly) {
+    PyObject* object = PyType_GenericNew(&wrpPye_tyds_FFFFFFFF_ShlBufferView, nullptr, nullptr);
+    if (object == nullptr) {
+        return nullptr;
+    }
+    auto* view = reinterpret_cast<PyShlBufferView*>(object);
+    view->data = data;
+    view->size = size;
+    view->readonly = readonly;
+    return object;
+}
+
+int wrpPye_blpt_shl_buffer_getbuffer(PyObject* self, Py_buffer* view, int flags) {
+    const auto* shown = reinterpret_cast<PyShlBufferView*>(self);
+    return PyBuffer_FillInfo(view, self, shown->data, shown->size, shown->readonly, flags);
+}
+
+// Callbacks.
+
+// A managed array comes as `bytearray`, which Python code may go on working with.
+PyObject* fn_conv_clr_bytes_to_py_bytes(const char* data, int length) {
+    return PyByteArray_FromStringAndSize(data, length);
+}
+
+size_t fn_get_sizeof_py_byffer() {
+    return sizeof(Py_buffer);
+}
+
+void fn_create_py_byffer(void* view) {
+    std::memset(view, 0, sizeof(Py_buffer));
+}
+
+int fn_read_py_buffer_view(PyObject* object, void* view, PyBytesArg* out) {
+    return fn_read_py_buffer(object, static_cast<Py_buffer*>(view), out);
+}
+
+void fn_release_py_buffer(void* view) {
+    PyBuffer_Release(static_cast<Py_buffer*>(view));
+}
