@@ -1,0 +1,44 @@
+"""Each shared object exports its entry points alone, so that nothing is shared between modules by accident."""
+
+from __future__ import annotations
+
+import subprocess
+from pathlib import Path
+
+import pytest
+from startup_process import BUILD_DIR, TEST_RUNTIME, WRAPPER
+
+PACKAGE = BUILD_DIR / "python" / "zelmor"
+RUNTIME = PACKAGE / "_runtime" / "netcore3.1"
+MODULES = ["imaging", "pycore", "pydrawing", "pygc", "pyio", "pyreflection"]
+
+
+def exports(library: Path) -> set[str]:
+    """The dynamic symbols that a shared object defines."""
+    listing = subprocess.run(["nm", "-D", "--defined-only", library], capture_output=True, text=True, check=True)
+    return {line.split()[-1].split("@")[0] for line in listing.stdout.splitlines()}
+
+
+@pytest.mark.parametrize("module", MODULES)
+def test_module(module: str) -> None:
+    (library,) = PACKAGE.rglob(f"{module}.cpython-*.so")
+    assert exports(library) == {f"PyInit_{module}", "ZelmorDomainName"}
+
+
+@pytest.mark.parametrize("directory", [RUNTIME, TEST_RUNTIME], ids=["product", "tests"])
+def test_wrapper_library(directory: Path) -> None:
+    assert exports(directory / WRAPPER) == {
+        "coreclr_wrap_load",
+        "coreclr_wrap_initialize",
+        "coreclr_wrap_create_delegate",
+        "coreclr_wrap_shutdown",
+        "coreclr_wrap_is_domain_initialized",
+    }
+
+
+def test_embedded_runtime() -> None:
+    assert exports(RUNTIME / "libcoreclr.so") == {
+        "coreclr_initialize",
+        "coreclr_create_delegate",
+        "coreclr_shutdown_2",
+    }
