@@ -1,0 +1,112 @@
+// What the embedded runtime asks of an image library: pictures in memory, and the backend that makes them.
+//
+// The implementation is a shared object of its own, loaded at the first use of an image, so that nothing here may name
+// a type of the library behind it. All failures are PictureError. A picture is used by one thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/picture_error.h"
+
+namespace zelmor::imagework {
+
+// How a picture is resampled. Where the library has no kernel of that name the implementation says what it takes.
+enum class Resampling : uint8_t {
+    kNearest,
+    kBilinear,
+    kCatmullRom,
+    kMitchell,
+    kLanczos,
+    kHighQuality,
+    kAdaptive,
+    kBSpline,
+};
+
+// An encoded picture, owned by whoever holds it.
+struct EncodedBytes {
+    std::shared_ptr<const uint8_t> data;
+    size_t size = 0;
+};
+
+// A picture in memory: 8 or 16 bits per channel, gray or RGB, with or without alpha.
+class Picture {
+ public:
+    virtual ~Picture() = default;
+
+    virtual int32_t width() const = 0;
+    virtual int32_t height() const = 0;
+    virtual bool has_alpha() const = 0;
+    virtual bool is_gray() const = 0;
+    virtual int bits_per_channel() const = 0;
+    virtual int frame_count() const = 0;  // of the file it came from; the picture is the first of them
+    virtual Resolution resolution() const = 0;
+    virtual void set_resolution(Resolution resolution) = 0;
+
+    // A picture of its own with the same pixels; they are shared until either is written to.
+    virtual std::unique_ptr<Picture> copy() const = 0;
+
+    // Single pixels and blocks of them, row by row. A picture without alpha drops the alpha of what it is given; a gray
+    // one becomes RGB when it is given a colour.
+    virtual Argb get_argb(int32_t x, int32_t y) const = 0;
+    virtual void set_argb(int32_t x, int32_t y, Argb color) = 0;
+    virtual void read_argb(const Rect& area, std::span<Argb> out) const = 0;
+    virtual void write_argb(const Rect& area, std::span<const Argb> pixels) = 0;
+
+    virtual void crop(const Rect& area) = 0;
+    // Resamples to the size given.
+    virtual void resize(int32_t width, int32_t height, Resampling resampling) = 0;
+    // Puts the picture unscaled on a canvas of the size given, its corner at (x, y), and cuts what lies outside.
+    virtual void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) = 0;
+    // Turns clockwise by quarters, then mirrors.
+    virtual void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) = 0;
+    // Turns clockwise around the centre; `grow` enlarges the canvas to what the turned picture needs.
+    virtual void rotate(double degrees, bool grow, Argb background) = 0;
+
+    virtual void grayscale() = 0;
+    virtual void adjust_brightness(int32_t brightness) = 0;             // -255 to 255
+    virtual void adjust_contrast(double contrast) = 0;                  // -100 to 100
+    virtual void adjust_gamma(double red, double green, double blue) = 0;
+    virtual void binarize_fixed(uint8_t threshold) = 0;                 // white is what is above it
+    virtual void binarize_otsu() = 0;
+    // White is what is not darker than its window's mean by the fraction given.
+    virtual void binarize_bradley(double difference, int32_t window) = 0;
+    // Replaces pixels none of whose channels differs by more than `tolerance`.
+    virtual void replace_color(Argb old_color, uint8_t tolerance, Argb new_color) = 0;
+    virtual void replace_rgb(Argb new_color) = 0;  // of every pixel; alpha stays
+
+    virtual double opacity() const = 0;  // mean alpha, 0 to 1
+
+    virtual EncodedBytes encode(const Encoding& encoding) const = 0;
+};
+
+class Backend {
+ public:
+    virtual ~Backend() = default;
+
+    // Decodes the whole picture; the bytes are not needed afterwards.
+    virtual std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
+
+    // A canvas of one colour; gray only where that colour is.
+    virtual std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) = 0;
+
+    // Between sRGB and the library's own CMYK profile; four bytes C, M, Y, K per pixel.
+    virtual void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk) = 0;
+    virtual void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors) = 0;
+
+    // "libvips 8.14.1"
+    virtual std::string library() const = 0;
+};
+
+// Refuses a picture of more bytes than a managed array may have; throws PictureError(kTooLarge).
+void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel);
+
+// The entry point of the shared object. The backend lives as long as the process.
+using BackendFunction = Backend* (*)();
+constexpr const char* kBackendSymbol = "zelmor_imagework_backend";
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,31 @@
+// BMP read and written by ourselves: the image library would hand it to a much larger one, without a say in the number
+// of bits, the compression, or in what becomes of a damaged file.
+//
+// Rasters in, rasters out, 8 bits per channel; no other image work.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "runtime/native/imagework/formats.h"
+
+namespace zelmor::imagework {
+
+struct Raster {
+    int32_t width = 0;
+    int32_t height = 0;
+    int bands = 3;  // 1 gray, 3 RGB, 4 RGBA
+    std::vector<uint8_t> pixels;
+    std::optional<Resolution> resolution;
+};
+
+// Throws PictureError: kDamaged, kUnsupported or kTooLarge.
+Raster decode_bmp(std::span<const uint8_t> data, const DecodeOptions& options);
+
+// The raster must fit the encoding: at most 2^bits colours for 1, 4 and 8 bits per pixel, bands 3 or 4.
+std::vector<uint8_t> encode_bmp(std::span<const uint8_t> pixels, int32_t width, int32_t height, int bands,
+                                const BmpEncoding& encoding, Resolution resolution);
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,180 @@
+// Decoding of all formats. The format is found from the first bytes, never from a name, and only the one loader that
+// belongs to it sees the data.
+#include "runtime/native/imagework/decode.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "runtime/native/imagework/bmp_codec.h"
+#include "runtime/native/imagework/probe.h"
+#include "runtime/native/imagework/vips_picture.h"
+
+using vips::VImage;
+
+namespace zelmor::imagework {
+namespace {
+
+const char* loader_of(Format format) {
+    switch (format) {
+        case Format::kGif:
+            return "gifload_buffer";
+        case Format::kJpeg:
+            return "jpegload_buffer";
+        case Format::kPng:
+            return "pngload_buffer";
+        case Format::kTiff:
+            return "tiffload_buffer";
+        case Format::kWebp:
+            return "webpload_buffer";
+        default:
+            return nullptr;
+    }
+}
+
+std::string label(Format format, const char* what) { return std::string("the ") + format_name(format) + " data " + what; }
+
+// Opens the data; pixels are decoded from top to bottom when they are asked for.
+VImage opened(std::span<const uint8_t> data, Format format, VipsFailOn fail_on) {
+    VipsBlob* blob = vips_blob_new(nullptr, data.data(), data.size());
+    VImage image;
+    try {
+        VImage::call(loader_of(format), VImage::option()
+                                            ->set("buffer", blob)
+                                            ->set("out", &image)
+                                            ->set("access", VIPS_ACCESS_SEQUENTIAL)
+                                            ->set("fail_on", fail_on));
+    } catch (...) {
+        vips_area_unref(VIPS_AREA(blob));
+        throw;
+    }
+    vips_area_unref(VIPS_AREA(blob));
+    return image;
+}
+
+int frames_in(const VImage& image) {
+    return image.get_typeof("n-pages") == 0 ? 1 : std::max(1, image.get_int("n-pages"));
+}
+
+// Colours into sRGB. CMYK always, by its own profile or the library's; others only when it is asked for.
+VImage in_srgb(const VImage& image, bool convert_profile) {
+    bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
+    bool has_profile = image.get_typeof(VIPS_META_ICC_NAME) != 0;
+    if (!cmyk && !(convert_profile && has_profile)) return image;
+    VImage result = image.icc_transform(
+        "srgb", VImage::option()
+                    ->set("embedded", true)
+                    ->set("input_profile", cmyk ? "cmyk" : "srgb")
+                    ->set("depth", image.format() == VIPS_FORMAT_USHORT ? 16 : 8));
+    result = result.copy();
+    result.remove(VIPS_META_ICC_NAME);  // it described the colours as they were
+    return result;
+}
+
+// A file that says nothing about its resolution comes with one pixel per millimetre.
+VImage with_resolution(const VImage& image) {
+    if (image.xres() != 1.0 || image.yres() != 1.0) return image;
+    return image.copy(VImage::option()
+                          ->set("xres", kDefaultResolution.horizontal / 25.4)
+                          ->set("yres", kDefaultResolution.vertical / 25.4));
+}
+
+std::unique_ptr<Picture> picture_of(const VImage& image, const DecodeOptions& options) {
+    check_picture_size(image.width(), image.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image())));
+    return std::make_unique<VipsPicture>(with_resolution(in_srgb(image, options.convert_profile)), frames_in(image));
+}
+
+// The number of complete rows at the top of damaged data.
+int32_t intact_rows(std::span<const uint8_t> data, Format format) {
+    VImage image = opened(data, format, VIPS_FAIL_ON_TRUNCATED);
+    int32_t rows = 0;
+    try {
+        VipsRect strip{0, 0, image.width(), 1};
+        VipsRegion* region = vips_region_new(image.get_image());
+        while (strip.top < image.height() && vips_region_prepare(region, &strip) == 0) {
+            rows = ++strip.top;
+        }
+        g_object_unref(region);
+    } catch (const vips::VError&) {
+        vips_error_clear();
+    }
+    vips_error_clear();
+    return rows;
+}
+
+// What can be read of damaged data, with the background where nothing could be.
+std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, Format format, const DecodeOptions& options) {
+    VImage image = opened(data, format, VIPS_FAIL_ON_NONE);
+    auto picture = picture_of(image, options);
+    if (options.recovery == Recovery::kConsistent) {
+        int32_t rows = 0;
+        try {
+            rows = intact_rows(data, format);
+        } catch (const vips::VError&) {
+            vips_error_clear();
+        }
+        int32_t width = picture->width();
+        int32_t height = picture->height();
+        if (rows == 0) {
+            throw PictureError(Failure::kDamaged, label(format, "has no complete row"));
+        }
+        if (rows < height) {
+            picture->crop({0, 0, width, rows});
+            picture->place(width, height, 0, 0, options.background);
+        }
+    }
+    return picture;
+}
+
+std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, Format format, const DecodeOptions& options) {
+    try {
+        return picture_of(opened(data, format, VIPS_FAIL_ON_ERROR), options);
+    } catch (const vips::VError& error) {
+        std::string text = take_vips_error(error);
+        if (options.recovery != Recovery::kNone) {
+            return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(),
+                           [&] { return recovered(data, format, options); });
+        }
+        throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + text);
+    }
+}
+
+std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const DecodeOptions& options) {
+    Raster raster;
+    try {
+        raster = decode_bmp(data, options);
+    } catch (const PictureError& error) {
+        if (error.kind() != Failure::kDamaged) throw;
+        throw PictureError(Failure::kDamaged, label(Format::kBmp, "is damaged or incomplete") + ": " + error.what());
+    }
+    Resolution resolution = raster.resolution.value_or(kDefaultResolution);
+    return guarded(Failure::kInternal, "the decoded pixels could not be taken over", [&]() -> std::unique_ptr<Picture> {
+        VImage image = VImage::new_from_memory(raster.pixels.data(), raster.pixels.size(), raster.width, raster.height,
+                                               raster.bands, VIPS_FORMAT_UCHAR);
+        VImage owned = VImage::new_memory();
+        image.copy(VImage::option()
+                       ->set("interpretation",
+                             raster.bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
+                       ->set("xres", resolution.horizontal / 25.4)
+                       ->set("yres", resolution.vertical / 25.4))
+            .write(owned);
+        return std::make_unique<VipsPicture>(owned);
+    });
+}
+
+}  // namespace
+
+std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
+    FileFacts facts = probe(data);
+    if (facts.format == Format::kUnknown) {
+        throw PictureError(Failure::kDamaged, "the data is of none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP");
+    }
+    if (!facts.readable && options.recovery == Recovery::kNone) {
+        throw PictureError(Failure::kDamaged, label(facts.format, "has no complete header"));
+    }
+    if (facts.readable) check_picture_size(facts.width, facts.height, 1);
+    return facts.format == Format::kBmp ? decode_raster(data, options)
+                                        : decode_with_vips(data, facts.format, options);
+}
+
+}  // namespace zelmor::imagework

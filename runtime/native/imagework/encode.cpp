@@ -1,0 +1,278 @@
+// From a picture to the bytes of a file: the options of each format, put into the words of the library.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "runtime/native/imagework/bmp_codec.h"
+#include "runtime/native/imagework/jpeg_comment.h"
+#include "runtime/native/imagework/vips_picture.h"
+
+using vips::VImage;
+using vips::VOption;
+
+namespace zelmor::imagework {
+namespace {
+
+[[noreturn]] void unfit(const std::string& text) { throw PictureError(Failure::kEncoding, text); }
+
+void check_sides(const VImage& image, Format format, int most) {
+    if (image.width() > most || image.height() > most) {
+        unfit(std::string(format_name(format)) + " holds at most " + std::to_string(most) + " pixels to a side; the image is " +
+              std::to_string(image.width()) + " by " + std::to_string(image.height()));
+    }
+}
+
+EncodedBytes save(const VImage& image, const char* saver, VOption* options) {
+    VipsBlob* blob = nullptr;
+    image.call(saver, options->set("in", image)->set("buffer", &blob));
+    size_t size = 0;
+    const void* data = vips_blob_get(blob, &size);
+    std::shared_ptr<const uint8_t> owner(static_cast<const uint8_t*>(data),
+                                         [blob](const uint8_t*) { vips_area_unref(VIPS_AREA(blob)); });
+    return {std::move(owner), size};
+}
+
+// Without alpha, over the background or as it is.
+VImage opaque(const VImage& image, const Encoding& encoding) {
+    if (!has_alpha_band(image)) return image;
+    VImage colors = color_bands(image);
+    if (!encoding.blend_alpha) return colors;
+    VImage flat = image.flatten(VImage::option()
+                                    ->set("background", ink(colors, encoding.background))
+                                    ->set("max_alpha", channel_max(image)));
+    return rounded_like(flat, image);
+}
+
+VImage as_gray(const VImage& image) { return with_alpha_of(luma(image), image); }
+
+VImage as_16_bit(const VImage& image) {
+    if (image.format() == VIPS_FORMAT_USHORT) return image;
+    VipsInterpretation kind = is_gray_image(image) ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_RGB16;
+    return image.linear(257.0, 0.0).cast(VIPS_FORMAT_USHORT).copy(VImage::option()->set("interpretation", kind));
+}
+
+VImage as_cmyk(const VImage& image) {
+    VImage result = as_rgb(as_8_bit(image)).icc_transform("cmyk", VImage::option()->set("input_profile", "srgb")
+                                                                      ->set("embedded", true));
+    return result;
+}
+
+// At most 2^bits colours, as the library's quantizer picks them; no dithering, so that fewer colours stay as they are.
+VImage quantized(const VImage& image, int bits) {
+    EncodedBytes png = save(image, "pngsave_buffer", VImage::option()
+                                                         ->set("palette", true)
+                                                         ->set("bitdepth", bits)
+                                                         ->set("dither", 0.0)
+                                                         ->set("Q", 100)
+                                                         ->set("compression", 1));
+    VipsBlob* blob = vips_blob_new(nullptr, png.data.get(), png.size);
+    VImage result = VImage::pngload_buffer(blob).copy_memory();
+    vips_area_unref(VIPS_AREA(blob));
+    return result;
+}
+
+EncodedBytes encode_as(const BmpEncoding& bmp, const VImage& picture, const Encoding& encoding) {
+    VImage image = as_rgb(as_8_bit(bmp.bits_per_pixel == 32 ? picture : opaque(picture, encoding)));
+    if (bmp.bits_per_pixel <= 8) {
+        image = color_bands(as_rgb(as_8_bit(quantized(image, bmp.bits_per_pixel))));
+    }
+    image = image.copy_memory();
+    Resolution resolution{picture.xres() * 25.4, picture.yres() * 25.4};
+    std::span<const uint8_t> pixels(static_cast<const uint8_t*>(image.data()), VIPS_IMAGE_SIZEOF_IMAGE(image.get_image()));
+    auto bytes = std::make_shared<std::vector<uint8_t>>(
+        encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, resolution));
+    return {std::shared_ptr<const uint8_t>(bytes, bytes->data()), bytes->size()};
+}
+
+EncodedBytes encode_as(const GifEncoding& gif, const VImage& picture, const Encoding&) {
+    check_sides(picture, Format::kGif, 65535);
+    VImage image = as_rgb(as_8_bit(picture)).copy();
+    // Settings of the source that the library would otherwise carry over.
+    for (const char* name : {"gif-palette", "n-pages", "page-height", "delay", "loop"}) {
+        if (image.get_typeof(name) != 0 && !(std::string(name) == "loop" && !gif.loops)) image.remove(name);
+    }
+    if (gif.loops) image.set("loop", *gif.loops);
+    return save(image, "gifsave_buffer", VImage::option()
+                                             ->set("bitdepth", gif.palette_bits)
+                                             ->set("dither", 0.0)
+                                             ->set("interlace", gif.interlaced));
+}
+
+EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const Encoding& encoding) {
+    check_sides(picture, Format::kJpeg, 65535);
+    VImage image = as_8_bit(opaque(picture, encoding));
+    switch (jpeg.color) {
+        case JpegColor::kAuto:
+            break;
+        case JpegColor::kGray:
+            image = luma(image);
+            break;
+        case JpegColor::kYcc:
+            image = as_rgb(image);
+            break;
+        case JpegColor::kCmyk:
+            image = as_cmyk(image);
+            break;
+    }
+    EncodedBytes bytes = save(image, "jpegsave_buffer", VImage::option()
+                                                            ->set("Q", jpeg.quality)
+                                                            ->set("interlace", jpeg.progressive)
+                                                            ->set("optimize_coding", true));
+    return jpeg.comment.empty() ? bytes : with_jpeg_comment(bytes, jpeg.comment);
+}
+
+VipsForeignPngFilter png_filter(PngFilter filter) {
+    switch (filter) {
+        case PngFilter::kNone:
+            return VIPS_FOREIGN_PNG_FILTER_NONE;
+        case PngFilter::kSub:
+            return VIPS_FOREIGN_PNG_FILTER_SUB;
+        case PngFilter::kUp:
+            return VIPS_FOREIGN_PNG_FILTER_UP;
+        case PngFilter::kAverage:
+            return VIPS_FOREIGN_PNG_FILTER_AVG;
+        case PngFilter::kPaeth:
+            return VIPS_FOREIGN_PNG_FILTER_PAETH;
+        case PngFilter::kAdaptive:
+            break;
+    }
+    return VIPS_FOREIGN_PNG_FILTER_ALL;
+}
+
+EncodedBytes encode_as(const PngEncoding& png, const VImage& picture, const Encoding& encoding) {
+    VImage image = picture;
+    int depth = png.bit_depth == 0 ? (picture.format() == VIPS_FORMAT_USHORT ? 16 : 8) : png.bit_depth;
+    switch (png.color) {
+        case PngColor::kAuto:
+            break;
+        case PngColor::kGray:
+            image = luma(opaque(image, encoding));
+            break;
+        case PngColor::kTruecolor:
+            image = as_rgb(opaque(image, encoding));
+            break;
+        case PngColor::kIndexed:
+            image = as_rgb(image);
+            break;
+        case PngColor::kGrayAlpha:
+            image = with_alpha(as_gray(image));
+            break;
+        case PngColor::kTruecolorAlpha:
+            image = with_alpha(as_rgb(image));
+            break;
+    }
+    bool indexed = png.color == PngColor::kIndexed;
+    bool gray = image.bands() == 1;
+    if (depth < 8 && !indexed && !gray && png.color != PngColor::kAuto) {
+        unfit("PNG has no form of " + std::to_string(depth) + " bits per channel for this colour type");
+    }
+    if (depth < 8 && !indexed && !gray) depth = 8;
+    if (depth > 8 && indexed) unfit("an indexed PNG has at most 8 bits per pixel");
+    image = depth == 16 ? as_16_bit(image) : as_8_bit(image);
+    VOption* options = VImage::option()
+                           ->set("compression", png.compression_level)
+                           ->set("interlace", png.interlaced)
+                           ->set("filter", png_filter(png.filter))
+                           ->set("bitdepth", depth);
+    if (indexed) options->set("palette", true)->set("dither", 0.0)->set("Q", 100);
+    return save(image, "pngsave_buffer", options);
+}
+
+VipsForeignTiffCompression tiff_compression(TiffCompression compression) {
+    switch (compression) {
+        case TiffCompression::kNone:
+            break;
+        case TiffCompression::kLzw:
+            return VIPS_FOREIGN_TIFF_COMPRESSION_LZW;
+        case TiffCompression::kDeflate:
+            return VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE;
+        case TiffCompression::kPackBits:
+            return VIPS_FOREIGN_TIFF_COMPRESSION_PACKBITS;
+        case TiffCompression::kJpeg:
+            return VIPS_FOREIGN_TIFF_COMPRESSION_JPEG;
+        case TiffCompression::kFax4:
+            return VIPS_FOREIGN_TIFF_COMPRESSION_CCITTFAX4;
+    }
+    return VIPS_FOREIGN_TIFF_COMPRESSION_NONE;
+}
+
+VImage black_and_white(const VImage& image) { return as_8_bit(luma(image)) > 127; }
+
+EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const Encoding& encoding) {
+    VImage image = picture;
+    bool bilevel = tiff.color == TiffColor::kBilevel;
+    switch (tiff.color) {
+        case TiffColor::kAuto:
+            break;
+        case TiffColor::kBilevel:
+            image = black_and_white(opaque(image, encoding));
+            break;
+        case TiffColor::kGray:
+            image = luma(opaque(image, encoding));
+            break;
+        case TiffColor::kRgb:
+            image = as_rgb(opaque(image, encoding));
+            break;
+        case TiffColor::kRgba:
+            image = with_alpha(as_rgb(image));
+            break;
+        case TiffColor::kCmyk:
+            image = as_cmyk(opaque(image, encoding));
+            break;
+    }
+    if (tiff.compression == TiffCompression::kFax4 && !bilevel) {
+        unfit("fax compression takes pictures of one bit per pixel only");
+    }
+    if (tiff.compression == TiffCompression::kJpeg) {
+        if (bilevel) unfit("JPEG compression takes no pictures of one bit per pixel");
+        image = as_8_bit(has_alpha_band(image) ? opaque(image, encoding) : image);
+    }
+    bool lossless = tiff.compression == TiffCompression::kLzw || tiff.compression == TiffCompression::kDeflate;
+    VOption* options = VImage::option()
+                           ->set("compression", tiff_compression(tiff.compression))
+                           ->set("Q", tiff.quality)
+                           ->set("predictor", tiff.predictor && lossless && !bilevel
+                                                  ? VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL
+                                                  : VIPS_FOREIGN_TIFF_PREDICTOR_NONE)
+                           ->set("bigtiff", tiff.big_tiff)
+                           ->set("miniswhite", tiff.min_is_white && image.bands() == 1)
+                           ->set("resunit", VIPS_FOREIGN_TIFF_RESUNIT_INCH);
+    if (bilevel) options->set("bitdepth", 1);
+    if (tiff.tile_width > 0 && tiff.tile_height > 0) {
+        options->set("tile", true)->set("tile_width", tiff.tile_width)->set("tile_height", tiff.tile_height);
+    }
+    return save(image, "tiffsave_buffer", options);
+}
+
+EncodedBytes encode_as(const WebpEncoding& webp, const VImage& picture, const Encoding&) {
+    check_sides(picture, Format::kWebp, 16383);
+    return save(as_rgb(as_8_bit(picture)), "webpsave_buffer",
+                VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality));
+}
+
+// Pixels of one colour become transparent.
+VImage with_transparent(const VImage& image, Argb color) {
+    VImage source = with_alpha(as_rgb(image));
+    VImage colors = color_bands(source);
+    VImage matches = (colors == ink(colors, color)).bandand();
+    std::vector<double> clear = ink(source, color & 0x00FFFFFF);
+    return matches.ifthenelse(clear, source);
+}
+
+}  // namespace
+
+EncodedBytes VipsPicture::encode(const Encoding& encoding) const {
+    std::string what = std::string("the image could not be written as ") + format_name(format_of(encoding));
+    return guarded(Failure::kEncoding, what.c_str(), [&] {
+        VImage image = image_;
+        if (encoding.resolution) {
+            image = image.copy(VImage::option()
+                                   ->set("xres", encoding.resolution->horizontal / 25.4)
+                                   ->set("yres", encoding.resolution->vertical / 25.4));
+        }
+        if (encoding.transparent_color) image = with_transparent(image, *encoding.transparent_color);
+        return std::visit([&](const auto& format) { return encode_as(format, image, encoding); }, encoding.format);
+    });
+}
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,76 @@
+// Names and defaults of the formats, and the limit on the size of a picture.
+#include "runtime/native/imagework/formats.h"
+
+#include <string>
+
+#include "runtime/native/imagework/backend.h"
+
+namespace zelmor::imagework {
+
+const char* format_name(Format format) {
+    switch (format) {
+        case Format::kBmp:
+            return "BMP";
+        case Format::kGif:
+            return "GIF";
+        case Format::kJpeg:
+            return "JPEG";
+        case Format::kPng:
+            return "PNG";
+        case Format::kTiff:
+            return "TIFF";
+        case Format::kWebp:
+            return "WebP";
+        case Format::kUnknown:
+            break;
+    }
+    return "unknown format";
+}
+
+Encoding default_encoding(Format format) {
+    Encoding encoding;
+    switch (format) {
+        case Format::kBmp:
+            encoding.format = BmpEncoding{};
+            break;
+        case Format::kGif:
+            encoding.format = GifEncoding{};
+            break;
+        case Format::kJpeg:
+            encoding.format = JpegEncoding{};
+            break;
+        case Format::kPng:
+            encoding.format = PngEncoding{};
+            break;
+        case Format::kTiff:
+            encoding.format = TiffEncoding{};
+            break;
+        case Format::kWebp:
+            encoding.format = WebpEncoding{};
+            break;
+        case Format::kUnknown:
+            throw PictureError(Failure::kUnsupported, "there is no such format to save to");
+    }
+    return encoding;
+}
+
+Format format_of(const Encoding& encoding) {
+    // In the order of the variant's alternatives.
+    static constexpr Format kFormats[] = {Format::kBmp, Format::kGif,  Format::kJpeg,
+                                          Format::kPng, Format::kTiff, Format::kWebp};
+    static_assert(std::variant_size_v<FormatEncoding> == std::size(kFormats));
+    return kFormats[encoding.format.index()];
+}
+
+void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel) {
+    constexpr int64_t kMaxSide = 10'000'000;
+    constexpr int64_t kMaxBytes = 0x7FFFFFFF;
+    if (width > kMaxSide || height > kMaxSide || width * height * bytes_per_pixel > kMaxBytes) {
+        throw PictureError(Failure::kTooLarge, "a picture of " + std::to_string(width) + " by " +
+                                                   std::to_string(height) + " pixels is larger than the limit of " +
+                                                   std::to_string(kMaxBytes) + " bytes or " +
+                                                   std::to_string(kMaxSide) + " pixels to a side");
+    }
+}
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,118 @@
+// The file formats that the image backend knows, and what can be asked of it when a picture is read or written.
+//
+// Plain data without a library's types: both sides of the boundary of the backend's shared object include this.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace zelmor::imagework {
+
+enum class Format : uint8_t { kUnknown, kBmp, kGif, kJpeg, kPng, kTiff, kWebp };
+
+// "PNG", "JPEG", ...; for messages.
+const char* format_name(Format format);
+
+struct Resolution {
+    double horizontal;  // dots per inch
+    double vertical;
+    bool operator==(const Resolution&) const = default;
+};
+
+// What a picture has whose file does not tell, as a screen has.
+constexpr Resolution kDefaultResolution{96.0, 96.0};
+
+struct Rect {
+    int32_t x;
+    int32_t y;
+    int32_t width;
+    int32_t height;
+    bool operator==(const Rect&) const = default;
+};
+
+// Colours cross as 0xAARRGGBB, never premultiplied.
+using Argb = uint32_t;
+constexpr Argb kWhite = 0xFFFFFFFF;
+constexpr Argb kBlack = 0xFF000000;
+
+enum class Recovery : uint8_t {
+    kNone,        // damaged data is an error
+    kConsistent,  // keep the rows before the damage, fill the rest with the background
+    kMaximal,     // keep everything that the decoder makes of the data
+};
+
+struct DecodeOptions {
+    Recovery recovery = Recovery::kNone;
+    Argb background = kWhite;      // fills what was lost
+    bool convert_profile = false;  // to sRGB, by the embedded colour profile
+};
+
+enum class BmpCompression : uint8_t { kRgb, kRle8, kRle4, kBitFields };
+
+struct BmpEncoding {
+    int bits_per_pixel = 24;  // 1, 4, 8, 16, 24 or 32
+    BmpCompression compression = BmpCompression::kRgb;
+};
+
+struct GifEncoding {
+    int palette_bits = 8;  // 1 to 8
+    bool interlaced = false;
+    std::optional<int> loops;  // absent: as the source had it
+};
+
+enum class JpegColor : uint8_t { kAuto, kGray, kYcc, kCmyk };
+
+struct JpegEncoding {
+    int quality = 75;  // 1 to 100
+    bool progressive = false;
+    JpegColor color = JpegColor::kAuto;
+    std::string comment;  // UTF-8; empty for none
+};
+
+enum class PngColor : uint8_t { kAuto, kGray, kTruecolor, kIndexed, kGrayAlpha, kTruecolorAlpha };
+enum class PngFilter : uint8_t { kNone, kSub, kUp, kAverage, kPaeth, kAdaptive };
+
+struct PngEncoding {
+    PngColor color = PngColor::kAuto;
+    int bit_depth = 0;  // 1, 2, 4, 8 or 16; 0 keeps the picture's own
+    bool interlaced = false;
+    PngFilter filter = PngFilter::kAdaptive;
+    int compression_level = 6;  // 0 to 9
+};
+
+enum class TiffCompression : uint8_t { kNone, kLzw, kDeflate, kPackBits, kJpeg, kFax4 };
+enum class TiffColor : uint8_t { kAuto, kBilevel, kGray, kRgb, kRgba, kCmyk };
+
+struct TiffEncoding {
+    TiffCompression compression = TiffCompression::kLzw;
+    TiffColor color = TiffColor::kAuto;
+    int quality = 75;  // of JPEG inside TIFF
+    bool predictor = false;
+    bool min_is_white = false;
+    bool big_tiff = false;
+    int tile_width = 0;  // 0: strips
+    int tile_height = 0;
+};
+
+struct WebpEncoding {
+    bool lossless = false;
+    int quality = 75;  // 0 to 100
+};
+
+using FormatEncoding = std::variant<BmpEncoding, GifEncoding, JpegEncoding, PngEncoding, TiffEncoding, WebpEncoding>;
+
+struct Encoding {
+    FormatEncoding format;
+    std::optional<Resolution> resolution;    // instead of the picture's own
+    Argb background = kWhite;                // stands behind the picture where the target has no alpha
+    bool blend_alpha = true;                 // otherwise alpha is simply dropped there
+    std::optional<Argb> transparent_color;   // its pixels are written as transparent
+};
+
+// Default for every option of a format.
+Encoding default_encoding(Format format);
+Format format_of(const Encoding& encoding);
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,100 @@
+// Cutting, placing, turning and mirroring.
+#include <cmath>
+
+#include "runtime/native/imagework/vips_picture.h"
+
+using vips::VImage;
+
+namespace zelmor::imagework {
+namespace {
+
+VImage quarter_turned(const VImage& image, int quarters) {
+    static constexpr VipsAngle kAngles[] = {VIPS_ANGLE_D0, VIPS_ANGLE_D90, VIPS_ANGLE_D180, VIPS_ANGLE_D270};
+    return quarters == 0 ? image : image.rot(kAngles[quarters]);
+}
+
+VImage placed(const VImage& image, int32_t width, int32_t height, int32_t x, int32_t y, Argb background) {
+    return image.embed(x, y, width, height,
+                       VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", ink(image, background)));
+}
+
+// Around the centre by any angle. Colours are weighed by their alpha, so that transparent pixels do not bleed.
+VImage turned(const VImage& image, double degrees, bool grow, Argb background) {
+    double angle = degrees * std::acos(-1.0) / 180.0;
+    double cosine = std::cos(angle);
+    double sine = std::sin(angle);
+    int32_t width = image.width();
+    int32_t height = image.height();
+    if (grow) {
+        constexpr double kSlack = 1e-6;  // what rounding adds to an exact whole number
+        width = static_cast<int32_t>(
+            std::ceil(std::fabs(image.width() * cosine) + std::fabs(image.height() * sine) - kSlack));
+        height = static_cast<int32_t>(
+            std::ceil(std::fabs(image.width() * sine) + std::fabs(image.height() * cosine) - kSlack));
+    }
+    bool alpha = has_alpha_band(image);
+    std::vector<double> fill = ink(image, background);
+    VImage source = image;
+    if (alpha) {
+        source = image.premultiply();
+        double share = fill.back() / channel_max(image);
+        for (size_t i = 0; i + 1 < fill.size(); i++) fill[i] *= share;
+    }
+    VImage result = source.affine({cosine, -sine, sine, cosine},
+                                  VImage::option()
+                                      ->set("interpolate", vips::VInterpolate::new_from_name("bicubic"))
+                                      ->set("idx", -(image.width() - 1) / 2.0)
+                                      ->set("idy", -(image.height() - 1) / 2.0)
+                                      ->set("odx", (width - 1) / 2.0)
+                                      ->set("ody", (height - 1) / 2.0)
+                                      ->set("oarea", std::vector<int>{0, 0, width, height})
+                                      ->set("extend", VIPS_EXTEND_BACKGROUND)
+                                      ->set("background", fill)
+                                      ->set("premultiplied", true));
+    return rounded_like(alpha ? result.unpremultiply() : result, image);
+}
+
+}  // namespace
+
+void VipsPicture::crop(const Rect& area) {
+    require_inside(area);
+    apply("the image could not be cropped",
+          [&] { return image_.extract_area(area.x, area.y, area.width, area.height); });
+}
+
+void VipsPicture::place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) {
+    check_picture_size(width, height, static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image_.get_image())));
+    apply("the image could not be placed on its canvas",
+          [&] { return placed(image_, width, height, x, y, background); });
+}
+
+void VipsPicture::rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) {
+    apply("the image could not be rotated", [&] {
+        VImage result = quarter_turned(image_, quarter_turns & 3);
+        if (mirror_x) result = result.fliphor();
+        if (mirror_y) result = result.flipver();
+        return result;
+    });
+}
+
+void VipsPicture::rotate(double degrees, bool grow, Argb background) {
+    double turn = std::fmod(degrees, 360.0);
+    if (turn < 0) turn += 360.0;
+    double quarters = turn / 90.0;
+    if (quarters == std::floor(quarters)) {  // exact, without resampling
+        int32_t width = this->width();
+        int32_t height = this->height();
+        apply("the image could not be rotated", [&] {
+            VImage result = quarter_turned(image_, static_cast<int>(quarters) & 3);
+            if (grow || (result.width() == width && result.height() == height)) return result;
+            return placed(result, width, height, (width - result.width()) / 2, (height - result.height()) / 2,
+                          background);
+        });
+        return;
+    }
+    // The canvas that a turned picture needs is largest at 45 degrees, less than twice each side together.
+    check_picture_size(int64_t{width()} + (grow ? height() : 0), int64_t{height()} + (grow ? width() : 0), 1);
+    apply("the image could not be rotated", [&] { return turned(image_, turn, grow, background); });
+}
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,34 @@
+// What a picture file says about itself in its header: format, size, and the settings that it was saved with.
+//
+// It needs no image library, so that asking for a format costs nothing, and it never trusts a length that it reads.
+// It decodes no pixel: a file whose header is in order can still turn out to be damaged.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "runtime/native/imagework/formats.h"
+
+namespace zelmor::imagework {
+
+struct FileFacts {
+    Format format = Format::kUnknown;
+    bool readable = false;  // the header was complete and made sense; what follows holds only then
+    int64_t width = 0;
+    int64_t height = 0;
+    int bits_per_pixel = 0;
+    bool has_alpha = false;
+    int frame_count = 1;  // as far as the header tells: APNG; otherwise the decoder's answer counts
+    bool is_apng = false;
+    bool is_big_tiff = false;
+    std::optional<Argb> transparent_color;  // one colour or palette entry that stands for "nothing here"
+    std::optional<FormatEncoding> encoding;  // the settings to save it again as it was
+};
+
+// Which format the first bytes belong to; 16 bytes are enough.
+Format sniff(std::span<const uint8_t> data);
+
+FileFacts probe(std::span<const uint8_t> data);
+
+}  // namespace zelmor::imagework

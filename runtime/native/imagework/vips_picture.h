@@ -1,0 +1,72 @@
+// A picture held by the image library: one image in memory, replaced as a whole by each operation.
+//
+// The image always has one of eight forms: 8 or 16 bits, gray or RGB, with or without alpha. Operations stand in files
+// of their own by what they do: geometry, resampling, tones, binarizing, colours, encoding.
+#pragma once
+
+#include <memory>
+
+#include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/vips_support.h"
+
+namespace zelmor::imagework {
+
+class VipsPicture final : public Picture {
+ public:
+    // Takes any image of the library, brings it into one of the eight forms and computes it.
+    explicit VipsPicture(const vips::VImage& image, int frame_count = 1);
+
+    int32_t width() const override { return image_.width(); }
+    int32_t height() const override { return image_.height(); }
+    bool has_alpha() const override { return has_alpha_band(image_); }
+    bool is_gray() const override { return is_gray_image(image_); }
+    int bits_per_channel() const override { return image_.format() == VIPS_FORMAT_USHORT ? 16 : 8; }
+    int frame_count() const override { return frame_count_; }
+    Resolution resolution() const override;
+    void set_resolution(Resolution resolution) override;
+    std::unique_ptr<Picture> copy() const override;
+
+    Argb get_argb(int32_t x, int32_t y) const override;
+    void set_argb(int32_t x, int32_t y, Argb color) override;
+    void read_argb(const Rect& area, std::span<Argb> out) const override;
+    void write_argb(const Rect& area, std::span<const Argb> pixels) override;
+
+    void crop(const Rect& area) override;
+    void resize(int32_t width, int32_t height, Resampling resampling) override;
+    void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) override;
+    void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) override;
+    void rotate(double degrees, bool grow, Argb background) override;
+
+    void grayscale() override;
+    void adjust_brightness(int32_t brightness) override;
+    void adjust_contrast(double contrast) override;
+    void adjust_gamma(double red, double green, double blue) override;
+    void binarize_fixed(uint8_t threshold) override;
+    void binarize_otsu() override;
+    void binarize_bradley(double difference, int32_t window) override;
+    void replace_color(Argb old_color, uint8_t tolerance, Argb new_color) override;
+    void replace_rgb(Argb new_color) override;
+    double opacity() const override;
+
+    EncodedBytes encode(const Encoding& encoding) const override;
+
+ private:
+    struct Shared {};
+    VipsPicture(const VipsPicture& other, Shared);
+
+    // Runs an operation and takes its computed result; a failure leaves the picture as it was.
+    template <class Step>
+    void apply(const char* what, Step&& step) {
+        image_ = guarded(Failure::kInternal, what, [&] { return computed(step()); });
+        exclusive_ = true;
+    }
+    void require_inside(const Rect& area) const;
+    void make_writable();
+    void binarize(const vips::VImage& is_white);
+
+    vips::VImage image_;
+    int frame_count_;
+    mutable bool exclusive_ = true;  // no copy shares the pixels
+};
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,55 @@
+// Start of the image library; see vips_start.h.
+#include "runtime/native/imagework/vips_start.h"
+
+#include <cstdlib>
+#include <string>
+
+#include <vips/vips.h>
+
+#include "runtime/native/imagework/picture_error.h"
+
+namespace zelmor::imagework {
+namespace {
+
+// While it lives, the library looks for its loadable modules where there are none. They serve formats that are not
+// offered here, and loading them takes longer than all the rest of the start.
+class WithoutModules {
+ public:
+    WithoutModules() : present_(std::getenv(kVariable) != nullptr) {
+        if (!present_) setenv(kVariable, "/nonexistent", 0);
+    }
+    ~WithoutModules() {
+        if (!present_) unsetenv(kVariable);
+    }
+    WithoutModules(const WithoutModules&) = delete;
+    WithoutModules& operator=(const WithoutModules&) = delete;
+
+ private:
+    static constexpr const char* kVariable = "VIPSHOME";
+    bool present_;
+};
+
+// What the library has to say beside its errors is not for the terminal of the program that we are a guest of.
+void discard_message(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
+
+}  // namespace
+
+void start_vips() {
+    static const bool started = [] {
+        WithoutModules without_modules;
+        if (vips_init("zelmor") != 0) {
+            std::string text = vips_error_buffer();
+            vips_error_clear();
+            throw PictureError(Failure::kInternal, "the image library could not be started: " + text);
+        }
+        // A result that is kept by the operation's arguments would survive a change of the pixels in place.
+        vips_cache_set_max(0);
+        g_log_set_handler("VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_INFO |
+                                                              G_LOG_LEVEL_MESSAGE | G_LOG_LEVEL_DEBUG),
+                          discard_message, nullptr);
+        return true;
+    }();
+    (void)started;
+}
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,88 @@
+// Small steps that the operations are made of; see vips_support.h.
+#include "runtime/native/imagework/vips_support.h"
+
+#include <algorithm>
+
+#include "runtime/native/imagework/backend.h"
+
+using vips::VImage;
+
+namespace zelmor::imagework {
+
+std::string take_vips_error(const vips::VError& error) {
+    std::string text = error.what();
+    vips_error_clear();
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos;) text.replace(at, 1, "; ");
+    return text;
+}
+
+VImage rounded_like(const VImage& image, const VImage& like) {
+    VImage result = vips_band_format_isint(image.format()) ? image : image.rint();
+    return result.cast(like.format()).copy(VImage::option()->set("interpretation", like.interpretation()));
+}
+
+VImage color_bands(const VImage& image) {
+    return has_alpha_band(image) ? image.extract_band(0, VImage::option()->set("n", image.bands() - 1)) : image;
+}
+
+VImage with_alpha_of(const VImage& colors, const VImage& from) {
+    if (!has_alpha_band(from)) return colors;
+    return colors.bandjoin(from.extract_band(from.bands() - 1));
+}
+
+VImage with_alpha(const VImage& image) {
+    return has_alpha_band(image) ? image : image.bandjoin_const({channel_max(image)});
+}
+
+VImage as_rgb(const VImage& image) {
+    if (!is_gray_image(image)) return image;
+    VImage gray = image.extract_band(0);
+    VipsInterpretation kind =
+        image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB;
+    VImage rgb = gray.bandjoin({gray, gray}).copy(VImage::option()->set("interpretation", kind));
+    return with_alpha_of(rgb, image);
+}
+
+VImage luma(const VImage& image) {
+    if (is_gray_image(image)) return image.extract_band(0);
+    VipsInterpretation kind =
+        image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W;
+    VImage weights = VImage::new_matrixv(3, 1, 0.299, 0.587, 0.114);
+    return rounded_like(color_bands(image).recomb(weights), image)
+        .copy(VImage::option()->set("interpretation", kind));
+}
+
+VImage as_8_bit(const VImage& image) {
+    if (image.format() == VIPS_FORMAT_UCHAR) return image;
+    VipsInterpretation kind = is_gray_image(image) ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB;
+    return image.cast(VIPS_FORMAT_UCHAR, VImage::option()->set("shift", true))
+        .copy(VImage::option()->set("interpretation", kind));
+}
+
+std::vector<double> ink(const VImage& image, Argb color) {
+    double unit = channel_max(image) / 255.0;
+    double a = (color >> 24) * unit;
+    double r = (color >> 16 & 0xFF) * unit;
+    double g = (color >> 8 & 0xFF) * unit;
+    double b = (color & 0xFF) * unit;
+    double gray = static_cast<double>(static_cast<int>(0.299 * r + 0.587 * g + 0.114 * b + 0.5));
+    switch (image.bands()) {
+        case 1:
+            return {gray};
+        case 2:
+            return {gray, a};
+        case 3:
+            return {r, g, b};
+        default:
+            return {r, g, b, a};
+    }
+}
+
+VImage computed(const VImage& image) {
+    size_t bytes_per_pixel = VIPS_IMAGE_SIZEOF_PEL(image.get_image());
+    check_picture_size(image.width(), image.height(), static_cast<int>(bytes_per_pixel));
+    return image.copy_memory();
+}
+
+}  // namespace zelmor::imagework
