@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <type_traits>
 
@@ -23,7 +22,6 @@ using ShutdownFunction = int(void* host_handle, unsigned int domain_id, int* lat
 
 struct Runtime {
     void* library;
-    char* path;
     InitializeFunction* initialize;
     CreateDelegateFunction* create_delegate;
     ShutdownFunction* shutdown;
@@ -70,10 +68,15 @@ bool open_runtime(const char* path, Runtime& runtime) {
         dlclose(runtime.library);
         return false;
     }
-    runtime.path = strdup(path);
-    if (runtime.path) return true;
-    dlclose(runtime.library);
-    return false;
+    return true;
+}
+
+// By file, as the loader compares; the paths may differ.
+bool is_the_open_runtime(const char* path) {
+    void* library = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
+    if (!library) return false;
+    dlclose(library);
+    return library == g_runtime.library;
 }
 
 }  // namespace
@@ -82,7 +85,7 @@ int coreclr_wrap_load(const char* libcoreclr_path) {
     if (!libcoreclr_path) return 0;
     const std::lock_guard<std::mutex> lock(g_mutex);
     // One process holds one runtime: asking for it again is fine, asking for another one is not.
-    if (g_phase != Phase::kUnloaded) return std::strcmp(libcoreclr_path, g_runtime.path) == 0;
+    if (g_phase != Phase::kUnloaded) return is_the_open_runtime(libcoreclr_path);
     Runtime runtime{};
     if (!open_runtime(libcoreclr_path, runtime)) return 0;
     g_runtime = runtime;

@@ -7,7 +7,7 @@
 
 #define ZELMOR_WRAP_API extern "C" [[gnu::visibility("default")]]
 
-/// Opens the runtime library. Not 0 on success, also if the same path is open already.
+/// Opens the runtime library. Not 0 on success, also if this very library is open already.
 ZELMOR_WRAP_API int coreclr_wrap_load(const char* libcoreclr_path);
 
 /// Starts the runtime with one domain. 0 on success, else a status code.

@@ -105,7 +105,11 @@ TEST_F(CoreclrWrap, LoadFailureTellsItsReasonOnlyToATracingPerson) {
 TEST_F(CoreclrWrap, SecondLoadAgreesToTheSameRuntimeOnly) {
     EXPECT_NE(load(runtime.c_str()), 0);
     EXPECT_NE(load(runtime.c_str()), 0);
-    EXPECT_EQ(load(directory.copy_file(FAKE_CORECLR, "other.so").c_str()), 0);
+    std::filesystem::create_symlink(runtime, directory / "link.so");
+    EXPECT_NE(load((directory / "link.so").c_str()), 0);
+    const std::string other = directory.copy_file(FAKE_CORECLR, "other.so");
+    EXPECT_EQ(load(other.c_str()), 0);
+    EXPECT_EQ(dlopen(other.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
     EXPECT_EQ(start(), 0);
 }
 
