@@ -21,6 +21,14 @@ HostEnvironment& start(const char* netcore_dir = nullptr, const char* assembly_d
     return HostEnvironment::instance("3.1", debug, "zelmor", "imaging", netcore_dir, assembly_dir);
 }
 
+// What the trace makes of these lines.
+std::string lines(std::initializer_list<std::string> texts) {
+    std::string all;
+    for (const std::string& text : texts)
+        all += text + "\r\n";
+    return all;
+}
+
 class HostStart : public ::testing::Test {
  protected:
     void SetUp() override {
@@ -237,38 +245,25 @@ TEST_F(HostStart, TraceFollowsTheSteps) {
         start();
     });
     const std::string wrapper_path = netcore_dir + "/" + kWrapper;
-    EXPECT_EQ(child.out,
-              "CLR host tracing enabled\r\n"
-              "Initializing .NET Core host...\r\n"
-              "NETCORE_DIR: '" +
-                  netcore_dir +
-                  "'\r\n"
-                  "PRODUCT_ASSEMBLY_DIR: '" +
-                  netcore_dir +
-                  "'\r\n"
-                  "Loading: '" +
-                  wrapper_path +
-                  "'\r\n"
-                  "Try get module...\r\n"
-                  "No existed module...\r\n"
-                  "wrap dll loaded\r\n"
-                  "Loading2: '" +
-                  netcore_dir +
-                  "/libcoreclr.so'\r\n"
-                  ".NET Core host ready.\r\n"
-                  "Creating default AppDomain...\r\n"
-                  "APP_PATH: '" +
-                  netcore_dir +
-                  "'\r\n"
-                  "APP_NI_PATHS: '" +
-                  netcore_dir +
-                  "'\r\n"
-                  "NATIVE_DLL_SEARCH_DIRECTORIES: '" +
-                  netcore_dir +
-                  "'\r\n"
-                  "Default AppDomain ready.\r\n"
-                  "Shutdowning .NET Core host...\r\n"
-                  ".NET Core host is down: -7\r\n");
+    EXPECT_EQ(child.out, lines({
+                             "CLR host tracing enabled",
+                             "Initializing .NET Core host...",
+                             "NETCORE_DIR: '" + netcore_dir + "'",
+                             "PRODUCT_ASSEMBLY_DIR: '" + netcore_dir + "'",
+                             "Loading: '" + wrapper_path + "'",
+                             "Try get module...",
+                             "No existed module...",
+                             "wrap dll loaded",
+                             "Loading2: '" + netcore_dir + "/libcoreclr.so'",
+                             ".NET Core host ready.",
+                             "Creating default AppDomain...",
+                             "APP_PATH: '" + netcore_dir + "'",
+                             "APP_NI_PATHS: '" + netcore_dir + "'",
+                             "NATIVE_DLL_SEARCH_DIRECTORIES: '" + netcore_dir + "'",
+                             "Default AppDomain ready.",
+                             "Shutdowning .NET Core host...",
+                             ".NET Core host is down: -7",
+                         }));
 }
 
 TEST_F(HostStart, AttachedModuleTracesNoStart) {
