@@ -1,7 +1,6 @@
 // The steps of a sibling's start-up. All siblings are released together and bear one version.
 #include "siblings/common/module_start.h"
 
-#include "exchange/start_up.h"
 #include "pyshell/errors.h"
 #include "pyshell/identifiers.h"
 #include "pyshell/module_version.h"
@@ -26,8 +25,7 @@ int run_steps(const SiblingModule& sibling, PyRef& module) {
     if (sibling.import_cast_result != nullptr && sibling.import_cast_result(sibling.name) < 0) {
         return kCastResultImportFailed;
     }
-    if (sibling.assembly != nullptr &&
-        initialize_clr_host("3.1", sibling.assembly, false, "zelmor", sibling.product) < 0) {
+    if (sibling.start_runtime != nullptr && sibling.start_runtime() < 0) {
         return kRuntimeNotStarted;
     }
     module = PyRef::steal(sibling.build());

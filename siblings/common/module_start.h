@@ -8,15 +8,17 @@
 namespace zelmor::siblings {
 
 struct SiblingModule {
-    const char* name;      // dotted
-    const char* assembly;  // managed; null where nothing managed stands behind the module
-    const char* product;   // last component of the name
+    const char* name;  // dotted
 
     // Takes over the converters of other siblings; null where there are none. 0, or -1 with an error.
     int (*import_siblings)(const char* own_name);
 
     // Takes over the cast result; null where no type of the module has casts. 0, or -1 with an error.
     int (*import_cast_result)(const char* own_name);
+
+    // Starts or joins the runtime for the module's managed assembly; null where nothing managed stands behind the
+    // module, which then does not link the exchange at all. 0, or -1 with an error.
+    int (*start_runtime)();
 
     // The module with what is generated for it. A new reference, or null with an error.
     PyObject* (*build)();

@@ -23,10 +23,9 @@ int complete(PyObject* module) {
 PyMODINIT_FUNC PyInit_pycore() {
     return zelmor::siblings::start_module({
         .name = kName,
-        .assembly = nullptr,
-        .product = "pycore",
         .import_siblings = nullptr,
         .import_cast_result = nullptr,
+        .start_runtime = nullptr,
         .build = build,
         .complete = complete,
     });

@@ -16,12 +16,14 @@ int read_single_field(PyObject* value, double* out) {
 }
 
 int read_int32_field(PyObject* value, int32_t* out) {
+    // The converter of that width refuses what is no integer, in its words, but lets wider values wrap.
+    int wrapped = 0;
     long wide = 0;
-    if (fn_conv_py_long_to_clr_int64(value, &wide) == 0 ||
+    if (fn_conv_py_long_to_clr_int32(value, &wrapped) == 0 || fn_conv_py_long_to_clr_int64(value, &wide) == 0 ||
         is_clong_value_out_of_clr_range<ValueSubjTrait, int>(wide, PyExc_OverflowError)) {
         return 0;
     }
-    *out = static_cast<int32_t>(wide);
+    *out = wrapped;
     return 1;
 }
 

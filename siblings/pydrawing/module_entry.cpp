@@ -1,4 +1,5 @@
 // Entry of "zelmor.pydrawing": the framework's drawing objects, and the value types that are written by hand.
+#include "exchange/start_up.h"
 #include "generated/pydrawing/pydrawing.h"
 #include "pyshell/py_ref.h"
 #include "pyshell/sibling_converters.h"
@@ -72,6 +73,8 @@ int add_handle_capsules(PyObject* module, const HandleCapsule (&capsules)[Count]
     return 0;
 }
 
+int start_runtime() { return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyDrawing", false, "zelmor", "pydrawing"); }
+
 int complete(PyObject* module) {
     PyRef drawing2d = PyRef::steal(PyObject_GetAttrString(module, "drawing2d"));
     PyRef imaging = PyRef::steal(PyObject_GetAttrString(module, "imaging"));
@@ -96,10 +99,9 @@ int complete(PyObject* module) {
 PyMODINIT_FUNC PyInit_pydrawing() {
     return zelmor::siblings::start_module({
         .name = "zelmor.pydrawing",
-        .assembly = "WrpInterop.Zelmor.PyDrawing",
-        .product = "pydrawing",
         .import_siblings = zelmor::import_reflection_capsules,
         .import_cast_result = zelmor::import_cast_result,
+        .start_runtime = start_runtime,
         .build = wrpPy_mlit_173B333E_pydrawing,
         .complete = complete,
     });

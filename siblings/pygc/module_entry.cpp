@@ -1,4 +1,5 @@
 // Entry of "zelmor.pygc": the cast result, which all other modules on the bridge make.
+#include "exchange/start_up.h"
 #include "pyshell/modules.h"
 #include "siblings/common/capsule.h"
 #include "siblings/common/module_start.h"
@@ -18,6 +19,8 @@ struct FunctionTable {
 };
 constexpr FunctionTable kFunctions = {zelmor::siblings::cast_result_new};
 
+int start_runtime() { return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyGc", false, "zelmor", "pygc"); }
+
 int complete(PyObject* module) {
     if (PyShModule_AddType(module, &zelmor::siblings::cast_result_type, "CastResult") < 0) {
         return -1;
@@ -30,10 +33,9 @@ int complete(PyObject* module) {
 PyMODINIT_FUNC PyInit_pygc() {
     return zelmor::siblings::start_module({
         .name = kName,
-        .assembly = "WrpInterop.Zelmor.PyGc",
-        .product = "pygc",
         .import_siblings = nullptr,
         .import_cast_result = nullptr,
+        .start_runtime = start_runtime,
         .build = build,
         .complete = complete,
     });

@@ -1,5 +1,6 @@
 // Entry of "zelmor.pyreflection": System.Object, System.Type and System.Enum, and the capsules through which every
 // other module shows them.
+#include "exchange/start_up.h"
 #include "generated/pyreflection/pyreflection.h"
 #include "pyshell/markers.h"
 #include "pyshell/sibling_converters.h"
@@ -45,6 +46,8 @@ int take_own_converters(const char*) {
     return 0;
 }
 
+int start_runtime() { return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyReflection", false, "zelmor", "pyreflection"); }
+
 int complete(PyObject* module) {
     using zelmor::siblings::add_capsule;
     if (add_capsule(module, "zelmor.pyreflection._C_APIT_Object", kObjectTable) < 0 ||
@@ -60,10 +63,9 @@ int complete(PyObject* module) {
 PyMODINIT_FUNC PyInit_pyreflection() {
     return zelmor::siblings::start_module({
         .name = "zelmor.pyreflection",
-        .assembly = "WrpInterop.Zelmor.PyReflection",
-        .product = "pyreflection",
         .import_siblings = take_own_converters,
         .import_cast_result = zelmor::import_cast_result,
+        .start_runtime = start_runtime,
         .build = wrpPy_mlit_CEE114BD_pyreflection,
         .complete = complete,
     });
