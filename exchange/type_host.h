@@ -28,9 +28,12 @@ class TypeHost {
     TypeHost(const TypeHost&) = delete;
     TypeHost& operator=(const TypeHost&) = delete;
 
+    // Reached on every call of a wrapper, so that only the test stands inline: one load and one branch.
     static Host& get_instance() {
-        static Host host;
-        return host;
+        if (s_instance != nullptr) [[likely]] {
+            return *s_instance;
+        }
+        return make_instance();
     }
 
     bool is_not_valid() const { return m_is_not_valid; }
@@ -49,7 +52,7 @@ class TypeHost {
     ~TypeHost() = default;
 
     // `slots` is the host's table of delegates, one pointer for each name, in this order.
-    void bind(std::span<const char* const> methods, void** slots) {
+    [[gnu::noinline]] void bind(std::span<const char* const> methods, void** slots) {
         const HostEnvironment& environment = running_environment();
         for (const char* method : methods) {
             if (!set_method_ptr(environment, method, slots++)) {
@@ -59,6 +62,14 @@ class TypeHost {
     }
 
    private:
+    [[gnu::noinline, gnu::cold]] static Host& make_instance() {
+        static Host host;
+        s_instance = &host;
+        return host;
+    }
+
+    static inline Host* s_instance = nullptr;
+
     const char* m_assembly_name;
     bool m_is_not_valid = false;
     std::string m_error_msg;

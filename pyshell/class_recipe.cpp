@@ -36,4 +36,9 @@ int refuse_value(const char* what, PyObject* value) {
     return 0;
 }
 
+int refuse_delete(const char* property) {
+    PyErr_Format(PyExc_AttributeError, "can't delete attribute '%s'", property);
+    return -1;
+}
+
 }  // namespace zelmor

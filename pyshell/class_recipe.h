@@ -45,6 +45,9 @@ inline bool report_validity(const PyHostState& state, std::string& message) {
 // Raises TypeError "can't build <what> value from '<type of value>'" and returns 0, as a converter does.
 int refuse_value(const char* what, PyObject* value);
 
+// A setter's answer to `del`: raises AttributeError and returns -1. No managed property can be taken away.
+int refuse_delete(const char* property);
+
 // `tp_new` behind the guard: an empty wrapper. Arguments are the business of `tp_init`.
 inline PyObject* make_empty_wrapper(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
     return PyType_GenericNew(type, args, kwargs);  // zeroes the handle
@@ -53,9 +56,9 @@ inline PyObject* make_empty_wrapper(PyTypeObject* type, PyObject* args, PyObject
 inline void* handle_of(PyObject* wrapper) { return reinterpret_cast<PyClrObject*>(wrapper)->handle; }
 inline void set_handle(PyObject* wrapper, void* handle) { reinterpret_cast<PyClrObject*>(wrapper)->handle = handle; }
 
-// The keyword form of a method as its table entry wants it.
-inline PyCFunction keyword_method(PyCFunctionWithKeywords function) {
-    return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
-}
-
 }  // namespace zelmor
+
+// A function in the form that a table entry wants. Macros, since only a bare cast is a constant: through an inline
+// function the tables would be filled by code at load time.
+#define ZELMOR_KEYWORD_METHOD(function) reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function))
+#define ZELMOR_SELF_METHOD(function) reinterpret_cast<PyCFunction>(function)

@@ -1,0 +1,86 @@
+"""Command line of the generator.
+
+    module CATALOGUE OUT       write the sources of one assembly's wrappers, and the list of them
+    runtime OUT CATALOGUE...   write the tables of the embedded runtime for all assemblies
+    identifiers CATALOGUE      add the rows that identifiers.tab lacks
+"""
+
+from __future__ import annotations
+
+import argparse
+import sys
+from pathlib import Path
+
+from .builder import load
+from .catalogue import read_catalogue
+from .errors import CatalogueError
+from .identifiers import Identifiers
+from .model import Model
+from .writers.enumeration import write_enumeration
+from .writers.header import write_header
+from .writers.module_tree import write_module_tree
+from .writers.runtime_tables import Tables
+from .writers.text import write_if_changed
+from .writers.wrapper import write_wrapper
+
+
+def report(model: Model) -> str:
+    """One line on what is generated and what waits."""
+    pending = model.pending()
+    waiting = ", ".join(f"{count} {reason}" for reason, count in pending.most_common()) or "nothing"
+    return (f"{model.assembly}: {len(model.types)} types, {model.generated()} members generated, "
+            f"{pending.total()} pending ({waiting})")
+
+
+def write_module(catalogue: Path, out: Path) -> Model:
+    """Writes the sources of an assembly below `out` and removes those of types that are gone."""
+    model = load(catalogue)
+    product = out.name
+    files = {out / f"{product}.h": write_header(model, product),
+             out / "module_tree.cpp": write_module_tree(model, product)}
+    for entry in model.types:
+        writer = write_enumeration if entry.is_enum else write_wrapper
+        files[out / f"{entry.full_name}.cpp"] = writer(entry, product)
+    for path, lines in files.items():
+        write_if_changed(path, lines)
+    sources = sorted(str(path) for path in files if path.suffix == ".cpp")
+    write_if_changed(out / "sources.txt", sources)
+    for path in out.glob("*.cpp"):
+        if path not in files:
+            path.unlink()
+    return model
+
+
+def main(arguments: list[str]) -> int:
+    """Runs one command; the exit status is 1 for a catalogue that does not hold together."""
+    parser = argparse.ArgumentParser(prog="generator", description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    commands = parser.add_subparsers(dest="command", required=True)
+    module = commands.add_parser("module")
+    module.add_argument("catalogue", type=Path)
+    module.add_argument("out", type=Path)
+    runtime = commands.add_parser("runtime")
+    runtime.add_argument("out", type=Path)
+    runtime.add_argument("catalogues", type=Path, nargs="+")
+    identifiers = commands.add_parser("identifiers")
+    identifiers.add_argument("catalogue", type=Path)
+    options = parser.parse_args(arguments)
+    try:
+        if options.command == "module":
+            print(report(write_module(options.catalogue, options.out)))
+        elif options.command == "runtime":
+            write_if_changed(options.out, Tables([load(path) for path in options.catalogues]).write())
+        else:
+            table = Identifiers.read(options.catalogue / "identifiers.tab")
+            types = read_catalogue(options.catalogue).types
+            added = table.complete([f"{entry.namespace}.{entry.name}" for entry in types])
+            table.write()
+            print(f"{len(added)} rows added")
+    except CatalogueError as error:
+        print(error, file=sys.stderr)
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,157 @@
+"""Prints one value on its way across: the C++ type, the slot, the converter, the argument and the result."""
+
+from __future__ import annotations
+
+from ..model import Param
+from ..naming import cpp_name
+from ..wires import Wire
+
+
+def argument_type(wire: Wire) -> str:
+    """The C++ type of an argument of a thunk."""
+    if wire.scalar is not None:
+        return wire.scalar.cpp
+    return {"string": "const PyStringArg*", "bytes": "const PyBytesArg*", "object": "const VariantArg*",
+            "class": "void*", "struct": "const VariantArg*", "interface": "const VariantArg*"}[wire.kind]
+
+
+def result_type(wire: Wire) -> str:
+    """The C++ type of the return value of a thunk."""
+    if wire.scalar is not None:
+        return wire.scalar.cpp
+    return {"void": "void", "string": "PyObject*", "bytes": "PyObject*", "object": "PyObject*", "class": "void*",
+            "static class": "void*", "struct": "void*", "interface": "void"}[wire.kind]
+
+
+def out_types(wire: Wire) -> list[str]:
+    """The C++ types of the trailing out records of a result."""
+    return ["PyObjectOutArg*"] if wire.kind == "interface" else []
+
+
+def thunk_types(params: list[Param], result: Wire, instance: bool) -> list[str]:
+    """The C++ types of all arguments of a thunk."""
+    types = ["void*"] if instance else []
+    for param in params:
+        types.append(argument_type(param.wire))
+        if param.by_ref:
+            types.append(f"{argument_type(param.wire)}*")
+    return types + out_types(result)
+
+
+def thunk_names(params: list[Param], result: Wire, instance: bool) -> list[str]:
+    """Names for the same arguments."""
+    names = ["handle"] if instance else []
+    for param in params:
+        names.append(cpp_name(param.name))
+        if param.by_ref:
+            names.append(f"{cpp_name(param.name)}out")
+    return names + ["result"] * len(out_types(result))
+
+
+def slot(wire: Wire, name: str) -> str:
+    """The declaration of the slot that a converter fills, in its empty state."""
+    if wire.scalar is not None:
+        return f"{wire.scalar.cpp} {name}{{}};"
+    return {"string": f"PyStringArg {name}{{-1, 0, nullptr}};", "bytes": f"PyBytesArgBuilder {name};",
+            "class": f"void* {name} = nullptr;"}.get(wire.kind, f"VariantArg {name}{{}};")
+
+
+def converter(wire: Wire) -> str:
+    """The function that fills the slot from a Python value."""
+    if wire.type is not None:
+        return f"wrpPy_conv_py_to_clr_{wire.type.symbol}"
+    if wire.scalar is not None:
+        return wire.scalar.converter
+    return {"string": "fn_conv_py_string_to_clr_string", "bytes": "fn_conv_py_bytes_to_clr_bytes",
+            "object": "fn_conv_py_variant_to_clr_variant"}[wire.kind]
+
+
+def passed(wire: Wire, name: str) -> str:
+    """The expression that hands the slot to a thunk."""
+    if wire.kind in ("scalar", "class"):
+        return name
+    return f"{name}.get_info()" if wire.kind == "bytes" else f"&{name}"
+
+
+def to_python(wire: Wire, value: str) -> str:
+    """The expression that turns a result into a new Python reference."""
+    if wire.type is not None:
+        return f"wrpPy_conv_clr_to_py_{wire.type.symbol}({value})"
+    if wire.scalar is not None:
+        return f"{wire.scalar.builder}({value})"
+    return value  # strings, bytes and objects arrive as Python objects
+
+
+def declared_slots(params: list[Param]) -> list[str]:
+    """Declarations of everything that the parse of these parameters fills."""
+    lines = []
+    for param in params:
+        name = cpp_name(param.name)
+        lines.append(slot(param.wire, name))
+        if param.by_ref:
+            target = f"zelmor::as_arg_converter(&{converter(param.wire)})"
+            lines.append(f"PyParamByRef {name}ref{{nullptr, {target}, &{name}}};")
+            lines.append(slot(param.wire, f"{name}out"))
+    return lines
+
+
+def parse_call(params: list[Param]) -> tuple[list[str], str]:
+    """The keyword list and the expression that is false if the arguments do not parse."""
+    keywords = ", ".join([*(f'"{param.name}"' for param in params), "nullptr"])
+    converters = []
+    for param in params:
+        name = cpp_name(param.name)
+        if param.by_ref:
+            converters.append(f"&fn_conv_py_parbyref_to_clr_parbyref, &{name}ref")
+        else:
+            converters.append(f"&{converter(param.wire)}, &{name}")
+    call = ", ".join(["args", "kwargs", '"' + "O&" * len(params) + '"', "const_cast<char**>(kKeywords)", *converters])
+    parse = f"PyArg_ParseTupleAndKeywords({call})"
+    if any(param.wire.kind == "object" and not param.by_ref for param in params):
+        parse = f"({parse} && !PyErr_Occurred())"  # a variant's instance tests can leave an error behind
+    return [f"static const char* const kKeywords[] = {{{keywords}}};"], parse
+
+
+def call_arguments(params: list[Param], result: Wire, handle: str | None) -> str:
+    """The argument list of a thunk call after a successful parse."""
+    arguments = [handle] if handle is not None else []
+    for param in params:
+        name = cpp_name(param.name)
+        arguments.append(passed(param.wire, name))
+        if param.by_ref:
+            arguments.append(f"&{name}out")
+    if out_types(result):
+        arguments.append("&result")
+    return ", ".join(arguments)
+
+
+def returned(call: str, result: Wire, params: list[Param], failure: str = "return nullptr;") -> list[str]:
+    """The call of a thunk, the test for a pending error, and the return of the converted result."""
+    lines = []
+    if result.kind == "interface":
+        lines += ["PyObjectOutArg result{};", f"{call};"]
+    elif result.kind == "void":
+        lines.append(f"{call};")
+    else:
+        lines.append(f"{result_type(result)} result = {call};")
+    lines += ["if (PyErr_Occurred()) {", f"    {failure}", "}"]
+    lines += _push_out_values(params, failure)
+    lines.append("Py_RETURN_NONE;" if result.kind == "void" else f"return {to_python(result, 'result')};")
+    return lines
+
+
+def _push_out_values(params: list[Param], failure: str) -> list[str]:
+    """Out values are all built first, then handed to their lists in order."""
+    by_ref = [param for param in params if param.by_ref]
+    if not by_ref:
+        return []
+    lines = [f"PyTrPyObjStack<{len(by_ref)}> out_values;"]
+    for index, param in enumerate(by_ref):
+        value = to_python(param.wire, f"{cpp_name(param.name)}out")
+        lines += [f"out_values[{index}] = {value};", "if (PyErr_Occurred()) {", f"    {failure}", "}"]
+    for index, param in enumerate(by_ref):
+        # The list takes the reference over whether or not it can store it.
+        lines += [f"PyObject* out_value_{index} = out_values[{index}];", "++out_values;",
+                  f"if (fn_push_parbyref_outvalue({cpp_name(param.name)}ref.list, out_value_{index}) != 0) {{",
+                  f"    {failure}", "}"]
+    return lines
