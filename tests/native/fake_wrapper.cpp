@@ -60,7 +60,8 @@ struct HandOver {
     void* (*real)(void*);
 };
 
-std::vector<HandOver> g_hand_overs;
+// Never destroyed, as modules still call when this library's exit handlers have run.
+std::vector<HandOver>& g_hand_overs = *new std::vector<HandOver>;
 
 template <int N>
 void* hand_over_thunk(void* argument) {
@@ -86,7 +87,7 @@ void put_thunk_before(const std::string& name, void** delegate) {
 }
 
 bool is_left_out(const std::string& assembly) {
-    static std::map<std::string, int> asked_for;
+    static auto& asked_for = *new std::map<std::string, int>;
     const std::string request = assembly + "," + std::to_string(asked_for[assembly]++);
     const char* left_out = std::getenv("FAKE_WRAP_NO_DELEGATE");
     return left_out && request == left_out;

@@ -7,7 +7,8 @@
 
 namespace {
 
-FakeCoreclr g_state;
+// Never destroyed: the shut-down comes from exit handlers that run behind those of this library.
+FakeCoreclr& g_state = *new FakeCoreclr;
 int g_host;  // only its address counts
 
 void journal(const std::ostringstream& line) {
