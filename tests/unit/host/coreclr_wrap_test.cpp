@@ -69,10 +69,10 @@ TEST_F(CoreclrWrap, HandsEveryCallToTheRuntime) {
     EXPECT_NE(delegate, this);
     EXPECT_EQ(shutdown(), 0);
     EXPECT_EQ(is_domain_initialized(), 0);
-    EXPECT_EQ(state().journal,
-              "initialize /exe domain A=1 B=\n"
-              "delegate 1 7 assembly type method\n"
-              "shutdown 1 7\n");
+    EXPECT_STREQ(state().journal,
+                 "initialize /exe domain A=1 B=\n"
+                 "delegate 1 7 assembly type method\n"
+                 "shutdown 1 7\n");
 }
 
 TEST_F(CoreclrWrap, LoadFailsWithoutARuntimeLibrary) {
@@ -122,7 +122,7 @@ TEST_F(CoreclrWrap, CallsBeforeTheStartAreAnsweredByStatus) {
     ASSERT_NE(load(runtime.c_str()), 0);
     EXPECT_EQ(ask("a", "t", "m"), kStatusNoRuntime);
     EXPECT_EQ(shutdown(), kStatusNoRuntime);
-    EXPECT_EQ(state().journal, "");
+    EXPECT_STREQ(state().journal, "");
 }
 
 TEST_F(CoreclrWrap, RuntimeStartsOnceInAProcess) {
@@ -133,7 +133,7 @@ TEST_F(CoreclrWrap, RuntimeStartsOnceInAProcess) {
     EXPECT_EQ(shutdown(), kStatusNoRuntime);
     EXPECT_EQ(ask("a", "t", "m"), kStatusNoRuntime);
     EXPECT_EQ(start(), kStatusWrongState);
-    EXPECT_EQ(state().journal, "initialize /exe domain A=1 B=\nshutdown 1 7\n");
+    EXPECT_STREQ(state().journal, "initialize /exe domain A=1 B=\nshutdown 1 7\n");
 }
 
 TEST_F(CoreclrWrap, RuntimesOwnStatusIsHandedOn) {
@@ -164,7 +164,7 @@ TEST_F(CoreclrWrap, MissingArgumentsAreAnsweredByStatus) {
     EXPECT_EQ(ask("a", nullptr, "m"), kStatusNullArgument);
     EXPECT_EQ(ask("a", "t", nullptr), kStatusNullArgument);
     EXPECT_EQ(delegate, nullptr);
-    EXPECT_EQ(state().journal, "initialize /exe domain\n");
+    EXPECT_STREQ(state().journal, "initialize /exe domain\n");
 }
 
 }  // namespace

@@ -1,14 +1,16 @@
 // A runtime library of three functions that writes down how it is called and answers as it is told.
 #include "tests/unit/host/fake_coreclr.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <sstream>
+#include <string>
 
 #define FAKE_CORECLR_API extern "C" [[gnu::visibility("default")]]
 
 namespace {
 
-// Never destroyed: the shut-down comes from exit handlers that run behind those of this library.
-FakeCoreclr& g_state = *new FakeCoreclr;
+FakeCoreclr g_state;
 int g_host;  // only its address counts
 
 void journal(const std::ostringstream& line) {
