@@ -14,7 +14,9 @@ FakeCoreclr g_state;
 int g_host;  // only its address counts
 
 void journal(const std::ostringstream& line) {
-    g_state.journal += line.str() + "\n";
+    const std::string text = g_state.journal + line.str() + "\n";
+    if (text.size() >= sizeof g_state.journal) std::abort();
+    std::memcpy(g_state.journal, text.c_str(), text.size() + 1);
 }
 
 }  // namespace
