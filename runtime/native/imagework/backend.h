@@ -68,10 +68,10 @@ class Picture {
     virtual void rotate(double degrees, bool grow, Argb background) = 0;
 
     virtual void grayscale() = 0;
-    virtual void adjust_brightness(int32_t brightness) = 0;             // -255 to 255
-    virtual void adjust_contrast(double contrast) = 0;                  // -100 to 100
+    virtual void adjust_brightness(int32_t brightness) = 0;  // -255 to 255
+    virtual void adjust_contrast(double contrast) = 0;       // -100 to 100
     virtual void adjust_gamma(double red, double green, double blue) = 0;
-    virtual void binarize_fixed(uint8_t threshold) = 0;                 // white is what is above it
+    virtual void binarize_fixed(uint8_t threshold) = 0;  // white is what is above it
     virtual void binarize_otsu() = 0;
     // White is what is not darker than its window's mean by the fraction given.
     virtual void binarize_bradley(double difference, int32_t window) = 0;

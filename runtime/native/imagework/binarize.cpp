@@ -46,10 +46,8 @@ VImage window_sums(const VImage& image, int32_t window) {
     ones.set("scale", 1.0 / window);  // makes the divisor of the box form one
     return image.cast(VIPS_FORMAT_DOUBLE)
         .embed(half, half, image.width() + 2 * half, image.height() + 2 * half)
-        .convsep(ones, VImage::option()
-                           ->set("precision", VIPS_PRECISION_APPROXIMATE)
-                           ->set("layers", 1)
-                           ->set("cluster", 1))
+        .convsep(ones,
+                 VImage::option()->set("precision", VIPS_PRECISION_APPROXIMATE)->set("layers", 1)->set("cluster", 1))
         .extract_area(half, half, image.width(), image.height());
 }
 

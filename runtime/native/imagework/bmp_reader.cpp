@@ -13,7 +13,9 @@ namespace {
 
 enum Compression : uint32_t { kBiRgb = 0, kBiRle8 = 1, kBiRle4 = 2, kBiBitFields = 3, kBiAlphaBitFields = 6 };
 
-[[noreturn]] void damaged(const std::string& text) { throw PictureError(Failure::kDamaged, text); }
+[[noreturn]] void damaged(const std::string& text) {
+    throw PictureError(Failure::kDamaged, text);
+}
 
 // One channel of a pixel of bit fields, brought to 8 bits.
 class ChannelMask {
@@ -116,7 +118,8 @@ Header read_header(const ByteReader& in) {
     }
     bool fields = header.compression == kBiBitFields || header.compression == kBiAlphaBitFields;
     bool known = header.compression == kBiRgb || (header.compression == kBiRle8 && header.bits == 8) ||
-                 (header.compression == kBiRle4 && header.bits == 4) || (fields && (header.bits == 16 || header.bits == 32));
+                 (header.compression == kBiRle4 && header.bits == 4) ||
+                 (fields && (header.bits == 16 || header.bits == 32));
     if (!known) {
         throw PictureError(Failure::kUnsupported, "compression " + std::to_string(header.compression) + " with " +
                                                       std::to_string(header.bits) + " bits per pixel is not supported");
@@ -125,7 +128,8 @@ Header read_header(const ByteReader& in) {
         read_palette(in, header, size, colors_used);
     } else if (header.bits != 24) {
         auto masks = channel_masks(in, header, size);
-        for (size_t i = 0; i < masks.size(); i++) header.masks[i] = ChannelMask(masks[i]);
+        for (size_t i = 0; i < masks.size(); i++)
+            header.masks[i] = ChannelMask(masks[i]);
     }
     return header;
 }
@@ -140,9 +144,8 @@ class Canvas {
         raster_.resolution = header.resolution;
         size_t count = static_cast<size_t>(header.width) * static_cast<size_t>(header.height);
         raster_.pixels.resize(count * static_cast<size_t>(bands));
-        std::array<uint8_t, 4> fill = {
-            static_cast<uint8_t>(background >> 16), static_cast<uint8_t>(background >> 8),
-            static_cast<uint8_t>(background), static_cast<uint8_t>(background >> 24)};
+        std::array<uint8_t, 4> fill = {static_cast<uint8_t>(background >> 16), static_cast<uint8_t>(background >> 8),
+                                       static_cast<uint8_t>(background), static_cast<uint8_t>(background >> 24)};
         for (size_t i = 0; i < raster_.pixels.size(); i++) {
             raster_.pixels[i] = fill[i % static_cast<size_t>(bands)];
         }
@@ -150,8 +153,8 @@ class Canvas {
 
     uint8_t* row(int32_t stored_row) {
         int32_t y = header_.top_down ? stored_row : header_.height - 1 - stored_row;
-        return raster_.pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(header_.width) *
-                                           static_cast<size_t>(raster_.bands);
+        return raster_.pixels.data() +
+               static_cast<size_t>(y) * static_cast<size_t>(header_.width) * static_cast<size_t>(raster_.bands);
     }
     void put_index(int32_t x, int32_t stored_row, size_t index) {
         const auto& color = header_.palette[std::min(index, header_.palette.size() - 1)];
@@ -187,7 +190,8 @@ void decode_row(const Header& header, const uint8_t* in, int bands, Canvas& canv
     for (int32_t x = 0; x < header.width; x++, in += header.bits / 8, out += bands) {
         uint32_t pixel = static_cast<uint32_t>(in[0] | in[1] << 8);
         if (header.bits == 32) pixel |= static_cast<uint32_t>(in[2]) << 16 | static_cast<uint32_t>(in[3]) << 24;
-        for (int i = 0; i < bands; i++) out[i] = header.masks[static_cast<size_t>(i)].get(pixel);
+        for (int i = 0; i < bands; i++)
+            out[i] = header.masks[static_cast<size_t>(i)].get(pixel);
     }
 }
 
@@ -225,7 +229,8 @@ void decode_runs(std::span<const uint8_t> data, const Header& header, bool toler
         unsigned value = data[at + 1];
         at += 2;
         if (count > 0) {
-            for (unsigned i = 0; i < count; i++) put(nibbles ? (i % 2 == 0 ? value >> 4 : value & 15) : value);
+            for (unsigned i = 0; i < count; i++)
+                put(nibbles ? (i % 2 == 0 ? value >> 4 : value & 15) : value);
         } else if (value == 0) {
             x = 0;
             row++;
@@ -266,7 +271,8 @@ Raster decode_bmp(std::span<const uint8_t> data, const DecodeOptions& options) {
     Canvas canvas(header, bands, background);
     if (runs) {
         for (int32_t row = 0; row < header.height; row++) {
-            for (int32_t x = 0; x < header.width; x++) canvas.put_index(x, row, 0);
+            for (int32_t x = 0; x < header.width; x++)
+                canvas.put_index(x, row, 0);
         }
         decode_runs(data, header, tolerant, canvas);
     } else {

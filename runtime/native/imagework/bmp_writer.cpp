@@ -21,10 +21,12 @@ class ByteWriter {
         u16(value >> 16 & 0xFFFF);
     }
     void pad_to(size_t multiple, size_t start) {
-        while ((bytes_.size() - start) % multiple != 0) u8(0);
+        while ((bytes_.size() - start) % multiple != 0)
+            u8(0);
     }
     void set_u32(size_t at, uint64_t value) {
-        for (size_t i = 0; i < 4; i++) bytes_[at + i] = static_cast<uint8_t>(value >> 8 * i);
+        for (size_t i = 0; i < 4; i++)
+            bytes_[at + i] = static_cast<uint8_t>(value >> 8 * i);
     }
     size_t size() const { return bytes_.size(); }
     void reserve(size_t size) { bytes_.reserve(size); }
@@ -108,7 +110,8 @@ void write_headers(ByteWriter& out, const Pixels& pixels, const BmpEncoding& enc
         out.u32(masks->blue);
         out.u32(masks->alpha);
         out.u32(0x73524742);  // "sRGB"
-        for (int i = 0; i < 12; i++) out.u32(0);
+        for (int i = 0; i < 12; i++)
+            out.u32(0);
     }
 }
 
@@ -154,7 +157,8 @@ void write_runs(ByteWriter& out, const Pixels& pixels, const Palette& palette, b
         for (int32_t x = 0; x < pixels.width;) {
             uint32_t color = pixels.rgb(x, y);
             int32_t end = x + 1;
-            while (end < pixels.width && end - x < 255 && pixels.rgb(end, y) == color) end++;
+            while (end < pixels.width && end - x < 255 && pixels.rgb(end, y) == color)
+                end++;
             unsigned index = palette.index(color);
             out.u8(static_cast<unsigned>(end - x));
             out.u8(nibbles ? index << 4 | index : index);
@@ -187,8 +191,10 @@ std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, i
     size_t data_at = 0;
     if (bits <= 8) {
         Palette palette(pixels, size_t{1} << bits);
-        write_headers(out, pixels, encoding, runs ? (bits == 8 ? 1 : 2) : 0, nullptr, palette.colors().size(), resolution);
-        for (uint32_t color : palette.colors()) out.u32(color);
+        write_headers(out, pixels, encoding, runs ? (bits == 8 ? 1 : 2) : 0, nullptr, palette.colors().size(),
+                      resolution);
+        for (uint32_t color : palette.colors())
+            out.u32(color);
         data_at = out.size();
         if (runs) {
             write_runs(out, pixels, palette, bits == 4);

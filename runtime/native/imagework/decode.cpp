@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "runtime/native/imagework/bmp_codec.h"
+#include "runtime/native/imagework/png_repair.h"
 #include "runtime/native/imagework/probe.h"
 #include "runtime/native/imagework/vips_picture.h"
 
@@ -32,7 +33,9 @@ const char* loader_of(Format format) {
     }
 }
 
-std::string label(Format format, const char* what) { return std::string("the ") + format_name(format) + " data " + what; }
+std::string label(Format format, const char* what) {
+    return std::string("the ") + format_name(format) + " data " + what;
+}
 
 // Opens the data; pixels are decoded from top to bottom when they are asked for.
 VImage opened(std::span<const uint8_t> data, Format format, VipsFailOn fail_on) {
@@ -61,27 +64,27 @@ VImage in_srgb(const VImage& image, bool convert_profile) {
     bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
     bool has_profile = image.get_typeof(VIPS_META_ICC_NAME) != 0;
     if (!cmyk && !(convert_profile && has_profile)) return image;
-    VImage result = image.icc_transform(
-        "srgb", VImage::option()
-                    ->set("embedded", true)
-                    ->set("input_profile", cmyk ? "cmyk" : "srgb")
-                    ->set("depth", image.format() == VIPS_FORMAT_USHORT ? 16 : 8));
+    VImage result = image.icc_transform("srgb", VImage::option()
+                                                    ->set("embedded", true)
+                                                    ->set("input_profile", cmyk ? "cmyk" : "srgb")
+                                                    ->set("depth", image.format() == VIPS_FORMAT_USHORT ? 16 : 8));
     result = result.copy();
     result.remove(VIPS_META_ICC_NAME);  // it described the colours as they were
     return result;
 }
 
-// A file that says nothing about its resolution comes with one pixel per millimetre.
-VImage with_resolution(const VImage& image) {
-    if (image.xres() != 1.0 || image.yres() != 1.0) return image;
+// The library has a default of its own, which differs by format, for a file that says nothing about its resolution.
+VImage with_resolution(const VImage& image, bool known) {
+    if (known && (image.xres() != 1.0 || image.yres() != 1.0)) return image;
     return image.copy(VImage::option()
                           ->set("xres", kDefaultResolution.horizontal / 25.4)
                           ->set("yres", kDefaultResolution.vertical / 25.4));
 }
 
-std::unique_ptr<Picture> picture_of(const VImage& image, const DecodeOptions& options) {
+std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts, const DecodeOptions& options) {
     check_picture_size(image.width(), image.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image())));
-    return std::make_unique<VipsPicture>(with_resolution(in_srgb(image, options.convert_profile)), frames_in(image));
+    return std::make_unique<VipsPicture>(with_resolution(in_srgb(image, options.convert_profile), facts.has_resolution),
+                                         frames_in(image));
 }
 
 // The number of complete rows at the top of damaged data.
@@ -103,9 +106,15 @@ int32_t intact_rows(std::span<const uint8_t> data, Format format) {
 }
 
 // What can be read of damaged data, with the background where nothing could be.
-std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, Format format, const DecodeOptions& options) {
-    VImage image = opened(data, format, VIPS_FAIL_ON_NONE);
-    auto picture = picture_of(image, options);
+std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFacts& facts,
+                                   const DecodeOptions& options) {
+    Format format = facts.format;
+    std::vector<uint8_t> mended;
+    if (format == Format::kPng) {
+        mended = mended_png(data);
+        data = mended;
+    }
+    auto picture = picture_of(opened(data, format, VIPS_FAIL_ON_NONE), facts, options);
     if (options.recovery == Recovery::kConsistent) {
         int32_t rows = 0;
         try {
@@ -115,6 +124,8 @@ std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, Format format,
         }
         int32_t width = picture->width();
         int32_t height = picture->height();
+        // The frame of a GIF is decoded as a whole; what is missing of it comes out transparent.
+        if (format == Format::kGif) return picture;
         if (rows == 0) {
             throw PictureError(Failure::kDamaged, label(format, "has no complete row"));
         }
@@ -126,17 +137,24 @@ std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, Format format,
     return picture;
 }
 
-std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, Format format, const DecodeOptions& options) {
-    try {
-        return picture_of(opened(data, format, VIPS_FAIL_ON_ERROR), options);
-    } catch (const vips::VError& error) {
-        std::string text = take_vips_error(error);
-        if (options.recovery != Recovery::kNone) {
-            return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(),
-                           [&] { return recovered(data, format, options); });
+std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, const FileFacts& facts,
+                                          const DecodeOptions& options) {
+    Format format = facts.format;
+    std::string text;
+    if (format == Format::kPng && !is_whole_png(data)) {
+        text = "the data ends before the end chunk";
+    } else {
+        try {
+            return picture_of(opened(data, format, VIPS_FAIL_ON_ERROR), facts, options);
+        } catch (const vips::VError& error) {
+            text = take_vips_error(error);
         }
+    }
+    if (options.recovery == Recovery::kNone) {
         throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + text);
     }
+    return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(),
+                   [&] { return recovered(data, facts, options); });
 }
 
 std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const DecodeOptions& options) {
@@ -152,11 +170,11 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const Deco
         VImage image = VImage::new_from_memory(raster.pixels.data(), raster.pixels.size(), raster.width, raster.height,
                                                raster.bands, VIPS_FORMAT_UCHAR);
         VImage owned = VImage::new_memory();
-        image.copy(VImage::option()
-                       ->set("interpretation",
-                             raster.bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
-                       ->set("xres", resolution.horizontal / 25.4)
-                       ->set("yres", resolution.vertical / 25.4))
+        image
+            .copy(VImage::option()
+                      ->set("interpretation", raster.bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
+                      ->set("xres", resolution.horizontal / 25.4)
+                      ->set("yres", resolution.vertical / 25.4))
             .write(owned);
         return std::make_unique<VipsPicture>(owned);
     });
@@ -173,8 +191,7 @@ std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptio
         throw PictureError(Failure::kDamaged, label(facts.format, "has no complete header"));
     }
     if (facts.readable) check_picture_size(facts.width, facts.height, 1);
-    return facts.format == Format::kBmp ? decode_raster(data, options)
-                                        : decode_with_vips(data, facts.format, options);
+    return facts.format == Format::kBmp ? decode_raster(data, options) : decode_with_vips(data, facts, options);
 }
 
 }  // namespace zelmor::imagework

@@ -13,12 +13,15 @@ using vips::VOption;
 namespace zelmor::imagework {
 namespace {
 
-[[noreturn]] void unfit(const std::string& text) { throw PictureError(Failure::kEncoding, text); }
+[[noreturn]] void unfit(const std::string& text) {
+    throw PictureError(Failure::kEncoding, text);
+}
 
 void check_sides(const VImage& image, Format format, int most) {
     if (image.width() > most || image.height() > most) {
-        unfit(std::string(format_name(format)) + " holds at most " + std::to_string(most) + " pixels to a side; the image is " +
-              std::to_string(image.width()) + " by " + std::to_string(image.height()));
+        unfit(std::string(format_name(format)) + " holds at most " + std::to_string(most) +
+              " pixels to a side; the image is " + std::to_string(image.width()) + " by " +
+              std::to_string(image.height()));
     }
 }
 
@@ -37,13 +40,14 @@ VImage opaque(const VImage& image, const Encoding& encoding) {
     if (!has_alpha_band(image)) return image;
     VImage colors = color_bands(image);
     if (!encoding.blend_alpha) return colors;
-    VImage flat = image.flatten(VImage::option()
-                                    ->set("background", ink(colors, encoding.background))
-                                    ->set("max_alpha", channel_max(image)));
+    VImage flat = image.flatten(
+        VImage::option()->set("background", ink(colors, encoding.background))->set("max_alpha", channel_max(image)));
     return rounded_like(flat, image);
 }
 
-VImage as_gray(const VImage& image) { return with_alpha_of(luma(image), image); }
+VImage as_gray(const VImage& image) {
+    return with_alpha_of(luma(image), image);
+}
 
 VImage as_16_bit(const VImage& image) {
     if (image.format() == VIPS_FORMAT_USHORT) return image;
@@ -52,19 +56,22 @@ VImage as_16_bit(const VImage& image) {
 }
 
 VImage as_cmyk(const VImage& image) {
-    VImage result = as_rgb(as_8_bit(image)).icc_transform("cmyk", VImage::option()->set("input_profile", "srgb")
-                                                                      ->set("embedded", true));
+    VImage result = as_rgb(as_8_bit(image))
+                        .icc_transform("cmyk", VImage::option()->set("input_profile", "srgb")->set("embedded", true))
+                        .copy();
+    result.remove(VIPS_META_ICC_NAME);  // the profile is nearly a megabyte, and what readers take without one
     return result;
 }
 
 // At most 2^bits colours, as the library's quantizer picks them; no dithering, so that fewer colours stay as they are.
 VImage quantized(const VImage& image, int bits) {
-    EncodedBytes png = save(image, "pngsave_buffer", VImage::option()
-                                                         ->set("palette", true)
-                                                         ->set("bitdepth", bits)
-                                                         ->set("dither", 0.0)
-                                                         ->set("Q", 100)
-                                                         ->set("compression", 1));
+    EncodedBytes png = save(image, "pngsave_buffer",
+                            VImage::option()
+                                ->set("palette", true)
+                                ->set("bitdepth", bits)
+                                ->set("dither", 0.0)
+                                ->set("Q", 100)
+                                ->set("compression", 1));
     VipsBlob* blob = vips_blob_new(nullptr, png.data.get(), png.size);
     VImage result = VImage::pngload_buffer(blob).copy_memory();
     vips_area_unref(VIPS_AREA(blob));
@@ -78,7 +85,8 @@ EncodedBytes encode_as(const BmpEncoding& bmp, const VImage& picture, const Enco
     }
     image = image.copy_memory();
     Resolution resolution{picture.xres() * 25.4, picture.yres() * 25.4};
-    std::span<const uint8_t> pixels(static_cast<const uint8_t*>(image.data()), VIPS_IMAGE_SIZEOF_IMAGE(image.get_image()));
+    std::span<const uint8_t> pixels(static_cast<const uint8_t*>(image.data()),
+                                    VIPS_IMAGE_SIZEOF_IMAGE(image.get_image()));
     auto bytes = std::make_shared<std::vector<uint8_t>>(
         encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, resolution));
     return {std::shared_ptr<const uint8_t>(bytes, bytes->data()), bytes->size()};
@@ -92,10 +100,9 @@ EncodedBytes encode_as(const GifEncoding& gif, const VImage& picture, const Enco
         if (image.get_typeof(name) != 0 && !(std::string(name) == "loop" && !gif.loops)) image.remove(name);
     }
     if (gif.loops) image.set("loop", *gif.loops);
-    return save(image, "gifsave_buffer", VImage::option()
-                                             ->set("bitdepth", gif.palette_bits)
-                                             ->set("dither", 0.0)
-                                             ->set("interlace", gif.interlaced));
+    return save(
+        image, "gifsave_buffer",
+        VImage::option()->set("bitdepth", gif.palette_bits)->set("dither", 0.0)->set("interlace", gif.interlaced));
 }
 
 EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const Encoding& encoding) {
@@ -114,10 +121,9 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const En
             image = as_cmyk(image);
             break;
     }
-    EncodedBytes bytes = save(image, "jpegsave_buffer", VImage::option()
-                                                            ->set("Q", jpeg.quality)
-                                                            ->set("interlace", jpeg.progressive)
-                                                            ->set("optimize_coding", true));
+    EncodedBytes bytes = save(
+        image, "jpegsave_buffer",
+        VImage::option()->set("Q", jpeg.quality)->set("interlace", jpeg.progressive)->set("optimize_coding", true));
     return jpeg.comment.empty() ? bytes : with_jpeg_comment(bytes, jpeg.comment);
 }
 
@@ -196,7 +202,9 @@ VipsForeignTiffCompression tiff_compression(TiffCompression compression) {
     return VIPS_FOREIGN_TIFF_COMPRESSION_NONE;
 }
 
-VImage black_and_white(const VImage& image) { return as_8_bit(luma(image)) > 127; }
+VImage black_and_white(const VImage& image) {
+    return as_8_bit(luma(image)) > 127;
+}
 
 EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const Encoding& encoding) {
     VImage image = picture;
@@ -228,15 +236,15 @@ EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const En
         image = as_8_bit(has_alpha_band(image) ? opaque(image, encoding) : image);
     }
     bool lossless = tiff.compression == TiffCompression::kLzw || tiff.compression == TiffCompression::kDeflate;
-    VOption* options = VImage::option()
-                           ->set("compression", tiff_compression(tiff.compression))
-                           ->set("Q", tiff.quality)
-                           ->set("predictor", tiff.predictor && lossless && !bilevel
-                                                  ? VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL
-                                                  : VIPS_FOREIGN_TIFF_PREDICTOR_NONE)
-                           ->set("bigtiff", tiff.big_tiff)
-                           ->set("miniswhite", tiff.min_is_white && image.bands() == 1)
-                           ->set("resunit", VIPS_FOREIGN_TIFF_RESUNIT_INCH);
+    VOption* options =
+        VImage::option()
+            ->set("compression", tiff_compression(tiff.compression))
+            ->set("Q", tiff.quality)
+            ->set("predictor", tiff.predictor && lossless && !bilevel ? VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL
+                                                                      : VIPS_FOREIGN_TIFF_PREDICTOR_NONE)
+            ->set("bigtiff", tiff.big_tiff)
+            ->set("miniswhite", tiff.min_is_white && image.bands() == 1)
+            ->set("resunit", VIPS_FOREIGN_TIFF_RESUNIT_INCH);
     if (bilevel) options->set("bitdepth", 1);
     if (tiff.tile_width > 0 && tiff.tile_height > 0) {
         options->set("tile", true)->set("tile_width", tiff.tile_width)->set("tile_height", tiff.tile_height);

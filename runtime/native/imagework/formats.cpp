@@ -68,8 +68,8 @@ void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel) {
     if (width > kMaxSide || height > kMaxSide || width * height * bytes_per_pixel > kMaxBytes) {
         throw PictureError(Failure::kTooLarge, "a picture of " + std::to_string(width) + " by " +
                                                    std::to_string(height) + " pixels is larger than the limit of " +
-                                                   std::to_string(kMaxBytes) + " bytes or " +
-                                                   std::to_string(kMaxSide) + " pixels to a side");
+                                                   std::to_string(kMaxBytes) + " bytes or " + std::to_string(kMaxSide) +
+                                                   " pixels to a side");
     }
 }
 

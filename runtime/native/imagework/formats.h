@@ -105,10 +105,10 @@ using FormatEncoding = std::variant<BmpEncoding, GifEncoding, JpegEncoding, PngE
 
 struct Encoding {
     FormatEncoding format;
-    std::optional<Resolution> resolution;    // instead of the picture's own
-    Argb background = kWhite;                // stands behind the picture where the target has no alpha
-    bool blend_alpha = true;                 // otherwise alpha is simply dropped there
-    std::optional<Argb> transparent_color;   // its pixels are written as transparent
+    std::optional<Resolution> resolution;   // instead of the picture's own
+    Argb background = kWhite;               // stands behind the picture where the target has no alpha
+    bool blend_alpha = true;                // otherwise alpha is simply dropped there
+    std::optional<Argb> transparent_color;  // its pixels are written as transparent
 };
 
 // Default for every option of a format.

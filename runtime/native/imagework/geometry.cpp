@@ -14,8 +14,15 @@ VImage quarter_turned(const VImage& image, int quarters) {
 }
 
 VImage placed(const VImage& image, int32_t width, int32_t height, int32_t x, int32_t y, Argb background) {
-    return image.embed(x, y, width, height,
-                       VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", ink(image, background)));
+    bool beside = x >= width || y >= height || x <= -image.width() || y <= -image.height();
+    if (beside) {  // nothing of the picture is on the canvas, which the library would refuse
+        return image.extract_area(0, 0, 1, 1)
+            .new_from_image(ink(image, background))
+            .embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
+    }
+    return image.embed(
+        x, y, width, height,
+        VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", ink(image, background)));
 }
 
 // Around the centre by any angle. Colours are weighed by their alpha, so that transparent pixels do not bleed.
@@ -38,7 +45,8 @@ VImage turned(const VImage& image, double degrees, bool grow, Argb background) {
     if (alpha) {
         source = image.premultiply();
         double share = fill.back() / channel_max(image);
-        for (size_t i = 0; i + 1 < fill.size(); i++) fill[i] *= share;
+        for (size_t i = 0; i + 1 < fill.size(); i++)
+            fill[i] *= share;
     }
     VImage result = source.affine({cosine, -sine, sine, cosine},
                                   VImage::option()

@@ -10,8 +10,8 @@ namespace zelmor::imagework {
 EncodedBytes with_jpeg_comment(const EncodedBytes& jpeg, const std::string& comment) {
     constexpr size_t kMostText = 65533;
     if (comment.size() > kMostText) {
-        throw PictureError(Failure::kEncoding, "a JPEG comment has at most 65533 bytes, this one has " +
-                                                   std::to_string(comment.size()));
+        throw PictureError(Failure::kEncoding,
+                           "a JPEG comment has at most 65533 bytes, this one has " + std::to_string(comment.size()));
     }
     const uint8_t* bytes = jpeg.data.get();
     size_t at = 2;  // behind the start marker, then behind APP0 to APP15, which have to come first

@@ -2,6 +2,8 @@
 #include "runtime/native/imagework/probe.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -78,6 +80,8 @@ void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
         if (starts_with(data, at + 4, "tRNS")) {
             facts.has_alpha = true;
             facts.transparent_color = png_key_color(in, at + 8, length, color_type, depth);
+        } else if (starts_with(data, at + 4, "pHYs")) {
+            facts.has_resolution = in.u8(at + 16) == 1;  // per metre
         } else if (starts_with(data, at + 4, "acTL")) {
             facts.is_apng = true;
             facts.frame_count = static_cast<int>(std::clamp<uint32_t>(in.u32(at + 8), 1, 0x7FFFFFFF));
@@ -88,16 +92,32 @@ void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
 
 // ---- JPEG: markers up to the first scan.
 
-// From the first luminance table, by the scaling rule that encoders share: the example table times a percentage.
+// The quality whose table, made by the scaling rule that encoders share, is nearest to the file's luminance table.
 int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
-    static constexpr int kExampleSum = 3688;  // of the example luminance table in annex K of the standard
+    // The example luminance table in annex K of the standard, in any order: only sums are compared.
+    static constexpr int kExample[64] = {
+        16, 11,  10,  16, 24, 40, 51, 61, 12,  12,  14,  19,  26, 58, 60, 55,  14,  13,  16,  24, 40, 57,
+        69, 56,  14,  17, 22, 29, 51, 87, 80,  62,  18,  22,  37, 56, 68, 109, 103, 77,  24,  35, 55, 64,
+        81, 104, 113, 92, 49, 64, 78, 87, 103, 121, 120, 101, 72, 92, 95, 98,  112, 100, 103, 99,
+    };
     int64_t sum = 0;
     for (uint64_t i = 0; i < 64; i++) {
         sum += wide ? in.u16(table + 2 * i) : in.u8(table + i);
     }
-    double scale = 100.0 * static_cast<double>(sum) / kExampleSum;
-    double quality = scale <= 100.0 ? (200.0 - scale) / 2.0 : 5000.0 / scale;
-    return static_cast<int>(std::clamp(quality + 0.5, 1.0, 100.0));
+    int best = 100;
+    int64_t best_distance = INT64_MAX;
+    for (int quality = 100; quality >= 1; quality--) {
+        int scale = quality < 50 ? 5000 / quality : 200 - 2 * quality;
+        int64_t scaled = 0;
+        for (int value : kExample)
+            scaled += std::clamp((value * scale + 50) / 100, 1, wide ? 32767 : 255);
+        int64_t distance = std::abs(scaled - sum);
+        if (distance < best_distance) {
+            best_distance = distance;
+            best = quality;
+        }
+    }
+    return best;
 }
 
 void probe_jpeg(std::span<const uint8_t> data, FileFacts& facts) {
@@ -124,7 +144,11 @@ void probe_jpeg(std::span<const uint8_t> data, FileFacts& facts) {
         if (length < 2) {
             return;
         }
-        if (marker == 0xDB && !have_quality && length >= 67 && (in.u8(at + 4) & 0x0F) == 0) {
+        if (marker == 0xE0 && starts_with(data, at + 4, "JFIF")) {
+            facts.has_resolution |= in.u8(at + 11) == 1 || in.u8(at + 11) == 2;  // per inch or centimetre
+        } else if (marker == 0xE1 && starts_with(data, at + 4, "Exif")) {
+            facts.has_resolution = true;
+        } else if (marker == 0xDB && !have_quality && length >= 67 && (in.u8(at + 4) & 0x0F) == 0) {
             encoding.quality = jpeg_quality(in, at + 5, in.u8(at + 4) >> 4 != 0);
             have_quality = true;
         } else if (marker == 0xFE && encoding.comment.empty() && in.has(at + 4, length - 2)) {
@@ -136,9 +160,7 @@ void probe_jpeg(std::span<const uint8_t> data, FileFacts& facts) {
             facts.width = in.u16(at + 7);
             facts.bits_per_pixel = depth * components;
             encoding.progressive = marker == 0xC2 || marker == 0xC6 || marker == 0xCA || marker == 0xCE;
-            encoding.color = components == 1   ? JpegColor::kGray
-                             : components == 4 ? JpegColor::kCmyk
-                                               : JpegColor::kYcc;
+            encoding.color = components == 1 ? JpegColor::kGray : components == 4 ? JpegColor::kCmyk : JpegColor::kYcc;
             facts.encoding = encoding;
             facts.readable = in.ok() && facts.width > 0 && facts.height > 0 && components > 0;
             return;
@@ -216,8 +238,8 @@ void probe_bmp(std::span<const uint8_t> data, FileFacts& facts) {
         facts.height = height < 0 ? -height : height;  // negative: rows run from top to bottom
         encoding.bits_per_pixel = in.u16(28);
         uint32_t compression = header >= 20 ? in.u32(30) : 0;
-        encoding.compression = compression == 1   ? BmpCompression::kRle8
-                               : compression == 2 ? BmpCompression::kRle4
+        encoding.compression = compression == 1                       ? BmpCompression::kRle8
+                               : compression == 2                     ? BmpCompression::kRle4
                                : compression == 3 || compression == 6 ? BmpCompression::kBitFields
                                                                       : BmpCompression::kRgb;
         // The mask of the alpha channel stands in the longer headers only.
@@ -225,6 +247,7 @@ void probe_bmp(std::span<const uint8_t> data, FileFacts& facts) {
     }
     int bits = encoding.bits_per_pixel;
     facts.bits_per_pixel = bits;
+    facts.has_resolution = header >= 40 && in.i32(38) > 0 && in.i32(42) > 0;
     facts.readable = in.ok() && facts.width > 0 && facts.height > 0 &&
                      (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32);
     facts.encoding = encoding;
@@ -235,6 +258,8 @@ void probe_bmp(std::span<const uint8_t> data, FileFacts& facts) {
 struct TiffTags {
     uint64_t width = 0, height = 0, bits = 1, samples = 1, compression = 1, photometric = 1, predictor = 1;
     uint64_t tile_width = 0, tile_height = 0;
+    uint64_t resolution_unit = 2;
+    bool resolution = false;
     bool extra_samples = false;
 };
 
@@ -298,6 +323,12 @@ void probe_tiff(std::span<const uint8_t> data, FileFacts& facts) {
             case 277:
                 tags.samples = tiff_value(in, entry, big);
                 break;
+            case 282:
+                tags.resolution = true;
+                break;
+            case 296:
+                tags.resolution_unit = tiff_value(in, entry, big);
+                break;
             case 317:
                 tags.predictor = tiff_value(in, entry, big);
                 break;
@@ -322,6 +353,7 @@ void probe_tiff(std::span<const uint8_t> data, FileFacts& facts) {
     facts.height = static_cast<int64_t>(tags.height);
     facts.bits_per_pixel = static_cast<int>(tags.bits * tags.samples);
     facts.has_alpha = tags.extra_samples;
+    facts.has_resolution = tags.resolution && tags.resolution_unit != 1;
     TiffEncoding encoding;
     encoding.compression = tiff_compression(tags.compression);
     encoding.predictor = tags.predictor == 2;

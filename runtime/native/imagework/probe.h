@@ -19,10 +19,11 @@ struct FileFacts {
     int64_t height = 0;
     int bits_per_pixel = 0;
     bool has_alpha = false;
-    int frame_count = 1;  // as far as the header tells: APNG; otherwise the decoder's answer counts
+    bool has_resolution = false;  // in dots per some length
+    int frame_count = 1;          // as far as the header tells: APNG; otherwise the decoder's answer counts
     bool is_apng = false;
     bool is_big_tiff = false;
-    std::optional<Argb> transparent_color;  // one colour or palette entry that stands for "nothing here"
+    std::optional<Argb> transparent_color;   // one colour or palette entry that stands for "nothing here"
     std::optional<FormatEncoding> encoding;  // the settings to save it again as it was
 };
 

@@ -45,11 +45,14 @@ Method method_of(Resampling resampling) {
     return {VIPS_KERNEL_LANCZOS3, "bicubic"};
 }
 
-// Looks each new pixel up at the place of its centre.
+// Looks each new pixel up at the place of its centre, (x + 1/2) * old / new, rounded down without an error.
 VImage nearest(const VImage& image, int32_t width, int32_t height) {
-    double across = static_cast<double>(image.width()) / width;
-    double down = static_cast<double>(image.height()) / height;
-    VImage places = VImage::xyz(width, height).linear({across, down}, {across / 2, down / 2}).floor();
+    double old_width = image.width();
+    double old_height = image.height();
+    VImage places = VImage::xyz(width, height)
+                        .cast(VIPS_FORMAT_DOUBLE)
+                        .linear({2 * old_width, 2 * old_height}, {old_width, old_height});
+    places = (places / std::vector<double>{2.0 * width, 2.0 * height}).floor();
     return image.mapim(places, VImage::option()->set("interpolate", vips::VInterpolate::new_from_name("nearest")));
 }
 
@@ -69,14 +72,13 @@ VImage enlarged(const VImage& image, int32_t width, int32_t height, const char* 
     if (width == image.width() && height == image.height()) return image;
     double across = static_cast<double>(width) / image.width();
     double down = static_cast<double>(height) / image.height();
-    return image.affine({across, 0, 0, down},
-                        VImage::option()
-                            ->set("interpolate", vips::VInterpolate::new_from_name(interpolator))
-                            ->set("odx", across / 2 - 0.5)
-                            ->set("ody", down / 2 - 0.5)
-                            ->set("oarea", std::vector<int>{0, 0, width, height})
-                            ->set("extend", VIPS_EXTEND_COPY)
-                            ->set("premultiplied", true));
+    return image.affine({across, 0, 0, down}, VImage::option()
+                                                  ->set("interpolate", vips::VInterpolate::new_from_name(interpolator))
+                                                  ->set("odx", across / 2 - 0.5)
+                                                  ->set("ody", down / 2 - 0.5)
+                                                  ->set("oarea", std::vector<int>{0, 0, width, height})
+                                                  ->set("extend", VIPS_EXTEND_COPY)
+                                                  ->set("premultiplied", true));
 }
 
 }  // namespace

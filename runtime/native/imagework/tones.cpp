@@ -28,9 +28,8 @@ void VipsPicture::grayscale() {
 
 void VipsPicture::adjust_brightness(int32_t brightness) {
     apply("the brightness could not be changed", [&] {
-        return mapped(image_, [&](const VImage& values, double top) {
-            return values.linear(1.0, brightness * top / 255.0);
-        });
+        return mapped(image_,
+                      [&](const VImage& values, double top) { return values.linear(1.0, brightness * top / 255.0); });
     });
 }
 
@@ -50,7 +49,7 @@ void VipsPicture::adjust_gamma(double red, double green, double blue) {
         return mapped(image, [&](const VImage& values, double top) {
             VImage unit = values.linear(1.0 / top, 0.0);
             auto curve = [&](double gamma) { return unit.math2_const(VIPS_OPERATION_MATH2_POW, {1.0 / gamma}); };
-            VImage all = is_gray_image(image) ? curve(red) : curve(red).bandjoin({curve(green), curve(blue)});
+            VImage all = is_gray_image(image) ? curve(red) : VImage::bandjoin({curve(red), curve(green), curve(blue)});
             return all.linear(top, 0.0);
         });
     });

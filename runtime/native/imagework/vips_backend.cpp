@@ -20,14 +20,15 @@ void transform(std::span<const uint8_t> from, int from_bands, VipsInterpretation
     for (size_t at = 0; at < count; at += kMost) {
         size_t part = std::min(kMost, count - at);
         guarded(Failure::kInternal, "the colours could not be converted", [&] {
-            VImage image = VImage::new_from_memory(const_cast<uint8_t*>(from.data()) + at * static_cast<size_t>(from_bands),
-                                                   part * static_cast<size_t>(from_bands), static_cast<int>(part), 1,
-                                                   from_bands, VIPS_FORMAT_UCHAR);
+            VImage image = VImage::new_from_memory(
+                const_cast<uint8_t*>(from.data()) + at * static_cast<size_t>(from_bands),
+                part * static_cast<size_t>(from_bands), static_cast<int>(part), 1, from_bands, VIPS_FORMAT_UCHAR);
             VImage result = image.copy(VImage::option()->set("interpretation", kind))
                                 .icc_transform(output, VImage::option()->set("input_profile", input))
                                 .copy_memory();
             const auto* pixels = static_cast<const uint8_t*>(result.data());
-            std::copy_n(pixels, part * static_cast<size_t>(to_bands), to.begin() + static_cast<std::ptrdiff_t>(at * static_cast<size_t>(to_bands)));
+            std::copy_n(pixels, part * static_cast<size_t>(to_bands),
+                        to.begin() + static_cast<std::ptrdiff_t>(at * static_cast<size_t>(to_bands)));
         });
     }
 }
@@ -42,13 +43,14 @@ class VipsBackend final : public Backend {
         int bands = (gray ? 1 : 3) + (alpha ? 1 : 0);
         check_picture_size(width, height, bands);
         return guarded(Failure::kInternal, "the image could not be created", [&] {
-            VImage black = VImage::black(1, 1, VImage::option()->set("bands", bands))
-                               .copy(VImage::option()
-                                         ->set("interpretation", gray ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
-                                         ->set("xres", kDefaultResolution.horizontal / 25.4)
-                                         ->set("yres", kDefaultResolution.vertical / 25.4));
-            VImage canvas = black.new_from_image(ink(black, color)).embed(
-                0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
+            VImage black =
+                VImage::black(1, 1, VImage::option()->set("bands", bands))
+                    .copy(VImage::option()
+                              ->set("interpretation", gray ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
+                              ->set("xres", kDefaultResolution.horizontal / 25.4)
+                              ->set("yres", kDefaultResolution.vertical / 25.4));
+            VImage canvas = black.new_from_image(ink(black, color))
+                                .embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
             return std::unique_ptr<Picture>(new VipsPicture(canvas));
         });
     }

@@ -13,8 +13,8 @@ constexpr double kMillimetersPerInch = 25.4;
 // Brings any colour space, sample format and number of bands into one of the eight forms.
 VImage canonical(VImage image) {
     VipsInterpretation kind = image.interpretation();
-    bool plain_rgb = kind == VIPS_INTERPRETATION_sRGB || kind == VIPS_INTERPRETATION_RGB ||
-                     kind == VIPS_INTERPRETATION_RGB16;
+    bool plain_rgb =
+        kind == VIPS_INTERPRETATION_sRGB || kind == VIPS_INTERPRETATION_RGB || kind == VIPS_INTERPRETATION_RGB16;
     bool plain_gray = kind == VIPS_INTERPRETATION_B_W || kind == VIPS_INTERPRETATION_GREY16;
     bool untold = kind == VIPS_INTERPRETATION_MULTIBAND;
     if (image.coding() != VIPS_CODING_NONE || !(plain_rgb || plain_gray || untold)) {
@@ -117,7 +117,9 @@ Argb VipsPicture::get_argb(int32_t x, int32_t y) const {
     return color;
 }
 
-void VipsPicture::set_argb(int32_t x, int32_t y, Argb color) { write_argb({x, y, 1, 1}, {&color, 1}); }
+void VipsPicture::set_argb(int32_t x, int32_t y, Argb color) {
+    write_argb({x, y, 1, 1}, {&color, 1});
+}
 
 void VipsPicture::read_argb(const Rect& area, std::span<Argb> out) const {
     require_inside(area);

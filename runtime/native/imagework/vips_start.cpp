@@ -44,8 +44,9 @@ void start_vips() {
         }
         // A result that is kept by the operation's arguments would survive a change of the pixels in place.
         vips_cache_set_max(0);
-        g_log_set_handler("VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_INFO |
-                                                              G_LOG_LEVEL_MESSAGE | G_LOG_LEVEL_DEBUG),
+        g_log_set_handler("VIPS",
+                          static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_INFO | G_LOG_LEVEL_MESSAGE |
+                                                      G_LOG_LEVEL_DEBUG),
                           discard_message, nullptr);
         return true;
     }();

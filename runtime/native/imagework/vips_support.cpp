@@ -12,8 +12,10 @@ namespace zelmor::imagework {
 std::string take_vips_error(const vips::VError& error) {
     std::string text = error.what();
     vips_error_clear();
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos;) text.replace(at, 1, "; ");
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.pop_back();
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos;)
+        text.replace(at, 1, "; ");
     return text;
 }
 
@@ -40,7 +42,7 @@ VImage as_rgb(const VImage& image) {
     VImage gray = image.extract_band(0);
     VipsInterpretation kind =
         image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB;
-    VImage rgb = gray.bandjoin({gray, gray}).copy(VImage::option()->set("interpretation", kind));
+    VImage rgb = VImage::bandjoin({gray, gray, gray}).copy(VImage::option()->set("interpretation", kind));
     return with_alpha_of(rgb, image);
 }
 
@@ -49,8 +51,7 @@ VImage luma(const VImage& image) {
     VipsInterpretation kind =
         image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W;
     VImage weights = VImage::new_matrixv(3, 1, 0.299, 0.587, 0.114);
-    return rounded_like(color_bands(image).recomb(weights), image)
-        .copy(VImage::option()->set("interpretation", kind));
+    return rounded_like(color_bands(image).recomb(weights), image).copy(VImage::option()->set("interpretation", kind));
 }
 
 VImage as_8_bit(const VImage& image) {

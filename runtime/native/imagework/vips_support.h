@@ -27,10 +27,16 @@ auto guarded(Failure kind, const char* what, Step&& step) -> decltype(step()) {
 }
 
 // Greatest value of a channel: 255, or 65535 for 16 bits.
-inline double channel_max(const vips::VImage& image) { return image.format() == VIPS_FORMAT_USHORT ? 65535.0 : 255.0; }
+inline double channel_max(const vips::VImage& image) {
+    return image.format() == VIPS_FORMAT_USHORT ? 65535.0 : 255.0;
+}
 
-inline bool is_gray_image(const vips::VImage& image) { return image.bands() < 3; }
-inline bool has_alpha_band(const vips::VImage& image) { return image.bands() == 2 || image.bands() == 4; }
+inline bool is_gray_image(const vips::VImage& image) {
+    return image.bands() < 3;
+}
+inline bool has_alpha_band(const vips::VImage& image) {
+    return image.bands() == 2 || image.bands() == 4;
+}
 
 // Back from floating point to the form of `like`, rounded and clipped.
 vips::VImage rounded_like(const vips::VImage& image, const vips::VImage& like);
