@@ -5,29 +5,36 @@ are ordinary module objects, reachable as attributes, but unknown to ``sys.modul
 finder of this file marks the shared object as a package when it is found, and answers an import of a child with the
 very object that the parent's attribute names. Nothing is entered before it is asked for, and nothing is ever copied.
 
-It also tells the tree's enumerations where they live: the enum module guesses that from the Python code that makes a
-class, and there is none. With the right name members can be pickled.
+It also tells the enumerations of all extension modules where they live: the enum module guesses that from the Python
+code that makes a class, and there is none. With the right name members can be pickled.
 """
 
 from __future__ import annotations
 
 import sys
-from enum import EnumType
 from importlib.machinery import ExtensionFileLoader, ModuleSpec
 from types import CodeType, ModuleType
+
+TYPE_CHECKING = False  # type checkers take it for true; the typing module itself would double the package's import time
+if TYPE_CHECKING:
+    from collections.abc import Sequence
 
 #: The extension modules that hold a tree.
 _TREE_ROOTS = ("zelmor.imaging", "zelmor.pydrawing")
 _TREE_PREFIXES = tuple(root + "." for root in _TREE_ROOTS)
 
 
-class _RootLoader(ExtensionFileLoader):
-    """Loads the shared object of a tree."""
+class _FlatLoader(ExtensionFileLoader):
+    """Loads a shared object of this package."""
 
     def exec_module(self, module: ModuleType) -> None:
         """What the extension loader does, and the names of the enumerations."""
         super().exec_module(module)
         _name_enumerations(module)
+
+
+class _TreeLoader(_FlatLoader):
+    """Loads the shared object of a tree."""
 
     def is_package(self, fullname: str) -> bool:
         """A tree is a package, whatever its file is called."""
@@ -62,15 +69,18 @@ class _ChildLoader:
 
 def _children(parent: ModuleType) -> list[ModuleType]:
     """The modules that stand directly below `parent`."""
-    return [value for name, value in vars(parent).items() if _is_child(parent.__name__, name, value)]
+    modules = ((name, value) for name, value in vars(parent).items() if isinstance(value, ModuleType))
+    return [module for name, module in modules if _is_child(parent.__name__, name, module)]
 
 
-def _is_child(parent_name: str, name: str, value: object) -> bool:
+def _is_child(parent_name: str, name: str, module: ModuleType) -> bool:
     # The name is compared so that a foreign module put on the tree by a user is not taken for a child.
-    return isinstance(value, ModuleType) and value.__name__ == f"{parent_name}.{name}"
+    return module.__name__ == f"{parent_name}.{name}"
 
 
 def _name_enumerations(root: ModuleType) -> None:
+    from enum import EnumType  # here, where the extension modules have loaded it already
+
     pending = [root]
     while pending:
         module = pending.pop()
@@ -81,44 +91,62 @@ def _name_enumerations(root: ModuleType) -> None:
 
 
 class TreeFinder:
-    """A meta path finder for the module trees below ``zelmor``; it has no opinion on any other name."""
+    """A meta path finder for the modules below ``zelmor``; it has no opinion on any other name."""
 
     @classmethod
     def find_spec(
-        cls, fullname: str, path: list[str] | None = None, target: ModuleType | None = None
+        cls, fullname: str, path: Sequence[str] | None = None, target: ModuleType | None = None
     ) -> ModuleSpec | None:
-        """The spec of a tree's root or child, or None: then other finders are asked, as for any missing module."""
+        """The spec of an extension module or of a tree's child; None sends the import system to the next finder."""
         if not fullname.startswith("zelmor."):
             return None
-        if fullname in _TREE_ROOTS:
-            return cls._find_root(fullname, path, target)
         if fullname.startswith(_TREE_PREFIXES):
             return cls._find_child(fullname)
+        if fullname.count(".") == 1:
+            return cls._find_module(fullname, path, target)
         return None
 
     @classmethod
-    def _find_root(
-        cls, fullname: str, path: list[str] | None, target: ModuleType | None
+    def _find_module(
+        cls, fullname: str, path: Sequence[str] | None, target: ModuleType | None
     ) -> ModuleSpec | None:
-        for finder in sys.meta_path:
-            find_spec = None if finder is cls else getattr(finder, "find_spec", None)
-            spec = None if find_spec is None else find_spec(fullname, path, target)
+        others: list[object] = [finder for finder in sys.meta_path if finder != cls]
+        for finder in others:
+            find_spec = getattr(finder, "find_spec", None)
+            spec: ModuleSpec | None = None if find_spec is None else find_spec(fullname, path, target)
             if spec is not None:
-                if isinstance(spec.loader, ExtensionFileLoader):
-                    spec.loader = _RootLoader(fullname, spec.loader.path)
-                    # An empty search path makes the shared object a package in which only this finder finds anything.
-                    spec.submodule_search_locations = []
+                cls._adapt(spec)
                 return spec
         return None
+
+    @staticmethod
+    def _adapt(spec: ModuleSpec) -> None:
+        if not isinstance(spec.loader, ExtensionFileLoader) or spec.origin is None:
+            return
+        if spec.name in _TREE_ROOTS:
+            spec.loader = _TreeLoader(spec.name, spec.origin)
+            # An empty search path makes the shared object a package in which only this finder finds anything.
+            spec.submodule_search_locations = []
+        else:
+            spec.loader = _FlatLoader(spec.name, spec.origin)
 
     @staticmethod
     def _find_child(fullname: str) -> ModuleSpec | None:
         parent_name, _, name = fullname.rpartition(".")
         parent = sys.modules.get(parent_name)
-        child = None if parent is None else vars(parent).get(name)
-        if not _is_child(parent_name, name, child):
+        if parent is None:
             return None
-        return ModuleSpec(fullname, _ChildLoader(child), origin=getattr(parent.__spec__, "origin", None), is_package=True)
+        child = vars(parent).get(name)
+        if not isinstance(child, ModuleType) or not _is_child(parent_name, name, child):
+            return None
+        loader = _ChildLoader(child)
+        # The import system asks a loader for methods, not for a base class.
+        return ModuleSpec(
+            fullname,
+            loader,  # type: ignore[arg-type]
+            origin=getattr(parent.__spec__, "origin", None),
+            is_package=True,
+        )
 
 
 def install() -> None:
@@ -126,5 +154,6 @@ def install() -> None:
 
     A second call, as by a reload of the package, changes nothing.
     """
-    if TreeFinder not in sys.meta_path:
-        sys.meta_path.insert(0, TreeFinder)
+    finders: list[object] = sys.meta_path  # type: ignore[assignment]
+    if TreeFinder not in finders:
+        finders.insert(0, TreeFinder)

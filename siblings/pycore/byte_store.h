@@ -9,7 +9,7 @@
 namespace zelmor::siblings {
 
 class ByteStore {
-   public:
+ public:
     ByteStore() = default;
     ByteStore(const ByteStore&) = delete;
     ByteStore& operator=(const ByteStore&) = delete;
@@ -40,7 +40,7 @@ class ByteStore {
     // Back to no bytes at position 0, and the memory given back.
     void clear();
 
-   private:
+ private:
     bool reserve(Py_ssize_t size);
 
     char* m_data = nullptr;

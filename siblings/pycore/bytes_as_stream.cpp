@@ -16,8 +16,7 @@ using zelmor::siblings::static_type;
 namespace {
 
 struct Stream {
-    PyObject_HEAD
-    ByteStore store;
+    PyObject_HEAD ByteStore store;
     Py_ssize_t view_count;  // views of `getbuffer()` that are out
     bool is_closed;
     PyObject* dict;
@@ -26,11 +25,12 @@ struct Stream {
 
 // The exporter behind a view; it keeps its stream alive.
 struct StreamBuffer {
-    PyObject_HEAD
-    Stream* stream;
+    PyObject_HEAD Stream* stream;
 };
 
-Stream* as_stream(PyObject* self) { return reinterpret_cast<Stream*>(self); }
+Stream* as_stream(PyObject* self) {
+    return reinterpret_cast<Stream*>(self);
+}
 
 // The stream if it is open, else null with the error that a closed file raises.
 Stream* open_stream(PyObject* self) {
@@ -126,7 +126,9 @@ PyObject* stream_iternext(PyObject* self) {
     return length == 0 ? nullptr : take_bytes(stream, length);
 }
 
-PyObject* stream_iter(PyObject* self) { return open_stream(self) == nullptr ? nullptr : Py_NewRef(self); }
+PyObject* stream_iter(PyObject* self) {
+    return open_stream(self) == nullptr ? nullptr : Py_NewRef(self);
+}
 
 PyObject* stream_readinto(PyObject* self, PyObject* target) {
     Py_buffer view;
@@ -294,9 +296,13 @@ PyObject* raise_unsupported(const char* operation) {
     return nullptr;
 }
 
-PyObject* stream_fileno(PyObject*, PyObject*) { return raise_unsupported("fileno"); }
+PyObject* stream_fileno(PyObject*, PyObject*) {
+    return raise_unsupported("fileno");
+}
 
-PyObject* stream_detach(PyObject*, PyObject*) { return raise_unsupported("detach"); }
+PyObject* stream_detach(PyObject*, PyObject*) {
+    return raise_unsupported("detach");
+}
 
 PyObject* stream_close(PyObject* self, PyObject*) {
     if (as_stream(self)->is_closed) {
@@ -311,7 +317,9 @@ PyObject* stream_close(PyObject* self, PyObject*) {
     Py_RETURN_NONE;
 }
 
-PyObject* stream_enter(PyObject* self, PyObject*) { return open_stream(self) == nullptr ? nullptr : Py_NewRef(self); }
+PyObject* stream_enter(PyObject* self, PyObject*) {
+    return open_stream(self) == nullptr ? nullptr : Py_NewRef(self);
+}
 
 PyObject* stream_exit(PyObject* self, PyObject*) {
     // By name, so that the close of a derived class runs.
@@ -322,7 +330,9 @@ PyObject* stream_exit(PyObject* self, PyObject*) {
     Py_RETURN_NONE;
 }
 
-PyObject* get_closed(PyObject* self, void*) { return PyBool_FromLong(as_stream(self)->is_closed ? 1 : 0); }
+PyObject* get_closed(PyObject* self, void*) {
+    return PyBool_FromLong(as_stream(self)->is_closed ? 1 : 0);
+}
 
 // Pickled as content, position and own attributes.
 PyObject* stream_reduce(PyObject* self, PyObject*) {
@@ -486,8 +496,8 @@ constinit PyBufferProcs buffer_procs = {buffer_getbuffer, buffer_releasebuffer};
 }  // namespace
 
 constinit PyTypeObject zelmor::siblings::bytes_as_stream_type = [] {
-    PyTypeObject type = static_type("zelmor.pycore.BytesAsStream", sizeof(Stream),
-                                    Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_BASETYPE);
+    PyTypeObject type =
+        static_type("zelmor.pycore.BytesAsStream", sizeof(Stream), Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_BASETYPE);
     type.tp_dealloc = stream_dealloc;
     type.tp_doc = PyDoc_STR("BytesAsStream(initial_bytes=b''): an in-memory binary file.");
     type.tp_traverse = stream_traverse;

@@ -9,7 +9,9 @@ constexpr const char* kName = "zelmor.pycore";
 
 PyModuleDef definition = {PyModuleDef_HEAD_INIT, kName, nullptr, -1, nullptr, nullptr, nullptr, nullptr, nullptr};
 
-PyObject* build() { return zelmor::create_module(&definition); }
+PyObject* build() {
+    return zelmor::create_module(&definition);
+}
 
 int complete(PyObject* module) {
     if (zelmor::ready_type(&zelmor::siblings::bytes_as_stream_buffer_type) < 0) {

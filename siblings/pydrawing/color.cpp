@@ -25,7 +25,9 @@ constexpr int16_t kStateEmpty = 0;
 constexpr int16_t kStateNumbered = 1;
 constexpr int16_t kStateComponents = 2;
 
-const ShlColorObject& record_of(PyObject* self) { return reinterpret_cast<ColorObject*>(self)->value; }
+const ShlColorObject& record_of(PyObject* self) {
+    return reinterpret_cast<ColorObject*>(self)->value;
+}
 
 PyObject* make_color(const ShlColorObject& record) {
     PyObject* self = color_type.tp_alloc(&color_type, 0);
@@ -35,16 +37,26 @@ PyObject* make_color(const ShlColorObject& record) {
     return self;
 }
 
-PyObject* make_argb(uint32_t argb) { return make_color({argb, 0, kStateComponents}); }
+PyObject* make_argb(uint32_t argb) {
+    return make_color({argb, 0, kStateComponents});
+}
 
 PyObject* make_numbered(int number) {
     return make_color({known_color(number)->argb, static_cast<int16_t>(number), kStateNumbered});
 }
 
-constexpr uint32_t alpha_of(uint32_t argb) { return argb >> 24; }
-constexpr uint32_t red_of(uint32_t argb) { return argb >> 16 & 0xFF; }
-constexpr uint32_t green_of(uint32_t argb) { return argb >> 8 & 0xFF; }
-constexpr uint32_t blue_of(uint32_t argb) { return argb & 0xFF; }
+constexpr uint32_t alpha_of(uint32_t argb) {
+    return argb >> 24;
+}
+constexpr uint32_t red_of(uint32_t argb) {
+    return argb >> 16 & 0xFF;
+}
+constexpr uint32_t green_of(uint32_t argb) {
+    return argb >> 8 & 0xFF;
+}
+constexpr uint32_t blue_of(uint32_t argb) {
+    return argb & 0xFF;
+}
 
 // "AliceBlue" as "alice_blue".
 std::string python_name(const char* managed_name) {
@@ -59,7 +71,8 @@ std::string python_name(const char* managed_name) {
 }
 
 bool is_system_number(int number) {
-    return number >= 1 && (number < zelmor::siblings::kFirstWebColor || (number > zelmor::siblings::kLastWebColor && number <= zelmor::siblings::kLastKnownColor));
+    return number >= 1 && (number < zelmor::siblings::kFirstWebColor ||
+                           (number > zelmor::siblings::kLastWebColor && number <= zelmor::siblings::kLastKnownColor));
 }
 
 // "O&" converters of the constructor functions.
@@ -131,8 +144,7 @@ PyObject* from_argb(PyObject*, PyObject* args, PyObject* kwargs) {
         default:
             // Also for a wrong number of arguments, which the parser words.
             if (PyArg_ParseTupleAndKeywords(args, kwargs, "O&O&O&O&:from_argb", full_names, read_component, &alpha,
-                                            read_component, &red, read_component, &green, read_component,
-                                            &blue) == 0) {
+                                            read_component, &red, read_component, &green, read_component, &blue) == 0) {
                 return nullptr;
             }
             return make_argb(alpha << 24 | red << 16 | green << 8 | blue);
@@ -218,9 +230,13 @@ PyObject* get_name(PyObject* self, void*) {
     return known != nullptr ? PyUnicode_FromString(known->name) : PyUnicode_FromFormat("%x", record.argb);
 }
 
-PyObject* get_is_empty(PyObject* self, void*) { return PyBool_FromLong(record_of(self).state == kStateEmpty); }
+PyObject* get_is_empty(PyObject* self, void*) {
+    return PyBool_FromLong(record_of(self).state == kStateEmpty);
+}
 
-PyObject* get_is_known(PyObject* self, void*) { return PyBool_FromLong(record_of(self).known_color != 0); }
+PyObject* get_is_known(PyObject* self, void*) {
+    return PyBool_FromLong(record_of(self).known_color != 0);
+}
 
 PyObject* get_is_system(PyObject* self, void*) {
     return PyBool_FromLong(is_system_number(record_of(self).known_color) ? 1 : 0);
@@ -257,8 +273,7 @@ PyObject* color_richcompare(PyObject* self, PyObject* other, int op) {
     }
     const ShlColorObject& left = record_of(self);
     const ShlColorObject& right = record_of(other);
-    const bool equal =
-        left.argb == right.argb && left.known_color == right.known_color && left.state == right.state;
+    const bool equal = left.argb == right.argb && left.known_color == right.known_color && left.state == right.state;
     return PyBool_FromLong(equal == (op == Py_EQ));
 }
 
@@ -350,7 +365,9 @@ int wrpPy_conv_py_to_clr_52DA2AC5_Color(PyObject* value, ShlColorObject* out) {
     return 1;
 }
 
-PyObject* wrpPy_conv_clr_to_py_52DA2AC5_Color(const ShlColorObject* value) { return make_color(*value); }
+PyObject* wrpPy_conv_clr_to_py_52DA2AC5_Color(const ShlColorObject* value) {
+    return make_color(*value);
+}
 
 int zelmor::siblings::add_value_types(PyObject* module) {
     if (PyShModule_AddType(module, &color_type, "Color") < 0 ||

@@ -19,8 +19,7 @@ namespace zelmor::siblings {
 
 template <class Record>
 struct ValueObject {
-    PyObject_HEAD
-    Record value;
+    PyObject_HEAD Record value;
 };
 
 // "O&" converters of the fields. A single is kept in the double of the record: a value that went to the managed side
@@ -28,16 +27,24 @@ struct ValueObject {
 int read_single_field(PyObject* value, double* out);
 int read_int32_field(PyObject* value, int32_t* out);
 
-inline PyObject* field_to_py(double value) { return PyFloat_FromDouble(value); }
-inline PyObject* field_to_py(int32_t value) { return PyLong_FromLong(value); }
-inline int read_field(PyObject* value, double* out) { return read_single_field(value, out); }
-inline int read_field(PyObject* value, int32_t* out) { return read_int32_field(value, out); }
+inline PyObject* field_to_py(double value) {
+    return PyFloat_FromDouble(value);
+}
+inline PyObject* field_to_py(int32_t value) {
+    return PyLong_FromLong(value);
+}
+inline int read_field(PyObject* value, double* out) {
+    return read_single_field(value, out);
+}
+inline int read_field(PyObject* value, int32_t* out) {
+    return read_int32_field(value, out);
+}
 
 // Traits: Record, Field, kFieldCount, kName (simple), kDottedName, kFields (names, in record order), kFormat (of the
 // constructor's arguments).
 template <class Traits>
 class FieldValue {
-   public:
+ public:
     using Record = typename Traits::Record;
     using Field = typename Traits::Field;
     using Fields = std::array<Field, Traits::kFieldCount>;
@@ -151,7 +158,7 @@ class FieldValue {
         return record;
     }
 
-   private:
+ private:
     static PyObject* make_of_type(PyTypeObject* subtype, const Record& value) {
         PyObject* self = subtype->tp_alloc(subtype, 0);
         if (self != nullptr) {

@@ -1,8 +1,8 @@
 // The table of the numbered colors.
 #include "siblings/pydrawing/known_colors.h"
 
-#include <array>
 #include <strings.h>
+#include <array>
 
 namespace zelmor::siblings {
 namespace {

@@ -73,7 +73,9 @@ int add_handle_capsules(PyObject* module, const HandleCapsule (&capsules)[Count]
     return 0;
 }
 
-int start_runtime() { return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyDrawing", false, "zelmor", "pydrawing"); }
+int start_runtime() {
+    return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyDrawing", false, "zelmor", "pydrawing");
+}
 
 int complete(PyObject* module) {
     PyRef drawing2d = PyRef::steal(PyObject_GetAttrString(module, "drawing2d"));

@@ -24,11 +24,13 @@ PyMethodDef point_methods[] = {
 }  // namespace
 
 template <>
-constinit PyTypeObject PointF::type =
-    PointF::type_record(point_getset, point_methods, PyDoc_STR("PointF(x, y) or PointF(): a point, read-only."));
+constinit PyTypeObject PointF::type = PointF::type_record(point_getset, point_methods,
+                                                          PyDoc_STR("PointF(x, y) or PointF(): a point, read-only."));
 
 int wrpPy_conv_py_to_clr_EDE1485C_PointF(PyObject* value, ShlPointFObject* out) {
     return PointF::from_python(value, out);
 }
 
-PyObject* wrpPy_conv_clr_to_py_EDE1485C_PointF(const ShlPointFObject* value) { return PointF::to_python(value); }
+PyObject* wrpPy_conv_clr_to_py_EDE1485C_PointF(const ShlPointFObject* value) {
+    return PointF::to_python(value);
+}

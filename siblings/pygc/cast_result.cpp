@@ -11,12 +11,13 @@ using zelmor::siblings::static_type;
 namespace {
 
 struct CastResult {
-    PyObject_HEAD
-    int status;
+    PyObject_HEAD int status;
     PyObject* value;  // never null once built
 };
 
-CastResult* as_result(PyObject* self) { return reinterpret_cast<CastResult*>(self); }
+CastResult* as_result(PyObject* self) {
+    return reinterpret_cast<CastResult*>(self);
+}
 
 bool is_made(const CastResult* result) {
     return result->status != kCastImpossible && result->status != kCastFailed;
@@ -79,9 +80,13 @@ PyObject* result_richcompare(PyObject* self, PyObject* other, int op) {
     return PyBool_FromLong((equal != 0) == (op == Py_EQ));
 }
 
-int result_bool(PyObject* self) { return is_made(as_result(self)) ? 1 : 0; }
+int result_bool(PyObject* self) {
+    return is_made(as_result(self)) ? 1 : 0;
+}
 
-Py_ssize_t result_length(PyObject*) { return 2; }
+Py_ssize_t result_length(PyObject*) {
+    return 2;
+}
 
 // The pair `ok, value`; the interpreter's sequence iterator makes unpacking of it.
 PyObject* result_item(PyObject* self, Py_ssize_t index) {
@@ -96,9 +101,13 @@ PyObject* result_item(PyObject* self, Py_ssize_t index) {
     }
 }
 
-PyObject* get_status(PyObject* self, void*) { return PyLong_FromLong(as_result(self)->status); }
+PyObject* get_status(PyObject* self, void*) {
+    return PyLong_FromLong(as_result(self)->status);
+}
 
-PyObject* get_value(PyObject* self, void*) { return Py_NewRef(as_result(self)->value); }
+PyObject* get_value(PyObject* self, void*) {
+    return Py_NewRef(as_result(self)->value);
+}
 
 constinit PyNumberMethods result_as_number = [] {
     PyNumberMethods methods{};

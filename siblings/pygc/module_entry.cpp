@@ -11,7 +11,9 @@ constexpr const char* kName = "zelmor.pygc";
 
 PyModuleDef definition = {PyModuleDef_HEAD_INIT, kName, nullptr, -1, nullptr, nullptr, nullptr, nullptr, nullptr};
 
-PyObject* build() { return zelmor::create_module(&definition); }
+PyObject* build() {
+    return zelmor::create_module(&definition);
+}
 
 // Functions of the capsule, by position.
 struct FunctionTable {
@@ -19,7 +21,9 @@ struct FunctionTable {
 };
 constexpr FunctionTable kFunctions = {zelmor::siblings::cast_result_new};
 
-int start_runtime() { return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyGc", false, "zelmor", "pygc"); }
+int start_runtime() {
+    return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyGc", false, "zelmor", "pygc");
+}
 
 int complete(PyObject* module) {
     if (PyShModule_AddType(module, &zelmor::siblings::cast_result_type, "CastResult") < 0) {

@@ -10,7 +10,9 @@ namespace {
 constexpr zelmor::siblings::ConverterTable<int (*)(PyObject*, int*), PyObject* (*)(int)> kFileModeTable = {
     wrpPy_conv_py_to_clr_54938D61_FileMode, wrpPy_conv_clr_to_py_54938D61_FileMode};
 
-int start_runtime() { return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyIo", false, "zelmor", "pyio"); }
+int start_runtime() {
+    return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyIo", false, "zelmor", "pyio");
+}
 
 int complete(PyObject* module) {
     return zelmor::siblings::add_capsule(module, "zelmor.pyio._C_APIT_FileMode", kFileModeTable);

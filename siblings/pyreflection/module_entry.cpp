@@ -16,7 +16,9 @@ using HandleTable = ConverterTable<ZelmorPyToHandle, ZelmorHandleToPy>;
 // Any class wrapper, of whatever module: its handle is that of a managed object. A struct wrapper's handle names a
 // boxed copy in a numbering of its own and cannot be told apart behind a plain pointer; casting it to Object first
 // gives an object handle.
-int read_any_object(PyObject* value, void** out) { return fn_conv_py_obj_to_clr_refobj_not_null_handle(value, out); }
+int read_any_object(PyObject* value, void** out) {
+    return fn_conv_py_obj_to_clr_refobj_not_null_handle(value, out);
+}
 
 // Any wrapper that holds a managed type. The answer 0 carries no error: the caller has words of its own for it.
 int read_any_type(PyObject* value, void** out) {
@@ -46,7 +48,9 @@ int take_own_converters(const char*) {
     return 0;
 }
 
-int start_runtime() { return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyReflection", false, "zelmor", "pyreflection"); }
+int start_runtime() {
+    return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyReflection", false, "zelmor", "pyreflection");
+}
 
 int complete(PyObject* module) {
     using zelmor::siblings::add_capsule;
