@@ -3,36 +3,15 @@
 What an import leaves behind in the process is looked at in child processes.
 """
 
-import json
 import os
 import shutil
 import subprocess
 import sys
-from pathlib import Path
 
 import pytest
+from package_process import ASSEMBLY, NETCORE, PACKAGE, child
 
-import zelmor
-
-PACKAGE = Path(zelmor.__file__).parent
-NETCORE = "NETCORE_WRAPPER_NETCORE_DIR_zelmor"
-ASSEMBLY = "NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"
 EMBEDDED = str(PACKAGE / "_runtime")
-
-REPORT = "\nimport json, sys\nsys.stdout.write(json.dumps(result))"
-
-
-def child(code, package=PACKAGE, **variables):
-    """What `code` leaves in the variable `result`, run by a fresh interpreter with those variables set or unset."""
-    environment = {name: value for name, value in os.environ.items() if name not in (NETCORE, ASSEMBLY)}
-    environment.update({name: value for name, value in variables.items() if value is not None})
-    environment["PYTHONPATH"] = str(package.parent)
-    done = subprocess.run(
-        [sys.executable, "-c", code + REPORT], env=environment, capture_output=True, text=True, timeout=60, check=False
-    )
-    assert done.returncode == 0, done.stderr
-    return json.loads(done.stdout)
-
 
 CHOSEN = f"import os, zelmor\nresult = [os.environ.get({NETCORE!r}), os.environ.get({ASSEMBLY!r})]"
 
