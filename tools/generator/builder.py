@@ -148,9 +148,9 @@ class Builder:
                 raise CatalogueError(line.place, f"the base {line.base} is only awaited")
             if entry.kind != "class" or base.kind != "class":
                 raise CatalogueError(line.place, "only a class derives, and only from a class")
-            entry.base = base
-            if any(ancestor is entry for ancestor in base.bases()):
+            if base is entry or entry in base.bases():
                 raise CatalogueError(line.place, f"{entry.name} derives from itself")
+            entry.base = base
             if base.disposable and not entry.disposable:
                 raise CatalogueError(line.place, f"{base.name} is disposable, and so is what derives from it")
         for name in line.interfaces:
@@ -216,7 +216,7 @@ class Builder:
             else:
                 self._method(entry, line)
         if entry.kind in ("interface", "static class") and entry.constructors:
-            raise CatalogueError(entry.place, f"a {entry.kind} has no constructors")
+            raise CatalogueError(entry.place, "only classes and structs have constructors")
         for method in entry.methods:
             self._check_group(entry, method)
 

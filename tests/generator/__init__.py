@@ -1,0 +1,1 @@
+"""Tests of the generator: naming, identifiers, catalogue, model and writers."""

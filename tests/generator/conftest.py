@@ -1,0 +1,33 @@
+"""A small catalogue on disk that a test can change line by line."""
+
+from __future__ import annotations
+
+import textwrap
+from collections.abc import Callable
+from pathlib import Path
+
+import pytest
+
+from tools.generator.builder import load
+from tools.generator.catalogue import read_catalogue
+from tools.generator.identifiers import Identifiers
+from tools.generator.model import Model
+
+ROOT = "Acme.Pictures"
+
+
+@pytest.fixture
+def build(tmp_path: Path) -> Callable[..., Model]:
+    """Builds the model of `Acme.Pictures` from the text of its one file."""
+
+    def make(text: str, awaited: str = "", modules: str = "") -> Model:
+        (tmp_path / "modules.tab").write_text(
+            f"assembly Acme\n{ROOT} acme.pictures 0000000A\n{textwrap.dedent(modules)}")
+        (tmp_path / f"{ROOT}.cat").write_text(f"namespace {ROOT} as acme.pictures\n{textwrap.dedent(text)}")
+        (tmp_path / "awaited.tab").write_text(textwrap.dedent(awaited))
+        table = Identifiers(path=tmp_path / "identifiers.tab")
+        table.complete([f"{entry.namespace}.{entry.name}" for entry in read_catalogue(tmp_path).types])
+        table.write()
+        return load(tmp_path)
+
+    return make

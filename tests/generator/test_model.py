@@ -1,0 +1,222 @@
+"""The model accepts a catalogue that holds together and refuses one that does not, with file and line."""
+
+from __future__ import annotations
+
+from collections.abc import Callable
+
+import pytest
+
+from tools.generator.errors import CatalogueError
+from tools.generator.model import Model
+from tools.generator.writers import host
+
+Build = Callable[..., Model]
+
+BASE = """
+class Base
+    method save Save ()
+    method save Save (path: string)
+    method save Save (path: string, over_write: bool)
+"""
+
+
+def refusal(build: Build, text: str, **files: str) -> tuple[int, str]:
+    """The line number in the file and the reason of a refusal."""
+    with pytest.raises(CatalogueError) as caught:
+        build(text, **files)
+    return caught.value.place.line, caught.value.reason
+
+
+def test_own_overloads_come_first_then_the_inherited_ones(build: Build) -> None:
+    model = build(BASE + """
+class Derived : Base
+    method save Save (path: string)
+    method save Save () from Base
+    method save Save (path: string, over_write: bool) from Base
+""")
+    method = model.types[1].method("save")
+    assert method is not None
+    assert [overload.owner.name for overload in method.overloads] == ["Derived", "Base", "Base"]
+    assert [overload.entry for overload in method.overloads] == ["call_000_Save", "call_000_Save", "call_002_Save"]
+    assert [overload.published for overload in method.overloads] == [None, 0, 1]
+
+
+def test_an_inherited_overload_that_is_missing_is_refused(build: Build) -> None:
+    line, reason = refusal(build, BASE + """
+class Derived : Base
+    method save Save (path: string)
+    method save Save () from Base
+""")
+    assert line == 9
+    assert reason == ("behind its own overloads Derived.save inherits "
+                      "() from Base; (string, bool) from Base")
+
+
+def test_inherited_overloads_in_another_order_are_refused(build: Build) -> None:
+    _, reason = refusal(build, BASE + """
+class Derived : Base
+    method save Save (path: string)
+    method save Save (path: string, over_write: bool) from Base
+    method save Save () from Base
+""")
+    assert reason.startswith("behind its own overloads Derived.save inherits () from Base;")
+
+
+def test_an_inherited_overload_in_front_of_an_own_one_is_refused(build: Build) -> None:
+    _, reason = refusal(build, BASE + """
+class Derived : Base
+    method save Save () from Base
+    method save Save (path: string)
+    method save Save (path: string, over_write: bool) from Base
+""")
+    assert reason.startswith("behind its own overloads Derived.save inherits")
+
+
+def test_inheriting_what_nobody_declares_is_refused(build: Build) -> None:
+    line, reason = refusal(build, BASE + """
+class Derived : Base
+    method save Save (count: int32) from Base
+""")
+    assert (line, reason) == (9, "Base declares no such overload of save")
+
+
+@pytest.mark.parametrize(("text", "line", "reason"), [
+    ("\nclass A\n    get bits BitsPerPixel int32\n", 4, "BitsPerPixel is bits_per_pixel by the rules"),
+    ("\nclass A\n    get width Width int32 exception\n", 4, "Width follows the rules and is no exception"),
+    ("\nclass A\n    get width Width Missing\n", 4, "there is no type Missing"),
+    ("\nclass A : B\n", 3, "there is no type B"),
+    ("\nclass A\nclass A\n", 4, "Acme.Pictures.A is there already"),
+    ("\nclass A\nstruct B : A\n", 4, "only a class derives, and only from a class"),
+    ("\nclass A : B\nclass B : A\n", 4, "B derives from itself"),
+    ("\nclass A disposable\nclass B : A\n", 4, "A is disposable, and so is what derives from it"),
+    ("\nclass A\nclass B implements A\n", 4, "A is no interface"),
+    ("\ninterface I\n    ctor ()\n", 3, "only classes and structs have constructors"),
+    ("\nclass A\n    ctor (x: int32)\n    ctor (y: int32)\n", 5, "two constructors take the same types"),
+    ("\nclass A\n    method go Go (x: int32)\n    method go Go (y: int32)\n", 5, "two overloads of go take the same types"),
+    ("\nclass A\n    method go Go (x: int32)\n    static go Go ()\n", 5,
+     "static and instance overloads share a name in a mixed method only"),
+    ("\nclass A\n    mixed go Go ()\n", 3, "go is mixed and has only one of its two sides"),
+    ("\nclass A\n    method go Go (x: int32, x: int32)\n", 4, "a keyword stands twice in one parameter list"),
+    ("\nclass A\n    method go Go (x)\n", 4, "'x' is no parameter; write 'keyword: type'"),
+    ("\nclass A\n    method go Go (x: ref string)\n", 4, "only scalars cross by reference"),
+    ("\nclass A\n    nothing go Go\n", 4, "'nothing' is no kind of member"),
+    ("\nclass A\n    method go\n", 4, "cannot read this method line"),
+    ("\nenum E : int32\n    A 1\n    A 2\n", 3, "a member of E stands twice"),
+    ("\nenum E : uint8\n    A 256\n", 3, "A does not fit uint8"),
+    ("\nenum E : int128\n    A 1\n", 3, "the width of an enumeration is one of uint8, int16, uint16, int32, uint32, uint64"),
+    ("\nenum E : int32\n", 3, "E has no members"),
+    ("\nenum E : int32\n    A one\n", 4, "a member of an enumeration is a name and an integer"),
+    ("\nstatic class S\nclass A\n    method go Go (x: S)\n", 5, "Acme.Pictures.S has no instances"),
+])
+def test_a_line_that_does_not_fit_is_refused_with_its_place(build: Build, text: str, line: int, reason: str) -> None:
+    assert refusal(build, text) == (line, reason)
+
+
+def test_a_simple_name_that_is_not_unique_has_to_be_written_in_full(build: Build) -> None:
+    modules = "Acme.Pictures.One acme.pictures.one 0000000B\nAcme.Pictures.Two acme.pictures.two 0000000C\n"
+    text = """
+class A
+    get mode Mode {}
+namespace Acme.Pictures.One
+enum Mode : int32
+    X 0
+namespace Acme.Pictures.Two
+enum Mode : int32
+    Y 0
+"""
+    _, reason = refusal(build, text.format("Mode"), modules=modules)
+    assert reason == "Mode is one of several types; write its full name"
+    model = build(text.format("Acme.Pictures.Two.Mode"), modules=modules)
+    wire_type = model.types[0].properties[0].wire.type
+    assert wire_type is not None and wire_type.full_name == "Acme.Pictures.Two.Mode"
+
+
+def test_members_whose_types_are_awaited_are_counted_and_not_generated(build: Build) -> None:
+    model = build("""
+class A
+    ctor (source: stream)
+    get font Font Font
+    get width Width int32
+    method take Take (items: int32[])
+    shared append
+""", awaited="Font\n")
+    assert model.generated() == 1
+    assert model.pending() == {"streams": 1, "types of other namespaces": 1, "collections": 2}
+    assert [name for name, *_ in host.thunks(model.types[0])][:1] == ["get_Width"]
+
+
+def test_an_awaited_type_that_nobody_names_is_refused(build: Build) -> None:
+    _, reason = refusal(build, "\nclass A\n", awaited="Font\n")
+    assert reason == "awaited but named by no member: Font"
+
+
+def test_an_awaited_type_that_has_come_is_refused(build: Build) -> None:
+    _, reason = refusal(build, """
+class B
+    get font Font Font
+namespace Acme.Pictures.One
+class Font
+""", awaited="Font\n", modules="Acme.Pictures.One acme.pictures.one 0000000B\n")
+    assert reason == "Font exists, so that it is awaited no longer"
+
+
+def test_entry_points_are_bound_in_order(build: Build) -> None:
+    model = build("""
+struct Size
+    ctor (width: int32)
+    ctor ()
+    static add Add (a: Size, b: Size) -> Size
+    method grow Grow (by: int32)
+    get is_empty IsEmpty bool
+    getset width Width int32
+    static_get empty Empty Size
+    static_getset unit Unit int32
+""")
+    assert [name for name, *_ in host.thunks(model.types[0])] == [
+        "ctor_000_Size", "ctor_001_Size", "call_000_Add", "call_000_Grow", "get_IsEmpty", "get_Width", "set_Width",
+        "getsa_Empty", "getsa_Unit", "setsa_Unit", "btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs",
+        "btp_IsAssignable"]
+
+
+@pytest.mark.parametrize(("kind", "services"), [
+    ("class", ["TypeOf", "CastTo", "ReInterpretObj", "CastAs", "IsAssignable"]),
+    ("struct", ["TypeOf", "CastTo", "ReInterpretObj", "CastAs", "IsAssignable"]),
+    ("interface", ["TypeOf", "CastTo", "CastAs", "IsAssignable"]),
+    ("static class", ["TypeOf"]),
+])
+def test_services_follow_from_the_kind(build: Build, kind: str, services: list[str]) -> None:
+    assert build(f"\n{kind} A\n").types[0].services == [f"btp_{name}" for name in services]
+
+
+def test_an_enumeration_has_seven_services(build: Build) -> None:
+    model = build("\nenum flags E : uint64\n    NONE 0\n    BIG 0x8000000000000000\n")
+    assert model.types[0].services == ["btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_AsUniEnum", "btp_CastAs",
+                                       "btp_IsAssignable", "btp_GetType"]
+    assert model.types[0].flags and model.types[0].values[1] == ("BIG", 1 << 63)
+
+
+def test_an_interface_takes_inherited_members_from_the_interface_that_declares_them(build: Build) -> None:
+    model = build("""
+interface IBase
+    method run Run (count: int32)
+    get width Width int32
+interface IDerived implements IBase
+    method stop Stop ()
+    method run Run (count: int32) from IBase
+    get width Width int32 from IBase
+""")
+    derived = model.types[1]
+    assert [name for name, *_ in host.thunks(derived)][:2] == ["call_000_Stop", "btp_TypeOf"]
+    assert derived.referenced() == [model.types[0]]
+    assert derived.properties[0].declared_by is model.types[0]
+
+
+def test_the_tree_follows_the_ordinal_order_of_managed_names(build: Build) -> None:
+    model = build("", modules="Acme.Pictures.Shapes acme.pictures.shapes 0000000B\n"
+                              "Acme.Pictures.ShapeSegments acme.pictures.shapesegments 0000000C\n")
+    assert [module.last for module in model.root.children] == ["shapesegments", "shapes"]
+
+
+def test_a_module_without_a_parent_is_refused(build: Build) -> None:
+    _, reason = refusal(build, "", modules="Acme.Pictures.A.B acme.pictures.a.b 0000000B\n")
+    assert reason == "acme.pictures.a.b has no parent module"
