@@ -144,10 +144,14 @@ class Canvas {
         raster_.resolution = header.resolution;
         size_t count = static_cast<size_t>(header.width) * static_cast<size_t>(header.height);
         raster_.pixels.resize(count * static_cast<size_t>(bands));
+        if (background == 0) return;
         std::array<uint8_t, 4> fill = {static_cast<uint8_t>(background >> 16), static_cast<uint8_t>(background >> 8),
                                        static_cast<uint8_t>(background), static_cast<uint8_t>(background >> 24)};
-        for (size_t i = 0; i < raster_.pixels.size(); i++) {
+        size_t stride = static_cast<size_t>(header.width) * static_cast<size_t>(bands);
+        for (size_t i = 0; i < stride; i++)
             raster_.pixels[i] = fill[i % static_cast<size_t>(bands)];
+        for (size_t at = stride; at < raster_.pixels.size(); at += stride) {
+            std::copy_n(raster_.pixels.begin(), stride, raster_.pixels.begin() + static_cast<std::ptrdiff_t>(at));
         }
     }
 
@@ -195,18 +199,16 @@ void decode_row(const Header& header, const uint8_t* in, int bands, Canvas& canv
     }
 }
 
-void decode_rows(std::span<const uint8_t> data, const Header& header, int bands, bool tolerant, Canvas& canvas) {
-    uint64_t stride = (static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.bits) + 31) / 32 * 4;
-    for (int32_t row = 0; row < header.height; row++) {
-        uint64_t at = header.pixels_at + stride * static_cast<uint64_t>(row);
-        // The last row may lack its padding.
-        uint64_t needed = (static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.bits) + 7) / 8;
-        if (at > data.size() || needed > data.size() - at) {
-            if (tolerant) return;
-            damaged("the data ends in row " + std::to_string(row) + " of " + std::to_string(header.height));
-        }
-        decode_row(header, data.data() + at, bands, canvas, row);
-    }
+uint64_t row_stride(const Header& header) {
+    return (static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.bits) + 31) / 32 * 4;
+}
+
+// The number of rows that the data holds; the last one may lack its padding.
+int32_t complete_rows(std::span<const uint8_t> data, const Header& header) {
+    uint64_t needed = (static_cast<uint64_t>(header.width) * static_cast<uint64_t>(header.bits) + 7) / 8;
+    if (header.pixels_at > data.size() || needed > data.size() - header.pixels_at) return 0;
+    uint64_t rows = (data.size() - header.pixels_at - needed) / row_stride(header) + 1;
+    return static_cast<int32_t>(std::min<uint64_t>(rows, static_cast<uint64_t>(header.height)));
 }
 
 // Runs and literals of indices; an escape ends a row or the picture, or moves on.
@@ -262,21 +264,25 @@ bool is_gray(const std::vector<std::array<uint8_t, 3>>& palette) {
 Raster decode_bmp(std::span<const uint8_t> data, const DecodeOptions& options) {
     Header header = read_header(ByteReader(data));
     bool tolerant = options.recovery != Recovery::kNone;
-    if (header.pixels_at > data.size() && !tolerant) damaged("the pixel data is missing");
-    int bands = header.bits <= 8 ? (is_gray(header.palette) ? 1 : 3) : header.masks[3].present() ? 4 : 3;
     bool runs = header.compression == kBiRle8 || header.compression == kBiRle4;
-    // What run-length data skips shows the first palette entry.
-    bool gray_background = bands == 1;
-    Argb background = tolerant && !gray_background ? options.background : kBlack;
-    Canvas canvas(header, bands, background);
+    int32_t rows = runs ? header.height : complete_rows(data, header);
+    if (rows == 0 || (rows < header.height && !tolerant)) {  // before memory is taken for what is not there
+        damaged("the data ends in row " + std::to_string(rows) + " of " + std::to_string(header.height));
+    }
+    int bands = header.bits <= 8 ? (is_gray(header.palette) ? 1 : 3) : header.masks[3].present() ? 4 : 3;
+    Argb fill = options.background;
+    if (runs) {  // what run-length data skips shows the first palette entry
+        const auto& first = header.palette[0];
+        fill = kBlack | static_cast<Argb>(first[0] << 16 | first[1] << 8 | first[2]);
+    }
+    Canvas canvas(header, bands, rows < header.height || runs ? fill : 0);
     if (runs) {
-        for (int32_t row = 0; row < header.height; row++) {
-            for (int32_t x = 0; x < header.width; x++)
-                canvas.put_index(x, row, 0);
-        }
         decode_runs(data, header, tolerant, canvas);
     } else {
-        decode_rows(data, header, bands, tolerant, canvas);
+        uint64_t at = header.pixels_at;
+        for (int32_t row = 0; row < rows; row++, at += row_stride(header)) {
+            decode_row(header, data.data() + at, bands, canvas, row);
+        }
     }
     return canvas.take();
 }

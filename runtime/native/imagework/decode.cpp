@@ -77,8 +77,8 @@ VImage in_srgb(const VImage& image, bool convert_profile) {
 VImage with_resolution(const VImage& image, bool known) {
     if (known && (image.xres() != 1.0 || image.yres() != 1.0)) return image;
     return image.copy(VImage::option()
-                          ->set("xres", kDefaultResolution.horizontal / 25.4)
-                          ->set("yres", kDefaultResolution.vertical / 25.4));
+                          ->set("xres", dots_per_millimeter(kDefaultResolution.horizontal))
+                          ->set("yres", dots_per_millimeter(kDefaultResolution.vertical)));
 }
 
 std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts, const DecodeOptions& options) {
@@ -173,8 +173,8 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const Deco
         image
             .copy(VImage::option()
                       ->set("interpretation", raster.bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
-                      ->set("xres", resolution.horizontal / 25.4)
-                      ->set("yres", resolution.vertical / 25.4))
+                      ->set("xres", dots_per_millimeter(resolution.horizontal))
+                      ->set("yres", dots_per_millimeter(resolution.vertical)))
             .write(owned);
         return std::make_unique<VipsPicture>(owned);
     });

@@ -275,8 +275,8 @@ EncodedBytes VipsPicture::encode(const Encoding& encoding) const {
         VImage image = image_;
         if (encoding.resolution) {
             image = image.copy(VImage::option()
-                                   ->set("xres", encoding.resolution->horizontal / 25.4)
-                                   ->set("yres", encoding.resolution->vertical / 25.4));
+                                   ->set("xres", dots_per_millimeter(encoding.resolution->horizontal))
+                                   ->set("yres", dots_per_millimeter(encoding.resolution->vertical)));
         }
         if (encoding.transparent_color) image = with_transparent(image, *encoding.transparent_color);
         return std::visit([&](const auto& format) { return encode_as(format, image, encoding); }, encoding.format);

@@ -59,7 +59,7 @@ struct BmpEncoding {
 struct GifEncoding {
     int palette_bits = 8;  // 1 to 8
     bool interlaced = false;
-    std::optional<int> loops;  // absent: as the source had it
+    std::optional<int> loops = {};  // absent: as the source had it
 };
 
 enum class JpegColor : uint8_t { kAuto, kGray, kYcc, kCmyk };
@@ -68,7 +68,7 @@ struct JpegEncoding {
     int quality = 75;  // 1 to 100
     bool progressive = false;
     JpegColor color = JpegColor::kAuto;
-    std::string comment;  // UTF-8; empty for none
+    std::string comment = {};  // UTF-8; empty for none
 };
 
 enum class PngColor : uint8_t { kAuto, kGray, kTruecolor, kIndexed, kGrayAlpha, kTruecolorAlpha };
@@ -104,11 +104,11 @@ struct WebpEncoding {
 using FormatEncoding = std::variant<BmpEncoding, GifEncoding, JpegEncoding, PngEncoding, TiffEncoding, WebpEncoding>;
 
 struct Encoding {
-    FormatEncoding format;
-    std::optional<Resolution> resolution;   // instead of the picture's own
-    Argb background = kWhite;               // stands behind the picture where the target has no alpha
-    bool blend_alpha = true;                // otherwise alpha is simply dropped there
-    std::optional<Argb> transparent_color;  // its pixels are written as transparent
+    FormatEncoding format = {};
+    std::optional<Resolution> resolution = {};   // instead of the picture's own
+    Argb background = kWhite;                    // stands behind the picture where the target has no alpha
+    bool blend_alpha = true;                     // otherwise alpha is simply dropped there
+    std::optional<Argb> transparent_color = {};  // its pixels are written as transparent
 };
 
 // Default for every option of a format.

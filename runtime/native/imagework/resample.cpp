@@ -53,7 +53,10 @@ VImage nearest(const VImage& image, int32_t width, int32_t height) {
                         .cast(VIPS_FORMAT_DOUBLE)
                         .linear({2 * old_width, 2 * old_height}, {old_width, old_height});
     places = (places / std::vector<double>{2.0 * width, 2.0 * height}).floor();
-    return image.mapim(places, VImage::option()->set("interpolate", vips::VInterpolate::new_from_name("nearest")));
+    // Whole pixels are taken, nothing is mixed: no need to weigh colours by alpha.
+    return image.mapim(
+        places,
+        VImage::option()->set("interpolate", vips::VInterpolate::new_from_name("nearest"))->set("premultiplied", true));
 }
 
 VImage shrunk(const VImage& image, int32_t width, int32_t height, VipsKernel kernel) {

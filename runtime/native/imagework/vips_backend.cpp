@@ -47,8 +47,8 @@ class VipsBackend final : public Backend {
                 VImage::black(1, 1, VImage::option()->set("bands", bands))
                     .copy(VImage::option()
                               ->set("interpretation", gray ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
-                              ->set("xres", kDefaultResolution.horizontal / 25.4)
-                              ->set("yres", kDefaultResolution.vertical / 25.4));
+                              ->set("xres", dots_per_millimeter(kDefaultResolution.horizontal))
+                              ->set("yres", dots_per_millimeter(kDefaultResolution.vertical)));
             VImage canvas = black.new_from_image(ink(black, color))
                                 .embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
             return std::unique_ptr<Picture>(new VipsPicture(canvas));

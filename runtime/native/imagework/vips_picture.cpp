@@ -84,8 +84,8 @@ Resolution VipsPicture::resolution() const {
 void VipsPicture::set_resolution(Resolution resolution) {
     // A header change makes a new image over the same pixels, which are then shared with nobody new.
     image_ = image_.copy(VImage::option()
-                             ->set("xres", resolution.horizontal / kMillimetersPerInch)
-                             ->set("yres", resolution.vertical / kMillimetersPerInch));
+                             ->set("xres", dots_per_millimeter(resolution.horizontal))
+                             ->set("yres", dots_per_millimeter(resolution.vertical)));
     make_writable();
 }
 

@@ -80,6 +80,11 @@ std::vector<double> ink(const VImage& image, Argb color) {
     }
 }
 
+double dots_per_millimeter(double dots_per_inch) {
+    constexpr double kMost = 1e5;  // 0.01 micrometres
+    return std::clamp(dots_per_inch / 25.4, 1.0 / kMost, kMost);
+}
+
 VImage computed(const VImage& image) {
     size_t bytes_per_pixel = VIPS_IMAGE_SIZEOF_PEL(image.get_image());
     check_picture_size(image.width(), image.height(), static_cast<int>(bytes_per_pixel));

@@ -62,6 +62,9 @@ vips::VImage as_8_bit(const vips::VImage& image);
 // A colour in the bands and the depth of the picture.
 std::vector<double> ink(const vips::VImage& image, Argb color);
 
+// Dots per inch in the library's dots per millimetre, within what it and the formats take.
+double dots_per_millimeter(double dots_per_inch);
+
 // All pixels computed into memory, so that errors show now and nothing of the source is kept.
 vips::VImage computed(const vips::VImage& image);
 

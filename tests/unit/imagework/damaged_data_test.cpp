@@ -1,0 +1,104 @@
+// Data that is cut off, altered or of another kind: an error or a picture, never a crash.
+#include <random>
+#include <string>
+
+#include "runtime/native/imagework/probe.h"
+#include "tests/unit/imagework/pictures.h"
+
+namespace zelmor::imagework {
+namespace {
+
+struct Kind {
+    const char* name;
+    FormatEncoding format;
+};
+
+class DamagedDataTest : public testing::TestWithParam<Kind> {};
+
+TEST_P(DamagedDataTest, EveryCutIsAnError) {
+    auto bytes = encoded(*noise(40, 30, false), GetParam().format);
+    for (size_t length = 0; length < bytes.size(); length += 1 + length / 16) {
+        std::vector<uint8_t> cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
+        EXPECT_EQ(failure_of([&] { decoded(cut); }).kind(), Failure::kDamaged) << length << " of " << bytes.size();
+    }
+    EXPECT_EQ(decoded(bytes)->width(), 40);
+}
+
+TEST_P(DamagedDataTest, AnyAlteredByteGivesAnErrorOrAPicture) {
+    auto bytes = encoded(*noise(24, 16, true), GetParam().format);
+    std::mt19937 random(7);
+    // An altered BMP header may well describe a picture of gigabytes, which takes its time.
+    int rounds = std::holds_alternative<BmpEncoding>(GetParam().format) ? 60 : 400;
+    for (int i = 0; i < rounds; i++) {
+        auto altered = bytes;
+        // Half of the changes in the header, where they do most.
+        size_t range = i % 2 == 0 ? std::min<size_t>(64, altered.size()) : altered.size();
+        altered[random() % range] = static_cast<uint8_t>(random());
+        altered[random() % range] ^= static_cast<uint8_t>(1U << random() % 8);
+        for (Recovery recovery : {Recovery::kNone, Recovery::kMaximal}) {
+            try {
+                auto picture = decoded(altered, recovery);
+                EXPECT_GT(picture->width(), 0);
+                picture->get_argb(picture->width() - 1, picture->height() - 1);
+            } catch (const PictureError& error) {
+                EXPECT_NE(std::string(error.what()), "");
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, DamagedDataTest,
+                         testing::Values(Kind{"Bmp", BmpEncoding{}}, Kind{"Bmp32", BmpEncoding{32}},
+                                         Kind{"BmpRle", BmpEncoding{8, BmpCompression::kRle8}},
+                                         Kind{"Gif", GifEncoding{}}, Kind{"Jpeg", JpegEncoding{}},
+                                         Kind{"JpegProgressive", JpegEncoding{75, true}}, Kind{"Png", PngEncoding{}},
+                                         Kind{"Tiff", TiffEncoding{}}, Kind{"Webp", WebpEncoding{}}),
+                         [](const auto& info) { return info.param.name; });
+
+class RecoveryTest : public testing::TestWithParam<Kind> {};
+
+TEST_P(RecoveryTest, RowsBeforeTheCutAreKeptAndTheRestIsBackground) {
+    auto whole = decoded(encoded(*noise(64, 96, false), GetParam().format));
+    auto bytes = encoded(*noise(64, 96, false), GetParam().format);
+    bytes.resize(bytes.size() * 6 / 10);
+    DecodeOptions options;
+    options.recovery = Recovery::kConsistent;
+    options.background = 0xFF00C0FF;
+    auto picture = backend().decode(bytes, options);
+    ASSERT_EQ(picture->width(), 64);
+    ASSERT_EQ(picture->height(), 96);
+    bool bottom_up = std::holds_alternative<BmpEncoding>(GetParam().format);
+    int32_t kept = bottom_up ? 95 : 0;
+    int32_t lost = bottom_up ? 0 : 95;
+    for (int32_t x = 0; x < 64; x++) {
+        EXPECT_EQ(picture->get_argb(x, kept), whole->get_argb(x, kept));
+        EXPECT_EQ(picture->get_argb(x, lost), 0xFF00C0FF);
+    }
+    EXPECT_EQ(decoded(bytes, Recovery::kMaximal)->get_argb(5, kept), whole->get_argb(5, kept));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RecoveryTest,
+                         testing::Values(Kind{"Bmp", BmpEncoding{}}, Kind{"Jpeg", JpegEncoding{}},
+                                         Kind{"Png", PngEncoding{}}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST(ForeignDataTest, IsToldFromPictures) {
+    for (std::string text :
+         {"", "B", "hello, world", "%PDF-1.7", "PK\x03\x04", "BM and more text that is no picture at all"}) {
+        std::vector<uint8_t> data(text.begin(), text.end());
+        EXPECT_EQ(failure_of([&] { decoded(data); }).kind(), Failure::kDamaged) << text;
+        EXPECT_FALSE(probe(data).readable);
+    }
+}
+
+TEST(HugeHeaderTest, IsRefusedBeforeMemoryIsTaken) {
+    auto png = encoded(*noise(8, 8, false), PngEncoding{});
+    png[16] = png[20] = 0x7F;
+    EXPECT_NE(failure_of([&] { decoded(png); }).kind(), Failure::kInternal);
+    auto bmp = encoded(*noise(8, 8, false), BmpEncoding{});
+    bmp[20] = bmp[24] = 0x7F;
+    EXPECT_EQ(failure_of([&] { decoded(bmp); }).kind(), Failure::kTooLarge);
+}
+
+}  // namespace
+}  // namespace zelmor::imagework

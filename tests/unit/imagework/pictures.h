@@ -1,0 +1,45 @@
+// What the tests of the image backend share: the backend itself, and pictures made from fixed seeds.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "runtime/native/imagework/backend.h"
+
+namespace zelmor::imagework {
+
+Backend& backend();
+
+// Noise: every pixel another colour. Alpha varies too where there is any.
+std::unique_ptr<Picture> noise(int32_t width, int32_t height, bool alpha, uint32_t seed = 1);
+
+// A picture of the pixels given, row by row.
+std::unique_ptr<Picture> picture_of(int32_t width, int32_t height, bool alpha, const std::vector<Argb>& pixels);
+
+std::vector<Argb> pixels_of(const Picture& picture);
+
+std::vector<uint8_t> encoded(const Picture& picture, const FormatEncoding& format);
+std::unique_ptr<Picture> decoded(const std::vector<uint8_t>& data, Recovery recovery = Recovery::kNone);
+
+// The failure of a step, or a failed test where it succeeds.
+template <class Step>
+PictureError failure_of(Step&& step);
+
+}  // namespace zelmor::imagework
+
+#include <gtest/gtest.h>
+
+namespace zelmor::imagework {
+
+template <class Step>
+PictureError failure_of(Step&& step) {
+    try {
+        step();
+    } catch (const PictureError& error) {
+        return error;
+    }
+    ADD_FAILURE() << "no PictureError was thrown";
+    return PictureError(Failure::kInternal, "none");
+}
+
+}  // namespace zelmor::imagework

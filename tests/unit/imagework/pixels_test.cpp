@@ -1,0 +1,84 @@
+// Reading and writing single pixels, replacing colours, opacity.
+#include "tests/unit/imagework/pictures.h"
+
+namespace zelmor::imagework {
+namespace {
+
+TEST(PixelTest, WhatIsWrittenIsRead) {
+    auto picture = backend().create(5, 4, true, false, 0);
+    picture->set_argb(4, 3, 0x7F010203);
+    EXPECT_EQ(picture->get_argb(4, 3), 0x7F010203U);
+    EXPECT_EQ(picture->get_argb(3, 3), 0U);
+}
+
+TEST(PixelTest, OutsideIsRefused) {
+    auto picture = backend().create(5, 4, true, false, 0);
+    for (auto [x, y] : {std::pair{-1, 0}, std::pair{5, 0}, std::pair{0, 4}, std::pair{0, -1}}) {
+        EXPECT_EQ(failure_of([&] { picture->get_argb(x, y); }).kind(), Failure::kArgument);
+        EXPECT_EQ(failure_of([&] { picture->set_argb(x, y, 0); }).kind(), Failure::kArgument);
+    }
+}
+
+TEST(PixelTest, APictureWithoutAlphaDropsIt) {
+    auto picture = backend().create(2, 2, false, false, kBlack);
+    picture->set_argb(0, 0, 0x10FF8040);
+    EXPECT_EQ(picture->get_argb(0, 0), 0xFFFF8040U);
+}
+
+TEST(PixelTest, AGrayPictureTurnsRgbAtTheFirstColour) {
+    auto picture = backend().create(3, 3, false, true, 0xFF404040);
+    picture->set_argb(0, 0, 0xFF909090);
+    EXPECT_TRUE(picture->is_gray());
+    picture->set_argb(1, 0, 0xFF900000);
+    EXPECT_FALSE(picture->is_gray());
+    EXPECT_EQ(picture->get_argb(0, 0), 0xFF909090U);
+    EXPECT_EQ(picture->get_argb(1, 0), 0xFF900000U);
+    EXPECT_EQ(picture->get_argb(2, 2), 0xFF404040U);
+}
+
+TEST(PixelTest, SixteenBitPicturesShowTheirUpperByte) {
+    Encoding encoding{PngEncoding{PngColor::kTruecolor, 16}, {}, kWhite, true, {}};
+    EncodedBytes bytes = noise(4, 4, false)->encode(encoding);
+    auto picture = backend().decode({bytes.data.get(), bytes.size}, {});
+    picture->set_argb(1, 2, 0xFFABCDEF);
+    EXPECT_EQ(picture->get_argb(1, 2), 0xFFABCDEFU);
+    EXPECT_EQ(picture->bits_per_channel(), 16);
+}
+
+TEST(ReplaceTest, TakesWhatIsNearEnoughInEveryChannel) {
+    auto picture = picture_of(4, 1, true, {0xFF101010, 0xFF131310, 0xFF141010, 0xFE101010});
+    picture->replace_color(0xFF101010, 3, 0x80AABBCC);
+    EXPECT_EQ(pixels_of(*picture), (std::vector<Argb>{0x80AABBCC, 0x80AABBCC, 0xFF141010, 0x80AABBCC}));
+    picture = picture_of(2, 1, true, {0xFF101010, 0xFE101010});
+    picture->replace_color(0xFF101010, 0, 0xFF000000);
+    EXPECT_EQ(pixels_of(*picture), (std::vector<Argb>{0xFF000000, 0xFE101010}));
+}
+
+TEST(ReplaceTest, GrayTakesAColour) {
+    auto picture = backend().create(2, 1, false, true, 0xFF202020);
+    picture->replace_color(0xFF202020, 0, 0xFF00FF00);
+    EXPECT_EQ(picture->get_argb(1, 0), 0xFF00FF00U);
+}
+
+TEST(ReplaceTest, RgbOfAllPixelsLeavesAlpha) {
+    auto picture = picture_of(3, 1, true, {0xFF101010, 0x80ABCDEF, 0x00123456});
+    picture->replace_rgb(0xFF0A0B0C);
+    EXPECT_EQ(pixels_of(*picture), (std::vector<Argb>{0xFF0A0B0C, 0x800A0B0C, 0x000A0B0C}));
+}
+
+TEST(OpacityTest, IsTheMeanOfAlpha) {
+    EXPECT_EQ(backend().create(3, 3, false, false, 0)->opacity(), 1.0);
+    EXPECT_DOUBLE_EQ(picture_of(2, 1, true, {0xFF000000, 0x00000000})->opacity(), 0.5);
+}
+
+TEST(TransparentColourTest, IsWrittenAsClear) {
+    auto picture = picture_of(2, 1, false, {0xFFFF00FF, 0xFF00FF00});
+    Encoding encoding{PngEncoding{}, {}, kWhite, true, 0xFFFF00FF};
+    EncodedBytes bytes = picture->encode(encoding);
+    auto copy = backend().decode({bytes.data.get(), bytes.size}, {});
+    EXPECT_EQ(copy->get_argb(0, 0) >> 24, 0U);
+    EXPECT_EQ(copy->get_argb(1, 0), 0xFF00FF00U);
+}
+
+}  // namespace
+}  // namespace zelmor::imagework
