@@ -11,12 +11,12 @@
 
 using zelmor::PyRef;
 using zelmor::siblings::ByteStore;
-using zelmor::siblings::static_type;
 
 namespace {
 
 struct Stream {
-    PyObject_HEAD ByteStore store;
+    PyObject ob_base;
+    ByteStore store;
     Py_ssize_t view_count;  // views of `getbuffer()` that are out
     bool is_closed;
     PyObject* dict;
@@ -25,7 +25,8 @@ struct Stream {
 
 // The exporter behind a view; it keeps its stream alive.
 struct StreamBuffer {
-    PyObject_HEAD Stream* stream;
+    PyObject ob_base;
+    Stream* stream;
 };
 
 Stream* as_stream(PyObject* self) {

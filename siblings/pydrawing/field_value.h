@@ -19,7 +19,8 @@ namespace zelmor::siblings {
 
 template <class Record>
 struct ValueObject {
-    PyObject_HEAD Record value;
+    PyObject ob_base;
+    Record value;
 };
 
 // "O&" converters of the fields. A single is kept in the double of the record: a value that went to the managed side

@@ -6,12 +6,11 @@
 #include "exchange/wire/tags.h"
 #include "siblings/common/static_type.h"
 
-using zelmor::siblings::static_type;
-
 namespace {
 
 struct CastResult {
-    PyObject_HEAD int status;
+    PyObject ob_base;
+    int status;
     PyObject* value;  // never null once built
 };
 
