@@ -1,0 +1,74 @@
+// The fixture of the bridge's unit tests: an interpreter, the scripted runtime, and ways to look at errors and
+// reference counts.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+
+#include "pyshell/py_ref.h"
+#include "pyshell/python.h"
+#include "scripted_runtime.h"
+
+class BridgeTest : public ::testing::Test {
+ protected:
+    void SetUp() override { runtime = {}; }
+
+    // No test leaves an error behind.
+    void TearDown() override {
+        if (PyErr_Occurred() != nullptr) {
+            PyErr_Print();
+            FAIL() << "an exception was left pending";
+        }
+    }
+};
+
+// Where the tests run inside the process: the interpreter is up and the identifiers are interned.
+void start_bridge_interpreter();
+
+// The value of an expression, with `names` as its variables; empty with the error pending.
+zelmor::PyRef evaluate(const char* expression, std::initializer_list<std::pair<const char*, PyObject*>> names = {});
+
+// Runs statements and gives back the namespace that they filled.
+zelmor::PyRef run(const char* statements);
+
+// An entry of such a namespace, borrowed.
+inline PyObject* entry_of(const zelmor::PyRef& names, const char* name) {
+    return PyDict_GetItemString(names.get(), name);
+}
+
+std::string text_of(PyObject* object);
+
+// The pending exception, normalised and cleared; empty if none was pending.
+zelmor::PyRef take_error();
+
+// Clears the pending error, which has to be exactly of this type and have exactly this text.
+void expect_error(PyObject* type, const std::string& message);
+
+// The same, for an error of Python's own, whose words are Python's affair.
+void expect_error_of(PyObject* type);
+
+// How the reference count of an object has changed since.
+class RefCountWatch {
+ public:
+    explicit RefCountWatch(PyObject* object) : m_object(object), m_count(Py_REFCNT(object)) {}
+    Py_ssize_t change() const { return Py_REFCNT(m_object) - m_count; }
+
+ private:
+    PyObject* m_object;
+    Py_ssize_t m_count;
+};
+
+// What went to sys.unraisablehook since.
+class UnraisableWatch {
+ public:
+    UnraisableWatch();
+    ~UnraisableWatch();
+    // One line for each report, "<object>: <exception type>: <exception text>".
+    std::string reports() const;
+
+ private:
+    zelmor::PyRef m_names;
+};

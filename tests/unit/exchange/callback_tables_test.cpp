@@ -1,0 +1,227 @@
+// The tables hold the stated functions at the stated positions, every slot is filled, and the pending ones say so.
+#include <cstdint>
+#include <set>
+
+#include "bridge_test.h"
+#include "exchange/callbacks.h"
+#include "exchange/pending_callbacks.h"
+
+using zelmor::PyRef;
+
+namespace {
+
+class CallbackTables : public BridgeTest {};
+
+// A table as the managed side sees it: pointers by position.
+void* slot(void*** tables, size_t table, size_t position) {
+    return tables[table][position];
+}
+
+template <class Function>
+void* address(Function* function) {
+    return reinterpret_cast<void*>(function);
+}
+
+constexpr size_t kTableSizes[] = {11, 14, 4, 1, 1, 11, 11, 3, 12};
+
+TEST_F(CallbackTables, EverySlotOfTheNineTablesIsFilled) {
+    void*** tables = get_all_py_wrapper_callbacks();
+    std::set<void*> seen;
+    size_t total = 0;
+    for (size_t table = 0; table < std::size(kTableSizes); ++table) {
+        ASSERT_NE(tables[table], nullptr) << table;
+        for (size_t position = 0; position < kTableSizes[table]; ++position) {
+            EXPECT_NE(slot(tables, table, position), nullptr) << table << ", " << position;
+            seen.insert(slot(tables, table, position));
+            ++total;
+        }
+    }
+    EXPECT_EQ(seen.size(), total) << "a function stands in two slots";
+}
+
+TEST_F(CallbackTables, TheObjectTableIsNoneThenIncThenDec) {
+    void** table = get_py_obj_api_callbacks();
+    EXPECT_EQ(table[0], address(fn_get_py_none));
+    EXPECT_EQ(table[1], address(fn_xinc_ref));
+    EXPECT_EQ(table[2], address(fn_xdec_ref));
+}
+
+TEST_F(CallbackTables, TheReadTableIsInOrderOfTheVariantTags) {
+    void** table = get_all_py_wrapper_callbacks()[0];
+    void* const expected[] = {
+        address(fn_read_py_string),        address(fn_read_py_bool),      address(fn_read_py_vers_long),
+        address(fn_read_py_double),        address(fn_read_py_decimal),   address(fn_read_py_decimal_tuple),
+        address(fn_read_py_vers_datetime), address(fn_read_py_vers_date), address(fn_read_py_vers_time),
+        address(fn_read_py_datetimedelta), address(fn_read_py_guid),
+    };
+    for (size_t i = 0; i < std::size(expected); ++i) {
+        EXPECT_EQ(table[i], expected[i]) << i;
+    }
+}
+
+TEST_F(CallbackTables, TheWriteTableIsInOrder) {
+    void** table = get_all_py_wrapper_callbacks()[1];
+    void* const expected[] = {
+        address(fn_write_py_tpo),           address(fn_write_py_bool),
+        address(fn_write_py_long),          address(fn_write_py_ulong),
+        address(fn_write_py_longlong),      address(fn_write_py_ulonglong),
+        address(fn_write_py_double),        address(fn_write_py_decimal),
+        address(fn_write_py_date_time),     address(fn_write_py_date_time_offset),
+        address(fn_write_py_datetimedelta), address(fn_write_py_timezone),
+        address(fn_write_py_guid),          address(fn_write_py_char),
+    };
+    for (size_t i = 0; i < std::size(expected); ++i) {
+        EXPECT_EQ(table[i], expected[i]) << i;
+    }
+}
+
+TEST_F(CallbackTables, TheSmallTablesAreInOrder) {
+    void*** tables = get_all_py_wrapper_callbacks();
+    EXPECT_EQ(slot(tables, 2, 0), address(fn_get_sizeof_py_byffer));
+    EXPECT_EQ(slot(tables, 2, 1), address(fn_create_py_byffer));
+    EXPECT_EQ(slot(tables, 2, 2), address(fn_read_py_buffer_view));
+    EXPECT_EQ(slot(tables, 2, 3), address(fn_release_py_buffer));
+    EXPECT_EQ(slot(tables, 3, 0), address(fn_try_write_py_tpo));
+    EXPECT_EQ(slot(tables, 4, 0), address(fn_clbk_iter_next));
+}
+
+TEST_F(CallbackTables, TheSequenceTablesAreInOrder) {
+    void*** tables = get_all_py_wrapper_callbacks();
+    void* const ucol[] = {
+        address(fn_clbk_ucol_list_length),       address(fn_clbk_ucol_list_longlength),
+        address(fn_clbk_ucol_remove_at),         address(fn_clbk_ucol_clear),
+        address(fn_clbk_ucol_sequence_length),   address(fn_clbk_ucol_sequence_longlength),
+        address(fn_clbk_ucol_get_enumerator),    address(fn_clbk_ucol_object_length),
+        address(fn_clbk_ucol_create_fast_list),  address(fn_clbk_ucol_create_fast_longlist),
+        address(fn_clbk_ucol_get_unicode_bytes),
+    };
+    void* const olist[] = {
+        address(fn_clbk_olist_get_item),
+        address(fn_clbk_olist_set_item),
+        address(fn_clbk_olist_add),
+        address(fn_clbk_olist_insert),
+        address(fn_clbk_olist_remove),
+        address(fn_clbk_olist_contains),
+        address(fn_clbk_olist_index_of),
+        address(fn_clbk_olist_set_fast_item),
+        address(fn_clbk_olist_write_clr_ilist),
+        address(fn_clbk_olist_write_clr_arrlist),
+        address(fn_clbk_olist_write_clr_array),
+    };
+    void* const oseq[] = {address(fn_clbk_oseq_get_item), address(fn_clbk_oseq_contains),
+                          address(fn_clbk_oseq_index_of)};
+    for (size_t i = 0; i < std::size(ucol); ++i) {
+        EXPECT_EQ(slot(tables, 5, i), ucol[i]) << i;
+        EXPECT_EQ(slot(tables, 6, i), olist[i]) << i;
+    }
+    for (size_t i = 0; i < std::size(oseq); ++i) {
+        EXPECT_EQ(slot(tables, 7, i), oseq[i]) << i;
+    }
+}
+
+TEST_F(CallbackTables, SlotSixOfTheStreamTableCloses) {
+    EXPECT_EQ(slot(get_all_py_wrapper_callbacks(), 8, 6), address(fn_clbk_rawio_close));
+}
+
+TEST_F(CallbackTables, TheStreamTableIsInOrder) {
+    void* const expected[] = {
+        address(fn_clbk_rawio_write),    address(fn_clbk_rawio_write_byte), address(fn_clbk_rawio_read),
+        address(fn_clbk_rawio_readbyte), address(fn_clbk_rawio_seek),       address(fn_clbk_rawio_flush),
+        address(fn_clbk_rawio_close),    address(fn_clbk_rawio_readable),   address(fn_clbk_rawio_writable),
+        address(fn_clbk_rawio_seekable), address(fn_clbk_rawio_tell),       address(fn_clbk_rawio_length),
+    };
+    for (size_t i = 0; i < std::size(expected); ++i) {
+        EXPECT_EQ(slot(get_all_py_wrapper_callbacks(), 8, i), expected[i]) << i;
+    }
+}
+
+TEST_F(CallbackTables, AManagedBufferTakesEightyBytes) {
+    EXPECT_EQ(fn_get_sizeof_py_byffer(), 80u);
+}
+
+// Element identifiers are listed here once more, so that the tables are checked against something of their own.
+constexpr const char* kElements[57] = {
+    "6DB53617", "4161C915", "AD9D9BA5", "C63CF845", "0D581152", "793CE1A2", "A29B253A", "5A6B40F1", "0230D20F",
+    "5924F2FC", "A139325E", "A57BD1E8", "0938A206", "75054454", "9BE3A030", "2F797332", "DD9A8D00", "11A60AB4",
+    "2B0546B4", "B67D0F40", "F421E052", "62797633", "578FF222", "590CE12F", "51D6BEAB", "5A71E0F9", "AD4C5CC9",
+    "32726122", "6228A3B1", "B748930C", "C89B66BC", "B3841592", "3814BE29", "4B725488", "79C35D44", "70438DFB",
+    "35D0AC00", "D065E58A", "8E76FE13", "8626AC59", "6569C051", "5BCD4B3E", "436B9FB4", "8A028265", "1BA766B5",
+    "A2718E40", "A4A29720", "DAF680C1", "E7C32114", "F372CE9B", "CF33F510", "FCB07591", "F25B175D", "CBE911FC",
+    "57AC8DC4", "110A8374", "72D20219",
+};
+
+TEST_F(CallbackTables, TypedAccessIsFirstAllListsThenAllSequencesInElementOrder) {
+    void*** tables = get_all_pygn_generic_callbacks();
+    const PyRef subject = PyRef::steal(PyList_New(0));
+    for (size_t i = 0; i < std::size(kElements); ++i) {
+        const std::string element = kElements[i];
+        int64_t out = 0;
+        PyObject* owner = nullptr;
+        const auto list_get = reinterpret_cast<int (*)(PyObject*, int, void*)>(tables[i][0]);
+        EXPECT_EQ(list_get(subject.get(), 0, &out), -1);
+        expect_error(PyExc_NotImplementedError,
+                     "the callback fn_clbk_pylist_" + element + "_get_item is not available in this version");
+        const auto seq_get = reinterpret_cast<int (*)(PyObject*, int, PyObject**, void*)>(tables[i + 57][0]);
+        EXPECT_EQ(seq_get(subject.get(), 0, &owner, &out), -1);
+        expect_error(PyExc_NotImplementedError,
+                     "the callback fn_clbk_pyseq_" + element + "_get_item is not available in this version");
+        EXPECT_EQ(owner, nullptr);
+    }
+}
+
+void expect_pending(const char* name) {
+    expect_error(PyExc_NotImplementedError, std::string("the callback ") + name + " is not available in this version");
+}
+
+// Calls a pending callback with zeros; its answer has to be the failure code of its kind.
+template <class Result, class... Args>
+void call_pending(const char* name, Result (*callback)(Args...), Result failure) {
+    EXPECT_EQ(callback(Args{}...), failure) << name;
+    expect_pending(name);
+}
+
+template <class... Args>
+void call_pending(const char* name, void (*callback)(Args...)) {
+    callback(Args{}...);
+    expect_pending(name);
+}
+
+TEST_F(CallbackTables, APendingReaderAnswersZero) {
+    call_pending("fn_read_py_decimal", fn_read_py_decimal, 0);
+    call_pending("fn_read_py_decimal_tuple", fn_read_py_decimal_tuple, 0);
+    call_pending("fn_read_py_vers_datetime", fn_read_py_vers_datetime, 0);
+    call_pending("fn_read_py_vers_date", fn_read_py_vers_date, 0);
+    call_pending("fn_read_py_vers_time", fn_read_py_vers_time, 0);
+    call_pending("fn_read_py_datetimedelta", fn_read_py_datetimedelta, 0);
+}
+
+TEST_F(CallbackTables, APendingWriterAnswersNull) {
+    call_pending<PyObject*>("fn_write_py_decimal", fn_write_py_decimal, nullptr);
+    call_pending<PyObject*>("fn_write_py_date_time", fn_write_py_date_time, nullptr);
+    call_pending<PyObject*>("fn_write_py_date_time_offset", fn_write_py_date_time_offset, nullptr);
+    call_pending<PyObject*>("fn_write_py_datetimedelta", fn_write_py_datetimedelta, nullptr);
+    call_pending<PyObject*>("fn_write_py_timezone", fn_write_py_timezone, nullptr);
+}
+
+TEST_F(CallbackTables, APendingStreamCallbackAnswersItsFailureCode) {
+    call_pending("fn_clbk_rawio_write", fn_clbk_rawio_write, -1);
+    call_pending("fn_clbk_rawio_write_byte", fn_clbk_rawio_write_byte, -1);
+    call_pending("fn_clbk_rawio_read", fn_clbk_rawio_read, -1);
+    call_pending("fn_clbk_rawio_readbyte", fn_clbk_rawio_readbyte, -2);
+    call_pending("fn_clbk_rawio_seek", fn_clbk_rawio_seek, -1L);
+    call_pending("fn_clbk_rawio_flush", fn_clbk_rawio_flush, -1);
+    call_pending("fn_clbk_rawio_close", fn_clbk_rawio_close);
+    call_pending("fn_clbk_rawio_readable", fn_clbk_rawio_readable, -1);
+    call_pending("fn_clbk_rawio_writable", fn_clbk_rawio_writable, -1);
+    call_pending("fn_clbk_rawio_seekable", fn_clbk_rawio_seekable, -1);
+    call_pending("fn_clbk_rawio_tell", fn_clbk_rawio_tell, -1L);
+    call_pending("fn_clbk_rawio_length", fn_clbk_rawio_length, -1L);
+}
+
+#define ZELMOR_COUNT_PENDING(result, failure, name, parameters) +1
+TEST_F(CallbackTables, NothingElseIsPending) {
+    EXPECT_EQ(0 ZELMOR_PENDING_CALLBACKS(ZELMOR_COUNT_PENDING), 6 + 5 + 12);
+}
+#undef ZELMOR_COUNT_PENDING
+
+}  // namespace

@@ -1,0 +1,27 @@
+// A scripted runtime in place of the real one: answers every lookup of an entry point, leaves out what a test wants
+// left out, and keeps a journal of lookups and of calls.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+struct ScriptedRuntime {
+    // Script.
+    std::map<std::string, int> missing;  // status of the lookup, by method name
+    std::function<void()> during_init_services;
+
+    // Journal.
+    std::vector<std::string> started_with;  // the arguments of the environment, at its start
+    std::vector<std::string> lookups;       // "<assembly>|<type>|<method>"
+    std::vector<std::string> calls;         // by method name
+    std::map<std::string, void*> received;  // the pointer argument of the last call, by method name
+    int received_count = 0;                 // the count of FreePendingArgs
+};
+
+// One for the process, renewed for each test.
+extern ScriptedRuntime runtime;
+
+// The method names of the journal of lookups, of one managed type.
+std::vector<std::string> methods_looked_up(const std::string& type);
