@@ -12,10 +12,11 @@
 //
 // Parameters:  numbers, bool, enum class (by underlying type); Handle (raw); T& and T* of a managed object, T* may be
 // null; const V& or V of a value type (an argument), V& (the instance itself); std::string (UTF-8) and std::u16string,
-// which refuse None, or std::optional of these; the records of the wire by pointer, as they are; int32_t* and the like
-// for out slots.
+// which refuse None, or std::optional of these; Ref<ManagedStream>, which refuses None; the records of the wire by
+// pointer, as they are; int32_t* and the like for out slots.
 // Results: numbers, bool, enum class, V, Ref<T>, Handle, std::u16string, std::string, std::optional of these, Bytes and
-// Value (as a Python object), PyObject* (a new reference), Interface and Collection (through the trailing out record).
+// Value (as a Python object), PyObject* (a new reference), Interface, Collection and Ref<ManagedStream> (through the
+// trailing out record).
 #pragma once
 
 #include <array>
@@ -30,6 +31,7 @@
 #include "runtime/native/core/callbacks.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/marshal.h"
+#include "runtime/native/core/records.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/values.h"
 
@@ -58,6 +60,8 @@ struct Behaviour {
 class BehaviourTable {
  public:
     BehaviourTable(Assembly assembly, std::initializer_list<Behaviour> behaviours);
+    // Adds one whose name is made at run time; the name has to stay. Only before the first look-up.
+    void add(const Behaviour& behaviour) { behaviours_.push_back(behaviour); }
     Assembly assembly() const { return assembly_; }
     const std::vector<Behaviour>& behaviours() const { return behaviours_; }
     const BehaviourTable* next() const { return next_; }

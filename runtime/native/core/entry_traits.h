@@ -1,7 +1,9 @@
 // How C++ parameter and result types map to the wire; the machinery behind entry<&f>().
 #pragma once
 
+#include "runtime/native/core/collection.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/stream.h"
 
 namespace zelmor::embed {
 
@@ -100,7 +102,17 @@ struct Arg<T*> : RawArg<T*, 'r'> {};
 template <>
 struct Arg<Handle*> : RawArg<Handle*, 'r'> {};
 template <>
+struct Arg<Handle**> : RawArg<Handle**, 'r'> {};
+template <>
 struct Arg<PyObject**> : RawArg<PyObject**, 'r'> {};
+template <>
+struct Arg<Ref<ManagedStream>> {
+    using Wire = const VariantArg*;
+    static constexpr char code = 'V';
+    static Ref<ManagedStream> read(const VariantArg* value) { return read_stream(value); }
+};
+template <>
+struct Arg<Ref<ManagedList>>;  // which element a collection has is not in its C++ type: take the VariantArg
 
 [[noreturn]] void throw_null_string();
 struct TextArg {
@@ -193,6 +205,12 @@ struct Result<Bytes> : PythonResult {
 template <>
 struct Result<Value> : PythonResult {
     static PyObject* write(const Value& value) { return write_value(value); }
+};
+template <>
+struct Result<Ref<ManagedStream>> {
+    using Out = PyCollectionArg*;
+    static constexpr char code = 'k';
+    static void write(const Ref<ManagedStream>& value, Out out) { write_stream(value, out); }
 };
 template <>
 struct Result<Interface> {

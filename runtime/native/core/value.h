@@ -15,10 +15,11 @@ namespace zelmor::embed {
 
 using Bytes = std::vector<std::byte>;
 
-// Nothing stored; null is an empty object reference. Integers and enumerations are bit patterns in 64 bits.
-// PyHeld is a Python object that the managed side keeps as it is (a list, a date, a file).
+// Nothing stored; null is an empty object reference. Integers and enumerations are int64_t, sign- or zero-extended
+// from their width; uint64_t is used only where a value does not fit. PyHeld is a Python object that the managed side
+// keeps as it is (a list, a date, a file).
 using Value =
-    std::variant<std::monostate, bool, int64_t, double, std::u16string, Bytes, Ref<ManagedObject>, PyHeld>;
+    std::variant<std::monostate, bool, int64_t, uint64_t, double, std::u16string, Bytes, Ref<ManagedObject>, PyHeld>;
 
 inline bool is_unset(const Value& value) { return std::holds_alternative<std::monostate>(value); }
 bool is_null(const Value& value);  // unset or an empty reference

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "exchange/wire/records.h"
 #include "exchange/wire/tags.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"

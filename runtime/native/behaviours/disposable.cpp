@@ -1,0 +1,16 @@
+// DisposableObject: the base of everything that can be disposed.
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+bool get_disposed(ManagedObject& self) { return self.disposed(); }
+
+const BehaviourTable table(Assembly::kImaging, {
+    {"Zelmor.Imaging.DisposableObject", "get_Disposed", entry<&get_disposed>()},
+});
+
+}  // namespace
+
+}  // namespace zelmor::embed

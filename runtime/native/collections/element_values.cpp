@@ -1,0 +1,119 @@
+// Elements on the wire.
+#include "runtime/native/collections/element_values.h"
+
+#include "runtime/native/core/marshal.h"
+#include "runtime/native/tail/wire_values.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+char scalar_code(Wire wire) {
+    switch (wire) {
+        case Wire::kBool:
+            return 'b';
+        case Wire::kInt8:
+            return 'c';
+        case Wire::kUInt8:
+            return 'C';
+        case Wire::kInt16:
+            return 's';
+        case Wire::kUInt16:
+        case Wire::kChar:
+            return 'S';
+        case Wire::kInt32:
+            return 'i';
+        case Wire::kUInt32:
+            return 'I';
+        case Wire::kInt64:
+            return 'l';
+        case Wire::kUInt64:
+            return 'L';
+        case Wire::kSingle:
+            return 'f';
+        case Wire::kDouble:
+            return 'd';
+        default:
+            return '\0';
+    }
+}
+
+// An array of arrays passes its inner arrays as handles, like objects of a class.
+Wire crossing_wire(const ElementType& element) {
+    return element.wire == Wire::kCollection ? Wire::kClass : element.wire;
+}
+
+size_t width_of(Wire wire) {
+    switch (scalar_code(wire)) {
+        case 'b':
+        case 'c':
+        case 'C':
+            return 1;
+        case 's':
+        case 'S':
+            return 2;
+        case 'i':
+        case 'I':
+        case 'f':
+            return 4;
+        default:
+            return 8;
+    }
+}
+
+}  // namespace
+
+char element_argument_code(const ElementType& element) {
+    if (const char code = scalar_code(element.wire)) return code;
+    switch (element.wire) {
+        case Wire::kString:
+            return 'T';
+        case Wire::kBytes:
+            return 'B';
+        case Wire::kClass:
+        case Wire::kCollection:
+            return 'p';
+        default:
+            return 'V';
+    }
+}
+
+char element_result_code(const ElementType& element) {
+    if (const char code = scalar_code(element.wire)) return code;
+    switch (element.wire) {
+        case Wire::kString:
+        case Wire::kBytes:
+        case Wire::kObject:
+            return 'O';
+        case Wire::kInterface:
+            return 'v';
+        default:
+            return 'p';
+    }
+}
+
+bool element_result_trails(const ElementType& element) { return element.wire == Wire::kInterface; }
+
+Value read_element(CallFrame& frame, size_t index, const ElementType& element) {
+    return read_wire(frame, index, crossing_wire(element), element.type());
+}
+
+void store_element(const Value& value, const ElementType& element, void* out) {
+    if (element.wire == Wire::kInterface) {
+        const auto* object = std::get_if<Ref<ManagedObject>>(&value);
+        write_interface(object ? *object : nullptr, static_cast<PyObjectOutArg*>(out));
+        return;
+    }
+    // The slot has the width of a returned value, so that returning into a word and copying its low bytes fits all.
+    uint64_t word = 0;
+    const char signature[] = {element_result_code(element), '\0'};
+    CallFrame returned(signature, &word, nullptr);
+    write_wire(returned, value, crossing_wire(element), element.type());
+    std::memcpy(out, &word, width_of(element.wire));
+}
+
+void return_element(CallFrame& frame, const Value& value, const ElementType& element) {
+    write_wire(frame, value, crossing_wire(element), element.type());
+}
+
+}  // namespace zelmor::embed

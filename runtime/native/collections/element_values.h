@@ -1,0 +1,21 @@
+// One element of a collection on the wire: by value, handle, record or Python object, as its type has it.
+#pragma once
+
+#include "runtime/native/core/collection.h"
+#include "runtime/native/delegates/closure.h"
+
+namespace zelmor::embed {
+
+// Signature codes of an element as an argument and as a returned value. An interface is returned through a trailing
+// out record: its result code is 'v'.
+char element_argument_code(const ElementType& element);
+char element_result_code(const ElementType& element);
+bool element_result_trails(const ElementType& element);
+
+Value read_element(CallFrame& frame, size_t index, const ElementType& element);
+// Stores the element through an out slot of the element's own form.
+void store_element(const Value& value, const ElementType& element, void* out);
+// Returns the element as the call's result.
+void return_element(CallFrame& frame, const Value& value, const ElementType& element);
+
+}  // namespace zelmor::embed

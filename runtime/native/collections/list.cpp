@@ -1,0 +1,224 @@
+// Storage and operations of managed lists.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "runtime/native/core/collection.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+std::string element_name(const ElementType& element) {
+    const ElementType* inner = element.inner();
+    return inner ? element_name(*inner) + "[]" : element.name;
+}
+
+const TypeInfo& list_type(ListShape shape, const ElementType& element) {
+    switch (shape) {
+        case ListShape::kArray: {
+            static const TypeInfo& array = intern_type("System.Array");
+            return intern_type(element_name(element) + "[]", TypeKind::kClass, &array);
+        }
+        case ListShape::kArrayList:
+            return intern_type("System.Collections.ArrayList");
+        case ListShape::kCollectionBase:
+            return intern_type("System.Collections.CollectionBase");
+        case ListShape::kReadOnlyCollectionBase:
+            return intern_type("System.Collections.ReadOnlyCollectionBase");
+        case ListShape::kList:
+            break;
+    }
+    return intern_type("System.Collections.Generic.List`1[" + element_name(element) + "]");
+}
+
+template <class T>
+T scalar_from(const Value& value, const ElementType& element) {
+    if (const auto* x = std::get_if<int64_t>(&value)) return static_cast<T>(*x);
+    if (const auto* x = std::get_if<uint64_t>(&value)) return static_cast<T>(*x);
+    if (const auto* x = std::get_if<double>(&value)) return static_cast<T>(*x);
+    if (const auto* x = std::get_if<bool>(&value)) return static_cast<T>(*x);
+    throw_invalid_cast(to_utf8(text_of_value(value)), element.name);
+}
+
+template <class T>
+Value value_from(T x) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return static_cast<double>(x);
+    } else if constexpr (std::is_same_v<T, uint64_t>) {
+        if (x > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) return x;
+        return static_cast<int64_t>(x);
+    } else {
+        return static_cast<int64_t>(x);
+    }
+}
+
+auto at(auto& items, size_t index) { return items.begin() + static_cast<std::ptrdiff_t>(index); }
+
+// Ordering of values that have one: text by code units, numbers by size, booleans false first, null before all.
+bool less(const Value& a, const Value& b) {
+    if (is_null(a) || is_null(b)) return is_null(a) && !is_null(b);
+    if (a.index() == b.index()) {
+        if (const auto* x = std::get_if<std::u16string>(&a)) return *x < std::get<std::u16string>(b);
+        if (const auto* x = std::get_if<bool>(&a)) return *x < std::get<bool>(b);
+        if (const auto* x = std::get_if<int64_t>(&a)) return *x < std::get<int64_t>(b);
+        if (const auto* x = std::get_if<uint64_t>(&a)) return *x < std::get<uint64_t>(b);
+        if (const auto* x = std::get_if<double>(&a)) return *x < std::get<double>(b);
+    }
+    throw_invalid_operation("Failed to compare two elements in the collection: their type has no order.");
+}
+
+}  // namespace
+
+ManagedList::ManagedList(ListShape shape, const ElementType& element)
+    : ManagedObject(list_type(shape, element)), shape_(shape), element_(&element) {}
+
+PyObject* ManagedList::write_wrapper() {
+    const PyOlistCallbacks& lists = *tables().olist;
+    const auto write = shape_ == ListShape::kArray       ? lists.write_clr_array
+                       : shape_ == ListShape::kArrayList ? lists.write_clr_arrlist
+                                                         : lists.write_clr_ilist;
+    // A failed callback has given the handle back.
+    PyObject* wrapper = write(make_handle(Ref<ManagedObject>(this)));
+    if (!wrapper) throw PythonErrorPending();
+    return wrapper;
+}
+
+template <class T>
+Value ScalarList<T>::get(size_t index) const {
+    return value_from(items[index]);
+}
+template <class T>
+void ScalarList<T>::set(size_t index, const Value& value) {
+    items[index] = scalar_from<T>(value, element());
+}
+template <class T>
+void ScalarList<T>::insert(size_t index, const Value& value) {
+    items.insert(at(items, index), scalar_from<T>(value, element()));
+}
+template <class T>
+void ScalarList<T>::erase(size_t first, size_t count) {
+    items.erase(at(items, first), at(items, first + count));
+}
+template <class T>
+void ScalarList<T>::reverse() {
+    std::reverse(items.begin(), items.end());
+}
+template <class T>
+void ScalarList<T>::sort(bool descending) {
+    std::sort(items.begin(), items.end(), [descending](const T& a, const T& b) {
+        const T& x = descending ? b : a;
+        const T& y = descending ? a : b;
+        if constexpr (std::is_floating_point_v<T>) {
+            if (std::isnan(x) || std::isnan(y)) return std::isnan(x) && !std::isnan(y);  // NaN sorts first
+        }
+        return x < y;
+    });
+}
+
+template class ScalarList<int8_t>;
+template class ScalarList<uint8_t>;
+template class ScalarList<int16_t>;
+template class ScalarList<uint16_t>;
+template class ScalarList<int32_t>;
+template class ScalarList<uint32_t>;
+template class ScalarList<int64_t>;
+template class ScalarList<uint64_t>;
+template class ScalarList<float>;
+template class ScalarList<double>;
+
+const Value& ValueList::checked(const Value& value) const {
+    const ElementType& e = element();
+    if (is_null(value)) {
+        if (e.wire == Wire::kStruct) throw_invalid_cast("null", e.name);
+        return value;
+    }
+    bool fits = true;
+    switch (e.wire) {
+        case Wire::kString:
+            fits = std::holds_alternative<std::u16string>(value);
+            break;
+        case Wire::kBytes:
+            fits = std::holds_alternative<Bytes>(value);
+            break;
+        case Wire::kClass:
+        case Wire::kStruct:
+        case Wire::kInterface: {
+            const auto* object = std::get_if<Ref<ManagedObject>>(&value);
+            const TypeInfo* type = e.type();
+            fits = object && (!type || is_assignable(*type, (*object)->type()));
+            break;
+        }
+        case Wire::kCollection: {
+            const auto* object = std::get_if<Ref<ManagedObject>>(&value);
+            const auto* list = object ? dynamic_cast<const ManagedList*>(object->get()) : nullptr;
+            fits = list && &list->element() == e.inner();
+            break;
+        }
+        default:
+            break;
+    }
+    if (!fits) throw_invalid_cast(to_utf8(text_of_value(value)), element_name(e));
+    return value;
+}
+
+void ValueList::set(size_t index, const Value& value) { items[index] = checked(value); }
+void ValueList::insert(size_t index, const Value& value) { items.insert(at(items, index), checked(value)); }
+void ValueList::erase(size_t first, size_t count) { items.erase(at(items, first), at(items, first + count)); }
+void ValueList::resize(size_t count) { items.resize(count, Ref<ManagedObject>()); }
+void ValueList::reverse() { std::reverse(items.begin(), items.end()); }
+void ValueList::sort(bool descending) {
+    std::stable_sort(items.begin(), items.end(),
+                     [descending](const Value& a, const Value& b) { return descending ? less(b, a) : less(a, b); });
+}
+
+ListEnumerator::ListEnumerator(Ref<ManagedList> list)
+    : ManagedObject(intern_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]",
+                                TypeKind::kClass)),
+      list_(std::move(list)),
+      expected_size_(list_->size()) {}
+
+bool ListEnumerator::move_next(Value& element) {
+    require_live();
+    if (list_->size() != expected_size_) {
+        throw_invalid_operation("Collection was modified; enumeration operation may not execute.");
+    }
+    if (next_ >= expected_size_) return false;
+    element = list_->get(next_++);
+    return true;
+}
+
+Ref<ManagedList> make_list(ListShape shape, const ElementType& element, size_t count) {
+    const auto sized = [&](Ref<ManagedList> list) {
+        list->resize(count);
+        return list;
+    };
+    switch (element.wire) {
+        case Wire::kInt8:
+            return sized(make_ref<ScalarList<int8_t>>(shape, element));
+        case Wire::kUInt8:
+            return sized(make_ref<ScalarList<uint8_t>>(shape, element));
+        case Wire::kInt16:
+            return sized(make_ref<ScalarList<int16_t>>(shape, element));
+        case Wire::kUInt16:
+            return sized(make_ref<ScalarList<uint16_t>>(shape, element));
+        case Wire::kInt32:
+            return sized(make_ref<ScalarList<int32_t>>(shape, element));
+        case Wire::kUInt32:
+            return sized(make_ref<ScalarList<uint32_t>>(shape, element));
+        case Wire::kInt64:
+            return sized(make_ref<ScalarList<int64_t>>(shape, element));
+        case Wire::kUInt64:
+            return sized(make_ref<ScalarList<uint64_t>>(shape, element));
+        case Wire::kSingle:
+            return sized(make_ref<ScalarList<float>>(shape, element));
+        case Wire::kDouble:
+            return sized(make_ref<ScalarList<double>>(shape, element));
+        default:
+            return sized(make_ref<ValueList>(shape, element));
+    }
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,331 @@
+// What Python asks of a managed collection: length, elements, search, change, bulk operations.
+//
+// Indices and bounds that the caller leaves to this side are read as Python's list reads them: a negative one counts
+// from the end, and insertion and search bounds are clamped.
+#include "runtime/native/collections/list_services.h"
+
+#include <algorithm>
+
+#include "runtime/native/collections/element_values.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/marshal.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+enum ElementStatus : int32_t { kDelivered = 0, kEmpty = 1, kOutOfRange = 2 };
+constexpr int32_t kDone = 1;
+constexpr int32_t kDeclined = 0;
+
+ManagedList& list_of(ServiceCall& call) { return target<ManagedList>(call.frame.argument<Handle>(0)); }
+
+int32_t size_of(const ManagedList& list) { return static_cast<int32_t>(list.size()); }
+
+bool in_range(const ManagedList& list, int32_t index) { return index >= 0 && index < size_of(list); }
+
+size_t position(int32_t index) { return static_cast<size_t>(index); }
+
+ManagedList& growing_list_of(ServiceCall& call) {
+    ManagedList& list = list_of(call);
+    if (list.fixed_size()) throw ManagedException("NotSupportedException", "Collection was of a fixed size.");
+    return list;
+}
+
+Value element_argument(ServiceCall& call, size_t index) {
+    return read_element(call.frame, index, *call.service.element);
+}
+
+// The same bound as in a Python slice.
+int32_t clamped(int32_t bound, int32_t size) { return std::clamp(bound < 0 ? bound + size : bound, 0, size); }
+
+// The list in a handle argument of a bulk operation; empty where it is something else, and the caller goes on alone.
+Ref<ManagedList> bulk_source(const VariantArg* arg) {
+    if (arg->tag != kHandleObject) return {};
+    return Ref<ManagedList>(dynamic_cast<ManagedList*>(object_of(arg->value)));
+}
+
+std::vector<Value> elements_of(const ManagedList& list) {
+    std::vector<Value> values;
+    values.reserve(list.size());
+    for (size_t i = 0; i < list.size(); ++i) values.push_back(list.get(i));
+    return values;
+}
+
+void append(ManagedList& list, const Value& value) { list.insert(list.size(), value); }
+
+void length(ServiceCall& call) { call.frame.set_result(size_of(list_of(call))); }
+
+void get_item(ServiceCall& call) {
+    const ManagedList& list = list_of(call);
+    const auto index = call.frame.argument<int32_t>(1);
+    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    store_element(list.get(position(index)), *call.service.element, call.frame.argument<void*>(2));
+    call.frame.set_result<int32_t>(kDelivered);
+}
+
+void require_in_range(const ManagedList& list, int32_t index) {
+    if (!in_range(list, index)) {
+        throw_out_of_range("index", "The index " + std::to_string(index) + " is outside a collection of " +
+                                        std::to_string(list.size()) + " elements.");
+    }
+}
+
+void get_item_no_check(ServiceCall& call) {
+    const ManagedList& list = list_of(call);
+    const auto index = call.frame.argument<int32_t>(1);
+    require_in_range(list, index);
+    return_element(call.frame, list.get(position(index)), *call.service.element);
+}
+
+void set_item(ServiceCall& call) {
+    ManagedList& list = list_of(call);
+    const auto index = call.frame.argument<int32_t>(1);
+    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    list.set(position(index), element_argument(call, 2));
+    call.frame.set_result<int32_t>(kDelivered);
+}
+
+void set_item_no_check(ServiceCall& call) {
+    ManagedList& list = list_of(call);
+    const auto index = call.frame.argument<int32_t>(1);
+    require_in_range(list, index);
+    list.set(position(index), element_argument(call, 2));
+}
+
+void add(ServiceCall& call) { append(growing_list_of(call), element_argument(call, 1)); }
+
+void insert(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    list.insert(position(clamped(call.frame.argument<int32_t>(1), size_of(list))), element_argument(call, 2));
+}
+
+int32_t find(const ManagedList& list, const Value& value, int32_t first, int32_t end) {
+    for (int32_t i = first; i < end; ++i) {
+        if (values_equal(list.get(position(i)), value)) return i;
+    }
+    return -1;
+}
+
+void remove(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    const int32_t index = find(list, element_argument(call, 1), 0, size_of(list));
+    if (index >= 0) list.erase(position(index), 1);
+    call.frame.set_result<int32_t>(index >= 0);
+}
+
+void remove_at(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    const auto index = call.frame.argument<int32_t>(1);
+    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    list.erase(position(index), 1);
+    call.frame.set_result<int32_t>(kDelivered);
+}
+
+void pop(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    if (list.size() == 0) return call.frame.set_result<int32_t>(kEmpty);
+    int32_t index = call.frame.argument<uint8_t>(1) ? call.frame.argument<int32_t>(2) : -1;
+    if (index < 0) index += size_of(list);
+    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    store_element(list.get(position(index)), *call.service.element, call.frame.argument<void*>(3));
+    list.erase(position(index), 1);
+    call.frame.set_result<int32_t>(kDelivered);
+}
+
+void clear(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    list.erase(0, list.size());
+}
+
+void inplace_concat(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    const auto source = bulk_source(call.frame.argument<const VariantArg*>(1));
+    if (!source || &source->element() != &list.element()) return call.frame.set_result<int32_t>(kDeclined);
+    // Taken out first: the source may be the list itself.
+    const std::vector<Value> added = elements_of(*source);
+    list.reserve(list.size() + added.size());
+    for (const Value& value : added) append(list, value);
+    call.frame.set_result<int32_t>(kDone);
+}
+
+void inplace_repeat(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    const auto count = call.frame.argument<int32_t>(1);
+    if (count <= 0) return list.erase(0, list.size());
+    const std::vector<Value> once = elements_of(list);
+    if (once.size() * static_cast<size_t>(count) > static_cast<size_t>(INT32_MAX)) {
+        throw ManagedException("OutOfMemoryException", "The repeated collection would be too long.");
+    }
+    list.reserve(once.size() * static_cast<size_t>(count));
+    for (int32_t i = 1; i < count; ++i) {
+        for (const Value& value : once) append(list, value);
+    }
+}
+
+// start, start + step, ...: `count` indices, all of which have to lie in the list.
+void require_run(const ManagedList& list, int32_t start, int32_t count, int32_t step) {
+    if (count <= 0) return;
+    const int64_t last = start + static_cast<int64_t>(count - 1) * step;
+    if (!in_range(list, start) || last < 0 || last >= size_of(list)) {
+        throw_out_of_range("start", "The run from " + std::to_string(start) + " of " + std::to_string(count) +
+                                        " elements by " + std::to_string(step) + " leaves a collection of " +
+                                        std::to_string(list.size()) + " elements.");
+    }
+}
+
+void set_items(ServiceCall& call) {
+    ManagedList& list = list_of(call);
+    const auto source = bulk_source(call.frame.argument<const VariantArg*>(1));
+    const auto start = call.frame.argument<int32_t>(2);
+    const auto count = call.frame.argument<int32_t>(3);
+    const auto step = call.frame.argument<int32_t>(4);
+    if (!source || &source->element() != &list.element() || source->size() != static_cast<size_t>(count)) {
+        return call.frame.set_result<int32_t>(kDeclined);
+    }
+    require_run(list, start, count, step);
+    const std::vector<Value> values = elements_of(*source);
+    for (int32_t i = 0; i < count; ++i) list.set(position(start + i * step), values[position(i)]);
+    call.frame.set_result<int32_t>(kDone);
+}
+
+// The caller normalises the run so that it walks downward. A run of neighbours comes with its lowest index from some
+// callers and its highest from others: the one that lies in the list with the whole run is meant.
+void remove_items(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    const auto start = call.frame.argument<int32_t>(1);
+    const auto count = call.frame.argument<int32_t>(2);
+    const auto step = call.frame.argument<int32_t>(3);
+    if (count <= 0) return;
+    if (step == -1 && call.service.kind == ServiceKind::kArrayList) {
+        require_run(list, start, count, 1);
+        return list.erase(position(start), position(count));
+    }
+    require_run(list, start, count, step);
+    for (int32_t i = 0; i < count; ++i) list.erase(position(start + i * step), 1);
+}
+
+void reverse(ServiceCall& call) { list_of(call).reverse(); }
+
+void sort(ServiceCall& call) { list_of(call).sort(call.frame.argument<uint8_t>(1) != 0); }
+
+void index_by(ServiceCall& call) {
+    const ManagedList& list = list_of(call);
+    const int32_t size = size_of(list);
+    const int32_t first = call.frame.argument<uint8_t>(1) ? clamped(call.frame.argument<int32_t>(2), size) : 0;
+    const int32_t end = call.frame.argument<uint8_t>(3) ? clamped(call.frame.argument<int32_t>(4), size) : size;
+    call.frame.set_result(find(list, element_argument(call, 5), first, end));
+}
+
+void contains(ServiceCall& call) {
+    const ManagedList& list = list_of(call);
+    call.frame.set_result<int32_t>(find(list, element_argument(call, 1), 0, size_of(list)) >= 0);
+}
+
+void count_of(ServiceCall& call) {
+    const ManagedList& list = list_of(call);
+    const Value value = element_argument(call, 1);
+    int32_t count = 0;
+    for (size_t i = 0; i < list.size(); ++i) count += values_equal(list.get(i), value);
+    call.frame.set_result(count);
+}
+
+void ensure_capacity(ServiceCall& call) {
+    ManagedList& list = growing_list_of(call);
+    list.reserve(list.size() + position(std::max(0, call.frame.argument<int32_t>(1))));
+}
+
+void get_enumerator(ServiceCall& call) {
+    Ref<ManagedList> list(&list_of(call));
+    write_interface(make_ref<ListEnumerator>(std::move(list)), call.frame.argument<PyObjectOutArg*>(1));
+}
+
+void move_next(ServiceCall& call) {
+    Value element;
+    const bool moved = target<ListEnumerator>(call.frame.argument<Handle>(0)).move_next(element);
+    if (moved) store_element(element, *call.service.element, call.frame.argument<void*>(1));
+    call.frame.set_result<int32_t>(moved ? kDelivered : kEmpty);
+}
+
+// A managed collection with the elements of a Python one.
+Handle made_from(PyObject* object, HandleTag tag, ListShape shape) {
+    const VariantArg arg{tag, object};
+    const std::vector<Value> values = read_elements(&arg, variant_element(), "items");
+    auto list = make_list(shape, variant_element());
+    for (const Value& value : values) append(*list, value);
+    return make_handle(std::move(list));
+}
+
+ListShape shape_of(ServiceKind kind) {
+    switch (kind) {
+        case ServiceKind::kArray:
+            return ListShape::kArray;
+        case ServiceKind::kCollectionBase:
+            return ListShape::kCollectionBase;
+        case ServiceKind::kReadOnlyCollectionBase:
+            return ListShape::kReadOnlyCollectionBase;
+        default:
+            return ListShape::kArrayList;
+    }
+}
+
+void create_from_list(ServiceCall& call) {
+    call.frame.set_result(made_from(call.frame.argument<PyObject*>(0), kHandlePyObject, shape_of(call.service.kind)));
+}
+
+void create_from_sequence(ServiceCall& call) {
+    call.frame.set_result(made_from(call.frame.argument<PyObject*>(0), kHandlePySequence, shape_of(call.service.kind)));
+}
+
+void create_from_iterable(ServiceCall& call) {
+    const PyHeld iterator = PyHeld::steal(tables().ucol->get_enumerator(call.frame.argument<PyObject*>(0)));
+    if (!iterator) throw_python_error("Iterating");
+    auto list = make_list(ListShape::kArrayList, variant_element());
+    for (;;) {
+        PyObject* owner = nullptr;
+        VariantArg element{};
+        const int status = tables().iter->next(iterator.get(), &owner, &element);
+        if (status == 1) break;
+        if (status != 0) throw_python_error("Reading the next element");
+        const PyHeld held = PyHeld::steal(owner);
+        append(*list, read_variant(&element));
+    }
+    call.frame.set_result(make_handle(std::move(list)));
+}
+
+// In the signatures, E stands for an element argument and N for a returned element.
+constexpr ServiceOperation kOperations[] = {
+    {"SqLength", "ip", length},
+    {"SqContains", "ipE", contains},
+    {"CountOf", "ipE", count_of},
+    {"SqGetItem", "ipir", get_item},
+    {"SqGetItemNoCheck", "Npi", get_item_no_check},
+    {"SqSetItem", "ipiE", set_item},
+    {"SqSetItemNoCheck", "vpiE", set_item_no_check},
+    {"SqSetItemNoChek", "vpiE", set_item_no_check},
+    {"Add", "vpE", add},
+    {"Insert", "vpiE", insert},
+    {"Remove", "ipE", remove},
+    {"RemoveAt", "ipi", remove_at},
+    {"Pop", "ipbir", pop},
+    {"Clear", "vp", clear},
+    {"SqInplaceConcat", "ipV", inplace_concat},
+    {"SqInplaceRepeat", "vpi", inplace_repeat},
+    {"MpSetItems", "ipViii", set_items},
+    {"MpRemoveItems", "vpiii", remove_items},
+    {"Reverse", "vp", reverse},
+    {"Sort", "vpb", sort},
+    {"IndexBy", "ipbibiE", index_by},
+    {"EnsureCapacity", "vpi", ensure_capacity},
+    {"GetEnumerator", "ipo", get_enumerator},
+    {"MoveNext", "ipr", move_next},
+    {"CreateInstanceFromPyList", "pp", create_from_list},
+    {"CreateInstanceFromPySequence", "pp", create_from_sequence},
+    {"CreateInstanceFromPyIterable", "pp", create_from_iterable},
+};
+
+}  // namespace
+
+std::span<const ServiceOperation> list_operations() { return kOperations; }
+
+}  // namespace zelmor::embed

@@ -1,0 +1,204 @@
+// Reading Python lists and sequences through the callbacks.
+#include "runtime/native/collections/python_elements.h"
+
+#include <climits>
+#include <cstring>
+#include <string>
+
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/marshal.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+// The slot of an element's table: lists in the first half of the generic callbacks, sequences in the second.
+void* typed_slot(const ElementType& element, bool is_list) {
+    if (!callbacks().generic || !*element.id) return nullptr;
+    for (size_t i = 0; i < kGenericElementCount; ++i) {
+        if (std::strcmp(kGenericElements[i], element.id) != 0) continue;
+        void** table = callbacks().generic[is_list ? i : i + kGenericElementCount];
+        return table ? *table : nullptr;
+    }
+    return nullptr;
+}
+
+Value object_value(void* handle) { return Ref<ManagedObject>(object_of(handle)); }
+
+}  // namespace
+
+PythonElements::PythonElements(const VariantArg& arg, const ElementType& element)
+    : object_(static_cast<PyObject*>(arg.value)), element_(&element), is_list_(arg.tag == kHandlePyObject) {
+    if (arg.tag != kHandlePyObject && arg.tag != kHandlePySequence) {
+        throw_argument("A collection argument has the unknown tag " + std::to_string(arg.tag) + ".");
+    }
+    typed_ = typed_slot(element, is_list_);
+    const PyUcolCallbacks& ucol = *tables().ucol;
+    const int64_t size = is_list_ ? ucol.list_longlength(object_) : ucol.sequence_longlength(object_);
+    if (size < 0) throw_python_error("Reading the length of the sequence");
+    if (size > INT_MAX) throw ManagedException("OverflowException", "The sequence has too many elements.");
+    size_ = static_cast<size_t>(size);
+}
+
+// Calls the typed slot. The result is the reference that a sequence's element is kept by, null for a list's.
+template <class T>
+PyObject* PythonElements::fetch(size_t index, T* out) const {
+    PyObject* owner = nullptr;
+    const int at = static_cast<int>(index);
+    const int status =
+        is_list_ ? reinterpret_cast<int (*)(PyObject*, int, T*)>(typed_)(object_, at, out)
+                 : reinterpret_cast<int (*)(PyObject*, int, PyObject**, T*)>(typed_)(object_, at, &owner, out);
+    if (status < 0) throw_python_error(("Reading element " + std::to_string(index)).c_str());
+    return owner;
+}
+
+template <class T>
+T PythonElements::read_scalar(size_t index) const {
+    T value{};
+    const PyHeld owner = PyHeld::steal(fetch(index, &value));
+    return value;
+}
+
+Value PythonElements::read_variant_element(size_t index) const {
+    VariantArg element{};
+    const int at = static_cast<int>(index);
+    const int status = is_list_ ? tables().olist->get_item(object_, at, &element)
+                                : tables().oseq->get_item(object_, at, &element);
+    if (status < 0) throw_python_error(("Reading element " + std::to_string(index)).c_str());
+    // A sequence's element comes with a reference; behind a handle there is no Python object to give it back to.
+    const bool owned = !is_list_ && element.tag >= kVariantString;
+    const PyHeld owner = PyHeld::steal(owned ? static_cast<PyObject*>(element.value) : nullptr);
+    return read_variant(&element);
+}
+
+Value PythonElements::read(size_t index) const {
+    if (!typed_) return read_variant_element(index);
+    switch (element_->wire) {
+        case Wire::kInt8:
+            return static_cast<int64_t>(read_scalar<int8_t>(index));
+        case Wire::kInt16:
+            return static_cast<int64_t>(read_scalar<int16_t>(index));
+        case Wire::kUInt16:
+            return static_cast<int64_t>(read_scalar<uint16_t>(index));
+        case Wire::kInt32:
+            return static_cast<int64_t>(read_scalar<int32_t>(index));
+        case Wire::kUInt32:
+            return static_cast<int64_t>(read_scalar<uint32_t>(index));
+        case Wire::kInt64:
+            return read_scalar<int64_t>(index);
+        case Wire::kUInt64:
+            return read_scalar<uint64_t>(index);
+        case Wire::kSingle:
+            return static_cast<double>(read_scalar<float>(index));
+        case Wire::kDouble:
+            return read_scalar<double>(index);
+        case Wire::kString: {
+            PyStringArg text{-1, 0, nullptr};
+            const PyHeld owner = PyHeld::steal(fetch(index, &text));
+            auto read = read_string(text);
+            if (!read) return Ref<ManagedObject>();
+            return std::move(*read);
+        }
+        case Wire::kClass: {
+            void* handle = nullptr;
+            const PyHeld owner = PyHeld::steal(fetch(index, &handle));
+            return object_value(handle);
+        }
+        case Wire::kStruct: {
+            VariantArg arg{};
+            const PyHeld owner = PyHeld::steal(fetch(index, &arg));
+            const auto object = read_object(&arg);
+            return object ? object->copy() : object;
+        }
+        case Wire::kInterface: {
+            VariantArg arg{};
+            const PyHeld owner = PyHeld::steal(fetch(index, &arg));
+            return Value(read_object(&arg));
+        }
+        case Wire::kCollection: {
+            VariantArg arg{};
+            const PyHeld owner = PyHeld::steal(fetch(index, &arg));
+            return Value(Ref<ManagedObject>(read_list(&arg, *element_->inner())));
+        }
+        default:
+            return read_variant_element(index);
+    }
+}
+
+namespace {
+
+template <class T>
+std::vector<T> items_of(const ManagedList& list) {
+    if (const auto* same = dynamic_cast<const ScalarList<T>*>(&list)) return same->items;
+    throw_invalid_cast(list.type().full_name, "an array of numbers");
+}
+
+template <class T>
+const ElementType& scalar_element() {
+    constexpr bool is_signed = std::is_signed_v<T>;
+    if constexpr (std::is_same_v<T, float>) {
+        return element_of(Wire::kSingle);
+    } else if constexpr (std::is_same_v<T, double>) {
+        return element_of(Wire::kDouble);
+    } else if constexpr (sizeof(T) == 2) {
+        return element_of(is_signed ? Wire::kInt16 : Wire::kUInt16, is_signed ? "System.Int16" : "System.UInt16");
+    } else if constexpr (sizeof(T) == 4) {
+        return element_of(is_signed ? Wire::kInt32 : Wire::kUInt32, is_signed ? "System.Int32" : "System.UInt32");
+    } else {
+        return element_of(is_signed ? Wire::kInt64 : Wire::kUInt64, is_signed ? "System.Int64" : "System.UInt64");
+    }
+}
+
+}  // namespace
+
+Ref<ManagedList> read_list(const VariantArg* arg, const ElementType& element) {
+    if (arg->tag == kHandleObject || arg->tag == kHandleStruct) {
+        return Ref<ManagedList>(target_or_null<ManagedList>(arg->value));
+    }
+    const PythonElements elements(*arg, element);
+    auto list = make_list(ListShape::kArray, element, elements.size());
+    for (size_t i = 0; i < elements.size(); ++i) list->set(i, elements.read(i));
+    return list;
+}
+
+std::vector<Value> read_elements(const VariantArg* arg, const ElementType& element, const char* parameter) {
+    const auto list = read_list(arg, element);
+    if (!list) throw_argument_null(parameter);
+    std::vector<Value> values;
+    values.reserve(list->size());
+    for (size_t i = 0; i < list->size(); ++i) values.push_back(list->get(i));
+    return values;
+}
+
+template <class T>
+std::vector<T> read_array(const VariantArg* arg, const char* parameter) {
+    if (arg->tag == kHandleObject || arg->tag == kHandleStruct) {
+        const auto* list = target_or_null<ManagedList>(arg->value);
+        if (!list) throw_argument_null(parameter);
+        return items_of<T>(*list);
+    }
+    return items_of<T>(*read_list(arg, scalar_element<T>()));
+}
+
+template <class T>
+Ref<ManagedList> make_array(std::vector<T> items) {
+    return make_ref<ScalarList<T>>(ListShape::kArray, scalar_element<T>(), std::move(items));
+}
+
+template std::vector<int16_t> read_array<int16_t>(const VariantArg*, const char*);
+template std::vector<uint16_t> read_array<uint16_t>(const VariantArg*, const char*);
+template std::vector<int32_t> read_array<int32_t>(const VariantArg*, const char*);
+template std::vector<uint32_t> read_array<uint32_t>(const VariantArg*, const char*);
+template std::vector<int64_t> read_array<int64_t>(const VariantArg*, const char*);
+template std::vector<float> read_array<float>(const VariantArg*, const char*);
+template std::vector<double> read_array<double>(const VariantArg*, const char*);
+template Ref<ManagedList> make_array<int32_t>(std::vector<int32_t>);
+template Ref<ManagedList> make_array<int64_t>(std::vector<int64_t>);
+template Ref<ManagedList> make_array<float>(std::vector<float>);
+template Ref<ManagedList> make_array<double>(std::vector<double>);
+template Ref<ManagedList> make_array<uint16_t>(std::vector<uint16_t>);
+template Ref<ManagedList> make_array<int16_t>(std::vector<int16_t>);
+template Ref<ManagedList> make_array<uint32_t>(std::vector<uint32_t>);
+
+}  // namespace zelmor::embed

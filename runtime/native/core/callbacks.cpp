@@ -1,0 +1,135 @@
+// The callbacks of each assembly, which of them are current, and the helpers that build Python objects.
+#include "runtime/native/core/callbacks.h"
+
+#include <array>
+#include <climits>
+
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr std::array<const char*, kAssemblyCount> kAssemblyNames = {
+    "WrpInterop.Zelmor.PyGc", "WrpInterop.Zelmor.PyCore",    "WrpInterop.Zelmor.PyReflection",
+    "WrpInterop.Zelmor.PyIo", "WrpInterop.Zelmor.PyDrawing", "WrpInterop.Zelmor.Imaging",
+};
+
+std::array<Callbacks, kAssemblyCount> all_callbacks;
+Callbacks* current = nullptr;
+
+PyObject* checked(PyObject* object) {
+    if (!object) throw PythonErrorPending();
+    return object;
+}
+
+int checked_length(size_t length, const char* what) {
+    if (length > INT_MAX) {
+        throw ManagedException("OverflowException", std::string(what) + " of " + std::to_string(length) +
+                                                        " elements is longer than a result can be.");
+    }
+    return static_cast<int>(length);
+}
+
+// The slot of a callback; a table that was never handed over is a defect of the caller, not a crash.
+template <class Function>
+Function handed_over(Function function, const char* name) {
+    if (!function) throw_invalid_operation(std::string("The callback '") + name + "' was not handed over.");
+    return function;
+}
+
+}  // namespace
+
+const char* assembly_name(Assembly assembly) { return kAssemblyNames[static_cast<size_t>(assembly)]; }
+
+std::optional<Assembly> find_assembly(std::string_view assembly_name) {
+    for (size_t i = 0; i < kAssemblyNames.size(); ++i) {
+        if (assembly_name == kAssemblyNames[i]) return static_cast<Assembly>(i);
+    }
+    return std::nullopt;
+}
+
+Callbacks& callbacks_of(Assembly assembly) { return all_callbacks[static_cast<size_t>(assembly)]; }
+
+const Callbacks& callbacks() {
+    if (current && current->exception) return *current;
+    for (const Callbacks& candidate : all_callbacks) {
+        if (candidate.exception) return candidate;
+    }
+    return all_callbacks[static_cast<size_t>(Assembly::kImaging)];
+}
+
+const PyStaticCallbacks& tables() { return *handed_over(callbacks().tables, "static tables"); }
+
+const PyObjApiCallbacks& object_api() { return *handed_over(callbacks().objects, "object table"); }
+
+AssemblyScope::AssemblyScope(Assembly assembly) noexcept
+    : saved_(std::exchange(current, &all_callbacks[static_cast<size_t>(assembly)])) {}
+
+AssemblyScope::~AssemblyScope() { current = saved_; }
+
+PyHeld PyHeld::borrow(PyObject* object) {
+    object_api().inc_ref(object);
+    return steal(object);
+}
+
+PyHeld PyHeld::steal(PyObject* object) {
+    PyHeld held;
+    held.object_ = object;
+    return held;
+}
+
+PyHeld::PyHeld(const PyHeld& other) : object_(other.new_reference()) {}
+
+PyHeld::~PyHeld() {
+    if (object_) object_api().dec_ref(object_);
+}
+
+PyObject* PyHeld::new_reference() const {
+    if (object_) object_api().inc_ref(object_);
+    return object_;
+}
+
+PyObject* py_none() { return checked(object_api().get_none()); }
+
+PyObject* py_string(std::u16string_view text) {
+    const auto build = handed_over(callbacks().py_string, "string builder");
+    return checked(build(text.data() ? text.data() : u"", checked_length(text.size(), "A string")));
+}
+
+PyObject* py_string_utf8(std::string_view text) { return py_string(to_utf16(text)); }
+
+PyObject* py_bytes(std::span<const std::byte> data) {
+    const auto build = handed_over(callbacks().py_bytes, "bytes builder");
+    const auto* chars = reinterpret_cast<const char*>(data.data());
+    return checked(build(chars ? chars : "", checked_length(data.size(), "An array")));
+}
+
+PyObject* py_bool(bool value) { return checked(tables().write->boolean(value ? 1 : 0)); }
+
+PyObject* py_int(int64_t value) {
+    if (value >= INT32_MIN && value <= INT32_MAX) return checked(tables().write->int32(static_cast<int>(value)));
+    return checked(tables().write->int64(value));
+}
+
+PyObject* py_uint(uint64_t value) { return checked(tables().write->uint64(value)); }
+
+PyObject* py_float(double value) { return checked(tables().write->float64(value)); }
+
+void throw_python_error(const char* doing_what) {
+    void* owner = nullptr;
+    PyStringArg text{-1, 0, nullptr};
+    const auto collect = callbacks().catch_and_clear_error;
+    std::string detail = std::string(doing_what) + " failed in Python";
+    if (collect && collect(&owner, &text) == 0) {
+        const PyHeld held = PyHeld::steal(static_cast<PyObject*>(owner));
+        detail += ": " + read_string_utf8(text).value_or("");
+        while (!detail.empty() && detail.back() == '\n') detail.pop_back();
+    } else {
+        detail += " without a message.";
+    }
+    throw ManagedException("PythonException", detail);
+}
+
+}  // namespace zelmor::embed

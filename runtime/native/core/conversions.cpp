@@ -1,0 +1,35 @@
+// The registered conversion operators.
+#include "runtime/native/core/conversions.h"
+
+#include <string_view>
+
+#include "runtime/native/core/type_system.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+const ConversionRegistration*& chain() {
+    static const ConversionRegistration* first = nullptr;
+    return first;
+}
+
+}  // namespace
+
+ConversionRegistration::ConversionRegistration(const char* from, const char* to, Convert convert)
+    : from(from), to(to), convert(convert), next(chain()) {
+    chain() = this;
+}
+
+ConversionRegistration::Convert find_conversion(const TypeInfo& from, const TypeInfo& to) {
+    for (const TypeInfo* type = &from; type; type = base_of(*type)) {
+        for (const auto* entry = chain(); entry; entry = entry->next) {
+            if (std::string_view(entry->from) == type->full_name && std::string_view(entry->to) == to.full_name) {
+                return entry->convert;
+            }
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,21 @@
+// Conversions between value types that a cast makes: the conversion operators of the managed types.
+#pragma once
+
+#include "runtime/native/core/object.h"
+
+namespace zelmor::embed {
+
+// One operator. Defined at namespace scope beside the type that declares it in the managed library.
+struct ConversionRegistration {
+    using Convert = Ref<ManagedObject> (*)(ManagedObject&);
+    ConversionRegistration(const char* from, const char* to, Convert convert);
+    const char* from;  // full managed names
+    const char* to;
+    Convert convert;
+    const ConversionRegistration* next;
+};
+
+// The conversion between two types, or null. Bases of `from` count.
+ConversionRegistration::Convert find_conversion(const TypeInfo& from, const TypeInfo& to);
+
+}  // namespace zelmor::embed

@@ -1,0 +1,38 @@
+// The values that properties have in a new object where they differ from zero, null or the first enumerator.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace zelmor::embed {
+
+struct DefaultValue {
+    enum class Kind : uint8_t { kBool, kInt, kFloat, kText, kColor };
+
+    constexpr DefaultValue(const char* type, const char* property, bool value)
+        : type(type), property(property), kind(Kind::kBool), integer(value) {}
+    constexpr DefaultValue(const char* type, const char* property, int value)
+        : type(type), property(property), kind(Kind::kInt), integer(value) {}
+    constexpr DefaultValue(const char* type, const char* property, double value)
+        : type(type), property(property), kind(Kind::kFloat), number(value) {}
+    constexpr DefaultValue(const char* type, const char* property, const char* value)
+        : type(type), property(property), kind(Kind::kText), text(value) {}
+    static constexpr DefaultValue color(const char* type, const char* property, uint32_t argb) {
+        DefaultValue value(type, property, 0);
+        value.kind = Kind::kColor;
+        value.integer = argb;
+        return value;
+    }
+
+    const char* type;      // full managed name of the declaring or a derived type
+    const char* property;  // managed name
+    Kind kind;
+    int64_t integer = 0;
+    double number = 0;
+    const char* text = nullptr;
+};
+
+// Defaults of instance and static properties alike; one of a derived type goes before that of its base.
+std::span<const DefaultValue> default_values();
+
+}  // namespace zelmor::embed

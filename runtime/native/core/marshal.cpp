@@ -1,0 +1,162 @@
+// Reading tagged arguments and writing results.
+#include "runtime/native/core/marshal.h"
+
+#include "runtime/native/core/collection.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/core/type_system.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+Value read_python_int(PyObject* number) {
+    uint64_t word = 0;
+    switch (tables().read->vers_long(number, &word)) {
+        case kInteger32:
+            return static_cast<int64_t>(static_cast<int32_t>(word));
+        case kInteger64:
+            return static_cast<int64_t>(word);
+        case kIntegerUnsigned64:
+            return word;
+        default:
+            throw_python_error("Reading an int");
+    }
+}
+
+Value read_python_text(PyObject* text) {
+    PyStringArg view{-1, 0, nullptr};
+    if (!tables().read->string(text, &view)) throw_python_error("Reading a str");
+    auto read = read_string(view);
+    if (!read) return Ref<ManagedObject>();
+    return std::move(*read);
+}
+
+Value read_python_float(PyObject* number) {
+    double value = 0;
+    if (!tables().read->float64(number, &value)) throw_python_error("Reading a float");
+    return value;
+}
+
+// The memory of a buffer view, whose size and layout only Python knows.
+class PythonBuffer {
+ public:
+    explicit PythonBuffer(PyObject* object) : view_(tables().buffer->get_sizeof()) {
+        tables().buffer->create(view_.data());
+        if (!tables().buffer->read_view(object, view_.data(), &info_)) throw_python_error("Reading a buffer");
+    }
+    ~PythonBuffer() {
+        if (info_.acquired) tables().buffer->release(view_.data());
+    }
+    PythonBuffer(const PythonBuffer&) = delete;
+    PythonBuffer& operator=(const PythonBuffer&) = delete;
+    Bytes content() const {
+        const auto* data = static_cast<const std::byte*>(info_.data);
+        return info_.length > 0 ? Bytes(data, data + info_.length) : Bytes();
+    }
+
+ private:
+    std::vector<std::byte> view_;
+    PyBytesArg info_{0, -1, nullptr};
+};
+
+}  // namespace
+
+Ref<ManagedObject> read_object(const VariantArg* arg) {
+    switch (arg->tag) {
+        case kHandleObject:
+        case kHandleStruct:
+            return Ref<ManagedObject>(object_of(arg->value));
+        default:
+            throw_invalid_cast("a Python object", "a managed object");
+    }
+}
+
+Ref<ManagedObject> read_object(const VariantArg* arg, const TypeInfo& declared) {
+    if (arg->tag > kHandleStruct) throw_invalid_cast("a Python object", declared.full_name);
+    Ref<ManagedObject> object(object_of(arg->value));
+    if (object && !is_assignable(declared, object->type())) {
+        throw_invalid_cast(object->type().full_name, declared.full_name);
+    }
+    return object;
+}
+
+Value read_variant(const VariantArg* arg) {
+    auto* python = static_cast<PyObject*>(arg->value);
+    switch (arg->tag) {
+        case kVariantNull:
+            return Ref<ManagedObject>();
+        case kVariantObject:
+            return Ref<ManagedObject>(&require_object(arg->value));
+        case kVariantStruct:
+            return require_object(arg->value).copy();
+        case kVariantString:
+            return read_python_text(python);
+        case kVariantBuffer:
+            return PythonBuffer(python).content();
+        case kVariantBool:
+            return tables().read->boolean(python);
+        case kVariantInt:
+            return read_python_int(python);
+        case kVariantFloat:
+            return read_python_float(python);
+        default:
+            if (arg->tag < kVariantNull || arg->tag > kVariantTuple) {
+                throw_argument("The value has the unknown variant tag " + std::to_string(arg->tag) + ".");
+            }
+            return PyHeld::borrow(python);
+    }
+}
+
+PyObject* py_object(Ref<ManagedObject> object) {
+    if (!object) return py_none();
+    if (object->type().kind == TypeKind::kStruct) object = object->copy();
+    const int64_t id = type_id(object->type());
+    PyObject* wrapper = nullptr;
+    const int status = tables().tpo_api->try_write_tpo(make_handle(object), id, &wrapper);
+    if (status == 1) return wrapper;
+    if (status < 0) throw PythonErrorPending();
+    // Python has no class of the run-time type: the managed side's own form of the value.
+    if (auto* list = dynamic_cast<ManagedList*>(object.get())) return list->write_wrapper();
+    if (auto* number = dynamic_cast<EnumObject*>(object.get())) return py_int(number->value());
+    throw_not_supported(std::string("Showing a ") + object->type().full_name + " in Python");
+}
+
+PyObject* write_value(const Value& value) {
+    struct Writer {
+        PyObject* operator()(std::monostate) const { return py_none(); }
+        PyObject* operator()(bool x) const { return py_bool(x); }
+        PyObject* operator()(int64_t x) const { return py_int(x); }
+        PyObject* operator()(uint64_t x) const { return py_uint(x); }
+        PyObject* operator()(double x) const { return py_float(x); }
+        PyObject* operator()(const std::u16string& x) const { return py_string(x); }
+        PyObject* operator()(const Bytes& x) const { return py_bytes(x); }
+        PyObject* operator()(const Ref<ManagedObject>& x) const { return py_object(x); }
+        PyObject* operator()(const PyHeld& x) const { return x ? x.new_reference() : py_none(); }
+    };
+    return std::visit(Writer(), value);
+}
+
+void write_interface(Ref<ManagedObject> object, PyObjectOutArg* out) {
+    out->type_id = object ? type_id(object->type()) : 0;
+    out->handle = make_handle(std::move(object));
+}
+
+void write_collection(const Value& value, PyCollectionArg* out) {
+    *out = {};
+    if (const auto* held = std::get_if<PyHeld>(&value)) {
+        // The reader takes a reference of its own; the value keeps this one.
+        out->kind = kCollectionPyObject;
+        out->value = held->get();
+        return;
+    }
+    if (is_null(value)) return;
+    const auto* object = std::get_if<Ref<ManagedObject>>(&value);
+    if (!object) throw_invalid_cast(to_utf8(text_of_value(value)), "a managed collection");
+    const bool is_struct = (*object)->type().kind == TypeKind::kStruct;
+    out->kind = is_struct ? kCollectionStruct : kCollectionObject;
+    out->type_id = type_id((*object)->type());
+    out->value = make_handle(is_struct ? (*object)->copy() : *object);
+}
+
+}  // namespace zelmor::embed

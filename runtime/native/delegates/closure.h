@@ -1,0 +1,70 @@
+// Delegates made at run time: a C function pointer of a given wire signature that runs one handler with its context.
+//
+// For the entry points that have no C++ function of their own. The signature codes are those of catalogue/tables.h.
+#pragma once
+
+#include <ffi.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "runtime/native/core/callbacks.h"
+
+namespace zelmor::embed {
+
+// Arguments and result of a running call.
+class CallFrame {
+ public:
+    CallFrame(const char* signature, void* result, void** arguments)
+        : signature_(signature), result_(result), arguments_(arguments) {}
+
+    const char* signature() const { return signature_; }
+    size_t count() const { return std::strlen(signature_) - 1; }
+    void** arguments() const { return arguments_; }
+    void* result() const { return result_; }
+
+    template <class T>
+    T argument(size_t index) const {
+        return *static_cast<T*>(arguments_[index]);
+    }
+    // Integers narrower than a register leave widened, as libffi wants them.
+    template <class T>
+    void set_result(T value) {
+        if constexpr (std::is_integral_v<T> && sizeof(T) < sizeof(ffi_arg)) {
+            if constexpr (std::is_signed_v<T>) {
+                *static_cast<ffi_sarg*>(result_) = value;
+            } else {
+                *static_cast<ffi_arg*>(result_) = value;
+            }
+        } else {
+            *static_cast<T*>(result_) = value;
+        }
+    }
+    void set_zero_result() {
+        if (signature_[0] != 'v') *static_cast<uint64_t*>(result_) = 0;
+    }
+    // The result as a word, for a journal.
+    uint64_t result_word() const;
+
+ private:
+    const char* signature_;
+    void* result_;
+    void** arguments_;
+};
+
+// The call interface of a signature; made once per signature and kept.
+ffi_cif& call_interface(const char* signature);
+// Calls a delegate of the frame's signature with the frame's arguments and stores its result.
+void call_delegate(void* address, CallFrame& frame);
+
+using ClosureHandler = void (*)(void* context, CallFrame& frame);
+
+// A delegate that calls `handler` inside the exception boundary, with the callbacks of the assembly current. Context
+// and signature must live as long as the process: a delegate is never taken back.
+void* make_delegate(const char* signature, Assembly assembly, ClosureHandler handler, void* context);
+// The same without boundary and scope, for a handler that passes the call on and raises nothing.
+void* make_raw_delegate(const char* signature, ClosureHandler handler, void* context);
+
+}  // namespace zelmor::embed

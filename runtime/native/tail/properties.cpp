@@ -1,0 +1,88 @@
+// Properties without behaviour: a stored value.
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/tail/tail_entry.h"
+#include "runtime/native/tail/wire_values.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+// The record and slot behind an instance: by number for a class, by name for an interface, whose implementations store
+// the property each in a place of their own.
+Record* record_of(TailEntry& self, ManagedObject& instance, int& slot) {
+    auto* record = dynamic_cast<Record*>(&instance);
+    slot = self.slot;
+    if (record && self.type->kind == TypeKind::kInterface) {
+        const auto found = find_property(record->type(), self.property->name);
+        slot = found ? found->slot : -1;
+    }
+    return slot < 0 ? nullptr : record;
+}
+
+void run_get(TailEntry& self, CallFrame& frame) {
+    ManagedObject& instance = instance_of(self, frame);
+    if (run_override(self, frame, instance)) return;
+    int slot = -1;
+    const Record* record = record_of(self, instance, slot);
+    // Nothing stored means that nothing in this runtime works the value out.
+    if (!record || is_unset(record->slot(slot))) throw_not_supported(self.member_name());
+    write_wire(frame, record->slot(slot), self.property->wire, type_at(self.property->type));
+}
+
+// What a setter takes can be narrower than what the property shows: text for a property of managed type `object`.
+Wire taken_wire(const TailEntry& self, size_t index) {
+    switch (self.info->signature[index + 1]) {
+        case 'T':
+            return Wire::kString;
+        case 'B':
+            return Wire::kBytes;
+        default:
+            return self.property->wire;
+    }
+}
+
+void run_set(TailEntry& self, CallFrame& frame) {
+    ManagedObject& instance = instance_of(self, frame);
+    if (run_override(self, frame, instance)) return;
+    int slot = -1;
+    Record* record = record_of(self, instance, slot);
+    if (!record) throw_not_supported(self.member_name());
+    record->set_slot(slot, read_wire(frame, 1, taken_wire(self, 1), type_at(self.property->type)));
+}
+
+void run_get_static(TailEntry& self, CallFrame& frame) {
+    const Value& value = static_property(*self.type, self.property->name);
+    if (is_unset(value)) throw_not_supported(self.member_name());
+    write_wire(frame, value, self.property->wire, type_at(self.property->type));
+}
+
+void run_set_static(TailEntry& self, CallFrame& frame) {
+    set_static_property(*self.type, self.property->name,
+                        read_wire(frame, 0, taken_wire(self, 0), type_at(self.property->type)));
+}
+
+}  // namespace
+
+void plan_property(TailEntry& entry) {
+    const int index = entry.info->property;
+    if (index < 0) return;
+    entry.property = &entry.type->properties[static_cast<size_t>(index)];
+    switch (entry.info->role) {
+        case EntryRole::kGet:
+            entry.run = run_get;
+            break;
+        case EntryRole::kSet:
+            entry.run = run_set;
+            break;
+        case EntryRole::kGetStatic:
+            entry.run = run_get_static;
+            return;
+        default:
+            entry.run = run_set_static;
+            return;
+    }
+    if (entry.type->kind != TypeKind::kInterface) entry.slot = slot_of(*entry.type, index);
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,156 @@
+// Wire types and stored values.
+#include "runtime/native/tail/wire_values.h"
+
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/marshal.h"
+#include "runtime/native/core/stream.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/core/type_system.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+int64_t integer_of(const Value& value) {
+    if (const auto* x = std::get_if<int64_t>(&value)) return *x;
+    if (const auto* x = std::get_if<uint64_t>(&value)) return static_cast<int64_t>(*x);
+    if (const auto* x = std::get_if<bool>(&value)) return *x;
+    if (const auto* x = std::get_if<double>(&value)) return static_cast<int64_t>(*x);
+    if (is_null(value)) return 0;
+    throw_invalid_cast(to_utf8(text_of_value(value)), "a number");
+}
+
+double number_of(const Value& value) {
+    if (const auto* x = std::get_if<double>(&value)) return *x;
+    return static_cast<double>(integer_of(value));
+}
+
+Ref<ManagedObject> object_in(const Value& value) {
+    if (const auto* x = std::get_if<Ref<ManagedObject>>(&value)) return *x;
+    if (is_unset(value)) return {};
+    throw_invalid_cast(to_utf8(text_of_value(value)), "a managed object");
+}
+
+Ref<ManagedObject> checked(Ref<ManagedObject> object, const TypeInfo* declared) {
+    if (object && declared && !is_assignable(*declared, object->type())) {
+        throw_invalid_cast(object->type().full_name, declared->full_name);
+    }
+    return object;
+}
+
+template <class T>
+void set_integer(CallFrame& frame, const Value& value) {
+    frame.set_result(static_cast<T>(integer_of(value)));
+}
+
+}  // namespace
+
+Value read_wire(CallFrame& frame, size_t index, Wire wire, const TypeInfo* type) {
+    const auto variant = [&] { return frame.argument<const VariantArg*>(index); };
+    switch (wire) {
+        case Wire::kVoid:
+            return {};
+        case Wire::kBool:
+            return frame.argument<uint8_t>(index) != 0;
+        case Wire::kInt8:
+            return int64_t{frame.argument<int8_t>(index)};
+        case Wire::kUInt8:
+            return int64_t{frame.argument<uint8_t>(index)};
+        case Wire::kInt16:
+            return int64_t{frame.argument<int16_t>(index)};
+        case Wire::kUInt16:
+        case Wire::kChar:
+            return int64_t{frame.argument<uint16_t>(index)};
+        case Wire::kInt32:
+            return int64_t{frame.argument<int32_t>(index)};
+        case Wire::kUInt32:
+            return int64_t{frame.argument<uint32_t>(index)};
+        case Wire::kInt64:
+        case Wire::kUInt64:
+            return frame.argument<int64_t>(index);
+        case Wire::kSingle:
+            return double{frame.argument<float>(index)};
+        case Wire::kDouble:
+            return frame.argument<double>(index);
+        case Wire::kString: {
+            auto text = read_string(*frame.argument<const PyStringArg*>(index));
+            if (!text) return Ref<ManagedObject>();
+            return std::move(*text);
+        }
+        case Wire::kBytes: {
+            const auto& bytes = *frame.argument<const PyBytesArg*>(index);
+            if (bytes.length < 0) return Ref<ManagedObject>();
+            const auto* data = static_cast<const std::byte*>(bytes.data);
+            return Bytes(data, data + bytes.length);
+        }
+        case Wire::kObject:
+            return read_variant(variant());
+        case Wire::kClass:
+            return checked(Ref<ManagedObject>(object_of(frame.argument<Handle>(index))), type);
+        case Wire::kStruct: {
+            const auto object = checked(read_object(variant()), type);
+            if (!object) throw_null_reference(std::string("None cannot become a value of ") +
+                                              (type ? type->full_name : "a value type"));
+            return object->copy();
+        }
+        case Wire::kInterface:
+            return checked(read_object(variant()), type);
+        case Wire::kStream:
+            return Ref<ManagedObject>(read_stream_or_null(variant()));
+        case Wire::kCollection:
+            throw_not_supported("A collection argument of a member without behaviour");
+    }
+    return {};
+}
+
+void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*) {
+    const auto last = [&]<class T>(T*) { return frame.argument<T*>(frame.count() - 1); };
+    switch (wire) {
+        case Wire::kVoid:
+            return;
+        case Wire::kBool:
+            return frame.set_result<uint8_t>(integer_of(value) != 0);
+        case Wire::kInt8:
+            return set_integer<int8_t>(frame, value);
+        case Wire::kUInt8:
+            return set_integer<uint8_t>(frame, value);
+        case Wire::kInt16:
+            return set_integer<int16_t>(frame, value);
+        case Wire::kUInt16:
+        case Wire::kChar:
+            return set_integer<uint16_t>(frame, value);
+        case Wire::kInt32:
+            return set_integer<int32_t>(frame, value);
+        case Wire::kUInt32:
+            return set_integer<uint32_t>(frame, value);
+        case Wire::kInt64:
+            return set_integer<int64_t>(frame, value);
+        case Wire::kUInt64:
+            return set_integer<uint64_t>(frame, value);
+        case Wire::kSingle:
+            return frame.set_result(static_cast<float>(number_of(value)));
+        case Wire::kDouble:
+            return frame.set_result(number_of(value));
+        case Wire::kString:
+        case Wire::kBytes:
+        case Wire::kObject:
+            return frame.set_result(write_value(value));
+        case Wire::kClass:
+            return frame.set_result(make_handle(object_in(value)));
+        case Wire::kStruct: {
+            const auto object = object_in(value);
+            return frame.set_result(make_handle(object ? object->copy() : object));
+        }
+        case Wire::kInterface:
+            return write_interface(object_in(value), last(static_cast<PyObjectOutArg*>(nullptr)));
+        case Wire::kStream: {
+            const auto object = object_in(value);
+            const auto stream = object ? Ref<ManagedStream>(&cast_object<ManagedStream>(*object)) : nullptr;
+            return write_stream(stream, last(static_cast<PyCollectionArg*>(nullptr)));
+        }
+        case Wire::kCollection:
+            return write_collection(value, last(static_cast<PyCollectionArg*>(nullptr)));
+    }
+}
+
+}  // namespace zelmor::embed
