@@ -15,6 +15,7 @@ from dataclasses import dataclass
 from pathlib import Path
 
 PYTHON = "/usr/bin/python3"
+TESTS = ["tests/generator", "tests/python"]
 
 
 @dataclass
@@ -112,7 +113,7 @@ def main() -> int:
     command = watched(arguments.under, environment)
     command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
     command += ["-n", str(arguments.jobs)] if arguments.jobs > 1 and not (arguments.tests or arguments.under) else []
-    count, well = run("pytest", command + (arguments.tests or ["tests/python"]), report, environment)
+    count, well = run("pytest", command + (arguments.tests or TESTS), report, environment)
     total, content = total + count, content and well
 
     print(f"tests: {total}")
