@@ -1,0 +1,153 @@
+// The converters of collection parameters: a wrapper gives its handle, a Python collection goes by reference and is
+// read by the managed side through the callbacks while the call runs.
+//
+// The kinds differ in what passes without a managed question, and in the Python shapes that they take. A wrapped
+// object is never taken for a Python collection, even if it behaves like one.
+#include "collections/cast_members.h"
+#include "collections/interop.h"
+#include "exchange/wire/tags.h"
+#include "pyshell/markers.h"
+
+using zelmor::handle_of;
+
+namespace {
+
+using Shape = int (*)(PyObject* object);  // a tag of HandleTag, or kNoShape
+constexpr int kNoShape = -1;
+
+bool has_sequence_length(PyTypeObject* type) {
+    return type->tp_as_sequence != nullptr && type->tp_as_sequence->sq_length != nullptr;
+}
+
+bool has_mapping_length(PyTypeObject* type) {
+    return type->tp_as_mapping != nullptr && type->tp_as_mapping->mp_length != nullptr;
+}
+
+bool PyShlObject_HasLength(PyObject* object) {
+    return has_sequence_length(Py_TYPE(object)) || has_mapping_length(Py_TYPE(object));
+}
+
+bool PyShlObject_HasIter(PyObject* object) {
+    return Py_TYPE(object)->tp_iter != nullptr || PySequence_Check(object);
+}
+
+int list_or_sequence(PyObject* object) {
+    if (PyList_Check(object)) {
+        return kHandlePyObject;
+    }
+    return PySequence_Check(object) && has_sequence_length(Py_TYPE(object)) ? kHandlePySequence : kNoShape;
+}
+
+int sized_iterable(PyObject* object) {
+    return PyShlObject_HasLength(object) && PyShlObject_HasIter(object) ? kHandlePyObject : kNoShape;
+}
+
+int iterable(PyObject* object) {
+    return PyShlObject_HasIter(object) ? kHandlePyObject : kNoShape;
+}
+int iterator(PyObject* object) {
+    return PyIter_Check(object) ? kHandlePyObject : kNoShape;
+}
+int no_shape(PyObject*) {
+    return kNoShape;
+}
+
+int pass(VariantArg* out, int tag, void* value) {
+    *out = {tag, value};
+    return 1;
+}
+
+// The last step: a Python object of a shape that the managed side can read.
+int convert_shape(PyObject* object, VariantArg* out, const char* what, Shape shape) {
+    const int tag = shape(object);
+    return tag == kNoShape ? zelmor::refuse_value(what, object) : pass(out, tag, object);
+}
+
+// Of a class: the wrapper type and its subtypes pass as they are, any other class wrapper if the managed side agrees.
+template <class Kind>
+int convert_class(PyObject* object, VariantArg* out, const char* what) {
+    if (object == Py_None) {
+        return pass(out, kHandleObject, nullptr);
+    }
+    if (PyObject_TypeCheck(object, Kind::type)) {
+        return pass(out, kHandleObject, handle_of(object));
+    }
+    void* handle = nullptr;
+    if (!fn_conv_py_obj_to_clr_refobj_not_null_handle(object, &handle)) {
+        return convert_shape(object, out, what, list_or_sequence);
+    }
+    if (Kind::guard() != 0) {
+        return 0;
+    }
+    if (!Kind::Host::get_instance().casts().is_assignable(handle)) {
+        return zelmor::refuse_value(what, object);
+    }
+    return pass(out, kHandleObject, handle);
+}
+
+// Of an interface: the exact wrapper type and whatever is marked to implement it pass as they are, any other wrapper,
+// a struct included, if the managed side agrees.
+template <class Kind>
+int convert_interface(PyObject* object, VariantArg* out, const char* what, Shape shape) {
+    if (object == Py_None) {
+        return pass(out, kHandleObject, nullptr);
+    }
+    if (Py_IS_TYPE(object, Kind::type)) {
+        return pass(out, kHandleObject, handle_of(object));
+    }
+    int kind = 0;
+    if (fn_is_this_module_clr_instance(object, &kind) && fn_contains_additional_ifc_markattr(object, Kind::type)) {
+        return pass(out, kind, handle_of(object));
+    }
+    VariantArg value = {};
+    if (!fn_conv_py_obj_to_clr_gen_not_null_handle(object, &value)) {
+        return convert_shape(object, out, what, shape);
+    }
+    if (Kind::guard() != 0) {
+        return 0;
+    }
+    if (!Kind::Host::get_instance().casts().is_assignable(&value)) {
+        return zelmor::refuse_value(what, object);
+    }
+    *out = value;
+    return 1;
+}
+
+}  // namespace
+
+int wrpPye_conv_py_to_clr_array(PyObject* object, VariantArg* out) {
+    return convert_class<zelmor::ArrayKind>(object, out, "Array");
+}
+
+int wrpPye_conv_py_to_clr_arrlist(PyObject* object, VariantArg* out) {
+    return convert_class<zelmor::ArrListKind>(object, out, "ArrayList");
+}
+
+int wrpPye_conv_py_to_clr_colbase(PyObject* object, VariantArg* out) {
+    return convert_class<zelmor::ColBaseKind>(object, out, "CollectionBase");
+}
+
+int wrpPye_conv_py_to_clr_rocolbase(PyObject* object, VariantArg* out) {
+    return convert_class<zelmor::RoColBaseKind>(object, out, "ReadOnlyCollectionBase");
+}
+
+int wrpPye_conv_py_to_clr_ilist(PyObject* object, VariantArg* out) {
+    return convert_interface<zelmor::IListKind>(object, out, "List", list_or_sequence);
+}
+
+// Speaks of a list as well.
+int wrpPye_conv_py_to_clr_icollection(PyObject* object, VariantArg* out) {
+    return convert_interface<zelmor::IColKind>(object, out, "List", sized_iterable);
+}
+
+int wrpPye_conv_py_to_clr_iterable(PyObject* object, VariantArg* out) {
+    return convert_interface<zelmor::IterableKind>(object, out, "IEnumerable", iterable);
+}
+
+int wrpPye_conv_py_to_clr_iter(PyObject* object, VariantArg* out) {
+    return convert_interface<zelmor::IterKind>(object, out, "IEnumerator", iterator);
+}
+
+int wrpPye_conv_py_to_clr_idisposable(PyObject* object, VariantArg* out) {
+    return convert_interface<zelmor::DisposableKind>(object, out, "IDisposable", no_shape);
+}

@@ -1,0 +1,73 @@
+// The converter of stream parameters: a managed stream gives its handle, a Python file goes by reference and is
+// worked on by the managed side through the stream callbacks.
+//
+// Text files are not taken, and neither is an object that merely has a `read` method.
+#include "collections/hosts.h"
+#include "collections/interop.h"
+#include "exchange/wire/tags.h"
+#include "pyshell/class_recipe.h"
+#include "pyshell/identifiers.h"
+#include "pyshell/imports.h"
+#include "pyshell/py_ref.h"
+
+using zelmor::PyRef;
+
+namespace {
+
+int refuse(PyObject* object) {
+    PyErr_Format(PyExc_TypeError, "can't build Stream from '%s'", Py_TYPE(object)->tp_name);
+    return 0;
+}
+
+// Whether `object` is an instance of a file class: 1, 0, or -1 with a Python error set.
+int is_file(PyObject* object, const char* module, PyObject* class_name) {
+    PyRef type = PyRef::steal(PyShImport_ImportType(module, class_name));
+    return type ? PyObject_IsInstance(object, type.get()) : -1;
+}
+
+int convert_file(PyObject* object, VariantArg* out) {
+    const struct {
+        const char* module;
+        PyObject* class_name;
+    } classes[] = {
+        {"io", PyWrpIdTypeName_RawIOBase},
+        {"io", PyWrpIdTypeName_BufferedIOBase},
+        {"zelmor.pycore", PyWrpIdTypeName_BytesAsStream},
+    };
+    for (const auto& candidate : classes) {
+        const int match = is_file(object, candidate.module, candidate.class_name);
+        if (match < 0) {
+            return 0;
+        }
+        if (match > 0) {
+            *out = {kHandlePyObject, object};
+            return 1;
+        }
+    }
+    return refuse(object);
+}
+
+}  // namespace
+
+int wrpPye_conv_py_to_clr_stream(PyObject* object, VariantArg* out) {
+    if (object == Py_None) {
+        *out = {kHandleObject, nullptr};
+        return 1;
+    }
+    if (PyObject_TypeCheck(object, &wrpPye_tyds_FFFFFFFF_StreamWrapper)) {
+        *out = {kHandleObject, zelmor::handle_of(object)};
+        return 1;
+    }
+    void* handle = nullptr;
+    if (!fn_conv_py_obj_to_clr_refobj_not_null_handle(object, &handle)) {
+        return convert_file(object, out);
+    }
+    if (wrpPye_uafn_stream_invalidate() != 0) {
+        return 0;
+    }
+    if (!PyHost_ph_Stream::get_instance().casts().is_assignable(handle)) {
+        return refuse(object);
+    }
+    *out = {kHandleObject, handle};
+    return 1;
+}
