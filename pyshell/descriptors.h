@@ -15,24 +15,24 @@ struct PyShCMethodObject;
 using PyShCMethodCall = PyObject* (*)(PyShCMethodObject* method, PyObject* args, PyObject* kwargs);
 
 struct PyShCMethodObject {
-    PyObject_HEAD
-    PyMethodDef* ml;        // static data
-    PyObject* self;         // owned; null for static and unbound use
+    PyObject ob_base;
+    PyMethodDef* ml;  // static data
+    PyObject* self;   // owned; null for static and unbound use
     PyObject* weakreflist;
-    PyTypeObject* owner;    // owned
+    PyTypeObject* owner;  // owned
     PyShCMethodCall call;
 };
 static_assert(sizeof(PyShCMethodObject) == 56);
 
 struct PyShInstanceMethodDescrObject {
-    PyObject_HEAD
+    PyObject ob_base;
     PyTypeObject* owner;  // owned
     PyMethodDef* ml;      // static data
 };
 static_assert(sizeof(PyShInstanceMethodDescrObject) == 32);
 
 struct PyShStaticMethodDescrObject {
-    PyObject_HEAD
+    PyObject ob_base;
     PyTypeObject* owner;        // owned
     PyMethodDef* ml;            // static data
     PyShCMethodObject* method;  // owned; the one object that serves all lookups
@@ -40,7 +40,7 @@ struct PyShStaticMethodDescrObject {
 static_assert(sizeof(PyShStaticMethodDescrObject) == 40);
 
 struct PyShMixMethodDescrObject {
-    PyObject_HEAD
+    PyObject ob_base;
     PyTypeObject* owner;               // owned
     PyShCMethodObject* static_method;  // owned
     PyMethodDef* instance_ml;          // static data
@@ -48,7 +48,7 @@ struct PyShMixMethodDescrObject {
 static_assert(sizeof(PyShMixMethodDescrObject) == 40);
 
 struct PyShFieldDescrObject {
-    PyObject_HEAD
+    PyObject ob_base;
     PyTypeObject* owner;  // owned
     PyGetSetDef* getset;  // static data
 };

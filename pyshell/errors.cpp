@@ -102,7 +102,9 @@ void PyShlErr_UnableToImportNestedType(const char* outer, PyObject* name) {
     report_import_error("%s does not contain nested type %U", outer, name);
 }
 
-void PyShlErr_CapsuleImportError(const char* name) { report_import_error("can't import capsule '%s'", name); }
+void PyShlErr_CapsuleImportError(const char* name) {
+    report_import_error("can't import capsule '%s'", name);
+}
 
 void PyShlErr_TypeInitializationInternalError(int code, const char* a) {
     report_import_error("Type initialization internal error (%i) <%s>", code, a);

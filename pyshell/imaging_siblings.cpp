@@ -53,14 +53,12 @@ const CapsuleRow kDrawingCapsules[] = {
      nullptr},
     {"zelmor.pydrawing._C_APIT_Font", nullptr, &wrpPyl_convcaps_clr_to_py_440538F9_Font, nullptr},
     {"zelmor.pydrawing._C_APIT_Brush", nullptr, &wrpPyl_convcaps_clr_to_py_318BC93D_Brush, nullptr},
-    {"zelmor.pydrawing.drawing2d._C_APIT_ColorBlend", nullptr, &wrpPyl_convcaps_clr_to_py_CB134F16_ColorBlend,
-     nullptr},
+    {"zelmor.pydrawing.drawing2d._C_APIT_ColorBlend", nullptr, &wrpPyl_convcaps_clr_to_py_CB134F16_ColorBlend, nullptr},
     {"zelmor.pydrawing._C_APITV1_Color", &wrpPyl_convcaps_py_to_clr_52DA2AC5_Color,
      &wrpPyl_convcaps_clr_to_py_52DA2AC5_Color, nullptr},
     {"zelmor.pydrawing.imaging._C_APIT_ColorMap", &wrpPyl_convcaps_py_to_clr_9AB10FD3_ColorMap,
      &wrpPyl_convcaps_clr_to_py_9AB10FD3_ColorMap, nullptr},
-    {"zelmor.pydrawing.imaging._C_APIT_ColorMatrix", nullptr, &wrpPyl_convcaps_clr_to_py_BD0F1185_ColorMatrix,
-     nullptr},
+    {"zelmor.pydrawing.imaging._C_APIT_ColorMatrix", nullptr, &wrpPyl_convcaps_clr_to_py_BD0F1185_ColorMatrix, nullptr},
     {"zelmor.pydrawing._C_APIT_Bitmap", nullptr, &wrpPyl_convcaps_clr_to_py_0C548EAB_Bitmap, nullptr},
 };
 

@@ -10,7 +10,7 @@
 #include "pyshell/python.h"
 
 struct PyShVersionObject {
-    PyObject_HEAD
+    PyObject ob_base;
     int32_t major;
     int32_t minor;
     int32_t patch;

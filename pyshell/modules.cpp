@@ -42,7 +42,9 @@ int add_child_module(PyObject* parent, const char* name, PyObject* child) {
     return 0;
 }
 
-int ready_type(PyTypeObject* type) { return PyType_Ready(type) < 0 ? report_type(kTypeNotReady, type) : 0; }
+int ready_type(PyTypeObject* type) {
+    return PyType_Ready(type) < 0 ? report_type(kTypeNotReady, type) : 0;
+}
 
 int add_enum_type(PyObject* module, const char* name, const char* dotted_name, PyObject* enum_type) {
     if (enum_type == nullptr) {

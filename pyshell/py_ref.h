@@ -10,7 +10,7 @@
 namespace zelmor {
 
 class PyRef {
-   public:
+ public:
     PyRef() = default;
     PyRef(PyRef&& other) noexcept : m_object(other.release()) {}
     PyRef(const PyRef&) = delete;
@@ -37,7 +37,7 @@ class PyRef {
 
     explicit operator bool() const { return m_object != nullptr; }
 
-   private:
+ private:
     explicit PyRef(PyObject* object) : m_object(object) {}
 
     PyObject* m_object = nullptr;

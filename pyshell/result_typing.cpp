@@ -44,8 +44,8 @@ PyObject* fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(const PyCollectionArg& result, P
         return fn_py_clr_type_generic_new(result.value, found);
     }
     // An interface wrapper can show a struct only as a boxed object.
-    void* value = result.kind == kCollectionStruct ? ExchangeHost::get_instance().box_stc_target(result.value)
-                                                   : result.value;
+    void* value =
+        result.kind == kCollectionStruct ? ExchangeHost::get_instance().box_stc_target(result.value) : result.value;
     return fn_py_clr_type_generic_new(value, declared);
 }
 

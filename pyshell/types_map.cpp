@@ -65,7 +65,9 @@ bool PyWrpTypesMap::find(const std::u16string& name, PyTypeObject*& out) {
     return true;
 }
 
-void PyWrpTypesMap::add(const std::u16string& name, PyTypeObject* type) { by_name[name] = type; }
+void PyWrpTypesMap::add(const std::u16string& name, PyTypeObject* type) {
+    by_name[name] = type;
+}
 
 void PyWrpTypesMap::reserve(int count) {
     by_name.reserve(static_cast<size_t>(count));

@@ -11,7 +11,7 @@
 #include "pyshell/python.h"
 
 class PyWrpTypesMap {
-   public:
+ public:
     PyWrpTypesMap(const PyWrpTypesMap&) = delete;
     PyWrpTypesMap& operator=(const PyWrpTypesMap&) = delete;
 
@@ -32,7 +32,7 @@ class PyWrpTypesMap {
     // Sizes the name map and the map of ids that led to a type.
     void reserve(int count);
 
-   private:
+ private:
     PyWrpTypesMap() = default;
     ~PyWrpTypesMap() = default;
 

@@ -13,7 +13,9 @@
 
 namespace {
 
-PyClrObject* as_wrapper(PyObject* object) { return reinterpret_cast<PyClrObject*>(object); }
+PyClrObject* as_wrapper(PyObject* object) {
+    return reinterpret_cast<PyClrObject*>(object);
+}
 
 // `to_string(handle, &text)` answers kToStringDelivered when it delivered.
 template <class ToString>
@@ -92,7 +94,9 @@ bool has_wrapper_layout(PyTypeObject* type) {
 
 namespace zelmor {
 
-void free_unwrapped_handle(void* handle) { ExchangeHost::get_instance().free_instance(handle); }
+void free_unwrapped_handle(void* handle) {
+    ExchangeHost::get_instance().free_instance(handle);
+}
 
 }  // namespace zelmor
 
@@ -113,15 +117,13 @@ void wrapClrStruct_tp_dealloc(PyClrObject* self) {
 }
 
 PyObject* wrapClrObject_str(PyClrObject* self) {
-    return managed_text(self, [](void* handle, void** text) {
-        return ObjectHost::get_instance().to_string_of_obj(handle, text);
-    });
+    return managed_text(
+        self, [](void* handle, void** text) { return ObjectHost::get_instance().to_string_of_obj(handle, text); });
 }
 
 PyObject* wrapClrStruct_str(PyClrObject* self) {
-    return managed_text(self, [](void* handle, void** text) {
-        return ObjectHost::get_instance().to_string_of_stc(handle, text);
-    });
+    return managed_text(
+        self, [](void* handle, void** text) { return ObjectHost::get_instance().to_string_of_stc(handle, text); });
 }
 
 Py_hash_t wrapClrObject_hash(PyClrObject* self) {
@@ -145,15 +147,13 @@ PyObject* wrapClrStruct_tp_richcompare(PyObject* left, PyObject* right, int oper
 }
 
 PyObject* wrapClrObject_get_type(PyClrObject* self, PyObject*) {
-    return managed_type(self, [](void* handle, void** type) {
-        return ObjectHost::get_instance().get_obj_type(handle, type);
-    });
+    return managed_type(
+        self, [](void* handle, void** type) { return ObjectHost::get_instance().get_obj_type(handle, type); });
 }
 
 PyObject* wrapClrStruct_get_type(PyClrObject* self, PyObject*) {
-    return managed_type(self, [](void* handle, void** type) {
-        return ObjectHost::get_instance().get_stc_type(handle, type);
-    });
+    return managed_type(
+        self, [](void* handle, void** type) { return ObjectHost::get_instance().get_stc_type(handle, type); });
 }
 
 int wrapClrObject_tp_init_fault(PyObject*, PyObject*, PyObject*) {

@@ -11,7 +11,7 @@
 
 // No dictionary, no weak references, no collector support: a temporary costs one small allocation and one release.
 struct PyClrObject {
-    PyObject_HEAD
+    PyObject ob_base;
     void* handle;  // null while empty: before `tp_init`, and after it failed
 };
 static_assert(sizeof(PyClrObject) == 24 && offsetof(PyClrObject, handle) == 16);

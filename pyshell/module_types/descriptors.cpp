@@ -12,15 +12,31 @@ Descriptor* as(PyObject* object) {
 }
 
 // What the shared slots need to know of each kind.
-const char* name_of(const PyShFieldDescrObject* descriptor) { return descriptor->getset->name; }
-const char* name_of(const PyShInstanceMethodDescrObject* descriptor) { return descriptor->ml->ml_name; }
-const char* name_of(const PyShStaticMethodDescrObject* descriptor) { return descriptor->ml->ml_name; }
-const char* name_of(const PyShMixMethodDescrObject* descriptor) { return descriptor->instance_ml->ml_name; }
+const char* name_of(const PyShFieldDescrObject* descriptor) {
+    return descriptor->getset->name;
+}
+const char* name_of(const PyShInstanceMethodDescrObject* descriptor) {
+    return descriptor->ml->ml_name;
+}
+const char* name_of(const PyShStaticMethodDescrObject* descriptor) {
+    return descriptor->ml->ml_name;
+}
+const char* name_of(const PyShMixMethodDescrObject* descriptor) {
+    return descriptor->instance_ml->ml_name;
+}
 
-const char* doc_of(const PyShFieldDescrObject* descriptor) { return descriptor->getset->doc; }
-const char* doc_of(const PyShInstanceMethodDescrObject* descriptor) { return descriptor->ml->ml_doc; }
-const char* doc_of(const PyShStaticMethodDescrObject* descriptor) { return descriptor->ml->ml_doc; }
-const char* doc_of(const PyShMixMethodDescrObject* descriptor) { return descriptor->instance_ml->ml_doc; }
+const char* doc_of(const PyShFieldDescrObject* descriptor) {
+    return descriptor->getset->doc;
+}
+const char* doc_of(const PyShInstanceMethodDescrObject* descriptor) {
+    return descriptor->ml->ml_doc;
+}
+const char* doc_of(const PyShStaticMethodDescrObject* descriptor) {
+    return descriptor->ml->ml_doc;
+}
+const char* doc_of(const PyShMixMethodDescrObject* descriptor) {
+    return descriptor->instance_ml->ml_doc;
+}
 
 // The argument `type` of `__get__`. Called by hand with an instance alone it is missing, and the instance tells it.
 PyObject* given_type(PyObject* object, PyObject* type) {
@@ -47,7 +63,9 @@ bool applies_to(const char* name, PyTypeObject* owner, PyObject* object) {
     return false;
 }
 
-PyObject* new_reference(PyShCMethodObject* method) { return Py_NewRef(reinterpret_cast<PyObject*>(method)); }
+PyObject* new_reference(PyShCMethodObject* method) {
+    return Py_NewRef(reinterpret_cast<PyObject*>(method));
+}
 
 // The value is the same by class and by instance, so that the instance is not looked at.
 PyObject* field_descr_get(PyObject* self, PyObject* object, PyObject* type) {
@@ -196,9 +214,9 @@ constinit PyTypeObject wrpPye_tyds_FFFFFFFF_StaticMethodDescr = descr_type<PyShS
     ZELMOR_MODULE_NAME "._StaticMethodDescrType", static_dealloc, method_repr<PyShStaticMethodDescrObject>,
     static_traverse, static_descr_get);
 
-constinit PyTypeObject wrpPye_tyds_FFFFFFFF_MixMethodDescr = descr_type<PyShMixMethodDescrObject>(
-    ZELMOR_MODULE_NAME "._MixMethodDescrType", mix_dealloc, method_repr<PyShMixMethodDescrObject>, mix_traverse,
-    mix_descr_get);
+constinit PyTypeObject wrpPye_tyds_FFFFFFFF_MixMethodDescr =
+    descr_type<PyShMixMethodDescrObject>(ZELMOR_MODULE_NAME "._MixMethodDescrType", mix_dealloc,
+                                         method_repr<PyShMixMethodDescrObject>, mix_traverse, mix_descr_get);
 
 PyObject* PyShDescr_NewStaticField(PyTypeObject* owner, PyGetSetDef* getset) {
     auto* descriptor = new_descriptor<PyShFieldDescrObject>(&wrpPye_tyds_FFFFFFFF_FieldDescr, owner);

@@ -8,7 +8,9 @@
 
 namespace {
 
-PyShCMethodObject* as_method(PyObject* object) { return reinterpret_cast<PyShCMethodObject*>(object); }
+PyShCMethodObject* as_method(PyObject* object) {
+    return reinterpret_cast<PyShCMethodObject*>(object);
+}
 
 PyCFunctionWithKeywords with_keywords(PyCFunction function) {
     return reinterpret_cast<PyCFunctionWithKeywords>(reinterpret_cast<void (*)()>(function));

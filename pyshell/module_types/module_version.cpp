@@ -8,7 +8,9 @@
 
 namespace {
 
-PyShVersionObject* as_version(PyObject* object) { return reinterpret_cast<PyShVersionObject*>(object); }
+PyShVersionObject* as_version(PyObject* object) {
+    return reinterpret_cast<PyShVersionObject*>(object);
+}
 
 auto numbers(const PyShVersionObject* version) {
     return std::tie(version->major, version->minor, version->patch, version->sub);
@@ -23,7 +25,9 @@ PyObject* version_repr(PyObject* self) {
     return PyUnicode_FromFormat("<%s: %U>", Py_TYPE(self)->tp_name, as_version(self)->view);
 }
 
-PyObject* version_str(PyObject* self) { return Py_NewRef(as_version(self)->view); }
+PyObject* version_str(PyObject* self) {
+    return Py_NewRef(as_version(self)->view);
+}
 
 // FNV-1a over the four numbers as they lie in memory; the text takes no part. -1 is left as it comes out.
 Py_hash_t version_hash(PyObject* self) {
@@ -95,9 +99,11 @@ PyObject* PyShVersionAttr_Create(int major, int minor, int patch, int sub, const
 }
 
 int PyShVersionAttr_Compare(const int* reference, PyObject* version) {
-    const auto order = std::tie(reference[0], reference[1], reference[2], reference[3]) <=>
-                       numbers(as_version(version));
+    const auto order =
+        std::tie(reference[0], reference[1], reference[2], reference[3]) <=> numbers(as_version(version));
     return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 
-PyObject* PyShVersionAttr_GetView(PyObject* version) { return as_version(version)->view; }
+PyObject* PyShVersionAttr_GetView(PyObject* version) {
+    return as_version(version)->view;
+}

@@ -11,7 +11,9 @@ using zelmor::PyRef;
 
 namespace {
 
-PyShVersionObject* as_version(PyObject* object) { return reinterpret_cast<PyShVersionObject*>(object); }
+PyShVersionObject* as_version(PyObject* object) {
+    return reinterpret_cast<PyShVersionObject*>(object);
+}
 
 void version_dealloc(PyObject* self) {
     Py_XDECREF(as_version(self)->view);
@@ -51,7 +53,9 @@ struct Table {
     std::unique_ptr<char[]> name;
 };
 
-void free_table(PyObject* capsule) { delete static_cast<Table*>(PyCapsule_GetContext(capsule)); }
+void free_table(PyObject* capsule) {
+    delete static_cast<Table*>(PyCapsule_GetContext(capsule));
+}
 
 PyObject* make_capsule(PyObject*, PyObject* args) {
     const char* name;

@@ -15,10 +15,16 @@ PyObject* get_field(PyObject* self, void* closure) {
     return PyUnicode_FromString(static_cast<const char*>(closure));
 }
 
-PyObject* get_failing(PyObject*, void*) { return PyErr_Format(PyExc_RuntimeError, "no value"); }
+PyObject* get_failing(PyObject*, void*) {
+    return PyErr_Format(PyExc_RuntimeError, "no value");
+}
 
-PyObject* tell_static(PyObject* self, PyObject*) { return Py_BuildValue("(sO)", "static", self ? self : Py_None); }
-PyObject* tell_instance(PyObject* self, PyObject*) { return Py_BuildValue("(sO)", "instance", self ? self : Py_None); }
+PyObject* tell_static(PyObject* self, PyObject*) {
+    return Py_BuildValue("(sO)", "static", self ? self : Py_None);
+}
+PyObject* tell_instance(PyObject* self, PyObject*) {
+    return Py_BuildValue("(sO)", "instance", self ? self : Py_None);
+}
 
 char closure_text[] = "a value";
 PyGetSetDef field_def = {"empty", get_field, nullptr, nullptr, closure_text};
@@ -30,7 +36,7 @@ PyMethodDef told_ml = {"told", tell_instance, METH_O, "what it does"};
 
 // A heap type, so that references to the owner are counted and freed.
 class Descriptors : public PyShellTest {
-   protected:
+ protected:
     PyTypeObject* owner() { return reinterpret_cast<PyTypeObject*>(owner_ref.get()); }
 
     PyRef field(PyGetSetDef& def = field_def) { return PyRef::steal(PyShDescr_NewStaticField(owner(), &def)); }

@@ -44,8 +44,12 @@ std::vector<Report> all_reports() {
     };
 }
 
-PyRef cause_of(const PyRef& error) { return PyRef::steal(PyException_GetCause(error.get())); }
-PyRef context_of(const PyRef& error) { return PyRef::steal(PyException_GetContext(error.get())); }
+PyRef cause_of(const PyRef& error) {
+    return PyRef::steal(PyException_GetCause(error.get()));
+}
+PyRef context_of(const PyRef& error) {
+    return PyRef::steal(PyException_GetContext(error.get()));
+}
 
 }  // namespace
 
@@ -76,8 +80,8 @@ TEST_F(Errors, AChainKeepsTheWholeHistory) {
     PyErr_SetString(PyExc_TypeError, "innermost");
     PyShlErr_CapsuleImportError("a.b");
     PyShlErr_ModulePyInitError("zelmor.imaging", -1009);
-    const PyRef outer = expect_error(
-        PyExc_ImportError, "One or more errors occurred while loading the module 'zelmor.imaging' (-1009)");
+    const PyRef outer = expect_error(PyExc_ImportError,
+                                     "One or more errors occurred while loading the module 'zelmor.imaging' (-1009)");
     const PyRef middle = cause_of(outer);
     EXPECT_EQ(text_of(middle.get()), "can't import capsule 'a.b'");
     const PyRef inner = cause_of(middle);
@@ -123,8 +127,7 @@ TEST_F(Errors, ChainOrFormatChainsOnlyOnAPendingException) {
 
 TEST_F(Errors, AnEnumerationThatFailedIsReportedOnItsOwnMessage) {
     PyShlErr_EnumTypeInitialization("host is not valid", "zelmor.imaging.FileFormat");
-    const PyRef error =
-        expect_error(PyExc_ImportError, "enum type 'zelmor.imaging.FileFormat' is not initialized");
+    const PyRef error = expect_error(PyExc_ImportError, "enum type 'zelmor.imaging.FileFormat' is not initialized");
     const PyRef cause = cause_of(error);
     EXPECT_TRUE(PyErr_GivenExceptionMatches(cause.get(), PyExc_TypeError));
     EXPECT_EQ(text_of(cause.get()), "host is not valid");

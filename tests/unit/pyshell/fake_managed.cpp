@@ -31,8 +31,12 @@ void* get_type_name(void* handle) {
     return fn_create_u16_buffer(name->second.data(), static_cast<int>(name->second.size()));
 }
 
-void free_instance(void* handle) { managed.freed_objects.push_back(handle); }
-void free_struct(void* handle) { managed.freed_structs.push_back(handle); }
+void free_instance(void* handle) {
+    managed.freed_objects.push_back(handle);
+}
+void free_struct(void* handle) {
+    managed.freed_structs.push_back(handle);
+}
 
 void* box_stc_target(void* handle) {
     managed.boxed.push_back(handle);
@@ -50,19 +54,31 @@ int to_string(const char* service, void** out) {
     return managed.text_status;
 }
 
-int to_string_of_obj(void*, void** out) { return to_string("ToStringOfObj", out); }
-int to_string_of_stc(void*, void** out) { return to_string("ToStringOfStc", out); }
+int to_string_of_obj(void*, void** out) {
+    return to_string("ToStringOfObj", out);
+}
+int to_string_of_stc(void*, void** out) {
+    return to_string("ToStringOfStc", out);
+}
 
-int get_hash_of_obj(void*) { return fails("GetHashOfObj") ? 0 : managed.hash; }
-int get_hash_of_stc(void*) { return fails("GetHashOfStc") ? 0 : managed.hash; }
+int get_hash_of_obj(void*) {
+    return fails("GetHashOfObj") ? 0 : managed.hash;
+}
+int get_hash_of_stc(void*) {
+    return fails("GetHashOfStc") ? 0 : managed.hash;
+}
 
 int equals(const char* service, VariantArg* other) {
     managed.compared_with = *other;
     return fails(service) ? 0 : managed.equals;
 }
 
-int is_equals_of_obj(void*, VariantArg* other) { return equals("IsEqualsOfObj", other); }
-int is_equals_of_stc(void*, VariantArg* other) { return equals("IsEqualsOfStc", other); }
+int is_equals_of_obj(void*, VariantArg* other) {
+    return equals("IsEqualsOfObj", other);
+}
+int is_equals_of_stc(void*, VariantArg* other) {
+    return equals("IsEqualsOfStc", other);
+}
 
 int get_type(const char* service, void* handle, void** out) {
     if (fails(service)) {
@@ -72,11 +88,17 @@ int get_type(const char* service, void* handle, void** out) {
     return managed.type_status;
 }
 
-int get_obj_type(void* handle, void** out) { return get_type("GetObjType", handle, out); }
-int get_stc_type(void* handle, void** out) { return get_type("GetStcType", handle, out); }
+int get_obj_type(void* handle, void** out) {
+    return get_type("GetObjType", handle, out);
+}
+int get_stc_type(void* handle, void** out) {
+    return get_type("GetStcType", handle, out);
+}
 
 // Bound as every entry point has to be, and not called by anything under test.
-void unused_service() { std::abort(); }
+void unused_service() {
+    std::abort();
+}
 
 template <class Function>
 void* entry(Function* function) {

@@ -12,7 +12,7 @@
 
 struct FakeManaged {
     // Script.
-    std::string raises;             // when not empty, every service but a release sets RuntimeError with it
+    std::string raises;  // when not empty, every service but a release sets RuntimeError with it
     std::string text = "managed text";
     int text_status = 1;
     int hash = 0;
@@ -32,10 +32,16 @@ struct FakeManaged {
 // One for the process, renewed by the fixture for each test.
 extern FakeManaged managed;
 
-inline void* handle_of(uintptr_t number) { return reinterpret_cast<void*>(number); }
+inline void* handle_of(uintptr_t number) {
+    return reinterpret_cast<void*>(number);
+}
 
 // A fake run-time type's handle, which the test's type converter shows as a Python integer.
-inline void* type_handle_of(void* handle) { return handle_of(reinterpret_cast<uintptr_t>(handle) + 0x1000); }
+inline void* type_handle_of(void* handle) {
+    return handle_of(reinterpret_cast<uintptr_t>(handle) + 0x1000);
+}
 
 // What boxing makes of a struct handle.
-inline void* box_of(void* handle) { return handle_of(reinterpret_cast<uintptr_t>(handle) + 0x2000); }
+inline void* box_of(void* handle) {
+    return handle_of(reinterpret_cast<uintptr_t>(handle) + 0x2000);
+}

@@ -20,7 +20,7 @@ extern PyTypeObject test_refusing_type;      // "zelmor.imaging.Refusing": `tp_n
 extern PyTypeObject test_sibling_type;       // "zelmor.pydrawing.Pen": the class marker, and slots of another module
 
 class PyShellTest : public ::testing::Test {
-   protected:
+ protected:
     void SetUp() override { managed = {}; }
 
     // No test leaves an error behind.
@@ -67,9 +67,13 @@ inline zelmor::PyRef wrap(void* handle, PyTypeObject* type = &test_class_type) {
     return zelmor::PyRef::steal(fn_py_clr_type_generic_new(handle, type));
 }
 
-inline void* handle_in(const zelmor::PyRef& wrapper) { return reinterpret_cast<PyClrObject*>(wrapper.get())->handle; }
+inline void* handle_in(const zelmor::PyRef& wrapper) {
+    return reinterpret_cast<PyClrObject*>(wrapper.get())->handle;
+}
 
-inline PyObject* as_object(PyTypeObject* type) { return reinterpret_cast<PyObject*>(type); }
+inline PyObject* as_object(PyTypeObject* type) {
+    return reinterpret_cast<PyObject*>(type);
+}
 
 // The value of an expression, with `names` as its variables; empty with the error pending.
 zelmor::PyRef evaluate(const char* expression, std::initializer_list<std::pair<const char*, PyObject*>> names = {});

@@ -8,12 +8,12 @@
 
 using Identifiers = PyShellTest;
 
-TEST_F(Identifiers, HoldTheirTextAndAreInterned) {
-#define ZELMOR_CHECK_IDENTIFIER(identifier, text)                                   \
-    {                                                                               \
-        EXPECT_STREQ(PyUnicode_AsUTF8(identifier), text) << #identifier;            \
+TEST_F(Identifiers, HoldTheirTextAndAreInterned){
+#define ZELMOR_CHECK_IDENTIFIER(identifier, text)                                     \
+    {                                                                                 \
+        EXPECT_STREQ(PyUnicode_AsUTF8(identifier), text) << #identifier;              \
         const auto interned = zelmor::PyRef::steal(PyUnicode_InternFromString(text)); \
-        EXPECT_EQ(interned.get(), identifier) << #identifier;                       \
+        EXPECT_EQ(interned.get(), identifier) << #identifier;                         \
     }
     ZELMOR_IDENTIFIERS(ZELMOR_CHECK_IDENTIFIER)
 #undef ZELMOR_CHECK_IDENTIFIER

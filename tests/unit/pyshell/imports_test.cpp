@@ -14,7 +14,7 @@ constexpr const char* kSibling = "made_up_sibling";
 
 // A module under that name in sys.modules for as long as this lives.
 class MadeUpModule {
-   public:
+ public:
     MadeUpModule() : m_module(PyRef::borrow(PyImport_AddModule(kSibling))) {}
     MadeUpModule(const MadeUpModule&) = delete;
     MadeUpModule& operator=(const MadeUpModule&) = delete;
@@ -32,7 +32,7 @@ class MadeUpModule {
 
     void set(const char* name, const PyRef& value) { PyObject_SetAttrString(m_module.get(), name, value.get()); }
 
-   private:
+ private:
     PyRef m_module;
 };
 
@@ -40,7 +40,9 @@ PyRef import_sibling() {
     return PyRef::steal(PyShImport_ImportRefModule("zelmor.imaging", kSibling, kReference));
 }
 
-PyRef name_of(const char* text) { return PyRef::steal(PyUnicode_FromString(text)); }
+PyRef name_of(const char* text) {
+    return PyRef::steal(PyUnicode_FromString(text));
+}
 
 }  // namespace
 

@@ -9,8 +9,8 @@
 #include "fixture.h"
 #include "pyshell/identifiers.h"
 #include "pyshell/markers.h"
-#include "pyshell/modules.h"
 #include "pyshell/module_version.h"
+#include "pyshell/modules.h"
 #include "pyshell/sibling_converters.h"
 
 namespace {
@@ -65,7 +65,9 @@ PyTypeObject struct_record(const char* name) {
 }
 
 // A sibling's wrappers die by a function of their own.
-void sibling_dealloc(PyObject* self) { wrapClrObject_tp_dealloc(reinterpret_cast<PyClrObject*>(self)); }
+void sibling_dealloc(PyObject* self) {
+    wrapClrObject_tp_dealloc(reinterpret_cast<PyClrObject*>(self));
+}
 
 PyTypeObject sibling_record(const char* name) {
     PyTypeObject type = class_record(name);
@@ -85,7 +87,9 @@ PyTypeObject derived_record(const char* name, PyTypeObject* base) {
     return type;
 }
 
-PyObject* show_type_handle(void* handle) { return PyLong_FromVoidPtr(handle); }
+PyObject* show_type_handle(void* handle) {
+    return PyLong_FromVoidPtr(handle);
+}
 
 void require(bool done, const char* step) {
     if (!done) {
@@ -152,8 +156,7 @@ zelmor::PyRef evaluate(const char* expression, std::initializer_list<std::pair<c
 zelmor::PyRef run(const char* statements) {
     zelmor::PyRef variables = zelmor::PyRef::steal(PyDict_New());
     PyDict_SetItemString(variables.get(), "__builtins__", PyEval_GetBuiltins());
-    const auto result =
-        zelmor::PyRef::steal(PyRun_String(statements, Py_file_input, variables.get(), variables.get()));
+    const auto result = zelmor::PyRef::steal(PyRun_String(statements, Py_file_input, variables.get(), variables.get()));
     return result ? std::move(variables) : zelmor::PyRef();
 }
 

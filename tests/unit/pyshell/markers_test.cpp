@@ -9,11 +9,17 @@ using zelmor::PyRef;
 namespace {
 
 // A new heap type without any marker, as bare ground.
-PyRef plain_type() { return evaluate("type('Plain', (), {})"); }
+PyRef plain_type() {
+    return evaluate("type('Plain', (), {})");
+}
 
-PyTypeObject* as_type(const PyRef& object) { return reinterpret_cast<PyTypeObject*>(object.get()); }
+PyTypeObject* as_type(const PyRef& object) {
+    return reinterpret_cast<PyTypeObject*>(object.get());
+}
 
-PyRef instance_of(const PyRef& type) { return PyRef::steal(PyObject_CallNoArgs(type.get())); }
+PyRef instance_of(const PyRef& type) {
+    return PyRef::steal(PyObject_CallNoArgs(type.get()));
+}
 
 // A static record that nobody has readied, and an object that claims to be of it.
 PyTypeObject unready_type = {};
@@ -168,14 +174,14 @@ TEST_F(Markers, ASetSubclassIsASet) {
 
 TEST_F(Markers, ASetInWhichTheLookupRaisesCountsAsNotHoldingTheInterface) {
     // An element that has the hash of the interface type and refuses to be compared.
-    const PyRef names = run(
-        "def make(ifc):\n"
-        "    class Raising:\n"
-        "        def __hash__(self):\n"
-        "            return hash(ifc)\n"
-        "        def __eq__(self, other):\n"
-        "            raise ValueError('compared')\n"
-        "    return {Raising()}\n");
+    const PyRef names =
+        run("def make(ifc):\n"
+            "    class Raising:\n"
+            "        def __hash__(self):\n"
+            "            return hash(ifc)\n"
+            "        def __eq__(self, other):\n"
+            "            raise ValueError('compared')\n"
+            "    return {Raising()}\n");
     ASSERT_TRUE(names);
     const PyRef set =
         PyRef::steal(PyObject_CallOneArg(PyDict_GetItemString(names.get(), "make"), as_object(&test_interface_type)));

@@ -14,9 +14,15 @@ PyObject* show(PyObject* self, PyObject* args, PyObject* kwargs) {
                          kwargs != nullptr ? kwargs : Py_None);
 }
 
-PyObject* with_args(PyObject* self, PyObject* args, PyObject* kwargs) { return show(self, args, kwargs); }
-PyObject* with_one(PyObject* self, PyObject* argument) { return show(self, argument, nullptr); }
-PyObject* with_none(PyObject* self, PyObject*) { return show(self, nullptr, nullptr); }
+PyObject* with_args(PyObject* self, PyObject* args, PyObject* kwargs) {
+    return show(self, args, kwargs);
+}
+PyObject* with_one(PyObject* self, PyObject* argument) {
+    return show(self, argument, nullptr);
+}
+PyObject* with_none(PyObject* self, PyObject*) {
+    return show(self, nullptr, nullptr);
+}
 
 PyCFunction keyword_function = reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(with_args));
 
@@ -30,7 +36,7 @@ PyMethodDef documented_ml = {"told", with_one, METH_O, "what it does"};
 PyMethodDef empty_doc_ml = {"told", with_one, METH_O, ""};
 
 class MethodObject : public PyShellTest {
-   protected:
+ protected:
     PyRef method(PyMethodDef& ml, PyObject* self = nullptr) {
         return PyRef::steal(PyShCMethod_New(&test_class_type, &ml, self));
     }
@@ -119,8 +125,7 @@ TEST_F(MethodObject, AnUnboundCallNeedsASelf) {
 
 TEST_F(MethodObject, AnUnboundCallAcceptsADerivedSelf) {
     const PyRef derived = wrap(handle_of(0x32), &test_derived_type);
-    const PyRef shown =
-        evaluate("f(derived)", {{"f", method(none_ml).get()}, {"derived", derived.get()}});
+    const PyRef shown = evaluate("f(derived)", {{"f", method(none_ml).get()}, {"derived", derived.get()}});
     EXPECT_EQ(self_in(shown), derived.get());
 }
 
@@ -165,8 +170,8 @@ TEST_F(MethodObject, CallsLeaveNoReferencesBehind) {
 
 TEST_F(MethodObject, ReprNamesTheEntryAndTheObject) {
     const PyRef repr = PyRef::steal(PyObject_Repr(method(args_ml, thing.get()).get()));
-    const PyRef expected = PyRef::steal(
-        PyUnicode_FromFormat("<extension method act of zelmor.imaging.Thing object at %p>", thing.get()));
+    const PyRef expected =
+        PyRef::steal(PyUnicode_FromFormat("<extension method act of zelmor.imaging.Thing object at %p>", thing.get()));
     EXPECT_EQ(text_of(repr.get()), text_of(expected.get()));
 }
 
@@ -233,8 +238,7 @@ TEST_F(MethodObject, CanBeWeaklyReferenced) {
 TEST_F(MethodObject, ACycleThroughTheSelfIsCollected) {
     const PyRef type = evaluate("type('Holder', (), {})");
     PyRef holder = PyRef::steal(PyObject_CallNoArgs(type.get()));
-    PyRef bound =
-        PyRef::steal(PyShCMethod_New(reinterpret_cast<PyTypeObject*>(type.get()), &one_ml, holder.get()));
+    PyRef bound = PyRef::steal(PyShCMethod_New(reinterpret_cast<PyTypeObject*>(type.get()), &one_ml, holder.get()));
     PyObject_SetAttrString(holder.get(), "cycle", bound.get());
     const PyRef reference = PyRef::steal(PyWeakref_NewRef(holder.get(), nullptr));
     bound = PyRef();

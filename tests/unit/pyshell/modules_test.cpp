@@ -9,10 +9,10 @@ using zelmor::PyRef;
 namespace {
 
 PyMethodDef no_functions[] = {{nullptr, nullptr, 0, nullptr}};
-PyModuleDef parent_definition = {PyModuleDef_HEAD_INIT, "made.parent", nullptr, -1, no_functions,
-                                 nullptr, nullptr, nullptr, nullptr};
-PyModuleDef child_definition = {PyModuleDef_HEAD_INIT, "made.parent.child", nullptr, -1, no_functions,
-                                nullptr, nullptr, nullptr, nullptr};
+PyModuleDef parent_definition = {
+    PyModuleDef_HEAD_INIT, "made.parent", nullptr, -1, no_functions, nullptr, nullptr, nullptr, nullptr};
+PyModuleDef child_definition = {
+    PyModuleDef_HEAD_INIT, "made.parent.child", nullptr, -1, no_functions, nullptr, nullptr, nullptr, nullptr};
 
 PyTypeObject blank_record(const char* name) {
     PyTypeObject type = {};
@@ -23,7 +23,7 @@ PyTypeObject blank_record(const char* name) {
 }
 
 class Modules : public PyShellTest {
-   protected:
+ protected:
     PyRef parent = PyRef::steal(zelmor::create_module(&parent_definition));
 };
 

@@ -1,8 +1,8 @@
 // Which wrapper a managed result gets, by its declared and its run-time type.
 #include "pyshell/result_typing.h"
 
-#include "fixture.h"
 #include "exchange/wire/tags.h"
+#include "fixture.h"
 #include "pyshell/types_map.h"
 
 using zelmor::PyRef;
@@ -16,7 +16,7 @@ constexpr const char16_t* kThing = u"Zelmor.Imaging.Thing";
 constexpr const char16_t* kUnknown = u"Zelmor.Imaging.Internal";
 
 class ResultTyping : public PyShellTest {
-   protected:
+ protected:
     void SetUp() override {
         PyShellTest::SetUp();
         PyWrpTypesMap::get_instance()->add(kImplementing, &test_implementing_type);
@@ -90,9 +90,9 @@ TEST_F(ResultTyping, ATaggedResultTakesTheFirstTypeForTagZeroAndTheSecondForAnyO
 TEST_F(ResultTyping, AnInterfaceResultIsShownInTheRunTimeWrapperThatListsIt) {
     expect_wrapper(fn_conv_clr_ifcimpl_to_py_ifcimpl(object(kImplementing), &test_interface_type),
                    &test_implementing_type);
-    expect_wrapper(fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(collection(kCollectionObject, kImplementing),
-                                                         &test_interface_type),
-                   &test_implementing_type);
+    expect_wrapper(
+        fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(collection(kCollectionObject, kImplementing), &test_interface_type),
+        &test_implementing_type);
 }
 
 TEST_F(ResultTyping, AnInterfaceResultWhoseRegisteredTypeDoesNotListItIsShownInTheInterfaceWrapper) {
@@ -115,13 +115,12 @@ TEST_F(ResultTyping, ASecondResultOfAnUnknownTypeDoesNotAskForTheName) {
 }
 
 TEST_F(ResultTyping, AStructBehindAnInterfaceIsBoxedOnlyWhenItsOwnWrapperDoesNotApply) {
-    expect_wrapper(fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(collection(kCollectionStruct, kUnknown),
-                                                         &test_interface_type),
+    expect_wrapper(fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(collection(kCollectionStruct, kUnknown), &test_interface_type),
                    &test_interface_type, box_of(handle));
     EXPECT_EQ(managed.boxed, Handles{handle});
-    expect_wrapper(fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(collection(kCollectionStruct, kImplementing),
-                                                         &test_interface_type),
-                   &test_implementing_type);
+    expect_wrapper(
+        fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(collection(kCollectionStruct, kImplementing), &test_interface_type),
+        &test_implementing_type);
     EXPECT_EQ(managed.boxed, Handles{handle});
 }
 

@@ -13,7 +13,7 @@ constexpr int kReference[4] = {23, 5, 0, 0};
 
 // A sibling with a version that serves, in sys.modules for as long as this lives.
 class MadeUpSibling {
-   public:
+ public:
     explicit MadeUpSibling(const char* name) : m_name(name), m_module(PyRef::borrow(PyImport_AddModule(name))) {
         for (const char* attribute : {"VERSION", "_BACKWARD_COMPATIBILITY_THRESHOLD"}) {
             const PyRef version = PyRef::steal(PyShVersionAttr_Create(23, 5, 0, 0, "23.5.0.0"));
@@ -32,7 +32,7 @@ class MadeUpSibling {
         PyObject_SetAttrString(m_module.get(), attribute, capsule.get());
     }
 
-   private:
+ private:
     const char* m_name;
     PyRef m_module;
 };

@@ -10,7 +10,7 @@ namespace {
 using Handles = std::vector<void*>;
 
 class TypesMap : public PyShellTest {
-   protected:
+ protected:
     // Ids are never forgotten, so that each test takes new ones.
     static long new_id() {
         static long last = 1000;

@@ -15,12 +15,14 @@ using Services = std::vector<std::string>;
 constexpr uintptr_t kHandle = 0x51;
 
 class WrappedObject : public PyShellTest {
-   protected:
+ protected:
     PyRef thing = wrap(handle_of(kHandle));
     PyRef pair = wrap(handle_of(kHandle), &test_struct_type);
 };
 
-PyClrObject* as_wrapper(const PyRef& object) { return reinterpret_cast<PyClrObject*>(object.get()); }
+PyClrObject* as_wrapper(const PyRef& object) {
+    return reinterpret_cast<PyClrObject*>(object.get());
+}
 
 PyRef compare(const PyRef& left, PyObject* right, int operation) {
     return PyRef::steal(PyObject_RichCompare(left.get(), right, operation));
@@ -30,7 +32,6 @@ std::string at_address(const PyRef& object) {
     const PyRef text = PyRef::steal(PyUnicode_FromFormat("object at %p>", object.get()));
     return text_of(text.get());
 }
-
 
 }  // namespace
 
@@ -123,11 +124,11 @@ TEST_F(WrappedObject, TextLeavesAPendingExceptionUntouched) {
 }
 
 TEST_F(WrappedObject, TextReportsANewFailureAsUnraisableAndRestoresThePendingException) {
-    const PyRef hook = run(
-        "import sys\n"
-        "seen = []\n"
-        "kept = sys.unraisablehook\n"
-        "sys.unraisablehook = lambda report: seen.append((str(report.exc_value), report.object))\n");
+    const PyRef hook =
+        run("import sys\n"
+            "seen = []\n"
+            "kept = sys.unraisablehook\n"
+            "sys.unraisablehook = lambda report: seen.append((str(report.exc_value), report.object))\n");
     ASSERT_TRUE(hook);
     managed.raises = "later";
     PyErr_SetString(PyExc_ValueError, "earlier");
@@ -139,14 +140,18 @@ TEST_F(WrappedObject, TextReportsANewFailureAsUnraisableAndRestoresThePendingExc
 }
 
 TEST_F(WrappedObject, ReprInsideAnExceptBlockLeavesTheHandledExceptionAlone) {
-    const PyRef result = evaluate("check(thing)", {{"thing", thing.get()}, {"check", PyDict_GetItemString(run(
-        "def check(thing):\n"
-        "    import sys\n"
-        "    try:\n"
-        "        raise ValueError('handled')\n"
-        "    except ValueError as error:\n"
-        "        text = repr(thing)\n"
-        "        return text, sys.exc_info()[1] is error, error.__context__\n").get(), "check")}});
+    const PyRef result = evaluate(
+        "check(thing)",
+        {{"thing", thing.get()},
+         {"check", PyDict_GetItemString(run("def check(thing):\n"
+                                            "    import sys\n"
+                                            "    try:\n"
+                                            "        raise ValueError('handled')\n"
+                                            "    except ValueError as error:\n"
+                                            "        text = repr(thing)\n"
+                                            "        return text, sys.exc_info()[1] is error, error.__context__\n")
+                                            .get(),
+                                        "check")}});
     ASSERT_TRUE(result);
     EXPECT_EQ(text_of(result.get()), "('managed text', True, None)");
 }
@@ -335,14 +340,14 @@ TEST_F(WrappedObject, AWrapperWithANullHandlePassesEveryReader) {
 }
 
 TEST_F(WrappedObject, APythonClassThatBorrowsTheMarkerHasNoHandleToRead) {
-    const PyRef names = run(
-        "class Forged:\n"
-        "    __slots__ = ()\n"
-        "    _zelmor_clr_host = None\n"
-        "class ForgedStruct:\n"
-        "    _zelmor_clr_host = ...\n"
-        "forged = Forged()\n"
-        "forged_struct = ForgedStruct()\n");
+    const PyRef names =
+        run("class Forged:\n"
+            "    __slots__ = ()\n"
+            "    _zelmor_clr_host = None\n"
+            "class ForgedStruct:\n"
+            "    _zelmor_clr_host = ...\n"
+            "forged = Forged()\n"
+            "forged_struct = ForgedStruct()\n");
     ASSERT_TRUE(names);
     for (const char* name : {"forged", "forged_struct"}) {
         PyObject* forged = PyDict_GetItemString(names.get(), name);
