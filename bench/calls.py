@@ -7,13 +7,14 @@ so that a busy machine hits all of them alike. Compared are the medians of the r
 import importlib
 import os
 import random
-import re
 import statistics
+import sys
 import timeit
 from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Any
 
+ROOT = Path(__file__).resolve().parents[1]
 ROUNDS = 61
 ROUND_SECONDS = 0.0015
 #: The statement is repeated in the timed loop's body, so that the loop itself costs next to nothing.
@@ -98,15 +99,16 @@ class Qt:
         self.QSize, self.QRect, self.QPoint, self.QColor = core.QSize, core.QRect, core.QPoint, gui.QColor
 
 
-def host_classes(module_file: str) -> dict[str, str]:
-    """The managed host classes of the measured types, as zelmor.imaging itself names them."""
-    image = Path(module_file).read_bytes()
+def host_classes() -> dict[str, str]:
+    """The managed host classes of the measured types, named as the generator of the wrappers names them."""
+    sys.path.insert(0, str(ROOT / "tools"))
+    identifiers = importlib.import_module("generator.identifiers")
+    naming = importlib.import_module("generator.naming")
+    rows = identifiers.Identifiers.read(ROOT / "api" / "catalogue" / "identifiers.tab").rows
     hosts = {"ExchangeHost": "Zelmor.WrpGen.Interop.ExchangeHost"}
     for name in ("Point", "Size", "Rectangle", "Color"):
-        # The name of a host class ends in the type's name, cut to eight characters, and an identifier.
-        pattern = rf"WrpNs_Zelmor\.WrpNs_Imaging\.WrpCs_{name[:8]}_[0-9A-F]{{8}}\0".encode()
-        found = sorted(set(re.findall(pattern, image)))
-        hosts[name] = found[0][:-1].decode() if len(found) == 1 else ""
+        full_name = f"Zelmor.Imaging.{name}"
+        hosts[name] = naming.host_class_name(full_name, rows[full_name][1])
     return hosts
 
 
@@ -116,7 +118,7 @@ def contestants() -> dict[str, Any]:
     baseline: Any = importlib.import_module("baseline")
     runtime = Path(os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"])
     wrapper = sorted(runtime.glob("netcore*/libzelmor.embed.coreclrwrap.so"))[-1]
-    baseline.bind(str(wrapper), "WrpInterop.Zelmor.Imaging", host_classes(zelmor.__file__))
+    baseline.bind(str(wrapper), "WrpInterop.Zelmor.Imaging", host_classes())
     return {"zelmor": zelmor, "c": baseline, "pybind": importlib.import_module("peer_pybind11"), "qt": Qt()}
 
 

@@ -6,7 +6,6 @@ Import times are those of fresh processes, net of an interpreter that imports no
 import os
 import statistics
 import subprocess
-import sys
 import tempfile
 import time
 from dataclasses import dataclass
@@ -41,72 +40,78 @@ print(len(plans), sum(len(m) for _, _, m in plans), time.perf_counter() - start)
 PEAK = "print(next(line.split()[1] for line in open('/proc/self/status') if line.startswith('VmHWM')))"
 
 
+TIMED = "import time; start = time.perf_counter(); import {}; print(time.perf_counter() - start)"
+
+#: Children keep the byte code of the package, as a user's interpreter does.
+ENVIRONMENT = {name: value for name, value in os.environ.items() if name != "PYTHONDONTWRITEBYTECODE"}
+
+
 @dataclass
 class Start:
     """Milliseconds of an import in a fresh process."""
 
-    net: float
+    net: float  # what the process takes longer, from start to exit
     spread: float
+    statement: float  # the import statement alone
 
     @property
     def met(self) -> bool:
         return self.net < TARGET_MILLISECONDS
 
 
-def _seconds(program: str) -> float:
+def _run(program: str, *options: str) -> subprocess.CompletedProcess[str]:
+    return subprocess.run([PYTHON, *options, "-c", program], check=True, text=True, capture_output=True,
+                          env=ENVIRONMENT)
+
+
+def _seconds(program: str) -> tuple[float, str]:
     start = time.perf_counter()
-    subprocess.run([PYTHON, "-c", program], check=True)
-    return time.perf_counter() - start
+    shown = _run(program).stdout
+    return time.perf_counter() - start, shown
 
 
 def import_time(module: str) -> Start:
     """Median time to import `module`, net of the interpreter's own start."""
-    for program in ("pass", f"import {module}"):
-        _seconds(program)  # the files are in the page cache from here on
-    pairs = [(_seconds(f"import {module}"), _seconds("pass")) for _ in range(PROCESSES)]
-    net = [(with_import - without) * 1e3 for with_import, without in pairs]
+    net, statement = [], []
+    for turn in range(PROCESSES + 1):
+        without, _ = _seconds("import time")
+        with_import, shown = _seconds(TIMED.format(module))
+        if turn > 0:  # the first turn brings the files into the page cache
+            net.append((with_import - without) * 1e3)
+            statement.append(float(shown) * 1e3)
     quarters = statistics.quantiles(net, n=4)
-    return Start(statistics.median(net), quarters[2] - quarters[0])
+    return Start(statistics.median(net), quarters[2] - quarters[0], statistics.median(statement))
 
 
-def import_profile(module: str) -> list[tuple[str, float, float]]:
-    """(module, own milliseconds, milliseconds with what it imports) of each part of an import; medians."""
+def import_profile(module: str) -> dict[str, float]:
+    """Own milliseconds of each module that an import brings in, as the interpreter accounts for them; medians."""
     own: dict[str, list[int]] = {}
-    whole: dict[str, list[int]] = {}
     for _ in range(9):
-        # The environment is kept, so a start-up hook of the site shows up in both runs and falls out.
-        shown = subprocess.run([PYTHON, "-X", "importtime", "-c", f"import {module}"], check=True, text=True,
-                               capture_output=True).stderr
+        shown = _run(f"import {module}", "-X", "importtime").stderr
         for line in shown.splitlines()[1:]:
-            mine, cumulated, name = line.removeprefix("import time:").split("|")
+            mine, _, name = line.removeprefix("import time:").split("|")
             own.setdefault(name.strip(), []).append(int(mine))
-            whole.setdefault(name.strip(), []).append(int(cumulated))
-    return [(name, statistics.median(own[name]) / 1e3, statistics.median(whole[name]) / 1e3) for name in own]
-
-
-def _run(program: str) -> str:
-    return subprocess.run([PYTHON, "-c", program], check=True, text=True, capture_output=True).stdout
+    return {name: statistics.median(times) / 1e3 for name, times in own.items()}
 
 
 def print_import() -> Start:
     """Prints how long an import takes and what it goes into."""
     start = import_time("zelmor.imaging")
-    print(f"\nImport of zelmor.imaging, {PROCESSES} fresh processes, net of the interpreter's start: "
-          f"{start.net:.1f} ms (middle half {start.spread:.1f} ms wide), target {TARGET_MILLISECONDS:.0f} ms"
+    print(f"Import of zelmor.imaging, {PROCESSES} fresh processes: {start.net:.1f} ms more than an interpreter without "
+          f"it\n(middle half {start.spread:.1f} ms wide), target {TARGET_MILLISECONDS:.0f} ms"
           f"{'' if start.met else '  MISS'}")
+    print(f"    {start.statement:8.2f} ms  the import statement; the rest is what there is to take down at exit. Of it:")
     # What the interpreter imports for itself before it runs a program is not part of the import.
-    before = {name for name, _, _ in import_profile("sys")}
-    parts = [part for part in import_profile("zelmor.imaging") if part[0] not in before]
-    library = sum(own for name, own, _ in parts if not name.startswith("zelmor"))
-    print("    own time of each part, as the interpreter accounts for it (the first bridge module, zelmor.pygc or the\n"
-          "    one that it comes in by, also starts the runtime):")
-    for name, own, _ in parts:
+    before = import_profile("sys")
+    parts = {name: own for name, own in import_profile("zelmor.imaging").items() if name not in before}
+    for name, own in parts.items():
         if name.startswith("zelmor"):
-            print(f"    {own:8.2f} ms  {name}")
+            print(f"    {own:8.2f} ms  {name}{', with the start of the runtime' if name == 'zelmor.pygc' else ''}")
+    library = sum(own for name, own in parts.items() if not name.startswith("zelmor"))
     print(f"    {library:8.2f} ms  modules of the standard library")
-    count, members, seconds = _run(ENUMERATIONS).split()
-    print(f"    {float(seconds) * 1e3:8.2f} ms  of these are Python's own cost of making {count} enumerations with "
-          f"{members} members")
+    count, members, seconds = _run(ENUMERATIONS).stdout.split()
+    print(f"    {float(seconds) * 1e3:8.2f} ms  of zelmor.imaging's part is Python's own cost of making {count} "
+          f"enumerations with {members} members")
     return start
 
 
@@ -122,11 +127,6 @@ def print_sizes(package: Path) -> None:
 
 def print_memory() -> None:
     """Prints the peak of resident memory before and after the import."""
-    bare, loaded = int(_run(PEAK)), int(_run("import zelmor.imaging\n" + PEAK))
+    bare, loaded = int(_run(PEAK).stdout), int(_run("import zelmor.imaging\n" + PEAK).stdout)
     print(f"\nPeak resident memory: {bare / 1024:.1f} MB for the bare interpreter, {loaded / 1024:.1f} MB with "
           "zelmor.imaging")
-
-
-if __name__ == "__main__":
-    print_import()
-    sys.exit(0)
