@@ -84,10 +84,10 @@ PyObject* managed_type(PyClrObject* self, GetType get_type) {
     return wrpPyl_convcaps_clr_to_py_C08ECFAB_Type(type_handle);
 }
 
-// A Python class can carry the host marker too, since it is an ordinary attribute there. Only a static record of a
-// wrapper's size has a handle to read.
+// A Python class can carry the host marker too, since it is an ordinary attribute there. Only a static record that
+// begins as a wrapper does has a handle to read.
 bool has_wrapper_layout(PyTypeObject* type) {
-    return !PyType_HasFeature(type, Py_TPFLAGS_HEAPTYPE) && type->tp_basicsize == sizeof(PyClrObject);
+    return !PyType_HasFeature(type, Py_TPFLAGS_HEAPTYPE) && type->tp_basicsize >= Py_ssize_t{sizeof(PyClrObject)};
 }
 
 }  // namespace

@@ -14,7 +14,6 @@ from module_tree import API_WRAPPERS, dotted
 import zelmor.imaging as imaging
 from zelmor.imaging import Image, RasterImage, Size, StreamContainer
 from zelmor.imaging._wrpgen import _interop
-from zelmor.imaging.extensions import StreamExtensions
 from zelmor.imaging.fileformats.bmp import BmpImage
 from zelmor.imaging.fileformats.png import PngImage
 
@@ -77,7 +76,7 @@ class TestStreamResults:
     """A stream comes back as what it is."""
 
     def test_a_managed_stream_is_a_stream_wrapper(self) -> None:
-        stream = StreamExtensions.create_memory_stream()
+        stream = imaging.extensions.StreamExtensions.create_memory_stream()
         assert type(stream) is _interop._StreamWrapper
 
     def test_a_python_file_that_went_in_comes_back_itself(self) -> None:
@@ -86,7 +85,7 @@ class TestStreamResults:
         assert container.stream is file
 
     def test_a_managed_stream_that_went_in_comes_back_in_a_wrapper_of_its_own(self) -> None:
-        stream = StreamExtensions.create_memory_stream()
+        stream = imaging.extensions.StreamExtensions.create_memory_stream()
         container = StreamContainer(stream)
         assert type(container.stream) is _interop._StreamWrapper
         assert container.stream is not stream

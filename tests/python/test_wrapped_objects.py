@@ -11,7 +11,7 @@ import pytest
 from module_tree import API_WRAPPERS, WRAPPERS, dotted
 
 import zelmor.imaging as imaging
-from zelmor.imaging import Color, Pen, Size, SizeF
+from zelmor.imaging import LoadOptions, Size, SizeF
 from zelmor.imaging.imageoptions import PngOptions
 
 HAVE_GC = 1 << 14
@@ -21,7 +21,7 @@ BASETYPE = 1 << 10
 @pytest.fixture(params=["struct", "class"])
 def instance(request: pytest.FixtureRequest) -> Any:
     """A wrapper of each kind."""
-    return Size(3, 4) if request.param == "struct" else Pen(Color.red, 2.0)
+    return Size(3, 4) if request.param == "struct" else LoadOptions()
 
 
 class TestEveryType:
@@ -29,7 +29,9 @@ class TestEveryType:
 
     @pytest.mark.parametrize("kind", WRAPPERS, ids=dotted)
     def test_record(self, kind: Any) -> None:
-        assert (kind.__basicsize__, kind.__itemsize__) == (24, 0)
+        # A stream alone has a field behind its handle.
+        size = 32 if kind.__name__ == "_StreamWrapper" else 24
+        assert (kind.__basicsize__, kind.__itemsize__) == (size, 0)
         assert (kind.__dictoffset__, kind.__weakrefoffset__) == (0, 0)
         assert kind.__flags__ & (HAVE_GC | BASETYPE) == 0
 
@@ -99,8 +101,8 @@ class TestComparison:
         assert instance.__ne__(None) is True
 
     def test_of_a_class_with_a_struct(self) -> None:
-        assert Pen(Color.red).__eq__(Size(1, 2)) is False
-        assert Size(1, 2).__eq__(Pen(Color.red)) is False
+        assert LoadOptions().__eq__(Size(1, 2)) is False
+        assert Size(1, 2).__eq__(LoadOptions()) is False
 
     @pytest.mark.parametrize("operator", ["__lt__", "__le__", "__gt__", "__ge__"])
     def test_there_is_no_order(self, instance: Any, operator: str) -> None:
@@ -171,7 +173,7 @@ class TestConstruction:
     """Types with and without constructor, and half-made objects."""
 
     @pytest.mark.parametrize(
-        "kind", [imaging.Image, imaging.IColorPalette, imaging.ImageOptionsBase, imaging.xmp.Namespaces], ids=dotted
+        "kind", [imaging.Image, imaging.IColorPalette, imaging.ImageOptionsBase, imaging.Cache], ids=dotted
     )
     @pytest.mark.parametrize("arguments", [(), (1, 2)])
     def test_a_type_without_constructor(self, kind: Any, arguments: tuple[int, ...]) -> None:
@@ -196,9 +198,9 @@ class TestConstruction:
         assert (size.width, size.height) == (3, 4)
 
     def test_new_alone_makes_an_empty_wrapper(self) -> None:
-        empty = Pen.__new__(Pen)
+        empty = LoadOptions.__new__(LoadOptions)
         with pytest.raises(RuntimeError, match=r"^Proxy error\("):
-            _ = empty.width
+            _ = empty.buffer_size_hint
         with pytest.raises(RuntimeError, match=r"^Proxy error\("):
             empty.get_type()
 

@@ -17,6 +17,7 @@ extern PyTypeObject test_struct_type;        // "zelmor.imaging.Pair"
 extern PyTypeObject test_interface_type;     // "zelmor.imaging.IThing"
 extern PyTypeObject test_implementing_type;  // "zelmor.imaging.Implementing", lists IThing
 extern PyTypeObject test_refusing_type;      // "zelmor.imaging.Refusing": `tp_new` raises RuntimeError "refused"
+extern PyTypeObject test_longer_type;        // "zelmor.imaging.Longer": a field behind the handle
 extern PyTypeObject test_sibling_type;       // "zelmor.pydrawing.Pen": the class marker, and slots of another module
 
 class PyShellTest : public ::testing::Test {

@@ -75,6 +75,13 @@ PyTypeObject sibling_record(const char* name) {
     return type;
 }
 
+// A wrapper with a field of its own behind the handle, as a stream has.
+PyTypeObject longer_record(const char* name) {
+    PyTypeObject type = class_record(name);
+    type.tp_basicsize = sizeof(PyClrObject) + sizeof(void*);
+    return type;
+}
+
 PyTypeObject refusing_record(const char* name) {
     PyTypeObject type = class_record(name);
     type.tp_new = refusing_new;
@@ -130,6 +137,7 @@ void start_bridge() {
     mark(&test_implementing_type, zelmor::WrapperKind::kClass, listed);
     mark(&test_refusing_type, zelmor::WrapperKind::kClass);
     mark(&test_sibling_type, zelmor::WrapperKind::kClass);
+    mark(&test_longer_type, zelmor::WrapperKind::kClass);
 }
 
 }  // namespace
@@ -140,6 +148,7 @@ PyTypeObject test_struct_type = struct_record("zelmor.imaging.Pair");
 PyTypeObject test_interface_type = class_record("zelmor.imaging.IThing");
 PyTypeObject test_implementing_type = class_record("zelmor.imaging.Implementing");
 PyTypeObject test_refusing_type = refusing_record("zelmor.imaging.Refusing");
+PyTypeObject test_longer_type = longer_record("zelmor.imaging.Longer");
 PyTypeObject test_sibling_type = sibling_record("zelmor.pydrawing.Pen");
 
 zelmor::PyRef evaluate(const char* expression, std::initializer_list<std::pair<const char*, PyObject*>> names) {

@@ -339,6 +339,17 @@ TEST_F(WrappedObject, AWrapperWithANullHandlePassesEveryReader) {
     EXPECT_EQ(variant.tag, 0);
 }
 
+TEST_F(WrappedObject, AWrapperWithFieldsOfItsOwnPassesEveryReader) {
+    const PyRef longer = wrap(handle_of(0x61), &test_longer_type);
+    void* handle = nullptr;
+    VariantArg variant = {7, nullptr};
+    EXPECT_EQ(fn_conv_py_obj_to_clr_refobj_not_null_handle(longer.get(), &handle), 1);
+    EXPECT_EQ(handle, handle_of(0x61));
+    EXPECT_EQ(fn_conv_py_obj_to_clr_gen_not_null_handle(longer.get(), &variant), 1);
+    EXPECT_EQ(variant.tag, 0);
+    EXPECT_EQ(variant.value, handle_of(0x61));
+}
+
 TEST_F(WrappedObject, APythonClassThatBorrowsTheMarkerHasNoHandleToRead) {
     const PyRef names =
         run("class Forged:\n"
