@@ -4,6 +4,7 @@ Import times are those of fresh processes, net of an interpreter that imports no
 """
 
 import os
+import resource
 import statistics
 import subprocess
 import tempfile
@@ -53,6 +54,7 @@ class Start:
     net: float  # what the process takes longer, from start to exit
     spread: float
     statement: float  # the import statement alone
+    processor: float  # processor time, which a busy machine stretches less
 
     @property
     def met(self) -> bool:
@@ -64,23 +66,27 @@ def _run(program: str, *options: str) -> subprocess.CompletedProcess[str]:
                           env=ENVIRONMENT)
 
 
-def _seconds(program: str) -> tuple[float, str]:
-    start = time.perf_counter()
+def _timed(program: str) -> tuple[float, float, str]:
+    """Seconds by the clock and on the processor that a program takes, and what it prints."""
+    before, start = resource.getrusage(resource.RUSAGE_CHILDREN), time.perf_counter()
     shown = _run(program).stdout
-    return time.perf_counter() - start, shown
+    clock, after = time.perf_counter() - start, resource.getrusage(resource.RUSAGE_CHILDREN)
+    return clock, after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime, shown
 
 
 def import_time(module: str) -> Start:
     """Median time to import `module`, net of the interpreter's own start."""
-    net, statement = [], []
+    net, statement, processor = [], [], []
     for turn in range(PROCESSES + 1):
-        without, _ = _seconds("import time")
-        with_import, shown = _seconds(TIMED.format(module))
+        bare_clock, bare_processor, _ = _timed("import time")
+        clock, on_processor, shown = _timed(TIMED.format(module))
         if turn > 0:  # the first turn brings the files into the page cache
-            net.append((with_import - without) * 1e3)
+            net.append((clock - bare_clock) * 1e3)
+            processor.append((on_processor - bare_processor) * 1e3)
             statement.append(float(shown) * 1e3)
     quarters = statistics.quantiles(net, n=4)
-    return Start(statistics.median(net), quarters[2] - quarters[0], statistics.median(statement))
+    return Start(statistics.median(net), quarters[2] - quarters[0], statistics.median(statement),
+                 statistics.median(processor))
 
 
 def import_profile(module: str) -> dict[str, float]:
@@ -98,15 +104,16 @@ def print_import() -> Start:
     """Prints how long an import takes and what it goes into."""
     start = import_time("zelmor.imaging")
     print(f"Import of zelmor.imaging, {PROCESSES} fresh processes: {start.net:.1f} ms more than an interpreter without "
-          f"it\n(middle half {start.spread:.1f} ms wide), target {TARGET_MILLISECONDS:.0f} ms"
-          f"{'' if start.met else '  MISS'}")
+          f"it,\nmiddle half {start.spread:.1f} ms wide; {start.processor:.1f} ms of processor time; target "
+          f"{TARGET_MILLISECONDS:.0f} ms{'' if start.met else '  MISS'}")
     print(f"    {start.statement:8.2f} ms  the import statement; the rest is what there is to take down at exit. Of it:")
     # What the interpreter imports for itself before it runs a program is not part of the import.
     before = import_profile("sys")
     parts = {name: own for name, own in import_profile("zelmor.imaging").items() if name not in before}
     for name, own in parts.items():
         if name.startswith("zelmor"):
-            print(f"    {own:8.2f} ms  {name}{', with the start of the runtime' if name == 'zelmor.pygc' else ''}")
+            note = ", with the start of the runtime" if name == "zelmor.pygc" else ""
+            print(f"    {own:8.2f} ms  {name}{note}")
     library = sum(own for name, own in parts.items() if not name.startswith("zelmor"))
     print(f"    {library:8.2f} ms  modules of the standard library")
     count, members, seconds = _run(ENUMERATIONS).stdout.split()
