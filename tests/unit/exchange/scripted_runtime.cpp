@@ -77,6 +77,13 @@ int type_name_of_variant(VariantArg* object, void** out) {
     return 1;
 }
 
+void dispose(void* handle) {
+    note("Dispose", handle);
+    if (runtime.during_dispose) {
+        runtime.during_dispose();
+    }
+}
+
 template <class Function>
 void* entry(Function* function) {
     return reinterpret_cast<void*>(function);
@@ -119,7 +126,7 @@ void* object_entry(const std::string& method) {
         {"GetTypeName", entry(type_name_of_variant)},
         {"GetObjType", entry(handle_and_out<"GetObjType">)},
         {"GetStcType", entry(handle_and_out<"GetStcType">)},
-        {"Dispose", entry(take_pointer<"Dispose">)},
+        {"Dispose", entry(dispose)},
     };
     return table.at(method);
 }
@@ -161,6 +168,13 @@ int HostEnvironment::try_create_delegate(const char* assembly, const char* type,
     if (left_out != runtime.missing.end()) {
         return left_out->second;
     }
-    *delegate = std::string(type) == kExchangeHostType ? exchange_entry(method) : object_entry(method);
+    const std::string name = type;
+    if (name == kExchangeHostType) {
+        *delegate = exchange_entry(method);
+    } else if (name == kObjectHostType) {
+        *delegate = object_entry(method);
+    } else {
+        *delegate = runtime.other_types(name, method);
+    }
     return 0;
 }

@@ -11,6 +11,8 @@ struct ScriptedRuntime {
     // Script.
     std::map<std::string, int> missing;  // status of the lookup, by method name
     std::function<void()> during_init_services;
+    std::function<void()> during_dispose;
+    std::function<void*(const std::string& type, const std::string& method)> other_types;  // behind the two services
 
     // Journal.
     std::vector<std::string> started_with;  // the arguments of the environment, at its start

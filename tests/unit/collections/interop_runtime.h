@@ -1,0 +1,65 @@
+// The managed classes behind the interop wrappers, scripted, and the parts of sibling modules that casts need.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "bridge_test.h"
+#include "exchange/wire/records.h"
+#include "pyshell/wrapped_object.h"
+
+struct InteropScript {
+    // Script.
+    int status = 1;       // of casts, "btp_TypeOf" and "btp_ReInterpretObj"
+    void* out = nullptr;  // what they deliver
+    int assignable = 1;
+    std::string raises = {};  // when not empty, each of them sets RuntimeError with it
+
+    // Journal.
+    std::vector<std::string> calls = {};  // "btp_CastTo", ...
+    VariantArg value = {};                // of the last call that took one
+    void* handle = nullptr;               // of the last call that took one
+};
+
+extern InteropScript script;
+
+// An interpreter with the two services bound, the internal modules built, and fakes in place of the sibling modules:
+// a type handle shows as an integer, a cast result as the tuple (status, value), and a tuple of one integer reads as
+// a System.Object of that handle.
+class InteropTest : public BridgeTest {
+ protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
+// Does what the fixture's set-up does, for a child of a test that starts anew.
+void prepare_interop();
+
+inline void* pointer(intptr_t number) {
+    return reinterpret_cast<void*>(number);
+}
+
+// A new wrapper of `handle`, as a managed result makes it.
+inline zelmor::PyRef wrap(void* handle, PyTypeObject* type) {
+    return zelmor::PyRef::steal(fn_py_clr_type_generic_new(handle, type));
+}
+
+inline void* handle_in(PyObject* wrapper) {
+    return reinterpret_cast<PyClrObject*>(wrapper)->handle;
+}
+
+inline PyObject* as_object(PyTypeObject* type) {
+    return reinterpret_cast<PyObject*>(type);
+}
+
+// A wrapper type of some other class of the module, of a struct, and of a sibling module.
+extern PyTypeObject other_class_type;
+extern PyTypeObject other_struct_type;
+extern PyTypeObject disposable_class_type;  // marked to implement IDisposable, IEnumerable, ICollection and IList
+extern PyTypeObject array_subtype;          // with _ArrayWrapper as its base
+
+// The result of `expression` with `type`, `x` and `T` in reach.
+zelmor::PyRef evaluate_on(const char* expression, PyTypeObject* type, PyObject* x);
+
+// The text that evaluation gives, or the raised exception as "<type>: <text>".
+std::string outcome(const char* expression, PyTypeObject* type, PyObject* x = Py_None);
