@@ -76,7 +76,7 @@ std::u16string general(Float value, int exponent_limit) {
     auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific).ptr;
     const std::string_view text(buffer, static_cast<size_t>(end - buffer));
     const int exponent = std::stoi(std::string(text.substr(text.find('e') + 1)));
-    if (exponent >= -5 && exponent < exponent_limit) {
+    if (exponent >= -4 && exponent < exponent_limit) {
         end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed).ptr;
         return std::u16string(buffer, end);
     }

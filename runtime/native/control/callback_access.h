@@ -1,0 +1,13 @@
+// The callbacks that an assembly's module handed over, by table and slot, so that a test can call them itself.
+#pragma once
+
+#include "runtime/native/core/callbacks.h"
+
+namespace zelmor::embed::control {
+
+// Tables: "single" (exception, catch and clear, UTF-16, str, unraisable str, bytes builders), "obj_api", "read",
+// "write", "buffer", "tpo_api", "iter", "ucol", "olist", "oseq", "rawio" and "generic" (the one slot of each of its
+// tables). Null for a table or slot that there is not, or that was not handed over.
+void* find_callback(const Callbacks& of, const char* table, int slot);
+
+}  // namespace zelmor::embed::control

@@ -1,0 +1,70 @@
+// The test flavour at start-up and delegate creation: settings, records, the journal in front of each delegate.
+#include "runtime/native/control/control.h"
+
+#include <memory>
+#include <unordered_map>
+
+#include "runtime/native/control/journal.h"
+#include "runtime/native/control/settings.h"
+#include "runtime/native/control/startup.h"
+#include "runtime/native/control/text_writer.h"
+#include "runtime/native/core/type_system.h"
+
+namespace zelmor::embed::control {
+
+namespace {
+
+TextWriter& startup() {
+    static TextWriter& writer = *new TextWriter;
+    return writer;
+}
+
+void run(void* context, CallFrame& frame) { run_call(*static_cast<const HandedOut*>(context), frame); }
+
+// The delegate with the journal in front; the same one for the same entry point.
+void* journaled(const Delegate& made, const char* assembly, const char* type, const char* method) {
+    static auto& known = *new std::unordered_map<void*, std::unordered_map<std::string, void*>>;
+    void*& address = known[made.address][std::string(assembly) + '\n' + type + '\n' + method];
+    if (!address) {
+        auto* called = new HandedOut{find_assembly(assembly).value_or(Assembly::kImaging), type,          method,
+                                     made.full_name,                                      made.signature, made.address};
+        address = make_raw_delegate(made.signature, run, called);
+    }
+    return address;
+}
+
+}  // namespace
+
+int on_initialize(const char* exe_path, const char* domain_name, int property_count, const char** keys,
+                  const char** values) {
+    TextWriter writer;
+    writer.open('{').key("exe_path").text_or_null(exe_path).key("domain_name").text_or_null(domain_name);
+    writer.key("properties").open('[');
+    for (int i = 0; i < property_count; ++i) {
+        writer.open('[').text_or_null(keys[i]).text_or_null(values[i]).close(']');
+    }
+    writer.close(']').close('}');
+    startup() = writer;
+    read_environment();
+    if (settings().journal) journal_start();
+    return settings().initialize_status;
+}
+
+Delegate on_create_delegate(const char* assembly, const char* type, const char* method) {
+    static auto& requests = *new std::unordered_map<std::string, int>;
+    const int nth = ++requests[std::string(assembly) + '\n' + type];
+    const TypeInfo* info = find_host_class(type);
+    Delegate made;
+    if (is_missing(type, info ? info->full_name : nullptr, method, nth)) {
+        made.status = kMethodNotFound;
+    } else {
+        made = resolve_delegate(assembly, type, method);
+    }
+    note_request(assembly, type, method, made.status);
+    if (made.status == kOk) made.address = journaled(made, assembly, type, method);
+    return made;
+}
+
+std::string startup_text() { return startup().result(); }
+
+}  // namespace zelmor::embed::control

@@ -1,0 +1,35 @@
+// A small writer of JSON text, in which the control interface hands its records to the tests.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zelmor::embed::control {
+
+// Builds one JSON value; commas are put where they belong.
+class TextWriter {
+ public:
+    TextWriter& open(char bracket);   // '{' or '['
+    TextWriter& close(char bracket);  // '}' or ']'
+    TextWriter& key(std::string_view name);
+    TextWriter& text(std::string_view value);
+    TextWriter& text_or_null(const char* value);
+    TextWriter& number(int64_t value);
+    TextWriter& word(uint64_t value);  // "0x1f"
+    TextWriter& bytes(const void* data, size_t size);  // hexadecimal digits
+    TextWriter& null();
+    const std::string& result() const { return result_; }
+
+ private:
+    void separate();
+
+    std::string result_;
+    bool comma_ = false;
+};
+
+// Copies a text with its final zero into a caller's buffer as far as it fits; the size that the whole needs.
+size_t deliver(const std::string& text, char* buffer, size_t size);
+
+}  // namespace zelmor::embed::control

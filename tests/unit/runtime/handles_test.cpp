@@ -1,0 +1,104 @@
+// The object table.
+#include "runtime/native/core/handles.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "fake_python.h"
+#include "runtime/native/core/records.h"
+#include "runtime/native/core/values.h"
+
+namespace zelmor::embed {
+namespace {
+
+class HandlesTest : public test::RuntimeTest {};
+
+// Says on the outside when it goes.
+class Watched final : public ManagedObject {
+ public:
+    explicit Watched(bool& gone) : ManagedObject(object_type()), gone_(gone) {}
+    ~Watched() override { gone_ = true; }
+
+ private:
+    bool& gone_;
+};
+
+TEST_F(HandlesTest, NullIsNull) {
+    EXPECT_EQ(make_handle(nullptr), nullptr);
+    EXPECT_EQ(object_of(nullptr), nullptr);
+    free_handle(nullptr);
+    EXPECT_THROW(require_object(nullptr), ManagedException);
+}
+
+TEST_F(HandlesTest, EachCrossingMakesAHandleOfItsOwn) {
+    const auto object = make_instance("Zelmor.Imaging.LoadOptions");
+    Handle first = make_handle(object);
+    Handle second = make_handle(object);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(object_of(first), object_of(second));
+    free_handle(first);
+    EXPECT_EQ(object_of(second), object.get());
+    free_handle(second);
+}
+
+TEST_F(HandlesTest, TheLastHandleTakesTheObjectWithIt) {
+    bool gone = false;
+    Handle first = make_handle(make_ref<Watched>(gone));
+    Handle second = make_handle(Ref<ManagedObject>(object_of(first)));
+    free_handle(first);
+    EXPECT_FALSE(gone);
+    free_handle(second);
+    EXPECT_TRUE(gone);
+}
+
+TEST_F(HandlesTest, AStaleHandleIsRecognised) {
+    Handle handle = make_handle(box(SizeValue{1, 2}));
+    free_handle(handle);
+    EXPECT_THROW(object_of(handle), ManagedException);
+    EXPECT_THROW(free_handle(handle), ManagedException);
+    // The slot is used again, under another generation.
+    Handle next = make_handle(box(SizeValue{3, 4}));
+    EXPECT_NE(next, handle);
+    EXPECT_EQ(static_cast<uint32_t>(reinterpret_cast<uint64_t>(next)),
+              static_cast<uint32_t>(reinterpret_cast<uint64_t>(handle)));
+    EXPECT_THROW(object_of(handle), ManagedException);
+    free_handle(next);
+}
+
+TEST_F(HandlesTest, AHandleThatWasNeverHandedOutIsRecognised) {
+    for (const uint64_t word : {1ull, 0xFFFFFFFFull, 0x100000000ull, 0x7FFF00001234ull, ~0ull}) {
+        EXPECT_THROW(object_of(reinterpret_cast<Handle>(word)), ManagedException) << std::hex << word;
+    }
+}
+
+TEST_F(HandlesTest, HandlesAreCountedByKind) {
+    const int64_t objects = live_handles(HandleKind::kObject);
+    const int64_t structs = live_handles(HandleKind::kStruct);
+    const int64_t types = live_handles(HandleKind::kType);
+    Handle a = make_handle(make_instance("Zelmor.Imaging.LoadOptions"));
+    Handle b = make_struct_handle(PointValue{});
+    Handle c = make_handle(type_object(struct_type<PointValue>()));
+    EXPECT_EQ(live_handles(HandleKind::kObject), objects + 1);
+    EXPECT_EQ(live_handles(HandleKind::kStruct), structs + 1);
+    EXPECT_EQ(live_handles(HandleKind::kType), types + 1);
+    EXPECT_EQ(live_handles(), objects + structs + types + 3);
+    for (Handle handle : {a, b, c}) free_handle(handle);
+}
+
+TEST_F(HandlesTest, ManyHandlesStayDistinct) {
+    std::set<Handle> handles;
+    for (int i = 0; i < 10000; ++i) handles.insert(make_struct_handle(SizeValue{i, i}));
+    EXPECT_EQ(handles.size(), 10000u);
+    for (Handle handle : handles) free_handle(handle);
+}
+
+TEST_F(HandlesTest, ATargetOfAnotherKindIsRefused) {
+    test::Owned size(make_struct_handle(SizeValue{}));
+    EXPECT_THROW(target<Record>(size.get()), ManagedException);
+    EXPECT_THROW(struct_target<PointValue>(size.get()), ManagedException);
+    EXPECT_EQ(target_or_null<Record>(nullptr), nullptr);
+}
+
+}  // namespace
+}  // namespace zelmor::embed

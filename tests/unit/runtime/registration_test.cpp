@@ -1,0 +1,83 @@
+// Every registered behaviour against the catalogue: the entry point exists and crosses as the function does.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "fake_python.h"
+#include "runtime/native/core/defaults.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+namespace {
+
+const EntryInfo* find_entry(const TypeInfo& type, const char* name) {
+    for (const EntryInfo& entry : type.entries) {
+        if (std::string_view(entry.name) == name) return &entry;
+    }
+    return nullptr;
+}
+
+TEST(RegistrationTest, EveryBehaviourIsInTheCatalogueWithItsSignature) {
+    size_t count = 0;
+    for (const BehaviourTable* table = BehaviourTable::first(); table; table = table->next()) {
+        for (const Behaviour& behaviour : table->behaviours()) {
+            const std::string name = std::string(behaviour.type) + "::" + behaviour.entry;
+            const TypeInfo* type = find_type(behaviour.type);
+            ASSERT_NE(type, nullptr) << name;
+            EXPECT_STREQ(type->assembly, assembly_name(table->assembly())) << name;
+            const EntryInfo* entry = find_entry(*type, behaviour.entry);
+            ASSERT_NE(entry, nullptr) << name;
+            EXPECT_STREQ(entry->signature, behaviour.point.signature) << name;
+            ++count;
+        }
+    }
+    EXPECT_GT(count, 300u);
+}
+
+TEST(RegistrationTest, NoEntryPointHasTwoBehaviours) {
+    std::set<std::string> names;
+    for (const BehaviourTable* table = BehaviourTable::first(); table; table = table->next()) {
+        for (const Behaviour& behaviour : table->behaviours()) {
+            const std::string name = std::string(behaviour.type) + "::" + behaviour.entry;
+            EXPECT_TRUE(names.insert(name).second) << name;
+        }
+    }
+}
+
+TEST(RegistrationTest, EveryMemberOfAValueTypeHasBehaviour) {
+    for (const char* name : {"Size", "SizeF", "Point", "PointF", "Rectangle", "RectangleF", "Color", "CmykColor"}) {
+        const TypeInfo& type = require_type(std::string("Zelmor.Imaging.") + name);
+        for (const EntryInfo& entry : type.entries) {
+            if (entry.role >= EntryRole::kTypeOf) continue;
+            if (std::string_view(entry.member).find("Icc") != std::string_view::npos) continue;  // image work
+            EXPECT_NE(find_behaviour(type.full_name, entry.name), nullptr) << type.full_name << "::" << entry.name;
+        }
+    }
+}
+
+TEST(RegistrationTest, EveryDefaultNamesAPropertyOfItsType) {
+    for (const DefaultValue& entry : default_values()) {
+        const TypeInfo* type = find_type(entry.type);
+        ASSERT_NE(type, nullptr) << entry.type;
+        bool is_static = false;
+        for (const PropertyInfo& property : type->properties) {
+            is_static = is_static || (property.is_static && std::string_view(property.name) == entry.property);
+        }
+        EXPECT_TRUE(is_static || find_property(*type, entry.property)) << entry.type << "." << entry.property;
+    }
+}
+
+// An enumeration's default has to be a member: Python could not show another.
+TEST(RegistrationTest, EveryDefaultOfAnEnumerationIsAMember) {
+    for (const DefaultValue& entry : default_values()) {
+        const auto property = find_property(require_type(entry.type), entry.property);
+        const TypeInfo* type = property ? type_at(property->info->type) : nullptr;
+        if (!type || type->kind != TypeKind::kEnum) continue;
+        EXPECT_NE(find_enum_member(*type, entry.integer), nullptr) << entry.type << "." << entry.property;
+    }
+}
+
+}  // namespace
+}  // namespace zelmor::embed

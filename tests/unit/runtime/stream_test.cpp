@@ -1,0 +1,166 @@
+// Streams: memory, files, Python files, and the service class over them.
+#include "runtime/native/core/stream.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "fake_python.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+namespace {
+
+using test::Owned;
+
+std::vector<std::byte> bytes(std::string_view text) {
+    const auto* data = reinterpret_cast<const std::byte*>(text.data());
+    return {data, data + text.size()};
+}
+
+class StreamTest : public test::RuntimeTest {
+ protected:
+    void SetUp() override {
+        RuntimeTest::SetUp();
+        std::string name = (std::filesystem::temp_directory_path() / "streamXXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        directory_ = name;
+    }
+    void TearDown() override {
+        std::filesystem::remove_all(directory_);
+        RuntimeTest::TearDown();
+    }
+    std::string path(const char* name) const { return (directory_ / name).string(); }
+    template <class R, class... Args>
+    static R service(const char* method, Args... args) {
+        const Delegate made =
+            resolve_delegate("WrpInterop.Zelmor.Imaging", "Zelmor.WrpGen.Interop.SiApiStream", method);
+        return reinterpret_cast<R (*)(Args...)>(made.address)(args...);
+    }
+
+ private:
+    std::filesystem::path directory_;
+};
+
+template <class Action>
+std::string exception_of(Action action) {
+    try {
+        action();
+    } catch (const ManagedException& e) {
+        return e.name();
+    }
+    return "";
+}
+
+TEST_F(StreamTest, MemoryIsReadWrittenAndSought) {
+    const auto stream = make_memory_stream(bytes("hello"));
+    EXPECT_EQ(stream->length(), 5);
+    stream->seek(-2, SeekFrom::kEnd);
+    EXPECT_EQ(stream->read_to_end(), bytes("lo"));
+    stream->seek(8, SeekFrom::kBegin);
+    EXPECT_TRUE(stream->read_to_end().empty());
+    stream->write(bytes("!"));
+    EXPECT_EQ(stream->length(), 9);
+    EXPECT_EQ(exception_of([&] { stream->seek(-1, SeekFrom::kBegin); }), "IOException");
+    stream->set_length(2);
+    stream->seek(0, SeekFrom::kBegin);
+    EXPECT_EQ(stream->read_to_end(), bytes("he"));
+    std::byte one[1];
+    EXPECT_EQ(exception_of([&] { stream->read_exactly(one); }), "EndOfStreamException");
+    stream->close();
+    EXPECT_FALSE(stream->can_read());
+    EXPECT_EQ(exception_of([&] { stream->length(); }), "ObjectDisposedException");
+}
+
+TEST_F(StreamTest, FilesAreCreatedAndRead) {
+    const auto written = open_file_stream(path("a.bin"), FileUse::kCreate);
+    written->write(bytes("content"));
+    written->close();
+    const auto read = open_file_stream(path("a.bin"), FileUse::kRead);
+    EXPECT_TRUE(read->can_seek());
+    EXPECT_FALSE(read->can_write());
+    EXPECT_EQ(read->read_to_end(), bytes("content"));
+    EXPECT_EQ(exception_of([&] { read->write(bytes("x")); }), "NotSupportedException");
+}
+
+TEST_F(StreamTest, AMissingFileNamesItself) {
+    try {
+        open_file_stream(path("none.bin"), FileUse::kRead);
+        ADD_FAILURE();
+    } catch (const ManagedException& e) {
+        EXPECT_EQ(e.name(), "FileNotFoundException");
+        EXPECT_NE(e.detail().find(path("none.bin")), std::string::npos);
+    }
+    EXPECT_EQ(exception_of([&] { open_file_stream(path("no/where"), FileUse::kCreate); }),
+              "DirectoryNotFoundException");
+    EXPECT_EQ(exception_of([&] { open_file_stream(path("."), FileUse::kRead); }), "UnauthorizedAccessException");
+}
+
+PyObject* python_file(std::string_view content) {
+    PyObject* data = test::new_object();
+    data->value = bytes(content);
+    return test::new_list({data, test::new_int(0)});
+}
+
+TEST_F(StreamTest, APythonFileIsReadThroughItsCallbacks) {
+    PyObject* file = python_file("0123456789");
+    {
+        const VariantArg arg{2, file};
+        const auto stream = read_stream(&arg);
+        EXPECT_EQ(file->count, 2) << "held while the stream lives";
+        EXPECT_EQ(stream->length(), 10);
+        stream->seek(4, SeekFrom::kBegin);
+        EXPECT_EQ(stream->read_to_end(), bytes("456789"));
+        stream->write(bytes("ab"));
+        EXPECT_EQ(stream->length(), 12);
+        test::fail_next_callback("ValueError: closed");
+        try {
+            std::byte one[1];
+            static_cast<void>(stream->read(one));
+            ADD_FAILURE();
+        } catch (const ManagedException& e) {
+            EXPECT_EQ(e.name(), "PythonException");
+            EXPECT_NE(e.detail().find("ValueError: closed"), std::string::npos);
+        }
+        PyCollectionArg out{};
+        write_stream(stream, &out);
+        EXPECT_EQ(out.kind, 2);
+        EXPECT_EQ(out.value, file);
+    }
+    EXPECT_EQ(file->count, 1);
+    test::release(file);
+}
+
+TEST_F(StreamTest, NoneIsNoStream) {
+    const VariantArg none{};
+    EXPECT_FALSE(read_stream_or_null(&none));
+    EXPECT_EQ(exception_of([&] { read_stream(&none, "destination_stream"); }), "ArgumentNullException");
+    PyCollectionArg out{};
+    write_stream(nullptr, &out);
+    EXPECT_EQ(out.value, nullptr);
+}
+
+TEST_F(StreamTest, TheServiceClassForwards) {
+    Owned stream(make_handle(make_memory_stream(bytes("abcdef"))));
+    EXPECT_TRUE(service<bool>("CanRead", stream.get()));
+    EXPECT_EQ(service<int64_t>("Length", stream.get()), 6);
+    EXPECT_EQ(service<int64_t>("Seek", stream.get(), int64_t{-2}, 2), 4);
+    char data[4] = {};
+    EXPECT_EQ(service<int>("Read", stream.get(), data, 4), 2);
+    EXPECT_EQ(std::string(data, 2), "ef");
+    EXPECT_EQ(service<int64_t>("SetLength", stream.get(), 0, int64_t{3}), 3);
+    EXPECT_EQ(service<int64_t>("Position", stream.get()), 3);
+    service<void>("Write", stream.get(), data, 2);
+    EXPECT_EQ(service<int64_t>("SetLength", stream.get(), 1, int64_t{0}), 5);
+    service<int64_t>("Seek", stream.get(), int64_t{0}, 9);
+    EXPECT_EQ(test::take_raised().name, "ArgumentException");
+    service<void>("Close", stream.get());
+    service<int64_t>("Length", stream.get());
+    EXPECT_EQ(test::take_raised().name, "ObjectDisposedException");
+}
+
+}  // namespace
+}  // namespace zelmor::embed

@@ -1,0 +1,216 @@
+// Members without behaviour: stored properties, filled and copied objects, and what is refused.
+#include <gtest/gtest.h>
+
+#include "fake_python.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+namespace {
+
+using test::call;
+using test::Owned;
+
+constexpr const char* kPng = "Zelmor.Imaging.ImageOptions.PngOptions";
+constexpr const char* kBase = "Zelmor.Imaging.ImageOptionsBase";
+constexpr const char* kLoad = "Zelmor.Imaging.LoadOptions";
+constexpr const char* kResolution = "Zelmor.Imaging.ResolutionSetting";
+
+class TailTest : public test::RuntimeTest {};
+
+TEST_F(TailTest, ANewObjectHasItsDefaults) {
+    Owned png(call<void*>(kPng, "ctor_000_PngOptions"));
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", png.get()), 6);
+    EXPECT_EQ(call<int>(kPng, "get_BitDepth", png.get()), 8);
+    EXPECT_EQ(call<bool>(kPng, "get_Progressive", png.get()), false);
+    EXPECT_EQ(call<int>(kBase, "get_BufferSizeHint", png.get()), 0);
+    EXPECT_EQ(call<void*>(kBase, "get_Source", png.get()), nullptr);
+    EXPECT_EQ(call<int>(kPng, "getsa_DefaultCompressionLevel"), 6);
+}
+
+TEST_F(TailTest, ScalarsAreStored) {
+    Owned png(call<void*>(kPng, "ctor_000_PngOptions"));
+    call<void>(kPng, "set_CompressionLevel", png.get(), 9);
+    call<void>(kPng, "set_Progressive", png.get(), true);
+    call<void>(kBase, "set_BufferSizeHint", png.get(), INT32_MIN);
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", png.get()), 9);
+    EXPECT_EQ(call<bool>(kPng, "get_Progressive", png.get()), true);
+    EXPECT_EQ(call<int>(kBase, "get_BufferSizeHint", png.get()), INT32_MIN);
+    // The same object read by name.
+    const ManagedObject& object = require_object(png.get());
+    EXPECT_EQ(property_int(object, "CompressionLevel"), 9);
+    EXPECT_TRUE(property_bool(object, "Progressive"));
+    EXPECT_THROW(property_int(object, "NoSuch"), ManagedException);
+}
+
+TEST_F(TailTest, AReferenceIsShared) {
+    Owned png(call<void*>(kPng, "ctor_000_PngOptions"));
+    Owned resolution(call<void*>(kResolution, "ctor_001_ResolutionSetting", 300.0, 150.0));
+    call<void>(kBase, "set_ResolutionSettings", png.get(), resolution.get());
+    Owned seen(call<void*>(kBase, "get_ResolutionSettings", png.get()));
+    EXPECT_NE(seen.get(), resolution.get());
+    EXPECT_EQ(object_of(seen.get()), object_of(resolution.get()));
+    call<void>(kResolution, "set_HorizontalResolution", seen.get(), 72.0);
+    EXPECT_EQ(call<double>(kResolution, "get_HorizontalResolution", resolution.get()), 72.0);
+    call<void>(kBase, "set_ResolutionSettings", png.get(), static_cast<void*>(nullptr));
+    EXPECT_EQ(call<void*>(kBase, "get_ResolutionSettings", png.get()), nullptr);
+}
+
+TEST_F(TailTest, AReferenceOfAnotherTypeIsRefused) {
+    Owned png(call<void*>(kPng, "ctor_000_PngOptions"));
+    Owned load(call<void*>(kLoad, "ctor_000_LoadOptions"));
+    call<void>(kBase, "set_ResolutionSettings", png.get(), load.get());
+    EXPECT_EQ(test::take_raised().name, "InvalidCastException");
+    EXPECT_EQ(call<void*>(kBase, "get_ResolutionSettings", png.get()), nullptr);
+}
+
+TEST_F(TailTest, AStructIsCopiedBothWays) {
+    Owned load(call<void*>(kLoad, "ctor_000_LoadOptions"));
+    Owned color(make_struct_handle(ColorValue::from_argb(0xFF112233)));
+    const VariantArg arg = color.struct_arg();
+    call<void>(kLoad, "set_DataBackgroundColor", load.get(), &arg);
+    struct_target<ColorValue>(color.get()).argb = 0;
+    Owned seen(call<void*>(kLoad, "get_DataBackgroundColor", load.get()));
+    EXPECT_EQ(struct_target<ColorValue>(seen.get()).argb, 0xFF112233u);
+    struct_target<ColorValue>(seen.get()).argb = 1;
+    Owned again(call<void*>(kLoad, "get_DataBackgroundColor", load.get()));
+    EXPECT_EQ(struct_target<ColorValue>(again.get()).argb, 0xFF112233u);
+
+    const VariantArg null{};
+    call<void>(kLoad, "set_DataBackgroundColor", load.get(), &null);
+    EXPECT_EQ(test::take_raised().name, "NullReferenceException");
+}
+
+TEST_F(TailTest, WhatIsTypedObjectComesBackAsItWas) {
+    constexpr const char* kJpeg = "Zelmor.Imaging.ImageOptions.JpegOptions";
+    Owned jpeg(call<void*>(kJpeg, "ctor_000_JpegOptions"));
+    const auto set = [&](VariantArg arg) { call<void>(kJpeg, "set_HorizontalSampling", jpeg.get(), &arg); };
+    const auto get = [&] { return call<PyObject*>(kJpeg, "get_HorizontalSampling", jpeg.get()); };
+
+    PyObject* nothing = get();
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(nothing->value));
+    test::release(nothing);
+
+    PyObject* number = test::new_int(1234567890123);
+    set({6, number});
+    test::release(number);
+    PyObject* seen = get();
+    EXPECT_EQ(std::get<int64_t>(seen->value), 1234567890123);
+    test::release(seen);
+
+    PyObject* text = test::new_text(u"a \u20AC");
+    set({3, text});
+    test::release(text);
+    EXPECT_EQ(test::text_of_object(get()), u"a \u20AC");
+
+    // Anything else is held, and given back as the very object.
+    PyObject* list = test::new_list({});
+    set({15, list});
+    EXPECT_EQ(list->count, 2);
+    seen = get();
+    EXPECT_EQ(seen, list);
+    test::release(seen);
+    set({0, nullptr});
+    EXPECT_EQ(list->count, 1);
+    test::release(list);
+}
+
+TEST_F(TailTest, ASetterMayTakeTextForAnObject) {
+    const TypeInfo& cache = require_type("Zelmor.Imaging.Cache");
+    const auto* entry = [&]() -> const EntryInfo* {
+        for (const EntryInfo& each : cache.entries) {
+            if (std::string_view(each.name) == "setsa_CacheFolder") return &each;
+        }
+        return nullptr;
+    }();
+    ASSERT_NE(entry, nullptr);
+    ASSERT_STREQ(entry->signature, "vT");
+    if (find_behaviour(cache.full_name, entry->name)) GTEST_SKIP() << "the member has behaviour by now";
+    const test::TextArgument folder("/var/cache");
+    call<void>(cache.full_name, "setsa_CacheFolder", folder.get());
+    EXPECT_EQ(test::text_of_object(call<PyObject*>(cache.full_name, "getsa_CacheFolder")), u"/var/cache");
+    const test::TextArgument none;
+    call<void>(cache.full_name, "setsa_CacheFolder", none.get());
+    test::release(call<PyObject*>(cache.full_name, "getsa_CacheFolder"));
+}
+
+TEST_F(TailTest, ACopyHasTheSameProperties) {
+    Owned png(call<void*>(kPng, "ctor_000_PngOptions"));
+    call<void>(kPng, "set_CompressionLevel", png.get(), 3);
+    call<void>(kBase, "set_FullFrame", png.get(), true);
+    Owned copy(call<void*>(kPng, "ctor_001_PngOptions", png.get()));
+    EXPECT_NE(object_of(copy.get()), object_of(png.get()));
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", copy.get()), 3);
+    EXPECT_EQ(call<bool>(kBase, "get_FullFrame", copy.get()), true);
+    call<void>(kPng, "set_CompressionLevel", copy.get(), 1);
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", png.get()), 3);
+
+    Owned clone(call<void*>(kBase, "call_000_Clone", png.get()));
+    EXPECT_STREQ(object_of(clone.get())->type().full_name, kPng);
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", clone.get()), 3);
+
+    EXPECT_EQ(call<void*>(kPng, "ctor_001_PngOptions", static_cast<void*>(nullptr)), nullptr);
+    const auto raised = test::take_raised();
+    EXPECT_EQ(raised.name, "ArgumentNullException");
+    EXPECT_NE(raised.detail.find("png_options"), std::string::npos);
+}
+
+TEST_F(TailTest, AConstructorFillsThePropertiesOfItsArguments) {
+    Owned interval(call<void*>("Zelmor.Imaging.ImageOptions.TimeInterval", "ctor_000_TimeInterval", 5u, 9u));
+    const ManagedObject& object = require_object(interval.get());
+    EXPECT_EQ(property_int(object, "From"), 5);
+    EXPECT_EQ(property_int(object, "To"), 9);
+}
+
+TEST_F(TailTest, WhatHasNoBehaviourSaysSo) {
+    constexpr const char* kJpeg = "Zelmor.Imaging.ImageOptions.JpegOptions";
+    Owned jpeg(call<void*>(kJpeg, "ctor_000_JpegOptions"));
+    EXPECT_EQ(call<int>(kJpeg, "get_ScaledQuality", jpeg.get()), 0);
+    auto raised = test::take_raised();
+    EXPECT_EQ(raised.name, "NotSupportedException");
+    EXPECT_NE(raised.detail.find("JpegOptions.ScaledQuality"), std::string::npos);
+
+    Owned tiff(make_handle(make_instance("Zelmor.Imaging.ImageOptions.TiffOptions")));
+    call<void>("Zelmor.Imaging.ImageOptions.TiffOptions", "call_000_Validate", tiff.get());
+    raised = test::take_raised();
+    EXPECT_EQ(raised.name, "NotSupportedException");
+    EXPECT_NE(raised.detail.find("TiffOptions.Validate()"), std::string::npos);
+}
+
+TEST_F(TailTest, ANullOrForeignInstanceIsRefused) {
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", static_cast<void*>(nullptr)), 0);
+    auto raised = test::take_raised();
+    EXPECT_EQ(raised.name, "NullReferenceException");
+    EXPECT_NE(raised.detail.find("PngOptions.CompressionLevel"), std::string::npos);
+    Owned load(call<void*>(kLoad, "ctor_000_LoadOptions"));
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", load.get()), 0);
+    EXPECT_EQ(test::take_raised().name, "InvalidCastException");
+    EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", reinterpret_cast<void*>(0x77)), 0);
+    EXPECT_EQ(test::take_raised().name, "InvalidOperationException");
+}
+
+// Every type that can be made without arguments, every property of it that can be written: a round trip.
+TEST_F(TailTest, EveryWritableNumberOfTheCatalogueIsStored) {
+    int checked = 0;
+    for (const TypeInfo& type : types()) {
+        if (type.kind != TypeKind::kClass) continue;
+        Owned object(make_handle(make_instance(type)));
+        if (!dynamic_cast<Record*>(object_of(object.get()))) continue;
+        for (size_t i = 0; i < type.properties.size(); ++i) {
+            const PropertyInfo& property = type.properties[i];
+            const std::string setter = std::string("set_") + property.name;
+            if (property.is_static || !property.writable || property.wire != Wire::kInt32) continue;
+            if (find_behaviour(type.full_name, setter.c_str())) continue;
+            const auto value = static_cast<int32_t>(1000 + i);
+            call<void>(type.full_name, setter.c_str(), object.get(), value);
+            const std::string getter = std::string("get_") + property.name;
+            EXPECT_EQ(call<int32_t>(type.full_name, getter.c_str(), object.get()), value)
+                << type.full_name << "." << property.name;
+            ++checked;
+        }
+    }
+    EXPECT_GT(checked, 20);
+}
+
+}  // namespace
+}  // namespace zelmor::embed
