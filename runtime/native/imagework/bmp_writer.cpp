@@ -205,7 +205,7 @@ std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, i
         // Alpha is told apart from an unused byte by its mask alone.
         static constexpr Masks kArgb{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
         static constexpr Masks kRgb565{0xF800, 0x07E0, 0x001F, 0};
-        const Masks* masks = bits == 32 ? &kArgb : fields ? &kRgb565 : nullptr;
+        const Masks* masks = bits == 32 && (fields || bands == 4) ? &kArgb : fields ? &kRgb565 : nullptr;
         write_headers(out, pixels, encoding, masks ? 3 : 0, masks, 0, resolution);
         data_at = out.size();
         write_true_color(out, pixels, bits, masks);

@@ -5,6 +5,7 @@
 
 #include "runtime/native/imagework/bmp_codec.h"
 #include "runtime/native/imagework/jpeg_comment.h"
+#include "runtime/native/imagework/tiff_byte_order.h"
 #include "runtime/native/imagework/vips_picture.h"
 
 using vips::VImage;
@@ -233,7 +234,12 @@ EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const En
     }
     if (tiff.compression == TiffCompression::kJpeg) {
         if (bilevel) unfit("JPEG compression takes no pictures of one bit per pixel");
-        image = as_8_bit(has_alpha_band(image) ? opaque(image, encoding) : image);
+        if (tiff.color != TiffColor::kCmyk) image = as_8_bit(opaque(image, encoding));
+    } else if (!bilevel && tiff.color != TiffColor::kCmyk && tiff.bit_depth != 0) {
+        image = tiff.bit_depth == 16 ? as_16_bit(image) : as_8_bit(image);
+    }
+    if (tiff.big_endian && image.format() == VIPS_FORMAT_USHORT && tiff.compression != TiffCompression::kNone) {
+        unfit("a big-endian TIFF of 16 bits per sample is written without compression only");
     }
     bool lossless = tiff.compression == TiffCompression::kLzw || tiff.compression == TiffCompression::kDeflate;
     VOption* options =
@@ -249,7 +255,8 @@ EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const En
     if (tiff.tile_width > 0 && tiff.tile_height > 0) {
         options->set("tile", true)->set("tile_width", tiff.tile_width)->set("tile_height", tiff.tile_height);
     }
-    return save(image, "tiffsave_buffer", options);
+    EncodedBytes bytes = save(image, "tiffsave_buffer", options);
+    return tiff.big_endian ? as_big_endian_tiff(bytes) : bytes;
 }
 
 EncodedBytes encode_as(const WebpEncoding& webp, const VImage& picture, const Encoding&) {

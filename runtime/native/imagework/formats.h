@@ -88,10 +88,12 @@ enum class TiffColor : uint8_t { kAuto, kBilevel, kGray, kRgb, kRgba, kCmyk };
 struct TiffEncoding {
     TiffCompression compression = TiffCompression::kLzw;
     TiffColor color = TiffColor::kAuto;
-    int quality = 75;  // of JPEG inside TIFF
+    int bit_depth = 0;  // 1, 8 or 16; 0 keeps the picture's own
+    int quality = 75;   // of JPEG inside TIFF
     bool predictor = false;
     bool min_is_white = false;
     bool big_tiff = false;
+    bool big_endian = false;
     int tile_width = 0;  // 0: strips
     int tile_height = 0;
 };

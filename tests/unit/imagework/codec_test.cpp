@@ -42,6 +42,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Lossless{"TiffLzw", TiffEncoding{TiffCompression::kLzw}, true},
                     Lossless{"TiffDeflate", TiffEncoding{TiffCompression::kDeflate}, true},
                     Lossless{"TiffPackBits", TiffEncoding{TiffCompression::kPackBits}, false},
+                    Lossless{"TiffBigEndian", TiffEncoding{.big_endian = true}, true},
+                    Lossless{"TiffBig", TiffEncoding{.big_tiff = true}, true},
+                    Lossless{"TiffBigBigEndian", TiffEncoding{.big_tiff = true, .big_endian = true}, false},
+                    Lossless{"TiffTiled", TiffEncoding{.tile_width = 16, .tile_height = 32}, false},
                     Lossless{"WebP", WebpEncoding{true, 100}, false},
                     Lossless{"WebPAlpha", WebpEncoding{true, 100}, true}),
     [](const auto& info) { return info.param.name; });
@@ -141,6 +145,21 @@ TEST(TiffTest, FaxTakesBlackAndWhiteOnly) {
     picture->binarize_fixed(127);
     auto copy = decoded(encoded(*picture, TiffEncoding{TiffCompression::kFax4, TiffColor::kBilevel}));
     EXPECT_EQ(pixels_of(*copy), pixels_of(*picture));
+}
+
+TEST(TiffTest, SixteenBitsInEitherByteOrder) {
+    auto wide = decoded(encoded(*noise(20, 10, false), PngEncoding{PngColor::kTruecolor, 16}));
+    wide->adjust_gamma(1.3, 1.3, 1.3);  // so that the two bytes of a sample differ
+    TiffEncoding plain{TiffCompression::kNone};
+    auto little = encoded(*wide, plain);
+    plain.big_endian = true;
+    auto big = encoded(*wide, plain);
+    EXPECT_EQ(little.size(), big.size());
+    EXPECT_EQ(big[0], 'M');
+    EXPECT_EQ(encoded(*decoded(big), PngEncoding{}), encoded(*decoded(little), PngEncoding{}));
+    TiffEncoding packed{TiffCompression::kLzw};
+    packed.big_endian = true;
+    EXPECT_EQ(failure_of([&] { encoded(*wide, packed); }).kind(), Failure::kEncoding);
 }
 
 TEST(BmpTest, RefusesWhatTheFormatDoesNotHave) {

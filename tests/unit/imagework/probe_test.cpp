@@ -36,7 +36,7 @@ TEST(ProbeTest, TellsSettings) {
     EXPECT_EQ(std::get<PngEncoding>(*png.encoding).color, PngColor::kTruecolorAlpha);
     EXPECT_TRUE(png.has_alpha);
     auto tiff =
-        probe(encoded(*noise(8, 8, false), TiffEncoding{TiffCompression::kDeflate, TiffColor::kAuto, 75, true}));
+        probe(encoded(*noise(8, 8, false), TiffEncoding{TiffCompression::kDeflate, TiffColor::kAuto, 0, 75, true}));
     EXPECT_EQ(std::get<TiffEncoding>(*tiff.encoding).compression, TiffCompression::kDeflate);
     EXPECT_TRUE(std::get<TiffEncoding>(*tiff.encoding).predictor);
     auto gif = probe(encoded(*noise(8, 8, false), GifEncoding{8, true}));

@@ -1,0 +1,12 @@
+// The byte order of a TIFF file, in which the image library leaves no choice.
+#pragma once
+
+#include "runtime/native/imagework/backend.h"
+
+namespace zelmor::imagework {
+
+// The same file with its numbers in the order of big-endian machines. The file is one that we wrote: little-endian,
+// and with compressed data only where samples are bytes.
+EncodedBytes as_big_endian_tiff(const EncodedBytes& tiff);
+
+}  // namespace zelmor::imagework
