@@ -1,0 +1,239 @@
+// Reading and replacing files; see image_files.h.
+#include "runtime/native/behaviours/images/image_files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+namespace {
+
+std::string directory_of(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
+}
+
+bool is_directory(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::string quoted(const std::string& path) {
+    return "'" + to_utf8(to_utf16(path)) + "'";
+}
+
+[[noreturn]] void throw_denied(const std::string& path, const std::string& reason) {
+    throw ManagedException("UnauthorizedAccessException",
+                           "Access to the path " + quoted(path) + " is denied: " + reason + ".");
+}
+
+// `doing` is "read" or "write".
+[[noreturn]] void throw_file_error(const std::string& path, int error, const char* doing) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+            if (!is_directory(directory_of(path))) {
+                throw ManagedException("DirectoryNotFoundException", "Could not find a part of the path " +
+                                                                         quoted(path) + ": there is no directory " +
+                                                                         quoted(directory_of(path)) + ".");
+            }
+            throw ManagedException("FileNotFoundException", "Could not find file " + quoted(path) + ".");
+        case EISDIR:
+            throw_denied(path, "it is a directory");
+        case EACCES:
+        case EPERM:
+            throw_denied(path, std::string("there is no permission to ") + doing + " it");
+        case EROFS:
+            throw_denied(path, "the file system is read-only");
+        case ENAMETOOLONG:
+            throw ManagedException("PathTooLongException", "The path " + quoted(path) + " is too long.");
+        default:
+            throw ManagedException(
+                "IOException", "Cannot " + std::string(doing) + " " + quoted(path) + ": " + std::strerror(error) + ".");
+    }
+}
+
+class Descriptor {
+ public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor() {
+        if (number_ >= 0) ::close(number_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return number_; }
+    // Tells of an error that only closing brings to light.
+    int close() {
+        const int result = ::close(number_);
+        number_ = -1;
+        return result;
+    }
+
+ private:
+    int number_;
+};
+
+int write_all(int descriptor, std::span<const uint8_t> data) {
+    while (!data.empty()) {
+        const ssize_t written = ::write(descriptor, data.data(), data.size());
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        data = data.subspan(static_cast<size_t>(written));
+    }
+    return 0;
+}
+
+// What a link stands for in the end, so that the link itself is not replaced; a name that is new stays as it is.
+std::string resolved(const std::string& path) {
+    char buffer[PATH_MAX];
+    return ::realpath(path.c_str(), buffer) ? std::string(buffer) : path;
+}
+
+// A file beside the target that is gone again unless it was moved into place.
+class Draft {
+ public:
+    explicit Draft(const std::string& target) : target_(target) {
+        std::random_device random;
+        do {
+            name_ = directory_of(target) + "/.zelmor-" + std::to_string(random()) + ".part";
+            descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        } while (descriptor_ < 0 && errno == EEXIST);
+        if (descriptor_ >= 0) return;
+        if (errno == EACCES || errno == EPERM) throw_denied(target, "there is no permission to write to its directory");
+        throw_file_error(target, errno, "write");
+    }
+    ~Draft() {
+        if (descriptor_ >= 0) ::close(descriptor_);
+        if (!moved_) ::unlink(name_.c_str());
+    }
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
+
+    void write(std::span<const uint8_t> data) {
+        if (const int error = write_all(descriptor_, data)) throw_file_error(target_, error, "write");
+    }
+    void set_mode(mode_t mode) {
+        if (::fchmod(descriptor_, mode) != 0) throw_file_error(target_, errno, "write");
+    }
+    void move_into_place() {
+        const int closed = ::close(descriptor_);  // tells of errors that writing left behind
+        descriptor_ = -1;
+        if (closed != 0 || ::rename(name_.c_str(), target_.c_str()) != 0) throw_file_error(target_, errno, "write");
+        moved_ = true;
+    }
+
+ private:
+    const std::string& target_;
+    std::string name_;
+    int descriptor_ = -1;
+    bool moved_ = false;
+};
+
+void write_directly(const std::string& path, std::span<const uint8_t> data) {
+    Descriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (file.get() < 0) throw_file_error(path, errno, "write");
+    int error = write_all(file.get(), data);
+    if (file.close() != 0 && error == 0) error = errno;
+    if (error != 0) throw_file_error(path, error, "write");
+}
+
+}  // namespace
+
+std::string file_path_of(const std::optional<std::u16string>& text, const char* parameter) {
+    if (!text) throw_argument_null(parameter);
+    if (text->empty()) throw_argument(std::string("The path is empty. (Parameter '") + parameter + "')");
+    std::string path;
+    size_t from = 0;
+    for (size_t i = 0; i <= text->size(); ++i) {
+        const char16_t unit = i < text->size() ? (*text)[i] : u'\0';
+        if (i < text->size() && unit == u'\0') {
+            throw_argument(std::string("The path has a null character in it. (Parameter '") + parameter + "')");
+        }
+        const bool after_high = i > 0 && ((*text)[i - 1] & 0xFC00) == 0xD800;
+        const bool escaped_byte = unit >= 0xDC80 && unit <= 0xDCFF && !after_high;
+        if (i < text->size() && !escaped_byte) continue;
+        path += to_utf8(std::u16string_view(*text).substr(from, i - from));
+        if (escaped_byte) path.push_back(static_cast<char>(unit & 0xFF));
+        from = i + 1;
+    }
+    return path;
+}
+
+std::vector<uint8_t> read_file_start(const std::string& path, size_t most) {
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.get() < 0) throw_file_error(path, errno, "read");
+    struct stat info {};
+    if (::fstat(file.get(), &info) != 0) throw_file_error(path, errno, "read");
+    if (S_ISDIR(info.st_mode)) throw_file_error(path, EISDIR, "read");
+    constexpr size_t kBlock = 64 * 1024;
+    // One byte more than the size, so that the end of a file that keeps its size shows in the first round.
+    const size_t expected = S_ISREG(info.st_mode) ? static_cast<size_t>(info.st_size) + 1 : kBlock;
+    std::vector<uint8_t> data(std::min(expected, most));
+    size_t filled = 0;
+    while (filled < most) {
+        if (filled == data.size()) data.resize(std::min(filled + filled / 2 + kBlock, most));
+        const ssize_t count = ::read(file.get(), data.data() + filled, data.size() - filled);
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            throw_file_error(path, errno, "read");
+        }
+        if (count == 0) break;
+        filled += static_cast<size_t>(count);
+    }
+    data.resize(filled);
+    return data;
+}
+
+std::vector<uint8_t> read_file(const std::string& path) {
+    return read_file_start(path, SIZE_MAX);
+}
+
+bool file_exists(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0;
+}
+
+void require_writable_target(const std::string& path) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) == 0) {
+        if (S_ISDIR(info.st_mode)) throw_file_error(path, EISDIR, "write");
+        if (::access(path.c_str(), W_OK) != 0) throw_file_error(path, errno, "write");
+        return;
+    }
+    const std::string directory = directory_of(path);
+    if (!is_directory(directory)) throw_file_error(path, ENOENT, "write");
+    if (path.back() == '/') throw_file_error(path, EISDIR, "write");
+    if (::access(directory.c_str(), W_OK) != 0) {
+        if (errno == EACCES) throw_denied(path, "there is no permission to write to its directory");
+        throw_file_error(path, errno, "write");
+    }
+}
+
+void write_file(const std::string& path, std::span<const uint8_t> data) {
+    require_writable_target(path);
+    const std::string target = resolved(path);
+    struct stat info {};
+    const bool exists = ::stat(target.c_str(), &info) == 0;
+    if (exists && !S_ISREG(info.st_mode)) {
+        write_directly(target, data);
+        return;
+    }
+    Draft draft(target);
+    draft.write(data);
+    if (exists) draft.set_mode(info.st_mode & 0777);
+    draft.move_into_place();
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,125 @@
+// What an image tells of itself, and the properties that need no pixels to be worked on.
+#include <cmath>
+
+#include "runtime/native/behaviours/images/image_entry.h"
+#include "runtime/native/behaviours/images/image_object.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+using imagework::Resolution;
+
+namespace {
+
+int32_t width(ImageObject& self) {
+    return self.picture().width();
+}
+int32_t height(ImageObject& self) {
+    return self.picture().height();
+}
+SizeValue size(ImageObject& self) {
+    return {self.picture().width(), self.picture().height()};
+}
+RectangleValue bounds(ImageObject& self) {
+    return {0, 0, self.picture().width(), self.picture().height()};
+}
+
+// Of the file, as long as the image belongs to one; its pixels in memory may be wider.
+int32_t bits_per_pixel(ImageObject& self) {
+    self.require_live();
+    return self.facts().bits_per_pixel;
+}
+FileFormat file_format(ImageObject& self) {
+    self.require_live();
+    return file_format_of(self.facts());
+}
+
+// An image that was loaded or created stands for itself; only pages of others have a container.
+Ref<ManagedObject> container(ImageObject& self) {
+    self.require_live();
+    return nullptr;
+}
+
+// Pixels are always decoded into memory, palettes resolved.
+bool is_cached(ImageObject& self) {
+    self.require_live();
+    return true;
+}
+void cache_data(ImageObject& self) {
+    self.require_live();
+}
+bool use_palette(ImageObject& self) {
+    self.require_live();
+    return false;
+}
+bool is_raw_data_available(ImageObject& self) {
+    self.require_live();
+    return false;
+}
+void set_palette_property(ImageObject& self, const VariantArg* palette) {
+    self.require_live();
+    if (palette->value) throw_not_supported("A palette for an image whose pixels are true colours");
+}
+
+float checked_resolution(double value, const char* parameter) {
+    if (!(value > 0.0) || std::isinf(value)) {
+        throw_out_of_range(parameter,
+                           "The value " + to_utf8(number_text(value)) + " is no positive number of dots per inch.");
+    }
+    return static_cast<float>(value);
+}
+float horizontal_resolution(ImageObject& self) {
+    return static_cast<float>(self.picture().resolution().horizontal);
+}
+float vertical_resolution(ImageObject& self) {
+    return static_cast<float>(self.picture().resolution().vertical);
+}
+void set_resolution(ImageObject& self, double dpi_x, double dpi_y) {
+    checked_resolution(dpi_x, "dpi_x");
+    checked_resolution(dpi_y, "dpi_y");
+    self.picture().set_resolution({dpi_x, dpi_y});
+}
+void set_horizontal_resolution(ImageObject& self, float value) {
+    self.picture().set_resolution({checked_resolution(value, "value"), self.picture().resolution().vertical});
+}
+void set_vertical_resolution(ImageObject& self, float value) {
+    self.picture().set_resolution({self.picture().resolution().horizontal, checked_resolution(value, "value")});
+}
+
+bool has_alpha(ImageObject& self) {
+    return self.picture().has_alpha();
+}
+float image_opacity(ImageObject& self) {
+    return static_cast<float>(self.picture().opacity());
+}
+
+constexpr const char* kSupporter = "Zelmor.Imaging.DataStreamSupporter";
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
+const BehaviourTable table(Assembly::kImaging,
+                           {
+                               {kSupporter, "call_000_CacheData", image_entry<&cache_data>()},
+                               {kSupporter, "get_IsCached", image_entry<&is_cached>()},
+                               {kImage, "get_Width", image_entry<&width>()},
+                               {kImage, "get_Height", image_entry<&height>()},
+                               {kImage, "get_Size", image_entry<&size>()},
+                               {kImage, "get_Bounds", image_entry<&bounds>()},
+                               {kImage, "get_BitsPerPixel", image_entry<&bits_per_pixel>()},
+                               {kImage, "get_FileFormat", image_entry<&file_format>()},
+                               {kImage, "get_Container", image_entry<&container>()},
+                               {kImage, "get_UsePalette", image_entry<&use_palette>()},
+                               {kImage, "set_Palette", image_entry<&set_palette_property>()},
+                               {kRaster, "get_IsRawDataAvailable", image_entry<&is_raw_data_available>()},
+                               {kRaster, "get_HorizontalResolution", image_entry<&horizontal_resolution>()},
+                               {kRaster, "set_HorizontalResolution", image_entry<&set_horizontal_resolution>()},
+                               {kRaster, "get_VerticalResolution", image_entry<&vertical_resolution>()},
+                               {kRaster, "set_VerticalResolution", image_entry<&set_vertical_resolution>()},
+                               {kRaster, "call_000_SetResolution", image_entry<&set_resolution>()},
+                               {kRaster, "get_HasAlpha", image_entry<&has_alpha>()},
+                               {kRaster, "get_ImageOpacity", image_entry<&image_opacity>()},
+                           });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,140 @@
+// Loading images, and what can be said of a file without decoding it.
+#include "runtime/native/behaviours/images/image_entry.h"
+#include "runtime/native/behaviours/images/image_files.h"
+#include "runtime/native/behaviours/images/image_object.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using namespace imagework;
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+using FileBytes = std::vector<uint8_t>;
+
+std::string shown(const Path& path) {
+    return "'" + to_utf8(*path) + "'";
+}
+
+DecodeOptions decode_options(const Record* load_options) {
+    DecodeOptions options;
+    if (!load_options) return options;
+    switch (property_int(*load_options, "DataRecoveryMode")) {
+        case 1:
+            options.recovery = Recovery::kConsistent;
+            break;
+        case 2:
+            options.recovery = Recovery::kMaximal;
+            break;
+        default:
+            break;
+    }
+    options.background = color_property(*load_options, "DataBackgroundColor");
+    options.convert_profile = property_bool(*load_options, "UseIccProfileConversion");
+    return options;
+}
+
+FileBytes bytes_of(ManagedStream& stream) {
+    const std::vector<std::byte> data = stream.read_to_end();
+    const auto* first = reinterpret_cast<const uint8_t*>(data.data());
+    return {first, first + data.size()};
+}
+
+Ref<ImageObject> decoded(const FileBytes& data, const Record* load_options, const std::string& subject) {
+    try {
+        if (data.empty()) throw PictureError(Failure::kDamaged, "there is no data in it");
+        FileFacts facts = probe(data);
+        auto picture = image_backend().decode(data, decode_options(load_options));
+        return make_ref<ImageObject>(std::move(picture), std::move(facts));
+    } catch (const PictureError& error) {
+        if (error.kind() == Failure::kTooLarge) {  // the file is at fault, not a lack of memory
+            throw_picture_error(PictureError(Failure::kDamaged, error.what()), subject);
+        }
+        throw_picture_error(error, subject);
+    }
+}
+
+Ref<ImageObject> load_file(const Path& file_path, const Record* load_options) {
+    std::string path = file_path_of(file_path, "file_path");
+    auto image = decoded(read_file(path), load_options, "Cannot load " + shown(file_path));
+    image->target_path = std::move(path);
+    return image;
+}
+Ref<ImageObject> load_path(const Path& file_path) {
+    return load_file(file_path, nullptr);
+}
+Ref<ImageObject> load_path_with_options(const Path& file_path, Record* load_options) {
+    return load_file(file_path, load_options);
+}
+
+Ref<ImageObject> load_stream_with_options(const VariantArg* stream, Record* load_options) {
+    const Ref<ManagedStream> source = read_stream(stream);
+    return decoded(bytes_of(*source), load_options, "Cannot load the image from the stream");
+}
+Ref<ImageObject> load_stream(const VariantArg* stream) {
+    return load_stream_with_options(stream, nullptr);
+}
+
+// A file that is there is asked by its header; one that is not there is an error, as it is for load().
+bool can_load_path(const Path& file_path) {
+    return probe(read_file(file_path_of(file_path, "file_path"))).readable;
+}
+bool can_load_path_with_options(const Path& file_path, Record*) {
+    return can_load_path(file_path);
+}
+
+// Looks at a stream and puts its position back.
+FileFacts facts_of_stream(const VariantArg* arg) {
+    const Ref<ManagedStream> stream = read_stream(arg);
+    if (!stream->can_seek()) {
+        throw ManagedException("NotSupportedException",
+                               "A stream that cannot seek cannot be looked at without using it up.");
+    }
+    const int64_t position = stream->position();
+    const FileBytes data = bytes_of(*stream);
+    stream->seek(position, SeekFrom::kBegin);
+    return probe(data);
+}
+bool can_load_stream(const VariantArg* stream) {
+    return facts_of_stream(stream).readable;
+}
+bool can_load_stream_with_options(const VariantArg* stream, Record*) {
+    return can_load_stream(stream);
+}
+
+FileFormat get_file_format(const Path& file_path) {
+    return file_format_of(probe(read_file(file_path_of(file_path, "file_path"))));
+}
+FileFormat get_file_format_of_stream(const VariantArg* stream) {
+    return file_format_of(facts_of_stream(stream));
+}
+
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+const BehaviourTable table(Assembly::kImaging,
+                           {
+                               {kImage, "call_000_Load", image_entry<&load_path_with_options>()},
+                               {kImage, "call_001_Load", image_entry<&load_path>()},
+                               {kImage, "call_002_Load", image_entry<&load_stream_with_options>()},
+                               {kImage, "call_003_Load", image_entry<&load_stream>()},
+                               {kImage, "call_000_LoadWithOptions", image_entry<&load_path_with_options>()},
+                               {kImage, "call_000_LoadStreamWithOptions", image_entry<&load_stream_with_options>()},
+                               {kImage, "call_000_LoadStream", image_entry<&load_stream>()},
+                               {kImage, "call_000_CanLoad", image_entry<&can_load_path>()},
+                               {kImage, "call_001_CanLoad", image_entry<&can_load_path_with_options>()},
+                               {kImage, "call_002_CanLoad", image_entry<&can_load_stream>()},
+                               {kImage, "call_003_CanLoad", image_entry<&can_load_stream_with_options>()},
+                               {kImage, "call_000_CanLoadWithOptions", image_entry<&can_load_path_with_options>()},
+                               {kImage, "call_000_CanLoadStream", image_entry<&can_load_stream>()},
+                               {kImage, "call_000_CanLoadStreamWithOptions",
+                                image_entry<&can_load_stream_with_options>()},
+                               {kImage, "call_000_GetFileFormat", image_entry<&get_file_format>()},
+                               {kImage, "call_001_GetFileFormat", image_entry<&get_file_format_of_stream>()},
+                               {kImage, "call_000_GetFileFormatOfStream", image_entry<&get_file_format_of_stream>()},
+                           });
+
+}  // namespace
+
+}  // namespace zelmor::embed
