@@ -40,5 +40,6 @@ def test_embedded_runtime() -> None:
     assert exports(RUNTIME / "libcoreclr.so") == {
         "coreclr_initialize",
         "coreclr_create_delegate",
+        "coreclr_shutdown",
         "coreclr_shutdown_2",
     }

@@ -60,10 +60,12 @@ HANDED_OVER = [
 MISSING_METHOD = ctypes.c_int32(0x80131513).value
 
 IMPORT = "import zelmor.imaging"
+#: Siblings import each other too, so that a test that spoils one of them has to have them all up before.
+IMPORT_SIBLINGS = "import zelmor.pydrawing, zelmor.pyreflection, zelmor.pyio, zelmor.pygc"
 #: The siblings come up over the ordinary runtime, this module then finds the runtime of the test and starts that.
-IMPORT_AFTER_SIBLINGS = """
+IMPORT_AFTER_SIBLINGS = f"""
+{IMPORT_SIBLINGS}
 import os
-import zelmor.pydrawing, zelmor.pyreflection, zelmor.pyio, zelmor.pygc
 os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"] = os.environ["SECOND_ROOT"]
 import zelmor.imaging
 """
@@ -317,7 +319,11 @@ class TestSiblingModules:
     )
     def test_sibling_is_missing(self, start: Start, module: str, code: int) -> None:
         start.install()
-        chain = start.run_reporting(f"sys.modules['zelmor.{module}'] = None\nprint(json.dumps(attempt()))")
+        chain = start.run_reporting(f"""
+{IMPORT_SIBLINGS}
+sys.modules["zelmor.{module}"] = None
+print(json.dumps(attempt()))
+""")
         assert chain[0] == ["ImportError", self.outermost(code)]
         assert chain[1] == [
             "ImportError",
@@ -334,13 +340,13 @@ class TestSiblingModules:
     def test_sibling_is_too_old(self, start: Start, module: str, code: int) -> None:
         start.install()
         # The view is a text of its own, and so the message still shows the version that the sibling was built as.
-        chain = start.run_reporting(f"""
-import ctypes, zelmor.{module} as sibling
-ctypes.c_int32.from_address(id(sibling.VERSION) + object.__basicsize__ + 4).value = 4
-view = sibling.VERSION.view
-print(json.dumps([view, attempt()]))
+        view, chain = start.run_reporting(f"""
+{IMPORT_SIBLINGS}
+import ctypes
+version = zelmor.{module}.VERSION
+ctypes.c_int32.from_address(id(version) + object.__basicsize__ + 4).value = 4
+print(json.dumps([version.view, attempt()]))
 """)
-        view, chain = chain
         assert chain == [
             ["ImportError", self.outermost(code)],
             [
@@ -365,7 +371,7 @@ print(json.dumps([view, attempt()]))
     def test_sibling_lacks_a_capsule(self, start: Start, capsule: str, code: int) -> None:
         start.install()
         chain = start.run_reporting(f"""
-import zelmor.pydrawing, zelmor.pyreflection, zelmor.pyio, zelmor.pygc
+{IMPORT_SIBLINGS}
 del {capsule}
 print(json.dumps(attempt()))
 """)
