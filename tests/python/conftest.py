@@ -1,0 +1,82 @@
+"""The tests run on the build tree and on the embedded runtime with its control interface.
+
+After every test no handle is out that was not out before, no Python error is pending, and nothing that the test told
+the runtime to do is left over. A test that keeps handles on purpose says how many: `@pytest.mark.keeps_handles(2)`.
+"""
+
+from __future__ import annotations
+
+import ctypes
+import gc
+import os
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+BUILD_DIR = Path(os.environ.get("ZELMOR_BUILD_DIR", Path(__file__).parents[2] / "build")).resolve()
+
+# Before the first import: the bridge reads these once.
+os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)
+os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"] = str(BUILD_DIR / "test-runtime")
+os.environ["NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"] = str(BUILD_DIR / "test-runtime")
+sys.path.insert(0, str(BUILD_DIR / "python"))
+
+import zelmor.imaging  # noqa: E402, F401  (the one start of this process)
+from support.control import Control, control  # noqa: E402
+from support.pictures import write_png  # noqa: E402
+
+_error_pending = ctypes.PYFUNCTYPE(ctypes.c_void_p)(ctypes.cast(ctypes.pythonapi.PyErr_Occurred, ctypes.c_void_p).value)
+
+
+def pytest_configure(config: pytest.Config) -> None:
+    """The marks of these tests."""
+    config.addinivalue_line("markers", "keeps_handles(n): the test leaves n handles out, and means to")
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) -> Iterator[None]:
+    """Notes on the test whether it failed: a failed one keeps its frames, and so its handles."""
+    outcome = yield
+    report = outcome.get_result()
+    if report.when == "call":
+        item.stash[_FAILED] = report.failed
+
+
+_FAILED: pytest.StashKey[bool] = pytest.StashKey()
+
+
+@pytest.fixture(autouse=True)
+def balance(request: pytest.FixtureRequest) -> Iterator[None]:
+    """The runtime is as it was before the test."""
+    gc.collect()
+    before, types_before = control.live(), control.live_by_type()
+    yield
+    # The values of fixtures hang on the test itself until after its last step.
+    request.node.funcargs.clear()
+    gc.collect()
+    unused = control.reset()
+    if request.node.stash.get(_FAILED, True):
+        return
+    control.check()
+    assert not _error_pending(), "a Python error is pending"
+    assert unused == 0, f"{unused} scripted calls never came"
+    marker = request.node.get_closest_marker("keeps_handles")
+    kept = marker.args[0] if marker else 0
+    if control.live() != before + kept:
+        more = {name: count - types_before.get(name, 0) for name, count in control.live_by_type().items()}
+        pytest.fail(f"{control.live() - before} handles are out, not {kept}: "
+                    f"{ {name: count for name, count in more.items() if count} }")
+
+
+@pytest.fixture(name="control")
+def control_fixture() -> Control:
+    """The control interface of the runtime."""
+    return control
+
+
+@pytest.fixture
+def picture(tmp_path: Path) -> str:
+    """The path of a small PNG file."""
+    return str(write_png(tmp_path / "picture.png"))

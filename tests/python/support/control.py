@@ -1,0 +1,224 @@
+"""The control interface of the embedded runtime's test flavour: its journal, scripts, faults, callbacks and counts.
+
+There is one runtime in a process, so that `control` is one object. What it changes stays until it is taken back;
+the fixture in conftest.py takes back whatever a test left behind.
+"""
+
+from __future__ import annotations
+
+import ctypes
+import json
+import os
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
+from ctypes import c_char_p, c_int, c_int64, c_size_t, c_uint64, c_void_p
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Any
+
+from .callbacks import prototype, slot_of
+
+BUILD_DIR = Path(os.environ.get("ZELMOR_BUILD_DIR", Path(__file__).parents[3] / "build")).resolve()
+TEST_RUNTIME_ROOT = BUILD_DIR / "test-runtime"
+IMAGING = "WrpInterop.Zelmor.Imaging"
+
+#: What a hook is called with: the slots of the arguments and that of the result.
+Hook = Callable[[Any, int], None]
+_HOOK = ctypes.PYFUNCTYPE(None, ctypes.POINTER(c_void_p), c_void_p)
+
+_FUNCTIONS: dict[str, tuple[Any, list[Any]]] = {
+    "journal_start": (None, []),
+    "journal_stop": (None, []),
+    "journal_clear": (None, []),
+    "journal_read": (c_size_t, [c_char_p, c_size_t]),
+    "order_read": (c_size_t, [c_char_p, c_size_t]),
+    "startup_read": (c_size_t, [c_char_p, c_size_t]),
+    "live_handles": (c_int64, [c_int]),
+    "live_describe": (c_size_t, [c_char_p, c_size_t]),
+    "settings_add": (c_int, [c_char_p]),
+    "settings_clear": (None, []),
+    "script_exception": (None, [c_char_p, c_char_p, c_char_p, c_char_p, c_uint64]),
+    "script_result": (None, [c_char_p, c_char_p, c_uint64, c_int, c_char_p, c_size_t]),
+    "script_hook": (None, [c_char_p, c_char_p, _HOOK]),
+    "script_clear": (None, []),
+    "script_count": (c_size_t, []),
+    "callback": (c_void_p, [c_char_p, c_char_p, c_int]),
+    "delegate": (c_void_p, [c_char_p, c_char_p, c_char_p]),
+    "new_object": (c_void_p, [c_char_p]),
+    "type_id": (c_int64, [c_char_p]),
+}
+
+KINDS = {"any": 0, "object": 1, "struct": 2, "type": 3}
+
+
+@dataclass(frozen=True)
+class Call:
+    """One call of a delegate, with everything as it stood on the wire."""
+
+    assembly: str
+    type: str  # as asked for
+    name: str | None  # the managed type behind a host class
+    method: str
+    signature: str  # one character for the result and one for each argument
+    arguments: list[int]  # the argument words, zero-extended from their width
+    records: list[bytes | None]  # what an argument points to, before the call
+    contents: list[bytes | None]  # the characters or bytes that such a record points to
+    after: list[bytes | None]  # the records after the call
+    result: int
+
+    @classmethod
+    def from_json(cls, entry: dict[str, Any]) -> Call:
+        def blocks(key: str) -> list[bytes | None]:
+            return [None if text is None else bytes.fromhex(text) for text in entry[key]]
+
+        words = [int(word, 16) for word in entry["arguments"]]
+        return cls(entry["assembly"], entry["type"], entry["name"], entry["method"], entry["signature"], words,
+                   blocks("records"), blocks("contents"), blocks("after"), int(entry["result"], 16))
+
+
+class Control:
+    """The runtime that the process runs on."""
+
+    def __init__(self) -> None:
+        # The loader gives the library that is loaded already, or loads the one that will be.
+        self._library = ctypes.PyDLL(str(TEST_RUNTIME_ROOT / "netcore3.1" / "libcoreclr.so"))
+        for name, (result, arguments) in _FUNCTIONS.items():
+            function = getattr(self._library, f"zelmor_control_{name}")
+            function.restype, function.argtypes = result, arguments
+        self._hooks: list[Any] = []
+        self._hook_errors: list[BaseException] = []
+
+    def _call(self, name: str, *arguments: Any) -> Any:
+        words = (text.encode() if isinstance(text, str) else text for text in arguments)
+        return getattr(self._library, f"zelmor_control_{name}")(*words)
+
+    def _text(self, name: str) -> str:
+        size = self._call(name, None, 0)
+        buffer = ctypes.create_string_buffer(size)
+        self._call(name, buffer, size)
+        return buffer.value.decode()
+
+    # Journal
+
+    @contextmanager
+    def journal(self) -> Iterator[list[Call]]:
+        """Records every delegate call of the block; the list is filled at its end."""
+        calls: list[Call] = []
+        self._call("journal_clear")
+        self._call("journal_start")
+        try:
+            yield calls
+        finally:
+            self._call("journal_stop")
+            calls.extend(self.recorded())
+            self._call("journal_clear")
+
+    def recorded(self) -> list[Call]:
+        """The calls recorded so far."""
+        return [Call.from_json(entry) for entry in json.loads(self._text("journal_read"))]
+
+    def order(self) -> list[dict[str, Any]]:
+        """Every request for a delegate, and every hand-over call, since the process started."""
+        return json.loads(self._text("order_read"))
+
+    def startup(self) -> dict[str, Any]:
+        """What the runtime was started with: "exe_path", "domain_name", and "properties" as pairs."""
+        return json.loads(self._text("startup_read"))
+
+    # Handles
+
+    def live(self, kind: str = "any") -> int:
+        """How many handles are out."""
+        return self._call("live_handles", KINDS[kind])
+
+    def live_by_type(self) -> dict[str, int]:
+        """How many handles are out for each managed type."""
+        return json.loads(self._text("live_describe"))
+
+    # Faults and scripts. A type is named by its host class or by its managed name.
+
+    @contextmanager
+    def missing(self, type_name: str, method: str) -> Iterator[None]:
+        """Leaves an entry point out: "get_X", or "#3" for the third that is asked of the type."""
+        if self._call("settings_add", f"missing={type_name}::{method}") != 0:
+            raise ValueError(f"not understood: {type_name}::{method}")
+        try:
+            yield
+        finally:
+            self._call("settings_clear")
+
+    def raise_next(self, type_name: str, method: str, name: str | None, detail: str | None, result: int = 0) -> None:
+        """The next call of the entry point raises a managed exception."""
+        self._call("script_exception", type_name, method, name, detail, result)
+
+    def return_next(self, type_name: str, method: str, result: int = 0, out: int = -1, data: bytes = b"") -> None:
+        """The next call of the entry point returns a word, and writes `data` through the pointer of argument `out`."""
+        self._call("script_result", type_name, method, result & (1 << 64) - 1, out, data, len(data))
+
+    def run_next(self, type_name: str, method: str, hook: Hook) -> None:
+        """The next call of the entry point runs the hook in its place, as the managed side.
+
+        The hook gets the argument slots (pointers to the argument words) and the address of the result slot. What it
+        raises is raised again by `check`.
+        """
+
+        def guarded(arguments: Any, result: int) -> None:
+            try:
+                hook(arguments, result)
+            except BaseException as error:  # nothing may travel through the managed side
+                self._hook_errors.append(error)
+
+        self._hooks.append(_HOOK(guarded))
+        self._call("script_hook", type_name, method, self._hooks[-1])
+
+    def check(self) -> None:
+        """Raises what a hook raised."""
+        if self._hook_errors:
+            raise self._hook_errors.pop(0)
+
+    def reset(self) -> int:
+        """Takes back everything but the records of the start; the number of scripts that were not used."""
+        unused = self._call("script_count")
+        self._call("script_clear")
+        self._call("settings_clear")
+        self._call("journal_stop")
+        self._call("journal_clear")
+        self._hooks.clear()
+        return unused
+
+    # The managed side's own view
+
+    def callback(self, table: str, name: str, assembly: str = IMAGING) -> Any:
+        """A callback of the module, to be called as the managed side calls it."""
+        address = self._call("callback", assembly, table, slot_of(table, name))
+        if not address:
+            raise LookupError(f"the callback {table}.{name} was not handed over")
+        return prototype(table, name)(address)
+
+    def generic_callback(self, slot: int, function_type: Any, assembly: str = IMAGING) -> Any:
+        """The typed list or sequence reader in a slot of the generic tables."""
+        address = self._call("callback", assembly, "generic", slot)
+        if not address:
+            raise LookupError(f"the generic callback {slot} was not handed over")
+        return function_type(address)
+
+    def delegate(self, type_name: str, method: str, result: Any, *arguments: Any, assembly: str = IMAGING) -> Any:
+        """An entry point of the runtime, past the journal. `type_name` is the class that the module asks for."""
+        address = self._call("delegate", assembly, type_name, method)
+        if not address:
+            raise LookupError(f"there is no entry point {type_name}::{method}")
+        return ctypes.PYFUNCTYPE(result, *arguments)(address)
+
+    def new_object(self, full_name: str) -> int:
+        """A handle to a new object of a managed type; the caller hands it to a wrapper or frees it."""
+        handle = self._call("new_object", full_name)
+        if not handle:
+            raise LookupError(f"there is no managed type {full_name}")
+        return handle
+
+    def type_id(self, full_name: str) -> int:
+        """The run-time type id of a managed type."""
+        return self._call("type_id", full_name)
+
+
+control = Control()

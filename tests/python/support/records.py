@@ -1,0 +1,48 @@
+"""The records of the wire as ctypes structures, for tests that stand on the managed side."""
+
+from __future__ import annotations
+
+import ctypes
+
+
+class VariantArg(ctypes.Structure):
+    """A tagged argument or result."""
+
+    _fields_ = [("tag", ctypes.c_int32), ("value", ctypes.c_void_p)]
+
+
+class PyStringArg(ctypes.Structure):
+    """A view of a str in its own storage."""
+
+    _fields_ = [("length", ctypes.c_int32), ("char_size", ctypes.c_int32), ("data", ctypes.c_void_p)]
+
+    def text(self) -> str | None:
+        """The characters; None where the view stands for None."""
+        if self.length < 0:
+            return None
+        data = ctypes.string_at(self.data, self.length * self.char_size)
+        return data.decode({1: "latin-1", 2: "utf-16-le", 4: "utf-32-le"}[self.char_size], "surrogatepass")
+
+
+class PyBytesArg(ctypes.Structure):
+    """A view of a contiguous buffer."""
+
+    _fields_ = [("acquired", ctypes.c_int32), ("length", ctypes.c_int32), ("data", ctypes.c_void_p)]
+
+
+class PyObjectOutArg(ctypes.Structure):
+    """The out record of an interface result."""
+
+    _fields_ = [("handle", ctypes.c_void_p), ("type_id", ctypes.c_int64)]
+
+
+class PyCollectionArg(ctypes.Structure):
+    """The out record of a collection or stream result."""
+
+    _fields_ = [("kind", ctypes.c_int32), ("value", ctypes.c_void_p), ("type_id", ctypes.c_int64)]
+
+
+class PySysVersionArg(ctypes.Structure):
+    """A version of two to four components."""
+
+    _fields_ = [("count", ctypes.c_int32), ("components", ctypes.c_int32 * 4)]
