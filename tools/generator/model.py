@@ -32,7 +32,7 @@ class Param:
     by_ref: bool = False
 
 
-@dataclass(eq=False)
+@dataclass(eq=False, repr=False)
 class Overload:
     """One managed overload of a method, or one constructor."""
 
@@ -45,6 +45,9 @@ class Overload:
     result: Wire
     number: int = 0  # position among the managed overloads of this name
     published: int | None = None  # index among those that derived groups call
+
+    def __repr__(self) -> str:
+        return f"{self.owner.full_name}.{self.entry}"
 
     @property
     def entry(self) -> str:
@@ -63,7 +66,7 @@ class Overload:
         return next((w.pending for w in [*(p.wire for p in self.params), self.result] if w.pending), "")
 
 
-@dataclass(eq=False)
+@dataclass(eq=False, repr=False)
 class Method:
     """A Python name with its overloads in the order in which they are tried."""
 
@@ -72,6 +75,9 @@ class Method:
     overloads: list[Overload] = field(default_factory=list)
     static_overload: Overload | None = None  # of a mixed method: what the name means on the class
     mixed: bool = False
+
+    def __repr__(self) -> str:
+        return f"{self.owner.full_name}.{self.python}"
 
     @property
     def static(self) -> bool:
@@ -95,7 +101,7 @@ class Method:
         return [overload for overload in [*extra, *self.overloads] if overload.owner is self.owner]
 
 
-@dataclass(eq=False)
+@dataclass(eq=False, repr=False)
 class Property:
     """An instance property, or a static one, which a constant is too."""
 
@@ -109,13 +115,16 @@ class Property:
     static: bool
     declared_by: Type  # the owner, or the interface that it inherits the property from
 
+    def __repr__(self) -> str:
+        return f"{self.owner.full_name}.{self.python}"
+
     @property
     def pending(self) -> str:
         """Why this property cannot be generated yet, or nothing."""
         return self.wire.pending or self.takes.pending
 
 
-@dataclass(eq=False)
+@dataclass(eq=False, repr=False)
 class Type:
     """A class, static class, interface, struct or enumeration."""
 
@@ -136,6 +145,9 @@ class Type:
     shared: list[str] = field(default_factory=list)  # members served by the collection machinery
     width: Wire | None = None  # of an enumeration
     values: list[tuple[str, int]] = field(default_factory=list)
+
+    def __repr__(self) -> str:
+        return self.full_name
 
     @property
     def full_name(self) -> str:
@@ -230,7 +242,7 @@ class Type:
         return result
 
 
-@dataclass(eq=False)
+@dataclass(eq=False, repr=False)
 class Module:
     """A Python module of the tree and the managed namespace behind it."""
 
@@ -239,6 +251,9 @@ class Module:
     identifier: str
     types: list[Type] = field(default_factory=list)
     children: list[Module] = field(default_factory=list)
+
+    def __repr__(self) -> str:
+        return self.name
 
     @property
     def last(self) -> str:
