@@ -8,8 +8,6 @@ It imports no extension module by itself.
 
 import os
 
-from zelmor import _importer
-
 _RUNTIME_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "_runtime")
 
 #: What the bridge reads when the first extension module starts the runtime: the root of the versioned runtime
@@ -31,4 +29,7 @@ def _choose_runtime() -> None:
 
 
 _choose_runtime()
+
+from zelmor import _importer  # noqa: E402  # an import in another thread may not wait for the end of this file
+
 _importer.install()

@@ -20,7 +20,7 @@ def child(code, package=PACKAGE, **variables):
     environment = {name: value for name, value in os.environ.items() if name not in (NETCORE, ASSEMBLY)}
     environment.update({name: value for name, value in variables.items() if value is not None})
     environment["PYTHONPATH"] = str(package.parent)
-    command = [sys.executable, "-c", code + REPORT]
+    command = [sys.executable, "-P", "-c", code + REPORT]  # -P: no package of the working directory
     done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=60, check=False)
     assert done.returncode == 0, done.stderr
     return json.loads(done.stdout)

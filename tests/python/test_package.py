@@ -202,7 +202,7 @@ result = again is options
 def test_running_a_child_as_a_program_says_what_is_wrong():
     environment = dict(os.environ, PYTHONPATH=str(PACKAGE.parent))
     for name in ("zelmor.imaging.imageoptions", "zelmor.imaging"):
-        command = [sys.executable, "-m", name]
+        command = [sys.executable, "-P", "-m", name]
         done = subprocess.run(command, env=environment, capture_output=True, text=True, check=False)
         assert done.returncode == 1
         assert done.stderr.endswith(f"{name!r} is a package and cannot be directly executed\n"), done.stderr
@@ -212,6 +212,7 @@ def test_two_threads_import_one_tree():
     code = """
 import importlib
 import threading
+import zelmor
 names = ["zelmor.imaging.imageoptions", "zelmor.imaging.fileformats.tiff.enums", "zelmor.pydrawing.drawing2d"] * 3
 found = []
 threads = [threading.Thread(target=lambda name=name: found.append(importlib.import_module(name))) for name in names]
@@ -254,8 +255,9 @@ def test_standard_tools_cope_with_the_tree():
     code = """
 import inspect
 import pkgutil
+import pydoc
 import zelmor.imaging.imageoptions as options
 result = [inspect.ismodule(options), inspect.getmodule(options.PngOptions) is options,
-          list(pkgutil.iter_modules(options.__path__)), "class PngOptions" in __import__("pydoc").render_doc(options)]
+          list(pkgutil.iter_modules(options.__path__)), "class PngOptions" in pydoc.plain(pydoc.render_doc(options))]
 """
     assert child(code) == [True, True, [], True]
