@@ -20,20 +20,7 @@
     X(PyObject*, nullptr, fn_write_py_date_time, (const long*))               \
     X(PyObject*, nullptr, fn_write_py_date_time_offset, (const long*))        \
     X(PyObject*, nullptr, fn_write_py_datetimedelta, (long))                  \
-    X(PyObject*, nullptr, fn_write_py_timezone, (const char16_t*, int, long)) \
-                                                                              \
-    X(int, -1, fn_clbk_rawio_write, (PyObject*, const void*, int))            \
-    X(int, -1, fn_clbk_rawio_write_byte, (PyObject*, int))                    \
-    X(int, -1, fn_clbk_rawio_read, (PyObject*, void*, int))                   \
-    X(int, -2, fn_clbk_rawio_readbyte, (PyObject*))                           \
-    X(long, -1, fn_clbk_rawio_seek, (PyObject*, long, int))                   \
-    X(int, -1, fn_clbk_rawio_flush, (PyObject*))                              \
-    X(void, , fn_clbk_rawio_close, (PyObject*))                               \
-    X(int, -1, fn_clbk_rawio_readable, (PyObject*))                           \
-    X(int, -1, fn_clbk_rawio_writable, (PyObject*))                           \
-    X(int, -1, fn_clbk_rawio_seekable, (PyObject*))                           \
-    X(long, -1, fn_clbk_rawio_tell, (PyObject*))                              \
-    X(long, -1, fn_clbk_rawio_length, (PyObject*))
+    X(PyObject*, nullptr, fn_write_py_timezone, (const char16_t*, int, long))
 
 // The element identifiers whose typed list and sequence access is pending, in the order of kGenericElements; two
 // callbacks each, both failing with -1.

@@ -1,0 +1,183 @@
+// A Python file behind a managed stream: the twelve callbacks, each of which calls a method of the file.
+//
+// A failure code always comes with a Python error pending, which the managed side takes up. The memory of the managed
+// side is shown to Python through a buffer view, so that no data is copied here. The view of a call is not dropped by
+// the callback: Python code that keeps one holds an object that stays alive, though the memory that it shows does not.
+#include "convert/bytes.h"
+#include "convert/scalars.h"
+#include "exchange/callbacks.h"
+#include "pyshell/errors.h"
+#include "pyshell/identifiers.h"
+#include "pyshell/py_ref.h"
+
+using zelmor::PyRef;
+
+namespace {
+
+constexpr int kFailed = -1;
+constexpr int kReadByteAtEnd = -1;
+constexpr int kReadByteFailed = -2;
+constexpr long kLengthNotSeekable = -2;
+constexpr long kLengthClosed = -3;
+
+// Whether the file is closed: 1, 0, or -1 with a Python error set.
+int is_closed(PyObject* file) {
+    PyRef answer = PyRef::steal(PyObject_GetAttr(file, PyWrpIdRawIo_Closed));
+    bool closed = false;
+    if (!answer || !fn_conv_py_bool_to_clr_bool(answer.get(), &closed)) {
+        PyShlErr_ChainFormat(PyExc_TypeError, "An error occurred while checking if the stream is closed");
+        return kFailed;
+    }
+    return closed;
+}
+
+int ask_capability(PyObject* file, PyObject* method) {
+    const int closed = is_closed(file);
+    if (closed != 0) {
+        return closed == 1 ? 0 : kFailed;
+    }
+    PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, method));
+    bool capable = false;
+    if (!answer || !fn_conv_py_bool_to_clr_bool(answer.get(), &capable)) {
+        return kFailed;
+    }
+    return capable;
+}
+
+// Calls `method` with a view of the memory; the answer, or null with a Python error set.
+PyObject* call_with_view(PyObject* file, PyObject* method, void* data, long count, int readonly) {
+    PyObject* view = fn_create_shlbuffer_view(data, count, readonly);
+    return view == nullptr ? nullptr : PyObject_CallMethodOneArg(file, method, view);
+}
+
+// The count of bytes that an answer tells; takes over the answer.
+int count_of(PyObject* answer) {
+    if (answer == nullptr) {
+        return kFailed;
+    }
+    if (answer == Py_None) {
+        // A file that would block. Its None is kept.
+        return 0;
+    }
+    PyRef owned = PyRef::steal(answer);
+    int count = 0;
+    return fn_conv_py_long_to_clr_int32(answer, &count) ? count : kFailed;
+}
+
+long position_of(PyRef answer) {
+    long position = 0;
+    return answer && fn_conv_py_long_to_clr_int64(answer.get(), &position) ? position : kFailed;
+}
+
+PyRef call_seek(PyObject* file, long offset, int origin) {
+    PyRef python_offset = PyRef::steal(PyLong_FromLong(offset));
+    PyRef python_origin = PyRef::steal(PyLong_FromLong(origin));
+    if (!python_offset || !python_origin) {
+        return {};
+    }
+    return PyRef::steal(
+        PyObject_CallMethodObjArgs(file, PyWrpIdRawIo_Seek, python_offset.get(), python_origin.get(), nullptr));
+}
+
+long failed_length() {
+    PyShlErr_ChainFormat(PyExc_TypeError, "While calculating the length of the stream, an error occurred.");
+    return kFailed;
+}
+
+}  // namespace
+
+int fn_clbk_rawio_write(PyObject* file, const void* data, int count) {
+    return count_of(call_with_view(file, PyWrpIdRawIo_Write, const_cast<void*>(data), count, 1));
+}
+
+int fn_clbk_rawio_write_byte(PyObject* file, int value) {
+    auto byte = static_cast<unsigned char>(value);
+    return fn_clbk_rawio_write(file, &byte, 1);
+}
+
+int fn_clbk_rawio_read(PyObject* file, void* data, int count) {
+    return count_of(call_with_view(file, PyWrpIdRawIo_ReadInto, data, count, 0));
+}
+
+int fn_clbk_rawio_readbyte(PyObject* file) {
+    unsigned char byte = 0;
+    PyRef answer = PyRef::steal(call_with_view(file, PyWrpIdRawIo_ReadInto, &byte, 1, 0));
+    if (!answer) {
+        return kReadByteFailed;
+    }
+    if (answer.get() == Py_None) {
+        PyErr_SetString(PyExc_OSError, "no bytes are available for reading");
+        return kReadByteFailed;
+    }
+    int count = 0;
+    if (!fn_conv_py_long_to_clr_int32(answer.get(), &count)) {
+        return kReadByteFailed;
+    }
+    return count == 0 ? kReadByteAtEnd : byte;
+}
+
+long fn_clbk_rawio_seek(PyObject* file, long offset, int origin) {
+    return position_of(call_seek(file, offset, origin));
+}
+
+long fn_clbk_rawio_tell(PyObject* file) {
+    return position_of(PyRef::steal(PyObject_CallMethodNoArgs(file, PyWrpIdRawIo_Tell)));
+}
+
+int fn_clbk_rawio_flush(PyObject* file) {
+    PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, PyWrpIdRawIo_Flush));
+    return answer ? 0 : kFailed;
+}
+
+// An error that is pending already stays undisturbed; one of the closing itself has nobody to go to.
+void fn_clbk_rawio_close(PyObject* file) {
+    PyObject* type;
+    PyObject* value;
+    PyObject* traceback;
+    PyErr_Fetch(&type, &value, &traceback);
+    PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, PyWrpIdRawIo_Close));
+    if (!answer && PyErr_Occurred()) {
+        PyErr_WriteUnraisable(file);
+    }
+    PyErr_Restore(type, value, traceback);
+}
+
+int fn_clbk_rawio_readable(PyObject* file) {
+    return ask_capability(file, PyWrpIdRawIo_Readable);
+}
+int fn_clbk_rawio_writable(PyObject* file) {
+    return ask_capability(file, PyWrpIdRawIo_Writable);
+}
+int fn_clbk_rawio_seekable(PyObject* file) {
+    return ask_capability(file, PyWrpIdRawIo_Seekable);
+}
+
+// Python files have no length: to the end and back again.
+long fn_clbk_rawio_length(PyObject* file) {
+    const int closed = is_closed(file);
+    if (closed != 0) {
+        return closed == 1 ? kLengthClosed : kFailed;
+    }
+    PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, PyWrpIdRawIo_Seekable));
+    bool seekable = false;
+    if (!answer || !fn_conv_py_bool_to_clr_bool(answer.get(), &seekable)) {
+        return failed_length();
+    }
+    if (!seekable) {
+        return kLengthNotSeekable;
+    }
+    PyRef position = call_seek(file, 0, 1);
+    if (!position) {
+        return failed_length();
+    }
+    PyRef end = call_seek(file, 0, 2);
+    if (!end) {
+        return failed_length();
+    }
+    PyRef back = PyRef::steal(PyObject_CallMethodOneArg(file, PyWrpIdRawIo_Seek, position.get()));
+    long length = 0;
+    if (!back || !fn_conv_py_long_to_clr_int64(end.get(), &length)) {
+        return failed_length();
+    }
+    return length;
+}
