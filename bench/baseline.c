@@ -41,8 +41,7 @@ static struct {
 } delegates;
 
 typedef struct {
-    PyObject_HEAD
-    void* handle;
+    PyObject_HEAD void* handle;
 } Wrapped;
 
 static PyTypeObject PointType, SizeType, RectangleType, ColorType;
@@ -290,14 +289,15 @@ static PyMethodDef color_methods[] = {
     {NULL, NULL, 0, NULL},
 };
 
-#define WRAPPED_TYPE(name) \
-    PyVarObject_HEAD_INIT(NULL, 0).tp_name = "baseline." name, .tp_basicsize = sizeof(Wrapped), \
-    .tp_dealloc = (destructor)dealloc, .tp_flags = Py_TPFLAGS_DEFAULT, .tp_new = PyType_GenericNew
+#define WRAPPED_TYPE(name)                                                                         \
+    PyVarObject_HEAD_INIT(NULL, 0).tp_name = "baseline." name, .tp_basicsize = sizeof(Wrapped),    \
+                                .tp_dealloc = (destructor)dealloc, .tp_flags = Py_TPFLAGS_DEFAULT, \
+                                .tp_new = PyType_GenericNew
 
 static PyTypeObject PointType = {WRAPPED_TYPE("Point"), .tp_init = (initproc)Point_init};
 static PyTypeObject SizeType = {WRAPPED_TYPE("Size"), .tp_init = (initproc)Size_init, .tp_getset = size_properties};
-static PyTypeObject RectangleType = {
-    WRAPPED_TYPE("Rectangle"), .tp_init = (initproc)Rectangle_init, .tp_methods = rectangle_methods};
+static PyTypeObject RectangleType = {WRAPPED_TYPE("Rectangle"), .tp_init = (initproc)Rectangle_init,
+                                     .tp_methods = rectangle_methods};
 static PyTypeObject ColorType = {WRAPPED_TYPE("Color"), .tp_methods = color_methods};
 
 // --- module ---------------------------------------------------------------------------------------------------------

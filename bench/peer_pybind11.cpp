@@ -90,7 +90,9 @@ PYBIND11_MODULE(peer_pybind11, module) {
         .def_property(
             "width", [](const Size& self) { return self.width; }, [](Size& self, int value) { self.width = value; });
     py::class_<Rectangle>(module, "Rectangle")
-        .def(py::init([](int x, int y, int width, int height) { return Rectangle{x, y, width, height}; }))
+        .def(py::init([](int x, int y, int width, int height) {
+            return Rectangle{x, y, width, height};
+        }))
         .def("contains", py::overload_cast<int, int>(&Rectangle::contains, py::const_), py::arg("x"), py::arg("y"))
         .def("contains", py::overload_cast<const Point&>(&Rectangle::contains, py::const_), py::arg("point"))
         .def("contains", py::overload_cast<const Rectangle&>(&Rectangle::contains, py::const_), py::arg("rect"));

@@ -106,7 +106,7 @@ def print_import() -> Start:
     print(f"Import of zelmor.imaging, {PROCESSES} fresh processes: {start.net:.1f} ms more than an interpreter without "
           f"it,\nmiddle half {start.spread:.1f} ms wide; {start.processor:.1f} ms of processor time; target "
           f"{TARGET_MILLISECONDS:.0f} ms{'' if start.met else '  MISS'}")
-    print(f"    {start.statement:8.2f} ms  the import statement; the rest is what there is to take down at exit. Of it:")
+    print(f"    {start.statement:8.2f} ms  the import statement; the rest is taken down again at exit. Of it:")
     # What the interpreter imports for itself before it runs a program is not part of the import.
     before = import_profile("sys")
     parts = {name: own for name, own in import_profile("zelmor.imaging").items() if name not in before}
