@@ -142,14 +142,14 @@ class TestMixedMethods:
 class TestEnumerationMembers:
     """The cast family of a class that the enum module builds."""
 
-    @pytest.mark.parametrize("kind", ENUMS, ids=dotted)
-    def test_are_on_every_enumeration(self, kind: Any) -> None:
-        for name in STATIC_ENTRIES:
-            assert type(vars(kind)[name]).__name__ == "_StaticMethodDescrType"
-            assert repr(vars(kind)[name]) == f"<method '{name}' of '{kind.__name__}' objects>"
-        for name in INSTANCE_ENTRIES:
-            assert type(vars(kind)[name]).__name__ == "_InstanceMethodDescrType"
-            assert repr(vars(kind)[name]) == f"<method '{name}' of '{kind.__name__}' objects>"
+    def test_are_on_every_enumeration(self) -> None:
+        for kind in ENUMS:
+            for name in STATIC_ENTRIES:
+                assert type(vars(kind)[name]).__name__ == "_StaticMethodDescrType"
+                assert repr(vars(kind)[name]) == f"<method '{name}' of '{kind.__name__}' objects>"
+            for name in INSTANCE_ENTRIES:
+                assert type(vars(kind)[name]).__name__ == "_InstanceMethodDescrType"
+                assert repr(vars(kind)[name]) == f"<method '{name}' of '{kind.__name__}' objects>"
 
     def test_are_no_members(self) -> None:
         assert [member.name for member in XmpArrayType] == ["UNORDERED", "ORDERED", "ALTERNATIVE"]

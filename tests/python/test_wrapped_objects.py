@@ -9,6 +9,7 @@ from typing import Any
 
 import pytest
 from module_tree import API_WRAPPERS, WRAPPERS, dotted
+from support.control import Call, Control
 
 import zelmor.imaging as imaging
 from zelmor.imaging import LoadOptions, Size, SizeF
@@ -16,6 +17,8 @@ from zelmor.imaging.imageoptions import PngOptions
 
 HAVE_GC = 1 << 14
 BASETYPE = 1 << 10
+EXCHANGE_HOST = "Zelmor.WrpGen.Interop.ExchangeHost"
+OBJECT_HOST = "Zelmor.WrpGen.Interop.ObjectHost"
 
 
 @pytest.fixture(params=["struct", "class"])
@@ -24,21 +27,71 @@ def instance(request: pytest.FixtureRequest) -> Any:
     return Size(3, 4) if request.param == "struct" else LoadOptions()
 
 
+@pytest.fixture
+def services(instance: Any) -> dict[str, str]:
+    """The object services that serve the kind of the instance, by what they do."""
+    suffix = "Stc" if isinstance(instance, Size) else "Obj"
+    return {name: f"{prefix}Of{suffix}" for name, prefix in
+            [("text", "ToString"), ("hash", "GetHash"), ("equals", "IsEquals")]} | {"type": f"Get{suffix}Type"}
+
+
+def methods(calls: list[Call], host: str) -> list[str]:
+    """The entry points of a service class that were called."""
+    return [call.method for call in calls if call.type == host]
+
+
+class TestRelease:
+    """Every handle is given back once."""
+
+    def test_at_the_end_of_the_wrapper(self, control: Control, instance: Any) -> None:
+        made = type(instance)()
+        with control.journal() as calls:
+            del made
+        assert methods(calls, EXCHANGE_HOST) == ["FreeInstance"]
+
+    def test_two_wrappers_of_one_object_hold_a_handle_each(self, control: Control) -> None:
+        with control.journal() as calls:
+            options = LoadOptions()
+            other = LoadOptions._cast_to(options).value
+            assert options is not other
+            del options, other
+        freed = [call.arguments[0] for call in calls if call.method == "FreeInstance"]
+        assert len(freed) == len(set(freed)) == 2
+
+    def test_nothing_of_an_empty_wrapper(self, control: Control, instance: Any) -> None:
+        kind: Any = type(instance)
+        empty = kind.__new__(kind)
+        with control.journal() as calls:
+            del empty
+        assert calls == []
+
+    def test_with_an_exception_on_its_way(self, instance: Any) -> None:
+        def fails() -> None:
+            kept = type(instance)()
+            raise ValueError(str(kept))
+
+        with pytest.raises(ValueError, match=".+"):
+            fails()
+
+
 class TestEveryType:
-    """The static record, for each of the wrapper types."""
+    """The static record of each of the wrapper types."""
 
-    @pytest.mark.parametrize("kind", WRAPPERS, ids=dotted)
-    def test_record(self, kind: Any) -> None:
+    def test_size(self) -> None:
         # A stream alone has a field behind its handle.
-        size = 32 if kind.__name__ == "_StreamWrapper" else 24
-        assert (kind.__basicsize__, kind.__itemsize__) == (size, 0)
-        assert (kind.__dictoffset__, kind.__weakrefoffset__) == (0, 0)
-        assert kind.__flags__ & (HAVE_GC | BASETYPE) == 0
+        odd = {dotted(kind): kind.__basicsize__ for kind in WRAPPERS if kind.__basicsize__ != 24}
+        assert odd == {"zelmor.imaging._wrpgen._interop._StreamWrapper": 32}
+        assert [kind for kind in WRAPPERS if kind.__itemsize__ != 0] == []
 
-    @pytest.mark.parametrize("kind", WRAPPERS, ids=dotted)
-    def test_python_cannot_derive_from_it(self, kind: Any) -> None:
-        with pytest.raises(TypeError, match=f"^type '{dotted(kind)}' is not an acceptable base type$"):
-            type("Derived", (kind,), {})
+    def test_no_dictionary_weak_references_or_collector(self) -> None:
+        assert [kind for kind in WRAPPERS if (kind.__dictoffset__, kind.__weakrefoffset__) != (0, 0)] == []
+        assert [kind for kind in WRAPPERS if kind.__flags__ & HAVE_GC] == []
+
+    def test_python_cannot_derive_from_it(self) -> None:
+        for kind in WRAPPERS:
+            assert kind.__flags__ & BASETYPE == 0
+            with pytest.raises(TypeError, match=f"^type '{dotted(kind)}' is not an acceptable base type$"):
+                type("Derived", (kind,), {})
 
     def test_names_are_dotted(self) -> None:
         assert imaging.Image.__module__ == "zelmor.imaging"
@@ -67,14 +120,43 @@ class TestText:
             assert error.__context__ is None
         assert text == repr(instance)
 
+    @pytest.mark.parametrize("status", [0, 2])
+    def test_falls_back_on_the_type_name(
+        self, control: Control, instance: Any, services: dict[str, str], status: int
+    ) -> None:
+        control.return_next(OBJECT_HOST, services["text"], status)
+        assert repr(instance) == f"<{dotted(type(instance))} object at 0x{id(instance):x}>"
+
+    def test_failure_propagates(self, control: Control, instance: Any, services: dict[str, str]) -> None:
+        control.raise_next(OBJECT_HOST, services["text"], "NoText", "none at all")
+        with pytest.raises(RuntimeError, match=r"^Proxy error\(NoText\): none at all$"):
+            str(instance)
+
 
 class TestComparison:
     """Equality is the managed one, and there is no order."""
 
-    def test_an_object_equals_itself(self, instance: Any) -> None:
+    def test_an_object_equals_itself_without_a_managed_call(self, control: Control, instance: Any) -> None:
         same = instance
-        assert instance == same
-        assert not instance != same
+        with control.journal() as calls:
+            assert instance == same
+            assert not instance != same
+        assert calls == []
+
+    def test_is_what_the_managed_side_answers(
+        self, control: Control, instance: Any, services: dict[str, str]
+    ) -> None:
+        other = type(instance)()
+        for answer, equal in [(0, False), (1, True), (0x100, False)]:
+            control.return_next(OBJECT_HOST, services["equals"], answer)
+            assert (instance == other) is equal
+            control.return_next(OBJECT_HOST, services["equals"], answer)
+            assert (instance != other) is not equal
+
+    def test_failure_propagates(self, control: Control, instance: Any, services: dict[str, str]) -> None:
+        control.raise_next(OBJECT_HOST, services["equals"], "NotComparable", "with that")
+        with pytest.raises(RuntimeError, match=r"^Proxy error\(NotComparable\): with that$"):
+            _ = instance == Size(9, 9)
 
     def test_two_wrappers_of_equal_values(self) -> None:
         assert Size(3, 4) == Size(3, 4)
@@ -96,9 +178,19 @@ class TestComparison:
         assert instance.__eq__(other) is NotImplemented
         assert instance.__ne__(other) is NotImplemented
 
-    def test_with_none(self, instance: Any) -> None:
-        assert instance.__eq__(None) is False
-        assert instance.__ne__(None) is True
+    def test_with_something_else_makes_no_managed_call(self, control: Control, instance: Any) -> None:
+        with control.journal() as calls:
+            assert instance != 5
+        assert calls == []
+
+    def test_with_none_reaches_the_managed_side_as_null(
+        self, control: Control, instance: Any, services: dict[str, str]
+    ) -> None:
+        with control.journal() as calls:
+            assert instance.__eq__(None) is False
+            assert instance.__ne__(None) is True
+        assert methods(calls, OBJECT_HOST) == [services["equals"]] * 2
+        assert {call.records[1] for call in calls} == {bytes(16)}
 
     def test_of_a_class_with_a_struct(self) -> None:
         assert LoadOptions().__eq__(Size(1, 2)) is False
@@ -132,6 +224,20 @@ class TestHash:
         assert -(2**31) <= hash(instance) < 2**31
         assert hash(instance) != -1
 
+    @pytest.mark.parametrize(
+        ("managed", "expected"), [(0, 0), (7, 7), (2**31 - 1, 2**31 - 1), (-(2**31), -(2**31)), (-2, -2), (-1, -2)]
+    )
+    def test_is_sign_extended_and_never_minus_one(
+        self, control: Control, instance: Any, services: dict[str, str], managed: int, expected: int
+    ) -> None:
+        control.return_next(OBJECT_HOST, services["hash"], managed)
+        assert hash(instance) == expected
+
+    def test_failure_propagates(self, control: Control, instance: Any, services: dict[str, str]) -> None:
+        control.raise_next(OBJECT_HOST, services["hash"], "NoHash", "none at all")
+        with pytest.raises(RuntimeError, match=r"^Proxy error\(NoHash\): none at all$"):
+            hash(instance)
+
 
 class TestGetType:
     """`get_type` gives the run-time managed type."""
@@ -147,6 +253,11 @@ class TestGetType:
         as_base = imaging.ImageOptionsBase._cast_to(PngOptions()).value
         assert type(as_base) is imaging.ImageOptionsBase
         assert as_base.get_type() == PngOptions._type_of()
+
+    def test_failure_propagates(self, control: Control, instance: Any, services: dict[str, str]) -> None:
+        control.raise_next(OBJECT_HOST, services["type"], "NoType", "none at all")
+        with pytest.raises(RuntimeError, match=r"^Proxy error\(NoType\): none at all$"):
+            instance.get_type()
 
     def test_takes_no_arguments(self, instance: Any) -> None:
         with pytest.raises(TypeError):
@@ -192,10 +303,11 @@ class TestConstruction:
 
         assert sum(map(refuses, API_WRAPPERS)) == 351
 
+    @pytest.mark.keeps_handles(1)
     def test_a_second_init_replaces_what_is_held(self) -> None:
         size = Size(1, 2)
         size.__init__(3, 4)
-        assert (size.width, size.height) == (3, 4)
+        assert (size.width, size.height) == (3, 4)  # and the first handle is never given back
 
     def test_new_alone_makes_an_empty_wrapper(self) -> None:
         empty = LoadOptions.__new__(LoadOptions)
