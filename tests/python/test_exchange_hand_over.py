@@ -1,0 +1,100 @@
+"""What a module binds and hands over while it is imported, and in which order."""
+
+from __future__ import annotations
+
+from importlib import import_module
+
+import pytest
+from support.callbacks import TABLES
+from support.control import Control
+
+EXCHANGE_HOST = "Zelmor.WrpGen.Interop.ExchangeHost"
+OBJECT_HOST = "Zelmor.WrpGen.Interop.ObjectHost"
+
+#: The managed assembly of each module that has one; pycore has none.
+ASSEMBLIES = {
+    "zelmor.pygc": "WrpInterop.Zelmor.PyGc",
+    "zelmor.pyreflection": "WrpInterop.Zelmor.PyReflection",
+    "zelmor.pyio": "WrpInterop.Zelmor.PyIo",
+    "zelmor.pydrawing": "WrpInterop.Zelmor.PyDrawing",
+    "zelmor.imaging": "WrpInterop.Zelmor.Imaging",
+}
+
+BOUND_FIRST = [
+    "GetTypeName",
+    "SetExceptionCallback",
+    "SetCatchAndClearErrorCallback",
+    "SetU16StrBuilderCallback",
+    "SetPyUnraisableStrBuilderCallback",
+    "SetPyStrBuilderCallback",
+    "SetPyBytesBuilderCallback",
+    "SetPyObjApiCallbacks",
+    "SetPyStaticCallbacks",
+    "SetPyGenericCallbacks",
+    "FreePendingArgs",
+    "FreeInstance",
+    "FreeInstance",
+    "InitServices",
+    "BoxStcTarget",
+]
+HANDED_OVER = [
+    "SetExceptionCallback",
+    "SetCatchAndClearErrorCallback",
+    "SetU16StrBuilderCallback",
+    "SetPyStrBuilderCallback",
+    "SetPyUnraisableStrBuilderCallback",
+    "SetPyObjApiCallbacks",
+    "SetPyStaticCallbacks",
+    "SetPyGenericCallbacks",
+    "SetPyBytesBuilderCallback",
+    "InitServices",
+]
+BOUND_LAST = [
+    "ToStringOfObj",
+    "ToStringOfStc",
+    "GetHashOfObj",
+    "GetHashOfStc",
+    "IsEqualsOfObj",
+    "IsEqualsOfStc",
+    "IsTypeOf",
+    "GetTypeName",
+    "GetObjType",
+    "GetStcType",
+    "Dispose",
+]
+
+
+def events_of(control: Control, assembly: str) -> list[tuple[str, str, str]]:
+    """Event, class and method of all that one module did at its start, in order."""
+    services = (EXCHANGE_HOST, OBJECT_HOST)
+    return [(entry["event"], entry["type"], entry["method"]) for entry in control.order()
+            if entry["assembly"] == assembly and entry["type"] in services]
+
+
+def expected_events() -> list[tuple[str, str, str]]:
+    """Bind the channel, hand everything over, let the services be built, bind the object services."""
+    return ([("create_delegate", EXCHANGE_HOST, method) for method in BOUND_FIRST]
+            + [("call", EXCHANGE_HOST, method) for method in HANDED_OVER]
+            + [("create_delegate", OBJECT_HOST, method) for method in BOUND_LAST])
+
+
+@pytest.mark.parametrize(("module", "assembly"), ASSEMBLIES.items())
+def test_each_module_brings_the_boundary_up_in_the_same_order(control: Control, module: str, assembly: str) -> None:
+    import_module(module)
+    assert events_of(control, assembly) == expected_events()
+
+
+def test_the_module_itself_comes_after_its_siblings(control: Control) -> None:
+    order = [entry["assembly"] for entry in control.order()]
+    assert order.index("WrpInterop.Zelmor.Imaging") > order.index("WrpInterop.Zelmor.PyGc")
+    assert order.index("WrpInterop.Zelmor.Imaging") > order.index("WrpInterop.Zelmor.PyDrawing")
+
+
+def test_every_lookup_of_the_start_succeeded(control: Control) -> None:
+    services = [entry for entry in control.order() if entry["type"] in (EXCHANGE_HOST, OBJECT_HOST)]
+    assert {entry["status"] for entry in services if entry["event"] == "create_delegate"} == {0}
+
+
+@pytest.mark.parametrize("table,name", [(table, entry[0]) for table, entries in TABLES.items() for entry in entries])
+def test_every_callback_is_there(control: Control, table: str, name: str) -> None:
+    assert control.callback(table, name) is not None
