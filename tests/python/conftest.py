@@ -35,6 +35,12 @@ def pytest_configure(config: pytest.Config) -> None:
     config.addinivalue_line("markers", "keeps_handles(n): the test leaves n handles out, and means to")
 
 
+def pytest_collection_finish() -> None:
+    """Takes what the collection of tests made out of the collector's sight: it is looked through twice a test."""
+    gc.collect()
+    gc.freeze()
+
+
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) -> Iterator[None]:
     """Notes on the test whether it failed: a failed one keeps its frames, and so its handles."""
