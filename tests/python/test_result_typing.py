@@ -34,7 +34,7 @@ class Typed:
     def __init__(self, control: Control) -> None:
         self._control = control
         self._options = BmpOptions()
-        self._container = StreamContainer(io.BytesIO())
+        self._container: Any = StreamContainer.__new__(StreamContainer)  # empty: what it answers is scripted
 
     def palette(self, managed_type: str, type_id: int) -> Any:
         """An interface result that holds a new object of a managed type."""
