@@ -225,7 +225,7 @@ TEST_F(Descriptors, NoneCanBeMadeFromPython) {
     }
 }
 
-TEST_F(Descriptors, TheRecordsAreAsStated) {
+TEST_F(Descriptors, TheRecordsHaveTheirNamesAndSizes) {
     const std::vector<std::tuple<PyTypeObject*, const char*, Py_ssize_t>> records = {
         {&wrpPye_tyds_FFFFFFFF_FieldDescr, "zelmor.imaging._FieldDescrType", 32},
         {&wrpPye_tyds_FFFFFFFF_InstanceMethodDescr, "zelmor.imaging._InstanceMethodDescrType", 32},

@@ -253,7 +253,7 @@ TEST_F(MethodObject, TheTypeCannotBeInstantiatedFromPython) {
     expect_error(PyExc_TypeError, "cannot create 'zelmor.imaging._MethodObjectType' instances");
 }
 
-TEST_F(MethodObject, TheRecordIsAsStated) {
+TEST_F(MethodObject, TheRecordHasItsSizesAndNoConstructor) {
     EXPECT_STREQ(wrpPye_tyds_FFFFFFFF_MethodObject.tp_name, "zelmor.imaging._MethodObjectType");
     EXPECT_EQ(wrpPye_tyds_FFFFFFFF_MethodObject.tp_basicsize, 56);
     EXPECT_EQ(wrpPye_tyds_FFFFFFFF_MethodObject.tp_weaklistoffset, 32);

@@ -159,7 +159,7 @@ TEST_F(ModuleVersion, CompareReadsASiblingsVersionByItsLayout) {
     EXPECT_EQ(PyShVersionAttr_Compare(reference, sibling.get()), 1);
 }
 
-TEST_F(ModuleVersion, TheRecordIsAsStated) {
+TEST_F(ModuleVersion, TheRecordHasItsSizesAndNoConstructor) {
     EXPECT_EQ(wrpPye_tyds_FFFFFFFF_ModuleVersion.tp_basicsize, 40);
     EXPECT_EQ(wrpPye_tyds_FFFFFFFF_ModuleVersion.tp_new, nullptr);
     EXPECT_FALSE(wrpPye_tyds_FFFFFFFF_ModuleVersion.tp_flags & Py_TPFLAGS_BASETYPE);
