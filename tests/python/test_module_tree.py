@@ -2,11 +2,11 @@
 
 from __future__ import annotations
 
-import subprocess
-import sys
 import types
 
 import zelmor.imaging
+
+from package_process import child
 
 
 def test_the_tree_is_reachable_by_attributes_with_no_further_import() -> None:
@@ -63,7 +63,6 @@ def test_an_interface_lists_what_it_inherits_and_points_at_the_same_functions() 
 
 def test_importing_the_extension_alone_enters_no_child_module() -> None:
     """What the import system knows of the children is the work of the package, on demand."""
-    code = ("import sys, zelmor.imaging\n"
-            "print(sorted(n for n in sys.modules if n.startswith('zelmor.imaging.')))")
-    done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
-    assert done.stdout.strip() == "[]"
+    found = child("import sys, zelmor.imaging\n"
+                  "result = [name for name in sys.modules if name.startswith('zelmor.imaging.')]")
+    assert found == []

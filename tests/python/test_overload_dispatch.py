@@ -40,11 +40,14 @@ def test_a_third_argument_of_the_wrong_kind_fails_all_three(image: Image) -> Non
 
 
 def test_each_overload_has_its_string_in_trial_order(image: Image) -> None:
-    assert reasons(image.resize_width_proportionally, "x") == [
-        "can't build 'Int32' from 'str'",
-        "function missing required argument 'resize_type' (pos 2)",
-        "function missing required argument 'settings' (pos 2)",
+    assert reasons(image.resize_width_proportionally, "x") == ["can't build 'Int32' from 'str'"] * 3
+    assert reasons(image.resize_width_proportionally, 1, "x") == [
+        "function takes at most 1 argument (2 given)",
+        "can't build ResizeType value from 'str'",
+        "can't build ImageResizeSettings value from 'str'",
     ]
+    assert reasons(image.resize_width_proportionally, resize_type=ResizeType.NONE) == [
+        "function missing required argument 'new_width' (pos 1)"] * 3
 
 
 def test_keywords_reach_an_overload_that_an_earlier_one_shadows(image: Image) -> None:

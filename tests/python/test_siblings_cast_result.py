@@ -110,7 +110,7 @@ def test_the_value_is_not_stolen():
 def test_none_is_kept_in_balance():
     before = sys.getrefcount(None)
     results = [make(0) for _ in range(1000)]
-    assert sys.getrefcount(None) >= before + 1000
+    assert sys.getrefcount(None) > before + 900
     del results
     assert abs(sys.getrefcount(None) - before) < 100
 
