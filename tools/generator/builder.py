@@ -78,7 +78,9 @@ class Builder:
             raise CatalogueError(line.place, f"{full_name} has no row in identifiers.tab; run `make identifiers`")
         kind = "enum" if line.kind.startswith("enum") else line.kind
         entry = Type(line.place, kind, line.namespace, module.name, line.name, *row, line.disposable,
-                     line.kind == "enum flags")
+                     line.kind == "enum flags", line.converts)
+        if line.converts and kind not in ("class", "struct"):
+            raise CatalogueError(line.place, "only classes and structs convert themselves")
         self._by_full_name[full_name] = entry
         self._by_name.setdefault(line.name, []).append(entry)
         self._lines[entry] = line

@@ -17,7 +17,7 @@ PROPERTY_KINDS = ("get", "getset", "static_get", "static_getset", "const")
 
 _TYPE_LINE = re.compile(
     r"(?P<kind>class|static class|struct|interface|enum flags|enum) (?P<name>\w+)"
-    r"(?: : (?P<base>[\w.]+))?(?P<disposable> disposable)?(?: implements (?P<interfaces>[\w., ]+))?\Z"
+    r"(?: : (?P<base>[\w.]+))?(?P<disposable> disposable)?(?P<converts> converts)?(?: implements (?P<interfaces>[\w., ]+))?\Z"
 )
 _MEMBER_LINE = re.compile(
     r"(?P<kind>\w+)(?: (?P<python>\w+) (?P<managed>\w+))? \((?P<params>[^()]*)\)(?: -> (?P<result>[\w.\[\] ]+?))?"
@@ -62,6 +62,7 @@ class TypeLine:
     name: str
     base: str | None = None  # of an enumeration: its underlying integer
     disposable: bool = False
+    converts: bool = False  # the managed type converts itself to other types
     interfaces: tuple[str, ...] = ()
     members: list[MemberLine] = field(default_factory=list)
     values: list[tuple[str, int]] = field(default_factory=list)  # of an enumeration
@@ -140,7 +141,7 @@ def read_types(path: Path) -> list[TypeLine]:
                 raise CatalogueError(place, "a type before the namespace line")
             interfaces = tuple(part.strip() for part in (match["interfaces"] or "").split(",") if part.strip())
             types.append(TypeLine(place, match["kind"], namespace, match["name"], match["base"],
-                                  bool(match["disposable"]), interfaces))
+                                  bool(match["disposable"]), bool(match["converts"]), interfaces))
         elif not types:
             raise CatalogueError(place, "a member before the first type")
         elif types[-1].kind.startswith("enum"):

@@ -137,6 +137,7 @@ class Type:
     managed_identifier: str
     disposable: bool = False
     flags: bool = False
+    cast_from: bool = False  # the managed type converts itself to other types
     base: Type | None = None
     interfaces: list[Type | str] = field(default_factory=list)  # an interop interface stands by its name
     constructors: list[Overload] = field(default_factory=list)
@@ -184,17 +185,6 @@ class Type:
         """The interfaces that the type's marker sets hold, in order."""
         extra = ["_IDisposableWrapper"] if self.disposable else []
         return [*self.interfaces, *extra]
-
-    @property
-    def cast_from(self) -> bool:
-        """Whether the managed type converts itself to other types."""
-        return self.full_name in {
-            "Zelmor.Imaging.Point",
-            "Zelmor.Imaging.Size",
-            "Zelmor.Imaging.SizeF",
-            "Zelmor.Imaging.StreamContainer",
-            "Zelmor.Imaging.FileStreamContainer",
-        }
 
     @property
     def services(self) -> list[str]:
