@@ -5,7 +5,8 @@
 # Usage: tools/lint.sh [build tree]
 set -u
 cd "$(dirname -- "$0")/.."
-build=${1:-build}
+top=$PWD
+build=$(realpath -- "${1:-build}")
 failed=
 
 check() {
@@ -22,7 +23,7 @@ format() {
 tidy() {
     # Only sources with a compile command; the bench is a build of its own. Header findings come with their includers.
     git ls-files -- '*.cpp' | grep -v '^bench/' | while read -r file; do
-        grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json" && echo "$PWD/$file\$"
+        grep -qF "\"file\": \"$top/$file\"" "$build/compile_commands.json" && echo "$top/$file\$"
     done | xargs -r run-clang-tidy -quiet -p "$build" -j "$(nproc)" 2>"$build/clang-tidy.err" >"$build/clang-tidy.log"
     status=$?
     grep -E '(warning|error):' "$build/clang-tidy.log" | sort -u
@@ -34,12 +35,11 @@ style() {
 }
 
 types() {
-    # The test modules of one directory share no package, so each directory is a run of its own.
+    # Each directory is checked from within, as its modules import one another.
     result=0
-    for directory in tools examples bench; do
-        files=$(git ls-files -- "$directory/*.py")
-        # shellcheck disable=SC2086  # a list of files
-        [ -z "$files" ] || /usr/bin/python3 -m mypy --no-error-summary --cache-dir "$build/mypy" $files || result=1
+    for directory in tools python examples bench; do
+        (cd "$directory" && /usr/bin/python3 -m mypy --no-error-summary --config-file "$top/setup.cfg" \
+            --cache-dir "$build/mypy" .) || result=1
     done
     return $result
 }

@@ -7,12 +7,14 @@ and nothing failed. It knows nothing about any single test.
 
 import argparse
 import os
+import re
 import shutil
 import subprocess
 import sys
 import xml.etree.ElementTree as ElementTree
 from dataclasses import dataclass
 from pathlib import Path
+from typing import IO
 
 PYTHON = "/usr/bin/python3"
 TESTS = ["tests/generator", "tests/python"]
@@ -47,11 +49,22 @@ def read_report(path: Path) -> Count:
     return count
 
 
+def say_briefly(lines: IO[str]) -> None:
+    """Passes on what a runner says, but for the lines that only tell that a single test began or passed."""
+    for line in lines:
+        if not re.match(r"\s+Start +\d+:|\s*\d+/\d+ Test +#\d+: .* Passed ", line):
+            print(line, end="", flush=True)
+
+
 def run(name: str, command: list[str], report: Path, environment: dict[str, str]) -> tuple[Count, bool]:
     """Runs one test runner; the flag tells whether all was well."""
     report.unlink(missing_ok=True)
     print(f"== {name}", flush=True)
-    code = subprocess.run(command, env=environment, check=False).returncode
+    with subprocess.Popen(command, env=environment, text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT) as runner:
+        assert runner.stdout is not None
+        say_briefly(runner.stdout)
+    code = runner.returncode
     if not report.exists():
         print(f"{name}: no report (exit code {code})")
         return Count(), False
@@ -91,7 +104,7 @@ def main() -> int:
     parser.add_argument("--under", choices=("debug", "sanitizers", "valgrind"),
                         help="only the tests in Python, under the debug interpreter or a memory checker; for the "
                              "sanitizers the build tree must be one that was made for them")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="processes at a time")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="unit tests at a time")
     parser.add_argument("tests", nargs="*", help="only these tests in Python, named as for pytest")
     arguments = parser.parse_args()
     build = arguments.build.resolve()
@@ -104,7 +117,7 @@ def main() -> int:
 
     if not (arguments.fuzz or arguments.under or arguments.tests):
         report = build / "ctest.xml"
-        command = ["ctest", "--test-dir", str(build), "--output-on-failure", "--progress", "-j", str(arguments.jobs),
+        command = ["ctest", "--test-dir", str(build), "--output-on-failure", "-j", str(arguments.jobs),
                    "--output-junit", str(report)]
         count, well = run("ctest", command, report, environment)
         total, content = total + count, content and well
@@ -112,7 +125,6 @@ def main() -> int:
     report = build / "pytest.xml"
     command = watched(arguments.under, environment)
     command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
-    command += ["-n", str(arguments.jobs)] if arguments.jobs > 1 and not (arguments.tests or arguments.under) else []
     count, well = run("pytest", command + (arguments.tests or TESTS), report, environment)
     total, content = total + count, content and well
 
