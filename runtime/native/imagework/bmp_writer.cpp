@@ -170,21 +170,29 @@ void write_runs(ByteWriter& out, const Pixels& pixels, const Palette& palette, b
 
 }  // namespace
 
-std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, int32_t height, int bands,
-                                const BmpEncoding& encoding, Resolution resolution) {
-    Pixels pixels{bytes, width, height, bands};
+void check_bmp_encoding(const BmpEncoding& encoding) {
     int bits = encoding.bits_per_pixel;
-    bool fields = encoding.compression == BmpCompression::kBitFields;
-    bool runs = encoding.compression == BmpCompression::kRle8 || encoding.compression == BmpCompression::kRle4;
     if (bits != 1 && bits != 4 && bits != 8 && bits != 16 && bits != 24 && bits != 32) {
         throw PictureError(Failure::kEncoding, "BMP has no form of " + std::to_string(bits) +
                                                    " bits per pixel; there are 1, 4, 8, 16, 24 and 32");
     }
-    if ((fields && bits != 16 && bits != 32) || (encoding.compression == BmpCompression::kRle8 && bits != 8) ||
-        (encoding.compression == BmpCompression::kRle4 && bits != 4)) {
+    bool fits = encoding.compression == BmpCompression::kRgb ||
+                (encoding.compression == BmpCompression::kBitFields && (bits == 16 || bits == 32)) ||
+                (encoding.compression == BmpCompression::kRle8 && bits == 8) ||
+                (encoding.compression == BmpCompression::kRle4 && bits == 4);
+    if (!fits) {
         throw PictureError(Failure::kEncoding,
                            "this BMP compression does not go with " + std::to_string(bits) + " bits per pixel");
     }
+}
+
+std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, int32_t height, int bands,
+                                const BmpEncoding& encoding, Resolution resolution) {
+    check_bmp_encoding(encoding);
+    Pixels pixels{bytes, width, height, bands};
+    int bits = encoding.bits_per_pixel;
+    bool fields = encoding.compression == BmpCompression::kBitFields;
+    bool runs = encoding.compression == BmpCompression::kRle8 || encoding.compression == BmpCompression::kRle4;
     ByteWriter out;
     out.reserve(static_cast<size_t>(height) * ((static_cast<size_t>(width) * static_cast<size_t>(bits) + 31) / 32 * 4) +
                 2048);

@@ -89,52 +89,50 @@ std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts,
 
 // The number of complete rows at the top of damaged data.
 int32_t intact_rows(std::span<const uint8_t> data, Format format) {
-    VImage image = opened(data, format, VIPS_FAIL_ON_TRUNCATED);
     int32_t rows = 0;
     try {
+        VImage image = opened(data, format, VIPS_FAIL_ON_TRUNCATED);
         VipsRect strip{0, 0, image.width(), 1};
         VipsRegion* region = vips_region_new(image.get_image());
-        while (strip.top < image.height() && vips_region_prepare(region, &strip) == 0) {
+        while (strip.top < image.height() && vips_region_prepare(region, &strip) == 0)
             rows = ++strip.top;
-        }
         g_object_unref(region);
     } catch (const vips::VError&) {
-        vips_error_clear();
+        // The rows counted so far are the answer; the error was told by the first attempt.
     }
     vips_error_clear();
     return rows;
 }
 
-// What can be read of damaged data, with the background where nothing could be.
+// The intact rows on a canvas of the whole size.
+std::unique_ptr<Picture> top_rows(std::span<const uint8_t> data, const FileFacts& facts, const DecodeOptions& options) {
+    int32_t rows = intact_rows(data, facts.format);
+    if (rows == 0) throw PictureError(Failure::kDamaged, label(facts.format, "has no complete row"));
+    VImage image = opened(data, facts.format, VIPS_FAIL_ON_NONE);
+    int32_t width = image.width();
+    int32_t height = image.height();
+    auto picture = picture_of(image.extract_area(0, 0, width, rows), facts, options);
+    if (rows < height) picture->place(width, height, 0, 0, options.background);
+    return picture;
+}
+
+// What can be read of damaged data.
 std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFacts& facts,
                                    const DecodeOptions& options) {
-    Format format = facts.format;
     std::vector<uint8_t> mended;
-    if (format == Format::kPng) {
+    if (facts.format == Format::kPng) {
         mended = mended_png(data);
         data = mended;
     }
-    auto picture = picture_of(opened(data, format, VIPS_FAIL_ON_NONE), facts, options);
-    if (options.recovery == Recovery::kConsistent) {
-        int32_t rows = 0;
-        try {
-            rows = intact_rows(data, format);
-        } catch (const vips::VError&) {
-            vips_error_clear();
-        }
-        int32_t width = picture->width();
-        int32_t height = picture->height();
-        // The frame of a GIF is decoded as a whole; what is missing of it comes out transparent.
-        if (format == Format::kGif) return picture;
-        if (rows == 0) {
-            throw PictureError(Failure::kDamaged, label(format, "has no complete row"));
-        }
-        if (rows < height) {
-            picture->crop({0, 0, width, rows});
-            picture->place(width, height, 0, 0, options.background);
-        }
+    // The frame of a GIF is decoded as a whole; what is missing of it comes out transparent.
+    if (options.recovery == Recovery::kConsistent && facts.format != Format::kGif)
+        return top_rows(data, facts, options);
+    try {
+        return picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
+    } catch (const vips::VError&) {
+        vips_error_clear();
+        return top_rows(data, facts, options);  // of a decoder that stops at the first damage
     }
-    return picture;
 }
 
 std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, const FileFacts& facts,

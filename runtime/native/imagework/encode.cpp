@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "runtime/native/imagework/bmp_codec.h"
-#include "runtime/native/imagework/jpeg_comment.h"
+#include "runtime/native/imagework/jpeg_segments.h"
 #include "runtime/native/imagework/tiff_byte_order.h"
 #include "runtime/native/imagework/vips_picture.h"
 
@@ -79,7 +79,13 @@ VImage quantized(const VImage& image, int bits) {
     return result;
 }
 
-EncodedBytes encode_as(const BmpEncoding& bmp, const VImage& picture, const Encoding& encoding) {
+EncodedBytes encode_as(const BmpEncoding& wanted, const VImage& picture, const Encoding& encoding) {
+    check_bmp_encoding(wanted);
+    BmpEncoding bmp = wanted;
+    if (encoding.may_widen && bmp.bits_per_pixel <= 8 &&
+        !has_at_most_colors(as_8_bit(opaque(picture, encoding)), size_t{1} << bmp.bits_per_pixel)) {
+        bmp = BmpEncoding{};
+    }
     VImage image = as_rgb(as_8_bit(bmp.bits_per_pixel == 32 ? picture : opaque(picture, encoding)));
     if (bmp.bits_per_pixel <= 8) {
         image = color_bands(as_rgb(as_8_bit(quantized(image, bmp.bits_per_pixel))));
@@ -93,7 +99,7 @@ EncodedBytes encode_as(const BmpEncoding& bmp, const VImage& picture, const Enco
     return {std::shared_ptr<const uint8_t>(bytes, bytes->data()), bytes->size()};
 }
 
-EncodedBytes encode_as(const GifEncoding& gif, const VImage& picture, const Encoding&) {
+EncodedBytes encode_as(const GifEncoding& gif, const VImage& picture, const Encoding& encoding) {
     check_sides(picture, Format::kGif, 65535);
     VImage image = as_rgb(as_8_bit(picture)).copy();
     // Settings of the source that the library would otherwise carry over.
@@ -101,9 +107,20 @@ EncodedBytes encode_as(const GifEncoding& gif, const VImage& picture, const Enco
         if (image.get_typeof(name) != 0 && !(std::string(name) == "loop" && !gif.loops)) image.remove(name);
     }
     if (gif.loops) image.set("loop", *gif.loops);
-    return save(
-        image, "gifsave_buffer",
-        VImage::option()->set("bitdepth", gif.palette_bits)->set("dither", 0.0)->set("interlace", gif.interlaced));
+    return save(image, "gifsave_buffer",
+                VImage::option()
+                    ->set("bitdepth", encoding.may_widen ? 8 : gif.palette_bits)
+                    ->set("dither", 0.0)
+                    ->set("interlace", gif.interlaced));
+}
+
+// Whether the picture carries descriptions of its own. Without any, the library would make up some for its resolution,
+// in the place of a JPEG file's own header.
+bool has_metadata(const VImage& image) {
+    for (const char* name : {VIPS_META_EXIF_NAME, VIPS_META_XMP_NAME, VIPS_META_IPTC_NAME, VIPS_META_ICC_NAME}) {
+        if (image.get_typeof(name) != 0) return true;
+    }
+    return false;
 }
 
 EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const Encoding& encoding) {
@@ -122,10 +139,16 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const En
             image = as_cmyk(image);
             break;
     }
-    EncodedBytes bytes = save(
-        image, "jpegsave_buffer",
-        VImage::option()->set("Q", jpeg.quality)->set("interlace", jpeg.progressive)->set("optimize_coding", true));
-    return jpeg.comment.empty() ? bytes : with_jpeg_comment(bytes, jpeg.comment);
+    EncodedBytes bytes = save(image, "jpegsave_buffer",
+                              VImage::option()
+                                  ->set("Q", jpeg.quality)
+                                  ->set("interlace", jpeg.progressive)
+                                  ->set("strip", !has_metadata(image))
+                                  ->set("optimize_coding", true));
+    // JFIF is for gray and YCbCr; what has four channels is marked in a way of its own.
+    std::optional<Resolution> jfif;
+    if (image.bands() < 4) jfif = Resolution{image.xres() * 25.4, image.yres() * 25.4};
+    return with_jpeg_segments(bytes, jfif, jpeg.comment);
 }
 
 VipsForeignPngFilter png_filter(PngFilter filter) {
@@ -169,6 +192,10 @@ EncodedBytes encode_as(const PngEncoding& png, const VImage& picture, const Enco
             break;
     }
     bool indexed = png.color == PngColor::kIndexed;
+    if (indexed && encoding.may_widen && !has_at_most_colors(as_8_bit(image), size_t{1} << std::min(depth, 8))) {
+        indexed = false;
+        depth = 8;
+    }
     bool gray = image.bands() == 1;
     if (depth < 8 && !indexed && !gray && png.color != PngColor::kAuto) {
         unfit("PNG has no form of " + std::to_string(depth) + " bits per channel for this colour type");
@@ -261,8 +288,12 @@ EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const En
 
 EncodedBytes encode_as(const WebpEncoding& webp, const VImage& picture, const Encoding&) {
     check_sides(picture, Format::kWebp, 16383);
-    return save(as_rgb(as_8_bit(picture)), "webpsave_buffer",
-                VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality));
+    VImage image = as_rgb(as_8_bit(picture));
+    // A resolution has no place in the format but there.
+    bool plain = !has_metadata(image) && image.xres() == dots_per_millimeter(kDefaultResolution.horizontal) &&
+                 image.yres() == dots_per_millimeter(kDefaultResolution.vertical);
+    return save(image, "webpsave_buffer",
+                VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality)->set("strip", plain));
 }
 
 // Pixels of one colour become transparent.

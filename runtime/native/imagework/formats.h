@@ -111,6 +111,7 @@ struct Encoding {
     Argb background = kWhite;                    // stands behind the picture where the target has no alpha
     bool blend_alpha = true;                     // otherwise alpha is simply dropped there
     std::optional<Argb> transparent_color = {};  // its pixels are written as transparent
+    bool may_widen = false;                      // more colours than the palette holds make it true colour
 };
 
 // Default for every option of a format.

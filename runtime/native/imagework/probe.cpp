@@ -379,6 +379,7 @@ void probe_webp(std::span<const uint8_t> data, FileFacts& facts) {
     auto u24 = [&](uint64_t at) -> int64_t { return in.u16(at) | in.u8(at + 2) << 16; };
     if (starts_with(data, 12, "VP8X")) {
         facts.has_alpha = (in.u8(20) & 0x10) != 0;
+        facts.has_resolution = (in.u8(20) & 0x08) != 0;  // in its Exif data, if anywhere
         facts.width = u24(24) + 1;
         facts.height = u24(27) + 1;
         for (uint64_t at = 30; in.has(at, 8);) {  // which of the two codings the picture has

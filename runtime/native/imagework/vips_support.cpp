@@ -2,6 +2,8 @@
 #include "runtime/native/imagework/vips_support.h"
 
 #include <algorithm>
+#include <cstring>
+#include <unordered_set>
 
 #include "runtime/native/imagework/backend.h"
 
@@ -52,6 +54,24 @@ VImage luma(const VImage& image) {
         image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W;
     VImage weights = VImage::new_matrixv(3, 1, 0.299, 0.587, 0.114);
     return rounded_like(color_bands(image).recomb(weights), image).copy(VImage::option()->set("interpretation", kind));
+}
+
+bool has_at_most_colors(const VImage& image, size_t most) {
+    VImage memory = image.copy_memory();
+    const auto* pixel = static_cast<const uint8_t*>(memory.data());
+    size_t size = VIPS_IMAGE_SIZEOF_PEL(memory.get_image());
+    size_t count = static_cast<size_t>(memory.width()) * static_cast<size_t>(memory.height());
+    std::unordered_set<uint64_t> seen;
+    uint64_t last = 0;
+    for (size_t i = 0; i < count; i++, pixel += size) {
+        uint64_t value = 0;
+        std::memcpy(&value, pixel, size);
+        if (value == last && i > 0) continue;  // most pixels are like their neighbour
+        last = value;
+        seen.insert(value);
+        if (seen.size() > most) return false;
+    }
+    return true;
 }
 
 VImage as_8_bit(const VImage& image) {

@@ -56,6 +56,9 @@ vips::VImage as_rgb(const vips::VImage& image);
 // One band of luma by the weights of ITU-R BT.601, in the bit depth of the picture, without alpha.
 vips::VImage luma(const vips::VImage& image);
 
+// Whether the picture has at most so many different pixels.
+bool has_at_most_colors(const vips::VImage& image, size_t most);
+
 // 8 bits per channel.
 vips::VImage as_8_bit(const vips::VImage& image);
 

@@ -341,6 +341,7 @@ Encoding encoding_for(const ImageObject& image, const ManagedObject& options) {
 Encoding encoding_for(const ImageObject& image, Format format) {
     const FileFacts& facts = image.facts();
     Encoding encoding = default_encoding(format);
+    encoding.may_widen = true;
     if (facts.format == format && facts.encoding) {
         encoding.format = *facts.encoding;
         // A kind of colours that fits the picture as it is now: saving again must not lose what was worked into it.

@@ -1,0 +1,91 @@
+"""What the tests of images share: pictures from fixed seeds, Pillow and NumPy as judges, and the view of an image."""
+
+from __future__ import annotations
+
+import contextlib
+import re
+from collections.abc import Iterator
+from pathlib import Path
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from zelmor import imaging
+
+WIDTH, HEIGHT = 61, 43  # odd, so that padding of rows would show
+
+#: The formats by extension: managed name of the format, Pillow's name, whether a save is lossless by default.
+FORMATS = {
+    "png": ("PNG", "PNG", True),
+    "bmp": ("BMP", "BMP", True),
+    "tif": ("TIFF", "TIFF", True),
+    "webp": ("WEBP", "WEBP", True),
+    "gif": ("GIF", "GIF", False),
+    "jpg": ("JPEG", "JPEG", False),
+}
+
+
+def noise(bands: int = 3, seed: int = 1, width: int = WIDTH, height: int = HEIGHT) -> np.ndarray:
+    """Every pixel another colour."""
+    shape = (height, width, bands) if bands > 1 else (height, width)
+    return np.random.default_rng(seed).integers(0, 256, shape, dtype=np.uint8)
+
+
+def smooth(bands: int = 3, width: int = WIDTH, height: int = HEIGHT) -> np.ndarray:
+    """Soft waves, which any sound method of resampling or compression keeps."""
+    y, x = np.mgrid[0:height, 0:width]
+    waves = [127 + 110 * np.sin(x / (9 + 3 * k) + k) * np.cos(y / (8 + 2 * k)) for k in range(bands)]
+    picture = np.stack(waves, -1).round().astype(np.uint8)
+    return picture if bands > 1 else picture[..., 0]
+
+
+def few_colors(count: int = 16) -> np.ndarray:
+    """Blocks of `count` colours."""
+    colors = noise(3, seed=5, width=count, height=1)[0]
+    y, x = np.mgrid[0:HEIGHT, 0:WIDTH]
+    return colors[(x // 5 + y // 4 * 3) % count]
+
+
+def write(path: Path, pixels: np.ndarray, **options: object) -> str:
+    """Writes an array with Pillow; the format is the extension's."""
+    Pillow.fromarray(pixels).save(path, **options)
+    return str(path)
+
+
+def read(path: Path | str, mode: str | None = None) -> np.ndarray:
+    """The pixels of a file as Pillow sees them."""
+    with Pillow.open(path) as picture:
+        return np.asarray(picture.convert(mode) if mode else picture).astype(int)
+
+
+def raster(image: imaging.Image) -> imaging.RasterImage:
+    """An image seen as the raster image that it is."""
+    return imaging.RasterImage._cast_to(image).value
+
+
+def load(path: Path | str) -> imaging.RasterImage:
+    """Loads a file, to be worked on as a raster image."""
+    return raster(imaging.Image.load(str(path)))
+
+
+def pixels(image: imaging.Image, tmp_path: Path, mode: str = "RGB") -> np.ndarray:
+    """The pixels of an image, by way of a lossless file."""
+    image.save(str(tmp_path / "pixels.png"))
+    return read(tmp_path / "pixels.png", mode)
+
+
+def worst(a: np.ndarray, b: np.ndarray) -> int:
+    """The greatest difference between two pictures of the same shape."""
+    assert a.shape == b.shape
+    return int(np.abs(a.astype(int) - b.astype(int)).max())
+
+
+@contextlib.contextmanager
+def managed_error(name: str, *parts: str) -> Iterator[None]:
+    """A managed exception of this name arrives, and its text has all the parts in it."""
+    with pytest.raises(RuntimeError) as caught:
+        yield
+    text = str(caught.value)
+    assert re.match(rf"Proxy error\({name}\): .", text), text
+    for part in parts:
+        assert part in text, text
