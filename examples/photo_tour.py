@@ -92,6 +92,7 @@ def jpeg() -> ImageOptionsBase:
 
 def webp() -> ImageOptionsBase:
     options = WebPOptions()
+    options.lossless = False
     options.quality = 80.0
     return options
 
