@@ -17,7 +17,9 @@ constexpr unsigned int kDomainId = 1;
 std::atomic<bool> domain_is_up = false;
 int host;  // its address is the host handle
 
-bool is_ours(void* host_handle, unsigned int domain_id) { return host_handle == &host && domain_id == kDomainId; }
+bool is_ours(void* host_handle, unsigned int domain_id) {
+    return host_handle == &host && domain_id == kDomainId;
+}
 
 int shut_down(void* host_handle, unsigned int domain_id) {
     if (!is_ours(host_handle, domain_id) || !domain_is_up.exchange(false)) return kInvalidOperation;

@@ -37,6 +37,7 @@ constexpr DefaultValue kDefaults[] = {
     {kJpeg, "BitsPerChannel", 8},
     {kJpeg, "ColorType", 1},       // Y_CB_CR
     {kJpeg, "ResolutionUnit", 1},  // INCH
+    {kJpeg, "PreblendAlphaIfPresent", true},
 
     {kPng, "CompressionLevel", 6},
     {kPng, "DefaultCompressionLevel", 6},
@@ -90,6 +91,7 @@ constexpr DefaultValue kDefaults[] = {
     DefaultValue::color(kLoad, "DataBackgroundColor", kWhite),
 
     {kResize, "EntriesCount", 256},
+    {kResize, "Mode", 6},                     // LANCZOS_RESAMPLE
     {kResize, "ColorQuantizationMethod", 1},  // POPULARITY
 
     {kResolution, "HorizontalResolution", 96.0},
@@ -98,6 +100,8 @@ constexpr DefaultValue kDefaults[] = {
 
 }  // namespace
 
-std::span<const DefaultValue> default_values() { return kDefaults; }
+std::span<const DefaultValue> default_values() {
+    return kDefaults;
+}
 
 }  // namespace zelmor::embed

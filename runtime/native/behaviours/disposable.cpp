@@ -5,11 +5,14 @@ namespace zelmor::embed {
 
 namespace {
 
-bool get_disposed(ManagedObject& self) { return self.disposed(); }
+bool get_disposed(ManagedObject& self) {
+    return self.disposed();
+}
 
-const BehaviourTable table(Assembly::kImaging, {
+const Behaviour kMembers[] = {
     {"Zelmor.Imaging.DisposableObject", "get_Disposed", entry<&get_disposed>()},
-});
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
 
 }  // namespace
 

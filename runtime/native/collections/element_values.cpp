@@ -92,7 +92,9 @@ char element_result_code(const ElementType& element) {
     }
 }
 
-bool element_result_trails(const ElementType& element) { return element.wire == Wire::kInterface; }
+bool element_result_trails(const ElementType& element) {
+    return element.wire == Wire::kInterface;
+}
 
 Value read_element(CallFrame& frame, size_t index, const ElementType& element) {
     return read_wire(frame, index, crossing_wire(element), element.type());

@@ -104,15 +104,22 @@ constexpr ElementType kOtherElements[] = {
 
 }  // namespace
 
-const TypeInfo* ElementType::type() const { return find_type(name); }
+const TypeInfo* ElementType::type() const {
+    return find_type(name);
+}
 
-const ElementType* ElementType::inner() const { return wire == Wire::kCollection ? find_element(name) : nullptr; }
+const ElementType* ElementType::inner() const {
+    return wire == Wire::kCollection ? find_element(name) : nullptr;
+}
 
-const ElementType& variant_element() { return kVariantElement; }
+const ElementType& variant_element() {
+    return kVariantElement;
+}
 
 const ElementType* find_element(std::string_view id) {
-    const auto* found = std::lower_bound(std::begin(kElements), std::end(kElements), id,
-                                         [](const ElementType& element, std::string_view key) { return element.id < key; });
+    const auto* found =
+        std::lower_bound(std::begin(kElements), std::end(kElements), id,
+                         [](const ElementType& element, std::string_view key) { return element.id < key; });
     return found != std::end(kElements) && id == found->id ? found : nullptr;
 }
 
@@ -127,8 +134,8 @@ const ElementType& element_of(Wire wire, std::string_view type_name) {
         if (matches(element)) return element;
     }
     if (wire == Wire::kObject) return kVariantElement;
-    throw ManagedException("TypeLoadException", "There is no collection with elements of type '" +
-                                                    std::string(type_name) + "'.");
+    throw ManagedException("TypeLoadException",
+                           "There is no collection with elements of type '" + std::string(type_name) + "'.");
 }
 
 }  // namespace zelmor::embed

@@ -55,7 +55,9 @@ Value value_from(T x) {
     }
 }
 
-auto at(auto& items, size_t index) { return items.begin() + static_cast<std::ptrdiff_t>(index); }
+auto at(auto& items, size_t index) {
+    return items.begin() + static_cast<std::ptrdiff_t>(index);
+}
 
 // Ordering of values that have one: text by code units, numbers by size, booleans false first, null before all.
 bool less(const Value& a, const Value& b) {
@@ -164,11 +166,21 @@ const Value& ValueList::checked(const Value& value) const {
     return value;
 }
 
-void ValueList::set(size_t index, const Value& value) { items[index] = checked(value); }
-void ValueList::insert(size_t index, const Value& value) { items.insert(at(items, index), checked(value)); }
-void ValueList::erase(size_t first, size_t count) { items.erase(at(items, first), at(items, first + count)); }
-void ValueList::resize(size_t count) { items.resize(count, Ref<ManagedObject>()); }
-void ValueList::reverse() { std::reverse(items.begin(), items.end()); }
+void ValueList::set(size_t index, const Value& value) {
+    items[index] = checked(value);
+}
+void ValueList::insert(size_t index, const Value& value) {
+    items.insert(at(items, index), checked(value));
+}
+void ValueList::erase(size_t first, size_t count) {
+    items.erase(at(items, first), at(items, first + count));
+}
+void ValueList::resize(size_t count) {
+    items.resize(count, Ref<ManagedObject>());
+}
+void ValueList::reverse() {
+    std::reverse(items.begin(), items.end());
+}
 void ValueList::sort(bool descending) {
     std::stable_sort(items.begin(), items.end(),
                      [descending](const Value& a, const Value& b) { return descending ? less(b, a) : less(a, b); });

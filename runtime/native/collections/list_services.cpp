@@ -18,13 +18,21 @@ enum ElementStatus : int32_t { kDelivered = 0, kEmpty = 1, kOutOfRange = 2 };
 constexpr int32_t kDone = 1;
 constexpr int32_t kDeclined = 0;
 
-ManagedList& list_of(ServiceCall& call) { return target<ManagedList>(call.frame.argument<Handle>(0)); }
+ManagedList& list_of(ServiceCall& call) {
+    return target<ManagedList>(call.frame.argument<Handle>(0));
+}
 
-int32_t size_of(const ManagedList& list) { return static_cast<int32_t>(list.size()); }
+int32_t size_of(const ManagedList& list) {
+    return static_cast<int32_t>(list.size());
+}
 
-bool in_range(const ManagedList& list, int32_t index) { return index >= 0 && index < size_of(list); }
+bool in_range(const ManagedList& list, int32_t index) {
+    return index >= 0 && index < size_of(list);
+}
 
-size_t position(int32_t index) { return static_cast<size_t>(index); }
+size_t position(int32_t index) {
+    return static_cast<size_t>(index);
+}
 
 ManagedList& growing_list_of(ServiceCall& call) {
     ManagedList& list = list_of(call);
@@ -37,7 +45,9 @@ Value element_argument(ServiceCall& call, size_t index) {
 }
 
 // The same bound as in a Python slice.
-int32_t clamped(int32_t bound, int32_t size) { return std::clamp(bound < 0 ? bound + size : bound, 0, size); }
+int32_t clamped(int32_t bound, int32_t size) {
+    return std::clamp(bound < 0 ? bound + size : bound, 0, size);
+}
 
 // The list in a handle argument of a bulk operation; empty where it is something else, and the caller goes on alone.
 Ref<ManagedList> bulk_source(const VariantArg* arg) {
@@ -48,13 +58,18 @@ Ref<ManagedList> bulk_source(const VariantArg* arg) {
 std::vector<Value> elements_of(const ManagedList& list) {
     std::vector<Value> values;
     values.reserve(list.size());
-    for (size_t i = 0; i < list.size(); ++i) values.push_back(list.get(i));
+    for (size_t i = 0; i < list.size(); ++i)
+        values.push_back(list.get(i));
     return values;
 }
 
-void append(ManagedList& list, const Value& value) { list.insert(list.size(), value); }
+void append(ManagedList& list, const Value& value) {
+    list.insert(list.size(), value);
+}
 
-void length(ServiceCall& call) { call.frame.set_result(size_of(list_of(call))); }
+void length(ServiceCall& call) {
+    call.frame.set_result(size_of(list_of(call)));
+}
 
 void get_item(ServiceCall& call) {
     const ManagedList& list = list_of(call);
@@ -93,7 +108,9 @@ void set_item_no_check(ServiceCall& call) {
     list.set(position(index), element_argument(call, 2));
 }
 
-void add(ServiceCall& call) { append(growing_list_of(call), element_argument(call, 1)); }
+void add(ServiceCall& call) {
+    append(growing_list_of(call), element_argument(call, 1));
+}
 
 void insert(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
@@ -145,7 +162,8 @@ void inplace_concat(ServiceCall& call) {
     // Taken out first: the source may be the list itself.
     const std::vector<Value> added = elements_of(*source);
     list.reserve(list.size() + added.size());
-    for (const Value& value : added) append(list, value);
+    for (const Value& value : added)
+        append(list, value);
     call.frame.set_result<int32_t>(kDone);
 }
 
@@ -159,7 +177,8 @@ void inplace_repeat(ServiceCall& call) {
     }
     list.reserve(once.size() * static_cast<size_t>(count));
     for (int32_t i = 1; i < count; ++i) {
-        for (const Value& value : once) append(list, value);
+        for (const Value& value : once)
+            append(list, value);
     }
 }
 
@@ -185,7 +204,8 @@ void set_items(ServiceCall& call) {
     }
     require_run(list, start, count, step);
     const std::vector<Value> values = elements_of(*source);
-    for (int32_t i = 0; i < count; ++i) list.set(position(start + i * step), values[position(i)]);
+    for (int32_t i = 0; i < count; ++i)
+        list.set(position(start + i * step), values[position(i)]);
     call.frame.set_result<int32_t>(kDone);
 }
 
@@ -202,12 +222,17 @@ void remove_items(ServiceCall& call) {
         return list.erase(position(start), position(count));
     }
     require_run(list, start, count, step);
-    for (int32_t i = 0; i < count; ++i) list.erase(position(start + i * step), 1);
+    for (int32_t i = 0; i < count; ++i)
+        list.erase(position(start + i * step), 1);
 }
 
-void reverse(ServiceCall& call) { list_of(call).reverse(); }
+void reverse(ServiceCall& call) {
+    list_of(call).reverse();
+}
 
-void sort(ServiceCall& call) { list_of(call).sort(call.frame.argument<uint8_t>(1) != 0); }
+void sort(ServiceCall& call) {
+    list_of(call).sort(call.frame.argument<uint8_t>(1) != 0);
+}
 
 void index_by(ServiceCall& call) {
     const ManagedList& list = list_of(call);
@@ -226,7 +251,8 @@ void count_of(ServiceCall& call) {
     const ManagedList& list = list_of(call);
     const Value value = element_argument(call, 1);
     int32_t count = 0;
-    for (size_t i = 0; i < list.size(); ++i) count += values_equal(list.get(i), value);
+    for (size_t i = 0; i < list.size(); ++i)
+        count += values_equal(list.get(i), value);
     call.frame.set_result(count);
 }
 
@@ -252,7 +278,8 @@ Handle made_from(PyObject* object, HandleTag tag, ListShape shape) {
     const VariantArg arg{tag, object};
     const std::vector<Value> values = read_elements(&arg, variant_element(), "items");
     auto list = make_list(shape, variant_element());
-    for (const Value& value : values) append(*list, value);
+    for (const Value& value : values)
+        append(*list, value);
     return make_handle(std::move(list));
 }
 
@@ -326,6 +353,8 @@ constexpr ServiceOperation kOperations[] = {
 
 }  // namespace
 
-std::span<const ServiceOperation> list_operations() { return kOperations; }
+std::span<const ServiceOperation> list_operations() {
+    return kOperations;
+}
 
 }  // namespace zelmor::embed

@@ -24,7 +24,9 @@ void* typed_slot(const ElementType& element, bool is_list) {
     return nullptr;
 }
 
-Value object_value(void* handle) { return Ref<ManagedObject>(object_of(handle)); }
+Value object_value(void* handle) {
+    return Ref<ManagedObject>(object_of(handle));
+}
 
 }  // namespace
 
@@ -63,8 +65,8 @@ T PythonElements::read_scalar(size_t index) const {
 Value PythonElements::read_variant_element(size_t index) const {
     VariantArg element{};
     const int at = static_cast<int>(index);
-    const int status = is_list_ ? tables().olist->get_item(object_, at, &element)
-                                : tables().oseq->get_item(object_, at, &element);
+    const int status =
+        is_list_ ? tables().olist->get_item(object_, at, &element) : tables().oseq->get_item(object_, at, &element);
     if (status < 0) throw_python_error(("Reading element " + std::to_string(index)).c_str());
     // A sequence's element comes with a reference; behind a handle there is no Python object to give it back to.
     const bool owned = !is_list_ && element.tag >= kVariantString;
@@ -158,7 +160,8 @@ Ref<ManagedList> read_list(const VariantArg* arg, const ElementType& element) {
     }
     const PythonElements elements(*arg, element);
     auto list = make_list(ListShape::kArray, element, elements.size());
-    for (size_t i = 0; i < elements.size(); ++i) list->set(i, elements.read(i));
+    for (size_t i = 0; i < elements.size(); ++i)
+        list->set(i, elements.read(i));
     return list;
 }
 
@@ -167,7 +170,8 @@ std::vector<Value> read_elements(const VariantArg* arg, const ElementType& eleme
     if (!list) throw_argument_null(parameter);
     std::vector<Value> values;
     values.reserve(list->size());
-    for (size_t i = 0; i < list->size(); ++i) values.push_back(list->get(i));
+    for (size_t i = 0; i < list->size(); ++i)
+        values.push_back(list->get(i));
     return values;
 }
 

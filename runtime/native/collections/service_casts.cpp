@@ -51,13 +51,18 @@ void reinterpret(ServiceCall& call) {
 
 // A stands for a handle where the kind tests references alone, and for a tagged argument elsewhere.
 constexpr ServiceOperation kOperations[] = {
-    {"btp_TypeOf", "ir", type_of},          {"btp_CastTo", "iVr", cast_to},   {"btp_ReInterpretObj", "ipr", reinterpret},
-    {"btp_CastAs", "iDr", cast_as},         {"btp_IsAssignable", "iA", is_assignable_to},
+    {"btp_TypeOf", "ir", type_of},
+    {"btp_CastTo", "iVr", cast_to},
+    {"btp_ReInterpretObj", "ipr", reinterpret},
+    {"btp_CastAs", "iDr", cast_as},
+    {"btp_IsAssignable", "iA", is_assignable_to},
 };
 
 }  // namespace
 
-std::span<const ServiceOperation> cast_operations() { return kOperations; }
+std::span<const ServiceOperation> cast_operations() {
+    return kOperations;
+}
 
 bool fits_service(const ServiceClass& service, const ManagedObject& object) {
     const auto* list = dynamic_cast<const ManagedList*>(&object);

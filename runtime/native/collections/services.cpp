@@ -31,16 +31,20 @@ constexpr KindName kInteropKinds[] = {
     {"Stream", ServiceKind::kStream},
 };
 constexpr KindName kGenericKinds[] = {
-    {"Enumerator", ServiceKind::kEnumerator}, {"Enumerable", ServiceKind::kEnumerable},
-    {"CntCollection", ServiceKind::kCollection}, {"CntList", ServiceKind::kList},
-    {"Array", ServiceKind::kArray},           {"List", ServiceKind::kArrayList},
+    {"Enumerator", ServiceKind::kEnumerator},
+    {"Enumerable", ServiceKind::kEnumerable},
+    {"CntCollection", ServiceKind::kCollection},
+    {"CntList", ServiceKind::kList},
+    {"Array", ServiceKind::kArray},
+    {"List", ServiceKind::kArrayList},
 };
 
 // The entry points of each kind, as names parted by blanks. The spelling of the unchecked store differs on purpose.
 constexpr std::string_view kFourCasts = " btp_IsAssignable btp_TypeOf btp_CastTo btp_CastAs ";
 constexpr std::string_view kFiveCasts = " btp_IsAssignable btp_TypeOf btp_CastTo btp_ReInterpretObj btp_CastAs ";
 constexpr std::string_view kArrayNames =
-    " SqLength SqContains SqGetItem SqGetItemNoCheck SqSetItem SqSetItemNoChek MpSetItems Reverse Sort IndexBy CountOf ";
+    " SqLength SqContains SqGetItem SqGetItemNoCheck SqSetItem SqSetItemNoChek MpSetItems Reverse Sort IndexBy "
+    "CountOf ";
 constexpr std::string_view kArrayListNames =
     " SqLength Add Remove Clear SqContains SqGetItem SqGetItemNoCheck SqSetItem SqSetItemNoChek Insert RemoveAt Pop "
     "SqInplaceConcat SqInplaceRepeat MpSetItems MpRemoveItems Reverse Sort IndexBy CountOf EnsureCapacity ";
@@ -57,9 +61,11 @@ constexpr Names kNames[] = {
     {ServiceKind::kDisposable, false, {kFourCasts}},
     {ServiceKind::kEnumerator, false, {" MoveNext ", kFourCasts}},
     {ServiceKind::kEnumerable, false, {" GetEnumerator CreateInstanceFromPyIterable ", kFourCasts}},
-    {ServiceKind::kCollection, false,
+    {ServiceKind::kCollection,
+     false,
      {" SqLength SqContains CountOf CreateInstanceFromPyList CreateInstanceFromPyIterable ", kFourCasts}},
-    {ServiceKind::kList, false,
+    {ServiceKind::kList,
+     false,
      {" SqGetItem SqGetItemNoCheck SqSetItem SqSetItemNoCheck Add Insert Remove RemoveAt Pop Clear SqInplaceConcat "
       "SqInplaceRepeat MpSetItems MpRemoveItems Reverse Sort IndexBy SqContains CountOf ",
       kFromSequence, kFourCasts}},
@@ -70,9 +76,11 @@ constexpr Names kNames[] = {
     {ServiceKind::kStream, false, {kStreamNames, kFiveCasts}},
     {ServiceKind::kEnumerator, true, {" MoveNext ", kFourCasts}},
     {ServiceKind::kEnumerable, true, {" GetEnumerator ", kFourCasts}},
-    {ServiceKind::kCollection, true,
+    {ServiceKind::kCollection,
+     true,
      {" SqLength Add Remove Clear SqInplaceConcat SqInplaceRepeat SqContains CountOf "}},
-    {ServiceKind::kList, true,
+    {ServiceKind::kList,
+     true,
      {" SqGetItem SqGetItemNoCheck SqSetItem SqSetItemNoChek Insert RemoveAt Pop SqInplaceConcat SqInplaceRepeat "
       "MpSetItems MpRemoveItems Reverse Sort IndexBy CountOf ",
       kFourCasts}},
@@ -170,8 +178,8 @@ std::optional<ServiceClass> find_service_class(std::string_view managed_name) {
 EntryPoint make_service_delegate(const ServiceClass& service, std::string_view entry, Assembly assembly) {
     const ServiceOperation* operation = has_entry(service, entry) ? find_operation(entry) : nullptr;
     if (!operation) return {nullptr, nullptr};
-    auto context = std::make_unique<ServiceContext>(
-        ServiceContext{service, operation, signature_of(*operation, service)});
+    auto context =
+        std::make_unique<ServiceContext>(ServiceContext{service, operation, signature_of(*operation, service)});
     void* address = make_delegate(context->signature.c_str(), assembly, run, context.get());
     return {context.release()->signature.c_str(), address};  // the context belongs to the delegate, which stays
 }

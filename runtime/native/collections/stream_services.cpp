@@ -7,20 +7,36 @@ namespace zelmor::embed {
 
 namespace {
 
-ManagedStream& stream_of(ServiceCall& call) { return target<ManagedStream>(call.frame.argument<Handle>(0)); }
+ManagedStream& stream_of(ServiceCall& call) {
+    return target<ManagedStream>(call.frame.argument<Handle>(0));
+}
 
 size_t checked_count(int32_t count) {
     if (count < 0) throw_out_of_range("count", "The count " + std::to_string(count) + " is negative.");
     return static_cast<size_t>(count);
 }
 
-void can_read(ServiceCall& call) { call.frame.set_result<uint8_t>(stream_of(call).can_read()); }
-void can_seek(ServiceCall& call) { call.frame.set_result<uint8_t>(stream_of(call).can_seek()); }
-void can_write(ServiceCall& call) { call.frame.set_result<uint8_t>(stream_of(call).can_write()); }
-void length(ServiceCall& call) { call.frame.set_result(stream_of(call).length()); }
-void position(ServiceCall& call) { call.frame.set_result(stream_of(call).position()); }
-void close(ServiceCall& call) { stream_of(call).close(); }
-void flush(ServiceCall& call) { stream_of(call).flush(); }
+void can_read(ServiceCall& call) {
+    call.frame.set_result<uint8_t>(stream_of(call).can_read());
+}
+void can_seek(ServiceCall& call) {
+    call.frame.set_result<uint8_t>(stream_of(call).can_seek());
+}
+void can_write(ServiceCall& call) {
+    call.frame.set_result<uint8_t>(stream_of(call).can_write());
+}
+void length(ServiceCall& call) {
+    call.frame.set_result(stream_of(call).length());
+}
+void position(ServiceCall& call) {
+    call.frame.set_result(stream_of(call).position());
+}
+void close(ServiceCall& call) {
+    stream_of(call).close();
+}
+void flush(ServiceCall& call) {
+    stream_of(call).flush();
+}
 
 void read(ServiceCall& call) {
     auto* data = call.frame.argument<std::byte*>(1);
@@ -48,21 +64,18 @@ void set_length(ServiceCall& call) {
 }
 
 constexpr ServiceOperation kOperations[] = {
-    {"CanRead", "bp", can_read},
-    {"CanSeek", "bp", can_seek},
-    {"CanWrite", "bp", can_write},
-    {"Length", "lp", length},
-    {"Position", "lp", position},
-    {"Close", "vp", close},
-    {"Flush", "vp", flush},
-    {"Read", "ippi", read},
-    {"Seek", "lpli", seek},
-    {"SetLength", "lpil", set_length},
+    {"CanRead", "bp", can_read},   {"CanSeek", "bp", can_seek},
+    {"CanWrite", "bp", can_write}, {"Length", "lp", length},
+    {"Position", "lp", position},  {"Close", "vp", close},
+    {"Flush", "vp", flush},        {"Read", "ippi", read},
+    {"Seek", "lpli", seek},        {"SetLength", "lpil", set_length},
     {"Write", "vppi", write},
 };
 
 }  // namespace
 
-std::span<const ServiceOperation> stream_operations() { return kOperations; }
+std::span<const ServiceOperation> stream_operations() {
+    return kOperations;
+}
 
 }  // namespace zelmor::embed

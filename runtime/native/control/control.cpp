@@ -19,15 +19,21 @@ TextWriter& startup() {
     return writer;
 }
 
-void run(void* context, CallFrame& frame) { run_call(*static_cast<const HandedOut*>(context), frame); }
+void run(void* context, CallFrame& frame) {
+    run_call(*static_cast<const HandedOut*>(context), frame);
+}
 
 // The delegate with the journal in front; the same one for the same entry point.
 void* journaled(const Delegate& made, const char* assembly, const char* type, const char* method) {
     static auto& known = *new std::unordered_map<void*, std::unordered_map<std::string, void*>>;
     void*& address = known[made.address][std::string(assembly) + '\n' + type + '\n' + method];
     if (!address) {
-        auto* called = new HandedOut{find_assembly(assembly).value_or(Assembly::kImaging), type,          method,
-                                     made.full_name,                                      made.signature, made.address};
+        auto* called = new HandedOut{find_assembly(assembly).value_or(Assembly::kImaging),
+                                     type,
+                                     method,
+                                     made.full_name,
+                                     made.signature,
+                                     made.address};
         address = make_raw_delegate(made.signature, run, called);
     }
     return address;
@@ -65,6 +71,8 @@ Delegate on_create_delegate(const char* assembly, const char* type, const char* 
     return made;
 }
 
-std::string startup_text() { return startup().result(); }
+std::string startup_text() {
+    return startup().result();
+}
 
 }  // namespace zelmor::embed::control

@@ -14,7 +14,9 @@ int on_initialize(const char* exe_path, const char* domain_name, int property_co
 // Resolves, unless the entry point is to be missing, and puts the journal in front of the delegate.
 Delegate on_create_delegate(const char* assembly, const char* type, const char* method);
 #else
-inline int on_initialize(const char*, const char*, int, const char**, const char**) { return kOk; }
+inline int on_initialize(const char*, const char*, int, const char**, const char**) {
+    return kOk;
+}
 inline Delegate on_create_delegate(const char* assembly, const char* type, const char* method) {
     return resolve_delegate(assembly, type, method);
 }

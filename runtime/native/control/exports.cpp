@@ -35,19 +35,29 @@ std::optional<std::string> optional_text(const char* text) {
 
 }  // namespace
 
-ZELMOR_CONTROL void zelmor_control_journal_start() { journal_start(); }
-ZELMOR_CONTROL void zelmor_control_journal_stop() { journal_stop(); }
-ZELMOR_CONTROL void zelmor_control_journal_clear() { journal_clear(); }
+ZELMOR_CONTROL void zelmor_control_journal_start() {
+    journal_start();
+}
+ZELMOR_CONTROL void zelmor_control_journal_stop() {
+    journal_stop();
+}
+ZELMOR_CONTROL void zelmor_control_journal_clear() {
+    journal_clear();
+}
 ZELMOR_CONTROL size_t zelmor_control_journal_read(char* buffer, size_t size) {
     return deliver(journal_text(), buffer, size);
 }
-ZELMOR_CONTROL size_t zelmor_control_order_read(char* buffer, size_t size) { return deliver(order_text(), buffer, size); }
+ZELMOR_CONTROL size_t zelmor_control_order_read(char* buffer, size_t size) {
+    return deliver(order_text(), buffer, size);
+}
 ZELMOR_CONTROL size_t zelmor_control_startup_read(char* buffer, size_t size) {
     return deliver(startup_text(), buffer, size);
 }
 
 // Kinds: 0 all, 1 objects, 2 structs, 3 types.
-ZELMOR_CONTROL int64_t zelmor_control_live_handles(int kind) { return live_handles(static_cast<HandleKind>(kind)); }
+ZELMOR_CONTROL int64_t zelmor_control_live_handles(int kind) {
+    return live_handles(static_cast<HandleKind>(kind));
+}
 // How many handles are out by managed type, as a JSON object.
 ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
     std::map<std::string, int64_t> counts;
@@ -58,7 +68,8 @@ ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
         &counts);
     TextWriter writer;
     writer.open('{');
-    for (const auto& [name, count] : counts) writer.key(name).number(count);
+    for (const auto& [name, count] : counts)
+        writer.key(name).number(count);
     return deliver(writer.close('}').result(), buffer, size);
 }
 
@@ -66,7 +77,9 @@ ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
 ZELMOR_CONTROL int zelmor_control_settings_add(const char* text) {
     return add_settings(settings(), text).empty() ? 0 : -1;
 }
-ZELMOR_CONTROL void zelmor_control_settings_clear() { settings() = Settings(); }
+ZELMOR_CONTROL void zelmor_control_settings_clear() {
+    settings() = Settings();
+}
 
 // The next call of an entry point raises this; a null name or detail passes null to the callback.
 ZELMOR_CONTROL void zelmor_control_script_exception(const char* type, const char* method, const char* name,
@@ -92,8 +105,12 @@ ZELMOR_CONTROL void zelmor_control_script_hook(const char* type, const char* met
     script.hook = hook;
     add_script(std::move(script));
 }
-ZELMOR_CONTROL void zelmor_control_script_clear() { clear_scripts(); }
-ZELMOR_CONTROL size_t zelmor_control_script_count() { return script_count(); }
+ZELMOR_CONTROL void zelmor_control_script_clear() {
+    clear_scripts();
+}
+ZELMOR_CONTROL size_t zelmor_control_script_count() {
+    return script_count();
+}
 
 ZELMOR_CONTROL void* zelmor_control_callback(const char* assembly, const char* table, int slot) {
     const auto found = find_assembly(assembly);

@@ -82,7 +82,8 @@ size_t argument_width(char code) {
 __attribute__((no_sanitize("address"))) std::string bytes_at(const void* data, size_t size) {
     std::string copy(size, '\0');
     const auto* from = static_cast<const volatile char*>(data);
-    for (size_t i = 0; i < size; ++i) copy[i] = from[i];
+    for (size_t i = 0; i < size; ++i)
+        copy[i] = from[i];
     return copy;
 }
 
@@ -109,7 +110,8 @@ Snapshot snapshot(char code, uint64_t word) {
 
 std::vector<Snapshot> snapshots(const HandedOut& called, const std::vector<uint64_t>& words) {
     std::vector<Snapshot> shots;
-    for (size_t i = 0; i < words.size(); ++i) shots.push_back(snapshot(called.signature[i + 1], words[i]));
+    for (size_t i = 0; i < words.size(); ++i)
+        shots.push_back(snapshot(called.signature[i + 1], words[i]));
     return shots;
 }
 
@@ -165,7 +167,8 @@ void write_call(TextWriter& writer, const Call& call) {
     writer.key("method").text(call.called->method);
     writer.key("signature").text(call.called->signature);
     writer.key("arguments").open('[');
-    for (const uint64_t word : call.words) writer.word(word);
+    for (const uint64_t word : call.words)
+        writer.word(word);
     writer.close(']');
     write_shots(writer, "records", call.before);
     writer.key("contents").open('[');
@@ -180,20 +183,33 @@ void write_call(TextWriter& writer, const Call& call) {
 
 }  // namespace
 
-void journal_start() { state().recording = true; }
-void journal_stop() { state().recording = false; }
-void journal_clear() { state().calls.clear(); }
+void journal_start() {
+    state().recording = true;
+}
+void journal_stop() {
+    state().recording = false;
+}
+void journal_clear() {
+    state().calls.clear();
+}
 
 std::string journal_text() {
     TextWriter writer;
     writer.open('[');
-    for (const Call& call : state().calls) write_call(writer, call);
+    for (const Call& call : state().calls)
+        write_call(writer, call);
     return writer.close(']').result();
 }
 
-void add_script(Script script) { state().scripts.push_back(std::move(script)); }
-void clear_scripts() { state().scripts.clear(); }
-size_t script_count() { return state().scripts.size(); }
+void add_script(Script script) {
+    state().scripts.push_back(std::move(script));
+}
+void clear_scripts() {
+    state().scripts.clear();
+}
+size_t script_count() {
+    return state().scripts.size();
+}
 
 void note_request(const char* assembly, const char* type, const char* method, int status) {
     state().order.open('{').key("event").text("create_delegate").key("assembly").text(assembly);
@@ -205,11 +221,13 @@ void note_hand_over(const HandedOut& called) {
     state().order.key("type").text(called.type).key("method").text(called.method).close('}');
 }
 
-std::string order_text() { return state().order.result() + "]"; }
+std::string order_text() {
+    return state().order.result() + "]";
+}
 
 void run_call(const HandedOut& called, CallFrame& frame) {
-    const bool hands_over = called.type == kExchangeHostType &&
-                            (called.method.starts_with("Set") || called.method == "InitServices");
+    const bool hands_over =
+        called.type == kExchangeHostType && (called.method.starts_with("Set") || called.method == "InitServices");
     if (hands_over) note_hand_over(called);
 
     const bool recording = state().recording;
@@ -219,7 +237,8 @@ void run_call(const HandedOut& called, CallFrame& frame) {
         call.before = snapshots(called, call.words);
     }
     auto& scripts = state().scripts;
-    const auto script = std::find_if(scripts.begin(), scripts.end(), [&](const Script& s) { return matches(s, called); });
+    const auto script =
+        std::find_if(scripts.begin(), scripts.end(), [&](const Script& s) { return matches(s, called); });
     if (script != scripts.end()) {
         const Script played = std::move(*script);
         scripts.erase(script);  // before it runs: what it calls may be scripted too

@@ -32,7 +32,7 @@ struct Script {
     std::string type;
     std::string method;
     bool raises = false;
-    std::optional<std::string> name;    // of the exception; nothing passes null
+    std::optional<std::string> name;  // of the exception; nothing passes null
     std::optional<std::string> detail;
     uint64_t result = 0;
     std::vector<OutBytes> out;  // copied through the pointer of an argument

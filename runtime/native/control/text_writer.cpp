@@ -50,7 +50,9 @@ TextWriter& TextWriter::text(std::string_view value) {
     return *this;
 }
 
-TextWriter& TextWriter::text_or_null(const char* value) { return value ? text(value) : null(); }
+TextWriter& TextWriter::text_or_null(const char* value) {
+    return value ? text(value) : null();
+}
 
 TextWriter& TextWriter::number(int64_t value) {
     separate();

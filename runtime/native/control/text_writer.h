@@ -17,7 +17,7 @@ class TextWriter {
     TextWriter& text(std::string_view value);
     TextWriter& text_or_null(const char* value);
     TextWriter& number(int64_t value);
-    TextWriter& word(uint64_t value);  // "0x1f"
+    TextWriter& word(uint64_t value);                  // "0x1f"
     TextWriter& bytes(const void* data, size_t size);  // hexadecimal digits
     TextWriter& null();
     const std::string& result() const { return result_; }

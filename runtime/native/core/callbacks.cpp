@@ -41,7 +41,9 @@ Function handed_over(Function function, const char* name) {
 
 }  // namespace
 
-const char* assembly_name(Assembly assembly) { return kAssemblyNames[static_cast<size_t>(assembly)]; }
+const char* assembly_name(Assembly assembly) {
+    return kAssemblyNames[static_cast<size_t>(assembly)];
+}
 
 std::optional<Assembly> find_assembly(std::string_view assembly_name) {
     for (size_t i = 0; i < kAssemblyNames.size(); ++i) {
@@ -50,7 +52,9 @@ std::optional<Assembly> find_assembly(std::string_view assembly_name) {
     return std::nullopt;
 }
 
-Callbacks& callbacks_of(Assembly assembly) { return all_callbacks[static_cast<size_t>(assembly)]; }
+Callbacks& callbacks_of(Assembly assembly) {
+    return all_callbacks[static_cast<size_t>(assembly)];
+}
 
 const Callbacks& callbacks() {
     if (current && current->exception) return *current;
@@ -60,14 +64,20 @@ const Callbacks& callbacks() {
     return all_callbacks[static_cast<size_t>(Assembly::kImaging)];
 }
 
-const PyStaticCallbacks& tables() { return *handed_over(callbacks().tables, "static tables"); }
+const PyStaticCallbacks& tables() {
+    return *handed_over(callbacks().tables, "static tables");
+}
 
-const PyObjApiCallbacks& object_api() { return *handed_over(callbacks().objects, "object table"); }
+const PyObjApiCallbacks& object_api() {
+    return *handed_over(callbacks().objects, "object table");
+}
 
 AssemblyScope::AssemblyScope(Assembly assembly) noexcept
     : saved_(std::exchange(current, &all_callbacks[static_cast<size_t>(assembly)])) {}
 
-AssemblyScope::~AssemblyScope() { current = saved_; }
+AssemblyScope::~AssemblyScope() {
+    current = saved_;
+}
 
 PyHeld PyHeld::borrow(PyObject* object) {
     object_api().inc_ref(object);
@@ -91,14 +101,18 @@ PyObject* PyHeld::new_reference() const {
     return object_;
 }
 
-PyObject* py_none() { return checked(object_api().get_none()); }
+PyObject* py_none() {
+    return checked(object_api().get_none());
+}
 
 PyObject* py_string(std::u16string_view text) {
     const auto build = handed_over(callbacks().py_string, "string builder");
     return checked(build(text.data() ? text.data() : u"", checked_length(text.size(), "A string")));
 }
 
-PyObject* py_string_utf8(std::string_view text) { return py_string(to_utf16(text)); }
+PyObject* py_string_utf8(std::string_view text) {
+    return py_string(to_utf16(text));
+}
 
 PyObject* py_bytes(std::span<const std::byte> data) {
     const auto build = handed_over(callbacks().py_bytes, "bytes builder");
@@ -106,16 +120,22 @@ PyObject* py_bytes(std::span<const std::byte> data) {
     return checked(build(chars ? chars : "", checked_length(data.size(), "An array")));
 }
 
-PyObject* py_bool(bool value) { return checked(tables().write->boolean(value ? 1 : 0)); }
+PyObject* py_bool(bool value) {
+    return checked(tables().write->boolean(value ? 1 : 0));
+}
 
 PyObject* py_int(int64_t value) {
     if (value >= INT32_MIN && value <= INT32_MAX) return checked(tables().write->int32(static_cast<int>(value)));
     return checked(tables().write->int64(value));
 }
 
-PyObject* py_uint(uint64_t value) { return checked(tables().write->uint64(value)); }
+PyObject* py_uint(uint64_t value) {
+    return checked(tables().write->uint64(value));
+}
 
-PyObject* py_float(double value) { return checked(tables().write->float64(value)); }
+PyObject* py_float(double value) {
+    return checked(tables().write->float64(value));
+}
 
 void throw_python_error(const char* doing_what) {
     void* owner = nullptr;
@@ -125,7 +145,8 @@ void throw_python_error(const char* doing_what) {
     if (collect && collect(&owner, &text) == 0) {
         const PyHeld held = PyHeld::steal(static_cast<PyObject*>(owner));
         detail += ": " + read_string_utf8(text).value_or("");
-        while (!detail.empty() && detail.back() == '\n') detail.pop_back();
+        while (!detail.empty() && detail.back() == '\n')
+            detail.pop_back();
     } else {
         detail += " without a message.";
     }

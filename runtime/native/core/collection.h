@@ -16,11 +16,11 @@ namespace zelmor::embed {
 
 // The element of a typed collection. Elements of the same identifier are of the same type.
 struct ElementType {
-    const char* id;     // eight hexadecimal digits; "" for the untyped collections, whose elements are any value
-    Wire wire;          // kObject for the untyped ones
-    const char* name;   // full managed name of a class, struct, interface or enumeration, of a number's .NET type, or
-                        // the identifier of the inner element for an array of arrays (wire kCollection)
-    const TypeInfo* type() const;  // null for numbers, text, bytes, arrays of arrays and variants
+    const char* id;    // eight hexadecimal digits; "" for the untyped collections, whose elements are any value
+    Wire wire;         // kObject for the untyped ones
+    const char* name;  // full managed name of a class, struct, interface or enumeration, of a number's .NET type, or
+                       // the identifier of the inner element for an array of arrays (wire kCollection)
+    const TypeInfo* type() const;      // null for numbers, text, bytes, arrays of arrays and variants
     const ElementType* inner() const;  // of an array of arrays
 };
 

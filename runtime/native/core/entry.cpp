@@ -13,16 +13,20 @@ const BehaviourTable*& chain() {
     return first;
 }
 
-std::string key_of(const char* type, const char* entry) { return std::string(type) + '\n' + entry; }
+std::string key_of(const char* type, const char* entry) {
+    return std::string(type) + '\n' + entry;
+}
 
 }  // namespace
 
-BehaviourTable::BehaviourTable(Assembly assembly, std::initializer_list<Behaviour> behaviours)
-    : assembly_(assembly), behaviours_(behaviours), next_(chain()) {
+BehaviourTable::BehaviourTable(Assembly assembly, std::span<const Behaviour> behaviours)
+    : assembly_(assembly), behaviours_(behaviours.begin(), behaviours.end()), next_(chain()) {
     chain() = this;
 }
 
-const BehaviourTable* BehaviourTable::first() { return chain(); }
+const BehaviourTable* BehaviourTable::first() {
+    return chain();
+}
 
 const Behaviour* find_behaviour(const char* type_full_name, const char* entry_name) {
     using Index = std::unordered_map<std::string, const Behaviour*>;
@@ -41,7 +45,9 @@ const Behaviour* find_behaviour(const char* type_full_name, const char* entry_na
 
 namespace detail {
 
-void throw_null_string() { throw_argument_null("a text argument"); }
+void throw_null_string() {
+    throw_argument_null("a text argument");
+}
 
 }  // namespace detail
 

@@ -5,10 +5,11 @@
 //
 //     SizeValue size_add(const SizeValue& a, const SizeValue& b);          // "pVV"
 //     void set_width(SizeValue& self, int32_t width);                      // "vpi"
-//     const BehaviourTable table(Assembly::kImaging, {
+//     const Behaviour kMembers[] = {
 //         {"Zelmor.Imaging.Size", "call_000_Add", entry<&size_add>()},
 //         {"Zelmor.Imaging.Size", "set_Width", entry<&set_width>()},
-//     });
+//     };
+//     const BehaviourTable table(Assembly::kImaging, kMembers);
 //
 // Parameters:  numbers, bool, enum class (by underlying type); Handle (raw); T& and T* of a managed object, T* may be
 // null; const V& or V of a value type (an argument), V& (the instance itself); std::string (UTF-8) and std::u16string,
@@ -22,6 +23,7 @@
 #include <array>
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -59,7 +61,9 @@ struct Behaviour {
 // The behaviours of one file. Defined at namespace scope; linking the file is all that it takes to register it.
 class BehaviourTable {
  public:
-    BehaviourTable(Assembly assembly, std::initializer_list<Behaviour> behaviours);
+    BehaviourTable(Assembly assembly, std::span<const Behaviour> behaviours);
+    BehaviourTable(Assembly assembly, std::initializer_list<Behaviour> behaviours)
+        : BehaviourTable(assembly, std::span(behaviours.begin(), behaviours.size())) {}
     // Adds one whose name is made at run time; the name has to stay. Only before the first look-up.
     void add(const Behaviour& behaviour) { behaviours_.push_back(behaviour); }
     Assembly assembly() const { return assembly_; }

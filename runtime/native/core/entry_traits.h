@@ -42,7 +42,7 @@ struct Arg<T> {
     static T read(T value) { return value; }
 };
 template <class T>
-    requires std::is_enum_v<T>
+requires std::is_enum_v<T>
 struct Arg<T> {
     using Wire = std::underlying_type_t<T>;
     static constexpr char code = scalar_code<Wire>();
@@ -128,7 +128,7 @@ struct Arg<std::optional<std::string>> : TextArg {
     static std::optional<std::string> read(const PyStringArg* value) { return read_string_utf8(*value); }
 };
 template <class S>
-    requires std::is_same_v<S, std::string> || std::is_same_v<S, std::u16string>
+requires std::is_same_v<S, std::string> || std::is_same_v<S, std::u16string>
 struct Arg<S> : TextArg {
     static S read(const PyStringArg* value) {
         auto text = Arg<std::optional<S>>::read(value);
@@ -137,8 +137,8 @@ struct Arg<S> : TextArg {
     }
 };
 template <class T>
-    requires(!StructValue<T> && !ManagedClass<T>)
-struct Arg<const T&> : Arg<T> {};
+requires(!StructValue<T> && !ManagedClass<T>) struct Arg<const T&> : Arg<T> {
+};
 
 // Result: write() makes what the delegate returns; kTrailing where it leaves through an out record instead.
 template <class R>
@@ -156,7 +156,7 @@ struct Result<T> {
     static T write(T value) { return value; }
 };
 template <class T>
-    requires std::is_enum_v<T>
+requires std::is_enum_v<T>
 struct Result<T> {
     using Wire = std::underlying_type_t<T>;
     static constexpr char code = scalar_code<Wire>();
@@ -225,7 +225,9 @@ struct Result<Collection> {
     static void write(const Collection& value, Out out) { write_collection(value.value, out); }
 };
 template <class R>
-concept TrailingResult = requires { typename Result<R>::Out; };
+concept TrailingResult = requires {
+    typename Result<R>::Out;
+};
 
 template <auto F, Assembly A, class Type = decltype(F)>
 struct Boundary;

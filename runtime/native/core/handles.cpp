@@ -77,7 +77,9 @@ Handle make_handle(Ref<ManagedObject> object) {
     return reinterpret_cast<Handle>(static_cast<uint64_t>(slot.generation) << 32 | number);
 }
 
-ManagedObject* object_of(Handle handle) { return handle ? live_slot(handle).object : nullptr; }
+ManagedObject* object_of(Handle handle) {
+    return handle ? live_slot(handle).object : nullptr;
+}
 
 ManagedObject& require_object(Handle handle) {
     if (!handle) throw_null_reference("Object reference not set to an instance of an object.");
@@ -97,7 +99,9 @@ void free_handle(Handle handle) {
     table().first_free = number;
 }  // the object may go here and may itself give handles or Python references back: the table is consistent by then
 
-int64_t live_handles(HandleKind kind) { return table().live[static_cast<size_t>(kind)]; }
+int64_t live_handles(HandleKind kind) {
+    return table().live[static_cast<size_t>(kind)];
+}
 
 void for_each_live_handle(void (*visit)(const ManagedObject&, void*), void* context) {
     for (const Slot& slot : table().slots) {

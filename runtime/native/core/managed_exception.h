@@ -30,13 +30,13 @@ class PythonErrorPending : public std::exception {
     const char* what() const noexcept override { return "a Python error is pending"; }
 };
 
-[[noreturn]] void throw_null_reference(const std::string& what);                        // NullReferenceException
-[[noreturn]] void throw_argument_null(const std::string& parameter);                    // ArgumentNullException
-[[noreturn]] void throw_argument(const std::string& detail);                            // ArgumentException
+[[noreturn]] void throw_null_reference(const std::string& what);      // NullReferenceException
+[[noreturn]] void throw_argument_null(const std::string& parameter);  // ArgumentNullException
+[[noreturn]] void throw_argument(const std::string& detail);          // ArgumentException
 [[noreturn]] void throw_out_of_range(const std::string& parameter, const std::string& detail);  // ArgumentOutOfRange...
-[[noreturn]] void throw_invalid_operation(const std::string& detail);                   // InvalidOperationException
-[[noreturn]] void throw_invalid_cast(const std::string& from, const std::string& to);   // InvalidCastException
-[[noreturn]] void throw_disposed(const std::string& type_name);                         // ObjectDisposedException
-[[noreturn]] void throw_not_supported(const std::string& member);                       // NotSupportedException
+[[noreturn]] void throw_invalid_operation(const std::string& detail);                  // InvalidOperationException
+[[noreturn]] void throw_invalid_cast(const std::string& from, const std::string& to);  // InvalidCastException
+[[noreturn]] void throw_disposed(const std::string& type_name);                        // ObjectDisposedException
+[[noreturn]] void throw_not_supported(const std::string& member);                      // NotSupportedException
 
 }  // namespace zelmor::embed

@@ -6,7 +6,9 @@
 
 namespace zelmor::embed {
 
-std::u16string ManagedObject::to_text() const { return to_utf16(type().full_name); }
+std::u16string ManagedObject::to_text() const {
+    return to_utf16(type().full_name);
+}
 
 int32_t ManagedObject::hash_code() const {
     // A running number, spread over the word, is cheaper than the address and the same in every run.
@@ -15,7 +17,9 @@ int32_t ManagedObject::hash_code() const {
     return hash_;
 }
 
-Ref<ManagedObject> ManagedObject::copy() const { throw_not_supported(std::string("Copying a ") + type().full_name); }
+Ref<ManagedObject> ManagedObject::copy() const {
+    throw_not_supported(std::string("Copying a ") + type().full_name);
+}
 
 void ManagedObject::require_live() const {
     if (disposed_) throw_disposed(type().full_name);

@@ -140,7 +140,8 @@ Value& static_slot(const TypeInfo& type, std::string_view name) {
 bool keyword_matches(std::string_view managed_name, std::string_view keyword) {
     size_t k = 0;
     for (const char c : managed_name) {
-        while (k < keyword.size() && keyword[k] == '_') ++k;
+        while (k < keyword.size() && keyword[k] == '_')
+            ++k;
         if (k == keyword.size()) return false;
         const char lower = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
         if (keyword[k++] != lower) return false;
@@ -209,7 +210,8 @@ Value zero_value(Wire wire, const TypeInfo* type) {
 Record::Record(const TypeInfo& type) : ManagedObject(type) {
     const Layout& layout = layout_of(type);
     slots_.reserve(layout.defaults.size());
-    for (const Value& value : layout.defaults) slots_.push_back(copied(value));
+    for (const Value& value : layout.defaults)
+        slots_.push_back(copied(value));
 }
 
 bool Record::equals(const ManagedObject& other) const {
@@ -221,7 +223,8 @@ bool Record::equals(const ManagedObject& other) const {
 int32_t Record::hash_code() const {
     if (type().kind != TypeKind::kStruct) return ManagedObject::hash_code();
     uint32_t hash = 17;
-    for (const Value& value : slots_) hash = hash * 31 + static_cast<uint32_t>(hash_of_value(value));
+    for (const Value& value : slots_)
+        hash = hash * 31 + static_cast<uint32_t>(hash_of_value(value));
     return static_cast<int32_t>(hash);
 }
 
@@ -265,7 +268,9 @@ Ref<ManagedObject> make_instance(const TypeInfo& type) {
     return make_ref<Record>(type);
 }
 
-Ref<ManagedObject> make_instance(std::string_view full_name) { return make_instance(require_type(full_name)); }
+Ref<ManagedObject> make_instance(std::string_view full_name) {
+    return make_instance(require_type(full_name));
+}
 
 const Value& property(const ManagedObject& object, std::string_view name) {
     int slot = -1;
@@ -287,7 +292,9 @@ int64_t property_int(const ManagedObject& object, std::string_view name) {
     throw_invalid_cast(std::string(object.type().full_name) + "." + std::string(name), "an integer");
 }
 
-bool property_bool(const ManagedObject& object, std::string_view name) { return property_int(object, name) != 0; }
+bool property_bool(const ManagedObject& object, std::string_view name) {
+    return property_int(object, name) != 0;
+}
 
 double property_double(const ManagedObject& object, std::string_view name) {
     const Value& value = property(object, name);
@@ -313,7 +320,9 @@ bool has_property(const ManagedObject& object, std::string_view name) {
     return dynamic_cast<const Record*>(&object) && layout_of(object.type()).find(name) >= 0;
 }
 
-const Value& static_property(const TypeInfo& type, std::string_view name) { return static_slot(type, name); }
+const Value& static_property(const TypeInfo& type, std::string_view name) {
+    return static_slot(type, name);
+}
 
 void set_static_property(const TypeInfo& type, std::string_view name, Value value) {
     static_slot(type, name) = std::move(value);

@@ -69,9 +69,9 @@ struct FactoryRegistration {
 // Reading and writing by managed name; a name that the type does not have raises MissingMemberException.
 const Value& property(const ManagedObject& object, std::string_view name);
 void set_property(ManagedObject& object, std::string_view name, Value value);
-int64_t property_int(const ManagedObject& object, std::string_view name);     // integers, enumerations, bool
+int64_t property_int(const ManagedObject& object, std::string_view name);  // integers, enumerations, bool
 bool property_bool(const ManagedObject& object, std::string_view name);
-double property_double(const ManagedObject& object, std::string_view name);   // also of an integer
+double property_double(const ManagedObject& object, std::string_view name);  // also of an integer
 std::optional<std::u16string> property_string(const ManagedObject& object, std::string_view name);  // nothing for null
 Ref<ManagedObject> property_object(const ManagedObject& object, std::string_view name);             // may be empty
 bool has_property(const ManagedObject& object, std::string_view name);

@@ -24,7 +24,9 @@ const TypeInfo& stream_type() {
     return type;
 }
 
-int chunk(size_t count) { return static_cast<int>(std::min<size_t>(count, INT_MAX)); }
+int chunk(size_t count) {
+    return static_cast<int>(std::min<size_t>(count, INT_MAX));
+}
 
 // A Python file. It is held for as long as the stream lives, so that a container may keep it beyond the call.
 class PyFileStream final : public ManagedStream {
@@ -91,8 +93,10 @@ class PyFileStream final : public ManagedStream {
 int64_t moved(int64_t base, int64_t offset) {
     int64_t target = 0;
     if (__builtin_add_overflow(base, offset, &target) || target < 0) {
-        throw ManagedException("IOException", "An attempt was made to move the position before the beginning of the "
-                                              "stream (offset " + std::to_string(offset) + ").");
+        throw ManagedException("IOException",
+                               "An attempt was made to move the position before the beginning of the "
+                               "stream (offset " +
+                                   std::to_string(offset) + ").");
     }
     return target;
 }
@@ -155,7 +159,8 @@ class MemoryStream final : public ManagedStream {
             const std::string parent = slash == std::string::npos ? "." : path.substr(0, std::max<size_t>(slash, 1));
             struct stat info {};
             if (stat(parent.c_str(), &info) != 0) {
-                throw ManagedException("DirectoryNotFoundException", "Could not find a part of the path " + quoted + ".");
+                throw ManagedException("DirectoryNotFoundException",
+                                       "Could not find a part of the path " + quoted + ".");
             }
             throw ManagedException("FileNotFoundException", "Could not find file " + quoted + ".");
         }
@@ -179,8 +184,9 @@ class FileStream final : public ManagedStream {
         : ManagedStream(intern_type("System.IO.FileStream", TypeKind::kClass, &stream_type())),
           path_(std::move(path)),
           writable_(use != FileUse::kRead) {
-        const int flags = use == FileUse::kRead ? O_RDONLY : use == FileUse::kReadWrite ? O_RDWR
-                                                                                        : O_RDWR | O_CREAT | O_TRUNC;
+        const int flags = use == FileUse::kRead        ? O_RDONLY
+                          : use == FileUse::kReadWrite ? O_RDWR
+                                                       : O_RDWR | O_CREAT | O_TRUNC;
         descriptor_ = ::open(path_.c_str(), flags | O_CLOEXEC, 0666);
         if (descriptor_ < 0) throw_file_error(path_, errno);
         struct stat info {};
@@ -306,6 +312,8 @@ Ref<ManagedStream> make_memory_stream(std::vector<std::byte> content) {
     return make_ref<MemoryStream>(std::move(content));
 }
 
-Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use) { return make_ref<FileStream>(path, use); }
+Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use) {
+    return make_ref<FileStream>(path, use);
+}
 
 }  // namespace zelmor::embed

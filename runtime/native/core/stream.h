@@ -37,7 +37,7 @@ class ManagedStream : public ManagedObject {
     // The Python file behind the stream, or null: a result shows that one instead of a wrapper.
     virtual PyObject* python_file() const { return nullptr; }
 
-    std::vector<std::byte> read_to_end();  // from the position on
+    std::vector<std::byte> read_to_end();          // from the position on
     void read_exactly(std::span<std::byte> into);  // EndOfStreamException when there is less
 };
 

@@ -43,7 +43,10 @@ constexpr char32_t kReplacement = 0xFFFD;
 char32_t next_code_point(std::string_view utf8, size_t& position) {
     const auto lead = static_cast<uint8_t>(utf8[position++]);
     if (lead < 0x80) return lead;
-    const int more = lead >= 0xF0 && lead < 0xF5 ? 3 : lead >= 0xE0 && lead < 0xF0 ? 2 : lead >= 0xC2 && lead < 0xE0 ? 1 : 0;
+    const int more = lead >= 0xF0 && lead < 0xF5   ? 3
+                     : lead >= 0xE0 && lead < 0xF0 ? 2
+                     : lead >= 0xC2 && lead < 0xE0 ? 1
+                                                   : 0;
     if (more == 0 || position + static_cast<size_t>(more) > utf8.size()) return kReplacement;
     char32_t code = static_cast<char32_t>(lead & (0x3F >> more));
     for (int i = 0; i < more; ++i) {
@@ -62,7 +65,8 @@ std::u16string widen(const void* data, size_t length) {
     const auto* chars = static_cast<const Char*>(data);
     std::u16string text;
     text.reserve(length);
-    for (size_t i = 0; i < length; ++i) append_utf16(text, chars[i]);
+    for (size_t i = 0; i < length; ++i)
+        append_utf16(text, chars[i]);
     return text;
 }
 
@@ -93,7 +97,8 @@ std::u16string general(Float value, int exponent_limit) {
 std::u16string to_utf16(std::string_view utf8) {
     std::u16string text;
     text.reserve(utf8.size());
-    for (size_t position = 0; position < utf8.size();) append_utf16(text, next_code_point(utf8, position));
+    for (size_t position = 0; position < utf8.size();)
+        append_utf16(text, next_code_point(utf8, position));
     return text;
 }
 
@@ -135,8 +140,12 @@ std::u16string number_text(int64_t value) {
     return {text.begin(), text.end()};
 }
 
-std::u16string number_text(float value) { return general(value, 7); }
+std::u16string number_text(float value) {
+    return general(value, 7);
+}
 
-std::u16string number_text(double value) { return general(value, 15); }
+std::u16string number_text(double value) {
+    return general(value, 15);
+}
 
 }  // namespace zelmor::embed

@@ -80,8 +80,8 @@ const TypeInfo* find_type(std::string_view full_name) {
 const TypeInfo& require_type(std::string_view full_name) {
     const TypeInfo* type = find_type(full_name);
     if (!type) {
-        throw ManagedException("TypeLoadException", "Could not load type '" + std::string(full_name) +
-                                                        "': the catalogue does not have it.");
+        throw ManagedException("TypeLoadException",
+                               "Could not load type '" + std::string(full_name) + "': the catalogue does not have it.");
     }
     return *type;
 }
@@ -92,7 +92,9 @@ const TypeInfo* find_host_class(std::string_view host_class) {
     return found == map.end() ? nullptr : found->second;
 }
 
-const TypeInfo* type_at(int16_t index) { return index == kNoType ? nullptr : &types()[static_cast<size_t>(index)]; }
+const TypeInfo* type_at(int16_t index) {
+    return index == kNoType ? nullptr : &types()[static_cast<size_t>(index)];
+}
 
 const TypeInfo& object_type() {
     static const TypeInfo& type = well_known("System.Object", TypeKind::kClass);
@@ -171,14 +173,18 @@ const EnumMember* find_enum_member(const TypeInfo& type, int64_t value) {
     return nullptr;
 }
 
-std::u16string TypeObject::to_text() const { return to_utf16(described_->full_name); }
+std::u16string TypeObject::to_text() const {
+    return to_utf16(described_->full_name);
+}
 
 bool TypeObject::equals(const ManagedObject& other) const {
     const auto* type = dynamic_cast<const TypeObject*>(&other);
     return type && type->described_ == described_;
 }
 
-int32_t TypeObject::hash_code() const { return static_cast<int32_t>(embed::type_id(*described_) * 2654435761); }
+int32_t TypeObject::hash_code() const {
+    return static_cast<int32_t>(embed::type_id(*described_) * 2654435761);
+}
 
 Ref<TypeObject> type_object(const TypeInfo& type) {
     Ref<TypeObject>& known = registry().type_objects[&type];
@@ -209,6 +215,8 @@ bool EnumObject::equals(const ManagedObject& other) const {
     return &other.type() == &type() && static_cast<const EnumObject&>(other).value_ == value_;
 }
 
-int32_t EnumObject::hash_code() const { return static_cast<int32_t>(value_ ^ (value_ >> 32)); }
+int32_t EnumObject::hash_code() const {
+    return static_cast<int32_t>(value_ ^ (value_ >> 32));
+}
 
 }  // namespace zelmor::embed

@@ -20,11 +20,11 @@ const TypeInfo* find_host_class(std::string_view host_class);
 // The type at an index of the tables; null for kNoType.
 const TypeInfo* type_at(int16_t index);
 
-const TypeInfo& object_type();       // System.Object
-const TypeInfo& type_type();         // System.Type
-const TypeInfo& enum_type();         // System.Enum
-const TypeInfo& disposable_type();   // System.IDisposable
-const TypeInfo& string_type();       // System.String
+const TypeInfo& object_type();      // System.Object
+const TypeInfo& type_type();        // System.Type
+const TypeInfo& enum_type();        // System.Enum
+const TypeInfo& disposable_type();  // System.IDisposable
+const TypeInfo& string_type();      // System.String
 
 // Adds a type that no catalogue has (an array, an enumerator); the name must stay alive. Same name, same type.
 const TypeInfo& intern_type(std::string_view full_name, TypeKind kind = TypeKind::kClass,

@@ -16,12 +16,15 @@ struct Overloaded : F... {
 template <class... F>
 Overloaded(F...) -> Overloaded<F...>;
 
-int32_t fold(uint64_t word) { return static_cast<int32_t>(word ^ (word >> 32)); }
+int32_t fold(uint64_t word) {
+    return static_cast<int32_t>(word ^ (word >> 32));
+}
 
 template <class Text>
 int32_t hash_chars(const Text& text) {
     uint32_t hash = 2166136261u;  // FNV-1a
-    for (const auto c : text) hash = (hash ^ static_cast<uint32_t>(c)) * 16777619u;
+    for (const auto c : text)
+        hash = (hash ^ static_cast<uint32_t>(c)) * 16777619u;
     return static_cast<int32_t>(hash);
 }
 
@@ -34,16 +37,15 @@ bool is_null(const Value& value) {
 
 bool values_equal(const Value& a, const Value& b) {
     if (is_null(a) || is_null(b)) return is_null(a) && is_null(b);
-    return std::visit(
-        Overloaded{
-            [](const Ref<ManagedObject>& x, const Ref<ManagedObject>& y) { return x->equals(*y); },
-            [](const PyHeld& x, const PyHeld& y) { return x.get() == y.get(); },
-            [](const int64_t& x, const double& y) { return static_cast<double>(x) == y; },
-            [](const double& x, const int64_t& y) { return x == static_cast<double>(y); },
-            []<class T>(const T& x, const T& y) { return x == y; },
-            [](const auto&, const auto&) { return false; },
-        },
-        a, b);
+    return std::visit(Overloaded{
+                          [](const Ref<ManagedObject>& x, const Ref<ManagedObject>& y) { return x->equals(*y); },
+                          [](const PyHeld& x, const PyHeld& y) { return x.get() == y.get(); },
+                          [](const int64_t& x, const double& y) { return static_cast<double>(x) == y; },
+                          [](const double& x, const int64_t& y) { return x == static_cast<double>(y); },
+                          []<class T>(const T& x, const T& y) { return x == y; },
+                          [](const auto&, const auto&) { return false; },
+                      },
+                      a, b);
 }
 
 int32_t hash_of_value(const Value& value) {

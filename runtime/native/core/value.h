@@ -21,7 +21,9 @@ using Bytes = std::vector<std::byte>;
 using Value =
     std::variant<std::monostate, bool, int64_t, uint64_t, double, std::u16string, Bytes, Ref<ManagedObject>, PyHeld>;
 
-inline bool is_unset(const Value& value) { return std::holds_alternative<std::monostate>(value); }
+inline bool is_unset(const Value& value) {
+    return std::holds_alternative<std::monostate>(value);
+}
 bool is_null(const Value& value);  // unset or an empty reference
 bool values_equal(const Value& a, const Value& b);
 int32_t hash_of_value(const Value& value);

@@ -83,7 +83,9 @@ ZELMOR_STRUCT_TRAITS(CmykValue, "Zelmor.Imaging.CmykColor");
 #undef ZELMOR_STRUCT_TRAITS
 
 template <class V>
-concept StructValue = requires { StructTraits<V>::kName; };
+concept StructValue = requires {
+    StructTraits<V>::kName;
+};
 
 template <StructValue V>
 const TypeInfo& struct_type() {

@@ -112,7 +112,8 @@ ffi_cif& call_interface(const char* signature) {
     if (const auto found = known.find(signature); found != known.end()) return found->second->cif;
     auto made = std::make_unique<Interface>();
     made->signature = signature;
-    for (const char* code = signature + 1; *code; ++code) made->arguments.push_back(type_of_code(*code));
+    for (const char* code = signature + 1; *code; ++code)
+        made->arguments.push_back(type_of_code(*code));
     if (ffi_prep_cif(&made->cif, FFI_DEFAULT_ABI, static_cast<unsigned>(made->arguments.size()),
                      type_of_code(signature[0]), made->arguments.data()) != FFI_OK) {
         throw_argument(std::string("The wire signature '") + signature + "' cannot be called.");

@@ -15,7 +15,9 @@ namespace zelmor::embed {
 
 namespace {
 
-Delegate failure(int status, const char* full_name = nullptr) { return {status, nullptr, nullptr, full_name}; }
+Delegate failure(int status, const char* full_name = nullptr) {
+    return {status, nullptr, nullptr, full_name};
+}
 
 Delegate from_host(std::span<const HostEntry> entries, std::string_view method) {
     for (const HostEntry& entry : entries) {

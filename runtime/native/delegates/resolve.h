@@ -15,8 +15,8 @@ constexpr int kFailed = static_cast<int>(0x80131500u);
 struct Delegate {
     int status = kOk;
     void* address = nullptr;
-    const char* signature = nullptr;   // codes of catalogue/tables.h
-    const char* full_name = nullptr;   // managed type behind a host class; null for the service classes
+    const char* signature = nullptr;  // codes of catalogue/tables.h
+    const char* full_name = nullptr;  // managed type behind a host class; null for the service classes
 };
 
 // Answers from the catalogue and the service classes. The same entry point gives the same address again. A failure of

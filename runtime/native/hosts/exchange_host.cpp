@@ -16,7 +16,9 @@ Handle get_type_name(Handle handle) {
     return build(name.data(), static_cast<int>(name.size()));
 }
 
-void free_instance(Handle handle) { free_handle(handle); }
+void free_instance(Handle handle) {
+    free_handle(handle);
+}
 
 // Gives the handles among pending arguments back; other tags hold borrowed Python objects.
 void free_pending_args(const VariantArg* args, int32_t count) {
@@ -92,6 +94,8 @@ struct ExchangeHost {
 
 }  // namespace
 
-std::span<const HostEntry> exchange_host_entries(Assembly assembly) { return entries_of<ExchangeHost>(assembly); }
+std::span<const HostEntry> exchange_host_entries(Assembly assembly) {
+    return entries_of<ExchangeHost>(assembly);
+}
 
 }  // namespace zelmor::embed

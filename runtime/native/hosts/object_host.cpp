@@ -12,7 +12,9 @@ int32_t to_string(ManagedObject& self, Handle* out) {
     return kToStringDelivered;
 }
 
-int32_t hash_code(ManagedObject& self) { return self.hash_code(); }
+int32_t hash_code(ManagedObject& self) {
+    return self.hash_code();
+}
 
 int32_t equals(ManagedObject& self, const VariantArg* other) {
     if (other->tag > kHandleStruct) return 0;  // a Python object is never equal to a managed one
@@ -67,6 +69,8 @@ struct ObjectHost {
 
 }  // namespace
 
-std::span<const HostEntry> object_host_entries(Assembly assembly) { return entries_of<ObjectHost>(assembly); }
+std::span<const HostEntry> object_host_entries(Assembly assembly) {
+    return entries_of<ObjectHost>(assembly);
+}
 
 }  // namespace zelmor::embed

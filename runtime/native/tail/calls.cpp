@@ -74,7 +74,9 @@ const EntryInfo* constructor_like(const TypeInfo& type, const EntryInfo& info) {
     return nullptr;
 }
 
-void run_inherited_static(TailEntry& self, CallFrame& frame) { call_delegate(self.overrides.front().address, frame); }
+void run_inherited_static(TailEntry& self, CallFrame& frame) {
+    call_delegate(self.overrides.front().address, frame);
+}
 
 }  // namespace
 

@@ -9,8 +9,12 @@ namespace zelmor::embed {
 
 namespace {
 
-bool is_enum(const TailEntry& self) { return self.type->kind == TypeKind::kEnum; }
-bool is_struct(const TailEntry& self) { return self.type->kind == TypeKind::kStruct; }
+bool is_enum(const TailEntry& self) {
+    return self.type->kind == TypeKind::kEnum;
+}
+bool is_struct(const TailEntry& self) {
+    return self.type->kind == TypeKind::kStruct;
+}
 
 // Stores an enumeration's value through the out slot, at the enumeration's width.
 void store_enum(const TailEntry& self, void* out, int64_t value) {
@@ -63,7 +67,9 @@ int deliver(const TailEntry& self, const Ref<ManagedObject>& object, void* out) 
     return kCastMade;
 }
 
-bool takes_variant(const TailEntry& self) { return self.info->signature[1] == 'V'; }
+bool takes_variant(const TailEntry& self) {
+    return self.info->signature[1] == 'V';
+}
 
 // The object to cast or test: behind a handle or a tagged argument, whichever the entry point takes.
 Ref<ManagedObject> cast_source(const TailEntry& self, CallFrame& frame) {

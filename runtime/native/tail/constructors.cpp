@@ -18,7 +18,9 @@ bool may_fill(const ParamInfo& param, const PropertyInfo& property) {
     return param.wire == property.wire;
 }
 
-void run_default(TailEntry& self, CallFrame& frame) { frame.set_result(make_handle(make_instance(*self.type))); }
+void run_default(TailEntry& self, CallFrame& frame) {
+    frame.set_result(make_handle(make_instance(*self.type)));
+}
 
 void run_fill(TailEntry& self, CallFrame& frame) {
     Ref<ManagedObject> object = make_instance(*self.type);

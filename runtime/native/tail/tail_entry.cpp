@@ -38,7 +38,8 @@ std::string TailEntry::member_name() const {
     std::string name = std::string(type->name) + "." + info->member;
     if (info->role == EntryRole::kCtor || info->role == EntryRole::kCall || info->role == EntryRole::kStaticCall) {
         name += '(';
-        for (size_t i = 0; i < info->params.size(); ++i) name += (i ? ", " : "") + std::string(info->params[i].name);
+        for (size_t i = 0; i < info->params.size(); ++i)
+            name += (i ? ", " : "") + std::string(info->params[i].name);
         name += ')';
     }
     return name;

@@ -22,7 +22,7 @@ struct TailEntry {
     const EntryInfo* info;
     Assembly assembly;
     TailFunction run = nullptr;
-    int slot = -1;                         // of a property, or -1
+    int slot = -1;  // of a property, or -1
     const PropertyInfo* property = nullptr;
     bool guards_disposal = false;          // a disposed instance is refused
     std::vector<PropertySlot> filled;      // by a constructor, one for each parameter

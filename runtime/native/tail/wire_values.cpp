@@ -89,8 +89,9 @@ Value read_wire(CallFrame& frame, size_t index, Wire wire, const TypeInfo* type)
             return checked(Ref<ManagedObject>(object_of(frame.argument<Handle>(index))), type);
         case Wire::kStruct: {
             const auto object = checked(read_object(variant()), type);
-            if (!object) throw_null_reference(std::string("None cannot become a value of ") +
-                                              (type ? type->full_name : "a value type"));
+            if (!object)
+                throw_null_reference(std::string("None cannot become a value of ") +
+                                     (type ? type->full_name : "a value type"));
             return object->copy();
         }
         case Wire::kInterface:

@@ -1,1 +1,1 @@
-"""What the tests in Python share: the control interface of the embedded runtime, its records and callbacks, pictures."""
+"""What the tests in Python share: the control interface of the runtime, its records and callbacks, pictures."""

@@ -27,8 +27,8 @@ class CastsTest : public test::RuntimeTest {
 };
 
 TEST_F(CastsTest, TypeOfGivesTheType) {
-    for (const char* type : {kPng, kSize, "Zelmor.Imaging.IColorPalette", kKnownColor,
-                             "Zelmor.Imaging.ColorPaletteHelper"}) {
+    for (const char* type :
+         {kPng, kSize, "Zelmor.Imaging.IColorPalette", kKnownColor, "Zelmor.Imaging.ColorPaletteHelper"}) {
         void* out = nullptr;
         EXPECT_EQ(call<int>(type, "btp_TypeOf", &out), 1);
         Owned owned(out);
@@ -163,7 +163,10 @@ TEST_F(CastsTest, AnEnumerationIsStoredAtItsOwnWidth) {
         Owned boxed(make_handle(make_ref<EnumObject>(type, value)));
         uint64_t slot = 0xAAAAAAAAAAAAAAAA;
         EXPECT_EQ(call<int>(type.full_name, "btp_CastAs", boxed.get(), &slot), 1);
-        const int bits = type.width <= Wire::kUInt8 ? 8 : type.width <= Wire::kUInt16 ? 16 : type.width <= Wire::kUInt32 ? 32 : 64;
+        const int bits = type.width <= Wire::kUInt8    ? 8
+                         : type.width <= Wire::kUInt16 ? 16
+                         : type.width <= Wire::kUInt32 ? 32
+                                                       : 64;
         const uint64_t mask = bits == 64 ? ~0ull : (1ull << bits) - 1;
         EXPECT_EQ(slot & mask, static_cast<uint64_t>(value) & mask) << type.full_name;
         EXPECT_EQ(slot & ~mask, 0xAAAAAAAAAAAAAAAA & ~mask) << type.full_name << " wrote beyond its width";

@@ -87,8 +87,8 @@ TEST_F(ClosureTest, OtherExceptionsGetManagedNames) {
 }
 
 TEST_F(ClosureTest, APendingPythonErrorIsLeftAlone) {
-    auto* call = reinterpret_cast<void* (*)()>(
-        make_delegate("p", Assembly::kImaging, [](void*, CallFrame&) { throw PythonErrorPending(); }, nullptr));
+    auto* call = reinterpret_cast<void* (*)()>(make_delegate(
+        "p", Assembly::kImaging, [](void*, CallFrame&) { throw PythonErrorPending(); }, nullptr));
     EXPECT_EQ(call(), nullptr);
     EXPECT_FALSE(test::raised().has_value());
 }

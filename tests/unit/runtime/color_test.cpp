@@ -39,7 +39,8 @@ TEST_F(ColorTest, TheNamedColorsAreThoseOfTheEnumeration) {
             if (c != '_') plain += static_cast<char>(std::tolower(c));
         }
         std::string wanted = kNamedColors[i].name;
-        for (char& c : wanted) c = static_cast<char>(std::tolower(c));
+        for (char& c : wanted)
+            c = static_cast<char>(std::tolower(c));
         EXPECT_EQ(plain, wanted);
     }
 }

@@ -36,7 +36,8 @@ const T& held(PyObject* object) {
 void drop(PyObject* object) {
     if (!object || --object->count > 0) return;
     if (auto* items = std::get_if<std::vector<PyObject*>>(&object->value)) {
-        for (PyObject* item : *items) drop(item);
+        for (PyObject* item : *items)
+            drop(item);
     }
     if (object->handle) free_handle(object->handle);
     --objects;
@@ -47,7 +48,9 @@ void keep(PyObject* object) {
     if (object) ++object->count;
 }
 
-PyObject* none() { return made(std::monostate()); }
+PyObject* none() {
+    return made(std::monostate());
+}
 
 void on_exception(PyObject* name, PyObject* detail) {
     const auto text = [](PyObject* object) { return object ? to_utf8(text_of_object(object)) : "<null>"; };
@@ -88,7 +91,9 @@ int read_string(PyObject* object, PyStringArg* out) {
     *out = {static_cast<int32_t>(text.size()), 2, text.data()};
     return 1;
 }
-bool read_bool(PyObject* object) { return held<bool>(object); }
+bool read_bool(PyObject* object) {
+    return held<bool>(object);
+}
 int read_long(PyObject* object, void* out) {
     if (fails()) return 0;
     const int64_t value = held<int64_t>(object);
@@ -109,19 +114,35 @@ PyObject* write_tpo(void* handle, long type_id) {
     wrapper->type_id = type_id;
     return wrapper;
 }
-PyObject* write_bool(int value) { return made(value != 0); }
-PyObject* write_int32(int value) { return made(int64_t{value}); }
-PyObject* write_uint32(unsigned value) { return made(int64_t{value}); }
-PyObject* write_int64(long value) { return made(int64_t{value}); }
-PyObject* write_uint64(unsigned long value) { return made(static_cast<int64_t>(value)); }
-PyObject* write_double(double value) { return made(value); }
+PyObject* write_bool(int value) {
+    return made(value != 0);
+}
+PyObject* write_int32(int value) {
+    return made(int64_t{value});
+}
+PyObject* write_uint32(unsigned value) {
+    return made(int64_t{value});
+}
+PyObject* write_int64(long value) {
+    return made(int64_t{value});
+}
+PyObject* write_uint64(unsigned long value) {
+    return made(static_cast<int64_t>(value));
+}
+PyObject* write_double(double value) {
+    return made(value);
+}
 
-constexpr PyWriteCallbacks kWrite = {write_tpo,   write_bool,   write_int32, write_uint32, write_int64,
+constexpr PyWriteCallbacks kWrite = {write_tpo,    write_bool,   write_int32, write_uint32, write_int64,
                                      write_uint64, write_double, nullptr,     nullptr,      nullptr,
-                                     nullptr,     nullptr,      nullptr,     nullptr};
+                                     nullptr,      nullptr,      nullptr,     nullptr};
 
-size_t buffer_size() { return 16; }
-void create_buffer(void* view) { std::memset(view, 0, 16); }
+size_t buffer_size() {
+    return 16;
+}
+void create_buffer(void* view) {
+    std::memset(view, 0, 16);
+}
 int read_view(PyObject* object, void*, PyBytesArg* out) {
     auto& bytes = std::get<std::vector<std::byte>>(object->value);
     *out = {1, static_cast<int32_t>(bytes.size()), bytes.data()};
@@ -165,7 +186,9 @@ long list_length(PyObject* list) {
 constexpr PyUcolCallbacks kUcol = {nullptr, list_length, nullptr, nullptr, nullptr, list_length,
                                    nullptr, nullptr,     nullptr, nullptr, nullptr};
 
-PyObject* write_list(void* handle) { return write_tpo(handle, 0); }
+PyObject* write_list(void* handle) {
+    return write_tpo(handle, 0);
+}
 constexpr PyOlistCallbacks kOlist = {list_item, nullptr, nullptr,    nullptr,    nullptr,   nullptr,
                                      nullptr,   nullptr, write_list, write_list, write_list};
 constexpr PyOseqCallbacks kOseq = {sequence_item, nullptr, nullptr};
@@ -175,7 +198,9 @@ constexpr PyIterCallbacks kIter = {nullptr};
 std::vector<std::byte>& content(PyObject* file) {
     return std::get<std::vector<std::byte>>(held<std::vector<PyObject*>>(file)[0]->value);
 }
-int64_t& position(PyObject* file) { return std::get<int64_t>(held<std::vector<PyObject*>>(file)[1]->value); }
+int64_t& position(PyObject* file) {
+    return std::get<int64_t>(held<std::vector<PyObject*>>(file)[1]->value);
+}
 int io_write(PyObject* file, const void* data, int count) {
     if (fails()) return -1;
     const auto* from = static_cast<const std::byte*>(data);
@@ -194,11 +219,19 @@ long io_seek(PyObject* file, long offset, int origin) {
     const int64_t base = origin == 0 ? 0 : origin == 1 ? position(file) : static_cast<int64_t>(content(file).size());
     return position(file) = base + offset;
 }
-int io_flush(PyObject*) { return 0; }
+int io_flush(PyObject*) {
+    return 0;
+}
 void io_close(PyObject*) {}
-int io_yes(PyObject*) { return 1; }
-long io_tell(PyObject* file) { return position(file); }
-long io_length(PyObject* file) { return static_cast<long>(content(file).size()); }
+int io_yes(PyObject*) {
+    return 1;
+}
+long io_tell(PyObject* file) {
+    return position(file);
+}
+long io_length(PyObject* file) {
+    return static_cast<long>(content(file).size());
+}
 constexpr PyRawIoCallbacks kRawIo = {io_write, nullptr, io_read, nullptr, io_seek, io_flush,
                                      io_close, io_yes,  io_yes,  io_yes,  io_tell, io_length};
 
@@ -222,11 +255,21 @@ Raised take_raised() {
     return taken;
 }
 
-PyObject* new_object() { return made(std::monostate()); }
-PyObject* new_list(std::vector<PyObject*> items) { return made(std::move(items)); }
-PyObject* new_int(int64_t value) { return made(value); }
-PyObject* new_text(std::u16string text) { return made(std::move(text)); }
-void release(PyObject* object) { drop(object); }
+PyObject* new_object() {
+    return made(std::monostate());
+}
+PyObject* new_list(std::vector<PyObject*> items) {
+    return made(std::move(items));
+}
+PyObject* new_int(int64_t value) {
+    return made(value);
+}
+PyObject* new_text(std::u16string text) {
+    return made(std::move(text));
+}
+void release(PyObject* object) {
+    drop(object);
+}
 
 std::u16string text_of_object(PyObject* object) {
     if (!object) {
@@ -238,9 +281,13 @@ std::u16string text_of_object(PyObject* object) {
     return text;
 }
 
-int64_t live_objects() { return objects; }
+int64_t live_objects() {
+    return objects;
+}
 
-void fail_next_callback(std::string text) { next_failure = std::move(text); }
+void fail_next_callback(std::string text) {
+    next_failure = std::move(text);
+}
 
 void RuntimeTest::SetUp() {
     callbacks_of(Assembly::kImaging) = {on_exception, catch_and_clear, u16_buffer, py_string, py_string,

@@ -44,7 +44,7 @@ PyObject* new_int(int64_t value);
 PyObject* new_text(std::u16string text);
 void release(PyObject* object);
 std::u16string text_of_object(PyObject* object);  // and releases it
-int64_t live_objects();                          // made and not yet released
+int64_t live_objects();                           // made and not yet released
 
 // A Python error that the next read callback fails with.
 void fail_next_callback(std::string text);

@@ -83,14 +83,17 @@ TEST_F(HandlesTest, HandlesAreCountedByKind) {
     EXPECT_EQ(live_handles(HandleKind::kStruct), structs + 1);
     EXPECT_EQ(live_handles(HandleKind::kType), types + 1);
     EXPECT_EQ(live_handles(), objects + structs + types + 3);
-    for (Handle handle : {a, b, c}) free_handle(handle);
+    for (Handle handle : {a, b, c})
+        free_handle(handle);
 }
 
 TEST_F(HandlesTest, ManyHandlesStayDistinct) {
     std::set<Handle> handles;
-    for (int i = 0; i < 10000; ++i) handles.insert(make_struct_handle(SizeValue{i, i}));
+    for (int i = 0; i < 10000; ++i)
+        handles.insert(make_struct_handle(SizeValue{i, i}));
     EXPECT_EQ(handles.size(), 10000u);
-    for (Handle handle : handles) free_handle(handle);
+    for (Handle handle : handles)
+        free_handle(handle);
 }
 
 TEST_F(HandlesTest, ATargetOfAnotherKindIsRefused) {

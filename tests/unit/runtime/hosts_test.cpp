@@ -23,8 +23,7 @@ class HostsTest : public test::RuntimeTest {
 
 TEST_F(HostsTest, TypeNamesComeThroughTheBuilder) {
     test::Owned size(make_struct_handle(SizeValue{}));
-    const std::unique_ptr<std::u16string> name(
-        service<std::u16string*>(kExchangeHostType, "GetTypeName", size.get()));
+    const std::unique_ptr<std::u16string> name(service<std::u16string*>(kExchangeHostType, "GetTypeName", size.get()));
     EXPECT_EQ(*name, u"Zelmor.Imaging.Size");
     EXPECT_EQ(service<void*>(kExchangeHostType, "GetTypeName", static_cast<void*>(nullptr)), nullptr);
     EXPECT_EQ(test::take_raised().name, "NullReferenceException");
@@ -106,7 +105,9 @@ TEST_F(HostsTest, TheTypeIsTheRunTimeType) {
 
 TEST_F(HostsTest, DisposalMarksTheObject) {
     test::Owned options(make_handle(make_instance("Zelmor.Imaging.ImageOptions.PngOptions")));
-    const auto disposed = [&] { return test::call<bool>("Zelmor.Imaging.DisposableObject", "get_Disposed", options.get()); };
+    const auto disposed = [&] {
+        return test::call<bool>("Zelmor.Imaging.DisposableObject", "get_Disposed", options.get());
+    };
     EXPECT_FALSE(disposed());
     service<void>(kObjectHostType, "Dispose", options.get());
     service<void>(kObjectHostType, "Dispose", options.get());

@@ -14,9 +14,9 @@ namespace zelmor::embed {
 namespace {
 
 constexpr const char* kImaging = "WrpInterop.Zelmor.Imaging";
-constexpr const char* kAssemblies[] = {"WrpInterop.Zelmor.PyGc", "WrpInterop.Zelmor.PyCore",
+constexpr const char* kAssemblies[] = {"WrpInterop.Zelmor.PyGc",         "WrpInterop.Zelmor.PyCore",
                                        "WrpInterop.Zelmor.PyReflection", "WrpInterop.Zelmor.PyIo",
-                                       "WrpInterop.Zelmor.PyDrawing", kImaging};
+                                       "WrpInterop.Zelmor.PyDrawing",    kImaging};
 
 class ResolveTest : public test::RuntimeTest {};
 
@@ -78,9 +78,13 @@ TEST_F(ResolveTest, TheInteropClassesHaveTheirEntryPointsAndNoOthers) {
         {"CntCollection",
          {"SqLength", "SqContains", "CountOf", "CreateInstanceFromPyList", "CreateInstanceFromPyIterable"},
          {"Add", "btp_ReInterpretObj"}},
-        {"CntList", {"SqGetItem", "SqSetItemNoCheck", "MpRemoveItems", "Pop", "IndexBy"}, {"SqSetItemNoChek", "SqLength"}},
+        {"CntList",
+         {"SqGetItem", "SqSetItemNoCheck", "MpRemoveItems", "Pop", "IndexBy"},
+         {"SqSetItemNoChek", "SqLength"}},
         {"Array", {"SqLength", "SqSetItemNoChek", "MpSetItems", "btp_ReInterpretObj"}, {"SqSetItemNoCheck", "Add"}},
-        {"ArrayList", {"EnsureCapacity", "MpRemoveItems", "SqSetItemNoChek", "btp_ReInterpretObj"}, {"SqSetItemNoCheck"}},
+        {"ArrayList",
+         {"EnsureCapacity", "MpRemoveItems", "SqSetItemNoChek", "btp_ReInterpretObj"},
+         {"SqSetItemNoCheck"}},
         {"CollectionBase", {"CreateInstanceFromPyList", "CreateInstanceFromPySequence", "btp_ReInterpretObj"}, {"Add"}},
         {"ReadOnlyCollectionBase", {"CreateInstanceFromPyList", "btp_ReInterpretObj"}, {"SqLength"}},
         {"Stream", {"CanRead", "Length", "Position", "SetLength", "Write", "btp_ReInterpretObj"}, {"SqLength"}},
@@ -88,9 +92,12 @@ TEST_F(ResolveTest, TheInteropClassesHaveTheirEntryPointsAndNoOthers) {
     for (const Class& each : classes) {
         const std::string type = std::string("Zelmor.WrpGen.Interop.SiApi") + each.name;
         const auto status = [&](const char* method) { return resolve_delegate(kImaging, type.c_str(), method).status; };
-        for (const char* method : four) EXPECT_EQ(status(method), kOk) << type << " " << method;
-        for (const char* method : each.present) EXPECT_EQ(status(method), kOk) << type << " " << method;
-        for (const char* method : each.absent) EXPECT_EQ(status(method), kMethodNotFound) << type << " " << method;
+        for (const char* method : four)
+            EXPECT_EQ(status(method), kOk) << type << " " << method;
+        for (const char* method : each.present)
+            EXPECT_EQ(status(method), kOk) << type << " " << method;
+        for (const char* method : each.absent)
+            EXPECT_EQ(status(method), kMethodNotFound) << type << " " << method;
     }
 }
 

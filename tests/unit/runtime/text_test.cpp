@@ -18,9 +18,9 @@ TEST(TextTest, Utf8AndUtf16AreTheSameText) {
 
 TEST(TextTest, WhatIsNoUtf8BecomesTheReplacement) {
     EXPECT_EQ(to_utf16("a\xFFz"), u"a\uFFFDz");
-    EXPECT_EQ(to_utf16("\xC0\x80"), u"\uFFFD\uFFFD");          // too long a form
+    EXPECT_EQ(to_utf16("\xC0\x80"), u"\uFFFD\uFFFD");            // too long a form
     EXPECT_EQ(to_utf16("\xED\xA0\x80"), u"\uFFFD\uFFFD\uFFFD");  // a surrogate
-    EXPECT_EQ(to_utf16("\xE2\x82"), u"\uFFFD\uFFFD");          // cut off
+    EXPECT_EQ(to_utf16("\xE2\x82"), u"\uFFFD\uFFFD");            // cut off
     EXPECT_EQ(to_utf8(u"\xD800x"), "\xEF\xBF\xBDx");
     EXPECT_EQ(to_utf8(u"\xDC00"), "\xEF\xBF\xBD");
 }

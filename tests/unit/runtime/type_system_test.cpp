@@ -26,7 +26,8 @@ TEST_F(TypeSystemTest, TypesAreFoundByNameAndByHostClass) {
 TEST_F(TypeSystemTest, TypeIdsArePositionsFromOne) {
     EXPECT_EQ(type_id(types()[0]), 1);
     std::set<int64_t> ids;
-    for (const TypeInfo& type : types()) ids.insert(type_id(type));
+    for (const TypeInfo& type : types())
+        ids.insert(type_id(type));
     EXPECT_EQ(ids.size(), types().size());
     const TypeInfo& made = intern_type("Made.Up.Type");
     EXPECT_GT(type_id(made), static_cast<int64_t>(types().size()));

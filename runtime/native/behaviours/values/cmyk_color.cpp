@@ -55,17 +55,25 @@ std::u16string text_of(const CmykValue& value) {
     return u"CmykColor [C=" + number(value.c) + u", M=" + number(value.m) + u", Y=" + number(value.y) + u", K=" +
            number(value.k) + u"]";
 }
-int32_t hash_of(const CmykValue& value) { return combined_hash(packed_cmyk(value)); }
+int32_t hash_of(const CmykValue& value) {
+    return combined_hash(packed_cmyk(value));
+}
 
 namespace {
 
-CmykValue empty() { return {}; }
+CmykValue empty() {
+    return {};
+}
 CmykValue from_params(int32_t cyan, int32_t magenta, int32_t yellow, int32_t black) {
     return {cmyk_component(cyan, "cyan"), cmyk_component(magenta, "magenta"), cmyk_component(yellow, "yellow"),
             cmyk_component(black, "black")};
 }
-CmykValue from_argb(int32_t argb_pixel) { return cmyk_of(static_cast<uint32_t>(argb_pixel)); }
-ColorValue to_color(const CmykValue& cmyk_pixel) { return ColorValue::from_argb(argb_of(cmyk_pixel)); }
+CmykValue from_argb(int32_t argb_pixel) {
+    return cmyk_of(static_cast<uint32_t>(argb_pixel));
+}
+ColorValue to_color(const CmykValue& cmyk_pixel) {
+    return ColorValue::from_argb(argb_of(cmyk_pixel));
+}
 
 std::vector<CmykValue> read_pixels(const VariantArg* arg) {
     static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.CmykColor");
@@ -77,29 +85,44 @@ std::vector<CmykValue> read_pixels(const VariantArg* arg) {
 }
 Collection from_argb_array(const VariantArg* argb_pixels) {
     std::vector<Value> items;
-    for (const int32_t argb : read_array<int32_t>(argb_pixels, "argb_pixels")) items.emplace_back(box(from_argb(argb)));
+    for (const int32_t argb : read_array<int32_t>(argb_pixels, "argb_pixels"))
+        items.emplace_back(box(from_argb(argb)));
     return cmyk_array(std::move(items));
 }
 Collection to_colors(const VariantArg* cmyk_pixels) {
     std::vector<Value> items;
-    for (const CmykValue& pixel : read_pixels(cmyk_pixels)) items.emplace_back(box(to_color(pixel)));
+    for (const CmykValue& pixel : read_pixels(cmyk_pixels))
+        items.emplace_back(box(to_color(pixel)));
     return color_array(std::move(items));
 }
 Collection to_argb_array(const VariantArg* cmyk_pixels) {
     std::vector<int32_t> items;
-    for (const CmykValue& pixel : read_pixels(cmyk_pixels)) items.push_back(static_cast<int32_t>(argb_of(pixel)));
+    for (const CmykValue& pixel : read_pixels(cmyk_pixels))
+        items.push_back(static_cast<int32_t>(argb_of(pixel)));
     return {Ref<ManagedObject>(make_array(std::move(items)))};
 }
 
-int32_t to_value(CmykValue& self) { return packed_cmyk(self); }
-int32_t get_c(CmykValue& self) { return self.c; }
-int32_t get_m(CmykValue& self) { return self.m; }
-int32_t get_y(CmykValue& self) { return self.y; }
-int32_t get_k(CmykValue& self) { return self.k; }
-bool is_empty(CmykValue& self) { return self == CmykValue(); }
+int32_t to_value(CmykValue& self) {
+    return packed_cmyk(self);
+}
+int32_t get_c(CmykValue& self) {
+    return self.c;
+}
+int32_t get_m(CmykValue& self) {
+    return self.m;
+}
+int32_t get_y(CmykValue& self) {
+    return self.y;
+}
+int32_t get_k(CmykValue& self) {
+    return self.k;
+}
+bool is_empty(CmykValue& self) {
+    return self == CmykValue();
+}
 
 constexpr const char* kCmykColor = "Zelmor.Imaging.CmykColor";
-const BehaviourTable table(Assembly::kImaging, {
+const Behaviour kMembers[] = {
     {kCmykColor, "ctor_000_CmykColor", entry<&empty>()},
     {kCmykColor, "call_000_ToCmyk", entry<&from_argb_array>()},
     {kCmykColor, "call_001_ToCmyk", entry<&from_argb>()},
@@ -117,7 +140,8 @@ const BehaviourTable table(Assembly::kImaging, {
     {kCmykColor, "get_K", entry<&get_k>()},
     {kCmykColor, "get_IsEmpty", entry<&is_empty>()},
     {kCmykColor, "getsa_Empty", entry<&empty>()},
-});
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
 
 const FactoryRegistration factory(kCmykColor, [](const TypeInfo&) { return box(CmykValue()); });
 

@@ -5,15 +5,24 @@ namespace zelmor::embed {
 
 namespace {
 
-int32_t from_argb(int32_t argb) { return packed_cmyk(cmyk_of(static_cast<uint32_t>(argb))); }
-int32_t from_color(const ColorValue& pixel) { return packed_cmyk(cmyk_of(pixel.argb)); }
-ColorValue to_color(int32_t cmyk) { return ColorValue::from_argb(argb_of(unpacked_cmyk(cmyk))); }
+int32_t from_argb(int32_t argb) {
+    return packed_cmyk(cmyk_of(static_cast<uint32_t>(argb)));
+}
+int32_t from_color(const ColorValue& pixel) {
+    return packed_cmyk(cmyk_of(pixel.argb));
+}
+ColorValue to_color(int32_t cmyk) {
+    return ColorValue::from_argb(argb_of(unpacked_cmyk(cmyk)));
+}
 
-Collection numbers(std::vector<int32_t> items) { return {Ref<ManagedObject>(make_array(std::move(items)))}; }
+Collection numbers(std::vector<int32_t> items) {
+    return {Ref<ManagedObject>(make_array(std::move(items)))};
+}
 
 Collection from_argb_array(const VariantArg* argb_pixels) {
     std::vector<int32_t> items = read_array<int32_t>(argb_pixels, "argb_pixels");
-    for (int32_t& item : items) item = from_argb(item);
+    for (int32_t& item : items)
+        item = from_argb(item);
     return numbers(std::move(items));
 }
 Collection from_color_array(const VariantArg* pixels) {
@@ -25,12 +34,14 @@ Collection from_color_array(const VariantArg* pixels) {
 }
 Collection to_color_array(const VariantArg* cmyk_pixels) {
     std::vector<Value> items;
-    for (const int32_t cmyk : read_array<int32_t>(cmyk_pixels, "cmyk_pixels")) items.emplace_back(box(to_color(cmyk)));
+    for (const int32_t cmyk : read_array<int32_t>(cmyk_pixels, "cmyk_pixels"))
+        items.emplace_back(box(to_color(cmyk)));
     return color_array(std::move(items));
 }
 Collection to_argb_array(const VariantArg* cmyk_pixels) {
     std::vector<int32_t> items = read_array<int32_t>(cmyk_pixels, "cmyk_pixels");
-    for (int32_t& item : items) item = static_cast<int32_t>(argb_of(unpacked_cmyk(item)));
+    for (int32_t& item : items)
+        item = static_cast<int32_t>(argb_of(unpacked_cmyk(item)));
     return numbers(std::move(items));
 }
 
@@ -48,7 +59,8 @@ Bytes bytes_of(const VariantArg* argb_pixels, int32_t start_index, int32_t lengt
     Bytes bytes;
     for (const int32_t argb : range_of(items, start_index, length)) {
         const CmykValue cmyk = cmyk_of(static_cast<uint32_t>(argb));
-        for (const uint8_t ink : {cmyk.c, cmyk.m, cmyk.y, cmyk.k}) bytes.push_back(std::byte{ink});
+        for (const uint8_t ink : {cmyk.c, cmyk.m, cmyk.y, cmyk.k})
+            bytes.push_back(std::byte{ink});
         if (with_alpha) bytes.push_back(static_cast<std::byte>(static_cast<uint32_t>(argb) >> 24));
     }
     return bytes;
@@ -60,17 +72,25 @@ Bytes to_cmyka_bytes(const VariantArg* pixels, int32_t start, int32_t length) {
     return bytes_of(pixels, start, length, true);
 }
 
-int32_t get_c(int32_t cmyk) { return unpacked_cmyk(cmyk).c; }
-int32_t get_m(int32_t cmyk) { return unpacked_cmyk(cmyk).m; }
-int32_t get_y(int32_t cmyk) { return unpacked_cmyk(cmyk).y; }
-int32_t get_k(int32_t cmyk) { return unpacked_cmyk(cmyk).k; }
+int32_t get_c(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).c;
+}
+int32_t get_m(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).m;
+}
+int32_t get_y(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).y;
+}
+int32_t get_k(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).k;
+}
 int32_t from_components(int32_t cyan, int32_t magenta, int32_t yellow, int32_t black) {
     return packed_cmyk({cmyk_component(cyan, "cyan"), cmyk_component(magenta, "magenta"),
                         cmyk_component(yellow, "yellow"), cmyk_component(black, "black")});
 }
 
 constexpr const char* kHelper = "Zelmor.Imaging.CmykColorHelper";
-const BehaviourTable table(Assembly::kImaging, {
+const Behaviour kMembers[] = {
     {kHelper, "call_000_ToCmyk", entry<&from_argb_array>()},
     {kHelper, "call_001_ToCmyk", entry<&from_argb>()},
     {kHelper, "call_002_ToCmyk", entry<&from_color>()},
@@ -90,7 +110,8 @@ const BehaviourTable table(Assembly::kImaging, {
     {kHelper, "call_000_ToArgbColors", entry<&to_color_array>()},
     {kHelper, "call_000_ToArgbColor", entry<&to_color>()},
     {kHelper, "call_000_ToArgb32", entry<&to_argb_array>()},
-});
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
 
 }  // namespace
 

@@ -44,8 +44,12 @@ uint32_t component(int32_t value, const char* name) {
     return static_cast<uint32_t>(value);
 }
 
-ColorValue empty() { return {}; }
-ColorValue from_argb(int32_t argb) { return ColorValue::from_argb(static_cast<uint32_t>(argb)); }
+ColorValue empty() {
+    return {};
+}
+ColorValue from_argb(int32_t argb) {
+    return ColorValue::from_argb(static_cast<uint32_t>(argb));
+}
 ColorValue from_components(int32_t alpha, int32_t red, int32_t green, int32_t blue) {
     return ColorValue::from_argb(component(alpha, "alpha") << 24 | component(red, "red") << 16 |
                                  component(green, "green") << 8 | component(blue, "blue"));
@@ -53,7 +57,9 @@ ColorValue from_components(int32_t alpha, int32_t red, int32_t green, int32_t bl
 ColorValue from_alpha(int32_t alpha, const ColorValue& base) {
     return ColorValue::from_argb(component(alpha, "alpha") << 24 | (base.argb & 0xFFFFFF));
 }
-ColorValue from_rgb(int32_t red, int32_t green, int32_t blue) { return from_components(255, red, green, blue); }
+ColorValue from_rgb(int32_t red, int32_t green, int32_t blue) {
+    return from_components(255, red, green, blue);
+}
 
 ColorValue from_known_color(int32_t number) {
     const ColorValue color = known_color(static_cast<int16_t>(std::clamp<int32_t>(number, 0, INT16_MAX)));
@@ -103,18 +109,40 @@ float get_saturation(ColorValue& self) {
     return static_cast<float>(high - low) / static_cast<float>(sum);
 }
 
-int32_t to_argb(ColorValue& self) { return static_cast<int32_t>(self.argb); }
-int32_t to_known_color(ColorValue& self) { return self.known_color; }
-int32_t get_r(ColorValue& self) { return self.r(); }
-int32_t get_g(ColorValue& self) { return self.g(); }
-int32_t get_b(ColorValue& self) { return self.b(); }
-int32_t get_a(ColorValue& self) { return self.a(); }
-bool is_known_color(ColorValue& self) { return self.state & ColorValue::kStateKnown; }
-bool is_empty(ColorValue& self) { return self.state == 0; }
-bool is_named_color(ColorValue& self) { return self.state & (ColorValue::kStateKnown | ColorValue::kStateName); }
-std::u16string get_name(ColorValue& self) { return name_of(self); }
+int32_t to_argb(ColorValue& self) {
+    return static_cast<int32_t>(self.argb);
+}
+int32_t to_known_color(ColorValue& self) {
+    return self.known_color;
+}
+int32_t get_r(ColorValue& self) {
+    return self.r();
+}
+int32_t get_g(ColorValue& self) {
+    return self.g();
+}
+int32_t get_b(ColorValue& self) {
+    return self.b();
+}
+int32_t get_a(ColorValue& self) {
+    return self.a();
+}
+bool is_known_color(ColorValue& self) {
+    return self.state & ColorValue::kStateKnown;
+}
+bool is_empty(ColorValue& self) {
+    return self.state == 0;
+}
+bool is_named_color(ColorValue& self) {
+    return self.state & (ColorValue::kStateKnown | ColorValue::kStateName);
+}
+std::u16string get_name(ColorValue& self) {
+    return name_of(self);
+}
 
-CmykValue to_cmyk(const ColorValue& pixel) { return cmyk_of(pixel.argb); }
+CmykValue to_cmyk(const ColorValue& pixel) {
+    return cmyk_of(pixel.argb);
+}
 Collection to_cmyk_array(const VariantArg* pixels) {
     const auto colors = read_elements(pixels, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "pixels");
     std::vector<Value> result;
@@ -136,7 +164,7 @@ constexpr std::array<EntryPoint, sizeof...(kIndices)> named_entries(std::index_s
 }
 
 constexpr const char* kColor = "Zelmor.Imaging.Color";
-const BehaviourTable table(Assembly::kImaging, {
+const Behaviour kMembers[] = {
     {kColor, "ctor_000_Color", entry<&empty>()},
     {kColor, "call_000_FromArgb", entry<&from_argb>()},
     {kColor, "call_001_FromArgb", entry<&from_components>()},
@@ -162,12 +190,13 @@ const BehaviourTable table(Assembly::kImaging, {
     {kColor, "get_IsNamedColor", entry<&is_named_color>()},
     {kColor, "get_Name", entry<&get_name>()},
     {kColor, "getsa_Empty", entry<&empty>()},
-});
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
 
 // The static properties of the known colours, one for each name.
 class NamedColorTable {
  public:
-    NamedColorTable() : table_(Assembly::kImaging, {}) {
+    NamedColorTable() : table_(Assembly::kImaging, std::span<const Behaviour>()) {
         const auto entries = named_entries(std::make_index_sequence<kNamedColorCount>());
         for (size_t i = 0; i < kNamedColorCount; ++i) {
             names_[i] = std::string("getsa_") + kNamedColors[i].name;

@@ -54,17 +54,17 @@ ColorValue from_win32(int32_t number) {
     const auto word = static_cast<uint32_t>(number);
     return ColorValue::from_argb(0xFF000000u | (word & 0xFF) << 16 | (word & 0xFF00) | (word >> 16 & 0xFF));
 }
-int32_t to_win32(const ColorValue& c) { return c.r() | c.g() << 8 | c.b() << 16; }
+int32_t to_win32(const ColorValue& c) {
+    return c.r() | c.g() << 8 | c.b() << 16;
+}
 
 constexpr const char* kTranslator = "Zelmor.Imaging.ColorTranslator";
-const BehaviourTable table(Assembly::kImaging, {
-    {kTranslator, "call_000_FromHtml", entry<&from_html>()},
-    {kTranslator, "call_000_FromOle", entry<&from_win32>()},
-    {kTranslator, "call_000_FromWin32", entry<&from_win32>()},
-    {kTranslator, "call_000_ToHtml", entry<&to_html>()},
-    {kTranslator, "call_000_ToOle", entry<&to_win32>()},
-    {kTranslator, "call_000_ToWin32", entry<&to_win32>()},
-});
+const Behaviour kMembers[] = {
+    {kTranslator, "call_000_FromHtml", entry<&from_html>()},   {kTranslator, "call_000_FromOle", entry<&from_win32>()},
+    {kTranslator, "call_000_FromWin32", entry<&from_win32>()}, {kTranslator, "call_000_ToHtml", entry<&to_html>()},
+    {kTranslator, "call_000_ToOle", entry<&to_win32>()},       {kTranslator, "call_000_ToWin32", entry<&to_win32>()},
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
 
 }  // namespace
 

@@ -11,18 +11,28 @@ std::u16string text_of(const RectangleValue& value) {
     return u"{X=" + number_text(int64_t{value.x}) + u",Y=" + number_text(int64_t{value.y}) + u",Width=" +
            number_text(int64_t{value.width}) + u",Height=" + number_text(int64_t{value.height}) + u"}";
 }
-int32_t hash_of(const RectangleValue& value) { return combined_hash(value.x, value.y, value.width, value.height); }
+int32_t hash_of(const RectangleValue& value) {
+    return combined_hash(value.x, value.y, value.width, value.height);
+}
 
 namespace {
 
-int32_t right(const RectangleValue& r) { return wrapping_add(r.x, r.width); }
-int32_t bottom(const RectangleValue& r) { return wrapping_add(r.y, r.height); }
+int32_t right(const RectangleValue& r) {
+    return wrapping_add(r.x, r.width);
+}
+int32_t bottom(const RectangleValue& r) {
+    return wrapping_add(r.y, r.height);
+}
 
-RectangleValue from_numbers(int32_t x, int32_t y, int32_t width, int32_t height) { return {x, y, width, height}; }
+RectangleValue from_numbers(int32_t x, int32_t y, int32_t width, int32_t height) {
+    return {x, y, width, height};
+}
 RectangleValue from_parts(const PointValue& location, const SizeValue& size) {
     return {location.x, location.y, size.width, size.height};
 }
-RectangleValue empty() { return {}; }
+RectangleValue empty() {
+    return {};
+}
 
 RectangleValue from_edges(int32_t left, int32_t top, int32_t right, int32_t bottom) {
     return {left, top, wrapping_subtract(right, left), wrapping_subtract(bottom, top)};
@@ -41,15 +51,21 @@ RectangleValue inflated(const RectangleValue& r, int32_t x, int32_t y) {
     return {wrapping_subtract(r.x, x), wrapping_subtract(r.y, y), wrapping_add(r.width, wrapping_add(x, x)),
             wrapping_add(r.height, wrapping_add(y, y))};
 }
-void inflate(RectangleValue& self, int32_t width, int32_t height) { self = inflated(self, width, height); }
-void inflate_by(RectangleValue& self, const SizeValue& size) { inflate(self, size.width, size.height); }
+void inflate(RectangleValue& self, int32_t width, int32_t height) {
+    self = inflated(self, width, height);
+}
+void inflate_by(RectangleValue& self, const SizeValue& size) {
+    inflate(self, size.width, size.height);
+}
 
 RectangleValue intersected(const RectangleValue& a, const RectangleValue& b) {
     const int32_t x1 = std::max(a.x, b.x), x2 = std::min(right(a), right(b));
     const int32_t y1 = std::max(a.y, b.y), y2 = std::min(bottom(a), bottom(b));
     return x2 >= x1 && y2 >= y1 ? from_edges(x1, y1, x2, y2) : RectangleValue();
 }
-void intersect(RectangleValue& self, const RectangleValue& other) { self = intersected(self, other); }
+void intersect(RectangleValue& self, const RectangleValue& other) {
+    self = intersected(self, other);
+}
 
 RectangleValue united(const RectangleValue& a, const RectangleValue& b) {
     return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(right(a), right(b)),
@@ -59,7 +75,9 @@ RectangleValue united(const RectangleValue& a, const RectangleValue& b) {
 bool contains_xy(RectangleValue& self, int32_t x, int32_t y) {
     return self.x <= x && x < right(self) && self.y <= y && y < bottom(self);
 }
-bool contains_point(RectangleValue& self, const PointValue& point) { return contains_xy(self, point.x, point.y); }
+bool contains_point(RectangleValue& self, const PointValue& point) {
+    return contains_xy(self, point.x, point.y);
+}
 bool contains(RectangleValue& self, const RectangleValue& other) {
     return self.x <= other.x && right(other) <= right(self) && self.y <= other.y && bottom(other) <= bottom(self);
 }
@@ -71,7 +89,9 @@ void offset(RectangleValue& self, int32_t x, int32_t y) {
     self.x = wrapping_add(self.x, x);
     self.y = wrapping_add(self.y, y);
 }
-void offset_by(RectangleValue& self, const PointValue& by) { offset(self, by.x, by.y); }
+void offset_by(RectangleValue& self, const PointValue& by) {
+    offset(self, by.x, by.y);
+}
 
 // A negative width or height becomes a positive one of the same area.
 void normalize(RectangleValue& self) {
@@ -85,37 +105,71 @@ void normalize(RectangleValue& self) {
     }
 }
 
-PointValue get_location(RectangleValue& self) { return {self.x, self.y}; }
+PointValue get_location(RectangleValue& self) {
+    return {self.x, self.y};
+}
 void set_location(RectangleValue& self, const PointValue& location) {
     self.x = location.x;
     self.y = location.y;
 }
-SizeValue get_size(RectangleValue& self) { return {self.width, self.height}; }
+SizeValue get_size(RectangleValue& self) {
+    return {self.width, self.height};
+}
 void set_size(RectangleValue& self, const SizeValue& size) {
     self.width = size.width;
     self.height = size.height;
 }
-int32_t get_x(RectangleValue& self) { return self.x; }
-void set_x(RectangleValue& self, int32_t x) { self.x = x; }
-int32_t get_y(RectangleValue& self) { return self.y; }
-void set_y(RectangleValue& self, int32_t y) { self.y = y; }
-int32_t get_width(RectangleValue& self) { return self.width; }
-void set_width(RectangleValue& self, int32_t width) { self.width = width; }
-int32_t get_height(RectangleValue& self) { return self.height; }
-void set_height(RectangleValue& self, int32_t height) { self.height = height; }
+int32_t get_x(RectangleValue& self) {
+    return self.x;
+}
+void set_x(RectangleValue& self, int32_t x) {
+    self.x = x;
+}
+int32_t get_y(RectangleValue& self) {
+    return self.y;
+}
+void set_y(RectangleValue& self, int32_t y) {
+    self.y = y;
+}
+int32_t get_width(RectangleValue& self) {
+    return self.width;
+}
+void set_width(RectangleValue& self, int32_t width) {
+    self.width = width;
+}
+int32_t get_height(RectangleValue& self) {
+    return self.height;
+}
+void set_height(RectangleValue& self, int32_t height) {
+    self.height = height;
+}
 
 // Setting an edge moves that edge alone; the opposite one stays.
-int32_t get_right(RectangleValue& self) { return right(self); }
-void set_right(RectangleValue& self, int32_t edge) { self.width = wrapping_subtract(edge, self.x); }
-int32_t get_bottom(RectangleValue& self) { return bottom(self); }
-void set_bottom(RectangleValue& self, int32_t edge) { self.height = wrapping_subtract(edge, self.y); }
-void set_left(RectangleValue& self, int32_t edge) { self = from_edges(edge, self.y, right(self), bottom(self)); }
-void set_top(RectangleValue& self, int32_t edge) { self = from_edges(self.x, edge, right(self), bottom(self)); }
+int32_t get_right(RectangleValue& self) {
+    return right(self);
+}
+void set_right(RectangleValue& self, int32_t edge) {
+    self.width = wrapping_subtract(edge, self.x);
+}
+int32_t get_bottom(RectangleValue& self) {
+    return bottom(self);
+}
+void set_bottom(RectangleValue& self, int32_t edge) {
+    self.height = wrapping_subtract(edge, self.y);
+}
+void set_left(RectangleValue& self, int32_t edge) {
+    self = from_edges(edge, self.y, right(self), bottom(self));
+}
+void set_top(RectangleValue& self, int32_t edge) {
+    self = from_edges(self.x, edge, right(self), bottom(self));
+}
 
-bool is_empty(RectangleValue& self) { return self == RectangleValue(); }
+bool is_empty(RectangleValue& self) {
+    return self == RectangleValue();
+}
 
 constexpr const char* kRectangle = "Zelmor.Imaging.Rectangle";
-const BehaviourTable table(Assembly::kImaging, {
+const Behaviour kMembers[] = {
     {kRectangle, "ctor_000_Rectangle", entry<&from_numbers>()},
     {kRectangle, "ctor_001_Rectangle", entry<&from_parts>()},
     {kRectangle, "ctor_002_Rectangle", entry<&empty>()},
@@ -163,7 +217,8 @@ const BehaviourTable table(Assembly::kImaging, {
     {kRectangle, "set_Bottom", entry<&set_bottom>()},
     {kRectangle, "get_IsEmpty", entry<&is_empty>()},
     {kRectangle, "getsa_Empty", entry<&empty>()},
-});
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
 
 const FactoryRegistration factory(kRectangle, [](const TypeInfo&) { return box(RectangleValue()); });
 

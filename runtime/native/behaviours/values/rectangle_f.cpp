@@ -16,14 +16,22 @@ int32_t hash_of(const RectangleFValue& value) {
 
 namespace {
 
-float right(const RectangleFValue& r) { return r.x + r.width; }
-float bottom(const RectangleFValue& r) { return r.y + r.height; }
+float right(const RectangleFValue& r) {
+    return r.x + r.width;
+}
+float bottom(const RectangleFValue& r) {
+    return r.y + r.height;
+}
 
-RectangleFValue from_numbers(float x, float y, float width, float height) { return {x, y, width, height}; }
+RectangleFValue from_numbers(float x, float y, float width, float height) {
+    return {x, y, width, height};
+}
 RectangleFValue from_parts(const PointFValue& location, const SizeFValue& size) {
     return {location.x, location.y, size.width, size.height};
 }
-RectangleFValue empty() { return {}; }
+RectangleFValue empty() {
+    return {};
+}
 
 RectangleFValue from_edges(float left, float top, float right, float bottom) {
     return {left, top, right - left, bottom - top};
@@ -36,15 +44,21 @@ RectangleFValue from_points(const PointFValue& a, const PointFValue& b) {
 RectangleFValue inflated(const RectangleFValue& r, float x, float y) {
     return {r.x - x, r.y - y, r.width + 2 * x, r.height + 2 * y};
 }
-void inflate(RectangleFValue& self, float x, float y) { self = inflated(self, x, y); }
-void inflate_by(RectangleFValue& self, const SizeFValue& size) { inflate(self, size.width, size.height); }
+void inflate(RectangleFValue& self, float x, float y) {
+    self = inflated(self, x, y);
+}
+void inflate_by(RectangleFValue& self, const SizeFValue& size) {
+    inflate(self, size.width, size.height);
+}
 
 RectangleFValue intersected(const RectangleFValue& a, const RectangleFValue& b) {
     const float x1 = std::max(a.x, b.x), x2 = std::min(right(a), right(b));
     const float y1 = std::max(a.y, b.y), y2 = std::min(bottom(a), bottom(b));
     return x2 >= x1 && y2 >= y1 ? from_edges(x1, y1, x2, y2) : RectangleFValue();
 }
-void intersect(RectangleFValue& self, const RectangleFValue& other) { self = intersected(self, other); }
+void intersect(RectangleFValue& self, const RectangleFValue& other) {
+    self = intersected(self, other);
+}
 
 RectangleFValue united(const RectangleFValue& a, const RectangleFValue& b) {
     return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(right(a), right(b)),
@@ -54,7 +68,9 @@ RectangleFValue united(const RectangleFValue& a, const RectangleFValue& b) {
 bool contains_xy(RectangleFValue& self, float x, float y) {
     return self.x <= x && x < right(self) && self.y <= y && y < bottom(self);
 }
-bool contains_point(RectangleFValue& self, const PointFValue& point) { return contains_xy(self, point.x, point.y); }
+bool contains_point(RectangleFValue& self, const PointFValue& point) {
+    return contains_xy(self, point.x, point.y);
+}
 bool contains(RectangleFValue& self, const RectangleFValue& other) {
     return self.x <= other.x && right(other) <= right(self) && self.y <= other.y && bottom(other) <= bottom(self);
 }
@@ -66,7 +82,9 @@ void offset(RectangleFValue& self, float x, float y) {
     self.x += x;
     self.y += y;
 }
-void offset_by(RectangleFValue& self, const PointFValue& by) { offset(self, by.x, by.y); }
+void offset_by(RectangleFValue& self, const PointFValue& by) {
+    offset(self, by.x, by.y);
+}
 
 // A negative width or height becomes a positive one of the same area.
 void normalize(RectangleFValue& self) {
@@ -80,37 +98,71 @@ void normalize(RectangleFValue& self) {
     }
 }
 
-PointFValue get_location(RectangleFValue& self) { return {self.x, self.y}; }
+PointFValue get_location(RectangleFValue& self) {
+    return {self.x, self.y};
+}
 void set_location(RectangleFValue& self, const PointFValue& location) {
     self.x = location.x;
     self.y = location.y;
 }
-SizeFValue get_size(RectangleFValue& self) { return {self.width, self.height}; }
+SizeFValue get_size(RectangleFValue& self) {
+    return {self.width, self.height};
+}
 void set_size(RectangleFValue& self, const SizeFValue& size) {
     self.width = size.width;
     self.height = size.height;
 }
-float get_x(RectangleFValue& self) { return self.x; }
-void set_x(RectangleFValue& self, float x) { self.x = x; }
-float get_y(RectangleFValue& self) { return self.y; }
-void set_y(RectangleFValue& self, float y) { self.y = y; }
-float get_width(RectangleFValue& self) { return self.width; }
-void set_width(RectangleFValue& self, float width) { self.width = width; }
-float get_height(RectangleFValue& self) { return self.height; }
-void set_height(RectangleFValue& self, float height) { self.height = height; }
+float get_x(RectangleFValue& self) {
+    return self.x;
+}
+void set_x(RectangleFValue& self, float x) {
+    self.x = x;
+}
+float get_y(RectangleFValue& self) {
+    return self.y;
+}
+void set_y(RectangleFValue& self, float y) {
+    self.y = y;
+}
+float get_width(RectangleFValue& self) {
+    return self.width;
+}
+void set_width(RectangleFValue& self, float width) {
+    self.width = width;
+}
+float get_height(RectangleFValue& self) {
+    return self.height;
+}
+void set_height(RectangleFValue& self, float height) {
+    self.height = height;
+}
 
 // Setting an edge moves that edge alone; the opposite one stays.
-float get_right(RectangleFValue& self) { return right(self); }
-void set_right(RectangleFValue& self, float edge) { self.width = edge - self.x; }
-float get_bottom(RectangleFValue& self) { return bottom(self); }
-void set_bottom(RectangleFValue& self, float edge) { self.height = edge - self.y; }
-void set_left(RectangleFValue& self, float edge) { self = from_edges(edge, self.y, right(self), bottom(self)); }
-void set_top(RectangleFValue& self, float edge) { self = from_edges(self.x, edge, right(self), bottom(self)); }
+float get_right(RectangleFValue& self) {
+    return right(self);
+}
+void set_right(RectangleFValue& self, float edge) {
+    self.width = edge - self.x;
+}
+float get_bottom(RectangleFValue& self) {
+    return bottom(self);
+}
+void set_bottom(RectangleFValue& self, float edge) {
+    self.height = edge - self.y;
+}
+void set_left(RectangleFValue& self, float edge) {
+    self = from_edges(edge, self.y, right(self), bottom(self));
+}
+void set_top(RectangleFValue& self, float edge) {
+    self = from_edges(self.x, edge, right(self), bottom(self));
+}
 
-bool is_empty(RectangleFValue& self) { return self.width <= 0 || self.height <= 0; }
+bool is_empty(RectangleFValue& self) {
+    return self.width <= 0 || self.height <= 0;
+}
 
 constexpr const char* kRectangleF = "Zelmor.Imaging.RectangleF";
-const BehaviourTable table(Assembly::kImaging, {
+const Behaviour kMembers[] = {
     {kRectangleF, "ctor_000_RectangleF", entry<&from_numbers>()},
     {kRectangleF, "ctor_001_RectangleF", entry<&from_parts>()},
     {kRectangleF, "ctor_002_RectangleF", entry<&empty>()},
@@ -155,7 +207,8 @@ const BehaviourTable table(Assembly::kImaging, {
     {kRectangleF, "set_Bottom", entry<&set_bottom>()},
     {kRectangleF, "get_IsEmpty", entry<&is_empty>()},
     {kRectangleF, "getsa_Empty", entry<&empty>()},
-});
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
 
 const FactoryRegistration factory(kRectangleF, [](const TypeInfo&) { return box(RectangleFValue()); });
 

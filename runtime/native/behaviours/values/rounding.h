@@ -11,10 +11,16 @@ inline int32_t to_int32(double value) {
     if (!(value > -2147483649.0 && value < 2147483648.0)) return INT32_MIN;
     return static_cast<int32_t>(value);
 }
-inline int32_t ceiling_to_int32(float value) { return to_int32(std::ceil(static_cast<double>(value))); }
-inline int32_t truncate_to_int32(float value) { return to_int32(static_cast<double>(value)); }
+inline int32_t ceiling_to_int32(float value) {
+    return to_int32(std::ceil(static_cast<double>(value)));
+}
+inline int32_t truncate_to_int32(float value) {
+    return to_int32(static_cast<double>(value));
+}
 // Halves go to the even neighbour.
-inline int32_t round_to_int32(float value) { return to_int32(std::nearbyint(static_cast<double>(value))); }
+inline int32_t round_to_int32(float value) {
+    return to_int32(std::nearbyint(static_cast<double>(value)));
+}
 
 // Addition and subtraction of the managed integers wrap around.
 inline int32_t wrapping_add(int32_t a, int32_t b) {
