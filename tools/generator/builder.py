@@ -110,7 +110,7 @@ class Builder:
     def _wire(self, place: Place, name: str, namespace: str) -> Wire:
         if name in SCALARS:
             return Wire("scalar", name, SCALARS[name])
-        if name in ("string", "bytes", "object"):
+        if name in ("string", "bytes", "object", "stream"):
             return Wire(name, name)
         if name in PENDING_KINDS:
             reason, runtime_wire = PENDING_KINDS[name]

@@ -41,7 +41,6 @@ SCALARS: dict[str, Scalar] = {
 
 # Value kinds whose machinery comes later; a member that needs one is pending until then.
 PENDING_KINDS: dict[str, tuple[str, str]] = {
-    "stream": ("streams", "kStream"),
     "datetime": ("dates", ""),
     "decimal": ("decimals", ""),
     "UUID": ("identifiers", ""),
@@ -55,7 +54,8 @@ PENDING_KINDS: dict[str, tuple[str, str]] = {
 
 @dataclass(frozen=True)
 class Wire:
-    """A resolved wire type. `kind` is `void`, `scalar`, `string`, `bytes`, `object`, a kind of type, or `pending`."""
+    """A resolved wire type. `kind` is `void`, `scalar`, `string`, `bytes`, `object`, `stream`, a kind of type, or
+    `pending`."""
 
     kind: str
     name: str
@@ -70,7 +70,7 @@ class Wire:
         if self.scalar is not None:
             return self.scalar.code
         return {"void": "v", "string": "T", "bytes": "B", "object": "V", "class": "p", "static class": "p",
-                "struct": "V", "interface": "V", "pending": "V"}[self.kind]
+                "struct": "V", "interface": "V", "stream": "V", "pending": "V"}[self.kind]
 
     @property
     def result_code(self) -> str:
@@ -78,12 +78,12 @@ class Wire:
         if self.scalar is not None:
             return self.scalar.code
         return {"void": "v", "string": "O", "bytes": "O", "object": "O", "class": "p", "static class": "p",
-                "struct": "p", "interface": "v", "pending": "v"}[self.kind]
+                "struct": "p", "interface": "v", "stream": "v", "pending": "v"}[self.kind]
 
     @property
     def out_code(self) -> str:
         """The signature character of a trailing out record, or nothing."""
-        return {"interface": "o", "pending": "k"}.get(self.kind, "")
+        return {"interface": "o", "stream": "k", "pending": "k"}.get(self.kind, "")
 
     @property
     def runtime_wire(self) -> str:
@@ -93,7 +93,8 @@ class Wire:
         if self.kind == "pending":
             return self.pending_wire
         return {"void": "kVoid", "string": "kString", "bytes": "kBytes", "object": "kObject", "class": "kClass",
-                "static class": "kClass", "struct": "kStruct", "interface": "kInterface"}[self.kind]
+                "static class": "kClass", "struct": "kStruct", "interface": "kInterface",
+                "stream": "kStream"}[self.kind]
 
 
 VOID = Wire("void", "void")

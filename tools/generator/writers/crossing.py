@@ -7,12 +7,17 @@ from ..naming import cpp_name
 from ..wires import Wire
 
 
+# The out record of a result that does not leave as the return value.
+OUT_RECORDS = {"interface": "PyObjectOutArg", "stream": "PyCollectionArg"}
+
+
 def argument_type(wire: Wire) -> str:
     """The C++ type of an argument of a thunk."""
     if wire.scalar is not None:
         return wire.scalar.cpp
     return {"string": "const PyStringArg*", "bytes": "const PyBytesArg*", "object": "const VariantArg*",
-            "class": "void*", "struct": "const VariantArg*", "interface": "const VariantArg*"}[wire.kind]
+            "stream": "const VariantArg*", "class": "void*", "struct": "const VariantArg*",
+            "interface": "const VariantArg*"}[wire.kind]
 
 
 def result_type(wire: Wire) -> str:
@@ -20,12 +25,13 @@ def result_type(wire: Wire) -> str:
     if wire.scalar is not None:
         return wire.scalar.cpp
     return {"void": "void", "string": "PyObject*", "bytes": "PyObject*", "object": "PyObject*", "class": "void*",
-            "static class": "void*", "struct": "void*", "interface": "void"}[wire.kind]
+            "static class": "void*", "struct": "void*", "interface": "void", "stream": "void"}[wire.kind]
 
 
 def out_types(wire: Wire) -> list[str]:
     """The C++ types of the trailing out records of a result."""
-    return ["PyObjectOutArg*"] if wire.kind == "interface" else []
+    record = OUT_RECORDS.get(wire.kind)
+    return [f"{record}*"] if record is not None else []
 
 
 def thunk_types(params: list[Param], result: Wire, instance: bool) -> list[str]:
@@ -63,7 +69,7 @@ def converter(wire: Wire) -> str:
     if wire.scalar is not None:
         return wire.scalar.converter
     return {"string": "fn_conv_py_string_to_clr_string", "bytes": "fn_conv_py_bytes_to_clr_bytes",
-            "object": "fn_conv_py_variant_to_clr_variant"}[wire.kind]
+            "object": "fn_conv_py_variant_to_clr_variant", "stream": "wrpPye_conv_py_to_clr_stream"}[wire.kind]
 
 
 def passed(wire: Wire, name: str) -> str:
@@ -79,6 +85,8 @@ def to_python(wire: Wire, value: str) -> str:
         return f"wrpPy_conv_clr_to_py_{wire.type.symbol}({value})"
     if wire.scalar is not None:
         return f"{wire.scalar.builder}({value})"
+    if wire.kind == "stream":
+        return f"fn_conv_clr_absobj_to_py_absobj({value}, &wrpPye_tyds_FFFFFFFF_StreamWrapper)"
     return value  # strings, bytes and objects arrive as Python objects
 
 
@@ -128,8 +136,8 @@ def call_arguments(params: list[Param], result: Wire, handle: str | None) -> str
 def returned(call: str, result: Wire, params: list[Param], failure: str = "return nullptr;") -> list[str]:
     """The call of a thunk, the test for a pending error, and the return of the converted result."""
     lines = []
-    if result.kind == "interface":
-        lines += ["PyObjectOutArg result{};", f"{call};"]
+    if result.kind in OUT_RECORDS:
+        lines += [f"{OUT_RECORDS[result.kind]} result{{}};", f"{call};"]
     elif result.kind == "void":
         lines.append(f"{call};")
     else:
