@@ -6,11 +6,16 @@ import contextlib
 import re
 from collections.abc import Iterator
 from pathlib import Path
+from typing import Any
 
 import numpy as np
+import numpy.typing
 import pytest
 from PIL import Image as Pillow
 from zelmor import imaging
+
+#: Rows, columns and, but for gray, bands.
+Pixels = numpy.typing.NDArray[Any]
 
 WIDTH, HEIGHT = 61, 43  # odd, so that padding of rows would show
 
@@ -25,13 +30,13 @@ FORMATS = {
 }
 
 
-def noise(bands: int = 3, seed: int = 1, width: int = WIDTH, height: int = HEIGHT) -> np.ndarray:
+def noise(bands: int = 3, seed: int = 1, width: int = WIDTH, height: int = HEIGHT) -> Pixels:
     """Every pixel another colour."""
     shape = (height, width, bands) if bands > 1 else (height, width)
     return np.random.default_rng(seed).integers(0, 256, shape, dtype=np.uint8)
 
 
-def smooth(bands: int = 3, width: int = WIDTH, height: int = HEIGHT) -> np.ndarray:
+def smooth(bands: int = 3, width: int = WIDTH, height: int = HEIGHT) -> Pixels:
     """Soft waves, which any sound method of resampling or compression keeps."""
     y, x = np.mgrid[0:height, 0:width]
     waves = [127 + 110 * np.sin(x / (9 + 3 * k) + k) * np.cos(y / (8 + 2 * k)) for k in range(bands)]
@@ -39,20 +44,20 @@ def smooth(bands: int = 3, width: int = WIDTH, height: int = HEIGHT) -> np.ndarr
     return picture if bands > 1 else picture[..., 0]
 
 
-def few_colors(count: int = 16) -> np.ndarray:
+def few_colors(count: int = 16) -> Pixels:
     """Blocks of `count` colours."""
     colors = noise(3, seed=5, width=count, height=1)[0]
     y, x = np.mgrid[0:HEIGHT, 0:WIDTH]
     return colors[(x // 5 + y // 4 * 3) % count]
 
 
-def write(path: Path, pixels: np.ndarray, **options: object) -> str:
+def write(path: Path, pixels: Pixels, **options: object) -> str:
     """Writes an array with Pillow; the format is the extension's."""
     Pillow.fromarray(pixels).save(path, **options)
     return str(path)
 
 
-def read(path: Path | str, mode: str | None = None) -> np.ndarray:
+def read(path: Path | str, mode: str | None = None) -> Pixels:
     """The pixels of a file as Pillow sees them."""
     with Pillow.open(path) as picture:
         return np.asarray(picture.convert(mode) if mode else picture).astype(int)
@@ -68,13 +73,13 @@ def load(path: Path | str) -> imaging.RasterImage:
     return raster(imaging.Image.load(str(path)))
 
 
-def pixels(image: imaging.Image, tmp_path: Path, mode: str = "RGB") -> np.ndarray:
+def pixels(image: imaging.Image, tmp_path: Path, mode: str = "RGB") -> Pixels:
     """The pixels of an image, by way of a lossless file."""
     image.save(str(tmp_path / "pixels.png"))
     return read(tmp_path / "pixels.png", mode)
 
 
-def worst(a: np.ndarray, b: np.ndarray) -> int:
+def worst(a: Pixels, b: Pixels) -> int:
     """The greatest difference between two pictures of the same shape."""
     assert a.shape == b.shape
     return int(np.abs(a.astype(int) - b.astype(int)).max())

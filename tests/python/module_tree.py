@@ -3,11 +3,16 @@
 from __future__ import annotations
 
 from collections.abc import Iterator
+from pathlib import Path
 from types import ModuleType
 from typing import Any
 
 import zelmor.imaging
 
+from tools.generator.builder import load
+
+#: What the module was generated from.
+MODEL = load(Path(__file__).parents[2] / "api" / "catalogue")
 HOST_MARKER = "_zelmor_clr_host"
 CASTABLE_MARKER = "_zelmor_clr_castable_obj"
 

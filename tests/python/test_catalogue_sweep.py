@@ -5,15 +5,14 @@ from __future__ import annotations
 import enum
 import functools
 import types
-from pathlib import Path
 
 import pytest
 import zelmor.imaging
 
-from tools.generator.builder import load
-from tools.generator.model import Method, Model, Overload, Property, Type
+from tools.generator.model import Method, Overload, Property, Type
 
-MODEL: Model = load(Path(__file__).parents[2] / "api" / "catalogue")
+from module_tree import MODEL
+
 WRAPPERS = [entry for entry in MODEL.types if not entry.is_enum]
 ENUMS = [entry for entry in MODEL.types if entry.is_enum]
 CAST_FAMILY = ["_type_of", "_cast_to", "_cast_from", "_reinterpret_obj", "_cast_as", "_is_assignable"]
@@ -202,7 +201,8 @@ def unfit_message(overload: Overload) -> str:
     if wire.type is not None:
         return f"can't build {wire.type.name} value from '_Unfit'"
     special = {"string": "can't build String from '_Unfit'", "bytes": "can't build byte[] from '_Unfit'",
-               "object": "unknown variant type", "bool": "can't build bool from '_Unfit'"}
+               "object": "unknown variant type", "bool": "can't build bool from '_Unfit'",
+               "stream": "can't build Stream from '_Unfit'"}
     names = {"int8": "SByte", "int16": "Int16", "int32": "Int32", "int64": "Int64", "uint8": "Byte", "uint16": "UInt16",
              "uint32": "UInt32", "uint64": "UInt64", "float": "Single", "double": "Double"}
     return special.get(wire.name) or f"can't build '{names[wire.name]}' from '_Unfit'"

@@ -6,13 +6,13 @@ from pathlib import Path
 
 import numpy as np
 import pytest
-from image_oracles import HEIGHT, WIDTH, load, managed_error, noise, pixels, smooth, worst, write
+from image_oracles import HEIGHT, WIDTH, Pixels, load, managed_error, noise, pixels, smooth, worst, write
 from zelmor.imaging import CmykColor, Color
 
 LUMA = np.array([0.299, 0.587, 0.114])
 
 
-def gray(source: np.ndarray) -> np.ndarray:
+def gray(source: Pixels) -> Pixels:
     return np.rint(source[..., :3] @ LUMA)
 
 
@@ -79,7 +79,7 @@ def test_binarize_bradley(tmp_path: Path, difference: float, window: int) -> Non
     half = min(window, 2 * WIDTH) // 2
     span = 2 * half + 1
 
-    def sums(values: np.ndarray) -> np.ndarray:
+    def sums(values: Pixels) -> Pixels:
         total = np.pad(np.pad(values.astype(float), half), ((1, 0), (1, 0))).cumsum(0).cumsum(1)
         return total[span:, span:] - total[:-span, span:] - total[span:, :-span] + total[:-span, :-span]
 
@@ -108,7 +108,8 @@ def test_binarize_bradley_on_uneven_light(tmp_path: Path) -> None:
     ("binarize_bradley", (-0.1,), "brightness_difference", "-0.1"),
     ("binarize_bradley", (0.1, 0), "window_size", "0"),
 ])
-def test_arguments_outside_their_range(tmp_path: Path, call: str, arguments: tuple, parameter: str, value: str) -> None:
+def test_arguments_outside_their_range(tmp_path: Path, call: str, arguments: tuple[float, ...], parameter: str,
+                                       value: str) -> None:
     image = load(write(tmp_path / "a.png", noise()))
     with managed_error("ArgumentOutOfRangeException", f"'{parameter}'", f" {value} "):
         getattr(image, call)(*arguments)

@@ -20,7 +20,7 @@ MOST = 2**31 - 1
 
 
 @pytest.mark.parametrize("call", [Image.load, Image.can_load, Image.get_file_format])
-def test_a_file_that_is_not_there(tmp_path: Path, call: Callable[[str], object]) -> None:
+def test_a_file_that_is_not_there(tmp_path: Path, call: Callable[[str | None], object]) -> None:
     with managed_error("FileNotFoundException", str(tmp_path / "none.png")):
         call(str(tmp_path / "none.png"))
     with managed_error("DirectoryNotFoundException", str(tmp_path / "no" / "none.png")):
@@ -67,7 +67,8 @@ from zelmor.imaging import Image
 from zelmor.imaging.imageoptions import PngOptions
 image = Image.create(PngOptions(), 5, 5)
 os.seteuid(65534)
-for call in (lambda: Image.load({path!r}), lambda: image.save({path!r}), lambda: image.save({str(tmp_path / 'b.png')!r})):
+for call in (lambda: Image.load({path!r}), lambda: image.save({path!r}),
+             lambda: image.save({str(tmp_path / 'b.png')!r})):
     try:
         call()
         print("no error")
@@ -172,8 +173,10 @@ def test_targets_that_cannot_be_written(tmp_path: Path, target: str, name: str, 
     image = Image.load(write(tmp_path / "a.png", noise()))
     (tmp_path / "dir").mkdir()
     path = f"{tmp_path}/{target}" if target else ""
-    for save in (lambda: image.save(path), lambda: image.save(path, PngOptions()),
-                 lambda: image.save(path, BmpOptions(), Rectangle(0, 0, 1, 1)), lambda: image.save(path, True)):
+    ways: list[Callable[[], None]] = [
+        lambda: image.save(path), lambda: image.save(path, PngOptions()),
+        lambda: image.save(path, BmpOptions(), Rectangle(0, 0, 1, 1)), lambda: image.save(path, True)]
+    for save in ways:
         with managed_error(name, path, words):
             save()
     assert sorted(os.listdir(tmp_path)) == ["a.png", "dir"]
@@ -281,8 +284,10 @@ def test_disposing_twice(tmp_path: Path) -> None:
 
 def test_a_failed_operation_leaves_the_picture(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", noise()))
-    for call in (lambda: image.resize(-1, 5), lambda: image.crop(Rectangle(-1, 0, 5, 5)),
-                 lambda: image.resize(5, -MOST, ResizeType.NONE), lambda: image.adjust_brightness(300)):
+    calls: list[Callable[[], None]] = [
+        lambda: image.resize(-1, 5), lambda: image.crop(Rectangle(-1, 0, 5, 5)),
+        lambda: image.resize(5, -MOST, ResizeType.NONE), lambda: image.adjust_brightness(300)]
+    for call in calls:
         with managed_error("ArgumentOutOfRangeException"):
             call()
     assert worst(pixels(image, tmp_path), noise()) == 0

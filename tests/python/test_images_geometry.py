@@ -3,11 +3,12 @@
 from __future__ import annotations
 
 import math
+from collections.abc import Callable
 from pathlib import Path
 
 import numpy as np
 import pytest
-from image_oracles import HEIGHT, WIDTH, load, managed_error, noise, pixels, smooth, worst, write
+from image_oracles import HEIGHT, WIDTH, Pixels, load, managed_error, noise, pixels, smooth, worst, write
 from PIL import Image as Pillow
 from zelmor.imaging import Color, Image, ImageFilterType, ImageResizeSettings, Rectangle, ResizeType, RotateFlipType
 
@@ -135,9 +136,11 @@ def test_all_ways_of_asking_for_a_resize(tmp_path: Path) -> None:
     settings = ImageResizeSettings()
     settings.mode = ResizeType.BILINEAR_RESAMPLE
     results = []
-    for ask in (lambda i: i.resize(20, 10, ResizeType.BILINEAR_RESAMPLE), lambda i: i.resize(20, 10, settings),
-                lambda i: i.resize_by_type(20, 10, ResizeType.BILINEAR_RESAMPLE),
-                lambda i: i.resize_by_settings(20, 10, settings)):
+    ways: list[Callable[[Image], None]] = [
+        lambda i: i.resize(20, 10, ResizeType.BILINEAR_RESAMPLE), lambda i: i.resize(20, 10, settings),
+        lambda i: i.resize_by_type(20, 10, ResizeType.BILINEAR_RESAMPLE),
+        lambda i: i.resize_by_settings(20, 10, settings)]
+    for ask in ways:
         for image in (Image.load(path), load(path)):
             ask(image)
             results.append(pixels(image, tmp_path))
@@ -182,7 +185,7 @@ def test_right_angles_are_exact(tmp_path: Path, angle: int) -> None:
 @pytest.mark.parametrize("grow", [False, True])
 def test_rotation_by_any_angle(tmp_path: Path, angle: float, grow: bool) -> None:
     """Against the picture's own formula, turned."""
-    def at(x: np.ndarray, y: np.ndarray) -> np.ndarray:
+    def at(x: Pixels, y: Pixels) -> Pixels:
         return 127 + 110 * np.sin(x / 9) * np.cos(y / 8)
 
     y, x = np.mgrid[0:HEIGHT, 0:WIDTH]

@@ -139,7 +139,8 @@ def test_get_file_format_and_can_load(tmp_path: Path, extension: str) -> None:
     assert Image.can_load_with_options(path, LoadOptions())
 
 
-@pytest.mark.parametrize("content", [b"", b"B", b"BM, some text that begins like a bitmap", b"%PDF-1.4", b"\x89PNG\r\n\x1a\n"])
+@pytest.mark.parametrize("content", [b"", b"B", b"BM, some text that begins like a bitmap", b"%PDF-1.4",
+                                     b"\x89PNG\r\n\x1a\n"])
 def test_what_is_no_picture_cannot_be_loaded(tmp_path: Path, content: bytes) -> None:
     (tmp_path / "a.png").write_bytes(content)
     assert not Image.can_load(str(tmp_path / "a.png"))
@@ -152,11 +153,13 @@ def test_get_file_format_of_text_is_undefined(tmp_path: Path) -> None:
 
 def test_load_with_options_does_the_same(tmp_path: Path) -> None:
     path = write(tmp_path / "a.png", noise())
-    for image in (Image.load(path, LoadOptions()), Image.load_with_options(path, LoadOptions()), Image.load(path, None)):
+    options = LoadOptions()
+    for image in (Image.load(path, options), Image.load_with_options(path, options), Image.load(path, None)):
         assert worst(pixels(image, tmp_path), noise()) == 0
 
 
-@pytest.mark.parametrize("name", ["mit Umlaut ä.png", "字.png", "emoji 🎨.png", "[page=1].png", "a b'c\"d.png", "percent%20.png"])
+@pytest.mark.parametrize("name", ["mit Umlaut ä.png", "字.png", "emoji 🎨.png", "[page=1].png", "a b'c\"d.png",
+                                  "percent%20.png"])
 def test_any_file_name(tmp_path: Path, name: str) -> None:
     path = write(tmp_path / name, noise())
     assert Image.load(path).width == WIDTH
@@ -180,8 +183,8 @@ def test_the_file_may_go_once_it_is_loaded(tmp_path: Path) -> None:
 def test_no_file_stays_open(tmp_path: Path) -> None:
     path = write(tmp_path / "a.png", noise())
     image = Image.load(path)
-    names = [os.readlink(f"/proc/self/fd/{n}") for n in os.listdir("/proc/self/fd") if os.path.exists(f"/proc/self/fd/{n}")]
-    assert path not in names
+    files = [f"/proc/self/fd/{number}" for number in os.listdir("/proc/self/fd")]
+    assert path not in [os.readlink(file) for file in files if os.path.exists(file)]
     assert image.width == WIDTH
 
 

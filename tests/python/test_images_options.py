@@ -4,10 +4,12 @@ from __future__ import annotations
 
 import struct
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
-from image_oracles import HEIGHT, WIDTH, few_colors, load, managed_error, noise, pixels, read, smooth, worst, write
+from image_oracles import (HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, read, smooth, worst,
+                           write)
 from PIL import Image as Pillow
 from zelmor.imaging import Image, ImageOptionsBase, ResolutionSetting
 from zelmor.imaging.fileformats.bmp import BitmapCompression
@@ -19,14 +21,14 @@ from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, BmpOptions
                                          TiffOptions, WebPOptions)
 
 
-def saved(tmp_path: Path, options: ImageOptionsBase, source: np.ndarray | None = None) -> Path:
+def saved(tmp_path: Path, options: ImageOptionsBase, source: Pixels | None = None) -> Path:
     """Saves a picture with the options, to a name that says nothing."""
     image = Image.load(write(tmp_path / "source.png", smooth() if source is None else source))
     image.save(str(tmp_path / "saved"), options)
     return tmp_path / "saved"
 
 
-def made(kind: type, **properties: object) -> ImageOptionsBase:
+def made(kind: Any, **properties: object) -> ImageOptionsBase:
     """Options with some properties set."""
     options = kind()
     for name, value in properties.items():
@@ -35,7 +37,7 @@ def made(kind: type, **properties: object) -> ImageOptionsBase:
     return options
 
 
-def original(image: Image, kind: type) -> ImageOptionsBase:
+def original(image: Image, kind: Any) -> ImageOptionsBase:
     """The original options of an image, as what they are."""
     return kind._cast_to(image.get_original_options()).value
 
@@ -75,7 +77,8 @@ def test_jpeg_progressive(tmp_path: Path) -> None:
         assert original(Image.load(str(path)), JpegOptions).compression_type == mode
 
 
-@pytest.mark.parametrize("color, mode", [(JpegCompressionColorMode.GRAYSCALE, "L"), (JpegCompressionColorMode.Y_CB_CR, "RGB"),
+@pytest.mark.parametrize("color, mode", [(JpegCompressionColorMode.GRAYSCALE, "L"),
+                                         (JpegCompressionColorMode.Y_CB_CR, "RGB"),
                                          (JpegCompressionColorMode.CMYK, "CMYK")])
 def test_jpeg_colour_types(tmp_path: Path, color: JpegCompressionColorMode, mode: str) -> None:
     path = saved(tmp_path, made(JpegOptions, color_type=color))
@@ -86,7 +89,8 @@ def test_jpeg_colour_types(tmp_path: Path, color: JpegCompressionColorMode, mode
 
 @pytest.mark.parametrize("properties", [
     {"compression_type": JpegCompressionMode.LOSSLESS}, {"compression_type": JpegCompressionMode.JPEG_LS},
-    {"color_type": JpegCompressionColorMode.YCCK}, {"color_type": JpegCompressionColorMode.RGB}, {"bits_per_channel": 12},
+    {"color_type": JpegCompressionColorMode.YCCK}, {"color_type": JpegCompressionColorMode.RGB},
+    {"bits_per_channel": 12},
 ])
 def test_jpeg_settings_that_are_refused(tmp_path: Path, properties: dict[str, object]) -> None:
     with managed_error("NotSupportedException", "JpegOptions."):
@@ -337,7 +341,8 @@ def test_tiff_settings(tmp_path: Path) -> None:
         assert (picture.tag_v2[317], picture.tag_v2[322], picture.tag_v2[323]) == (2, 32, 32)
     assert worst(read(path), smooth()) == 0
     again = original(Image.load(str(path)), TiffOptions)
-    assert (again.predictor, again.compression, again.tile_width) == (TiffPredictor.HORIZONTAL, TiffCompressions.LZW, 32)
+    assert (again.predictor, again.compression) == (TiffPredictor.HORIZONTAL, TiffCompressions.LZW)
+    assert again.tile_width == 32
     image = Image.load(str(path))
     image.save(str(tmp_path / "again.tif"), again)
     assert worst(read(tmp_path / "again.tif"), smooth()) == 0
@@ -383,7 +388,7 @@ def test_tiff_texts_are_refused(tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize("kind", [BmpOptions, JpegOptions, PngOptions])
-def test_resolution_settings(tmp_path: Path, kind: type) -> None:
+def test_resolution_settings(tmp_path: Path, kind: Any) -> None:
     options = kind()
     options.resolution_settings = ResolutionSetting(200.0, 400.0)
     with Pillow.open(saved(tmp_path, options)) as picture:
@@ -401,7 +406,7 @@ def test_original_options_carry_the_resolution(tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize("kind", [BmpOptions, GifOptions, JpegOptions, PngOptions, WebPOptions])
-def test_options_are_cloned(kind: type) -> None:
+def test_options_are_cloned(kind: Any) -> None:
     options = kind()
     options.buffer_size_hint = 7
     copy = kind._cast_to(options.clone()).value
@@ -411,7 +416,7 @@ def test_options_are_cloned(kind: type) -> None:
 
 @pytest.mark.parametrize("extension, kind", [("bmp", BmpOptions), ("gif", GifOptions), ("jpg", JpegOptions),
                                              ("png", PngOptions), ("tif", TiffOptions), ("webp", WebPOptions)])
-def test_original_options_save_the_image_again(tmp_path: Path, extension: str, kind: type) -> None:
+def test_original_options_save_the_image_again(tmp_path: Path, extension: str, kind: Any) -> None:
     path = write(tmp_path / f"a.{extension}", smooth() if extension == "jpg" else few_colors())
     image = Image.load(path)
     options = image.get_original_options()

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Callable
 from pathlib import Path
 
 import numpy as np
@@ -55,8 +56,10 @@ def test_a_gray_image_takes_colours(tmp_path: Path) -> None:
                                                     (0, HEIGHT, "y", str(HEIGHT)), (2**31 - 1, 0, "x", "2147483647")])
 def test_pixels_outside(tmp_path: Path, x: int, y: int, parameter: str, value: str) -> None:
     image = load(write(tmp_path / "a.png", noise()))
-    for call in (lambda: image.get_pixel(x, y), lambda: image.get_argb_32_pixel(x, y),
-                 lambda: image.set_argb_32_pixel(x, y, 0), lambda: image.set_pixel(x, y, Color.red)):
+    calls: list[Callable[[], object]] = [
+        lambda: image.get_pixel(x, y), lambda: image.get_argb_32_pixel(x, y),
+        lambda: image.set_argb_32_pixel(x, y, 0), lambda: image.set_pixel(x, y, Color.red)]
+    for call in calls:
         with managed_error("ArgumentOutOfRangeException", f"'{parameter}'", value):
             call()
 

@@ -8,8 +8,8 @@ from pathlib import Path
 
 import numpy as np
 import pytest
-from image_oracles import (FORMATS, HEIGHT, WIDTH, few_colors, load, managed_error, noise, pixels, raster, read, smooth,
-                           worst, write)
+from image_oracles import (FORMATS, HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, raster, read,
+                           smooth, worst, write)
 from PIL import Image as Pillow
 from zelmor.imaging import Color, FileFormat, Image, Rectangle, RotateFlipType
 from zelmor.imaging.imageoptions import BmpOptions, GifOptions, IcoOptions, JpegOptions, PngOptions, WebPOptions
@@ -223,7 +223,7 @@ def test_frames_are_not_lost_silently(tmp_path: Path, frames: int) -> None:
     assert (tmp_path / "a.tif").read_bytes() == before
 
 
-def pixels_with_options(image: Image, tmp_path: Path) -> np.ndarray:
+def pixels_with_options(image: Image, tmp_path: Path) -> Pixels:
     image.save(str(tmp_path / "frame.bmp"), BmpOptions())
     return read(tmp_path / "frame.bmp")
 

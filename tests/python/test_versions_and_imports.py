@@ -187,8 +187,6 @@ class TestCapsuleEntries:
              "imaging.Size(1, 2)._cast_from(imaging.SizeF._type_of())"),
             ("zelmor.pyreflection._C_APIT_Enum", 1, "to_python", "imaging.FileFormat.BMP._as_uni_enum()"),
             ("zelmor.pygc._C_APIF", 0, "cast_result", "imaging.Size._cast_to(5)"),
-            ("zelmor.pyio._C_APIT_FileMode", 0, "from_python",
-             "imaging.extensions.StreamExtensions.create_file_stream('', zelmor.pyio.FileMode.OPEN)"),
         ],
     )
     def test_is_used(self, capsule: str, index: int, kind: str, use: str) -> None:
