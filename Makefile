@@ -8,6 +8,9 @@
 #   make debug-test, make sanitize, make valgrind
 #                 the tests in Python under the debug interpreter, the address and undefined-behaviour sanitizers,
 #                 and valgrind (slow: name some with TESTS=tests/python/test_x.py)
+#   make scale    generation, compilation and size at the number of types and members of the whole API
+#   make identifiers
+#                 complete the tables of type identifiers
 #   make lint     formatting, clang-tidy, flake8, mypy
 #   make format   format the C++ sources in place
 #   make setup    install every Debian package of packages.txt
@@ -25,7 +28,7 @@ LAUNCHER = $(if $(wildcard /usr/bin/ccache),-DCMAKE_C_COMPILER_LAUNCHER=ccache -
 .DEFAULT_GOAL := build
 # The prerequisites below stand in order: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test bench fuzz debug-test sanitize valgrind lint format clean
+.PHONY: setup build demo test bench scale fuzz debug-test sanitize valgrind identifiers lint format clean
 
 setup:
 	@tools/setup.sh
@@ -47,6 +50,9 @@ bench: setup-bench build
 	@cmake --build $(BUILD)/bench
 	@$(RUN) bench/run.py --build $(BUILD)
 
+scale: setup-build
+	@tools/scale.sh $(BUILD)-scale $(JOBS)
+
 fuzz: setup-test build
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --fuzz $(TESTS)
 
@@ -64,6 +70,10 @@ sanitize: setup-test
 valgrind: setup-test setup-check build
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under valgrind $(TESTS)
 
+identifiers:
+	@for catalogue in api/catalogue siblings/catalogue/*; do \
+	    $(PYTHON) -B -m tools.generator identifiers $$catalogue || exit 1; done
+
 lint: setup-lint build
 	@tools/lint.sh $(BUILD)
 
@@ -71,7 +81,7 @@ format: setup-lint
 	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-sanitize
+	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale
 
 .PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint
 setup-build setup-demo setup-test setup-bench setup-check setup-lint: setup-%:
