@@ -21,6 +21,8 @@ const HostEnvironment& running_environment() {
     return HostEnvironment::instance(nullptr, false, nullptr, nullptr, nullptr, nullptr);
 }
 
-const char* bound_assembly() { return ExchangeHost::get_instance().get_assembly_name(); }
+const char* bound_assembly() {
+    return ExchangeHost::get_instance().get_assembly_name();
+}
 
 }  // namespace zelmor

@@ -24,7 +24,7 @@ const char* bound_assembly();
 // `Host` supplies `kManagedClass` and calls `bind` from its constructor.
 template <class Host>
 class TypeHost {
-   public:
+ public:
     TypeHost(const TypeHost&) = delete;
     TypeHost& operator=(const TypeHost&) = delete;
 
@@ -47,7 +47,7 @@ class TypeHost {
         return false;
     }
 
-   protected:
+ protected:
     TypeHost() : m_assembly_name(bound_assembly()) {}
     ~TypeHost() = default;
 
@@ -61,7 +61,7 @@ class TypeHost {
         }
     }
 
-   private:
+ private:
     [[gnu::noinline, gnu::cold]] static Host& make_instance() {
         static Host host;
         s_instance = &host;

@@ -51,8 +51,8 @@ static_assert(sizeof(PyObjectOutArg) == 16 && offsetof(PyObjectOutArg, type_id) 
 
 // Out record of a result that is a managed object, a struct, or a Python object that the managed side held.
 struct PyCollectionArg {
-    int32_t kind;   // CollectionKind of tags.h
-    void* value;    // a handle, or a borrowed PyObject* when kind is 2; 0 is null
+    int32_t kind;  // CollectionKind of tags.h
+    void* value;   // a handle, or a borrowed PyObject* when kind is 2; 0 is null
     int64_t type_id;
 };
 static_assert(sizeof(PyCollectionArg) == 24 && offsetof(PyCollectionArg, value) == 8 &&

@@ -7,10 +7,10 @@
 
 // Tag space A: a parameter of a class, struct, interface or collection type.
 enum HandleTag : int32_t {
-    kHandleObject = 0,    // object handle; also null
-    kHandleStruct = 1,    // struct handle
-    kHandlePyObject = 2,  // borrowed list, iterable or stream standing in for a managed object
-    kHandlePySequence = 3 // borrowed sequence of any other kind
+    kHandleObject = 0,     // object handle; also null
+    kHandleStruct = 1,     // struct handle
+    kHandlePyObject = 2,   // borrowed list, iterable or stream standing in for a managed object
+    kHandlePySequence = 3  // borrowed sequence of any other kind
 };
 
 // Tag space B: a parameter of managed type `object`.

@@ -10,7 +10,7 @@ using zelmor::PyRef;
 namespace {
 
 class Variants : public BridgeTest {
-   protected:
+ protected:
     // A first import makes references of its own, to strings that a test may count.
     void SetUp() override {
         BridgeTest::SetUp();
