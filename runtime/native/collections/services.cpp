@@ -178,10 +178,12 @@ std::optional<ServiceClass> find_service_class(std::string_view managed_name) {
 EntryPoint make_service_delegate(const ServiceClass& service, std::string_view entry, Assembly assembly) {
     const ServiceOperation* operation = has_entry(service, entry) ? find_operation(entry) : nullptr;
     if (!operation) return {nullptr, nullptr};
-    auto context =
-        std::make_unique<ServiceContext>(ServiceContext{service, operation, signature_of(*operation, service)});
-    void* address = make_delegate(context->signature.c_str(), assembly, run, context.get());
-    return {context.release()->signature.c_str(), address};  // the context belongs to the delegate, which stays
+    auto context = std::make_shared<ServiceContext>();
+    context->service = service;
+    context->operation = operation;
+    context->signature = signature_of(*operation, service);
+    const char* signature = context->signature.c_str();
+    return {signature, make_delegate(signature, assembly, run, std::move(context))};
 }
 
 }  // namespace zelmor::embed

@@ -28,12 +28,13 @@ void* journaled(const Delegate& made, const char* assembly, const char* type, co
     static auto& known = *new std::unordered_map<void*, std::unordered_map<std::string, void*>>;
     void*& address = known[made.address][std::string(assembly) + '\n' + type + '\n' + method];
     if (!address) {
-        auto* called = new HandedOut{find_assembly(assembly).value_or(Assembly::kImaging),
-                                     type,
-                                     method,
-                                     made.full_name,
-                                     made.signature,
-                                     made.address};
+        auto called = std::make_shared<HandedOut>();
+        called->assembly = find_assembly(assembly).value_or(Assembly::kImaging);
+        called->type = type;
+        called->method = method;
+        called->full_name = made.full_name;
+        called->signature = made.signature;
+        called->address = made.address;
         address = make_raw_delegate(made.signature, run, called);
     }
     return address;

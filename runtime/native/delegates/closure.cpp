@@ -54,8 +54,14 @@ struct Closure {
     const char* signature;
     Assembly assembly;
     ClosureHandler handler;
-    void* context;
+    std::shared_ptr<void> context;
 };
+
+// All closures there are. What libffi keeps of them lies in memory that no leak checker looks at.
+std::vector<std::unique_ptr<Closure>>& closures() {
+    static auto& all = *new std::vector<std::unique_ptr<Closure>>;
+    return all;
+}
 
 void run_guarded(ffi_cif*, void* result, void** arguments, void* user) noexcept {
     const auto& closure = *static_cast<const Closure*>(user);
@@ -63,7 +69,7 @@ void run_guarded(ffi_cif*, void* result, void** arguments, void* user) noexcept 
     AssemblyScope scope(closure.assembly);
     frame.set_zero_result();
     try {
-        closure.handler(closure.context, frame);
+        closure.handler(closure.context.get(), frame);
     } catch (...) {
         frame.set_zero_result();
         report_current_exception();
@@ -73,7 +79,7 @@ void run_guarded(ffi_cif*, void* result, void** arguments, void* user) noexcept 
 void run_raw(ffi_cif*, void* result, void** arguments, void* user) noexcept {
     const auto& closure = *static_cast<const Closure*>(user);
     CallFrame frame(closure.signature, result, arguments);
-    closure.handler(closure.context, frame);
+    closure.handler(closure.context.get(), frame);
 }
 
 void* make(std::unique_ptr<Closure> closure, void (*run)(ffi_cif*, void*, void**, void*)) {
@@ -85,7 +91,7 @@ void* make(std::unique_ptr<Closure> closure, void (*run)(ffi_cif*, void*, void**
         ffi_closure_free(memory);
         throw_invalid_operation("No delegate can be made at run time on this machine.");
     }
-    static_cast<void>(closure.release());  // belongs to the delegate, which stays
+    closures().push_back(std::move(closure));
     return code;
 }
 
@@ -127,12 +133,13 @@ void call_delegate(void* address, CallFrame& frame) {
              frame.arguments());
 }
 
-void* make_delegate(const char* signature, Assembly assembly, ClosureHandler handler, void* context) {
-    return make(std::make_unique<Closure>(Closure{signature, assembly, handler, context}), run_guarded);
+void* make_delegate(const char* signature, Assembly assembly, ClosureHandler handler, std::shared_ptr<void> context) {
+    return make(std::make_unique<Closure>(Closure{signature, assembly, handler, std::move(context)}), run_guarded);
 }
 
-void* make_raw_delegate(const char* signature, ClosureHandler handler, void* context) {
-    return make(std::make_unique<Closure>(Closure{signature, Assembly::kImaging, handler, context}), run_raw);
+void* make_raw_delegate(const char* signature, ClosureHandler handler, std::shared_ptr<void> context) {
+    return make(std::make_unique<Closure>(Closure{signature, Assembly::kImaging, handler, std::move(context)}),
+                run_raw);
 }
 
 }  // namespace zelmor::embed

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <type_traits>
 
 #include "runtime/native/core/callbacks.h"
@@ -61,10 +62,10 @@ void call_delegate(void* address, CallFrame& frame);
 
 using ClosureHandler = void (*)(void* context, CallFrame& frame);
 
-// A delegate that calls `handler` inside the exception boundary, with the callbacks of the assembly current. Context
-// and signature must live as long as the process: a delegate is never taken back.
-void* make_delegate(const char* signature, Assembly assembly, ClosureHandler handler, void* context);
+// A delegate that calls `handler` inside the exception boundary, with the callbacks of the assembly current. A delegate
+// is never taken back: it keeps its context, and the signature must stay as long as that.
+void* make_delegate(const char* signature, Assembly assembly, ClosureHandler handler, std::shared_ptr<void> context);
 // The same without boundary and scope, for a handler that passes the call on and raises nothing.
-void* make_raw_delegate(const char* signature, ClosureHandler handler, void* context);
+void* make_raw_delegate(const char* signature, ClosureHandler handler, std::shared_ptr<void> context);
 
 }  // namespace zelmor::embed

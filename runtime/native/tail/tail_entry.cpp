@@ -96,7 +96,7 @@ bool run_override(TailEntry& self, CallFrame& frame, const ManagedObject& instan
 }
 
 void* make_tail_delegate(const TypeInfo& type, const EntryInfo& info) {
-    auto entry = std::make_unique<TailEntry>();
+    auto entry = std::make_shared<TailEntry>();
     entry->type = &type;
     entry->info = &info;
     entry->assembly = find_assembly(type.assembly).value_or(Assembly::kImaging);
@@ -122,9 +122,7 @@ void* make_tail_delegate(const TypeInfo& type, const EntryInfo& info) {
             plan_cast(*entry);
             break;
     }
-    void* address = make_delegate(info.signature, entry->assembly, run, entry.get());
-    static_cast<void>(entry.release());  // belongs to the delegate, which stays
-    return address;
+    return make_delegate(info.signature, entry->assembly, run, entry);
 }
 
 }  // namespace zelmor::embed

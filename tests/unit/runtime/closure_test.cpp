@@ -9,6 +9,11 @@
 namespace zelmor::embed {
 namespace {
 
+// A context that outlives its delegate's calls on its own.
+std::shared_ptr<void> unowned(void* context) {
+    return {std::shared_ptr<void>(), context};
+}
+
 class ClosureTest : public test::RuntimeTest {};
 
 TEST_F(ClosureTest, EveryScalarComesAndGoes) {
@@ -49,7 +54,7 @@ TEST_F(ClosureTest, ManyArgumentsKeepTheirPlaces) {
     };
     double extra = 1000;
     auto* call = reinterpret_cast<double (*)(int64_t, double, int, int, int, int, int, int, int, float)>(
-        make_delegate("dldiiiiiiif", Assembly::kImaging, sum, &extra));
+        make_delegate("dldiiiiiiif", Assembly::kImaging, sum, unowned(&extra)));
     EXPECT_EQ(call(1, 10, 0, 0, 0, 0, 0, 0, 0, 100.0f), 1111);
 }
 
@@ -80,7 +85,7 @@ TEST_F(ClosureTest, OtherExceptionsGetManagedNames) {
     for (const Case& each : cases) {
         auto* call = reinterpret_cast<void (*)()>(make_delegate(
             "v", Assembly::kImaging, [](void* context, CallFrame&) { static_cast<const Case*>(context)->raise(); },
-            const_cast<Case*>(&each)));
+            unowned(const_cast<Case*>(&each))));
         call();
         EXPECT_EQ(test::take_raised().name, each.name);
     }
