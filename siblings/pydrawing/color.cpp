@@ -14,7 +14,6 @@
 using zelmor::PyRef;
 using zelmor::siblings::color_type;
 using zelmor::siblings::known_color;
-using zelmor::siblings::KnownColor;
 
 namespace {
 
@@ -71,8 +70,8 @@ std::string python_name(const char* managed_name) {
 }
 
 bool is_system_number(int number) {
-    return number >= 1 && (number < zelmor::siblings::kFirstWebColor ||
-                           (number > zelmor::siblings::kLastWebColor && number <= zelmor::siblings::kLastKnownColor));
+    return number >= 1 && (number < kFirstWebColor ||
+                           (number > kLastWebColor && number <= kLastKnownColor));
 }
 
 // "O&" converters of the constructor functions.
@@ -226,7 +225,7 @@ PyObject* get_component(PyObject* self, void*) {
 
 PyObject* get_name(PyObject* self, void*) {
     const ShlColorObject& record = record_of(self);
-    const KnownColor* known = known_color(record.known_color);
+    const KnownColorRow* known = known_color(record.known_color);
     return known != nullptr ? PyUnicode_FromString(known->name) : PyUnicode_FromFormat("%x", record.argb);
 }
 
@@ -247,7 +246,7 @@ PyObject* color_repr(PyObject* self) {
     if (record.state == kStateEmpty) {
         return PyUnicode_FromString("Color()");
     }
-    const KnownColor* known = known_color(record.known_color);
+    const KnownColorRow* known = known_color(record.known_color);
     if (known == nullptr) {
         return PyUnicode_FromFormat("Color.from_argb(%u, %u, %u, %u)", alpha_of(record.argb), red_of(record.argb),
                                     green_of(record.argb), blue_of(record.argb));
@@ -325,7 +324,7 @@ int add_named_colors() {
     if (!empty || PyDict_SetItemString(color_type.tp_dict, "empty", empty.get()) < 0) {
         return -1;
     }
-    for (int number = zelmor::siblings::kFirstWebColor; number <= zelmor::siblings::kLastWebColor; ++number) {
+    for (int number = kFirstWebColor; number <= kLastWebColor; ++number) {
         PyRef color = PyRef::steal(make_numbered(number));
         if (!color ||
             PyDict_SetItemString(color_type.tp_dict, python_name(known_color(number)->name).c_str(), color.get()) < 0) {
