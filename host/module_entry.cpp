@@ -50,14 +50,13 @@ PyMODINIT_FUNC PyInit_imaging() {
     if (!module) {
         return fail(zelmor::kNamespacesFailed);
     }
-    if (wrpPye_mlit_FFFFFFFF_common_wrappers(module.get()) == nullptr) {
+    if (!zelmor::PyRef::steal(wrpPye_mlit_FFFFFFFF_common_wrappers(module.get()))) {
         return fail(zelmor::kCommonWrappersFailed);
     }
     if (PyShModule_AddType(module.get(), &wrpPye_tyds_FFFFFFFF_ModuleVersion, "_ModuleVersionType") != 0) {
         return fail(zelmor::kVersionTypeNotAdded);
     }
-    if (!add_version(module.get(), "VERSION",
-                     zelmor::PyRef::steal(PyShVersionAttr_Create(23, 6, 0, 0, "23.6.0.0")))) {
+    if (!add_version(module.get(), "VERSION", zelmor::PyRef::steal(PyShVersionAttr_Create(23, 6, 0, 0, "23.6.0.0")))) {
         return fail(zelmor::kVersionNotAdded);
     }
     if (!add_version(module.get(), "_BACKWARD_COMPATIBILITY_THRESHOLD",

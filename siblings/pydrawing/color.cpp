@@ -70,8 +70,7 @@ std::string python_name(const char* managed_name) {
 }
 
 bool is_system_number(int number) {
-    return number >= 1 && (number < kFirstWebColor ||
-                           (number > kLastWebColor && number <= kLastKnownColor));
+    return number >= 1 && (number < kFirstWebColor || (number > kLastWebColor && number <= kLastKnownColor));
 }
 
 // "O&" converters of the constructor functions.
