@@ -181,6 +181,7 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const Deco
 }  // namespace
 
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
+    settle_after_fork();
     FileFacts facts = probe(data);
     if (facts.format == Format::kUnknown) {
         throw PictureError(Failure::kDamaged, "the data is of none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP");

@@ -5,6 +5,7 @@
 
 #include "runtime/native/imagework/bmp_codec.h"
 #include "runtime/native/imagework/jpeg_segments.h"
+#include "runtime/native/imagework/quantizer_threads.h"
 #include "runtime/native/imagework/tiff_byte_order.h"
 #include "runtime/native/imagework/vips_picture.h"
 
@@ -27,6 +28,7 @@ void check_sides(const VImage& image, Format format, int most) {
 }
 
 EncodedBytes save(const VImage& image, const char* saver, VOption* options) {
+    OneQuantizerThread one_thread;
     VipsBlob* blob = nullptr;
     image.call(saver, options->set("in", image)->set("buffer", &blob));
     size_t size = 0;

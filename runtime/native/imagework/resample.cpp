@@ -6,8 +6,8 @@
 //   Catmull-Rom   cubic       bicubic      both are Catmull-Rom splines, as is Keys' cubic convolution
 //   Mitchell      mitchell    bicubic
 //   Lanczos       lanczos3    bicubic      the library has no windowed sine for enlarging
-//   high quality  lanczos3    lbb          locally bounded bicubic: sharp without ringing
-//   adaptive      lanczos3    nohalo       adapts itself to the edges that it finds
+//   high quality  lanczos3    bicubic
+//   adaptive      lanczos3    lbb          locally bounded bicubic: adapts itself to edges, at ten times the cost
 //   B-spline      mitchell    vsqbs        the smoothest of each: a cubic with B = 1/3, a quadratic B-spline
 #include <string>
 
@@ -36,9 +36,9 @@ Method method_of(Resampling resampling) {
         case Resampling::kLanczos:
             return {VIPS_KERNEL_LANCZOS3, "bicubic"};
         case Resampling::kHighQuality:
-            return {VIPS_KERNEL_LANCZOS3, "lbb"};
+            return {VIPS_KERNEL_LANCZOS3, "bicubic"};
         case Resampling::kAdaptive:
-            return {VIPS_KERNEL_LANCZOS3, "nohalo"};
+            return {VIPS_KERNEL_LANCZOS3, "lbb"};
         case Resampling::kBSpline:
             return {VIPS_KERNEL_MITCHELL, "vsqbs"};
     }

@@ -6,6 +6,7 @@
 
 #include <vips/vips.h>
 
+#include "runtime/native/imagework/after_fork.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -44,6 +45,7 @@ void start_vips() {
         }
         // A result that is kept by the operation's arguments would survive a change of the pixels in place.
         vips_cache_set_max(0);
+        watch_forks();
         g_log_set_handler("VIPS",
                           static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_INFO | G_LOG_LEVEL_MESSAGE |
                                                       G_LOG_LEVEL_DEBUG),

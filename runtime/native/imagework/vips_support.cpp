@@ -2,6 +2,7 @@
 #include "runtime/native/imagework/vips_support.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <unordered_set>
 
@@ -87,7 +88,7 @@ std::vector<double> ink(const VImage& image, Argb color) {
     double r = (color >> 16 & 0xFF) * unit;
     double g = (color >> 8 & 0xFF) * unit;
     double b = (color & 0xFF) * unit;
-    double gray = static_cast<double>(static_cast<int>(0.299 * r + 0.587 * g + 0.114 * b + 0.5));
+    double gray = std::rint(0.299 * r + 0.587 * g + 0.114 * b);
     switch (image.bands()) {
         case 1:
             return {gray};

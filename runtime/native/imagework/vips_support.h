@@ -7,6 +7,7 @@
 
 #include <vips/vips8>
 
+#include "runtime/native/imagework/after_fork.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
 
@@ -18,6 +19,7 @@ std::string take_vips_error(const vips::VError& error);
 // Runs a step of the library; its error becomes a PictureError of the kind given, behind the words given.
 template <class Step>
 auto guarded(Failure kind, const char* what, Step&& step) -> decltype(step()) {
+    settle_after_fork();
     try {
         return std::forward<Step>(step)();
     } catch (const vips::VError& error) {

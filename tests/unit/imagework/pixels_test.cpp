@@ -13,9 +13,12 @@ TEST(PixelTest, WhatIsWrittenIsRead) {
 
 TEST(PixelTest, OutsideIsRefused) {
     auto picture = backend().create(5, 4, true, false, 0);
-    for (auto [x, y] : {std::pair{-1, 0}, std::pair{5, 0}, std::pair{0, 4}, std::pair{0, -1}}) {
-        EXPECT_EQ(failure_of([&] { picture->get_argb(x, y); }).kind(), Failure::kArgument);
-        EXPECT_EQ(failure_of([&] { picture->set_argb(x, y, 0); }).kind(), Failure::kArgument);
+    struct Place {
+        int32_t x, y;
+    };
+    for (Place place : {Place{-1, 0}, Place{5, 0}, Place{0, 4}, Place{0, -1}}) {
+        EXPECT_EQ(failure_of([&] { picture->get_argb(place.x, place.y); }).kind(), Failure::kArgument);
+        EXPECT_EQ(failure_of([&] { picture->set_argb(place.x, place.y, 0); }).kind(), Failure::kArgument);
     }
 }
 

@@ -8,8 +8,6 @@
 
 namespace zelmor::embed {
 
-using imagework::Resolution;
-
 namespace {
 
 int32_t width(ImageObject& self) {

@@ -1,0 +1,13 @@
+// Working on in a process that was forked after the image library had been at work.
+#pragma once
+
+namespace zelmor::imagework {
+
+// Called once, at the start of the library.
+void watch_forks();
+
+// Called before each step of the library. In a forked process the first call puts the library's threads in order;
+// otherwise it does nothing.
+void settle_after_fork();
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,16 @@
+// Colours between sRGB and CMYK by profile, many or few at a time.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "runtime/native/imagework/formats.h"
+
+namespace zelmor::imagework {
+
+// Four bytes C, M, Y, K for each colour; alpha does not count.
+void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk);
+// Opaque colours.
+void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors);
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,33 @@
+// Keeps the colour quantizer to one thread where it runs on ours: for indexed PNG, and for BMP with a palette.
+//
+// It works with OpenMP, whose threads spin while they wait for each other: on a busy machine a small picture takes ten
+// times as long with them, and in a forked process, which lacks them, it never ends. (GIF is quantized on a thread of
+// the image library, which begins anew in a forked process.)
+#pragma once
+
+// Part of the runtime library of OpenMP, which is there if the quantizer was built with it.
+extern "C" {
+__attribute__((weak)) void omp_set_num_threads(int count);
+__attribute__((weak)) int omp_get_max_threads();
+}
+
+namespace zelmor::imagework {
+
+class OneQuantizerThread {
+ public:
+    OneQuantizerThread() {
+        if (!omp_get_max_threads || !omp_set_num_threads) return;
+        before_ = omp_get_max_threads();
+        omp_set_num_threads(1);
+    }
+    ~OneQuantizerThread() {
+        if (before_ > 0) omp_set_num_threads(before_);
+    }
+    OneQuantizerThread(const OneQuantizerThread&) = delete;
+    OneQuantizerThread& operator=(const OneQuantizerThread&) = delete;
+
+ private:
+    int before_ = 0;
+};
+
+}  // namespace zelmor::imagework
