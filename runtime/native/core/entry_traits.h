@@ -114,6 +114,17 @@ struct Arg<Ref<ManagedStream>> {
 template <>
 struct Arg<Ref<ManagedList>>;  // which element a collection has is not in its C++ type: take the VariantArg
 
+// A byte array as a view of the caller's memory, for reading; refuses None.
+template <>
+struct Arg<std::span<const std::byte>> {
+    using Wire = const PyBytesArg*;
+    static constexpr char code = 'B';
+    static std::span<const std::byte> read(const PyBytesArg* value) {
+        if (value->length < 0) throw_argument_null("a byte array");
+        return {static_cast<const std::byte*>(value->data), static_cast<size_t>(value->length)};
+    }
+};
+
 [[noreturn]] void throw_null_string();
 struct TextArg {
     using Wire = const PyStringArg*;

@@ -1,0 +1,66 @@
+// FileStreamContainer and SplitStreamContainer: how they come to be; the rest is that of StreamContainer.
+#include <unistd.h>
+
+#include "runtime/native/behaviours/streams/stream_container.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kFile = "Zelmor.Imaging.FileStreamContainer";
+constexpr const char* kSplit = "Zelmor.Imaging.SplitStreamContainer";
+
+Ref<StreamContainerObject> create_file_stream(std::string file_location, bool is_temporal) {
+    return make_file_container(file_location, true, is_temporal);
+}
+Ref<StreamContainerObject> open_file(std::string file_location) {
+    return make_file_container(file_location, false, false);
+}
+void set_is_temporal(StreamContainerObject& self, bool is_temporal) {
+    self.require_live();
+    set_property(self, "IsTemporal", is_temporal);
+    const auto path = property_string(self, "FilePath");
+    self.temporary_path = is_temporal && path ? to_utf8(*path) : std::string();
+}
+
+Ref<StreamContainerObject> split(Ref<ManagedStream> stream) {
+    return make_stream_container(kSplit, std::move(stream), false);
+}
+Ref<StreamContainerObject> split_owning(Ref<ManagedStream> stream, bool dispose_stream) {
+    return make_stream_container(kSplit, std::move(stream), dispose_stream);
+}
+Ref<StreamContainerObject> split_container(StreamContainerObject* stream, bool dispose_stream) {
+    if (!stream) throw_argument_null("stream");
+    return make_stream_container(kSplit, Ref<ManagedStream>(&stream->stream()), dispose_stream);
+}
+
+const Behaviour kMembers[] = {
+    {kFile, "call_000_CreateFileStream", entry<&create_file_stream>()},
+    {kFile, "call_000_OpenFileStream", entry<&open_file>()},
+    {kFile, "set_IsTemporal", entry<&set_is_temporal>()},
+    {kSplit, "ctor_000_SplitStreamContainer", entry<&split>()},
+    {kSplit, "ctor_001_SplitStreamContainer", entry<&split_owning>()},
+    {kSplit, "ctor_002_SplitStreamContainer", entry<&split_container>()},
+    {kSplit, "call_000_CreateFromStream", entry<&split_owning>()},
+    {kSplit, "call_000_CreateFromStreamContainer", entry<&split_container>()},
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+Ref<StreamContainerObject> make_file_container(const std::string& path, bool create, bool is_temporal) {
+    // A file that may not be written to is still good for reading.
+    const FileUse use = create                              ? FileUse::kCreate
+                        : ::access(path.c_str(), W_OK) == 0 ? FileUse::kReadWrite
+                                                            : FileUse::kRead;
+    auto stream = open_file_stream(path, use);
+    auto container = make_stream_container(kFile, std::move(stream), true);
+    set_property(*container, "FilePath", to_utf16(path));
+    set_property(*container, "IsCreated", create);
+    set_is_temporal(*container, is_temporal);
+    return container;
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,274 @@
+// StreamContainer: members.
+//
+// Copies go from the beginning of a stream that can seek, whose position they leave alone, and from where it stands
+// otherwise. Reading into a caller's byte array is refused: whether that memory may be written to does not cross.
+#include "runtime/native/behaviours/streams/stream_container.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "runtime/native/core/conversions.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+void StreamContainerObject::attach(Ref<ManagedStream> stream, bool dispose_stream) {
+    stream_ = std::move(stream);
+    dispose_stream_ = dispose_stream;
+}
+
+ManagedStream& StreamContainerObject::stream() const {
+    require_live();
+    if (!stream_) throw_invalid_operation("The container has no stream.");
+    return *stream_;
+}
+
+void StreamContainerObject::on_dispose() {
+    const Ref<ManagedStream> stream = std::move(stream_);
+    stream_ = nullptr;
+    if (stream && dispose_stream_) stream->dispose();
+    if (!temporary_path.empty()) ::unlink(temporary_path.c_str());
+}
+
+Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<ManagedStream> stream,
+                                                 bool dispose_stream) {
+    const Ref<ManagedObject> made = make_instance(type_name);
+    auto& container = cast_object<StreamContainerObject>(*made);
+    container.attach(std::move(stream), dispose_stream);
+    return Ref<StreamContainerObject>(&container);
+}
+
+namespace {
+
+using Container = StreamContainerObject;
+
+constexpr const char* kContainer = "Zelmor.Imaging.StreamContainer";
+constexpr int32_t kBufferSize = 4096;
+constexpr int64_t kToTheEnd = -1;
+
+Ref<Container> construct(Ref<ManagedStream> stream) {
+    return make_stream_container(kContainer, std::move(stream), false);
+}
+Ref<Container> construct_owning(Ref<ManagedStream> stream, bool dispose_stream) {
+    return make_stream_container(kContainer, std::move(stream), dispose_stream);
+}
+
+// Puts a stream back where it stood, if it can.
+class PositionKeeper {
+ public:
+    explicit PositionKeeper(ManagedStream& stream)
+        : stream_(stream), kept_(stream.can_seek() ? stream.position() : -1) {}
+    void to_beginning() {
+        if (kept_ >= 0) stream_.seek(0, SeekFrom::kBegin);
+    }
+    void restore() {
+        if (kept_ >= 0) stream_.seek(kept_, SeekFrom::kBegin);
+    }
+
+ private:
+    ManagedStream& stream_;
+    int64_t kept_;
+};
+
+void copy(ManagedStream& from, ManagedStream& to, int32_t buffer_size, int64_t length) {
+    if (buffer_size <= 0) {
+        throw_out_of_range("buffer_size", "The size " + std::to_string(buffer_size) + " is not positive.");
+    }
+    Bytes buffer(static_cast<size_t>(buffer_size));
+    for (int64_t left = length; length == kToTheEnd || left > 0;) {
+        size_t wanted = buffer.size();
+        if (length != kToTheEnd) wanted = static_cast<size_t>(std::min<int64_t>(left, buffer_size));
+        const size_t count = from.read(std::span(buffer).first(wanted));
+        if (count == 0) break;
+        to.write(std::span(buffer).first(count));
+        left -= static_cast<int64_t>(count);
+    }
+}
+
+void check_length(int64_t length) {
+    if (length < 0) throw_out_of_range("length", "The length " + std::to_string(length) + " is negative.");
+}
+
+void save_all(Container& self, ManagedStream& to, int32_t buffer_size, int64_t length) {
+    ManagedStream& from = self.stream();
+    PositionKeeper position(from);
+    position.to_beginning();
+    copy(from, to, buffer_size, length);
+    position.restore();
+    to.flush();
+}
+
+void save(Container& self, Ref<ManagedStream> to) {
+    save_all(self, *to, kBufferSize, kToTheEnd);
+}
+void save_buffered(Container& self, Ref<ManagedStream> to, int32_t buffer_size) {
+    save_all(self, *to, buffer_size, kToTheEnd);
+}
+void save_part(Container& self, Ref<ManagedStream> to, int32_t buffer_size, int64_t length) {
+    check_length(length);
+    save_all(self, *to, buffer_size, length);
+}
+void save_file_part(Container& self, const std::string& path, int32_t buffer_size, int64_t length) {
+    self.stream();  // a container without a stream must not leave an empty file behind
+    const auto file = open_file_stream(path, FileUse::kCreate);
+    save_all(self, *file, buffer_size, length);
+    file->close();
+}
+void save_file(Container& self, std::string path) {
+    save_file_part(self, path, kBufferSize, kToTheEnd);
+}
+void save_file_buffered(Container& self, std::string path, int32_t buffer_size) {
+    save_file_part(self, path, buffer_size, kToTheEnd);
+}
+void save_file_length(Container& self, std::string path, int32_t buffer_size, int64_t length) {
+    check_length(length);
+    save_file_part(self, path, buffer_size, length);
+}
+
+void write_to(Container& self, Container& other) {
+    copy(self.stream(), other.stream(), kBufferSize, kToTheEnd);
+}
+void write_part_to(Container& self, Container& other, int64_t length) {
+    check_length(length);
+    copy(self.stream(), other.stream(), kBufferSize, length);
+}
+
+void write(Container& self, std::span<const std::byte> bytes) {
+    self.stream().write(bytes);
+}
+void write_range(Container& self, std::span<const std::byte> buffer, int32_t offset, int32_t count) {
+    if (offset < 0) throw_out_of_range("offset", "The offset " + std::to_string(offset) + " is negative.");
+    if (count < 0 || static_cast<size_t>(offset) + static_cast<size_t>(count) > buffer.size()) {
+        throw_out_of_range("count", "The range from " + std::to_string(offset) + " of " + std::to_string(count) +
+                                        " bytes leaves an array of " + std::to_string(buffer.size()) + ".");
+    }
+    self.stream().write(buffer.subspan(static_cast<size_t>(offset), static_cast<size_t>(count)));
+}
+void write_byte(Container& self, uint8_t value) {
+    const std::byte byte{value};
+    self.stream().write({&byte, 1});
+}
+int32_t read_byte(Container& self) {
+    std::byte byte;
+    return self.stream().read({&byte, 1}) == 1 ? static_cast<int32_t>(byte) : -1;
+}
+
+Bytes to_bytes(Container& self) {
+    PositionKeeper position(self.stream());
+    position.to_beginning();
+    Bytes bytes = self.stream().read_to_end();
+    position.restore();
+    return bytes;
+}
+Bytes range_to_bytes(Container& self, int64_t first, int64_t count) {
+    if (first < 0) throw_out_of_range("position", "The position " + std::to_string(first) + " is negative.");
+    const int64_t length = self.stream().length();
+    if (count < 0 || first > length || count > length - first) {
+        throw_out_of_range("bytes_count", "The range from " + std::to_string(first) + " of " + std::to_string(count) +
+                                              " bytes leaves a stream of " + std::to_string(length) + ".");
+    }
+    PositionKeeper position(self.stream());
+    self.stream().seek(first, SeekFrom::kBegin);
+    Bytes bytes(static_cast<size_t>(count));
+    self.stream().read_exactly(bytes);
+    position.restore();
+    return bytes;
+}
+
+void flush(Container& self) {
+    self.stream().flush();
+}
+int64_t seek(Container& self, int64_t offset, int32_t origin) {
+    if (origin < 0 || origin > 2) throw_argument("The seek origin " + std::to_string(origin) + " is none of 0, 1, 2.");
+    return self.stream().seek(offset, static_cast<SeekFrom>(origin));
+}
+void seek_begin(Container& self) {
+    self.stream().seek(0, SeekFrom::kBegin);
+}
+
+// What callers lock on: the container itself.
+PyObject* sync_root(Container& self) {
+    return py_object(Ref<ManagedObject>(&self));
+}
+int64_t get_position(Container& self) {
+    return self.stream().position();
+}
+void set_position(Container& self, int64_t position) {
+    self.stream().seek(position, SeekFrom::kBegin);
+}
+Ref<ManagedStream> get_stream(Container& self) {
+    return self.stream_reference();
+}
+bool is_stream_disposed_on_close(Container& self) {
+    return self.disposes_stream();
+}
+int64_t get_length(Container& self) {
+    return self.stream().length();
+}
+void set_length(Container& self, int64_t length) {
+    self.stream().set_length(length);
+}
+bool can_read(Container& self) {
+    return self.stream().can_read();
+}
+bool can_seek(Container& self) {
+    return self.stream().can_seek();
+}
+bool can_write(Container& self) {
+    return self.stream().can_write();
+}
+int32_t read_write_bytes_count() {
+    return kBufferSize;
+}
+
+const Behaviour kMembers[] = {
+    {kContainer, "ctor_000_StreamContainer", entry<&construct>()},
+    {kContainer, "ctor_001_StreamContainer", entry<&construct_owning>()},
+    {kContainer, "call_000_Write", entry<&write>()},
+    {kContainer, "call_001_Write", entry<&write_range>()},
+    {kContainer, "call_000_ToBytes", entry<&to_bytes>()},
+    {kContainer, "call_001_ToBytes", entry<&range_to_bytes>()},
+    {kContainer, "call_000_Save", entry<&save>()},
+    {kContainer, "call_001_Save", entry<&save_buffered>()},
+    {kContainer, "call_002_Save", entry<&save_part>()},
+    {kContainer, "call_003_Save", entry<&save_file>()},
+    {kContainer, "call_004_Save", entry<&save_file_buffered>()},
+    {kContainer, "call_005_Save", entry<&save_file_length>()},
+    {kContainer, "call_000_WriteTo", entry<&write_to>()},
+    {kContainer, "call_001_WriteTo", entry<&write_part_to>()},
+    {kContainer, "call_000_Flush", entry<&flush>()},
+    {kContainer, "call_000_WriteByte", entry<&write_byte>()},
+    {kContainer, "call_000_ReadByte", entry<&read_byte>()},
+    {kContainer, "call_000_Seek", entry<&seek>()},
+    {kContainer, "call_000_SeekBegin", entry<&seek_begin>()},
+    {kContainer, "call_000_SaveToStream", entry<&save>()},
+    {kContainer, "call_000_SaveToStreamWithBufSize", entry<&save_buffered>()},
+    {kContainer, "call_000_SaveToStreamWithBufSizeAndLen", entry<&save_part>()},
+    {kContainer, "call_000_SaveWithBufSize", entry<&save_file_buffered>()},
+    {kContainer, "call_000_SaveWithBufSizeAndLen", entry<&save_file_length>()},
+    {kContainer, "get_SyncRoot", entry<&sync_root>()},
+    {kContainer, "get_Position", entry<&get_position>()},
+    {kContainer, "set_Position", entry<&set_position>()},
+    {kContainer, "get_Stream", entry<&get_stream>()},
+    {kContainer, "get_IsStreamDisposedOnClose", entry<&is_stream_disposed_on_close>()},
+    {kContainer, "get_Length", entry<&get_length>()},
+    {kContainer, "set_Length", entry<&set_length>()},
+    {kContainer, "get_CanRead", entry<&can_read>()},
+    {kContainer, "get_CanSeek", entry<&can_seek>()},
+    {kContainer, "get_CanWrite", entry<&can_write>()},
+    {kContainer, "getsa_ReadWriteBytesCount", entry<&read_write_bytes_count>()},
+};
+const BehaviourTable table(Assembly::kImaging, kMembers);
+
+const FactoryRegistration factory(kContainer, [](const TypeInfo& type) -> Ref<ManagedObject> {
+    return make_ref<StreamContainerObject>(type);
+});
+
+const ConversionRegistration to_stream(kContainer, "System.IO.Stream", [](ManagedObject& container) {
+    return Ref<ManagedObject>(&cast_object<Container>(container).stream());
+});
+
+}  // namespace
+
+}  // namespace zelmor::embed
