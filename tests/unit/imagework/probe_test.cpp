@@ -1,5 +1,5 @@
 // Reading of headers: facts of files that the backend wrote, and bytes that only look like a picture.
-#include <cstring>
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -60,7 +60,7 @@ TEST(ProbeTest, AnyBytesAreTaken) {
         for (uint8_t& byte : data)
             byte = static_cast<uint8_t>(random() % 4 == 0 ? random() : random() % 3);
         const std::string& signature = kSignatures[random() % std::size(kSignatures)];
-        std::memcpy(data.data(), signature.data(), std::min(signature.size(), data.size()));
+        std::copy_n(signature.begin(), std::min(signature.size(), data.size()), data.begin());
         FileFacts facts = probe(data);
         if (facts.readable) {
             EXPECT_GT(facts.width, 0);
