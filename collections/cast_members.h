@@ -91,3 +91,45 @@ struct CastMembers {
 };
 
 }  // namespace zelmor
+
+// Validity, guard and casts of a kind, under the names that tell them apart in a debugger.
+#define ZELMOR_DEFINE_KIND(kind, Kind)                                                          \
+    bool wrpPye_bltp_##kind##_is_not_valid(std::string& message) {                              \
+        return zelmor::report_validity(zelmor::Kind::state(), message);                         \
+    }                                                                                           \
+    int wrpPye_uafn_##kind##_invalidate() {                                                     \
+        return zelmor::Kind::guard();                                                           \
+    }                                                                                           \
+    static PyObject* wrpPye_bltp_##kind##_type_of(PyObject* self, PyObject* ignored) {          \
+        return zelmor::CastMembers<zelmor::Kind>::type_of(self, ignored);                       \
+    }                                                                                           \
+    static PyObject* wrpPye_bltp_##kind##_cast_to(PyObject* self, PyObject* argument) {         \
+        return zelmor::CastMembers<zelmor::Kind>::cast_to(self, argument);                      \
+    }                                                                                           \
+    static PyObject* wrpPye_bltp_##kind##_cast_from(PyObject* self, PyObject* argument) {       \
+        return zelmor::cast_stub(self, argument);                                               \
+    }                                                                                           \
+    static PyObject* wrpPye_bltp_##kind##_is_assignable(PyObject* self, PyObject* argument) {   \
+        return zelmor::CastMembers<zelmor::Kind>::is_assignable(self, argument);                \
+    }                                                                                           \
+    static PyObject* wrpPye_bltp_##kind##_reinterpret_obj(PyObject* self, PyObject* argument) { \
+        return zelmor::CastMembers<zelmor::Kind>::reinterpret_obj(self, argument);              \
+    }                                                                                           \
+    static PyObject* wrpPye_bltp_##kind##_cast_as(PyObject* self, PyObject* argument) {         \
+        return zelmor::CastMembers<zelmor::Kind>::cast_as(self, argument);                      \
+    }
+
+// "get_type", as a table has it.
+#define ZELMOR_GET_TYPE_METHOD \
+    { "get_type", ZELMOR_KEYWORD_METHOD(wrapClrObject_get_type), METH_NOARGS, nullptr }
+
+// The members that stand at the end of every table.
+#define ZELMOR_CAST_METHODS(kind)                                                                  \
+    {"_type_of", wrpPye_bltp_##kind##_type_of, METH_NOARGS | METH_STATIC, nullptr},                \
+        {"_cast_to", wrpPye_bltp_##kind##_cast_to, METH_O | METH_STATIC, nullptr},                 \
+        {"_cast_from", wrpPye_bltp_##kind##_cast_from, METH_O, nullptr},                           \
+        {"_is_assignable", wrpPye_bltp_##kind##_is_assignable, METH_O | METH_STATIC, nullptr},     \
+        {"_reinterpret_obj", wrpPye_bltp_##kind##_reinterpret_obj, METH_O | METH_STATIC, nullptr}, \
+        {"_cast_as", wrpPye_bltp_##kind##_cast_as, METH_O | METH_STATIC, nullptr}, {               \
+        nullptr, nullptr, 0, nullptr                                                               \
+    }

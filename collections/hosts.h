@@ -286,9 +286,9 @@ class PyHost_ph_RoColBase final : public zelmor::InteropHost<PyHost_ph_RoColBase
 };
 
 struct StreamDelegates {
-    int (*can_read)(void*);
-    int (*can_seek)(void*);
-    int (*can_write)(void*);
+    bool (*can_read)(void*);
+    bool (*can_seek)(void*);
+    bool (*can_write)(void*);
     long (*length)(void*);
     long (*position)(void*);
     void (*close)(void*);
@@ -307,5 +307,18 @@ class PyHost_ph_Stream final : public zelmor::InteropHost<PyHost_ph_Stream, Stre
         {"CanRead", "CanSeek", "CanWrite", "Length", "Position", "Close", "Flush", "Read", "Seek", "SetLength", "Write",
          "btp_IsAssignable", "btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs"});
 
+    bool can_read(void* handle) const { return m_delegates.can_read(handle); }
+    bool can_seek(void* handle) const { return m_delegates.can_seek(handle); }
+    bool can_write(void* handle) const { return m_delegates.can_write(handle); }
+    long length(void* handle) const { return m_delegates.length(handle); }
+    long position(void* handle) const { return m_delegates.position(handle); }
+    void close(void* handle) const { m_delegates.close(handle); }
+    void flush(void* handle) const { m_delegates.flush(handle); }
+    int read(void* handle, void* buffer, int count) const { return m_delegates.read(handle, buffer, count); }
+    long seek(void* handle, long offset, int origin) const { return m_delegates.seek(handle, offset, origin); }
+    long set_length(void* handle, int use_current_position, long size) const {
+        return m_delegates.set_length(handle, use_current_position, size);
+    }
+    void write(void* handle, void* buffer, int count) const { m_delegates.write(handle, buffer, count); }
     const zelmor::ClassCasts& casts() const { return m_delegates.casts; }
 };

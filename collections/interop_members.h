@@ -4,17 +4,6 @@
 #include "pyshell/python.h"
 #include "pyshell/wrapped_object.h"
 
-// A managed stream shown as a file: the wrapper and its own notion of being closed.
-struct PyShStreamObject {
-    PyClrObject wrapper;
-    int32_t closed;  // 0 open, 1 closed
-};
-static_assert(sizeof(PyShStreamObject) == 32 && offsetof(PyShStreamObject, closed) == 24);
-
-void wrpPye_init_fields_stream(PyShStreamObject* self);
-PyObject* wrpPye_bltp_stream_exit(PyObject* self, PyObject* args);
-PyObject* wrpPye_bltp_stream_get_closed(PyObject* self, void* closure);
-
 PyObject* wrpPye_tpsb_idisposable_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs);
 PyObject* wrpPye_tpsb_iter_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs);
 PyObject* wrpPye_tpsb_iterable_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs);
@@ -24,7 +13,6 @@ PyObject* wrpPye_tpsb_array_tp_new(PyTypeObject* type, PyObject* args, PyObject*
 PyObject* wrpPye_tpsb_arrlist_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs);
 PyObject* wrpPye_tpsb_colbase_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs);
 PyObject* wrpPye_tpsb_rocolbase_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs);
-PyObject* wrpPye_tpsb_stream_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs);
 
 namespace zelmor {
 
@@ -37,7 +25,5 @@ extern PyMethodDef array_methods[];
 extern PyMethodDef arrlist_methods[];
 extern PyMethodDef colbase_methods[];
 extern PyMethodDef rocolbase_methods[];
-extern PyMethodDef stream_methods[];
-extern PyGetSetDef stream_getset[];
 
 }  // namespace zelmor

@@ -5,6 +5,7 @@
 #include "collections/interop.h"
 #include "collections/interop_members.h"
 #include "convert/shl_buffer_view.h"
+#include "streams/stream_wrapper.h"
 
 // Slots that are not named stay null and are left to PyType_Ready.
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
@@ -59,6 +60,8 @@ PyTypeObject wrpPye_tyds_FFFFFFFF_StreamWrapper = {
     .tp_dealloc = reinterpret_cast<destructor>(wrapClrObject_tp_dealloc),
     .tp_hash = reinterpret_cast<hashfunc>(wrapClrObject_hash),
     .tp_richcompare = wrapClrObject_tp_richcompare,
+    .tp_iter = wrpPye_bltp_stream_iter,
+    .tp_iternext = wrpPye_bltp_stream_iternext,
     .tp_methods = zelmor::stream_methods,
     .tp_getset = zelmor::stream_getset,
     .tp_init = wrapClrObject_tp_init_fault,
