@@ -67,7 +67,8 @@ def write_catalogue(out: Path) -> None:
     values = itertools.cycle(VALUES)
     blocks = [_class(number, counts, values) for number in range(1, CLASSES + 1)]
     blocks += [[f"struct Struct{n}", "    ctor ()", ""] for n in range(1, STRUCTS + 1)]
-    blocks += [[f"interface Interface{n}", f"    get {_names(f'Depth{n}')} int32", ""] for n in range(1, INTERFACES + 1)]
+    blocks += [[f"interface Interface{n}", f"    get {_names(f'Depth{n}')} int32", ""]
+               for n in range(1, INTERFACES + 1)]
     blocks += [[f"static class Helper{n}", f"    static {_names(f'Make{n}')} () -> Class1", ""]
                for n in range(1, STATIC_CLASSES + 1)]
     for kind, stem, total in (("enum", "Enum", ENUMS), ("enum flags", "Flags", FLAGS)):

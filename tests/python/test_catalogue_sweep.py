@@ -123,7 +123,7 @@ def test_properties_are_descriptors_of_the_right_kind(prop: Property) -> None:
         assert type(descriptor).__name__ == "_FieldDescrType"
         assert repr(descriptor) == f"<attribute '{prop.python}' of '{prop.owner.dotted}' objects>"
     else:
-        assert type(descriptor) is types.GetSetDescriptorType
+        assert isinstance(descriptor, types.GetSetDescriptorType)
     assert descriptor.__doc__ is None
 
 

@@ -17,7 +17,8 @@ PROPERTY_KINDS = ("get", "getset", "static_get", "static_getset", "const")
 
 _TYPE_LINE = re.compile(
     r"(?P<kind>class|static class|struct|interface|enum flags|enum) (?P<name>\w+)"
-    r"(?: : (?P<base>[\w.]+))?(?P<disposable> disposable)?(?P<converts> converts)?(?: implements (?P<interfaces>[\w., ]+))?\Z"
+    r"(?: : (?P<base>[\w.]+))?(?P<disposable> disposable)?(?P<converts> converts)?"
+    r"(?: implements (?P<interfaces>[\w., ]+))?\Z"
 )
 _MEMBER_LINE = re.compile(
     r"(?P<kind>\w+)(?: (?P<python>\w+) (?P<managed>\w+))? \((?P<params>[^()]*)\)(?: -> (?P<result>[\w.\[\] ]+?))?"

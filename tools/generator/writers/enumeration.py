@@ -93,9 +93,9 @@ def _initialiser(entry: Type) -> list[str]:
     suffix = {"uint32": "u", "uint64": "ul"}.get(entry.width.name if entry.width else "", "")
     rows = [f"{{{quoted(name)}, {value}{suffix}}}" if value != -2147483648 else f"{{{quoted(name)}, -2147483647 - 1}}"
             for name, value in entry.values]
-    lines += ["", *table(f"static constexpr zelmor::EnumMember<{integer_type(entry)}> wrpPy_emem_{entry.symbol}[]", rows),
-              *table("static PyMethodDef* const "
-                     f"wrpPy_amms_{entry.symbol}[zelmor::kEnumOperationCount]", names)]
+    members = f"static constexpr zelmor::EnumMember<{integer_type(entry)}> wrpPy_emem_{entry.symbol}[]"
+    operations = f"static PyMethodDef* const wrpPy_amms_{entry.symbol}[zelmor::kEnumOperationCount]"
+    lines += ["", *table(members, rows), *table(operations, names)]
     return lines + function(f"PyObject* wrpPy_eypi_{entry.symbol}()", [
         f"PyObject* made = zelmor::make_enum_class({quoted(entry.name)}, {'true' if entry.flags else 'false'}, "
         f"zelmor::make_enum_members(wrpPy_emem_{entry.symbol}));",
@@ -106,5 +106,5 @@ def _initialiser(entry: Type) -> list[str]:
 def write_enumeration(entry: Type, product: str) -> list[str]:
     """The source file of an enumeration."""
     return [f"// {entry.full_name}: written by the generator from {entry.place.path.name}.",
-            f'#include "generated/{product}/{product}.h"', "", f"PyTypeObject* wrpPy_tyds_{entry.symbol} = nullptr;", "",
-            *write_host(entry), *_validity(entry), *_converters(entry), *_operations(entry), *_initialiser(entry)]
+            f'#include "generated/{product}/{product}.h"', "",
+            f"PyTypeObject* wrpPy_tyds_{entry.symbol} = nullptr;", "", *write_host(entry), *_validity(entry), *_converters(entry), *_operations(entry), *_initialiser(entry)]

@@ -150,12 +150,15 @@ def _post_initialiser(entry: Type) -> list[str]:
     if _static_properties(entry):
         fields = ", ".join(f"&wrpPy_sgsf_{entry.symbol}_000_{prop.python}" for prop in _static_properties(entry))
         body += [f"static PyGetSetDef* const kFields[] = {{{fields}}};", "for (PyGetSetDef* field : kFields) {",
-                 f"    if (zelmor::store_static_member({record}, field->name, PyShDescr_NewStaticField({record}, field))"
-                 " != 0) {", "        return -1;", "    }", "}"]
+                 f"    PyObject* descriptor = PyShDescr_NewStaticField({record}, field);",
+                 f"    if (zelmor::store_static_member({record}, field->name, descriptor) != 0) {{",
+                 "        return -1;", "    }", "}"]
     for method in _mixed(entry):
         stem = f"&wrpPy_mxml_{entry.symbol}_"
-        body += [f"if (zelmor::store_static_member({record}, {quoted(method.python)}, PyShDescr_NewMixedMethod({record}, "
-                 f"{stem}001_{method.python}, {stem}000_{method.python})) != 0) {{", "    return -1;", "}"]
+        entries = f"{stem}001_{method.python}, {stem}000_{method.python}"
+        body += [f"if (zelmor::store_static_member({record}, {quoted(method.python)},",
+                 f"                                PyShDescr_NewMixedMethod({record}, {entries})) != 0) {{",
+                 "    return -1;", "}"]
     return lines + function(f"int wrpPy_eypi_{entry.symbol}()", [*body, "return 0;"])
 
 
