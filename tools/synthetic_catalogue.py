@@ -39,7 +39,7 @@ def _names(managed: str) -> str:
     return f"{snake_case(managed)} {managed}"
 
 
-def _class(number: int, counts: Iterator[tuple[int, int, int, int, int]], values: Iterator[str]) -> list[str]:
+def _class(number: int, counts: Iterator[tuple[int, ...]], values: Iterator[str]) -> list[str]:
     """A class with its share of the entry points; every third one derives from its predecessor."""
     name = f"Class{number}"
     base = f" : Class{number - 1}" if number > 2 and number % 3 == 0 else ""

@@ -115,6 +115,7 @@ def _member(place: Place, text: str) -> MemberLine:
         raise CatalogueError(place, f"'{kind}' is no kind of member")
     if match is None or (kind != "ctor") != (match["python"] is not None):
         raise CatalogueError(place, f"cannot read this {kind} line")
+    params: tuple[ParamLine, ...]
     if kind in PROPERTY_KINDS:
         params, type_name, takes = (), match["type"], match["takes"]
     else:

@@ -201,6 +201,11 @@ class Type:
                 names.insert(2, "CastFrom")
         return [f"btp_{name}" for name in names]
 
+    def reasons(self) -> list[str]:
+        """For each own overload and property, why it cannot be generated yet, or nothing."""
+        overloads = [*self.constructors, *(overload for method in self.methods for overload in method.own)]
+        return [overload.pending for overload in overloads] + [prop.pending for prop in self.properties]
+
     def bases(self) -> list[Type]:
         """The chain of base classes, nearest first."""
         chain: list[Type] = []
@@ -282,14 +287,9 @@ class Model:
         counts: Counter[str] = Counter()
         for entry in self.types:
             counts["collections"] += len(entry.shared)
-            overloads = [*entry.constructors, *(o for method in entry.methods for o in method.own)]
-            counts.update(item.pending for item in [*overloads, *entry.properties] if item.pending)
+            counts.update(reason for reason in entry.reasons() if reason)
         return +counts
 
     def generated(self) -> int:
         """Members that are generated."""
-        total = 0
-        for entry in self.types:
-            overloads = [*entry.constructors, *(o for method in entry.methods for o in method.own)]
-            total += sum(not item.pending for item in [*overloads, *entry.properties])
-        return total
+        return sum(not reason for entry in self.types for reason in entry.reasons())

@@ -107,4 +107,5 @@ def write_enumeration(entry: Type, product: str) -> list[str]:
     """The source file of an enumeration."""
     return [f"// {entry.full_name}: written by the generator from {entry.place.path.name}.",
             f'#include "generated/{product}/{product}.h"', "",
-            f"PyTypeObject* wrpPy_tyds_{entry.symbol} = nullptr;", "", *write_host(entry), *_validity(entry), *_converters(entry), *_operations(entry), *_initialiser(entry)]
+            f"PyTypeObject* wrpPy_tyds_{entry.symbol} = nullptr;", "",
+            *write_host(entry), *_validity(entry), *_converters(entry), *_operations(entry), *_initialiser(entry)]

@@ -21,7 +21,8 @@ def _ready(module: Module) -> list[str]:
     markers = [marker for entry in module.wrappers for marker in entry.markers]
     interop = sorted({marker for marker in markers if isinstance(marker, str)})
     foreign = sorted({m for m in markers if isinstance(m, Type) and m.module != module.name}, key=lambda m: m.full_name)
-    return [_record(entry) for entry in [*interop, *foreign, *module.wrappers]]
+    types: list[Type | str] = [*interop, *foreign, *module.wrappers]
+    return [_record(entry) for entry in types]
 
 
 def _wrapper_row(entry: Type) -> str:

@@ -77,7 +77,9 @@ class Tables:
         return self._entry(f"btp_{service}", service, _SERVICE_ROLES[service], VOID, signature)
 
     def _write_type(self, entry: Type) -> tuple[list[str], str]:
-        index, lines, entries = self._index[entry], [], []
+        index = self._index[entry]
+        lines: list[str] = []
+        entries: list[str] = []
         overloads = [*entry.constructors, *(o for method in entry.methods for o in method.own)]
         for number, overload in enumerate(overloads):
             row = self._overload(overload, lines, number)
@@ -100,10 +102,10 @@ class Tables:
             spans.append(f"{name}_{index}" if items else "{}")
         base = str(self._index[entry.base]) if entry.base is not None else "kNoType"
         width = entry.width.runtime_wire if entry.width is not None else "kVoid"
-        flags = [entry.disposable, bool(entry.constructors), entry.flags]
+        marks = [entry.disposable, bool(entry.constructors), entry.flags]
         row = ", ".join([quoted(entry.full_name), quoted(entry.name), quoted(entry.host_class),
                          quoted(next(m.assembly for m in self._models if entry in m.types)),
-                         f"TypeKind::{_KINDS[entry.kind]}", *(str(flag).lower() for flag in flags),
+                         f"TypeKind::{_KINDS[entry.kind]}", *(str(mark).lower() for mark in marks),
                          f"Wire::{width}", base, *spans])
         return lines, f"{{{row}}}"
 
