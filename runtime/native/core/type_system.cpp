@@ -135,6 +135,8 @@ const TypeInfo& intern_type(std::string_view full_name, TypeKind kind, const Typ
     added.info.assembly = "mscorlib";
     added.info.kind = kind;
     added.info.base = kNoType;
+    // The one type outside the catalogue that is disposable; those derived from it find that at their base.
+    added.info.disposable = full_name == "System.IO.Stream";
     r.by_name.emplace(added.name, &added.info);
     r.interned_by_info.emplace(&added.info, &added);
     return added.info;
