@@ -7,9 +7,7 @@ from importlib import import_module
 import pytest
 from support.callbacks import TABLES
 from support.control import Control
-
-EXCHANGE_HOST = "Zelmor.WrpGen.Interop.ExchangeHost"
-OBJECT_HOST = "Zelmor.WrpGen.Interop.ObjectHost"
+from support.service_hosts import EXCHANGE_ENTRIES, EXCHANGE_HOST, HANDED_OVER, OBJECT_ENTRIES, OBJECT_HOST
 
 #: The managed assembly of each module that has one; pycore has none.
 ASSEMBLIES = {
@@ -19,49 +17,6 @@ ASSEMBLIES = {
     "zelmor.pydrawing": "WrpInterop.Zelmor.PyDrawing",
     "zelmor.imaging": "WrpInterop.Zelmor.Imaging",
 }
-
-BOUND_FIRST = [
-    "GetTypeName",
-    "SetExceptionCallback",
-    "SetCatchAndClearErrorCallback",
-    "SetU16StrBuilderCallback",
-    "SetPyUnraisableStrBuilderCallback",
-    "SetPyStrBuilderCallback",
-    "SetPyBytesBuilderCallback",
-    "SetPyObjApiCallbacks",
-    "SetPyStaticCallbacks",
-    "SetPyGenericCallbacks",
-    "FreePendingArgs",
-    "FreeInstance",
-    "FreeInstance",
-    "InitServices",
-    "BoxStcTarget",
-]
-HANDED_OVER = [
-    "SetExceptionCallback",
-    "SetCatchAndClearErrorCallback",
-    "SetU16StrBuilderCallback",
-    "SetPyStrBuilderCallback",
-    "SetPyUnraisableStrBuilderCallback",
-    "SetPyObjApiCallbacks",
-    "SetPyStaticCallbacks",
-    "SetPyGenericCallbacks",
-    "SetPyBytesBuilderCallback",
-    "InitServices",
-]
-BOUND_LAST = [
-    "ToStringOfObj",
-    "ToStringOfStc",
-    "GetHashOfObj",
-    "GetHashOfStc",
-    "IsEqualsOfObj",
-    "IsEqualsOfStc",
-    "IsTypeOf",
-    "GetTypeName",
-    "GetObjType",
-    "GetStcType",
-    "Dispose",
-]
 
 
 def events_of(control: Control, assembly: str) -> list[tuple[str, str, str]]:
@@ -73,9 +28,9 @@ def events_of(control: Control, assembly: str) -> list[tuple[str, str, str]]:
 
 def expected_events() -> list[tuple[str, str, str]]:
     """Bind the channel, hand everything over, let the services be built, bind the object services."""
-    return ([("create_delegate", EXCHANGE_HOST, method) for method in BOUND_FIRST]
+    return ([("create_delegate", EXCHANGE_HOST, method) for method in EXCHANGE_ENTRIES]
             + [("call", EXCHANGE_HOST, method) for method in HANDED_OVER]
-            + [("create_delegate", OBJECT_HOST, method) for method in BOUND_LAST])
+            + [("create_delegate", OBJECT_HOST, method) for method in OBJECT_ENTRIES])
 
 
 @pytest.mark.parametrize(("module", "assembly"), ASSEMBLIES.items())

@@ -10,52 +10,8 @@ from pathlib import Path
 
 import pytest
 from startup_process import ASSEMBLY, ASSEMBLY_DIR, EXE, EXE_DIR, NETCORE_DIR, WRAPPER, Start
+from support.service_hosts import BOUND, EXCHANGE_HOST, HANDED_OVER
 
-EXCHANGE_HOST = "Zelmor.WrpGen.Interop.ExchangeHost"
-OBJECT_HOST = "Zelmor.WrpGen.Interop.ObjectHost"
-EXCHANGE_ENTRIES = [
-    "GetTypeName",
-    "SetExceptionCallback",
-    "SetCatchAndClearErrorCallback",
-    "SetU16StrBuilderCallback",
-    "SetPyUnraisableStrBuilderCallback",
-    "SetPyStrBuilderCallback",
-    "SetPyBytesBuilderCallback",
-    "SetPyObjApiCallbacks",
-    "SetPyStaticCallbacks",
-    "SetPyGenericCallbacks",
-    "FreePendingArgs",
-    "FreeInstance",
-    "FreeInstance",
-    "InitServices",
-    "BoxStcTarget",
-]
-OBJECT_ENTRIES = [
-    "ToStringOfObj",
-    "ToStringOfStc",
-    "GetHashOfObj",
-    "GetHashOfStc",
-    "IsEqualsOfObj",
-    "IsEqualsOfStc",
-    "IsTypeOf",
-    "GetTypeName",
-    "GetObjType",
-    "GetStcType",
-    "Dispose",
-]
-BOUND = [(EXCHANGE_HOST, entry) for entry in EXCHANGE_ENTRIES] + [(OBJECT_HOST, entry) for entry in OBJECT_ENTRIES]
-HANDED_OVER = [
-    "SetExceptionCallback",
-    "SetCatchAndClearErrorCallback",
-    "SetU16StrBuilderCallback",
-    "SetPyStrBuilderCallback",
-    "SetPyUnraisableStrBuilderCallback",
-    "SetPyObjApiCallbacks",
-    "SetPyStaticCallbacks",
-    "SetPyGenericCallbacks",
-    "SetPyBytesBuilderCallback",
-    "InitServices",
-]
 #: COR_E_MISSINGMETHOD, as the fake wrapper library gives it and as the message prints it.
 MISSING_METHOD = ctypes.c_int32(0x80131513).value
 
