@@ -11,7 +11,8 @@ import pytest
 from image_oracles import (FORMATS, HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, raster, read,
                            smooth, worst, write)
 from PIL import Image as Pillow
-from zelmor.imaging import Color, FileFormat, Image, Rectangle, RotateFlipType
+from PIL import ImageCms
+from zelmor.imaging import Color, FileFormat, Image, LoadOptions, Rectangle, RotateFlipType
 from zelmor.imaging.imageoptions import BmpOptions, GifOptions, IcoOptions, JpegOptions, PngOptions, WebPOptions
 from zelmor.imaging.sources import FileCreateSource
 
@@ -241,6 +242,30 @@ def test_alpha_is_laid_over_the_background(tmp_path: Path) -> None:
     result = read(tmp_path / "blue.bmp", "RGB")
     assert tuple(result[5, 5]) == (0, 0, 255)
     assert tuple(result[5, 15]) == (200, 0, 0)
+
+
+@pytest.mark.parametrize("extension", ["png", "jpg", "tif", "webp"])
+@pytest.mark.parametrize("convert", [False, True])
+def test_a_colour_profile_is_kept_or_applied(tmp_path: Path, extension: str, convert: bool) -> None:
+    profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+    options = LoadOptions()
+    options.use_icc_profile_conversion = convert
+    image = Image.load(write(tmp_path / "a.png", smooth(), icc_profile=profile), options)
+    image.save(str(tmp_path / f"b.{extension}"))
+    with Pillow.open(tmp_path / f"b.{extension}") as copy:
+        assert copy.info.get("icc_profile") == (None if convert else profile)
+    assert np.abs(read(tmp_path / f"b.{extension}", "RGB") - smooth()).mean() < 3
+
+
+def test_exif_data_is_kept(tmp_path: Path) -> None:
+    exif = Pillow.Exif()
+    exif[0x010F] = "a maker"  # Make
+    image = load(write(tmp_path / "a.jpg", smooth(), exif=exif))
+    image.resize(20, 20)
+    for extension in ("jpg", "webp"):
+        image.save(str(tmp_path / f"b.{extension}"))
+        with Pillow.open(tmp_path / f"b.{extension}") as copy:
+            assert copy.getexif()[0x010F] == "a maker"
 
 
 def test_a_transparent_colour_is_written_as_clear(tmp_path: Path) -> None:

@@ -28,6 +28,11 @@ bool is_directory(const std::string& path) {
     return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+// By the rights that opening goes by, those of the effective user.
+bool may_write(const std::string& path) {
+    return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+}
+
 std::string quoted(const std::string& path) {
     return "'" + to_utf8(to_utf16(path)) + "'";
 }
@@ -209,13 +214,13 @@ void require_writable_target(const std::string& path) {
     struct stat info {};
     if (::stat(path.c_str(), &info) == 0) {
         if (S_ISDIR(info.st_mode)) throw_file_error(path, EISDIR, "write");
-        if (::access(path.c_str(), W_OK) != 0) throw_file_error(path, errno, "write");
+        if (!may_write(path)) throw_file_error(path, errno, "write");
         return;
     }
     const std::string directory = directory_of(path);
     if (!is_directory(directory)) throw_file_error(path, ENOENT, "write");
     if (path.back() == '/') throw_file_error(path, EISDIR, "write");
-    if (::access(directory.c_str(), W_OK) != 0) {
+    if (!may_write(directory)) {
         if (errno == EACCES) throw_denied(path, "there is no permission to write to its directory");
         throw_file_error(path, errno, "write");
     }
