@@ -1,6 +1,7 @@
 // FileStreamContainer and SplitStreamContainer: how they come to be; the rest is that of StreamContainer.
 #include <unistd.h>
 
+#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/behaviours/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/text.h"
@@ -12,17 +13,19 @@ namespace {
 constexpr const char* kFile = "Zelmor.Imaging.FileStreamContainer";
 constexpr const char* kSplit = "Zelmor.Imaging.SplitStreamContainer";
 
-Ref<StreamContainerObject> create_file_stream(std::string file_location, bool is_temporal) {
-    return make_file_container(file_location, true, is_temporal);
+using Path = std::optional<std::u16string>;
+
+Ref<StreamContainerObject> create_file_stream(const Path& file_location, bool is_temporal) {
+    return make_file_container(file_location, "file_location", true, is_temporal);
 }
-Ref<StreamContainerObject> open_file(std::string file_location) {
-    return make_file_container(file_location, false, false);
+Ref<StreamContainerObject> open_file(const Path& file_location) {
+    return make_file_container(file_location, "file_location", false, false);
 }
 void set_is_temporal(StreamContainerObject& self, bool is_temporal) {
     self.require_live();
     set_property(self, "IsTemporal", is_temporal);
     const auto path = property_string(self, "FilePath");
-    self.temporary_path = is_temporal && path ? to_utf8(*path) : std::string();
+    self.temporary_path = is_temporal && path ? file_path_of(path, "file_path") : std::string();
 }
 
 Ref<StreamContainerObject> split(Ref<ManagedStream> stream) {
@@ -50,14 +53,15 @@ const BehaviourTable table(Assembly::kImaging, kMembers);
 
 }  // namespace
 
-Ref<StreamContainerObject> make_file_container(const std::string& path, bool create, bool is_temporal) {
+Ref<StreamContainerObject> make_file_container(const Path& file_path, const char* parameter, bool create,
+                                               bool is_temporal) {
+    const std::string path = file_path_of(file_path, parameter);
     // A file that may not be written to is still good for reading.
     const FileUse use = create                              ? FileUse::kCreate
                         : ::access(path.c_str(), W_OK) == 0 ? FileUse::kReadWrite
                                                             : FileUse::kRead;
-    auto stream = open_file_stream(path, use);
-    auto container = make_stream_container(kFile, std::move(stream), true);
-    set_property(*container, "FilePath", to_utf16(path));
+    auto container = make_stream_container(kFile, open_file_stream(path, use), true);
+    set_property(*container, "FilePath", *file_path);
     set_property(*container, "IsCreated", create);
     set_is_temporal(*container, is_temporal);
     return container;

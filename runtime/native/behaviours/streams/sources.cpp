@@ -1,4 +1,5 @@
 // The sources: where a new image is written. Each gives a container over a file or a stream when it is asked.
+#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/behaviours/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/text.h"
@@ -6,6 +7,8 @@
 namespace zelmor::embed {
 
 namespace {
+
+using Path = std::optional<std::u16string>;
 
 constexpr const char* kStreamSource = "Zelmor.Imaging.Sources.StreamSource";
 constexpr const char* kCreateSource = "Zelmor.Imaging.Sources.FileCreateSource";
@@ -33,30 +36,28 @@ Ref<StreamContainerObject> stream_container(Record& self) {
                                  property_bool(self, "DisposeStream"));
 }
 
-Ref<ManagedObject> make_file_source(const char* type, const std::string& file_path, bool is_temporal) {
+Ref<ManagedObject> make_file_source(const char* type, const Path& file_path, bool is_temporal) {
+    file_path_of(file_path, "file_path");  // refuses what names no file
     auto source = make_instance(type);
-    set_property(*source, "FilePath", to_utf16(file_path));
+    set_property(*source, "FilePath", *file_path);
     set_property(*source, "IsTemporal", is_temporal);
     return source;
 }
-Ref<ManagedObject> create_source(std::string file_path) {
+Ref<ManagedObject> create_source(const Path& file_path) {
     return make_file_source(kCreateSource, file_path, false);
 }
-Ref<ManagedObject> create_temporal_source(std::string file_path, bool is_temporal) {
+Ref<ManagedObject> create_temporal_source(const Path& file_path, bool is_temporal) {
     return make_file_source(kCreateSource, file_path, is_temporal);
 }
-Ref<ManagedObject> open_source(std::string file_path) {
+Ref<ManagedObject> open_source(const Path& file_path) {
     return make_file_source(kOpenSource, file_path, false);
 }
 
-std::string path_of(const Record& source) {
-    return to_utf8(property_string(source, "FilePath").value_or(u""));
-}
 Ref<StreamContainerObject> created_container(Record& self) {
-    return make_file_container(path_of(self), true, property_bool(self, "IsTemporal"));
+    return make_file_container(property_string(self, "FilePath"), "file_path", true, property_bool(self, "IsTemporal"));
 }
 Ref<StreamContainerObject> opened_container(Record& self) {
-    return make_file_container(path_of(self), false, false);
+    return make_file_container(property_string(self, "FilePath"), "file_path", false, false);
 }
 
 const Behaviour kMembers[] = {

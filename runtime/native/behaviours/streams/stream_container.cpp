@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
 
@@ -28,7 +29,17 @@ void StreamContainerObject::on_dispose() {
     const Ref<ManagedStream> stream = std::move(stream_);
     stream_ = nullptr;
     if (stream && dispose_stream_) stream->dispose();
+    remove_temporary();
+}
+
+// A temporary file goes with the last reference too, if nobody disposed of the container.
+StreamContainerObject::~StreamContainerObject() {
+    remove_temporary();
+}
+
+void StreamContainerObject::remove_temporary() {
     if (!temporary_path.empty()) ::unlink(temporary_path.c_str());
+    temporary_path.clear();
 }
 
 Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<ManagedStream> stream,
@@ -42,6 +53,7 @@ Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<Mana
 namespace {
 
 using Container = StreamContainerObject;
+using Path = std::optional<std::u16string>;
 
 constexpr const char* kContainer = "Zelmor.Imaging.StreamContainer";
 constexpr int32_t kBufferSize = 4096;
@@ -54,27 +66,40 @@ Ref<Container> construct_owning(Ref<ManagedStream> stream, bool dispose_stream) 
     return make_stream_container(kContainer, std::move(stream), dispose_stream);
 }
 
-// Puts a stream back where it stood, if it can.
-class PositionKeeper {
- public:
-    explicit PositionKeeper(ManagedStream& stream)
-        : stream_(stream), kept_(stream.can_seek() ? stream.position() : -1) {}
-    void to_beginning() {
-        if (kept_ >= 0) stream_.seek(0, SeekFrom::kBegin);
+// Works on a stream from its beginning on and puts it back where it stood; one that cannot seek is worked on as it is.
+template <class Work>
+auto from_beginning(ManagedStream& stream, Work work) {
+    if (!stream.can_seek()) return work();
+    const int64_t kept = stream.position();
+    stream.seek(0, SeekFrom::kBegin);
+    try {
+        auto result = work();
+        stream.seek(kept, SeekFrom::kBegin);
+        return result;
+    } catch (const ManagedException& failure) {
+        try {
+            stream.seek(kept, SeekFrom::kBegin);
+        } catch (const ManagedException&) {
+            throw failure;  // it came first, and says more than that the way back is barred too
+        }
+        throw;
     }
-    void restore() {
-        if (kept_ >= 0) stream_.seek(kept_, SeekFrom::kBegin);
-    }
+}
 
- private:
-    ManagedStream& stream_;
-    int64_t kept_;
-};
+void check_buffer_size(int32_t buffer_size) {
+    if (buffer_size > 0) return;
+    throw_out_of_range("buffer_size", "The size " + std::to_string(buffer_size) + " is not positive.");
+}
 
-void copy(ManagedStream& from, ManagedStream& to, int32_t buffer_size, int64_t length) {
-    if (buffer_size <= 0) {
-        throw_out_of_range("buffer_size", "The size " + std::to_string(buffer_size) + " is not positive.");
-    }
+bool same_stream(const ManagedStream& a, const ManagedStream& b) {
+    return &a == &b || (a.python_file() && a.python_file() == b.python_file());
+}
+
+// The number of bytes copied: `length`, or fewer where the stream ends before.
+int64_t copy(ManagedStream& from, ManagedStream& to, int32_t buffer_size, int64_t length) {
+    check_buffer_size(buffer_size);
+    if (same_stream(from, to)) throw_argument("A stream cannot be copied onto itself.");
+    int64_t copied = 0;
     Bytes buffer(static_cast<size_t>(buffer_size));
     for (int64_t left = length; length == kToTheEnd || left > 0;) {
         size_t wanted = buffer.size();
@@ -83,7 +108,9 @@ void copy(ManagedStream& from, ManagedStream& to, int32_t buffer_size, int64_t l
         if (count == 0) break;
         to.write(std::span(buffer).first(count));
         left -= static_cast<int64_t>(count);
+        copied += static_cast<int64_t>(count);
     }
+    return copied;
 }
 
 void check_length(int64_t length) {
@@ -91,11 +118,9 @@ void check_length(int64_t length) {
 }
 
 void save_all(Container& self, ManagedStream& to, int32_t buffer_size, int64_t length) {
+    check_buffer_size(buffer_size);
     ManagedStream& from = self.stream();
-    PositionKeeper position(from);
-    position.to_beginning();
-    copy(from, to, buffer_size, length);
-    position.restore();
+    from_beginning(from, [&] { return copy(from, to, buffer_size, length); });
     to.flush();
 }
 
@@ -109,21 +134,27 @@ void save_part(Container& self, Ref<ManagedStream> to, int32_t buffer_size, int6
     check_length(length);
     save_all(self, *to, buffer_size, length);
 }
-void save_file_part(Container& self, const std::string& path, int32_t buffer_size, int64_t length) {
-    self.stream();  // a container without a stream must not leave an empty file behind
-    const auto file = open_file_stream(path, FileUse::kCreate);
-    save_all(self, *file, buffer_size, length);
-    file->close();
+// The file is replaced when everything has been read: it may be the one that the container stands over.
+void save_file_part(Container& self, const Path& file_path, int32_t buffer_size, int64_t length) {
+    check_buffer_size(buffer_size);
+    const std::string path = file_path_of(file_path, "file_path");
+    self.stream();  // a container without a stream must not touch the file
+    require_writable_target(path);
+    const auto memory = make_memory_stream();
+    save_all(self, *memory, buffer_size, length);
+    memory->seek(0, SeekFrom::kBegin);
+    const Bytes content = memory->read_to_end();
+    write_file(path, {reinterpret_cast<const uint8_t*>(content.data()), content.size()});
 }
-void save_file(Container& self, std::string path) {
-    save_file_part(self, path, kBufferSize, kToTheEnd);
+void save_file(Container& self, const Path& file_path) {
+    save_file_part(self, file_path, kBufferSize, kToTheEnd);
 }
-void save_file_buffered(Container& self, std::string path, int32_t buffer_size) {
-    save_file_part(self, path, buffer_size, kToTheEnd);
+void save_file_buffered(Container& self, const Path& file_path, int32_t buffer_size) {
+    save_file_part(self, file_path, buffer_size, kToTheEnd);
 }
-void save_file_length(Container& self, std::string path, int32_t buffer_size, int64_t length) {
+void save_file_length(Container& self, const Path& file_path, int32_t buffer_size, int64_t length) {
     check_length(length);
-    save_file_part(self, path, buffer_size, length);
+    save_file_part(self, file_path, buffer_size, length);
 }
 
 void write_to(Container& self, Container& other) {
@@ -155,11 +186,8 @@ int32_t read_byte(Container& self) {
 }
 
 Bytes to_bytes(Container& self) {
-    PositionKeeper position(self.stream());
-    position.to_beginning();
-    Bytes bytes = self.stream().read_to_end();
-    position.restore();
-    return bytes;
+    ManagedStream& stream = self.stream();
+    return from_beginning(stream, [&] { return stream.read_to_end(); });
 }
 Bytes range_to_bytes(Container& self, int64_t first, int64_t count) {
     if (first < 0) throw_out_of_range("position", "The position " + std::to_string(first) + " is negative.");
@@ -168,12 +196,13 @@ Bytes range_to_bytes(Container& self, int64_t first, int64_t count) {
         throw_out_of_range("bytes_count", "The range from " + std::to_string(first) + " of " + std::to_string(count) +
                                               " bytes leaves a stream of " + std::to_string(length) + ".");
     }
-    PositionKeeper position(self.stream());
-    self.stream().seek(first, SeekFrom::kBegin);
-    Bytes bytes(static_cast<size_t>(count));
-    self.stream().read_exactly(bytes);
-    position.restore();
-    return bytes;
+    ManagedStream& stream = self.stream();
+    return from_beginning(stream, [&] {
+        stream.seek(first, SeekFrom::kBegin);
+        Bytes bytes(static_cast<size_t>(count));
+        stream.read_exactly(bytes);
+        return bytes;
+    });
 }
 
 void flush(Container& self) {
@@ -198,7 +227,7 @@ void set_position(Container& self, int64_t position) {
     self.stream().seek(position, SeekFrom::kBegin);
 }
 Ref<ManagedStream> get_stream(Container& self) {
-    return self.stream_reference();
+    return Ref<ManagedStream>(&self.stream());
 }
 bool is_stream_disposed_on_close(Container& self) {
     return self.disposes_stream();

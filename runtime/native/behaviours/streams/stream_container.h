@@ -1,8 +1,10 @@
 // StreamContainer and its kin: an object around a managed stream, which it may own.
 #pragma once
 
+#include <optional>
 #include <string>
 
+#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/stream.h"
 
@@ -12,19 +14,21 @@ class StreamContainerObject : public Record {
  public:
     static constexpr const char* kManagedName = "Zelmor.Imaging.StreamContainer";
     explicit StreamContainerObject(const TypeInfo& type) : Record(type) {}
+    ~StreamContainerObject() override;
     void attach(Ref<ManagedStream> stream, bool dispose_stream);
 
     // The stream; ObjectDisposedException once the container is disposed, InvalidOperationException without one.
     ManagedStream& stream() const;
-    const Ref<ManagedStream>& stream_reference() const { return stream_; }
     bool disposes_stream() const { return dispose_stream_; }
     // A file that goes with the container, for a temporary one.
     std::string temporary_path;
 
     void on_dispose() override;
-    Ref<ManagedObject> copy() const override { return ManagedObject::copy(); }
+    Ref<ManagedObject> copy() const override { throw_not_supported("Copying a stream container"); }
 
  private:
+    void remove_temporary();
+
     Ref<ManagedStream> stream_;
     bool dispose_stream_ = false;
 };
@@ -32,6 +36,7 @@ class StreamContainerObject : public Record {
 // A container of the named type ("Zelmor.Imaging.StreamContainer") around a stream.
 Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<ManagedStream> stream, bool dispose_stream);
 // A FileStreamContainer over a file, which is created or opened, and removed with the container if it is temporary.
-Ref<StreamContainerObject> make_file_container(const std::string& path, bool create, bool is_temporal);
+Ref<StreamContainerObject> make_file_container(const std::optional<std::u16string>& file_path, const char* parameter,
+                                               bool create, bool is_temporal);
 
 }  // namespace zelmor::embed
