@@ -1,20 +1,15 @@
-// Header parsers of the six formats; see probe.h.
+// Header parsers of PNG, GIF, BMP and WebP, and the choice among all formats; see probe.h.
 #include "runtime/native/imagework/probe.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "runtime/native/imagework/byte_reader.h"
+#include "runtime/native/imagework/probe_formats.h"
 
 namespace zelmor::imagework {
 namespace {
-
-bool starts_with(std::span<const uint8_t> data, size_t offset, std::string_view text) {
-    return data.size() >= offset + text.size() && std::memcmp(data.data() + offset, text.data(), text.size()) == 0;
-}
 
 // ---- PNG: a chain of chunks; everything of interest stands before the first pixel data.
 
@@ -87,85 +82,6 @@ void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
             facts.frame_count = static_cast<int>(std::clamp<uint32_t>(in.u32(at + 8), 1, 0x7FFFFFFF));
         }
         at += 12 + static_cast<uint64_t>(length);
-    }
-}
-
-// ---- JPEG: markers up to the first scan.
-
-// The quality whose table, made by the scaling rule that encoders share, is nearest to the file's luminance table.
-int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
-    // The example luminance table in annex K of the standard, in any order: only sums are compared.
-    static constexpr int kExample[64] = {
-        16, 11,  10,  16, 24, 40, 51, 61, 12,  12,  14,  19,  26, 58, 60, 55,  14,  13,  16,  24, 40, 57,
-        69, 56,  14,  17, 22, 29, 51, 87, 80,  62,  18,  22,  37, 56, 68, 109, 103, 77,  24,  35, 55, 64,
-        81, 104, 113, 92, 49, 64, 78, 87, 103, 121, 120, 101, 72, 92, 95, 98,  112, 100, 103, 99,
-    };
-    int64_t sum = 0;
-    for (uint64_t i = 0; i < 64; i++) {
-        sum += wide ? in.u16(table + 2 * i) : in.u8(table + i);
-    }
-    int best = 100;
-    int64_t best_distance = INT64_MAX;
-    for (int quality = 100; quality >= 1; quality--) {
-        int scale = quality < 50 ? 5000 / quality : 200 - 2 * quality;
-        int64_t scaled = 0;
-        for (int value : kExample)
-            scaled += std::clamp((value * scale + 50) / 100, 1, wide ? 32767 : 255);
-        int64_t distance = std::abs(scaled - sum);
-        if (distance < best_distance) {
-            best_distance = distance;
-            best = quality;
-        }
-    }
-    return best;
-}
-
-void probe_jpeg(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data, true);
-    JpegEncoding encoding;
-    bool have_quality = false;
-    for (uint64_t at = 2; in.has(at, 4);) {
-        if (in.u8(at) != 0xFF) {
-            return;
-        }
-        int marker = in.u8(at + 1);
-        if (marker == 0xFF) {  // fill byte
-            at++;
-            continue;
-        }
-        if (marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8)) {  // no length
-            at += 2;
-            continue;
-        }
-        if (marker == 0xD9 || marker == 0xDA) {
-            return;
-        }
-        uint32_t length = in.u16(at + 2);
-        if (length < 2) {
-            return;
-        }
-        if (marker == 0xE0 && starts_with(data, at + 4, "JFIF")) {
-            facts.has_resolution |= in.u8(at + 11) == 1 || in.u8(at + 11) == 2;  // per inch or centimetre
-        } else if (marker == 0xE1 && starts_with(data, at + 4, "Exif")) {
-            facts.has_resolution = true;
-        } else if (marker == 0xDB && !have_quality && length >= 67 && (in.u8(at + 4) & 0x0F) == 0) {
-            encoding.quality = jpeg_quality(in, at + 5, in.u8(at + 4) >> 4 != 0);
-            have_quality = true;
-        } else if (marker == 0xFE && encoding.comment.empty() && in.has(at + 4, length - 2)) {
-            encoding.comment.assign(reinterpret_cast<const char*>(data.data()) + at + 4, length - 2);
-        } else if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) {
-            int depth = in.u8(at + 4);
-            int components = in.u8(at + 9);
-            facts.height = in.u16(at + 5);
-            facts.width = in.u16(at + 7);
-            facts.bits_per_pixel = depth * components;
-            encoding.progressive = marker == 0xC2 || marker == 0xC6 || marker == 0xCA || marker == 0xCE;
-            encoding.color = components == 1 ? JpegColor::kGray : components == 4 ? JpegColor::kCmyk : JpegColor::kYcc;
-            facts.encoding = encoding;
-            facts.readable = in.ok() && facts.width > 0 && facts.height > 0 && components > 0;
-            return;
-        }
-        at += 2 + static_cast<uint64_t>(length);
     }
 }
 
@@ -251,124 +167,6 @@ void probe_bmp(std::span<const uint8_t> data, FileFacts& facts) {
     facts.readable = in.ok() && facts.width > 0 && facts.height > 0 &&
                      (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32);
     facts.encoding = encoding;
-}
-
-// ---- TIFF: the first directory.
-
-struct TiffTags {
-    uint64_t width = 0, height = 0, bits = 1, samples = 1, compression = 1, photometric = 1, predictor = 1;
-    uint64_t tile_width = 0, tile_height = 0;
-    uint64_t resolution_unit = 2;
-    bool resolution = false;
-    bool extra_samples = false;
-};
-
-// The first value of an entry: in place if it fits there, else where the entry points.
-uint64_t tiff_value(const ByteReader& in, uint64_t entry, bool big) {
-    int type = in.u16(entry + 2);
-    uint64_t count = big ? in.u64(entry + 4) : in.u32(entry + 4);
-    uint64_t room = big ? 8 : 4;
-    uint64_t size = type == 3 ? 2 : type == 4 ? 4 : type == 16 ? 8 : 1;
-    uint64_t at = entry + (big ? 12 : 8);
-    if (count > room / size) {
-        at = big ? in.u64(at) : in.u32(at);
-    }
-    return size == 2 ? in.u16(at) : size == 4 ? in.u32(at) : size == 8 ? in.u64(at) : in.u8(at);
-}
-
-TiffCompression tiff_compression(uint64_t code) {
-    switch (code) {
-        case 5:
-            return TiffCompression::kLzw;
-        case 8:
-        case 32946:
-            return TiffCompression::kDeflate;
-        case 32773:
-            return TiffCompression::kPackBits;
-        case 7:
-            return TiffCompression::kJpeg;
-        case 4:
-            return TiffCompression::kFax4;
-        default:
-            return TiffCompression::kNone;
-    }
-}
-
-void probe_tiff(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data, data[0] == 'M');
-    bool big = in.u16(2) == 43;
-    facts.is_big_tiff = big;
-    uint64_t directory = big ? in.u64(8) : in.u32(4);
-    uint64_t count = big ? in.u64(directory) : in.u16(directory);
-    TiffTags tags;
-    uint64_t entry = directory + (big ? 8 : 2);
-    uint64_t entry_size = big ? 20 : 12;
-    for (uint64_t i = 0; i < count && in.has(entry, entry_size); i++, entry += entry_size) {
-        switch (in.u16(entry)) {
-            case 256:
-                tags.width = tiff_value(in, entry, big);
-                break;
-            case 257:
-                tags.height = tiff_value(in, entry, big);
-                break;
-            case 258:
-                tags.bits = tiff_value(in, entry, big);
-                break;
-            case 259:
-                tags.compression = tiff_value(in, entry, big);
-                break;
-            case 262:
-                tags.photometric = tiff_value(in, entry, big);
-                break;
-            case 277:
-                tags.samples = tiff_value(in, entry, big);
-                break;
-            case 282:
-                tags.resolution = true;
-                break;
-            case 296:
-                tags.resolution_unit = tiff_value(in, entry, big);
-                break;
-            case 317:
-                tags.predictor = tiff_value(in, entry, big);
-                break;
-            case 322:
-                tags.tile_width = tiff_value(in, entry, big);
-                break;
-            case 323:
-                tags.tile_height = tiff_value(in, entry, big);
-                break;
-            case 338:
-                tags.extra_samples = true;
-                break;
-            default:
-                break;
-        }
-    }
-    if (!in.ok() || tags.width == 0 || tags.height == 0 || tags.width > 0x7FFFFFFF || tags.height > 0x7FFFFFFF ||
-        tags.bits == 0 || tags.bits > 64 || tags.samples == 0 || tags.samples > 64) {
-        return;
-    }
-    facts.width = static_cast<int64_t>(tags.width);
-    facts.height = static_cast<int64_t>(tags.height);
-    facts.bits_per_pixel = static_cast<int>(tags.bits * tags.samples);
-    facts.has_alpha = tags.extra_samples;
-    facts.has_resolution = tags.resolution && tags.resolution_unit != 1;
-    TiffEncoding encoding;
-    encoding.compression = tiff_compression(tags.compression);
-    encoding.predictor = tags.predictor == 2;
-    encoding.big_tiff = big;
-    encoding.min_is_white = tags.photometric == 0;
-    encoding.color = tags.bits == 1 && tags.samples == 1 ? TiffColor::kBilevel
-                     : tags.photometric == 5             ? TiffColor::kCmyk
-                                                         : TiffColor::kAuto;
-    constexpr uint64_t kMaxTile = 1 << 15;
-    if (tags.tile_width > 0 && tags.tile_width <= kMaxTile && tags.tile_height > 0 && tags.tile_height <= kMaxTile) {
-        encoding.tile_width = static_cast<int>(tags.tile_width);
-        encoding.tile_height = static_cast<int>(tags.tile_height);
-    }
-    facts.encoding = encoding;
-    facts.readable = true;
 }
 
 // ---- WebP: the first chunk of the RIFF container.

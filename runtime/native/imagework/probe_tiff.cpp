@@ -1,0 +1,128 @@
+// What a TIFF file tells in its first directory, in either byte order and width of offsets.
+#include <cstdint>
+
+#include "runtime/native/imagework/byte_reader.h"
+#include "runtime/native/imagework/probe_formats.h"
+
+namespace zelmor::imagework {
+namespace {
+
+struct TiffTags {
+    uint64_t width = 0, height = 0, bits = 1, samples = 1, compression = 1, photometric = 1, predictor = 1;
+    uint64_t tile_width = 0, tile_height = 0;
+    uint64_t resolution_unit = 2;
+    bool resolution = false;
+    bool extra_samples = false;
+};
+
+// The first value of an entry: in place if it fits there, else where the entry points.
+uint64_t tiff_value(const ByteReader& in, uint64_t entry, bool big) {
+    int type = in.u16(entry + 2);
+    uint64_t count = big ? in.u64(entry + 4) : in.u32(entry + 4);
+    uint64_t room = big ? 8 : 4;
+    uint64_t size = type == 3 ? 2 : type == 4 ? 4 : type == 16 ? 8 : 1;
+    uint64_t at = entry + (big ? 12 : 8);
+    if (count > room / size) {
+        at = big ? in.u64(at) : in.u32(at);
+    }
+    return size == 2 ? in.u16(at) : size == 4 ? in.u32(at) : size == 8 ? in.u64(at) : in.u8(at);
+}
+
+TiffCompression tiff_compression(uint64_t code) {
+    switch (code) {
+        case 5:
+            return TiffCompression::kLzw;
+        case 8:
+        case 32946:
+            return TiffCompression::kDeflate;
+        case 32773:
+            return TiffCompression::kPackBits;
+        case 7:
+            return TiffCompression::kJpeg;
+        case 4:
+            return TiffCompression::kFax4;
+        default:
+            return TiffCompression::kNone;
+    }
+}
+
+}  // namespace
+
+void probe_tiff(std::span<const uint8_t> data, FileFacts& facts) {
+    ByteReader in(data, data[0] == 'M');
+    bool big = in.u16(2) == 43;
+    facts.is_big_tiff = big;
+    uint64_t directory = big ? in.u64(8) : in.u32(4);
+    uint64_t count = big ? in.u64(directory) : in.u16(directory);
+    TiffTags tags;
+    uint64_t entry = directory + (big ? 8 : 2);
+    uint64_t entry_size = big ? 20 : 12;
+    for (uint64_t i = 0; i < count && in.has(entry, entry_size); i++, entry += entry_size) {
+        switch (in.u16(entry)) {
+            case 256:
+                tags.width = tiff_value(in, entry, big);
+                break;
+            case 257:
+                tags.height = tiff_value(in, entry, big);
+                break;
+            case 258:
+                tags.bits = tiff_value(in, entry, big);
+                break;
+            case 259:
+                tags.compression = tiff_value(in, entry, big);
+                break;
+            case 262:
+                tags.photometric = tiff_value(in, entry, big);
+                break;
+            case 277:
+                tags.samples = tiff_value(in, entry, big);
+                break;
+            case 282:
+                tags.resolution = true;
+                break;
+            case 296:
+                tags.resolution_unit = tiff_value(in, entry, big);
+                break;
+            case 317:
+                tags.predictor = tiff_value(in, entry, big);
+                break;
+            case 322:
+                tags.tile_width = tiff_value(in, entry, big);
+                break;
+            case 323:
+                tags.tile_height = tiff_value(in, entry, big);
+                break;
+            case 338:
+                tags.extra_samples = true;
+                break;
+            default:
+                break;
+        }
+    }
+    if (!in.ok() || tags.width == 0 || tags.height == 0 || tags.width > 0x7FFFFFFF || tags.height > 0x7FFFFFFF ||
+        tags.bits == 0 || tags.bits > 64 || tags.samples == 0 || tags.samples > 64) {
+        return;
+    }
+    facts.width = static_cast<int64_t>(tags.width);
+    facts.height = static_cast<int64_t>(tags.height);
+    facts.bits_per_pixel = static_cast<int>(tags.bits * tags.samples);
+    facts.has_alpha = tags.extra_samples;
+    facts.has_resolution = tags.resolution && tags.resolution_unit != 1;
+    TiffEncoding encoding;
+    encoding.compression = tiff_compression(tags.compression);
+    encoding.predictor = tags.predictor == 2;
+    encoding.big_tiff = big;
+    encoding.min_is_white = tags.photometric == 0;
+    encoding.color = tags.bits == 1 && tags.samples == 1 ? TiffColor::kBilevel
+                     : tags.photometric == 5             ? TiffColor::kCmyk
+                                                         : TiffColor::kAuto;
+    constexpr uint64_t kMaxTile = 1 << 15;
+    if (tags.tile_width > 0 && tags.tile_width <= kMaxTile && tags.tile_height > 0 && tags.tile_height <= kMaxTile) {
+        encoding.tile_width = static_cast<int>(tags.tile_width);
+        encoding.tile_height = static_cast<int>(tags.tile_height);
+    }
+    facts.encoding = encoding;
+    facts.readable = true;
+}
+
+}  // namespace zelmor::imagework
