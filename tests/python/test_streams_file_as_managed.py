@@ -268,9 +268,15 @@ class TestFilesThatLie:
     def test_none_for_reading_is_the_end(self) -> None:
         assert lying(readinto=lambda self, view: None).to_bytes() == b""
 
+    def test_none_for_a_single_byte_is_not_the_end(self) -> None:
+        with pytest.raises(RuntimeError, match=managed("PythonException", "no bytes are available for reading")):
+            lying(readinto=lambda self, view: None).read_byte()
+
     def test_none_for_writing_is_an_error(self) -> None:
         with pytest.raises(RuntimeError, match=managed("IOException", "took no bytes")):
             lying(write=lambda self, view: None).write(b"abc")
+        with pytest.raises(RuntimeError, match=managed("IOException", "took no bytes")):
+            lying(write=lambda self, view: None).write_byte(1)
 
     @pytest.mark.parametrize("error", [ValueError("no more paper"), OSError(5, "broken"), KeyboardInterrupt()])
     def test_exceptions_arrive_as_text(self, error: Exception) -> None:

@@ -62,9 +62,20 @@ class PyFileStream final : public ManagedStream {
         while (!from.empty()) {
             const int count = io().write(file_.get(), from.data(), chunk(from.size()));
             if (count < 0) throw_python_error("write() of the stream");
-            if (count == 0) throw ManagedException("IOException", "The stream took no bytes: its write() answered 0.");
+            if (count == 0) throw_nothing_taken();
             from = from.subspan(std::min(from.size(), static_cast<size_t>(count)));
         }
+    }
+    // Unlike a block, a single byte tells a file that has nothing yet from one that is at its end.
+    int read_byte() override {
+        const int byte = io().readbyte(file_.get());
+        if (byte == -2) throw_python_error("readinto() of the stream");
+        return byte;
+    }
+    void write_byte(uint8_t value) override {
+        const int count = io().write_byte(file_.get(), value);
+        if (count < 0) throw_python_error("write() of the stream");
+        if (count == 0) throw_nothing_taken();
     }
     void flush() override {
         if (io().flush(file_.get()) < 0) throw_python_error("flush() of the stream");
@@ -82,6 +93,9 @@ class PyFileStream final : public ManagedStream {
     static int64_t checked(int64_t result, const char* name) {
         if (result < 0) throw_python_error(name);
         return result;
+    }
+    [[noreturn]] static void throw_nothing_taken() {
+        throw ManagedException("IOException", "The stream took no bytes: its write() answered 0.");
     }
     [[noreturn]] static void throw_no_seek() {
         throw ManagedException("NotSupportedException", "The stream does not support seeking.");
@@ -265,6 +279,16 @@ std::vector<std::byte> ManagedStream::read_to_end() {
         all.resize(filled + count);
         if (count == 0) return all;
     }
+}
+
+int ManagedStream::read_byte() {
+    std::byte byte;
+    return read({&byte, 1}) == 1 ? static_cast<int>(byte) : -1;
+}
+
+void ManagedStream::write_byte(uint8_t value) {
+    const std::byte byte{value};
+    write({&byte, 1});
 }
 
 void ManagedStream::read_exactly(std::span<std::byte> into) {

@@ -31,6 +31,8 @@ class ManagedStream : public ManagedObject {
     virtual void set_length(int64_t length) = 0;
     virtual size_t read(std::span<std::byte> into) = 0;  // bytes read, 0 at the end
     virtual void write(std::span<const std::byte> from) = 0;
+    virtual int read_byte();  // -1 at the end
+    virtual void write_byte(uint8_t value);
     virtual void flush() = 0;
     // Closes what is behind the stream; dispose() does the same.
     virtual void close() { dispose(); }

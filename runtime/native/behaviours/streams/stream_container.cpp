@@ -177,12 +177,10 @@ void write_range(Container& self, std::span<const std::byte> buffer, int32_t off
     self.stream().write(buffer.subspan(static_cast<size_t>(offset), static_cast<size_t>(count)));
 }
 void write_byte(Container& self, uint8_t value) {
-    const std::byte byte{value};
-    self.stream().write({&byte, 1});
+    self.stream().write_byte(value);
 }
 int32_t read_byte(Container& self) {
-    std::byte byte;
-    return self.stream().read({&byte, 1}) == 1 ? static_cast<int32_t>(byte) : -1;
+    return self.stream().read_byte();
 }
 
 Bytes to_bytes(Container& self) {
