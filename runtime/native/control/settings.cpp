@@ -54,7 +54,7 @@ std::string add_settings(Settings& to, const std::string& text) {
     for (size_t first = 0; first <= text.size();) {
         const size_t end = std::min(text.find(';', first), text.size());
         if (end > first) {
-            const std::string error = add_setting(to, text.substr(first, end - first));
+            std::string error = add_setting(to, text.substr(first, end - first));
             if (!error.empty()) return error;
         }
         first = end + 1;

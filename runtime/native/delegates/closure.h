@@ -33,12 +33,10 @@ class CallFrame {
     // Integers narrower than a register leave widened, as libffi wants them.
     template <class T>
     void set_result(T value) {
-        if constexpr (std::is_integral_v<T> && sizeof(T) < sizeof(ffi_arg)) {
-            if constexpr (std::is_signed_v<T>) {
-                *static_cast<ffi_sarg*>(result_) = value;
-            } else {
-                *static_cast<ffi_arg*>(result_) = value;
-            }
+        if constexpr (std::is_integral_v<T> && std::is_signed_v<T>) {
+            *static_cast<ffi_sarg*>(result_) = +value;  // of a narrow type, the sign goes along
+        } else if constexpr (std::is_integral_v<T>) {
+            *static_cast<ffi_arg*>(result_) = static_cast<ffi_arg>(value);
         } else {
             *static_cast<T*>(result_) = value;
         }

@@ -62,7 +62,7 @@ ColorValue from_rgb(int32_t red, int32_t green, int32_t blue) {
 }
 
 ColorValue from_known_color(int32_t number) {
-    const ColorValue color = known_color(static_cast<int16_t>(std::clamp<int32_t>(number, 0, INT16_MAX)));
+    ColorValue color = known_color(static_cast<int16_t>(std::clamp<int32_t>(number, 0, INT16_MAX)));
     if (color.state == 0) throw_argument("The value '" + std::to_string(number) + "' is no KnownColor.");
     return color;
 }

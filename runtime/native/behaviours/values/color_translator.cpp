@@ -33,7 +33,7 @@ ColorValue from_html(const std::optional<std::string>& html) {
         throw_not_a_color(*html);
     }
     if (*html == "LightGrey" || *html == "lightgrey") return find_color("LightGray");
-    const ColorValue color = find_color(*html);
+    ColorValue color = find_color(*html);
     if (color.state == 0) throw_not_a_color(*html);
     return color;
 }
