@@ -43,3 +43,17 @@ def test_embedded_runtime() -> None:
         "coreclr_shutdown",
         "coreclr_shutdown_2",
     }
+
+
+def test_image_backend() -> None:
+    assert exports(RUNTIME / "libzelmor.embed.imagework.so") == {"zelmor_imagework_backend"}
+
+
+def test_only_the_image_backend_is_linked_with_codecs() -> None:
+    """An import loads the module, its siblings and the runtime; none of them may pull in image libraries."""
+    libraries = [*PACKAGE.rglob("*.cpython-*.so"), RUNTIME / "libcoreclr.so", RUNTIME / WRAPPER]
+    for library in libraries:
+        listing = subprocess.run(["readelf", "-d", library], capture_output=True, text=True, check=True)
+        needed = [line for line in listing.stdout.splitlines() if "(NEEDED)" in line]
+        assert needed
+        assert not any(name in line for line in needed for name in ("vips", "jpeg", "png", "tiff", "webp", "lcms"))
