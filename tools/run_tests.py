@@ -86,9 +86,6 @@ def watched(under: str | None, environment: dict[str, str]) -> list[str]:
         paths = [subprocess.run(["g++", f"-print-file-name={name}"], check=True, text=True, capture_output=True).stdout
                  for name in names]
         environment["LD_PRELOAD"] = " ".join(path.strip() for path in paths)
-        # The interpreter keeps memory to its end by design; lost handles are found by the tests themselves.
-        environment["ASAN_OPTIONS"] = "detect_leaks=0:abort_on_error=1"
-        environment["UBSAN_OPTIONS"] = "halt_on_error=1:print_stacktrace=1"
     if under == "valgrind":
         environment["PYTHONMALLOC"] = "malloc"
         valgrind = shutil.which("valgrind") or "valgrind"
@@ -102,8 +99,8 @@ def main() -> int:
     parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
     parser.add_argument("--fuzz", action="store_true", help="only the tests in Python, with many more examples each")
     parser.add_argument("--under", choices=("debug", "sanitizers", "valgrind"),
-                        help="only the tests in Python, under the debug interpreter or a memory checker; for the "
-                             "sanitizers the build tree must be one that was made for them")
+                        help="under the debug interpreter or a memory checker; those but the sanitizers run only the "
+                             "tests in Python, and the sanitizers need a build tree that was made for them")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="unit tests at a time")
     parser.add_argument("tests", nargs="*", help="only these tests in Python, named as for pytest")
     arguments = parser.parse_args()
@@ -113,9 +110,14 @@ def main() -> int:
     environment["ZELMOR_BUILD_DIR"] = str(build)
     if arguments.fuzz:
         environment["HYPOTHESIS_PROFILE"] = "fuzz"
+    if arguments.under == "sanitizers":
+        # The interpreter keeps memory to its end by design; lost handles are found by the tests themselves.
+        environment["ASAN_OPTIONS"] = "detect_leaks=0:abort_on_error=1"
+        environment["UBSAN_OPTIONS"] = "halt_on_error=1:print_stacktrace=1"
+        environment["ZELMOR_SANITIZED"] = "1"  # an allocation that cannot be is fatal there: not every test can run
     total, content = Count(), True
 
-    if not (arguments.fuzz or arguments.under or arguments.tests):
+    if not (arguments.fuzz or arguments.under in ("debug", "valgrind") or arguments.tests):
         report = build / "ctest.xml"
         command = ["ctest", "--test-dir", str(build), "--output-on-failure", "-j", str(arguments.jobs),
                    "--output-junit", str(report)]
