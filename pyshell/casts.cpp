@@ -66,8 +66,12 @@ PyObject* refuse_reinterpret(PyObject* argument, PyTypeObject* type) {
     return nullptr;
 }
 
-PyObject* cast_stub(PyObject*, PyObject*) { return no_cast(); }
+PyObject* cast_stub(PyObject*, PyObject*) {
+    return no_cast();
+}
 
-PyObject* never_assignable(PyObject*, PyObject*) { Py_RETURN_FALSE; }
+PyObject* never_assignable(PyObject*, PyObject*) {
+    Py_RETURN_FALSE;
+}
 
 }  // namespace zelmor

@@ -10,7 +10,9 @@
 namespace zelmor {
 
 // The uniform answer that no such cast exists.
-inline PyObject* no_cast() { return PyShCastOpResult_New(0, nullptr); }
+inline PyObject* no_cast() {
+    return PyShCastOpResult_New(0, nullptr);
+}
 
 // "_type_of" and "get_type": the System.Type of `type_handle`, or null if the service failed.
 PyObject* finish_type_of(int status, void* type_handle);

@@ -53,8 +53,12 @@ inline PyObject* make_empty_wrapper(PyTypeObject* type, PyObject* args, PyObject
     return PyType_GenericNew(type, args, kwargs);  // zeroes the handle
 }
 
-inline void* handle_of(PyObject* wrapper) { return reinterpret_cast<PyClrObject*>(wrapper)->handle; }
-inline void set_handle(PyObject* wrapper, void* handle) { reinterpret_cast<PyClrObject*>(wrapper)->handle = handle; }
+inline void* handle_of(PyObject* wrapper) {
+    return reinterpret_cast<PyClrObject*>(wrapper)->handle;
+}
+inline void set_handle(PyObject* wrapper, void* handle) {
+    reinterpret_cast<PyClrObject*>(wrapper)->handle = handle;
+}
 
 }  // namespace zelmor
 

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "pyshell/python.h"
 #include "pyshell/class_recipe.h"
+#include "pyshell/python.h"
 
 namespace zelmor {
 

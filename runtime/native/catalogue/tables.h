@@ -44,14 +44,14 @@ enum class Wire : uint8_t {
     kSingle,
     kDouble,
     kChar,
-    kString,     // PyStringArg in, PyObject* out
-    kBytes,      // PyBytesArg in, PyObject* out
-    kObject,     // managed `object`: VariantArg in, PyObject* out
-    kClass,      // handle in and out
-    kStruct,     // VariantArg in, struct handle out
-    kInterface,  // VariantArg in, PyObjectOutArg out
-    kStream,     // VariantArg in, PyCollectionArg out
-    kCollection, // VariantArg in, PyCollectionArg out
+    kString,      // PyStringArg in, PyObject* out
+    kBytes,       // PyBytesArg in, PyObject* out
+    kObject,      // managed `object`: VariantArg in, PyObject* out
+    kClass,       // handle in and out
+    kStruct,      // VariantArg in, struct handle out
+    kInterface,   // VariantArg in, PyObjectOutArg out
+    kStream,      // VariantArg in, PyCollectionArg out
+    kCollection,  // VariantArg in, PyCollectionArg out
 };
 
 constexpr int16_t kNoType = -1;
@@ -98,10 +98,10 @@ struct TypeInfo {
     const char* assembly;    // "WrpInterop.Zelmor.Imaging"
     TypeKind kind;
     bool disposable;
-    bool constructible;  // has a public constructor
-    bool flags;          // an enumeration with the flags attribute
-    Wire width;          // underlying integer of an enumeration
-    int16_t base;        // index into types(), or kNoType
+    bool constructible;                   // has a public constructor
+    bool flags;                           // an enumeration with the flags attribute
+    Wire width;                           // underlying integer of an enumeration
+    int16_t base;                         // index into types(), or kNoType
     std::span<const int16_t> interfaces;  // indices into types()
     std::span<const PropertyInfo> properties;
     std::span<const EntryInfo> entries;  // in binding order
