@@ -85,8 +85,8 @@ def test_entry_points_are_asked_for_in_binding_order(name: str) -> None:
 def test_the_entry_points_of_a_size_are_these() -> None:
     found = run(f"imaging.Size()\nresult = requests({entry('Size').host_class!r})")
     assert found == ["ctor_000_Size", "ctor_001_Size", "ctor_002_Size", "call_000_Add", "call_000_Ceiling",
-                     "call_000_Subtract", "call_000_Truncate", "call_000_Round", "get_IsEmpty", "get_Width", "set_Width",
-                     "get_Height", "set_Height", "getsa_Empty", "btp_TypeOf", "btp_CastTo", "btp_CastFrom",
+                     "call_000_Subtract", "call_000_Truncate", "call_000_Round", "get_IsEmpty", "get_Width",
+                     "set_Width", "get_Height", "set_Height", "getsa_Empty", "btp_TypeOf", "btp_CastTo", "btp_CastFrom",
                      "btp_ReInterpretObj", "btp_CastAs", "btp_IsAssignable"]
 
 
@@ -150,7 +150,8 @@ def test_the_writer_of_a_static_property_is_guarded() -> None:
 
 def test_a_base_that_failed_is_the_cause_of_a_chained_error() -> None:
     plain, chained, further = run("""
-result = [refusal(lambda: kind._type_of()) for kind in (imaging.DataStreamSupporter, imaging.Image, imaging.RasterImage)]
+kinds = (imaging.DataStreamSupporter, imaging.Image, imaging.RasterImage)
+result = [refusal(lambda: kind._type_of()) for kind in kinds]
 """, missing="Zelmor.Imaging.DataStreamSupporter::get_IsCached")
     reason = ["TypeError", missing_message(entry("DataStreamSupporter").host_class, "get_IsCached")]
     referenced = ["TypeError", "one or more refereced type is not initialized"]
