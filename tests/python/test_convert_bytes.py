@@ -91,7 +91,7 @@ def test_a_buffer_is_released_when_a_later_argument_is_refused(image: RasterImag
     data.append(1)
 
 
-@pytest.mark.parametrize("data", ["abc", 5, [1, 2], object()], ids=repr)
+@pytest.mark.parametrize("data", ["abc", 5, [1, 2], object()], ids=["str", "int", "list", "object"])
 def test_what_has_no_buffer_is_refused(image: RasterImage, data: Any) -> None:
     with pytest.raises(TypeError) as refused:
         save(image, data)

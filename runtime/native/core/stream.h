@@ -43,6 +43,9 @@ class ManagedStream : public ManagedObject {
     void read_exactly(std::span<std::byte> into);  // EndOfStreamException when there is less
 };
 
+// The type that all streams derive from.
+const TypeInfo& stream_type();
+
 // A stream argument (a wrapper or a Python file); ArgumentNullException naming the parameter for None.
 Ref<ManagedStream> read_stream(const VariantArg* arg, const char* parameter = "stream");
 // The same, empty for None.
@@ -50,6 +53,8 @@ Ref<ManagedStream> read_stream_or_null(const VariantArg* arg);
 // Fills the out record of a stream result.
 void write_stream(const Ref<ManagedStream>& stream, PyCollectionArg* out);
 
+// Holds the file for as long as the stream lives, so that a container may keep it beyond the call.
+Ref<ManagedStream> make_python_file_stream(PyObject* file);
 Ref<ManagedStream> make_memory_stream(std::vector<std::byte> content = {});
 enum class FileUse { kRead, kReadWrite, kCreate };  // open, open for writing too, create or empty
 // FileNotFoundException, DirectoryNotFoundException, UnauthorizedAccessException or IOException naming the path.

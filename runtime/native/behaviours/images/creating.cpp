@@ -3,8 +3,8 @@
 
 #include "runtime/native/behaviours/images/encoding_options.h"
 #include "runtime/native/behaviours/images/image_entry.h"
-#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/core/collection.h"
+#include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
 

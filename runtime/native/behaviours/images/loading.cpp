@@ -1,7 +1,7 @@
 // Loading images, and what can be said of a file without decoding it.
 #include "runtime/native/behaviours/images/image_entry.h"
-#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/behaviours/images/image_object.h"
+#include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/imagework/loader.h"

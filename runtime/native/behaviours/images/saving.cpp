@@ -4,7 +4,7 @@
 // image that keeps its format keeps the settings that its file had. Everything is encoded before the target is touched.
 #include "runtime/native/behaviours/images/encoding_options.h"
 #include "runtime/native/behaviours/images/image_entry.h"
-#include "runtime/native/behaviours/images/image_files.h"
+#include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 

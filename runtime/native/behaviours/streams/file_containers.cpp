@@ -1,9 +1,9 @@
 // FileStreamContainer and SplitStreamContainer: how they come to be; the rest is that of StreamContainer.
 #include <unistd.h>
 
-#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/behaviours/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/files.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {

@@ -1,7 +1,7 @@
 // The sources: where a new image is written. Each gives a container over a file or a stream when it is asked.
-#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/behaviours/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/files.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {

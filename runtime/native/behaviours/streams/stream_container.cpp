@@ -8,9 +8,9 @@
 
 #include <algorithm>
 
-#include "runtime/native/behaviours/images/image_files.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/files.h"
 
 namespace zelmor::embed {
 

@@ -1,4 +1,4 @@
-// Files of images: reading one whole, and replacing one at once.
+// Files on disk: their names, reading one whole, and replacing one at once.
 //
 // All failures are managed exceptions that name the path.
 #pragma once
@@ -11,6 +11,9 @@
 #include <vector>
 
 namespace zelmor::embed {
+
+// The managed exception of a system call's error. `doing` is "read", "write" or "open".
+[[noreturn]] void throw_file_error(const std::string& path, int error, const char* doing);
 
 // A file name as the system takes it, from the text that Python gave. Bytes that are no UTF-8 have come through Python
 // as lone surrogates and become themselves again. ArgumentNullException, ArgumentException for what names no file.

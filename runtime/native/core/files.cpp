@@ -1,5 +1,5 @@
-// Reading and replacing files; see image_files.h.
-#include "runtime/native/behaviours/images/image_files.h"
+// Reading and replacing files; see files.h.
+#include "runtime/native/core/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -40,32 +40,6 @@ std::string quoted(const std::string& path) {
 [[noreturn]] void throw_denied(const std::string& path, const std::string& reason) {
     throw ManagedException("UnauthorizedAccessException",
                            "Access to the path " + quoted(path) + " is denied: " + reason + ".");
-}
-
-// `doing` is "read" or "write".
-[[noreturn]] void throw_file_error(const std::string& path, int error, const char* doing) {
-    switch (error) {
-        case ENOENT:
-        case ENOTDIR:
-            if (!is_directory(directory_of(path))) {
-                throw ManagedException("DirectoryNotFoundException", "Could not find a part of the path " +
-                                                                         quoted(path) + ": there is no directory " +
-                                                                         quoted(directory_of(path)) + ".");
-            }
-            throw ManagedException("FileNotFoundException", "Could not find file " + quoted(path) + ".");
-        case EISDIR:
-            throw_denied(path, "it is a directory");
-        case EACCES:
-        case EPERM:
-            throw_denied(path, std::string("there is no permission to ") + doing + " it");
-        case EROFS:
-            throw_denied(path, "the file system is read-only");
-        case ENAMETOOLONG:
-            throw ManagedException("PathTooLongException", "The path " + quoted(path) + " is too long.");
-        default:
-            throw ManagedException(
-                "IOException", "Cannot " + std::string(doing) + " " + quoted(path) + ": " + std::strerror(error) + ".");
-    }
 }
 
 class Descriptor {
@@ -155,6 +129,31 @@ void write_directly(const std::string& path, std::span<const uint8_t> data) {
 }
 
 }  // namespace
+
+void throw_file_error(const std::string& path, int error, const char* doing) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+            if (!is_directory(directory_of(path))) {
+                throw ManagedException("DirectoryNotFoundException", "Could not find a part of the path " +
+                                                                         quoted(path) + ": there is no directory " +
+                                                                         quoted(directory_of(path)) + ".");
+            }
+            throw ManagedException("FileNotFoundException", "Could not find file " + quoted(path) + ".");
+        case EISDIR:
+            throw_denied(path, "it is a directory");
+        case EACCES:
+        case EPERM:
+            throw_denied(path, std::string("there is no permission to ") + doing + " it");
+        case EROFS:
+            throw_denied(path, "the file system is read-only");
+        case ENAMETOOLONG:
+            throw ManagedException("PathTooLongException", "The path " + quoted(path) + " is too long.");
+        default:
+            throw ManagedException(
+                "IOException", "Cannot " + std::string(doing) + " " + quoted(path) + ": " + std::strerror(error) + ".");
+    }
+}
 
 std::string file_path_of(const std::optional<std::u16string>& text, const char* parameter) {
     if (!text) throw_argument_null(parameter);

@@ -1,0 +1,117 @@
+// A stream over a file on disk, or over what else has a name there: a pipe, a device.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "runtime/native/core/files.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/stream.h"
+#include "runtime/native/core/type_system.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+class FileStream final : public ManagedStream {
+ public:
+    FileStream(std::string path, FileUse use)
+        : ManagedStream(intern_type("System.IO.FileStream", TypeKind::kClass, &stream_type())),
+          path_(std::move(path)),
+          writable_(use != FileUse::kRead) {
+        const int flags = use == FileUse::kRead        ? O_RDONLY
+                          : use == FileUse::kReadWrite ? O_RDWR
+                                                       : O_RDWR | O_CREAT | O_TRUNC;
+        descriptor_ = ::open(path_.c_str(), flags | O_CLOEXEC, 0666);
+        if (descriptor_ < 0) throw_file_error(path_, errno, "open");
+        struct stat info {};
+        if (::fstat(descriptor_, &info) == 0 && S_ISDIR(info.st_mode)) {
+            close_descriptor();
+            throw_file_error(path_, EISDIR, "open");
+        }
+    }
+    ~FileStream() override { close_descriptor(); }
+
+    bool can_read() const override { return !disposed(); }
+    bool can_write() const override { return writable_ && !disposed(); }
+    bool can_seek() const override { return !disposed() && ::lseek(descriptor_, 0, SEEK_CUR) >= 0; }
+    int64_t length() override {
+        require_seeking();
+        struct stat info {};
+        if (::fstat(open_descriptor(), &info) != 0) throw_file_error(path_, errno, "use");
+        return info.st_size;
+    }
+    int64_t position() override {
+        require_seeking();
+        return checked(::lseek(open_descriptor(), 0, SEEK_CUR));
+    }
+    int64_t seek(int64_t offset, SeekFrom from) override {
+        require_seeking();
+        return checked(::lseek(open_descriptor(), offset, static_cast<int>(from)));
+    }
+    void set_length(int64_t length) override {
+        if (length < 0) throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
+        require_seeking();
+        require_writable();
+        checked(::ftruncate(open_descriptor(), length));
+        if (position() > length) seek(length, SeekFrom::kBegin);
+    }
+    size_t read(std::span<std::byte> into) override {
+        return static_cast<size_t>(checked(retried(::read, into.data(), into.size())));
+    }
+    void write(std::span<const std::byte> from) override {
+        require_live();
+        require_writable();
+        while (!from.empty()) {
+            from = from.subspan(static_cast<size_t>(checked(retried(::write, from.data(), from.size()))));
+        }
+    }
+    void flush() override { open_descriptor(); }
+    void on_dispose() override { close_descriptor(); }
+
+ private:
+    int open_descriptor() const {
+        require_live();
+        return descriptor_;
+    }
+    // A pipe has no length and no position.
+    void require_seeking() const {
+        require_live();
+        if (!can_seek()) {
+            throw ManagedException("NotSupportedException", "The stream of '" + path_ + "' does not support seeking.");
+        }
+    }
+    void require_writable() const {
+        if (!writable_) throw ManagedException("NotSupportedException", "The stream of '" + path_ + "' is read-only.");
+    }
+    int64_t checked(int64_t result) const {
+        if (result < 0) throw_file_error(path_, errno, "use");
+        return result;
+    }
+    template <class Call, class Data>
+    int64_t retried(Call call, Data data, size_t count) const {
+        int64_t result;
+        do {
+            result = call(open_descriptor(), data, count);
+        } while (result < 0 && errno == EINTR);
+        return result;
+    }
+    void close_descriptor() {
+        if (descriptor_ >= 0) ::close(descriptor_);
+        descriptor_ = -1;
+    }
+
+    std::string path_;
+    bool writable_;
+    int descriptor_ = -1;
+};
+
+}  // namespace
+
+Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use) {
+    return make_ref<FileStream>(path, use);
+}
+
+}  // namespace zelmor::embed
