@@ -10,11 +10,15 @@ from __future__ import annotations
 from pathlib import Path
 
 from .catalogue import PROPERTY_KINDS, Catalogue, MemberLine, ModuleLine, TypeLine, read_catalogue
+from .collections import CollectionLine, read_collections
 from .errors import CatalogueError, Place
 from .identifiers import Identifiers
-from .model import INTEROP_INTERFACES, Method, Model, Module, Overload, Param, Property, Type
+from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overload, Param, Property, Type
 from .naming import snake_case, upper_snake_case
-from .wires import PENDING_KINDS, SCALARS, VOID, Wire
+from .wires import INTEROP_SHAPES, PENDING_KINDS, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, Wire
+
+# Whether the typed collections themselves are generated, so that members can name them.
+TYPED_COLLECTIONS_GENERATED = False
 
 _ENUM_WIDTHS = ("uint8", "int16", "uint16", "int32", "uint32", "uint64")
 _RANGES = {name: (0, 2 ** int(name[4:]) - 1) if name[0] == "u" else (-(2 ** (int(name[3:]) - 1)),
@@ -24,14 +28,17 @@ _RANGES = {name: (0, 2 ** int(name[4:]) - 1) if name[0] == "u" else (-(2 ** (int
 class Builder:
     """One pass over a catalogue; `build` gives the finished model."""
 
-    def __init__(self, catalogue: Catalogue, identifiers: Identifiers, awaited: set[str]) -> None:
+    def __init__(self, catalogue: Catalogue, identifiers: Identifiers, awaited: set[str],
+                 collections: list[CollectionLine]) -> None:
         self._catalogue = catalogue
+        self._collection_lines = collections
         self._identifiers = identifiers
         self._awaited = awaited
         self._used_awaited: set[str] = set()
         self._by_full_name: dict[str, Type] = {}
         self._by_name: dict[str, list[Type]] = {}
         self._lines: dict[Type, TypeLine] = {}
+        self._collections: dict[str, Collection] = {}  # by the name of the element's wire
 
     def build(self) -> Model:
         """The model, or CatalogueError at the first line that does not fit."""
@@ -45,6 +52,7 @@ class Builder:
         types = list(self._lines)
         for entry in types:
             self._relate(entry)
+        self._resolve_collections()
         for entry in self._base_first(types):
             self._members(entry)
         self._publish(types)
@@ -52,7 +60,22 @@ class Builder:
         if unused:
             place = Place(self._catalogue.directory / "awaited.tab", 1)
             raise CatalogueError(place, f"awaited but named by no member: {', '.join(sorted(unused))}")
-        return Model(self._catalogue.directory, self._catalogue.assembly, modules[0], modules, types, self._awaited)
+        return Model(self._catalogue.directory, self._catalogue.assembly, modules[0], modules, types, self._awaited,
+                     list(self._collections.values()))
+
+    def _resolve_collections(self) -> None:
+        """Finds the element types of the rows; arrays of arrays name the row of the inner element, so they come last."""
+        slots = [line.identifier for line in self._collection_lines if any("argument" in k for k in line.kinds)]
+        for line in sorted(self._collection_lines, key=lambda line: line.element.endswith("[]")):
+            name = line.element
+            if "." in name and name not in SIBLINGS and not name.endswith("[]") and name not in self._by_full_name:
+                wire = Wire("pending", name, pending="types of other namespaces")
+            else:
+                wire = self._wire(line.place, name, "")
+            slot = slots.index(line.identifier) if line.identifier in slots else None
+            self._collections[wire.name] = Collection(line.place, line.identifier, wire, line.kinds, slot)
+        order = {line.identifier: number for number, line in enumerate(self._collection_lines)}
+        self._collections = dict(sorted(self._collections.items(), key=lambda item: order[item[1].identifier]))
 
     def _module_tree(self, lines: list[ModuleLine]) -> list[Module]:
         modules = [Module(line.namespace, line.module, line.identifier) for line in lines]
@@ -115,10 +138,13 @@ class Builder:
         if name in PENDING_KINDS:
             reason, runtime_wire = PENDING_KINDS[name]
             return Wire("pending", name, pending=reason, pending_wire=runtime_wire)
-        element = self._element(name)
-        if element is not None:
-            self._wire(place, element, namespace)
-            return Wire("pending", name, pending="collections", pending_wire="kCollection")
+        if name in INTEROP_SHAPES:
+            return Wire("collection", name, shape=INTEROP_SHAPES[name])
+        if name in SIBLINGS:
+            return Wire("sibling", name, sibling=SIBLINGS[name])
+        typed = self._element(name)
+        if typed is not None:
+            return self._typed_collection(place, *typed, namespace)
         entry = self._find(place, name, namespace)
         if entry is None:
             return Wire("pending", name, pending="types of other namespaces")
@@ -128,16 +154,28 @@ class Builder:
         return Wire(entry.kind, entry.full_name, type=entry)
 
     @staticmethod
-    def _element(name: str) -> str | None:
-        """The element type of an array, typed list or typed enumerator."""
+    def _element(name: str) -> tuple[str, str] | None:
+        """The kind and the element type of a typed collection."""
         if name.endswith("[]"):
-            return name[:-2]
-        if name.startswith("List[") and name.endswith("]"):
-            return name[5:-1]
-        for prefix in ("iterable of ", "iterator of "):
-            if name.startswith(prefix):
-                return name[len(prefix):]
+            return "array", name[:-2]
+        for prefix, kind in (("List[", "list"), ("IList[", "ilist")):
+            if name.startswith(prefix) and name.endswith("]"):
+                return kind, name[len(prefix):-1]
+        for kind in ("iterable", "iterator"):
+            if name.startswith(f"{kind} of "):
+                return kind, name[len(f"{kind} of "):]
         return None
+
+    def _typed_collection(self, place: Place, kind: str, element: str, namespace: str) -> Wire:
+        wire = self._wire(place, element, namespace)
+        if wire.kind == "pending":
+            return Wire("pending", f"{kind} of {wire.name}", pending=wire.pending)
+        row = self._collections.get(wire.name)
+        if row is None or not {kind, f"{kind}-argument"} & set(row.kinds):
+            raise CatalogueError(place, f"collections.tab has no {kind} of {wire.name}")
+        if not TYPED_COLLECTIONS_GENERATED:
+            return Wire("pending", f"{kind} of {wire.name}", pending="collections")
+        return Wire("collection", f"{kind} of {wire.name}", shape=TYPED_SHAPES[kind], collection=row)
 
     def _relate(self, entry: Type) -> None:
         line = self._lines[entry]
@@ -338,4 +376,4 @@ def read_awaited(path: Path) -> set[str]:
 def load(directory: Path) -> Model:
     """Reads and checks the catalogue of a directory."""
     return Builder(read_catalogue(directory), Identifiers.read(directory / "identifiers.tab"),
-                   read_awaited(directory / "awaited.tab")).build()
+                   read_awaited(directory / "awaited.tab"), read_collections(directory / "collections.tab")).build()

@@ -237,6 +237,22 @@ class Type:
         return result
 
 
+@dataclass(eq=False)
+class Collection:
+    """An element type and the closed generic collections that there are of it."""
+
+    place: Place
+    identifier: str
+    element: Wire
+    kinds: tuple[str, ...]
+    slot: int | None  # of its typed callbacks, counted over all elements that have an argument converter
+
+    @property
+    def pending(self) -> str:
+        """Why nothing of this element can be generated yet, or nothing."""
+        return self.element.pending
+
+
 @dataclass(eq=False, repr=False)
 class Module:
     """A Python module of the tree and the managed namespace behind it."""
@@ -281,6 +297,7 @@ class Model:
     modules: list[Module]
     types: list[Type]
     awaited: set[str] = field(default_factory=set)
+    collections: list[Collection] = field(default_factory=list)
 
     def pending(self) -> Counter[str]:
         """Members that are in the catalogue and cannot be generated yet, by reason."""

@@ -10,7 +10,7 @@ from dataclasses import dataclass
 from typing import TYPE_CHECKING
 
 if TYPE_CHECKING:
-    from .model import Type
+    from .model import Collection, Type
 
 
 @dataclass(frozen=True)
@@ -44,18 +44,61 @@ PENDING_KINDS: dict[str, tuple[str, str]] = {
     "datetime": ("dates", ""),
     "decimal": ("decimals", ""),
     "UUID": ("identifiers", ""),
-    "IList": ("collections", "kCollection"),
-    "ICollection": ("collections", "kCollection"),
-    "IEnumerable": ("collections", "kCollection"),
-    "Array": ("collections", "kCollection"),
-    "ArrayList": ("collections", "kCollection"),
+}
+
+
+@dataclass(frozen=True)
+class Shape:
+    """A kind of managed collection as a member's type."""
+
+    runtime: str  # enumerator of the runtime's CollectionShape
+    record: str  # suffix of the wrapper's static record
+    converter: str  # from Python; empty where no member takes one
+    interface: bool  # a result finds its run-time type, or the Python object that the managed side held
+
+
+# The kinds without an element type, by the name that a catalogue line uses.
+INTEROP_SHAPES: dict[str, Shape] = {
+    "Array": Shape("kSystemArray", "ArrayWrapper", "array", False),
+    "ArrayList": Shape("kArrayList", "ArrListWrapper", "arrlist", False),
+    "IList": Shape("kIList", "IListWrapper", "ilist", True),
+    "ICollection": Shape("kICollection", "IColWrapper", "icollection", True),
+    "IEnumerable": Shape("kIEnumerable", "IterableWrapper", "iterable", True),
+    "IEnumerator": Shape("kIEnumerator", "IterWrapper", "iter", True),
+}
+
+# The kinds of closed generic collections.
+TYPED_SHAPES: dict[str, Shape] = {
+    "array": Shape("kArray", "ArrayWrapper", "array", False),
+    "list": Shape("kList", "ListWrapper", "list", False),
+    "ilist": Shape("kIList", "IListWrapper", "", True),
+    "iterable": Shape("kIEnumerable", "IterableWrapper", "", True),
+    "iterator": Shape("kIEnumerator", "IterWrapper", "", True),
+}
+
+
+@dataclass(frozen=True)
+class Sibling:
+    """A type of a sibling module, which crosses by the converters that the sibling's capsule holds."""
+
+    full_name: str
+    symbol: str
+    kind: str  # `class`, `record` or `enum`
+    record: str = ""  # the value record that it crosses in
+
+
+SIBLINGS: dict[str, Sibling] = {
+    "drawing.PointF": Sibling("System.Drawing.PointF", "EDE1485C_PointF", "record", "ShlPointFObject"),
+    "drawing.Color": Sibling("System.Drawing.Color", "52DA2AC5_Color", "record", "ShlColorObject"),
+    "drawing.ColorMap": Sibling("System.Drawing.Imaging.ColorMap", "9AB10FD3_ColorMap", "class"),
+    "io.FileMode": Sibling("System.IO.FileMode", "54938D61_FileMode", "enum"),
 }
 
 
 @dataclass(frozen=True)
 class Wire:
-    """A resolved wire type. `kind` is `void`, `scalar`, `string`, `bytes`, `object`, `stream`, a kind of type, or
-    `pending`."""
+    """A resolved wire type. `kind` is `void`, `scalar`, `string`, `bytes`, `object`, `stream`, `collection`, `sibling`,
+    a kind of type, or `pending`."""
 
     kind: str
     name: str
@@ -63,14 +106,19 @@ class Wire:
     type: Type | None = None
     pending: str = ""  # why members with this wire are not generated yet
     pending_wire: str = ""  # how it will cross, where that is known already
+    shape: Shape | None = None  # of a collection
+    collection: Collection | None = None  # the element row of a typed collection
+    sibling: Sibling | None = None
 
     @property
     def code(self) -> str:
         """The signature character of an argument of this wire."""
         if self.scalar is not None:
             return self.scalar.code
+        if self.sibling is not None:
+            return "i" if self.sibling.kind == "enum" else "p"
         return {"void": "v", "string": "T", "bytes": "B", "object": "V", "class": "p", "static class": "p",
-                "struct": "V", "interface": "V", "stream": "V", "pending": "V"}[self.kind]
+                "struct": "V", "interface": "V", "stream": "V", "collection": "V", "pending": "V"}[self.kind]
 
     @property
     def result_code(self) -> str:
@@ -78,12 +126,12 @@ class Wire:
         if self.scalar is not None:
             return self.scalar.code
         return {"void": "v", "string": "O", "bytes": "O", "object": "O", "class": "p", "static class": "p",
-                "struct": "p", "interface": "v", "stream": "v", "pending": "v"}[self.kind]
+                "struct": "p", "interface": "v", "stream": "v", "collection": "v", "pending": "v"}[self.kind]
 
     @property
     def out_code(self) -> str:
         """The signature character of a trailing out record, or nothing."""
-        return {"interface": "o", "stream": "k", "pending": "k"}.get(self.kind, "")
+        return {"interface": "o", "stream": "k", "collection": "k", "pending": "k"}.get(self.kind, "")
 
     @property
     def runtime_wire(self) -> str:
@@ -92,9 +140,11 @@ class Wire:
             return self.scalar.wire
         if self.kind == "pending":
             return self.pending_wire
+        if self.sibling is not None:
+            return {"enum": "kInt32", "class": "kClass", "record": ""}[self.sibling.kind]
         return {"void": "kVoid", "string": "kString", "bytes": "kBytes", "object": "kObject", "class": "kClass",
                 "static class": "kClass", "struct": "kStruct", "interface": "kInterface",
-                "stream": "kStream"}[self.kind]
+                "stream": "kStream", "collection": "kCollection"}[self.kind]
 
 
 VOID = Wire("void", "void")

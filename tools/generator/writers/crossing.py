@@ -8,16 +8,18 @@ from ..wires import Wire
 
 
 # The out record of a result that does not leave as the return value.
-OUT_RECORDS = {"interface": "PyObjectOutArg", "stream": "PyCollectionArg"}
+OUT_RECORDS = {"interface": "PyObjectOutArg", "stream": "PyCollectionArg", "collection": "PyCollectionArg"}
 
 
 def argument_type(wire: Wire) -> str:
     """The C++ type of an argument of a thunk."""
     if wire.scalar is not None:
         return wire.scalar.cpp
+    if wire.sibling is not None:
+        return "int" if wire.sibling.kind == "enum" else f"const {wire.sibling.record}*"
     return {"string": "const PyStringArg*", "bytes": "const PyBytesArg*", "object": "const VariantArg*",
-            "stream": "const VariantArg*", "class": "void*", "struct": "const VariantArg*",
-            "interface": "const VariantArg*"}[wire.kind]
+            "stream": "const VariantArg*", "collection": "const VariantArg*", "class": "void*",
+            "struct": "const VariantArg*", "interface": "const VariantArg*"}[wire.kind]
 
 
 def result_type(wire: Wire) -> str:
@@ -25,7 +27,8 @@ def result_type(wire: Wire) -> str:
     if wire.scalar is not None:
         return wire.scalar.cpp
     return {"void": "void", "string": "PyObject*", "bytes": "PyObject*", "object": "PyObject*", "class": "void*",
-            "static class": "void*", "struct": "void*", "interface": "void", "stream": "void"}[wire.kind]
+            "static class": "void*", "struct": "void*", "interface": "void", "stream": "void",
+            "collection": "void"}[wire.kind]
 
 
 def out_types(wire: Wire) -> list[str]:
@@ -58,6 +61,8 @@ def slot(wire: Wire, name: str) -> str:
     """The declaration of the slot that a converter fills, in its empty state."""
     if wire.scalar is not None:
         return f"{wire.scalar.cpp} {name}{{}};"
+    if wire.sibling is not None:
+        return f"int {name} = 0;" if wire.sibling.kind == "enum" else f"{wire.sibling.record} {name}{{}};"
     return {"string": f"PyStringArg {name}{{-1, 0, nullptr}};", "bytes": f"PyBytesArgBuilder {name};",
             "class": f"void* {name} = nullptr;"}.get(wire.kind, f"VariantArg {name}{{}};")
 
@@ -68,13 +73,19 @@ def converter(wire: Wire) -> str:
         return f"wrpPy_conv_py_to_clr_{wire.type.symbol}"
     if wire.scalar is not None:
         return wire.scalar.converter
+    if wire.sibling is not None:
+        return f"*wrpPyl_convcaps_py_to_clr_{wire.sibling.symbol}"
+    if wire.collection is not None and wire.shape is not None:
+        return f"wrpPygn_conv_py_to_clr_{wire.shape.converter}_{wire.collection.identifier}"
+    if wire.shape is not None:
+        return f"wrpPye_conv_py_to_clr_{wire.shape.converter}"
     return {"string": "fn_conv_py_string_to_clr_string", "bytes": "fn_conv_py_bytes_to_clr_bytes",
             "object": "fn_conv_py_variant_to_clr_variant", "stream": "wrpPye_conv_py_to_clr_stream"}[wire.kind]
 
 
 def passed(wire: Wire, name: str) -> str:
     """The expression that hands the slot to a thunk."""
-    if wire.kind in ("scalar", "class"):
+    if wire.kind in ("scalar", "class") or (wire.sibling is not None and wire.sibling.kind == "enum"):
         return name
     return f"{name}.get_info()" if wire.kind == "bytes" else f"&{name}"
 
@@ -85,9 +96,21 @@ def to_python(wire: Wire, value: str) -> str:
         return f"wrpPy_conv_clr_to_py_{wire.type.symbol}({value})"
     if wire.scalar is not None:
         return f"{wire.scalar.builder}({value})"
+    if wire.shape is not None:
+        reader = ("fn_conv_clr_ifcimpl_to_py_ifcimpl_wps" if wire.shape.interface else
+                  "fn_conv_clr_btpobj_to_py_btpobj")
+        return f"{reader}({value}, &{collection_record(wire)})"
     if wire.kind == "stream":
         return f"fn_conv_clr_absobj_to_py_absobj({value}, &wrpPye_tyds_FFFFFFFF_StreamWrapper)"
     return value  # strings, bytes and objects arrive as Python objects
+
+
+def collection_record(wire: Wire) -> str:
+    """The static record of the wrapper type that a collection is declared as."""
+    assert wire.shape is not None
+    if wire.collection is not None:
+        return f"wrpPygn_tyds_{wire.collection.identifier}_{wire.shape.record}"
+    return f"wrpPye_tyds_FFFFFFFF_{wire.shape.record}"
 
 
 def declared_slots(params: list[Param]) -> list[str]:

@@ -11,7 +11,7 @@ _INCLUDES = (
     "collections/interop.h", "convert/bytes.h", "convert/scalars.h", "convert/small_values.h", "convert/strings.h",
     "convert/variant.h", "exchange/records.h", "exchange/type_host.h", "exchange/wire/tags.h", "pyshell/casts.h",
     "pyshell/class_recipe.h", "pyshell/descriptors.h", "pyshell/enum_types.h", "pyshell/markers.h",
-    "pyshell/module_plan.h", "pyshell/overload.h", "pyshell/result_typing.h",
+    "pyshell/module_plan.h", "pyshell/overload.h", "pyshell/result_typing.h", "pyshell/sibling_converters.h",
 )
 
 
