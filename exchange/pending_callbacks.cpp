@@ -11,14 +11,6 @@ void refuse(const char* callback) {
 
 }  // namespace
 
-#define ZELMOR_DEFINE_PENDING(result, failure, name, parameters) \
-    result name parameters {                                     \
-        refuse(#name);                                           \
-        return failure;                                          \
-    }
-ZELMOR_PENDING_CALLBACKS(ZELMOR_DEFINE_PENDING)
-#undef ZELMOR_DEFINE_PENDING
-
 #define ZELMOR_DEFINE_PENDING_ELEMENT(element)                                  \
     int fn_clbk_pylist_##element##_get_item(PyObject*, int, void*) {            \
         refuse("fn_clbk_pylist_" #element "_get_item");                         \

@@ -7,21 +7,6 @@
 
 #include "exchange/callbacks.h"
 
-// X(result, failure code, name, parameters)
-#define ZELMOR_PENDING_CALLBACKS(X)                                    \
-    X(int, 0, fn_read_py_decimal, (PyObject*, unsigned int*))          \
-    X(int, 0, fn_read_py_decimal_tuple, (PyObject*, unsigned int*))    \
-    X(PyObject*, nullptr, fn_write_py_decimal, (unsigned int*))        \
-                                                                       \
-    X(int, 0, fn_read_py_vers_datetime, (PyObject*, long*))            \
-    X(int, 0, fn_read_py_vers_date, (PyObject*, long*))                \
-    X(int, 0, fn_read_py_vers_time, (PyObject*, long*))                \
-    X(int, 0, fn_read_py_datetimedelta, (PyObject*, long*))            \
-    X(PyObject*, nullptr, fn_write_py_date_time, (const long*))        \
-    X(PyObject*, nullptr, fn_write_py_date_time_offset, (const long*)) \
-    X(PyObject*, nullptr, fn_write_py_datetimedelta, (long))           \
-    X(PyObject*, nullptr, fn_write_py_timezone, (const char16_t*, int, long))
-
 // The element identifiers whose typed list and sequence access is pending, in the order of kGenericElements; two
 // callbacks each, both failing with -1.
 // clang-format off

@@ -27,21 +27,6 @@ AD4C5CC9 32726122 6228A3B1 B748930C C89B66BC B3841592 3814BE29 4B725488 79C35D44
 F25B175D CBE911FC 57AC8DC4 110A8374 72D20219
 """.split()
 
-#: Callbacks that this version has no work for, with arguments that any kind of call can be made with.
-PENDING = [
-    ("read", "decimal", "fn_read_py_decimal", (None, (c_uint * 4)())),
-    ("read", "decimal_tuple", "fn_read_py_decimal_tuple", (None, (c_uint * 4)())),
-    ("read", "vers_datetime", "fn_read_py_vers_datetime", (None, (c_long * 2)())),
-    ("read", "vers_date", "fn_read_py_vers_date", (None, (c_long * 2)())),
-    ("read", "vers_time", "fn_read_py_vers_time", (None, (c_long * 2)())),
-    ("read", "datetimedelta", "fn_read_py_datetimedelta", (None, (c_long * 2)())),
-    ("write", "decimal", "fn_write_py_decimal", ((c_uint * 4)(),)),
-    ("write", "date_time", "fn_write_py_date_time", ((c_long * 2)(),)),
-    ("write", "date_time_offset", "fn_write_py_date_time_offset", ((c_long * 2)(),)),
-    ("write", "datetimedelta", "fn_write_py_datetimedelta", (0,)),
-    ("write", "timezone", "fn_write_py_timezone", (None, -1, 0)),
-]
-
 #: What a test gathers.
 Kept = list[Any]
 
@@ -58,14 +43,6 @@ def taken(address: int | None) -> Any:
     value = ctypes.cast(address, py_object).value
     ctypes.pythonapi.Py_DecRef(py_object(value))
     return value
-
-
-@pytest.mark.parametrize(("table", "name", "function", "arguments"), PENDING, ids=[row[2] for row in PENDING])
-def test_a_pending_callback_says_so(control: Control, table: str, name: str, function: str,
-                                    arguments: tuple[Any, ...]) -> None:
-    with pytest.raises(NotImplementedError) as raised:
-        control.callback(table, name)(*arguments)
-    assert str(raised.value) == f"the callback {function} is not available in this version"
 
 
 @pytest.mark.parametrize("slot", range(57), ids=ELEMENTS)

@@ -1,4 +1,5 @@
-// The tables hold the stated functions at the stated positions, every slot is filled, and the pending ones say so.
+// The tables hold the stated functions at the stated positions, every slot is filled, and the pending element readers
+// say so.
 #include <cstdint>
 #include <set>
 
@@ -168,39 +169,5 @@ TEST_F(CallbackTables, TypedAccessIsFirstAllListsThenAllSequencesInElementOrder)
         EXPECT_EQ(owner, nullptr);
     }
 }
-
-void expect_pending(const char* name) {
-    expect_error(PyExc_NotImplementedError, std::string("the callback ") + name + " is not available in this version");
-}
-
-// Calls a pending callback with zeros; its answer has to be the failure code of its kind.
-template <class Result, class... Args>
-void call_pending(const char* name, Result (*callback)(Args...), Result failure) {
-    EXPECT_EQ(callback(Args{}...), failure) << name;
-    expect_pending(name);
-}
-
-TEST_F(CallbackTables, APendingReaderAnswersZero) {
-    call_pending("fn_read_py_decimal", fn_read_py_decimal, 0);
-    call_pending("fn_read_py_decimal_tuple", fn_read_py_decimal_tuple, 0);
-    call_pending("fn_read_py_vers_datetime", fn_read_py_vers_datetime, 0);
-    call_pending("fn_read_py_vers_date", fn_read_py_vers_date, 0);
-    call_pending("fn_read_py_vers_time", fn_read_py_vers_time, 0);
-    call_pending("fn_read_py_datetimedelta", fn_read_py_datetimedelta, 0);
-}
-
-TEST_F(CallbackTables, APendingWriterAnswersNull) {
-    call_pending<PyObject*>("fn_write_py_decimal", fn_write_py_decimal, nullptr);
-    call_pending<PyObject*>("fn_write_py_date_time", fn_write_py_date_time, nullptr);
-    call_pending<PyObject*>("fn_write_py_date_time_offset", fn_write_py_date_time_offset, nullptr);
-    call_pending<PyObject*>("fn_write_py_datetimedelta", fn_write_py_datetimedelta, nullptr);
-    call_pending<PyObject*>("fn_write_py_timezone", fn_write_py_timezone, nullptr);
-}
-
-#define ZELMOR_COUNT_PENDING(result, failure, name, parameters) +1
-TEST_F(CallbackTables, NothingElseIsPending) {
-    EXPECT_EQ(0 ZELMOR_PENDING_CALLBACKS(ZELMOR_COUNT_PENDING), 6 + 5);
-}
-#undef ZELMOR_COUNT_PENDING
 
 }  // namespace

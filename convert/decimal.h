@@ -1,0 +1,22 @@
+// Decimals in both directions: `decimal.Decimal` and the managed decimal, without floating point and without rounding
+// but where a value has more digits than the managed type holds.
+//
+// The record is four 32-bit words: mantissa low, middle, high, then flags with the sign in bit 31 and the scale in bits
+// 16 to 23.
+#pragma once
+
+#include "pyshell/python.h"
+
+// A Decimal or a DecimalTuple; neither `int` nor `float`. Answers 1, or 0 with a Python error set.
+int fn_conv_py_decimal_to_clr_decimal(PyObject* object, unsigned int* record);
+// Without the test of the type.
+int fn_conv_py_decimal_obj_to_clr_decimal(PyObject* object, unsigned int* record);
+int fn_conv_py_decimal_tuple_to_clr_decimal(PyObject* object, unsigned int* record);
+
+// A new Decimal, or null with a Python error set. The record is consumed.
+PyObject* fn_conv_clr_decimal_to_py_decimal(unsigned int* record);
+
+// Whether the exponent of a DecimalTuple is none of a finite number; if so, a Python error is set.
+bool is_non_convertable_py_decimal(PyObject* exponent, const char* type_name);
+// The digits from `first` up to but excluding `last` as one number; all ones with a Python error set on failure.
+unsigned long get_mantissa_group(PyObject* digits, Py_ssize_t first, Py_ssize_t last);

@@ -1,0 +1,16 @@
+// Powers of ten for the decimal builders.
+#pragma once
+
+// 10 to the power of n, for n from 0 to 19: what 64 bits hold.
+class TenPow {
+ public:
+    static constexpr unsigned long pow(unsigned int n) {
+        unsigned long result = 1;
+        for (unsigned long base = 10; n != 0; n >>= 1, base *= base) {
+            if ((n & 1) != 0) {
+                result *= base;
+            }
+        }
+        return result;
+    }
+};
