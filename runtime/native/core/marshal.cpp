@@ -38,6 +38,45 @@ Value read_python_float(PyObject* number) {
     return value;
 }
 
+// What the readers of a date or time answer: which of two records they filled, or that they failed.
+constexpr int kFilledDateTime = 1;
+constexpr int kFilledDateTimeOffset = 2;
+
+Value read_python_date(int (*read)(PyObject*, long*), PyObject* object) {
+    long words[2] = {0, 0};
+    switch (read(object, words)) {
+        case kFilledDateTime:
+            return DateTimeValue{static_cast<uint64_t>(words[0]), 0};
+        case kFilledDateTimeOffset:
+            return DateTimeOffsetValue{words[0], words[1]};
+        default:
+            throw_python_error("Reading a date or time");
+    }
+}
+
+Value read_python_decimal(int (*read)(PyObject*, unsigned int*), PyObject* object) {
+    DecimalValue value;
+    if (!read(object, value.words.data())) throw_python_error("Reading a decimal");
+    return value;
+}
+
+Value read_python_timedelta(PyObject* object) {
+    long ticks = 0;
+    if (!tables().read->datetimedelta(object, &ticks)) throw_python_error("Reading a timedelta");
+    return TimeSpanValue{ticks};
+}
+
+Value read_python_uuid(PyObject* object) {
+    GuidValue value;
+    if (!tables().read->guid(object, value.bytes.data())) throw_python_error("Reading a UUID");
+    return value;
+}
+
+PyObject* written(PyObject* object) {
+    if (!object) throw PythonErrorPending();
+    return object;
+}
+
 // The memory of a buffer view, whose size and layout only Python knows.
 class PythonBuffer {
  public:
@@ -100,6 +139,20 @@ Value read_variant(const VariantArg* arg) {
             return read_python_int(python);
         case kVariantFloat:
             return read_python_float(python);
+        case kVariantDecimal:
+            return read_python_decimal(tables().read->decimal, python);
+        case kVariantDecimalTuple:
+            return read_python_decimal(tables().read->decimal_tuple, python);
+        case kVariantDateTime:
+            return read_python_date(tables().read->vers_datetime, python);
+        case kVariantDate:
+            return read_python_date(tables().read->vers_date, python);
+        case kVariantTime:
+            return read_python_date(tables().read->vers_time, python);
+        case kVariantTimeDelta:
+            return read_python_timedelta(python);
+        case kVariantUuid:
+            return read_python_uuid(python);
         default:
             if (arg->tag < kVariantNull || arg->tag > kVariantTuple) {
                 throw_argument("The value has the unknown variant tag " + std::to_string(arg->tag) + ".");
@@ -133,6 +186,17 @@ PyObject* write_value(const Value& value) {
         PyObject* operator()(const Bytes& x) const { return py_bytes(x); }
         PyObject* operator()(const Ref<ManagedObject>& x) const { return py_object(x); }
         PyObject* operator()(const PyHeld& x) const { return x ? x.new_reference() : py_none(); }
+        PyObject* operator()(DecimalValue x) const { return written(tables().write->decimal(x.words.data())); }
+        PyObject* operator()(const DateTimeValue& x) const {
+            const long words[2] = {static_cast<long>(x.word), x.offset};
+            return written(tables().write->date_time(words));
+        }
+        PyObject* operator()(const DateTimeOffsetValue& x) const {
+            const long words[2] = {x.ticks, x.offset};
+            return written(tables().write->date_time_offset(words));
+        }
+        PyObject* operator()(const TimeSpanValue& x) const { return written(tables().write->datetimedelta(x.ticks)); }
+        PyObject* operator()(const GuidValue& x) const { return written(tables().write->guid(x.bytes.data())); }
     };
     return std::visit(Writer(), value);
 }

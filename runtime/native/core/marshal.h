@@ -16,8 +16,8 @@ Ref<ManagedObject> read_object(const VariantArg* arg);
 // The same, checked against the declared type; InvalidCastException naming both.
 Ref<ManagedObject> read_object(const VariantArg* arg, const TypeInfo& declared);
 
-// Argument of managed type `object` (tags of VariantTag). Text, numbers, bool and bytes become managed values, structs
-// are copied, objects shared; any other Python object is held as it is.
+// Argument of managed type `object` (tags of VariantTag). Text, numbers, bool, bytes, decimals, dates and identifiers
+// become managed values, structs are copied, objects shared; a list or tuple is held as it is.
 Value read_variant(const VariantArg* arg);
 
 // A result of managed type `object`, string or byte array: a new Python reference.

@@ -59,6 +59,7 @@ int32_t hash_of_value(const Value& value) {
                           [](const Bytes& x) { return hash_chars(x); },
                           [](const Ref<ManagedObject>& x) { return x ? x->hash_code() : 0; },
                           [](const PyHeld& x) { return fold(reinterpret_cast<uint64_t>(x.get())); },
+                          []<SystemValue T>(const T& x) { return hash_of(x); },
                       },
                       value);
 }
@@ -74,6 +75,7 @@ std::u16string text_of_value(const Value& value) {
                           [](const Bytes&) { return std::u16string(u"System.Byte[]"); },
                           [](const Ref<ManagedObject>& x) { return x ? x->to_text() : std::u16string(); },
                           [](const PyHeld&) { return std::u16string(u"System.Object"); },
+                          []<SystemValue T>(const T& x) { return text_of(x); },
                       },
                       value);
 }

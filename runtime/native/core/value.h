@@ -5,11 +5,13 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
 #include "runtime/native/core/callbacks.h"
 #include "runtime/native/core/object.h"
+#include "runtime/native/core/system_values.h"
 
 namespace zelmor::embed {
 
@@ -17,9 +19,14 @@ using Bytes = std::vector<std::byte>;
 
 // Nothing stored; null is an empty object reference. Integers and enumerations are int64_t, sign- or zero-extended
 // from their width; uint64_t is used only where a value does not fit. PyHeld is a Python object that the managed side
-// keeps as it is (a list, a date, a file).
-using Value =
-    std::variant<std::monostate, bool, int64_t, uint64_t, double, std::u16string, Bytes, Ref<ManagedObject>, PyHeld>;
+// keeps as it is (a list, a tuple, a file).
+using Value = std::variant<std::monostate, bool, int64_t, uint64_t, double, std::u16string, Bytes, Ref<ManagedObject>,
+                           PyHeld, DecimalValue, DateTimeValue, DateTimeOffsetValue, TimeSpanValue, GuidValue>;
+
+// A value of the .NET library's own value types.
+template <class T>
+concept SystemValue = std::is_same_v<T, DecimalValue> || std::is_same_v<T, DateTimeValue> ||
+    std::is_same_v<T, DateTimeOffsetValue> || std::is_same_v<T, TimeSpanValue> || std::is_same_v<T, GuidValue>;
 
 inline bool is_unset(const Value& value) {
     return std::holds_alternative<std::monostate>(value);
