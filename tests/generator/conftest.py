@@ -26,7 +26,7 @@ def build(tmp_path: Path) -> Callable[..., Model]:
         (tmp_path / f"{ROOT}.cat").write_text(f"namespace {ROOT} as acme.pictures\n{textwrap.dedent(text)}")
         (tmp_path / "awaited.tab").write_text(textwrap.dedent(awaited))
         table = Identifiers(path=tmp_path / "identifiers.tab")
-        table.complete([f"{entry.namespace}.{entry.name}" for entry in read_catalogue(tmp_path).types])
+        table.complete([f"{entry.namespace}.{entry.name}" for entry in read_catalogue(tmp_path).types], {})
         table.write()
         return load(tmp_path)
 

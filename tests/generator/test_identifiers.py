@@ -13,7 +13,7 @@ from tools.generator.identifiers import Identifiers, crc_identifier
 
 def test_a_missing_row_is_computed_from_the_full_name(tmp_path: Path) -> None:
     table = Identifiers(path=tmp_path / "identifiers.tab")
-    assert table.complete(["A.B", "A.C"]) == ["A.B", "A.C"]
+    assert table.complete(["A.B", "A.C"], {}) == ["A.B", "A.C"]
     assert table.rows["A.B"][0] == f"{zlib.crc32(b'A.B'):08X}" == crc_identifier("A.B")
     assert table.rows["A.B"][1] != table.rows["A.B"][0]
 
@@ -22,7 +22,7 @@ def test_rows_that_are_given_stay(tmp_path: Path) -> None:
     path = tmp_path / "identifiers.tab"
     path.write_text("A.B 0000000A 0000000B\n")
     table = Identifiers.read(path)
-    assert table.complete(["A.B", "A.C"]) == ["A.C"]
+    assert table.complete(["A.B", "A.C"], {}) == ["A.C"]
     table.write()
     assert Identifiers.read(path).rows == table.rows
     assert table.rows["A.B"] == ("0000000A", "0000000B")

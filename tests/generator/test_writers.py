@@ -39,6 +39,7 @@ struct Size
     mixed grow Grow (by: int32)
 static class Helper
     static stop Stop ()
+    static fill Fill (data: out bytes, source: bytes)
 enum flags Mode : uint8
     NONE 0
     FAST 0x1
@@ -88,6 +89,12 @@ def test_bytes_are_held_by_a_builder_and_an_enumeration_by_its_integer(texts: di
     lines = body(texts["Picture"], "wrpPy_ctfn_[0-9A-F]{8}_Picture_001_ctor")
     assert lines[:2] == ["PyBytesArgBuilder data_;", "unsigned char mode_{};"]
     assert any("data_.get_info(), mode_" in line for line in lines)
+
+
+def test_memory_that_is_written_to_takes_no_read_only_buffer(texts: dict[str, str]) -> None:
+    parsed = "\n".join(line for line in texts["Helper"].split("\n") if "&data" in line and "&source" in line)
+    assert "&fn_conv_py_bytes_to_clr_out_bytes, &data" in parsed
+    assert "&fn_conv_py_bytes_to_clr_bytes, &source" in parsed
 
 
 def test_by_reference_values_are_built_first_and_pushed_in_order(texts: dict[str, str]) -> None:

@@ -13,6 +13,7 @@ from pathlib import Path
 
 from .builder import load
 from .catalogue import read_catalogue
+from .collections import read_collections
 from .errors import CatalogueError
 from .identifiers import Identifiers
 from .model import Model
@@ -73,7 +74,9 @@ def main(arguments: list[str]) -> int:
         else:
             table = Identifiers.read(options.catalogue / "identifiers.tab")
             types = read_catalogue(options.catalogue).types
-            added = table.complete([f"{entry.namespace}.{entry.name}" for entry in types])
+            elements = {row.element: row.identifier
+                        for row in read_collections(options.catalogue / "collections.tab")}
+            added = table.complete([f"{entry.namespace}.{entry.name}" for entry in types], elements)
             table.write()
             print(f"{len(added)} rows added")
     except CatalogueError as error:

@@ -21,11 +21,11 @@ _TYPE_LINE = re.compile(
     r"(?: implements (?P<interfaces>[\w., ]+))?\Z"
 )
 _MEMBER_LINE = re.compile(
-    r"(?P<kind>\w+)(?: (?P<python>\w+) (?P<managed>\w+))? \((?P<params>[^()]*)\)(?: -> (?P<result>[\w.\[\] ]+?))?"
+    r"(?P<kind>\w+)(?: (?P<python>\w+) (?P<managed>\w+))? \((?P<params>[^()]*)\)(?: -> (?P<result>[\w.\[\]? ]+?))?"
     r"(?: from (?P<origin>[\w.]+))?(?P<exception> exception)?\Z"
 )
 _PROPERTY_LINE = re.compile(
-    r"(?P<kind>\w+) (?P<python>\w+) (?P<managed>\w+) (?P<type>[\w.\[\] ]+?)(?: takes (?P<takes>[\w.\[\] ]+?))?"
+    r"(?P<kind>\w+) (?P<python>\w+) (?P<managed>\w+) (?P<type>[\w.\[\]? ]+?)(?: takes (?P<takes>[\w.\[\]? ]+?))?"
     r"(?: from (?P<origin>[\w.]+))?(?P<exception> exception)?\Z"
 )
 

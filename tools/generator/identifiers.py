@@ -54,11 +54,14 @@ class Identifiers:
             table.rows[name] = (python_side, managed_side)
         return table
 
-    def complete(self, names: list[str]) -> list[str]:
-        """Adds a computed row for each name that has none; returns the names added."""
+    def complete(self, names: list[str], elements: dict[str, str]) -> list[str]:
+        """Adds a computed row for each name that has none; returns the names added.
+
+        The element of a typed collection has the element's identifier on the managed side.
+        """
         added = [name for name in names if name not in self.rows]
         for name in added:
-            self.rows[name] = (crc_identifier(name), crc_identifier(MANAGED_PREFIX + name))
+            self.rows[name] = (crc_identifier(name), elements.get(name, crc_identifier(MANAGED_PREFIX + name)))
         return added
 
     def write(self) -> None:

@@ -42,7 +42,9 @@ SCALARS: dict[str, Scalar] = {
 # Value kinds whose machinery comes later; a member that needs one is pending until then.
 PENDING_KINDS: dict[str, tuple[str, str]] = {
     "datetime": ("dates", ""),
+    "datetime?": ("dates", ""),
     "decimal": ("decimals", ""),
+    "timedelta": ("spans", ""),
     "UUID": ("identifiers", ""),
 }
 
