@@ -24,6 +24,21 @@ bool acquire_strided_view(PyObject* object, Py_buffer* view, PyBytesArg* out) {
     return true;
 }
 
+// Describes a view in hand, which stays so on failure: whoever holds the record releases it.
+int describe_view(const Py_buffer* view, PyBytesArg* out) {
+    if (!PyBuffer_IsContiguous(view, 'C')) {
+        PyErr_SetString(PyExc_BufferError, "buffer is not contiguous");
+        return 0;
+    }
+    if (view->len > std::numeric_limits<int32_t>::max()) {
+        PyErr_SetString(PyExc_BufferError, "buffer is too long");
+        return 0;
+    }
+    out->length = static_cast<int32_t>(view->len);
+    out->data = view->buf;
+    return 1;
+}
+
 }  // namespace
 
 int fn_conv_py_bytes_to_clr_bytes(PyObject* object, PyBytesArgBuilder* out) {
@@ -42,6 +57,22 @@ int fn_conv_py_bytes_to_clr_bytes_value(PyObject* object, Py_buffer* view, PyByt
     return fn_read_py_buffer(object, view, out);
 }
 
+int fn_conv_py_bytes_to_clr_out_bytes(PyObject* object, PyBytesArgBuilder* out) {
+    if (object == Py_None || !PyObject_CheckBuffer(object)) {
+        return fn_conv_py_bytes_to_clr_bytes(object, out);
+    }
+    if (PyObject_GetBuffer(object, out->get_view(), PyBUF_WRITABLE) == 0) {
+        out->get_info()->acquired = 1;
+        return describe_view(out->get_view(), out->get_info());
+    }
+    // What is refused for reading too is refused in the same words.
+    PyErr_Clear();
+    if (fn_read_py_buffer(object, out->get_view(), out->get_info())) {
+        PyErr_SetString(PyExc_BufferError, "buffer is read-only");
+    }
+    return 0;
+}
+
 int fn_read_py_buffer(PyObject* object, Py_buffer* view, PyBytesArg* out) {
     if (PyObject_GetBuffer(object, view, PyBUF_SIMPLE) == 0) {
         out->acquired = 1;
@@ -49,18 +80,7 @@ int fn_read_py_buffer(PyObject* object, Py_buffer* view, PyBytesArg* out) {
         PyErr_SetString(PyExc_BufferError, "can't get internal buffer");
         return 0;
     }
-    // From here on the view is in hand, and stays so on failure: whoever holds the record releases it.
-    if (!PyBuffer_IsContiguous(view, 'C')) {
-        PyErr_SetString(PyExc_BufferError, "buffer is not contiguous");
-        return 0;
-    }
-    if (view->len > std::numeric_limits<int32_t>::max()) {
-        PyErr_SetString(PyExc_BufferError, "buffer is too long");
-        return 0;
-    }
-    out->length = static_cast<int32_t>(view->len);
-    out->data = view->buf;
-    return 1;
+    return describe_view(view, out);
 }
 
 PyObject* fn_create_shlbuffer_view(void* data, long size, int readonly) {

@@ -9,6 +9,9 @@
 int fn_conv_py_bytes_to_clr_bytes(PyObject* object, PyBytesArgBuilder* out);
 int fn_conv_py_bytes_to_clr_bytes_value(PyObject* object, Py_buffer* view, PyBytesArg* out);
 
+// The same for memory that the call writes to: BufferError "buffer is read-only" for what may not be changed.
+int fn_conv_py_bytes_to_clr_out_bytes(PyObject* object, PyBytesArgBuilder* out);
+
 // Takes the buffer without testing for None or for the buffer interface. When the answer is 0 but `acquired` is set,
 // the view must still be released.
 int fn_read_py_buffer(PyObject* object, Py_buffer* view, PyBytesArg* out);

@@ -272,13 +272,15 @@ class Builder:
     def _overload(self, entry: Type, line: MemberLine) -> Overload:
         params = []
         for param in line.params:
-            by_ref = param.type.startswith("ref ")
-            wire = self._wire(line.place, param.type.removeprefix("ref "), entry.namespace)
+            by_ref, written = param.type.startswith("ref "), param.type.startswith("out ")
+            wire = self._wire(line.place, param.type.removeprefix("ref ").removeprefix("out "), entry.namespace)
             if by_ref and wire.scalar is None:
                 raise CatalogueError(line.place, "only scalars cross by reference")
+            if written and wire.kind != "bytes":
+                raise CatalogueError(line.place, "only bytes are written to in place")
             if wire.kind == "static class":
                 raise CatalogueError(line.place, f"{wire.name} has no instances")
-            params.append(Param(param.name, wire, by_ref))
+            params.append(Param(param.name, wire, by_ref, written))
         result = self._wire(line.place, line.type, entry.namespace) if line.type else VOID
         static = line.kind in ("static", "mixed_static")
         return Overload(entry, line.place, line.python, line.managed, static, params, result)

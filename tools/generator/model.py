@@ -25,11 +25,13 @@ INTEROP_INTERFACES = {
 
 @dataclass
 class Param:
-    """A parameter; a by-reference one takes a one-slot list in Python and two arguments on the wire."""
+    """A parameter; a by-reference one takes a one-slot list in Python and two arguments on the wire, and one that is
+    written to takes no buffer that is read-only."""
 
     name: str
     wire: Wire
     by_ref: bool = False
+    written: bool = False
 
 
 @dataclass(eq=False, repr=False)
@@ -58,7 +60,8 @@ class Overload:
     @property
     def signature(self) -> tuple[str, ...]:
         """What an overriding overload has to equal: the types of the parameters."""
-        return tuple(("ref " if param.by_ref else "") + param.wire.name for param in self.params)
+        return tuple(("ref " if param.by_ref else "out " if param.written else "") + param.wire.name
+                     for param in self.params)
 
     @property
     def pending(self) -> str:

@@ -125,6 +125,18 @@ struct Arg<std::span<const std::byte>> {
     }
 };
 
+// The same for writing: the caller's parameter is one that takes no read-only buffer.
+template <>
+struct Arg<std::span<std::byte>> {
+    using Wire = const PyBytesArg*;
+    static constexpr char code = 'B';
+    static std::span<std::byte> read(const PyBytesArg* value) {
+        if (value->length < 0) throw_argument_null("a byte array");
+        return {static_cast<std::byte*>(const_cast<void*>(static_cast<const void*>(value->data))),
+                static_cast<size_t>(value->length)};
+    }
+};
+
 [[noreturn]] void throw_null_string();
 struct TextArg {
     using Wire = const PyStringArg*;

@@ -102,6 +102,41 @@ TEST_F(Bytes, AnExporterThatRefusesIsReportedInOurWords) {
     EXPECT_EQ(builder.get_info()->acquired, 0);
 }
 
+TEST_F(Bytes, MemoryToBeWrittenToIsLentToo) {
+    const PyRef data = evaluate("bytearray(b'abc')");
+    {
+        PyBytesArgBuilder builder;
+        ASSERT_EQ(fn_conv_py_bytes_to_clr_out_bytes(data.get(), &builder), 1);
+        EXPECT_EQ(builder.get_info()->length, 3);
+        EXPECT_EQ(builder.get_info()->data, PyByteArray_AS_STRING(data.get()));
+        EXPECT_EQ(PyByteArray_Resize(data.get(), 10), -1);
+        expect_error(PyExc_BufferError, "Existing exports of data: object cannot be re-sized");
+    }
+    EXPECT_EQ(PyByteArray_Resize(data.get(), 10), 0);
+    PyBytesArgBuilder none;
+    EXPECT_EQ(fn_conv_py_bytes_to_clr_out_bytes(Py_None, &none), 1);
+    EXPECT_EQ(none.get_info()->length, -1);
+}
+
+TEST_F(Bytes, MemoryThatMayNotBeChangedIsRefusedForWriting) {
+    for (const char* source : {"b'abc'", "memoryview(bytearray(3)).toreadonly()", "b''"}) {
+        const PyRef data = evaluate(source);
+        const RefCountWatch count(data.get());
+        {
+            PyBytesArgBuilder builder;
+            EXPECT_EQ(fn_conv_py_bytes_to_clr_out_bytes(data.get(), &builder), 0);
+            expect_error(PyExc_BufferError, "buffer is read-only");
+        }
+        EXPECT_EQ(count.change(), 0) << source;
+    }
+    PyBytesArgBuilder text;
+    EXPECT_EQ(fn_conv_py_bytes_to_clr_out_bytes(evaluate("'text'").get(), &text), 0);
+    expect_error(PyExc_TypeError, "can't build byte[] from 'str'");
+    PyBytesArgBuilder gaps;
+    EXPECT_EQ(fn_conv_py_bytes_to_clr_out_bytes(evaluate("memoryview(bytearray(9))[::2]").get(), &gaps), 0);
+    expect_error(PyExc_BufferError, "buffer is not contiguous");
+}
+
 // An exporter of as many bytes as a test wants, without having them.
 struct HugeExporter {
     PyObject_HEAD Py_ssize_t size;

@@ -135,7 +135,8 @@ def parse_call(params: list[Param]) -> tuple[list[str], str]:
         if param.by_ref:
             converters.append(f"&fn_conv_py_parbyref_to_clr_parbyref, &{name}ref")
         else:
-            converters.append(f"&{converter(param.wire)}, &{name}")
+            function = "fn_conv_py_bytes_to_clr_out_bytes" if param.written else converter(param.wire)
+            converters.append(f"&{function}, &{name}")
     call = ", ".join(["args", "kwargs", '"' + "O&" * len(params) + '"', "const_cast<char**>(kKeywords)", *converters])
     parse = f"PyArg_ParseTupleAndKeywords({call})"
     if any(param.wire.kind == "object" and not param.by_ref for param in params):

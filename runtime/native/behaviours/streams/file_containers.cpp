@@ -1,4 +1,4 @@
-// FileStreamContainer and SplitStreamContainer: how they come to be; the rest is that of StreamContainer.
+// FileStreamContainer: how it comes to be, and what becomes of its file; the rest is that of StreamContainer.
 #include <unistd.h>
 
 #include "runtime/native/behaviours/streams/stream_container.h"
@@ -11,7 +11,6 @@ namespace zelmor::embed {
 namespace {
 
 constexpr const char* kFile = "Zelmor.Imaging.FileStreamContainer";
-constexpr const char* kSplit = "Zelmor.Imaging.SplitStreamContainer";
 
 using Path = std::optional<std::u16string>;
 
@@ -28,26 +27,10 @@ void set_is_temporal(StreamContainerObject& self, bool is_temporal) {
     self.temporary_path = is_temporal && path ? file_path_of(path, "file_path") : std::string();
 }
 
-Ref<StreamContainerObject> split(Ref<ManagedStream> stream) {
-    return make_stream_container(kSplit, std::move(stream), false);
-}
-Ref<StreamContainerObject> split_owning(Ref<ManagedStream> stream, bool dispose_stream) {
-    return make_stream_container(kSplit, std::move(stream), dispose_stream);
-}
-Ref<StreamContainerObject> split_container(StreamContainerObject* stream, bool dispose_stream) {
-    if (!stream) throw_argument_null("stream");
-    return make_stream_container(kSplit, Ref<ManagedStream>(&stream->stream()), dispose_stream);
-}
-
 const Behaviour kMembers[] = {
     {kFile, "call_000_CreateFileStream", entry<&create_file_stream>()},
     {kFile, "call_000_OpenFileStream", entry<&open_file>()},
     {kFile, "set_IsTemporal", entry<&set_is_temporal>()},
-    {kSplit, "ctor_000_SplitStreamContainer", entry<&split>()},
-    {kSplit, "ctor_001_SplitStreamContainer", entry<&split_owning>()},
-    {kSplit, "ctor_002_SplitStreamContainer", entry<&split_container>()},
-    {kSplit, "call_000_CreateFromStream", entry<&split_owning>()},
-    {kSplit, "call_000_CreateFromStreamContainer", entry<&split_container>()},
 };
 const BehaviourTable table(Assembly::kImaging, kMembers);
 

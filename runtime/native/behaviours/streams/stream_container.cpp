@@ -1,7 +1,7 @@
 // StreamContainer: members.
 //
 // Copies go from the beginning of a stream that can seek, whose position they leave alone, and from where it stands
-// otherwise. Reading into a caller's byte array is refused: whether that memory may be written to does not cross.
+// otherwise.
 #include "runtime/native/behaviours/streams/stream_container.h"
 
 #include <unistd.h>
@@ -13,6 +13,14 @@
 #include "runtime/native/core/files.h"
 
 namespace zelmor::embed {
+
+namespace {
+
+bool same_stream(const ManagedStream& a, const ManagedStream& b) {
+    return &a == &b || (a.python_file() && a.python_file() == b.python_file());
+}
+
+}  // namespace
 
 void StreamContainerObject::attach(Ref<ManagedStream> stream, bool dispose_stream) {
     stream_ = std::move(stream);
@@ -28,8 +36,18 @@ ManagedStream& StreamContainerObject::stream() const {
 void StreamContainerObject::on_dispose() {
     const Ref<ManagedStream> stream = std::move(stream_);
     stream_ = nullptr;
-    if (stream && dispose_stream_) stream->dispose();
+    // A joined stream knows which of its own it disposes of.
+    if (stream && (dispose_stream_ || joined_)) stream->dispose();
+    joined_ = nullptr;
     remove_temporary();
+}
+
+void StreamContainerObject::insert(int64_t position, Ref<ManagedStream> stream, bool dispose_stream) {
+    if (same_stream(this->stream(), *stream)) throw_argument("A stream cannot be put into itself.");
+    Ref<JoinedStream> joined = joined_ ? joined_ : make_ref<JoinedStream>(stream_, dispose_stream_);
+    joined->insert(position, std::move(stream), dispose_stream);
+    joined_ = joined;
+    stream_ = std::move(joined);
 }
 
 // A temporary file goes with the last reference too, if nobody disposed of the container.
@@ -89,10 +107,6 @@ auto from_beginning(ManagedStream& stream, Work work) {
 void check_buffer_size(int32_t buffer_size) {
     if (buffer_size > 0) return;
     throw_out_of_range("buffer_size", "The size " + std::to_string(buffer_size) + " is not positive.");
-}
-
-bool same_stream(const ManagedStream& a, const ManagedStream& b) {
-    return &a == &b || (a.python_file() && a.python_file() == b.python_file());
 }
 
 // The number of bytes copied: `length`, or fewer where the stream ends before.
@@ -165,16 +179,35 @@ void write_part_to(Container& self, Container& other, int64_t length) {
     copy(self.stream(), other.stream(), kBufferSize, length);
 }
 
-void write(Container& self, std::span<const std::byte> bytes) {
-    self.stream().write(bytes);
+// An array is filled as far as the stream goes.
+void fill(Container& self, std::span<std::byte> bytes) {
+    ManagedStream& stream = self.stream();
+    while (!bytes.empty()) {
+        const size_t count = stream.read(bytes);
+        if (count == 0) return;
+        bytes = bytes.subspan(count);
+    }
 }
-void write_range(Container& self, std::span<const std::byte> buffer, int32_t offset, int32_t count) {
+// The part of an array that `offset` and `count` mean.
+template <class Byte>
+std::span<Byte> checked_range(std::span<Byte> buffer, int32_t offset, int32_t count) {
     if (offset < 0) throw_out_of_range("offset", "The offset " + std::to_string(offset) + " is negative.");
     if (count < 0 || static_cast<size_t>(offset) + static_cast<size_t>(count) > buffer.size()) {
         throw_out_of_range("count", "The range from " + std::to_string(offset) + " of " + std::to_string(count) +
                                         " bytes leaves an array of " + std::to_string(buffer.size()) + ".");
     }
-    self.stream().write(buffer.subspan(static_cast<size_t>(offset), static_cast<size_t>(count)));
+    return buffer.subspan(static_cast<size_t>(offset), static_cast<size_t>(count));
+}
+// One question to the stream: it may have less than was asked for.
+int32_t read_range(Container& self, std::span<std::byte> buffer, int32_t offset, int32_t count) {
+    return static_cast<int32_t>(self.stream().read(checked_range(buffer, offset, count)));
+}
+
+void write(Container& self, std::span<const std::byte> bytes) {
+    self.stream().write(bytes);
+}
+void write_range(Container& self, std::span<const std::byte> buffer, int32_t offset, int32_t count) {
+    self.stream().write(checked_range(buffer, offset, count));
 }
 void write_byte(Container& self, uint8_t value) {
     self.stream().write_byte(value);
@@ -254,6 +287,8 @@ const Behaviour kMembers[] = {
     {kContainer, "ctor_001_StreamContainer", entry<&construct_owning>()},
     {kContainer, "call_000_Write", entry<&write>()},
     {kContainer, "call_001_Write", entry<&write_range>()},
+    {kContainer, "call_000_Read", entry<&fill>()},
+    {kContainer, "call_001_Read", entry<&read_range>()},
     {kContainer, "call_000_ToBytes", entry<&to_bytes>()},
     {kContainer, "call_001_ToBytes", entry<&range_to_bytes>()},
     {kContainer, "call_000_Save", entry<&save>()},

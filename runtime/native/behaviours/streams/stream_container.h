@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "runtime/native/behaviours/streams/joined_stream.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/stream.h"
@@ -19,6 +20,8 @@ class StreamContainerObject : public Record {
 
     // The stream; ObjectDisposedException once the container is disposed, InvalidOperationException without one.
     ManagedStream& stream() const;
+    // Puts the content of another stream in at a position, in bytes from the beginning.
+    void insert(int64_t position, Ref<ManagedStream> stream, bool dispose_stream);
     bool disposes_stream() const { return dispose_stream_; }
     // A file that goes with the container, for a temporary one.
     std::string temporary_path;
@@ -31,6 +34,7 @@ class StreamContainerObject : public Record {
 
     Ref<ManagedStream> stream_;
     bool dispose_stream_ = false;
+    Ref<JoinedStream> joined_;  // the same as stream_ once something was put in
 };
 
 // A container of the named type ("Zelmor.Imaging.StreamContainer") around a stream.

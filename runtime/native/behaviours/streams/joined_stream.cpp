@@ -1,0 +1,156 @@
+// The joined stream; see joined_stream.h.
+#include "runtime/native/behaviours/streams/joined_stream.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/type_system.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr int64_t kZeros = 64 * 1024;
+
+void require_seeking(const ManagedStream& stream) {
+    if (!stream.can_seek()) {
+        throw ManagedException("NotSupportedException", "A stream that cannot seek cannot be joined with others.");
+    }
+}
+
+}  // namespace
+
+JoinedStream::JoinedStream(Ref<ManagedStream> stream, bool owned)
+    : ManagedStream(intern_type("Zelmor.Imaging.JoinedStream", TypeKind::kClass, &stream_type())) {
+    require_seeking(*stream);
+    position_ = stream->position();
+    const int64_t length = stream->length();
+    pieces_.push_back({std::move(stream), 0, length, owned});
+}
+
+void JoinedStream::insert(int64_t at, Ref<ManagedStream> stream, bool owned) {
+    require_live();
+    require_seeking(*stream);
+    if (at < 0 || at > total()) {
+        throw_out_of_range("position", "The position " + std::to_string(at) + " lies outside a stream of " +
+                                           std::to_string(total()) + " bytes.");
+    }
+    const int64_t length = stream->length();
+    auto [index, offset] = find(at);
+    if (offset > 0) {
+        Piece behind = pieces_[index];
+        behind.start += offset;
+        behind.length -= offset;
+        pieces_[index].length = offset;
+        ++index;
+        // A cut at the end leaves nothing behind it, and what is written there goes to the stream put in.
+        if (behind.length > 0) pieces_.insert(pieces_.begin() + static_cast<ptrdiff_t>(index), std::move(behind));
+    }
+    pieces_.insert(pieces_.begin() + static_cast<ptrdiff_t>(index), {std::move(stream), 0, length, owned});
+}
+
+bool JoinedStream::can_read() const {
+    return !disposed() && std::ranges::all_of(pieces_, [](const Piece& piece) { return piece.stream->can_read(); });
+}
+bool JoinedStream::can_write() const {
+    return !disposed() && std::ranges::all_of(pieces_, [](const Piece& piece) { return piece.stream->can_write(); });
+}
+bool JoinedStream::can_seek() const {
+    return !disposed();
+}
+
+int64_t JoinedStream::total() const {
+    return std::accumulate(pieces_.begin(), pieces_.end(), int64_t{0},
+                           [](int64_t sum, const Piece& piece) { return sum + piece.length; });
+}
+int64_t JoinedStream::length() {
+    require_live();
+    return total();
+}
+int64_t JoinedStream::position() {
+    require_live();
+    return position_;
+}
+
+JoinedStream::Place JoinedStream::find(int64_t position) const {
+    size_t index = 0;
+    while (index + 1 < pieces_.size() && position >= pieces_[index].length)
+        position -= pieces_[index++].length;
+    return {index, position};
+}
+
+int64_t JoinedStream::seek(int64_t offset, SeekFrom from) {
+    require_live();
+    const int64_t base = from == SeekFrom::kBegin ? 0 : from == SeekFrom::kCurrent ? position_ : total();
+    int64_t target = 0;
+    if (__builtin_add_overflow(base, offset, &target) || target < 0) {
+        throw ManagedException("IOException", "The position cannot be moved before the beginning of the stream.");
+    }
+    return position_ = target;
+}
+
+void JoinedStream::append_zeros(int64_t count) {
+    const int64_t kept = std::exchange(position_, total());
+    const std::vector<std::byte> zeros(static_cast<size_t>(std::min(count, kZeros)));
+    for (; count > 0; count -= std::min(count, kZeros)) {
+        write(std::span(zeros).first(static_cast<size_t>(std::min(count, kZeros))));
+    }
+    position_ = kept;
+}
+
+void JoinedStream::set_length(int64_t length) {
+    require_live();
+    if (length < 0) throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
+    if (length >= total()) return append_zeros(length - total());
+    const Place place = find(length);
+    pieces_[place.index].length = place.offset;
+    for (size_t index = place.index + 1; index < pieces_.size(); ++index)
+        pieces_[index].length = 0;
+    position_ = std::min(position_, length);
+}
+
+size_t JoinedStream::read(std::span<std::byte> into) {
+    require_live();
+    if (into.empty() || position_ >= total()) return 0;
+    const auto [index, offset] = find(position_);
+    const Piece& piece = pieces_[index];
+    piece.stream->seek(piece.start + offset, SeekFrom::kBegin);
+    const auto most = std::min(into.size(), static_cast<size_t>(piece.length - offset));
+    const size_t count = piece.stream->read(into.first(most));
+    if (count == 0) throw ManagedException("EndOfStreamException", "A stream that was joined has become shorter.");
+    position_ += static_cast<int64_t>(count);
+    return count;
+}
+
+void JoinedStream::write(std::span<const std::byte> from) {
+    require_live();
+    if (position_ > total()) append_zeros(position_ - total());
+    while (!from.empty()) {
+        const auto [index, offset] = find(position_);
+        Piece& piece = pieces_[index];
+        const bool last = index + 1 == pieces_.size();
+        const size_t room = last ? from.size() : static_cast<size_t>(piece.length - offset);
+        const auto part = from.first(std::min(from.size(), room));
+        piece.stream->seek(piece.start + offset, SeekFrom::kBegin);
+        piece.stream->write(part);
+        from = from.subspan(part.size());
+        position_ += static_cast<int64_t>(part.size());
+        piece.length = std::max(piece.length, offset + static_cast<int64_t>(part.size()));
+    }
+}
+
+void JoinedStream::flush() {
+    require_live();
+    for (const Piece& piece : pieces_) {
+        if (piece.stream->can_write()) piece.stream->flush();
+    }
+}
+
+void JoinedStream::on_dispose() {
+    for (const Piece& piece : std::exchange(pieces_, {})) {
+        if (piece.owned) piece.stream->dispose();
+    }
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,55 @@
+// Several streams shown as one: pieces of them, one after the other.
+//
+// What is read and written goes to the piece that the position falls into, so that a change shows in the stream that
+// the piece is of. All streams have to be able to seek, since each access puts the piece's stream where it belongs.
+#pragma once
+
+#include <vector>
+
+#include "runtime/native/core/stream.h"
+
+namespace zelmor::embed {
+
+class JoinedStream final : public ManagedStream {
+ public:
+    // The whole of a stream to begin with, standing where that one stands. An owned stream goes with this one.
+    JoinedStream(Ref<ManagedStream> stream, bool owned);
+
+    // Puts the whole of a stream in at `at`; what was there comes behind it.
+    void insert(int64_t at, Ref<ManagedStream> stream, bool owned);
+
+    bool can_read() const override;
+    bool can_write() const override;
+    bool can_seek() const override;
+    int64_t length() override;
+    int64_t position() override;
+    int64_t seek(int64_t offset, SeekFrom from) override;
+    // Made longer, the last piece grows by zeros; made shorter, pieces are cut, though not the streams that they are
+    // of.
+    void set_length(int64_t length) override;
+    size_t read(std::span<std::byte> into) override;
+    void write(std::span<const std::byte> from) override;
+    void flush() override;
+    void on_dispose() override;
+
+ private:
+    struct Piece {
+        Ref<ManagedStream> stream;
+        int64_t start;
+        int64_t length;
+        bool owned;
+    };
+    // The piece that a position falls into and the offset inside it; the end belongs to the last piece.
+    struct Place {
+        size_t index;
+        int64_t offset;
+    };
+    Place find(int64_t position) const;
+    int64_t total() const;
+    void append_zeros(int64_t count);
+
+    std::vector<Piece> pieces_;
+    int64_t position_ = 0;
+};
+
+}  // namespace zelmor::embed
