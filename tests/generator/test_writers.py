@@ -73,6 +73,20 @@ def test_an_instance_overload_has_no_guard_and_a_static_method_has_one(texts: di
     assert "invalidate" not in "".join(body(texts["Picture"], "_Picture_000_turn"))
 
 
+def test_a_group_inherits_what_is_the_only_overload_of_the_base(build: Build) -> None:
+    model = build("""
+class Base
+    method turn Turn (angle: float)
+class Picture : Base
+    method turn Turn ()
+    method turn Turn (angle: float) from Base
+""")
+    base, picture = ("\n".join(write_wrapper(entry, "pictures")) for entry in model.types)
+    name = f"wrpPy_htgn_{model.types[0].symbol}_000_turn"
+    assert f"PyObject* {name}(" in base and f"&{name}" in picture
+    assert f"PyObject* {name}(" in "\n".join(write_header(model, "pictures"))
+
+
 def test_slots_are_reset_for_every_attempt_and_a_failed_parse_is_kept(texts: dict[str, str]) -> None:
     lines = body(texts["Picture"], "wrpPy_mgov_[0-9A-F]{8}_Picture_000_turn")
     assert lines[:2] == ["float angle_{};", "VariantArg fill_{};"]

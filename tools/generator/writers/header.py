@@ -4,6 +4,7 @@ from __future__ import annotations
 
 from ..model import Model, Type
 from . import members
+from .collections import write_declarations
 from .enumeration import integer_type
 from .wrapper import needs_post_initialiser
 
@@ -27,7 +28,7 @@ def _wrapper(entry: Type) -> list[str]:
     if needs_post_initialiser(entry):
         lines.append(f"int wrpPy_eypi_{symbol}();")
     for method in entry.methods:
-        if method.is_group:
+        if method.is_group or members.inherited_by_groups(method):
             lines += [f"PyObject* {members.overload_symbol(o)}(PyObject* self, PyObject* args, PyObject* kwargs, "
                       "PyObject** error_slot);" for o in method.own if o.published is not None and not o.pending]
         elif method.ready and method.own and members.simple_symbol(method).startswith("wrpPy_htfn"):
@@ -57,5 +58,6 @@ def write_header(model: Model, product: str) -> list[str]:
              '#pragma GCC diagnostic ignored "-Wmissing-field-initializers"', ""]
     for entry in model.types:
         lines += [f"// {entry.full_name}", *(_enumeration(entry) if entry.is_enum else _wrapper(entry)), ""]
+    lines += write_declarations(model)
     lines += [f"PyObject* wrpPy_mlit_{module.symbol}();" for module in model.modules]
     return lines

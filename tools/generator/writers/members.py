@@ -94,6 +94,13 @@ def write_group(method: Method) -> list[str]:
     return lines + function("static " + _METHOD.format(name=method_symbol(method)), body)
 
 
+def inherited_by_groups(method: Method) -> bool:
+    """Whether groups of derived classes call the only overload of a method."""
+    overload = method.overloads[0]
+    return (not method.is_group and overload.owner is method.owner and overload.published is not None
+            and method.owner.kind != "interface")
+
+
 def write_method(method: Method) -> list[str]:
     """Everything behind one Python name; nothing where it is another interface's function."""
     lines: list[str] = []
@@ -103,7 +110,10 @@ def write_method(method: Method) -> list[str]:
         return lines
     if method.is_group:
         return lines + write_group(method)
-    return lines + (write_simple(method) if method.overloads[0].owner is method.owner else [])
+    if method.overloads[0].owner is not method.owner:
+        return lines
+    # A group of a derived type may inherit what is the only overload here.
+    return lines + (write_overload(method.overloads[0]) if inherited_by_groups(method) else []) + write_simple(method)
 
 
 def write_constructors(entry: Type) -> list[str]:
