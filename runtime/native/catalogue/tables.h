@@ -9,6 +9,8 @@
 
 namespace zelmor::embed {
 
+struct TypeInfo;
+
 enum class TypeKind : uint8_t { kClass, kStaticClass, kInterface, kStruct, kEnum };
 
 enum class EntryRole : uint8_t {
@@ -52,15 +54,49 @@ enum class Wire : uint8_t {
     kInterface,   // VariantArg in, PyObjectOutArg out
     kStream,      // VariantArg in, PyCollectionArg out
     kCollection,  // VariantArg in, PyCollectionArg out
+    kRecord,      // value record of the drawing module: a pointer to it, in and out
 };
 
 constexpr int16_t kNoType = -1;
+
+// Which collection a member names where its wire is kCollection.
+enum class CollectionShape : uint8_t {
+    kNone,
+    kArray,  // T[]
+    kList,   // List<T>
+    kIList,  // IList, or IList<T> where there is an element; the same for the next three
+    kICollection,
+    kIEnumerable,
+    kIEnumerator,
+    kSystemArray,  // Array
+    kArrayList,
+};
+
+// The element of typed collections. Elements with the same identifier are the same element, so that a pointer tells
+// them apart.
+struct ElementType {
+    const char* id;      // eight hexadecimal digits
+    Wire wire;           // kObject for any value; an enumeration crosses in 32 bits, whatever its own width
+    const char* name;    // full managed name of a class, struct, interface or enumeration, of a number's .NET type, or
+                         // the identifier of the inner element for an array of arrays (wire kCollection)
+    int16_t type_index;  // index into types(), or kNoType
+
+    const TypeInfo* type() const;      // null for numbers, text, bytes, arrays of arrays and variants
+    const ElementType* inner() const;  // of an array of arrays
+};
+
+// What a collection is, beside its wire.
+struct CollectionInfo {
+    CollectionShape shape = CollectionShape::kNone;
+    const char* element = "";  // the identifier of the element, "" where it is any value
+};
 
 struct ParamInfo {
     const char* name;  // the Python keyword
     Wire wire;
     bool by_ref;   // two arguments on the wire: the incoming value, then a pointer to the outgoing one
     int16_t type;  // index into types(), or kNoType
+    CollectionInfo collection;
 };
 
 struct PropertyInfo {
@@ -69,6 +105,7 @@ struct PropertyInfo {
     bool is_static;
     bool writable;
     int16_t type;  // index into types(), or kNoType
+    CollectionInfo collection;
 };
 
 struct EntryInfo {
@@ -76,8 +113,9 @@ struct EntryInfo {
     const char* member;  // managed member name, "Load"; the simple type name for a constructor
     EntryRole role;
     Wire result;
-    int16_t result_type;  // index into types(), or kNoType
-    int16_t property;     // index into the declaring type's properties, or -1
+    int16_t result_type;        // index into types(), or kNoType
+    CollectionInfo collection;  // of the result
+    int16_t property;           // index into the declaring type's properties, or -1
     // One character for the result and one for each argument on the wire, `self` and out slots included:
     // v void, b bool, c C s S i I l L signed and unsigned integers of 8 to 64 bits, f float, d double,
     // p handle, V VariantArg*, T PyStringArg*, B PyBytesArg*, O PyObject*, o PyObjectOutArg*,
@@ -110,5 +148,7 @@ struct TypeInfo {
 
 // All types of all catalogues, the siblings' included. The position of a type is its run-time type id minus one.
 std::span<const TypeInfo> types();
+// All elements of typed collections, in the order of their identifiers.
+std::span<const ElementType> elements();
 
 }  // namespace zelmor::embed

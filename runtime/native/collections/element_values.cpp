@@ -1,6 +1,7 @@
 // Elements on the wire.
 #include "runtime/native/collections/element_values.h"
 
+#include "runtime/native/collections/drawing_record.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/tail/wire_values.h"
 
@@ -38,8 +39,8 @@ char scalar_code(Wire wire) {
     }
 }
 
-// An array of arrays passes its inner arrays as handles, like objects of a class.
-Wire crossing_wire(const ElementType& element) {
+// An inner array leaves as a handle, like an object of a class.
+Wire result_wire(const ElementType& element) {
     return element.wire == Wire::kCollection ? Wire::kClass : element.wire;
 }
 
@@ -71,7 +72,7 @@ char element_argument_code(const ElementType& element) {
         case Wire::kBytes:
             return 'B';
         case Wire::kClass:
-        case Wire::kCollection:
+        case Wire::kRecord:
             return 'p';
         default:
             return 'V';
@@ -86,36 +87,54 @@ char element_result_code(const ElementType& element) {
         case Wire::kObject:
             return 'O';
         case Wire::kInterface:
+        case Wire::kRecord:
             return 'v';
         default:
             return 'p';
     }
 }
 
-bool element_result_trails(const ElementType& element) {
-    return element.wire == Wire::kInterface;
+char element_trailing_code(const ElementType& element) {
+    switch (element.wire) {
+        case Wire::kInterface:
+            return 'o';
+        case Wire::kRecord:
+            return 'r';
+        default:
+            return '\0';
+    }
 }
 
 Value read_element(CallFrame& frame, size_t index, const ElementType& element) {
-    return read_wire(frame, index, crossing_wire(element), element.type());
+    switch (element.wire) {
+        case Wire::kCollection:
+            return Ref<ManagedObject>(read_list(frame.argument<const VariantArg*>(index), *element.inner()));
+        case Wire::kRecord:
+            return Ref<ManagedObject>(DrawingRecord::read(frame.argument<const void*>(index), element));
+        default:
+            return read_wire(frame, index, element.wire, element.type());
+    }
 }
 
 void store_element(const Value& value, const ElementType& element, void* out) {
+    const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     if (element.wire == Wire::kInterface) {
-        const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-        write_interface(object ? *object : nullptr, static_cast<PyObjectOutArg*>(out));
-        return;
+        return write_interface(object ? *object : nullptr, static_cast<PyObjectOutArg*>(out));
     }
+    if (element.wire == Wire::kRecord) return DrawingRecord::write(object ? object->get() : nullptr, element, out);
     // The slot has the width of a returned value, so that returning into a word and copying its low bytes fits all.
     uint64_t word = 0;
     const char signature[] = {element_result_code(element), '\0'};
     CallFrame returned(signature, &word, nullptr);
-    write_wire(returned, value, crossing_wire(element), element.type());
+    write_wire(returned, value, result_wire(element), element.type());
     std::memcpy(out, &word, width_of(element.wire));
 }
 
 void return_element(CallFrame& frame, const Value& value, const ElementType& element) {
-    write_wire(frame, value, crossing_wire(element), element.type());
+    if (element_trailing_code(element) != '\0') {
+        return store_element(value, element, frame.argument<void*>(frame.count() - 1));
+    }
+    write_wire(frame, value, result_wire(element), element.type());
 }
 
 }  // namespace zelmor::embed

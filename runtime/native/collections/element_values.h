@@ -6,11 +6,11 @@
 
 namespace zelmor::embed {
 
-// Signature codes of an element as an argument and as a returned value. An interface is returned through a trailing
-// out record: its result code is 'v'.
+// Signature codes of an element as an argument and as a returned value. An interface and a value record leave through
+// a trailing out record: their result code is 'v', and the trailing code that of the record, 0 for other elements.
 char element_argument_code(const ElementType& element);
 char element_result_code(const ElementType& element);
-bool element_result_trails(const ElementType& element);
+char element_trailing_code(const ElementType& element);
 
 Value read_element(CallFrame& frame, size_t index, const ElementType& element);
 // Stores the element through an out slot of the element's own form.

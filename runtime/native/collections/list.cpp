@@ -2,9 +2,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/records.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
@@ -29,18 +31,41 @@ const TypeInfo& list_type(ListShape shape, const ElementType& element) {
         case ListShape::kReadOnlyCollectionBase:
             return intern_type("System.Collections.ReadOnlyCollectionBase");
         case ListShape::kList:
+        case ListShape::kOther:  // brings a type of its own
             break;
     }
     return intern_type("System.Collections.Generic.List`1[" + element_name(element) + "]");
 }
 
+[[noreturn]] void throw_overflow(const ElementType& element) {
+    throw ManagedException("OverflowException",
+                           std::string("Value was either too large or too small for a ") + element.name + ".");
+}
+
+// What a conversion without loss takes: an integer in range for an integer, any number for a floating one.
 template <class T>
 T scalar_from(const Value& value, const ElementType& element) {
-    if (const auto* x = std::get_if<int64_t>(&value)) return static_cast<T>(*x);
-    if (const auto* x = std::get_if<uint64_t>(&value)) return static_cast<T>(*x);
-    if (const auto* x = std::get_if<double>(&value)) return static_cast<T>(*x);
-    if (const auto* x = std::get_if<bool>(&value)) return static_cast<T>(*x);
-    throw_invalid_cast(to_utf8(text_of_value(value)), element.name);
+    if constexpr (std::is_floating_point_v<T>) {
+        if (const auto* x = std::get_if<double>(&value)) return static_cast<T>(*x);
+        if (const auto* x = std::get_if<int64_t>(&value)) return static_cast<T>(*x);
+        if (const auto* x = std::get_if<uint64_t>(&value)) return static_cast<T>(*x);
+    } else {
+        if (const auto* x = std::get_if<int64_t>(&value)) {
+            if (!std::in_range<T>(*x)) throw_overflow(element);
+            return static_cast<T>(*x);
+        }
+        if (const auto* x = std::get_if<uint64_t>(&value)) {
+            if (!std::in_range<T>(*x)) throw_overflow(element);
+            return static_cast<T>(*x);
+        }
+        // A boxed enumeration is its number.
+        if (const auto* object = std::get_if<Ref<ManagedObject>>(&value); object && *object) {
+            if (const auto* boxed = dynamic_cast<const EnumObject*>(object->get())) {
+                return scalar_from<T>(boxed->value(), element);
+            }
+        }
+    }
+    throw_invalid_cast(is_null(value) ? "null" : to_utf8(text_of_value(value)), element.name);
 }
 
 template <class T>
@@ -59,6 +84,15 @@ auto at(auto& items, size_t index) {
     return items.begin() + static_cast<std::ptrdiff_t>(index);
 }
 
+// Of the numbers, NaN comes first.
+template <class T>
+bool number_less(T x, T y) {
+    if constexpr (std::is_floating_point_v<T>) {
+        if (std::isnan(x) || std::isnan(y)) return std::isnan(x) && !std::isnan(y);
+    }
+    return x < y;
+}
+
 // Ordering of values that have one: text by code units, numbers by size, booleans false first, null before all.
 bool less(const Value& a, const Value& b) {
     if (is_null(a) || is_null(b)) return is_null(a) && !is_null(b);
@@ -67,7 +101,7 @@ bool less(const Value& a, const Value& b) {
         if (const auto* x = std::get_if<bool>(&a)) return *x < std::get<bool>(b);
         if (const auto* x = std::get_if<int64_t>(&a)) return *x < std::get<int64_t>(b);
         if (const auto* x = std::get_if<uint64_t>(&a)) return *x < std::get<uint64_t>(b);
-        if (const auto* x = std::get_if<double>(&a)) return *x < std::get<double>(b);
+        if (const auto* x = std::get_if<double>(&a)) return number_less(*x, std::get<double>(b));
     }
     throw_invalid_operation("Failed to compare two elements in the collection: their type has no order.");
 }
@@ -75,7 +109,77 @@ bool less(const Value& a, const Value& b) {
 }  // namespace
 
 ManagedList::ManagedList(ListShape shape, const ElementType& element)
-    : ManagedObject(list_type(shape, element)), shape_(shape), element_(&element) {}
+    : ManagedCollection(list_type(shape, element)), shape_(shape), element_(&element) {}
+
+ManagedList::ManagedList(const TypeInfo& type, const ElementType& element)
+    : ManagedCollection(type), shape_(ListShape::kOther), element_(&element) {}
+
+void ManagedList::set(size_t index, const Value& value) {
+    store(index, value);
+    ++version_;
+}
+void ManagedList::insert(size_t index, const Value& value) {
+    store_new(index, value);
+    ++version_;
+}
+void ManagedList::erase(size_t first, size_t count) {
+    take_out(first, count);
+    ++version_;
+}
+bool ManagedList::remove(const Value& value) {
+    if (!take_out_equal(value)) return false;
+    ++version_;
+    return true;
+}
+void ManagedList::reverse() {
+    turn();
+    ++version_;
+}
+void ManagedList::sort(bool descending) {
+    order(descending);
+    ++version_;
+}
+
+bool ManagedList::take_out_equal(const Value& value) {
+    const int64_t index = find(value, 0, size());
+    if (index < 0) return false;
+    take_out(static_cast<size_t>(index), 1);
+    return true;
+}
+
+int64_t ManagedList::find(const Value& value, size_t first, size_t end) const {
+    for (size_t i = first; i < end; ++i) {
+        if (values_equal(get(i), value)) return static_cast<int64_t>(i);
+    }
+    return -1;
+}
+
+size_t ManagedList::count_of(const Value& value) {
+    size_t count = 0;
+    for (size_t i = 0; i < size(); ++i)
+        count += values_equal(get(i), value);
+    return count;
+}
+
+Ref<ManagedEnumerator> ManagedList::enumerator() {
+    return make_ref<ListEnumerator>(Ref<ManagedList>(this));
+}
+
+bool ManagedCollection::contains(const Value& value) {
+    const auto walk = enumerator();
+    for (Value each; walk->move_next(each);) {
+        if (values_equal(each, value)) return true;
+    }
+    return false;
+}
+
+size_t ManagedCollection::count_of(const Value& value) {
+    const auto walk = enumerator();
+    size_t count = 0;
+    for (Value each; walk->move_next(each);)
+        count += values_equal(each, value);
+    return count;
+}
 
 PyObject* ManagedList::write_wrapper() {
     const PyOlistCallbacks& lists = *tables().olist;
@@ -93,30 +197,38 @@ Value ScalarList<T>::get(size_t index) const {
     return value_from(items[index]);
 }
 template <class T>
-void ScalarList<T>::set(size_t index, const Value& value) {
+int64_t ScalarList<T>::find(const Value& value, size_t first, size_t end) const {
+    if constexpr (std::is_integral_v<T>) {
+        if (const auto* x = std::get_if<int64_t>(&value)) {
+            if (!std::in_range<T>(*x)) return -1;
+            const auto found = std::find(at(items, first), at(items, end), static_cast<T>(*x));
+            return found == at(items, end) ? -1 : found - items.begin();
+        }
+    }
+    return ManagedList::find(value, first, end);
+}
+template <class T>
+void ScalarList<T>::store(size_t index, const Value& value) {
     items[index] = scalar_from<T>(value, element());
 }
 template <class T>
-void ScalarList<T>::insert(size_t index, const Value& value) {
+void ScalarList<T>::store_new(size_t index, const Value& value) {
     items.insert(at(items, index), scalar_from<T>(value, element()));
 }
 template <class T>
-void ScalarList<T>::erase(size_t first, size_t count) {
+void ScalarList<T>::take_out(size_t first, size_t count) {
     items.erase(at(items, first), at(items, first + count));
 }
 template <class T>
-void ScalarList<T>::reverse() {
+void ScalarList<T>::turn() {
     std::reverse(items.begin(), items.end());
 }
 template <class T>
-void ScalarList<T>::sort(bool descending) {
+void ScalarList<T>::order(bool descending) {
     std::sort(items.begin(), items.end(), [descending](const T& a, const T& b) {
         const T& x = descending ? b : a;
         const T& y = descending ? a : b;
-        if constexpr (std::is_floating_point_v<T>) {
-            if (std::isnan(x) || std::isnan(y)) return std::isnan(x) && !std::isnan(y);  // NaN sorts first
-        }
-        return x < y;
+        return number_less(x, y);
     });
 }
 
@@ -166,38 +278,45 @@ const Value& ValueList::checked(const Value& value) const {
     return value;
 }
 
-void ValueList::set(size_t index, const Value& value) {
+void ValueList::store(size_t index, const Value& value) {
     items[index] = checked(value);
 }
-void ValueList::insert(size_t index, const Value& value) {
+void ValueList::store_new(size_t index, const Value& value) {
     items.insert(at(items, index), checked(value));
 }
-void ValueList::erase(size_t first, size_t count) {
+void ValueList::take_out(size_t first, size_t count) {
     items.erase(at(items, first), at(items, first + count));
 }
 void ValueList::resize(size_t count) {
-    items.resize(count, Ref<ManagedObject>());
+    while (items.size() > count)
+        items.pop_back();
+    items.reserve(count);
+    // Each value type has a box of its own.
+    while (items.size() < count)
+        items.push_back(zero_value(element().wire, element().type()));
 }
-void ValueList::reverse() {
+void ValueList::turn() {
     std::reverse(items.begin(), items.end());
 }
-void ValueList::sort(bool descending) {
-    std::stable_sort(items.begin(), items.end(),
+void ValueList::order(bool descending) {
+    // Sorted aside: a comparison that fails leaves everything where it was.
+    std::vector<Value> sorted = items;
+    std::stable_sort(sorted.begin(), sorted.end(),
                      [descending](const Value& a, const Value& b) { return descending ? less(b, a) : less(a, b); });
+    items.swap(sorted);
 }
 
 ListEnumerator::ListEnumerator(Ref<ManagedList> list)
-    : ManagedObject(intern_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]",
-                                TypeKind::kClass)),
+    : ManagedEnumerator(intern_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]")),
       list_(std::move(list)),
-      expected_size_(list_->size()) {}
+      expected_version_(list_->version()) {}
 
 bool ListEnumerator::move_next(Value& element) {
     require_live();
-    if (list_->size() != expected_size_) {
+    if (!list_->fixed_size() && list_->version() != expected_version_) {
         throw_invalid_operation("Collection was modified; enumeration operation may not execute.");
     }
-    if (next_ >= expected_size_) return false;
+    if (next_ >= list_->size()) return false;
     element = list_->get(next_++);
     return true;
 }

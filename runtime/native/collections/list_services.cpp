@@ -63,12 +63,9 @@ std::vector<Value> elements_of(const ManagedList& list) {
     return values;
 }
 
-void append(ManagedList& list, const Value& value) {
-    list.insert(list.size(), value);
-}
-
 void length(ServiceCall& call) {
-    call.frame.set_result(size_of(list_of(call)));
+    const size_t size = target<ManagedCollection>(call.frame.argument<Handle>(0)).size();
+    call.frame.set_result(static_cast<int32_t>(size));
 }
 
 void get_item(ServiceCall& call) {
@@ -109,7 +106,7 @@ void set_item_no_check(ServiceCall& call) {
 }
 
 void add(ServiceCall& call) {
-    append(growing_list_of(call), element_argument(call, 1));
+    growing_list_of(call).append(element_argument(call, 1));
 }
 
 void insert(ServiceCall& call) {
@@ -117,18 +114,9 @@ void insert(ServiceCall& call) {
     list.insert(position(clamped(call.frame.argument<int32_t>(1), size_of(list))), element_argument(call, 2));
 }
 
-int32_t find(const ManagedList& list, const Value& value, int32_t first, int32_t end) {
-    for (int32_t i = first; i < end; ++i) {
-        if (values_equal(list.get(position(i)), value)) return i;
-    }
-    return -1;
-}
-
 void remove(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
-    const int32_t index = find(list, element_argument(call, 1), 0, size_of(list));
-    if (index >= 0) list.erase(position(index), 1);
-    call.frame.set_result<int32_t>(index >= 0);
+    call.frame.set_result<int32_t>(list.remove(element_argument(call, 1)));
 }
 
 void remove_at(ServiceCall& call) {
@@ -163,7 +151,7 @@ void inplace_concat(ServiceCall& call) {
     const std::vector<Value> added = elements_of(*source);
     list.reserve(list.size() + added.size());
     for (const Value& value : added)
-        append(list, value);
+        list.append(value);
     call.frame.set_result<int32_t>(kDone);
 }
 
@@ -178,7 +166,7 @@ void inplace_repeat(ServiceCall& call) {
     list.reserve(once.size() * static_cast<size_t>(count));
     for (int32_t i = 1; i < count; ++i) {
         for (const Value& value : once)
-            append(list, value);
+            list.append(value);
     }
 }
 
@@ -239,21 +227,19 @@ void index_by(ServiceCall& call) {
     const int32_t size = size_of(list);
     const int32_t first = call.frame.argument<uint8_t>(1) ? clamped(call.frame.argument<int32_t>(2), size) : 0;
     const int32_t end = call.frame.argument<uint8_t>(3) ? clamped(call.frame.argument<int32_t>(4), size) : size;
-    call.frame.set_result(find(list, element_argument(call, 5), first, end));
+    const Value value = element_argument(call, 5);
+    const int64_t found = first < end ? list.find(value, position(first), position(end)) : -1;
+    call.frame.set_result(static_cast<int32_t>(found));
 }
 
 void contains(ServiceCall& call) {
-    const ManagedList& list = list_of(call);
-    call.frame.set_result<int32_t>(find(list, element_argument(call, 1), 0, size_of(list)) >= 0);
+    auto& collection = target<ManagedCollection>(call.frame.argument<Handle>(0));
+    call.frame.set_result<int32_t>(collection.contains(element_argument(call, 1)));
 }
 
 void count_of(ServiceCall& call) {
-    const ManagedList& list = list_of(call);
-    const Value value = element_argument(call, 1);
-    int32_t count = 0;
-    for (size_t i = 0; i < list.size(); ++i)
-        count += values_equal(list.get(i), value);
-    call.frame.set_result(count);
+    auto& collection = target<ManagedCollection>(call.frame.argument<Handle>(0));
+    call.frame.set_result(static_cast<int32_t>(collection.count_of(element_argument(call, 1))));
 }
 
 void ensure_capacity(ServiceCall& call) {
@@ -262,62 +248,55 @@ void ensure_capacity(ServiceCall& call) {
 }
 
 void get_enumerator(ServiceCall& call) {
-    Ref<ManagedList> list(&list_of(call));
-    write_interface(make_ref<ListEnumerator>(std::move(list)), call.frame.argument<PyObjectOutArg*>(1));
+    auto& enumerable = target<ManagedEnumerable>(call.frame.argument<Handle>(0));
+    write_interface(enumerable.enumerator(), call.frame.argument<PyObjectOutArg*>(1));
 }
 
 void move_next(ServiceCall& call) {
     Value element;
-    const bool moved = target<ListEnumerator>(call.frame.argument<Handle>(0)).move_next(element);
+    const bool moved = target<ManagedEnumerator>(call.frame.argument<Handle>(0)).move_next(element);
     if (moved) store_element(element, *call.service.element, call.frame.argument<void*>(1));
     call.frame.set_result<int32_t>(moved ? kDelivered : kEmpty);
 }
 
-// A managed collection with the elements of a Python one.
-Handle made_from(PyObject* object, HandleTag tag, ListShape shape) {
-    const VariantArg arg{tag, object};
-    const std::vector<Value> values = read_elements(&arg, variant_element(), "items");
-    auto list = make_list(shape, variant_element());
-    for (const Value& value : values)
-        append(*list, value);
-    return make_handle(std::move(list));
-}
-
-ListShape shape_of(ServiceKind kind) {
-    switch (kind) {
+// A managed collection for a Python one: a proxy for the interfaces, a copy for the classes.
+void create(ServiceCall& call, HandleTag tag) {
+    const VariantArg arg{tag, call.frame.argument<PyObject*>(0)};
+    const auto made = [&](CollectionShape shape) {
+        call.frame.set_result(make_handle(read_collection(&arg, shape, variant_element())));
+    };
+    const auto copied = [&](ListShape shape) {
+        const auto source = read_list(&arg, variant_element());
+        auto list = make_list(shape, variant_element());
+        list->reserve(source->size());
+        for (size_t i = 0; i < source->size(); ++i)
+            list->append(source->get(i));
+        call.frame.set_result(make_handle(std::move(list)));
+    };
+    switch (call.service.kind) {
         case ServiceKind::kArray:
-            return ListShape::kArray;
+            return made(CollectionShape::kSystemArray);
+        case ServiceKind::kArrayList:
+            return made(CollectionShape::kArrayList);
         case ServiceKind::kCollectionBase:
-            return ListShape::kCollectionBase;
+            return copied(ListShape::kCollectionBase);
         case ServiceKind::kReadOnlyCollectionBase:
-            return ListShape::kReadOnlyCollectionBase;
+            return copied(ListShape::kReadOnlyCollectionBase);
+        case ServiceKind::kList:
+            return made(CollectionShape::kIList);
+        case ServiceKind::kCollection:
+            return made(CollectionShape::kICollection);
         default:
-            return ListShape::kArrayList;
+            return made(CollectionShape::kIEnumerable);
     }
 }
 
 void create_from_list(ServiceCall& call) {
-    call.frame.set_result(made_from(call.frame.argument<PyObject*>(0), kHandlePyObject, shape_of(call.service.kind)));
+    create(call, kHandlePyObject);
 }
 
 void create_from_sequence(ServiceCall& call) {
-    call.frame.set_result(made_from(call.frame.argument<PyObject*>(0), kHandlePySequence, shape_of(call.service.kind)));
-}
-
-void create_from_iterable(ServiceCall& call) {
-    const PyHeld iterator = PyHeld::steal(tables().ucol->get_enumerator(call.frame.argument<PyObject*>(0)));
-    if (!iterator) throw_python_error("Iterating");
-    auto list = make_list(ListShape::kArrayList, variant_element());
-    for (;;) {
-        PyObject* owner = nullptr;
-        VariantArg element{};
-        const int status = tables().iter->next(iterator.get(), &owner, &element);
-        if (status == 1) break;
-        if (status != 0) throw_python_error("Reading the next element");
-        const PyHeld held = PyHeld::steal(owner);
-        append(*list, read_variant(&element));
-    }
-    call.frame.set_result(make_handle(std::move(list)));
+    create(call, kHandlePySequence);
 }
 
 // In the signatures, E stands for an element argument and N for a returned element.
@@ -348,7 +327,7 @@ constexpr ServiceOperation kOperations[] = {
     {"MoveNext", "ipr", move_next},
     {"CreateInstanceFromPyList", "pp", create_from_list},
     {"CreateInstanceFromPySequence", "pp", create_from_sequence},
-    {"CreateInstanceFromPyIterable", "pp", create_from_iterable},
+    {"CreateInstanceFromPyIterable", "pp", create_from_list},
 };
 
 }  // namespace

@@ -13,9 +13,11 @@ namespace zelmor::embed {
 
 namespace {
 
-// The slot of an element's table: lists in the first half of the generic callbacks, sequences in the second.
+// The slot of an element's table: lists in the first half of the generic callbacks, sequences in the second. Any value
+// of a list comes through the list's own callback; one of a sequence through the typed callback, which alone gives
+// the element's reference back in every case.
 void* typed_slot(const ElementType& element, bool is_list) {
-    if (!callbacks().generic || !*element.id) return nullptr;
+    if (!callbacks().generic || (is_list && element.wire == Wire::kObject)) return nullptr;
     for (size_t i = 0; i < kGenericElementCount; ++i) {
         if (std::strcmp(kGenericElements[i], element.id) != 0) continue;
         void** table = callbacks().generic[is_list ? i : i + kGenericElementCount];
@@ -24,18 +26,42 @@ void* typed_slot(const ElementType& element, bool is_list) {
     return nullptr;
 }
 
-Value object_value(void* handle) {
-    return Ref<ManagedObject>(object_of(handle));
+std::string reading(size_t index) {
+    return "Reading element " + std::to_string(index);
 }
+
+// The buffer view that a byte array element is shown through, in memory of this side.
+class BufferState {
+ public:
+    BufferState() : view_(tables().buffer->get_sizeof()) { tables().buffer->create(view_.data()); }
+    ~BufferState() {
+        if (info.acquired) tables().buffer->release(view_.data());
+    }
+    BufferState(const BufferState&) = delete;
+    BufferState& operator=(const BufferState&) = delete;
+    void* view() { return view_.data(); }
+    PyBytesArg info{0, -1, nullptr};
+
+ private:
+    std::vector<std::byte> view_;
+};
 
 }  // namespace
 
-PythonElements::PythonElements(const VariantArg& arg, const ElementType& element)
+void throw_failed_access(int status, const std::string& doing_what) {
+    throw_python_error(doing_what, status == -2 ? "ArgumentOutOfRangeException" : "PythonException");
+}
+
+PythonElements::PythonElements(const VariantArg& arg, const ElementType& element, Unmeasured)
     : object_(static_cast<PyObject*>(arg.value)), element_(&element), is_list_(arg.tag == kHandlePyObject) {
     if (arg.tag != kHandlePyObject && arg.tag != kHandlePySequence) {
         throw_argument("A collection argument has the unknown tag " + std::to_string(arg.tag) + ".");
     }
     typed_ = typed_slot(element, is_list_);
+}
+
+PythonElements::PythonElements(const VariantArg& arg, const ElementType& element)
+    : PythonElements(arg, element, Unmeasured()) {
     const PyUcolCallbacks& ucol = *tables().ucol;
     const int64_t size = is_list_ ? ucol.list_longlength(object_) : ucol.sequence_longlength(object_);
     if (size < 0) throw_python_error("Reading the length of the sequence");
@@ -43,34 +69,60 @@ PythonElements::PythonElements(const VariantArg& arg, const ElementType& element
     size_ = static_cast<size_t>(size);
 }
 
-// Calls the typed slot. The result is the reference that a sequence's element is kept by, null for a list's.
+Value PythonElements::read_one(const VariantArg& arg, const ElementType& element, size_t index) {
+    return PythonElements(arg, element, Unmeasured()).read(index);
+}
+
+// Calls the typed slot. The result is the reference that a sequence's element is kept by, none for a list's.
 template <class T>
-PyObject* PythonElements::fetch(size_t index, T* out) const {
+PyHeld PythonElements::fetch(size_t index, T* out) const {
     PyObject* owner = nullptr;
     const int at = static_cast<int>(index);
     const int status =
         is_list_ ? reinterpret_cast<int (*)(PyObject*, int, T*)>(typed_)(object_, at, out)
                  : reinterpret_cast<int (*)(PyObject*, int, PyObject**, T*)>(typed_)(object_, at, &owner, out);
-    if (status < 0) throw_python_error(("Reading element " + std::to_string(index)).c_str());
-    return owner;
+    if (status < 0) throw_failed_access(status, reading(index));
+    return PyHeld::steal(owner);
 }
 
 template <class T>
-T PythonElements::read_scalar(size_t index) const {
+T PythonElements::read_number(size_t index) const {
     T value{};
-    const PyHeld owner = PyHeld::steal(fetch(index, &value));
+    const PyHeld owner = fetch(index, &value);
     return value;
+}
+
+// A byte array has its buffer locked while it is copied.
+Value PythonElements::read_bytes_element(size_t index) const {
+    BufferState state;
+    PyObject* owner = nullptr;
+    const int at = static_cast<int>(index);
+    const int status = is_list_ ? reinterpret_cast<int (*)(PyObject*, int, PyBytesArg*, void*)>(typed_)(
+                                      object_, at, &state.info, state.view())
+                                : reinterpret_cast<int (*)(PyObject*, int, PyObject**, PyBytesArg*, void*)>(typed_)(
+                                      object_, at, &owner, &state.info, state.view());
+    if (status < 0) throw_failed_access(status, reading(index));
+    const PyHeld held = PyHeld::steal(owner);
+    if (state.info.length < 0) return Ref<ManagedObject>();
+    const auto* data = static_cast<const std::byte*>(state.info.data);
+    return Bytes(data, data + state.info.length);
 }
 
 Value PythonElements::read_variant_element(size_t index) const {
     VariantArg element{};
     const int at = static_cast<int>(index);
+    if (typed_) {
+        const PyHeld owner = fetch(index, &element);
+        return read_variant(&element);
+    }
     const int status =
         is_list_ ? tables().olist->get_item(object_, at, &element) : tables().oseq->get_item(object_, at, &element);
-    if (status < 0) throw_python_error(("Reading element " + std::to_string(index)).c_str());
-    // A sequence's element comes with a reference; behind a handle there is no Python object to give it back to.
-    const bool owned = !is_list_ && element.tag >= kVariantString;
-    const PyHeld owner = PyHeld::steal(owned ? static_cast<PyObject*>(element.value) : nullptr);
+    if (status < 0) throw_failed_access(status, reading(index));
+    const bool python = element.tag == kVariantNull || element.tag >= kVariantString;
+    auto* object = python ? static_cast<PyObject*>(element.value) : nullptr;
+    // A list lends its element, and reading it may run code that takes it out of the list. A sequence's element comes
+    // with a reference; behind a handle there is no Python object to give it back to.
+    const PyHeld owner = is_list_ && object ? PyHeld::borrow(object) : PyHeld::steal(object);
     return read_variant(&element);
 }
 
@@ -78,49 +130,51 @@ Value PythonElements::read(size_t index) const {
     if (!typed_) return read_variant_element(index);
     switch (element_->wire) {
         case Wire::kInt8:
-            return static_cast<int64_t>(read_scalar<int8_t>(index));
+            return static_cast<int64_t>(read_number<int8_t>(index));
         case Wire::kInt16:
-            return static_cast<int64_t>(read_scalar<int16_t>(index));
+            return static_cast<int64_t>(read_number<int16_t>(index));
         case Wire::kUInt16:
-            return static_cast<int64_t>(read_scalar<uint16_t>(index));
+            return static_cast<int64_t>(read_number<uint16_t>(index));
         case Wire::kInt32:
-            return static_cast<int64_t>(read_scalar<int32_t>(index));
+            return static_cast<int64_t>(read_number<int32_t>(index));
         case Wire::kUInt32:
-            return static_cast<int64_t>(read_scalar<uint32_t>(index));
+            return static_cast<int64_t>(read_number<uint32_t>(index));
         case Wire::kInt64:
-            return read_scalar<int64_t>(index);
+            return read_number<int64_t>(index);
         case Wire::kUInt64:
-            return read_scalar<uint64_t>(index);
+            return unsigned_value(read_number<uint64_t>(index));
         case Wire::kSingle:
-            return static_cast<double>(read_scalar<float>(index));
+            return static_cast<double>(read_number<float>(index));
         case Wire::kDouble:
-            return read_scalar<double>(index);
+            return read_number<double>(index);
         case Wire::kString: {
             PyStringArg text{-1, 0, nullptr};
-            const PyHeld owner = PyHeld::steal(fetch(index, &text));
+            const PyHeld owner = fetch(index, &text);
             auto read = read_string(text);
             if (!read) return Ref<ManagedObject>();
             return std::move(*read);
         }
+        case Wire::kBytes:
+            return read_bytes_element(index);
         case Wire::kClass: {
             void* handle = nullptr;
-            const PyHeld owner = PyHeld::steal(fetch(index, &handle));
-            return object_value(handle);
+            const PyHeld owner = fetch(index, &handle);
+            return Ref<ManagedObject>(object_of(handle));
         }
         case Wire::kStruct: {
             VariantArg arg{};
-            const PyHeld owner = PyHeld::steal(fetch(index, &arg));
+            const PyHeld owner = fetch(index, &arg);
             const auto object = read_object(&arg);
             return object ? object->copy() : object;
         }
         case Wire::kInterface: {
             VariantArg arg{};
-            const PyHeld owner = PyHeld::steal(fetch(index, &arg));
+            const PyHeld owner = fetch(index, &arg);
             return Value(read_object(&arg));
         }
         case Wire::kCollection: {
             VariantArg arg{};
-            const PyHeld owner = PyHeld::steal(fetch(index, &arg));
+            const PyHeld owner = fetch(index, &arg);
             return Value(Ref<ManagedObject>(read_list(&arg, *element_->inner())));
         }
         default:
@@ -128,13 +182,42 @@ Value PythonElements::read(size_t index) const {
     }
 }
 
-namespace {
-
 template <class T>
-std::vector<T> items_of(const ManagedList& list) {
-    if (const auto* same = dynamic_cast<const ScalarList<T>*>(&list)) return same->items;
-    throw_invalid_cast(list.type().full_name, "an array of numbers");
+bool PythonElements::fill(ManagedList& list) const {
+    auto* numbers = dynamic_cast<ScalarList<T>*>(&list);
+    if (!numbers) return false;
+    for (size_t i = 0; i < size_; ++i)
+        numbers->items[i] = read_number<T>(i);
+    return true;
 }
+
+bool PythonElements::read_into(ManagedList& list) const {
+    if (!typed_) return false;
+    switch (element_->wire) {
+        case Wire::kInt8:
+            return fill<int8_t>(list);
+        case Wire::kInt16:
+            return fill<int16_t>(list);
+        case Wire::kUInt16:
+            return fill<uint16_t>(list);
+        case Wire::kInt32:
+            return fill<int32_t>(list);
+        case Wire::kUInt32:
+            return fill<uint32_t>(list);
+        case Wire::kInt64:
+            return fill<int64_t>(list);
+        case Wire::kUInt64:
+            return fill<uint64_t>(list);
+        case Wire::kSingle:
+            return fill<float>(list);
+        case Wire::kDouble:
+            return fill<double>(list);
+        default:
+            return false;
+    }
+}
+
+namespace {
 
 template <class T>
 const ElementType& scalar_element() {
@@ -152,18 +235,13 @@ const ElementType& scalar_element() {
     }
 }
 
-}  // namespace
-
-Ref<ManagedList> read_list(const VariantArg* arg, const ElementType& element) {
-    if (arg->tag == kHandleObject || arg->tag == kHandleStruct) {
-        return Ref<ManagedList>(target_or_null<ManagedList>(arg->value));
-    }
-    const PythonElements elements(*arg, element);
-    auto list = make_list(ListShape::kArray, element, elements.size());
-    for (size_t i = 0; i < elements.size(); ++i)
-        list->set(i, elements.read(i));
-    return list;
+template <class T>
+std::vector<T> items_of(const ManagedList& list) {
+    if (const auto* same = dynamic_cast<const ScalarList<T>*>(&list)) return same->items;
+    throw_invalid_cast(list.type().full_name, std::string(scalar_element<T>().name) + "[]");
 }
+
+}  // namespace
 
 std::vector<Value> read_elements(const VariantArg* arg, const ElementType& element, const char* parameter) {
     const auto list = read_list(arg, element);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "exchange/wire/records.h"
+#include "runtime/native/core/callbacks.h"
 #include "runtime/native/core/collection.h"
 
 namespace zelmor::embed {
@@ -10,18 +11,26 @@ namespace zelmor::embed {
 // none. The Python object is borrowed for the reader's life.
 class PythonElements {
  public:
+    // One element, without a look at the length: the callback judges the index.
+    static Value read_one(const VariantArg& arg, const ElementType& element, size_t index);
     // `arg` has the tag of a Python list or of another sequence.
     PythonElements(const VariantArg& arg, const ElementType& element);
     size_t size() const { return size_; }
     // The element as a value. A failure in Python becomes a PythonException.
     Value read(size_t index) const;
-    // A number straight from the typed callback, where there is one for T's element.
-    template <class T>
-    T read_scalar(size_t index) const;
+    // The elements of a list of numbers straight from the typed callback. False where there is none for the element.
+    bool read_into(ManagedList& list) const;
 
  private:
+    struct Unmeasured {};
+    PythonElements(const VariantArg& arg, const ElementType& element, Unmeasured);
     template <class T>
-    PyObject* fetch(size_t index, T* out) const;
+    PyHeld fetch(size_t index, T* out) const;
+    template <class T>
+    T read_number(size_t index) const;
+    template <class T>
+    bool fill(ManagedList& list) const;
+    Value read_bytes_element(size_t index) const;
     Value read_variant_element(size_t index) const;
 
     PyObject* object_;
@@ -30,5 +39,8 @@ class PythonElements {
     void* typed_ = nullptr;  // the one slot of the element's table, or null
     size_t size_ = 0;
 };
+
+// The managed exception of a callback that answered -2 (an index failure) or -1 (any other).
+[[noreturn]] void throw_failed_access(int status, const std::string& doing_what);
 
 }  // namespace zelmor::embed

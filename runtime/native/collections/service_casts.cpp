@@ -1,5 +1,6 @@
 // The casts of the service classes, by what a kind accepts.
 #include "runtime/native/collections/list_services.h"
+#include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/stream.h"
@@ -65,29 +66,28 @@ std::span<const ServiceOperation> cast_operations() {
 }
 
 bool fits_service(const ServiceClass& service, const ManagedObject& object) {
+    const auto fits = [&](CollectionShape shape) { return fits_collection(shape, *service.element, object); };
     const auto* list = dynamic_cast<const ManagedList*>(&object);
-    const bool element_fits = list && (!service.typed || &list->element() == service.element);
     switch (service.kind) {
         case ServiceKind::kDisposable:
             return is_assignable(disposable_type(), object.type()) || dynamic_cast<const ManagedStream*>(&object) ||
-                   dynamic_cast<const ListEnumerator*>(&object);
-        case ServiceKind::kEnumerator: {
-            const auto* enumerator = dynamic_cast<const ListEnumerator*>(&object);
-            return enumerator && (!service.typed || &enumerator->list().element() == service.element);
-        }
+                   dynamic_cast<const ManagedEnumerator*>(&object);
+        case ServiceKind::kEnumerator:
+            return fits(CollectionShape::kIEnumerator);
         case ServiceKind::kEnumerable:
+            return fits(CollectionShape::kIEnumerable);
         case ServiceKind::kCollection:
-            return element_fits;
+            return fits(CollectionShape::kICollection);
         case ServiceKind::kList:
-            return element_fits && list->shape() != ListShape::kReadOnlyCollectionBase;
+            return fits(CollectionShape::kIList);
         case ServiceKind::kArray:
-            return element_fits && list->shape() == ListShape::kArray;
+            return fits(service.typed ? CollectionShape::kArray : CollectionShape::kSystemArray);
         case ServiceKind::kArrayList:
-            return element_fits && list->shape() == (service.typed ? ListShape::kList : ListShape::kArrayList);
+            return fits(service.typed ? CollectionShape::kList : CollectionShape::kArrayList);
         case ServiceKind::kCollectionBase:
-            return element_fits && list->shape() == ListShape::kCollectionBase;
+            return list && list->shape() == ListShape::kCollectionBase;
         case ServiceKind::kReadOnlyCollectionBase:
-            return element_fits && list->shape() == ListShape::kReadOnlyCollectionBase;
+            return list && list->shape() == ListShape::kReadOnlyCollectionBase;
         case ServiceKind::kStream:
             return dynamic_cast<const ManagedStream*>(&object) != nullptr;
     }

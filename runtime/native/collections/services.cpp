@@ -113,7 +113,7 @@ bool is_interface(const ServiceClass& service) {
 
 std::string signature_of(const ServiceOperation& operation, const ServiceClass& service) {
     std::string signature;
-    bool trails = false;
+    char trailing = '\0';
     for (const char* code = operation.signature; *code; ++code) {
         switch (*code) {
             case 'E':
@@ -121,7 +121,7 @@ std::string signature_of(const ServiceOperation& operation, const ServiceClass& 
                 break;
             case 'N':
                 signature += element_result_code(*service.element);
-                trails = element_result_trails(*service.element);
+                trailing = element_trailing_code(*service.element);
                 break;
             case 'A':  // assignability
                 signature += is_interface(service) ? 'V' : 'p';
@@ -133,7 +133,7 @@ std::string signature_of(const ServiceOperation& operation, const ServiceClass& 
                 signature += *code;
         }
     }
-    return trails ? signature + 'o' : signature;
+    return trailing ? signature + trailing : signature;
 }
 
 struct ServiceContext {

@@ -137,20 +137,27 @@ PyObject* py_float(double value) {
     return checked(tables().write->float64(value));
 }
 
-void throw_python_error(const char* doing_what) {
+std::optional<std::string> take_python_error() {
     void* owner = nullptr;
     PyStringArg text{-1, 0, nullptr};
     const auto collect = callbacks().catch_and_clear_error;
-    std::string detail = std::string(doing_what) + " failed in Python";
-    if (collect && collect(&owner, &text) == 0) {
-        const PyHeld held = PyHeld::steal(static_cast<PyObject*>(owner));
-        detail += ": " + read_string_utf8(text).value_or("");
-        while (!detail.empty() && detail.back() == '\n')
-            detail.pop_back();
-    } else {
-        detail += " without a message.";
+    if (!collect || collect(&owner, &text) != 0) return std::nullopt;
+    const PyHeld held = PyHeld::steal(static_cast<PyObject*>(owner));
+    std::string read = read_string_utf8(text).value_or("");
+    while (!read.empty() && read.back() == '\n')
+        read.pop_back();
+    return read;
+}
+
+void throw_python_error(const std::string& doing_what, const char* name) {
+    const auto text = take_python_error();
+    throw ManagedException(name, doing_what + " failed in Python" + (text ? ": " + *text : " without a message."));
+}
+
+void throw_if_python_failed(const std::string& doing_what) {
+    if (const auto text = take_python_error()) {
+        throw ManagedException("PythonException", doing_what + " failed in Python: " + *text);
     }
-    throw ManagedException("PythonException", detail);
 }
 
 }  // namespace zelmor::embed

@@ -87,7 +87,11 @@ PyObject* py_float(double value);
 // A wrapper of the run-time type around a new handle; None for null. Arrays and lists become collection wrappers.
 PyObject* py_object(Ref<ManagedObject> object);
 
-// A callback into Python failed: takes the pending error up as text and raises PythonException with it.
-[[noreturn]] void throw_python_error(const char* doing_what);
+// Takes the pending Python error up as text; nothing where none is pending, or where it has no text.
+std::optional<std::string> take_python_error();
+// A callback into Python failed: takes the pending error up and raises a managed exception with its text.
+[[noreturn]] void throw_python_error(const std::string& doing_what, const char* name = "PythonException");
+// After a callback whose result does not tell whether it failed: raises PythonException where an error is pending.
+void throw_if_python_failed(const std::string& doing_what);
 
 }  // namespace zelmor::embed

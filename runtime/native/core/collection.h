@@ -1,8 +1,9 @@
-// Managed arrays and lists, and how a collection argument becomes C++ values.
+// Managed collections of all kinds, and how a collection argument becomes one.
 //
 // Numbers are stored as they are, so that an array of pixels is one block of memory; everything else is stored as
-// values. A Python list or sequence that stands in for a managed collection is read once, element by element, through
-// the callbacks. The services that Python calls on a collection are in collections/.
+// values. A Python object that stands in for a collection is copied where the member names a class (T[], List<T>,
+// Array, ArrayList) and used in place, through a proxy, where it names an interface. The services that Python calls on
+// a collection are in collections/.
 #pragma once
 
 #include <cstdint>
@@ -14,50 +15,97 @@
 
 namespace zelmor::embed {
 
-// The element of a typed collection. Elements of the same identifier are of the same type.
-struct ElementType {
-    const char* id;    // eight hexadecimal digits; "" for the untyped collections, whose elements are any value
-    Wire wire;         // kObject for the untyped ones
-    const char* name;  // full managed name of a class, struct, interface or enumeration, of a number's .NET type, or
-                       // the identifier of the inner element for an array of arrays (wire kCollection)
-    const TypeInfo* type() const;      // null for numbers, text, bytes, arrays of arrays and variants
-    const ElementType* inner() const;  // of an array of arrays
-};
-
 const ElementType& variant_element();
 const ElementType* find_element(std::string_view id);
 // The element with this wire type and managed type name, for arrays that C++ code makes.
 const ElementType& element_of(Wire wire, std::string_view type_name = {});
+// The element of a member's collection type: the variant element where it names none.
+const ElementType& element_of(const CollectionInfo& collection);
 
-enum class ListShape : uint8_t { kArray, kArrayList, kList, kCollectionBase, kReadOnlyCollectionBase };
+enum class ListShape : uint8_t { kArray, kArrayList, kList, kCollectionBase, kReadOnlyCollectionBase, kOther };
 
-class ManagedList : public ManagedObject {
+// An IEnumerator.
+class ManagedEnumerator : public ManagedObject {
+ public:
+    static constexpr const char* kManagedName = "System.Collections.IEnumerator";
+    using ManagedObject::ManagedObject;
+    virtual const ElementType& element() const = 0;
+    // The next element, or false at the end.
+    virtual bool move_next(Value& element) = 0;
+    // The Python object that this one stands for, or null: a result shows that one.
+    virtual PyObject* python_object() const { return nullptr; }
+};
+
+// An IEnumerable.
+class ManagedEnumerable : public ManagedObject {
+ public:
+    static constexpr const char* kManagedName = "System.Collections.IEnumerable";
+    using ManagedObject::ManagedObject;
+    virtual const ElementType& element() const = 0;
+    virtual Ref<ManagedEnumerator> enumerator() = 0;
+    virtual PyObject* python_object() const { return nullptr; }
+};
+
+// An ICollection.
+class ManagedCollection : public ManagedEnumerable {
+ public:
+    static constexpr const char* kManagedName = "System.Collections.ICollection";
+    using ManagedEnumerable::ManagedEnumerable;
+    virtual size_t size() const = 0;
+    virtual bool contains(const Value& value);
+    virtual size_t count_of(const Value& value);
+};
+
+// An IList. Indices are the caller's to check.
+class ManagedList : public ManagedCollection {
  public:
     static constexpr const char* kManagedName = "System.Collections.IList";
     ManagedList(ListShape shape, const ElementType& element);
+    ManagedList(const TypeInfo& type, const ElementType& element);  // of shape kOther
 
     ListShape shape() const { return shape_; }
-    const ElementType& element() const { return *element_; }
-    bool fixed_size() const { return shape_ == ListShape::kArray; }
+    const ElementType& element() const override { return *element_; }
+    virtual bool fixed_size() const { return shape_ == ListShape::kArray; }
+    // Counts the changes that end an enumeration. An array's elements may change under its enumerators.
+    virtual uint32_t version() const { return version_; }
 
-    virtual size_t size() const = 0;
-    // Indices are the caller's to check; a value of the wrong kind raises InvalidCastException.
     virtual Value get(size_t index) const = 0;
-    virtual void set(size_t index, const Value& value) = 0;
-    virtual void insert(size_t index, const Value& value) = 0;
-    virtual void erase(size_t first, size_t count) = 0;
-    virtual void resize(size_t count) = 0;
-    virtual void reserve(size_t count) = 0;
-    virtual void reverse() = 0;
+    // A value of the wrong kind raises InvalidCastException, a number out of range OverflowException.
+    void set(size_t index, const Value& value);
+    void insert(size_t index, const Value& value);
+    void append(const Value& value) { insert(size(), value); }
+    void erase(size_t first, size_t count);
+    // The first equal element; false where there is none.
+    bool remove(const Value& value);
+    void reverse();
     // The elements' own order; InvalidOperationException where they have none.
-    virtual void sort(bool descending) = 0;
+    void sort(bool descending);
+    // The position of the first equal element from `first` on and before `end`, or -1.
+    virtual int64_t find(const Value& value, size_t first, size_t end) const;
+    bool contains(const Value& value) override { return find(value, 0, size()) >= 0; }
+    size_t count_of(const Value& value) override;
 
+    virtual void resize(size_t count) = 0;
+    virtual void reserve(size_t) {}
+    // The numbers in memory, `element_width` bytes each, or null where the elements are no plain numbers.
+    virtual void* numbers() { return nullptr; }
+
+    Ref<ManagedEnumerator> enumerator() override;
     // The wrapper of an untyped collection around this list, for results of managed type `object`.
     PyObject* write_wrapper();
+
+ protected:
+    virtual void store(size_t index, const Value& value) = 0;
+    virtual void store_new(size_t index, const Value& value) = 0;
+    virtual void take_out(size_t first, size_t count) = 0;
+    virtual bool take_out_equal(const Value& value);
+    virtual void turn() = 0;
+    virtual void order(bool descending) = 0;
 
  private:
     ListShape shape_;
     const ElementType* element_;
+    uint32_t version_ = 0;
 };
 
 // A list of numbers, whose storage C++ code may use directly.
@@ -70,14 +118,18 @@ class ScalarList final : public ManagedList {
 
     size_t size() const override { return items.size(); }
     Value get(size_t index) const override;
-    void set(size_t index, const Value& value) override;
-    void insert(size_t index, const Value& value) override;
-    void erase(size_t first, size_t count) override;
+    int64_t find(const Value& value, size_t first, size_t end) const override;
     void resize(size_t count) override { items.resize(count); }
     void reserve(size_t count) override { items.reserve(count); }
-    void reverse() override;
-    void sort(bool descending) override;
+    void* numbers() override { return items.data(); }
     Ref<ManagedObject> copy() const override { return make_ref<ScalarList>(shape(), element(), items); }
+
+ protected:
+    void store(size_t index, const Value& value) override;
+    void store_new(size_t index, const Value& value) override;
+    void take_out(size_t first, size_t count) override;
+    void turn() override;
+    void order(bool descending) override;
 };
 
 // A list of anything else.
@@ -89,31 +141,32 @@ class ValueList final : public ManagedList {
 
     size_t size() const override { return items.size(); }
     Value get(size_t index) const override { return items[index]; }
-    void set(size_t index, const Value& value) override;
-    void insert(size_t index, const Value& value) override;
-    void erase(size_t first, size_t count) override;
     void resize(size_t count) override;
     void reserve(size_t count) override { items.reserve(count); }
-    void reverse() override;
-    void sort(bool descending) override;
     Ref<ManagedObject> copy() const override { return make_ref<ValueList>(shape(), element(), items); }
+
+ protected:
+    void store(size_t index, const Value& value) override;
+    void store_new(size_t index, const Value& value) override;
+    void take_out(size_t first, size_t count) override;
+    void turn() override;
+    void order(bool descending) override;
 
  private:
     const Value& checked(const Value& value) const;
 };
 
-// An enumerator over a list; a list that changed its length under it raises InvalidOperationException.
-class ListEnumerator final : public ManagedObject {
+// An enumerator over a list; a list that changed under it raises InvalidOperationException.
+class ListEnumerator final : public ManagedEnumerator {
  public:
-    static constexpr const char* kManagedName = "System.Collections.IEnumerator";
     explicit ListEnumerator(Ref<ManagedList> list);
-    const ManagedList& list() const { return *list_; }
-    bool move_next(Value& element);
+    const ElementType& element() const override { return list_->element(); }
+    bool move_next(Value& element) override;
 
  private:
     Ref<ManagedList> list_;
     size_t next_ = 0;
-    size_t expected_size_;
+    uint32_t expected_version_;
 };
 
 // An empty list of the shape and element, with the storage that suits the element.
@@ -122,8 +175,15 @@ Ref<ManagedList> make_list(ListShape shape, const ElementType& element, size_t c
 template <class T>
 Ref<ManagedList> make_array(std::vector<T> items);
 
-// The collection argument as a list: the managed one itself, or a new one read from the Python list or sequence. Empty
-// for None.
+// Whether an object may stand for a collection of this shape and element.
+bool fits_collection(CollectionShape shape, const ElementType& element, const ManagedObject& object);
+// A collection argument: the managed one itself, a copy of the Python list or sequence, or a proxy of the Python
+// object. Empty for None.
+Ref<ManagedObject> read_collection(const VariantArg* arg, CollectionShape shape, const ElementType& element);
+// A Python list as an ArrayList and a tuple as an Object[], for a value of managed type `object` (tags of VariantTag).
+Ref<ManagedList> read_variant_list(const VariantArg* arg);
+
+// A typed array argument: the managed one itself, or a new one read from the Python list or sequence. Empty for None.
 Ref<ManagedList> read_list(const VariantArg* arg, const ElementType& element);
 // The elements of a collection argument; ArgumentNullException naming the parameter for None.
 std::vector<Value> read_elements(const VariantArg* arg, const ElementType& element, const char* parameter);

@@ -1,6 +1,8 @@
 // Reading tagged arguments and writing results.
 #include "runtime/native/core/marshal.h"
 
+#include <utility>
+
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -153,6 +155,9 @@ Value read_variant(const VariantArg* arg) {
             return read_python_timedelta(python);
         case kVariantUuid:
             return read_python_uuid(python);
+        case kVariantList:
+        case kVariantTuple:
+            return Ref<ManagedObject>(read_variant_list(arg));
         default:
             if (arg->tag < kVariantNull || arg->tag > kVariantTuple) {
                 throw_argument("The value has the unknown variant tag " + std::to_string(arg->tag) + ".");
@@ -161,8 +166,25 @@ Value read_variant(const VariantArg* arg) {
     }
 }
 
+Value unsigned_value(uint64_t number) {
+    if (std::in_range<int64_t>(number)) return static_cast<int64_t>(number);
+    return number;
+}
+
+namespace {
+
+// The Python object that a proxy stands for, or null.
+PyObject* python_object_of(const ManagedObject& object) {
+    if (const auto* enumerable = dynamic_cast<const ManagedEnumerable*>(&object)) return enumerable->python_object();
+    if (const auto* enumerator = dynamic_cast<const ManagedEnumerator*>(&object)) return enumerator->python_object();
+    return nullptr;
+}
+
+}  // namespace
+
 PyObject* py_object(Ref<ManagedObject> object) {
     if (!object) return py_none();
+    if (PyObject* python = python_object_of(*object)) return PyHeld::borrow(python).detach();
     if (object->type().kind == TypeKind::kStruct) object = object->copy();
     const int64_t id = type_id(object->type());
     PyObject* wrapper = nullptr;
@@ -217,6 +239,11 @@ void write_collection(const Value& value, PyCollectionArg* out) {
     if (is_null(value)) return;
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     if (!object) throw_invalid_cast(to_utf8(text_of_value(value)), "a managed collection");
+    if (PyObject* python = python_object_of(**object)) {
+        out->kind = kCollectionPyObject;
+        out->value = python;
+        return;
+    }
     const bool is_struct = (*object)->type().kind == TypeKind::kStruct;
     out->kind = is_struct ? kCollectionStruct : kCollectionObject;
     out->type_id = type_id((*object)->type());

@@ -20,11 +20,14 @@ Ref<ManagedObject> read_object(const VariantArg* arg, const TypeInfo& declared);
 // become managed values, structs are copied, objects shared; a list or tuple is held as it is.
 Value read_variant(const VariantArg* arg);
 
+// An unsigned number as a stored value: signed where it fits, so that equal numbers are equal values.
+Value unsigned_value(uint64_t number);
+
 // A result of managed type `object`, string or byte array: a new Python reference.
 PyObject* write_value(const Value& value);
 
 void write_interface(Ref<ManagedObject> object, PyObjectOutArg* out);
-// A managed object (kind 0), a struct (kind 1), or the Python object that a value holds (kind 2).
+// A managed object (kind 0), a struct (kind 1), or the Python object that a value or a proxy holds (kind 2).
 void write_collection(const Value& value, PyCollectionArg* out);
 
 }  // namespace zelmor::embed

@@ -201,6 +201,7 @@ Value zero_value(Wire wire, const TypeInfo* type) {
         case Wire::kInterface:
         case Wire::kStream:
         case Wire::kCollection:
+        case Wire::kRecord:
             return Ref<ManagedObject>();
         default:
             return int64_t{0};

@@ -66,7 +66,7 @@ const EntryInfo* constructor_like(const TypeInfo& type, const EntryInfo& info) {
         if (candidate.role != EntryRole::kCtor || candidate.params.size() != info.params.size()) continue;
         bool same = std::strcmp(candidate.signature, info.signature) == 0;
         for (size_t i = 0; same && i < info.params.size(); ++i) {
-            same = candidate.params[i].wire == info.params[i].wire && candidate.params[i].type == info.params[i].type &&
+            same = same_parameter(candidate.params[i], info.params[i]) &&
                    std::strcmp(candidate.params[i].name, info.params[i].name) == 0;
         }
         if (same) return &candidate;

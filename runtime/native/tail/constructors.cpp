@@ -12,8 +12,9 @@ namespace {
 // A number may fill a number of another width, text an `object`; otherwise the wires have to agree.
 bool may_fill(const ParamInfo& param, const PropertyInfo& property) {
     const auto number = [](Wire wire) { return wire >= Wire::kBool && wire <= Wire::kChar; };
-    if (param.by_ref || param.wire == Wire::kCollection) return false;
+    if (param.by_ref) return false;
     if (property.wire == Wire::kObject) return true;
+    if (param.wire == Wire::kCollection && !same_collection(param.collection, property.collection)) return false;
     if (number(param.wire) && number(property.wire)) return param.type == property.type || property.type == kNoType;
     return param.wire == property.wire;
 }
@@ -27,14 +28,14 @@ void run_fill(TailEntry& self, CallFrame& frame) {
     Record& record = cast_object<Record>(*object);
     for (size_t i = 0; i < self.filled.size(); ++i) {
         const ParamInfo& param = self.info->params[i];
-        record.set_slot(self.filled[i].slot, read_wire(frame, i, param.wire, type_at(param.type)));
+        record.set_slot(self.filled[i].slot, read_wire(frame, i, param.wire, type_at(param.type), param.collection));
     }
     frame.set_result(make_handle(std::move(object)));
 }
 
 void run_copy(TailEntry& self, CallFrame& frame) {
     const ParamInfo& param = self.info->params[0];
-    const Value source = read_wire(frame, 0, param.wire, type_at(param.type));
+    const Value source = read_wire(frame, 0, Wire::kClass, type_at(param.type));
     if (is_null(source)) throw_argument_null(param.name);
     Ref<ManagedObject> object = make_instance(*self.type);
     cast_object<Record>(*object).assign_from(cast_object<Record>(*std::get<Ref<ManagedObject>>(source)));

@@ -22,7 +22,7 @@ bool same_member(const EntryInfo& a, const EntryInfo& b) {
         return false;
     }
     for (size_t i = 0; i < a.params.size(); ++i) {
-        if (a.params[i].wire != b.params[i].wire || a.params[i].type != b.params[i].type) return false;
+        if (!same_parameter(a.params[i], b.params[i])) return false;
     }
     return true;
 }
@@ -33,6 +33,14 @@ void run(void* context, CallFrame& frame) {
 }
 
 }  // namespace
+
+bool same_collection(const CollectionInfo& a, const CollectionInfo& b) {
+    return a.shape == b.shape && std::strcmp(a.element, b.element) == 0;
+}
+
+bool same_parameter(const ParamInfo& a, const ParamInfo& b) {
+    return a.wire == b.wire && a.type == b.type && same_collection(a.collection, b.collection);
+}
 
 std::string TailEntry::member_name() const {
     std::string name = std::string(type->name) + "." + info->member;

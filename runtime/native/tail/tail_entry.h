@@ -24,6 +24,7 @@ struct TailEntry {
     TailFunction run = nullptr;
     int slot = -1;  // of a property, or -1
     const PropertyInfo* property = nullptr;
+    CollectionInfo taken = {};             // of a property of type `object`: what its constructors fill it with
     bool guards_disposal = false;          // a disposed instance is refused
     std::vector<PropertySlot> filled;      // by a constructor, one for each parameter
     const EntryInfo* forwarded = nullptr;  // a constructor that a factory method stands for
@@ -54,6 +55,10 @@ void* find_override(const TypeInfo& type, const TypeInfo& declaring, const Entry
 // The instance of an instance member: NullReferenceException naming the member for null, InvalidCastException for an
 // object of another type, ObjectDisposedException where the member minds.
 ManagedObject& instance_of(TailEntry& self, CallFrame& frame);
+
+// Whether two members name the same collection, and two parameters the same type.
+bool same_collection(const CollectionInfo& a, const CollectionInfo& b);
+bool same_parameter(const ParamInfo& a, const ParamInfo& b);
 
 // The delegate of an entry point on the tail.
 void* make_tail_delegate(const TypeInfo& type, const EntryInfo& info);

@@ -1,6 +1,7 @@
 // Wire types and stored values.
 #include "runtime/native/tail/wire_values.h"
 
+#include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/stream.h"
@@ -66,8 +67,9 @@ Value read_wire(CallFrame& frame, size_t index, Wire wire, const TypeInfo* type)
         case Wire::kUInt32:
             return int64_t{frame.argument<uint32_t>(index)};
         case Wire::kInt64:
-        case Wire::kUInt64:
             return frame.argument<int64_t>(index);
+        case Wire::kUInt64:
+            return unsigned_value(frame.argument<uint64_t>(index));
         case Wire::kSingle:
             return double{frame.argument<float>(index)};
         case Wire::kDouble:
@@ -99,9 +101,15 @@ Value read_wire(CallFrame& frame, size_t index, Wire wire, const TypeInfo* type)
         case Wire::kStream:
             return Ref<ManagedObject>(read_stream_or_null(variant()));
         case Wire::kCollection:
-            throw_not_supported("A collection argument of a member without behaviour");
+        case Wire::kRecord:
+            break;
     }
-    return {};
+    throw_not_supported("An argument of this kind of a member without behaviour");
+}
+
+Value read_wire(CallFrame& frame, size_t index, Wire wire, const TypeInfo* type, const CollectionInfo& collection) {
+    if (wire != Wire::kCollection) return read_wire(frame, index, wire, type);
+    return read_collection(frame.argument<const VariantArg*>(index), collection.shape, element_of(collection));
 }
 
 void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*) {
@@ -151,6 +159,8 @@ void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*
         }
         case Wire::kCollection:
             return write_collection(value, last(static_cast<PyCollectionArg*>(nullptr)));
+        case Wire::kRecord:
+            throw_not_supported("A result of this kind of a member without behaviour");
     }
 }
 

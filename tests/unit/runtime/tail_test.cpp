@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_python.h"
+#include "runtime/native/core/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
 
@@ -103,16 +104,16 @@ TEST_F(TailTest, WhatIsTypedObjectComesBackAsItWas) {
     test::release(text);
     EXPECT_EQ(test::text_of_object(get()), u"a \u20AC");
 
-    // Anything else is held, and given back as the very object.
-    PyObject* list = test::new_list({});
+    // A list is copied and comes back as a managed collection.
+    PyObject* list = test::new_list({test::new_int(5)});
     set({15, list});
-    EXPECT_EQ(list->count, 2);
-    seen = get();
-    EXPECT_EQ(seen, list);
-    test::release(seen);
-    set({0, nullptr});
     EXPECT_EQ(list->count, 1);
     test::release(list);
+    seen = get();
+    EXPECT_EQ(target<ManagedList>(seen->handle).shape(), ListShape::kArrayList);
+    EXPECT_EQ(std::get<int64_t>(target<ManagedList>(seen->handle).get(0)), 5);
+    test::release(seen);
+    set({0, nullptr});
 }
 
 TEST_F(TailTest, ASetterMayTakeTextForAnObject) {

@@ -2,12 +2,16 @@
 
 from __future__ import annotations
 
-from ..model import Model, Overload, Param, Property, Type
+from ..model import Collection, Model, Overload, Param, Property, Type
 from ..wires import VOID, Wire
 from .text import function, quoted, table
 
 _KINDS = {"class": "kClass", "static class": "kStaticClass", "interface": "kInterface", "struct": "kStruct",
           "enum": "kEnum"}
+# The .NET types of elements that have a name of their own on the wire.
+_NET_TYPES = {"bool": "Boolean", "int8": "SByte", "uint8": "Byte", "int16": "Int16", "uint16": "UInt16",
+              "int32": "Int32", "uint32": "UInt32", "int64": "Int64", "uint64": "UInt64", "float": "Single",
+              "double": "Double", "char": "Char", "string": "String", "bytes": "Byte[]", "object": "Object"}
 _SERVICE_ROLES = {"TypeOf": "kTypeOf", "CastTo": "kCastTo", "CastFrom": "kCastFrom",
                   "ReInterpretObj": "kReinterpretObj", "AsUniEnum": "kAsUniEnum", "CastAs": "kCastAs",
                   "IsAssignable": "kIsAssignable", "GetType": "kGetType"}
@@ -25,13 +29,21 @@ class Tables:
         return str(self._index[wire.type]) if wire.type is not None else "kNoType"
 
     @staticmethod
+    def _collection(wire: Wire) -> str:
+        if wire.shape is None:
+            return "{}"
+        element = wire.collection.identifier if wire.collection is not None else ""
+        return f"{{CollectionShape::{wire.shape.runtime}, {quoted(element)}}}"
+
+    @staticmethod
     def _known(wires: list[Wire]) -> bool:
         """Whether it is known how all of these cross."""
         return all(wire.runtime_wire for wire in wires)
 
     def _param(self, param: Param) -> str:
         by_ref = "true" if param.by_ref else "false"
-        return f"{{{quoted(param.name)}, Wire::{param.wire.runtime_wire}, {by_ref}, {self._type(param.wire)}}}"
+        return (f"{{{quoted(param.name)}, Wire::{param.wire.runtime_wire}, {by_ref}, {self._type(param.wire)}, "
+                f"{self._collection(param.wire)}}}")
 
     @staticmethod
     def _signature(params: list[Param], result: Wire, instance: bool) -> str:
@@ -41,7 +53,7 @@ class Tables:
     def _entry(self, name: str, member: str, role: str, result: Wire, signature: str, prop: int = -1,
                params: str = "{}") -> str:
         return (f"{{{quoted(name)}, {quoted(member)}, EntryRole::{role}, Wire::{result.runtime_wire}, "
-                f"{self._type(result)}, {prop}, {quoted(signature)}, {params}}}")
+                f"{self._type(result)}, {self._collection(result)}, {prop}, {quoted(signature)}, {params}}}")
 
     def _overload(self, overload: Overload, lines: list[str], number: int) -> str | None:
         wires = [param.wire for param in overload.params] + [overload.result]
@@ -89,7 +101,8 @@ class Tables:
         rows = []
         for number, prop in enumerate(properties):
             flags = f"{'true' if prop.static else 'false'}, {'true' if prop.writable else 'false'}"
-            rows.append(f"{{{quoted(prop.managed)}, Wire::{prop.wire.runtime_wire}, {flags}, {self._type(prop.wire)}}}")
+            rows.append(f"{{{quoted(prop.managed)}, Wire::{prop.wire.runtime_wire}, {flags}, {self._type(prop.wire)}, "
+                        f"{self._collection(prop.wire)}}}")
             entries += self._property_entries(prop, number)
         entries += [self._service(entry, service.removeprefix("btp_")) for service in entry.services]
         interfaces = [str(self._index[i]) for i in entry.interfaces if isinstance(i, Type)]
@@ -109,6 +122,30 @@ class Tables:
                          f"Wire::{width}", base, *spans])
         return lines, f"{{{row}}}"
 
+    def _element(self, row: Collection) -> str:
+        wire = row.element
+        name = f"System.{_NET_TYPES[wire.name]}" if wire.name in _NET_TYPES else wire.name
+        crossing = wire.runtime_wire
+        if wire.shape is not None or wire.name.startswith("array of "):
+            inner = wire.name.removeprefix("array of ")
+            name = next(other.identifier for model in self._models for other in model.collections
+                        if other.element.name == inner)
+            crossing = "kCollection"
+        elif wire.sibling is not None:
+            name = wire.sibling.full_name
+            crossing = "kRecord" if wire.sibling.kind == "record" else crossing
+        elif wire.scalar is not None and wire.type is not None:
+            crossing = "kInt32"
+        return f"{{{quoted(row.identifier)}, Wire::{crossing}, {quoted(name)}, {self._type(wire)}}}"
+
+    def _elements(self) -> list[str]:
+        """The elements of typed collections, in the order of their identifiers."""
+        rows = sorted((row for model in self._models for row in model.collections), key=lambda row: row.identifier)
+        if not rows:
+            return function("std::span<const ElementType> elements()", ["return {};"])
+        return [*table("constexpr ElementType kElements[]", [self._element(row) for row in rows]),
+                *function("std::span<const ElementType> elements()", ["return kElements;"])]
+
     def write(self) -> list[str]:
         """The source file of the tables."""
         lines = ["// The catalogue as the embedded runtime sees it: written by the generator.",
@@ -120,4 +157,4 @@ class Tables:
             rows.append(row)
         lines += table("constexpr TypeInfo kTypes[]", rows)
         return [*lines, "}  // namespace", "", *function("std::span<const TypeInfo> types()", ["return kTypes;"]),
-                "}  // namespace zelmor::embed"]
+                *self._elements(), "}  // namespace zelmor::embed"]

@@ -1,0 +1,79 @@
+// Managed collections that stand for Python objects: nothing is copied, each operation calls into Python.
+//
+// They are what a parameter of interface type (IList, ICollection, IEnumerable, IEnumerator) gets for a Python object.
+// A result of such a type shows the Python object itself again.
+#pragma once
+
+#include "runtime/native/core/callbacks.h"
+#include "runtime/native/core/collection.h"
+
+namespace zelmor::embed {
+
+// An iterator.
+class PythonEnumerator final : public ManagedEnumerator {
+ public:
+    explicit PythonEnumerator(PyHeld iterator);
+    const ElementType& element() const override { return variant_element(); }
+    bool move_next(Value& element) override;
+    PyObject* python_object() const override { return iterator_.get(); }
+
+ private:
+    PyHeld iterator_;
+    PyHeld current_;  // the element that was delivered last lives until the next
+};
+
+// An object with an iterator.
+class PythonEnumerable final : public ManagedEnumerable {
+ public:
+    explicit PythonEnumerable(PyHeld object);
+    const ElementType& element() const override { return variant_element(); }
+    Ref<ManagedEnumerator> enumerator() override;
+    PyObject* python_object() const override { return object_.get(); }
+
+ private:
+    PyHeld object_;
+};
+
+// An object with a length and an iterator.
+class PythonCollection final : public ManagedCollection {
+ public:
+    explicit PythonCollection(PyHeld object);
+    const ElementType& element() const override { return variant_element(); }
+    size_t size() const override;
+    Ref<ManagedEnumerator> enumerator() override;
+    PyObject* python_object() const override { return object_.get(); }
+
+ private:
+    PyHeld object_;
+};
+
+// A list, or another sequence, which cannot be changed from here.
+class PythonList final : public ManagedList {
+ public:
+    PythonList(PyHeld object, bool is_list);
+    size_t size() const override;
+    bool fixed_size() const override { return !is_list_; }
+    Value get(size_t index) const override;
+    int64_t find(const Value& value, size_t first, size_t end) const override;
+    bool contains(const Value& value) override;
+    void resize(size_t count) override;
+    Ref<ManagedEnumerator> enumerator() override;
+    PyObject* python_object() const override { return object_.get(); }
+
+ protected:
+    void store(size_t index, const Value& value) override;
+    void store_new(size_t index, const Value& value) override;
+    void take_out(size_t first, size_t count) override;
+    bool take_out_equal(const Value& value) override;
+    void turn() override;
+    void order(bool descending) override;
+
+ private:
+    void require_list() const;
+    VariantArg argument() const;
+
+    PyHeld object_;
+    bool is_list_;
+};
+
+}  // namespace zelmor::embed
