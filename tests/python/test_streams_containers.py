@@ -2,15 +2,18 @@
 
 from __future__ import annotations
 
+import array
 import io
 import os
 import stat
+import sys
 from pathlib import Path
 from typing import Any
 
 import pytest
-from hypothesis import given
+from hypothesis import given, settings
 from hypothesis import strategies as st
+from hypothesis.stateful import RuleBasedStateMachine, invariant, rule, run_state_machine_as_test
 
 from zelmor.imaging import FileStreamContainer, SeekOrigin, SplitStreamContainer, StreamContainer
 from zelmor.imaging.sources import FileCreateSource, FileOpenSource, StreamSource
@@ -135,11 +138,226 @@ def test_the_length_of_a_managed_stream_can_be_set() -> None:
         stream.length = -1
 
 
-def test_what_the_runtime_cannot_do_is_said_by_name() -> None:
-    with refused("NotSupportedException", r"SplitStreamContainer\.Insert"):
-        SplitStreamContainer(io.BytesIO()).insert(0, StreamContainer(io.BytesIO()), False)
-    with refused("NotSupportedException", r"StreamContainer\.Read\(buffer, offset, count\)"):
-        StreamContainer(io.BytesIO(DIGITS)).read(bytearray(3), 0, 3)
+class TestLengthOfAPythonFile:
+    def test_it_grows_by_zeros(self) -> None:
+        file = io.BytesIO(DIGITS)
+        stream = StreamContainer(file)
+        stream.position = 4
+        stream.length = 10
+        stream.length = 200_000
+        assert file.getvalue() == DIGITS + bytes(199_990)
+        assert stream.position == 4
+
+    def test_it_is_not_made_shorter(self) -> None:
+        file = io.BytesIO(DIGITS)
+        with refused("NotSupportedException", r"call its truncate\(\)"):
+            StreamContainer(file).length = 9
+        with refused("ArgumentOutOfRangeException", "negative"):
+            StreamContainer(file).length = -1
+        assert file.getvalue() == DIGITS
+
+    def test_one_that_cannot_seek_has_none_to_set(self) -> None:
+        reader, writer = os.pipe()
+        os.close(writer)
+        with open(reader, "rb", buffering=0) as file, refused("NotSupportedException", "seek"):
+            StreamContainer(file).length = 3
+
+
+@pytest.mark.parametrize("make", [io.BytesIO, memory])
+@pytest.mark.parametrize("container", [StreamContainer, SplitStreamContainer])
+class TestReadingIntoMemory:
+    def test_it_is_filled_as_far_as_the_stream_goes(self, container: type, make: Any) -> None:
+        stream, buffer = container(make(DIGITS)), bytearray(6)
+        assert stream.read(buffer) is None
+        assert buffer == b"012345"
+        stream.read(buffer)
+        assert buffer == b"678945"
+        numbers = array.array("H", [0, 0])
+        stream.position = 2
+        stream.read(numbers)
+        assert numbers.tobytes() == b"2345"
+        window = memoryview(buffer)[1:3]
+        stream.read(window)
+        assert buffer == b"667945"
+
+    def test_a_range_is_one_question(self, container: type, make: Any) -> None:
+        stream, buffer = container(make(DIGITS)), bytearray(12)
+        assert [stream.read(buffer, 2, 4), stream.read(buffer, 0, 0), stream.read(buffer, 12, 0)] == [4, 0, 0]
+        assert buffer == b"\0\x000123" + bytes(6)
+        assert stream.read(buffer, 0, 12) == 6
+        assert stream.read(buffer, 0, 12) == 0
+        assert buffer == b"456789" + bytes(6)
+
+    def test_ranges_outside(self, container: type, make: Any) -> None:
+        stream, buffer = container(make(DIGITS)), bytearray(4)
+        for offset, count in ((-1, 1), (0, -1), (0, 5), (4, 1), (2**31 - 1, 2**31 - 1)):
+            with refused("ArgumentOutOfRangeException"):
+                stream.read(buffer, offset, count)
+        assert (buffer, stream.position) == (bytes(4), 0)
+
+    @pytest.mark.parametrize("constant", [bytes(3), memoryview(bytearray(3)).toreadonly(), b""],
+                             ids=["bytes", "view", "empty"])
+    def test_what_may_not_be_changed_is_refused(self, container: type, make: Any, constant: object) -> None:
+        stream = container(make(DIGITS))
+        before = sys.getrefcount(constant)
+        for arguments in ((constant,), (constant, 0, 1)):
+            with pytest.raises(TypeError, match="buffer is read-only"):
+                stream.read(*arguments)
+        del arguments
+        assert sys.getrefcount(constant) == before
+        assert (bytes(constant), stream.position) in ((bytes(3), 0), (b"", 0))
+
+    def test_what_is_no_memory(self, container: type, make: Any) -> None:
+        stream = container(make(DIGITS))
+        with pytest.raises(TypeError, match=r"can't build byte\[\] from 'str'"):
+            stream.read("text")
+        with pytest.raises(TypeError, match="buffer is not contiguous"):
+            stream.read(memoryview(bytearray(9))[::2])
+        with refused("ArgumentNullException"):
+            stream.read(None)
+
+    def test_the_memory_is_let_go(self, container: type, make: Any) -> None:
+        stream, buffer = container(make(DIGITS)), bytearray(3)
+        stream.read(buffer)
+        with refused("ArgumentOutOfRangeException"):
+            stream.read(buffer, 5, 5)
+        buffer.extend(b"more")
+
+
+@pytest.mark.parametrize("make", [io.BytesIO, memory])
+class TestInsertion:
+    def test_the_content_comes_in_between(self, make: Any) -> None:
+        stream = SplitStreamContainer(make(DIGITS))
+        stream.position = 3
+        stream.insert(4, StreamContainer(make(b"abc")), False)
+        assert (stream.length, stream.position) == (13, 3)
+        assert stream.to_bytes() == b"0123abc456789"
+        assert stream.to_bytes(2, 7) == b"23abc45"
+        stream.insert(0, StreamContainer(make(b"<<")), False)
+        stream.insert(stream.length, StreamContainer(make(b">>")), False)
+        stream.insert(7, StreamContainer(make(b"")), False)
+        assert stream.to_bytes() == b"<<0123abc456789>>"
+        buffer = bytearray(20)
+        stream.seek_begin()
+        stream.read(buffer)
+        assert buffer == b"<<0123abc456789>>" + bytes(3)
+        assert stream.stream.readable() and stream.can_seek and stream.can_write
+
+    def test_changes_go_to_the_streams_behind(self, make: Any) -> None:
+        inner, outer = make(b"abc"), make(DIGITS)
+        stream = SplitStreamContainer(outer)
+        stream.insert(4, StreamContainer(inner), False)
+        stream.position = 3
+        stream.write(b"WXYZ4")
+        assert (StreamContainer(inner).to_bytes(), StreamContainer(outer).to_bytes()) == (b"XYZ", b"012W456789")
+        stream.position = stream.length
+        stream.write(b"!")
+        stream.position = stream.length + 2
+        stream.write_byte(63)
+        assert stream.to_bytes() == b"012WXYZ456789!\0\0?"
+        assert StreamContainer(outer).to_bytes() == b"012W456789!\0\0?"
+        stream.flush()
+
+    def test_its_length(self, make: Any) -> None:
+        inner, outer = make(b"abc"), make(DIGITS)
+        stream = SplitStreamContainer(outer)
+        stream.insert(4, StreamContainer(inner), False)
+        stream.position = 9
+        stream.length = 6
+        assert (stream.to_bytes(), stream.position) == (b"0123ab", 6)
+        assert (StreamContainer(inner).to_bytes(), StreamContainer(outer).to_bytes()) == (b"abc", DIGITS)
+        stream.length = 8
+        assert stream.to_bytes() == b"0123ab\0\0"
+        with refused("ArgumentOutOfRangeException"):
+            stream.length = -1
+
+    def test_what_is_refused(self, make: Any) -> None:
+        file = make(DIGITS)
+        stream = SplitStreamContainer(file)
+        for position in (-1, 11):
+            with refused("ArgumentOutOfRangeException", "'position'"):
+                stream.insert(position, StreamContainer(make(b"a")), False)
+        with refused("ArgumentNullException", "'stream'"):
+            stream.insert(0, None, False)
+        with refused("ArgumentException", "into itself"):
+            stream.insert(0, StreamContainer(file), False)
+        reader, writer = os.pipe()
+        os.close(writer)
+        with open(reader, "rb", buffering=0) as pipe, refused("NotSupportedException", "seek"):
+            stream.insert(0, StreamContainer(pipe), False)
+        assert stream.to_bytes() == DIGITS
+        with stream:
+            pass
+        with refused("ObjectDisposedException"):
+            stream.insert(0, StreamContainer(make(b"a")), False)
+
+    @pytest.mark.parametrize("dispose", [False, True])
+    def test_what_was_put_in_is_disposed_of_if_wanted(self, make: Any, dispose: bool) -> None:
+        inner, outer = make(b"abc"), make(DIGITS)
+        put_in = StreamContainer(inner)
+        with SplitStreamContainer(outer, not dispose) as stream:
+            stream.insert(4, put_in, dispose)
+        assert StreamContainer(inner).can_read is not dispose
+        assert StreamContainer(outer).can_read is dispose
+
+    def test_a_stream_that_has_become_shorter(self, make: Any) -> None:
+        inner = StreamSource().stream
+        inner.write(b"abc")
+        stream = SplitStreamContainer(make(DIGITS))
+        stream.insert(4, StreamContainer(inner), False)
+        inner.truncate(1)
+        with refused("EndOfStreamException", "shorter"):
+            stream.to_bytes()
+
+
+class BesideBytes(RuleBasedStateMachine):
+    """A split container, and the bytes that it should hold."""
+
+    def __init__(self) -> None:
+        super().__init__()
+        self.content, self.position = bytearray(DIGITS), 0
+        self.stream = SplitStreamContainer(memory(DIGITS))
+
+    @rule(at=st.integers(0, 40), content=st.binary(max_size=6), python=st.booleans())
+    def insert(self, at: int, content: bytes, python: bool) -> None:
+        at = min(at, len(self.content))
+        self.stream.insert(at, StreamContainer(io.BytesIO(content) if python else memory(content)), False)
+        self.content[at:at] = content
+
+    @rule(position=st.integers(0, 40))
+    def seek(self, position: int) -> None:
+        self.stream.position = self.position = position
+
+    @rule(data=st.binary(min_size=1, max_size=9))
+    def write(self, data: bytes) -> None:
+        self.stream.write(data)
+        self.content.extend(bytes(max(0, self.position - len(self.content))))
+        self.content[self.position:self.position + len(data)] = data
+        self.position += len(data)
+
+    @rule(size=st.integers(0, 12))
+    def read(self, size: int) -> None:
+        buffer = bytearray(size)
+        self.stream.read(buffer)
+        part = self.content[self.position:self.position + size]
+        assert buffer == part + bytes(size - len(part))
+        self.position += len(part)
+
+    @rule(length=st.integers(0, 40))
+    def set_length(self, length: int) -> None:
+        self.stream.length = length
+        del self.content[length:]
+        self.content.extend(bytes(length - len(self.content)))
+        self.position = min(self.position, length)
+
+    @invariant()
+    def same(self) -> None:
+        assert (self.stream.length, self.stream.position) == (len(self.content), self.position)
+        assert self.stream.to_bytes() == self.content
+
+
+def test_a_split_container_holds_what_was_put_in() -> None:
+    run_state_machine_as_test(BesideBytes, settings=settings(max_examples=40, stateful_step_count=20, deadline=None))
 
 
 class TestFiles:

@@ -47,8 +47,7 @@ class PyFileStream final : public ManagedStream {
                                    "Setting the length of a Python file to less than it has is not possible from here: "
                                    "call its truncate() instead.");
         }
-        if (missing == 0) return;
-        const int64_t kept = position();
+        const int64_t kept = std::min(position(), length);
         seek(0, SeekFrom::kEnd);
         const std::vector<std::byte> zeros(static_cast<size_t>(std::min<int64_t>(missing, kZeros)));
         for (; missing > 0; missing -= std::min<int64_t>(missing, kZeros)) {

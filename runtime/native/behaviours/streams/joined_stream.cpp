@@ -102,11 +102,14 @@ void JoinedStream::append_zeros(int64_t count) {
 void JoinedStream::set_length(int64_t length) {
     require_live();
     if (length < 0) throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
-    if (length >= total()) return append_zeros(length - total());
-    const Place place = find(length);
-    pieces_[place.index].length = place.offset;
-    for (size_t index = place.index + 1; index < pieces_.size(); ++index)
-        pieces_[index].length = 0;
+    if (length > total()) {
+        append_zeros(length - total());
+    } else {
+        const Place place = find(length);
+        pieces_[place.index].length = place.offset;
+        for (size_t index = place.index + 1; index < pieces_.size(); ++index)
+            pieces_[index].length = 0;
+    }
     position_ = std::min(position_, length);
 }
 
