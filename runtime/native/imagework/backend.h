@@ -9,7 +9,9 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
+#include "runtime/native/imagework/filters.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
 
@@ -56,12 +58,18 @@ class Picture {
     virtual void set_argb(int32_t x, int32_t y, Argb color) = 0;
     virtual void read_argb(const Rect& area, std::span<Argb> out) const = 0;
     virtual void write_argb(const Rect& area, std::span<const Argb> pixels) = 0;
+    // The same with 16 bits per channel, as 0xAAAARRRRGGGGBBBB. A picture of 8 bits repeats them.
+    virtual void read_argb64(const Rect& area, std::span<uint64_t> out) const = 0;
 
     virtual void crop(const Rect& area) = 0;
     // Resamples to the size given.
     virtual void resize(int32_t width, int32_t height, Resampling resampling) = 0;
     // Puts the picture unscaled on a canvas of the size given, its corner at (x, y), and cuts what lies outside.
     virtual void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) = 0;
+    // Gives all pixels of the area one colour.
+    virtual void replace_area(const Rect& area, Argb color) = 0;
+    // Lays another picture over this one, its corner at (x, y); what lies outside is cut.
+    virtual void draw(const Picture& other, int32_t x, int32_t y) = 0;
     // Turns clockwise by quarters, then mirrors.
     virtual void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) = 0;
     // Turns clockwise around the centre; `grow` enlarges the canvas to what the turned picture needs.
@@ -79,9 +87,34 @@ class Picture {
     virtual void replace_color(Argb old_color, uint8_t tolerance, Argb new_color) = 0;
     virtual void replace_rgb(Argb new_color) = 0;  // of every pixel; alpha stays
 
+    // Works on the pixels of the area by those around them.
+    virtual void filter(const Rect& area, const Filter& filter) = 0;
+    // How far the lines of a text are turned clockwise, in degrees; 0 where there are none.
+    virtual double skew_angle() const = 0;
+
+    // The colours that stand best for all of the picture's, at most so many; those of a picture that has no more.
+    virtual std::vector<Argb> close_palette(int most, bool keep_alpha) const = 0;
+    // The index of the palette's entry that is nearest to each pixel, row by row. `diffuse` spreads the difference over
+    // the neighbours, so that areas keep their mean.
+    virtual std::vector<uint8_t> indices(std::span<const Argb> palette, bool diffuse) const = 0;
+    // Gives each pixel its nearest colour of the palette.
+    virtual void reduce(std::span<const Argb> palette, bool diffuse) = 0;
+
     virtual double opacity() const = 0;  // mean alpha, 0 to 1
 
     virtual EncodedBytes encode(const Encoding& encoding) const = 0;
+};
+
+// One picture of a file of several.
+struct Frame {
+    std::unique_ptr<Picture> picture;
+    int duration = 0;  // milliseconds that an animation shows it
+};
+
+struct FrameToWrite {
+    const Picture* picture;
+    int duration;
+    const Encoding* encoding;  // of a TIFF page its own; elsewhere the first frame's counts for all
 };
 
 class Backend {
@@ -90,6 +123,12 @@ class Backend {
 
     // Decodes the whole picture; the bytes are not needed afterwards.
     virtual std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
+
+    // All pictures of the file. Those of an animation are as large as its canvas, with what shines through from the
+    // frames before.
+    virtual std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
+    // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP, whose frames have to be of one size.
+    virtual EncodedBytes encode_frames(std::span<const FrameToWrite> frames) = 0;
 
     // A canvas of one colour; gray only where that colour is.
     virtual std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) = 0;

@@ -27,8 +27,9 @@ Raster decode_bmp(std::span<const uint8_t> data, const DecodeOptions& options);
 // Refuses bits and compressions that BMP does not have together; throws PictureError(kEncoding).
 void check_bmp_encoding(const BmpEncoding& encoding);
 
-// The raster must fit the encoding: at most 2^bits colours for 1, 4 and 8 bits per pixel, bands 3 or 4.
+// The raster must fit the encoding: at most 2^bits colours for 1, 4 and 8 bits per pixel, bands 3 or 4. A palette that
+// is given has to have all the colours, and is written as it is.
 std::vector<uint8_t> encode_bmp(std::span<const uint8_t> pixels, int32_t width, int32_t height, int bands,
-                                const BmpEncoding& encoding, Resolution resolution);
+                                const BmpEncoding& encoding, Resolution resolution, std::span<const Argb> palette = {});
 
 }  // namespace zelmor::imagework

@@ -52,10 +52,14 @@ struct Pixels {
     }
 };
 
-// The colours of a picture in order of their first appearance, and the index of each.
+// The colours given, then those of a picture in order of their first appearance, and the index of each.
 class Palette {
  public:
-    Palette(const Pixels& pixels, size_t most) {
+    Palette(const Pixels& pixels, size_t most, std::span<const Argb> given) {
+        for (const Argb color : given) {
+            index_.try_emplace(color & 0xFFFFFF, colors_.size());
+            colors_.push_back(color & 0xFFFFFF);
+        }
         for (int32_t y = 0; y < pixels.height; y++) {
             for (int32_t x = 0; x < pixels.width; x++) {
                 auto [where, added] = index_.try_emplace(pixels.rgb(x, y), colors_.size());
@@ -187,7 +191,7 @@ void check_bmp_encoding(const BmpEncoding& encoding) {
 }
 
 std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, int32_t height, int bands,
-                                const BmpEncoding& encoding, Resolution resolution) {
+                                const BmpEncoding& encoding, Resolution resolution, std::span<const Argb> given) {
     check_bmp_encoding(encoding);
     Pixels pixels{bytes, width, height, bands};
     int bits = encoding.bits_per_pixel;
@@ -198,7 +202,7 @@ std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, i
                 2048);
     size_t data_at = 0;
     if (bits <= 8) {
-        Palette palette(pixels, size_t{1} << bits);
+        Palette palette(pixels, size_t{1} << bits, given);
         write_headers(out, pixels, encoding, runs ? (bits == 8 ? 1 : 2) : 0, nullptr, palette.colors().size(),
                       resolution);
         for (uint32_t color : palette.colors())

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/native/imagework/apng.h"
 #include "runtime/native/imagework/bmp_codec.h"
 #include "runtime/native/imagework/png_repair.h"
 #include "runtime/native/imagework/probe.h"
@@ -38,15 +39,18 @@ std::string label(Format format, const char* what) {
 }
 
 // Opens the data; pixels are decoded from top to bottom when they are asked for.
-VImage opened(std::span<const uint8_t> data, Format format, VipsFailOn fail_on) {
+VImage opened(std::span<const uint8_t> data, Format format, VipsFailOn fail_on, int page = 0, int pages = 1) {
     VipsBlob* blob = vips_blob_new(nullptr, data.data(), data.size());
     VImage image;
     try {
-        VImage::call(loader_of(format), VImage::option()
-                                            ->set("buffer", blob)
-                                            ->set("out", &image)
-                                            ->set("access", VIPS_ACCESS_SEQUENTIAL)
-                                            ->set("fail_on", fail_on));
+        vips::VOption* options = VImage::option()
+                                     ->set("buffer", blob)
+                                     ->set("out", &image)
+                                     ->set("access", VIPS_ACCESS_SEQUENTIAL)
+                                     ->set("fail_on", fail_on);
+        if (page != 0) options->set("page", page);
+        if (pages != 1) options->set("n", pages);
+        VImage::call(loader_of(format), options);
     } catch (...) {
         vips_area_unref(VIPS_AREA(blob));
         throw;
@@ -178,7 +182,78 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const Deco
     });
 }
 
+// Pages of their own size each.
+std::vector<Frame> tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options, VipsFailOn fail_on) {
+    const std::vector<FileFacts> facts = probe_pages(data);
+    std::vector<Frame> frames;
+    for (size_t page = 0; page < facts.size(); page++) {
+        const VImage image = opened(data, Format::kTiff, fail_on, static_cast<int>(page));
+        frames.push_back({picture_of(image, facts[page], options), 0});
+    }
+    return frames;
+}
+
+// The frames of an animation come below each other, each as large as the canvas, and are cut apart in that order.
+std::vector<Frame> animation_frames(std::span<const uint8_t> data, const FileFacts& facts, const DecodeOptions& options,
+                                    VipsFailOn fail_on) {
+    const VImage strip = opened(data, facts.format, fail_on, 0, -1);
+    const int height = strip.get_typeof("page-height") != 0 ? strip.get_int("page-height") : strip.height();
+    const std::vector<int> delays = strip.get_typeof("delay") != 0 ? strip.get_array_int("delay") : std::vector<int>();
+    std::vector<Frame> frames;
+    for (int top = 0; top + height <= strip.height(); top += height) {
+        VImage frame = strip.extract_area(0, top, strip.width(), height).copy();
+        frame.set("page-height", height);
+        const size_t i = frames.size();
+        frames.push_back({picture_of(frame, facts, options), i < delays.size() ? delays[i] : 0});
+    }
+    return frames;
+}
+
+// Each frame is laid over the canvas as the file says, and the canvas with it is the frame that is seen.
+std::vector<Frame> apng_frames(std::span<const uint8_t> data, const FileFacts& facts, const DecodeOptions& options,
+                               VipsFailOn fail_on) {
+    const ApngParts parts = apng_parts(data);
+    check_picture_size(parts.width, parts.height, 4);
+    std::unique_ptr<Picture> canvas;
+    std::vector<Frame> frames;
+    for (const ApngPart& part : parts.parts) {
+        auto picture = picture_of(with_alpha(as_rgb(opened(part.png, Format::kPng, fail_on))), facts, options);
+        if (picture->width() != part.area.width || picture->height() != part.area.height) {
+            throw PictureError(Failure::kDamaged, "a frame of the PNG animation is not as large as it says");
+        }
+        if (!canvas) {
+            canvas = picture->copy();
+            canvas->place(parts.width, parts.height, part.area.x, part.area.y, 0);
+            canvas->replace_area({0, 0, parts.width, parts.height}, 0);
+        }
+        const auto before = canvas->copy();
+        if (!part.over) canvas->replace_area(part.area, 0);
+        canvas->draw(*picture, part.area.x, part.area.y);
+        frames.push_back({canvas->copy(), part.duration});
+        if (part.disposal == 1) canvas->replace_area(part.area, 0);
+        if (part.disposal == 2) canvas = before->copy();
+    }
+    return frames;
+}
+
 }  // namespace
+
+std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) {
+    settle_after_fork();
+    const FileFacts facts = probe(data);
+    const VipsFailOn fail_on = options.recovery == Recovery::kNone ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE;
+    const std::string what = label(facts.format, "is damaged or incomplete");
+    return guarded(Failure::kDamaged, what.c_str(), [&] {
+        if (facts.format == Format::kTiff) return tiff_pages(data, options, fail_on);
+        if (facts.format == Format::kPng && facts.is_apng) return apng_frames(data, facts, options, fail_on);
+        if (facts.format == Format::kGif || facts.format == Format::kWebp) {
+            return animation_frames(data, facts, options, fail_on);
+        }
+        std::vector<Frame> frames;
+        frames.push_back({decode(data, options), 0});
+        return frames;
+    });
+}
 
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();

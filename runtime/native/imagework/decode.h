@@ -3,11 +3,15 @@
 
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "runtime/native/imagework/backend.h"
 
 namespace zelmor::imagework {
 
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options);
+
+// All pictures of a file; one for a format that has no more.
+std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options);
 
 }  // namespace zelmor::imagework

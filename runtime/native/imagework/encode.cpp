@@ -4,7 +4,10 @@
 #include <vector>
 
 #include "runtime/native/imagework/bmp_codec.h"
+#include "runtime/native/imagework/encode_support.h"
+#include "runtime/native/imagework/frames.h"
 #include "runtime/native/imagework/jpeg_segments.h"
+#include "runtime/native/imagework/png_filter.h"
 #include "runtime/native/imagework/quantizer_threads.h"
 #include "runtime/native/imagework/tiff_byte_order.h"
 #include "runtime/native/imagework/vips_picture.h"
@@ -13,21 +16,8 @@ using vips::VImage;
 using vips::VOption;
 
 namespace zelmor::imagework {
-namespace {
 
-[[noreturn]] void unfit(const std::string& text) {
-    throw PictureError(Failure::kEncoding, text);
-}
-
-void check_sides(const VImage& image, Format format, int most) {
-    if (image.width() > most || image.height() > most) {
-        unfit(std::string(format_name(format)) + " holds at most " + std::to_string(most) +
-              " pixels to a side; the image is " + std::to_string(image.width()) + " by " +
-              std::to_string(image.height()));
-    }
-}
-
-EncodedBytes save(const VImage& image, const char* saver, VOption* options) {
+EncodedBytes save_with_library(const VImage& image, const char* saver, VOption* options) {
     OneQuantizerThread one_thread;
     VipsBlob* blob = nullptr;
     image.call(saver, options->set("in", image)->set("buffer", &blob));
@@ -36,6 +26,17 @@ EncodedBytes save(const VImage& image, const char* saver, VOption* options) {
     std::shared_ptr<const uint8_t> owner(static_cast<const uint8_t*>(data),
                                          [blob](const uint8_t*) { vips_area_unref(VIPS_AREA(blob)); });
     return {std::move(owner), size};
+}
+
+EncodedBytes to_encoded(std::vector<uint8_t> bytes) {
+    auto owner = std::make_shared<std::vector<uint8_t>>(std::move(bytes));
+    return {std::shared_ptr<const uint8_t>(owner, owner->data()), owner->size()};
+}
+
+namespace {
+
+[[noreturn]] void unfit(const std::string& text) {
+    throw PictureError(Failure::kEncoding, text);
 }
 
 // Without alpha, over the background or as it is.
@@ -68,13 +69,13 @@ VImage as_cmyk(const VImage& image) {
 
 // At most 2^bits colours, as the library's quantizer picks them; no dithering, so that fewer colours stay as they are.
 VImage quantized(const VImage& image, int bits) {
-    EncodedBytes png = save(image, "pngsave_buffer",
-                            VImage::option()
-                                ->set("palette", true)
-                                ->set("bitdepth", bits)
-                                ->set("dither", 0.0)
-                                ->set("Q", 100)
-                                ->set("compression", 1));
+    EncodedBytes png = save_with_library(image, "pngsave_buffer",
+                                         VImage::option()
+                                             ->set("palette", true)
+                                             ->set("bitdepth", bits)
+                                             ->set("dither", 0.0)
+                                             ->set("Q", 100)
+                                             ->set("compression", 1));
     VipsBlob* blob = vips_blob_new(nullptr, png.data.get(), png.size);
     VImage result = VImage::pngload_buffer(blob).copy_memory();
     vips_area_unref(VIPS_AREA(blob));
@@ -90,30 +91,34 @@ EncodedBytes encode_as(const BmpEncoding& wanted, const VImage& picture, const E
     }
     VImage image = as_rgb(as_8_bit(bmp.bits_per_pixel == 32 ? picture : opaque(picture, encoding)));
     if (bmp.bits_per_pixel <= 8) {
-        image = color_bands(as_rgb(as_8_bit(quantized(image, bmp.bits_per_pixel))));
+        if (encoding.palette.empty()) {
+            image = color_bands(as_rgb(as_8_bit(quantized(image, bmp.bits_per_pixel))));
+        } else {
+            VipsPicture reduced(image);
+            reduced.reduce(encoding.palette, encoding.diffuse);
+            image = color_bands(as_rgb(reduced.image()));
+        }
     }
     image = image.copy_memory();
     Resolution resolution{picture.xres() * 25.4, picture.yres() * 25.4};
     std::span<const uint8_t> pixels(static_cast<const uint8_t*>(image.data()),
                                     VIPS_IMAGE_SIZEOF_IMAGE(image.get_image()));
-    auto bytes = std::make_shared<std::vector<uint8_t>>(
-        encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, resolution));
-    return {std::shared_ptr<const uint8_t>(bytes, bytes->data()), bytes->size()};
+    return to_encoded(
+        encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, resolution, encoding.palette));
 }
 
 EncodedBytes encode_as(const GifEncoding& gif, const VImage& picture, const Encoding& encoding) {
-    check_sides(picture, Format::kGif, 65535);
     VImage image = as_rgb(as_8_bit(picture)).copy();
     // Settings of the source that the library would otherwise carry over.
     for (const char* name : {"gif-palette", "n-pages", "page-height", "delay", "loop"}) {
         if (image.get_typeof(name) != 0 && !(std::string(name) == "loop" && !gif.loops)) image.remove(name);
     }
     if (gif.loops) image.set("loop", *gif.loops);
-    return save(image, "gifsave_buffer",
-                VImage::option()
-                    ->set("bitdepth", encoding.may_widen ? 8 : gif.palette_bits)
-                    ->set("dither", 0.0)
-                    ->set("interlace", gif.interlaced));
+    return save_with_library(image, "gifsave_buffer",
+                             VImage::option()
+                                 ->set("bitdepth", encoding.may_widen ? 8 : gif.palette_bits)
+                                 ->set("dither", encoding.diffuse ? 1.0 : 0.0)
+                                 ->set("interlace", gif.interlaced));
 }
 
 // Whether the picture carries descriptions of its own. Without any, the library would make up some for its resolution,
@@ -126,7 +131,6 @@ bool has_metadata(const VImage& image) {
 }
 
 EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const Encoding& encoding) {
-    check_sides(picture, Format::kJpeg, 65535);
     VImage image = as_8_bit(opaque(picture, encoding));
     switch (jpeg.color) {
         case JpegColor::kAuto:
@@ -141,37 +145,24 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const En
             image = as_cmyk(image);
             break;
     }
-    EncodedBytes bytes = save(image, "jpegsave_buffer",
-                              VImage::option()
-                                  ->set("Q", jpeg.quality)
-                                  ->set("interlace", jpeg.progressive)
-                                  ->set("strip", !has_metadata(image))
-                                  ->set("optimize_coding", true));
+    EncodedBytes bytes = save_with_library(image, "jpegsave_buffer",
+                                           VImage::option()
+                                               ->set("Q", jpeg.quality)
+                                               ->set("interlace", jpeg.progressive)
+                                               ->set("strip", !has_metadata(image))
+                                               ->set("optimize_coding", true));
     // JFIF is for gray and YCbCr; what has four channels is marked in a way of its own.
     std::optional<Resolution> jfif;
     if (image.bands() < 4) jfif = Resolution{image.xres() * 25.4, image.yres() * 25.4};
     return with_jpeg_segments(bytes, jfif, jpeg.comment);
 }
 
-VipsForeignPngFilter png_filter(PngFilter filter) {
-    switch (filter) {
-        case PngFilter::kNone:
-            return VIPS_FOREIGN_PNG_FILTER_NONE;
-        case PngFilter::kSub:
-            return VIPS_FOREIGN_PNG_FILTER_SUB;
-        case PngFilter::kUp:
-            return VIPS_FOREIGN_PNG_FILTER_UP;
-        case PngFilter::kAverage:
-            return VIPS_FOREIGN_PNG_FILTER_AVG;
-        case PngFilter::kPaeth:
-            return VIPS_FOREIGN_PNG_FILTER_PAETH;
-        case PngFilter::kAdaptive:
-            break;
-    }
-    return VIPS_FOREIGN_PNG_FILTER_ALL;
-}
-
 EncodedBytes encode_as(const PngEncoding& png, const VImage& picture, const Encoding& encoding) {
+    if (png.color == PngColor::kIndexed && !encoding.palette.empty()) {
+        const VipsPicture source(picture);
+        return encode_indexed_png(source.indices(encoding.palette, encoding.diffuse), source.width(), source.height(),
+                                  encoding.palette, png, source.resolution());
+    }
     VImage image = picture;
     int depth = png.bit_depth == 0 ? (picture.format() == VIPS_FORMAT_USHORT ? 16 : 8) : png.bit_depth;
     switch (png.color) {
@@ -210,8 +201,8 @@ EncodedBytes encode_as(const PngEncoding& png, const VImage& picture, const Enco
                            ->set("interlace", png.interlaced)
                            ->set("filter", png_filter(png.filter))
                            ->set("bitdepth", depth);
-    if (indexed) options->set("palette", true)->set("dither", 0.0)->set("Q", 100);
-    return save(image, "pngsave_buffer", options);
+    if (indexed) options->set("palette", true)->set("dither", encoding.diffuse ? 1.0 : 0.0)->set("Q", 100);
+    return save_with_library(image, "pngsave_buffer", options);
 }
 
 VipsForeignTiffCompression tiff_compression(TiffCompression compression) {
@@ -230,6 +221,13 @@ VipsForeignTiffCompression tiff_compression(TiffCompression compression) {
             return VIPS_FOREIGN_TIFF_COMPRESSION_CCITTFAX4;
     }
     return VIPS_FOREIGN_TIFF_COMPRESSION_NONE;
+}
+
+// The numbers of compressed pixels cannot be turned around in the file.
+void require_turnable(const TiffEncoding& tiff, bool wide) {
+    if (tiff.big_endian && wide && tiff.compression != TiffCompression::kNone) {
+        unfit("a big-endian TIFF of 16 bits per sample is written without compression only");
+    }
 }
 
 VImage black_and_white(const VImage& image) {
@@ -267,9 +265,7 @@ EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const En
     } else if (!bilevel && tiff.color != TiffColor::kCmyk && tiff.bit_depth != 0) {
         image = tiff.bit_depth == 16 ? as_16_bit(image) : as_8_bit(image);
     }
-    if (tiff.big_endian && image.format() == VIPS_FORMAT_USHORT && tiff.compression != TiffCompression::kNone) {
-        unfit("a big-endian TIFF of 16 bits per sample is written without compression only");
-    }
+    require_turnable(tiff, image.format() == VIPS_FORMAT_USHORT);
     bool lossless = tiff.compression == TiffCompression::kLzw || tiff.compression == TiffCompression::kDeflate;
     VOption* options =
         VImage::option()
@@ -278,24 +274,26 @@ EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const En
             ->set("predictor", tiff.predictor && lossless && !bilevel ? VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL
                                                                       : VIPS_FOREIGN_TIFF_PREDICTOR_NONE)
             ->set("bigtiff", tiff.big_tiff)
+            ->set("rgbjpeg", tiff.rgb_jpeg)
+            ->set("premultiply", tiff.premultiplied && has_alpha_band(image))
             ->set("miniswhite", tiff.min_is_white && image.bands() == 1)
             ->set("resunit", VIPS_FOREIGN_TIFF_RESUNIT_INCH);
     if (bilevel) options->set("bitdepth", 1);
     if (tiff.tile_width > 0 && tiff.tile_height > 0) {
         options->set("tile", true)->set("tile_width", tiff.tile_width)->set("tile_height", tiff.tile_height);
     }
-    EncodedBytes bytes = save(image, "tiffsave_buffer", options);
+    EncodedBytes bytes = save_with_library(image, "tiffsave_buffer", options);
     return tiff.big_endian ? as_big_endian_tiff(bytes) : bytes;
 }
 
 EncodedBytes encode_as(const WebpEncoding& webp, const VImage& picture, const Encoding&) {
-    check_sides(picture, Format::kWebp, 16383);
     VImage image = as_rgb(as_8_bit(picture));
     // A resolution has no place in the format but there.
     bool plain = !has_metadata(image) && image.xres() == dots_per_millimeter(kDefaultResolution.horizontal) &&
                  image.yres() == dots_per_millimeter(kDefaultResolution.vertical);
-    return save(image, "webpsave_buffer",
-                VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality)->set("strip", plain));
+    return save_with_library(
+        image, "webpsave_buffer",
+        VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality)->set("strip", plain));
 }
 
 // Pixels of one colour become transparent.
@@ -309,17 +307,44 @@ VImage with_transparent(const VImage& image, Argb color) {
 
 }  // namespace
 
-EncodedBytes VipsPicture::encode(const Encoding& encoding) const {
-    std::string what = std::string("the image could not be written as ") + format_name(format_of(encoding));
+void check_sides(const Picture& picture, Format format) {
+    const int most = format == Format::kGif || format == Format::kJpeg ? 65535
+                     : format == Format::kWebp                         ? 16383
+                                                                       : 0x7FFFFFFF;
+    if (picture.width() > most || picture.height() > most) {
+        unfit(std::string(format_name(format)) + " holds at most " + std::to_string(most) +
+              " pixels to a side; the image is " + std::to_string(picture.width()) + " by " +
+              std::to_string(picture.height()));
+    }
+}
+
+void check_tiff_byte_order(const TiffEncoding& tiff, const Picture& picture) {
+    require_turnable(tiff, tiff.bit_depth == 16 || (tiff.bit_depth == 0 && picture.bits_per_channel() == 16));
+}
+
+void VipsPicture::make_transparent(Argb color) {
+    apply("the transparent colour could not be taken out", [&] { return with_transparent(image_, color); });
+}
+
+void prepare_for_encoding(Picture& picture, const Encoding& encoding) {
+    auto& own = static_cast<VipsPicture&>(picture);
+    if (encoding.resolution) own.set_resolution(*encoding.resolution);
+    if (encoding.transparent_color) own.make_transparent(*encoding.transparent_color);
+    if (format_of(encoding) == Format::kGif && !encoding.palette.empty())
+        own.reduce(encoding.palette, encoding.diffuse);
+}
+
+EncodedBytes VipsPicture::encode(const Encoding& wanted) const {
+    const Format format = format_of(wanted);
+    std::string what = std::string("the image could not be written as ") + format_name(format);
     return guarded(Failure::kEncoding, what.c_str(), [&] {
-        VImage image = image_;
-        if (encoding.resolution) {
-            image = image.copy(VImage::option()
-                                   ->set("xres", dots_per_millimeter(encoding.resolution->horizontal))
-                                   ->set("yres", dots_per_millimeter(encoding.resolution->vertical)));
-        }
-        if (encoding.transparent_color) image = with_transparent(image, *encoding.transparent_color);
-        return std::visit([&](const auto& format) { return encode_as(format, image, encoding); }, encoding.format);
+        check_sides(*this, format);
+        Encoding encoding = wanted;
+        if (encoding.may_widen && !encoding.palette.empty() && !has_only(encoding.palette)) encoding.palette.clear();
+        VipsPicture own(*this, Shared{});
+        exclusive_ = false;
+        prepare_for_encoding(own, encoding);
+        return std::visit([&](const auto& kind) { return encode_as(kind, own.image(), encoding); }, encoding.format);
     });
 }
 

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace zelmor::imagework {
 
@@ -80,6 +81,7 @@ struct PngEncoding {
     bool interlaced = false;
     PngFilter filter = PngFilter::kAdaptive;
     int compression_level = 6;  // 0 to 9
+    int plays = 0;              // of an animation; 0: for ever
 };
 
 enum class TiffCompression : uint8_t { kNone, kLzw, kDeflate, kPackBits, kJpeg, kFax4 };
@@ -96,11 +98,16 @@ struct TiffEncoding {
     bool big_endian = false;
     int tile_width = 0;  // 0: strips
     int tile_height = 0;
+    bool rgb_jpeg = false;       // JPEG inside TIFF keeps RGB instead of YCbCr
+    bool premultiplied = false;  // colours are stored multiplied by their alpha
 };
 
 struct WebpEncoding {
     bool lossless = false;
     int quality = 75;  // 0 to 100
+    // Of an animation.
+    std::optional<int> loops = {};        // 0: for ever; absent: as the source had it
+    std::optional<Argb> background = {};  // what a viewer may show behind it
 };
 
 using FormatEncoding = std::variant<BmpEncoding, GifEncoding, JpegEncoding, PngEncoding, TiffEncoding, WebpEncoding>;
@@ -112,6 +119,8 @@ struct Encoding {
     bool blend_alpha = true;                     // otherwise alpha is simply dropped there
     std::optional<Argb> transparent_color = {};  // its pixels are written as transparent
     bool may_widen = false;                      // more colours than the palette holds make it true colour
+    std::vector<Argb> palette = {};              // of an indexed form; empty: the colours that suit the picture best
+    bool diffuse = false;                        // spreads the error where colours are brought down to a palette
 };
 
 // Default for every option of a format.

@@ -76,6 +76,44 @@ void VipsPicture::place(int32_t width, int32_t height, int32_t x, int32_t y, Arg
           [&] { return placed(image_, width, height, x, y, background); });
 }
 
+void VipsPicture::replace_area(const Rect& area, Argb color) {
+    require_inside(area);
+    apply("the area could not be filled", [&] {
+        const VImage fill =
+            image_.extract_area(0, 0, 1, 1)
+                .new_from_image(ink(image_, color))
+                .embed(0, 0, area.width, area.height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
+        return image_.insert(fill, area.x, area.y);
+    });
+}
+
+void VipsPicture::draw(const Picture& other, int32_t x, int32_t y) {
+    const VImage& top = static_cast<const VipsPicture&>(other).image();
+    if (x >= width() || y >= height() || x <= -top.width() || y <= -top.height()) return;
+    apply("the images could not be laid over each other", [&] {
+        VImage below = is_gray_image(image_) && !is_gray_image(top) ? as_rgb(image_) : image_;
+        VImage above = is_gray_image(below) ? luma(top) : color_bands(as_rgb(top));
+        if (below.format() != above.format()) {
+            above = below.format() == VIPS_FORMAT_UCHAR
+                        ? as_8_bit(above)
+                        : above.linear(257.0, 0.0)
+                              .cast(VIPS_FORMAT_USHORT)
+                              .copy(VImage::option()->set("interpretation", below.interpretation()));
+        }
+        if (!has_alpha_band(top)) {
+            return below.insert(has_alpha_band(below) ? with_alpha(above) : above, x, y);
+        }
+        VImage alpha = top.extract_band(top.bands() - 1);
+        if (below.format() == VIPS_FORMAT_UCHAR && alpha.format() == VIPS_FORMAT_USHORT) alpha = alpha >> 8;
+        if (below.format() == VIPS_FORMAT_USHORT && alpha.format() == VIPS_FORMAT_UCHAR) alpha = alpha * 257;
+        above = above.bandjoin(alpha.cast(below.format()));
+        const VImage laid = below.composite2(
+            above, VIPS_BLEND_MODE_OVER,
+            VImage::option()->set("x", x)->set("y", y)->set("compositing_space", below.interpretation()));
+        return rounded_like(has_alpha_band(below) ? laid : color_bands(laid), below);
+    });
+}
+
 void VipsPicture::rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) {
     apply("the image could not be rotated", [&] {
         VImage result = quarter_turned(image_, quarter_turns & 3);

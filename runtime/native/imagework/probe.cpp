@@ -11,6 +11,11 @@
 namespace zelmor::imagework {
 namespace {
 
+// Three bytes of a palette.
+Argb rgb_entry(const ByteReader& in, uint64_t at) {
+    return 0xFF000000 | static_cast<Argb>(in.u8(at)) << 16 | static_cast<Argb>(in.u8(at + 1)) << 8 | in.u8(at + 2);
+}
+
 // ---- PNG: a chain of chunks; everything of interest stands before the first pixel data.
 
 PngColor png_color(int color_type) {
@@ -72,8 +77,13 @@ void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
         if (starts_with(data, at + 4, "IDAT") || starts_with(data, at + 4, "IEND")) {
             break;
         }
-        if (starts_with(data, at + 4, "tRNS")) {
+        if (starts_with(data, at + 4, "PLTE") && color_type == 3) {
+            for (uint64_t entry = at + 8; entry + 3 <= at + 8 + length && in.has(entry, 3); entry += 3)
+                facts.palette.push_back(rgb_entry(in, entry));
+        } else if (starts_with(data, at + 4, "tRNS")) {
             facts.has_alpha = true;
+            for (size_t i = 0; i < std::min<uint64_t>(facts.palette.size(), length); i++)
+                facts.palette[i] = (facts.palette[i] & 0xFFFFFF) | static_cast<Argb>(in.u8(at + 8 + i)) << 24;
             facts.transparent_color = png_key_color(in, at + 8, length, color_type, depth);
         } else if (starts_with(data, at + 4, "pHYs")) {
             facts.has_resolution = in.u8(at + 16) == 1;  // per metre
@@ -128,9 +138,16 @@ void probe_gif(std::span<const uint8_t> data, FileFacts& facts) {
     }
     encoding.palette_bits = palette_bits;
     facts.encoding = encoding;
+    if (in.has(palette_at, 3ULL << palette_bits)) {
+        for (uint64_t i = 0; i < 1ULL << palette_bits; i++)
+            facts.palette.push_back(rgb_entry(in, palette_at + 3 * i));
+    }
     if (transparent_index) {
         facts.has_alpha = true;
         uint64_t entry = palette_at + 3 * static_cast<uint64_t>(*transparent_index);
+        if (static_cast<size_t>(*transparent_index) < facts.palette.size()) {
+            facts.palette[static_cast<size_t>(*transparent_index)] &= 0xFFFFFF;
+        }
         if (*transparent_index < 1 << palette_bits && in.has(entry, 3)) {
             facts.transparent_color = 0xFF000000 | static_cast<uint32_t>(in.u8(entry)) << 16 |
                                       static_cast<uint32_t>(in.u8(entry + 1)) << 8 | in.u8(entry + 2);
@@ -167,6 +184,14 @@ void probe_bmp(std::span<const uint8_t> data, FileFacts& facts) {
     facts.readable = in.ok() && facts.width > 0 && facts.height > 0 &&
                      (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32);
     facts.encoding = encoding;
+    if (!facts.readable || bits > 8) return;
+    const uint64_t entry = header == 12 ? 3 : 4;
+    const uint64_t used = header >= 40 && in.u32(46) != 0 ? in.u32(46) : 1ULL << bits;
+    uint64_t at = 14 + static_cast<uint64_t>(header);
+    for (uint64_t i = 0; i < std::min<uint64_t>(used, 1ULL << bits) && in.has(at, 3); i++, at += entry) {
+        const Argb turned = rgb_entry(in, at);  // B, G, R
+        facts.palette.push_back((turned & 0xFF00FF00) | (turned & 0xFF) << 16 | (turned >> 16 & 0xFF));
+    }
 }
 
 // ---- WebP: the first chunk of the RIFF container.
@@ -258,6 +283,11 @@ FileFacts probe(std::span<const uint8_t> data) {
             break;
     }
     return facts;
+}
+
+std::vector<FileFacts> probe_pages(std::span<const uint8_t> data) {
+    if (sniff(data) == Format::kTiff) return probe_tiff_pages(data);
+    return {probe(data)};
 }
 
 }  // namespace zelmor::imagework

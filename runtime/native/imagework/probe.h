@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "runtime/native/imagework/formats.h"
 
@@ -25,11 +26,15 @@ struct FileFacts {
     bool is_big_tiff = false;
     std::optional<Argb> transparent_color;   // one colour or palette entry that stands for "nothing here"
     std::optional<FormatEncoding> encoding;  // the settings to save it again as it was
+    std::vector<Argb> palette;               // of an indexed picture
 };
 
 // Which format the first bytes belong to; 16 bytes are enough.
 Format sniff(std::span<const uint8_t> data);
 
 FileFacts probe(std::span<const uint8_t> data);
+
+// The facts of each page of a TIFF file; of other files the one answer of probe().
+std::vector<FileFacts> probe_pages(std::span<const uint8_t> data);
 
 }  // namespace zelmor::imagework

@@ -17,5 +17,6 @@ inline bool starts_with(std::span<const uint8_t> data, size_t offset, std::strin
 
 void probe_jpeg(std::span<const uint8_t> data, FileFacts& facts);
 void probe_tiff(std::span<const uint8_t> data, FileFacts& facts);
+std::vector<FileFacts> probe_tiff_pages(std::span<const uint8_t> data);
 
 }  // namespace zelmor::imagework

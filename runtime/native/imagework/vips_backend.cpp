@@ -3,6 +3,7 @@
 
 #include "runtime/native/imagework/color_profiles.h"
 #include "runtime/native/imagework/decode.h"
+#include "runtime/native/imagework/frames.h"
 #include "runtime/native/imagework/vips_picture.h"
 #include "runtime/native/imagework/vips_start.h"
 
@@ -15,6 +16,13 @@ class VipsBackend final : public Backend {
  public:
     std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) override {
         return imagework::decode(data, options);
+    }
+
+    std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) override {
+        return imagework::decode_frames(data, options);
+    }
+    EncodedBytes encode_frames(std::span<const FrameToWrite> frames) override {
+        return imagework::encode_frames(frames);
     }
 
     std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) override {

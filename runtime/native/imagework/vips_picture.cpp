@@ -136,6 +136,26 @@ void VipsPicture::read_argb(const Rect& area, std::span<Argb> out) const {
     }
 }
 
+void VipsPicture::read_argb64(const Rect& area, std::span<uint64_t> out) const {
+    require_inside(area);
+    VipsImage* image = image_.get_image();
+    const auto bands = static_cast<size_t>(image->Bands);
+    const bool wide = image->BandFmt == VIPS_FORMAT_USHORT;
+    uint64_t* to = out.data();
+    for (int32_t y = 0; y < area.height; y++) {
+        const void* line = VIPS_IMAGE_ADDR(image, area.x, area.y + y);
+        for (size_t x = 0; x < static_cast<size_t>(area.width); x++) {
+            const auto channel = [&](size_t band) -> uint64_t {
+                const size_t at = x * bands + band;
+                return wide ? static_cast<const uint16_t*>(line)[at] : static_cast<const uint8_t*>(line)[at] * 257U;
+            };
+            const uint64_t alpha = bands == 2 || bands == 4 ? channel(bands - 1) : 0xFFFF;
+            const uint64_t red = channel(0);
+            *to++ = alpha << 48 | red << 32 | (bands < 3 ? red : channel(1)) << 16 | (bands < 3 ? red : channel(2));
+        }
+    }
+}
+
 void VipsPicture::write_argb(const Rect& area, std::span<const Argb> pixels) {
     require_inside(area);
     if (is_gray()) {

@@ -30,10 +30,13 @@ class VipsPicture final : public Picture {
     void set_argb(int32_t x, int32_t y, Argb color) override;
     void read_argb(const Rect& area, std::span<Argb> out) const override;
     void write_argb(const Rect& area, std::span<const Argb> pixels) override;
+    void read_argb64(const Rect& area, std::span<uint64_t> out) const override;
 
     void crop(const Rect& area) override;
     void resize(int32_t width, int32_t height, Resampling resampling) override;
     void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) override;
+    void replace_area(const Rect& area, Argb color) override;
+    void draw(const Picture& other, int32_t x, int32_t y) override;
     void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) override;
     void rotate(double degrees, bool grow, Argb background) override;
 
@@ -46,9 +49,22 @@ class VipsPicture final : public Picture {
     void binarize_bradley(double difference, int32_t window) override;
     void replace_color(Argb old_color, uint8_t tolerance, Argb new_color) override;
     void replace_rgb(Argb new_color) override;
+    void filter(const Rect& area, const Filter& filter) override;
+    double skew_angle() const override;
+    std::vector<Argb> close_palette(int most, bool keep_alpha) const override;
+    std::vector<uint8_t> indices(std::span<const Argb> palette, bool diffuse) const override;
+    void reduce(std::span<const Argb> palette, bool diffuse) override;
     double opacity() const override;
 
     EncodedBytes encode(const Encoding& encoding) const override;
+
+    // Pixels of one colour become transparent.
+    void make_transparent(Argb color);
+    // Whether the palette has each of the picture's colours.
+    bool has_only(std::span<const Argb> palette) const;
+
+    // The pixels as they are, for the library's side of the backend.
+    const vips::VImage& image() const { return image_; }
 
  private:
     struct Shared {};

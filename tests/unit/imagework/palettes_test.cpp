@@ -1,0 +1,116 @@
+// Palettes: finding them, bringing pixels down to them, files that have them.
+#include <algorithm>
+#include <set>
+
+#include "runtime/native/imagework/palette_search.h"
+#include "runtime/native/imagework/probe.h"
+#include "tests/unit/imagework/pictures.h"
+
+namespace zelmor::imagework {
+namespace {
+
+const std::vector<Argb> kFour = {0xFF000000, 0xFFFFFFFF, 0xFFFF0000, 0xFF0000FF};
+
+TEST(PaletteSearchTest, FindsTheNearest) {
+    PaletteSearch search(kFour);
+    EXPECT_EQ(search.nearest(0xFF101010), 0U);
+    EXPECT_EQ(search.nearest(0xFFF0F0F0), 1U);
+    EXPECT_EQ(search.nearest(0xFFD01010), 2U);
+    EXPECT_EQ(search.nearest(0xFF2000E0), 3U);
+    EXPECT_EQ(search.nearest(0xFF2000E0), 3U);  // remembered
+}
+
+TEST(PaletteSearchTest, ClearColoursAreAlike) {
+    const std::vector<Argb> palette = {0xFF808080, 0x00FFFFFF};
+    EXPECT_EQ(PaletteSearch(palette).nearest(0x00000000), 1U);
+    EXPECT_EQ(PaletteSearch(palette).nearest(0xFFFFFFFF), 0U);
+}
+
+TEST(PaletteTest, FewColoursAreKeptInTheOrderOfTheirAppearance) {
+    auto picture = picture_of(3, 2, false, {0xFF030303, 0xFF010101, 0xFF030303, 0xFF020202, 0xFF010101, 0xFF00FF00});
+    EXPECT_EQ(picture->close_palette(4, false), (std::vector<Argb>{0xFF030303, 0xFF010101, 0xFF020202, 0xFF00FF00}));
+}
+
+TEST(PaletteTest, ManyColoursAreBroughtDown) {
+    for (const int most : {2, 3, 16, 100, 256}) {
+        const auto palette = noise(50, 40, false)->close_palette(most, false);
+        EXPECT_LE(palette.size(), static_cast<size_t>(most));
+        EXPECT_GT(palette.size(), static_cast<size_t>(most) / 4);
+        EXPECT_EQ(std::set<Argb>(palette.begin(), palette.end()).size(), palette.size());
+    }
+    EXPECT_EQ(failure_of([&] { noise(5, 4, false)->close_palette(0, false); }).kind(), Failure::kArgument);
+    EXPECT_EQ(failure_of([&] { noise(5, 4, false)->close_palette(257, false); }).kind(), Failure::kArgument);
+}
+
+TEST(PaletteTest, EachPixelGetsItsNearestColour) {
+    auto picture = noise(31, 17, false);
+    const auto before = pixels_of(*picture);
+    const auto indices = picture->indices(kFour, false);
+    picture->reduce(kFour, false);
+    const auto after = pixels_of(*picture);
+    for (size_t i = 0; i < before.size(); i++) {
+        uint32_t least = 0xFFFFFFFF;
+        for (const Argb color : kFour)
+            least = std::min(least, color_distance(color, before[i]));
+        EXPECT_EQ(color_distance(before[i], after[i]), least);
+        EXPECT_EQ(after[i], kFour[indices[i]]);
+    }
+}
+
+TEST(PaletteTest, DiffusionKeepsTheMean) {
+    const std::vector<Argb> black_and_white = {0xFF000000, 0xFFFFFFFF};
+    for (const Argb level : {0x20U, 0x60U, 0x80U, 0xD0U}) {
+        auto picture = backend().create(64, 64, false, false, 0xFF000000 | level * 0x010101);
+        const auto indices = picture->indices(black_and_white, true);
+        const double mean = 255.0 * static_cast<double>(std::count(indices.begin(), indices.end(), 1)) / (64 * 64);
+        EXPECT_NEAR(mean, level, 4.0);
+    }
+}
+
+TEST(PaletteTest, IndexedFilesHaveThePaletteAsItWasGiven) {
+    std::vector<Argb> palette = {0xFF808080, 0xFF00FF00, 0x00000000, 0xFF0000FF, 0xFFFF0000};
+    std::vector<Argb> pixels;
+    for (size_t i = 0; i < 11 * 5; i++)
+        pixels.push_back(palette[i * 7 % 5]);
+    auto picture = picture_of(11, 5, true, pixels);
+    for (const int depth : {4, 8}) {
+        Encoding encoding;
+        PngEncoding png;
+        png.color = PngColor::kIndexed;
+        png.bit_depth = depth;
+        encoding.format = png;
+        encoding.palette = palette;
+        const EncodedBytes bytes = picture->encode(encoding);
+        const FileFacts facts = probe({bytes.data.get(), bytes.size});
+        EXPECT_EQ(facts.palette, palette);
+        EXPECT_EQ(facts.bits_per_pixel, depth);
+        EXPECT_EQ(pixels_of(*backend().decode({bytes.data.get(), bytes.size}, {})), pixels);
+    }
+    Encoding encoding;
+    encoding.format = BmpEncoding{8, BmpCompression::kRgb};
+    encoding.palette = {0xFF112233, 0xFF445566, 0xFF000000};
+    const EncodedBytes bytes = picture->encode(encoding);
+    EXPECT_EQ(probe({bytes.data.get(), bytes.size}).palette, encoding.palette);
+}
+
+TEST(PaletteTest, AGifIsReducedToItsPalette) {
+    Encoding encoding;
+    encoding.format = GifEncoding{};
+    encoding.palette = kFour;
+    const EncodedBytes bytes = noise(20, 20, false)->encode(encoding);
+    const auto colors = pixels_of(*backend().decode({bytes.data.get(), bytes.size}, {}));
+    EXPECT_EQ(std::set<Argb>(colors.begin(), colors.end()), std::set<Argb>(kFour.begin(), kFour.end()));
+}
+
+TEST(PaletteTest, APaletteThatDoesNotFitIsRefused) {
+    Encoding encoding;
+    PngEncoding png;
+    png.color = PngColor::kIndexed;
+    png.bit_depth = 1;
+    encoding.format = png;
+    encoding.palette = kFour;
+    EXPECT_EQ(failure_of([&] { noise(4, 4, false)->encode(encoding); }).kind(), Failure::kEncoding);
+}
+
+}  // namespace
+}  // namespace zelmor::imagework
