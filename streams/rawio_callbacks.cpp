@@ -55,11 +55,10 @@ int count_of(PyObject* answer) {
     if (answer == nullptr) {
         return kFailed;
     }
+    const PyRef owned = PyRef::steal(answer);
     if (answer == Py_None) {
-        // A file that would block. Its None is kept.
-        return 0;
+        return 0;  // a file that would block
     }
-    PyRef owned = PyRef::steal(answer);
     int count = 0;
     return fn_conv_py_long_to_clr_int32(answer, &count) ? count : kFailed;
 }
@@ -96,7 +95,9 @@ int fn_clbk_rawio_write_byte(PyObject* file, int value) {
 }
 
 int fn_clbk_rawio_read(PyObject* file, void* data, int count) {
-    return count_of(call_with_view(file, PyWrpIdRawIo_ReadInto, data, count, 0));
+    PyObject* answer = call_with_view(file, PyWrpIdRawIo_ReadInto, data, count, 0);
+    // The None of a file that would block is kept.
+    return count_of(answer == Py_None ? Py_NewRef(answer) : answer);
 }
 
 int fn_clbk_rawio_readbyte(PyObject* file) {

@@ -65,7 +65,11 @@ int wrpPye_conv_py_to_clr_stream(PyObject* object, VariantArg* out) {
     if (wrpPye_uafn_stream_invalidate() != 0) {
         return 0;
     }
-    if (!PyHost_ph_Stream::get_instance().casts().is_assignable(handle)) {
+    const bool assignable = PyHost_ph_Stream::get_instance().casts().is_assignable(handle);
+    if (PyErr_Occurred()) {
+        return 0;
+    }
+    if (!assignable) {
         return refuse(object);
     }
     *out = {kHandleObject, handle};
