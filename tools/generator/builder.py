@@ -250,7 +250,13 @@ class Builder:
                     raise CatalogueError(line.place, "two constructors take the same types")
                 entry.constructors.append(overload)
             elif line.kind == "shared":
+                if not {"_IListWrapper", "_IColWrapper"} & set(map(str, entry.interfaces)):
+                    raise CatalogueError(line.place, "only a class that is a list or a collection has shared members")
                 entry.shared.append(line.python)
+            elif line.kind == "items":
+                entry.items = next((prop for prop in entry.properties if prop.python == line.python), None)
+                if entry.items is None or entry.items.static:
+                    raise CatalogueError(line.place, f"{entry.name} has no property {line.python} above this line")
             elif line.kind in PROPERTY_KINDS:
                 self._property(entry, line)
             else:
@@ -262,7 +268,7 @@ class Builder:
 
     @staticmethod
     def _check_name(line: MemberLine) -> None:
-        if line.kind in ("ctor", "shared"):
+        if line.kind in ("ctor", "shared", "items"):
             return
         rule = upper_snake_case(line.managed) if line.kind == "const" else snake_case(line.managed)
         if (rule != line.python) != line.exception:

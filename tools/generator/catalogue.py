@@ -102,10 +102,10 @@ def _parameters(place: Place, text: str) -> tuple[ParamLine, ...]:
 
 def _member(place: Place, text: str) -> MemberLine:
     kind = text.split(" ", 1)[0]
-    if kind == "shared":
+    if kind in ("shared", "items"):
         parts = text.split()
         if len(parts) != 2:
-            raise CatalogueError(place, "a shared member is one name")
+            raise CatalogueError(place, f"a line of {kind} is one name")
         return MemberLine(place, kind, parts[1], parts[1])
     if kind == "ctor" or kind in METHOD_KINDS:
         match = _MEMBER_LINE.match(text)

@@ -147,6 +147,7 @@ class Type:
     methods: list[Method] = field(default_factory=list)
     properties: list[Property] = field(default_factory=list)
     shared: list[str] = field(default_factory=list)  # members served by the collection machinery
+    items: Property | None = None  # by which the class is indexed
     width: Wire | None = None  # of an enumeration
     values: list[tuple[str, int]] = field(default_factory=list)
 
@@ -306,7 +307,6 @@ class Model:
         """Members that are in the catalogue and cannot be generated yet, by reason."""
         counts: Counter[str] = Counter()
         for entry in self.types:
-            counts["collections"] += len(entry.shared)
             counts.update(reason for reason in entry.reasons() if reason)
         return +counts
 

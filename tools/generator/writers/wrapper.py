@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from ..model import INTEROP_INTERFACES, Method, Property, Type
-from . import casts, members
+from . import casts, collection_slots, members
 from .host import write_host
 from .text import function, quoted, table
 
@@ -89,6 +89,7 @@ def _method_rows(entry: Type) -> list[str]:
     listed = [method for method in entry.methods if method.ready and not method.mixed]
     for method in sorted(listed, key=lambda method: not method.is_group):
         rows.append(_method_definition(method.python, method, members.method_symbol(method)))
+    rows += collection_slots.shared_methods(entry)
     kind = "Struct" if entry.kind == "struct" else "Object"
     rows.append(_definition("get_type", f"ZELMOR_SELF_METHOD(&wrapClr{kind}_get_type)", "METH_NOARGS"))
     for prop in _static_properties(entry):
@@ -109,7 +110,7 @@ def _static_properties(entry: Type) -> list[Property]:
 
 
 def _property_rows(entry: Type) -> list[str]:
-    rows = []
+    rows = collection_slots.shared_properties(entry)
     for prop in _instance_properties(entry):
         setter = f"&{members.property_symbol(prop, 'set')}" if prop.writable else "nullptr"
         getter = f"&{members.property_symbol(prop, 'get')}"
@@ -165,13 +166,14 @@ def _post_initialiser(entry: Type) -> list[str]:
 def _record(entry: Type) -> list[str]:
     symbol = entry.symbol
     kind = "Struct" if entry.kind == "struct" else "Object"
+    slots, iterator = collection_slots.record_rows(entry)
     init = f"&wrpPy_tpsb_{symbol}_tp_init" if entry.ready_constructors else "&wrapClrObject_tp_init_fault"
     rows = [".ob_base = {PyObject_HEAD_INIT(nullptr) 0}", f".tp_name = {quoted(entry.dotted)}",
             ".tp_basicsize = sizeof(PyClrObject)",
             f".tp_dealloc = reinterpret_cast<destructor>(&wrapClr{kind}_tp_dealloc)",
-            f".tp_repr = reinterpret_cast<reprfunc>(&wrapClr{kind}_str)",
+            f".tp_repr = reinterpret_cast<reprfunc>(&wrapClr{kind}_str)", *slots,
             f".tp_hash = reinterpret_cast<hashfunc>(&wrapClr{kind}_hash)",
-            f".tp_richcompare = &wrapClr{kind}_tp_richcompare", f".tp_methods = wrpPy_tymd_{symbol}"]
+            f".tp_richcompare = &wrapClr{kind}_tp_richcompare", *iterator, f".tp_methods = wrpPy_tymd_{symbol}"]
     if _property_rows(entry):
         rows.append(f".tp_getset = wrpPy_typd_{symbol}")
     if entry.base is not None:
@@ -195,4 +197,5 @@ def write_wrapper(entry: Type, product: str) -> list[str]:
     properties = _property_rows(entry)
     if properties:
         lines += table(f"static PyGetSetDef wrpPy_typd_{entry.symbol}[]", properties)
+    lines += collection_slots.write_slots(entry)
     return [*lines, *_record(entry), *_post_initialiser(entry)]
