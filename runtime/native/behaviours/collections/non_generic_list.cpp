@@ -1,0 +1,57 @@
+// NonGenericList: a list around another list. Whatever is asked of it is asked of that one, a Python list included.
+#include "runtime/native/core/collection.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kList = "Zelmor.Imaging.NonGenericList";
+
+class NonGenericList final : public ManagedList {
+ public:
+    static constexpr const char* kManagedName = kList;
+    explicit NonGenericList(Ref<ManagedList> inner)
+        : ManagedList(require_type(kList), inner->element()), inner_(std::move(inner)) {}
+
+    bool fixed_size() const override { return inner_->fixed_size(); }
+    uint32_t version() const override { return inner_->version(); }
+    size_t size() const override { return inner_->size(); }
+    Value get(size_t index) const override { return inner_->get(index); }
+    int64_t find(const Value& value, size_t first, size_t end) const override {
+        return inner_->find(value, first, end);
+    }
+    bool contains(const Value& value) override { return inner_->contains(value); }
+    void resize(size_t count) override { inner_->resize(count); }
+    void reserve(size_t count) override { inner_->reserve(count); }
+    Ref<ManagedEnumerator> enumerator() override { return inner_->enumerator(); }
+
+ protected:
+    void store(size_t index, const Value& value) override { inner_->set(index, value); }
+    void store_new(size_t index, const Value& value) override { inner_->insert(index, value); }
+    void take_out(size_t first, size_t count) override { inner_->erase(first, count); }
+    bool take_out_equal(const Value& value) override { return inner_->remove(value); }
+    void turn() override { inner_->reverse(); }
+    void order(bool descending) override { inner_->sort(descending); }
+
+ private:
+    Ref<ManagedList> inner_;
+};
+
+Ref<ManagedObject> around(const VariantArg* list) {
+    const auto inner = read_collection(list, CollectionShape::kIList, variant_element());
+    if (!inner) throw_argument_null("list");
+    return make_ref<NonGenericList>(Ref<ManagedList>(&cast_object<ManagedList>(*inner)));
+}
+
+// One that the runtime makes for itself is empty.
+const FactoryRegistration factory(kList, [](const TypeInfo&) {
+    return Ref<ManagedObject>(make_ref<NonGenericList>(make_list(ListShape::kArrayList, variant_element())));
+});
+
+const Behaviour kMembers[] = {{kList, "ctor_000_NonGenericList", entry<&around>()}};
+const BehaviourTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed
