@@ -15,9 +15,6 @@ from typing import Any
 
 import pytest
 import zelmor.imaging
-from hypothesis import settings
-from hypothesis import strategies as st
-from hypothesis.stateful import RuleBasedStateMachine, invariant, precondition, rule, run_state_machine_as_test
 from support.control import Call, Control
 
 from zelmor.imaging import FileStreamContainer
@@ -62,6 +59,55 @@ def pipe(tmp_path: Path) -> Iterator[Any]:
     os.mkfifo(tmp_path / "pipe")
     with FileStreamContainer.open_file_stream(str(tmp_path / "pipe")) as container:
         yield container.stream
+
+
+class Gappy:
+    """An object of Python whose buffer is every second byte of its memory, whatever it is asked for."""
+
+    class Slot(ctypes.Structure):
+        _fields_ = [("slot", ctypes.c_int), ("function", ctypes.c_void_p)]
+
+    class Spec(ctypes.Structure):
+        _fields_ = [("name", ctypes.c_char_p), ("size", ctypes.c_int), ("itemsize", ctypes.c_int),
+                    ("flags", ctypes.c_uint), ("slots", ctypes.c_void_p)]
+
+    class Buffer(ctypes.Structure):
+        _fields_ = [("buf", ctypes.c_void_p), ("obj", ctypes.c_void_p), ("len", ctypes.c_ssize_t),
+                    ("itemsize", ctypes.c_ssize_t), ("readonly", ctypes.c_int), ("ndim", ctypes.c_int),
+                    ("format", ctypes.c_char_p), ("shape", ctypes.c_void_p), ("strides", ctypes.c_void_p),
+                    ("suboffsets", ctypes.c_void_p), ("internal", ctypes.c_void_p)]
+
+    def __init__(self) -> None:
+        self.out = 0
+        self.memory = ctypes.create_string_buffer(16)
+        self.shape, self.strides = (ctypes.c_ssize_t * 1)(8), (ctypes.c_ssize_t * 1)(2)
+        get = ctypes.PYFUNCTYPE(ctypes.c_int, ctypes.py_object, ctypes.POINTER(self.Buffer), ctypes.c_int)(self._get)
+        release = ctypes.PYFUNCTYPE(None, ctypes.py_object, ctypes.POINTER(self.Buffer))(self._release)
+        slots = (self.Slot * 3)((1, ctypes.cast(get, ctypes.c_void_p).value),
+                                (2, ctypes.cast(release, ctypes.c_void_p).value), (0, None))
+        spec = self.Spec(b"tests.Gappy", object.__basicsize__, 0, 0, ctypes.addressof(slots))
+        self.kept = get, release, slots, spec
+        make = ctypes.PYFUNCTYPE(ctypes.py_object, ctypes.c_void_p)(("PyType_FromSpec", ctypes.pythonapi))
+        self.object = make(ctypes.addressof(spec))()
+
+    def _get(self, exporter: object, view: Any, flags: int) -> int:
+        shown = view.contents
+        ctypes.pythonapi.Py_IncRef(ctypes.py_object(exporter))  # the view's own
+        shown.buf, shown.obj, shown.len = ctypes.addressof(self.memory), id(exporter), 8
+        shown.itemsize, shown.readonly, shown.ndim, shown.format = 1, 0, 1, None
+        shown.shape, shown.strides = ctypes.addressof(self.shape), ctypes.addressof(self.strides)
+        shown.suboffsets = shown.internal = None
+        self.out += 1
+        return 0
+
+    def _release(self, exporter: object, view: Any) -> None:
+        self.out -= 1
+
+
+@pytest.fixture(scope="module")
+def gappy() -> Gappy:
+    """One for all tests: its functions have to live as long as its type, which is never collected in time."""
+    return Gappy()
 
 
 class TestType:
@@ -218,6 +264,14 @@ class TestReadInto:
             stream_of(b"abc").readinto(wrong)
         assert str(refused.value) == f"readinto argument must be read-write bytes-like object, not '{name}'"
 
+    @pytest.mark.parametrize("method, flaw", [("readinto", "read-write contiguous"), ("write", "contiguous")])
+    def test_an_exporter_that_hides_its_gaps(self, gappy: Gappy, method: str, flaw: str) -> None:
+        """Asked for plain memory it shows memory with gaps."""
+        with pytest.raises(TypeError) as refused:
+            getattr(stream_of(b"abc"), method)(gappy.object)
+        assert str(refused.value) == f"{method} argument must be {flaw} buffer, not 'tests.Gappy'"
+        assert gappy.out == 0
+
     def test_lets_go_of_the_buffer(self, control: Control) -> None:
         stream, buffer = stream_of(b"abc"), bytearray(2)
         stream.readinto(buffer)
@@ -257,6 +311,32 @@ class TestLines:
         assert asked(calls) == [("CanSeek",), ("Read", 3)]
         stream.seek(9)
         assert (stream.readline(100), stream.tell()) == (b"xy\n", 12)
+
+    def test_a_limit_beyond_the_line_gives_back_what_was_read_too_much(self, control: Control) -> None:
+        stream = stream_of(b"ab\ncdefgh")
+        with control.journal() as calls:
+            assert stream.readline(5) == b"ab\n"
+        assert asked(calls) == [("CanSeek",), ("Read", 5), ("Seek", -2, 1)]
+        assert stream.tell() == 3
+
+    def test_a_last_line_without_a_line_feed_is_whole_and_then_there_is_none(self) -> None:
+        stream = stream_of(b"one\nlast")
+        assert [stream.readline(), stream.readline(), stream.readline()] == [b"one\n", b"last", b""]
+
+    def test_a_line_that_comes_in_parts(self, control: Control) -> None:
+        stream = stream_of(b"z\n")
+        for part in (b"ab", b"c", b"d\nef"):
+            control.run_next(STREAM, "Read", giving(part))
+        control.run_next(STREAM, "Seek", lambda arguments, result: None)
+        with control.journal() as calls:
+            assert stream.readline() == b"abcd\n"
+        assert asked(calls) == [("CanSeek",), ("Read", 1024), ("Read", 1022), ("Read", 1021), ("Seek", -2, 1)]
+
+    def test_going_on_asks_the_managed_stream_though_the_wrapper_is_closed(self) -> None:
+        stream = stream_of(b"one\n")
+        stream.close()
+        with pytest.raises(RuntimeError, match=r"^Proxy error\(ObjectDisposedException\)"):
+            next(stream)
 
     @pytest.mark.parametrize("length", [1023, 1024, 1025, 5119, 5120, 5121, 9216, 100000])
     def test_long_lines(self, length: int) -> None:
@@ -543,85 +623,3 @@ def test_it_serves_the_standard_library(tmp_path: Path) -> None:
     copy.seek(0)
     with tarfile.open(fileobj=copy) as archive:
         assert archive.extractfile("a.txt").read() == b"content" * 1000
-
-
-CONTENT = st.binary(max_size=60) | st.lists(st.sampled_from([b"a", b"\n", b"line "]), max_size=12).map(b"".join)
-SIZES = st.none() | st.integers(-2, 70)
-
-
-class BesideBytesIO(RuleBasedStateMachine):
-    """A managed stream and an io.BytesIO that the same is done to."""
-
-    def __init__(self) -> None:
-        super().__init__()
-        self.source = StreamSource()
-        self.ours: Any = self.source.stream
-        self.theirs = io.BytesIO()
-
-    @rule(data=CONTENT)
-    def write(self, data: bytes) -> None:
-        if data or self.theirs.tell() <= len(self.theirs.getvalue()):
-            assert self.ours.write(data) == self.theirs.write(data)
-
-    @rule(lines=st.lists(CONTENT.filter(bool), max_size=4))
-    def writelines(self, lines: list[bytes]) -> None:
-        assert self.ours.writelines(lines) == self.theirs.writelines(lines)
-
-    @rule(method=st.sampled_from(["read", "readline", "readlines"]), size=SIZES)
-    def read(self, method: str, size: int | None) -> None:
-        assert getattr(self.ours, method)(size) == getattr(self.theirs, method)(size)
-
-    @rule()
-    def readall(self) -> None:
-        assert self.ours.readall() == self.theirs.read()
-
-    @rule(size=st.integers(0, 70))
-    def readinto(self, size: int) -> None:
-        left, right = bytearray(size), bytearray(size)
-        assert self.ours.readinto(left) == self.theirs.readinto(right)
-        assert left == right
-
-    @rule()
-    def next(self) -> None:
-        assert next(self.ours, None) == next(self.theirs, None)
-
-    @rule(whence=st.integers(0, 2), offset=st.integers(-80, 120))
-    def seek(self, whence: int, offset: int) -> None:
-        base = (0, self.theirs.tell(), len(self.theirs.getvalue()))[whence]
-        if base + offset >= 0:
-            assert self.ours.seek(offset, whence) == self.theirs.seek(offset, whence)
-        else:  # there they stop at the beginning, here that is an error
-            with pytest.raises((ValueError, RuntimeError)):
-                self.ours.seek(offset, whence)
-
-    @precondition(lambda self: self.theirs.tell() <= len(self.theirs.getvalue()))
-    @rule()
-    def truncate_here(self) -> None:
-        assert self.ours.truncate() == self.theirs.truncate()
-
-    @rule(size=st.integers(0, 120))
-    def set_length(self, size: int) -> None:
-        assert self.ours.truncate(size) == size
-        # There a file does not grow, and its position stays behind the end.
-        position = self.theirs.tell()
-        self.theirs.truncate(size)
-        missing = size - len(self.theirs.getvalue())
-        self.theirs.seek(0, 2)
-        self.theirs.write(bytes(max(0, missing)))
-        self.theirs.seek(min(position, size))
-
-    @rule()
-    def another_wrapper(self) -> None:
-        self.ours = self.source.stream
-
-    @invariant()
-    def same(self) -> None:
-        position = self.theirs.tell()
-        assert self.ours.tell() == position
-        self.ours.seek(0)
-        assert self.ours.read() == self.theirs.getvalue()
-        self.ours.seek(position)
-
-
-def test_it_does_what_io_bytes_io_does() -> None:
-    run_state_machine_as_test(BesideBytesIO, settings=settings(max_examples=60, stateful_step_count=30, deadline=None))
