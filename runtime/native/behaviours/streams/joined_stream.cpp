@@ -128,7 +128,7 @@ size_t JoinedStream::read(std::span<std::byte> into) {
 
 void JoinedStream::write(std::span<const std::byte> from) {
     require_live();
-    if (position_ > total()) append_zeros(position_ - total());
+    if (!from.empty() && position_ > total()) append_zeros(position_ - total());
     while (!from.empty()) {
         const auto [index, offset] = find(position_);
         Piece& piece = pieces_[index];
