@@ -8,24 +8,10 @@
 #include <array>
 #include <cstddef>
 
-#include "exchange/type_host.h"
+#include "collections/host_calls.h"
 #include "exchange/wire/records.h"
 
 namespace zelmor {
-
-using ElementArg = const VariantArg*;
-
-// `Delegates` is the table of function pointers, in the order of `Host::kMethods`.
-template <class Host, class Delegates>
-class InteropHost : public TypeHost<Host> {
- protected:
-    InteropHost() {
-        static_assert(sizeof(Delegates) == Host::kMethods.size() * sizeof(void*));
-        this->bind(Host::kMethods, reinterpret_cast<void**>(&m_delegates));
-    }
-
-    Delegates m_delegates = {};
-};
 
 // The cast services of an interface: any managed instance may implement it, so that they take a tagged handle.
 struct InterfaceCasts {
@@ -53,13 +39,11 @@ struct DisposableDelegates {
     zelmor::InterfaceCasts casts;
 };
 
-class PyHost_ph_Disposable final : public zelmor::InteropHost<PyHost_ph_Disposable, DisposableDelegates> {
+class PyHost_ph_Disposable final : public zelmor::CollectionHost<PyHost_ph_Disposable, DisposableDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiDisposable";
     static constexpr auto kMethods =
         std::to_array<const char*>({"btp_IsAssignable", "btp_TypeOf", "btp_CastTo", "btp_CastAs"});
-
-    const zelmor::InterfaceCasts& casts() const { return m_delegates.casts; }
 };
 
 struct IterDelegates {
@@ -67,14 +51,13 @@ struct IterDelegates {
     zelmor::InterfaceCasts casts;
 };
 
-class PyHost_ph_Iter final : public zelmor::InteropHost<PyHost_ph_Iter, IterDelegates> {
+class PyHost_ph_Iter final : public zelmor::CollectionHost<PyHost_ph_Iter, IterDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiEnumerator";
     static constexpr auto kMethods =
         std::to_array<const char*>({"MoveNext", "btp_IsAssignable", "btp_TypeOf", "btp_CastTo", "btp_CastAs"});
 
     int move_next(void* handle, PyObject** out) const { return m_delegates.move_next(handle, out); }
-    const zelmor::InterfaceCasts& casts() const { return m_delegates.casts; }
 };
 
 struct IterableDelegates {
@@ -83,7 +66,7 @@ struct IterableDelegates {
     zelmor::InterfaceCasts casts;
 };
 
-class PyHost_ph_Iterable final : public zelmor::InteropHost<PyHost_ph_Iterable, IterableDelegates> {
+class PyHost_ph_Iterable final : public zelmor::CollectionHost<PyHost_ph_Iterable, IterableDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiEnumerable";
     static constexpr auto kMethods =
@@ -91,54 +74,55 @@ class PyHost_ph_Iterable final : public zelmor::InteropHost<PyHost_ph_Iterable, 
                                     "btp_CastTo", "btp_CastAs"});
 
     int get_enumerator(void* handle, PyObjectOutArg* out) const { return m_delegates.get_enumerator(handle, out); }
-    const zelmor::InterfaceCasts& casts() const { return m_delegates.casts; }
 };
 
 struct IColDelegates {
     int (*sq_length)(void*);
-    int (*sq_contains)(void*, zelmor::ElementArg);
-    int (*count_of)(void*, zelmor::ElementArg);
+    int (*sq_contains)(void*, const VariantArg*);
+    int (*count_of)(void*, const VariantArg*);
     zelmor::Factory create_from_list;
     zelmor::Factory create_from_iterable;
     zelmor::InterfaceCasts casts;
 };
 
-class PyHost_ph_ICol final : public zelmor::InteropHost<PyHost_ph_ICol, IColDelegates> {
+class PyHost_ph_ICol final : public zelmor::CollectionHost<PyHost_ph_ICol, IColDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiCntCollection";
     static constexpr auto kMethods = std::to_array<const char*>(
         {"SqLength", "SqContains", "CountOf", "CreateInstanceFromPyList", "CreateInstanceFromPyIterable",
          "btp_IsAssignable", "btp_TypeOf", "btp_CastTo", "btp_CastAs"});
 
-    const zelmor::InterfaceCasts& casts() const { return m_delegates.casts; }
+    int sq_length(void* handle) const { return m_delegates.sq_length(handle); }
+    int sq_contains(void* handle, const VariantArg* value) const { return m_delegates.sq_contains(handle, value); }
+    int count_of(void* handle, const VariantArg* value) const { return m_delegates.count_of(handle, value); }
 };
 
 struct IListDelegates {
     int (*sq_getitem)(void*, int, PyObject**);
     PyObject* (*sq_getitem_nocheck)(void*, int);
-    int (*sq_setitem)(void*, int, zelmor::ElementArg);
-    void (*sq_setitem_nocheck)(void*, int, zelmor::ElementArg);
-    void (*add)(void*, zelmor::ElementArg);
-    void (*insert)(void*, int, zelmor::ElementArg);
-    int (*remove)(void*, zelmor::ElementArg);
+    int (*sq_setitem)(void*, int, const VariantArg*);
+    void (*sq_setitem_nocheck)(void*, int, const VariantArg*);
+    void (*add)(void*, const VariantArg*);
+    void (*insert)(void*, int, const VariantArg*);
+    int (*remove)(void*, const VariantArg*);
     int (*remove_at)(void*, int);
     int (*pop)(void*, int has_index, int index, PyObject**);
     void (*clear)(void*);
-    int (*sq_inplaceconcat)(void*, zelmor::ElementArg);
+    int (*sq_inplaceconcat)(void*, const VariantArg*);
     void (*sq_inplacerepeat)(void*, int);
-    int (*mp_set_items)(void*, zelmor::ElementArg, int start, int count, int step);
+    int (*mp_set_items)(void*, const VariantArg*, int start, int count, int step);
     void (*mp_remove_items)(void*, int start, int count, int step);
     void (*reverse)(void*);
     void (*sort)(void*, int reverse);
-    int (*index_by)(void*, int has_start, int start, int has_stop, int stop, zelmor::ElementArg);
-    int (*sq_contains)(void*, zelmor::ElementArg);
-    int (*count_of)(void*, zelmor::ElementArg);
+    int (*index_by)(void*, int has_start, int start, int has_stop, int stop, const VariantArg*);
+    int (*sq_contains)(void*, const VariantArg*);
+    int (*count_of)(void*, const VariantArg*);
     zelmor::Factory create_from_list;
     zelmor::Factory create_from_sequence;
     zelmor::InterfaceCasts casts;
 };
 
-class PyHost_ph_IList final : public zelmor::InteropHost<PyHost_ph_IList, IListDelegates> {
+class PyHost_ph_IList final : public zelmor::CollectionHost<PyHost_ph_IList, IListDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiCntList";
     static constexpr auto kMethods = std::to_array<const char*>({"SqGetItem",
@@ -167,65 +151,68 @@ class PyHost_ph_IList final : public zelmor::InteropHost<PyHost_ph_IList, IListD
                                                                  "btp_CastTo",
                                                                  "btp_CastAs"});
 
-    const zelmor::InterfaceCasts& casts() const { return m_delegates.casts; }
+    int sq_getitem(void* handle, int index, PyObject** out) const { return m_delegates.sq_getitem(handle, index, out); }
+    PyObject* sq_getitem_nocheck(void* handle, int index) const {
+        return m_delegates.sq_getitem_nocheck(handle, index);
+    }
+    int sq_setitem(void* handle, int index, const VariantArg* value) const {
+        return m_delegates.sq_setitem(handle, index, value);
+    }
+    void sq_setitem_nocheck(void* handle, int index, const VariantArg* value) const {
+        m_delegates.sq_setitem_nocheck(handle, index, value);
+    }
+    void add(void* handle, const VariantArg* value) const { m_delegates.add(handle, value); }
+    void insert(void* handle, int index, const VariantArg* value) const { m_delegates.insert(handle, index, value); }
+    int remove(void* handle, const VariantArg* value) const { return m_delegates.remove(handle, value); }
+    int remove_at(void* handle, int index) const { return m_delegates.remove_at(handle, index); }
+    int pop(void* handle, int has_index, int index, PyObject** out) const {
+        return m_delegates.pop(handle, has_index, index, out);
+    }
+    void clear(void* handle) const { m_delegates.clear(handle); }
+    int sq_inplaceconcat(void* handle, const VariantArg* source) const {
+        return m_delegates.sq_inplaceconcat(handle, source);
+    }
+    void sq_inplacerepeat(void* handle, int count) const { m_delegates.sq_inplacerepeat(handle, count); }
+    int mp_set_items(void* handle, const VariantArg* source, int start, int count, int step) const {
+        return m_delegates.mp_set_items(handle, source, start, count, step);
+    }
+    void mp_remove_items(void* handle, int start, int count, int step) const {
+        m_delegates.mp_remove_items(handle, start, count, step);
+    }
+    void reverse(void* handle) const { m_delegates.reverse(handle); }
+    void sort(void* handle, int reverse) const { m_delegates.sort(handle, reverse); }
+    int index_by(void* handle, int has_start, int start, int has_stop, int stop, const VariantArg* value) const {
+        return m_delegates.index_by(handle, has_start, start, has_stop, stop, value);
+    }
+    int sq_contains(void* handle, const VariantArg* value) const { return m_delegates.sq_contains(handle, value); }
+    int count_of(void* handle, const VariantArg* value) const { return m_delegates.count_of(handle, value); }
 };
 
 struct ArrayDelegates {
-    int (*sq_length)(void*);
-    int (*sq_contains)(void*, zelmor::ElementArg);
-    int (*sq_item)(void*, int, PyObject**);
-    PyObject* (*sq_item_nocheck)(void*, int);
-    int (*sq_ssitem)(void*, int, zelmor::ElementArg);
-    void (*sq_ssitem_nocheck)(void*, int, zelmor::ElementArg);
-    int (*mp_subscript)(void*, zelmor::ElementArg, int start, int count, int step);
-    void (*reverse)(void*);
-    void (*sort)(void*, int reverse);
-    int (*index_by)(void*, int has_start, int start, int has_stop, int stop, zelmor::ElementArg);
-    int (*count_of)(void*, zelmor::ElementArg);
+    zelmor::ArrayCalls<zelmor::VariantElement> calls;
     zelmor::Factory create_from_list;
     zelmor::Factory create_from_sequence;
     zelmor::ClassCasts casts;
 };
 
-class PyHost_ph_Array final : public zelmor::InteropHost<PyHost_ph_Array, ArrayDelegates> {
+class PyHost_ph_Array final : public zelmor::ArrayHost<PyHost_ph_Array, ArrayDelegates, zelmor::VariantElement> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiArray";
     static constexpr auto kMethods = std::to_array<const char*>(
         {"SqLength", "SqContains", "SqGetItem", "SqGetItemNoCheck", "SqSetItem", "SqSetItemNoChek", "MpSetItems",
          "Reverse", "Sort", "IndexBy", "CountOf", "CreateInstanceFromPyList", "CreateInstanceFromPySequence",
          "btp_IsAssignable", "btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs"});
-
-    const zelmor::ClassCasts& casts() const { return m_delegates.casts; }
 };
 
 struct ArrListDelegates {
-    int (*sq_length)(void*);
-    void (*add)(void*, zelmor::ElementArg);
-    int (*remove)(void*, zelmor::ElementArg);
-    void (*clear)(void*);
-    int (*sq_contains)(void*, zelmor::ElementArg);
-    int (*sq_item)(void*, int, PyObject**);
-    PyObject* (*sq_item_nocheck)(void*, int);
-    int (*sq_ssitem)(void*, int, zelmor::ElementArg);
-    void (*sq_ssitem_nocheck)(void*, int, zelmor::ElementArg);
-    void (*insert)(void*, int, zelmor::ElementArg);
-    int (*remove_at)(void*, int);
-    int (*pop)(void*, int has_index, int index, PyObject**);
-    int (*sq_inplace_concat)(void*, zelmor::ElementArg);
-    void (*sq_inplace_repeat)(void*, int);
-    int (*mp_subscript)(void*, zelmor::ElementArg, int start, int count, int step);
-    void (*mp_remove)(void*, int start, int count, int step);
-    void (*reverse)(void*);
-    void (*sort)(void*, int reverse);
-    int (*index_by)(void*, int has_start, int start, int has_stop, int stop, zelmor::ElementArg);
-    int (*count_of)(void*, zelmor::ElementArg);
-    void (*ensure_capacity)(void*, int);
+    zelmor::ArrListCalls<zelmor::VariantElement> calls;
     zelmor::Factory create_from_list;
     zelmor::Factory create_from_sequence;
     zelmor::ClassCasts casts;
 };
 
-class PyHost_ph_ArrList final : public zelmor::InteropHost<PyHost_ph_ArrList, ArrListDelegates> {
+class PyHost_ph_ArrList final
+    : public zelmor::ArrListHost<PyHost_ph_ArrList, ArrListDelegates, zelmor::VariantElement> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiArrayList";
     static constexpr auto kMethods = std::to_array<const char*>({"SqLength",
@@ -256,8 +243,6 @@ class PyHost_ph_ArrList final : public zelmor::InteropHost<PyHost_ph_ArrList, Ar
                                                                  "btp_CastTo",
                                                                  "btp_ReInterpretObj",
                                                                  "btp_CastAs"});
-
-    const zelmor::ClassCasts& casts() const { return m_delegates.casts; }
 };
 
 // Driven through the IList host and the ICol host; these two serve the casts alone.
@@ -267,22 +252,18 @@ struct ColBaseDelegates {
     zelmor::ClassCasts casts;
 };
 
-class PyHost_ph_ColBase final : public zelmor::InteropHost<PyHost_ph_ColBase, ColBaseDelegates> {
+class PyHost_ph_ColBase final : public zelmor::CollectionHost<PyHost_ph_ColBase, ColBaseDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiCollectionBase";
     static constexpr auto kMethods =
         std::to_array<const char*>({"CreateInstanceFromPyList", "CreateInstanceFromPySequence", "btp_IsAssignable",
                                     "btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs"});
-
-    const zelmor::ClassCasts& casts() const { return m_delegates.casts; }
 };
 
-class PyHost_ph_RoColBase final : public zelmor::InteropHost<PyHost_ph_RoColBase, ColBaseDelegates> {
+class PyHost_ph_RoColBase final : public zelmor::CollectionHost<PyHost_ph_RoColBase, ColBaseDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiReadOnlyCollectionBase";
     static constexpr auto kMethods = PyHost_ph_ColBase::kMethods;
-
-    const zelmor::ClassCasts& casts() const { return m_delegates.casts; }
 };
 
 struct StreamDelegates {
@@ -300,7 +281,7 @@ struct StreamDelegates {
     zelmor::ClassCasts casts;
 };
 
-class PyHost_ph_Stream final : public zelmor::InteropHost<PyHost_ph_Stream, StreamDelegates> {
+class PyHost_ph_Stream final : public zelmor::CollectionHost<PyHost_ph_Stream, StreamDelegates> {
  public:
     static constexpr const char* kManagedClass = "Zelmor.WrpGen.Interop.SiApiStream";
     static constexpr auto kMethods = std::to_array<const char*>(
@@ -320,5 +301,4 @@ class PyHost_ph_Stream final : public zelmor::InteropHost<PyHost_ph_Stream, Stre
         return m_delegates.set_length(handle, use_current_position, size);
     }
     void write(void* handle, void* buffer, int count) const { m_delegates.write(handle, buffer, count); }
-    const zelmor::ClassCasts& casts() const { return m_delegates.casts; }
 };

@@ -26,4 +26,17 @@ extern PyMethodDef arrlist_methods[];
 extern PyMethodDef colbase_methods[];
 extern PyMethodDef rocolbase_methods[];
 
+// `CollectionBase` has the slots of "ilist", `ReadOnlyCollectionBase` those of "icol".
+extern PySequenceMethods icol_sequence;
+extern PySequenceMethods ilist_sequence;
+extern PySequenceMethods array_sequence;
+extern PySequenceMethods arrlist_sequence;
+extern PyMappingMethods ilist_mapping;
+extern PyMappingMethods array_mapping;
+extern PyMappingMethods arrlist_mapping;
+extern PyGetSetDef icol_getset[];
+extern PyGetSetDef ilist_getset[];
+extern PyGetSetDef array_getset[];
+extern PyGetSetDef arrlist_getset[];
+
 }  // namespace zelmor

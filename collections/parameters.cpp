@@ -5,6 +5,8 @@
 // object is never taken for a Python collection, even if it behaves like one.
 #include "collections/cast_members.h"
 #include "collections/interop.h"
+#include "collections/parameter_steps.h"
+#include "collections/sequence_support.h"
 #include "exchange/wire/tags.h"
 #include "pyshell/markers.h"
 
@@ -15,27 +17,11 @@ namespace {
 using Shape = int (*)(PyObject* object);  // a tag of HandleTag, or kNoShape
 constexpr int kNoShape = -1;
 
-bool has_sequence_length(PyTypeObject* type) {
-    return type->tp_as_sequence != nullptr && type->tp_as_sequence->sq_length != nullptr;
-}
-
-bool has_mapping_length(PyTypeObject* type) {
-    return type->tp_as_mapping != nullptr && type->tp_as_mapping->mp_length != nullptr;
-}
-
-bool PyShlObject_HasLength(PyObject* object) {
-    return has_sequence_length(Py_TYPE(object)) || has_mapping_length(Py_TYPE(object));
-}
-
-bool PyShlObject_HasIter(PyObject* object) {
-    return Py_TYPE(object)->tp_iter != nullptr || PySequence_Check(object);
-}
-
 int list_or_sequence(PyObject* object) {
     if (PyList_Check(object)) {
         return kHandlePyObject;
     }
-    return PySequence_Check(object) && has_sequence_length(Py_TYPE(object)) ? kHandlePySequence : kNoShape;
+    return zelmor::is_sized_sequence(object) ? kHandlePySequence : kNoShape;
 }
 
 int sized_iterable(PyObject* object) {
@@ -63,26 +49,12 @@ int convert_shape(PyObject* object, VariantArg* out, const char* what, Shape sha
     return tag == kNoShape ? zelmor::refuse_value(what, object) : pass(out, tag, object);
 }
 
-// Of a class: the wrapper type and its subtypes pass as they are, any other class wrapper if the managed side agrees.
 template <class Kind>
 int convert_class(PyObject* object, VariantArg* out, const char* what) {
-    if (object == Py_None) {
-        return pass(out, kHandleObject, nullptr);
-    }
-    if (PyObject_TypeCheck(object, Kind::type)) {
-        return pass(out, kHandleObject, handle_of(object));
-    }
-    void* handle = nullptr;
-    if (!fn_conv_py_obj_to_clr_refobj_not_null_handle(object, &handle)) {
-        return convert_shape(object, out, what, list_or_sequence);
-    }
-    if (Kind::guard() != 0) {
-        return 0;
-    }
-    if (!Kind::Host::get_instance().casts().is_assignable(handle)) {
-        return zelmor::refuse_value(what, object);
-    }
-    return pass(out, kHandleObject, handle);
+    return zelmor::convert_class_parameter(object, out,
+                                           {what, Kind::type, Kind::guard, [](void* handle) {
+                                                return Kind::Host::get_instance().casts().is_assignable(handle);
+                                            }});
 }
 
 // Of an interface: the exact wrapper type and whatever is marked to implement it pass as they are, any other wrapper,
@@ -114,6 +86,31 @@ int convert_interface(PyObject* object, VariantArg* out, const char* what, Shape
 }
 
 }  // namespace
+
+namespace zelmor {
+
+// The wrapper type and its subtypes pass as they are, any other class wrapper if the managed side agrees.
+int convert_class_parameter(PyObject* object, VariantArg* out, const ClassParameter& parameter) {
+    if (object == Py_None) {
+        return pass(out, kHandleObject, nullptr);
+    }
+    if (parameter.type != nullptr && PyObject_TypeCheck(object, parameter.type)) {
+        return pass(out, kHandleObject, handle_of(object));
+    }
+    void* handle = nullptr;
+    if (!fn_conv_py_obj_to_clr_refobj_not_null_handle(object, &handle)) {
+        return convert_shape(object, out, parameter.what, list_or_sequence);
+    }
+    if (parameter.guard() != 0) {
+        return 0;
+    }
+    if (!parameter.is_assignable(handle)) {
+        return refuse_value(parameter.what, object);
+    }
+    return pass(out, kHandleObject, handle);
+}
+
+}  // namespace zelmor
 
 int wrpPye_conv_py_to_clr_array(PyObject* object, VariantArg* out) {
     return convert_class<zelmor::ArrayKind>(object, out, "Array");

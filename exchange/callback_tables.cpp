@@ -1,10 +1,5 @@
 // The callback tables, filled at compile time in the order that the managed side indexes them by.
-#include <algorithm>
-#include <iterator>
-#include <string_view>
-
 #include "exchange/callbacks.h"
-#include "exchange/pending_callbacks.h"
 
 const PyObjApiCallbacks m_py_obj_api_callbacks = {
     fn_get_py_none,
@@ -79,31 +74,6 @@ const PyStaticCallbacks m_all_py_wrapper_callbacks = {
     &m_py_ucol_callbacks, &m_py_olist_callbacks, &m_py_oseq_callbacks,   &m_py_rawio_callbacks,
 };
 
-#define ZELMOR_ELEMENT_NAME(element) #element,
-static constexpr const char* kTabledElements[] = {ZELMOR_PENDING_ELEMENTS(ZELMOR_ELEMENT_NAME)};
-#undef ZELMOR_ELEMENT_NAME
-static_assert(std::equal(std::begin(kTabledElements), std::end(kTabledElements), std::begin(kGenericElements),
-                         std::end(kGenericElements),
-                         [](std::string_view left, std::string_view right) { return left == right; }));
-
-// Typed access: one table of one slot for each element identifier, lists first.
-#define ZELMOR_DEFINE_TABLES(element)                                                                         \
-    static int (*const m_pygn_pylist_##element##_callbacks[])(PyObject*, int,                                 \
-                                                              void*) = {fn_clbk_pylist_##element##_get_item}; \
-    static int (*const m_pygn_pyseq_##element##_callbacks[])(PyObject*, int, PyObject**,                      \
-                                                             void*) = {fn_clbk_pyseq_##element##_get_item};
-ZELMOR_PENDING_ELEMENTS(ZELMOR_DEFINE_TABLES)
-#undef ZELMOR_DEFINE_TABLES
-
-#define ZELMOR_LIST_TABLE(element) &m_pygn_pylist_##element##_callbacks,
-#define ZELMOR_SEQUENCE_TABLE(element) &m_pygn_pyseq_##element##_callbacks,
-const void* const m_all_py_generic_callbacks[kGenericCallbackCount] = {
-    ZELMOR_PENDING_ELEMENTS(ZELMOR_LIST_TABLE)      //
-    ZELMOR_PENDING_ELEMENTS(ZELMOR_SEQUENCE_TABLE)  //
-};
-#undef ZELMOR_LIST_TABLE
-#undef ZELMOR_SEQUENCE_TABLE
-
 // The managed side takes untyped, writable pointers and only reads through them.
 void** get_py_obj_api_callbacks() {
     return reinterpret_cast<void**>(const_cast<PyObjApiCallbacks*>(&m_py_obj_api_callbacks));
@@ -114,5 +84,5 @@ void*** get_all_py_wrapper_callbacks() {
 }
 
 void*** get_all_pygn_generic_callbacks() {
-    return reinterpret_cast<void***>(const_cast<void**>(m_all_py_generic_callbacks));
+    return reinterpret_cast<void***>(const_cast<PyGenericCallbacks*>(&m_all_py_generic_callbacks));
 }

@@ -103,10 +103,16 @@ int fn_clbk_rawio_seekable(PyObject* file);
 long fn_clbk_rawio_tell(PyObject* file);
 long fn_clbk_rawio_length(PyObject* file);
 
-// The tables, and the form in which ExchangeHost hands them over.
+// Tables of one slot each: typed list access in the order of kGenericElements, then typed sequence access.
+struct PyGenericCallbacks {
+    const void* tables[kGenericCallbackCount];
+};
+
+// The tables, and the form in which ExchangeHost hands them over. The generic ones come with the typed collections of
+// a module, or from collections/no_typed_collections.cpp.
 extern const PyObjApiCallbacks m_py_obj_api_callbacks;
 extern const PyStaticCallbacks m_all_py_wrapper_callbacks;
-extern const void* const m_all_py_generic_callbacks[kGenericCallbackCount];
+extern const PyGenericCallbacks m_all_py_generic_callbacks;
 
 void** get_py_obj_api_callbacks();
 void*** get_all_py_wrapper_callbacks();

@@ -2,6 +2,7 @@
 #include <span>
 
 #include "collections/interop.h"
+#include "collections/typed_types.h"
 #include "pyshell/modules.h"
 #include "pyshell/py_ref.h"
 
@@ -78,8 +79,24 @@ PyObject* wrpPye_mlit_FFFFFFFF_interop_wrappers() {
     return module.release();
 }
 
+// All types are readied before any is marked, since the markers name other types of the module.
 PyObject* wrpPygn_mlit_FFFFFFFF_generic_wrappers() {
-    return zelmor::create_module(&wrpPygn_mlds_FFFFFFFF_generic);
+    PyRef module = PyRef::steal(zelmor::create_module(&wrpPygn_mlds_FFFFFFFF_generic));
+    if (!module) {
+        return nullptr;
+    }
+    for (const zelmor::TypedType& entry : zelmor::typed_types()) {
+        if (zelmor::ready_type(entry.type) < 0) {
+            return nullptr;
+        }
+    }
+    for (const zelmor::TypedType& entry : zelmor::typed_types()) {
+        if (zelmor::mark_wrapper_type(entry.type, zelmor::WrapperKind::kClass, entry.interfaces) < 0 ||
+            zelmor::add_ready_type(module.get(), entry.name, entry.type) < 0) {
+            return nullptr;
+        }
+    }
+    return module.release();
 }
 
 PyObject* wrpPye_mlit_FFFFFFFF_common_wrappers(PyObject* root) {

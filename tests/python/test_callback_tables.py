@@ -19,14 +19,6 @@ from support.records import PyBytesArg, PyStringArg, VariantArg
 from zelmor.imaging import Point
 from zelmor.imaging.imageoptions import DxfOptions
 
-ELEMENTS = """
-6DB53617 4161C915 AD9D9BA5 C63CF845 0D581152 793CE1A2 A29B253A 5A6B40F1 0230D20F 5924F2FC A139325E A57BD1E8 0938A206
-75054454 9BE3A030 2F797332 DD9A8D00 11A60AB4 2B0546B4 B67D0F40 F421E052 62797633 578FF222 590CE12F 51D6BEAB 5A71E0F9
-AD4C5CC9 32726122 6228A3B1 B748930C C89B66BC B3841592 3814BE29 4B725488 79C35D44 70438DFB 35D0AC00 D065E58A 8E76FE13
-8626AC59 6569C051 5BCD4B3E 436B9FB4 8A028265 1BA766B5 A2718E40 A4A29720 DAF680C1 E7C32114 F372CE9B CF33F510 FCB07591
-F25B175D CBE911FC 57AC8DC4 110A8374 72D20219
-""".split()
-
 #: What a test gathers.
 Kept = list[Any]
 
@@ -43,22 +35,6 @@ def taken(address: int | None) -> Any:
     value = ctypes.cast(address, py_object).value
     ctypes.pythonapi.Py_DecRef(py_object(value))
     return value
-
-
-@pytest.mark.parametrize("slot", range(57), ids=ELEMENTS)
-def test_a_pending_element_reader_says_so(control: Control, slot: int) -> None:
-    out = ctypes.create_string_buffer(16)
-    owner = Reference()
-    from_list = control.generic_callback(slot, ctypes.PYFUNCTYPE(c_int, py_object, c_int, c_void_p))
-    with pytest.raises(NotImplementedError) as raised:
-        from_list([1], 0, out)
-    assert str(raised.value) == (f"the callback fn_clbk_pylist_{ELEMENTS[slot]}_get_item is not available in this "
-                                 "version")
-    sequence = ctypes.PYFUNCTYPE(c_int, py_object, c_int, POINTER(Reference), c_void_p)
-    with pytest.raises(NotImplementedError) as raised:
-        control.generic_callback(slot + 57, sequence)((1,), 0, byref(owner), out)
-    assert str(raised.value) == (f"the callback fn_clbk_pyseq_{ELEMENTS[slot]}_get_item is not available in this "
-                                 "version")
 
 
 # References

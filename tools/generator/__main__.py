@@ -2,6 +2,9 @@
 
     module CATALOGUE OUT       write the sources of one assembly's wrappers, and the list of them
     runtime OUT CATALOGUE...   write the tables of the embedded runtime for all assemblies
+    stubs OUT HANDWRITTEN CATALOGUE...
+                               write the stub package for all assemblies; types that no catalogue has stand in the
+                               directory HANDWRITTEN
     identifiers CATALOGUE      add the rows that identifiers.tab lacks
 """
 
@@ -17,10 +20,12 @@ from .collections import read_collections
 from .errors import CatalogueError
 from .identifiers import Identifiers
 from .model import Model
+from .writers.collections import write_collections
 from .writers.enumeration import write_enumeration
 from .writers.header import write_header
 from .writers.module_tree import write_module_tree
 from .writers.runtime_tables import Tables
+from .writers.stubs import write_stubs
 from .writers.text import write_if_changed
 from .writers.wrapper import write_wrapper
 
@@ -42,6 +47,7 @@ def write_module(catalogue: Path, out: Path) -> Model:
     for entry in model.types:
         writer = write_enumeration if entry.is_enum else write_wrapper
         files[out / f"{entry.full_name}.cpp"] = writer(entry, product)
+    files.update({out / name: lines for name, lines in write_collections(model, product).items()})
     for path, lines in files.items():
         write_if_changed(path, lines)
     sources = sorted(str(path) for path in files if path.suffix == ".cpp")
@@ -63,6 +69,10 @@ def main(arguments: list[str]) -> int:
     runtime = commands.add_parser("runtime")
     runtime.add_argument("out", type=Path)
     runtime.add_argument("catalogues", type=Path, nargs="+")
+    stubs = commands.add_parser("stubs")
+    stubs.add_argument("out", type=Path)
+    stubs.add_argument("handwritten", type=Path)
+    stubs.add_argument("catalogues", type=Path, nargs="+")
     identifiers = commands.add_parser("identifiers")
     identifiers.add_argument("catalogue", type=Path)
     options = parser.parse_args(arguments)
@@ -71,6 +81,9 @@ def main(arguments: list[str]) -> int:
             print(report(write_module(options.catalogue, options.out)))
         elif options.command == "runtime":
             write_if_changed(options.out, Tables([load(path) for path in options.catalogues]).write())
+        elif options.command == "stubs":
+            models = [load(path) for path in options.catalogues]
+            print(f"stubs: {write_stubs(models, options.out, options.handwritten)} files")
         else:
             table = Identifiers.read(options.catalogue / "identifiers.tab")
             types = read_catalogue(options.catalogue).types

@@ -63,7 +63,7 @@ void hands_over_the_callbacks_themselves() {
     CHILD_CHECK(received("SetPyBytesBuilderCallback", fn_conv_clr_bytes_to_py_bytes));
     CHILD_CHECK(runtime.received["SetPyObjApiCallbacks"] == &m_py_obj_api_callbacks);
     CHILD_CHECK(runtime.received["SetPyStaticCallbacks"] == &m_all_py_wrapper_callbacks);
-    CHILD_CHECK(runtime.received["SetPyGenericCallbacks"] == m_all_py_generic_callbacks);
+    CHILD_CHECK(runtime.received["SetPyGenericCallbacks"] == &m_all_py_generic_callbacks);
 }
 
 TEST_F(StartUp, HandsOverTheCallbacksThemselves) {

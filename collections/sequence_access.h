@@ -1,0 +1,56 @@
+// What the collection algorithms need to know of one collection type: its calls to the managed side with the elements
+// already converted, and the few points in which the kinds differ.
+//
+// The algorithms (sequence.h) are ordinary functions over this table, so that the many typed collections share them;
+// only the calls in it depend on the element. Calls that take a Python value convert it first and answer as if the
+// managed side had failed when it does not convert.
+#pragma once
+
+#include "exchange/wire/records.h"
+#include "pyshell/python.h"
+
+namespace zelmor {
+
+// The result codes of element access.
+enum AccessStatus : int { kDelivered = 0, kAccessFailed = 1, kOutOfRange = 2 };
+// `pop` has a code of its own for a list without elements.
+constexpr int kPopEmpty = 1;
+// A bulk operation was done by the managed side; any other answer leaves it to the caller.
+constexpr int kBulkDone = 1;
+
+struct SequenceAccess {
+    int (*length)(void* handle);
+
+    // Elements by index. Null in a kind that has no indexed read: it is walked by its iterator.
+    int (*get_item)(void* handle, int index, PyObject** out);
+    PyObject* (*get_item_unchecked)(void* handle, int index);
+    int (*set_item)(void* handle, int index, PyObject* value);
+    bool (*set_item_unchecked)(void* handle, int index, PyObject* value);
+    int (*set_run)(void* handle, const VariantArg* source, int start, int count, int step);
+    void (*reverse)(void* handle);
+    void (*sort)(void* handle, int descending);
+    bool (*index_by)(void* handle, PyObject* args, int* out);
+
+    bool (*contains)(void* handle, PyObject* value, int* out);
+    bool (*count_of)(void* handle, PyObject* value, int* out);
+
+    // Change of length. Null in a kind of fixed size, whose elements cannot be deleted.
+    bool (*add)(void* handle, PyObject* value);
+    bool (*insert)(void* handle, PyObject* args);
+    bool (*remove)(void* handle, PyObject* value, int* found);
+    int (*remove_at)(void* handle, int index);
+    int (*pop)(void* handle, int has_index, int index, PyObject** out);
+    void (*clear)(void* handle);
+    int (*inplace_concat)(void* handle, const VariantArg* source);
+    void (*inplace_repeat)(void* handle, int count);
+    void (*remove_run)(void* handle, int start, int count, int step);
+
+    // Null where room cannot be made in advance.
+    void (*ensure_capacity)(void* handle, int count);
+
+    // A deleted run of neighbours is named by its lowest index. The other kinds name the highest one, where the
+    // managed side begins to walk downward.
+    bool neighbours_from_lowest;
+};
+
+}  // namespace zelmor

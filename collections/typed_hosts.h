@@ -1,0 +1,233 @@
+// The type hosts behind the closed generic collections, as templates over the element's policy.
+//
+// A host of one element type derives from its kind and adds the name of its managed class. Names and binding order are
+// the managed classes' own; the enumerable host of an element binds casts only where it has a Python type.
+#pragma once
+
+#include <array>
+
+#include "collections/host_calls.h"
+
+namespace zelmor {
+
+// The casts of a typed array or list.
+struct TypedClassCasts {
+    int (*type_of)(void**);
+    int (*cast_to)(const VariantArg*, void**);
+    int (*reinterpret_obj)(void*, void**);
+    int (*cast_as)(void*, void**);
+    int (*is_assignable)(void*);
+};
+
+// The casts of a typed interface.
+struct TypedInterfaceCasts {
+    int (*type_of)(void**);
+    int (*cast_to)(const VariantArg*, void**);
+    int (*cast_as)(const VariantArg*, void**);
+    int (*is_assignable)(const VariantArg*);
+};
+
+template <class Element>
+struct TypedArrayDelegates {
+    ArrayCalls<Element> calls;
+    TypedClassCasts casts;
+};
+
+// clang-format off
+inline constexpr auto kTypedArrayMethods = std::to_array<const char*>({
+    "SqLength", "SqContains", "SqGetItem", "SqGetItemNoCheck", "SqSetItem", "SqSetItemNoChek", "MpSetItems", "Reverse",
+    "Sort", "IndexBy", "CountOf", "btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs", "btp_IsAssignable"});
+
+inline constexpr auto kTypedListMethods = std::to_array<const char*>({
+    "SqLength", "Add", "Remove", "Clear", "SqContains", "SqGetItem", "SqGetItemNoCheck", "SqSetItem", "SqSetItemNoChek",
+    "Insert", "RemoveAt", "Pop", "SqInplaceConcat", "SqInplaceRepeat", "MpSetItems", "MpRemoveItems", "Reverse", "Sort",
+    "IndexBy", "CountOf", "EnsureCapacity", "btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs",
+    "btp_IsAssignable"});
+
+inline constexpr auto kTypedIListMethods = std::to_array<const char*>({
+    "SqGetItem", "SqGetItemNoCheck", "SqSetItem", "SqSetItemNoChek", "Insert", "RemoveAt", "Pop", "SqInplaceConcat",
+    "SqInplaceRepeat", "MpSetItems", "MpRemoveItems", "Reverse", "Sort", "IndexBy", "CountOf", "btp_TypeOf",
+    "btp_CastTo", "btp_CastAs", "btp_IsAssignable"});
+
+inline constexpr auto kTypedIColMethods = std::to_array<const char*>({
+    "SqLength", "Add", "Remove", "Clear", "SqInplaceConcat", "SqInplaceRepeat", "SqContains", "CountOf"});
+
+inline constexpr auto kTypedIterMethods = std::to_array<const char*>({
+    "MoveNext", "btp_TypeOf", "btp_CastTo", "btp_CastAs", "btp_IsAssignable"});
+
+inline constexpr auto kTypedIterableMethods = std::to_array<const char*>({"GetEnumerator"});
+
+inline constexpr auto kShownIterableMethods = std::to_array<const char*>({
+    "GetEnumerator", "btp_TypeOf", "btp_CastTo", "btp_CastAs", "btp_IsAssignable"});
+
+inline constexpr auto kArgumentMethods = std::to_array<const char*>({"btp_IsAssignable"});
+// clang-format on
+
+template <class Host, class Element>
+class TypedArrayHost : public ArrayHost<Host, TypedArrayDelegates<Element>, Element> {
+ public:
+    static constexpr const auto& kMethods = kTypedArrayMethods;
+};
+
+template <class Element>
+struct TypedListDelegates {
+    ArrListCalls<Element> calls;
+    TypedClassCasts casts;
+};
+
+template <class Host, class Element>
+class TypedListHost : public ArrListHost<Host, TypedListDelegates<Element>, Element> {
+ public:
+    static constexpr const auto& kMethods = kTypedListMethods;
+};
+
+template <class Element>
+struct TypedIListDelegates {
+    using Arg = typename Element::Arg;
+    using Out = typename Element::Out;
+    int (*sq_item)(void*, int, Out*);
+    typename UncheckedRead<Element>::Delegate sq_item_nocheck;
+    int (*sq_ssitem)(void*, int, Arg);
+    void (*sq_ssitem_nocheck)(void*, int, Arg);
+    void (*insert)(void*, int, Arg);
+    int (*remove_at)(void*, int);
+    int (*pop)(void*, int has_index, int index, Out*);
+    int (*sq_inplace_concat)(void*, const VariantArg*);
+    void (*sq_inplace_repeat)(void*, int);
+    int (*mp_subscript)(void*, const VariantArg*, int start, int count, int step);
+    void (*mp_remove)(void*, int start, int count, int step);
+    void (*reverse)(void*);
+    void (*sort)(void*, int reverse);
+    int (*index_by)(void*, int has_start, int start, int has_stop, int stop, Arg);
+    int (*count_of)(void*, Arg);
+    TypedInterfaceCasts casts;
+};
+
+template <class Host, class Element>
+class TypedIListHost : public CollectionHost<Host, TypedIListDelegates<Element>> {
+ public:
+    using Arg = typename Element::Arg;
+    using Out = typename Element::Out;
+    static constexpr const auto& kMethods = kTypedIListMethods;
+
+    int sq_item(void* handle, int index, Out* out) const { return this->m_delegates.sq_item(handle, index, out); }
+    Out sq_item_nocheck(void* handle, int index) const {
+        return UncheckedRead<Element>::call(this->m_delegates.sq_item_nocheck, handle, index);
+    }
+    int sq_ssitem(void* handle, int index, Arg value) const {
+        return this->m_delegates.sq_ssitem(handle, index, value);
+    }
+    void sq_ssitem_nocheck(void* handle, int index, Arg value) const {
+        this->m_delegates.sq_ssitem_nocheck(handle, index, value);
+    }
+    void insert(void* handle, int index, Arg value) const { this->m_delegates.insert(handle, index, value); }
+    int remove_at(void* handle, int index) const { return this->m_delegates.remove_at(handle, index); }
+    int pop(void* handle, int has_index, int index, Out* out) const {
+        return this->m_delegates.pop(handle, has_index, index, out);
+    }
+    int sq_inplace_concat(void* handle, const VariantArg* source) const {
+        return this->m_delegates.sq_inplace_concat(handle, source);
+    }
+    void sq_inplace_repeat(void* handle, int count) const { this->m_delegates.sq_inplace_repeat(handle, count); }
+    int mp_subscript(void* handle, const VariantArg* source, int start, int count, int step) const {
+        return this->m_delegates.mp_subscript(handle, source, start, count, step);
+    }
+    void mp_remove(void* handle, int start, int count, int step) const {
+        this->m_delegates.mp_remove(handle, start, count, step);
+    }
+    void reverse(void* handle) const { this->m_delegates.reverse(handle); }
+    void sort(void* handle, int reverse) const { this->m_delegates.sort(handle, reverse); }
+    int index_by(void* handle, int has_start, int start, int has_stop, int stop, Arg value) const {
+        return this->m_delegates.index_by(handle, has_start, start, has_stop, stop, value);
+    }
+    int count_of(void* handle, Arg value) const { return this->m_delegates.count_of(handle, value); }
+};
+
+template <class Element>
+struct TypedIColDelegates {
+    using Arg = typename Element::Arg;
+    int (*sq_length)(void*);
+    void (*add)(void*, Arg);
+    int (*remove)(void*, Arg);
+    void (*clear)(void*);
+    int (*sq_inplace_concat)(void*, const VariantArg*);
+    void (*sq_inplace_repeat)(void*, int);
+    int (*sq_contains)(void*, Arg);
+    int (*count_of)(void*, Arg);
+};
+
+// The bulk operations and the count are bound with the others; a list uses those of its list host.
+template <class Host, class Element>
+class TypedIColHost : public CollectionHost<Host, TypedIColDelegates<Element>> {
+ public:
+    using Arg = typename Element::Arg;
+    static constexpr const auto& kMethods = kTypedIColMethods;
+
+    int sq_length(void* handle) const { return this->m_delegates.sq_length(handle); }
+    void add(void* handle, Arg value) const { this->m_delegates.add(handle, value); }
+    int remove(void* handle, Arg value) const { return this->m_delegates.remove(handle, value); }
+    void clear(void* handle) const { this->m_delegates.clear(handle); }
+    int sq_inplace_concat(void* handle, const VariantArg* source) const {
+        return this->m_delegates.sq_inplace_concat(handle, source);
+    }
+    void sq_inplace_repeat(void* handle, int count) const { this->m_delegates.sq_inplace_repeat(handle, count); }
+    int sq_contains(void* handle, Arg value) const { return this->m_delegates.sq_contains(handle, value); }
+    int count_of(void* handle, Arg value) const { return this->m_delegates.count_of(handle, value); }
+};
+
+template <class Element>
+struct TypedIterDelegates {
+    int (*move_next)(void*, typename Element::Out*);
+    TypedInterfaceCasts casts;
+};
+
+template <class Host, class Element>
+class TypedIterHost : public CollectionHost<Host, TypedIterDelegates<Element>> {
+ public:
+    static constexpr const auto& kMethods = kTypedIterMethods;
+    int move_next(void* handle, typename Element::Out* out) const { return this->m_delegates.move_next(handle, out); }
+};
+
+struct TypedIterableDelegates {
+    int (*get_enumerator)(void*, PyObjectOutArg*);
+};
+
+template <class Host>
+class TypedIterableHost : public CollectionHost<Host, TypedIterableDelegates> {
+ public:
+    static constexpr const auto& kMethods = kTypedIterableMethods;
+    int get_enumerator(void* handle, PyObjectOutArg* out) const {
+        return this->m_delegates.get_enumerator(handle, out);
+    }
+};
+
+struct ShownIterableDelegates {
+    int (*get_enumerator)(void*, PyObjectOutArg*);
+    TypedInterfaceCasts casts;
+};
+
+template <class Host>
+class ShownIterableHost : public CollectionHost<Host, ShownIterableDelegates> {
+ public:
+    static constexpr const auto& kMethods = kShownIterableMethods;
+    int get_enumerator(void* handle, PyObjectOutArg* out) const {
+        return this->m_delegates.get_enumerator(handle, out);
+    }
+};
+
+struct ArgumentCasts {
+    int (*is_assignable)(void*);
+};
+
+struct ArgumentDelegates {
+    ArgumentCasts casts;
+};
+
+// Of an array that managed code only takes: there is no Python type of it, and nothing but its test is asked for.
+template <class Host>
+class ArgumentHost : public CollectionHost<Host, ArgumentDelegates> {
+ public:
+    static constexpr const auto& kMethods = kArgumentMethods;
+};
+
+}  // namespace zelmor

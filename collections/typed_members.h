@@ -1,0 +1,51 @@
+// Everything that the generated instances of the typed collections are made of.
+#pragma once
+
+#include "collections/access_calls.h"
+#include "collections/interop.h"
+#include "collections/interop_operations.h"
+#include "collections/kinds.h"
+#include "collections/parameter_steps.h"
+#include "collections/sequence.h"
+#include "collections/typed_callbacks.h"
+#include "collections/typed_casts.h"
+#include "collections/typed_hosts.h"
+#include "collections/typed_types.h"
+#include "pyshell/casts.h"
+
+namespace zelmor {
+
+// A host's casts, as the tables of the cast family ask for them.
+template <class Host>
+const auto& casts_of() {
+    return Host::get_instance().casts();
+}
+
+template <class Host>
+int assignable_to(void* handle) {
+    return Host::get_instance().casts().is_assignable(handle);
+}
+
+template <class Host>
+int enumerator_of(void* handle, PyObjectOutArg* out) {
+    return Host::get_instance().get_enumerator(handle, out);
+}
+
+template <class Host>
+PyHostState typed_host_state(std::initializer_list<ValidityProbe> referenced) {
+    const Host& host = Host::get_instance();
+    return aggregate_host_state(host.is_not_valid(), host.error_msg(), referenced);
+}
+
+// `next(it)` of a typed enumerator.
+template <class Host, class Element>
+PyObject* next_element(PyObject* self) {
+    typename Element::Out element{};
+    const int status = Host::get_instance().move_next(handle_of(self), &element);
+    if (status != kDelivered || PyErr_Occurred()) {
+        return sequence_no_next(status);
+    }
+    return Element::show(element);
+}
+
+}  // namespace zelmor

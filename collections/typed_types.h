@@ -1,0 +1,19 @@
+// The typed collections of a module: what its "_generic" module is built from.
+#pragma once
+
+#include <span>
+
+#include "pyshell/python.h"
+
+namespace zelmor {
+
+struct TypedType {
+    PyTypeObject* type;
+    const char* name;
+    std::span<PyTypeObject* const> interfaces;  // what it also counts as, both as an argument and as a result
+};
+
+// In the order in which they are added. Generated where the catalogue has typed collections; empty elsewhere.
+std::span<const TypedType> typed_types();
+
+}  // namespace zelmor
