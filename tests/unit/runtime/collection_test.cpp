@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <limits>
+
 #include "fake_python.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/values.h"
@@ -205,6 +208,202 @@ TEST_F(CollectionTest, AManagedArrayIsUsedAsItIs) {
     Owned size(make_struct_handle(SizeValue{}));
     const VariantArg wrong = size.struct_arg();
     EXPECT_THROW(read_array<int32_t>(&wrong, "pixels"), ManagedException);
+}
+
+TEST_F(CollectionTest, APythonListIsWorkedOnInPlace) {
+    PyObject* list = test::new_list({test::new_int(1), test::new_int(2)});
+    const VariantArg arg{2, list};
+    {
+        const auto proxy = read_collection(&arg, CollectionShape::kIList, variant_element());
+        auto& items = cast_object<ManagedList>(*proxy);
+        EXPECT_EQ(list->count, 2);
+        items.append(int64_t{3});
+        items.insert(0, int64_t{0});
+        items.set(1, int64_t{10});
+        EXPECT_EQ(items.size(), 4u);
+        EXPECT_EQ(std::get<int64_t>(items.get(1)), 10);
+        EXPECT_EQ(items.find(int64_t{3}, 0, items.size()), 3);
+        EXPECT_EQ(items.find(int64_t{3}, 0, 2), -1);
+        EXPECT_TRUE(items.contains(int64_t{2}));
+        EXPECT_TRUE(items.remove(int64_t{2}));
+        EXPECT_FALSE(items.remove(int64_t{2}));
+        items.reverse();
+        EXPECT_EQ(std::get<int64_t>(items.get(0)), 3);
+        items.sort(false);
+        EXPECT_EQ(std::get<int64_t>(items.get(2)), 10);
+        items.erase(0, 1);
+        items.erase(0, items.size());
+        EXPECT_EQ(items.size(), 0u);
+        PyObject* shown = write_value(Value(proxy));
+        EXPECT_EQ(shown, list);
+        test::release(shown);
+        PyCollectionArg out{};
+        write_collection(Value(proxy), &out);
+        EXPECT_EQ(out.kind, kCollectionPyObject);
+        EXPECT_EQ(out.value, list);
+    }
+    EXPECT_EQ(list->count, 1);
+    test::release(list);
+}
+
+TEST_F(CollectionTest, WhatFailsInPythonIsAManagedException) {
+    PyObject* object = test::new_list({test::new_int(1)});
+    for (const int tag : {2, 3}) {
+        const VariantArg arg{tag, object};
+        const auto proxy = read_collection(&arg, CollectionShape::kIList, variant_element());
+        auto& items = cast_object<ManagedList>(*proxy);
+        const auto raised_by = [](auto&& action) -> std::string {
+            test::fail_next_callback("broken");
+            try {
+                action();
+            } catch (const ManagedException& e) {
+                EXPECT_NE(e.detail().find("broken"), std::string::npos) << e.detail();
+                return e.name();
+            }
+            return "nothing";
+        };
+        EXPECT_EQ(raised_by([&] { (void)items.size(); }), "PythonException");
+        EXPECT_EQ(raised_by([&] { (void)items.get(0); }), "PythonException");
+        EXPECT_EQ(raised_by([&] { (void)items.contains(int64_t{1}); }), "PythonException");
+        EXPECT_EQ(raised_by([&] { (void)items.enumerator(); }), "PythonException");
+        const auto walk = items.enumerator();
+        EXPECT_EQ(raised_by([&] {
+                      Value element;
+                      walk->move_next(element);
+                  }),
+                  "PythonException");
+        if (tag == 3) {
+            EXPECT_THROW(items.set(0, int64_t{2}), ManagedException);
+            EXPECT_THROW(items.append(int64_t{2}), ManagedException);
+            continue;
+        }
+        // The store that fails takes two references; nothing may be left over or missing afterwards.
+        EXPECT_EQ(raised_by([&] { items.set(0, int64_t{2}); }), "ArgumentOutOfRangeException");
+        EXPECT_EQ(raised_by([&] { items.erase(0, 1); }), "PythonException");
+    }
+    test::release(object);
+}
+
+TEST_F(CollectionTest, IteratorsAreWalkedOnce) {
+    PyObject* iterable = test::new_list({test::new_int(1), test::new_text(u"x")});
+    for (const auto shape : {CollectionShape::kIEnumerable, CollectionShape::kICollection}) {
+        const VariantArg arg{2, iterable};
+        const auto proxy = read_collection(&arg, shape, variant_element());
+        const auto walk = cast_object<ManagedEnumerable>(*proxy).enumerator();
+        Value element;
+        EXPECT_TRUE(walk->move_next(element));
+        EXPECT_EQ(std::get<int64_t>(element), 1);
+        EXPECT_TRUE(walk->move_next(element));
+        EXPECT_EQ(std::get<std::u16string>(element), u"x");
+        EXPECT_FALSE(walk->move_next(element));
+        walk->dispose();
+        EXPECT_THROW(walk->move_next(element), ManagedException);
+    }
+    test::release(iterable);
+}
+
+TEST_F(CollectionTest, ElementsOfTheWrongKindAreRefused) {
+    PyObject* list = test::new_list({test::new_int(1), test::new_text(u"x")});
+    for (const int tag : {2, 3}) {
+        const VariantArg arg{tag, list};
+        try {
+            read_list(&arg, element_of(Wire::kInt32, "System.Int32"));
+            ADD_FAILURE();
+        } catch (const ManagedException& e) {
+            EXPECT_EQ(e.detail(), "Reading element 1 failed in Python: TypeError: an integer is required");
+        }
+    }
+    test::release(list);
+    auto narrow = make_list(ListShape::kList, element_of(Wire::kInt8, "System.SByte"));
+    EXPECT_THROW(narrow->append(int64_t{128}), ManagedException);
+    EXPECT_THROW(narrow->append(std::u16string(u"x")), ManagedException);
+    EXPECT_THROW(narrow->append(1.0), ManagedException);
+    narrow->append(int64_t{-128});
+    EXPECT_EQ(narrow->find(int64_t{-128}, 0, 1), 0);
+    EXPECT_EQ(narrow->find(int64_t{128}, 0, 1), -1);
+}
+
+TEST_F(CollectionTest, ListsInListsAreCopiedAndOneInItselfIsRefused) {
+    PyObject* inner = test::new_list({test::new_int(5)});
+    PyObject* outer = test::new_list({inner});
+    const VariantArg arg{kVariantList, outer};
+    const Value copied = read_variant(&arg);
+    const auto& list = cast_object<ManagedList>(*std::get<Ref<ManagedObject>>(copied));
+    EXPECT_EQ(list.shape(), ListShape::kArrayList);
+    const Value first = list.get(0);
+    EXPECT_EQ(std::get<int64_t>(cast_object<ManagedList>(*std::get<Ref<ManagedObject>>(first)).get(0)), 5);
+    auto& items = std::get<std::vector<PyObject*>>(inner->value);
+    items.push_back(outer);  // without a reference: taken out again below
+    EXPECT_THROW(read_variant(&arg), ManagedException);
+    items.pop_back();
+    test::release(outer);
+}
+
+TEST_F(CollectionTest, AFailedSortLeavesTheOrder) {
+    auto list = make_list(ListShape::kArrayList, variant_element());
+    for (const Value& value : {Value(int64_t{2}), Value(std::u16string(u"x")), Value(int64_t{1})})
+        list->append(value);
+    EXPECT_THROW(list->sort(false), ManagedException);
+    EXPECT_EQ(std::get<int64_t>(list->get(0)), 2);
+    EXPECT_EQ(std::get<std::u16string>(list->get(1)), u"x");
+    auto numbers = make_list(ListShape::kArrayList, variant_element());
+    for (const double value : {2.0, std::numeric_limits<double>::quiet_NaN(), 1.0})
+        numbers->append(value);
+    numbers->sort(true);
+    EXPECT_EQ(std::get<double>(numbers->get(0)), 2.0);
+}
+
+TEST_F(CollectionTest, ArraysMayChangeUnderTheirEnumerators) {
+    const auto array = make_array<int32_t>({1, 2});
+    const auto walk = array->enumerator();
+    Value element;
+    EXPECT_TRUE(walk->move_next(element));
+    array->set(1, int64_t{7});
+    EXPECT_TRUE(walk->move_next(element));
+    EXPECT_EQ(std::get<int64_t>(element), 7);
+    auto list = make_list(ListShape::kList, array->element());
+    list->append(int64_t{1});
+    const auto other = list->enumerator();
+    list->set(0, int64_t{2});  // the same length
+    EXPECT_THROW(other->move_next(element), ManagedException);
+}
+
+TEST_F(CollectionTest, EveryElementMakesAListOfItsZeroes) {
+    for (const ElementType& element : elements()) {
+        const auto list = make_list(ListShape::kArray, element, 2);
+        ASSERT_EQ(list->size(), 2u) << element.id;
+        const Value zero = list->get(0);
+        if (element.wire == Wire::kStruct) {
+            EXPECT_FALSE(is_null(zero)) << element.name;
+        }
+        Owned handle(make_handle(list));
+        char out[32] = {};
+        const std::string type = std::string("Zelmor.WrpGen.Generic.SiApiArray_") + element.id;
+        EXPECT_EQ(service<int>(type.c_str(), "SqGetItem", handle.get(), 1, static_cast<void*>(out)), 0) << type;
+        EXPECT_FALSE(test::raised().has_value()) << type;
+        void* word = nullptr;
+        std::memcpy(&word, out, sizeof word);
+        const Wire wire = element.wire;
+        if (wire == Wire::kString || wire == Wire::kBytes || wire == Wire::kObject) {
+            test::release(static_cast<PyObject*>(word));
+        } else if (wire == Wire::kStruct) {
+            free_handle(word);
+        }
+    }
+}
+
+TEST_F(CollectionTest, DrawingRecordsAreCarriedByteForByte) {
+    constexpr const char* kPoints = "Zelmor.WrpGen.Generic.SiApiArray_2A1D6ECF";
+    Owned array(make_handle(make_list(ListShape::kArray, *find_element("2A1D6ECF"), 2)));
+    const ShlPointFObject point{1.5, -2.5};
+    EXPECT_EQ(service<int>(kPoints, "SqSetItem", array.get(), 1, &point), 0);
+    ShlPointFObject read{};
+    EXPECT_EQ(service<int>(kPoints, "SqGetItem", array.get(), 1, &read), 0);
+    EXPECT_EQ(read.y, -2.5);
+    service<void>(kPoints, "SqGetItemNoCheck", array.get(), 0, &read);
+    EXPECT_EQ(read.x, 0);
+    EXPECT_EQ(service<int>(kPoints, "SqContains", array.get(), &point), 1);
+    EXPECT_EQ(service<int>(kPoints, "IndexBy", array.get(), false, 0, false, 0, &point), 1);
 }
 
 TEST_F(CollectionTest, AResultOfTypeObjectIsAWrapperOfTheCollection) {

@@ -1,6 +1,7 @@
 // The made-up Python.
 #include "fake_python.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -178,21 +179,128 @@ int list_item(PyObject* list, int index, VariantArg* out) {
 int sequence_item(PyObject* list, int index, VariantArg* out) {
     PyObject* item = held<std::vector<PyObject*>>(list)[static_cast<size_t>(index)];
     keep(item);
-    return variant_of(item, out);
+    if (variant_of(item, out) == 0) return 0;
+    drop(item);
+    return -1;
 }
 long list_length(PyObject* list) {
     return fails() ? -1 : static_cast<long>(held<std::vector<PyObject*>>(list).size());
 }
-constexpr PyUcolCallbacks kUcol = {nullptr, list_length, nullptr, nullptr, nullptr, list_length,
-                                   nullptr, nullptr,     nullptr, nullptr, nullptr};
+std::vector<PyObject*>& items_of(PyObject* list) {
+    return std::get<std::vector<PyObject*>>(list->value);
+}
+bool in_range(PyObject* list, int index) {
+    if (index >= 0 && static_cast<size_t>(index) < items_of(list).size()) return true;
+    pending_error = "IndexError: list index out of range";
+    return false;
+}
+bool same(PyObject* a, PyObject* b) {
+    return a == b || a->value == b->value;
+}
+int object_length(PyObject* list) {
+    return static_cast<int>(list_length(list));
+}
+int remove_at(PyObject* list, int index) {
+    if (!in_range(list, index)) return -2;
+    drop(items_of(list)[static_cast<size_t>(index)]);
+    items_of(list).erase(items_of(list).begin() + index);
+    return 0;
+}
+int clear_list(PyObject* list) {
+    if (fails()) return -1;
+    for (PyObject* item : items_of(list))
+        drop(item);
+    items_of(list).clear();
+    return 0;
+}
+// An iterator: a list that its elements are taken from, last one first.
+PyObject* get_enumerator(PyObject* object) {
+    if (fails()) return nullptr;
+    std::vector<PyObject*> turned(items_of(object).rbegin(), items_of(object).rend());
+    for (PyObject* item : turned)
+        keep(item);
+    return new_list(std::move(turned));
+}
+int iter_next(PyObject* iterator, PyObject** owner, VariantArg* out) {
+    if (fails()) return 2;
+    if (items_of(iterator).empty()) return 1;
+    PyObject* element = items_of(iterator).back();
+    items_of(iterator).pop_back();
+    if (variant_of(element, out) != 0) {
+        drop(element);
+        return 2;
+    }
+    *owner = element;
+    return 0;
+}
+constexpr PyUcolCallbacks kUcol = {nullptr,        list_length,   remove_at, clear_list, nullptr, list_length,
+                                   get_enumerator, object_length, nullptr,   nullptr,    nullptr};
+
+// A store that fails takes two references.
+int list_set(PyObject* list, int index, PyObject* value) {
+    if (fails() || !in_range(list, index)) {
+        drop(value);
+        drop(value);
+        return -2;
+    }
+    std::swap(items_of(list)[static_cast<size_t>(index)], value);
+    drop(value);
+    return 0;
+}
+long list_add(PyObject* list, PyObject* value) {
+    if (fails()) {
+        drop(value);
+        return -1;
+    }
+    items_of(list).push_back(value);
+    return static_cast<long>(items_of(list).size());
+}
+int list_insert(PyObject* list, int index, PyObject* value) {
+    items_of(list).insert(items_of(list).begin() + index, value);
+    return 0;
+}
+int index_of(PyObject* list, PyObject* value) {
+    const auto found =
+        std::find_if(items_of(list).begin(), items_of(list).end(), [&](PyObject* item) { return same(item, value); });
+    const bool missing = found == items_of(list).end();
+    const int index = missing ? -1 : static_cast<int>(found - items_of(list).begin());
+    drop(value);
+    return index;
+}
+int list_index_of(PyObject* list, PyObject* value) {
+    if (!fails()) return index_of(list, value);
+    drop(value);
+    return -2;
+}
+int list_contains(PyObject* list, PyObject* value) {
+    if (!fails()) return index_of(list, value) >= 0;
+    drop(value);
+    return -1;
+}
+int list_remove(PyObject* list, PyObject* value) {
+    const int index = index_of(list, value);
+    if (index >= 0) return remove_at(list, index);
+    pending_error = "ValueError: list.remove(x): x not in list";
+    return -1;
+}
+// A comparison that raises counts as found.
+int sequence_contains(PyObject* list, PyObject* value) {
+    const bool raised = fails();
+    return index_of(list, value) >= 0 || raised;
+}
+int sequence_index_of(PyObject* list, PyObject* value) {
+    const bool raised = fails();
+    const int index = index_of(list, value);
+    return raised ? 0 : index;
+}
 
 PyObject* write_list(void* handle) {
     return write_tpo(handle, 0);
 }
-constexpr PyOlistCallbacks kOlist = {list_item, nullptr, nullptr,    nullptr,    nullptr,   nullptr,
-                                     nullptr,   nullptr, write_list, write_list, write_list};
-constexpr PyOseqCallbacks kOseq = {sequence_item, nullptr, nullptr};
-constexpr PyIterCallbacks kIter = {nullptr};
+constexpr PyOlistCallbacks kOlist = {list_item,     list_set, list_add,   list_insert, list_remove, list_contains,
+                                     list_index_of, nullptr,  write_list, write_list,  write_list};
+constexpr PyOseqCallbacks kOseq = {sequence_item, sequence_contains, sequence_index_of};
+constexpr PyIterCallbacks kIter = {iter_next};
 
 // A Python file: a list whose first item is its content and whose second is its position.
 std::vector<std::byte>& content(PyObject* file) {
@@ -236,7 +344,39 @@ constexpr PyRawIoCallbacks kRawIo = {io_write, nullptr, io_read, nullptr, io_see
                                      io_close, io_yes,  io_yes,  io_yes,  io_tell, io_length};
 
 constexpr PyStaticCallbacks kTables = {&kRead, &kWrite, &kBuffer, &kTpo, &kIter, &kUcol, &kOlist, &kOseq, &kRawIo};
-void** no_generic[kGenericCallbackCount];
+
+// Typed elements of lists and sequences: 32-bit numbers; the other elements have no callback here.
+int int32_of(PyObject* object, int32_t* out) {
+    if (fails()) return -1;
+    const auto* number = std::get_if<int64_t>(&object->value);
+    if (!number) {
+        pending_error = "TypeError: an integer is required";
+        return -1;
+    }
+    *out = static_cast<int32_t>(*number);
+    return 0;
+}
+int list_int32(PyObject* list, int index, int32_t* out) {
+    return in_range(list, index) ? int32_of(items_of(list)[static_cast<size_t>(index)], out) : -2;
+}
+int sequence_int32(PyObject* list, int index, PyObject** owner, int32_t* out) {
+    if (list_int32(list, index, out) != 0) return -1;
+    *owner = items_of(list)[static_cast<size_t>(index)];
+    keep(*owner);
+    return 0;
+}
+void* list_int32_table[] = {reinterpret_cast<void*>(list_int32)};
+void* sequence_int32_table[] = {reinterpret_cast<void*>(sequence_int32)};
+
+void*** generic_tables() {
+    static void** tables[kGenericCallbackCount];
+    for (size_t i = 0; i < kGenericElementCount; ++i) {
+        if (std::strcmp(kGenericElements[i], "A4A29720") != 0) continue;
+        tables[i] = list_int32_table;
+        tables[i + kGenericElementCount] = sequence_int32_table;
+    }
+    return tables;
+}
 
 }  // namespace
 
@@ -290,8 +430,8 @@ void fail_next_callback(std::string text) {
 }
 
 void RuntimeTest::SetUp() {
-    callbacks_of(Assembly::kImaging) = {on_exception, catch_and_clear, u16_buffer, py_string, py_string,
-                                        py_bytes,     &kObjects,       &kTables,   no_generic};
+    callbacks_of(Assembly::kImaging) = {on_exception, catch_and_clear, u16_buffer, py_string,       py_string,
+                                        py_bytes,     &kObjects,       &kTables,   generic_tables()};
     handles_ = live_handles();
     objects_ = live_objects();
 }

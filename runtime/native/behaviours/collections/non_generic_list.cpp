@@ -11,8 +11,8 @@ constexpr const char* kList = "Zelmor.Imaging.NonGenericList";
 class NonGenericList final : public ManagedList {
  public:
     static constexpr const char* kManagedName = kList;
-    explicit NonGenericList(Ref<ManagedList> inner)
-        : ManagedList(require_type(kList), inner->element()), inner_(std::move(inner)) {}
+    NonGenericList(const TypeInfo& type, Ref<ManagedList> inner)
+        : ManagedList(type, inner->element()), inner_(std::move(inner)) {}
 
     bool fixed_size() const override { return inner_->fixed_size(); }
     uint32_t version() const override { return inner_->version(); }
@@ -41,12 +41,12 @@ class NonGenericList final : public ManagedList {
 Ref<ManagedObject> around(const VariantArg* list) {
     const auto inner = read_collection(list, CollectionShape::kIList, variant_element());
     if (!inner) throw_argument_null("list");
-    return make_ref<NonGenericList>(Ref<ManagedList>(&cast_object<ManagedList>(*inner)));
+    return make_ref<NonGenericList>(require_type(kList), Ref<ManagedList>(&cast_object<ManagedList>(*inner)));
 }
 
 // One that the runtime makes for itself is empty.
-const FactoryRegistration factory(kList, [](const TypeInfo&) {
-    return Ref<ManagedObject>(make_ref<NonGenericList>(make_list(ListShape::kArrayList, variant_element())));
+const FactoryRegistration factory(kList, [](const TypeInfo& type) {
+    return Ref<ManagedObject>(make_ref<NonGenericList>(type, make_list(ListShape::kArrayList, variant_element())));
 });
 
 const Behaviour kMembers[] = {{kList, "ctor_000_NonGenericList", entry<&around>()}};
