@@ -1,0 +1,1 @@
+"""The package around the extension modules. Importing it imports none of them."""
