@@ -9,6 +9,7 @@ from pathlib import Path
 import pytest
 
 from tools.generator.__main__ import main, report
+from tools.generator.errors import CatalogueError
 from tools.generator.model import Model
 from tools.generator.writers.enumeration import write_enumeration
 from tools.generator.writers.header import write_header
@@ -182,6 +183,63 @@ def test_runtime_tables_state_signatures(build: Build) -> None:
     assert signatures["get_Owner"] == "vpo"
     assert signatures["setsa_Limit"] == "vi"
     assert signatures["get_Name"] == "Op"
+
+
+DATES = """
+class Moment
+    ctor (made: datetime, kept: UUID, price: decimal, lasts: timedelta)
+    method shift Shift (by: timedelta, to: datetimeoffset) -> datetime
+    getset stamp Stamp datetime?
+    getset price Price decimal
+    getset lasts Lasts timedelta
+    get kept Kept UUID
+"""
+
+
+def test_dates_decimals_and_identifiers_cross_in_their_words(build: Build) -> None:
+    model = build(DATES)
+    text = "\n".join(write_wrapper(model.types[0], "pictures"))
+    assert ("void* ctor_000_Moment(long made_, const unsigned char* kept_, const unsigned int* price_, long lasts_) "
+            "const") in text
+    assert "void call_000_Shift(void* handle, long by_, const long* to_, long* result) const" in text
+    assert "long get_Lasts(void* handle) const" in text
+    assert "void get_Price(void* handle, unsigned int* result) const" in text
+    assert "void get_Kept(void* handle, unsigned char* result) const" in text
+    assert body(text, "_Moment_000_get_price")[0] == "unsigned int result[4]{};"
+    assert body(text, "_Moment_000_get_price")[-1] == "return fn_conv_clr_decimal_to_py_decimal(result);"
+    assert "long result[2]{};" in body(text, "_Moment_000_shift")
+    lines = body(text, "_Moment_000_set_price")
+    assert "unsigned int slot[4]{};" in lines
+    assert "if (!fn_conv_py_decimal_to_clr_decimal(value, slot)) {" in lines
+
+
+def test_a_nullable_date_crosses_as_two_arguments_and_two_out_slots(build: Build) -> None:
+    text = "\n".join(write_wrapper(build(DATES).types[0], "pictures"))
+    assert "void get_Stamp(void* handle, int* present, long* result) const" in text
+    assert "void set_Stamp(void* handle, int valuepresent, long value) const" in text
+    lines = body(text, "_Moment_000_set_stamp")
+    assert ("long slotvalue{}; PyNullableArg slot{0, zelmor::as_arg_converter(&fn_conv_py_datetime_to_clr_datetime), "
+            "&slotvalue};") in lines
+    assert "if (!fn_conv_py_nullable_to_clr_nullable(value, &slot)) {" in lines
+    assert any(line.endswith("set_Stamp(zelmor::handle_of(self), slot.has_value, slotvalue);") for line in lines)
+    lines = body(text, "_Moment_000_get_stamp")
+    assert lines[:2] == ["int present = 0;", "long result[2]{};"]
+    assert lines[-1] == "return present != 0 ? fn_conv_clr_datetime_to_py_datetime(result) : fn_py_return_none();"
+
+
+def test_runtime_tables_state_the_signatures_of_dates(build: Build) -> None:
+    text = "\n".join(Tables([build(DATES)]).write())
+    signatures = {name: re.findall(rf'"{name}".*?"([a-zA-Z]+)", (?:params|{{)', text)[0]
+                  for name in ("ctor_000_Moment", "call_000_Shift", "get_Stamp", "set_Stamp", "get_Price", "set_Price",
+                               "get_Lasts", "get_Kept")}
+    assert signatures == {"ctor_000_Moment": "plGDl", "call_000_Shift": "vpltt", "get_Stamp": "vprt",
+                          "set_Stamp": "vpil", "get_Price": "vpD", "set_Price": "vpD", "get_Lasts": "lp",
+                          "get_Kept": "vpG"}
+
+
+def test_only_values_that_the_runtime_knows_are_nullable(build: Build) -> None:
+    with pytest.raises(CatalogueError, match="int32 does not cross as nullable"):
+        build("\nclass A\n    get width Width int32?\n")
 
 
 def test_a_file_is_written_only_when_it_changes(tmp_path: Path) -> None:

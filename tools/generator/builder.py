@@ -15,7 +15,7 @@ from .errors import CatalogueError, Place
 from .identifiers import Identifiers
 from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overload, Param, Property, Type
 from .naming import snake_case, upper_snake_case
-from .wires import INTEROP_SHAPES, PENDING_KINDS, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, Wire
+from .wires import INTEROP_SHAPES, NULLABLES, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, WORDS, Wire
 
 # Whether the typed collections themselves are generated, so that members can name them.
 TYPED_COLLECTIONS_GENERATED = False
@@ -135,9 +135,10 @@ class Builder:
             return Wire("scalar", name, SCALARS[name])
         if name in ("string", "bytes", "object", "stream"):
             return Wire(name, name)
-        if name in PENDING_KINDS:
-            reason, runtime_wire = PENDING_KINDS[name]
-            return Wire("pending", name, pending=reason, pending_wire=runtime_wire)
+        if name in WORDS:
+            return Wire("words", name, words=WORDS[name])
+        if name.endswith("?"):
+            return self._nullable(place, self._wire(place, name[:-1], namespace))
         if name in INTEROP_SHAPES:
             return Wire("collection", name, shape=INTEROP_SHAPES[name])
         if name in SIBLINGS:
@@ -152,6 +153,14 @@ class Builder:
             assert entry.width is not None
             return Wire("scalar", entry.full_name, entry.width.scalar, entry)
         return Wire(entry.kind, entry.full_name, type=entry)
+
+    @staticmethod
+    def _nullable(place: Place, inner: Wire) -> Wire:
+        if inner.kind == "pending":
+            return inner
+        if inner.name not in NULLABLES:
+            raise CatalogueError(place, f"{inner.name} does not cross as nullable")
+        return Wire("nullable", f"{inner.name}?", inner=inner)
 
     @staticmethod
     def _element(name: str) -> tuple[str, str] | None:

@@ -37,16 +37,36 @@ SCALARS: dict[str, Scalar] = {
     "float": Scalar("float", "fn_conv_py_float_to_clr_float", "PyFloat_FromDouble", "f", "kSingle"),
     "double": Scalar("double", "fn_conv_py_float_to_clr_double", "PyFloat_FromDouble", "d", "kDouble"),
     "char": Scalar("unsigned short", "fn_conv_py_string_to_clr_char", "fn_conv_clr_char_to_py_string", "S", "kChar"),
+    "timedelta": Scalar("long", "fn_conv_py_datetimedelta_to_clr_timespan", "fn_conv_clr_timespan_to_py_datetimedelta",
+                        "l", "kTimeSpan"),
 }
 
-# Value kinds whose machinery comes later; a member that needs one is pending until then.
-PENDING_KINDS: dict[str, tuple[str, str]] = {
-    "datetime": ("dates", ""),
-    "datetime?": ("dates", ""),
-    "decimal": ("decimals", ""),
-    "timedelta": ("spans", ""),
-    "UUID": ("identifiers", ""),
+
+@dataclass(frozen=True)
+class Words:
+    """A value type of the .NET library that crosses as several words, behind a pointer; alone it goes by value."""
+
+    cpp: str  # C++ type of a word
+    taken: int  # how many words an argument has
+    given: int  # how many words a result has
+    converter: str  # from Python
+    builder: str  # to Python
+    code: str  # of the pointer in a signature
+    wire: str  # enumerator of the runtime's Wire
+
+
+WORDS: dict[str, Words] = {
+    "datetime": Words("long", 1, 2, "fn_conv_py_datetime_to_clr_datetime", "fn_conv_clr_datetime_to_py_datetime",
+                      "t", "kDateTime"),
+    "datetimeoffset": Words("long", 2, 2, "fn_conv_py_datetime_to_clr_datetimeoffset",
+                            "fn_conv_clr_datetimeoffset_to_py_datetime", "t", "kDateTimeOffset"),
+    "decimal": Words("unsigned int", 4, 4, "fn_conv_py_decimal_to_clr_decimal", "fn_conv_clr_decimal_to_py_decimal",
+                     "D", "kDecimal"),
+    "UUID": Words("unsigned char", 16, 16, "fn_conv_py_uuid_to_clr_guid", "fn_conv_clr_guid_to_py_uuid", "G", "kGuid"),
 }
+
+# The values that can be null, written with a question mark behind: those that the runtime has an enumerator for.
+NULLABLES = ("datetime",)
 
 
 @dataclass(frozen=True)
@@ -99,8 +119,8 @@ SIBLINGS: dict[str, Sibling] = {
 
 @dataclass(frozen=True)
 class Wire:
-    """A resolved wire type. `kind` is `void`, `scalar`, `string`, `bytes`, `object`, `stream`, `collection`, `sibling`,
-    a kind of type, or `pending`."""
+    """A resolved wire type. `kind` is `void`, `scalar`, `words`, `nullable`, `string`, `bytes`, `object`, `stream`,
+    `collection`, `sibling`, a kind of type, or `pending`."""
 
     kind: str
     name: str
@@ -111,10 +131,16 @@ class Wire:
     shape: Shape | None = None  # of a collection
     collection: Collection | None = None  # the element row of a typed collection
     sibling: Sibling | None = None
+    words: Words | None = None
+    inner: Wire | None = None  # of a nullable: what it is if it is not null
 
     @property
     def code(self) -> str:
-        """The signature character of an argument of this wire."""
+        """The signature character of an argument of this wire; two for a nullable."""
+        if self.inner is not None:
+            return "i" + self.inner.code
+        if self.words is not None:
+            return "l" if self.words.taken == 1 else self.words.code
         if self.scalar is not None:
             return self.scalar.code
         if self.sibling is not None:
@@ -125,6 +151,8 @@ class Wire:
     @property
     def result_code(self) -> str:
         """The signature character of the return value of this wire."""
+        if self.inner is not None or self.words is not None:
+            return "v"
         if self.scalar is not None:
             return self.scalar.code
         return {"void": "v", "string": "O", "bytes": "O", "object": "O", "class": "p", "static class": "p",
@@ -132,12 +160,20 @@ class Wire:
 
     @property
     def out_code(self) -> str:
-        """The signature character of a trailing out record, or nothing."""
+        """The signature character of a trailing out record, or nothing; two for a nullable."""
+        if self.inner is not None:
+            return "r" + (self.inner.out_code or "r")
+        if self.words is not None:
+            return self.words.code
         return {"interface": "o", "stream": "k", "collection": "k", "pending": "k"}.get(self.kind, "")
 
     @property
     def runtime_wire(self) -> str:
         """The enumerator of the runtime's Wire."""
+        if self.inner is not None:
+            return "kNullable" + self.inner.runtime_wire.removeprefix("k")
+        if self.words is not None:
+            return self.words.wire
         if self.scalar is not None:
             return self.scalar.wire
         if self.kind == "pending":

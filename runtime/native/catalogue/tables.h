@@ -46,6 +46,14 @@ enum class Wire : uint8_t {
     kSingle,
     kDouble,
     kChar,
+
+    kDateTime,          // the ticks word in, two words out
+    kDateTimeOffset,    // two words in and out, behind a pointer
+    kNullableDateTime,  // an int32 that is 0 for null, and the ticks word in; two out slots of the same out
+    kTimeSpan,          // the ticks
+    kDecimal,           // four words of 32 bits in and out, behind a pointer
+    kGuid,              // 16 bytes in and out, behind a pointer
+
     kString,      // PyStringArg in, PyObject* out
     kBytes,       // PyBytesArg in, PyObject* out
     kObject,      // managed `object`: VariantArg in, PyObject* out
@@ -119,7 +127,7 @@ struct EntryInfo {
     // One character for the result and one for each argument on the wire, `self` and out slots included:
     // v void, b bool, c C s S i I l L signed and unsigned integers of 8 to 64 bits, f float, d double,
     // p handle, V VariantArg*, T PyStringArg*, B PyBytesArg*, O PyObject*, o PyObjectOutArg*,
-    // k PyCollectionArg*, r pointer to any other out slot.
+    // k PyCollectionArg*, t pointer to two words of a date, D decimal, G identifier, r pointer to any other out slot.
     const char* signature;
     std::span<const ParamInfo> params;
 };

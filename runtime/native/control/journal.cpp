@@ -55,6 +55,10 @@ size_t record_size(char code) {
             return sizeof(PyCollectionArg);
         case 'r':
             return sizeof(void*);
+        case 't':
+        case 'D':
+        case 'G':
+            return 16;
         default:
             return 0;
     }

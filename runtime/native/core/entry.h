@@ -14,10 +14,11 @@
 // Parameters:  numbers, bool, enum class (by underlying type); Handle (raw); T& and T* of a managed object, T* may be
 // null; const V& or V of a value type (an argument), V& (the instance itself); std::string (UTF-8) and std::u16string,
 // which refuse None, or std::optional of these; Ref<ManagedStream> and std::span<const std::byte>, which refuse None;
-// the records of the wire by pointer, as they are; int32_t* and the like for out slots.
+// the dates, decimals and identifiers of system_values.h; the records of the wire by pointer, as they are; int32_t* and
+// the like for out slots.
 // Results: numbers, bool, enum class, V, Ref<T>, Handle, std::u16string, std::string, std::optional of these, Bytes and
-// Value (as a Python object), PyObject* (a new reference), Interface, Collection and Ref<ManagedStream> (through the
-// trailing out record).
+// Value (as a Python object), PyObject* (a new reference), TimeSpanValue; Interface, Collection, Ref<ManagedStream> and
+// the other values of system_values.h (through the trailing out record).
 #pragma once
 
 #include <array>

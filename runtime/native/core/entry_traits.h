@@ -137,6 +137,32 @@ struct Arg<std::span<std::byte>> {
     }
 };
 
+// Dates, spans, decimals and identifiers: the ticks by value, the others behind a pointer.
+template <>
+struct Arg<DateTimeValue> {
+    using Wire = int64_t;
+    static constexpr char code = 'l';
+    static DateTimeValue read(int64_t word) { return {static_cast<uint64_t>(word), 0}; }
+};
+template <>
+struct Arg<TimeSpanValue> {
+    using Wire = int64_t;
+    static constexpr char code = 'l';
+    static TimeSpanValue read(int64_t ticks) { return {ticks}; }
+};
+template <class T, char kCode>
+struct WordsArg {
+    using Wire = const T*;
+    static constexpr char code = kCode;
+    static const T& read(const T* value) { return *value; }
+};
+template <>
+struct Arg<DateTimeOffsetValue> : WordsArg<DateTimeOffsetValue, 't'> {};
+template <>
+struct Arg<DecimalValue> : WordsArg<DecimalValue, 'D'> {};
+template <>
+struct Arg<GuidValue> : WordsArg<GuidValue, 'G'> {};
+
 [[noreturn]] void throw_null_string();
 struct TextArg {
     using Wire = const PyStringArg*;
@@ -235,6 +261,26 @@ struct Result<Ref<ManagedStream>> {
     static constexpr char code = 'k';
     static void write(const Ref<ManagedStream>& value, Out out) { write_stream(value, out); }
 };
+template <>
+struct Result<TimeSpanValue> {
+    using Wire = int64_t;
+    static constexpr char code = 'l';
+    static int64_t write(TimeSpanValue value) { return value.ticks; }
+};
+template <class T, char kCode>
+struct WordsResult {
+    using Out = T*;
+    static constexpr char code = kCode;
+    static void write(const T& value, Out out) { *out = value; }
+};
+template <>
+struct Result<DateTimeValue> : WordsResult<DateTimeValue, 't'> {};
+template <>
+struct Result<DateTimeOffsetValue> : WordsResult<DateTimeOffsetValue, 't'> {};
+template <>
+struct Result<DecimalValue> : WordsResult<DecimalValue, 'D'> {};
+template <>
+struct Result<GuidValue> : WordsResult<GuidValue, 'G'> {};
 template <>
 struct Result<Interface> {
     using Out = PyObjectOutArg*;

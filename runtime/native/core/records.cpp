@@ -189,11 +189,22 @@ Value zero_value(Wire wire, const TypeInfo* type) {
         case Wire::kSingle:
         case Wire::kDouble:
             return 0.0;
+        case Wire::kDateTime:
+            return DateTimeValue{};
+        case Wire::kDateTimeOffset:
+            return DateTimeOffsetValue{};
+        case Wire::kTimeSpan:
+            return TimeSpanValue{};
+        case Wire::kDecimal:
+            return DecimalValue{};
+        case Wire::kGuid:
+            return GuidValue{};
         case Wire::kStruct:
             if (type) return make_instance(*type);
             return Ref<ManagedObject>();
         case Wire::kVoid:
             return {};
+        case Wire::kNullableDateTime:
         case Wire::kString:
         case Wire::kBytes:
         case Wire::kObject:

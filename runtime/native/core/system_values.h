@@ -1,8 +1,9 @@
 // The value types of the .NET library that have a form of their own on the wire: Decimal, DateTime, DateTimeOffset,
 // TimeSpan, Guid.
 //
-// They are kept in the words of the wire. What they do here is what every managed value does: they compare as .NET's
-// do, hash accordingly, and show themselves in the invariant culture.
+// They are kept in the words of the wire, byte for byte: a pointer to one is a pointer to what crosses. What they do
+// here is what every managed value does: they compare as .NET's do, hash accordingly, and show themselves in the
+// invariant culture.
 #pragma once
 
 #include <array>
@@ -49,6 +50,9 @@ struct GuidValue {
     std::array<uint8_t, 16> bytes{};
     bool operator==(const GuidValue&) const = default;
 };
+
+static_assert(sizeof(DecimalValue) == 16 && sizeof(DateTimeValue) == 16 && sizeof(DateTimeOffsetValue) == 16 &&
+              sizeof(TimeSpanValue) == 8 && sizeof(GuidValue) == 16);
 
 int32_t hash_of(const DecimalValue& value);
 int32_t hash_of(const DateTimeValue& value);

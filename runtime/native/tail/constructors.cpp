@@ -26,9 +26,11 @@ void run_default(TailEntry& self, CallFrame& frame) {
 void run_fill(TailEntry& self, CallFrame& frame) {
     Ref<ManagedObject> object = make_instance(*self.type);
     Record& record = cast_object<Record>(*object);
-    for (size_t i = 0; i < self.filled.size(); ++i) {
+    for (size_t i = 0, argument = 0; i < self.filled.size(); ++i, ++argument) {
         const ParamInfo& param = self.info->params[i];
-        record.set_slot(self.filled[i].slot, read_wire(frame, i, param.wire, type_at(param.type), param.collection));
+        record.set_slot(self.filled[i].slot,
+                        read_wire(frame, argument, param.wire, type_at(param.type), param.collection));
+        if (param.wire == Wire::kNullableDateTime) ++argument;
     }
     frame.set_result(make_handle(std::move(object)));
 }

@@ -1,6 +1,8 @@
 // Wire types and stored values.
 #include "runtime/native/tail/wire_values.h"
 
+#include <cstring>
+
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
@@ -39,6 +41,27 @@ Ref<ManagedObject> checked(Ref<ManagedObject> object, const TypeInfo* declared) 
     return object;
 }
 
+// A value that crosses as it is stored. What the caller's pointer leads to need not be aligned for more than a byte.
+template <SystemValue T>
+T read_words(CallFrame& frame, size_t index) {
+    T value;
+    std::memcpy(&value, frame.argument<const void*>(index), sizeof value);
+    return value;
+}
+
+// The stored value; zero where nothing is stored.
+template <SystemValue T>
+T system_value(const Value& value) {
+    if (const auto* x = std::get_if<T>(&value)) return *x;
+    if (is_null(value)) return {};
+    throw_invalid_cast(to_utf8(text_of_value(value)), "a value of another type");
+}
+
+void write_ticks(const DateTimeValue& moment, int64_t* words) {
+    words[0] = static_cast<int64_t>(moment.word);
+    words[1] = moment.offset;
+}
+
 template <class T>
 void set_integer(CallFrame& frame, const Value& value) {
     frame.set_result(static_cast<T>(integer_of(value)));
@@ -74,6 +97,21 @@ Value read_wire(CallFrame& frame, size_t index, Wire wire, const TypeInfo* type)
             return double{frame.argument<float>(index)};
         case Wire::kDouble:
             return frame.argument<double>(index);
+        case Wire::kDateTime:
+            return DateTimeValue{frame.argument<uint64_t>(index), 0};
+        case Wire::kNullableDateTime:
+            if (frame.argument<int32_t>(index) == 0) return Ref<ManagedObject>();
+            return DateTimeValue{frame.argument<uint64_t>(index + 1), 0};
+        case Wire::kDateTimeOffset: {
+            const auto* words = frame.argument<const int64_t*>(index);
+            return DateTimeOffsetValue{words[0], words[1]};
+        }
+        case Wire::kTimeSpan:
+            return TimeSpanValue{frame.argument<int64_t>(index)};
+        case Wire::kDecimal:
+            return read_words<DecimalValue>(frame, index);
+        case Wire::kGuid:
+            return read_words<GuidValue>(frame, index);
         case Wire::kString: {
             auto text = read_string(*frame.argument<const PyStringArg*>(index));
             if (!text) return Ref<ManagedObject>();
@@ -140,6 +178,29 @@ void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*
             return frame.set_result(static_cast<float>(number_of(value)));
         case Wire::kDouble:
             return frame.set_result(number_of(value));
+        case Wire::kDateTime:
+            return write_ticks(system_value<DateTimeValue>(value), last(static_cast<int64_t*>(nullptr)));
+        case Wire::kNullableDateTime: {
+            const bool present = !is_null(value);
+            *frame.argument<int32_t*>(frame.count() - 2) = present;
+            if (present) write_ticks(system_value<DateTimeValue>(value), last(static_cast<int64_t*>(nullptr)));
+            return;
+        }
+        case Wire::kDateTimeOffset: {
+            const auto moment = system_value<DateTimeOffsetValue>(value);
+            auto* words = last(static_cast<int64_t*>(nullptr));
+            words[0] = moment.ticks;
+            words[1] = moment.offset;
+            return;
+        }
+        case Wire::kTimeSpan:
+            return frame.set_result(system_value<TimeSpanValue>(value).ticks);
+        case Wire::kDecimal:
+            *last(static_cast<DecimalValue*>(nullptr)) = system_value<DecimalValue>(value);
+            return;
+        case Wire::kGuid:
+            *last(static_cast<GuidValue*>(nullptr)) = system_value<GuidValue>(value);
+            return;
         case Wire::kString:
         case Wire::kBytes:
         case Wire::kObject:

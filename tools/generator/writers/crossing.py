@@ -11,8 +11,20 @@ from ..wires import Wire
 OUT_RECORDS = {"interface": "PyObjectOutArg", "stream": "PyCollectionArg", "collection": "PyCollectionArg"}
 
 
+def argument_types(wire: Wire) -> list[str]:
+    """The C++ types of an argument of a thunk: two for a nullable."""
+    return ["int", argument_type(wire.inner)] if wire.inner is not None else [argument_type(wire)]
+
+
+def argument_names(wire: Wire, name: str) -> list[str]:
+    """Names for the same."""
+    return [f"{name}present", name] if wire.inner is not None else [name]
+
+
 def argument_type(wire: Wire) -> str:
     """The C++ type of an argument of a thunk."""
+    if wire.words is not None:
+        return wire.words.cpp if wire.words.taken == 1 else f"const {wire.words.cpp}*"
     if wire.scalar is not None:
         return wire.scalar.cpp
     if wire.sibling is not None:
@@ -24,6 +36,8 @@ def argument_type(wire: Wire) -> str:
 
 def result_type(wire: Wire) -> str:
     """The C++ type of the return value of a thunk."""
+    if wire.words is not None or wire.inner is not None:
+        return "void"
     if wire.scalar is not None:
         return wire.scalar.cpp
     return {"void": "void", "string": "PyObject*", "bytes": "PyObject*", "object": "PyObject*", "class": "void*",
@@ -33,6 +47,10 @@ def result_type(wire: Wire) -> str:
 
 def out_types(wire: Wire) -> list[str]:
     """The C++ types of the trailing out records of a result."""
+    if wire.inner is not None:
+        return ["int*", *(out_types(wire.inner) or [f"{result_type(wire.inner)}*"])]
+    if wire.words is not None:
+        return [f"{wire.words.cpp}*"]
     record = OUT_RECORDS.get(wire.kind)
     return [f"{record}*"] if record is not None else []
 
@@ -41,7 +59,7 @@ def thunk_types(params: list[Param], result: Wire, instance: bool) -> list[str]:
     """The C++ types of all arguments of a thunk."""
     types = ["void*"] if instance else []
     for param in params:
-        types.append(argument_type(param.wire))
+        types += argument_types(param.wire)
         if param.by_ref:
             types.append(f"{argument_type(param.wire)}*")
     return types + out_types(result)
@@ -51,14 +69,20 @@ def thunk_names(params: list[Param], result: Wire, instance: bool) -> list[str]:
     """Names for the same arguments."""
     names = ["handle"] if instance else []
     for param in params:
-        names.append(cpp_name(param.name))
+        names += argument_names(param.wire, cpp_name(param.name))
         if param.by_ref:
             names.append(f"{cpp_name(param.name)}out")
-    return names + ["result"] * len(out_types(result))
+    return names + (["present"] if result.inner is not None else []) + ["result"] * bool(out_types(result))
 
 
 def slot(wire: Wire, name: str) -> str:
     """The declaration of the slot that a converter fills, in its empty state."""
+    if wire.inner is not None:
+        value = f"{name}value"
+        convert = f"zelmor::as_arg_converter(&{converter(wire.inner)})"
+        return f"{slot(wire.inner, value)} PyNullableArg {name}{{0, {convert}, {target(wire.inner, value)}}};"
+    if wire.words is not None:
+        return f"{wire.words.cpp} {name}{f'[{wire.words.taken}]' if wire.words.taken > 1 else ''}{{}};"
     if wire.scalar is not None:
         return f"{wire.scalar.cpp} {name}{{}};"
     if wire.sibling is not None:
@@ -69,6 +93,10 @@ def slot(wire: Wire, name: str) -> str:
 
 def converter(wire: Wire) -> str:
     """The function that fills the slot from a Python value."""
+    if wire.inner is not None:
+        return "fn_conv_py_nullable_to_clr_nullable"
+    if wire.words is not None:
+        return wire.words.converter
     if wire.type is not None:
         return f"wrpPy_conv_py_to_clr_{wire.type.symbol}"
     if wire.scalar is not None:
@@ -83,8 +111,17 @@ def converter(wire: Wire) -> str:
             "object": "fn_conv_py_variant_to_clr_variant", "stream": "wrpPye_conv_py_to_clr_stream"}[wire.kind]
 
 
+def target(wire: Wire, name: str) -> str:
+    """The pointer that the converter gets."""
+    return name if wire.words is not None and wire.words.taken > 1 else f"&{name}"
+
+
 def passed(wire: Wire, name: str) -> str:
     """The expression that hands the slot to a thunk."""
+    if wire.inner is not None:
+        return f"{name}.has_value, {passed(wire.inner, f'{name}value')}"
+    if wire.words is not None:
+        return name
     if wire.kind in ("scalar", "class") or (wire.sibling is not None and wire.sibling.kind == "enum"):
         return name
     return f"{name}.get_info()" if wire.kind == "bytes" else f"&{name}"
@@ -92,6 +129,10 @@ def passed(wire: Wire, name: str) -> str:
 
 def to_python(wire: Wire, value: str) -> str:
     """The expression that turns a result into a new Python reference."""
+    if wire.inner is not None:
+        return f"present != 0 ? {to_python(wire.inner, value)} : fn_py_return_none()"
+    if wire.words is not None:
+        return f"{wire.words.builder}({value})"
     if wire.type is not None:
         return f"wrpPy_conv_clr_to_py_{wire.type.symbol}({value})"
     if wire.scalar is not None:
@@ -152,8 +193,10 @@ def call_arguments(params: list[Param], result: Wire, handle: str | None) -> str
         arguments.append(passed(param.wire, name))
         if param.by_ref:
             arguments.append(f"&{name}out")
+    if result.inner is not None:
+        arguments.append("&present")
     if out_types(result):
-        arguments.append("&result")
+        arguments.append("result" if (result.inner or result).words is not None else "&result")
     return ", ".join(arguments)
 
 
@@ -162,6 +205,13 @@ def returned(call: str, result: Wire, params: list[Param], failure: str = "retur
     lines = []
     if result.kind in OUT_RECORDS:
         lines += [f"{OUT_RECORDS[result.kind]} result{{}};", f"{call};"]
+    elif result.kind in ("words", "nullable"):
+        value = result.inner or result
+        if value.words is not None:
+            declared = f"{value.words.cpp} result[{value.words.given}]{{}};"
+        else:
+            declared = f"{result_type(value)} result{{}};"
+        lines += [*(["int present = 0;"] if result.inner is not None else []), declared, f"{call};"]
     elif result.kind == "void":
         lines.append(f"{call};")
     else:

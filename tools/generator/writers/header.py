@@ -9,8 +9,8 @@ from .enumeration import integer_type
 from .wrapper import needs_post_initialiser
 
 _INCLUDES = (
-    "collections/class_items.h", "collections/interop.h", "collections/interop_operations.h",
-    "convert/bytes.h", "convert/scalars.h", "convert/small_values.h", "convert/strings.h",
+    "collections/class_items.h", "collections/interop.h", "collections/interop_operations.h", "convert/bytes.h",
+    "convert/dates.h", "convert/decimal.h", "convert/scalars.h", "convert/small_values.h", "convert/strings.h",
     "convert/variant.h", "exchange/records.h", "exchange/type_host.h", "exchange/wire/tags.h", "pyshell/casts.h",
     "pyshell/class_recipe.h", "pyshell/descriptors.h", "pyshell/enum_types.h", "pyshell/markers.h",
     "pyshell/module_plan.h", "pyshell/overload.h", "pyshell/result_typing.h", "pyshell/sibling_converters.h",

@@ -30,8 +30,9 @@ def property_thunks(prop: Property) -> list[Thunk]:
                             crossing.thunk_types([], prop.wire, instance),
                             crossing.thunk_names([], prop.wire, instance))]
     if prop.writable:
-        types = (["void*"] if instance else []) + [crossing.argument_type(prop.takes)]
-        thunks.append((f"set{suffix}_{prop.managed}", "void", types, (["handle"] if instance else []) + ["value"]))
+        types = (["void*"] if instance else []) + crossing.argument_types(prop.takes)
+        names = (["handle"] if instance else []) + crossing.argument_names(prop.takes, "value")
+        thunks.append((f"set{suffix}_{prop.managed}", "void", types, names))
     return thunks
 
 

@@ -167,7 +167,7 @@ def _getter(prop: Property) -> list[str]:
 
 
 def _setter_body(prop: Property, entry_point: str, handle: list[str], failure: str) -> list[str]:
-    failed = f"!{crossing.converter(prop.takes)}(value, &slot)"
+    failed = f"!{crossing.converter(prop.takes)}(value, {crossing.target(prop.takes, 'slot')})"
     if prop.takes.kind == "object":
         failed += " || PyErr_Occurred()"
     arguments = ", ".join([*handle, crossing.passed(prop.takes, "slot")])
