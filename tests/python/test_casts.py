@@ -8,6 +8,7 @@ from zelmor.imaging import (
     ColorPaletteHelper, IColorPalette, Image, LoadOptions, Point, RasterCachedImage, RasterImage, Size, SizeF,
     StreamContainer,
 )
+from zelmor.imaging.fileformats.png import PngImage
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions
 
 
@@ -83,8 +84,8 @@ def test_type_of_works_for_every_kind_of_type() -> None:
 
 
 def test_get_type_tells_what_a_wrapper_really_holds(image: Image) -> None:
-    assert image.get_type() == RasterCachedImage._type_of()
-    assert image.get_type() != Image._type_of()
+    assert image.get_type() == PngImage._type_of()
+    assert image.get_type() != RasterCachedImage._type_of()
     assert Size(1, 2).get_type() == Size._type_of()
 
 

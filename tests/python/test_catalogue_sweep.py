@@ -10,6 +10,7 @@ import pytest
 import zelmor.imaging
 
 from tools.generator.model import Method, Overload, Property, Type
+from tools.generator.wires import Wire
 
 from module_tree import MODEL
 
@@ -48,6 +49,7 @@ def method_names(entry: Type) -> list[str]:
     listed = [method for method in entry.methods if method.ready and not method.mixed]
     names = ["__enter__", "__exit__"] if entry.disposable else []
     names += [method.python for method in sorted(listed, key=lambda method: not method.is_group)]
+    names += [name for name in entry.shared if name != "length"]
     writers = [f"set_{prop.python}" for prop in entry.properties if prop.static and prop.writable and not prop.pending]
     return [*names, "get_type", *writers, *CAST_FAMILY]
 
@@ -102,11 +104,30 @@ def test_the_method_table_is_in_order(entry: Type) -> None:
     assert [name for name in found if name in wanted] == wanted
 
 
+def collection_slots(entry: Type) -> set[str]:
+    """What the interpreter shows of the slots of a class that is a collection itself."""
+    names = {"__iter__"} if entry.kind == "class" and "_IterableWrapper" in entry.interfaces else set()
+    if entry.items is not None:
+        return names | {"__len__", "__getitem__"}
+    if entry.shared:
+        names |= {"__len__", "__contains__", "__add__", "__mul__", "__rmul__"}
+    if entry.shared and "_IListWrapper" in entry.interfaces:
+        names |= {"__getitem__", "__setitem__", "__delitem__", "__iadd__", "__imul__"}
+    return names
+
+
+def test_which_classes_are_collections_themselves() -> None:
+    assert len([entry for entry in WRAPPERS if "__iter__" in collection_slots(entry)]) == 14
+    assert {entry.name for entry in WRAPPERS if "__len__" in collection_slots(entry)} == {
+        "NonGenericDictionary", "MetaObjectList", "MaskingResult", "NonGenericList"}
+
+
 @pytest.mark.parametrize("entry", WRAPPERS, ids=by_name)
 def test_a_type_has_no_members_beyond_its_own(entry: Type) -> None:
     own = set(method_names(entry))
     own |= {prop.python for prop in entry.properties if not prop.pending}
     own |= {method.python for method in entry.methods if method.mixed and method.ready}
+    own |= set(entry.shared) | collection_slots(entry)
     markers = {"_zelmor_clr_host", "_zelmor_clr_castable_obj", "_additional_interfaces", "_implicit_interfaces"}
     slots = {"__repr__", "__hash__", "__lt__", "__le__", "__eq__", "__ne__", "__gt__", "__ge__", "__init__", "__new__",
              "__doc__", "__module__"}
@@ -194,18 +215,31 @@ class _Unfit:
     """A value that no converter takes."""
 
 
-def unfit_message(overload: Overload) -> str:
-    wire = overload.params[0].wire
-    if overload.params[0].by_ref:
-        return "argument should be empty list or list contains default value, not '_Unfit'"
+SCALAR_NAMES = {"int8": "SByte", "int16": "Int16", "int32": "Int32", "int64": "Int64", "uint8": "Byte",
+                "uint16": "UInt16", "uint32": "UInt32", "uint64": "UInt64", "float": "Single", "double": "Double"}
+KIND_MESSAGES = {"string": "can't build String from '_Unfit'", "bytes": "can't build byte[] from '_Unfit'",
+                 "out bytes": "can't build byte[] from '_Unfit'", "object": "unknown variant type",
+                 "bool": "can't build bool from '_Unfit'", "stream": "can't build Stream from '_Unfit'",
+                 "datetime": "can't build DateTime from '_Unfit'", "datetime?": "can't build DateTime from '_Unfit'",
+                 "timedelta": "can't build TimeSpan from '_Unfit'", "UUID": "can't build Guid from '_Unfit'",
+                 "decimal": "can't build Decimal from '_Unfit'", "io.FileMode": "can't build FileMode value from '_Unfit'"}
+COLLECTION_NAMES = {"array": "Array", "list": "List", "arrlist": "ArrayList", "ilist": "List", "icollection": "List",
+                    "iterable": "IEnumerable", "iter": "IEnumerator"}
+
+
+def unfit_wire(wire: Wire) -> str:
+    """What the converter of a kind of value says to a value that it cannot take."""
     if wire.type is not None:
         return f"can't build {wire.type.name} value from '_Unfit'"
-    special = {"string": "can't build String from '_Unfit'", "bytes": "can't build byte[] from '_Unfit'",
-               "object": "unknown variant type", "bool": "can't build bool from '_Unfit'",
-               "stream": "can't build Stream from '_Unfit'"}
-    names = {"int8": "SByte", "int16": "Int16", "int32": "Int32", "int64": "Int64", "uint8": "Byte", "uint16": "UInt16",
-             "uint32": "UInt32", "uint64": "UInt64", "float": "Single", "double": "Double"}
-    return special.get(wire.name) or f"can't build '{names[wire.name]}' from '_Unfit'"
+    if wire.shape is not None:
+        return f"can't build {COLLECTION_NAMES[wire.shape.converter]} value from '_Unfit'"
+    return KIND_MESSAGES.get(wire.name) or f"can't build '{SCALAR_NAMES[wire.name]}' from '_Unfit'"
+
+
+def unfit_message(overload: Overload) -> str:
+    if overload.params[0].by_ref:
+        return "argument should be empty list or list contains default value, not '_Unfit'"
+    return unfit_wire(overload.params[0].wire)
 
 
 @pytest.mark.parametrize("method", TAKES_ARGUMENTS, ids=lambda m: f"{m.owner.full_name}.{m.python}")
@@ -224,12 +258,7 @@ def test_a_setter_refuses_the_wrong_kind_without_a_call(prop: Property) -> None:
     found = of(prop.owner)
     with pytest.raises(TypeError) as refused:
         setattr(found.__new__(found), prop.python, _Unfit())
-    wire = prop.takes
-    names = {"int32": "Int32", "int64": "Int64", "uint32": "UInt32", "float": "Single", "double": "Double"}
-    expected = {"object": "unknown variant type", "bool": "can't build bool from '_Unfit'"}.get(wire.name)
-    if wire.type is not None:
-        expected = f"can't build {wire.type.name} value from '_Unfit'"
-    assert str(refused.value) == (expected or f"can't build '{names[wire.name]}' from '_Unfit'")
+    assert str(refused.value) == unfit_wire(prop.takes)
 
 
 @pytest.mark.parametrize("entry", [e for e in WRAPPERS if not e.constructors], ids=by_name)

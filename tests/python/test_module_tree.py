@@ -49,8 +49,8 @@ def test_a_type_tells_its_module() -> None:
 def test_the_interfaces_of_a_type_are_in_both_sets() -> None:
     interop = zelmor.imaging._wrpgen._interop
     found = zelmor.imaging.VectorMultipageImage
-    expected = {zelmor.imaging.IObjectWithBounds, zelmor.imaging.IObjectWithSizeF, zelmor.imaging.IMultipageImage,
-                interop._IDisposableWrapper}
+    expected = {zelmor.imaging.IObjectWithBounds, zelmor.imaging.interfaces.IObjectWithSizeF,
+                zelmor.imaging.IMultipageImage, interop._IDisposableWrapper}
     assert found._additional_interfaces == found._implicit_interfaces == expected
 
 

@@ -68,7 +68,7 @@ class TestClassResults:
             loaded = Image.load(picture)
         assert type(loaded) is Image
         assert asked_for_names(calls) == 0
-        assert loaded.get_type() == imaging.RasterCachedImage._type_of()
+        assert loaded.get_type() == imaging.fileformats.png.PngImage._type_of()
 
     def test_the_cast_shows_what_it_is(self, picture: str) -> None:
         loaded = Image.load(picture)
