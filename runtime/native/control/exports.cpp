@@ -10,6 +10,7 @@
 #include "runtime/native/control/settings.h"
 #include "runtime/native/control/startup.h"
 #include "runtime/native/control/text_writer.h"
+#include "runtime/native/core/collection.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/type_system.h"
@@ -126,6 +127,18 @@ ZELMOR_CONTROL void* zelmor_control_delegate(const char* assembly, const char* t
 ZELMOR_CONTROL void* zelmor_control_new_object(const char* full_name) {
     const TypeInfo* type = find_type(full_name);
     return type ? make_handle(make_instance(*type)) : nullptr;
+}
+// A handle to a new list of a shape ("array", "arraylist", "list", "colbase", "rocolbase") with so many empty elements
+// of the type with this identifier, "" for any; null where there is no such shape or type. Its caller gives it back.
+ZELMOR_CONTROL void* zelmor_control_new_list(const char* shape, const char* element_id, size_t count) {
+    static const std::map<std::string, ListShape> kShapes = {{"array", ListShape::kArray},
+                                                             {"arraylist", ListShape::kArrayList},
+                                                             {"list", ListShape::kList},
+                                                             {"colbase", ListShape::kCollectionBase},
+                                                             {"rocolbase", ListShape::kReadOnlyCollectionBase}};
+    const auto found = kShapes.find(shape);
+    const ElementType* element = *element_id ? find_element(element_id) : &variant_element();
+    return found != kShapes.end() && element ? make_handle(make_list(found->second, *element, count)) : nullptr;
 }
 ZELMOR_CONTROL int64_t zelmor_control_type_id(const char* full_name) {
     const TypeInfo* type = find_type(full_name);

@@ -45,6 +45,7 @@ _FUNCTIONS: dict[str, tuple[Any, list[Any]]] = {
     "callback": (c_void_p, [c_char_p, c_char_p, c_int]),
     "delegate": (c_void_p, [c_char_p, c_char_p, c_char_p]),
     "new_object": (c_void_p, [c_char_p]),
+    "new_list": (c_void_p, [c_char_p, c_char_p, c_size_t]),
     "type_id": (c_int64, [c_char_p]),
 }
 
@@ -214,6 +215,14 @@ class Control:
         handle = self._call("new_object", full_name)
         if not handle:
             raise LookupError(f"there is no managed type {full_name}")
+        return handle
+
+    def new_list(self, shape: str, element: str = "", count: int = 0) -> int:
+        """A handle to a new managed list: an "array", "arraylist", "list", "colbase" or "rocolbase" of `count` empty
+        elements of the type with this identifier, or of any type. The caller hands it to a wrapper or frees it."""
+        handle = self._call("new_list", shape, element, count)
+        if not handle:
+            raise LookupError(f"there is no {shape} of {element}")
         return handle
 
     def type_id(self, full_name: str) -> int:

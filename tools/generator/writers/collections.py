@@ -371,7 +371,8 @@ def write_tables(model: Model, product: str) -> list[str]:
               "static_assert(std::equal(std::begin(kSlots), std::end(kSlots), std::begin(kGenericElements), "
               "std::end(kGenericElements)));", ""]
     slots_of = [f"&m_pygn_{role}_{row.identifier}_callbacks" for role in ("pylist", "pyseq") for row in slots]
-    lines += ["const PyGenericCallbacks m_all_py_generic_callbacks = {{", *(f"    {slot}," for slot in slots_of), "}};", ""]
+    lines += ["const PyGenericCallbacks m_all_py_generic_callbacks = {{", *(f"    {slot}," for slot in slots_of), "}};",
+              ""]
     names: dict[tuple[str, ...], str] = {}
     rows = []
     for row, kind in _types(model):
