@@ -1,4 +1,4 @@
-"""The bench: calls, import, sizes, memory; prints what it finds, which targets are met, and keeps the figures."""
+"""The bench: calls, streams, import, sizes, memory; prints what it finds, which targets are met, and keeps the figures."""
 
 import argparse
 import json
@@ -13,19 +13,23 @@ def main() -> int:
     sys.path[:0] = [str(Path(__file__).parent), str(build / "bench")]
     import calls
     import start
+    import streams
 
     # Fresh processes first: the calls pin this process, and its children with it, to one core.
     started = start.print_import()
     start.print_sizes(build / "python" / "zelmor")
     start.print_memory()
     print()
+    moved = streams.run()
+    print()
     results = calls.run()
 
-    met = [result.met for result in results] + [started.met]
+    met = [result.met for result in [*results, *moved, started]]
     print(f"\ntargets: {sum(met)} of {len(met)} met")
     figures = {
         "import_ms": started.net,
         "calls_ns": {result.case.name: {key: result.median(key) for key in result.rounds} for result in results},
+        "streams_s": {result.name: {"zelmor": result.ours, "yardstick": result.theirs} for result in moved},
     }
     (build / "bench" / "figures.json").write_text(json.dumps(figures, indent=4) + "\n")
     return 0

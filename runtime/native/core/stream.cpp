@@ -15,20 +15,26 @@ const TypeInfo& stream_type() {
     return type;
 }
 
-std::vector<std::byte> ManagedStream::read_to_end() {
+template <class Byte>
+std::vector<Byte> ManagedStream::read_rest() {
     // Room beyond the end, so that the last question, which nothing answers, moves no bytes.
     constexpr size_t kSpare = 1;
-    std::vector<std::byte> all;
-    if (can_seek()) all.reserve(static_cast<size_t>(std::max<int64_t>(0, length() - position())) + kSpare);
     constexpr size_t kBlock = 64 * 1024;
+    std::vector<Byte> all;
+    if (can_seek()) all.reserve(static_cast<size_t>(std::max<int64_t>(0, length() - position())) + kSpare);
+    size_t filled = 0;
     for (;;) {
-        const size_t filled = all.size();
-        all.resize(filled < all.capacity() ? all.capacity() : filled + kBlock);
-        const size_t count = read(std::span(all).subspan(filled));
-        all.resize(filled + count);
-        if (count == 0) return all;
+        if (filled == all.size()) all.resize(filled < all.capacity() ? all.capacity() : filled + filled / 2 + kBlock);
+        const size_t count = read(std::as_writable_bytes(std::span(all)).subspan(filled));
+        filled += count;
+        if (count == 0) {
+            all.resize(filled);
+            return all;
+        }
     }
 }
+template std::vector<std::byte> ManagedStream::read_rest();
+template std::vector<uint8_t> ManagedStream::read_rest();
 
 int ManagedStream::read_byte() {
     std::byte byte;

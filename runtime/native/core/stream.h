@@ -39,7 +39,10 @@ class ManagedStream : public ManagedObject {
     // The Python file behind the stream, or null: a result shows that one instead of a wrapper.
     virtual PyObject* python_file() const { return nullptr; }
 
-    std::vector<std::byte> read_to_end();          // from the position on
+    std::vector<std::byte> read_to_end() { return read_rest<std::byte>(); }  // from the position on
+    // The same as `std::byte` or `uint8_t`.
+    template <class Byte>
+    std::vector<Byte> read_rest();
     void read_exactly(std::span<std::byte> into);  // EndOfStreamException when there is less
 };
 
