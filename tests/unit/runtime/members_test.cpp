@@ -14,9 +14,6 @@ using test::call;
 using test::Owned;
 
 constexpr const char* kMulti = "Zelmor.Imaging.ImageOptions.MultiPageOptions";
-constexpr const char* kDjvu = "Zelmor.Imaging.ImageOptions.DjvuMultiPageOptions";
-constexpr const char* kRange = "Zelmor.Imaging.IntRange";
-constexpr const char* kPalette = "Zelmor.Imaging.ColorPalette";
 
 class MembersTest : public test::RuntimeTest {
  protected:
@@ -73,94 +70,6 @@ TEST_F(MembersTest, APropertyTakesAListAsTheArrayOfItsConstructors) {
     const VariantArg none{};
     set(&none);
     EXPECT_FALSE(property_object(object, "Pages"));
-}
-
-TEST_F(MembersTest, OptionsOfRangesHoldTheirPages) {
-    Owned range(call<void*>(kRange, "ctor_001_IntRange", 2, 3, 10));
-    EXPECT_EQ(numbers(*object_of(range.get()), "Range"), (Ints{2, 12, 22}));
-    Owned options(call<void*>(kMulti, "ctor_007_MultiPageOptions", range.get()));
-    EXPECT_EQ(numbers(*object_of(options.get()), "Pages"), (Ints{2, 12, 22}));
-    EXPECT_EQ(property_int(*object_of(options.get()), "Mode"), 2);
-    auto ranges = make_list(ListShape::kArray, *find_element("70438DFB"));
-    ranges->append(Ref<ManagedObject>(object_of(range.get())));
-    ranges->append(Ref<ManagedObject>(object_of(range.get())));
-    Owned array(make_handle(ranges));
-    const VariantArg arg = array.object_arg();
-    call<void>(kMulti, "call_000_InitPages", options.get(), &arg);
-    EXPECT_EQ(numbers(*object_of(options.get()), "Pages").size(), 6u);
-    Owned area(make_struct_handle(RectangleValue{1, 2, 3, 4}));
-    const VariantArg bounds = area.struct_arg();
-    Owned djvu(call<void*>(kDjvu, "call_000_CreateWithPageNumberRect", 4, &bounds));
-    EXPECT_STREQ(object_of(djvu.get())->type().full_name, kDjvu);
-    EXPECT_EQ(unbox<RectangleValue>(*property_object(*object_of(djvu.get()), "ExportArea")).height, 4);
-    call<void*>(kMulti, "ctor_007_MultiPageOptions", static_cast<void*>(nullptr));
-    EXPECT_EQ(test::take_raised().name, "ArgumentNullException");
-}
-
-TEST_F(MembersTest, RangesCountAndRefuseWhatDoesNotFit) {
-    PyCollectionArg out{};
-    call<void>(kRange, "call_000_GetRange", 5, 3, -2, &out);
-    Owned run(out.value);
-    EXPECT_EQ(out.kind, kCollectionObject);
-    EXPECT_EQ(target<ScalarList<int32_t>>(run.get()).items, (Ints{5, 3, 1}));
-    call<void*>(kRange, "ctor_000_IntRange", 0, -1);
-    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
-    call<void*>(kRange, "ctor_001_IntRange", 2147483647, 2, 1);
-    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
-    Owned one(call<void*>(kRange, "ctor_002_IntRange", Numbers({9, 8}).arg()));
-    PyCollectionArg item{};
-    call<void>(kRange, "call_000_GetArrayOneItemFromIndex", one.get(), 1, &item);
-    Owned array(item.value);
-    EXPECT_EQ(target<ScalarList<int32_t>>(array.get()).items, (Ints{8}));
-    call<void>(kRange, "call_000_GetArrayOneItemFromIndex", one.get(), 2, &item);
-    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
-}
-
-TEST_F(MembersTest, PalettesFindTheNearestEntry) {
-    Owned palette(call<void*>(kPalette, "ctor_000_ColorPalette",
-                              Numbers({int32_t(0xFF000000), int32_t(0xFFFFFFFF), int32_t(0xFFFF0000)}).arg(), true));
-    const auto nearest = [&](uint32_t argb) {
-        return call<int>(kPalette, "call_000_GetNearestColorIndex", palette.get(), static_cast<int32_t>(argb));
-    };
-    EXPECT_EQ(nearest(0xFFFFFFFF), 1);
-    EXPECT_EQ(nearest(0xFFE01010), 2);
-    EXPECT_EQ(nearest(0xFF202020), 0);
-    EXPECT_EQ(call<int>("Zelmor.Imaging.IColorPalette", "get_EntriesCount", palette.get()), 3);
-    EXPECT_EQ(call<bool>(kPalette, "get_IsCompactPalette", palette.get()), true);
-    PyObject* entries = call<PyObject*>(kPalette, "get_Entries", palette.get());
-    EXPECT_STREQ(object_of(entries->handle)->type().full_name, "Zelmor.Imaging.Color[]");
-    const VariantArg colors{0, entries->handle};
-    Owned twin(call<void*>(kPalette, "ctor_003_ColorPalette", &colors));
-    test::release(entries);
-    EXPECT_EQ(call<int>(kPalette, "call_000_GetArgb32Color", twin.get(), 2), static_cast<int32_t>(0xFFFF0000));
-    call<int>(kPalette, "call_000_GetArgb32Color", twin.get(), 3);
-    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
-    const VariantArg none{};
-    call<void*>(kPalette, "ctor_001_ColorPalette", &none);
-    EXPECT_EQ(test::take_raised().name, "ArgumentNullException");
-    EXPECT_EQ(call<void*>(kPalette, "call_001_CopyPalette", &none), nullptr);
-    Owned empty(call<void*>(kPalette, "ctor_001_ColorPalette", Numbers({}).arg()));
-    call<int>(kPalette, "call_000_GetNearestColorIndex", empty.get(), 0);
-    EXPECT_EQ(test::take_raised().name, "InvalidOperationException");
-}
-
-TEST_F(MembersTest, StandardPalettesHaveTheirEntries) {
-    constexpr const char* kHelper = "Zelmor.Imaging.ColorPaletteHelper";
-    const auto entries = [](const char* entry, auto... arguments) {
-        PyObjectOutArg out{};
-        call<void>(kHelper, entry, arguments..., &out);
-        Owned palette(out.handle);
-        EXPECT_NE(out.type_id, 0);
-        const VariantArg arg = palette.object_arg();
-        EXPECT_FALSE(call<bool>(kHelper, "call_000_HasTransparentColors", &arg)) << entry;
-        const int last = call<int>(kPalette, "get_EntriesCount", palette.get()) - 1;
-        return std::pair(last + 1, call<int>(kPalette, "call_000_GetArgb32Color", palette.get(), last));
-    };
-    EXPECT_EQ(entries("call_000_CreateMonochrome"), std::pair(2, -1));
-    EXPECT_EQ(entries("call_000_Create4Bit"), std::pair(16, -1));
-    EXPECT_EQ(entries("call_000_Create8Bit"), std::pair(256, -1));
-    EXPECT_EQ(entries("call_000_Create4BitGrayscale", false), std::pair(16, -1));
-    EXPECT_EQ(entries("call_000_Create8BitGrayscale", true), std::pair(256, static_cast<int>(0xFF000000)));
 }
 
 TEST_F(MembersTest, ANonGenericListWorksOnTheListThatItWasGiven) {
