@@ -17,9 +17,6 @@ from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overlo
 from .naming import snake_case, upper_snake_case
 from .wires import INTEROP_SHAPES, NULLABLES, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, WORDS, Wire
 
-# Whether the typed collections themselves are generated, so that members can name them.
-TYPED_COLLECTIONS_GENERATED = False
-
 _ENUM_WIDTHS = ("uint8", "int16", "uint16", "int32", "uint32", "uint64")
 _RANGES = {name: (0, 2 ** int(name[4:]) - 1) if name[0] == "u" else (-(2 ** (int(name[3:]) - 1)),
            2 ** (int(name[3:]) - 1) - 1) for name in _ENUM_WIDTHS}
@@ -182,8 +179,6 @@ class Builder:
         row = self._collections.get(wire.name)
         if row is None or not {kind, f"{kind}-argument"} & set(row.kinds):
             raise CatalogueError(place, f"collections.tab has no {kind} of {wire.name}")
-        if not TYPED_COLLECTIONS_GENERATED:
-            return Wire("pending", f"{kind} of {wire.name}", pending="collections")
         return Wire("collection", f"{kind} of {wire.name}", shape=TYPED_SHAPES[kind], collection=row)
 
     def _relate(self, entry: Type) -> None:
