@@ -159,10 +159,9 @@ XmlDocument read_xml(std::span<const std::byte> text) {
     }
     if (building.failure) std::rethrow_exception(building.failure);
     if (!good) {
-        throw ManagedException("XmlException",
-                               "The XMP packet is not well-formed: " +
-                                   std::string(library.error_text(library.error_code(parser.get()))) + " in line " +
-                                   std::to_string(library.line(parser.get())) + ".");
+        throw ManagedException("XmlException", "The XMP packet is not well-formed: " +
+                                                   std::string(library.error_text(library.error_code(parser.get()))) +
+                                                   " in line " + std::to_string(library.line(parser.get())) + ".");
     }
     return std::move(building.document);
 }

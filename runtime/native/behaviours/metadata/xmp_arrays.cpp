@@ -38,8 +38,7 @@ void add_item(XmpArrayObject& self, const std::string& item) {
 }
 
 Value values(XmpArrayObject& self) {
-    return Ref<ManagedObject>(
-        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), self.values()));
+    return Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), self.values()));
 }
 
 std::string xml_value(XmlValueObject& self) {
@@ -101,8 +100,7 @@ XmpArrayObject::XmpArrayObject(XmpArrayKind kind) : XmlValueObject(require_type(
     node_.array = kind;
 }
 
-XmpArrayObject::XmpArrayObject(XmpNode array)
-    : XmlValueObject(require_type(kManagedName)), node_(std::move(array)) {}
+XmpArrayObject::XmpArrayObject(XmpNode array) : XmlValueObject(require_type(kManagedName)), node_(std::move(array)) {}
 
 void XmpArrayObject::add(std::string text) {
     XmpNode item;

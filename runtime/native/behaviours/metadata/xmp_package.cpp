@@ -34,7 +34,8 @@ std::string property_element(const std::string& key, const Value& value) {
     if (const auto* object = std::get_if<Ref<ManagedObject>>(&value)) {
         if (!*object) return element(key, {});
         if (const auto* xml = dynamic_cast<const XmlValueObject*>(object->get())) return element(key, xml->xml_value());
-        if (const auto* list = dynamic_cast<const ManagedList*>(object->get())) return element(key, list_content(*list));
+        if (const auto* list = dynamic_cast<const ManagedList*>(object->get()))
+            return element(key, list_content(*list));
         if (const auto* typed = dynamic_cast<const XmpTypeObject*>(object->get())) {
             if (!typed->node) return element(key, typed->representation());
             // As it was read, with a language that stands at the property itself.
@@ -60,11 +61,10 @@ Value get_prop_value(XmpPackageObject& self, const std::string& key) {
 void set_prop_value(XmpPackageObject& self, const std::string& key, const VariantArg* value) {
     Value read = read_variant(value);
     if (const auto* object = std::get_if<Ref<ManagedObject>>(&read); object && *object) {
-        const bool fits = dynamic_cast<const XmlValueObject*>(object->get()) ||
-                          dynamic_cast<const ManagedList*>(object->get()) ||
-                          dynamic_cast<const XmpTypeObject*>(object->get()) ||
-                          dynamic_cast<const XmpTokenObject*>(object->get()) ||
-                          dynamic_cast<const EnumObject*>(object->get());
+        const bool fits =
+            dynamic_cast<const XmlValueObject*>(object->get()) || dynamic_cast<const ManagedList*>(object->get()) ||
+            dynamic_cast<const XmpTypeObject*>(object->get()) || dynamic_cast<const XmpTokenObject*>(object->get()) ||
+            dynamic_cast<const EnumObject*>(object->get());
         if (!fits) throw_invalid_cast((*object)->type().full_name, "a value of XMP");
     }
     self.set(key, std::move(read));
@@ -107,21 +107,20 @@ std::string namespace_uri(XmpPackageObject& self) {
     return self.uri();
 }
 
-const BehaviourTable table(Assembly::kImaging,
-                           {
-                               {kPackage, "call_000_ContainsKey", entry<&contains_key>()},
-                               {kPackage, "call_000_GetPropValue", entry<&get_prop_value>()},
-                               {kPackage, "call_000_SetPropValue", entry<&set_prop_value>()},
-                               {kPackage, "call_000_AddValue", entry<&add_value>()},
-                               {kPackage, "call_000_Remove", entry<&remove_key>()},
-                               {kPackage, "call_000_Clear", entry<&clear>()},
-                               {kPackage, "call_000_SetValue", entry<&set_value>()},
-                               {kPackage, "call_000_SetXmpTypeValue", entry<&set_xmp_type_value>()},
-                               {kPackage, "call_000_GetXmlValue", entry<&xml_value>()},
-                               {kPackage, "get_XmlNamespace", entry<&xml_namespace>()},
-                               {kPackage, "get_Prefix", entry<&prefix>()},
-                               {kPackage, "get_NamespaceUri", entry<&namespace_uri>()},
-                           });
+const BehaviourTable table(Assembly::kImaging, {
+                                                   {kPackage, "call_000_ContainsKey", entry<&contains_key>()},
+                                                   {kPackage, "call_000_GetPropValue", entry<&get_prop_value>()},
+                                                   {kPackage, "call_000_SetPropValue", entry<&set_prop_value>()},
+                                                   {kPackage, "call_000_AddValue", entry<&add_value>()},
+                                                   {kPackage, "call_000_Remove", entry<&remove_key>()},
+                                                   {kPackage, "call_000_Clear", entry<&clear>()},
+                                                   {kPackage, "call_000_SetValue", entry<&set_value>()},
+                                                   {kPackage, "call_000_SetXmpTypeValue", entry<&set_xmp_type_value>()},
+                                                   {kPackage, "call_000_GetXmlValue", entry<&xml_value>()},
+                                                   {kPackage, "get_XmlNamespace", entry<&xml_namespace>()},
+                                                   {kPackage, "get_Prefix", entry<&prefix>()},
+                                                   {kPackage, "get_NamespaceUri", entry<&namespace_uri>()},
+                                               });
 
 }  // namespace
 

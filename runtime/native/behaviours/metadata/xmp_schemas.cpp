@@ -33,9 +33,14 @@ struct Schema {
     const char* uri;
 };
 constexpr Schema kSchemas[] = {
-    {kDicom, "DICOM", ns::kDicom},    {kDublinCore, "dc", ns::kDublinCore}, {kPdf, "pdf", ns::kPdf},
-    {kPhotoshop, "photoshop", ns::kPhotoshop}, {kBasic, "xmp", ns::kXmpBasic},       {kMedia, "xmpDM", ns::kXmpDm},
-    {kManagement, "xmpMM", ns::kXmpMm}, {kRights, "xmpRights", ns::kXmpRights},
+    {kDicom, "DICOM", ns::kDicom},
+    {kDublinCore, "dc", ns::kDublinCore},
+    {kPdf, "pdf", ns::kPdf},
+    {kPhotoshop, "photoshop", ns::kPhotoshop},
+    {kBasic, "xmp", ns::kXmpBasic},
+    {kMedia, "xmpDM", ns::kXmpDm},
+    {kManagement, "xmpMM", ns::kXmpMm},
+    {kRights, "xmpRights", ns::kXmpRights},
 };
 
 // Which properties hold several values. "alt" is a language alternative.
@@ -251,60 +256,59 @@ const BehaviourTable core_tables(
     });
 
 const BehaviourTable xmp_tables(
-    Assembly::kImaging,
-    {
-        {kBasic, "ctor_001_XmpBasicPackage", entry<&custom_package>()},
-        {kBasic, "call_001_SetCreatedDate", entry<&set_date_text<"CreateDate">>()},
-        {kBasic, "call_001_SetMetadataDate", entry<&set_date_text<"MetadataDate">>()},
-        {kBasic, "call_001_SetModifyDate", entry<&set_date_text<"ModifyDate">>()},
-        {kBasic, "call_000_SetCreatedDateStr", entry<&set_date_text<"CreateDate">>()},
-        {kBasic, "call_000_SetMetadataDateStr", entry<&set_date_text<"MetadataDate">>()},
-        {kBasic, "call_000_SetModifyDateStr", entry<&set_date_text<"ModifyDate">>()},
-        {kBasic, "call_000_SetCreatorTool", entry<&set_text<"CreatorTool">>()},
-        {kBasic, "call_000_SetIdentifier", entry<&set_array<"Identifier">>()},
-        {kBasic, "call_000_SetLabel", entry<&set_text<"Label">>()},
-        {kBasic, "call_000_SetRating", entry<&set_rating>()},
-        {kBasic, "getsa_RatingMax", entry<&constant<kRatingMax>>()},
-        {kBasic, "getsa_RatingMin", entry<&constant<kRatingMin>>()},
-        {kBasic, "getsa_RatingRejected", entry<&constant<kRatingRejected>>()},
+    Assembly::kImaging, {
+                            {kBasic, "ctor_001_XmpBasicPackage", entry<&custom_package>()},
+                            {kBasic, "call_001_SetCreatedDate", entry<&set_date_text<"CreateDate">>()},
+                            {kBasic, "call_001_SetMetadataDate", entry<&set_date_text<"MetadataDate">>()},
+                            {kBasic, "call_001_SetModifyDate", entry<&set_date_text<"ModifyDate">>()},
+                            {kBasic, "call_000_SetCreatedDateStr", entry<&set_date_text<"CreateDate">>()},
+                            {kBasic, "call_000_SetMetadataDateStr", entry<&set_date_text<"MetadataDate">>()},
+                            {kBasic, "call_000_SetModifyDateStr", entry<&set_date_text<"ModifyDate">>()},
+                            {kBasic, "call_000_SetCreatorTool", entry<&set_text<"CreatorTool">>()},
+                            {kBasic, "call_000_SetIdentifier", entry<&set_array<"Identifier">>()},
+                            {kBasic, "call_000_SetLabel", entry<&set_text<"Label">>()},
+                            {kBasic, "call_000_SetRating", entry<&set_rating>()},
+                            {kBasic, "getsa_RatingMax", entry<&constant<kRatingMax>>()},
+                            {kBasic, "getsa_RatingMin", entry<&constant<kRatingMin>>()},
+                            {kBasic, "getsa_RatingRejected", entry<&constant<kRatingRejected>>()},
 
-        {kMedia, "call_000_SetAbsPeakAudioFilePath", entry<&set_text<"absPeakAudioFilePath">>()},
-        {kMedia, "call_000_SetAlblum", entry<&set_text<"album">>()},
-        {kMedia, "call_000_SetAltTapeName", entry<&set_text<"altTapeName">>()},
-        {kMedia, "call_000_SetAltTimeCode", entry<&set_typed<"altTimecode">>()},
-        {kMedia, "call_000_SetArtist", entry<&set_text<"artist">>()},
-        {kMedia, "call_000_SetAudioChannelType", entry<&set_token<"audioChannelType">>()},
-        {kMedia, "call_000_SetAudioSampleRate", entry<&set_int<"audioSampleRate">>()},
-        {kMedia, "call_000_SetAudioSampleType", entry<&set_token<"audioSampleType">>()},
-        {kMedia, "call_000_SetCameraAngle", entry<&set_text<"cameraAngle">>()},
-        {kMedia, "call_000_SetCameraLabel", entry<&set_text<"cameraLabel">>()},
-        {kMedia, "call_000_SetCameraMove", entry<&set_text<"cameraMove">>()},
-        {kMedia, "call_000_SetClient", entry<&set_text<"client">>()},
-        {kMedia, "call_000_SetComment", entry<&set_text<"comment">>()},
-        {kMedia, "call_000_SetComposer", entry<&set_text<"composer">>()},
-        {kMedia, "call_000_SetDirector", entry<&set_text<"director">>()},
-        {kMedia, "call_000_SetDirectorPhotography", entry<&set_text<"directorPhotography">>()},
-        {kMedia, "call_000_SetDuration", entry<&set_typed<"duration">>()},
-        {kMedia, "call_000_SetEngineer", entry<&set_text<"engineer">>()},
-        {kMedia, "call_000_SetFileDataRate", entry<&set_typed<"fileDataRate">>()},
-        {kMedia, "call_000_SetGenre", entry<&set_text<"genre">>()},
-        {kMedia, "call_000_SetGood", entry<&set_bool<"good">>()},
-        {kMedia, "call_000_SetInstrument", entry<&set_text<"instrument">>()},
-        {kMedia, "call_000_SetIntroTime", entry<&set_typed<"introTime">>()},
-        {kMedia, "call_000_SetKey", entry<&set_text<"key">>()},
-        {kMedia, "call_000_SetLogComment", entry<&set_text<"logComment">>()},
+                            {kMedia, "call_000_SetAbsPeakAudioFilePath", entry<&set_text<"absPeakAudioFilePath">>()},
+                            {kMedia, "call_000_SetAlblum", entry<&set_text<"album">>()},
+                            {kMedia, "call_000_SetAltTapeName", entry<&set_text<"altTapeName">>()},
+                            {kMedia, "call_000_SetAltTimeCode", entry<&set_typed<"altTimecode">>()},
+                            {kMedia, "call_000_SetArtist", entry<&set_text<"artist">>()},
+                            {kMedia, "call_000_SetAudioChannelType", entry<&set_token<"audioChannelType">>()},
+                            {kMedia, "call_000_SetAudioSampleRate", entry<&set_int<"audioSampleRate">>()},
+                            {kMedia, "call_000_SetAudioSampleType", entry<&set_token<"audioSampleType">>()},
+                            {kMedia, "call_000_SetCameraAngle", entry<&set_text<"cameraAngle">>()},
+                            {kMedia, "call_000_SetCameraLabel", entry<&set_text<"cameraLabel">>()},
+                            {kMedia, "call_000_SetCameraMove", entry<&set_text<"cameraMove">>()},
+                            {kMedia, "call_000_SetClient", entry<&set_text<"client">>()},
+                            {kMedia, "call_000_SetComment", entry<&set_text<"comment">>()},
+                            {kMedia, "call_000_SetComposer", entry<&set_text<"composer">>()},
+                            {kMedia, "call_000_SetDirector", entry<&set_text<"director">>()},
+                            {kMedia, "call_000_SetDirectorPhotography", entry<&set_text<"directorPhotography">>()},
+                            {kMedia, "call_000_SetDuration", entry<&set_typed<"duration">>()},
+                            {kMedia, "call_000_SetEngineer", entry<&set_text<"engineer">>()},
+                            {kMedia, "call_000_SetFileDataRate", entry<&set_typed<"fileDataRate">>()},
+                            {kMedia, "call_000_SetGenre", entry<&set_text<"genre">>()},
+                            {kMedia, "call_000_SetGood", entry<&set_bool<"good">>()},
+                            {kMedia, "call_000_SetInstrument", entry<&set_text<"instrument">>()},
+                            {kMedia, "call_000_SetIntroTime", entry<&set_typed<"introTime">>()},
+                            {kMedia, "call_000_SetKey", entry<&set_text<"key">>()},
+                            {kMedia, "call_000_SetLogComment", entry<&set_text<"logComment">>()},
 
-        {kManagement, "call_001_SetDocumentId", entry<&set_text<"DocumentID">>()},
-        {kManagement, "call_001_SetInstanceId", entry<&set_text<"InstanceID">>()},
-        {kManagement, "call_001_SetOriginalDocumentId", entry<&set_text<"OriginalDocumentID">>()},
-        {kManagement, "call_000_SetDerivedFrom", entry<&set_typed<"DerivedFrom">>()},
+                            {kManagement, "call_001_SetDocumentId", entry<&set_text<"DocumentID">>()},
+                            {kManagement, "call_001_SetInstanceId", entry<&set_text<"InstanceID">>()},
+                            {kManagement, "call_001_SetOriginalDocumentId", entry<&set_text<"OriginalDocumentID">>()},
+                            {kManagement, "call_000_SetDerivedFrom", entry<&set_typed<"DerivedFrom">>()},
 
-        {kRights, "call_000_SetCertificate", entry<&set_text<"Certificate">>()},
-        {kRights, "call_000_SetMarkedAsRightManagement", entry<&set_bool<"Marked">>()},
-        {kRights, "call_000_SetOwners", entry<&set_array<"Owner">>()},
-        {kRights, "call_000_SetUsageTerms", entry<&set_alternatives<"UsageTerms">>()},
-        {kRights, "call_000_SetWebStatement", entry<&set_text<"WebStatement">>()},
-    });
+                            {kRights, "call_000_SetCertificate", entry<&set_text<"Certificate">>()},
+                            {kRights, "call_000_SetMarkedAsRightManagement", entry<&set_bool<"Marked">>()},
+                            {kRights, "call_000_SetOwners", entry<&set_array<"Owner">>()},
+                            {kRights, "call_000_SetUsageTerms", entry<&set_alternatives<"UsageTerms">>()},
+                            {kRights, "call_000_SetWebStatement", entry<&set_text<"WebStatement">>()},
+                        });
 
 // The constants of the static class of namespaces.
 struct NamespaceConstant {
@@ -338,8 +342,8 @@ std::string namespace_constant() {
 
 template <size_t... kIndex>
 std::array<Behaviour, sizeof...(kIndex)> namespace_behaviours(std::index_sequence<kIndex...>) {
-    return {Behaviour{"Zelmor.Imaging.Xmp.Namespaces", kConstants[kIndex].getter,
-                      entry<&namespace_constant<kIndex>>()}...};
+    return {
+        Behaviour{"Zelmor.Imaging.Xmp.Namespaces", kConstants[kIndex].getter, entry<&namespace_constant<kIndex>>()}...};
 }
 const auto kNamespaceBehaviours = namespace_behaviours(std::make_index_sequence<std::size(kConstants)>());
 const BehaviourTable namespace_table(Assembly::kImaging, std::span<const Behaviour>(kNamespaceBehaviours));

@@ -73,10 +73,8 @@ constexpr XmpField kThumbnail[] = {
     {"image", "ImageBase64", Kind::kText},
 };
 constexpr XmpField kVersion[] = {
-    {"comments", "Comments", Kind::kText},
-    {"event", "VersionEvent", Kind::kStructure},
-    {"modifier", "Modifier", Kind::kText},
-    {"modifyDate", "ModifiedDate", Kind::kDate},
+    {"comments", "Comments", Kind::kText},   {"event", "VersionEvent", Kind::kStructure},
+    {"modifier", "Modifier", Kind::kText},   {"modifyDate", "ModifiedDate", Kind::kDate},
     {"version", "VersionText", Kind::kText},
 };
 constexpr XmpField kLayer[] = {

@@ -9,8 +9,8 @@ namespace zelmor::embed {
 
 enum class XmpFieldKind : uint8_t {
     kText,
-    kDate,       // text too, as long as it is no date
-    kNumber,     // of the width that the property has
+    kDate,    // text too, as long as it is no date
+    kNumber,  // of the width that the property has
     kBool,
     kTexts,      // an ordered array
     kRational,   // "1/25"

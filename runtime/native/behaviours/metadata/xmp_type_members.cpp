@@ -113,8 +113,7 @@ Value defined_renditions() {
     std::vector<Value> tokens;
     for (const char16_t* token : {u"default", u"thumbnail", u"screen", u"proof", u"draft", u"low-res"})
         tokens.emplace_back(std::u16string(token));
-    return Ref<ManagedObject>(
-        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), std::move(tokens)));
+    return Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), std::move(tokens)));
 }
 
 bool equal_types(XmpTypeObject& self, XmpTypeObject* other) {

@@ -116,7 +116,8 @@ std::optional<std::string> field_content(const Record& record, const XmpField& f
 }
 
 std::string structure_text(const Record& record, const XmpStructure& structure) {
-    const std::string head = "<rdf:Description" + xml_attribute("xmlns:" + std::string(structure.prefix), structure.uri);
+    const std::string head =
+        "<rdf:Description" + xml_attribute("xmlns:" + std::string(structure.prefix), structure.uri);
     std::string fields;
     for (const XmpField& field : structure.fields) {
         const auto content = field_content(record, field);
