@@ -74,11 +74,12 @@ def _covers(scope: Scope, broad: Param, narrow: Param) -> bool:
     if broad.name != narrow.name:
         return False
     wide, less = scope.argument(broad.wire), scope.argument(narrow.wire)
-    if wide == less or {wide, less} == {"float", "int"} and wide == "float":
+    if wide == less or broad.wire.kind == "object":
         return True
-    ancestors = narrow.wire.type.bases() if narrow.wire.type is not None else []
-    return broad.wire.kind == "object" or (wide, less) in (("int", "bool"), ("float", "bool")) or (
-        broad.wire.type is not None and broad.wire.type in ancestors)
+    if narrow.wire.scalar is not None:  # enumerations are kinds of `int` to a checker, and `int` one of `float`
+        kind = "int" if narrow.wire.type is not None or less == "bool" else less
+        return wide == kind or (wide, kind) == ("float", "int")
+    return narrow.wire.type is not None and broad.wire.type in narrow.wire.type.bases()
 
 
 def _never_tried(scope: Scope, overloads: list[Overload], number: int) -> bool:
