@@ -52,7 +52,7 @@ def test_overloads_stand_in_trial_order_with_the_inherited_ones_behind(files: di
     ("imaging/__init__.pyi", "Color:", "alice_blue: Final[Color]"),
     ("imaging/__init__.pyi", "Cache:", "def set_max_memory_for_cache(value: int, /) -> None:"),
     ("imaging/__init__.pyi", "Rectangle:", "inflate: ClassVar[_Rectangle_inflate]"),
-    ("imaging/__init__.pyi", "Point:", "def from_long(packed_point: int, x: list[int], y: list[int]) -> None:"),
+    ("imaging/__init__.pyi", "Point:", "def from_long(packed_point: int, x: list[int], y: list[int]) -> int:"),
     ("imaging/__init__.pyi", "FileFormat(IntFlag)", "CUSTOM = 1"),
     ("imaging/sources.pyi", "StreamSource(", "def __init__(self, stream: StreamLike | None) -> None:"),
     ("imaging/_wrpgen/_generic.pyi", "_ListWrapper_A4A29720:", "def append(self, value: int, /) -> None: ..."),
