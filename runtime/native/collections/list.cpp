@@ -307,7 +307,8 @@ void ValueList::order(bool descending) {
 }
 
 ListEnumerator::ListEnumerator(Ref<ManagedList> list)
-    : ManagedEnumerator(intern_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]")),
+    : ManagedEnumerator(
+          intern_disposable_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]")),
       list_(std::move(list)),
       expected_version_(list_->version()) {}
 

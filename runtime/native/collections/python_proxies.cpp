@@ -34,7 +34,7 @@ int position(size_t index) {
 }  // namespace
 
 PythonEnumerator::PythonEnumerator(PyHeld iterator)
-    : ManagedEnumerator(proxy_type("Zelmor.WrpGen.Interop.PyEnumerator")), iterator_(std::move(iterator)) {}
+    : ManagedEnumerator(intern_disposable_type("Zelmor.WrpGen.Interop.PyEnumerator")), iterator_(std::move(iterator)) {}
 
 bool PythonEnumerator::move_next(Value& element) {
     require_live();

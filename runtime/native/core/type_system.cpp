@@ -24,7 +24,7 @@ struct Registry {
     std::unordered_map<std::string_view, const TypeInfo*> by_name;
     std::unordered_map<std::string_view, const TypeInfo*> by_host_class;
     std::deque<InternedType> interned;
-    std::unordered_map<const TypeInfo*, const InternedType*> interned_by_info;
+    std::unordered_map<const TypeInfo*, InternedType*> interned_by_info;
     std::unordered_map<const TypeInfo*, Ref<TypeObject>> type_objects;
 
     Registry() {
@@ -135,11 +135,18 @@ const TypeInfo& intern_type(std::string_view full_name, TypeKind kind, const Typ
     added.info.assembly = "mscorlib";
     added.info.kind = kind;
     added.info.base = kNoType;
-    // The one type outside the catalogue that is disposable; those derived from it find that at their base.
+    // Those derived from it find that at their base.
     added.info.disposable = full_name == "System.IO.Stream";
     r.by_name.emplace(added.name, &added.info);
     r.interned_by_info.emplace(&added.info, &added);
     return added.info;
+}
+
+const TypeInfo& intern_disposable_type(std::string_view full_name) {
+    const TypeInfo& type = intern_type(full_name);
+    auto& own = registry().interned_by_info;
+    if (const auto found = own.find(&type); found != own.end()) found->second->info.disposable = true;
+    return type;
 }
 
 const TypeInfo* base_of(const TypeInfo& type) {

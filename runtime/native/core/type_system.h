@@ -29,6 +29,8 @@ const TypeInfo& string_type();      // System.String
 // Adds a type that no catalogue has (an array, an enumerator); the name must stay alive. Same name, same type.
 const TypeInfo& intern_type(std::string_view full_name, TypeKind kind = TypeKind::kClass,
                             const TypeInfo* base = nullptr);
+// The same for a class whose objects can be disposed of.
+const TypeInfo& intern_disposable_type(std::string_view full_name);
 // The base of a type; null for System.Object and for interfaces.
 const TypeInfo* base_of(const TypeInfo& type);
 

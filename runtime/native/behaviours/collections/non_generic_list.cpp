@@ -1,4 +1,5 @@
-// NonGenericList: a list around another list. Whatever is asked of it is asked of that one, a Python list included.
+// NonGenericList and the list of metafile records that derives from it: a list around another list. Whatever is asked
+// of it is asked of that one, a Python list included.
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/entry.h"
 
@@ -38,10 +39,19 @@ class NonGenericList final : public ManagedList {
     Ref<ManagedList> inner_;
 };
 
-Ref<ManagedObject> around(const VariantArg* list) {
+constexpr const char* kMetaList = "Zelmor.Imaging.FileFormats.Emf.MetaObjectList";
+
+Ref<ManagedObject> made(const char* type, const VariantArg* list) {
     const auto inner = read_collection(list, CollectionShape::kIList, variant_element());
     if (!inner) throw_argument_null("list");
-    return make_ref<NonGenericList>(require_type(kList), Ref<ManagedList>(&cast_object<ManagedList>(*inner)));
+    return make_ref<NonGenericList>(require_type(type), Ref<ManagedList>(&cast_object<ManagedList>(*inner)));
+}
+
+Ref<ManagedObject> list_around(const VariantArg* list) {
+    return made(kList, list);
+}
+Ref<ManagedObject> meta_list_around(const VariantArg* list) {
+    return made(kMetaList, list);
 }
 
 // One that the runtime makes for itself is empty.
@@ -49,7 +59,10 @@ const FactoryRegistration factory(kList, [](const TypeInfo& type) {
     return Ref<ManagedObject>(make_ref<NonGenericList>(type, make_list(ListShape::kArrayList, variant_element())));
 });
 
-const Behaviour kMembers[] = {{kList, "ctor_000_NonGenericList", entry<&around>()}};
+const Behaviour kMembers[] = {
+    {kList, "ctor_000_NonGenericList", entry<&list_around>()},
+    {kMetaList, "ctor_000_MetaObjectList", entry<&meta_list_around>()},
+};
 const BehaviourTable table(Assembly::kImaging, kMembers);
 
 }  // namespace
