@@ -52,11 +52,9 @@ int classify_library_value(PyObject* object) {
 }
 
 int classify_date_value(PyObject* object) {
+    PyDateTime_IMPORT;  // on each use, as everything of the library here
     if (PyDateTimeAPI == nullptr) {
-        PyDateTime_IMPORT;
-        if (PyDateTimeAPI == nullptr) {
-            return kFailed;
-        }
+        return kFailed;
     }
     if (PyDelta_Check(object)) {
         return kVariantTimeDelta;

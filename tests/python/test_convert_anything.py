@@ -92,7 +92,7 @@ def values_by_hand() -> list[Any]:
         int, type, decimal.Decimal("1.5"), decimal.Decimal("1.5").as_tuple(), decimal.Decimal("NaN"), uuid.UUID(int=5),
         datetime.datetime(2023, 6, 1), datetime.date(2023, 6, 1), datetime.time(1), datetime.timedelta(1),
         datetime.timezone.utc, datetime.datetime(2023, 6, 1, tzinfo=datetime.timezone.utc), os, len, "".join, print,
-        lambda: None, (n for n in ()), iter(()), threading.Lock(), weakref.WeakSet(),
+        lambda: None, (n for n in range(0)), iter(()), threading.Lock(), weakref.WeakSet(),
         types.SimpleNamespace(), types.MappingProxyType({}), object(), Slots(), KeyError("x"), sys.stdout,
         *(type("Own", (kind,), {})() for kind in (int, float, str, bytes, bytearray, list, tuple, dict, set, complex)),
         *(type("Own", (kind,), {})(2023, 6, 1) for kind in (datetime.datetime, datetime.date)),
@@ -118,7 +118,7 @@ def values_of_the_library() -> Iterator[Any]:
 
 def tag_of(value: Any) -> int | None:
     """The tag that a value has to get; None for what is unknown."""
-    exact = {type(None): 0, bool: 5, int: 6}
+    exact: dict[type, int] = {type(None): 0, bool: 5, int: 6}
     if type(value) in exact:
         return exact[type(value)]
     for kind, tag in ((float, 7), (decimal.DecimalTuple, 9), (decimal.Decimal, 8), (uuid.UUID, 14),
@@ -126,7 +126,8 @@ def tag_of(value: Any) -> int | None:
                       (str, 3), (bytes, 4), (bytearray, 4)):
         if isinstance(value, kind):
             return tag
-    return {memoryview: 4, list: 15, tuple: 16}.get(type(value))
+    containers: dict[type, int] = {memoryview: 4, list: 15, tuple: 16}
+    return containers.get(type(value))
 
 
 def seen(value: object) -> tuple[int, int] | None:

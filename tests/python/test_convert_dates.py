@@ -78,6 +78,12 @@ class Zone(tzinfo):
             raise self.offset
         return self.offset
 
+    def dst(self, moment: datetime | None) -> None:
+        """No summer time."""
+
+    def tzname(self, moment: datetime | None) -> str:
+        return "zone"
+
 
 class Careless:
     """What looks like a moment and says any offset: Python's own classes check theirs."""
@@ -87,7 +93,7 @@ class Careless:
     def __init__(self, offset: object) -> None:
         self.offset = offset
 
-    def utcoffset(self) -> object:
+    def utcoffset(self) -> Any:
         return self.offset
 
 

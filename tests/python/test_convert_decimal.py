@@ -200,7 +200,8 @@ def test_the_reader_of_decimals_takes_tuples_too() -> None:
 
 
 def test_a_class_that_is_not_to_be_had_fails_the_reading(monkeypatch: pytest.MonkeyPatch) -> None:
-    monkeypatch.setitem(sys.modules, "decimal", None)
+    missing: Any = None
+    monkeypatch.setitem(sys.modules, "decimal", missing)
     for name, value in (("read", Decimal(1)), ("write", (c_uint * 4)(1))):
         arguments = (value, (c_uint * 4)()) if name == "read" else (value,)
         with pytest.raises(ImportError, match="^Unable to import the specified module decimal"):
