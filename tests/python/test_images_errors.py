@@ -294,7 +294,7 @@ def test_a_failed_operation_leaves_the_picture(tmp_path: Path) -> None:
 
 def test_what_has_no_behaviour_says_so(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", noise()))
-    for call in (image.get_skew_angle, image.normalize_angle, image.to_bitmap, lambda: image.get_modify_date(True)):
+    for call in (image.to_bitmap, lambda: image.get_modify_date(True)):
         with managed_error("NotSupportedException", "RasterImage."):
             call()
 

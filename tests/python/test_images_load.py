@@ -23,7 +23,7 @@ def test_size_and_format(tmp_path: Path, extension: str) -> None:
     assert image.file_format == FileFormat[FORMATS[extension][0]]
     assert image.is_cached
     assert image.container is None
-    assert not image.use_palette
+    assert image.use_palette == (extension == "gif")
     assert not image.disposed
 
 

@@ -195,9 +195,10 @@ def test_png_depths_that_do_not_go_together(tmp_path: Path) -> None:
         saved(tmp_path, made(PngOptions, bit_depth=4, color_type=PngColorType.TRUECOLOR))
 
 
-def test_animations_are_not_written(tmp_path: Path) -> None:
-    with managed_error("NotSupportedException", "ApngOptions"):
-        saved(tmp_path, ApngOptions())
+def test_an_animation_of_one_frame_is_a_png(tmp_path: Path) -> None:
+    path = saved(tmp_path, ApngOptions())
+    with Pillow.open(path) as picture:
+        assert (picture.format, getattr(picture, "n_frames", 1)) == ("PNG", 1)
 
 
 # ---- BMP

@@ -66,6 +66,8 @@ class Picture {
     virtual void resize(int32_t width, int32_t height, Resampling resampling) = 0;
     // Puts the picture unscaled on a canvas of the size given, its corner at (x, y), and cuts what lies outside.
     virtual void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) = 0;
+    // An opaque alpha channel where there is none.
+    virtual void add_alpha() = 0;
     // Gives all pixels of the area one colour.
     virtual void replace_area(const Rect& area, Argb color) = 0;
     // Lays another picture over this one, its corner at (x, y); what lies outside is cut.
@@ -94,9 +96,15 @@ class Picture {
 
     // The colours that stand best for all of the picture's, at most so many; those of a picture that has no more.
     virtual std::vector<Argb> close_palette(int most, bool keep_alpha) const = 0;
+    // The colours that occur most often, at most so many, the most frequent first.
+    virtual std::vector<Argb> frequent_palette(int most) const = 0;
+    // Whether the palette has each of the picture's colours.
+    virtual bool has_only(std::span<const Argb> palette) const = 0;
     // The index of the palette's entry that is nearest to each pixel, row by row. `diffuse` spreads the difference over
     // the neighbours, so that areas keep their mean.
     virtual std::vector<uint8_t> indices(std::span<const Argb> palette, bool diffuse) const = 0;
+    // Gives each pixel the colour of its index, row by row; the indices are those of the palette.
+    virtual void paint(std::span<const uint8_t> indices, std::span<const Argb> palette) = 0;
     // Gives each pixel its nearest colour of the palette.
     virtual void reduce(std::span<const Argb> palette, bool diffuse) = 0;
 

@@ -196,6 +196,9 @@ EncodedBytes encode_as(const PngEncoding& png, const VImage& picture, const Enco
     if (depth < 8 && !indexed && !gray) depth = 8;
     if (depth > 8 && indexed) unfit("an indexed PNG has at most 8 bits per pixel");
     image = depth == 16 ? as_16_bit(image) : as_8_bit(image);
+    if (depth < 8 && gray && !indexed) {  // the library writes the lower bits of each value
+        image = image.linear(((1 << depth) - 1) / 255.0, 0.0).rint().cast(VIPS_FORMAT_UCHAR);
+    }
     VOption* options = VImage::option()
                            ->set("compression", png.compression_level)
                            ->set("interlace", png.interlaced)
@@ -322,6 +325,19 @@ void check_tiff_byte_order(const TiffEncoding& tiff, const Picture& picture) {
     require_turnable(tiff, tiff.bit_depth == 16 || (tiff.bit_depth == 0 && picture.bits_per_channel() == 16));
 }
 
+void VipsPicture::flatten(Argb background) {
+    if (!has_alpha()) return;
+    apply("the background could not be put in", [&] {
+        Encoding encoding;
+        encoding.background = background;
+        return opaque(image_, encoding);
+    });
+}
+
+void VipsPicture::add_alpha() {
+    apply("an alpha channel could not be added", [&] { return with_alpha(image_); });
+}
+
 void VipsPicture::make_transparent(Argb color) {
     apply("the transparent colour could not be taken out", [&] { return with_transparent(image_, color); });
 }
@@ -329,6 +345,7 @@ void VipsPicture::make_transparent(Argb color) {
 void prepare_for_encoding(Picture& picture, const Encoding& encoding) {
     auto& own = static_cast<VipsPicture&>(picture);
     if (encoding.resolution) own.set_resolution(*encoding.resolution);
+    if (encoding.flatten) own.flatten(*encoding.flatten);
     if (encoding.transparent_color) own.make_transparent(*encoding.transparent_color);
     if (format_of(encoding) == Format::kGif && !encoding.palette.empty())
         own.reduce(encoding.palette, encoding.diffuse);

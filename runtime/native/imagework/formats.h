@@ -119,6 +119,7 @@ struct Encoding {
     bool blend_alpha = true;                     // otherwise alpha is simply dropped there
     std::optional<Argb> transparent_color = {};  // its pixels are written as transparent
     bool may_widen = false;                      // more colours than the palette holds make it true colour
+    std::optional<Argb> flatten = {};            // stands behind the picture even where the target has alpha
     std::vector<Argb> palette = {};              // of an indexed form; empty: the colours that suit the picture best
     bool diffuse = false;                        // spreads the error where colours are brought down to a palette
 };

@@ -1,6 +1,8 @@
 // From true colours to a palette: finding the colours, and bringing pixels down to them.
 #include <algorithm>
 #include <array>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "runtime/native/imagework/byte_reader.h"
 #include "runtime/native/imagework/encode_support.h"
@@ -141,13 +143,38 @@ void thin_out(std::vector<Argb>& palette, size_t most) {
     }
 }
 
+// A picture in the size and resolution of another.
+VImage painted(const VImage& like, std::span<const uint8_t> indices, std::span<const Argb> palette) {
+    const bool alpha = std::any_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 != 255; });
+    const int bands = alpha ? 4 : 3;
+    std::vector<uint8_t> pixels;
+    pixels.reserve(indices.size() * static_cast<size_t>(bands));
+    for (const uint8_t index : indices) {
+        const Argb color = palette[index];
+        for (const int shift : {16, 8, 0})
+            pixels.push_back(static_cast<uint8_t>(color >> shift));
+        if (alpha) pixels.push_back(static_cast<uint8_t>(color >> 24));
+    }
+    VImage result = VImage::new_memory();
+    VImage::new_from_memory(pixels.data(), pixels.size(), like.width(), like.height(), bands, VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()
+                  ->set("interpretation", VIPS_INTERPRETATION_sRGB)
+                  ->set("xres", like.xres())
+                  ->set("yres", like.yres()))
+        .write(result);
+    return result;
+}
+
+void require_palette_size(int most) {
+    if (most >= 1 && most <= 256) return;
+    throw PictureError(Failure::kArgument, "a palette has 1 to 256 colours, not " + std::to_string(most),
+                       "entries_count");
+}
+
 }  // namespace
 
 std::vector<Argb> VipsPicture::close_palette(int most, bool keep_alpha) const {
-    if (most < 1 || most > 256) {
-        throw PictureError(Failure::kArgument, "a palette has 1 to 256 colours, not " + std::to_string(most),
-                           "entries_count");
-    }
+    require_palette_size(most);
     return guarded(Failure::kInternal, "the colours could not be counted", [&] {
         const VImage colors = as_rgb(as_8_bit(keep_alpha ? image_ : color_bands(image_)));
         std::vector<Argb> palette = distinct_colors(rgba_of(colors), static_cast<size_t>(most));
@@ -164,34 +191,51 @@ std::vector<uint8_t> VipsPicture::indices(std::span<const Argb> palette, bool di
 }
 
 bool VipsPicture::has_only(std::span<const Argb> palette) const {
-    const std::vector<Argb> colors = distinct_colors(rgba_of(image_), 256);
-    return !colors.empty() && std::all_of(colors.begin(), colors.end(), [&](Argb color) {
-        return std::find(palette.begin(), palette.end(), color) != palette.end();
+    // What is clear has no colour that counts.
+    const auto seen = [](Argb color) { return color >> 24 == 0 ? 0 : color; };
+    const std::unordered_set<Argb> known = [&] {
+        std::unordered_set<Argb> colors;
+        for (const Argb color : palette)
+            colors.insert(seen(color));
+        return colors;
+    }();
+    const VImage rgba = rgba_of(image_);
+    const auto bytes = bytes_of(rgba);
+    Argb last = 0;
+    for (size_t at = 0; at < bytes.size(); at += 4) {
+        const Argb color = seen(argb_at(&bytes[at]));
+        if (color == last && at > 0) continue;
+        last = color;
+        if (!known.contains(color)) return false;
+    }
+    return true;
+}
+
+std::vector<Argb> VipsPicture::frequent_palette(int most) const {
+    require_palette_size(most);
+    const VImage rgba = rgba_of(color_bands(image_));
+    const auto bytes = bytes_of(rgba);
+    std::unordered_map<Argb, uint32_t> counts;
+    for (size_t at = 0; at < bytes.size(); at += 4)
+        counts[argb_at(&bytes[at])]++;
+    std::vector<std::pair<Argb, uint32_t>> colors(counts.begin(), counts.end());
+    std::sort(colors.begin(), colors.end(), [](const auto& a, const auto& b) {
+        return a.second != b.second ? a.second > b.second : a.first < b.first;
     });
+    colors.resize(std::min(colors.size(), static_cast<size_t>(most)));
+    std::vector<Argb> palette;
+    for (const auto& [color, count] : colors)
+        palette.push_back(color);
+    return palette;
+}
+
+void VipsPicture::paint(std::span<const uint8_t> indices, std::span<const Argb> palette) {
+    apply("the colours could not be put in", [&] { return painted(image_, indices, palette); });
 }
 
 void VipsPicture::reduce(std::span<const Argb> palette, bool diffuse) {
-    apply("the colours could not be reduced", [&] {
-        const std::vector<uint8_t> found = indices_in(image_, palette, diffuse);
-        const bool alpha = std::any_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 != 255; });
-        const int bands = alpha ? 4 : 3;
-        VImage result = VImage::new_memory();
-        std::vector<uint8_t> pixels;
-        pixels.reserve(found.size() * static_cast<size_t>(bands));
-        for (const uint8_t index : found) {
-            const Argb color = palette[index];
-            for (const int shift : {16, 8, 0})
-                pixels.push_back(static_cast<uint8_t>(color >> shift));
-            if (alpha) pixels.push_back(static_cast<uint8_t>(color >> 24));
-        }
-        VImage::new_from_memory(pixels.data(), pixels.size(), width(), height(), bands, VIPS_FORMAT_UCHAR)
-            .copy(VImage::option()
-                      ->set("interpretation", VIPS_INTERPRETATION_sRGB)
-                      ->set("xres", image_.xres())
-                      ->set("yres", image_.yres()))
-            .write(result);
-        return result;
-    });
+    apply("the colours could not be reduced",
+          [&] { return painted(image_, indices_in(image_, palette, diffuse), palette); });
 }
 
 }  // namespace zelmor::imagework

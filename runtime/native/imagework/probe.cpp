@@ -90,6 +90,8 @@ void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
         } else if (starts_with(data, at + 4, "acTL")) {
             facts.is_apng = true;
             facts.frame_count = static_cast<int>(std::clamp<uint32_t>(in.u32(at + 8), 1, 0x7FFFFFFF));
+            encoding.plays = static_cast<int>(in.u32(at + 12) & 0x7FFFFFFF);
+            facts.encoding = encoding;
         }
         at += 12 + static_cast<uint64_t>(length);
     }
@@ -129,6 +131,10 @@ void probe_gif(std::span<const uint8_t> data, FileFacts& facts) {
         }
         if (in.u8(at + 1) == 0xF9 && in.u8(at + 2) >= 4 && (in.u8(at + 3) & 1) != 0) {
             transparent_index = in.u8(at + 6);
+        }
+        if (in.u8(at + 1) == 0xFF && starts_with(data, at + 3, "NETSCAPE2.0") && in.u8(at + 15) == 1) {
+            const int repeats = in.u16(at + 16);
+            encoding.loops = repeats == 0 ? 0 : repeats + 1;  // the first time counts too
         }
         at += 2;
         while (in.has(at, 1) && in.u8(at) != 0) {  // sub-blocks, ended by an empty one
@@ -206,9 +212,15 @@ void probe_webp(std::span<const uint8_t> data, FileFacts& facts) {
         facts.width = u24(24) + 1;
         facts.height = u24(27) + 1;
         for (uint64_t at = 30; in.has(at, 8);) {  // which of the two codings the picture has
-            if (starts_with(data, at, "VP8L")) {
+            // A frame of an animation has a header of its own before its coding.
+            if (starts_with(data, at, "VP8L") ||
+                (starts_with(data, at, "ANMF") && starts_with(data, at + 24, "VP8L"))) {
                 encoding.lossless = true;
                 break;
+            }
+            if (starts_with(data, at, "ANIM")) {
+                if (const uint32_t background = in.u32(at + 8)) encoding.background = background;
+                encoding.loops = in.u16(at + 12);
             }
             uint64_t length = in.u32(at + 4);
             at += 8 + length + (length & 1);

@@ -35,6 +35,7 @@ class VipsPicture final : public Picture {
     void crop(const Rect& area) override;
     void resize(int32_t width, int32_t height, Resampling resampling) override;
     void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) override;
+    void add_alpha() override;
     void replace_area(const Rect& area, Argb color) override;
     void draw(const Picture& other, int32_t x, int32_t y) override;
     void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) override;
@@ -52,16 +53,19 @@ class VipsPicture final : public Picture {
     void filter(const Rect& area, const Filter& filter) override;
     double skew_angle() const override;
     std::vector<Argb> close_palette(int most, bool keep_alpha) const override;
+    std::vector<Argb> frequent_palette(int most) const override;
+    bool has_only(std::span<const Argb> palette) const override;
+    void paint(std::span<const uint8_t> indices, std::span<const Argb> palette) override;
     std::vector<uint8_t> indices(std::span<const Argb> palette, bool diffuse) const override;
     void reduce(std::span<const Argb> palette, bool diffuse) override;
     double opacity() const override;
 
     EncodedBytes encode(const Encoding& encoding) const override;
 
+    // Laid over a background, without alpha from then on.
+    void flatten(Argb background);
     // Pixels of one colour become transparent.
     void make_transparent(Argb color);
-    // Whether the palette has each of the picture's colours.
-    bool has_only(std::span<const Argb> palette) const;
 
     // The pixels as they are, for the library's side of the backend.
     const vips::VImage& image() const { return image_; }

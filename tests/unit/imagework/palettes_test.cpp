@@ -102,6 +102,17 @@ TEST(PaletteTest, AGifIsReducedToItsPalette) {
     EXPECT_EQ(std::set<Argb>(colors.begin(), colors.end()), std::set<Argb>(kFour.begin(), kFour.end()));
 }
 
+TEST(PaletteTest, GrayPngOfFewBitsKeepsItsLevels) {
+    const std::vector<Argb> levels = {0xFF000000, 0xFF555555, 0xFFAAAAAA, 0xFFFFFFFF};
+    auto picture = picture_of(4, 1, false, levels);
+    for (const int depth : {2, 4, 8}) {
+        PngEncoding png;
+        png.color = PngColor::kGray;
+        png.bit_depth = depth;
+        EXPECT_EQ(pixels_of(*decoded(encoded(*picture, png))), levels) << depth;
+    }
+}
+
 TEST(PaletteTest, APaletteThatDoesNotFitIsRefused) {
     Encoding encoding;
     PngEncoding png;

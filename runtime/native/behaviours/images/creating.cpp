@@ -103,10 +103,15 @@ Ref<ImageObject> create(Record* image_options, int32_t width, int32_t height) {
     facts.bits_per_pixel = form.bits;
     facts.has_alpha = form.alpha;
     facts.encoding = encoding.format;
+    facts.is_apng = is_animation_options(*image_options);
     facts.is_big_tiff = std::string_view(image_options->type().name) == "BigTiffOptions";
     auto picture = image_backend().create(width, height, form.alpha, form.gray, form.alpha ? 0 : kBlack);
     if (encoding.resolution) picture->set_resolution(*encoding.resolution);
     auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    if (is_animation_options(*image_options)) {
+        set_property(*image, "NumPlays", property_int(*image_options, "NumPlays"));
+        set_property(*image, "DefaultFrameTime", property_int(*image_options, "DefaultFrameTime"));
+    }
     set_target(*image, *image_options);
     return image;
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "exchange/wire/tags.h"
+#include "runtime/native/behaviours/images/palettes.h"
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -16,6 +17,8 @@ using namespace imagework;
 
 namespace {
 
+constexpr const char* kApngOptions = "Zelmor.Imaging.ImageOptions.ApngOptions";
+
 struct OptionsClass {
     const char* name;
     Format format;
@@ -26,6 +29,7 @@ constexpr OptionsClass kOptionsClasses[] = {
     {"Zelmor.Imaging.ImageOptions.GifOptions", Format::kGif},
     {"Zelmor.Imaging.ImageOptions.JpegOptions", Format::kJpeg},
     {"Zelmor.Imaging.ImageOptions.PngOptions", Format::kPng},
+    {kApngOptions, Format::kPng},
     {"Zelmor.Imaging.ImageOptions.TiffOptions", Format::kTiff},
     {"Zelmor.Imaging.ImageOptions.BigTiffOptions", Format::kTiff},
     {"Zelmor.Imaging.ImageOptions.WebPOptions", Format::kWebp},
@@ -152,6 +156,7 @@ PngEncoding png(const ManagedObject& options) {
                                            " of PngOptions.BitDepth is none of 1, 2, 4, 8 and 16.");
     }
     result.interlaced = property_bool(options, "Progressive");
+    if (has_property(options, "NumPlays")) result.plays = ranged(options, "NumPlays", 0, 0x7FFFFFFF);
     result.filter = static_cast<PngFilter>(ranged(options, "FilterType", 0, 5));
     result.compression_level = ranged(options, "CompressionLevel", 0, 9);
     return result;
@@ -191,8 +196,8 @@ TiffEncoding tiff(const ManagedObject& options) {
                             "XPTitle",          "XPComment",     "XPAuthor",
                             "XPKeywords",       "XPSubject",     "Tags",
                             "Xposition",        "Yposition"});
-    require_value(options, "PremultiplyComponents", 0);
     TiffEncoding result;
+    result.premultiplied = property_bool(options, "PremultiplyComponents");
     switch (const int64_t compression = property_int(options, "Compression")) {
         case 1:
             result.compression = TiffCompression::kNone;
@@ -217,6 +222,7 @@ TiffEncoding tiff(const ManagedObject& options) {
             throw_value_not_supported(options, "Compression", compression);
     }
     result.color = tiff_color(options, result.bit_depth);
+    result.rgb_jpeg = property_int(options, "Photometric") == 2;
     result.quality = ranged(options, "CompressedQuality", 1, 100);
     result.predictor = property_int(options, "Predictor") == 2;
     result.min_is_white = result.color != TiffColor::kAuto && property_int(options, "Photometric") == 0;
@@ -238,6 +244,10 @@ TiffEncoding tiff(const ManagedObject& options) {
 
 WebpEncoding webp(const ManagedObject& options) {
     WebpEncoding result;
+    if (const int loops = ranged(options, "AnimLoopCount", 0, 65535)) result.loops = loops;
+    if (const int64_t background = property_int(options, "AnimBackgroundColor")) {
+        result.background = static_cast<Argb>(background);
+    }
     result.lossless = property_bool(options, "Lossless");
     const double quality = property_double(options, "Quality");
     if (!(quality >= 0.0 && quality <= 100.0)) {
@@ -246,6 +256,24 @@ WebpEncoding webp(const ManagedObject& options) {
     }
     result.quality = static_cast<int>(std::lround(quality));
     return result;
+}
+
+bool is_indexed(const Encoding& encoding) {
+    if (const auto* png = std::get_if<PngEncoding>(&encoding.format)) return png->color == PngColor::kIndexed;
+    if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) return bmp->bits_per_pixel <= 8;
+    return std::holds_alternative<GifEncoding>(encoding.format);
+}
+
+// A background colour that is named is the transparent one, or stands behind what is transparent.
+void apply_gif_background(const ManagedObject& options, Encoding& encoding) {
+    const Ref<ManagedObject> background = property_object(options, "BackgroundColor");
+    if (!background || unbox<ColorValue>(*background).state == 0) return;
+    const Argb color = unbox<ColorValue>(*background).argb;
+    if (property_bool(options, "HasTransparentColor")) {
+        encoding.transparent_color = color;
+    } else {
+        encoding.flatten = color;
+    }
 }
 
 FormatEncoding format_encoding(const ManagedObject& options, Format format) {
@@ -304,9 +332,16 @@ Format format_of_options(const ManagedObject& options) {
 }
 
 Encoding encoding_of_options(const ManagedObject& options) {
-    require_unset(options, {"XmpData", "Palette", "MultiPageOptions"});
+    require_unset(options, {"XmpData"});
     Encoding encoding;
     encoding.format = format_encoding(options, format_of_options(options));
+    if (const Ref<PaletteObject> palette = palette_property(options, "Palette")) {
+        if (!is_indexed(encoding))
+            throw_not_supported("A palette in " + std::string(options.type().name) +
+                                " for a form of the format that has no indexed colours");
+        encoding.palette = palette->entries;
+    }
+    if (std::holds_alternative<GifEncoding>(encoding.format)) apply_gif_background(options, encoding);
     if (has_property(options, "PreblendAlphaIfPresent")) {
         encoding.blend_alpha = property_bool(options, "PreblendAlphaIfPresent");
     }
@@ -326,9 +361,19 @@ Encoding encoding_of_options(const ManagedObject& options) {
 
 namespace {
 
+// What an image of several frames itself says of its animation.
+void apply_animation(const ImageObject& image, Encoding& encoding) {
+    if (auto* gif = std::get_if<GifEncoding>(&encoding.format); gif && has_property(image, "LoopsCount")) {
+        if (const int64_t loops = property_int(image, "LoopsCount")) gif->loops = static_cast<int>(loops);
+    }
+    if (auto* png = std::get_if<PngEncoding>(&encoding.format); png && has_property(image, "NumPlays")) {
+        png->plays = static_cast<int>(property_int(image, "NumPlays"));
+    }
+}
+
 Encoding completed(const ImageObject& image, Encoding encoding) {
     encoding.background = image.flat_background();
-    encoding.transparent_color = image.transparent_color();
+    if (!encoding.transparent_color) encoding.transparent_color = image.transparent_color();
     return encoding;
 }
 
@@ -339,7 +384,25 @@ Encoding encoding_for(const ImageObject& image, const ManagedObject& options) {
 }
 
 Encoding encoding_for(const ImageObject& image, Format format) {
-    const FileFacts& facts = image.facts();
+    return encoding_for(image, format, image);
+}
+
+bool is_animation_options(const ManagedObject& options) {
+    return std::string_view(kApngOptions) == options.type().full_name;
+}
+
+int32_t usual_duration(const ImageObject& image, const ManagedObject* options) {
+    if (options && is_animation_options(*options)) {
+        return static_cast<int32_t>(property_int(*options, "DefaultFrameTime"));
+    }
+    if (has_property(image, "DefaultFrameTime")) {
+        if (const int64_t time = property_int(image, "DefaultFrameTime")) return static_cast<int32_t>(time);
+    }
+    return 100;
+}
+
+Encoding encoding_for(const ImageObject& page, Format format, const ImageObject& image) {
+    const FileFacts& facts = page.facts();
     Encoding encoding = default_encoding(format);
     encoding.may_widen = true;
     if (facts.format == format && facts.encoding) {
@@ -357,8 +420,10 @@ Encoding encoding_for(const ImageObject& image, Format format) {
         webp->lossless = true;
     }
     if (auto* bmp = std::get_if<BmpEncoding>(&encoding.format); bmp && facts.format != format) {
-        bmp->bits_per_pixel = image.picture().has_alpha() ? 32 : 24;
+        bmp->bits_per_pixel = page.picture().has_alpha() ? 32 : 24;
     }
+    if (is_indexed(encoding)) encoding.palette = page.palette;  // as long as the picture has no other colours
+    apply_animation(image, encoding);
     return completed(image, encoding);
 }
 

@@ -20,6 +20,13 @@ imagework::Encoding encoding_for(const ImageObject& image, const ManagedObject& 
 
 // The settings to save an image as another format, or as its own as it was.
 imagework::Encoding encoding_for(const ImageObject& image, imagework::Format format);
+// The same for a page of an image.
+imagework::Encoding encoding_for(const ImageObject& page, imagework::Format format, const ImageObject& image);
+
+// Whether the options are those of an animation in a format that otherwise has one picture.
+bool is_animation_options(const ManagedObject& options);
+// How long a frame is shown that says nothing of it, in milliseconds.
+int32_t usual_duration(const ImageObject& image, const ManagedObject* options);
 
 // The format that a file name's extension stands for, kUnknown where it stands for none.
 imagework::Format format_of_extension(const std::string& path);

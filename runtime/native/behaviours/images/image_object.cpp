@@ -3,9 +3,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "runtime/native/behaviours/images/image_entry.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
+#include "runtime/native/imagework/loader.h"
 
 namespace zelmor::embed {
 
@@ -32,11 +35,31 @@ const char* type_name_of(const imagework::FileFacts& facts) {
         case FileFormat::kBigTiff:
             return "Zelmor.Imaging.FileFormats.BigTiff.BigTiffImage";
         case FileFormat::kWebp:
-            return "Zelmor.Imaging.FileFormats.WebP.WebPImage";
+            return "Zelmor.Imaging.FileFormats.Webp.WebPImage";
         case FileFormat::kUndefined:
             break;
     }
     return "";
+}
+
+// The class of a container's frames.
+const TypeInfo& frame_type_for(const TypeInfo& container) {
+    struct FrameClass {
+        const char* container;
+        const char* frame;
+    };
+    static constexpr FrameClass kClasses[] = {
+        {"Zelmor.Imaging.FileFormats.Tiff.TiffImage", "Zelmor.Imaging.FileFormats.Tiff.TiffFrame"},
+        {"Zelmor.Imaging.FileFormats.Gif.GifImage", "Zelmor.Imaging.FileFormats.Gif.Blocks.GifFrameBlock"},
+        {"Zelmor.Imaging.FileFormats.Webp.WebPImage", "Zelmor.Imaging.FileFormats.Webp.WebPFrameBlock"},
+        {"Zelmor.Imaging.FileFormats.Apng.ApngImage", "Zelmor.Imaging.FileFormats.Apng.ApngFrame"},
+    };
+    for (const FrameClass& known : kClasses) {
+        const TypeInfo* type = find_type(known.container);
+        const TypeInfo* frame = find_type(known.frame);
+        if (type && frame && is_assignable(*type, container)) return *frame;
+    }
+    return require_type("Zelmor.Imaging.RasterCachedImage");
 }
 
 // The class of the format where the catalogue has it, and the class that all of them derive from otherwise.
@@ -87,16 +110,130 @@ FileFormat file_format_of(const imagework::FileFacts& facts) {
 }
 
 ImageObject::ImageObject(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
-    : Record(type_for(facts)), picture_(std::move(picture)), facts_(std::move(facts)) {
+    : ImageObject(type_for(facts), std::move(picture), std::move(facts)) {}
+
+ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
+    : Record(type), palette(facts.palette), picture_(std::move(picture)), facts_(std::move(facts)) {
     if (facts_.transparent_color) {
         set_property(*this, "HasTransparentColor", true);
         set_property(*this, "TransparentColor", box(ColorValue::from_argb(*facts_.transparent_color)));
     }
+    // How often the file says that its animation is shown.
+    const auto* encoding = facts_.encoding ? &*facts_.encoding : nullptr;
+    if (const auto* gif = std::get_if<imagework::GifEncoding>(encoding); gif && has_property(*this, "LoopsCount")) {
+        set_property(*this, "LoopsCount", int64_t{gif->loops.value_or(0)});
+    }
+    if (const auto* png = std::get_if<imagework::PngEncoding>(encoding); png && has_property(*this, "NumPlays")) {
+        set_property(*this, "NumPlays", int64_t{png->plays});
+    }
+}
+
+ImageObject::~ImageObject() {
+    release_frames();
+}
+
+void ImageObject::release_frames() {
+    for (const Ref<ImageObject>& frame : frames_)
+        frame->container_ = nullptr;
+    frames_.clear();
 }
 
 imagework::Picture& ImageObject::picture() const {
     require_live();
-    return *picture_;
+    if (!has_frames_) return *picture_;
+    if (active_ >= frames_.size()) throw_invalid_operation("The image has no frames.");
+    return frames_[active_]->picture();
+}
+
+void ImageObject::set_picture(std::unique_ptr<imagework::Picture> picture) {
+    require_live();
+    if (!has_frames_) {
+        picture_ = std::move(picture);
+    } else if (active_ < frames_.size()) {
+        frames_[active_]->set_picture(std::move(picture));
+    } else {
+        throw_invalid_operation("The image has no frames.");
+    }
+}
+
+bool ImageObject::is_container() const {
+    static const TypeInfo& container = require_type("Zelmor.Imaging.RasterCachedMultipageImage");
+    return is_assignable(container, type());
+}
+
+size_t ImageObject::frame_count() const {
+    require_live();
+    if (has_frames_) return frames_.size();
+    if (source_.empty()) return 1;
+    return static_cast<size_t>(std::max({1, picture_->frame_count(), facts_.frame_count}));
+}
+
+const std::vector<Ref<ImageObject>>& ImageObject::frames() {
+    require_live();
+    if (has_frames_) return frames_;
+    std::vector<imagework::Frame> decoded;
+    std::vector<imagework::FileFacts> facts;
+    if (frame_count() > 1) {
+        decoded = image_backend().decode_frames(source_, source_options_);
+        facts = imagework::probe_pages(source_);
+        // What was done to the first picture so far stays done.
+        decoded[0].picture = std::move(picture_);
+    } else {
+        decoded.push_back({std::move(picture_), duration});
+        facts.push_back(facts_);
+    }
+    adopt_frames(std::move(decoded), facts);
+    return frames_;
+}
+
+void ImageObject::adopt_frames(std::vector<imagework::Frame> decoded, const std::vector<imagework::FileFacts>& facts) {
+    frames_.reserve(decoded.size());
+    for (imagework::Frame& one : decoded) {
+        Ref<ImageObject> frame = make_frame(std::move(one.picture), facts[std::min(frames_.size(), facts.size() - 1)]);
+        frame->duration = one.duration;
+        frame->container_ = this;
+        frames_.push_back(std::move(frame));
+    }
+    has_frames_ = true;
+    picture_.reset();
+    source_ = {};
+}
+
+Ref<ImageObject> ImageObject::make_frame(std::unique_ptr<imagework::Picture> picture,
+                                         imagework::FileFacts facts) const {
+    return make_ref<ImageObject>(frame_type_for(type()), std::move(picture), std::move(facts));
+}
+
+void ImageObject::insert_frame(size_t index, Ref<ImageObject> frame) {
+    frames();
+    frame->require_live();
+    if (frame->container_) throw_argument("The frame is part of an image already. (Parameter 'frame')");
+    frame->container_ = this;
+    const bool shifts = index <= active_ && !frames_.empty();
+    frames_.insert(frames_.begin() + static_cast<std::ptrdiff_t>(index), std::move(frame));
+    if (shifts) ++active_;
+}
+
+Ref<ImageObject> ImageObject::take_frame(size_t index) {
+    frames();
+    Ref<ImageObject> frame = frames_[index];
+    frames_.erase(frames_.begin() + static_cast<std::ptrdiff_t>(index));
+    frame->container_ = nullptr;
+    if (active_ > index || (active_ == index && active_ == frames_.size() && active_ > 0)) --active_;
+    return frame;
+}
+
+std::optional<size_t> ImageObject::index_of(const ImageObject& frame) {
+    if (frame.container_ != this) return std::nullopt;
+    for (size_t i = 0; i < frames_.size(); ++i) {
+        if (frames_[i].get() == &frame) return i;
+    }
+    return std::nullopt;
+}
+
+void ImageObject::set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options) {
+    source_ = std::move(bytes);
+    source_options_ = options;
 }
 
 Argb color_property(const ManagedObject& object, std::string_view name) {
@@ -122,8 +259,13 @@ std::optional<Argb> ImageObject::transparent_color() const {
 }
 
 void ImageObject::on_dispose() {
+    for (const Ref<ImageObject>& frame : frames_)
+        frame->dispose();
+    release_frames();
     picture_.reset();
+    source_ = {};
     target_stream = nullptr;
+    source_stream = nullptr;
     if (delete_target) ::unlink(target_path.c_str());
 }
 

@@ -1,11 +1,14 @@
-// An image of the embedded runtime: a picture of the backend with what is known about its file.
+// An image of the embedded runtime: a picture of the backend with what is known about its file, or several.
 //
-// Properties that only store a value stay in the record; what follows from the pixels or the file is behaviour.
+// Properties that only store a value stay in the record; what follows from the pixels or the file is behaviour. An
+// image of a format that can have several frames becomes a container of frame objects when these are first asked for;
+// its own picture is that of the active frame from then on.
 #pragma once
 
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/stream.h"
@@ -36,16 +39,65 @@ class ImageObject final : public Record {
 
     // Of the type that belongs to the format, or of the nearest that there is.
     ImageObject(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);
+    // Of a type of its own, such as a frame.
+    ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);
+    ~ImageObject() override;
 
-    // The picture; ObjectDisposedException once the image is disposed.
+    // The picture, of a container the active frame's; ObjectDisposedException once the image is disposed,
+    // InvalidOperationException where there is no frame.
     imagework::Picture& picture() const;
+    void set_picture(std::unique_ptr<imagework::Picture> picture);
     const imagework::FileFacts& facts() const { return facts_; }
+    imagework::FileFacts& facts() { return facts_; }
+
+    // Runs a step on the picture, or on those of all frames; a failure leaves every one as it was.
+    template <class Step>
+    void change(Step&& step) {
+        if (frame_count() == 1) return step(picture());
+        std::vector<std::unique_ptr<imagework::Picture>> changed;
+        for (const Ref<ImageObject>& frame : frames()) {
+            changed.push_back(frame->picture().copy());
+            step(*changed.back());
+        }
+        for (size_t i = 0; i < changed.size(); ++i)
+            frames_[i]->set_picture(std::move(changed[i]));
+    }
+
+    // Frames. Images of other formats have one, themselves.
+    bool is_container() const;
+    size_t frame_count() const;  // needs no decoding
+    const std::vector<Ref<ImageObject>>& frames();
+    size_t active_index() const { return active_; }
+    void set_active_index(size_t index) { active_ = index; }
+    // Takes a frame in; ArgumentException for one that is part of an image already.
+    void insert_frame(size_t index, Ref<ImageObject> frame);
+    Ref<ImageObject> take_frame(size_t index);
+    // The index of a frame of this image, or nothing.
+    std::optional<size_t> index_of(const ImageObject& frame);
+    // A new frame of the kind that belongs to this image, not yet part of it.
+    Ref<ImageObject> make_frame(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts) const;
+    // Makes frames of decoded pictures; `facts` are those of each, the last one also of those behind it.
+    void adopt_frames(std::vector<imagework::Frame> decoded, const std::vector<imagework::FileFacts>& facts);
+    // The file's bytes, from which the frames behind the first are decoded when they are needed.
+    void set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options);
+    // The image that this one is a frame of, or null.
+    ImageObject* container() const { return container_; }
+
+    // Of a frame of an animation.
+    int32_t duration = 0;  // milliseconds
+    int32_t left = 0;
+    int32_t top = 0;
 
     // Where save() without a target goes: the file that the image was loaded from or created for.
     std::string target_path;
     bool delete_target = false;  // it is deleted with the image
     // The same for an image that was created over a stream.
     Ref<ManagedStream> target_stream;
+    // What the image was loaded from, if that was a stream.
+    Ref<ManagedStream> source_stream;
+
+    // The colours of an image whose pixels stand for indices; empty for true colour.
+    std::vector<imagework::Argb> palette;
 
     // What stands behind the picture where a format has no alpha or a canvas grows: the background colour if there is
     // one. A canvas with alpha grows transparent otherwise, one without white.
@@ -57,8 +109,16 @@ class ImageObject final : public Record {
     void on_dispose() override;
 
  private:
-    std::unique_ptr<imagework::Picture> picture_;
+    void release_frames();
+
+    std::unique_ptr<imagework::Picture> picture_;  // moves to the first frame
     imagework::FileFacts facts_;
+    std::vector<Ref<ImageObject>> frames_;
+    size_t active_ = 0;
+    bool has_frames_ = false;
+    ImageObject* container_ = nullptr;  // holds this frame, or lets go of it before it ends
+    std::vector<uint8_t> source_;
+    imagework::DecodeOptions source_options_;
 };
 
 // "40 by 30"; for messages.

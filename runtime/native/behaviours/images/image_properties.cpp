@@ -10,17 +10,18 @@ namespace zelmor::embed {
 
 namespace {
 
+// An image that has lost its last frame is as large as it was made.
 int32_t width(ImageObject& self) {
-    return self.picture().width();
+    return self.frame_count() == 0 ? static_cast<int32_t>(self.facts().width) : self.picture().width();
 }
 int32_t height(ImageObject& self) {
-    return self.picture().height();
+    return self.frame_count() == 0 ? static_cast<int32_t>(self.facts().height) : self.picture().height();
 }
 SizeValue size(ImageObject& self) {
-    return {self.picture().width(), self.picture().height()};
+    return {width(self), height(self)};
 }
 RectangleValue bounds(ImageObject& self) {
-    return {0, 0, self.picture().width(), self.picture().height()};
+    return {0, 0, width(self), height(self)};
 }
 
 // Of the file, as long as the image belongs to one; its pixels in memory may be wider.
@@ -33,33 +34,20 @@ FileFormat file_format(ImageObject& self) {
     return file_format_of(self.facts());
 }
 
-// An image that was loaded or created stands for itself; only pages of others have a container.
-Ref<ManagedObject> container(ImageObject& self) {
+// An image that was loaded or created stands for itself; frames of others have a container.
+Ref<ImageObject> container(ImageObject& self) {
     self.require_live();
-    return nullptr;
+    return Ref<ImageObject>(self.container());
 }
 
-// Pixels are always decoded into memory, palettes resolved.
+// Pixels are always decoded into memory; those of further frames when they are first asked for.
 bool is_cached(ImageObject& self) {
     self.require_live();
     return true;
 }
 void cache_data(ImageObject& self) {
-    self.require_live();
+    if (self.frame_count() > 1) self.frames();
 }
-bool use_palette(ImageObject& self) {
-    self.require_live();
-    return false;
-}
-bool is_raw_data_available(ImageObject& self) {
-    self.require_live();
-    return false;
-}
-void set_palette_property(ImageObject& self, const VariantArg* palette) {
-    self.require_live();
-    if (palette->value) throw_not_supported("A palette for an image whose pixels are true colours");
-}
-
 float checked_resolution(double value, const char* parameter) {
     if (!(value > 0.0) || std::isinf(value)) {
         throw_out_of_range(parameter,
@@ -76,13 +64,13 @@ float vertical_resolution(ImageObject& self) {
 void set_resolution(ImageObject& self, double dpi_x, double dpi_y) {
     checked_resolution(dpi_x, "dpi_x");
     checked_resolution(dpi_y, "dpi_y");
-    self.picture().set_resolution({dpi_x, dpi_y});
+    self.change([&](imagework::Picture& picture) { picture.set_resolution({dpi_x, dpi_y}); });
 }
 void set_horizontal_resolution(ImageObject& self, float value) {
-    self.picture().set_resolution({checked_resolution(value, "value"), self.picture().resolution().vertical});
+    set_resolution(self, checked_resolution(value, "value"), self.picture().resolution().vertical);
 }
 void set_vertical_resolution(ImageObject& self, float value) {
-    self.picture().set_resolution({self.picture().resolution().horizontal, checked_resolution(value, "value")});
+    set_resolution(self, self.picture().resolution().horizontal, checked_resolution(value, "value"));
 }
 
 bool has_alpha(ImageObject& self) {
@@ -106,9 +94,6 @@ const BehaviourTable table(Assembly::kImaging,
                                {kImage, "get_BitsPerPixel", image_entry<&bits_per_pixel>()},
                                {kImage, "get_FileFormat", image_entry<&file_format>()},
                                {kImage, "get_Container", image_entry<&container>()},
-                               {kImage, "get_UsePalette", image_entry<&use_palette>()},
-                               {kImage, "set_Palette", image_entry<&set_palette_property>()},
-                               {kRaster, "get_IsRawDataAvailable", image_entry<&is_raw_data_available>()},
                                {kRaster, "get_HorizontalResolution", image_entry<&horizontal_resolution>()},
                                {kRaster, "set_HorizontalResolution", image_entry<&set_horizontal_resolution>()},
                                {kRaster, "get_VerticalResolution", image_entry<&vertical_resolution>()},

@@ -1,6 +1,7 @@
 // Loading images, and what can be said of a file without decoding it.
+#include "runtime/native/behaviours/images/loading.h"
+
 #include "runtime/native/behaviours/images/image_entry.h"
-#include "runtime/native/behaviours/images/image_object.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -38,17 +39,32 @@ DecodeOptions decode_options(const Record* load_options) {
 }
 
 FileBytes bytes_of(ManagedStream& stream) {
-    const std::vector<std::byte> data = stream.read_to_end();
-    const auto* first = reinterpret_cast<const uint8_t*>(data.data());
-    return {first, first + data.size()};
+    return stream.read_rest<uint8_t>();
 }
 
-Ref<ImageObject> decoded(const FileBytes& data, const Record* load_options, const std::string& subject) {
+// An animation whose first frame is another picture than the one that plain PNG readers show.
+bool hides_its_first_picture(const FileFacts& facts, const DecodeOptions& options) {
+    return facts.is_apng && options.recovery == Recovery::kNone;
+}
+
+}  // namespace
+
+Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject) {
     try {
         if (data.empty()) throw PictureError(Failure::kDamaged, "there is no data in it");
+        const DecodeOptions options = decode_options(load_options);
         FileFacts facts = probe(data);
-        auto picture = image_backend().decode(data, decode_options(load_options));
-        return make_ref<ImageObject>(std::move(picture), std::move(facts));
+        if (hides_its_first_picture(facts, options)) {
+            std::vector<Frame> frames = image_backend().decode_frames(data, options);
+            auto image = make_ref<ImageObject>(frames[0].picture->copy(), std::move(facts));
+            image->adopt_frames(std::move(frames), {image->facts()});
+            return image;
+        }
+        auto picture = image_backend().decode(data, options);
+        const bool several = picture->frame_count() > 1;
+        auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+        if (several && image->is_container()) image->set_source(std::move(data), options);
+        return image;
     } catch (const PictureError& error) {
         if (error.kind() == Failure::kTooLarge) {  // the file is at fault, not a lack of memory
             throw_picture_error(PictureError(Failure::kDamaged, error.what()), subject);
@@ -57,22 +73,31 @@ Ref<ImageObject> decoded(const FileBytes& data, const Record* load_options, cons
     }
 }
 
-Ref<ImageObject> load_file(const Path& file_path, const Record* load_options) {
-    std::string path = file_path_of(file_path, "file_path");
-    auto image = decoded(read_file(path), load_options, "Cannot load " + shown(file_path));
+Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
+                               const char* parameter) {
+    std::string path = file_path_of(file_path, parameter);
+    auto image = decoded_image(read_file(path), load_options, "Cannot load " + shown(file_path));
     image->target_path = std::move(path);
     return image;
 }
+
+Ref<ImageObject> image_of_stream(ManagedStream& stream, const Record* load_options) {
+    auto image = decoded_image(bytes_of(stream), load_options, "Cannot load the image from the stream");
+    image->source_stream = Ref<ManagedStream>(&stream);
+    return image;
+}
+
+namespace {
+
 Ref<ImageObject> load_path(const Path& file_path) {
-    return load_file(file_path, nullptr);
+    return image_of_file(file_path, nullptr, "file_path");
 }
 Ref<ImageObject> load_path_with_options(const Path& file_path, Record* load_options) {
-    return load_file(file_path, load_options);
+    return image_of_file(file_path, load_options, "file_path");
 }
 
 Ref<ImageObject> load_stream_with_options(const VariantArg* stream, Record* load_options) {
-    const Ref<ManagedStream> source = read_stream(stream);
-    return decoded(bytes_of(*source), load_options, "Cannot load the image from the stream");
+    return image_of_stream(*read_stream(stream), load_options);
 }
 Ref<ImageObject> load_stream(const VariantArg* stream) {
     return load_stream_with_options(stream, nullptr);

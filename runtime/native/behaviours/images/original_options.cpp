@@ -1,5 +1,6 @@
 // The options that an image's file was saved with, as an object of the managed API.
 #include "runtime/native/behaviours/images/encoding_options.h"
+#include "runtime/native/behaviours/images/frames.h"
 #include "runtime/native/behaviours/images/image_entry.h"
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
@@ -24,6 +25,7 @@ class OptionsFiller {
         set("ColorResolution", gif.palette_bits - 1);
         set_property(options_, "Interlaced", gif.interlaced);
         set_property(options_, "HasTransparentColor", facts_.has_alpha);
+        set("LoopsCount", gif.loops.value_or(0));
     }
     void operator()(const JpegEncoding& jpeg) const {
         set("Quality", jpeg.quality);
@@ -36,6 +38,7 @@ class OptionsFiller {
         set("ColorType", kColorTypes[static_cast<size_t>(png.color)]);
         if (png.bit_depth != 0) set("BitDepth", png.bit_depth);
         set_property(options_, "Progressive", png.interlaced);
+        if (facts_.is_apng) set("NumPlays", png.plays);
     }
     void operator()(const TiffEncoding& tiff) const {
         static constexpr int64_t kCompressions[] = {1, 5, 8, 32773, 7, 4};  // by TiffCompression
@@ -50,6 +53,8 @@ class OptionsFiller {
     void operator()(const WebpEncoding& webp) const {
         set_property(options_, "Lossless", webp.lossless);
         set_property(options_, "Quality", static_cast<double>(webp.quality));
+        set("AnimLoopCount", webp.loops.value_or(0));
+        if (webp.background) set("AnimBackgroundColor", *webp.background);
     }
 
  private:
@@ -72,11 +77,15 @@ class OptionsFiller {
 
 std::string options_class(const FileFacts& facts) {
     static constexpr const char* kNames[] = {"", "Bmp", "Gif", "Jpeg", "Png", "Tiff", "WebP"};  // by Format
-    const std::string name = facts.is_big_tiff ? "BigTiff" : kNames[static_cast<size_t>(facts.format)];
+    const std::string name = facts.is_big_tiff ? "BigTiff"
+                             : facts.is_apng   ? "Apng"
+                                               : kNames[static_cast<size_t>(facts.format)];
     return "Zelmor.Imaging.ImageOptions." + name + "Options";
 }
 
-Ref<ManagedObject> get_original_options(ImageObject& self) {
+}  // namespace
+
+Ref<ManagedObject> original_options(ImageObject& self) {
     self.require_live();
     const FileFacts& facts = self.facts();
     Ref<ManagedObject> options = make_instance(options_class(facts));
@@ -89,18 +98,24 @@ Ref<ManagedObject> get_original_options(ImageObject& self) {
     return options;
 }
 
+namespace {
+
 // The options that fit the image best are those of its own file; there are no arguments that would change them.
 Ref<ManagedObject> get_default_options(ImageObject& self, const VariantArg* args) {
     if (const auto list = read_list(args, variant_element()); list && list->size() > 0) {
         throw_not_supported("Image.GetDefaultOptions with arguments");
     }
-    return get_original_options(self);
+    return original_options(self);
 }
 
 constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kTiffFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
+constexpr const char* kWebp = "Zelmor.Imaging.FileFormats.Webp.WebPImage";
 const BehaviourTable table(Assembly::kImaging,
                            {
-                               {kImage, "call_000_GetOriginalOptions", image_entry<&get_original_options>()},
+                               {kTiffFrame, "get_FrameOptions", image_entry<&original_options>()},
+                               {kWebp, "get_Options", image_entry<&original_options>()},
+                               {kImage, "call_000_GetOriginalOptions", image_entry<&original_options>()},
                                {kImage, "call_000_GetDefaultOptions", image_entry<&get_default_options>()},
                            });
 

@@ -1,10 +1,11 @@
 // Single pixels, blocks and lines of pixels, and the replacing of colours.
 //
 // With premultiply_components set, pixels are shown and taken with their colours already multiplied by their alpha.
+#include "runtime/native/behaviours/images/pixel_blocks.h"
+
 #include <algorithm>
 
 #include "runtime/native/behaviours/images/image_entry.h"
-#include "runtime/native/behaviours/images/image_object.h"
 #include "runtime/native/behaviours/values/cmyk.h"
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
@@ -31,6 +32,8 @@ Argb straight(Argb color) {
     return alpha << 24 | scaled(16) | scaled(8) | scaled(0);
 }
 
+}  // namespace
+
 std::vector<Argb> read_block(const ImageObject& self, const Rect& area) {
     const imagework::Picture& picture = self.picture();
     std::vector<Argb> pixels;
@@ -56,6 +59,8 @@ void write_block(ImageObject& self, const Rect& area, std::vector<Argb> pixels) 
     self.picture().write_argb(area, pixels);
 }
 
+namespace {
+
 void require_coordinates(const ImageObject& self, int32_t x, int32_t y) {
     const imagework::Picture& picture = self.picture();
     if (x < 0 || x >= picture.width()) {
@@ -75,10 +80,6 @@ Rect line(const ImageObject& self, int32_t index) {
                                                   std::to_string(picture.height()) + " lines.");
     }
     return {0, index, picture.width(), 1};
-}
-
-Rect rect_of(const RectangleValue& value) {
-    return {value.x, value.y, value.width, value.height};
 }
 
 // Forms in which pixels leave: packed integers, colours.
@@ -178,17 +179,20 @@ void save_cmyk_pixels(ImageObject& self, const RectangleValue& rectangle, const 
 }
 
 void replace_argb(ImageObject& self, int32_t old_color_argb, uint8_t old_color_diff, int32_t new_color_argb) {
-    self.picture().replace_color(static_cast<Argb>(old_color_argb), old_color_diff, static_cast<Argb>(new_color_argb));
+    self.change([&](imagework::Picture& picture) {
+        picture.replace_color(static_cast<Argb>(old_color_argb), old_color_diff, static_cast<Argb>(new_color_argb));
+    });
 }
 void replace_color(ImageObject& self, const ColorValue& old_color, uint8_t old_color_diff,
                    const ColorValue& new_color) {
-    self.picture().replace_color(old_color.argb, old_color_diff, new_color.argb);
+    self.change(
+        [&](imagework::Picture& picture) { picture.replace_color(old_color.argb, old_color_diff, new_color.argb); });
 }
 void replace_non_transparent_argb(ImageObject& self, int32_t new_color_argb) {
-    self.picture().replace_rgb(static_cast<Argb>(new_color_argb));
+    self.change([&](imagework::Picture& picture) { picture.replace_rgb(static_cast<Argb>(new_color_argb)); });
 }
 void replace_non_transparent_colors(ImageObject& self, const ColorValue& new_color) {
-    self.picture().replace_rgb(new_color.argb);
+    self.change([&](imagework::Picture& picture) { picture.replace_rgb(new_color.argb); });
 }
 
 constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";

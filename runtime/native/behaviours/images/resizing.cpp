@@ -93,7 +93,7 @@ void require_size(int32_t value, const char* parameter) {
 }
 
 void resize_by_type(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
-    imagework::Picture& picture = self.picture();
+    self.require_live();
     require_size(new_width, "new_width");
     require_size(new_height, "new_height");
     try {
@@ -104,11 +104,15 @@ void resize_by_type(ImageObject& self, int32_t new_width, int32_t new_height, Re
     if (const auto placement = placement_of(resize_type)) {
         // A negative half is rounded down, so that growing and shrinking by the same amount is undone.
         const auto offset = [](int32_t room, int halves) { return halves == 2 ? room : halves == 1 ? room >> 1 : 0; };
-        picture.place(new_width, new_height, offset(new_width - picture.width(), placement->across),
-                      offset(new_height - picture.height(), placement->down), self.canvas_background());
+        const imagework::Argb background = self.canvas_background();
+        self.change([&](imagework::Picture& picture) {
+            picture.place(new_width, new_height, offset(new_width - picture.width(), placement->across),
+                          offset(new_height - picture.height(), placement->down), background);
+        });
         return;
     }
-    picture.resize(new_width, new_height, resampling_of(resize_type));
+    const Resampling resampling = resampling_of(resize_type);
+    self.change([&](imagework::Picture& picture) { picture.resize(new_width, new_height, resampling); });
 }
 
 ResizeType type_of_settings(const Record* settings) {

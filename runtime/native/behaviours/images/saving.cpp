@@ -1,12 +1,15 @@
 // Saving images.
 //
 // Without options a file gets the format that its extension stands for, or the image's own where that says nothing; an
-// image that keeps its format keeps the settings that its file had. Everything is encoded before the target is touched.
+// image that keeps its format keeps the settings that its file had. Formats that hold several pictures get all frames,
+// unless the options choose some. Everything is encoded before the target is touched.
 #include "runtime/native/behaviours/images/encoding_options.h"
 #include "runtime/native/behaviours/images/image_entry.h"
+#include "runtime/native/behaviours/images/page_selection.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/imagework/loader.h"
 
 namespace zelmor::embed {
 
@@ -16,44 +19,109 @@ namespace {
 
 using Path = std::optional<std::u16string>;
 
-EncodedBytes encoded(const ImageObject& image, const Encoding& encoding, const RectangleValue* bounds,
-                     const std::string& subject) {
+// What a save writes: with the options named, or with those that the format and the image imply.
+struct Request {
+    Format format;
+    const Record* options = nullptr;         // or none
+    const RectangleValue* bounds = nullptr;  // or the whole of each page
+};
+
+// Whether a file of the format takes all frames: an animated PNG has to be asked for, by options or by being one.
+bool holds_frames(const ImageObject& image, const Request& request) {
+    switch (request.format) {
+        case Format::kTiff:
+        case Format::kGif:
+        case Format::kWebp:
+            return true;
+        case Format::kPng:
+            return request.options ? is_animation_options(*request.options) : image.facts().is_apng;
+        default:
+            return false;
+    }
+}
+
+std::string cannot_hold(const Request& request, size_t count) {
+    return std::string(format_name(request.format)) + " holds one picture, not " + std::to_string(count);
+}
+
+// The pages that the request is for. Options that say nothing of pages leave a format of one picture the active one.
+std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
+    const Ref<ManagedObject> choice = request.options ? property_object(*request.options, "MultiPageOptions") : nullptr;
+    const bool several = holds_frames(image, request);
+    if (!choice) {
+        if (several && image.frame_count() > 1) return pages_of(image, every_page(image));
+        std::vector<Page> pages;
+        pages.push_back({image.picture().copy(), image.duration, &image});
+        return pages;
+    }
+    std::vector<Page> pages = pages_of(image, selected_pages(image, *choice));
+    if (const auto area = export_area(*choice); area && !request.bounds) {
+        for (Page& page : pages)
+            page.picture->crop({area->x, area->y, area->width, area->height});
+    }
+    if (property_bool(*choice, "MergeLayers")) merge(pages);
+    if (pages.size() > 1 && !several) {
+        throw ManagedException("NotSupportedException",
+                               cannot_hold(request, pages.size()) + ". Choose one page, or set merge_layers.");
+    }
+    return pages;
+}
+
+EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
+    std::vector<Page> pages = requested_pages(image, request);
+    if (request.bounds) {
+        for (Page& page : pages)
+            page.picture->crop({request.bounds->x, request.bounds->y, request.bounds->width, request.bounds->height});
+    }
+    const auto encoding_of = [&](const Page& page) {
+        // A page that keeps its format keeps its own settings; the colours around it are the image's.
+        return request.options ? encoding_for(image, *request.options)
+                               : encoding_for(*page.source, request.format, image);
+    };
+    if (pages.size() == 1) return pages[0].picture->encode(encoding_of(pages[0]));
+    if (request.format != Format::kTiff) fit_to_canvas(pages);
+    std::vector<Encoding> encodings;
+    for (const Page& page : pages)
+        encodings.push_back(encoding_of(page));
+    const int32_t usual = usual_duration(image, request.options);
+    std::vector<FrameToWrite> frames;
+    for (size_t i = 0; i < pages.size(); ++i)
+        frames.push_back({pages[i].picture.get(), pages[i].duration > 0 ? pages[i].duration : usual, &encodings[i]});
+    return image_backend().encode_frames(frames);
+}
+
+EncodedBytes encoded(ImageObject& image, const Request& request, const std::string& subject) {
     try {
-        if (!bounds) return image.picture().encode(encoding);
-        auto part = image.picture().copy();
-        part->crop({bounds->x, bounds->y, bounds->width, bounds->height});
-        return part->encode(encoding);
+        return encoded_pages(image, request);
     } catch (const PictureError& error) {
-        if (error.kind() == Failure::kArgument) throw_out_of_range("bounds_rectangle", error.what());
+        if (error.kind() == Failure::kArgument && request.bounds) throw_out_of_range("bounds_rectangle", error.what());
         throw_picture_error(error, subject);
     }
 }
 
-void to_file(const ImageObject& image, const std::string& path, const Encoding& encoding,
-             const RectangleValue* bounds = nullptr) {
+void to_file(ImageObject& image, const std::string& path, const Request& request) {
     require_writable_target(path);
-    const EncodedBytes bytes = encoded(image, encoding, bounds, "Cannot save '" + to_utf8(to_utf16(path)) + "'");
+    const EncodedBytes bytes = encoded(image, request, "Cannot save '" + to_utf8(to_utf16(path)) + "'");
     write_file(path, {bytes.data.get(), bytes.size});
 }
 
-void to_stream(const ImageObject& image, ManagedStream& stream, const Encoding& encoding,
-               const RectangleValue* bounds = nullptr) {
-    const EncodedBytes bytes = encoded(image, encoding, bounds, "Cannot save the image to the stream");
+void to_stream(ImageObject& image, ManagedStream& stream, const Request& request) {
+    const EncodedBytes bytes = encoded(image, request, "Cannot save the image to the stream");
     stream.write({reinterpret_cast<const std::byte*>(bytes.data.get()), bytes.size});
     stream.flush();
 }
 
-// The settings for a save that names none.
-Encoding implied_encoding(const ImageObject& image, Format format) {
-    const int frames = std::max(image.picture().frame_count(), image.facts().frame_count);
-    if (frames > 1) {
+// A save that names no options must not lose frames unnoticed.
+Request implied(const ImageObject& image, Format format) {
+    const Request request{format == Format::kUnknown ? image.facts().format : format};
+    if (image.frame_count() > 1 && !holds_frames(image, request)) {
         throw ManagedException("NotSupportedException",
-                               "The image was loaded from a file of " + std::to_string(frames) +
-                                   " frames, of which it holds the first. Saving it without options would lose the "
-                                   "others; name save options to write the one frame.");
+                               "The image has " + std::to_string(image.frame_count()) + " frames, and " +
+                                   cannot_hold(request, image.frame_count()) +
+                                   ". Saving it without options would lose the others; name save options to write the "
+                                   "one frame that is active.");
     }
-    if (format == Format::kUnknown) format = image.facts().format;
-    return encoding_for(image, format);
+    return request;
 }
 
 const Record& required(const Record* options) {
@@ -61,19 +129,23 @@ const Record& required(const Record* options) {
     return *options;
 }
 
+Request by_options(const Record* options, const RectangleValue* bounds = nullptr) {
+    return {format_of_options(required(options)), options, bounds};
+}
+
 void save(ImageObject& self) {
     self.require_live();
-    if (self.target_stream) return to_stream(self, *self.target_stream, implied_encoding(self, Format::kUnknown));
+    if (self.target_stream) return to_stream(self, *self.target_stream, implied(self, Format::kUnknown));
     if (self.target_path.empty()) {
         throw_invalid_operation("The image belongs to no file. Name a target to save it to.");
     }
-    to_file(self, self.target_path, implied_encoding(self, Format::kUnknown));
+    to_file(self, self.target_path, implied(self, Format::kUnknown));
 }
 
 void save_path(ImageObject& self, const Path& file_path) {
     self.require_live();
     const std::string path = file_path_of(file_path, "file_path");
-    to_file(self, path, implied_encoding(self, format_of_extension(path)));
+    to_file(self, path, implied(self, format_of_extension(path)));
 }
 
 void save_path_over_write(ImageObject& self, const Path& file_path, bool over_write) {
@@ -82,34 +154,34 @@ void save_path_over_write(ImageObject& self, const Path& file_path, bool over_wr
     if (!over_write && file_exists(path)) {
         throw ManagedException("IOException", "The file '" + to_utf8(*file_path) + "' already exists.");
     }
-    to_file(self, path, implied_encoding(self, format_of_extension(path)));
+    to_file(self, path, implied(self, format_of_extension(path)));
 }
 
 void save_path_options(ImageObject& self, const Path& file_path, Record* options) {
     self.require_live();
-    to_file(self, file_path_of(file_path, "file_path"), encoding_for(self, required(options)));
+    to_file(self, file_path_of(file_path, "file_path"), by_options(options));
 }
 
 void save_path_options_bounds(ImageObject& self, const Path& file_path, Record* options,
                               const RectangleValue& bounds_rectangle) {
     self.require_live();
-    to_file(self, file_path_of(file_path, "file_path"), encoding_for(self, required(options)), &bounds_rectangle);
+    to_file(self, file_path_of(file_path, "file_path"), by_options(options, &bounds_rectangle));
 }
 
 void save_stream(ImageObject& self, const VariantArg* stream) {
     self.require_live();
-    to_stream(self, *read_stream(stream), implied_encoding(self, Format::kUnknown));
+    to_stream(self, *read_stream(stream), implied(self, Format::kUnknown));
 }
 
 void save_stream_options(ImageObject& self, const VariantArg* stream, Record* options_base) {
     self.require_live();
-    to_stream(self, *read_stream(stream), encoding_for(self, required(options_base)));
+    to_stream(self, *read_stream(stream), by_options(options_base));
 }
 
 void save_stream_options_bounds(ImageObject& self, const VariantArg* stream, Record* options_base,
                                 const RectangleValue& bounds_rectangle) {
     self.require_live();
-    to_stream(self, *read_stream(stream), encoding_for(self, required(options_base)), &bounds_rectangle);
+    to_stream(self, *read_stream(stream), by_options(options_base, &bounds_rectangle));
 }
 
 bool can_save(ImageObject& self, Record* options) {

@@ -25,19 +25,19 @@ void require_between(Number value, Number least, Number most, const char* parame
 }
 
 void grayscale(ImageObject& self) {
-    self.picture().grayscale();
+    self.change([&](imagework::Picture& picture) { picture.grayscale(); });
 }
 
 void adjust_brightness(ImageObject& self, int32_t brightness) {
-    imagework::Picture& picture = self.picture();
+    self.require_live();
     require_between(brightness, -255, 255, "brightness");
-    picture.adjust_brightness(brightness);
+    self.change([&](imagework::Picture& picture) { picture.adjust_brightness(brightness); });
 }
 
 void adjust_contrast(ImageObject& self, float contrast) {
-    imagework::Picture& picture = self.picture();
+    self.require_live();
     require_between(contrast, -100.0F, 100.0F, "contrast");
-    picture.adjust_contrast(contrast);
+    self.change([&](imagework::Picture& picture) { picture.adjust_contrast(contrast); });
 }
 
 void require_gamma(float gamma, const char* parameter) {
@@ -46,33 +46,33 @@ void require_gamma(float gamma, const char* parameter) {
     }
 }
 void adjust_gammas(ImageObject& self, float gamma_red, float gamma_green, float gamma_blue) {
-    imagework::Picture& picture = self.picture();
+    self.require_live();
     require_gamma(gamma_red, "gamma_red");
     require_gamma(gamma_green, "gamma_green");
     require_gamma(gamma_blue, "gamma_blue");
-    picture.adjust_gamma(gamma_red, gamma_green, gamma_blue);
+    self.change([&](imagework::Picture& picture) { picture.adjust_gamma(gamma_red, gamma_green, gamma_blue); });
 }
 void adjust_gamma(ImageObject& self, float gamma) {
-    imagework::Picture& picture = self.picture();
+    self.require_live();
     require_gamma(gamma, "gamma");
-    picture.adjust_gamma(gamma, gamma, gamma);
+    self.change([&](imagework::Picture& picture) { picture.adjust_gamma(gamma, gamma, gamma); });
 }
 
 void binarize_fixed(ImageObject& self, uint8_t threshold) {
-    self.picture().binarize_fixed(threshold);
+    self.change([&](imagework::Picture& picture) { picture.binarize_fixed(threshold); });
 }
 void binarize_otsu(ImageObject& self) {
-    self.picture().binarize_otsu();
+    self.change([&](imagework::Picture& picture) { picture.binarize_otsu(); });
 }
 
 // The difference is the fraction, 0 to 1, by which a pixel has to be darker than its surroundings to become black.
 void binarize_bradley(ImageObject& self, double brightness_difference, int32_t window_size) {
-    imagework::Picture& picture = self.picture();
+    self.require_live();
     require_between(brightness_difference, 0.0, 1.0, "brightness_difference");
     if (window_size < 1) {
         throw_out_of_range("window_size", "The value " + std::to_string(window_size) + " is not positive.");
     }
-    picture.binarize_bradley(brightness_difference, window_size);
+    self.change([&](imagework::Picture& picture) { picture.binarize_bradley(brightness_difference, window_size); });
 }
 // The method's authors take an eighth of the width for the window.
 void binarize_bradley_default_window(ImageObject& self, double brightness_difference) {
