@@ -1,0 +1,48 @@
+// TiffOptions as a set of tags.
+//
+// Many of its properties are tags under another name. The stored properties are what the encoder reads, so they are the
+// truth; a tag object that was handed out or put in is kept in step with them, whichever of the two was changed last.
+#pragma once
+
+#include <map>
+#include <set>
+#include <vector>
+
+#include "runtime/native/behaviours/metadata/tiff_tags.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+
+struct TiffOptionProperty;
+
+class TiffOptionsObject final : public Record {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.ImageOptions.TiffOptions";
+    explicit TiffOptionsObject(const TypeInfo& type);
+
+    // The tags that are set, by number.
+    std::vector<Ref<TagObject>> tags();
+    Ref<TagObject> find(uint16_t id);
+    void put(Ref<TagObject> tag);
+    bool remove(uint16_t id);
+    // Brings properties and tag objects in step.
+    void synchronize();
+
+    Ref<ManagedObject> copy() const override;
+    void assign_options(const Record& other);
+
+ private:
+    bool is_present(const TiffOptionProperty& property) const;
+    void synchronize(const TiffOptionProperty& property);
+
+    struct Known {
+        Ref<TagObject> tag;
+        Value property;  // as it was when both agreed
+        Bytes encoded;   // of the tag at that time
+    };
+    std::map<uint16_t, Known> known_;
+    std::set<uint16_t> put_;      // set by a tag, even to what the property has anyway
+    std::set<uint16_t> removed_;  // of those that every file has
+};
+
+}  // namespace zelmor::embed
