@@ -45,8 +45,8 @@ def test_overloads_stand_in_trial_order_with_the_inherited_ones_behind(files: di
 
 
 @pytest.mark.parametrize("path, name, line", [
-    ("imaging/__init__.pyi", "Image(", "def background_color(self, value: Color) -> None: ..."),
-    ("imaging/__init__.pyi", "Image(", "def palette(self, value: IColorPaletteLike | None) -> None: ..."),
+    ("imaging/__init__.pyi", "Image(", "background_color: Color"),
+    ("imaging/__init__.pyi", "Image(", "palette: IColorPaletteLike | None"),
     ("imaging/__init__.pyi", "Image(", "def __init__(self, type_has_no_available_constructor: Never) -> None: ..."),
     ("imaging/__init__.pyi", "Image(", "def __enter__(self) -> Image: ..."),
     ("imaging/__init__.pyi", "Color:", "alice_blue: Final[Color]"),
@@ -79,8 +79,8 @@ def test_classes_that_nothing_derives_from_are_final(files: dict[str, str]) -> N
 
 def test_a_member_that_is_called_like_a_builtin_does_not_hide_it(files: dict[str, str]) -> None:
     header = text_of(files, "imaging/fileformats/emf/emf/objects.pyi", "EmfHeaderObject")
-    assert "def bytes(self) -> int:" in header
-    assert ": bytes" not in header and "-> bytes" not in header
+    assert "    bytes: int" in header
+    assert ": bytes" not in header and "-> bytes" not in header and "| bytes" not in header
 
 
 def test_written_files_replace_those_of_modules_that_are_gone(tmp_path: Path) -> None:

@@ -50,9 +50,6 @@ def _last(node: ast.expr) -> str:
 
 def _read_function(members: dict[str, Member], node: ast.FunctionDef) -> None:
     decorators = {_last(decorator) for decorator in node.decorator_list}
-    if "setter" in decorators:
-        members[node.name].writable = True
-        return
     kind = "property" if "property" in decorators else "static method" if "staticmethod" in decorators else "method"
     member = members.setdefault(node.name, Member(kind))
     assert member.kind == kind, f"{node.name} is two things"
@@ -70,7 +67,7 @@ def _read_class(node: ast.ClassDef) -> Class:
             annotation, inner = _last(item.annotation), ast.unparse(item.annotation)
             mixed = annotation == "ClassVar" and inner.startswith("ClassVar[_")
             kind = {"Final": "static property", "ClassVar": "mixed" if mixed else "value"}.get(annotation, "property")
-            found.members[item.target.id] = Member(kind, annotation == "Attribute")
+            found.members[item.target.id] = Member(kind, writable=kind == "property")
         elif isinstance(item, ast.Assign):
             assert isinstance(item.targets[0], ast.Name)
             found.values[item.targets[0].id] = ast.literal_eval(item.value)

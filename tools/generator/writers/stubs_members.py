@@ -138,10 +138,9 @@ def write_property(scope: Scope, prop: Property) -> list[str]:
     if not prop.writable:
         return [f"@{scope.builtin('property')}", f"def {name}(self) -> {scope.result(prop.wire)}:", *indent([doc])]
     given, taken = scope.value(prop.wire), scope.argument(prop.takes)
-    if given != taken:
-        return [f"{name}: {scope.support('Attribute')}[{given}, {taken}]", doc]
-    return [f"@{scope.builtin('property')}", f"def {name}(self) -> {given}:", *indent([doc]), f"@{name}.setter",
-            f"def {name}(self, value: {taken}) -> None: ..."]
+    # To a checker, what can be read and written is an attribute.
+    annotation = given if given == taken else f"{scope.support('Attribute')}[{given}, {taken}]"
+    return [f"{name}: {annotation}", doc]
 
 
 def write_setter_method(scope: Scope, prop: Property) -> list[str]:
