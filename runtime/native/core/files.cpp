@@ -175,6 +175,27 @@ std::string file_path_of(const std::optional<std::u16string>& text, const char* 
     return path;
 }
 
+std::u16string text_of_file_path(const std::string& path) {
+    std::u16string text;
+    const std::string_view all = path;
+    for (size_t at = 0; at < all.size();) {
+        size_t length = std::min<size_t>(4, all.size() - at);
+        // The longest piece from here that is a single code point in UTF-8.
+        while (length > 0) {
+            const std::u16string unit = to_utf16(all.substr(at, length));
+            const bool single = unit.size() == 1 || (unit.size() == 2 && (unit[0] & 0xFC00) == 0xD800);
+            if (single && to_utf8(unit) == all.substr(at, length)) {
+                text += unit;
+                break;
+            }
+            --length;
+        }
+        if (length == 0) text.push_back(static_cast<char16_t>(0xDC00 + static_cast<unsigned char>(all[at])));
+        at += std::max<size_t>(1, length);
+    }
+    return text;
+}
+
 std::vector<uint8_t> read_file_start(const std::string& path, size_t most) {
     Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file.get() < 0) throw_file_error(path, errno, "read");

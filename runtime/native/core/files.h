@@ -19,6 +19,9 @@ namespace zelmor::embed {
 // as lone surrogates and become themselves again. ArgumentNullException, ArgumentException for what names no file.
 std::string file_path_of(const std::optional<std::u16string>& text, const char* parameter);
 
+// The way back: the text that Python has for a file name.
+std::u16string text_of_file_path(const std::string& path);
+
 // The file's content: FileNotFoundException, DirectoryNotFoundException, UnauthorizedAccessException, IOException.
 std::vector<uint8_t> read_file(const std::string& path);
 // The same for its first bytes; fewer where the file is shorter.

@@ -2,6 +2,7 @@
 #include "runtime/native/core/stream.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -9,6 +10,7 @@
 #include <filesystem>
 
 #include "fake_python.h"
+#include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -84,6 +86,28 @@ TEST_F(StreamTest, FilesAreCreatedAndRead) {
     EXPECT_FALSE(read->can_write());
     EXPECT_EQ(read->read_to_end(), bytes("content"));
     EXPECT_EQ(exception_of([&] { read->write(bytes("x")); }), "NotSupportedException");
+}
+
+TEST_F(StreamTest, FileNamesOfAnyBytesHaveAText) {
+    for (const std::string name : {"plain", "\xC5\xBC\xF0\x9F\x90\xA2", "odd\xFF", "\xC3", "\xED\xA0\x80 \xF5x",
+                                   "\xC0\xAF", "\xE2\x82", "\xEF\xBF\xBD"}) {
+        EXPECT_EQ(file_path_of(text_of_file_path(name), "path"), name);
+    }
+    EXPECT_EQ(text_of_file_path("a\xFF"), u"a\xDCFF");
+    EXPECT_EQ(text_of_file_path("\xF0\x9F\x90\xA2"), u"\U0001F422");
+}
+
+TEST_F(StreamTest, APipeHasNoLengthAndNoPosition) {
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    const auto stream = open_file_stream(path("pipe"), FileUse::kReadWrite);
+    EXPECT_FALSE(stream->can_seek());
+    EXPECT_EQ(exception_of([&] { stream->length(); }), "NotSupportedException");
+    EXPECT_EQ(exception_of([&] { stream->position(); }), "NotSupportedException");
+    EXPECT_EQ(exception_of([&] { stream->seek(0, SeekFrom::kBegin); }), "NotSupportedException");
+    EXPECT_EQ(exception_of([&] { stream->set_length(0); }), "NotSupportedException");
+    stream->write(bytes("abc"));
+    std::byte data[8];
+    EXPECT_EQ(stream->read(data), 3U);
 }
 
 TEST_F(StreamTest, AMissingFileNamesItself) {

@@ -36,18 +36,31 @@ const BehaviourTable table(Assembly::kImaging, kMembers);
 
 }  // namespace
 
+namespace {
+
+Ref<StreamContainerObject> container_over(const std::string& path, std::u16string text, FileUse use, bool is_temporal) {
+    auto container = make_stream_container(kFile, open_file_stream(path, use), true);
+    set_property(*container, "FilePath", std::move(text));
+    set_property(*container, "IsCreated", use == FileUse::kCreate);
+    set_is_temporal(*container, is_temporal);
+    return container;
+}
+
+// A file that may not be written to is still good for reading.
+FileUse use_of_existing(const std::string& path) {
+    return ::access(path.c_str(), W_OK) == 0 ? FileUse::kReadWrite : FileUse::kRead;
+}
+
+}  // namespace
+
 Ref<StreamContainerObject> make_file_container(const Path& file_path, const char* parameter, bool create,
                                                bool is_temporal) {
     const std::string path = file_path_of(file_path, parameter);
-    // A file that may not be written to is still good for reading.
-    const FileUse use = create                              ? FileUse::kCreate
-                        : ::access(path.c_str(), W_OK) == 0 ? FileUse::kReadWrite
-                                                            : FileUse::kRead;
-    auto container = make_stream_container(kFile, open_file_stream(path, use), true);
-    set_property(*container, "FilePath", *file_path);
-    set_property(*container, "IsCreated", create);
-    set_is_temporal(*container, is_temporal);
-    return container;
+    return container_over(path, *file_path, create ? FileUse::kCreate : use_of_existing(path), is_temporal);
+}
+
+Ref<StreamContainerObject> open_file_container(const std::string& path) {
+    return container_over(path, text_of_file_path(path), use_of_existing(path), false);
 }
 
 }  // namespace zelmor::embed

@@ -43,4 +43,7 @@ Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<Mana
 Ref<StreamContainerObject> make_file_container(const std::optional<std::u16string>& file_path, const char* parameter,
                                                bool create, bool is_temporal);
 
+// The same over a file that is there.
+Ref<StreamContainerObject> open_file_container(const std::string& path);
+
 }  // namespace zelmor::embed
