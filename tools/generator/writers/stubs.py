@@ -43,7 +43,9 @@ class StubWriter:
             files["imaging/_wrpgen/_interop.pyi"] = self._interop()
             files["imaging/_wrpgen/_generic.pyi"] = self._generic(self._main.collections)
         files["_typing.pyi"] = self._support()
-        for path in sorted(handwritten.rglob("*.pyi")) if handwritten is not None else []:
+        if handwritten is None:
+            return files
+        for path in sorted(handwritten.rglob("*.pyi")):
             key, lines = path.relative_to(handwritten).as_posix(), path.read_text().splitlines()
             files[key] = [*files[key], "", *lines] if key in files else lines
         return files

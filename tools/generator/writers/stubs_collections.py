@@ -51,8 +51,9 @@ _NARROWED = ("__contains__", "__setitem__", "count", "contains", "index")
 _COUNTED = ["__len__", "__contains__", "__add__", "__mul__", "__rmul__", "count", "contains", "copy", "length"]
 _ARRAY = [*_COUNTED, *INDEXED_MEMBERS]
 _LIST = [*_ARRAY, *GROWING_MEMBERS]
-_TYPED = {"array": ("_ArrayWrapper", _ARRAY), "list": ("_ListWrapper", _LIST), "ilist": ("_IListWrapper", _LIST),
-          "iterable": ("_IterableWrapper", []), "iterator": ("_IterWrapper", [])}
+_TYPED: dict[str, tuple[str, list[str]]] = {
+    "array": ("_ArrayWrapper", _ARRAY), "list": ("_ListWrapper", _LIST), "ilist": ("_IListWrapper", _LIST),
+    "iterable": ("_IterableWrapper", []), "iterator": ("_IterWrapper", [])}
 
 
 def element_members(scope: Scope, names: list[str], given: str, taken: str, own: str,

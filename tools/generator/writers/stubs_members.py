@@ -238,9 +238,9 @@ def _collection_members(scope: Scope, entry: Type) -> list[str]:
     inherited = any("_IListWrapper" in base.interfaces for base in entry.bases())
     if entry.shared and not inherited:
         given, taken = scope.typing("Any"), scope.support("Variant")
-        slots = ("__len__", "__add__", "__mul__", "__rmul__", "__contains__")
+        slots = ["__len__", "__add__", "__mul__", "__rmul__", "__contains__"]
         if "_IListWrapper" in entry.interfaces:
-            slots += ("__getitem__", "__setitem__", "__delitem__", "__iadd__", "__imul__")
+            slots += ["__getitem__", "__setitem__", "__delitem__", "__iadd__", "__imul__"]
         known = {*COLLECTION_MEMBERS, *INDEXED_MEMBERS, *GROWING_MEMBERS}
         wanted = [name for name in [*entry.shared, *slots] if name in known]
         body += element_members(scope, wanted, given, taken, entry.name)

@@ -186,10 +186,12 @@ class Scope:
             return [*self._accepted_collection(wire), "None"]
         if wire.scalar is not None:
             return [self.builtin(SCALAR_TYPES[wire.name])]
-        return {"string": lambda: [self.builtin("str"), "None"],
-                "bytes": lambda: [self.name("_typeshed", "ReadableBuffer"), "None"],
-                "object": lambda: [self.support("Variant")],
-                "stream": lambda: [self.support("StreamLike"), "None"]}[wire.kind]()
+        if wire.kind == "object":
+            return [self.support("Variant")]
+        if wire.kind == "string":
+            return [self.builtin("str"), "None"]
+        return [self.support("StreamLike") if wire.kind == "stream" else self.name("_typeshed", "ReadableBuffer"),
+                "None"]
 
     def _accepted_type(self, entry: Type) -> list[str]:
         if entry.kind == "interface":
@@ -244,8 +246,9 @@ class Scope:
             return self.builtin(SCALAR_TYPES[wire.name]), False
         if wire.kind == "object":
             return self.typing("Any"), False
-        return {"string": self.builtin("str"), "bytes": self.builtin("bytes"),
-                "stream": self.support("Stream")}[wire.kind], True
+        if wire.kind == "stream":
+            return self.support("Stream"), True
+        return self.builtin("str" if wire.kind == "string" else "bytes"), True
 
 
 def _import(module: str, names: list[str]) -> list[str]:
