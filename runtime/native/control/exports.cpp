@@ -12,6 +12,7 @@
 #include "runtime/native/control/text_writer.h"
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/handles.h"
+#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/delegates/resolve.h"
@@ -28,6 +29,15 @@ Script script_for(const char* type, const char* method) {
     script.type = type;
     script.method = method;
     return script;
+}
+
+// A new object, or null for a type that refuses to be made as it is.
+Handle try_make(const TypeInfo& type) {
+    try {
+        return make_handle(make_instance(type));
+    } catch (const ManagedException&) {
+        return nullptr;
+    }
 }
 
 std::optional<std::string> optional_text(const char* text) {
@@ -123,10 +133,18 @@ ZELMOR_CONTROL void* zelmor_control_delegate(const char* assembly, const char* t
     return resolve_delegate(assembly, type, method).address;
 }
 
-// A handle to a new object of a managed type; null where there is no such type. Its caller gives it back.
+// A handle to a new object of a managed type, or of one that derives from it where it is abstract; null where there is
+// no such type. Its caller gives it back.
 ZELMOR_CONTROL void* zelmor_control_new_object(const char* full_name) {
-    const TypeInfo* type = find_type(full_name);
-    return type ? make_handle(make_instance(*type)) : nullptr;
+    const TypeInfo* wanted = find_type(full_name);
+    if (!wanted) return nullptr;
+    if (Handle made = try_make(*wanted)) return made;
+    for (const TypeInfo& type : types()) {
+        if (&type == wanted || type.kind != TypeKind::kClass || !is_assignable(*wanted, type)) continue;
+        if (Handle made = try_make(type)) return made;
+    }
+    return nullptr;
+}
 }
 // A handle to a new list of a shape ("array", "arraylist", "list", "colbase", "rocolbase") with so many empty elements
 // of the type with this identifier, "" for any; null where there is no such shape or type. Its caller gives it back.

@@ -10,6 +10,8 @@ from typing import Any
 import zelmor.imaging
 from zelmor.pydrawing import Color as DrawingColor
 from zelmor.pydrawing import PointF as DrawingPointF
+from zelmor.imaging.xmp import XmpPackage
+from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
 
 from tools.generator.builder import load
 from tools.generator.model import Collection
@@ -124,6 +126,8 @@ def values_of(row: Collection) -> list[Any]:
         return list(python_type(wire.type.dotted))[:6]
     if wire.type.kind == "struct":
         return _structs(wire.type.name) or [new_object(wire.name)]
+    if wire.type.name == "XmpPackage":  # made through a class derived from it only
+        return [cast(XmpPackage, DublinCorePackage()) for _ in range(3)] + [None]
     return [new_object(wire.name), new_object(wire.name), new_object(wire.name), None]
 
 
