@@ -133,18 +133,11 @@ ZELMOR_CONTROL void* zelmor_control_delegate(const char* assembly, const char* t
     return resolve_delegate(assembly, type, method).address;
 }
 
-// A handle to a new object of a managed type, or of one that derives from it where it is abstract; null where there is
-// no such type. Its caller gives it back.
+// A handle to a new object of a managed type; null where there is no such type, or it is abstract. Its caller gives it
+// back.
 ZELMOR_CONTROL void* zelmor_control_new_object(const char* full_name) {
-    const TypeInfo* wanted = find_type(full_name);
-    if (!wanted) return nullptr;
-    if (Handle made = try_make(*wanted)) return made;
-    for (const TypeInfo& type : types()) {
-        if (&type == wanted || type.kind != TypeKind::kClass || !is_assignable(*wanted, type)) continue;
-        if (Handle made = try_make(type)) return made;
-    }
-    return nullptr;
-}
+    const TypeInfo* type = find_type(full_name);
+    return type ? try_make(*type) : nullptr;
 }
 // A handle to a new list of a shape ("array", "arraylist", "list", "colbase", "rocolbase") with so many empty elements
 // of the type with this identifier, "" for any; null where there is no such shape or type. Its caller gives it back.
