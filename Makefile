@@ -4,6 +4,7 @@
 #   make test     all tests, closing with their count
 #   make build    an importable package in build/python
 #   make bench    speed against hand-written C, pybind11 and PyQt5; streams; import time; sizes; memory
+#   make docs     the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
 #   make fuzz     the property tests with many more examples
 #   make debug-test, make sanitize, make valgrind
 #                 the tests under the debug interpreter, the address and undefined-behaviour sanitizers, and valgrind
@@ -28,7 +29,7 @@ LAUNCHER = $(if $(wildcard /usr/bin/ccache),-DCMAKE_C_COMPILER_LAUNCHER=ccache -
 .DEFAULT_GOAL := build
 # The prerequisites below stand in order: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test bench scale fuzz debug-test sanitize valgrind identifiers lint format clean
+.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind identifiers lint format clean
 
 setup:
 	@tools/setup.sh
@@ -44,6 +45,12 @@ demo: setup-demo build
 
 test: setup-test build
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) $(TESTS)
+
+CATALOGUES := api/catalogue $(addprefix siblings/catalogue/,pyreflection pyio pydrawing)
+docs: setup-build setup-docs
+	@$(PYTHON) -B -m tools.generator reference $(BUILD)/docs docs $(CATALOGUES)
+	@mkdocs build --quiet --strict --clean -f $(BUILD)/docs/mkdocs.yml
+	@echo "open it with: $(PYTHON) -m http.server -d $(BUILD)/docs/html"
 
 bench: setup-bench build
 	@cmake -S bench -B $(BUILD)/bench -G Ninja -DCMAKE_BUILD_TYPE=Release >$(BUILD)/bench-configure.log
@@ -83,6 +90,6 @@ format: setup-lint
 clean:
 	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale
 
-.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint
-setup-build setup-demo setup-test setup-bench setup-check setup-lint: setup-%:
+.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-docs
+setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-docs: setup-%:
 	@tools/setup.sh -q build $(filter-out build,$*)

@@ -5,6 +5,9 @@
     stubs OUT HANDWRITTEN CATALOGUE...
                                write the stub package for all assemblies; types that no catalogue has stand in the
                                directory HANDWRITTEN
+    reference OUT GUIDES CATALOGUE...
+                               write the pages of the API reference, with the guide pages of the directory GUIDES that
+                               they refer to, and the settings of mkdocs
     identifiers CATALOGUE      add the rows that identifiers.tab lacks
 """
 
@@ -24,6 +27,7 @@ from .writers.collections import write_collections
 from .writers.enumeration import write_enumeration
 from .writers.header import write_header
 from .writers.module_tree import write_module_tree
+from .writers.reference import GUIDES, write_reference
 from .writers.runtime_tables import Tables
 from .writers.stubs import write_stubs
 from .writers.text import write_if_changed
@@ -73,6 +77,10 @@ def main(arguments: list[str]) -> int:
     stubs.add_argument("out", type=Path)
     stubs.add_argument("handwritten", type=Path)
     stubs.add_argument("catalogues", type=Path, nargs="+")
+    reference = commands.add_parser("reference")
+    reference.add_argument("out", type=Path)
+    reference.add_argument("guides", type=Path)
+    reference.add_argument("catalogues", type=Path, nargs="+")
     identifiers = commands.add_parser("identifiers")
     identifiers.add_argument("catalogue", type=Path)
     options = parser.parse_args(arguments)
@@ -84,6 +92,10 @@ def main(arguments: list[str]) -> int:
         elif options.command == "stubs":
             models = [load(path) for path in options.catalogues]
             print(f"stubs: {write_stubs(models, options.out, options.handwritten)} files")
+        elif options.command == "reference":
+            models = [load(path) for path in options.catalogues]
+            guides = [options.guides / name for name in GUIDES]
+            print(f"reference: {write_reference(models, options.out, guides)} pages")
         else:
             table = Identifiers.read(options.catalogue / "identifiers.tab")
             types = read_catalogue(options.catalogue).types

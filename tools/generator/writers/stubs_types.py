@@ -96,6 +96,11 @@ class Universe:
             return self.element_name(wire.collection.element) + "Array"
         return {"bytes": "Bytes"}.get(wire.name) or MANAGED_NAMES[wire.name]
 
+    @property
+    def collection_names(self) -> set[str]:
+        """The words for all typed collections."""
+        return set(self._names.values())
+
     def collection_name(self, row: Collection, kind: str) -> str:
         """The word for a typed collection: `Int32Array`."""
         return self._names[(row.identifier, kind)]
