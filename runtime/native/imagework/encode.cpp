@@ -347,8 +347,10 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding) {
     if (encoding.resolution) own.set_resolution(*encoding.resolution);
     if (encoding.flatten) own.flatten(*encoding.flatten);
     if (encoding.transparent_color) own.make_transparent(*encoding.transparent_color);
-    if (format_of(encoding) == Format::kGif && !encoding.palette.empty())
+    const bool reduces = format_of(encoding) == Format::kGif && !encoding.palette.empty();
+    if (reduces && !(encoding.may_widen && !own.has_only(encoding.palette))) {
         own.reduce(encoding.palette, encoding.diffuse);
+    }
 }
 
 EncodedBytes VipsPicture::encode(const Encoding& wanted) const {

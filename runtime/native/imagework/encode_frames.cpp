@@ -42,18 +42,19 @@ EncodedBytes encode_tiff_pages(std::span<const FrameToWrite> frames) {
 }
 
 // All frames below each other, as the library takes an animation.
-VImage strip_of(std::span<const FrameToWrite> frames, const Encoding& encoding) {
-    bool alpha = false;
-    for (const FrameToWrite& frame : frames)
-        alpha = alpha || frame.picture->has_alpha() || encoding.transparent_color;
+VImage strip_of(std::span<const FrameToWrite> frames) {
     std::vector<VImage> images;
     std::vector<int> delays;
+    bool alpha = false;
     for (const FrameToWrite& frame : frames) {
         auto own = frame.picture->copy();
-        prepare_for_encoding(*own, encoding);
-        const VImage image = as_rgb(as_8_bit(static_cast<const VipsPicture&>(*own).image()));
-        images.push_back(alpha ? with_alpha(image) : image);
+        prepare_for_encoding(*own, *frame.encoding);
+        images.push_back(as_rgb(as_8_bit(static_cast<const VipsPicture&>(*own).image())));
+        alpha = alpha || has_alpha_band(images.back());
         delays.push_back(frame.duration);
+    }
+    for (VImage& image : images) {
+        if (alpha) image = with_alpha(image);
     }
     VImage strip = VImage::arrayjoin(images, VImage::option()->set("across", 1)).copy();
     strip.set("page-height", frames[0].picture->height());
@@ -68,7 +69,7 @@ int loops_of(const VImage& source, const std::optional<int>& wanted) {
 
 EncodedBytes encode_gif(std::span<const FrameToWrite> frames, const Encoding& encoding) {
     const auto& gif = std::get<GifEncoding>(encoding.format);
-    VImage strip = strip_of(frames, encoding);
+    VImage strip = strip_of(frames);
     if (strip.get_typeof("gif-palette") != 0) strip.remove("gif-palette");
     strip.set("loop", loops_of(static_cast<const VipsPicture&>(*frames[0].picture).image(), gif.loops));
     return save_with_library(strip, "gifsave_buffer",
@@ -97,7 +98,7 @@ EncodedBytes with_webp_background(const EncodedBytes& webp, Argb background) {
 
 EncodedBytes encode_webp(std::span<const FrameToWrite> frames, const Encoding& encoding) {
     const auto& webp = std::get<WebpEncoding>(encoding.format);
-    VImage strip = strip_of(frames, encoding);
+    VImage strip = strip_of(frames);
     strip.set("loop", loops_of(static_cast<const VipsPicture&>(*frames[0].picture).image(), webp.loops));
     const EncodedBytes bytes = save_with_library(
         strip, "webpsave_buffer", VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality));
