@@ -22,8 +22,7 @@ from zelmor.imaging.fileformats.cdr.objects import CdrOutline
 from zelmor.imaging.fileformats.cdr.types import CdrGradient, CdrGradientStop
 from zelmor.imaging.fileformats.emf.emf.objects import EmfDesignVector, EmfRegionData
 from zelmor.imaging.fileformats.emf.emf.records import EmfPolyBezier
-from zelmor.imaging.imageoptions import TiffOptions
-from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
+from zelmor.imaging.imageoptions import MultiPageOptions
 from zelmor.imaging.shapes import PolygonShape
 
 
@@ -167,23 +166,23 @@ def test_a_constructor_copies_its_array_into_the_property_of_its_name() -> None:
 
 
 def test_a_list_is_kept_as_an_array_list_and_a_tuple_as_an_array() -> None:
-    options = TiffOptions(TiffExpectedFormat.DEFAULT)
-    options.page_number = [1, "two", [3.5, None]]
-    kept = options.page_number
+    options = MultiPageOptions()
+    options.output_layers_names = [1, "two", [3.5, None]]
+    kept = options.output_layers_names
     assert type(kept) is INTEROP._ArrListWrapper
     assert list(kept[:2]) == [1, "two"] and list(kept[2]) == [3.5, None]
-    options.page_number = (1, Point(2, 3))
-    assert type(options.page_number) is INTEROP._ArrayWrapper
-    assert options.page_number[1] == Point(2, 3)
+    options.output_layers_names = (1, Point(2, 3))
+    assert type(options.output_layers_names) is INTEROP._ArrayWrapper
+    assert options.output_layers_names[1] == Point(2, 3)
 
 
 def test_a_list_that_holds_itself_is_refused() -> None:
-    options = TiffOptions(TiffExpectedFormat.DEFAULT)
+    options = MultiPageOptions()
     endless: list[Any] = []
     endless.append(endless)
     with pytest.raises(RuntimeError, match="The list is nested too deeply, or holds itself."):
-        options.page_number = endless
-    assert options.page_number is None
+        options.output_layers_names = endless
+    assert options.output_layers_names is None
 
 
 # An interface works on the Python object
@@ -345,3 +344,12 @@ def test_the_module_names_what_it_found() -> None:
     assert zelmor.imaging.PixelDataFormat.cmyk == zelmor.imaging.PixelDataFormat.get_cmyk(8)
     assert list(zelmor.imaging.PixelDataFormat.get_rgb(5, 6, 5).channel_bits) == [5, 6, 5]
     assert str(zelmor.imaging.PixelDataFormat.rgb_16_bpp_555) == "Rgb16Bpp555"
+
+
+def test_the_cache_goes_back_to_its_defaults() -> None:
+    cache = zelmor.imaging.Cache
+    cache.set_cache_folder("/somewhere")
+    cache.set_max_disk_space_for_cache(5)
+    cache.set_defaults()
+    assert (cache.cache_folder, cache.max_disk_space_for_cache, cache.exact_reallocate_only) == (None, 0, False)
+    assert (cache.allocated_disk_bytes_count, cache.allocated_memory_bytes_count) == (0, 0)

@@ -7,6 +7,7 @@
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/tail/tail_entry.h"
 
 namespace zelmor::embed {
 namespace {
@@ -173,11 +174,23 @@ TEST_F(TailTest, WhatHasNoBehaviourSaysSo) {
     EXPECT_EQ(raised.name, "NotSupportedException");
     EXPECT_NE(raised.detail.find("JpegOptions.ScaledQuality"), std::string::npos);
 
-    Owned tiff(make_handle(make_instance("Zelmor.Imaging.ImageOptions.TiffOptions")));
-    call<void>("Zelmor.Imaging.ImageOptions.TiffOptions", "call_000_Validate", tiff.get());
-    raised = test::take_raised();
-    EXPECT_EQ(raised.name, "NotSupportedException");
-    EXPECT_NE(raised.detail.find("TiffOptions.Validate()"), std::string::npos);
+    // Any method of a plain class that nobody has written: the first one there is.
+    for (const TypeInfo& type : types()) {
+        for (const EntryInfo& entry : type.entries) {
+            if (type.kind != TypeKind::kClass || entry.role != EntryRole::kCall) continue;
+            if (std::string_view(entry.signature) != "vp" || find_override(type, type, entry)) continue;
+            if (find_behaviour(type.full_name, entry.name)) continue;
+            const auto instance = make_ref<Record>(type);
+            Owned object(make_handle(instance));
+            call<void>(type.full_name, entry.name, object.get());
+            raised = test::take_raised();
+            EXPECT_EQ(raised.name, "NotSupportedException");
+            EXPECT_EQ(raised.detail,
+                      std::string(type.name) + "." + entry.member + "() is not supported by the embedded runtime.");
+            return;
+        }
+    }
+    GTEST_SKIP() << "every method has behaviour";
 }
 
 TEST_F(TailTest, ANullOrForeignInstanceIsRefused) {
