@@ -124,12 +124,12 @@ VImage filtered(const VImage& image, const Bilateral& filter) {
     return with_alpha_of(result.copy(VImage::option()->set("interpretation", image.interpretation())), image);
 }
 
-// In the domain of frequencies: F = G * conj(H) / (|H|^2 + noise). The picture is mirrored around its edges, since its
-// transform takes it for one tile of an endless wall.
+// In the domain of frequencies: F = G * conj(H) / (|H|^2 + noise). A transform takes the picture for one tile of an
+// endless wall; mirrored by half its size on each side, the tiles meet without a step.
 VImage deconvolved_band(const VImage& band, const Deconvolution& filter) {
     const Kernel& kernel = filter.blur;
-    const int margin_x = std::max(kernel.width, 8);
-    const int margin_y = std::max(kernel.height, 8);
+    const int margin_x = std::max(kernel.width, band.width() / 2);
+    const int margin_y = std::max(kernel.height, band.height() / 2);
     const VImage wide = band.embed(margin_x, margin_y, band.width() + 2 * margin_x, band.height() + 2 * margin_y,
                                    VImage::option()->set("extend", VIPS_EXTEND_MIRROR));
     double sum = 0;
