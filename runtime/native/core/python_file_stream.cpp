@@ -41,17 +41,18 @@ class PyFileStream final : public ManagedStream {
     // There is no callback for it. A file grows by being written to; making one shorter is up to its owner.
     void set_length(int64_t length) override {
         if (length < 0) throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
-        int64_t missing = length - this->length();
-        if (missing < 0) {
+        const int64_t had = this->length();
+        if (length < had) {
             throw ManagedException("NotSupportedException",
                                    "Setting the length of a Python file to less than it has is not possible from here: "
                                    "call its truncate() instead.");
         }
         const int64_t kept = std::min(position(), length);
-        seek(0, SeekFrom::kEnd);
-        const std::vector<std::byte> zeros(static_cast<size_t>(std::min<int64_t>(missing, kZeros)));
-        for (; missing > 0; missing -= std::min<int64_t>(missing, kZeros)) {
-            write(std::span(zeros).first(static_cast<size_t>(std::min<int64_t>(missing, kZeros))));
+        if (length > had) {
+            // A file fills the gap before what is written behind its end with zeros, and refuses at once if it cannot.
+            constexpr std::byte kZero{};
+            seek(length - 1, SeekFrom::kBegin);
+            write(std::span(&kZero, 1));
         }
         seek(kept, SeekFrom::kBegin);
     }

@@ -1,0 +1,207 @@
+"""Every member of every class is used: constructed, read, written and called, with fitting values and with unfit ones.
+
+A member either does its work or says why it does not, in the words of a managed exception; what it gives is of the kind
+that the catalogue states; a value that is refused changes nothing. The whole is counted.
+"""
+
+from __future__ import annotations
+
+import collections
+import contextlib
+import re
+from collections.abc import Callable, Iterator
+from typing import Any
+
+import pytest
+
+from support.samples import MODEL, Cannot, Unfit, arguments, is_kind, make, python_type, sample, samples
+from tools.generator.model import Overload, Property, Type
+from tools.generator.wires import Wire
+
+WRAPPERS = [entry for entry in MODEL.types if not entry.is_enum]
+MANAGED = re.compile(r"Proxy error\(\w+\)|-?\d+ is not a valid \w+")
+COUNTS: collections.Counter[str] = collections.Counter()
+
+#: Properties that keep a value of their own choice beside the one that was set, and why.
+NORMALISED = {
+    ("RectangleF", "right"): "sets the width in single precision",
+    ("RectangleF", "bottom"): "sets the height in single precision",
+    ("XmpMeta", "adobe_xmp_toolkit"): "is an attribute of an XML element, which is text",
+    **{(owner, f"{side}_resolution"): "is kept as whole dots in a metre, as far as a file can hold them"
+       for owner in ("RasterImage", "TiffFrame", "TiffImage") for side in ("horizontal", "vertical")},
+}
+#: Where a property that takes any object keeps it in the type that the file format has for it.
+TYPED_OBJECTS = ("Zelmor.Imaging.Exif", "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes")
+#: Members that end the use of what the sweep works on, or wait for somebody.
+LEFT_OUT = {"dispose", "wait_on_done"}
+
+
+@pytest.fixture(autouse=True)
+def in_a_directory_of_its_own(tmp_path: Any, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.chdir(tmp_path)
+
+
+def attempt(count: str, action: Callable[[], Any]) -> tuple[bool, Any]:
+    """Whether an action succeeded, and its result or the managed error; no other error is let through."""
+    COUNTS[count] += 1
+    try:
+        return True, action()
+    except (RuntimeError, ValueError) as error:
+        assert MANAGED.match(str(error)), str(error)
+        return False, str(error)
+
+
+def instance(entry: Type) -> Any:
+    try:
+        return make(entry)
+    except Cannot:
+        pytest.skip("nothing makes one of these")
+
+
+def same(value: Any, given: Any) -> bool:
+    """Whether what came out equals what was put in; a managed collection equals a list with the same items."""
+    if isinstance(given, list):
+        return value is not None and list(value) == given
+    return bool(value == given)
+
+
+@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.constructors], ids=lambda e: e.full_name)
+def test_constructors(entry: Type) -> None:
+    for overload in entry.constructors:
+        with contextlib.suppress(Cannot):
+            worked, made = attempt("constructed", lambda: python_type(entry)(*arguments(overload)))
+            assert not worked or type(made) is python_type(entry)
+        refused(overload, python_type(entry))
+
+
+def refused(overload: Overload, call: Any) -> None:
+    """An unfit value in each place in turn is refused before the managed side sees anything."""
+    for index, param in enumerate(overload.params):
+        COUNTS["arguments refused"] += 1
+        try:
+            fitting = arguments(overload)
+        except Cannot:
+            return
+        fitting[index] = Unfit()
+        with pytest.raises(TypeError):
+            call(*fitting)
+
+
+@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.kind != "static class"], ids=lambda e: e.full_name)
+def test_properties(entry: Type) -> None:
+    target = instance(entry)
+    for prop in entry.properties:
+        if prop.static:
+            continue
+        readable, value = attempt("read", lambda: getattr(target, prop.python))
+        assert not readable or is_kind(value, prop.wire), f"{prop}: {value!r}"
+        if prop.writable:
+            write(target, prop, readable)
+
+
+def write(target: Any, prop: Property, readable: bool) -> None:
+    for unfit in unfits(prop.takes):
+        COUNTS["values refused"] += 1
+        with pytest.raises((TypeError, OverflowError)):
+            setattr(target, prop.python, unfit)
+    with contextlib.suppress(Cannot):
+        for value in samples(prop.takes):
+            before = getattr(target, prop.python) if readable else None
+            written, _ = attempt("written", lambda: setattr(target, prop.python, value))
+            if not readable:
+                continue
+            COUNTS["read back"] += 1
+            found = getattr(target, prop.python)
+            if not written:
+                assert found == before or found != found, f"{prop}: a refused {value!r} left {found!r}"
+            elif not normalised(prop):
+                assert same(found, value), f"{prop}: {value!r} came back as {found!r}"
+
+
+def normalised(prop: Property) -> bool:
+    typed = prop.takes.name == "object" and prop.owner.namespace in TYPED_OBJECTS
+    return typed or (prop.owner.name, prop.python) in NORMALISED
+
+
+def unfits(wire: Wire) -> Iterator[Any]:
+    """Values that a kind refuses in Python."""
+    yield Unfit()
+    if wire.name == "object":
+        yield from ({}, {1}, object(), range(3))
+        return
+    yield from ({}, object())
+    if wire.kind == "scalar" and wire.name.startswith(("int", "uint")) and wire.type is None:
+        yield from (1 << 70, -(1 << 70), "1", None, 1.5)
+    elif wire.name in ("float", "double"):
+        yield from ("1.5", None, b"1")
+    elif wire.type is not None and wire.type.is_enum:
+        yield from (1, "1", None, 1.5)
+    elif wire.type is not None:
+        yield from (1, "text", 2.5, b"bytes")
+    elif wire.name == "string":
+        yield from (1, b"text", 2.5)
+    elif wire.shape is not None:
+        yield from (1, 2.5)
+
+
+@pytest.mark.parametrize("entry", [e for e in WRAPPERS if any(p.static for p in e.properties)],
+                         ids=lambda e: e.full_name)
+def test_static_properties(entry: Type) -> None:
+    found = python_type(entry)
+    for prop in entry.properties:
+        if not prop.static:
+            continue
+        readable, value = attempt("read", lambda: getattr(found, prop.python))
+        assert not readable or is_kind(value, prop.wire), f"{prop}: {value!r}"
+        if not prop.writable:
+            continue
+        setter = getattr(found, f"set_{prop.python}")
+        for unfit in unfits(prop.takes):
+            COUNTS["values refused"] += 1
+            with pytest.raises((TypeError, OverflowError)):
+                setter(unfit)
+        if readable:
+            attempt("written", lambda: setter(value))
+            assert getattr(found, prop.python) == value
+
+
+@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.methods], ids=lambda e: e.full_name)
+def test_methods(entry: Type) -> None:
+    for method in entry.methods:
+        overloads = [(o, o.static) for o in method.overloads]
+        if method.static_overload is not None:
+            overloads.append((method.static_overload, True))
+        for overload, static in overloads:
+            if method.python in LEFT_OUT:
+                continue
+            try:
+                target = python_type(entry) if static else make(entry)
+                fitting = arguments(overload)
+            except Cannot:
+                continue
+            worked, result = attempt("called", lambda: getattr(target, method.python)(*fitting))
+            if worked and not method.is_group:
+                assert is_kind(result, overload.result), f"{overload}: {result!r}"
+            refused(overload, getattr(target, method.python))
+
+
+@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.constructors], ids=lambda e: e.full_name)
+def test_constructors_fill_what_their_arguments_name(entry: Type) -> None:
+    properties = {prop.python: prop for owner in (entry, *entry.bases()) for prop in owner.properties
+                  if not prop.static}
+    for overload in entry.constructors:
+        named = [param for param in overload.params
+                 if param.name in properties and properties[param.name].wire.name == param.wire.name]
+        with contextlib.suppress(Cannot):
+            given = arguments(overload)
+            worked, made = attempt("constructed", lambda: python_type(entry)(*given))
+            for param, value in zip(overload.params, given):
+                if worked and param in named:
+                    readable, found = attempt("read back", lambda: getattr(made, param.name))
+                    assert not readable or same(found, value), f"{overload}: {param.name} is {found!r}"
+
+
+def test_the_sweep_is_as_large_as_it_means_to_be(request: pytest.FixtureRequest) -> None:
+    if len(request.session.items) < 20000:
+        pytest.skip("only a part of the tests runs")
+    assert sum(COUNTS.values()) >= 40000, COUNTS
