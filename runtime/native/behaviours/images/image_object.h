@@ -18,6 +18,8 @@
 
 namespace zelmor::embed {
 
+struct ImageMetadata;
+
 // Values of the enumeration FileFormat.
 enum class FileFormat : uint64_t {
     kUndefined = 0,
@@ -98,6 +100,8 @@ class ImageObject final : public Record {
 
     // The colours of an image whose pixels stand for indices; empty for true colour.
     std::vector<imagework::Argb> palette;
+    // EXIF and XMP of the file, of an image that was loaded; null where it had none.
+    std::shared_ptr<ImageMetadata> metadata;
 
     // What stands behind the picture where a format has no alpha or a canvas grows: the background colour if there is
     // one. A canvas with alpha grows transparent otherwise, one without white.

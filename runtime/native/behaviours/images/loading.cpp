@@ -2,6 +2,7 @@
 #include "runtime/native/behaviours/images/loading.h"
 
 #include "runtime/native/behaviours/images/image_entry.h"
+#include "runtime/native/behaviours/metadata/image_metadata.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -54,15 +55,18 @@ Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_opt
         if (data.empty()) throw PictureError(Failure::kDamaged, "there is no data in it");
         const DecodeOptions options = decode_options(load_options);
         FileFacts facts = probe(data);
+        auto metadata = keep_metadata(data);
         if (hides_its_first_picture(facts, options)) {
             std::vector<Frame> frames = image_backend().decode_frames(data, options);
             auto image = make_ref<ImageObject>(frames[0].picture->copy(), std::move(facts));
             image->adopt_frames(std::move(frames), {image->facts()});
+            image->metadata = std::move(metadata);
             return image;
         }
         auto picture = image_backend().decode(data, options);
         const bool several = picture->frame_count() > 1;
         auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+        image->metadata = std::move(metadata);
         if (several && image->is_container()) image->set_source(std::move(data), options);
         return image;
     } catch (const PictureError& error) {

@@ -6,6 +6,7 @@
 #include "runtime/native/behaviours/images/encoding_options.h"
 #include "runtime/native/behaviours/images/image_entry.h"
 #include "runtime/native/behaviours/images/page_selection.h"
+#include "runtime/native/behaviours/metadata/image_metadata.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -90,9 +91,17 @@ EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
     return image_backend().encode_frames(frames);
 }
 
+EncodedBytes described(ImageObject& image, const Request& request, EncodedBytes file) {
+    auto bytes = file_with_metadata({file.data.get(), file.size}, image, image.metadata.get(), request.options);
+    if (bytes.empty()) return file;
+    const auto owner = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+    return {std::shared_ptr<const uint8_t>(owner, owner->data()), owner->size()};
+}
+
 EncodedBytes encoded(ImageObject& image, const Request& request, const std::string& subject) {
     try {
-        return encoded_pages(image, request);
+        prepare_options(request.options);
+        return described(image, request, encoded_pages(image, request));
     } catch (const PictureError& error) {
         if (error.kind() == Failure::kArgument && request.bounds) throw_out_of_range("bounds_rectangle", error.what());
         throw_picture_error(error, subject);

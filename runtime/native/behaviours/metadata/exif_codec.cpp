@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "runtime/native/behaviours/metadata/exif_data.h"
+#include "runtime/native/behaviours/metadata/file_metadata.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -12,12 +13,13 @@ using namespace exif_tags;
 
 constexpr uint16_t kClassicMark = 42;
 constexpr uint16_t kBigMark = 43;
+constexpr uint16_t kXmpPacket = 700;
 
 [[noreturn]] void throw_no_tiff() {
     throw ManagedException("FormatException", "The EXIF data does not begin as a TIFF does.");
 }
 
-// A reader over the bytes, in the order and form that their first letters say.
+// A reader over the bytes, in the order and form that their first letters say; no object may keep it.
 Ref<TiffReaderObject> open(std::span<const std::byte> data) {
     if (data.size() < 8) throw_no_tiff();
     const char first = static_cast<char>(data[0]);
@@ -26,7 +28,7 @@ Ref<TiffReaderObject> open(std::span<const std::byte> data) {
     const bool big_endian = first == 'M';
     const uint64_t mark = read_number(data.subspan(2, 2), big_endian);
     if (mark != kClassicMark && mark != kBigMark) throw_no_tiff();
-    return make_tiff_reader(Bytes(data.begin(), data.end()), big_endian, mark == kBigMark);
+    return make_tiff_reader(data, big_endian, mark == kBigMark);
 }
 
 struct Directory {
@@ -85,34 +87,45 @@ size_t even(size_t size) {
     return size + size % 2;
 }
 
-size_t size_of(const TagList& tags) {
-    size_t size = 2 + tags.size() * directory_entry_size(false) + 4;
+struct Form {
+    bool big_endian;
+    bool big_tiff = false;
+    size_t head() const { return big_tiff ? 8 : 2; }
+    size_t word() const { return big_tiff ? 8 : 4; }
+};
+
+size_t size_of(const TagList& tags, const Form& form) {
+    size_t size = form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
     for (const auto& tag : tags) {
         const auto data = static_cast<size_t>(tag->data_size());
-        if (data > inline_size(false)) size += even(data);
+        if (data > inline_size(form.big_tiff)) size += even(data);
     }
     return size;
 }
 
-void write_directory(Bytes& out, const TagList& tags, uint32_t next, bool big_endian) {
-    Bytes values;
-    const size_t values_at = out.size() + 2 + tags.size() * directory_entry_size(false) + 4;
-    put_number(out, tags.size(), 2, big_endian);
-    for (const auto& tag : tags) {
-        put_number(out, tag->id(), 2, big_endian);
-        put_number(out, static_cast<uint16_t>(tag->data_type()), 2, big_endian);
-        put_number(out, tag->count(), 4, big_endian);
-        Bytes data = tag->encoded(big_endian);
-        if (data.size() <= inline_size(false)) {
-            data.resize(inline_size(false));
-            out.insert(out.end(), data.begin(), data.end());
-            continue;
-        }
-        put_number(out, values_at + values.size(), 4, big_endian);
-        data.resize(even(data.size()));
-        values.insert(values.end(), data.begin(), data.end());
+// The entry of a tag; values that need a place of their own are put behind `values`, which begin at an offset.
+void put_entry(Bytes& out, const TagObject& tag, const Form& form, Bytes& values, size_t values_at) {
+    put_number(out, tag.id(), 2, form.big_endian);
+    put_number(out, static_cast<uint16_t>(tag.data_type()), 2, form.big_endian);
+    put_number(out, tag.count(), form.word(), form.big_endian);
+    Bytes data = tag.encoded(form.big_endian);
+    if (data.size() <= form.word()) {
+        data.resize(form.word());
+        out.insert(out.end(), data.begin(), data.end());
+        return;
     }
-    put_number(out, next, 4, big_endian);
+    put_number(out, values_at + values.size(), form.word(), form.big_endian);
+    data.resize(even(data.size()));
+    values.insert(values.end(), data.begin(), data.end());
+}
+
+void write_directory(Bytes& out, const TagList& tags, uint64_t next, const Form& form) {
+    Bytes values;
+    const size_t values_at = out.size() + form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
+    put_number(out, tags.size(), form.head(), form.big_endian);
+    for (const auto& tag : tags)
+        put_entry(out, *tag, form, values, values_at);
+    put_number(out, next, form.word(), form.big_endian);
     out.insert(out.end(), values.begin(), values.end());
 }
 
@@ -173,6 +186,7 @@ Ref<ExifObject> read_exif_of_tiff(std::span<const std::byte> file) {
 
 Bytes write_exif(const ExifObject& exif) {
     const bool big_endian = exif.big_endian();
+    const Form form{big_endian};
     TagList common =
         without(exif.tags(ExifDirectory::kCommon), {kExifPointer, kGpsPointer, kThumbnailOffset, kThumbnailLength});
     TagList inner = without(exif.tags(ExifDirectory::kExif), {kInteroperabilityPointer});
@@ -191,11 +205,11 @@ Bytes write_exif(const ExifObject& exif) {
         second.push_back(pointer(kThumbnailLength, exif.thumbnail.size()));
     }
     constexpr size_t kHeader = 8;
-    const size_t inner_at = kHeader + size_of(common);
-    const size_t interoperability_at = inner_at + (has_inner ? size_of(inner) : 0);
-    const size_t gps_at = interoperability_at + (interoperability.empty() ? 0 : size_of(interoperability));
-    const size_t second_at = gps_at + (gps.empty() ? 0 : size_of(gps));
-    const size_t thumbnail_at = second_at + (has_second ? size_of(second) : 0);
+    const size_t inner_at = kHeader + size_of(common, form);
+    const size_t interoperability_at = inner_at + (has_inner ? size_of(inner, form) : 0);
+    const size_t gps_at = interoperability_at + (interoperability.empty() ? 0 : size_of(interoperability, form));
+    const size_t second_at = gps_at + (gps.empty() ? 0 : size_of(gps, form));
+    const size_t thumbnail_at = second_at + (has_second ? size_of(second, form) : 0);
     for (TagList* tags : {&common, &inner, &second}) {
         for (auto& tag : *tags) {
             const uint16_t id = tag->id();
@@ -210,14 +224,85 @@ Bytes write_exif(const ExifObject& exif) {
     Bytes out(2, static_cast<std::byte>(big_endian ? 'M' : 'I'));
     put_number(out, kClassicMark, 2, big_endian);
     put_number(out, kHeader, 4, big_endian);
-    write_directory(out, common, has_second ? static_cast<uint32_t>(second_at) : 0, big_endian);
-    if (has_inner) write_directory(out, inner, 0, big_endian);
-    if (!interoperability.empty()) write_directory(out, interoperability, 0, big_endian);
-    if (!gps.empty()) write_directory(out, gps, 0, big_endian);
+    write_directory(out, common, has_second ? second_at : 0, form);
+    if (has_inner) write_directory(out, inner, 0, form);
+    if (!interoperability.empty()) write_directory(out, interoperability, 0, form);
+    if (!gps.empty()) write_directory(out, gps, 0, form);
     if (has_second) {
-        write_directory(out, second, 0, big_endian);
+        write_directory(out, second, 0, form);
         out.insert(out.end(), exif.thumbnail.begin(), exif.thumbnail.end());
     }
+    return out;
+}
+
+Bytes find_tiff_xmp(std::span<const std::byte> file) {
+    try {
+        const auto reader = open(file);
+        for (const auto& tag : read_directory(*reader, first_directory(*reader)).tags) {
+            if (tag->id() == kXmpPacket) return tag->encoded(false);
+        }
+    } catch (const ManagedException& error) {
+        // A file that is cut off has no packet to show; what else is wrong with it, its decoder says.
+        if (error.name() != "FormatException" && error.name() != "EndOfStreamException") throw;
+    }
+    return {};
+}
+
+Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata) {
+    const auto reader = open(file);
+    const Form form{reader->big_endian(), reader->big_tiff()};
+    Bytes out(file.begin(), file.end());
+    out.resize(even(out.size()));
+
+    // Directories below come first, since the first one points to them.
+    TagList added = without(metadata.tags, {kExifPointer, kGpsPointer});
+    if (!metadata.xmp.empty()) added.push_back(make_tag(TiffType::kByte, kXmpPacket, metadata.xmp));
+    const auto put_below = [&](uint16_t id, const TagList& tags) {
+        if (tags.empty()) return;
+        const size_t at = out.size();
+        write_directory(out, tags, 0, form);
+        added.push_back(make_tag(form.big_tiff ? TiffType::kLong8 : TiffType::kLong, id, static_cast<int64_t>(at)));
+    };
+    if (metadata.below) {
+        TagList inner = without(metadata.below->tags(ExifDirectory::kExif), {kInteroperabilityPointer});
+        put_below(kExifPointer, inner);
+        put_below(kGpsPointer, without(metadata.below->tags(ExifDirectory::kGps), {}));
+    }
+
+    // The entries that are there already keep their bytes, so that what they point to is found again.
+    const auto at = static_cast<size_t>(first_directory(*reader));
+    const auto count = static_cast<size_t>(reader->number(static_cast<int64_t>(at), form.head()));
+    const size_t entry = directory_entry_size(form.big_tiff);
+    const auto next_at = static_cast<int64_t>(at + form.head() + count * entry);
+    const uint64_t next = reader->number(next_at, form.word());
+    const auto replaced = [&](uint16_t id) {
+        if (id == kXmpPacket || id == kExifPointer || id == kGpsPointer) return true;
+        return std::any_of(added.begin(), added.end(), [&](const auto& tag) { return tag->id() == id; });
+    };
+    std::vector<std::pair<uint16_t, Bytes>> entries;
+    for (size_t i = 0; i < count; ++i) {
+        const auto bytes = file.subspan(at + form.head() + i * entry, entry);
+        const auto id = static_cast<uint16_t>(read_number(bytes.first(2), form.big_endian));
+        if (!replaced(id)) entries.emplace_back(id, Bytes(bytes.begin(), bytes.end()));
+    }
+    Bytes values;
+    const size_t directory_at = out.size();
+    const size_t values_at = directory_at + form.head() + (entries.size() + added.size()) * entry + form.word();
+    for (const auto& tag : added) {
+        Bytes bytes;
+        put_entry(bytes, *tag, form, values, values_at);
+        entries.emplace_back(tag->id(), std::move(bytes));
+    }
+    std::stable_sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    put_number(out, entries.size(), form.head(), form.big_endian);
+    for (const auto& [id, bytes] : entries)
+        out.insert(out.end(), bytes.begin(), bytes.end());
+    put_number(out, next, form.word(), form.big_endian);
+    out.insert(out.end(), values.begin(), values.end());
+
+    Bytes first;
+    put_number(first, directory_at, form.word(), form.big_endian);
+    std::copy(first.begin(), first.end(), out.begin() + (form.big_tiff ? 8 : 4));
     return out;
 }
 

@@ -41,13 +41,16 @@ void put_number(Bytes& out, uint64_t number, size_t size, bool big_endian) {
 }
 
 TiffReaderObject::TiffReaderObject(const TypeInfo& type, Bytes content)
-    : ManagedObject(type), kind_(kind_of(type)), content_(std::move(content)) {}
+    : ManagedObject(type), kind_(kind_of(type)), content_(std::move(content)), bytes_(content_) {}
+
+TiffReaderObject::TiffReaderObject(const TypeInfo& type, std::span<const std::byte> content)
+    : ManagedObject(type), kind_(kind_of(type)), bytes_(content) {}
 
 TiffReaderObject::TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObject> container)
     : ManagedObject(type), kind_(kind_of(type)), container_(std::move(container)) {}
 
 int64_t TiffReaderObject::length() {
-    return container_ ? container_->stream().length() : static_cast<int64_t>(content_.size());
+    return container_ ? container_->stream().length() : static_cast<int64_t>(bytes_.size());
 }
 
 void TiffReaderObject::read(int64_t position, std::span<std::byte> into) {
@@ -63,7 +66,7 @@ void TiffReaderObject::read(int64_t position, std::span<std::byte> into) {
     const auto part = into.first(static_cast<size_t>(count));
     if (part.empty()) return;
     if (!container_) {
-        std::copy_n(content_.begin() + from, count, part.begin());
+        std::copy_n(bytes_.begin() + from, count, part.begin());
         return;
     }
     ManagedStream& stream = container_->stream();
@@ -113,7 +116,7 @@ void TiffWriterObject::write_number(uint64_t number, size_t size) {
     write(bytes);
 }
 
-Ref<TiffReaderObject> make_tiff_reader(Bytes content, bool big_endian, bool big_tiff) {
+Ref<TiffReaderObject> make_tiff_reader(std::span<const std::byte> content, bool big_endian, bool big_tiff) {
     constexpr const char* kNames[] = {
         "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader",
         "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffBigEndianStreamReader",
@@ -121,7 +124,7 @@ Ref<TiffReaderObject> make_tiff_reader(Bytes content, bool big_endian, bool big_
         "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffReaderBE",
     };
     const TypeInfo& type = require_type(kNames[(big_tiff ? 2 : 0) + (big_endian ? 1 : 0)]);
-    return make_ref<TiffReaderObject>(type, std::move(content));
+    return make_ref<TiffReaderObject>(type, content);
 }
 
 }  // namespace zelmor::embed

@@ -28,6 +28,8 @@ class TiffReaderObject final : public ManagedObject {
     static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader";
     TiffReaderObject(const TypeInfo& type, Bytes content);
     TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObject> container);
+    // Over bytes that stay for as long as the reader.
+    TiffReaderObject(const TypeInfo& type, std::span<const std::byte> content);
 
     bool big_endian() const { return kind_.big_endian; }
     bool big_tiff() const { return kind_.big_tiff; }
@@ -45,7 +47,8 @@ class TiffReaderObject final : public ManagedObject {
 
  private:
     TiffStreamKind kind_;
-    Bytes content_;
+    Bytes content_;                     // of a reader that has a copy of its own
+    std::span<const std::byte> bytes_;  // what is read, unless there is a container
     Ref<StreamContainerObject> container_;
 };
 
@@ -65,7 +68,7 @@ class TiffWriterObject final : public ManagedObject {
     Ref<StreamContainerObject> container_;
 };
 
-// A reader over bytes of the class for this order and form.
-Ref<TiffReaderObject> make_tiff_reader(Bytes content, bool big_endian, bool big_tiff = false);
+// A reader of the class for this order and form over bytes that stay for as long as it.
+Ref<TiffReaderObject> make_tiff_reader(std::span<const std::byte> content, bool big_endian, bool big_tiff = false);
 
 }  // namespace zelmor::embed
