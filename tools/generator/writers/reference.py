@@ -29,7 +29,9 @@ theme:
   font: false
   features: [navigation.instant, navigation.top]
 plugins:
-  - search
+  - search:
+      # Words of a name are found, and the whole name as well.
+      separator: '[\\s\\-_.,()]+'
 markdown_extensions:
   - toc: {permalink: true, toc_depth: 3}
   - tables
@@ -185,7 +187,7 @@ class ReferenceWriter:
 
     def _method(self, scope: LinkedScope, method: Method) -> list[str]:
         kind = " (static)" if method.static and not method.mixed else ""
-        lines = [f"### {md.escaped(method.python)}{kind}", ""]
+        lines = [f"### {md.code(method.python)}{kind}", ""]
         if method.static_overload is not None:
             lines += ["On the class:", "", *self._overloads(scope, method.python, [method.static_overload]),
                       "On an instance:", ""]

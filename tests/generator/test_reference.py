@@ -1,0 +1,112 @@
+"""The API reference: every link leads somewhere, every type has its page, and signatures are those of the stubs."""
+
+from __future__ import annotations
+
+import ast
+import posixpath
+import re
+from pathlib import Path
+
+import pytest
+
+from tools.generator.builder import load
+from tools.generator.writers.reference import GUIDES, ReferenceWriter
+from tools.generator.writers.reference_text import escaped, page_of
+from tools.generator.writers.stubs import StubWriter
+
+ROOT = Path(__file__).parents[2]
+MODELS = [load(ROOT / "api" / "catalogue"), *(load(ROOT / "siblings" / "catalogue" / name) for name in (
+    "pyreflection", "pyio", "pydrawing"))]
+
+
+@pytest.fixture(scope="module")
+def pages() -> dict[str, str]:
+    guides = {f"guide/{name}": (ROOT / "docs" / name).read_text() for name in GUIDES}
+    return guides | {path: "\n".join(lines) for path, lines in ReferenceWriter(MODELS).write().items()}
+
+
+@pytest.fixture(scope="module")
+def stubs() -> dict[str, str]:
+    return {path: "\n".join(lines) for path, lines in StubWriter(MODELS).write(None).items()}
+
+
+def headings(text: str) -> set[str]:
+    """What can stand behind the # of a link to a page."""
+    titles = re.findall(r"^#+ (.*)$", text, re.MULTILINE)
+    return {re.sub(r"[^a-z0-9_ -]", "", title.lower().replace("\\", "")).replace(" ", "-") for title in titles}
+
+
+def test_there_is_a_page_for_each_module_class_and_enumeration(pages: dict[str, str]) -> None:
+    types = [entry for model in MODELS for entry in model.types]
+    modules = [module for model in MODELS for module in model.modules]
+    expected = {page_of(entry) for entry in types} | {f"{module.name}/index.md" for module in modules}
+    assert set(pages) == expected | {"index.md", "collections.md", *(f"guide/{name}" for name in GUIDES)}
+    assert len(MODELS[0].types) == 891 + 255
+
+
+def test_every_link_resolves(pages: dict[str, str]) -> None:
+    count = 0
+    for path, text in pages.items():
+        for target in re.findall(r"\]\(([^)]*)\)", re.sub(r"```.*?```|`[^`\n]*`", "", text, flags=re.DOTALL)):
+            name, _, heading = target.partition("#")
+            found = posixpath.normpath(posixpath.join(posixpath.dirname(path), name)) if name else path
+            assert found in pages, f"{path} links to {target}"
+            assert not heading or heading in headings(pages[found]), f"{path} links to {target}"
+            count += 1
+    assert count > 10_000
+
+
+def test_no_type_is_an_island(pages: dict[str, str]) -> None:
+    """The page of a module links to each of its types."""
+    for model in MODELS:
+        for module in model.modules:
+            for entry in module.types:
+                assert f"[{escaped(entry.name)}]({entry.name}.md)" in pages[f"{module.name}/index.md"]
+
+
+def functions(stub: str, name: str) -> list[str]:
+    """The signatures of a class's methods as the stub has them, without decorators and `self`."""
+    found = next(item for item in ast.parse(stub).body if isinstance(item, ast.ClassDef) and item.name == name)
+    shown = []
+    for item in found.body:
+        if isinstance(item, ast.FunctionDef) and not item.name.startswith("_") and item.name != "get_type" and not any(
+                ast.unparse(decorator) == "property" for decorator in item.decorator_list):
+            arguments = [arg for arg in item.args.args if arg.arg != "self"]
+            text = ", ".join(f"{arg.arg}: {ast.unparse(arg.annotation)}" for arg in arguments if arg.annotation)
+            shown.append(f"{item.name}({text})")
+    return shown
+
+
+@pytest.mark.parametrize("name", ["Image", "Graphics", "Pen", "ColorPalette", "Matrix"])
+def test_signatures_are_those_of_the_stubs(pages: dict[str, str], stubs: dict[str, str], name: str) -> None:
+    text = pages[f"zelmor.imaging/{name}.md"]
+    methods = text[text.index("## Methods"):]
+    shown = [line.split(" -> ")[0] for line in re.findall(r"```python\n(.*)\n```", methods)]
+    stated = functions(stubs["imaging/__init__.pyi"], name)
+    assert sorted(shown) == sorted(stated)
+
+
+def test_enumeration_tables_are_whole(pages: dict[str, str]) -> None:
+    for model in MODELS:
+        for entry in model.types:
+            if entry.is_enum:
+                rows = re.findall(r"^\| `(\w+)` \| (-?\d+) \|", pages[page_of(entry)], re.MULTILINE)
+                assert [(member, int(value)) for member, value in rows] == entry.values
+
+
+def offered(transcript: str, title: str) -> list[str]:
+    """The names in one scene of the editor's transcript, without parameters."""
+    scene = transcript[transcript.index(f"### {title}\n"):]
+    return [line.split("(")[0] for line in scene.split("```")[3].split()] if "```" in scene else []
+
+
+def test_the_editor_transcript_shows_what_the_model_has(pages: dict[str, str]) -> None:
+    transcript = pages["guide/editor.md"]
+    types = {entry.dotted: entry for entry in MODELS[0].types}
+    entry = types["zelmor.imaging.imageoptions.PngOptions"]
+    names = {"get_type"}
+    for owner in [entry, *entry.bases()]:
+        names |= {method.python for method in owner.methods} | {prop.python for prop in owner.properties}
+    assert set(offered(transcript, "What PNG options offer")) == names
+    children = next(module for module in MODELS[0].modules if module.name == "zelmor.imaging.fileformats").children
+    assert set(offered(transcript, "Submodules")) == {child.last for child in children}
