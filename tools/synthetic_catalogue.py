@@ -81,7 +81,7 @@ def write_catalogue(out: Path) -> None:
         text = f"namespace {name} as zelmor.{name.split('.', 1)[1].lower()}\n\n" + "\n".join(lines)
         (out / f"{name}.cat").write_text(text)
     table = Identifiers(path=out / "identifiers.tab")
-    table.complete([f"{entry.namespace}.{entry.name}" for entry in read_catalogue(out).types])
+    table.complete([f"{entry.namespace}.{entry.name}" for entry in read_catalogue(out).types], {})
     table.write()
 
 

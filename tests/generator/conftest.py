@@ -20,11 +20,10 @@ ROOT = "Acme.Pictures"
 def build(tmp_path: Path) -> Callable[..., Model]:
     """Builds the model of `Acme.Pictures` from the text of its one file."""
 
-    def make(text: str, awaited: str = "", modules: str = "") -> Model:
+    def make(text: str, modules: str = "") -> Model:
         (tmp_path / "modules.tab").write_text(
             f"assembly Acme\n{ROOT} acme.pictures 0000000A\n{textwrap.dedent(modules)}")
         (tmp_path / f"{ROOT}.cat").write_text(f"namespace {ROOT} as acme.pictures\n{textwrap.dedent(text)}")
-        (tmp_path / "awaited.tab").write_text(textwrap.dedent(awaited))
         table = Identifiers(path=tmp_path / "identifiers.tab")
         table.complete([f"{entry.namespace}.{entry.name}" for entry in read_catalogue(tmp_path).types], {})
         table.write()

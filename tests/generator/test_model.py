@@ -134,35 +134,6 @@ enum Mode : int32
     assert wire_type is not None and wire_type.full_name == "Acme.Pictures.Two.Mode"
 
 
-def test_members_whose_types_are_awaited_are_counted_and_not_generated(build: Build) -> None:
-    model = build("""
-class A
-    ctor (drawn: Font)
-    get font Font Font
-    get width Width int32
-    method take Take (items: int32[])
-    shared append
-""", awaited="Font\n")
-    assert model.generated() == 1
-    assert model.pending() == {"types of other namespaces": 2, "collections": 2}
-    assert [name for name, *_ in host.thunks(model.types[0])][:1] == ["get_Width"]
-
-
-def test_an_awaited_type_that_nobody_names_is_refused(build: Build) -> None:
-    _, reason = refusal(build, "\nclass A\n", awaited="Font\n")
-    assert reason == "awaited but named by no member: Font"
-
-
-def test_an_awaited_type_that_has_come_is_refused(build: Build) -> None:
-    _, reason = refusal(build, """
-class B
-    get font Font Font
-namespace Acme.Pictures.One
-class Font
-""", awaited="Font\n", modules="Acme.Pictures.One acme.pictures.one 0000000B\n")
-    assert reason == "Font exists, so that it is awaited no longer"
-
-
 def test_entry_points_are_bound_in_order(build: Build) -> None:
     model = build("""
 struct Size

@@ -8,7 +8,7 @@ from pathlib import Path
 
 import pytest
 
-from tools.generator.__main__ import main, report
+from tools.generator.__main__ import count_by_module, main, report
 from tools.generator.errors import CatalogueError
 from tools.generator.model import Model
 from tools.generator.writers.enumeration import write_enumeration
@@ -173,7 +173,7 @@ def test_header_and_tree_name_every_type(build: Build) -> None:
 
 def test_runtime_tables_state_signatures(build: Build) -> None:
     text = "\n".join(Tables([build(CATALOGUE)]).write())
-    signatures = dict(re.findall(r'\{"(\w+)", "\w+", EntryRole::\w+, Wire::\w+, \w+, -?\d+, "(\w+)"', text))
+    signatures = dict(re.findall(r'\{"(\w+)", "\w+", EntryRole::\w+, Wire::\w+, \w+, \{\w*\}, -?\d+, "(\w+)"', text))
     assert signatures["ctor_000_Picture"] == "pT"
     assert signatures["ctor_001_Picture"] == "pBC"
     assert signatures["call_000_Turn"] == "vpfV"
@@ -240,6 +240,14 @@ def test_runtime_tables_state_the_signatures_of_dates(build: Build) -> None:
 def test_only_values_that_the_runtime_knows_are_nullable(build: Build) -> None:
     with pytest.raises(CatalogueError, match="int32 does not cross as nullable"):
         build("\nclass A\n    get width Width int32?\n")
+
+
+def test_entry_points_are_counted_by_role(build: Build) -> None:
+    model = build(CATALOGUE)
+    rows = [[cell.strip() for cell in row.strip("|").split("|")] for row in count_by_module(model)]
+    assert rows[0] == ["module", "classes", "enumerations", "get_", "set_", "call_", "ctor_", "getsa_", "setsa_"]
+    assert rows[-1] == ["all", "5", "1", "4", "1", "8", "2", "1", "1"]
+    assert rows[2][1:] == rows[-1][1:]
 
 
 def test_a_file_is_written_only_when_it_changes(tmp_path: Path) -> None:

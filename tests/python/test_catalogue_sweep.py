@@ -46,11 +46,11 @@ def by_name(entry: Type) -> str:
 
 def method_names(entry: Type) -> list[str]:
     """The names of the method table, in its order."""
-    listed = [method for method in entry.methods if method.ready and not method.mixed]
+    listed = [method for method in entry.methods if method.overloads and not method.mixed]
     names = ["__enter__", "__exit__"] if entry.disposable else []
     names += [method.python for method in sorted(listed, key=lambda method: not method.is_group)]
     names += [name for name in entry.shared if name != "length"]
-    writers = [f"set_{prop.python}" for prop in entry.properties if prop.static and prop.writable and not prop.pending]
+    writers = [f"set_{prop.python}" for prop in entry.properties if prop.static and prop.writable]
     return [*names, "get_type", *writers, *CAST_FAMILY]
 
 
@@ -125,8 +125,8 @@ def test_which_classes_are_collections_themselves() -> None:
 @pytest.mark.parametrize("entry", WRAPPERS, ids=by_name)
 def test_a_type_has_no_members_beyond_its_own(entry: Type) -> None:
     own = set(method_names(entry))
-    own |= {prop.python for prop in entry.properties if not prop.pending}
-    own |= {method.python for method in entry.methods if method.mixed and method.ready}
+    own |= {prop.python for prop in entry.properties}
+    own |= {method.python for method in entry.methods if method.mixed and method.overloads}
     own |= set(entry.shared) | collection_slots(entry)
     markers = {"_zelmor_clr_host", "_zelmor_clr_castable_obj", "_additional_interfaces", "_implicit_interfaces"}
     slots = {"__repr__", "__hash__", "__lt__", "__le__", "__eq__", "__ne__", "__gt__", "__ge__", "__init__", "__new__",
@@ -134,7 +134,7 @@ def test_a_type_has_no_members_beyond_its_own(entry: Type) -> None:
     assert set(vars(of(entry))) - markers - slots == own
 
 
-PROPERTIES = [prop for entry in WRAPPERS for prop in entry.properties if not prop.pending]
+PROPERTIES = [prop for entry in WRAPPERS for prop in entry.properties]
 
 
 @pytest.mark.parametrize("prop", PROPERTIES, ids=lambda prop: f"{prop.owner.full_name}.{prop.python}")
@@ -152,12 +152,12 @@ def read_only_message(prop: Property) -> str:
     return f"attribute '{prop.python}' of '{prop.owner.dotted}' objects is not writable"
 
 
-@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.kind in ("class", "struct") and e.ready_constructors],
+@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.kind in ("class", "struct") and e.constructors],
                          ids=by_name)
 def test_read_only_properties_refuse_and_no_property_can_be_deleted(entry: Type) -> None:
     empty = of(entry).__new__(of(entry))
     for prop in entry.properties:
-        if prop.static or prop.pending:
+        if prop.static:
             continue
         with pytest.raises(AttributeError) as assigned:
             if prop.writable:
@@ -168,7 +168,7 @@ def test_read_only_properties_refuse_and_no_property_can_be_deleted(entry: Type)
         assert str(assigned.value) == expected
 
 
-METHODS = [method for entry in WRAPPERS for method in entry.methods if method.ready and not method.mixed]
+METHODS = [method for entry in WRAPPERS for method in entry.methods if method.overloads and not method.mixed]
 
 
 def call_target(method: Method):
@@ -193,8 +193,8 @@ TAKES_ARGUMENTS = [m for m in METHODS if m.is_group or m.overloads[0].params]
 @pytest.mark.parametrize("method", TAKES_ARGUMENTS, ids=lambda m: f"{m.owner.full_name}.{m.python}")
 def test_a_failed_dispatch_names_a_reason_for_each_overload(method: Method) -> None:
     messages = refusals(method, *[object()] * 12)
-    assert isinstance(messages, list) and len(messages) == len(method.ready)
-    for overload, message in zip(method.ready, messages):
+    assert isinstance(messages, list) and len(messages) == len(method.overloads)
+    for overload, message in zip(method.overloads, messages):
         count = len(overload.params)
         assert message == f"function takes at most {count} argument{'' if count == 1 else 's'} (12 given)"
 
@@ -202,7 +202,7 @@ def test_a_failed_dispatch_names_a_reason_for_each_overload(method: Method) -> N
 @pytest.mark.parametrize("method", TAKES_ARGUMENTS, ids=lambda m: f"{m.owner.full_name}.{m.python}")
 def test_keywords_are_the_stated_ones_and_no_other(method: Method) -> None:
     """With an unfit value under every right keyword, no overload complains of the keyword itself."""
-    for index, overload in enumerate(method.ready):
+    for index, overload in enumerate(method.overloads):
         if not overload.params:
             continue
         right = refusals(method, **{param.name: _Unfit() for param in overload.params})[index]
@@ -244,7 +244,7 @@ def unfit_message(overload: Overload) -> str:
 
 @pytest.mark.parametrize("method", TAKES_ARGUMENTS, ids=lambda m: f"{m.owner.full_name}.{m.python}")
 def test_every_converter_refuses_the_wrong_kind_in_its_own_words(method: Method) -> None:
-    for index, overload in enumerate(method.ready):
+    for index, overload in enumerate(method.overloads):
         if overload.params:
             messages = refusals(method, *[_Unfit()] * len(overload.params))
             assert messages[index] == unfit_message(overload)
@@ -268,13 +268,13 @@ def test_types_without_a_public_constructor_say_so(entry: Type) -> None:
     assert str(refused.value) == "type has no available constructor"
 
 
-@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.ready_constructors], ids=by_name)
+@pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.constructors], ids=by_name)
 def test_constructors_refuse_what_fits_none_of_them(entry: Type) -> None:
     with pytest.raises(TypeError) as refused:
         of(entry)(*[object()] * 12)
     value = refused.value.args[0]
     messages = value if len(entry.constructors) > 1 else [value]
-    assert isinstance(messages, list) and len(messages) == len(entry.ready_constructors)
+    assert isinstance(messages, list) and len(messages) == len(entry.constructors)
 
 
 @pytest.mark.parametrize("entry", ENUMS, ids=by_name)

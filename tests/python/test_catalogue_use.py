@@ -14,7 +14,7 @@ from typing import Any
 
 import pytest
 
-from support.samples import MODEL, Cannot, Unfit, arguments, is_kind, make, python_type, sample, samples
+from support.samples import MODEL, Cannot, Unfit, arguments, is_kind, make, python_type, samples
 from tools.generator.model import Overload, Property, Type
 from tools.generator.wires import Wire
 

@@ -16,13 +16,9 @@ from typing import Any
 import pytest
 
 from conftest import BUILD_DIR
-from module_tree import MODEL
 
 DATA = Path(__file__).parents[1] / "data" / "stubs"
-# Members that take or give collections are left out of the module as long as any is pending.
-PROGRAMS = [pytest.param(DATA / "program.py", id="program"), pytest.param(
-    DATA / "program_collections.py", id="program_collections",
-    marks=pytest.mark.skipif(MODEL.pending()["collections"] > 0, reason="members with collections are pending"))]
+PROGRAMS = [pytest.param(DATA / f"{name}.py", id=name) for name in ("program", "program_collections")]
 PACKAGE = BUILD_DIR / "python"
 CACHE = BUILD_DIR / "mypy-stubs"
 MARK = re.compile(r"# expect: ([a-z-]+(?:, [a-z-]+(?=$|,))*?)(?:, (or None|static))?$")

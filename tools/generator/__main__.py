@@ -9,12 +9,14 @@
                                write the pages of the API reference, with the guide pages of the directory GUIDES that
                                they refer to, and the settings of mkdocs
     identifiers CATALOGUE      add the rows that identifiers.tab lacks
+    count CATALOGUE            print a table of types and entry points by module
 """
 
 from __future__ import annotations
 
 import argparse
 import sys
+from collections import Counter
 from pathlib import Path
 
 from .builder import load
@@ -34,12 +36,28 @@ from .writers.text import write_if_changed
 from .writers.wrapper import write_wrapper
 
 
+ROLES = ("get", "set", "call", "ctor", "getsa", "setsa")
+
+
 def report(model: Model) -> str:
-    """One line on what is generated and what waits."""
-    pending = model.pending()
-    waiting = ", ".join(f"{count} {reason}" for reason, count in pending.most_common()) or "nothing"
-    return (f"{model.assembly}: {len(model.types)} types, {model.generated()} members generated, "
-            f"{pending.total()} pending ({waiting})")
+    """One line on what is generated."""
+    counts = model.entry_points()
+    return f"{model.assembly}: {len(model.types)} types, " + ", ".join(f"{counts[role]} {role}_" for role in ROLES)
+
+
+def count_by_module(model: Model) -> list[str]:
+    """A table of types and entry points, one row for each module that has any."""
+    rows = [["module", "classes", "enumerations", *(f"{role}_" for role in ROLES)]]
+    for module in model.modules:
+        counts = sum((entry.entry_points() for entry in module.types), Counter[str]())
+        if module.types:
+            rows.append([module.name, str(len(module.wrappers)), str(len(module.enums)),
+                         *(str(counts[role]) for role in ROLES)])
+    total = model.entry_points()
+    rows.append(["all", str(sum(len(m.wrappers) for m in model.modules)), str(sum(len(m.enums) for m in model.modules)),
+                 *(str(total[role]) for role in ROLES)])
+    return ["| " + " | ".join(row) + " |" for row in rows[:1]] + ["|" + "---|" * len(rows[0])] + [
+        "| " + " | ".join(row) + " |" for row in rows[1:]]
 
 
 def write_module(catalogue: Path, out: Path) -> Model:
@@ -83,6 +101,8 @@ def main(arguments: list[str]) -> int:
     reference.add_argument("catalogues", type=Path, nargs="+")
     identifiers = commands.add_parser("identifiers")
     identifiers.add_argument("catalogue", type=Path)
+    count = commands.add_parser("count")
+    count.add_argument("catalogue", type=Path)
     options = parser.parse_args(arguments)
     try:
         if options.command == "module":
@@ -96,6 +116,8 @@ def main(arguments: list[str]) -> int:
             models = [load(path) for path in options.catalogues]
             guides = [options.guides / name for name in GUIDES]
             print(f"reference: {write_reference(models, options.out, guides)} pages")
+        elif options.command == "count":
+            print("\n".join(count_by_module(load(options.catalogue))))
         else:
             table = Identifiers.read(options.catalogue / "identifiers.tab")
             types = read_catalogue(options.catalogue).types

@@ -1,7 +1,7 @@
 """Builds the model from catalogue lines and checks that they hold together.
 
 Every refusal names the file and the line. What is checked: names follow the naming rules or are marked as exceptions;
-every type that is named exists or is listed as awaited; bases and interfaces are of the right kind; the overloads of a
+every type that is named exists; bases and interfaces are of the right kind; the overloads of a
 name are the type's own and then the inherited ones, in the order in which the dispatch tries them.
 """
 
@@ -25,13 +25,11 @@ _RANGES = {name: (0, 2 ** int(name[4:]) - 1) if name[0] == "u" else (-(2 ** (int
 class Builder:
     """One pass over a catalogue; `build` gives the finished model."""
 
-    def __init__(self, catalogue: Catalogue, identifiers: Identifiers, awaited: set[str],
+    def __init__(self, catalogue: Catalogue, identifiers: Identifiers,
                  collections: list[CollectionLine]) -> None:
         self._catalogue = catalogue
         self._collection_lines = collections
         self._identifiers = identifiers
-        self._awaited = awaited
-        self._used_awaited: set[str] = set()
         self._by_full_name: dict[str, Type] = {}
         self._by_name: dict[str, list[Type]] = {}
         self._lines: dict[Type, TypeLine] = {}
@@ -53,22 +51,14 @@ class Builder:
         for entry in self._base_first(types):
             self._members(entry)
         self._publish(types)
-        unused = self._awaited - self._used_awaited
-        if unused:
-            place = Place(self._catalogue.directory / "awaited.tab", 1)
-            raise CatalogueError(place, f"awaited but named by no member: {', '.join(sorted(unused))}")
-        return Model(self._catalogue.directory, self._catalogue.assembly, modules[0], modules, types, self._awaited,
+        return Model(self._catalogue.directory, self._catalogue.assembly, modules[0], modules, types,
                      list(self._collections.values()))
 
     def _resolve_collections(self) -> None:
         """Finds the element types of the rows; arrays of arrays name the row of the inner element, so they come last."""
         slots = [line.identifier for line in self._collection_lines if any("argument" in k for k in line.kinds)]
         for line in sorted(self._collection_lines, key=lambda line: line.element.endswith("[]")):
-            name = line.element
-            if "." in name and name not in SIBLINGS and not name.endswith("[]") and name not in self._by_full_name:
-                wire = Wire("pending", name, pending="types of other namespaces")
-            else:
-                wire = self._wire(line.place, name, "")
+            wire = self._wire(line.place, line.element, "")
             slot = slots.index(line.identifier) if line.identifier in slots else None
             self._collections[wire.name] = Collection(line.place, line.identifier, wire, line.kinds, slot)
         order = {line.identifier: number for number, line in enumerate(self._collection_lines)}
@@ -108,8 +98,8 @@ class Builder:
 
     # -- types that are named ------------------------------------------------------------------------------------
 
-    def _find(self, place: Place, name: str, namespace: str) -> Type | None:
-        """The type of a simple or full name; None if it is awaited."""
+    def _find(self, place: Place, name: str, namespace: str) -> Type:
+        """The type of a simple or full name."""
         if name in self._by_full_name:
             return self._by_full_name[name]
         local = self._by_full_name.get(f"{namespace}.{name}")
@@ -118,14 +108,9 @@ class Builder:
         candidates = self._by_name.get(name, [])
         if len(candidates) > 1:
             raise CatalogueError(place, f"{name} is one of several types; write its full name")
-        if candidates:
-            if name in self._awaited:
-                raise CatalogueError(place, f"{name} exists, so that it is awaited no longer")
-            return candidates[0]
-        if name in self._awaited:
-            self._used_awaited.add(name)
-            return None
-        raise CatalogueError(place, f"there is no type {name}")
+        if not candidates:
+            raise CatalogueError(place, f"there is no type {name}")
+        return candidates[0]
 
     def _wire(self, place: Place, name: str, namespace: str) -> Wire:
         if name in SCALARS:
@@ -144,8 +129,6 @@ class Builder:
         if typed is not None:
             return self._typed_collection(place, *typed, namespace)
         entry = self._find(place, name, namespace)
-        if entry is None:
-            return Wire("pending", name, pending="types of other namespaces")
         if entry.is_enum:
             assert entry.width is not None
             return Wire("scalar", entry.full_name, entry.width.scalar, entry)
@@ -153,8 +136,6 @@ class Builder:
 
     @staticmethod
     def _nullable(place: Place, inner: Wire) -> Wire:
-        if inner.kind == "pending":
-            return inner
         if inner.name not in NULLABLES:
             raise CatalogueError(place, f"{inner.name} does not cross as nullable")
         return Wire("nullable", f"{inner.name}?", inner=inner)
@@ -174,8 +155,6 @@ class Builder:
 
     def _typed_collection(self, place: Place, kind: str, element: str, namespace: str) -> Wire:
         wire = self._wire(place, element, namespace)
-        if wire.kind == "pending":
-            return Wire("pending", f"{kind} of {wire.name}", pending=wire.pending)
         row = self._collections.get(wire.name)
         if row is None or not {kind, f"{kind}-argument"} & set(row.kinds):
             raise CatalogueError(place, f"collections.tab has no {kind} of {wire.name}")
@@ -188,8 +167,6 @@ class Builder:
             return
         if line.base is not None:
             base = self._find(line.place, line.base, line.namespace)
-            if base is None:
-                raise CatalogueError(line.place, f"the base {line.base} is only awaited")
             if entry.kind != "class" or base.kind != "class":
                 raise CatalogueError(line.place, "only a class derives, and only from a class")
             if base is entry or entry in base.bases():
@@ -202,8 +179,6 @@ class Builder:
                 entry.interfaces.append(name)
                 continue
             interface = self._find(line.place, name, line.namespace)
-            if interface is None:
-                continue
             if interface.kind != "interface":
                 raise CatalogueError(line.place, f"{name} is no interface")
             entry.interfaces.append(interface)
@@ -378,14 +353,7 @@ class Builder:
                         number += 1
 
 
-def read_awaited(path: Path) -> set[str]:
-    """Types that members name and that a later catalogue file will bring, one a line."""
-    if not path.exists():
-        return set()
-    return {text for line in path.read_text().splitlines() if (text := line.split("#", 1)[0].strip())}
-
-
 def load(directory: Path) -> Model:
     """Reads and checks the catalogue of a directory."""
     return Builder(read_catalogue(directory), Identifiers.read(directory / "identifiers.tab"),
-                   read_awaited(directory / "awaited.tab"), read_collections(directory / "collections.tab")).build()
+                   read_collections(directory / "collections.tab")).build()

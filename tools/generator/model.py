@@ -63,11 +63,6 @@ class Overload:
         return tuple(("ref " if param.by_ref else "out " if param.written else "") + param.wire.name
                      for param in self.params)
 
-    @property
-    def pending(self) -> str:
-        """Why this overload cannot be generated yet, or nothing."""
-        return next((w.pending for w in [*(p.wire for p in self.params), self.result] if w.pending), "")
-
 
 @dataclass(eq=False, repr=False)
 class Method:
@@ -93,11 +88,6 @@ class Method:
         return len(self.overloads) > 1
 
     @property
-    def ready(self) -> list[Overload]:
-        """The overloads that can be generated."""
-        return [overload for overload in self.overloads if not overload.pending]
-
-    @property
     def own(self) -> list[Overload]:
         """The overloads that the owner declares itself, the static one of a mixed method included."""
         extra = [self.static_overload] if self.static_overload else []
@@ -120,11 +110,6 @@ class Property:
 
     def __repr__(self) -> str:
         return f"{self.owner.full_name}.{self.python}"
-
-    @property
-    def pending(self) -> str:
-        """Why this property cannot be generated yet, or nothing."""
-        return self.wire.pending or self.takes.pending
 
 
 @dataclass(eq=False, repr=False)
@@ -180,11 +165,6 @@ class Type:
         return self.kind == "enum"
 
     @property
-    def ready_constructors(self) -> list[Overload]:
-        """The constructors that can be generated."""
-        return [overload for overload in self.constructors if not overload.pending]
-
-    @property
     def markers(self) -> list[Type | str]:
         """The interfaces that the type's marker sets hold, in order."""
         extra = ["_IDisposableWrapper"] if self.disposable else []
@@ -205,10 +185,14 @@ class Type:
                 names.insert(2, "CastFrom")
         return [f"btp_{name}" for name in names]
 
-    def reasons(self) -> list[str]:
-        """For each own overload and property, why it cannot be generated yet, or nothing."""
-        overloads = [*self.constructors, *(overload for method in self.methods for overload in method.own)]
-        return [overload.pending for overload in overloads] + [prop.pending for prop in self.properties]
+    def entry_points(self) -> Counter[str]:
+        """How many entry points the type's host binds beside the built-in services, by role."""
+        declared = [prop for prop in self.properties if prop.declared_by is self]
+        counts = Counter({"ctor": len(self.constructors), "call": sum(len(method.own) for method in self.methods)})
+        for prop in declared:
+            counts["getsa" if prop.static else "get"] += 1
+            counts["setsa" if prop.static else "set"] += prop.writable
+        return counts
 
     def bases(self) -> list[Type]:
         """The chain of base classes, nearest first."""
@@ -250,11 +234,6 @@ class Collection:
     element: Wire
     kinds: tuple[str, ...]
     slot: int | None  # of its typed callbacks, counted over all elements that have an argument converter
-
-    @property
-    def pending(self) -> str:
-        """Why nothing of this element can be generated yet, or nothing."""
-        return self.element.pending
 
 
 @dataclass(eq=False, repr=False)
@@ -300,16 +279,8 @@ class Model:
     root: Module
     modules: list[Module]
     types: list[Type]
-    awaited: set[str] = field(default_factory=set)
     collections: list[Collection] = field(default_factory=list)
 
-    def pending(self) -> Counter[str]:
-        """Members that are in the catalogue and cannot be generated yet, by reason."""
-        counts: Counter[str] = Counter()
-        for entry in self.types:
-            counts.update(reason for reason in entry.reasons() if reason)
-        return +counts
-
-    def generated(self) -> int:
-        """Members that are generated."""
-        return sum(not reason for entry in self.types for reason in entry.reasons())
+    def entry_points(self) -> Counter[str]:
+        """How many entry points all hosts bind beside the built-in services, by role."""
+        return sum((entry.entry_points() for entry in self.types), Counter())

@@ -1,7 +1,7 @@
 """How values cross: the wire types that a catalogue line can name, and what each means on both sides.
 
-A wire is resolved against the model: a type name becomes a class, struct, interface or enumeration, or a wire whose
-machinery or type does not exist yet, and then says why.
+A wire is resolved against the model: a type name becomes a class, struct, interface or enumeration, a collection's name
+finds the row of its element.
 """
 
 from __future__ import annotations
@@ -120,14 +120,12 @@ SIBLINGS: dict[str, Sibling] = {
 @dataclass(frozen=True)
 class Wire:
     """A resolved wire type. `kind` is `void`, `scalar`, `words`, `nullable`, `string`, `bytes`, `object`, `stream`,
-    `collection`, `sibling`, a kind of type, or `pending`."""
+    `collection`, `sibling`, or a kind of type."""
 
     kind: str
     name: str
     scalar: Scalar | None = None
     type: Type | None = None
-    pending: str = ""  # why members with this wire are not generated yet
-    pending_wire: str = ""  # how it will cross, where that is known already
     shape: Shape | None = None  # of a collection
     collection: Collection | None = None  # the element row of a typed collection
     sibling: Sibling | None = None
@@ -146,7 +144,7 @@ class Wire:
         if self.sibling is not None:
             return "i" if self.sibling.kind == "enum" else "p"
         return {"void": "v", "string": "T", "bytes": "B", "object": "V", "class": "p", "static class": "p",
-                "struct": "V", "interface": "V", "stream": "V", "collection": "V", "pending": "V"}[self.kind]
+                "struct": "V", "interface": "V", "stream": "V", "collection": "V"}[self.kind]
 
     @property
     def result_code(self) -> str:
@@ -156,7 +154,7 @@ class Wire:
         if self.scalar is not None:
             return self.scalar.code
         return {"void": "v", "string": "O", "bytes": "O", "object": "O", "class": "p", "static class": "p",
-                "struct": "p", "interface": "v", "stream": "v", "collection": "v", "pending": "v"}[self.kind]
+                "struct": "p", "interface": "v", "stream": "v", "collection": "v"}[self.kind]
 
     @property
     def out_code(self) -> str:
@@ -165,7 +163,7 @@ class Wire:
             return "r" + (self.inner.out_code or "r")
         if self.words is not None:
             return self.words.code
-        return {"interface": "o", "stream": "k", "collection": "k", "pending": "k"}.get(self.kind, "")
+        return {"interface": "o", "stream": "k", "collection": "k"}.get(self.kind, "")
 
     @property
     def runtime_wire(self) -> str:
@@ -176,8 +174,6 @@ class Wire:
             return self.words.wire
         if self.scalar is not None:
             return self.scalar.wire
-        if self.kind == "pending":
-            return self.pending_wire
         if self.sibling is not None:
             return {"enum": "kInt32", "class": "kClass", "record": ""}[self.sibling.kind]
         return {"void": "kVoid", "string": "kString", "bytes": "kBytes", "object": "kObject", "class": "kClass",

@@ -5,7 +5,6 @@ What an operation does stands in those templates, once. Here each function, slot
 
 from __future__ import annotations
 
-from ..errors import CatalogueError
 from ..model import Collection, Model
 from ..wires import Wire
 from .text import function, quoted, table
@@ -91,8 +90,6 @@ def policy(model: Model, row: Collection) -> str:
     if inner is not None:
         return (f"zelmor::ArrayElement<&wrpPygn_conv_py_to_clr_array_{inner.identifier}, "
                 f"&wrpPygn_tyds_{inner.identifier}_ArrayWrapper>")
-    if wire.pending:
-        raise CatalogueError(row.place, f"the element {wire.name} waits for {wire.pending}")
     if wire.sibling is not None:
         symbol = wire.sibling.symbol
         name, record = ("Record", f"{wire.sibling.record}, ") if wire.sibling.kind == "record" else ("Class", "")
@@ -164,9 +161,11 @@ class Instance:
 
     def _probes(self) -> list[str]:
         enumerable = f"&zelmor::host_is_not_valid<PyHost_gn_Iterable_{self._id}>"
-        return {"array": ["&wrpPye_bltp_array_is_not_valid", enumerable], "list": [enumerable],
-                "ilist": [f"&zelmor::host_is_not_valid<PyHost_gn_ICol_{self._id}>", enumerable],
-                "iter": ["&wrpPye_bltp_idisposable_is_not_valid"], "iterable": []}[self._kind]
+        probes: dict[str, list[str]] = {
+            "array": ["&wrpPye_bltp_array_is_not_valid", enumerable], "list": [enumerable],
+            "ilist": [f"&zelmor::host_is_not_valid<PyHost_gn_ICol_{self._id}>", enumerable],
+            "iter": ["&wrpPye_bltp_idisposable_is_not_valid"], "iterable": []}
+        return probes[self._kind]
 
     def _validity(self) -> list[str]:
         state = f"wrpPygn_uafn_{self._id}_{self._kind}_get_aggregate_host_state"

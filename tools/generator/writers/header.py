@@ -31,12 +31,12 @@ def _wrapper(entry: Type) -> list[str]:
     for method in entry.methods:
         if method.is_group or members.inherited_by_groups(method):
             lines += [f"PyObject* {members.overload_symbol(o)}(PyObject* self, PyObject* args, PyObject* kwargs, "
-                      "PyObject** error_slot);" for o in method.own if o.published is not None and not o.pending]
-        elif method.ready and method.own and members.simple_symbol(method).startswith("wrpPy_htfn"):
+                      "PyObject** error_slot);" for o in method.own if o.published is not None]
+        elif method.overloads and method.own and members.simple_symbol(method).startswith("wrpPy_htfn"):
             rest = "PyObject* args, PyObject* kwargs" if method.overloads[0].params else "PyObject* ignored"
             lines.append(f"PyObject* {members.simple_symbol(method)}(PyObject* self, {rest});")
     for prop in entry.properties:
-        if entry.kind == "interface" and prop.declared_by is entry and not prop.pending and not prop.static:
+        if entry.kind == "interface" and prop.declared_by is entry and not prop.static:
             lines.append(f"PyObject* {members.property_symbol(prop, 'get')}(PyObject* self, void* closure);")
             if prop.writable:
                 lines.append(f"int {members.property_symbol(prop, 'set')}(PyObject* self, PyObject* value, void*);")

@@ -57,11 +57,11 @@ def service_thunk(entry: Type, service: str) -> Thunk:
 
 def thunks(entry: Type) -> list[Thunk]:
     """All thunks of a type's host, in binding order."""
-    rows = [overload_thunk(overload) for overload in entry.ready_constructors]
-    rows += [overload_thunk(o) for method in entry.methods for o in method.own if not o.pending]
+    rows = [overload_thunk(overload) for overload in entry.constructors]
+    rows += [overload_thunk(o) for method in entry.methods for o in method.own]
     for static in (False, True):
         for prop in entry.properties:
-            if prop.static == static and not prop.pending and prop.declared_by is entry:
+            if prop.static == static and prop.declared_by is entry:
                 rows += property_thunks(prop)
     return rows + [service_thunk(entry, service) for service in entry.services]
 

@@ -84,10 +84,10 @@ def write_overload(overload: Overload) -> list[str]:
 def write_group(method: Method) -> list[str]:
     """The dispatcher of a method group, behind those of its overloads that the type declares itself."""
     lines: list[str] = []
-    for overload in method.ready:
+    for overload in method.overloads:
         if overload.owner is method.owner:
             lines += write_overload(overload)
-    attempts = ", ".join(f"&{overload_symbol(overload)}" for overload in method.ready)
+    attempts = ", ".join(f"&{overload_symbol(overload)}" for overload in method.overloads)
     body = guard(method.owner) if method.static else []
     body += [f"static constexpr zelmor::Overload kOverloads[] = {{{attempts}}};",
              "return zelmor::dispatch(kOverloads, self, args, kwargs);"]
@@ -106,7 +106,7 @@ def write_method(method: Method) -> list[str]:
     lines: list[str] = []
     if method.static_overload is not None:
         lines += write_simple(Method(method.owner, method.python, [method.static_overload]))
-    if not method.ready:
+    if not method.overloads:
         return lines
     if method.is_group:
         return lines + write_group(method)
@@ -118,13 +118,13 @@ def write_method(method: Method) -> list[str]:
 
 def write_constructors(entry: Type) -> list[str]:
     """`tp_init`, with one overload or dispatched over several."""
-    if not entry.ready_constructors:
+    if not entry.constructors:
         return []
     name = f"wrpPy_tpsb_{entry.symbol}_tp_init"
     signature = "int {}(PyObject* self, PyObject* args, PyObject* kwargs{})"
     lines: list[str] = []
     grouped = len(entry.constructors) > 1
-    for overload in entry.ready_constructors:
+    for overload in entry.constructors:
         keywords, parse = crossing.parse_call(overload.params)
         arguments = crossing.call_arguments(overload.params, overload.result, None)
         keep = ["    zelmor::keep_parse_error(error_slot);"] if grouped else []
@@ -136,7 +136,7 @@ def write_constructors(entry: Type) -> list[str]:
         symbol, slot = (overload_symbol(overload), ", PyObject** error_slot") if grouped else (name, "")
         lines += function("static " + signature.format(symbol, slot), body)
     if grouped:
-        attempts = ", ".join(f"&{overload_symbol(overload)}" for overload in entry.ready_constructors)
+        attempts = ", ".join(f"&{overload_symbol(overload)}" for overload in entry.constructors)
         lines += function("static " + signature.format(name, ""), [
             f"static constexpr zelmor::ConstructorOverload kOverloads[] = {{{attempts}}};",
             "return zelmor::dispatch(kOverloads, self, args, kwargs);"])

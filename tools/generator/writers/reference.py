@@ -124,14 +124,14 @@ class ReferenceWriter:
         lines = [f"# {entry.name}", "", md.code(f"from {entry.module} import {entry.name}"), "",
                  *self._relations(entry, page)]
         lines += ["## Constructors", ""]
-        if entry.ready_constructors:
-            lines += self._overloads(scope, entry.name, entry.ready_constructors)
+        if entry.constructors:
+            lines += self._overloads(scope, entry.name, entry.constructors)
         else:
             lines += ["None: calling the class raises `TypeError` \"type has no available constructor\".", ""]
-        ready = [prop for prop in entry.properties if not prop.pending]
-        lines += self._properties(scope, "Properties", [prop for prop in ready if not prop.static])
-        lines += self._properties(scope, "Static properties and constants", [prop for prop in ready if prop.static])
-        methods = [method for method in entry.methods if method.ready or method.static_overload]
+        lines += self._properties(scope, "Properties", [prop for prop in entry.properties if not prop.static])
+        lines += self._properties(scope, "Static properties and constants",
+                                  [prop for prop in entry.properties if prop.static])
+        methods = [method for method in entry.methods if method.overloads or method.static_overload]
         if methods:
             lines += ["## Methods", ""]
         for method in methods:
@@ -191,7 +191,7 @@ class ReferenceWriter:
         if method.static_overload is not None:
             lines += ["On the class:", "", *self._overloads(scope, method.python, [method.static_overload]),
                       "On an instance:", ""]
-        return lines + self._overloads(scope, method.python, method.ready)
+        return lines + self._overloads(scope, method.python, method.overloads)
 
     @staticmethod
     def _properties(scope: LinkedScope, title: str, properties: list[Property]) -> list[str]:

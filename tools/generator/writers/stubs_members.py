@@ -60,10 +60,10 @@ def function(scope: Scope, name: str, overload: Overload, decorators: list[str],
 
 def _reordered(method: Method) -> bool:
     """Whether the overloads of a base class are tried in another order here, or not all of them."""
-    own = [overload.signature for overload in method.ready]
+    own = [overload.signature for overload in method.overloads]
     for base in method.owner.bases():
         inherited = base.method(method.python)
-        theirs = [overload.signature for overload in inherited.ready] if inherited else []
+        theirs = [overload.signature for overload in inherited.overloads] if inherited else []
         if [signature for signature in own if signature in theirs] != theirs:
             return True
     return False
@@ -111,12 +111,12 @@ def _overloads(scope: Scope, name: str, overloads: list[Overload], decorators: l
 def write_method(scope: Scope, method: Method) -> list[str]:
     """All overloads of a name, in the order in which they are tried."""
     decorators, first = ([f"@{scope.builtin('staticmethod')}"], "") if method.static else ([], "self")
-    return _overloads(scope, method.python, method.ready, decorators, first, None, _reordered(method))
+    return _overloads(scope, method.python, method.overloads, decorators, first, None, _reordered(method))
 
 
 def write_constructors(scope: Scope, entry: Type) -> list[str]:
     """The constructors; a type without any gets one that cannot be called, whose parameter says why."""
-    overloads = entry.ready_constructors
+    overloads = entry.constructors
     if not overloads:
         never = scope.typing("Never")
         return [f"def __init__(self, type_has_no_available_constructor: {never}) -> None: ..."]
@@ -184,9 +184,9 @@ def _class_doc(scope: Scope, entry: Type) -> list[str]:
     named = [item.name if isinstance(item, Type) else item for item in entry.interfaces]
     if named:
         lines.append(f"Implements {', '.join(named)}.")
-    if not entry.ready_constructors:
+    if not entry.constructors:
         lines.append("It has no available constructor.")
-    elif len(entry.ready_constructors) > 1:
+    elif len(entry.constructors) > 1:
         lines.append("Constructors are tried in the order in which they stand.")
     if len(lines) == 1:
         return [docstring(lines[0])]
@@ -203,7 +203,7 @@ def write_class(scope: Scope, entry: Type) -> list[str]:
                  f"def __exit__(self, *args: {scope.builtin('object')}) -> None: ..."]
     before: list[str] = []
     for method in sorted(entry.methods, key=lambda method: not method.is_group):
-        if not method.ready:
+        if not method.overloads:
             continue
         if method.mixed:
             before += write_mixed(scope, method)
@@ -212,13 +212,12 @@ def write_class(scope: Scope, entry: Type) -> list[str]:
             body += write_method(scope, method)
     body += _collection_members(scope, entry)
     body.append(get_type(scope))
-    ready = [prop for prop in entry.properties if not prop.pending]
-    for prop in ready:
+    for prop in entry.properties:
         if prop.static and prop.writable:
             body += write_setter_method(scope, prop)
     body += cast_family(scope, entry.name, entry.cast_from, entry.kind in ("class", "struct"),
                         derived=entry.base is not None)
-    for prop in ready:
+    for prop in entry.properties:
         body += write_property(scope, prop)
     final = [] if scope.universe.derived(entry) else [f"@{scope.typing('final')}"]
     base = f"({scope.of(entry.base)})" if entry.base else ""
@@ -258,7 +257,7 @@ def write_mixed(scope: Scope, method: Method) -> list[str]:
     name, owner, only = _mixed_name(method), method.owner.name, scope.typing("type_check_only")
     assert method.static_overload is not None
     lines: list[str] = []
-    for suffix, overloads in (("_on_class", [method.static_overload]), ("_on_instance", method.ready)):
+    for suffix, overloads in (("_on_class", [method.static_overload]), ("_on_instance", method.overloads)):
         body = _overloads(scope, "__call__", overloads, [], "self", None)
         lines += [f"@{only}", f"class {name}{suffix}({scope.typing('Protocol')}):", *indent(body), ""]
     overload, kind = scope.typing("overload"), f"{scope.builtin('type')}[{owner}]"

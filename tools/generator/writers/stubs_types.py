@@ -11,7 +11,7 @@ from dataclasses import dataclass, field
 
 from ..errors import CatalogueError
 from ..model import Collection, Model, Type
-from ..wires import INTEROP_SHAPES, TYPED_SHAPES, Wire
+from ..wires import INTEROP_SHAPES, Wire
 
 SUPPORT = "zelmor._typing"
 INTEROP = "zelmor.imaging._wrpgen._interop"
@@ -25,6 +25,7 @@ MANAGED_NAMES = {"bool": "Boolean", "int8": "SByte", "uint8": "Byte", "int16": "
                  "int32": "Int32", "uint32": "UInt32", "int64": "Int64", "uint64": "UInt64", "float": "Single",
                  "double": "Double", "char": "Char", "string": "String", "bytes": "Byte[]", "object": "Object",
                  "stream": "Stream", "void": "Void", "datetime": "DateTime", "datetime?": "DateTime?",
+                 "datetimeoffset": "DateTimeOffset",
                  "decimal": "Decimal", "timedelta": "TimeSpan", "UUID": "Guid"}
 #: What happens to a number that is too large, by managed name.
 RANGES = {"SByte": "-128 to 127", "Byte": "0 to 255", "Int16": "-32768 to 32767", "UInt16": "0 to 65535",
@@ -32,7 +33,7 @@ RANGES = {"SByte": "-128 to 127", "Byte": "0 to 255", "Int16": "-32768 to 32767"
           "UInt64": "0 to 2**64 - 1", "Single": "rounded to single precision", "Char": "one UTF-16 unit"}
 # Values with a Python class of their own: module and names that are accepted, the first of which a result is.
 _DATES = ("datetime", ("datetime", "date", "time"))
-_VALUES = {"datetime": _DATES, "datetime?": _DATES,
+_VALUES = {"datetime": _DATES, "datetime?": _DATES, "datetimeoffset": ("datetime", ("datetime", "time")),
            "decimal": ("decimal", ("Decimal", "DecimalTuple")), "timedelta": ("datetime", ("timedelta",)),
            "UUID": ("uuid", ("UUID",))}
 _COLLECTION_SUFFIXES = {"array": "Array", "list": "List", "ilist": "IList", "iterable": "Iterable",
@@ -51,7 +52,6 @@ class Universe:
         for entry in self.types:
             for interface in self._all_interfaces(entry):
                 self._implementers.setdefault(interface, []).append(entry)
-        self._rows = {row.element.name: row for row in self.collections}
         self._names = self._collection_names()
 
     @classmethod
@@ -80,14 +80,8 @@ class Universe:
             raise CatalogueError(self.collections[0].place, "two typed collections would have one name in the stubs")
         return names
 
-    def known(self, wire: Wire) -> Wire:
-        """The wire of an element; an array whose members are not generated yet has its type nevertheless."""
-        row = self._rows.get(wire.name.removeprefix("array of ")) if wire.kind == "pending" else None
-        return wire if row is None else Wire("collection", wire.name, shape=TYPED_SHAPES["array"], collection=row)
-
     def element_name(self, wire: Wire) -> str:
         """A word for an element type: `Int32`, `Point`, `DrawingColor`."""
-        wire = self.known(wire)
         if wire.type is not None:
             return wire.type.name
         if wire.sibling is not None:
@@ -179,7 +173,6 @@ class Scope:
         return " | ".join(dict.fromkeys(parts))
 
     def _accepted(self, wire: Wire) -> list[str]:
-        wire = self.universe.known(wire)
         if wire.name in _VALUES:
             module, names = _VALUES[wire.name]
             return [self.name(module, name) for name in names] + (["None"] if wire.name.endswith("?") else [])
@@ -234,7 +227,6 @@ class Scope:
 
     def _given(self, wire: Wire) -> tuple[str, bool]:
         """The annotation of a result, and whether it can be None as well."""
-        wire = self.universe.known(wire)
         if wire.kind == "void":
             return "None", False
         if wire.name in _VALUES:
@@ -269,8 +261,6 @@ def managed_name(wire: Wire) -> str:
         return wire.type.name
     if wire.sibling is not None:
         return wire.sibling.full_name
-    if wire.kind == "pending" and wire.name.startswith("array of "):
-        return wire.name.removeprefix("array of ").rsplit(".", 1)[-1] + "[]"
     if wire.collection is not None:
         inner = managed_name(wire.collection.element)
         kind = wire.name.split(" of ", 1)[0]

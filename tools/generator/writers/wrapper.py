@@ -86,7 +86,7 @@ def _method_rows(entry: Type) -> list[str]:
     if entry.disposable:
         rows += ['{"__enter__", &wrpPye_bltp_idisposable_enter, METH_NOARGS, nullptr}',
                  '{"__exit__", &wrpPye_bltp_idisposable_exit, METH_VARARGS, nullptr}']
-    listed = [method for method in entry.methods if method.ready and not method.mixed]
+    listed = [method for method in entry.methods if method.overloads and not method.mixed]
     for method in sorted(listed, key=lambda method: not method.is_group):
         rows.append(_method_definition(method.python, method, members.method_symbol(method)))
     rows += collection_slots.shared_methods(entry)
@@ -102,11 +102,11 @@ def _method_rows(entry: Type) -> list[str]:
 
 
 def _instance_properties(entry: Type) -> list[Property]:
-    return [prop for prop in entry.properties if not prop.static and not prop.pending]
+    return [prop for prop in entry.properties if not prop.static]
 
 
 def _static_properties(entry: Type) -> list[Property]:
-    return [prop for prop in entry.properties if prop.static and not prop.pending]
+    return [prop for prop in entry.properties if prop.static]
 
 
 def _property_rows(entry: Type) -> list[str]:
@@ -119,7 +119,7 @@ def _property_rows(entry: Type) -> list[str]:
 
 
 def _mixed(entry: Type) -> list[Method]:
-    return [method for method in entry.methods if method.mixed and method.ready and method.static_overload]
+    return [method for method in entry.methods if method.mixed and method.overloads and method.static_overload]
 
 
 def _mixed_entries(entry: Type) -> list[str]:
@@ -167,7 +167,7 @@ def _record(entry: Type) -> list[str]:
     symbol = entry.symbol
     kind = "Struct" if entry.kind == "struct" else "Object"
     slots, iterator = collection_slots.record_rows(entry)
-    init = f"&wrpPy_tpsb_{symbol}_tp_init" if entry.ready_constructors else "&wrapClrObject_tp_init_fault"
+    init = f"&wrpPy_tpsb_{symbol}_tp_init" if entry.constructors else "&wrapClrObject_tp_init_fault"
     rows = [".ob_base = {PyObject_HEAD_INIT(nullptr) 0}", f".tp_name = {quoted(entry.dotted)}",
             ".tp_basicsize = sizeof(PyClrObject)",
             f".tp_dealloc = reinterpret_cast<destructor>(&wrapClr{kind}_tp_dealloc)",
@@ -190,8 +190,7 @@ def write_wrapper(entry: Type, product: str) -> list[str]:
     for method in entry.methods:
         lines += members.write_method(method)
     for prop in entry.properties:
-        if not prop.pending:
-            lines += members.write_property(prop)
+        lines += members.write_property(prop)
     lines += casts.write_casts(entry)
     lines += table(f"static PyMethodDef wrpPy_tymd_{entry.symbol}[]", _method_rows(entry))
     properties = _property_rows(entry)
