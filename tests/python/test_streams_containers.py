@@ -148,6 +148,13 @@ class TestLengthOfAPythonFile:
         assert file.getvalue() == DIGITS + bytes(199_990)
         assert stream.position == 4
 
+    @pytest.mark.skipif("ZELMOR_SANITIZED" in os.environ, reason="the sanitizer ends a process that asks for too much")
+    def test_a_length_beyond_memory_is_refused_at_once(self) -> None:
+        file = io.BytesIO(DIGITS)
+        with refused("PythonException", "MemoryError|OverflowError"):
+            StreamContainer(file).length = 2**62
+        assert file.getvalue() == DIGITS
+
     def test_it_is_not_made_shorter(self) -> None:
         file = io.BytesIO(DIGITS)
         with refused("NotSupportedException", r"call its truncate\(\)"):
@@ -270,6 +277,18 @@ class TestInsertion:
         assert stream.to_bytes() == b"0123ab\0\0"
         with refused("ArgumentOutOfRangeException"):
             stream.length = -1
+
+    @pytest.mark.skipif("ZELMOR_SANITIZED" in os.environ, reason="the sanitizer ends a process that asks for too much")
+    def test_a_length_beyond_memory_is_refused_at_once(self, make: Any) -> None:
+        stream = SplitStreamContainer(make(DIGITS))
+        stream.insert(4, StreamContainer(make(b"abc")), False)
+        for length in (2**62, 2**63 - 1):
+            with pytest.raises((RuntimeError, MemoryError)):
+                stream.length = length
+            stream.position = length
+            with pytest.raises((RuntimeError, MemoryError)):
+                stream.write(b"x")
+        assert stream.to_bytes() == b"0123abc456789"
 
     def test_what_is_refused(self, make: Any) -> None:
         file = make(DIGITS)

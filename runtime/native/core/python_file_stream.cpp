@@ -115,8 +115,6 @@ class PyFileStream final : public ManagedStream {
         throw ManagedException("NotSupportedException", "The stream does not support seeking.");
     }
 
-    static constexpr int64_t kZeros = 64 * 1024;
-
     PyHeld file_;
 };
 

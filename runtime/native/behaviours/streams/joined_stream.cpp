@@ -90,13 +90,25 @@ int64_t JoinedStream::seek(int64_t offset, SeekFrom from) {
     return position_ = target;
 }
 
+// The stream behind the last piece may have bytes of its own there, where the piece was cut; behind its end it fills
+// the gap before the last zero by itself, and refuses at once if it cannot.
 void JoinedStream::append_zeros(int64_t count) {
-    const int64_t kept = std::exchange(position_, total());
+    if (count == 0) return;
+    Piece& piece = pieces_.back();
+    const int64_t end = piece.start + piece.length;
+    int64_t new_end = 0;
+    if (__builtin_add_overflow(end, count, &new_end)) throw ManagedException("IOException", "The stream is too long.");
     const std::vector<std::byte> zeros(static_cast<size_t>(std::min(count, kZeros)));
-    for (; count > 0; count -= std::min(count, kZeros)) {
-        write(std::span(zeros).first(static_cast<size_t>(std::min(count, kZeros))));
+    const int64_t covered = std::min(new_end, std::max(end, piece.stream->length()));
+    piece.stream->seek(end, SeekFrom::kBegin);
+    for (int64_t at = end; at < covered; at += kZeros) {
+        piece.stream->write(std::span(zeros).first(static_cast<size_t>(std::min(kZeros, covered - at))));
     }
-    position_ = kept;
+    if (covered < new_end) {
+        piece.stream->seek(new_end - 1, SeekFrom::kBegin);
+        piece.stream->write(std::span(zeros).first(1));
+    }
+    piece.length += count;
 }
 
 void JoinedStream::set_length(int64_t length) {
