@@ -52,7 +52,8 @@ def filtered(tmp_path: Path, options: Any, source: Pixels, area: tuple[int, int,
 
 
 @pytest.mark.parametrize("make, kernel", [
-    (lambda: GaussianBlurFilterOptions(3, 1.5), bell(3, 1.5)), (lambda: GaussianBlurFilterOptions(1, 0.8), bell(1, 0.8)),
+    (lambda: GaussianBlurFilterOptions(3, 1.5), bell(3, 1.5)),
+    (lambda: GaussianBlurFilterOptions(1, 0.8), bell(1, 0.8)),
     (lambda: SharpenFilterOptions(5, 1.2), sharpening(5, 1.2)), (SmallRectangularFilterOptions, box(3)),
     (BigRectangularFilterOptions, box(5))])
 def test_convolutions(tmp_path: Path, make: Any, kernel: Pixels) -> None:

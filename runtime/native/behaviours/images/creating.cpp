@@ -1,8 +1,11 @@
 // Creating an empty image for a format, and the calculations of sizes that need no image.
+#include "runtime/native/behaviours/images/creating.h"
+
 #include <cmath>
 
 #include "runtime/native/behaviours/images/encoding_options.h"
 #include "runtime/native/behaviours/images/image_entry.h"
+#include "runtime/native/behaviours/images/registries.h"
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -84,7 +87,9 @@ void set_target(ImageObject& image, const Record& options) {
     throw_not_supported("Creating an image over a " + std::string(type));
 }
 
-Ref<ImageObject> create(Record* image_options, int32_t width, int32_t height) {
+}  // namespace
+
+Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height) {
     if (!image_options) throw_argument_null("image_options");
     require_positive(width, "width");
     require_positive(height, "height");
@@ -105,6 +110,7 @@ Ref<ImageObject> create(Record* image_options, int32_t width, int32_t height) {
     facts.encoding = encoding.format;
     facts.is_apng = is_animation_options(*image_options);
     facts.is_big_tiff = std::string_view(image_options->type().name) == "BigTiffOptions";
+    require_registered(Trade::kCreating, file_format_of(facts));
     auto picture = image_backend().create(width, height, form.alpha, form.gray, form.alpha ? 0 : kBlack);
     if (encoding.resolution) picture->set_resolution(*encoding.resolution);
     auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
@@ -115,6 +121,8 @@ Ref<ImageObject> create(Record* image_options, int32_t width, int32_t height) {
     set_target(*image, *image_options);
     return image;
 }
+
+namespace {
 
 int32_t proportional(int32_t wanted, int32_t of, int32_t to) {
     const double scaled = static_cast<double>(wanted) * to / of;
@@ -163,7 +171,7 @@ RectangleValue get_fitting_rectangle_of_pixels(const RectangleValue& rectangle, 
 constexpr const char* kImage = "Zelmor.Imaging.Image";
 const BehaviourTable table(Assembly::kImaging,
                            {
-                               {kImage, "call_000_Create", image_entry<&create>()},
+                               {kImage, "call_000_Create", image_entry<&create_image>()},
                                {kImage, "call_000_GetProportionalWidth", image_entry<&get_proportional_width>()},
                                {kImage, "call_000_GetProportionalHeight", image_entry<&get_proportional_height>()},
                                {kImage, "call_000_GetFittingRectangle", image_entry<&get_fitting_rectangle>()},

@@ -2,6 +2,7 @@
 #include "runtime/native/behaviours/images/loading.h"
 
 #include "runtime/native/behaviours/images/image_entry.h"
+#include "runtime/native/behaviours/images/registries.h"
 #include "runtime/native/behaviours/metadata/image_metadata.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -55,6 +56,7 @@ Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_opt
         if (data.empty()) throw PictureError(Failure::kDamaged, "there is no data in it");
         const DecodeOptions options = decode_options(load_options);
         FileFacts facts = probe(data);
+        if (facts.format != Format::kUnknown) require_registered(Trade::kLoading, file_format_of(facts));
         auto metadata = keep_metadata(data);
         if (hides_its_first_picture(facts, options)) {
             std::vector<Frame> frames = image_backend().decode_frames(data, options);
@@ -108,8 +110,11 @@ Ref<ImageObject> load_stream(const VariantArg* stream) {
 }
 
 // A file that is there is asked by its header; one that is not there is an error, as it is for load().
+bool is_loadable(const FileFacts& facts) {
+    return facts.readable && is_registered(Trade::kLoading, file_format_of(facts));
+}
 bool can_load_path(const Path& file_path) {
-    return probe(read_file(file_path_of(file_path, "file_path"))).readable;
+    return is_loadable(probe(read_file(file_path_of(file_path, "file_path"))));
 }
 bool can_load_path_with_options(const Path& file_path, Record*) {
     return can_load_path(file_path);
@@ -128,7 +133,7 @@ FileFacts facts_of_stream(const VariantArg* arg) {
     return probe(data);
 }
 bool can_load_stream(const VariantArg* stream) {
-    return facts_of_stream(stream).readable;
+    return is_loadable(facts_of_stream(stream));
 }
 bool can_load_stream_with_options(const VariantArg* stream, Record*) {
     return can_load_stream(stream);

@@ -3,9 +3,12 @@
 // Without options a file gets the format that its extension stands for, or the image's own where that says nothing; an
 // image that keeps its format keeps the settings that its file had. Formats that hold several pictures get all frames,
 // unless the options choose some. Everything is encoded before the target is touched.
+#include "runtime/native/behaviours/images/saving.h"
+
 #include "runtime/native/behaviours/images/encoding_options.h"
 #include "runtime/native/behaviours/images/image_entry.h"
 #include "runtime/native/behaviours/images/page_selection.h"
+#include "runtime/native/behaviours/images/registries.h"
 #include "runtime/native/behaviours/metadata/image_metadata.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -120,6 +123,14 @@ void to_stream(ImageObject& image, ManagedStream& stream, const Request& request
     stream.flush();
 }
 
+FileFormat written_format(const Request& request) {
+    FileFacts facts;
+    facts.format = request.format;
+    facts.is_apng = request.options && is_animation_options(*request.options);
+    facts.is_big_tiff = request.options && std::string_view(request.options->type().name) == "BigTiffOptions";
+    return file_format_of(facts);
+}
+
 // A save that names no options must not lose frames unnoticed.
 Request implied(const ImageObject& image, Format format) {
     const Request request{format == Format::kUnknown ? image.facts().format : format};
@@ -130,6 +141,7 @@ Request implied(const ImageObject& image, Format format) {
                                    ". Saving it without options would lose the others; name save options to write the "
                                    "one frame that is active.");
     }
+    require_registered(Trade::kExporting, written_format(request));
     return request;
 }
 
@@ -139,8 +151,19 @@ const Record& required(const Record* options) {
 }
 
 Request by_options(const Record* options, const RectangleValue* bounds = nullptr) {
-    return {format_of_options(required(options)), options, bounds};
+    const Request request{format_of_options(required(options)), options, bounds};
+    if (request.format != Format::kUnknown) require_registered(Trade::kExporting, written_format(request));
+    return request;
 }
+
+}  // namespace
+
+void save_to_stream(ImageObject& image, ManagedStream& stream, const Record& options, const RectangleValue* bounds) {
+    image.require_live();
+    to_stream(image, stream, by_options(&options, bounds));
+}
+
+namespace {
 
 void save(ImageObject& self) {
     self.require_live();
@@ -195,7 +218,8 @@ void save_stream_options_bounds(ImageObject& self, const VariantArg* stream, Rec
 
 bool can_save(ImageObject& self, Record* options) {
     self.require_live();
-    return format_of_options(required(options)) != Format::kUnknown;
+    const Request request{format_of_options(required(options)), options};
+    return request.format != Format::kUnknown && is_registered(Trade::kExporting, written_format(request));
 }
 
 constexpr const char* kSupporter = "Zelmor.Imaging.DataStreamSupporter";

@@ -1,0 +1,14 @@
+// Which formats can be loaded, saved and created: what is registered counts for load(), save() and create() too.
+#pragma once
+
+#include "runtime/native/behaviours/images/image_object.h"
+
+namespace zelmor::embed {
+
+enum class Trade : uint8_t { kLoading, kExporting, kCreating };
+
+// NotSupportedException where the format's descriptor was taken out of the registry.
+void require_registered(Trade trade, FileFormat format);
+bool is_registered(Trade trade, FileFormat format);
+
+}  // namespace zelmor::embed
