@@ -28,7 +28,8 @@ def run_mypy(*arguments: str) -> tuple[int, str]:
     # The plain interpreter: mypy is not what a debug build or a memory checker should watch.
     environment = {name: os.environ[name] for name in os.environ if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
     done = subprocess.run(
-        ["/usr/bin/python3", "-m", "mypy", "--strict", "--no-error-summary", "--show-error-codes", "--hide-error-context",
+        ["/usr/bin/python3", "-m", "mypy", "--strict", "--no-error-summary", "--show-error-codes",
+         "--hide-error-context",
          "--config-file=", f"--cache-dir={CACHE}", *arguments],
         env={**environment, "PYTHONPATH": str(PACKAGE), "MYPY_FORCE_COLOR": ""}, cwd=PACKAGE / "zelmor-stubs",
         text=True, capture_output=True, check=False)
