@@ -24,6 +24,7 @@ os.environ["NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"] = str(BUILD_DIR / "test-runtim
 sys.path.insert(0, str(BUILD_DIR / "python"))
 
 import zelmor.imaging  # noqa: E402, F401  (the one start of this process)
+import support.draws  # noqa: E402, F401  (sets what hypothesis draws, before any test is read)
 from support.control import Control, control  # noqa: E402
 from support.pictures import write_png  # noqa: E402
 

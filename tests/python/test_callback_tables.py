@@ -9,7 +9,7 @@ import ctypes
 import io
 import sys
 import uuid
-from ctypes import POINTER, byref, c_double, c_int, c_long, c_uint, c_void_p, py_object
+from ctypes import byref, c_double, c_long, c_uint, c_void_p, py_object
 from typing import Any
 
 import pytest

@@ -222,7 +222,8 @@ KIND_MESSAGES = {"string": "can't build String from '_Unfit'", "bytes": "can't b
                  "bool": "can't build bool from '_Unfit'", "stream": "can't build Stream from '_Unfit'",
                  "datetime": "can't build DateTime from '_Unfit'", "datetime?": "can't build DateTime from '_Unfit'",
                  "timedelta": "can't build TimeSpan from '_Unfit'", "UUID": "can't build Guid from '_Unfit'",
-                 "decimal": "can't build Decimal from '_Unfit'", "io.FileMode": "can't build FileMode value from '_Unfit'"}
+                 "decimal": "can't build Decimal from '_Unfit'",
+                 "io.FileMode": "can't build FileMode value from '_Unfit'"}
 COLLECTION_NAMES = {"array": "Array", "list": "List", "arrlist": "ArrayList", "ilist": "List", "icollection": "List",
                     "iterable": "IEnumerable", "iter": "IEnumerator"}
 

@@ -15,7 +15,7 @@ from hypothesis import strategies as st
 from hypothesis.stateful import RuleBasedStateMachine, invariant, precondition, rule, run_state_machine_as_test
 from support.collections import (INTEROP, INTEROP_KINDS, ROWS, TYPED, VARIANTS, cast, make_interop, make_typed, same,
                                  values_of)
-from support.draws import EXPLORING
+from support.draws import examples
 
 INDICES = st.integers(-9, 9)
 BOUNDS = st.none() | st.integers(-9, 9)
@@ -316,10 +316,9 @@ class BesideAList(CountedBesideAList):
         self.theirs.clear()
 
 
-def run(machine: type[CountedBesideAList], examples: int) -> None:
+def run(machine: type[CountedBesideAList], count: int) -> None:
     """Runs a machine over some examples, the same on each run, or over many more new ones when exploring."""
-    chosen = settings(max_examples=50 * examples if EXPLORING else examples, derandomize=not EXPLORING, database=None,
-                      stateful_step_count=25, deadline=None, suppress_health_check=list(HealthCheck))
+    chosen = settings(max_examples=examples(count), stateful_step_count=25, suppress_health_check=list(HealthCheck))
     try:
         run_state_machine_as_test(machine, settings=chosen)
     finally:

@@ -11,10 +11,11 @@ import pytest
 from hypothesis import HealthCheck, given, settings
 from hypothesis import strategies as st
 from support.control import Control, control
+from support.draws import examples
 from zelmor.imaging import Image, Point, RasterImage, ResolutionSetting, StreamContainer
 from zelmor.imaging.imageoptions import DxfOptions, SvgRasterizationOptions, TimeInterval
 
-EXHAUSTIVE = settings(max_examples=300, deadline=None, suppress_health_check=list(HealthCheck))
+EXHAUSTIVE = settings(max_examples=examples(300), deadline=None, suppress_health_check=list(HealthCheck))
 
 
 def wrapper_of(name: str) -> Any:

@@ -10,6 +10,7 @@ import pytest
 from hypothesis import HealthCheck, given, settings
 from hypothesis import strategies as st
 from support.control import Call, control
+from support.draws import examples
 from zelmor.imaging import Cache, Image
 
 CACHE = "Zelmor.Imaging.Cache"
@@ -30,7 +31,7 @@ def width_of(text: str) -> int:
     return 1 if widest < 0x100 else 2 if widest < 0x10000 else 4
 
 
-@settings(max_examples=300, deadline=None, suppress_health_check=list(HealthCheck))
+@settings(max_examples=examples(300), deadline=None, suppress_health_check=list(HealthCheck))
 @given(TEXT)
 def test_a_string_goes_over_as_it_is_stored(text: str) -> None:
     made = string_on_the_wire(text)
@@ -40,7 +41,7 @@ def test_a_string_goes_over_as_it_is_stored(text: str) -> None:
     assert (made.contents[0] or b"") == text.encode(encoding, "surrogatepass")
 
 
-@settings(max_examples=200, deadline=None, suppress_health_check=list(HealthCheck))
+@settings(max_examples=examples(200), deadline=None, suppress_health_check=list(HealthCheck))
 @given(TEXT)
 def test_a_string_comes_back(text: str) -> None:
     before = Cache.cache_folder

@@ -17,6 +17,8 @@ from hypothesis.stateful import RuleBasedStateMachine, invariant, precondition, 
 from zelmor.imaging import FileStreamContainer, SplitStreamContainer, StreamContainer
 from zelmor.imaging.sources import StreamSource
 
+from support.draws import examples
+
 KIND = zelmor.imaging._wrpgen._interop._StreamWrapper
 CONTENT = st.binary(max_size=60) | st.lists(st.sampled_from([b"a", b"\n", b"line "]), max_size=12).map(b"".join)
 SIZES = st.none() | st.integers(-2, 70)
@@ -283,4 +285,4 @@ class Joined(BesideBytesIO):
 
 @pytest.mark.parametrize("machine", [InMemory, OverAFileOfPython, OverAShortFileOfPython, OnDisk, Joined])
 def test_it_does_what_io_bytes_io_does(machine: type[BesideBytesIO]) -> None:
-    run_state_machine_as_test(machine, settings=settings(max_examples=25, stateful_step_count=30, deadline=None))
+    run_state_machine_as_test(machine, settings=settings(max_examples=examples(25), stateful_step_count=30))

@@ -18,6 +18,8 @@ from hypothesis.stateful import RuleBasedStateMachine, invariant, rule, run_stat
 from zelmor.imaging import FileStreamContainer, SeekOrigin, SplitStreamContainer, StreamContainer
 from zelmor.imaging.sources import FileCreateSource, FileOpenSource, StreamSource
 
+from support.draws import examples
+
 DIGITS = b"0123456789"
 
 
@@ -376,7 +378,7 @@ class BesideBytes(RuleBasedStateMachine):
 
 
 def test_a_split_container_holds_what_was_put_in() -> None:
-    run_state_machine_as_test(BesideBytes, settings=settings(max_examples=40, stateful_step_count=20, deadline=None))
+    run_state_machine_as_test(BesideBytes, settings=settings(max_examples=examples(40), stateful_step_count=20))
 
 
 class TestFiles:

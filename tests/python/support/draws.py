@@ -5,7 +5,19 @@ from __future__ import annotations
 import os
 import random
 
+from hypothesis import settings
+
 EXPLORING = os.environ.get("HYPOTHESIS_PROFILE") == "fuzz"
+
+# What hypothesis draws is the same on each run of the tests, and new each time when exploring.
+settings.register_profile("check", derandomize=True, database=None, deadline=None)
+settings.register_profile("fuzz", deadline=None, print_blob=True)
+settings.load_profile("fuzz" if EXPLORING else "check")
+
+
+def examples(count: int) -> int:
+    """How many examples a property test draws: `count` in the tests, fifty times as many when exploring."""
+    return 50 * count if EXPLORING else count
 
 
 def seeds(count: int) -> list[int]:
