@@ -20,16 +20,16 @@ TARGET_MILLISECONDS = 60.0
 ENUMERATIONS = """
 import enum, importlib, time, types
 import zelmor.imaging
-found, seen, todo = {}, set(), [zelmor.imaging]
-while todo:
-    module = todo.pop()
+found, seen, queue = {}, set(), [zelmor.imaging]
+while queue:
+    module = queue.pop()
     seen.add(id(module))
     for value in vars(module).values():
         if isinstance(value, enum.EnumType):
             found[id(value)] = value
         elif isinstance(value, types.ModuleType) and id(value) not in seen:
             if value.__name__.startswith("zelmor.imaging"):
-                todo.append(value)
+                queue.append(value)
 plans = [(e.__mro__[1], e.__name__, {n: m.value for n, m in e.__members__.items()}) for e in found.values()]
 plans = [(enum.IntFlag if issubclass(e, enum.IntFlag) else enum.IntEnum, n, m) for e, n, m in plans]
 start = time.perf_counter()

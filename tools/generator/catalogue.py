@@ -11,7 +11,6 @@ from pathlib import Path
 
 from .errors import CatalogueError, Place
 
-TYPE_KINDS = ("class", "static class", "struct", "interface", "enum", "enum flags")
 METHOD_KINDS = ("static", "method", "mixed", "mixed_static")
 PROPERTY_KINDS = ("get", "getset", "static_get", "static_getset", "const")
 

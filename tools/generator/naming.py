@@ -15,13 +15,6 @@ _BREAKS = (
     re.compile(r"(?<=[0-9])(?=[A-Za-z])"),  # 32Color -> 32|Color
 )
 
-CPP_KEYWORDS = frozenset(
-    "alignas alignof and asm auto bool break case catch char class const constexpr continue default delete do double "
-    "else enum explicit export extern false float for friend goto if inline int long mutable namespace new not "
-    "operator or private protected public register return short signed sizeof static struct switch template this "
-    "throw true try typedef typename union unsigned using virtual void volatile while xor".split()
-)
-
 
 def snake_case(managed: str) -> str:
     """The lower-case Python name of a method, property or argument: `GetArgb32Pixel` is `get_argb_32_pixel`."""

@@ -28,21 +28,3 @@ class PyBytesArg(ctypes.Structure):
     """A view of a contiguous buffer."""
 
     _fields_ = [("acquired", ctypes.c_int32), ("length", ctypes.c_int32), ("data", ctypes.c_void_p)]
-
-
-class PyObjectOutArg(ctypes.Structure):
-    """The out record of an interface result."""
-
-    _fields_ = [("handle", ctypes.c_void_p), ("type_id", ctypes.c_int64)]
-
-
-class PyCollectionArg(ctypes.Structure):
-    """The out record of a collection or stream result."""
-
-    _fields_ = [("kind", ctypes.c_int32), ("value", ctypes.c_void_p), ("type_id", ctypes.c_int64)]
-
-
-class PySysVersionArg(ctypes.Structure):
-    """A version of two to four components."""
-
-    _fields_ = [("count", ctypes.c_int32), ("components", ctypes.c_int32 * 4)]

@@ -1,5 +1,4 @@
-// The tables hold the stated functions at the stated positions, every slot is filled, and the pending element readers
-// say so.
+// The tables hold the stated functions at the stated positions, and every slot is filled.
 #include <cstdint>
 #include <set>
 

@@ -140,7 +140,6 @@ class Instance:
     """Prints one Python type of a row: its functions, its tables and its record."""
 
     def __init__(self, row: Collection, kind: str, module: str) -> None:
-        self._row = row
         self._id = row.identifier
         self._table_kind = kind
         self._kind = _SYMBOL_KINDS[kind]

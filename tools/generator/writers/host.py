@@ -9,8 +9,6 @@ from .text import block, quoted
 
 Thunk = tuple[str, str, list[str], list[str]]  # entry point, result type, argument types, argument names
 
-_OUT = {"class": "void**", "struct": "void**", "interface": "void**", "static class": "void**"}
-
 
 def overload_thunk(overload: Overload) -> Thunk:
     """The thunk of a method or constructor overload."""
