@@ -89,18 +89,21 @@ void set_target(ImageObject& image, const Record& options) {
 
 }  // namespace
 
-Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height) {
-    if (!image_options) throw_argument_null("image_options");
+int bits_per_pixel_of(const Encoding& encoding) {
+    return form_of(encoding).bits;
+}
+
+namespace {
+
+Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t height, FileFacts facts) {
     require_positive(width, "width");
     require_positive(height, "height");
-    const Encoding encoding = encoding_of_options(*image_options);
     const PixelForm form = form_of(encoding);
     try {
         check_picture_size(width, height, 4);
     } catch (const PictureError& error) {
         throw_out_of_range(width >= height ? "width" : "height", error.what());
     }
-    FileFacts facts;
     facts.format = format_of(encoding);
     facts.readable = true;
     facts.width = width;
@@ -108,12 +111,26 @@ Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t heig
     facts.bits_per_pixel = form.bits;
     facts.has_alpha = form.alpha;
     facts.encoding = encoding.format;
-    facts.is_apng = is_animation_options(*image_options);
-    facts.is_big_tiff = std::string_view(image_options->type().name) == "BigTiffOptions";
     require_registered(Trade::kCreating, file_format_of(facts));
     auto picture = image_backend().create(width, height, form.alpha, form.gray, form.alpha ? 0 : kBlack);
     if (encoding.resolution) picture->set_resolution(*encoding.resolution);
     auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    image->palette = encoding.palette;
+    return image;
+}
+
+}  // namespace
+
+Ref<ImageObject> new_image(const Encoding& encoding, int32_t width, int32_t height) {
+    return blank_image(encoding, width, height, {});
+}
+
+Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height) {
+    if (!image_options) throw_argument_null("image_options");
+    FileFacts facts;
+    facts.is_apng = is_animation_options(*image_options);
+    facts.is_big_tiff = std::string_view(image_options->type().name) == "BigTiffOptions";
+    auto image = blank_image(encoding_of_options(*image_options), width, height, std::move(facts));
     if (is_animation_options(*image_options)) {
         set_property(*image, "NumPlays", property_int(*image_options, "NumPlays"));
         set_property(*image, "DefaultFrameTime", property_int(*image_options, "DefaultFrameTime"));

@@ -8,4 +8,9 @@ namespace zelmor::embed {
 // An empty image of the format that the options are for.
 Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height);
 
+// An empty image that is written with the settings given.
+Ref<ImageObject> new_image(const imagework::Encoding& encoding, int32_t width, int32_t height);
+// Bits of a pixel in a file of these settings.
+int bits_per_pixel_of(const imagework::Encoding& encoding);
+
 }  // namespace zelmor::embed
