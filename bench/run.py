@@ -1,4 +1,4 @@
-"""The bench: calls, streams, import, sizes, memory; prints what it finds and what targets are met, and keeps it all."""
+"""The bench: calls, streams, collections, import, sizes, memory; prints what it finds and what targets are met, and keeps it all."""
 
 import argparse
 import json
@@ -12,6 +12,7 @@ def main() -> int:
     build = parser.parse_args().build.resolve()
     sys.path[:0] = [str(Path(__file__).parent), str(build / "bench")]
     import calls
+    import elements
     import start
     import streams
 
@@ -22,13 +23,16 @@ def main() -> int:
     print()
     moved = streams.run()
     print()
+    crossed = elements.run()
+    print()
     results = calls.run()
 
-    met = [result.met for result in results] + [result.met for result in moved] + [started.met]
+    met = [result.met for result in [*results, *moved, *crossed, started]]
     print(f"\ntargets: {sum(met)} of {len(met)} met")
     figures = {
         "import_ms": started.net,
         "calls_ns": {result.case.name: {key: result.median(key) for key in result.rounds} for result in results},
+        "elements_ms": {result.case.name: {key: result.median(key) for key in result.rounds} for result in crossed},
         "streams_s": {result.name: {"zelmor": result.ours, "yardstick": result.theirs} for result in moved},
     }
     (build / "bench" / "figures.json").write_text(json.dumps(figures, indent=4) + "\n")

@@ -120,8 +120,11 @@ int assign_run(const SequenceAccess& access, PyObject* self, const Slice& slice,
         if (!items || !check_size(PySequence_Fast_GET_SIZE(items.get()), slice.count)) {
             return -1;
         }
-        // By the checked read: a conversion may run code that shortens the list.
-        return assign_each(access, self, slice, [&](Py_ssize_t i) { return PySequence_GetItem(items.get(), i); });
+        // The size is asked each time: a conversion may run code that shortens the list.
+        return assign_each(access, self, slice, [&](Py_ssize_t i) {
+            return i < PySequence_Fast_GET_SIZE(items.get()) ? Py_NewRef(PySequence_Fast_GET_ITEM(items.get(), i))
+                                                             : PySequence_GetItem(items.get(), i);
+        });
     }
     if (!is_sized_sequence(value)) {
         PyErr_SetString(PyExc_TypeError, "must assign iterable to extended slice");

@@ -200,12 +200,19 @@ template <class T>
 int64_t ScalarList<T>::find(const Value& value, size_t first, size_t end) const {
     if constexpr (std::is_integral_v<T>) {
         if (const auto* x = std::get_if<int64_t>(&value)) {
-            if (!std::in_range<T>(*x)) return -1;
-            const auto found = std::find(at(items, first), at(items, end), static_cast<T>(*x));
-            return found == at(items, end) ? -1 : found - items.begin();
+            return std::in_range<T>(*x) ? find_number(static_cast<T>(*x), first, end) : -1;
         }
     }
     return ManagedList::find(value, first, end);
+}
+template <class T>
+int64_t ScalarList<T>::find_number(T number, size_t first, size_t end) const {
+    const auto found = std::find(at(items, first), at(items, end), number);
+    return found == at(items, end) ? -1 : found - items.begin();
+}
+template <class T>
+size_t ScalarList<T>::count_number(T number) const {
+    return static_cast<size_t>(std::count(items.begin(), items.end(), number));
 }
 template <class T>
 void ScalarList<T>::store(size_t index, const Value& value) {
@@ -312,13 +319,14 @@ ListEnumerator::ListEnumerator(Ref<ManagedList> list)
       list_(std::move(list)),
       expected_version_(list_->version()) {}
 
+void ListEnumerator::throw_modified() {
+    throw_invalid_operation("Collection was modified; enumeration operation may not execute.");
+}
+
 bool ListEnumerator::move_next(Value& element) {
-    require_live();
-    if (!list_->fixed_size() && list_->version() != expected_version_) {
-        throw_invalid_operation("Collection was modified; enumeration operation may not execute.");
-    }
-    if (next_ >= list_->size()) return false;
-    element = list_->get(next_++);
+    size_t index = 0;
+    if (!step(*list_, index)) return false;
+    element = list_->get(index);
     return true;
 }
 

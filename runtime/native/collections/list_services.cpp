@@ -6,53 +6,24 @@
 
 #include <algorithm>
 
+#include "runtime/native/collections/bounds.h"
 #include "runtime/native/collections/element_values.h"
-#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-enum ElementStatus : int32_t { kDelivered = 0, kEmpty = 1, kOutOfRange = 2 };
-constexpr int32_t kDone = 1;
-constexpr int32_t kDeclined = 0;
-
 ManagedList& list_of(ServiceCall& call) {
     return target<ManagedList>(call.frame.argument<Handle>(0));
 }
 
-int32_t size_of(const ManagedList& list) {
-    return static_cast<int32_t>(list.size());
-}
-
-bool in_range(const ManagedList& list, int32_t index) {
-    return index >= 0 && index < size_of(list);
-}
-
-size_t position(int32_t index) {
-    return static_cast<size_t>(index);
-}
-
 ManagedList& growing_list_of(ServiceCall& call) {
-    ManagedList& list = list_of(call);
-    if (list.fixed_size()) throw ManagedException("NotSupportedException", "Collection was of a fixed size.");
-    return list;
+    return require_growing(list_of(call));
 }
 
 Value element_argument(ServiceCall& call, size_t index) {
     return read_element(call.frame, index, *call.service.element);
-}
-
-// The same bound as in a Python slice.
-int32_t clamped(int32_t bound, int32_t size) {
-    return std::clamp(bound < 0 ? bound + size : bound, 0, size);
-}
-
-// The list in a handle argument of a bulk operation; empty where it is something else, and the caller goes on alone.
-Ref<ManagedList> bulk_source(const VariantArg* arg) {
-    if (arg->tag != kHandleObject) return {};
-    return Ref<ManagedList>(dynamic_cast<ManagedList*>(object_of(arg->value)));
 }
 
 std::vector<Value> elements_of(const ManagedList& list) {
@@ -74,13 +45,6 @@ void get_item(ServiceCall& call) {
     if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
     store_element(list.get(position(index)), *call.service.element, call.frame.argument<void*>(2));
     call.frame.set_result<int32_t>(kDelivered);
-}
-
-void require_in_range(const ManagedList& list, int32_t index) {
-    if (!in_range(list, index)) {
-        throw_out_of_range("index", "The index " + std::to_string(index) + " is outside a collection of " +
-                                        std::to_string(list.size()) + " elements.");
-    }
 }
 
 void get_item_no_check(ServiceCall& call) {
@@ -167,17 +131,6 @@ void inplace_repeat(ServiceCall& call) {
     for (int32_t i = 1; i < count; ++i) {
         for (const Value& value : once)
             list.append(value);
-    }
-}
-
-// start, start + step, ...: `count` indices, all of which have to lie in the list.
-void require_run(const ManagedList& list, int32_t start, int32_t count, int32_t step) {
-    if (count <= 0) return;
-    const int64_t last = start + static_cast<int64_t>(count - 1) * step;
-    if (!in_range(list, start) || last < 0 || last >= size_of(list)) {
-        throw_out_of_range("start", "The run from " + std::to_string(start) + " of " + std::to_string(count) +
-                                        " elements by " + std::to_string(step) + " leaves a collection of " +
-                                        std::to_string(list.size()) + " elements.");
     }
 }
 

@@ -186,8 +186,17 @@ template <class T>
 bool PythonElements::fill(ManagedList& list) const {
     auto* numbers = dynamic_cast<ScalarList<T>*>(&list);
     if (!numbers) return false;
-    for (size_t i = 0; i < size_; ++i)
-        numbers->items[i] = read_number<T>(i);
+    if (!is_list_) {
+        for (size_t i = 0; i < size_; ++i)
+            numbers->items[i] = read_number<T>(i);
+        return true;
+    }
+    // A list lends its elements: there is nothing to give back in between.
+    const auto get = reinterpret_cast<int (*)(PyObject*, int, T*)>(typed_);
+    for (size_t i = 0; i < size_; ++i) {
+        const int status = get(object_, static_cast<int>(i), &numbers->items[i]);
+        if (status < 0) throw_failed_access(status, reading(i));
+    }
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include "runtime/native/collections/element_values.h"
 #include "runtime/native/collections/list_services.h"
+#include "runtime/native/collections/number_services.h"
 
 namespace zelmor::embed {
 
@@ -176,7 +177,13 @@ std::optional<ServiceClass> find_service_class(std::string_view managed_name) {
 }
 
 EntryPoint make_service_delegate(const ServiceClass& service, std::string_view entry, Assembly assembly) {
-    const ServiceOperation* operation = has_entry(service, entry) ? find_operation(entry) : nullptr;
+    if (!has_entry(service, entry)) return {nullptr, nullptr};
+    // The typed functions work with the callbacks of the one assembly that has typed collections.
+    if (service.typed && assembly == Assembly::kImaging) {
+        const EntryPoint typed = number_service(service, entry);
+        if (typed.address) return typed;
+    }
+    const ServiceOperation* operation = find_operation(entry);
     if (!operation) return {nullptr, nullptr};
     auto context = std::make_shared<ServiceContext>();
     context->service = service;

@@ -101,6 +101,7 @@ class ManagedList : public ManagedCollection {
     virtual bool take_out_equal(const Value& value);
     virtual void turn() = 0;
     virtual void order(bool descending) = 0;
+    void count_change() { ++version_; }
 
  private:
     ListShape shape_;
@@ -123,6 +124,19 @@ class ScalarList final : public ManagedList {
     void reserve(size_t count) override { items.reserve(count); }
     void* numbers() override { return items.data(); }
     Ref<ManagedObject> copy() const override { return make_ref<ScalarList>(shape(), element(), items); }
+
+    // What the inherited operations do, with the number as it is.
+    void put(size_t index, T number) {
+        items[index] = number;
+        count_change();
+    }
+    void put_new(size_t index, T number) {
+        items.insert(items.begin() + static_cast<std::ptrdiff_t>(index), number);
+        count_change();
+    }
+    // A number is equal to one of its kind as values are: a floating one that is none is equal to none.
+    int64_t find_number(T number, size_t first, size_t end) const;
+    size_t count_number(T number) const;
 
  protected:
     void store(size_t index, const Value& value) override;
@@ -162,8 +176,20 @@ class ListEnumerator final : public ManagedEnumerator {
     explicit ListEnumerator(Ref<ManagedList> list);
     const ElementType& element() const override { return list_->element(); }
     bool move_next(Value& element) override;
+    ManagedList& list() const { return *list_; }
+    // Steps to the next element of the list, which is of its final class; false at the end.
+    template <class List>
+    bool step(const List& list, size_t& index) {
+        require_live();
+        if (!list.fixed_size() && list.version() != expected_version_) throw_modified();
+        if (next_ >= list.size()) return false;
+        index = next_++;
+        return true;
+    }
 
  private:
+    [[noreturn]] static void throw_modified();
+
     Ref<ManagedList> list_;
     size_t next_ = 0;
     uint32_t expected_version_;

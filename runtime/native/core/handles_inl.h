@@ -1,6 +1,9 @@
 // Templates of handles.h.
 #pragma once
 
+#include <type_traits>
+#include <typeinfo>
+
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -20,6 +23,10 @@ template <class T>
 T& cast_object(ManagedObject& object) {
     if constexpr (std::is_same_v<T, ManagedObject>) {
         return object;
+    } else if constexpr (std::is_final_v<T>) {
+        // Nothing derives from it: comparing types will do, at a fraction of the cost.
+        if (typeid(object) == typeid(T)) return static_cast<T&>(object);
+        throw_invalid_cast(object.type().full_name, managed_name_of<T>());
     } else {
         if (T* cast = dynamic_cast<T*>(&object)) return *cast;
         throw_invalid_cast(object.type().full_name, managed_name_of<T>());
