@@ -1,4 +1,4 @@
-"""The bench: calls, streams, collections, import, sizes, memory; prints and keeps what it finds, and the targets met."""
+"""The bench: calls, streams, collections, import, sizes, memory; prints and keeps figures, and the targets met."""
 
 import argparse
 import json
