@@ -98,10 +98,8 @@ constexpr DefaultValue kDefaults[] = {
     {kResolution, "VerticalResolution", 96.0},
 };
 
-}  // namespace
+const DefaultTable table(kDefaults);
 
-std::span<const DefaultValue> default_values() {
-    return kDefaults;
-}
+}  // namespace
 
 }  // namespace zelmor::embed

@@ -7,7 +7,7 @@
 namespace zelmor::embed {
 
 struct DefaultValue {
-    enum class Kind : uint8_t { kBool, kInt, kFloat, kText, kColor };
+    enum class Kind : uint8_t { kBool, kInt, kFloat, kText, kColor, kNull };
 
     constexpr DefaultValue(const char* type, const char* property, bool value)
         : type(type), property(property), kind(Kind::kBool), integer(value) {}
@@ -23,6 +23,12 @@ struct DefaultValue {
         value.integer = argb;
         return value;
     }
+    // No object. Only what cannot be written needs it: such a property is not supported otherwise.
+    static constexpr DefaultValue null(const char* type, const char* property) {
+        DefaultValue value(type, property, 0);
+        value.kind = Kind::kNull;
+        return value;
+    }
 
     const char* type;      // full managed name of the declaring or a derived type
     const char* property;  // managed name
@@ -32,7 +38,19 @@ struct DefaultValue {
     const char* text = nullptr;
 };
 
-// Defaults of instance and static properties alike; one of a derived type goes before that of its base.
-std::span<const DefaultValue> default_values();
+// The defaults of one file, of instance and static properties alike. Defined at namespace scope; linking the file is
+// all that it takes to register it. The default of a derived type goes before that of its base; no property of one type
+// has two.
+class DefaultTable {
+ public:
+    explicit DefaultTable(std::span<const DefaultValue> values);
+    std::span<const DefaultValue> values() const { return values_; }
+    const DefaultTable* next() const { return next_; }
+    static const DefaultTable* first();
+
+ private:
+    std::span<const DefaultValue> values_;
+    const DefaultTable* next_;
+};
 
 }  // namespace zelmor::embed

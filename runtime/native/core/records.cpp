@@ -42,15 +42,37 @@ Value value_of(const DefaultValue& entry) {
             return to_utf16(entry.text);
         case DefaultValue::Kind::kColor:
             return box(ColorValue::from_argb(static_cast<uint32_t>(entry.integer)));
+        case DefaultValue::Kind::kNull:
+            return Ref<ManagedObject>();
     }
     return {};
 }
 
-const DefaultValue* find_default(const TypeInfo& type, const char* property) {
-    for (const DefaultValue& entry : default_values()) {
-        if (std::string_view(entry.type) == type.full_name && std::string_view(entry.property) == property) {
-            return &entry;
+const DefaultTable*& default_chain() {
+    static const DefaultTable* first = nullptr;
+    return first;
+}
+
+// By type, so that a layout looks only through the defaults of its own.
+using TypeDefaults = std::unordered_map<std::string_view, std::vector<const DefaultValue*>>;
+
+const TypeDefaults& defaults_by_type() {
+    static const TypeDefaults& all = *new TypeDefaults([] {
+        TypeDefaults defaults;
+        for (const DefaultTable* table = DefaultTable::first(); table; table = table->next()) {
+            for (const DefaultValue& entry : table->values())
+                defaults[entry.type].push_back(&entry);
         }
+        return defaults;
+    }());
+    return all;
+}
+
+const DefaultValue* find_default(const TypeInfo& type, std::string_view property) {
+    const auto own = defaults_by_type().find(type.full_name);
+    if (own == defaults_by_type().end()) return nullptr;
+    for (const DefaultValue* entry : own->second) {
+        if (property == entry->property) return entry;
     }
     return nullptr;
 }
@@ -268,6 +290,14 @@ void Record::assign_from(const Record& other) {
         const int slot = same ? static_cast<int>(i) : mine.find(theirs.slots[i]->name);
         if (slot >= 0) slots_[static_cast<size_t>(slot)] = copied(other.slots_[i]);
     }
+}
+
+DefaultTable::DefaultTable(std::span<const DefaultValue> values) : values_(values), next_(default_chain()) {
+    default_chain() = this;
+}
+
+const DefaultTable* DefaultTable::first() {
+    return default_chain();
 }
 
 FactoryRegistration::FactoryRegistration(const char* full_name, Factory make)

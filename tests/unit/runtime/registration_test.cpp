@@ -3,6 +3,7 @@
 
 #include <set>
 #include <string>
+#include <vector>
 
 #include "fake_python.h"
 #include "runtime/native/core/defaults.h"
@@ -57,8 +58,15 @@ TEST(RegistrationTest, EveryMemberOfAValueTypeHasBehaviour) {
     }
 }
 
+std::vector<DefaultValue> all_defaults() {
+    std::vector<DefaultValue> all;
+    for (const DefaultTable* table = DefaultTable::first(); table; table = table->next())
+        all.insert(all.end(), table->values().begin(), table->values().end());
+    return all;
+}
+
 TEST(RegistrationTest, EveryDefaultNamesAPropertyOfItsType) {
-    for (const DefaultValue& entry : default_values()) {
+    for (const DefaultValue& entry : all_defaults()) {
         const TypeInfo* type = find_type(entry.type);
         ASSERT_NE(type, nullptr) << entry.type;
         bool is_static = false;
@@ -69,9 +77,17 @@ TEST(RegistrationTest, EveryDefaultNamesAPropertyOfItsType) {
     }
 }
 
+TEST(RegistrationTest, NoPropertyOfATypeHasTwoDefaults) {
+    std::set<std::string> names;
+    for (const DefaultValue& entry : all_defaults()) {
+        const std::string name = std::string(entry.type) + "." + entry.property;
+        EXPECT_TRUE(names.insert(name).second) << name;
+    }
+}
+
 // An enumeration's default has to be a member: Python could not show another.
 TEST(RegistrationTest, EveryDefaultOfAnEnumerationIsAMember) {
-    for (const DefaultValue& entry : default_values()) {
+    for (const DefaultValue& entry : all_defaults()) {
         const auto property = find_property(require_type(entry.type), entry.property);
         const TypeInfo* type = property ? type_at(property->info->type) : nullptr;
         if (!type || type->kind != TypeKind::kEnum) continue;
