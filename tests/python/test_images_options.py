@@ -378,10 +378,10 @@ def test_big_tiff(tmp_path: Path) -> None:
     assert worst(pixels(image, tmp_path), smooth()) == 0
 
 
-def test_tiff_texts_are_refused(tmp_path: Path) -> None:
+def test_tiff_color_maps_are_refused(tmp_path: Path) -> None:
     options = TiffOptions(TiffExpectedFormat.DEFAULT)
-    options.artist = "somebody"
-    with managed_error("NotSupportedException", "TiffOptions.Artist"):
+    options.color_map = [0, 1, 2]
+    with managed_error("NotSupportedException", "TiffOptions.ColorMap"):
         saved(tmp_path, options)
 
 

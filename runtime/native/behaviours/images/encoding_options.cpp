@@ -102,7 +102,7 @@ GifEncoding gif(const ManagedObject& options) {
 }
 
 JpegEncoding jpeg(const ManagedObject& options) {
-    require_unset(options, {"Jfif", "ExifData", "RdOptSettings", "RgbColorProfile", "CmykColorProfile", "JpegLsPreset",
+    require_unset(options, {"Jfif", "RdOptSettings", "RgbColorProfile", "CmykColorProfile", "JpegLsPreset",
                             "HorizontalSampling", "VerticalSampling"});
     require_value(options, "BitsPerChannel", 8);
     require_value(options, "JpegLsAllowedLossyError", 0);
@@ -188,14 +188,8 @@ TiffColor tiff_color(const ManagedObject& options, int& depth) {
 }
 
 TiffEncoding tiff(const ManagedObject& options) {
-    require_unset(options, {"ColorMap",         "Artist",        "Copyright",
-                            "DateTime",         "DocumentName",  "ExifIfd",
-                            "ImageDescription", "InkNames",      "ScannerManufacturer",
-                            "ScannerModel",     "PageName",      "PageNumber",
-                            "SoftwareType",     "TargetPrinter", "HalfToneHints",
-                            "XPTitle",          "XPComment",     "XPAuthor",
-                            "XPKeywords",       "XPSubject",     "Tags",
-                            "Xposition",        "Yposition"});
+    // What else is a tag goes into the file with the metadata.
+    require_unset(options, {"ColorMap"});
     TiffEncoding result;
     result.premultiplied = property_bool(options, "PremultiplyComponents");
     switch (const int64_t compression = property_int(options, "Compression")) {
@@ -332,9 +326,9 @@ Format format_of_options(const ManagedObject& options) {
 }
 
 Encoding encoding_of_options(const ManagedObject& options) {
-    require_unset(options, {"XmpData"});
     Encoding encoding;
     encoding.format = format_encoding(options, format_of_options(options));
+    if (std::holds_alternative<BmpEncoding>(encoding.format)) require_unset(options, {"XmpData"});
     if (const Ref<PaletteObject> palette = palette_property(options, "Palette")) {
         if (!is_indexed(encoding))
             throw_not_supported("A palette in " + std::string(options.type().name) +

@@ -36,8 +36,13 @@ struct Directory {
     uint64_t next = 0;
 };
 
-// A tag that lies outside of the data, or has a type that nobody knows, is left out: the others are still good.
-Directory read_directory(TiffReaderObject& reader, uint64_t offset) {
+bool any_tag(uint16_t) {
+    return true;
+}
+
+// A tag that lies outside of the data, or has a type that nobody knows, is left out: the others are still good. So is
+// one that nobody wants, whose values may be many.
+Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wanted)(uint16_t) = any_tag) {
     Directory directory;
     const bool big = reader.big_tiff();
     const size_t head = big ? 8 : 2;
@@ -48,8 +53,10 @@ Directory read_directory(TiffReaderObject& reader, uint64_t offset) {
     const uint64_t room = (length - offset - head) / entry;
     const uint64_t count = std::min(reader.number(at, head), room);
     for (uint64_t i = 0; i < count; ++i) {
+        const int64_t entry_at = at + static_cast<int64_t>(head + i * entry);
+        if (!wanted(static_cast<uint16_t>(reader.number(entry_at, 2)))) continue;
         try {
-            auto tag = read_tag(reader, at + static_cast<int64_t>(head + i * entry));
+            auto tag = read_tag(reader, entry_at);
             if (!dynamic_cast<UnknownTagObject*>(tag.get())) directory.tags.push_back(std::move(tag));
         } catch (const ManagedException& error) {
             if (error.name() != "EndOfStreamException") throw;
@@ -76,6 +83,12 @@ void read_below(TiffReaderObject& reader, ExifObject& exif, uint64_t exif_at, ui
     inner = read_directory(reader, exif_at).tags;
     exif.interoperability = read_directory(reader, take_pointer(inner, kInteroperabilityPointer)).tags;
     exif.tags(ExifDirectory::kGps) = read_directory(reader, gps_at).tags;
+}
+
+// Of a TIFF image's own directory the texts and what lies below: how the pixels are stored is the writer's to say.
+bool is_of_description(uint16_t id) {
+    constexpr uint16_t kIds[] = {270, 271, 272, 305, 306, 315, 33432, kExifPointer, kGpsPointer};
+    return std::find(std::begin(kIds), std::end(kIds), id) != std::end(kIds);
 }
 
 uint64_t first_directory(TiffReaderObject& reader) {
@@ -170,16 +183,10 @@ Ref<ExifObject> read_exif_of_tiff(std::span<const std::byte> file) {
     const auto reader = open(file);
     auto exif = make_exif(false);
     set_property(*exif, "IsBigEndian", reader->big_endian());
-    Directory first = read_directory(*reader, first_directory(*reader));
+    Directory first = read_directory(*reader, first_directory(*reader), is_of_description);
     const uint64_t exif_at = take_pointer(first.tags, kExifPointer);
     const uint64_t gps_at = take_pointer(first.tags, kGpsPointer);
-    // Of the image's own directory the texts; how the pixels are stored is the writer's to say.
-    constexpr uint16_t kTexts[] = {270, 271, 272, 305, 306, 315, 33432};
-    for (const auto& tag : first.tags) {
-        if (std::find(std::begin(kTexts), std::end(kTexts), tag->id()) != std::end(kTexts)) {
-            exif->tags(ExifDirectory::kCommon).push_back(tag);
-        }
-    }
+    exif->tags(ExifDirectory::kCommon) = std::move(first.tags);
     read_below(*reader, *exif, exif_at, gps_at);
     return exif;
 }
@@ -238,9 +245,9 @@ Bytes write_exif(const ExifObject& exif) {
 Bytes find_tiff_xmp(std::span<const std::byte> file) {
     try {
         const auto reader = open(file);
-        for (const auto& tag : read_directory(*reader, first_directory(*reader)).tags) {
-            if (tag->id() == kXmpPacket) return tag->encoded(false);
-        }
+        const auto is_packet = [](uint16_t id) { return id == kXmpPacket; };
+        const Directory found = read_directory(*reader, first_directory(*reader), is_packet);
+        if (!found.tags.empty()) return found.tags.front()->encoded(false);
     } catch (const ManagedException& error) {
         // A file that is cut off has no packet to show; what else is wrong with it, its decoder says.
         if (error.name() != "FormatException" && error.name() != "EndOfStreamException") throw;

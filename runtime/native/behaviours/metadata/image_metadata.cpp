@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "runtime/native/behaviours/images/image_entry.h"
 #include "runtime/native/behaviours/images/image_object.h"
+#include "runtime/native/behaviours/images/loading.h"
 #include "runtime/native/behaviours/metadata/file_metadata.h"
 #include "runtime/native/behaviours/metadata/rationals.h"
 #include "runtime/native/behaviours/metadata/tiff_option_tags.h"
@@ -68,6 +70,30 @@ void set_exif(Record& self, ExifObject* value) {
     self.require_live();
     if (ImageMetadata* metadata = metadata_of(self)) metadata->exif_replaced = true;
     set_property(self, "ExifData", Ref<ManagedObject>(value));
+}
+
+// The thumbnail is decoded when it is asked for, and encoded when it is set: the data keeps a JPEG of its own.
+Ref<ManagedObject> get_thumbnail(ExifObject& self) {
+    const auto known = property_object(self, "Thumbnail");
+    if (known || self.thumbnail.empty()) return known;
+    const auto* first = reinterpret_cast<const uint8_t*>(self.thumbnail.data());
+    Ref<ManagedObject> image =
+        decoded_image({first, first + self.thumbnail.size()}, nullptr, "Cannot load the thumbnail of the EXIF data");
+    set_property(self, "Thumbnail", image);
+    return image;
+}
+
+void set_thumbnail(ExifObject& self, ImageObject* value) {
+    self.thumbnail.clear();
+    self.thumbnail_tags.clear();
+    if (value) {
+        constexpr int64_t kJpegCompression = 6;
+        const auto file = value->picture().encode(imagework::default_encoding(imagework::Format::kJpeg));
+        const auto bytes = as_bytes_of({file.data.get(), file.size});
+        self.thumbnail.assign(bytes.begin(), bytes.end());
+        self.thumbnail_tags.push_back(make_tag(TiffType::kShort, 259, kJpegCompression));
+    }
+    set_property(self, "Thumbnail", Ref<ManagedObject>(value));
 }
 
 Ref<ManagedObject> property_if_any(const Record* object, const char* name) {
@@ -240,16 +266,19 @@ constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
 constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
 constexpr const char* kTiff = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
 constexpr const char* kFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
-const BehaviourTable table(Assembly::kImaging, {
-                                                   {kRaster, "get_XmpData", entry<&get_xmp>()},
-                                                   {kRaster, "set_XmpData", entry<&set_xmp>()},
-                                                   {kJpeg, "get_ExifData", entry<&get_exif<true>>()},
-                                                   {kJpeg, "set_ExifData", entry<&set_exif>()},
-                                                   {kTiff, "get_ExifData", entry<&get_exif<false>>()},
-                                                   {kTiff, "set_ExifData", entry<&set_exif>()},
-                                                   {kFrame, "get_ExifData", entry<&get_exif<false>>()},
-                                                   {kFrame, "set_ExifData", entry<&set_exif>()},
-                                               });
+const BehaviourTable table(Assembly::kImaging,
+                           {
+                               {kRaster, "get_XmpData", entry<&get_xmp>()},
+                               {kRaster, "set_XmpData", entry<&set_xmp>()},
+                               {kJpeg, "get_ExifData", entry<&get_exif<true>>()},
+                               {kJpeg, "set_ExifData", entry<&set_exif>()},
+                               {ExifObject::kJpegName, "get_Thumbnail", image_entry<&get_thumbnail>()},
+                               {ExifObject::kJpegName, "set_Thumbnail", image_entry<&set_thumbnail>()},
+                               {kTiff, "get_ExifData", entry<&get_exif<false>>()},
+                               {kTiff, "set_ExifData", entry<&set_exif>()},
+                               {kFrame, "get_ExifData", entry<&get_exif<false>>()},
+                               {kFrame, "set_ExifData", entry<&set_exif>()},
+                           });
 
 }  // namespace
 
@@ -302,7 +331,8 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, const Rec
         write.below = exif.object.get();
         if (write.tags.empty() && !write.below && write.xmp == there.xmp) return {};
     } else if (write.exif == there.exif && write.xmp == there.xmp) {
-        return {};
+        // The image library compresses a packet in PNG, where other programs do not look for it.
+        if (format != MetadataFormat::kPng || write.xmp.empty()) return {};
     }
     const Bytes out = with_metadata(bytes, write);
     const auto* first = reinterpret_cast<const uint8_t*>(out.data());

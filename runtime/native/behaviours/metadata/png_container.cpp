@@ -1,7 +1,11 @@
-// EXIF and XMP in the chunks of PNG. A compressed packet, which the specification of XMP does not want, is left alone.
+// EXIF and XMP in the chunks of PNG.
+//
+// A packet belongs into an iTXt chunk as it is. There are files with a compressed one, or with one in a chunk for text
+// in Latin-1; these are read too, and written in the proper way.
 #include <array>
 
 #include "runtime/native/behaviours/metadata/file_containers.h"
+#include "runtime/native/behaviours/metadata/inflate.h"
 
 namespace zelmor::embed {
 
@@ -35,7 +39,9 @@ struct Chunk {
     std::span<const std::byte> whole;
     std::span<const std::byte> data;
     std::string_view text() const { return {reinterpret_cast<const char*>(data.data()), data.size()}; }
-    bool is_xmp() const { return type == "iTXt" && text().starts_with(kXmpKeyword); }
+    bool is_xmp() const {
+        return (type == "iTXt" || type == "zTXt" || type == "tEXt") && text().starts_with(kXmpKeyword);
+    }
     bool is_exif() const { return type == "eXIf"; }
 };
 
@@ -63,14 +69,22 @@ void put_chunk(Bytes& out, std::string_view type, std::string_view head, const B
     put_number(out, checksum(std::span(out).subspan(start)), 4, true);
 }
 
-// The text behind the keyword, two flags, a language and a translated keyword; empty where it is compressed.
-std::span<const std::byte> packet_of(const Chunk& chunk) {
+Bytes copy_of(std::span<const std::byte> bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+// Behind the keyword: in iTXt two flags, a language and a translated keyword, in zTXt a flag. Empty for damage.
+Bytes packet_of(const Chunk& chunk) {
     const std::string_view text = chunk.text();
-    const size_t flags = kXmpKeyword.size();
-    if (text.size() < flags + 2 || text[flags] != 0) return {};
-    const size_t language = text.find('\0', flags + 2);
+    const size_t start = kXmpKeyword.size();
+    if (chunk.type == "tEXt") return copy_of(chunk.data.subspan(start));
+    if (chunk.type == "zTXt") return text.size() > start ? inflated(chunk.data.subspan(start + 1)) : Bytes();
+    if (text.size() < start + 2) return {};
+    const size_t language = text.find('\0', start + 2);
     const size_t keyword = language == std::string_view::npos ? language : text.find('\0', language + 1);
-    return keyword == std::string_view::npos ? std::span<const std::byte>() : chunk.data.subspan(keyword + 1);
+    if (keyword == std::string_view::npos) return {};
+    const auto packet = chunk.data.subspan(keyword + 1);
+    return text[start] == 0 ? copy_of(packet) : inflated(packet);
 }
 
 }  // namespace
@@ -79,10 +93,7 @@ FileMetadata find_in_png(std::span<const std::byte> file) {
     FileMetadata found;
     for (const Chunk& chunk : chunks_of(file)) {
         if (chunk.is_exif() && found.exif.empty()) found.exif.assign(chunk.data.begin(), chunk.data.end());
-        if (chunk.is_xmp() && found.xmp.empty()) {
-            const auto packet = packet_of(chunk);
-            found.xmp.assign(packet.begin(), packet.end());
-        }
+        if (chunk.is_xmp() && found.xmp.empty()) found.xmp = packet_of(chunk);
     }
     return found;
 }

@@ -68,6 +68,10 @@ Ref<ManagedObject> date_of_text(const std::string& date_string) {
     return date;
 }
 
+Ref<ManagedObject> date_of(const DateTimeValue& date_time) {
+    return with_value(ZELMOR_BASIC "XmpDate", date_time);
+}
+
 std::string iso_format() {
     return kIsoFormat;
 }
@@ -96,6 +100,10 @@ Ref<ManagedObject> guid_of_text(const std::string& value) {
     auto object = with_value(ZELMOR_DERIVED "XmpGuid", guid);
     if (colon != std::string::npos) set_property(*object, "Prefix", to_utf16(value.substr(0, colon)));
     return object;
+}
+
+Ref<ManagedObject> guid_of(const GuidValue& guid) {
+    return with_value(ZELMOR_DERIVED "XmpGuid", guid);
 }
 
 Ref<ManagedObject> layer_of(const std::u16string& layer_name, const std::u16string& layer_text) {
@@ -192,9 +200,11 @@ BehaviourTable& table() {
             {ZELMOR_BASIC "XmpBoolean", "ctor_002_XmpBoolean", entry<&boolean_of_text>()},
             {ZELMOR_BASIC "XmpInteger", "ctor_002_XmpInteger", entry<&integer_of_text>()},
             {ZELMOR_BASIC "XmpReal", "ctor_001_XmpReal", entry<&real_of_text>()},
+            {ZELMOR_BASIC "XmpDate", "ctor_000_XmpDate", entry<&date_of>()},
             {ZELMOR_BASIC "XmpDate", "ctor_001_XmpDate", entry<&date_of_text>()},
             {ZELMOR_BASIC "XmpDate", "getsa_Iso8601Format", entry<&iso_format>()},
             {ZELMOR_DERIVED "XmpGuid", "ctor_000_XmpGuid", entry<&guid_of_text>()},
+            {ZELMOR_DERIVED "XmpGuid", "ctor_001_XmpGuid", entry<&guid_of>()},
             {ZELMOR_DERIVED "Rational", "get_FloatValue", entry<&float_value>()},
             {ZELMOR_DERIVED "RenditionClass", "getsa_DefinedValues", entry<&defined_renditions>()},
             {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "ctor_000_Layer", entry<&layer_of>()},
