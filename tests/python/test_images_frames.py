@@ -217,6 +217,20 @@ def test_operations_work_on_all_frames_or_none(tmp_path: Path) -> None:
     assert all((shown(frame)[..., 0] == shown(frame)[..., 2]).all() for frame in image.frames)
 
 
+def test_frames_are_resized_in_proportion(tmp_path: Path) -> None:
+    image = cast(TiffImage, Image.load(write_tiff(tmp_path / "a.tif", pages())))
+    image.resize_proportional(60, 10, ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)
+    assert [(frame.width, frame.height) for frame in image.frames] == [(60, 10), (14, 21), (100, 2)]
+    with managed_error("ArgumentOutOfRangeException", "new_width"):
+        image.resize_proportional(0, 10, ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)
+    spot = GifFrameBlock(3, 2, 4, 5)
+    animation = GifImage(GifFrameBlock(raster(Image.load(write(tmp_path / "a.png", blocks(1)[0])))))
+    animation.add_block(spot)
+    animation.resize_full_frame(24, 18, ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)
+    assert (spot.left, spot.top, spot.width, spot.height) == (6, 4, 8, 10)
+    assert (animation.width, animation.height) == (24, 18)
+
+
 def test_an_image_is_made_of_images(tmp_path: Path) -> None:
     source = pages()
     images = [Image.load(write(tmp_path / f"{i}.png", page)) for i, page in enumerate(source)]

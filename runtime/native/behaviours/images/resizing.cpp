@@ -2,6 +2,7 @@
 //
 // Two kinds of ResizeType are told apart: those that resample the picture, and those that change its canvas and leave
 // the picture as it is, placed by a corner or the centre. Without a type, resampling is by Lanczos' kernel.
+#include <algorithm>
 #include <cmath>
 
 #include "runtime/native/behaviours/images/image_entry.h"
@@ -160,10 +161,40 @@ void resize_height_by_settings(ImageObject& self, int32_t new_height, Record* se
     resize_height_proportionally(self, new_height, type_of_settings(settings));
 }
 
+// All frames by the same factors, which bring the image to the size given; frames may be of different sizes.
+void resize_proportional(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
+    self.require_live();
+    require_size(new_width, "new_width");
+    require_size(new_height, "new_height");
+    if (placement_of(resize_type)) return resize_by_type(self, new_width, new_height, resize_type);
+    const Resampling resampling = resampling_of(resize_type);
+    const double across = static_cast<double>(new_width) / self.picture().width();
+    const double down = static_cast<double>(new_height) / self.picture().height();
+    const auto scaled = [](int32_t side, double factor) {
+        return static_cast<int32_t>(std::clamp(std::round(side * factor), 1.0, 2147483647.0));
+    };
+    self.change([&](imagework::Picture& picture) {
+        const int32_t width = scaled(picture.width(), across);
+        const int32_t height = scaled(picture.height(), down);
+        imagework::check_picture_size(width, height, 4);
+        picture.resize(width, height, resampling);
+    });
+    if (self.frame_count() < 2) return;
+    for (const Ref<ImageObject>& frame : self.frames()) {
+        frame->left = static_cast<int32_t>(std::round(frame->left * across));
+        frame->top = static_cast<int32_t>(std::round(frame->top * down));
+    }
+}
+
 constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kGif = "Zelmor.Imaging.FileFormats.Gif.GifImage";
+constexpr const char* kTiff = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
 const BehaviourTable table(
     Assembly::kImaging,
     {
+        {kGif, "call_000_ResizeProportional", image_entry<&resize_proportional>()},
+        {kGif, "call_000_ResizeFullFrame", image_entry<&resize_proportional>()},
+        {kTiff, "call_000_ResizeProportional", image_entry<&resize_proportional>()},
         {kImage, "call_000_Resize", image_entry<&resize>()},
         {kImage, "call_001_Resize", image_entry<&resize_by_type>()},
         {kImage, "call_002_Resize", image_entry<&resize_by_settings>()},
