@@ -11,7 +11,6 @@ constexpr const char* kList = "Zelmor.Imaging.NonGenericList";
 
 class NonGenericList final : public ManagedList {
  public:
-    static constexpr const char* kManagedName = kList;
     NonGenericList(const TypeInfo& type, Ref<ManagedList> inner)
         : ManagedList(type, inner->element()), inner_(std::move(inner)) {}
 

@@ -18,7 +18,6 @@ using Bits = std::vector<int32_t>;
 
 class PixelDataFormat final : public Record {
  public:
-    static constexpr const char* kManagedName = kFormat;
     using Record::Record;
     bool equals(const ManagedObject& other) const override {
         if (&other.type() != &type()) return false;
