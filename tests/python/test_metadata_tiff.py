@@ -341,6 +341,17 @@ def test_tags_set_options() -> None:
         made.add_tag(None)
 
 
+def test_options_refuse_what_their_tags_cannot_have() -> None:
+    made = options()
+    for name, value in (("artist", 5), ("xp_title", b"bytes"), ("page_number", 7), ("bits_per_sample", ["text"])):
+        before = getattr(made, name)
+        with pytest.raises(RuntimeError, match="InvalidCastException"):
+            setattr(made, name, value)
+        assert getattr(made, name) == before
+    with pytest.raises(RuntimeError, match="OverflowException"):
+        made.page_number = [70000]
+
+
 def test_options_say_whether_they_are_valid() -> None:
     made = options()
     made.validate()

@@ -58,14 +58,14 @@ void remove_id(ExifObject& self, uint16_t tag_id) {
 
 template <ExifDirectory kDirectory>
 Value directory(ExifObject& self) {
-    return Ref<ManagedObject>(tag_array(self.tags(kDirectory)));
+    return Ref<ManagedObject>(same_array(self.shown[static_cast<size_t>(kDirectory)], self.tags(kDirectory)));
 }
 template <ExifDirectory kDirectory>
 void set_directory(ExifObject& self, const VariantArg* value) {
     self.tags(kDirectory) = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));
 }
 Value properties(ExifObject& self) {
-    return Ref<ManagedObject>(tag_array(self.all()));
+    return Ref<ManagedObject>(same_array(self.shown[3], self.all()));
 }
 void set_properties(ExifObject& self, const VariantArg* value) {
     const TagList tags = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));

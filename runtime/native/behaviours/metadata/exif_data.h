@@ -42,6 +42,9 @@ class ExifObject final : public Record {
     // A directory inside that of EXIF which no member shows; it is written again as it was.
     TagList interoperability;
 
+    // The arrays of tags that were handed out last: one for each directory, one for all.
+    Ref<ManagedList> shown[4];
+
     // Shares the tags.
     Ref<ManagedObject> copy() const override;
 

@@ -190,7 +190,7 @@ Ref<ManagedObject> get_tag_by_type(TiffOptionsObject& self, uint16_t tag_key) {
     return self.find(tag_key);
 }
 Value tags(TiffOptionsObject& self) {
-    return Ref<ManagedObject>(tag_array(self.tags()));
+    return Ref<ManagedObject>(same_array(self.shown, self.tags()));
 }
 void set_tags(TiffOptionsObject& self, const VariantArg* value) {
     const auto given = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));
@@ -274,6 +274,23 @@ Value get_value(TiffOptionsObject& self) {
     self.synchronize();
     return property(self, kProperties[kIndex].name);
 }
+// What the tag would refuse is refused here, before the property has it.
+template <size_t kIndex>
+void set_value(TiffOptionsObject& self, const VariantArg* value) {
+    constexpr const TiffOptionProperty& option = kProperties[kIndex];
+    Value read = read_variant(value);
+    if (!is_null(read)) {
+        const bool wide = option.kind == Kind::kWideText;
+        if (wide && !std::holds_alternative<std::u16string>(read)) {
+            throw_invalid_cast(to_utf8(text_of_value(read)), "System.String");
+        }
+        // One number is a tag's value, not an array's.
+        if (!wide && option.type != TiffType::kAscii) elements_of_value(read, "numbers");
+        const auto tag = make_tag(option.type, option.id, tag_value_of(option, read));
+        if (!wide) read = tag->value();
+    }
+    set_property(self, option.name, std::move(read));
+}
 template <size_t kIndex>
 Ref<ManagedObject> get_rational(TiffOptionsObject& self) {
     self.synchronize();
@@ -282,9 +299,12 @@ Ref<ManagedObject> get_rational(TiffOptionsObject& self) {
 template <size_t kIndex>
 void add_getter(BehaviourTable& table) {
     constexpr Kind kind = kProperties[kIndex].kind;
+    // Names of entries have to stay.
     const char* name = (new std::string(std::string("get_") + kProperties[kIndex].name))->c_str();
     if constexpr (kind == Kind::kValue || kind == Kind::kWideText) {
+        const char* setter = (new std::string(std::string("set_") + kProperties[kIndex].name))->c_str();
         table.add({kOptions, name, entry<&get_value<kIndex>>()});
+        table.add({kOptions, setter, entry<&set_value<kIndex>>()});
     } else if constexpr (kind == Kind::kRational) {
         table.add({kOptions, name, entry<&get_rational<kIndex>>()});
     }

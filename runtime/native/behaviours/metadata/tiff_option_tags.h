@@ -28,6 +28,9 @@ class TiffOptionsObject final : public Record {
     // Brings properties and tag objects in step.
     void synchronize();
 
+    // The array that was handed out last.
+    Ref<ManagedList> shown;
+
     Ref<ManagedObject> copy() const override;
     void assign_options(const Record& other);
 

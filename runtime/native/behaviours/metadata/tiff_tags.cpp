@@ -334,6 +334,17 @@ Ref<ManagedList> tag_array(const std::vector<Ref<TagObject>>& tags) {
                                std::move(items));
 }
 
+Ref<ManagedList> same_array(Ref<ManagedList>& shown, const std::vector<Ref<TagObject>>& tags) {
+    bool same = shown && shown->size() == tags.size();
+    for (size_t i = 0; same && i < tags.size(); ++i) {
+        const Value item = shown->get(i);
+        const auto* object = std::get_if<Ref<ManagedObject>>(&item);
+        same = object && object->get() == tags[i].get();
+    }
+    if (!same) shown = tag_array(tags);
+    return shown;
+}
+
 std::vector<Ref<TagObject>> tags_of(const std::vector<Value>& elements) {
     std::vector<Ref<TagObject>> tags;
     for (const Value& element : elements) {

@@ -109,6 +109,9 @@ constexpr size_t inline_size(bool big_tiff) {
     return big_tiff ? 8 : 4;
 }
 
+// The array that was handed out before if it holds just these tags, otherwise a new one in its place: a property that
+// nobody changed gives the same object.
+Ref<ManagedList> same_array(Ref<ManagedList>& shown, const std::vector<Ref<TagObject>>& tags);
 // Tags as a managed array, and one that was given, as tags. ArgumentNullException for an element that is null.
 Ref<ManagedList> tag_array(const std::vector<Ref<TagObject>>& tags);
 std::vector<Ref<TagObject>> tags_of(const std::vector<Value>& elements);
