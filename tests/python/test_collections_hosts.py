@@ -15,22 +15,7 @@ from support.control import IMAGING, TEST_RUNTIME_ROOT
 PREPARE = f"import sys; sys.path[:0] = {[str(Path(__file__).parent), str(Path(__file__).parents[2])]!r}\n" + """
 from support.collections import GENERIC, INTEROP, make_interop, make_typed, new_object, typed
 from support.control import control
-
-def requests(type_name):
-    "The entry points asked of a class, in order."
-    return [entry["method"] for entry in control.order() if entry.get("type") == type_name]
-
-def refusal(use):
-    "The exceptions of a use, outermost first."
-    try:
-        use()
-    except Exception as error:
-        found = []
-        while error is not None:
-            found.append([type(error).__name__, str(error)])
-            error = error.__cause__
-        return found
-    return None
+from support.host_use import refusal, requests
 """
 INTEROP = "Zelmor.WrpGen.Interop.SiApi"
 GENERIC = "Zelmor.WrpGen.Generic.SiApi"

@@ -18,41 +18,13 @@ from zelmor.imaging import FileStreamContainer, SplitStreamContainer, StreamCont
 from zelmor.imaging.sources import StreamSource
 
 from support.draws import examples
+from support.own_file import OwnFile
 
 KIND = zelmor.imaging._wrpgen._interop._StreamWrapper
 CONTENT = st.binary(max_size=60) | st.lists(st.sampled_from([b"a", b"\n", b"line "]), max_size=12).map(b"".join)
 SIZES = st.none() | st.integers(-2, 70)
 #: Where the call is to begin; here and there it is where the last one ended.
 PLACES = st.none() | st.integers(0, 80)
-
-
-class Short(io.RawIOBase):
-    """A file of Python that does its work in small pieces."""
-
-    def __init__(self, most: int) -> None:
-        super().__init__()
-        self.memory, self.most = io.BytesIO(), most
-
-    def readable(self) -> bool:
-        return True
-
-    def writable(self) -> bool:
-        return True
-
-    def seekable(self) -> bool:
-        return True
-
-    def readinto(self, buffer: Any) -> int:
-        return self.memory.readinto(memoryview(buffer)[:self.most])
-
-    def write(self, data: Any) -> int:
-        return self.memory.write(memoryview(data)[:self.most])
-
-    def seek(self, offset: int, whence: int = 0) -> int:
-        return self.memory.seek(offset, whence)
-
-    def tell(self) -> int:
-        return self.memory.tell()
 
 
 class BesideBytesIO(RuleBasedStateMachine):
@@ -246,7 +218,7 @@ class OverAShortFileOfPython(OverAFileOfPython):
     short = True
 
     def file(self) -> Any:
-        return Short(7)
+        return OwnFile(most=7)
 
 
 class OnDisk(BesideBytesIO):
@@ -272,7 +244,7 @@ class Joined(BesideBytesIO):
 
     def make(self) -> Any:
         self.split = SplitStreamContainer(StreamSource().stream)
-        for file in (StreamSource().stream, io.BytesIO(), Short(5)):
+        for file in (StreamSource().stream, io.BytesIO(), OwnFile(most=5)):
             file.write(b"some\nbytes")
             self.split.insert(self.split.length // 2, StreamContainer(file), False)
         return self.split.stream

@@ -15,6 +15,7 @@ import pytest
 from hypothesis import given
 from hypothesis import strategies as st
 from support.control import Control
+from support.own_file import OwnFile
 
 from zelmor.imaging import SeekOrigin, Size, StreamContainer
 from zelmor.imaging.sources import StreamSource
@@ -28,49 +29,13 @@ def managed(name: str, detail: str = "") -> str:
     return rf"(?s)^Proxy error\({name}\).*{detail}"
 
 
-class Memory(io.RawIOBase):
-    """A user's own file: one that does no more than it has to."""
-
-    def __init__(self, content: bytes = b"", most: int = sys.maxsize) -> None:
-        super().__init__()
-        self.content, self.position, self.most = bytearray(content), 0, most
-
-    def readable(self) -> bool:
-        return True
-
-    def writable(self) -> bool:
-        return True
-
-    def seekable(self) -> bool:
-        return True
-
-    def readinto(self, buffer: Any) -> int:
-        part = self.content[self.position:self.position + min(len(memoryview(buffer)), self.most)]
-        memoryview(buffer)[:len(part)] = part
-        self.position += len(part)
-        return len(part)
-
-    def write(self, data: Any) -> int:
-        part = bytes(memoryview(data)[:self.most])
-        self.content[self.position:self.position + len(part)] = part
-        self.position += len(part)
-        return len(part)
-
-    def seek(self, offset: int, whence: int = 0) -> int:
-        self.position = offset + (0, self.position, len(self.content))[whence]
-        return self.position
-
-    def tell(self) -> int:
-        return self.position
-
-
 class TestWhatIsTaken:
     def test_files_of_every_kind(self, tmp_path: Path) -> None:
         path = tmp_path / "digits"
         path.write_bytes(DIGITS)
         with open(path, "rb") as reader, open(path, "r+b") as both, io.FileIO(path) as raw:
-            for file in (reader, both, raw, io.BytesIO(DIGITS), BytesAsStream(DIGITS), Memory(DIGITS),
-                         io.BufferedReader(Memory(DIGITS)), io.BufferedRandom(Memory(DIGITS))):
+            for file in (reader, both, raw, io.BytesIO(DIGITS), BytesAsStream(DIGITS), OwnFile(DIGITS),
+                         io.BufferedReader(OwnFile(DIGITS)), io.BufferedRandom(OwnFile(DIGITS))):
                 container = StreamContainer(file)
                 assert (container.length, container.position, container.to_bytes()) == (10, 0, DIGITS)
                 assert container.stream is file
@@ -132,7 +97,7 @@ class TestWorkingOnFiles:
         assert (container.length, container.position, file.tell()) == (10, 4, 4)
 
     def test_on_a_user_s_own_file(self) -> None:
-        file = Memory()
+        file = OwnFile()
         container = StreamContainer(file)
         container.write(b"hello")
         container.write_byte(0x21)
@@ -140,7 +105,7 @@ class TestWorkingOnFiles:
         assert container.seek(-1, SeekOrigin.CURRENT) == 5
         assert container.read_byte() == 0x21
         assert container.read_byte() == -1
-        assert bytes(file.content) == b"hello!"
+        assert file.memory.getvalue() == b"hello!"
 
     def test_the_length_of_a_python_file_cannot_be_set(self) -> None:
         with pytest.raises(RuntimeError, match=managed("NotSupportedException", "Setting the length of a Python file")):
@@ -148,9 +113,9 @@ class TestWorkingOnFiles:
 
     @given(content=st.binary(max_size=300), most=st.integers(1, 50), size=st.integers(1, 70))
     def test_short_reads_and_writes_lose_nothing(self, content: bytes, most: int, size: int) -> None:
-        source, target = Memory(content, most), Memory(b"", most)
+        source, target = OwnFile(content, most), OwnFile(b"", most)
         StreamContainer(source).save(target, size)
-        assert bytes(target.content) == content
+        assert target.memory.getvalue() == content
         assert StreamContainer(source).to_bytes() == content
 
     def test_a_real_file(self, tmp_path: Path) -> None:
@@ -210,7 +175,7 @@ class TestWorkingOnFiles:
 
 def lying(**members: Any) -> StreamContainer:
     """A container around a file some of whose members are as given."""
-    return StreamContainer(type("Lying", (Memory,), members)(DIGITS))
+    return StreamContainer(type("Lying", (OwnFile,), members)(DIGITS))
 
 
 def raising(error: Exception) -> Any:
@@ -298,7 +263,7 @@ class TestFilesThatLie:
     def test_a_close_that_fails_is_told_and_goes_on(self, monkeypatch: pytest.MonkeyPatch) -> None:
         told: list[Any] = []
         monkeypatch.setattr(sys, "unraisablehook", lambda report: told.append(report.exc_value))
-        file = type("Unclosable", (Memory,), {"close": raising(ValueError("stuck"))})(DIGITS)
+        file = type("Unclosable", (OwnFile,), {"close": raising(ValueError("stuck"))})(DIGITS)
         with StreamContainer(file, True):
             pass
         assert [str(error) for error in told] == ["stuck"]
@@ -308,7 +273,7 @@ class TestFilesThatLie:
     def test_a_view_that_is_kept_shows_no_more_than_memory_that_was(self) -> None:
         kept: list[Any] = []
 
-        def keep(self: Memory, view: Any) -> int:
+        def keep(self: OwnFile, view: Any) -> int:
             kept.append(view)
             return 0
 
@@ -318,7 +283,7 @@ class TestFilesThatLie:
     def test_a_view_for_writing_is_read_only(self) -> None:
         seen: list[bool] = []
 
-        def write(self: Memory, view: Any) -> int:
+        def write(self: OwnFile, view: Any) -> int:
             seen.append(memoryview(view).readonly)
             return len(memoryview(view))
 
@@ -329,7 +294,7 @@ class TestFilesThatLie:
         """The managed side is entered again while it reads."""
         holder: list[StreamContainer] = []
 
-        class Reentrant(Memory):
+        class Reentrant(OwnFile):
             def readinto(self, buffer: Any) -> int:
                 assert holder[0].can_write
                 assert holder[0].length == 10

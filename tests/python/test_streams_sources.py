@@ -20,6 +20,7 @@ import pytest
 import zelmor.imaging
 from image_oracles import noise
 from PIL import Image as Pillow
+from support.own_file import OwnFile
 
 from zelmor.imaging import FileFormat, FileStreamContainer, Image, SplitStreamContainer, StreamContainer
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions
@@ -44,35 +45,6 @@ def pixels(data: bytes) -> Any:
     """The colours of an encoded picture."""
     with Pillow.open(io.BytesIO(data)) as picture:
         return np.asarray(picture.convert("RGB"))
-
-
-class Own(io.RawIOBase):
-    """A user's own file over bytes: what io.RawIOBase wants, and no more."""
-
-    def __init__(self, data: bytes = b"") -> None:
-        super().__init__()
-        self.memory = io.BytesIO(data)
-
-    def readable(self) -> bool:
-        return True
-
-    def writable(self) -> bool:
-        return True
-
-    def seekable(self) -> bool:
-        return True
-
-    def readinto(self, buffer: Any) -> int | None:
-        return self.memory.readinto(buffer)
-
-    def write(self, data: Any) -> int | None:
-        return self.memory.write(data)
-
-    def seek(self, offset: int, whence: int = 0) -> int:
-        return self.memory.seek(offset, whence)
-
-    def tell(self) -> int:
-        return self.memory.tell()
 
 
 @contextlib.contextmanager
@@ -138,7 +110,7 @@ def managed(data: bytes = b"") -> Any:
 
 def managed_over_python(data: bytes = b"") -> Any:
     """A managed stream that has a Python file behind it."""
-    return KIND._reinterpret_obj(StreamContainer(Own(data))._cast_from(KIND._type_of()).value)
+    return KIND._reinterpret_obj(StreamContainer(OwnFile(data))._cast_from(KIND._type_of()).value)
 
 
 def joined() -> Any:
@@ -151,9 +123,9 @@ def joined() -> Any:
 Maker = Callable[[], AbstractContextManager[Any]]
 SEEKABLE: dict[str, Maker] = {
     "open": lambda: from_disk(-1), "open unbuffered": lambda: from_disk(0), "BytesIO": lambda: io.BytesIO(PNG),
-    "own": lambda: contextlib.nullcontext(Own(PNG)),
+    "own": lambda: contextlib.nullcontext(OwnFile(PNG)),
     "BytesAsStream": lambda: contextlib.nullcontext(BytesAsStream(PNG)),
-    "own, buffered": lambda: io.BufferedRandom(Own(PNG)), "managed": lambda: contextlib.nullcontext(managed(PNG)),
+    "own, buffered": lambda: io.BufferedRandom(OwnFile(PNG)), "managed": lambda: contextlib.nullcontext(managed(PNG)),
     "managed over Python": lambda: contextlib.nullcontext(managed_over_python(PNG)),
     "joined": lambda: contextlib.nullcontext(joined()), "managed on disk": from_container, "archive": from_archive,
     "compressed": lambda: gzip.GzipFile(fileobj=io.BytesIO(gzip.compress(PNG))),
@@ -199,7 +171,7 @@ class TestTo:
         with Image.load(io.BytesIO(PNG)) as image:
             yield image
 
-    @pytest.mark.parametrize("make", [io.BytesIO, BytesAsStream, Own, managed, managed_over_python])
+    @pytest.mark.parametrize("make", [io.BytesIO, BytesAsStream, OwnFile, managed, managed_over_python])
     def test_memory(self, image: Any, make: Callable[[], Any]) -> None:
         file, expected = make(), io.BytesIO()
         image.save(file, BmpOptions())
@@ -278,7 +250,7 @@ def failing(method: str, error: BaseException) -> Any:
     def fail(self: Any, *arguments: Any) -> Any:
         raise error
 
-    return type("Failing", (Own,), {method: fail})(PNG)
+    return type("Failing", (OwnFile,), {method: fail})(PNG)
 
 
 USES: dict[str, tuple[str, Callable[[Any, Any], Any]]] = {
@@ -316,7 +288,7 @@ class TestErrorsThatCrossTwice:
             assert sys.getrefcount(file) <= before + 1
             image.save(io.BytesIO(), PngOptions())
         # Its base class flushes it when it goes.
-        setattr(type(file), method, getattr(Own, method))
+        setattr(type(file), method, getattr(OwnFile, method))
 
     @pytest.mark.filterwarnings("ignore::pytest.PytestUnraisableExceptionWarning")
     @pytest.mark.parametrize("kind", ERRORS)
@@ -342,7 +314,7 @@ class TestErrorsThatCrossTwice:
                                      "occurred.")
 
     def test_an_error_inside_an_error(self) -> None:
-        class Nested(Own):
+        class Nested(OwnFile):
             def readinto(self, buffer: Any) -> int:
                 Image.load(failing("readinto", ValueError("the innermost")))
                 return 0
@@ -364,7 +336,7 @@ class TestErrorsThatCrossTwice:
             Image.load(failing("readinto", error))
 
     def test_a_file_that_is_closed_meanwhile(self) -> None:
-        class Closing(Own):
+        class Closing(OwnFile):
             def readinto(self, buffer: Any) -> int | None:
                 count = super().readinto(memoryview(buffer)[:10])
                 self.close()
@@ -378,19 +350,19 @@ class TestErrorsThatCrossTwice:
 class TestObjectsOfOtherModules:
     def test_a_managed_stream_of_another_module_s_type_is_one(self) -> None:
         """It is told by what it is on the managed side, not by its Python type."""
-        boxed = StreamContainer(Own(PNG))._cast_from(KIND._type_of()).value
+        boxed = StreamContainer(OwnFile(PNG))._cast_from(KIND._type_of()).value
         assert not isinstance(boxed, KIND)
         with Image.load(boxed) as image:
             assert (image.height, image.width) == PIXELS.shape[:2]
 
     def test_any_other_managed_object_is_none(self) -> None:
-        boxed = StreamContainer(Own(PNG))._cast_from(StreamContainer._type_of()).value
+        boxed = StreamContainer(OwnFile(PNG))._cast_from(StreamContainer._type_of()).value
         for other in (boxed, PngOptions(), KIND._type_of()):
             with pytest.raises(TypeError, match=f"can't build Stream from '{type(other).__module__}"):
                 StreamContainer(other)
 
     def test_a_check_that_fails_is_no_refusal(self, control: Any) -> None:
-        boxed = StreamContainer(Own(PNG))._cast_from(KIND._type_of()).value
+        boxed = StreamContainer(OwnFile(PNG))._cast_from(KIND._type_of()).value
         control.raise_next("Zelmor.WrpGen.Interop.SiApiStream", "btp_IsAssignable", "IOException", "not now", 0)
         with pytest.raises(TypeError, match="not now"):
             StreamContainer(boxed)

@@ -17,24 +17,8 @@ from tools.generator.writers.host import thunks
 
 PREPARE = f"import sys; sys.path.insert(0, {str(Path(__file__).parent)!r})\n" + """
 from support.control import control
+from support.host_use import refusal, requests
 import zelmor.imaging as imaging
-
-def requests(type_name):
-    "The entry points asked of a type, in order."
-    return [entry["method"] for entry in control.order() if entry.get("type") == type_name]
-
-def refusal(use):
-    "The exceptions of a use, outermost first."
-    try:
-        use()
-    except Exception as error:
-        found = []
-        while error is not None:
-            assert error.__cause__ is error.__context__
-            found.append([type(error).__name__, str(error)])
-            error = error.__cause__
-        return found
-    return None
 """
 
 
