@@ -193,7 +193,9 @@ Value tags(TiffOptionsObject& self) {
     return Ref<ManagedObject>(same_array(self.shown, self.tags()));
 }
 void set_tags(TiffOptionsObject& self, const VariantArg* value) {
-    const auto given = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));
+    const Value read = read_variant(value);
+    if (is_null(read)) throw_argument_null("value");
+    const auto given = tags_of(elements_of_value(read, TagObject::kManagedName));
     for (const auto& tag : self.tags())
         self.remove(tag->id());
     for (const auto& tag : given)
