@@ -26,7 +26,7 @@ function(zelmor_add_bridge_module target)
     target_include_directories(${target} PRIVATE ${CMAKE_BINARY_DIR})
     target_link_libraries(${target} PRIVATE zelmor_bridge)
     target_link_options(${target} PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/bridge_module.map -Wl,-z,now
-                        -Wl,--gc-sections -s)
+                        -Wl,-z,pack-relative-relocs -Wl,--gc-sections -s)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/bridge_module.map)
     set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX ${ZELMOR_EXTENSION_SUFFIX} OUTPUT_NAME ${ARG_OUTPUT}
                                                LIBRARY_OUTPUT_DIRECTORY ${ARG_DIRECTORY})

@@ -6,6 +6,7 @@
 #include "collections/interop.h"
 #include "exchange/start_up.h"
 #include "generated/imaging/imaging.h"
+#include "pyshell/collector_pause.h"
 #include "pyshell/errors.h"
 #include "pyshell/identifiers.h"
 #include "pyshell/module_version.h"
@@ -36,6 +37,7 @@ bool add_version(PyObject* module, const char* attribute, zelmor::PyRef version)
 PyMODINIT_FUNC PyInit_imaging();
 
 PyMODINIT_FUNC PyInit_imaging() {
+    const zelmor::CollectorPause pause;
     fn_intern_identifiers();
     if (wrpPyl_ciap_EA2A999D_imaging() < 0) {
         return fail(zelmor::kSiblingImportFailed);
@@ -63,5 +65,5 @@ PyMODINIT_FUNC PyInit_imaging() {
                      zelmor::PyRef::steal(PyShVersionAttr_Create(22, 6, 0, 0, "22.6.0.0")))) {
         return fail(zelmor::kThresholdNotAdded);
     }
-    return module.release();
+    return zelmor::CollectorPause::settle() ? module.release() : nullptr;
 }
