@@ -69,11 +69,11 @@ result = {name: requests(prefix + name) for name in (
     ("70438DFB", "zelmor.imaging.imageoptions.MultiPageOptions(value)"),
     ("AD4C5CC9", "new_object('Zelmor.Imaging.ImageOptions.TiffOptions').remove_tags(value)"),
     ("AD9D9BA5", "zelmor.imaging.extensions.ColorMapExtensions.to_gdi_color_maps(value)"),
-    ("F372CE9B", "new_object('Zelmor.Imaging.FileFormats.Png.PngImage').get_default_options(value)"),
+    ("F372CE9B", "zelmor.imaging.fileformats.png.PngImage(2, 2).get_default_options(value)"),
 ])
 def test_an_array_without_a_python_type_binds_its_test_alone(identifier: str, use: str) -> None:
     asked, refused = run(f"""
-import zelmor.imaging.extensions, zelmor.imaging.imageoptions
+import zelmor.imaging.extensions, zelmor.imaging.fileformats.png, zelmor.imaging.imageoptions
 value = make_interop("arrlist", [])
 why = refusal(lambda: {use})
 result = requests("Zelmor.WrpGen.Generic.SiApiArray_{identifier}"), why[0]
