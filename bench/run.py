@@ -17,7 +17,7 @@ def main() -> int:
     import streams
 
     # Fresh processes first: the calls pin this process, and its children with it, to one core.
-    started = start.print_import()
+    started = start.print_import(build / "bench")
     start.print_sizes(build / "python" / "zelmor")
     start.print_memory()
     print()
@@ -31,7 +31,7 @@ def main() -> int:
     met.append(started.met)
     print(f"\ntargets: {sum(met)} of {len(met)} met")
     figures = {
-        "import_ms": started.net,
+        "import_ms": {"processor": started.processor, "clock": started.net, "statement": started.statement},
         "calls_ns": {result.case.name: {key: result.median(key) for key in result.rounds} for result in results},
         "elements_ms": {result.case.name: {key: result.median(key) for key in result.rounds} for result in crossed},
         "streams_s": {result.name: {"zelmor": result.ours, "yardstick": result.theirs} for result in moved},
