@@ -102,7 +102,7 @@ std::vector<double> ink(const VImage& image, Argb color) {
 }
 
 double dots_per_millimeter(double dots_per_inch) {
-    constexpr double kMost = 1e5;  // 0.01 micrometres
+    constexpr double kMost = 1e6;  // one nanometre
     return std::clamp(dots_per_inch / 25.4, 1.0 / kMost, kMost);
 }
 

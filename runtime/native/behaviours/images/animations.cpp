@@ -89,7 +89,15 @@ Ref<ImageObject> webp_of_size(int32_t width, int32_t height, Record* options) {
     auto picture = image_backend().create(width, height, true, false, 0);
     FileFacts facts = facts_of_picture(Format::kWebp, *picture, 32);
     facts.encoding = encoding_of_options(*options).format;
-    return make_ref<ImageObject>(std::move(picture), std::move(facts));
+    auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    set_property(*image, "Options", Ref<ManagedObject>(options));
+    return image;
+}
+// The options that the image was made with, or those of its file.
+Ref<ManagedObject> webp_options(ImageObject& self) {
+    self.require_live();
+    const Value& given = property(self, "Options");
+    return is_null(given) ? original_options(self) : std::get<Ref<ManagedObject>>(given);
 }
 Ref<ImageObject> webp_of_size_with(int32_t width, int32_t height, Record* options, Record*) {
     return webp_of_size(width, height, options);
@@ -180,6 +188,7 @@ const BehaviourTable table(Assembly::kImaging,
                                {kWebp, "ctor_005_WebPImage", image_entry<&webp_of_image_with>()},
                                {kWebp, "ctor_006_WebPImage", image_entry<&webp_of_size>()},
                                {kWebp, "ctor_007_WebPImage", image_entry<&webp_of_size_with>()},
+                               {kWebp, "get_Options", image_entry<&webp_options>()},
                                {kWebp, "call_000_AddPage", image_entry<&add_webp_page>()},
                                {kWebp, "call_000_AddBlock", image_entry<&add_webp_block>()},
                                {kWebp, "call_000_InsertBlock", image_entry<&insert_webp_block>()},

@@ -112,8 +112,11 @@ Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t he
     facts.has_alpha = form.alpha;
     facts.encoding = encoding.format;
     require_registered(Trade::kCreating, file_format_of(facts));
-    auto picture = image_backend().create(width, height, form.alpha, form.gray, form.alpha ? 0 : kBlack);
+    auto picture = image_backend().create(width, height, form.alpha, form.gray && encoding.palette.empty(),
+                                          form.alpha ? 0 : kBlack);
     if (encoding.resolution) picture->set_resolution(*encoding.resolution);
+    // The pixels of an image with a palette begin with its first colour.
+    if (!encoding.palette.empty()) picture->replace_area({0, 0, width, height}, encoding.palette[0]);
     auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
     image->palette = encoding.palette;
     return image;

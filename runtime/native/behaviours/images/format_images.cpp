@@ -207,8 +207,8 @@ Ref<ImageObject> png_of_image_with(ImageObject* raster_image, uint8_t color_type
 Ref<ImageObject> png_of_stream(Ref<ManagedStream> stream) {
     return of_stream(*stream, png_settings(kTruecolorAlpha), true);
 }
-Ref<ImageObject> with_options(Record* options, int32_t width, int32_t height) {
-    return create_image(options, width, height);
+Ref<ImageObject> png_with_options(Record* png_options, int32_t width, int32_t height) {
+    return create_image(png_options, width, height);
 }
 bool png_interlaced(ImageObject& self) {
     self.require_live();
@@ -227,16 +227,28 @@ Ref<ImageObject> jpeg_of_stream(Ref<ManagedStream> stream) {
 Ref<ImageObject> jpeg_of_image(ImageObject* raster_image) {
     return of_image(raster_image, encoding_of(JpegEncoding{}));
 }
+// The options that the image was made with, or those of its file.
+Ref<ManagedObject> jpeg_options(ImageObject& self) {
+    self.require_live();
+    const Value& given = property(self, "JpegOptions");
+    return is_null(given) ? original_options(self) : std::get<Ref<ManagedObject>>(given);
+}
+Ref<ImageObject> jpeg_with_options(Record* options, int32_t width, int32_t height) {
+    Ref<ImageObject> image = create_image(options, width, height);
+    set_property(*image, "JpegOptions", Ref<ManagedObject>(options));
+    return image;
+}
 Ref<ImageObject> jpeg_of_size(int32_t width, int32_t height) {
     return new_image(encoding_of(JpegEncoding{}), width, height);
 }
 
-// Images of formats that there is no backend for would have no pixels.
-const FactoryRegistration no_pixels("Zelmor.Imaging.RasterImage", [](const TypeInfo& type) -> Ref<ManagedObject> {
-    throw_not_supported(std::string("Making a ") + type.name);
-});
+// There is no backend for the format, so that such an image would have no pixels.
+Ref<ImageObject> jpeg_2000_of_size(int32_t, int32_t) {
+    throw_not_supported("Making a Jpeg2000Image");
+}
 
 constexpr const char* kBmp = "Zelmor.Imaging.FileFormats.Bmp.BmpImage";
+constexpr const char* kJpeg2000 = "Zelmor.Imaging.FileFormats.Jpeg2000.Jpeg2000Image";
 constexpr const char* kPng = "Zelmor.Imaging.FileFormats.Png.PngImage";
 constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
 const BehaviourTable table(Assembly::kImaging,
@@ -263,15 +275,16 @@ const BehaviourTable table(Assembly::kImaging,
                                {kPng, "ctor_004_PngImage", image_entry<&png_of_image_with>()},
                                {kPng, "ctor_005_PngImage", image_entry<&png_of_stream>()},
                                {kPng, "ctor_006_PngImage", image_entry<&png_of_size_with>()},
-                               {kPng, "ctor_007_PngImage", image_entry<&with_options>()},
+                               {kPng, "ctor_007_PngImage", image_entry<&png_with_options>()},
                                {kPng, "get_Interlaced", image_entry<&png_interlaced>()},
                                {kPng, "get_IsInterlaced", image_entry<&png_interlaced>()},
                                {kJpeg, "ctor_000_JpegImage", image_entry<&jpeg_of_path>()},
                                {kJpeg, "ctor_001_JpegImage", image_entry<&jpeg_of_stream>()},
                                {kJpeg, "ctor_002_JpegImage", image_entry<&jpeg_of_image>()},
                                {kJpeg, "ctor_003_JpegImage", image_entry<&jpeg_of_size>()},
-                               {kJpeg, "ctor_004_JpegImage", image_entry<&with_options>()},
-                               {kJpeg, "get_JpegOptions", image_entry<&original_options>()},
+                               {kJpeg, "ctor_004_JpegImage", image_entry<&jpeg_with_options>()},
+                               {kJpeg2000, "ctor_004_Jpeg2000Image", image_entry<&jpeg_2000_of_size>()},
+                               {kJpeg, "get_JpegOptions", image_entry<&jpeg_options>()},
                            });
 
 }  // namespace

@@ -110,11 +110,9 @@ Ref<ManagedObject> get_default_options(ImageObject& self, const VariantArg* args
 
 constexpr const char* kImage = "Zelmor.Imaging.Image";
 constexpr const char* kTiffFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
-constexpr const char* kWebp = "Zelmor.Imaging.FileFormats.Webp.WebPImage";
 const BehaviourTable table(Assembly::kImaging,
                            {
                                {kTiffFrame, "get_FrameOptions", image_entry<&original_options>()},
-                               {kWebp, "get_Options", image_entry<&original_options>()},
                                {kImage, "call_000_GetOriginalOptions", image_entry<&original_options>()},
                                {kImage, "call_000_GetDefaultOptions", image_entry<&get_default_options>()},
                            });

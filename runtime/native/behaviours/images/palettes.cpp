@@ -17,6 +17,18 @@ using imagework::Argb;
 PaletteObject::PaletteObject(std::vector<Argb> colors, bool is_compact)
     : Record(require_type(kManagedName)), entries(std::move(colors)), compact(is_compact) {}
 
+bool PaletteObject::equals(const ManagedObject& other) const {
+    const auto* palette = dynamic_cast<const PaletteObject*>(&other);
+    return palette && palette->entries == entries && palette->compact == compact;
+}
+
+int32_t PaletteObject::hash_code() const {
+    uint32_t hash = compact ? 1 : 0;
+    for (const Argb entry : entries)
+        hash = hash * 31 + entry;
+    return static_cast<int32_t>(hash);
+}
+
 Ref<PaletteObject> read_palette(const VariantArg* arg) {
     const Ref<ManagedObject> object = read_object(arg, require_type("Zelmor.Imaging.IColorPalette"));
     return object ? Ref<PaletteObject>(&cast_object<PaletteObject>(*object)) : nullptr;

@@ -16,6 +16,9 @@ class PaletteObject final : public Record {
     std::vector<imagework::Argb> entries;
     bool compact;  // says that the entries are only those that are needed
 
+    // Palettes of the same colours are equal.
+    bool equals(const ManagedObject& other) const override;
+    int32_t hash_code() const override;
     Ref<ManagedObject> copy() const override { return make_ref<PaletteObject>(entries, compact); }
 };
 
