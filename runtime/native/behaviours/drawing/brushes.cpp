@@ -40,9 +40,6 @@ Ref<Record> transformable(const TypeInfo& type) {
     if (has_property(*brush, "Blend")) set_property(*brush, "Blend", even_blend());
     return brush;
 }
-void set_transform(Record& self, MatrixObject* matrix) {
-    set_property(self, "Transform", Value(matrix ? matrix->copy() : nullptr));
-}
 // A clone has a blend and a transformation of its own; images and paths stay shared.
 Ref<ManagedObject> deep_clone(Record& self) {
     auto twin = self.copy();
@@ -176,6 +173,12 @@ Ref<ManagedObject> over_outline(const char* type, const std::vector<PointD>& poi
     set_property(*brush, "CenterPoint",
                  box(to_point_f(sum * (1.0 / static_cast<double>(std::max<size_t>(points.size(), 1))))));
     set_property(*brush, "WrapMode", kClamp);
+    if (has_property(*brush, "CenterColor")) {
+        set_property(*brush, "CenterColor", box(ColorValue::from_argb(0xFF000000)));
+        std::vector<Value> white{box(ColorValue::from_argb(0xFFFFFFFF))};
+        set_property(*brush, "SurroundColors",
+                     Value(Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(white)))));
+    }
     return brush;
 }
 template <const char* const& kType>
@@ -235,7 +238,6 @@ Ref<ManagedObject> texture_attributes(Record* image, RectArg rect, Record* attri
 
 const Behaviour kMembers[] = {
     {kBrush, "call_000_DeepClone", entry<&deep_clone>()},
-    {kTransform, "set_Transform", entry<&set_transform>()},
 
     {kLinear, "ctor_001_LinearGradientBrush", entry<&linear_points>()},
     {kLinear, "ctor_002_LinearGradientBrush", entry<&linear_points>()},

@@ -72,11 +72,6 @@ void set_line_cap(Record& self, int32_t start, int32_t end, int32_t dash) {
     set_property(self, "DashCap", int64_t{dash});
 }
 
-// The matrix is copied: what happens to that one later changes no pen.
-void set_transform(Record& self, MatrixObject* matrix) {
-    set_property(self, "Transform", Value(matrix ? matrix->copy() : nullptr));
-}
-
 // Values of the enumeration PenType.
 int32_t pen_type(Record& self) {
     const auto brush = property_object(self, "Brush");
@@ -141,7 +136,6 @@ const Behaviour kMembers[] = {
     {kPen, "call_000_SetLineCap", entry<&set_line_cap>()},
     {kPen, "set_Color", entry<&set_color>()},
     {kPen, "set_Brush", entry<&set_brush>()},
-    {kPen, "set_Transform", entry<&set_transform>()},
     {kPen, "set_DashPattern", entry<&set_dash_pattern>()},
     {kPen, "get_PenType", entry<&pen_type>()},
     {kCap, "call_000_SetStrokeCaps", entry<&set_caps>()},

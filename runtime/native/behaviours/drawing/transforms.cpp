@@ -39,6 +39,15 @@ void reset(Record& self) {
     change_transform(self, [](const Affine&) { return Affine(); });
 }
 
+// What comes out is a copy: changing it changes nothing here.
+Ref<ManagedObject> get_transform(Record& self) {
+    const auto held = property_object(self, "Transform");
+    return held ? held->copy() : nullptr;
+}
+void set_transform(Record& self, MatrixObject* matrix) {
+    set_property(self, "Transform", Value(matrix ? matrix->copy() : nullptr));
+}
+
 bool is_changed(Record& self) {
     const auto held = property_object(self, "Transform");
     return held && !(cast_object<MatrixObject>(*held).map == Affine());
@@ -58,6 +67,8 @@ const BehaviourTable table(Assembly::kImaging, [] {
         members.push_back({type, "call_000_RotateTransform", entry<&rotate>()});
         members.push_back({type, "call_001_RotateTransform", entry<&rotate_in>()});
         members.push_back({type, "call_000_ResetTransform", entry<&reset>()});
+        members.push_back({type, "get_Transform", entry<&get_transform>()});
+        members.push_back({type, "set_Transform", entry<&set_transform>()});
     }
     members.push_back({kBrush, "get_IsTransformChanged", entry<&is_changed>()});
     return std::span<const Behaviour>(members);

@@ -1,0 +1,217 @@
+// Drawing lines with pens: what the backend's own strokes cannot do is put together from filled outlines.
+//
+// A line is centred on the pixels that its coordinates name, so that one of the width 1 along whole coordinates covers
+// one row of pixels; hence the half pixel between strokes and fills.
+#include <algorithm>
+
+#include "runtime/native/behaviours/drawing/graphics.h"
+#include "runtime/native/behaviours/drawing/shapes.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+using drawwork::Canvas;
+using drawwork::Paint;
+using drawwork::PixelArea;
+using drawwork::Stroke;
+using drawwork::StrokeCap;
+using drawwork::StrokeJoin;
+
+namespace {
+
+constexpr double kFlatness = 0.05;
+
+struct LineEnd {
+    PointD at;
+    PointD direction;  // outwards, of length 1
+};
+
+// The ends of an open contour; false where it has no direction.
+bool ends_of(const Contour& contour, LineEnd& start, LineEnd& end) {
+    std::vector<PointD> points = flattened(contour, kFlatness);
+    points.erase(std::unique(points.begin(), points.end()), points.end());
+    if (points.size() < 2) return false;
+    const auto unit = [](PointD d) { return d * (1 / d.length()); };
+    start = {points.front(), unit(points[0] - points[1])};
+    end = {points.back(), unit(points[points.size() - 1] - points[points.size() - 2])};
+    return true;
+}
+
+bool is_simple(int64_t cap) {
+    return cap >= 0 && cap <= static_cast<int64_t>(LineCap::kRound);
+}
+
+// An anchor or cap as outlines in a space where the line ends at the origin, goes along y and has the width 1.
+Outline cap_outline(int64_t cap, const ManagedObject* custom) {
+    const auto polygon = [](std::vector<PointD> points) { return Outline{polygon_contour(points, true)}; };
+    switch (static_cast<LineCap>(cap)) {
+        case LineCap::kSquare:
+            return polygon({{-0.5, 0}, {0.5, 0}, {0.5, 0.5}, {-0.5, 0.5}});
+        case LineCap::kRound:
+            return {ellipse_contour({-0.5, -0.5, 1, 1})};
+        case LineCap::kTriangle:
+            return polygon({{-0.5, 0}, {0.5, 0}, {0, 0.5}});
+        case LineCap::kSquareAnchor:
+            return polygon({{-0.75, -0.75}, {0.75, -0.75}, {0.75, 0.75}, {-0.75, 0.75}});
+        case LineCap::kRoundAnchor:
+            return {ellipse_contour({-1, -1, 2, 2})};
+        case LineCap::kDiamondAnchor:
+            return polygon({{0, -1}, {1, 0}, {0, 1}, {-1, 0}});
+        case LineCap::kArrowAnchor:
+            return polygon({{0, 0}, {1, -1.75}, {-1, -1.75}});
+        case LineCap::kCustom:
+            break;
+        default:
+            return {};
+    }
+    if (!custom) return {};
+    Outline outline;
+    if (const auto path = property_object(*custom, "FillPath")) outline = cast_object<PathObject>(*path).outline();
+    if (const auto path = property_object(*custom, "StrokePath")) {
+        PenShape pen;
+        const int64_t join = property_int(*custom, "StrokeJoin");
+        pen.join = join >= 0 && join <= 3 ? static_cast<Join>(join) : Join::kMiter;
+        const Outline lines = widened(cast_object<PathObject>(*path).outline(), pen, kFlatness / 10);
+        outline.insert(outline.end(), lines.begin(), lines.end());
+    }
+    const double scale = property_double(*custom, "WidthScale");
+    return transformed(outline, Affine::scaling(scale, scale));
+}
+
+// A pen's object, read once for a drawing.
+class PenUse {
+ public:
+    PenUse(const ManagedObject& pen, const Affine& map, bool smooth)
+        : pen_(pen), shape_(pen_shape(pen)), start_(property_int(pen, "StartCap")), end_(property_int(pen, "EndCap")) {
+        Affine linear = map;
+        linear.dx = linear.dy = 0;
+        Affine own = shape_.nib;
+        own.dx = own.dy = 0;
+        shape_.nib = own.then(linear);
+        // No line is thinner than a pixel.
+        const double scale = shape_.nib.mean_scale();
+        if (scale > 0) shape_.width = std::max(shape_.width, 1 / scale);
+        const double pixels = shape_.width * scale;
+        dashes_ = dashes_of(pen);
+        for (double& length : dashes_)
+            length *= shape_.width;
+        // Lines of one pixel's width include both ends, as pixels are either painted or not.
+        if (!smooth && pixels <= 1.5 && dashes_.empty() && start_ == 0 && end_ == 0) start_ = end_ = 1;
+        if (!elements_of(property(pen, "CompoundArray")).empty()) {
+            throw_not_supported("Drawing with a compound pen (Pen.CompoundArray)");
+        }
+        insets_ = property_int(pen, "Alignment") == 1;
+    }
+
+    // How far from the outline the pen paints.
+    double reach() const {
+        const double around =
+            shape_.join == Join::kMiter || shape_.join == Join::kMiterClipped ? std::max(shape_.miter_limit, 2.0) : 2.0;
+        const double longest =
+            std::max(PointD{shape_.nib.m11, shape_.nib.m12}.length(), PointD{shape_.nib.m21, shape_.nib.m22}.length());
+        return shape_.width * longest * around + 2;
+    }
+    // Custom caps can be of any size.
+    bool reaches_anywhere() const {
+        return start_ == static_cast<int64_t>(LineCap::kCustom) || end_ == static_cast<int64_t>(LineCap::kCustom);
+    }
+
+    void draw(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth) const {
+        const bool open = std::any_of(outline.begin(), outline.end(), [](const Contour& c) { return !c.closed; });
+        if (!open || (start_ == end_ && is_simple(start_) && (dashes_.empty() || dash_cap() == simple_cap(start_)))) {
+            return stroke(canvas, outline, paint, smooth, dashes_.empty() ? simple_cap(start_) : dash_cap());
+        }
+        const Outline caps = caps_of(outline);
+        if (!dashes_.empty()) {
+            stroke(canvas, outline, paint, smooth, dash_cap());
+            return canvas.fill(caps, FillRule::kWinding, paint, smooth);
+        }
+        PenShape body = shape_;
+        body.start_cap = body.end_cap = EndCap::kFlat;
+        Outline all = widened(outline, body, kFlatness);
+        all.insert(all.end(), caps.begin(), caps.end());
+        canvas.fill(all, FillRule::kWinding, paint, smooth);
+    }
+
+ private:
+    static StrokeCap simple_cap(int64_t cap) {
+        return cap == 1 ? StrokeCap::kSquare : cap == 2 ? StrokeCap::kRound : StrokeCap::kFlat;
+    }
+    StrokeCap dash_cap() const {
+        const int64_t cap = property_int(pen_, "DashCap");
+        return cap == 2 ? StrokeCap::kRound : StrokeCap::kFlat;
+    }
+    void stroke(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth, StrokeCap cap) const {
+        Stroke line;
+        line.width = shape_.width;
+        line.cap = cap;
+        line.join = shape_.join == Join::kRound   ? StrokeJoin::kRound
+                    : shape_.join == Join::kBevel ? StrokeJoin::kBevel
+                                                  : StrokeJoin::kMiter;
+        line.miter_limit = shape_.miter_limit;
+        line.dashes = dashes_;
+        line.dash_offset = property_double(pen_, "DashOffset") * shape_.width;
+        line.nib = shape_.nib;
+        if (insets_ && std::all_of(outline.begin(), outline.end(), [](const Contour& c) { return c.closed; })) {
+            canvas.clip(outline, FillRule::kAlternate, smooth);
+            line.width *= 2;
+        }
+        canvas.stroke(outline, line, paint, smooth);
+    }
+    Outline caps_of(const Outline& outline) const {
+        Outline caps;
+        const double width = shape_.width * shape_.nib.mean_scale();
+        const bool mirrored = shape_.nib.determinant() < 0;
+        const auto add = [&](const LineEnd& end, int64_t cap, const char* custom) {
+            const auto object = property_object(pen_, custom);
+            const PointD d = end.direction * width;
+            // From the cap's space: y along the line, x across it. All turn the way that the line does, for the winding
+            // rule.
+            const Affine placing{d.y, -d.x, d.x, d.y, end.at.x, end.at.y};
+            for (Contour& contour : transformed(cap_outline(cap, object.get()), placing)) {
+                contour.closed = true;
+                const std::vector<PointD> points = flattened(contour, kFlatness);
+                double area = 0;
+                for (size_t i = 0; i < points.size(); ++i) {
+                    const PointD a = points[i], b = points[(i + 1) % points.size()];
+                    area += a.x * b.y - b.x * a.y;
+                }
+                caps.push_back((area < 0) != mirrored ? reversed(contour) : contour);
+            }
+        };
+        for (const Contour& contour : outline) {
+            LineEnd start, end;
+            if (contour.closed || !ends_of(contour, start, end)) continue;
+            add(start, start_, "CustomStartCap");
+            add(end, end_, "CustomEndCap");
+        }
+        return caps;
+    }
+
+    const ManagedObject& pen_;
+    PenShape shape_;
+    int64_t start_, end_;
+    std::vector<double> dashes_;
+    bool insets_ = false;
+};
+
+}  // namespace
+
+void GraphicsObject::stroke(const ManagedObject* pen, const Outline& world) {
+    if (!pen) throw_argument_null("pen");
+    const Affine to_pixels = map();
+    const PenUse use(*pen, to_pixels, smooth());
+    const Outline outline = transformed(world, to_pixels.then(Affine::translation(0.5, 0.5)));
+    const RectD bounds = bounds_of(outline);
+    const double reach = use.reach();
+    const RectD around = use.reaches_anywhere() ? image_rect()
+                                                : RectD{bounds.x - reach, bounds.y - reach, bounds.width + 2 * reach,
+                                                        bounds.height + 2 * reach};
+    draw(around, [&](Canvas& canvas, const PixelArea& area) {
+        Paint paint = paint_of(property_object(*pen, "Brush").get(), {to_pixels, area});
+        paint.opacity *= std::clamp(property_double(*pen, "Opacity"), 0.0, 1.0);
+        use.draw(canvas, outline, paint, smooth());
+    });
+}
+
+}  // namespace zelmor::embed

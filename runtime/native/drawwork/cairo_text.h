@@ -1,0 +1,18 @@
+// Text by Pango: laid out, measured, shown on a cairo context or as outlines.
+#pragma once
+
+#include <cairo.h>
+
+#include <memory>
+
+#include "runtime/native/drawwork/canvas.h"
+
+namespace zelmor::drawwork {
+
+TextExtent measure_text(const TextLayout& layout);
+Outline text_outline(const TextLayout& layout);
+// Draws with the context's source; the layout's corner is the origin of the context's space.
+void show_text(cairo_t* context, const TextLayout& layout);
+bool has_font_family(const std::string& name, const std::vector<std::string>& folders);
+
+}  // namespace zelmor::drawwork

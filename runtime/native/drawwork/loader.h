@@ -1,0 +1,14 @@
+// The way from the runtime to the drawing backend, which is loaded when something is first drawn.
+//
+// Part of the runtime itself, not of the backend's shared object.
+#pragma once
+
+#include "runtime/native/drawwork/canvas.h"
+
+namespace zelmor::embed {
+
+// The backend, loaded from the directory that the runtime lies in. DllNotFoundException where it cannot be loaded; the
+// next call tries again.
+drawwork::Backend& drawing_backend();
+
+}  // namespace zelmor::embed
