@@ -130,9 +130,9 @@ def print_import(bench: Path) -> Start:
     """Prints how long an import takes and what it goes into. `bench` holds what was built for the bench."""
     start = import_time("zelmor.imaging")
     miss = "" if start.met else "  MISS"
-    print(f"Import of zelmor.imaging, {PROCESSES} fresh processes: {start.processor:.1f} ms of processor time more than "
-          f"an\ninterpreter without it; target {TARGET_MILLISECONDS:.0f} ms{miss}. By the clock {start.net:.1f} ms, "
-          f"middle half {start.spread:.1f} ms wide.\nOf the processor time:")
+    print(f"Import of zelmor.imaging, {PROCESSES} fresh processes: {start.processor:.1f} ms of processor time more "
+          f"than an\ninterpreter without it; target {TARGET_MILLISECONDS:.0f} ms{miss}. By the clock {start.net:.1f} "
+          f"ms, middle half {start.spread:.1f} ms wide.\nOf the processor time:")
     types, ready = type_ready_time(bench / "type_ready_audit.so")
     enumerations, members, made = enumeration_time()
     # What the interpreter imports for itself before it runs a program is not part of the import.
