@@ -19,7 +19,6 @@ constexpr const char* kComment = ZELMOR_GIF("Blocks.GifCommentBlock");
 constexpr const char* kControl = ZELMOR_GIF("Blocks.GifGraphicsControlBlock");
 constexpr const char* kPlainText = ZELMOR_GIF("Blocks.GifPlainTextRenderingBlock");
 constexpr const char* kUnknown = ZELMOR_GIF("Blocks.GifUnknownExtensionBlock");
-constexpr const char* kFrame = ZELMOR_GIF("Blocks.GifFrameBlock");
 #undef ZELMOR_GIF
 
 constexpr size_t kMostOfSubBlock = 255;
@@ -282,25 +281,6 @@ void set_disposal(Record& self, int32_t value) {
     set_flags(self, kDisposalMask << kDisposalShift, control_flags(false, false, value));
 }
 
-// The flags of an image descriptor: whether there is a palette and of how many bits, sorted, and interlaced lines.
-int32_t frame_flags(const VariantArg* color_palette, bool is_palette_sorted, bool is_gif_frame_interlaced) {
-    constexpr int kHasPalette = 0x80, kInterlaced = 0x40, kSorted = 0x20;
-    int flags = (is_gif_frame_interlaced ? kInterlaced : 0) | (is_palette_sorted ? kSorted : 0);
-    if (const auto palette = read_object(color_palette)) {
-        int bits = 1;
-        while (bits < 8 && (1 << bits) < property_int(*palette, "EntriesCount"))
-            ++bits;
-        flags |= kHasPalette | (bits - 1);
-    }
-    return flags;
-}
-
-// A frame shows the colours of its own palette, or else of its file's.
-Interface frame_palette(const VariantArg* frame_palette, const VariantArg* container_palette) {
-    auto own = read_object(frame_palette);
-    return {own ? own : read_object(container_palette)};
-}
-
 const Behaviour kMembers[] = {
     {kBlockInterface, "call_000_Save", entry<&save>()},
     {kBlock, "call_000_Save", entry<&save>()},
@@ -319,8 +299,6 @@ const Behaviour kMembers[] = {
     {kControl, "set_UserInputExpected", entry<&set_user_input>()},
     {kControl, "get_DisposalMethod", entry<&get_disposal>()},
     {kControl, "set_DisposalMethod", entry<&set_disposal>()},
-    {kFrame, "call_000_CreateFlags", entry<&frame_flags>()},
-    {kFrame, "call_000_GetColorPalette", entry<&frame_palette>()},
 };
 const BehaviourTable table(Assembly::kImaging, kMembers);
 

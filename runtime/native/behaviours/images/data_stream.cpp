@@ -13,12 +13,14 @@ namespace {
 
 // A new container each time: saving puts another file under the same name. Null for an image that came from nowhere,
 // and for a file that is not written yet.
-Ref<StreamContainerObject> data_stream_container(ImageObject& self) {
+Ref<StreamContainerObject> data_stream_container(ImageBase& self) {
     self.require_live();
-    const Ref<ManagedStream>& stream = self.target_stream ? self.target_stream : self.source_stream;
+    const auto* image = dynamic_cast<ImageObject*>(&self);
+    if (!image) return nullptr;
+    const Ref<ManagedStream>& stream = image->target_stream ? image->target_stream : image->source_stream;
     if (stream) return make_stream_container("Zelmor.Imaging.StreamContainer", stream, false);
-    if (self.target_path.empty() || !file_exists(self.target_path)) return nullptr;
-    return open_file_container(self.target_path);
+    if (image->target_path.empty() || !file_exists(image->target_path)) return nullptr;
+    return open_file_container(image->target_path);
 }
 
 const BehaviourTable table(Assembly::kImaging, {{"Zelmor.Imaging.DataStreamSupporter", "get_DataStreamContainer",

@@ -113,7 +113,7 @@ ImageObject::ImageObject(std::unique_ptr<imagework::Picture> picture, imagework:
     : ImageObject(type_for(facts), std::move(picture), std::move(facts)) {}
 
 ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
-    : Record(type), palette(facts.palette), picture_(std::move(picture)), facts_(std::move(facts)) {
+    : ImageBase(type), palette(facts.palette), picture_(std::move(picture)), facts_(std::move(facts)) {
     if (facts_.transparent_color) {
         set_property(*this, "HasTransparentColor", true);
         set_property(*this, "TransparentColor", box(ColorValue::from_argb(*facts_.transparent_color)));
@@ -126,6 +126,22 @@ ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Pictur
     if (const auto* png = std::get_if<imagework::PngEncoding>(encoding); png && has_property(*this, "NumPlays")) {
         set_property(*this, "NumPlays", int64_t{png->plays});
     }
+}
+
+ImageObject& detail::Arg<ImageObject&>::read(Handle value) {
+    ManagedObject& object = require_object(value);
+    if (auto* image = dynamic_cast<ImageObject*>(&object)) return *image;
+    if (dynamic_cast<ImageBase*>(&object)) {
+        throw_not_supported(std::string("Working on a ") + object.type().name + ", which has no pixels,");
+    }
+    throw_invalid_cast(object.type().full_name, ImageObject::kManagedName);
+}
+
+int32_t ImageObject::image_width() const {
+    return frame_count() == 0 ? static_cast<int32_t>(facts_.width) : picture().width();
+}
+int32_t ImageObject::image_height() const {
+    return frame_count() == 0 ? static_cast<int32_t>(facts_.height) : picture().height();
 }
 
 ImageObject::~ImageObject() {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/native/behaviours/images/image_base.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/stream.h"
 #include "runtime/native/core/values.h"
@@ -35,7 +36,7 @@ enum class FileFormat : uint64_t {
 
 FileFormat file_format_of(const imagework::FileFacts& facts);
 
-class ImageObject final : public Record {
+class ImageObject final : public ImageBase {
  public:
     static constexpr const char* kManagedName = "Zelmor.Imaging.RasterImage";
 
@@ -44,6 +45,14 @@ class ImageObject final : public Record {
     // Of a type of its own, such as a frame.
     ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);
     ~ImageObject() override;
+
+    // An image that has lost its last frame is as large as it was made. The depth is the file's, as long as the image
+    // belongs to one; its pixels in memory may be wider.
+    int32_t image_width() const override;
+    int32_t image_height() const override;
+    int32_t image_bits() const override { return facts_.bits_per_pixel; }
+    FileFormat image_format() const override { return file_format_of(facts_); }
+    ImageBase* image_container() const override { return container_; }
 
     // The picture, of a container the active frame's; ObjectDisposedException once the image is disposed,
     // InvalidOperationException where there is no frame.

@@ -25,6 +25,18 @@ Interface palette(ImageObject& self) {
     return {make_ref<PaletteObject>(self.palette)};
 }
 
+// A vector image has no indices that a palette could stand for.
+bool get_use_palette(ImageBase& self) {
+    self.require_live();
+    auto* image = dynamic_cast<ImageObject*>(&self);
+    return image && use_palette(*image);
+}
+Interface get_palette(ImageBase& self) {
+    self.require_live();
+    auto* image = dynamic_cast<ImageObject*>(&self);
+    return image ? palette(*image) : Interface();
+}
+
 // Each pixel keeps its index, or gets the index of the colour that is nearest to its own.
 void put_palette(ImageObject& self, const VariantArg* argument, bool update_colors) {
     self.require_live();
@@ -92,8 +104,8 @@ void dither(ImageObject& self, int32_t dithering_method, int32_t bits_count) {
 constexpr const char* kImage = "Zelmor.Imaging.Image";
 constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
 const BehaviourTable table(Assembly::kImaging, {
-                                                   {kImage, "get_UsePalette", image_entry<&use_palette>()},
-                                                   {kImage, "get_Palette", image_entry<&palette>()},
+                                                   {kImage, "get_UsePalette", image_entry<&get_use_palette>()},
+                                                   {kImage, "get_Palette", image_entry<&get_palette>()},
                                                    {kImage, "set_Palette", image_entry<&set_palette_property>()},
                                                    {kImage, "call_000_SetPalette", image_entry<&put_palette>()},
                                                    {kRaster, "call_000_Dither", image_entry<&dither>()},

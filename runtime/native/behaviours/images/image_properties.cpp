@@ -10,43 +10,43 @@ namespace zelmor::embed {
 
 namespace {
 
-// An image that has lost its last frame is as large as it was made.
-int32_t width(ImageObject& self) {
-    return self.frame_count() == 0 ? static_cast<int32_t>(self.facts().width) : self.picture().width();
+int32_t width(ImageBase& self) {
+    self.require_live();
+    return self.image_width();
 }
-int32_t height(ImageObject& self) {
-    return self.frame_count() == 0 ? static_cast<int32_t>(self.facts().height) : self.picture().height();
+int32_t height(ImageBase& self) {
+    self.require_live();
+    return self.image_height();
 }
-SizeValue size(ImageObject& self) {
+SizeValue size(ImageBase& self) {
     return {width(self), height(self)};
 }
-RectangleValue bounds(ImageObject& self) {
+RectangleValue bounds(ImageBase& self) {
     return {0, 0, width(self), height(self)};
 }
-
-// Of the file, as long as the image belongs to one; its pixels in memory may be wider.
-int32_t bits_per_pixel(ImageObject& self) {
+int32_t bits_per_pixel(ImageBase& self) {
     self.require_live();
-    return self.facts().bits_per_pixel;
+    return self.image_bits();
 }
-FileFormat file_format(ImageObject& self) {
+FileFormat file_format(ImageBase& self) {
     self.require_live();
-    return file_format_of(self.facts());
+    return self.image_format();
 }
 
 // An image that was loaded or created stands for itself; frames of others have a container.
-Ref<ImageObject> container(ImageObject& self) {
+Ref<ImageBase> container(ImageBase& self) {
     self.require_live();
-    return Ref<ImageObject>(self.container());
+    return Ref<ImageBase>(self.image_container());
 }
 
 // Pixels are always decoded into memory; those of further frames when they are first asked for.
-bool is_cached(ImageObject& self) {
+bool is_cached(ImageBase& self) {
     self.require_live();
     return true;
 }
-void cache_data(ImageObject& self) {
-    if (self.frame_count() > 1) self.frames();
+void cache_data(ImageBase& self) {
+    self.require_live();
+    if (auto* image = dynamic_cast<ImageObject*>(&self); image && image->frame_count() > 1) image->frames();
 }
 float checked_resolution(double value, const char* parameter) {
     if (!(value > 0.0) || std::isinf(value)) {
