@@ -191,8 +191,9 @@ std::vector<uint8_t> VipsPicture::indices(std::span<const Argb> palette, bool di
 }
 
 bool VipsPicture::has_only(std::span<const Argb> palette) const {
-    // What is clear has no colour that counts.
-    const auto seen = [](Argb color) { return color >> 24 == 0 ? 0 : color; };
+    // What is clear has no colour that counts; a picture without alpha shows nothing of the palette's.
+    const bool alpha = has_alpha();
+    const auto seen = [alpha](Argb color) { return !alpha ? color | kBlack : color >> 24 == 0 ? 0 : color; };
     const std::unordered_set<Argb> known = [&] {
         std::unordered_set<Argb> colors;
         for (const Argb color : palette)

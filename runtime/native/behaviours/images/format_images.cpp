@@ -242,13 +242,20 @@ Ref<ImageObject> jpeg_of_size(int32_t width, int32_t height) {
     return new_image(encoding_of(JpegEncoding{}), width, height);
 }
 
-// There is no backend for the format, so that such an image would have no pixels.
+// There is no backend for these formats, so that such an image would have no pixels.
 Ref<ImageObject> jpeg_2000_of_size(int32_t, int32_t) {
     throw_not_supported("Making a Jpeg2000Image");
+}
+Ref<ImageObject> jpeg_2000_of_image(ImageObject*) {
+    throw_not_supported("Making a Jpeg2000Image");
+}
+Ref<ImageObject> tga_of_image(ImageObject*) {
+    throw_not_supported("Making a TgaImage");
 }
 
 constexpr const char* kBmp = "Zelmor.Imaging.FileFormats.Bmp.BmpImage";
 constexpr const char* kJpeg2000 = "Zelmor.Imaging.FileFormats.Jpeg2000.Jpeg2000Image";
+constexpr const char* kTga = "Zelmor.Imaging.FileFormats.Tga.TgaImage";
 constexpr const char* kPng = "Zelmor.Imaging.FileFormats.Png.PngImage";
 constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
 const BehaviourTable table(Assembly::kImaging,
@@ -284,6 +291,8 @@ const BehaviourTable table(Assembly::kImaging,
                                {kJpeg, "ctor_003_JpegImage", image_entry<&jpeg_of_size>()},
                                {kJpeg, "ctor_004_JpegImage", image_entry<&jpeg_with_options>()},
                                {kJpeg2000, "ctor_004_Jpeg2000Image", image_entry<&jpeg_2000_of_size>()},
+                               {kJpeg2000, "ctor_007_Jpeg2000Image", image_entry<&jpeg_2000_of_image>()},
+                               {kTga, "ctor_001_TgaImage", image_entry<&tga_of_image>()},
                                {kJpeg, "get_JpegOptions", image_entry<&jpeg_options>()},
                            });
 
