@@ -14,9 +14,14 @@ from zelmor.imaging.fileformats.bmp import BitmapCoreHeader
 from zelmor.imaging.fileformats.cmx.objectmodel import CmxLayer
 from zelmor.imaging.fileformats.emf.emf import records as emf
 from zelmor.imaging.fileformats.emf.emf.consts import EmfRecordType
+from zelmor.imaging.fileformats.emf.emf.objects import EmfHeaderObject, EmfLogPalette, EmfPixelFormatDescriptor
 from zelmor.imaging.fileformats.emf.emfplus import records as emf_plus
 from zelmor.imaging.fileformats.emf.emfplus.consts import EmfPlusImageEffectsIdentifiers, EmfPlusRecordType
+from zelmor.imaging.fileformats.emf.emfplus.objects import EmfPlusGraphicsVersion
 from zelmor.imaging.fileformats.gif import blocks
+from zelmor.imaging.fileformats.jpeg import JFIFData
+from zelmor.imaging.fileformats.wmf.objects import (
+    WmfBitmapCoreHeader, WmfBitmapInfoHeader, WmfLogColorSpace, WmfLogColorSpaceW)
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions, VectorRasterizationOptions
 from zelmor.imaging.masking.options import AutoMaskingGraphCutOptions, MaskingOptions, SegmentationMethod
 
@@ -148,3 +153,14 @@ def test_single_formats() -> None:
     for format_ in FileFormat:
         assert single(format_) == (int(format_) != 0)
     assert not single(FileFormat.PNG | FileFormat.BMP)
+
+
+def test_new_structures_have_their_own_size_version_and_signature() -> None:
+    assert JFIFData().version == 0x102
+    assert (EmfPixelFormatDescriptor().n_size, EmfPixelFormatDescriptor().n_version) == (40, 1)
+    assert (EmfHeaderObject().version, EmfLogPalette().version) == (0x10000, 0x300)
+    assert EmfPlusGraphicsVersion().metafile_signature == 0xDBC01
+    for header, size in ((WmfBitmapCoreHeader(), 12), (WmfBitmapInfoHeader(), 40)):
+        assert (header.header_size, header.planes) == (size, 1)
+    for space in (WmfLogColorSpace(), WmfLogColorSpaceW()):
+        assert (space.signature.to_bytes(4, "big"), space.version) == (b"PSOC", 0x400)

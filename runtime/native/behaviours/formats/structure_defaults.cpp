@@ -1,0 +1,47 @@
+// What the fields of published structures have in a new one: their own sizes, versions and signatures.
+#include "runtime/native/core/defaults.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+#define ZELMOR_FORMATS(name) "Zelmor.Imaging.FileFormats." name
+constexpr const char* kJfif = ZELMOR_FORMATS("Jpeg.JFIFData");
+constexpr const char* kPdf = ZELMOR_FORMATS("Pdf.PdfCoreOptions");
+constexpr const char* kEmfHeader = ZELMOR_FORMATS("Emf.Emf.Objects.EmfHeaderObject");
+constexpr const char* kEps = ZELMOR_FORMATS("Emf.Emf.Objects.EmfEpsData");
+constexpr const char* kPalette = ZELMOR_FORMATS("Emf.Emf.Objects.EmfLogPalette");
+constexpr const char* kPixelFormat = ZELMOR_FORMATS("Emf.Emf.Objects.EmfPixelFormatDescriptor");
+constexpr const char* kPlusVersion = ZELMOR_FORMATS("Emf.EmfPlus.Objects.EmfPlusGraphicsVersion");
+constexpr const char* kCoreHeader = ZELMOR_FORMATS("Wmf.Objects.WmfBitmapCoreHeader");
+constexpr const char* kInfoHeader = ZELMOR_FORMATS("Wmf.Objects.WmfBitmapInfoHeader");
+constexpr const char* kColorSpace = ZELMOR_FORMATS("Wmf.Objects.WmfLogColorSpace");
+constexpr const char* kColorSpaceW = ZELMOR_FORMATS("Wmf.Objects.WmfLogColorSpaceW");
+#undef ZELMOR_FORMATS
+
+constexpr int kColorSpaceSignature = 0x50534F43;  // "PSOC"
+constexpr int kColorSpaceVersion = 0x400;
+
+constexpr DefaultValue kDefaults[] = {
+    {kJfif, "Version", 0x102},
+    {kPdf, "JpegQuality", 75},
+    {kEmfHeader, "Version", 0x10000},
+    {kEps, "Version", 1},
+    {kPalette, "Version", 0x300},
+    {kPixelFormat, "NSize", 40},
+    {kPixelFormat, "NVersion", 1},
+    {kPlusVersion, "MetafileSignature", 0xDBC01},
+    {kCoreHeader, "HeaderSize", 12},
+    {kCoreHeader, "Planes", 1},
+    {kInfoHeader, "HeaderSize", 40},
+    {kInfoHeader, "Planes", 1},
+    {kColorSpace, "Signature", kColorSpaceSignature},
+    {kColorSpace, "Version", kColorSpaceVersion},
+    {kColorSpaceW, "Signature", kColorSpaceSignature},
+    {kColorSpaceW, "Version", kColorSpaceVersion},
+};
+const DefaultTable table(kDefaults);
+
+}  // namespace
+
+}  // namespace zelmor::embed

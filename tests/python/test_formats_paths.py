@@ -1,0 +1,111 @@
+"""Paths as resources of knots, and back."""
+
+from __future__ import annotations
+
+from typing import Any
+
+import pytest
+from zelmor.imaging import Figure, GraphicsPath, PointF, RectangleF, Size
+from zelmor.imaging.fileformats.core.vectorpaths import BezierKnotRecord, LengthRecord, VectorPathType
+from zelmor.imaging.fileformats.tiff.pathresources import PathResource, PathResourceConverter
+from zelmor.imaging.shapes import BezierShape, PolygonShape, RectangleShape
+
+SIZE = Size(200, 100)
+
+
+def cast(kind: Any, value: Any) -> Any:
+    return kind._cast_to(value).value
+
+
+def path_of(*shapes: Any) -> GraphicsPath:
+    path = GraphicsPath()
+    for shape in shapes:
+        figure = Figure()
+        figure.add_shape(shape)
+        path.add_figure(figure)
+    return path
+
+
+def points(*pairs: tuple[float, float]) -> list[PointF]:
+    return [PointF(x, y) for x, y in pairs]
+
+
+def pairs_of(shape: Any) -> list[tuple[float, float]]:
+    return [(point.x, point.y) for point in cast(BezierShape, shape).points]
+
+
+def records_of(path: GraphicsPath) -> list[Any]:
+    resources = PathResourceConverter.from_graphics_path(path, SIZE)
+    assert len(resources) == 1
+    assert (resources[0].block_id, resources[0].name) == (2000, "Path 1")
+    return list(resources[0].records)
+
+
+def test_the_records_of_a_rectangle() -> None:
+    records = records_of(path_of(RectangleShape(RectangleF(50, 25, 100, 50))))
+    assert [record.type for record in records] == [
+        VectorPathType.PATH_FILL_RULE_RECORD, VectorPathType.INITIAL_FILL_RULE_RECORD,
+        VectorPathType.CLOSED_SUBPATH_LENGTH_RECORD] + [VectorPathType.CLOSED_SUBPATH_BEZIER_KNOT_UNLINKED] * 4
+    assert cast(LengthRecord, records[2]).bezier_knot_records_count == 4
+    anchors = []
+    for record in records[3:]:
+        before, anchor, behind = cast(BezierKnotRecord, record).path_points
+        assert before == anchor == behind
+        anchors.append((anchor.x, anchor.y))
+        raw = list(cast(BezierKnotRecord, record).points)[1]
+        assert (raw.x / 2**24, raw.y / 2**24) == anchors[-1]
+    assert sorted(anchors) == [(0.25, 0.25), (0.25, 0.75), (0.75, 0.25), (0.75, 0.75)]
+
+
+@pytest.mark.parametrize("closed", [False, True])
+def test_curves_come_back(closed: bool) -> None:
+    corners = [(10.0, 20.0), (30.0, 5.0), (60.0, 5.0), (80.0, 20.0), (90.0, 40.0), (90.0, 60.0), (80.0, 80.0)]
+    resources = PathResourceConverter.from_graphics_path(path_of(BezierShape(points(*corners), closed)), SIZE)
+    path = PathResourceConverter.to_graphics_path(resources, SIZE)
+    figures = list(path.figures)
+    assert len(figures) == 1
+    shape = figures[0].shapes[0]
+    back = pairs_of(shape)
+    assert back[:7] == pytest.approx([pytest.approx(pair, abs=1e-4) for pair in corners])
+    assert cast(BezierShape, shape).is_closed == closed
+    # A closed figure goes straight back to where it began.
+    rest = [(80.0, 80.0), (10.0, 20.0), (10.0, 20.0)] if closed else []
+    assert back[7:] == [pytest.approx(pair, abs=1e-4) for pair in rest]
+
+
+def test_figures_stay_apart_and_scale_with_the_picture() -> None:
+    path = path_of(PolygonShape(points((0, 0), (20, 10), (40, 0))), RectangleShape(RectangleF(10, 10, 20, 20)))
+    resources = PathResourceConverter.from_graphics_path(path, SIZE)
+    twice = PathResourceConverter.to_graphics_path(resources, Size(400, 200))
+    assert len(twice.figures) == 2
+    bounds = twice.figures[1].bounds
+    assert (bounds.x, bounds.y, bounds.width, bounds.height) == pytest.approx((20, 20, 40, 40), abs=1e-3)
+    assert pairs_of(twice.figures[0].shapes[0])[::3] == [(0, 0), pytest.approx((40, 20)), pytest.approx((80, 0))]
+
+
+def test_knots_without_fractions_are_read_from_their_numbers() -> None:
+    resource = PathResource()
+    length, knot = LengthRecord(), BezierKnotRecord()
+    length.is_open, length.record_count = True, 1
+    source = cast(BezierKnotRecord, records_of(path_of(PolygonShape(points((100, 50), (0, 0)))))[3])
+    knot.points = source.points
+    resource.records = [length, knot]
+    path = PathResourceConverter.to_graphics_path([resource], SIZE)
+    assert pairs_of(path.figures[0].shapes[0]) == [(100.0, 50.0)]
+
+
+def test_what_is_no_path() -> None:
+    resource = PathResource()
+    assert len(PathResourceConverter.to_graphics_path([resource], SIZE).figures) == 0
+    length, knot = LengthRecord(), BezierKnotRecord()
+    length.record_count = 2
+    for records in ([knot], [length], [length, length], [length, knot]):
+        resource.records = records
+        with pytest.raises(RuntimeError, match="ArgumentException"):
+            PathResourceConverter.to_graphics_path([resource], SIZE)
+    with pytest.raises(RuntimeError, match="ArgumentOutOfRangeException"):
+        PathResourceConverter.to_graphics_path([], Size(0, 5))
+    with pytest.raises(RuntimeError, match="ArgumentNullException"):
+        PathResourceConverter.from_graphics_path(None, SIZE)
+    with pytest.raises(RuntimeError, match="ArgumentOutOfRangeException.*too far"):
+        PathResourceConverter.from_graphics_path(path_of(PolygonShape(points((1e6, 0), (0, 0)))), SIZE)
