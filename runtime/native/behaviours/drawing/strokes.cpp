@@ -121,14 +121,14 @@ class PenUse {
         if (!open || (start_ == end_ && is_simple(start_) && (dashes_.empty() || dash_cap() == simple_cap(start_)))) {
             return stroke(canvas, outline, paint, smooth, dashes_.empty() ? simple_cap(start_) : dash_cap());
         }
-        const Outline caps = caps_of(outline);
+        const Outline caps = caps_of(outline), lines = shortened(outline);
         if (!dashes_.empty()) {
-            stroke(canvas, outline, paint, smooth, dash_cap());
+            stroke(canvas, lines, paint, smooth, dash_cap());
             return canvas.fill(caps, FillRule::kWinding, paint, smooth);
         }
         PenShape body = shape_;
         body.start_cap = body.end_cap = EndCap::kFlat;
-        Outline all = widened(outline, body, kFlatness);
+        Outline all = widened(lines, body, kFlatness);
         all.insert(all.end(), caps.begin(), caps.end());
         canvas.fill(all, FillRule::kWinding, paint, smooth);
     }
@@ -157,6 +157,19 @@ class PenUse {
             line.width *= 2;
         }
         canvas.stroke(outline, line, paint, smooth);
+    }
+    // The lines without the ends that would show beside the tip of an arrow.
+    Outline shortened(const Outline& outline) const {
+        const double inset = 0.9 * shape_.width * shape_.nib.mean_scale();
+        const auto arrow = [](int64_t cap) { return cap == static_cast<int64_t>(LineCap::kArrowAnchor); };
+        Outline lines = outline;
+        for (Contour& contour : lines) {
+            LineEnd start, end;
+            if (contour.closed || !ends_of(contour, start, end)) continue;
+            if (arrow(start_)) contour.start = contour.start - start.direction * inset;
+            if (arrow(end_)) contour.segments.back().end = contour.segments.back().end - end.direction * inset;
+        }
+        return lines;
     }
     Outline caps_of(const Outline& outline) const {
         Outline caps;
