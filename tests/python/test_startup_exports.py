@@ -49,6 +49,10 @@ def test_image_backend() -> None:
     assert exports(RUNTIME / "libzelmor.embed.imagework.so") == {"zelmor_imagework_backend"}
 
 
+def test_drawing_backend() -> None:
+    assert exports(RUNTIME / "libzelmor.embed.drawwork.so") == {"zelmor_drawwork_backend"}
+
+
 def test_only_the_image_backend_is_linked_with_codecs() -> None:
     """An import loads the module, its siblings and the runtime; none of them may pull in image libraries."""
     libraries = [*PACKAGE.rglob("*.cpython-*.so"), RUNTIME / "libcoreclr.so", RUNTIME / WRAPPER]
@@ -56,4 +60,5 @@ def test_only_the_image_backend_is_linked_with_codecs() -> None:
         listing = subprocess.run(["readelf", "-d", library], capture_output=True, text=True, check=True)
         needed = [line for line in listing.stdout.splitlines() if "(NEEDED)" in line]
         assert needed
-        assert not any(name in line for line in needed for name in ("vips", "jpeg", "png", "tiff", "webp", "lcms"))
+        others = ("vips", "jpeg", "png", "tiff", "webp", "lcms", "cairo", "pango")
+        assert not any(name in line for line in needed for name in others)
