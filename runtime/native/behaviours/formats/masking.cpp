@@ -55,7 +55,6 @@ Ref<ManagedObject> assumed_object(const std::string& type, const RectangleValue&
 
 class Masking final : public Record {
  public:
-    static constexpr const char* kManagedName = kMasking;
     using Record::Record;
     Ref<ManagedObject> source;  // kept, as the managed class keeps it
 };
