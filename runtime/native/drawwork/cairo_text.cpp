@@ -73,7 +73,7 @@ Layout make_layout(cairo_t* context, const TextLayout& wanted) {
     constexpr PangoAlignment kAlignments[] = {PANGO_ALIGN_LEFT, PANGO_ALIGN_CENTER, PANGO_ALIGN_RIGHT};
     pango_layout_set_alignment(layout.get(), kAlignments[std::clamp(wanted.alignment, 0, 2)]);
     const auto units = [](double pixels) {
-        return static_cast<int>(std::clamp(pixels * PANGO_SCALE, 0.0, double(G_MAXINT / 2)));
+        return pixels > 0 ? static_cast<int>(std::min(pixels * PANGO_SCALE, double(G_MAXINT / 2))) : 0;
     };
     if (wanted.width >= 0 && (wanted.wrap || wanted.trimming != TextTrimming::kNone)) {
         pango_layout_set_width(layout.get(), units(wanted.width));

@@ -15,7 +15,6 @@ constexpr const char* kBrush = "Zelmor.Imaging.Brush";
 constexpr const char* kTransform = "Zelmor.Imaging.Brushes.TransformBrush";
 constexpr const char* kLinear = "Zelmor.Imaging.Brushes.LinearGradientBrush";
 constexpr const char* kLinearMany = "Zelmor.Imaging.Brushes.LinearMulticolorGradientBrush";
-constexpr const char* kPathBase = "Zelmor.Imaging.Brushes.PathGradientBrushBase";
 constexpr const char* kPathTwo = "Zelmor.Imaging.Brushes.PathGradientBrush";
 constexpr const char* kPathMany = "Zelmor.Imaging.Brushes.PathMulticolorGradientBrush";
 constexpr const char* kTexture = "Zelmor.Imaging.Brushes.TextureBrush";

@@ -152,6 +152,17 @@ class PenUse {
         line.dashes = dashes_;
         line.dash_offset = property_double(pen_, "DashOffset") * shape_.width;
         line.nib = shape_.nib;
+        // Dashes too many to be told apart are an unbroken line; each of them would take its time.
+        constexpr double kMostDashes = 100'000;
+        double length = 0, cycle = 0;
+        for (const Contour& contour : outline) {
+            const std::vector<PointD> points = flattened(contour, 1);
+            for (size_t i = 1; i < points.size(); ++i)
+                length += (points[i] - points[i - 1]).length();
+        }
+        for (const double dash : dashes_)
+            cycle += dash * shape_.nib.mean_scale();
+        if (!dashes_.empty() && !(length < cycle * kMostDashes)) line.dashes.clear();
         if (insets_ && std::all_of(outline.begin(), outline.end(), [](const Contour& c) { return c.closed; })) {
             canvas.clip(outline, FillRule::kAlternate, smooth);
             line.width *= 2;

@@ -1,4 +1,6 @@
 // Laying out text with fonts and formats, and the outlines of text shapes.
+#include <algorithm>
+
 #include "runtime/native/behaviours/drawing/fonts.h"
 #include "runtime/native/behaviours/drawing/shapes.h"
 #include "runtime/native/behaviours/drawing/text_layouts.h"
@@ -86,6 +88,9 @@ PlacedText place_text(const std::u16string& text, const ManagedObject* font, con
         placed.layout.text.clear();
         return placed;
     }
+    constexpr double kLargest = 32'000;
+    if (layout.size > kLargest) throw_argument("The font is too large to be drawn.");
+    std::replace(layout.text.begin(), layout.text.end(), '\0', ' ');  // text ends there for the library
     placed.extent = drawing_backend().measure(layout);
     const auto part = [](int64_t alignment) { return alignment == 1 ? 0.5 : alignment == 2 ? 1.0 : 0.0; };
     // Lines without a frame to be aligned in are aligned at the point.
