@@ -68,7 +68,10 @@ void ColorAdjustment::apply(std::span<Argb> pixels) const {
                 color = mapped(*gray_matrix, color);
             }
         }
-        if (gamma) color = each_color(color, [&](Argb v) { return std::lround(std::pow(v / 255.0, *gamma) * 255); });
+        if (gamma)
+            color = each_color(color, [&](Argb v) {
+                return std::lround(std::fmin(std::fmax(std::pow(v / 255.0, *gamma), 0), 1) * 255);
+            });
         if (threshold) color = each_color(color, [&](Argb v) { return v > *threshold * 255 ? 255 : 0; });
     }
 }
