@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "runtime/native/behaviours/metadata/entry_names.h"
 #include "runtime/native/behaviours/metadata/exif_data.h"
 #include "runtime/native/behaviours/metadata/rationals.h"
 #include "runtime/native/core/entry.h"
@@ -307,16 +308,11 @@ int32_t get_number(ExifObject& self) {
     return integer_value(self, kTable[kIndex]);
 }
 
-// Entry names are made at run time and have to stay.
-const char* kept(const char* prefix, const char* name) {
-    return (new std::string(std::string(prefix) + name))->c_str();
-}
-
 template <const auto& kTable, size_t kIndex>
 void add_property(BehaviourTable& table, const char* type) {
     constexpr Kind kind = kTable[kIndex].kind;
-    const char* getter = kept("get_", kTable[kIndex].name);
-    const char* setter = kept("set_", kTable[kIndex].name);
+    const char* getter = entry_name("get_", kTable[kIndex].name);
+    const char* setter = entry_name("set_", kTable[kIndex].name);
     if constexpr (kind == Kind::kRational) {
         table.add({type, getter, entry<&get_rational<kTable, kIndex>>()});
         table.add({type, setter, entry<&set_rational<kTable, kIndex>>()});

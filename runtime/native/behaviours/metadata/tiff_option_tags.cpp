@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "runtime/native/behaviours/metadata/entry_names.h"
 #include "runtime/native/behaviours/metadata/exif_data.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
@@ -301,10 +302,9 @@ Ref<ManagedObject> get_rational(TiffOptionsObject& self) {
 template <size_t kIndex>
 void add_getter(BehaviourTable& table) {
     constexpr Kind kind = kProperties[kIndex].kind;
-    // Names of entries have to stay.
-    const char* name = (new std::string(std::string("get_") + kProperties[kIndex].name))->c_str();
+    const char* name = entry_name("get_", kProperties[kIndex].name);
     if constexpr (kind == Kind::kValue || kind == Kind::kWideText) {
-        const char* setter = (new std::string(std::string("set_") + kProperties[kIndex].name))->c_str();
+        const char* setter = entry_name("set_", kProperties[kIndex].name);
         table.add({kOptions, name, entry<&get_value<kIndex>>()});
         table.add({kOptions, setter, entry<&set_value<kIndex>>()});
     } else if constexpr (kind == Kind::kRational) {
