@@ -9,6 +9,8 @@
 #   make debug-test, make sanitize, make valgrind
 #                 the tests under the debug interpreter, the address and undefined-behaviour sanitizers, and valgrind
 #                 (slow: name some with TESTS=tests/python/test_x.py)
+#   make growth   use every member again and again, and tell where Python's memory grows (slow; name parts of class
+#                 names with CLASSES="Bmp Tiff")
 #   make scale    generation, compilation and size at the number of types and members of the whole API
 #   make identifiers
 #                 complete the tables of type identifiers
@@ -29,7 +31,7 @@ LAUNCHER = $(if $(wildcard /usr/bin/ccache),-DCMAKE_C_COMPILER_LAUNCHER=ccache -
 .DEFAULT_GOAL := build
 # The prerequisites below stand in order: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind identifiers lint format clean
+.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth identifiers lint format clean
 
 setup:
 	@tools/setup.sh
@@ -76,6 +78,9 @@ sanitize: setup-test
 
 valgrind: setup-test setup-check build
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under valgrind $(TESTS)
+
+growth: setup-test build
+	@ZELMOR_BUILD_DIR=$(BUILD) $(RUN) tests/python/memory_growth.py $(CLASSES)
 
 identifiers:
 	@for catalogue in api/catalogue siblings/catalogue/*; do \

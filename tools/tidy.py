@@ -1,0 +1,113 @@
+"""Runs clang-tidy over the C++ sources that git knows, but not over those that it has passed before.
+
+A source is passed while nothing that its findings depend on has changed: its text, that of the headers of the project
+that it includes (as the build found them), its compile command, the configuration and the version of clang-tidy. What
+passed is remembered in the build tree. Headers have no run of their own; their findings come with their includers.
+Sources without a compile command there (the bench is a build of its own) are left out. The exit code tells whether all
+is clean.
+"""
+
+import argparse
+import hashlib
+import json
+import os
+import re
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+TOP = Path(__file__).resolve().parents[1]
+
+
+def output(*command: str | Path, directory: Path = TOP) -> str:
+    """What a command that must not fail prints."""
+    return subprocess.run(command, cwd=directory, check=True, text=True, capture_output=True).stdout
+
+
+def read_dependencies(build: Path) -> dict[str, list[Path]]:
+    """For each object of the build tree, the files of the project and of the build that its compilation read."""
+    found: dict[str, list[Path]] = {}
+    files: list[Path] = []
+    for line in output("ninja", "-t", "deps", directory=build).splitlines():
+        if line.startswith("    "):
+            path = (build / line.strip()).resolve()
+            if path.is_relative_to(TOP) or path.is_relative_to(build):
+                files.append(path)
+        elif line:
+            files = found[line.split(": #deps")[0]] = []
+    return found
+
+
+class Hashes:
+    """The text of each file as a hash, read once."""
+
+    def __init__(self) -> None:
+        self._known: dict[Path, bytes] = {}
+
+    def of(self, path: Path) -> bytes:
+        if path not in self._known:
+            self._known[path] = hashlib.sha256(path.read_bytes() if path.exists() else b"").digest()
+        return self._known[path]
+
+
+def signature(common: bytes, command: str, files: list[Path], hashes: Hashes) -> str:
+    """What stands for everything that the findings of one source depend on."""
+    total = hashlib.sha256(common + command.encode())
+    for path in files:
+        total.update(str(path).encode() + hashes.of(path))
+    return total.hexdigest()
+
+
+def findings(build: Path, source: Path) -> str:
+    """What clang-tidy has to say about a source; nothing where it is clean."""
+    run = subprocess.run(["clang-tidy", "--quiet", "-p", str(build), str(source)], cwd=build, text=True,
+                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    if run.returncode == 0:
+        return ""
+    lines = [line for line in run.stdout.splitlines() if re.search(r"(warning|error):", line)]
+    return "\n".join(lines) or f"{source}: clang-tidy fails ({run.returncode})\n{run.stdout}"
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="sources at a time")
+    parser.add_argument("sources", nargs="*", type=Path, help="only these sources")
+    arguments = parser.parse_args()
+    build = arguments.build.resolve()
+
+    tracked = {TOP / name for name in output("git", "ls-files", "-z", "--", "*.cpp").split("\0") if name}
+    wanted = {path.resolve() for path in arguments.sources} or tracked
+    dependencies = read_dependencies(build)
+    hashes = Hashes()
+    common = hashes.of(TOP / ".clang-tidy") + output("clang-tidy", "--version").encode()
+
+    passed = build / "tidy"
+    passed.mkdir(exist_ok=True)
+    # A source that several targets build has several commands; clang-tidy goes through all of them in one run.
+    parts: dict[Path, list[str]] = {}
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        source, target = Path(entry["file"]), re.search(r" -o (\S+)", entry["command"])
+        if source in tracked & wanted:
+            if target is None or target[1] not in dependencies:
+                sys.exit(f"{source} is not built")
+            parts.setdefault(source, []).append(signature(common, entry["command"], dependencies[target[1]], hashes))
+    marks = {source: passed / hashlib.sha256("".join(own).encode()).hexdigest() for source, own in parts.items()}
+    waiting = {source: mark for source, mark in marks.items() if not mark.exists()}
+
+    said: set[str] = set()
+    with ThreadPoolExecutor(arguments.jobs) as pool:
+        for mark, text in zip(waiting.values(), pool.map(lambda source: findings(build, source), waiting), strict=True):
+            if not text:
+                mark.touch()
+            for line in text.splitlines():
+                if line not in said:
+                    print(line, flush=True)
+                    said.add(line)
+    print(f"clang-tidy: {len(waiting)} sources looked at, {len(said)} findings")
+    return 1 if said else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
