@@ -70,15 +70,35 @@ struct ArrListCalls {
     void (*ensure_capacity)(void*, int);
 };
 
-// The thunks over the calls that both groups have. `Delegates` holds the group as `calls`.
+// "SqItem" to "CountOf" of a typed list known by its interface.
+template <class Element>
+struct IListCalls {
+    using Arg = typename Element::Arg;
+    using Out = typename Element::Out;
+    int (*sq_item)(void*, int, Out*);
+    typename UncheckedRead<Element>::Delegate sq_item_nocheck;
+    int (*sq_ssitem)(void*, int, Arg);
+    void (*sq_ssitem_nocheck)(void*, int, Arg);
+    void (*insert)(void*, int, Arg);
+    int (*remove_at)(void*, int);
+    int (*pop)(void*, int has_index, int index, Out*);
+    int (*sq_inplace_concat)(void*, const VariantArg*);
+    void (*sq_inplace_repeat)(void*, int);
+    int (*mp_subscript)(void*, const VariantArg*, int start, int count, int step);
+    void (*mp_remove)(void*, int start, int count, int step);
+    void (*reverse)(void*);
+    void (*sort)(void*, int reverse);
+    int (*index_by)(void*, int has_start, int start, int has_stop, int stop, Arg);
+    int (*count_of)(void*, Arg);
+};
+
+// The thunks over the calls that all groups have. `Delegates` holds the group as `calls`.
 template <class Host, class Delegates, class Element>
-class ArrayHost : public CollectionHost<Host, Delegates> {
+class ItemsHost : public CollectionHost<Host, Delegates> {
  public:
     using Arg = typename Element::Arg;
     using Out = typename Element::Out;
 
-    int sq_length(void* handle) const { return calls().sq_length(handle); }
-    int sq_contains(void* handle, Arg value) const { return calls().sq_contains(handle, value); }
     int sq_item(void* handle, int index, Out* out) const { return calls().sq_item(handle, index, out); }
     Out sq_item_nocheck(void* handle, int index) const {
         return UncheckedRead<Element>::call(calls().sq_item_nocheck, handle, index);
@@ -101,15 +121,23 @@ class ArrayHost : public CollectionHost<Host, Delegates> {
     const auto& calls() const { return this->m_delegates.calls; }
 };
 
+// Those of a kind that is counted and searched by the same host.
 template <class Host, class Delegates, class Element>
-class ArrListHost : public ArrayHost<Host, Delegates, Element> {
+class ArrayHost : public ItemsHost<Host, Delegates, Element> {
  public:
     using Arg = typename Element::Arg;
-    using Out = typename Element::Out;
 
-    void add(void* handle, Arg value) const { this->calls().add(handle, value); }
-    int remove(void* handle, Arg value) const { return this->calls().remove(handle, value); }
-    void clear(void* handle) const { this->calls().clear(handle); }
+    int sq_length(void* handle) const { return this->calls().sq_length(handle); }
+    int sq_contains(void* handle, Arg value) const { return this->calls().sq_contains(handle, value); }
+};
+
+// Those of a kind that grows, over the host of its items.
+template <class Items>
+class GrowingHost : public Items {
+ public:
+    using Arg = typename Items::Arg;
+    using Out = typename Items::Out;
+
     void insert(void* handle, int index, Arg value) const { this->calls().insert(handle, index, value); }
     int remove_at(void* handle, int index) const { return this->calls().remove_at(handle, index); }
     int pop(void* handle, int has_index, int index, Out* out) const {
@@ -122,6 +150,16 @@ class ArrListHost : public ArrayHost<Host, Delegates, Element> {
     void mp_remove(void* handle, int start, int count, int step) const {
         this->calls().mp_remove(handle, start, count, step);
     }
+};
+
+template <class Host, class Delegates, class Element>
+class ArrListHost : public GrowingHost<ArrayHost<Host, Delegates, Element>> {
+ public:
+    using Arg = typename Element::Arg;
+
+    void add(void* handle, Arg value) const { this->calls().add(handle, value); }
+    int remove(void* handle, Arg value) const { return this->calls().remove(handle, value); }
+    void clear(void* handle) const { this->calls().clear(handle); }
     void ensure_capacity(void* handle, int count) const { this->calls().ensure_capacity(handle, count); }
 };
 

@@ -83,64 +83,14 @@ class TypedListHost : public ArrListHost<Host, TypedListDelegates<Element>, Elem
 
 template <class Element>
 struct TypedIListDelegates {
-    using Arg = typename Element::Arg;
-    using Out = typename Element::Out;
-    int (*sq_item)(void*, int, Out*);
-    typename UncheckedRead<Element>::Delegate sq_item_nocheck;
-    int (*sq_ssitem)(void*, int, Arg);
-    void (*sq_ssitem_nocheck)(void*, int, Arg);
-    void (*insert)(void*, int, Arg);
-    int (*remove_at)(void*, int);
-    int (*pop)(void*, int has_index, int index, Out*);
-    int (*sq_inplace_concat)(void*, const VariantArg*);
-    void (*sq_inplace_repeat)(void*, int);
-    int (*mp_subscript)(void*, const VariantArg*, int start, int count, int step);
-    void (*mp_remove)(void*, int start, int count, int step);
-    void (*reverse)(void*);
-    void (*sort)(void*, int reverse);
-    int (*index_by)(void*, int has_start, int start, int has_stop, int stop, Arg);
-    int (*count_of)(void*, Arg);
+    IListCalls<Element> calls;
     TypedInterfaceCasts casts;
 };
 
 template <class Host, class Element>
-class TypedIListHost : public CollectionHost<Host, TypedIListDelegates<Element>> {
+class TypedIListHost : public GrowingHost<ItemsHost<Host, TypedIListDelegates<Element>, Element>> {
  public:
-    using Arg = typename Element::Arg;
-    using Out = typename Element::Out;
     static constexpr const auto& kMethods = kTypedIListMethods;
-
-    int sq_item(void* handle, int index, Out* out) const { return this->m_delegates.sq_item(handle, index, out); }
-    Out sq_item_nocheck(void* handle, int index) const {
-        return UncheckedRead<Element>::call(this->m_delegates.sq_item_nocheck, handle, index);
-    }
-    int sq_ssitem(void* handle, int index, Arg value) const {
-        return this->m_delegates.sq_ssitem(handle, index, value);
-    }
-    void sq_ssitem_nocheck(void* handle, int index, Arg value) const {
-        this->m_delegates.sq_ssitem_nocheck(handle, index, value);
-    }
-    void insert(void* handle, int index, Arg value) const { this->m_delegates.insert(handle, index, value); }
-    int remove_at(void* handle, int index) const { return this->m_delegates.remove_at(handle, index); }
-    int pop(void* handle, int has_index, int index, Out* out) const {
-        return this->m_delegates.pop(handle, has_index, index, out);
-    }
-    int sq_inplace_concat(void* handle, const VariantArg* source) const {
-        return this->m_delegates.sq_inplace_concat(handle, source);
-    }
-    void sq_inplace_repeat(void* handle, int count) const { this->m_delegates.sq_inplace_repeat(handle, count); }
-    int mp_subscript(void* handle, const VariantArg* source, int start, int count, int step) const {
-        return this->m_delegates.mp_subscript(handle, source, start, count, step);
-    }
-    void mp_remove(void* handle, int start, int count, int step) const {
-        this->m_delegates.mp_remove(handle, start, count, step);
-    }
-    void reverse(void* handle) const { this->m_delegates.reverse(handle); }
-    void sort(void* handle, int reverse) const { this->m_delegates.sort(handle, reverse); }
-    int index_by(void* handle, int has_start, int start, int has_stop, int stop, Arg value) const {
-        return this->m_delegates.index_by(handle, has_start, start, has_stop, stop, value);
-    }
-    int count_of(void* handle, Arg value) const { return this->m_delegates.count_of(handle, value); }
 };
 
 template <class Element>
