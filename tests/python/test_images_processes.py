@@ -11,7 +11,7 @@ import pytest
 from image_oracles import few_colors, read, worst, write
 
 PROLOGUE = f"""
-import os, signal, sys
+import os, signal, sys, traceback
 sys.path.insert(0, {str(Path(os.environ['ZELMOR_BUILD_DIR']) / 'python')!r})
 from zelmor.imaging import Image, RasterImage
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions
@@ -37,7 +37,10 @@ def fork(name, then=lambda: None):
             signal.alarm(30)
             work(name)
             then()
+        except BaseException:
+            traceback.print_exc()  # nobody else tells: the process ends here
         finally:
+            sys.stderr.flush()
             os._exit(0 if os.path.exists(f"{{directory}}/{{name}}.jpg") else 1)
     assert os.waitpid(child, 0)[1] == 0, name
 """
