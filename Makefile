@@ -26,7 +26,8 @@ PYTHON := /usr/bin/python3
 RUN := PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(BUILD)/python $(PYTHON)
 
 # Looked up when it is used, since the set-up may just have installed it.
-LAUNCHER = $(if $(wildcard /usr/bin/ccache),-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+CACHE = env;CCACHE_SLOPPINESS=pch_defines,time_macros;ccache
+LAUNCHER = $(if $(wildcard /usr/bin/ccache),"-DCMAKE_C_COMPILER_LAUNCHER=$(CACHE)" "-DCMAKE_CXX_COMPILER_LAUNCHER=$(CACHE)")
 
 .DEFAULT_GOAL := build
 # The prerequisites below stand in order: packages first, then the build.
@@ -37,16 +38,27 @@ setup:
 	@tools/setup.sh
 
 # CMake runs again by itself when its files change; only the first time it has to be asked.
-build: setup-build
-	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER)
-	@cmake --build $(BUILD) -j $(JOBS)
+# On a terminal Ninja keeps its progress in one line; elsewhere it is told to say nothing but what goes wrong.
+COMPILE = [ -t 1 ] && quiet= || { quiet=--quiet; echo "building with $(JOBS) jobs in $(BUILD)"; }; build() { \
+    cmake --build $(BUILD) -j $(JOBS) --target "$$@" -- $$quiet; }; build
 
-demo: setup-demo build
+build: configure
+	@$(COMPILE) product test-runtime
+
+.PHONY: configure product everything
+configure: setup-build
+	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER)
+product: configure
+	@$(COMPILE) product
+everything: configure
+	@$(COMPILE) tests
+
+demo: setup-demo product
 	@$(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)
 	@$(RUN) examples/contact_sheet.py $(BUILD)/demo
 
-test: setup-test build
-	@$(PYTHON) tools/run_tests.py --build $(BUILD) $(TESTS)
+test: setup-test everything
+	@$(PYTHON) tools/run_tests.py --build $(BUILD) --jobs $(JOBS) $(TESTS)
 
 CATALOGUES := api/catalogue $(addprefix siblings/catalogue/,pyreflection pyio pydrawing)
 docs: setup-build setup-docs
@@ -54,7 +66,7 @@ docs: setup-build setup-docs
 	@mkdocs build --quiet --strict --clean -f $(BUILD)/docs/mkdocs.yml
 	@echo "open it with: $(PYTHON) -m http.server -d $(BUILD)/docs/html"
 
-bench: setup-bench build
+bench: setup-bench product
 	@cmake -S bench -B $(BUILD)/bench -G Ninja -DCMAKE_BUILD_TYPE=Release >$(BUILD)/bench-configure.log
 	@cmake --build $(BUILD)/bench
 	@$(RUN) bench/run.py --build $(BUILD)
@@ -62,10 +74,10 @@ bench: setup-bench build
 scale: setup-build
 	@tools/scale.sh $(BUILD)-scale $(JOBS)
 
-fuzz: setup-test build
+fuzz: setup-test everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --fuzz $(TESTS)
 
-debug-test: setup-test setup-check build
+debug-test: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under debug $(TESTS)
 
 # A build tree of its own. The unit tests already run while it is built, to be listed.
@@ -73,20 +85,20 @@ sanitize: setup-test
 	@cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) \
 	    -DCMAKE_CXX_FLAGS="-O1 -fno-omit-frame-pointer -fsanitize=address,undefined" \
 	    -DCMAKE_C_FLAGS="-O1 -fno-omit-frame-pointer -fsanitize=address,undefined" >/dev/null
-	@ASAN_OPTIONS=detect_leaks=0 cmake --build $(BUILD)-sanitize -j $(JOBS)
+	@ASAN_OPTIONS=detect_leaks=0 cmake --build $(BUILD)-sanitize -j $(JOBS) --target tests
 	@$(PYTHON) tools/run_tests.py --build $(BUILD)-sanitize --under sanitizers $(TESTS)
 
-valgrind: setup-test setup-check build
+valgrind: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under valgrind $(TESTS)
 
-growth: setup-test build
+growth: setup-test everything
 	@ZELMOR_BUILD_DIR=$(BUILD) $(RUN) tests/python/memory_growth.py $(CLASSES)
 
 identifiers:
 	@for catalogue in api/catalogue siblings/catalogue/*; do \
 	    $(PYTHON) -B -m tools.generator identifiers $$catalogue || exit 1; done
 
-lint: setup-lint build
+lint: setup-lint everything
 	@tools/lint.sh $(BUILD)
 
 format: setup-lint

@@ -101,7 +101,7 @@ def main() -> int:
     parser.add_argument("--under", choices=("debug", "sanitizers", "valgrind"),
                         help="under the debug interpreter or a memory checker; those but the sanitizers run only the "
                              "tests in Python, and the sanitizers need a build tree that was made for them")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="unit tests at a time")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="tests at a time")
     parser.add_argument("tests", nargs="*", help="only these tests in Python, named as for pytest")
     arguments = parser.parse_args()
     build = arguments.build.resolve()
@@ -127,6 +127,9 @@ def main() -> int:
     report = build / "pytest.xml"
     command = watched(arguments.under, environment)
     command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
+    # The workers are started as the plain interpreter, so where a tool watches the interpreter there can be none.
+    if arguments.under in (None, "sanitizers") and arguments.jobs > 1:
+        command += ["-n", str(arguments.jobs)]
     count, well = run("pytest", command + (arguments.tests or TESTS), report, environment)
     total, content = total + count, content and well
 

@@ -9,6 +9,7 @@
                                write the pages of the API reference, with the guide pages of the directory GUIDES that
                                they refer to, and the settings of mkdocs
     identifiers CATALOGUE      add the rows that identifiers.tab lacks
+    keywords OUT CATALOGUE...  write every list of keywords that a call can have, for the test of the argument parser
     count CATALOGUE            print a table of types and entry points by module
 """
 
@@ -32,7 +33,7 @@ from .writers.module_tree import write_module_tree
 from .writers.reference import GUIDES, write_reference
 from .writers.runtime_tables import Tables
 from .writers.stubs import write_stubs
-from .writers.text import write_if_changed
+from .writers.text import quoted, write_if_changed
 from .writers.wrapper import write_wrapper
 
 
@@ -80,6 +81,14 @@ def write_module(catalogue: Path, out: Path) -> Model:
     return model
 
 
+def keyword_lists(models: list[Model]) -> list[str]:
+    """The keywords of every overload, each list once, as rows of a C++ initializer."""
+    lists = {tuple(param.name for param in overload.params)
+             for model in models for entry in model.types
+             for overload in [*entry.constructors, *(o for method in entry.methods for o in method.own)]}
+    return ["{" + ", ".join([*(quoted(name) for name in names), "nullptr"]) + "}," for names in sorted(lists)]
+
+
 def main(arguments: list[str]) -> int:
     """Runs one command; the exit status is 1 for a catalogue that does not hold together."""
     parser = argparse.ArgumentParser(prog="generator", description=__doc__,
@@ -101,6 +110,9 @@ def main(arguments: list[str]) -> int:
     reference.add_argument("catalogues", type=Path, nargs="+")
     identifiers = commands.add_parser("identifiers")
     identifiers.add_argument("catalogue", type=Path)
+    keywords = commands.add_parser("keywords")
+    keywords.add_argument("out", type=Path)
+    keywords.add_argument("catalogues", type=Path, nargs="+")
     count = commands.add_parser("count")
     count.add_argument("catalogue", type=Path)
     options = parser.parse_args(arguments)
@@ -116,6 +128,8 @@ def main(arguments: list[str]) -> int:
             models = [load(path) for path in options.catalogues]
             guides = [options.guides / name for name in GUIDES]
             print(f"reference: {write_reference(models, options.out, guides)} pages")
+        elif options.command == "keywords":
+            write_if_changed(options.out, keyword_lists([load(path) for path in options.catalogues]))
         elif options.command == "count":
             print("\n".join(count_by_module(load(options.catalogue))))
         else:

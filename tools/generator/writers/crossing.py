@@ -5,6 +5,7 @@ from __future__ import annotations
 from ..model import Param
 from ..naming import cpp_name
 from ..wires import Wire
+from .text import quoted
 
 
 # The out record of a result that does not leave as the return value.
@@ -167,22 +168,31 @@ def declared_slots(params: list[Param]) -> list[str]:
     return lines
 
 
-def parse_call(params: list[Param]) -> tuple[list[str], str]:
-    """The keyword list and the expression that is false if the arguments do not parse."""
-    keywords = ", ".join([*(f'"{param.name}"' for param in params), "nullptr"])
-    converters = []
+def parse(params: list[Param], failure: str, refusal: str | None = None) -> list[str]:
+    """The slots of these parameters and what fills them from the arguments of a call; with `refusal`, the place that
+    gets the reason if they do not parse."""
+    place = [refusal] if refusal is not None else []
+    if not params:
+        call = f"zelmor::parse_no_arguments({', '.join(['args', 'kwargs', *place])})"
+        return [f"if (!{call}) {{", f"    {failure}", "}"]
+    keywords = ", ".join([*(quoted(param.name) for param in params), "nullptr"])
+    readers = []
     for param in params:
         name = cpp_name(param.name)
         if param.by_ref:
-            converters.append(f"&fn_conv_py_parbyref_to_clr_parbyref, &{name}ref")
+            readers.append(f"zelmor::reader(&fn_conv_py_parbyref_to_clr_parbyref, &{name}ref)")
         else:
             function = "fn_conv_py_bytes_to_clr_out_bytes" if param.written else converter(param.wire)
-            converters.append(f"&{function}, &{name}")
-    call = ", ".join(["args", "kwargs", '"' + "O&" * len(params) + '"', "const_cast<char**>(kKeywords)", *converters])
-    parse = f"PyArg_ParseTupleAndKeywords({call})"
+            readers.append(f"zelmor::reader(&{function}, {target(param.wire, name)})")
+    call = f"zelmor::{'parse_arguments' if refusal is None else 'parse_overload'}"
+    lines = [*declared_slots(params), f"static const char* const kKeywords[] = {{{keywords}}};",
+             "const zelmor::Reader readers[] = {", *(f"    {row}," for row in readers), "};",
+             f"if (!{call}({', '.join(['args', 'kwargs', 'kKeywords', 'readers', *place])})) {{", f"    {failure}", "}"]
     if any(param.wire.kind == "object" and not param.by_ref for param in params):
-        parse = f"({parse} && !PyErr_Occurred())"  # a variant's instance tests can leave an error behind
-    return [f"static const char* const kKeywords[] = {{{keywords}}};"], parse
+        # A variant's instance tests can leave an error behind.
+        keep = [] if refusal is None else [f"    zelmor::keep_parse_error({refusal});"]
+        lines += ["if (PyErr_Occurred()) {", *keep, f"    {failure}", "}"]
+    return lines
 
 
 def call_arguments(params: list[Param], result: Wire, handle: str | None) -> str:

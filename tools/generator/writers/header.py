@@ -11,8 +11,8 @@ from .wrapper import needs_post_initialiser
 _INCLUDES = (
     "collections/class_items.h", "collections/interop.h", "collections/interop_operations.h", "convert/bytes.h",
     "convert/dates.h", "convert/decimal.h", "convert/scalars.h", "convert/small_values.h", "convert/strings.h",
-    "convert/variant.h", "exchange/records.h", "exchange/type_host.h", "exchange/wire/tags.h", "pyshell/casts.h",
-    "pyshell/class_recipe.h", "pyshell/descriptors.h", "pyshell/enum_types.h", "pyshell/markers.h",
+    "convert/variant.h", "exchange/records.h", "exchange/type_host.h", "exchange/wire/tags.h", "pyshell/arguments.h",
+    "pyshell/casts.h", "pyshell/class_recipe.h", "pyshell/descriptors.h", "pyshell/enum_types.h", "pyshell/markers.h",
     "pyshell/module_plan.h", "pyshell/overload.h", "pyshell/result_typing.h", "pyshell/sibling_converters.h",
 )
 
@@ -54,9 +54,7 @@ def _enumeration(entry: Type) -> list[str]:
 def write_header(model: Model, product: str) -> list[str]:
     """The header of an assembly."""
     lines = [f"// What the types of {model.assembly} call of each other. Written by the generator.", "#pragma once", "",
-             "#include <string>", "", *(f'#include "{name}"' for name in _INCLUDES), "",
-             "// Static records of the interpreter are filled by name; what is not named stays zero.",
-             '#pragma GCC diagnostic ignored "-Wmissing-field-initializers"', ""]
+             "#include <string>", "", *(f'#include "{name}"' for name in _INCLUDES), ""]
     for entry in model.types:
         lines += [f"// {entry.full_name}", *(_enumeration(entry) if entry.is_enum else _wrapper(entry)), ""]
     lines += write_declarations(model)

@@ -62,9 +62,7 @@ def write_simple(method: Method) -> list[str]:
     shape = _METHOD if overload.params else _PLAIN
     body = guard(overload.owner) if overload.static else []
     if overload.params:
-        keywords, parse = crossing.parse_call(overload.params)
-        body += [*crossing.declared_slots(overload.params), *keywords,
-                 f"if (!{parse}) {{", "    return nullptr;", "}"]
+        body += crossing.parse(overload.params, "return nullptr;")
     body += crossing.returned(_call(overload), overload.result, overload.params)
     return function(linkage + _self(overload, shape.format(name=simple_symbol(method))), body)
 
@@ -72,9 +70,7 @@ def write_simple(method: Method) -> list[str]:
 def write_overload(overload: Overload) -> list[str]:
     """One overload of a group, which leaves a failed parse in its error slot."""
     linkage = "" if overload.published is not None else "static "
-    keywords, parse = crossing.parse_call(overload.params)
-    body = [*crossing.declared_slots(overload.params), *keywords,
-            f"if (!{parse}) {{", "    zelmor::keep_parse_error(error_slot);", "    return nullptr;", "}",
+    body = [*crossing.parse(overload.params, "return nullptr;", "error_slot"),
             *crossing.returned(_call(overload), overload.result, overload.params)]
     signature = (f"{linkage}PyObject* {overload_symbol(overload)}(PyObject* self, PyObject* args, PyObject* kwargs, "
                  "PyObject** error_slot)")
@@ -125,11 +121,8 @@ def write_constructors(entry: Type) -> list[str]:
     lines: list[str] = []
     grouped = len(entry.constructors) > 1
     for overload in entry.constructors:
-        keywords, parse = crossing.parse_call(overload.params)
         arguments = crossing.call_arguments(overload.params, overload.result, None)
-        keep = ["    zelmor::keep_parse_error(error_slot);"] if grouped else []
-        body = [*crossing.declared_slots(overload.params), *keywords,
-                f"if (!{parse}) {{", *keep, "    return -1;", "}",
+        body = [*crossing.parse(overload.params, "return -1;", "error_slot" if grouped else None),
                 # A handle that an earlier run stored is overwritten and not given back.
                 f"zelmor::set_handle(self, {host_of(entry)}.{overload.entry}({arguments}));",
                 "return PyErr_Occurred() ? -1 : 0;"]
