@@ -44,7 +44,7 @@ ffi_type* type_of_code(char code) {
     }
 }
 
-struct Interface {
+struct CallInterface {
     std::string signature;
     std::vector<ffi_type*> arguments;
     ffi_cif cif;
@@ -114,9 +114,9 @@ uint64_t CallFrame::result_word() const {
 }
 
 ffi_cif& call_interface(const char* signature) {
-    static auto& known = *new std::unordered_map<std::string_view, std::unique_ptr<Interface>>;
+    static auto& known = *new std::unordered_map<std::string_view, std::unique_ptr<CallInterface>>;
     if (const auto found = known.find(signature); found != known.end()) return found->second->cif;
-    auto made = std::make_unique<Interface>();
+    auto made = std::make_unique<CallInterface>();
     made->signature = signature;
     for (const char* code = signature + 1; *code; ++code)
         made->arguments.push_back(type_of_code(*code));
