@@ -1,4 +1,4 @@
-"""The guard of the cast family: it comes first wherever an operation can ask the managed side, and nowhere else.
+"""The guard of a type: it comes first wherever something is reached without an instance, but for what never asks.
 
 Every host lacks its first entry point here, so that an operation with a guard tells of its type's host. The hosts of
 the collection wrappers stand in no table; which they are is found out in a process of its own.
@@ -40,6 +40,13 @@ for kind in (*WRAPPERS, *ENUMS):
     uses = {{name: lambda name=name: getattr(kind, name)(5)
             for name in ("_cast_to", "_cast_as", "_is_assignable", "_reinterpret_obj")}}
     uses["_type_of"] = kind._type_of
+    for name, member in vars(kind).items():
+        if kind not in ENUMS and isinstance(member, staticmethod) and name not in uses:
+            uses["static " + name] = lambda name=name: getattr(kind, name)(*[object()] * (name[4:] in vars(kind)))
+        elif type(member).__name__ in ("_FieldDescrType", "_MixMethodDescrType"):
+            uses["static " + name] = lambda name=name: (lambda got: got() if callable(got) else got)(getattr(kind, name))
+    if kind not in ENUMS:
+        uses["static __new__"] = lambda: kind.__new__(kind, object())
     result[dotted(kind)] = {{name: refusal(use) for name, use in uses.items()}}
 """
 
@@ -68,6 +75,11 @@ def answers(hosts: dict[str, str], tmp_path_factory: pytest.TempPathFactory) -> 
     return in_child(SWEEP.format(path=str(path)))
 
 
+def about(host: str) -> str:
+    """How the text of a guard begins."""
+    return f"While initializing the host for the '{host} (Assembly={IMAGING})' type, an error occurred - "
+
+
 def is_interface(name: str) -> bool:
     """Whether the managed type is an interface, of which no object can be made."""
     last = name.rpartition(".")[2]
@@ -85,8 +97,7 @@ def test_the_guard_comes_first(operation: str, hosts: dict[str, str], answers: d
     unguarded = {}
     for name, found in answers.items():
         refused = found[operation]
-        about = f"While initializing the host for the '{hosts[name]} (Assembly={IMAGING})' type, an error occurred - "
-        if refused is None or len(refused) != 1 or not refused[0][1].startswith(about):
+        if refused is None or len(refused) != 1 or not refused[0][1].startswith(about(hosts[name])):
             unguarded[name] = refused
     static = {name: None for name, kind in KINDS.items() if kind == "static class"}
     expected: dict[str, Any] = {}
@@ -96,3 +107,16 @@ def test_the_guard_comes_first(operation: str, hosts: dict[str, str], answers: d
         names = [*static, *(name for name in answers if is_interface(name))]
         expected = {name: [["TypeError", f"cannot convert from  'int' to '{name}'"]] for name in names}
     assert unguarded == expected
+
+
+def test_static_members_and_allocation_are_guarded_before_they_look_at_an_argument(
+    hosts: dict[str, str], answers: dict[str, dict[str, Any]]
+) -> None:
+    uses = {(name, use): refused for name, found in answers.items() for use, refused in found.items()
+            if use.startswith("static ")}
+    methods = sum(method.static or method.mixed for entry in MODEL.types for method in entry.methods)
+    properties = sum(prop.static for entry in MODEL.types for prop in entry.properties)
+    assert len(uses) >= methods + properties + len(WRAPPERS)
+    unguarded = {key: refused for key, refused in uses.items()
+                 if refused is None or len(refused) != 1 or not refused[0][1].startswith(about(hosts[key[0]]))}
+    assert unguarded == {}
