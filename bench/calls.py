@@ -116,7 +116,8 @@ def contestants() -> dict[str, Any]:
     """The modules under test by contestant, the C baseline bound to the runtime that zelmor.imaging has started."""
     zelmor: Any = importlib.import_module("zelmor.imaging")
     baseline: Any = importlib.import_module("baseline")
-    runtime = Path(os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"])
+    embedded = Path(zelmor.__file__).parent / "_runtime"
+    runtime = Path(os.environ.get("NETCORE_WRAPPER_NETCORE_DIR_zelmor") or embedded)
     wrapper = sorted(runtime.glob("netcore*/libzelmor.embed.coreclrwrap.so"))[-1]
     baseline.bind(str(wrapper), "WrpInterop.Zelmor.Imaging", host_classes())
     return {"zelmor": zelmor, "c": baseline, "pybind": importlib.import_module("peer_pybind11"), "qt": Qt()}

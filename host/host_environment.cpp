@@ -56,7 +56,8 @@ HostEnvironment::HostEnvironment()
       m_coreclr_wrap_shutdown(nullptr),
       m_coreclr_wrap_is_domain_initialized(nullptr),
       m_domain_ready(false),
-      m_debug(false) {}
+      m_debug(false),
+      m_starting_process(0) {}
 
 // Runs at process exit, after Py_Finalize. Being noexcept, it turns any exception into std::terminate.
 HostEnvironment::~HostEnvironment() {
@@ -173,13 +174,15 @@ bool HostEnvironment::create_default_app_domain() {
                             pal::to_error_string_with_status_code("coreclr_initialize failed - status:", status, ""));
     }
     m_domain_ready = true;
+    m_starting_process = pal::get_process_id();
     trace::info("Default AppDomain ready.");
     return true;
 }
 
 int HostEnvironment::try_shutdown_default_app_domain() {
     if (!m_coreclr_wrap_shutdown || !m_domain_ready) return -1;
-    if (!m_wrap_library.is_held() || !m_wrap_library.is_first_load()) {
+    const bool started_here = m_wrap_library.is_first_load() && m_starting_process == pal::get_process_id();
+    if (!m_wrap_library.is_held() || !started_here) {
         m_domain_ready = false;
         return -1;
     }

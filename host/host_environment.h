@@ -31,7 +31,8 @@ class HostEnvironment {
     /// Starts the runtime with one application domain; false if a domain is up already.
     bool create_default_app_domain();
 
-    /// Shuts the domain down if this environment started it. 0 if it did so, otherwise -1.
+    /// Shuts the domain down if this environment started it, in this very process: a forked child has a copy of
+    /// everything, but the runtime is its parent's. 0 if it did so, otherwise -1.
     int try_shutdown_default_app_domain();
 
     /// Appends the folder unless an equal one is already there.
@@ -59,4 +60,5 @@ class HostEnvironment {
     int (*m_coreclr_wrap_is_domain_initialized)();
     bool m_domain_ready;
     bool m_debug;
+    int m_starting_process;
 };

@@ -65,5 +65,5 @@ PyMODINIT_FUNC PyInit_imaging() {
                      zelmor::PyRef::steal(PyShVersionAttr_Create(22, 6, 0, 0, "22.6.0.0")))) {
         return fail(zelmor::kThresholdNotAdded);
     }
-    return zelmor::CollectorPause::settle() ? module.release() : nullptr;
+    return module.release();
 }

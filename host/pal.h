@@ -50,6 +50,9 @@ bool path_is_relative(const std::string& path);
 /// The full path of the running executable, empty if the system does not tell.
 std::string get_entry_point_exe();
 
+/// The number of this process. A forked child has another one than its parent.
+int get_process_id();
+
 /// Opens a shared library with its symbols visible to libraries opened later; null on failure.
 void* load_library(const std::string& path);
 

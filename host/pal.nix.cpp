@@ -46,6 +46,10 @@ std::string get_entry_point_exe() {
     return length < 0 ? std::string() : std::string(buffer, static_cast<size_t>(length));
 }
 
+int get_process_id() {
+    return getpid();
+}
+
 void* load_library(const std::string& path) {
     return dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
 }

@@ -35,7 +35,7 @@ int read_reinterpreted(PyObject* argument, void** object_handle);
 // "_reinterpret_obj" of an interface or static class.
 PyObject* refuse_reinterpret(PyObject* argument, PyTypeObject* type);
 
-// "_cast_from" of types that have no such service; "_cast_to" and "_cast_as" of static classes.
+// "_cast_from" of types that have no such service.
 PyObject* cast_stub(PyObject* self, PyObject* argument);
 
 // "_is_assignable" of static classes.

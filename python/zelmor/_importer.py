@@ -5,6 +5,8 @@ are ordinary module objects, reachable as attributes, but unknown to ``sys.modul
 finder of this file marks the shared object as a package when it is found, and answers an import of a child with the
 very object that the parent's attribute names. Nothing is entered before it is asked for, and nothing is ever copied.
 
+While a shared object is loaded the bridge is pointed to the runtime beside it.
+
 It also tells the enumerations of all extension modules where they live: the enum module guesses that from the Python
 code that makes a class, and there is none. With the right name members can be pickled.
 """
@@ -12,12 +14,16 @@ code that makes a class, and there is none. With the right name members can be p
 from __future__ import annotations
 
 import sys
+from _thread import get_ident
 from importlib.machinery import ExtensionFileLoader, ModuleSpec
 from types import CodeType, ModuleType
+
+from zelmor._runtime_choice import chosen_runtime
 
 TYPE_CHECKING = False  # type checkers take it for true; the typing module itself would double the package's import time
 if TYPE_CHECKING:
     from collections.abc import Sequence
+    from typing import ClassVar
 
 #: The extension modules that hold a tree.
 _TREE_ROOTS = ("zelmor.imaging", "zelmor.pydrawing")
@@ -26,6 +32,11 @@ _TREE_PREFIXES = tuple(root + "." for root in _TREE_ROOTS)
 
 class _FlatLoader(ExtensionFileLoader):
     """Loads a shared object of this package."""
+
+    def create_module(self, spec: ModuleSpec) -> ModuleType:
+        """What the extension loader does: the start of the bridge, and of the runtime, happens in it."""
+        with chosen_runtime:
+            return super().create_module(spec)
 
     def exec_module(self, module: ModuleType) -> None:
         """What the extension loader does, and the names of the enumerations."""
@@ -91,7 +102,14 @@ def _name_enumerations(root: ModuleType) -> None:
 
 
 class TreeFinder:
-    """A meta path finder for the modules below ``zelmor``; it has no opinion on any other name."""
+    """A meta path finder for the modules below ``zelmor``; it has no opinion on any other name.
+
+    Where a shared object lies it asks the other finders, and adapts what the first of them has found. One of those
+    may ask the others in its turn, and so come back here; it gets no answer for a name that this thread asks for
+    already, since the two would ask each other without end.
+    """
+
+    _asked: ClassVar[set[tuple[int, str]]] = set()
 
     @classmethod
     def find_spec(
@@ -110,13 +128,20 @@ class TreeFinder:
     def _find_module(
         cls, fullname: str, path: Sequence[str] | None, target: ModuleType | None
     ) -> ModuleSpec | None:
+        question = (get_ident(), fullname)
+        if question in cls._asked:
+            return None
         others: list[object] = [finder for finder in sys.meta_path if finder != cls]
-        for finder in others:
-            find_spec = getattr(finder, "find_spec", None)
-            spec: ModuleSpec | None = None if find_spec is None else find_spec(fullname, path, target)
-            if spec is not None:
-                cls._adapt(spec)
-                return spec
+        cls._asked.add(question)
+        try:
+            for finder in others:
+                find_spec = getattr(finder, "find_spec", None)
+                spec: ModuleSpec | None = None if find_spec is None else find_spec(fullname, path, target)
+                if spec is not None:
+                    cls._adapt(spec)
+                    return spec
+        finally:
+            cls._asked.discard(question)
         return None
 
     @staticmethod
@@ -152,8 +177,14 @@ class TreeFinder:
 def install() -> None:
     """Put the finder in front of the path-based one, which would find the roots without their trees.
 
-    A second call, as by a reload of the package, changes nothing.
+    The finder of an earlier import of the package gives way to it; a second call changes nothing.
     """
     finders: list[object] = sys.meta_path  # type: ignore[assignment]
+    finders[:] = [finder for finder in finders if finder is TreeFinder or not _is_tree_finder(finder)]
     if TreeFinder not in finders:
         finders.insert(0, TreeFinder)
+
+
+def _is_tree_finder(finder: object) -> bool:
+    names = getattr(finder, "__module__", None), getattr(finder, "__qualname__", None)
+    return names == (TreeFinder.__module__, TreeFinder.__qualname__)

@@ -2,6 +2,8 @@
 //
 // One domain per process, as every other runtime behind this interface has. Starting costs nothing: the catalogue is
 // indexed when the first delegate is asked for.
+#include <unistd.h>
+
 #include <atomic>
 
 #include "runtime/native/control/control.h"
@@ -15,14 +17,17 @@ using namespace zelmor::embed;
 
 constexpr unsigned int kDomainId = 1;
 std::atomic<bool> domain_is_up = false;
+pid_t starting_process = 0;
 int host;  // its address is the host handle
 
 bool is_ours(void* host_handle, unsigned int domain_id) {
     return host_handle == &host && domain_id == kDomainId;
 }
 
+// A forked child may use the domain of its parent, and leaves its end to it.
 int shut_down(void* host_handle, unsigned int domain_id) {
-    if (!is_ours(host_handle, domain_id) || !domain_is_up.exchange(false)) return kInvalidOperation;
+    if (!is_ours(host_handle, domain_id) || starting_process != getpid()) return kInvalidOperation;
+    if (!domain_is_up.exchange(false)) return kInvalidOperation;
     return kOk;
 }
 
@@ -34,6 +39,7 @@ ZELMOR_EXPORT int coreclr_initialize(const char* exe_path, const char* domain_na
     const int refusal = control::on_initialize(exe_path, domain_name, property_count, property_keys, property_values);
     if (refusal != kOk) return refusal;
     if (domain_is_up.exchange(true)) return kInvalidOperation;
+    starting_process = getpid();
     *host_handle = &host;
     *domain_id = kDomainId;
     return kOk;

@@ -194,3 +194,31 @@ def test_the_tree_follows_the_ordinal_order_of_managed_names(build: Build) -> No
 def test_a_module_without_a_parent_is_refused(build: Build) -> None:
     _, reason = refusal(build, "", modules="Acme.Pictures.A.B acme.pictures.a.b 0000000B\n")
     assert reason == "acme.pictures.a.b has no parent module"
+
+
+WRITERS = """
+static class Settings
+    static_get count Count int32
+    static_getset first First int32
+    static_getset second Second int32
+"""
+
+
+def test_the_writers_of_static_properties_stand_as_the_properties_do_or_as_stated(build: Build) -> None:
+    as_listed, stated = (build(WRITERS + order).types[0].static_writers for order in ("", """
+    writer second
+    writer first
+"""))
+    assert [prop.python for prop in as_listed] == ["first", "second"]
+    assert [prop.python for prop in stated] == ["second", "first"]
+
+
+@pytest.mark.parametrize(("order", "line", "reason"), [
+    ("    writer count\n", 7, "Settings writes no static property count above this line"),
+    ("    writer third\n", 7, "Settings writes no static property third above this line"),
+    ("    writer first\n    writer first\n", 8, "the writer of first stands twice"),
+    ("    writer first\n", 3, "the writers of Settings lack second"),
+    ("    writer first second\n", 7, "a line of writer is one name"),
+])
+def test_an_order_of_writers_that_is_none_is_refused(build: Build, order: str, line: int, reason: str) -> None:
+    assert refusal(build, WRITERS + order) == (line, reason)

@@ -279,3 +279,31 @@ def test_the_command_names_file_and_line_of_a_refusal(
     path.write_text(path.read_text() + "    get bits BitsPerPixel int32\n")
     assert main(["module", str(tmp_path), str(tmp_path / "out")]) == 1
     assert capsys.readouterr().err == f"{path}:4: BitsPerPixel is bits_per_pixel by the rules\n"
+
+
+def test_the_writers_of_a_type_stand_in_their_stated_order(build: Build) -> None:
+    model = build("""
+static class Settings
+    static_getset first First int32
+    static_getset second Second int32
+    writer second
+    writer first
+""")
+    text = "\n".join(write_wrapper(model.types[0], "pictures"))
+    table = text[text.index("static PyMethodDef"):]
+    assert re.findall(r'\{"(\w+)"', table)[:4] == ["get_type", "set_second", "set_first", "_type_of"]
+
+
+def test_types_that_markers_name_are_ready_first_as_they_come_up(build: Build) -> None:
+    model = build("""
+class Alpha disposable
+    ctor ()
+class Beta implements IFar, _IColWrapper, _IterableWrapper
+    ctor ()
+class Gamma implements IFar, _IListWrapper, _IColWrapper
+    ctor ()
+""", modules="Acme.Pictures.Far acme.pictures.far 0000000B\n", Far="interface IFar\n")
+    tree = "\n".join(write_module_tree(model, "pictures"))
+    ready = tree[tree.index("wrpPy_mlrd_0000000A_pictures[]"):]
+    assert re.findall(r"&wrpPye?_tyds_[0-9A-F]{8}_(\w+)", ready)[:8] == [
+        "IDisposableWrapper", "IColWrapper", "IterableWrapper", "IListWrapper", "IFar", "Alpha", "Beta", "Gamma"]

@@ -165,3 +165,16 @@ def test_color_from_argb_picks_the_overload_by_count_and_types() -> None:
 def test_version_and_threshold_are_published() -> None:
     assert str(zelmor.imaging.VERSION) == "23.6.0.0"
     assert type(zelmor.imaging.VERSION) is zelmor.imaging._ModuleVersionType
+
+
+@pytest.mark.parametrize(("kind", "names"), [
+    (Cache, ["set_exact_reallocate_only", "set_cache_folder", "set_max_memory_for_cache",
+             "set_max_disk_space_for_cache", "set_cache_type"]),
+    (zelmor.imaging.FontSettings, ["set_get_system_alternative_font", "set_default_font_name"]),
+])
+def test_the_writers_of_static_properties_stand_in_their_order_behind_the_methods(
+    kind: type[object], names: list[str]
+) -> None:
+    members = list(vars(kind))
+    behind = members.index("get_type") + 1
+    assert members[behind:behind + len(names)] == names

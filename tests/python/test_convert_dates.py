@@ -470,3 +470,39 @@ def test_a_span_that_cannot_cross_is_a_managed_exception() -> None:
     with pytest.raises(RuntimeError, match=r"^Proxy error\(PythonException\): .*for \.Net TimeSpan"):
         options.password = timedelta.max
     assert options.password is None
+
+
+# The ends of a span, as docs/values.md tells them
+
+LONGEST = timedelta(days=10675199, hours=2, minutes=48, seconds=5, microseconds=477580)
+TOO_LONG = [timedelta.max, timedelta.min, LONGEST + MICROSECOND, -LONGEST - MICROSECOND,
+            timedelta(seconds=922337203684, microseconds=477581)]
+
+
+@pytest.mark.parametrize("value", [
+    LONGEST, -LONGEST, timedelta(seconds=922337203684, microseconds=477580), timedelta(seconds=922337203685),
+    timedelta(seconds=922337203683, microseconds=999999),
+], ids=repr)
+def test_the_longest_spans_cross_and_come_back(value: timedelta) -> None:
+    assert LONGEST == timedelta(seconds=922337203685, microseconds=477580)
+    AsyncTaskProgress(1, value)
+    options = OdLoadOptions()
+    options.password = value
+    assert options.password == value
+
+
+@pytest.mark.parametrize("value", TOO_LONG, ids=repr)
+def test_longer_ones_are_refused_by_name(value: timedelta) -> None:
+    words = "value too large or too small for .Net TimeSpan"
+    with pytest.raises(OverflowError) as refused:
+        AsyncTaskProgress(1, value)
+    assert str(refused.value) == words
+    options = OdLoadOptions()
+    with pytest.raises(RuntimeError) as managed:
+        options.password = value
+    assert words in str(managed.value)
+
+
+def test_the_longest_managed_span_is_cut_to_the_longest_that_crosses() -> None:
+    assert callback("write", "datetimedelta")(2**63 - 1) == LONGEST
+    assert callback("write", "datetimedelta")(-2**63) == -LONGEST

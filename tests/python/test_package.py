@@ -13,7 +13,37 @@ from package_process import ASSEMBLY, NETCORE, PACKAGE, child
 
 EMBEDDED = str(PACKAGE / "_runtime")
 
-CHOSEN = f"import os, zelmor\nresult = [os.environ.get({NETCORE!r}), os.environ.get({ASSEMBLY!r})]"
+#: What the bridge finds when a module of it is loaded, natively. Nothing is started.
+CHOSEN = f"""
+import ctypes
+import importlib.machinery
+import json  # has an extension module of its own
+getenv = ctypes.CDLL(None).getenv
+getenv.restype = ctypes.c_char_p
+def look(self, spec):
+    global result
+    result = [getenv(name) and getenv(name).decode() for name in ({NETCORE.encode()!r}, {ASSEMBLY.encode()!r})]
+    raise ImportError("seen enough")
+importlib.machinery.ExtensionFileLoader.create_module = look
+try:
+    import zelmor.pygc
+except ImportError as error:
+    assert str(error) == "seen enough"
+"""
+
+#: The two variables, for Python and for native code.
+VARIABLES = f"""
+import ctypes
+import os
+native = ctypes.CDLL(None).getenv
+native.restype = ctypes.c_char_p
+def variables():
+    found = []
+    for name in ({NETCORE!r}, {ASSEMBLY!r}):
+        found.append(os.environ.get(name))
+        assert (native(name.encode()) or b"").decode() == (found[-1] or "")
+    return found
+"""
 
 
 def test_chooses_the_embedded_runtime():
@@ -32,19 +62,92 @@ def test_an_empty_variable_counts_as_unset():
 
 
 def test_respects_what_the_program_has_set():
-    code = f"import os\nos.environ[{NETCORE!r}] = '/opt/netcore'\n" + CHOSEN
+    code = f"import os, zelmor\nos.environ[{NETCORE!r}] = '/opt/netcore'\n" + CHOSEN
     assert child(code) == ["/opt/netcore", EMBEDDED]
 
 
-def test_the_choice_reaches_native_code():
+@pytest.mark.parametrize(
+    "imports",
+    ["zelmor", "zelmor.imaging", "zelmor.pygc", "zelmor.pygc, zelmor.pydrawing.drawing2d, zelmor.imaging.imageoptions"],
+)
+@pytest.mark.parametrize(("netcore", "assembly"), [(None, None), ("", None), (EMBEDDED, None), (None, EMBEDDED)])
+def test_the_variables_are_what_they_were_after_an_import(imports, netcore, assembly):
+    code = f"{VARIABLES}import {imports}\nresult = variables()"
+    assert child(code, **{NETCORE: netcore, ASSEMBLY: assembly}) == [netcore, assembly]
+
+
+def test_a_child_process_inherits_no_choice():
     code = f"""
-import ctypes
-import zelmor
-getenv = ctypes.CDLL(None).getenv
-getenv.restype = ctypes.c_char_p
-result = getenv({NETCORE.encode()!r}).decode()
+import subprocess, sys
+import zelmor.imaging
+program = "import os; print([name in os.environ for name in ({NETCORE!r}, {ASSEMBLY!r})])"
+result = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True).stdout
 """
-    assert child(code) == EMBEDDED
+    assert child(code) == "[False, False]\n"
+
+
+def test_the_variables_are_put_back_when_an_import_fails():
+    code = VARIABLES + """
+import sys
+import zelmor.pygc
+sys.modules["zelmor.pyreflection"] = sys
+try:
+    import zelmor.imaging
+except ImportError as error:
+    failure = str(error)
+del sys.modules["zelmor.pyreflection"]
+result = [failure[-7:], variables()]
+import zelmor.imaging
+result.append(variables())
+"""
+    assert child(code) == ["(-1009)", [None, None], [None, None]]
+
+
+def test_a_choice_that_the_program_makes_during_a_load_stays():
+    code = VARIABLES + f"""
+import importlib.machinery
+import json
+def choose(self, spec):
+    os.environ[{NETCORE!r}] = "/opt/netcore"
+    raise ImportError
+importlib.machinery.ExtensionFileLoader.create_module = choose
+try:
+    import zelmor.pygc
+except ImportError:
+    result = variables()
+"""
+    assert child(code) == ["/opt/netcore", None]
+
+
+def test_a_load_that_ends_leaves_the_choice_to_one_beside_it():
+    code = VARIABLES + """
+import importlib.machinery
+import json
+import threading
+ended = threading.Event()
+began = threading.Event()
+def load(self, spec):
+    if spec.name == "zelmor.pygc":
+        began.set()
+        assert ended.wait(20)
+        seen.extend(variables())
+    raise ImportError
+importlib.machinery.ExtensionFileLoader.create_module = load
+def attempt(name):
+    try:
+        __import__(name)
+    except ImportError:
+        pass
+seen = []
+other = threading.Thread(target=attempt, args=["zelmor.pygc"])
+other.start()
+assert began.wait(20)
+attempt("zelmor.pycore")
+ended.set()
+other.join()
+result = [seen, variables()]
+"""
+    assert child(code) == [[EMBEDDED, EMBEDDED], [None, None]]
 
 
 def copied_package(directory, *names):
@@ -58,18 +161,18 @@ def copied_package(directory, *names):
 
 
 def test_an_installation_without_the_embedded_runtime_leaves_the_choice_open(tmp_path):
-    assert child(CHOSEN, copied_package(tmp_path)) == [None, None]
+    assert child(CHOSEN, copied_package(tmp_path, "pygc")) == [None, None]
 
 
 def test_the_runtime_lies_beside_the_package_wherever_that_is(tmp_path):
-    package = copied_package(tmp_path)
+    package = copied_package(tmp_path, "pygc")
     (package / "_runtime").mkdir()
     assert child(CHOSEN, package) == [str(package / "_runtime")] * 2
 
 
 def test_the_package_imports_no_extension_module():
     code = "import sys, zelmor\nresult = [name for name in sys.modules if name.startswith('zelmor')]"
-    assert sorted(child(code)) == ["zelmor", "zelmor._importer"]
+    assert sorted(child(code)) == ["zelmor", "zelmor._importer", "zelmor._runtime_choice"]
 
 
 IMPORTS = {
@@ -197,6 +300,71 @@ import zelmor.imaging.imageoptions as again
 result = again is options
 """
     assert child(code) is True
+
+
+SECOND_IMPORT = """
+import sys
+import zelmor.imaging
+import zelmor.pydrawing
+names = ["zelmor.imaging", "zelmor.pydrawing", "zelmor.pyio", "zelmor.pyreflection", "zelmor.pygc", "zelmor.pycore"]
+first = {name: __import__(name, fromlist=["*"]) for name in names}
+children = {name: getattr(first["zelmor.imaging"], name) for name in ("imageoptions", "_wrpgen")}
+size = first["zelmor.imaging"].Size(3, 4)
+for name in [name for name in sys.modules if name.partition(".")[0] == "zelmor"]:
+    del sys.modules[name]
+del zelmor
+second = {name: __import__(name, fromlist=["*"]) for name in names}
+"""
+
+
+def test_a_second_import_of_the_package_gives_new_modules_with_the_same_contents():
+    code = SECOND_IMPORT + """
+def same(old, new):
+    return {name for name in vars(old) if vars(new).get(name) is not vars(old)[name]}
+own = {"__name__", "__doc__", "__package__", "__loader__", "__spec__", "__file__", "__path__"}
+imaging = second["zelmor.imaging"]
+result = [
+    [second[name] is first[name] for name in names],
+    [sorted(same(first[name], second[name]) - own) for name in names],
+    [name for name in vars(imaging) if name not in vars(first["zelmor.imaging"])],
+    [getattr(imaging, name) is child for name, child in children.items()],
+    imaging.Size(3, 4) == size, imaging.Size.add(size, imaging.Size(1, 1)) == imaging.Size(4, 5),
+    imaging.RotateFlipType.ROTATE_90_FLIP_NONE.__module__,
+]
+"""
+    assert child(code) == [[False] * 6, [[]] * 6, [], [True, True], True, True, "zelmor.imaging"]
+
+
+def test_the_children_of_a_second_import_are_found():
+    code = SECOND_IMPORT + """
+import pickle
+import zelmor.imaging.imageoptions as options
+from zelmor.pydrawing.drawing2d import Matrix
+result = [options is children["imageoptions"], pickle.loads(pickle.dumps(options.PngOptions)) is options.PngOptions,
+          sys.modules["zelmor.imaging.imageoptions"] is options,
+          [finder.__module__ for finder in sys.meta_path if getattr(finder, "__name__", "") == "TreeFinder"]]
+"""
+    assert child(code) == [True, True, True, ["zelmor._importer"]]
+
+
+@pytest.mark.parametrize("place", ["0", "len(sys.meta_path)"])
+def test_a_finder_that_asks_all_others_ends(place):
+    code = f"""
+import sys
+import zelmor
+class Asking:
+    def find_spec(self, name, path=None, target=None):
+        others = (finder.find_spec(name, path, target) for finder in sys.meta_path if finder is not self)
+        return next((spec for spec in others if spec is not None), None)
+sys.meta_path.insert({place}, Asking())
+import zelmor.imaging.imageoptions
+import zelmor.pydrawing
+try:
+    import zelmor.nothing
+except ModuleNotFoundError as error:
+    result = str(error)
+"""
+    assert child(code) == "No module named 'zelmor.nothing'"
 
 
 def test_running_a_child_as_a_program_says_what_is_wrong():

@@ -16,6 +16,8 @@ from support.service_hosts import BOUND, EXCHANGE_HOST, HANDED_OVER
 MISSING_METHOD = ctypes.c_int32(0x80131513).value
 
 IMPORT = "import zelmor.imaging"
+#: The same in an installation without the embedded runtime, which names none where the user names none.
+IMPORT_ALONE = f"from zelmor import _runtime_choice\n_runtime_choice._RUNTIME_DIR = '/absent'\n{IMPORT}"
 #: Siblings import each other too, so that a test that spoils one of them has to have them all up before.
 IMPORT_SIBLINGS = "import zelmor.pydrawing, zelmor.pyreflection, zelmor.pyio, zelmor.pygc"
 #: The siblings come up over the ordinary runtime, this module then finds the runtime of the test and starts that.
@@ -119,8 +121,8 @@ class TestDirectories:
         assert f"No: '{EXE_DIR}/{WRAPPER}'\r\n" in trace
 
     def test_unset_variable_means_the_executables_directory(self, start: Start) -> None:
-        code = f"import os, zelmor\ndel os.environ['{NETCORE_DIR}']\nimport zelmor.imaging"
-        assert f"NETCORE_DIR: '{EXE_DIR}'\r\n" in self.trace_of_failed_start(start, code)
+        trace = self.trace_of_failed_start(start, IMPORT_ALONE, **{NETCORE_DIR: ""})
+        assert f"NETCORE_DIR: '{EXE_DIR}'\r\n" in trace
 
     def test_root_that_is_absent_means_the_executables_directory(self, start: Start) -> None:
         trace = self.trace_of_failed_start(start, IMPORT, **{NETCORE_DIR: str(start.root / "absent")})
@@ -154,7 +156,7 @@ class TestDirectories:
 
     def test_unset_assembly_variable_means_the_executables_directory(self, start: Start) -> None:
         directory = start.install()
-        result = start.run(f"import os, zelmor\ndel os.environ['{ASSEMBLY_DIR}']\nimport zelmor.imaging")
+        result = start.run(IMPORT_ALONE, **{ASSEMBLY_DIR: ""})
         assert result.returncode == 0, result.stderr
         assert start.properties()["APP_PATHS"] == f"{EXE_DIR}:{directory}"
 

@@ -110,6 +110,37 @@ def test_hard_exit_shuts_nothing_down(start: Start) -> None:
     assert "shutdown" not in lifecycle(start)
 
 
+def test_a_forked_child_leaves_the_runtime_to_its_parent(start: Start) -> None:
+    # The child ends as any program does, with all exit handlers; the parent then uses a type for the first time.
+    result = start.run(
+        """
+import os, sys, zelmor.imaging
+if os.fork() == 0:
+    print(zelmor.imaging.Size(1, 2).width)
+    sys.exit(0)
+assert os.wait()[1] == 0
+print("shutdown" in open(os.environ["FAKE_WRAP_LOG"]).read(), zelmor.imaging.Point(3, 4).x)
+"""
+    )
+    assert (result.returncode, result.stdout) == (0, "1\nFalse 3\n"), result.stderr
+    assert lifecycle(start).count("shutdown") == 1
+
+
+def test_the_runtime_itself_does_not_take_its_end_from_a_forked_child(start: Start) -> None:
+    result = start.run(
+        """
+import ctypes, os, sys, zelmor.imaging
+wrapper = ctypes.CDLL(os.environ["FAKE_WRAP_REAL"])
+if os.fork() == 0:
+    os._exit(wrapper.coreclr_wrap_shutdown() & 0xFF)
+refused = os.waitstatus_to_exitcode(os.wait()[1])
+print(refused != 0, wrapper.coreclr_wrap_shutdown(), flush=True)
+os._exit(0)
+"""
+    )
+    assert (result.returncode, result.stdout) == (0, "True 0\n"), result.stderr
+
+
 def test_modules_of_one_process_keep_their_symbols_apart(start: Start) -> None:
     # Each module has its own domain name variable and no other data symbol: nothing is shared by accident.
     result = start.run(

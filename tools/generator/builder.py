@@ -236,18 +236,33 @@ class Builder:
                 entry.items = next((prop for prop in entry.properties if prop.python == line.python), None)
                 if entry.items is None or entry.items.static:
                     raise CatalogueError(line.place, f"{entry.name} has no property {line.python} above this line")
+            elif line.kind == "writer":
+                entry.writers += self._writer(entry, line)
             elif line.kind in PROPERTY_KINDS:
                 self._property(entry, line)
             else:
                 self._method(entry, line)
         if entry.kind in ("interface", "static class") and entry.constructors:
             raise CatalogueError(entry.place, "only classes and structs have constructors")
+        left_out = {prop.python for prop in entry.properties if prop.static and prop.writable}
+        left_out -= {prop.python for prop in entry.static_writers}
+        if left_out:
+            raise CatalogueError(entry.place, f"the writers of {entry.name} lack {', '.join(sorted(left_out))}")
         for method in entry.methods:
             self._check_group(entry, method)
 
     @staticmethod
+    def _writer(entry: Type, line: MemberLine) -> list[Property]:
+        found = [prop for prop in entry.properties if prop.python == line.python and prop.static and prop.writable]
+        if not found:
+            raise CatalogueError(line.place, f"{entry.name} writes no static property {line.python} above this line")
+        if found[0] in entry.writers:
+            raise CatalogueError(line.place, f"the writer of {line.python} stands twice")
+        return found
+
+    @staticmethod
     def _check_name(line: MemberLine) -> None:
-        if line.kind in ("ctor", "shared", "items"):
+        if line.kind in ("ctor", "shared", "items", "writer"):
             return
         rule = upper_snake_case(line.managed) if line.kind == "const" else snake_case(line.managed)
         if (rule != line.python) != line.exception:

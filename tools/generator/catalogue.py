@@ -101,7 +101,7 @@ def _parameters(place: Place, text: str) -> tuple[ParamLine, ...]:
 
 def _member(place: Place, text: str) -> MemberLine:
     kind = text.split(" ", 1)[0]
-    if kind in ("shared", "items"):
+    if kind in ("shared", "items", "writer"):
         parts = text.split()
         if len(parts) != 2:
             raise CatalogueError(place, f"a line of {kind} is one name")

@@ -133,6 +133,7 @@ class Type:
     properties: list[Property] = field(default_factory=list)
     shared: list[str] = field(default_factory=list)  # members served by the collection machinery
     items: Property | None = None  # by which the class is indexed
+    writers: list[Property] = field(default_factory=list)  # of static properties, where their order is stated
     width: Wire | None = None  # of an enumeration
     values: list[tuple[str, int]] = field(default_factory=list)
 
@@ -163,6 +164,11 @@ class Type:
     def is_enum(self) -> bool:
         """Whether the type is an enumeration."""
         return self.kind == "enum"
+
+    @property
+    def static_writers(self) -> list[Property]:
+        """The static properties with a method `set_<name>`, in the order of the method table."""
+        return self.writers or [prop for prop in self.properties if prop.static and prop.writable]
 
     @property
     def markers(self) -> list[Type | str]:

@@ -3,6 +3,8 @@
 #include "host/host_environment.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -288,6 +290,25 @@ TEST_F(HostStart, ShutsDownOnce) {
         std::printf("%d", environment.try_shutdown_default_app_domain());
     });
     EXPECT_EQ(child.out, "0 -1");
+    EXPECT_EQ(log(), start_log(netcore_dir) + "shutdown\n");
+}
+
+TEST_F(HostStart, ForkedChildLeavesTheRuntimeToItsParent) {
+    install();
+    const ChildResult child = run_in_child([this] {
+        HostEnvironment& environment = start();
+        std::fflush(nullptr);
+        const pid_t forked = fork();
+        if (forked == 0) std::exit(environment.try_shutdown_default_app_domain() == -1 ? 0 : 1);
+        int status = 0;
+        if (waitpid(forked, &status, 0) != forked || status != 0) abort();
+        if (log() != start_log(netcore_dir)) abort();
+        if (fork() == 0) std::exit(0);
+        if (wait(nullptr) < 0) abort();
+        std::printf("%d", log() == start_log(netcore_dir));
+    });
+    EXPECT_EQ(child.exit_code, 0) << child.err;
+    EXPECT_EQ(child.out, "1");
     EXPECT_EQ(log(), start_log(netcore_dir) + "shutdown\n");
 }
 

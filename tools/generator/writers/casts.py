@@ -24,9 +24,8 @@ def symbol(entry: Type, operation: str) -> str:
     own = f"wrpPy_blts_{entry.symbol}_000{operation}"
     if operation == "_cast_from" and not entry.cast_from:
         return "zelmor::cast_stub"
-    if entry.kind == "static class":
-        return {"_cast_to": "zelmor::cast_stub", "_cast_as": "zelmor::cast_stub",
-                "_is_assignable": "zelmor::never_assignable"}.get(operation, own)
+    if entry.kind == "static class" and operation == "_is_assignable":
+        return "zelmor::never_assignable"
     return own
 
 
@@ -42,6 +41,12 @@ def _cast(entry: Type, operation: str, service: str, slot: str, reader: str, pas
         *guard(entry), slot, f"if (!{reader}(value, &from)) {{", *_NO_CAST, "void* out = nullptr;",
         f"const int status = {host_of(entry)}.{service}({passed}, &out);",
         f"return zelmor::finish_cast(status, out, &wrpPy_tyds_{entry.symbol});"])
+
+
+def _no_cast(entry: Type, operation: str) -> list[str]:
+    """A cast to a static class, of which there are no objects: the argument is not looked at."""
+    return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000{operation}(PyObject*, PyObject*)",
+                    [*guard(entry), "return zelmor::no_cast();"])
 
 
 def _is_assignable(entry: Type, slot: str, reader: str, passed: str) -> list[str]:
@@ -74,7 +79,7 @@ def write_casts(entry: Type) -> list[str]:
     """All operations that are the type's own."""
     lines = write_type_of(entry)
     if entry.kind == "static class":
-        return lines + _reinterpret(entry)
+        return [*lines, *_no_cast(entry, "_cast_to"), *_reinterpret(entry), *_no_cast(entry, "_cast_as")]
     variant = entry.kind in ("struct", "interface")
     record = ("VariantArg from{};", "fn_conv_py_obj_to_clr_gen_not_null_handle", "&from")
     handle = ("void* from = nullptr;", "fn_conv_py_obj_to_clr_refobj_not_null_handle", "from")

@@ -17,10 +17,11 @@ def _span(name: str, element: str, rows: list[str]) -> tuple[list[str], str]:
 
 
 def _ready(module: Module) -> list[str]:
-    """Foreign types that the markers name first, then the module's own, in ordinal order."""
-    markers = [marker for entry in module.wrappers for marker in entry.markers]
-    interop = sorted({marker for marker in markers if isinstance(marker, str)})
-    foreign = sorted({m for m in markers if isinstance(m, Type) and m.module != module.name}, key=lambda m: m.full_name)
+    """Foreign types that the markers name, as they come up, those of all modules first; then the module's own, in
+    ordinal order."""
+    markers = dict.fromkeys(marker for entry in module.wrappers for marker in entry.markers)
+    interop = [marker for marker in markers if isinstance(marker, str)]
+    foreign = [marker for marker in markers if isinstance(marker, Type) and marker.module != module.name]
     types: list[Type | str] = [*interop, *foreign, *module.wrappers]
     return [_record(entry) for entry in types]
 

@@ -92,10 +92,9 @@ def _method_rows(entry: Type) -> list[str]:
     rows += collection_slots.shared_methods(entry)
     kind = "Struct" if entry.kind == "struct" else "Object"
     rows.append(_definition("get_type", f"ZELMOR_SELF_METHOD(&wrapClr{kind}_get_type)", "METH_NOARGS"))
-    for prop in _static_properties(entry):
-        if prop.writable:
-            rows.append(_definition(f"set_{prop.python}", f"&{members.property_symbol(prop, 'set')}",
-                                    "METH_O | METH_STATIC"))
+    for prop in entry.static_writers:
+        rows.append(_definition(f"set_{prop.python}", f"&{members.property_symbol(prop, 'set')}",
+                                "METH_O | METH_STATIC"))
     for operation, flags in casts.OPERATIONS:
         rows.append(_definition(operation, f"&{casts.symbol(entry, operation)}", flags))
     return [*rows, "{nullptr, nullptr, 0, nullptr}"]
