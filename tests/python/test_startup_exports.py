@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 import subprocess
 from pathlib import Path
 
@@ -62,3 +63,17 @@ def test_only_the_image_backend_is_linked_with_codecs() -> None:
         assert needed
         others = ("vips", "jpeg", "png", "tiff", "webp", "lcms", "cairo", "pango")
         assert not any(name in line for line in needed for name in others)
+
+
+@pytest.mark.skipif("ZELMOR_SANITIZED" in os.environ, reason="the sanitizers' build has checks of its own")
+def test_hardened() -> None:
+    """The stack is guarded in every shared object, and calls whose sizes the compiler knows are checked."""
+    libraries = [*PACKAGE.rglob("*.cpython-*.so"), *RUNTIME.glob("*.so")]
+    assert len(libraries) >= len(MODULES) + 4
+    checked = 0
+    for library in libraries:
+        listing = subprocess.run(["nm", "-D", "--undefined-only", library], capture_output=True, text=True, check=True)
+        needed = {line.split()[-1].split("@")[0] for line in listing.stdout.splitlines()}
+        assert "__stack_chk_fail" in needed, library.name
+        checked += any(name.endswith("_chk") for name in needed)
+    assert checked > 0
