@@ -8,18 +8,11 @@
 #include "collections/parameter_steps.h"
 #include "collections/sequence.h"
 #include "collections/typed_callbacks.h"
-#include "collections/typed_casts.h"
 #include "collections/typed_hosts.h"
 #include "collections/typed_types.h"
 #include "pyshell/casts.h"
 
 namespace zelmor {
-
-// A host's casts, as the tables of the cast family ask for them.
-template <class Host>
-const auto& casts_of() {
-    return Host::get_instance().casts();
-}
 
 template <class Host>
 int assignable_to(void* handle) {

@@ -36,7 +36,7 @@ bool parse_literally(PyObject* args, PyObject* kwargs, const char* const* names,
         r[static_cast<size_t>(i)] = readers[i];
     }
 #define ZELMOR_READER(i) r[i].convert, r[i].slot
-#define ZELMOR_SIX_READERS(i)                                                                                        \
+#define ZELMOR_SIX_READERS(i)                                                                                 \
     ZELMOR_READER(i), ZELMOR_READER(i + 1), ZELMOR_READER(i + 2), ZELMOR_READER(i + 3), ZELMOR_READER(i + 4), \
         ZELMOR_READER(i + 5)
     static_assert(kMostParameters == 12);
@@ -88,8 +88,8 @@ std::array<CountMessage, 256> count_messages;
 
 // The same as a borrowed reference, or null with an exception set.
 PyObject* remembered_count_message(const char* const* names, Py_ssize_t count, Py_ssize_t given) {
-    const size_t place = (reinterpret_cast<uintptr_t>(names) / sizeof(void*) * 7 + static_cast<size_t>(given)) %
-                         count_messages.size();
+    const size_t place =
+        (reinterpret_cast<uintptr_t>(names) / sizeof(void*) * 7 + static_cast<size_t>(given)) % count_messages.size();
     CountMessage& message = count_messages[place];
     if (message.names != names || message.given != given || message.text == nullptr) {
         PyObject* text = count_message(names, count, given);
@@ -149,8 +149,8 @@ bool parse_arguments(PyObject* args, PyObject* kwargs, const char* const* names,
     return outcome == Positional::kParsed;
 }
 
-bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers,
-                    Py_ssize_t count, PyObject** refusal) {
+bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers, Py_ssize_t count,
+                    PyObject** refusal) {
     assert(PyTuple_Check(args) && (kwargs == nullptr || PyDict_Check(kwargs)));
     if (has_keywords(kwargs)) {
         if (parse_literally(args, kwargs, names, readers, count)) {

@@ -25,8 +25,7 @@ Reader reader(int (*convert)(PyObject*, Slot*), Slot* slot) {
 
 // For converters that take any slot.
 template <class Slot>
-    requires(!std::is_void_v<Slot>)
-Reader reader(int (*convert)(PyObject*, void*), Slot* slot) {
+requires(!std::is_void_v<Slot>) Reader reader(int (*convert)(PyObject*, void*), Slot* slot) {
     return {convert, slot};
 }
 
@@ -41,8 +40,8 @@ bool parse_arguments(PyObject* args, PyObject* kwargs, const char* const* names,
 
 // The same for one overload of several: the value of the exception goes to `refusal`, which is null after a success,
 // and none is set. That of a wrong number of positional arguments is a text that was made once.
-bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers,
-                    Py_ssize_t count, PyObject** refusal);
+bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers, Py_ssize_t count,
+                    PyObject** refusal);
 
 template <size_t N>
 bool parse_arguments(PyObject* args, PyObject* kwargs, const char* const* names, const Reader (&readers)[N]) {

@@ -1,15 +1,110 @@
-// What the members of the cast family have in common: from the status of a host service to what Python receives.
+// The cast family: the operations "_type_of", "_cast_to", "_cast_as", "_is_assignable" and "_reinterpret_obj" of every
+// wrapper type, as functions over a record that says how a type does them.
 //
-// A service tells of a failure by the pending error alone: that is asked for first, whatever the status says.
-//
-// The readers of the argument and the services themselves stand in the generated functions; the rules for their
-// results stand here once.
+// A type brings its record and one line for each entry of its method table. A service of the managed side tells of a
+// failure by the pending error alone: that is asked for first, whatever the status says.
 #pragma once
 
+#include <cstddef>
+#include <type_traits>
+
+#include "exchange/wire/records.h"
 #include "pyshell/python.h"
 #include "pyshell/sibling_converters.h"
 
 namespace zelmor {
+
+// The services of a managed type. What is passed is a handle or a tagged handle, and what comes back a handle or an
+// enumeration's integer; all of them cross as pointers. A service that the type does not have is null.
+struct CastServices {
+    int (*type_of)(void** type_handle);
+    int (*cast_to)(const void* from, void* out);
+    int (*reinterpret_obj)(void* object, void* out);
+    int (*cast_as)(const void* from, void* out);
+    int (*is_assignable)(const void* value);
+};
+
+template <class From, class Out>
+auto erased(int (*service)(From*, Out*)) {
+    return reinterpret_cast<int (*)(const void*, void*)>(service);
+}
+
+// The services as a host has them, each with its own types.
+template <class CastTo, class Reinterpret, class CastAs, class Value>
+CastServices cast_services(int (*type_of)(void**), CastTo cast_to, Reinterpret reinterpret_obj, CastAs cast_as,
+                           int (*is_assignable)(Value*)) {
+    CastServices services{type_of, erased(cast_to), nullptr, erased(cast_as),
+                          reinterpret_cast<int (*)(const void*)>(is_assignable)};
+    if constexpr (!std::is_null_pointer_v<Reinterpret>) {
+        services.reinterpret_obj = reinterpret_cast<int (*)(void*, void*)>(reinterpret_obj);
+    }
+    return services;
+}
+
+// Which arguments an operation hands to the managed side; others are answered here.
+enum class CastArgument {
+    kNothing,    // there are no objects of the type
+    kClass,      // wrappers of classes, as handles
+    kAny,        // wrappers of classes and structs, as tagged handles
+    kAnyOrNone,  // the same, and None as a null value
+};
+
+// How a kind of type does the operations.
+struct CastShape {
+    CastArgument cast_to;
+    CastArgument cast_as;
+    CastArgument is_assignable;
+    bool reinterprets;  // an object can be viewed as the type
+};
+
+inline constexpr CastShape kClassCasts = {CastArgument::kAnyOrNone, CastArgument::kClass, CastArgument::kClass, true};
+inline constexpr CastShape kStructCasts = {CastArgument::kAnyOrNone, CastArgument::kAny, CastArgument::kAny, true};
+inline constexpr CastShape kInterfaceCasts = {CastArgument::kAnyOrNone, CastArgument::kAny, CastArgument::kAny, false};
+inline constexpr CastShape kStaticClassCasts = {CastArgument::kNothing, CastArgument::kNothing, CastArgument::kNothing,
+                                                false};
+// Wrappers of collections without an element type read both casts alike.
+inline constexpr CastShape kInteropClassCasts = {CastArgument::kAnyOrNone, CastArgument::kAnyOrNone,
+                                                 CastArgument::kClass, true};
+inline constexpr CastShape kInteropInterfaceCasts = {CastArgument::kAnyOrNone, CastArgument::kAnyOrNone,
+                                                     CastArgument::kAny, false};
+
+// What a type brings to its operations.
+struct CastFamily {
+    PyTypeObject* type;
+    int (*guard)();
+    CastServices (*services)();  // asked behind the guard: the host may not exist before
+    const CastShape& shape;
+};
+
+PyObject* cast_type_of(const CastFamily& of);
+PyObject* cast_to(const CastFamily& of, PyObject* argument);
+PyObject* cast_as(const CastFamily& of, PyObject* argument);
+PyObject* cast_is_assignable(const CastFamily& of, PyObject* argument);
+PyObject* cast_reinterpret_obj(const CastFamily& of, PyObject* argument);
+
+// "_cast_from" of types that have no such service.
+PyObject* cast_stub(PyObject* self, PyObject* argument);
+
+// The services of a generated type's host, as its record asks for them.
+template <class Host>
+CastServices casts_of() {
+    return Host::get_instance().casts();
+}
+
+// -- parts of the operations, for those that are not written here --------------------------------------------------
+
+// An argument as a service takes it.
+class CastSource {
+ public:
+    // False if the argument is none that `kind` hands over; no error is set.
+    bool read(CastArgument kind, PyObject* argument);
+    const void* passed() const { return m_passed; }
+
+ private:
+    VariantArg m_value{};
+    void* m_handle = nullptr;
+    const void* m_passed = nullptr;
+};
 
 // The uniform answer that no such cast exists.
 inline PyObject* no_cast() {
@@ -19,10 +114,7 @@ inline PyObject* no_cast() {
 // "_type_of" and "get_type": the System.Type of `type_handle`, or null if the service failed.
 PyObject* finish_type_of(void* type_handle);
 
-// "_cast_to" and "_cast_as" of a wrapper: `out` is wrapped as `type`.
-PyObject* finish_cast(int status, void* out, PyTypeObject* type);
-
-// The same with the wrapped value already built (`wrapped` may be null, with or without an exception pending).
+// A cast whose value is already built (`wrapped` may be null, with or without an exception pending).
 PyObject* finish_cast_with(int status, PyObject* wrapped);
 
 // "_cast_from": `out` becomes a System.Object whatever the target was.
@@ -36,14 +128,5 @@ int read_cast_target(PyObject* argument, void** type_handle);
 
 // Reads the System.Object argument of "_reinterpret_obj"; 0 with TypeError if it is none.
 int read_reinterpreted(PyObject* argument, void** object_handle);
-
-// "_reinterpret_obj" of an interface or static class.
-PyObject* refuse_reinterpret(PyObject* argument, PyTypeObject* type);
-
-// "_cast_from" of types that have no such service.
-PyObject* cast_stub(PyObject* self, PyObject* argument);
-
-// "_is_assignable" of static classes.
-PyObject* never_assignable(PyObject* self, PyObject* argument);
 
 }  // namespace zelmor

@@ -78,10 +78,6 @@ PyObject* convert_enum_result(T value, PyTypeObject* type) {
     return PyObject_CallFunctionObjArgs(reinterpret_cast<PyObject*>(type), integer, nullptr);
 }
 
-// Result of a cast service of an enumeration.
-template <class T>
-PyObject* finish_enum_cast(int status, T value, PyTypeObject* type);
-
 // Makes the class: `members` is the tuple of (name, value) pairs, taken over; `flags` selects IntFlag.
 PyObject* make_enum_class(const char* name, bool flags, PyObject* members);
 

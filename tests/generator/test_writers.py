@@ -92,11 +92,13 @@ def test_slots_are_reset_for_every_attempt_and_a_failed_parse_is_kept(texts: dic
     lines = body(texts["Picture"], "wrpPy_mgov_[0-9A-F]{8}_Picture_000_turn")
     assert lines[:2] == ["float angle_{};", "VariantArg fill_{};"]
     assert 'static const char* const kKeywords[] = {"angle", "fill", nullptr};' in lines
-    assert "zelmor::keep_parse_error(error_slot);" in lines
+    assert "zelmor::reader(&fn_conv_py_float_to_clr_float, &angle_)," in lines
+    parse = lines.index("if (!zelmor::parse_overload(args, kwargs, kKeywords, readers, error_slot)) {")
+    assert lines[parse + 1] == "return nullptr;"
 
 
-def test_an_overload_without_parameters_parses_the_empty_format(texts: dict[str, str]) -> None:
-    assert any('"", const_cast<char**>(kKeywords))' in line
+def test_an_overload_without_parameters_refuses_any(texts: dict[str, str]) -> None:
+    assert any("zelmor::parse_no_arguments(args, kwargs, error_slot)" in line
                for line in body(texts["Picture"], "wrpPy_mgov_[0-9A-F]{8}_Picture_001_turn"))
 
 
@@ -107,9 +109,8 @@ def test_bytes_are_held_by_a_builder_and_an_enumeration_by_its_integer(texts: di
 
 
 def test_memory_that_is_written_to_takes_no_read_only_buffer(texts: dict[str, str]) -> None:
-    parsed = "\n".join(line for line in texts["Helper"].split("\n") if "&data" in line and "&source" in line)
-    assert "&fn_conv_py_bytes_to_clr_out_bytes, &data" in parsed
-    assert "&fn_conv_py_bytes_to_clr_bytes, &source" in parsed
+    assert "zelmor::reader(&fn_conv_py_bytes_to_clr_out_bytes, &data" in texts["Helper"]
+    assert "zelmor::reader(&fn_conv_py_bytes_to_clr_bytes, &source" in texts["Helper"]
 
 
 def test_by_reference_values_are_built_first_and_pushed_in_order(texts: dict[str, str]) -> None:
@@ -149,7 +150,8 @@ def test_a_struct_converter_refuses_none_and_an_interface_takes_it(texts: dict[s
 
 def test_a_static_class_has_stubs_and_no_converters(texts: dict[str, str]) -> None:
     assert "wrpPy_conv_" not in texts["Helper"]
-    assert '{"_is_assignable", &zelmor::never_assignable, METH_O | METH_STATIC, nullptr}' in texts["Helper"]
+    assert "zelmor::kStaticClassCasts};" in texts["Helper"]
+    assert '{"_cast_from", &zelmor::cast_stub, METH_O, nullptr}' in texts["Helper"]
 
 
 def test_the_two_sides_of_a_mixed_method(texts: dict[str, str]) -> None:

@@ -1,5 +1,5 @@
-// The direct parse of positional calls beside the interpreter's own parser, for every list of keywords that the API has:
-// the same verdict, the same exception, the same converters run in the same order, the same slots filled.
+// The direct parse of positional calls beside the interpreter's own parser, for every list of keywords that the API
+// has: the same verdict, the same exception, the same converters run in the same order, the same slots filled.
 #include "pyshell/arguments.h"
 
 #include <gtest/gtest.h>
@@ -43,7 +43,8 @@ using Slots = std::array<long, zelmor::kMostParameters>;
 // The reference: the literal recipe.
 bool parse_by_recipe(PyObject* args, PyObject* kwargs, const char* const* names, size_t count, Slots& s) {
     std::string format;
-    for (size_t i = 0; i < count; ++i) format += "O&";
+    for (size_t i = 0; i < count; ++i)
+        format += "O&";
     return PyArg_ParseTupleAndKeywords(args, kwargs, format.c_str(), const_cast<char**>(names), &convert, &s[0],
                                        &convert, &s[1], &convert, &s[2], &convert, &s[3], &convert, &s[4], &convert,
                                        &s[5], &convert, &s[6], &convert, &s[7], &convert, &s[8], &convert, &s[9],
@@ -108,16 +109,15 @@ class Arguments : public PyShellTest {
         const size_t count = names.size() - 1;
         Slots slots{}, by_recipe{};
         std::vector<Reader> readers;
-        for (size_t i = 0; i < count; ++i) readers.push_back(zelmor::reader(&convert, &slots[i]));
+        for (size_t i = 0; i < count; ++i)
+            readers.push_back(zelmor::reader(&convert, &slots[i]));
 
-        const Outcome expected =
-            outcome_of(parse_by_recipe(args, kwargs, names.data(), count, by_recipe), by_recipe);
+        const Outcome expected = outcome_of(parse_by_recipe(args, kwargs, names.data(), count, by_recipe), by_recipe);
         PyObject* refusal = nullptr;
-        const bool parsed =
-            overload ? zelmor::parse_overload(args, kwargs, names.data(), readers.data(),
-                                              static_cast<Py_ssize_t>(count), &refusal)
-                     : zelmor::parse_arguments(args, kwargs, names.data(), readers.data(),
-                                               static_cast<Py_ssize_t>(count));
+        const bool parsed = overload ? zelmor::parse_overload(args, kwargs, names.data(), readers.data(),
+                                                              static_cast<Py_ssize_t>(count), &refusal)
+                                     : zelmor::parse_arguments(args, kwargs, names.data(), readers.data(),
+                                                               static_cast<Py_ssize_t>(count));
         Outcome found = outcome_of(parsed, slots);
 
         ASSERT_EQ(found.parsed, expected.parsed);

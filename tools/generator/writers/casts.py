@@ -1,12 +1,13 @@
-"""Prints the cast family of a wrapper type."""
+"""Prints the cast family of a wrapper type: the record that says how the type does the operations, and an entry for
+each."""
 
 from __future__ import annotations
 
 from ..model import Type
-from .members import guard, host_of
+from .members import host_of
 from .text import function
 
-# Python name, whether it is called on the type, table flags.
+# Python name, table flags.
 OPERATIONS = (
     ("_type_of", "METH_NOARGS | METH_STATIC"),
     ("_cast_to", "METH_O | METH_STATIC"),
@@ -16,43 +17,27 @@ OPERATIONS = (
     ("_is_assignable", "METH_O | METH_STATIC"),
 )
 
-_NO_CAST = ["    return zelmor::no_cast();", "}"]
+# How each kind of type does them: the shapes that the record can name.
+_SHAPES = {"class": "kClassCasts", "struct": "kStructCasts", "interface": "kInterfaceCasts",
+           "static class": "kStaticClassCasts"}
 
 
 def symbol(entry: Type, operation: str) -> str:
-    """The function behind an operation; stubs are shared by all types."""
-    own = f"wrpPy_blts_{entry.symbol}_000{operation}"
+    """The function behind an operation."""
     if operation == "_cast_from" and not entry.cast_from:
         return "zelmor::cast_stub"
-    if entry.kind == "static class" and operation == "_is_assignable":
-        return "zelmor::never_assignable"
-    return own
+    return f"wrpPy_blts_{entry.symbol}_000{operation}"
 
 
-def write_type_of(entry: Type) -> list[str]:
-    """`T._type_of()`."""
-    return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000_type_of(PyObject*, PyObject*)", [
-        *guard(entry), "void* out = nullptr;", f"{host_of(entry)}.btp_TypeOf(&out);",
-        "return zelmor::finish_type_of(out);"])
-
-
-def _cast(entry: Type, operation: str, service: str, slot: str, reader: str, passed: str) -> list[str]:
-    return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000{operation}(PyObject*, PyObject* value)", [
-        *guard(entry), slot, f"if (!{reader}(value, &from)) {{", *_NO_CAST, "void* out = nullptr;",
-        f"const int status = {host_of(entry)}.{service}({passed}, &out);",
-        f"return zelmor::finish_cast(status, out, &wrpPy_tyds_{entry.symbol});"])
-
-
-def _no_cast(entry: Type, operation: str) -> list[str]:
-    """A cast to a static class, of which there are no objects: the argument is not looked at."""
-    return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000{operation}(PyObject*, PyObject*)",
-                    [*guard(entry), "return zelmor::no_cast();"])
-
-
-def _is_assignable(entry: Type, slot: str, reader: str, passed: str) -> list[str]:
-    return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000_is_assignable(PyObject*, PyObject* value)", [
-        *guard(entry), slot, f"if (!{reader}(value, &from)) {{", "    Py_RETURN_FALSE;", "}",
-        f"return zelmor::finish_is_assignable({host_of(entry)}.btp_IsAssignable({passed}));"])
+def entries(family: str, prefix: str, operations: list[str]) -> list[str]:
+    """One function a line: `prefix` and the operation are its name, and the record is handed to the family."""
+    lines = []
+    for operation in operations:
+        name, passed = (" value", ", value") if operation != "_type_of" else ("", "")
+        shared = "cast" + operation.removeprefix("_cast")
+        lines.append(f"static PyObject* {prefix}{operation}(PyObject*, PyObject*{name}) "
+                     f"{{ return zelmor::{shared}({family}{passed}); }}")
+    return lines
 
 
 def _cast_from(entry: Type) -> list[str]:
@@ -63,30 +48,12 @@ def _cast_from(entry: Type) -> list[str]:
         "return zelmor::finish_cast_from(status, out);"])
 
 
-def _reinterpret(entry: Type) -> list[str]:
-    head = f"static PyObject* wrpPy_blts_{entry.symbol}_000_reinterpret_obj(PyObject*, PyObject* value)"
-    if entry.kind in ("interface", "static class"):
-        return function(head, [f"return zelmor::refuse_reinterpret(value, &wrpPy_tyds_{entry.symbol});"])
-    return function(head, [
-        *guard(entry), "void* object = nullptr;", "if (!zelmor::read_reinterpreted(value, &object)) {",
-        "    return nullptr;", "}", "void* out = nullptr;",
-        f"{host_of(entry)}.btp_ReInterpretObj(object, &out);",
-        "if (PyErr_Occurred()) {", "    return nullptr;", "}",
-        f"return wrpPy_conv_clr_to_py_{entry.symbol}(out);"])
-
-
 def write_casts(entry: Type) -> list[str]:
-    """All operations that are the type's own."""
-    lines = write_type_of(entry)
-    if entry.kind == "static class":
-        return [*lines, *_no_cast(entry, "_cast_to"), *_reinterpret(entry), *_no_cast(entry, "_cast_as")]
-    variant = entry.kind in ("struct", "interface")
-    record = ("VariantArg from{};", "fn_conv_py_obj_to_clr_gen_not_null_handle", "&from")
-    handle = ("void* from = nullptr;", "fn_conv_py_obj_to_clr_refobj_not_null_handle", "from")
-    lines += _cast(entry, "_cast_to", "btp_CastTo", "VariantArg from{};", "fn_conv_py_obj_to_clr_gen_handle", "&from")
-    if entry.cast_from:
-        lines += _cast_from(entry)
-    lines += _reinterpret(entry)
-    lines += _cast(entry, "_cast_as", "btp_CastAs", *(record if variant else handle))
-    lines += _is_assignable(entry, *(record if variant else handle))
-    return lines
+    """The record and the entries."""
+    family = f"wrpPy_cast_{entry.symbol}"
+    lines = [f"static constexpr zelmor::CastFamily {family} = {{&wrpPy_tyds_{entry.symbol}, "
+             f"&wrpPy_uafn_{entry.symbol}_invalidate,",
+             f"    &zelmor::casts_of<PyHost_cs_{entry.symbol}>, zelmor::{_SHAPES[entry.kind]}}};", ""]
+    own = [name for name, _ in OPERATIONS if name != "_cast_from"]
+    lines += [*entries(family, f"wrpPy_blts_{entry.symbol}_000", own), ""]
+    return lines + (_cast_from(entry) if entry.cast_from else [])

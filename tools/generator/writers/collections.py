@@ -7,6 +7,7 @@ from __future__ import annotations
 
 from ..model import Collection, Model
 from ..wires import Wire
+from . import casts
 from .text import function, quoted, table
 
 # Kind in the table -> kind in symbols.
@@ -17,10 +18,6 @@ WRAPPERS = {"array": "ArrayWrapper", "list": "ListWrapper", "ilist": "IListWrapp
 _SCALAR_POLICIES = {"int8": "Int8", "int16": "Int16", "int32": "Int32", "int64": "Int64", "uint16": "UInt16",
                     "uint32": "UInt32", "uint64": "UInt64", "float": "Float", "double": "Double"}
 _PLAIN_POLICIES = {"string": "String", "bytes": "Bytes", "object": "Variant"}
-
-_CASTS = (("_type_of", "METH_NOARGS | METH_STATIC"), ("_cast_to", "METH_O | METH_STATIC"), ("_cast_from", "METH_O"),
-          ("_reinterpret_obj", "METH_O | METH_STATIC"), ("_cast_as", "METH_O | METH_STATIC"),
-          ("_is_assignable", "METH_O | METH_STATIC"))
 
 # Operation -> signature behind the name, arguments behind `self`.
 _OBJECT = "PyObject* {}(PyObject* self, PyObject* value)"
@@ -180,21 +177,13 @@ class Instance:
                       [f"return {guard}() != 0 ? nullptr : zelmor::make_empty_wrapper(type, args, kwargs);"])]
 
     def _casts(self) -> list[str]:
-        role = "Class" if self._is_class else "Interface"
+        shape = "kClassCasts" if self._is_class else "kInterfaceCasts"
         of = f"wrpPygn_cast_{self._id}_{self._kind}"
-        lines = [f"static constexpr zelmor::Typed{role} {of} = {{&{self._record}, "
-                 f"&wrpPygn_uafn_{self._id}_{self._kind}_invalidate, &zelmor::casts_of<{self._host()}>}};", ""]
-        for name, _ in _CASTS:
-            operation = name.lstrip("_")
-            if operation == "type_of":
-                lines += function(f"static PyObject* {self._symbol(operation)}(PyObject*, PyObject*)",
-                                  [f"return zelmor::{role.lower()}_type_of({of});"])
-            elif operation == "cast_from":
-                lines += function(f"static PyObject* {self._symbol(operation)}(PyObject* self, PyObject* value)",
-                                  ["return zelmor::cast_stub(self, value);"])
-            else:
-                lines += function(f"static PyObject* {self._symbol(operation)}(PyObject*, PyObject* value)",
-                                  [f"return zelmor::{role.lower()}_{operation}({of}, value);"])
+        lines = [f"static constexpr zelmor::CastFamily {of} = {{&{self._record}, "
+                 f"&wrpPygn_uafn_{self._id}_{self._kind}_invalidate,",
+                 f"    &zelmor::casts_of<{self._host()}>, zelmor::{shape}}};", ""]
+        own = [name for name, _ in casts.OPERATIONS if name != "_cast_from"]
+        lines += [*casts.entries(of, f"wrpPygn_bltp_{self._id}_{self._kind}", own), ""]
         return lines
 
     def _operations(self) -> list[str]:
@@ -219,7 +208,10 @@ class Instance:
                                   [f"return wrpPygn_bltp_{self._id}_iterable_iter(self);"])]
 
     def _method_table(self) -> list[str]:
-        rows = [f"{{{quoted(name)}, &{self._symbol(name.lstrip('_'))}, {flags}, nullptr}}" for name, flags in _CASTS]
+        rows = []
+        for name, flags in casts.OPERATIONS:
+            target = "zelmor::cast_stub" if name == "_cast_from" else self._symbol(name.lstrip("_"))
+            rows.append(f"{{{quoted(name)}, &{target}, {flags}, nullptr}}")
         for name in _METHODS.get(self._kind, ()):
             symbol = f"&{self._symbol(name)}"
             target = f"ZELMOR_KEYWORD_METHOD({symbol})" if name == "sort" else symbol

@@ -5,7 +5,7 @@ from __future__ import annotations
 from ..model import Type
 from . import casts
 from .host import write_host
-from .members import guard, host_of
+from .members import host_of
 from .text import function, quoted, table
 
 # Python name, service, table flags; in the order in which the descriptors are stored.
@@ -47,40 +47,19 @@ def _converters(entry: Type) -> list[str]:
                   [f"return zelmor::convert_enum_result(value, wrpPy_tyds_{symbol});"])]
 
 
-def _cast(entry: Type, operation: str, service: str, slot: str, reader: str, passed: str) -> list[str]:
-    return function(f"static PyObject* {_symbol(entry, operation)}(PyObject*, PyObject* value)", [
-        *guard(entry), slot, f"if (!{reader}(value, &from)) {{", "    return zelmor::no_cast();", "}",
-        f"{integer_type(entry)} out{{}};", f"const int status = {host_of(entry)}.{service}({passed}, &out);",
-        f"return zelmor::finish_enum_cast(status, out, wrpPy_tyds_{entry.symbol});"])
-
-
-def _of_member(entry: Type, operation: str, service: str, finish: str) -> list[str]:
-    """An operation that hands the member's own integer."""
-    return function(f"static PyObject* {_symbol(entry, operation)}(PyObject* self, PyObject*)", [
-        *guard(entry), f"{integer_type(entry)} value{{}};", "if (!zelmor::read_enum_integer(self, &value)) {",
-        "    return nullptr;", "}", "void* out = nullptr;",
-        f"{host_of(entry)}.{service}(value, &out);", *finish.split("\n")])
-
-
 def _operations(entry: Type) -> list[str]:
-    handle = "void* from = nullptr;"
-    reader = "fn_conv_py_obj_to_clr_refobj_not_null_handle"
-    lines = casts.write_type_of(entry)
-    lines += _cast(entry, "_cast_to", "btp_CastTo", "VariantArg from{};", "fn_conv_py_obj_to_clr_gen_handle", "&from")
-    lines += function(f"static PyObject* {_symbol(entry, '_reinterpret_obj')}(PyObject*, PyObject* value)", [
-        *guard(entry), "void* object = nullptr;", "if (!zelmor::read_reinterpreted(value, &object)) {",
-        "    return nullptr;", "}", f"{integer_type(entry)} out{{}};",
-        f"{host_of(entry)}.btp_ReInterpretObj(object, &out);",
-        "if (PyErr_Occurred()) {", "    return nullptr;", "}",
-        f"return zelmor::convert_enum_result(out, wrpPy_tyds_{entry.symbol});"])
-    lines += _of_member(entry, "_as_uni_enum", "btp_AsUniEnum",
-                        "if (PyErr_Occurred()) {\n    return nullptr;\n}\n"
-                        "return wrpPyl_convcaps_clr_to_py_738AFABA_Enum(out);")
-    lines += _cast(entry, "_cast_as", "btp_CastAs", handle, reader, "from")
-    lines += function(f"static PyObject* {_symbol(entry, '_is_assignable')}(PyObject*, PyObject* value)", [
-        *guard(entry), handle, f"if (!{reader}(value, &from)) {{", "    Py_RETURN_FALSE;", "}",
-        f"return zelmor::finish_is_assignable({host_of(entry)}.btp_IsAssignable(from));"])
-    return lines + _of_member(entry, "get_type", "btp_GetType", "return zelmor::finish_type_of(out);")
+    family = f"wrpPy_cast_{entry.symbol}"
+    lines = [f"static constexpr zelmor::EnumCastFamily<{integer_type(entry)}> {family} = {{&wrpPy_tyds_{entry.symbol}, "
+             f"&wrpPy_uafn_{entry.symbol}_invalidate,", f"    &zelmor::casts_of<PyHost_cs_{entry.symbol}>}};", ""]
+    own = [name for name, _ in casts.OPERATIONS if name != "_cast_from"]
+    lines += [*casts.entries(family, f"wrpPy_blts_{entry.symbol}_000", own), ""]
+    for operation, service, show in (("_as_uni_enum", "btp_AsUniEnum", "wrpPyl_convcaps_clr_to_py_738AFABA_Enum"),
+                                     ("get_type", "btp_GetType", "&zelmor::finish_type_of")):
+        lines += function(f"static PyObject* {_symbol(entry, operation)}(PyObject* self, PyObject*)", [
+            f"const auto service = []({integer_type(entry)} value, void** out) "
+            f"{{ return {host_of(entry)}.{service}(value, out); }};",
+            f"return zelmor::ask_of_member({family}, self, +service, {show});"])
+    return lines
 
 
 def _initialiser(entry: Type) -> list[str]:
