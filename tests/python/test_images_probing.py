@@ -18,7 +18,7 @@ import numpy as np
 import pytest
 from image_oracles import FORMATS, HEIGHT, WIDTH, few_colors, managed_error, noise, pixels, raster, worst, write
 from PIL import Image as Pillow
-from zelmor.imaging import (DataRecoveryMode, FileFormat, Image, ImageLoadersRegistry, LoadOptions, RasterImage,
+from zelmor.imaging import (DataRecoveryMode, FileFormat, Image, ImageLoadersRegistry, LoadOptions, RasterCachedMultipageImage,
                             Rectangle, StreamContainer)
 from zelmor.imaging.fileformats.bmp import BmpImage
 from zelmor.imaging.fileformats.jpeg import JpegImage
@@ -158,14 +158,7 @@ class TestHeader:
     ])
     @pytest.mark.parametrize("can_seek", [True, False])
     def test_that_goes_on_for_ever(self, start: bytes, filler: bytes, can_seek: bool) -> None:
-        class Sized(CountingFile):
-            def seek(self, offset: int, whence: int = 0) -> int:
-                if whence == 2:
-                    self.at = 1 << 40
-                    return self.at
-                return super().seek(offset, whence)
-
-        file = Sized(start, filler, can_seek)
+        file = CountingFile(start, filler, can_seek)
         with managed_error("ImageLoadException", "stream"):
             Image.load(file)
         assert file.read_bytes <= 66 * MEGABYTE if not can_seek else 2 * MEGABYTE
@@ -209,16 +202,15 @@ class TestPicture:
         data = (tmp_path / f"a.{extension}").read_bytes()
         file = CountingFile(data, b"\0")
         image = Image.load(file)
-        assert image._cast_from(RasterImage).made
-        assert len(list(image.pages)) == 4  # type: ignore[attr-defined]
-        assert file.tell() == len(data)
+        assert len(list(RasterCachedMultipageImage._cast_to(image).value.pages)) == 4
+        assert len(data) - 16 < file.tell() <= len(data)  # Pillow fills up between the pages of TIFF
 
     @pytest.mark.parametrize("name, start, filler", [
         ("JPEG", None, b"\0"),
         ("PNG", None, png_chunk(b"IDAT", bytes(4000))),
         ("PNG", None, png_chunk(b"teXt", b"k\0" + bytes(4000))),
-        ("GIF", b"GIF89a\1\0\1\0\0\0\0\x2c\0\0\0\0\1\0\1\0\0\2", b"\1\1"),
-        ("WEBP", b"RIFF\xfe\xff\xff\xffWEBPVP8X\x0a\0\0\0\0\0\0\0\1\0\0\1\0\0", b"abcd" + struct.pack("<I", 4000)
+        ("GIF", b"GIF89a\1\0\1\0\0\0\0\x2c\0\0\0\0\1\0\1\0\0\2", b"\xff" + bytes(255)),
+        ("WEBP", b"RIFF\xfe\xff\xff\xffWEBPVP8L\x0a\0\0\0\x2f" + bytes(9), b"abcd" + struct.pack("<I", 4000)
          + bytes(4000)),
         ("BMP", b"BM" + struct.pack("<IIIIiiHHIIiiII", 0, 0, 54, 40, 3, 3, 1, 8, 1, 0, 0, 0, 0, 0), b"\1"),
     ])

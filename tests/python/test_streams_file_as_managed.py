@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import io
 import os
+import re
 import socket
 import sys
 import tempfile
@@ -222,8 +223,7 @@ class TestFilesThatLie:
         with pytest.raises(OverflowError) as refused:
             lying().position = answer
         for members, use in (({"tell": lambda self: answer}, lambda c: c.position),
-                             ({"seek": lambda self, *args: answer}, lambda c: c.seek(1, SeekOrigin.BEGIN)),
-                             ({"seek": lambda self, *args: answer}, lambda c: c.length)):
+                             ({"seek": lambda self, *args: answer}, lambda c: c.seek(1, SeekOrigin.BEGIN))):
             with pytest.raises(RuntimeError, match=managed("PythonException",
                                                            f"OverflowError: {re.escape(str(refused.value))}")):
                 use(lying(**members))
@@ -239,10 +239,14 @@ class TestFilesThatLie:
         for answer in (Index(), Five(5), SeekOrigin.END, 3.0, "3", None, True):
             words = f"can't build 'Int64' from '{type(answer).__name__}'"
             for members, use in (({"tell": lambda self: answer}, lambda c: c.position),
-                                 ({"seek": lambda self, *args: answer}, lambda c: c.seek(1, SeekOrigin.BEGIN)),
-                                 ({"seek": lambda self, *args: answer}, lambda c: c.length)):
+                                 ({"seek": lambda self, *args: answer}, lambda c: c.seek(1, SeekOrigin.BEGIN))):
                 with pytest.raises(RuntimeError, match=managed("PythonException", re.escape(words))):
                     use(lying(**members))
+
+    def test_a_length_that_is_no_position(self) -> None:
+        for answer in (2**63, 3.0, "3", None, True):
+            with pytest.raises(RuntimeError, match=managed("PythonException", "While calculating the length")):
+                lying(seek=lambda self, *args, answer=answer: answer).length  # noqa: B018
 
     def test_positions_that_cannot_be(self) -> None:
         for members, use in (({"tell": lambda self: -5}, lambda c: c.position),

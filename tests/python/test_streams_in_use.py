@@ -22,9 +22,13 @@ JOINED = ["joined stream", "owning joined stream"]
 SUBJECTS = ["container", "owning container", "container of a source", "container of a file", "split container",
             *JOINED, "image"]
 # Which exceptions may come of it. PythonException: the file was closed with its container.
-MAY_FAIL = {"": 0, "ObjectDisposedException": 0, "InvalidOperationException": 0, "PythonException": 0,
-            "EndOfStreamException": 0, "IOException": 0, "ImageLoadException": 0, "ArgumentOutOfRangeException": 0,
-            "NotSupportedException": 0}
+MAY_FAIL = {"", "ObjectDisposedException", "InvalidOperationException", "PythonException", "EndOfStreamException",
+            "IOException", "ImageLoadException", "ArgumentOutOfRangeException", "NotSupportedException"}
+
+
+def expected_failure(subject: str, operation: str) -> str:
+    """What an operation raises undisturbed: a picture with something put in is none."""
+    return "ImageLoadException" if subject in JOINED and operation == "load" else ""
 
 
 def attempts(subject: str, meddling: str, directory: Path) -> dict[str, tuple[str, list[Any]]]:
@@ -50,7 +54,7 @@ def test_it_is_disposed_of(tmp_path: Path, subject: str, meddling: str) -> None:
     found = attempts(subject, meddling, tmp_path)
     assert sum(len(outcomes) for _, outcomes in found.values()) > (1 if subject == "image" else 4)
     for name, (failure, outcomes) in found.items():
-        assert failure == "", name
+        assert failure == expected_failure(subject, name), name
         for outcome, same in outcomes:
             assert outcome in MAY_FAIL, name
             # A file that stays open does to the end what it was asked for.
@@ -62,8 +66,8 @@ def test_it_is_disposed_of(tmp_path: Path, subject: str, meddling: str) -> None:
 @pytest.mark.parametrize("subject", ["split container", *JOINED])
 def test_its_pieces_move(tmp_path: Path, subject: str, meddling: str) -> None:
     for name, (failure, outcomes) in attempts(subject, meddling, tmp_path).items():
-        assert failure == "", name
-        assert {outcome for outcome, _ in outcomes} <= set(MAY_FAIL), name
+        assert failure == expected_failure(subject, name), name
+        assert {outcome for outcome, _ in outcomes} <= MAY_FAIL, name
 
 
 def test_a_joined_stream_that_was_changed_says_so(tmp_path: Path) -> None:

@@ -17,12 +17,20 @@ void PictureEnd::add_picture(int64_t width, int64_t height, int64_t bits_per_pix
     raw_bytes_ = std::min(kMost, raw_bytes_ + (side(width) * bits / 8 + kOfEachRow) * side(height));
 }
 
+void PictureEnd::add_values(uint64_t bytes) {
+    constexpr uint64_t kMost = 0x7FFFFFFF;  // that of a managed array
+    value_bytes_ = std::min(kMost, value_bytes_ + std::min(kMost, bytes));
+}
+
 namespace {
 
-// A chunk's name is four letters; where it is not, a reader has lost its way.
+// A chunk's name is four letters, of WebP four characters; where it is not, a reader has lost its way.
 bool is_chunk_name(std::span<const uint8_t> name) {
     return std::all_of(name.begin(), name.end(),
                        [](uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); });
+}
+bool is_printable(std::span<const uint8_t> name) {
+    return std::all_of(name.begin(), name.end(), [](uint8_t c) { return c >= ' ' && c <= '~'; });
 }
 
 class PngEnd final : public PictureEnd {
@@ -116,8 +124,8 @@ class JpegEnd final : public PictureEnd {
     // To the next marker that does not belong to the data of the scan; false where it has not come yet.
     bool skip_scan(std::span<const uint8_t> data) {
         while (at_ + 1 < data.size()) {
-            const auto* found =
-                static_cast<const uint8_t*>(std::memchr(data.data() + at_, 0xFF, static_cast<size_t>(data.size() - at_)));
+            const auto* found = static_cast<const uint8_t*>(
+                std::memchr(data.data() + at_, 0xFF, static_cast<size_t>(data.size() - at_)));
             at_ = found ? static_cast<uint64_t>(found - data.data()) : data.size();
             if (at_ + 1 >= data.size()) return false;
             const uint8_t next = data[at_ + 1];
@@ -142,14 +150,16 @@ class BmpEnd final : public PictureEnd {
         const ByteReader in(data);
         if (!in.has(0, kHeader)) return kHeader;
         const auto* bmp = facts_.encoding ? std::get_if<BmpEncoding>(&*facts_.encoding) : nullptr;
-        const bool counted = bmp && (bmp->compression == BmpCompression::kRgb ||
-                                     bmp->compression == BmpCompression::kBitFields);
+        const bool counted =
+            bmp && (bmp->compression == BmpCompression::kRgb || bmp->compression == BmpCompression::kBitFields);
         if (!facts_.readable || !counted) return kUnknown;
-        const uint64_t row = (static_cast<uint64_t>(facts_.width) * static_cast<uint64_t>(bmp->bits_per_pixel) + 31) / 32;
+        const uint64_t row =
+            (static_cast<uint64_t>(facts_.width) * static_cast<uint64_t>(bmp->bits_per_pixel) + 31) / 32;
         const uint64_t pixels_end = in.u32(10) + 4 * row * static_cast<uint64_t>(facts_.height);
-        // Masks and palette lie behind the header, wherever the pixels are.
+        // Masks and palette lie between, unless what says where the pixels are is wrong.
+        const uint64_t header_end = 14 + std::min<uint64_t>(in.u32(14), kLongestHeader);
         constexpr uint64_t kMasksAndPalette = 16 + 4 * 256;
-        return std::max(pixels_end, 14 + std::min<uint64_t>(in.u32(14), kLongestHeader) + kMasksAndPalette);
+        return in.u32(10) > header_end ? pixels_end : std::max(pixels_end, header_end + kMasksAndPalette);
     }
 
  private:
@@ -168,6 +178,7 @@ class WebpEnd final : public PictureEnd {
         for (;;) {
             if (at_ + 8 > end) return end;
             if (!in.has(at_, 8)) return at_ + 8;
+            if (!is_printable(in.piece(at_, 4))) return at_;
             if (in.starts_with(at_, "ANMF")) add_picture(facts_.width, facts_.height, facts_.bits_per_pixel);
             at_ += 8 + uint64_t{in.u32(at_ + 4)} + (in.u32(at_ + 4) & 1);
         }

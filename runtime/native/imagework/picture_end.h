@@ -24,15 +24,18 @@ class PictureEnd {
     // is known, which they then are. `data` is what came before and more.
     virtual uint64_t needed(std::span<const uint8_t> data) = 0;
     // The most that the pictures seen so far can need: four times their pixels, and room for all that is said of them.
-    uint64_t limit() const { return kRoomForTexts + 4 * raw_bytes_; }
+    uint64_t limit() const { return kRoomForTexts + 4 * raw_bytes_ + value_bytes_; }
 
  protected:
     explicit PictureEnd(const FileFacts& facts) { add_picture(facts.width, facts.height, facts.bits_per_pixel); }
     void add_picture(int64_t width, int64_t height, int64_t bits_per_pixel);
+    // Of values that a file says it has, such as the layers that an editor keeps in a tag of TIFF.
+    void add_values(uint64_t bytes);
 
  private:
     static constexpr uint64_t kRoomForTexts = 64 << 20;
     uint64_t raw_bytes_ = 0;
+    uint64_t value_bytes_ = 0;
 };
 
 // For a file with these facts, which need not be readable.

@@ -56,6 +56,8 @@ struct Directory {
     std::vector<Numbers> below;
     uint64_t next = 0;
     uint64_t end = 0;
+    uint64_t entries = 0;
+    uint64_t value_bytes = 0;
 };
 
 class TiffEnd final : public PictureEnd {
@@ -71,6 +73,7 @@ class TiffEnd final : public PictureEnd {
             expect(big_ ? in.u64(8) : in.u32(4), true);
         }
         while (!expected_.empty()) {
+            if (steps_ > kMostSteps) return kUnknown;
             const auto [offset, is_page] = expected_.back();
             Directory directory;
             const uint64_t more = read(in, offset, directory);
@@ -109,6 +112,7 @@ class TiffEnd final : public PictureEnd {
         if (!in.has(next_at, room)) return next_at + room;
         directory.next = big_ ? in.u64(next_at) : in.u32(next_at);
         directory.end = next_at + room;
+        directory.entries = count;
         uint64_t most = directory.end;
         for (uint64_t i = 0; i < count; i++) {
             const uint64_t entry = offset + head + i * entry_size;
@@ -122,6 +126,7 @@ class TiffEnd final : public PictureEnd {
             uint64_t end = 0;
             if (__builtin_add_overflow(numbers.at, bytes, &end) || end > kFarAway) continue;
             directory.end = std::max(directory.end, end);
+            directory.value_bytes += bytes;
             if (Numbers* wanted = slot(directory, in.u16(entry))) {
                 *wanted = numbers;
                 most = std::max(most, end);
@@ -163,6 +168,8 @@ class TiffEnd final : public PictureEnd {
     }
 
     void take(const ByteReader& in, const Directory& directory, bool is_page) {
+        steps_ += directory.entries;
+        add_values(directory.value_bytes);
         end_ = std::max(end_, directory.end);
         take_pieces(in, directory.strips, directory.strip_sizes);
         take_pieces(in, directory.tiles, directory.tile_sizes);
@@ -174,6 +181,7 @@ class TiffEnd final : public PictureEnd {
                         clamped(samples) * clamped(bits));
         }
         for (const Numbers& offsets : directory.below) {
+            steps_ += offsets.count;
             for (uint64_t i = 0; i < offsets.count; i++)
                 expect(offsets.get(in, i), false);
         }
@@ -182,7 +190,8 @@ class TiffEnd final : public PictureEnd {
 
     // Without sizes, a piece goes on to nobody knows where.
     void take_pieces(const ByteReader& in, const Numbers& offsets, const Numbers& sizes) {
-        for (uint64_t i = 0; i < offsets.count; i++) {
+        steps_ += offsets.count;
+        for (uint64_t i = 0; i < offsets.count && end_ != kUnknown; i++) {
             uint64_t end = kUnknown;
             if (i < sizes.count && !__builtin_add_overflow(offsets.get(in, i), sizes.get(in, i), &end)) {
                 end_ = std::max(end_, end);
@@ -197,8 +206,11 @@ class TiffEnd final : public PictureEnd {
     static int64_t clamped(uint64_t number) { return static_cast<int64_t>(std::min<uint64_t>(number, 1 << 24)); }
 
     static constexpr uint64_t kHeader = 16;
+    // Directories may lie over each other, so that a small file could have any number of them to walk.
+    static constexpr uint64_t kMostSteps = 1 << 22;
     bool big_ = false;
     uint64_t end_ = 0;
+    uint64_t steps_ = 0;
     std::vector<Expected> expected_;
     std::set<uint64_t> seen_;
 };

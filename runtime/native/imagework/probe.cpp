@@ -215,11 +215,11 @@ void probe_webp(const ByteReader& file, FileFacts& facts) {
         facts.height = u24(27) + 1;
         for (uint64_t at = 30; in.has(at, 8);) {  // which of the two codings the picture has
             // A frame of an animation has a header of its own before its coding.
-            if (in.starts_with(at, "VP8L") ||
-                (in.starts_with(at, "ANMF") && in.starts_with(at + 24, "VP8L"))) {
+            if (in.starts_with(at, "VP8L") || (in.starts_with(at, "ANMF") && in.starts_with(at + 24, "VP8L"))) {
                 encoding.lossless = true;
                 break;
             }
+            if (in.starts_with(at, "ANMF") || in.starts_with(at, "ALPH") || in.starts_with(at, "VP8 ")) break;
             if (in.starts_with(at, "ANIM")) {
                 if (const uint32_t background = in.u32(at + 8)) encoding.background = background;
                 encoding.loops = in.u16(at + 12);

@@ -30,10 +30,13 @@ class CountingFile(io.RawIOBase):
         return self.at
 
     def readinto(self, buffer: Any) -> int:
+        buffer = memoryview(buffer)
         wanted = len(buffer)
         given = self.data[self.at:self.at + wanted]
         if self.filler and len(given) < wanted:
-            given += (self.filler * (wanted // len(self.filler) + 1))[:wanted - len(given)]
+            missing = wanted - len(given)
+            first = (self.at + len(given) - len(self.data)) % len(self.filler)
+            given += (self.filler * (missing // len(self.filler) + 2))[first:first + missing]
         buffer[:len(given)] = given
         self.at += len(given)
         self.read_bytes += len(given)

@@ -19,6 +19,12 @@ uint64_t found_end(const File& file, size_t step) {
     }
 }
 
+FileFacts facts_of(Format format) {
+    FileFacts facts;
+    facts.format = format;
+    return facts;
+}
+
 File with_tail(File file, uint8_t filler) {
     file.resize(file.size() + 3000, filler);
     return file;
@@ -107,7 +113,7 @@ TEST(PictureEndTest, WhatLeavesItsStructureEndsThereOrNowhere) {
     EXPECT_EQ(picture_end(probe(gif))->needed(gif), PictureEnd::kUnknown);
     File tiff = encoded(*noise(9, 9, false), TiffEncoding{});
     tiff.resize(16);
-    const uint64_t needed = picture_end(FileFacts{Format::kTiff})->needed(tiff);
+    const uint64_t needed = picture_end(facts_of(Format::kTiff))->needed(tiff);
     EXPECT_GT(needed, tiff.size());
 }
 
@@ -118,7 +124,7 @@ TEST(PictureEndTest, DirectoriesInACircleAreWalkedOnce) {
         const uint8_t directory[] = {1, 0, 14, 1, 2, 0, 100, 0, 0, 0, 0, 1, 0, 0, next, 0, 0, 0};
         file.insert(file.end(), std::begin(directory), std::end(directory));
     }
-    EXPECT_EQ(picture_end(FileFacts{Format::kTiff})->needed(file), 356U);
+    EXPECT_EQ(picture_end(facts_of(Format::kTiff))->needed(file), 356U);
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 
 namespace zelmor::embed {
 
+Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use, const char* doing);  // TEMPORARY
+
 using namespace imagework;
 
 namespace {

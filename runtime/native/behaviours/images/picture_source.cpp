@@ -19,14 +19,16 @@ constexpr uint64_t kBlock = 256;
 // to be read for that.
 constexpr uint64_t kMostLookedAt = 1 << 20;
 constexpr uint64_t kMostSkipped = 64 << 20;
+// Where no picture goes on, so that no stream is asked to go there.
+constexpr uint64_t kFurthest = uint64_t{1} << 40;
 // What is read at once of a stream that can give back what was too much.
 constexpr uint64_t kReadAhead = 64 * 1024;
 
 [[noreturn]] void throw_endless(const FileFacts& facts, uint64_t limit) {
-    throw PictureError(Failure::kDamaged,
-                       std::string("the ") + imagework::format_name(facts.format) + " data goes on after " +
-                           std::to_string(limit) + " bytes, more than a picture of " + std::to_string(facts.width) +
-                           " by " + std::to_string(facts.height) + " pixels can need");
+    throw PictureError(Failure::kDamaged, std::string("the ") + imagework::format_name(facts.format) +
+                                              " data goes on after " + std::to_string(limit) +
+                                              " bytes, more than a picture of " + std::to_string(facts.width) + " by " +
+                                              std::to_string(facts.height) + " pixels can need");
 }
 
 }  // namespace
@@ -56,15 +58,6 @@ bool PictureSource::append(std::vector<uint8_t>& to, uint64_t count) {
     return came > 0;
 }
 
-// The length is asked for once: of a Python file it takes a walk to the end and back.
-bool PictureSource::is_beyond_the_end(uint64_t offset) {
-    if (!length_known_) {
-        length_ = static_cast<uint64_t>(std::max<int64_t>(0, stream_->length() - begin_));
-        length_known_ = true;
-    }
-    return offset >= length_;
-}
-
 std::span<const uint8_t> PictureSource::block(uint64_t number) {
     const uint64_t offset = number * kBlock;
     if (!seeks_) {
@@ -75,7 +68,6 @@ std::span<const uint8_t> PictureSource::block(uint64_t number) {
         return std::span(read_).subspan(offset, std::min<uint64_t>(kBlock, read_.size() - offset));
     }
     if (const auto known = blocks_.find(number); known != blocks_.end()) return known->second;
-    if (offset != next_ && is_beyond_the_end(offset)) return {};
     go_to(offset);
     std::vector<uint8_t>& found = blocks_[number];
     while (found.size() < kBlock && append(found, kBlock - found.size())) {
@@ -86,7 +78,7 @@ std::span<const uint8_t> PictureSource::block(uint64_t number) {
 std::span<const uint8_t> PictureSource::at(uint64_t offset, uint64_t length) {
     piece_.clear();
     uint64_t end = 0;
-    if (length > kMostLookedAt || __builtin_add_overflow(offset, length, &end) || end > INT64_MAX / 2) return {};
+    if (length > kMostLookedAt || __builtin_add_overflow(offset, length, &end) || end > kFurthest) return {};
     while (offset < end && looked_at_ <= kMostLookedAt) {
         if (offset / kBlock != last_block_) looked_at_ += kBlock;
         last_block_ = offset / kBlock;

@@ -3,9 +3,9 @@
 // What is read and written goes to the piece that the position falls into, so that a change shows in the stream that
 // the piece is of. All streams have to be able to seek, since each access puts the piece's stream where it belongs.
 //
-// The streams may be Python files, which can do anything while they are asked: dispose of the joined stream, put another
-// piece in, read from it. So the stream in use is held, and what was found out about the pieces before it was asked is
-// not used afterwards if they have changed.
+// The streams may be Python files, which can do anything while they are asked: dispose of the joined stream, put
+// another piece in, read from it. So the stream in use is held, and what was found out about the pieces before it was
+// asked is not used afterwards if they have changed.
 #pragma once
 
 #include <vector>
