@@ -114,8 +114,4 @@ Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use, const 
     return make_ref<FileStream>(path, use, doing);
 }
 
-Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use) {
-    return open_file_stream(path, use, "open");
-}
-
 }  // namespace zelmor::embed

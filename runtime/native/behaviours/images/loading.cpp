@@ -12,8 +12,6 @@
 
 namespace zelmor::embed {
 
-Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use, const char* doing);  // TEMPORARY
-
 using namespace imagework;
 
 namespace {
