@@ -35,7 +35,11 @@ class ByteReader {
     }
 
     bool ok() const { return ok_; }
-    bool has(uint64_t offset, uint64_t length) const { return piece(offset, length).size() == length; }
+    bool has(uint64_t offset, uint64_t length) const {
+        if (!source_) [[likely]]
+            return offset <= data_.size() && length <= data_.size() - offset;
+        return source_->at(offset, length).size() == length;
+    }
     bool starts_with(uint64_t offset, std::string_view text) const {
         const auto found = piece(offset, text.size());
         return found.size() == text.size() && std::memcmp(found.data(), text.data(), text.size()) == 0;
@@ -55,14 +59,20 @@ class ByteReader {
 
  private:
     uint64_t read(uint64_t offset, size_t length) const {
-        const auto found = piece(offset, length);
-        if (found.size() != length) {
+        // Pixels are read so too: what lies in memory takes no detour.
+        const uint8_t* bytes = nullptr;
+        if (!source_) [[likely]] {
+            if (offset <= data_.size() && length <= data_.size() - offset) bytes = data_.data() + offset;
+        } else if (const auto found = source_->at(offset, length); found.size() == length) {
+            bytes = found.data();
+        }
+        if (!bytes) {
             ok_ = false;
             return 0;
         }
         uint64_t value = 0;
         for (size_t i = 0; i < length; i++) {
-            uint64_t byte = found[big_endian_ ? i : length - 1 - i];
+            uint64_t byte = bytes[big_endian_ ? i : length - 1 - i];
             value = value << 8 | byte;
         }
         return value;

@@ -23,6 +23,7 @@ constexpr uint64_t kMostSkipped = 64 << 20;
 constexpr uint64_t kFurthest = uint64_t{1} << 40;
 // What is read at once of a stream that can give back what was too much.
 constexpr uint64_t kReadAhead = 64 * 1024;
+constexpr uint64_t kPutBy = 64 << 20;
 
 [[noreturn]] void throw_endless(const FileFacts& facts, uint64_t limit) {
     throw PictureError(Failure::kDamaged, std::string("the ") + imagework::format_name(facts.format) +
@@ -107,9 +108,11 @@ std::vector<uint8_t> PictureSource::rest(const FileFacts& header, const imagewor
             if (may_be_whole || options.recovery != imagework::Recovery::kNone) return data;
             throw_endless(header, limit);
         }
-        // No more than grows with what has come: a length in a file is only a claim.
-        const uint64_t ahead = std::max<uint64_t>(kReadAhead, data.size() / 2);
-        const uint64_t wanted = seeks_ ? ahead : std::min(needed - data.size(), ahead);
+        // A length in a file is only a claim: memory is put by for it, which costs nothing until it is written to, but
+        // what is read at once grows with what has come.
+        data.reserve(std::min({needed, limit, std::max<uint64_t>(kPutBy, 2 * data.size())}));
+        const uint64_t most = std::min(needed - data.size(), std::max<uint64_t>(kReadAhead, data.size()));
+        const uint64_t wanted = seeks_ ? std::max(kReadAhead, most) : most;
         if (!append(data, std::min(wanted, limit - data.size()))) return data;
         needed = end->needed(data);
     }
