@@ -3,6 +3,8 @@
 // A failure code always comes with a Python error pending, which the managed side takes up. The memory of the managed
 // side is shown to Python through a buffer view, so that no data is copied here. The view of a call is not dropped by
 // the callback: Python code that keeps one holds an object that stays alive, though the memory that it shows does not.
+// The file itself is the managed side's to hold; what a callback uses over several calls it holds for itself, since the
+// first of them may make the managed side let go.
 #include "convert/bytes.h"
 #include "convert/scalars.h"
 #include "exchange/callbacks.h"
@@ -32,6 +34,7 @@ int is_closed(PyObject* file) {
 }
 
 int ask_capability(PyObject* file, PyObject* method) {
+    const PyRef held = PyRef::borrow(file);
     const int closed = is_closed(file);
     if (closed != 0) {
         return closed == 1 ? 0 : kFailed;
@@ -132,6 +135,7 @@ int fn_clbk_rawio_flush(PyObject* file) {
 
 // An error that is pending already stays undisturbed; one of the closing itself has nobody to go to.
 void fn_clbk_rawio_close(PyObject* file) {
+    const PyRef held = PyRef::borrow(file);
     PyObject* type;
     PyObject* value;
     PyObject* traceback;
@@ -155,6 +159,7 @@ int fn_clbk_rawio_seekable(PyObject* file) {
 
 // Python files have no length: to the end and back again.
 long fn_clbk_rawio_length(PyObject* file) {
+    const PyRef held = PyRef::borrow(file);
     const int closed = is_closed(file);
     if (closed != 0) {
         return closed == 1 ? kLengthClosed : kFailed;

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import io
 import os
+import re
 import socket
 import sys
 import tempfile
@@ -214,6 +215,44 @@ class TestFilesThatLie:
                              ({"tell": lambda self: answer}, lambda c: c.position),
                              ({"seek": lambda self, *args: answer}, lambda c: c.seek_begin())):
             with pytest.raises(RuntimeError, match=managed("PythonException", "TypeError")):
+                use(lying(**members))
+
+    @pytest.mark.parametrize("answer", [2**63, -2**63 - 1, 2**200])
+    def test_positions_of_more_than_64_bits(self, answer: int) -> None:
+        """In the words of the one conversion that Int64 has."""
+        with pytest.raises(OverflowError) as refused:
+            lying().position = answer
+        for members, use in (({"tell": lambda self: answer}, lambda c: c.position),
+                             ({"seek": lambda self, *args: answer}, lambda c: c.seek(1, SeekOrigin.BEGIN))):
+            with pytest.raises(RuntimeError, match=managed("PythonException",
+                                                           f"OverflowError: {re.escape(str(refused.value))}")):
+                use(lying(**members))
+
+    def test_positions_that_are_no_plain_integer(self) -> None:
+        class Index:
+            def __index__(self) -> int:
+                return 3
+
+        class Five(int):
+            pass
+
+        for answer in (Index(), Five(5), SeekOrigin.END, 3.0, "3", None, True):
+            words = f"can't build 'Int64' from '{type(answer).__name__}'"
+            for members, use in (({"tell": lambda self: answer}, lambda c: c.position),
+                                 ({"seek": lambda self, *args: answer}, lambda c: c.seek(1, SeekOrigin.BEGIN))):
+                with pytest.raises(RuntimeError, match=managed("PythonException", re.escape(words))):
+                    use(lying(**members))
+
+    def test_a_length_that_is_no_position(self) -> None:
+        for answer in (2**63, 3.0, "3", None, True):
+            with pytest.raises(RuntimeError, match=managed("PythonException", "While calculating the length")):
+                lying(seek=lambda self, *args, answer=answer: answer).length  # noqa: B018
+
+    def test_positions_that_cannot_be(self) -> None:
+        for members, use in (({"tell": lambda self: -5}, lambda c: c.position),
+                             ({"seek": lambda self, *args: -5}, lambda c: c.seek_begin()),
+                             ({"seek": lambda self, *args: -5}, lambda c: c.length)):
+            with pytest.raises(RuntimeError, match=managed("IOException", "answered -5")):
                 use(lying(**members))
 
     def test_more_bytes_than_there_was_room_for(self) -> None:

@@ -15,6 +15,7 @@ from typing import Any
 
 import pytest
 import zelmor.imaging
+from package_process import child
 from support.control import Call, Control
 
 from zelmor.imaging import FileStreamContainer
@@ -623,3 +624,36 @@ def test_it_serves_the_standard_library(tmp_path: Path) -> None:
     copy.seek(0)
     with tarfile.open(fileobj=copy) as archive:
         assert archive.extractfile("a.txt").read() == b"content" * 1000
+
+
+HUGE_READS = """
+import resource
+resource.setrlimit(resource.RLIMIT_AS, (6 << 30, 6 << 30))
+from zelmor.imaging.sources import StreamSource
+stream = StreamSource().stream
+stream.write(b"one\\ntwo")
+result = {}
+for size in (2**40, 2**62, 2**63 - 1, 2**63):
+    stream.seek(1)
+    try:
+        stream.read(size)
+    except (MemoryError, OverflowError) as error:
+        result[str(size)] = [type(error).__name__, stream.tell()]
+before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+for size in (2**31 - 1, 2**31, 2**32):
+    stream.seek(1)
+    result[str(size)] = stream.read(size).decode()
+stream.seek(1)
+result["line"] = [stream.readline(2**40).decode(), stream.read().decode()]
+result["kilobytes"] = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before
+"""
+
+
+def test_a_huge_size_takes_what_the_system_grants() -> None:
+    result = child(HUGE_READS)
+    assert result.pop("kilobytes") < 20_000
+    assert result == {
+        str(2**40): ["MemoryError", 1], str(2**62): ["MemoryError", 1], str(2**63 - 1): ["OverflowError", 1],
+        str(2**63): ["OverflowError", 1], str(2**31 - 1): "ne\ntwo", str(2**31): "ne\ntwo", str(2**32): "ne\ntwo",
+        "line": ["ne\n", "two"],
+    }

@@ -23,6 +23,7 @@ from PIL import Image as Pillow
 from support.own_file import OwnFile
 
 from zelmor.imaging import FileFormat, FileStreamContainer, Image, SplitStreamContainer, StreamContainer
+from zelmor.imaging.fileformats.tiff.filemanagement import TiffStreamReader
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions
 from zelmor.imaging.sources import StreamSource
 from zelmor.pycore import BytesAsStream
@@ -303,8 +304,9 @@ class TestErrorsThatCrossTwice:
         told.clear()
         type(file).close = io.RawIOBase.close
 
-    @pytest.mark.parametrize("act", [Image.load, Image.can_load, Image.get_file_format,
-                                     lambda file: StreamContainer(file).length])
+    @pytest.mark.parametrize("act", [lambda file: StreamContainer(file).length,
+                                     lambda file: TiffStreamReader(StreamContainer(file)).length,
+                                     lambda file: SplitStreamContainer(file).length])
     def test_the_way_to_the_length_has_words_of_its_own(self, act: Callable[[Any], Any]) -> None:
         """The error of the way is the cause of another one, which has no traceback: its own text is what arrives."""
         with pytest.raises(RuntimeError) as raised:

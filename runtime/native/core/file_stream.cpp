@@ -17,7 +17,7 @@ namespace {
 
 class FileStream final : public ManagedStream {
  public:
-    FileStream(std::string path, FileUse use)
+    FileStream(std::string path, FileUse use, const char* doing)
         : ManagedStream(intern_type("System.IO.FileStream", TypeKind::kClass, &stream_type())),
           path_(std::move(path)),
           writable_(use != FileUse::kRead) {
@@ -25,11 +25,11 @@ class FileStream final : public ManagedStream {
                           : use == FileUse::kReadWrite ? O_RDWR
                                                        : O_RDWR | O_CREAT | O_TRUNC;
         descriptor_ = ::open(path_.c_str(), flags | O_CLOEXEC, 0666);
-        if (descriptor_ < 0) throw_file_error(path_, errno, "open");
+        if (descriptor_ < 0) throw_file_error(path_, errno, doing);
         struct stat info {};
         if (::fstat(descriptor_, &info) == 0 && S_ISDIR(info.st_mode)) {
             close_descriptor();
-            throw_file_error(path_, EISDIR, "open");
+            throw_file_error(path_, EISDIR, doing);
         }
     }
     ~FileStream() override { close_descriptor(); }
@@ -110,8 +110,8 @@ class FileStream final : public ManagedStream {
 
 }  // namespace
 
-Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use) {
-    return make_ref<FileStream>(path, use);
+Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use, const char* doing) {
+    return make_ref<FileStream>(path, use, doing);
 }
 
 }  // namespace zelmor::embed

@@ -1,4 +1,4 @@
-// Reading and replacing files; see files.h.
+// Names of files and replacing them; see files.h.
 #include "runtime/native/core/files.h"
 
 #include <fcntl.h>
@@ -194,35 +194,6 @@ std::u16string text_of_file_path(const std::string& path) {
         at += std::max<size_t>(1, length);
     }
     return text;
-}
-
-std::vector<uint8_t> read_file_start(const std::string& path, size_t most) {
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.get() < 0) throw_file_error(path, errno, "read");
-    struct stat info {};
-    if (::fstat(file.get(), &info) != 0) throw_file_error(path, errno, "read");
-    if (S_ISDIR(info.st_mode)) throw_file_error(path, EISDIR, "read");
-    constexpr size_t kBlock = 64 * 1024;
-    // One byte more than the size, so that the end of a file that keeps its size shows in the first round.
-    const size_t expected = S_ISREG(info.st_mode) ? static_cast<size_t>(info.st_size) + 1 : kBlock;
-    std::vector<uint8_t> data(std::min(expected, most));
-    size_t filled = 0;
-    while (filled < most) {
-        if (filled == data.size()) data.resize(std::min(filled + filled / 2 + kBlock, most));
-        const ssize_t count = ::read(file.get(), data.data() + filled, data.size() - filled);
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            throw_file_error(path, errno, "read");
-        }
-        if (count == 0) break;
-        filled += static_cast<size_t>(count);
-    }
-    data.resize(filled);
-    return data;
-}
-
-std::vector<uint8_t> read_file(const std::string& path) {
-    return read_file_start(path, SIZE_MAX);
 }
 
 bool file_exists(const std::string& path) {

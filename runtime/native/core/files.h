@@ -1,4 +1,4 @@
-// Files on disk: their names, reading one whole, and replacing one at once.
+// Files on disk: their names, and replacing one at once.
 //
 // All failures are managed exceptions that name the path.
 #pragma once
@@ -21,11 +21,6 @@ std::string file_path_of(const std::optional<std::u16string>& text, const char* 
 
 // The way back: the text that Python has for a file name.
 std::u16string text_of_file_path(const std::string& path);
-
-// The file's content: FileNotFoundException, DirectoryNotFoundException, UnauthorizedAccessException, IOException.
-std::vector<uint8_t> read_file(const std::string& path);
-// The same for its first bytes; fewer where the file is shorter.
-std::vector<uint8_t> read_file_start(const std::string& path, size_t most);
 
 bool file_exists(const std::string& path);
 

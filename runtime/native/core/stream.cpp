@@ -15,17 +15,16 @@ const TypeInfo& stream_type() {
     return type;
 }
 
-template <class Byte>
-std::vector<Byte> ManagedStream::read_rest() {
+std::vector<std::byte> ManagedStream::read_to_end() {
     // Room beyond the end, so that the last question, which nothing answers, moves no bytes.
     constexpr size_t kSpare = 1;
     constexpr size_t kBlock = 64 * 1024;
-    std::vector<Byte> all;
+    std::vector<std::byte> all;
     if (can_seek()) all.reserve(static_cast<size_t>(std::max<int64_t>(0, length() - position())) + kSpare);
     size_t filled = 0;
     for (;;) {
         if (filled == all.size()) all.resize(filled < all.capacity() ? all.capacity() : filled + filled / 2 + kBlock);
-        const size_t count = read(std::as_writable_bytes(std::span(all)).subspan(filled));
+        const size_t count = read(std::span(all).subspan(filled));
         filled += count;
         if (count == 0) {
             all.resize(filled);
@@ -33,8 +32,6 @@ std::vector<Byte> ManagedStream::read_rest() {
         }
     }
 }
-template std::vector<std::byte> ManagedStream::read_rest();
-template std::vector<uint8_t> ManagedStream::read_rest();
 
 int ManagedStream::read_byte() {
     std::byte byte;

@@ -39,10 +39,7 @@ class ManagedStream : public ManagedObject {
     // The Python file behind the stream, or null: a result shows that one instead of a wrapper.
     virtual PyObject* python_file() const { return nullptr; }
 
-    std::vector<std::byte> read_to_end() { return read_rest<std::byte>(); }  // from the position on
-    // The same as `std::byte` or `uint8_t`.
-    template <class Byte>
-    std::vector<Byte> read_rest();
+    std::vector<std::byte> read_to_end();          // from the position on
     void read_exactly(std::span<std::byte> into);  // EndOfStreamException when there is less
 };
 
@@ -60,7 +57,8 @@ void write_stream(const Ref<ManagedStream>& stream, PyCollectionArg* out);
 Ref<ManagedStream> make_python_file_stream(PyObject* file);
 Ref<ManagedStream> make_memory_stream(std::vector<std::byte> content = {});
 enum class FileUse { kRead, kReadWrite, kCreate };  // open, open for writing too, create or empty
-// FileNotFoundException, DirectoryNotFoundException, UnauthorizedAccessException or IOException naming the path.
-Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use);
+// FileNotFoundException, DirectoryNotFoundException, UnauthorizedAccessException or IOException naming the path, and
+// what was being done with it.
+Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use, const char* doing = "open");
 
 }  // namespace zelmor::embed

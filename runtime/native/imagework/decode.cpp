@@ -258,13 +258,7 @@ std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOpti
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();
     FileFacts facts = probe(data);
-    if (facts.format == Format::kUnknown) {
-        throw PictureError(Failure::kDamaged, "the data is of none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP");
-    }
-    if (!facts.readable && options.recovery == Recovery::kNone) {
-        throw PictureError(Failure::kDamaged, label(facts.format, "has no complete header"));
-    }
-    if (facts.readable) check_picture_size(facts.width, facts.height, 1);
+    require_decodable(facts, options);
     return facts.format == Format::kBmp ? decode_raster(data, options) : decode_with_vips(data, facts, options);
 }
 

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
+#include "runtime/native/imagework/backend.h"
 #include "runtime/native/imagework/byte_reader.h"
 #include "runtime/native/imagework/probe_formats.h"
 
@@ -49,9 +51,9 @@ std::optional<Argb> png_key_color(const ByteReader& in, uint64_t chunk, uint32_t
     return std::nullopt;
 }
 
-void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data, true);
-    if (!starts_with(data, 12, "IHDR")) {
+void probe_png(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(true);
+    if (!in.starts_with(12, "IHDR")) {
         return;
     }
     int depth = in.u8(24);
@@ -74,20 +76,20 @@ void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
     facts.encoding = encoding;
     for (uint64_t at = 33; in.has(at, 12);) {
         uint32_t length = in.u32(at);
-        if (starts_with(data, at + 4, "IDAT") || starts_with(data, at + 4, "IEND")) {
+        if (in.starts_with(at + 4, "IDAT") || in.starts_with(at + 4, "IEND")) {
             break;
         }
-        if (starts_with(data, at + 4, "PLTE") && color_type == 3) {
+        if (in.starts_with(at + 4, "PLTE") && color_type == 3) {
             for (uint64_t entry = at + 8; entry + 3 <= at + 8 + length && in.has(entry, 3); entry += 3)
                 facts.palette.push_back(rgb_entry(in, entry));
-        } else if (starts_with(data, at + 4, "tRNS")) {
+        } else if (in.starts_with(at + 4, "tRNS")) {
             facts.has_alpha = true;
             for (size_t i = 0; i < std::min<uint64_t>(facts.palette.size(), length); i++)
                 facts.palette[i] = (facts.palette[i] & 0xFFFFFF) | static_cast<Argb>(in.u8(at + 8 + i)) << 24;
             facts.transparent_color = png_key_color(in, at + 8, length, color_type, depth);
-        } else if (starts_with(data, at + 4, "pHYs")) {
+        } else if (in.starts_with(at + 4, "pHYs")) {
             facts.has_resolution = in.u8(at + 16) == 1;  // per metre
-        } else if (starts_with(data, at + 4, "acTL")) {
+        } else if (in.starts_with(at + 4, "acTL")) {
             facts.is_apng = true;
             facts.frame_count = static_cast<int>(std::clamp<uint32_t>(in.u32(at + 8), 1, 0x7FFFFFFF));
             encoding.plays = static_cast<int>(in.u32(at + 12) & 0x7FFFFFFF);
@@ -99,8 +101,8 @@ void probe_png(std::span<const uint8_t> data, FileFacts& facts) {
 
 // ---- GIF: screen, global palette, then blocks up to the first frame.
 
-void probe_gif(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data);
+void probe_gif(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(false);
     facts.width = in.u16(6);
     facts.height = in.u16(8);
     int flags = in.u8(10);
@@ -132,7 +134,7 @@ void probe_gif(std::span<const uint8_t> data, FileFacts& facts) {
         if (in.u8(at + 1) == 0xF9 && in.u8(at + 2) >= 4 && (in.u8(at + 3) & 1) != 0) {
             transparent_index = in.u8(at + 6);
         }
-        if (in.u8(at + 1) == 0xFF && starts_with(data, at + 3, "NETSCAPE2.0") && in.u8(at + 15) == 1) {
+        if (in.u8(at + 1) == 0xFF && in.starts_with(at + 3, "NETSCAPE2.0") && in.u8(at + 15) == 1) {
             const int repeats = in.u16(at + 16);
             encoding.loops = repeats == 0 ? 0 : repeats + 1;  // the first time counts too
         }
@@ -163,8 +165,8 @@ void probe_gif(std::span<const uint8_t> data, FileFacts& facts) {
 
 // ---- BMP: the file header, then an information header of one of several lengths.
 
-void probe_bmp(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data);
+void probe_bmp(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(false);
     uint32_t header = in.u32(14);
     BmpEncoding encoding;
     if (header == 12) {
@@ -202,36 +204,36 @@ void probe_bmp(std::span<const uint8_t> data, FileFacts& facts) {
 
 // ---- WebP: the first chunk of the RIFF container.
 
-void probe_webp(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data);
+void probe_webp(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(false);
     WebpEncoding encoding;
     auto u24 = [&](uint64_t at) -> int64_t { return in.u16(at) | in.u8(at + 2) << 16; };
-    if (starts_with(data, 12, "VP8X")) {
+    if (in.starts_with(12, "VP8X")) {
         facts.has_alpha = (in.u8(20) & 0x10) != 0;
         facts.has_resolution = (in.u8(20) & 0x08) != 0;  // in its Exif data, if anywhere
         facts.width = u24(24) + 1;
         facts.height = u24(27) + 1;
         for (uint64_t at = 30; in.has(at, 8);) {  // which of the two codings the picture has
             // A frame of an animation has a header of its own before its coding.
-            if (starts_with(data, at, "VP8L") ||
-                (starts_with(data, at, "ANMF") && starts_with(data, at + 24, "VP8L"))) {
+            if (in.starts_with(at, "VP8L") || (in.starts_with(at, "ANMF") && in.starts_with(at + 24, "VP8L"))) {
                 encoding.lossless = true;
                 break;
             }
-            if (starts_with(data, at, "ANIM")) {
+            if (in.starts_with(at, "ANMF") || in.starts_with(at, "ALPH") || in.starts_with(at, "VP8 ")) break;
+            if (in.starts_with(at, "ANIM")) {
                 if (const uint32_t background = in.u32(at + 8)) encoding.background = background;
                 encoding.loops = in.u16(at + 12);
             }
             uint64_t length = in.u32(at + 4);
             at += 8 + length + (length & 1);
         }
-    } else if (starts_with(data, 12, "VP8L")) {
+    } else if (in.starts_with(12, "VP8L")) {
         uint32_t bits = in.u32(21);
         facts.width = (bits & 0x3FFF) + 1;
         facts.height = (bits >> 14 & 0x3FFF) + 1;
         facts.has_alpha = (bits >> 28 & 1) != 0;
         encoding.lossless = true;
-    } else if (starts_with(data, 12, "VP8 ")) {
+    } else if (in.starts_with(12, "VP8 ")) {
         facts.width = in.u16(26) & 0x3FFF;
         facts.height = in.u16(28) & 0x3FFF;
     } else {
@@ -244,52 +246,54 @@ void probe_webp(std::span<const uint8_t> data, FileFacts& facts) {
 
 }  // namespace
 
-Format sniff(std::span<const uint8_t> data) {
-    if (starts_with(data, 0, "\x89PNG\r\n\x1A\n")) {
+namespace {
+
+Format format_of_file(const ByteReader& in) {
+    if (in.starts_with(0, "\x89PNG\r\n\x1A\n")) {
         return Format::kPng;
     }
-    if (starts_with(data, 0, "\xFF\xD8\xFF")) {
+    if (in.starts_with(0, "\xFF\xD8\xFF")) {
         return Format::kJpeg;
     }
-    if (starts_with(data, 0, "GIF87a") || starts_with(data, 0, "GIF89a")) {
+    if (in.starts_with(0, "GIF87a") || in.starts_with(0, "GIF89a")) {
         return Format::kGif;
     }
-    if (starts_with(data, 0, "BM")) {
+    if (in.starts_with(0, "BM")) {
         return Format::kBmp;
     }
     // The version stands in the file's own byte order: 42, or 43 for the variant with 64-bit offsets.
     static constexpr std::string_view kLittle("II*\0", 4), kBig("MM\0*", 4), kLittle64("II+\0", 4), kBig64("MM\0+", 4);
-    if (starts_with(data, 0, kLittle) || starts_with(data, 0, kBig) || starts_with(data, 0, kLittle64) ||
-        starts_with(data, 0, kBig64)) {
+    if (in.starts_with(0, kLittle) || in.starts_with(0, kBig) || in.starts_with(0, kLittle64) ||
+        in.starts_with(0, kBig64)) {
         return Format::kTiff;
     }
-    if (starts_with(data, 0, "RIFF") && starts_with(data, 8, "WEBP")) {
+    if (in.starts_with(0, "RIFF") && in.starts_with(8, "WEBP")) {
         return Format::kWebp;
     }
     return Format::kUnknown;
 }
 
-FileFacts probe(std::span<const uint8_t> data) {
+FileFacts facts_of_file(const ByteReader& file) {
     FileFacts facts;
-    facts.format = sniff(data);
+    facts.format = format_of_file(file);
     switch (facts.format) {
         case Format::kPng:
-            probe_png(data, facts);
+            probe_png(file, facts);
             break;
         case Format::kJpeg:
-            probe_jpeg(data, facts);
+            probe_jpeg(file, facts);
             break;
         case Format::kGif:
-            probe_gif(data, facts);
+            probe_gif(file, facts);
             break;
         case Format::kBmp:
-            probe_bmp(data, facts);
+            probe_bmp(file, facts);
             break;
         case Format::kTiff:
-            probe_tiff(data, facts);
+            probe_tiff(file, facts);
             break;
         case Format::kWebp:
-            probe_webp(data, facts);
+            probe_webp(file, facts);
             break;
         case Format::kUnknown:
             break;
@@ -297,9 +301,34 @@ FileFacts probe(std::span<const uint8_t> data) {
     return facts;
 }
 
+}  // namespace
+
+Format sniff(std::span<const uint8_t> data) {
+    return format_of_file(ByteReader(data));
+}
+
+FileFacts probe(std::span<const uint8_t> data) {
+    return facts_of_file(ByteReader(data));
+}
+
+FileFacts probe(ByteSource& file) {
+    return facts_of_file(ByteReader(file));
+}
+
 std::vector<FileFacts> probe_pages(std::span<const uint8_t> data) {
-    if (sniff(data) == Format::kTiff) return probe_tiff_pages(data);
+    if (sniff(data) == Format::kTiff) return probe_tiff_pages(ByteReader(data));
     return {probe(data)};
+}
+
+void require_decodable(const FileFacts& facts, const DecodeOptions& options) {
+    if (facts.format == Format::kUnknown) {
+        throw PictureError(Failure::kDamaged, "the data is of none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP");
+    }
+    if (!facts.readable && options.recovery == Recovery::kNone) {
+        throw PictureError(Failure::kDamaged,
+                           std::string("the ") + format_name(facts.format) + " data has no complete header");
+    }
+    if (facts.readable) check_picture_size(facts.width, facts.height, 1);
 }
 
 }  // namespace zelmor::imagework

@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "runtime/native/imagework/byte_reader.h"
 #include "runtime/native/imagework/formats.h"
 
 namespace zelmor::imagework {
@@ -33,6 +34,11 @@ struct FileFacts {
 Format sniff(std::span<const uint8_t> data);
 
 FileFacts probe(std::span<const uint8_t> data);
+// The same of a file that is not in memory: what its header does not need is not asked for.
+FileFacts probe(ByteSource& file);
+
+// Refuses, by PictureError, what cannot be decoded by what its header says.
+void require_decodable(const FileFacts& facts, const DecodeOptions& options);
 
 // The facts of each page of a TIFF file; of other files the one answer of probe().
 std::vector<FileFacts> probe_pages(std::span<const uint8_t> data);

@@ -39,8 +39,8 @@ int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
 
 }  // namespace
 
-void probe_jpeg(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data, true);
+void probe_jpeg(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(true);
     JpegEncoding encoding;
     bool have_quality = false;
     for (uint64_t at = 2; in.has(at, 4);) {
@@ -63,15 +63,16 @@ void probe_jpeg(std::span<const uint8_t> data, FileFacts& facts) {
         if (length < 2) {
             return;
         }
-        if (marker == 0xE0 && starts_with(data, at + 4, "JFIF")) {
+        if (marker == 0xE0 && in.starts_with(at + 4, "JFIF")) {
             facts.has_resolution |= in.u8(at + 11) == 1 || in.u8(at + 11) == 2;  // per inch or centimetre
-        } else if (marker == 0xE1 && starts_with(data, at + 4, "Exif")) {
+        } else if (marker == 0xE1 && in.starts_with(at + 4, "Exif")) {
             facts.has_resolution = true;
         } else if (marker == 0xDB && !have_quality && length >= 67 && (in.u8(at + 4) & 0x0F) == 0) {
             encoding.quality = jpeg_quality(in, at + 5, in.u8(at + 4) >> 4 != 0);
             have_quality = true;
         } else if (marker == 0xFE && encoding.comment.empty() && in.has(at + 4, length - 2)) {
-            encoding.comment.assign(reinterpret_cast<const char*>(data.data()) + at + 4, length - 2);
+            const auto comment = in.piece(at + 4, length - 2);
+            encoding.comment.assign(comment.begin(), comment.end());
         } else if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) {
             int depth = in.u8(at + 4);
             int components = in.u8(at + 9);

@@ -149,14 +149,14 @@ uint64_t probe_directory(const ByteReader& in, bool big, uint64_t directory, Fil
 
 }  // namespace
 
-void probe_tiff(std::span<const uint8_t> data, FileFacts& facts) {
-    ByteReader in(data, data[0] == 'M');
+void probe_tiff(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(file.u8(0) == 'M');
     const bool big = in.u16(2) == 43;
     probe_directory(in, big, big ? in.u64(8) : in.u32(4), facts);
 }
 
-std::vector<FileFacts> probe_tiff_pages(std::span<const uint8_t> data) {
-    ByteReader in(data, data[0] == 'M');
+std::vector<FileFacts> probe_tiff_pages(const ByteReader& file) {
+    const ByteReader in = file.in_order(file.u8(0) == 'M');
     const bool big = in.u16(2) == 43;
     std::vector<FileFacts> pages;
     std::set<uint64_t> seen;  // a chain that comes back to itself ends there

@@ -66,7 +66,7 @@ Ref<GifLoader> first_for(ManagedStream& stream) {
 
 bool can_load(GifLoader& self, StreamContainerObject* stream_container) {
     if (!stream_container) throw_argument_null("stream_container");
-    const auto label = label_at(stream_container->stream());
+    const auto label = label_at(*stream_container->stream());
     return label && self.loads(*label);
 }
 
@@ -74,7 +74,7 @@ Interface load(GifLoader& self, StreamContainerObject* stream_container, const V
     if (!can_load(self, stream_container)) {
         throw_argument("The stream stands at no block that the " + self.name() + " loads.");
     }
-    return {read_gif_block(stream_container->stream())};
+    return {read_gif_block(*stream_container->stream())};
 }
 
 Interface descriptor_by_name(const std::optional<std::string>& descriptor_type_name) {

@@ -62,7 +62,7 @@ Ref<ImageObject> as_webp(const Ref<ImageObject>& image) {
     return make_ref<ImageObject>(std::move(picture), std::move(facts));
 }
 Ref<ImageObject> webp_of_stream_with(Ref<ManagedStream> stream, Record* load_options) {
-    return as_webp(image_of_stream(*stream, load_options));
+    return as_webp(image_of_stream(stream, load_options));
 }
 Ref<ImageObject> webp_of_stream(Ref<ManagedStream> stream) {
     return webp_of_stream_with(std::move(stream), nullptr);

@@ -50,7 +50,7 @@ Ref<ImageObject> as_format(const Ref<ImageObject>& image, const Encoding& encodi
 Ref<ImageObject> of_path(const Path& path, const Encoding& encoding, bool keeps_settings = false) {
     return as_format(image_of_file(path, nullptr, "path"), encoding, keeps_settings);
 }
-Ref<ImageObject> of_stream(ManagedStream& stream, const Encoding& encoding, bool keeps_settings = false) {
+Ref<ImageObject> of_stream(const Ref<ManagedStream>& stream, const Encoding& encoding, bool keeps_settings = false) {
     return as_format(image_of_stream(stream, nullptr), encoding, keeps_settings);
 }
 Ref<ImageObject> of_image(ImageObject* raster_image, const Encoding& encoding) {
@@ -98,11 +98,11 @@ Ref<ImageObject> bmp_of_path_with(const Path& path, uint16_t bits_per_pixel, int
     return of_path(path, bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
 }
 Ref<ImageObject> bmp_of_stream(Ref<ManagedStream> stream) {
-    return bmp_of(image_of_stream(*stream, nullptr), true);
+    return bmp_of(image_of_stream(stream, nullptr), true);
 }
 Ref<ImageObject> bmp_of_stream_with(Ref<ManagedStream> stream, uint16_t bits_per_pixel, int32_t compression,
                                     double horizontal_resolution, double vertical_resolution) {
-    return of_stream(*stream, bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
+    return of_stream(stream, bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
 }
 Ref<ImageObject> bmp_of_image(ImageObject* raster_image) {
     return bmp_of(Ref<ImageObject>(&required_image(raster_image, "raster_image")), false);
@@ -205,7 +205,7 @@ Ref<ImageObject> png_of_image_with(ImageObject* raster_image, uint8_t color_type
     return of_image(raster_image, png_settings(color_type));
 }
 Ref<ImageObject> png_of_stream(Ref<ManagedStream> stream) {
-    return of_stream(*stream, png_settings(kTruecolorAlpha), true);
+    return of_stream(stream, png_settings(kTruecolorAlpha), true);
 }
 Ref<ImageObject> png_with_options(Record* png_options, int32_t width, int32_t height) {
     return create_image(png_options, width, height);
@@ -222,7 +222,7 @@ Ref<ImageObject> jpeg_of_path(const Path& path) {
     return of_path(path, encoding_of(JpegEncoding{}), true);
 }
 Ref<ImageObject> jpeg_of_stream(Ref<ManagedStream> stream) {
-    return of_stream(*stream, encoding_of(JpegEncoding{}), true);
+    return of_stream(stream, encoding_of(JpegEncoding{}), true);
 }
 Ref<ImageObject> jpeg_of_image(ImageObject* raster_image) {
     return of_image(raster_image, encoding_of(JpegEncoding{}));

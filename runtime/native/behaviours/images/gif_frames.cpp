@@ -98,14 +98,14 @@ Ref<ImageObject> gif_frame_of_image_full(ImageObject* image, uint16_t at_left, u
                         lzw_code_size);
 }
 Ref<ImageObject> gif_frame_of_stream(Ref<ManagedStream> stream) {
-    return gif_frame_of(*image_of_stream(*stream, nullptr), 0, 0);
+    return gif_frame_of(*image_of_stream(stream, nullptr), 0, 0);
 }
 Ref<ImageObject> gif_frame_of_stream_at(Ref<ManagedStream> stream, uint16_t at_left, uint16_t at_top) {
-    return gif_frame_of(*image_of_stream(*stream, nullptr), at_left, at_top);
+    return gif_frame_of(*image_of_stream(stream, nullptr), at_left, at_top);
 }
 Ref<ImageObject> gif_frame_of_stream_full(Ref<ManagedStream> stream, uint16_t at_left, uint16_t at_top,
                                           bool is_palette_sorted, bool is_gif_frame_interlaced, uint8_t lzw_code_size) {
-    return gif_frame_of(*image_of_stream(*stream, nullptr), at_left, at_top, is_palette_sorted, is_gif_frame_interlaced,
+    return gif_frame_of(*image_of_stream(stream, nullptr), at_left, at_top, is_palette_sorted, is_gif_frame_interlaced,
                         lzw_code_size);
 }
 Ref<ImageObject> gif_frame_of_path(const Path& path) {

@@ -2,6 +2,7 @@
 #include "runtime/native/behaviours/images/loading.h"
 
 #include "runtime/native/behaviours/images/image_entry.h"
+#include "runtime/native/behaviours/images/picture_source.h"
 #include "runtime/native/behaviours/images/registries.h"
 #include "runtime/native/behaviours/metadata/image_metadata.h"
 #include "runtime/native/core/files.h"
@@ -40,13 +41,37 @@ DecodeOptions decode_options(const Record* load_options) {
     return options;
 }
 
-FileBytes bytes_of(ManagedStream& stream) {
-    return stream.read_rest<uint8_t>();
+[[noreturn]] void throw_load_error(const PictureError& error, const std::string& subject) {
+    if (error.kind() == Failure::kTooLarge) {  // the file is at fault, not a lack of memory
+        throw_picture_error(PictureError(Failure::kDamaged, error.what()), subject);
+    }
+    throw_picture_error(error, subject);
 }
 
 // An animation whose first frame is another picture than the one that plain PNG readers show.
 bool hides_its_first_picture(const FileFacts& facts, const DecodeOptions& options) {
     return facts.is_apng && options.recovery == Recovery::kNone;
+}
+
+// What there is no loader for is refused before more than its header is read.
+FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const std::string& subject) {
+    try {
+        PictureSource source(std::move(stream));
+        FileBytes data = source.picture(decode_options(load_options), [](const FileFacts& facts) {
+            if (facts.format != Format::kUnknown) require_registered(Trade::kLoading, file_format_of(facts));
+        });
+        return data;
+    } catch (const PictureError& error) {
+        throw_load_error(error, subject);
+    }
+}
+
+Ref<ManagedStream> opened(const std::string& path) {
+    return open_file_stream(path, FileUse::kRead, "read");
+}
+
+FileFacts facts_of_path(const Path& file_path) {
+    return PictureSource(opened(file_path_of(file_path, "file_path"))).facts();
 }
 
 }  // namespace
@@ -72,24 +97,23 @@ Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_opt
         if (several && image->is_container()) image->set_source(std::move(data), options);
         return image;
     } catch (const PictureError& error) {
-        if (error.kind() == Failure::kTooLarge) {  // the file is at fault, not a lack of memory
-            throw_picture_error(PictureError(Failure::kDamaged, error.what()), subject);
-        }
-        throw_picture_error(error, subject);
+        throw_load_error(error, subject);
     }
 }
 
 Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
                                const char* parameter) {
     std::string path = file_path_of(file_path, parameter);
-    auto image = decoded_image(read_file(path), load_options, "Cannot load " + shown(file_path));
+    const std::string subject = "Cannot load " + shown(file_path);
+    auto image = decoded_image(bytes_of(opened(path), load_options, subject), load_options, subject);
     image->target_path = std::move(path);
     return image;
 }
 
-Ref<ImageObject> image_of_stream(ManagedStream& stream, const Record* load_options) {
-    auto image = decoded_image(bytes_of(stream), load_options, "Cannot load the image from the stream");
-    image->source_stream = Ref<ManagedStream>(&stream);
+Ref<ImageObject> image_of_stream(const Ref<ManagedStream>& stream, const Record* load_options) {
+    const std::string subject = "Cannot load the image from the stream";
+    auto image = decoded_image(bytes_of(stream, load_options, subject), load_options, subject);
+    image->source_stream = stream;
     return image;
 }
 
@@ -103,7 +127,7 @@ Ref<ImageObject> load_path_with_options(const Path& file_path, Record* load_opti
 }
 
 Ref<ImageObject> load_stream_with_options(const VariantArg* stream, Record* load_options) {
-    return image_of_stream(*read_stream(stream), load_options);
+    return image_of_stream(read_stream(stream), load_options);
 }
 Ref<ImageObject> load_stream(const VariantArg* stream) {
     return load_stream_with_options(stream, nullptr);
@@ -114,36 +138,24 @@ bool is_loadable(const FileFacts& facts) {
     return facts.readable && is_registered(Trade::kLoading, file_format_of(facts));
 }
 bool can_load_path(const Path& file_path) {
-    return is_loadable(probe(read_file(file_path_of(file_path, "file_path"))));
+    return is_loadable(facts_of_path(file_path));
 }
 bool can_load_path_with_options(const Path& file_path, Record*) {
     return can_load_path(file_path);
 }
 
-// Looks at a stream and puts its position back.
-FileFacts facts_of_stream(const VariantArg* arg) {
-    const Ref<ManagedStream> stream = read_stream(arg);
-    if (!stream->can_seek()) {
-        throw ManagedException("NotSupportedException",
-                               "A stream that cannot seek cannot be looked at without using it up.");
-    }
-    const int64_t position = stream->position();
-    const FileBytes data = bytes_of(*stream);
-    stream->seek(position, SeekFrom::kBegin);
-    return probe(data);
-}
 bool can_load_stream(const VariantArg* stream) {
-    return is_loadable(facts_of_stream(stream));
+    return is_loadable(facts_ahead(read_stream(stream)));
 }
 bool can_load_stream_with_options(const VariantArg* stream, Record*) {
     return can_load_stream(stream);
 }
 
 FileFormat get_file_format(const Path& file_path) {
-    return file_format_of(probe(read_file(file_path_of(file_path, "file_path"))));
+    return file_format_of(facts_of_path(file_path));
 }
 FileFormat get_file_format_of_stream(const VariantArg* stream) {
-    return file_format_of(facts_of_stream(stream));
+    return file_format_of(facts_ahead(read_stream(stream)));
 }
 
 constexpr const char* kImage = "Zelmor.Imaging.Image";

@@ -10,6 +10,7 @@
 #include "runtime/native/behaviours/images/encoding_options.h"
 #include "runtime/native/behaviours/images/image_entry.h"
 #include "runtime/native/behaviours/images/loading.h"
+#include "runtime/native/behaviours/images/picture_source.h"
 #include "runtime/native/behaviours/images/saving.h"
 #include "runtime/native/behaviours/streams/stream_container.h"
 #include "runtime/native/core/collection.h"
@@ -168,27 +169,19 @@ FileFormat supported_format(DescriptorObject& self) {
 // ---- Loading
 
 // The format of what lies ahead in a stream, whose position stays.
-FileFormat format_ahead(ManagedStream& stream) {
-    if (!stream.can_seek()) {
-        throw ManagedException("NotSupportedException",
-                               "A stream that cannot seek cannot be looked at without using it up.");
-    }
-    const int64_t position = stream.position();
-    const std::vector<std::byte> data = stream.read_to_end();
-    stream.seek(position, SeekFrom::kBegin);
-    const auto* bytes = reinterpret_cast<const uint8_t*>(data.data());
-    return file_format_of(imagework::probe({bytes, data.size()}));
+FileFormat format_ahead(const Ref<ManagedStream>& stream) {
+    return file_format_of(facts_ahead(stream));
 }
 
-Ref<DescriptorObject> loader_for(ManagedStream& stream) {
+Ref<DescriptorObject> loader_for(const Ref<ManagedStream>& stream) {
     const FileFormat format = format_ahead(stream);
     return first_of<Trade::kLoading>([&](const DescriptorObject& d) { return d.format == format; });
 }
 Interface first_loader_descriptor(Ref<ManagedStream> stream, Record*) {
-    return as_interface(loader_for(*stream));
+    return as_interface(loader_for(stream));
 }
 Interface first_loader(Ref<ManagedStream> stream, Record*) {
-    return worker_of<Trade::kLoading>(loader_for(*stream));
+    return worker_of<Trade::kLoading>(loader_for(stream));
 }
 Interface loader_by_name(const std::optional<std::u16string>& descriptor_type_name) {
     if (!descriptor_type_name) throw_argument_null("descriptor_type_name");
@@ -274,7 +267,7 @@ bool can_create(DescriptorObject& self, Record* image_options) {
 }
 Ref<ImageObject> create(WorkerObject&, StreamContainerObject* stream_container, Record* image_options, int32_t width,
                         int32_t height) {
-    Ref<ManagedStream> target(&required_container(stream_container).stream());
+    Ref<ManagedStream> target = required_container(stream_container).stream();
     Ref<ImageObject> image = create_image(image_options, width, height);
     image->target_stream = std::move(target);
     return image;

@@ -66,10 +66,10 @@ Ref<ImageObject> frame_of_path_with_options(const Path& path, Record* options) {
     return frame_of(*image_of_file(path, nullptr, "path"), &required_options(options));
 }
 Ref<ImageObject> frame_of_stream(Ref<ManagedStream> stream) {
-    return frame_of(*image_of_stream(*stream, nullptr), nullptr);
+    return frame_of(*image_of_stream(stream, nullptr), nullptr);
 }
 Ref<ImageObject> frame_of_stream_with_options(Ref<ManagedStream> stream, Record* options) {
-    return frame_of(*image_of_stream(*stream, nullptr), &required_options(options));
+    return frame_of(*image_of_stream(stream, nullptr), &required_options(options));
 }
 Ref<ImageObject> empty_frame(Record* options, int32_t width, int32_t height) {
     required_options(options);

@@ -50,7 +50,7 @@ TiffReaderObject::TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObje
     : ManagedObject(type), kind_(kind_of(type)), container_(std::move(container)) {}
 
 int64_t TiffReaderObject::length() {
-    return container_ ? container_->stream().length() : static_cast<int64_t>(bytes_.size());
+    return container_ ? container_->stream()->length() : static_cast<int64_t>(bytes_.size());
 }
 
 void TiffReaderObject::read(int64_t position, std::span<std::byte> into) {
@@ -69,10 +69,10 @@ void TiffReaderObject::read(int64_t position, std::span<std::byte> into) {
         std::copy_n(bytes_.begin() + from, count, part.begin());
         return;
     }
-    ManagedStream& stream = container_->stream();
-    KeptPosition kept(stream);
-    stream.seek(from, SeekFrom::kBegin);
-    stream.read_exactly(part);
+    const Ref<ManagedStream> stream = container_->stream();
+    KeptPosition kept(*stream);
+    stream->seek(from, SeekFrom::kBegin);
+    stream->read_exactly(part);
     kept.restore();
 }
 
@@ -107,7 +107,7 @@ TiffWriterObject::TiffWriterObject(const TypeInfo& type, Ref<StreamContainerObje
     : ManagedObject(type), kind_(kind_of(type)), container_(std::move(container)) {}
 
 void TiffWriterObject::write(std::span<const std::byte> bytes) {
-    container_->stream().write(bytes);
+    container_->stream()->write(bytes);
 }
 
 void TiffWriterObject::write_number(uint64_t number, size_t size) {

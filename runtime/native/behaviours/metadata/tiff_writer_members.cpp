@@ -109,11 +109,11 @@ void write_part(TiffWriterObject& self, std::span<const std::byte> data, int32_t
 }
 
 int64_t position(TiffWriterObject& self) {
-    return self.container().stream().position();
+    return self.container().stream()->position();
 }
 void set_position(TiffWriterObject& self, int64_t value) {
     if (value < 0) throw_out_of_range("value", "A position is not negative.");
-    self.container().stream().seek(value, SeekFrom::kBegin);
+    self.container().stream()->seek(value, SeekFrom::kBegin);
 }
 // What to lock while several write: the container, which all writers of one stream share.
 Value sync_root(TiffWriterObject& self) {

@@ -29,14 +29,31 @@ JoinedStream::JoinedStream(Ref<ManagedStream> stream, bool owned)
     pieces_.push_back({std::move(stream), 0, length, owned});
 }
 
-void JoinedStream::insert(int64_t at, Ref<ManagedStream> stream, bool owned) {
+void throw_changed() {
+    throw_invalid_operation("The stream was changed by the file behind it while that was in use.");
+}
+
+std::vector<Ref<ManagedStream>> JoinedStream::streams() const {
+    std::vector<Ref<ManagedStream>> streams;
+    for (const Piece& piece : pieces_)
+        streams.push_back(piece.stream);
+    return streams;
+}
+
+void JoinedStream::require_unchanged(uint64_t since) const {
     require_live();
+    if (changes_ != since) throw_changed();
+}
+
+void JoinedStream::insert(int64_t at, Ref<ManagedStream> stream, bool owned) {
     require_seeking(*stream);
+    const int64_t length = stream->length();
+    require_live();
     if (at < 0 || at > total()) {
         throw_out_of_range("position", "The position " + std::to_string(at) + " lies outside a stream of " +
                                            std::to_string(total()) + " bytes.");
     }
-    const int64_t length = stream->length();
+    ++changes_;
     auto [index, offset] = find(at);
     if (offset > 0) {
         Piece behind = pieces_[index];
@@ -51,10 +68,10 @@ void JoinedStream::insert(int64_t at, Ref<ManagedStream> stream, bool owned) {
 }
 
 bool JoinedStream::can_read() const {
-    return !disposed() && std::ranges::all_of(pieces_, [](const Piece& piece) { return piece.stream->can_read(); });
+    return !disposed() && std::ranges::all_of(streams(), [](const auto& stream) { return stream->can_read(); });
 }
 bool JoinedStream::can_write() const {
-    return !disposed() && std::ranges::all_of(pieces_, [](const Piece& piece) { return piece.stream->can_write(); });
+    return !disposed() && std::ranges::all_of(streams(), [](const auto& stream) { return stream->can_write(); });
 }
 bool JoinedStream::can_seek() const {
     return !disposed();
@@ -94,7 +111,8 @@ int64_t JoinedStream::seek(int64_t offset, SeekFrom from) {
 // the gap before the last zero by itself, and refuses at once if it cannot.
 void JoinedStream::append_zeros(int64_t count) {
     if (count == 0) return;
-    Piece& piece = pieces_.back();
+    const uint64_t since = changes_;
+    const Piece piece = pieces_.back();
     const int64_t end = piece.start + piece.length;
     int64_t new_end = 0;
     if (__builtin_add_overflow(end, count, &new_end)) throw ManagedException("IOException", "The stream is too long.");
@@ -108,7 +126,8 @@ void JoinedStream::append_zeros(int64_t count) {
         piece.stream->seek(new_end - 1, SeekFrom::kBegin);
         piece.stream->write(std::span(zeros).first(1));
     }
-    piece.length += count;
+    require_unchanged(since);
+    pieces_.back().length = std::max(pieces_.back().length, piece.length + count);
 }
 
 void JoinedStream::set_length(int64_t length) {
@@ -117,6 +136,7 @@ void JoinedStream::set_length(int64_t length) {
     if (length > total()) {
         append_zeros(length - total());
     } else {
+        ++changes_;
         const Place place = find(length);
         pieces_[place.index].length = place.offset;
         for (size_t index = place.index + 1; index < pieces_.size(); ++index)
@@ -127,38 +147,44 @@ void JoinedStream::set_length(int64_t length) {
 
 size_t JoinedStream::read(std::span<std::byte> into) {
     require_live();
-    if (into.empty() || position_ >= total()) return 0;
-    const auto [index, offset] = find(position_);
-    const Piece& piece = pieces_[index];
+    const int64_t begin = position_;
+    if (into.empty() || begin >= total()) return 0;
+    const uint64_t since = changes_;
+    const auto [index, offset] = find(begin);
+    const Piece piece = pieces_[index];
     piece.stream->seek(piece.start + offset, SeekFrom::kBegin);
     const auto most = std::min(into.size(), static_cast<size_t>(piece.length - offset));
     const size_t count = piece.stream->read(into.first(most));
+    require_unchanged(since);
     if (count == 0) throw ManagedException("EndOfStreamException", "A stream that was joined has become shorter.");
-    position_ += static_cast<int64_t>(count);
+    position_ = begin + static_cast<int64_t>(count);
     return count;
 }
 
 void JoinedStream::write(std::span<const std::byte> from) {
     require_live();
-    if (!from.empty() && position_ > total()) append_zeros(position_ - total());
+    int64_t at = position_;
+    if (!from.empty() && at > total()) append_zeros(at - total());
     while (!from.empty()) {
-        const auto [index, offset] = find(position_);
-        Piece& piece = pieces_[index];
+        const uint64_t since = changes_;
+        const auto [index, offset] = find(at);
+        const Piece piece = pieces_[index];
         const bool last = index + 1 == pieces_.size();
         const size_t room = last ? from.size() : static_cast<size_t>(piece.length - offset);
         const auto part = from.first(std::min(from.size(), room));
         piece.stream->seek(piece.start + offset, SeekFrom::kBegin);
         piece.stream->write(part);
+        require_unchanged(since);
         from = from.subspan(part.size());
-        position_ += static_cast<int64_t>(part.size());
-        piece.length = std::max(piece.length, offset + static_cast<int64_t>(part.size()));
+        position_ = at += static_cast<int64_t>(part.size());
+        pieces_[index].length = std::max(pieces_[index].length, offset + static_cast<int64_t>(part.size()));
     }
 }
 
 void JoinedStream::flush() {
     require_live();
-    for (const Piece& piece : pieces_) {
-        if (piece.stream->can_write()) piece.stream->flush();
+    for (const Ref<ManagedStream>& stream : streams()) {
+        if (stream->can_write()) stream->flush();
     }
 }
 

@@ -2,6 +2,10 @@
 //
 // What is read and written goes to the piece that the position falls into, so that a change shows in the stream that
 // the piece is of. All streams have to be able to seek, since each access puts the piece's stream where it belongs.
+//
+// The streams may be Python files, which can do anything while they are asked: dispose of the joined stream, put
+// another piece in, read from it. So the stream in use is held, and what was found out about the pieces before it was
+// asked is not used afterwards if they have changed.
 #pragma once
 
 #include <vector>
@@ -47,9 +51,17 @@ class JoinedStream final : public ManagedStream {
     Place find(int64_t position) const;
     int64_t total() const;
     void append_zeros(int64_t count);
+    // The streams of all pieces, held.
+    std::vector<Ref<ManagedStream>> streams() const;
+    // ObjectDisposedException or InvalidOperationException if the pieces are no longer those of that time.
+    void require_unchanged(uint64_t since) const;
 
     std::vector<Piece> pieces_;
+    uint64_t changes_ = 0;  // of what pieces there are, and where
     int64_t position_ = 0;
 };
+
+// A stream, or what it is made of, was changed by a Python file that was asked for something meanwhile.
+[[noreturn]] void throw_changed();
 
 }  // namespace zelmor::embed

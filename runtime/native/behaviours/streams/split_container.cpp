@@ -18,12 +18,12 @@ Ref<StreamContainerObject> split_owning(Ref<ManagedStream> stream, bool dispose_
 }
 Ref<StreamContainerObject> split_container(StreamContainerObject* stream, bool dispose_stream) {
     if (!stream) throw_argument_null("stream");
-    return make_stream_container(kSplit, Ref<ManagedStream>(&stream->stream()), dispose_stream);
+    return make_stream_container(kSplit, stream->stream(), dispose_stream);
 }
 
 void insert(StreamContainerObject& self, int32_t position, StreamContainerObject* stream, bool dispose_stream) {
     if (!stream) throw_argument_null("stream");
-    self.insert(position, Ref<ManagedStream>(&stream->stream()), dispose_stream);
+    self.insert(position, stream->stream(), dispose_stream);
 }
 
 const Behaviour kMembers[] = {

@@ -27,10 +27,10 @@ void StreamContainerObject::attach(Ref<ManagedStream> stream, bool dispose_strea
     dispose_stream_ = dispose_stream;
 }
 
-ManagedStream& StreamContainerObject::stream() const {
+Ref<ManagedStream> StreamContainerObject::stream() const {
     require_live();
     if (!stream_) throw_invalid_operation("The container has no stream.");
-    return *stream_;
+    return stream_;
 }
 
 void StreamContainerObject::on_dispose() {
@@ -43,11 +43,15 @@ void StreamContainerObject::on_dispose() {
 }
 
 void StreamContainerObject::insert(int64_t position, Ref<ManagedStream> stream, bool dispose_stream) {
-    if (same_stream(this->stream(), *stream)) throw_argument("A stream cannot be put into itself.");
-    Ref<JoinedStream> joined = joined_ ? joined_ : make_ref<JoinedStream>(stream_, dispose_stream_);
+    const Ref<ManagedStream> own = this->stream();
+    if (same_stream(*own, *stream)) throw_argument("A stream cannot be put into itself.");
+    const Ref<JoinedStream> joined = joined_ ? joined_ : make_ref<JoinedStream>(own, dispose_stream_);
     joined->insert(position, std::move(stream), dispose_stream);
+    // The streams were asked for their lengths, and a Python file may have done anything then.
+    require_live();
+    if (stream_ != own) throw_changed();
     joined_ = joined;
-    stream_ = std::move(joined);
+    stream_ = joined;
 }
 
 // A temporary file goes with the last reference too, if nobody disposed of the container.
@@ -133,8 +137,8 @@ void check_length(int64_t length) {
 
 void save_all(Container& self, ManagedStream& to, int32_t buffer_size, int64_t length) {
     check_buffer_size(buffer_size);
-    ManagedStream& from = self.stream();
-    from_beginning(from, [&] { return copy(from, to, buffer_size, length); });
+    const Ref<ManagedStream> from = self.stream();
+    from_beginning(*from, [&] { return copy(*from, to, buffer_size, length); });
     to.flush();
 }
 
@@ -172,18 +176,18 @@ void save_file_length(Container& self, const Path& file_path, int32_t buffer_siz
 }
 
 void write_to(Container& self, Container& other) {
-    copy(self.stream(), other.stream(), kBufferSize, kToTheEnd);
+    copy(*self.stream(), *other.stream(), kBufferSize, kToTheEnd);
 }
 void write_part_to(Container& self, Container& other, int64_t length) {
     check_length(length);
-    copy(self.stream(), other.stream(), kBufferSize, length);
+    copy(*self.stream(), *other.stream(), kBufferSize, length);
 }
 
 // An array is filled as far as the stream goes.
 void fill(Container& self, std::span<std::byte> bytes) {
-    ManagedStream& stream = self.stream();
+    const Ref<ManagedStream> stream = self.stream();
     while (!bytes.empty()) {
-        const size_t count = stream.read(bytes);
+        const size_t count = stream->read(bytes);
         if (count == 0) return;
         bytes = bytes.subspan(count);
     }
@@ -200,51 +204,51 @@ std::span<Byte> checked_range(std::span<Byte> buffer, int32_t offset, int32_t co
 }
 // One question to the stream: it may have less than was asked for.
 int32_t read_range(Container& self, std::span<std::byte> buffer, int32_t offset, int32_t count) {
-    return static_cast<int32_t>(self.stream().read(checked_range(buffer, offset, count)));
+    return static_cast<int32_t>(self.stream()->read(checked_range(buffer, offset, count)));
 }
 
 void write(Container& self, std::span<const std::byte> bytes) {
-    self.stream().write(bytes);
+    self.stream()->write(bytes);
 }
 void write_range(Container& self, std::span<const std::byte> buffer, int32_t offset, int32_t count) {
-    self.stream().write(checked_range(buffer, offset, count));
+    self.stream()->write(checked_range(buffer, offset, count));
 }
 void write_byte(Container& self, uint8_t value) {
-    self.stream().write_byte(value);
+    self.stream()->write_byte(value);
 }
 int32_t read_byte(Container& self) {
-    return self.stream().read_byte();
+    return self.stream()->read_byte();
 }
 
 Bytes to_bytes(Container& self) {
-    ManagedStream& stream = self.stream();
-    return from_beginning(stream, [&] { return stream.read_to_end(); });
+    const Ref<ManagedStream> stream = self.stream();
+    return from_beginning(*stream, [&] { return stream->read_to_end(); });
 }
 Bytes range_to_bytes(Container& self, int64_t first, int64_t count) {
     if (first < 0) throw_out_of_range("position", "The position " + std::to_string(first) + " is negative.");
-    const int64_t length = self.stream().length();
+    const Ref<ManagedStream> stream = self.stream();
+    const int64_t length = stream->length();
     if (count < 0 || first > length || count > length - first) {
         throw_out_of_range("bytes_count", "The range from " + std::to_string(first) + " of " + std::to_string(count) +
                                               " bytes leaves a stream of " + std::to_string(length) + ".");
     }
-    ManagedStream& stream = self.stream();
-    return from_beginning(stream, [&] {
-        stream.seek(first, SeekFrom::kBegin);
+    return from_beginning(*stream, [&] {
+        stream->seek(first, SeekFrom::kBegin);
         Bytes bytes(static_cast<size_t>(count));
-        stream.read_exactly(bytes);
+        stream->read_exactly(bytes);
         return bytes;
     });
 }
 
 void flush(Container& self) {
-    self.stream().flush();
+    self.stream()->flush();
 }
 int64_t seek(Container& self, int64_t offset, int32_t origin) {
     if (origin < 0 || origin > 2) throw_argument("The seek origin " + std::to_string(origin) + " is none of 0, 1, 2.");
-    return self.stream().seek(offset, static_cast<SeekFrom>(origin));
+    return self.stream()->seek(offset, static_cast<SeekFrom>(origin));
 }
 void seek_begin(Container& self) {
-    self.stream().seek(0, SeekFrom::kBegin);
+    self.stream()->seek(0, SeekFrom::kBegin);
 }
 
 // What callers lock on: the container itself.
@@ -252,31 +256,31 @@ PyObject* sync_root(Container& self) {
     return py_object(Ref<ManagedObject>(&self));
 }
 int64_t get_position(Container& self) {
-    return self.stream().position();
+    return self.stream()->position();
 }
 void set_position(Container& self, int64_t position) {
-    self.stream().seek(position, SeekFrom::kBegin);
+    self.stream()->seek(position, SeekFrom::kBegin);
 }
 Ref<ManagedStream> get_stream(Container& self) {
-    return Ref<ManagedStream>(&self.stream());
+    return self.stream();
 }
 bool is_stream_disposed_on_close(Container& self) {
     return self.disposes_stream();
 }
 int64_t get_length(Container& self) {
-    return self.stream().length();
+    return self.stream()->length();
 }
 void set_length(Container& self, int64_t length) {
-    self.stream().set_length(length);
+    self.stream()->set_length(length);
 }
 bool can_read(Container& self) {
-    return self.stream().can_read();
+    return self.stream()->can_read();
 }
 bool can_seek(Container& self) {
-    return self.stream().can_seek();
+    return self.stream()->can_seek();
 }
 bool can_write(Container& self) {
-    return self.stream().can_write();
+    return self.stream()->can_write();
 }
 int32_t read_write_bytes_count() {
     return kBufferSize;
@@ -328,7 +332,7 @@ const FactoryRegistration factory(kContainer, [](const TypeInfo& type) -> Ref<Ma
 });
 
 const ConversionRegistration to_stream(kContainer, "System.IO.Stream", [](ManagedObject& container) {
-    return Ref<ManagedObject>(&cast_object<Container>(container).stream());
+    return Ref<ManagedObject>(cast_object<Container>(container).stream());
 });
 
 }  // namespace

@@ -19,7 +19,9 @@ class StreamContainerObject : public Record {
     void attach(Ref<ManagedStream> stream, bool dispose_stream);
 
     // The stream; ObjectDisposedException once the container is disposed, InvalidOperationException without one.
-    ManagedStream& stream() const;
+    // Whoever works on it holds it: the file behind it may dispose of the container meanwhile, and so may another
+    // thread.
+    Ref<ManagedStream> stream() const;
     // Puts the content of another stream in at a position, in bytes from the beginning.
     void insert(int64_t position, Ref<ManagedStream> stream, bool dispose_stream);
     bool disposes_stream() const { return dispose_stream_; }
