@@ -145,8 +145,10 @@ def told(result: Any, raised: BaseException | None) -> Any:
 def for_want_of_memory(error: BaseException | None) -> bool:
     """Whether an exception tells of short memory, by itself or by what stands behind it."""
     while error is not None:
-        # A failure that went through the managed side comes back as text.
-        if isinstance(error, MemoryError) or "MemoryError" in str(error):
+        # A failure that went through the managed side comes back as text, which can be that of a broken import alone.
+        text = str(error)
+        if isinstance(error, MemoryError) or "MemoryError" in text or (
+                text.startswith("Proxy error(PythonException)") and "ImportError" in text):
             return True
         error = error.__cause__ or error.__context__
     return False

@@ -11,14 +11,15 @@ from collections.abc import Callable
 from typing import Any
 
 import pytest
-from support.collections import INTEROP, make_interop, make_typed, typed
+from support.collections import INTEROP, make_interop, make_typed, new_object, typed
 from support.control import Control
 from support.forked import outcome_of
-from zelmor.imaging import FileFormat, IColorPalette, NonGenericDictionary, Point, Size
+from zelmor.imaging import FileFormat, IColorPalette, Point, Size
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions
 
 INT32 = "A4A29720"
 EXCHANGE_HOST = "Zelmor.WrpGen.Interop.ExchangeHost"
+DICTIONARY = "Zelmor.Imaging.NonGenericDictionary"
 OBJECT_HOST = "Zelmor.WrpGen.Interop.ObjectHost"
 FAILED = "RuntimeError: Proxy error(X): failed"
 #: What a service can answer beside its error.
@@ -123,11 +124,11 @@ class TestBoxing:
     """A struct that is shown as an interface is boxed first."""
 
     def test_a_box(self, control: Control) -> None:
-        shown = self._keys(control, NonGenericDictionary())
+        shown = self._keys(control, new_object(DICTIONARY))
         assert type(shown) is INTEROP._IColWrapper
 
     def test_a_failure_raises_and_gives_the_struct_back(self, control: Control) -> None:
-        owner = NonGenericDictionary()
+        owner = new_object(DICTIONARY)
         control.raise_next(EXCHANGE_HOST, "BoxStcTarget", "X", "failed")
         with pytest.raises(RuntimeError, match=r"^Proxy error\(X\): failed$"):
             self._keys(control, owner)
@@ -136,5 +137,5 @@ class TestBoxing:
     def _keys(control: Control, owner: Any) -> Any:
         """A result of interface type that is a struct of no registered type."""
         record = struct.pack("<ixxxxQq", 1, control.new_object("System.Object"), next(NEW_IDS))
-        control.return_next("Zelmor.Imaging.NonGenericDictionary", "get_Keys", 0, 1, record)
+        control.return_next(DICTIONARY, "get_Keys", 0, 1, record)
         return owner.keys
