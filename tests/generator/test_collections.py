@@ -21,7 +21,7 @@ TYPES = """
     struct Spot
         ctor ()
     interface IThing
-    enum Mood : int32
+    enum Mood : uint16
         GOOD 1
 """
 
@@ -81,7 +81,7 @@ def test_each_class_of_element_has_its_policy(small: Callable[[str], Model]) -> 
         "zelmor::ClassElement<&wrpPy_conv_py_to_clr_H_Thing, &wrpPy_conv_clr_to_py_H_Thing>",
         "zelmor::StructElement<&wrpPy_conv_py_to_clr_H_Spot, &wrpPy_conv_clr_to_py_H_Spot>",
         "zelmor::InterfaceElement<&wrpPy_conv_py_to_clr_H_IThing, &wrpPy_conv_clr_to_py_H_IThing>",
-        "zelmor::EnumElement<int, &wrpPy_conv_py_to_clr_H_Mood, &wrpPy_conv_clr_to_py_H_Mood>",
+        "zelmor::EnumElement<unsigned short, &wrpPy_conv_py_to_clr_H_Mood, &wrpPy_conv_clr_to_py_H_Mood>",
         "zelmor::StringElement",
         "zelmor::Int32Element",
         "zelmor::ArrayElement<&wrpPygn_conv_py_to_clr_array_H, &wrpPygn_tyds_H_ArrayWrapper>",

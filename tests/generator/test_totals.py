@@ -117,11 +117,3 @@ def test_figures_that_hold_are_accepted(build: Build, tmp_path: Path) -> None:
     (tmp_path / "totals.tab").write_text("1 structs # a comment\n1 or more interfaces\n"
                                          "unreached 9 static classes: the others are not known\n")
     assert build(TYPES).types
-
-
-@pytest.mark.parametrize("width", ["uint8", "int16", "uint16", "uint64"])
-def test_an_element_that_is_an_enumeration_has_32_bits(build: Build, tmp_path: Path, width: str) -> None:
-    (tmp_path / "collections.tab").write_text("11111111 Acme.Pictures.Mode array\n")
-    assert refusal(build, f"\nenum Mode : {width}\n    ONE 1\n") == (
-        1, "Acme.Pictures.Mode is no enumeration of 32 bits, as elements cross")
-    assert build("\nenum Mode : uint32\n    ONE 1\n").collections

@@ -63,8 +63,6 @@ class Builder:
         for line in sorted(self._collection_lines, key=lambda line: line.element.endswith("[]")):
             wire = self._wire(line.place, line.element, "")
             slot = slots.index(line.identifier) if line.identifier in slots else None
-            if wire.type is not None and wire.type.is_enum and wire.code not in "iI":
-                raise CatalogueError(line.place, f"{line.element} is no enumeration of 32 bits, as elements cross")
             self._collections[wire.name] = Collection(line.place, line.identifier, wire, line.kinds, slot)
         order = {line.identifier: number for number, line in enumerate(self._collection_lines)}
         self._collections = dict(sorted(self._collections.items(), key=lambda item: order[item[1].identifier]))
