@@ -14,6 +14,7 @@ from .catalogue import PROPERTY_KINDS, Catalogue, MemberLine, ModuleLine, TypeLi
 from .collections import CollectionLine, read_collections
 from .errors import CatalogueError, Place
 from .identifiers import Identifiers
+from .interfaces import check_inherited
 from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overload, Param, Property, Type
 from .naming import snake_case, upper_snake_case
 from .pinned import check_pinned, read_pinned
@@ -249,34 +250,7 @@ class Builder:
             raise CatalogueError(entry.place, "only classes and structs have constructors")
         for method in entry.methods:
             self._check_group(entry, method)
-        self._check_inherited(entry)
-
-    @staticmethod
-    def _check_inherited(entry: Type) -> None:
-        """An interface has no base on the Python side, so it lists what it inherits, and as the other's."""
-        if entry.kind != "interface":
-            return
-        lists = {(overload.python, overload.signature): overload.owner
-                 for method in entry.methods for overload in method.overloads}
-        properties = {prop.python: prop.declared_by for prop in entry.properties}
-        for base in entry.interfaces:
-            if not isinstance(base, Type):
-                continue
-            for overload in [overload for method in base.methods for overload in method.overloads]:
-                owner = lists.get((overload.python, overload.signature))
-                if owner is not overload.owner:
-                    Builder._refuse_inherited(entry, overload.python, overload.owner, listed=owner is not None)
-            for prop in base.properties:
-                declared_by = properties.get(prop.python)
-                if declared_by is not prop.declared_by:
-                    Builder._refuse_inherited(entry, prop.python, prop.declared_by, listed=declared_by is not None)
-
-    @staticmethod
-    def _refuse_inherited(entry: Type, python: str, owner: Type, listed: bool) -> None:
-        members: list[Overload | Property] = [*entry.properties, *(o for m in entry.methods for o in m.overloads)]
-        place = next((member.place for member in members if listed and member.python == python), entry.place)
-        lacks = "lists as its own" if listed else "does not list"
-        raise CatalogueError(place, f"{entry.name} {lacks} {python}, which it inherits: write `from {owner.name}`")
+        check_inherited(entry)
 
     @staticmethod
     def _check_name(line: MemberLine) -> None:
