@@ -185,6 +185,69 @@ interface IDerived implements IBase
     assert derived.properties[0].declared_by is model.types[0]
 
 
+INTERFACES = """
+interface IBase
+    method run Run (count: int32) -> bool
+    method run Run ()
+    get width Width int32
+    getset height Height int32
+"""
+RUN = "    method run Run (count: int32) -> bool from IBase\n    method run Run () from IBase\n"
+SIZES = "    get width Width int32 from IBase\n    getset height Height int32 from IBase\n"
+EXTENDS = INTERFACES + "interface IDerived implements IBase\n"
+
+
+@pytest.mark.parametrize(("members", "line", "reason"), [
+    (RUN.replace(" -> bool from IBase", " -> bool") + SIZES, 9,
+     "IDerived lists as its own run, which it inherits: write `from IBase`"),
+    (RUN + SIZES.replace(" from IBase", "", 1), 11,
+     "IDerived lists as its own width, which it inherits: write `from IBase`"),
+    (RUN + "    get width Width int32 from IBase\n", 8,
+     "IDerived does not list height, which it inherits: write `from IBase`"),
+    (RUN.splitlines(keepends=True)[0] + SIZES, 8,
+     "IDerived does not list run, which it inherits: write `from IBase`"),
+    (SIZES, 8, "IDerived does not list run, which it inherits: write `from IBase`"),
+    (RUN + SIZES.replace("width Width", "wide Wide"), 11, "IBase declares no property wide"),
+    (RUN + SIZES.replace("width Width int32", "width Width int64"), 11, "IBase declares get width Width int32"),
+    (RUN + SIZES.replace("getset", "get"), 12, "IBase declares getset height Height int32"),
+    (RUN.replace("-> bool", "-> int32") + SIZES, 9, "run of IBase gives bool"),
+    (RUN.replace("run Run (", "run RUN (") + SIZES, 9, "run of IBase is Run"),
+    (RUN.replace("method run Run ()", "static run Run ()") + SIZES, 10,
+     "run is static here or in IBase, not in both"),
+    (RUN.replace("from IBase", "from IOther") + SIZES, 9, "there is no type IOther"),
+])
+def test_an_interface_that_states_otherwise_what_it_inherits_is_refused(
+        build: Build, members: str, line: int, reason: str) -> None:
+    assert refusal(build, EXTENDS + members) == (line, reason)
+
+
+def test_an_interface_inherits_from_all_that_it_extends(build: Build) -> None:
+    last = "interface ILast implements IDerived\n    method stop Stop () from IDerived\n"
+    derived = EXTENDS + "    method stop Stop ()\n" + RUN + SIZES
+    model = build(derived + last + RUN + SIZES)
+    assert {prop.declared_by.name for prop in model.types[2].properties} == {"IBase"}
+    assert [name for name, *_ in host.thunks(model.types[2])][:1] == ["btp_TypeOf"]
+    _, reason = refusal(build, derived + last + RUN)
+    assert reason == "ILast does not list width, which it inherits: write `from IBase`"
+    _, reason = refusal(build, derived + last + RUN + SIZES.replace("from IBase", "from IDerived"))
+    assert reason == "IDerived declares no property width"
+
+
+@pytest.mark.parametrize(("text", "line", "reason"), [
+    ("\nclass A\n    get width Width int32\nclass B : A\n    get width Width int32 from A\n", 6,
+     "a class has the properties of its base, and lists none of them"),
+    ("\nclass A\n    ctor ()\nclass B : A\n    ctor () from A\n", 6, "a constructor is not inherited"),
+    ("\nclass A\n    method go Go ()\n    method go GO (x: int32)\n", 5, "go is Go on another line"),
+    ("\nclass A\n    method go Go ()\n    get go Go int32\n", 5, "go is there already"),
+    ("\nclass A\n    get go Go int32\n    method go Go ()\n", 5, "go is there already"),
+    (BASE + "class Derived : Base\n    method save SAVE () from Base\n", 8, "save of Base is Save"),
+    (BASE + "class Derived : Base\n    method save Save () -> int32 from Base\n", 8, "save of Base gives void"),
+])
+def test_a_name_that_is_inherited_or_shared_wrongly_is_refused(
+        build: Build, text: str, line: int, reason: str) -> None:
+    assert refusal(build, text) == (line, reason)
+
+
 def test_the_tree_follows_the_ordinal_order_of_managed_names(build: Build) -> None:
     model = build("", modules="Acme.Pictures.Shapes acme.pictures.shapes 0000000B\n"
                               "Acme.Pictures.ShapeSegments acme.pictures.shapesegments 0000000C\n")

@@ -12,6 +12,7 @@ import zelmor.imaging
 from tools.generator.model import Method, Overload, Property, Type
 from tools.generator.wires import Wire
 
+import module_tree
 from module_tree import MODEL
 
 WRAPPERS = [entry for entry in MODEL.types if not entry.is_enum]
@@ -52,6 +53,24 @@ def method_names(entry: Type) -> list[str]:
     names += [name for name in entry.shared if name != "length"]
     writers = [f"set_{prop.python}" for prop in entry.properties if prop.static and prop.writable]
     return [*names, "get_type", *writers, *CAST_FAMILY]
+
+
+def has_no_constructor(found: type) -> bool:
+    try:
+        found()
+    except TypeError as refused:
+        return str(refused) == "type has no available constructor"
+    return False
+
+
+def test_how_much_there_is() -> None:
+    assert len(module_tree.MODULES) == 116
+    assert len(module_tree.API_WRAPPERS) == 891
+    assert len(module_tree.ENUMS) == 255
+    assert len([found for found in module_tree.ENUMS if issubclass(found, enum.IntFlag)]) == 23
+    assert len([found for found in module_tree.WRAPPERS if found.__module__.endswith("._generic")]) == 155
+    assert len([found for found in module_tree.API_WRAPPERS if has_no_constructor(found)]) == 186
+    assert len([found for found in module_tree.WRAPPERS if has_no_constructor(found)]) == 351
 
 
 @pytest.mark.parametrize("module", MODEL.modules, ids=lambda module: module.name)

@@ -8,9 +8,13 @@ import pickle
 import pytest
 import zelmor.pyreflection
 from zelmor.imaging import FileFormat, Image, ImageResizeSettings, LoadOptions, ResizeType, RotateFlipType
+from zelmor.imaging.fileformats.wmf.consts import WmfRecordType
+from zelmor.imaging.fileformats.wmf.objects import WmfRecord
 from zelmor.imaging.imageoptions import IcoOptions
 from zelmor.imaging.xmp import XmpArrayType
 from zelmor.imaging.xmp.schemas.photoshop import ColorMode
+
+from module_tree import MODEL
 
 
 def test_members_are_integers() -> None:
@@ -57,6 +61,26 @@ def test_every_member_of_an_enumeration_round_trips() -> None:
     for member in ResizeType:
         settings.mode = member
         assert settings.mode is member
+
+
+def test_a_negative_member_of_16_bits_keeps_its_sign() -> None:
+    """What a WMF record holds in a word is signed, so that its enumerations are short."""
+    record = WmfRecord()
+    for member in WmfRecordType:
+        record.record_function = member
+        assert record.record_function is member
+    assert min(WmfRecordType) == -1
+
+
+@pytest.mark.parametrize(("width", "names"), [
+    ("int16", ["WmfMapMode", "WmfMixMode", "WmfPolyFillMode", "WmfRecordType", "StretchMode"]),
+    ("uint16", ["TiffTags", "TiffDataTypes", "TiffSampleFormats", "TiffCompressions", "DibBitCount"]),
+    ("uint8", ["EmfSerifStyle", "EmfSerifType", "AlphaFormatEnum", "JfifDensityUnits"]),
+    ("uint32", ["WmfTernaryRasterOperation"]),
+])
+def test_an_enumeration_is_as_wide_as_its_field(width: str, names: list[str]) -> None:
+    found = {entry.name: entry.width.name for entry in MODEL.types if entry.width is not None and entry.name in names}
+    assert found == dict.fromkeys(names, width)
 
 
 def test_a_member_and_its_class_name_one_managed_type() -> None:

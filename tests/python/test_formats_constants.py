@@ -7,7 +7,7 @@ from typing import Any
 
 import pytest
 import zelmor.imaging
-from zelmor.imaging import BuildVersionInfo, Color, FileFormat
+from zelmor.imaging import BuildVersionInfo, Color, FileFormat, Point
 from zelmor.imaging.extensions import FileFormatExtensions
 from zelmor.imaging.fileformats import gif
 from zelmor.imaging.fileformats.bmp import BitmapCoreHeader
@@ -21,7 +21,7 @@ from zelmor.imaging.fileformats.emf.emfplus.objects import EmfPlusGraphicsVersio
 from zelmor.imaging.fileformats.gif import blocks
 from zelmor.imaging.fileformats.jpeg import JFIFData
 from zelmor.imaging.fileformats.wmf.objects import (
-    WmfBitmapCoreHeader, WmfBitmapInfoHeader, WmfLogColorSpace, WmfLogColorSpaceW)
+    WmfBitmapCoreHeader, WmfBitmapInfoHeader, WmfLogColorSpace, WmfLogColorSpaceW, WmfPointObject)
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions, VectorRasterizationOptions
 from zelmor.imaging.masking.options import AutoMaskingGraphCutOptions, MaskingOptions, SegmentationMethod
 
@@ -38,6 +38,18 @@ def test_header_sizes() -> None:
              BitmapCoreHeader.BITMAP_INFO_HEADER_SIZE_V3, BitmapCoreHeader.OS_22X_BITMAP_HEADER_FULL_SIZE,
              BitmapCoreHeader.BITMAP_INFO_HEADER_SIZE_V4, BitmapCoreHeader.BITMAP_INFO_HEADER_SIZE_V5]
     assert sizes == [12, 16, 40, 52, 56, 64, 108, 124]
+    assert WmfBitmapCoreHeader.BITMAP_CORE_HEADER_SIZE == WmfBitmapCoreHeader().header_size == 12
+    assert WmfBitmapInfoHeader.BITMAP_INFO_HEADER_SIZE == WmfBitmapInfoHeader().header_size == 40
+
+
+def test_bases_of_records_that_can_be_made_themselves() -> None:
+    place = WmfPointObject()
+    place.point = Point(3, -4)
+    assert place.point == Point(3, -4)
+    source = emf_plus.EmfPlusRecord()
+    source.flags, source.size, source.data_size = 0x2000, 12, 0
+    made = emf_plus.EmfPlusTransformRecordType(source)
+    assert (made.flags, made.size, made.data_size) == (0x2000, 12, 0)
 
 
 def test_gif_block_constants() -> None:

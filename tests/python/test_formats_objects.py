@@ -60,11 +60,11 @@ def test_a_cmx_tree() -> None:
 def test_a_cdr_tree() -> None:
     document, page = CdrDocument(), CdrPage()
     page.page_number = 5
-    document.child_objects.append(page)
+    document.items.append(page)
     page.parent = page.document = document
-    first = document.child_objects[0]
+    first = document.items[0]
     assert cast(CdrPage, first).page_number == 5
-    assert len(page.parent.child_objects) == 1
+    assert len(page.parent.items) == 1
     page.parent = page.document = None  # the two hold each other
     assert page.parent is None
 

@@ -26,6 +26,7 @@ from .collections import read_collections
 from .errors import CatalogueError
 from .identifiers import Identifiers
 from .model import Model
+from .pinned import check_symbols, read_pinned
 from .writers.collections import write_collections
 from .writers.enumeration import write_enumeration
 from .writers.header import write_header
@@ -71,6 +72,7 @@ def write_module(catalogue: Path, out: Path) -> Model:
         writer = write_enumeration if entry.is_enum else write_wrapper
         files[out / f"{entry.full_name}.cpp"] = writer(entry, product)
     files.update({out / name: lines for name, lines in write_collections(model, product).items()})
+    check_symbols(read_pinned(catalogue / "pinned.tab"), ("\n".join(lines) for lines in files.values()))
     for path, lines in files.items():
         write_if_changed(path, lines)
     sources = sorted(str(path) for path in files if path.suffix == ".cpp")

@@ -2,7 +2,8 @@
 
 Every refusal names the file and the line. What is checked: names follow the naming rules or are marked as exceptions;
 every type that is named exists; bases and interfaces are of the right kind; the overloads of a
-name are the type's own and then the inherited ones, in the order in which the dispatch tries them.
+name are the type's own and then the inherited ones, in the order in which the dispatch tries them; an interface has the
+members of the interfaces that it extends from these; what is pinned and what is counted is as the tables say.
 """
 
 from __future__ import annotations
@@ -13,8 +14,11 @@ from .catalogue import PROPERTY_KINDS, Catalogue, MemberLine, ModuleLine, TypeLi
 from .collections import CollectionLine, read_collections
 from .errors import CatalogueError, Place
 from .identifiers import Identifiers
+from .interfaces import check_inherited
 from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overload, Param, Property, Type
 from .naming import snake_case, upper_snake_case
+from .pinned import check_pinned, read_pinned
+from .totals import check_totals, read_totals
 from .wires import INTEROP_SHAPES, NULLABLES, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, WORDS, Wire
 
 _ENUM_WIDTHS = ("uint8", "int16", "uint16", "int32", "uint32", "uint64")
@@ -223,6 +227,8 @@ class Builder:
         for line in self._lines[entry].members:
             self._check_name(line)
             if line.kind == "ctor":
+                if line.origin is not None:
+                    raise CatalogueError(line.place, "a constructor is not inherited")
                 overload = self._overload(entry, line)
                 overload.managed, overload.number = entry.name, len(entry.constructors)
                 if any(other.signature == overload.signature for other in entry.constructors):
@@ -250,6 +256,7 @@ class Builder:
             raise CatalogueError(entry.place, f"the writers of {entry.name} lack {', '.join(sorted(left_out))}")
         for method in entry.methods:
             self._check_group(entry, method)
+        check_inherited(entry)
 
     @staticmethod
     def _writer(entry: Type, line: MemberLine) -> list[Property]:
@@ -287,6 +294,8 @@ class Builder:
 
     def _method(self, entry: Type, line: MemberLine) -> None:
         method = entry.method(line.python)
+        if any(prop.python == line.python for prop in entry.properties):
+            raise CatalogueError(line.place, f"{line.python} is there already")
         if method is None:
             method = Method(entry, line.python, mixed=line.kind.startswith("mixed"))
             entry.methods.append(method)
@@ -297,6 +306,9 @@ class Builder:
             overload = self._inherited(entry, line, overload)
         else:
             overload.number = sum(own.managed == line.managed for other in entry.methods for own in other.own)
+        named = [*method.overloads, *([method.static_overload] if method.static_overload else [])]
+        if named and named[0].managed != overload.managed:
+            raise CatalogueError(line.place, f"{line.python} is {named[0].managed} on another line")
         if line.kind == "mixed_static":
             if method.static_overload is not None:
                 raise CatalogueError(line.place, "a mixed method has one overload on the class")
@@ -309,10 +321,19 @@ class Builder:
     def _ancestor(self, entry: Type, line: MemberLine) -> Type:
         assert line.origin is not None
         ancestor = self._find(line.place, line.origin, entry.namespace)
-        candidates = [*entry.bases(), *(i for i in entry.interfaces if isinstance(i, Type))]
+        candidates = [*entry.bases(), *Builder._extended(entry)]
         if ancestor not in candidates or (ancestor.kind == "interface") != (entry.kind == "interface"):
             raise CatalogueError(line.place, f"{line.origin} is no ancestor of {entry.name} to inherit members from")
         return ancestor
+
+    @staticmethod
+    def _extended(entry: Type) -> list[Type]:
+        """The interfaces that an interface or class names, and those that these extend."""
+        found: list[Type] = []
+        for interface in entry.interfaces:
+            if isinstance(interface, Type):
+                found += [interface, *Builder._extended(interface)]
+        return found
 
     def _inherited(self, entry: Type, line: MemberLine, stated: Overload) -> Overload:
         ancestor = self._ancestor(entry, line)
@@ -321,6 +342,12 @@ class Builder:
             if overload.owner is ancestor and overload.signature == stated.signature:
                 if [p.name for p in overload.params] != [p.name for p in stated.params]:
                     raise CatalogueError(line.place, f"{ancestor.name} names the parameters otherwise")
+                if overload.managed != stated.managed:
+                    raise CatalogueError(line.place, f"{line.python} of {ancestor.name} is {overload.managed}")
+                if (overload.static, overload.result) != (stated.static, stated.result):
+                    raise CatalogueError(line.place, f"{line.python} of {ancestor.name} gives {overload.result.name}"
+                                         if overload.static == stated.static else
+                                         f"{line.python} is static here or in {ancestor.name}, not in both")
                 return overload
         raise CatalogueError(line.place, f"{ancestor.name} declares no such overload of {line.python}")
 
@@ -347,8 +374,20 @@ class Builder:
         assert line.type is not None
         wire = self._wire(line.place, line.type, entry.namespace)
         takes = self._wire(line.place, line.takes, entry.namespace) if line.takes else wire
-        declared_by = self._ancestor(entry, line) if line.origin is not None else entry
-        if any(other.python == line.python for other in entry.properties):
+        declared_by = entry
+        if line.origin is not None:
+            if entry.kind != "interface":
+                raise CatalogueError(line.place, "a class has the properties of its base, and lists none of them")
+            declared_by = self._ancestor(entry, line)
+            own = next((prop for prop in declared_by.properties if prop.python == line.python), None)
+            if own is None or own.declared_by is not declared_by:
+                raise CatalogueError(line.place, f"{declared_by.name} declares no property {line.python}")
+            if (own.managed, own.wire, own.takes, own.writable) != (
+                    line.managed, wire, takes, line.kind in ("getset", "static_getset")):
+                kind = "getset" if own.writable else "get"
+                raise CatalogueError(line.place, f"{declared_by.name} declares {kind} {own.python} {own.managed} "
+                                     f"{own.wire.name}")
+        if entry.method(line.python) is not None or any(other.python == line.python for other in entry.properties):
             raise CatalogueError(line.place, f"{line.python} is there already")
         entry.properties.append(Property(
             entry, line.place, line.python, line.managed, wire, takes, line.kind in ("getset", "static_getset"),
@@ -370,5 +409,8 @@ class Builder:
 
 def load(directory: Path) -> Model:
     """Reads and checks the catalogue of a directory."""
-    return Builder(read_catalogue(directory), Identifiers.read(directory / "identifiers.tab"),
-                   read_collections(directory / "collections.tab")).build()
+    model = Builder(read_catalogue(directory), Identifiers.read(directory / "identifiers.tab"),
+                    read_collections(directory / "collections.tab")).build()
+    check_pinned(model, read_pinned(directory / "pinned.tab"))
+    check_totals(model, read_totals(directory / "totals.tab"))
+    return model

@@ -6,6 +6,8 @@ namespace zelmor::embed {
 namespace {
 
 constexpr const char* kBmpHeader = "Zelmor.Imaging.FileFormats.Bmp.BitmapCoreHeader";
+constexpr const char* kWmfCoreHeader = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfBitmapCoreHeader";
+constexpr const char* kWmfInfoHeader = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfBitmapInfoHeader";
 constexpr const char* kLayer = "Zelmor.Imaging.FileFormats.Cmx.ObjectModel.CmxLayer";
 constexpr const char* kEffects = "Zelmor.Imaging.FileFormats.Emf.EmfPlus.Consts.EmfPlusImageEffectsIdentifiers";
 constexpr const char* kGifBlock = "Zelmor.Imaging.FileFormats.Gif.GifBlock";
@@ -20,13 +22,15 @@ constexpr const char* kVersion = "Zelmor.Imaging.BuildVersionInfo";
 constexpr DefaultValue kConstants[] = {
     // Each header version is the one before it with fields added, and is told by its size.
     {kBmpHeader, "BitmapCoreHeaderSize", 12},
-    {kBmpHeader, "Os22xBitmapHeaderSize", 16},
+    {kBmpHeader, "Os22XBitmapHeaderSize", 16},
     {kBmpHeader, "BitmapInfoHeaderSize", 40},
     {kBmpHeader, "BitmapInfoHeaderSizeV2", 52},
     {kBmpHeader, "BitmapInfoHeaderSizeV3", 56},
-    {kBmpHeader, "Os22xBitmapHeaderFullSize", 64},
+    {kBmpHeader, "Os22XBitmapHeaderFullSize", 64},
     {kBmpHeader, "BitmapInfoHeaderSizeV4", 108},
     {kBmpHeader, "BitmapInfoHeaderSizeV5", 124},
+    {kWmfCoreHeader, "BitmapCoreHeaderSize", 12},
+    {kWmfInfoHeader, "BitmapInfoHeaderSize", 40},
 
     {kLayer, "MasterDesktopLayerName", "Desktop"},
 

@@ -16,7 +16,7 @@ struct Part {
 
 #define ZELMOR_FORMATS(name) "Zelmor.Imaging.FileFormats." name
 constexpr Part kParts[] = {
-    {ZELMOR_FORMATS("Cdr.Objects.CdrObjectContainer"), "ChildObjects"},
+    {ZELMOR_FORMATS("Cdr.Objects.CdrObjectContainer"), "Items"},
     {ZELMOR_FORMATS("Cdr.Objects.CdrDocument"), "TextCollection"},
     {ZELMOR_FORMATS("Cmx.ObjectModel.CmxContainer"), "Elements"},
     {ZELMOR_FORMATS("Cmx.ObjectModel.CmxDocument"), "Pages"},

@@ -67,7 +67,7 @@ constexpr ExifProperty kProperties[] = {
     fraction("ApertureValue", kOfExif, 37378),
     text("BodySerialNumber", kOfExif, 42033),
     signed_fraction("BrightnessValue", kOfExif, 37379),
-    bytes("CfaPattern", kOfExif, 41730),
+    bytes("CFAPattern", kOfExif, 41730),
     text("CameraOwnerName", kOfExif, 42032),
     number("ColorSpace", kOfExif, 40961),
     bytes("ComponentsConfiguration", kOfExif, 37121),

@@ -122,8 +122,8 @@ int32_t id(TagObject& self) {
 uint16_t tag_id(TagObject& self) {
     return self.id();
 }
-int32_t tag_type(TagObject& self) {
-    return static_cast<int32_t>(self.data_type());
+uint16_t tag_type(TagObject& self) {
+    return static_cast<uint16_t>(self.data_type());
 }
 Value value(TagObject& self) {
     return self.value();
