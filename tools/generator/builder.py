@@ -15,6 +15,7 @@ from .errors import CatalogueError, Place
 from .identifiers import Identifiers
 from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overload, Param, Property, Type
 from .naming import snake_case, upper_snake_case
+from .property_types import disagreement
 from .wires import INTEROP_SHAPES, NULLABLES, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, WORDS, Wire
 
 _ENUM_WIDTHS = ("uint8", "int16", "uint16", "int32", "uint32", "uint64")
@@ -222,6 +223,7 @@ class Builder:
             return
         for line in self._lines[entry].members:
             self._check_name(line)
+            self._check_reason(line)
             if line.kind == "ctor":
                 overload = self._overload(entry, line)
                 overload.managed, overload.number = entry.name, len(entry.constructors)
@@ -244,6 +246,10 @@ class Builder:
             raise CatalogueError(entry.place, "only classes and structs have constructors")
         for method in entry.methods:
             self._check_group(entry, method)
+        for prop in entry.properties:
+            contradiction = disagreement(prop)
+            if contradiction is not None:
+                raise CatalogueError(prop.place, contradiction)
 
     @staticmethod
     def _check_name(line: MemberLine) -> None:
@@ -253,6 +259,17 @@ class Builder:
         if (rule != line.python) != line.exception:
             state = "follows the rules and is no exception" if line.exception else f"is {rule} by the rules"
             raise CatalogueError(line.place, f"{line.managed} {state}")
+
+    @staticmethod
+    def _check_reason(line: MemberLine) -> None:
+        """A value of type `object` can be anything, which is rarely meant: the line says why."""
+        anything = "object" in (line.type, *(param.type for param in line.params))
+        if anything and not line.origin and not line.reason:
+            raise CatalogueError(line.place, f"{line.managed} is of type object and does not say because of what")
+        if line.reason and not anything:
+            raise CatalogueError(line.place, "only a member of type object has a reason")
+        if line.reason and line.origin:
+            raise CatalogueError(line.place, f"the reason stands at {line.origin}")
 
     def _overload(self, entry: Type, line: MemberLine) -> Overload:
         params = []
@@ -331,13 +348,12 @@ class Builder:
     def _property(self, entry: Type, line: MemberLine) -> None:
         assert line.type is not None
         wire = self._wire(line.place, line.type, entry.namespace)
-        takes = self._wire(line.place, line.takes, entry.namespace) if line.takes else wire
         declared_by = self._ancestor(entry, line) if line.origin is not None else entry
         if any(other.python == line.python for other in entry.properties):
             raise CatalogueError(line.place, f"{line.python} is there already")
         entry.properties.append(Property(
-            entry, line.place, line.python, line.managed, wire, takes, line.kind in ("getset", "static_getset"),
-            line.kind in ("static_get", "static_getset", "const"), declared_by))
+            entry, line.place, line.python, line.managed, wire, line.kind in ("getset", "static_getset"),
+            line.kind in ("static_get", "static_getset", "const"), declared_by, line.reason))
 
     @staticmethod
     def _publish(types: list[Type]) -> None:
