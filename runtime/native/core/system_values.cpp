@@ -125,34 +125,14 @@ std::u16string text_of(const TimeSpanValue& value) {
     return to_utf16(text);
 }
 
-// Where the bytes of a written identifier, from left to right, stand in memory.
-constexpr size_t kGuidOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-
 std::u16string text_of(const GuidValue& value) {
+    constexpr int kOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
     std::string text;
     for (size_t i = 0; i < 16; ++i) {
         if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-        text += formatted("%02x", value.bytes[kGuidOrder[i]]);
+        text += formatted("%02x", value.bytes[static_cast<size_t>(kOrder[i])]);
     }
     return to_utf16(text);
-}
-
-std::optional<GuidValue> parse_guid(std::string_view text) {
-    if (text.starts_with('{') && text.ends_with('}')) text = text.substr(1, text.size() - 2);
-    GuidValue guid;
-    size_t count = 0;
-    for (const char c : text) {
-        if (c == '-') continue;
-        const int digit = c >= '0' && c <= '9'   ? c - '0'
-                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                                 : -1;
-        if (digit < 0 || count == 32) return std::nullopt;
-        uint8_t& byte = guid.bytes[kGuidOrder[count / 2]];
-        byte = static_cast<uint8_t>(byte * 16 + digit);
-        ++count;
-    }
-    return count == 32 ? std::optional(guid) : std::nullopt;
 }
 
 }  // namespace zelmor::embed

@@ -9,9 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <string_view>
 
 namespace zelmor::embed {
 
@@ -28,7 +26,6 @@ struct DecimalValue {
 
 // A clock in ticks from 0001-01-01, the kind in the top two bits, and the offset that a local clock has.
 struct DateTimeValue {
-    static constexpr int kUtc = 1, kLocal = 2;
     uint64_t word = 0;
     int64_t offset = 0;  // not part of a .NET DateTime: what the wire wants beside a local one
     int kind() const { return static_cast<int>(word >> 62); }
@@ -70,7 +67,5 @@ std::u16string text_of(const DateTimeValue& value);
 std::u16string text_of(const DateTimeOffsetValue& value);
 std::u16string text_of(const TimeSpanValue& value);
 std::u16string text_of(const GuidValue& value);
-// 32 hexadecimal digits, with hyphens wherever they stand and braces around or not; nothing for other text.
-std::optional<GuidValue> parse_guid(std::string_view text);
 
 }  // namespace zelmor::embed

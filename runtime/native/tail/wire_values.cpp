@@ -59,8 +59,9 @@ T system_value(const Value& value) {
 
 // A moment on the clock of another zone shows as a local time that has the offset of that zone.
 DateTimeValue date_time_in(const Value& value) {
+    constexpr uint64_t kLocal = uint64_t{2} << 62;
     if (const auto* moment = std::get_if<DateTimeOffsetValue>(&value)) {
-        return {static_cast<uint64_t>(moment->ticks) | uint64_t{DateTimeValue::kLocal} << 62, moment->offset};
+        return {static_cast<uint64_t>(moment->ticks) | kLocal, moment->offset};
     }
     return system_value<DateTimeValue>(value);
 }

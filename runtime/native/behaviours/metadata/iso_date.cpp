@@ -146,12 +146,15 @@ std::string offset_text(int64_t offset) {
     return text;
 }
 
+constexpr int kUtc = 1;
+constexpr int kLocal = 2;
+
 }  // namespace
 
 Value parse_iso_date(std::string_view text) {
     const Parsed date = parsed(text);
     if (!date.offset) return DateTimeValue{static_cast<uint64_t>(date.ticks), 0};
-    if (*date.offset == 0) return DateTimeValue{static_cast<uint64_t>(date.ticks) | uint64_t{DateTimeValue::kUtc} << 62, 0};
+    if (*date.offset == 0) return DateTimeValue{static_cast<uint64_t>(date.ticks) | uint64_t{kUtc} << 62, 0};
     return DateTimeOffsetValue{date.ticks, *date.offset};
 }
 
@@ -161,8 +164,8 @@ std::string iso_date_format(std::string_view text) {
 
 std::string iso_date_text(const DateTimeValue& value) {
     std::string text = clock_text(value.ticks());
-    if (value.kind() == DateTimeValue::kUtc) text += "Z";
-    if (value.kind() == DateTimeValue::kLocal) text += offset_text(value.offset);
+    if (value.kind() == kUtc) text += "Z";
+    if (value.kind() == kLocal) text += offset_text(value.offset);
     return text;
 }
 

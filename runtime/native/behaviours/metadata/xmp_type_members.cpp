@@ -79,9 +79,25 @@ std::string iso_format() {
 // "uuid:0011..." or the identifier alone.
 Ref<ManagedObject> guid_of_text(const std::string& value) {
     const size_t colon = value.rfind(':');
-    const auto guid = parse_guid(std::string_view(value).substr(colon == std::string::npos ? 0 : colon + 1));
-    if (!guid) throw_format(value, "an identifier of 32 hexadecimal digits");
-    auto object = with_value(ZELMOR_DERIVED "XmpGuid", text_of(*guid));
+    const std::string digits = colon == std::string::npos ? value : value.substr(colon + 1);
+    std::array<uint8_t, 16> in_order{};
+    size_t count = 0;
+    for (const char c : digits) {
+        if (c == '-') continue;
+        const int digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        if (digit < 0 || count == 32) throw_format(value, "an identifier of 32 hexadecimal digits");
+        in_order[count / 2] = static_cast<uint8_t>(in_order[count / 2] * 16 + digit);
+        ++count;
+    }
+    if (count != 32) throw_format(value, "an identifier of 32 hexadecimal digits");
+    constexpr size_t kOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
+    GuidValue guid;
+    for (size_t i = 0; i < 16; ++i)
+        guid.bytes[i] = in_order[kOrder[i]];
+    auto object = with_value(ZELMOR_DERIVED "XmpGuid", text_of(guid));
     if (colon != std::string::npos) set_property(*object, "Prefix", to_utf16(value.substr(0, colon)));
     return object;
 }
