@@ -34,7 +34,7 @@ class Picture : Base disposable
     get owner Owner IOwner
     static_getset limit Limit int32
 interface IOwner
-    get name Name object
+    get name Name object because "a name is whatever its owner likes"
 struct Size
     mixed_static grow Grow (size: Size, by: int32) -> Size
     mixed grow Grow (by: int32)

@@ -241,7 +241,7 @@ KIND_MESSAGES = {"string": "can't build String from '_Unfit'", "bytes": "can't b
                  "bool": "can't build bool from '_Unfit'", "stream": "can't build Stream from '_Unfit'",
                  "datetime": "can't build DateTime from '_Unfit'", "datetime?": "can't build DateTime from '_Unfit'",
                  "timedelta": "can't build TimeSpan from '_Unfit'", "UUID": "can't build Guid from '_Unfit'",
-                 "decimal": "can't build Decimal from '_Unfit'",
+                 "decimal": "can't build Decimal from '_Unfit'", "char": "can't build Char from '_Unfit'",
                  "io.FileMode": "can't build FileMode value from '_Unfit'"}
 COLLECTION_NAMES = {"array": "Array", "list": "List", "arrlist": "ArrayList", "ilist": "List", "icollection": "List",
                     "iterable": "IEnumerable", "iter": "IEnumerator"}
@@ -278,7 +278,7 @@ def test_a_setter_refuses_the_wrong_kind_without_a_call(prop: Property) -> None:
     found = of(prop.owner)
     with pytest.raises(TypeError) as refused:
         setattr(found.__new__(found), prop.python, _Unfit())
-    assert str(refused.value) == unfit_wire(prop.takes)
+    assert str(refused.value) == unfit_wire(prop.wire)
 
 
 @pytest.mark.parametrize("entry", [e for e in WRAPPERS if not e.constructors], ids=by_name)

@@ -240,7 +240,7 @@ def setter(identifier: str, kind: str) -> Property | None:
     """A property that takes this collection, of a class that an object can be made of."""
     for entry in MODEL.types:
         for prop in entry.properties:
-            takes = prop.takes
+            takes = prop.wire
             if (prop.writable and not prop.static and entry.kind == "class" and takes.collection is not None
                     and takes.collection.identifier == identifier and takes.shape is not None
                     and takes.shape.converter == kind and prop.owner is prop.declared_by):

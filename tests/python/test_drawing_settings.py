@@ -190,10 +190,16 @@ def test_caps_of_ones_own() -> None:
     assert (cap.fill_path, cap.stroke_path, cap.base_cap, cap.base_inset, cap.width_scale) == (
         fill, line, LineCap.ROUND, 0.5, 1.0)
     cap.set_stroke_caps(LineCap.SQUARE, LineCap.TRIANGLE)
-    start: list[Any] = []
-    end: list[Any] = []
+    start: list[LineCap] = []
+    end: list[LineCap] = []
+    for _ in range(2):  # what was read can be given again
+        cap.get_stroke_caps(start, end)
+        assert start[0] is LineCap.SQUARE and end[0] is LineCap.TRIANGLE
+    cap.set_stroke_caps(end[0], start[0])
     cap.get_stroke_caps(start, end)
-    assert (start, end) == ([LineCap.SQUARE], [LineCap.TRIANGLE])
+    assert (start, end) == ([LineCap.TRIANGLE], [LineCap.SQUARE])
+    with pytest.raises(TypeError, match="^can't build LineCap value from 'int'$"):
+        cap.get_stroke_caps([1], end)
     assert TransparencySupporter().opacity == 1
 
 

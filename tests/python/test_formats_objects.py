@@ -217,9 +217,12 @@ def test_interrupt_monitors() -> None:
 
 def test_a_resource_keeper_that_keeps_nothing() -> None:
     keeper = SvgResourceKeeperCallback()
-    embedded = [0]
-    assert not keeper.on_image_resource_ready(b"data", SvgImageType.PNG, "name", embedded)
-    assert embedded == [1]
+    embedded: list[bool] = []
+    for _ in range(2):  # what was read can be given again
+        assert not keeper.on_image_resource_ready(b"data", SvgImageType.PNG, "name", embedded)
+        assert embedded[0] is True and len(embedded) == 1
+    with pytest.raises(TypeError, match="^can't build bool from 'int'$"):
+        keeper.on_image_resource_ready(b"data", SvgImageType.PNG, "name", [1])
     assert keeper.on_svg_document_ready(b"<html/>", "name.svg") == "name.svg"
     arguments = FontStoringArgs()
     keeper.on_font_resource_ready(arguments)

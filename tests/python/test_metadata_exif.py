@@ -9,8 +9,8 @@ from PIL import Image
 from zelmor.imaging.exif import ExifData, ExifProperties, JpegExifData
 from zelmor.imaging.exif import enums
 from zelmor.imaging.fileformats.tiff import TiffRational, TiffSRational
-from zelmor.imaging.fileformats.tiff.tifftagtypes import (TiffASCIIType, TiffByteType, TiffRationalType, TiffShortType,
-                                                          TiffUndefinedType)
+from zelmor.imaging.fileformats.tiff.tifftagtypes import (TiffASCIIType, TiffByteType, TiffLongType, TiffRationalType,
+                                                          TiffShortType, TiffUndefinedType)
 
 EXIF_IFD, GPS_IFD = 34665, 34853
 TEXTS = ["body_serial_number", "camera_owner_name", "date_time_digitized", "date_time_original",
@@ -26,7 +26,7 @@ BYTES = ["cfa_pattern", "components_configuration", "device_setting_description"
 FRACTIONS = ["aperture_value", "compressed_bits_per_pixel", "digital_zoom_ratio", "exposure_index", "exposure_time",
              "f_number", "flash_energy", "focal_length", "focal_plane_x_resolution", "focal_plane_y_resolution",
              "gps_altitude", "gpsdop", "gps_dest_bearing", "gps_dest_distance", "gps_img_direction", "gps_speed",
-             "gps_track", "gamma", "max_aperture_value", "subject_distance"]
+             "gamma", "max_aperture_value", "subject_distance"]
 SIGNED = ["brightness_value", "exposure_bias_value", "shutter_speed_value"]
 NUMBERS = ["focal_length_in_35_mm_film", "gps_differential", "iso_speed", "iso_speed_latitude_yyy",
            "iso_speed_latitude_zzz", "photographic_sensitivity", "pixel_x_dimension", "pixel_y_dimension",
@@ -45,7 +45,7 @@ CHOICES = {"color_space": "ExifColorSpace", "contrast": "ExifContrast", "custom_
            "y_cb_cr_positioning": "ExifYCbCrPositioning"}
 ARRAYS = {"gps_latitude": TiffRational, "gps_longitude": TiffRational, "gps_dest_latitude": TiffRational,
           "gps_dest_longitude": TiffRational, "gps_timestamp": TiffRational, "lens_specification": TiffRational,
-          "white_point": TiffRational, "primary_chromaticities": TiffRational, "reference_black_white": TiffRational,
+          "gps_track": TiffRational, "white_point": TiffRational, "primary_chromaticities": TiffRational, "reference_black_white": TiffRational,
           "y_cb_cr_coefficients": TiffRational, "subject_area": int, "subject_location": int, "bits_per_sample": int,
           "transfer_function": int, "y_cb_cr_sub_sampling": int}
 
@@ -74,8 +74,10 @@ def test_bytes(name: str) -> None:
     data = JpegExifData()
     setattr(data, name, b"0231")
     assert bytes(getattr(data, name)) == b"0231"
-    with pytest.raises(RuntimeError, match="InvalidCastException"):
+    with pytest.raises(TypeError, match=r"^can't build byte\[\] from 'str'$"):
         setattr(data, name, "text")
+    setattr(data, name, None)
+    assert getattr(data, name) is None and len(list(data.properties)) == 0
 
 
 @pytest.mark.parametrize("name", FRACTIONS + SIGNED + ["x_resolution", "y_resolution"])
@@ -115,6 +117,12 @@ def test_arrays(name: str, element: type) -> None:
     values = [TiffRational(50, 1), TiffRational(1, 2)] if element is TiffRational else [8, 7]
     setattr(data, name, values)
     assert list(getattr(data, name)) == values
+    digits = "C89B66BC" if element is TiffRational else "57AC8DC4"
+    assert type(getattr(data, name)).__name__ == f"_ArrayWrapper_{digits}"
+    with pytest.raises(TypeError, match="^can't build Array value from "):
+        setattr(data, name, values[0])
+    setattr(data, name, None)
+    assert getattr(data, name) is None
 
 
 def test_pillow_reads_what_was_set() -> None:
@@ -211,7 +219,9 @@ def test_comments_name_their_encoding() -> None:
     raw = TiffUndefinedType(37510)
     raw.data = b"JIS\0\0\0\0\0\x24\x22"
     data.exif_tags = [raw]
-    assert bytes(data.user_comment) == b"JIS\0\0\0\0\0\x24\x22"
+    with pytest.raises(RuntimeError, match="NotSupportedException.*UserComment"):
+        data.user_comment
+    assert bytes(data.exif_tags[0].data) == b"JIS\0\0\0\0\0\x24\x22"
     raw.data = b"\0\0\0\0\0\0\0\0text   "
     assert data.user_comment == "text"
 
@@ -223,6 +233,23 @@ def test_a_number_of_another_type_is_read_all_the_same() -> None:
     assert data.pixel_x_dimension == 640
     assert data.flash == enums.ExifFlash.FIRED
     assert data.f_number == TiffRational(4, 1)
+
+
+def test_a_property_has_its_type_whatever_a_file_chose_for_the_tag() -> None:
+    area, version, oecf = TiffLongType(37396), TiffASCIIType(36864), TiffByteType(34856)
+    area.values, version.text, oecf.values = [70, 80], "0231", b"\1\2"
+    data = ExifData([], [area, version, oecf], [])
+    assert type(data.subject_area).__name__ == "_ArrayWrapper_57AC8DC4" and list(data.subject_area) == [70, 80]
+    assert bytes(data.oecf) == b"\1\2"
+    with pytest.raises(RuntimeError, match="'System.String' to type 'System.Byte\\[\\]'"):
+        data.exif_version
+    area.values = [70, 1 << 16]
+    with pytest.raises(RuntimeError, match="OverflowException"):
+        data.subject_area
+    make = TiffByteType(271)
+    make.values = b"bytes"
+    with pytest.raises(RuntimeError, match="'System.Byte\\[\\]' to type 'System.String'"):
+        ExifData([make]).make
 
 
 def test_the_largest_segment() -> None:

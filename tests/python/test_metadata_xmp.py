@@ -216,7 +216,8 @@ def test_dates_and_identifiers_are_values_of_their_own() -> None:
     zone = datetime.timezone(datetime.timedelta(hours=2))
     assert XmpDate("2023-06-01T12:30:00+02:00").value == datetime.datetime(2023, 6, 1, 12, 30, tzinfo=zone)
     assert XmpDate("2023-06").format == "yyyy-MM"
-    assert XmpGuid("00112233445566778899aabbccddeeff").value == uuid.UUID("00112233-4455-6677-8899-aabbccddeeff")
+    assert XmpGuid("00112233445566778899aabbccddeeff").value == "00112233-4455-6677-8899-aabbccddeeff"
+    assert (XmpGuid(uuid.UUID(int=1)).prefix, XmpGuid(uuid.UUID(int=1)).value[-4:]) == ("uuid", "0001")
     for make, text in ((XmpDate, "2023-02-30"), (XmpDate, "soon"), (XmpDate, "2023-06-01T25:00"), (XmpGuid, "12"),
                        (XmpInteger, "1.5"), (XmpReal, "much"), (XmpBoolean, "maybe")):
         with pytest.raises(RuntimeError, match="FormatException"):
@@ -242,6 +243,9 @@ def test_structures_are_fields_of_their_namespace() -> None:
     font.child_font_files = ["a", "b"]
     assert fields(font)["fontFamily"] == "Serif" and fields(font)["composite"] == "False"
     event = ResourceEvent()
+    assert event.action_date == datetime.datetime(1, 1, 1) and fields(event) == {}
+    with pytest.raises(TypeError, match="^can't build DateTime from 'NoneType'$"):
+        event.action_date = None
     event.action, event.action_date = "saved", datetime.datetime(2023, 6, 1)
     assert fields(event) == {"action": "saved", "when": "2023-06-01T00:00:00"}
     version = Version()

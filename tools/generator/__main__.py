@@ -11,6 +11,8 @@
     identifiers CATALOGUE      add the rows that identifiers.tab lacks
     keywords OUT CATALOGUE...  write every list of keywords that a call can have, for the test of the argument parser
     count CATALOGUE            print a table of types and entry points by module
+    types CATALOGUE            print where the type of each property comes from that is text, bytes, a date, a
+                               collection or anything
 """
 
 from __future__ import annotations
@@ -27,6 +29,7 @@ from .errors import CatalogueError
 from .identifiers import Identifiers
 from .model import Model
 from .pinned import check_symbols, read_pinned
+from .property_types import check_collections, sources
 from .writers.collections import write_collections
 from .writers.enumeration import write_enumeration
 from .writers.header import write_header
@@ -65,6 +68,7 @@ def count_by_module(model: Model) -> list[str]:
 def write_module(catalogue: Path, out: Path) -> Model:
     """Writes the sources of an assembly below `out` and removes those of types that are gone."""
     model = load(catalogue)
+    check_collections(model)
     product = out.name
     files = {out / f"{product}.h": write_header(model, product),
              out / "module_tree.cpp": write_module_tree(model, product)}
@@ -117,6 +121,8 @@ def main(arguments: list[str]) -> int:
     keywords.add_argument("catalogues", type=Path, nargs="+")
     count = commands.add_parser("count")
     count.add_argument("catalogue", type=Path)
+    types_of = commands.add_parser("types")
+    types_of.add_argument("catalogue", type=Path)
     options = parser.parse_args(arguments)
     try:
         if options.command == "module":
@@ -134,6 +140,9 @@ def main(arguments: list[str]) -> int:
             write_if_changed(options.out, keyword_lists([load(path) for path in options.catalogues]))
         elif options.command == "count":
             print("\n".join(count_by_module(load(options.catalogue))))
+        elif options.command == "types":
+            rows = [("property", "type", "source"), ("---", "---", "---"), *sources(load(options.catalogue))]
+            print("\n".join(f"| {' | '.join(row)} |" for row in rows))
         else:
             table = Identifiers.read(options.catalogue / "identifiers.tab")
             types = read_catalogue(options.catalogue).types

@@ -18,6 +18,7 @@ from .interfaces import check_inherited
 from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overload, Param, Property, Type
 from .naming import snake_case, upper_snake_case
 from .pinned import check_pinned, read_pinned
+from .property_types import disagreement
 from .totals import check_totals, read_totals
 from .wires import INTEROP_SHAPES, NULLABLES, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, WORDS, Wire
 
@@ -226,6 +227,7 @@ class Builder:
             return
         for line in self._lines[entry].members:
             self._check_name(line)
+            self._check_reason(line)
             if line.kind == "ctor":
                 if line.origin is not None:
                     raise CatalogueError(line.place, "a constructor is not inherited")
@@ -257,6 +259,10 @@ class Builder:
         for method in entry.methods:
             self._check_group(entry, method)
         check_inherited(entry)
+        for prop in entry.properties:
+            contradiction = disagreement(prop)
+            if contradiction is not None:
+                raise CatalogueError(prop.place, contradiction)
 
     @staticmethod
     def _writer(entry: Type, line: MemberLine) -> list[Property]:
@@ -275,6 +281,17 @@ class Builder:
         if (rule != line.python) != line.exception:
             state = "follows the rules and is no exception" if line.exception else f"is {rule} by the rules"
             raise CatalogueError(line.place, f"{line.managed} {state}")
+
+    @staticmethod
+    def _check_reason(line: MemberLine) -> None:
+        """A value of type `object` can be anything, which is rarely meant: the line says why."""
+        anything = "object" in (line.type, *(param.type for param in line.params))
+        if anything and not line.origin and not line.reason:
+            raise CatalogueError(line.place, f"{line.managed} is of type object and does not say because of what")
+        if line.reason and not anything:
+            raise CatalogueError(line.place, "only a member of type object has a reason")
+        if line.reason and line.origin:
+            raise CatalogueError(line.place, f"the reason stands at {line.origin}")
 
     def _overload(self, entry: Type, line: MemberLine) -> Overload:
         params = []
@@ -373,7 +390,6 @@ class Builder:
     def _property(self, entry: Type, line: MemberLine) -> None:
         assert line.type is not None
         wire = self._wire(line.place, line.type, entry.namespace)
-        takes = self._wire(line.place, line.takes, entry.namespace) if line.takes else wire
         declared_by = entry
         if line.origin is not None:
             if entry.kind != "interface":
@@ -382,16 +398,16 @@ class Builder:
             own = next((prop for prop in declared_by.properties if prop.python == line.python), None)
             if own is None or own.declared_by is not declared_by:
                 raise CatalogueError(line.place, f"{declared_by.name} declares no property {line.python}")
-            if (own.managed, own.wire, own.takes, own.writable) != (
-                    line.managed, wire, takes, line.kind in ("getset", "static_getset")):
+            if (own.managed, own.wire, own.writable) != (
+                    line.managed, wire, line.kind in ("getset", "static_getset")):
                 kind = "getset" if own.writable else "get"
                 raise CatalogueError(line.place, f"{declared_by.name} declares {kind} {own.python} {own.managed} "
                                      f"{own.wire.name}")
         if entry.method(line.python) is not None or any(other.python == line.python for other in entry.properties):
             raise CatalogueError(line.place, f"{line.python} is there already")
         entry.properties.append(Property(
-            entry, line.place, line.python, line.managed, wire, takes, line.kind in ("getset", "static_getset"),
-            line.kind in ("static_get", "static_getset", "const"), declared_by))
+            entry, line.place, line.python, line.managed, wire, line.kind in ("getset", "static_getset"),
+            line.kind in ("static_get", "static_getset", "const"), declared_by, line.reason))
 
     @staticmethod
     def _publish(types: list[Type]) -> None:

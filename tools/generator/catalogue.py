@@ -19,13 +19,14 @@ _TYPE_LINE = re.compile(
     r"(?: : (?P<base>[\w.]+))?(?P<disposable> disposable)?(?P<converts> converts)?"
     r"(?: implements (?P<interfaces>[\w., ]+))?\Z"
 )
+# What can stand behind any member.
+_END = r"(?: from (?P<origin>[\w.]+))?(?P<exception> exception)?(?: because \"(?P<reason>[^\"]+)\")?\Z"
 _MEMBER_LINE = re.compile(
     r"(?P<kind>\w+)(?: (?P<python>\w+) (?P<managed>\w+))? \((?P<params>[^()]*)\)(?: -> (?P<result>[\w.\[\]? ]+?))?"
-    r"(?: from (?P<origin>[\w.]+))?(?P<exception> exception)?\Z"
+    + _END
 )
 _PROPERTY_LINE = re.compile(
-    r"(?P<kind>\w+) (?P<python>\w+) (?P<managed>\w+) (?P<type>[\w.\[\]? ]+?)(?: takes (?P<takes>[\w.\[\]? ]+?))?"
-    r"(?: from (?P<origin>[\w.]+))?(?P<exception> exception)?\Z"
+    r"(?P<kind>\w+) (?P<python>\w+) (?P<managed>\w+) (?P<type>[\w.\[\]? ]+?)" + _END
 )
 
 
@@ -47,9 +48,9 @@ class MemberLine:
     managed: str
     params: tuple[ParamLine, ...] = ()
     type: str | None = None  # of the result, or of the property
-    takes: str | None = None  # what a setter takes, where that is not what the getter gives
     origin: str | None = None  # the ancestor or interface that declares it, where it is inherited
     exception: bool = False  # the Python name does not follow the rules
+    reason: str | None = None  # why a value of it can be anything
 
 
 @dataclass
@@ -116,11 +117,11 @@ def _member(place: Place, text: str) -> MemberLine:
         raise CatalogueError(place, f"cannot read this {kind} line")
     params: tuple[ParamLine, ...]
     if kind in PROPERTY_KINDS:
-        params, type_name, takes = (), match["type"], match["takes"]
+        params, type_name = (), match["type"]
     else:
-        params, type_name, takes = _parameters(place, match["params"]), match["result"], None
-    return MemberLine(place, kind, match["python"] or "", match["managed"] or "", params, type_name, takes,
-                      match["origin"], bool(match["exception"]))
+        params, type_name = _parameters(place, match["params"]), match["result"]
+    return MemberLine(place, kind, match["python"] or "", match["managed"] or "", params, type_name,
+                      match["origin"], bool(match["exception"]), match["reason"])
 
 
 def read_types(path: Path) -> list[TypeLine]:

@@ -103,10 +103,10 @@ class Property:
     python: str
     managed: str
     wire: Wire
-    takes: Wire  # what the setter takes, as a rule the same
     writable: bool
     static: bool
     declared_by: Type  # the owner, or the interface that it inherits the property from
+    reason: str | None = None  # why a value of it can be anything, where its type is `object`
 
     def __repr__(self) -> str:
         return f"{self.owner.full_name}.{self.python}"

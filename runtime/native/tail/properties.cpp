@@ -1,6 +1,4 @@
 // Properties without behaviour: a stored value.
-#include <string_view>
-
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
@@ -33,50 +31,8 @@ void run_get(TailEntry& self, CallFrame& frame) {
     write_wire(frame, record->slot(slot), self.property->wire, type_at(self.property->type));
 }
 
-// What a setter takes can be narrower than what the property shows: text for a property of managed type `object`.
-Wire taken_wire(const TailEntry& self, size_t index) {
-    switch (self.info->signature[index + 1]) {
-        case 'T':
-            return Wire::kString;
-        case 'B':
-            return Wire::kBytes;
-        default:
-            return self.property->wire;
-    }
-}
-
-// What the constructors of a type or its bases fill a property with, where that is a collection: a property of managed
-// type `object` then takes a Python list as that collection, too.
-CollectionInfo filled_with(const TypeInfo& type, const PropertyInfo& property) {
-    for (const TypeInfo* t = &type; t; t = base_of(*t)) {
-        for (const EntryInfo& entry : t->entries) {
-            if (entry.role != EntryRole::kCtor) continue;
-            for (const ParamInfo& param : entry.params) {
-                if (param.wire != Wire::kCollection) continue;
-                const auto named = find_property_by_keyword(*t, param.name);
-                if (named && std::string_view(named->info->name) == property.name) return param.collection;
-            }
-        }
-    }
-    return {};
-}
-
 Value read_property(const TailEntry& self, CallFrame& frame, size_t index) {
-    if (self.taken.shape != CollectionShape::kNone) {
-        const auto* arg = frame.argument<const VariantArg*>(index);
-        const bool is_list = arg->tag == kVariantList;
-        VariantArg collection{kHandleObject, arg->value};
-        if (is_list || arg->tag == kVariantTuple) {
-            collection.tag = is_list ? kHandlePyObject : kHandlePySequence;
-        } else if (arg->tag == kVariantNull) {
-            collection.value = nullptr;
-        } else if (arg->tag != kVariantObject) {
-            const ElementType& element = element_of(self.taken);
-            throw_invalid_cast("a Python object", std::string("a collection of ") + element.name);
-        }
-        return read_collection(&collection, self.taken.shape, element_of(self.taken));
-    }
-    return read_wire(frame, index, taken_wire(self, index), type_at(self.property->type), self.property->collection);
+    return read_wire(frame, index, self.property->wire, type_at(self.property->type), self.property->collection);
 }
 
 void run_set(TailEntry& self, CallFrame& frame) {
@@ -110,9 +66,6 @@ void plan_property(TailEntry& entry) {
             break;
         case EntryRole::kSet:
             entry.run = run_set;
-            if (entry.info->signature[2] == 'V' && entry.property->wire == Wire::kObject) {
-                entry.taken = filled_with(*entry.type, *entry.property);
-            }
             break;
         case EntryRole::kGetStatic:
             entry.run = run_get_static;

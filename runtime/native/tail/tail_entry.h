@@ -24,7 +24,6 @@ struct TailEntry {
     TailFunction run = nullptr;
     int slot = -1;  // of a property, or -1
     const PropertyInfo* property = nullptr;
-    CollectionInfo taken = {};             // of a property of type `object`: what its constructors fill it with
     bool guards_disposal = false;          // a disposed instance is refused
     std::vector<PropertySlot> filled;      // by a constructor, one for each parameter
     const EntryInfo* forwarded = nullptr;  // a constructor that a factory method stands for

@@ -57,6 +57,15 @@ T system_value(const Value& value) {
     throw_invalid_cast(to_utf8(text_of_value(value)), "a value of another type");
 }
 
+// A moment on the clock of another zone shows as a local time that has the offset of that zone.
+DateTimeValue date_time_in(const Value& value) {
+    constexpr uint64_t kLocal = uint64_t{2} << 62;
+    if (const auto* moment = std::get_if<DateTimeOffsetValue>(&value)) {
+        return {static_cast<uint64_t>(moment->ticks) | kLocal, moment->offset};
+    }
+    return system_value<DateTimeValue>(value);
+}
+
 void write_ticks(const DateTimeValue& moment, int64_t* words) {
     words[0] = static_cast<int64_t>(moment.word);
     words[1] = moment.offset;
@@ -179,11 +188,11 @@ void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*
         case Wire::kDouble:
             return frame.set_result(number_of(value));
         case Wire::kDateTime:
-            return write_ticks(system_value<DateTimeValue>(value), last(static_cast<int64_t*>(nullptr)));
+            return write_ticks(date_time_in(value), last(static_cast<int64_t*>(nullptr)));
         case Wire::kNullableDateTime: {
             const bool present = !is_null(value);
             *frame.argument<int32_t*>(frame.count() - 2) = present;
-            if (present) write_ticks(system_value<DateTimeValue>(value), last(static_cast<int64_t*>(nullptr)));
+            if (present) write_ticks(date_time_in(value), last(static_cast<int64_t*>(nullptr)));
             return;
         }
         case Wire::kDateTimeOffset: {

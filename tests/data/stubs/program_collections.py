@@ -4,11 +4,15 @@ from typing import TYPE_CHECKING, assert_type
 
 from zelmor.imaging import (Color, ColorPalette, Figure, Graphics, GraphicsPath, Image, Pen, Point, PointF, RasterImage,
                             Rectangle, Shape)
-from zelmor.imaging.fileformats.tiff import TiffFrame
+from zelmor.imaging.fileformats.emf.emf.records import EmfComment
+from zelmor.imaging.fileformats.tiff import TiffFrame, TiffImage
+from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.fileformats.tiff.pathresources import PathResource
+from zelmor.imaging.imageoptions import TiffOptions
+from zelmor.imaging.xmp import XmpPacketWrapper
 
 if TYPE_CHECKING:
-    from zelmor._typing import MaybeNone
+    from zelmor._typing import MaybeNone, UInt16Array
 
 FOLDER: Path
 PICTURE: str  # the path of a PNG file of 4 by 3 pixels
@@ -82,3 +86,29 @@ def settings(frame: TiffFrame, other: TiffFrame) -> None:
     frame.path_resources = None
     frame.path_resources = 8  # expect: assignment
     frame.path_resources = ["8"]  # expect: list-item
+
+
+# -- attributes know their elements -------------------------------------------------------------------------------------
+options = TiffOptions(TiffExpectedFormat.TIFF_LZW_RGB)
+tiff = TiffImage([TiffFrame(options, 5, 6)])
+sizes = [(page.width, page.height) for page in tiff.pages]
+assert_type(sizes, "list[tuple[int | MaybeNone, int | MaybeNone]]")
+assert_type(tiff.pages[0], "Image | MaybeNone")
+tiff.pages[0].no_such_member  # expect: union-attr
+assert_type(tiff.frames[0].frame_options, "TiffOptions | MaybeNone")
+tiff.frames[0].no_such_member  # expect: union-attr
+tiff.frames[0] = TiffFrame(options, 5, 6)
+tiff.frames[0] = "frame"  # expect: call-overload
+tiff.frames = []  # expect: misc
+[package.prefix for package in XmpPacketWrapper().packages]
+assert_type(options.bits_per_sample, "UInt16Array | None")
+options.bits_per_sample = [8, 8, 8]
+options.bits_per_sample = (8,)
+options.bits_per_sample = None
+options.bits_per_sample = 8  # expect: assignment
+options.artist = "somebody"
+options.artist = 5  # expect: assignment
+comment = EmfComment(None)
+comment.private_data = b"bytes"
+assert_type(comment.private_data, "bytearray | None")
+comment.private_data = "text"  # expect: assignment

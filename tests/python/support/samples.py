@@ -149,6 +149,9 @@ def is_kind(value: Any, wire: Wire) -> bool:
         return (value is None and wire.kind == "class") or type(value) is python_type(wire.type)
     if wire.name in _BITS:
         return type(value) is int
+    if wire.collection is not None and wire.shape is not None:
+        name = f"_{wire.shape.record}_{wire.collection.identifier}"
+        return value is None or type(value).__name__ == name
     types: dict[str, Any] = {"bool": bool, "float": float, "double": float, "char": str, "datetime": datetime.datetime,
                              "timedelta": datetime.timedelta, "UUID": uuid.UUID, "decimal": decimal.Decimal,
                              "void": type(None)}

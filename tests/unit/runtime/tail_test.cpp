@@ -86,10 +86,14 @@ TEST_F(TailTest, AStructIsCopiedBothWays) {
 }
 
 TEST_F(TailTest, WhatIsTypedObjectComesBackAsItWas) {
-    constexpr const char* kJpeg = "Zelmor.Imaging.ImageOptions.JpegOptions";
-    Owned jpeg(call<void*>(kJpeg, "ctor_000_JpegOptions"));
-    const auto set = [&](VariantArg arg) { call<void>(kJpeg, "set_HorizontalSampling", jpeg.get(), &arg); };
-    const auto get = [&] { return call<PyObject*>(kJpeg, "get_HorizontalSampling", jpeg.get()); };
+    constexpr const char* kReader = "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader";
+    constexpr const char* kUnknown = "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffUnknownType";
+    const PyBytesArg no_bytes{1, 0, nullptr};
+    Owned reader(call<void*>(kReader, "ctor_000_TiffStreamReader", &no_bytes));
+    Owned tag(call<void*>(kUnknown, "ctor_000_TiffUnknownType", reader.get(), uint16_t{99}, uint16_t{7}, uint64_t{0},
+                          uint64_t{0}));
+    const auto set = [&](VariantArg arg) { call<void>(kUnknown, "set_Value", tag.get(), &arg); };
+    const auto get = [&] { return call<PyObject*>(kUnknown, "get_Value", tag.get()); };
 
     PyObject* nothing = get();
     EXPECT_TRUE(std::holds_alternative<std::monostate>(nothing->value));
@@ -119,7 +123,7 @@ TEST_F(TailTest, WhatIsTypedObjectComesBackAsItWas) {
     set({0, nullptr});
 }
 
-TEST_F(TailTest, ASetterMayTakeTextForAnObject) {
+TEST_F(TailTest, AStaticPropertyIsStored) {
     const TypeInfo& cache = require_type("Zelmor.Imaging.Cache");
     const auto* entry = [&]() -> const EntryInfo* {
         for (const EntryInfo& each : cache.entries) {

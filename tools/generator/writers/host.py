@@ -28,8 +28,8 @@ def property_thunks(prop: Property) -> list[Thunk]:
                             crossing.thunk_types([], prop.wire, instance),
                             crossing.thunk_names([], prop.wire, instance))]
     if prop.writable:
-        types = (["void*"] if instance else []) + crossing.argument_types(prop.takes)
-        names = (["handle"] if instance else []) + crossing.argument_names(prop.takes, "value")
+        types = (["void*"] if instance else []) + crossing.argument_types(prop.wire)
+        names = (["handle"] if instance else []) + crossing.argument_names(prop.wire, "value")
         thunks.append((f"set{suffix}_{prop.managed}", "void", types, names))
     return thunks
 

@@ -160,11 +160,11 @@ def _getter(prop: Property) -> list[str]:
 
 
 def _setter_body(prop: Property, entry_point: str, handle: list[str], failure: str) -> list[str]:
-    failed = f"!{crossing.converter(prop.takes)}(value, {crossing.target(prop.takes, 'slot')})"
-    if prop.takes.kind == "object":
+    failed = f"!{crossing.converter(prop.wire)}(value, {crossing.target(prop.wire, 'slot')})"
+    if prop.wire.kind == "object":
         failed += " || PyErr_Occurred()"
-    arguments = ", ".join([*handle, crossing.passed(prop.takes, "slot")])
-    return [crossing.slot(prop.takes, "slot"), f"if ({failed}) {{", f"    return {failure};", "}",
+    arguments = ", ".join([*handle, crossing.passed(prop.wire, "slot")])
+    return [crossing.slot(prop.wire, "slot"), f"if ({failed}) {{", f"    return {failure};", "}",
             f"{host_of(prop.owner)}.{entry_point}({arguments});"]
 
 

@@ -197,13 +197,13 @@ class ReferenceWriter:
     def _properties(scope: LinkedScope, title: str, properties: list[Property]) -> list[str]:
         rows = []
         for prop in properties:
-            given, taken = scope.value(prop.wire), scope.argument(prop.takes)
+            given, taken = scope.value(prop.wire), scope.argument(prop.wire)
             access = "read"
             if prop.writable:
                 access = f"read, `set_{prop.python}`" if prop.static else "read, write"
             shown = scope.shown(given) + (f", takes {scope.shown(taken)}" if prop.writable and taken != given else "")
             rows.append((md.code(prop.python), shown, access, md.escaped(managed_name(prop.wire)),
-                         RANGES.get(managed_name(prop.takes), "") if prop.writable else ""))
+                         RANGES.get(managed_name(prop.wire), "") if prop.writable else ""))
         if not rows:
             return []
         return [f"## {title}", "", *md.table(("Name", "Type", "Access", "Managed type", "Range"), rows)]

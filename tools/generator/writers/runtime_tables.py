@@ -76,7 +76,7 @@ class Tables:
         rows = [self._entry(f"get{suffix}_{prop.managed}", prop.managed, roles[0], prop.wire,
                             self._signature([], prop.wire, instance), number)]
         if prop.writable:
-            signature = "v" + ("p" if instance else "") + prop.takes.code
+            signature = "v" + ("p" if instance else "") + prop.wire.code
             rows.append(self._entry(f"set{suffix}_{prop.managed}", prop.managed, roles[1], VOID, signature, number))
         return rows
 
@@ -97,7 +97,7 @@ class Tables:
             row = self._overload(overload, lines, number)
             entries += [row] if row is not None else []
         properties = [prop for static in (False, True) for prop in entry.properties
-                      if prop.static == static and prop.declared_by is entry and self._known([prop.wire, prop.takes])]
+                      if prop.static == static and prop.declared_by is entry and self._known([prop.wire])]
         rows = []
         for number, prop in enumerate(properties):
             flags = f"{'true' if prop.static else 'false'}, {'true' if prop.writable else 'false'}"

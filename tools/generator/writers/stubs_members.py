@@ -125,7 +125,7 @@ def write_constructors(scope: Scope, entry: Type) -> list[str]:
 
 def _property_doc(prop: Property) -> str:
     state = "static" if prop.static else "" if prop.writable else "read-only"
-    note = RANGES.get(managed_name(prop.takes)) if prop.writable else None
+    note = RANGES.get(managed_name(prop.wire)) if prop.writable else None
     parts = [f"Managed {prop.managed}: {managed_name(prop.wire)}", *([state] if state else [])]
     return docstring(", ".join(parts) + "." + (f" {note[0].upper()}{note[1:]}." if note else ""))
 
@@ -137,7 +137,7 @@ def write_property(scope: Scope, prop: Property) -> list[str]:
         return [f"{name}: {scope.typing('Final')}[{scope.result(prop.wire)}]", doc]
     if not prop.writable:
         return [f"@{scope.builtin('property')}", f"def {name}(self) -> {scope.result(prop.wire)}:", *indent([doc])]
-    given, taken = scope.value(prop.wire), scope.argument(prop.takes)
+    given, taken = scope.value(prop.wire), scope.argument(prop.wire)
     # To a checker, what can be read and written is an attribute.
     annotation = given if given == taken else f"{scope.support('Attribute')}[{given}, {taken}]"
     return [f"{name}: {annotation}", doc]
@@ -146,7 +146,7 @@ def write_property(scope: Scope, prop: Property) -> list[str]:
 def write_setter_method(scope: Scope, prop: Property) -> list[str]:
     """The static method that writes a static property."""
     return [f"@{scope.builtin('staticmethod')}",
-            f"def set_{prop.python}(value: {scope.argument(prop.takes)}, /) -> None:",
+            f"def set_{prop.python}(value: {scope.argument(prop.wire)}, /) -> None:",
             *indent([docstring(f"Sets the managed {prop.managed}.")])]
 
 

@@ -245,7 +245,7 @@ class Scope:
             return self.typing("Any"), False
         if wire.kind == "stream":
             return self.support("Stream"), True
-        return self.builtin("str" if wire.kind == "string" else "bytes"), True
+        return self.builtin("str" if wire.kind == "string" else "bytearray"), True
 
 
 def _import(module: str, names: list[str]) -> list[str]:

@@ -98,21 +98,17 @@ Ref<ManagedObject> many_rect(RectArg rect, float angle) {
 }
 
 // The two colours of a gradient as an array.
-Value linear_colors(Record& self) {
+Collection linear_colors(Record& self) {
     std::vector<Value> colors{property_object(self, "StartColor")->copy(), property_object(self, "EndColor")->copy()};
-    return Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(colors)));
+    return {Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(colors)))};
 }
 void set_linear_colors(Record& self, const VariantArg* value) {
-    const std::vector<Value> colors = elements_of(read_variant(value));
+    const std::vector<Value> colors =
+        read_elements(value, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "value");
     if (colors.size() != 2) throw_argument("A linear gradient has two colours. (Parameter 'value')");
-    const auto color = [&](size_t i) {
-        const auto* object = std::get_if<Ref<ManagedObject>>(&colors[i]);
-        if (!object || !*object) throw_invalid_cast(to_utf8(text_of_value(colors[i])), "Zelmor.Imaging.Color");
-        return unbox<ColorValue>(**object);
-    };
-    const ColorValue start = color(0), end = color(1);
-    set_property(self, "StartColor", box(start));
-    set_property(self, "EndColor", box(end));
+    const auto color = [&](size_t i) { return box(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[i]))); };
+    set_property(self, "StartColor", color(0));
+    set_property(self, "EndColor", color(1));
 }
 
 // ---- Blends by formula

@@ -83,7 +83,7 @@ void set_element(Record& self, int32_t row, int32_t column, float value) {
     set_property(self, element_name(row, column), double{value});
 }
 // The rows as a float[][].
-Value rows_of(Record& self) {
+Collection rows_of(Record& self) {
     std::vector<Value> rows;
     for (int row = 0; row < kSize; ++row) {
         std::vector<float> numbers;
@@ -91,8 +91,8 @@ Value rows_of(Record& self) {
             numbers.push_back(get_element(self, row, column));
         rows.emplace_back(Ref<ManagedObject>(make_array(std::move(numbers))));
     }
-    return Ref<ManagedObject>(make_ref<ValueList>(
-        ListShape::kArray, element_of(CollectionInfo{CollectionShape::kArray, "F25B175D"}), std::move(rows)));
+    return {Ref<ManagedObject>(make_ref<ValueList>(
+        ListShape::kArray, element_of(CollectionInfo{CollectionShape::kArray, "F25B175D"}), std::move(rows)))};
 }
 template <int32_t kValue>
 int32_t constant() {

@@ -75,11 +75,11 @@ std::vector<std::string>& chosen_folders() {
     return folders;
 }
 
-Value folder_array(const std::vector<std::string>& folders) {
+Collection folder_array(const std::vector<std::string>& folders) {
     std::vector<Value> items;
     for (const std::string& folder : folders)
         items.emplace_back(to_utf16(folder));
-    return Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), std::move(items)));
+    return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), std::move(items)))};
 }
 // Where a system keeps its fonts, as far as it has these folders.
 std::vector<std::string> system_folders() {
@@ -94,10 +94,10 @@ std::vector<std::string> system_folders() {
     });
     return folders;
 }
-Value default_folders() {
+Collection default_folders() {
     return folder_array(system_folders());
 }
-Value folders() {
+Collection folders() {
     return chosen_folders().empty() ? default_folders() : folder_array(chosen_folders());
 }
 void set_folder(std::string folder) {

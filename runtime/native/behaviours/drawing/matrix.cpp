@@ -108,12 +108,12 @@ void transform_points(MatrixObject& self, const VariantArg* points) {
         list.set(i, Value(box(to_point_f(self.map.apply(mapped[i])))));
 }
 
-Value elements(MatrixObject& self) {
+Collection elements(MatrixObject& self) {
     const Affine& m = self.map;
     std::vector<float> items;
     for (const double value : {m.m11, m.m12, m.m21, m.m22, m.dx, m.dy})
         items.push_back(static_cast<float>(value));
-    return Ref<ManagedObject>(make_array(std::move(items)));
+    return {Ref<ManagedObject>(make_array(std::move(items)))};
 }
 
 template <double Affine::*kMember>

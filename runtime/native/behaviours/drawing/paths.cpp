@@ -25,8 +25,8 @@ Ref<PathObject> from_figures_and_mode(const VariantArg* figures, int32_t fill_mo
 
 // ---- Figures
 
-Value figures(PathObject& self) {
-    return Ref<ManagedObject>(object_array(FigureObject::kManagedName, self.figures));
+Collection figures(PathObject& self) {
+    return {Ref<ManagedObject>(object_array(FigureObject::kManagedName, self.figures))};
 }
 FigureObject& required(FigureObject* figure) {
     if (!figure) throw_argument_null("figure");

@@ -90,7 +90,7 @@ int32_t pen_type(Record& self) {
 
 // Setting a pattern of dashes is what makes a pen's style a custom one.
 void set_dash_pattern(Record& self, const VariantArg* value) {
-    const Value pattern = read_variant(value);
+    const Value pattern = Ref<ManagedObject>(read_list(value, element_of(Wire::kSingle)));
     for (const double length : numbers_of(pattern)) {
         if (!(length > 0)) throw_argument("Dashes and gaps are longer than zero. (Parameter 'value')");
     }

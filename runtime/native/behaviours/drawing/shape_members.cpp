@@ -28,8 +28,8 @@ RectangleFValue bounds_with_pen(OutlinedObject& self, MatrixObject* matrix, Reco
 void transform(OutlinedObject& self, MatrixObject* matrix) {
     self.transform(required_map(matrix, "transform"));
 }
-Value segments(OutlinedObject& self) {
-    return Ref<ManagedObject>(segment_array(self.outline()));
+Collection segments(OutlinedObject& self) {
+    return {Ref<ManagedObject>(segment_array(self.outline()))};
 }
 
 PointFValue center(ShapeObject& self) {
@@ -111,8 +111,8 @@ float frame_height(FramedShape& self) {
 
 // ---- Figures
 
-Value shapes(FigureObject& self) {
-    return Ref<ManagedObject>(object_array(ShapeObject::kManagedName, self.shapes));
+Collection shapes(FigureObject& self) {
+    return {Ref<ManagedObject>(object_array(ShapeObject::kManagedName, self.shapes))};
 }
 ShapeObject& required(ShapeObject* shape) {
     if (!shape) throw_argument_null("shape");

@@ -106,10 +106,10 @@ void unregister_opener(const VariantArg* opener_descriptor) {
     std::erase(loaders(), required(opener_descriptor));
 }
 
-Value registered() {
+Collection registered() {
     std::vector<Value> all(loaders().begin(), loaders().end());
-    return Ref<ManagedObject>(
-        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kInterface, kDescriptor), std::move(all)));
+    return {Ref<ManagedObject>(
+        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kInterface, kDescriptor), std::move(all)))};
 }
 
 const Behaviour kMembers[] = {

@@ -31,16 +31,16 @@ int32_t get_scaled_quality(Record& self) {
 }
 
 // A keeper that nothing was derived from keeps nothing: pictures are embedded, fonts and documents stay as they are.
-bool on_image(Record&, const PyBytesArg*, int32_t, const std::optional<std::u16string>&, int32_t, int32_t* out) {
+bool on_image(Record&, const PyBytesArg*, int32_t, const std::optional<std::u16string>&, bool, uint8_t* out) {
     *out = 1;
     return false;
 }
 void on_font(Record&, Record* args) {
     if (!args) throw_argument_null("args");
 }
-Value on_document(Record&, const PyBytesArg*, const std::optional<std::u16string>& suggested_file_name) {
-    if (!suggested_file_name) return Ref<ManagedObject>();
-    return *suggested_file_name;
+std::optional<std::u16string> on_document(Record&, const PyBytesArg*,
+                                          const std::optional<std::u16string>& suggested_file_name) {
+    return suggested_file_name;
 }
 
 const Behaviour kMembers[] = {

@@ -15,7 +15,7 @@ size_t checked_index(ImageObject& image, int32_t index, const char* parameter, b
 Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& source);
 
 // An array of frames, whose declared element is the type of this name.
-Value frame_array(ImageObject& image, const char* element);
+Collection frame_array(ImageObject& image, const char* element);
 
 // The image of a new container of the type, around its first frame.
 Ref<ImageObject> make_container(const char* type, imagework::FileFacts facts, Ref<ImageObject> first);

@@ -32,12 +32,12 @@ void insert_gif_block(ImageObject& self, int32_t index, const VariantArg* block)
 void remove_gif_block(ImageObject& self, const VariantArg* block) {
     remove_block_frame(self, *frame_argument(block, kGifBlock));
 }
-Value gif_blocks(ImageObject& self) {
+Collection gif_blocks(ImageObject& self) {
     std::vector<Value> items;
     for (const Ref<ImageObject>& frame : self.frames())
         items.emplace_back(Ref<ManagedObject>(frame));
-    return Ref<ManagedObject>(
-        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kInterface, kGifBlock), std::move(items)));
+    return {Ref<ManagedObject>(
+        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kInterface, kGifBlock), std::move(items)))};
 }
 
 Ref<ImageObject> gif_frame(std::unique_ptr<imagework::Picture> picture, uint16_t at_left, uint16_t at_top) {

@@ -29,12 +29,12 @@ Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& sou
     return frame;
 }
 
-Value frame_array(ImageObject& image, const char* element) {
+Collection frame_array(ImageObject& image, const char* element) {
     std::vector<Value> items;
     for (const Ref<ImageObject>& frame : image.frames())
         items.emplace_back(Ref<ManagedObject>(frame));
-    return Ref<ManagedObject>(
-        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kClass, element), std::move(items)));
+    return {Ref<ManagedObject>(
+        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kClass, element), std::move(items)))};
 }
 
 Ref<ImageObject> make_container(const char* type, imagework::FileFacts facts, Ref<ImageObject> first) {
@@ -53,7 +53,7 @@ namespace {
 int32_t page_count(ImageObject& self) {
     return static_cast<int32_t>(self.frame_count());
 }
-Value pages(ImageObject& self) {
+Collection pages(ImageObject& self) {
     return frame_array(self, "Zelmor.Imaging.Image");
 }
 

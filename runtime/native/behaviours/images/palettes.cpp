@@ -142,14 +142,14 @@ ColorValue color(PaletteObject& self, int32_t index) {
 int32_t entries_count(PaletteObject& self) {
     return static_cast<int32_t>(self.entries.size());
 }
-Value argb_32_entries(PaletteObject& self) {
-    return Ref<ManagedObject>(make_array(std::vector<int32_t>(self.entries.begin(), self.entries.end())));
+Collection argb_32_entries(PaletteObject& self) {
+    return {Ref<ManagedObject>(make_array(std::vector<int32_t>(self.entries.begin(), self.entries.end())))};
 }
-Value entries(PaletteObject& self) {
+Collection entries(PaletteObject& self) {
     std::vector<Value> items;
     for (const Argb entry : self.entries)
         items.emplace_back(box(ColorValue::from_argb(entry)));
-    return color_array(std::move(items)).value;
+    return color_array(std::move(items));
 }
 bool is_compact_palette(PaletteObject& self) {
     return self.compact;

@@ -106,12 +106,12 @@ Interface as_interface(const Ref<DescriptorObject>& descriptor) {
 // ---- What all registries have
 
 template <Trade T>
-Value registered_descriptors() {
+Collection registered_descriptors() {
     std::vector<Value> items;
     for (const Ref<DescriptorObject>& descriptor : registry(T))
         items.emplace_back(Ref<ManagedObject>(descriptor));
-    return Ref<ManagedObject>(make_ref<ValueList>(
-        ListShape::kArray, element_of(Wire::kInterface, interfaces_of(T).descriptor), std::move(items)));
+    return {Ref<ManagedObject>(make_ref<ValueList>(
+        ListShape::kArray, element_of(Wire::kInterface, interfaces_of(T).descriptor), std::move(items)))};
 }
 
 template <Trade T>

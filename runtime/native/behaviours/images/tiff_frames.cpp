@@ -154,7 +154,7 @@ Ref<ImageObject> big_image_with_frames(const VariantArg* frames) {
     return image_of_frames(kBigImage, some_frames(frames));
 }
 
-Value frames(ImageObject& self) {
+Collection frames(ImageObject& self) {
     return frame_array(self, kFrame);
 }
 Ref<ImageObject> active_frame(ImageObject& self) {

@@ -56,38 +56,44 @@ void remove_id(ExifObject& self, uint16_t tag_id) {
     self.remove(tag_id);
 }
 
+// None takes all tags away.
+TagList given_tags(const VariantArg* value) {
+    const auto list = read_list(value, element_of(Wire::kClass, TagObject::kManagedName));
+    return tags_of(elements_of_value(Ref<ManagedObject>(list), TagObject::kManagedName));
+}
+
 template <ExifDirectory kDirectory>
-Value directory(ExifObject& self) {
-    return Ref<ManagedObject>(same_array(self.shown[static_cast<size_t>(kDirectory)], self.tags(kDirectory)));
+Collection directory(ExifObject& self) {
+    return {Ref<ManagedObject>(same_array(self.shown[static_cast<size_t>(kDirectory)], self.tags(kDirectory)))};
 }
 template <ExifDirectory kDirectory>
 void set_directory(ExifObject& self, const VariantArg* value) {
-    self.tags(kDirectory) = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));
+    self.tags(kDirectory) = given_tags(value);
 }
-Value properties(ExifObject& self) {
-    return Ref<ManagedObject>(same_array(self.shown[3], self.all()));
+Collection properties(ExifObject& self) {
+    return {Ref<ManagedObject>(same_array(self.shown[3], self.all()))};
 }
 void set_properties(ExifObject& self, const VariantArg* value) {
-    const TagList tags = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));
+    const TagList tags = given_tags(value);
     for (const auto directory : {ExifDirectory::kCommon, ExifDirectory::kExif, ExifDirectory::kGps})
         self.tags(directory).clear();
     self.distribute(tags);
 }
 
 // The note as it stands: what is in it is each maker's own affair.
-Value maker_note_data(ExifObject& self) {
+Collection maker_note_data(ExifObject& self) {
     TagList notes;
     for (const auto& tag : self.tags(ExifDirectory::kExif)) {
         if (tag->id() == exif_tags::kMakerNote) notes.push_back(tag);
     }
-    return Ref<ManagedObject>(tag_array(notes));
+    return {Ref<ManagedObject>(tag_array(notes))};
 }
-Value maker_notes(ExifObject& self) {
+Collection maker_notes(ExifObject& self) {
     if (self.find(ExifDirectory::kExif, exif_tags::kMakerNote)) {
         throw_not_supported("ExifData.MakerNotes of a maker's own form (MakerNoteRawData has the bytes)");
     }
-    return Ref<ManagedObject>(make_ref<ValueList>(
-        ListShape::kArray, element_of(Wire::kClass, "Zelmor.Imaging.Exif.MakerNote"), std::vector<Value>()));
+    return {Ref<ManagedObject>(make_ref<ValueList>(
+        ListShape::kArray, element_of(Wire::kClass, "Zelmor.Imaging.Exif.MakerNote"), std::vector<Value>()))};
 }
 
 Bytes serialize(ExifObject& self) {

@@ -10,6 +10,7 @@
 #include "runtime/native/behaviours/metadata/entry_names.h"
 #include "runtime/native/behaviours/metadata/exif_data.h"
 #include "runtime/native/behaviours/metadata/rationals.h"
+#include "runtime/native/behaviours/metadata/tag_values.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -18,11 +19,12 @@ namespace zelmor::embed {
 namespace {
 
 enum class Kind : uint8_t {
-    kObject,       // text, bytes or an array, by the type of the tag
-    kRational,     // one fraction, of either kind
-    kInteger,      // a number or an enumeration, in 32 bits
-    kComment,      // text behind the name of its encoding
-    kOneOfObject,  // one fraction of a property of type `object`
+    kText,
+    kBytes,
+    kArray,     // of the element that the property has in the catalogue
+    kRational,  // one fraction, of either kind
+    kInteger,   // a number or an enumeration, in 32 bits
+    kComment,   // text behind the name of its encoding
 };
 
 struct ExifProperty {
@@ -38,10 +40,11 @@ constexpr ExifDirectory kOfExif = ExifDirectory::kExif;
 constexpr ExifDirectory kGps = ExifDirectory::kGps;
 
 constexpr ExifProperty text(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kAscii, Kind::kObject};
+    return {name, directory, id, TiffType::kAscii, Kind::kText};
 }
-constexpr ExifProperty bytes(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kUndefined, Kind::kObject};
+constexpr ExifProperty bytes(const char* name, ExifDirectory directory, uint16_t id,
+                             TiffType type = TiffType::kUndefined) {
+    return {name, directory, id, type, Kind::kBytes};
 }
 constexpr ExifProperty fraction(const char* name, ExifDirectory directory, uint16_t id) {
     return {name, directory, id, TiffType::kRational, Kind::kRational};
@@ -50,10 +53,10 @@ constexpr ExifProperty signed_fraction(const char* name, ExifDirectory directory
     return {name, directory, id, TiffType::kSRational, Kind::kRational};
 }
 constexpr ExifProperty fractions(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kRational, Kind::kObject};
+    return {name, directory, id, TiffType::kRational, Kind::kArray};
 }
 constexpr ExifProperty shorts(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kShort, Kind::kObject};
+    return {name, directory, id, TiffType::kShort, Kind::kArray};
 }
 constexpr ExifProperty number(const char* name, ExifDirectory directory, uint16_t id,
                               TiffType type = TiffType::kShort) {
@@ -162,9 +165,9 @@ constexpr ExifProperty kProperties[] = {
     text("GpsSpeedRef", kGps, 12),
     text("GpsStatus", kGps, 9),
     fractions("GpsTimestamp", kGps, 7),
-    {"GpsTrack", kGps, 15, TiffType::kRational, Kind::kOneOfObject},
+    fractions("GpsTrack", kGps, 15),
     text("GpsTrackRef", kGps, 14),
-    {"GpsVersionId", kGps, 0, TiffType::kByte, Kind::kObject},
+    bytes("GpsVersionId", kGps, 0, TiffType::kByte),
 };
 
 constexpr ExifProperty kJpegProperties[] = {
@@ -198,7 +201,7 @@ void put_value(ExifObject& self, const ExifProperty& property, const Value& valu
     self.put(property.directory, make_tag(property.type, property.id, value));
 }
 
-Value object_value(const ExifObject& self, const ExifProperty& property) {
+Value tag_value(const ExifObject& self, const ExifProperty& property) {
     const TagObject* tag = self.find(property.directory, property.id);
     return tag ? tag->value() : Value(Ref<ManagedObject>());
 }
@@ -245,10 +248,10 @@ constexpr std::string_view kAsciiCode{"ASCII\0\0\0", 8};
 constexpr std::string_view kUnicodeCode{"UNICODE\0", 8};
 constexpr std::string_view kNoCode{"\0\0\0\0\0\0\0\0", 8};
 
-Value comment_value(const ExifObject& self, const ExifProperty& property) {
-    const Value stored = object_value(self, property);
+std::optional<std::u16string> comment_value(const ExifObject& self, const ExifProperty& property) {
+    const Value stored = tag_value(self, property);
     const auto* bytes = std::get_if<Bytes>(&stored);
-    if (!bytes) return stored;
+    if (!bytes) return text_of_tag(stored);
     std::string_view all(reinterpret_cast<const char*>(bytes->data()), bytes->size());
     const std::string_view code = all.substr(0, 8);
     std::string_view rest = all.substr(std::min<size_t>(8, all.size()));
@@ -262,14 +265,15 @@ Value comment_value(const ExifObject& self, const ExifProperty& property) {
             wide.pop_back();
         return wide;
     }
-    if (code != kAsciiCode && code != kNoCode) return stored;  // of an encoding that is not known here
+    if (code != kAsciiCode && code != kNoCode) {
+        throw_not_supported("ExifData.UserComment in an encoding other than ASCII and Unicode (its tag has the bytes)");
+    }
     rest = rest.substr(0, rest.find_last_not_of(std::string_view("\0 ", 2)) + 1);
     return to_utf16(rest);
 }
 
-void set_comment(ExifObject& self, const ExifProperty& property, const Value& value) {
-    const auto* comment = std::get_if<std::u16string>(&value);
-    if (!comment) return put_value(self, property, value);
+void put_comment(ExifObject& self, const ExifProperty& property, const std::optional<std::u16string>& comment) {
+    if (!comment) return put_value(self, property, Ref<ManagedObject>());
     const bool ascii = std::all_of(comment->begin(), comment->end(), [](char16_t c) { return c < 0x80; });
     Bytes bytes;
     for (const char c : ascii ? kAsciiCode : kUnicodeCode)
@@ -279,17 +283,43 @@ void set_comment(ExifObject& self, const ExifProperty& property, const Value& va
     put_value(self, property, bytes);
 }
 
+// The element of a property that is an array.
+const ElementType& element_of(const ExifObject& self, const ExifProperty& property) {
+    return embed::element_of(find_property(self.type(), property.name)->info->collection);
+}
+
 template <const auto& kTable, size_t kIndex>
-void set_object(ExifObject& self, const VariantArg* value) {
-    const Value read = read_variant(value);
-    if (kTable[kIndex].kind == Kind::kComment) return set_comment(self, kTable[kIndex], read);
-    put_value(self, kTable[kIndex], read);
+void set_text(ExifObject& self, const std::optional<std::u16string>& value) {
+    put_value(self, kTable[kIndex], given_text(value));
 }
 template <const auto& kTable, size_t kIndex>
-Value get_object(ExifObject& self) {
-    if (kTable[kIndex].kind == Kind::kComment) return comment_value(self, kTable[kIndex]);
-    if (kTable[kIndex].kind == Kind::kOneOfObject) return rational_value(self, kTable[kIndex]);
-    return object_value(self, kTable[kIndex]);
+std::optional<std::u16string> get_text(ExifObject& self) {
+    return text_of_tag(tag_value(self, kTable[kIndex]));
+}
+template <const auto& kTable, size_t kIndex>
+void set_comment(ExifObject& self, const std::optional<std::u16string>& value) {
+    put_comment(self, kTable[kIndex], value);
+}
+template <const auto& kTable, size_t kIndex>
+std::optional<std::u16string> get_comment(ExifObject& self) {
+    return comment_value(self, kTable[kIndex]);
+}
+template <const auto& kTable, size_t kIndex>
+void set_bytes(ExifObject& self, const PyBytesArg* value) {
+    put_value(self, kTable[kIndex], given_bytes(value));
+}
+template <const auto& kTable, size_t kIndex>
+std::optional<Bytes> get_bytes(ExifObject& self) {
+    return bytes_of_tag(tag_value(self, kTable[kIndex]));
+}
+template <const auto& kTable, size_t kIndex>
+void set_array(ExifObject& self, const VariantArg* value) {
+    put_value(self, kTable[kIndex], Ref<ManagedObject>(read_list(value, element_of(self, kTable[kIndex]))));
+}
+template <const auto& kTable, size_t kIndex>
+Collection get_array(ExifObject& self) {
+    const ExifProperty& property = kTable[kIndex];
+    return {Ref<ManagedObject>(array_of_tag(tag_value(self, property), element_of(self, property)))};
 }
 template <const auto& kTable, size_t kIndex>
 void set_rational(ExifObject& self, RationalObject* value) {
@@ -313,15 +343,22 @@ void add_property(BehaviourTable& table, const char* type) {
     constexpr Kind kind = kTable[kIndex].kind;
     const char* getter = entry_name("get_", kTable[kIndex].name);
     const char* setter = entry_name("set_", kTable[kIndex].name);
+    const auto add = [&](EntryPoint get, EntryPoint set) {
+        table.add({type, getter, get});
+        table.add({type, setter, set});
+    };
     if constexpr (kind == Kind::kRational) {
-        table.add({type, getter, entry<&get_rational<kTable, kIndex>>()});
-        table.add({type, setter, entry<&set_rational<kTable, kIndex>>()});
+        add(entry<&get_rational<kTable, kIndex>>(), entry<&set_rational<kTable, kIndex>>());
     } else if constexpr (kind == Kind::kInteger) {
-        table.add({type, getter, entry<&get_number<kTable, kIndex>>()});
-        table.add({type, setter, entry<&set_number<kTable, kIndex>>()});
+        add(entry<&get_number<kTable, kIndex>>(), entry<&set_number<kTable, kIndex>>());
+    } else if constexpr (kind == Kind::kText) {
+        add(entry<&get_text<kTable, kIndex>>(), entry<&set_text<kTable, kIndex>>());
+    } else if constexpr (kind == Kind::kComment) {
+        add(entry<&get_comment<kTable, kIndex>>(), entry<&set_comment<kTable, kIndex>>());
+    } else if constexpr (kind == Kind::kBytes) {
+        add(entry<&get_bytes<kTable, kIndex>>(), entry<&set_bytes<kTable, kIndex>>());
     } else {
-        table.add({type, getter, entry<&get_object<kTable, kIndex>>()});
-        table.add({type, setter, entry<&set_object<kTable, kIndex>>()});
+        add(entry<&get_array<kTable, kIndex>>(), entry<&set_array<kTable, kIndex>>());
     }
 }
 

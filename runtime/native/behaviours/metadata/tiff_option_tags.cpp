@@ -6,13 +6,15 @@
 
 #include "runtime/native/behaviours/metadata/entry_names.h"
 #include "runtime/native/behaviours/metadata/exif_data.h"
+#include "runtime/native/behaviours/metadata/tag_values.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
 
 enum class TiffOptionKind : uint8_t {
-    kValue,     // what the tag has: text or an array
+    kText,
+    kArray,     // of the element that the property has in the catalogue
     kInteger,   // a number or an enumeration
     kRational,  // one fraction
     kWideText,  // text in UTF-16, as an array of bytes
@@ -35,48 +37,48 @@ constexpr TiffOptionProperty kProperties[] = {
     {"SubFileType", 254, TiffType::kLong, Kind::kInteger},
     {"ImageWidth", 256, TiffType::kLong, Kind::kInteger},
     {"ImageLength", 257, TiffType::kLong, Kind::kInteger},
-    {"BitsPerSample", 258, TiffType::kShort, Kind::kValue},
+    {"BitsPerSample", 258, TiffType::kShort, Kind::kArray},
     {"Compression", 259, TiffType::kShort, Kind::kInteger, true},
     {"Photometric", 262, TiffType::kShort, Kind::kInteger, true},
     {"Threshholding", 263, TiffType::kShort, Kind::kInteger},
     {"FillOrder", 266, TiffType::kShort, Kind::kInteger},
-    {"DocumentName", 269, TiffType::kAscii, Kind::kValue},
-    {"ImageDescription", 270, TiffType::kAscii, Kind::kValue},
-    {"ScannerManufacturer", 271, TiffType::kAscii, Kind::kValue},
-    {"ScannerModel", 272, TiffType::kAscii, Kind::kValue},
-    {"StripOffsets", 273, TiffType::kLong, Kind::kValue},
+    {"DocumentName", 269, TiffType::kAscii, Kind::kText},
+    {"ImageDescription", 270, TiffType::kAscii, Kind::kText},
+    {"ScannerManufacturer", 271, TiffType::kAscii, Kind::kText},
+    {"ScannerModel", 272, TiffType::kAscii, Kind::kText},
+    {"StripOffsets", 273, TiffType::kLong, Kind::kArray},
     {"Orientation", 274, TiffType::kShort, Kind::kInteger},
     {"RowsPerStrip", 278, TiffType::kLong, Kind::kInteger},
-    {"StripByteCounts", 279, TiffType::kLong, Kind::kValue},
-    {"MinSampleValue", 280, TiffType::kShort, Kind::kValue},
-    {"MaxSampleValue", 281, TiffType::kShort, Kind::kValue},
+    {"StripByteCounts", 279, TiffType::kLong, Kind::kArray},
+    {"MinSampleValue", 280, TiffType::kShort, Kind::kArray},
+    {"MaxSampleValue", 281, TiffType::kShort, Kind::kArray},
     {"Xresolution", 282, TiffType::kRational, Kind::kRational},
     {"Yresolution", 283, TiffType::kRational, Kind::kRational},
     {"PlanarConfiguration", 284, TiffType::kShort, Kind::kInteger},
-    {"PageName", 285, TiffType::kAscii, Kind::kValue},
+    {"PageName", 285, TiffType::kAscii, Kind::kText},
     {"Xposition", 286, TiffType::kRational, Kind::kRational},
     {"Yposition", 287, TiffType::kRational, Kind::kRational},
     {"FaxT4Options", 292, TiffType::kLong, Kind::kInteger},
     {"ResolutionUnit", 296, TiffType::kShort, Kind::kInteger},
-    {"PageNumber", 297, TiffType::kShort, Kind::kValue},
-    {"SoftwareType", 305, TiffType::kAscii, Kind::kValue},
-    {"DateTime", 306, TiffType::kAscii, Kind::kValue},
-    {"Artist", 315, TiffType::kAscii, Kind::kValue},
+    {"PageNumber", 297, TiffType::kShort, Kind::kArray},
+    {"SoftwareType", 305, TiffType::kAscii, Kind::kText},
+    {"DateTime", 306, TiffType::kAscii, Kind::kText},
+    {"Artist", 315, TiffType::kAscii, Kind::kText},
     {"Predictor", 317, TiffType::kShort, Kind::kInteger},
-    {"ColorMap", 320, TiffType::kShort, Kind::kValue},
-    {"HalfToneHints", 321, TiffType::kShort, Kind::kValue},
+    {"ColorMap", 320, TiffType::kShort, Kind::kArray},
+    {"HalfToneHints", 321, TiffType::kShort, Kind::kArray},
     {"TileWidth", 322, TiffType::kLong, Kind::kInteger},
     {"TileLength", 323, TiffType::kLong, Kind::kInteger},
-    {"TileOffsets", 324, TiffType::kLong, Kind::kValue},
-    {"TileByteCounts", 325, TiffType::kLong, Kind::kValue},
-    {"InkNames", 333, TiffType::kAscii, Kind::kValue},
-    {"TargetPrinter", 337, TiffType::kAscii, Kind::kValue},
-    {"SampleFormat", 339, TiffType::kShort, Kind::kValue},
-    {"SminSampleValue", 340, TiffType::kShort, Kind::kValue},
-    {"SmaxSampleValue", 341, TiffType::kShort, Kind::kValue},
-    {"YCbCrCoefficients", 529, TiffType::kRational, Kind::kValue},
-    {"YCbCrSubsampling", 530, TiffType::kShort, Kind::kValue},
-    {"Copyright", 33432, TiffType::kAscii, Kind::kValue},
+    {"TileOffsets", 324, TiffType::kLong, Kind::kArray},
+    {"TileByteCounts", 325, TiffType::kLong, Kind::kArray},
+    {"InkNames", 333, TiffType::kAscii, Kind::kText},
+    {"TargetPrinter", 337, TiffType::kAscii, Kind::kText},
+    {"SampleFormat", 339, TiffType::kShort, Kind::kArray},
+    {"SminSampleValue", 340, TiffType::kShort, Kind::kArray},
+    {"SmaxSampleValue", 341, TiffType::kShort, Kind::kArray},
+    {"YCbCrCoefficients", 529, TiffType::kRational, Kind::kArray},
+    {"YCbCrSubsampling", 530, TiffType::kShort, Kind::kArray},
+    {"Copyright", 33432, TiffType::kAscii, Kind::kText},
     {"XPTitle", 40091, TiffType::kByte, Kind::kWideText},
     {"XPComment", 40092, TiffType::kByte, Kind::kWideText},
     {"XPAuthor", 40093, TiffType::kByte, Kind::kWideText},
@@ -130,7 +132,8 @@ Value property_value_of(const TiffOptionProperty& property, const TagObject& tag
                 text.pop_back();
             return text;
         }
-        case Kind::kValue:
+        case Kind::kText:
+        case Kind::kArray:
             break;
     }
     return tag.value();
@@ -161,8 +164,13 @@ Value snapshot(const Value& value) {
     return Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, variant_element(), std::move(items)));
 }
 
+// The element of a property that is an array.
+const ElementType& element_of(const TypeInfo& type, const char* name) {
+    return embed::element_of(find_property(type, name)->info->collection);
+}
+
 std::vector<Ref<TagObject>> read_tags(const VariantArg* arg, const char* parameter) {
-    return tags_of(read_elements(arg, element_of(Wire::kClass, TagObject::kManagedName), parameter));
+    return tags_of(read_elements(arg, embed::element_of(Wire::kClass, TagObject::kManagedName), parameter));
 }
 
 bool is_tag_present(TiffOptionsObject& self, uint16_t tag) {
@@ -172,7 +180,7 @@ bool remove_tag(TiffOptionsObject& self, uint16_t tag) {
     return self.remove(tag);
 }
 bool remove_tags(TiffOptionsObject& self, const VariantArg* tags) {
-    static const ElementType& element = element_of(Wire::kInt32, "Zelmor.Imaging.FileFormats.Tiff.Enums.TiffTags");
+    static const ElementType& element = embed::element_of(Wire::kInt32, "Zelmor.Imaging.FileFormats.Tiff.Enums.TiffTags");
     bool removed = false;
     for (const Value& tag : read_elements(tags, element, "tags")) {
         if (self.remove(static_cast<uint16_t>(std::get<int64_t>(tag)))) removed = true;
@@ -190,13 +198,11 @@ void add_tags(TiffOptionsObject& self, const VariantArg* tags_to_add) {
 Ref<ManagedObject> get_tag_by_type(TiffOptionsObject& self, uint16_t tag_key) {
     return self.find(tag_key);
 }
-Value tags(TiffOptionsObject& self) {
-    return Ref<ManagedObject>(same_array(self.shown, self.tags()));
+Collection tags(TiffOptionsObject& self) {
+    return {Ref<ManagedObject>(same_array(self.shown, self.tags()))};
 }
 void set_tags(TiffOptionsObject& self, const VariantArg* value) {
-    const Value read = read_variant(value);
-    if (is_null(read)) throw_argument_null("value");
-    const auto given = tags_of(elements_of_value(read, TagObject::kManagedName));
+    const auto given = read_tags(value, "value");
     for (const auto& tag : self.tags())
         self.remove(tag->id());
     for (const auto& tag : given)
@@ -227,9 +233,10 @@ void validate(TiffOptionsObject& self) {
 bool has_extra_samples(TiffOptionsObject& self) {
     return static_cast<bool>(self.find(kExtraSamples));
 }
-Value extra_samples(TiffOptionsObject& self) {
+Collection extra_samples(TiffOptionsObject& self) {
     const auto tag = self.find(kExtraSamples);
-    return tag ? tag->value() : Value(Ref<ManagedObject>());
+    if (!tag) return {};
+    return {Ref<ManagedObject>(array_of_tag(tag->value(), element_of(self.type(), "ExtraSamples")))};
 }
 // The second number of PageNumber; 0 says that nobody knows.
 int32_t total_pages(TiffOptionsObject& self) {
@@ -273,26 +280,30 @@ Ref<ManagedObject> of_tags(const VariantArg* tags) {
 
 // Properties that show what a tag object has, even where that was changed behind their back.
 template <size_t kIndex>
-Value get_value(TiffOptionsObject& self) {
+std::optional<std::u16string> get_text(TiffOptionsObject& self) {
     self.synchronize();
-    return property(self, kProperties[kIndex].name);
+    return text_of_tag(property(self, kProperties[kIndex].name));
+}
+template <size_t kIndex>
+void set_text(TiffOptionsObject& self, const std::optional<std::u16string>& value) {
+    set_property(self, kProperties[kIndex].name, given_text(value));
+}
+// An array that had to be made for the property becomes its own, so that it is the same one the next time.
+template <size_t kIndex>
+Collection get_array(TiffOptionsObject& self) {
+    const char* name = kProperties[kIndex].name;
+    self.synchronize();
+    const Value shown = Ref<ManagedObject>(array_of_tag(property(self, name), element_of(self.type(), name)));
+    set_property(self, name, shown);
+    return {shown};
 }
 // What the tag would refuse is refused here, before the property has it.
 template <size_t kIndex>
-void set_value(TiffOptionsObject& self, const VariantArg* value) {
+void set_array(TiffOptionsObject& self, const VariantArg* value) {
     constexpr const TiffOptionProperty& option = kProperties[kIndex];
-    Value read = read_variant(value);
-    if (!is_null(read)) {
-        const bool wide = option.kind == Kind::kWideText;
-        if (wide && !std::holds_alternative<std::u16string>(read)) {
-            throw_invalid_cast(to_utf8(text_of_value(read)), "System.String");
-        }
-        // One number is a tag's value, not an array's.
-        if (!wide && option.type != TiffType::kAscii) elements_of_value(read, "numbers");
-        const auto tag = make_tag(option.type, option.id, tag_value_of(option, read));
-        if (!wide) read = tag->value();
-    }
-    set_property(self, option.name, std::move(read));
+    const Value read = Ref<ManagedObject>(read_list(value, element_of(self.type(), option.name)));
+    make_tag(option.type, option.id, read);
+    set_property(self, option.name, read);
 }
 template <size_t kIndex>
 Ref<ManagedObject> get_rational(TiffOptionsObject& self) {
@@ -303,10 +314,13 @@ template <size_t kIndex>
 void add_getter(BehaviourTable& table) {
     constexpr Kind kind = kProperties[kIndex].kind;
     const char* name = entry_name("get_", kProperties[kIndex].name);
-    if constexpr (kind == Kind::kValue || kind == Kind::kWideText) {
-        const char* setter = entry_name("set_", kProperties[kIndex].name);
-        table.add({kOptions, name, entry<&get_value<kIndex>>()});
-        table.add({kOptions, setter, entry<&set_value<kIndex>>()});
+    const char* setter = entry_name("set_", kProperties[kIndex].name);
+    if constexpr (kind == Kind::kText || kind == Kind::kWideText) {
+        table.add({kOptions, name, entry<&get_text<kIndex>>()});
+        table.add({kOptions, setter, entry<&set_text<kIndex>>()});
+    } else if constexpr (kind == Kind::kArray) {
+        table.add({kOptions, name, entry<&get_array<kIndex>>()});
+        table.add({kOptions, setter, entry<&set_array<kIndex>>()});
     } else if constexpr (kind == Kind::kRational) {
         table.add({kOptions, name, entry<&get_rational<kIndex>>()});
     }

@@ -3,7 +3,8 @@
 #include <array>
 #include <utility>
 
-#include "runtime/native/behaviours/metadata/tiff_tags.h"
+#include "runtime/native/behaviours/metadata/tag_values.h"
+#include "runtime/native/core/records.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -196,14 +197,42 @@ Ref<ManagedObject> construct(uint16_t tag_id) {
     return make_tag(static_cast<uint16_t>(kConstructed[kIndex].type), tag_id);
 }
 
+std::optional<std::u16string> text(TagObject& self) {
+    return text_of_tag(self.value());
+}
+void set_text(TagObject& self, const std::optional<std::u16string>& value) {
+    self.assign(given_text(value));
+}
+std::optional<Bytes> bytes(TagObject& self) {
+    return bytes_of_tag(self.value());
+}
+void set_bytes(TagObject& self, const PyBytesArg* value) {
+    self.assign(given_bytes(value));
+}
+Collection array(TagObject& self) {
+    return {Ref<ManagedObject>(self.values())};
+}
+void set_array(TagObject& self, const VariantArg* value) {
+    const CollectionInfo& collection = find_property(self.type(), "Values")->info->collection;
+    self.assign(Ref<ManagedObject>(read_list(value, element_of(collection))));
+}
+
 template <size_t kIndex>
 void add_class(BehaviourTable& table) {
-    const Constructed& type = kConstructed[kIndex];
+    constexpr const Constructed& type = kConstructed[kIndex];
     table.add({type.name, type.first, entry<&construct<kIndex>>()});
     table.add({type.name, type.second, entry<&construct<kIndex>>()});
-    if (type.type == TiffType::kIfd8) return;  // has the properties of its base
-    table.add({type.name, type.getter, entry<&value>()});
-    table.add({type.name, type.setter, entry<&set_value>()});
+    const auto add = [&](EntryPoint get, EntryPoint set) {
+        table.add({type.name, type.getter, get});
+        table.add({type.name, type.setter, set});
+    };
+    if constexpr (type.type == TiffType::kAscii) {
+        add(entry<&text>(), entry<&set_text>());
+    } else if constexpr (type.type == TiffType::kUndefined || type.type == TiffType::kByte) {
+        add(entry<&bytes>(), entry<&set_bytes>());
+    } else if constexpr (type.type != TiffType::kIfd8) {  // which has the properties of its base
+        add(entry<&array>(), entry<&set_array>());
+    }
 }
 
 template <size_t... kIndex>

@@ -37,8 +37,8 @@ void add_item(XmpArrayObject& self, const std::string& item) {
     self.add(item);
 }
 
-Value values(XmpArrayObject& self) {
-    return Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), self.values()));
+Collection values(XmpArrayObject& self) {
+    return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), self.values()))};
 }
 
 std::string xml_value(XmlValueObject& self) {

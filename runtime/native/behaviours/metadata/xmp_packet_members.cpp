@@ -51,10 +51,9 @@ Ref<ManagedObject> meta_of_toolkit(const std::string& toolkit_version) {
 Text get_toolkit(XmpElementObject& self) {
     return get_attribute(self, kToolkit);
 }
-void set_toolkit(XmpElementObject& self, const VariantArg* value) {
-    const Value read = read_variant(value);
-    if (is_null(read)) return self.remove(kToolkit);
-    self.set(kToolkit, to_utf8(text_of_value(read)));
+void set_toolkit(XmpElementObject& self, const Text& value) {
+    if (!value) return self.remove(kToolkit);
+    self.set(kToolkit, *value);
 }
 
 void register_namespace(XmpElementObject& self, const std::string& prefix, const std::string& namespace_uri) {
@@ -71,8 +70,8 @@ void collection_add(XmpPackageCollectionObject& self, XmpPackageObject* package)
 void collection_remove(XmpPackageCollectionObject& self, XmpPackageObject* package) {
     self.packages.remove(package);
 }
-Value collection_packages(XmpPackageCollectionObject& self) {
-    return Ref<ManagedObject>(self.packages.to_array());
+Collection collection_packages(XmpPackageCollectionObject& self) {
+    return {Ref<ManagedObject>(self.packages.to_array())};
 }
 Ref<ManagedObject> collection_package(XmpPackageCollectionObject& self, const std::string& namespace_uri) {
     return Ref<ManagedObject>(self.packages.find(namespace_uri));
@@ -110,8 +109,8 @@ void packet_remove(XmpPacketObject& self, XmpPackageObject* package) {
 void packet_clear(XmpPacketObject& self) {
     self.packages.clear();
 }
-Value packet_packages(XmpPacketObject& self) {
-    return Ref<ManagedObject>(self.packages.to_array());
+Collection packet_packages(XmpPacketObject& self) {
+    return {Ref<ManagedObject>(self.packages.to_array())};
 }
 int32_t packet_count(XmpPacketObject& self) {
     return static_cast<int32_t>(self.packages.all().size());

@@ -97,13 +97,13 @@ Ref<ManagedObject> guid_of_text(const std::string& value) {
     GuidValue guid;
     for (size_t i = 0; i < 16; ++i)
         guid.bytes[i] = in_order[kOrder[i]];
-    auto object = with_value(ZELMOR_DERIVED "XmpGuid", guid);
+    auto object = with_value(ZELMOR_DERIVED "XmpGuid", text_of(guid));
     if (colon != std::string::npos) set_property(*object, "Prefix", to_utf16(value.substr(0, colon)));
     return object;
 }
 
 Ref<ManagedObject> guid_of(const GuidValue& guid) {
-    return with_value(ZELMOR_DERIVED "XmpGuid", guid);
+    return with_value(ZELMOR_DERIVED "XmpGuid", text_of(guid));
 }
 
 Ref<ManagedObject> layer_of(const std::u16string& layer_name, const std::u16string& layer_text) {
@@ -117,11 +117,11 @@ float float_value(XmpTypeObject& self) {
     return static_cast<float>(property_double(self, "Numerator") / property_double(self, "Denominator"));
 }
 
-Value defined_renditions() {
+Collection defined_renditions() {
     std::vector<Value> tokens;
     for (const char16_t* token : {u"default", u"thumbnail", u"screen", u"proof", u"draft", u"low-res"})
         tokens.emplace_back(std::u16string(token));
-    return Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), std::move(tokens)));
+    return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), std::move(tokens)))};
 }
 
 bool equal_types(XmpTypeObject& self, XmpTypeObject* other) {

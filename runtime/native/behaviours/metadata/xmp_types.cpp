@@ -176,16 +176,14 @@ bool set_rational(Record& record, const XmpField& field, const std::string& text
 bool set_date(Record& record, const XmpField& field, const std::string& text) {
     try {
         const Value date = parse_iso_date(text);
-        // Only a date that is written again as it was read, to the letter; another stays text.
-        if (iso_date_text(date) == text) {
-            set_property(record, field.property, date);
-            return true;
-        }
+        // Only a date that is written again as it was read, to the letter.
+        if (iso_date_text(date) != text) return false;
+        set_property(record, field.property, date);
+        return true;
     } catch (const ManagedException& error) {
         if (error.name() != "FormatException") throw;
+        return false;
     }
-    set_property(record, field.property, to_utf16(text));
-    return true;
 }
 
 Ref<ManagedObject> structure_of(const XmpNode& node, const XmpStructure& structure);
@@ -275,6 +273,10 @@ XmpTypeObject::XmpTypeObject(const TypeInfo& type) : Record(type) {
     if (structure) {
         set("Prefix", to_utf16(structure->prefix));
         set("NamespaceUri", to_utf16(structure->uri));
+        // A date that nobody gave is not written, whatever a property that is never null shows in its place.
+        for (const XmpField& field : structure->fields) {
+            if (field.kind == XmpFieldKind::kDate) set(field.property, Ref<ManagedObject>());
+        }
     } else {
         set("Prefix", Ref<ManagedObject>());
         set("NamespaceUri", Ref<ManagedObject>());
