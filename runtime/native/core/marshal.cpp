@@ -238,7 +238,7 @@ void write_collection(const Value& value, PyCollectionArg* out) {
     }
     if (is_null(value)) return;
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    if (!object) throw_invalid_cast(to_utf8(text_of_value(value)), "a managed collection");
+    if (!object) throw_invalid_value_cast(value, "System.Collections.IEnumerable");
     if (PyObject* python = python_object_of(**object)) {
         out->kind = kCollectionPyObject;
         out->value = python;

@@ -41,15 +41,25 @@ class ManagedObject {
     // Raises ObjectDisposedException naming the type once the object is disposed.
     void require_live() const;
 
-    void retain() const noexcept { ++count_; }
+    void retain() const noexcept { ++life_.count; }
     void release() const noexcept {
-        if (--count_ == 0) delete this;
+        if (--life_.count == 0) end();
     }
 
  private:
+    // Deletes the object, and after it, one by one, those that it and they held the last count of.
+    void end() const noexcept;
+
+    struct Life {
+        uint32_t count = 0;
+        int32_t hash = 0;  // given at the first question
+    };
+
     const TypeInfo* type_;
-    mutable uint32_t count_ = 0;
-    mutable int32_t hash_ = 0;  // given at the first question
+    union {
+        mutable Life life_ = {};
+        mutable const ManagedObject* next_ended_;  // once the last count is gone
+    };
     bool disposed_ = false;
 };
 

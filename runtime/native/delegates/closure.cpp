@@ -71,7 +71,7 @@ void run_guarded(ffi_cif*, void* result, void** arguments, void* user) noexcept 
     try {
         closure.handler(closure.context.get(), frame);
     } catch (...) {
-        frame.set_zero_result();
+        frame.set_failed_result();
         report_current_exception();
     }
 }

@@ -107,7 +107,7 @@ void set_linear_colors(Record& self, const VariantArg* value) {
     if (colors.size() != 2) throw_argument("A linear gradient has two colours. (Parameter 'value')");
     const auto color = [&](size_t i) {
         const auto* object = std::get_if<Ref<ManagedObject>>(&colors[i]);
-        if (!object || !*object) throw_invalid_cast(to_utf8(text_of_value(colors[i])), "Zelmor.Imaging.Color");
+        if (!object || !*object) throw_invalid_value_cast(colors[i], "Zelmor.Imaging.Color");
         return unbox<ColorValue>(**object);
     };
     const ColorValue start = color(0), end = color(1);

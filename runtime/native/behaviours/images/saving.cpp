@@ -167,7 +167,8 @@ namespace {
 
 void save(ImageObject& self) {
     self.require_live();
-    if (self.target_stream) return to_stream(self, *self.target_stream, implied(self, Format::kUnknown));
+    // Held: what writes to it may dispose of the image.
+    if (const auto target = self.target_stream) return to_stream(self, *target, implied(self, Format::kUnknown));
     if (self.target_path.empty()) {
         throw_invalid_operation("The image belongs to no file. Name a target to save it to.");
     }

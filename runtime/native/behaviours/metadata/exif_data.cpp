@@ -62,13 +62,13 @@ Value directory(ExifObject& self) {
 }
 template <ExifDirectory kDirectory>
 void set_directory(ExifObject& self, const VariantArg* value) {
-    self.tags(kDirectory) = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));
+    self.tags(kDirectory) = tags_of(elements_of_value(read_variant(value)));
 }
 Value properties(ExifObject& self) {
     return Ref<ManagedObject>(same_array(self.shown[3], self.all()));
 }
 void set_properties(ExifObject& self, const VariantArg* value) {
-    const TagList tags = tags_of(elements_of_value(read_variant(value), TagObject::kManagedName));
+    const TagList tags = tags_of(elements_of_value(read_variant(value)));
     for (const auto directory : {ExifDirectory::kCommon, ExifDirectory::kExif, ExifDirectory::kGps})
         self.tags(directory).clear();
     self.distribute(tags);

@@ -115,7 +115,7 @@ Value property_value_of(const TiffOptionProperty& property, const TagObject& tag
     switch (property.kind) {
         case Kind::kInteger: {
             const auto number = tag_integer(tag);
-            if (!number) throw_invalid_cast("the tag's value", std::string("TiffOptions.") + property.name);
+            if (!number) throw_invalid_value_cast(tag.value(), "System.Int32");
             return *number;
         }
         case Kind::kRational:
@@ -196,7 +196,7 @@ Value tags(TiffOptionsObject& self) {
 void set_tags(TiffOptionsObject& self, const VariantArg* value) {
     const Value read = read_variant(value);
     if (is_null(read)) throw_argument_null("value");
-    const auto given = tags_of(elements_of_value(read, TagObject::kManagedName));
+    const auto given = tags_of(elements_of_value(read));
     for (const auto& tag : self.tags())
         self.remove(tag->id());
     for (const auto& tag : given)
@@ -285,10 +285,10 @@ void set_value(TiffOptionsObject& self, const VariantArg* value) {
     if (!is_null(read)) {
         const bool wide = option.kind == Kind::kWideText;
         if (wide && !std::holds_alternative<std::u16string>(read)) {
-            throw_invalid_cast(to_utf8(text_of_value(read)), "System.String");
+            throw_invalid_value_cast(read, "System.String");
         }
         // One number is a tag's value, not an array's.
-        if (!wide && option.type != TiffType::kAscii) elements_of_value(read, "numbers");
+        if (!wide && option.type != TiffType::kAscii) elements_of_value(read);
         const auto tag = make_tag(option.type, option.id, tag_value_of(option, read));
         if (!wide) read = tag->value();
     }
