@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "runtime/native/collections/drawing_record.h"
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
@@ -251,8 +252,9 @@ template class ScalarList<uint64_t>;
 template class ScalarList<float>;
 template class ScalarList<double>;
 
-const Value& ValueList::checked(const Value& value) const {
+Value ValueList::checked(const Value& value) const {
     const ElementType& e = element();
+    if (e.wire == Wire::kRecord) return Ref<ManagedObject>(DrawingRecord::of(value, e));
     if (is_null(value)) {
         if (e.wire == Wire::kStruct) throw_invalid_cast("null", e.name);
         return value;
@@ -304,8 +306,10 @@ void ValueList::resize(size_t count) {
     if (items.size() > count) take_out(count, items.size() - count);
     items.reserve(count);
     // Each value type has a box of its own.
+    const bool record = element().wire == Wire::kRecord;
     while (items.size() < count)
-        items.push_back(zero_value(element().wire, element().type()));
+        items.push_back(record ? Value(Ref<ManagedObject>(make_ref<DrawingRecord>(element())))
+                               : zero_value(element().wire, element().type()));
 }
 void ValueList::turn() {
     std::reverse(items.begin(), items.end());

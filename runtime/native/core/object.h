@@ -29,6 +29,8 @@ class ManagedObject {
     virtual int32_t hash_code() const;
     // MemberwiseClone(): a copy with the same values; NotSupportedException where a type cannot be copied.
     virtual Ref<ManagedObject> copy() const;
+    // The object that Python is shown in place of this one, which it has no class for; empty where it is shown itself.
+    virtual Ref<ManagedObject> shown_as() const { return nullptr; }
     // Called once, by the first dispose(); releases what the object holds before its last reference goes.
     virtual void on_dispose() {}
 

@@ -78,6 +78,7 @@ const DefaultValue* find_default(const TypeInfo& type, std::string_view property
 }
 
 const Layout& layout_of(const TypeInfo& type) {
+    // Shared by all threads and only added to; making one calls nothing of Python.
     static auto& layouts = *new std::unordered_map<const TypeInfo*, std::unique_ptr<Layout>>;
     if (const auto known = layouts.find(&type); known != layouts.end()) return *known->second;
 
@@ -119,6 +120,7 @@ const FactoryRegistration*& factory_chain() {
 }
 
 FactoryRegistration::Factory factory_of(const TypeInfo& type) {
+    // Shared by all threads and only added to, with no callback in between.
     static auto& known = *new std::unordered_map<const TypeInfo*, FactoryRegistration::Factory>;
     if (const auto found = known.find(&type); found != known.end()) return found->second;
     FactoryRegistration::Factory make = nullptr;
@@ -143,6 +145,7 @@ Record& record_with(const ManagedObject& object, std::string_view name, int& slo
 }
 
 Value& static_slot(const TypeInfo& type, std::string_view name) {
+    // Static properties belong to the process, as in .NET: what one thread sets, all see.
     static auto& slots = *new std::unordered_map<const PropertyInfo*, Value>;
     for (const PropertyInfo& property : type.properties) {
         if (!property.is_static || name != property.name) continue;

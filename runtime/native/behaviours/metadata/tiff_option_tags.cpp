@@ -94,6 +94,7 @@ const TiffOptionProperty* find_option(uint16_t id) {
 
 // What a property has before anybody sets it.
 const Value& baseline(const TypeInfo& type, const char* name) {
+    // Shared by all threads: each record is made once and only read.
     static auto& fresh = *new std::map<const TypeInfo*, Ref<Record>>;
     auto& record = fresh[&type];
     if (!record) record = make_ref<Record>(type);
