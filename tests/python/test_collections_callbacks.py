@@ -189,7 +189,7 @@ def test_a_variant_element_has_the_variants_tags() -> None:
 
 
 class Leaving(str):
-    """A text or number that leaves its list when it is asked what it is."""
+    """A text that leaves its list when it is asked what it is."""
 
     items: list[Any]
 
@@ -198,14 +198,9 @@ class Leaving(str):
         self.items.clear()
         return str
 
-    def __float__(self) -> float:
-        self.items.clear()
-        return 1.5
 
-
-@pytest.mark.parametrize("element", ["1BA766B5", "FCB07591", "F372CE9B"])
-def test_an_element_that_leaves_its_list_is_not_read(element: str) -> None:
-    reader = Reader(ELEMENTS.index(element))
+def test_an_element_that_leaves_its_list_is_not_read() -> None:
+    reader = Reader(ELEMENTS.index("F372CE9B"))  # of the conversions, this one may run Python code
     leaving = Leaving("text")
     leaving.items = [leaving, 1]
     with pytest.raises(RuntimeError, match="^the list lost the element while it was read$"):

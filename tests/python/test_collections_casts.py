@@ -69,8 +69,8 @@ def test_what_was_read_can_be_written_back(identifier: str, kind: str) -> None:
     for i, value in enumerate(listed(untyped)):
         untyped[i] = value
     assert same(listed(typed), before) or listed(typed) == before
-    untyped[0] = untyped[1]
-    assert listed(typed) == [before[1], *before[1:]]
+    untyped[0] = untyped[len(before) - 1]
+    assert listed(typed) == [before[-1], *before[1:]]
 
 
 @pytest.mark.parametrize("typed", [

@@ -9,8 +9,6 @@ import pytest
 from support.child import run_child
 from support.collections import make_interop
 
-from zelmor.imaging import NonGenericDictionary
-
 LOST = "the list lost the element while it was read"
 
 
@@ -55,22 +53,35 @@ def moment(act: Any) -> datetime.datetime:
 
 @pytest.mark.parametrize("others", [(), (1, 2)])
 def test_an_element_that_empties_its_list_is_not_read(others: tuple[int, ...]) -> None:
-    items = emptying([], *others)
-    dictionary = NonGenericDictionary()
-    with pytest.raises(RuntimeError, match=rf"(?s)^Proxy error\(PythonException\): Reading element 0 failed in Python: "
-                                           rf".*RuntimeError: {LOST}$"):
-        dictionary.add("key", items)
-    assert items == [] and len(list(dictionary.keys)) == 0
+    run_child(f"""
+import re
+from support.collections import new_dictionary
+from test_runtime_reentry import LOST, emptying
+items = emptying([], *{others!r})
+dictionary = new_dictionary()
+try:
+    dictionary.add("key", items)
+except RuntimeError as failure:
+    assert re.match(r"(?s)Proxy error\\(PythonException\\): Reading element 0 failed in Python: ", str(failure)), failure
+    assert str(failure).endswith("RuntimeError: " + LOST), failure
+else:
+    raise AssertionError("it was read")
+assert items == [] and list(dictionary.keys) == []
+""")
 
 
 def test_an_element_that_moves_in_its_list_is_read() -> None:
-    items: list[Any] = []
-    text = Text("text")
-    text.act = lambda: items.insert(0, 1) if len(items) == 1 else None
-    items.append(text)
-    dictionary = NonGenericDictionary()
-    dictionary.add("key", items)
-    assert list(list(dictionary.values)[0]) == ["text"]
+    run_child("""
+from support.collections import new_dictionary
+from test_runtime_reentry import Text
+items = []
+text = Text("text")
+text.act = lambda: items.insert(0, 1) if len(items) == 1 else None
+items.append(text)
+dictionary = new_dictionary()
+dictionary.add("key", items)
+assert list(list(dictionary.values)[0]) == ["text"]
+""")
 
 
 @pytest.mark.parametrize("script", [
@@ -102,22 +113,24 @@ dictionary.add("key", outer)
 assert len(list(dictionary.values)[0][0]) == 4
 """, """
 from zelmor.imaging import ColorMatrix
-class Number:
-    def __float__(self):
+class Row:
+    def __len__(self):
+        return 5
+    def __getitem__(self, index):
         outer.clear()
         gc.collect()
-        return 1.0
-outer = [[Number()] + [0.0] * 4] + [[0.0] * 5 for _ in range(4)]
+        return float(index)
+outer = [Row(), *([0.0] * 5 for _ in range(4))]
 try:
     ColorMatrix(outer)
 except RuntimeError as failure:
-    assert "Python" in str(failure), failure
+    assert "IndexError" in str(failure), failure
 else:
     raise AssertionError("it was read")
-"""])
+"""], ids=["an element", "a list in a list", "a row"])
 def test_what_is_taken_out_is_not_used(script: str) -> None:
-    run_child("import datetime, gc\nfrom zelmor.imaging import NonGenericDictionary\n"
-              "dictionary = NonGenericDictionary()\n" + script)
+    run_child("import datetime, gc\nfrom support.collections import new_dictionary\n"
+              "dictionary = new_dictionary()\n" + script)
 
 
 # Collections that change while they are asked for something
@@ -157,8 +170,8 @@ def test_what_goes_may_come_back_to_its_holder(change: str) -> None:
     """Dropping an element ends a Python object, which changes the very collection that drops it."""
     run_child(f"""
 import gc
-from support.collections import make_interop
-from zelmor.imaging import NonGenericDictionary, NonGenericList
+from support.collections import make_interop, new_dictionary
+from zelmor.imaging import NonGenericList
 
 class Last:
     def __del__(self):
@@ -169,7 +182,7 @@ class Last:
         values.extend(range(100))
 
 ended = []
-whole = NonGenericDictionary()
+whole = new_dictionary()
 values = make_interop("arrlist")
 whole.add(0, NonGenericList([Last()]))
 values.append(NonGenericList([Last()]))

@@ -2,19 +2,14 @@
 
 from __future__ import annotations
 
-import datetime
-import threading
 from pathlib import Path
-from typing import Any
 
 import pytest
 from support.child import run_child
+from support.pictures import write_png
 
-from zelmor.imaging import NonGenericDictionary
-
-LOAD_SCRIPTS = {
-    # One enters, another enters and stays, the first leaves, the other goes on.
-    "in turn": """
+#: One enters, another enters and stays, the first leaves, the other goes on.
+IN_TURN = """
 class Slow(io.FileIO):
     def __init__(self, path, before):
         super().__init__(path)
@@ -42,19 +37,20 @@ def second():
         assert left.wait(20)
     load(Slow(path, before))
 
-run([first, second])
-""",
+"""
+LOAD_SCRIPTS = {
+    "in turn": IN_TURN + "run([first, second])",
     "eight threads": """
 def often():
     for _ in range(30):
         load(open(path, "rb"))
 run([often] * 8)
 """,
-    "asyncio.to_thread": """
+    "asyncio.to_thread": IN_TURN + """
 async def main():
-    await asyncio.gather(*(asyncio.to_thread(lambda: load(open(path, "rb"))) for _ in range(200)))
+    await asyncio.gather(asyncio.to_thread(first), asyncio.to_thread(second))
 asyncio.run(main())
-assert loaded == 200
+assert loaded == 2
 """,
 }
 PROLOGUE = """
@@ -88,52 +84,48 @@ def run(bodies):
 
 @pytest.mark.parametrize("name", LOAD_SCRIPTS)
 def test_threads_load_pictures_from_files_of_their_own(name: str, tmp_path: Path) -> None:
-    from support.pictures import write_png
     run_child(PROLOGUE + LOAD_SCRIPTS[name], str(write_png(tmp_path / "picture.png", 8, 6)))
 
 
+DEPTH = """
+import datetime
+from support.collections import new_dictionary
+
 class Waiting(datetime.tzinfo):
-    """A zone that waits for something when it is asked for its offset."""
-
-    def __init__(self, before: Any) -> None:
-        self.before = before
-
-    def utcoffset(self, dt: datetime.datetime | None) -> datetime.timedelta:
-        self.before()
+    def utcoffset(self, dt):
+        inside.set()
+        assert done.wait(20)
         return datetime.timedelta(0)
 
-
-def nested(depth: int, innermost: Any) -> list[Any]:
-    """A list in a list in a list."""
+def nested(depth, innermost):
     made = [innermost]
     for _ in range(depth - 1):
         made = [made]
     return made
 
+inside, done = threading.Event(), threading.Event()
+dictionary = new_dictionary()
 
-def test_each_thread_counts_the_depth_of_its_own_lists() -> None:
-    inside, done = threading.Event(), threading.Event()
-    dictionary, failures = NonGenericDictionary(), []
+def first():
+    dictionary.add("first", nested(60, datetime.datetime(2000, 1, 1, tzinfo=Waiting())))
 
-    def first() -> None:
-        def before() -> None:
-            inside.set()
-            assert done.wait(20)
-        try:
-            value = datetime.datetime(2000, 1, 1, tzinfo=Waiting(before))
-            dictionary.add("first", nested(60, value))
-        except BaseException as failure:  # noqa: B902 (told by the other thread)
-            failures.append(failure)
-
-    thread = threading.Thread(target=first)
-    thread.start()
+def second():
     try:
         assert inside.wait(20)
         dictionary.add("second", nested(60, 1))
-        with pytest.raises(RuntimeError, match="nested too deeply"):
+        try:
             dictionary.add("third", nested(101, 1))
+        except RuntimeError as failure:
+            assert "nested too deeply" in str(failure), failure
+        else:
+            raise AssertionError("it was taken")
     finally:
         done.set()
-        thread.join()
-    assert not failures
-    assert list(dictionary.keys) == ["second", "first"]
+
+run([first, second])
+assert list(dictionary.keys) == ["second", "first"]
+"""
+
+
+def test_each_thread_counts_the_depth_of_its_own_lists() -> None:
+    run_child(PROLOGUE + DEPTH, "")
