@@ -22,7 +22,7 @@ bool find_by_managed_name(void* handle, PyTypeObject*& out) {
 }  // namespace
 
 PyWrpTypesMap* PyWrpTypesMap::get_instance() {
-    static PyWrpTypesMap map;
+    static PyWrpTypesMap map;  // of the process, with a lock at each map that changes after the import
     return &map;
 }
 

@@ -81,7 +81,8 @@ AssemblyScope::AssemblyScope(Assembly assembly) noexcept
     : state_(&thread_state), saved_(std::exchange(state_->callbacks, &all_callbacks[static_cast<size_t>(assembly)])) {}
 
 AssemblyScope::~AssemblyScope() {
-    if (state_->first_reference) [[unlikely]] release_waiting_references(*state_);
+    if (state_->first_reference) [[unlikely]]
+        release_waiting_references(*state_);
     state_->callbacks = saved_;
 }
 

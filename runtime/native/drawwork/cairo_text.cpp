@@ -17,8 +17,8 @@ namespace {
 using Layout = std::unique_ptr<PangoLayout, Freeing<g_object_unref>>;
 
 // Makes the fonts of the folders available, in place of those of earlier ones. Which they are is one setting of the
-// process, changed under the interpreter lock; the map that keeps the fonts it has found is each thread's own, and has to
-// be told.
+// process, changed under the interpreter lock; the map that keeps the fonts it has found is each thread's own, and has
+// to be told.
 void use_folders(const std::vector<std::string>& folders) {
     static auto& current = *new std::vector<std::string>;
     static uint64_t changes = 0;
