@@ -5,11 +5,25 @@ from __future__ import annotations
 import pytest
 from support.child import run_child
 
+#: A chain runs in a thread with a small stack, so that fewer links do than in a program.
 PROLOGUE = """
-import sys
+import threading
 from support.collections import make_interop, new_dictionary
 from zelmor.imaging import NonGenericList
-LENGTH = 200_000
+LENGTH = 10_000
+
+def in_thread(body):
+    failures = []
+    def guarded():
+        try:
+            body()
+        except BaseException as failure:
+            failures.append(failure)
+    threading.stack_size(192 * 1024)
+    thread = threading.Thread(target=guarded)
+    thread.start()
+    thread.join()
+    assert not failures, failures
 """
 SCRIPTS = {
     # A list of values that holds the next one, under an object.
@@ -55,37 +69,48 @@ assert list(whole.keys) == []
 
 @pytest.mark.parametrize("name", SCRIPTS)
 def test_a_long_chain_is_dropped(name: str) -> None:
-    run_child(PROLOGUE + SCRIPTS[name])
+    body = "".join(f"    {line}\n" for line in SCRIPTS[name].splitlines())
+    run_child(f"{PROLOGUE}\ndef body():\n{body}\nin_thread(body)", PYTHONMALLOC="default")
+
+
+def test_a_list_around_lists_asks_the_innermost() -> None:
+    run_child(PROLOGUE + """
+def body():
+    last = NonGenericList([1, 2, 3])
+    for _ in range(LENGTH):
+        last = NonGenericList(last)
+    assert len(last) == 3 and list(last) == [1, 2, 3] and last[1] == 2
+in_thread(body)
+""")
 
 
 def test_chains_through_every_property_are_dropped() -> None:
     """Every class that has a property for an object of its own, typed or of any kind, or for a list of such."""
-    run_child("""
-import sys, threading
+    run_child(PROLOGUE + """
 from support.catalogue import every_class
-LENGTH = 5_000  # enough for the stack of the thread
 
 def setters(type_):
     try:
         first, second = type_(), type_()
     except (TypeError, RuntimeError):
         return  # has no constructor without arguments
+    tried = {"alone": lambda value: value, "in a list": lambda value: [value]}
     for name in dir(type_):
         if name.startswith("_") or not hasattr(getattr(type_, name, None), "__set__"):
             continue
-        for wrap in (lambda value: value, lambda value: [value]):
+        for how, wrap in list(tried.items()):
             try:
                 setattr(first, name, wrap(second))
             except (AttributeError, TypeError, RuntimeError):
                 continue
-            yield name, wrap
+            yield name, tried.pop(how)
             break
 
-def run():
+def body():
     for type_ in every_class():
         for name, wrap in setters(type_):
             last = type_()
-            for _ in range(LENGTH):
+            for _ in range(2_000):
                 link = type_()
                 setattr(link, name, wrap(last))
                 last = link
@@ -93,9 +118,6 @@ def run():
             dropped.append((type_.__name__, name))
 
 dropped = []
-threading.stack_size(256 * 1024)
-thread = threading.Thread(target=run)
-thread.start()
-thread.join()
-assert len(dropped) > 10, dropped
+in_thread(body)
+assert dropped
 """, seconds=300, PYTHONMALLOC="default")
