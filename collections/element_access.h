@@ -1,7 +1,8 @@
-// What the element callbacks have in common: judging a failure, and an element as a variant.
+// What the element callbacks have in common: judging a failure, an element as a variant, and a list's element in use.
 #pragma once
 
 #include "convert/variant.h"
+#include "pyshell/py_ref.h"
 #include "pyshell/python.h"
 
 namespace zelmor {
@@ -14,6 +15,33 @@ inline int failed_access() {
 // A classification can leave an error pending with the tag that it settled on.
 inline bool read_variant_element(PyObject* element, VariantArg* out) {
     return fn_conv_py_variant_to_clr_variant(element, out) == 1 && !PyErr_Occurred();
+}
+
+// Whether a list still has the element that was at the index; RuntimeError if not.
+bool require_listed(PyObject* list, int index, PyObject* element);
+
+// Reads an element of a list: `convert` fills what the managed side gets. That borrows from the element, which only the
+// list holds once this returns. Converting may run Python code, so the element is held meanwhile; if that code took it
+// out of the list, the read fails, and `give_up` takes back what was filled.
+template <class Convert, class GiveUp>
+int read_list_element(PyObject* list, int index, Convert convert, GiveUp give_up) {
+    PyRef element = PyRef::borrow(PyList_GetItem(list, index));
+    if (!element) {
+        return failed_access();
+    }
+    if (!convert(element.get())) {
+        return -1;
+    }
+    if (require_listed(list, index, element.get())) [[likely]] {
+        return 0;
+    }
+    give_up();
+    return -1;
+}
+
+template <class Convert>
+int read_list_element(PyObject* list, int index, Convert convert) {
+    return read_list_element(list, index, convert, [] {});
 }
 
 }  // namespace zelmor

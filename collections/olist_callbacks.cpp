@@ -14,11 +14,8 @@
 using zelmor::PyRef;
 
 int fn_clbk_olist_get_item(PyObject* list, int index, VariantArg* out) {
-    PyObject* element = PyList_GetItem(list, index);
-    if (element == nullptr) {
-        return zelmor::failed_access();
-    }
-    return zelmor::read_variant_element(element, out) ? 0 : -1;
+    return zelmor::read_list_element(list, index,
+                                     [&](PyObject* element) { return zelmor::read_variant_element(element, out); });
 }
 
 int fn_clbk_olist_set_item(PyObject* list, int index, PyObject* value) {

@@ -1,32 +1,40 @@
 // The parts of typed element access that do not depend on the element.
 #include "collections/typed_callbacks.h"
 
-#include "collections/element_access.h"
-
 namespace zelmor {
 
 namespace {
 
 // A buffer that was taken but will not do goes back at once: after a failure the managed side has nothing to release.
-bool read_bytes(PyObject* element, PyBytesArg* out, Py_buffer* state) {
-    if (fn_conv_py_bytes_to_clr_bytes_value(element, state, out)) {
-        return true;
-    }
+void give_buffer_back(PyBytesArg* out, Py_buffer* state) {
     if (out->acquired != 0) {
         PyBuffer_Release(state);
         out->acquired = 0;
     }
+}
+
+bool read_bytes(PyObject* element, PyBytesArg* out, Py_buffer* state) {
+    if (fn_conv_py_bytes_to_clr_bytes_value(element, state, out)) {
+        return true;
+    }
+    give_buffer_back(out, state);
     return false;
 }
 
 }  // namespace
 
-PyObject* list_element(PyObject* list, int index) {
-    return PyList_GetItem(list, index);
-}
-
-int no_element() {
-    return failed_access();
+bool require_listed(PyObject* list, int index, PyObject* element) {
+    const Py_ssize_t size = PyList_GET_SIZE(list);
+    if (index < size && PyList_GET_ITEM(list, index) == element) [[likely]] {
+        return true;
+    }
+    for (Py_ssize_t i = 0; i < size; ++i) {
+        if (PyList_GET_ITEM(list, i) == element) {
+            return true;
+        }
+    }
+    PyErr_SetString(PyExc_RuntimeError, "the list lost the element while it was read");
+    return false;
 }
 
 int keep_sequence_element(bool converted, PyObject* element, PyObject** owner) {
@@ -39,17 +47,15 @@ int keep_sequence_element(bool converted, PyObject* element, PyObject** owner) {
 }
 
 int list_get_bytes(PyObject* list, int index, PyBytesArg* out, Py_buffer* state) {
-    PyObject* element = list_element(list, index);
-    if (element == nullptr) {
-        return no_element();
-    }
-    return read_bytes(element, out, state) ? 0 : -1;
+    return read_list_element(
+        list, index, [&](PyObject* element) { return read_bytes(element, out, state); },
+        [&] { give_buffer_back(out, state); });
 }
 
 int sequence_get_bytes(PyObject* sequence, int index, PyObject** owner, PyBytesArg* out, Py_buffer* state) {
     PyObject* element = PySequence_GetItem(sequence, index);
     if (element == nullptr) {
-        return no_element();
+        return failed_access();
     }
     return keep_sequence_element(read_bytes(element, out, state), element, owner);
 }

@@ -18,7 +18,7 @@ class ExchangeHost {
     ExchangeHost& operator=(const ExchangeHost&) = delete;
 
     static ExchangeHost& get_instance() {
-        static ExchangeHost host;
+        static ExchangeHost host;  // delegates of the process, made once under the interpreter lock
         return host;
     }
 

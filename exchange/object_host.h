@@ -16,7 +16,7 @@ class ObjectHost {
     ObjectHost& operator=(const ObjectHost&) = delete;
 
     static ObjectHost& get_instance() {
-        static ObjectHost host;
+        static ObjectHost host;  // delegates of the process, made once under the interpreter lock
         return host;
     }
 

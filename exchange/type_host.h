@@ -68,7 +68,7 @@ class TypeHost {
         return host;
     }
 
-    static inline Host* s_instance = nullptr;
+    static inline Host* s_instance = nullptr;  // one per process: made whole, with no callback, by the first user
 
     const char* m_assembly_name;
     bool m_is_not_valid = false;

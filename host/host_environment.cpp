@@ -36,6 +36,7 @@ void resolve(const DynamicLibrary& library, const char* name, Function*& functio
 
 HostEnvironment& HostEnvironment::instance(const char* version, bool debug, const char* suffix, const char* product,
                                            const char* netcore_dir, const char* assembly_dir) {
+    // The runtime is one for the process; it is started while the module is imported, under the interpreter lock.
     static HostEnvironment environment;
     if (environment.m_wrap_library.is_held()) return environment;
 

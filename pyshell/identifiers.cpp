@@ -1,4 +1,4 @@
-// Storage and creation of the interned identifiers.
+// Storage and creation of the interned identifiers. Written once, during the import; all threads read them.
 #include "pyshell/identifiers.h"
 
 #define ZELMOR_DEFINE_IDENTIFIER(identifier, text) PyObject* identifier = nullptr;

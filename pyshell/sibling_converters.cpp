@@ -1,4 +1,5 @@
-// Import of capsules, and the converters that every module on the bridge takes from its siblings.
+// Import of capsules, and the converters that every module on the bridge takes from its siblings. They are filled in
+// during the import and only read from then on, by all threads.
 #include "pyshell/sibling_converters.h"
 
 #include <cstring>

@@ -30,7 +30,7 @@ bool drop_untyped(void* handle) {
 }  // namespace
 
 PyWrpTypesMap* PyWrpTypesMap::get_instance() {
-    static PyWrpTypesMap map;
+    static PyWrpTypesMap map;  // of the process, with a lock at each map that changes after the import
     return &map;
 }
 

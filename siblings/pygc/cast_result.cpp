@@ -35,10 +35,12 @@ int result_clear(PyObject* self) {
     return 0;
 }
 
+// Results in results go one after the other: the interpreter's own count keeps the stack short.
 void result_dealloc(PyObject* self) {
     PyObject_GC_UnTrack(self);
-    Py_CLEAR(as_result(self)->value);
+    Py_TRASHCAN_BEGIN(self, result_dealloc) Py_CLEAR(as_result(self)->value);
     Py_TYPE(self)->tp_free(self);
+    Py_TRASHCAN_END
 }
 
 PyObject* result_repr(PyObject* self) {

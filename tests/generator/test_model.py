@@ -90,6 +90,8 @@ class Derived : Base
     ("\nclass A : B\nclass B : A\n", 4, "B derives from itself"),
     ("\nclass A disposable\nclass B : A\n", 4, "A is disposable, and so is what derives from it"),
     ("\nclass A\nclass B implements A\n", 4, "A is no interface"),
+    ("\nclass A\nclass B stands for A\n", 4, "A is no interface"),
+    ("\ninterface I\nclass A implements I stands for I\n", 4, "A has I twice"),
     ("\ninterface I\n    ctor ()\n", 3, "only classes and structs have constructors"),
     ("\nclass A\n    ctor (x: int32)\n    ctor (y: int32)\n", 5, "two constructors take the same types"),
     ("\nclass A\n    method go Go (x: int32)\n    method go Go (y: int32)\n", 5,
@@ -246,6 +248,13 @@ def test_an_interface_inherits_from_all_that_it_extends(build: Build) -> None:
 def test_a_name_that_is_inherited_or_shared_wrongly_is_refused(
         build: Build, text: str, line: int, reason: str) -> None:
     assert refusal(build, text) == (line, reason)
+
+
+def test_what_a_class_stands_for_is_the_managed_sides_affair(build: Build) -> None:
+    model = build("\ninterface I\ninterface J\nclass A : B implements I stands for J\nclass B\n")
+    entry = model.types[2]
+    assert [interface.name for interface in entry.implemented] == ["I", "J"]
+    assert entry.markers == [model.types[0]] and model.types[1] not in entry.referenced()
 
 
 def test_the_tree_follows_the_ordinal_order_of_managed_names(build: Build) -> None:

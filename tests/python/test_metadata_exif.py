@@ -2,7 +2,11 @@
 
 from __future__ import annotations
 
+import datetime
+import decimal
 import struct
+import uuid
+from typing import Any
 
 import pytest
 from PIL import Image
@@ -178,6 +182,18 @@ def test_tags_belong_to_directories() -> None:
         assert list(data.properties) == []
         with pytest.raises(RuntimeError, match="InvalidCastException"):
             data.exif_tags = ["text"]
+
+
+@pytest.mark.parametrize(("value", "name"), [
+    (-1, "Int32"), (2**40, "Int64"), (2**63, "UInt64"), (1.5, "Double"), (True, "Boolean"), (b"ab", "Byte\\[\\]"),
+    (decimal.Decimal("1.5"), "Decimal"), (datetime.timedelta(1), "TimeSpan"), (uuid.UUID(int=7), "Guid"),
+    (datetime.datetime(2000, 1, 1), "DateTime")])
+def test_a_refusal_names_the_types(value: Any, name: str) -> None:
+    data = JpegExifData()
+    with pytest.raises(RuntimeError, match=rf"^Proxy error\(InvalidCastException\): Unable to cast object of type "
+                                           rf"'System.{name}' to type 'System.String'\.$"):
+        data.body_serial_number = value
+    assert data.body_serial_number is None
 
 
 def test_what_a_tag_is_changed_to_shows() -> None:

@@ -6,6 +6,7 @@ import weakref
 
 import pytest
 from capsules import cast_result_new
+from support.child import run_child
 
 from zelmor import pygc
 
@@ -125,3 +126,21 @@ def test_cycles_are_collected():
     del holder
     gc.collect()
     assert watch() is None
+
+
+def test_results_in_results_are_dropped_one_by_one():
+    run_child("""
+import threading
+from test_siblings_cast_result import make
+
+def run():
+    result = make(1, "value")
+    for _ in range(100_000):
+        result = make(1, result)
+    del result
+
+threading.stack_size(256 * 1024)
+thread = threading.Thread(target=run)
+thread.start()
+thread.join()
+""")

@@ -187,6 +187,13 @@ class Builder:
             if interface.kind != "interface":
                 raise CatalogueError(line.place, f"{name} is no interface")
             entry.interfaces.append(interface)
+        for name in line.stands_for:
+            interface = self._find(line.place, name, line.namespace)
+            if interface.kind != "interface":
+                raise CatalogueError(line.place, f"{name} is no interface")
+            if interface in entry.implemented:
+                raise CatalogueError(line.place, f"{entry.name} has {name} twice")
+            entry.stands_for.append(interface)
 
     def _enumeration(self, entry: Type, line: TypeLine) -> None:
         if line.base not in _ENUM_WIDTHS:

@@ -17,7 +17,7 @@ PROPERTY_KINDS = ("get", "getset", "static_get", "static_getset", "const")
 _TYPE_LINE = re.compile(
     r"(?P<kind>class|static class|struct|interface|enum flags|enum) (?P<name>\w+)"
     r"(?: : (?P<base>[\w.]+))?(?P<disposable> disposable)?(?P<converts> converts)?"
-    r"(?: implements (?P<interfaces>[\w., ]+))?\Z"
+    r"(?: implements (?P<interfaces>[\w.]+(?:, [\w.]+)*))?(?: stands for (?P<stands_for>[\w.]+(?:, [\w.]+)*))?\Z"
 )
 # What can stand behind any member.
 _END = r"(?: from (?P<origin>[\w.]+))?(?P<exception> exception)?(?: because \"(?P<reason>[^\"]+)\")?\Z"
@@ -65,6 +65,7 @@ class TypeLine:
     disposable: bool = False
     converts: bool = False  # the managed type converts itself to other types
     interfaces: tuple[str, ...] = ()
+    stands_for: tuple[str, ...] = ()
     members: list[MemberLine] = field(default_factory=list)
     values: list[tuple[str, int]] = field(default_factory=list)  # of an enumeration
 
@@ -141,9 +142,10 @@ def read_types(path: Path) -> list[TypeLine]:
                 raise CatalogueError(place, "expected a type line or an indented member")
             if namespace is None:
                 raise CatalogueError(place, "a type before the namespace line")
-            interfaces = tuple(part.strip() for part in (match["interfaces"] or "").split(",") if part.strip())
+            interfaces, stands_for = (tuple(match[part].split(", ")) if match[part] else ()
+                                      for part in ("interfaces", "stands_for"))
             types.append(TypeLine(place, match["kind"], namespace, match["name"], match["base"],
-                                  bool(match["disposable"]), bool(match["converts"]), interfaces))
+                                  bool(match["disposable"]), bool(match["converts"]), interfaces, stands_for))
         elif not types:
             raise CatalogueError(place, "a member before the first type")
         elif types[-1].kind.startswith("enum"):

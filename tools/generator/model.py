@@ -128,6 +128,7 @@ class Type:
     cast_from: bool = False  # the managed type converts itself to other types
     base: Type | None = None
     interfaces: list[Type | str] = field(default_factory=list)  # an interop interface stands by its name
+    stands_for: list[Type] = field(default_factory=list)  # interfaces of the managed class that the wrapper is not told
     constructors: list[Overload] = field(default_factory=list)
     methods: list[Method] = field(default_factory=list)
     properties: list[Property] = field(default_factory=list)
@@ -169,6 +170,11 @@ class Type:
     def static_writers(self) -> list[Property]:
         """The static properties with a method `set_<name>`, in the order of the method table."""
         return self.writers or [prop for prop in self.properties if prop.static and prop.writable]
+
+    @property
+    def implemented(self) -> list[Type]:
+        """The interfaces for which the managed side takes an instance."""
+        return [*(item for item in self.interfaces if isinstance(item, Type)), *self.stands_for]
 
     @property
     def markers(self) -> list[Type | str]:

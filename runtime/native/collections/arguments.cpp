@@ -12,19 +12,17 @@ namespace {
 class NestingGuard {
  public:
     NestingGuard() {
-        if (depth() >= kDeepest) throw_argument("The list is nested too deeply, or holds itself.");
-        ++depth();
+        if (depth >= kDeepest) throw_argument("The list is nested too deeply, or holds itself.");
+        ++depth;
     }
-    ~NestingGuard() { --depth(); }
+    ~NestingGuard() { --depth; }
     NestingGuard(const NestingGuard&) = delete;
     NestingGuard& operator=(const NestingGuard&) = delete;
 
  private:
     static constexpr int kDeepest = 100;
-    static int& depth() {
-        static int current = 0;
-        return current;
-    }
+    // Each thread reads lists of its own: a `__len__` or `__getitem__` in one lets the others in.
+    static inline constinit thread_local int depth = 0;
 };
 
 Ref<ManagedList> copied(const VariantArg& arg, ListShape shape, const ElementType& element) {

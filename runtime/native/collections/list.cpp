@@ -1,9 +1,11 @@
 // Storage and operations of managed lists.
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <utility>
 
+#include "runtime/native/collections/drawing_record.h"
 #include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
@@ -65,7 +67,7 @@ T scalar_from(const Value& value, const ElementType& element) {
             }
         }
     }
-    throw_invalid_cast(is_null(value) ? "null" : to_utf8(text_of_value(value)), element.name);
+    throw_invalid_value_cast(value, element.name);
 }
 
 template <class T>
@@ -250,8 +252,9 @@ template class ScalarList<uint64_t>;
 template class ScalarList<float>;
 template class ScalarList<double>;
 
-const Value& ValueList::checked(const Value& value) const {
+Value ValueList::checked(const Value& value) const {
     const ElementType& e = element();
+    if (e.wire == Wire::kRecord) return Ref<ManagedObject>(DrawingRecord::of(value, e));
     if (is_null(value)) {
         if (e.wire == Wire::kStruct) throw_invalid_cast("null", e.name);
         return value;
@@ -281,26 +284,32 @@ const Value& ValueList::checked(const Value& value) const {
         default:
             break;
     }
-    if (!fits) throw_invalid_cast(to_utf8(text_of_value(value)), element_name(e));
+    if (!fits) throw_invalid_value_cast(value, element_name(e));
     return value;
 }
 
+// What an element held goes when the list is whole again.
 void ValueList::store(size_t index, const Value& value) {
-    items[index] = checked(value);
+    Value stored = checked(value);
+    items[index].swap(stored);
 }
 void ValueList::store_new(size_t index, const Value& value) {
     items.insert(at(items, index), checked(value));
 }
 void ValueList::take_out(size_t first, size_t count) {
-    items.erase(at(items, first), at(items, first + count));
+    const auto begin = at(items, first);
+    const auto end = at(items, first + count);
+    const std::vector<Value> taken(std::make_move_iterator(begin), std::make_move_iterator(end));
+    items.erase(begin, end);
 }
 void ValueList::resize(size_t count) {
-    while (items.size() > count)
-        items.pop_back();
+    if (items.size() > count) take_out(count, items.size() - count);
     items.reserve(count);
     // Each value type has a box of its own.
+    const bool record = element().wire == Wire::kRecord;
     while (items.size() < count)
-        items.push_back(zero_value(element().wire, element().type()));
+        items.push_back(record ? Value(Ref<ManagedObject>(make_ref<DrawingRecord>(element())))
+                               : zero_value(element().wire, element().type()));
 }
 void ValueList::turn() {
     std::reverse(items.begin(), items.end());

@@ -1,7 +1,8 @@
 // What Python asks of a managed collection: length, elements, search, change, bulk operations.
 //
 // Indices and bounds that the caller leaves to this side are read as Python's list reads them: a negative one counts
-// from the end, and insertion and search bounds are clamped.
+// from the end, and insertion and search bounds are clamped. Reading an element may run Python code that changes the
+// list: what was found out about the list before is found out again after it.
 #include "runtime/native/collections/list_services.h"
 
 #include <algorithm>
@@ -58,7 +59,9 @@ void set_item(ServiceCall& call) {
     ManagedList& list = list_of(call);
     const auto index = call.frame.argument<int32_t>(1);
     if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
-    list.set(position(index), element_argument(call, 2));
+    const Value element = element_argument(call, 2);
+    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    list.set(position(index), element);
     call.frame.set_result<int32_t>(kDelivered);
 }
 
@@ -66,7 +69,9 @@ void set_item_no_check(ServiceCall& call) {
     ManagedList& list = list_of(call);
     const auto index = call.frame.argument<int32_t>(1);
     require_in_range(list, index);
-    list.set(position(index), element_argument(call, 2));
+    const Value element = element_argument(call, 2);
+    require_in_range(list, index);
+    list.set(position(index), element);
 }
 
 void add(ServiceCall& call) {
@@ -75,7 +80,8 @@ void add(ServiceCall& call) {
 
 void insert(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
-    list.insert(position(clamped(call.frame.argument<int32_t>(1), size_of(list))), element_argument(call, 2));
+    const Value element = element_argument(call, 2);
+    list.insert(position(clamped(call.frame.argument<int32_t>(1), size_of(list))), element);
 }
 
 void remove(ServiceCall& call) {
@@ -177,10 +183,10 @@ void sort(ServiceCall& call) {
 
 void index_by(ServiceCall& call) {
     const ManagedList& list = list_of(call);
+    const Value value = element_argument(call, 5);
     const int32_t size = size_of(list);
     const int32_t first = call.frame.argument<uint8_t>(1) ? clamped(call.frame.argument<int32_t>(2), size) : 0;
     const int32_t end = call.frame.argument<uint8_t>(3) ? clamped(call.frame.argument<int32_t>(4), size) : size;
-    const Value value = element_argument(call, 5);
     const int64_t found = first < end ? list.find(value, position(first), position(end)) : -1;
     call.frame.set_result(static_cast<int32_t>(found));
 }

@@ -175,6 +175,9 @@ Value PythonElements::read(size_t index) const {
         case Wire::kCollection: {
             VariantArg arg{};
             const PyHeld owner = fetch(index, &arg);
+            // Reading the inner list may run code that takes it out of the outer one, which only lends it.
+            const bool python = arg.tag == kHandlePyObject || arg.tag == kHandlePySequence;
+            const PyHeld inner = python ? PyHeld::borrow(static_cast<PyObject*>(arg.value)) : PyHeld();
             return Value(Ref<ManagedObject>(read_list(&arg, *element_->inner())));
         }
         default:

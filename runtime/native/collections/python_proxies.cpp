@@ -41,7 +41,10 @@ bool PythonEnumerator::move_next(Value& element) {
     PyObject* owner = nullptr;
     VariantArg arg{};
     const int status = tables().iter->next(iterator_.get(), &owner, &arg);
-    current_ = PyHeld::steal(status == 0 ? owner : nullptr);
+    // Letting the element before it go may run Python code that moves this very enumerator on: the new one is held
+    // here, too, until it is read.
+    const PyHeld delivered = PyHeld::steal(status == 0 ? owner : nullptr);
+    current_ = delivered;
     if (status == 1) return false;
     if (status != 0) throw_python_error("Reading the next element");
     element = read_variant(&arg);

@@ -23,6 +23,7 @@ void type_of(ServiceCall& call) {
 }
 
 void cast_to(ServiceCall& call) {
+    call.frame.fails_with(kCastFailed);
     auto object = source_of(call);
     const bool made = !object || fits_service(call.service, *object);
     if (made) *call.frame.argument<Handle*>(1) = make_handle(std::move(object));
@@ -30,6 +31,7 @@ void cast_to(ServiceCall& call) {
 }
 
 void cast_as(ServiceCall& call) {
+    call.frame.fails_with(kCastFailed);
     auto object = source_of(call);
     const bool made = object && fits_service(call.service, *object);
     if (made) *call.frame.argument<Handle*>(1) = make_handle(std::move(object));

@@ -3,11 +3,15 @@
 
 #include <array>
 #include <climits>
+#include <new>
 
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/core/thread_state.h"
 
 namespace zelmor::embed {
+
+constinit thread_local ThreadState thread_state;
 
 namespace {
 
@@ -16,8 +20,8 @@ constexpr std::array<const char*, kAssemblyCount> kAssemblyNames = {
     "WrpInterop.Zelmor.PyIo", "WrpInterop.Zelmor.PyDrawing", "WrpInterop.Zelmor.Imaging",
 };
 
+// One for the process: each module hands its tables over once, while it is imported, before any call that uses them.
 std::array<Callbacks, kAssemblyCount> all_callbacks;
-Callbacks* current = nullptr;
 
 PyObject* checked(PyObject* object) {
     if (!object) throw PythonErrorPending();
@@ -57,6 +61,7 @@ Callbacks& callbacks_of(Assembly assembly) {
 }
 
 const Callbacks& callbacks() {
+    const Callbacks* current = thread_state.callbacks;
     if (current && current->exception) return *current;
     for (const Callbacks& candidate : all_callbacks) {
         if (candidate.exception) return candidate;
@@ -73,10 +78,49 @@ const PyObjApiCallbacks& object_api() {
 }
 
 AssemblyScope::AssemblyScope(Assembly assembly) noexcept
-    : saved_(std::exchange(current, &all_callbacks[static_cast<size_t>(assembly)])) {}
+    : state_(&thread_state), saved_(std::exchange(state_->callbacks, &all_callbacks[static_cast<size_t>(assembly)])) {}
 
 AssemblyScope::~AssemblyScope() {
-    current = saved_;
+    if (state_->first_reference) [[unlikely]]
+        release_waiting_references(*state_);
+    state_->callbacks = saved_;
+}
+
+// A reference that was held by a managed object, on its way back to Python.
+struct WaitingReference {
+    PyObject* object;
+    void (*dec_ref)(PyObject*);
+    WaitingReference* next;
+};
+
+namespace {
+
+void give_back(PyObject* object) noexcept {
+    ThreadState& state = thread_state;
+    const auto dec_ref = object_api().dec_ref;
+    // Outside of the end of an object the holder is a local of some function, which expects Python code to run here.
+    if (!state.ending) return dec_ref(object);
+    auto* waiting = new (std::nothrow) WaitingReference{object, dec_ref, nullptr};
+    if (!waiting) return dec_ref(object);
+    (state.last_reference ? state.last_reference->next : state.first_reference) = waiting;
+    state.last_reference = waiting;
+}
+
+}  // namespace
+
+// What is given back may end managed objects, which give more back: all that comes is taken here, one by one, however
+// far down it came from.
+void release_waiting_references(ThreadState& state) noexcept {
+    if (state.releasing) return;
+    state.releasing = true;
+    while (WaitingReference* first = state.first_reference) {
+        state.first_reference = first->next;
+        if (!first->next) state.last_reference = nullptr;
+        const WaitingReference taken = *first;
+        delete first;
+        taken.dec_ref(taken.object);
+    }
+    state.releasing = false;
 }
 
 PyHeld PyHeld::borrow(PyObject* object) {
@@ -93,7 +137,7 @@ PyHeld PyHeld::steal(PyObject* object) {
 PyHeld::PyHeld(const PyHeld& other) : object_(other.new_reference()) {}
 
 PyHeld::~PyHeld() {
-    if (object_) object_api().dec_ref(object_);
+    if (object_) give_back(object_);
 }
 
 PyObject* PyHeld::new_reference() const {

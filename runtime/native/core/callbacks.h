@@ -35,13 +35,16 @@ struct Callbacks {
 };
 Callbacks& callbacks_of(Assembly assembly);
 
-// The callbacks of the entry point that is running. Falls back on any assembly that has handed its tables over.
+// The callbacks of the entry point that this thread is in. Falls back on any assembly that has handed its tables over.
 const Callbacks& callbacks();
 // The tables of the running entry point; InvalidOperationException where they were never handed over.
 const PyStaticCallbacks& tables();
 const PyObjApiCallbacks& object_api();
 
-// Makes an assembly's callbacks the current ones for a scope; entry points nest through Python.
+struct ThreadState;
+
+// Makes an assembly's callbacks the current ones of this thread for a scope; entry points nest through Python. Its end
+// is where Python objects go whose managed holders have ended.
 class AssemblyScope {
  public:
     explicit AssemblyScope(Assembly assembly) noexcept;
@@ -50,10 +53,13 @@ class AssemblyScope {
     AssemblyScope& operator=(const AssemblyScope&) = delete;
 
  private:
+    ThreadState* state_;
     Callbacks* saved_;
 };
 
-// A strong reference to a Python object, held through the callbacks.
+// A strong reference to a Python object, held through the callbacks. Letting it go may run Python code. One that is
+// let go of by the end of a managed object therefore waits till the end of the entry point: whoever let the object go
+// may be in the middle of changing something.
 class PyHeld {
  public:
     PyHeld() noexcept = default;

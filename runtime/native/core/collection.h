@@ -167,7 +167,7 @@ class ValueList final : public ManagedList {
     void order(bool descending) override;
 
  private:
-    const Value& checked(const Value& value) const;
+    Value checked(const Value& value) const;
 };
 
 // An enumerator over a list; a list that changed under it raises InvalidOperationException.

@@ -25,7 +25,8 @@ struct Table {
     std::array<int64_t, 4> live{};  // by HandleKind
 };
 
-// Lives until the process ends: Python may give handles back after the static objects of this library are gone.
+// Lives until the process ends: Python may give handles back after the static objects of this library are gone. One for
+// all threads, as an object may pass from one to another; it is whole whenever a callback or the end of an object runs.
 Table& table() {
     static Table& instance = *new Table;
     return instance;

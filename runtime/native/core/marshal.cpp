@@ -182,15 +182,26 @@ PyObject* python_object_of(const ManagedObject& object) {
 
 }  // namespace
 
+// A wrapper by the run-time type, or null where the module that is asked has no class for it.
+static PyObject* wrapped(const Ref<ManagedObject>& object) {
+    PyObject* wrapper = nullptr;
+    const int status = tables().tpo_api->try_write_tpo(make_handle(object), type_id(object->type()), &wrapper);
+    if (status < 0) throw PythonErrorPending();
+    return status == 1 ? wrapper : nullptr;
+}
+
 PyObject* py_object(Ref<ManagedObject> object) {
     if (!object) return py_none();
     if (PyObject* python = python_object_of(*object)) return PyHeld::borrow(python).detach();
+    if (auto other = object->shown_as()) return py_object(std::move(other));
     if (object->type().kind == TypeKind::kStruct) object = object->copy();
-    const int64_t id = type_id(object->type());
-    PyObject* wrapper = nullptr;
-    const int status = tables().tpo_api->try_write_tpo(make_handle(object), id, &wrapper);
-    if (status == 1) return wrapper;
-    if (status < 0) throw PythonErrorPending();
+    if (PyObject* wrapper = wrapped(object)) return wrapper;
+    // A class of another module is known to that one.
+    const auto home = find_assembly(object->type().assembly);
+    if (home && callbacks_of(*home).tables && &callbacks_of(*home) != &callbacks()) {
+        const AssemblyScope scope(*home);
+        if (PyObject* wrapper = wrapped(object)) return wrapper;
+    }
     // Python has no class of the run-time type: the managed side's own form of the value.
     if (auto* list = dynamic_cast<ManagedList*>(object.get())) return list->write_wrapper();
     if (auto* number = dynamic_cast<EnumObject*>(object.get())) return py_int(number->value());
@@ -238,7 +249,7 @@ void write_collection(const Value& value, PyCollectionArg* out) {
     }
     if (is_null(value)) return;
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    if (!object) throw_invalid_cast(to_utf8(text_of_value(value)), "a managed collection");
+    if (!object) throw_invalid_value_cast(value, "System.Collections.IEnumerable");
     if (PyObject* python = python_object_of(**object)) {
         out->kind = kCollectionPyObject;
         out->value = python;

@@ -3,18 +3,42 @@
 
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/core/thread_state.h"
 
 namespace zelmor::embed {
+
+// One within the other, the ends of a long chain would use up the stack.
+void ManagedObject::end() const noexcept {
+    ThreadState& state = thread_state;
+    if (state.ending) {
+        next_ended_ = nullptr;
+        (state.last_ended ? state.last_ended->next_ended_ : state.first_ended) = this;
+        state.last_ended = this;
+        return;
+    }
+    state.ending = true;
+    delete this;
+    while (const ManagedObject* object = state.first_ended) {
+        state.first_ended = object->next_ended_;
+        if (!state.first_ended) state.last_ended = nullptr;
+        object->life_ = {};
+        delete object;
+    }
+    state.ending = false;
+    // Within an entry point the references to Python objects wait for its end.
+    if (!state.callbacks && state.first_reference) release_waiting_references(state);
+}
 
 std::u16string ManagedObject::to_text() const {
     return to_utf16(type().full_name);
 }
 
 int32_t ManagedObject::hash_code() const {
-    // A running number, spread over the word, is cheaper than the address and the same in every run.
+    // A running number, spread over the word, is cheaper than the address and the same in every run. All threads
+    // count on: it is given between two callbacks.
     static uint32_t last = 0;
-    if (hash_ == 0) hash_ = static_cast<int32_t>((++last * 2654435761u) | 1u);
-    return hash_;
+    if (life_.hash == 0) life_.hash = static_cast<int32_t>((++last * 2654435761u) | 1u);
+    return life_.hash;
 }
 
 Ref<ManagedObject> ManagedObject::copy() const {

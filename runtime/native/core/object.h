@@ -29,6 +29,8 @@ class ManagedObject {
     virtual int32_t hash_code() const;
     // MemberwiseClone(): a copy with the same values; NotSupportedException where a type cannot be copied.
     virtual Ref<ManagedObject> copy() const;
+    // The object that Python is shown in place of this one, which it has no class for; empty where it is shown itself.
+    virtual Ref<ManagedObject> shown_as() const { return nullptr; }
     // Called once, by the first dispose(); releases what the object holds before its last reference goes.
     virtual void on_dispose() {}
 
@@ -41,15 +43,25 @@ class ManagedObject {
     // Raises ObjectDisposedException naming the type once the object is disposed.
     void require_live() const;
 
-    void retain() const noexcept { ++count_; }
+    void retain() const noexcept { ++life_.count; }
     void release() const noexcept {
-        if (--count_ == 0) delete this;
+        if (--life_.count == 0) end();
     }
 
  private:
+    // Deletes the object, and after it, one by one, those that it and they held the last count of.
+    void end() const noexcept;
+
+    struct Life {
+        uint32_t count = 0;
+        int32_t hash = 0;  // given at the first question
+    };
+
     const TypeInfo* type_;
-    mutable uint32_t count_ = 0;
-    mutable int32_t hash_ = 0;  // given at the first question
+    union {
+        mutable Life life_ = {};
+        mutable const ManagedObject* next_ended_;  // once the last count is gone
+    };
     bool disposed_ = false;
 };
 

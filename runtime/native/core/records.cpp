@@ -78,6 +78,7 @@ const DefaultValue* find_default(const TypeInfo& type, std::string_view property
 }
 
 const Layout& layout_of(const TypeInfo& type) {
+    // Shared by all threads and only added to; making one calls nothing of Python.
     static auto& layouts = *new std::unordered_map<const TypeInfo*, std::unique_ptr<Layout>>;
     if (const auto known = layouts.find(&type); known != layouts.end()) return *known->second;
 
@@ -119,6 +120,7 @@ const FactoryRegistration*& factory_chain() {
 }
 
 FactoryRegistration::Factory factory_of(const TypeInfo& type) {
+    // Shared by all threads and only added to, with no callback in between.
     static auto& known = *new std::unordered_map<const TypeInfo*, FactoryRegistration::Factory>;
     if (const auto found = known.find(&type); found != known.end()) return found->second;
     FactoryRegistration::Factory make = nullptr;
@@ -143,6 +145,7 @@ Record& record_with(const ManagedObject& object, std::string_view name, int& slo
 }
 
 Value& static_slot(const TypeInfo& type, std::string_view name) {
+    // Static properties belong to the process, as in .NET: what one thread sets, all see.
     static auto& slots = *new std::unordered_map<const PropertyInfo*, Value>;
     for (const PropertyInfo& property : type.properties) {
         if (!property.is_static || name != property.name) continue;
@@ -288,7 +291,7 @@ void Record::assign_from(const Record& other) {
         // A common base's properties stand at the same place; others are looked for by name.
         const bool same = i < mine.slots.size() && std::string_view(mine.slots[i]->name) == theirs.slots[i]->name;
         const int slot = same ? static_cast<int>(i) : mine.find(theirs.slots[i]->name);
-        if (slot >= 0) slots_[static_cast<size_t>(slot)] = copied(other.slots_[i]);
+        if (slot >= 0) set_slot(slot, copied(other.slots_[i]));
     }
 }
 
@@ -331,7 +334,7 @@ int64_t property_int(const ManagedObject& object, std::string_view name) {
     if (const auto* x = std::get_if<bool>(&value)) return *x;
     if (const auto* x = std::get_if<double>(&value)) return static_cast<int64_t>(*x);
     if (is_null(value)) return 0;
-    throw_invalid_cast(std::string(object.type().full_name) + "." + std::string(name), "an integer");
+    throw_invalid_value_cast(value, "System.Int64");
 }
 
 bool property_bool(const ManagedObject& object, std::string_view name) {
@@ -348,14 +351,14 @@ std::optional<std::u16string> property_string(const ManagedObject& object, std::
     const Value& value = property(object, name);
     if (const auto* x = std::get_if<std::u16string>(&value)) return *x;
     if (is_null(value)) return std::nullopt;
-    throw_invalid_cast(std::string(object.type().full_name) + "." + std::string(name), "System.String");
+    throw_invalid_value_cast(value, "System.String");
 }
 
 Ref<ManagedObject> property_object(const ManagedObject& object, std::string_view name) {
     const Value& value = property(object, name);
     if (const auto* x = std::get_if<Ref<ManagedObject>>(&value)) return *x;
     if (is_null(value)) return {};
-    throw_invalid_cast(std::string(object.type().full_name) + "." + std::string(name), "a managed object");
+    throw_invalid_value_cast(value, "System.Object");
 }
 
 bool has_property(const ManagedObject& object, std::string_view name) {
@@ -367,7 +370,7 @@ const Value& static_property(const TypeInfo& type, std::string_view name) {
 }
 
 void set_static_property(const TypeInfo& type, std::string_view name, Value value) {
-    static_slot(type, name) = std::move(value);
+    static_slot(type, name).swap(value);
 }
 
 }  // namespace zelmor::embed

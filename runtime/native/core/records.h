@@ -37,7 +37,8 @@ class Record : public ManagedObject {
 
     // The stored value of a slot, unset where nothing was stored and the type has no default for it.
     const Value& slot(int index) const { return slots_[static_cast<size_t>(index)]; }
-    void set_slot(int index, Value value) { slots_[static_cast<size_t>(index)] = std::move(value); }
+    // The old value goes when the new one is in its place.
+    void set_slot(int index, Value value) { slots_[static_cast<size_t>(index)].swap(value); }
     size_t slot_count() const { return slots_.size(); }
 
     // A record of a value type compares by its slots, one of a class by identity.

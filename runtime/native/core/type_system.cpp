@@ -38,7 +38,8 @@ struct Registry {
     }
 };
 
-// Built at the first question and kept until the process ends, like the object table.
+// Built at the first question and kept until the process ends, like the object table. The types are the same for all
+// threads; nothing of Python is called while one is added.
 Registry& registry() {
     static Registry& instance = *new Registry;
     return instance;

@@ -2,7 +2,9 @@
 #include "runtime/native/core/value.h"
 
 #include <functional>
+#include <utility>
 
+#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
@@ -78,6 +80,32 @@ std::u16string text_of_value(const Value& value) {
                           []<SystemValue T>(const T& x) { return text_of(x); },
                       },
                       value);
+}
+
+std::string type_name_of_value(const Value& value) {
+    if (is_null(value)) return "null";
+    const auto named = [](const char* name) { return std::string("System.") + name; };
+    return std::visit(Overloaded{
+                          [](const std::monostate&) { return std::string("null"); },
+                          [&](const bool&) { return named("Boolean"); },
+                          [&](const int64_t& x) { return named(std::in_range<int32_t>(x) ? "Int32" : "Int64"); },
+                          [&](const uint64_t&) { return named("UInt64"); },
+                          [&](const double&) { return named("Double"); },
+                          [&](const std::u16string&) { return named("String"); },
+                          [&](const Bytes&) { return named("Byte[]"); },
+                          [](const Ref<ManagedObject>& x) { return std::string(x->type().full_name); },
+                          [&](const PyHeld&) { return named("Object"); },
+                          [&](const DecimalValue&) { return named("Decimal"); },
+                          [&](const DateTimeValue&) { return named("DateTime"); },
+                          [&](const DateTimeOffsetValue&) { return named("DateTimeOffset"); },
+                          [&](const TimeSpanValue&) { return named("TimeSpan"); },
+                          [&](const GuidValue&) { return named("Guid"); },
+                      },
+                      value);
+}
+
+void throw_invalid_value_cast(const Value& from, const std::string& to) {
+    throw_invalid_cast(type_name_of_value(from), to);
 }
 
 }  // namespace zelmor::embed

@@ -35,5 +35,10 @@ bool is_null(const Value& value);  // unset or an empty reference
 bool values_equal(const Value& a, const Value& b);
 int32_t hash_of_value(const Value& value);
 std::u16string text_of_value(const Value& value);
+// The managed type of what is stored: "System.String", that of the object; "null" for null. An integer is an Int32
+// where it fits one, as a Python int is.
+std::string type_name_of_value(const Value& value);
+// InvalidCastException: the value is of no type that may stand for `to`.
+[[noreturn]] void throw_invalid_value_cast(const Value& from, const std::string& to);
 
 }  // namespace zelmor::embed

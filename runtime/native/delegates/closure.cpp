@@ -57,7 +57,8 @@ struct Closure {
     std::shared_ptr<void> context;
 };
 
-// All closures there are. What libffi keeps of them lies in memory that no leak checker looks at.
+// All closures there are, for all threads: they are made under the interpreter lock and never change. What libffi keeps
+// of them lies in memory that no leak checker looks at.
 std::vector<std::unique_ptr<Closure>>& closures() {
     static auto& all = *new std::vector<std::unique_ptr<Closure>>;
     return all;
@@ -71,7 +72,7 @@ void run_guarded(ffi_cif*, void* result, void** arguments, void* user) noexcept 
     try {
         closure.handler(closure.context.get(), frame);
     } catch (...) {
-        frame.set_zero_result();
+        frame.set_failed_result();
         report_current_exception();
     }
 }
@@ -114,6 +115,7 @@ uint64_t CallFrame::result_word() const {
 }
 
 ffi_cif& call_interface(const char* signature) {
+    // Shared by all threads: no callback runs while the map is looked at, and what it leads to stays as it is.
     static auto& known = *new std::unordered_map<std::string_view, std::unique_ptr<CallInterface>>;
     if (const auto found = known.find(signature); found != known.end()) return found->second->cif;
     auto made = std::make_unique<CallInterface>();

@@ -44,6 +44,12 @@ class CallFrame {
     void set_zero_result() {
         if (signature_[0] != 'v') *static_cast<uint64_t*>(result_) = 0;
     }
+    // What the call answers if it ends in an exception: zero, unless the handler named another status first.
+    void fails_with(int32_t status) { failed_ = status; }
+    void set_failed_result() {
+        set_zero_result();
+        if (failed_ != 0) set_result<int32_t>(failed_);
+    }
     // The result as a word, for a journal.
     uint64_t result_word() const;
 
@@ -51,6 +57,7 @@ class CallFrame {
     const char* signature_;
     void* result_;
     void** arguments_;
+    int32_t failed_ = 0;
 };
 
 // The call interface of a signature; made once per signature and kept.

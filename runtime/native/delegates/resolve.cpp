@@ -54,6 +54,7 @@ Delegate resolve(Assembly assembly, const char* type, const char* method) {
 Delegate resolve_once(const char* assembly_name, const char* type, const char* method) {
     const auto assembly = find_assembly(assembly_name);
     if (!assembly) return failure(kAssemblyNotFound);
+    // Shared by all threads: making a delegate calls nothing of Python, so that the map is whole whenever one comes in.
     static auto& known = *new std::unordered_map<std::string, Delegate>;
     const std::string key = std::string(assembly_name) + '\n' + type + '\n' + method;
     if (const auto found = known.find(key); found != known.end()) return found->second;

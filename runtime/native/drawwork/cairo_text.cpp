@@ -16,15 +16,23 @@ namespace {
 
 using Layout = std::unique_ptr<PangoLayout, Freeing<g_object_unref>>;
 
-// Makes the fonts of the folders available, in place of those of earlier ones.
+// Makes the fonts of the folders available, in place of those of earlier ones. Which they are is one setting of the
+// process, changed under the interpreter lock; the map that keeps the fonts it has found is each thread's own, and has
+// to be told.
 void use_folders(const std::vector<std::string>& folders) {
     static auto& current = *new std::vector<std::string>;
-    if (folders == current) return;
-    FcConfigAppFontClear(nullptr);
-    for (const std::string& folder : folders)
-        FcConfigAppFontAddDir(nullptr, reinterpret_cast<const FcChar8*>(folder.c_str()));
+    static uint64_t changes = 0;
+    thread_local uint64_t told = 0;
+    if (folders != current) {
+        FcConfigAppFontClear(nullptr);
+        for (const std::string& folder : folders)
+            FcConfigAppFontAddDir(nullptr, reinterpret_cast<const FcChar8*>(folder.c_str()));
+        current = folders;
+        ++changes;
+    }
+    if (told == changes) return;
     pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(pango_cairo_font_map_get_default()));
-    current = folders;
+    told = changes;
 }
 
 void add_attribute(PangoAttrList* list, PangoAttribute* attribute, unsigned from, unsigned to) {

@@ -1,4 +1,6 @@
 // The built-in services of every type: typeof, casts, `as`, assignability, boxed enumerations.
+//
+// A cast answers 0 where there is no such cast, and -1 where the attempt itself failed with an exception.
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
@@ -86,6 +88,7 @@ void run_type_of(TailEntry& self, CallFrame& frame) {
 }
 
 void run_cast_to(TailEntry& self, CallFrame& frame) {
+    frame.fails_with(kCastFailed);
     void* out = frame.argument<void*>(1);
     const auto object = cast_source(self, frame);
     int status = kCastImpossible;
@@ -105,6 +108,7 @@ void run_cast_to(TailEntry& self, CallFrame& frame) {
 }
 
 void run_cast_as(TailEntry& self, CallFrame& frame) {
+    frame.fails_with(kCastFailed);
     const auto object = cast_source(self, frame);
     const bool fits = object && is_assignable(*self.type, object->type());
     frame.set_result<int32_t>(fits ? deliver(self, object, frame.argument<void*>(1)) : kCastImpossible);
@@ -116,6 +120,7 @@ void run_is_assignable(TailEntry& self, CallFrame& frame) {
 }
 
 void run_cast_from(TailEntry& self, CallFrame& frame) {
+    frame.fails_with(kCastFailed);
     ManagedObject& object = instance_of(self, frame);
     const TypeInfo& wanted = target<TypeObject>(frame.argument<Handle>(1)).described();
     auto* out = frame.argument<Handle*>(2);

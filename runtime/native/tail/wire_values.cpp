@@ -1,6 +1,7 @@
 // Wire types and stored values.
 #include "runtime/native/tail/wire_values.h"
 
+#include <bit>
 #include <cstring>
 
 #include "runtime/native/core/collection.h"
@@ -14,24 +15,37 @@ namespace zelmor::embed {
 
 namespace {
 
+// How the number types of the wire are called.
+template <class T>
+constexpr const char* number_name() {
+    if constexpr (std::is_same_v<T, bool>) return "System.Boolean";
+    if constexpr (std::is_same_v<T, float>) return "System.Single";
+    if constexpr (std::is_same_v<T, double>) return "System.Double";
+    constexpr const char* kSigned[] = {"System.SByte", "System.Int16", "System.Int32", "System.Int64"};
+    constexpr const char* kUnsigned[] = {"System.Byte", "System.UInt16", "System.UInt32", "System.UInt64"};
+    return (std::is_signed_v<T> ? kSigned : kUnsigned)[std::bit_width(sizeof(T)) - 1];
+}
+
+template <class T>
 int64_t integer_of(const Value& value) {
     if (const auto* x = std::get_if<int64_t>(&value)) return *x;
     if (const auto* x = std::get_if<uint64_t>(&value)) return static_cast<int64_t>(*x);
     if (const auto* x = std::get_if<bool>(&value)) return *x;
     if (const auto* x = std::get_if<double>(&value)) return static_cast<int64_t>(*x);
     if (is_null(value)) return 0;
-    throw_invalid_cast(to_utf8(text_of_value(value)), "a number");
+    throw_invalid_value_cast(value, number_name<T>());
 }
 
-double number_of(const Value& value) {
-    if (const auto* x = std::get_if<double>(&value)) return *x;
-    return static_cast<double>(integer_of(value));
+template <class T>
+T number_of(const Value& value) {
+    if (const auto* x = std::get_if<double>(&value)) return static_cast<T>(*x);
+    return static_cast<T>(integer_of<T>(value));
 }
 
 Ref<ManagedObject> object_in(const Value& value) {
     if (const auto* x = std::get_if<Ref<ManagedObject>>(&value)) return *x;
     if (is_unset(value)) return {};
-    throw_invalid_cast(to_utf8(text_of_value(value)), "a managed object");
+    throw_invalid_value_cast(value, "System.Object");
 }
 
 Ref<ManagedObject> checked(Ref<ManagedObject> object, const TypeInfo* declared) {
@@ -54,7 +68,7 @@ template <SystemValue T>
 T system_value(const Value& value) {
     if (const auto* x = std::get_if<T>(&value)) return *x;
     if (is_null(value)) return {};
-    throw_invalid_cast(to_utf8(text_of_value(value)), "a value of another type");
+    throw_invalid_value_cast(value, type_name_of_value(T()));
 }
 
 // A moment on the clock of another zone shows as a local time that has the offset of that zone.
@@ -73,7 +87,7 @@ void write_ticks(const DateTimeValue& moment, int64_t* words) {
 
 template <class T>
 void set_integer(CallFrame& frame, const Value& value) {
-    frame.set_result(static_cast<T>(integer_of(value)));
+    frame.set_result(static_cast<T>(integer_of<T>(value)));
 }
 
 }  // namespace
@@ -165,7 +179,7 @@ void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*
         case Wire::kVoid:
             return;
         case Wire::kBool:
-            return frame.set_result<uint8_t>(integer_of(value) != 0);
+            return frame.set_result<uint8_t>(integer_of<bool>(value) != 0);
         case Wire::kInt8:
             return set_integer<int8_t>(frame, value);
         case Wire::kUInt8:
@@ -184,9 +198,9 @@ void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*
         case Wire::kUInt64:
             return set_integer<uint64_t>(frame, value);
         case Wire::kSingle:
-            return frame.set_result(static_cast<float>(number_of(value)));
+            return frame.set_result(number_of<float>(value));
         case Wire::kDouble:
-            return frame.set_result(number_of(value));
+            return frame.set_result(number_of<double>(value));
         case Wire::kDateTime:
             return write_ticks(date_time_in(value), last(static_cast<int64_t*>(nullptr)));
         case Wire::kNullableDateTime: {

@@ -82,6 +82,11 @@ def new_object(full_name: str, assembly: str = IMAGING) -> Any:
     return control.callback("write", "tpo", assembly)(control.new_object(full_name), control.type_id(full_name))
 
 
+def new_dictionary() -> Any:
+    """A managed dictionary, which takes values of any kind."""
+    return new_object("Zelmor.Imaging.NonGenericDictionary")
+
+
 #: Numbers that come back as they went in.
 NUMBERS: dict[str, list[Any]] = {
     "int8": [-128, -1, 0, 1, 127], "int16": [-2**15, -7, 0, 7, 2**15 - 1], "int32": [-2**31, -5, 0, 5, 2**31 - 1],

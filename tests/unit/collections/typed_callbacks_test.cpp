@@ -90,6 +90,43 @@ TEST_F(TypedCallbacks, ABufferThatIsOfNoUseIsGivenBackAtOnce) {
     PyErr_Clear();
 }
 
+// An element whose conversion empties the list, puts another in its place, or moves it.
+template <int (*Change)(PyObject* list)>
+struct ChangingElement {
+    using Slot = PyObject*;
+    static inline PyObject* list = nullptr;
+    static bool read(PyObject* value, Slot& slot) {
+        slot = value;
+        return Change(list) == 0 && Py_REFCNT(value) > 0;
+    }
+};
+
+int empty_list(PyObject* list) {
+    return PyList_SetSlice(list, 0, PyList_Size(list), nullptr);
+}
+int replace_first(PyObject* list) {
+    return PyList_SetItem(list, 0, Py_NewRef(Py_None));
+}
+int move_first(PyObject* list) {
+    return PyList_Insert(list, 0, Py_None);
+}
+
+template <int (*Change)(PyObject* list)>
+int read_changing(PyObject* list) {
+    ChangingElement<Change>::list = list;
+    PyObject* out = nullptr;
+    return zelmor::list_get_item<ChangingElement<Change>>(list, 0, &out);
+}
+
+TEST_F(TypedCallbacks, AnElementIsHeldWhileItIsConvertedAndHasToBeTheListsAfterwards) {
+    const auto list = [] { return list_of({PyRef::steal(PyFloat_FromDouble(1.5)).get()}); };
+    EXPECT_EQ(read_changing<empty_list>(list().get()), -1);
+    expect_error(PyExc_RuntimeError, "the list lost the element while it was read");
+    EXPECT_EQ(read_changing<replace_first>(list().get()), -1);
+    expect_error(PyExc_RuntimeError, "the list lost the element while it was read");
+    EXPECT_EQ(read_changing<move_first>(list().get()), 0);
+}
+
 // A classification can leave an error pending with the tag that it settled on: that is a failure too.
 TEST_F(TypedCallbacks, AVariantElementIsReadAsAVariant) {
     const PyRef list = list_of({Py_True, Py_None});

@@ -56,6 +56,19 @@ TEST_F(CastsTest, AnImpossibleCastIsNoFailure) {
     EXPECT_EQ(out, nullptr);
 }
 
+TEST_F(CastsTest, AnAttemptThatFailsIsNoImpossibleCast) {
+    const Handle gone = make_handle(make_instance(kPng));
+    free_handle(gone);
+    void* out = nullptr;
+    EXPECT_EQ(cast_to(kPng, {kHandleObject, gone}, &out), -1);
+    EXPECT_EQ(test::take_raised().name, "InvalidOperationException");
+    EXPECT_EQ(call<int>(kPng, "btp_CastAs", gone, &out), -1);
+    EXPECT_EQ(test::take_raised().name, "InvalidOperationException");
+    EXPECT_EQ(call<int>(kSize, "btp_CastFrom", gone, gone, &out), -1);
+    EXPECT_EQ(test::take_raised().name, "InvalidOperationException");
+    EXPECT_EQ(out, nullptr);
+}
+
 TEST_F(CastsTest, NullIsOfEveryReferenceType) {
     void* out = &out;
     EXPECT_EQ(cast_to(kPng, {}, &out), 1);

@@ -47,6 +47,19 @@ TEST_F(ClosureTest, EveryScalarComesAndGoes) {
     EXPECT_EQ(reinterpret_cast<double (*)(double)>(make("dd"))(-2.25), -2.25);
 }
 
+TEST_F(ClosureTest, AFailedCallAnswersZeroOrWhatItSaidItWould) {
+    const auto fail = [](void* context, CallFrame& frame) {
+        if (context) frame.fails_with(-1);
+        frame.set_result<int32_t>(7);
+        throw_argument("no");
+    };
+    bool named = true;
+    EXPECT_EQ(reinterpret_cast<int32_t (*)()>(make_delegate("i", Assembly::kImaging, fail, nullptr))(), 0);
+    EXPECT_EQ(test::take_raised().detail, "no");
+    EXPECT_EQ(reinterpret_cast<int32_t (*)()>(make_delegate("i", Assembly::kImaging, fail, unowned(&named)))(), -1);
+    EXPECT_EQ(test::take_raised().detail, "no");
+}
+
 TEST_F(ClosureTest, ManyArgumentsKeepTheirPlaces) {
     const auto sum = [](void* context, CallFrame& frame) {
         frame.set_result(frame.argument<double>(1) + static_cast<double>(frame.argument<int64_t>(0)) +

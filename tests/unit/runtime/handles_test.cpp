@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <thread>
 
 #include "fake_python.h"
 #include "runtime/native/core/records.h"
@@ -50,6 +51,62 @@ TEST_F(HandlesTest, TheLastHandleTakesTheObjectWithIt) {
     EXPECT_FALSE(gone);
     free_handle(second);
     EXPECT_TRUE(gone);
+}
+
+// A link of a chain, which may hold a Python object too.
+class Link final : public ManagedObject {
+ public:
+    explicit Link(Ref<Link> next, PyHeld held = {})
+        : ManagedObject(object_type()), next_(std::move(next)), held_(std::move(held)) {}
+
+ private:
+    Ref<Link> next_;
+    PyHeld held_;
+};
+
+TEST_F(HandlesTest, ALongChainTakesNoStack) {
+    PyObject* last = test::new_object();
+    Ref<Link> chain = make_ref<Link>(nullptr, PyHeld::borrow(last));
+    for (int i = 0; i < 1'000'000; ++i)
+        chain = make_ref<Link>(std::move(chain));
+    EXPECT_EQ(last->count, 2);
+    chain = nullptr;
+    EXPECT_EQ(last->count, 1);
+    test::release(last);
+}
+
+TEST_F(HandlesTest, WhatAnObjectHeldOfPythonGoesAtTheEndOfTheCall) {
+    PyObject* held = test::new_object();
+    Ref<Link> link = make_ref<Link>(nullptr, PyHeld::borrow(held));
+    {
+        const AssemblyScope outer(Assembly::kImaging);
+        link = nullptr;
+        EXPECT_EQ(held->count, 2);
+        // A reference of the function's own goes where the function says.
+        EXPECT_EQ((PyHeld::borrow(held), held->count), 3);
+        EXPECT_EQ(held->count, 2);
+        { const AssemblyScope inner(Assembly::kImaging); }
+        EXPECT_EQ(held->count, 1);
+        link = make_ref<Link>(nullptr, PyHeld::borrow(held));
+        link = nullptr;
+        EXPECT_EQ(held->count, 2);
+    }
+    EXPECT_EQ(held->count, 1);
+    test::release(held);
+}
+
+TEST_F(HandlesTest, EachThreadIsInCallsOfItsOwn) {
+    const AssemblyScope here(Assembly::kImaging);
+    const Callbacks* const mine = &callbacks();
+    std::thread([&] {
+        // Nothing but the imaging assembly's callbacks was handed over, so that another scope finds these, too.
+        const AssemblyScope there(Assembly::kPyIo);
+        EXPECT_EQ(&callbacks(), mine);
+        callbacks_of(Assembly::kPyIo) = *mine;
+        EXPECT_EQ(&callbacks(), &callbacks_of(Assembly::kPyIo));
+    }).join();
+    EXPECT_EQ(&callbacks(), mine);
+    callbacks_of(Assembly::kPyIo) = {};
 }
 
 TEST_F(HandlesTest, AStaleHandleIsRecognised) {

@@ -148,8 +148,8 @@ class ReferenceWriter:
             lines += [f"Bases: {names(entry.bases())}.", ""]
         if derived := self._universe.derived(entry):
             lines += [f"Derived: {names(derived)}.", ""]
-        if interfaces := [item for item in entry.interfaces if isinstance(item, Type)]:
-            lines += [f"Implements: {names(interfaces)}.", ""]
+        if entry.implemented:
+            lines += [f"Implements: {names(entry.implemented)}.", ""]
         if entry.kind == "interface" and (implementers := self._universe.implementers(entry)):
             lines += [f"Implemented by: {names(implementers)}, and what derives from them.", ""]
         if entry.disposable:

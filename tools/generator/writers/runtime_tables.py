@@ -105,7 +105,7 @@ class Tables:
                         f"{self._collection(prop.wire)}}}")
             entries += self._property_entries(prop, number)
         entries += [self._service(entry, service.removeprefix("btp_")) for service in entry.services]
-        interfaces = [str(self._index[i]) for i in entry.interfaces if isinstance(i, Type)]
+        interfaces = [str(self._index[interface]) for interface in entry.implemented]
         values = [f"{{{quoted(name)}, {value}}}" for name, value in entry.values]
         spans = []
         for name, element, items in (("interfaces", "int16_t", interfaces), ("properties", "PropertyInfo", rows),

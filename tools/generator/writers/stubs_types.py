@@ -58,10 +58,9 @@ class Universe:
     def _all_interfaces(cls, entry: Type) -> list[Type]:
         found: dict[Type, None] = {}
         for ancestor in [entry, *entry.bases()]:
-            for interface in ancestor.interfaces:
-                if isinstance(interface, Type):
-                    found[interface] = None
-                    found.update(dict.fromkeys(cls._all_interfaces(interface)))
+            for interface in ancestor.implemented:
+                found[interface] = None
+                found.update(dict.fromkeys(cls._all_interfaces(interface)))
         return list(found)
 
     def implementers(self, interface: Type) -> list[Type]:

@@ -14,6 +14,7 @@ class NonGenericList final : public ManagedList {
     NonGenericList(const TypeInfo& type, Ref<ManagedList> inner)
         : ManagedList(type, inner->element()), inner_(std::move(inner)) {}
 
+    const Ref<ManagedList>& inner() const { return inner_; }
     bool fixed_size() const override { return inner_->fixed_size(); }
     uint32_t version() const override { return inner_->version(); }
     size_t size() const override { return inner_->size(); }
@@ -43,7 +44,10 @@ constexpr const char* kMetaList = "Zelmor.Imaging.FileFormats.Emf.MetaObjectList
 Ref<ManagedObject> made(const char* type, const VariantArg* list) {
     const auto inner = read_collection(list, CollectionShape::kIList, variant_element());
     if (!inner) throw_argument_null("list");
-    return make_ref<NonGenericList>(require_type(type), Ref<ManagedList>(&cast_object<ManagedList>(*inner)));
+    Ref<ManagedList> asked(&cast_object<ManagedList>(*inner));
+    // One around another asks the innermost at once, however many there are.
+    if (const auto* around = dynamic_cast<const NonGenericList*>(asked.get())) asked = around->inner();
+    return make_ref<NonGenericList>(require_type(type), std::move(asked));
 }
 
 Ref<ManagedObject> list_around(const VariantArg* list) {

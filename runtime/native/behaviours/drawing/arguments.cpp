@@ -12,7 +12,7 @@ constexpr const char* kRectangle = "Zelmor.Imaging.RectangleF";
 
 const ManagedObject& required(const Value& value, const char* wanted) {
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    if (!object) throw_invalid_cast(to_utf8(text_of_value(value)), wanted);
+    if (!object) throw_invalid_value_cast(value, wanted);
     if (!*object) throw_null_reference(std::string("None cannot become a value of ") + wanted);
     return **object;
 }
@@ -33,7 +33,9 @@ RectD rect_of_object(const ManagedObject& object) {
 
 std::vector<Value> elements_of(const Value& value) {
     if (is_null(value)) return {};
-    auto& object = const_cast<ManagedObject&>(required(value, "a collection"));
+    // Often a property's value, which the code behind a Python list may set anew.
+    const Value held = value;
+    auto& object = const_cast<ManagedObject&>(required(held, "System.Collections.IEnumerable"));
     std::vector<Value> items;
     if (const auto* list = dynamic_cast<ManagedList*>(&object)) {
         items.reserve(list->size());
@@ -62,7 +64,7 @@ std::vector<double> numbers_of(const Value& value) {
         } else if (const auto* integer = std::get_if<int64_t>(&item)) {
             numbers.push_back(static_cast<double>(*integer));
         } else {
-            throw_invalid_cast(to_utf8(text_of_value(item)), "System.Single");
+            throw_invalid_value_cast(item, "System.Single");
         }
     }
     return numbers;

@@ -106,9 +106,10 @@ void set_linear_colors(Record& self, const VariantArg* value) {
     const std::vector<Value> colors =
         read_elements(value, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "value");
     if (colors.size() != 2) throw_argument("A linear gradient has two colours. (Parameter 'value')");
-    const auto color = [&](size_t i) { return box(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[i]))); };
-    set_property(self, "StartColor", color(0));
-    set_property(self, "EndColor", color(1));
+    const ColorValue start = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[0]));
+    const ColorValue end = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[1]));
+    set_property(self, "StartColor", box(start));
+    set_property(self, "EndColor", box(end));
 }
 
 // ---- Blends by formula

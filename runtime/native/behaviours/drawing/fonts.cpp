@@ -70,6 +70,7 @@ Ref<ManagedObject> copy_of(Record& self) {
 
 // ---- FontSettings
 
+// One setting of the process, as FontSettings is a static class.
 std::vector<std::string>& chosen_folders() {
     static auto& folders = *new std::vector<std::string>;
     return folders;

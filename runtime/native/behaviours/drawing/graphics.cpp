@@ -108,15 +108,19 @@ void GraphicsObject::apply_clip(drawwork::Canvas& canvas) const {
 }
 
 void GraphicsObject::drawing(const RectD& reach, Drawing draw, void* context) {
-    const PixelArea area = updating() ? canvas_area_ : pixels_in(reach, whole());
+    // Held: what a brush reads may run Python code, which may end the update.
+    const std::shared_ptr<drawwork::Canvas> shared = canvas_;
+    const PixelArea area = shared ? canvas_area_ : pixels_in(reach, whole());
     if (area.width == 0) return;
     try {
-        std::unique_ptr<drawwork::Canvas> own;
-        if (!updating()) own = drawing_backend().canvas(area, read(*image_, area));
-        drawwork::Canvas& canvas = updating() ? *canvas_ : *own;
-        apply_clip(canvas);
-        draw(context, canvas, updating() ? pixels_in(reach, canvas_area_) : area);
-        if (own) image_->picture().write_argb({area.x, area.y, area.width, area.height}, own->pixels());
+        if (shared) {
+            apply_clip(*shared);
+            return draw(context, *shared, pixels_in(reach, area));
+        }
+        const auto own = drawing_backend().canvas(area, read(*image_, area));
+        apply_clip(*own);
+        draw(context, *own, area);
+        image_->picture().write_argb({area.x, area.y, area.width, area.height}, own->pixels());
     } catch (const drawwork::DrawError& error) {
         throw_invalid_operation(std::string("The drawing cannot be made: ") + error.what() + ".");
     } catch (const imagework::PictureError& error) {
@@ -138,7 +142,7 @@ void GraphicsObject::begin_update() {
 void GraphicsObject::end_update() {
     if (!updating()) throw_invalid_operation("No update has begun.");
     const PixelArea now = whole(), area = canvas_area_;
-    const std::unique_ptr<drawwork::Canvas> canvas = std::move(canvas_);
+    const std::shared_ptr<drawwork::Canvas> canvas = std::move(canvas_);
     if (now.width != area.width || now.height != area.height) {
         throw_invalid_operation("The image was given another size since the update began.");
     }

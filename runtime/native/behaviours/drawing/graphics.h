@@ -58,7 +58,7 @@ class GraphicsObject final : public Record {
 
     Ref<ImageObject> image_;
     Affine clip_map_;  // of the moment when the clip was set
-    std::unique_ptr<drawwork::Canvas> canvas_;
+    std::shared_ptr<drawwork::Canvas> canvas_;
     drawwork::PixelArea canvas_area_;
 };
 

@@ -18,10 +18,6 @@ constexpr const char* kRectangles = ZELMOR_EXTENSIONS("RectangleExtensions");
 constexpr const char* kRotateFlip = ZELMOR_EXTENSIONS("RotateFlipExtensions");
 #undef ZELMOR_EXTENSIONS
 
-// The states of the drawing module's colours.
-constexpr int16_t kNumbered = 1;
-constexpr int16_t kComponents = 2;
-
 // A new array of the type, with each element made from one of the argument's.
 template <class From, class Convert>
 Collection converted(const VariantArg* arg, const char* parameter, const ElementType& element, Convert&& convert) {
@@ -33,24 +29,14 @@ Collection converted(const VariantArg* arg, const char* parameter, const Element
 
 Collection to_gdi_colors(const VariantArg* colors) {
     const ElementType& element = element_of(Wire::kRecord, "System.Drawing.Color");
-    return converted<ColorValue>(colors, "colors", element, [&](const ColorValue& color) {
-        // A known colour stays one; a name without a meaning, which has no components, becomes the empty colour.
-        const bool known = color.state == ColorValue::kStateKnown;
-        const bool components = color.state == ColorValue::kStateArgb;
-        const ShlColorObject record{color.argb, known ? color.known_color : int16_t{0},
-                                    known        ? kNumbered
-                                    : components ? kComponents
-                                                 : int16_t{0}};
-        return DrawingRecord::read(&record, element);
-    });
+    return converted<ColorValue>(colors, "colors", element,
+                                 [](const ColorValue& color) { return DrawingRecord::of(color); });
 }
 
 Collection to_gdi_points(const VariantArg* points) {
     const ElementType& element = element_of(Wire::kRecord, "System.Drawing.PointF");
-    return converted<PointFValue>(points, "points", element, [&](const PointFValue& point) {
-        const ShlPointFObject record{point.x, point.y};
-        return DrawingRecord::read(&record, element);
-    });
+    return converted<PointFValue>(points, "points", element,
+                                  [](const PointFValue& point) { return DrawingRecord::of(point); });
 }
 
 Collection to_points_array(const VariantArg* points) {

@@ -36,6 +36,7 @@ class GifLoader final : public ManagedObject {
     std::optional<GifLabel> label_;
 };
 
+// One registry for the process, as the class is static; no callback runs while it is gone through.
 std::vector<Ref<GifLoader>>& loaders() {
     static auto& all = *new std::vector<Ref<GifLoader>>{
         make_ref<GifLoader>(GifLabel::kControl),

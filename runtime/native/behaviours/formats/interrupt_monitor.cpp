@@ -24,11 +24,12 @@ void interrupt(Record& self) {
 // The monitors are looked after here and not in thread-local storage: a thread ends without the lock that objects need
 // to be let go of. A thread's number is never given again.
 std::unordered_map<uint64_t, Ref<ManagedObject>>& monitors() {
+    // Shared by all threads, as each has an entry of its own: no callback runs while the map is looked at.
     static auto& all = *new std::unordered_map<uint64_t, Ref<ManagedObject>>;
     return all;
 }
 uint64_t this_thread() {
-    static uint64_t given = 0;
+    static uint64_t given = 0;  // counts on for all threads, under the interpreter lock
     thread_local const uint64_t number = ++given;
     return number;
 }

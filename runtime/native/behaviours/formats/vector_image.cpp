@@ -83,19 +83,20 @@ Ref<VectorImageObject> cmx_page(Record* page) {
     return image;
 }
 
-ManagedList& records_of(VectorImageObject& image) {
+Ref<ManagedList> records_of(VectorImageObject& image) {
     const auto records = property_object(image, "Records");
     if (!records) throw_invalid_operation(std::string(image.type().name) + ".Records is null.");
-    return cast_object<ManagedList>(*records);
+    return Ref<ManagedList>(&cast_object<ManagedList>(*records));
 }
 
 // The index at which the record stands.
 int32_t add_record(VectorImageObject& self, ManagedObject* record) {
     self.require_live();
     if (!record) throw_argument_null("record");
-    ManagedList& records = records_of(self);
-    records.append(Ref<ManagedObject>(record));
-    return static_cast<int32_t>(records.size() - 1);
+    // A list around a Python list runs Python code, which may give the image another one meanwhile.
+    const Ref<ManagedList> records = records_of(self);
+    records->append(Ref<ManagedObject>(record));
+    return static_cast<int32_t>(records->size() - 1);
 }
 
 RectangleValue frame_bounds(VectorImageObject& self) {

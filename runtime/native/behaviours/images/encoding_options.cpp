@@ -293,7 +293,7 @@ FormatEncoding format_encoding(const ManagedObject& options, Format format) {
 }  // namespace
 
 std::optional<std::vector<int64_t>> numbers_of(const ManagedObject& object, std::string_view name) {
-    const Value& value = property(object, name);
+    const Value value = property(object, name);  // held: reading a Python list may set the property
     if (is_null(value)) return std::nullopt;
     std::vector<Value> elements;
     if (const auto* held = std::get_if<PyHeld>(&value)) {
@@ -307,12 +307,12 @@ std::optional<std::vector<int64_t>> numbers_of(const ManagedObject& object, std:
         for (const std::byte byte : *bytes)
             elements.emplace_back(std::to_integer<int64_t>(byte));
     } else {
-        throw_invalid_cast("a single value", "System.UInt16[]");
+        throw_invalid_value_cast(value, "System.UInt16[]");
     }
     std::vector<int64_t> numbers;
     for (const Value& element : elements) {
         const auto* number = std::get_if<int64_t>(&element);
-        if (!number) throw_invalid_cast("an element that is no number", "System.UInt16");
+        if (!number) throw_invalid_value_cast(element, "System.UInt16");
         numbers.push_back(*number);
     }
     return numbers;

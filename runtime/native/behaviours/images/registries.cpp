@@ -87,6 +87,7 @@ class WorkerObject final : public FormatObject {
 
 using Registry = std::vector<Ref<DescriptorObject>>;
 
+// Of the process, as the classes are static; no callback runs while one is gone through.
 Registry& registry(Trade trade) {
     static auto* registries = new std::vector<Registry>([] {
         std::vector<Registry> all(kTrades);

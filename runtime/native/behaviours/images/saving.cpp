@@ -167,6 +167,7 @@ namespace {
 
 void save(ImageObject& self) {
     self.require_live();
+    // Held: what writes to it may dispose of the image.
     if (const Ref<ManagedStream> target = self.target_stream) {
         return to_stream(self, *target, implied(self, Format::kUnknown));
     }

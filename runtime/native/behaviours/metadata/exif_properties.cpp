@@ -225,7 +225,7 @@ int32_t integer_value(const ExifObject& self, const ExifProperty& property) {
     if (const auto number = tag_integer(*tag)) return static_cast<int32_t>(*number);
     const Value value = tag->value();
     const auto* bytes = std::get_if<Bytes>(&value);
-    if (!bytes) throw_invalid_cast(to_utf8(text_of_value(value)), std::string("ExifData.") + property.name);
+    if (!bytes) throw_invalid_value_cast(value, "System.Int32");
     return std::to_integer<int32_t>(bytes->front());
 }
 

@@ -96,6 +96,7 @@ const TiffOptionProperty* find_option(uint16_t id) {
 
 // What a property has before anybody sets it.
 const Value& baseline(const TypeInfo& type, const char* name) {
+    // Shared by all threads: each record is made once and only read.
     static auto& fresh = *new std::map<const TypeInfo*, Ref<Record>>;
     auto& record = fresh[&type];
     if (!record) record = make_ref<Record>(type);
@@ -117,7 +118,7 @@ Value property_value_of(const TiffOptionProperty& property, const TagObject& tag
     switch (property.kind) {
         case Kind::kInteger: {
             const auto number = tag_integer(tag);
-            if (!number) throw_invalid_cast("the tag's value", std::string("TiffOptions.") + property.name);
+            if (!number) throw_invalid_value_cast(tag.value(), "System.Int32");
             return *number;
         }
         case Kind::kRational:

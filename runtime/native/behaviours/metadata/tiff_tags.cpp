@@ -64,7 +64,8 @@ bool is_signed_type(TiffType type) {
 }
 
 [[noreturn]] void throw_no_value(const Value& value, const TagClass& tag) {
-    throw_invalid_cast(to_utf8(text_of_value(value)), std::string("a value of ") + (tag.name + sizeof ZELMOR_TAGS - 1));
+    const bool text = tag.type == TiffType::kAscii, plain = tag.type == TiffType::kUndefined;
+    throw_invalid_value_cast(value, text ? "System.String" : plain ? "System.Byte" : element_of(tag).name);
 }
 
 // A fraction from a fraction of the kind or from a number.
@@ -95,7 +96,7 @@ bool is_list(const Value& value) {
 Bytes bytes_in(const Value& value, const TagClass& tag) {
     if (const auto* bytes = std::get_if<Bytes>(&value)) return *bytes;
     Bytes result;
-    for (const Value& item : elements_of_value(value, "bytes")) {
+    for (const Value& item : elements_of_value(value)) {
         const auto* number = std::get_if<int64_t>(&item);
         if (!number) throw_no_value(item, tag);
         if (*number < 0 || *number > 255) {
@@ -195,7 +196,7 @@ void TagObject::assign(const Value& value) {
         for (const std::byte byte : *bytes)
             items.push_back(value_of_bits(std::to_integer<uint64_t>(byte), tag));
     } else if (is_list(value)) {
-        items = elements_of_value(value, "numbers");
+        items = elements_of_value(value);
     } else {
         items.push_back(value);
     }
@@ -350,18 +351,18 @@ std::vector<Ref<TagObject>> tags_of(const std::vector<Value>& elements) {
     for (const Value& element : elements) {
         if (is_null(element)) throw_argument_null("an element of the tags");
         const auto* object = std::get_if<Ref<ManagedObject>>(&element);
-        if (!object) throw_invalid_cast(to_utf8(text_of_value(element)), TagObject::kManagedName);
+        if (!object) throw_invalid_value_cast(element, TagObject::kManagedName);
         tags.emplace_back(&cast_object<TagObject>(**object));
     }
     return tags;
 }
 
-std::vector<Value> elements_of_value(const Value& value, const char* expected) {
+std::vector<Value> elements_of_value(const Value& value) {
     std::vector<Value> elements;
     if (is_null(value)) return elements;
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     auto* list = object ? dynamic_cast<ManagedEnumerable*>(object->get()) : nullptr;
-    if (!list) throw_invalid_cast(to_utf8(text_of_value(value)), std::string("a collection of ") + expected);
+    if (!list) throw_invalid_value_cast(value, "System.Collections.IEnumerable");
     const auto enumerator = list->enumerator();
     for (Value element; enumerator->move_next(element);)
         elements.push_back(element);

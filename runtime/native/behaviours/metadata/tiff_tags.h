@@ -116,7 +116,7 @@ Ref<ManagedList> same_array(Ref<ManagedList>& shown, const std::vector<Ref<TagOb
 Ref<ManagedList> tag_array(const std::vector<Ref<TagObject>>& tags);
 std::vector<Ref<TagObject>> tags_of(const std::vector<Value>& elements);
 // The elements of a collection that stands in a value; InvalidCastException for another object, empty for null.
-std::vector<Value> elements_of_value(const Value& value, const char* expected);
+std::vector<Value> elements_of_value(const Value& value);
 
 // Numbers and text of a tag for those who need no object; nothing where it has none of the kind.
 std::optional<int64_t> tag_integer(const TagObject& tag, size_t index = 0);

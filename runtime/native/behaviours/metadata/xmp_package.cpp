@@ -65,7 +65,7 @@ void set_prop_value(XmpPackageObject& self, const std::string& key, const Varian
             dynamic_cast<const XmlValueObject*>(object->get()) || dynamic_cast<const ManagedList*>(object->get()) ||
             dynamic_cast<const XmpTypeObject*>(object->get()) || dynamic_cast<const XmpTokenObject*>(object->get()) ||
             dynamic_cast<const EnumObject*>(object->get());
-        if (!fits) throw_invalid_cast((*object)->type().full_name, "a value of XMP");
+        if (!fits) throw_invalid_cast((*object)->type().full_name, "Zelmor.Imaging.Xmp.IXmlValue");
     }
     self.set(key, std::move(read));
 }
@@ -182,7 +182,8 @@ bool XmpPackageObject::remove(const std::string& key) {
 std::string XmpPackageObject::xml_value() const {
     std::string xml =
         "<rdf:Description" + xml_attribute("rdf:about", "") + xml_attribute("xmlns:" + prefix_, uri_) + ">";
-    for (const auto& [key, value] : values_)
+    // A list among them may run Python code, which may change this very package.
+    for (const auto& [key, value] : std::vector(values_))
         xml += property_element(key, value);
     return xml + "</rdf:Description>";
 }

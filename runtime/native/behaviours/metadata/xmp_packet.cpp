@@ -163,7 +163,8 @@ std::string XmpPacketObject::text() const {
     if (header) text += cast_object<XmpInstructionObject>(*header).xml_value() + "\n";
     if (meta) text += cast_object<XmpElementObject>(*meta).open_tag() + ">";
     text += "<rdf:RDF" + xml_attribute("xmlns:rdf", kRdfNamespace) + ">";
-    for (const auto& package : packages.all())
+    // As of now: writing a package may run Python code that changes the packet.
+    for (const auto& package : std::vector(packages.all()))
         text += package->xml_value();
     text += "</rdf:RDF>";
     if (meta) text += "</x:xmpmeta>";

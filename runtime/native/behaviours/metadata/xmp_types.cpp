@@ -94,7 +94,7 @@ std::string texts_content(const Value& value) {
 
 // What stands in the element of a field; nothing where the property is null.
 std::optional<std::string> field_content(const Record& record, const XmpField& field) {
-    const Value& value = property(record, field.property);
+    const Value value = property(record, field.property);  // held: reading a Python list may set the property
     if (is_null(value)) return std::nullopt;
     switch (field.kind) {
         case XmpFieldKind::kNumber:
