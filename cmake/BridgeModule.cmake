@@ -14,12 +14,16 @@ function(zelmor_add_bridge_module target)
     add_library(${target} MODULE ${ARG_SOURCES} ${ZELMOR_PYSHELL_MODULE_TYPES} ${ZELMOR_COLLECTIONS_MODULE_TYPES})
     if(ARG_GENERATED)
         # One file for each type is what a person wants to read; the compiler prefers few. No exception passes through
-        # generated code, which leaves out a third of its size.
+        # generated code, which leaves out a third of its size. It is straight calls of what is optimized elsewhere:
+        # the first level of optimization gives the same speed in two thirds of the time. Its static records name the
+        # members that are not zero.
         add_library(${target}_generated OBJECT ${ARG_GENERATED})
-        target_compile_options(${target}_generated PRIVATE -fno-exceptions -fno-asynchronous-unwind-tables)
+        target_compile_options(${target}_generated PRIVATE -O1 -fno-exceptions -fno-asynchronous-unwind-tables
+                                                           -Wno-missing-field-initializers)
         target_include_directories(${target}_generated PRIVATE ${CMAKE_BINARY_DIR})
         target_link_libraries(${target}_generated PRIVATE zelmor_bridge)
         set_target_properties(${target}_generated PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+        zelmor_precompile(${target}_generated ${ZELMOR_GENERATED_DIR}/${ARG_OUTPUT}/${ARG_OUTPUT}.h)
         target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_generated>)
     endif()
     target_compile_definitions(${target} PRIVATE ZELMOR_MODULE_NAME=\"${ARG_MODULE}\")

@@ -26,8 +26,8 @@ struct CastMembers {
             return nullptr;
         }
         void* type_handle = nullptr;
-        const int status = services().type_of(&type_handle);
-        return finish_type_of(status, type_handle);
+        services().type_of(&type_handle);
+        return finish_type_of(type_handle);
     }
 
     static PyObject* cast_to(PyObject*, PyObject* argument) {
@@ -46,13 +46,13 @@ struct CastMembers {
             if (!fn_conv_py_obj_to_clr_refobj_not_null_handle(argument, &handle)) {
                 Py_RETURN_FALSE;
             }
-            return PyBool_FromLong(services().is_assignable(handle));
+            return finish_is_assignable(services().is_assignable(handle));
         } else {
             VariantArg value = {};
             if (!fn_conv_py_obj_to_clr_gen_not_null_handle(argument, &value)) {
                 Py_RETURN_FALSE;
             }
-            return PyBool_FromLong(services().is_assignable(&value));
+            return finish_is_assignable(services().is_assignable(&value));
         }
     }
 
@@ -63,8 +63,8 @@ struct CastMembers {
                 return nullptr;
             }
             void* out = nullptr;
-            const int status = services().reinterpret_obj(object, &out);
-            if (status == 0 && PyErr_Occurred()) {
+            services().reinterpret_obj(object, &out);
+            if (PyErr_Occurred()) {
                 return nullptr;
             }
             return fn_conv_clr_clsobj_to_py_clsobj(out, Kind::type);

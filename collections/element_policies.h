@@ -17,6 +17,7 @@
 #include "convert/strings.h"
 #include "convert/variant.h"
 #include "exchange/records.h"
+#include "pyshell/class_recipe.h"
 #include "pyshell/python.h"
 #include "pyshell/result_typing.h"
 #include "pyshell/sibling_converters.h"
@@ -74,7 +75,7 @@ struct StringElement {
     static constexpr bool kTrails = false;
     static bool read(PyObject* value, Slot& slot) { return fn_conv_py_string_to_clr_string(value, &slot) != 0; }
     static Arg pass(Slot& slot) { return &slot; }
-    static PyObject* show(Out& out) { return out; }
+    static PyObject* show(Out& out) { return none_if_null(out); }
 };
 
 // A byte array: a buffer in, locked for the length of the call, a ready Python object out.
@@ -85,7 +86,7 @@ struct BytesElement {
     static constexpr bool kTrails = false;
     static bool read(PyObject* value, Slot& slot) { return fn_conv_py_bytes_to_clr_bytes(value, &slot) != 0; }
     static Arg pass(Slot& slot) { return slot.get_info(); }
-    static PyObject* show(Out& out) { return out; }
+    static PyObject* show(Out& out) { return none_if_null(out); }
 };
 
 // Anything: a variant in, a ready Python object out.
@@ -99,7 +100,7 @@ struct VariantElement {
         return fn_conv_py_variant_to_clr_variant(value, &slot) == 1 && !PyErr_Occurred();
     }
     static Arg pass(Slot& slot) { return &slot; }
-    static PyObject* show(Out& out) { return out; }
+    static PyObject* show(Out& out) { return none_if_null(out); }
 };
 
 // A class: its bare handle.

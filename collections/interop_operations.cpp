@@ -119,5 +119,5 @@ PyObject* wrpPye_bltp_iter_iternext(PyObject* self) {
     if (status != zelmor::kDelivered || PyErr_Occurred()) {
         return zelmor::sequence_no_next(status);
     }
-    return element;
+    return zelmor::VariantElement::show(element);
 }

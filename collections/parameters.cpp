@@ -78,8 +78,8 @@ int convert_interface(PyObject* object, VariantArg* out, const char* what, Shape
     if (Kind::guard() != 0) {
         return 0;
     }
-    if (!Kind::Host::get_instance().casts().is_assignable(&value)) {
-        return zelmor::refuse_value(what, object);
+    if (!zelmor::accept_assignable(Kind::Host::get_instance().casts().is_assignable(&value), what, object)) {
+        return 0;
     }
     *out = value;
     return 1;
@@ -104,8 +104,8 @@ int convert_class_parameter(PyObject* object, VariantArg* out, const ClassParame
     if (parameter.guard() != 0) {
         return 0;
     }
-    if (!parameter.is_assignable(handle)) {
-        return refuse_value(parameter.what, object);
+    if (!accept_assignable(parameter.is_assignable(handle), parameter.what, object)) {
+        return 0;
     }
     return pass(out, kHandleObject, handle);
 }

@@ -31,7 +31,8 @@ bool read_slice(PyObject* key, Py_ssize_t length, Slice& slice) {
     if (PySlice_Unpack(key, &slice.start, &stop, &slice.step) < 0) {
         return false;
     }
-    slice.count = PySlice_AdjustIndices(length, &slice.start, &stop, slice.step);
+    // A length below zero has no elements either; the interpreter's arithmetic is for lengths alone.
+    slice.count = PySlice_AdjustIndices(std::max<Py_ssize_t>(length, 0), &slice.start, &stop, slice.step);
     return true;
 }
 
@@ -41,7 +42,7 @@ bool read_index(PyObject* key, Py_ssize_t length, Py_ssize_t& index) {
     if (index == -1 && PyErr_Occurred()) {
         return false;
     }
-    if (index < 0) {
+    if (index < 0 && (length >= 0 || index >= PY_SSIZE_T_MIN - length)) {
         index += length;
     }
     return true;

@@ -16,6 +16,19 @@ PyObject* refuse_operand() {
     return nullptr;
 }
 
+// A managed side can tell any length. One that no list can have has a refusal of its own; false with an error set.
+bool check_length(Py_ssize_t length) {
+    if (length < 0 && !PyErr_Occurred()) {
+        PyErr_Format(PyExc_ValueError, "the length of the collection is negative: %zd", length);
+    }
+    return length >= 0;
+}
+
+bool read_list_length(const SequenceAccess& access, PyObject* self, Py_ssize_t& length) {
+    length = sequence_length(access, self);
+    return check_length(length);
+}
+
 // Hands the collection's elements in order, as owned references, to `place`.
 template <class Place>
 bool read_by_index(const SequenceAccess& access, PyObject* self, Py_ssize_t length, Place place) {
@@ -111,8 +124,8 @@ PyObject* concat_iterable(const SequenceAccess& access, PyObject* self, Py_ssize
 }  // namespace
 
 PyObject* sequence_concat(const SequenceAccess& access, PyObject* self, PyObject* other) {
-    const Py_ssize_t length = sequence_length(access, self);
-    if (length < 0 && PyErr_Occurred()) {
+    Py_ssize_t length = 0;
+    if (!read_list_length(access, self, length)) {
         return nullptr;
     }
     if (is_list_or_tuple(other)) {
@@ -122,7 +135,7 @@ PyObject* sequence_concat(const SequenceAccess& access, PyObject* self, PyObject
     }
     if (is_sized_sequence(other)) {
         const Py_ssize_t size = PySequence_Size(other);
-        return size < 0 ? nullptr : concat_sequence(access, self, length, other, size);
+        return !check_length(size) ? nullptr : concat_sequence(access, self, length, other, size);
     }
     if (PyShlObject_HasIter(other)) {
         return concat_iterable(access, self, length, other);
@@ -133,8 +146,8 @@ PyObject* sequence_concat(const SequenceAccess& access, PyObject* self, PyObject
 // Each element is read once and stands in every repeat as the same object. Without repeats the elements are read all
 // the same.
 PyObject* sequence_repeat(const SequenceAccess& access, PyObject* self, Py_ssize_t count) {
-    const Py_ssize_t length = sequence_length(access, self);
-    if (length < 0 && PyErr_Occurred()) {
+    Py_ssize_t length = 0;
+    if (!read_list_length(access, self, length)) {
         return nullptr;
     }
     count = std::max<Py_ssize_t>(count, 0);
@@ -155,8 +168,8 @@ PyObject* sequence_repeat(const SequenceAccess& access, PyObject* self, Py_ssize
 }
 
 PyObject* sequence_copy(const SequenceAccess& access, PyObject* self) {
-    const Py_ssize_t length = sequence_length(access, self);
-    if (length < 0 && PyErr_Occurred()) {
+    Py_ssize_t length = 0;
+    if (!read_list_length(access, self, length)) {
         return nullptr;
     }
     return own_elements(access, self, length, 0).release();

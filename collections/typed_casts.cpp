@@ -15,8 +15,8 @@ PyObject* type_of(const Target& of) {
         return nullptr;
     }
     void* type_handle = nullptr;
-    const int status = of.services().type_of(&type_handle);
-    return finish_type_of(status, type_handle);
+    of.services().type_of(&type_handle);
+    return finish_type_of(type_handle);
 }
 
 template <class Target>
@@ -64,7 +64,7 @@ PyObject* class_is_assignable(const TypedClass& of, PyObject* argument) {
     if (!fn_conv_py_obj_to_clr_refobj_not_null_handle(argument, &handle)) {
         Py_RETURN_FALSE;
     }
-    return PyBool_FromLong(of.services().is_assignable(handle));
+    return finish_is_assignable(of.services().is_assignable(handle));
 }
 
 PyObject* class_reinterpret_obj(const TypedClass& of, PyObject* argument) {
@@ -73,8 +73,8 @@ PyObject* class_reinterpret_obj(const TypedClass& of, PyObject* argument) {
         return nullptr;
     }
     void* out = nullptr;
-    const int status = of.services().reinterpret_obj(object, &out);
-    if (status == 0 && PyErr_Occurred()) {
+    of.services().reinterpret_obj(object, &out);
+    if (PyErr_Occurred()) {
         return nullptr;
     }
     return fn_conv_clr_clsobj_to_py_clsobj(out, of.type);
@@ -109,7 +109,7 @@ PyObject* interface_is_assignable(const TypedInterface& of, PyObject* argument) 
     if (!fn_conv_py_obj_to_clr_gen_not_null_handle(argument, &value)) {
         Py_RETURN_FALSE;
     }
-    return PyBool_FromLong(of.services().is_assignable(&value));
+    return finish_is_assignable(of.services().is_assignable(&value));
 }
 
 PyObject* interface_reinterpret_obj(const TypedInterface& of, PyObject* argument) {

@@ -68,7 +68,7 @@ int fn_conv_py_bytes_to_clr_out_bytes(PyObject* object, PyBytesArgBuilder* out) 
     // What is refused for reading too is refused in the same words.
     PyErr_Clear();
     if (fn_read_py_buffer(object, out->get_view(), out->get_info())) {
-        PyErr_SetString(PyExc_BufferError, "buffer is read-only");
+        PyErr_SetString(PyExc_BufferError, "buffer is read-only, pass a writable one such as a bytearray");
     }
     return 0;
 }

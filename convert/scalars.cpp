@@ -47,21 +47,32 @@ inline bool require_integer(PyObject* object) {
     return check > 0;
 }
 
-// The widest signed reading, narrowed by the caller. -1 with an error set is a failure.
-inline bool read_long(PyObject* object, long& value) {
-    value = PyLong_AsLong(object);
+// The signed reading, narrowed by the caller. -1 with an error set is a failure. A managed 64-bit integer is read by a
+// call of its own, whose words for a number out of range speak of no C type.
+template <class Target>
+inline bool read_signed(PyObject* object, long& value) {
+    if constexpr (sizeof(Target) == sizeof(long long)) {
+        value = PyLong_AsLongLong(object);
+    } else {
+        value = PyLong_AsLong(object);
+    }
     return value != -1 || !PyErr_Occurred();
 }
 
-inline bool read_unsigned_long(PyObject* object, unsigned long& value) {
-    value = PyLong_AsUnsignedLong(object);
+template <class Target>
+inline bool read_unsigned(PyObject* object, unsigned long& value) {
+    if constexpr (sizeof(Target) == sizeof(unsigned long long)) {
+        value = PyLong_AsUnsignedLongLong(object);
+    } else {
+        value = PyLong_AsUnsignedLong(object);
+    }
     return value != std::numeric_limits<unsigned long>::max() || !PyErr_Occurred();
 }
 
 template <class Target>
 inline int convert_signed(PyObject* object, Target* out) {
     long value;
-    if (!require_integer<Target>(object) || !read_long(object, value)) {
+    if (!require_integer<Target>(object) || !read_signed<Target>(object, value)) {
         return 0;
     }
     // 32 bits are taken from 64 without a test: settled behaviour, unlike the narrower targets.
@@ -77,7 +88,7 @@ inline int convert_signed(PyObject* object, Target* out) {
 template <class Target>
 inline int convert_unsigned(PyObject* object, Target* out) {
     unsigned long value;
-    if (!require_integer<Target>(object) || !read_unsigned_long(object, value)) {
+    if (!require_integer<Target>(object) || !read_unsigned<Target>(object, value)) {
         return 0;
     }
     if constexpr (sizeof(Target) < sizeof(int)) {

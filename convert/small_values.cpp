@@ -66,8 +66,8 @@ int fn_conv_py_uuid_to_clr_guid_value(PyObject* object, unsigned char* guid) {
     if (!bytes || PyBytes_AsStringAndSize(bytes.get(), &data, &size) != 0) {
         return 0;
     }
-    if (size != kGuidSize) {
-        // A subclass can override the attribute; a real UUID always has 16 bytes.
+    if (size < kGuidSize) {
+        // A subclass can override the attribute; a real UUID always has 16 bytes. Of more the first count.
         PyErr_Format(PyExc_TypeError, "can't build Guid from '%s'", Py_TYPE(object)->tp_name);
         return 0;
     }

@@ -5,8 +5,20 @@
 
 namespace zelmor {
 
-PyObject* finish_type_of(int status, void* type_handle) {
-    if (status == 0 && PyErr_Occurred()) {
+namespace {
+
+// A reader that refuses a value sets no error; one that failed otherwise has.
+int refuse_argument(const char* format, PyObject* argument) {
+    if (!PyErr_Occurred()) {
+        PyErr_Format(PyExc_TypeError, format, Py_TYPE(argument)->tp_name);
+    }
+    return 0;
+}
+
+}  // namespace
+
+PyObject* finish_type_of(void* type_handle) {
+    if (PyErr_Occurred()) {
         return nullptr;
     }
     return wrpPyl_convcaps_clr_to_py_C08ECFAB_Type(type_handle);
@@ -22,7 +34,7 @@ PyObject* finish_cast_with(int status, PyObject* wrapped) {
 }
 
 PyObject* finish_cast(int status, void* out, PyTypeObject* type) {
-    if (status == -1 && PyErr_Occurred()) {
+    if (PyErr_Occurred()) {
         return nullptr;
     }
     if (status == 0) {
@@ -32,7 +44,7 @@ PyObject* finish_cast(int status, void* out, PyTypeObject* type) {
 }
 
 PyObject* finish_cast_from(int status, void* out) {
-    if (status == -1 && PyErr_Occurred()) {
+    if (PyErr_Occurred()) {
         return nullptr;
     }
     if (status == 0) {
@@ -45,18 +57,18 @@ int read_cast_target(PyObject* argument, void** type_handle) {
     if (wrpPyl_trancaps_py_to_clr_C08ECFAB_Type(argument, type_handle)) {
         return 1;
     }
-    PyErr_Format(PyExc_TypeError, "_cast_from() expects a .Net Type argument, got a %.100s object",
-                 Py_TYPE(argument)->tp_name);
-    return 0;
+    return refuse_argument("_cast_from() expects a .Net Type argument, got a %.100s object", argument);
 }
 
 int read_reinterpreted(PyObject* argument, void** object_handle) {
     if (wrpPyl_trancaps_py_to_clr_359C4ED8_Object(argument, object_handle)) {
         return 1;
     }
-    PyErr_Format(PyExc_TypeError, "_reinterpret_obj() expects a .Net Object argument, got a %.100s object",
-                 Py_TYPE(argument)->tp_name);
-    return 0;
+    return refuse_argument("_reinterpret_obj() expects a .Net Object argument, got a %.100s object", argument);
+}
+
+PyObject* finish_is_assignable(bool assignable) {
+    return PyErr_Occurred() ? nullptr : PyBool_FromLong(assignable);
 }
 
 PyObject* refuse_reinterpret(PyObject* argument, PyTypeObject* type) {

@@ -1,5 +1,7 @@
 // What the members of the cast family have in common: from the status of a host service to what Python receives.
 //
+// A service tells of a failure by the pending error alone: that is asked for first, whatever the status says.
+//
 // The readers of the argument and the services themselves stand in the generated functions; the rules for their
 // results stand here once.
 #pragma once
@@ -15,7 +17,7 @@ inline PyObject* no_cast() {
 }
 
 // "_type_of" and "get_type": the System.Type of `type_handle`, or null if the service failed.
-PyObject* finish_type_of(int status, void* type_handle);
+PyObject* finish_type_of(void* type_handle);
 
 // "_cast_to" and "_cast_as" of a wrapper: `out` is wrapped as `type`.
 PyObject* finish_cast(int status, void* out, PyTypeObject* type);
@@ -25,6 +27,9 @@ PyObject* finish_cast_with(int status, PyObject* wrapped);
 
 // "_cast_from": `out` becomes a System.Object whatever the target was.
 PyObject* finish_cast_from(int status, void* out);
+
+// "_is_assignable".
+PyObject* finish_is_assignable(bool assignable);
 
 // Reads the System.Type argument of "_cast_from"; 0 with TypeError if it is none.
 int read_cast_target(PyObject* argument, void** type_handle);

@@ -36,6 +36,13 @@ int refuse_value(const char* what, PyObject* value) {
     return 0;
 }
 
+int accept_assignable(bool assignable, const char* what, PyObject* value) {
+    if (PyErr_Occurred() != nullptr) {
+        return 0;
+    }
+    return assignable ? 1 : refuse_value(what, value);
+}
+
 int refuse_delete(const char* property) {
     PyErr_Format(PyExc_AttributeError, "can't delete attribute '%s'", property);
     return -1;

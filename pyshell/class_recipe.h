@@ -45,12 +45,21 @@ inline bool report_validity(const PyHostState& state, std::string& message) {
 // Raises TypeError "can't build <what> value from '<type of value>'" and returns 0, as a converter does.
 int refuse_value(const char* what, PyObject* value);
 
+// What a converter answers once the managed side was asked whether `value` can be assigned: 1, or 0 with an error, be
+// it the managed side's own or the refusal of `value`.
+int accept_assignable(bool assignable, const char* what, PyObject* value);
+
 // A setter's answer to `del`: raises AttributeError and returns -1. No managed property can be taken away.
 int refuse_delete(const char* property);
 
 // `tp_new` behind the guard: an empty wrapper. Arguments are the business of `tp_init`.
 inline PyObject* make_empty_wrapper(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
     return PyType_GenericNew(type, args, kwargs);  // zeroes the handle
+}
+
+// A result that arrives as a ready Python object. A null one without an error is the managed null.
+inline PyObject* none_if_null(PyObject* result) {
+    return result != nullptr || PyErr_Occurred() != nullptr ? result : Py_NewRef(Py_None);
 }
 
 inline void* handle_of(PyObject* wrapper) {

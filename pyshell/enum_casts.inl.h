@@ -7,7 +7,7 @@ namespace zelmor {
 
 template <class T>
 PyObject* finish_enum_cast(int status, T value, PyTypeObject* type) {
-    if (status == -1 && PyErr_Occurred()) {
+    if (PyErr_Occurred()) {
         return nullptr;
     }
     if (status == 0) {

@@ -24,6 +24,8 @@ template <class T>
 PyObject* make_enum_integer(T value) {
     if constexpr (std::is_same_v<T, unsigned long>) {
         return PyLong_FromUnsignedLongLong(value);
+    } else if constexpr (std::is_same_v<T, long>) {
+        return PyLong_FromLongLong(value);
     } else if constexpr (std::is_unsigned_v<T>) {
         return PyLong_FromUnsignedLong(value);
     } else {
@@ -37,6 +39,9 @@ bool read_enum_integer(PyObject* value, T* out) {
     if constexpr (std::is_same_v<T, unsigned long>) {
         *out = PyLong_AsUnsignedLongLong(value);
         return *out != static_cast<T>(-1) || !PyErr_Occurred();
+    } else if constexpr (std::is_same_v<T, long>) {
+        *out = PyLong_AsLongLong(value);
+        return *out != -1 || !PyErr_Occurred();
     } else if constexpr (std::is_unsigned_v<T>) {
         const unsigned long wide = PyLong_AsUnsignedLong(value);
         *out = static_cast<T>(wide);

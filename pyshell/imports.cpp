@@ -23,6 +23,11 @@ PyRef require_type(PyRef attribute) {
     return attribute;
 }
 
+// Whether what is pending is no `Exception`: an interrupt says nothing of the module, and goes through as it is.
+bool is_interrupted() {
+    return PyErr_Occurred() != nullptr && !PyErr_ExceptionMatches(PyExc_Exception);
+}
+
 }  // namespace
 
 PyObject* PyShImport_ImportRefModule(const char* own_name, const char* module_name, const int* reference) {
@@ -73,11 +78,13 @@ PyObject* PyShImport_ImportRefModule(const char* own_name, const char* module_na
 PyObject* PyShImport_ImportType(const char* module_name, PyObject* attribute_name) {
     PyRef module = PyRef::steal(PyImport_ImportModule(module_name));
     if (!module) {
-        PyShlErr_UnableToImportModule(module_name);
+        if (!is_interrupted()) {
+            PyShlErr_UnableToImportModule(module_name);
+        }
         return nullptr;
     }
     PyObject* attribute = PyObject_GetAttr(module.get(), attribute_name);
-    if (attribute == nullptr) {
+    if (attribute == nullptr && !is_interrupted()) {
         PyShlErr_UnableToImportType(attribute_name, module_name);
     }
     return attribute;

@@ -9,20 +9,17 @@
 namespace zelmor {
 
 // One overload of a method group. On a parse failure it moves the exception into `*error_slot` and returns null; on
-// success it leaves the slot null and returns the call's result, which may be null with a managed exception pending.
+// success it leaves the slot null and returns the call's result, which may be null with a managed exception pending. A
+// parse that ended by what is no `Exception`, such as an interrupt, leaves the slot null too, with that pending: no
+// other overload is tried.
 using Overload = PyObject* (*)(PyObject* self, PyObject* args, PyObject* kwargs, PyObject** error_slot);
 
 // The same for a constructor, with the status of `tp_init`.
 using ConstructorOverload = int (*)(PyObject* self, PyObject* args, PyObject* kwargs, PyObject** error_slot);
 
-// Moves the pending exception of a failed parse into the overload's error slot, usually still as the raw message.
-inline void keep_parse_error(PyObject** error_slot) {
-    PyObject* type = nullptr;
-    PyObject* traceback = nullptr;
-    PyErr_Fetch(&type, error_slot, &traceback);
-    Py_XDECREF(type);
-    Py_XDECREF(traceback);
-}
+// Moves the pending exception of a failed parse into the overload's error slot, usually still as the raw message. What
+// is no `Exception` stays pending, and the slot empty.
+void keep_parse_error(PyObject** error_slot);
 
 inline void drop_parse_errors(PyObject** errors, size_t count) {
     for (size_t i = 0; i < count; ++i) {
@@ -30,7 +27,9 @@ inline void drop_parse_errors(PyObject** errors, size_t count) {
     }
 }
 
-// Raises TypeError whose value is the list of the messages, one per overload in trial order; releases the errors.
+// Raises TypeError whose value is the list of the messages, one per overload in trial order; releases the errors. A
+// reason whose text cannot be had reads "<unprintable ValueError object>". If an attempt failed for want of memory, its
+// MemoryError is the cause of the TypeError.
 void raise_no_overload(PyObject** errors, size_t count);
 
 template <size_t N>

@@ -43,10 +43,17 @@ PyObject* fn_conv_clr_ifcimpl_to_py_ifcimpl_wps(const PyCollectionArg& result, P
     if (found != nullptr && fn_contains_implicit_ifc_markattr(found, declared)) {
         return fn_py_clr_type_generic_new(result.value, found);
     }
-    // An interface wrapper can show a struct only as a boxed object.
-    void* value =
-        result.kind == kCollectionStruct ? ExchangeHost::get_instance().box_stc_target(result.value) : result.value;
-    return fn_py_clr_type_generic_new(value, declared);
+    if (result.kind != kCollectionStruct) {
+        return fn_py_clr_type_generic_new(result.value, declared);
+    }
+    // An interface wrapper can show a struct only as a boxed object. With the box the struct's handle changes hands; a
+    // struct that could not be boxed still has it.
+    void* boxed = ExchangeHost::get_instance().box_stc_target(result.value);
+    if (PyErr_Occurred() != nullptr) {
+        ExchangeHost::get_instance().free_struct(result.value);
+        return nullptr;
+    }
+    return fn_py_clr_type_generic_new(boxed, declared);
 }
 
 PyObject* fn_conv_clr_absobj_to_py_absobj(const PyCollectionArg& result, PyTypeObject* declared) {

@@ -19,6 +19,14 @@ bool find_by_managed_name(void* handle, PyTypeObject*& out) {
     return true;
 }
 
+// Gives back a handle for which no type was found. True if the managed side failed to tell the type's name, with its
+// error pending, rather than tell one that is not registered.
+bool drop_untyped(void* handle) {
+    const bool failed = PyErr_Occurred() != nullptr;
+    ExchangeHost::get_instance().free_instance(handle);
+    return failed;
+}
+
 }  // namespace
 
 PyWrpTypesMap* PyWrpTypesMap::get_instance() {
@@ -107,9 +115,7 @@ bool find_type_weakly(void* handle, long type_id, PyTypeObject*& out) {
 PyObject* fn_write_py_tpo(void* handle, long type_id) {
     PyTypeObject* type = get_py_type_object_by_obj(handle, type_id);
     if (type == nullptr) {
-        ExchangeHost::get_instance().free_instance(handle);
-        PyErr_SetString(PyExc_TypeError, "unknown wrapper type");
-        return nullptr;
+        return drop_untyped(handle) ? nullptr : PyErr_Format(PyExc_TypeError, "unknown wrapper type");
     }
     return fn_py_clr_type_generic_new(handle, type);
 }
@@ -117,8 +123,7 @@ PyObject* fn_write_py_tpo(void* handle, long type_id) {
 int fn_try_write_py_tpo(void* handle, long type_id, PyObject** out) {
     PyTypeObject* type = get_py_type_object_by_obj(handle, type_id);
     if (type == nullptr) {
-        ExchangeHost::get_instance().free_instance(handle);
-        return 0;
+        return drop_untyped(handle) ? -1 : 0;
     }
     *out = fn_py_clr_type_generic_new(handle, type);
     return *out == nullptr ? -1 : 1;

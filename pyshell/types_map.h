@@ -43,7 +43,8 @@ class PyWrpTypesMap {
     std::mutex weak_by_id_mutex;
 };
 
-// The Python type of the run-time managed type, or null. Sets no error of its own. Does not remember a miss.
+// The Python type of the run-time managed type, or null. Sets no error of its own; that of a managed side which failed
+// to tell the name stands. Does not remember a miss.
 PyTypeObject* get_py_type_object_by_obj(void* handle, long type_id);
 
 namespace zelmor {
@@ -56,7 +57,9 @@ bool find_type_weakly(void* handle, long type_id, PyTypeObject*& out);
 
 // Callbacks of the managed side for an object whose static type says nothing. Both take over the handle.
 //
-// A new wrapper, or null with TypeError "unknown wrapper type".
+// A new wrapper, or null with TypeError "unknown wrapper type" or the error of a managed side that failed to tell the
+// type.
 PyObject* fn_write_py_tpo(void* handle, long type_id);
-// 1 with `*out` set, 0 for an unknown type with no error, -1 if the wrapping failed.
+// 1 with `*out` set, 0 for an unknown type with no error, -1 if the wrapping failed or the managed side could not tell
+// the type.
 int fn_try_write_py_tpo(void* handle, long type_id, PyObject** out);

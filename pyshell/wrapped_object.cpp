@@ -7,9 +7,9 @@
 #include "exchange/exchange_host.h"
 #include "exchange/object_host.h"
 #include "exchange/wire/tags.h"
+#include "pyshell/casts.h"
 #include "pyshell/identifiers.h"
 #include "pyshell/markers.h"
-#include "pyshell/sibling_converters.h"
 
 namespace {
 
@@ -33,7 +33,10 @@ PyObject* managed_text(PyClrObject* self, ToString to_string) {
     void* text = nullptr;
     if (to_string(self->handle, &text) == kToStringDelivered) {
         result = static_cast<PyObject*>(text);
-    } else if (PyErr_Occurred() == nullptr) {
+    }
+    if (PyErr_Occurred() != nullptr) {
+        Py_CLEAR(result);
+    } else if (result == nullptr) {
         result = PyUnicode_FromFormat("<%s object at %p>", Py_TYPE(self)->tp_name, self);
     }
 
@@ -78,10 +81,8 @@ PyObject* compare_managed(PyObject* left, PyObject* right, int operation, Equals
 template <class GetType>
 PyObject* managed_type(PyClrObject* self, GetType get_type) {
     void* type_handle = nullptr;
-    if (get_type(self->handle, &type_handle) == 0 && PyErr_Occurred() != nullptr) {
-        return nullptr;
-    }
-    return wrpPyl_convcaps_clr_to_py_C08ECFAB_Type(type_handle);
+    get_type(self->handle, &type_handle);
+    return zelmor::finish_type_of(type_handle);
 }
 
 // A Python class can carry the host marker too, since it is an ordinary attribute there. Only a static record that

@@ -167,6 +167,10 @@ int mix_traverse(PyObject* self, visitproc visit, void* arg) {
     return 0;
 }
 
+// Static and instance methods share the slot: what it reads stands in the same place.
+static_assert(offsetof(PyShStaticMethodDescrObject, owner) == offsetof(PyShInstanceMethodDescrObject, owner) &&
+              offsetof(PyShStaticMethodDescrObject, ml) == offsetof(PyShInstanceMethodDescrObject, ml));
+
 // `tp_getattro` is set since two of the types are used without having been readied: it readies them.
 template <class Descriptor>
 constexpr PyTypeObject descr_type(const char* name, destructor dealloc, reprfunc repr, traverseproc traverse,
@@ -211,7 +215,7 @@ constinit PyTypeObject wrpPye_tyds_FFFFFFFF_InstanceMethodDescr = descr_type<PyS
     owner_traverse, instance_descr_get);
 
 constinit PyTypeObject wrpPye_tyds_FFFFFFFF_StaticMethodDescr = descr_type<PyShStaticMethodDescrObject>(
-    ZELMOR_MODULE_NAME "._StaticMethodDescrType", static_dealloc, method_repr<PyShStaticMethodDescrObject>,
+    ZELMOR_MODULE_NAME "._StaticMethodDescrType", static_dealloc, method_repr<PyShInstanceMethodDescrObject>,
     static_traverse, static_descr_get);
 
 constinit PyTypeObject wrpPye_tyds_FFFFFFFF_MixMethodDescr =

@@ -152,9 +152,12 @@ int method_traverse(PyObject* self, visitproc visit, void* arg) {
     return 0;
 }
 
-// There is no case for a null `self`: the repr of a static or unbound method object ends the process.
+// A static or unbound method has no object to name: it is told by its owner.
 PyObject* method_repr(PyObject* self) {
     const PyShCMethodObject* method = as_method(self);
+    if (method->self == nullptr) {
+        return PyUnicode_FromFormat("<extension method %s of %s>", method->ml->ml_name, method->owner->tp_name);
+    }
     return PyUnicode_FromFormat("<extension method %s of %s object at %p>", method->ml->ml_name,
                                 Py_TYPE(method->self)->tp_name, method->self);
 }

@@ -20,13 +20,16 @@ int read_any_object(PyObject* value, void** out) {
     return fn_conv_py_obj_to_clr_refobj_not_null_handle(value, out);
 }
 
-// Any wrapper that holds a managed type. The answer 0 carries no error: the caller has words of its own for it.
+// Any wrapper that holds a managed type. A refusal carries no error, since the caller has words of its own for it; what
+// else goes wrong keeps its own.
 int read_any_type(PyObject* value, void** out) {
     if (!fn_is_refobj_has_host_markattr(value)) {
         return 0;
     }
     if (wrpPy_conv_py_to_clr_C08ECFAB_Type(value, out) == 0) {
-        PyErr_Clear();
+        if (PyErr_ExceptionMatches(PyExc_TypeError)) {
+            PyErr_Clear();
+        }
         return 0;
     }
     return 1;

@@ -1,8 +1,4 @@
-"""Static properties, names that are static on the class and not on an object, and the members of enumerations.
-
-The `repr` of a static or unbound method object ends the process. Assertions here work on values that were taken
-before, since a failing one shows the `repr` of every part of its expression.
-"""
+"""Static properties, names that are static on the class and not on an object, and the members of enumerations."""
 
 from __future__ import annotations
 

@@ -125,7 +125,7 @@ TEST_F(Bytes, MemoryThatMayNotBeChangedIsRefusedForWriting) {
         {
             PyBytesArgBuilder builder;
             EXPECT_EQ(fn_conv_py_bytes_to_clr_out_bytes(data.get(), &builder), 0);
-            expect_error(PyExc_BufferError, "buffer is read-only");
+            expect_error(PyExc_BufferError, "buffer is read-only, pass a writable one such as a bytearray");
         }
         EXPECT_EQ(count.change(), 0) << source;
     }

@@ -144,6 +144,30 @@ TEST_F(Integers, EachRefusalNamesItsTargetAndTheType) {
     expect_refused(fn_conv_py_long_to_clr_int32, number.get(), "can't build 'Int32' from 'float'");
 }
 
+template <class Target>
+void expect_overflow(int (*convert)(PyObject*, Target*), const char* number, const char* message) {
+    Target out;
+    EXPECT_EQ(convert(evaluate(number).get(), &out), 0);
+    expect_error(PyExc_OverflowError, message);
+}
+
+TEST_F(Integers, AnOverflowIsToldInTheWordsOfTheReadingCall) {
+    const char* const kLong = "Python int too large to convert to C long";
+    expect_overflow(fn_conv_py_long_to_clr_int8, "2**63", kLong);
+    expect_overflow(fn_conv_py_long_to_clr_int16, "2**63", kLong);
+    expect_overflow(fn_conv_py_long_to_clr_int32, "-2**63 - 1", kLong);
+    expect_overflow(fn_conv_py_long_to_clr_int64, "2**63", "int too big to convert");
+    expect_overflow(fn_conv_py_long_to_clr_int64, "-2**63 - 1", "int too big to convert");
+    const char* const kUnsignedLong = "Python int too large to convert to C unsigned long";
+    expect_overflow(fn_conv_py_ulong_to_clr_uint8, "2**64", kUnsignedLong);
+    expect_overflow(fn_conv_py_ulong_to_clr_uint16, "2**64", kUnsignedLong);
+    expect_overflow(fn_conv_py_ulong_to_clr_uint32, "2**64", kUnsignedLong);
+    expect_overflow(fn_conv_py_ulong_to_clr_uint64, "2**64", "int too big to convert");
+    const char* const kNegative = "can't convert negative value to unsigned int";
+    expect_overflow(fn_conv_py_ulong_to_clr_uint32, "-1", kNegative);
+    expect_overflow(fn_conv_py_ulong_to_clr_uint64, "-1", "can't convert negative int to unsigned");
+}
+
 TEST_F(Integers, ASubclassOfIntIsNone) {
     const PyRef names = run("class Own(int):\n    pass\nown = Own(5)\n");
     int out;

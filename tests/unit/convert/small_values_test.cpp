@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstring>
+#include <numeric>
 #include <random>
 
 #include "bridge_test.h"
@@ -71,6 +72,18 @@ TEST_F(SmallValues, AUuidThatIsNotSixteenBytesFailsInsteadOfBeingReadPastItsEnd)
     EXPECT_EQ(fn_read_py_guid(entry_of(names, "other"), guid.data()), 0);
     expect_error_of(PyExc_TypeError);
     EXPECT_EQ(guid, kGuid);
+}
+
+TEST_F(SmallValues, AUuidOfMoreThanSixteenBytesGivesItsFirstSixteen) {
+    const PyRef names =
+        run("import uuid\nclass Long(uuid.UUID):\n    bytes_le = bytes(range(16)) + b'and more'\nlong = Long(int=1)\n");
+    Guid first;
+    std::iota(first.begin(), first.end(), static_cast<unsigned char>(0));
+    for (const auto read : {fn_conv_py_uuid_to_clr_guid, fn_read_py_guid}) {
+        Guid guid = kGuid;
+        EXPECT_EQ(read(entry_of(names, "long"), guid.data()), 1);
+        EXPECT_EQ(guid, first);
+    }
 }
 
 TEST_F(SmallValues, WithoutTheUuidModuleNoGuidIsMade) {

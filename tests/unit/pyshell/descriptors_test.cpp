@@ -102,6 +102,10 @@ TEST_F(Descriptors, AStaticMethodServesAllLookupsWithOneMethodObject) {
     EXPECT_EQ(text_of(on({}, "t.inflate(1)").get()), "('static', None)");
 }
 
+TEST_F(Descriptors, StaticAndInstanceMethodsShareTheirRepr) {
+    EXPECT_EQ(wrpPye_tyds_FFFFFFFF_StaticMethodDescr.tp_repr, wrpPye_tyds_FFFFFFFF_InstanceMethodDescr.tp_repr);
+}
+
 TEST_F(Descriptors, AStaticMethodGivenByHandNeedsAType) {
     const PyRef descriptor = static_method();
     EXPECT_FALSE(on(descriptor, "d.__get__(None, 5)"));

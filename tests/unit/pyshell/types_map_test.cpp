@@ -142,6 +142,17 @@ TEST_F(TypesMap, TryWriteAnswersMinusOneWhenTheWrappingFails) {
     expect_error(PyExc_RuntimeError, "refused");
 }
 
+TEST_F(TypesMap, AnErrorInPlaceOfANameStandsAndTheHandleGoesBack) {
+    managed.raises = "no name today";
+    PyObject* out = nullptr;
+    EXPECT_EQ(fn_try_write_py_tpo(handle, new_id(), &out), -1);
+    expect_error(PyExc_RuntimeError, "no name today");
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(fn_write_py_tpo(handle, new_id()), nullptr);
+    expect_error(PyExc_RuntimeError, "no name today");
+    EXPECT_EQ(managed.freed_objects, (Handles{handle, handle}));
+}
+
 TEST_F(TypesMap, TheWeakLookupRemembersHitsAndMisses) {
     map->add(u"Zelmor.Imaging.Thing", &test_class_type);
     const long known = new_id();

@@ -33,8 +33,8 @@ def symbol(entry: Type, operation: str) -> str:
 def write_type_of(entry: Type) -> list[str]:
     """`T._type_of()`."""
     return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000_type_of(PyObject*, PyObject*)", [
-        *guard(entry), "void* out = nullptr;", f"const int status = {host_of(entry)}.btp_TypeOf(&out);",
-        "return zelmor::finish_type_of(status, out);"])
+        *guard(entry), "void* out = nullptr;", f"{host_of(entry)}.btp_TypeOf(&out);",
+        "return zelmor::finish_type_of(out);"])
 
 
 def _cast(entry: Type, operation: str, service: str, slot: str, reader: str, passed: str) -> list[str]:
@@ -47,7 +47,7 @@ def _cast(entry: Type, operation: str, service: str, slot: str, reader: str, pas
 def _is_assignable(entry: Type, slot: str, reader: str, passed: str) -> list[str]:
     return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000_is_assignable(PyObject*, PyObject* value)", [
         *guard(entry), slot, f"if (!{reader}(value, &from)) {{", "    Py_RETURN_FALSE;", "}",
-        f"return PyBool_FromLong({host_of(entry)}.btp_IsAssignable({passed}));"])
+        f"return zelmor::finish_is_assignable({host_of(entry)}.btp_IsAssignable({passed}));"])
 
 
 def _cast_from(entry: Type) -> list[str]:
@@ -65,8 +65,8 @@ def _reinterpret(entry: Type) -> list[str]:
     return function(head, [
         *guard(entry), "void* object = nullptr;", "if (!zelmor::read_reinterpreted(value, &object)) {",
         "    return nullptr;", "}", "void* out = nullptr;",
-        f"const int status = {host_of(entry)}.btp_ReInterpretObj(object, &out);",
-        "if (status == 0 && PyErr_Occurred()) {", "    return nullptr;", "}",
+        f"{host_of(entry)}.btp_ReInterpretObj(object, &out);",
+        "if (PyErr_Occurred()) {", "    return nullptr;", "}",
         f"return wrpPy_conv_clr_to_py_{entry.symbol}(out);"])
 
 

@@ -143,7 +143,7 @@ def to_python(wire: Wire, value: str) -> str:
         return f"{reader}({value}, &{collection_record(wire)})"
     if wire.kind == "stream":
         return f"fn_conv_clr_absobj_to_py_absobj({value}, &wrpPye_tyds_FFFFFFFF_StreamWrapper)"
-    return value  # strings, bytes and objects arrive as Python objects
+    return f"zelmor::none_if_null({value})"  # strings, bytes and objects arrive as Python objects
 
 
 def collection_record(wire: Wire) -> str:

@@ -59,7 +59,7 @@ def _of_member(entry: Type, operation: str, service: str, finish: str) -> list[s
     return function(f"static PyObject* {_symbol(entry, operation)}(PyObject* self, PyObject*)", [
         *guard(entry), f"{integer_type(entry)} value{{}};", "if (!zelmor::read_enum_integer(self, &value)) {",
         "    return nullptr;", "}", "void* out = nullptr;",
-        f"const int status = {host_of(entry)}.{service}(value, &out);", *finish.split("\n")])
+        f"{host_of(entry)}.{service}(value, &out);", *finish.split("\n")])
 
 
 def _operations(entry: Type) -> list[str]:
@@ -70,17 +70,17 @@ def _operations(entry: Type) -> list[str]:
     lines += function(f"static PyObject* {_symbol(entry, '_reinterpret_obj')}(PyObject*, PyObject* value)", [
         *guard(entry), "void* object = nullptr;", "if (!zelmor::read_reinterpreted(value, &object)) {",
         "    return nullptr;", "}", f"{integer_type(entry)} out{{}};",
-        f"const int status = {host_of(entry)}.btp_ReInterpretObj(object, &out);",
-        "if (status == 0 && PyErr_Occurred()) {", "    return nullptr;", "}",
+        f"{host_of(entry)}.btp_ReInterpretObj(object, &out);",
+        "if (PyErr_Occurred()) {", "    return nullptr;", "}",
         f"return zelmor::convert_enum_result(out, wrpPy_tyds_{entry.symbol});"])
     lines += _of_member(entry, "_as_uni_enum", "btp_AsUniEnum",
-                        "if (status == 0 && PyErr_Occurred()) {\n    return nullptr;\n}\n"
+                        "if (PyErr_Occurred()) {\n    return nullptr;\n}\n"
                         "return wrpPyl_convcaps_clr_to_py_738AFABA_Enum(out);")
     lines += _cast(entry, "_cast_as", "btp_CastAs", handle, reader, "from")
     lines += function(f"static PyObject* {_symbol(entry, '_is_assignable')}(PyObject*, PyObject* value)", [
         *guard(entry), handle, f"if (!{reader}(value, &from)) {{", "    Py_RETURN_FALSE;", "}",
-        f"return PyBool_FromLong({host_of(entry)}.btp_IsAssignable(from));"])
-    return lines + _of_member(entry, "get_type", "btp_GetType", "return zelmor::finish_type_of(status, out);")
+        f"return zelmor::finish_is_assignable({host_of(entry)}.btp_IsAssignable(from));"])
+    return lines + _of_member(entry, "get_type", "btp_GetType", "return zelmor::finish_type_of(out);")
 
 
 def _initialiser(entry: Type) -> list[str]:

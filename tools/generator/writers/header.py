@@ -54,9 +54,7 @@ def _enumeration(entry: Type) -> list[str]:
 def write_header(model: Model, product: str) -> list[str]:
     """The header of an assembly."""
     lines = [f"// What the types of {model.assembly} call of each other. Written by the generator.", "#pragma once", "",
-             "#include <string>", "", *(f'#include "{name}"' for name in _INCLUDES), "",
-             "// Static records of the interpreter are filled by name; what is not named stays zero.",
-             '#pragma GCC diagnostic ignored "-Wmissing-field-initializers"', ""]
+             "#include <string>", "", *(f'#include "{name}"' for name in _INCLUDES), ""]
     for entry in model.types:
         lines += [f"// {entry.full_name}", *(_enumeration(entry) if entry.is_enum else _wrapper(entry)), ""]
     lines += write_declarations(model)

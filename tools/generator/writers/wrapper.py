@@ -48,8 +48,8 @@ def _argument_converter(entry: Type) -> list[str]:
                      f"    *out = VariantArg{{kind, {handle}}};", "    return 1;", "}"]
         reader, passed = "fn_conv_py_obj_to_clr_gen_not_null_handle", "out"
     body += [f"if ({reader}(value, out)) {{", f"    if (wrpPy_uafn_{symbol}_invalidate() != 0) {{", "        return 0;",
-             "    }", f"    if ({members.host_of(entry)}.btp_IsAssignable({passed})) {{", "        return 1;", "    }",
-             "}", f"return zelmor::refuse_value({quoted(entry.name)}, value);"]
+             "    }", f"    return zelmor::accept_assignable({members.host_of(entry)}.btp_IsAssignable({passed}), "
+             f"{quoted(entry.name)}, value);", "}", f"return zelmor::refuse_value({quoted(entry.name)}, value);"]
     return function(signature, body)
 
 

@@ -1,0 +1,29 @@
+"""A step of a test in a forked child, for what could end the process: a crash there is an outcome like any other."""
+
+from __future__ import annotations
+
+import os
+import signal
+from collections.abc import Callable
+from typing import Any
+
+
+def outcome_of(step: Callable[[], Any]) -> str:
+    """The repr of what the step returns, or "<exception>: <text>", or the signal that ended the child."""
+    reading, writing = os.pipe()
+    child = os.fork()
+    if child == 0:
+        try:
+            os.close(reading)
+            try:
+                text = repr(step())
+            except BaseException as error:
+                text = f"{type(error).__name__}: {error}"
+            os.write(writing, text.encode())
+        finally:
+            os._exit(0)
+    os.close(writing)
+    with os.fdopen(reading, "rb") as pipe:
+        text = pipe.read().decode()
+    _, status = os.waitpid(child, 0)
+    return signal.Signals(os.WTERMSIG(status)).name if os.WIFSIGNALED(status) else text

@@ -1,0 +1,22 @@
+"""Calls during which an allocation fails: the call ends as always or tells of the short memory, and nothing else.
+
+In processes of their own, since such a point could end the process.
+"""
+
+from __future__ import annotations
+
+import json
+import subprocess
+import sys
+from pathlib import Path
+
+PROGRAM = Path(__file__).with_name("short_memory_process.py")
+
+
+def test_at_every_allocation_of_every_kind_of_call() -> None:
+    done = subprocess.run([sys.executable, str(PROGRAM)], capture_output=True, text=True, timeout=300, check=False)
+    assert done.returncode == 0, done.stderr
+    report = json.loads(done.stdout)
+    assert len(report) > 50
+    assert {name: faults for name, (_, faults) in report.items() if faults} == {}
+    assert sum(felt for felt, _ in report.values()) > 250, "the allocator was not the one that fails"
