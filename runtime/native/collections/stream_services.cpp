@@ -7,8 +7,9 @@ namespace zelmor::embed {
 
 namespace {
 
-ManagedStream& stream_of(ServiceCall& call) {
-    return target<ManagedStream>(call.frame.argument<Handle>(0));
+// Held: a Python file behind the stream may let go of it in the middle of the call.
+Ref<ManagedStream> stream_of(ServiceCall& call) {
+    return Ref<ManagedStream>(&target<ManagedStream>(call.frame.argument<Handle>(0)));
 }
 
 size_t checked_count(int32_t count) {
@@ -17,49 +18,49 @@ size_t checked_count(int32_t count) {
 }
 
 void can_read(ServiceCall& call) {
-    call.frame.set_result<uint8_t>(stream_of(call).can_read());
+    call.frame.set_result<uint8_t>(stream_of(call)->can_read());
 }
 void can_seek(ServiceCall& call) {
-    call.frame.set_result<uint8_t>(stream_of(call).can_seek());
+    call.frame.set_result<uint8_t>(stream_of(call)->can_seek());
 }
 void can_write(ServiceCall& call) {
-    call.frame.set_result<uint8_t>(stream_of(call).can_write());
+    call.frame.set_result<uint8_t>(stream_of(call)->can_write());
 }
 void length(ServiceCall& call) {
-    call.frame.set_result(stream_of(call).length());
+    call.frame.set_result(stream_of(call)->length());
 }
 void position(ServiceCall& call) {
-    call.frame.set_result(stream_of(call).position());
+    call.frame.set_result(stream_of(call)->position());
 }
 void close(ServiceCall& call) {
-    stream_of(call).close();
+    stream_of(call)->close();
 }
 void flush(ServiceCall& call) {
-    stream_of(call).flush();
+    stream_of(call)->flush();
 }
 
 void read(ServiceCall& call) {
     auto* data = call.frame.argument<std::byte*>(1);
     const size_t count = checked_count(call.frame.argument<int32_t>(2));
-    call.frame.set_result(static_cast<int32_t>(stream_of(call).read({data, count})));
+    call.frame.set_result(static_cast<int32_t>(stream_of(call)->read({data, count})));
 }
 
 void write(ServiceCall& call) {
     const auto* data = call.frame.argument<const std::byte*>(1);
-    stream_of(call).write({data, checked_count(call.frame.argument<int32_t>(2))});
+    stream_of(call)->write({data, checked_count(call.frame.argument<int32_t>(2))});
 }
 
 void seek(ServiceCall& call) {
     const auto origin = call.frame.argument<int32_t>(2);
     if (origin < 0 || origin > 2) throw_argument("The seek origin " + std::to_string(origin) + " is none of 0, 1, 2.");
-    call.frame.set_result(stream_of(call).seek(call.frame.argument<int64_t>(1), static_cast<SeekFrom>(origin)));
+    call.frame.set_result(stream_of(call)->seek(call.frame.argument<int64_t>(1), static_cast<SeekFrom>(origin)));
 }
 
 // With the flag set, the stream ends at its position.
 void set_length(ServiceCall& call) {
-    ManagedStream& stream = stream_of(call);
-    const int64_t length = call.frame.argument<int32_t>(1) ? stream.position() : call.frame.argument<int64_t>(2);
-    stream.set_length(length);
+    const auto stream = stream_of(call);
+    const int64_t length = call.frame.argument<int32_t>(1) ? stream->position() : call.frame.argument<int64_t>(2);
+    stream->set_length(length);
     call.frame.set_result(length);
 }
 

@@ -59,7 +59,7 @@ void remove_id(ExifObject& self, uint16_t tag_id) {
 // None takes all tags away.
 TagList given_tags(const VariantArg* value) {
     const auto list = read_list(value, element_of(Wire::kClass, TagObject::kManagedName));
-    return tags_of(elements_of_value(Ref<ManagedObject>(list), TagObject::kManagedName));
+    return tags_of(elements_of_value(Ref<ManagedObject>(list)));
 }
 
 template <ExifDirectory kDirectory>
