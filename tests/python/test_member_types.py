@@ -163,5 +163,5 @@ def test_one_fraction_in_a_tag_of_many_is_an_array() -> None:
     data = JpegExifData()
     data.gps_track = [TiffRational(1, 2)]
     assert list(data.gps_track) == [TiffRational(1, 2)]
-    with pytest.raises(TypeError, match="^can't build Array value from 'zelmor.imaging.fileformats.tiff.TiffRational'$"):
+    with pytest.raises(TypeError, match="^can't build Array value from 'zelmor[a-z.]*TiffRational'$"):
         data.gps_track = TiffRational(1, 2)

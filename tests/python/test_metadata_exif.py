@@ -45,7 +45,8 @@ CHOICES = {"color_space": "ExifColorSpace", "contrast": "ExifContrast", "custom_
            "y_cb_cr_positioning": "ExifYCbCrPositioning"}
 ARRAYS = {"gps_latitude": TiffRational, "gps_longitude": TiffRational, "gps_dest_latitude": TiffRational,
           "gps_dest_longitude": TiffRational, "gps_timestamp": TiffRational, "lens_specification": TiffRational,
-          "gps_track": TiffRational, "white_point": TiffRational, "primary_chromaticities": TiffRational, "reference_black_white": TiffRational,
+          "gps_track": TiffRational, "white_point": TiffRational, "primary_chromaticities": TiffRational,
+          "reference_black_white": TiffRational,
           "y_cb_cr_coefficients": TiffRational, "subject_area": int, "subject_location": int, "bits_per_sample": int,
           "transfer_function": int, "y_cb_cr_sub_sampling": int}
 
