@@ -13,11 +13,11 @@ from typing import Any
 from zoneinfo import ZoneInfo
 
 import pytest
+from support.anything import holder
 from support.control import control
 from support.draws import seeds
 from zelmor.imaging.asynctask import AsyncTaskProgress
 from zelmor.imaging.fileformats.tga import TgaImage
-from zelmor.imaging.imageloadoptions import OdLoadOptions
 
 TICKS_PER_DAY = 864_000_000_000
 LAST_TICK = 3_155_378_975_999_999_999
@@ -459,14 +459,14 @@ def test_no_reference_is_kept_or_lost() -> None:
     (timedelta(-1, 5, 7), timedelta(-1, 5, 7)),
 ], ids=repr)
 def test_a_value_comes_back_as_the_managed_side_keeps_it(value: object, shown: object) -> None:
-    options = OdLoadOptions()
-    options.password = value
-    assert type(options.password) is type(shown)
-    assert str(options.password) == str(shown)
+    options = holder()
+    options.value = value
+    assert type(options.value) is type(shown)
+    assert str(options.value) == str(shown)
 
 
 def test_a_span_that_cannot_cross_is_a_managed_exception() -> None:
-    options = OdLoadOptions()
+    options = holder()
     with pytest.raises(RuntimeError, match=r"^Proxy error\(PythonException\): .*for \.Net TimeSpan"):
-        options.password = timedelta.max
-    assert options.password is None
+        options.value = timedelta.max
+    assert options.value is None
