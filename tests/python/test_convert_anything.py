@@ -32,6 +32,7 @@ from ctypes import byref, c_double, c_long
 from typing import Any
 
 import pytest
+from support.anything import holder
 from support.control import control
 from support.draws import seeds
 from support.records import PyStringArg, VariantArg
@@ -180,12 +181,12 @@ COMING_BACK = [
 
 @pytest.mark.parametrize("value", COMING_BACK, ids=repr)
 def test_a_value_comes_back_equal(value: object) -> None:
-    options = OdLoadOptions()
-    options.password = value
-    assert options.password == value
-    assert type(options.password) is (bytearray if isinstance(value, bytes) else type(value))
-    options.password = None
-    assert options.password is None
+    options = holder()
+    options.value = value
+    assert options.value == value
+    assert type(options.value) is (bytearray if isinstance(value, bytes) else type(value))
+    options.value = None
+    assert options.value is None
 
 
 def as_lists(value: object) -> object:
@@ -200,10 +201,10 @@ def as_lists(value: object) -> object:
     [datetime.datetime(2023, 6, 1), datetime.timedelta(1)],
 ], ids=repr)
 def test_the_items_of_a_list_or_tuple_come_back_equal(value: object) -> None:
-    options, before = OdLoadOptions(), sys.getrefcount(value)
-    options.password = value
-    assert as_lists(options.password) == as_lists(value)
-    options.password = None
+    options, before = holder(), sys.getrefcount(value)
+    options.value = value
+    assert as_lists(options.value) == as_lists(value)
+    options.value = None
     assert sys.getrefcount(value) == before
 
 
@@ -265,11 +266,11 @@ def test_any_text_is_seen_in_its_own_storage(seed: int) -> None:
 
 
 def test_a_lone_surrogate_goes_as_it_is_and_cannot_come_back() -> None:
-    options = OdLoadOptions()
+    options = holder()
     for text in ("\ud800", "a\udfffb", "\U0001f600\udc00"):
-        options.password = text
+        options.value = text
         with pytest.raises(LookupError, match="^unknown error handler name ''$"):
-            assert options.password
+            assert options.value
 
 
 @pytest.mark.parametrize("seed", seeds(1))

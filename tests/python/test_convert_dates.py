@@ -13,11 +13,11 @@ from typing import Any
 from zoneinfo import ZoneInfo
 
 import pytest
+from support.anything import holder
 from support.control import control
 from support.draws import seeds
 from zelmor.imaging.asynctask import AsyncTaskProgress
 from zelmor.imaging.fileformats.tga import TgaImage
-from zelmor.imaging.imageloadoptions import OdLoadOptions
 
 TICKS_PER_DAY = 864_000_000_000
 LAST_TICK = 3_155_378_975_999_999_999
@@ -459,17 +459,17 @@ def test_no_reference_is_kept_or_lost() -> None:
     (timedelta(-1, 5, 7), timedelta(-1, 5, 7)),
 ], ids=repr)
 def test_a_value_comes_back_as_the_managed_side_keeps_it(value: object, shown: object) -> None:
-    options = OdLoadOptions()
-    options.password = value
-    assert type(options.password) is type(shown)
-    assert str(options.password) == str(shown)
+    options = holder()
+    options.value = value
+    assert type(options.value) is type(shown)
+    assert str(options.value) == str(shown)
 
 
 def test_a_span_that_cannot_cross_is_a_managed_exception() -> None:
-    options = OdLoadOptions()
+    options = holder()
     with pytest.raises(RuntimeError, match=r"^Proxy error\(PythonException\): .*for \.Net TimeSpan"):
-        options.password = timedelta.max
-    assert options.password is None
+        options.value = timedelta.max
+    assert options.value is None
 
 
 # The ends of a span, as docs/values.md tells them
@@ -486,9 +486,9 @@ TOO_LONG = [timedelta.max, timedelta.min, LONGEST + MICROSECOND, -LONGEST - MICR
 def test_the_longest_spans_cross_and_come_back(value: timedelta) -> None:
     assert LONGEST == timedelta(seconds=922337203685, microseconds=477580)
     AsyncTaskProgress(1, value)
-    options = OdLoadOptions()
-    options.password = value
-    assert options.password == value
+    options = holder()
+    options.value = value
+    assert options.value == value
 
 
 @pytest.mark.parametrize("value", TOO_LONG, ids=repr)
@@ -497,9 +497,9 @@ def test_longer_ones_are_refused_by_name(value: timedelta) -> None:
     with pytest.raises(OverflowError) as refused:
         AsyncTaskProgress(1, value)
     assert str(refused.value) == words
-    options = OdLoadOptions()
+    options = holder()
     with pytest.raises(RuntimeError) as managed:
-        options.password = value
+        options.value = value
     assert words in str(managed.value)
 
 

@@ -18,9 +18,9 @@ from fractions import Fraction
 from typing import Any
 
 import pytest
+from support.anything import holder
 from support.control import control
 from support.draws import seeds
-from zelmor.imaging.imageloadoptions import OdLoadOptions
 
 LARGEST = 2**96 - 1
 TOO_LARGE = "value too large for .Net decimal"
@@ -345,15 +345,15 @@ def test_no_reference_is_kept_or_lost() -> None:
 @pytest.mark.parametrize("text", ["0", "1.50", "-79228162514264337593543950335", "7.9228162514264337593543950335",
                                   "0.0000000000000000000000000001", "123456789.987654321"])
 def test_a_decimal_comes_back_with_its_scale(text: str) -> None:
-    options = OdLoadOptions()
+    options = holder()
     for value in (Decimal(text), Decimal(text).as_tuple()):
-        options.password = value
-        assert type(options.password) is Decimal
-        assert options.password.as_tuple() == Decimal(text).as_tuple()
+        options.value = value
+        assert type(options.value) is Decimal
+        assert options.value.as_tuple() == Decimal(text).as_tuple()
 
 
 def test_a_decimal_that_cannot_cross_is_a_managed_exception() -> None:
-    options = OdLoadOptions()
+    options = holder()
     with pytest.raises(RuntimeError, match=r"^Proxy error\(PythonException\): .*value too large for \.Net decimal"):
-        options.password = Decimal("1E+29")
-    assert options.password is None
+        options.value = Decimal("1E+29")
+    assert options.value is None

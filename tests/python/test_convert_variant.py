@@ -13,11 +13,12 @@ import uuid
 from typing import Any
 
 import pytest
+from support.anything import HOLDER, holder
 from support.control import control
 from zelmor.imaging import Point
 from zelmor.imaging.imageloadoptions import OdLoadOptions
 
-OWNER = "Zelmor.Imaging.ImageLoadOptions.OdLoadOptions"
+OWNER = HOLDER
 EMPTY_WRAPPER = OdLoadOptions.__new__(OdLoadOptions)
 
 
@@ -32,11 +33,11 @@ Pair = collections.namedtuple("Pair", "a b")
 
 def variant_on_the_wire(value: Any) -> tuple[int, int]:
     """Tag and value of the record that a value becomes; the entry point itself is not run."""
-    options = OdLoadOptions()
-    control.return_next(OWNER, "set_Password")
+    options = holder()
+    control.return_next(OWNER, "set_Value")
     with control.journal() as calls:
-        options.password = value
-    [made] = [entry for entry in calls if entry.method == "set_Password"]
+        options.value = value
+    [made] = [entry for entry in calls if entry.method == "set_Value"]
     tag, word = struct.unpack("<i4xQ", made.records[1] or b"")
     return tag, word
 
@@ -86,10 +87,10 @@ UNKNOWN = [{1}, {1: 2}, Pair(1, 2), type("List", (list,), {})(), array.array("i"
 
 @pytest.mark.parametrize("value", UNKNOWN, ids=[type(value).__name__ for value in UNKNOWN])
 def test_anything_else_is_unknown(value: object) -> None:
-    options = OdLoadOptions()
+    options = holder()
     with pytest.raises(TypeError, match="^unknown variant type$"):
-        options.password = value
-    assert options.password is None
+        options.value = value
+    assert options.value is None
 
 
 SIMPLE = [None, True, False, 0, -1, 2**31, 2**63, 2**64 - 1, -2**63, 1.5, "", "caf\u00e9 \u20ac", uuid.UUID(int=7)]
@@ -97,35 +98,35 @@ SIMPLE = [None, True, False, 0, -1, 2**31, 2**63, 2**64 - 1, -2**63, 1.5, "", "c
 
 @pytest.mark.parametrize("value", SIMPLE, ids=repr)
 def test_a_simple_value_comes_back_equal(value: object) -> None:
-    options = OdLoadOptions()
-    options.password = value
-    assert options.password == value
-    assert type(options.password) is type(value)
+    options = holder()
+    options.value = value
+    assert options.value == value
+    assert type(options.value) is type(value)
 
 
 def test_bytes_come_back_as_a_bytearray() -> None:
-    options = OdLoadOptions()
+    options = holder()
     for value in (b"ab", bytearray(b"ab"), memoryview(b"ab")):
-        options.password = value
-        assert type(options.password) is bytearray
-        assert options.password == b"ab"
+        options.value = value
+        assert type(options.value) is bytearray
+        assert options.value == b"ab"
 
 
 def test_a_wrapper_comes_back_as_an_equal_one() -> None:
-    options, point, other = OdLoadOptions(), Point(1, 2), OdLoadOptions()
-    options.password = point
-    assert type(options.password) is Point
-    assert options.password == point
-    options.password = other
-    assert options.password == other and options.password is not other
+    options, point, other = holder(), Point(1, 2), OdLoadOptions()
+    options.value = point
+    assert type(options.value) is Point
+    assert options.value == point
+    options.value = other
+    assert options.value == other and options.value is not other
 
 
 def test_a_failed_import_fails_the_argument(monkeypatch: pytest.MonkeyPatch) -> None:
-    options = OdLoadOptions()
+    options = holder()
     monkeypatch.setitem(sys.modules, "decimal", None)
     with pytest.raises(ImportError) as failed:
-        options.password = "text"
+        options.value = "text"
     assert str(failed.value) == ("Unable to import the specified module decimal. The module not found or errors "
                                  "occurred while initializing it.")
-    options.password = 5
-    assert options.password == 5
+    options.value = 5
+    assert options.value == 5

@@ -303,7 +303,7 @@ def test_apng_by_blending_and_disposal(tmp_path: Path) -> None:
             image = cast(ApngImage, Image.load(str(path)))
             expected = read_frames(path, "RGBA")
             for page, frame in zip(image.pages, expected):
-                got = shown(page)
+                got = shown(raster(page))
                 visible = frame[..., 3] > 0
                 assert np.abs(got - frame[..., :3])[visible].max(initial=0) <= 2, (disposal, blend)
 

@@ -13,6 +13,7 @@ from typing import Any
 
 import pytest
 import zelmor.imaging
+from support.anything import holder
 from support.collections import GENERIC, INTEROP, new_object
 from support.control import Control, control
 from support.records import VariantArg
@@ -22,7 +23,6 @@ from zelmor.imaging.fileformats.cdr.objects import CdrOutline
 from zelmor.imaging.fileformats.cdr.types import CdrGradient, CdrGradientStop
 from zelmor.imaging.fileformats.emf.emf.objects import EmfDesignVector, EmfRegionData
 from zelmor.imaging.fileformats.emf.emf.records import EmfPolyBezier
-from zelmor.imaging.imageoptions import MultiPageOptions
 from zelmor.imaging.shapes import PolygonShape
 
 
@@ -166,23 +166,23 @@ def test_a_constructor_copies_its_array_into_the_property_of_its_name() -> None:
 
 
 def test_a_list_is_kept_as_an_array_list_and_a_tuple_as_an_array() -> None:
-    options = MultiPageOptions()
-    options.output_layers_names = [1, "two", [3.5, None]]
-    kept = options.output_layers_names
+    tag = holder()
+    tag.value = [1, "two", [3.5, None]]
+    kept = tag.value
     assert type(kept) is INTEROP._ArrListWrapper
     assert list(kept[:2]) == [1, "two"] and list(kept[2]) == [3.5, None]
-    options.output_layers_names = (1, Point(2, 3))
-    assert type(options.output_layers_names) is INTEROP._ArrayWrapper
-    assert options.output_layers_names[1] == Point(2, 3)
+    tag.value = (1, Point(2, 3))
+    assert type(tag.value) is INTEROP._ArrayWrapper
+    assert tag.value[1] == Point(2, 3)
 
 
 def test_a_list_that_holds_itself_is_refused() -> None:
-    options = MultiPageOptions()
+    tag = holder()
     endless: list[Any] = []
     endless.append(endless)
     with pytest.raises(RuntimeError, match="The list is nested too deeply, or holds itself."):
-        options.output_layers_names = endless
-    assert options.output_layers_names is None
+        tag.value = endless
+    assert tag.value is None
 
 
 # An interface works on the Python object

@@ -4,7 +4,7 @@ from typing import TYPE_CHECKING, assert_type
 
 from zelmor.imaging import (Color, ColorPalette, Figure, Graphics, GraphicsPath, Image, Pen, Point, PointF, RasterImage,
                             Rectangle, Shape)
-from zelmor.imaging.fileformats.emf.emf.records import EmfComment
+from zelmor.imaging.fileformats.gif.blocks import GifUnknownExtensionBlock
 from zelmor.imaging.fileformats.tiff import TiffFrame, TiffImage
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.fileformats.tiff.pathresources import PathResource
@@ -108,7 +108,7 @@ options.bits_per_sample = None
 options.bits_per_sample = 8  # expect: assignment
 options.artist = "somebody"
 options.artist = 5  # expect: assignment
-comment = EmfComment(None)
-comment.private_data = b"bytes"
-assert_type(comment.private_data, "bytearray | None")
-comment.private_data = "text"  # expect: assignment
+block = GifUnknownExtensionBlock()
+block.unknown_data = b"bytes"
+assert_type(block.unknown_data, "bytearray | None")
+block.unknown_data = "text"  # expect: assignment

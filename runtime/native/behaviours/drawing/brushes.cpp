@@ -103,8 +103,7 @@ Collection linear_colors(Record& self) {
     return {Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(colors)))};
 }
 void set_linear_colors(Record& self, const VariantArg* value) {
-    const std::vector<Value> colors =
-        read_elements(value, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "value");
+    const std::vector<Value> colors = read_elements(value, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "value");
     if (colors.size() != 2) throw_argument("A linear gradient has two colours. (Parameter 'value')");
     const ColorValue start = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[0]));
     const ColorValue end = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[1]));

@@ -48,17 +48,14 @@ void add_uint16(Bytes& bytes, int64_t value) {
     add_byte(bytes, value >> 8 & 0xFF);
 }
 
-// The bytes of a property of managed type `object` that holds bytes or text; none for null.
+// The bytes of a property that is bytes or text; none for null.
 Bytes content_of(const ManagedObject& block, const char* name) {
     const Value& value = property(block, name);
-    if (const auto* bytes = std::get_if<Bytes>(&value)) return *bytes;
-    if (const auto* text = std::get_if<std::u16string>(&value)) {
-        const std::string utf8 = to_utf8(*text);
-        const auto* data = reinterpret_cast<const std::byte*>(utf8.data());
-        return {data, data + utf8.size()};
-    }
     if (is_null(value)) return {};
-    throw_invalid_operation(std::string(block.type().name) + "." + name + " is neither bytes nor text.");
+    if (const auto* bytes = std::get_if<Bytes>(&value)) return *bytes;
+    const std::string utf8 = to_utf8(std::get<std::u16string>(value));
+    const auto* data = reinterpret_cast<const std::byte*>(utf8.data());
+    return {data, data + utf8.size()};
 }
 Bytes content_of(const ManagedObject& block, const char* name, size_t count) {
     Bytes bytes = content_of(block, name);

@@ -181,7 +181,8 @@ bool remove_tag(TiffOptionsObject& self, uint16_t tag) {
     return self.remove(tag);
 }
 bool remove_tags(TiffOptionsObject& self, const VariantArg* tags) {
-    static const ElementType& element = embed::element_of(Wire::kInt32, "Zelmor.Imaging.FileFormats.Tiff.Enums.TiffTags");
+    static const ElementType& element =
+        embed::element_of(Wire::kInt32, "Zelmor.Imaging.FileFormats.Tiff.Enums.TiffTags");
     bool removed = false;
     for (const Value& tag : read_elements(tags, element, "tags")) {
         if (self.remove(static_cast<uint16_t>(std::get<int64_t>(tag)))) removed = true;

@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "runtime/native/behaviours/metadata/tag_values.h"
-#include "runtime/native/core/records.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/records.h"
 
 namespace zelmor::embed {
 
