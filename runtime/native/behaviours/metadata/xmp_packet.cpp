@@ -48,7 +48,7 @@ XmpInstructionObject::XmpInstructionObject(const TypeInfo& type) : Record(type) 
 
 std::string XmpInstructionObject::xml_value() const {
     if (!has_property(*this, "Guid")) {
-        return std::string("<?xpacket end=\"") + (property_bool(*this, "IsWritable") ? "w" : "r") + "\"?>";
+        return property_bool(*this, "IsWritable") ? R"(<?xpacket end="w"?>)" : R"(<?xpacket end="r"?>)";
     }
     const std::string guid = to_utf8(text_of_value(property(*this, "Guid")));
     return "<?xpacket" + xml_attribute("begin", kByteOrderMark) + xml_attribute("id", guid) + "?>";
