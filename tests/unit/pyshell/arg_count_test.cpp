@@ -34,5 +34,7 @@ TEST_F(ArgCount, UsesThePluralForABoundOfZero) {
 
 TEST_F(ArgCount, PrintsAtMost150CharactersOfTheName) {
     EXPECT_TRUE(fn_check_args_count_out_of_range(0, std::string(200, 'n').c_str(), 1, 2));
-    expect_error(PyExc_TypeError, std::string(150, 'n') + "() takes at least 1 argument (0 given)");
+    std::string message(150, 'n');
+    message += "() takes at least 1 argument (0 given)";
+    expect_error(PyExc_TypeError, message);
 }
