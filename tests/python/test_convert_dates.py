@@ -73,6 +73,9 @@ class Zone(tzinfo):
     def __init__(self, offset: object) -> None:
         self.offset = offset
 
+    def __repr__(self) -> str:
+        return f"Zone({self.offset!r})"  # names of tests are the same in every process
+
     def utcoffset(self, moment: datetime | None) -> Any:
         if isinstance(self.offset, Exception):
             raise self.offset

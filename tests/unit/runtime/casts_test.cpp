@@ -141,7 +141,7 @@ TEST_F(CastsTest, ConversionOperatorsWorkBothWays) {
     void* boxed = nullptr;
     EXPECT_EQ(cast_from(kSize, size.get(), "System.Object", &boxed), 1);
     Owned owned_boxed(boxed);
-    EXPECT_EQ(cast_from(kSize, nullptr, kPoint, &none), 0);
+    EXPECT_EQ(cast_from(kSize, nullptr, kPoint, &none), -1);
     EXPECT_EQ(test::take_raised().name, "NullReferenceException");
 }
 
