@@ -109,8 +109,12 @@ std::vector<uint8_t> PictureSource::rest(const FileFacts& header, const imagewor
             throw_endless(header, limit);
         }
         // A length in a file is only a claim: memory is put by for it, which costs nothing until it is written to, but
-        // what is read at once grows with what has come.
-        data.reserve(std::min({needed, limit, std::max<uint64_t>(kPutBy, 2 * data.size())}));
+        // what is read at once grows with what has come. Where lengths are small the memory still grows by a part of
+        // itself, or every few bytes would move all that came before.
+        const uint64_t room = std::min(needed, std::max<uint64_t>(kPutBy, 2 * data.size()));
+        if (room > data.capacity()) {
+            data.reserve(std::min<uint64_t>(limit, std::max<uint64_t>(room, data.capacity() + data.capacity() / 2)));
+        }
         const uint64_t most = std::min(needed - data.size(), std::max<uint64_t>(kReadAhead, data.size()));
         const uint64_t wanted = seeks_ ? std::max(kReadAhead, most) : most;
         if (!append(data, std::min(wanted, limit - data.size()))) return data;
