@@ -8,7 +8,7 @@
 #   make fuzz     the property tests with many more examples
 #   make debug-test, make sanitize, make valgrind
 #                 the tests under the debug interpreter, the address and undefined-behaviour sanitizers, and valgrind
-#                 (slow: name some with TESTS=tests/python/test_x.py)
+#                 (slow: name some with TESTS=tests/python/images/test_x.py)
 #   make growth   use every member again and again, and tell where Python's memory grows (slow; name parts of class
 #                 names with CLASSES="Bmp Tiff")
 #   make scale    generation, compilation and size at the number of types and members of the whole API
@@ -92,7 +92,7 @@ valgrind: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under valgrind $(TESTS)
 
 growth: setup-test everything
-	@ZELMOR_BUILD_DIR=$(BUILD) $(RUN) tests/python/memory_growth.py $(CLASSES)
+	@ZELMOR_BUILD_DIR=$(BUILD) $(RUN) tests/python/support/programs/memory_growth.py $(CLASSES)
 
 identifiers:
 	@for catalogue in api/catalogue siblings/catalogue/*; do \

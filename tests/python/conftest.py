@@ -15,7 +15,8 @@ from pathlib import Path
 
 import pytest
 
-BUILD_DIR = Path(os.environ.get("ZELMOR_BUILD_DIR", Path(__file__).parents[2] / "build")).resolve()
+from support.places import BUILD_DIR
+
 
 # Before the first import: the bridge reads these once.
 os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)

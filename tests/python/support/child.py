@@ -4,15 +4,16 @@ from __future__ import annotations
 
 import os
 import subprocess
-from pathlib import Path
 
-_FOLDERS = (Path(os.environ["ZELMOR_BUILD_DIR"]) / "python", Path(__file__).parents[1], Path(__file__).parents[3])
+from .places import BUILD_DIR, FOLDERS
+
+_FOLDERS = (str(BUILD_DIR / "python"), *FOLDERS)
 
 
 def run_child(script: str, *arguments: str, seconds: float = 120, **environment: str) -> None:
     """Runs a program with the module and these helpers in reach; it has to end by itself and in peace."""
     # What was freed is overwritten, so that whoever goes on using it is found out.
-    variables = {**os.environ, "PYTHONPATH": os.pathsep.join(map(str, _FOLDERS)), "PYTHONMALLOC": "debug",
+    variables = {**os.environ, "PYTHONPATH": os.pathsep.join(_FOLDERS), "PYTHONMALLOC": "debug",
                  "MALLOC_PERTURB_": "170", "PYTHONFAULTHANDLER": "1", **environment}
     done = subprocess.run(["/usr/bin/python3", "-c", script, *arguments], capture_output=True, text=True, check=False,
                           timeout=seconds, env=variables)

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import decimal
 from collections.abc import Iterable, Sequence
-from pathlib import Path
 from typing import Any
 
 import zelmor.imaging
@@ -17,11 +16,12 @@ from tools.generator.builder import load
 from tools.generator.model import Collection
 
 from .control import IMAGING, control
+from .places import CATALOGUE
 
 DRAWING = "WrpInterop.Zelmor.PyDrawing"
 INTEROP = zelmor.imaging._wrpgen._interop
 GENERIC = zelmor.imaging._wrpgen._generic
-MODEL = load(Path(__file__).parents[3] / "api" / "catalogue")
+MODEL = load(CATALOGUE)
 ROWS = {row.identifier: row for row in MODEL.collections}
 #: Kind in the table, and what a wrapper's name says.
 NAMES = {"array": "_ArrayWrapper_", "list": "_ListWrapper_", "ilist": "_IListWrapper_",

@@ -8,17 +8,15 @@ from __future__ import annotations
 
 import ctypes
 import json
-import os
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from ctypes import c_char_p, c_int, c_int64, c_size_t, c_uint64, c_void_p
 from dataclasses import dataclass
-from pathlib import Path
 from typing import Any
 
 from .callbacks import prototype, slot_of
+from .places import BUILD_DIR
 
-BUILD_DIR = Path(os.environ.get("ZELMOR_BUILD_DIR", Path(__file__).parents[3] / "build")).resolve()
 TEST_RUNTIME_ROOT = BUILD_DIR / "test-runtime"
 IMAGING = "WrpInterop.Zelmor.Imaging"
 

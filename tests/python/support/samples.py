@@ -23,8 +23,7 @@ from zelmor.pyio import FileMode
 from tools.generator.model import Overload, Type
 from tools.generator.wires import Wire
 
-from module_tree import MODEL
-
+from .module_tree import MODEL
 from .pictures import png_bytes
 
 _PATHS = ("path", "file_path", "file_name", "filename")

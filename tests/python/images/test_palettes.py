@@ -1,0 +1,262 @@
+"""Palettes, indexed images, and bringing colours down to few, beside Pillow and NumPy."""
+
+from __future__ import annotations
+
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from zelmor.imaging import (
+    Color, ColorPalette, ColorPaletteHelper, DitheringMethod, Image, PaletteMiningMethod, Rectangle,
+    RotateFlipType)
+from zelmor.imaging.fileformats.png import PngColorType
+from zelmor.imaging.imageoptions import BmpOptions, GifOptions, PngOptions
+
+from support.image_oracles import (HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, read, smooth, worst,
+                                   write)
+
+FOUR = [0xFF000000, 0xFFFFFFFF, 0xFFFF0000, 0xFF0000FF]
+
+
+def signed(colors: list[int]) -> list[int]:
+    """Packed colours as the integers that they cross as."""
+    return [color - 2**32 if color >= 2**31 else color for color in colors]
+
+
+def entries(palette: Any) -> list[int]:
+    """The colours of a palette, unsigned."""
+    return [color & 0xFFFFFFFF for color in palette.argb_32_entries]
+
+
+def rgb(colors: list[int]) -> Pixels:
+    """Packed colours as rows of three."""
+    return np.array([(color >> 16 & 255, color >> 8 & 255, color & 255) for color in colors])
+
+
+def nearest(source: Pixels, colors: list[int]) -> Pixels:
+    """What each pixel becomes: the first of the nearest colours."""
+    table = rgb(colors)
+    distance = ((source[:, :, None, :].astype(int) - table) ** 2).sum(-1)
+    return table[distance.argmin(-1)]
+
+
+def indexed(path: Path, colors: int = 16, depth: int = 8) -> tuple[str, Pixels, list[int]]:
+    """An indexed PNG by Pillow, with its pixels and palette."""
+    rng = np.random.default_rng(3)
+    table = rng.integers(0, 256, (colors, 3), dtype=np.uint8)
+    indices = rng.integers(0, colors, (HEIGHT, WIDTH), dtype=np.uint8)
+    picture = Pillow.fromarray(indices, "P")
+    picture.putpalette(table.tobytes())
+    picture.save(path, bits=depth)
+    return str(path), table[indices], [0xFF000000 | int(r) << 16 | int(g) << 8 | int(b) for r, g, b in table]
+
+
+# ---- ColorPalette
+
+
+def test_palettes_of_integers_and_colours() -> None:
+    for palette in (ColorPalette(signed(FOUR)), ColorPalette.create_with_argb(signed(FOUR)),
+                    ColorPalette.create_with_colors([Color.from_argb(color) for color in signed(FOUR)])):
+        assert palette.entries_count == 4
+        assert entries(palette) == FOUR
+        assert [color.to_argb() & 0xFFFFFFFF for color in palette.entries] == FOUR
+        assert not palette.is_compact_palette
+        assert palette.get_argb_32_color(2) & 0xFFFFFFFF == FOUR[2]
+        assert palette.get_color(3).b == 255
+    assert ColorPalette.create_with_argb_compact(signed(FOUR), True).is_compact_palette
+    copy = ColorPalette.copy_palette(palette, True)
+    assert (entries(copy), copy.is_compact_palette) == (FOUR, True)
+
+
+def test_the_nearest_entry() -> None:
+    palette = ColorPalette(signed(FOUR))
+    for color, index in ((0xFF101010, 0), (0xFFF0F0F0, 1), (0xFFE01020, 2), (0xFF2010D0, 3)):
+        assert palette.get_nearest_argb_index(signed([color])[0]) == index
+        assert palette.get_nearest_color_index(signed([color])[0]) == index
+        assert palette.get_nearest_color_index(Color.from_argb(signed([color])[0])) == index
+
+
+def test_what_palettes_refuse() -> None:
+    for index in (-1, 4):
+        with managed_error("ArgumentOutOfRangeException", "'index'"):
+            ColorPalette(signed(FOUR)).get_color(index)
+    with managed_error("InvalidOperationException", "no entries"):
+        ColorPalette([]).get_nearest_color_index(0)
+    with managed_error("ArgumentNullException", "argb_32_entries"):
+        ColorPalette(None)
+
+
+def test_palettes_of_the_helper(tmp_path: Path) -> None:
+    assert entries(ColorPaletteHelper.create_monochrome()) == [0xFF000000, 0xFFFFFFFF]
+    assert len(set(entries(ColorPaletteHelper.create_4_bit()))) == 16
+    assert ColorPaletteHelper.create_8_bit().entries_count == 256
+    grays = entries(ColorPaletteHelper.create_4_bit_grayscale(False))
+    assert grays == [0xFF000000 | level * 0x111111 for level in range(16)]
+    assert entries(ColorPaletteHelper.create_4_bit_grayscale(True)) == grays[::-1]
+    assert entries(ColorPaletteHelper.create_8_bit_grayscale(False)) == [0xFF000000 | i * 0x010101 for i in range(256)]
+    assert len(set(entries(ColorPaletteHelper.get_uniform_color_palette(load(write(tmp_path / "a.png", noise())))))) \
+        == 256
+    assert not ColorPaletteHelper.has_transparent_colors(ColorPaletteHelper.create_8_bit())
+    assert ColorPaletteHelper.has_transparent_colors(ColorPalette([0]))
+
+
+def test_close_palettes(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", few_colors(16)))
+    own = {tuple(color) for color in few_colors(16).reshape(-1, 3).tolist()}
+    found = entries(ColorPaletteHelper.get_close_image_palette(image, 16))
+    assert {tuple(color) for color in rgb(found).tolist()} == own
+    part = entries(ColorPaletteHelper.get_close_image_palette(image, Rectangle(0, 0, 5, 4), 16))
+    assert part == [0xFF000000 | int(few_colors(16)[0, 0] @ np.array([65536, 256, 1], int))]
+    rich = load(write(tmp_path / "b.png", smooth()))
+    for count in (2, 7, 64, 256):
+        palette = entries(ColorPaletteHelper.get_close_image_palette(rich, count))
+        assert 1 < len(palette) <= count
+    many = entries(ColorPaletteHelper.get_close_image_palette(rich, 256))
+    assert np.abs(nearest(smooth(), many) - smooth().astype(int)).mean() < 8
+    frequent = np.full((10, 10, 3), 7, np.uint8)
+    frequent[0, :3] = (1, 2, 3)
+    frequent[5, 5] = 9
+    image = load(write(tmp_path / "c.png", frequent))
+    by_count = ColorPaletteHelper.get_close_image_palette(image, 2, PaletteMiningMethod.HISTOGRAM)
+    assert entries(by_count) == [0xFF070707, 0xFF010203]
+    with managed_error("ArgumentOutOfRangeException", "entries_count"):
+        ColorPaletteHelper.get_close_image_palette(image, 0)
+    with managed_error("ArgumentNullException", "image"):
+        ColorPaletteHelper.get_close_image_palette(None, 4)
+
+
+# ---- palettes of images
+
+
+@pytest.mark.parametrize("suffix", [".png", ".gif", ".bmp"])
+def test_the_palette_of_a_file(tmp_path: Path, suffix: str) -> None:
+    path, source, colors = indexed(tmp_path / "a.png")
+    if suffix != ".png":
+        with Pillow.open(path) as picture:
+            picture.save(tmp_path / f"a{suffix}")
+    image = load(tmp_path / f"a{suffix}")
+    assert image.use_palette
+    assert entries(image.palette)[:16] == colors
+    image.set_pixel(0, 0, Color.from_argb(255, 1, 1, 1))
+    if (1, 1, 1) not in source.reshape(-1, 3).tolist():
+        assert not image.use_palette
+        assert image.palette is None
+
+
+def test_true_colours_have_no_palette(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    assert not image.use_palette
+    assert image.palette is None
+
+
+def test_new_colours_for_old_indices(tmp_path: Path) -> None:
+    path, source, colors = indexed(tmp_path / "a.png", 4)
+    image = load(path)
+    image.set_palette(ColorPalette(signed(FOUR)), False)
+    image.save(str(tmp_path / "b.png"))
+    index_of = {tuple(color): i for i, color in enumerate(rgb(colors).tolist())}
+    expected = np.array([[rgb(FOUR)[index_of[tuple(pixel)]] for pixel in row] for row in source.tolist()])
+    assert worst(read(tmp_path / "b.png", "RGB"), expected) == 0
+    assert entries(image.palette) == FOUR
+    with managed_error("ArgumentException", "index"):
+        image.set_palette(ColorPalette(signed(FOUR[:2])), False)
+
+
+def test_colours_are_brought_to_a_palette(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    image.set_palette(ColorPalette(signed(FOUR)), True)
+    image.save(str(tmp_path / "b.png"))
+    assert worst(read(tmp_path / "b.png", "RGB"), nearest(noise(), FOUR)) == 0
+    assert image.use_palette
+    with managed_error("ArgumentException", "257"):
+        image.set_palette(ColorPalette([0] * 257), True)
+
+
+@pytest.mark.parametrize("make", [
+    lambda: made(PngOptions, color_type=PngColorType.INDEXED_COLOR),
+    lambda: made(PngOptions, color_type=PngColorType.INDEXED_COLOR, bit_depth=2),
+    lambda: made(BmpOptions, bits_per_pixel=8), lambda: made(BmpOptions, bits_per_pixel=4), GifOptions])
+def test_saving_with_a_palette(tmp_path: Path, make: Any) -> None:
+    image = Image.load(write(tmp_path / "a.png", noise()))
+    options = make()
+    options.palette = ColorPalette(signed(FOUR))
+    path = tmp_path / "b"
+    image.save(str(path), options)
+    with Pillow.open(path) as picture:
+        assert picture.mode == "P"
+        table = np.array(picture.getpalette()).reshape(-1, 3)
+        if picture.format != "GIF":
+            assert table[:4].tolist() == rgb(FOUR).tolist()
+    assert worst(read(path, "RGB"), nearest(noise(), FOUR)) == 0
+
+
+def made(kind: Any, **properties: object) -> Any:
+    """An options object with these properties."""
+    options = kind()
+    for name, value in properties.items():
+        setattr(options, name, value)
+    return options
+
+
+def test_what_saving_with_a_palette_refuses(tmp_path: Path) -> None:
+    image = Image.load(write(tmp_path / "a.png", noise()))
+    palette = ColorPalette(signed(FOUR))
+    with managed_error("NotSupportedException", "palette"):
+        image.save(str(tmp_path / "b.png"), made(PngOptions, palette=palette))
+    with managed_error("ImageSaveException", "4 colours"):
+        image.save(str(tmp_path / "b.png"), made(PngOptions, color_type=PngColorType.INDEXED_COLOR, bit_depth=1,
+                                                 palette=palette))
+
+
+def test_an_indexed_file_keeps_its_palette(tmp_path: Path) -> None:
+    path, source, colors = indexed(tmp_path / "a.png", 16, 4)
+    image = load(path)
+    image.rotate_flip(RotateFlipType.ROTATE_180_FLIP_NONE)
+    image.save(str(tmp_path / "b.png"))
+    with Pillow.open(tmp_path / "b.png") as picture:
+        assert picture.mode == "P"
+        assert np.array(picture.getpalette()).reshape(-1, 3)[:16].tolist() == rgb(colors).tolist()
+    assert worst(read(tmp_path / "b.png", "RGB"), source[::-1, ::-1]) == 0
+
+
+# ---- dithering
+
+
+@pytest.mark.parametrize("bits", [1, 2, 4, 8])
+def test_dither_to_few_bits(tmp_path: Path, bits: int) -> None:
+    image = load(write(tmp_path / "a.png", smooth()))
+    image.dither(DitheringMethod.FLOYD_STEINBERG_DITHERING, bits)
+    assert image.bits_per_pixel == bits
+    image.save(str(tmp_path / "b.png"))
+    result = read(tmp_path / "b.png", "RGB")
+    assert len(np.unique(result.reshape(-1, 3), axis=0)) <= 2**bits
+    if bits == 8:
+        assert np.abs(result - smooth().astype(int)).mean() < 12
+
+
+@pytest.mark.parametrize("level", [32, 100, 200])
+def test_dithering_keeps_the_mean(tmp_path: Path, level: int) -> None:
+    image = load(write(tmp_path / "a.png", np.full((64, 64, 3), level, np.uint8)))
+    image.dither(DitheringMethod.FLOYD_STEINBERG_DITHERING, 1)
+    image.save(str(tmp_path / "b.png"))
+    result = read(tmp_path / "b.png", "RGB")
+    assert set(np.unique(result)) <= {0, 255}
+    assert abs(result.mean() - level) < 4
+
+
+def test_threshold_takes_the_nearest_of_a_custom_palette(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    image.dither(DitheringMethod.THRESHOLD_DITHERING, 2, ColorPalette(signed(FOUR)))
+    image.save(str(tmp_path / "b.png"))
+    assert worst(read(tmp_path / "b.png", "RGB"), nearest(noise(), FOUR)) == 0
+
+
+def test_what_dithering_refuses(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    for bits in (0, 9):
+        with managed_error("ArgumentOutOfRangeException", "bits_count"):
+            image.dither(DitheringMethod.THRESHOLD_DITHERING, bits)
+    with managed_error("ArgumentException", "custom_palette"):
+        image.dither(DitheringMethod.THRESHOLD_DITHERING, 1, ColorPalette(signed(FOUR)))

@@ -1,0 +1,271 @@
+"""Pixels as arrays and as raw data, beside NumPy."""
+
+from __future__ import annotations
+
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from zelmor.imaging import CmykColor, Color, ColorPalette, PixelDataFormat, RawDataSettings, Rectangle
+
+from support.image_oracles import HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, worst, write
+
+ALL = (0, 0, WIDTH, HEIGHT)
+
+
+def packed(source: Pixels) -> list[int]:
+    """Pixels as signed integers 0xAARRGGBB."""
+    four = np.concatenate([source, np.full(source.shape[:2] + (1,), 255, np.uint8)], -1) if source.shape[2] == 3 \
+        else source
+    r, g, b, a = (four[..., i].astype(np.uint32) for i in range(4))
+    return (a << 24 | r << 16 | g << 8 | b).astype(np.int32).ravel().tolist()
+
+
+# ---- arrays
+
+
+@pytest.mark.parametrize("bands", [3, 4])
+@pytest.mark.parametrize("area", [ALL, (0, 0, 1, 1), (5, 7, 20, 9), (WIDTH - 1, 0, 1, HEIGHT)])
+def test_pixels_cross_as_integers(tmp_path: Path, bands: int, area: tuple[int, int, int, int]) -> None:
+    source = noise(bands)
+    image = load(write(tmp_path / "a.png", source))
+    x, y, w, h = area
+    part = source[y:y + h, x:x + w]
+    assert list(image.load_argb_32_pixels(Rectangle(*area))) == packed(part)
+    assert list(image.get_default_argb_32_pixels(Rectangle(*area))) == packed(part)
+    colors = image.load_pixels(Rectangle(*area))
+    assert [color.to_argb() for color in colors] == packed(part)
+
+
+def test_integers_are_put_in(tmp_path: Path) -> None:
+    source, other = noise(4), noise(4, seed=7, width=20, height=9)
+    image = load(write(tmp_path / "a.png", source))
+    image.save_argb_32_pixels(Rectangle(5, 7, 20, 9), packed(other))
+    source[7:16, 5:25] = other
+    assert worst(pixels(image, tmp_path, "RGBA"), source) == 0
+    image.save_pixels(Rectangle(0, 0, 2, 1), [Color.from_argb(9, 8, 7, 6), Color.red])
+    source[0, :2] = ((8, 7, 6, 9), (255, 0, 0, 255))
+    assert worst(pixels(image, tmp_path, "RGBA"), source) == 0
+    # The managed array that an image gave is taken as it is.
+    image.save_argb_32_pixels(Rectangle(1, 1, 20, 9), image.load_argb_32_pixels(Rectangle(5, 7, 20, 9)))
+    source[1:10, 1:21] = other
+    assert worst(pixels(image, tmp_path, "RGBA"), source) == 0
+
+
+def test_scan_lines(tmp_path: Path) -> None:
+    source = noise(3)
+    image = load(write(tmp_path / "a.png", source))
+    assert list(image.read_argb_32_scan_line(3)) == packed(source[3:4])
+    assert [color.r for color in image.read_scan_line(HEIGHT - 1)] == source[-1, :, 0].tolist()
+    image.write_argb_32_scan_line(0, image.read_argb_32_scan_line(5))
+    image.write_scan_line(1, [Color.from_argb(255, 1, 2, 3)] * WIDTH)
+    source[0], source[1] = source[5], (1, 2, 3)
+    assert worst(pixels(image, tmp_path), source) == 0
+
+
+def test_wide_pixels(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise(3)))
+    got = np.array(list(image.load_argb_64_pixels(Rectangle(*ALL))), np.int64).view(np.uint64)
+    wide = noise(3).astype(np.uint64) * 257
+    expected = 0xFFFF << 48 | wide[..., 0] << 32 | wide[..., 1] << 16 | wide[..., 2]
+    assert (got == expected.ravel()).all()
+
+
+def test_cmyk_pixels(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise(3)))
+    area = Rectangle(2, 3, 10, 5)
+    colors = list(image.load_cmyk_pixels(area))
+    assert colors == [CmykColor.to_cmyk(value) for value in image.load_argb_32_pixels(area)]
+    numbers = list(image.load_cmyk_32_pixels(area))
+    assert numbers == [color.to_value() for color in colors]
+    image.save_cmyk_pixels(Rectangle(20, 20, 10, 5), colors)
+    image.save_cmyk_32_pixels(Rectangle(40, 20, 10, 5), numbers)
+    source = noise(3)
+    result = pixels(image, tmp_path)
+    assert worst(result[20:25, 20:30], source[3:8, 2:12]) <= 1
+    assert worst(result[20:25, 40:50], source[3:8, 2:12]) <= 1
+
+
+def test_what_arrays_refuse(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise(3)))
+    for area in ((-1, 0, 2, 2), (0, 0, WIDTH + 1, 1), (0, 0, 0, 5), (2**31 - 1, 0, 2**31 - 1, 2), (0, 0, 5, -1)):
+        for call in (image.load_argb_32_pixels, image.load_argb_64_pixels, image.load_pixels, image.load_cmyk_pixels):
+            with managed_error("ArgumentOutOfRangeException", "rectangle"):
+                call(Rectangle(*area))
+    with managed_error("ArgumentOutOfRangeException", "rectangle"):
+        image.save_argb_32_pixels(Rectangle(-1, 0, 2, 2), [0] * 4)
+    with managed_error("ArgumentException", "3 pixels", "2 by 2"):
+        image.save_argb_32_pixels(Rectangle(0, 0, 2, 2), [0, 1, 2])
+    for line in (-1, HEIGHT):
+        with managed_error("ArgumentOutOfRangeException", "scan_line_index"):
+            image.read_argb_32_scan_line(line)
+    with managed_error("ArgumentNullException", "pixels"):
+        image.save_argb_32_pixels(Rectangle(0, 0, 1, 1), None)
+    for call in (image.load_partial_argb_32_pixels, image.load_partial_pixels, image.load_partial_argb_64_pixels,
+                 image.get_default_pixels):
+        with managed_error("ArgumentNullException", "loader"):
+            call(Rectangle(0, 0, 1, 1), None)
+    assert worst(pixels(image, tmp_path), noise(3)) == 0
+
+
+# ---- raw data
+
+
+def settings(data_format: PixelDataFormat | None = None, **properties: object) -> RawDataSettings:
+    """Settings for raw data."""
+    result = RawDataSettings()
+    result.pixel_data_format = data_format
+    for name, value in properties.items():
+        setattr(result, name, value)
+    return result
+
+
+def raw(image: Any, data_format: PixelDataFormat, area: tuple[int, int, int, int] = ALL, **properties: object) -> bytes:
+    """The raw data of an area."""
+    return bytes(image.get_default_raw_data(Rectangle(*area), settings(data_format, **properties)))
+
+
+def luma(source: Pixels) -> Pixels:
+    """Gray by the weights of ITU-R BT.601."""
+    return np.rint(source[..., :3].astype(float) @ [0.299, 0.587, 0.114])
+
+
+LAYOUTS = {
+    "rgb": (lambda: PixelDataFormat.get_rgb(8), lambda s: s[..., :3]),
+    "bgr": (lambda: PixelDataFormat.get_bgr(8), lambda s: s[..., 2::-1]),
+    "rgba": (lambda: PixelDataFormat.get_rgba(8), lambda s: s),
+    "bgra": (lambda: PixelDataFormat.get_bgra(8), lambda s: s[..., [2, 1, 0, 3]]),
+    "rgb_24_bpp": (lambda: PixelDataFormat.rgb_24_bpp, lambda s: s[..., 2::-1]),
+    "rgb_24_bpp_png": (lambda: PixelDataFormat.rgb_24_bpp_png, lambda s: s[..., :3]),
+    "rgba_32_bpp": (lambda: PixelDataFormat.rgba_32_bpp, lambda s: s[..., [2, 1, 0, 3]]),
+}
+
+
+@pytest.mark.parametrize("name", LAYOUTS)
+def test_layouts_of_bytes(tmp_path: Path, name: str) -> None:
+    source = noise(4)
+    image = load(write(tmp_path / "a.png", source))
+    make, arranged = LAYOUTS[name]
+    expected = np.ascontiguousarray(arranged(source))
+    data = raw(image, make())
+    assert data == expected.tobytes()
+    blank = load(write(tmp_path / "b.png", np.zeros_like(source)))
+    blank.save_raw_data(data, 0, Rectangle(*ALL), settings(make()))
+    result = pixels(blank, tmp_path, "RGBA")
+    has_alpha = expected.shape[2] == 4
+    assert worst(result[..., :3], source[..., :3]) == 0
+    assert (result[..., 3] == (source[..., 3] if has_alpha else 255)).all()
+
+
+def test_gray_layouts(tmp_path: Path) -> None:
+    source = noise(3)
+    image = load(write(tmp_path / "a.png", source))
+    gray = np.frombuffer(raw(image, PixelDataFormat.grayscale), np.uint8).reshape(HEIGHT, WIDTH)
+    assert np.abs(gray - luma(source)).max() <= 1
+    wide = np.frombuffer(raw(image, PixelDataFormat.GRAYSCALE16), "<u2").reshape(HEIGHT, WIDTH)
+    assert np.abs(wide - luma(source.astype(float) * 257)).max() <= 1
+    for bits in (1, 2, 4):
+        data = raw(image, PixelDataFormat.get_grayscale(bits))
+        lines = np.frombuffer(data, np.uint8).reshape(HEIGHT, -1)
+        assert lines.shape[1] == (WIDTH * bits + 7) // 8
+        values = np.unpackbits(lines, axis=1)[:, :WIDTH * bits].reshape(HEIGHT, WIDTH, bits)
+        levels = (values * (1 << np.arange(bits)[::-1])).sum(-1) * 255 / (2**bits - 1)
+        assert np.abs(levels - luma(source)).max() <= 255 / (2**bits - 1) / 2 + 1
+
+
+@pytest.mark.parametrize("green", [5, 6])
+def test_colour_words(tmp_path: Path, green: int) -> None:
+    source = noise(3)
+    image = load(write(tmp_path / "a.png", source))
+    layout = PixelDataFormat.rgb_16_bpp_565 if green == 6 else PixelDataFormat.rgb_16_bpp_555
+    words = np.frombuffer(raw(image, layout), "<u2").reshape(HEIGHT, WIDTH).astype(int)
+    tops = np.array([31, 2**green - 1, 31])
+    shifts = np.array([5 + green, 5, 0])
+    channels = (words[..., None] >> shifts) & tops
+    assert np.abs(channels * 255 / tops - source).max() <= 255 / 31 / 2 + 1
+    image.save_raw_data(raw(image, layout), 0, Rectangle(*ALL), settings(layout))
+    assert worst(pixels(image, tmp_path), source) <= 5
+
+
+@pytest.mark.parametrize("name", ["cmyk", "y_cb_cr", "grayscale_alpha"])
+def test_other_layouts_come_back(tmp_path: Path, name: str) -> None:
+    source = noise(3)
+    if name == "grayscale_alpha":
+        source[:] = source[..., :1]
+    image = load(write(tmp_path / "a.png", source))
+    layout = getattr(PixelDataFormat, name)
+    data = raw(image, layout)
+    assert len(data) == WIDTH * HEIGHT * layout.bits_per_pixel // 8
+    blank = load(write(tmp_path / "b.png", np.zeros_like(source)))
+    blank.save_raw_data(data, 0, Rectangle(*ALL), settings(layout))
+    assert worst(pixels(blank, tmp_path), source) <= 2
+
+
+@pytest.mark.parametrize("bits", [2, 4, 8])
+def test_indices(tmp_path: Path, bits: int) -> None:
+    source = few_colors(2**min(bits, 4))
+    image = load(write(tmp_path / "a.png", source))
+    table = np.unique(source.reshape(-1, 3), axis=0)
+    palette = ColorPalette([int(r) << 16 | int(g) << 8 | int(b) | -(1 << 24) for r, g, b in table])
+    layout = PixelDataFormat.get_rgb_indexed(bits)
+    data = raw(image, layout, color_palette=palette)
+    lines = np.frombuffer(data, np.uint8).reshape(HEIGHT, -1)
+    values = np.unpackbits(lines, axis=1)[:, :WIDTH * bits].reshape(HEIGHT, WIDTH, bits)
+    found = (values.astype(int) * (1 << np.arange(bits)[::-1])).sum(-1)
+    assert worst(table[found], source) == 0
+    blank = load(write(tmp_path / "b.png", np.zeros_like(source)))
+    blank.save_raw_data(data, 0, Rectangle(*ALL), settings(layout, color_palette=palette))
+    assert worst(pixels(blank, tmp_path), source) == 0
+
+
+def test_lines_offsets_and_areas(tmp_path: Path) -> None:
+    source = noise(3)
+    image = load(write(tmp_path / "a.png", source))
+    data = raw(image, PixelDataFormat.get_rgb(8), (3, 4, 10, 5), line_size=64)
+    lines = np.frombuffer(data, np.uint8).reshape(5, 64)
+    assert (lines[:, :30].reshape(5, 10, 3) == source[4:9, 3:13]).all()
+    assert (lines[:, 30:] == 0).all()
+    image.save_raw_data(b"??" + data, 2, Rectangle(30, 20, 10, 5), settings(PixelDataFormat.get_rgb(8), line_size=64))
+    source[20:25, 30:40] = source[4:9, 3:13]
+    assert worst(pixels(image, tmp_path), source) == 0
+
+
+def test_the_own_layout_of_an_image(tmp_path: Path) -> None:
+    for bands, bits, kind in ((1, 8, "Grayscale"), (3, 24, "Rgb24Bpp"), (4, 32, "Rgba32Bpp")):
+        image = load(write(tmp_path / f"{bands}.png", noise(bands)))
+        assert image.is_raw_data_available
+        assert image.raw_data_format.bits_per_pixel == bits
+        assert image.raw_data_format.caption == kind
+        assert image.raw_line_size == WIDTH * bits // 8
+        assert image.raw_data_settings.line_size == image.raw_line_size
+        data = bytes(image.get_default_raw_data(Rectangle(*ALL), image.raw_data_settings))
+        assert len(data) == image.raw_line_size * HEIGHT
+        image.save_raw_data(data, 0, Rectangle(*ALL), image.raw_data_settings)
+        expected = noise(bands)
+        assert worst(pixels(image, tmp_path, "L" if bands == 1 else "RGBA" if bands == 4 else "RGB"), expected) == 0
+
+
+def test_what_raw_data_refuses(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise(3)))
+    area = Rectangle(0, 0, 4, 3)
+    rgb = PixelDataFormat.get_rgb(8)
+    with managed_error("ArgumentNullException", "raw_data_settings"):
+        image.get_default_raw_data(area, None)
+    with managed_error("ArgumentException", "line size"):
+        image.get_default_raw_data(area, settings(rgb, line_size=11))
+    with managed_error("NotSupportedException", "CieLab"):
+        image.get_default_raw_data(area, settings(PixelDataFormat.get_cie_lab(8, 8, 8)))
+    with managed_error("NotSupportedException", "Rgb"):
+        image.get_default_raw_data(area, settings(PixelDataFormat.get_rgb(7)))
+    with managed_error("ArgumentException", "palette"):
+        image.get_default_raw_data(area, settings(PixelDataFormat.rgb_indexed_4_bpp))
+    with managed_error("ArgumentOutOfRangeException", "rectangle"):
+        image.get_default_raw_data(Rectangle(0, 0, WIDTH, HEIGHT + 1), settings(rgb))
+    for data, offset in ((bytes(35), 0), (bytes(36), 1), (bytes(36), -1), (b"", 0)):
+        with managed_error("ArgumentException", "bytes"):
+            image.save_raw_data(data, offset, area, settings(rgb))
+    palette = ColorPalette([0, 1, 2])
+    with managed_error("ArgumentException", "index 3"):
+        image.save_raw_data(b"\3" * 12, 0, area, settings(PixelDataFormat.rgb_indexed_8_bpp, color_palette=palette))
+    assert worst(pixels(image, tmp_path), noise(3)) == 0

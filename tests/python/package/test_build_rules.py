@@ -1,0 +1,45 @@
+"""The build tree keeps its promises: who asks for the product waits for no tests, and nothing is compiled twice."""
+
+from __future__ import annotations
+
+import json
+import subprocess
+from collections import Counter
+
+import pytest
+
+from support.places import BUILD_DIR, ROOT
+
+
+def inputs(target: str) -> set[str]:
+    """Every file that a target is made from."""
+    listed = subprocess.run(["ninja", "-C", str(BUILD_DIR), "-t", "inputs", target], check=True, text=True,
+                            capture_output=True).stdout.splitlines()
+    return {line.removeprefix(f"{ROOT}/").removeprefix("../") for line in listed}
+
+
+def sources(target: str) -> set[str]:
+    """The C and C++ sources among them."""
+    return {name for name in inputs(target) if name.endswith((".cpp", ".c"))}
+
+
+def test_the_product_needs_no_test() -> None:
+    product = sources("product")
+    assert "pyshell/overload.cpp" in product
+    assert "runtime/native/exports.cpp" in product
+    assert not [name for name in product if name.startswith("tests/") or "runtime/native/control/" in name]
+    assert not [name for name in inputs("product") if "gtest" in name or "test-runtime" in name]
+
+
+def test_the_tests_include_everything() -> None:
+    tests = sources("tests")
+    assert sources("product") <= tests
+    unit = {str(path.relative_to(ROOT)) for path in (ROOT / "tests").rglob("*.cpp")}
+    assert unit <= tests
+    assert {name for name in tests if name.startswith("runtime/native/control/")}
+
+
+@pytest.mark.parametrize("name", ["runtime/tables.cpp", "runtime/native/core/entry.cpp", "pyshell/overload.cpp"])
+def test_compiled_once(name: str) -> None:
+    compiled = Counter(command["file"] for command in json.loads((BUILD_DIR / "compile_commands.json").read_text()))
+    assert [count for file, count in compiled.items() if file.endswith(name)] == [1]
