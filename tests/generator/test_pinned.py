@@ -20,7 +20,7 @@ TYPES = """
 class Picture
     ctor (path: string)
     method turn Turn (angle: float)
-    get cfa_pattern CFAPattern object
+    get cfa_pattern CFAPattern bytes
     get DURATION Duration int32 exception
     static_getset limit Limit int32
 """

@@ -73,8 +73,8 @@ def test_a_property_has_the_type_that_its_constructor_and_its_setting_method_tak
     assert [prop.wire.name for prop in model.types[0].properties] == ["string", "bytes"]
 
 
-def test_a_collection_without_a_use_stops_the_build(build: Build, tmp_path: Path,
-                                                     capsys: pytest.CaptureFixture[str]) -> None:
+def test_a_collection_without_a_use_stops_the_build(
+        build: Build, tmp_path: Path, capsys: pytest.CaptureFixture[str]) -> None:
     build(VALUE.format("get sizes Sizes string"))
     (tmp_path / "collections.tab").write_text("11111111 int32 array iterator array-argument\n")
     assert main(["module", str(tmp_path), str(tmp_path / "out")]) == 1

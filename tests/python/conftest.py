@@ -17,7 +17,6 @@ import pytest
 
 from support.places import BUILD_DIR
 
-
 # Before the first import: the bridge reads these once.
 os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)
 os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"] = str(BUILD_DIR / "test-runtime")
@@ -25,6 +24,7 @@ os.environ["NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"] = str(BUILD_DIR / "test-runtim
 sys.path.insert(0, str(BUILD_DIR / "python"))
 
 import zelmor.imaging  # noqa: E402, F401  (the one start of this process)
+import support.counts  # noqa: E402
 import support.draws  # noqa: E402, F401  (sets what hypothesis draws, before any test is read)
 from support.control import Control, control  # noqa: E402
 from support.pictures import write_png  # noqa: E402
@@ -34,6 +34,7 @@ _error_pending = ctypes.PYFUNCTYPE(ctypes.c_void_p)(ctypes.cast(ctypes.pythonapi
 
 def pytest_configure(config: pytest.Config) -> None:
     """The marks of these tests."""
+    config.pluginmanager.register(support.counts, "counts")
     config.addinivalue_line("markers", "keeps_handles(n): the test leaves n handles out, and means to")
 
 

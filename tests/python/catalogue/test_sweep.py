@@ -51,7 +51,7 @@ def method_names(entry: Type) -> list[str]:
     names = ["__enter__", "__exit__"] if entry.disposable else []
     names += [method.python for method in sorted(listed, key=lambda method: not method.is_group)]
     names += [name for name in entry.shared if name != "length"]
-    writers = [f"set_{prop.python}" for prop in entry.properties if prop.static and prop.writable]
+    writers = [f"set_{prop.python}" for prop in entry.static_writers]
     return [*names, "get_type", *writers, *CAST_FAMILY]
 
 

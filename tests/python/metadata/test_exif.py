@@ -190,11 +190,11 @@ def test_tags_belong_to_directories() -> None:
     (decimal.Decimal("1.5"), "Decimal"), (datetime.timedelta(1), "TimeSpan"), (uuid.UUID(int=7), "Guid"),
     (datetime.datetime(2000, 1, 1), "DateTime")])
 def test_a_refusal_names_the_types(value: Any, name: str) -> None:
-    data = JpegExifData()
+    make = TiffASCIIType(271)
     with pytest.raises(RuntimeError, match=rf"^Proxy error\(InvalidCastException\): Unable to cast object of type "
                                            rf"'System.{name}' to type 'System.String'\.$"):
-        data.body_serial_number = value
-    assert data.body_serial_number is None
+        make.value = value
+    assert make.value is None
 
 
 def test_what_a_tag_is_changed_to_shows() -> None:

@@ -5,6 +5,7 @@ from __future__ import annotations
 import pytest
 from support.child import run_child
 from support.collections import make_interop
+from support.meddling_values import moment
 
 # An element of a Python list is held while it is converted
 

@@ -139,4 +139,3 @@ def test_a_cast_that_fails_says_so_at_once(control: Control) -> None:
             container._cast_from(stream)
     assert [(call.method, ctypes.c_int(call.result).value) for call in calls if "Cast" in call.method] == [
         ("btp_CastFrom", -1)]
-

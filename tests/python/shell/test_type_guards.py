@@ -42,7 +42,8 @@ for kind in (*WRAPPERS, *ENUMS):
         if kind not in ENUMS and isinstance(member, staticmethod) and name not in uses:
             uses["static " + name] = lambda name=name: getattr(kind, name)(*[object()] * (name[4:] in vars(kind)))
         elif type(member).__name__ in ("_FieldDescrType", "_MixMethodDescrType"):
-            uses["static " + name] = lambda name=name: (lambda got: got() if callable(got) else got)(getattr(kind, name))
+            uses["static " + name] = lambda name=name: (lambda got: got() if callable(got) else got)(
+                getattr(kind, name))
     if kind not in ENUMS:
         uses["static __new__"] = lambda: kind.__new__(kind, object())
     result[dotted(kind)] = {{name: refusal(use) for name, use in uses.items()}}

@@ -1,4 +1,4 @@
-"""Results that arrive as ready Python objects (texts, byte arrays, values of any kind): null without an error is None."""
+"""Results that arrive as ready Python objects (texts, bytes, values of any kind): null without an error is None."""
 
 from __future__ import annotations
 
@@ -7,11 +7,12 @@ from collections.abc import Callable
 from typing import Any
 
 import pytest
+from support.anything import HOLDER, holder
 from support.collections import make_interop, make_typed
 from support.control import Control
 from support.forked import outcome_of
 from zelmor.imaging import Color, ColorMatrix, ColorTranslator, Size
-from zelmor.imaging.imageoptions import BmpOptions, JpegOptions, MultiPageOptions
+from zelmor.imaging.imageoptions import BmpOptions, JpegOptions
 
 STRING, BYTES = "CBE911FC", "8A028265"
 GENERIC = "Zelmor.WrpGen.Generic.SiApi"
@@ -20,11 +21,12 @@ INTEROP = "Zelmor.WrpGen.Interop.SiApi"
 #: Members by the kind of their result: the entry point, and the use.
 MEMBERS: dict[str, tuple[str, str, Callable[[], Any]]] = {
     "a property": ("Zelmor.Imaging.Color", "get_Name", lambda: Color.red.name),
-    "a property of an object": ("Zelmor.Imaging.ImageOptions.JpegOptions", "get_Comment", lambda: JpegOptions().comment),
-    "a property of any kind": ("Zelmor.Imaging.ImageOptions.MultiPageOptions", "get_PageTitles",
-                               lambda: MultiPageOptions().page_titles),
+    "a property of an object": ("Zelmor.Imaging.ImageOptions.JpegOptions", "get_Comment",
+                                lambda: JpegOptions().comment),
+    "a property of any kind": (HOLDER, "get_Value", lambda: holder().value),
     "a method": ("Zelmor.Imaging.ColorMatrix", "call_000_GetMatrix", lambda: ColorMatrix().get_matrix()),
-    "a static method": ("Zelmor.Imaging.ColorTranslator", "call_000_ToHtml", lambda: ColorTranslator.to_html(Color.red)),
+    "a static method": ("Zelmor.Imaging.ColorTranslator", "call_000_ToHtml",
+                        lambda: ColorTranslator.to_html(Color.red)),
 }
 
 
