@@ -1,0 +1,69 @@
+"""Changes the sources in single places and tells which changes no test notices (see docs/testing.md)."""
+
+from __future__ import annotations
+
+import argparse
+import os
+import sys
+from pathlib import Path
+
+from .reach import read_table, tests_of
+from .sample import PARTS, draw
+from .trial import Outcome, Trial, UnchangedFails, Verdict, summary, survivors_text
+from .workshop import Workshop, project_commands
+
+TREE = Path(__file__).resolve().parents[2]
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(prog="tools.mutants", description=__doc__)
+    parser.add_argument("--build", type=Path, default=TREE / "build", help="where the copy and the report go")
+    parser.add_argument("--seed", type=int, default=1, help="another seed draws another sample")
+    parser.add_argument("--count", type=int, default=20, help="how many changes")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
+    parser.add_argument("--launcher", default="", help="stands before the compiler, words separated by semicolons")
+    parser.add_argument("--list", action="store_true", help="show the changes, and do nothing")
+    parser.add_argument("paths", nargs="*", help="files and folders to change; without any, all of the product's")
+    arguments = parser.parse_args()
+
+    table = read_table()
+    try:
+        changes = draw(TREE, arguments.paths or PARTS, arguments.seed, arguments.count)
+    except FileNotFoundError as error:
+        parser.error(str(error))
+    if not changes:
+        parser.error("nothing there can be changed")
+    for change in changes:
+        tests_of(change.path, table)  # raises before anything is built
+    if arguments.list:
+        for change in changes:
+            print(change.describe((TREE / change.path).read_text()))
+        return 0
+
+    folder = arguments.build.resolve() / "mutants"
+    workshop = Workshop(TREE, folder / "tree", project_commands(arguments.jobs, arguments.launcher))
+    trial = Trial(workshop, table)
+    verdicts: list[Verdict] = []
+    try:
+        for line in trial.check_unchanged(changes):
+            print(line, flush=True)
+    except UnchangedFails as failure:
+        print(failure, file=sys.stderr)
+        return 1
+    survivors = folder / "survivors.txt"
+    survivors.write_text("")
+    for number, change in enumerate(changes, 1):
+        text = change.describe((workshop.copy / change.path).read_text())
+        verdicts.append(trial.judge(change))
+        last = verdicts[-1]
+        print(f"[{number}/{len(changes)}] {last.outcome.value}: {text} ({last.by}, {last.seconds:.0f} s)", flush=True)
+        # After each change, so that a run which is broken off has told what it knows.
+        survivors.write_text(survivors_text(verdicts, workshop, table))
+    print("\n".join(summary(verdicts)))
+    if any(verdict.outcome is Outcome.SURVIVED for verdict in verdicts):
+        print(f"the survivors: {survivors}")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
