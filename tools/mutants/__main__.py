@@ -7,9 +7,9 @@ import os
 import sys
 from pathlib import Path
 
-from .reach import read_table, tests_of
+from .reach import BadTable, read_table, reaching
 from .sample import PARTS, draw
-from .trial import Outcome, Trial, UnchangedFails, Verdict, summary, survivors_text
+from .trial import Trial, try_all
 from .workshop import Workshop, project_commands
 
 TREE = Path(__file__).resolve().parents[2]
@@ -33,8 +33,11 @@ def main() -> int:
         parser.error(str(error))
     if not changes:
         parser.error("nothing there can be changed")
-    for change in changes:
-        tests_of(change.path, table)  # raises before anything is built
+    try:
+        for change in changes:
+            reaching(change.path, table)
+    except BadTable as error:
+        parser.error(str(error))
     if arguments.list:
         for change in changes:
             print(change.describe((TREE / change.path).read_text()))
@@ -42,27 +45,7 @@ def main() -> int:
 
     folder = arguments.build.resolve() / "mutants"
     workshop = Workshop(TREE, folder / "tree", project_commands(arguments.jobs, arguments.launcher))
-    trial = Trial(workshop, table)
-    verdicts: list[Verdict] = []
-    try:
-        for line in trial.check_unchanged(changes):
-            print(line, flush=True)
-    except UnchangedFails as failure:
-        print(failure, file=sys.stderr)
-        return 1
-    survivors = folder / "survivors.txt"
-    survivors.write_text("")
-    for number, change in enumerate(changes, 1):
-        text = change.describe((workshop.copy / change.path).read_text())
-        verdicts.append(trial.judge(change))
-        last = verdicts[-1]
-        print(f"[{number}/{len(changes)}] {last.outcome.value}: {text} ({last.by}, {last.seconds:.0f} s)", flush=True)
-        # After each change, so that a run which is broken off has told what it knows.
-        survivors.write_text(survivors_text(verdicts, workshop, table))
-    print("\n".join(summary(verdicts)))
-    if any(verdict.outcome is Outcome.SURVIVED for verdict in verdicts):
-        print(f"the survivors: {survivors}")
-    return 0
+    return try_all(Trial(workshop, table), changes, folder / "survivors.txt")
 
 
 if __name__ == "__main__":

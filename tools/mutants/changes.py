@@ -229,7 +229,8 @@ class _Finder:
                 or at.is_name(index + 1, "return", "if")):
             return
         begin = at.header(index)
-        if any(at.is_name(place, "noreturn", "operator", "auto") for place in range(begin, index)):
+        if any(at.is_name(place, "noreturn", "operator", "auto") or at.is_mark(place, "~")
+               for place in range(begin, index)):
             return
         begin = at.after_prelude(begin)
         while at.is_name(begin, "static", "inline", "constexpr", "virtual", "friend", "explicit", "extern"):
@@ -245,7 +246,7 @@ class _Finder:
                 names += 1
             last_name = at.text(place - 1) if at.is_name(place) else last_name
             place += 1
-        if place == index or names < 2 or at.is_mark(begin, "~") or last_name == "&":
+        if place == index or names < 2 or last_name == "&":
             return
         plain = at.is_name(begin, "void") and not at.is_mark(begin + 1, "*")
         yield "early return", index + 1, index, "if (true) return; " if plain else "if (true) return {}; "

@@ -39,7 +39,7 @@ def read_table(table: Path = TABLE) -> list[Reach]:
     return list(found.values())
 
 
-def tests_of(path: str, table: list[Reach]) -> tuple[str, ...]:
+def reaching(path: str, table: list[Reach]) -> tuple[str, ...]:
     """The tests that reach a source: those of the longest beginning of its path."""
     fitting = [reach for reach in table if path.startswith(reach.beginning)]
     if not fitting:

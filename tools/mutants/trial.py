@@ -3,12 +3,14 @@
 from __future__ import annotations
 
 import re
+import sys
 from collections.abc import Iterator, Sequence
 from dataclasses import dataclass
 from enum import Enum
+from pathlib import Path
 
 from .changes import Change
-from .reach import Reach, tests_of
+from .reach import Reach, reaching
 from .sample import part_of
 from .workshop import Run, Workshop
 
@@ -71,7 +73,7 @@ class Trial:
         """Builds the tree and runs all tests that the changes need; a test that passes later may take five times as
         long, and `slack` seconds more. Yields what it has done."""
         self.workshop.take_sources()
-        wanted = list(dict.fromkeys(test for change in changes for test in tests_of(change.path, self.table)))
+        wanted = list(dict.fromkeys(test for change in changes for test in reaching(change.path, self.table)))
         run = self.workshop.configure()
         if run is not None and run.code != 0:
             raise UnchangedFails(f"the copy of the tree cannot be configured:\n{_tail(run)}")
@@ -91,7 +93,7 @@ class Trial:
         """Tries one change. The build that follows takes the source back to what it was."""
         source = self.workshop.copy / change.path
         before = source.read_text()
-        tests = tests_of(change.path, self.table)
+        tests = reaching(change.path, self.table)
         try:
             source.write_text(change.apply(before))
             return self._judge_written(change, tests)
@@ -138,6 +140,30 @@ def survivors_text(verdicts: Sequence[Verdict], workshop: Workshop, table: list[
     for verdict in verdicts:
         if verdict.outcome is Outcome.SURVIVED:
             source = (workshop.copy / verdict.change.path).read_text()
-            tests = "\n".join(f"    {name}" for name in tests_of(verdict.change.path, table))
+            tests = "\n".join(f"    {name}" for name in reaching(verdict.change.path, table))
             parts.append(f"{verdict.change.describe(source)}\n{verdict.change.diff(source)}not noticed by\n{tests}\n")
     return "\n".join(parts)
+
+
+def try_all(trial: Trial, changes: Sequence[Change], survivors: Path, slack: float = 60.0) -> int:
+    """Tries the changes and tells of each, writes the list of survivors, and gives the exit code of the command."""
+    try:
+        for line in trial.check_unchanged(changes, slack):
+            print(line, flush=True)
+    except UnchangedFails as failure:
+        print(failure, file=sys.stderr)
+        return 1
+    verdicts: list[Verdict] = []
+    survivors.write_text("")
+    for number, change in enumerate(changes, 1):
+        text = change.describe((trial.workshop.copy / change.path).read_text())
+        verdict = trial.judge(change)
+        verdicts.append(verdict)
+        print(f"[{number}/{len(changes)}] {verdict.outcome.value}: {text} ({verdict.by}, {verdict.seconds:.0f} s)",
+              flush=True)
+        # After each change, so that a run which is broken off has told what it knows.
+        survivors.write_text(survivors_text(verdicts, trial.workshop, trial.table))
+    print("\n".join(summary(verdicts)))
+    if any(verdict.outcome is Outcome.SURVIVED for verdict in verdicts):
+        print(f"the survivors: {survivors}")
+    return 0

@@ -185,7 +185,7 @@ def project_commands(jobs: int, launcher: str) -> Commands:
         if not name.endswith(".py"):
             return ["ctest", "--test-dir", f"{BUILD}/{name}", "--output-on-failure", "--stop-on-failure",
                     "--no-tests=error", "-j", str(jobs)]
-        return ["env", f"PYTHONPATH={place / BUILD / 'python'}", f"ZELMOR_BUILD_DIR={place / BUILD}", sys.executable, "-m", "pytest",
-                "-q", "-x", "-p", "no:cacheprovider", *(["-n", str(jobs)] if jobs > 1 else []), name]
+        return ["env", f"PYTHONPATH={place / BUILD / 'python'}", f"ZELMOR_BUILD_DIR={place / BUILD}", sys.executable,
+                "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", *(["-n", str(jobs)] if jobs > 1 else []), name]
 
     return Commands(configure, build, test, {"PYTHONDONTWRITEBYTECODE": "1"}, {"CCACHE_READONLY": "1"})
