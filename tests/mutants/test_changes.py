@@ -94,9 +94,8 @@ def test_removed_statements(statement: str) -> None:
 
 
 @pytest.mark.parametrize("statement", [
-    "T x(y);", "T x = y;", "T* x = y;", "T<A> x(y);", "auto x = f();", "return f();", "delete p;", "throw E(x);", "++x;",
-    "using T = U;",
-    "T x{f()};", "for (;;) {}", "T& x = f();"])
+    "T x(y);", "T x = y;", "T* x = y;", "T<A> x(y);", "auto x = f();", "return f();", "delete p;", "throw E(x);",
+    "++x;", "using T = U;", "T x{f()};", "for (;;) {}", "T& x = f();"])
 def test_statements_that_others_need(statement: str) -> None:
     assert in_function(statement, "removal") == []
 

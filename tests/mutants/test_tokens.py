@@ -18,13 +18,12 @@ def of_kind(source: str, kind: Kind) -> list[str]:
 
 
 @pytest.mark.parametrize("part", PARTS)
-def test_every_source_is_understood_and_nothing_of_it_is_lost(part: str) -> None:
+def test_nothing_of_a_source_is_lost(part: str) -> None:
     found = sources(TREE, [part])
     assert found
     for path in found:
         source = (TREE / path).read_text()
         assert "".join(token.text for token in tokens(source)) == source, path
-        Structure(source)
 
 
 @pytest.mark.parametrize("comment", ["// x == 1", "/* x == 1 */", "/* over\n lines */", "// goes \\\n on"])

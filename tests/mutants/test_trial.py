@@ -62,7 +62,9 @@ def tree(tmp_path: Path) -> Path:
 def make_trial(tree: Path, build: str = BUILD, test: str = TEST) -> Trial:
     commands = Commands(configure=lambda place: program("import pathlib; pathlib.Path('build/made').write_text('x')"),
                         build=lambda tests: program(build), test=lambda place, name: program(test))
-    return Trial(Workshop(tree, tree.parent / "out" / "copy", commands), [Reach("src/", ("tests/test_a.py",))])
+    workshop = Workshop(tree, tree.parent / "out" / "copy", commands)
+    workshop.take_sources()
+    return Trial(workshop, [Reach("src/", ("tests/test_a.py",))])
 
 
 def doubled(name: str) -> Change:

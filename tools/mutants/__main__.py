@@ -27,8 +27,15 @@ def main() -> int:
     arguments = parser.parse_args()
 
     table = read_table()
+    folder = arguments.build.resolve() / "mutants"
+    root = TREE
+    if not arguments.list:
+        # The changes are drawn from the copy: somebody may be at work on the tree meanwhile.
+        workshop = Workshop(TREE, folder / "tree", project_commands(arguments.jobs, arguments.launcher))
+        workshop.take_sources()
+        root = workshop.copy
     try:
-        changes = draw(TREE, arguments.paths or PARTS, arguments.seed, arguments.count)
+        changes = draw(root, arguments.paths or PARTS, arguments.seed, arguments.count)
     except FileNotFoundError as error:
         parser.error(str(error))
     if not changes:
@@ -40,11 +47,9 @@ def main() -> int:
         parser.error(str(error))
     if arguments.list:
         for change in changes:
-            print(change.describe((TREE / change.path).read_text()))
+            print(change.describe((root / change.path).read_text()))
         return 0
 
-    folder = arguments.build.resolve() / "mutants"
-    workshop = Workshop(TREE, folder / "tree", project_commands(arguments.jobs, arguments.launcher))
     return try_all(Trial(workshop, table), changes, folder / "survivors.txt")
 
 

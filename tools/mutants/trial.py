@@ -70,9 +70,8 @@ class Trial:
         self.limits: dict[str, float] = {}
 
     def check_unchanged(self, changes: Sequence[Change], slack: float = 60.0) -> Iterator[str]:
-        """Builds the tree and runs all tests that the changes need; a test that passes later may take five times as
-        long, and `slack` seconds more. Yields what it has done."""
-        self.workshop.take_sources()
+        """Builds the copy as it was taken and runs all tests that the changes need. A test that passes may later take
+        five times as long, and `slack` seconds more. Yields what it has done."""
         wanted = list(dict.fromkeys(test for change in changes for test in reaching(change.path, self.table)))
         run = self.workshop.configure()
         if run is not None and run.code != 0:
