@@ -14,7 +14,7 @@ import pytest
 from tools.mutants.changes import Change, changes
 from tools.mutants.reach import Reach
 from tools.mutants.trial import Outcome, Trial, UnchangedFails, Verdict, summary, try_all
-from tools.mutants.workshop import Commands, Workshop
+from tools.mutants.workshop import Commands, Occupied, Workshop
 
 SOURCE = "src/a.cpp"
 TEXT = "int seen = 1;\nint lost = 1;\nint slow = 1;\nint wrong = 1;\nint unused = 1;\nint listed = 1;\n"
@@ -155,6 +155,14 @@ def test_the_copy_follows_the_tree(tree: Path) -> None:
     (tree / "src" / "b.cpp").unlink()
     shop.take_sources()
     assert contents(shop.copy).keys() == {SOURCE, ".gitignore"}
+
+
+def test_one_run_at_a_time(tree: Path) -> None:
+    first, second = make_trial(tree).workshop, make_trial(tree).workshop
+    with first.reserve():
+        with pytest.raises(Occupied, match="another run is at work in .*/out/copy$"):
+            second.reserve()
+    second.reserve().close()
 
 
 def test_commands_see_the_copy(tree: Path) -> None:

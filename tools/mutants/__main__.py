@@ -10,7 +10,7 @@ from pathlib import Path
 from .reach import BadTable, read_table, reaching
 from .sample import PARTS, draw
 from .trial import Trial, try_all
-from .workshop import Workshop, project_commands
+from .workshop import Occupied, Workshop, project_commands
 
 TREE = Path(__file__).resolve().parents[2]
 
@@ -32,6 +32,10 @@ def main() -> int:
     if not arguments.list:
         # The changes are drawn from the copy: somebody may be at work on the tree meanwhile.
         workshop = Workshop(TREE, folder / "tree", project_commands(arguments.jobs, arguments.launcher))
+        try:
+            held = workshop.reserve()
+        except Occupied as error:
+            parser.error(str(error))
         workshop.take_sources()
         root = workshop.copy
     try:
@@ -50,7 +54,8 @@ def main() -> int:
             print(change.describe((root / change.path).read_text()))
         return 0
 
-    return try_all(Trial(workshop, table), changes, folder / "survivors.txt")
+    with held:
+        return try_all(Trial(workshop, table), changes, folder / "survivors.txt")
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@ those of an ordinary build, and the compiler cache knows what is not changed. El
 
 from __future__ import annotations
 
+import fcntl
 import hashlib
 import os
 import resource
@@ -17,6 +18,7 @@ import time
 from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass, field
 from pathlib import Path
+from typing import IO
 
 # What a test may take of memory, so that a change which lets something grow does not take the machine.
 _MEMORY = 16 << 30
@@ -46,6 +48,10 @@ class Run:
     code: int | None
     output: str
     seconds: float
+
+
+class Occupied(Exception):
+    """Another run is at work in the copy."""
 
 
 def files_of(tree: Path) -> list[str]:
@@ -82,6 +88,16 @@ class Workshop:
     def place(self) -> Path:
         """Where the commands see the copy."""
         return self.tree if self._front else self.copy
+
+    def reserve(self) -> IO[str]:
+        """Keeps other runs out of the copy, as long as the result is open."""
+        held = self.copy.with_name("lock").open("w")
+        try:
+            fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            held.close()
+            raise Occupied(f"another run is at work in {self.copy}") from None
+        return held
 
     def take_sources(self) -> None:
         """Brings the copy to what the tree is. Files that are the same keep their time, and are not built again."""
