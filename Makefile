@@ -11,6 +11,8 @@
 #                 (slow: name some with TESTS=tests/python/images/test_x.py)
 #   make growth   use every member again and again, and tell where Python's memory grows (slow; name parts of class
 #                 names with CLASSES="Bmp Tiff")
+#   make mutants  change the sources in single places, one at a time, and tell which changes no test notices (slow;
+#                 COUNT=20 SEED=1 PATHS="convert streams" LIST=1; the list goes to build/mutants/survivors.txt)
 #   make scale    generation, compilation and size at the number of types and members of the whole API
 #   make identifiers
 #                 complete the tables of type identifiers
@@ -32,7 +34,7 @@ LAUNCHER = $(if $(wildcard /usr/bin/ccache),"-DCMAKE_C_COMPILER_LAUNCHER=$(CACHE
 .DEFAULT_GOAL := build
 # The prerequisites below stand in order: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth identifiers lint format clean
+.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth mutants identifiers lint format clean
 
 setup:
 	@tools/setup.sh
@@ -93,6 +95,13 @@ valgrind: setup-test setup-check everything
 
 growth: setup-test everything
 	@ZELMOR_BUILD_DIR=$(BUILD) $(RUN) tests/python/support/programs/memory_growth.py $(CLASSES)
+
+# In a copy of the tree below the build tree.
+COUNT ?= 20
+SEED ?= 1
+mutants: setup-test
+	@$(PYTHON) -B -m tools.mutants --build $(BUILD) --jobs $(JOBS) --count $(COUNT) --seed $(SEED) $(if $(LIST),--list) \
+	    --launcher "$(if $(wildcard /usr/bin/ccache),$(CACHE))" $(PATHS)
 
 identifiers:
 	@for catalogue in api/catalogue siblings/catalogue/*; do \

@@ -20,6 +20,14 @@ TEST_F(Bytes, NoneIsANullArray) {
     EXPECT_EQ(builder.get_info()->length, -1);
 }
 
+TEST_F(Bytes, NoneIsANullArrayInARecordThatHeldAnother) {
+    Py_buffer view{};
+    PyBytesArg used{};
+    used.length = 7;
+    EXPECT_EQ(fn_conv_py_bytes_to_clr_bytes_value(Py_None, &view, &used), 1);
+    EXPECT_EQ(used.length, -1);
+}
+
 TEST_F(Bytes, EmptyBytesAreAnEmptyArrayThatIsNotNull) {
     const PyRef empty = evaluate("b''");
     PyBytesArgBuilder builder;

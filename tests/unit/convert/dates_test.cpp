@@ -3,6 +3,7 @@
 #include <chrono>
 #include <limits>
 #include <random>
+#include <string>
 
 #include "bridge_test.h"
 #include "convert/dates.h"
@@ -160,6 +161,16 @@ TEST_F(Dates, AnOffsetMomentIsItsOwnClockAndItsOffset) {
               1);
     EXPECT_EQ(words[0], 3 * ClrTicks::kHour);
     EXPECT_EQ(words[1], -ClrTicks::kHour);
+}
+
+TEST_F(Dates, AMomentWhoseZoneFailsIsRefused) {
+    const std::string zone =
+        ".replace(tzinfo=type('Broken', (d.tzinfo,), {'utcoffset': lambda self, when: {}['offset']})())";
+    long ticks = 0;
+    EXPECT_EQ(fn_conv_py_time_to_clr_datetime(moment(("d.time(3)" + zone).c_str()).get(), &ticks), 0);
+    expect_error(PyExc_KeyError, "'offset'");
+    EXPECT_EQ(fn_conv_py_datetime_to_clr_datetime(moment(("d.datetime(1, 1, 1)" + zone).c_str()).get(), &ticks), 0);
+    expect_error(PyExc_KeyError, "'offset'");
 }
 
 TEST_F(Dates, AMomentWithoutAnOffsetIsNoDateTimeOffset) {

@@ -243,6 +243,7 @@ TEST_F(Integers, TheMessagesOfOtherSubjects) {
     EXPECT_FALSE(
         (is_clong_value_out_of_clr_range<ValueSubjTrait, long>(std::numeric_limits<long>::min(), PyExc_OverflowError)));
     EXPECT_FALSE((is_uclong_value_negative<ValueSubjTrait, unsigned int>(5ul, PyExc_OverflowError)));
+    EXPECT_FALSE((is_uclong_value_negative<ValueSubjTrait, unsigned int>(0L, PyExc_OverflowError)));
 }
 
 TEST_F(Integers, ASizeIsAnythingWithAnIndex) {
