@@ -10,6 +10,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 from .errors import CatalogueError, Place
+from .rows import read_rows
 
 METHOD_KINDS = ("static", "method", "mixed", "mixed_static")
 PROPERTY_KINDS = ("get", "getset", "static_get", "static_getset", "const")
@@ -129,11 +130,7 @@ def read_types(path: Path) -> list[TypeLine]:
     """Reads one namespace's file."""
     types: list[TypeLine] = []
     namespace = None
-    for number, raw in enumerate(path.read_text().splitlines(), 1):
-        place = Place(path, number)
-        line = raw.split("#", 1)[0].rstrip()
-        if not line:
-            continue
+    for place, line in read_rows(path):
         if line.startswith("namespace "):
             namespace = line.split()[1]
         elif not line.startswith(" "):
@@ -164,16 +161,14 @@ def read_catalogue(directory: Path) -> Catalogue:
     table = directory / "modules.tab"
     assembly = None
     modules: list[ModuleLine] = []
-    for number, raw in enumerate(table.read_text().splitlines(), 1):
-        parts = raw.split("#", 1)[0].split()
-        if not parts:
-            continue
+    for place, text in read_rows(table):
+        parts = text.split()
         if parts[0] == "assembly" and len(parts) == 2:
             assembly = parts[1]
         elif len(parts) == 3:
             modules.append(ModuleLine(*parts))
         else:
-            raise CatalogueError(Place(table, number), "a row is a namespace, a Python module and an identifier")
+            raise CatalogueError(place, "a row is a namespace, a Python module and an identifier")
     if assembly is None or not modules:
         raise CatalogueError(Place(table, 1), "the assembly or its modules are missing")
     types = [entry for path in sorted(directory.glob("*.cat")) for entry in read_types(path)]

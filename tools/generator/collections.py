@@ -11,6 +11,7 @@ from dataclasses import dataclass
 from pathlib import Path
 
 from .errors import CatalogueError, Place
+from .rows import read_optional_rows
 
 KINDS = ("array", "list", "ilist", "iterable", "iterator")
 ARGUMENTS = ("array-argument", "list-argument")
@@ -30,13 +31,8 @@ class CollectionLine:
 def read_collections(path: Path) -> list[CollectionLine]:
     """Reads `collections.tab`; an assembly without one has no typed collections."""
     rows: list[CollectionLine] = []
-    if not path.exists():
-        return rows
-    for number, raw in enumerate(path.read_text().splitlines(), 1):
-        parts = raw.split("#", 1)[0].split()
-        if not parts:
-            continue
-        place = Place(path, number)
+    for place, text in read_optional_rows(path):
+        parts = text.split()
         if len(parts) < 3 or not _DIGITS.match(parts[0]):
             raise CatalogueError(place, "a row is an identifier, an element type and the kinds that there are")
         unknown = [kind for kind in parts[2:] if kind not in KINDS + ARGUMENTS]

@@ -12,7 +12,8 @@ import zlib
 from dataclasses import dataclass, field
 from pathlib import Path
 
-from .errors import CatalogueError, Place
+from .errors import CatalogueError
+from .rows import read_optional_rows
 
 MANAGED_PREFIX = "managed:"
 _DIGITS = re.compile(r"[0-9A-F]{8}\Z")
@@ -35,16 +36,11 @@ class Identifiers:
         """Reads the table; duplicate names or identifiers are refused."""
         table = cls(path=path)
         seen: tuple[dict[str, str], dict[str, str]] = ({}, {})
-        if not path.exists():
-            return table
-        for number, line in enumerate(path.read_text().splitlines(), 1):
-            text = line.split("#", 1)[0].split()
-            if not text:
-                continue
-            place = Place(path, number)
-            if len(text) != 3 or not all(_DIGITS.match(part) for part in text[1:]):
+        for place, text in read_optional_rows(path):
+            parts = text.split()
+            if len(parts) != 3 or not all(_DIGITS.match(part) for part in parts[1:]):
                 raise CatalogueError(place, "a row is a full managed name and two identifiers of eight digits")
-            name, python_side, managed_side = text
+            name, python_side, managed_side = parts
             if name in table.rows:
                 raise CatalogueError(place, f"{name} has a row already")
             for side, identifier in zip(seen, (python_side, managed_side)):

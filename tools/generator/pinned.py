@@ -13,6 +13,7 @@ from pathlib import Path
 
 from .errors import CatalogueError, Place
 from .model import Method, Model, Property, Type
+from .rows import read_optional_rows
 from .writers.host import thunks
 
 _NUMBERS = {"type": (3, 4), "module": (3,), "name": (3,), "host": (3,), "entry": (3,), "hosts": (4,),
@@ -31,13 +32,8 @@ class PinnedLine:
 def read_pinned(path: Path) -> list[PinnedLine]:
     """Reads `pinned.tab`; an assembly without one has nothing that is known from outside."""
     rows: list[PinnedLine] = []
-    if not path.exists():
-        return rows
-    for number, raw in enumerate(path.read_text().splitlines(), 1):
-        parts = raw.split("#", 1)[0].split()
-        if not parts:
-            continue
-        place = Place(path, number)
+    for place, text in read_optional_rows(path):
+        parts = text.split()
         if parts[0] not in _NUMBERS:
             raise CatalogueError(place, f"'{parts[0]}' is no kind of name")
         if len(parts) not in _NUMBERS[parts[0]]:

@@ -15,6 +15,7 @@ from pathlib import Path
 from .errors import CatalogueError, Place
 from .model import Model
 from .naming import snake_case
+from .rows import read_optional_rows
 
 _ROW = re.compile(r"(?P<unreached>unreached +)?(?P<number>\d+)(?P<least> or more)? +(?P<what>[^:]+?)"
                   r"(?: *: *(?P<reason>.+))?\Z")
@@ -39,14 +40,8 @@ class Total:
 def read_totals(path: Path) -> list[Total]:
     """Reads `totals.tab`; an assembly without one has no known figures."""
     rows: list[Total] = []
-    if not path.exists():
-        return rows
-    for number, raw in enumerate(path.read_text().splitlines(), 1):
-        text = raw.split("#", 1)[0].strip()
-        if not text:
-            continue
-        place = Place(path, number)
-        match = _ROW.match(text)
+    for place, text in read_optional_rows(path):
+        match = _ROW.match(text.strip())
         if match is None or (match["unreached"] is None) != (match["reason"] is None):
             raise CatalogueError(place, "a row is a number and what there is of it; one that is unreached has a reason")
         if any(row.what == match["what"] for row in rows):
