@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Iterator
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 from typing import Any
 
@@ -221,6 +222,34 @@ def test_settings_of_fonts(settings: None, tmp_path: Path) -> None:
     assert FontSettings.default_font_name == "DejaVu Sans"
     FontSettings.reset()
     assert list(FontSettings.get_fonts_folders()) == folders and FontSettings.get_system_alternative_font
+
+
+#: A font that the set-up brings along, as the text library depends on it.
+INSTALLED_FONT = Path("/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf")
+
+
+def test_fonts_of_a_folder_are_there_for_every_thread(settings: None, tmp_path: Path) -> None:
+    """Each thread keeps what it has found out about fonts, and hears of a folder that another one has set."""
+    font = INSTALLED_FONT.read_bytes()
+    for encoding in ("utf-16-be", "ascii"):
+        assert "DejaVu Sans Mono".encode(encoding) in font
+        font = font.replace("DejaVu Sans Mono".encode(encoding), "Folder Sans Mono".encode(encoding))
+    (tmp_path / "fonts").mkdir()
+    (tmp_path / "fonts" / "folder.ttf").write_bytes(font)
+    picture = write(tmp_path / "a.png", noise(3))
+
+    def widths() -> tuple[float, float]:
+        graphics = Graphics(load(picture))
+        narrow, wide = (graphics.measure_string(text, Font("Folder Sans Mono", 12.0), SizeF(0, 0), None).width
+                        for text in ("iiii", "WWWW"))
+        return narrow, wide
+
+    with ThreadPoolExecutor(1) as other:
+        for measured in (widths(), other.submit(widths).result()):
+            assert measured[0] < measured[1]  # another font in its place
+        FontSettings.set_fonts_folder(str(tmp_path / "fonts"))
+        for measured in (widths(), other.submit(widths).result()):
+            assert measured[0] == measured[1]
 
 
 def test_fonts_that_there_are_not(settings: None, tmp_path: Path) -> None:
