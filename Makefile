@@ -7,7 +7,7 @@
 #   make docs     the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
 #   make fuzz     the property tests with many more examples
 #   make debug-test, make sanitize, make valgrind
-#                 the tests under the debug interpreter, the address and undefined-behaviour sanitizers, and valgrind
+#                 the tests under the debug interpreter, the address and undefined-behavior sanitizers, and valgrind
 #                 (slow: name some with TESTS=tests/python/images/test_x.py)
 #   make growth   use every member again and again, and tell where Python's memory grows (slow; name parts of class
 #                 names with CLASSES="Bmp Tiff")
@@ -111,7 +111,7 @@ lint: setup-lint everything
 	@tools/lint.sh $(BUILD)
 
 format: setup-lint
-	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format -i
+	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format-16 -i
 
 clean:
 	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale

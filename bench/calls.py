@@ -128,7 +128,7 @@ def _rounds(case: Case, modules: dict[str, Any], shuffled: random.Random) -> dic
     for key, (prepare, statement) in case.code.items():
         body = "\n".join([statement.strip("\n")] * UNROLL)
         timers[key] = timeit.Timer(body, prepare, globals=modules)
-        timers[key].timeit(200)  # warm up: first use binds delegates, fills caches and specialises the byte code
+        timers[key].timeit(200)  # warm up: first use binds delegates, fills caches and specializes the byte code
         loops[key] = max(1, int(ROUND_SECONDS / (timers[key].timeit(100) / 100)))
     rounds: dict[str, list[float]] = {key: [] for key in timers}
     for _ in range(ROUNDS):

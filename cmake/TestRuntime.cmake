@@ -1,4 +1,4 @@
-# Beside the product the build tree holds a second runtime directory, for the tests: the flavour of the embedded runtime
+# Beside the product the build tree holds a second runtime directory, for the tests: the flavor of the embedded runtime
 # that has the control interface, with copies of the product's other shared objects.
 
 # zelmor_part_of_runtime(<target>): a shared object of the runtime directory; the tests get a copy.

@@ -2,7 +2,8 @@
 //
 // A calls policy gives the thunks one set of names: the hosts differ in theirs, and some kinds are driven through two
 // hosts.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_ACCESS_CALLS_H
+#define ZELMOR_COLLECTIONS_ACCESS_CALLS_H
 
 #include "collections/element_policies.h"
 #include "collections/hosts.h"
@@ -212,13 +213,15 @@ constexpr SequenceAccess list_interface_access() {
     return access;
 }
 
-// A growing kind that is a class: room can be made, and a deleted run of neighbours is named from its lowest index.
+// A growing kind that is a class: room can be made, and a deleted run of neighbors is named from its lowest index.
 template <class Calls, class Element>
 constexpr SequenceAccess list_access() {
     SequenceAccess access = list_interface_access<Calls, Element>();
     access.ensure_capacity = &Calls::ensure_capacity;
-    access.neighbours_from_lowest = true;
+    access.neighbors_from_lowest = true;
     return access;
 }
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_ACCESS_CALLS_H

@@ -2,7 +2,8 @@
 //
 // Both casts read any wrapper, None included. The kinds whose managed type is a class differ from those whose managed
 // type is an interface in two members: who can be assignable, and whether an object can be reinterpreted.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_CAST_MEMBERS_H
+#define ZELMOR_COLLECTIONS_CAST_MEMBERS_H
 
 #include "collections/kinds.h"
 #include "pyshell/casts.h"
@@ -58,3 +59,5 @@ constexpr CastFamily kCastsOf = {Kind::type, &Kind::guard, &casts_of<typename Ki
         {"_cast_as", wrpPye_bltp_##kind##_cast_as, METH_O | METH_STATIC, nullptr}, {               \
         nullptr, nullptr, 0, nullptr                                                               \
     }
+
+#endif  // ZELMOR_COLLECTIONS_CAST_MEMBERS_H

@@ -2,7 +2,8 @@
 //
 // The class itself is no collection on the managed side, so that there is no host to ask; the property's value, which
 // is one, answers length, index and slice with its own errors.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_CLASS_ITEMS_H
+#define ZELMOR_COLLECTIONS_CLASS_ITEMS_H
 
 #include "pyshell/py_ref.h"
 
@@ -25,3 +26,5 @@ inline PyObject* items_subscript(PyObject* self, getter items, PyObject* key) {
 }
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_CLASS_ITEMS_H

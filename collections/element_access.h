@@ -1,5 +1,6 @@
 // What the element callbacks have in common: judging a failure, an element as a variant, and a list's element in use.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_ELEMENT_ACCESS_H
+#define ZELMOR_COLLECTIONS_ELEMENT_ACCESS_H
 
 #include "convert/variant.h"
 #include "pyshell/py_ref.h"
@@ -45,3 +46,5 @@ int read_list_element(PyObject* list, int index, Convert convert) {
 }
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_ELEMENT_ACCESS_H

@@ -8,7 +8,8 @@
 //   pass    slot to argument
 //   show    delivered element to a new Python reference
 //   kTrails whether an unchecked read, which returns its element, delivers it through a trailing pointer all the same
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_ELEMENT_POLICIES_H
+#define ZELMOR_COLLECTIONS_ELEMENT_POLICIES_H
 
 #include <cstdint>
 
@@ -192,3 +193,5 @@ struct UncheckedRead<Element, true> {
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_ELEMENT_POLICIES_H

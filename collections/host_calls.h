@@ -2,7 +2,8 @@
 //
 // Each group is a table of delegates in binding order and a host with the thunks over it. The interop hosts and the
 // typed hosts put their casts behind the same groups.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_HOST_CALLS_H
+#define ZELMOR_COLLECTIONS_HOST_CALLS_H
 
 #include "collections/element_policies.h"
 #include "exchange/type_host.h"
@@ -184,3 +185,5 @@ class ArrListHost : public GrowingHost<ArrayHost<Host, Delegates, Element>> {
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_HOST_CALLS_H

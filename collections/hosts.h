@@ -3,7 +3,8 @@
 // Names and binding order are the managed classes' own, the two spellings of the unchecked item setter included. The
 // factories from Python collections are bound because a class without them is not the right one; nothing here calls
 // them.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_HOSTS_H
+#define ZELMOR_COLLECTIONS_HOSTS_H
 
 #include <array>
 #include <cstddef>
@@ -302,3 +303,5 @@ class PyHost_ph_Stream final : public zelmor::CollectionHost<PyHost_ph_Stream, S
     }
     void write(void* handle, void* buffer, int count) const { m_delegates.write(handle, buffer, count); }
 };
+
+#endif  // ZELMOR_COLLECTIONS_HOSTS_H

@@ -1,5 +1,6 @@
 // The wrappers of managed collections, enumerators, disposables and streams, in "<module>._wrpgen._interop".
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_INTEROP_H
+#define ZELMOR_COLLECTIONS_INTEROP_H
 
 #include <string>
 
@@ -63,3 +64,5 @@ int wrpPye_conv_py_to_clr_stream(PyObject* object, VariantArg* out);
 PyObject* wrpPye_mlit_FFFFFFFF_common_wrappers(PyObject* root);
 PyObject* wrpPye_mlit_FFFFFFFF_interop_wrappers();
 PyObject* wrpPygn_mlit_FFFFFFFF_generic_wrappers();
+
+#endif  // ZELMOR_COLLECTIONS_INTEROP_H

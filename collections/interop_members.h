@@ -1,5 +1,6 @@
 // The functions and method tables that the records of the interop types point at.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_INTEROP_MEMBERS_H
+#define ZELMOR_COLLECTIONS_INTEROP_MEMBERS_H
 
 #include "pyshell/python.h"
 #include "pyshell/wrapped_object.h"
@@ -40,3 +41,5 @@ extern PyGetSetDef array_getset[];
 extern PyGetSetDef arrlist_getset[];
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_INTEROP_MEMBERS_H

@@ -2,7 +2,8 @@
 //
 // They have external linkage because generated classes that are collections themselves use them too. A
 // `CollectionBase` has those of "ilist", a `ReadOnlyCollectionBase` those of "icol".
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_INTEROP_OPERATIONS_H
+#define ZELMOR_COLLECTIONS_INTEROP_OPERATIONS_H
 
 #include "pyshell/python.h"
 
@@ -51,3 +52,5 @@ ZELMOR_DECLARE_LIST_OPERATIONS(arrlist)
 PyObject* wrpPye_bltp_iterable_iter(PyObject* self);
 PyObject* wrpPye_bltp_iter_iter(PyObject* self);
 PyObject* wrpPye_bltp_iter_iternext(PyObject* self);
+
+#endif  // ZELMOR_COLLECTIONS_INTEROP_OPERATIONS_H

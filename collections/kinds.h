@@ -1,6 +1,7 @@
 // The kinds of interop wrapper: which host each is driven by, which further hosts must be valid, which Python type
 // shows it.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_KINDS_H
+#define ZELMOR_COLLECTIONS_KINDS_H
 
 #include <string>
 
@@ -48,3 +49,5 @@ using RoColBaseKind =
 using StreamKind = InteropKind<PyHost_ph_Stream, &wrpPye_tyds_FFFFFFFF_StreamWrapper>;
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_KINDS_H

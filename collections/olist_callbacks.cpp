@@ -1,7 +1,7 @@
 // Callbacks on a Python list with variant elements.
 //
 // An element that comes in to be stored or looked for belongs to the callback, whatever the outcome. The four
-// operations that go by method name honour a subclass's overrides, the direct ones do not.
+// operations that go by method name honor a subclass's overrides, the direct ones do not.
 #include "collections/element_access.h"
 #include "collections/interop.h"
 #include "convert/range_tests.h"

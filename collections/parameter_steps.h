@@ -1,5 +1,6 @@
 // The steps of converting a collection parameter whose managed type is a class.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_PARAMETER_STEPS_H
+#define ZELMOR_COLLECTIONS_PARAMETER_STEPS_H
 
 #include "exchange/wire/records.h"
 #include "pyshell/python.h"
@@ -18,3 +19,5 @@ struct ClassParameter {
 int convert_class_parameter(PyObject* object, VariantArg* out, const ClassParameter& parameter);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_PARAMETER_STEPS_H

@@ -3,7 +3,8 @@
 // The elements stay on the managed side: no length, index or element is cached, every operation asks again. What
 // builds a new sequence (a slice, `+`, `*`, `copy`) builds a plain Python list. Every function answers as the slot or
 // method that it stands behind does; after each call to the managed side a pending error ends the operation.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_SEQUENCE_H
+#define ZELMOR_COLLECTIONS_SEQUENCE_H
 
 #include "collections/sequence_access.h"
 
@@ -50,3 +51,5 @@ PyObject* sequence_iterate(int (*get_enumerator)(void* handle, PyObjectOutArg* o
 PyObject* sequence_no_next(int status);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_SEQUENCE_H

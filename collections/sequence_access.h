@@ -4,7 +4,8 @@
 // The algorithms (sequence.h) are ordinary functions over this table, so that the many typed collections share them;
 // only the calls in it depend on the element. Calls that take a Python value convert it first and answer as if the
 // managed side had failed when it does not convert.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_SEQUENCE_ACCESS_H
+#define ZELMOR_COLLECTIONS_SEQUENCE_ACCESS_H
 
 #include "exchange/wire/records.h"
 #include "pyshell/python.h"
@@ -48,9 +49,11 @@ struct SequenceAccess {
     // Null where room cannot be made in advance.
     void (*ensure_capacity)(void* handle, int count);
 
-    // A deleted run of neighbours is named by its lowest index. The other kinds name the highest one, where the
+    // A deleted run of neighbors is named by its lowest index. The other kinds name the highest one, where the
     // managed side begins to walk downward.
-    bool neighbours_from_lowest;
+    bool neighbors_from_lowest;
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_SEQUENCE_ACCESS_H

@@ -86,7 +86,7 @@ int delete_run(const SequenceAccess& access, PyObject* self, Slice slice) {
         slice.start += (slice.count - 1) * slice.step;
         slice.step = -slice.step;
     }
-    if (access.neighbours_from_lowest && slice.step == -1) {
+    if (access.neighbors_from_lowest && slice.step == -1) {
         slice.start = slice.start - slice.count + 1;
     }
     slice.start = std::max<Py_ssize_t>(slice.start, 0);

@@ -1,5 +1,6 @@
 // Small steps that several collection operations share.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_SEQUENCE_SUPPORT_H
+#define ZELMOR_COLLECTIONS_SEQUENCE_SUPPORT_H
 
 #include <algorithm>
 #include <cstdint>
@@ -59,3 +60,5 @@ inline bool PyShlObject_HasLength(PyObject* object) {
     return zelmor::has_sequence_length(type) ||
            (type->tp_as_mapping != nullptr && type->tp_as_mapping->mp_length != nullptr);
 }
+
+#endif  // ZELMOR_COLLECTIONS_SEQUENCE_SUPPORT_H

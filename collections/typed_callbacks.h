@@ -2,7 +2,8 @@
 //
 // Codes: 0 success, -1 failure, -2 index failure, with a Python error pending. What a list's element gives is borrowed
 // from the list; a sequence's element comes with a reference in the owner slot, which the managed side gives back.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_TYPED_CALLBACKS_H
+#define ZELMOR_COLLECTIONS_TYPED_CALLBACKS_H
 
 #include "collections/element_access.h"
 #include "collections/element_policies.h"
@@ -32,3 +33,5 @@ int list_get_bytes(PyObject* list, int index, PyBytesArg* out, Py_buffer* state)
 int sequence_get_bytes(PyObject* sequence, int index, PyObject** owner, PyBytesArg* out, Py_buffer* state);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_TYPED_CALLBACKS_H

@@ -2,7 +2,8 @@
 //
 // A host of one element type derives from its kind and adds the name of its managed class. Names and binding order are
 // the managed classes' own; the enumerable host of an element binds casts only where it has a Python type.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_TYPED_HOSTS_H
+#define ZELMOR_COLLECTIONS_TYPED_HOSTS_H
 
 #include <array>
 
@@ -181,3 +182,5 @@ class ArgumentHost : public CollectionHost<Host, ArgumentDelegates> {
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_TYPED_HOSTS_H

@@ -1,5 +1,6 @@
 // Everything that the generated instances of the typed collections are made of.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_TYPED_MEMBERS_H
+#define ZELMOR_COLLECTIONS_TYPED_MEMBERS_H
 
 #include "collections/access_calls.h"
 #include "collections/interop.h"
@@ -42,3 +43,5 @@ PyObject* next_element(PyObject* self) {
 }
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_TYPED_MEMBERS_H

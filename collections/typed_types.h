@@ -1,5 +1,6 @@
 // The typed collections of a module: what its "_generic" module is built from.
-#pragma once
+#ifndef ZELMOR_COLLECTIONS_TYPED_TYPES_H
+#define ZELMOR_COLLECTIONS_TYPED_TYPES_H
 
 #include <span>
 
@@ -17,3 +18,5 @@ struct TypedType {
 std::span<const TypedType> typed_types();
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_COLLECTIONS_TYPED_TYPES_H

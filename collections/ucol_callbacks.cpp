@@ -25,7 +25,7 @@ int fn_clbk_ucol_object_length(PyObject* object) {
     return static_cast<int>(PyObject_Size(object));
 }
 
-// By the method, so that a subclass's own is honoured and a negative index counts from the end.
+// By the method, so that a subclass's own is honored and a negative index counts from the end.
 int fn_clbk_ucol_remove_at(PyObject* list, int index) {
     PyRef position = PyRef::steal(PyLong_FromLong(index));
     if (!position) {

@@ -1,5 +1,6 @@
 // Byte data: buffers lent to managed code, managed arrays copied to Python, and foreign memory shown to Python.
-#pragma once
+#ifndef ZELMOR_CONVERT_BYTES_H
+#define ZELMOR_CONVERT_BYTES_H
 
 #include "exchange/callbacks.h"
 #include "exchange/records.h"
@@ -18,3 +19,5 @@ int fn_read_py_buffer(PyObject* object, Py_buffer* view, PyBytesArg* out);
 
 // Shows `size` bytes at `data` through the buffer protocol, without owning them: a new `_ShlBufferView`.
 PyObject* fn_create_shlbuffer_view(void* data, long size, int readonly);
+
+#endif  // ZELMOR_CONVERT_BYTES_H

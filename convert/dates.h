@@ -4,7 +4,8 @@
 // Words on the wire: a DateTime goes as one word, ticks and kind, and comes as two, of which the second is the offset
 // of a local one; a DateTimeOffset is the ticks of its own clock and its offset; a TimeSpan is one word. Converters
 // answer 1, or 0 with a Python error set.
-#pragma once
+#ifndef ZELMOR_CONVERT_DATES_H
+#define ZELMOR_CONVERT_DATES_H
 
 #include "convert/datetime_arg_builder.h"
 #include "convert/timespan_arg_builder.h"
@@ -37,3 +38,5 @@ void copy_py_date(PyObject* object, DateTimeArgBuilder& builder);
 void copy_py_time(PyObject* object, DateTimeArgBuilder& builder);
 void copy_py_datetime(PyObject* object, DateTimeArgBuilder& builder);
 void copy_py_datetimedelta(PyObject* object, TimeSpanArgBuilder& builder);
+
+#endif  // ZELMOR_CONVERT_DATES_H

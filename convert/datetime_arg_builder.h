@@ -2,7 +2,8 @@
 //
 // A DateTime is a count of 100-nanosecond ticks from midnight of 0001-01-01, with its kind in the top two bits of the
 // word. Nothing here knows Python.
-#pragma once
+#ifndef ZELMOR_CONVERT_DATETIME_ARG_BUILDER_H
+#define ZELMOR_CONVERT_DATETIME_ARG_BUILDER_H
 
 // The length of the units of time in ticks.
 struct ClrTicks {
@@ -50,3 +51,5 @@ struct DateTimeArgBuilder {
     static constexpr int m_days_to_month365[13] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
     static constexpr int m_days_to_month366[13] = {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366};
 };
+
+#endif  // ZELMOR_CONVERT_DATETIME_ARG_BUILDER_H

@@ -3,7 +3,8 @@
 //
 // The record is four 32-bit words: mantissa low, middle, high, then flags with the sign in bit 31 and the scale in bits
 // 16 to 23.
-#pragma once
+#ifndef ZELMOR_CONVERT_DECIMAL_H
+#define ZELMOR_CONVERT_DECIMAL_H
 
 #include "pyshell/python.h"
 
@@ -20,3 +21,5 @@ PyObject* fn_conv_clr_decimal_to_py_decimal(unsigned int* record);
 bool is_non_convertable_py_decimal(PyObject* exponent, const char* type_name);
 // The digits from `first` up to but excluding `last` as one number; all ones with a Python error set on failure.
 unsigned long get_mantissa_group(PyObject* digits, Py_ssize_t first, Py_ssize_t last);
+
+#endif  // ZELMOR_CONVERT_DECIMAL_H

@@ -1,5 +1,6 @@
 // Takes a managed decimal apart into its digits.
-#pragma once
+#ifndef ZELMOR_CONVERT_DECIMAL_ARG_IN_BUILDER_H
+#define ZELMOR_CONVERT_DECIMAL_ARG_IN_BUILDER_H
 
 #include <array>
 
@@ -24,3 +25,5 @@ class DecimalArgInBuilder {
     int m_scale = 0;
     int m_sign = 0;
 };
+
+#endif  // ZELMOR_CONVERT_DECIMAL_ARG_IN_BUILDER_H

@@ -2,7 +2,8 @@
 //
 // Digits come in groups of up to nine, which is what one 32-bit multiplication takes, so that no big integer is made of
 // them. Nothing here knows Python; decimal.cpp cuts the digits into groups.
-#pragma once
+#ifndef ZELMOR_CONVERT_DECIMAL_ARG_OUT_BUILDER_H
+#define ZELMOR_CONVERT_DECIMAL_ARG_OUT_BUILDER_H
 
 // The record on the wire is four words: mantissa low, middle, high, then flags.
 class DecimalArgOutBuilder {
@@ -39,3 +40,5 @@ class DecimalArgOutBuilder {
     int m_sign = 0;
     int m_accepted_digits = 0;
 };
+
+#endif  // ZELMOR_CONVERT_DECIMAL_ARG_OUT_BUILDER_H

@@ -3,7 +3,8 @@
 // The source is what the interpreter's reading call gives, `long` or `unsigned long`; a test whose source is no
 // wider than its target is constant false. The caller names the exception: a value that is too big is an
 // OverflowError, an index that is too big an IndexError.
-#pragma once
+#ifndef ZELMOR_CONVERT_RANGE_TESTS_H
+#define ZELMOR_CONVERT_RANGE_TESTS_H
 
 #include <limits>
 #include <type_traits>
@@ -109,3 +110,5 @@ inline bool is_uclong_value_negative(Source value, PyObject* exception) {
     }
     return false;
 }
+
+#endif  // ZELMOR_CONVERT_RANGE_TESTS_H

@@ -75,7 +75,7 @@ inline int convert_signed(PyObject* object, Target* out) {
     if (!require_integer<Target>(object) || !read_signed<Target>(object, value)) {
         return 0;
     }
-    // 32 bits are taken from 64 without a test: settled behaviour, unlike the narrower targets.
+    // 32 bits are taken from 64 without a test: settled behavior, unlike the narrower targets.
     if constexpr (sizeof(Target) < sizeof(int)) {
         if (is_clong_value_out_of_clr_range<ValueSubjTrait, Target>(value, PyExc_OverflowError)) {
             return 0;

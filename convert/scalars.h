@@ -2,7 +2,8 @@
 //
 // A converter answers 1, or 0 with a Python error set, so that it serves as an "O&" converter. The strictness is
 // part of the interface: `bool` is no number here, and a number is no `bool`.
-#pragma once
+#ifndef ZELMOR_CONVERT_SCALARS_H
+#define ZELMOR_CONVERT_SCALARS_H
 
 #include "pyshell/python.h"
 
@@ -45,3 +46,5 @@ int fn_conv_py_obj_to_ssize_t(PyObject* object, long* out);
 
 // Item 0 of an argument tuple; None leaves `*out` as it is.
 int fn_conv_py_optional_to_ssize_t(PyObject* args, long* out);
+
+#endif  // ZELMOR_CONVERT_SCALARS_H

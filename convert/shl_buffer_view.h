@@ -1,5 +1,6 @@
 // The Python object that shows foreign memory through the buffer protocol without owning it.
-#pragma once
+#ifndef ZELMOR_CONVERT_SHL_BUFFER_VIEW_H
+#define ZELMOR_CONVERT_SHL_BUFFER_VIEW_H
 
 #include "pyshell/python.h"
 
@@ -14,3 +15,5 @@ extern PyTypeObject wrpPye_tyds_FFFFFFFF_ShlBufferView;
 
 // The one slot of the type: a writable request on a read-only view is refused.
 int wrpPye_blpt_shl_buffer_getbuffer(PyObject* self, Py_buffer* view, int flags);
+
+#endif  // ZELMOR_CONVERT_SHL_BUFFER_VIEW_H

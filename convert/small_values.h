@@ -1,5 +1,6 @@
 // The small value kinds: Guid, System.Version, Nullable<T>, and by-reference parameters.
-#pragma once
+#ifndef ZELMOR_CONVERT_SMALL_VALUES_H
+#define ZELMOR_CONVERT_SMALL_VALUES_H
 
 #include "exchange/callbacks.h"
 #include "exchange/records.h"
@@ -24,3 +25,5 @@ int fn_push_parbyref_outvalue(PyObject* list, PyObject* value);
 
 // A new reference to None.
 PyObject* fn_py_return_none();
+
+#endif  // ZELMOR_CONVERT_SMALL_VALUES_H

@@ -2,7 +2,8 @@
 //
 // Towards managed code nothing is copied: a record points into the string's own storage and says how wide a code
 // point is. Towards Python, managed text comes as UTF-16 code units in little-endian order.
-#pragma once
+#ifndef ZELMOR_CONVERT_STRINGS_H
+#define ZELMOR_CONVERT_STRINGS_H
 
 #include "exchange/callbacks.h"
 #include "exchange/wire/records.h"
@@ -28,3 +29,5 @@ namespace zelmor {
 PyObject* encode_utf16(PyObject* object);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_CONVERT_STRINGS_H

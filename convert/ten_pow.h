@@ -1,5 +1,6 @@
 // Powers of ten for the decimal builders.
-#pragma once
+#ifndef ZELMOR_CONVERT_TEN_POW_H
+#define ZELMOR_CONVERT_TEN_POW_H
 
 // 10 to the power of n, for n from 0 to 19: what 64 bits hold.
 class TenPow {
@@ -14,3 +15,5 @@ class TenPow {
         return result;
     }
 };
+
+#endif  // ZELMOR_CONVERT_TEN_POW_H

@@ -1,5 +1,6 @@
 // A managed TimeSpan broken down into the fields of a Python timedelta. A TimeSpan is a signed count of ticks.
-#pragma once
+#ifndef ZELMOR_CONVERT_TIMESPAN_ARG_BUILDER_H
+#define ZELMOR_CONVERT_TIMESPAN_ARG_BUILDER_H
 
 struct TimeSpanArgBuilder {
     int days = 0;
@@ -19,3 +20,5 @@ struct TimeSpanArgBuilder {
     // From negative days and positive rest to a rest of the same sign.
     void normalize();
 };
+
+#endif  // ZELMOR_CONVERT_TIMESPAN_ARG_BUILDER_H

@@ -123,7 +123,7 @@ STOPS = [
     Stop("contrast +40", contrast, ".webp", webp),
     Stop("gamma 1.8", gamma, ".jpg", jpeg),
     Stop("black and white, Otsu's threshold", binarize, ".png", png),
-    Stop("resized to 320 high, 256 colours", small_gif, ".gif", GifOptions),
+    Stop("resized to 320 high, 256 colors", small_gif, ".gif", GifOptions),
 ]
 
 

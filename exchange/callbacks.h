@@ -5,7 +5,8 @@
 // does is told where it is defined; the slot orders are in exchange/wire/callback_tables.h.
 //
 // All of them run on the thread that made the call into managed code, which holds the interpreter lock.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_CALLBACKS_H
+#define ZELMOR_EXCHANGE_CALLBACKS_H
 
 #include "exchange/wire/callback_tables.h"
 
@@ -117,3 +118,5 @@ extern const PyGenericCallbacks m_all_py_generic_callbacks;
 void** get_py_obj_api_callbacks();
 void*** get_all_py_wrapper_callbacks();
 void*** get_all_pygn_generic_callbacks();
+
+#endif  // ZELMOR_EXCHANGE_CALLBACKS_H

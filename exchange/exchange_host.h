@@ -4,7 +4,8 @@
 // The operations are inline and forward to their delegate unchecked: they are called only after `initialize` has
 // succeeded, and `free_instance` runs at the death of every wrapper. No managed exception leaves a delegate; it
 // arrives as a pending Python error.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_EXCHANGE_HOST_H
+#define ZELMOR_EXCHANGE_EXCHANGE_HOST_H
 
 #include <string>
 
@@ -72,3 +73,5 @@ class ExchangeHost {
     const char* m_assembly_name = nullptr;
     std::string m_error_msg;
 };
+
+#endif  // ZELMOR_EXCHANGE_EXCHANGE_HOST_H

@@ -1,8 +1,9 @@
 // The services that every wrapped object has, whatever its class: text, hash, equality, type, disposal.
 //
-// The delegates are bound once, at the first `get_instance()`, to the assembly that ExchangeHost was initialised
+// The delegates are bound once, at the first `get_instance()`, to the assembly that ExchangeHost was initialized
 // with. A binding that failed stays failed for the life of the process, and the import is refused because of it.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_OBJECT_HOST_H
+#define ZELMOR_EXCHANGE_OBJECT_HOST_H
 
 #include <string>
 
@@ -60,3 +61,5 @@ class ObjectHost {
     bool m_is_not_valid = false;
     std::string m_error_msg;
 };
+
+#endif  // ZELMOR_EXCHANGE_OBJECT_HOST_H

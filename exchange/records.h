@@ -3,7 +3,8 @@
 // A holder is a local of the wrapper that makes the call: it starts out empty, a converter fills it, and its
 // destructor gives back what the record borrowed on every way out. The records themselves, which the managed side
 // reads, are in exchange/wire/records.h.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_RECORDS_H
+#define ZELMOR_EXCHANGE_RECORDS_H
 
 #include <cstddef>
 #include <cstdint>
@@ -136,3 +137,5 @@ class PyTrPyObjStack {
     size_t m_handed_over = 0;
 };
 static_assert(sizeof(PyTrPyObjStack<2>) == 24);
+
+#endif  // ZELMOR_EXCHANGE_RECORDS_H

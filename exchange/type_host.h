@@ -3,7 +3,8 @@
 // A host looks up all its entry points by name when it is first asked for, stops at the first that is missing, and
 // remembers the message for good. Its thunks call the slots without any check: whoever reaches a thunk has passed a
 // guard or holds an instance, and an instance exists only of a valid type.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_TYPE_HOST_H
+#define ZELMOR_EXCHANGE_TYPE_HOST_H
 
 #include <cstddef>
 #include <span>
@@ -76,3 +77,5 @@ class TypeHost {
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_EXCHANGE_TYPE_HOST_H

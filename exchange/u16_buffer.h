@@ -1,6 +1,7 @@
 // The holder in which the managed side hands over a UTF-16 text that never becomes a Python string: the name of a
 // run-time type.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_U16_BUFFER_H
+#define ZELMOR_EXCHANGE_U16_BUFFER_H
 
 #include <string>
 
@@ -13,3 +14,5 @@ namespace zelmor {
 std::u16string take_u16_buffer(void* holder);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_EXCHANGE_U16_BUFFER_H

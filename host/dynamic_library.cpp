@@ -43,19 +43,29 @@ bool DynamicLibrary::try_load(const std::string& path, const std::string&, Dynam
 
 DynamicLibrary DynamicLibrary::load(const std::string& path, const std::string& name) {
     DynamicLibrary library;
-    if (!try_load(path, name, library)) throw std::runtime_error("DynamicLibrary::load");
+    if (!try_load(path, name, library)) {
+        throw std::runtime_error("DynamicLibrary::load");
+    }
     return library;
 }
 
 bool DynamicLibrary::free() {
-    if (!m_handle) return false;
-    if (m_can_free) pal::free_library(std::exchange(m_handle, nullptr));
+    if (!m_handle) {
+        return false;
+    }
+    if (m_can_free) {
+        pal::free_library(std::exchange(m_handle, nullptr));
+    }
     return true;
 }
 
 void* DynamicLibrary::get_symbol(const char* name) const {
-    if (!m_handle) throw std::logic_error("Library was not opened!");
+    if (!m_handle) {
+        throw std::logic_error("Library was not opened!");
+    }
     void* symbol = pal::get_symbol(m_handle, name);
-    if (!symbol) throw std::runtime_error(std::string("No such symbol: ") + name);
+    if (!symbol) {
+        throw std::runtime_error(std::string("No such symbol: ") + name);
+    }
     return symbol;
 }

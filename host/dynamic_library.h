@@ -1,6 +1,7 @@
 // A shared library held open by this process. It tells whether this object opened the library or found it already
 // loaded: that is how independently built extension modules agree on who starts and stops the runtime.
-#pragma once
+#ifndef ZELMOR_HOST_DYNAMIC_LIBRARY_H
+#define ZELMOR_HOST_DYNAMIC_LIBRARY_H
 
 #include <string>
 
@@ -33,3 +34,5 @@ class DynamicLibrary {
     void* m_handle = nullptr;
     bool m_is_first_load = false;
 };
+
+#endif  // ZELMOR_HOST_DYNAMIC_LIBRARY_H

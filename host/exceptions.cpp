@@ -20,7 +20,9 @@ const char* BaseException::what() const noexcept {
     if (m_what.empty()) {
         if (!m_message.empty()) {
             m_what = m_message;
-            if (m_error_code != 0) m_what.append(": ");
+            if (m_error_code != 0) {
+                m_what.append(": ");
+            }
         }
         m_what.append(pal::to_error_string(static_cast<int>(m_error_code)));
     }

@@ -1,6 +1,7 @@
 // The native exceptions of the start-up path. They are fatal by design: nothing catches them, the terminate handler
 // prints their text and the process ends. Errors that Python is to see are never reported this way.
-#pragma once
+#ifndef ZELMOR_HOST_EXCEPTIONS_H
+#define ZELMOR_HOST_EXCEPTIONS_H
 
 #include <exception>
 #include <string>
@@ -41,3 +42,5 @@ class HostException : public BaseException {
     HostException& operator=(const HostException&) = default;
     ~HostException() override;
 };
+
+#endif  // ZELMOR_HOST_EXCEPTIONS_H

@@ -38,7 +38,9 @@ HostEnvironment& HostEnvironment::instance(const char* version, bool debug, cons
                                            const char* netcore_dir, const char* assembly_dir) {
     // The runtime is one for the process; it is started while the module is imported, under the interpreter lock.
     static HostEnvironment environment;
-    if (environment.m_wrap_library.is_held()) return environment;
+    if (environment.m_wrap_library.is_held()) {
+        return environment;
+    }
 
     trace::initialize();
     environment.initialize(version, debug, suffix, product, netcore_dir, assembly_dir);
@@ -75,7 +77,9 @@ const char* HostEnvironment::get_libcoreclr_wrap_name() const {
 }
 
 void HostEnvironment::complete_app_folders(std::vector<std::string>& folders, const std::string& folder) {
-    if (std::find(folders.begin(), folders.end(), folder) == folders.end()) folders.push_back(folder);
+    if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
+        folders.push_back(folder);
+    }
 }
 
 void HostEnvironment::initialize(const char* /*version*/, bool debug, const char* suffix, const char* /*product*/,
@@ -98,7 +102,9 @@ void HostEnvironment::initialize(const char* /*version*/, bool debug, const char
     m_wrap_library.set_can_free(false);
 
     resolve_wrapper();
-    if (m_wrap_library.is_first_load()) load_runtime();
+    if (m_wrap_library.is_first_load()) {
+        load_runtime();
+    }
     trace::info(".NET Core host ready.");
 }
 
@@ -107,7 +113,7 @@ void HostEnvironment::find_netcore_dir(const char* suffix, const char* netcore_d
         m_netcore_dir = netcore_dir;
         return;
     }
-    // The search asks for the ordinary flavour even if the debug flavour is going to be loaded: the two lie together.
+    // The search asks for the ordinary flavor even if the debug flavor is going to be loaded: the two lie together.
     std::string best;
     const bool found = read_variable(kNetcoreDirVariable, suffix, m_netcore_dir) &&
                        pal::get_major_netcore_path(m_netcore_dir, kWrapName, best);
@@ -140,11 +146,15 @@ void HostEnvironment::load_runtime() {
     resolve(m_wrap_library, "coreclr_wrap_load", coreclr_wrap_load);
     const std::string core = pal::build_path(m_netcore_dir, kRuntimeName);
     trace::verbose("Loading2: '%s'", core.c_str());
-    if (coreclr_wrap_load(core.c_str()) == 0) throw std::runtime_error("init coreclr wap");
+    if (coreclr_wrap_load(core.c_str()) == 0) {
+        throw std::runtime_error("init coreclr wap");
+    }
 }
 
 bool HostEnvironment::create_default_app_domain() {
-    if (m_domain_ready) return false;
+    if (m_domain_ready) {
+        return false;
+    }
     trace::info("Creating default AppDomain...");
     const std::string app_path = m_assembly_dirs;
     const std::string app_ni_paths = m_assembly_dirs;
@@ -181,7 +191,9 @@ bool HostEnvironment::create_default_app_domain() {
 }
 
 int HostEnvironment::try_shutdown_default_app_domain() {
-    if (!m_coreclr_wrap_shutdown || !m_domain_ready) return -1;
+    if (!m_coreclr_wrap_shutdown || !m_domain_ready) {
+        return -1;
+    }
     const bool started_here = m_wrap_library.is_first_load() && m_starting_process == pal::get_process_id();
     if (!m_wrap_library.is_held() || !started_here) {
         m_domain_ready = false;

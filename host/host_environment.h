@@ -1,7 +1,8 @@
 // The owner of the managed runtime inside the Python process. It finds the directories, loads the wrapper library,
 // starts the runtime or joins the one that a sister module started, and creates delegates on request. Which
 // delegates are wanted, and what they do, is not known here. There is one environment per extension module.
-#pragma once
+#ifndef ZELMOR_HOST_HOST_ENVIRONMENT_H
+#define ZELMOR_HOST_HOST_ENVIRONMENT_H
 
 #include <string>
 #include <vector>
@@ -25,7 +26,7 @@ class HostEnvironment {
     /// Asks the runtime for the native entry of a managed method; 0 on success, else a status code.
     int try_create_delegate(const char* assembly, const char* type, const char* method, void** delegate) const;
 
-    /// File name of the wrapper library in the flavour that was asked for.
+    /// File name of the wrapper library in the flavor that was asked for.
     const char* get_libcoreclr_wrap_name() const;
 
     /// Starts the runtime with one application domain; false if a domain is up already.
@@ -62,3 +63,5 @@ class HostEnvironment {
     bool m_debug;
     int m_starting_process;
 };
+
+#endif  // ZELMOR_HOST_HOST_ENVIRONMENT_H

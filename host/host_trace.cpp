@@ -17,9 +17,13 @@ bool g_enabled = false;
 }  // namespace
 
 void initialize() {
-    if (g_enabled) return;
+    if (g_enabled) {
+        return;
+    }
     std::string text;
-    if (!pal::getenv("COREHOST_TRACE", text)) return;
+    if (!pal::getenv("COREHOST_TRACE", text)) {
+        return;
+    }
     g_enabled = pal::to_int(text) >= 1;
     info("%s", "CLR host tracing enabled");
 }
@@ -37,7 +41,9 @@ bool is_enabled() {
 }
 
 void info(const char* format, ...) {
-    if (!g_enabled) return;
+    if (!g_enabled) {
+        return;
+    }
     va_list args;
     va_start(args, format);
     pal::out_vprintf(format, args);
@@ -45,7 +51,9 @@ void info(const char* format, ...) {
 }
 
 void verbose(const char* format, ...) {
-    if (!g_enabled) return;
+    if (!g_enabled) {
+        return;
+    }
     va_list args;
     va_start(args, format);
     pal::out_vprintf(format, args);
@@ -53,7 +61,9 @@ void verbose(const char* format, ...) {
 }
 
 void warning(const char* format, ...) {
-    if (!g_enabled) return;
+    if (!g_enabled) {
+        return;
+    }
     va_list args;
     va_start(args, format);
     pal::out_vprintf(format, args);

@@ -1,6 +1,7 @@
 // The trace of the start-up path, for a person who wants to see where a start goes wrong. It is switched on by the
 // environment variable COREHOST_TRACE and knows one level only. Nothing outside the start-up path traces.
-#pragma once
+#ifndef ZELMOR_HOST_HOST_TRACE_H
+#define ZELMOR_HOST_HOST_TRACE_H
 
 namespace trace {
 
@@ -20,3 +21,5 @@ bool is_enabled();
 [[gnu::format(printf, 1, 2)]] void error(const char* format, ...);
 
 }  // namespace trace
+
+#endif  // ZELMOR_HOST_HOST_TRACE_H

@@ -1,6 +1,7 @@
 // The version of a runtime directory and its order. How a version is read from a directory's name is the matter of
 // netcore_version_parser.h.
-#pragma once
+#ifndef ZELMOR_HOST_NETCORE_VERSION_H
+#define ZELMOR_HOST_NETCORE_VERSION_H
 
 /// A two-part version, ordered by major and then by minor.
 struct NetcoreVersion {
@@ -20,3 +21,5 @@ struct NetcoreFolder {
     NetcoreVersion version;
     String name;
 };
+
+#endif  // ZELMOR_HOST_NETCORE_VERSION_H

@@ -1,6 +1,7 @@
 // Reads the version out of a directory name of the form "netcore<digits>.<digits>". Anything else in the name makes
 // it no runtime directory.
-#pragma once
+#ifndef ZELMOR_HOST_NETCORE_VERSION_PARSER_H
+#define ZELMOR_HOST_NETCORE_VERSION_PARSER_H
 
 #include <string>
 
@@ -16,3 +17,5 @@ bool split(const std::string& text, std::string* parts);
 /// Converts a text that consists of decimal digits alone; false for any other text.
 /// A number beyond the range of int throws std::out_of_range.
 bool try_parse_int(const std::string& text, int& value);
+
+#endif  // ZELMOR_HOST_NETCORE_VERSION_PARSER_H

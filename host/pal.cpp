@@ -29,7 +29,9 @@ void out_vprintf(const char* format, va_list args) {
 
 bool getenv(const char* name, std::string& value) {
     value.clear();
-    if (const char* text = std::getenv(name)) value = text;
+    if (const char* text = std::getenv(name)) {
+        value = text;
+    }
     return !value.empty();
 }
 
@@ -72,8 +74,12 @@ bool path_is_relative(const std::string& path) {
 std::string join(const std::vector<std::string>& parts, char separator, bool unique) {
     std::string text;
     for (auto part = parts.begin(); part != parts.end(); ++part) {
-        if (unique && std::find(parts.begin(), part, *part) != part) continue;
-        if (part != parts.begin()) text.push_back(separator);
+        if (unique && std::find(parts.begin(), part, *part) != part) {
+            continue;
+        }
+        if (part != parts.begin()) {
+            text.push_back(separator);
+        }
         text.append(*part);
     }
     return text;
@@ -90,7 +96,9 @@ std::string join_to_full_path(const std::string& base, const std::vector<std::st
         text.push_back(separator);
     }
     const size_t last = text.find_last_not_of(separator);
-    if (last != std::string::npos) text.resize(last + 1);
+    if (last != std::string::npos) {
+        text.resize(last + 1);
+    }
     return text;
 }
 

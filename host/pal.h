@@ -1,7 +1,8 @@
 // The thin layer between the host code and the operating system: console output, environment, paths, dynamic
 // loading, and the two directory scans that find the runtime and the managed assemblies. Paths are narrow strings
 // without any encoding step. Nothing here knows what is loaded or why; that is HostEnvironment's business.
-#pragma once
+#ifndef ZELMOR_HOST_PAL_H
+#define ZELMOR_HOST_PAL_H
 
 #include <cstdarg>
 #include <string>
@@ -82,3 +83,5 @@ void get_app_folders(const std::string& root, bool debug, std::vector<std::strin
 bool get_major_netcore_path(const std::string& root, const std::string& file_name, std::string& result);
 
 }  // namespace pal
+
+#endif  // ZELMOR_HOST_PAL_H

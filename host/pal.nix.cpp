@@ -28,7 +28,9 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 const char* next_subdirectory(DIR* directory) {
     while (const dirent* entry = readdir(directory)) {
         const std::string_view name = entry->d_name;
-        if (entry->d_type == DT_DIR && name != "." && name != "..") return entry->d_name;
+        if (entry->d_type == DT_DIR && name != "." && name != "..") {
+            return entry->d_name;
+        }
     }
     return nullptr;
 }
@@ -69,12 +71,16 @@ bool get_module(const std::string& path, void** handle) {
 
 void get_app_folders(const std::string& root, bool debug, std::vector<std::string>& folders) {
     const Directory directory(opendir(root.c_str()));
-    if (!directory) return;
+    if (!directory) {
+        return;
+    }
     while (const char* name = next_subdirectory(directory.get())) {
         std::string path = below(root, name);
         if (debug) {
             path = below(path, "debug");
-            if (!is_file_exists(path)) continue;
+            if (!is_file_exists(path)) {
+                continue;
+            }
         }
         folders.insert(std::string_view(name) == kLastSearchedFolder ? folders.end() : folders.begin(),
                        std::move(path));
@@ -85,10 +91,14 @@ bool get_major_netcore_path(const std::string& root, const std::string& file_nam
     std::vector<NetcoreFolder<std::string>> candidates;
     {
         const Directory directory(opendir(root.c_str()));
-        if (!directory) return false;
+        if (!directory) {
+            return false;
+        }
         while (const char* name = next_subdirectory(directory.get())) {
             NetcoreVersion version;
-            if (try_parse(name, version)) candidates.push_back({version, name});
+            if (try_parse(name, version)) {
+                candidates.push_back({version, name});
+            }
         }
     }
     std::sort(candidates.begin(), candidates.end(),

@@ -6,7 +6,9 @@
 std::string cxxaw_substr(const std::string& text, size_t pos, size_t count) {
     std::string part = text.substr(pos, count);
     const size_t end = part.find('\0');
-    if (end != std::string::npos) part.resize(end);
+    if (end != std::string::npos) {
+        part.resize(end);
+    }
     return part;
 }
 

@@ -1,5 +1,6 @@
 // Two small string helpers of the host code, on plain ASCII bytes.
-#pragma once
+#ifndef ZELMOR_HOST_STR_UTILS_H
+#define ZELMOR_HOST_STR_UTILS_H
 
 #include <cstddef>
 #include <string>
@@ -10,3 +11,5 @@ std::string cxxaw_substr(const std::string& text, size_t pos, size_t count);
 
 /// True if the text is not empty and consists of ASCII digits alone, whatever the locale.
 bool cxxaw_isdigitstr(const std::string& text);
+
+#endif  // ZELMOR_HOST_STR_UTILS_H

@@ -3,7 +3,8 @@
 // The rules are those of PyArg_ParseTupleAndKeywords for the format "O&O&...", its messages and the order of its side
 // effects included. That function still parses whatever has keywords. A positional call, by far the most frequent, runs
 // the converters directly, which takes a third of the time.
-#pragma once
+#ifndef ZELMOR_PYSHELL_ARGUMENTS_H
+#define ZELMOR_PYSHELL_ARGUMENTS_H
 
 #include <cstddef>
 #include <type_traits>
@@ -25,7 +26,8 @@ Reader reader(int (*convert)(PyObject*, Slot*), Slot* slot) {
 
 // For converters that take any slot.
 template <class Slot>
-requires(!std::is_void_v<Slot>) Reader reader(int (*convert)(PyObject*, void*), Slot* slot) {
+    requires(!std::is_void_v<Slot>)
+Reader reader(int (*convert)(PyObject*, void*), Slot* slot) {
     return {convert, slot};
 }
 
@@ -61,3 +63,5 @@ bool parse_no_arguments(PyObject* args, PyObject* kwargs);
 bool parse_no_arguments(PyObject* args, PyObject* kwargs, PyObject** refusal);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_ARGUMENTS_H

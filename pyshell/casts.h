@@ -3,7 +3,8 @@
 //
 // A type brings its record and one line for each entry of its method table. A service of the managed side tells of a
 // failure by the pending error alone: that is asked for first, whatever the status says.
-#pragma once
+#ifndef ZELMOR_PYSHELL_CASTS_H
+#define ZELMOR_PYSHELL_CASTS_H
 
 #include <cstddef>
 #include <type_traits>
@@ -130,3 +131,5 @@ int read_cast_target(PyObject* argument, void** type_handle);
 int read_reinterpreted(PyObject* argument, void** object_handle);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_CASTS_H

@@ -1,6 +1,7 @@
 // The parts of the class recipe that every generated wrapper shares: validity of a type and the slow paths of its
 // converters. What differs from type to type is written out by the generator.
-#pragma once
+#ifndef ZELMOR_PYSHELL_CLASS_RECIPE_H
+#define ZELMOR_PYSHELL_CLASS_RECIPE_H
 
 #include <initializer_list>
 #include <string>
@@ -75,3 +76,5 @@ inline void set_handle(PyObject* wrapper, void* handle) {
 // function the tables would be filled by code at load time.
 #define ZELMOR_KEYWORD_METHOD(function) reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function))
 #define ZELMOR_SELF_METHOD(function) reinterpret_cast<PyCFunction>(function)
+
+#endif  // ZELMOR_PYSHELL_CLASS_RECIPE_H

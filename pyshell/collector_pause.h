@@ -2,7 +2,8 @@
 //
 // Tens of thousands of objects come into being in an import, and hardly any of them is garbage; the collector would go
 // through them again and again.
-#pragma once
+#ifndef ZELMOR_PYSHELL_COLLECTOR_PAUSE_H
+#define ZELMOR_PYSHELL_COLLECTOR_PAUSE_H
 
 #include "pyshell/python.h"
 
@@ -23,3 +24,5 @@ class CollectorPause {
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_COLLECTOR_PAUSE_H

@@ -1,9 +1,10 @@
 // Descriptors and the method object, for members that a static type's tables cannot hold: static properties, names
 // that are a static method on the class and another method on an object, and the members of enumeration classes.
 //
-// Modelled on the interpreter's own method descriptors, down to the messages. The type records carry the module's name
+// Modeled on the interpreter's own method descriptors, down to the messages. The type records carry the module's name
 // and are compiled once per module.
-#pragma once
+#ifndef ZELMOR_PYSHELL_DESCRIPTORS_H
+#define ZELMOR_PYSHELL_DESCRIPTORS_H
 
 #include <cstddef>
 
@@ -68,3 +69,5 @@ PyObject* PyShDescr_NewInstanceMethod(PyTypeObject* owner, PyMethodDef* ml);
 PyObject* PyShDescr_NewStaticMethod(PyTypeObject* owner, PyMethodDef* ml);
 PyObject* PyShDescr_NewMixedMethod(PyTypeObject* owner, PyMethodDef* static_ml, PyMethodDef* instance_ml);
 PyObject* PyShDescr_NewStaticField(PyTypeObject* owner, PyGetSetDef* getset);
+
+#endif  // ZELMOR_PYSHELL_DESCRIPTORS_H

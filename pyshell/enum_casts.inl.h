@@ -1,6 +1,7 @@
 // The cast family of enumerations: that of a class, with a member of the enumeration in place of a wrapper, and the two
 // operations that hand the member's own integer to the managed side.
-#pragma once
+#ifndef ZELMOR_PYSHELL_ENUM_CASTS_INL_H
+#define ZELMOR_PYSHELL_ENUM_CASTS_INL_H
 
 #include "pyshell/casts.h"
 
@@ -83,3 +84,5 @@ PyObject* ask_of_member(const EnumCastFamily<T>& of, PyObject* member, int (*ser
 }
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_ENUM_CASTS_INL_H

@@ -1,6 +1,7 @@
 // Enumerations: each managed one becomes a real enum.IntEnum or enum.IntFlag class, made through Python's functional
 // interface, and receives the cast family by descriptors, since such a class has no method table.
-#pragma once
+#ifndef ZELMOR_PYSHELL_ENUM_TYPES_H
+#define ZELMOR_PYSHELL_ENUM_TYPES_H
 
 #include <cstddef>
 #include <type_traits>
@@ -104,3 +105,5 @@ PyObject* make_enum_members(const EnumMember<T> (&members)[N]) {
 }  // namespace zelmor
 
 #include "pyshell/enum_casts.inl.h"
+
+#endif  // ZELMOR_PYSHELL_ENUM_TYPES_H

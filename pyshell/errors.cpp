@@ -1,4 +1,4 @@
-// The error vocabulary of module and type initialisation.
+// The error vocabulary of module and type initialization.
 #include "pyshell/errors.h"
 
 #include <cstdarg>

@@ -1,8 +1,9 @@
-// The error vocabulary of module and type initialisation.
+// The error vocabulary of module and type initialization.
 //
 // A report stands alone if nothing is pending; otherwise what is pending becomes its cause, so that the traceback shows
 // the innermost reason first and the place where the import broke off last.
-#pragma once
+#ifndef ZELMOR_PYSHELL_ERRORS_H
+#define ZELMOR_PYSHELL_ERRORS_H
 
 #include "pyshell/python.h"
 
@@ -12,7 +13,7 @@ void PyShlErr_ChainFormat(PyObject* type, const char* format, ...);
 // Raises `type` with `text`, chained if an exception is pending.
 void PyShlErr_ChainOrFormat(PyObject* type, const char* text);
 
-// All of the following raise ImportError. Codes are those of the numbered places of module initialisation.
+// All of the following raise ImportError. Codes are those of the numbered places of module initialization.
 void PyShlErr_ModuleInitializationInternalError(int code);
 void PyShlErr_ModuleInitializationInternalError(int code, const char* a);
 void PyShlErr_ModuleInitializationInternalError(int code, const char* a, const char* b);
@@ -53,3 +54,5 @@ enum InitCode : int {
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_ERRORS_H

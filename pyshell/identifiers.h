@@ -2,7 +2,8 @@
 //
 // They are made once, first thing in the module's entry, and live as long as the process. The table is in the order
 // of creation.
-#pragma once
+#ifndef ZELMOR_PYSHELL_IDENTIFIERS_H
+#define ZELMOR_PYSHELL_IDENTIFIERS_H
 
 #include "pyshell/python.h"
 
@@ -66,3 +67,5 @@ ZELMOR_IDENTIFIERS(ZELMOR_DECLARE_IDENTIFIER)
 
 // Makes all of them. A second run overwrites the globals with the same interned strings.
 void fn_intern_identifiers();
+
+#endif  // ZELMOR_PYSHELL_IDENTIFIERS_H

@@ -1,5 +1,6 @@
 // Imports of other modules and of their types, with the messages that tell a user what is missing or out of date.
-#pragma once
+#ifndef ZELMOR_PYSHELL_IMPORTS_H
+#define ZELMOR_PYSHELL_IMPORTS_H
 
 #include "pyshell/python.h"
 
@@ -15,3 +16,5 @@ PyObject* PyShImport_ImportTypeEx(const char* module_name, PyObject* attribute_n
 
 // A nested type by a chain of `count` attribute names (PyObject*), at least one.
 PyObject* PyShImport_ImportTypeExV(const char* module_name, int count, ...);
+
+#endif  // ZELMOR_PYSHELL_IMPORTS_H

@@ -1,8 +1,9 @@
-// Marker attributes: how the bridge recognises wrapper types, its own and those of its sibling modules.
+// Marker attributes: how the bridge recognizes wrapper types, its own and those of its sibling modules.
 //
 // Wrappers have no common Python base. Instead each wrapper type carries entries in its own dictionary under interned
 // keys. Only the exact type is looked at: a marker on a base says nothing about a derived type.
-#pragma once
+#ifndef ZELMOR_PYSHELL_MARKERS_H
+#define ZELMOR_PYSHELL_MARKERS_H
 
 #include <cstdarg>
 #include <span>
@@ -47,3 +48,5 @@ bool fn_has_external_ancestor_markattr(PyObject* instance, PyTypeObject* ancesto
 // The fast tests for wrappers of this very module, which share their deallocators.
 bool fn_is_this_module_clr_object(PyObject* object);
 bool fn_is_this_module_clr_instance(PyObject* object, int* kind);
+
+#endif  // ZELMOR_PYSHELL_MARKERS_H

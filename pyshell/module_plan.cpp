@@ -52,7 +52,7 @@ bool add_wrappers(PyObject* module, std::span<const WrapperPlan> wrappers) {
             add_ready_type(module, entry.name, entry.type) != 0) {
             return false;
         }
-        if (entry.post_initialise != nullptr && entry.post_initialise() < 0) {
+        if (entry.post_initialize != nullptr && entry.post_initialize() < 0) {
             return false;
         }
     }

@@ -1,7 +1,8 @@
 // How one module of the tree comes into being: a table that says what it holds, and the one recipe that builds it.
 //
 // The builder of the largest namespace differs from that of the smallest only by the length of its tables.
-#pragma once
+#ifndef ZELMOR_PYSHELL_MODULE_PLAN_H
+#define ZELMOR_PYSHELL_MODULE_PLAN_H
 
 #include <span>
 
@@ -33,7 +34,7 @@ struct WrapperPlan {
     const char16_t* managed_name;  // full managed name
     WrapperKind kind;
     std::span<PyTypeObject* const> interfaces;
-    int (*post_initialise)();  // null where nothing has to be added
+    int (*post_initialize)();  // null where nothing has to be added
 };
 
 struct ModulePlan {
@@ -49,3 +50,5 @@ struct ModulePlan {
 PyObject* build_module(const ModulePlan& plan);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_MODULE_PLAN_H

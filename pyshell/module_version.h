@@ -2,7 +2,8 @@
 //
 // Its layout is shared knowledge of all modules on the bridge: a module reads the version objects of its siblings,
 // whose type is another one, by these fields.
-#pragma once
+#ifndef ZELMOR_PYSHELL_MODULE_VERSION_H
+#define ZELMOR_PYSHELL_MODULE_VERSION_H
 
 #include <cstddef>
 #include <cstdint>
@@ -30,3 +31,5 @@ int PyShVersionAttr_Compare(const int* reference, PyObject* version);
 
 // The text, borrowed.
 PyObject* PyShVersionAttr_GetView(PyObject* version);
+
+#endif  // ZELMOR_PYSHELL_MODULE_VERSION_H

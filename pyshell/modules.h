@@ -1,7 +1,8 @@
 // Steps of building the module tree: each does one thing, and reports the code of its place when it fails.
 //
 // A builder of a module is a run of these; which modules and types there are is the generated code's affair.
-#pragma once
+#ifndef ZELMOR_PYSHELL_MODULES_H
+#define ZELMOR_PYSHELL_MODULES_H
 
 #include <span>
 
@@ -22,7 +23,7 @@ int add_child_module(PyObject* parent, const char* name, PyObject* child);
 // PyType_Ready.
 int ready_type(PyTypeObject* type);
 
-// Adds what an enumeration's initialiser returned and takes over its reference. `dotted_name` is named when that was
+// Adds what an enumeration's initializer returned and takes over its reference. `dotted_name` is named when that was
 // null.
 int add_enum_type(PyObject* module, const char* name, const char* dotted_name, PyObject* enum_type);
 
@@ -40,3 +41,5 @@ int add_ready_type(PyObject* module, const char* name, PyTypeObject* type);
 int store_static_member(PyTypeObject* type, const char* name, PyObject* descriptor);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_MODULES_H

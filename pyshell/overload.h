@@ -1,6 +1,7 @@
 // Overload dispatch: the overloads of a group are tried one after the other, and the first whose arguments parse is
 // the one called. There is no scoring and no look at the argument count beforehand.
-#pragma once
+#ifndef ZELMOR_PYSHELL_OVERLOAD_H
+#define ZELMOR_PYSHELL_OVERLOAD_H
 
 #include <cstddef>
 
@@ -61,3 +62,5 @@ int dispatch(const ConstructorOverload (&overloads)[N], PyObject* self, PyObject
 }
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_OVERLOAD_H

@@ -1,7 +1,8 @@
 // An owned reference to a Python object that is dropped on every way out of a scope.
 //
 // Borrowed references are plain pointers; only an owner is a `PyRef`.
-#pragma once
+#ifndef ZELMOR_PYSHELL_PY_REF_H
+#define ZELMOR_PYSHELL_PY_REF_H
 
 #include <utility>
 
@@ -44,3 +45,5 @@ class PyRef {
 };
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_PY_REF_H

@@ -2,7 +2,8 @@
 //
 // Class and struct results take the declared type as the final word. Interface, abstract and collection results look at
 // the run-time type. Every reader takes over the handle; a null one gives None.
-#pragma once
+#ifndef ZELMOR_PYSHELL_RESULT_TYPING_H
+#define ZELMOR_PYSHELL_RESULT_TYPING_H
 
 #include "exchange/wire/records.h"
 #include "pyshell/python.h"
@@ -29,3 +30,5 @@ PyObject* fn_conv_clr_absobj_to_py_absobj(const PyCollectionArg& result, PyTypeO
 
 // A concrete collection: looked up for kind 1 only.
 PyObject* fn_conv_clr_btpobj_to_py_btpobj(const PyCollectionArg& result, PyTypeObject* declared);
+
+#endif  // ZELMOR_PYSHELL_RESULT_TYPING_H

@@ -2,7 +2,8 @@
 //
 // A capsule holds an array of function pointers: at 0 the "O&" converter from Python, at 1 the converter to Python, at
 // 2 a second reader that takes any wrapper. Each pointer is written once during the import.
-#pragma once
+#ifndef ZELMOR_PYSHELL_SIBLING_CONVERTERS_H
+#define ZELMOR_PYSHELL_SIBLING_CONVERTERS_H
 
 #include <span>
 
@@ -79,3 +80,5 @@ int import_reflection_capsules(const char* own_name);
 int import_cast_result(const char* own_name);
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_PYSHELL_SIBLING_CONVERTERS_H

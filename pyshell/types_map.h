@@ -2,7 +2,8 @@
 //
 // Types are known by full managed name from the import on. Run-time type ids, opaque numbers of the managed side, are
 // resolved through the name once and remembered.
-#pragma once
+#ifndef ZELMOR_PYSHELL_TYPES_MAP_H
+#define ZELMOR_PYSHELL_TYPES_MAP_H
 
 #include <mutex>
 #include <string>
@@ -63,3 +64,5 @@ PyObject* fn_write_py_tpo(void* handle, long type_id);
 // 1 with `*out` set, 0 for an unknown type with no error, -1 if the wrapping failed or the managed side could not tell
 // the type.
 int fn_try_write_py_tpo(void* handle, long type_id, PyObject** out);
+
+#endif  // ZELMOR_PYSHELL_TYPES_MAP_H

@@ -2,7 +2,8 @@
 //
 // A wrapper owns its handle and gives it back once. No table maps handles to wrappers: each crossing of the same
 // managed object makes a new wrapper with a new handle, so that `is` says nothing about managed identity.
-#pragma once
+#ifndef ZELMOR_PYSHELL_WRAPPED_OBJECT_H
+#define ZELMOR_PYSHELL_WRAPPED_OBJECT_H
 
 #include <cstddef>
 
@@ -63,3 +64,5 @@ int fn_conv_py_obj_to_clr_refobj_not_null_handle(PyObject* object, void** out);
 int fn_conv_py_obj_to_clr_gen_not_null_handle(PyObject* object, VariantArg* out);
 // The same, and None as a null value; the tag is then not written, so the record has to come zeroed.
 int fn_conv_py_obj_to_clr_gen_handle(PyObject* object, VariantArg* out);
+
+#endif  // ZELMOR_PYSHELL_WRAPPED_OBJECT_H

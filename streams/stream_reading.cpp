@@ -26,15 +26,15 @@ constexpr int kFromCurrent = 1;
 // A `bytes` object that fills up with what the stream gives.
 class GrowingBytes {
  public:
-    explicit GrowingBytes(Py_ssize_t size) : bytes_(PyBytes_FromStringAndSize(nullptr, size)), size_(size) {}
-    ~GrowingBytes() { Py_XDECREF(bytes_); }
+    explicit GrowingBytes(Py_ssize_t size) : m_bytes(PyBytes_FromStringAndSize(nullptr, size)), m_size(size) {}
+    ~GrowingBytes() { Py_XDECREF(m_bytes); }
     GrowingBytes(const GrowingBytes&) = delete;
     GrowingBytes& operator=(const GrowingBytes&) = delete;
 
-    bool valid() const { return bytes_ != nullptr; }
-    Py_ssize_t filled() const { return filled_; }
-    bool full() const { return filled_ == size_; }
-    const char* data() const { return PyBytes_AS_STRING(bytes_); }
+    bool valid() const { return m_bytes != nullptr; }
+    Py_ssize_t filled() const { return m_filled; }
+    bool full() const { return m_filled == m_size; }
+    const char* data() const { return PyBytes_AS_STRING(m_bytes); }
 
     // One call of the managed side for the free space: the bytes that came, or -1 with a Python error set.
     Py_ssize_t fill(const PyShStreamObject* self);
@@ -42,17 +42,17 @@ class GrowingBytes {
     bool grow(Py_ssize_t most);
     // The object, cut to `length`; null with a Python error set.
     PyObject* finish(Py_ssize_t length) {
-        size_ = length;
-        if (PyBytes_GET_SIZE(bytes_) != length && _PyBytes_Resize(&bytes_, length) < 0) {
+        m_size = length;
+        if (PyBytes_GET_SIZE(m_bytes) != length && _PyBytes_Resize(&m_bytes, length) < 0) {
             return nullptr;
         }
-        return std::exchange(bytes_, nullptr);
+        return std::exchange(m_bytes, nullptr);
     }
 
  private:
-    PyObject* bytes_;
-    Py_ssize_t size_;
-    Py_ssize_t filled_ = 0;
+    PyObject* m_bytes;
+    Py_ssize_t m_size;
+    Py_ssize_t m_filled = 0;
 };
 
 // The bytes that the managed side put at `data`, or -1 with a Python error set. An answer beyond what was asked for
@@ -72,25 +72,25 @@ Py_ssize_t read_chunk(const PyShStreamObject* self, void* data, Py_ssize_t wante
 }
 
 Py_ssize_t GrowingBytes::fill(const PyShStreamObject* self) {
-    const Py_ssize_t count = read_chunk(self, PyBytes_AS_STRING(bytes_) + filled_, size_ - filled_);
-    filled_ += std::max<Py_ssize_t>(count, 0);
+    const Py_ssize_t count = read_chunk(self, PyBytes_AS_STRING(m_bytes) + m_filled, m_size - m_filled);
+    m_filled += std::max<Py_ssize_t>(count, 0);
     return count;
 }
 
 // Small buffers grow by a page, medium ones threefold, large ones by an eighth.
 bool GrowingBytes::grow(Py_ssize_t most) {
-    if (filled_ == PY_SSIZE_T_MAX) {
+    if (m_filled == PY_SSIZE_T_MAX) {
         PyErr_SetString(PyExc_OverflowError, "unbounded read returned more bytes than a Python bytes buffer can hold");
         return false;
     }
     Py_ssize_t more = 4096;
-    if (filled_ > 65536) {
-        more = std::max<Py_ssize_t>(filled_ / 8, 65536);
-    } else if (filled_ > 8192) {
-        more = 2 * filled_;
+    if (m_filled > 65536) {
+        more = std::max<Py_ssize_t>(m_filled / 8, 65536);
+    } else if (m_filled > 8192) {
+        more = 2 * m_filled;
     }
-    size_ = filled_ > most - more ? most : filled_ + more;
-    return _PyBytes_Resize(&bytes_, size_) == 0;
+    m_size = m_filled > most - more ? most : m_filled + more;
+    return _PyBytes_Resize(&m_bytes, m_size) == 0;
 }
 
 // The one optional size of a reading method; false with a Python error set.

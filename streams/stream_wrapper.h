@@ -2,7 +2,8 @@
 //
 // The wrapper forwards to the managed stream and keeps nothing of its own but whether it was closed: a stream that is
 // closed by other means shows as a managed exception. Nothing here keeps two threads apart on one stream.
-#pragma once
+#ifndef ZELMOR_STREAMS_STREAM_WRAPPER_H
+#define ZELMOR_STREAMS_STREAM_WRAPPER_H
 
 #include "pyshell/python.h"
 #include "pyshell/wrapped_object.h"
@@ -64,3 +65,5 @@ inline PyShStreamObject* stream_of(PyObject* self) {
 }
 
 }  // namespace zelmor
+
+#endif  // ZELMOR_STREAMS_STREAM_WRAPPER_H

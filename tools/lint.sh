@@ -18,7 +18,7 @@ check() {
 }
 
 format() {
-    git ls-files -z -- '*.cpp' '*.h' '*.c' | xargs -0 -r clang-format --dry-run --Werror
+    git ls-files -z -- '*.cpp' '*.h' '*.c' | xargs -0 -r clang-format-16 --dry-run --Werror
 }
 
 tidy() {

@@ -14,7 +14,7 @@
 #define ZELMOR_INTEROP_NAME(name) ZELMOR_MODULE_NAME "._wrpgen._interop." name
 
 // The record of a kind that is a plain wrapper. The slots of wrapped objects are shared as they are, since a wrapper
-// of this module is recognised by its deallocator.
+// of this module is recognized by its deallocator.
 // clang-format off
 #define ZELMOR_INTEROP_TYPE(name, kind, method_table, sequence, mapping, iter, iternext, getset) \
     {                                                                         \

@@ -2,7 +2,8 @@
 //
 // The managed side indexes them by position, without name, size or terminator. A struct here is one table: its
 // members are the slots in order. Both halves use these structs, so that the order stands once.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_WIRE_CALLBACK_TABLES_H
+#define ZELMOR_EXCHANGE_WIRE_CALLBACK_TABLES_H
 
 #include <cstddef>
 #include <cstdint>
@@ -160,3 +161,5 @@ constexpr const char* kGenericElements[kGenericElementCount] = {
     "57AC8DC4", "110A8374", "72D20219",
 };
 constexpr size_t kGenericCallbackCount = 2 * kGenericElementCount;
+
+#endif  // ZELMOR_EXCHANGE_WIRE_CALLBACK_TABLES_H

@@ -1,5 +1,6 @@
 // Names by which the two service classes of the managed side are found, and the order in which they are bound.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_WIRE_ENTRY_POINTS_H
+#define ZELMOR_EXCHANGE_WIRE_ENTRY_POINTS_H
 
 #include <array>
 #include <cstddef>
@@ -32,3 +33,5 @@ constexpr std::array<const char*, 11> kObjectHostEntryPoints = {
     "ToStringOfObj", "ToStringOfStc", "GetHashOfObj", "GetHashOfStc", "IsEqualsOfObj", "IsEqualsOfStc",
     "IsTypeOf",      "GetTypeName",   "GetObjType",   "GetStcType",   "Dispose",
 };
+
+#endif  // ZELMOR_EXCHANGE_WIRE_ENTRY_POINTS_H

@@ -2,7 +2,8 @@
 //
 // Numbers are those of .NET's KnownColor; names and values of the colors of the web are the published ones. The colors
 // of the desktop (numbers up to 26, and from 168) have names here but no values: theirs are whatever a desktop says.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_WIRE_KNOWN_COLORS_H
+#define ZELMOR_EXCHANGE_WIRE_KNOWN_COLORS_H
 
 #include <cstdint>
 
@@ -196,3 +197,5 @@ constexpr KnownColorRow kKnownColors[] = {
     {"MenuHighlight", 0},
 };
 static_assert(sizeof(kKnownColors) / sizeof(kKnownColors[0]) == kLastKnownColor);
+
+#endif  // ZELMOR_EXCHANGE_WIRE_KNOWN_COLORS_H

@@ -3,7 +3,8 @@
 // This is a wire format against a separately built half: sizes, offsets and value encodings are fixed.
 // Nothing here knows Python or the runtime; both halves include this header and nothing else of each other.
 // A record is a zeroed local of the caller and lives for one call.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_WIRE_RECORDS_H
+#define ZELMOR_EXCHANGE_WIRE_RECORDS_H
 
 #include <cstddef>
 #include <cstdint>
@@ -94,3 +95,5 @@ struct ShlRectangleFObject {
     double height;
 };
 static_assert(sizeof(ShlRectangleFObject) == 32);
+
+#endif  // ZELMOR_EXCHANGE_WIRE_RECORDS_H

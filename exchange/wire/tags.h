@@ -1,7 +1,8 @@
 // Tags and result codes of the wire: what the integer in a record means.
 //
 // The two tag spaces of VariantArg overlap on purpose; the managed entry point knows which one it receives.
-#pragma once
+#ifndef ZELMOR_EXCHANGE_WIRE_TAGS_H
+#define ZELMOR_EXCHANGE_WIRE_TAGS_H
 
 #include <cstdint>
 
@@ -47,3 +48,5 @@ constexpr int kToStringDelivered = 1;
 constexpr int kCastImpossible = 0;
 constexpr int kCastMade = 1;
 constexpr int kCastFailed = -1;
+
+#endif  // ZELMOR_EXCHANGE_WIRE_TAGS_H

@@ -26,8 +26,12 @@ bool is_ours(void* host_handle, unsigned int domain_id) {
 
 // A forked child may use the domain of its parent, and leaves its end to it.
 int shut_down(void* host_handle, unsigned int domain_id) {
-    if (!is_ours(host_handle, domain_id) || starting_process != getpid()) return kInvalidOperation;
-    if (!domain_is_up.exchange(false)) return kInvalidOperation;
+    if (!is_ours(host_handle, domain_id) || starting_process != getpid()) {
+        return kInvalidOperation;
+    }
+    if (!domain_is_up.exchange(false)) {
+        return kInvalidOperation;
+    }
     return kOk;
 }
 
@@ -37,8 +41,12 @@ ZELMOR_EXPORT int coreclr_initialize(const char* exe_path, const char* domain_na
                                      const char** property_keys, const char** property_values, void** host_handle,
                                      unsigned int* domain_id) {
     const int refusal = control::on_initialize(exe_path, domain_name, property_count, property_keys, property_values);
-    if (refusal != kOk) return refusal;
-    if (domain_is_up.exchange(true)) return kInvalidOperation;
+    if (refusal != kOk) {
+        return refusal;
+    }
+    if (domain_is_up.exchange(true)) {
+        return kInvalidOperation;
+    }
     starting_process = getpid();
     *host_handle = &host;
     *domain_id = kDomainId;
@@ -47,15 +55,21 @@ ZELMOR_EXPORT int coreclr_initialize(const char* exe_path, const char* domain_na
 
 ZELMOR_EXPORT int coreclr_create_delegate(void* host_handle, unsigned int domain_id, const char* assembly_name,
                                           const char* type_name, const char* method_name, void** delegate) {
-    if (!is_ours(host_handle, domain_id) || !domain_is_up) return kInvalidOperation;
+    if (!is_ours(host_handle, domain_id) || !domain_is_up) {
+        return kInvalidOperation;
+    }
     Delegate made = control::on_create_delegate(assembly_name, type_name, method_name);
-    if (made.status == kOk) *delegate = made.address;
+    if (made.status == kOk) {
+        *delegate = made.address;
+    }
     return made.status;
 }
 
 ZELMOR_EXPORT int coreclr_shutdown_2(void* host_handle, unsigned int domain_id, int* latched_exit_code) {
     const int status = shut_down(host_handle, domain_id);
-    if (status == kOk && latched_exit_code) *latched_exit_code = 0;
+    if (status == kOk && latched_exit_code) {
+        *latched_exit_code = 0;
+    }
     return status;
 }
 

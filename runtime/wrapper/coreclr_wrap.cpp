@@ -44,7 +44,9 @@ static_assert(std::is_trivially_destructible_v<std::mutex> && std::is_trivially_
 // The caller learns only that the load failed. The loader's own words are for the person who traces the start-up.
 void report_load_failure() {
     const char* switch_text = std::getenv("COREHOST_TRACE");
-    if (!switch_text || std::strtol(switch_text, nullptr, 10) < 1) return;
+    if (!switch_text || std::strtol(switch_text, nullptr, 10) < 1) {
+        return;
+    }
     const char* reason = dlerror();
     std::fprintf(stderr, "coreclr_wrap_load: %s\r\n", reason ? reason : "unknown loader failure");
 }
@@ -74,7 +76,9 @@ bool open_runtime(const char* path, Runtime& runtime) {
 // By file, as the loader compares; the paths may differ.
 bool is_the_open_runtime(const char* path) {
     void* library = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
-    if (!library) return false;
+    if (!library) {
+        return false;
+    }
     dlclose(library);
     return library == g_runtime.library;
 }
@@ -82,12 +86,18 @@ bool is_the_open_runtime(const char* path) {
 }  // namespace
 
 int coreclr_wrap_load(const char* libcoreclr_path) {
-    if (!libcoreclr_path) return 0;
+    if (!libcoreclr_path) {
+        return 0;
+    }
     const std::lock_guard<std::mutex> lock(g_mutex);
     // One process holds one runtime: asking for it again is fine, asking for another one is not.
-    if (g_phase != Phase::kUnloaded) return is_the_open_runtime(libcoreclr_path);
+    if (g_phase != Phase::kUnloaded) {
+        return is_the_open_runtime(libcoreclr_path);
+    }
     Runtime runtime{};
-    if (!open_runtime(libcoreclr_path, runtime)) return 0;
+    if (!open_runtime(libcoreclr_path, runtime)) {
+        return 0;
+    }
     g_runtime = runtime;
     g_phase = Phase::kLoaded;
     return 1;
@@ -95,13 +105,19 @@ int coreclr_wrap_load(const char* libcoreclr_path) {
 
 int coreclr_wrap_initialize(const char* exe_path, const char* domain_name, int property_count,
                             const char** property_keys, const char** property_values) {
-    if (property_count < 0) return kStatusInvalidArgument;
+    if (property_count < 0) {
+        return kStatusInvalidArgument;
+    }
     if (!exe_path || !domain_name || (property_count > 0 && (!property_keys || !property_values))) {
         return kStatusNullArgument;
     }
     const std::lock_guard<std::mutex> lock(g_mutex);
-    if (g_phase == Phase::kUnloaded) return kStatusNoRuntime;
-    if (g_phase != Phase::kLoaded) return kStatusWrongState;
+    if (g_phase == Phase::kUnloaded) {
+        return kStatusNoRuntime;
+    }
+    if (g_phase != Phase::kLoaded) {
+        return kStatusWrongState;
+    }
     Domain domain{};
     const int status = g_runtime.initialize(exe_path, domain_name, property_count, property_keys, property_values,
                                             &domain.host_handle, &domain.id);
@@ -114,19 +130,27 @@ int coreclr_wrap_initialize(const char* exe_path, const char* domain_name, int p
 
 int coreclr_wrap_create_delegate(const char* assembly_name, const char* type_name, const char* method_name,
                                  void** delegate) {
-    if (!delegate) return kStatusNullArgument;
+    if (!delegate) {
+        return kStatusNullArgument;
+    }
     *delegate = nullptr;
-    if (!assembly_name || !type_name || !method_name) return kStatusNullArgument;
+    if (!assembly_name || !type_name || !method_name) {
+        return kStatusNullArgument;
+    }
     Domain domain;
     {
         const std::lock_guard<std::mutex> lock(g_mutex);
-        if (g_phase != Phase::kRunning) return kStatusNoRuntime;
+        if (g_phase != Phase::kRunning) {
+            return kStatusNoRuntime;
+        }
         domain = g_domain;
     }
     // Outside the lock: managed static constructors may run here, for as long as they like.
     const int status =
         g_runtime.create_delegate(domain.host_handle, domain.id, assembly_name, type_name, method_name, delegate);
-    if (status != kStatusOk) *delegate = nullptr;
+    if (status != kStatusOk) {
+        *delegate = nullptr;
+    }
     return status;
 }
 
@@ -134,7 +158,9 @@ int coreclr_wrap_shutdown() {
     Domain domain;
     {
         const std::lock_guard<std::mutex> lock(g_mutex);
-        if (g_phase != Phase::kRunning) return kStatusNoRuntime;
+        if (g_phase != Phase::kRunning) {
+            return kStatusNoRuntime;
+        }
         domain = g_domain;
         g_phase = Phase::kDown;
     }

@@ -1,7 +1,8 @@
 // The five functions of the wrapper library: what a module on the bridge knows of a runtime. The library keeps the
 // handles of the public CoreCLR hosting interface to itself, so that several modules in one process can share one
 // runtime without passing handles around. It serves any libcoreclr.so that offers that interface.
-#pragma once
+#ifndef ZELMOR_RUNTIME_WRAPPER_CORECLR_WRAP_H
+#define ZELMOR_RUNTIME_WRAPPER_CORECLR_WRAP_H
 
 #include "runtime/wrapper/status.h"
 
@@ -23,3 +24,5 @@ ZELMOR_WRAP_API int coreclr_wrap_shutdown();
 
 /// Not 0 while a domain is up.
 ZELMOR_WRAP_API int coreclr_wrap_is_domain_initialized();
+
+#endif  // ZELMOR_RUNTIME_WRAPPER_CORECLR_WRAP_H

@@ -1,6 +1,7 @@
 // The status codes that the wrapper library gives of its own accord, for calls that never reach the runtime. They
 // are the public HRESULT values of the same meaning.
-#pragma once
+#ifndef ZELMOR_RUNTIME_WRAPPER_STATUS_H
+#define ZELMOR_RUNTIME_WRAPPER_STATUS_H
 
 constexpr int kStatusOk = 0;
 
@@ -15,3 +16,5 @@ constexpr int kStatusWrongState = static_cast<int>(0x80131022u);
 
 /// HOST_E_CLRNOTAVAILABLE: no runtime is loaded, or none is running.
 constexpr int kStatusNoRuntime = static_cast<int>(0x80131023u);
+
+#endif  // ZELMOR_RUNTIME_WRAPPER_STATUS_H

@@ -2,7 +2,8 @@
 //
 // At 0 stands the "O&" converter from Python, at 1 the converter to Python, at 2 the second reader from Python. The
 // readers of a capsule know the types from its name.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_COMMON_CAPSULE_H
+#define ZELMOR_SIBLINGS_COMMON_CAPSULE_H
 
 #include "pyshell/python.h"
 
@@ -28,3 +29,5 @@ int add_capsule(PyObject* module, const char* full_name, const ConverterTable<Fr
 }
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_COMMON_CAPSULE_H

@@ -1,7 +1,8 @@
 // The start-up that the sibling modules have in common, in the order and with the codes of the imaging module's.
 //
 // A sibling says what differs: its names, what it takes from other siblings, what it is made of.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_COMMON_MODULE_START_H
+#define ZELMOR_SIBLINGS_COMMON_MODULE_START_H
 
 #include "pyshell/python.h"
 
@@ -31,3 +32,5 @@ struct SiblingModule {
 PyObject* start_module(const SiblingModule& sibling);
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_COMMON_MODULE_START_H

@@ -2,7 +2,8 @@
 //
 // The records are constants of the load: nothing runs when a shared object is loaded. Wrapper types of managed
 // classes are not made here; they follow the class recipe.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_COMMON_STATIC_TYPE_H
+#define ZELMOR_SIBLINGS_COMMON_STATIC_TYPE_H
 
 #include "pyshell/python.h"
 
@@ -18,3 +19,5 @@ constexpr PyTypeObject static_type(const char* dotted_name, Py_ssize_t basic_siz
 }
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_COMMON_STATIC_TYPE_H

@@ -2,7 +2,8 @@
 //
 // It knows nothing of Python objects: it grows, finds and copies. Nobody may resize it while a view of its memory is
 // out; keeping count of the views is the stream's affair.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_PYCORE_BYTE_STORE_H
+#define ZELMOR_SIBLINGS_PYCORE_BYTE_STORE_H
 
 #include "pyshell/python.h"
 
@@ -50,3 +51,5 @@ class ByteStore {
 };
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_PYCORE_BYTE_STORE_H

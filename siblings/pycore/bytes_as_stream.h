@@ -1,8 +1,9 @@
 // "zelmor.pycore.BytesAsStream": an in-memory binary file.
 //
 // It does what io.BytesIO does, by the same names, and can be passed wherever the bridge takes a stream. It is a type
-// of its own and no io.IOBase: the bridge recognises it by this type. Python classes can derive from it.
-#pragma once
+// of its own and no io.IOBase: the bridge recognizes it by this type. Python classes can derive from it.
+#ifndef ZELMOR_SIBLINGS_PYCORE_BYTES_AS_STREAM_H
+#define ZELMOR_SIBLINGS_PYCORE_BYTES_AS_STREAM_H
 
 #include "pyshell/python.h"
 
@@ -14,3 +15,5 @@ extern PyTypeObject bytes_as_stream_type;
 extern PyTypeObject bytes_as_stream_buffer_type;
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_PYCORE_BYTES_AS_STREAM_H

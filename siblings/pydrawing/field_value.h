@@ -3,7 +3,8 @@
 // An instance holds the record itself, not a handle: no managed call is made for it. It cannot be changed once made,
 // so that it can be hashed and shared. A type supplies its names and field converter as a traits class; the slots
 // here are written once for all of them.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_PYDRAWING_FIELD_VALUE_H
+#define ZELMOR_SIBLINGS_PYDRAWING_FIELD_VALUE_H
 
 #include <array>
 #include <bit>
@@ -187,3 +188,5 @@ class FieldValue {
 };
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_PYDRAWING_FIELD_VALUE_H

@@ -1,5 +1,6 @@
 // Look-up of the numbered colors of the managed side: a color that has a number has a name.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_PYDRAWING_KNOWN_COLORS_H
+#define ZELMOR_SIBLINGS_PYDRAWING_KNOWN_COLORS_H
 
 #include <string_view>
 
@@ -14,3 +15,5 @@ const KnownColorRow* known_color(int number);
 int find_web_color(std::string_view name);
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_PYDRAWING_KNOWN_COLORS_H

@@ -24,8 +24,8 @@ PyMethodDef point_methods[] = {
 }  // namespace
 
 template <>
-constinit PyTypeObject PointF::type = PointF::type_record(point_getset, point_methods,
-                                                          PyDoc_STR("PointF(x, y) or PointF(): a point, read-only."));
+constinit PyTypeObject PointF::type =
+    PointF::type_record(point_getset, point_methods, PyDoc_STR("PointF(x, y) or PointF(): a point, read-only."));
 
 int wrpPy_conv_py_to_clr_EDE1485C_PointF(PyObject* value, ShlPointFObject* out) {
     return PointF::from_python(value, out);

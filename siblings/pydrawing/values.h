@@ -1,7 +1,8 @@
 // The drawing module's value types: points, rectangles and colors that cross as records, not as handles.
 //
 // The converters here are those of the module's value capsules. None is refused: a value has no null.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_PYDRAWING_VALUES_H
+#define ZELMOR_SIBLINGS_PYDRAWING_VALUES_H
 
 #include "exchange/wire/records.h"
 #include "siblings/pydrawing/field_value.h"
@@ -62,3 +63,5 @@ int wrpPy_conv_py_to_clr_9003D9E4_RectangleF(PyObject* value, ShlRectangleFObjec
 PyObject* wrpPy_conv_clr_to_py_9003D9E4_RectangleF(const ShlRectangleFObject* value);
 int wrpPy_conv_py_to_clr_52DA2AC5_Color(PyObject* value, ShlColorObject* out);
 PyObject* wrpPy_conv_clr_to_py_52DA2AC5_Color(const ShlColorObject* value);
+
+#endif  // ZELMOR_SIBLINGS_PYDRAWING_VALUES_H

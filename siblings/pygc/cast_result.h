@@ -2,7 +2,8 @@
 //
 // The type belongs to this module alone; the other modules make its instances through the function that the
 // capsule hands out, and never look inside.
-#pragma once
+#ifndef ZELMOR_SIBLINGS_PYGC_CAST_RESULT_H
+#define ZELMOR_SIBLINGS_PYGC_CAST_RESULT_H
 
 #include "pyshell/python.h"
 
@@ -15,3 +16,5 @@ extern PyTypeObject cast_result_type;
 PyObject* cast_result_new(int status, PyObject* value);
 
 }  // namespace zelmor::siblings
+
+#endif  // ZELMOR_SIBLINGS_PYGC_CAST_RESULT_H

@@ -5,7 +5,7 @@
 //   FAKE_WRAP_NO_DELEGATE   "<assembly>,<number>": the delegate asked for as number so many (from 0) of that assembly
 //                           is not found
 // The delegates by which a module hands its callbacks over are given out through a thunk that logs their calls.
-// The flavours that lack one symbol are built from this file with that symbol renamed by the compiler's command line.
+// The flavors that lack one symbol are built from this file with that symbol renamed by the compiler's command line.
 #include <dlfcn.h>
 
 #include <array>
@@ -24,9 +24,13 @@ constexpr int kMissingMethod = static_cast<int>(0x80131513u);  // COR_E_MISSINGM
 
 void log_call(const std::string& line) {
     const char* path = std::getenv("FAKE_WRAP_LOG");
-    if (!path) return;
+    if (!path) {
+        return;
+    }
     std::FILE* file = std::fopen(path, "a");
-    if (!file) std::abort();
+    if (!file) {
+        std::abort();
+    }
     std::fprintf(file, "%s\n", line.c_str());
     std::fclose(file);
 }
@@ -34,7 +38,9 @@ void log_call(const std::string& line) {
 // Base 0, so that a status may be given in hexadecimal.
 bool replaced(const char* variable, int& answer) {
     const char* text = std::getenv(variable);
-    if (!text) return false;
+    if (!text) {
+        return false;
+    }
     answer = static_cast<int>(std::strtoul(text, nullptr, 0));
     return true;
 }
@@ -42,7 +48,9 @@ bool replaced(const char* variable, int& answer) {
 template <typename Function>
 Function* real_function(const char* name) {
     const char* path = std::getenv("FAKE_WRAP_REAL");
-    if (!path) return nullptr;
+    if (!path) {
+        return nullptr;
+    }
     static void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
     void* function = library ? dlsym(library, name) : nullptr;
     if (!function) {
@@ -81,7 +89,9 @@ bool is_hand_over(const std::string& type, const std::string& method) {
 }
 
 void put_thunk_before(const std::string& name, void** delegate) {
-    if (g_hand_overs.size() == kMaxThunks) std::abort();
+    if (g_hand_overs.size() == kMaxThunks) {
+        std::abort();
+    }
     g_hand_overs.push_back({name, reinterpret_cast<void* (*)(void*)>(*delegate)});
     *delegate = reinterpret_cast<void*>(kThunks[g_hand_overs.size() - 1]);
 }
@@ -98,7 +108,9 @@ bool is_left_out(const std::string& assembly) {
 FAKE_WRAP_API int coreclr_wrap_load(const char* path) {
     log_call(std::string("load ") + path);
     int answer = 1;
-    if (replaced("FAKE_WRAP_LOAD", answer)) return answer;
+    if (replaced("FAKE_WRAP_LOAD", answer)) {
+        return answer;
+    }
     const auto real = real_function<int(const char*)>("coreclr_wrap_load");
     return real ? real(path) : answer;
 }
@@ -106,10 +118,13 @@ FAKE_WRAP_API int coreclr_wrap_load(const char* path) {
 FAKE_WRAP_API int coreclr_wrap_initialize(const char* exe, const char* domain, int count, const char** keys,
                                           const char** values) {
     log_call(std::string("initialize ") + exe + " " + domain + " " + std::to_string(count));
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         log_call(std::string("property ") + keys[i] + "=" + values[i]);
+    }
     int answer = 0;
-    if (replaced("FAKE_WRAP_INITIALIZE", answer)) return answer;
+    if (replaced("FAKE_WRAP_INITIALIZE", answer)) {
+        return answer;
+    }
     const auto real =
         real_function<int(const char*, const char*, int, const char**, const char**)>("coreclr_wrap_initialize");
     return real ? real(exe, domain, count, keys, values) : answer;
@@ -119,18 +134,26 @@ FAKE_WRAP_API int coreclr_wrap_create_delegate(const char* assembly, const char*
                                                void** delegate) {
     log_call(std::string("delegate ") + assembly + " " + type + " " + method);
     *delegate = nullptr;
-    if (is_left_out(assembly)) return kMissingMethod;
+    if (is_left_out(assembly)) {
+        return kMissingMethod;
+    }
     const auto real = real_function<int(const char*, const char*, const char*, void**)>("coreclr_wrap_create_delegate");
-    if (!real) return 0;
+    if (!real) {
+        return 0;
+    }
     const int status = real(assembly, type, method, delegate);
-    if (status == 0 && is_hand_over(type, method)) put_thunk_before(std::string(assembly) + " " + method, delegate);
+    if (status == 0 && is_hand_over(type, method)) {
+        put_thunk_before(std::string(assembly) + " " + method, delegate);
+    }
     return status;
 }
 
 FAKE_WRAP_API int coreclr_wrap_shutdown() {
     log_call("shutdown");
     int answer = 0;
-    if (replaced("FAKE_WRAP_SHUTDOWN", answer)) return answer;
+    if (replaced("FAKE_WRAP_SHUTDOWN", answer)) {
+        return answer;
+    }
     const auto real = real_function<int()>("coreclr_wrap_shutdown");
     return real ? real() : answer;
 }
@@ -138,7 +161,9 @@ FAKE_WRAP_API int coreclr_wrap_shutdown() {
 FAKE_WRAP_API int coreclr_wrap_is_domain_initialized() {
     log_call("is_domain_initialized");
     int answer = 1;
-    if (replaced("FAKE_WRAP_IS_DOMAIN", answer)) return answer;
+    if (replaced("FAKE_WRAP_IS_DOMAIN", answer)) {
+        return answer;
+    }
     const auto real = real_function<int()>("coreclr_wrap_is_domain_initialized");
     return real ? real() : answer;
 }

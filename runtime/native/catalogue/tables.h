@@ -1,8 +1,9 @@
 // The catalogue as the embedded runtime sees it: types, their properties and their entry points.
 //
 // The tables behind these declarations are written by the generator at build time. They are all that the runtime
-// knows about a member that has no behaviour of its own: its generic implementation works from them.
-#pragma once
+// knows about a member that has no behavior of its own: its generic implementation works from them.
+#ifndef ZELMOR_RUNTIME_NATIVE_CATALOGUE_TABLES_H
+#define ZELMOR_RUNTIME_NATIVE_CATALOGUE_TABLES_H
 
 #include <cstdint>
 #include <span>
@@ -160,3 +161,5 @@ std::span<const TypeInfo> types();
 std::span<const ElementType> elements();
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CATALOGUE_TABLES_H

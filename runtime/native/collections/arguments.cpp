@@ -12,7 +12,9 @@ namespace {
 class NestingGuard {
  public:
     NestingGuard() {
-        if (depth >= kDeepest) throw_argument("The list is nested too deeply, or holds itself.");
+        if (depth >= kDeepest) {
+            throw_argument("The list is nested too deeply, or holds itself.");
+        }
         ++depth;
     }
     ~NestingGuard() { --depth; }
@@ -29,9 +31,12 @@ Ref<ManagedList> copied(const VariantArg& arg, ListShape shape, const ElementTyp
     const NestingGuard guard;
     const PythonElements elements(arg, element);
     auto list = make_list(shape, element, elements.size());
-    if (elements.read_into(*list)) return list;
-    for (size_t i = 0; i < elements.size(); ++i)
+    if (elements.read_into(*list)) {
+        return list;
+    }
+    for (size_t i = 0; i < elements.size(); ++i) {
         list->set(i, elements.read(i));
+    }
     return list;
 }
 
@@ -124,7 +129,9 @@ bool fits_collection(CollectionShape shape, const ElementType& element, const Ma
 }
 
 Ref<ManagedObject> read_collection(const VariantArg* arg, CollectionShape shape, const ElementType& element) {
-    if (arg->tag == kHandlePyObject || arg->tag == kHandlePySequence) return from_python(*arg, shape, element);
+    if (arg->tag == kHandlePyObject || arg->tag == kHandlePySequence) {
+        return from_python(*arg, shape, element);
+    }
     Ref<ManagedObject> object = read_object(arg);
     if (object && !fits_collection(shape, element, *object)) {
         const bool typed = shape == CollectionShape::kArray || shape == CollectionShape::kList;

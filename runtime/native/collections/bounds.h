@@ -1,11 +1,12 @@
 // Indices, bounds and runs as the services of collections read them, and the codes by which element access answers.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_COLLECTIONS_BOUNDS_H
+#define ZELMOR_RUNTIME_NATIVE_COLLECTIONS_BOUNDS_H
 
 #include <algorithm>
 #include <cstdint>
 #include <string>
 
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -42,12 +43,16 @@ inline int32_t clamped(int32_t bound, int32_t size) {
 
 template <class List>
 void require_in_range(const List& list, int32_t index) {
-    if (!in_range(list, index)) throw_outside(index, list.size());
+    if (!in_range(list, index)) {
+        throw_outside(index, list.size());
+    }
 }
 
 // start, start + step, ...: `count` indices, all of which have to lie in the list.
 inline void require_run(const ManagedList& list, int32_t start, int32_t count, int32_t step) {
-    if (count <= 0) return;
+    if (count <= 0) {
+        return;
+    }
     const int64_t last = start + static_cast<int64_t>(count - 1) * step;
     if (!in_range(list, start) || last < 0 || last >= size_of(list)) {
         throw_out_of_range("start", "The run from " + std::to_string(start) + " of " + std::to_string(count) +
@@ -58,14 +63,20 @@ inline void require_run(const ManagedList& list, int32_t start, int32_t count, i
 
 template <class List>
 List& require_growing(List& list) {
-    if (list.fixed_size()) throw ManagedException("NotSupportedException", "Collection was of a fixed size.");
+    if (list.fixed_size()) {
+        throw ManagedException("NotSupportedException", "Collection was of a fixed size.");
+    }
     return list;
 }
 
 // The list in a handle argument of a bulk operation; empty where it is something else, and the caller goes on alone.
 inline Ref<ManagedList> bulk_source(const VariantArg* arg) {
-    if (arg->tag != kHandleObject) return {};
+    if (arg->tag != kHandleObject) {
+        return {};
+    }
     return Ref<ManagedList>(dynamic_cast<ManagedList*>(object_of(arg->value)));
 }
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_COLLECTIONS_BOUNDS_H

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kPointF = "System.Drawing.PointF";
 constexpr const char* kColor = "System.Drawing.Color";
-// The states of the drawing module's colours.
+// The states of the drawing module's colors.
 constexpr int16_t kNumbered = 1;
 constexpr int16_t kComponents = 2;
 
@@ -31,7 +31,7 @@ size_t DrawingRecord::size_of(const ElementType& element) {
 }
 
 bool DrawingRecord::is_color() const {
-    return holds_color(*element_);
+    return holds_color(*m_element);
 }
 
 Ref<DrawingRecord> DrawingRecord::of(const PointFValue& point) {
@@ -39,7 +39,7 @@ Ref<DrawingRecord> DrawingRecord::of(const PointFValue& point) {
     return read(&record, element_of(Wire::kRecord, kPointF));
 }
 
-// A known colour stays one; a name without a meaning, which has no components, becomes the empty colour.
+// A known color stays one; a name without a meaning, which has no components, becomes the empty color.
 Ref<DrawingRecord> DrawingRecord::of(const ColorValue& color) {
     const bool known = color.state == ColorValue::kStateKnown;
     const bool components = color.state == ColorValue::kStateArgb;
@@ -65,7 +65,9 @@ Ref<DrawingRecord> DrawingRecord::made_of(const ManagedObject& value, const Elem
 Ref<DrawingRecord> DrawingRecord::of(const Value& value, const ElementType& element) {
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     auto record = object && *object ? made_of(**object, element) : nullptr;
-    if (!record) throw_invalid_value_cast(value, element.name);
+    if (!record) {
+        throw_invalid_value_cast(value, element.name);
+    }
     return record;
 }
 
@@ -77,40 +79,51 @@ Ref<ManagedObject> DrawingRecord::shown_as() const {
     }
     ShlColorObject color;
     std::memcpy(&color, bytes.data(), sizeof color);
-    if (color.state == 0) return box(ColorValue{});
-    if (color.known_color == 0) return box(ColorValue::from_argb(color.argb));
+    if (color.state == 0) {
+        return box(ColorValue{});
+    }
+    if (color.known_color == 0) {
+        return box(ColorValue::from_argb(color.argb));
+    }
     return box(ColorValue{color.argb, color.known_color, ColorValue::kStateKnown, {}});
 }
 
-DrawingRecord::DrawingRecord(const ElementType& element) : ManagedObject(record_type(element)), element_(&element) {}
+DrawingRecord::DrawingRecord(const ElementType& element) : ManagedObject(record_type(element)), m_element(&element) {}
 
 Ref<DrawingRecord> DrawingRecord::read(const void* record, const ElementType& element) {
-    if (!record) throw_argument_null("value");
+    if (!record) {
+        throw_argument_null("value");
+    }
     auto made = make_ref<DrawingRecord>(element);
     std::memcpy(made->bytes.data(), record, size_of(element));
     return made;
 }
 
 void DrawingRecord::write(ManagedObject* object, const ElementType& element, void* out) {
-    if (object && &object->type() != &record_type(element)) throw_invalid_cast(object->type().full_name, element.name);
+    if (object && &object->type() != &record_type(element)) {
+        throw_invalid_cast(object->type().full_name, element.name);
+    }
     std::memset(out, 0, size_of(element));
-    if (object) std::memcpy(out, cast_object<DrawingRecord>(*object).bytes.data(), size_of(element));
+    if (object) {
+        std::memcpy(out, cast_object<DrawingRecord>(*object).bytes.data(), size_of(element));
+    }
 }
 
 bool DrawingRecord::equals(const ManagedObject& other) const {
-    const auto same = made_of(other, *element_);
+    const auto same = made_of(other, *m_element);
     return same && same->bytes == bytes;
 }
 
 int32_t DrawingRecord::hash_code() const {
     uint32_t hash = 17;
-    for (const std::byte each : bytes)
+    for (const std::byte each : bytes) {
         hash = hash * 31 + static_cast<uint32_t>(each);
+    }
     return static_cast<int32_t>(hash);
 }
 
 Ref<ManagedObject> DrawingRecord::copy() const {
-    return read(bytes.data(), *element_);
+    return read(bytes.data(), *m_element);
 }
 
 }  // namespace zelmor::embed

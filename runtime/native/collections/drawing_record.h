@@ -3,11 +3,12 @@
 // The records belong to that module. Where the element's type is known they cross as they are; where it is not, as in a
 // collection of any values, there is no way to make that module's value, and the element is a PointF or Color of this
 // library in both directions.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_COLLECTIONS_DRAWING_RECORD_H
+#define ZELMOR_RUNTIME_NATIVE_COLLECTIONS_DRAWING_RECORD_H
 
 #include <array>
 
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/values.h"
 
 namespace zelmor::embed {
@@ -38,7 +39,9 @@ class DrawingRecord final : public ManagedObject {
     static Ref<DrawingRecord> made_of(const ManagedObject& value, const ElementType& element);
     bool is_color() const;
 
-    const ElementType* element_;
+    const ElementType* m_element;
 };
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_COLLECTIONS_DRAWING_RECORD_H

@@ -3,7 +3,7 @@
 
 #include "runtime/native/collections/drawing_record.h"
 #include "runtime/native/core/marshal.h"
-#include "runtime/native/tail/wire_values.h"
+#include "runtime/native/table_entries/wire_values.h"
 
 namespace zelmor::embed {
 
@@ -65,7 +65,9 @@ size_t width_of(Wire wire) {
 }  // namespace
 
 char element_argument_code(const ElementType& element) {
-    if (const char code = scalar_code(element.wire)) return code;
+    if (const char code = scalar_code(element.wire)) {
+        return code;
+    }
     switch (element.wire) {
         case Wire::kString:
             return 'T';
@@ -80,7 +82,9 @@ char element_argument_code(const ElementType& element) {
 }
 
 char element_result_code(const ElementType& element) {
-    if (const char code = scalar_code(element.wire)) return code;
+    if (const char code = scalar_code(element.wire)) {
+        return code;
+    }
     switch (element.wire) {
         case Wire::kString:
         case Wire::kBytes:
@@ -121,7 +125,9 @@ void store_element(const Value& value, const ElementType& element, void* out) {
     if (element.wire == Wire::kInterface) {
         return write_interface(object ? *object : nullptr, static_cast<PyObjectOutArg*>(out));
     }
-    if (element.wire == Wire::kRecord) return DrawingRecord::write(object ? object->get() : nullptr, element, out);
+    if (element.wire == Wire::kRecord) {
+        return DrawingRecord::write(object ? object->get() : nullptr, element, out);
+    }
     // The slot has the width of a returned value, so that returning into a word and copying its low bytes fits all.
     uint64_t word = 0;
     const char signature[] = {element_result_code(element), '\0'};

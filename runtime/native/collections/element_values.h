@@ -1,7 +1,8 @@
 // One element of a collection on the wire: by value, handle, record or Python object, as its type has it.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_COLLECTIONS_ELEMENT_VALUES_H
+#define ZELMOR_RUNTIME_NATIVE_COLLECTIONS_ELEMENT_VALUES_H
 
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/delegates/closure.h"
 
 namespace zelmor::embed {
@@ -19,3 +20,5 @@ void store_element(const Value& value, const ElementType& element, void* out);
 void return_element(CallFrame& frame, const Value& value, const ElementType& element);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_COLLECTIONS_ELEMENT_VALUES_H

@@ -1,7 +1,7 @@
 // Finding the element types of collections.
 #include <algorithm>
 
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -20,7 +20,9 @@ constexpr ElementType kOtherElements[] = {
 }  // namespace
 
 const TypeInfo* ElementType::type() const {
-    if (type_index != kNoType) return type_at(type_index);
+    if (type_index != kNoType) {
+        return type_at(type_index);
+    }
     return wire == Wire::kClass ? find_type(name) : nullptr;  // of another assembly
 }
 
@@ -45,18 +47,26 @@ const ElementType& element_of(Wire wire, std::string_view type_name) {
         return element.wire == wire && (type_name.empty() || type_name == element.name);
     };
     for (const auto& element : elements()) {
-        if (matches(element)) return element;
+        if (matches(element)) {
+            return element;
+        }
     }
     for (const auto& element : kOtherElements) {
-        if (matches(element)) return element;
+        if (matches(element)) {
+            return element;
+        }
     }
-    if (wire == Wire::kObject) return variant_element();
+    if (wire == Wire::kObject) {
+        return variant_element();
+    }
     throw ManagedException("TypeLoadException",
                            "There is no collection with elements of type '" + std::string(type_name) + "'.");
 }
 
 const ElementType& element_of(const CollectionInfo& collection) {
-    if (!*collection.element) return variant_element();
+    if (!*collection.element) {
+        return variant_element();
+    }
     const ElementType* element = find_element(collection.element);
     if (!element) {
         throw ManagedException("TypeLoadException",

@@ -5,8 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/collections/drawing_record.h"
-#include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/text.h"
@@ -48,16 +48,26 @@ const TypeInfo& list_type(ListShape shape, const ElementType& element) {
 template <class T>
 T scalar_from(const Value& value, const ElementType& element) {
     if constexpr (std::is_floating_point_v<T>) {
-        if (const auto* x = std::get_if<double>(&value)) return static_cast<T>(*x);
-        if (const auto* x = std::get_if<int64_t>(&value)) return static_cast<T>(*x);
-        if (const auto* x = std::get_if<uint64_t>(&value)) return static_cast<T>(*x);
-    } else {
+        if (const auto* x = std::get_if<double>(&value)) {
+            return static_cast<T>(*x);
+        }
         if (const auto* x = std::get_if<int64_t>(&value)) {
-            if (!std::in_range<T>(*x)) throw_overflow(element);
             return static_cast<T>(*x);
         }
         if (const auto* x = std::get_if<uint64_t>(&value)) {
-            if (!std::in_range<T>(*x)) throw_overflow(element);
+            return static_cast<T>(*x);
+        }
+    } else {
+        if (const auto* x = std::get_if<int64_t>(&value)) {
+            if (!std::in_range<T>(*x)) {
+                throw_overflow(element);
+            }
+            return static_cast<T>(*x);
+        }
+        if (const auto* x = std::get_if<uint64_t>(&value)) {
+            if (!std::in_range<T>(*x)) {
+                throw_overflow(element);
+            }
             return static_cast<T>(*x);
         }
         // A boxed enumeration is its number.
@@ -75,7 +85,9 @@ Value value_from(T x) {
     if constexpr (std::is_floating_point_v<T>) {
         return static_cast<double>(x);
     } else if constexpr (std::is_same_v<T, uint64_t>) {
-        if (x > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) return x;
+        if (x > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) {
+            return x;
+        }
         return static_cast<int64_t>(x);
     } else {
         return static_cast<int64_t>(x);
@@ -90,20 +102,34 @@ auto at(auto& items, size_t index) {
 template <class T>
 bool number_less(T x, T y) {
     if constexpr (std::is_floating_point_v<T>) {
-        if (std::isnan(x) || std::isnan(y)) return std::isnan(x) && !std::isnan(y);
+        if (std::isnan(x) || std::isnan(y)) {
+            return std::isnan(x) && !std::isnan(y);
+        }
     }
     return x < y;
 }
 
 // Ordering of values that have one: text by code units, numbers by size, booleans false first, null before all.
 bool less(const Value& a, const Value& b) {
-    if (is_null(a) || is_null(b)) return is_null(a) && !is_null(b);
+    if (is_null(a) || is_null(b)) {
+        return is_null(a) && !is_null(b);
+    }
     if (a.index() == b.index()) {
-        if (const auto* x = std::get_if<std::u16string>(&a)) return *x < std::get<std::u16string>(b);
-        if (const auto* x = std::get_if<bool>(&a)) return *x < std::get<bool>(b);
-        if (const auto* x = std::get_if<int64_t>(&a)) return *x < std::get<int64_t>(b);
-        if (const auto* x = std::get_if<uint64_t>(&a)) return *x < std::get<uint64_t>(b);
-        if (const auto* x = std::get_if<double>(&a)) return number_less(*x, std::get<double>(b));
+        if (const auto* x = std::get_if<std::u16string>(&a)) {
+            return *x < std::get<std::u16string>(b);
+        }
+        if (const auto* x = std::get_if<bool>(&a)) {
+            return *x < std::get<bool>(b);
+        }
+        if (const auto* x = std::get_if<int64_t>(&a)) {
+            return *x < std::get<int64_t>(b);
+        }
+        if (const auto* x = std::get_if<uint64_t>(&a)) {
+            return *x < std::get<uint64_t>(b);
+        }
+        if (const auto* x = std::get_if<double>(&a)) {
+            return number_less(*x, std::get<double>(b));
+        }
     }
     throw_invalid_operation("Failed to compare two elements in the collection: their type has no order.");
 }
@@ -111,55 +137,62 @@ bool less(const Value& a, const Value& b) {
 }  // namespace
 
 ManagedList::ManagedList(ListShape shape, const ElementType& element)
-    : ManagedCollection(list_type(shape, element)), shape_(shape), element_(&element) {}
+    : ManagedCollection(list_type(shape, element)), m_shape(shape), m_element(&element) {}
 
 ManagedList::ManagedList(const TypeInfo& type, const ElementType& element)
-    : ManagedCollection(type), shape_(ListShape::kOther), element_(&element) {}
+    : ManagedCollection(type), m_shape(ListShape::kOther), m_element(&element) {}
 
 void ManagedList::set(size_t index, const Value& value) {
     store(index, value);
-    ++version_;
+    ++m_version;
 }
 void ManagedList::insert(size_t index, const Value& value) {
     store_new(index, value);
-    ++version_;
+    ++m_version;
 }
 void ManagedList::erase(size_t first, size_t count) {
     take_out(first, count);
-    ++version_;
+    ++m_version;
 }
 bool ManagedList::remove(const Value& value) {
-    if (!take_out_equal(value)) return false;
-    ++version_;
+    if (!take_out_equal(value)) {
+        return false;
+    }
+    ++m_version;
     return true;
 }
 void ManagedList::reverse() {
     turn();
-    ++version_;
+    ++m_version;
 }
 void ManagedList::sort(bool descending) {
     order(descending);
-    ++version_;
+    ++m_version;
 }
 
 bool ManagedList::take_out_equal(const Value& value) {
     const int64_t index = find(value, 0, size());
-    if (index < 0) return false;
+    if (index < 0) {
+        return false;
+    }
     take_out(static_cast<size_t>(index), 1);
     return true;
 }
 
 int64_t ManagedList::find(const Value& value, size_t first, size_t end) const {
     for (size_t i = first; i < end; ++i) {
-        if (values_equal(get(i), value)) return static_cast<int64_t>(i);
+        if (values_equal(get(i), value)) {
+            return static_cast<int64_t>(i);
+        }
     }
     return -1;
 }
 
 size_t ManagedList::count_of(const Value& value) {
     size_t count = 0;
-    for (size_t i = 0; i < size(); ++i)
+    for (size_t i = 0; i < size(); ++i) {
         count += values_equal(get(i), value);
+    }
     return count;
 }
 
@@ -170,7 +203,9 @@ Ref<ManagedEnumerator> ManagedList::enumerator() {
 bool ManagedCollection::contains(const Value& value) {
     const auto walk = enumerator();
     for (Value each; walk->move_next(each);) {
-        if (values_equal(each, value)) return true;
+        if (values_equal(each, value)) {
+            return true;
+        }
     }
     return false;
 }
@@ -178,19 +213,22 @@ bool ManagedCollection::contains(const Value& value) {
 size_t ManagedCollection::count_of(const Value& value) {
     const auto walk = enumerator();
     size_t count = 0;
-    for (Value each; walk->move_next(each);)
+    for (Value each; walk->move_next(each);) {
         count += values_equal(each, value);
+    }
     return count;
 }
 
 PyObject* ManagedList::write_wrapper() {
     const PyOlistCallbacks& lists = *tables().olist;
-    const auto write = shape_ == ListShape::kArray       ? lists.write_clr_array
-                       : shape_ == ListShape::kArrayList ? lists.write_clr_arrlist
-                                                         : lists.write_clr_ilist;
+    const auto write = m_shape == ListShape::kArray       ? lists.write_clr_array
+                       : m_shape == ListShape::kArrayList ? lists.write_clr_arrlist
+                                                          : lists.write_clr_ilist;
     // A failed callback has given the handle back.
     PyObject* wrapper = write(make_handle(Ref<ManagedObject>(this)));
-    if (!wrapper) throw PythonErrorPending();
+    if (!wrapper) {
+        throw PythonErrorPending();
+    }
     return wrapper;
 }
 
@@ -254,9 +292,13 @@ template class ScalarList<double>;
 
 Value ValueList::checked(const Value& value) const {
     const ElementType& e = element();
-    if (e.wire == Wire::kRecord) return Ref<ManagedObject>(DrawingRecord::of(value, e));
+    if (e.wire == Wire::kRecord) {
+        return Ref<ManagedObject>(DrawingRecord::of(value, e));
+    }
     if (is_null(value)) {
-        if (e.wire == Wire::kStruct) throw_invalid_cast("null", e.name);
+        if (e.wire == Wire::kStruct) {
+            throw_invalid_cast("null", e.name);
+        }
         return value;
     }
     bool fits = true;
@@ -284,7 +326,9 @@ Value ValueList::checked(const Value& value) const {
         default:
             break;
     }
-    if (!fits) throw_invalid_value_cast(value, element_name(e));
+    if (!fits) {
+        throw_invalid_value_cast(value, element_name(e));
+    }
     return value;
 }
 
@@ -303,13 +347,16 @@ void ValueList::take_out(size_t first, size_t count) {
     items.erase(begin, end);
 }
 void ValueList::resize(size_t count) {
-    if (items.size() > count) take_out(count, items.size() - count);
+    if (items.size() > count) {
+        take_out(count, items.size() - count);
+    }
     items.reserve(count);
     // Each value type has a box of its own.
     const bool record = element().wire == Wire::kRecord;
-    while (items.size() < count)
+    while (items.size() < count) {
         items.push_back(record ? Value(Ref<ManagedObject>(make_ref<DrawingRecord>(element())))
                                : zero_value(element().wire, element().type()));
+    }
 }
 void ValueList::turn() {
     std::reverse(items.begin(), items.end());
@@ -325,8 +372,8 @@ void ValueList::order(bool descending) {
 ListEnumerator::ListEnumerator(Ref<ManagedList> list)
     : ManagedEnumerator(
           intern_disposable_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]")),
-      list_(std::move(list)),
-      expected_version_(list_->version()) {}
+      m_list(std::move(list)),
+      m_expected_version(m_list->version()) {}
 
 void ListEnumerator::throw_modified() {
     throw_invalid_operation("Collection was modified; enumeration operation may not execute.");
@@ -334,8 +381,10 @@ void ListEnumerator::throw_modified() {
 
 bool ListEnumerator::move_next(Value& element) {
     size_t index = 0;
-    if (!step(*list_, index)) return false;
-    element = list_->get(index);
+    if (!step(*m_list, index)) {
+        return false;
+    }
+    element = m_list->get(index);
     return true;
 }
 

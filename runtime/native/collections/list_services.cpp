@@ -30,8 +30,9 @@ Value element_argument(ServiceCall& call, size_t index) {
 std::vector<Value> elements_of(const ManagedList& list) {
     std::vector<Value> values;
     values.reserve(list.size());
-    for (size_t i = 0; i < list.size(); ++i)
+    for (size_t i = 0; i < list.size(); ++i) {
         values.push_back(list.get(i));
+    }
     return values;
 }
 
@@ -43,7 +44,9 @@ void length(ServiceCall& call) {
 void get_item(ServiceCall& call) {
     const ManagedList& list = list_of(call);
     const auto index = call.frame.argument<int32_t>(1);
-    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    if (!in_range(list, index)) {
+        return call.frame.set_result<int32_t>(kOutOfRange);
+    }
     store_element(list.get(position(index)), *call.service.element, call.frame.argument<void*>(2));
     call.frame.set_result<int32_t>(kDelivered);
 }
@@ -58,9 +61,13 @@ void get_item_no_check(ServiceCall& call) {
 void set_item(ServiceCall& call) {
     ManagedList& list = list_of(call);
     const auto index = call.frame.argument<int32_t>(1);
-    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    if (!in_range(list, index)) {
+        return call.frame.set_result<int32_t>(kOutOfRange);
+    }
     const Value element = element_argument(call, 2);
-    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    if (!in_range(list, index)) {
+        return call.frame.set_result<int32_t>(kOutOfRange);
+    }
     list.set(position(index), element);
     call.frame.set_result<int32_t>(kDelivered);
 }
@@ -92,17 +99,25 @@ void remove(ServiceCall& call) {
 void remove_at(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
     const auto index = call.frame.argument<int32_t>(1);
-    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    if (!in_range(list, index)) {
+        return call.frame.set_result<int32_t>(kOutOfRange);
+    }
     list.erase(position(index), 1);
     call.frame.set_result<int32_t>(kDelivered);
 }
 
 void pop(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
-    if (list.size() == 0) return call.frame.set_result<int32_t>(kEmpty);
+    if (list.size() == 0) {
+        return call.frame.set_result<int32_t>(kEmpty);
+    }
     int32_t index = call.frame.argument<uint8_t>(1) ? call.frame.argument<int32_t>(2) : -1;
-    if (index < 0) index += size_of(list);
-    if (!in_range(list, index)) return call.frame.set_result<int32_t>(kOutOfRange);
+    if (index < 0) {
+        index += size_of(list);
+    }
+    if (!in_range(list, index)) {
+        return call.frame.set_result<int32_t>(kOutOfRange);
+    }
     store_element(list.get(position(index)), *call.service.element, call.frame.argument<void*>(3));
     list.erase(position(index), 1);
     call.frame.set_result<int32_t>(kDelivered);
@@ -116,27 +131,33 @@ void clear(ServiceCall& call) {
 void inplace_concat(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
     const auto source = bulk_source(call.frame.argument<const VariantArg*>(1));
-    if (!source || &source->element() != &list.element()) return call.frame.set_result<int32_t>(kDeclined);
+    if (!source || &source->element() != &list.element()) {
+        return call.frame.set_result<int32_t>(kDeclined);
+    }
     // Taken out first: the source may be the list itself.
     const std::vector<Value> added = elements_of(*source);
     list.reserve(list.size() + added.size());
-    for (const Value& value : added)
+    for (const Value& value : added) {
         list.append(value);
+    }
     call.frame.set_result<int32_t>(kDone);
 }
 
 void inplace_repeat(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
     const auto count = call.frame.argument<int32_t>(1);
-    if (count <= 0) return list.erase(0, list.size());
+    if (count <= 0) {
+        return list.erase(0, list.size());
+    }
     const std::vector<Value> once = elements_of(list);
     if (once.size() * static_cast<size_t>(count) > static_cast<size_t>(INT32_MAX)) {
         throw ManagedException("OutOfMemoryException", "The repeated collection would be too long.");
     }
     list.reserve(once.size() * static_cast<size_t>(count));
     for (int32_t i = 1; i < count; ++i) {
-        for (const Value& value : once)
+        for (const Value& value : once) {
             list.append(value);
+        }
     }
 }
 
@@ -151,26 +172,30 @@ void set_items(ServiceCall& call) {
     }
     require_run(list, start, count, step);
     const std::vector<Value> values = elements_of(*source);
-    for (int32_t i = 0; i < count; ++i)
+    for (int32_t i = 0; i < count; ++i) {
         list.set(position(start + i * step), values[position(i)]);
+    }
     call.frame.set_result<int32_t>(kDone);
 }
 
-// The caller normalises the run so that it walks downward. A run of neighbours comes with its lowest index from some
+// The caller normalizes the run so that it walks downward. A run of neighbors comes with its lowest index from some
 // callers and its highest from others: the one that lies in the list with the whole run is meant.
 void remove_items(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
     const auto start = call.frame.argument<int32_t>(1);
     const auto count = call.frame.argument<int32_t>(2);
     const auto step = call.frame.argument<int32_t>(3);
-    if (count <= 0) return;
+    if (count <= 0) {
+        return;
+    }
     if (step == -1 && call.service.kind == ServiceKind::kArrayList) {
         require_run(list, start, count, 1);
         return list.erase(position(start), position(count));
     }
     require_run(list, start, count, step);
-    for (int32_t i = 0; i < count; ++i)
+    for (int32_t i = 0; i < count; ++i) {
         list.erase(position(start + i * step), 1);
+    }
 }
 
 void reverse(ServiceCall& call) {
@@ -214,7 +239,9 @@ void get_enumerator(ServiceCall& call) {
 void move_next(ServiceCall& call) {
     Value element;
     const bool moved = target<ManagedEnumerator>(call.frame.argument<Handle>(0)).move_next(element);
-    if (moved) store_element(element, *call.service.element, call.frame.argument<void*>(1));
+    if (moved) {
+        store_element(element, *call.service.element, call.frame.argument<void*>(1));
+    }
     call.frame.set_result<int32_t>(moved ? kDelivered : kEmpty);
 }
 
@@ -228,8 +255,9 @@ void create(ServiceCall& call, HandleTag tag) {
         const auto source = read_list(&arg, variant_element());
         auto list = make_list(shape, variant_element());
         list->reserve(source->size());
-        for (size_t i = 0; i < source->size(); ++i)
+        for (size_t i = 0; i < source->size(); ++i) {
             list->append(source->get(i));
+        }
         call.frame.set_result(make_handle(std::move(list)));
     };
     switch (call.service.kind) {

@@ -1,5 +1,6 @@
 // The operations behind the service classes: what each does, by entry point name.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_COLLECTIONS_LIST_SERVICES_H
+#define ZELMOR_RUNTIME_NATIVE_COLLECTIONS_LIST_SERVICES_H
 
 #include <span>
 
@@ -20,3 +21,5 @@ std::span<const ServiceOperation> stream_operations();  // managed streams
 std::span<const ServiceOperation> cast_operations();    // the casts that all kinds have
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_COLLECTIONS_LIST_SERVICES_H

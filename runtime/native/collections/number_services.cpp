@@ -16,7 +16,9 @@ struct Numbers {
 
     static int32_t length(List& list) { return size_of(list); }
     static int32_t get_item(List& list, int32_t index, T* out) {
-        if (!in_range(list, index)) return kOutOfRange;
+        if (!in_range(list, index)) {
+            return kOutOfRange;
+        }
         *out = list.items[position(index)];
         return kDelivered;
     }
@@ -25,7 +27,9 @@ struct Numbers {
         return list.items[position(index)];
     }
     static int32_t set_item(List& list, int32_t index, T value) {
-        if (!in_range(list, index)) return kOutOfRange;
+        if (!in_range(list, index)) {
+            return kOutOfRange;
+        }
         list.put(position(index), value);
         return kDelivered;
     }
@@ -42,8 +46,9 @@ struct Numbers {
         }
         require_run(list, start, count, step);
         const std::vector<T> numbers = cast_object<List>(*other).items;  // a copy: it may be the list itself
-        for (int32_t i = 0; i < count; ++i)
+        for (int32_t i = 0; i < count; ++i) {
             list.put(position(start + i * step), numbers[position(i)]);
+        }
         return kDone;
     }
     static int32_t index_by(List& list, bool has_start, int32_t start, bool has_stop, int32_t stop, T value) {
@@ -61,14 +66,18 @@ struct Numbers {
     }
     static int32_t remove(List& list, T value) {
         const int64_t found = require_growing(list).find_number(value, 0, list.size());
-        if (found >= 0) list.erase(static_cast<size_t>(found), 1);
+        if (found >= 0) {
+            list.erase(static_cast<size_t>(found), 1);
+        }
         return found >= 0;
     }
 
     static int32_t move_next(ListEnumerator& enumerator, T* out) {
         const List& list = cast_object<List>(enumerator.list());
         size_t index = 0;
-        if (!enumerator.step(list, index)) return kEmpty;
+        if (!enumerator.step(list, index)) {
+            return kEmpty;
+        }
         *out = list.items[index];
         return kDelivered;
     }
@@ -111,15 +120,21 @@ std::span<const NumberOperation> enumerator_operations() {
 
 EntryPoint find_operation(std::span<const NumberOperation> operations, std::string_view entry) {
     for (const NumberOperation& operation : operations) {
-        if (operation.name == entry) return operation.point;
+        if (operation.name == entry) {
+            return operation.point;
+        }
     }
     return {nullptr, nullptr};
 }
 
 template <class T>
 EntryPoint service_of(ServiceKind kind, std::string_view entry) {
-    if (kind == ServiceKind::kEnumerator) return find_operation(enumerator_operations<T>(), entry);
-    if (kind != ServiceKind::kArray && kind != ServiceKind::kArrayList) return {nullptr, nullptr};
+    if (kind == ServiceKind::kEnumerator) {
+        return find_operation(enumerator_operations<T>(), entry);
+    }
+    if (kind != ServiceKind::kArray && kind != ServiceKind::kArrayList) {
+        return {nullptr, nullptr};
+    }
     const EntryPoint point = find_operation(fixed_size_operations<T>(), entry);
     return point.address || kind == ServiceKind::kArray ? point : find_operation(growing_operations<T>(), entry);
 }

@@ -17,9 +17,13 @@ namespace {
 // of a list comes through the list's own callback; one of a sequence through the typed callback, which alone gives
 // the element's reference back in every case.
 void* typed_slot(const ElementType& element, bool is_list) {
-    if (!callbacks().generic || (is_list && element.wire == Wire::kObject)) return nullptr;
+    if (!callbacks().generic || (is_list && element.wire == Wire::kObject)) {
+        return nullptr;
+    }
     for (size_t i = 0; i < kGenericElementCount; ++i) {
-        if (std::strcmp(kGenericElements[i], element.id) != 0) continue;
+        if (std::strcmp(kGenericElements[i], element.id) != 0) {
+            continue;
+        }
         void** table = callbacks().generic[is_list ? i : i + kGenericElementCount];
         return table ? *table : nullptr;
     }
@@ -33,17 +37,19 @@ std::string reading(size_t index) {
 // The buffer view that a byte array element is shown through, in memory of this side.
 class BufferState {
  public:
-    BufferState() : view_(tables().buffer->get_sizeof()) { tables().buffer->create(view_.data()); }
+    BufferState() : m_view(tables().buffer->get_sizeof()) { tables().buffer->create(m_view.data()); }
     ~BufferState() {
-        if (info.acquired) tables().buffer->release(view_.data());
+        if (info.acquired) {
+            tables().buffer->release(m_view.data());
+        }
     }
     BufferState(const BufferState&) = delete;
     BufferState& operator=(const BufferState&) = delete;
-    void* view() { return view_.data(); }
+    void* view() { return m_view.data(); }
     PyBytesArg info{0, -1, nullptr};
 
  private:
-    std::vector<std::byte> view_;
+    std::vector<std::byte> m_view;
 };
 
 }  // namespace
@@ -53,20 +59,24 @@ void throw_failed_access(int status, const std::string& doing_what) {
 }
 
 PythonElements::PythonElements(const VariantArg& arg, const ElementType& element, Unmeasured)
-    : object_(static_cast<PyObject*>(arg.value)), element_(&element), is_list_(arg.tag == kHandlePyObject) {
+    : m_object(static_cast<PyObject*>(arg.value)), m_element(&element), m_is_list(arg.tag == kHandlePyObject) {
     if (arg.tag != kHandlePyObject && arg.tag != kHandlePySequence) {
         throw_argument("A collection argument has the unknown tag " + std::to_string(arg.tag) + ".");
     }
-    typed_ = typed_slot(element, is_list_);
+    m_typed = typed_slot(element, m_is_list);
 }
 
 PythonElements::PythonElements(const VariantArg& arg, const ElementType& element)
     : PythonElements(arg, element, Unmeasured()) {
     const PyUcolCallbacks& ucol = *tables().ucol;
-    const int64_t size = is_list_ ? ucol.list_longlength(object_) : ucol.sequence_longlength(object_);
-    if (size < 0) throw_python_error("Reading the length of the sequence");
-    if (size > INT_MAX) throw ManagedException("OverflowException", "The sequence has too many elements.");
-    size_ = static_cast<size_t>(size);
+    const int64_t size = m_is_list ? ucol.list_longlength(m_object) : ucol.sequence_longlength(m_object);
+    if (size < 0) {
+        throw_python_error("Reading the length of the sequence");
+    }
+    if (size > INT_MAX) {
+        throw ManagedException("OverflowException", "The sequence has too many elements.");
+    }
+    m_size = static_cast<size_t>(size);
 }
 
 Value PythonElements::read_one(const VariantArg& arg, const ElementType& element, size_t index) {
@@ -79,9 +89,11 @@ PyHeld PythonElements::fetch(size_t index, T* out) const {
     PyObject* owner = nullptr;
     const int at = static_cast<int>(index);
     const int status =
-        is_list_ ? reinterpret_cast<int (*)(PyObject*, int, T*)>(typed_)(object_, at, out)
-                 : reinterpret_cast<int (*)(PyObject*, int, PyObject**, T*)>(typed_)(object_, at, &owner, out);
-    if (status < 0) throw_failed_access(status, reading(index));
+        m_is_list ? reinterpret_cast<int (*)(PyObject*, int, T*)>(m_typed)(m_object, at, out)
+                  : reinterpret_cast<int (*)(PyObject*, int, PyObject**, T*)>(m_typed)(m_object, at, &owner, out);
+    if (status < 0) {
+        throw_failed_access(status, reading(index));
+    }
     return PyHeld::steal(owner);
 }
 
@@ -97,13 +109,17 @@ Value PythonElements::read_bytes_element(size_t index) const {
     BufferState state;
     PyObject* owner = nullptr;
     const int at = static_cast<int>(index);
-    const int status = is_list_ ? reinterpret_cast<int (*)(PyObject*, int, PyBytesArg*, void*)>(typed_)(
-                                      object_, at, &state.info, state.view())
-                                : reinterpret_cast<int (*)(PyObject*, int, PyObject**, PyBytesArg*, void*)>(typed_)(
-                                      object_, at, &owner, &state.info, state.view());
-    if (status < 0) throw_failed_access(status, reading(index));
+    const int status = m_is_list ? reinterpret_cast<int (*)(PyObject*, int, PyBytesArg*, void*)>(m_typed)(
+                                       m_object, at, &state.info, state.view())
+                                 : reinterpret_cast<int (*)(PyObject*, int, PyObject**, PyBytesArg*, void*)>(m_typed)(
+                                       m_object, at, &owner, &state.info, state.view());
+    if (status < 0) {
+        throw_failed_access(status, reading(index));
+    }
     const PyHeld held = PyHeld::steal(owner);
-    if (state.info.length < 0) return Ref<ManagedObject>();
+    if (state.info.length < 0) {
+        return Ref<ManagedObject>();
+    }
     const auto* data = static_cast<const std::byte*>(state.info.data);
     return Bytes(data, data + state.info.length);
 }
@@ -111,24 +127,28 @@ Value PythonElements::read_bytes_element(size_t index) const {
 Value PythonElements::read_variant_element(size_t index) const {
     VariantArg element{};
     const int at = static_cast<int>(index);
-    if (typed_) {
+    if (m_typed) {
         const PyHeld owner = fetch(index, &element);
         return read_variant(&element);
     }
     const int status =
-        is_list_ ? tables().olist->get_item(object_, at, &element) : tables().oseq->get_item(object_, at, &element);
-    if (status < 0) throw_failed_access(status, reading(index));
+        m_is_list ? tables().olist->get_item(m_object, at, &element) : tables().oseq->get_item(m_object, at, &element);
+    if (status < 0) {
+        throw_failed_access(status, reading(index));
+    }
     const bool python = element.tag == kVariantNull || element.tag >= kVariantString;
     auto* object = python ? static_cast<PyObject*>(element.value) : nullptr;
     // A list lends its element, and reading it may run code that takes it out of the list. A sequence's element comes
     // with a reference; behind a handle there is no Python object to give it back to.
-    const PyHeld owner = is_list_ && object ? PyHeld::borrow(object) : PyHeld::steal(object);
+    const PyHeld owner = m_is_list && object ? PyHeld::borrow(object) : PyHeld::steal(object);
     return read_variant(&element);
 }
 
 Value PythonElements::read(size_t index) const {
-    if (!typed_) return read_variant_element(index);
-    switch (element_->wire) {
+    if (!m_typed) {
+        return read_variant_element(index);
+    }
+    switch (m_element->wire) {
         case Wire::kInt8:
             return static_cast<int64_t>(read_number<int8_t>(index));
         case Wire::kInt16:
@@ -151,7 +171,9 @@ Value PythonElements::read(size_t index) const {
             PyStringArg text{-1, 0, nullptr};
             const PyHeld owner = fetch(index, &text);
             auto read = read_string(text);
-            if (!read) return Ref<ManagedObject>();
+            if (!read) {
+                return Ref<ManagedObject>();
+            }
             return std::move(*read);
         }
         case Wire::kBytes:
@@ -178,7 +200,7 @@ Value PythonElements::read(size_t index) const {
             // Reading the inner list may run code that takes it out of the outer one, which only lends it.
             const bool python = arg.tag == kHandlePyObject || arg.tag == kHandlePySequence;
             const PyHeld inner = python ? PyHeld::borrow(static_cast<PyObject*>(arg.value)) : PyHeld();
-            return Value(Ref<ManagedObject>(read_list(&arg, *element_->inner())));
+            return Value(Ref<ManagedObject>(read_list(&arg, *m_element->inner())));
         }
         default:
             return read_variant_element(index);
@@ -188,24 +210,31 @@ Value PythonElements::read(size_t index) const {
 template <class T>
 bool PythonElements::fill(ManagedList& list) const {
     auto* numbers = dynamic_cast<ScalarList<T>*>(&list);
-    if (!numbers) return false;
-    if (!is_list_) {
-        for (size_t i = 0; i < size_; ++i)
+    if (!numbers) {
+        return false;
+    }
+    if (!m_is_list) {
+        for (size_t i = 0; i < m_size; ++i) {
             numbers->items[i] = read_number<T>(i);
+        }
         return true;
     }
     // A list lends its elements: there is nothing to give back in between.
-    const auto get = reinterpret_cast<int (*)(PyObject*, int, T*)>(typed_);
-    for (size_t i = 0; i < size_; ++i) {
-        const int status = get(object_, static_cast<int>(i), &numbers->items[i]);
-        if (status < 0) throw_failed_access(status, reading(i));
+    const auto get = reinterpret_cast<int (*)(PyObject*, int, T*)>(m_typed);
+    for (size_t i = 0; i < m_size; ++i) {
+        const int status = get(m_object, static_cast<int>(i), &numbers->items[i]);
+        if (status < 0) {
+            throw_failed_access(status, reading(i));
+        }
     }
     return true;
 }
 
 bool PythonElements::read_into(ManagedList& list) const {
-    if (!typed_) return false;
-    switch (element_->wire) {
+    if (!m_typed) {
+        return false;
+    }
+    switch (m_element->wire) {
         case Wire::kInt8:
             return fill<int8_t>(list);
         case Wire::kInt16:
@@ -249,7 +278,9 @@ const ElementType& scalar_element() {
 
 template <class T>
 std::vector<T> items_of(const ManagedList& list) {
-    if (const auto* same = dynamic_cast<const ScalarList<T>*>(&list)) return same->items;
+    if (const auto* same = dynamic_cast<const ScalarList<T>*>(&list)) {
+        return same->items;
+    }
     throw_invalid_cast(list.type().full_name, std::string(scalar_element<T>().name) + "[]");
 }
 
@@ -257,11 +288,14 @@ std::vector<T> items_of(const ManagedList& list) {
 
 std::vector<Value> read_elements(const VariantArg* arg, const ElementType& element, const char* parameter) {
     const auto list = read_list(arg, element);
-    if (!list) throw_argument_null(parameter);
+    if (!list) {
+        throw_argument_null(parameter);
+    }
     std::vector<Value> values;
     values.reserve(list->size());
-    for (size_t i = 0; i < list->size(); ++i)
+    for (size_t i = 0; i < list->size(); ++i) {
         values.push_back(list->get(i));
+    }
     return values;
 }
 
@@ -269,7 +303,9 @@ template <class T>
 std::vector<T> read_array(const VariantArg* arg, const char* parameter) {
     if (arg->tag == kHandleObject || arg->tag == kHandleStruct) {
         const auto* list = target_or_null<ManagedList>(arg->value);
-        if (!list) throw_argument_null(parameter);
+        if (!list) {
+            throw_argument_null(parameter);
+        }
         return items_of<T>(*list);
     }
     return items_of<T>(*read_list(arg, scalar_element<T>()));

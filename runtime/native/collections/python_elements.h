@@ -1,9 +1,10 @@
 // Elements of a Python list or sequence that stands in for a typed collection.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_COLLECTIONS_PYTHON_ELEMENTS_H
+#define ZELMOR_RUNTIME_NATIVE_COLLECTIONS_PYTHON_ELEMENTS_H
 
 #include "exchange/wire/records.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/callbacks.h"
-#include "runtime/native/core/collection.h"
 
 namespace zelmor::embed {
 
@@ -15,7 +16,7 @@ class PythonElements {
     static Value read_one(const VariantArg& arg, const ElementType& element, size_t index);
     // `arg` has the tag of a Python list or of another sequence.
     PythonElements(const VariantArg& arg, const ElementType& element);
-    size_t size() const { return size_; }
+    size_t size() const { return m_size; }
     // The element as a value. A failure in Python becomes a PythonException.
     Value read(size_t index) const;
     // The elements of a list of numbers straight from the typed callback. False where there is none for the element.
@@ -33,14 +34,16 @@ class PythonElements {
     Value read_bytes_element(size_t index) const;
     Value read_variant_element(size_t index) const;
 
-    PyObject* object_;
-    const ElementType* element_;
-    bool is_list_;
-    void* typed_ = nullptr;  // the one slot of the element's table, or null
-    size_t size_ = 0;
+    PyObject* m_object;
+    const ElementType* m_element;
+    bool m_is_list;
+    void* m_typed = nullptr;  // the one slot of the element's table, or null
+    size_t m_size = 0;
 };
 
 // The managed exception of a callback that answered -2 (an index failure) or -1 (any other).
 [[noreturn]] void throw_failed_access(int status, const std::string& doing_what);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_COLLECTIONS_PYTHON_ELEMENTS_H

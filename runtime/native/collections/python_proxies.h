@@ -2,10 +2,11 @@
 //
 // They are what a parameter of interface type (IList, ICollection, IEnumerable, IEnumerator) gets for a Python object.
 // A result of such a type shows the Python object itself again.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_COLLECTIONS_PYTHON_PROXIES_H
+#define ZELMOR_RUNTIME_NATIVE_COLLECTIONS_PYTHON_PROXIES_H
 
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/callbacks.h"
-#include "runtime/native/core/collection.h"
 
 namespace zelmor::embed {
 
@@ -15,11 +16,11 @@ class PythonEnumerator final : public ManagedEnumerator {
     explicit PythonEnumerator(PyHeld iterator);
     const ElementType& element() const override { return variant_element(); }
     bool move_next(Value& element) override;
-    PyObject* python_object() const override { return iterator_.get(); }
+    PyObject* python_object() const override { return m_iterator.get(); }
 
  private:
-    PyHeld iterator_;
-    PyHeld current_;  // the element that was delivered last lives until the next
+    PyHeld m_iterator;
+    PyHeld m_current;  // the element that was delivered last lives until the next
 };
 
 // An object with an iterator.
@@ -28,10 +29,10 @@ class PythonEnumerable final : public ManagedEnumerable {
     explicit PythonEnumerable(PyHeld object);
     const ElementType& element() const override { return variant_element(); }
     Ref<ManagedEnumerator> enumerator() override;
-    PyObject* python_object() const override { return object_.get(); }
+    PyObject* python_object() const override { return m_object.get(); }
 
  private:
-    PyHeld object_;
+    PyHeld m_object;
 };
 
 // An object with a length and an iterator.
@@ -41,10 +42,10 @@ class PythonCollection final : public ManagedCollection {
     const ElementType& element() const override { return variant_element(); }
     size_t size() const override;
     Ref<ManagedEnumerator> enumerator() override;
-    PyObject* python_object() const override { return object_.get(); }
+    PyObject* python_object() const override { return m_object.get(); }
 
  private:
-    PyHeld object_;
+    PyHeld m_object;
 };
 
 // A list, or another sequence, which cannot be changed from here.
@@ -52,13 +53,13 @@ class PythonList final : public ManagedList {
  public:
     PythonList(PyHeld object, bool is_list);
     size_t size() const override;
-    bool fixed_size() const override { return !is_list_; }
+    bool fixed_size() const override { return !m_is_list; }
     Value get(size_t index) const override;
     int64_t find(const Value& value, size_t first, size_t end) const override;
     bool contains(const Value& value) override;
     void resize(size_t count) override;
     Ref<ManagedEnumerator> enumerator() override;
-    PyObject* python_object() const override { return object_.get(); }
+    PyObject* python_object() const override { return m_object.get(); }
 
  protected:
     void store(size_t index, const Value& value) override;
@@ -72,8 +73,10 @@ class PythonList final : public ManagedList {
     void require_list() const;
     VariantArg argument() const;
 
-    PyHeld object_;
-    bool is_list_;
+    PyHeld m_object;
+    bool m_is_list;
 };
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_COLLECTIONS_PYTHON_PROXIES_H

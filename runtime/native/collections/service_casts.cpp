@@ -1,6 +1,6 @@
 // The casts of the service classes, by what a kind accepts.
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/collections/list_services.h"
-#include "runtime/native/core/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/stream.h"
@@ -26,7 +26,9 @@ void cast_to(ServiceCall& call) {
     call.frame.fails_with(kCastFailed);
     auto object = source_of(call);
     const bool made = !object || fits_service(call.service, *object);
-    if (made) *call.frame.argument<Handle*>(1) = make_handle(std::move(object));
+    if (made) {
+        *call.frame.argument<Handle*>(1) = make_handle(std::move(object));
+    }
     call.frame.set_result<int32_t>(made ? kCastMade : kCastImpossible);
 }
 
@@ -34,7 +36,9 @@ void cast_as(ServiceCall& call) {
     call.frame.fails_with(kCastFailed);
     auto object = source_of(call);
     const bool made = object && fits_service(call.service, *object);
-    if (made) *call.frame.argument<Handle*>(1) = make_handle(std::move(object));
+    if (made) {
+        *call.frame.argument<Handle*>(1) = make_handle(std::move(object));
+    }
     call.frame.set_result<int32_t>(made ? kCastMade : kCastImpossible);
 }
 
@@ -99,7 +103,9 @@ bool fits_service(const ServiceClass& service, const ManagedObject& object) {
 const TypeInfo& type_of_service(const ServiceClass& service) {
     const auto interface = [&](const char* name) -> const TypeInfo& {
         std::string full = std::string("System.Collections.") + (service.typed ? "Generic." : "") + name;
-        if (service.typed) full += std::string("`1[") + service.element->name + "]";
+        if (service.typed) {
+            full += std::string("`1[") + service.element->name + "]";
+        }
         return intern_type(full, TypeKind::kInterface);
     };
     switch (service.kind) {

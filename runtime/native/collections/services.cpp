@@ -92,9 +92,13 @@ constexpr Names kNames[] = {
 bool has_entry(const ServiceClass& service, std::string_view entry) {
     const std::string blanked = ' ' + std::string(entry) + ' ';
     for (const Names& names : kNames) {
-        if (names.kind != service.kind || names.typed != service.typed) continue;
+        if (names.kind != service.kind || names.typed != service.typed) {
+            continue;
+        }
         for (const std::string_view list : names.lists) {
-            if (list.find(blanked) != std::string_view::npos) return true;
+            if (list.find(blanked) != std::string_view::npos) {
+                return true;
+            }
         }
     }
     return false;
@@ -102,7 +106,9 @@ bool has_entry(const ServiceClass& service, std::string_view entry) {
 
 std::optional<ServiceKind> find_kind(std::span<const KindName> kinds, std::string_view name) {
     for (const KindName& kind : kinds) {
-        if (kind.name == name) return kind.kind;
+        if (kind.name == name) {
+            return kind.kind;
+        }
     }
     return std::nullopt;
 }
@@ -152,7 +158,9 @@ void run(void* context, CallFrame& frame) {
 const ServiceOperation* find_operation(std::string_view entry) {
     for (const auto operations : {list_operations(), stream_operations(), cast_operations()}) {
         for (const ServiceOperation& operation : operations) {
-            if (entry == operation.name) return &operation;
+            if (entry == operation.name) {
+                return &operation;
+            }
         }
     }
     return nullptr;
@@ -163,28 +171,42 @@ const ServiceOperation* find_operation(std::string_view entry) {
 std::optional<ServiceClass> find_service_class(std::string_view managed_name) {
     if (managed_name.starts_with(kInteropPrefix)) {
         const auto kind = find_kind(kInteropKinds, managed_name.substr(kInteropPrefix.size()));
-        if (!kind) return std::nullopt;
+        if (!kind) {
+            return std::nullopt;
+        }
         return ServiceClass{*kind, &variant_element(), false};
     }
-    if (!managed_name.starts_with(kGenericPrefix)) return std::nullopt;
+    if (!managed_name.starts_with(kGenericPrefix)) {
+        return std::nullopt;
+    }
     const std::string_view rest = managed_name.substr(kGenericPrefix.size());
     const size_t bar = rest.find('_');
-    if (bar == std::string_view::npos) return std::nullopt;
+    if (bar == std::string_view::npos) {
+        return std::nullopt;
+    }
     const auto kind = find_kind(kGenericKinds, rest.substr(0, bar));
     const ElementType* element = find_element(rest.substr(bar + 1));
-    if (!kind || !element) return std::nullopt;
+    if (!kind || !element) {
+        return std::nullopt;
+    }
     return ServiceClass{*kind, element, true};
 }
 
 EntryPoint make_service_delegate(const ServiceClass& service, std::string_view entry, Assembly assembly) {
-    if (!has_entry(service, entry)) return {nullptr, nullptr};
+    if (!has_entry(service, entry)) {
+        return {nullptr, nullptr};
+    }
     // The typed functions work with the callbacks of the one assembly that has typed collections.
     if (service.typed && assembly == Assembly::kImaging) {
         const EntryPoint typed = number_service(service, entry);
-        if (typed.address) return typed;
+        if (typed.address) {
+            return typed;
+        }
     }
     const ServiceOperation* operation = find_operation(entry);
-    if (!operation) return {nullptr, nullptr};
+    if (!operation) {
+        return {nullptr, nullptr};
+    }
     auto context = std::make_shared<ServiceContext>();
     context->service = service;
     context->operation = operation;

@@ -1,10 +1,11 @@
 // The service classes of collections, enumerators, disposables and streams: "Zelmor.WrpGen.Interop.SiApi<Kind>" over
 // elements of any type and "Zelmor.WrpGen.Generic.SiApi<Kind>_<element>" over elements of one.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_COLLECTIONS_SERVICES_H
+#define ZELMOR_RUNTIME_NATIVE_COLLECTIONS_SERVICES_H
 
 #include <string_view>
 
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 
 namespace zelmor::embed {
@@ -48,3 +49,5 @@ struct ServiceCall {
 };
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_COLLECTIONS_SERVICES_H

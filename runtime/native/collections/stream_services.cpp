@@ -13,7 +13,9 @@ Ref<ManagedStream> stream_of(ServiceCall& call) {
 }
 
 size_t checked_count(int32_t count) {
-    if (count < 0) throw_out_of_range("count", "The count " + std::to_string(count) + " is negative.");
+    if (count < 0) {
+        throw_out_of_range("count", "The count " + std::to_string(count) + " is negative.");
+    }
     return static_cast<size_t>(count);
 }
 
@@ -52,7 +54,9 @@ void write(ServiceCall& call) {
 
 void seek(ServiceCall& call) {
     const auto origin = call.frame.argument<int32_t>(2);
-    if (origin < 0 || origin > 2) throw_argument("The seek origin " + std::to_string(origin) + " is none of 0, 1, 2.");
+    if (origin < 0 || origin > 2) {
+        throw_argument("The seek origin " + std::to_string(origin) + " is none of 0, 1, 2.");
+    }
     call.frame.set_result(stream_of(call)->seek(call.frame.argument<int64_t>(1), static_cast<SeekFrom>(origin)));
 }
 

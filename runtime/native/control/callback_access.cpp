@@ -15,7 +15,9 @@ void* address(Function function) {
 template <class Table>
 void* slot_of(const Table* table, int slot) {
     constexpr int kCount = sizeof(Table) / sizeof(void*);
-    if (!table || slot < 0 || slot >= kCount) return nullptr;
+    if (!table || slot < 0 || slot >= kCount) {
+        return nullptr;
+    }
     return reinterpret_cast<void* const*>(table)[slot];
 }
 
@@ -42,23 +44,49 @@ void* single(const Callbacks& of, int slot) {
 
 void* find_callback(const Callbacks& of, const char* table, int slot) {
     const std::string_view name = table;
-    if (name == "single") return single(of, slot);
-    if (name == "obj_api") return slot_of(of.objects, slot);
+    if (name == "single") {
+        return single(of, slot);
+    }
+    if (name == "obj_api") {
+        return slot_of(of.objects, slot);
+    }
     if (name == "generic") {
-        if (!of.generic || slot < 0 || slot >= static_cast<int>(kGenericCallbackCount)) return nullptr;
+        if (!of.generic || slot < 0 || slot >= static_cast<int>(kGenericCallbackCount)) {
+            return nullptr;
+        }
         return of.generic[slot] ? *of.generic[slot] : nullptr;
     }
-    if (!of.tables) return nullptr;
+    if (!of.tables) {
+        return nullptr;
+    }
     const PyStaticCallbacks& all = *of.tables;
-    if (name == "read") return slot_of(all.read, slot);
-    if (name == "write") return slot_of(all.write, slot);
-    if (name == "buffer") return slot_of(all.buffer, slot);
-    if (name == "tpo_api") return slot_of(all.tpo_api, slot);
-    if (name == "iter") return slot_of(all.iter, slot);
-    if (name == "ucol") return slot_of(all.ucol, slot);
-    if (name == "olist") return slot_of(all.olist, slot);
-    if (name == "oseq") return slot_of(all.oseq, slot);
-    if (name == "rawio") return slot_of(all.rawio, slot);
+    if (name == "read") {
+        return slot_of(all.read, slot);
+    }
+    if (name == "write") {
+        return slot_of(all.write, slot);
+    }
+    if (name == "buffer") {
+        return slot_of(all.buffer, slot);
+    }
+    if (name == "tpo_api") {
+        return slot_of(all.tpo_api, slot);
+    }
+    if (name == "iter") {
+        return slot_of(all.iter, slot);
+    }
+    if (name == "ucol") {
+        return slot_of(all.ucol, slot);
+    }
+    if (name == "olist") {
+        return slot_of(all.olist, slot);
+    }
+    if (name == "oseq") {
+        return slot_of(all.oseq, slot);
+    }
+    if (name == "rawio") {
+        return slot_of(all.rawio, slot);
+    }
     return nullptr;
 }
 

@@ -1,5 +1,6 @@
 // The callbacks that an assembly's module handed over, by table and slot, so that a test can call them itself.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_CALLBACK_ACCESS_H
+#define ZELMOR_RUNTIME_NATIVE_CONTROL_CALLBACK_ACCESS_H
 
 #include "runtime/native/core/callbacks.h"
 
@@ -11,3 +12,5 @@ namespace zelmor::embed::control {
 void* find_callback(const Callbacks& of, const char* table, int slot);
 
 }  // namespace zelmor::embed::control
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CONTROL_CALLBACK_ACCESS_H

@@ -1,4 +1,4 @@
-// The test flavour at start-up and delegate creation: settings, records, the journal in front of each delegate.
+// The test flavor at start-up and delegate creation: settings, records, the journal in front of each delegate.
 #include "runtime/native/control/control.h"
 
 #include <memory>
@@ -53,7 +53,9 @@ int on_initialize(const char* exe_path, const char* domain_name, int property_co
     writer.close(']').close('}');
     startup() = writer;
     read_environment();
-    if (settings().journal) journal_start();
+    if (settings().journal) {
+        journal_start();
+    }
     return settings().initialize_status;
 }
 
@@ -68,7 +70,9 @@ Delegate on_create_delegate(const char* assembly, const char* type, const char* 
         made = resolve_delegate(assembly, type, method);
     }
     note_request(assembly, type, method, made.status);
-    if (made.status == kOk) made.address = journaled(made, assembly, type, method);
+    if (made.status == kOk) {
+        made.address = journaled(made, assembly, type, method);
+    }
     return made;
 }
 

@@ -1,7 +1,8 @@
-// Where the test flavour of the runtime takes part in start-up and delegate creation.
+// Where the test flavor of the runtime takes part in start-up and delegate creation.
 //
-// The product flavour passes everything on and has none of the rest; which flavour it is, the build decides.
-#pragma once
+// The product flavor passes everything on and has none of the rest; which flavor it is, the build decides.
+#ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_CONTROL_H
+#define ZELMOR_RUNTIME_NATIVE_CONTROL_CONTROL_H
 
 #include "runtime/native/delegates/resolve.h"
 
@@ -23,3 +24,5 @@ inline Delegate on_create_delegate(const char* assembly, const char* type, const
 #endif
 
 }  // namespace zelmor::embed::control
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CONTROL_CONTROL_H

@@ -1,16 +1,16 @@
-// The control interface of the test flavour, in C: what tests/python/support/control.py calls.
+// The control interface of the test flavor, in C: what tests/python/support/control.py calls.
 //
 // Functions that deliver text take a buffer and its size and answer the size that the whole needs, its final zero
 // included. None of them is there in the installed product.
 #include <map>
 #include <string>
 
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/control/callback_access.h"
 #include "runtime/native/control/journal.h"
 #include "runtime/native/control/settings.h"
 #include "runtime/native/control/startup.h"
 #include "runtime/native/control/text_writer.h"
-#include "runtime/native/core/collection.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
@@ -79,8 +79,9 @@ ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
         &counts);
     TextWriter writer;
     writer.open('{');
-    for (const auto& [name, count] : counts)
+    for (const auto& [name, count] : counts) {
         writer.key(name).number(count);
+    }
     return deliver(writer.close('}').result(), buffer, size);
 }
 
@@ -107,7 +108,9 @@ ZELMOR_CONTROL void zelmor_control_script_result(const char* type, const char* m
                                                  const unsigned char* bytes, size_t size) {
     Script script = script_for(type, method);
     script.result = result;
-    if (out >= 0) script.out.push_back({static_cast<size_t>(out), {bytes, bytes + size}});
+    if (out >= 0) {
+        script.out.push_back({static_cast<size_t>(out), {bytes, bytes + size}});
+    }
     add_script(std::move(script));
 }
 // The next call of an entry point runs this function in its place.

@@ -86,8 +86,9 @@ size_t argument_width(char code) {
 __attribute__((no_sanitize("address"))) std::string bytes_at(const void* data, size_t size) {
     std::string copy(size, '\0');
     const auto* from = static_cast<const volatile char*>(data);
-    for (size_t i = 0; i < size; ++i)
+    for (size_t i = 0; i < size; ++i) {
         copy[i] = from[i];
+    }
     return copy;
 }
 
@@ -95,7 +96,9 @@ Snapshot snapshot(char code, uint64_t word) {
     Snapshot shot;
     const size_t size = record_size(code);
     const auto* record = reinterpret_cast<const void*>(word);
-    if (size == 0 || !record) return shot;
+    if (size == 0 || !record) {
+        return shot;
+    }
     shot.has_record = true;
     shot.record = bytes_at(record, size);
     if (code == 'T') {
@@ -107,15 +110,18 @@ Snapshot snapshot(char code, uint64_t word) {
     } else if (code == 'B') {
         const auto& bytes = *static_cast<const PyBytesArg*>(record);
         shot.has_content = bytes.length >= 0;
-        if (bytes.length > 0) shot.content = bytes_at(bytes.data, static_cast<size_t>(bytes.length));
+        if (bytes.length > 0) {
+            shot.content = bytes_at(bytes.data, static_cast<size_t>(bytes.length));
+        }
     }
     return shot;
 }
 
 std::vector<Snapshot> snapshots(const HandedOut& called, const std::vector<uint64_t>& words) {
     std::vector<Snapshot> shots;
-    for (size_t i = 0; i < words.size(); ++i)
+    for (size_t i = 0; i < words.size(); ++i) {
         shots.push_back(snapshot(called.signature[i + 1], words[i]));
+    }
     return shots;
 }
 
@@ -133,7 +139,9 @@ bool matches(const Script& script, const HandedOut& called) {
 }
 
 PyObject* python_text(const Callbacks& to, const std::optional<std::string>& text) {
-    if (!text) return nullptr;
+    if (!text) {
+        return nullptr;
+    }
     const std::u16string wide = to_utf16(*text);
     return to.py_unraisable_string(wide.data(), static_cast<int>(wide.size()));
 }
@@ -152,7 +160,9 @@ void play(const Script& script, const HandedOut& called, CallFrame& frame) {
         const Callbacks& to = callbacks_of(called.assembly);
         to.exception(python_text(to, script.name), python_text(to, script.detail));
     }
-    if (called.signature[0] != 'v') *static_cast<uint64_t*>(frame.result()) = script.result;
+    if (called.signature[0] != 'v') {
+        *static_cast<uint64_t*>(frame.result()) = script.result;
+    }
 }
 
 void write_shots(TextWriter& writer, const char* key, const std::vector<Snapshot>& shots) {
@@ -171,8 +181,9 @@ void write_call(TextWriter& writer, const Call& call) {
     writer.key("method").text(call.called->method);
     writer.key("signature").text(call.called->signature);
     writer.key("arguments").open('[');
-    for (const uint64_t word : call.words)
+    for (const uint64_t word : call.words) {
         writer.word(word);
+    }
     writer.close(']');
     write_shots(writer, "records", call.before);
     writer.key("contents").open('[');
@@ -200,8 +211,9 @@ void journal_clear() {
 std::string journal_text() {
     TextWriter writer;
     writer.open('[');
-    for (const Call& call : state().calls)
+    for (const Call& call : state().calls) {
         write_call(writer, call);
+    }
     return writer.close(']').result();
 }
 
@@ -232,7 +244,9 @@ std::string order_text() {
 void run_call(const HandedOut& called, CallFrame& frame) {
     const bool hands_over =
         called.type == kExchangeHostType && (called.method.starts_with("Set") || called.method == "InitServices");
-    if (hands_over) note_hand_over(called);
+    if (hands_over) {
+        note_hand_over(called);
+    }
 
     const bool recording = state().recording;
     Call call{&called, {}, {}, {}, 0};

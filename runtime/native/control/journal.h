@@ -1,5 +1,6 @@
 // What was called, with every argument as it stood on the wire; and what a test wants the next call to do instead.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_JOURNAL_H
+#define ZELMOR_RUNTIME_NATIVE_CONTROL_JOURNAL_H
 
 #include <cstdint>
 #include <optional>
@@ -58,3 +59,5 @@ std::string order_text();  // a JSON array
 void run_call(const HandedOut& called, CallFrame& frame);
 
 }  // namespace zelmor::embed::control
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CONTROL_JOURNAL_H

@@ -19,7 +19,9 @@ std::string add_missing(Settings& to, const std::string& value) {
     MissingEntry entry{value.substr(0, mark), value.substr(mark + 2)};
     if (entry.method[0] == '#') {
         entry.nth = std::atoi(entry.method.c_str() + 1);
-        if (entry.nth < 1) return "missing wants a number from 1 behind '#', not '" + entry.method + "'";
+        if (entry.nth < 1) {
+            return "missing wants a number from 1 behind '#', not '" + entry.method + "'";
+        }
         entry.method.clear();
     }
     to.missing.push_back(std::move(entry));
@@ -30,7 +32,9 @@ std::string add_setting(Settings& to, const std::string& text) {
     const size_t equals = text.find('=');
     const std::string name = text.substr(0, equals);
     const std::string value = equals == std::string::npos ? "" : text.substr(equals + 1);
-    if (name == "missing") return add_missing(to, value);
+    if (name == "missing") {
+        return add_missing(to, value);
+    }
     if (name == "init_status") {
         char* end = nullptr;
         to.initialize_status = static_cast<int>(std::strtoul(value.c_str(), &end, 0));
@@ -55,7 +59,9 @@ std::string add_settings(Settings& to, const std::string& text) {
         const size_t end = std::min(text.find(';', first), text.size());
         if (end > first) {
             std::string error = add_setting(to, text.substr(first, end - first));
-            if (!error.empty()) return error;
+            if (!error.empty()) {
+                return error;
+            }
         }
         first = end + 1;
     }
@@ -64,17 +70,25 @@ std::string add_settings(Settings& to, const std::string& text) {
 
 void read_environment() {
     const char* text = std::getenv(kVariable);
-    if (!text) return;
+    if (!text) {
+        return;
+    }
     const std::string error = add_settings(settings(), text);
-    if (error.empty()) return;
+    if (error.empty()) {
+        return;
+    }
     std::fprintf(stderr, "%s: %s\n", kVariable, error.c_str());
     std::abort();
 }
 
 bool is_missing(const std::string& type, const char* full_name, const std::string& method, int nth) {
     for (const MissingEntry& entry : settings().missing) {
-        if (entry.type != type && (!full_name || entry.type != full_name)) continue;
-        if (entry.nth ? entry.nth == nth : entry.method == method) return true;
+        if (entry.type != type && (!full_name || entry.type != full_name)) {
+            continue;
+        }
+        if (entry.nth ? entry.nth == nth : entry.method == method) {
+            return true;
+        }
     }
     return false;
 }

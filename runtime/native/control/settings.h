@@ -6,7 +6,8 @@
 //     init_status=<number>       fails coreclr_initialize
 //     journal=1                  starts the journal before anything is called
 // parted by semicolons. Anything else in it ends the process with a message: a test with a typo must not pass.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_SETTINGS_H
+#define ZELMOR_RUNTIME_NATIVE_CONTROL_SETTINGS_H
 
 #include <string>
 #include <vector>
@@ -35,3 +36,5 @@ void read_environment();
 bool is_missing(const std::string& type, const char* full_name, const std::string& method, int nth);
 
 }  // namespace zelmor::embed::control
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CONTROL_SETTINGS_H

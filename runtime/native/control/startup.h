@@ -1,5 +1,6 @@
 // What the runtime was started with.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_STARTUP_H
+#define ZELMOR_RUNTIME_NATIVE_CONTROL_STARTUP_H
 
 #include <string>
 
@@ -9,3 +10,5 @@ namespace zelmor::embed::control {
 std::string startup_text();
 
 }  // namespace zelmor::embed::control
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CONTROL_STARTUP_H

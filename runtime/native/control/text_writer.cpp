@@ -8,45 +8,47 @@
 namespace zelmor::embed::control {
 
 void TextWriter::separate() {
-    if (comma_) result_ += ',';
-    comma_ = true;
+    if (m_comma) {
+        m_result += ',';
+    }
+    m_comma = true;
 }
 
 TextWriter& TextWriter::open(char bracket) {
     separate();
-    result_ += bracket;
-    comma_ = false;
+    m_result += bracket;
+    m_comma = false;
     return *this;
 }
 
 TextWriter& TextWriter::close(char bracket) {
-    result_ += bracket;
-    comma_ = true;
+    m_result += bracket;
+    m_comma = true;
     return *this;
 }
 
 TextWriter& TextWriter::key(std::string_view name) {
     text(name);
-    result_ += ':';
-    comma_ = false;
+    m_result += ':';
+    m_comma = false;
     return *this;
 }
 
 TextWriter& TextWriter::text(std::string_view value) {
     separate();
-    result_ += '"';
+    m_result += '"';
     for (const char c : value) {
         if (c == '"' || c == '\\') {
-            (result_ += '\\') += c;
+            (m_result += '\\') += c;
         } else if (static_cast<unsigned char>(c) < 0x20) {
             char escaped[8];
             std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(c));
-            result_ += escaped;
+            m_result += escaped;
         } else {
-            result_ += c;
+            m_result += c;
         }
     }
-    result_ += '"';
+    m_result += '"';
     return *this;
 }
 
@@ -56,7 +58,7 @@ TextWriter& TextWriter::text_or_null(const char* value) {
 
 TextWriter& TextWriter::number(int64_t value) {
     separate();
-    result_ += std::to_string(value);
+    m_result += std::to_string(value);
     return *this;
 }
 
@@ -69,18 +71,18 @@ TextWriter& TextWriter::word(uint64_t value) {
 TextWriter& TextWriter::bytes(const void* data, size_t size) {
     constexpr char kDigits[] = "0123456789abcdef";
     separate();
-    result_ += '"';
+    m_result += '"';
     for (size_t i = 0; i < size; ++i) {
         const auto byte = static_cast<const unsigned char*>(data)[i];
-        (result_ += kDigits[byte >> 4]) += kDigits[byte & 0xF];
+        (m_result += kDigits[byte >> 4]) += kDigits[byte & 0xF];
     }
-    result_ += '"';
+    m_result += '"';
     return *this;
 }
 
 TextWriter& TextWriter::null() {
     separate();
-    result_ += "null";
+    m_result += "null";
     return *this;
 }
 

@@ -1,5 +1,6 @@
 // A small writer of JSON text, in which the control interface hands its records to the tests.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_TEXT_WRITER_H
+#define ZELMOR_RUNTIME_NATIVE_CONTROL_TEXT_WRITER_H
 
 #include <cstddef>
 #include <cstdint>
@@ -20,16 +21,18 @@ class TextWriter {
     TextWriter& word(uint64_t value);                  // "0x1f"
     TextWriter& bytes(const void* data, size_t size);  // hexadecimal digits
     TextWriter& null();
-    const std::string& result() const { return result_; }
+    const std::string& result() const { return m_result; }
 
  private:
     void separate();
 
-    std::string result_;
-    bool comma_ = false;
+    std::string m_result;
+    bool m_comma = false;
 };
 
 // Copies a text with its final zero into a caller's buffer as far as it fits; the size that the whole needs.
 size_t deliver(const std::string& text, char* buffer, size_t size);
 
 }  // namespace zelmor::embed::control
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CONTROL_TEXT_WRITER_H

@@ -17,7 +17,9 @@ namespace {
 // Texts of an exception are built by the builder that never leaves an error of its own behind. A null result means
 // that it could not be built; the callback has words for that.
 PyObject* unraisable_string(const Callbacks& to, const char* text) noexcept {
-    if (!to.py_unraisable_string) return nullptr;
+    if (!to.py_unraisable_string) {
+        return nullptr;
+    }
     try {
         const std::u16string wide = to_utf16(text);
         return to.py_unraisable_string(wide.data(), static_cast<int>(wide.size()));
@@ -29,7 +31,9 @@ PyObject* unraisable_string(const Callbacks& to, const char* text) noexcept {
 void report(const char* name, const char* detail) noexcept {
     const Callbacks& to = callbacks();
     // Before the hand-over there is nobody to tell; the zero result is all that the caller gets.
-    if (to.exception) to.exception(unraisable_string(to, name), unraisable_string(to, detail));
+    if (to.exception) {
+        to.exception(unraisable_string(to, name), unraisable_string(to, detail));
+    }
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The last step before a C++ exception would leave an entry point: it becomes the exception callback.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_BOUNDARY_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_BOUNDARY_H
 
 namespace zelmor::embed {
 
@@ -9,3 +10,5 @@ namespace zelmor::embed {
 void report_current_exception() noexcept;
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_BOUNDARY_H

@@ -24,7 +24,9 @@ constexpr std::array<const char*, kAssemblyCount> kAssemblyNames = {
 std::array<Callbacks, kAssemblyCount> all_callbacks;
 
 PyObject* checked(PyObject* object) {
-    if (!object) throw PythonErrorPending();
+    if (!object) {
+        throw PythonErrorPending();
+    }
     return object;
 }
 
@@ -39,7 +41,9 @@ int checked_length(size_t length, const char* what) {
 // The slot of a callback; a table that was never handed over is a defect of the caller, not a crash.
 template <class Function>
 Function handed_over(Function function, const char* name) {
-    if (!function) throw_invalid_operation(std::string("The callback '") + name + "' was not handed over.");
+    if (!function) {
+        throw_invalid_operation(std::string("The callback '") + name + "' was not handed over.");
+    }
     return function;
 }
 
@@ -51,7 +55,9 @@ const char* assembly_name(Assembly assembly) {
 
 std::optional<Assembly> find_assembly(std::string_view assembly_name) {
     for (size_t i = 0; i < kAssemblyNames.size(); ++i) {
-        if (assembly_name == kAssemblyNames[i]) return static_cast<Assembly>(i);
+        if (assembly_name == kAssemblyNames[i]) {
+            return static_cast<Assembly>(i);
+        }
     }
     return std::nullopt;
 }
@@ -62,9 +68,13 @@ Callbacks& callbacks_of(Assembly assembly) {
 
 const Callbacks& callbacks() {
     const Callbacks* current = thread_state.callbacks;
-    if (current && current->exception) return *current;
+    if (current && current->exception) {
+        return *current;
+    }
     for (const Callbacks& candidate : all_callbacks) {
-        if (candidate.exception) return candidate;
+        if (candidate.exception) {
+            return candidate;
+        }
     }
     return all_callbacks[static_cast<size_t>(Assembly::kImaging)];
 }
@@ -78,12 +88,14 @@ const PyObjApiCallbacks& object_api() {
 }
 
 AssemblyScope::AssemblyScope(Assembly assembly) noexcept
-    : state_(&thread_state), saved_(std::exchange(state_->callbacks, &all_callbacks[static_cast<size_t>(assembly)])) {}
+    : m_state(&thread_state),
+      m_saved(std::exchange(m_state->callbacks, &all_callbacks[static_cast<size_t>(assembly)])) {}
 
 AssemblyScope::~AssemblyScope() {
-    if (state_->first_reference) [[unlikely]]
-        release_waiting_references(*state_);
-    state_->callbacks = saved_;
+    if (m_state->first_reference) [[unlikely]] {
+        release_waiting_references(*m_state);
+    }
+    m_state->callbacks = m_saved;
 }
 
 // A reference that was held by a managed object, on its way back to Python.
@@ -99,9 +111,13 @@ void give_back(PyObject* object) noexcept {
     ThreadState& state = thread_state;
     const auto dec_ref = object_api().dec_ref;
     // Outside of the end of an object the holder is a local of some function, which expects Python code to run here.
-    if (!state.ending) return dec_ref(object);
+    if (!state.ending) {
+        return dec_ref(object);
+    }
     auto* waiting = new (std::nothrow) WaitingReference{object, dec_ref, nullptr};
-    if (!waiting) return dec_ref(object);
+    if (!waiting) {
+        return dec_ref(object);
+    }
     (state.last_reference ? state.last_reference->next : state.first_reference) = waiting;
     state.last_reference = waiting;
 }
@@ -111,11 +127,15 @@ void give_back(PyObject* object) noexcept {
 // What is given back may end managed objects, which give more back: all that comes is taken here, one by one, however
 // far down it came from.
 void release_waiting_references(ThreadState& state) noexcept {
-    if (state.releasing) return;
+    if (state.releasing) {
+        return;
+    }
     state.releasing = true;
     while (WaitingReference* first = state.first_reference) {
         state.first_reference = first->next;
-        if (!first->next) state.last_reference = nullptr;
+        if (!first->next) {
+            state.last_reference = nullptr;
+        }
         const WaitingReference taken = *first;
         delete first;
         taken.dec_ref(taken.object);
@@ -130,19 +150,23 @@ PyHeld PyHeld::borrow(PyObject* object) {
 
 PyHeld PyHeld::steal(PyObject* object) {
     PyHeld held;
-    held.object_ = object;
+    held.m_object = object;
     return held;
 }
 
-PyHeld::PyHeld(const PyHeld& other) : object_(other.new_reference()) {}
+PyHeld::PyHeld(const PyHeld& other) : m_object(other.new_reference()) {}
 
 PyHeld::~PyHeld() {
-    if (object_) give_back(object_);
+    if (m_object) {
+        give_back(m_object);
+    }
 }
 
 PyObject* PyHeld::new_reference() const {
-    if (object_) object_api().inc_ref(object_);
-    return object_;
+    if (m_object) {
+        object_api().inc_ref(m_object);
+    }
+    return m_object;
 }
 
 PyObject* py_none() {
@@ -169,7 +193,9 @@ PyObject* py_bool(bool value) {
 }
 
 PyObject* py_int(int64_t value) {
-    if (value >= INT32_MIN && value <= INT32_MAX) return checked(tables().write->int32(static_cast<int>(value)));
+    if (value >= INT32_MIN && value <= INT32_MAX) {
+        return checked(tables().write->int32(static_cast<int>(value)));
+    }
     return checked(tables().write->int64(value));
 }
 
@@ -185,11 +211,14 @@ std::optional<std::string> take_python_error() {
     void* owner = nullptr;
     PyStringArg text{-1, 0, nullptr};
     const auto collect = callbacks().catch_and_clear_error;
-    if (!collect || collect(&owner, &text) != 0) return std::nullopt;
+    if (!collect || collect(&owner, &text) != 0) {
+        return std::nullopt;
+    }
     const PyHeld held = PyHeld::steal(static_cast<PyObject*>(owner));
     std::string read = read_string_utf8(text).value_or("");
-    while (!read.empty() && read.back() == '\n')
+    while (!read.empty() && read.back() == '\n') {
         read.pop_back();
+    }
     return read;
 }
 

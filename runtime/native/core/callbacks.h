@@ -2,7 +2,8 @@
 //
 // Each extension module hands its own tables over; an entry point works with those of the assembly that it belongs to
 // (AssemblyScope). No helper here touches a Python object but through a callback.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_CALLBACKS_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_CALLBACKS_H
 
 #include <cstdint>
 #include <optional>
@@ -53,8 +54,8 @@ class AssemblyScope {
     AssemblyScope& operator=(const AssemblyScope&) = delete;
 
  private:
-    ThreadState* state_;
-    Callbacks* saved_;
+    ThreadState* m_state;
+    Callbacks* m_saved;
 };
 
 // A strong reference to a Python object, held through the callbacks. Letting it go may run Python code. One that is
@@ -66,19 +67,19 @@ class PyHeld {
     static PyHeld borrow(PyObject* object);  // takes a reference of its own
     static PyHeld steal(PyObject* object);   // takes over the caller's
     PyHeld(const PyHeld& other);
-    PyHeld(PyHeld&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    PyHeld(PyHeld&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
     PyHeld& operator=(PyHeld other) noexcept {
-        std::swap(object_, other.object_);
+        std::swap(m_object, other.m_object);
         return *this;
     }
     ~PyHeld();
-    PyObject* get() const noexcept { return object_; }
+    PyObject* get() const noexcept { return m_object; }
     PyObject* new_reference() const;  // for a result
-    PyObject* detach() noexcept { return std::exchange(object_, nullptr); }
-    explicit operator bool() const noexcept { return object_ != nullptr; }
+    PyObject* detach() noexcept { return std::exchange(m_object, nullptr); }
+    explicit operator bool() const noexcept { return m_object != nullptr; }
 
  private:
-    PyObject* object_ = nullptr;
+    PyObject* m_object = nullptr;
 };
 
 // New references for results. A failed builder leaves its Python error pending and raises PythonErrorPending.
@@ -101,3 +102,5 @@ std::optional<std::string> take_python_error();
 void throw_if_python_failed(const std::string& doing_what);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_CALLBACKS_H

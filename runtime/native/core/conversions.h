@@ -1,5 +1,6 @@
 // Conversions between value types that a cast makes: the conversion operators of the managed types.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_CONVERSIONS_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_CONVERSIONS_H
 
 #include "runtime/native/core/object.h"
 
@@ -19,3 +20,5 @@ struct ConversionRegistration {
 ConversionRegistration::Convert find_conversion(const TypeInfo& from, const TypeInfo& to);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_CONVERSIONS_H

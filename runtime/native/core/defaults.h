@@ -1,5 +1,6 @@
 // The values that properties have in a new object where they differ from zero, null or the first enumerator.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_DEFAULTS_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_DEFAULTS_H
 
 #include <cstdint>
 #include <span>
@@ -44,13 +45,15 @@ struct DefaultValue {
 class DefaultTable {
  public:
     explicit DefaultTable(std::span<const DefaultValue> values);
-    std::span<const DefaultValue> values() const { return values_; }
-    const DefaultTable* next() const { return next_; }
+    std::span<const DefaultValue> values() const { return m_values; }
+    const DefaultTable* next() const { return m_next; }
     static const DefaultTable* first();
 
  private:
-    std::span<const DefaultValue> values_;
-    const DefaultTable* next_;
+    std::span<const DefaultValue> m_values;
+    const DefaultTable* m_next;
 };
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_DEFAULTS_H

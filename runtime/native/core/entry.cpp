@@ -1,4 +1,4 @@
-// The registered behaviours and how they are found.
+// The registered behaviors and how they are found.
 #include "runtime/native/core/entry.h"
 
 #include <string>
@@ -8,8 +8,8 @@ namespace zelmor::embed {
 
 namespace {
 
-const BehaviourTable*& chain() {
-    static const BehaviourTable* first = nullptr;
+const BehaviorTable*& chain() {
+    static const BehaviorTable* first = nullptr;
     return first;
 }
 
@@ -19,22 +19,22 @@ std::string key_of(const char* type, const char* entry) {
 
 }  // namespace
 
-BehaviourTable::BehaviourTable(Assembly assembly, std::span<const Behaviour> behaviours)
-    : assembly_(assembly), behaviours_(behaviours.begin(), behaviours.end()), next_(chain()) {
+BehaviorTable::BehaviorTable(Assembly assembly, std::span<const Behavior> behaviors)
+    : m_assembly(assembly), m_behaviors(behaviors.begin(), behaviors.end()), m_next(chain()) {
     chain() = this;
 }
 
-const BehaviourTable* BehaviourTable::first() {
+const BehaviorTable* BehaviorTable::first() {
     return chain();
 }
 
-const Behaviour* find_behaviour(const char* type_full_name, const char* entry_name) {
-    using Index = std::unordered_map<std::string, const Behaviour*>;
+const Behavior* find_behavior(const char* type_full_name, const char* entry_name) {
+    using Index = std::unordered_map<std::string, const Behavior*>;
     static const Index& index = *new Index([] {
         Index all;
-        for (const BehaviourTable* table = BehaviourTable::first(); table; table = table->next()) {
-            for (const Behaviour& behaviour : table->behaviours()) {
-                all.emplace(key_of(behaviour.type, behaviour.entry), &behaviour);
+        for (const BehaviorTable* table = BehaviorTable::first(); table; table = table->next()) {
+            for (const Behavior& behavior : table->behaviors()) {
+                all.emplace(key_of(behavior.type, behavior.entry), &behavior);
             }
         }
         return all;

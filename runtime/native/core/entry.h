@@ -5,11 +5,11 @@
 //
 //     SizeValue size_add(const SizeValue& a, const SizeValue& b);          // "pVV"
 //     void set_width(SizeValue& self, int32_t width);                      // "vpi"
-//     const Behaviour kMembers[] = {
+//     const Behavior kMembers[] = {
 //         {"Zelmor.Imaging.Size", "call_000_Add", entry<&size_add>()},
 //         {"Zelmor.Imaging.Size", "set_Width", entry<&set_width>()},
 //     };
-//     const BehaviourTable table(Assembly::kImaging, kMembers);
+//     const BehaviorTable table(Assembly::kImaging, kMembers);
 //
 // Parameters:  numbers, bool, enum class (by underlying type); Handle (raw); T& and T* of a managed object, T* may be
 // null; const V& or V of a value type (an argument), V& (the instance itself); std::string (UTF-8) and std::u16string,
@@ -19,7 +19,8 @@
 // Results: numbers, bool, enum class, V, Ref<T>, Handle, std::u16string, std::string, std::optional of these, Bytes and
 // Value (as a Python object), PyObject* (a new reference), TimeSpanValue; Interface, Collection, Ref<ManagedStream> and
 // the other values of system_values.h (through the trailing out record).
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_H
 
 #include <array>
 #include <initializer_list>
@@ -53,34 +54,36 @@ struct EntryPoint {
     void* address;
 };
 
-struct Behaviour {
+struct Behavior {
     const char* type;   // full managed name
     const char* entry;  // "call_000_Add"
     EntryPoint point;
 };
 
-// The behaviours of one file. Defined at namespace scope; linking the file is all that it takes to register it.
-class BehaviourTable {
+// The behaviors of one file. Defined at namespace scope; linking the file is all that it takes to register it.
+class BehaviorTable {
  public:
-    BehaviourTable(Assembly assembly, std::span<const Behaviour> behaviours);
-    BehaviourTable(Assembly assembly, std::initializer_list<Behaviour> behaviours)
-        : BehaviourTable(assembly, std::span(behaviours.begin(), behaviours.size())) {}
+    BehaviorTable(Assembly assembly, std::span<const Behavior> behaviors);
+    BehaviorTable(Assembly assembly, std::initializer_list<Behavior> behaviors)
+        : BehaviorTable(assembly, std::span(behaviors.begin(), behaviors.size())) {}
     // Adds one whose name is made at run time; the name has to stay. Only before the first look-up.
-    void add(const Behaviour& behaviour) { behaviours_.push_back(behaviour); }
-    Assembly assembly() const { return assembly_; }
-    const std::vector<Behaviour>& behaviours() const { return behaviours_; }
-    const BehaviourTable* next() const { return next_; }
-    static const BehaviourTable* first();
+    void add(const Behavior& behavior) { m_behaviors.push_back(behavior); }
+    Assembly assembly() const { return m_assembly; }
+    const std::vector<Behavior>& behaviors() const { return m_behaviors; }
+    const BehaviorTable* next() const { return m_next; }
+    static const BehaviorTable* first();
 
  private:
-    Assembly assembly_;
-    std::vector<Behaviour> behaviours_;
-    const BehaviourTable* next_;
+    Assembly m_assembly;
+    std::vector<Behavior> m_behaviors;
+    const BehaviorTable* m_next;
 };
 
-// The registered behaviour of an entry point, or null.
-const Behaviour* find_behaviour(const char* type_full_name, const char* entry_name);
+// The registered behavior of an entry point, or null.
+const Behavior* find_behavior(const char* type_full_name, const char* entry_name);
 
 }  // namespace zelmor::embed
 
 #include "runtime/native/core/entry_traits.h"
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_H

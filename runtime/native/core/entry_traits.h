@@ -1,7 +1,8 @@
 // How C++ parameter and result types map to the wire; the machinery behind entry<&f>().
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_TRAITS_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_TRAITS_H
 
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/stream.h"
 
@@ -19,10 +20,18 @@ constexpr char scalar_code() {
         return 'd';
     } else if constexpr (std::is_integral_v<T>) {
         constexpr bool is_signed = std::is_signed_v<T>;
-        if constexpr (sizeof(T) == 1) return is_signed ? 'c' : 'C';
-        if constexpr (sizeof(T) == 2) return is_signed ? 's' : 'S';
-        if constexpr (sizeof(T) == 4) return is_signed ? 'i' : 'I';
-        if constexpr (sizeof(T) == 8) return is_signed ? 'l' : 'L';
+        if constexpr (sizeof(T) == 1) {
+            return is_signed ? 'c' : 'C';
+        }
+        if constexpr (sizeof(T) == 2) {
+            return is_signed ? 's' : 'S';
+        }
+        if constexpr (sizeof(T) == 4) {
+            return is_signed ? 'i' : 'I';
+        }
+        if constexpr (sizeof(T) == 8) {
+            return is_signed ? 'l' : 'L';
+        }
     }
 }
 
@@ -42,7 +51,7 @@ struct Arg<T> {
     static T read(T value) { return value; }
 };
 template <class T>
-requires std::is_enum_v<T>
+    requires std::is_enum_v<T>
 struct Arg<T> {
     using Wire = std::underlying_type_t<T>;
     static constexpr char code = scalar_code<Wire>();
@@ -120,7 +129,9 @@ struct Arg<std::span<const std::byte>> {
     using Wire = const PyBytesArg*;
     static constexpr char code = 'B';
     static std::span<const std::byte> read(const PyBytesArg* value) {
-        if (value->length < 0) throw_argument_null("a byte array");
+        if (value->length < 0) {
+            throw_argument_null("a byte array");
+        }
         return {static_cast<const std::byte*>(value->data), static_cast<size_t>(value->length)};
     }
 };
@@ -131,7 +142,9 @@ struct Arg<std::span<std::byte>> {
     using Wire = const PyBytesArg*;
     static constexpr char code = 'B';
     static std::span<std::byte> read(const PyBytesArg* value) {
-        if (value->length < 0) throw_argument_null("a byte array");
+        if (value->length < 0) {
+            throw_argument_null("a byte array");
+        }
         return {static_cast<std::byte*>(const_cast<void*>(static_cast<const void*>(value->data))),
                 static_cast<size_t>(value->length)};
     }
@@ -177,17 +190,19 @@ struct Arg<std::optional<std::string>> : TextArg {
     static std::optional<std::string> read(const PyStringArg* value) { return read_string_utf8(*value); }
 };
 template <class S>
-requires std::is_same_v<S, std::string> || std::is_same_v<S, std::u16string>
+    requires std::is_same_v<S, std::string> || std::is_same_v<S, std::u16string>
 struct Arg<S> : TextArg {
     static S read(const PyStringArg* value) {
         auto text = Arg<std::optional<S>>::read(value);
-        if (!text) throw_null_string();
+        if (!text) {
+            throw_null_string();
+        }
         return std::move(*text);
     }
 };
 template <class T>
-requires(!StructValue<T> && !ManagedClass<T>) struct Arg<const T&> : Arg<T> {
-};
+    requires(!StructValue<T> && !ManagedClass<T>)
+struct Arg<const T&> : Arg<T> {};
 
 // Result: write() makes what the delegate returns; kTrailing where it leaves through an out record instead.
 template <class R>
@@ -205,7 +220,7 @@ struct Result<T> {
     static T write(T value) { return value; }
 };
 template <class T>
-requires std::is_enum_v<T>
+    requires std::is_enum_v<T>
 struct Result<T> {
     using Wire = std::underlying_type_t<T>;
     static constexpr char code = scalar_code<Wire>();
@@ -294,9 +309,7 @@ struct Result<Collection> {
     static void write(const Collection& value, Out out) { write_collection(value.value, out); }
 };
 template <class R>
-concept TrailingResult = requires {
-    typename Result<R>::Out;
-};
+concept TrailingResult = requires { typename Result<R>::Out; };
 
 template <auto F, Assembly A, class Type = decltype(F)>
 struct Boundary;
@@ -316,7 +329,9 @@ struct Boundary<F, A, R (*)(P...)> {
         } catch (...) {
             report_current_exception();
         }
-        if constexpr (!std::is_void_v<R>) return {};
+        if constexpr (!std::is_void_v<R>) {
+            return {};
+        }
     }
 };
 
@@ -344,3 +359,5 @@ EntryPoint entry() {
 }
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_TRAITS_H

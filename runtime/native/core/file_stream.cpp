@@ -19,28 +19,32 @@ class FileStream final : public ManagedStream {
  public:
     FileStream(std::string path, FileUse use, const char* doing)
         : ManagedStream(intern_type("System.IO.FileStream", TypeKind::kClass, &stream_type())),
-          path_(std::move(path)),
-          writable_(use != FileUse::kRead) {
+          m_path(std::move(path)),
+          m_writable(use != FileUse::kRead) {
         const int flags = use == FileUse::kRead        ? O_RDONLY
                           : use == FileUse::kReadWrite ? O_RDWR
                                                        : O_RDWR | O_CREAT | O_TRUNC;
-        descriptor_ = ::open(path_.c_str(), flags | O_CLOEXEC, 0666);
-        if (descriptor_ < 0) throw_file_error(path_, errno, doing);
+        m_descriptor = ::open(m_path.c_str(), flags | O_CLOEXEC, 0666);
+        if (m_descriptor < 0) {
+            throw_file_error(m_path, errno, doing);
+        }
         struct stat info {};
-        if (::fstat(descriptor_, &info) == 0 && S_ISDIR(info.st_mode)) {
+        if (::fstat(m_descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
             close_descriptor();
-            throw_file_error(path_, EISDIR, doing);
+            throw_file_error(m_path, EISDIR, doing);
         }
     }
     ~FileStream() override { close_descriptor(); }
 
     bool can_read() const override { return !disposed(); }
-    bool can_write() const override { return writable_ && !disposed(); }
-    bool can_seek() const override { return !disposed() && ::lseek(descriptor_, 0, SEEK_CUR) >= 0; }
+    bool can_write() const override { return m_writable && !disposed(); }
+    bool can_seek() const override { return !disposed() && ::lseek(m_descriptor, 0, SEEK_CUR) >= 0; }
     int64_t length() override {
         require_seeking();
         struct stat info {};
-        if (::fstat(open_descriptor(), &info) != 0) throw_file_error(path_, errno, "use");
+        if (::fstat(open_descriptor(), &info) != 0) {
+            throw_file_error(m_path, errno, "use");
+        }
         return info.st_size;
     }
     int64_t position() override {
@@ -52,11 +56,15 @@ class FileStream final : public ManagedStream {
         return checked(::lseek(open_descriptor(), offset, static_cast<int>(from)));
     }
     void set_length(int64_t length) override {
-        if (length < 0) throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
+        if (length < 0) {
+            throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
+        }
         require_seeking();
         require_writable();
         checked(::ftruncate(open_descriptor(), length));
-        if (position() > length) seek(length, SeekFrom::kBegin);
+        if (position() > length) {
+            seek(length, SeekFrom::kBegin);
+        }
     }
     size_t read(std::span<std::byte> into) override {
         return static_cast<size_t>(checked(retried(::read, into.data(), into.size())));
@@ -74,20 +82,24 @@ class FileStream final : public ManagedStream {
  private:
     int open_descriptor() const {
         require_live();
-        return descriptor_;
+        return m_descriptor;
     }
     // A pipe has no length and no position.
     void require_seeking() const {
         require_live();
         if (!can_seek()) {
-            throw ManagedException("NotSupportedException", "The stream of '" + path_ + "' does not support seeking.");
+            throw ManagedException("NotSupportedException", "The stream of '" + m_path + "' does not support seeking.");
         }
     }
     void require_writable() const {
-        if (!writable_) throw ManagedException("NotSupportedException", "The stream of '" + path_ + "' is read-only.");
+        if (!m_writable) {
+            throw ManagedException("NotSupportedException", "The stream of '" + m_path + "' is read-only.");
+        }
     }
     int64_t checked(int64_t result) const {
-        if (result < 0) throw_file_error(path_, errno, "use");
+        if (result < 0) {
+            throw_file_error(m_path, errno, "use");
+        }
         return result;
     }
     template <class Call, class Data>
@@ -99,13 +111,15 @@ class FileStream final : public ManagedStream {
         return result;
     }
     void close_descriptor() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-        descriptor_ = -1;
+        if (m_descriptor >= 0) {
+            ::close(m_descriptor);
+        }
+        m_descriptor = -1;
     }
 
-    std::string path_;
-    bool writable_;
-    int descriptor_ = -1;
+    std::string m_path;
+    bool m_writable;
+    int m_descriptor = -1;
 };
 
 }  // namespace

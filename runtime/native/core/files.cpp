@@ -44,29 +44,33 @@ std::string quoted(const std::string& path) {
 
 class Descriptor {
  public:
-    explicit Descriptor(int number) : number_(number) {}
+    explicit Descriptor(int number) : m_number(number) {}
     ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
+        if (m_number >= 0) {
+            ::close(m_number);
+        }
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return number_; }
+    int get() const { return m_number; }
     // Tells of an error that only closing brings to light.
     int close() {
-        const int result = ::close(number_);
-        number_ = -1;
+        const int result = ::close(m_number);
+        m_number = -1;
         return result;
     }
 
  private:
-    int number_;
+    int m_number;
 };
 
 int write_all(int descriptor, std::span<const uint8_t> data) {
     while (!data.empty()) {
         const ssize_t written = ::write(descriptor, data.data(), data.size());
         if (written < 0) {
-            if (errno == EINTR) continue;
+            if (errno == EINTR) {
+                continue;
+            }
             return errno;
         }
         data = data.subspan(static_cast<size_t>(written));
@@ -83,49 +87,69 @@ std::string resolved(const std::string& path) {
 // A file beside the target that is gone again unless it was moved into place.
 class Draft {
  public:
-    explicit Draft(const std::string& target) : target_(target) {
+    explicit Draft(const std::string& target) : m_target(target) {
         std::random_device random;
         do {
-            name_ = directory_of(target) + "/.zelmor-" + std::to_string(random()) + ".part";
-            descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        } while (descriptor_ < 0 && errno == EEXIST);
-        if (descriptor_ >= 0) return;
-        if (errno == EACCES || errno == EPERM) throw_denied(target, "there is no permission to write to its directory");
+            m_name = directory_of(target) + "/.zelmor-" + std::to_string(random()) + ".part";
+            m_descriptor = ::open(m_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        } while (m_descriptor < 0 && errno == EEXIST);
+        if (m_descriptor >= 0) {
+            return;
+        }
+        if (errno == EACCES || errno == EPERM) {
+            throw_denied(target, "there is no permission to write to its directory");
+        }
         throw_file_error(target, errno, "write");
     }
     ~Draft() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-        if (!moved_) ::unlink(name_.c_str());
+        if (m_descriptor >= 0) {
+            ::close(m_descriptor);
+        }
+        if (!m_moved) {
+            ::unlink(m_name.c_str());
+        }
     }
     Draft(const Draft&) = delete;
     Draft& operator=(const Draft&) = delete;
 
     void write(std::span<const uint8_t> data) {
-        if (const int error = write_all(descriptor_, data)) throw_file_error(target_, error, "write");
+        if (const int error = write_all(m_descriptor, data)) {
+            throw_file_error(m_target, error, "write");
+        }
     }
     void set_mode(mode_t mode) {
-        if (::fchmod(descriptor_, mode) != 0) throw_file_error(target_, errno, "write");
+        if (::fchmod(m_descriptor, mode) != 0) {
+            throw_file_error(m_target, errno, "write");
+        }
     }
     void move_into_place() {
-        const int closed = ::close(descriptor_);  // tells of errors that writing left behind
-        descriptor_ = -1;
-        if (closed != 0 || ::rename(name_.c_str(), target_.c_str()) != 0) throw_file_error(target_, errno, "write");
-        moved_ = true;
+        const int closed = ::close(m_descriptor);  // tells of errors that writing left behind
+        m_descriptor = -1;
+        if (closed != 0 || ::rename(m_name.c_str(), m_target.c_str()) != 0) {
+            throw_file_error(m_target, errno, "write");
+        }
+        m_moved = true;
     }
 
  private:
-    const std::string& target_;
-    std::string name_;
-    int descriptor_ = -1;
-    bool moved_ = false;
+    const std::string& m_target;
+    std::string m_name;
+    int m_descriptor = -1;
+    bool m_moved = false;
 };
 
 void write_directly(const std::string& path, std::span<const uint8_t> data) {
     Descriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (file.get() < 0) throw_file_error(path, errno, "write");
+    if (file.get() < 0) {
+        throw_file_error(path, errno, "write");
+    }
     int error = write_all(file.get(), data);
-    if (file.close() != 0 && error == 0) error = errno;
-    if (error != 0) throw_file_error(path, error, "write");
+    if (file.close() != 0 && error == 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        throw_file_error(path, error, "write");
+    }
 }
 
 }  // namespace
@@ -156,8 +180,12 @@ void throw_file_error(const std::string& path, int error, const char* doing) {
 }
 
 std::string file_path_of(const std::optional<std::u16string>& text, const char* parameter) {
-    if (!text) throw_argument_null(parameter);
-    if (text->empty()) throw_argument(std::string("The path is empty. (Parameter '") + parameter + "')");
+    if (!text) {
+        throw_argument_null(parameter);
+    }
+    if (text->empty()) {
+        throw_argument(std::string("The path is empty. (Parameter '") + parameter + "')");
+    }
     std::string path;
     size_t from = 0;
     for (size_t i = 0; i <= text->size(); ++i) {
@@ -167,9 +195,13 @@ std::string file_path_of(const std::optional<std::u16string>& text, const char* 
         }
         const bool after_high = i > 0 && ((*text)[i - 1] & 0xFC00) == 0xD800;
         const bool escaped_byte = unit >= 0xDC80 && unit <= 0xDCFF && !after_high;
-        if (i < text->size() && !escaped_byte) continue;
+        if (i < text->size() && !escaped_byte) {
+            continue;
+        }
         path += to_utf8(std::u16string_view(*text).substr(from, i - from));
-        if (escaped_byte) path.push_back(static_cast<char>(unit & 0xFF));
+        if (escaped_byte) {
+            path.push_back(static_cast<char>(unit & 0xFF));
+        }
         from = i + 1;
     }
     return path;
@@ -190,7 +222,9 @@ std::u16string text_of_file_path(const std::string& path) {
             }
             --length;
         }
-        if (length == 0) text.push_back(static_cast<char16_t>(0xDC00 + static_cast<unsigned char>(all[at])));
+        if (length == 0) {
+            text.push_back(static_cast<char16_t>(0xDC00 + static_cast<unsigned char>(all[at])));
+        }
         at += std::max<size_t>(1, length);
     }
     return text;
@@ -204,15 +238,25 @@ bool file_exists(const std::string& path) {
 void require_writable_target(const std::string& path) {
     struct stat info {};
     if (::stat(path.c_str(), &info) == 0) {
-        if (S_ISDIR(info.st_mode)) throw_file_error(path, EISDIR, "write");
-        if (!may_write(path)) throw_file_error(path, errno, "write");
+        if (S_ISDIR(info.st_mode)) {
+            throw_file_error(path, EISDIR, "write");
+        }
+        if (!may_write(path)) {
+            throw_file_error(path, errno, "write");
+        }
         return;
     }
     const std::string directory = directory_of(path);
-    if (!is_directory(directory)) throw_file_error(path, ENOENT, "write");
-    if (path.back() == '/') throw_file_error(path, EISDIR, "write");
+    if (!is_directory(directory)) {
+        throw_file_error(path, ENOENT, "write");
+    }
+    if (path.back() == '/') {
+        throw_file_error(path, EISDIR, "write");
+    }
     if (!may_write(directory)) {
-        if (errno == EACCES) throw_denied(path, "there is no permission to write to its directory");
+        if (errno == EACCES) {
+            throw_denied(path, "there is no permission to write to its directory");
+        }
         throw_file_error(path, errno, "write");
     }
 }
@@ -228,7 +272,9 @@ void write_file(const std::string& path, std::span<const uint8_t> data) {
     }
     Draft draft(target);
     draft.write(data);
-    if (exists) draft.set_mode(info.st_mode & 0777);
+    if (exists) {
+        draft.set_mode(info.st_mode & 0777);
+    }
     draft.move_into_place();
 }
 

@@ -1,7 +1,8 @@
 // Files on disk: their names, and replacing one at once.
 //
 // All failures are managed exceptions that name the path.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_FILES_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_FILES_H
 
 #include <cstdint>
 #include <optional>
@@ -33,3 +34,5 @@ void write_file(const std::string& path, std::span<const uint8_t> data);
 void require_writable_target(const std::string& path);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_FILES_H

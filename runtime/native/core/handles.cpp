@@ -33,8 +33,12 @@ Table& table() {
 }
 
 HandleKind kind_of(const ManagedObject& object) {
-    if (object.type().kind == TypeKind::kStruct) return HandleKind::kStruct;
-    if (&object.type() == &type_type()) return HandleKind::kType;
+    if (object.type().kind == TypeKind::kStruct) {
+        return HandleKind::kStruct;
+    }
+    if (&object.type() == &type_type()) {
+        return HandleKind::kType;
+    }
     return HandleKind::kObject;
 }
 
@@ -55,16 +59,22 @@ Slot& live_slot(Handle handle) {
     const auto word = reinterpret_cast<uint64_t>(handle);
     const auto index = static_cast<uint32_t>(word) - 1;
     Table& t = table();
-    if (index >= t.slots.size()) throw_stale(handle);
+    if (index >= t.slots.size()) {
+        throw_stale(handle);
+    }
     Slot& slot = t.slots[index];
-    if (slot.generation != word >> 32 || !slot.object) throw_stale(handle);
+    if (slot.generation != word >> 32 || !slot.object) {
+        throw_stale(handle);
+    }
     return slot;
 }
 
 }  // namespace
 
 Handle make_handle(Ref<ManagedObject> object) {
-    if (!object) return nullptr;
+    if (!object) {
+        return nullptr;
+    }
     Table& t = table();
     if (t.first_free == 0) {
         t.slots.emplace_back();
@@ -83,19 +93,25 @@ ManagedObject* object_of(Handle handle) {
 }
 
 ManagedObject& require_object(Handle handle) {
-    if (!handle) throw_null_reference("Object reference not set to an instance of an object.");
+    if (!handle) {
+        throw_null_reference("Object reference not set to an instance of an object.");
+    }
     return *live_slot(handle).object;
 }
 
 void free_handle(Handle handle) {
-    if (!handle) return;
+    if (!handle) {
+        return;
+    }
     Slot& slot = live_slot(handle);
     count(*slot.object, -1);
     const auto number = static_cast<uint32_t>(reinterpret_cast<uint64_t>(handle));
     const auto object = Ref<ManagedObject>::attach(slot.object);
     slot.object = nullptr;
     // Generation 0 would let slot and number alone look like a handle that was never made.
-    if (++slot.generation == 0) slot.generation = 1;
+    if (++slot.generation == 0) {
+        slot.generation = 1;
+    }
     slot.next_free = table().first_free;
     table().first_free = number;
 }  // the object may go here and may itself give handles or Python references back: the table is consistent by then
@@ -106,7 +122,9 @@ int64_t live_handles(HandleKind kind) {
 
 void for_each_live_handle(void (*visit)(const ManagedObject&, void*), void* context) {
     for (const Slot& slot : table().slots) {
-        if (slot.object) visit(*slot.object, context);
+        if (slot.object) {
+            visit(*slot.object, context);
+        }
     }
 }
 

@@ -1,9 +1,10 @@
 // The object table: what the tokens that Python holds stand for.
 //
 // A handle packs a slot number and the slot's generation. Giving a handle back raises the generation, so that a handle
-// used after that, or one that was never handed out, is recognised and answered by a managed exception. Each crossing
+// used after that, or one that was never handed out, is recognized and answered by a managed exception. Each crossing
 // of an object makes a handle of its own; a handle holds one count of the object.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_HANDLES_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_HANDLES_H
 
 #include <cstdint>
 
@@ -46,3 +47,5 @@ T* target_or_null(Handle handle);
 }  // namespace zelmor::embed
 
 #include "runtime/native/core/handles_inl.h"
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_HANDLES_H

@@ -1,5 +1,6 @@
 // Templates of handles.h.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_HANDLES_INL_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_HANDLES_INL_H
 
 #include <type_traits>
 #include <typeinfo>
@@ -25,10 +26,14 @@ T& cast_object(ManagedObject& object) {
         return object;
     } else if constexpr (std::is_final_v<T>) {
         // Nothing derives from it: comparing types will do, at a fraction of the cost.
-        if (typeid(object) == typeid(T)) return static_cast<T&>(object);
+        if (typeid(object) == typeid(T)) {
+            return static_cast<T&>(object);
+        }
         throw_invalid_cast(object.type().full_name, managed_name_of<T>());
     } else {
-        if (T* cast = dynamic_cast<T*>(&object)) return *cast;
+        if (T* cast = dynamic_cast<T*>(&object)) {
+            return *cast;
+        }
         throw_invalid_cast(object.type().full_name, managed_name_of<T>());
     }
 }
@@ -45,3 +50,5 @@ T* target_or_null(Handle handle) {
 }
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_HANDLES_INL_H

@@ -1,7 +1,8 @@
 // The exception of the managed side: a short .NET name and a text for a person.
 //
 // Thrown anywhere inside the embedded runtime; the boundary of an entry point turns it into the exception callback.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_MANAGED_EXCEPTION_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_MANAGED_EXCEPTION_H
 
 #include <exception>
 #include <string>
@@ -12,14 +13,14 @@ namespace zelmor::embed {
 class ManagedException : public std::exception {
  public:
     // `name` is the short .NET type name ("ArgumentOutOfRangeException"); `detail` is UTF-8.
-    ManagedException(std::string name, std::string detail) : name_(std::move(name)), detail_(std::move(detail)) {}
+    ManagedException(std::string name, std::string detail) : m_name(std::move(name)), detail_(std::move(detail)) {}
 
-    const std::string& name() const noexcept { return name_; }
+    const std::string& name() const noexcept { return m_name; }
     const std::string& detail() const noexcept { return detail_; }
     const char* what() const noexcept override { return detail_.c_str(); }
 
  private:
-    std::string name_;
+    std::string m_name;
     std::string detail_;
 };
 
@@ -40,3 +41,5 @@ class PythonErrorPending : public std::exception {
 [[noreturn]] void throw_not_supported(const std::string& member);                      // NotSupportedException
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_MANAGED_EXCEPTION_H

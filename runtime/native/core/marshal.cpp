@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
@@ -28,15 +28,21 @@ Value read_python_int(PyObject* number) {
 
 Value read_python_text(PyObject* text) {
     PyStringArg view{-1, 0, nullptr};
-    if (!tables().read->string(text, &view)) throw_python_error("Reading a str");
+    if (!tables().read->string(text, &view)) {
+        throw_python_error("Reading a str");
+    }
     auto read = read_string(view);
-    if (!read) return Ref<ManagedObject>();
+    if (!read) {
+        return Ref<ManagedObject>();
+    }
     return std::move(*read);
 }
 
 Value read_python_float(PyObject* number) {
     double value = 0;
-    if (!tables().read->float64(number, &value)) throw_python_error("Reading a float");
+    if (!tables().read->float64(number, &value)) {
+        throw_python_error("Reading a float");
+    }
     return value;
 }
 
@@ -58,47 +64,59 @@ Value read_python_date(int (*read)(PyObject*, long*), PyObject* object) {
 
 Value read_python_decimal(int (*read)(PyObject*, unsigned int*), PyObject* object) {
     DecimalValue value;
-    if (!read(object, value.words.data())) throw_python_error("Reading a decimal");
+    if (!read(object, value.words.data())) {
+        throw_python_error("Reading a decimal");
+    }
     return value;
 }
 
 Value read_python_timedelta(PyObject* object) {
     long ticks = 0;
-    if (!tables().read->datetimedelta(object, &ticks)) throw_python_error("Reading a timedelta");
+    if (!tables().read->datetimedelta(object, &ticks)) {
+        throw_python_error("Reading a timedelta");
+    }
     return TimeSpanValue{ticks};
 }
 
 Value read_python_uuid(PyObject* object) {
     GuidValue value;
-    if (!tables().read->guid(object, value.bytes.data())) throw_python_error("Reading a UUID");
+    if (!tables().read->guid(object, value.bytes.data())) {
+        throw_python_error("Reading a UUID");
+    }
     return value;
 }
 
 PyObject* written(PyObject* object) {
-    if (!object) throw PythonErrorPending();
+    if (!object) {
+        throw PythonErrorPending();
+    }
     return object;
 }
 
 // The memory of a buffer view, whose size and layout only Python knows.
 class PythonBuffer {
  public:
-    explicit PythonBuffer(PyObject* object) : view_(tables().buffer->get_sizeof()) {
-        tables().buffer->create(view_.data());
-        if (!tables().buffer->read_view(object, view_.data(), &info_)) throw_python_error("Reading a buffer");
+    explicit PythonBuffer(PyObject* object) : m_view(tables().buffer->get_sizeof()) {
+        tables().buffer->create(m_view.data());
+        if (!tables().buffer->read_view(object, m_view.data(), &m_info)) {
+            throw_python_error("Reading a buffer");
+        }
     }
     ~PythonBuffer() {
-        if (info_.acquired) tables().buffer->release(view_.data());
+        if (m_info.acquired) {
+            tables().buffer->release(m_view.data());
+        }
     }
     PythonBuffer(const PythonBuffer&) = delete;
     PythonBuffer& operator=(const PythonBuffer&) = delete;
     Bytes content() const {
-        const auto* data = static_cast<const std::byte*>(info_.data);
-        return info_.length > 0 ? Bytes(data, data + info_.length) : Bytes();
+        const auto* data = static_cast<const std::byte*>(m_info.data);
+        return m_info.length > 0 ? Bytes(data, data + m_info.length) : Bytes();
     }
 
  private:
-    std::vector<std::byte> view_;
-    PyBytesArg info_{0, -1, nullptr};
+    std::vector<std::byte> m_view;
+    PyBytesArg m_info{0, -1, nullptr};
 };
 
 }  // namespace
@@ -114,7 +132,9 @@ Ref<ManagedObject> read_object(const VariantArg* arg) {
 }
 
 Ref<ManagedObject> read_object(const VariantArg* arg, const TypeInfo& declared) {
-    if (arg->tag > kHandleStruct) throw_invalid_cast("a Python object", declared.full_name);
+    if (arg->tag > kHandleStruct) {
+        throw_invalid_cast("a Python object", declared.full_name);
+    }
     Ref<ManagedObject> object(object_of(arg->value));
     if (object && !is_assignable(declared, object->type())) {
         throw_invalid_cast(object->type().full_name, declared.full_name);
@@ -167,7 +187,9 @@ Value read_variant(const VariantArg* arg) {
 }
 
 Value unsigned_value(uint64_t number) {
-    if (std::in_range<int64_t>(number)) return static_cast<int64_t>(number);
+    if (std::in_range<int64_t>(number)) {
+        return static_cast<int64_t>(number);
+    }
     return number;
 }
 
@@ -175,8 +197,12 @@ namespace {
 
 // The Python object that a proxy stands for, or null.
 PyObject* python_object_of(const ManagedObject& object) {
-    if (const auto* enumerable = dynamic_cast<const ManagedEnumerable*>(&object)) return enumerable->python_object();
-    if (const auto* enumerator = dynamic_cast<const ManagedEnumerator*>(&object)) return enumerator->python_object();
+    if (const auto* enumerable = dynamic_cast<const ManagedEnumerable*>(&object)) {
+        return enumerable->python_object();
+    }
+    if (const auto* enumerator = dynamic_cast<const ManagedEnumerator*>(&object)) {
+        return enumerator->python_object();
+    }
     return nullptr;
 }
 
@@ -186,25 +212,43 @@ PyObject* python_object_of(const ManagedObject& object) {
 static PyObject* wrapped(const Ref<ManagedObject>& object) {
     PyObject* wrapper = nullptr;
     const int status = tables().tpo_api->try_write_tpo(make_handle(object), type_id(object->type()), &wrapper);
-    if (status < 0) throw PythonErrorPending();
+    if (status < 0) {
+        throw PythonErrorPending();
+    }
     return status == 1 ? wrapper : nullptr;
 }
 
 PyObject* py_object(Ref<ManagedObject> object) {
-    if (!object) return py_none();
-    if (PyObject* python = python_object_of(*object)) return PyHeld::borrow(python).detach();
-    if (auto other = object->shown_as()) return py_object(std::move(other));
-    if (object->type().kind == TypeKind::kStruct) object = object->copy();
-    if (PyObject* wrapper = wrapped(object)) return wrapper;
+    if (!object) {
+        return py_none();
+    }
+    if (PyObject* python = python_object_of(*object)) {
+        return PyHeld::borrow(python).detach();
+    }
+    if (auto other = object->shown_as()) {
+        return py_object(std::move(other));
+    }
+    if (object->type().kind == TypeKind::kStruct) {
+        object = object->copy();
+    }
+    if (PyObject* wrapper = wrapped(object)) {
+        return wrapper;
+    }
     // A class of another module is known to that one.
     const auto home = find_assembly(object->type().assembly);
     if (home && callbacks_of(*home).tables && &callbacks_of(*home) != &callbacks()) {
         const AssemblyScope scope(*home);
-        if (PyObject* wrapper = wrapped(object)) return wrapper;
+        if (PyObject* wrapper = wrapped(object)) {
+            return wrapper;
+        }
     }
     // Python has no class of the run-time type: the managed side's own form of the value.
-    if (auto* list = dynamic_cast<ManagedList*>(object.get())) return list->write_wrapper();
-    if (auto* number = dynamic_cast<EnumObject*>(object.get())) return py_int(number->value());
+    if (auto* list = dynamic_cast<ManagedList*>(object.get())) {
+        return list->write_wrapper();
+    }
+    if (auto* number = dynamic_cast<EnumObject*>(object.get())) {
+        return py_int(number->value());
+    }
     throw_not_supported(std::string("Showing a ") + object->type().full_name + " in Python");
 }
 
@@ -247,9 +291,13 @@ void write_collection(const Value& value, PyCollectionArg* out) {
         out->value = held->get();
         return;
     }
-    if (is_null(value)) return;
+    if (is_null(value)) {
+        return;
+    }
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    if (!object) throw_invalid_value_cast(value, "System.Collections.IEnumerable");
+    if (!object) {
+        throw_invalid_value_cast(value, "System.Collections.IEnumerable");
+    }
     if (PyObject* python = python_object_of(**object)) {
         out->kind = kCollectionPyObject;
         out->value = python;

@@ -1,7 +1,8 @@
 // How values cross: reading tagged arguments, writing results and out records.
 //
 // The typed entry points (entry.h) and the generic tail both go through here.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_MARSHAL_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_MARSHAL_H
 
 #include "exchange/wire/records.h"
 #include "exchange/wire/tags.h"
@@ -31,3 +32,5 @@ void write_interface(Ref<ManagedObject> object, PyObjectOutArg* out);
 void write_collection(const Value& value, PyCollectionArg* out);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_MARSHAL_H

@@ -25,50 +25,56 @@ class MemoryStream final : public ManagedStream {
  public:
     explicit MemoryStream(std::vector<std::byte> content)
         : ManagedStream(intern_type("System.IO.MemoryStream", TypeKind::kClass, &stream_type())),
-          content_(std::move(content)) {}
+          m_content(std::move(content)) {}
 
     bool can_read() const override { return !disposed(); }
     bool can_write() const override { return !disposed(); }
     bool can_seek() const override { return !disposed(); }
     int64_t length() override {
         require_live();
-        return static_cast<int64_t>(content_.size());
+        return static_cast<int64_t>(m_content.size());
     }
     int64_t position() override {
         require_live();
-        return position_;
+        return m_position;
     }
     int64_t seek(int64_t offset, SeekFrom from) override {
         require_live();
-        const int64_t base = from == SeekFrom::kBegin ? 0 : from == SeekFrom::kCurrent ? position_ : length();
-        return position_ = moved(base, offset);
+        const int64_t base = from == SeekFrom::kBegin ? 0 : from == SeekFrom::kCurrent ? m_position : length();
+        return m_position = moved(base, offset);
     }
     void set_length(int64_t length) override {
         require_live();
-        if (length < 0) throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
-        content_.resize(static_cast<size_t>(length));
-        position_ = std::min(position_, length);
+        if (length < 0) {
+            throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
+        }
+        m_content.resize(static_cast<size_t>(length));
+        m_position = std::min(m_position, length);
     }
     size_t read(std::span<std::byte> into) override {
         require_live();
-        if (position_ >= length()) return 0;
-        const size_t count = std::min(into.size(), content_.size() - static_cast<size_t>(position_));
-        std::copy_n(content_.begin() + position_, count, into.begin());
-        position_ += static_cast<int64_t>(count);
+        if (m_position >= length()) {
+            return 0;
+        }
+        const size_t count = std::min(into.size(), m_content.size() - static_cast<size_t>(m_position));
+        std::copy_n(m_content.begin() + m_position, count, into.begin());
+        m_position += static_cast<int64_t>(count);
         return count;
     }
     void write(std::span<const std::byte> from) override {
         require_live();
-        const size_t end = static_cast<size_t>(position_) + from.size();
-        if (end > content_.size()) content_.resize(end);
-        std::copy(from.begin(), from.end(), content_.begin() + position_);
-        position_ += static_cast<int64_t>(from.size());
+        const size_t end = static_cast<size_t>(m_position) + from.size();
+        if (end > m_content.size()) {
+            m_content.resize(end);
+        }
+        std::copy(from.begin(), from.end(), m_content.begin() + m_position);
+        m_position += static_cast<int64_t>(from.size());
     }
     void flush() override {}
 
  private:
-    std::vector<std::byte> content_;
-    int64_t position_ = 0;
+    std::vector<std::byte> m_content;
+    int64_t m_position = 0;
 };
 
 }  // namespace

@@ -11,22 +11,26 @@ namespace zelmor::embed {
 void ManagedObject::end() const noexcept {
     ThreadState& state = thread_state;
     if (state.ending) {
-        next_ended_ = nullptr;
-        (state.last_ended ? state.last_ended->next_ended_ : state.first_ended) = this;
+        m_next_ended = nullptr;
+        (state.last_ended ? state.last_ended->m_next_ended : state.first_ended) = this;
         state.last_ended = this;
         return;
     }
     state.ending = true;
     delete this;
     while (const ManagedObject* object = state.first_ended) {
-        state.first_ended = object->next_ended_;
-        if (!state.first_ended) state.last_ended = nullptr;
-        object->life_ = {};
+        state.first_ended = object->m_next_ended;
+        if (!state.first_ended) {
+            state.last_ended = nullptr;
+        }
+        object->m_life = {};
         delete object;
     }
     state.ending = false;
     // Within an entry point the references to Python objects wait for its end.
-    if (!state.callbacks && state.first_reference) release_waiting_references(state);
+    if (!state.callbacks && state.first_reference) {
+        release_waiting_references(state);
+    }
 }
 
 std::u16string ManagedObject::to_text() const {
@@ -37,8 +41,10 @@ int32_t ManagedObject::hash_code() const {
     // A running number, spread over the word, is cheaper than the address and the same in every run. All threads
     // count on: it is given between two callbacks.
     static uint32_t last = 0;
-    if (life_.hash == 0) life_.hash = static_cast<int32_t>((++last * 2654435761u) | 1u);
-    return life_.hash;
+    if (m_life.hash == 0) {
+        m_life.hash = static_cast<int32_t>((++last * 2654435761u) | 1u);
+    }
+    return m_life.hash;
 }
 
 Ref<ManagedObject> ManagedObject::copy() const {
@@ -46,7 +52,9 @@ Ref<ManagedObject> ManagedObject::copy() const {
 }
 
 void ManagedObject::require_live() const {
-    if (disposed_) throw_disposed(type().full_name);
+    if (m_disposed) {
+        throw_disposed(type().full_name);
+    }
 }
 
 }  // namespace zelmor::embed

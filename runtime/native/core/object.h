@@ -2,7 +2,8 @@
 //
 // A handle (handles.h) names such an object. Properties are not here: see records.h for objects that store them and
 // values.h for the value types.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_OBJECT_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_OBJECT_H
 
 #include <cstdint>
 #include <string>
@@ -14,12 +15,12 @@ namespace zelmor::embed {
 
 class ManagedObject {
  public:
-    explicit ManagedObject(const TypeInfo& type) noexcept : type_(&type) {}
+    explicit ManagedObject(const TypeInfo& type) noexcept : m_type(&type) {}
     ManagedObject(const ManagedObject&) = delete;
     ManagedObject& operator=(const ManagedObject&) = delete;
     virtual ~ManagedObject() = default;
 
-    const TypeInfo& type() const noexcept { return *type_; }
+    const TypeInfo& type() const noexcept { return *m_type; }
 
     // ToString(): the full name of the type, unless a type has more to say.
     virtual std::u16string to_text() const;
@@ -35,17 +36,21 @@ class ManagedObject {
     virtual void on_dispose() {}
 
     void dispose() {
-        if (disposed_) return;
-        disposed_ = true;
+        if (m_disposed) {
+            return;
+        }
+        m_disposed = true;
         on_dispose();
     }
-    bool disposed() const noexcept { return disposed_; }
+    bool disposed() const noexcept { return m_disposed; }
     // Raises ObjectDisposedException naming the type once the object is disposed.
     void require_live() const;
 
-    void retain() const noexcept { ++life_.count; }
+    void retain() const noexcept { ++m_life.count; }
     void release() const noexcept {
-        if (--life_.count == 0) end();
+        if (--m_life.count == 0) {
+            end();
+        }
     }
 
  private:
@@ -57,12 +62,14 @@ class ManagedObject {
         int32_t hash = 0;  // given at the first question
     };
 
-    const TypeInfo* type_;
+    const TypeInfo* m_type;
     union {
-        mutable Life life_ = {};
-        mutable const ManagedObject* next_ended_;  // once the last count is gone
+        mutable Life m_life = {};
+        mutable const ManagedObject* m_next_ended;  // once the last count is gone
     };
-    bool disposed_ = false;
+    bool m_disposed = false;
 };
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_OBJECT_H

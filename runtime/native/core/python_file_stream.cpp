@@ -23,24 +23,30 @@ class PyFileStream final : public ManagedStream {
  public:
     explicit PyFileStream(PyObject* file)
         : ManagedStream(intern_type("Zelmor.WrpGen.Interop.PyFileStream", TypeKind::kClass, &stream_type())),
-          file_(PyHeld::borrow(file)) {}
+          m_file(PyHeld::borrow(file)) {}
 
     bool can_read() const override { return capability(io().readable, "readable()"); }
     bool can_write() const override { return capability(io().writable, "writable()"); }
     bool can_seek() const override { return capability(io().seekable, "seekable()"); }
     int64_t length() override {
-        const int64_t length = io().length(file_.get());
-        if (length == -2) throw_no_seek();
-        if (length == -3) throw_disposed(type().full_name);
+        const int64_t length = io().length(m_file.get());
+        if (length == -2) {
+            throw_no_seek();
+        }
+        if (length == -3) {
+            throw_disposed(type().full_name);
+        }
         return checked(length, "Finding out the length of the stream");
     }
-    int64_t position() override { return checked(io().tell(file_.get()), "tell() of the stream"); }
+    int64_t position() override { return checked(io().tell(m_file.get()), "tell() of the stream"); }
     int64_t seek(int64_t offset, SeekFrom from) override {
-        return checked(io().seek(file_.get(), offset, static_cast<int>(from)), "seek() of the stream");
+        return checked(io().seek(m_file.get(), offset, static_cast<int>(from)), "seek() of the stream");
     }
     // There is no callback for it. A file grows by being written to; making one shorter is up to its owner.
     void set_length(int64_t length) override {
-        if (length < 0) throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
+        if (length < 0) {
+            throw_out_of_range("value", "The length " + std::to_string(length) + " is negative.");
+        }
         const int64_t had = this->length();
         if (length < had) {
             throw ManagedException("NotSupportedException",
@@ -57,44 +63,58 @@ class PyFileStream final : public ManagedStream {
         seek(kept, SeekFrom::kBegin);
     }
     size_t read(std::span<std::byte> into) override {
-        if (into.empty()) return 0;
+        if (into.empty()) {
+            return 0;
+        }
         const int asked = chunk(into.size());
-        return checked_count(io().read(file_.get(), into.data(), asked), asked, "readinto() of the stream");
+        return checked_count(io().read(m_file.get(), into.data(), asked), asked, "readinto() of the stream");
     }
     void write(std::span<const std::byte> from) override {
         while (!from.empty()) {
             const int given = chunk(from.size());
-            from = from.subspan(taken(io().write(file_.get(), from.data(), given), given));
+            from = from.subspan(taken(io().write(m_file.get(), from.data(), given), given));
         }
     }
     // Unlike a block, a single byte tells a file that has nothing yet from one that is at its end.
     int read_byte() override {
-        const int byte = io().readbyte(file_.get());
-        if (byte == -2) throw_python_error("readinto() of the stream");
+        const int byte = io().readbyte(m_file.get());
+        if (byte == -2) {
+            throw_python_error("readinto() of the stream");
+        }
         return byte;
     }
-    void write_byte(uint8_t value) override { taken(io().write_byte(file_.get(), value), 1); }
+    void write_byte(uint8_t value) override { taken(io().write_byte(m_file.get(), value), 1); }
     void flush() override {
-        if (io().flush(file_.get()) < 0) throw_python_error("flush() of the stream");
+        if (io().flush(m_file.get()) < 0) {
+            throw_python_error("flush() of the stream");
+        }
     }
-    void on_dispose() override { io().close(file_.get()); }
-    PyObject* python_file() const override { return file_.get(); }
+    void on_dispose() override { io().close(m_file.get()); }
+    PyObject* python_file() const override { return m_file.get(); }
 
  private:
     static const PyRawIoCallbacks& io() { return *tables().rawio; }
     bool capability(int (*ask)(PyObject*), const char* name) const {
-        const int answer = ask(file_.get());
-        if (answer < 0) throw_python_error(name);
+        const int answer = ask(m_file.get());
+        if (answer < 0) {
+            throw_python_error(name);
+        }
         return answer != 0;
     }
     // What a file answers is taken at its word only where it can be true. -1 is how a callback says that it failed.
     static int64_t checked(int64_t answer, const char* call) {
-        if (answer == -1) throw_python_error(call);
-        if (answer < 0) throw_impossible(call, answer, "a position or length is never negative");
+        if (answer == -1) {
+            throw_python_error(call);
+        }
+        if (answer < 0) {
+            throw_impossible(call, answer, "a position or length is never negative");
+        }
         return answer;
     }
     static size_t checked_count(int answer, int most, const char* call) {
-        if (answer == -1) throw_python_error(call);
+        if (answer == -1) {
+            throw_python_error(call);
+        }
         if (answer < 0 || answer > most) {
             throw_impossible(call, answer, "it had " + std::to_string(most) + " bytes to work on");
         }
@@ -115,7 +135,7 @@ class PyFileStream final : public ManagedStream {
         throw ManagedException("NotSupportedException", "The stream does not support seeking.");
     }
 
-    PyHeld file_;
+    PyHeld m_file;
 };
 
 }  // namespace

@@ -24,7 +24,9 @@ struct Layout {
 
     int find(std::string_view name) const {
         for (size_t i = 0; i < slots.size(); ++i) {
-            if (name == slots[i]->name) return static_cast<int>(i);
+            if (name == slots[i]->name) {
+                return static_cast<int>(i);
+            }
         }
         return -1;
     }
@@ -60,8 +62,9 @@ const TypeDefaults& defaults_by_type() {
     static const TypeDefaults& all = *new TypeDefaults([] {
         TypeDefaults defaults;
         for (const DefaultTable* table = DefaultTable::first(); table; table = table->next()) {
-            for (const DefaultValue& entry : table->values())
+            for (const DefaultValue& entry : table->values()) {
                 defaults[entry.type].push_back(&entry);
+            }
         }
         return defaults;
     }());
@@ -70,9 +73,13 @@ const TypeDefaults& defaults_by_type() {
 
 const DefaultValue* find_default(const TypeInfo& type, std::string_view property) {
     const auto own = defaults_by_type().find(type.full_name);
-    if (own == defaults_by_type().end()) return nullptr;
+    if (own == defaults_by_type().end()) {
+        return nullptr;
+    }
     for (const DefaultValue* entry : own->second) {
-        if (property == entry->property) return entry;
+        if (property == entry->property) {
+            return entry;
+        }
     }
     return nullptr;
 }
@@ -80,7 +87,9 @@ const DefaultValue* find_default(const TypeInfo& type, std::string_view property
 const Layout& layout_of(const TypeInfo& type) {
     // Shared by all threads and only added to; making one calls nothing of Python.
     static auto& layouts = *new std::unordered_map<const TypeInfo*, std::unique_ptr<Layout>>;
-    if (const auto known = layouts.find(&type); known != layouts.end()) return *known->second;
+    if (const auto known = layouts.find(&type); known != layouts.end()) {
+        return *known->second;
+    }
 
     auto layout = std::make_unique<Layout>();
     if (const TypeInfo* base = type_at(type.base)) {
@@ -102,7 +111,9 @@ const Layout& layout_of(const TypeInfo& type) {
             const bool becomes_writable = property.writable && !layout->slots[static_cast<size_t>(slot)]->writable;
             layout->slots[static_cast<size_t>(slot)] = &property;
             auto& value = layout->defaults[static_cast<size_t>(slot)];
-            if (becomes_writable && is_unset(value)) value = zero_value(property.wire, type_at(property.type));
+            if (becomes_writable && is_unset(value)) {
+                value = zero_value(property.wire, type_at(property.type));
+            }
         }
         layout->own_slots.push_back(slot);
     }
@@ -122,12 +133,18 @@ const FactoryRegistration*& factory_chain() {
 FactoryRegistration::Factory factory_of(const TypeInfo& type) {
     // Shared by all threads and only added to, with no callback in between.
     static auto& known = *new std::unordered_map<const TypeInfo*, FactoryRegistration::Factory>;
-    if (const auto found = known.find(&type); found != known.end()) return found->second;
+    if (const auto found = known.find(&type); found != known.end()) {
+        return found->second;
+    }
     FactoryRegistration::Factory make = nullptr;
     for (const auto* entry = factory_chain(); entry && !make; entry = entry->next) {
-        if (std::string_view(entry->full_name) == type.full_name) make = entry->make;
+        if (std::string_view(entry->full_name) == type.full_name) {
+            make = entry->make;
+        }
     }
-    if (!make && type.base != kNoType) make = factory_of(*type_at(type.base));
+    if (!make && type.base != kNoType) {
+        make = factory_of(*type_at(type.base));
+    }
     known.emplace(&type, make);
     return make;
 }
@@ -140,7 +157,9 @@ FactoryRegistration::Factory factory_of(const TypeInfo& type) {
 Record& record_with(const ManagedObject& object, std::string_view name, int& slot) {
     auto* record = dynamic_cast<Record*>(const_cast<ManagedObject*>(&object));
     slot = record ? layout_of(object.type()).find(name) : -1;
-    if (slot < 0) throw_missing(object.type(), name);
+    if (slot < 0) {
+        throw_missing(object.type(), name);
+    }
     return *record;
 }
 
@@ -148,7 +167,9 @@ Value& static_slot(const TypeInfo& type, std::string_view name) {
     // Static properties belong to the process, as in .NET: what one thread sets, all see.
     static auto& slots = *new std::unordered_map<const PropertyInfo*, Value>;
     for (const PropertyInfo& property : type.properties) {
-        if (!property.is_static || name != property.name) continue;
+        if (!property.is_static || name != property.name) {
+            continue;
+        }
         const auto [found, added] = slots.try_emplace(&property);
         if (added) {
             if (const DefaultValue* entry = find_default(type, property.name)) {
@@ -165,18 +186,25 @@ Value& static_slot(const TypeInfo& type, std::string_view name) {
 bool keyword_matches(std::string_view managed_name, std::string_view keyword) {
     size_t k = 0;
     for (const char c : managed_name) {
-        while (k < keyword.size() && keyword[k] == '_')
+        while (k < keyword.size() && keyword[k] == '_') {
             ++k;
-        if (k == keyword.size()) return false;
+        }
+        if (k == keyword.size()) {
+            return false;
+        }
         const char lower = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        if (keyword[k++] != lower) return false;
+        if (keyword[k++] != lower) {
+            return false;
+        }
     }
     return k == keyword.size();
 }
 
 Value copied(const Value& value) {
     if (const auto* object = std::get_if<Ref<ManagedObject>>(&value)) {
-        if (*object && (*object)->type().kind == TypeKind::kStruct) return (*object)->copy();
+        if (*object && (*object)->type().kind == TypeKind::kStruct) {
+            return (*object)->copy();
+        }
     }
     return value;
 }
@@ -186,15 +214,21 @@ Value copied(const Value& value) {
 std::optional<PropertySlot> find_property(const TypeInfo& type, std::string_view managed_name) {
     const Layout& layout = layout_of(type);
     const int slot = layout.find(managed_name);
-    if (slot < 0) return std::nullopt;
+    if (slot < 0) {
+        return std::nullopt;
+    }
     return PropertySlot{slot, layout.slots[static_cast<size_t>(slot)]};
 }
 
 std::optional<PropertySlot> find_property_by_keyword(const TypeInfo& type, std::string_view keyword) {
-    if (keyword == "from_address") keyword = "from";  // a word that Python keeps for itself
+    if (keyword == "from_address") {
+        keyword = "from";  // a word that Python keeps for itself
+    }
     const Layout& layout = layout_of(type);
     for (size_t i = 0; i < layout.slots.size(); ++i) {
-        if (keyword_matches(layout.slots[i]->name, keyword)) return PropertySlot{static_cast<int>(i), layout.slots[i]};
+        if (keyword_matches(layout.slots[i]->name, keyword)) {
+            return PropertySlot{static_cast<int>(i), layout.slots[i]};
+        }
     }
     return std::nullopt;
 }
@@ -205,7 +239,9 @@ int slot_of(const TypeInfo& declaring, int property_index) {
 
 Value zero_value(Wire wire, const TypeInfo* type) {
     if (type && type->kind == TypeKind::kEnum) {
-        if (type->flags || type->members.empty() || find_enum_member(*type, 0)) return int64_t{0};
+        if (type->flags || type->members.empty() || find_enum_member(*type, 0)) {
+            return int64_t{0};
+        }
         return type->members.front().value;
     }
     switch (wire) {
@@ -225,7 +261,9 @@ Value zero_value(Wire wire, const TypeInfo* type) {
         case Wire::kGuid:
             return GuidValue{};
         case Wire::kStruct:
-            if (type) return make_instance(*type);
+            if (type) {
+                return make_instance(*type);
+            }
             return Ref<ManagedObject>();
         case Wire::kVoid:
             return {};
@@ -246,33 +284,45 @@ Value zero_value(Wire wire, const TypeInfo* type) {
 
 Record::Record(const TypeInfo& type) : ManagedObject(type) {
     const Layout& layout = layout_of(type);
-    slots_.reserve(layout.defaults.size());
-    for (const Value& value : layout.defaults)
-        slots_.push_back(copied(value));
+    m_slots.reserve(layout.defaults.size());
+    for (const Value& value : layout.defaults) {
+        m_slots.push_back(copied(value));
+    }
 }
 
 bool Record::equals(const ManagedObject& other) const {
-    if (type().kind != TypeKind::kStruct || &other.type() != &type()) return ManagedObject::equals(other);
+    if (type().kind != TypeKind::kStruct || &other.type() != &type()) {
+        return ManagedObject::equals(other);
+    }
     const auto& same = static_cast<const Record&>(other);
-    return std::equal(slots_.begin(), slots_.end(), same.slots_.begin(), same.slots_.end(), values_equal);
+    return std::equal(m_slots.begin(), m_slots.end(), same.m_slots.begin(), same.m_slots.end(), values_equal);
 }
 
 int32_t Record::hash_code() const {
-    if (type().kind != TypeKind::kStruct) return ManagedObject::hash_code();
+    if (type().kind != TypeKind::kStruct) {
+        return ManagedObject::hash_code();
+    }
     uint32_t hash = 17;
-    for (const Value& value : slots_)
+    for (const Value& value : m_slots) {
         hash = hash * 31 + static_cast<uint32_t>(hash_of_value(value));
+    }
     return static_cast<int32_t>(hash);
 }
 
 std::u16string Record::to_text() const {
-    if (type().kind != TypeKind::kStruct) return ManagedObject::to_text();
+    if (type().kind != TypeKind::kStruct) {
+        return ManagedObject::to_text();
+    }
     std::u16string text = u"{";
     const Layout& layout = layout_of(type());
-    for (size_t i = 0; i < slots_.size(); ++i) {
-        if (is_unset(slots_[i])) continue;
-        if (text.size() > 1) text += u", ";
-        text += to_utf16(layout.slots[i]->name) + u"=" + text_of_value(slots_[i]);
+    for (size_t i = 0; i < m_slots.size(); ++i) {
+        if (is_unset(m_slots[i])) {
+            continue;
+        }
+        if (text.size() > 1) {
+            text += u", ";
+        }
+        text += to_utf16(layout.slots[i]->name) + u"=" + text_of_value(m_slots[i]);
     }
     return text + u"}";
 }
@@ -287,15 +337,19 @@ void Record::assign_from(const Record& other) {
     const Layout& mine = layout_of(type());
     const Layout& theirs = layout_of(other.type());
     for (size_t i = 0; i < theirs.slots.size(); ++i) {
-        if (is_unset(other.slots_[i])) continue;
+        if (is_unset(other.m_slots[i])) {
+            continue;
+        }
         // A common base's properties stand at the same place; others are looked for by name.
         const bool same = i < mine.slots.size() && std::string_view(mine.slots[i]->name) == theirs.slots[i]->name;
         const int slot = same ? static_cast<int>(i) : mine.find(theirs.slots[i]->name);
-        if (slot >= 0) set_slot(slot, copied(other.slots_[i]));
+        if (slot >= 0) {
+            set_slot(slot, copied(other.m_slots[i]));
+        }
     }
 }
 
-DefaultTable::DefaultTable(std::span<const DefaultValue> values) : values_(values), next_(default_chain()) {
+DefaultTable::DefaultTable(std::span<const DefaultValue> values) : m_values(values), m_next(default_chain()) {
     default_chain() = this;
 }
 
@@ -309,7 +363,9 @@ FactoryRegistration::FactoryRegistration(const char* full_name, Factory make)
 }
 
 Ref<ManagedObject> make_instance(const TypeInfo& type) {
-    if (const auto make = factory_of(type)) return make(type);
+    if (const auto make = factory_of(type)) {
+        return make(type);
+    }
     return make_ref<Record>(type);
 }
 
@@ -329,11 +385,21 @@ void set_property(ManagedObject& object, std::string_view name, Value value) {
 
 int64_t property_int(const ManagedObject& object, std::string_view name) {
     const Value& value = property(object, name);
-    if (const auto* x = std::get_if<int64_t>(&value)) return *x;
-    if (const auto* x = std::get_if<uint64_t>(&value)) return static_cast<int64_t>(*x);
-    if (const auto* x = std::get_if<bool>(&value)) return *x;
-    if (const auto* x = std::get_if<double>(&value)) return static_cast<int64_t>(*x);
-    if (is_null(value)) return 0;
+    if (const auto* x = std::get_if<int64_t>(&value)) {
+        return *x;
+    }
+    if (const auto* x = std::get_if<uint64_t>(&value)) {
+        return static_cast<int64_t>(*x);
+    }
+    if (const auto* x = std::get_if<bool>(&value)) {
+        return *x;
+    }
+    if (const auto* x = std::get_if<double>(&value)) {
+        return static_cast<int64_t>(*x);
+    }
+    if (is_null(value)) {
+        return 0;
+    }
     throw_invalid_value_cast(value, "System.Int64");
 }
 
@@ -343,21 +409,31 @@ bool property_bool(const ManagedObject& object, std::string_view name) {
 
 double property_double(const ManagedObject& object, std::string_view name) {
     const Value& value = property(object, name);
-    if (const auto* x = std::get_if<double>(&value)) return *x;
+    if (const auto* x = std::get_if<double>(&value)) {
+        return *x;
+    }
     return static_cast<double>(property_int(object, name));
 }
 
 std::optional<std::u16string> property_string(const ManagedObject& object, std::string_view name) {
     const Value& value = property(object, name);
-    if (const auto* x = std::get_if<std::u16string>(&value)) return *x;
-    if (is_null(value)) return std::nullopt;
+    if (const auto* x = std::get_if<std::u16string>(&value)) {
+        return *x;
+    }
+    if (is_null(value)) {
+        return std::nullopt;
+    }
     throw_invalid_value_cast(value, "System.String");
 }
 
 Ref<ManagedObject> property_object(const ManagedObject& object, std::string_view name) {
     const Value& value = property(object, name);
-    if (const auto* x = std::get_if<Ref<ManagedObject>>(&value)) return *x;
-    if (is_null(value)) return {};
+    if (const auto* x = std::get_if<Ref<ManagedObject>>(&value)) {
+        return *x;
+    }
+    if (is_null(value)) {
+        return {};
+    }
     throw_invalid_value_cast(value, "System.Object");
 }
 

@@ -1,8 +1,9 @@
 // Objects whose properties are stored values, and how C++ code reads and writes these by their managed names.
 //
 // A record has one slot per property of its type and of all bases; a property that a derived type declares again
-// shares the slot of the base's. Behaviour that needs more state derives from Record and keeps it in members.
-#pragma once
+// shares the slot of the base's. Behavior that needs more state derives from Record and keeps it in members.
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_RECORDS_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_RECORDS_H
 
 #include <cstdint>
 #include <optional>
@@ -36,10 +37,10 @@ class Record : public ManagedObject {
     explicit Record(const TypeInfo& type);
 
     // The stored value of a slot, unset where nothing was stored and the type has no default for it.
-    const Value& slot(int index) const { return slots_[static_cast<size_t>(index)]; }
+    const Value& slot(int index) const { return m_slots[static_cast<size_t>(index)]; }
     // The old value goes when the new one is in its place.
-    void set_slot(int index, Value value) { slots_[static_cast<size_t>(index)].swap(value); }
-    size_t slot_count() const { return slots_.size(); }
+    void set_slot(int index, Value value) { m_slots[static_cast<size_t>(index)].swap(value); }
+    size_t slot_count() const { return m_slots.size(); }
 
     // A record of a value type compares by its slots, one of a class by identity.
     bool equals(const ManagedObject& other) const override;
@@ -50,7 +51,7 @@ class Record : public ManagedObject {
     void assign_from(const Record& other);
 
  private:
-    std::vector<Value> slots_;
+    std::vector<Value> m_slots;
 };
 
 // Makes an object of the type with its default values, by the factory of the type or of its nearest base.
@@ -58,7 +59,7 @@ Ref<ManagedObject> make_instance(const TypeInfo& type);
 Ref<ManagedObject> make_instance(std::string_view full_name);
 
 // Names a factory for a type and, unless they have their own, the types derived from it. Static objects of this kind
-// stand in the file of the behaviour; the chain is read when the first object is made.
+// stand in the file of the behavior; the chain is read when the first object is made.
 struct FactoryRegistration {
     using Factory = Ref<ManagedObject> (*)(const TypeInfo&);
     FactoryRegistration(const char* full_name, Factory make);
@@ -82,3 +83,5 @@ const Value& static_property(const TypeInfo& type, std::string_view name);
 void set_static_property(const TypeInfo& type, std::string_view name, Value value);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_RECORDS_H

@@ -2,7 +2,8 @@
 //
 // The count sits in the object and is not atomic: every entry point runs under the caller's lock, on one thread at a
 // time. Nothing here may be used from a worker thread of an image library.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_REF_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_REF_H
 
 #include <cstddef>
 #include <type_traits>
@@ -16,40 +17,44 @@ class Ref {
  public:
     constexpr Ref() noexcept = default;
     constexpr Ref(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor)
-    explicit Ref(T* object) noexcept : object_(object) {
-        if (object_) object_->retain();
+    explicit Ref(T* object) noexcept : m_object(object) {
+        if (m_object) {
+            m_object->retain();
+        }
     }
-    Ref(const Ref& other) noexcept : Ref(other.object_) {}
-    Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    Ref(const Ref& other) noexcept : Ref(other.m_object) {}
+    Ref(Ref&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     Ref(const Ref<U>& other) noexcept : Ref(static_cast<T*>(other.get())) {}  // NOLINT(google-explicit-constructor)
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
-    Ref(Ref<U>&& other) noexcept : object_(other.detach()) {}  // NOLINT(google-explicit-constructor)
+    Ref(Ref<U>&& other) noexcept : m_object(other.detach()) {}  // NOLINT(google-explicit-constructor)
     ~Ref() {
-        if (object_) object_->release();
+        if (m_object) {
+            m_object->release();
+        }
     }
     Ref& operator=(Ref other) noexcept {
-        std::swap(object_, other.object_);
+        std::swap(m_object, other.m_object);
         return *this;
     }
 
-    T* get() const noexcept { return object_; }
-    T& operator*() const noexcept { return *object_; }
-    T* operator->() const noexcept { return object_; }
-    explicit operator bool() const noexcept { return object_ != nullptr; }
-    friend bool operator==(const Ref& a, const Ref& b) noexcept { return a.object_ == b.object_; }
+    T* get() const noexcept { return m_object; }
+    T& operator*() const noexcept { return *m_object; }
+    T* operator->() const noexcept { return m_object; }
+    explicit operator bool() const noexcept { return m_object != nullptr; }
+    friend bool operator==(const Ref& a, const Ref& b) noexcept { return a.m_object == b.m_object; }
 
     // Gives the count away; the caller must hand it to attach() or release it.
-    [[nodiscard]] T* detach() noexcept { return std::exchange(object_, nullptr); }
+    [[nodiscard]] T* detach() noexcept { return std::exchange(m_object, nullptr); }
     // Takes over a count that detach() gave away.
     static Ref attach(T* object) noexcept {
         Ref ref;
-        ref.object_ = object;
+        ref.m_object = object;
         return ref;
     }
 
  private:
-    T* object_ = nullptr;
+    T* m_object = nullptr;
 };
 
 // Makes an object and the first reference to it.
@@ -59,3 +64,5 @@ Ref<T> make_ref(Args&&... args) {
 }
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_REF_H

@@ -20,10 +20,14 @@ std::vector<std::byte> ManagedStream::read_to_end() {
     constexpr size_t kSpare = 1;
     constexpr size_t kBlock = 64 * 1024;
     std::vector<std::byte> all;
-    if (can_seek()) all.reserve(static_cast<size_t>(std::max<int64_t>(0, length() - position())) + kSpare);
+    if (can_seek()) {
+        all.reserve(static_cast<size_t>(std::max<int64_t>(0, length() - position())) + kSpare);
+    }
     size_t filled = 0;
     for (;;) {
-        if (filled == all.size()) all.resize(filled < all.capacity() ? all.capacity() : filled + filled / 2 + kBlock);
+        if (filled == all.size()) {
+            all.resize(filled < all.capacity() ? all.capacity() : filled + filled / 2 + kBlock);
+        }
         const size_t count = read(std::span(all).subspan(filled));
         filled += count;
         if (count == 0) {
@@ -67,13 +71,17 @@ Ref<ManagedStream> read_stream_or_null(const VariantArg* arg) {
 
 Ref<ManagedStream> read_stream(const VariantArg* arg, const char* parameter) {
     auto stream = read_stream_or_null(arg);
-    if (!stream) throw_argument_null(parameter);
+    if (!stream) {
+        throw_argument_null(parameter);
+    }
     return stream;
 }
 
 void write_stream(const Ref<ManagedStream>& stream, PyCollectionArg* out) {
     *out = {};
-    if (!stream) return;
+    if (!stream) {
+        return;
+    }
     if (PyObject* file = stream->python_file()) {
         out->kind = kCollectionPyObject;
         out->value = file;

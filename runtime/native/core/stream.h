@@ -1,8 +1,9 @@
-// A managed System.IO.Stream: what behaviour reads from and writes to, whoever stands behind it.
+// A managed System.IO.Stream: what behavior reads from and writes to, whoever stands behind it.
 //
 // A Python file (PyFileStream, through the raw-IO callbacks), a file on disk, or memory. A stream argument of an entry
 // point becomes one of these; a Python file that comes back as a result is the Python object itself.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_STREAM_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_STREAM_H
 
 #include <cstdint>
 #include <span>
@@ -62,3 +63,5 @@ enum class FileUse { kRead, kReadWrite, kCreate };  // open, open for writing to
 Ref<ManagedStream> open_file_stream(const std::string& path, FileUse use, const char* doing = "open");
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_STREAM_H

@@ -27,7 +27,9 @@ struct Reduced {
 
 Reduced reduced(const DecimalValue& value) {
     Reduced result{mantissa_of(value), value.scale(), value.negative()};
-    if (result.mantissa == 0) return {0, 0, false};
+    if (result.mantissa == 0) {
+        return {0, 0, false};
+    }
     while (result.scale > 0 && result.mantissa % 10 == 0) {
         result.mantissa /= 10;
         --result.scale;
@@ -80,8 +82,9 @@ int32_t hash_of(const TimeSpanValue& value) {
 
 int32_t hash_of(const GuidValue& value) {
     uint32_t hash = 0;
-    for (const uint8_t byte : value.bytes)
+    for (const uint8_t byte : value.bytes) {
         hash = hash * 31 + byte;
+    }
     return static_cast<int32_t>(hash);
 }
 
@@ -92,10 +95,16 @@ std::u16string text_of(const DecimalValue& value) {
     while (mantissa != 0 || digits.size() <= scale) {
         digits += static_cast<char>('0' + static_cast<int>(mantissa % 10));
         mantissa /= 10;
-        if (digits.size() == scale) digits += '.';
+        if (digits.size() == scale) {
+            digits += '.';
+        }
     }
-    if (scale > 0 && digits.back() == '.') digits += '0';
-    if (value.negative() && mantissa_of(value) != 0) digits += '-';
+    if (scale > 0 && digits.back() == '.') {
+        digits += '0';
+    }
+    if (value.negative() && mantissa_of(value) != 0) {
+        digits += '-';
+    }
     std::reverse(digits.begin(), digits.end());
     return to_utf16(digits);
 }
@@ -119,9 +128,13 @@ std::u16string text_of(const TimeSpanValue& value) {
     const auto second = static_cast<unsigned>(ticks / kTicksPerSecond % 86'400);
     const auto fraction = static_cast<unsigned>(ticks % kTicksPerSecond);
     std::string text = value.ticks < 0 ? "-" : "";
-    if (days != 0) text += formatted("%u.", days);
+    if (days != 0) {
+        text += formatted("%u.", days);
+    }
     text += formatted("%02u:%02u:%02u", second / 3600, second / 60 % 60, second % 60);
-    if (fraction != 0) text += formatted(".%07u", fraction);
+    if (fraction != 0) {
+        text += formatted(".%07u", fraction);
+    }
     return to_utf16(text);
 }
 
@@ -129,7 +142,9 @@ std::u16string text_of(const GuidValue& value) {
     constexpr int kOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
     std::string text;
     for (size_t i = 0; i < 16; ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
+        if (i == 4 || i == 6 || i == 8 || i == 10) {
+            text += '-';
+        }
         text += formatted("%02x", value.bytes[static_cast<size_t>(kOrder[i])]);
     }
     return to_utf16(text);

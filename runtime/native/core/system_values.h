@@ -4,7 +4,8 @@
 // They are kept in the words of the wire, byte for byte: a pointer to one is a pointer to what crosses. What they do
 // here is what every managed value does: they compare as .NET's do, hash accordingly, and show themselves in the
 // invariant culture.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_SYSTEM_VALUES_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_SYSTEM_VALUES_H
 
 #include <array>
 #include <cstddef>
@@ -69,3 +70,5 @@ std::u16string text_of(const TimeSpanValue& value);
 std::u16string text_of(const GuidValue& value);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_SYSTEM_VALUES_H

@@ -42,20 +42,28 @@ constexpr char32_t kReplacement = 0xFFFD;
 // One code point from UTF-8 at `position`, which moves on; malformed bytes give U+FFFD one at a time.
 char32_t next_code_point(std::string_view utf8, size_t& position) {
     const auto lead = static_cast<uint8_t>(utf8[position++]);
-    if (lead < 0x80) return lead;
+    if (lead < 0x80) {
+        return lead;
+    }
     const int more = lead >= 0xF0 && lead < 0xF5   ? 3
                      : lead >= 0xE0 && lead < 0xF0 ? 2
                      : lead >= 0xC2 && lead < 0xE0 ? 1
                                                    : 0;
-    if (more == 0 || position + static_cast<size_t>(more) > utf8.size()) return kReplacement;
+    if (more == 0 || position + static_cast<size_t>(more) > utf8.size()) {
+        return kReplacement;
+    }
     char32_t code = static_cast<char32_t>(lead & (0x3F >> more));
     for (int i = 0; i < more; ++i) {
         const auto byte = static_cast<uint8_t>(utf8[position + static_cast<size_t>(i)]);
-        if ((byte & 0xC0) != 0x80) return kReplacement;
+        if ((byte & 0xC0) != 0x80) {
+            return kReplacement;
+        }
         code = code << 6 | (byte & 0x3F);
     }
     constexpr char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
-    if (code < kSmallest[more] || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) return kReplacement;
+    if (code < kSmallest[more] || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
+        return kReplacement;
+    }
     position += static_cast<size_t>(more);
     return code;
 }
@@ -65,8 +73,9 @@ std::u16string widen(const void* data, size_t length) {
     const auto* chars = static_cast<const Char*>(data);
     std::u16string text;
     text.reserve(length);
-    for (size_t i = 0; i < length; ++i)
+    for (size_t i = 0; i < length; ++i) {
         append_utf16(text, chars[i]);
+    }
     return text;
 }
 
@@ -74,8 +83,12 @@ std::u16string widen(const void* data, size_t length) {
 // from `exponent_limit` integer digits on.
 template <class Float>
 std::u16string general(Float value, int exponent_limit) {
-    if (std::isnan(value)) return u"NaN";
-    if (std::isinf(value)) return value > 0 ? u"\u221E" : u"-\u221E";
+    if (std::isnan(value)) {
+        return u"NaN";
+    }
+    if (std::isinf(value)) {
+        return value > 0 ? u"\u221E" : u"-\u221E";
+    }
     char buffer[64];
     auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific).ptr;
     const std::string_view text(buffer, static_cast<size_t>(end - buffer));
@@ -87,7 +100,9 @@ std::u16string general(Float value, int exponent_limit) {
     std::u16string out(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(text.find('e')));
     out += exponent < 0 ? u"E-" : u"E+";
     const std::string digits = std::to_string(std::abs(exponent));
-    if (digits.size() < 2) out += u'0';
+    if (digits.size() < 2) {
+        out += u'0';
+    }
     out.append(digits.begin(), digits.end());
     return out;
 }
@@ -97,8 +112,9 @@ std::u16string general(Float value, int exponent_limit) {
 std::u16string to_utf16(std::string_view utf8) {
     std::u16string text;
     text.reserve(utf8.size());
-    for (size_t position = 0; position < utf8.size();)
+    for (size_t position = 0; position < utf8.size();) {
         append_utf16(text, next_code_point(utf8, position));
+    }
     return text;
 }
 
@@ -117,7 +133,9 @@ std::string to_utf8(std::u16string_view text) {
 }
 
 std::optional<std::u16string> read_string(const PyStringArg& arg) {
-    if (arg.length < 0) return std::nullopt;
+    if (arg.length < 0) {
+        return std::nullopt;
+    }
     const auto length = static_cast<size_t>(arg.length);
     switch (arg.char_size) {
         case 1:
@@ -131,7 +149,9 @@ std::optional<std::u16string> read_string(const PyStringArg& arg) {
 
 std::optional<std::string> read_string_utf8(const PyStringArg& arg) {
     auto text = read_string(arg);
-    if (!text) return std::nullopt;
+    if (!text) {
+        return std::nullopt;
+    }
     return to_utf8(*text);
 }
 

@@ -1,7 +1,8 @@
 // Managed text: UTF-16 as .NET has it, and the ways to and from the wire's string view and UTF-8.
 //
 // Lone surrogates are kept as they are inside UTF-16; in UTF-8 they become U+FFFD.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_TEXT_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_TEXT_H
 
 #include <optional>
 #include <string>
@@ -25,3 +26,5 @@ std::u16string number_text(float value);
 std::u16string number_text(double value);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_TEXT_H

@@ -3,7 +3,8 @@
 // Every entry point runs under the interpreter lock, but a callback may run Python code, and that lets other threads
 // in: they enter and leave entry points of their own before the callback returns. So whatever is set for the length of
 // a call is kept for each thread; what all threads share is either written once or whole between two callbacks.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_THREAD_STATE_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_THREAD_STATE_H
 
 namespace zelmor::embed {
 
@@ -30,3 +31,5 @@ extern constinit thread_local ThreadState thread_state;
 void release_waiting_references(ThreadState& state) noexcept;
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_THREAD_STATE_H

@@ -59,7 +59,9 @@ const InternedType* interned(const TypeInfo& type) {
 bool implements(const TypeInfo& interface, const TypeInfo& type) {
     for (const int16_t index : type.interfaces) {
         const TypeInfo& own = types()[static_cast<size_t>(index)];
-        if (&own == &interface || implements(interface, own)) return true;
+        if (&own == &interface || implements(interface, own)) {
+            return true;
+        }
     }
     return false;
 }
@@ -123,7 +125,9 @@ const TypeInfo& string_type() {
 }
 
 const TypeInfo& intern_type(std::string_view full_name, TypeKind kind, const TypeInfo* base) {
-    if (const TypeInfo* known = find_type(full_name)) return *known;
+    if (const TypeInfo* known = find_type(full_name)) {
+        return *known;
+    }
     Registry& r = registry();
     InternedType& added = r.interned.emplace_back();
     added.name = full_name;
@@ -146,87 +150,117 @@ const TypeInfo& intern_type(std::string_view full_name, TypeKind kind, const Typ
 const TypeInfo& intern_disposable_type(std::string_view full_name) {
     const TypeInfo& type = intern_type(full_name);
     auto& own = registry().interned_by_info;
-    if (const auto found = own.find(&type); found != own.end()) found->second->info.disposable = true;
+    if (const auto found = own.find(&type); found != own.end()) {
+        found->second->info.disposable = true;
+    }
     return type;
 }
 
 const TypeInfo* base_of(const TypeInfo& type) {
-    if (type.base != kNoType) return type_at(type.base);
-    if (type.kind == TypeKind::kInterface || &type == &object_type()) return nullptr;
-    if (type.kind == TypeKind::kEnum) return &enum_type();
+    if (type.base != kNoType) {
+        return type_at(type.base);
+    }
+    if (type.kind == TypeKind::kInterface || &type == &object_type()) {
+        return nullptr;
+    }
+    if (type.kind == TypeKind::kEnum) {
+        return &enum_type();
+    }
     if (!in_tables(type)) {
-        if (const InternedType* own = interned(type); own && own->base) return own->base;
+        if (const InternedType* own = interned(type); own && own->base) {
+            return own->base;
+        }
     }
     return &object_type();
 }
 
 int64_t type_id(const TypeInfo& type) {
-    if (in_tables(type)) return &type - types().data() + 1;
+    if (in_tables(type)) {
+        return &type - types().data() + 1;
+    }
     const InternedType* own = interned(type);
     return own ? own->id : 0;
 }
 
 bool is_assignable(const TypeInfo& to, const TypeInfo& from) {
-    if (&to == &from || &to == &object_type()) return true;
+    if (&to == &from || &to == &object_type()) {
+        return true;
+    }
     const bool to_interface = to.kind == TypeKind::kInterface;
     const bool to_disposable = &to == &disposable_type();
     for (const TypeInfo* type = &from; type; type = base_of(*type)) {
-        if (type == &to || (to_disposable && type->disposable) || (to_interface && implements(to, *type))) return true;
+        if (type == &to || (to_disposable && type->disposable) || (to_interface && implements(to, *type))) {
+            return true;
+        }
     }
     return false;
 }
 
 const EnumMember* find_enum_member(const TypeInfo& type, int64_t value) {
     for (const EnumMember& member : type.members) {
-        if (member.value == value) return &member;
+        if (member.value == value) {
+            return &member;
+        }
     }
     return nullptr;
 }
 
 std::u16string TypeObject::to_text() const {
-    return to_utf16(described_->full_name);
+    return to_utf16(m_described->full_name);
 }
 
 bool TypeObject::equals(const ManagedObject& other) const {
     const auto* type = dynamic_cast<const TypeObject*>(&other);
-    return type && type->described_ == described_;
+    return type && type->m_described == m_described;
 }
 
 int32_t TypeObject::hash_code() const {
-    return static_cast<int32_t>(embed::type_id(*described_) * 2654435761);
+    return static_cast<int32_t>(embed::type_id(*m_described) * 2654435761);
 }
 
 Ref<TypeObject> type_object(const TypeInfo& type) {
     Ref<TypeObject>& known = registry().type_objects[&type];
-    if (!known) known = make_ref<TypeObject>(type);
+    if (!known) {
+        known = make_ref<TypeObject>(type);
+    }
     return known;
 }
 
 std::u16string EnumObject::to_text() const {
-    if (const EnumMember* member = find_enum_member(type(), value_)) return to_utf16(member->name);
-    if (type().flags && value_ != 0) {
+    if (const EnumMember* member = find_enum_member(type(), m_value)) {
+        return to_utf16(member->name);
+    }
+    if (type().flags && m_value != 0) {
         // A combination: the members that make it up, unless some bit has none.
         std::u16string text;
-        auto rest = static_cast<uint64_t>(value_);
+        auto rest = static_cast<uint64_t>(m_value);
         for (const EnumMember& member : type().members) {
             const auto bits = static_cast<uint64_t>(member.value);
-            if (bits == 0 || (rest & bits) != bits) continue;
+            if (bits == 0 || (rest & bits) != bits) {
+                continue;
+            }
             rest &= ~bits;
-            if (!text.empty()) text += u", ";
+            if (!text.empty()) {
+                text += u", ";
+            }
             text += to_utf16(member.name);
         }
-        if (rest == 0) return text;
+        if (rest == 0) {
+            return text;
+        }
     }
-    if (type().width == Wire::kUInt64) return to_utf16(std::to_string(static_cast<uint64_t>(value_)));
-    return number_text(value_);
+    if (type().width == Wire::kUInt64) {
+        return to_utf16(std::to_string(static_cast<uint64_t>(m_value)));
+    }
+    return number_text(m_value);
 }
 
 bool EnumObject::equals(const ManagedObject& other) const {
-    return &other.type() == &type() && static_cast<const EnumObject&>(other).value_ == value_;
+    return &other.type() == &type() && static_cast<const EnumObject&>(other).m_value == m_value;
 }
 
 int32_t EnumObject::hash_code() const {
-    return static_cast<int32_t>(value_ ^ (value_ >> 32));
+    return static_cast<int32_t>(m_value ^ (m_value >> 32));
 }
 
 }  // namespace zelmor::embed

@@ -1,7 +1,8 @@
 // Types at run time: finding them, how they relate, and the object that stands for a type in Python (System.Type).
 //
 // Works from the catalogue's tables and a few types that every runtime has (System.Object, System.Type, arrays).
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_TYPE_SYSTEM_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_TYPE_SYSTEM_H
 
 #include <cstdint>
 #include <string>
@@ -47,14 +48,14 @@ const EnumMember* find_enum_member(const TypeInfo& type, int64_t value);
 class TypeObject final : public ManagedObject {
  public:
     static constexpr const char* kManagedName = "System.Type";
-    explicit TypeObject(const TypeInfo& described) : ManagedObject(type_type()), described_(&described) {}
-    const TypeInfo& described() const { return *described_; }
+    explicit TypeObject(const TypeInfo& described) : ManagedObject(type_type()), m_described(&described) {}
+    const TypeInfo& described() const { return *m_described; }
     std::u16string to_text() const override;
     bool equals(const ManagedObject& other) const override;
     int32_t hash_code() const override;
 
  private:
-    const TypeInfo* described_;
+    const TypeInfo* m_described;
 };
 
 // The one TypeObject of a type.
@@ -64,15 +65,17 @@ Ref<TypeObject> type_object(const TypeInfo& type);
 class EnumObject final : public ManagedObject {
  public:
     static constexpr const char* kManagedName = "System.Enum";
-    EnumObject(const TypeInfo& type, int64_t value) : ManagedObject(type), value_(value) {}
-    int64_t value() const { return value_; }
+    EnumObject(const TypeInfo& type, int64_t value) : ManagedObject(type), m_value(value) {}
+    int64_t value() const { return m_value; }
     std::u16string to_text() const override;
     bool equals(const ManagedObject& other) const override;
     int32_t hash_code() const override;
-    Ref<ManagedObject> copy() const override { return make_ref<EnumObject>(type(), value_); }
+    Ref<ManagedObject> copy() const override { return make_ref<EnumObject>(type(), m_value); }
 
  private:
-    int64_t value_;
+    int64_t m_value;
 };
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_TYPE_SYSTEM_H

@@ -25,20 +25,25 @@ int32_t fold(uint64_t word) {
 template <class Text>
 int32_t hash_chars(const Text& text) {
     uint32_t hash = 2166136261u;  // FNV-1a
-    for (const auto c : text)
+    for (const auto c : text) {
         hash = (hash ^ static_cast<uint32_t>(c)) * 16777619u;
+    }
     return static_cast<int32_t>(hash);
 }
 
 }  // namespace
 
 bool is_null(const Value& value) {
-    if (const auto* object = std::get_if<Ref<ManagedObject>>(&value)) return !*object;
+    if (const auto* object = std::get_if<Ref<ManagedObject>>(&value)) {
+        return !*object;
+    }
     return is_unset(value);
 }
 
 bool values_equal(const Value& a, const Value& b) {
-    if (is_null(a) || is_null(b)) return is_null(a) && is_null(b);
+    if (is_null(a) || is_null(b)) {
+        return is_null(a) && is_null(b);
+    }
     return std::visit(Overloaded{
                           [](const Ref<ManagedObject>& x, const Ref<ManagedObject>& y) { return x->equals(*y); },
                           [](const PyHeld& x, const PyHeld& y) { return x.get() == y.get(); },
@@ -83,7 +88,9 @@ std::u16string text_of_value(const Value& value) {
 }
 
 std::string type_name_of_value(const Value& value) {
-    if (is_null(value)) return "null";
+    if (is_null(value)) {
+        return "null";
+    }
     const auto named = [](const char* name) { return std::string("System.") + name; };
     return std::visit(Overloaded{
                           [](const std::monostate&) { return std::string("null"); },

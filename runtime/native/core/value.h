@@ -1,7 +1,8 @@
 // One stored value of any managed kind: what a property slot or a list element holds.
 //
 // A value knows its kind; the declared wire type of the member decides how it crosses (marshal.h).
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_VALUE_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_VALUE_H
 
 #include <cstdint>
 #include <string>
@@ -25,8 +26,9 @@ using Value = std::variant<std::monostate, bool, int64_t, uint64_t, double, std:
 
 // A value of the .NET library's own value types.
 template <class T>
-concept SystemValue = std::is_same_v<T, DecimalValue> || std::is_same_v<T, DateTimeValue> ||
-    std::is_same_v<T, DateTimeOffsetValue> || std::is_same_v<T, TimeSpanValue> || std::is_same_v<T, GuidValue>;
+concept SystemValue =
+    std::is_same_v<T, DecimalValue> || std::is_same_v<T, DateTimeValue> || std::is_same_v<T, DateTimeOffsetValue> ||
+    std::is_same_v<T, TimeSpanValue> || std::is_same_v<T, GuidValue>;
 
 inline bool is_unset(const Value& value) {
     return std::holds_alternative<std::monostate>(value);
@@ -42,3 +44,5 @@ std::string type_name_of_value(const Value& value);
 [[noreturn]] void throw_invalid_value_cast(const Value& from, const std::string& to);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_VALUE_H

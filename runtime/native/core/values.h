@@ -1,8 +1,9 @@
-// The value types of geometry and colour, and the box in which a handle names a copy of one.
+// The value types of geometry and color, and the box in which a handle names a copy of one.
 //
 // A value crosses as a struct handle; each crossing makes a new box. The members of these types are in
-// behaviours/values; here is only what other behaviour needs to read and make them.
-#pragma once
+// behaviors/values; here is only what other behavior needs to read and make them.
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_VALUES_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_VALUES_H
 
 #include <cstdint>
 #include <string>
@@ -40,12 +41,12 @@ struct RectangleFValue {
     bool operator==(const RectangleFValue&) const = default;
 };
 
-// A colour is what it was made from: a known colour, a name without a meaning, or four components. Two colours are
+// A color is what it was made from: a known color, a name without a meaning, or four components. Two colors are
 // equal when they were made alike, so that the known red differs from the red of its components.
 struct ColorValue {
-    uint32_t argb = 0;        // 0xAARRGGBB, filled in for known colours too
+    uint32_t argb = 0;        // 0xAARRGGBB, filled in for known colors too
     int16_t known_color = 0;  // a KnownColor, or 0
-    int16_t state = 0;        // of the kState constants; 0 for the empty colour
+    int16_t state = 0;        // of the kState constants; 0 for the empty color
     std::u16string name;      // where state is kStateName
 
     static constexpr int16_t kStateKnown = 1;
@@ -83,9 +84,7 @@ ZELMOR_STRUCT_TRAITS(CmykValue, "Zelmor.Imaging.CmykColor");
 #undef ZELMOR_STRUCT_TRAITS
 
 template <class V>
-concept StructValue = requires {
-    StructTraits<V>::kName;
-};
+concept StructValue = requires { StructTraits<V>::kName; };
 
 template <StructValue V>
 const TypeInfo& struct_type() {
@@ -135,7 +134,9 @@ Ref<ManagedObject> box(V value) {
 // The value in a box; InvalidCastException for another object.
 template <StructValue V>
 V& unbox(ManagedObject& object) {
-    if (&object.type() != &struct_type<V>()) throw_invalid_cast(object.type().full_name, StructTraits<V>::kName);
+    if (&object.type() != &struct_type<V>()) {
+        throw_invalid_cast(object.type().full_name, StructTraits<V>::kName);
+    }
     return static_cast<Box<V>&>(object).value;
 }
 template <StructValue V>
@@ -152,9 +153,13 @@ V& struct_target(Handle handle) {
 // A struct argument. None cannot become a value: NullReferenceException, as unboxing null does.
 template <StructValue V>
 const V& read_struct(const VariantArg* arg) {
-    if (arg->tag > kHandleStruct) throw_invalid_cast("a Python object", StructTraits<V>::kName);
+    if (arg->tag > kHandleStruct) {
+        throw_invalid_cast("a Python object", StructTraits<V>::kName);
+    }
     ManagedObject* object = object_of(arg->value);
-    if (!object) throw_null_reference(std::string("None cannot become a value of ") + StructTraits<V>::kName);
+    if (!object) {
+        throw_null_reference(std::string("None cannot become a value of ") + StructTraits<V>::kName);
+    }
     return unbox<V>(*object);
 }
 
@@ -165,3 +170,5 @@ Handle make_struct_handle(V value) {
 }
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_VALUES_H

@@ -86,7 +86,9 @@ void run_raw(ffi_cif*, void* result, void** arguments, void* user) noexcept {
 void* make(std::unique_ptr<Closure> closure, void (*run)(ffi_cif*, void*, void**, void*)) {
     void* code = nullptr;
     auto* memory = static_cast<ffi_closure*>(ffi_closure_alloc(sizeof(ffi_closure), &code));
-    if (!memory) throw std::bad_alloc();
+    if (!memory) {
+        throw std::bad_alloc();
+    }
     ffi_cif& cif = call_interface(closure->signature);
     if (ffi_prep_closure_loc(memory, &cif, run, closure.get(), code) != FFI_OK) {
         ffi_closure_free(memory);
@@ -99,29 +101,32 @@ void* make(std::unique_ptr<Closure> closure, void (*run)(ffi_cif*, void*, void**
 }  // namespace
 
 uint64_t CallFrame::result_word() const {
-    switch (signature_[0]) {
+    switch (m_signature[0]) {
         case 'v':
             return 0;
         case 'f': {
             uint32_t bits;
-            std::memcpy(&bits, result_, sizeof bits);
+            std::memcpy(&bits, m_result, sizeof bits);
             return bits;
         }
         case 'b':
-            return *static_cast<uint64_t*>(result_) & 0xFF;
+            return *static_cast<uint64_t*>(m_result) & 0xFF;
         default:
-            return *static_cast<uint64_t*>(result_);
+            return *static_cast<uint64_t*>(m_result);
     }
 }
 
 ffi_cif& call_interface(const char* signature) {
     // Shared by all threads: no callback runs while the map is looked at, and what it leads to stays as it is.
     static auto& known = *new std::unordered_map<std::string_view, std::unique_ptr<CallInterface>>;
-    if (const auto found = known.find(signature); found != known.end()) return found->second->cif;
+    if (const auto found = known.find(signature); found != known.end()) {
+        return found->second->cif;
+    }
     auto made = std::make_unique<CallInterface>();
     made->signature = signature;
-    for (const char* code = signature + 1; *code; ++code)
+    for (const char* code = signature + 1; *code; ++code) {
         made->arguments.push_back(type_of_code(*code));
+    }
     if (ffi_prep_cif(&made->cif, FFI_DEFAULT_ABI, static_cast<unsigned>(made->arguments.size()),
                      type_of_code(signature[0]), made->arguments.data()) != FFI_OK) {
         throw_argument(std::string("The wire signature '") + signature + "' cannot be called.");

@@ -1,7 +1,8 @@
 // Delegates made at run time: a C function pointer of a given wire signature that runs one handler with its context.
 //
 // For the entry points that have no C++ function of their own. The signature codes are those of catalogue/tables.h.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_DELEGATES_CLOSURE_H
+#define ZELMOR_RUNTIME_NATIVE_DELEGATES_CLOSURE_H
 
 #include <ffi.h>
 
@@ -19,45 +20,49 @@ namespace zelmor::embed {
 class CallFrame {
  public:
     CallFrame(const char* signature, void* result, void** arguments)
-        : signature_(signature), result_(result), arguments_(arguments) {}
+        : m_signature(signature), m_result(result), m_arguments(arguments) {}
 
-    const char* signature() const { return signature_; }
-    size_t count() const { return std::strlen(signature_) - 1; }
-    void** arguments() const { return arguments_; }
-    void* result() const { return result_; }
+    const char* signature() const { return m_signature; }
+    size_t count() const { return std::strlen(m_signature) - 1; }
+    void** arguments() const { return m_arguments; }
+    void* result() const { return m_result; }
 
     template <class T>
     T argument(size_t index) const {
-        return *static_cast<T*>(arguments_[index]);
+        return *static_cast<T*>(m_arguments[index]);
     }
     // Integers narrower than a register leave widened, as libffi wants them.
     template <class T>
     void set_result(T value) {
         if constexpr (std::is_integral_v<T> && std::is_signed_v<T>) {
-            *static_cast<ffi_sarg*>(result_) = +value;  // of a narrow type, the sign goes along
+            *static_cast<ffi_sarg*>(m_result) = +value;  // of a narrow type, the sign goes along
         } else if constexpr (std::is_integral_v<T>) {
-            *static_cast<ffi_arg*>(result_) = static_cast<ffi_arg>(value);
+            *static_cast<ffi_arg*>(m_result) = static_cast<ffi_arg>(value);
         } else {
-            *static_cast<T*>(result_) = value;
+            *static_cast<T*>(m_result) = value;
         }
     }
     void set_zero_result() {
-        if (signature_[0] != 'v') *static_cast<uint64_t*>(result_) = 0;
+        if (m_signature[0] != 'v') {
+            *static_cast<uint64_t*>(m_result) = 0;
+        }
     }
     // What the call answers if it ends in an exception: zero, unless the handler named another status first.
-    void fails_with(int32_t status) { failed_ = status; }
+    void fails_with(int32_t status) { m_failed = status; }
     void set_failed_result() {
         set_zero_result();
-        if (failed_ != 0) set_result<int32_t>(failed_);
+        if (m_failed != 0) {
+            set_result<int32_t>(m_failed);
+        }
     }
     // The result as a word, for a journal.
     uint64_t result_word() const;
 
  private:
-    const char* signature_;
-    void* result_;
-    void** arguments_;
-    int32_t failed_ = 0;
+    const char* m_signature;
+    void* m_result;
+    void** m_arguments;
+    int32_t m_failed = 0;
 };
 
 // The call interface of a signature; made once per signature and kept.
@@ -74,3 +79,5 @@ void* make_delegate(const char* signature, Assembly assembly, ClosureHandler han
 void* make_raw_delegate(const char* signature, ClosureHandler handler, std::shared_ptr<void> context);
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_DELEGATES_CLOSURE_H

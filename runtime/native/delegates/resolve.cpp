@@ -1,4 +1,4 @@
-// Resolving entry points: service classes first, then the catalogue, then behaviour before the tail.
+// Resolving entry points: service classes first, then the catalogue, then behavior before the tail.
 #include "runtime/native/delegates/resolve.h"
 
 #include <new>
@@ -9,7 +9,7 @@
 #include "runtime/native/collections/services.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/hosts/host_entries.h"
-#include "runtime/native/tail/tail_entry.h"
+#include "runtime/native/table_entries/tail_entry.h"
 
 namespace zelmor::embed {
 
@@ -21,7 +21,9 @@ Delegate failure(int status, const char* full_name = nullptr) {
 
 Delegate from_host(std::span<const HostEntry> entries, std::string_view method) {
     for (const HostEntry& entry : entries) {
-        if (method == entry.name) return {kOk, entry.point.address, entry.point.signature, nullptr};
+        if (method == entry.name) {
+            return {kOk, entry.point.address, entry.point.signature, nullptr};
+        }
     }
     return failure(kMethodNotFound);
 }
@@ -33,9 +35,11 @@ Delegate from_service(const ServiceClass& service, std::string_view method, Asse
 
 Delegate from_catalogue(const TypeInfo& type, const char* method) {
     for (const EntryInfo& info : type.entries) {
-        if (std::string_view(info.name) != method) continue;
-        if (const Behaviour* behaviour = find_behaviour(type.full_name, info.name)) {
-            return {kOk, behaviour->point.address, behaviour->point.signature, type.full_name};
+        if (std::string_view(info.name) != method) {
+            continue;
+        }
+        if (const Behavior* behavior = find_behavior(type.full_name, info.name)) {
+            return {kOk, behavior->point.address, behavior->point.signature, type.full_name};
         }
         return {kOk, make_tail_delegate(type, info), info.signature, type.full_name};
     }
@@ -43,23 +47,37 @@ Delegate from_catalogue(const TypeInfo& type, const char* method) {
 }
 
 Delegate resolve(Assembly assembly, const char* type, const char* method) {
-    if (std::string_view(type) == kExchangeHostType) return from_host(exchange_host_entries(assembly), method);
-    if (std::string_view(type) == kObjectHostType) return from_host(object_host_entries(assembly), method);
-    if (const auto service = find_service_class(type)) return from_service(*service, method, assembly);
+    if (std::string_view(type) == kExchangeHostType) {
+        return from_host(exchange_host_entries(assembly), method);
+    }
+    if (std::string_view(type) == kObjectHostType) {
+        return from_host(object_host_entries(assembly), method);
+    }
+    if (const auto service = find_service_class(type)) {
+        return from_service(*service, method, assembly);
+    }
     const TypeInfo* info = find_host_class(type);
-    if (!info || std::string_view(info->assembly) != assembly_name(assembly)) return failure(kTypeNotFound);
+    if (!info || std::string_view(info->assembly) != assembly_name(assembly)) {
+        return failure(kTypeNotFound);
+    }
     return from_catalogue(*info, method);
 }
 
 Delegate resolve_once(const char* assembly_name, const char* type, const char* method) {
     const auto assembly = find_assembly(assembly_name);
-    if (!assembly) return failure(kAssemblyNotFound);
+    if (!assembly) {
+        return failure(kAssemblyNotFound);
+    }
     // Shared by all threads: making a delegate calls nothing of Python, so that the map is whole whenever one comes in.
     static auto& known = *new std::unordered_map<std::string, Delegate>;
     const std::string key = std::string(assembly_name) + '\n' + type + '\n' + method;
-    if (const auto found = known.find(key); found != known.end()) return found->second;
+    if (const auto found = known.find(key); found != known.end()) {
+        return found->second;
+    }
     const Delegate made = resolve(*assembly, type, method);
-    if (made.status == kOk) known.emplace(key, made);
+    if (made.status == kOk) {
+        known.emplace(key, made);
+    }
     return made;
 }
 

@@ -1,5 +1,6 @@
 // Finding the delegate behind an assembly, a type and a method name.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_DELEGATES_RESOLVE_H
+#define ZELMOR_RUNTIME_NATIVE_DELEGATES_RESOLVE_H
 
 namespace zelmor::embed {
 
@@ -24,3 +25,5 @@ struct Delegate {
 Delegate resolve_delegate(const char* assembly, const char* type, const char* method) noexcept;
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_DELEGATES_RESOLVE_H

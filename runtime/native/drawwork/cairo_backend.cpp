@@ -21,17 +21,21 @@ bool drawable(const Outline& outline) {
 }
 
 void require_drawable(const Outline& outline) {
-    if (!drawable(outline)) throw DrawError("there are coordinates too far from the image to draw with");
+    if (!drawable(outline)) {
+        throw DrawError("there are coordinates too far from the image to draw with");
+    }
 }
 
 class CairoCanvas final : public Canvas {
  public:
     CairoCanvas(const PixelArea& area, std::span<const Argb> pixels)
-        : area_(area), before_(pixels.begin(), pixels.end()), surface_(make_surface(area.width, area.height, pixels)) {
-        cairo_surface_set_device_offset(surface_.get(), -area.x, -area.y);
-        context_.reset(cairo_create(surface_.get()));
-        check(cairo_status(context_.get()), "the picture cannot be drawn on");
-        cairo_set_tolerance(context_.get(), 0.05);
+        : m_area(area),
+          m_before(pixels.begin(), pixels.end()),
+          m_surface(make_surface(area.width, area.height, pixels)) {
+        cairo_surface_set_device_offset(m_surface.get(), -area.x, -area.y);
+        m_context.reset(cairo_create(m_surface.get()));
+        check(cairo_status(m_context.get()), "the picture cannot be drawn on");
+        cairo_set_tolerance(m_context.get(), 0.05);
     }
 
     void unclip() override { cairo_reset_clip(context()); }
@@ -57,7 +61,9 @@ class CairoCanvas final : public Canvas {
 
     void stroke(const Outline& outline, const Stroke& stroke, const Paint& paint, bool smooth) override {
         require_drawable(outline);
-        if (!stroke.nib.inverse()) return;
+        if (!stroke.nib.inverse()) {
+            return;
+        }
         painted(paint, [&] {
             prepare(FillRule::kWinding, smooth);
             constexpr cairo_line_cap_t kCaps[] = {CAIRO_LINE_CAP_BUTT, CAIRO_LINE_CAP_SQUARE, CAIRO_LINE_CAP_ROUND};
@@ -89,7 +95,9 @@ class CairoCanvas final : public Canvas {
     }
 
     void text(const TextLayout& layout, const Affine& placing, const Paint& paint) override {
-        if (!placing.inverse()) return;
+        if (!placing.inverse()) {
+            return;
+        }
         painted(paint, [&] {
             cairo_save(context());
             const cairo_matrix_t matrix = to_cairo(placing);
@@ -101,23 +109,25 @@ class CairoCanvas final : public Canvas {
     }
 
     std::vector<Argb> pixels() override {
-        cairo_surface_flush(surface_.get());
-        const unsigned char* data = cairo_image_surface_get_data(surface_.get());
-        const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface_.get()));
-        std::vector<Argb> result = before_;
-        for (int32_t y = 0; y < area_.height; ++y) {
+        cairo_surface_flush(m_surface.get());
+        const unsigned char* data = cairo_image_surface_get_data(m_surface.get());
+        const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(m_surface.get()));
+        std::vector<Argb> result = m_before;
+        for (int32_t y = 0; y < m_area.height; ++y) {
             const auto* row = reinterpret_cast<const Argb*>(data + static_cast<size_t>(y) * stride);
-            Argb* out = result.data() + static_cast<size_t>(y) * static_cast<size_t>(area_.width);
-            for (int32_t x = 0; x < area_.width; ++x) {
-                if (row[x] != premultiplied(out[x])) out[x] = straight(row[x]);
+            Argb* out = result.data() + static_cast<size_t>(y) * static_cast<size_t>(m_area.width);
+            for (int32_t x = 0; x < m_area.width; ++x) {
+                if (row[x] != premultiplied(out[x])) {
+                    out[x] = straight(row[x]);
+                }
             }
         }
         return result;
     }
 
  private:
-    cairo_t* context() const { return context_.get(); }
-    void check_state() const { check(cairo_status(context_.get()), "drawing failed"); }
+    cairo_t* context() const { return m_context.get(); }
+    void check_state() const { check(cairo_status(m_context.get()), "drawing failed"); }
     void prepare(FillRule rule, bool smooth) {
         cairo_set_fill_rule(context(), rule == FillRule::kWinding ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
         cairo_set_antialias(context(), smooth ? CAIRO_ANTIALIAS_GOOD : CAIRO_ANTIALIAS_NONE);
@@ -125,11 +135,17 @@ class CairoCanvas final : public Canvas {
     // Runs the drawing with the paint as its source; with an opacity, on a layer of its own.
     template <class Draw>
     void painted(const Paint& paint, Draw&& draw) {
-        if (!(paint.opacity > 0)) return;
+        if (!(paint.opacity > 0)) {
+            return;
+        }
         const bool layered = paint.opacity < 1;
-        if (layered) cairo_push_group(context());
+        if (layered) {
+            cairo_push_group(context());
+        }
         const bool visible = set_source(context(), paint);
-        if (visible) draw();
+        if (visible) {
+            draw();
+        }
         if (layered) {
             cairo_pop_group_to_source(context());
             cairo_paint_with_alpha(context(), paint.opacity);
@@ -137,10 +153,10 @@ class CairoCanvas final : public Canvas {
         check_state();
     }
 
-    PixelArea area_;
-    std::vector<Argb> before_;
-    Surface surface_;
-    Context context_;
+    PixelArea m_area;
+    std::vector<Argb> m_before;
+    Surface m_surface;
+    Context m_context;
 };
 
 class CairoBackend final : public Backend {

@@ -8,21 +8,29 @@
 namespace zelmor::drawwork {
 
 void check(cairo_status_t status, const char* what) {
-    if (status == CAIRO_STATUS_SUCCESS) return;
+    if (status == CAIRO_STATUS_SUCCESS) {
+        return;
+    }
     throw DrawError(std::string(what) + ": " + cairo_status_to_string(status));
 }
 
 Argb premultiplied(Argb color) {
     const Argb alpha = color >> 24;
-    if (alpha == 255) return color;
+    if (alpha == 255) {
+        return color;
+    }
     const auto scaled = [&](int shift) { return ((color >> shift & 0xFF) * alpha + 127) / 255 << shift; };
     return alpha << 24 | scaled(16) | scaled(8) | scaled(0);
 }
 
 Argb straight(Argb color) {
     const Argb alpha = color >> 24;
-    if (alpha == 255) return color;
-    if (alpha == 0) return 0;
+    if (alpha == 255) {
+        return color;
+    }
+    if (alpha == 0) {
+        return 0;
+    }
     const auto scaled = [&](int shift) {
         return std::min<Argb>(255, ((color >> shift & 0xFF) * 255 + alpha / 2) / alpha) << shift;
     };
@@ -53,7 +61,9 @@ void add_path(cairo_t* context, const Outline& outline) {
                 cairo_line_to(context, s.end.x, s.end.y);
             }
         }
-        if (contour.closed) cairo_close_path(context);
+        if (contour.closed) {
+            cairo_close_path(context);
+        }
     }
 }
 
@@ -99,14 +109,19 @@ bool set_source(cairo_t* context, const Paint& paint) {
         return true;
     }
     const auto back = paint.placing.inverse();
-    if (!back) return false;
+    if (!back) {
+        return false;
+    }
     Pattern pattern;
     if (paint.kind == Paint::Kind::kLinear) {
         pattern.reset(cairo_pattern_create_linear(paint.from.x, paint.from.y, paint.to.x, paint.to.y));
-        for (const GradientStop& stop : paint.stops)
+        for (const GradientStop& stop : paint.stops) {
             add_stop(pattern.get(), stop);
+        }
     } else {
-        if (paint.width <= 0 || paint.height <= 0) return false;
+        if (paint.width <= 0 || paint.height <= 0) {
+            return false;
+        }
         const Surface surface = make_surface(paint.width, paint.height, paint.pixels);
         pattern.reset(cairo_pattern_create_for_surface(surface.get()));
         cairo_pattern_set_filter(pattern.get(), filter_of(paint.sampling));

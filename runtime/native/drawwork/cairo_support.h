@@ -1,5 +1,6 @@
 // Cairo's objects with an owner, and paths and paints as cairo has them.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_CAIRO_SUPPORT_H
+#define ZELMOR_RUNTIME_NATIVE_DRAWWORK_CAIRO_SUPPORT_H
 
 #include <cairo.h>
 
@@ -39,3 +40,5 @@ void add_path(cairo_t* context, const Outline& outline);
 bool set_source(cairo_t* context, const Paint& paint);
 
 }  // namespace zelmor::drawwork
+
+#endif  // ZELMOR_RUNTIME_NATIVE_DRAWWORK_CAIRO_SUPPORT_H

@@ -25,12 +25,15 @@ void use_folders(const std::vector<std::string>& folders) {
     thread_local uint64_t told = 0;
     if (folders != current) {
         FcConfigAppFontClear(nullptr);
-        for (const std::string& folder : folders)
+        for (const std::string& folder : folders) {
             FcConfigAppFontAddDir(nullptr, reinterpret_cast<const FcChar8*>(folder.c_str()));
+        }
         current = folders;
         ++changes;
     }
-    if (told == changes) return;
+    if (told == changes) {
+        return;
+    }
     pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(pango_cairo_font_map_get_default()));
     told = changes;
 }
@@ -44,8 +47,12 @@ void add_attribute(PangoAttrList* list, PangoAttribute* attribute, unsigned from
 void set_attributes(PangoLayout* layout, const TextLayout& wanted) {
     PangoAttrList* list = pango_attr_list_new();
     const unsigned all = PANGO_ATTR_INDEX_TO_TEXT_END;
-    if (wanted.underline) add_attribute(list, pango_attr_underline_new(PANGO_UNDERLINE_SINGLE), 0, all);
-    if (wanted.strikeout) add_attribute(list, pango_attr_strikethrough_new(TRUE), 0, all);
+    if (wanted.underline) {
+        add_attribute(list, pango_attr_underline_new(PANGO_UNDERLINE_SINGLE), 0, all);
+    }
+    if (wanted.strikeout) {
+        add_attribute(list, pango_attr_strikethrough_new(TRUE), 0, all);
+    }
     if (wanted.mnemonic >= 0) {
         const auto from = static_cast<unsigned>(wanted.mnemonic);
         const char* text = wanted.text.c_str() + from;
@@ -90,12 +97,15 @@ Layout make_layout(cairo_t* context, const TextLayout& wanted) {
     if (wanted.trimming != TextTrimming::kNone && wanted.width >= 0) {
         pango_layout_set_ellipsize(
             layout.get(), wanted.trimming == TextTrimming::kEnd ? PANGO_ELLIPSIZE_END : PANGO_ELLIPSIZE_MIDDLE);
-        if (wanted.wrap && wanted.height >= 0) pango_layout_set_height(layout.get(), units(wanted.height));
+        if (wanted.wrap && wanted.height >= 0) {
+            pango_layout_set_height(layout.get(), units(wanted.height));
+        }
     }
     if (!wanted.tabs.empty()) {
         PangoTabArray* tabs = pango_tab_array_new(static_cast<int>(wanted.tabs.size()), FALSE);
-        for (size_t i = 0; i < wanted.tabs.size(); ++i)
+        for (size_t i = 0; i < wanted.tabs.size(); ++i) {
             pango_tab_array_set_tab(tabs, static_cast<int>(i), PANGO_TAB_LEFT, units(wanted.tabs[i]));
+        }
         pango_layout_set_tabs(layout.get(), tabs);
         pango_tab_array_free(tabs);
     }

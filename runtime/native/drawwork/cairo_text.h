@@ -1,5 +1,6 @@
 // Text by Pango: laid out, measured, shown on a cairo context or as outlines.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_CAIRO_TEXT_H
+#define ZELMOR_RUNTIME_NATIVE_DRAWWORK_CAIRO_TEXT_H
 
 #include <cairo.h>
 
@@ -16,3 +17,5 @@ void show_text(cairo_t* context, const TextLayout& layout);
 bool has_font_family(const std::string& name, const std::vector<std::string>& folders);
 
 }  // namespace zelmor::drawwork
+
+#endif  // ZELMOR_RUNTIME_NATIVE_DRAWWORK_CAIRO_TEXT_H

@@ -2,8 +2,9 @@
 //
 // The implementation is a shared object of its own, loaded at the first drawing, so that nothing here may name a type
 // of the library behind it. All coordinates are pixels of the image that a canvas is a part of, unless a map stands
-// beside them. Pixels are 0xAARRGGBB, their colours not multiplied by their alpha.
-#pragma once
+// beside them. Pixels are 0xAARRGGBB, their colors not multiplied by their alpha.
+#ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_CANVAS_H
+#define ZELMOR_RUNTIME_NATIVE_DRAWWORK_CANVAS_H
 
 #include <cstdint>
 #include <memory>
@@ -117,3 +118,5 @@ using BackendFunction = Backend* (*)();
 constexpr const char* kBackendSymbol = "zelmor_drawwork_backend";
 
 }  // namespace zelmor::drawwork
+
+#endif  // ZELMOR_RUNTIME_NATIVE_DRAWWORK_CANVAS_H

@@ -1,7 +1,8 @@
 // Points, rectangles and affine maps in double precision, and outlines made of lines and curves.
 //
 // Plain data that both the runtime and the drawing backend use; what is computed from outlines is the runtime's.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_GEOMETRY_H
+#define ZELMOR_RUNTIME_NATIVE_DRAWWORK_GEOMETRY_H
 
 #include <cmath>
 #include <optional>
@@ -41,7 +42,9 @@ struct Affine {
     // Nothing where the map flattens the plane.
     std::optional<Affine> inverse() const {
         const double det = determinant();
-        if (det == 0 || !std::isfinite(det)) return std::nullopt;
+        if (det == 0 || !std::isfinite(det)) {
+            return std::nullopt;
+        }
         return Affine{
             m22 / det, -m12 / det, -m21 / det, m11 / det, (m21 * dy - m22 * dx) / det, (m12 * dx - m11 * dy) / det};
     }
@@ -92,3 +95,5 @@ using Outline = std::vector<Contour>;
 enum class FillRule { kAlternate, kWinding };
 
 }  // namespace zelmor::drawwork
+
+#endif  // ZELMOR_RUNTIME_NATIVE_DRAWWORK_GEOMETRY_H

@@ -15,7 +15,9 @@ constexpr const char* kLibrary = "libzelmor.embed.drawwork.so";
 // The directory of the shared object that this function is part of.
 std::string own_directory() {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || !info.dli_fname) return ".";
+    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || !info.dli_fname) {
+        return ".";
+    }
     const std::string path = info.dli_fname;
     const size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash);
@@ -31,9 +33,13 @@ drawwork::Backend* load() {
     const std::string path = own_directory() + "/" + kLibrary;
     // Never unloaded: the libraries behind it have types that stay.
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (!library) throw_unloadable(path);
+    if (!library) {
+        throw_unloadable(path);
+    }
     const auto function = reinterpret_cast<drawwork::BackendFunction>(dlsym(library, drawwork::kBackendSymbol));
-    if (!function) throw_unloadable(path);
+    if (!function) {
+        throw_unloadable(path);
+    }
     return function();
 }
 
@@ -41,7 +47,9 @@ drawwork::Backend* load() {
 
 drawwork::Backend& drawing_backend() {
     static drawwork::Backend* backend = nullptr;
-    if (!backend) backend = load();
+    if (!backend) {
+        backend = load();
+    }
     return *backend;
 }
 

@@ -1,7 +1,8 @@
 // The way from the runtime to the drawing backend, which is loaded when something is first drawn.
 //
 // Part of the runtime itself, not of the backend's shared object.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_LOADER_H
+#define ZELMOR_RUNTIME_NATIVE_DRAWWORK_LOADER_H
 
 #include "runtime/native/drawwork/canvas.h"
 
@@ -12,3 +13,5 @@ namespace zelmor::embed {
 drawwork::Backend& drawing_backend();
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_DRAWWORK_LOADER_H

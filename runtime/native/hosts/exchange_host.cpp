@@ -12,7 +12,9 @@ Handle get_type_name(Handle handle) {
     const ManagedObject& object = require_object(handle);
     const std::u16string name = to_utf16(object.type().full_name);
     const auto build = callbacks().u16_buffer;
-    if (!build) throw_invalid_operation("The UTF-16 builder was not handed over.");
+    if (!build) {
+        throw_invalid_operation("The UTF-16 builder was not handed over.");
+    }
     return build(name.data(), static_cast<int>(name.size()));
 }
 
@@ -23,7 +25,9 @@ void free_instance(Handle handle) {
 // Gives the handles among pending arguments back; other tags hold borrowed Python objects.
 void free_pending_args(const VariantArg* args, int32_t count) {
     for (int32_t i = 0; i < count; ++i) {
-        if (args[i].tag == kHandleObject || args[i].tag == kHandleStruct) free_handle(args[i].value);
+        if (args[i].tag == kHandleObject || args[i].tag == kHandleStruct) {
+            free_handle(args[i].value);
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 // The service classes of the managed side: their entry points, for each assembly.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_HOSTS_HOST_ENTRIES_H
+#define ZELMOR_RUNTIME_NATIVE_HOSTS_HOST_ENTRIES_H
 
 #include <span>
 #include <string_view>
@@ -38,3 +39,5 @@ std::span<const HostEntry> entries_of(Assembly assembly) {
 }
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_HOSTS_HOST_ENTRIES_H

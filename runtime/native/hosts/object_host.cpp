@@ -17,20 +17,26 @@ int32_t hash_code(ManagedObject& self) {
 }
 
 int32_t equals(ManagedObject& self, const VariantArg* other) {
-    if (other->tag > kHandleStruct) return 0;  // a Python object is never equal to a managed one
+    if (other->tag > kHandleStruct) {
+        return 0;  // a Python object is never equal to a managed one
+    }
     const ManagedObject* object = object_of(other->value);
     return object && self.equals(*object) ? 1 : 0;
 }
 
 int32_t is_type_of(ManagedObject& self, const VariantArg* type) {
     const auto wanted = read_object(type);
-    if (!wanted) throw_argument_null("type");
+    if (!wanted) {
+        throw_argument_null("type");
+    }
     return is_assignable(cast_object<TypeObject>(*wanted).described(), self.type()) ? 1 : 0;
 }
 
 int32_t get_type_name(const VariantArg* object, Handle* out) {
     const auto target = read_object(object);
-    if (!target) throw_argument_null("obj");
+    if (!target) {
+        throw_argument_null("obj");
+    }
     *out = py_string_utf8(target->type().full_name);
     return kToStringDelivered;
 }

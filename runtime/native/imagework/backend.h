@@ -2,7 +2,8 @@
 //
 // The implementation is a shared object of its own, loaded at the first use of an image, so that nothing here may name
 // a type of the library behind it. All failures are PictureError. A picture is used by one thread at a time.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_BACKEND_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_BACKEND_H
 
 #include <cstddef>
 #include <cstdint>
@@ -53,7 +54,7 @@ class Picture {
     virtual std::unique_ptr<Picture> copy() const = 0;
 
     // Single pixels and blocks of them, row by row. A picture without alpha drops the alpha of what it is given; a gray
-    // one becomes RGB when it is given a colour.
+    // one becomes RGB when it is given a color.
     virtual Argb get_argb(int32_t x, int32_t y) const = 0;
     virtual void set_argb(int32_t x, int32_t y, Argb color) = 0;
     virtual void read_argb(const Rect& area, std::span<Argb> out) const = 0;
@@ -68,13 +69,13 @@ class Picture {
     virtual void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) = 0;
     // An opaque alpha channel where there is none.
     virtual void add_alpha() = 0;
-    // Gives all pixels of the area one colour.
+    // Gives all pixels of the area one color.
     virtual void replace_area(const Rect& area, Argb color) = 0;
     // Lays another picture over this one, its corner at (x, y); what lies outside is cut.
     virtual void draw(const Picture& other, int32_t x, int32_t y) = 0;
     // Turns clockwise by quarters, then mirrors.
     virtual void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) = 0;
-    // Turns clockwise around the centre; `grow` enlarges the canvas to what the turned picture needs.
+    // Turns clockwise around the center; `grow` enlarges the canvas to what the turned picture needs.
     virtual void rotate(double degrees, bool grow, Argb background) = 0;
 
     virtual void grayscale() = 0;
@@ -94,18 +95,18 @@ class Picture {
     // How far the lines of a text are turned clockwise, in degrees; 0 where there are none.
     virtual double skew_angle() const = 0;
 
-    // The colours that stand best for all of the picture's, at most so many; those of a picture that has no more.
+    // The colors that stand best for all of the picture's, at most so many; those of a picture that has no more.
     virtual std::vector<Argb> close_palette(int most, bool keep_alpha) const = 0;
-    // The colours that occur most often, at most so many, the most frequent first.
+    // The colors that occur most often, at most so many, the most frequent first.
     virtual std::vector<Argb> frequent_palette(int most) const = 0;
-    // Whether the palette has each of the picture's colours.
+    // Whether the palette has each of the picture's colors.
     virtual bool has_only(std::span<const Argb> palette) const = 0;
     // The index of the palette's entry that is nearest to each pixel, row by row. `diffuse` spreads the difference over
-    // the neighbours, so that areas keep their mean.
+    // the neighbors, so that areas keep their mean.
     virtual std::vector<uint8_t> indices(std::span<const Argb> palette, bool diffuse) const = 0;
-    // Gives each pixel the colour of its index, row by row; the indices are those of the palette.
+    // Gives each pixel the color of its index, row by row; the indices are those of the palette.
     virtual void paint(std::span<const uint8_t> indices, std::span<const Argb> palette) = 0;
-    // Gives each pixel its nearest colour of the palette.
+    // Gives each pixel its nearest color of the palette.
     virtual void reduce(std::span<const Argb> palette, bool diffuse) = 0;
 
     virtual double opacity() const = 0;  // mean alpha, 0 to 1
@@ -138,7 +139,7 @@ class Backend {
     // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP, whose frames have to be of one size.
     virtual EncodedBytes encode_frames(std::span<const FrameToWrite> frames) = 0;
 
-    // A canvas of one colour; gray only where that colour is.
+    // A canvas of one color; gray only where that color is.
     virtual std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) = 0;
 
     // Between sRGB and the library's own CMYK profile; four bytes C, M, Y, K per pixel.
@@ -157,3 +158,5 @@ using BackendFunction = Backend* (*)();
 constexpr const char* kBackendSymbol = "zelmor_imagework_backend";
 
 }  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_BACKEND_H

@@ -1,7 +1,8 @@
 // Filters: what becomes of a pixel by those around it.
 //
 // Plain data; the managed API's names for them and the making of kernels lie with whoever asks.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FILTERS_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FILTERS_H
 
 #include <variant>
 #include <vector>
@@ -47,3 +48,5 @@ struct Deconvolution {
 using Filter = std::variant<Convolution, Median, Bilateral, Deconvolution>;
 
 }  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FILTERS_H

@@ -1,7 +1,8 @@
 // The file formats that the image backend knows, and what can be asked of it when a picture is read or written.
 //
 // Plain data without a library's types: both sides of the boundary of the backend's shared object include this.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
 
 #include <cstdint>
 #include <optional>
@@ -33,7 +34,7 @@ struct Rect {
     bool operator==(const Rect&) const = default;
 };
 
-// Colours cross as 0xAARRGGBB, never premultiplied.
+// Colors cross as 0xAARRGGBB, never premultiplied.
 using Argb = uint32_t;
 constexpr Argb kWhite = 0xFFFFFFFF;
 constexpr Argb kBlack = 0xFF000000;
@@ -47,7 +48,7 @@ enum class Recovery : uint8_t {
 struct DecodeOptions {
     Recovery recovery = Recovery::kNone;
     Argb background = kWhite;      // fills what was lost
-    bool convert_profile = false;  // to sRGB, by the embedded colour profile
+    bool convert_profile = false;  // to sRGB, by the embedded color profile
 };
 
 enum class BmpCompression : uint8_t { kRgb, kRle8, kRle4, kBitFields };
@@ -99,7 +100,7 @@ struct TiffEncoding {
     int tile_width = 0;  // 0: strips
     int tile_height = 0;
     bool rgb_jpeg = false;       // JPEG inside TIFF keeps RGB instead of YCbCr
-    bool premultiplied = false;  // colours are stored multiplied by their alpha
+    bool premultiplied = false;  // colors are stored multiplied by their alpha
 };
 
 struct WebpEncoding {
@@ -118,10 +119,10 @@ struct Encoding {
     Argb background = kWhite;                    // stands behind the picture where the target has no alpha
     bool blend_alpha = true;                     // otherwise alpha is simply dropped there
     std::optional<Argb> transparent_color = {};  // its pixels are written as transparent
-    bool may_widen = false;                      // more colours than the palette holds make it true colour
+    bool may_widen = false;                      // more colors than the palette holds make it true color
     std::optional<Argb> flatten = {};            // stands behind the picture even where the target has alpha
-    std::vector<Argb> palette = {};              // of an indexed form; empty: the colours that suit the picture best
-    bool diffuse = false;                        // spreads the error where colours are brought down to a palette
+    std::vector<Argb> palette = {};              // of an indexed form; empty: the colors that suit the picture best
+    bool diffuse = false;                        // spreads the error where colors are brought down to a palette
 };
 
 // Default for every option of a format.
@@ -129,3 +130,5 @@ Encoding default_encoding(Format format);
 Format format_of(const Encoding& encoding);
 
 }  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H

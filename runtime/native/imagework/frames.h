@@ -1,5 +1,6 @@
 // Files of several pictures, read and written as a whole.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FRAMES_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FRAMES_H
 
 #include "runtime/native/imagework/backend.h"
 
@@ -8,3 +9,5 @@ namespace zelmor::imagework {
 EncodedBytes encode_frames(std::span<const FrameToWrite> frames);
 
 }  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FRAMES_H

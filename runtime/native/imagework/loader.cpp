@@ -15,7 +15,9 @@ constexpr const char* kLibrary = "libzelmor.embed.imagework.so";
 // The directory of the shared object that this function is part of.
 std::string own_directory() {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || !info.dli_fname) return ".";
+    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || !info.dli_fname) {
+        return ".";
+    }
     std::string path = info.dli_fname;
     size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash);
@@ -31,9 +33,13 @@ imagework::Backend* load() {
     std::string path = own_directory() + "/" + kLibrary;
     // Never unloaded: the library behind it has threads and types that stay.
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (!library) throw_unloadable(path);
+    if (!library) {
+        throw_unloadable(path);
+    }
     auto function = reinterpret_cast<imagework::BackendFunction>(dlsym(library, imagework::kBackendSymbol));
-    if (!function) throw_unloadable(path);
+    if (!function) {
+        throw_unloadable(path);
+    }
     try {
         return function();
     } catch (const imagework::PictureError& error) {
@@ -45,7 +51,9 @@ imagework::Backend* load() {
 
 imagework::Backend& image_backend() {
     static imagework::Backend* backend = nullptr;
-    if (!backend) backend = load();
+    if (!backend) {
+        backend = load();
+    }
     return *backend;
 }
 

@@ -1,7 +1,8 @@
 // The way from the runtime to the image backend, which is loaded when the first image needs it.
 //
 // Part of the runtime itself, not of the backend's shared object.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_LOADER_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_LOADER_H
 
 #include "runtime/native/imagework/backend.h"
 
@@ -12,3 +13,5 @@ namespace zelmor::embed {
 imagework::Backend& image_backend();
 
 }  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_LOADER_H

@@ -19,24 +19,30 @@ uint32_t color_distance(Argb a, Argb b) {
         return static_cast<uint32_t>(d * d);
     };
     const uint32_t alpha = difference(24);
-    if (a >> 24 == 0 || b >> 24 == 0) return 3 * alpha;
+    if (a >> 24 == 0 || b >> 24 == 0) {
+        return 3 * alpha;
+    }
     return alpha + difference(16) + difference(8) + difference(0);
 }
 
 PaletteSearch::PaletteSearch(std::span<const Argb> palette)
-    : palette_(palette.begin(), palette.end()), known_(kKnown, {0, kNothing}) {}
+    : m_palette(palette.begin(), palette.end()), m_known(kKnown, {0, kNothing}) {}
 
 size_t PaletteSearch::nearest(Argb color) {
-    Known& known = known_[place_of(color)];
-    if (known.index != kNothing && known.color == color) return known.index;
+    Known& known = m_known[place_of(color)];
+    if (known.index != kNothing && known.color == color) {
+        return known.index;
+    }
     size_t best = 0;
     uint32_t least = 0xFFFFFFFF;
-    for (size_t i = 0; i < palette_.size(); i++) {
-        const uint32_t distance = color_distance(color, palette_[i]);
+    for (size_t i = 0; i < m_palette.size(); i++) {
+        const uint32_t distance = color_distance(color, m_palette[i]);
         if (distance < least) {
             least = distance;
             best = i;
-            if (distance == 0) break;
+            if (distance == 0) {
+                break;
+            }
         }
     }
     known = {color, static_cast<uint32_t>(best)};

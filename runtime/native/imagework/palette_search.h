@@ -1,7 +1,8 @@
-// Finding the entry of a palette that is nearest to a colour.
+// Finding the entry of a palette that is nearest to a color.
 //
 // Needs no image library; both sides of the backend's boundary use it.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PALETTE_SEARCH_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PALETTE_SEARCH_H
 
 #include <array>
 #include <cstddef>
@@ -12,10 +13,10 @@
 
 namespace zelmor::imagework {
 
-// Squared distance of two colours; of one without alpha no channel but alpha counts.
+// Squared distance of two colors; of one without alpha no channel but alpha counts.
 uint32_t color_distance(Argb a, Argb b);
 
-// Remembers what it found: pictures repeat their colours.
+// Remembers what it found: pictures repeat their colors.
 class PaletteSearch {
  public:
     explicit PaletteSearch(std::span<const Argb> palette);
@@ -27,8 +28,10 @@ class PaletteSearch {
         Argb color;
         uint32_t index;
     };
-    std::vector<Argb> palette_;
-    std::vector<Known> known_;  // by a hash of the colour; a later colour drives out an earlier one
+    std::vector<Argb> m_palette;
+    std::vector<Known> m_known;  // by a hash of the color; a later color drives out an earlier one
 };
 
 }  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PALETTE_SEARCH_H

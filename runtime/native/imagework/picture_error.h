@@ -2,7 +2,8 @@
 //
 // It tells what kind of failure it was and describes it without naming a file: the backend sees bytes, not paths.
 // Whoever called adds the path and picks the managed exception.
-#pragma once
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PICTURE_ERROR_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PICTURE_ERROR_H
 
 #include <cstdint>
 #include <stdexcept>
@@ -23,14 +24,16 @@ enum class Failure : uint8_t {
 class PictureError : public std::runtime_error {
  public:
     PictureError(Failure kind, const std::string& text, std::string parameter = {})
-        : std::runtime_error(text), kind_(kind), parameter_(std::move(parameter)) {}
+        : std::runtime_error(text), m_kind(kind), m_parameter(std::move(parameter)) {}
 
-    Failure kind() const { return kind_; }
-    const std::string& parameter() const { return parameter_; }
+    Failure kind() const { return m_kind; }
+    const std::string& parameter() const { return m_parameter; }
 
  private:
-    Failure kind_;
-    std::string parameter_;
+    Failure m_kind;
+    std::string m_parameter;
 };
 
 }  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PICTURE_ERROR_H

@@ -22,13 +22,13 @@ WRAPPERS = [entry for entry in MODEL.types if not entry.is_enum]
 MANAGED = re.compile(r"Proxy error\(\w+\)|-?\d+ is not a valid \w+")
 
 #: Properties that keep a value of their own choice beside the one that was set, and why.
-NORMALISED = {
+NORMALIZED = {
     ("RectangleF", "right"): "sets the width in single precision",
     ("RectangleF", "bottom"): "sets the height in single precision",
     ("TiffOptions", "tags"): "has one tag of each number",
     **{("ExifData", name): "is never null: None takes the tags away"
        for name in ("properties", "common_tags", "exif_tags", "gps_tags")},
-    **{(owner, f"{side}_resolution"): "is kept as whole dots in a metre, as far as a file can hold them"
+    **{(owner, f"{side}_resolution"): "is kept as whole dots in a meter, as far as a file can hold them"
        for owner in ("RasterImage", "TiffFrame", "TiffImage") for side in ("horizontal", "vertical")},
 }
 #: Where a property that takes any object keeps it in the type that the file format has for it.
@@ -127,13 +127,13 @@ def write(target: Any, prop: Property, readable: bool) -> None:
             found = getattr(target, prop.python)
             if not written:
                 assert unchanged(found, before), f"{prop}: a refused {value!r} left {found!r}"
-            elif not normalised(prop):
+            elif not normalized(prop):
                 assert same(found, value), f"{prop}: {value!r} came back as {found!r}"
 
 
-def normalised(prop: Property) -> bool:
+def normalized(prop: Property) -> bool:
     typed = prop.wire.name == "object" and prop.owner.namespace in TYPED_OBJECTS
-    return typed or (prop.owner.name, prop.python) in NORMALISED
+    return typed or (prop.owner.name, prop.python) in NORMALIZED
 
 
 def unfits(wire: Wire) -> Iterator[Any]:
@@ -211,5 +211,5 @@ def test_constructors_fill_what_their_arguments_name(entry: Type) -> None:
             for param, value in zip(overload.params, given):
                 if worked and param in named:
                     readable, found = attempt("read back", lambda: getattr(made, param.name))
-                    kept = not readable or normalised(properties[param.name]) or same(found, value)
+                    kept = not readable or normalized(properties[param.name]) or same(found, value)
                     assert kept, f"{overload}: {param.name} is {found!r}"

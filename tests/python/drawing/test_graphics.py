@@ -114,7 +114,7 @@ def test_a_disc_has_its_area(sheet: Sheet) -> None:
     assert sheet.ink()[25, 30] and not sheet.ink()[15, 20]
 
 
-def test_colours_are_laid_over_others(tmp_path: Path) -> None:
+def test_colors_are_laid_over_others(tmp_path: Path) -> None:
     sheet = Sheet(tmp_path)
     sheet.graphics.fill_rectangle(SolidBrush(Color.from_argb(128, 255, 0, 0)), 0, 0, 10, 10)
     assert sheet.seen()[5, 5] == pytest.approx([255, 127, 127], abs=1)
@@ -199,7 +199,7 @@ def test_updates_reach_the_image_at_their_end(sheet: Sheet) -> None:
         g.end_update()
 
 
-def test_gradients_go_from_one_colour_to_the_other(sheet: Sheet) -> None:
+def test_gradients_go_from_one_color_to_the_other(sheet: Sheet) -> None:
     brush = LinearGradientBrush(PointF(0, 0), PointF(WIDTH, 0), Color.black, Color.white)
     sheet.graphics.fill_rectangle(brush, 0, 0, WIDTH, HEIGHT)
     row = sheet.seen()[7, :, 0]
@@ -211,11 +211,11 @@ def test_gradients_go_from_one_colour_to_the_other(sheet: Sheet) -> None:
     brush = LinearGradientBrush(Rectangle(0, 0, WIDTH, HEIGHT), Color.black, Color.white, 90.0)
     sheet.graphics.fill_rectangle(brush, 0, 0, WIDTH, HEIGHT)
     assert sheet.seen()[:, 9, 0] == pytest.approx([255 * (y + 0.5) / HEIGHT for y in range(HEIGHT)], abs=2)
-    with managed_error("InvalidOperationException", "no colours"):
+    with managed_error("InvalidOperationException", "no colors"):
         sheet.graphics.fill_rectangle(LinearMulticolorGradientBrush(Point(0, 0), Point(9, 9)), 0, 0, 5, 5)
 
 
-def test_a_path_gradient_has_its_colours_at_corners_and_centre(sheet: Sheet) -> None:
+def test_a_path_gradient_has_its_colors_at_corners_and_center(sheet: Sheet) -> None:
     brush = PathGradientBrush([Point(0, 0), Point(40, 0), Point(40, 40), Point(0, 40)])
     assert brush.center_point == PointF(20, 20) and len(list(brush.path_points)) == 4
     brush.center_color = Color.from_argb(255, 0, 255, 0)
@@ -228,7 +228,7 @@ def test_a_path_gradient_has_its_colours_at_corners_and_centre(sheet: Sheet) -> 
     assert tuple(seen[20, 50]) == (255, 255, 255)
 
 
-def test_hatches_have_two_colours(sheet: Sheet) -> None:
+def test_hatches_have_two_colors(sheet: Sheet) -> None:
     brush = HatchBrush()
     brush.foreground_color, brush.background_color = Color.black, Color.red
     shares = {}
@@ -284,7 +284,7 @@ def test_images_are_drawn_pixel_by_pixel(sheet: Sheet, tmp_path: Path) -> None:
     assert (sheet.seen()[30:32, 0:2] == source[:2, :2]).all() and not sheet.ink()[32:, :5].any()
 
 
-def test_image_attributes_change_colours(sheet: Sheet, tmp_path: Path) -> None:
+def test_image_attributes_change_colors(sheet: Sheet, tmp_path: Path) -> None:
     image, source = tile(tmp_path), noise(3, seed=7, width=5, height=4)
     swap = ColorMatrix()
     swap.matrix00, swap.matrix02, swap.matrix20, swap.matrix22 = 0, 1, 1, 0

@@ -1,4 +1,4 @@
-"""Pens, brushes, fonts, formats and colour tables: what they are made from, hold and begin with."""
+"""Pens, brushes, fonts, formats and color tables: what they are made from, hold and begin with."""
 
 from __future__ import annotations
 
@@ -36,7 +36,7 @@ def test_a_new_pen() -> None:
 @pytest.mark.parametrize("pen", [Pen(Color.blue, 2.5), Pen(SolidBrush(Color.blue), 2.5),
                                  Pen.create_with_color_width(Color.blue, 2.5),
                                  Pen.create_with_brush_width(SolidBrush(Color.blue), 2.5)])
-def test_pens_of_a_colour_and_of_its_brush_are_alike(pen: Pen) -> None:
+def test_pens_of_a_color_and_of_its_brush_are_alike(pen: Pen) -> None:
     assert pen.color == Color.blue and pen.width == 2.5
     pen.color = Color.lime
     assert SolidBrush._cast_to(pen.brush).value.color == Color.lime
@@ -76,7 +76,7 @@ def test_gradients_between_points_and_over_rectangles() -> None:
     assert list(brush.linear_colors) == [Color.red, Color.blue] and not brush.is_transform_changed
     brush.linear_colors = [Color.lime, Color.black]
     assert (brush.start_color, brush.end_color) == (Color.lime, Color.black)
-    with managed_error("ArgumentException", "two colours"):
+    with managed_error("ArgumentException", "two colors"):
         brush.linear_colors = [Color.lime]
     over = LinearGradientBrush(Rectangle(1, 2, 3, 4), Color.red, Color.blue, 30.0, True)
     assert over.rectangle == RectangleF(1, 2, 3, 4) and over.angle == 30 and over.is_angle_scalable
@@ -127,7 +127,7 @@ def test_blends_by_formula(focus: float, scale: float) -> None:
             set_shape(1.5, 1.0)
 
 
-def test_colour_tables() -> None:
+def test_color_tables() -> None:
     blend, colors = Blend(3), ColorBlend(2)
     assert list(blend.factors) == [0, 0, 0] and list(blend.positions) == [0, 0, 0]
     assert list(colors.positions) == [0, 0] and list(colors.colors) == [Color.empty] * 2
@@ -138,7 +138,7 @@ def test_colour_tables() -> None:
         Blend(-1)
 
 
-def test_colour_matrices() -> None:
+def test_color_matrices() -> None:
     matrix = ColorMatrix()
     identity = [[float(r == c) for c in range(5)] for r in range(5)]
     assert [[matrix.get_elem(r, c) for c in range(5)] for r in range(5)] == identity

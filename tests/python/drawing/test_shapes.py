@@ -172,7 +172,7 @@ def test_arcs_begin_and_end_at_their_angles(start: float, sweep: float) -> None:
     assert (arc.start_angle, arc.sweep_angle) == (start + sweep, -sweep)
 
 
-def test_a_pie_has_its_centre() -> None:
+def test_a_pie_has_its_center() -> None:
     pie = PieShape(RectangleF(0, 0, 20, 20), 0.0, 90.0)
     assert bounds(pie) == pytest.approx((10, 10, 10, 10), abs=1e-4)
     path = path_of(pie)

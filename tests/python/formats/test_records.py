@@ -108,7 +108,7 @@ def test_damaged_path_records(data: bytes) -> None:
 
 
 @given(st.lists(INT32, min_size=9, max_size=9))
-def test_end_points_of_a_colour_space(values: list[int]) -> None:
+def test_end_points_of_a_color_space(values: list[int]) -> None:
     triple = CieCoordinatesTriple(struct.pack("<9i", *values))
     read = [(each.cie_coordinates_x, each.cie_coordinates_y, each.cie_coordinates_z)
             for each in (triple.cie_xyz_red, triple.cie_xyz_green, triple.cie_xyz_blue)]
@@ -117,7 +117,7 @@ def test_end_points_of_a_colour_space(values: list[int]) -> None:
     assert (one.cie_coordinates_x, one.cie_coordinates_y, one.cie_coordinates_z) == tuple(values[:3])
 
 
-def test_too_few_bytes_of_a_colour_space() -> None:
+def test_too_few_bytes_of_a_color_space() -> None:
     with pytest.raises(RuntimeError, match="ArgumentException.*11 bytes"):
         CieCoordinates(bytes(11))
     with pytest.raises(RuntimeError, match="ArgumentException.*35 bytes"):

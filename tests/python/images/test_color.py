@@ -1,4 +1,4 @@
-"""Tones and thresholds against their arithmetic, colours through profiles."""
+"""Tones and thresholds against their arithmetic, colors through profiles."""
 
 from __future__ import annotations
 
@@ -139,7 +139,7 @@ def test_tones_agree_between_views(tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize("color", [(255, 255, 255), (0, 0, 0), (128, 128, 128), (60, 120, 90), (200, 160, 40)])
-def test_colours_through_the_cmyk_profile_and_back(color: tuple[int, int, int]) -> None:
+def test_colors_through_the_cmyk_profile_and_back(color: tuple[int, int, int]) -> None:
     cmyk = Color.to_cmyk_color_with_def_icc(Color.from_argb(255, *color))
     back = CmykColor.to_color_with_def_icc(cmyk)
     assert back.a == 255

@@ -60,7 +60,7 @@ def test_the_file_of_an_image_is_saved_to(tmp_path: Path) -> None:
     assert tuple(read(path)[0, 0]) == (255, 255, 255)
 
 
-def test_png_by_colour_type(tmp_path: Path) -> None:
+def test_png_by_color_type(tmp_path: Path) -> None:
     source = load(write(tmp_path / "a.png", few_colors()))
     for kind, mode in ((PngColorType.GRAYSCALE, "L"), (PngColorType.TRUECOLOR, "RGB"),
                        (PngColorType.INDEXED_COLOR, "P")):

@@ -36,7 +36,7 @@ def pages(count: int = 3, bands: int = 3) -> list[Pixels]:
 
 
 def blocks(count: int = 4, size: tuple[int, int] = (12, 9)) -> list[Pixels]:
-    """Frames of one size with few colours, which a palette keeps."""
+    """Frames of one size with few colors, which a palette keeps."""
     frames = []
     for i in range(count):
         frame = np.zeros((size[1], size[0], 3), np.uint8)
@@ -391,9 +391,9 @@ def test_the_background_of_a_gif(tmp_path: Path, transparent: bool) -> None:
     options.has_transparent_color = transparent
     image.save(str(tmp_path / "a.gif"), options)
     result = read_frames(tmp_path / "a.gif", "RGBA")[0]
-    if transparent:  # the colour is taken out
+    if transparent:  # the color is taken out
         assert (result[..., 3] == 0).all()
-    else:  # the colour fills what was clear
+    else:  # the color fills what was clear
         assert (result == (250, 10, 20, 255)).all()
 
 

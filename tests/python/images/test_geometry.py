@@ -87,7 +87,7 @@ def test_a_canvas_with_alpha_grows_clear_and_one_without_white(tmp_path: Path) -
 
 
 @pytest.mark.parametrize("size", SIZES)
-def test_nearest_neighbours_are_exact(tmp_path: Path, size: tuple[int, int]) -> None:
+def test_nearest_neighbors_are_exact(tmp_path: Path, size: tuple[int, int]) -> None:
     image = load(write(tmp_path / "a.png", noise(4)))
     image.resize(*size, ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)
     columns = (2 * np.arange(size[0]) + 1) * WIDTH // (2 * size[0])

@@ -57,7 +57,7 @@ def test_lossless_webp(tmp_path: Path) -> None:
 @pytest.mark.parametrize("extension", ["jpg", "webp"])
 def test_lossy_files_are_decoded_as_pillow_decodes_them(tmp_path: Path, extension: str) -> None:
     path = write(tmp_path / f"a.{extension}", smooth(), quality=90)
-    # Two decoders of one format may differ in how they round and upsample colours.
+    # Two decoders of one format may differ in how they round and upsample colors.
     assert np.abs(pixels(load(path), tmp_path) - read(path, "RGB")).mean() < 1.0
     assert worst(pixels(load(path), tmp_path), smooth()) < 30
 
@@ -204,7 +204,7 @@ def test_views_share_the_image(tmp_path: Path) -> None:
     assert (image.width, image.height) == (10, 5)
 
 
-def test_a_key_colour_becomes_alpha(tmp_path: Path) -> None:
+def test_a_key_color_becomes_alpha(tmp_path: Path) -> None:
     picture = Pillow.fromarray(few_colors(4))
     key = tuple(int(v) for v in few_colors(4)[0, 0])
     picture.save(tmp_path / "a.png", transparency=key)

@@ -1,4 +1,4 @@
-"""Save options: what they ask for stands in the file, and what cannot be honoured is refused."""
+"""Save options: what they ask for stands in the file, and what cannot be honored is refused."""
 
 from __future__ import annotations
 
@@ -81,7 +81,7 @@ def test_jpeg_progressive(tmp_path: Path) -> None:
 @pytest.mark.parametrize("color, mode", [(JpegCompressionColorMode.GRAYSCALE, "L"),
                                          (JpegCompressionColorMode.Y_CB_CR, "RGB"),
                                          (JpegCompressionColorMode.CMYK, "CMYK")])
-def test_jpeg_colour_types(tmp_path: Path, color: JpegCompressionColorMode, mode: str) -> None:
+def test_jpeg_color_types(tmp_path: Path, color: JpegCompressionColorMode, mode: str) -> None:
     path = saved(tmp_path, made(JpegOptions, color_type=color))
     with Pillow.open(path) as picture:
         assert picture.mode == mode
@@ -122,7 +122,7 @@ def test_jpeg_alpha(tmp_path: Path) -> None:
 @pytest.mark.parametrize("color, mode", [(PngColorType.GRAYSCALE, "L"), (PngColorType.TRUECOLOR, "RGB"),
                                          (PngColorType.INDEXED_COLOR, "P"), (PngColorType.GRAYSCALE_WITH_ALPHA, "LA"),
                                          (PngColorType.TRUECOLOR_WITH_ALPHA, "RGBA")])
-def test_png_colour_types(tmp_path: Path, color: PngColorType, mode: str) -> None:
+def test_png_color_types(tmp_path: Path, color: PngColorType, mode: str) -> None:
     path = saved(tmp_path, made(PngOptions, color_type=color), few_colors())
     with Pillow.open(path) as picture:
         assert picture.mode == mode

@@ -1,4 +1,4 @@
-"""Palettes, indexed images, and bringing colours down to few, beside Pillow and NumPy."""
+"""Palettes, indexed images, and bringing colors down to few, beside Pillow and NumPy."""
 
 from __future__ import annotations
 
@@ -21,22 +21,22 @@ FOUR = [0xFF000000, 0xFFFFFFFF, 0xFFFF0000, 0xFF0000FF]
 
 
 def signed(colors: list[int]) -> list[int]:
-    """Packed colours as the integers that they cross as."""
+    """Packed colors as the integers that they cross as."""
     return [color - 2**32 if color >= 2**31 else color for color in colors]
 
 
 def entries(palette: Any) -> list[int]:
-    """The colours of a palette, unsigned."""
+    """The colors of a palette, unsigned."""
     return [color & 0xFFFFFFFF for color in palette.argb_32_entries]
 
 
 def rgb(colors: list[int]) -> Pixels:
-    """Packed colours as rows of three."""
+    """Packed colors as rows of three."""
     return np.array([(color >> 16 & 255, color >> 8 & 255, color & 255) for color in colors])
 
 
 def nearest(source: Pixels, colors: list[int]) -> Pixels:
-    """What each pixel becomes: the first of the nearest colours."""
+    """What each pixel becomes: the first of the nearest colors."""
     table = rgb(colors)
     distance = ((source[:, :, None, :].astype(int) - table) ** 2).sum(-1)
     return table[distance.argmin(-1)]
@@ -56,7 +56,7 @@ def indexed(path: Path, colors: int = 16, depth: int = 8) -> tuple[str, Pixels, 
 # ---- ColorPalette
 
 
-def test_palettes_of_integers_and_colours() -> None:
+def test_palettes_of_integers_and_colors() -> None:
     for palette in (ColorPalette(signed(FOUR)), ColorPalette.create_with_argb(signed(FOUR)),
                     ColorPalette.create_with_colors([Color.from_argb(color) for color in signed(FOUR)])):
         assert palette.entries_count == 4
@@ -145,13 +145,13 @@ def test_the_palette_of_a_file(tmp_path: Path, suffix: str) -> None:
         assert image.palette is None
 
 
-def test_true_colours_have_no_palette(tmp_path: Path) -> None:
+def test_true_colors_have_no_palette(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", noise()))
     assert not image.use_palette
     assert image.palette is None
 
 
-def test_new_colours_for_old_indices(tmp_path: Path) -> None:
+def test_new_colors_for_old_indices(tmp_path: Path) -> None:
     path, source, colors = indexed(tmp_path / "a.png", 4)
     image = load(path)
     image.set_palette(ColorPalette(signed(FOUR)), False)
@@ -164,7 +164,7 @@ def test_new_colours_for_old_indices(tmp_path: Path) -> None:
         image.set_palette(ColorPalette(signed(FOUR[:2])), False)
 
 
-def test_colours_are_brought_to_a_palette(tmp_path: Path) -> None:
+def test_colors_are_brought_to_a_palette(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", noise()))
     image.set_palette(ColorPalette(signed(FOUR)), True)
     image.save(str(tmp_path / "b.png"))
@@ -205,7 +205,7 @@ def test_what_saving_with_a_palette_refuses(tmp_path: Path) -> None:
     palette = ColorPalette(signed(FOUR))
     with managed_error("NotSupportedException", "palette"):
         image.save(str(tmp_path / "b.png"), made(PngOptions, palette=palette))
-    with managed_error("ImageSaveException", "4 colours"):
+    with managed_error("ImageSaveException", "4 colors"):
         image.save(str(tmp_path / "b.png"), made(PngOptions, color_type=PngColorType.INDEXED_COLOR, bit_depth=1,
                                                  palette=palette))
 

@@ -1,4 +1,4 @@
-"""Single pixels, replaced colours, and pixels in premultiplied form."""
+"""Single pixels, replaced colors, and pixels in premultiplied form."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ from support.image_oracles import HEIGHT, WIDTH, few_colors, load, managed_error
 
 
 def signed(argb: int) -> int:
-    """A packed colour as the signed integer that it crosses as."""
+    """A packed color as the signed integer that it crosses as."""
     return argb - 2**32 if argb >= 2**31 else argb
 
 
@@ -44,7 +44,7 @@ def test_an_image_without_alpha_drops_it(tmp_path: Path) -> None:
     assert image.get_argb_32_pixel(2, 2) == signed(0xFF203040)
 
 
-def test_a_gray_image_takes_colours(tmp_path: Path) -> None:
+def test_a_gray_image_takes_colors(tmp_path: Path) -> None:
     source = noise(1)
     image = load(write(tmp_path / "a.png", source))
     image.set_pixel(5, 6, Color.from_argb(255, 250, 20, 30))

@@ -32,7 +32,7 @@ NO_PICTURE = "none of the formats"
 
 
 def picture_of(tmp_path: Path, extension: str) -> bytes:
-    """A file of few colours, which all formats but one keep as they are."""
+    """A file of few colors, which all formats but one keep as they are."""
     return Path(write(tmp_path / f"a.{extension}", few_colors())).read_bytes()
 
 

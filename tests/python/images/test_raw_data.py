@@ -175,7 +175,7 @@ def test_gray_layouts(tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize("green", [5, 6])
-def test_colour_words(tmp_path: Path, green: int) -> None:
+def test_color_words(tmp_path: Path, green: int) -> None:
     source = noise(3)
     image = load(write(tmp_path / "a.png", source))
     layout = PixelDataFormat.rgb_16_bpp_565 if green == 6 else PixelDataFormat.rgb_16_bpp_555

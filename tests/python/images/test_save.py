@@ -53,7 +53,7 @@ def test_saving_onto_the_source(tmp_path: Path, extension: str) -> None:
 
 
 @pytest.mark.parametrize("extension", ["png", "bmp", "gif"])
-def test_more_colours_than_the_palette_had_are_kept(tmp_path: Path, extension: str) -> None:
+def test_more_colors_than_the_palette_had_are_kept(tmp_path: Path, extension: str) -> None:
     Pillow.fromarray(few_colors(2)).quantize(2).save(tmp_path / f"a.{extension}", bits=1)
     image = load(tmp_path / f"a.{extension}")
     source = read(tmp_path / f"a.{extension}", "RGB")
@@ -64,7 +64,7 @@ def test_more_colours_than_the_palette_had_are_kept(tmp_path: Path, extension: s
     assert worst(read(tmp_path / f"a.{extension}", "RGB"), source) == 0
 
 
-def test_a_palette_that_still_holds_all_colours_stays(tmp_path: Path) -> None:
+def test_a_palette_that_still_holds_all_colors_stays(tmp_path: Path) -> None:
     Pillow.fromarray(few_colors(2)).quantize(2).save(tmp_path / "a.png", bits=1)
     load(tmp_path / "a.png").save()
     assert (tmp_path / "a.png").read_bytes()[24:26] == b"\1\3"
@@ -249,7 +249,7 @@ def test_alpha_is_laid_over_the_background(tmp_path: Path) -> None:
 
 @pytest.mark.parametrize("extension", ["png", "jpg", "tif", "webp"])
 @pytest.mark.parametrize("convert", [False, True])
-def test_a_colour_profile_is_kept_or_applied(tmp_path: Path, extension: str, convert: bool) -> None:
+def test_a_color_profile_is_kept_or_applied(tmp_path: Path, extension: str, convert: bool) -> None:
     profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
     options = LoadOptions()
     options.use_icc_profile_conversion = convert
@@ -271,7 +271,7 @@ def test_exif_data_is_kept(tmp_path: Path) -> None:
             assert copy.getexif()[0x010F] == "a maker"
 
 
-def test_a_transparent_colour_is_written_as_clear(tmp_path: Path) -> None:
+def test_a_transparent_color_is_written_as_clear(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", few_colors(4)))
     key = few_colors(4)[0, 0]
     image.transparent_color = Color.from_argb(255, *(int(v) for v in key))

@@ -117,7 +117,7 @@ class TestHandles:
     @pytest.mark.keeps_handles(1)
     def test_a_second_init_leaks_the_first_handle(self) -> None:
         value = Size(1, 2)
-        value.__init__(3, 4)  # the first handle is not given back: settled behaviour
+        value.__init__(3, 4)  # the first handle is not given back: settled behavior
         assert value.width == 3
 
 

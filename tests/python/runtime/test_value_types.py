@@ -1,4 +1,4 @@
-"""The value types of geometry and colour, against oracles in Python."""
+"""The value types of geometry and color, against oracles in Python."""
 
 from __future__ import annotations
 

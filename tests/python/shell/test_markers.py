@@ -1,4 +1,4 @@
-"""Marker attributes: how wrappers and enumerations of the module are recognised."""
+"""Marker attributes: how wrappers and enumerations of the module are recognized."""
 
 from __future__ import annotations
 

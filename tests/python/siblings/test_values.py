@@ -63,7 +63,7 @@ def test_values_do_not_change(kind, names):
         with pytest.raises(AttributeError):
             setattr(value, name, 1)
     with pytest.raises(AttributeError):
-        value.colour = 1
+        value.color = 1
     with pytest.raises(TypeError):
         type("Derived", (kind,), {})
 

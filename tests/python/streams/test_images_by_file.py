@@ -32,7 +32,7 @@ def encoded(name: str = "PNG") -> bytes:
 
 
 def pixels(data: bytes) -> np.ndarray:
-    """The colours of an encoded picture."""
+    """The colors of an encoded picture."""
     with Pillow.open(io.BytesIO(data)) as picture:
         return np.asarray(picture.convert("RGB"))
 

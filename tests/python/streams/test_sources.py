@@ -44,7 +44,7 @@ PNG = png()
 
 
 def pixels(data: bytes) -> Any:
-    """The colours of an encoded picture."""
+    """The colors of an encoded picture."""
     with Pillow.open(io.BytesIO(data)) as picture:
         return np.asarray(picture.convert("RGB"))
 

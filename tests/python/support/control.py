@@ -1,4 +1,4 @@
-"""The control interface of the embedded runtime's test flavour: its journal, scripts, faults, callbacks and counts.
+"""The control interface of the embedded runtime's test flavor: its journal, scripts, faults, callbacks and counts.
 
 There is one runtime in a process, so that `control` is one object. What it changes stays until it is taken back;
 the fixture in conftest.py takes back whatever a test left behind.

@@ -31,7 +31,7 @@ FORMATS = {
 
 
 def noise(bands: int = 3, seed: int = 1, width: int = WIDTH, height: int = HEIGHT) -> Pixels:
-    """Every pixel another colour."""
+    """Every pixel another color."""
     shape = (height, width, bands) if bands > 1 else (height, width)
     return np.random.default_rng(seed).integers(0, 256, shape, dtype=np.uint8)
 
@@ -45,7 +45,7 @@ def smooth(bands: int = 3, width: int = WIDTH, height: int = HEIGHT) -> Pixels:
 
 
 def few_colors(count: int = 16) -> Pixels:
-    """Blocks of `count` colours."""
+    """Blocks of `count` colors."""
     colors = noise(3, seed=5, width=count, height=1)[0]
     y, x = np.mgrid[0:HEIGHT, 0:WIDTH]
     return colors[(x // 5 + y // 4 * 3) % count]

@@ -1,5 +1,6 @@
 // The managed classes behind the interop wrappers, scripted, and the parts of sibling modules that casts need.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_COLLECTIONS_INTEROP_RUNTIME_H
+#define ZELMOR_TESTS_UNIT_COLLECTIONS_INTEROP_RUNTIME_H
 
 #include <string>
 #include <vector>
@@ -63,3 +64,5 @@ zelmor::PyRef evaluate_on(const char* expression, PyTypeObject* type, PyObject* 
 
 // The text that evaluation gives, or the raised exception as "<type>: <text>".
 std::string outcome(const char* expression, PyTypeObject* type, PyObject* x = Py_None);
+
+#endif  // ZELMOR_TESTS_UNIT_COLLECTIONS_INTEROP_RUNTIME_H

@@ -1,13 +1,14 @@
 // Wrapper types as a generated module has them, for the tests of what is read from a wrapper.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_CONVERT_TEST_WRAPPERS_H
+#define ZELMOR_TESTS_UNIT_CONVERT_TEST_WRAPPERS_H
 
 #include "bridge_test.h"
 #include "pyshell/wrapped_object.h"
 
 // Each has the host marker of its kind and is ready.
-PyTypeObject* class_wrapper_type();  // of this module: recognised by its deallocator
+PyTypeObject* class_wrapper_type();  // of this module: recognized by its deallocator
 PyTypeObject* struct_wrapper_type();
-PyTypeObject* sibling_class_type();  // of a sibling module: recognised by its marker alone
+PyTypeObject* sibling_class_type();  // of a sibling module: recognized by its marker alone
 PyTypeObject* sibling_struct_type();
 
 // A wrapper that holds a handle which is never given back.
@@ -26,3 +27,5 @@ class Wrapper {
     zelmor::PyRef m_object;
     PyClrObject* m_wrapped;
 };
+
+#endif  // ZELMOR_TESTS_UNIT_CONVERT_TEST_WRAPPERS_H

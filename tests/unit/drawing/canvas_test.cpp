@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "runtime/native/behaviours/drawing/outlines.h"
+#include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/drawwork/canvas.h"
 
 namespace zelmor::drawwork {
@@ -29,8 +29,9 @@ Paint solid(Argb color, double opacity = 1) {
 
 TEST(CanvasTest, UntouchedPixelsStayToTheLastBit) {
     std::vector<Argb> pixels(256);
-    for (Argb i = 0; i < 256; ++i)
+    for (Argb i = 0; i < 256; ++i) {
         pixels[i] = i << 24 | i * 77 % 256 << 16 | i * 13 % 256 << 8 | (255 - i);
+    }
     const auto canvas = backend().canvas({5, 7, 16, 16}, pixels);
     EXPECT_EQ(canvas->pixels(), pixels);
     canvas->fill({embed::rectangle_contour({5, 7, 1, 1})}, FillRule::kAlternate, solid(0xFF102030), false);

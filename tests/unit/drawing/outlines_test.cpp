@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "runtime/native/behaviours/drawing/outlines.h"
+#include "runtime/native/behaviors/drawing/outlines.h"
 
 namespace zelmor::embed {
 namespace {
@@ -14,7 +14,9 @@ TEST(AffineTest, InverseUndoes) {
     for (int i = 0; i < 500; ++i) {
         const Affine map{number(draw), number(draw), number(draw), number(draw), number(draw), number(draw)};
         const auto back = map.inverse();
-        if (std::abs(map.determinant()) < 1e-3) continue;
+        if (std::abs(map.determinant()) < 1e-3) {
+            continue;
+        }
         ASSERT_TRUE(back);
         const PointD p{number(draw), number(draw)}, q = back->apply(map.apply(p));
         EXPECT_NEAR(q.x, p.x, 1e-6);
@@ -59,16 +61,18 @@ TEST(OutlineTest, ReversingTwiceIsNothing) {
     }
 }
 
-TEST(OutlineTest, EdgesBelongToOneOfTwoNeighbours) {
+TEST(OutlineTest, EdgesBelongToOneOfTwoNeighbors) {
     const Outline left{rectangle_contour({0, 0, 10, 10})}, right{rectangle_contour({10, 0, 10, 10})};
-    for (double y = 0; y < 10; y += 0.5)
+    for (double y = 0; y < 10; y += 0.5) {
         EXPECT_NE(contains(left, FillRule::kAlternate, {10, y}), contains(right, FillRule::kAlternate, {10, y}));
+    }
 }
 
 double covered_length(const Outline& outline, double y) {
     double sum = 0;
-    for (double x = -50; x < 150; x += 0.25)
+    for (double x = -50; x < 150; x += 0.25) {
         sum += contains(outline, FillRule::kWinding, {x, y}) ? 0.25 : 0;
+    }
     return sum;
 }
 

@@ -1,6 +1,7 @@
 // The fixture of the bridge's unit tests: an interpreter, the scripted runtime, and ways to look at errors and
 // reference counts.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_EXCHANGE_BRIDGE_TEST_H
+#define ZELMOR_TESTS_UNIT_EXCHANGE_BRIDGE_TEST_H
 
 #include <gtest/gtest.h>
 
@@ -41,7 +42,7 @@ inline PyObject* entry_of(const zelmor::PyRef& names, const char* name) {
 
 std::string text_of(PyObject* object);
 
-// The pending exception, normalised and cleared; empty if none was pending.
+// The pending exception, normalized and cleared; empty if none was pending.
 zelmor::PyRef take_error();
 
 // Clears the pending error, which has to be exactly of this type and have exactly this text.
@@ -72,3 +73,5 @@ class UnraisableWatch {
  private:
     zelmor::PyRef m_names;
 };
+
+#endif  // ZELMOR_TESTS_UNIT_EXCHANGE_BRIDGE_TEST_H

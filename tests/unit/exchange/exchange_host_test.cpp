@@ -69,7 +69,7 @@ TEST_F(ExchangeHostTest, TheStringBuilderIsLookedForAfterTheUnraisableOne) {
     EXPECT_EQ(asked[5], "SetPyStrBuilderCallback");
 }
 
-TEST_F(ExchangeHostTest, AFailedInitialisationCanBeRepeated) {
+TEST_F(ExchangeHostTest, AFailedInitializationCanBeRepeated) {
     runtime.missing = {{"InitServices", 1}};
     ExchangeHost& host = ExchangeHost::get_instance();
     EXPECT_FALSE(host.initialize("Other.Assembly"));

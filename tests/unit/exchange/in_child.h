@@ -1,5 +1,6 @@
 // Runs checks in a process of their own: the service hosts are singletons, and ObjectHost binds once for good.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_EXCHANGE_IN_CHILD_H
+#define ZELMOR_TESTS_UNIT_EXCHANGE_IN_CHILD_H
 
 #include <gtest/gtest.h>
 
@@ -28,3 +29,5 @@ inline void check(bool condition, const char* text, int line) {
             std::_Exit(0); \
         },                 \
         ::testing::ExitedWithCode(0), "")
+
+#endif  // ZELMOR_TESTS_UNIT_EXCHANGE_IN_CHILD_H

@@ -1,6 +1,7 @@
 // A scripted runtime in place of the real one: answers every lookup of an entry point, leaves out what a test wants
 // left out, and keeps a journal of lookups and of calls.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_EXCHANGE_SCRIPTED_RUNTIME_H
+#define ZELMOR_TESTS_UNIT_EXCHANGE_SCRIPTED_RUNTIME_H
 
 #include <functional>
 #include <map>
@@ -27,3 +28,5 @@ extern ScriptedRuntime runtime;
 
 // The method names of the journal of lookups, of one managed type.
 std::vector<std::string> methods_looked_up(const std::string& type);
+
+#endif  // ZELMOR_TESTS_UNIT_EXCHANGE_SCRIPTED_RUNTIME_H

@@ -31,7 +31,9 @@ ChildResult run_in_child(const std::function<void()>& work) {
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        if (!redirect(STDOUT_FILENO, out) || !redirect(STDERR_FILENO, err)) _exit(125);
+        if (!redirect(STDOUT_FILENO, out) || !redirect(STDERR_FILENO, err)) {
+            _exit(125);
+        }
         run_uncaught(work);
         std::exit(0);
     }

@@ -1,6 +1,7 @@
 // Runs a piece of a test in a forked child: for what ends a process, what is done once per process, and what writes
 // to the standard streams.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_HOST_CHILD_PROCESS_H
+#define ZELMOR_TESTS_UNIT_HOST_CHILD_PROCESS_H
 
 #include <functional>
 #include <string>
@@ -14,3 +15,5 @@ struct ChildResult {
 
 /// The child runs `work` and then exits as main would, with static destructors. An exception ends it in terminate.
 ChildResult run_in_child(const std::function<void()>& work);
+
+#endif  // ZELMOR_TESTS_UNIT_HOST_CHILD_PROCESS_H

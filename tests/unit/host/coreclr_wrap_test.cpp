@@ -25,7 +25,9 @@ class CoreclrWrap : public ::testing::Test {
     }
 
     void TearDown() override {
-        if (wrapper) dlclose(wrapper);
+        if (wrapper) {
+            dlclose(wrapper);
+        }
     }
 
     template <typename Function>

@@ -185,19 +185,23 @@ class AppFolders : public ::testing::Test {
 };
 
 TEST_F(AppFolders, DrawingModuleStandsLast) {
-    for (const char* name : {"a", "pydrawing", "b", "zz", "0", "pydrawing2"})
+    for (const char* name : {"a", "pydrawing", "b", "zz", "0", "pydrawing2"}) {
         root.make_directory(name);
+    }
     const std::vector<std::string> folders = scan(false);
     ASSERT_EQ(folders.size(), 6u);
     EXPECT_EQ(folders.back(), root / "pydrawing");
 }
 
 TEST_F(AppFolders, OthersStandInReverseOrderOfTheDirectory) {
-    for (const char* name : {"a", "pydrawing", "b", "c", "d"})
+    for (const char* name : {"a", "pydrawing", "b", "c", "d"}) {
         root.make_directory(name);
+    }
     std::vector<std::string> expected;
     for (const auto& entry : std::filesystem::directory_iterator(root.path())) {
-        if (entry.path().filename() != "pydrawing") expected.push_back(entry.path().string());
+        if (entry.path().filename() != "pydrawing") {
+            expected.push_back(entry.path().string());
+        }
     }
     std::reverse(expected.begin(), expected.end());
     expected.push_back(root / "pydrawing");

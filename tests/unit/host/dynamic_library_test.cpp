@@ -20,7 +20,9 @@ class DynamicLibraryTest : public ::testing::Test {
  protected:
     bool is_loaded() const {
         void* handle = nullptr;
-        if (!pal::get_module(path, &handle)) return false;
+        if (!pal::get_module(path, &handle)) {
+            return false;
+        }
         pal::free_library(handle);
         return true;
     }

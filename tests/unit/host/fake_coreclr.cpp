@@ -15,7 +15,9 @@ int g_host;  // only its address counts
 
 void journal(const std::ostringstream& line) {
     const std::string text = g_state.journal + line.str() + "\n";
-    if (text.size() >= sizeof g_state.journal) std::abort();
+    if (text.size() >= sizeof g_state.journal) {
+        std::abort();
+    }
     std::memcpy(g_state.journal, text.c_str(), text.size() + 1);
 }
 
@@ -29,8 +31,9 @@ FAKE_CORECLR_API int coreclr_initialize(const char* exe, const char* domain, int
                                         const char** values, void** host, unsigned int* domain_id) {
     std::ostringstream line;
     line << "initialize " << exe << " " << domain;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         line << " " << keys[i] << "=" << values[i];
+    }
     journal(line);
     *host = &g_host;
     *domain_id = 7;

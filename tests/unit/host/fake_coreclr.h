@@ -1,5 +1,6 @@
 // What the tests of the wrapper library see of the runtime library that they put beneath it.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_HOST_FAKE_CORECLR_H
+#define ZELMOR_TESTS_UNIT_HOST_FAKE_CORECLR_H
 
 // Has no destructor, since the shut-down may come from exit handlers that run behind those of the fake.
 struct FakeCoreclr {
@@ -11,3 +12,5 @@ struct FakeCoreclr {
 
 /// Exported by the fake as "fake_coreclr_state".
 using FakeCoreclrState = FakeCoreclr*();
+
+#endif  // ZELMOR_TESTS_UNIT_HOST_FAKE_CORECLR_H

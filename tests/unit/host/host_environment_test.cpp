@@ -26,8 +26,9 @@ HostEnvironment& start(const char* netcore_dir = nullptr, const char* assembly_d
 // What the trace makes of these lines.
 std::string lines(std::initializer_list<std::string> texts) {
     std::string all;
-    for (const std::string& text : texts)
+    for (const std::string& text : texts) {
         all += text + "\r\n";
+    }
     return all;
 }
 
@@ -93,8 +94,12 @@ TEST_F(HostStart, FurtherCallsChangeNothing) {
     install();
     const ChildResult child = run_in_child([] {
         HostEnvironment& environment = start();
-        if (&HostEnvironment::instance(nullptr, false, nullptr, nullptr, nullptr, nullptr) != &environment) abort();
-        if (&HostEnvironment::instance("5", true, "other", "x", "/absent", "/absent") != &environment) abort();
+        if (&HostEnvironment::instance(nullptr, false, nullptr, nullptr, nullptr, nullptr) != &environment) {
+            abort();
+        }
+        if (&HostEnvironment::instance("5", true, "other", "x", "/absent", "/absent") != &environment) {
+            abort();
+        }
     });
     EXPECT_EQ(child.exit_code, 0) << child.err;
     EXPECT_EQ(log(), start_log(netcore_dir) + "shutdown\n");
@@ -103,7 +108,9 @@ TEST_F(HostStart, FurtherCallsChangeNothing) {
 TEST_F(HostStart, AttachesToALibraryThatIsLoadedAlready) {
     install();
     const ChildResult child = run_in_child([this] {
-        if (!pal::load_library(netcore_dir + "/" + kWrapper)) abort();
+        if (!pal::load_library(netcore_dir + "/" + kWrapper)) {
+            abort();
+        }
         HostEnvironment& environment = start();
         std::printf("%d", environment.create_default_app_domain());
     });
@@ -116,7 +123,9 @@ TEST_F(HostStart, AttachingWithoutADomainIsNoFailure) {
     install();
     setenv("FAKE_WRAP_IS_DOMAIN", "0", 1);
     const ChildResult child = run_in_child([this] {
-        if (!pal::load_library(netcore_dir + "/" + kWrapper)) abort();
+        if (!pal::load_library(netcore_dir + "/" + kWrapper)) {
+            abort();
+        }
         void* delegate = nullptr;
         std::printf("%d", start().try_create_delegate("a", "t", "m", &delegate));
     });
@@ -272,7 +281,9 @@ TEST_F(HostStart, AttachedModuleTracesNoStart) {
     install();
     const ChildResult child = run_in_child([this] {
         setenv("COREHOST_TRACE", "1", 1);
-        if (!pal::load_library(netcore_dir + "/" + kWrapper)) abort();
+        if (!pal::load_library(netcore_dir + "/" + kWrapper)) {
+            abort();
+        }
         start();
     });
     EXPECT_NE(child.out.find("Using existed module...\r\nwrap dll loaded\r\n.NET Core host ready.\r\n"),
@@ -299,12 +310,22 @@ TEST_F(HostStart, ForkedChildLeavesTheRuntimeToItsParent) {
         HostEnvironment& environment = start();
         std::fflush(nullptr);
         const pid_t forked = fork();
-        if (forked == 0) std::exit(environment.try_shutdown_default_app_domain() == -1 ? 0 : 1);
+        if (forked == 0) {
+            std::exit(environment.try_shutdown_default_app_domain() == -1 ? 0 : 1);
+        }
         int status = 0;
-        if (waitpid(forked, &status, 0) != forked || status != 0) abort();
-        if (log() != start_log(netcore_dir)) abort();
-        if (fork() == 0) std::exit(0);
-        if (wait(nullptr) < 0) abort();
+        if (waitpid(forked, &status, 0) != forked || status != 0) {
+            abort();
+        }
+        if (log() != start_log(netcore_dir)) {
+            abort();
+        }
+        if (fork() == 0) {
+            std::exit(0);
+        }
+        if (wait(nullptr) < 0) {
+            abort();
+        }
         std::printf("%d", log() == start_log(netcore_dir));
     });
     EXPECT_EQ(child.exit_code, 0) << child.err;

@@ -28,8 +28,9 @@ std::string trace_with(const char* value) {
 
 TEST(Trace, IsOffUnlessTheVariableHoldsAPositiveNumber) {
     EXPECT_EQ(trace_with(nullptr), "0");
-    for (const char* value : {"", "0", "-1", "on", "x1"})
+    for (const char* value : {"", "0", "-1", "on", "x1"}) {
         EXPECT_EQ(trace_with(value), "0") << value;
+    }
 }
 
 TEST(Trace, HasOneLevelForAllPositiveNumbers) {
@@ -38,7 +39,7 @@ TEST(Trace, HasOneLevelForAllPositiveNumbers) {
     }
 }
 
-TEST(Trace, SecondInitialisationSaysNothing) {
+TEST(Trace, SecondInitializationSaysNothing) {
     const ChildResult child = run_in_child([] {
         setenv("COREHOST_TRACE", "1", 1);
         trace::initialize();

@@ -1,5 +1,6 @@
 // A directory of its own for one test, gone with everything in it when the test ends.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_HOST_TEMP_DIRECTORY_H
+#define ZELMOR_TESTS_UNIT_HOST_TEMP_DIRECTORY_H
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,9 @@ class TempDirectory {
  public:
     TempDirectory() {
         std::string pattern = (std::filesystem::temp_directory_path() / "host_test_XXXXXX").string();
-        if (!mkdtemp(pattern.data())) throw std::filesystem::filesystem_error("mkdtemp", {});
+        if (!mkdtemp(pattern.data())) {
+            throw std::filesystem::filesystem_error("mkdtemp", {});
+        }
         m_path = pattern;
     }
     TempDirectory(const TempDirectory&) = delete;
@@ -44,10 +47,14 @@ class TempDirectory {
     std::string read(const std::string& name) const {
         std::ostringstream text;
         std::ifstream file(*this / name, std::ios::binary);
-        if (file) text << file.rdbuf();
+        if (file) {
+            text << file.rdbuf();
+        }
         return text.str();
     }
 
  private:
     std::string m_path;
 };
+
+#endif  // ZELMOR_TESTS_UNIT_HOST_TEMP_DIRECTORY_H

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "runtime/native/imagework/probe.h"
+#include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -22,8 +22,9 @@ TEST_P(LosslessTest, GivesBackEveryPixel) {
     auto picture = noise(37, 23, GetParam().alpha);
     if (format_of({GetParam().format, {}, kWhite, true, {}}) == Format::kWebp && GetParam().alpha) {
         auto pixels = pixels_of(*picture);
-        for (Argb& pixel : pixels)
-            pixel |= 0x01000000;  // WebP is free to drop the colour of clear pixels
+        for (Argb& pixel : pixels) {
+            pixel |= 0x01000000;  // WebP is free to drop the color of clear pixels
+        }
         picture = picture_of(37, 23, true, pixels);
     }
     auto copy = decoded(encoded(*picture, GetParam().format));
@@ -50,15 +51,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Lossless{"WebPAlpha", WebpEncoding{true, 100}, true}),
     [](const auto& info) { return info.param.name; });
 
-// A picture of `count` colours in blocks.
+// A picture of `count` colors in blocks.
 std::unique_ptr<Picture> colored(int count) {
     std::vector<Argb> pixels;
-    for (int i = 0; i < 64 * 48; i++)
+    for (int i = 0; i < 64 * 48; i++) {
         pixels.push_back(0xFF000000 | static_cast<Argb>(i / 7 % count) * 0x050B13);
+    }
     return picture_of(64, 48, false, pixels);
 }
 
-TEST(PaletteTest, FewColoursSurviveEveryIndexedForm) {
+TEST(PaletteTest, FewColorsSurviveEveryIndexedForm) {
     auto picture = colored(16);
     for (const FormatEncoding& format :
          {FormatEncoding(BmpEncoding{8}), FormatEncoding(BmpEncoding{4}),
@@ -69,7 +71,7 @@ TEST(PaletteTest, FewColoursSurviveEveryIndexedForm) {
     }
 }
 
-TEST(PaletteTest, ManyColoursAreReducedToWhatThePaletteHolds) {
+TEST(PaletteTest, ManyColorsAreReducedToWhatThePaletteHolds) {
     auto pixels = pixels_of(*decoded(encoded(*noise(64, 64, false), BmpEncoding{4})));
     std::sort(pixels.begin(), pixels.end());
     pixels.erase(std::unique(pixels.begin(), pixels.end()), pixels.end());
@@ -90,7 +92,7 @@ TEST(JpegTest, QualityDecidesOnSizeAndIsFoundAgain) {
     }
 }
 
-TEST(JpegTest, ColourKindAndCommentStandInTheFile) {
+TEST(JpegTest, ColorKindAndCommentStandInTheFile) {
     auto picture = colored(200);
     auto gray = probe(encoded(*picture, JpegEncoding{75, true, JpegColor::kGray, "a word"}));
     EXPECT_EQ(gray.bits_per_pixel, 8);
@@ -127,7 +129,7 @@ TEST(PngTest, SixteenBitsStaySixteenBits) {
     EXPECT_EQ(probe(again).bits_per_pixel, 48);
 }
 
-TEST(PngTest, ColourTypeDecidesOnChannels) {
+TEST(PngTest, ColorTypeDecidesOnChannels) {
     auto picture = noise(20, 10, true);
     EXPECT_EQ(probe(encoded(*picture, PngEncoding{PngColor::kGray})).bits_per_pixel, 8);
     EXPECT_EQ(probe(encoded(*picture, PngEncoding{PngColor::kTruecolor})).bits_per_pixel, 24);

@@ -2,7 +2,7 @@
 #include <random>
 #include <string>
 
-#include "runtime/native/imagework/probe.h"
+#include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {

@@ -26,8 +26,9 @@ TEST(FilterTest, ConvolutionIsTheWeightedSum) {
             for (const int shift : {0, 8, 16}) {
                 double sum = 0;
                 for (int dy = -1; dy <= 1; dy++) {
-                    for (int dx = -1; dx <= 1; dx++)
+                    for (int dx = -1; dx <= 1; dx++) {
                         sum += at(x + dx, y + dy, shift);
+                    }
                 }
                 EXPECT_NEAR(picture->get_argb(x, y) >> shift & 0xFF, sum / 9, 1.0);
             }
@@ -75,15 +76,17 @@ TEST(FilterTest, MedianTakesSpotsAway) {
     picture->set_argb(4, 4, 0xFFFFFFFF);
     picture->set_argb(0, 0, 0xFF000000);
     picture->filter(whole(*picture), Median{3});
-    for (const Argb color : pixels_of(*picture))
+    for (const Argb color : pixels_of(*picture)) {
         EXPECT_EQ(color, 0xFF406080U);
+    }
 }
 
 TEST(FilterTest, BilateralKeepsEdges) {
     std::vector<Argb> pixels;
     for (int y = 0; y < 16; y++) {
-        for (int x = 0; x < 16; x++)
+        for (int x = 0; x < 16; x++) {
             pixels.push_back(x < 8 ? 0xFF202020 + static_cast<Argb>((x + y) % 2) * 0x040404 : 0xFFE0E0E0);
+        }
     }
     auto picture = picture_of(16, 16, false, pixels);
     picture->filter(whole(*picture), Bilateral{5, 3.0, 2.0, 20.0, 2.0});
@@ -107,8 +110,9 @@ double difference(const Picture& a, const Picture& b) {
 TEST(FilterTest, DeconvolutionUndoesABlur) {
     std::vector<Argb> pixels;
     for (int y = 0; y < 64; y++) {
-        for (int x = 0; x < 64; x++)
+        for (int x = 0; x < 64; x++) {
             pixels.push_back((x / 8 + y / 8) % 2 ? 0xFFC0C0C0 : 0xFF303030);
+        }
     }
     const auto sharp = picture_of(64, 64, false, pixels);
     auto blurred = sharp->copy();
@@ -151,8 +155,9 @@ TEST(WidePixelTest, SixteenBitsPerChannel) {
 TEST(SkewTest, LinesTellTheirAngle) {
     auto page = backend().create(400, 300, false, true, 0xFFFFFFFF);
     std::vector<Argb> ink(300 * 6, 0xFF101010);
-    for (int line = 0; line < 12; line++)
+    for (int line = 0; line < 12; line++) {
         page->write_argb({50, 30 + 20 * line, 300, 6}, ink);
+    }
     EXPECT_NEAR(page->skew_angle(), 0.0, 0.05);
     for (const double degrees : {3.0, -7.25, 12.5}) {
         auto turned = page->copy();

@@ -1,5 +1,5 @@
 // Files of several pictures: TIFF pages, and the frames of GIF, PNG and WebP animations.
-#include "runtime/native/imagework/probe.h"
+#include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -13,8 +13,9 @@ struct Written {
 
 std::vector<uint8_t> written(const std::vector<Written>& frames) {
     std::vector<FrameToWrite> list;
-    for (const Written& frame : frames)
+    for (const Written& frame : frames) {
         list.push_back({frame.picture.get(), frame.duration, &frame.encoding});
+    }
     const EncodedBytes bytes = backend().encode_frames(list);
     return {bytes.data.get(), bytes.data.get() + bytes.size};
 }
@@ -24,21 +25,24 @@ std::vector<Written> animation(const FormatEncoding& format, int count, bool alp
     for (int i = 0; i < count; i++) {
         Encoding encoding;
         encoding.format = format;
-        // Few colours, so that a palette of 256 keeps them all.
+        // Few colors, so that a palette of 256 keeps them all.
         std::vector<Argb> pixels;
-        for (Argb p = 0; p < 7 * 5; p++)
+        for (Argb p = 0; p < 7 * 5; p++) {
             pixels.push_back((alpha && p % 5 == 0 ? 0 : 0xFF000000) |
                              (p % 5 == 0 && alpha ? 0 : (p * 7 + 40 * i) << 8));
+        }
         frames.push_back({picture_of(7, 5, alpha, pixels), 50 * (i + 1), encoding});
     }
     return frames;
 }
 
-// The pixels; what is clear has no colour that counts.
+// The pixels; what is clear has no color that counts.
 std::vector<Argb> seen(const Picture& picture) {
     std::vector<Argb> pixels = pixels_of(picture);
     for (Argb& pixel : pixels) {
-        if (pixel >> 24 == 0) pixel = 0;
+        if (pixel >> 24 == 0) {
+            pixel = 0;
+        }
     }
     return pixels;
 }
@@ -71,8 +75,9 @@ TEST(FramesTest, TiffPagesKeepTheirSizeAndCompression) {
             EXPECT_EQ(std::get<TiffEncoding>(*facts[2].encoding).compression, TiffCompression::kNone);
             const auto read = backend().decode_frames(file, {});
             ASSERT_EQ(read.size(), 3U);
-            for (size_t i = 0; i < 3; i++)
+            for (size_t i = 0; i < 3; i++) {
                 EXPECT_EQ(pixels_of(*read[i].picture), pixels_of(*pages[i].picture)) << i;
+            }
         }
     }
 }

@@ -46,8 +46,9 @@ TEST(CropTest, TakesTheRectangleAndRefusesOneOutside) {
     ASSERT_EQ(picture->width(), 5);
     ASSERT_EQ(picture->height(), 4);
     for (int32_t y = 0; y < 4; y++) {
-        for (int32_t x = 0; x < 5; x++)
+        for (int32_t x = 0; x < 5; x++) {
             EXPECT_EQ(picture->get_argb(x, y), source->get_argb(x + 2, y + 1));
+        }
     }
     constexpr int32_t kMost = 2147483647;
     for (Rect area : {Rect{-1, 0, 2, 2}, Rect{0, 0, kWidth + 1, 1}, Rect{0, 0, 0, 3}, Rect{0, 0, 3, -1},
@@ -122,8 +123,9 @@ TEST(RotateTest, TurnsClockwise) {
 TEST(RotateTest, TransparentPixelsDoNotBleed) {
     // Opaque red beside clear green: no mixture may turn greenish.
     std::vector<Argb> pixels;
-    for (int i = 0; i < 40 * 40; i++)
+    for (int i = 0; i < 40 * 40; i++) {
         pixels.push_back(i % 40 < 20 ? 0xFFFF0000 : 0x0000FF00);
+    }
     auto picture = picture_of(40, 40, true, pixels);
     picture->rotate(33, false, 0);
     for (Argb pixel : pixels_of(*picture)) {

@@ -3,7 +3,7 @@
 #include <set>
 
 #include "runtime/native/imagework/palette_search.h"
-#include "runtime/native/imagework/probe.h"
+#include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -20,18 +20,18 @@ TEST(PaletteSearchTest, FindsTheNearest) {
     EXPECT_EQ(search.nearest(0xFF2000E0), 3U);  // remembered
 }
 
-TEST(PaletteSearchTest, ClearColoursAreAlike) {
+TEST(PaletteSearchTest, ClearColorsAreAlike) {
     const std::vector<Argb> palette = {0xFF808080, 0x00FFFFFF};
     EXPECT_EQ(PaletteSearch(palette).nearest(0x00000000), 1U);
     EXPECT_EQ(PaletteSearch(palette).nearest(0xFFFFFFFF), 0U);
 }
 
-TEST(PaletteTest, FewColoursAreKeptInTheOrderOfTheirAppearance) {
+TEST(PaletteTest, FewColorsAreKeptInTheOrderOfTheirAppearance) {
     auto picture = picture_of(3, 2, false, {0xFF030303, 0xFF010101, 0xFF030303, 0xFF020202, 0xFF010101, 0xFF00FF00});
     EXPECT_EQ(picture->close_palette(4, false), (std::vector<Argb>{0xFF030303, 0xFF010101, 0xFF020202, 0xFF00FF00}));
 }
 
-TEST(PaletteTest, ManyColoursAreBroughtDown) {
+TEST(PaletteTest, ManyColorsAreBroughtDown) {
     for (const int most : {2, 3, 16, 100, 256}) {
         const auto palette = noise(50, 40, false)->close_palette(most, false);
         EXPECT_LE(palette.size(), static_cast<size_t>(most));
@@ -42,7 +42,7 @@ TEST(PaletteTest, ManyColoursAreBroughtDown) {
     EXPECT_EQ(failure_of([&] { noise(5, 4, false)->close_palette(257, false); }).kind(), Failure::kArgument);
 }
 
-TEST(PaletteTest, EachPixelGetsItsNearestColour) {
+TEST(PaletteTest, EachPixelGetsItsNearestColor) {
     auto picture = noise(31, 17, false);
     const auto before = pixels_of(*picture);
     const auto indices = picture->indices(kFour, false);
@@ -50,8 +50,9 @@ TEST(PaletteTest, EachPixelGetsItsNearestColour) {
     const auto after = pixels_of(*picture);
     for (size_t i = 0; i < before.size(); i++) {
         uint32_t least = 0xFFFFFFFF;
-        for (const Argb color : kFour)
+        for (const Argb color : kFour) {
             least = std::min(least, color_distance(color, before[i]));
+        }
         EXPECT_EQ(color_distance(before[i], after[i]), least);
         EXPECT_EQ(after[i], kFour[indices[i]]);
     }
@@ -70,8 +71,9 @@ TEST(PaletteTest, DiffusionKeepsTheMean) {
 TEST(PaletteTest, IndexedFilesHaveThePaletteAsItWasGiven) {
     std::vector<Argb> palette = {0xFF808080, 0xFF00FF00, 0x00000000, 0xFF0000FF, 0xFFFF0000};
     std::vector<Argb> pixels;
-    for (size_t i = 0; i < 11 * 5; i++)
+    for (size_t i = 0; i < 11 * 5; i++) {
         pixels.push_back(palette[i * 7 % 5]);
+    }
     auto picture = picture_of(11, 5, true, pixels);
     for (const int depth : {4, 8}) {
         Encoding encoding;

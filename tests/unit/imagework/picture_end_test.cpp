@@ -1,7 +1,7 @@
 // Where pictures end: of what the backend wrote, given bit by bit and with something behind it.
 #include <string>
 
-#include "runtime/native/imagework/picture_end.h"
+#include "runtime/native/imagework/probe/picture_end.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -14,8 +14,12 @@ uint64_t found_end(const File& file, size_t step) {
     const auto end = picture_end(probe(file));
     for (size_t there = 0;; there = std::min(there + step, file.size())) {
         const uint64_t needed = end->needed(std::span(file).first(there));
-        if (needed <= there) return needed;
-        if (there == file.size()) return needed;
+        if (needed <= there) {
+            return needed;
+        }
+        if (there == file.size()) {
+            return needed;
+        }
     }
 }
 

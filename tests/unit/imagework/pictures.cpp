@@ -11,7 +11,9 @@ namespace zelmor::imagework {
 Backend& backend() {
     static Backend* loaded = [] {
         void* library = dlopen(IMAGEWORK_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        if (!library) throw std::runtime_error(dlerror());
+        if (!library) {
+            throw std::runtime_error(dlerror());
+        }
         return reinterpret_cast<BackendFunction>(dlsym(library, kBackendSymbol))();
     }();
     return *loaded;
@@ -20,8 +22,9 @@ Backend& backend() {
 std::unique_ptr<Picture> noise(int32_t width, int32_t height, bool alpha, uint32_t seed) {
     std::mt19937 random(seed);
     std::vector<Argb> pixels(static_cast<size_t>(width) * static_cast<size_t>(height));
-    for (Argb& pixel : pixels)
+    for (Argb& pixel : pixels) {
         pixel = static_cast<Argb>(random()) | (alpha ? 0 : 0xFF000000);
+    }
     return picture_of(width, height, alpha, pixels);
 }
 

@@ -1,5 +1,6 @@
 // What the tests of the image backend share: the backend itself, and pictures made from fixed seeds.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_IMAGEWORK_PICTURES_H
+#define ZELMOR_TESTS_UNIT_IMAGEWORK_PICTURES_H
 
 #include <memory>
 #include <vector>
@@ -10,7 +11,7 @@ namespace zelmor::imagework {
 
 Backend& backend();
 
-// Noise: every pixel another colour. Alpha varies too where there is any.
+// Noise: every pixel another color. Alpha varies too where there is any.
 std::unique_ptr<Picture> noise(int32_t width, int32_t height, bool alpha, uint32_t seed = 1);
 
 // A picture of the pixels given, row by row.
@@ -43,3 +44,5 @@ PictureError failure_of(Step&& step) {
 }
 
 }  // namespace zelmor::imagework
+
+#endif  // ZELMOR_TESTS_UNIT_IMAGEWORK_PICTURES_H

@@ -1,4 +1,4 @@
-// Reading and writing single pixels, replacing colours, opacity.
+// Reading and writing single pixels, replacing colors, opacity.
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -28,7 +28,7 @@ TEST(PixelTest, APictureWithoutAlphaDropsIt) {
     EXPECT_EQ(picture->get_argb(0, 0), 0xFFFF8040U);
 }
 
-TEST(PixelTest, AGrayPictureTurnsRgbAtTheFirstColour) {
+TEST(PixelTest, AGrayPictureTurnsRgbAtTheFirstColor) {
     auto picture = backend().create(3, 3, false, true, 0xFF404040);
     picture->set_argb(0, 0, 0xFF909090);
     EXPECT_TRUE(picture->is_gray());
@@ -57,7 +57,7 @@ TEST(ReplaceTest, TakesWhatIsNearEnoughInEveryChannel) {
     EXPECT_EQ(pixels_of(*picture), (std::vector<Argb>{0xFF000000, 0xFE101010}));
 }
 
-TEST(ReplaceTest, GrayTakesAColour) {
+TEST(ReplaceTest, GrayTakesAColor) {
     auto picture = backend().create(2, 1, false, true, 0xFF202020);
     picture->replace_color(0xFF202020, 0, 0xFF00FF00);
     EXPECT_EQ(picture->get_argb(1, 0), 0xFF00FF00U);
@@ -74,7 +74,7 @@ TEST(OpacityTest, IsTheMeanOfAlpha) {
     EXPECT_DOUBLE_EQ(picture_of(2, 1, true, {0xFF000000, 0x00000000})->opacity(), 0.5);
 }
 
-TEST(TransparentColourTest, IsWrittenAsClear) {
+TEST(TransparentColorTest, IsWrittenAsClear) {
     auto picture = picture_of(2, 1, false, {0xFFFF00FF, 0xFF00FF00});
     Encoding encoding{PngEncoding{}, {}, kWhite, true, 0xFFFF00FF};
     EncodedBytes bytes = picture->encode(encoding);

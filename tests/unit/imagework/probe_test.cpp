@@ -3,7 +3,7 @@
 #include <random>
 #include <string>
 
-#include "runtime/native/imagework/probe.h"
+#include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -57,8 +57,9 @@ TEST(ProbeTest, AnyBytesAreTaken) {
     std::mt19937 random(3);
     for (int i = 0; i < 20000; i++) {
         std::vector<uint8_t> data(random() % 200);
-        for (uint8_t& byte : data)
+        for (uint8_t& byte : data) {
             byte = static_cast<uint8_t>(random() % 4 == 0 ? random() : random() % 3);
+        }
         const std::string& signature = kSignatures[random() % std::size(kSignatures)];
         std::copy_n(signature.begin(), std::min(signature.size(), data.size()), data.begin());
         FileFacts facts = probe(data);

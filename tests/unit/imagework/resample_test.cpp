@@ -22,7 +22,7 @@ TEST(ResizeTest, SizesAreExactForAllMethods) {
     }
 }
 
-TEST(ResizeTest, NearestTakesThePixelUnderTheCentre) {
+TEST(ResizeTest, NearestTakesThePixelUnderTheCenter) {
     auto source = noise(60, 45, true);
     for (auto [width, height] : {std::pair{20, 15}, std::pair{33, 47}, std::pair{200, 31}, std::pair{1, 1}}) {
         auto picture = source->copy();
@@ -36,7 +36,7 @@ TEST(ResizeTest, NearestTakesThePixelUnderTheCentre) {
     }
 }
 
-TEST(ResizeTest, OneColourStaysThatColour) {
+TEST(ResizeTest, OneColorStaysThatColor) {
     for (Resampling method : kSmooth) {
         for (int32_t side : {5, 16, 90}) {
             auto picture = backend().create(30, 30, true, false, 0xC0408020);
@@ -53,13 +53,14 @@ TEST(ResizeTest, OneColourStaysThatColour) {
 
 TEST(ResizeTest, AGradientStaysAGradient) {
     std::vector<Argb> pixels;
-    for (int i = 0; i < 64 * 8; i++)
+    for (int i = 0; i < 64 * 8; i++) {
         pixels.push_back(0xFF000000 | static_cast<Argb>(i % 64 * 4) * 0x010101);
+    }
     for (Resampling method : kSmooth) {
         for (int32_t width : {32, 128}) {
             auto picture = picture_of(64, 8, false, pixels);
             picture->resize(width, 8, method);
-            // Away from the edges, at the place of each new centre.
+            // Away from the edges, at the place of each new center.
             for (int32_t x = width / 8; x < width - width / 8; x++) {
                 double expected = ((x + 0.5) * 64 / width - 0.5) * 4;
                 ASSERT_NEAR(static_cast<double>(picture->get_argb(x, 4) & 0xFF), expected, 2.1)
@@ -71,8 +72,9 @@ TEST(ResizeTest, AGradientStaysAGradient) {
 
 TEST(ResizeTest, TransparentPixelsDoNotBleed) {
     std::vector<Argb> pixels;
-    for (int i = 0; i < 40 * 40; i++)
+    for (int i = 0; i < 40 * 40; i++) {
         pixels.push_back(i % 40 < 20 ? 0xFFFF0000 : 0x0000FF00);
+    }
     for (Resampling method : kSmooth) {
         for (int32_t side : {13, 77}) {
             auto picture = picture_of(40, 40, true, pixels);

@@ -78,8 +78,9 @@ TEST(ToneTest, GrayIsLumaAndKeepsAlpha) {
 
 TEST(BinarizeTest, FixedTakesWhatIsAboveForWhite) {
     std::vector<Argb> pixels;
-    for (Argb level = 0; level < 256; level++)
+    for (Argb level = 0; level < 256; level++) {
         pixels.push_back(0xFF000000 | level * 0x010101);
+    }
     auto picture = picture_of(256, 1, false, pixels);
     picture->binarize_fixed(100);
     EXPECT_EQ(picture->get_argb(100, 0), kBlack);
@@ -94,8 +95,9 @@ TEST(BinarizeTest, OtsuPartsTwoHeaps) {
     }
     auto picture = picture_of(100, 10, false, pixels);
     picture->binarize_otsu();
-    for (int i = 0; i < 1000; i++)
+    for (int i = 0; i < 1000; i++) {
         ASSERT_EQ(picture->get_argb(i % 100, i / 100), i % 3 == 0 ? kWhite : kBlack);
+    }
 }
 
 TEST(BinarizeTest, BradleyComparesWithTheMeanOfTheWindow) {

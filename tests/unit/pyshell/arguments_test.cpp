@@ -25,7 +25,9 @@ std::vector<std::pair<PyObject*, void*>> journal;
 
 int convert(PyObject* value, void* slot) {
     journal.emplace_back(value, slot);
-    if (value == Py_None) return 0;
+    if (value == Py_None) {
+        return 0;
+    }
     if (value == Py_True) {
         PyErr_SetNone(PyExc_KeyboardInterrupt);
         return 0;
@@ -43,8 +45,9 @@ using Slots = std::array<long, zelmor::kMostParameters>;
 // The reference: the literal recipe.
 bool parse_by_recipe(PyObject* args, PyObject* kwargs, const char* const* names, size_t count, Slots& s) {
     std::string format;
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i) {
         format += "O&";
+    }
     return PyArg_ParseTupleAndKeywords(args, kwargs, format.c_str(), const_cast<char**>(names), &convert, &s[0],
                                        &convert, &s[1], &convert, &s[2], &convert, &s[3], &convert, &s[4], &convert,
                                        &s[5], &convert, &s[6], &convert, &s[7], &convert, &s[8], &convert, &s[9],
@@ -86,12 +89,18 @@ class Arguments : public PyShellTest {
 
     // Values for some of the names, and now and then for one that is none of them.
     PyRef keywords(const std::vector<const char*>& names) {
-        if (below(3) != 0) return below(2) == 0 ? PyRef() : PyRef::steal(PyDict_New());
+        if (below(3) != 0) {
+            return below(2) == 0 ? PyRef() : PyRef::steal(PyDict_New());
+        }
         PyRef made = PyRef::steal(PyDict_New());
         for (const char* name : names) {
-            if (name != nullptr && below(2) == 0) PyDict_SetItemString(made.get(), name, value().get());
+            if (name != nullptr && below(2) == 0) {
+                PyDict_SetItemString(made.get(), name, value().get());
+            }
         }
-        if (below(6) == 0) PyDict_SetItemString(made.get(), "no_such_name", value().get());
+        if (below(6) == 0) {
+            PyDict_SetItemString(made.get(), "no_such_name", value().get());
+        }
         return made;
     }
 
@@ -109,8 +118,9 @@ class Arguments : public PyShellTest {
         const size_t count = names.size() - 1;
         Slots slots{}, by_recipe{};
         std::vector<Reader> readers;
-        for (size_t i = 0; i < count; ++i)
+        for (size_t i = 0; i < count; ++i) {
             readers.push_back(zelmor::reader(&convert, &slots[i]));
+        }
 
         const Outcome expected = outcome_of(parse_by_recipe(args, kwargs, names.data(), count, by_recipe), by_recipe);
         PyObject* refusal = nullptr;
@@ -131,7 +141,9 @@ class Arguments : public PyShellTest {
         if (overload && refusal != nullptr) {
             ASSERT_FALSE(found.type) << "both kept and raised";
             found.value = PyRef::steal(refusal);
-            if (!expected.value) return;  // what an exception without a value is kept as is the dispatcher's affair
+            if (!expected.value) {
+                return;  // what an exception without a value is kept as is the dispatcher's affair
+            }
         } else {
             ASSERT_EQ(found.type.get(), expected.type.get());
         }
@@ -151,7 +163,9 @@ TEST_F(Arguments, FollowTheInterpretersParserForEveryListOfKeywords) {
             const PyRef kwargs = keywords(names);
             SCOPED_TRACE(text_of(args.get()) + " " + (kwargs ? text_of(kwargs.get()) : "null"));
             compare(names, args.get(), kwargs.get(), round % 2 == 0);
-            if (HasFatalFailure()) return;
+            if (HasFatalFailure()) {
+                return;
+            }
         }
     }
 }
@@ -166,7 +180,9 @@ TEST_F(Arguments, EveryWrongCountHasTheInterpretersMessage) {
             for (int again = 0; again < 2; ++again) {
                 compare(names, args.get(), nullptr, true);
                 compare(names, args.get(), nullptr, false);
-                if (HasFatalFailure()) return;
+                if (HasFatalFailure()) {
+                    return;
+                }
             }
         }
     }

@@ -1,5 +1,6 @@
 // The next allocation of the interpreter's object allocator fails, and only that one.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_PYSHELL_EXHAUSTED_MEMORY_H
+#define ZELMOR_TESTS_UNIT_PYSHELL_EXHAUSTED_MEMORY_H
 
 #include <utility>
 
@@ -37,3 +38,5 @@ class ExhaustedMemory {
     PyMemAllocatorEx m_real;
     bool m_failed = false;
 };
+
+#endif  // ZELMOR_TESTS_UNIT_PYSHELL_EXHAUSTED_MEMORY_H

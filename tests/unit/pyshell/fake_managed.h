@@ -1,6 +1,7 @@
 // A scripted managed side for the unit tests: it stands in for the runtime, answers the two service classes, and
 // keeps a journal of what it was asked.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_PYSHELL_FAKE_MANAGED_H
+#define ZELMOR_TESTS_UNIT_PYSHELL_FAKE_MANAGED_H
 
 #include <cstdint>
 #include <map>
@@ -45,3 +46,5 @@ inline void* type_handle_of(void* handle) {
 inline void* box_of(void* handle) {
     return handle_of(reinterpret_cast<uintptr_t>(handle) + 0x2000);
 }
+
+#endif  // ZELMOR_TESTS_UNIT_PYSHELL_FAKE_MANAGED_H

@@ -1,5 +1,6 @@
 // The fixture of all tests here, and the small wrapper types that they work on.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_PYSHELL_FIXTURE_H
+#define ZELMOR_TESTS_UNIT_PYSHELL_FIXTURE_H
 
 #include <gtest/gtest.h>
 
@@ -39,7 +40,7 @@ inline std::string text_of(PyObject* object) {
     return chars != nullptr ? chars : "<no text>";
 }
 
-// The pending exception, normalised and cleared; empty if none was pending.
+// The pending exception, normalized and cleared; empty if none was pending.
 inline zelmor::PyRef take_error() {
     PyObject* type;
     PyObject* value;
@@ -81,3 +82,5 @@ zelmor::PyRef evaluate(const char* expression, std::initializer_list<std::pair<c
 
 // Runs statements and gives back the namespace that they filled.
 zelmor::PyRef run(const char* statements);
+
+#endif  // ZELMOR_TESTS_UNIT_PYSHELL_FIXTURE_H

@@ -171,7 +171,9 @@ TEST_F(CastsTest, EnumerationsAreBoxedAndUnboxed) {
 
 TEST_F(CastsTest, AnEnumerationIsStoredAtItsOwnWidth) {
     for (const TypeInfo& type : types()) {
-        if (type.kind != TypeKind::kEnum || type.members.empty()) continue;
+        if (type.kind != TypeKind::kEnum || type.members.empty()) {
+            continue;
+        }
         const int64_t value = type.members.back().value;
         Owned boxed(make_handle(make_ref<EnumObject>(type, value)));
         uint64_t slot = 0xAAAAAAAAAAAAAAAA;

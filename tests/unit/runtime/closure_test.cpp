@@ -49,7 +49,9 @@ TEST_F(ClosureTest, EveryScalarComesAndGoes) {
 
 TEST_F(ClosureTest, AFailedCallAnswersZeroOrWhatItSaidItWould) {
     const auto fail = [](void* context, CallFrame& frame) {
-        if (context) frame.fails_with(-1);
+        if (context) {
+            frame.fails_with(-1);
+        }
         frame.set_result<int32_t>(7);
         throw_argument("no");
     };

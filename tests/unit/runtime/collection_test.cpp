@@ -1,5 +1,5 @@
 // Managed lists through their service classes, and Python lists that stand in for them.
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 
 #include <gtest/gtest.h>
 
@@ -341,14 +341,16 @@ TEST_F(CollectionTest, ListsInListsAreCopiedAndOneInItselfIsRefused) {
 
 TEST_F(CollectionTest, AFailedSortLeavesTheOrder) {
     auto list = make_list(ListShape::kArrayList, variant_element());
-    for (const Value& value : {Value(int64_t{2}), Value(std::u16string(u"x")), Value(int64_t{1})})
+    for (const Value& value : {Value(int64_t{2}), Value(std::u16string(u"x")), Value(int64_t{1})}) {
         list->append(value);
+    }
     EXPECT_THROW(list->sort(false), ManagedException);
     EXPECT_EQ(std::get<int64_t>(list->get(0)), 2);
     EXPECT_EQ(std::get<std::u16string>(list->get(1)), u"x");
     auto numbers = make_list(ListShape::kArrayList, variant_element());
-    for (const double value : {2.0, std::numeric_limits<double>::quiet_NaN(), 1.0})
+    for (const double value : {2.0, std::numeric_limits<double>::quiet_NaN(), 1.0}) {
         numbers->append(value);
+    }
     numbers->sort(true);
     EXPECT_EQ(std::get<double>(numbers->get(0)), 2.0);
 }

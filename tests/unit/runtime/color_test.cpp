@@ -1,11 +1,11 @@
-// Colours, CMYK and their translations.
+// Colors, CMYK and their translations.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 #include "fake_python.h"
-#include "runtime/native/behaviours/values/cmyk.h"
-#include "runtime/native/behaviours/values/known_colors.h"
+#include "runtime/native/behaviors/values/cmyk.h"
+#include "runtime/native/behaviors/values/known_colors.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
@@ -36,11 +36,14 @@ TEST_F(ColorTest, TheNamedColorsAreThoseOfTheEnumeration) {
         EXPECT_EQ(known.members[i].value, kFirstKnownColor + static_cast<int64_t>(i));
         std::string plain;
         for (const char c : std::string_view(known.members[i].name)) {
-            if (c != '_') plain += static_cast<char>(std::tolower(c));
+            if (c != '_') {
+                plain += static_cast<char>(std::tolower(c));
+            }
         }
         std::string wanted = kNamedColors[i].name;
-        for (char& c : wanted)
+        for (char& c : wanted) {
             c = static_cast<char>(std::tolower(c));
+        }
         EXPECT_EQ(plain, wanted);
     }
 }

@@ -1,4 +1,4 @@
-// The settings of the test flavour.
+// The settings of the test flavor.
 #include <gtest/gtest.h>
 
 #include "runtime/native/control/settings.h"

@@ -18,7 +18,9 @@ std::optional<std::string> pending_error;
 
 // True where the test asked for a failure; the error is pending then.
 bool fails() {
-    if (!next_failure) return false;
+    if (!next_failure) {
+        return false;
+    }
     pending_error = std::move(next_failure);
     next_failure.reset();
     return true;
@@ -35,18 +37,25 @@ const T& held(PyObject* object) {
 }
 
 void drop(PyObject* object) {
-    if (!object || --object->count > 0) return;
-    if (auto* items = std::get_if<std::vector<PyObject*>>(&object->value)) {
-        for (PyObject* item : *items)
-            drop(item);
+    if (!object || --object->count > 0) {
+        return;
     }
-    if (object->handle) free_handle(object->handle);
+    if (auto* items = std::get_if<std::vector<PyObject*>>(&object->value)) {
+        for (PyObject* item : *items) {
+            drop(item);
+        }
+    }
+    if (object->handle) {
+        free_handle(object->handle);
+    }
     --objects;
     delete object;
 }
 
 void keep(PyObject* object) {
-    if (object) ++object->count;
+    if (object) {
+        ++object->count;
+    }
 }
 
 PyObject* none() {
@@ -56,12 +65,16 @@ PyObject* none() {
 void on_exception(PyObject* name, PyObject* detail) {
     const auto text = [](PyObject* object) { return object ? to_utf8(text_of_object(object)) : "<null>"; };
     Raised report{text(name), text(detail)};
-    if (raised()) ADD_FAILURE() << "a second exception was reported: " << report.name << ": " << report.detail;
+    if (raised()) {
+        ADD_FAILURE() << "a second exception was reported: " << report.name << ": " << report.detail;
+    }
     raised() = std::move(report);
 }
 
 int catch_and_clear(void** owner, PyStringArg* text) {
-    if (!pending_error) return -1;
+    if (!pending_error) {
+        return -1;
+    }
     PyObject* message = new_text(to_utf16(*pending_error));
     pending_error.reset();
     const auto& chars = held<std::u16string>(message);
@@ -75,7 +88,9 @@ void* u16_buffer(const char16_t* chars, int length) {
 }
 
 PyObject* py_string(const char16_t* chars, int length) {
-    if (fails()) return nullptr;
+    if (fails()) {
+        return nullptr;
+    }
     return new_text(std::u16string(chars, static_cast<size_t>(length)));
 }
 
@@ -87,7 +102,9 @@ PyObject* py_bytes(const char* data, int length) {
 constexpr PyObjApiCallbacks kObjects = {none, keep, drop};
 
 int read_string(PyObject* object, PyStringArg* out) {
-    if (fails()) return 0;
+    if (fails()) {
+        return 0;
+    }
     const auto& text = held<std::u16string>(object);
     *out = {static_cast<int32_t>(text.size()), 2, text.data()};
     return 1;
@@ -96,7 +113,9 @@ bool read_bool(PyObject* object) {
     return held<bool>(object);
 }
 int read_long(PyObject* object, void* out) {
-    if (fails()) return 0;
+    if (fails()) {
+        return 0;
+    }
     const int64_t value = held<int64_t>(object);
     std::memcpy(out, &value, sizeof value);
     return value >= INT32_MIN && value <= INT32_MAX ? 1 : 2;
@@ -164,7 +183,9 @@ int try_write_tpo(void* handle, long type_id, PyObject** out) {
 constexpr PyTpoApiCallbacks kTpo = {try_write_tpo};
 
 int variant_of(PyObject* object, VariantArg* out) {
-    if (fails()) return -1;
+    if (fails()) {
+        return -1;
+    }
     if (object->handle) {
         *out = {1, object->handle};
         return 0;
@@ -179,7 +200,9 @@ int list_item(PyObject* list, int index, VariantArg* out) {
 int sequence_item(PyObject* list, int index, VariantArg* out) {
     PyObject* item = held<std::vector<PyObject*>>(list)[static_cast<size_t>(index)];
     keep(item);
-    if (variant_of(item, out) == 0) return 0;
+    if (variant_of(item, out) == 0) {
+        return 0;
+    }
     drop(item);
     return -1;
 }
@@ -190,7 +213,9 @@ std::vector<PyObject*>& items_of(PyObject* list) {
     return std::get<std::vector<PyObject*>>(list->value);
 }
 bool in_range(PyObject* list, int index) {
-    if (index >= 0 && static_cast<size_t>(index) < items_of(list).size()) return true;
+    if (index >= 0 && static_cast<size_t>(index) < items_of(list).size()) {
+        return true;
+    }
     pending_error = "IndexError: list index out of range";
     return false;
 }
@@ -201,29 +226,41 @@ int object_length(PyObject* list) {
     return static_cast<int>(list_length(list));
 }
 int remove_at(PyObject* list, int index) {
-    if (!in_range(list, index)) return -2;
+    if (!in_range(list, index)) {
+        return -2;
+    }
     drop(items_of(list)[static_cast<size_t>(index)]);
     items_of(list).erase(items_of(list).begin() + index);
     return 0;
 }
 int clear_list(PyObject* list) {
-    if (fails()) return -1;
-    for (PyObject* item : items_of(list))
+    if (fails()) {
+        return -1;
+    }
+    for (PyObject* item : items_of(list)) {
         drop(item);
+    }
     items_of(list).clear();
     return 0;
 }
 // An iterator: a list that its elements are taken from, last one first.
 PyObject* get_enumerator(PyObject* object) {
-    if (fails()) return nullptr;
+    if (fails()) {
+        return nullptr;
+    }
     std::vector<PyObject*> turned(items_of(object).rbegin(), items_of(object).rend());
-    for (PyObject* item : turned)
+    for (PyObject* item : turned) {
         keep(item);
+    }
     return new_list(std::move(turned));
 }
 int iter_next(PyObject* iterator, PyObject** owner, VariantArg* out) {
-    if (fails()) return 2;
-    if (items_of(iterator).empty()) return 1;
+    if (fails()) {
+        return 2;
+    }
+    if (items_of(iterator).empty()) {
+        return 1;
+    }
     PyObject* element = items_of(iterator).back();
     items_of(iterator).pop_back();
     if (variant_of(element, out) != 0) {
@@ -268,18 +305,24 @@ int index_of(PyObject* list, PyObject* value) {
     return index;
 }
 int list_index_of(PyObject* list, PyObject* value) {
-    if (!fails()) return index_of(list, value);
+    if (!fails()) {
+        return index_of(list, value);
+    }
     drop(value);
     return -2;
 }
 int list_contains(PyObject* list, PyObject* value) {
-    if (!fails()) return index_of(list, value) >= 0;
+    if (!fails()) {
+        return index_of(list, value) >= 0;
+    }
     drop(value);
     return -1;
 }
 int list_remove(PyObject* list, PyObject* value) {
     const int index = index_of(list, value);
-    if (index >= 0) return remove_at(list, index);
+    if (index >= 0) {
+        return remove_at(list, index);
+    }
     pending_error = "ValueError: list.remove(x): x not in list";
     return -1;
 }
@@ -310,13 +353,17 @@ int64_t& position(PyObject* file) {
     return std::get<int64_t>(held<std::vector<PyObject*>>(file)[1]->value);
 }
 int io_write(PyObject* file, const void* data, int count) {
-    if (fails()) return -1;
+    if (fails()) {
+        return -1;
+    }
     const auto* from = static_cast<const std::byte*>(data);
     content(file).insert(content(file).end(), from, from + count);
     return count;
 }
 int io_read(PyObject* file, void* data, int count) {
-    if (fails()) return -1;
+    if (fails()) {
+        return -1;
+    }
     const auto left = static_cast<int64_t>(content(file).size()) - position(file);
     const auto taken = std::min<int64_t>(left, count);
     std::memcpy(data, content(file).data() + position(file), static_cast<size_t>(taken));
@@ -347,7 +394,9 @@ constexpr PyStaticCallbacks kTables = {&kRead, &kWrite, &kBuffer, &kTpo, &kIter,
 
 // Typed elements of lists and sequences: 32-bit numbers; the other elements have no callback here.
 int int32_of(PyObject* object, int32_t* out) {
-    if (fails()) return -1;
+    if (fails()) {
+        return -1;
+    }
     const auto* number = std::get_if<int64_t>(&object->value);
     if (!number) {
         pending_error = "TypeError: an integer is required";
@@ -360,7 +409,9 @@ int list_int32(PyObject* list, int index, int32_t* out) {
     return in_range(list, index) ? int32_of(items_of(list)[static_cast<size_t>(index)], out) : -2;
 }
 int sequence_int32(PyObject* list, int index, PyObject** owner, int32_t* out) {
-    if (list_int32(list, index, out) != 0) return -1;
+    if (list_int32(list, index, out) != 0) {
+        return -1;
+    }
     *owner = items_of(list)[static_cast<size_t>(index)];
     keep(*owner);
     return 0;
@@ -371,7 +422,9 @@ void* sequence_int32_table[] = {reinterpret_cast<void*>(sequence_int32)};
 void*** generic_tables() {
     static void** tables[kGenericCallbackCount];
     for (size_t i = 0; i < kGenericElementCount; ++i) {
-        if (std::strcmp(kGenericElements[i], "A4A29720") != 0) continue;
+        if (std::strcmp(kGenericElements[i], "A4A29720") != 0) {
+            continue;
+        }
         tables[i] = list_int32_table;
         tables[i + kGenericElementCount] = sequence_int32_table;
     }
@@ -432,8 +485,8 @@ void fail_next_callback(std::string text) {
 void RuntimeTest::SetUp() {
     callbacks_of(Assembly::kImaging) = {on_exception, catch_and_clear, u16_buffer, py_string,       py_string,
                                         py_bytes,     &kObjects,       &kTables,   generic_tables()};
-    handles_ = live_handles();
-    objects_ = live_objects();
+    m_handles = live_handles();
+    m_objects = live_objects();
 }
 
 void RuntimeTest::TearDown() {
@@ -443,8 +496,8 @@ void RuntimeTest::TearDown() {
     next_failure.reset();
     EXPECT_FALSE(pending_error.has_value()) << "a Python error was left pending";
     pending_error.reset();
-    EXPECT_EQ(handles_, live_handles());
-    EXPECT_EQ(objects_, live_objects());
+    EXPECT_EQ(m_handles, live_handles());
+    EXPECT_EQ(m_objects, live_objects());
 }
 
 void* entry_address(const char* full_name, const char* method) {

@@ -2,7 +2,8 @@
 //
 // Handed over to the runtime as the tables of the imaging assembly. A reported exception is kept for the test to look
 // at; what is not looked at fails the test.
-#pragma once
+#ifndef ZELMOR_TESTS_UNIT_RUNTIME_FAKE_PYTHON_H
+#define ZELMOR_TESTS_UNIT_RUNTIME_FAKE_PYTHON_H
 
 #include <gtest/gtest.h>
 
@@ -52,15 +53,15 @@ void fail_next_callback(std::string text);
 // A string argument of Python's own storage kind.
 class TextArgument {
  public:
-    explicit TextArgument(std::string latin) : storage_(std::move(latin)) {
-        arg_ = {static_cast<int32_t>(storage_.size()), 1, storage_.data()};
+    explicit TextArgument(std::string latin) : m_storage(std::move(latin)) {
+        m_arg = {static_cast<int32_t>(m_storage.size()), 1, m_storage.data()};
     }
-    TextArgument() : arg_{-1, 0, nullptr} {}
-    const PyStringArg* get() const { return &arg_; }
+    TextArgument() : m_arg{-1, 0, nullptr} {}
+    const PyStringArg* get() const { return &m_arg; }
 
  private:
-    std::string storage_;
-    PyStringArg arg_;
+    std::string m_storage;
+    PyStringArg m_arg;
 };
 
 // Hands the tables over before each test; after it, no error is left, and no handle and no object is out.
@@ -70,8 +71,8 @@ class RuntimeTest : public ::testing::Test {
     void TearDown() override;
 
  private:
-    int64_t handles_ = 0;
-    int64_t objects_ = 0;
+    int64_t m_handles = 0;
+    int64_t m_objects = 0;
 };
 
 // Calls an entry point of a managed type by its wire types.
@@ -81,16 +82,16 @@ R call(const char* full_name, const char* method, Args... args);
 // An owned handle.
 class Owned {
  public:
-    explicit Owned(void* handle) : handle_(handle) {}
-    ~Owned() { free_handle(handle_); }
+    explicit Owned(void* handle) : m_handle(handle) {}
+    ~Owned() { free_handle(m_handle); }
     Owned(const Owned&) = delete;
     Owned& operator=(const Owned&) = delete;
-    void* get() const { return handle_; }
-    VariantArg object_arg() const { return {0, handle_}; }
-    VariantArg struct_arg() const { return {1, handle_}; }
+    void* get() const { return m_handle; }
+    VariantArg object_arg() const { return {0, m_handle}; }
+    VariantArg struct_arg() const { return {1, m_handle}; }
 
  private:
-    void* handle_;
+    void* m_handle;
 };
 
 void* entry_address(const char* full_name, const char* method);
@@ -101,3 +102,5 @@ R call(const char* full_name, const char* method, Args... args) {
 }
 
 }  // namespace zelmor::embed::test
+
+#endif  // ZELMOR_TESTS_UNIT_RUNTIME_FAKE_PYTHON_H

@@ -18,11 +18,11 @@ class HandlesTest : public test::RuntimeTest {};
 // Says on the outside when it goes.
 class Watched final : public ManagedObject {
  public:
-    explicit Watched(bool& gone) : ManagedObject(object_type()), gone_(gone) {}
-    ~Watched() override { gone_ = true; }
+    explicit Watched(bool& gone) : ManagedObject(object_type()), m_gone(gone) {}
+    ~Watched() override { m_gone = true; }
 
  private:
-    bool& gone_;
+    bool& m_gone;
 };
 
 TEST_F(HandlesTest, NullIsNull) {
@@ -57,18 +57,19 @@ TEST_F(HandlesTest, TheLastHandleTakesTheObjectWithIt) {
 class Link final : public ManagedObject {
  public:
     explicit Link(Ref<Link> next, PyHeld held = {})
-        : ManagedObject(object_type()), next_(std::move(next)), held_(std::move(held)) {}
+        : ManagedObject(object_type()), m_next(std::move(next)), m_held(std::move(held)) {}
 
  private:
-    Ref<Link> next_;
-    PyHeld held_;
+    Ref<Link> m_next;
+    PyHeld m_held;
 };
 
 TEST_F(HandlesTest, ALongChainTakesNoStack) {
     PyObject* last = test::new_object();
     Ref<Link> chain = make_ref<Link>(nullptr, PyHeld::borrow(last));
-    for (int i = 0; i < 1'000'000; ++i)
+    for (int i = 0; i < 1'000'000; ++i) {
         chain = make_ref<Link>(std::move(chain));
+    }
     EXPECT_EQ(last->count, 2);
     chain = nullptr;
     EXPECT_EQ(last->count, 1);
@@ -109,7 +110,7 @@ TEST_F(HandlesTest, EachThreadIsInCallsOfItsOwn) {
     callbacks_of(Assembly::kPyIo) = {};
 }
 
-TEST_F(HandlesTest, AStaleHandleIsRecognised) {
+TEST_F(HandlesTest, AStaleHandleIsRecognized) {
     Handle handle = make_handle(box(SizeValue{1, 2}));
     free_handle(handle);
     EXPECT_THROW(object_of(handle), ManagedException);
@@ -123,7 +124,7 @@ TEST_F(HandlesTest, AStaleHandleIsRecognised) {
     free_handle(next);
 }
 
-TEST_F(HandlesTest, AHandleThatWasNeverHandedOutIsRecognised) {
+TEST_F(HandlesTest, AHandleThatWasNeverHandedOutIsRecognized) {
     for (const uint64_t word : {1ull, 0xFFFFFFFFull, 0x100000000ull, 0x7FFF00001234ull, ~0ull}) {
         EXPECT_THROW(object_of(reinterpret_cast<Handle>(word)), ManagedException) << std::hex << word;
     }
@@ -140,17 +141,20 @@ TEST_F(HandlesTest, HandlesAreCountedByKind) {
     EXPECT_EQ(live_handles(HandleKind::kStruct), structs + 1);
     EXPECT_EQ(live_handles(HandleKind::kType), types + 1);
     EXPECT_EQ(live_handles(), objects + structs + types + 3);
-    for (Handle handle : {a, b, c})
+    for (Handle handle : {a, b, c}) {
         free_handle(handle);
+    }
 }
 
 TEST_F(HandlesTest, ManyHandlesStayDistinct) {
     std::set<Handle> handles;
-    for (int i = 0; i < 10000; ++i)
+    for (int i = 0; i < 10000; ++i) {
         handles.insert(make_struct_handle(SizeValue{i, i}));
+    }
     EXPECT_EQ(handles.size(), 10000u);
-    for (Handle handle : handles)
+    for (Handle handle : handles) {
         free_handle(handle);
+    }
 }
 
 TEST_F(HandlesTest, ATargetOfAnotherKindIsRefused) {

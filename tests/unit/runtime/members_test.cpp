@@ -1,8 +1,8 @@
-// Members that take and give collections: by behaviour, and by the rules of the generic implementation.
+// Members that take and give collections: by behavior, and by the rules of the generic implementation.
 #include <gtest/gtest.h>
 
 #include "fake_python.h"
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/values.h"
@@ -22,17 +22,18 @@ class MembersTest : public test::RuntimeTest {
      public:
         explicit Numbers(std::vector<int64_t> items, int tag = 2) {
             std::vector<PyObject*> objects;
-            for (const int64_t item : items)
+            for (const int64_t item : items) {
                 objects.push_back(test::new_int(item));
-            arg_ = {tag, test::new_list(std::move(objects))};
+            }
+            m_arg = {tag, test::new_list(std::move(objects))};
         }
-        ~Numbers() { test::release(static_cast<PyObject*>(arg_.value)); }
+        ~Numbers() { test::release(static_cast<PyObject*>(m_arg.value)); }
         Numbers(const Numbers&) = delete;
         Numbers& operator=(const Numbers&) = delete;
-        const VariantArg* arg() const { return &arg_; }
+        const VariantArg* arg() const { return &m_arg; }
 
      private:
-        VariantArg arg_;
+        VariantArg m_arg;
     };
 
     static std::vector<int32_t> numbers(const ManagedObject& object, const char* name) {

@@ -2,8 +2,8 @@
 // exception, never beyond the bytes.
 #include <gtest/gtest.h>
 
-#include "runtime/native/behaviours/metadata/file_metadata.h"
-#include "runtime/native/behaviours/metadata/xmp_packet.h"
+#include "runtime/native/behaviors/metadata/containers/file_metadata.h"
+#include "runtime/native/behaviors/metadata/xmp/xmp_packet.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -89,7 +89,9 @@ TEST(MetadataFilesTest, WhatIsWrittenIsFound) {
         } else if (format != MetadataFormat::kGif) {
             EXPECT_EQ(text(found.exif), text(write.exif));
         }
-        if (format == MetadataFormat::kTiff) continue;  // grows by what it had before
+        if (format == MetadataFormat::kTiff) {
+            continue;  // grows by what it had before
+        }
         // Written again it is the same file, and without any what it was.
         EXPECT_EQ(text(with_metadata(written, write)), text(written));
         const Bytes bare = with_metadata(written, {});
@@ -118,9 +120,15 @@ TEST(MetadataFilesTest, ExifIsReadAsItWasWritten) {
 void read_all(const Bytes& file) {
     try {
         const FileMetadata found = find_metadata(file);
-        if (!found.exif.empty()) write_exif(*read_exif(found.exif, true));
-        if (!found.xmp.empty()) read_xmp_packet(found.xmp)->text();
-        if (metadata_format(file) == MetadataFormat::kTiff) write_exif(*read_exif_of_tiff(file));
+        if (!found.exif.empty()) {
+            write_exif(*read_exif(found.exif, true));
+        }
+        if (!found.xmp.empty()) {
+            read_xmp_packet(found.xmp)->text();
+        }
+        if (metadata_format(file) == MetadataFormat::kTiff) {
+            write_exif(*read_exif_of_tiff(file));
+        }
         with_metadata(file, all_of(*exif()));
     } catch (const ManagedException& error) {
         EXPECT_NE(error.detail(), "");
@@ -130,8 +138,9 @@ void read_all(const Bytes& file) {
 TEST(MetadataFilesTest, FilesThatEndTooEarlyAreAnswered) {
     for (const Bytes& file : files()) {
         const Bytes whole = with_metadata(file, all_of(*exif()));
-        for (size_t size = 0; size <= whole.size(); ++size)
+        for (size_t size = 0; size <= whole.size(); ++size) {
             read_all(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+        }
     }
 }
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "fake_python.h"
-#include "runtime/native/behaviours/images/image_object.h"
-#include "runtime/native/behaviours/images/partial_loads.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/partial_loads.h"
 #include "runtime/native/core/values.h"
 
 namespace zelmor::embed {
@@ -13,7 +13,9 @@ namespace {
 imagework::Backend& backend() {
     static imagework::Backend* loaded = [] {
         void* library = dlopen(IMAGEWORK_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        if (!library) throw std::runtime_error(dlerror());
+        if (!library) {
+            throw std::runtime_error(dlerror());
+        }
         return reinterpret_cast<imagework::BackendFunction>(dlsym(library, imagework::kBackendSymbol))();
     }();
     return *loaded;
@@ -46,8 +48,9 @@ class Collector final : public PixelReceiver {
 Ref<ImageObject> striped(int32_t width, int32_t height) {
     auto picture = backend().create(width, height, false, false, imagework::kBlack);
     std::vector<imagework::Argb> pixels;
-    for (int32_t i = 0; i < width * height; ++i)
+    for (int32_t i = 0; i < width * height; ++i) {
         pixels.push_back(0xFF000000 | static_cast<uint32_t>(i));
+    }
     picture->write_argb({0, 0, width, height}, pixels);
     imagework::FileFacts facts;
     facts.format = imagework::Format::kPng;

@@ -1,4 +1,4 @@
-// Every registered behaviour against the catalogue: the entry point exists and crosses as the function does.
+// Every registered behavior against the catalogue: the entry point exists and crosses as the function does.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -15,53 +15,60 @@ namespace {
 
 const EntryInfo* find_entry(const TypeInfo& type, const char* name) {
     for (const EntryInfo& entry : type.entries) {
-        if (std::string_view(entry.name) == name) return &entry;
+        if (std::string_view(entry.name) == name) {
+            return &entry;
+        }
     }
     return nullptr;
 }
 
-TEST(RegistrationTest, EveryBehaviourIsInTheCatalogueWithItsSignature) {
+TEST(RegistrationTest, EveryBehaviorIsInTheCatalogueWithItsSignature) {
     size_t count = 0;
-    for (const BehaviourTable* table = BehaviourTable::first(); table; table = table->next()) {
-        for (const Behaviour& behaviour : table->behaviours()) {
-            const std::string name = std::string(behaviour.type) + "::" + behaviour.entry;
-            const TypeInfo* type = find_type(behaviour.type);
+    for (const BehaviorTable* table = BehaviorTable::first(); table; table = table->next()) {
+        for (const Behavior& behavior : table->behaviors()) {
+            const std::string name = std::string(behavior.type) + "::" + behavior.entry;
+            const TypeInfo* type = find_type(behavior.type);
             ASSERT_NE(type, nullptr) << name;
             EXPECT_STREQ(type->assembly, assembly_name(table->assembly())) << name;
-            const EntryInfo* entry = find_entry(*type, behaviour.entry);
+            const EntryInfo* entry = find_entry(*type, behavior.entry);
             ASSERT_NE(entry, nullptr) << name;
-            EXPECT_STREQ(entry->signature, behaviour.point.signature) << name;
+            EXPECT_STREQ(entry->signature, behavior.point.signature) << name;
             ++count;
         }
     }
     EXPECT_GT(count, 300u);
 }
 
-TEST(RegistrationTest, NoEntryPointHasTwoBehaviours) {
+TEST(RegistrationTest, NoEntryPointHasTwoBehaviors) {
     std::set<std::string> names;
-    for (const BehaviourTable* table = BehaviourTable::first(); table; table = table->next()) {
-        for (const Behaviour& behaviour : table->behaviours()) {
-            const std::string name = std::string(behaviour.type) + "::" + behaviour.entry;
+    for (const BehaviorTable* table = BehaviorTable::first(); table; table = table->next()) {
+        for (const Behavior& behavior : table->behaviors()) {
+            const std::string name = std::string(behavior.type) + "::" + behavior.entry;
             EXPECT_TRUE(names.insert(name).second) << name;
         }
     }
 }
 
-TEST(RegistrationTest, EveryMemberOfAValueTypeHasBehaviour) {
+TEST(RegistrationTest, EveryMemberOfAValueTypeHasBehavior) {
     for (const char* name : {"Size", "SizeF", "Point", "PointF", "Rectangle", "RectangleF", "Color", "CmykColor"}) {
         const TypeInfo& type = require_type(std::string("Zelmor.Imaging.") + name);
         for (const EntryInfo& entry : type.entries) {
-            if (entry.role >= EntryRole::kTypeOf) continue;
-            if (std::string_view(entry.member).find("Icc") != std::string_view::npos) continue;  // image work
-            EXPECT_NE(find_behaviour(type.full_name, entry.name), nullptr) << type.full_name << "::" << entry.name;
+            if (entry.role >= EntryRole::kTypeOf) {
+                continue;
+            }
+            if (std::string_view(entry.member).find("Icc") != std::string_view::npos) {
+                continue;  // image work
+            }
+            EXPECT_NE(find_behavior(type.full_name, entry.name), nullptr) << type.full_name << "::" << entry.name;
         }
     }
 }
 
 std::vector<DefaultValue> all_defaults() {
     std::vector<DefaultValue> all;
-    for (const DefaultTable* table = DefaultTable::first(); table; table = table->next())
+    for (const DefaultTable* table = DefaultTable::first(); table; table = table->next()) {
         all.insert(all.end(), table->values().begin(), table->values().end());
+    }
     return all;
 }
 
@@ -90,7 +97,9 @@ TEST(RegistrationTest, EveryDefaultOfAnEnumerationIsAMember) {
     for (const DefaultValue& entry : all_defaults()) {
         const auto property = find_property(require_type(entry.type), entry.property);
         const TypeInfo* type = property ? type_at(property->info->type) : nullptr;
-        if (!type || type->kind != TypeKind::kEnum) continue;
+        if (!type || type->kind != TypeKind::kEnum) {
+            continue;
+        }
         EXPECT_NE(find_enum_member(*type, entry.integer), nullptr) << entry.type << "." << entry.property;
     }
 }

@@ -92,12 +92,15 @@ TEST_F(ResolveTest, TheInteropClassesHaveTheirEntryPointsAndNoOthers) {
     for (const Class& each : classes) {
         const std::string type = std::string("Zelmor.WrpGen.Interop.SiApi") + each.name;
         const auto status = [&](const char* method) { return resolve_delegate(kImaging, type.c_str(), method).status; };
-        for (const char* method : four)
+        for (const char* method : four) {
             EXPECT_EQ(status(method), kOk) << type << " " << method;
-        for (const char* method : each.present)
+        }
+        for (const char* method : each.present) {
             EXPECT_EQ(status(method), kOk) << type << " " << method;
-        for (const char* method : each.absent)
+        }
+        for (const char* method : each.absent) {
             EXPECT_EQ(status(method), kMethodNotFound) << type << " " << method;
+        }
     }
 }
 

@@ -29,13 +29,13 @@ class StreamTest : public test::RuntimeTest {
         RuntimeTest::SetUp();
         std::string name = (std::filesystem::temp_directory_path() / "streamXXXXXX").string();
         ASSERT_NE(mkdtemp(name.data()), nullptr);
-        directory_ = name;
+        m_directory = name;
     }
     void TearDown() override {
-        std::filesystem::remove_all(directory_);
+        std::filesystem::remove_all(m_directory);
         RuntimeTest::TearDown();
     }
-    std::string path(const char* name) const { return (directory_ / name).string(); }
+    std::string path(const char* name) const { return (m_directory / name).string(); }
     template <class R, class... Args>
     static R service(const char* method, Args... args) {
         const Delegate made =
@@ -44,7 +44,7 @@ class StreamTest : public test::RuntimeTest {
     }
 
  private:
-    std::filesystem::path directory_;
+    std::filesystem::path m_directory;
 };
 
 template <class Action>

@@ -1,13 +1,13 @@
-// Members without behaviour: stored properties, filled and copied objects, and what is refused.
+// Members without behavior: stored properties, filled and copied objects, and what is refused.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "fake_python.h"
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
-#include "runtime/native/tail/tail_entry.h"
+#include "runtime/native/table_entries/tail_entry.h"
 
 namespace zelmor::embed {
 namespace {
@@ -127,13 +127,17 @@ TEST_F(TailTest, AStaticPropertyIsStored) {
     const TypeInfo& cache = require_type("Zelmor.Imaging.Cache");
     const auto* entry = [&]() -> const EntryInfo* {
         for (const EntryInfo& each : cache.entries) {
-            if (std::string_view(each.name) == "setsa_CacheFolder") return &each;
+            if (std::string_view(each.name) == "setsa_CacheFolder") {
+                return &each;
+            }
         }
         return nullptr;
     }();
     ASSERT_NE(entry, nullptr);
     ASSERT_STREQ(entry->signature, "vT");
-    if (find_behaviour(cache.full_name, entry->name)) GTEST_SKIP() << "the member has behaviour by now";
+    if (find_behavior(cache.full_name, entry->name)) {
+        GTEST_SKIP() << "the member has behavior by now";
+    }
     const test::TextArgument folder("/var/cache");
     call<void>(cache.full_name, "setsa_CacheFolder", folder.get());
     EXPECT_EQ(test::text_of_object(call<PyObject*>(cache.full_name, "getsa_CacheFolder")), u"/var/cache");
@@ -170,7 +174,7 @@ TEST_F(TailTest, AConstructorFillsThePropertiesOfItsArguments) {
     EXPECT_EQ(property_int(object, "To"), 9);
 }
 
-TEST_F(TailTest, WhatHasNoBehaviourSaysSo) {
+TEST_F(TailTest, WhatHasNoBehaviorSaysSo) {
     constexpr const char* kRaw = "Zelmor.Imaging.FileFormats.Dng.Decoder.ImageParameters";
     Owned raw(make_handle(make_instance(kRaw)));
     EXPECT_EQ(call<int>(kRaw, "get_IsFoveon", raw.get()), 0);
@@ -181,9 +185,15 @@ TEST_F(TailTest, WhatHasNoBehaviourSaysSo) {
     // Any method of a plain class that nobody has written: the first one there is.
     for (const TypeInfo& type : types()) {
         for (const EntryInfo& entry : type.entries) {
-            if (type.kind != TypeKind::kClass || entry.role != EntryRole::kCall) continue;
-            if (std::string_view(entry.signature) != "vp" || find_override(type, type, entry)) continue;
-            if (find_behaviour(type.full_name, entry.name)) continue;
+            if (type.kind != TypeKind::kClass || entry.role != EntryRole::kCall) {
+                continue;
+            }
+            if (std::string_view(entry.signature) != "vp" || find_override(type, type, entry)) {
+                continue;
+            }
+            if (find_behavior(type.full_name, entry.name)) {
+                continue;
+            }
             const auto instance = make_ref<Record>(type);
             Owned object(make_handle(instance));
             call<void>(type.full_name, entry.name, object.get());
@@ -194,7 +204,7 @@ TEST_F(TailTest, WhatHasNoBehaviourSaysSo) {
             return;
         }
     }
-    GTEST_SKIP() << "every method has behaviour";
+    GTEST_SKIP() << "every method has behavior";
 }
 
 TEST_F(TailTest, ANullOrForeignInstanceIsRefused) {
@@ -216,14 +226,22 @@ TEST_F(TailTest, EveryWritableNumberOfTheCatalogueIsStored) {
         const bool made_of_nothing = std::any_of(type.entries.begin(), type.entries.end(), [](const EntryInfo& entry) {
             return entry.role == EntryRole::kCtor && entry.params.empty();
         });
-        if (type.kind != TypeKind::kClass || !made_of_nothing) continue;
+        if (type.kind != TypeKind::kClass || !made_of_nothing) {
+            continue;
+        }
         Owned object(make_handle(make_instance(type)));
-        if (!dynamic_cast<Record*>(object_of(object.get()))) continue;
+        if (!dynamic_cast<Record*>(object_of(object.get()))) {
+            continue;
+        }
         for (size_t i = 0; i < type.properties.size(); ++i) {
             const PropertyInfo& property = type.properties[i];
             const std::string setter = std::string("set_") + property.name;
-            if (property.is_static || !property.writable || property.wire != Wire::kInt32) continue;
-            if (find_behaviour(type.full_name, setter.c_str())) continue;
+            if (property.is_static || !property.writable || property.wire != Wire::kInt32) {
+                continue;
+            }
+            if (find_behavior(type.full_name, setter.c_str())) {
+                continue;
+            }
             const auto value = static_cast<int32_t>(1000 + i);
             call<void>(type.full_name, setter.c_str(), object.get(), value);
             const std::string getter = std::string("get_") + property.name;

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "fake_python.h"
-#include "runtime/native/core/collection.h"
+#include "runtime/native/collections/collection.h"
 
 namespace zelmor::embed {
 namespace {
@@ -26,8 +26,9 @@ TEST_F(TypeSystemTest, TypesAreFoundByNameAndByHostClass) {
 TEST_F(TypeSystemTest, TypeIdsArePositionsFromOne) {
     EXPECT_EQ(type_id(types()[0]), 1);
     std::set<int64_t> ids;
-    for (const TypeInfo& type : types())
+    for (const TypeInfo& type : types()) {
         ids.insert(type_id(type));
+    }
     EXPECT_EQ(ids.size(), types().size());
     const TypeInfo& made = intern_type("Made.Up.Type");
     EXPECT_GT(type_id(made), static_cast<int64_t>(types().size()));
@@ -84,7 +85,9 @@ TEST_F(TypeSystemTest, EveryElementOfACollectionIsWellFormed) {
         EXPECT_TRUE(element->wire != Wire::kCollection || element->inner()) << element->id;
         // A type of the catalogue, as far as the catalogue goes, has the kind that its wire says.
         const TypeInfo* type = element->type();
-        if (!type || element->wire == Wire::kObject) continue;
+        if (!type || element->wire == Wire::kObject) {
+            continue;
+        }
         const TypeKind wanted = element->wire == Wire::kStruct      ? TypeKind::kStruct
                                 : element->wire == Wire::kInterface ? TypeKind::kInterface
                                 : element->wire == Wire::kInt32     ? TypeKind::kEnum

@@ -49,8 +49,9 @@ TEST_F(ValueTest, VariantsBecomeManagedValues) {
     EXPECT_THROW(read(17, number), ManagedException);
     test::fail_next_callback("int too large");
     EXPECT_THROW(read(6, number), ManagedException);
-    for (PyObject* object : {flag, number, real, data})
+    for (PyObject* object : {flag, number, real, data}) {
         test::release(object);
+    }
 }
 
 TEST_F(ValueTest, AFailedBuilderLeavesItsErrorAlone) {

@@ -65,7 +65,9 @@ PyRef file_seeking_to(PyObject* answer) {
 // The type and text of the pending error, which is cleared.
 std::pair<PyObject*, std::string> pending() {
     const PyRef error = take_error();
-    if (!error) return {nullptr, ""};
+    if (!error) {
+        return {nullptr, ""};
+    }
     return {reinterpret_cast<PyObject*>(Py_TYPE(error.get())), text_of(error.get())};
 }
 
@@ -77,7 +79,9 @@ bool converts(const Callback& callback, PyObject* answer, long* value) {
         *value = count;
         return converted;
     }
-    if (callback.positions) return fn_conv_py_long_to_clr_int64(answer, value) != 0;
+    if (callback.positions) {
+        return fn_conv_py_long_to_clr_int64(answer, value) != 0;
+    }
     bool truth = false;
     const bool converted = fn_conv_py_bool_to_clr_bool(answer, &truth) != 0;
     *value = truth;
@@ -100,7 +104,9 @@ TEST_F(LyingFiles, AnAnswerIsConvertedOrRefusedInTheConversionsWords) {
         ASSERT_TRUE(answer) << text;
         const PyRef file = file_giving(answer.get());
         for (const Callback& callback : callbacks()) {
-            if (std::string(callback.method) == "flush") continue;
+            if (std::string(callback.method) == "flush") {
+                continue;
+            }
             long expected = 0;
             const bool converted = converts(callback, answer.get(), &expected);
             const auto reason = pending();
@@ -137,7 +143,9 @@ TEST_F(LyingFiles, NoneIsNothingForDataAndRefusedElsewhere) {
     const PyRef file = file_giving(Py_None);
     for (const Callback& callback : callbacks()) {
         const std::string method = callback.method;
-        if (method == "flush") continue;
+        if (method == "flush") {
+            continue;
+        }
         const bool kept = method == "readinto" && callback.failed == -1;
         long code = 0;
         std::pair<PyObject*, std::string> error;

@@ -8,7 +8,7 @@ from __future__ import annotations
 from ..model import Collection, Model
 from ..wires import Wire
 from . import casts
-from .text import function, quoted, table
+from .text import function, guarded, quoted, table
 
 # Kind in the table -> kind in symbols.
 _SYMBOL_KINDS = {"array": "array", "list": "list", "ilist": "ilist", "iterable": "iterable", "iterator": "iter"}
@@ -128,9 +128,10 @@ def write_declarations(model: Model) -> list[str]:
 
 def write_elements(model: Model, product: str) -> list[str]:
     """The header of element policies."""
-    lines = ["// How the elements of the typed collections cross. Written by the generator.", "#pragma once", "",
-             '#include "collections/typed_members.h"', f'#include "generated/{product}/{product}.h"', ""]
-    return lines + [f"using wrpPygn_elmt_{row.identifier} = {policy(model, row)};" for row in model.collections]
+    includes = ['#include "collections/typed_members.h"', f'#include "generated/{product}/{product}.h"']
+    aliases = [f"using wrpPygn_elmt_{row.identifier} = {policy(model, row)};" for row in model.collections]
+    return ["// How the elements of the typed collections cross. Written by the generator.",
+            *guarded(f"ZELMOR_GENERATED_{product.upper()}_ELEMENTS_H", [*includes, "", *aliases])]
 
 
 class Instance:

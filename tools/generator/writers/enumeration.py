@@ -1,4 +1,4 @@
-"""Prints an enumeration: its host, its converters, its operations and the initialiser that makes the class."""
+"""Prints an enumeration: its host, its converters, its operations and the initializer that makes the class."""
 
 from __future__ import annotations
 
@@ -62,7 +62,7 @@ def _operations(entry: Type) -> list[str]:
     return lines
 
 
-def _initialiser(entry: Type) -> list[str]:
+def _initializer(entry: Type) -> list[str]:
     lines, names = [], []
     for operation, flags in _OPERATIONS:
         name = f"wrpPy_amml_{entry.symbol}_000_{operation.lstrip('_')}"
@@ -87,4 +87,4 @@ def write_enumeration(entry: Type, product: str) -> list[str]:
     return [f"// {entry.full_name}: written by the generator from {entry.place.path.name}.",
             f'#include "generated/{product}/{product}.h"', "",
             f"PyTypeObject* wrpPy_tyds_{entry.symbol} = nullptr;", "",
-            *write_host(entry), *_validity(entry), *_converters(entry), *_operations(entry), *_initialiser(entry)]
+            *write_host(entry), *_validity(entry), *_converters(entry), *_operations(entry), *_initializer(entry)]

@@ -6,7 +6,8 @@ from ..model import Model, Type
 from . import members
 from .collections import write_declarations
 from .enumeration import integer_type
-from .wrapper import needs_post_initialiser
+from .text import guarded
+from .wrapper import needs_post_initializer
 
 _INCLUDES = (
     "collections/class_items.h", "collections/interop.h", "collections/interop_operations.h", "convert/bytes.h",
@@ -26,7 +27,7 @@ def _wrapper(entry: Type) -> list[str]:
         result = "const PyObjectOutArg& result" if entry.kind == "interface" else "void* handle"
         lines += [f"int wrpPy_conv_py_to_clr_{symbol}(PyObject* value, {record}* out);",
                   f"PyObject* wrpPy_conv_clr_to_py_{symbol}({result});"]
-    if needs_post_initialiser(entry):
+    if needs_post_initializer(entry):
         lines.append(f"int wrpPy_eypi_{symbol}();")
     for method in entry.methods:
         if method.is_group or members.inherited_by_groups(method):
@@ -53,10 +54,10 @@ def _enumeration(entry: Type) -> list[str]:
 
 def write_header(model: Model, product: str) -> list[str]:
     """The header of an assembly."""
-    lines = [f"// What the types of {model.assembly} call of each other. Written by the generator.", "#pragma once", "",
-             "#include <string>", "", *(f'#include "{name}"' for name in _INCLUDES), ""]
+    lines = ["#include <string>", "", *(f'#include "{name}"' for name in _INCLUDES), ""]
     for entry in model.types:
         lines += [f"// {entry.full_name}", *(_enumeration(entry) if entry.is_enum else _wrapper(entry)), ""]
     lines += write_declarations(model)
     lines += [f"PyObject* wrpPy_mlit_{module.symbol}();" for module in model.modules]
-    return lines
+    return [f"// What the types of {model.assembly} call of each other. Written by the generator.",
+            *guarded(f"ZELMOR_GENERATED_{product.upper()}_H", lines)]

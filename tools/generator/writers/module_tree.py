@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from ..model import Model, Module, Type
 from .text import function, quoted, table
-from .wrapper import needs_post_initialiser
+from .wrapper import needs_post_initializer
 
 
 def _record(marker: Type | str) -> str:
@@ -29,7 +29,7 @@ def _ready(module: Module) -> list[str]:
 def _wrapper_row(entry: Type) -> str:
     interfaces = f"wrpPy_ifcs_{entry.symbol}" if entry.markers else "{}"
     kind = "zelmor::WrapperKind::kStruct" if entry.kind == "struct" else "zelmor::WrapperKind::kClass"
-    post = f"&wrpPy_eypi_{entry.symbol}" if needs_post_initialiser(entry) else "nullptr"
+    post = f"&wrpPy_eypi_{entry.symbol}" if needs_post_initializer(entry) else "nullptr"
     return (f"{{&wrpPy_tyds_{entry.symbol}, {quoted(entry.name)}, u{quoted(entry.full_name)}, {kind}, {interfaces}, "
             f"{post}}}")
 

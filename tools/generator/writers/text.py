@@ -28,6 +28,11 @@ def table(head: str, rows: Iterable[str]) -> list[str]:
     return [f"{head} = {{", *indent(f"{row}," for row in rows), "};", ""]
 
 
+def guarded(name: str, body: Iterable[str]) -> list[str]:
+    """A header's text within an include guard of that name."""
+    return [f"#ifndef {name}", f"#define {name}", "", *body, "", f"#endif  // {name}"]
+
+
 def quoted(text: str) -> str:
     """A C string literal."""
     return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'

@@ -132,13 +132,13 @@ def _mixed_entries(entry: Type) -> list[str]:
     return [*lines, ""] if lines else []
 
 
-def needs_post_initialiser(entry: Type) -> bool:
+def needs_post_initializer(entry: Type) -> bool:
     """Whether something has to be added to the type's dictionary that its static record cannot hold."""
     return bool(_static_properties(entry) or _mixed(entry))
 
 
-def _post_initialiser(entry: Type) -> list[str]:
-    if not needs_post_initialiser(entry):
+def _post_initializer(entry: Type) -> list[str]:
+    if not needs_post_initializer(entry):
         return []
     record = f"&wrpPy_tyds_{entry.symbol}"
     lines = []
@@ -196,4 +196,4 @@ def write_wrapper(entry: Type, product: str) -> list[str]:
     if properties:
         lines += table(f"static PyGetSetDef wrpPy_typd_{entry.symbol}[]", properties)
     lines += collection_slots.write_slots(entry)
-    return [*lines, *_record(entry), *_post_initialiser(entry)]
+    return [*lines, *_record(entry), *_post_initializer(entry)]

@@ -1,0 +1,90 @@
+// NonGenericDictionary: pairs in the order in which they were added. As a collection its elements are the keys.
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kDictionary = "Zelmor.Imaging.NonGenericDictionary";
+
+class NonGenericDictionary final : public ManagedCollection {
+ public:
+    static constexpr const char* kManagedName = kDictionary;
+    NonGenericDictionary()
+        : ManagedCollection(require_type(kDictionary)),
+          m_keys(make_list(ListShape::kArrayList, variant_element())),
+          m_values(make_list(ListShape::kArrayList, variant_element())) {}
+
+    const ElementType& element() const override { return variant_element(); }
+    size_t size() const override { return m_keys->size(); }
+    Ref<ManagedEnumerator> enumerator() override { return m_keys->enumerator(); }
+    bool contains(const Value& key) override { return m_keys->contains(key); }
+
+    void add(const Value& key, const Value& value) {
+        if (is_null(key)) {
+            throw_argument_null("key");
+        }
+        if (m_keys->contains(key)) {
+            throw_argument("An item with the same key has already been added.");
+        }
+        m_keys->append(key);
+        m_values->append(value);
+    }
+    void remove(const Value& key) {
+        if (is_null(key)) {
+            throw_argument_null("key");
+        }
+        const int64_t found = m_keys->find(key, 0, m_keys->size());
+        if (found < 0) {
+            return;
+        }
+        m_keys->erase(static_cast<size_t>(found), 1);
+        m_values->erase(static_cast<size_t>(found), 1);
+    }
+    void clear() {
+        m_keys->erase(0, m_keys->size());
+        m_values->erase(0, m_values->size());
+    }
+    const Ref<ManagedList>& keys() const { return m_keys; }
+    const Ref<ManagedList>& values() const { return m_values; }
+
+ private:
+    Ref<ManagedList> m_keys;
+    Ref<ManagedList> m_values;
+};
+
+void add(NonGenericDictionary& self, const VariantArg* key, const VariantArg* value) {
+    self.add(read_variant(key), read_variant(value));
+}
+void remove(NonGenericDictionary& self, const VariantArg* key) {
+    self.remove(read_variant(key));
+}
+void clear(NonGenericDictionary& self) {
+    self.clear();
+}
+bool no(NonGenericDictionary&) {
+    return false;
+}
+// Copies: who goes through them may change the dictionary meanwhile.
+Collection keys(NonGenericDictionary& self) {
+    return {self.keys()->copy()};
+}
+Collection values(NonGenericDictionary& self) {
+    return {self.values()->copy()};
+}
+
+const FactoryRegistration factory(kDictionary,
+                                  [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<NonGenericDictionary>()); });
+
+const Behavior kMembers[] = {
+    {kDictionary, "call_000_Add", entry<&add>()},     {kDictionary, "call_000_Remove", entry<&remove>()},
+    {kDictionary, "call_000_Clear", entry<&clear>()}, {kDictionary, "get_IsFixedSize", entry<&no>()},
+    {kDictionary, "get_IsReadOnly", entry<&no>()},    {kDictionary, "get_Keys", entry<&keys>()},
+    {kDictionary, "get_Values", entry<&values>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,77 @@
+// NonGenericList and the list of metafile records that derives from it: a list around another list. Whatever is asked
+// of it is asked of that one, a Python list included.
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kList = "Zelmor.Imaging.NonGenericList";
+
+class NonGenericList final : public ManagedList {
+ public:
+    NonGenericList(const TypeInfo& type, Ref<ManagedList> inner)
+        : ManagedList(type, inner->element()), m_inner(std::move(inner)) {}
+
+    const Ref<ManagedList>& inner() const { return m_inner; }
+    bool fixed_size() const override { return m_inner->fixed_size(); }
+    uint32_t version() const override { return m_inner->version(); }
+    size_t size() const override { return m_inner->size(); }
+    Value get(size_t index) const override { return m_inner->get(index); }
+    int64_t find(const Value& value, size_t first, size_t end) const override {
+        return m_inner->find(value, first, end);
+    }
+    bool contains(const Value& value) override { return m_inner->contains(value); }
+    void resize(size_t count) override { m_inner->resize(count); }
+    void reserve(size_t count) override { m_inner->reserve(count); }
+    Ref<ManagedEnumerator> enumerator() override { return m_inner->enumerator(); }
+
+ protected:
+    void store(size_t index, const Value& value) override { m_inner->set(index, value); }
+    void store_new(size_t index, const Value& value) override { m_inner->insert(index, value); }
+    void take_out(size_t first, size_t count) override { m_inner->erase(first, count); }
+    bool take_out_equal(const Value& value) override { return m_inner->remove(value); }
+    void turn() override { m_inner->reverse(); }
+    void order(bool descending) override { m_inner->sort(descending); }
+
+ private:
+    Ref<ManagedList> m_inner;
+};
+
+constexpr const char* kMetaList = "Zelmor.Imaging.FileFormats.Emf.MetaObjectList";
+
+Ref<ManagedObject> made(const char* type, const VariantArg* list) {
+    const auto inner = read_collection(list, CollectionShape::kIList, variant_element());
+    if (!inner) {
+        throw_argument_null("list");
+    }
+    Ref<ManagedList> asked(&cast_object<ManagedList>(*inner));
+    // One around another asks the innermost at once, however many there are.
+    if (const auto* around = dynamic_cast<const NonGenericList*>(asked.get())) {
+        asked = around->inner();
+    }
+    return make_ref<NonGenericList>(require_type(type), std::move(asked));
+}
+
+Ref<ManagedObject> list_around(const VariantArg* list) {
+    return made(kList, list);
+}
+Ref<ManagedObject> meta_list_around(const VariantArg* list) {
+    return made(kMetaList, list);
+}
+
+// One that the runtime makes for itself is empty.
+const FactoryRegistration factory(kList, [](const TypeInfo& type) {
+    return Ref<ManagedObject>(make_ref<NonGenericList>(type, make_list(ListShape::kArrayList, variant_element())));
+});
+
+const Behavior kMembers[] = {
+    {kList, "ctor_000_NonGenericList", entry<&list_around>()},
+    {kMetaList, "ctor_000_MetaObjectList", entry<&meta_list_around>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,210 @@
+// PixelDataFormat's factories and the formats that have a name of their own.
+#include "runtime/native/behaviors/colors/pixel_data_format.h"
+
+#include <array>
+#include <numeric>
+#include <string>
+#include <utility>
+
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kFormat = "Zelmor.Imaging.PixelDataFormat";
+using Bits = std::vector<int32_t>;
+
+class PixelDataFormat final : public Record {
+ public:
+    using Record::Record;
+    bool equals(const ManagedObject& other) const override {
+        if (&other.type() != &type()) {
+            return false;
+        }
+        return property_int(*this, "PixelFormat") == property_int(other, "PixelFormat") &&
+               property_int(*this, "BitsPerPixel") == property_int(other, "BitsPerPixel") && bits() == bits_of(other);
+    }
+    int32_t hash_code() const override {
+        auto hash = static_cast<uint32_t>(property_int(*this, "PixelFormat"));
+        for (const int32_t each : bits()) {
+            hash = hash * 31 + static_cast<uint32_t>(each);
+        }
+        return static_cast<int32_t>(hash);
+    }
+    std::u16string to_text() const override { return property_string(*this, "Caption").value_or(std::u16string()); }
+
+ private:
+    static Bits bits_of(const ManagedObject& format) {
+        const auto list = property_object(format, "ChannelBits");
+        return list ? cast_object<ScalarList<int32_t>>(*list).items : Bits();
+    }
+    Bits bits() const { return bits_of(*this); }
+};
+
+using Format = Ref<ManagedObject>;
+
+Format checked(std::string_view caption, PixelLayout layout, Bits bits) {
+    for (const int32_t each : bits) {
+        if (each < 1 || each > 64) {
+            throw_out_of_range("bits", "A channel has 1 to 64 bits, not " + std::to_string(each) + ".");
+        }
+    }
+    return make_pixel_data_format(caption, layout, std::move(bits));
+}
+
+Format gray(int32_t bits) {
+    return checked("Grayscale", PixelLayout::kGrayscale, {bits});
+}
+Format gray_alpha_of(int32_t bits, int32_t alpha) {
+    return checked("GrayscaleAlpha", PixelLayout::kGrayscale, {bits, alpha});
+}
+Format gray_alpha(int32_t bits) {
+    return gray_alpha_of(bits, bits);
+}
+Format rgb_of(int32_t r, int32_t g, int32_t b) {
+    return checked("Rgb", PixelLayout::kRgb, {r, g, b});
+}
+Format rgb(int32_t bits) {
+    return rgb_of(bits, bits, bits);
+}
+Format rgba_of(int32_t r, int32_t g, int32_t b, int32_t a) {
+    return checked("Rgba", PixelLayout::kRgb, {r, g, b, a});
+}
+Format rgba(int32_t bits) {
+    return rgba_of(bits, bits, bits, bits);
+}
+Format bgr(int32_t bits) {
+    return checked("Bgr", PixelLayout::kBgr, {bits, bits, bits});
+}
+Format bgra(int32_t bits) {
+    return checked("Bgra", PixelLayout::kBgr, {bits, bits, bits, bits});
+}
+Format ycbcr_of(int32_t y, int32_t cb, int32_t cr) {
+    return checked("YCbCr", PixelLayout::kYCbCr, {y, cb, cr});
+}
+Format ycbcr(int32_t bits) {
+    return ycbcr_of(bits, bits, bits);
+}
+Format cmyk_of(int32_t c, int32_t m, int32_t y, int32_t k) {
+    return checked("Cmyk", PixelLayout::kCmyk, {c, m, y, k});
+}
+Format cmyk(int32_t bits) {
+    return cmyk_of(bits, bits, bits, bits);
+}
+Format cmyka(int32_t c, int32_t m, int32_t y, int32_t k, int32_t a) {
+    return checked("Cmyka", PixelLayout::kCmyk, {c, m, y, k, a});
+}
+Format ycck(int32_t bits) {
+    return checked("Ycck", PixelLayout::kYcck, {bits, bits, bits, bits});
+}
+Format cie_lab(int32_t l, int32_t a, int32_t b) {
+    return checked("CieLab", PixelLayout::kCieLab, {l, a, b});
+}
+// One channel: the index of a color.
+Format rgb_indexed(int32_t bits) {
+    return checked("RgbIndexed", PixelLayout::kRgb, {bits});
+}
+
+// The formats with a name, by their entry points.
+struct NamedFormat {
+    const char* entry;
+    PixelLayout layout;
+    std::array<int32_t, 5> bits;  // 0 behind the last channel
+    int32_t bits_per_pixel = 0;   // where padding makes it more than the sum
+};
+constexpr NamedFormat kNamed[] = {
+    {"getsa_Grayscale16", PixelLayout::kGrayscale, {16}},    {"getsa_Cmyk", PixelLayout::kCmyk, {8, 8, 8, 8}},
+    {"getsa_Cmyka", PixelLayout::kCmyk, {8, 8, 8, 8, 8}},    {"getsa_GrayscaleAlpha", PixelLayout::kGrayscale, {8, 8}},
+    {"getsa_Rgb16Bpp555", PixelLayout::kRgb, {5, 5, 5}, 16}, {"getsa_Rgb16Bpp565", PixelLayout::kRgb, {5, 6, 5}},
+    {"getsa_Rgb24Bpp", PixelLayout::kBgr, {8, 8, 8}},  // as bitmaps have it, blue first
+    {"getsa_Rgb24BppPng", PixelLayout::kRgb, {8, 8, 8}},     {"getsa_Rgb32Bpp", PixelLayout::kBgr, {8, 8, 8}, 32},
+    {"getsa_RgbIndexed1Bpp", PixelLayout::kRgb, {1}},        {"getsa_RgbIndexed2Bpp", PixelLayout::kRgb, {2}},
+    {"getsa_RgbIndexed4Bpp", PixelLayout::kRgb, {4}},        {"getsa_RgbIndexed8Bpp", PixelLayout::kRgb, {8}},
+    {"getsa_Rgba32Bpp", PixelLayout::kBgr, {8, 8, 8, 8}},    {"getsa_YCbCr", PixelLayout::kYCbCr, {8, 8, 8}},
+    {"getsa_Ycck", PixelLayout::kYcck, {8, 8, 8, 8}},
+};
+
+// A named format is one object, however often it is asked for.
+template <size_t Index>
+Format named() {
+    static Format& format = *new Format([] {
+        const NamedFormat& wanted = kNamed[Index];
+        Bits bits;
+        for (const int32_t each : wanted.bits) {
+            if (each > 0) {
+                bits.push_back(each);
+            }
+        }
+        return make_pixel_data_format(wanted.entry + sizeof "getsa", wanted.layout, std::move(bits),
+                                      wanted.bits_per_pixel);
+    }());
+    return format;
+}
+
+template <size_t... Index>
+BehaviorTable table_of_named(std::index_sequence<Index...>) {
+    return {Assembly::kImaging, {{kFormat, kNamed[Index].entry, entry<&named<Index>>()}...}};
+}
+const BehaviorTable named_table = table_of_named(std::make_index_sequence<std::size(kNamed)>());
+
+// What a user can put another one in place of.
+Format& grayscale_slot() {
+    static Format& format = *new Format(gray(8));
+    return format;
+}
+Format grayscale() {
+    return grayscale_slot();
+}
+void set_grayscale(Record* value) {
+    if (!value) {
+        throw_argument_null("value");
+    }
+    grayscale_slot() = Format(value);
+}
+
+const Behavior kMembers[] = {
+    {kFormat, "call_000_GetGrayscaleAlpha", entry<&gray_alpha>()},
+    {kFormat, "call_001_GetGrayscaleAlpha", entry<&gray_alpha_of>()},
+    {kFormat, "call_000_GetRgb", entry<&rgb>()},
+    {kFormat, "call_001_GetRgb", entry<&rgb_of>()},
+    {kFormat, "call_000_GetRgba", entry<&rgba>()},
+    {kFormat, "call_001_GetRgba", entry<&rgba_of>()},
+    {kFormat, "call_000_GetYCbCr", entry<&ycbcr>()},
+    {kFormat, "call_001_GetYCbCr", entry<&ycbcr_of>()},
+    {kFormat, "call_000_GetCmyk", entry<&cmyk>()},
+    {kFormat, "call_001_GetCmyk", entry<&cmyk_of>()},
+    {kFormat, "call_000_GetGrayscale", entry<&gray>()},
+    {kFormat, "call_000_GetRgbIndexed", entry<&rgb_indexed>()},
+    {kFormat, "call_000_GetBgra", entry<&bgra>()},
+    {kFormat, "call_000_GetBgr", entry<&bgr>()},
+    {kFormat, "call_000_GetCmyka", entry<&cmyka>()},
+    {kFormat, "call_000_GetYcck", entry<&ycck>()},
+    {kFormat, "call_000_GetCieLab", entry<&cie_lab>()},
+    {kFormat, "getsa_Grayscale", entry<&grayscale>()},
+    {kFormat, "setsa_Grayscale", entry<&set_grayscale>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+const FactoryRegistration factory(kFormat, [](const TypeInfo& type) {
+    return Ref<ManagedObject>(make_ref<PixelDataFormat>(type));
+});
+
+}  // namespace
+
+Ref<ManagedObject> make_pixel_data_format(std::string_view caption, PixelLayout layout, std::vector<int32_t> bits,
+                                          int32_t bits_per_pixel) {
+    auto format = make_instance(kFormat);
+    if (bits_per_pixel == 0) {
+        bits_per_pixel = std::accumulate(bits.begin(), bits.end(), 0);
+    }
+    set_property(*format, "Caption", to_utf16(caption));
+    set_property(*format, "PixelFormat", static_cast<int64_t>(layout));
+    set_property(*format, "BitsPerPixel", int64_t{bits_per_pixel});
+    set_property(*format, "ChannelsCount", static_cast<int64_t>(bits.size()));
+    set_property(*format, "ChannelBits", Ref<ManagedObject>(make_array(std::move(bits))));
+    return format;
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,354 @@
+// Making brushes, and the properties of theirs that depend on each other.
+#include <algorithm>
+#include <cmath>
+
+#include "runtime/native/behaviors/drawing/matrix.h"
+#include "runtime/native/behaviors/drawing/shapes.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/type_system.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kBrush = "Zelmor.Imaging.Brush";
+constexpr const char* kTransform = "Zelmor.Imaging.Brushes.TransformBrush";
+constexpr const char* kLinear = "Zelmor.Imaging.Brushes.LinearGradientBrush";
+constexpr const char* kLinearMany = "Zelmor.Imaging.Brushes.LinearMulticolorGradientBrush";
+constexpr const char* kPathTwo = "Zelmor.Imaging.Brushes.PathGradientBrush";
+constexpr const char* kPathMany = "Zelmor.Imaging.Brushes.PathMulticolorGradientBrush";
+constexpr const char* kTexture = "Zelmor.Imaging.Brushes.TextureBrush";
+constexpr int64_t kClamp = 4;
+
+// ---- What all have
+
+Ref<Record> plain(const TypeInfo& type) {
+    auto brush = make_ref<Record>(type);
+    set_property(*brush, "Opacity", 1.0);
+    return brush;
+}
+// Without colors between the ends a gradient goes evenly from one to the other.
+Value even_blend() {
+    auto blend = make_instance("Zelmor.Imaging.Blend");
+    set_property(*blend, "Factors", Value(Ref<ManagedObject>(make_array(std::vector<float>{1}))));
+    return blend;
+}
+Ref<Record> transformable(const TypeInfo& type) {
+    auto brush = plain(type);
+    set_property(*brush, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>())));
+    if (has_property(*brush, "Blend")) {
+        set_property(*brush, "Blend", even_blend());
+    }
+    return brush;
+}
+// A clone has a blend and a transformation of its own; images and paths stay shared.
+Ref<ManagedObject> deep_clone(Record& self) {
+    auto twin = self.copy();
+    for (const char* part : {"Blend", "InterpolationColors", "Transform"}) {
+        if (!has_property(*twin, part)) {
+            continue;
+        }
+        if (const auto held = property_object(*twin, part)) {
+            set_property(*twin, part, Value(held->copy()));
+        }
+    }
+    return twin;
+}
+
+// ---- Linear gradients
+
+Ref<ManagedObject> linear(const char* type, const RectD& rect, double angle, bool scalable) {
+    auto brush = make_instance(type);
+    set_property(*brush, "Rectangle", box(to_rectangle_f(rect)));
+    set_property(*brush, "Angle", angle);
+    set_property(*brush, "IsAngleScalable", scalable);
+    return brush;
+}
+
+// Between two points: over the rectangle that they span, in the direction from one to the other. Where that has no
+// height or width it is made a square around the line, over which the gradient is the same.
+Ref<ManagedObject> linear_between(const char* type, PointD from, PointD to) {
+    const PointD d = to - from;
+    const double length = d.length();
+    RectD rect{std::min(from.x, to.x), std::min(from.y, to.y), std::abs(d.x), std::abs(d.y)};
+    if (d.x == 0 || d.y == 0) {
+        const PointD middle = (from + to) * 0.5;
+        rect = {middle.x - length / 2, middle.y - length / 2, length, length};
+    }
+    return linear(type, rect, std::atan2(d.y, d.x) * 180 / M_PI, false);
+}
+
+Ref<ManagedObject> with_colors(Ref<ManagedObject> brush, const ColorValue& start, const ColorValue& end) {
+    set_property(*brush, "StartColor", box(start));
+    set_property(*brush, "EndColor", box(end));
+    return brush;
+}
+Ref<ManagedObject> linear_points(PointArg from, PointArg to, const ColorValue& start, const ColorValue& end) {
+    return with_colors(linear_between(kLinear, from, to), start, end);
+}
+Ref<ManagedObject> linear_scalable(RectArg rect, const ColorValue& start, const ColorValue& end, float angle,
+                                   bool scalable) {
+    return with_colors(linear(kLinear, rect, angle, scalable), start, end);
+}
+Ref<ManagedObject> linear_rect(RectArg rect, const ColorValue& start, const ColorValue& end, float angle) {
+    return linear_scalable(rect, start, end, angle, false);
+}
+Ref<ManagedObject> many_points(PointArg from, PointArg to) {
+    return linear_between(kLinearMany, from, to);
+}
+Ref<ManagedObject> many_scalable(RectArg rect, float angle, bool scalable) {
+    return linear(kLinearMany, rect, angle, scalable);
+}
+Ref<ManagedObject> many_rect(RectArg rect, float angle) {
+    return many_scalable(rect, angle, false);
+}
+
+// The two colors of a gradient as an array.
+Collection linear_colors(Record& self) {
+    std::vector<Value> colors{property_object(self, "StartColor")->copy(), property_object(self, "EndColor")->copy()};
+    return {Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(colors)))};
+}
+void set_linear_colors(Record& self, const VariantArg* value) {
+    const std::vector<Value> colors = read_elements(value, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "value");
+    if (colors.size() != 2) {
+        throw_argument("A linear gradient has two colors. (Parameter 'value')");
+    }
+    const ColorValue start = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[0]));
+    const ColorValue end = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[1]));
+    set_property(self, "StartColor", box(start));
+    set_property(self, "EndColor", box(end));
+}
+
+// ---- Blends by formula
+
+void set_blend(Record& self, std::vector<float> factors, std::vector<float> positions) {
+    auto blend = make_instance("Zelmor.Imaging.Blend");
+    set_property(*blend, "Factors", Value(Ref<ManagedObject>(make_array(std::move(factors)))));
+    set_property(*blend, "Positions", Value(Ref<ManagedObject>(make_array(std::move(positions)))));
+    set_property(self, "Blend", Value(blend));
+}
+void require_parts(float focus, float scale) {
+    if (!(focus >= 0 && focus <= 1)) {
+        throw_out_of_range("focus", "The focus is a part between 0 and 1.");
+    }
+    if (!(scale >= 0 && scale <= 1)) {
+        throw_out_of_range("scale", "The scale is a part between 0 and 1.");
+    }
+}
+// Rises evenly to `scale` at the focus and falls evenly from there.
+void set_triangle(Record& self, float focus, float scale) {
+    require_parts(focus, scale);
+    if (focus == 0) {
+        return set_blend(self, {scale, 0}, {0, 1});
+    }
+    if (focus == 1) {
+        return set_blend(self, {0, scale}, {0, 1});
+    }
+    set_blend(self, {0, scale, 0}, {0, focus, 1});
+}
+void set_full_triangle(Record& self, float focus) {
+    set_triangle(self, focus, 1);
+}
+// Rises and falls as the integral of a bell does: slowly at the ends and at the focus.
+void set_bell(Record& self, float focus, float scale) {
+    require_parts(focus, scale);
+    constexpr int kSteps = 128;
+    const auto rise = [](double t) {
+        const auto sigma = [](double x) { return std::erf((x - 0.5) * 4 / std::sqrt(2.0)); };
+        return (sigma(t) - sigma(0)) / (sigma(1) - sigma(0));
+    };
+    std::vector<float> factors, positions;
+    const double at = focus;
+    for (int i = 0; i <= 2 * kSteps; ++i) {
+        const bool first = i <= kSteps;
+        if (first ? at == 0 && i < kSteps : at == 1) {
+            continue;  // a side without width
+        }
+        const double t = first ? static_cast<double>(i) / kSteps : static_cast<double>(i - kSteps) / kSteps;
+        positions.push_back(static_cast<float>(first ? at * t : at + (1 - at) * t));
+        factors.push_back(static_cast<float>(scale * (first ? rise(t) : 1 - rise(t))));
+    }
+    set_blend(self, std::move(factors), std::move(positions));
+}
+void set_full_bell(Record& self, float focus) {
+    set_bell(self, focus, 1);
+}
+
+// ---- Path gradients
+
+Ref<ManagedObject> over_outline(const char* type, const std::vector<PointD>& points, Ref<ManagedObject> path) {
+    PointD sum;
+    for (const PointD& point : points) {
+        sum = sum + point;
+    }
+    auto brush = make_instance(type);
+    set_property(*brush, "PathPoints", Value(Ref<ManagedObject>(point_array(points))));
+    set_property(*brush, "GraphicsPath", Value(std::move(path)));
+    set_property(*brush, "CenterPoint",
+                 box(to_point_f(sum * (1.0 / static_cast<double>(std::max<size_t>(points.size(), 1))))));
+    set_property(*brush, "WrapMode", kClamp);
+    if (has_property(*brush, "CenterColor")) {
+        set_property(*brush, "CenterColor", box(ColorValue::from_argb(0xFF000000)));
+        std::vector<Value> white{box(ColorValue::from_argb(0xFFFFFFFF))};
+        set_property(*brush, "SurroundColors",
+                     Value(Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(white)))));
+    }
+    return brush;
+}
+template <const char* const& kType>
+Ref<ManagedObject> over_points(PointsArg points) {
+    auto shape = make_ref<PointsShape>(require_type(PointsShape::kManagedName));
+    shape->set_points(points.items);
+    set_property(*shape, "IsClosed", true);
+    auto figure = make_ref<FigureObject>();
+    figure->shapes.push_back(shape);
+    auto path = make_ref<PathObject>();
+    path->figures.push_back(figure);
+    return over_outline(kType, points.items, path);
+}
+template <const char* const& kType>
+Ref<ManagedObject> over_wrapped_points(PointsArg points, int32_t wrap_mode) {
+    auto brush = over_points<kType>(std::move(points));
+    set_property(*brush, "WrapMode", int64_t{wrap_mode});
+    return brush;
+}
+template <const char* const& kType>
+Ref<ManagedObject> over_path(PathObject* path) {
+    if (!path) {
+        throw_argument_null("path");
+    }
+    std::vector<PointD> points;
+    for (const Contour& contour : path->outline()) {
+        const std::vector<PointD> part = flattened(contour, 0.25);
+        points.insert(points.end(), part.begin(), part.end());
+    }
+    return over_outline(kType, points, Ref<ManagedObject>(path));
+}
+
+// ---- Textures. Without a rectangle the whole image is the texture.
+
+Ref<ManagedObject> texture_of_all(Record* image, int32_t wrap_mode, const RectD* rect, Record* attributes) {
+    if (!image) {
+        throw_argument_null("image");
+    }
+    auto brush = make_instance(kTexture);
+    set_property(*brush, "Image", Value(Ref<ManagedObject>(image)));
+    set_property(*brush, "WrapMode", int64_t{wrap_mode});
+    set_property(*brush, "ImageAttributes", Value(Ref<ManagedObject>(attributes)));
+    if (rect) {
+        set_property(*brush, "ImageRectangle", box(to_rectangle_f(*rect)));
+    }
+    return brush;
+}
+Ref<ManagedObject> texture(Record* image) {
+    return texture_of_all(image, 0, nullptr, nullptr);
+}
+Ref<ManagedObject> texture_wrapped(Record* image, int32_t wrap_mode) {
+    return texture_of_all(image, wrap_mode, nullptr, nullptr);
+}
+Ref<ManagedObject> texture_wrapped_rect(Record* image, int32_t wrap_mode, RectArg rect) {
+    return texture_of_all(image, wrap_mode, &rect, nullptr);
+}
+Ref<ManagedObject> texture_rect(Record* image, RectArg rect) {
+    return texture_of_all(image, 0, &rect, nullptr);
+}
+Ref<ManagedObject> texture_attributes(Record* image, RectArg rect, Record* attributes) {
+    return texture_of_all(image, 0, &rect, attributes);
+}
+
+const Behavior kMembers[] = {
+    {kBrush, "call_000_DeepClone", entry<&deep_clone>()},
+
+    {kLinear, "ctor_001_LinearGradientBrush", entry<&linear_points>()},
+    {kLinear, "ctor_002_LinearGradientBrush", entry<&linear_points>()},
+    {kLinear, "ctor_003_LinearGradientBrush", entry<&linear_rect>()},
+    {kLinear, "ctor_004_LinearGradientBrush", entry<&linear_rect>()},
+    {kLinear, "ctor_005_LinearGradientBrush", entry<&linear_scalable>()},
+    {kLinear, "ctor_006_LinearGradientBrush", entry<&linear_scalable>()},
+    {kLinear, "call_000_CreateWithPoints", entry<&linear_points>()},
+    {kLinear, "call_000_CreateWithPointsF", entry<&linear_points>()},
+    {kLinear, "call_000_CreateWithRectColorsAngle", entry<&linear_rect>()},
+    {kLinear, "call_000_CreateWithRectFColorsAngle", entry<&linear_rect>()},
+    {kLinear, "call_000_CreateWithRectColorsAngleScalable", entry<&linear_scalable>()},
+    {kLinear, "call_000_CreateWithRectFColorsAngleScalable", entry<&linear_scalable>()},
+    {kLinear, "get_LinearColors", entry<&linear_colors>()},
+    {kLinear, "set_LinearColors", entry<&set_linear_colors>()},
+    {kLinear, "call_000_SetSigmaBellShape", entry<&set_full_bell>()},
+    {kLinear, "call_001_SetSigmaBellShape", entry<&set_bell>()},
+    {kLinear, "call_000_SetBlendTriangularShape", entry<&set_full_triangle>()},
+    {kLinear, "call_001_SetBlendTriangularShape", entry<&set_triangle>()},
+
+    {kLinearMany, "ctor_001_LinearMulticolorGradientBrush", entry<&many_points>()},
+    {kLinearMany, "ctor_002_LinearMulticolorGradientBrush", entry<&many_points>()},
+    {kLinearMany, "ctor_003_LinearMulticolorGradientBrush", entry<&many_rect>()},
+    {kLinearMany, "ctor_004_LinearMulticolorGradientBrush", entry<&many_rect>()},
+    {kLinearMany, "ctor_005_LinearMulticolorGradientBrush", entry<&many_scalable>()},
+    {kLinearMany, "ctor_006_LinearMulticolorGradientBrush", entry<&many_scalable>()},
+    {kLinearMany, "call_000_CreateWithPoints", entry<&many_points>()},
+    {kLinearMany, "call_000_CreateWithPointsF", entry<&many_points>()},
+    {kLinearMany, "call_000_CreateWithRect", entry<&many_rect>()},
+    {kLinearMany, "call_000_CreateWithRectF", entry<&many_rect>()},
+    {kLinearMany, "call_000_CreateWithRectAngleScalable", entry<&many_scalable>()},
+    {kLinearMany, "call_000_CreateWithRectFAngleScalable", entry<&many_scalable>()},
+
+    {kPathTwo, "ctor_000_PathGradientBrush", entry<&over_points<kPathTwo>>()},
+    {kPathTwo, "ctor_001_PathGradientBrush", entry<&over_wrapped_points<kPathTwo>>()},
+    {kPathTwo, "ctor_002_PathGradientBrush", entry<&over_points<kPathTwo>>()},
+    {kPathTwo, "ctor_003_PathGradientBrush", entry<&over_wrapped_points<kPathTwo>>()},
+    {kPathTwo, "ctor_004_PathGradientBrush", entry<&over_path<kPathTwo>>()},
+    {kPathTwo, "call_000_CreateWithPointsF", entry<&over_points<kPathTwo>>()},
+    {kPathTwo, "call_000_CreateWithPointsFWrapMode", entry<&over_wrapped_points<kPathTwo>>()},
+    {kPathTwo, "call_000_CreateWithPoints", entry<&over_points<kPathTwo>>()},
+    {kPathTwo, "call_000_CreateWithPointsWrapMode", entry<&over_wrapped_points<kPathTwo>>()},
+    {kPathTwo, "call_000_CreateWithPath", entry<&over_path<kPathTwo>>()},
+    {kPathTwo, "call_000_SetSigmaBellShape", entry<&set_full_bell>()},
+    {kPathTwo, "call_001_SetSigmaBellShape", entry<&set_bell>()},
+    {kPathTwo, "call_000_SetBlendTriangularShape", entry<&set_full_triangle>()},
+    {kPathTwo, "call_001_SetBlendTriangularShape", entry<&set_triangle>()},
+
+    {kPathMany, "ctor_000_PathMulticolorGradientBrush", entry<&over_points<kPathMany>>()},
+    {kPathMany, "ctor_001_PathMulticolorGradientBrush", entry<&over_wrapped_points<kPathMany>>()},
+    {kPathMany, "ctor_002_PathMulticolorGradientBrush", entry<&over_points<kPathMany>>()},
+    {kPathMany, "ctor_003_PathMulticolorGradientBrush", entry<&over_wrapped_points<kPathMany>>()},
+    {kPathMany, "ctor_004_PathMulticolorGradientBrush", entry<&over_path<kPathMany>>()},
+    {kPathMany, "call_000_CreateWithPoints", entry<&over_points<kPathMany>>()},
+    {kPathMany, "call_000_CreateWithPointsFWrapMode", entry<&over_wrapped_points<kPathMany>>()},
+    {kPathMany, "call_000_CreateWithPointsF", entry<&over_points<kPathMany>>()},
+    {kPathMany, "call_000_CreateWithPointsWrapMode", entry<&over_wrapped_points<kPathMany>>()},
+    {kPathMany, "call_000_CreateWithPath", entry<&over_path<kPathMany>>()},
+
+    {kTexture, "ctor_000_TextureBrush", entry<&texture>()},
+    {kTexture, "ctor_001_TextureBrush", entry<&texture_wrapped>()},
+    {kTexture, "ctor_002_TextureBrush", entry<&texture_wrapped_rect>()},
+    {kTexture, "ctor_003_TextureBrush", entry<&texture_wrapped_rect>()},
+    {kTexture, "ctor_004_TextureBrush", entry<&texture_rect>()},
+    {kTexture, "ctor_005_TextureBrush", entry<&texture_attributes>()},
+    {kTexture, "ctor_006_TextureBrush", entry<&texture_rect>()},
+    {kTexture, "ctor_007_TextureBrush", entry<&texture_attributes>()},
+    {kTexture, "call_000_CreateWithImageWrapMode", entry<&texture_wrapped>()},
+    {kTexture, "call_000_CreateWithImageWrapModeRectF", entry<&texture_wrapped_rect>()},
+    {kTexture, "call_000_CreateWithImageWrapModeRect", entry<&texture_wrapped_rect>()},
+    {kTexture, "call_000_CreateWithImageRectF", entry<&texture_rect>()},
+    {kTexture, "call_000_CreateWithImageRectFAttribs", entry<&texture_attributes>()},
+    {kTexture, "call_000_CreateWithImageRect", entry<&texture_rect>()},
+    {kTexture, "call_000_CreateWithImageRectAttribs", entry<&texture_attributes>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+const FactoryRegistration brush_factory(kBrush, [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
+const FactoryRegistration transform_factory(kTransform, [](const TypeInfo& type) -> Ref<ManagedObject> {
+    return transformable(type);
+});
+const FactoryRegistration supporter_factory("Zelmor.Imaging.TransparencySupporter",
+                                            [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
+// An empty rectangle stands for the whole image.
+const FactoryRegistration texture_factory(kTexture, [](const TypeInfo& type) -> Ref<ManagedObject> {
+    auto brush = transformable(type);
+    set_property(*brush, "ImageAttributes", Ref<ManagedObject>());
+    set_property(*brush, "ImageRectangle", box(RectangleFValue()));
+    return brush;
+});
+
+}  // namespace
+
+}  // namespace zelmor::embed

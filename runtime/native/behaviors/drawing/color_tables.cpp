@@ -1,0 +1,134 @@
+// Blends of colors along gradients, and matrices that change colors.
+#include <algorithm>
+
+#include "runtime/native/behaviors/drawing/arguments.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kColorBlend = "Zelmor.Imaging.ColorBlend";
+constexpr const char* kBlend = "Zelmor.Imaging.Blend";
+constexpr const char* kMatrix = "Zelmor.Imaging.ColorMatrix";
+constexpr int kSize = 5;
+
+Value zeros(int32_t count) {
+    return Ref<ManagedObject>(make_array(std::vector<float>(static_cast<size_t>(count))));
+}
+void require_count(int32_t count) {
+    if (count < 0) {
+        throw_out_of_range("count", "The value " + std::to_string(count) + " is no number of elements.");
+    }
+    if (count > 10'000'000) {
+        throw ManagedException("OutOfMemoryException", "A blend of so many positions is too large.");
+    }
+}
+
+// A new blend has one position.
+Ref<ManagedObject> color_blend(int32_t count) {
+    require_count(count);
+    std::vector<Value> colors;
+    for (int32_t i = 0; i < count; ++i) {
+        colors.emplace_back(box(ColorValue()));
+    }
+    auto blend = make_ref<Record>(require_type(kColorBlend));
+    set_property(*blend, "Colors", Value(Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(colors)))));
+    set_property(*blend, "Positions", zeros(count));
+    return blend;
+}
+Ref<ManagedObject> blend(int32_t count) {
+    require_count(count);
+    auto blend = make_ref<Record>(require_type(kBlend));
+    set_property(*blend, "Factors", zeros(count));
+    set_property(*blend, "Positions", zeros(count));
+    return blend;
+}
+
+// ---- ColorMatrix
+
+std::string element_name(int row, int column) {
+    return "Matrix" + std::to_string(row) + std::to_string(column);
+}
+Ref<ManagedObject> identity(const TypeInfo& type) {
+    auto matrix = make_ref<Record>(type);
+    for (int i = 0; i < kSize; ++i) {
+        set_property(*matrix, element_name(i, i), 1.0);
+    }
+    return matrix;
+}
+Ref<ManagedObject> from_rows(const VariantArg* rows) {
+    const std::vector<Value> lines =
+        read_elements(rows, element_of(CollectionInfo{CollectionShape::kArray, "F25B175D"}), "new_color_matrix");
+    auto matrix = make_instance(kMatrix);
+    if (lines.size() < kSize) {
+        throw ManagedException("IndexOutOfRangeException", "A color matrix has five rows.");
+    }
+    for (int row = 0; row < kSize; ++row) {
+        const std::vector<double> numbers = numbers_of(lines[static_cast<size_t>(row)]);
+        if (numbers.size() < kSize) {
+            throw ManagedException("IndexOutOfRangeException", "A row has five numbers.");
+        }
+        for (int column = 0; column < kSize; ++column) {
+            set_property(*matrix, element_name(row, column), numbers[static_cast<size_t>(column)]);
+        }
+    }
+    return matrix;
+}
+
+void require_place(int32_t row, int32_t column) {
+    const auto inside = [](int32_t index) { return index >= 0 && index < kSize; };
+    if (inside(row) && inside(column)) {
+        return;
+    }
+    throw ManagedException("IndexOutOfRangeException",
+                           "A color matrix has five rows and columns: there is no element " + std::to_string(row) +
+                               ", " + std::to_string(column) + ".");
+}
+float get_element(Record& self, int32_t row, int32_t column) {
+    require_place(row, column);
+    return static_cast<float>(property_double(self, element_name(row, column)));
+}
+void set_element(Record& self, int32_t row, int32_t column, float value) {
+    require_place(row, column);
+    set_property(self, element_name(row, column), double{value});
+}
+// The rows as a float[][].
+Collection rows_of(Record& self) {
+    std::vector<Value> rows;
+    for (int row = 0; row < kSize; ++row) {
+        std::vector<float> numbers;
+        for (int column = 0; column < kSize; ++column) {
+            numbers.push_back(get_element(self, row, column));
+        }
+        rows.emplace_back(Ref<ManagedObject>(make_array(std::move(numbers))));
+    }
+    return {Ref<ManagedObject>(make_ref<ValueList>(
+        ListShape::kArray, element_of(CollectionInfo{CollectionShape::kArray, "F25B175D"}), std::move(rows)))};
+}
+template <int32_t kValue>
+int32_t constant() {
+    return kValue;
+}
+
+const Behavior kMembers[] = {
+    {kColorBlend, "ctor_001_ColorBlend", entry<&color_blend>()},
+    {kBlend, "ctor_001_Blend", entry<&blend>()},
+    {kMatrix, "ctor_001_ColorMatrix", entry<&from_rows>()},
+    {kMatrix, "call_000_GetMatrix", entry<&rows_of>()},
+    {kMatrix, "call_000_GetElem", entry<&get_element>()},
+    {kMatrix, "call_000_SetElem", entry<&set_element>()},
+    {kMatrix, "getsa_MatrixDimensionsCount", entry<&constant<2>>()},
+    {kMatrix, "getsa_MatrixDimensionElementsCount", entry<&constant<kSize>>()},
+    {kMatrix, "getsa_MatrixTotalElementsCount", entry<&constant<kSize * kSize>>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+const FactoryRegistration color_blend_factory(kColorBlend, [](const TypeInfo&) { return color_blend(1); });
+const FactoryRegistration blend_factory(kBlend, [](const TypeInfo&) { return blend(1); });
+const FactoryRegistration matrix_factory(kMatrix, identity);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,232 @@
+// Graphics: the way from an image's pixels to a canvas and back, and the state that drawing depends on.
+#include "runtime/native/behaviors/drawing/graphics.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/drawwork/loader.h"
+
+namespace zelmor::embed {
+
+using drawwork::Argb;
+using drawwork::PixelArea;
+
+namespace {
+
+// The pixels that a rectangle touches, of those of an image.
+PixelArea pixels_in(const RectD& rect, const PixelArea& image) {
+    const double x1 = std::max<double>(std::floor(rect.x), image.x);
+    const double y1 = std::max<double>(std::floor(rect.y), image.y);
+    const double x2 = std::min<double>(std::ceil(rect.right()), image.x + image.width);
+    const double y2 = std::min<double>(std::ceil(rect.bottom()), image.y + image.height);
+    if (!(x2 > x1 && y2 > y1)) {
+        return {};
+    }
+    return {int32_t(x1), int32_t(y1), int32_t(x2 - x1), int32_t(y2 - y1)};
+}
+
+std::vector<Argb> read(const ImageObject& image, const PixelArea& area) {
+    std::vector<Argb> pixels(static_cast<size_t>(area.width) * static_cast<size_t>(area.height));
+    image.picture().read_argb({area.x, area.y, area.width, area.height}, pixels);
+    return pixels;
+}
+
+}  // namespace
+
+GraphicsObject::GraphicsObject(const TypeInfo& type, Ref<ImageObject> image) : Record(type), m_image(std::move(image)) {
+    set_property(*this, "Image", Value(Ref<ManagedObject>(m_image)));
+    set_property(*this, "PageUnit", int64_t{1});
+    set_property(*this, "PageScale", 1.0);
+    set_property(*this, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>())));
+    set_property(*this, "Clip", Value(Ref<ManagedObject>(make_ref<RegionObject>())));
+}
+
+PixelArea GraphicsObject::whole() const {
+    m_image->require_live();
+    return {0, 0, m_image->picture().width(), m_image->picture().height()};
+}
+
+RectD GraphicsObject::image_rect() const {
+    const PixelArea area = whole();
+    return {0, 0, double(area.width), double(area.height)};
+}
+
+double GraphicsObject::unit_pixels(int64_t unit, bool upright) const {
+    const double dpi = upright ? dpi_y() : dpi_x();
+    switch (unit) {
+        case 3:
+            return dpi / 72;
+        case 4:
+            return dpi;
+        case 5:
+            return dpi / 300;
+        case 6:
+            return dpi / 25.4;
+        default:
+            return 1;
+    }
+}
+
+Affine GraphicsObject::map() const {
+    const int64_t unit = property_int(*this, "PageUnit");
+    const double scale = property_double(*this, "PageScale");
+    const auto matrix = property_object(*this, "Transform");
+    const Affine world = matrix ? cast_object<MatrixObject>(*matrix).map : Affine();
+    return world.then(Affine::scaling(unit_pixels(unit) * scale, unit_pixels(unit, true) * scale));
+}
+
+bool GraphicsObject::smooth() const {
+    const int64_t mode = property_int(*this, "SmoothingMode");
+    return mode == 2 || mode == 4;
+}
+
+void GraphicsObject::set_clip(RegionObject* region) {
+    set_property(*this, "Clip", Value(Ref<ManagedObject>(region)));
+    m_clip_map = map();
+}
+
+RegionOutline outline_of(const RegionTree& region, const RectD& around) {
+    if (region->kind == RegionNode::Kind::kOutline) {
+        return {region->outline, region->rule};
+    }
+    const auto frame = region_of({rectangle_contour(around)}, FillRule::kAlternate);
+    Outline outline;
+    for (const Trapezoid& t : trapezoids_of(*combined(region, frame, RegionOperation::kIntersect))) {
+        const std::vector<PointD> corners{
+            {t.left_top, t.top}, {t.right_top, t.top}, {t.right_bottom, t.bottom}, {t.left_bottom, t.bottom}};
+        outline.push_back(polygon_contour(corners, true));
+    }
+    return {std::move(outline), FillRule::kWinding};
+}
+
+void GraphicsObject::apply_clip(drawwork::Canvas& canvas) const {
+    canvas.unclip();
+    const auto held = property_object(*this, "Clip");
+    if (!held) {
+        return;
+    }
+    const RegionTree& region = cast_object<RegionObject>(*held).tree;
+    if (region->kind == RegionNode::Kind::kInfinite) {
+        return;
+    }
+    const RegionOutline clip = outline_of(transformed(region, m_clip_map), image_rect());
+    canvas.clip(clip.outline, clip.rule, smooth());
+}
+
+void GraphicsObject::drawing(const RectD& reach, Drawing draw, void* context) {
+    // Held: what a brush reads may run Python code, which may end the update.
+    const std::shared_ptr<drawwork::Canvas> shared = m_canvas;
+    const PixelArea area = shared ? m_canvas_area : pixels_in(reach, whole());
+    if (area.width == 0) {
+        return;
+    }
+    try {
+        if (shared) {
+            apply_clip(*shared);
+            return draw(context, *shared, pixels_in(reach, area));
+        }
+        const auto own = drawing_backend().canvas(area, read(*m_image, area));
+        apply_clip(*own);
+        draw(context, *own, area);
+        m_image->picture().write_argb({area.x, area.y, area.width, area.height}, own->pixels());
+    } catch (const drawwork::DrawError& error) {
+        throw_invalid_operation(std::string("The drawing cannot be made: ") + error.what() + ".");
+    } catch (const imagework::PictureError& error) {
+        throw_picture_error(error);
+    }
+}
+
+void GraphicsObject::begin_update() {
+    if (updating()) {
+        throw_invalid_operation("An update has begun already.");
+    }
+    const PixelArea area = whole();
+    try {
+        m_canvas = drawing_backend().canvas(area, read(*m_image, area));
+    } catch (const drawwork::DrawError& error) {
+        throw_invalid_operation(std::string("The image cannot be drawn on: ") + error.what() + ".");
+    }
+    m_canvas_area = area;
+}
+
+void GraphicsObject::end_update() {
+    if (!updating()) {
+        throw_invalid_operation("No update has begun.");
+    }
+    const PixelArea now = whole(), area = m_canvas_area;
+    const std::shared_ptr<drawwork::Canvas> canvas = std::move(m_canvas);
+    if (now.width != area.width || now.height != area.height) {
+        throw_invalid_operation("The image was given another size since the update began.");
+    }
+    m_image->picture().write_argb({0, 0, area.width, area.height}, canvas->pixels());
+}
+
+void GraphicsObject::fill(const ManagedObject* brush, const Outline& world, FillRule rule) {
+    if (!brush) {
+        throw_argument_null("brush");
+    }
+    const Affine to_pixels = map();
+    Outline outline = transformed(world, to_pixels);
+    for (Contour& contour : outline) {
+        contour.closed = true;
+    }
+    draw(bounds_of(outline), [&](drawwork::Canvas& canvas, const PixelArea& area) {
+        canvas.fill(outline, rule, paint_of(brush, {to_pixels, area}), smooth());
+    });
+}
+
+// ---- Members
+
+namespace {
+
+Ref<GraphicsObject> for_image(ManagedObject* image) {
+    if (!image) {
+        throw_argument_null("source_image");
+    }
+    auto* raster = dynamic_cast<ImageObject*>(image);
+    if (!raster) {
+        throw_not_supported(std::string("Drawing on a ") + image->type().full_name);
+    }
+    raster->require_live();
+    return make_ref<GraphicsObject>(require_type(GraphicsObject::kManagedName), Ref<ImageObject>(raster));
+}
+float dpi_x(GraphicsObject& self) {
+    return static_cast<float>(self.dpi_x());
+}
+float dpi_y(GraphicsObject& self) {
+    return static_cast<float>(self.dpi_y());
+}
+bool is_updating(GraphicsObject& self) {
+    return self.updating();
+}
+void begin_update(GraphicsObject& self) {
+    self.begin_update();
+}
+void end_update(GraphicsObject& self) {
+    self.end_update();
+}
+void set_clip(GraphicsObject& self, RegionObject* region) {
+    self.set_clip(region);
+}
+void clear(GraphicsObject& self, const ColorValue& color) {
+    self.draw(self.image_rect(), [&](drawwork::Canvas& canvas, const PixelArea&) { canvas.clear(color.argb); });
+}
+
+constexpr const char* kGraphics = GraphicsObject::kManagedName;
+const Behavior kMembers[] = {
+    {kGraphics, "ctor_000_Graphics", entry<&for_image>()},
+    {kGraphics, "get_DpiX", image_entry<&dpi_x>()},
+    {kGraphics, "get_DpiY", image_entry<&dpi_y>()},
+    {kGraphics, "get_IsInBeginUpdateCall", entry<&is_updating>()},
+    {kGraphics, "set_Clip", image_entry<&set_clip>()},
+    {kGraphics, "call_000_BeginUpdate", image_entry<&begin_update>()},
+    {kGraphics, "call_000_EndUpdate", image_entry<&end_update>()},
+    {kGraphics, "call_000_Clear", entry<&clear>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

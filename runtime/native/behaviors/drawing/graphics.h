@@ -1,0 +1,75 @@
+// A Graphics: draws on an image.
+//
+// World coordinates go through the transformation and the page's unit and scale to pixels. Between begin_update() and
+// end_update() everything is drawn on a canvas beside the image, which takes the whole over at the end; otherwise each
+// drawing reads and writes the pixels that it can reach.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_GRAPHICS_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_GRAPHICS_H
+
+#include <memory>
+
+#include "runtime/native/behaviors/drawing/paints.h"
+#include "runtime/native/behaviors/drawing/pens.h"
+#include "runtime/native/behaviors/drawing/regions.h"
+#include "runtime/native/behaviors/images/image_object.h"
+
+namespace zelmor::embed {
+
+class GraphicsObject final : public Record {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.Graphics";
+    GraphicsObject(const TypeInfo& type, Ref<ImageObject> image);
+
+    ImageObject& image() const { return *m_image; }
+    RectD image_rect() const;
+    double dpi_x() const { return m_image->picture().resolution().horizontal; }
+    double dpi_y() const { return m_image->picture().resolution().vertical; }
+    // From world coordinates to pixels.
+    Affine map() const;
+    // Pixels for a length of a GraphicsUnit.
+    double unit_pixels(int64_t unit, bool upright = false) const;
+    // Whether edges are smoothed.
+    bool smooth() const;
+
+    bool updating() const { return m_canvas != nullptr; }
+    void begin_update();
+    void end_update();
+
+    void set_clip(RegionObject* region);
+
+    // Draws within `reach`, in pixels: what is outside is not touched.
+    template <class Draw>
+    void draw(const RectD& reach, Draw&& draw) {
+        drawing(
+            reach,
+            [](void* context, drawwork::Canvas& canvas, const drawwork::PixelArea& area) {
+                (*static_cast<std::remove_reference_t<Draw>*>(context))(canvas, area);
+            },
+            &draw);
+    }
+
+    void fill(const ManagedObject* brush, const Outline& world, FillRule rule);
+    void stroke(const ManagedObject* pen, const Outline& world);
+
+ private:
+    using Drawing = void (*)(void* context, drawwork::Canvas& canvas, const drawwork::PixelArea& area);
+    void drawing(const RectD& reach, Drawing draw, void* context);
+    void apply_clip(drawwork::Canvas& canvas) const;
+    drawwork::PixelArea whole() const;
+
+    Ref<ImageObject> m_image;
+    Affine m_clip_map;  // of the moment when the clip was set
+    std::shared_ptr<drawwork::Canvas> m_canvas;
+    drawwork::PixelArea m_canvas_area;
+};
+
+// A region as an outline, cut to the rectangle where it goes on for ever.
+struct RegionOutline {
+    Outline outline;
+    FillRule rule = FillRule::kAlternate;
+};
+RegionOutline outline_of(const RegionTree& region, const RectD& around);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_GRAPHICS_H

@@ -1,0 +1,115 @@
+// Graphics: text.
+#include <algorithm>
+
+#include "runtime/native/behaviors/drawing/graphics.h"
+#include "runtime/native/behaviors/drawing/text_layouts.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+using drawwork::Paint;
+using drawwork::PixelArea;
+using Graphics = GraphicsObject;
+using Text = std::optional<std::u16string>;
+
+constexpr int64_t kWorld = 0;
+
+// What a unit of the font's size is in world coordinates. Sizes in real units stay what they are whatever unit the page
+// has; the transformation enlarges text like everything else.
+double font_scale(const Graphics& self, const ManagedObject* font) {
+    if (!font) {
+        throw_argument_null("font");
+    }
+    const int64_t unit = property_int(*font, "Unit");
+    if (unit == kWorld) {
+        return 1;
+    }
+    const double page = self.unit_pixels(property_int(self, "PageUnit")) * property_double(self, "PageScale");
+    return page > 0 ? self.unit_pixels(unit) / page : 1;
+}
+
+void draw(Graphics& self, const Text& text, const ManagedObject* font, const ManagedObject* brush, const RectD& frame,
+          const ManagedObject* format) {
+    if (!brush) {
+        throw_argument_null("brush");
+    }
+    if (!text || text->empty()) {
+        return;
+    }
+    PlacedText placed = place_text(*text, font, format, frame.width, frame.height, font_scale(self, font));
+    if (placed.layout.text.empty()) {
+        return;
+    }
+    const int64_t hint = property_int(self, "TextRenderingHint");
+    placed.layout.smooth = hint != 1 && hint != 2;               // a bit for each pixel
+    placed.layout.hinted = hint == 1 || hint == 3 || hint == 5;  // fitted to the grid
+    const Affine to_pixels = self.map();
+    const PointD at = PointD{frame.x, frame.y} + placed.offset;
+    // Letters reach beyond the box of their line, by less than the size of the font.
+    const double margin = placed.layout.size;
+    const RectD box{at.x + placed.extent.left - margin, at.y - margin, placed.extent.width + 2 * margin,
+                    placed.extent.height + 2 * margin};
+    const RectD reach = bounds_of(transformed({rectangle_contour(box)}, to_pixels));
+    self.draw(reach, [&](drawwork::Canvas& canvas, const PixelArea& area) {
+        if (placed.clipped) {
+            canvas.clip(transformed({rectangle_contour(frame)}, to_pixels), FillRule::kAlternate, self.smooth());
+        }
+        const Paint paint = paint_of(brush, {to_pixels, area});
+        canvas.text(placed.layout, Affine::translation(at.x, at.y).then(to_pixels), paint);
+    });
+}
+
+void draw_at_with(Graphics& self, const Text& text, Record* font, ManagedObject* brush, PointArg at, Record* format) {
+    draw(self, text, font, brush, {at.x, at.y, 0, 0}, format);
+}
+void draw_at(Graphics& self, const Text& text, Record* font, ManagedObject* brush, PointArg at) {
+    draw_at_with(self, text, font, brush, at, nullptr);
+}
+void draw_at_xy_with(Graphics& self, const Text& text, Record* font, ManagedObject* brush, float x, float y,
+                     Record* format) {
+    draw_at_with(self, text, font, brush, {{x, y}}, format);
+}
+void draw_at_xy(Graphics& self, const Text& text, Record* font, ManagedObject* brush, float x, float y) {
+    draw_at_with(self, text, font, brush, {{x, y}}, nullptr);
+}
+void draw_in_with(Graphics& self, const Text& text, Record* font, ManagedObject* brush, RectArg frame, Record* format) {
+    draw(self, text, font, brush, frame, format);
+}
+void draw_in(Graphics& self, const Text& text, Record* font, ManagedObject* brush, RectArg frame) {
+    draw(self, text, font, brush, frame, nullptr);
+}
+
+SizeFValue measure(Graphics& self, const Text& text, Record* font, const SizeFValue& area, Record* format) {
+    const double scale = font_scale(self, font);
+    if (!text || text->empty()) {
+        return {};
+    }
+    const PlacedText placed = place_text(*text, font, format, area.width, area.height, scale);
+    const auto within = [](double extent, float room) {
+        return static_cast<float>(room > 0 ? std::min(extent, double{room}) : extent);
+    };
+    return {within(placed.extent.width, area.width), within(placed.extent.height, area.height)};
+}
+
+const BehaviorTable table(Assembly::kImaging, [] {
+    static std::vector<Behavior> members;
+    const auto add = [](EntryPoint point, std::initializer_list<const char*> entries) {
+        for (const char* entry : entries) {
+            members.push_back({GraphicsObject::kManagedName, entry, point});
+        }
+    };
+    add(entry<&draw_at_xy>(), {"call_000_DrawString", "call_000_DrawStringAtXy"});
+    add(entry<&draw_at>(), {"call_001_DrawString", "call_000_DrawStringAtPointF"});
+    add(entry<&draw_at_xy_with>(), {"call_002_DrawString"});
+    add(entry<&draw_at_with>(), {"call_003_DrawString", "call_000_DrawStringAtPointFFormat"});
+    add(entry<&draw_in>(), {"call_004_DrawString", "call_000_DrawStringInRect"});
+    add(entry<&draw_in_with>(), {"call_005_DrawString", "call_000_DrawStringInRectF"});
+    add(entry<&measure>(), {"call_000_MeasureString"});
+    return std::span<const Behavior>(members);
+}());
+
+}  // namespace
+
+}  // namespace zelmor::embed

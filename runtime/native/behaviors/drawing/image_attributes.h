@@ -1,0 +1,58 @@
+// What is done to an image's colors while it is drawn.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_IMAGE_ATTRIBUTES_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_IMAGE_ATTRIBUTES_H
+
+#include <array>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+
+using Argb = uint32_t;
+
+// The matrix of a color change: five rows that red, green, blue, alpha and one contribute with.
+using ColorRows = std::array<std::array<double, 5>, 5>;
+
+// The settings for one kind of thing that is drawn.
+struct ColorAdjustment {
+    std::optional<ColorRows> matrix;
+    std::optional<ColorRows> gray_matrix;
+    int64_t matrix_flags = 0;
+    std::optional<double> threshold;
+    std::optional<double> gamma;
+    std::optional<std::pair<Argb, Argb>> color_key;
+    std::optional<std::vector<std::pair<Argb, Argb>>> remap;
+    std::optional<int64_t> output_channel;
+    std::optional<std::string> output_profile;
+    bool no_op = false;
+
+    bool changes_colors() const;
+    // NotSupportedException for output channels and profiles.
+    void apply(std::span<Argb> pixels) const;
+};
+
+class ImageAttributesObject final : public Record {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.ImageAttributes";
+    explicit ImageAttributesObject(const TypeInfo& type) : Record(type) {}
+
+    static constexpr size_t kKinds = 7;  // of the enumeration ColorAdjustType
+    std::array<ColorAdjustment, kKinds> adjustments;
+    int64_t wrap_mode = 4;  // clamp: nothing outside the image
+    Argb outside = 0;
+    bool clamp = false;
+
+    // The settings for images: their own where there are any, otherwise those for all.
+    const ColorAdjustment& for_images() const;
+    const ColorAdjustment& for_brushes() const;
+    Ref<ManagedObject> copy() const override;
+};
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_IMAGE_ATTRIBUTES_H

@@ -1,0 +1,186 @@
+// Matrix: members and constants.
+#include "runtime/native/behaviors/drawing/matrix.h"
+
+#include "runtime/native/behaviors/values/rounding.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+MatrixObject::MatrixObject(const Affine& map) : Record(require_type(kManagedName)), map(map) {}
+
+bool MatrixObject::equals(const ManagedObject& other) const {
+    const auto* matrix = dynamic_cast<const MatrixObject*>(&other);
+    return matrix && matrix->map == map;
+}
+
+int32_t MatrixObject::hash_code() const {
+    const auto word = [](double value) { return float_word(static_cast<float>(value)); };
+    return combined_hash(word(map.m11), word(map.m22), word(map.dx), word(map.dy));
+}
+
+const Affine& required_map(const MatrixObject* matrix, const char* parameter) {
+    if (!matrix) {
+        throw_argument_null(parameter);
+    }
+    return matrix->map;
+}
+
+Affine combined(const Affine& map, const Affine& step, MatrixOrder order) {
+    switch (order) {
+        case MatrixOrder::kPrepend:
+            return step.then(map);
+        case MatrixOrder::kAppend:
+            return map.then(step);
+    }
+    throw_argument("The value " + std::to_string(static_cast<int>(order)) + " is no matrix order.");
+}
+
+Affine map_of_corners(const RectD& rect, const std::vector<PointD>& points) {
+    if (points.size() != 3) {
+        throw_argument("A parallelogram has three points, not " + std::to_string(points.size()) + ".");
+    }
+    const auto to_unit = Affine{rect.width, 0, 0, rect.height, rect.x, rect.y}.inverse();
+    if (!to_unit) {
+        throw_argument("A rectangle without an area cannot be mapped to a parallelogram.");
+    }
+    return to_unit->then(Affine::of_corners(points[0], points[1], points[2]));
+}
+
+namespace {
+
+constexpr MatrixOrder kFirst = MatrixOrder::kPrepend;
+
+Ref<MatrixObject> identity() {
+    return make_ref<MatrixObject>();
+}
+Ref<MatrixObject> from_numbers(float m11, float m12, float m21, float m22, float m31, float m32) {
+    return make_ref<MatrixObject>(Affine{m11, m12, m21, m22, m31, m32});
+}
+Ref<MatrixObject> from_rect(RectArg rect, PointsArg points) {
+    return make_ref<MatrixObject>(map_of_corners(rect, points.items));
+}
+Ref<MatrixObject> from_matrix(MatrixObject* origin) {
+    return make_ref<MatrixObject>(required_map(origin, "origin"));
+}
+bool equal(MatrixObject* a, MatrixObject* b) {
+    return a && b ? a->equals(*b) : a == b;
+}
+
+void scale_in(MatrixObject& self, float x, float y, MatrixOrder order) {
+    self.map = combined(self.map, Affine::scaling(x, y), order);
+}
+void scale(MatrixObject& self, float x, float y) {
+    scale_in(self, x, y, kFirst);
+}
+void translate_in(MatrixObject& self, float x, float y, MatrixOrder order) {
+    self.map = combined(self.map, Affine::translation(x, y), order);
+}
+void translate(MatrixObject& self, float x, float y) {
+    translate_in(self, x, y, kFirst);
+}
+void multiply_in(MatrixObject& self, MatrixObject* other, MatrixOrder order) {
+    self.map = combined(self.map, required_map(other, "tx"), order);
+}
+void multiply(MatrixObject& self, MatrixObject* other) {
+    multiply_in(self, other, kFirst);
+}
+void rotate_in(MatrixObject& self, float angle, MatrixOrder order) {
+    self.map = combined(self.map, Affine::rotation(angle), order);
+}
+void rotate(MatrixObject& self, float angle) {
+    rotate_in(self, angle, kFirst);
+}
+void rotate_at_in(MatrixObject& self, float angle, PointArg at, MatrixOrder order) {
+    const Affine turn =
+        Affine::translation(-at.x, -at.y).then(Affine::rotation(angle)).then(Affine::translation(at.x, at.y));
+    self.map = combined(self.map, turn, order);
+}
+void rotate_at(MatrixObject& self, float angle, PointArg at) {
+    rotate_at_in(self, angle, at, kFirst);
+}
+void reset(MatrixObject& self) {
+    self.map = {};
+}
+
+// The points of the array, or of the Python list, are replaced by what they are mapped to.
+void transform_points(MatrixObject& self, const VariantArg* points) {
+    const auto object = read_collection(points, CollectionShape::kIList, variant_element());
+    if (!object) {
+        throw_argument_null("points");
+    }
+    auto& list = cast_object<ManagedList>(*object);
+    std::vector<PointD> mapped = points_of(Value(object));
+    for (size_t i = 0; i < mapped.size(); ++i) {
+        list.set(i, Value(box(to_point_f(self.map.apply(mapped[i])))));
+    }
+}
+
+Collection elements(MatrixObject& self) {
+    const Affine& m = self.map;
+    std::vector<float> items;
+    for (const double value : {m.m11, m.m12, m.m21, m.m22, m.dx, m.dy}) {
+        items.push_back(static_cast<float>(value));
+    }
+    return {Ref<ManagedObject>(make_array(std::move(items)))};
+}
+
+template <double Affine::*kMember>
+float element(MatrixObject& self) {
+    return static_cast<float>(self.map.*kMember);
+}
+
+// Bits that tell what a map does: nothing, moving, scaling all directions alike or not, flipping, turning by quarters
+// or by any angle, and all that is none of these.
+template <int32_t kValue>
+int32_t constant() {
+    return kValue;
+}
+
+constexpr const char* kMatrix = MatrixObject::kManagedName;
+const Behavior kMembers[] = {
+    {kMatrix, "ctor_000_Matrix", entry<&identity>()},
+    {kMatrix, "ctor_001_Matrix", entry<&from_numbers>()},
+    {kMatrix, "ctor_002_Matrix", entry<&from_rect>()},
+    {kMatrix, "ctor_003_Matrix", entry<&from_rect>()},
+    {kMatrix, "ctor_004_Matrix", entry<&from_matrix>()},
+    {kMatrix, "call_000_CreateWithRectF", entry<&from_rect>()},
+    {kMatrix, "call_000_CreateWithRect", entry<&from_rect>()},
+    {kMatrix, "call_000_Equals", entry<&equal>()},
+    {kMatrix, "call_000_Scale", entry<&scale_in>()},
+    {kMatrix, "call_001_Scale", entry<&scale>()},
+    {kMatrix, "call_000_Translate", entry<&translate_in>()},
+    {kMatrix, "call_001_Translate", entry<&translate>()},
+    {kMatrix, "call_000_Multiply", entry<&multiply_in>()},
+    {kMatrix, "call_001_Multiply", entry<&multiply>()},
+    {kMatrix, "call_000_Rotate", entry<&rotate_in>()},
+    {kMatrix, "call_001_Rotate", entry<&rotate>()},
+    {kMatrix, "call_000_RotateAt", entry<&rotate_at_in>()},
+    {kMatrix, "call_001_RotateAt", entry<&rotate_at>()},
+    {kMatrix, "call_000_GetElements", entry<&elements>()},
+    {kMatrix, "call_000_TransformPoints", entry<&transform_points>()},
+    {kMatrix, "call_000_Reset", entry<&reset>()},
+    {kMatrix, "get_Elements", entry<&elements>()},
+    {kMatrix, "get_M11", entry<&element<&Affine::m11>>()},
+    {kMatrix, "get_M12", entry<&element<&Affine::m12>>()},
+    {kMatrix, "get_M21", entry<&element<&Affine::m21>>()},
+    {kMatrix, "get_M22", entry<&element<&Affine::m22>>()},
+    {kMatrix, "get_M31", entry<&element<&Affine::dx>>()},
+    {kMatrix, "get_M32", entry<&element<&Affine::dy>>()},
+    {kMatrix, "getsa_TypeIdentity", entry<&constant<0>>()},
+    {kMatrix, "getsa_TypeTranslation", entry<&constant<1>>()},
+    {kMatrix, "getsa_TypeUniformScale", entry<&constant<2>>()},
+    {kMatrix, "getsa_TypeGeneralScale", entry<&constant<4>>()},
+    {kMatrix, "getsa_TypeMaskScale", entry<&constant<2 | 4>>()},
+    {kMatrix, "getsa_TypeQuadrantRotation", entry<&constant<8>>()},
+    {kMatrix, "getsa_TypeGeneralRotation", entry<&constant<16>>()},
+    {kMatrix, "getsa_TypeMaskRotation", entry<&constant<8 | 16>>()},
+    {kMatrix, "getsa_TypeGeneralTransform", entry<&constant<32>>()},
+    {kMatrix, "getsa_TypeFlip", entry<&constant<64>>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+const FactoryRegistration factory(kMatrix, [](const TypeInfo&) -> Ref<ManagedObject> { return identity(); });
+
+}  // namespace
+
+}  // namespace zelmor::embed

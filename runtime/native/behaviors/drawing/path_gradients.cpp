@@ -1,0 +1,165 @@
+// Path gradients: from the colors of a polygon's corners to the color of its center.
+//
+// The polygon is cut into triangles between the center and its sides. In each, how far a pixel is from the center and
+// how it divides the side give its color.
+#include <algorithm>
+#include <cmath>
+
+#include "runtime/native/behaviors/drawing/matrix.h"
+#include "runtime/native/behaviors/drawing/paints.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+using drawwork::Argb;
+using drawwork::Paint;
+
+namespace {
+
+struct Side {
+    Affine inverse;  // from the brush's space to the parts of the two corners
+    Argb first, second;
+};
+
+class PathGradient {
+ public:
+    explicit PathGradient(const ManagedObject& brush) {
+        const std::vector<PointD> points = points_of(property(brush, "PathPoints"));
+        const PointD center = point_of(*property_object(brush, "CenterPoint"));
+        const PointD focus = point_of(*property_object(brush, "FocusScales"));
+        m_focus = std::clamp((focus.x + focus.y) / 2, 0.0, 1.0);
+        m_bounds = bounds_of(points);
+        m_wrap = property_int(brush, "WrapMode");
+        std::vector<Argb> corners(points.size(), 0xFFFFFFFF);
+        if (const auto many = property_object(brush, "InterpolationColors")) {
+            m_stops = stops_of(*many);
+        } else if (has_property(brush, "CenterColor")) {
+            m_center = argb_property(brush, "CenterColor");
+            read_corners(brush, corners);
+            const auto blend = property_object(brush, "Blend");
+            read_factors(blend.get());
+        } else {
+            throw_invalid_operation("The gradient has no colors: interpolation_colors is not set.");
+        }
+        for (size_t i = 0; i < points.size(); ++i) {
+            const size_t next = (i + 1) % points.size();
+            if (const auto inverse = Affine::of_corners(center, points[i], points[next]).inverse()) {
+                m_sides.push_back({*inverse, corners[i], corners[next]});
+            }
+        }
+    }
+
+    Argb at(PointD p) const {
+        constexpr double kSlack = 1e-9;
+        if (m_wrap != 4 && m_bounds.width > 0 && m_bounds.height > 0) {
+            p = wrapped(p);
+        }
+        for (const Side& side : m_sides) {
+            const PointD parts = side.inverse.apply(p);
+            const double out = parts.x + parts.y;
+            if (parts.x < -kSlack || parts.y < -kSlack || out > 1 + kSlack) {
+                continue;
+            }
+            double inward = std::clamp(1 - out, 0.0, 1.0);
+            inward = m_focus < 1 ? std::min(1.0, inward / (1 - m_focus)) : 1.0;
+            if (!m_stops.empty()) {
+                return color_at(m_stops, inward);
+            }
+            const Argb edge = out > 0 ? mixed(side.first, side.second, parts.y / out) : side.first;
+            return mixed(edge, m_center, factor(inward));
+        }
+        return 0;
+    }
+
+ private:
+    static void read_corners(const ManagedObject& brush, std::vector<Argb>& corners) {
+        const std::vector<Value> colors = elements_of(property(brush, "SurroundColors"));
+        if (colors.empty()) {
+            return;
+        }
+        for (size_t i = 0; i < corners.size(); ++i) {
+            // The last color goes for all corners behind it.
+            const auto* color = std::get_if<Ref<ManagedObject>>(&colors[std::min(i, colors.size() - 1)]);
+            if (!color || !*color) {
+                throw_argument_null("surround_colors");
+            }
+            corners[i] = unbox<ColorValue>(**color).argb;
+        }
+    }
+    void read_factors(const ManagedObject* blend) {
+        if (!blend) {
+            return;
+        }
+        const std::vector<double> positions = numbers_of(property(*blend, "Positions"));
+        const std::vector<double> factors = numbers_of(property(*blend, "Factors"));
+        if (factors.size() != positions.size()) {
+            throw_argument("A blend has as many factors as positions.");
+        }
+        if (positions.size() < 2) {
+            return;
+        }
+        for (size_t i = 0; i < positions.size(); ++i) {
+            m_steps.push_back({positions[i], factors[i]});
+        }
+    }
+    double factor(double inward) const {
+        if (m_steps.empty()) {
+            return inward;
+        }
+        if (inward <= m_steps.front().x) {
+            return m_steps.front().y;
+        }
+        for (size_t i = 1; i < m_steps.size(); ++i) {
+            const PointD a = m_steps[i - 1], b = m_steps[i];
+            if (inward <= b.x) {
+                return b.x > a.x ? a.y + (b.y - a.y) * (inward - a.x) / (b.x - a.x) : b.y;
+            }
+        }
+        return m_steps.back().y;
+    }
+    PointD wrapped(PointD p) const {
+        const auto place = [](double value, double from, double length, bool flips) {
+            const double tiles = std::floor((value - from) / length);
+            const double inside = value - from - tiles * length;
+            return from + (flips && std::fmod(tiles, 2) != 0 ? length - inside : inside);
+        };
+        return {place(p.x, m_bounds.x, m_bounds.width, m_wrap == 1 || m_wrap == 3),
+                place(p.y, m_bounds.y, m_bounds.height, m_wrap == 2 || m_wrap == 3)};
+    }
+
+    std::vector<Side> m_sides;
+    RectD m_bounds;
+    double m_focus = 0;
+    int64_t m_wrap = 4;
+    Argb m_center = 0;
+    ColorStops m_stops;
+    std::vector<PointD> m_steps;  // of the blend: position and factor
+};
+
+}  // namespace
+
+Paint path_gradient_paint(const ManagedObject& brush, const PaintPlace& place) {
+    Paint paint;
+    const auto matrix = property_object(brush, "Transform");
+    const Affine own = matrix ? cast_object<MatrixObject>(*matrix).map : Affine();
+    const auto back = own.then(place.map).inverse();
+    if (!back) {
+        return paint;
+    }
+    const PathGradient gradient(brush);
+    const auto& area = place.area;
+    paint.kind = Paint::Kind::kTexture;
+    paint.width = area.width;
+    paint.height = area.height;
+    paint.sampling = drawwork::Sampling::kNearest;
+    paint.placing = Affine::translation(area.x, area.y);
+    paint.pixels.reserve(static_cast<size_t>(area.width) * static_cast<size_t>(area.height));
+    for (int32_t y = 0; y < area.height; ++y) {
+        for (int32_t x = 0; x < area.width; ++x) {
+            paint.pixels.push_back(gradient.at(back->apply({area.x + x + 0.5, area.y + y + 0.5})));
+        }
+    }
+    return paint;
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,271 @@
+// Drawing lines with pens: what the backend's own strokes cannot do is put together from filled outlines.
+//
+// A line is centered on the pixels that its coordinates name, so that one of the width 1 along whole coordinates covers
+// one row of pixels; hence the half pixel between strokes and fills.
+#include <algorithm>
+
+#include "runtime/native/behaviors/drawing/graphics.h"
+#include "runtime/native/behaviors/drawing/shapes.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+using drawwork::Canvas;
+using drawwork::Paint;
+using drawwork::PixelArea;
+using drawwork::Stroke;
+using drawwork::StrokeCap;
+using drawwork::StrokeJoin;
+
+namespace {
+
+constexpr double kFlatness = 0.05;
+
+struct LineEnd {
+    PointD at;
+    PointD direction;  // outwards, of length 1
+};
+
+// The ends of an open contour; false where it has no direction.
+bool ends_of(const Contour& contour, LineEnd& start, LineEnd& end) {
+    std::vector<PointD> points = flattened(contour, kFlatness);
+    points.erase(std::unique(points.begin(), points.end()), points.end());
+    if (points.size() < 2) {
+        return false;
+    }
+    const auto unit = [](PointD d) { return d * (1 / d.length()); };
+    start = {points.front(), unit(points[0] - points[1])};
+    end = {points.back(), unit(points[points.size() - 1] - points[points.size() - 2])};
+    return true;
+}
+
+bool is_simple(int64_t cap) {
+    return cap >= 0 && cap <= static_cast<int64_t>(LineCap::kRound);
+}
+
+// An anchor or cap as outlines in a space where the line ends at the origin, goes along y and has the width 1.
+Outline cap_outline(int64_t cap, const ManagedObject* custom) {
+    const auto polygon = [](std::vector<PointD> points) { return Outline{polygon_contour(points, true)}; };
+    switch (static_cast<LineCap>(cap)) {
+        case LineCap::kSquare:
+            return polygon({{-0.5, 0}, {0.5, 0}, {0.5, 0.5}, {-0.5, 0.5}});
+        case LineCap::kRound:
+            return {ellipse_contour({-0.5, -0.5, 1, 1})};
+        case LineCap::kTriangle:
+            return polygon({{-0.5, 0}, {0.5, 0}, {0, 0.5}});
+        case LineCap::kSquareAnchor:
+            return polygon({{-0.75, -0.75}, {0.75, -0.75}, {0.75, 0.75}, {-0.75, 0.75}});
+        case LineCap::kRoundAnchor:
+            return {ellipse_contour({-1, -1, 2, 2})};
+        case LineCap::kDiamondAnchor:
+            return polygon({{0, -1}, {1, 0}, {0, 1}, {-1, 0}});
+        case LineCap::kArrowAnchor:
+            return polygon({{0, 0}, {1, -1.75}, {-1, -1.75}});
+        case LineCap::kCustom:
+            break;
+        default:
+            return {};
+    }
+    if (!custom) {
+        return {};
+    }
+    Outline outline;
+    if (const auto path = property_object(*custom, "FillPath")) {
+        outline = cast_object<PathObject>(*path).outline();
+    }
+    if (const auto path = property_object(*custom, "StrokePath")) {
+        PenShape pen;
+        const int64_t join = property_int(*custom, "StrokeJoin");
+        pen.join = join >= 0 && join <= 3 ? static_cast<Join>(join) : Join::kMiter;
+        const Outline lines = widened(cast_object<PathObject>(*path).outline(), pen, kFlatness / 10);
+        outline.insert(outline.end(), lines.begin(), lines.end());
+    }
+    const double scale = property_double(*custom, "WidthScale");
+    return transformed(outline, Affine::scaling(scale, scale));
+}
+
+// A pen's object, read once for a drawing.
+class PenUse {
+ public:
+    PenUse(const ManagedObject& pen, const Affine& map, bool smooth)
+        : m_pen(pen),
+          m_shape(pen_shape(pen)),
+          m_start(property_int(pen, "StartCap")),
+          m_end(property_int(pen, "EndCap")) {
+        Affine linear = map;
+        linear.dx = linear.dy = 0;
+        Affine own = m_shape.nib;
+        own.dx = own.dy = 0;
+        m_shape.nib = own.then(linear);
+        // No line is thinner than a pixel.
+        const double scale = m_shape.nib.mean_scale();
+        if (scale > 0) {
+            m_shape.width = std::max(m_shape.width, 1 / scale);
+        }
+        const double pixels = m_shape.width * scale;
+        m_dashes = dashes_of(pen);
+        for (double& length : m_dashes) {
+            length *= m_shape.width;
+        }
+        // Lines of one pixel's width include both ends, as pixels are either painted or not.
+        if (!smooth && pixels <= 1.5 && m_dashes.empty() && m_start == 0 && m_end == 0) {
+            m_start = m_end = 1;
+        }
+        if (!elements_of(property(pen, "CompoundArray")).empty()) {
+            throw_not_supported("Drawing with a compound pen (Pen.CompoundArray)");
+        }
+        m_insets = property_int(pen, "Alignment") == 1;
+    }
+
+    // How far from the outline the pen paints.
+    double reach() const {
+        const double around = m_shape.join == Join::kMiter || m_shape.join == Join::kMiterClipped
+                                  ? std::max(m_shape.miter_limit, 2.0)
+                                  : 2.0;
+        const double longest = std::max(PointD{m_shape.nib.m11, m_shape.nib.m12}.length(),
+                                        PointD{m_shape.nib.m21, m_shape.nib.m22}.length());
+        return m_shape.width * longest * around + 2;
+    }
+    // Custom caps can be of any size.
+    bool reaches_anywhere() const {
+        return m_start == static_cast<int64_t>(LineCap::kCustom) || m_end == static_cast<int64_t>(LineCap::kCustom);
+    }
+
+    void draw(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth) const {
+        const bool open = std::any_of(outline.begin(), outline.end(), [](const Contour& c) { return !c.closed; });
+        if (!open ||
+            (m_start == m_end && is_simple(m_start) && (m_dashes.empty() || dash_cap() == simple_cap(m_start)))) {
+            return stroke(canvas, outline, paint, smooth, m_dashes.empty() ? simple_cap(m_start) : dash_cap());
+        }
+        const Outline caps = caps_of(outline), lines = shortened(outline);
+        if (!m_dashes.empty()) {
+            stroke(canvas, lines, paint, smooth, dash_cap());
+            return canvas.fill(caps, FillRule::kWinding, paint, smooth);
+        }
+        PenShape body = m_shape;
+        body.start_cap = body.end_cap = EndCap::kFlat;
+        Outline all = widened(lines, body, kFlatness);
+        all.insert(all.end(), caps.begin(), caps.end());
+        canvas.fill(all, FillRule::kWinding, paint, smooth);
+    }
+
+ private:
+    static StrokeCap simple_cap(int64_t cap) {
+        return cap == 1 ? StrokeCap::kSquare : cap == 2 ? StrokeCap::kRound : StrokeCap::kFlat;
+    }
+    StrokeCap dash_cap() const {
+        const int64_t cap = property_int(m_pen, "DashCap");
+        return cap == 2 ? StrokeCap::kRound : StrokeCap::kFlat;
+    }
+    void stroke(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth, StrokeCap cap) const {
+        Stroke line;
+        line.width = m_shape.width;
+        line.cap = cap;
+        line.join = m_shape.join == Join::kRound   ? StrokeJoin::kRound
+                    : m_shape.join == Join::kBevel ? StrokeJoin::kBevel
+                                                   : StrokeJoin::kMiter;
+        line.miter_limit = m_shape.miter_limit;
+        line.dashes = m_dashes;
+        line.dash_offset = property_double(m_pen, "DashOffset") * m_shape.width;
+        line.nib = m_shape.nib;
+        // Dashes too many to be told apart are an unbroken line; each of them would take its time.
+        constexpr double kMostDashes = 100'000;
+        double length = 0, cycle = 0;
+        for (const Contour& contour : outline) {
+            const std::vector<PointD> points = flattened(contour, 1);
+            for (size_t i = 1; i < points.size(); ++i) {
+                length += (points[i] - points[i - 1]).length();
+            }
+        }
+        for (const double dash : m_dashes) {
+            cycle += dash * m_shape.nib.mean_scale();
+        }
+        if (!m_dashes.empty() && !(length < cycle * kMostDashes)) {
+            line.dashes.clear();
+        }
+        if (m_insets && std::all_of(outline.begin(), outline.end(), [](const Contour& c) { return c.closed; })) {
+            canvas.clip(outline, FillRule::kAlternate, smooth);
+            line.width *= 2;
+        }
+        canvas.stroke(outline, line, paint, smooth);
+    }
+    // The lines without the ends that would show beside the tip of an arrow.
+    Outline shortened(const Outline& outline) const {
+        const double inset = 0.9 * m_shape.width * m_shape.nib.mean_scale();
+        const auto arrow = [](int64_t cap) { return cap == static_cast<int64_t>(LineCap::kArrowAnchor); };
+        Outline lines = outline;
+        for (Contour& contour : lines) {
+            LineEnd start, end;
+            if (contour.closed || !ends_of(contour, start, end)) {
+                continue;
+            }
+            if (arrow(m_start)) {
+                contour.start = contour.start - start.direction * inset;
+            }
+            if (arrow(m_end)) {
+                contour.segments.back().end = contour.segments.back().end - end.direction * inset;
+            }
+        }
+        return lines;
+    }
+    Outline caps_of(const Outline& outline) const {
+        Outline caps;
+        const double width = m_shape.width * m_shape.nib.mean_scale();
+        const bool mirrored = m_shape.nib.determinant() < 0;
+        const auto add = [&](const LineEnd& end, int64_t cap, const char* custom) {
+            const auto object = property_object(m_pen, custom);
+            const PointD d = end.direction * width;
+            // From the cap's space: y along the line, x across it. All turn the way that the line does, for the winding
+            // rule.
+            const Affine placing{d.y, -d.x, d.x, d.y, end.at.x, end.at.y};
+            for (Contour& contour : transformed(cap_outline(cap, object.get()), placing)) {
+                contour.closed = true;
+                const std::vector<PointD> points = flattened(contour, kFlatness);
+                double area = 0;
+                for (size_t i = 0; i < points.size(); ++i) {
+                    const PointD a = points[i], b = points[(i + 1) % points.size()];
+                    area += a.x * b.y - b.x * a.y;
+                }
+                caps.push_back((area < 0) != mirrored ? reversed(contour) : contour);
+            }
+        };
+        for (const Contour& contour : outline) {
+            LineEnd start, end;
+            if (contour.closed || !ends_of(contour, start, end)) {
+                continue;
+            }
+            add(start, m_start, "CustomStartCap");
+            add(end, m_end, "CustomEndCap");
+        }
+        return caps;
+    }
+
+    const ManagedObject& m_pen;
+    PenShape m_shape;
+    int64_t m_start, m_end;
+    std::vector<double> m_dashes;
+    bool m_insets = false;
+};
+
+}  // namespace
+
+void GraphicsObject::stroke(const ManagedObject* pen, const Outline& world) {
+    if (!pen) {
+        throw_argument_null("pen");
+    }
+    const Affine to_pixels = map();
+    const PenUse use(*pen, to_pixels, smooth());
+    const Outline outline = transformed(world, to_pixels.then(Affine::translation(0.5, 0.5)));
+    const RectD bounds = bounds_of(outline);
+    const double reach = use.reach();
+    const RectD around = use.reaches_anywhere() ? image_rect()
+                                                : RectD{bounds.x - reach, bounds.y - reach, bounds.width + 2 * reach,
+                                                        bounds.height + 2 * reach};
+    draw(around, [&](Canvas& canvas, const PixelArea& area) {
+        Paint paint = paint_of(property_object(*pen, "Brush").get(), {to_pixels, area});
+        paint.opacity *= std::clamp(property_double(*pen, "Opacity"), 0.0, 1.0);
+        use.draw(canvas, outline, paint, smooth());
+    });
+}
+
+}  // namespace zelmor::embed

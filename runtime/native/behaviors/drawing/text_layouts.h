@@ -1,0 +1,28 @@
+// Fonts and formats as the drawing backend lays text out with them.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_TEXT_LAYOUTS_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_TEXT_LAYOUTS_H
+
+#include <optional>
+#include <string>
+
+#include "runtime/native/core/records.h"
+#include "runtime/native/drawwork/canvas.h"
+
+namespace zelmor::embed {
+
+// Text in a frame: the layout, and where its corner is in relation to the frame's.
+struct PlacedText {
+    drawwork::TextLayout layout;
+    drawwork::PointD offset;
+    drawwork::TextExtent extent;
+    bool clipped = false;  // to the frame
+};
+
+// A frame's width or height of 0 is none: text goes on. `pixels` is what a unit of the font's size is in world units.
+// ArgumentNullException for no font, NotSupportedException for vertical text.
+PlacedText place_text(const std::u16string& text, const ManagedObject* font, const ManagedObject* format, double width,
+                      double height, double font_scale);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_TEXT_LAYOUTS_H

@@ -1,0 +1,47 @@
+// CdrTextCollection: the texts of a CDR document, several under one key.
+#include <map>
+
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kTexts = "Zelmor.Imaging.FileFormats.Cdr.Types.CdrTextCollection";
+constexpr const char* kText = "Zelmor.Imaging.FileFormats.Cdr.Objects.CdrText";
+
+class CdrTexts final : public Record {
+ public:
+    static constexpr const char* kManagedName = kTexts;
+    using Record::Record;
+    std::map<int32_t, std::vector<Value>> by_key;
+};
+
+void add(CdrTexts& self, int32_t key, Record* cdr_text) {
+    if (!cdr_text) {
+        throw_argument_null("cdr_text");
+    }
+    self.by_key[key].emplace_back(Ref<ManagedObject>(cdr_text));
+}
+
+// The texts of a key in the order in which they came; none for one that is not there.
+Collection get_text(CdrTexts& self, int32_t key) {
+    const auto found = self.by_key.find(key);
+    return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kClass, kText),
+                                                   found == self.by_key.end() ? std::vector<Value>() : found->second))};
+}
+
+const FactoryRegistration factory(kTexts,
+                                  [](const TypeInfo& type) { return Ref<ManagedObject>(make_ref<CdrTexts>(type)); });
+
+const Behavior kMembers[] = {
+    {kTexts, "call_000_Add", entry<&add>()},
+    {kTexts, "call_000_GetText", entry<&get_text>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,39 @@
+// GifFrameBlock: what the descriptor of a frame says about its palette and its lines.
+#include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kFrame = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifFrameBlock";
+
+// The flags of an image descriptor: whether there is a palette and of how many bits, sorted, and interlaced lines.
+int32_t frame_flags(const VariantArg* color_palette, bool is_palette_sorted, bool is_gif_frame_interlaced) {
+    constexpr int kHasPalette = 0x80, kInterlaced = 0x40, kSorted = 0x20;
+    int flags = (is_gif_frame_interlaced ? kInterlaced : 0) | (is_palette_sorted ? kSorted : 0);
+    if (const auto palette = read_palette(color_palette)) {
+        int bits = 1;
+        while (bits < 8 && (size_t{1} << bits) < palette->entries.size()) {
+            ++bits;
+        }
+        flags |= kHasPalette | (bits - 1);
+    }
+    return flags;
+}
+
+// A frame shows the colors of its own palette, or else of its file's.
+Interface frame_palette(const VariantArg* frame_palette, const VariantArg* container_palette) {
+    auto own = read_palette(frame_palette);
+    return {own ? own : read_palette(container_palette)};
+}
+
+const Behavior kMembers[] = {
+    {kFrame, "call_000_CreateFlags", entry<&frame_flags>()},
+    {kFrame, "call_000_GetColorPalette", entry<&frame_palette>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,236 @@
+// The records of a path resource, as Photoshop resources publish them: 26 bytes each, a selector of two bytes and then
+// numbers, high byte first. Coordinates are fractions of the picture with 24 bits behind the point.
+#include <array>
+#include <string_view>
+
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+#define ZELMOR_PATH_RECORD(name) "Zelmor.Imaging.FileFormats.Core.VectorPaths." name
+constexpr const char* kRecord = ZELMOR_PATH_RECORD("VectorPathRecord");
+constexpr const char* kKnot = ZELMOR_PATH_RECORD("BezierKnotRecord");
+constexpr const char* kClipboard = ZELMOR_PATH_RECORD("ClipboardRecord");
+constexpr const char* kInitialFill = ZELMOR_PATH_RECORD("InitialFillRuleRecord");
+constexpr const char* kLength = ZELMOR_PATH_RECORD("LengthRecord");
+constexpr const char* kFillRule = ZELMOR_PATH_RECORD("PathFillRuleRecord");
+constexpr const char* kFactory = ZELMOR_PATH_RECORD("VectorPathRecordFactory");
+#undef ZELMOR_PATH_RECORD
+
+// The selectors.
+enum class PathType : int32_t {
+    kClosedLength,
+    kClosedLinkedKnot,
+    kClosedKnot,
+    kOpenLength,
+    kOpenLinkedKnot,
+    kOpenKnot,
+    kFillRule,
+    kClipboard,
+    kInitialFill,
+};
+constexpr int kSelectors = 9;
+constexpr size_t kRecordBytes = 26;
+constexpr double kFixedPointOne = 1 << 24;
+
+class PathRecordReader {
+ public:
+    explicit PathRecordReader(std::span<const std::byte> data) : m_data(data) {
+        if (data.size() < kRecordBytes) {
+            throw_argument("A path record has " + std::to_string(kRecordBytes) + " bytes; there are " +
+                           std::to_string(data.size()) + ". (Parameter 'data')");
+        }
+        if (int16(0) < 0 || int16(0) >= kSelectors) {
+            throw_argument("A path record of type " + std::to_string(int16(0)) + " is not known. (Parameter 'data')");
+        }
+    }
+
+    PathType type() const { return static_cast<PathType>(int16(0)); }
+    int16_t int16(size_t offset) const {
+        return static_cast<int16_t>(std::to_integer<uint16_t>(m_data[offset]) << 8 |
+                                    std::to_integer<uint16_t>(m_data[offset + 1]));
+    }
+    uint16_t uint16(size_t offset) const { return static_cast<uint16_t>(int16(offset)); }
+    int32_t int32(size_t offset) const {
+        return static_cast<int32_t>(static_cast<uint32_t>(uint16(offset)) << 16 | uint16(offset + 2));
+    }
+    float fixed_point(size_t offset) const { return static_cast<float>(int32(offset) / kFixedPointOne); }
+
+ private:
+    std::span<const std::byte> m_data;
+};
+
+bool is_knot(PathType type) {
+    return type == PathType::kClosedLinkedKnot || type == PathType::kClosedKnot || type == PathType::kOpenLinkedKnot ||
+           type == PathType::kOpenKnot;
+}
+bool is_length(PathType type) {
+    return type == PathType::kClosedLength || type == PathType::kOpenLength;
+}
+bool is_open(PathType type) {
+    return type >= PathType::kOpenLength && type <= PathType::kOpenKnot;
+}
+bool is_linked(PathType type) {
+    return type == PathType::kClosedLinkedKnot || type == PathType::kOpenLinkedKnot;
+}
+
+const char* class_of(PathType type) {
+    if (is_knot(type)) {
+        return kKnot;
+    }
+    if (is_length(type)) {
+        return kLength;
+    }
+    if (type == PathType::kFillRule) {
+        return kFillRule;
+    }
+    return type == PathType::kClipboard ? kClipboard : kInitialFill;
+}
+
+void fill_knot(ManagedObject& record, const PathRecordReader& reader) {
+    // The control point before the anchor, the anchor, and the one behind it; down comes before right.
+    std::vector<Value> raw, fractions;
+    for (size_t offset = 2; offset < kRecordBytes; offset += 8) {
+        raw.emplace_back(box(PointValue{reader.int32(offset + 4), reader.int32(offset)}));
+        fractions.emplace_back(box(PointFValue{reader.fixed_point(offset + 4), reader.fixed_point(offset)}));
+    }
+    const auto array = [](const char* element, std::vector<Value> points) -> Ref<ManagedObject> {
+        return make_ref<ValueList>(ListShape::kArray, element_of(Wire::kStruct, element), std::move(points));
+    };
+    set_property(record, "Points", array(StructTraits<PointValue>::kName, std::move(raw)));
+    set_property(record, "PathPoints", array(StructTraits<PointFValue>::kName, std::move(fractions)));
+    set_property(record, "IsOpen", is_open(reader.type()));
+    set_property(record, "IsClosed", !is_open(reader.type()));
+    set_property(record, "IsLinked", is_linked(reader.type()));
+}
+
+void fill_length(ManagedObject& record, const PathRecordReader& reader) {
+    set_property(record, "IsOpen", is_open(reader.type()));
+    set_property(record, "IsClosed", !is_open(reader.type()));
+    set_property(record, "RecordCount", int64_t{reader.uint16(2)});
+    set_property(record, "BezierKnotRecordsCount", int64_t{reader.uint16(2)});
+    // Older writers leave -1 where there is no operation: the shape is combined with what is below it.
+    const int16_t operation = reader.int16(4);
+    set_property(record, "PathOperations", int64_t{operation >= 0 && operation <= 3 ? operation : 1});
+    set_property(record, "ShapeIndex", int64_t{reader.int32(12)});
+}
+
+void fill_clipboard(ManagedObject& record, const PathRecordReader& reader) {
+    const float top = reader.fixed_point(2), left = reader.fixed_point(6);
+    const float bottom = reader.fixed_point(10), right = reader.fixed_point(14);
+    set_property(record, "BoundingRect", box(RectangleFValue{left, top, right - left, bottom - top}));
+    set_property(record, "Resolution", double{reader.fixed_point(18)});
+}
+
+Ref<ManagedObject> record_of(const PathRecordReader& reader) {
+    auto record = make_instance(class_of(reader.type()));
+    if (is_knot(reader.type())) {
+        fill_knot(*record, reader);
+    } else if (is_length(reader.type())) {
+        fill_length(*record, reader);
+    } else if (reader.type() == PathType::kClipboard) {
+        fill_clipboard(*record, reader);
+    } else if (reader.type() == PathType::kInitialFill) {
+        set_property(*record, "IsFillStartsWithAllPixels", reader.int16(2) != 0);
+    }
+    return record;
+}
+
+Ref<ManagedObject> record_of(const char* type, std::span<const std::byte> data) {
+    const PathRecordReader reader(data);
+    if (std::string_view(class_of(reader.type())) != type) {
+        throw_argument("The data are those of a " + std::string(require_type(class_of(reader.type())).name) +
+                       ", not of a " + require_type(type).name + ". (Parameter 'data')");
+    }
+    return record_of(reader);
+}
+
+Ref<ManagedObject> knot_of(std::span<const std::byte> data) {
+    return record_of(kKnot, data);
+}
+Ref<ManagedObject> clipboard_of(std::span<const std::byte> data) {
+    return record_of(kClipboard, data);
+}
+Ref<ManagedObject> initial_fill_of(std::span<const std::byte> data) {
+    return record_of(kInitialFill, data);
+}
+Ref<ManagedObject> length_of(std::span<const std::byte> data) {
+    return record_of(kLength, data);
+}
+Ref<ManagedObject> fill_rule_of(std::span<const std::byte> data) {
+    return record_of(kFillRule, data);
+}
+Ref<ManagedObject> produce(ManagedObject&, std::span<const std::byte> data) {
+    return record_of(PathRecordReader(data));
+}
+
+// The selector that the record would be written with.
+PathType get_type(Record& self) {
+    const std::string_view type = self.type().full_name;
+    if (type == kLength) {
+        return property_bool(self, "IsOpen") ? PathType::kOpenLength : PathType::kClosedLength;
+    }
+    if (type == kKnot) {
+        const bool linked = property_bool(self, "IsLinked");
+        if (property_bool(self, "IsOpen")) {
+            return linked ? PathType::kOpenLinkedKnot : PathType::kOpenKnot;
+        }
+        return linked ? PathType::kClosedLinkedKnot : PathType::kClosedKnot;
+    }
+    if (type == kClipboard) {
+        return PathType::kClipboard;
+    }
+    return type == kInitialFill ? PathType::kInitialFill : PathType::kFillRule;
+}
+
+// A path is open or closed: the two properties are one.
+void set_open(Record& self, bool value) {
+    set_property(self, "IsOpen", value);
+    set_property(self, "IsClosed", !value);
+}
+void set_closed(Record& self, bool value) {
+    set_open(self, !value);
+}
+// The records that follow one of length are the knots: the two counts are one.
+void set_count(Record& self, int32_t value) {
+    set_property(self, "RecordCount", int64_t{value});
+    set_property(self, "BezierKnotRecordsCount", int64_t{value});
+}
+
+Ref<ManagedObject> make_closed(const TypeInfo& type) {
+    auto record = make_ref<Record>(type);
+    set_open(*record, false);
+    return record;
+}
+const FactoryRegistration knot_factory(kKnot, make_closed);
+const FactoryRegistration length_factory(kLength, make_closed);
+
+const Behavior kMembers[] = {
+    {kRecord, "get_Type", entry<&get_type>()},
+    {kKnot, "ctor_001_BezierKnotRecord", entry<&knot_of>()},
+    {kKnot, "get_Type", entry<&get_type>()},
+    {kKnot, "set_IsOpen", entry<&set_open>()},
+    {kKnot, "set_IsClosed", entry<&set_closed>()},
+    {kClipboard, "ctor_001_ClipboardRecord", entry<&clipboard_of>()},
+    {kClipboard, "get_Type", entry<&get_type>()},
+    {kInitialFill, "ctor_002_InitialFillRuleRecord", entry<&initial_fill_of>()},
+    {kInitialFill, "get_Type", entry<&get_type>()},
+    {kLength, "ctor_000_LengthRecord", entry<&length_of>()},
+    {kLength, "get_Type", entry<&get_type>()},
+    {kLength, "set_IsOpen", entry<&set_open>()},
+    {kLength, "set_IsClosed", entry<&set_closed>()},
+    {kLength, "set_RecordCount", entry<&set_count>()},
+    {kLength, "set_BezierKnotRecordsCount", entry<&set_count>()},
+    {kFillRule, "ctor_001_PathFillRuleRecord", entry<&fill_rule_of>()},
+    {kFillRule, "get_Type", entry<&get_type>()},
+    {kFactory, "call_000_ProducePathRecord", entry<&produce>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

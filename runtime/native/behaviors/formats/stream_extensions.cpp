@@ -1,0 +1,68 @@
+// StreamExtensions: managed streams for a program that has none of its own.
+#include <string_view>
+
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/files.h"
+#include "runtime/native/core/stream.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kExtensions = "Zelmor.Imaging.Extensions.StreamExtensions";
+
+enum class FileMode : int32_t { kCreateNew = 1, kCreate, kOpen, kOpenOrCreate, kTruncate, kAppend };
+
+Ref<ManagedStream> memory_stream() {
+    return make_memory_stream();
+}
+// What a stream has room for is not its length.
+Ref<ManagedStream> memory_stream_with_size(int32_t capacity) {
+    if (capacity < 0) {
+        throw_out_of_range("capacity", "The value " + std::to_string(capacity) + " is negative.");
+    }
+    return make_memory_stream();
+}
+Ref<ManagedStream> memory_stream_from_bytes(std::span<const std::byte> array) {
+    return make_memory_stream({array.begin(), array.end()});
+}
+
+Ref<ManagedStream> file_stream(const std::optional<std::u16string>& text, FileMode file_mode) {
+    const std::string path = file_path_of(text, "path");
+    switch (file_mode) {
+        case FileMode::kCreateNew:
+            if (file_exists(path)) {
+                throw ManagedException("IOException", "The file '" + path + "' already exists.");
+            }
+            return open_file_stream(path, FileUse::kCreate);
+        case FileMode::kCreate:
+            return open_file_stream(path, FileUse::kCreate);
+        case FileMode::kOpen:
+            return open_file_stream(path, FileUse::kReadWrite);
+        case FileMode::kOpenOrCreate:
+            return open_file_stream(path, file_exists(path) ? FileUse::kReadWrite : FileUse::kCreate);
+        case FileMode::kTruncate: {
+            auto stream = open_file_stream(path, FileUse::kReadWrite);
+            stream->set_length(0);
+            return stream;
+        }
+        case FileMode::kAppend: {
+            auto stream = open_file_stream(path, file_exists(path) ? FileUse::kReadWrite : FileUse::kCreate);
+            stream->seek(0, SeekFrom::kEnd);
+            return stream;
+        }
+    }
+    throw_out_of_range("file_mode", "There is no file mode " + std::to_string(static_cast<int32_t>(file_mode)) + ".");
+}
+
+const Behavior kMembers[] = {
+    {kExtensions, "call_000_CreateMemoryStream", entry<&memory_stream>()},
+    {kExtensions, "call_000_CreateMemoryStreamWithSize", entry<&memory_stream_with_size>()},
+    {kExtensions, "call_000_CreateMemoryStreamFromBytes", entry<&memory_stream_from_bytes>()},
+    {kExtensions, "call_000_CreateFileStream", entry<&file_stream>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

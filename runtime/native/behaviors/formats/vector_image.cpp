@@ -1,0 +1,181 @@
+// Vector images: what they tell of themselves, and the records of metafiles.
+#include "runtime/native/behaviors/formats/vector_image.h"
+
+#include <cmath>
+#include <string_view>
+
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+#define ZELMOR_FORMATS(name) "Zelmor.Imaging.FileFormats." name
+constexpr const char* kVector = "Zelmor.Imaging.VectorImage";
+constexpr const char* kMeta = ZELMOR_FORMATS("Emf.MetaImage");
+constexpr const char* kEmf = ZELMOR_FORMATS("Emf.EmfImage");
+constexpr const char* kWmf = ZELMOR_FORMATS("Wmf.WmfImage");
+constexpr const char* kSvg = ZELMOR_FORMATS("Svg.SvgImage");
+constexpr const char* kCmxPage = ZELMOR_FORMATS("Cmx.CmxImagePage");
+
+// What a vector image is rendered with.
+constexpr int32_t kRenderedBits = 32;
+// Units to the inch in a WMF file where nobody says otherwise.
+constexpr int64_t kUsualInch = 96;
+
+struct FormatOfClass {
+    const char* type;
+    uint64_t format;  // a FileFormat
+};
+constexpr FormatOfClass kFormats[] = {
+    {kEmf, 0x1000},
+    {kWmf, 0x8000},
+    {kSvg, 0x4000},
+    {kCmxPage, 0x100000},
+};
+
+SizeFValue get_size_f(VectorImageObject& self) {
+    self.require_live();
+    return self.size_f();
+}
+float get_width_f(VectorImageObject& self) {
+    return get_size_f(self).width;
+}
+float get_height_f(VectorImageObject& self) {
+    return get_size_f(self).height;
+}
+int32_t get_width(VectorImageObject& self) {
+    self.require_live();
+    return self.image_width();
+}
+int32_t get_height(VectorImageObject& self) {
+    self.require_live();
+    return self.image_height();
+}
+
+int32_t require_positive(int32_t value, const char* parameter) {
+    if (value <= 0) {
+        throw_out_of_range(parameter, "The value " + std::to_string(value) + " is not positive.");
+    }
+    return value;
+}
+
+Ref<VectorImageObject> emf(int32_t width, int32_t height) {
+    return make_vector_image(kEmf, width, height);
+}
+Ref<VectorImageObject> wmf(int32_t width, int32_t height) {
+    return make_vector_image(kWmf, width, height);
+}
+Ref<VectorImageObject> svg(int32_t width, int32_t height) {
+    return make_vector_image(kSvg, width, height);
+}
+Ref<VectorImageObject> svg_with_options(Record* svg_options, int32_t width, int32_t height) {
+    if (!svg_options) {
+        throw_argument_null("svg_options");
+    }
+    return svg(width, height);
+}
+
+// The page of the document tree is as large as the image that shows it.
+Ref<VectorImageObject> cmx_page(Record* page) {
+    if (!page) {
+        throw_argument_null("cmx_page");
+    }
+    auto image = make_ref<VectorImageObject>(require_type(kCmxPage));
+    image->width = static_cast<float>(property_double(*page, "Width"));
+    image->height = static_cast<float>(property_double(*page, "Height"));
+    set_property(*image, "CmxPage", Ref<ManagedObject>(page));
+    return image;
+}
+
+Ref<ManagedList> records_of(VectorImageObject& image) {
+    const auto records = property_object(image, "Records");
+    if (!records) {
+        throw_invalid_operation(std::string(image.type().name) + ".Records is null.");
+    }
+    return Ref<ManagedList>(&cast_object<ManagedList>(*records));
+}
+
+// The index at which the record stands.
+int32_t add_record(VectorImageObject& self, ManagedObject* record) {
+    self.require_live();
+    if (!record) {
+        throw_argument_null("record");
+    }
+    // A list around a Python list runs Python code, which may give the image another one meanwhile.
+    const Ref<ManagedList> records = records_of(self);
+    records->append(Ref<ManagedObject>(record));
+    return static_cast<int32_t>(records->size() - 1);
+}
+
+RectangleValue frame_bounds(VectorImageObject& self) {
+    return {0, 0, get_width(self), get_height(self)};
+}
+
+Ref<ManagedObject> make(const TypeInfo& type) {
+    auto image = make_ref<VectorImageObject>(type);
+    if (is_assignable(require_type(kMeta), type)) {
+        set_property(*image, "Records", make_instance(ZELMOR_FORMATS("Emf.MetaObjectList")));
+    }
+    if (std::string_view(type.full_name) == kEmf) {
+        set_property(*image, "Header", make_instance(ZELMOR_FORMATS("Emf.Emf.Records.EmfMetafileHeader")));
+    }
+    if (std::string_view(type.full_name) == kWmf) {
+        set_property(*image, "Inch", kUsualInch);
+    }
+    return image;
+}
+const FactoryRegistration factory(kVector, make);
+#undef ZELMOR_FORMATS
+
+const Behavior kMembers[] = {
+    {kVector, "get_SizeF", entry<&get_size_f>()},
+    {kVector, "get_WidthF", entry<&get_width_f>()},
+    {kVector, "get_HeightF", entry<&get_height_f>()},
+    {kVector, "get_Width", entry<&get_width>()},
+    {kVector, "get_Height", entry<&get_height>()},
+    {kEmf, "ctor_001_EmfImage", entry<&emf>()},
+    {kWmf, "ctor_001_WmfImage", entry<&wmf>()},
+    {kWmf, "call_000_AddRecord", entry<&add_record>()},
+    {kWmf, "get_FrameBounds", entry<&frame_bounds>()},
+    {kSvg, "ctor_002_SvgImage", entry<&svg>()},
+    {kSvg, "ctor_003_SvgImage", entry<&svg_with_options>()},
+    {kCmxPage, "ctor_000_CmxImagePage", entry<&cmx_page>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+SizeFValue VectorImageObject::size_f() const {
+    return {width, height};
+}
+int32_t VectorImageObject::image_width() const {
+    return static_cast<int32_t>(std::ceil(width));
+}
+int32_t VectorImageObject::image_height() const {
+    return static_cast<int32_t>(std::ceil(height));
+}
+int32_t VectorImageObject::image_bits() const {
+    return kRenderedBits;
+}
+FileFormat VectorImageObject::image_format() const {
+    for (const FormatOfClass& each : kFormats) {
+        if (is_assignable(require_type(each.type), type())) {
+            return static_cast<FileFormat>(each.format);
+        }
+    }
+    return FileFormat::kUndefined;
+}
+
+Ref<VectorImageObject> make_vector_image(const char* type_name, int32_t width, int32_t height) {
+    require_positive(width, "width");
+    require_positive(height, "height");
+    auto image = make_instance(type_name);
+    auto& vector = cast_object<VectorImageObject>(*image);
+    vector.width = static_cast<float>(width);
+    vector.height = static_cast<float>(height);
+    return Ref<VectorImageObject>(&vector);
+}
+
+}  // namespace zelmor::embed

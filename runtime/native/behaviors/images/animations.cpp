@@ -1,0 +1,225 @@
+// WebP and PNG images whose frames follow each other in time.
+#include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/frame_members.h"
+#include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using imagework::FileFacts;
+using imagework::Format;
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+
+constexpr const char* kWebp = "Zelmor.Imaging.FileFormats.Webp.WebPImage";
+constexpr const char* kWebpFrame = "Zelmor.Imaging.FileFormats.Webp.WebPFrameBlock";
+constexpr const char* kFrameInterface = "Zelmor.Imaging.FileFormats.Webp.IFrame";
+constexpr const char* kApng = "Zelmor.Imaging.FileFormats.Apng.ApngImage";
+constexpr const char* kApngFrame = "Zelmor.Imaging.FileFormats.Apng.ApngFrame";
+
+// ---- WebP
+
+Ref<ImageObject> webp_frame(std::unique_ptr<imagework::Picture> picture) {
+    FileFacts facts = facts_of_picture(Format::kWebp, *picture, picture->has_alpha() ? 32 : 24);
+    auto frame = make_ref<ImageObject>(require_type(kWebpFrame), std::move(picture), std::move(facts));
+    frame->duration = 100;
+    return frame;
+}
+Ref<ImageObject> webp_frame_of_image(ImageObject* raster_image) {
+    return webp_frame(required_image(raster_image, "raster_image").picture().copy());
+}
+Ref<ImageObject> webp_frame_of_size(int32_t width, int32_t height) {
+    require_positive_size(width, "width");
+    require_positive_size(height, "height");
+    return webp_frame(image_backend().create(width, height, true, false, 0));
+}
+void add_webp_page(ImageObject& self, ImageObject* page) {
+    append_frame(self, webp_frame(required_image(page, "page").picture().copy()));
+}
+void add_webp_block(ImageObject& self, const VariantArg* block) {
+    append_frame(self, frame_argument(block, kFrameInterface));
+}
+void insert_webp_block(ImageObject& self, int32_t index, const VariantArg* block) {
+    insert_block_frame(self, index, frame_argument(block, kFrameInterface));
+}
+void remove_webp_block(ImageObject& self, const VariantArg* block) {
+    remove_block_frame(self, *frame_argument(block, kFrameInterface));
+}
+
+// A file of any format becomes a WebP image; one that is a WebP file keeps its settings and frames.
+Ref<ImageObject> as_webp(const Ref<ImageObject>& image) {
+    if (image->facts().format == Format::kWebp) {
+        return image;
+    }
+    auto picture = image->picture().copy();
+    FileFacts facts = facts_of_picture(Format::kWebp, *picture, picture->has_alpha() ? 32 : 24);
+    imagework::WebpEncoding lossless;
+    lossless.lossless = true;
+    facts.encoding = lossless;
+    return make_ref<ImageObject>(std::move(picture), std::move(facts));
+}
+Ref<ImageObject> webp_of_stream_with(Ref<ManagedStream> stream, Record* load_options) {
+    return as_webp(image_of_stream(stream, load_options));
+}
+Ref<ImageObject> webp_of_stream(Ref<ManagedStream> stream) {
+    return webp_of_stream_with(std::move(stream), nullptr);
+}
+Ref<ImageObject> webp_of_path_with(const Path& path, Record* load_options) {
+    return as_webp(image_of_file(path, load_options, "path"));
+}
+Ref<ImageObject> webp_of_path(const Path& path) {
+    return webp_of_path_with(path, nullptr);
+}
+Ref<ImageObject> webp_of_image(ImageObject* raster_image) {
+    ImageObject& source = required_image(raster_image, "raster_image");
+    auto copy = make_ref<ImageObject>(require_type("Zelmor.Imaging.RasterCachedImage"), source.picture().copy(),
+                                      facts_of_picture(Format::kUnknown, source.picture(), 0));
+    return as_webp(copy);
+}
+Ref<ImageObject> webp_of_image_with(ImageObject* raster_image, Record*) {
+    return webp_of_image(raster_image);
+}
+Ref<ImageObject> webp_of_size(int32_t width, int32_t height, Record* options) {
+    if (!options) {
+        throw_argument_null("options");
+    }
+    require_positive_size(width, "width");
+    require_positive_size(height, "height");
+    auto picture = image_backend().create(width, height, true, false, 0);
+    FileFacts facts = facts_of_picture(Format::kWebp, *picture, 32);
+    facts.encoding = encoding_of_options(*options).format;
+    auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    set_property(*image, "Options", Ref<ManagedObject>(options));
+    return image;
+}
+// The options that the image was made with, or those of its file.
+Ref<ManagedObject> webp_options(ImageObject& self) {
+    self.require_live();
+    const Value& given = property(self, "Options");
+    return is_null(given) ? original_options(self) : std::get<Ref<ManagedObject>>(given);
+}
+Ref<ImageObject> webp_of_size_with(int32_t width, int32_t height, Record* options, Record*) {
+    return webp_of_size(width, height, options);
+}
+
+// ---- PNG
+
+Ref<ImageObject> apng_of_size(Record* options, int32_t width, int32_t height) {
+    if (!options) {
+        throw_argument_null("options");
+    }
+    require_positive_size(width, "width");
+    require_positive_size(height, "height");
+    auto picture = image_backend().create(width, height, true, false, 0);
+    FileFacts facts = facts_of_picture(Format::kPng, *picture, 32);
+    facts.is_apng = true;
+    facts.encoding = encoding_of_options(*options).format;
+    auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    set_property(*image, "NumPlays", property_int(*options, "NumPlays"));
+    set_property(*image, "DefaultFrameTime", property_int(*options, "DefaultFrameTime"));
+    return image;
+}
+Ref<ImageObject> apng_frame(ImageObject& self, std::unique_ptr<imagework::Picture> picture, int64_t time) {
+    FileFacts facts = self.facts();
+    Ref<ImageObject> frame = self.make_frame(std::move(picture), std::move(facts));
+    frame->duration = static_cast<int32_t>(std::min<int64_t>(time, INT32_MAX));
+    return frame;
+}
+std::unique_ptr<imagework::Picture> blank_canvas(ImageObject& self) {
+    return image_backend().create(static_cast<int32_t>(self.facts().width), static_cast<int32_t>(self.facts().height),
+                                  true, false, 0);
+}
+Ref<ImageObject> insert_blank_frame(ImageObject& self, int32_t index) {
+    const size_t at = checked_index(self, index, "index", true);
+    Ref<ImageObject> frame = apng_frame(self, blank_canvas(self), usual_duration(self, nullptr));
+    self.insert_frame(at, frame);
+    return frame;
+}
+void insert_timed_image(ImageObject& self, int32_t index, ImageObject* frame_image, uint32_t frame_time) {
+    const size_t at = checked_index(self, index, "index", true);
+    auto picture = required_image(frame_image, "frame_image").picture().copy();
+    self.insert_frame(at, apng_frame(self, std::move(picture), frame_time));
+}
+void insert_image(ImageObject& self, int32_t index, ImageObject* frame_image) {
+    insert_timed_image(self, index, frame_image, static_cast<uint32_t>(usual_duration(self, nullptr)));
+}
+int32_t behind_last(ImageObject& self) {
+    return static_cast<int32_t>(self.frames().size());
+}
+Ref<ImageObject> add_blank_frame(ImageObject& self) {
+    return insert_blank_frame(self, behind_last(self));
+}
+void add_image(ImageObject& self, ImageObject* frame_image) {
+    insert_image(self, behind_last(self), frame_image);
+}
+void add_timed_image(ImageObject& self, ImageObject* frame_image, uint32_t frame_time) {
+    insert_timed_image(self, behind_last(self), frame_image, frame_time);
+}
+Ref<ImageObject> pop_frame_at(ImageObject& self, int32_t index) {
+    return self.take_frame(checked_index(self, index, "index"));
+}
+void remove_frame_at(ImageObject& self, int32_t index) {
+    self.take_frame(checked_index(self, index, "index"));
+}
+bool apng_interlaced(ImageObject& self) {
+    self.require_live();
+    const auto* png = self.facts().encoding ? std::get_if<imagework::PngEncoding>(&*self.facts().encoding) : nullptr;
+    return png && png->interlaced;
+}
+
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kWebpFrame, "ctor_000_WebPFrameBlock", image_entry<&webp_frame_of_image>()},
+                              {kWebpFrame, "ctor_001_WebPFrameBlock", image_entry<&webp_frame_of_size>()},
+                              {kWebpFrame, "get_Duration", image_entry<&frame_duration>()},
+                              {kWebpFrame, "set_Duration", image_entry<&set_frame_duration>()},
+                              {kWebpFrame, "get_Left", image_entry<&frame_left>()},
+                              {kWebpFrame, "set_Left", image_entry<&set_frame_left>()},
+                              {kWebpFrame, "get_Top", image_entry<&frame_top>()},
+                              {kWebpFrame, "set_Top", image_entry<&set_frame_top>()},
+                              {kWebpFrame, "get_FrameTime", image_entry<&frame_duration>()},
+                              {kWebpFrame, "get_FrameLeft", image_entry<&frame_left>()},
+                              {kWebpFrame, "get_FrameTop", image_entry<&frame_top>()},
+                              {kWebpFrame, "call_000_GetFullFrame", image_entry<&full_frame>()},
+                              {kWebp, "ctor_000_WebPImage", image_entry<&webp_of_stream>()},
+                              {kWebp, "ctor_001_WebPImage", image_entry<&webp_of_stream_with>()},
+                              {kWebp, "ctor_002_WebPImage", image_entry<&webp_of_path>()},
+                              {kWebp, "ctor_003_WebPImage", image_entry<&webp_of_path_with>()},
+                              {kWebp, "ctor_004_WebPImage", image_entry<&webp_of_image>()},
+                              {kWebp, "ctor_005_WebPImage", image_entry<&webp_of_image_with>()},
+                              {kWebp, "ctor_006_WebPImage", image_entry<&webp_of_size>()},
+                              {kWebp, "ctor_007_WebPImage", image_entry<&webp_of_size_with>()},
+                              {kWebp, "get_Options", image_entry<&webp_options>()},
+                              {kWebp, "call_000_AddPage", image_entry<&add_webp_page>()},
+                              {kWebp, "call_000_AddBlock", image_entry<&add_webp_block>()},
+                              {kWebp, "call_000_InsertBlock", image_entry<&insert_webp_block>()},
+                              {kWebp, "call_000_RemoveBlock", image_entry<&remove_webp_block>()},
+                              {kWebp, "call_000_ClearBlocks", image_entry<&clear_frames>()},
+                              {kApngFrame, "get_FrameTime", image_entry<&frame_duration>()},
+                              {kApngFrame, "set_FrameTime", image_entry<&set_frame_duration>()},
+                              {kApngFrame, "get_FrameLeft", image_entry<&frame_left>()},
+                              {kApngFrame, "get_FrameTop", image_entry<&frame_top>()},
+                              {kApngFrame, "get_DisposalMethod", image_entry<&frame_is_preserved>()},
+                              {kApngFrame, "call_000_GetFullFrame", image_entry<&full_frame>()},
+                              {kApng, "ctor_000_ApngImage", image_entry<&apng_of_size>()},
+                              {kApng, "call_000_AddFrame", image_entry<&add_blank_frame>()},
+                              {kApng, "call_001_AddFrame", image_entry<&add_image>()},
+                              {kApng, "call_002_AddFrame", image_entry<&add_timed_image>()},
+                              {kApng, "call_000_InsertFrame", image_entry<&insert_blank_frame>()},
+                              {kApng, "call_001_InsertFrame", image_entry<&insert_image>()},
+                              {kApng, "call_002_InsertFrame", image_entry<&insert_timed_image>()},
+                              {kApng, "call_000_AddPage", image_entry<&add_image>()},
+                              {kApng, "call_000_PopFrameAt", image_entry<&pop_frame_at>()},
+                              {kApng, "call_000_RemoveFrameAt", image_entry<&remove_frame_at>()},
+                              {kApng, "call_000_RemoveAllFrames", image_entry<&clear_frames>()},
+                              {kApng, "get_Interlaced", image_entry<&apng_interlaced>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,169 @@
+// Colors between RGB and CMYK by the image library's own profiles, sRGB and a CMYK of offset print.
+//
+// Conversions by the profiles of a caller, given as streams, have no behavior here.
+#include <algorithm>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/values/cmyk.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using imagework::Argb;
+
+namespace {
+
+// ---- The conversions themselves, many colors at once.
+
+std::vector<CmykValue> cmyk_of(const std::vector<Argb>& colors) {
+    std::vector<uint8_t> bytes(4 * colors.size());
+    if (!colors.empty()) {
+        image_backend().argb_to_cmyk(colors, bytes);
+    }
+    std::vector<CmykValue> result(colors.size());
+    for (size_t i = 0; i < result.size(); ++i) {
+        result[i] = {bytes[4 * i], bytes[4 * i + 1], bytes[4 * i + 2], bytes[4 * i + 3]};
+    }
+    return result;
+}
+
+std::vector<Argb> argb_of(const std::vector<CmykValue>& colors) {
+    std::vector<uint8_t> bytes;
+    bytes.reserve(4 * colors.size());
+    for (const CmykValue& color : colors) {
+        bytes.insert(bytes.end(), {color.c, color.m, color.y, color.k});
+    }
+    std::vector<Argb> result(colors.size());
+    if (!colors.empty()) {
+        image_backend().cmyk_to_argb(bytes, result);
+    }
+    return result;
+}
+
+CmykValue cmyk_of_one(Argb color) {
+    return cmyk_of(std::vector<Argb>{color}).front();
+}
+Argb argb_of_one(CmykValue color) {
+    return argb_of(std::vector<CmykValue>{color}).front();
+}
+
+// ---- Arrays in and out.
+
+template <class V>
+std::vector<V> read_values(const VariantArg* arg, const char* parameter) {
+    static const ElementType& element = element_of(Wire::kStruct, StructTraits<V>::kName);
+    std::vector<V> result;
+    for (const Value& value : read_elements(arg, element, parameter)) {
+        result.push_back(unbox<V>(*std::get<Ref<ManagedObject>>(value)));
+    }
+    return result;
+}
+
+std::vector<Argb> read_colors(const VariantArg* arg, const char* parameter) {
+    std::vector<Argb> result;
+    for (const ColorValue& color : read_values<ColorValue>(arg, parameter)) {
+        result.push_back(color.argb);
+    }
+    return result;
+}
+
+std::vector<Argb> read_packed_colors(const VariantArg* arg, const char* parameter) {
+    const std::vector<int32_t> packed = read_array<int32_t>(arg, parameter);
+    return {packed.begin(), packed.end()};
+}
+
+std::vector<CmykValue> read_packed_cmyk(const VariantArg* arg, const char* parameter) {
+    std::vector<CmykValue> result;
+    for (const int32_t packed : read_array<int32_t>(arg, parameter)) {
+        result.push_back(unpacked_cmyk(packed));
+    }
+    return result;
+}
+
+Collection boxed(const std::vector<CmykValue>& colors) {
+    std::vector<Value> items;
+    for (const CmykValue& color : colors) {
+        items.emplace_back(box(color));
+    }
+    return cmyk_array(std::move(items));
+}
+Collection boxed(const std::vector<Argb>& colors) {
+    std::vector<Value> items;
+    for (const Argb color : colors) {
+        items.emplace_back(box(ColorValue::from_argb(color)));
+    }
+    return color_array(std::move(items));
+}
+Collection packed(const std::vector<CmykValue>& colors) {
+    std::vector<int32_t> items(colors.size());
+    std::transform(colors.begin(), colors.end(), items.begin(), packed_cmyk);
+    return {Ref<ManagedObject>(make_array(std::move(items)))};
+}
+
+// ---- Color and CmykColor.
+
+CmykValue color_to_cmyk(const ColorValue& pixel) {
+    return cmyk_of_one(pixel.argb);
+}
+Collection colors_to_cmyk(const VariantArg* pixels) {
+    return boxed(cmyk_of(read_colors(pixels, "pixels")));
+}
+ColorValue cmyk_to_color(const CmykValue& cmyk_pixel) {
+    return ColorValue::from_argb(argb_of_one(cmyk_pixel));
+}
+Collection cmyk_to_colors(const VariantArg* cmyk_pixels) {
+    return boxed(argb_of(read_values<CmykValue>(cmyk_pixels, "cmyk_pixels")));
+}
+
+// ---- CmykColorHelper, where CMYK is packed into an integer.
+
+Collection helper_to_colors(const VariantArg* cmyk_pixels) {
+    return boxed(argb_of(read_packed_cmyk(cmyk_pixels, "cmyk_pixels")));
+}
+ColorValue helper_to_color(int32_t cmyk_pixel) {
+    return ColorValue::from_argb(argb_of_one(unpacked_cmyk(cmyk_pixel)));
+}
+Collection helper_from_colors(const VariantArg* pixels) {
+    return packed(cmyk_of(read_colors(pixels, "pixels")));
+}
+Collection helper_from_argb(const VariantArg* pixels) {
+    return packed(cmyk_of(read_packed_colors(pixels, "pixels")));
+}
+int32_t helper_from_color(const ColorValue& pixel) {
+    return packed_cmyk(cmyk_of_one(pixel.argb));
+}
+int32_t helper_from_argb_one(int32_t argb) {
+    return packed_cmyk(cmyk_of_one(static_cast<Argb>(argb)));
+}
+
+constexpr const char* kColor = "Zelmor.Imaging.Color";
+constexpr const char* kCmyk = "Zelmor.Imaging.CmykColor";
+constexpr const char* kHelper = "Zelmor.Imaging.CmykColorHelper";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kColor, "call_000_ToCmykIcc", image_entry<&color_to_cmyk>()},
+                              {kColor, "call_001_ToCmykIcc", image_entry<&colors_to_cmyk>()},
+                              {kColor, "call_000_ToCmykColorWithDefIcc", image_entry<&color_to_cmyk>()},
+                              {kColor, "call_000_ToCmykColorsWithDefIcc", image_entry<&colors_to_cmyk>()},
+                              {kCmyk, "call_000_ToColorIcc", image_entry<&cmyk_to_colors>()},
+                              {kCmyk, "call_001_ToColorIcc", image_entry<&cmyk_to_color>()},
+                              {kCmyk, "call_000_ToColorsWithDefIcc", image_entry<&cmyk_to_colors>()},
+                              {kCmyk, "call_000_ToColorWithDefIcc", image_entry<&cmyk_to_color>()},
+                              {kHelper, "call_000_ToArgbIcc", image_entry<&helper_to_colors>()},
+                              {kHelper, "call_002_ToArgbIcc", image_entry<&helper_to_color>()},
+                              {kHelper, "call_002_ToCmykIcc", image_entry<&helper_from_colors>()},
+                              {kHelper, "call_003_ToCmykIcc", image_entry<&helper_from_argb>()},
+                              {kHelper, "call_004_ToCmykIcc", image_entry<&helper_from_color>()},
+                              {kHelper, "call_005_ToCmykIcc", image_entry<&helper_from_argb_one>()},
+                              {kHelper, "call_000_ToArgbColorsWithDefIcc", image_entry<&helper_to_colors>()},
+                              {kHelper, "call_000_ToArgbColorWithDefIcc", image_entry<&helper_to_color>()},
+                              {kHelper, "call_000_ToCmykArrayWithDefIcc", image_entry<&helper_from_colors>()},
+                              {kHelper, "call_000_Argb32ToCmykArray", image_entry<&helper_from_argb>()},
+                              {kHelper, "call_000_ToCmykWithDefIcc", image_entry<&helper_from_color>()},
+                              {kHelper, "call_000_Argb32ToCmyk", image_entry<&helper_from_argb_one>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,219 @@
+// Creating an empty image for a format, and the calculations of sizes that need no image.
+#include "runtime/native/behaviors/images/creating.h"
+
+#include <cmath>
+
+#include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/registries.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/files.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using namespace imagework;
+
+namespace {
+
+struct PixelForm {
+    bool alpha;
+    bool gray;
+    int bits;
+};
+
+// The pixels that a new image of the format gets: as rich as what is going to be written.
+PixelForm form_of(const Encoding& encoding) {
+    if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) {
+        return {bmp->bits_per_pixel == 32, false, bmp->bits_per_pixel};
+    }
+    if (std::holds_alternative<GifEncoding>(encoding.format)) {
+        return {true, false, 8};
+    }
+    if (const auto* jpeg = std::get_if<JpegEncoding>(&encoding.format)) {
+        const bool gray = jpeg->color == JpegColor::kGray;
+        return {false, gray, gray ? 8 : jpeg->color == JpegColor::kCmyk ? 32 : 24};
+    }
+    if (const auto* png = std::get_if<PngEncoding>(&encoding.format)) {
+        switch (png->color) {
+            case PngColor::kGray:
+                return {false, true, png->bit_depth};
+            case PngColor::kTruecolor:
+                return {false, false, 3 * png->bit_depth};
+            case PngColor::kIndexed:
+                return {true, false, png->bit_depth};
+            case PngColor::kGrayAlpha:
+                return {true, true, 2 * png->bit_depth};
+            default:
+                return {true, false, 4 * png->bit_depth};
+        }
+    }
+    if (const auto* tiff = std::get_if<TiffEncoding>(&encoding.format)) {
+        const int depth = tiff->bit_depth == 0 ? 8 : tiff->bit_depth;
+        switch (tiff->color) {
+            case TiffColor::kBilevel:
+            case TiffColor::kGray:
+                return {false, true, depth};
+            case TiffColor::kRgba:
+                return {true, false, 4 * depth};
+            case TiffColor::kCmyk:
+                return {false, false, 32};
+            default:
+                return {false, false, 3 * depth};
+        }
+    }
+    return {true, false, 32};
+}
+
+void require_positive(int32_t value, const char* parameter) {
+    if (value <= 0) {
+        throw_out_of_range(parameter, "The value " + std::to_string(value) + " is not positive.");
+    }
+}
+
+// Where the new image will be written: a file of its source, or the stream of its source, or nowhere yet.
+void set_target(ImageObject& image, const Record& options) {
+    const Ref<ManagedObject> source = property_object(options, "Source");
+    if (!source) {
+        return;
+    }
+    const std::string_view type = source->type().name;
+    if (type == "FileCreateSource") {
+        image.target_path = file_path_of(property_string(*source, "FilePath"), "file_path");
+        require_writable_target(image.target_path);
+        image.delete_target = property_bool(*source, "IsTemporal");
+        return;
+    }
+    if (type == "StreamSource") {
+        const Ref<ManagedObject> stream = property_object(*source, "Stream");
+        if (stream) {
+            image.target_stream = Ref<ManagedStream>(&cast_object<ManagedStream>(*stream));
+        }
+        return;
+    }
+    throw_not_supported("Creating an image over a " + std::string(type));
+}
+
+}  // namespace
+
+int bits_per_pixel_of(const Encoding& encoding) {
+    return form_of(encoding).bits;
+}
+
+namespace {
+
+Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t height, FileFacts facts) {
+    require_positive(width, "width");
+    require_positive(height, "height");
+    const PixelForm form = form_of(encoding);
+    try {
+        check_picture_size(width, height, 4);
+    } catch (const PictureError& error) {
+        throw_out_of_range(width >= height ? "width" : "height", error.what());
+    }
+    facts.format = format_of(encoding);
+    facts.readable = true;
+    facts.width = width;
+    facts.height = height;
+    facts.bits_per_pixel = form.bits;
+    facts.has_alpha = form.alpha;
+    facts.encoding = encoding.format;
+    require_registered(Trade::kCreating, file_format_of(facts));
+    auto picture = image_backend().create(width, height, form.alpha, form.gray && encoding.palette.empty(),
+                                          form.alpha ? 0 : kBlack);
+    if (encoding.resolution) {
+        picture->set_resolution(*encoding.resolution);
+    }
+    // The pixels of an image with a palette begin with its first color.
+    if (!encoding.palette.empty()) {
+        picture->replace_area({0, 0, width, height}, encoding.palette[0]);
+    }
+    auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    image->palette = encoding.palette;
+    return image;
+}
+
+}  // namespace
+
+Ref<ImageObject> new_image(const Encoding& encoding, int32_t width, int32_t height) {
+    return blank_image(encoding, width, height, {});
+}
+
+Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height) {
+    if (!image_options) {
+        throw_argument_null("image_options");
+    }
+    FileFacts facts;
+    facts.is_apng = is_animation_options(*image_options);
+    facts.is_big_tiff = std::string_view(image_options->type().name) == "BigTiffOptions";
+    auto image = blank_image(encoding_of_options(*image_options), width, height, std::move(facts));
+    if (is_animation_options(*image_options)) {
+        set_property(*image, "NumPlays", property_int(*image_options, "NumPlays"));
+        set_property(*image, "DefaultFrameTime", property_int(*image_options, "DefaultFrameTime"));
+    }
+    set_target(*image, *image_options);
+    return image;
+}
+
+namespace {
+
+int32_t proportional(int32_t wanted, int32_t of, int32_t to) {
+    const double scaled = static_cast<double>(wanted) * to / of;
+    if (scaled > 2147483647.0) {
+        throw ManagedException("OverflowException", "The proportional size is too large.");
+    }
+    return std::max(1, static_cast<int32_t>(std::lround(scaled)));
+}
+int32_t get_proportional_width(int32_t width, int32_t height, int32_t new_height) {
+    require_positive(width, "width");
+    require_positive(height, "height");
+    require_positive(new_height, "new_height");
+    return proportional(width, height, new_height);
+}
+int32_t get_proportional_height(int32_t width, int32_t height, int32_t new_width) {
+    require_positive(width, "width");
+    require_positive(height, "height");
+    require_positive(new_width, "new_width");
+    return proportional(height, width, new_width);
+}
+
+// The part of a rectangle that lies inside a picture of the size given.
+RectangleValue get_fitting_rectangle(const RectangleValue& rectangle, int32_t width, int32_t height) {
+    require_positive(width, "width");
+    require_positive(height, "height");
+    const int64_t left = std::max<int64_t>(0, rectangle.x);
+    const int64_t top = std::max<int64_t>(0, rectangle.y);
+    const int64_t right = std::min<int64_t>(width, int64_t{rectangle.x} + rectangle.width);
+    const int64_t bottom = std::min<int64_t>(height, int64_t{rectangle.y} + rectangle.height);
+    if (right <= left || bottom <= top) {
+        throw_argument("The rectangle has no part inside the area of " + size_text(width, height) +
+                       " pixels. (Parameter 'rectangle')");
+    }
+    return {static_cast<int32_t>(left), static_cast<int32_t>(top), static_cast<int32_t>(right - left),
+            static_cast<int32_t>(bottom - top)};
+}
+RectangleValue get_fitting_rectangle_of_pixels(const RectangleValue& rectangle, const VariantArg* pixels, int32_t width,
+                                               int32_t height) {
+    const size_t count = read_array<int32_t>(pixels, "pixels").size();
+    const RectangleValue fitting = get_fitting_rectangle(rectangle, width, height);
+    if (static_cast<int64_t>(count) < int64_t{fitting.width} * fitting.height) {
+        throw_argument("There are " + std::to_string(count) + " pixels for a rectangle of " +
+                       size_text(fitting.width, fitting.height) + ". (Parameter 'pixels')");
+    }
+    return fitting;
+}
+
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kImage, "call_000_Create", image_entry<&create_image>()},
+                              {kImage, "call_000_GetProportionalWidth", image_entry<&get_proportional_width>()},
+                              {kImage, "call_000_GetProportionalHeight", image_entry<&get_proportional_height>()},
+                              {kImage, "call_000_GetFittingRectangle", image_entry<&get_fitting_rectangle>()},
+                              {kImage, "call_001_GetFittingRectangle", image_entry<&get_fitting_rectangle_of_pixels>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

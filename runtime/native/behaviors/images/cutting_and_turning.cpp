@@ -1,0 +1,86 @@
+// Crop, rotate, and rotate with flip.
+#include <cmath>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+void crop(ImageObject& self, const RectangleValue& rectangle) {
+    self.change([&](imagework::Picture& picture) {
+        picture.crop({rectangle.x, rectangle.y, rectangle.width, rectangle.height});
+    });
+}
+
+// Takes the given number of pixels off each side.
+void crop_by_shifts(ImageObject& self, int32_t left_shift, int32_t right_shift, int32_t top_shift,
+                    int32_t bottom_shift) {
+    self.require_live();
+    struct Shift {
+        int32_t value;
+        const char* parameter;
+    };
+    for (const Shift& shift : {Shift{left_shift, "left_shift"}, Shift{right_shift, "right_shift"},
+                               Shift{top_shift, "top_shift"}, Shift{bottom_shift, "bottom_shift"}}) {
+        if (shift.value < 0) {
+            throw_out_of_range(shift.parameter, "The value " + std::to_string(shift.value) + " is negative.");
+        }
+    }
+    self.change([&](imagework::Picture& picture) {
+        const int64_t width = int64_t{picture.width()} - left_shift - right_shift;
+        const int64_t height = int64_t{picture.height()} - top_shift - bottom_shift;
+        if (width <= 0 || height <= 0) {
+            throw_out_of_range(
+                width <= 0 ? "right_shift" : "bottom_shift",
+                "Nothing of the image of " + size_text(picture.width(), picture.height()) + " pixels would be left.");
+        }
+        picture.crop({left_shift, top_shift, static_cast<int32_t>(width), static_cast<int32_t>(height)});
+    });
+}
+
+// Clockwise by an angle in degrees. The canvas grows to hold all of the turned picture, or stays as it is.
+void rotate(ImageObject& self, float angle, bool resize_proportionally, const ColorValue& background_color) {
+    self.require_live();
+    if (!std::isfinite(angle)) {
+        throw_out_of_range("angle", "The value " + to_utf8(number_text(angle)) + " is no angle.");
+    }
+    self.change(
+        [&](imagework::Picture& picture) { picture.rotate(angle, resize_proportionally, background_color.argb); });
+}
+void rotate_on_own_background(ImageObject& self, float angle) {
+    rotate(self, angle, true, ColorValue::from_argb(self.canvas_background()));
+}
+
+// The values of RotateFlipType count the clockwise quarter turns first, then the axes that are mirrored afterwards.
+void rotate_flip(ImageObject& self, int32_t rotate_flip_type) {
+    self.require_live();
+    if (rotate_flip_type < 0 || rotate_flip_type > 15) {
+        throw_out_of_range("rotate_flip_type",
+                           "The value " + std::to_string(rotate_flip_type) + " is not one of RotateFlipType.");
+    }
+    const int axes = rotate_flip_type / 4;  // none, X, Y, both
+    self.change([&](imagework::Picture& picture) {
+        picture.rotate_flip(rotate_flip_type % 4, (axes & 1) != 0, (axes & 2) != 0);
+    });
+}
+
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kMultipage = "Zelmor.Imaging.RasterCachedMultipageImage";
+constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kRaster, "call_000_Crop", image_entry<&crop>()},
+                              {kRaster, "call_001_Crop", image_entry<&crop_by_shifts>()},
+                              {kRaster, "call_000_Rotate", image_entry<&rotate>()},
+                              {kRaster, "call_001_Rotate", image_entry<&rotate_on_own_background>()},
+                              {kImage, "call_000_RotateFlip", image_entry<&rotate_flip>()},
+                              {kMultipage, "call_000_RotateFlipAll", image_entry<&rotate_flip>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,37 @@
+// The data stream of an image: a container over what the image was loaded from, or was created to be written to.
+//
+// Nothing is read through it on the image's behalf, since pictures are decoded when they are loaded.
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/streams/stream_container.h"
+#include "runtime/native/core/files.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+// A new container each time: saving puts another file under the same name. Null for an image that came from nowhere,
+// and for a file that is not written yet.
+Ref<StreamContainerObject> data_stream_container(ImageBase& self) {
+    self.require_live();
+    const auto* image = dynamic_cast<ImageObject*>(&self);
+    if (!image) {
+        return nullptr;
+    }
+    const Ref<ManagedStream>& stream = image->target_stream ? image->target_stream : image->source_stream;
+    if (stream) {
+        return make_stream_container("Zelmor.Imaging.StreamContainer", stream, false);
+    }
+    if (image->target_path.empty() || !file_exists(image->target_path)) {
+        return nullptr;
+    }
+    return open_file_container(image->target_path);
+}
+
+const BehaviorTable table(Assembly::kImaging, {{"Zelmor.Imaging.DataStreamSupporter", "get_DataStreamContainer",
+                                                image_entry<&data_stream_container>()}});
+
+}  // namespace
+
+}  // namespace zelmor::embed

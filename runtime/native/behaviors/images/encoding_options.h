@@ -1,0 +1,40 @@
+// Save options of the managed API in the terms of the backend.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENCODING_OPTIONS_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENCODING_OPTIONS_H
+
+#include <string>
+
+#include "runtime/native/behaviors/images/image_object.h"
+
+namespace zelmor::embed {
+
+// The format that an options object stands for; kUnknown for one that the backend cannot write.
+imagework::Format format_of_options(const ManagedObject& options);
+
+// What the options ask for. ArgumentOutOfRangeException for a setting outside its range, NotSupportedException for one
+// that the backend has no way to honor: nothing that was asked for is left out silently.
+imagework::Encoding encoding_of_options(const ManagedObject& options);
+
+// The same for an image that is to be written with them: with what the image itself adds, its background and its
+// transparent color.
+imagework::Encoding encoding_for(const ImageObject& image, const ManagedObject& options);
+
+// The settings to save an image as another format, or as its own as it was.
+imagework::Encoding encoding_for(const ImageObject& image, imagework::Format format);
+// The same for a page of an image.
+imagework::Encoding encoding_for(const ImageObject& page, imagework::Format format, const ImageObject& image);
+
+// Whether the options are those of an animation in a format that otherwise has one picture.
+bool is_animation_options(const ManagedObject& options);
+// How long a frame is shown that says nothing of it, in milliseconds.
+int32_t usual_duration(const ImageObject& image, const ManagedObject* options);
+
+// The format that a file name's extension stands for, kUnknown where it stands for none.
+imagework::Format format_of_extension(const std::string& path);
+
+// The numbers of a property that holds an array or a list of them; nothing for null.
+std::optional<std::vector<int64_t>> numbers_of(const ManagedObject& object, std::string_view property);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENCODING_OPTIONS_H

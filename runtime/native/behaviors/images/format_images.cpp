@@ -1,0 +1,310 @@
+// Constructors of the images of single formats, BMP, JPEG and PNG, and what these tell of their file.
+//
+// A file or an image of another format becomes one of this: the picture is copied, and save() writes it as this format.
+#include "runtime/native/behaviors/images/creating.h"
+#include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+using imagework::BmpCompression;
+using imagework::BmpEncoding;
+using imagework::Encoding;
+using imagework::Format;
+using imagework::JpegEncoding;
+using imagework::PngColor;
+using imagework::PngEncoding;
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+
+Encoding encoding_of(imagework::FormatEncoding format) {
+    Encoding encoding;
+    encoding.format = std::move(format);
+    return encoding;
+}
+
+// The image itself where it is of the format and nothing else is asked of it; otherwise a copy in the format.
+Ref<ImageObject> as_format(const Ref<ImageObject>& image, const Encoding& encoding, bool keeps_settings) {
+    const Format format = imagework::format_of(encoding);
+    if (keeps_settings && image->facts().format == format && !image->facts().is_apng) {
+        return image;
+    }
+    auto picture = image->picture().copy();
+    imagework::FileFacts facts;
+    facts.format = format;
+    facts.readable = true;
+    facts.width = picture->width();
+    facts.height = picture->height();
+    facts.bits_per_pixel = bits_per_pixel_of(encoding);
+    facts.has_alpha = picture->has_alpha();
+    facts.encoding = encoding.format;
+    if (encoding.resolution) {
+        picture->set_resolution(*encoding.resolution);
+    }
+    auto result = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    result->palette = image->palette;
+    return result;
+}
+Ref<ImageObject> of_path(const Path& path, const Encoding& encoding, bool keeps_settings = false) {
+    return as_format(image_of_file(path, nullptr, "path"), encoding, keeps_settings);
+}
+Ref<ImageObject> of_stream(const Ref<ManagedStream>& stream, const Encoding& encoding, bool keeps_settings = false) {
+    return as_format(image_of_stream(stream, nullptr), encoding, keeps_settings);
+}
+Ref<ImageObject> of_image(ImageObject* raster_image, const Encoding& encoding) {
+    return as_format(Ref<ImageObject>(&required_image(raster_image, "raster_image")), encoding, false);
+}
+
+// ---- BMP
+
+// With alpha where there is any, as the format has it.
+Encoding bmp_for(const imagework::Picture& picture) {
+    BmpEncoding bmp;
+    if (picture.has_alpha()) {
+        bmp = {32, BmpCompression::kBitFields};
+    }
+    return encoding_of(bmp);
+}
+void require_dots(double value, const char* parameter) {
+    if (value > 0.0 && value <= 1e9) {
+        return;
+    }
+    throw_out_of_range(parameter,
+                       "The value " + to_utf8(number_text(value)) + " is no positive number of dots per inch.");
+}
+Encoding bmp_settings(uint16_t bits_per_pixel, int32_t compression, double horizontal, double vertical) {
+    if (compression < 0 || compression > static_cast<int32_t>(BmpCompression::kBitFields)) {
+        throw_not_supported("The value " + std::to_string(compression) + " of BitmapCompression");
+    }
+    bool known = false;
+    for (const int bits : {1, 4, 8, 16, 24, 32}) {
+        known = known || bits == bits_per_pixel;
+    }
+    if (!known) {
+        throw_out_of_range("bits_per_pixel",
+                           "BMP has no form of " + std::to_string(bits_per_pixel) + " bits per pixel.");
+    }
+    require_dots(horizontal, "horizontal_resolution");
+    require_dots(vertical, "vertical_resolution");
+    Encoding encoding = encoding_of(BmpEncoding{bits_per_pixel, static_cast<BmpCompression>(compression)});
+    encoding.resolution = imagework::Resolution{horizontal, vertical};
+    return encoding;
+}
+Ref<ImageObject> bmp_of(const Ref<ImageObject>& image, bool keeps_settings) {
+    return as_format(image, bmp_for(image->picture()), keeps_settings);
+}
+Ref<ImageObject> bmp_of_path(const Path& path) {
+    return bmp_of(image_of_file(path, nullptr, "path"), true);
+}
+Ref<ImageObject> bmp_of_path_with(const Path& path, uint16_t bits_per_pixel, int32_t compression,
+                                  double horizontal_resolution, double vertical_resolution) {
+    return of_path(path, bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
+}
+Ref<ImageObject> bmp_of_stream(Ref<ManagedStream> stream) {
+    return bmp_of(image_of_stream(stream, nullptr), true);
+}
+Ref<ImageObject> bmp_of_stream_with(Ref<ManagedStream> stream, uint16_t bits_per_pixel, int32_t compression,
+                                    double horizontal_resolution, double vertical_resolution) {
+    return of_stream(stream, bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
+}
+Ref<ImageObject> bmp_of_image(ImageObject* raster_image) {
+    return bmp_of(Ref<ImageObject>(&required_image(raster_image, "raster_image")), false);
+}
+Ref<ImageObject> bmp_of_image_with(ImageObject* raster_image, uint16_t bits_per_pixel, int32_t compression,
+                                   double horizontal_resolution, double vertical_resolution) {
+    return of_image(raster_image,
+                    bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
+}
+Ref<ImageObject> bmp_of_size(int32_t width, int32_t height) {
+    return new_image(encoding_of(BmpEncoding{}), width, height);
+}
+Ref<ImageObject> bmp_of_size_with(int32_t width, int32_t height, uint16_t bits_per_pixel, const VariantArg* palette,
+                                  int32_t compression, double horizontal_resolution, double vertical_resolution) {
+    Encoding encoding = bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution);
+    if (const Ref<PaletteObject> given = read_palette(palette)) {
+        if (bits_per_pixel > 8 || given->entries.size() > size_t{1} << bits_per_pixel) {
+            throw_argument("A palette of " + std::to_string(given->entries.size()) + " entries does not go with " +
+                           std::to_string(bits_per_pixel) + " bits per pixel. (Parameter 'palette')");
+        }
+        encoding.palette = given->entries;
+    }
+    return new_image(encoding, width, height);
+}
+Ref<ImageObject> bmp_of_size_and_palette(int32_t width, int32_t height, uint16_t bits_per_pixel,
+                                         const VariantArg* palette) {
+    return bmp_of_size_with(width, height, bits_per_pixel, palette, 0, imagework::kDefaultResolution.horizontal,
+                            imagework::kDefaultResolution.vertical);
+}
+// In the widths that the class has for them.
+uint16_t bmp_bits(ImageObject& self) {
+    self.require_live();
+    return static_cast<uint16_t>(self.facts().bits_per_pixel);
+}
+double bmp_horizontal_resolution(ImageObject& self) {
+    return self.picture().resolution().horizontal;
+}
+double bmp_vertical_resolution(ImageObject& self) {
+    return self.picture().resolution().vertical;
+}
+void set_bmp_horizontal_resolution(ImageObject& self, double value) {
+    require_dots(value, "value");
+    self.picture().set_resolution({value, self.picture().resolution().vertical});
+}
+void set_bmp_vertical_resolution(ImageObject& self, double value) {
+    require_dots(value, "value");
+    self.picture().set_resolution({self.picture().resolution().horizontal, value});
+}
+int32_t bmp_compression(ImageObject& self) {
+    self.require_live();
+    const auto* bmp = self.facts().encoding ? std::get_if<BmpEncoding>(&*self.facts().encoding) : nullptr;
+    return bmp ? static_cast<int32_t>(bmp->compression) : 0;
+}
+
+// ---- PNG
+
+Encoding png_settings(uint8_t color_type) {
+    PngEncoding png;
+    png.bit_depth = 8;
+    switch (color_type) {
+        case 0:
+            png.color = PngColor::kGray;
+            break;
+        case 2:
+            png.color = PngColor::kTruecolor;
+            break;
+        case 3:
+            png.color = PngColor::kIndexed;
+            break;
+        case 4:
+            png.color = PngColor::kGrayAlpha;
+            break;
+        case 6:
+            png.color = PngColor::kTruecolorAlpha;
+            break;
+        default:
+            throw_out_of_range("color_type",
+                               "The value " + std::to_string(color_type) + " is not one of PngColorType.");
+    }
+    return encoding_of(png);
+}
+constexpr uint8_t kTruecolorAlpha = 6;
+
+Ref<ImageObject> png_of_size_with(int32_t width, int32_t height, uint8_t color_type) {
+    return new_image(png_settings(color_type), width, height);
+}
+Ref<ImageObject> png_of_size(int32_t width, int32_t height) {
+    return png_of_size_with(width, height, kTruecolorAlpha);
+}
+Ref<ImageObject> png_of_path(const Path& path) {
+    return of_path(path, png_settings(kTruecolorAlpha), true);
+}
+Ref<ImageObject> png_of_path_with(const Path& path, uint8_t color_type) {
+    return of_path(path, png_settings(color_type));
+}
+Ref<ImageObject> png_of_image(ImageObject* raster_image) {
+    return of_image(raster_image, png_settings(kTruecolorAlpha));
+}
+Ref<ImageObject> png_of_image_with(ImageObject* raster_image, uint8_t color_type) {
+    return of_image(raster_image, png_settings(color_type));
+}
+Ref<ImageObject> png_of_stream(Ref<ManagedStream> stream) {
+    return of_stream(stream, png_settings(kTruecolorAlpha), true);
+}
+Ref<ImageObject> png_with_options(Record* png_options, int32_t width, int32_t height) {
+    return create_image(png_options, width, height);
+}
+bool png_interlaced(ImageObject& self) {
+    self.require_live();
+    const auto* png = self.facts().encoding ? std::get_if<PngEncoding>(&*self.facts().encoding) : nullptr;
+    return png && png->interlaced;
+}
+
+// ---- JPEG
+
+Ref<ImageObject> jpeg_of_path(const Path& path) {
+    return of_path(path, encoding_of(JpegEncoding{}), true);
+}
+Ref<ImageObject> jpeg_of_stream(Ref<ManagedStream> stream) {
+    return of_stream(stream, encoding_of(JpegEncoding{}), true);
+}
+Ref<ImageObject> jpeg_of_image(ImageObject* raster_image) {
+    return of_image(raster_image, encoding_of(JpegEncoding{}));
+}
+// The options that the image was made with, or those of its file.
+Ref<ManagedObject> jpeg_options(ImageObject& self) {
+    self.require_live();
+    const Value& given = property(self, "JpegOptions");
+    return is_null(given) ? original_options(self) : std::get<Ref<ManagedObject>>(given);
+}
+Ref<ImageObject> jpeg_with_options(Record* options, int32_t width, int32_t height) {
+    Ref<ImageObject> image = create_image(options, width, height);
+    set_property(*image, "JpegOptions", Ref<ManagedObject>(options));
+    return image;
+}
+Ref<ImageObject> jpeg_of_size(int32_t width, int32_t height) {
+    return new_image(encoding_of(JpegEncoding{}), width, height);
+}
+
+// There is no backend for these formats, so that such an image would have no pixels.
+Ref<ImageObject> jpeg_2000_of_size(int32_t, int32_t) {
+    throw_not_supported("Making a Jpeg2000Image");
+}
+Ref<ImageObject> jpeg_2000_of_image(ImageObject*) {
+    throw_not_supported("Making a Jpeg2000Image");
+}
+Ref<ImageObject> tga_of_image(ImageObject*) {
+    throw_not_supported("Making a TgaImage");
+}
+
+constexpr const char* kBmp = "Zelmor.Imaging.FileFormats.Bmp.BmpImage";
+constexpr const char* kJpeg2000 = "Zelmor.Imaging.FileFormats.Jpeg2000.Jpeg2000Image";
+constexpr const char* kTga = "Zelmor.Imaging.FileFormats.Tga.TgaImage";
+constexpr const char* kPng = "Zelmor.Imaging.FileFormats.Png.PngImage";
+constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kBmp, "ctor_000_BmpImage", image_entry<&bmp_of_path>()},
+                              {kBmp, "ctor_001_BmpImage", image_entry<&bmp_of_path_with>()},
+                              {kBmp, "ctor_002_BmpImage", image_entry<&bmp_of_stream>()},
+                              {kBmp, "ctor_003_BmpImage", image_entry<&bmp_of_stream_with>()},
+                              {kBmp, "ctor_004_BmpImage", image_entry<&bmp_of_image>()},
+                              {kBmp, "ctor_005_BmpImage", image_entry<&bmp_of_image_with>()},
+                              {kBmp, "ctor_006_BmpImage", image_entry<&bmp_of_size>()},
+                              {kBmp, "ctor_007_BmpImage", image_entry<&bmp_of_size_and_palette>()},
+                              {kBmp, "ctor_008_BmpImage", image_entry<&bmp_of_size_with>()},
+                              {kBmp, "get_BitsPerPixel", image_entry<&bmp_bits>()},
+                              {kBmp, "get_HorizontalResolution", image_entry<&bmp_horizontal_resolution>()},
+                              {kBmp, "set_HorizontalResolution", image_entry<&set_bmp_horizontal_resolution>()},
+                              {kBmp, "get_VerticalResolution", image_entry<&bmp_vertical_resolution>()},
+                              {kBmp, "set_VerticalResolution", image_entry<&set_bmp_vertical_resolution>()},
+                              {kBmp, "get_Compression", image_entry<&bmp_compression>()},
+                              {kPng, "ctor_000_PngImage", image_entry<&png_of_size>()},
+                              {kPng, "ctor_001_PngImage", image_entry<&png_of_path>()},
+                              {kPng, "ctor_002_PngImage", image_entry<&png_of_image>()},
+                              {kPng, "ctor_003_PngImage", image_entry<&png_of_path_with>()},
+                              {kPng, "ctor_004_PngImage", image_entry<&png_of_image_with>()},
+                              {kPng, "ctor_005_PngImage", image_entry<&png_of_stream>()},
+                              {kPng, "ctor_006_PngImage", image_entry<&png_of_size_with>()},
+                              {kPng, "ctor_007_PngImage", image_entry<&png_with_options>()},
+                              {kPng, "get_Interlaced", image_entry<&png_interlaced>()},
+                              {kPng, "get_IsInterlaced", image_entry<&png_interlaced>()},
+                              {kJpeg, "ctor_000_JpegImage", image_entry<&jpeg_of_path>()},
+                              {kJpeg, "ctor_001_JpegImage", image_entry<&jpeg_of_stream>()},
+                              {kJpeg, "ctor_002_JpegImage", image_entry<&jpeg_of_image>()},
+                              {kJpeg, "ctor_003_JpegImage", image_entry<&jpeg_of_size>()},
+                              {kJpeg, "ctor_004_JpegImage", image_entry<&jpeg_with_options>()},
+                              {kJpeg2000, "ctor_004_Jpeg2000Image", image_entry<&jpeg_2000_of_size>()},
+                              {kJpeg2000, "ctor_007_Jpeg2000Image", image_entry<&jpeg_2000_of_image>()},
+                              {kTga, "ctor_001_TgaImage", image_entry<&tga_of_image>()},
+                              {kJpeg, "get_JpegOptions", image_entry<&jpeg_options>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,245 @@
+// GIF images and their frames. Frames of a loaded file are as large as the canvas, with what shines through from the
+// frames before; a frame that is made anew may be smaller, and lies where its left and top say.
+#include "runtime/native/behaviors/images/frame_members.h"
+#include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using imagework::FileFacts;
+using imagework::Format;
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+
+constexpr const char* kGif = "Zelmor.Imaging.FileFormats.Gif.GifImage";
+constexpr const char* kGifFrame = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifFrameBlock";
+
+constexpr const char* kGifBlock = "Zelmor.Imaging.FileFormats.Gif.IGifBlock";
+
+void add_gif_block(ImageObject& self, const VariantArg* block) {
+    append_frame(self, frame_argument(block, kGifBlock));
+}
+void insert_gif_block(ImageObject& self, int32_t index, const VariantArg* block) {
+    insert_block_frame(self, index, frame_argument(block, kGifBlock));
+}
+void remove_gif_block(ImageObject& self, const VariantArg* block) {
+    remove_block_frame(self, *frame_argument(block, kGifBlock));
+}
+Collection gif_blocks(ImageObject& self) {
+    std::vector<Value> items;
+    for (const Ref<ImageObject>& frame : self.frames()) {
+        items.emplace_back(Ref<ManagedObject>(frame));
+    }
+    return {Ref<ManagedObject>(
+        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kInterface, kGifBlock), std::move(items)))};
+}
+
+Ref<ImageObject> gif_frame(std::unique_ptr<imagework::Picture> picture, uint16_t at_left, uint16_t at_top) {
+    FileFacts facts = facts_of_picture(Format::kGif, *picture, 8);
+    facts.encoding = imagework::GifEncoding{};
+    auto frame = make_ref<ImageObject>(require_type(kGifFrame), std::move(picture), std::move(facts));
+    frame->left = at_left;
+    frame->top = at_top;
+    frame->duration = 100;
+    return frame;
+}
+Ref<ImageObject> gif_frame_at(uint16_t at_left, uint16_t at_top, uint16_t width, uint16_t height) {
+    require_positive_size(width, "width");
+    require_positive_size(height, "height");
+    return gif_frame(image_backend().create(width, height, true, false, 0), at_left, at_top);
+}
+Ref<ImageObject> gif_frame_of_size(uint16_t width, uint16_t height) {
+    return gif_frame_at(0, 0, width, height);
+}
+Ref<ImageObject> gif_frame_with_palette(uint16_t at_left, uint16_t at_top, uint16_t width, uint16_t height,
+                                        const VariantArg* color_palette, bool is_palette_sorted,
+                                        bool is_gif_frame_interlaced, uint8_t bits_per_pixel) {
+    if (bits_per_pixel < 1 || bits_per_pixel > 8) {
+        throw_out_of_range("bits_per_pixel",
+                           "The value " + std::to_string(bits_per_pixel) + " is not between 1 and 8.");
+    }
+    Ref<ImageObject> frame = gif_frame_at(at_left, at_top, width, height);
+    if (const Ref<PaletteObject> palette = read_palette(color_palette)) {
+        frame->palette = palette->entries;
+    }
+    frame->facts().encoding = imagework::GifEncoding{bits_per_pixel, is_gif_frame_interlaced, {}};
+    set_property(*frame, "IsPaletteSorted", is_palette_sorted);
+    return frame;
+}
+Ref<ImageObject> gif_frame_of(const ImageObject& image, uint16_t at_left, uint16_t at_top) {
+    Ref<ImageObject> frame = gif_frame(image.picture().copy(), at_left, at_top);
+    frame->palette = image.palette;
+    return frame;
+}
+// How an LZW coder starts follows from the colors; an image cannot choose it here.
+Ref<ImageObject> gif_frame_of(const ImageObject& image, uint16_t at_left, uint16_t at_top, bool is_palette_sorted,
+                              bool is_gif_frame_interlaced, uint8_t lzw_code_size) {
+    if (lzw_code_size < 2 || lzw_code_size > 8) {
+        throw_out_of_range("lzw_code_size", "The value " + std::to_string(lzw_code_size) + " is not between 2 and 8.");
+    }
+    Ref<ImageObject> frame = gif_frame_of(image, at_left, at_top);
+    frame->facts().encoding = imagework::GifEncoding{lzw_code_size, is_gif_frame_interlaced, {}};
+    set_property(*frame, "IsPaletteSorted", is_palette_sorted);
+    return frame;
+}
+Ref<ImageObject> gif_frame_of_image(ImageObject* image) {
+    return gif_frame_of(required_image(image, "image"), 0, 0);
+}
+Ref<ImageObject> gif_frame_of_image_at(ImageObject* image, uint16_t at_left, uint16_t at_top) {
+    return gif_frame_of(required_image(image, "image"), at_left, at_top);
+}
+Ref<ImageObject> gif_frame_of_image_full(ImageObject* image, uint16_t at_left, uint16_t at_top, bool is_palette_sorted,
+                                         bool is_gif_frame_interlaced, uint8_t lzw_code_size) {
+    return gif_frame_of(required_image(image, "image"), at_left, at_top, is_palette_sorted, is_gif_frame_interlaced,
+                        lzw_code_size);
+}
+Ref<ImageObject> gif_frame_of_stream(Ref<ManagedStream> stream) {
+    return gif_frame_of(*image_of_stream(stream, nullptr), 0, 0);
+}
+Ref<ImageObject> gif_frame_of_stream_at(Ref<ManagedStream> stream, uint16_t at_left, uint16_t at_top) {
+    return gif_frame_of(*image_of_stream(stream, nullptr), at_left, at_top);
+}
+Ref<ImageObject> gif_frame_of_stream_full(Ref<ManagedStream> stream, uint16_t at_left, uint16_t at_top,
+                                          bool is_palette_sorted, bool is_gif_frame_interlaced, uint8_t lzw_code_size) {
+    return gif_frame_of(*image_of_stream(stream, nullptr), at_left, at_top, is_palette_sorted, is_gif_frame_interlaced,
+                        lzw_code_size);
+}
+Ref<ImageObject> gif_frame_of_path(const Path& path) {
+    return gif_frame_of(*image_of_file(path, nullptr, "path"), 0, 0);
+}
+Ref<ImageObject> gif_frame_of_path_at(const Path& path, uint16_t at_left, uint16_t at_top) {
+    return gif_frame_of(*image_of_file(path, nullptr, "path"), at_left, at_top);
+}
+Ref<ImageObject> gif_frame_of_path_full(const Path& path, uint16_t at_left, uint16_t at_top, bool is_palette_sorted,
+                                        bool is_gif_frame_interlaced, uint8_t lzw_code_size) {
+    return gif_frame_of(*image_of_file(path, nullptr, "path"), at_left, at_top, is_palette_sorted,
+                        is_gif_frame_interlaced, lzw_code_size);
+}
+
+uint16_t gif_frame_width(ImageObject& self) {
+    return static_cast<uint16_t>(self.picture().width());
+}
+uint16_t gif_frame_height(ImageObject& self) {
+    return static_cast<uint16_t>(self.picture().height());
+}
+uint8_t gif_frame_bits(ImageObject& self) {
+    self.require_live();
+    return static_cast<uint8_t>(std::min(8, self.facts().bits_per_pixel));
+}
+uint16_t gif_left(ImageObject& self) {
+    return static_cast<uint16_t>(frame_left(self));
+}
+uint16_t gif_top(ImageObject& self) {
+    return static_cast<uint16_t>(frame_top(self));
+}
+void set_gif_left(ImageObject& self, uint16_t value) {
+    set_frame_left(self, value);
+}
+void set_gif_top(ImageObject& self, uint16_t value) {
+    set_frame_top(self, value);
+}
+
+imagework::GifEncoding* gif_encoding(ImageObject& self) {
+    self.require_live();
+    auto& encoding = self.facts().encoding;
+    return encoding ? std::get_if<imagework::GifEncoding>(&*encoding) : nullptr;
+}
+bool gif_interlaced(ImageObject& self) {
+    const auto* gif = gif_encoding(self);
+    return gif && gif->interlaced;
+}
+void set_gif_interlaced(ImageObject& self, bool value) {
+    if (auto* gif = gif_encoding(self)) {
+        gif->interlaced = value;
+    }
+}
+
+Ref<ImageObject> gif_image(ImageObject* first_frame, const Ref<PaletteObject>& palette) {
+    ImageObject& frame = required_image(first_frame, "first_frame");
+    Ref<ImageObject> image = make_container(kGif, frame.facts(), Ref<ImageObject>(&frame));
+    if (palette) {
+        image->palette = palette->entries;
+    }
+    return image;
+}
+Ref<ImageObject> gif_of_frame(ImageObject* first_frame) {
+    return gif_image(first_frame, nullptr);
+}
+Ref<ImageObject> gif_of_frame_and_palette(ImageObject* first_frame, const VariantArg* global_palette) {
+    return gif_image(first_frame, read_palette(global_palette));
+}
+Ref<ImageObject> gif_of_all(ImageObject* first_frame, const VariantArg* global_palette, bool is_palette_sorted,
+                            uint8_t palette_color_resolution, uint8_t palette_background_color_index,
+                            uint8_t aspect_ratio, bool has_trailer) {
+    Ref<ImageObject> image = gif_image(first_frame, read_palette(global_palette));
+    set_property(*image, "IsPaletteSorted", is_palette_sorted);
+    set_property(*image, "PaletteColorResolutionBits", int64_t{palette_color_resolution});
+    set_property(*image, "BackgroundColorIndex", int64_t{palette_background_color_index});
+    set_property(*image, "PixelAspectRatio", int64_t{aspect_ratio});
+    set_property(*image, "HasTrailer", has_trailer);
+    return image;
+}
+void add_gif_page(ImageObject& self, ImageObject* page) {
+    append_frame(self, gif_frame_of(required_image(page, "page"), 0, 0));
+}
+void set_frame_time(ImageObject& self, uint16_t time) {
+    for (const Ref<ImageObject>& frame : self.frames()) {
+        frame->duration = time;
+    }
+}
+
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kGifFrame, "ctor_000_GifFrameBlock", image_entry<&gif_frame_of_size>()},
+                              {kGifFrame, "ctor_001_GifFrameBlock", image_entry<&gif_frame_at>()},
+                              {kGifFrame, "ctor_002_GifFrameBlock", image_entry<&gif_frame_with_palette>()},
+                              {kGifFrame, "ctor_003_GifFrameBlock", image_entry<&gif_frame_of_image>()},
+                              {kGifFrame, "ctor_004_GifFrameBlock", image_entry<&gif_frame_of_image_at>()},
+                              {kGifFrame, "ctor_005_GifFrameBlock", image_entry<&gif_frame_of_image_full>()},
+                              {kGifFrame, "ctor_006_GifFrameBlock", image_entry<&gif_frame_of_stream>()},
+                              {kGifFrame, "ctor_007_GifFrameBlock", image_entry<&gif_frame_of_stream_at>()},
+                              {kGifFrame, "ctor_008_GifFrameBlock", image_entry<&gif_frame_of_stream_full>()},
+                              {kGifFrame, "ctor_009_GifFrameBlock", image_entry<&gif_frame_of_path>()},
+                              {kGifFrame, "ctor_010_GifFrameBlock", image_entry<&gif_frame_of_path_at>()},
+                              {kGifFrame, "ctor_011_GifFrameBlock", image_entry<&gif_frame_of_path_full>()},
+                              {kGifFrame, "get_Width", image_entry<&gif_frame_width>()},
+                              {kGifFrame, "get_Height", image_entry<&gif_frame_height>()},
+                              {kGifFrame, "get_BitsPerPixel", image_entry<&gif_frame_bits>()},
+                              {kGifFrame, "get_FrameTime", image_entry<&frame_duration>()},
+                              {kGifFrame, "set_FrameTime", image_entry<&set_frame_duration>()},
+                              {kGifFrame, "get_Left", image_entry<&gif_left>()},
+                              {kGifFrame, "set_Left", image_entry<&set_gif_left>()},
+                              {kGifFrame, "get_Top", image_entry<&gif_top>()},
+                              {kGifFrame, "set_Top", image_entry<&set_gif_top>()},
+                              {kGifFrame, "get_FrameLeft", image_entry<&frame_left>()},
+                              {kGifFrame, "get_FrameTop", image_entry<&frame_top>()},
+                              {kGifFrame, "get_DisposalMethod", image_entry<&frame_is_preserved>()},
+                              {kGifFrame, "get_Interlaced", image_entry<&gif_interlaced>()},
+                              {kGifFrame, "set_Interlaced", image_entry<&set_gif_interlaced>()},
+                              {kGifFrame, "get_IsInterlaced", image_entry<&gif_interlaced>()},
+                              {kGifFrame, "call_000_GetFullFrame", image_entry<&full_frame>()},
+                              {kGif, "ctor_000_GifImage", image_entry<&gif_of_frame_and_palette>()},
+                              {kGif, "ctor_001_GifImage", image_entry<&gif_of_frame>()},
+                              {kGif, "ctor_002_GifImage", image_entry<&gif_of_all>()},
+                              {kGif, "call_000_AddPage", image_entry<&add_gif_page>()},
+                              {kGif, "get_Blocks", image_entry<&gif_blocks>()},
+                              {kGif, "call_000_AddBlock", image_entry<&add_gif_block>()},
+                              {kGif, "call_000_InsertBlock", image_entry<&insert_gif_block>()},
+                              {kGif, "call_000_RemoveBlock", image_entry<&remove_gif_block>()},
+                              {kGif, "call_000_ClearBlocks", image_entry<&clear_frames>()},
+                              {kGif, "get_ActiveFrame", image_entry<&active_frame_of>()},
+                              {kGif, "set_ActiveFrame", image_entry<&set_active_frame_of>()},
+                              {kGif, "call_000_SetFrameTime", image_entry<&set_frame_time>()},
+                              {kGif, "get_IsInterlaced", image_entry<&gif_interlaced>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

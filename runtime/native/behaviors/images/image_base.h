@@ -1,0 +1,45 @@
+// What every image has, raster and vector alike: a size, a depth, a format.
+//
+// The members that Image declares for all images take one of these. What works on pixels takes an ImageObject and says
+// so where it gets an image without any.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_BASE_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_BASE_H
+
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+
+enum class FileFormat : uint64_t;
+
+class ImageBase : public Record {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.Image";
+    using Record::Record;
+
+    virtual int32_t image_width() const = 0;
+    virtual int32_t image_height() const = 0;
+    virtual int32_t image_bits() const = 0;  // for one pixel
+    virtual FileFormat image_format() const = 0;
+    // The image that this one is a part of, or null.
+    virtual ImageBase* image_container() const { return nullptr; }
+};
+
+class ImageObject;
+
+namespace detail {
+
+// Of an image without pixels that were asked for, not a failed cast.
+template <>
+struct Arg<ImageObject&> {
+    using Wire = Handle;
+    static constexpr char code = 'p';
+    static ImageObject& read(Handle value);
+};
+
+}  // namespace detail
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_BASE_H

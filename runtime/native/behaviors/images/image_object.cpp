@@ -1,0 +1,326 @@
+// The image object; see image_object.h.
+#include "runtime/native/behaviors/images/image_object.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/type_system.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using imagework::Argb;
+using imagework::Failure;
+using imagework::Format;
+
+namespace {
+
+const char* type_name_of(const imagework::FileFacts& facts) {
+    switch (file_format_of(facts)) {
+        case FileFormat::kBmp:
+            return "Zelmor.Imaging.FileFormats.Bmp.BmpImage";
+        case FileFormat::kGif:
+            return "Zelmor.Imaging.FileFormats.Gif.GifImage";
+        case FileFormat::kJpeg:
+            return "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
+        case FileFormat::kPng:
+            return "Zelmor.Imaging.FileFormats.Png.PngImage";
+        case FileFormat::kApng:
+            return "Zelmor.Imaging.FileFormats.Apng.ApngImage";
+        case FileFormat::kTiff:
+            return "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
+        case FileFormat::kBigTiff:
+            return "Zelmor.Imaging.FileFormats.BigTiff.BigTiffImage";
+        case FileFormat::kWebp:
+            return "Zelmor.Imaging.FileFormats.Webp.WebPImage";
+        case FileFormat::kUndefined:
+            break;
+    }
+    return "";
+}
+
+// The class of a container's frames.
+const TypeInfo& frame_type_for(const TypeInfo& container) {
+    struct FrameClass {
+        const char* container;
+        const char* frame;
+    };
+    static constexpr FrameClass kClasses[] = {
+        {"Zelmor.Imaging.FileFormats.Tiff.TiffImage", "Zelmor.Imaging.FileFormats.Tiff.TiffFrame"},
+        {"Zelmor.Imaging.FileFormats.Gif.GifImage", "Zelmor.Imaging.FileFormats.Gif.Blocks.GifFrameBlock"},
+        {"Zelmor.Imaging.FileFormats.Webp.WebPImage", "Zelmor.Imaging.FileFormats.Webp.WebPFrameBlock"},
+        {"Zelmor.Imaging.FileFormats.Apng.ApngImage", "Zelmor.Imaging.FileFormats.Apng.ApngFrame"},
+    };
+    for (const FrameClass& known : kClasses) {
+        const TypeInfo* type = find_type(known.container);
+        const TypeInfo* frame = find_type(known.frame);
+        if (type && frame && is_assignable(*type, container)) {
+            return *frame;
+        }
+    }
+    return require_type("Zelmor.Imaging.RasterCachedImage");
+}
+
+// The class of the format where the catalogue has it, and the class that all of them derive from otherwise.
+const TypeInfo& type_for(const imagework::FileFacts& facts) {
+    const TypeInfo* type = find_type(type_name_of(facts));
+    return type ? *type : require_type("Zelmor.Imaging.RasterCachedImage");
+}
+
+}  // namespace
+
+void throw_picture_error(const imagework::PictureError& error, const std::string& subject) {
+    std::string text = subject.empty() ? error.what() : subject + ": " + error.what() + ".";
+    switch (error.kind()) {
+        case Failure::kDamaged:
+            throw ManagedException("ImageLoadException", text);
+        case Failure::kUnsupported:
+            throw ManagedException("NotSupportedException", text);
+        case Failure::kArgument:
+            throw_out_of_range(error.parameter(), text);
+        case Failure::kTooLarge:
+            throw ManagedException("OutOfMemoryException", text);
+        case Failure::kEncoding:
+            throw ManagedException("ImageSaveException", text);
+        case Failure::kInternal:
+            break;
+    }
+    throw ManagedException("ImageException", text);
+}
+
+FileFormat file_format_of(const imagework::FileFacts& facts) {
+    switch (facts.format) {
+        case Format::kBmp:
+            return FileFormat::kBmp;
+        case Format::kGif:
+            return FileFormat::kGif;
+        case Format::kJpeg:
+            return FileFormat::kJpeg;
+        case Format::kPng:
+            return facts.is_apng ? FileFormat::kApng : FileFormat::kPng;
+        case Format::kTiff:
+            return facts.is_big_tiff ? FileFormat::kBigTiff : FileFormat::kTiff;
+        case Format::kWebp:
+            return FileFormat::kWebp;
+        case Format::kUnknown:
+            break;
+    }
+    return FileFormat::kUndefined;
+}
+
+ImageObject::ImageObject(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
+    : ImageObject(type_for(facts), std::move(picture), std::move(facts)) {}
+
+ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
+    : ImageBase(type), palette(facts.palette), m_picture(std::move(picture)), m_facts(std::move(facts)) {
+    if (m_facts.transparent_color) {
+        set_property(*this, "HasTransparentColor", true);
+        set_property(*this, "TransparentColor", box(ColorValue::from_argb(*m_facts.transparent_color)));
+    }
+    // How often the file says that its animation is shown.
+    const auto* encoding = m_facts.encoding ? &*m_facts.encoding : nullptr;
+    if (const auto* gif = std::get_if<imagework::GifEncoding>(encoding); gif && has_property(*this, "LoopsCount")) {
+        set_property(*this, "LoopsCount", int64_t{gif->loops.value_or(0)});
+    }
+    if (const auto* png = std::get_if<imagework::PngEncoding>(encoding); png && has_property(*this, "NumPlays")) {
+        set_property(*this, "NumPlays", int64_t{png->plays});
+    }
+}
+
+ImageObject& detail::Arg<ImageObject&>::read(Handle value) {
+    ManagedObject& object = require_object(value);
+    if (auto* image = dynamic_cast<ImageObject*>(&object)) {
+        return *image;
+    }
+    if (dynamic_cast<ImageBase*>(&object)) {
+        throw_not_supported(std::string("Working on a ") + object.type().name + ", which has no pixels,");
+    }
+    throw_invalid_cast(object.type().full_name, ImageObject::kManagedName);
+}
+
+int32_t ImageObject::image_width() const {
+    return frame_count() == 0 ? static_cast<int32_t>(m_facts.width) : picture().width();
+}
+int32_t ImageObject::image_height() const {
+    return frame_count() == 0 ? static_cast<int32_t>(m_facts.height) : picture().height();
+}
+
+ImageObject::~ImageObject() {
+    release_frames();
+}
+
+void ImageObject::release_frames() {
+    for (const Ref<ImageObject>& frame : m_frames) {
+        frame->m_container = nullptr;
+    }
+    m_frames.clear();
+}
+
+imagework::Picture& ImageObject::picture() const {
+    require_live();
+    if (!m_has_frames) {
+        return *m_picture;
+    }
+    if (m_active >= m_frames.size()) {
+        throw_invalid_operation("The image has no frames.");
+    }
+    return m_frames[m_active]->picture();
+}
+
+void ImageObject::set_picture(std::unique_ptr<imagework::Picture> picture) {
+    require_live();
+    if (!m_has_frames) {
+        m_picture = std::move(picture);
+    } else if (m_active < m_frames.size()) {
+        m_frames[m_active]->set_picture(std::move(picture));
+    } else {
+        throw_invalid_operation("The image has no frames.");
+    }
+}
+
+bool ImageObject::is_container() const {
+    static const TypeInfo& container = require_type("Zelmor.Imaging.RasterCachedMultipageImage");
+    return is_assignable(container, type());
+}
+
+size_t ImageObject::frame_count() const {
+    require_live();
+    if (m_has_frames) {
+        return m_frames.size();
+    }
+    if (m_source.empty()) {
+        return 1;
+    }
+    return static_cast<size_t>(std::max({1, m_picture->frame_count(), m_facts.frame_count}));
+}
+
+const std::vector<Ref<ImageObject>>& ImageObject::frames() {
+    require_live();
+    if (m_has_frames) {
+        return m_frames;
+    }
+    std::vector<imagework::Frame> decoded;
+    std::vector<imagework::FileFacts> facts;
+    if (frame_count() > 1) {
+        decoded = image_backend().decode_frames(m_source, m_source_options);
+        facts = imagework::probe_pages(m_source);
+        // What was done to the first picture so far stays done.
+        decoded[0].picture = std::move(m_picture);
+    } else {
+        decoded.push_back({std::move(m_picture), duration});
+        facts.push_back(m_facts);
+    }
+    adopt_frames(std::move(decoded), facts);
+    return m_frames;
+}
+
+void ImageObject::adopt_frames(std::vector<imagework::Frame> decoded, const std::vector<imagework::FileFacts>& facts) {
+    m_frames.reserve(decoded.size());
+    for (imagework::Frame& one : decoded) {
+        Ref<ImageObject> frame = make_frame(std::move(one.picture), facts[std::min(m_frames.size(), facts.size() - 1)]);
+        frame->duration = one.duration;
+        frame->m_container = this;
+        m_frames.push_back(std::move(frame));
+    }
+    m_has_frames = true;
+    m_picture.reset();
+    m_source = {};
+}
+
+Ref<ImageObject> ImageObject::make_frame(std::unique_ptr<imagework::Picture> picture,
+                                         imagework::FileFacts facts) const {
+    return make_ref<ImageObject>(frame_type_for(type()), std::move(picture), std::move(facts));
+}
+
+void ImageObject::insert_frame(size_t index, Ref<ImageObject> frame) {
+    frames();
+    frame->require_live();
+    if (frame->m_container) {
+        throw_argument("The frame is part of an image already. (Parameter 'frame')");
+    }
+    frame->m_container = this;
+    const bool shifts = index <= m_active && !m_frames.empty();
+    m_frames.insert(m_frames.begin() + static_cast<std::ptrdiff_t>(index), std::move(frame));
+    if (shifts) {
+        ++m_active;
+    }
+}
+
+Ref<ImageObject> ImageObject::take_frame(size_t index) {
+    frames();
+    Ref<ImageObject> frame = m_frames[index];
+    m_frames.erase(m_frames.begin() + static_cast<std::ptrdiff_t>(index));
+    frame->m_container = nullptr;
+    if (m_active > index || (m_active == index && m_active == m_frames.size() && m_active > 0)) {
+        --m_active;
+    }
+    return frame;
+}
+
+std::optional<size_t> ImageObject::index_of(const ImageObject& frame) {
+    if (frame.m_container != this) {
+        return std::nullopt;
+    }
+    for (size_t i = 0; i < m_frames.size(); ++i) {
+        if (m_frames[i].get() == &frame) {
+            return i;
+        }
+    }
+    return std::nullopt;
+}
+
+void ImageObject::set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options) {
+    m_source = std::move(bytes);
+    m_source_options = options;
+}
+
+Argb color_property(const ManagedObject& object, std::string_view name) {
+    const Ref<ManagedObject> color = property_object(object, name);
+    return color ? unbox<ColorValue>(*color).argb : 0;
+}
+
+Argb ImageObject::canvas_background() const {
+    if (property_bool(*this, "HasBackgroundColor")) {
+        return color_property(*this, "BackgroundColor");
+    }
+    return picture().has_alpha() ? 0 : imagework::kWhite;
+}
+
+Argb ImageObject::flat_background() const {
+    return property_bool(*this, "HasBackgroundColor") ? color_property(*this, "BackgroundColor") : imagework::kWhite;
+}
+
+std::optional<Argb> ImageObject::transparent_color() const {
+    if (!property_bool(*this, "HasTransparentColor")) {
+        return std::nullopt;
+    }
+    const Argb color = color_property(*this, "TransparentColor");
+    // Of a loaded file it is clear in the alpha channel, and other pixels of that color are not meant.
+    if (m_facts.transparent_color && (*m_facts.transparent_color & 0xFFFFFF) == (color & 0xFFFFFF)) {
+        return std::nullopt;
+    }
+    return color;
+}
+
+void ImageObject::on_dispose() {
+    for (const Ref<ImageObject>& frame : m_frames) {
+        frame->dispose();
+    }
+    release_frames();
+    m_picture.reset();
+    m_source = {};
+    target_stream = nullptr;
+    source_stream = nullptr;
+    if (delete_target) {
+        ::unlink(target_path.c_str());
+    }
+}
+
+std::string size_text(int64_t width, int64_t height) {
+    return std::to_string(width) + " by " + std::to_string(height);
+}
+
+}  // namespace zelmor::embed

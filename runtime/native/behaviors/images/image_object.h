@@ -1,0 +1,149 @@
+// An image of the embedded runtime: a picture of the backend with what is known about its file, or several.
+//
+// Properties that only store a value stay in the record; what follows from the pixels or the file is behavior. An
+// image of a format that can have several frames becomes a container of frame objects when these are first asked for;
+// its own picture is that of the active frame from then on.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "runtime/native/behaviors/images/image_base.h"
+#include "runtime/native/core/records.h"
+#include "runtime/native/core/stream.h"
+#include "runtime/native/core/values.h"
+#include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/probe/probe.h"
+
+namespace zelmor::embed {
+
+struct ImageMetadata;
+
+// Values of the enumeration FileFormat.
+enum class FileFormat : uint64_t {
+    kUndefined = 0,
+    kBmp = 0x2,
+    kGif = 0x4,
+    kJpeg = 0x8,
+    kPng = 0x10,
+    kTiff = 0x20,
+    kWebp = 0x800,
+    kApng = 0x800000,
+    kBigTiff = 0x80000000,
+};
+
+FileFormat file_format_of(const imagework::FileFacts& facts);
+
+class ImageObject final : public ImageBase {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.RasterImage";
+
+    // Of the type that belongs to the format, or of the nearest that there is.
+    ImageObject(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);
+    // Of a type of its own, such as a frame.
+    ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);
+    ~ImageObject() override;
+
+    // An image that has lost its last frame is as large as it was made. The depth is the file's, as long as the image
+    // belongs to one; its pixels in memory may be wider.
+    int32_t image_width() const override;
+    int32_t image_height() const override;
+    int32_t image_bits() const override { return m_facts.bits_per_pixel; }
+    FileFormat image_format() const override { return file_format_of(m_facts); }
+    ImageBase* image_container() const override { return m_container; }
+
+    // The picture, of a container the active frame's; ObjectDisposedException once the image is disposed,
+    // InvalidOperationException where there is no frame.
+    imagework::Picture& picture() const;
+    void set_picture(std::unique_ptr<imagework::Picture> picture);
+    const imagework::FileFacts& facts() const { return m_facts; }
+    imagework::FileFacts& facts() { return m_facts; }
+
+    // Runs a step on the picture, or on those of all frames; a failure leaves every one as it was.
+    template <class Step>
+    void change(Step&& step) {
+        if (frame_count() == 1) {
+            return step(picture());
+        }
+        std::vector<std::unique_ptr<imagework::Picture>> changed;
+        for (const Ref<ImageObject>& frame : frames()) {
+            changed.push_back(frame->picture().copy());
+            step(*changed.back());
+        }
+        for (size_t i = 0; i < changed.size(); ++i) {
+            m_frames[i]->set_picture(std::move(changed[i]));
+        }
+    }
+
+    // Frames. Images of other formats have one, themselves.
+    bool is_container() const;
+    size_t frame_count() const;  // needs no decoding
+    const std::vector<Ref<ImageObject>>& frames();
+    size_t active_index() const { return m_active; }
+    void set_active_index(size_t index) { m_active = index; }
+    // Takes a frame in; ArgumentException for one that is part of an image already.
+    void insert_frame(size_t index, Ref<ImageObject> frame);
+    Ref<ImageObject> take_frame(size_t index);
+    // The index of a frame of this image, or nothing.
+    std::optional<size_t> index_of(const ImageObject& frame);
+    // A new frame of the kind that belongs to this image, not yet part of it.
+    Ref<ImageObject> make_frame(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts) const;
+    // Makes frames of decoded pictures; `facts` are those of each, the last one also of those behind it.
+    void adopt_frames(std::vector<imagework::Frame> decoded, const std::vector<imagework::FileFacts>& facts);
+    // The file's bytes, from which the frames behind the first are decoded when they are needed.
+    void set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options);
+    // The image that this one is a frame of, or null.
+    ImageObject* container() const { return m_container; }
+
+    // Of a frame of an animation.
+    int32_t duration = 0;  // milliseconds
+    int32_t left = 0;
+    int32_t top = 0;
+
+    // Where save() without a target goes: the file that the image was loaded from or created for.
+    std::string target_path;
+    bool delete_target = false;  // it is deleted with the image
+    // The same for an image that was created over a stream.
+    Ref<ManagedStream> target_stream;
+    // What the image was loaded from, if that was a stream.
+    Ref<ManagedStream> source_stream;
+
+    // The colors of an image whose pixels stand for indices; empty for true color.
+    std::vector<imagework::Argb> palette;
+    // EXIF and XMP of the file, of an image that was loaded; null where it had none.
+    std::shared_ptr<ImageMetadata> metadata;
+
+    // What stands behind the picture where a format has no alpha or a canvas grows: the background color if there is
+    // one. A canvas with alpha grows transparent otherwise, one without white.
+    imagework::Argb canvas_background() const;
+    imagework::Argb flat_background() const;
+    // The color that is to be written as transparent, unless the alpha channel has it already.
+    std::optional<imagework::Argb> transparent_color() const;
+
+    void on_dispose() override;
+
+ private:
+    void release_frames();
+
+    std::unique_ptr<imagework::Picture> m_picture;  // moves to the first frame
+    imagework::FileFacts m_facts;
+    std::vector<Ref<ImageObject>> m_frames;
+    size_t m_active = 0;
+    bool m_has_frames = false;
+    ImageObject* m_container = nullptr;  // holds this frame, or lets go of it before it ends
+    std::vector<uint8_t> m_source;
+    imagework::DecodeOptions m_source_options;
+};
+
+// "40 by 30"; for messages.
+std::string size_text(int64_t width, int64_t height);
+
+// A color property of an object, as 0xAARRGGBB.
+imagework::Argb color_property(const ManagedObject& object, std::string_view name);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H

@@ -1,0 +1,121 @@
+// The palette of an image, and bringing its colors down to few.
+//
+// Pixels are always kept as colors. An image is an indexed one as long as it has a palette in which all of them are.
+#include <algorithm>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+using imagework::Argb;
+using imagework::Picture;
+
+namespace {
+
+bool use_palette(ImageObject& self) {
+    const Picture& picture = self.picture();
+    return !self.palette.empty() && picture.has_only(self.palette);
+}
+
+Interface palette(ImageObject& self) {
+    if (!use_palette(self)) {
+        return {nullptr};
+    }
+    return {make_ref<PaletteObject>(self.palette)};
+}
+
+// A vector image has no indices that a palette could stand for.
+bool get_use_palette(ImageBase& self) {
+    self.require_live();
+    auto* image = dynamic_cast<ImageObject*>(&self);
+    return image && use_palette(*image);
+}
+Interface get_palette(ImageBase& self) {
+    self.require_live();
+    auto* image = dynamic_cast<ImageObject*>(&self);
+    return image ? palette(*image) : Interface();
+}
+
+// Each pixel keeps its index, or gets the index of the color that is nearest to its own.
+void put_palette(ImageObject& self, const VariantArg* argument, bool update_colors) {
+    self.require_live();
+    const Ref<PaletteObject> object = read_palette(argument);
+    if (!object) {
+        self.palette.clear();
+        return;
+    }
+    const std::vector<Argb>& colors = object->entries;
+    if (colors.empty() || colors.size() > 256) {
+        throw_argument("A palette of " + std::to_string(colors.size()) +
+                       " entries is not one of 1 to 256. (Parameter 'palette')");
+    }
+    const std::vector<Argb> before = self.palette;
+    const bool keep_indices = !update_colors && use_palette(self);
+    self.change([&](Picture& picture) {
+        if (!keep_indices) {
+            return picture.reduce(colors, false);
+        }
+        const std::vector<uint8_t> indices = picture.indices(before, false);
+        const uint8_t most = *std::max_element(indices.begin(), indices.end());
+        if (most >= colors.size()) {
+            throw_argument("The image has pixels of the index " + std::to_string(most) + ", the palette has " +
+                           std::to_string(colors.size()) + " entries. (Parameter 'palette')");
+        }
+        picture.paint(indices, colors);
+    });
+    self.palette = colors;
+}
+void set_palette_property(ImageObject& self, const VariantArg* value) {
+    put_palette(self, value, false);
+}
+
+// The values of DitheringMethod.
+constexpr int32_t kThreshold = 0, kFloydSteinberg = 1;
+
+void dither_with(ImageObject& self, int32_t dithering_method, int32_t bits_count, const VariantArg* custom_palette) {
+    self.require_live();
+    if (dithering_method != kThreshold && dithering_method != kFloydSteinberg) {
+        throw_out_of_range("dithering_method",
+                           "The value " + std::to_string(dithering_method) + " is not one of DitheringMethod.");
+    }
+    if (bits_count < 1 || bits_count > 8) {
+        throw_out_of_range("bits_count", "The value " + std::to_string(bits_count) + " is not between 1 and 8.");
+    }
+    const size_t most = size_t{1} << bits_count;
+    std::vector<Argb> colors;
+    if (const Ref<PaletteObject> given = custom_palette ? read_palette(custom_palette) : nullptr) {
+        colors = given->entries;
+        if (colors.empty() || colors.size() > most) {
+            throw_argument("A palette of " + std::to_string(colors.size()) + " entries does not fit " +
+                           std::to_string(bits_count) + " bits per pixel. (Parameter 'custom_palette')");
+        }
+    } else if (bits_count == 1) {
+        colors = monochrome_palette();
+    } else {
+        colors = self.picture().close_palette(static_cast<int>(most), self.picture().has_alpha());
+    }
+    self.change([&](Picture& picture) { picture.reduce(colors, dithering_method == kFloydSteinberg); });
+    self.palette = colors;
+    self.facts().bits_per_pixel = bits_count;
+}
+void dither(ImageObject& self, int32_t dithering_method, int32_t bits_count) {
+    dither_with(self, dithering_method, bits_count, nullptr);
+}
+
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
+const BehaviorTable table(Assembly::kImaging, {
+                                                  {kImage, "get_UsePalette", image_entry<&get_use_palette>()},
+                                                  {kImage, "get_Palette", image_entry<&get_palette>()},
+                                                  {kImage, "set_Palette", image_entry<&set_palette_property>()},
+                                                  {kImage, "call_000_SetPalette", image_entry<&put_palette>()},
+                                                  {kRaster, "call_000_Dither", image_entry<&dither>()},
+                                                  {kRaster, "call_001_Dither", image_entry<&dither_with>()},
+                                              });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,110 @@
+// What an image tells of itself, and the properties that need no pixels to be worked on.
+#include <cmath>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+int32_t width(ImageBase& self) {
+    self.require_live();
+    return self.image_width();
+}
+int32_t height(ImageBase& self) {
+    self.require_live();
+    return self.image_height();
+}
+SizeValue size(ImageBase& self) {
+    return {width(self), height(self)};
+}
+RectangleValue bounds(ImageBase& self) {
+    return {0, 0, width(self), height(self)};
+}
+int32_t bits_per_pixel(ImageBase& self) {
+    self.require_live();
+    return self.image_bits();
+}
+FileFormat file_format(ImageBase& self) {
+    self.require_live();
+    return self.image_format();
+}
+
+// An image that was loaded or created stands for itself; frames of others have a container.
+Ref<ImageBase> container(ImageBase& self) {
+    self.require_live();
+    return Ref<ImageBase>(self.image_container());
+}
+
+// Pixels are always decoded into memory; those of further frames when they are first asked for.
+bool is_cached(ImageBase& self) {
+    self.require_live();
+    return true;
+}
+void cache_data(ImageBase& self) {
+    self.require_live();
+    if (auto* image = dynamic_cast<ImageObject*>(&self); image && image->frame_count() > 1) {
+        image->frames();
+    }
+}
+float checked_resolution(double value, const char* parameter) {
+    if (!(value > 0.0) || std::isinf(value)) {
+        throw_out_of_range(parameter,
+                           "The value " + to_utf8(number_text(value)) + " is no positive number of dots per inch.");
+    }
+    return static_cast<float>(value);
+}
+float horizontal_resolution(ImageObject& self) {
+    return static_cast<float>(self.picture().resolution().horizontal);
+}
+float vertical_resolution(ImageObject& self) {
+    return static_cast<float>(self.picture().resolution().vertical);
+}
+void set_resolution(ImageObject& self, double dpi_x, double dpi_y) {
+    checked_resolution(dpi_x, "dpi_x");
+    checked_resolution(dpi_y, "dpi_y");
+    self.change([&](imagework::Picture& picture) { picture.set_resolution({dpi_x, dpi_y}); });
+}
+void set_horizontal_resolution(ImageObject& self, float value) {
+    set_resolution(self, checked_resolution(value, "value"), self.picture().resolution().vertical);
+}
+void set_vertical_resolution(ImageObject& self, float value) {
+    set_resolution(self, self.picture().resolution().horizontal, checked_resolution(value, "value"));
+}
+
+bool has_alpha(ImageObject& self) {
+    return self.picture().has_alpha();
+}
+float image_opacity(ImageObject& self) {
+    return static_cast<float>(self.picture().opacity());
+}
+
+constexpr const char* kSupporter = "Zelmor.Imaging.DataStreamSupporter";
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kSupporter, "call_000_CacheData", image_entry<&cache_data>()},
+                              {kSupporter, "get_IsCached", image_entry<&is_cached>()},
+                              {kImage, "get_Width", image_entry<&width>()},
+                              {kImage, "get_Height", image_entry<&height>()},
+                              {kImage, "get_Size", image_entry<&size>()},
+                              {kImage, "get_Bounds", image_entry<&bounds>()},
+                              {kImage, "get_BitsPerPixel", image_entry<&bits_per_pixel>()},
+                              {kImage, "get_FileFormat", image_entry<&file_format>()},
+                              {kImage, "get_Container", image_entry<&container>()},
+                              {kRaster, "get_HorizontalResolution", image_entry<&horizontal_resolution>()},
+                              {kRaster, "set_HorizontalResolution", image_entry<&set_horizontal_resolution>()},
+                              {kRaster, "get_VerticalResolution", image_entry<&vertical_resolution>()},
+                              {kRaster, "set_VerticalResolution", image_entry<&set_vertical_resolution>()},
+                              {kRaster, "call_000_SetResolution", image_entry<&set_resolution>()},
+                              {kRaster, "get_HasAlpha", image_entry<&has_alpha>()},
+                              {kRaster, "get_ImageOpacity", image_entry<&image_opacity>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,196 @@
+// Loading images, and what can be said of a file without decoding it.
+#include "runtime/native/behaviors/images/loading.h"
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_source.h"
+#include "runtime/native/behaviors/images/registries.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "runtime/native/core/files.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using namespace imagework;
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+using FileBytes = std::vector<uint8_t>;
+
+std::string shown(const Path& path) {
+    return "'" + to_utf8(*path) + "'";
+}
+
+DecodeOptions decode_options(const Record* load_options) {
+    DecodeOptions options;
+    if (!load_options) {
+        return options;
+    }
+    switch (property_int(*load_options, "DataRecoveryMode")) {
+        case 1:
+            options.recovery = Recovery::kConsistent;
+            break;
+        case 2:
+            options.recovery = Recovery::kMaximal;
+            break;
+        default:
+            break;
+    }
+    options.background = color_property(*load_options, "DataBackgroundColor");
+    options.convert_profile = property_bool(*load_options, "UseIccProfileConversion");
+    return options;
+}
+
+[[noreturn]] void throw_load_error(const PictureError& error, const std::string& subject) {
+    if (error.kind() == Failure::kTooLarge) {  // the file is at fault, not a lack of memory
+        throw_picture_error(PictureError(Failure::kDamaged, error.what()), subject);
+    }
+    throw_picture_error(error, subject);
+}
+
+// An animation whose first frame is another picture than the one that plain PNG readers show.
+bool hides_its_first_picture(const FileFacts& facts, const DecodeOptions& options) {
+    return facts.is_apng && options.recovery == Recovery::kNone;
+}
+
+// What there is no loader for is refused before more than its header is read.
+FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const std::string& subject) {
+    try {
+        PictureSource source(std::move(stream));
+        FileBytes data = source.picture(decode_options(load_options), [](const FileFacts& facts) {
+            if (facts.format != Format::kUnknown) {
+                require_registered(Trade::kLoading, file_format_of(facts));
+            }
+        });
+        return data;
+    } catch (const PictureError& error) {
+        throw_load_error(error, subject);
+    }
+}
+
+Ref<ManagedStream> opened(const std::string& path) {
+    return open_file_stream(path, FileUse::kRead, "read");
+}
+
+FileFacts facts_of_path(const Path& file_path) {
+    return PictureSource(opened(file_path_of(file_path, "file_path"))).facts();
+}
+
+}  // namespace
+
+Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject) {
+    try {
+        if (data.empty()) {
+            throw PictureError(Failure::kDamaged, "there is no data in it");
+        }
+        const DecodeOptions options = decode_options(load_options);
+        FileFacts facts = probe(data);
+        if (facts.format != Format::kUnknown) {
+            require_registered(Trade::kLoading, file_format_of(facts));
+        }
+        auto metadata = keep_metadata(data);
+        if (hides_its_first_picture(facts, options)) {
+            std::vector<Frame> frames = image_backend().decode_frames(data, options);
+            auto image = make_ref<ImageObject>(frames[0].picture->copy(), std::move(facts));
+            image->adopt_frames(std::move(frames), {image->facts()});
+            image->metadata = std::move(metadata);
+            return image;
+        }
+        auto picture = image_backend().decode(data, options);
+        const bool several = picture->frame_count() > 1;
+        auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+        image->metadata = std::move(metadata);
+        if (several && image->is_container()) {
+            image->set_source(std::move(data), options);
+        }
+        return image;
+    } catch (const PictureError& error) {
+        throw_load_error(error, subject);
+    }
+}
+
+Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
+                               const char* parameter) {
+    std::string path = file_path_of(file_path, parameter);
+    const std::string subject = "Cannot load " + shown(file_path);
+    auto image = decoded_image(bytes_of(opened(path), load_options, subject), load_options, subject);
+    image->target_path = std::move(path);
+    return image;
+}
+
+Ref<ImageObject> image_of_stream(const Ref<ManagedStream>& stream, const Record* load_options) {
+    const std::string subject = "Cannot load the image from the stream";
+    auto image = decoded_image(bytes_of(stream, load_options, subject), load_options, subject);
+    image->source_stream = stream;
+    return image;
+}
+
+namespace {
+
+Ref<ImageObject> load_path(const Path& file_path) {
+    return image_of_file(file_path, nullptr, "file_path");
+}
+Ref<ImageObject> load_path_with_options(const Path& file_path, Record* load_options) {
+    return image_of_file(file_path, load_options, "file_path");
+}
+
+Ref<ImageObject> load_stream_with_options(const VariantArg* stream, Record* load_options) {
+    return image_of_stream(read_stream(stream), load_options);
+}
+Ref<ImageObject> load_stream(const VariantArg* stream) {
+    return load_stream_with_options(stream, nullptr);
+}
+
+// A file that is there is asked by its header; one that is not there is an error, as it is for load().
+bool is_loadable(const FileFacts& facts) {
+    return facts.readable && is_registered(Trade::kLoading, file_format_of(facts));
+}
+bool can_load_path(const Path& file_path) {
+    return is_loadable(facts_of_path(file_path));
+}
+bool can_load_path_with_options(const Path& file_path, Record*) {
+    return can_load_path(file_path);
+}
+
+bool can_load_stream(const VariantArg* stream) {
+    return is_loadable(facts_ahead(read_stream(stream)));
+}
+bool can_load_stream_with_options(const VariantArg* stream, Record*) {
+    return can_load_stream(stream);
+}
+
+FileFormat get_file_format(const Path& file_path) {
+    return file_format_of(facts_of_path(file_path));
+}
+FileFormat get_file_format_of_stream(const VariantArg* stream) {
+    return file_format_of(facts_ahead(read_stream(stream)));
+}
+
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kImage, "call_000_Load", image_entry<&load_path_with_options>()},
+                              {kImage, "call_001_Load", image_entry<&load_path>()},
+                              {kImage, "call_002_Load", image_entry<&load_stream_with_options>()},
+                              {kImage, "call_003_Load", image_entry<&load_stream>()},
+                              {kImage, "call_000_LoadWithOptions", image_entry<&load_path_with_options>()},
+                              {kImage, "call_000_LoadStreamWithOptions", image_entry<&load_stream_with_options>()},
+                              {kImage, "call_000_LoadStream", image_entry<&load_stream>()},
+                              {kImage, "call_000_CanLoad", image_entry<&can_load_path>()},
+                              {kImage, "call_001_CanLoad", image_entry<&can_load_path_with_options>()},
+                              {kImage, "call_002_CanLoad", image_entry<&can_load_stream>()},
+                              {kImage, "call_003_CanLoad", image_entry<&can_load_stream_with_options>()},
+                              {kImage, "call_000_CanLoadWithOptions", image_entry<&can_load_path_with_options>()},
+                              {kImage, "call_000_CanLoadStream", image_entry<&can_load_stream>()},
+                              {kImage, "call_000_CanLoadStreamWithOptions",
+                               image_entry<&can_load_stream_with_options>()},
+                              {kImage, "call_000_GetFileFormat", image_entry<&get_file_format>()},
+                              {kImage, "call_001_GetFileFormat", image_entry<&get_file_format_of_stream>()},
+                              {kImage, "call_000_GetFileFormatOfStream", image_entry<&get_file_format_of_stream>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,120 @@
+// Pages of any image that can have several, and the making of an image from others.
+#include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+ImageObject& required_image(ImageObject* image, const char* parameter) {
+    if (!image) {
+        throw_argument_null(parameter);
+    }
+    image->require_live();
+    return *image;
+}
+
+size_t checked_index(ImageObject& image, int32_t index, const char* parameter, bool behind_last) {
+    const size_t count = image.frames().size();
+    if (index < 0 || static_cast<size_t>(index) >= count + (behind_last ? 1 : 0)) {
+        throw_out_of_range(parameter, "The value " + std::to_string(index) +
+                                          " is not the index of one of the image's " + std::to_string(count) +
+                                          " frames.");
+    }
+    return static_cast<size_t>(index);
+}
+
+Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& source) {
+    Ref<ImageObject> frame = container.make_frame(source.picture().copy(), source.facts());
+    frame->palette = source.palette;
+    frame->duration = source.duration;
+    return frame;
+}
+
+Collection frame_array(ImageObject& image, const char* element) {
+    std::vector<Value> items;
+    for (const Ref<ImageObject>& frame : image.frames()) {
+        items.emplace_back(Ref<ManagedObject>(frame));
+    }
+    return {Ref<ManagedObject>(
+        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kClass, element), std::move(items)))};
+}
+
+Ref<ImageObject> make_container(const char* type, imagework::FileFacts facts, Ref<ImageObject> first) {
+    auto image = make_ref<ImageObject>(require_type(type), nullptr, std::move(facts));
+    image->adopt_frames({}, {});
+    image->insert_frame(0, std::move(first));
+    return image;
+}
+
+void append_frame(ImageObject& image, Ref<ImageObject> frame) {
+    image.insert_frame(image.frames().size(), std::move(frame));
+}
+
+namespace {
+
+int32_t page_count(ImageObject& self) {
+    return static_cast<int32_t>(self.frame_count());
+}
+Collection pages(ImageObject& self) {
+    return frame_array(self, "Zelmor.Imaging.Image");
+}
+
+// Pages of any kind make a TIFF image, which is the one that takes pages of any size.
+Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dispose_images) {
+    static const ElementType& element = element_of(Wire::kClass, "Zelmor.Imaging.Image");
+    std::vector<Ref<ImageObject>> sources;
+    for (const Value& value : read_elements(images, element, "images")) {
+        if (is_null(value)) {
+            throw_argument_null("images");
+        }
+        auto& source = cast_object<ImageObject>(*std::get<Ref<ManagedObject>>(value));
+        source.require_live();
+        sources.emplace_back(&source);
+    }
+    if (sources.empty()) {
+        throw_argument("There is no image to make one from. (Parameter 'images')");
+    }
+    imagework::FileFacts facts;
+    facts.format = imagework::Format::kTiff;
+    facts.readable = true;
+    facts.bits_per_pixel = sources[0]->facts().bits_per_pixel;
+    facts.encoding = imagework::TiffEncoding{};
+    auto image = make_ref<ImageObject>(require_type("Zelmor.Imaging.FileFormats.Tiff.TiffImage"), nullptr, facts);
+    image->adopt_frames({}, {});
+    for (const Ref<ImageObject>& source : sources) {
+        for (size_t i = 0; i < source->frame_count(); ++i) {
+            const ImageObject& page = source->frame_count() == 1 ? *source : *source->frames()[i];
+            Ref<ImageObject> frame = frame_copy(*image, page);
+            if (frame->facts().format != imagework::Format::kTiff) {
+                frame->facts().encoding = imagework::TiffEncoding{};
+            }
+            frame->facts().format = imagework::Format::kTiff;
+            append_frame(*image, std::move(frame));
+        }
+    }
+    image->set_active_index(0);
+    if (dispose_images) {
+        for (const Ref<ImageObject>& source : sources) {
+            source->dispose();
+        }
+    }
+    return image;
+}
+Ref<ImageObject> create_from_images(const VariantArg* images) {
+    return create_from_images_disposing(images, false);
+}
+
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kMultipage = "Zelmor.Imaging.RasterCachedMultipageImage";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kImage, "call_001_Create", image_entry<&create_from_images>()},
+                              {kImage, "call_002_Create", image_entry<&create_from_images_disposing>()},
+                              {kMultipage, "get_PageCount", image_entry<&page_count>()},
+                              {kMultipage, "get_Pages", image_entry<&pages>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,195 @@
+// MultiPageOptions and the ranges of numbers that it takes.
+#include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kOptions = "Zelmor.Imaging.ImageOptions.MultiPageOptions";
+constexpr const char* kDjvuOptions = "Zelmor.Imaging.ImageOptions.DjvuMultiPageOptions";
+constexpr const char* kRange = "Zelmor.Imaging.IntRange";
+
+// The values of MultiPageMode.
+constexpr int64_t kPages = 0, kTitles = 1, kRanges = 2, kAllPages = 4;
+
+Ref<ManagedObject> numbers(std::vector<int32_t> items) {
+    return Ref<ManagedObject>(make_array(std::move(items)));
+}
+
+// `count` numbers from `start` on, each by `delta` more than the one before.
+std::vector<int32_t> stepped(int32_t start, int32_t count, int32_t delta) {
+    if (count < 0) {
+        throw_out_of_range("count", "The value " + std::to_string(count) + " is negative.");
+    }
+    const int64_t last = start + int64_t{count - 1} * delta;
+    if (count > 0 && (last > INT32_MAX || last < INT32_MIN)) {
+        throw ManagedException("OverflowException", "The last number of the range is outside 32 bits.");
+    }
+    if (count > 10'000'000) {
+        throw_out_of_range("count", "The value " + std::to_string(count) + " is too large.");
+    }
+    std::vector<int32_t> result;
+    for (int32_t i = 0; i < count; ++i) {
+        result.push_back(static_cast<int32_t>(start + int64_t{i} * delta));
+    }
+    return result;
+}
+
+// ---- IntRange
+
+Ref<ManagedObject> make_range(std::vector<int32_t> items) {
+    Ref<ManagedObject> range = make_instance(kRange);
+    set_property(*range, "Range", numbers(std::move(items)));
+    return range;
+}
+Ref<ManagedObject> range_of_count(int32_t start, int32_t count) {
+    return make_range(stepped(start, count, 1));
+}
+Ref<ManagedObject> range_of_steps(int32_t start, int32_t count, int32_t delta) {
+    return make_range(stepped(start, count, delta));
+}
+Ref<ManagedObject> range_of_numbers(const VariantArg* range) {
+    return make_range(read_array<int32_t>(range, "range"));
+}
+Collection get_range(int32_t start, int32_t count, int32_t delta) {
+    return {numbers(stepped(start, count, delta))};
+}
+
+std::vector<int32_t> items_of(const ManagedObject& range) {
+    std::vector<int32_t> result;
+    for (const int64_t number : numbers_of(range, "Range").value_or(std::vector<int64_t>{})) {
+        result.push_back(static_cast<int32_t>(number));
+    }
+    return result;
+}
+
+// The number at an index, alone in an array.
+Collection one_item(Record& self, int32_t index) {
+    const std::vector<int32_t> items = items_of(self);
+    if (index < 0 || static_cast<size_t>(index) >= items.size()) {
+        throw_out_of_range("index", "The value " + std::to_string(index) + " is not the index of one of the range's " +
+                                        std::to_string(items.size()) + " numbers.");
+    }
+    return {numbers({items[static_cast<size_t>(index)]})};
+}
+
+// ---- MultiPageOptions
+
+Ref<ManagedObject> made(const char* type, int64_t mode, const char* property, Value value,
+                        const RectangleValue* area = nullptr) {
+    Ref<ManagedObject> options = make_instance(type);
+    set_property(*options, "Mode", mode);
+    if (property) {
+        set_property(*options, property, std::move(value));
+    }
+    if (area) {
+        set_property(*options, "ExportArea", box(*area));
+    }
+    return options;
+}
+
+std::vector<int32_t> joined(const VariantArg* ranges) {
+    static const ElementType& element = element_of(Wire::kClass, kRange);
+    std::vector<int32_t> result;
+    for (const Value& value : read_elements(ranges, element, "ranges")) {
+        if (is_null(value)) {
+            throw_argument_null("ranges");
+        }
+        for (const int32_t number : items_of(*std::get<Ref<ManagedObject>>(value))) {
+            result.push_back(number);
+        }
+    }
+    return result;
+}
+
+// The constructors of one class by the arguments that there are; T says which class.
+template <const char* const& T>
+struct Made {
+    static Ref<ManagedObject> all() { return made(T, kAllPages, nullptr, {}); }
+    static Ref<ManagedObject> by_pages(const VariantArg* pages) {
+        return made(T, kPages, "Pages", numbers(read_array<int32_t>(pages, "pages")));
+    }
+    static Ref<ManagedObject> by_pages_area(const VariantArg* pages, const RectangleValue& export_area) {
+        return made(T, kPages, "Pages", numbers(read_array<int32_t>(pages, "pages")), &export_area);
+    }
+    static Value titles(const VariantArg* page_titles) {
+        static const ElementType& element = element_of(Wire::kString);
+        if (!page_titles->value) {
+            throw_argument_null("page_titles");
+        }
+        return Ref<ManagedObject>(read_list(page_titles, element));
+    }
+    static Ref<ManagedObject> by_titles(const VariantArg* page_titles) {
+        return made(T, kTitles, "PageTitles", titles(page_titles));
+    }
+    static Ref<ManagedObject> by_titles_area(const VariantArg* page_titles, const RectangleValue& export_area) {
+        return made(T, kTitles, "PageTitles", titles(page_titles), &export_area);
+    }
+    static Ref<ManagedObject> by_ranges(const VariantArg* ranges) {
+        return made(T, kRanges, "Pages", numbers(joined(ranges)));
+    }
+    static Ref<ManagedObject> by_ranges_area(const VariantArg* ranges, const RectangleValue& export_area) {
+        return made(T, kRanges, "Pages", numbers(joined(ranges)), &export_area);
+    }
+    static Ref<ManagedObject> by_range(Record* range) {
+        if (!range) {
+            throw_argument_null("range");
+        }
+        return made(T, kRanges, "Pages", numbers(items_of(*range)));
+    }
+    static Ref<ManagedObject> by_range_area(Record* range, const RectangleValue& export_area) {
+        if (!range) {
+            throw_argument_null("range");
+        }
+        return made(T, kRanges, "Pages", numbers(items_of(*range)), &export_area);
+    }
+    static Ref<ManagedObject> by_page(int32_t page) { return made(T, kPages, "Pages", numbers({page})); }
+    static Ref<ManagedObject> by_page_area(int32_t page, const RectangleValue& export_area) {
+        return made(T, kPages, "Pages", numbers({page}), &export_area);
+    }
+};
+
+using Plain = Made<kOptions>;
+using Djvu = Made<kDjvuOptions>;
+
+void init_pages(Record& self, const VariantArg* ranges) {
+    set_property(self, "Pages", numbers(joined(ranges)));
+    set_property(self, "Mode", kRanges);
+}
+
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kRange, "ctor_000_IntRange", image_entry<&range_of_count>()},
+                              {kRange, "ctor_001_IntRange", image_entry<&range_of_steps>()},
+                              {kRange, "ctor_002_IntRange", image_entry<&range_of_numbers>()},
+                              {kRange, "call_000_GetRange", image_entry<&get_range>()},
+                              {kRange, "call_000_GetArrayOneItemFromIndex", image_entry<&one_item>()},
+                              {kOptions, "ctor_000_MultiPageOptions", image_entry<&Plain::all>()},
+                              {kOptions, "ctor_001_MultiPageOptions", image_entry<&Plain::by_pages>()},
+                              {kOptions, "ctor_002_MultiPageOptions", image_entry<&Plain::by_pages_area>()},
+                              {kOptions, "ctor_003_MultiPageOptions", image_entry<&Plain::by_titles>()},
+                              {kOptions, "ctor_004_MultiPageOptions", image_entry<&Plain::by_titles_area>()},
+                              {kOptions, "ctor_005_MultiPageOptions", image_entry<&Plain::by_ranges>()},
+                              {kOptions, "ctor_006_MultiPageOptions", image_entry<&Plain::by_ranges_area>()},
+                              {kOptions, "ctor_007_MultiPageOptions", image_entry<&Plain::by_range>()},
+                              {kOptions, "ctor_008_MultiPageOptions", image_entry<&Plain::by_range_area>()},
+                              {kOptions, "ctor_009_MultiPageOptions", image_entry<&Plain::by_page>()},
+                              {kOptions, "ctor_010_MultiPageOptions", image_entry<&Plain::by_page_area>()},
+                              {kOptions, "call_000_InitPages", image_entry<&init_pages>()},
+                              {kDjvuOptions, "ctor_000_DjvuMultiPageOptions", image_entry<&Djvu::all>()},
+                              {kDjvuOptions, "ctor_001_DjvuMultiPageOptions", image_entry<&Djvu::by_pages>()},
+                              {kDjvuOptions, "ctor_002_DjvuMultiPageOptions", image_entry<&Djvu::by_pages_area>()},
+                              {kDjvuOptions, "ctor_003_DjvuMultiPageOptions", image_entry<&Djvu::by_range>()},
+                              {kDjvuOptions, "ctor_004_DjvuMultiPageOptions", image_entry<&Djvu::by_range_area>()},
+                              {kDjvuOptions, "ctor_005_DjvuMultiPageOptions", image_entry<&Djvu::by_ranges>()},
+                              {kDjvuOptions, "ctor_006_DjvuMultiPageOptions", image_entry<&Djvu::by_ranges_area>()},
+                              {kDjvuOptions, "ctor_007_DjvuMultiPageOptions", image_entry<&Djvu::by_page>()},
+                              {kDjvuOptions, "ctor_008_DjvuMultiPageOptions", image_entry<&Djvu::by_page_area>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,156 @@
+// Choosing pages; see page_selection.h.
+#include "runtime/native/behaviors/images/page_selection.h"
+
+#include <algorithm>
+
+#include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+// The values of MultiPageMode.
+enum class PageMode : int64_t { kPages, kTitles, kRange, kTimeInterval, kAllPages };
+
+std::vector<size_t> numbered_pages(const ImageObject& image, const ManagedObject& options) {
+    const auto numbers = numbers_of(options, "Pages");
+    if (!numbers) {
+        return every_page(image);
+    }
+    std::vector<size_t> result;
+    for (const int64_t number : *numbers) {
+        if (number < 0 || static_cast<uint64_t>(number) >= image.frame_count()) {
+            throw_out_of_range("Pages", "The image has no page " + std::to_string(number) + "; its " +
+                                            std::to_string(image.frame_count()) + " pages are counted from 0.");
+        }
+        result.push_back(static_cast<size_t>(number));
+    }
+    return result;
+}
+
+// The frames that are to be seen at some time of the interval, which ends before its end.
+std::vector<size_t> pages_in_time(ImageObject& image, const ManagedObject& options) {
+    const Ref<ManagedObject> interval = property_object(options, "TimeInterval");
+    if (!interval) {
+        return every_page(image);
+    }
+    const int64_t from = property_int(*interval, "From");
+    const int64_t to = property_int(*interval, "To");
+    std::vector<size_t> result;
+    int64_t starts = 0;
+    const auto& frames = image.frames();
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const int64_t ends = starts + frames[i]->duration;
+        if (starts < to && ends > from) {
+            result.push_back(i);
+        }
+        starts = ends;
+    }
+    return result;
+}
+
+}  // namespace
+
+std::vector<size_t> every_page(const ImageObject& image) {
+    std::vector<size_t> result;
+    for (size_t i = 0; i < image.frame_count(); ++i) {
+        result.push_back(i);
+    }
+    return result;
+}
+
+std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& options) {
+    for (const char* name : {"PageTitles", "PageRasterizationOptions", "OutputLayersNames"}) {
+        if (!is_null(property(options, name))) {
+            throw_not_supported(std::string("A value of MultiPageOptions.") + name);
+        }
+    }
+    std::vector<size_t> result;
+    switch (static_cast<PageMode>(property_int(options, "Mode"))) {
+        case PageMode::kPages:
+        case PageMode::kRange:
+            result = numbered_pages(image, options);
+            break;
+        case PageMode::kTimeInterval:
+            result = pages_in_time(image, options);
+            break;
+        case PageMode::kTitles:
+            throw_not_supported("Choosing pages by their titles, which raster images do not have,");
+        case PageMode::kAllPages:
+            result = every_page(image);
+            break;
+        default:
+            throw_out_of_range("Mode", "The value of MultiPageOptions.Mode is not one of MultiPageMode.");
+    }
+    if (result.empty()) {
+        throw_argument("The MultiPageOptions choose no page of the image.");
+    }
+    return result;
+}
+
+std::optional<RectangleValue> export_area(const ManagedObject& options) {
+    const Ref<ManagedObject> area = property_object(options, "ExportArea");
+    if (!area) {
+        return std::nullopt;
+    }
+    const auto value = unbox<RectangleValue>(*area);
+    if (value == RectangleValue()) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::vector<Page> pages_of(ImageObject& image, const std::vector<size_t>& indices) {
+    std::vector<Page> pages;
+    if (image.frame_count() == 1) {
+        for (size_t i = 0; i < indices.size(); ++i) {
+            pages.push_back({image.picture().copy(), image.duration, &image});
+        }
+        return pages;
+    }
+    const auto& frames = image.frames();
+    for (const size_t index : indices) {
+        pages.push_back({frames[index]->picture().copy(), frames[index]->duration, frames[index].get()});
+    }
+    return pages;
+}
+
+void fit_to_canvas(std::vector<Page>& pages) {
+    int64_t width = 0;
+    int64_t height = 0;
+    for (const Page& page : pages) {
+        width = std::max(width, int64_t{page.source->left} + page.picture->width());
+        height = std::max(height, int64_t{page.source->top} + page.picture->height());
+    }
+    imagework::check_picture_size(width, height, 4);
+    const auto canvas_width = static_cast<int32_t>(width);
+    const auto canvas_height = static_cast<int32_t>(height);
+    const imagework::Picture* before = nullptr;
+    for (Page& page : pages) {
+        const int32_t left = page.source->left;
+        const int32_t top = page.source->top;
+        const bool covers = left == 0 && top == 0 && page.picture->width() == width && page.picture->height() == height;
+        if (!covers) {
+            auto canvas = before ? before->copy() : page.picture->copy();
+            if (!before) {
+                canvas->add_alpha();
+                canvas->replace_area({0, 0, canvas->width(), canvas->height()}, 0);
+                canvas->place(canvas_width, canvas_height, 0, 0, 0);
+            }
+            canvas->draw(*page.picture, left, top);
+            page.picture = std::move(canvas);
+        }
+        before = page.picture.get();
+    }
+}
+
+void merge(std::vector<Page>& pages) {
+    fit_to_canvas(pages);
+    for (size_t i = 1; i < pages.size(); ++i) {
+        pages[0].picture->draw(*pages[i].picture, 0, 0);
+    }
+    pages.resize(1);
+}
+
+}  // namespace zelmor::embed

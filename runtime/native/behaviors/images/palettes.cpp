@@ -1,0 +1,322 @@
+// ColorPalette, and the palettes that ColorPaletteHelper makes.
+#include "runtime/native/behaviors/images/palettes.h"
+
+#include <algorithm>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/values/cmyk.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/palette_search.h"
+
+namespace zelmor::embed {
+
+using imagework::Argb;
+
+PaletteObject::PaletteObject(std::vector<Argb> colors, bool is_compact)
+    : Record(require_type(kManagedName)), entries(std::move(colors)), compact(is_compact) {}
+
+bool PaletteObject::equals(const ManagedObject& other) const {
+    const auto* palette = dynamic_cast<const PaletteObject*>(&other);
+    return palette && palette->entries == entries && palette->compact == compact;
+}
+
+int32_t PaletteObject::hash_code() const {
+    uint32_t hash = compact ? 1 : 0;
+    for (const Argb entry : entries) {
+        hash = hash * 31 + entry;
+    }
+    return static_cast<int32_t>(hash);
+}
+
+Ref<PaletteObject> read_palette(const VariantArg* arg) {
+    const Ref<ManagedObject> object = read_object(arg, require_type("Zelmor.Imaging.IColorPalette"));
+    return object ? Ref<PaletteObject>(&cast_object<PaletteObject>(*object)) : nullptr;
+}
+
+Ref<PaletteObject> palette_property(const ManagedObject& object, std::string_view name) {
+    const Ref<ManagedObject> palette = property_object(object, name);
+    return palette ? Ref<PaletteObject>(&cast_object<PaletteObject>(*palette)) : nullptr;
+}
+
+std::vector<Argb> monochrome_palette() {
+    return {imagework::kBlack, imagework::kWhite};
+}
+
+std::vector<Argb> standard_palette(int bits) {
+    // The sixteen colors of VGA text, then a cube of six levels a channel, then grays between its own.
+    std::vector<Argb> palette = {0xFF000000, 0xFF800000, 0xFF008000, 0xFF808000, 0xFF000080, 0xFF800080,
+                                 0xFF008080, 0xFFC0C0C0, 0xFF808080, 0xFFFF0000, 0xFF00FF00, 0xFFFFFF00,
+                                 0xFF0000FF, 0xFFFF00FF, 0xFF00FFFF, 0xFFFFFFFF};
+    if (bits == 4) {
+        return palette;
+    }
+    for (Argb red = 0; red < 6; red++) {
+        for (Argb green = 0; green < 6; green++) {
+            for (Argb blue = 0; blue < 6; blue++) {
+                palette.push_back(0xFF000000 | (red << 16 | green << 8 | blue) * 0x33);
+            }
+        }
+    }
+    for (Argb level = 0; level < 24; level++) {
+        palette.push_back(0xFF000000 | (level * 10 + 8) * 0x010101);
+    }
+    return palette;
+}
+
+std::vector<Argb> gray_palette(int bits, bool min_is_white) {
+    std::vector<Argb> palette;
+    const Argb count = Argb{1} << bits;
+    for (Argb level = 0; level < count; level++) {
+        palette.push_back(0xFF000000 | level * 255 / (count - 1) * 0x010101);
+    }
+    if (min_is_white) {
+        std::reverse(palette.begin(), palette.end());
+    }
+    return palette;
+}
+
+namespace {
+
+std::vector<Argb> colors_of(const VariantArg* entries) {
+    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.Color");
+    std::vector<Argb> result;
+    for (const Value& value : read_elements(entries, element, "entries")) {
+        result.push_back(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(value)).argb);
+    }
+    return result;
+}
+std::vector<Argb> argb_of_integers(const VariantArg* entries) {
+    const std::vector<int32_t> items = read_array<int32_t>(entries, "argb_32_entries");
+    return {items.begin(), items.end()};
+}
+
+Ref<PaletteObject> from_integers_compact(const VariantArg* argb_32_entries, bool is_compact_palette) {
+    return make_ref<PaletteObject>(argb_of_integers(argb_32_entries), is_compact_palette);
+}
+Ref<PaletteObject> from_integers(const VariantArg* argb_32_entries) {
+    return from_integers_compact(argb_32_entries, false);
+}
+Ref<PaletteObject> from_colors_compact(const VariantArg* entries, bool is_compact_palette) {
+    return make_ref<PaletteObject>(colors_of(entries), is_compact_palette);
+}
+Ref<PaletteObject> from_colors(const VariantArg* entries) {
+    return from_colors_compact(entries, false);
+}
+
+const PaletteObject& required(const Ref<PaletteObject>& palette, const char* parameter) {
+    if (!palette) {
+        throw_argument_null(parameter);
+    }
+    return *palette;
+}
+Ref<PaletteObject> copy_palette_compact(const VariantArg* color_palette, bool use_compact_palette) {
+    const Ref<PaletteObject> palette = read_palette(color_palette);
+    return make_ref<PaletteObject>(required(palette, "color_palette").entries, use_compact_palette);
+}
+Ref<PaletteObject> copy_palette(const VariantArg* color_palette) {
+    const Ref<PaletteObject> palette = read_palette(color_palette);
+    return make_ref<PaletteObject>(required(palette, "color_palette").entries, palette->compact);
+}
+
+int32_t nearest_argb_index(PaletteObject& self, int32_t argb_32_color) {
+    if (self.entries.empty()) {
+        throw_invalid_operation("The palette has no entries.");
+    }
+    uint32_t least = 0xFFFFFFFF;
+    size_t best = 0;
+    for (size_t i = 0; i < self.entries.size(); ++i) {
+        const uint32_t distance = imagework::color_distance(static_cast<Argb>(argb_32_color), self.entries[i]);
+        if (distance < least) {
+            least = distance;
+            best = i;
+        }
+    }
+    return static_cast<int32_t>(best);
+}
+int32_t nearest_color_index(PaletteObject& self, const ColorValue& color) {
+    return nearest_argb_index(self, static_cast<int32_t>(color.argb));
+}
+Argb entry_at(const PaletteObject& self, int32_t index) {
+    if (index < 0 || static_cast<size_t>(index) >= self.entries.size()) {
+        throw_out_of_range("index", "The value " + std::to_string(index) +
+                                        " is not the index of one of the palette's " +
+                                        std::to_string(self.entries.size()) + " entries.");
+    }
+    return self.entries[static_cast<size_t>(index)];
+}
+int32_t argb_32_color(PaletteObject& self, int32_t index) {
+    return static_cast<int32_t>(entry_at(self, index));
+}
+ColorValue color(PaletteObject& self, int32_t index) {
+    return ColorValue::from_argb(entry_at(self, index));
+}
+int32_t entries_count(PaletteObject& self) {
+    return static_cast<int32_t>(self.entries.size());
+}
+Collection argb_32_entries(PaletteObject& self) {
+    return {Ref<ManagedObject>(make_array(std::vector<int32_t>(self.entries.begin(), self.entries.end())))};
+}
+Collection entries(PaletteObject& self) {
+    std::vector<Value> items;
+    for (const Argb entry : self.entries) {
+        items.emplace_back(box(ColorValue::from_argb(entry)));
+    }
+    return color_array(std::move(items));
+}
+bool is_compact_palette(PaletteObject& self) {
+    return self.compact;
+}
+
+// ---- ColorPaletteHelper
+
+Interface interface_of(std::vector<Argb> colors) {
+    return {make_ref<PaletteObject>(std::move(colors))};
+}
+
+Interface create_monochrome() {
+    return interface_of(monochrome_palette());
+}
+Interface create_4_bit() {
+    return interface_of(standard_palette(4));
+}
+Interface create_8_bit() {
+    return interface_of(standard_palette(8));
+}
+Interface create_4_bit_grayscale(bool min_is_white) {
+    return interface_of(gray_palette(4, min_is_white));
+}
+Interface create_8_bit_grayscale(bool min_is_white) {
+    return interface_of(gray_palette(8, min_is_white));
+}
+
+ImageObject& required(ImageObject* image) {
+    if (!image) {
+        throw_argument_null("image");
+    }
+    return *image;
+}
+
+Interface close_palette(ImageObject* image, int32_t entries_count) {
+    return interface_of(required(image).picture().close_palette(entries_count, false));
+}
+Interface close_transparent_palette(ImageObject* image, int32_t entries_count) {
+    return interface_of(required(image).picture().close_palette(entries_count, true));
+}
+
+// The values of PaletteMiningMethod.
+constexpr int32_t kCurrent = 0, kClustering = 1, kHistogram = 2;
+
+Interface close_palette_by_method(ImageObject* image, int32_t entries_count, int32_t palette_mining_method) {
+    ImageObject& source = required(image);
+    switch (palette_mining_method) {
+        case kCurrent:
+            if (!source.palette.empty() && source.palette.size() <= static_cast<size_t>(std::max(0, entries_count))) {
+                return interface_of(source.palette);
+            }
+            return close_palette(image, entries_count);
+        case kClustering:
+            return close_palette(image, entries_count);
+        case kHistogram:
+            return interface_of(source.picture().frequent_palette(entries_count));
+        default:
+            throw_out_of_range("palette_mining_method", "The value " + std::to_string(palette_mining_method) +
+                                                            " is not one of PaletteMiningMethod.");
+    }
+}
+
+Interface close_palette_of_part(ImageObject* image, const RectangleValue& dest_bounds, int32_t entries_count,
+                                bool use_image_palette, std::optional<Argb> blend_in, bool keep_transparency) {
+    ImageObject& source = required(image);
+    if (use_image_palette && !source.palette.empty() &&
+        source.palette.size() <= static_cast<size_t>(std::max(0, entries_count))) {
+        return interface_of(source.palette);
+    }
+    auto part = source.picture().copy();
+    part->crop({dest_bounds.x, dest_bounds.y, dest_bounds.width, dest_bounds.height});
+    if (blend_in && part->has_alpha() && !keep_transparency) {
+        auto below = part->copy();
+        below->replace_area({0, 0, part->width(), part->height()}, *blend_in | 0xFF000000);
+        below->draw(*part, 0, 0);
+        part = std::move(below);
+    }
+    return interface_of(part->close_palette(entries_count, keep_transparency));
+}
+Interface close_palette_by_rect(ImageObject* image, const RectangleValue& dest_bounds, int32_t entries_count) {
+    return close_palette_of_part(image, dest_bounds, entries_count, false, std::nullopt, false);
+}
+Interface close_palette_by_rect_own(ImageObject* image, const RectangleValue& dest_bounds, int32_t entries_count,
+                                    bool use_image_palette) {
+    return close_palette_of_part(image, dest_bounds, entries_count, use_image_palette, std::nullopt, false);
+}
+Interface close_palette_blended(ImageObject* image, const RectangleValue& dest_bounds, int32_t entries_count,
+                                bool use_image_palette, const ColorValue& alpha_blend_in_color) {
+    return close_palette_of_part(image, dest_bounds, entries_count, use_image_palette, alpha_blend_in_color.argb,
+                                 false);
+}
+Interface close_palette_kept(ImageObject* image, const RectangleValue& dest_bounds, int32_t entries_count,
+                             bool use_image_palette, const ColorValue& alpha_blend_in_color, bool keep_transparency) {
+    return close_palette_of_part(image, dest_bounds, entries_count, use_image_palette, alpha_blend_in_color.argb,
+                                 keep_transparency);
+}
+
+// Three bits of red and green and two of blue, whatever the image.
+Ref<PaletteObject> uniform_palette(ImageObject* image) {
+    required(image).require_live();
+    std::vector<Argb> colors;
+    for (Argb i = 0; i < 256; i++) {
+        colors.push_back(0xFF000000 | (i >> 5) * 255 / 7 << 16 | (i >> 2 & 7) * 255 / 7 << 8 | (i & 3) * 85);
+    }
+    return make_ref<PaletteObject>(std::move(colors));
+}
+
+bool has_transparent_colors(const VariantArg* palette) {
+    const Ref<PaletteObject> object = read_palette(palette);
+    const auto& colors = required(object, "palette").entries;
+    return std::any_of(colors.begin(), colors.end(), [](Argb color) { return color >> 24 != 255; });
+}
+
+constexpr const char* kPalette = "Zelmor.Imaging.ColorPalette";
+constexpr const char* kHelper = "Zelmor.Imaging.ColorPaletteHelper";
+const FactoryRegistration factory(kPalette,
+                                  [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<PaletteObject>()); });
+const BehaviorTable table(
+    Assembly::kImaging,
+    {
+        {kPalette, "ctor_000_ColorPalette", image_entry<&from_integers_compact>()},
+        {kPalette, "ctor_001_ColorPalette", image_entry<&from_integers>()},
+        {kPalette, "ctor_002_ColorPalette", image_entry<&from_colors_compact>()},
+        {kPalette, "ctor_003_ColorPalette", image_entry<&from_colors>()},
+        {kPalette, "call_000_CopyPalette", image_entry<&copy_palette_compact>()},
+        {kPalette, "call_001_CopyPalette", image_entry<&copy_palette>()},
+        {kPalette, "call_000_GetNearestColorIndex", image_entry<&nearest_argb_index>()},
+        {kPalette, "call_001_GetNearestColorIndex", image_entry<&nearest_color_index>()},
+        {kPalette, "call_000_GetNearestArgbIndex", image_entry<&nearest_argb_index>()},
+        {kPalette, "call_000_GetArgb32Color", image_entry<&argb_32_color>()},
+        {kPalette, "call_000_GetColor", image_entry<&color>()},
+        {kPalette, "get_EntriesCount", image_entry<&entries_count>()},
+        {kPalette, "get_Argb32Entries", image_entry<&argb_32_entries>()},
+        {kPalette, "get_Entries", image_entry<&entries>()},
+        {kPalette, "get_IsCompactPalette", image_entry<&is_compact_palette>()},
+        {kHelper, "call_000_CreateMonochrome", image_entry<&create_monochrome>()},
+        {kHelper, "call_000_Create4Bit", image_entry<&create_4_bit>()},
+        {kHelper, "call_000_Create8Bit", image_entry<&create_8_bit>()},
+        {kHelper, "call_000_Create4BitGrayscale", image_entry<&create_4_bit_grayscale>()},
+        {kHelper, "call_000_Create8BitGrayscale", image_entry<&create_8_bit_grayscale>()},
+        {kHelper, "call_000_GetCloseImagePalette", image_entry<&close_palette>()},
+        {kHelper, "call_001_GetCloseImagePalette", image_entry<&close_palette_by_method>()},
+        {kHelper, "call_002_GetCloseImagePalette", image_entry<&close_palette_by_rect>()},
+        {kHelper, "call_003_GetCloseImagePalette", image_entry<&close_palette_by_rect_own>()},
+        {kHelper, "call_004_GetCloseImagePalette", image_entry<&close_palette_blended>()},
+        {kHelper, "call_005_GetCloseImagePalette", image_entry<&close_palette_kept>()},
+        {kHelper, "call_000_GetCloseTransparentImagePalette", image_entry<&close_transparent_palette>()},
+        {kHelper, "call_000_GetCloseImagePaletteByMethod", image_entry<&close_palette_by_method>()},
+        {kHelper, "call_000_GetCloseImagePaletteByRect", image_entry<&close_palette_by_rect>()},
+        {kHelper, "call_000_GetUniformColorPalette", image_entry<&uniform_palette>()},
+        {kHelper, "call_000_HasTransparentColors", image_entry<&has_transparent_colors>()},
+    });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,238 @@
+// Single pixels, blocks and lines of pixels, and the replacing of colors.
+//
+// With premultiply_components set, pixels are shown and taken with their colors already multiplied by their alpha.
+#include "runtime/native/behaviors/images/pixel_blocks.h"
+
+#include <algorithm>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/values/cmyk.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+using imagework::Argb;
+using imagework::Rect;
+
+namespace {
+
+Argb premultiplied(Argb color) {
+    const Argb alpha = color >> 24;
+    const auto scaled = [&](int shift) { return ((color >> shift & 0xFF) * alpha + 127) / 255 << shift; };
+    return alpha << 24 | scaled(16) | scaled(8) | scaled(0);
+}
+
+Argb straight(Argb color) {
+    const Argb alpha = color >> 24;
+    if (alpha == 0) {
+        return 0;
+    }
+    const auto scaled = [&](int shift) {
+        return std::min<Argb>(255, ((color >> shift & 0xFF) * 255 + alpha / 2) / alpha) << shift;
+    };
+    return alpha << 24 | scaled(16) | scaled(8) | scaled(0);
+}
+
+}  // namespace
+
+std::vector<Argb> read_block(const ImageObject& self, const Rect& area) {
+    const imagework::Picture& picture = self.picture();
+    std::vector<Argb> pixels;
+    // The area is checked by the picture; a size that cannot be inside is not worth taking memory for.
+    const bool plausible =
+        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
+    if (plausible) {
+        pixels.resize(static_cast<size_t>(area.width) * static_cast<size_t>(area.height));
+    }
+    picture.read_argb(area, pixels);
+    if (property_bool(self, "PremultiplyComponents")) {
+        std::transform(pixels.begin(), pixels.end(), pixels.begin(), premultiplied);
+    }
+    return pixels;
+}
+
+void write_block(ImageObject& self, const Rect& area, std::vector<Argb> pixels) {
+    const auto needed =
+        static_cast<uint64_t>(std::max(0, area.width)) * static_cast<uint64_t>(std::max(0, area.height));
+    if (pixels.size() < needed) {
+        throw_argument("There are " + std::to_string(pixels.size()) + " pixels for an area of " +
+                       size_text(area.width, area.height) + ". (Parameter 'pixels')");
+    }
+    if (property_bool(self, "PremultiplyComponents")) {
+        std::transform(pixels.begin(), pixels.end(), pixels.begin(), straight);
+    }
+    self.picture().write_argb(area, pixels);
+}
+
+namespace {
+
+void require_coordinates(const ImageObject& self, int32_t x, int32_t y) {
+    const imagework::Picture& picture = self.picture();
+    if (x < 0 || x >= picture.width()) {
+        throw_out_of_range("x", "The value " + std::to_string(x) + " is not inside the image, which is " +
+                                    std::to_string(picture.width()) + " pixels wide.");
+    }
+    if (y < 0 || y >= picture.height()) {
+        throw_out_of_range("y", "The value " + std::to_string(y) + " is not inside the image, which is " +
+                                    std::to_string(picture.height()) + " pixels high.");
+    }
+}
+
+Rect line(const ImageObject& self, int32_t index) {
+    const imagework::Picture& picture = self.picture();
+    if (index < 0 || index >= picture.height()) {
+        throw_out_of_range("scan_line_index", "The value " + std::to_string(index) + " is not one of the image's " +
+                                                  std::to_string(picture.height()) + " lines.");
+    }
+    return {0, index, picture.width(), 1};
+}
+
+// Forms in which pixels leave: packed integers, colors.
+Collection as_integers(const std::vector<Argb>& pixels) {
+    std::vector<int32_t> items(pixels.size());
+    std::transform(pixels.begin(), pixels.end(), items.begin(), [](Argb color) { return static_cast<int32_t>(color); });
+    return {Ref<ManagedObject>(make_array(std::move(items)))};
+}
+Collection as_colors(const std::vector<Argb>& pixels) {
+    std::vector<Value> items;
+    items.reserve(pixels.size());
+    for (const Argb color : pixels) {
+        items.emplace_back(box(ColorValue::from_argb(color)));
+    }
+    return color_array(std::move(items));
+}
+std::vector<Argb> from_integers(const VariantArg* pixels, const char* parameter) {
+    const std::vector<int32_t> items = read_array<int32_t>(pixels, parameter);
+    return {items.begin(), items.end()};
+}
+std::vector<Argb> from_colors(const VariantArg* pixels, const char* parameter) {
+    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.Color");
+    std::vector<Argb> result;
+    for (const Value& value : read_elements(pixels, element, parameter)) {
+        result.push_back(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(value)).argb);
+    }
+    return result;
+}
+
+int32_t get_argb_32_pixel(ImageObject& self, int32_t x, int32_t y) {
+    require_coordinates(self, x, y);
+    const Argb color = self.picture().get_argb(x, y);
+    return static_cast<int32_t>(property_bool(self, "PremultiplyComponents") ? premultiplied(color) : color);
+}
+ColorValue get_pixel(ImageObject& self, int32_t x, int32_t y) {
+    return ColorValue::from_argb(static_cast<Argb>(get_argb_32_pixel(self, x, y)));
+}
+void set_argb_32_pixel(ImageObject& self, int32_t x, int32_t y, int32_t argb_32_color) {
+    require_coordinates(self, x, y);
+    const auto color = static_cast<Argb>(argb_32_color);
+    self.picture().set_argb(x, y, property_bool(self, "PremultiplyComponents") ? straight(color) : color);
+}
+void set_pixel(ImageObject& self, int32_t x, int32_t y, const ColorValue& color) {
+    set_argb_32_pixel(self, x, y, static_cast<int32_t>(color.argb));
+}
+
+Collection load_argb_32_pixels(ImageObject& self, const RectangleValue& rectangle) {
+    return as_integers(read_block(self, rect_of(rectangle)));
+}
+Collection load_pixels(ImageObject& self, const RectangleValue& rectangle) {
+    return as_colors(read_block(self, rect_of(rectangle)));
+}
+void save_argb_32_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
+    write_block(self, rect_of(rectangle), from_integers(pixels, "pixels"));
+}
+void save_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
+    write_block(self, rect_of(rectangle), from_colors(pixels, "pixels"));
+}
+Collection read_argb_32_scan_line(ImageObject& self, int32_t scan_line_index) {
+    return as_integers(read_block(self, line(self, scan_line_index)));
+}
+Collection read_scan_line(ImageObject& self, int32_t scan_line_index) {
+    return as_colors(read_block(self, line(self, scan_line_index)));
+}
+void write_argb_32_scan_line(ImageObject& self, int32_t scan_line_index, const VariantArg* argb_32_pixels) {
+    write_block(self, line(self, scan_line_index), from_integers(argb_32_pixels, "argb_32_pixels"));
+}
+void write_scan_line(ImageObject& self, int32_t scan_line_index, const VariantArg* pixels) {
+    write_block(self, line(self, scan_line_index), from_colors(pixels, "pixels"));
+}
+
+// CMYK without a profile, as Color.to_cmyk() has it.
+Collection load_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle) {
+    std::vector<int32_t> items;
+    for (const Argb color : read_block(self, rect_of(rectangle))) {
+        items.push_back(packed_cmyk(cmyk_of(color)));
+    }
+    return {Ref<ManagedObject>(make_array(std::move(items)))};
+}
+Collection load_cmyk_pixels(ImageObject& self, const RectangleValue& rectangle) {
+    std::vector<Value> items;
+    for (const Argb color : read_block(self, rect_of(rectangle))) {
+        items.emplace_back(box(cmyk_of(color)));
+    }
+    return cmyk_array(std::move(items));
+}
+void save_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
+    std::vector<Argb> colors;
+    for (const int32_t packed : read_array<int32_t>(pixels, "pixels")) {
+        colors.push_back(argb_of(unpacked_cmyk(packed)));
+    }
+    write_block(self, rect_of(rectangle), std::move(colors));
+}
+void save_cmyk_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
+    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.CmykColor");
+    std::vector<Argb> colors;
+    for (const Value& value : read_elements(pixels, element, "pixels")) {
+        colors.push_back(argb_of(unbox<CmykValue>(*std::get<Ref<ManagedObject>>(value))));
+    }
+    write_block(self, rect_of(rectangle), std::move(colors));
+}
+
+void replace_argb(ImageObject& self, int32_t old_color_argb, uint8_t old_color_diff, int32_t new_color_argb) {
+    self.change([&](imagework::Picture& picture) {
+        picture.replace_color(static_cast<Argb>(old_color_argb), old_color_diff, static_cast<Argb>(new_color_argb));
+    });
+}
+void replace_color(ImageObject& self, const ColorValue& old_color, uint8_t old_color_diff,
+                   const ColorValue& new_color) {
+    self.change(
+        [&](imagework::Picture& picture) { picture.replace_color(old_color.argb, old_color_diff, new_color.argb); });
+}
+void replace_non_transparent_argb(ImageObject& self, int32_t new_color_argb) {
+    self.change([&](imagework::Picture& picture) { picture.replace_rgb(static_cast<Argb>(new_color_argb)); });
+}
+void replace_non_transparent_colors(ImageObject& self, const ColorValue& new_color) {
+    self.change([&](imagework::Picture& picture) { picture.replace_rgb(new_color.argb); });
+}
+
+constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
+const BehaviorTable table(
+    Assembly::kImaging,
+    {
+        {kRaster, "call_000_GetArgb32Pixel", image_entry<&get_argb_32_pixel>()},
+        {kRaster, "call_000_GetPixel", image_entry<&get_pixel>()},
+        {kRaster, "call_000_SetArgb32Pixel", image_entry<&set_argb_32_pixel>()},
+        {kRaster, "call_000_SetPixel", image_entry<&set_pixel>()},
+        {kRaster, "call_000_LoadArgb32Pixels", image_entry<&load_argb_32_pixels>()},
+        {kRaster, "call_000_GetDefaultArgb32Pixels", image_entry<&load_argb_32_pixels>()},
+        {kRaster, "call_000_LoadPixels", image_entry<&load_pixels>()},
+        {kRaster, "call_000_SaveArgb32Pixels", image_entry<&save_argb_32_pixels>()},
+        {kRaster, "call_000_SavePixels", image_entry<&save_pixels>()},
+        {kRaster, "call_000_ReadArgb32ScanLine", image_entry<&read_argb_32_scan_line>()},
+        {kRaster, "call_000_ReadScanLine", image_entry<&read_scan_line>()},
+        {kRaster, "call_000_WriteArgb32ScanLine", image_entry<&write_argb_32_scan_line>()},
+        {kRaster, "call_000_WriteScanLine", image_entry<&write_scan_line>()},
+        {kRaster, "call_000_LoadCmyk32Pixels", image_entry<&load_cmyk_32_pixels>()},
+        {kRaster, "call_000_LoadCmykPixels", image_entry<&load_cmyk_pixels>()},
+        {kRaster, "call_000_SaveCmyk32Pixels", image_entry<&save_cmyk_32_pixels>()},
+        {kRaster, "call_000_SaveCmykPixels", image_entry<&save_cmyk_pixels>()},
+        {kRaster, "call_000_ReplaceColor", image_entry<&replace_color>()},
+        {kRaster, "call_001_ReplaceColor", image_entry<&replace_argb>()},
+        {kRaster, "call_000_ReplaceArgb", image_entry<&replace_argb>()},
+        {kRaster, "call_000_ReplaceNonTransparentColors", image_entry<&replace_non_transparent_colors>()},
+        {kRaster, "call_001_ReplaceNonTransparentColors", image_entry<&replace_non_transparent_argb>()},
+    });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,223 @@
+// Resizing, in all the ways that the API has of asking for it.
+//
+// Two kinds of ResizeType are told apart: those that resample the picture, and those that change its canvas and leave
+// the picture as it is, placed by a corner or the center. Without a type, resampling is by Lanczos' kernel.
+#include <algorithm>
+#include <cmath>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+using imagework::PictureError;
+using imagework::Resampling;
+
+namespace {
+
+// The values of ResizeType in their order.
+enum class ResizeType : int32_t {
+    kNone,
+    kLeftTopToLeftTop,
+    kRightTopToRightTop,
+    kRightBottomToRightBottom,
+    kLeftBottomToLeftBottom,
+    kCenterToCenter,
+    kLanczosResample,
+    kNearestNeighbourResample,
+    kAdaptiveResample,
+    kBilinearResample,
+    kHighQualityResample,
+    kCatmullRom,
+    kCubicConvolution,
+    kCubicBSpline,
+    kMitchell,
+    kSinC,
+    kBell,
+};
+
+// Where the picture goes on its new canvas: 0 for the left or top, 2 for the right or bottom, in halves of the room.
+struct Placement {
+    int across;
+    int down;
+};
+
+std::optional<Placement> placement_of(ResizeType type) {
+    switch (type) {
+        case ResizeType::kNone:
+        case ResizeType::kLeftTopToLeftTop:
+            return Placement{0, 0};
+        case ResizeType::kRightTopToRightTop:
+            return Placement{2, 0};
+        case ResizeType::kRightBottomToRightBottom:
+            return Placement{2, 2};
+        case ResizeType::kLeftBottomToLeftBottom:
+            return Placement{0, 2};
+        case ResizeType::kCenterToCenter:
+            return Placement{1, 1};
+        default:
+            return std::nullopt;
+    }
+}
+
+Resampling resampling_of(ResizeType type) {
+    switch (type) {
+        case ResizeType::kNearestNeighbourResample:
+            return Resampling::kNearest;
+        case ResizeType::kAdaptiveResample:
+            return Resampling::kAdaptive;
+        case ResizeType::kBilinearResample:
+            return Resampling::kBilinear;
+        case ResizeType::kHighQualityResample:
+            return Resampling::kHighQuality;
+        case ResizeType::kCatmullRom:
+        case ResizeType::kCubicConvolution:  // the same curve by another way
+            return Resampling::kCatmullRom;
+        case ResizeType::kCubicBSpline:
+        case ResizeType::kBell:  // the quadratic B-spline
+            return Resampling::kBSpline;
+        case ResizeType::kMitchell:
+            return Resampling::kMitchell;
+        case ResizeType::kLanczosResample:
+        case ResizeType::kSinC:  // Lanczos' kernel is a sinc under a window
+            return Resampling::kLanczos;
+        default:
+            break;
+    }
+    throw_out_of_range("resize_type",
+                       "The value " + std::to_string(static_cast<int32_t>(type)) + " is not one of ResizeType.");
+}
+
+void require_size(int32_t value, const char* parameter) {
+    if (value <= 0) {
+        throw_out_of_range(parameter, "The value " + std::to_string(value) + " is not positive.");
+    }
+}
+
+void resize_by_type(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
+    self.require_live();
+    require_size(new_width, "new_width");
+    require_size(new_height, "new_height");
+    try {
+        imagework::check_picture_size(new_width, new_height, 4);
+    } catch (const PictureError& error) {
+        throw_out_of_range(new_width >= new_height ? "new_width" : "new_height", error.what());
+    }
+    if (const auto placement = placement_of(resize_type)) {
+        // A negative half is rounded down, so that growing and shrinking by the same amount is undone.
+        const auto offset = [](int32_t room, int halves) { return halves == 2 ? room : halves == 1 ? room >> 1 : 0; };
+        const imagework::Argb background = self.canvas_background();
+        self.change([&](imagework::Picture& picture) {
+            picture.place(new_width, new_height, offset(new_width - picture.width(), placement->across),
+                          offset(new_height - picture.height(), placement->down), background);
+        });
+        return;
+    }
+    const Resampling resampling = resampling_of(resize_type);
+    self.change([&](imagework::Picture& picture) { picture.resize(new_width, new_height, resampling); });
+}
+
+ResizeType type_of_settings(const Record* settings) {
+    if (!settings) {
+        throw_argument_null("settings");
+    }
+    if (const int64_t filter = property_int(*settings, "FilterType")) {
+        throw_not_supported("The value " + std::to_string(filter) + " of ImageResizeSettings.FilterType");
+    }
+    return static_cast<ResizeType>(property_int(*settings, "Mode"));
+}
+
+int32_t proportional(int32_t of, int32_t to, int32_t wanted) {
+    const double scaled = static_cast<double>(wanted) * to / of;
+    return static_cast<int32_t>(std::min(2147483647.0, std::max(1.0, std::round(scaled))));
+}
+
+void resize_width_proportionally(ImageObject& self, int32_t new_width, ResizeType resize_type) {
+    const imagework::Picture& picture = self.picture();
+    require_size(new_width, "new_width");
+    resize_by_type(self, new_width, proportional(picture.width(), picture.height(), new_width), resize_type);
+}
+void resize_height_proportionally(ImageObject& self, int32_t new_height, ResizeType resize_type) {
+    const imagework::Picture& picture = self.picture();
+    require_size(new_height, "new_height");
+    resize_by_type(self, proportional(picture.height(), picture.width(), new_height), new_height, resize_type);
+}
+
+constexpr ResizeType kDefaultType = ResizeType::kLanczosResample;
+
+void resize(ImageObject& self, int32_t new_width, int32_t new_height) {
+    resize_by_type(self, new_width, new_height, kDefaultType);
+}
+void resize_by_settings(ImageObject& self, int32_t new_width, int32_t new_height, Record* settings) {
+    resize_by_type(self, new_width, new_height, type_of_settings(settings));
+}
+void resize_width(ImageObject& self, int32_t new_width) {
+    resize_width_proportionally(self, new_width, kDefaultType);
+}
+void resize_width_by_settings(ImageObject& self, int32_t new_width, Record* settings) {
+    resize_width_proportionally(self, new_width, type_of_settings(settings));
+}
+void resize_height(ImageObject& self, int32_t new_height) {
+    resize_height_proportionally(self, new_height, kDefaultType);
+}
+void resize_height_by_settings(ImageObject& self, int32_t new_height, Record* settings) {
+    resize_height_proportionally(self, new_height, type_of_settings(settings));
+}
+
+// All frames by the same factors, which bring the image to the size given; frames may be of different sizes.
+void resize_proportional(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
+    self.require_live();
+    require_size(new_width, "new_width");
+    require_size(new_height, "new_height");
+    if (placement_of(resize_type)) {
+        return resize_by_type(self, new_width, new_height, resize_type);
+    }
+    const Resampling resampling = resampling_of(resize_type);
+    const double across = static_cast<double>(new_width) / self.picture().width();
+    const double down = static_cast<double>(new_height) / self.picture().height();
+    const auto scaled = [](int32_t side, double factor) {
+        return static_cast<int32_t>(std::clamp(std::round(side * factor), 1.0, 2147483647.0));
+    };
+    self.change([&](imagework::Picture& picture) {
+        const int32_t width = scaled(picture.width(), across);
+        const int32_t height = scaled(picture.height(), down);
+        imagework::check_picture_size(width, height, 4);
+        picture.resize(width, height, resampling);
+    });
+    if (self.frame_count() < 2) {
+        return;
+    }
+    for (const Ref<ImageObject>& frame : self.frames()) {
+        frame->left = static_cast<int32_t>(std::round(frame->left * across));
+        frame->top = static_cast<int32_t>(std::round(frame->top * down));
+    }
+}
+
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+constexpr const char* kGif = "Zelmor.Imaging.FileFormats.Gif.GifImage";
+constexpr const char* kTiff = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
+const BehaviorTable table(
+    Assembly::kImaging,
+    {
+        {kGif, "call_000_ResizeProportional", image_entry<&resize_proportional>()},
+        {kGif, "call_000_ResizeFullFrame", image_entry<&resize_proportional>()},
+        {kTiff, "call_000_ResizeProportional", image_entry<&resize_proportional>()},
+        {kImage, "call_000_Resize", image_entry<&resize>()},
+        {kImage, "call_001_Resize", image_entry<&resize_by_type>()},
+        {kImage, "call_002_Resize", image_entry<&resize_by_settings>()},
+        {kImage, "call_000_ResizeByType", image_entry<&resize_by_type>()},
+        {kImage, "call_000_ResizeBySettings", image_entry<&resize_by_settings>()},
+        {kImage, "call_000_ResizeWidthProportionally", image_entry<&resize_width>()},
+        {kImage, "call_001_ResizeWidthProportionally", image_entry<&resize_width_proportionally>()},
+        {kImage, "call_002_ResizeWidthProportionally", image_entry<&resize_width_by_settings>()},
+        {kImage, "call_000_ResizeWidthProportionallySettings", image_entry<&resize_width_by_settings>()},
+        {kImage, "call_000_ResizeHeightProportionally", image_entry<&resize_height>()},
+        {kImage, "call_001_ResizeHeightProportionally", image_entry<&resize_height_proportionally>()},
+        {kImage, "call_002_ResizeHeightProportionally", image_entry<&resize_height_by_settings>()},
+        {kImage, "call_000_ResizeHeightProportionallySettings", image_entry<&resize_height_by_settings>()},
+    });
+
+}  // namespace
+
+}  // namespace zelmor::embed

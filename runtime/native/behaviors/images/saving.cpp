@@ -1,0 +1,273 @@
+// Saving images.
+//
+// Without options a file gets the format that its extension stands for, or the image's own where that says nothing; an
+// image that keeps its format keeps the settings that its file had. Formats that hold several pictures get all frames,
+// unless the options choose some. Everything is encoded before the target is touched.
+#include "runtime/native/behaviors/images/saving.h"
+
+#include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/page_selection.h"
+#include "runtime/native/behaviors/images/registries.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "runtime/native/core/files.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using namespace imagework;
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+
+// What a save writes: with the options named, or with those that the format and the image imply.
+struct Request {
+    Format format;
+    const Record* options = nullptr;         // or none
+    const RectangleValue* bounds = nullptr;  // or the whole of each page
+};
+
+// Whether a file of the format takes all frames: an animated PNG has to be asked for, by options or by being one.
+bool holds_frames(const ImageObject& image, const Request& request) {
+    switch (request.format) {
+        case Format::kTiff:
+        case Format::kGif:
+        case Format::kWebp:
+            return true;
+        case Format::kPng:
+            return request.options ? is_animation_options(*request.options) : image.facts().is_apng;
+        default:
+            return false;
+    }
+}
+
+std::string cannot_hold(const Request& request, size_t count) {
+    return std::string(format_name(request.format)) + " holds one picture, not " + std::to_string(count);
+}
+
+// The pages that the request is for. Options that say nothing of pages leave a format of one picture the active one.
+std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
+    const Ref<ManagedObject> choice = request.options ? property_object(*request.options, "MultiPageOptions") : nullptr;
+    const bool several = holds_frames(image, request);
+    if (!choice) {
+        if (several && image.frame_count() > 1) {
+            return pages_of(image, every_page(image));
+        }
+        std::vector<Page> pages;
+        pages.push_back({image.picture().copy(), image.duration, &image});
+        return pages;
+    }
+    std::vector<Page> pages = pages_of(image, selected_pages(image, *choice));
+    if (const auto area = export_area(*choice); area && !request.bounds) {
+        for (Page& page : pages) {
+            page.picture->crop({area->x, area->y, area->width, area->height});
+        }
+    }
+    if (property_bool(*choice, "MergeLayers")) {
+        merge(pages);
+    }
+    if (pages.size() > 1 && !several) {
+        throw ManagedException("NotSupportedException",
+                               cannot_hold(request, pages.size()) + ". Choose one page, or set merge_layers.");
+    }
+    return pages;
+}
+
+EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
+    std::vector<Page> pages = requested_pages(image, request);
+    if (request.bounds) {
+        for (Page& page : pages) {
+            page.picture->crop({request.bounds->x, request.bounds->y, request.bounds->width, request.bounds->height});
+        }
+    }
+    const auto encoding_of = [&](const Page& page) {
+        // A page that keeps its format keeps its own settings; the colors around it are the image's.
+        return request.options ? encoding_for(image, *request.options)
+                               : encoding_for(*page.source, request.format, image);
+    };
+    if (pages.size() == 1) {
+        return pages[0].picture->encode(encoding_of(pages[0]));
+    }
+    if (request.format != Format::kTiff) {
+        fit_to_canvas(pages);
+    }
+    std::vector<Encoding> encodings;
+    for (const Page& page : pages) {
+        encodings.push_back(encoding_of(page));
+    }
+    const int32_t usual = usual_duration(image, request.options);
+    std::vector<FrameToWrite> frames;
+    for (size_t i = 0; i < pages.size(); ++i) {
+        frames.push_back({pages[i].picture.get(), pages[i].duration > 0 ? pages[i].duration : usual, &encodings[i]});
+    }
+    return image_backend().encode_frames(frames);
+}
+
+EncodedBytes described(ImageObject& image, const Request& request, EncodedBytes file) {
+    auto bytes = file_with_metadata({file.data.get(), file.size}, image, image.metadata.get(), request.options);
+    if (bytes.empty()) {
+        return file;
+    }
+    const auto owner = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+    return {std::shared_ptr<const uint8_t>(owner, owner->data()), owner->size()};
+}
+
+EncodedBytes encoded(ImageObject& image, const Request& request, const std::string& subject) {
+    try {
+        prepare_options(request.options);
+        return described(image, request, encoded_pages(image, request));
+    } catch (const PictureError& error) {
+        if (error.kind() == Failure::kArgument && request.bounds) {
+            throw_out_of_range("bounds_rectangle", error.what());
+        }
+        throw_picture_error(error, subject);
+    }
+}
+
+void to_file(ImageObject& image, const std::string& path, const Request& request) {
+    require_writable_target(path);
+    const EncodedBytes bytes = encoded(image, request, "Cannot save '" + to_utf8(to_utf16(path)) + "'");
+    write_file(path, {bytes.data.get(), bytes.size});
+}
+
+void to_stream(ImageObject& image, ManagedStream& stream, const Request& request) {
+    const EncodedBytes bytes = encoded(image, request, "Cannot save the image to the stream");
+    stream.write({reinterpret_cast<const std::byte*>(bytes.data.get()), bytes.size});
+    stream.flush();
+}
+
+FileFormat written_format(const Request& request) {
+    FileFacts facts;
+    facts.format = request.format;
+    facts.is_apng = request.options && is_animation_options(*request.options);
+    facts.is_big_tiff = request.options && std::string_view(request.options->type().name) == "BigTiffOptions";
+    return file_format_of(facts);
+}
+
+// A save that names no options must not lose frames unnoticed.
+Request implied(const ImageObject& image, Format format) {
+    const Request request{format == Format::kUnknown ? image.facts().format : format};
+    if (image.frame_count() > 1 && !holds_frames(image, request)) {
+        throw ManagedException("NotSupportedException",
+                               "The image has " + std::to_string(image.frame_count()) + " frames, and " +
+                                   cannot_hold(request, image.frame_count()) +
+                                   ". Saving it without options would lose the others; name save options to write the "
+                                   "one frame that is active.");
+    }
+    require_registered(Trade::kExporting, written_format(request));
+    return request;
+}
+
+const Record& required(const Record* options) {
+    if (!options) {
+        throw_argument_null("options");
+    }
+    return *options;
+}
+
+Request by_options(const Record* options, const RectangleValue* bounds = nullptr) {
+    const Request request{format_of_options(required(options)), options, bounds};
+    if (request.format != Format::kUnknown) {
+        require_registered(Trade::kExporting, written_format(request));
+    }
+    return request;
+}
+
+}  // namespace
+
+void save_to_stream(ImageObject& image, ManagedStream& stream, const Record& options, const RectangleValue* bounds) {
+    image.require_live();
+    to_stream(image, stream, by_options(&options, bounds));
+}
+
+namespace {
+
+void save(ImageObject& self) {
+    self.require_live();
+    // Held: what writes to it may dispose of the image.
+    if (const Ref<ManagedStream> target = self.target_stream) {
+        return to_stream(self, *target, implied(self, Format::kUnknown));
+    }
+    if (self.target_path.empty()) {
+        throw_invalid_operation("The image belongs to no file. Name a target to save it to.");
+    }
+    to_file(self, self.target_path, implied(self, Format::kUnknown));
+}
+
+void save_path(ImageObject& self, const Path& file_path) {
+    self.require_live();
+    const std::string path = file_path_of(file_path, "file_path");
+    to_file(self, path, implied(self, format_of_extension(path)));
+}
+
+void save_path_over_write(ImageObject& self, const Path& file_path, bool over_write) {
+    self.require_live();
+    const std::string path = file_path_of(file_path, "file_path");
+    if (!over_write && file_exists(path)) {
+        throw ManagedException("IOException", "The file '" + to_utf8(*file_path) + "' already exists.");
+    }
+    to_file(self, path, implied(self, format_of_extension(path)));
+}
+
+void save_path_options(ImageObject& self, const Path& file_path, Record* options) {
+    self.require_live();
+    to_file(self, file_path_of(file_path, "file_path"), by_options(options));
+}
+
+void save_path_options_bounds(ImageObject& self, const Path& file_path, Record* options,
+                              const RectangleValue& bounds_rectangle) {
+    self.require_live();
+    to_file(self, file_path_of(file_path, "file_path"), by_options(options, &bounds_rectangle));
+}
+
+void save_stream(ImageObject& self, const VariantArg* stream) {
+    self.require_live();
+    to_stream(self, *read_stream(stream), implied(self, Format::kUnknown));
+}
+
+void save_stream_options(ImageObject& self, const VariantArg* stream, Record* options_base) {
+    self.require_live();
+    to_stream(self, *read_stream(stream), by_options(options_base));
+}
+
+void save_stream_options_bounds(ImageObject& self, const VariantArg* stream, Record* options_base,
+                                const RectangleValue& bounds_rectangle) {
+    self.require_live();
+    to_stream(self, *read_stream(stream), by_options(options_base, &bounds_rectangle));
+}
+
+bool can_save(ImageObject& self, Record* options) {
+    self.require_live();
+    const Request request{format_of_options(required(options)), options};
+    return request.format != Format::kUnknown && is_registered(Trade::kExporting, written_format(request));
+}
+
+constexpr const char* kSupporter = "Zelmor.Imaging.DataStreamSupporter";
+constexpr const char* kImage = "Zelmor.Imaging.Image";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kSupporter, "call_000_Save", image_entry<&save>()},
+                              {kSupporter, "call_001_Save", image_entry<&save_stream>()},
+                              {kSupporter, "call_002_Save", image_entry<&save_path>()},
+                              {kSupporter, "call_003_Save", image_entry<&save_path_over_write>()},
+                              {kSupporter, "call_000_SaveToStream", image_entry<&save_stream>()},
+                              {kImage, "call_000_Save", image_entry<&save>()},
+                              {kImage, "call_001_Save", image_entry<&save_path>()},
+                              {kImage, "call_002_Save", image_entry<&save_path_options>()},
+                              {kImage, "call_003_Save", image_entry<&save_path_options_bounds>()},
+                              {kImage, "call_004_Save", image_entry<&save_stream_options>()},
+                              {kImage, "call_005_Save", image_entry<&save_stream_options_bounds>()},
+                              {kImage, "call_000_SaveWithOptions", image_entry<&save_path_options>()},
+                              {kImage, "call_000_SaveWithOptionsRect", image_entry<&save_path_options_bounds>()},
+                              {kImage, "call_000_SaveToStreamWithOptions", image_entry<&save_stream_options>()},
+                              {kImage, "call_000_SaveToStreamWithOptionsRect",
+                               image_entry<&save_stream_options_bounds>()},
+                              {kImage, "call_000_CanSave", image_entry<&can_save>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,291 @@
+// TiffImage and its frames. Each frame keeps the options that its page is written with.
+#include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/loader.h"
+
+namespace zelmor::embed {
+
+using imagework::FileFacts;
+using imagework::Format;
+using imagework::TiffEncoding;
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+
+constexpr const char* kFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
+constexpr const char* kImage = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
+constexpr const char* kBigImage = "Zelmor.Imaging.FileFormats.BigTiff.BigTiffImage";
+
+// What a page that no file has told anything of is written with.
+FileFacts page_facts(const imagework::Picture& picture) {
+    FileFacts facts;
+    facts.format = Format::kTiff;
+    facts.readable = true;
+    facts.width = picture.width();
+    facts.height = picture.height();
+    facts.has_alpha = picture.has_alpha();
+    facts.bits_per_pixel = picture.bits_per_channel() * ((picture.is_gray() ? 1 : 3) + (picture.has_alpha() ? 1 : 0));
+    facts.encoding = TiffEncoding{};
+    return facts;
+}
+
+void take_options(FileFacts& facts, const Record& options) {
+    const imagework::Encoding encoding = encoding_of_options(options);
+    if (!std::holds_alternative<TiffEncoding>(encoding.format)) {
+        throw_invalid_cast(options.type().full_name, "Zelmor.Imaging.ImageOptions.TiffOptions");
+    }
+    facts.encoding = encoding.format;
+}
+
+Ref<ImageObject> frame_of(const ImageObject& source, const Record* options) {
+    auto picture = source.picture().copy();
+    FileFacts facts = source.facts().format == Format::kTiff ? source.facts() : page_facts(*picture);
+    if (options) {
+        take_options(facts, *options);
+    }
+    return make_ref<ImageObject>(require_type(kFrame), std::move(picture), std::move(facts));
+}
+const Record& required_options(const Record* options) {
+    if (!options) {
+        throw_argument_null("options");
+    }
+    return *options;
+}
+
+Ref<ImageObject> frame_of_image(ImageObject* image) {
+    return frame_of(required_image(image, "image"), nullptr);
+}
+Ref<ImageObject> frame_of_image_with_options(ImageObject* image, Record* options) {
+    return frame_of(required_image(image, "image"), &required_options(options));
+}
+Ref<ImageObject> frame_of_path(const Path& path) {
+    return frame_of(*image_of_file(path, nullptr, "path"), nullptr);
+}
+Ref<ImageObject> frame_of_path_with_options(const Path& path, Record* options) {
+    return frame_of(*image_of_file(path, nullptr, "path"), &required_options(options));
+}
+Ref<ImageObject> frame_of_stream(Ref<ManagedStream> stream) {
+    return frame_of(*image_of_stream(stream, nullptr), nullptr);
+}
+Ref<ImageObject> frame_of_stream_with_options(Ref<ManagedStream> stream, Record* options) {
+    return frame_of(*image_of_stream(stream, nullptr), &required_options(options));
+}
+Ref<ImageObject> empty_frame(Record* options, int32_t width, int32_t height) {
+    required_options(options);
+    for (const auto& [value, name] : {std::pair(width, "width"), std::pair(height, "height")}) {
+        if (value <= 0) {
+            throw_out_of_range(name, "The value " + std::to_string(value) + " is not positive.");
+        }
+    }
+    FileFacts facts;
+    take_options(facts, *options);
+    const auto color = std::get<TiffEncoding>(*facts.encoding).color;
+    const bool gray = color == imagework::TiffColor::kGray || color == imagework::TiffColor::kBilevel;
+    const bool alpha = color == imagework::TiffColor::kRgba;
+    auto picture = image_backend().create(width, height, alpha, gray, alpha ? 0 : imagework::kBlack);
+    const auto encoding = facts.encoding;
+    facts = page_facts(*picture);
+    facts.encoding = encoding;
+    return make_ref<ImageObject>(require_type(kFrame), std::move(picture), std::move(facts));
+}
+Ref<ImageObject> copy_frame(ImageObject* tiff_frame) {
+    return frame_of(required_image(tiff_frame, "tiff_frame"), nullptr);
+}
+Ref<ImageObject> create_frame_from(ImageObject* tiff_frame, Record* options) {
+    return frame_of(required_image(tiff_frame, "tiff_frame"), &required_options(options));
+}
+
+// The same number of dots per inch in both directions, the greater of the two; the picture grows accordingly.
+void align_resolution(imagework::Picture& picture) {
+    const imagework::Resolution before = picture.resolution();
+    const double dpi = std::max(before.horizontal, before.vertical);
+    const auto scaled = [&](int32_t side, double from) {
+        return std::max(1, static_cast<int32_t>(side * dpi / from + 0.5));
+    };
+    if (before.horizontal != before.vertical) {
+        picture.resize(scaled(picture.width(), before.horizontal), scaled(picture.height(), before.vertical),
+                       imagework::Resampling::kLanczos);
+    }
+    picture.set_resolution({dpi, dpi});
+}
+void align_resolutions(ImageObject& self) {
+    self.change([](imagework::Picture& picture) { align_resolution(picture); });
+}
+
+// ---- TiffImage
+
+Ref<ImageObject> image_of_frames(const char* type, const std::vector<Ref<ImageObject>>& frames) {
+    FileFacts facts = frames[0]->facts();
+    facts.is_big_tiff = std::string_view(type) == kBigImage;
+    if (auto* tiff = facts.encoding ? std::get_if<TiffEncoding>(&*facts.encoding) : nullptr) {
+        tiff->big_tiff = facts.is_big_tiff;
+    }
+    auto image = make_ref<ImageObject>(require_type(type), nullptr, std::move(facts));
+    image->adopt_frames({}, {});
+    for (const Ref<ImageObject>& frame : frames) {
+        append_frame(*image, frame);
+    }
+    image->set_active_index(0);
+    return image;
+}
+std::vector<Ref<ImageObject>> frames_of(const VariantArg* frames, const char* parameter) {
+    static const ElementType& element = element_of(Wire::kClass, kFrame);
+    std::vector<Ref<ImageObject>> result;
+    for (const Value& value : read_elements(frames, element, parameter)) {
+        if (is_null(value)) {
+            throw_argument_null(parameter);
+        }
+        result.emplace_back(&cast_object<ImageObject>(*std::get<Ref<ManagedObject>>(value)));
+        result.back()->require_live();
+    }
+    return result;
+}
+std::vector<Ref<ImageObject>> some_frames(const VariantArg* frames) {
+    auto result = frames_of(frames, "frames");
+    if (result.empty()) {
+        throw_argument("An image has at least one frame. (Parameter 'frames')");
+    }
+    return result;
+}
+Ref<ImageObject> image_with_frame(ImageObject* frame) {
+    return image_of_frames(kImage, {Ref<ImageObject>(&required_image(frame, "frame"))});
+}
+Ref<ImageObject> image_with_frames(const VariantArg* frames) {
+    return image_of_frames(kImage, some_frames(frames));
+}
+Ref<ImageObject> big_image_with_frame(ImageObject* frame) {
+    return image_of_frames(kBigImage, {Ref<ImageObject>(&required_image(frame, "frame"))});
+}
+Ref<ImageObject> big_image_with_frames(const VariantArg* frames) {
+    return image_of_frames(kBigImage, some_frames(frames));
+}
+
+Collection frames(ImageObject& self) {
+    return frame_array(self, kFrame);
+}
+Ref<ImageObject> active_frame(ImageObject& self) {
+    const auto& all = self.frames();
+    return self.active_index() < all.size() ? all[self.active_index()] : nullptr;
+}
+void set_active_frame(ImageObject& self, ImageObject* value) {
+    const auto index = self.index_of(required_image(value, "value"));
+    if (!index) {
+        throw_argument("The frame is not one of the image. (Parameter 'value')");
+    }
+    self.set_active_index(*index);
+}
+
+void add_frame(ImageObject& self, ImageObject* frame) {
+    append_frame(self, Ref<ImageObject>(&required_image(frame, "frame")));
+}
+void add_frames(ImageObject& self, const VariantArg* frames) {
+    const auto added = frames_of(frames, "frames");
+    for (const Ref<ImageObject>& frame : added) {
+        if (frame->container()) {
+            throw_argument("A frame is part of an image already. (Parameter 'frames')");
+        }
+    }
+    for (const Ref<ImageObject>& frame : added) {
+        append_frame(self, frame);
+    }
+}
+void add_image(ImageObject& self, ImageObject* image) {
+    ImageObject& other = required_image(image, "image");
+    const std::vector<Ref<ImageObject>> sources = other.frames();
+    for (const Ref<ImageObject>& frame : sources) {
+        append_frame(self, frame_of(*frame, nullptr));
+    }
+}
+void add_page(ImageObject& self, ImageObject* page) {
+    append_frame(self, frame_of(required_image(page, "page"), nullptr));
+}
+void insert_frame(ImageObject& self, int32_t index, ImageObject* frame_to_insert) {
+    const size_t at = checked_index(self, index, "index", true);
+    self.insert_frame(at, Ref<ImageObject>(&required_image(frame_to_insert, "frame_to_insert")));
+}
+Ref<ImageObject> remove_frame_at(ImageObject& self, int32_t index) {
+    return self.take_frame(checked_index(self, index, "index"));
+}
+void remove_frame(ImageObject& self, ImageObject* frame) {
+    const auto index = self.index_of(required_image(frame, "frame"));
+    if (!index) {
+        throw_argument("The frame is not one of the image. (Parameter 'frame')");
+    }
+    self.take_frame(*index);
+}
+Ref<ImageObject> replace_frame(ImageObject& self, int32_t index, ImageObject* frame_to_replace) {
+    const size_t at = checked_index(self, index, "index");
+    Ref<ImageObject> added(&required_image(frame_to_replace, "frame_to_replace"));
+    if (added->container()) {
+        throw_argument("The frame is part of an image already. (Parameter 'frame_to_replace')");
+    }
+    const size_t active = self.active_index();
+    Ref<ImageObject> removed = self.take_frame(at);
+    self.insert_frame(at, std::move(added));
+    self.set_active_index(active);
+    return removed;
+}
+
+int32_t byte_order(ImageObject& self) {
+    self.require_live();
+    const auto* tiff = self.facts().encoding ? std::get_if<TiffEncoding>(&*self.facts().encoding) : nullptr;
+    return tiff && tiff->big_endian ? 0x4D4D : 0x4949;
+}
+void set_byte_order(ImageObject& self, int32_t value) {
+    if (value != 0x4D4D && value != 0x4949) {
+        throw_out_of_range("value", "The value " + std::to_string(value) + " is not one of TiffByteOrder.");
+    }
+    for (const Ref<ImageObject>& frame : self.frames()) {
+        auto* tiff = frame->facts().encoding ? std::get_if<TiffEncoding>(&*frame->facts().encoding) : nullptr;
+        if (tiff) {
+            tiff->big_endian = value == 0x4D4D;
+        }
+    }
+    auto* tiff = self.facts().encoding ? std::get_if<TiffEncoding>(&*self.facts().encoding) : nullptr;
+    if (tiff) {
+        tiff->big_endian = value == 0x4D4D;
+    }
+}
+
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kFrame, "ctor_000_TiffFrame", image_entry<&frame_of_stream>()},
+                              {kFrame, "ctor_001_TiffFrame", image_entry<&frame_of_stream_with_options>()},
+                              {kFrame, "ctor_002_TiffFrame", image_entry<&frame_of_path>()},
+                              {kFrame, "ctor_003_TiffFrame", image_entry<&frame_of_path_with_options>()},
+                              {kFrame, "ctor_004_TiffFrame", image_entry<&frame_of_image>()},
+                              {kFrame, "ctor_005_TiffFrame", image_entry<&frame_of_image_with_options>()},
+                              {kFrame, "ctor_006_TiffFrame", image_entry<&empty_frame>()},
+                              {kFrame, "call_000_CopyFrame", image_entry<&copy_frame>()},
+                              {kFrame, "call_000_CreateFrameFrom", image_entry<&create_frame_from>()},
+                              {kFrame, "call_000_AlignResolutions", image_entry<&align_resolutions>()},
+                              {kImage, "ctor_000_TiffImage", image_entry<&image_with_frame>()},
+                              {kImage, "ctor_001_TiffImage", image_entry<&image_with_frames>()},
+                              {kBigImage, "ctor_000_BigTiffImage", image_entry<&big_image_with_frame>()},
+                              {kBigImage, "ctor_001_BigTiffImage", image_entry<&big_image_with_frames>()},
+                              {kImage, "get_Frames", image_entry<&frames>()},
+                              {kImage, "get_ActiveFrame", image_entry<&active_frame>()},
+                              {kImage, "set_ActiveFrame", image_entry<&set_active_frame>()},
+                              {kImage, "get_ByteOrder", image_entry<&byte_order>()},
+                              {kImage, "set_ByteOrder", image_entry<&set_byte_order>()},
+                              {kImage, "call_000_AddFrame", image_entry<&add_frame>()},
+                              {kImage, "call_000_AddFrames", image_entry<&add_frames>()},
+                              {kImage, "call_000_Add", image_entry<&add_image>()},
+                              {kImage, "call_000_AddPage", image_entry<&add_page>()},
+                              {kBigImage, "call_000_AddPage", image_entry<&add_page>()},
+                              {kImage, "call_000_InsertFrame", image_entry<&insert_frame>()},
+                              {kImage, "call_000_RemoveFrame", image_entry<&remove_frame_at>()},
+                              {kImage, "call_001_RemoveFrame", image_entry<&remove_frame>()},
+                              {kImage, "call_000_RemoveFrameByIndex", image_entry<&remove_frame_at>()},
+                              {kImage, "call_000_ReplaceFrame", image_entry<&replace_frame>()},
+                              {kImage, "call_000_AlignResolutions", image_entry<&align_resolutions>()},
+                          });
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,49 @@
+// EXIF and XMP where the formats of image files keep them: JPEG segments, PNG and WebP chunks, GIF extensions, TIFF
+// tags.
+//
+// The containers are taken apart and put together again here; what is in them is left as it is. Of other formats
+// nothing is read, and nothing is written into them.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_CONTAINERS_FILE_METADATA_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_CONTAINERS_FILE_METADATA_H
+
+#include <optional>
+#include <span>
+#include <string>
+
+#include "runtime/native/behaviors/metadata/exif/exif_data.h"
+#include "runtime/native/core/value.h"
+
+namespace zelmor::embed {
+
+enum class MetadataFormat : uint8_t { kOther, kJpeg, kPng, kWebp, kGif, kTiff };
+MetadataFormat metadata_format(std::span<const std::byte> file);
+
+// What a file has, as it stands there. Damage ends the search; it is the decoder's to complain.
+struct FileMetadata {
+    Bytes exif;  // from the byte order on; of a TIFF file empty, since the file itself is it
+    Bytes xmp;
+};
+FileMetadata find_metadata(std::span<const std::byte> file);
+
+// What to write in the place of all that the file has of the kind; empty for none.
+struct MetadataToWrite {
+    Bytes exif;  // from the byte order on
+    Bytes xmp;
+    // For TIFF instead of `exif`: the tags of the image's own directory, and the data whose directories hang below it.
+    TagList tags;
+    const ExifObject* below = nullptr;
+};
+// The file with that. ArgumentException for what is too long for the format.
+Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata);
+
+// Parts of TIFF files that both this and the codec of EXIF data need.
+//
+// Adds tags to the first directory of a TIFF file, in the place of those with the same numbers or with the numbers
+// given, and directories below it. The file grows; what is not pointed to any more stays in it.
+Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata);
+// The packet in a tag of the first directory.
+Bytes find_tiff_xmp(std::span<const std::byte> file);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_CONTAINERS_FILE_METADATA_H

@@ -1,0 +1,372 @@
+// EXIF data as bytes: a small TIFF whose directories point at each other.
+#include <algorithm>
+
+#include "runtime/native/behaviors/metadata/containers/file_metadata.h"
+#include "runtime/native/behaviors/metadata/exif/exif_data.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+using namespace exif_tags;
+
+constexpr uint16_t kClassicMark = 42;
+constexpr uint16_t kBigMark = 43;
+constexpr uint16_t kXmpPacket = 700;
+
+[[noreturn]] void throw_no_tiff() {
+    throw ManagedException("FormatException", "The EXIF data does not begin as a TIFF does.");
+}
+
+// A reader over the bytes, in the order and form that their first letters say; no object may keep it.
+Ref<TiffReaderObject> open(std::span<const std::byte> data) {
+    if (data.size() < 8) {
+        throw_no_tiff();
+    }
+    const char first = static_cast<char>(data[0]);
+    const char second = static_cast<char>(data[1]);
+    if (first != second || (first != 'I' && first != 'M')) {
+        throw_no_tiff();
+    }
+    const bool big_endian = first == 'M';
+    const uint64_t mark = read_number(data.subspan(2, 2), big_endian);
+    if (mark != kClassicMark && mark != kBigMark) {
+        throw_no_tiff();
+    }
+    return make_tiff_reader(data, big_endian, mark == kBigMark);
+}
+
+struct Directory {
+    TagList tags;
+    uint64_t next = 0;
+};
+
+bool any_tag(uint16_t) {
+    return true;
+}
+
+// A tag that lies outside of the data, or has a type that nobody knows, is left out: the others are still good. So is
+// one that nobody wants, whose values may be many.
+Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wanted)(uint16_t) = any_tag) {
+    Directory directory;
+    const bool big = reader.big_tiff();
+    const size_t head = big ? 8 : 2;
+    const auto length = static_cast<uint64_t>(reader.length());
+    if (offset == 0 || offset > length || length - offset < head) {
+        return directory;
+    }
+    const auto at = static_cast<int64_t>(offset);
+    const size_t entry = directory_entry_size(big);
+    const uint64_t room = (length - offset - head) / entry;
+    const uint64_t count = std::min(reader.number(at, head), room);
+    for (uint64_t i = 0; i < count; ++i) {
+        const int64_t entry_at = at + static_cast<int64_t>(head + i * entry);
+        if (!wanted(static_cast<uint16_t>(reader.number(entry_at, 2)))) {
+            continue;
+        }
+        try {
+            auto tag = read_tag(reader, entry_at);
+            if (!dynamic_cast<UnknownTagObject*>(tag.get())) {
+                directory.tags.push_back(std::move(tag));
+            }
+        } catch (const ManagedException& error) {
+            if (error.name() != "EndOfStreamException") {
+                throw;
+            }
+        }
+    }
+    const size_t word = big ? 8 : 4;
+    const uint64_t end = offset + head + count * entry;
+    if (end + word <= length) {
+        directory.next = reader.number(static_cast<int64_t>(end), word);
+    }
+    return directory;
+}
+
+// The offset that a tag of a directory points to, which is taken out of it; 0 where there is none.
+uint64_t take_pointer(TagList& tags, uint16_t id) {
+    uint64_t offset = 0;
+    for (const auto& tag : tags) {
+        if (tag->id() == id) {
+            offset = static_cast<uint64_t>(std::max<int64_t>(0, tag_integer(*tag).value_or(0)));
+        }
+    }
+    std::erase_if(tags, [&](const auto& tag) { return tag->id() == id; });
+    return offset;
+}
+
+void read_below(TiffReaderObject& reader, ExifObject& exif, uint64_t exif_at, uint64_t gps_at) {
+    TagList& inner = exif.tags(ExifDirectory::kExif);
+    inner = read_directory(reader, exif_at).tags;
+    exif.interoperability = read_directory(reader, take_pointer(inner, kInteroperabilityPointer)).tags;
+    exif.tags(ExifDirectory::kGps) = read_directory(reader, gps_at).tags;
+}
+
+// Of a TIFF image's own directory the texts and what lies below: how the pixels are stored is the writer's to say.
+bool is_of_description(uint16_t id) {
+    constexpr uint16_t kIds[] = {270, 271, 272, 305, 306, 315, 33432, kExifPointer, kGpsPointer};
+    return std::find(std::begin(kIds), std::end(kIds), id) != std::end(kIds);
+}
+
+uint64_t first_directory(TiffReaderObject& reader) {
+    return reader.big_tiff() ? reader.number(8, 8) : reader.number(4, 4);
+}
+
+// Writing: sizes follow from the tags alone, so that every offset is known before the first byte is written.
+size_t even(size_t size) {
+    return size + size % 2;
+}
+
+struct Form {
+    bool big_endian;
+    bool big_tiff = false;
+    size_t head() const { return big_tiff ? 8 : 2; }
+    size_t word() const { return big_tiff ? 8 : 4; }
+};
+
+size_t size_of(const TagList& tags, const Form& form) {
+    size_t size = form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
+    for (const auto& tag : tags) {
+        const auto data = static_cast<size_t>(tag->data_size());
+        if (data > inline_size(form.big_tiff)) {
+            size += even(data);
+        }
+    }
+    return size;
+}
+
+// The entry of a tag; values that need a place of their own are put behind `values`, which begin at an offset.
+void put_entry(Bytes& out, const TagObject& tag, const Form& form, Bytes& values, size_t values_at) {
+    put_number(out, tag.id(), 2, form.big_endian);
+    put_number(out, static_cast<uint16_t>(tag.data_type()), 2, form.big_endian);
+    put_number(out, tag.count(), form.word(), form.big_endian);
+    Bytes data = tag.encoded(form.big_endian);
+    if (data.size() <= form.word()) {
+        data.resize(form.word());
+        out.insert(out.end(), data.begin(), data.end());
+        return;
+    }
+    put_number(out, values_at + values.size(), form.word(), form.big_endian);
+    data.resize(even(data.size()));
+    values.insert(values.end(), data.begin(), data.end());
+}
+
+void write_directory(Bytes& out, const TagList& tags, uint64_t next, const Form& form) {
+    Bytes values;
+    const size_t values_at = out.size() + form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
+    put_number(out, tags.size(), form.head(), form.big_endian);
+    for (const auto& tag : tags) {
+        put_entry(out, *tag, form, values, values_at);
+    }
+    put_number(out, next, form.word(), form.big_endian);
+    out.insert(out.end(), values.begin(), values.end());
+}
+
+TagList without(TagList tags, std::initializer_list<uint16_t> ids) {
+    std::erase_if(tags, [&](const auto& tag) {
+        return std::find(ids.begin(), ids.end(), tag->id()) != ids.end() || tag->count() == 0 ||
+               dynamic_cast<UnknownTagObject*>(tag.get());
+    });
+    return sorted_tags(std::move(tags));
+}
+
+Ref<TagObject> pointer(uint16_t id, size_t offset) {
+    return make_tag(TiffType::kLong, id, static_cast<int64_t>(offset));
+}
+
+}  // namespace
+
+Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg) {
+    const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
+    if (text.starts_with(kExifMark)) {
+        data = data.subspan(kExifMark.size());
+    }
+    const auto reader = open(data);
+    auto exif = make_exif(of_jpeg);
+    set_property(*exif, "IsBigEndian", reader->big_endian());
+    Directory first = read_directory(*reader, first_directory(*reader));
+    const uint64_t exif_at = take_pointer(first.tags, kExifPointer);
+    const uint64_t gps_at = take_pointer(first.tags, kGpsPointer);
+    exif->tags(ExifDirectory::kCommon) = std::move(first.tags);
+    read_below(*reader, *exif, exif_at, gps_at);
+
+    Directory second = read_directory(*reader, first.next);
+    const uint64_t thumbnail_at = take_pointer(second.tags, kThumbnailOffset);
+    const uint64_t thumbnail_size = take_pointer(second.tags, kThumbnailLength);
+    if (thumbnail_size > 0 && thumbnail_at < data.size() && thumbnail_size <= data.size() - thumbnail_at) {
+        const auto part = data.subspan(thumbnail_at, thumbnail_size);
+        exif->thumbnail.assign(part.begin(), part.end());
+        exif->thumbnail_tags = std::move(second.tags);
+    }
+    return exif;
+}
+
+Ref<ExifObject> read_exif_of_tiff(std::span<const std::byte> file) {
+    const auto reader = open(file);
+    auto exif = make_exif(false);
+    set_property(*exif, "IsBigEndian", reader->big_endian());
+    Directory first = read_directory(*reader, first_directory(*reader), is_of_description);
+    const uint64_t exif_at = take_pointer(first.tags, kExifPointer);
+    const uint64_t gps_at = take_pointer(first.tags, kGpsPointer);
+    exif->tags(ExifDirectory::kCommon) = std::move(first.tags);
+    read_below(*reader, *exif, exif_at, gps_at);
+    return exif;
+}
+
+Bytes write_exif(const ExifObject& exif) {
+    const bool big_endian = exif.big_endian();
+    const Form form{big_endian};
+    TagList common =
+        without(exif.tags(ExifDirectory::kCommon), {kExifPointer, kGpsPointer, kThumbnailOffset, kThumbnailLength});
+    TagList inner = without(exif.tags(ExifDirectory::kExif), {kInteroperabilityPointer});
+    TagList interoperability = without(exif.interoperability, {});
+    TagList gps = without(exif.tags(ExifDirectory::kGps), {});
+    TagList second = without(exif.thumbnail_tags, {kThumbnailOffset, kThumbnailLength});
+
+    // Room for the pointers first, then the pointers themselves.
+    const bool has_inner = !inner.empty() || !interoperability.empty();
+    if (!interoperability.empty()) {
+        inner.push_back(pointer(kInteroperabilityPointer, 0));
+    }
+    if (has_inner) {
+        common.push_back(pointer(kExifPointer, 0));
+    }
+    if (!gps.empty()) {
+        common.push_back(pointer(kGpsPointer, 0));
+    }
+    const bool has_second = !exif.thumbnail.empty();
+    if (has_second) {
+        second.push_back(pointer(kThumbnailOffset, 0));
+        second.push_back(pointer(kThumbnailLength, exif.thumbnail.size()));
+    }
+    constexpr size_t kHeader = 8;
+    const size_t inner_at = kHeader + size_of(common, form);
+    const size_t interoperability_at = inner_at + (has_inner ? size_of(inner, form) : 0);
+    const size_t gps_at = interoperability_at + (interoperability.empty() ? 0 : size_of(interoperability, form));
+    const size_t second_at = gps_at + (gps.empty() ? 0 : size_of(gps, form));
+    const size_t thumbnail_at = second_at + (has_second ? size_of(second, form) : 0);
+    for (TagList* tags : {&common, &inner, &second}) {
+        for (auto& tag : *tags) {
+            const uint16_t id = tag->id();
+            if (tags == &common && id == kExifPointer) {
+                tag = pointer(id, inner_at);
+            }
+            if (tags == &common && id == kGpsPointer) {
+                tag = pointer(id, gps_at);
+            }
+            if (tags == &inner && id == kInteroperabilityPointer) {
+                tag = pointer(id, interoperability_at);
+            }
+            if (tags == &second && id == kThumbnailOffset) {
+                tag = pointer(id, thumbnail_at);
+            }
+        }
+        *tags = sorted_tags(std::move(*tags));
+    }
+
+    Bytes out(2, static_cast<std::byte>(big_endian ? 'M' : 'I'));
+    put_number(out, kClassicMark, 2, big_endian);
+    put_number(out, kHeader, 4, big_endian);
+    write_directory(out, common, has_second ? second_at : 0, form);
+    if (has_inner) {
+        write_directory(out, inner, 0, form);
+    }
+    if (!interoperability.empty()) {
+        write_directory(out, interoperability, 0, form);
+    }
+    if (!gps.empty()) {
+        write_directory(out, gps, 0, form);
+    }
+    if (has_second) {
+        write_directory(out, second, 0, form);
+        out.insert(out.end(), exif.thumbnail.begin(), exif.thumbnail.end());
+    }
+    return out;
+}
+
+Bytes find_tiff_xmp(std::span<const std::byte> file) {
+    try {
+        const auto reader = open(file);
+        const auto is_packet = [](uint16_t id) { return id == kXmpPacket; };
+        const Directory found = read_directory(*reader, first_directory(*reader), is_packet);
+        if (!found.tags.empty()) {
+            return found.tags.front()->encoded(false);
+        }
+    } catch (const ManagedException& error) {
+        // A file that is cut off has no packet to show; what else is wrong with it, its decoder says.
+        if (error.name() != "FormatException" && error.name() != "EndOfStreamException") {
+            throw;
+        }
+    }
+    return {};
+}
+
+Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata) {
+    const auto reader = open(file);
+    const Form form{reader->big_endian(), reader->big_tiff()};
+    Bytes out(file.begin(), file.end());
+    out.resize(even(out.size()));
+
+    // Directories below come first, since the first one points to them.
+    TagList added = without(metadata.tags, {kExifPointer, kGpsPointer});
+    if (!metadata.xmp.empty()) {
+        added.push_back(make_tag(TiffType::kByte, kXmpPacket, metadata.xmp));
+    }
+    const auto put_below = [&](uint16_t id, const TagList& tags) {
+        if (tags.empty()) {
+            return;
+        }
+        const size_t at = out.size();
+        write_directory(out, tags, 0, form);
+        added.push_back(make_tag(form.big_tiff ? TiffType::kLong8 : TiffType::kLong, id, static_cast<int64_t>(at)));
+    };
+    if (metadata.below) {
+        TagList inner = without(metadata.below->tags(ExifDirectory::kExif), {kInteroperabilityPointer});
+        put_below(kExifPointer, inner);
+        put_below(kGpsPointer, without(metadata.below->tags(ExifDirectory::kGps), {}));
+    }
+
+    // The entries that are there already keep their bytes, so that what they point to is found again.
+    const auto at = static_cast<size_t>(first_directory(*reader));
+    const auto count = static_cast<size_t>(reader->number(static_cast<int64_t>(at), form.head()));
+    const size_t entry = directory_entry_size(form.big_tiff);
+    const auto next_at = static_cast<int64_t>(at + form.head() + count * entry);
+    const uint64_t next = reader->number(next_at, form.word());
+    const auto replaced = [&](uint16_t id) {
+        if (id == kXmpPacket || id == kExifPointer || id == kGpsPointer) {
+            return true;
+        }
+        return std::any_of(added.begin(), added.end(), [&](const auto& tag) { return tag->id() == id; });
+    };
+    std::vector<std::pair<uint16_t, Bytes>> entries;
+    for (size_t i = 0; i < count; ++i) {
+        const auto bytes = file.subspan(at + form.head() + i * entry, entry);
+        const auto id = static_cast<uint16_t>(read_number(bytes.first(2), form.big_endian));
+        if (!replaced(id)) {
+            entries.emplace_back(id, Bytes(bytes.begin(), bytes.end()));
+        }
+    }
+    Bytes values;
+    const size_t directory_at = out.size();
+    const size_t values_at = directory_at + form.head() + (entries.size() + added.size()) * entry + form.word();
+    for (const auto& tag : added) {
+        Bytes bytes;
+        put_entry(bytes, *tag, form, values, values_at);
+        entries.emplace_back(tag->id(), std::move(bytes));
+    }
+    std::stable_sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    put_number(out, entries.size(), form.head(), form.big_endian);
+    for (const auto& [id, bytes] : entries) {
+        out.insert(out.end(), bytes.begin(), bytes.end());
+    }
+    put_number(out, next, form.word(), form.big_endian);
+    out.insert(out.end(), values.begin(), values.end());
+
+    Bytes first;
+    put_number(first, directory_at, form.word(), form.big_endian);
+    std::copy(first.begin(), first.end(), out.begin() + (form.big_tiff ? 8 : 4));
+    return out;
+}
+
+}  // namespace zelmor::embed

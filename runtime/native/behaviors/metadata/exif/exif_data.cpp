@@ -1,0 +1,220 @@
+// The tags of EXIF data and the members that work on them; see exif_data.h.
+#include "runtime/native/behaviors/metadata/exif/exif_data.h"
+
+#include <algorithm>
+
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr const char* kExif = ExifObject::kManagedName;
+constexpr const char* kJpeg = ExifObject::kJpegName;
+constexpr int32_t kMaxSegmentSize = 65535;
+
+// Numbers below those of any image are the GPS directory's; the two others share a range, from which EXIF 2.3 names
+// all that stand in its own.
+ExifDirectory directory_of(uint16_t id) {
+    constexpr uint16_t kFirstOfImages = 254;
+    constexpr uint16_t kFirstOfExif = 33434;  // ExposureTime
+    constexpr uint16_t kFirstOfTitles = 40091, kLastOfTitles = 40095;
+    if (id < kFirstOfImages) {
+        return ExifDirectory::kGps;
+    }
+    if (id < kFirstOfExif || (id >= kFirstOfTitles && id <= kLastOfTitles)) {
+        return ExifDirectory::kCommon;
+    }
+    // Numbers of other uses of TIFF between those of EXIF.
+    constexpr uint16_t kOthers[] = {33550, 33723, 33922, 34264, 34377, 34675, 34735, 34736, 34737, 50341};
+    const bool other = std::find(std::begin(kOthers), std::end(kOthers), id) != std::end(kOthers);
+    return other || id > 50000 ? ExifDirectory::kCommon : ExifDirectory::kExif;
+}
+
+TagList read_tags(const VariantArg* arg, const char* parameter) {
+    return tags_of(read_elements(arg, element_of(Wire::kClass, TagObject::kManagedName), parameter));
+}
+
+template <bool kOfJpeg>
+Ref<ManagedObject> of_tags(const VariantArg* exifdata) {
+    auto exif = make_exif(kOfJpeg);
+    exif->distribute(read_tags(exifdata, "exifdata"));
+    return exif;
+}
+
+template <bool kOfJpeg>
+Ref<ManagedObject> of_directories(const VariantArg* common_tags, const VariantArg* exif_tags,
+                                  const VariantArg* gps_tags) {
+    auto exif = make_exif(kOfJpeg);
+    exif->tags(ExifDirectory::kCommon) = read_tags(common_tags, "common_tags");
+    exif->tags(ExifDirectory::kExif) = read_tags(exif_tags, "exif_tags");
+    exif->tags(ExifDirectory::kGps) = read_tags(gps_tags, "gps_tags");
+    return exif;
+}
+
+void remove_property(ExifObject& self, int32_t tag) {
+    if (tag >= 0 && tag <= UINT16_MAX) {
+        self.remove(static_cast<uint16_t>(tag));
+    }
+}
+void remove_id(ExifObject& self, uint16_t tag_id) {
+    self.remove(tag_id);
+}
+
+// None takes all tags away.
+TagList given_tags(const VariantArg* value) {
+    const auto list = read_list(value, element_of(Wire::kClass, TagObject::kManagedName));
+    return tags_of(elements_of_value(Ref<ManagedObject>(list)));
+}
+
+template <ExifDirectory kDirectory>
+Collection directory(ExifObject& self) {
+    return {Ref<ManagedObject>(same_array(self.shown[static_cast<size_t>(kDirectory)], self.tags(kDirectory)))};
+}
+template <ExifDirectory kDirectory>
+void set_directory(ExifObject& self, const VariantArg* value) {
+    self.tags(kDirectory) = given_tags(value);
+}
+Collection properties(ExifObject& self) {
+    return {Ref<ManagedObject>(same_array(self.shown[3], self.all()))};
+}
+void set_properties(ExifObject& self, const VariantArg* value) {
+    const TagList tags = given_tags(value);
+    for (const auto directory : {ExifDirectory::kCommon, ExifDirectory::kExif, ExifDirectory::kGps}) {
+        self.tags(directory).clear();
+    }
+    self.distribute(tags);
+}
+
+// The note as it stands: what is in it is each maker's own affair.
+Collection maker_note_data(ExifObject& self) {
+    TagList notes;
+    for (const auto& tag : self.tags(ExifDirectory::kExif)) {
+        if (tag->id() == exif_tags::kMakerNote) {
+            notes.push_back(tag);
+        }
+    }
+    return {Ref<ManagedObject>(tag_array(notes))};
+}
+Collection maker_notes(ExifObject& self) {
+    if (self.find(ExifDirectory::kExif, exif_tags::kMakerNote)) {
+        throw_not_supported("ExifData.MakerNotes of a maker's own form (MakerNoteRawData has the bytes)");
+    }
+    return {Ref<ManagedObject>(make_ref<ValueList>(
+        ListShape::kArray, element_of(Wire::kClass, "Zelmor.Imaging.Exif.MakerNote"), std::vector<Value>()))};
+}
+
+Bytes serialize(ExifObject& self) {
+    Bytes bytes;
+    for (const char c : kExifMark) {
+        bytes.push_back(static_cast<std::byte>(c));
+    }
+    const Bytes tiff = write_exif(self);
+    bytes.insert(bytes.end(), tiff.begin(), tiff.end());
+    return bytes;
+}
+
+int32_t max_segment_size() {
+    return kMaxSegmentSize;
+}
+
+Ref<ManagedObject> make(const TypeInfo& type) {
+    return make_ref<ExifObject>(type);
+}
+const FactoryRegistration factory(kExif, make);
+
+using Directory = ExifDirectory;
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kExif, "ctor_001_ExifData", entry<&of_tags<false>>()},
+                              {kExif, "ctor_002_ExifData", entry<&of_directories<false>>()},
+                              {kJpeg, "ctor_001_JpegExifData", entry<&of_tags<true>>()},
+                              {kJpeg, "ctor_002_JpegExifData", entry<&of_directories<true>>()},
+                              {kExif, "call_000_RemoveTag", entry<&remove_property>()},
+                              {kExif, "call_001_RemoveTag", entry<&remove_id>()},
+                              {kExif, "call_000_RemoveTagId", entry<&remove_id>()},
+                              {kExif, "get_CommonTags", entry<&directory<Directory::kCommon>>()},
+                              {kExif, "set_CommonTags", entry<&set_directory<Directory::kCommon>>()},
+                              {kExif, "get_ExifTags", entry<&directory<Directory::kExif>>()},
+                              {kExif, "set_ExifTags", entry<&set_directory<Directory::kExif>>()},
+                              {kExif, "get_GpsTags", entry<&directory<Directory::kGps>>()},
+                              {kExif, "set_GpsTags", entry<&set_directory<Directory::kGps>>()},
+                              {kExif, "get_Properties", entry<&properties>()},
+                              {kExif, "set_Properties", entry<&set_properties>()},
+                              {kExif, "get_MakerNoteData", entry<&maker_note_data>()},
+                              {kExif, "get_MakerNotes", entry<&maker_notes>()},
+                              {kJpeg, "call_000_SerializeExifData", entry<&serialize>()},
+                              {kJpeg, "getsa_MaxExifSegmentSize", entry<&max_segment_size>()},
+                          });
+
+}  // namespace
+
+const TagObject* ExifObject::find(ExifDirectory directory, uint16_t id) const {
+    for (const auto& tag : tags(directory)) {
+        if (tag->id() == id) {
+            return tag.get();
+        }
+    }
+    return nullptr;
+}
+
+void ExifObject::put(ExifDirectory directory, Ref<TagObject> tag) {
+    for (auto& known : tags(directory)) {
+        if (known->id() != tag->id()) {
+            continue;
+        }
+        known = std::move(tag);
+        return;
+    }
+    tags(directory).push_back(std::move(tag));
+}
+
+void ExifObject::remove(ExifDirectory directory, uint16_t id) {
+    std::erase_if(tags(directory), [&](const auto& tag) { return tag->id() == id; });
+}
+
+void ExifObject::remove(uint16_t id) {
+    for (const auto directory : {ExifDirectory::kCommon, ExifDirectory::kExif, ExifDirectory::kGps}) {
+        remove(directory, id);
+    }
+}
+
+void ExifObject::distribute(const TagList& tags) {
+    for (const auto& tag : tags) {
+        put(directory_of(tag->id()), tag);
+    }
+}
+
+TagList ExifObject::all() const {
+    TagList all;
+    for (const TagList& directory : m_directories) {
+        all.insert(all.end(), directory.begin(), directory.end());
+    }
+    return all;
+}
+
+bool ExifObject::empty() const {
+    return all().empty() && thumbnail.empty();
+}
+
+Ref<ManagedObject> ExifObject::copy() const {
+    auto twin = make_ref<ExifObject>(type());
+    twin->assign_from(*this);
+    std::copy(std::begin(m_directories), std::end(m_directories), std::begin(twin->m_directories));
+    twin->thumbnail = thumbnail;
+    twin->thumbnail_tags = thumbnail_tags;
+    twin->interoperability = interoperability;
+    return twin;
+}
+
+Ref<ExifObject> make_exif(bool of_jpeg) {
+    return make_ref<ExifObject>(require_type(of_jpeg ? ExifObject::kJpegName : ExifObject::kManagedName));
+}
+
+TagList sorted_tags(TagList tags) {
+    std::stable_sort(tags.begin(), tags.end(), [](const auto& a, const auto& b) { return a->id() < b->id(); });
+    return tags;
+}
+
+}  // namespace zelmor::embed

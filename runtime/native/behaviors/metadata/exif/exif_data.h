@@ -1,0 +1,83 @@
+// ExifData and JpegExifData: tags in three directories, and the form in which a file holds them.
+//
+// The named properties are views of these tags (exif_properties.cpp): setting one makes or removes a tag.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_EXIF_EXIF_DATA_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_EXIF_EXIF_DATA_H
+
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "runtime/native/behaviors/metadata/tiff/tiff_tags.h"
+#include "runtime/native/core/records.h"
+
+namespace zelmor::embed {
+
+// Where a tag belongs.
+enum class ExifDirectory : uint8_t { kCommon, kExif, kGps };
+
+using TagList = std::vector<Ref<TagObject>>;
+
+class ExifObject final : public Record {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.Exif.ExifData";
+    static constexpr const char* kJpegName = "Zelmor.Imaging.Exif.JpegExifData";
+    explicit ExifObject(const TypeInfo& type) : Record(type) {}
+
+    TagList& tags(ExifDirectory directory) { return m_directories[static_cast<size_t>(directory)]; }
+    const TagList& tags(ExifDirectory directory) const { return m_directories[static_cast<size_t>(directory)]; }
+    const TagObject* find(ExifDirectory directory, uint16_t id) const;
+    // Takes the place of a tag with the same number.
+    void put(ExifDirectory directory, Ref<TagObject> tag);
+    void remove(ExifDirectory directory, uint16_t id);
+    void remove(uint16_t id);
+    // Puts tags where their numbers belong.
+    void distribute(const TagList& tags);
+    TagList all() const;
+    bool empty() const;
+    bool big_endian() const { return property_bool(*this, "IsBigEndian"); }
+
+    // The thumbnail of a file, a JPEG, with its directory; not decoded before somebody asks for it.
+    Bytes thumbnail;
+    TagList thumbnail_tags;
+    // A directory inside that of EXIF which no member shows; it is written again as it was.
+    TagList interoperability;
+
+    // The arrays of tags that were handed out last: one for each directory, one for all.
+    Ref<ManagedList> shown[4];
+
+    // Shares the tags.
+    Ref<ManagedObject> copy() const override;
+
+ private:
+    TagList m_directories[3];
+};
+
+Ref<ExifObject> make_exif(bool of_jpeg);
+
+// Reads what a file has, from the byte order on, with or without "Exif" in front. FormatException where that is no
+// TIFF; a tag whose values lie outside is left out.
+Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg);
+// The same from a TIFF file: the directory at the offset given holds more than EXIF, of which only that is taken.
+Ref<ExifObject> read_exif_of_tiff(std::span<const std::byte> file);
+// The TIFF structure of the data, without "Exif" in front.
+Bytes write_exif(const ExifObject& exif);
+
+// "Exif" and two zeros, which stand in front where a file has the data in a segment.
+constexpr std::string_view kExifMark{"Exif\0\0", 6};
+
+// The order of a directory: by number.
+TagList sorted_tags(TagList tags);
+
+namespace exif_tags {
+constexpr uint16_t kThumbnailOffset = 513;
+constexpr uint16_t kThumbnailLength = 514;
+constexpr uint16_t kExifPointer = 34665;
+constexpr uint16_t kGpsPointer = 34853;
+constexpr uint16_t kInteroperabilityPointer = 40965;
+constexpr uint16_t kMakerNote = 37500;
+}  // namespace exif_tags
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_EXIF_EXIF_DATA_H

@@ -1,0 +1,385 @@
+// Metadata of images: read when asked for, written when saved; see image_metadata.h.
+#include "runtime/native/behaviors/metadata/image_metadata.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/metadata/containers/file_metadata.h"
+#include "runtime/native/behaviors/metadata/tiff/rationals.h"
+#include "runtime/native/behaviors/metadata/tiff/tiff_option_tags.h"
+#include "runtime/native/behaviors/metadata/xmp/xmp_packet.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/probe/probe.h"
+
+namespace zelmor::embed {
+
+// What an image's file had. The bytes go away when the property that shows them was set.
+struct ImageMetadata {
+    FileMetadata found;
+    Ref<ExifObject> of_tiff;
+    bool xmp_replaced = false;
+    bool exif_replaced = false;
+};
+
+namespace {
+
+std::span<const std::byte> as_bytes_of(std::span<const uint8_t> file) {
+    return std::as_bytes(file);
+}
+
+ImageMetadata* metadata_of(Record& image) {
+    auto* object = dynamic_cast<ImageObject*>(&image);
+    return object ? object->metadata.get() : nullptr;
+}
+
+Ref<ManagedObject> get_xmp(Record& self) {
+    self.require_live();
+    ImageMetadata* metadata = metadata_of(self);
+    const auto known = property_object(self, "XmpData");
+    if (known || !metadata || metadata->xmp_replaced || metadata->found.xmp.empty()) {
+        return known;
+    }
+    Ref<ManagedObject> read = read_xmp_packet(metadata->found.xmp);
+    set_property(self, "XmpData", read);
+    metadata->xmp_replaced = true;
+    return read;
+}
+
+void set_xmp(Record& self, XmpPacketObject* value) {
+    self.require_live();
+    if (ImageMetadata* metadata = metadata_of(self)) {
+        metadata->xmp_replaced = true;
+    }
+    set_property(self, "XmpData", Ref<ManagedObject>(value));
+}
+
+// The bytes are kept beside the object: where nothing of it was changed, the next file gets just these.
+template <bool kOfJpeg>
+Ref<ManagedObject> get_exif(Record& self) {
+    self.require_live();
+    ImageMetadata* metadata = metadata_of(self);
+    const auto known = property_object(self, "ExifData");
+    if (known || !metadata || metadata->exif_replaced) {
+        return known;
+    }
+    Ref<ManagedObject> read = metadata->of_tiff;
+    if (!metadata->found.exif.empty()) {
+        read = read_exif(metadata->found.exif, kOfJpeg);
+    }
+    set_property(self, "ExifData", read);
+    return read;
+}
+
+void set_exif(Record& self, ExifObject* value) {
+    self.require_live();
+    if (ImageMetadata* metadata = metadata_of(self)) {
+        metadata->exif_replaced = true;
+    }
+    set_property(self, "ExifData", Ref<ManagedObject>(value));
+}
+
+// The thumbnail is decoded when it is asked for, and encoded when it is set: the data keeps a JPEG of its own.
+Ref<ManagedObject> get_thumbnail(ExifObject& self) {
+    const auto known = property_object(self, "Thumbnail");
+    if (known || self.thumbnail.empty()) {
+        return known;
+    }
+    const auto* first = reinterpret_cast<const uint8_t*>(self.thumbnail.data());
+    Ref<ManagedObject> image =
+        decoded_image({first, first + self.thumbnail.size()}, nullptr, "Cannot load the thumbnail of the EXIF data");
+    set_property(self, "Thumbnail", image);
+    return image;
+}
+
+void set_thumbnail(ExifObject& self, ImageObject* value) {
+    self.thumbnail.clear();
+    self.thumbnail_tags.clear();
+    if (value) {
+        constexpr int64_t kJpegCompression = 6;
+        const auto file = value->picture().encode(imagework::default_encoding(imagework::Format::kJpeg));
+        const auto bytes = as_bytes_of({file.data.get(), file.size});
+        self.thumbnail.assign(bytes.begin(), bytes.end());
+        self.thumbnail_tags.push_back(make_tag(TiffType::kShort, 259, kJpegCompression));
+    }
+    set_property(self, "Thumbnail", Ref<ManagedObject>(value));
+}
+
+Ref<ManagedObject> property_if_any(const Record* object, const char* name) {
+    return object && has_property(*object, name) ? property_object(*object, name) : nullptr;
+}
+
+Bytes bytes_of_text(const std::string& text) {
+    const auto* data = reinterpret_cast<const std::byte*>(text.data());
+    return {data, data + text.size()};
+}
+
+// What EXIF repeats of the picture that was written.
+struct Written {
+    int64_t width;
+    int64_t height;
+    imagework::Resolution resolution;
+};
+
+Written written(std::span<const uint8_t> file, const Record& image, const Record* options) {
+    const imagework::FileFacts facts = imagework::probe(file);
+    Written result{facts.width, facts.height, imagework::kDefaultResolution};
+    if (const auto* object = dynamic_cast<const ImageObject*>(&image)) {
+        result.resolution = object->picture().resolution();
+    }
+    if (const auto settings = property_if_any(options, "ResolutionSettings")) {
+        result.resolution = {property_double(*settings, "HorizontalResolution"),
+                             property_double(*settings, "VerticalResolution")};
+    }
+    return result;
+}
+
+// Brings size and resolution in step with the file; true where something had to be changed.
+bool bring_in_step(ExifObject& exif, const Written& picture) {
+    bool changed = false;
+    const auto put_size = [&](uint16_t id, int64_t size) {
+        const TagObject* tag = exif.find(ExifDirectory::kExif, id);
+        if (!tag || size <= 0 || tag_integer(*tag) == size) {
+            return;
+        }
+        exif.put(ExifDirectory::kExif, make_tag(TiffType::kLong, id, size));
+        changed = true;
+    };
+    put_size(40962, picture.width);
+    put_size(40963, picture.height);
+    const TagObject* unit = exif.find(ExifDirectory::kCommon, 296);
+    const double per_inch = unit && tag_integer(*unit) == 3 ? 2.54 : 1.0;
+    const auto put_resolution = [&](uint16_t id, double dpi) {
+        const TagObject* tag = exif.find(ExifDirectory::kCommon, id);
+        const auto values = tag ? tag->values() : nullptr;
+        if (!values || values->size() == 0 || tag->data_type() != TiffType::kRational) {
+            return;
+        }
+        const auto& rational = cast_object<RationalObject>(*std::get<Ref<ManagedObject>>(values->get(0)));
+        // JFIF has whole numbers, so that half a dot is no change.
+        if (std::abs(rational.value() * per_inch - dpi) <= 0.5) {
+            return;
+        }
+        exif.put(ExifDirectory::kCommon,
+                 make_tag(TiffType::kRational, id, approximate_rational(dpi / per_inch, kRationalEpsilon, false)));
+        changed = true;
+    };
+    put_resolution(282, picture.resolution.horizontal);
+    put_resolution(283, picture.resolution.vertical);
+    return changed;
+}
+
+// Tags that say how the pixels are stored belong to whoever stored them.
+bool is_of_pixels(uint16_t id) {
+    constexpr uint16_t kIds[] = {254,
+                                 255,
+                                 256,
+                                 257,
+                                 258,
+                                 259,
+                                 262,
+                                 263,
+                                 264,
+                                 265,
+                                 266,
+                                 273,
+                                 277,
+                                 278,
+                                 279,
+                                 280,
+                                 281,
+                                 282,
+                                 283,
+                                 284,
+                                 292,
+                                 293,
+                                 296,
+                                 301,
+                                 317,
+                                 318,
+                                 319,
+                                 320,
+                                 321,
+                                 322,
+                                 323,
+                                 324,
+                                 325,
+                                 330,
+                                 332,
+                                 334,
+                                 338,
+                                 339,
+                                 340,
+                                 341,
+                                 347,
+                                 529,
+                                 530,
+                                 531,
+                                 532,
+                                 exif_tags::kExifPointer,
+                                 exif_tags::kGpsPointer,
+                                 34675};
+    return (id >= 512 && id <= 521) || std::find(std::begin(kIds), std::end(kIds), id) != std::end(kIds);
+}
+
+void add_free_tags(TagList& to, const TagList& tags) {
+    for (const auto& tag : tags) {
+        const auto same = [&](const auto& known) { return known->id() == tag->id(); };
+        if (!is_of_pixels(tag->id()) && tag->count() > 0 && std::none_of(to.begin(), to.end(), same)) {
+            to.push_back(tag);
+        }
+    }
+}
+
+// A copy that may be changed: the tags of the image stay as its owner left them.
+Ref<ExifObject> own_copy(const ExifObject& exif) {
+    const Ref<ManagedObject> copy = exif.copy();
+    return Ref<ExifObject>(&cast_object<ExifObject>(*copy));
+}
+
+struct ExifToWrite {
+    Ref<ExifObject> object;  // may be empty
+    Bytes bytes;             // what the file had, where that is still right
+    bool decided = false;    // even where it is for none
+};
+
+ExifToWrite exif_to_write(const Record& image, const ImageMetadata* metadata, const Record* options,
+                          const Written& picture) {
+    ExifToWrite result;
+    const auto wanted = property_if_any(options, "ExifData");
+    const auto own = property_if_any(&image, "ExifData");
+    const bool as_read = metadata && !metadata->exif_replaced;
+    if (wanted || own) {
+        result.object = own_copy(cast_object<ExifObject>(wanted ? *wanted : *own));
+    } else if (as_read && !metadata->found.exif.empty()) {
+        try {
+            result.object = read_exif(metadata->found.exif, true);
+        } catch (const ManagedException& error) {
+            // Nothing that can be read, and so nothing that could be wrong now: it stays as it is.
+            if (error.name() != "FormatException") {
+                throw;
+            }
+            result.bytes = metadata->found.exif;
+            result.decided = true;
+            return result;
+        }
+    } else if (as_read && metadata->of_tiff) {
+        result.object = own_copy(*metadata->of_tiff);
+    }
+    result.decided = result.object || (metadata && metadata->exif_replaced);
+    if (!result.object) {
+        return result;
+    }
+
+    // Bytes that hold the same go on as they are: a maker's note may know where in them it stands.
+    if (!wanted && as_read && !metadata->found.exif.empty()) {
+        const Ref<ExifObject> before = read_exif(metadata->found.exif, true);
+        if (write_exif(*before) == write_exif(*result.object)) {
+            result.bytes = metadata->found.exif;
+        }
+    }
+    if (bring_in_step(*result.object, picture) || result.bytes.empty()) {
+        result.bytes = result.object->empty() ? Bytes() : write_exif(*result.object);
+    }
+    return result;
+}
+
+constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
+constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
+constexpr const char* kTiff = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
+constexpr const char* kFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
+const BehaviorTable table(Assembly::kImaging,
+                          {
+                              {kRaster, "get_XmpData", entry<&get_xmp>()},
+                              {kRaster, "set_XmpData", entry<&set_xmp>()},
+                              {kJpeg, "get_ExifData", entry<&get_exif<true>>()},
+                              {kJpeg, "set_ExifData", entry<&set_exif>()},
+                              {ExifObject::kJpegName, "get_Thumbnail", image_entry<&get_thumbnail>()},
+                              {ExifObject::kJpegName, "set_Thumbnail", image_entry<&set_thumbnail>()},
+                              {kTiff, "get_ExifData", entry<&get_exif<false>>()},
+                              {kTiff, "set_ExifData", entry<&set_exif>()},
+                              {kFrame, "get_ExifData", entry<&get_exif<false>>()},
+                              {kFrame, "set_ExifData", entry<&set_exif>()},
+                          });
+
+}  // namespace
+
+std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file) {
+    const auto bytes = as_bytes_of(file);
+    ImageMetadata metadata;
+    metadata.found = find_metadata(bytes);
+    if (metadata_format(bytes) == MetadataFormat::kTiff) {
+        try {
+            auto exif = read_exif_of_tiff(bytes);
+            if (!exif->empty()) {
+                metadata.of_tiff = std::move(exif);
+            }
+        } catch (const ManagedException& error) {
+            // A file that is cut off has none to show; what else is wrong with it, its decoder says.
+            if (error.name() != "FormatException" && error.name() != "EndOfStreamException") {
+                throw;
+            }
+        }
+    }
+    if (metadata.found.exif.empty() && metadata.found.xmp.empty() && !metadata.of_tiff) {
+        return nullptr;
+    }
+    return std::make_shared<ImageMetadata>(std::move(metadata));
+}
+
+void prepare_options(const Record* options) {
+    auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
+    if (tiff) {
+        tiff->synchronize();
+    }
+}
+
+std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, const Record& image,
+                                        const ImageMetadata* metadata, const Record* options) {
+    const auto bytes = as_bytes_of(file);
+    const MetadataFormat format = metadata_format(bytes);
+    if (format == MetadataFormat::kOther) {
+        return {};
+    }
+
+    MetadataToWrite write;
+    const FileMetadata there = find_metadata(bytes);
+    const auto wanted = property_if_any(options, "XmpData");
+    const auto own = property_if_any(&image, "XmpData");
+    if (wanted || own) {
+        write.xmp = bytes_of_text(cast_object<XmpPacketObject>(wanted ? *wanted : *own).text());
+    } else if (metadata && !metadata->xmp_replaced) {
+        write.xmp = metadata->found.xmp;
+    } else if (!metadata) {
+        write.xmp = there.xmp;
+    }
+    ExifToWrite exif = exif_to_write(image, metadata, options, written(file, image, options));
+    write.exif = exif.decided ? std::move(exif.bytes) : there.exif;
+    if (format == MetadataFormat::kTiff) {
+        write.exif.clear();
+        auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
+        if (tiff) {
+            add_free_tags(write.tags, tiff->tags());
+        }
+        if (exif.object) {
+            add_free_tags(write.tags, exif.object->tags(ExifDirectory::kCommon));
+        }
+        write.below = exif.object.get();
+        if (write.tags.empty() && !write.below && write.xmp == there.xmp) {
+            return {};
+        }
+    } else if (write.exif == there.exif && write.xmp == there.xmp) {
+        // The image library compresses a packet in PNG, where other programs do not look for it.
+        if (format != MetadataFormat::kPng || write.xmp.empty()) {
+            return {};
+        }
+    }
+    const Bytes out = with_metadata(bytes, write);
+    const auto* first = reinterpret_cast<const uint8_t*>(out.data());
+    return {first, first + out.size()};
+}
+
+}  // namespace zelmor::embed

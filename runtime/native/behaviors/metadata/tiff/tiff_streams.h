@@ -1,0 +1,77 @@
+// Reading and writing numbers of TIFF in either byte order: TiffStreamReader, TiffStreamWriter and their kin.
+//
+// A reader stands over a copy of bytes or over a stream container; positions count from the beginning of either. A
+// writer writes where its container stands.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_TIFF_TIFF_STREAMS_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_TIFF_TIFF_STREAMS_H
+
+#include <cstdint>
+#include <span>
+
+#include "runtime/native/behaviors/streams/stream_container.h"
+#include "runtime/native/core/object.h"
+#include "runtime/native/core/value.h"
+
+namespace zelmor::embed {
+
+// Which of the classes an object is.
+struct TiffStreamKind {
+    bool big_endian = false;
+    bool big_tiff = false;
+};
+
+// Numbers in either order, 2, 4 or 8 bytes of them.
+uint64_t read_number(std::span<const std::byte> bytes, bool big_endian);
+void put_number(Bytes& out, uint64_t number, size_t size, bool big_endian);
+
+class TiffReaderObject final : public ManagedObject {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader";
+    TiffReaderObject(const TypeInfo& type, Bytes content);
+    TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObject> container);
+    // Over bytes that stay for as long as the reader.
+    TiffReaderObject(const TypeInfo& type, std::span<const std::byte> content);
+
+    bool big_endian() const { return m_kind.big_endian; }
+    bool big_tiff() const { return m_kind.big_tiff; }
+    int64_t length();
+    bool throw_exceptions = true;
+
+    // The bytes at a position. Where there are fewer, EndOfStreamException; if exceptions are off, the rest of the
+    // memory stays as it was given.
+    void read(int64_t position, std::span<std::byte> into);
+    uint64_t number(int64_t position, size_t size);
+    // Refuses a count whose bytes cannot be there; with exceptions off it is brought down to what is there.
+    int64_t checked_count(int64_t position, int64_t count, size_t size);
+    // What is there from a position on.
+    Bytes rest(int64_t position);
+
+ private:
+    TiffStreamKind m_kind;
+    Bytes m_content;                     // of a reader that has a copy of its own
+    std::span<const std::byte> m_bytes;  // what is read, unless there is a container
+    Ref<StreamContainerObject> m_container;
+};
+
+class TiffWriterObject final : public ManagedObject {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamWriter";
+    TiffWriterObject(const TypeInfo& type, Ref<StreamContainerObject> container);
+
+    bool big_endian() const { return m_kind.big_endian; }
+    bool big_tiff() const { return m_kind.big_tiff; }
+    void write(std::span<const std::byte> bytes);
+    void write_number(uint64_t number, size_t size);
+    StreamContainerObject& container() { return *m_container; }
+
+ private:
+    TiffStreamKind m_kind;
+    Ref<StreamContainerObject> m_container;
+};
+
+// A reader of the class for this order and form over bytes that stay for as long as it.
+Ref<TiffReaderObject> make_tiff_reader(std::span<const std::byte> content, bool big_endian, bool big_tiff = false);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_TIFF_TIFF_STREAMS_H

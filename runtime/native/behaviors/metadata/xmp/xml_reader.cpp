@@ -1,0 +1,186 @@
+// The tree from expat's events; see xml_reader.h.
+#include "runtime/native/behaviors/metadata/xmp/xml_reader.h"
+
+#include <dlfcn.h>
+#include <expat.h>
+
+#include <exception>
+#include <memory>
+
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+constexpr char kSeparator = '\n';  // no part of a name or a namespace that a parser hands out
+constexpr size_t kDeepest = 256;   // far below what would use up the stack
+
+// The functions of the library that are used here.
+struct Expat {
+    decltype(&XML_ParserCreateNS) create;
+    decltype(&XML_ParserFree) release;
+    decltype(&XML_SetReturnNSTriplet) return_triplets;
+    decltype(&XML_SetUserData) set_user_data;
+    decltype(&XML_SetElementHandler) on_element;
+    decltype(&XML_SetCharacterDataHandler) on_text;
+    decltype(&XML_SetProcessingInstructionHandler) on_instruction;
+    decltype(&XML_SetStartDoctypeDeclHandler) on_document_type;
+    decltype(&XML_StopParser) stop;
+    decltype(&XML_Parse) parse;
+    decltype(&XML_GetErrorCode) error_code;
+    decltype(&XML_ErrorString) error_text;
+    decltype(&XML_GetCurrentLineNumber) line;
+};
+
+[[noreturn]] void throw_unloadable() {
+    const char* reason = dlerror();
+    throw ManagedException("DllNotFoundException", std::string("The XML library libexpat.so.1 cannot be loaded: ") +
+                                                       (reason ? reason : "no reason was given") + ".");
+}
+
+Expat load_expat() {
+    void* library = dlopen("libexpat.so.1", RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (!library) {
+        throw_unloadable();
+    }
+    Expat expat{};
+    const auto find = [&]<class F>(F& function, const char* name) {
+        function = reinterpret_cast<F>(dlsym(library, name));
+        if (!function) {
+            throw_unloadable();
+        }
+    };
+    find(expat.create, "XML_ParserCreateNS");
+    find(expat.release, "XML_ParserFree");
+    find(expat.return_triplets, "XML_SetReturnNSTriplet");
+    find(expat.set_user_data, "XML_SetUserData");
+    find(expat.on_element, "XML_SetElementHandler");
+    find(expat.on_text, "XML_SetCharacterDataHandler");
+    find(expat.on_instruction, "XML_SetProcessingInstructionHandler");
+    find(expat.on_document_type, "XML_SetStartDoctypeDeclHandler");
+    find(expat.stop, "XML_StopParser");
+    find(expat.parse, "XML_Parse");
+    find(expat.error_code, "XML_GetErrorCode");
+    find(expat.error_text, "XML_ErrorString");
+    find(expat.line, "XML_GetCurrentLineNumber");
+    return expat;
+}
+
+const Expat& expat() {
+    static const Expat functions = load_expat();
+    return functions;
+}
+
+// "uri\nname\nprefix"; the name alone where it has no namespace.
+XmlName split(std::string_view triplet) {
+    const size_t first = triplet.find(kSeparator);
+    if (first == std::string_view::npos) {
+        return {{}, {}, std::string(triplet)};
+    }
+    const size_t second = triplet.find(kSeparator, first + 1);
+    XmlName name{std::string(triplet.substr(0, first)), {}, std::string(triplet.substr(first + 1, second - first - 1))};
+    if (second != std::string_view::npos) {
+        name.prefix = triplet.substr(second + 1);
+    }
+    return name;
+}
+
+// What the events build up. An exception cannot pass through the library: it is kept until the library has returned.
+struct Building {
+    XML_Parser parser = nullptr;
+    XmlDocument document = {};
+    std::vector<XmlElement> open = {};
+    std::exception_ptr failure = {};
+
+    template <class Step>
+    void guarded(Step&& step) noexcept {
+        if (failure) {
+            return;
+        }
+        try {
+            step();
+        } catch (...) {
+            failure = std::current_exception();
+            expat().stop(parser, XML_FALSE);
+        }
+    }
+};
+
+Building& of(void* data) {
+    return *static_cast<Building*>(data);
+}
+
+void begin_element(void* data, const char* name, const char** attributes) {
+    of(data).guarded([&] {
+        if (of(data).open.size() == kDeepest) {
+            throw ManagedException("XmlException", "The elements nest too deep.");
+        }
+        XmlElement element{split(name), {}, {}, {}};
+        for (; attributes[0]; attributes += 2) {
+            element.attributes.emplace_back(split(attributes[0]), attributes[1]);
+        }
+        of(data).open.push_back(std::move(element));
+    });
+}
+
+void end_element(void* data, const char*) {
+    of(data).guarded([&] {
+        auto& open = of(data).open;
+        XmlElement element = std::move(open.back());
+        open.pop_back();
+        (open.empty() ? of(data).document.root : open.back().children.emplace_back()) = std::move(element);
+    });
+}
+
+void add_text(void* data, const char* text, int length) {
+    of(data).guarded([&] { of(data).open.back().text.append(text, static_cast<size_t>(length)); });
+}
+
+void add_instruction(void* data, const char* target, const char* content) {
+    of(data).guarded([&] { of(data).document.instructions.emplace_back(target, content); });
+}
+
+void refuse_document_type(void* data, const char*, const char*, const char*, int) {
+    of(data).guarded([] { throw ManagedException("XmlException", "A document type is not allowed in XMP."); });
+}
+
+struct Release {
+    void operator()(XML_Parser parser) const { expat().release(parser); }
+};
+
+}  // namespace
+
+XmlDocument read_xml(std::span<const std::byte> text) {
+    const Expat& library = expat();
+    const std::unique_ptr<XML_ParserStruct, Release> parser(library.create(nullptr, kSeparator));
+    if (!parser) {
+        throw std::bad_alloc();
+    }
+    Building building{parser.get()};
+    library.return_triplets(parser.get(), 1);
+    library.set_user_data(parser.get(), &building);
+    library.on_element(parser.get(), begin_element, end_element);
+    library.on_text(parser.get(), add_text);
+    library.on_instruction(parser.get(), add_instruction);
+    library.on_document_type(parser.get(), refuse_document_type);
+
+    const auto* bytes = reinterpret_cast<const char*>(text.data());
+    constexpr size_t kPiece = 1 << 20;
+    bool good = true;
+    for (size_t at = 0; good && (at < text.size() || at == 0); at += kPiece) {
+        const size_t size = std::min(kPiece, text.size() - at);
+        good = library.parse(parser.get(), bytes + at, static_cast<int>(size), at + size == text.size()) != 0;
+    }
+    if (building.failure) {
+        std::rethrow_exception(building.failure);
+    }
+    if (!good) {
+        throw ManagedException("XmlException", "The XMP packet is not well-formed: " +
+                                                   std::string(library.error_text(library.error_code(parser.get()))) +
+                                                   " in line " + std::to_string(library.line(parser.get())) + ".");
+    }
+    return std::move(building.document);
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,82 @@
+// Escaping and names; see xml_text.h.
+#include "runtime/native/behaviors/metadata/xmp/xml_text.h"
+
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+// Letters of any script may begin a name; which of them exactly is left to whoever reads it.
+bool begins_name(unsigned char byte) {
+    return byte >= 0x80 || byte == '_' || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+}
+bool continues_name(unsigned char byte) {
+    return begins_name(byte) || byte == '-' || byte == '.' || (byte >= '0' && byte <= '9');
+}
+
+}  // namespace
+
+std::string xml_escaped(std::string_view utf8) {
+    std::string escaped;
+    escaped.reserve(utf8.size());
+    for (const char c : utf8) {
+        switch (c) {
+            case '&':
+                escaped += "&amp;";
+                break;
+            case '<':
+                escaped += "&lt;";
+                break;
+            case '>':
+                escaped += "&gt;";
+                break;
+            case '"':
+                escaped += "&quot;";
+                break;
+            case '\r':  // a reader would make a line feed of it
+                escaped += "&#13;";
+                break;
+            default:
+                if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n') {
+                    throw_argument("XML cannot hold the control character with the code " +
+                                   std::to_string(static_cast<int>(c)) + ".");
+                }
+                escaped += c;
+        }
+    }
+    return escaped;
+}
+
+std::string xml_escaped(std::u16string_view text) {
+    return xml_escaped(to_utf8(text));
+}
+
+bool is_xml_name(std::string_view utf8) {
+    if (utf8.empty() || !begins_name(static_cast<unsigned char>(utf8.front()))) {
+        return false;
+    }
+    for (const char c : utf8) {
+        if (!continues_name(static_cast<unsigned char>(c))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void require_xml_name(std::string_view utf8, const char* parameter, bool qualified) {
+    const size_t colon = qualified ? utf8.find(':') : std::string_view::npos;
+    const bool fits = colon == std::string_view::npos
+                          ? is_xml_name(utf8)
+                          : is_xml_name(utf8.substr(0, colon)) && is_xml_name(utf8.substr(colon + 1));
+    if (!fits) {
+        throw_argument(std::string(parameter) + ": '" + std::string(utf8) + "' is not a name that XML allows.");
+    }
+}
+
+std::string xml_attribute(std::string_view name, std::string_view value) {
+    return " " + std::string(name) + "=\"" + xml_escaped(value) + "\"";
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,80 @@
+// The sources: where a new image is written. Each gives a container over a file or a stream when it is asked.
+#include "runtime/native/behaviors/streams/stream_container.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/core/files.h"
+#include "runtime/native/core/text.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+using Path = std::optional<std::u16string>;
+
+constexpr const char* kStreamSource = "Zelmor.Imaging.Sources.StreamSource";
+constexpr const char* kCreateSource = "Zelmor.Imaging.Sources.FileCreateSource";
+constexpr const char* kOpenSource = "Zelmor.Imaging.Sources.FileOpenSource";
+
+Ref<ManagedObject> make_stream_source(Ref<ManagedStream> stream, bool dispose_stream) {
+    auto source = make_instance(kStreamSource);
+    set_property(*source, "Stream", Ref<ManagedObject>(std::move(stream)));
+    set_property(*source, "DisposeStream", dispose_stream);
+    return source;
+}
+// Without a stream of the caller's, the image is written to memory.
+Ref<ManagedObject> memory_source() {
+    return make_stream_source(make_memory_stream(), true);
+}
+Ref<ManagedObject> stream_source(Ref<ManagedStream> stream) {
+    return make_stream_source(std::move(stream), false);
+}
+
+Ref<StreamContainerObject> stream_container(Record& self) {
+    const Ref<ManagedObject> stream = property_object(self, "Stream");
+    if (!stream) {
+        throw_invalid_operation("The source has no stream.");
+    }
+    return make_stream_container("Zelmor.Imaging.StreamContainer",
+                                 Ref<ManagedStream>(&cast_object<ManagedStream>(*stream)),
+                                 property_bool(self, "DisposeStream"));
+}
+
+Ref<ManagedObject> make_file_source(const char* type, const Path& file_path, bool is_temporal) {
+    file_path_of(file_path, "file_path");  // refuses what names no file
+    auto source = make_instance(type);
+    set_property(*source, "FilePath", *file_path);
+    set_property(*source, "IsTemporal", is_temporal);
+    return source;
+}
+Ref<ManagedObject> create_source(const Path& file_path) {
+    return make_file_source(kCreateSource, file_path, false);
+}
+Ref<ManagedObject> create_temporal_source(const Path& file_path, bool is_temporal) {
+    return make_file_source(kCreateSource, file_path, is_temporal);
+}
+Ref<ManagedObject> open_source(const Path& file_path) {
+    return make_file_source(kOpenSource, file_path, false);
+}
+
+Ref<StreamContainerObject> created_container(Record& self) {
+    return make_file_container(property_string(self, "FilePath"), "file_path", true, property_bool(self, "IsTemporal"));
+}
+Ref<StreamContainerObject> opened_container(Record& self) {
+    return make_file_container(property_string(self, "FilePath"), "file_path", false, false);
+}
+
+const Behavior kMembers[] = {
+    {kStreamSource, "ctor_000_StreamSource", entry<&memory_source>()},
+    {kStreamSource, "ctor_001_StreamSource", entry<&stream_source>()},
+    {kStreamSource, "ctor_002_StreamSource", entry<&make_stream_source>()},
+    {kStreamSource, "call_000_GetStreamContainer", entry<&stream_container>()},
+    {kCreateSource, "ctor_000_FileCreateSource", entry<&create_source>()},
+    {kCreateSource, "ctor_001_FileCreateSource", entry<&create_temporal_source>()},
+    {kCreateSource, "call_000_GetStreamContainer", entry<&created_container>()},
+    {kOpenSource, "ctor_000_FileOpenSource", entry<&open_source>()},
+    {kOpenSource, "call_000_GetStreamContainer", entry<&opened_container>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,54 @@
+// StreamContainer and its kin: an object around a managed stream, which it may own.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_STREAMS_STREAM_CONTAINER_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_STREAMS_STREAM_CONTAINER_H
+
+#include <optional>
+#include <string>
+
+#include "runtime/native/behaviors/streams/joined_stream.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/records.h"
+#include "runtime/native/core/stream.h"
+
+namespace zelmor::embed {
+
+class StreamContainerObject : public Record {
+ public:
+    static constexpr const char* kManagedName = "Zelmor.Imaging.StreamContainer";
+    explicit StreamContainerObject(const TypeInfo& type) : Record(type) {}
+    ~StreamContainerObject() override;
+    void attach(Ref<ManagedStream> stream, bool dispose_stream);
+
+    // The stream; ObjectDisposedException once the container is disposed, InvalidOperationException without one.
+    // Whoever works on it holds it: the file behind it may dispose of the container meanwhile, and so may another
+    // thread.
+    Ref<ManagedStream> stream() const;
+    // Puts the content of another stream in at a position, in bytes from the beginning.
+    void insert(int64_t position, Ref<ManagedStream> stream, bool dispose_stream);
+    bool disposes_stream() const { return m_dispose_stream; }
+    // A file that goes with the container, for a temporary one.
+    std::string temporary_path;
+
+    void on_dispose() override;
+    Ref<ManagedObject> copy() const override { throw_not_supported("Copying a stream container"); }
+
+ private:
+    void remove_temporary();
+
+    Ref<ManagedStream> m_stream;
+    bool m_dispose_stream = false;
+    Ref<JoinedStream> m_joined;  // the same as m_stream once something was put in
+};
+
+// A container of the named type ("Zelmor.Imaging.StreamContainer") around a stream.
+Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<ManagedStream> stream, bool dispose_stream);
+// A FileStreamContainer over a file, which is created or opened, and removed with the container if it is temporary.
+Ref<StreamContainerObject> make_file_container(const std::optional<std::u16string>& file_path, const char* parameter,
+                                               bool create, bool is_temporal);
+
+// The same over a file that is there.
+Ref<StreamContainerObject> open_file_container(const std::string& path);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_STREAMS_STREAM_CONTAINER_H

@@ -1,0 +1,126 @@
+// CmykColorHelper: CMYK colors packed into 32-bit numbers, without profiles.
+#include "runtime/native/behaviors/values/cmyk.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+int32_t from_argb(int32_t argb) {
+    return packed_cmyk(cmyk_of(static_cast<uint32_t>(argb)));
+}
+int32_t from_color(const ColorValue& pixel) {
+    return packed_cmyk(cmyk_of(pixel.argb));
+}
+ColorValue to_color(int32_t cmyk) {
+    return ColorValue::from_argb(argb_of(unpacked_cmyk(cmyk)));
+}
+
+Collection numbers(std::vector<int32_t> items) {
+    return {Ref<ManagedObject>(make_array(std::move(items)))};
+}
+
+Collection from_argb_array(const VariantArg* argb_pixels) {
+    std::vector<int32_t> items = read_array<int32_t>(argb_pixels, "argb_pixels");
+    for (int32_t& item : items) {
+        item = from_argb(item);
+    }
+    return numbers(std::move(items));
+}
+Collection from_color_array(const VariantArg* pixels) {
+    std::vector<int32_t> items;
+    for (const Value& value : read_elements(pixels, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "pixels")) {
+        items.push_back(from_color(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(value))));
+    }
+    return numbers(std::move(items));
+}
+Collection to_color_array(const VariantArg* cmyk_pixels) {
+    std::vector<Value> items;
+    for (const int32_t cmyk : read_array<int32_t>(cmyk_pixels, "cmyk_pixels")) {
+        items.emplace_back(box(to_color(cmyk)));
+    }
+    return color_array(std::move(items));
+}
+Collection to_argb_array(const VariantArg* cmyk_pixels) {
+    std::vector<int32_t> items = read_array<int32_t>(cmyk_pixels, "cmyk_pixels");
+    for (int32_t& item : items) {
+        item = static_cast<int32_t>(argb_of(unpacked_cmyk(item)));
+    }
+    return numbers(std::move(items));
+}
+
+// The range of an array that a call names; ArgumentOutOfRangeException where it leaves the array.
+std::span<const int32_t> range_of(const std::vector<int32_t>& items, int32_t start_index, int32_t length) {
+    if (start_index < 0) {
+        throw_out_of_range("start_index", std::to_string(start_index) + " is negative.");
+    }
+    if (length < 0 || static_cast<size_t>(start_index) + static_cast<size_t>(length) > items.size()) {
+        throw_out_of_range("length", "The range from " + std::to_string(start_index) + " of " + std::to_string(length) +
+                                         " leaves an array of " + std::to_string(items.size()) + " elements.");
+    }
+    return std::span(items).subspan(static_cast<size_t>(start_index), static_cast<size_t>(length));
+}
+Bytes bytes_of(const VariantArg* argb_pixels, int32_t start_index, int32_t length, bool with_alpha) {
+    const std::vector<int32_t> items = read_array<int32_t>(argb_pixels, "argb_pixels");
+    Bytes bytes;
+    for (const int32_t argb : range_of(items, start_index, length)) {
+        const CmykValue cmyk = cmyk_of(static_cast<uint32_t>(argb));
+        for (const uint8_t ink : {cmyk.c, cmyk.m, cmyk.y, cmyk.k}) {
+            bytes.push_back(std::byte{ink});
+        }
+        if (with_alpha) {
+            bytes.push_back(static_cast<std::byte>(static_cast<uint32_t>(argb) >> 24));
+        }
+    }
+    return bytes;
+}
+Bytes to_cmyk_bytes(const VariantArg* pixels, int32_t start, int32_t length) {
+    return bytes_of(pixels, start, length, false);
+}
+Bytes to_cmyka_bytes(const VariantArg* pixels, int32_t start, int32_t length) {
+    return bytes_of(pixels, start, length, true);
+}
+
+int32_t get_c(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).c;
+}
+int32_t get_m(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).m;
+}
+int32_t get_y(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).y;
+}
+int32_t get_k(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).k;
+}
+int32_t from_components(int32_t cyan, int32_t magenta, int32_t yellow, int32_t black) {
+    return packed_cmyk({cmyk_component(cyan, "cyan"), cmyk_component(magenta, "magenta"),
+                        cmyk_component(yellow, "yellow"), cmyk_component(black, "black")});
+}
+
+constexpr const char* kHelper = "Zelmor.Imaging.CmykColorHelper";
+const Behavior kMembers[] = {
+    {kHelper, "call_000_ToCmyk", entry<&from_argb_array>()},
+    {kHelper, "call_001_ToCmyk", entry<&from_argb>()},
+    {kHelper, "call_002_ToCmyk", entry<&from_color>()},
+    {kHelper, "call_003_ToCmyk", entry<&from_color_array>()},
+    {kHelper, "call_000_ToArgb", entry<&to_color_array>()},
+    {kHelper, "call_001_ToArgb", entry<&to_color>()},
+    {kHelper, "call_000_GetC", entry<&get_c>()},
+    {kHelper, "call_000_GetM", entry<&get_m>()},
+    {kHelper, "call_000_GetY", entry<&get_y>()},
+    {kHelper, "call_000_GetK", entry<&get_k>()},
+    {kHelper, "call_000_FromComponents", entry<&from_components>()},
+    {kHelper, "call_000_ToCmykArray", entry<&from_argb_array>()},
+    {kHelper, "call_000_ToCmykBytes", entry<&to_cmyk_bytes>()},
+    {kHelper, "call_000_ToCmykaBytes", entry<&to_cmyka_bytes>()},
+    {kHelper, "call_000_ToCmykColor", entry<&from_color>()},
+    {kHelper, "call_000_ToCmykColors", entry<&from_color_array>()},
+    {kHelper, "call_000_ToArgbColors", entry<&to_color_array>()},
+    {kHelper, "call_000_ToArgbColor", entry<&to_color>()},
+    {kHelper, "call_000_ToArgb32", entry<&to_argb_array>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,85 @@
+// ColorTranslator: colors as HTML text and as the numbers of OLE and Windows, whose red is the lowest byte.
+#include <charconv>
+
+#include "runtime/native/behaviors/values/known_colors.h"
+#include "runtime/native/core/entry.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+[[noreturn]] void throw_not_a_color(const std::string& text) {
+    throw_argument("'" + text + "' is neither the name of a color nor a number like '#1E90FF'.");
+}
+
+uint32_t hexadecimal(const std::string& text, size_t first) {
+    uint32_t value = 0;
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data() + first, end, value, 16);
+    if (read.ec != std::errc() || read.ptr != end) {
+        throw_not_a_color(text);
+    }
+    return value;
+}
+
+// "#RRGGBB", "#RGB", or a name; no text is no color.
+ColorValue from_html(const std::optional<std::string>& html) {
+    if (!html || html->empty()) {
+        return {};
+    }
+    if ((*html)[0] == '#') {
+        const uint32_t value = hexadecimal(*html, 1);
+        if (html->size() == 7) {
+            return ColorValue::from_argb(0xFF000000u | value);
+        }
+        if (html->size() == 4) {
+            const uint32_t r = value >> 8, g = value >> 4 & 0xF, b = value & 0xF;
+            return ColorValue::from_argb(0xFF000000u | r * 0x110000u | g * 0x1100u | b * 0x11u);
+        }
+        throw_not_a_color(*html);
+    }
+    if (*html == "LightGrey" || *html == "lightgrey") {
+        return find_color("LightGray");
+    }
+    ColorValue color = find_color(*html);
+    if (color.state == 0) {
+        throw_not_a_color(*html);
+    }
+    return color;
+}
+
+std::string to_html(const ColorValue& c) {
+    if (c.state == 0) {
+        return "";
+    }
+    if (c.state == ColorValue::kStateKnown) {
+        const std::string name = kNamedColors[c.known_color - kFirstKnownColor].name;
+        return name == "LightGray" ? "LightGrey" : name;  // HTML spells this one alone with an e
+    }
+    if (c.state == ColorValue::kStateName) {
+        return to_utf8(c.name);
+    }
+    char text[8];
+    std::snprintf(text, sizeof text, "#%06X", c.argb & 0xFFFFFF);
+    return text;
+}
+
+ColorValue from_win32(int32_t number) {
+    const auto word = static_cast<uint32_t>(number);
+    return ColorValue::from_argb(0xFF000000u | (word & 0xFF) << 16 | (word & 0xFF00) | (word >> 16 & 0xFF));
+}
+int32_t to_win32(const ColorValue& c) {
+    return c.r() | c.g() << 8 | c.b() << 16;
+}
+
+constexpr const char* kTranslator = "Zelmor.Imaging.ColorTranslator";
+const Behavior kMembers[] = {
+    {kTranslator, "call_000_FromHtml", entry<&from_html>()},   {kTranslator, "call_000_FromOle", entry<&from_win32>()},
+    {kTranslator, "call_000_FromWin32", entry<&from_win32>()}, {kTranslator, "call_000_ToHtml", entry<&to_html>()},
+    {kTranslator, "call_000_ToOle", entry<&to_win32>()},       {kTranslator, "call_000_ToWin32", entry<&to_win32>()},
+};
+const BehaviorTable table(Assembly::kImaging, kMembers);
+
+}  // namespace
+
+}  // namespace zelmor::embed

@@ -1,0 +1,50 @@
+// Where a picture ends, told while its file comes in: a file that goes on behind its picture, or for ever, is read no
+// further than the picture needs.
+//
+// The structure of each format is walked without decoding anything. A file that leaves its structure has no end that
+// could be found, and is bounded like all others by what pictures of its size can need.
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PICTURE_END_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PICTURE_END_H
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "runtime/native/imagework/probe/probe.h"
+
+namespace zelmor::imagework {
+
+class PictureEnd {
+ public:
+    // The end of no picture at all: everything belongs to it.
+    static constexpr uint64_t kUnknown = UINT64_MAX;
+
+    virtual ~PictureEnd() = default;
+
+    // How many bytes from the beginning there have to be before more can be said; no more than there are once the end
+    // is known, which they then are. `data` is what came before and more.
+    virtual uint64_t needed(std::span<const uint8_t> data) = 0;
+    // The most that the pictures seen so far can need: four times their pixels, and room for all that is said of them.
+    uint64_t limit() const { return kRoomForTexts + 4 * m_raw_bytes + m_value_bytes; }
+
+ protected:
+    explicit PictureEnd(const FileFacts& facts) { add_picture(facts.width, facts.height, facts.bits_per_pixel); }
+    void add_picture(int64_t width, int64_t height, int64_t bits_per_pixel);
+    // Of values that a file says it has, such as the layers that an editor keeps in a tag of TIFF.
+    void add_values(uint64_t bytes);
+
+ private:
+    static constexpr uint64_t kRoomForTexts = 64 << 20;
+    uint64_t m_raw_bytes = 0;
+    uint64_t m_value_bytes = 0;
+};
+
+// For a file with these facts, which need not be readable.
+std::unique_ptr<PictureEnd> picture_end(const FileFacts& facts);
+
+// Of TIFF, which has a file of its own.
+std::unique_ptr<PictureEnd> tiff_end(const FileFacts& facts);
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PICTURE_END_H

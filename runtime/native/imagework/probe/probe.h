@@ -1,0 +1,49 @@
+// What a picture file says about itself in its header: format, size, and the settings that it was saved with.
+//
+// It needs no image library, so that asking for a format costs nothing, and it never trusts a length that it reads.
+// It decodes no pixel: a file whose header is in order can still turn out to be damaged.
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PROBE_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PROBE_H
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/probe/byte_reader.h"
+
+namespace zelmor::imagework {
+
+struct FileFacts {
+    Format format = Format::kUnknown;
+    bool readable = false;  // the header was complete and made sense; what follows holds only then
+    int64_t width = 0;
+    int64_t height = 0;
+    int bits_per_pixel = 0;
+    bool has_alpha = false;
+    bool has_resolution = false;  // in dots per some length
+    int frame_count = 1;          // as far as the header tells: APNG; otherwise the decoder's answer counts
+    bool is_apng = false;
+    bool is_big_tiff = false;
+    std::optional<Argb> transparent_color;   // one color or palette entry that stands for "nothing here"
+    std::optional<FormatEncoding> encoding;  // the settings to save it again as it was
+    std::vector<Argb> palette;               // of an indexed picture
+};
+
+// Which format the first bytes belong to; 16 bytes are enough.
+Format sniff(std::span<const uint8_t> data);
+
+FileFacts probe(std::span<const uint8_t> data);
+// The same of a file that is not in memory: what its header does not need is not asked for.
+FileFacts probe(ByteSource& file);
+
+// Refuses, by PictureError, what cannot be decoded by what its header says.
+void require_decodable(const FileFacts& facts, const DecodeOptions& options);
+
+// The facts of each page of a TIFF file; of other files the one answer of probe().
+std::vector<FileFacts> probe_pages(std::span<const uint8_t> data);
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PROBE_H

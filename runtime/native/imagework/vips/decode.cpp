@@ -1,0 +1,291 @@
+// Decoding of all formats. The format is found from the first bytes, never from a name, and only the one loader that
+// belongs to it sees the data.
+#include "runtime/native/imagework/vips/decode.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "runtime/native/imagework/codecs/apng.h"
+#include "runtime/native/imagework/codecs/bmp_codec.h"
+#include "runtime/native/imagework/codecs/png_repair.h"
+#include "runtime/native/imagework/probe/probe.h"
+#include "runtime/native/imagework/vips/vips_picture.h"
+
+using vips::VImage;
+
+namespace zelmor::imagework {
+namespace {
+
+const char* loader_of(Format format) {
+    switch (format) {
+        case Format::kGif:
+            return "gifload_buffer";
+        case Format::kJpeg:
+            return "jpegload_buffer";
+        case Format::kPng:
+            return "pngload_buffer";
+        case Format::kTiff:
+            return "tiffload_buffer";
+        case Format::kWebp:
+            return "webpload_buffer";
+        default:
+            return nullptr;
+    }
+}
+
+std::string label(Format format, const char* what) {
+    return std::string("the ") + format_name(format) + " data " + what;
+}
+
+// Opens the data; pixels are decoded from top to bottom when they are asked for.
+VImage opened(std::span<const uint8_t> data, Format format, VipsFailOn fail_on, int page = 0, int pages = 1) {
+    VipsBlob* blob = vips_blob_new(nullptr, data.data(), data.size());
+    VImage image;
+    try {
+        vips::VOption* options = VImage::option()
+                                     ->set("buffer", blob)
+                                     ->set("out", &image)
+                                     ->set("access", VIPS_ACCESS_SEQUENTIAL)
+                                     ->set("fail_on", fail_on);
+        if (page != 0) {
+            options->set("page", page);
+        }
+        if (pages != 1) {
+            options->set("n", pages);
+        }
+        VImage::call(loader_of(format), options);
+    } catch (...) {
+        vips_area_unref(VIPS_AREA(blob));
+        throw;
+    }
+    vips_area_unref(VIPS_AREA(blob));
+    return image;
+}
+
+int frames_in(const VImage& image) {
+    return image.get_typeof("n-pages") == 0 ? 1 : std::max(1, image.get_int("n-pages"));
+}
+
+// Colors into sRGB. CMYK always, by its own profile or the library's; others only when it is asked for.
+VImage in_srgb(const VImage& image, bool convert_profile) {
+    bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
+    bool has_profile = image.get_typeof(VIPS_META_ICC_NAME) != 0;
+    if (!cmyk && !(convert_profile && has_profile)) {
+        return image;
+    }
+    VImage result = image.icc_transform("srgb", VImage::option()
+                                                    ->set("embedded", true)
+                                                    ->set("input_profile", cmyk ? "cmyk" : "srgb")
+                                                    ->set("depth", image.format() == VIPS_FORMAT_USHORT ? 16 : 8));
+    result = result.copy();
+    result.remove(VIPS_META_ICC_NAME);  // it described the colors as they were
+    return result;
+}
+
+// The library has a default of its own, which differs by format, for a file that says nothing about its resolution.
+VImage with_resolution(const VImage& image, bool known) {
+    if (known && (image.xres() != 1.0 || image.yres() != 1.0)) {
+        return image;
+    }
+    return image.copy(VImage::option()
+                          ->set("xres", dots_per_millimeter(kDefaultResolution.horizontal))
+                          ->set("yres", dots_per_millimeter(kDefaultResolution.vertical)));
+}
+
+std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts, const DecodeOptions& options) {
+    check_picture_size(image.width(), image.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image())));
+    return std::make_unique<VipsPicture>(with_resolution(in_srgb(image, options.convert_profile), facts.has_resolution),
+                                         frames_in(image));
+}
+
+// The number of complete rows at the top of damaged data.
+int32_t intact_rows(std::span<const uint8_t> data, Format format) {
+    int32_t rows = 0;
+    try {
+        VImage image = opened(data, format, VIPS_FAIL_ON_TRUNCATED);
+        VipsRect strip{0, 0, image.width(), 1};
+        VipsRegion* region = vips_region_new(image.get_image());
+        while (strip.top < image.height() && vips_region_prepare(region, &strip) == 0) {
+            rows = ++strip.top;
+        }
+        g_object_unref(region);
+    } catch (const vips::VError&) {
+        // The rows counted so far are the answer; the error was told by the first attempt.
+    }
+    vips_error_clear();
+    return rows;
+}
+
+// The intact rows on a canvas of the whole size.
+std::unique_ptr<Picture> top_rows(std::span<const uint8_t> data, const FileFacts& facts, const DecodeOptions& options) {
+    int32_t rows = intact_rows(data, facts.format);
+    if (rows == 0) {
+        throw PictureError(Failure::kDamaged, label(facts.format, "has no complete row"));
+    }
+    VImage image = opened(data, facts.format, VIPS_FAIL_ON_NONE);
+    int32_t width = image.width();
+    int32_t height = image.height();
+    auto picture = picture_of(image.extract_area(0, 0, width, rows), facts, options);
+    if (rows < height) {
+        picture->place(width, height, 0, 0, options.background);
+    }
+    return picture;
+}
+
+// What can be read of damaged data.
+std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFacts& facts,
+                                   const DecodeOptions& options) {
+    std::vector<uint8_t> mended;
+    if (facts.format == Format::kPng) {
+        mended = mended_png(data);
+        data = mended;
+    }
+    // The frame of a GIF is decoded as a whole; what is missing of it comes out transparent.
+    if (options.recovery == Recovery::kConsistent && facts.format != Format::kGif) {
+        return top_rows(data, facts, options);
+    }
+    try {
+        return picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
+    } catch (const vips::VError&) {
+        vips_error_clear();
+        return top_rows(data, facts, options);  // of a decoder that stops at the first damage
+    }
+}
+
+std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, const FileFacts& facts,
+                                          const DecodeOptions& options) {
+    Format format = facts.format;
+    std::string text;
+    if (format == Format::kPng && !is_whole_png(data)) {
+        text = "the data ends before the end chunk";
+    } else {
+        try {
+            return picture_of(opened(data, format, VIPS_FAIL_ON_ERROR), facts, options);
+        } catch (const vips::VError& error) {
+            text = take_vips_error(error);
+        }
+    }
+    if (options.recovery == Recovery::kNone) {
+        throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + text);
+    }
+    return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(),
+                   [&] { return recovered(data, facts, options); });
+}
+
+std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const DecodeOptions& options) {
+    Raster raster;
+    try {
+        raster = decode_bmp(data, options);
+    } catch (const PictureError& error) {
+        if (error.kind() != Failure::kDamaged) {
+            throw;
+        }
+        throw PictureError(Failure::kDamaged, label(Format::kBmp, "is damaged or incomplete") + ": " + error.what());
+    }
+    Resolution resolution = raster.resolution.value_or(kDefaultResolution);
+    return guarded(Failure::kInternal, "the decoded pixels could not be taken over", [&]() -> std::unique_ptr<Picture> {
+        VImage image = VImage::new_from_memory(raster.pixels.data(), raster.pixels.size(), raster.width, raster.height,
+                                               raster.bands, VIPS_FORMAT_UCHAR);
+        VImage owned = VImage::new_memory();
+        image
+            .copy(VImage::option()
+                      ->set("interpretation", raster.bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
+                      ->set("xres", dots_per_millimeter(resolution.horizontal))
+                      ->set("yres", dots_per_millimeter(resolution.vertical)))
+            .write(owned);
+        return std::make_unique<VipsPicture>(owned);
+    });
+}
+
+// Pages of their own size each.
+std::vector<Frame> tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options, VipsFailOn fail_on) {
+    const std::vector<FileFacts> facts = probe_pages(data);
+    std::vector<Frame> frames;
+    for (size_t page = 0; page < facts.size(); page++) {
+        const VImage image = opened(data, Format::kTiff, fail_on, static_cast<int>(page));
+        frames.push_back({picture_of(image, facts[page], options), 0});
+    }
+    return frames;
+}
+
+// The frames of an animation come below each other, each as large as the canvas, and are cut apart in that order.
+std::vector<Frame> animation_frames(std::span<const uint8_t> data, const FileFacts& facts, const DecodeOptions& options,
+                                    VipsFailOn fail_on) {
+    const VImage strip = opened(data, facts.format, fail_on, 0, -1);
+    const int height = strip.get_typeof("page-height") != 0 ? strip.get_int("page-height") : strip.height();
+    const std::vector<int> delays = strip.get_typeof("delay") != 0 ? strip.get_array_int("delay") : std::vector<int>();
+    std::vector<Frame> frames;
+    for (int top = 0; top + height <= strip.height(); top += height) {
+        VImage frame = strip.extract_area(0, top, strip.width(), height).copy();
+        frame.set("page-height", height);
+        const size_t i = frames.size();
+        frames.push_back({picture_of(frame, facts, options), i < delays.size() ? delays[i] : 0});
+    }
+    return frames;
+}
+
+// Each frame is laid over the canvas as the file says, and the canvas with it is the frame that is seen.
+std::vector<Frame> apng_frames(std::span<const uint8_t> data, const FileFacts& facts, const DecodeOptions& options,
+                               VipsFailOn fail_on) {
+    const ApngParts parts = apng_parts(data);
+    check_picture_size(parts.width, parts.height, 4);
+    std::unique_ptr<Picture> canvas;
+    std::vector<Frame> frames;
+    for (const ApngPart& part : parts.parts) {
+        auto picture = picture_of(with_alpha(as_rgb(opened(part.png, Format::kPng, fail_on))), facts, options);
+        if (picture->width() != part.area.width || picture->height() != part.area.height) {
+            throw PictureError(Failure::kDamaged, "a frame of the PNG animation is not as large as it says");
+        }
+        if (!canvas) {
+            canvas = picture->copy();
+            canvas->place(parts.width, parts.height, part.area.x, part.area.y, 0);
+            canvas->replace_area({0, 0, parts.width, parts.height}, 0);
+        }
+        const auto before = canvas->copy();
+        if (!part.over) {
+            canvas->replace_area(part.area, 0);
+        }
+        canvas->draw(*picture, part.area.x, part.area.y);
+        frames.push_back({canvas->copy(), part.duration});
+        if (part.disposal == 1) {
+            canvas->replace_area(part.area, 0);
+        }
+        if (part.disposal == 2) {
+            canvas = before->copy();
+        }
+    }
+    return frames;
+}
+
+}  // namespace
+
+std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) {
+    settle_after_fork();
+    const FileFacts facts = probe(data);
+    const VipsFailOn fail_on = options.recovery == Recovery::kNone ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE;
+    const std::string what = label(facts.format, "is damaged or incomplete");
+    return guarded(Failure::kDamaged, what.c_str(), [&] {
+        if (facts.format == Format::kTiff) {
+            return tiff_pages(data, options, fail_on);
+        }
+        if (facts.format == Format::kPng && facts.is_apng) {
+            return apng_frames(data, facts, options, fail_on);
+        }
+        if (facts.format == Format::kGif || facts.format == Format::kWebp) {
+            return animation_frames(data, facts, options, fail_on);
+        }
+        std::vector<Frame> frames;
+        frames.push_back({decode(data, options), 0});
+        return frames;
+    });
+}
+
+std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
+    settle_after_fork();
+    FileFacts facts = probe(data);
+    require_decodable(facts, options);
+    return facts.format == Format::kBmp ? decode_raster(data, options) : decode_with_vips(data, facts, options);
+}
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,60 @@
+// Operations on the value of each channel for itself: gray, brightness, contrast, gamma.
+#include <cmath>
+
+#include "runtime/native/imagework/vips/vips_picture.h"
+
+using vips::VImage;
+
+namespace zelmor::imagework {
+namespace {
+
+// Maps the color channels through a table that `curve` makes of the values 0 to channel_max.
+template <class Curve>
+VImage mapped(const VImage& image, Curve&& curve) {
+    bool wide = image.format() == VIPS_FORMAT_USHORT;
+    VImage values = VImage::identity(VImage::option()->set("ushort", wide)->set("size", 65536));
+    VImage table = curve(values, channel_max(image)).rint().cast(image.format());
+    VImage colors = color_bands(image);
+    VImage result = colors.maplut(table).copy(VImage::option()->set("interpretation", image.interpretation()));
+    return with_alpha_of(result, image);
+}
+
+}  // namespace
+
+void VipsPicture::grayscale() {
+    if (is_gray()) {
+        return;
+    }
+    apply("the image could not be made gray", [&] { return with_alpha_of(luma(m_image), m_image); });
+}
+
+void VipsPicture::adjust_brightness(int32_t brightness) {
+    apply("the brightness could not be changed", [&] {
+        return mapped(m_image,
+                      [&](const VImage& values, double top) { return values.linear(1.0, brightness * top / 255.0); });
+    });
+}
+
+void VipsPicture::adjust_contrast(double contrast) {
+    // Stretches around the middle by the square of the percentage.
+    double factor = std::pow((100.0 + contrast) / 100.0, 2.0);
+    apply("the contrast could not be changed", [&] {
+        return mapped(m_image, [&](const VImage& values, double top) {
+            return values.linear(factor, top / 2.0 * (1.0 - factor));
+        });
+    });
+}
+
+void VipsPicture::adjust_gamma(double red, double green, double blue) {
+    apply("the gamma could not be changed", [&] {
+        VImage image = red == green && green == blue ? m_image : as_rgb(m_image);
+        return mapped(image, [&](const VImage& values, double top) {
+            VImage unit = values.linear(1.0 / top, 0.0);
+            auto curve = [&](double gamma) { return unit.math2_const(VIPS_OPERATION_MATH2_POW, {1.0 / gamma}); };
+            VImage all = is_gray_image(image) ? curve(red) : VImage::bandjoin({curve(red), curve(green), curve(blue)});
+            return all.linear(top, 0.0);
+        });
+    });
+}
+
+}  // namespace zelmor::imagework

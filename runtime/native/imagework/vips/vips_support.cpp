@@ -1,0 +1,129 @@
+// Small steps that the operations are made of; see vips_support.h.
+#include "runtime/native/imagework/vips/vips_support.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <unordered_set>
+
+#include "runtime/native/imagework/backend.h"
+
+using vips::VImage;
+
+namespace zelmor::imagework {
+
+std::string take_vips_error(const vips::VError& error) {
+    std::string text = error.what();
+    vips_error_clear();
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) {
+        text.pop_back();
+    }
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos;) {
+        text.replace(at, 1, "; ");
+    }
+    return text;
+}
+
+VImage rounded_like(const VImage& image, const VImage& like) {
+    VImage result = vips_band_format_isint(image.format()) ? image : image.rint();
+    return result.cast(like.format()).copy(VImage::option()->set("interpretation", like.interpretation()));
+}
+
+VImage color_bands(const VImage& image) {
+    return has_alpha_band(image) ? image.extract_band(0, VImage::option()->set("n", image.bands() - 1)) : image;
+}
+
+VImage with_alpha_of(const VImage& colors, const VImage& from) {
+    if (!has_alpha_band(from)) {
+        return colors;
+    }
+    return colors.bandjoin(from.extract_band(from.bands() - 1));
+}
+
+VImage with_alpha(const VImage& image) {
+    return has_alpha_band(image) ? image : image.bandjoin_const({channel_max(image)});
+}
+
+VImage as_rgb(const VImage& image) {
+    if (!is_gray_image(image)) {
+        return image;
+    }
+    VImage gray = image.extract_band(0);
+    VipsInterpretation kind =
+        image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB;
+    VImage rgb = VImage::bandjoin({gray, gray, gray}).copy(VImage::option()->set("interpretation", kind));
+    return with_alpha_of(rgb, image);
+}
+
+VImage luma(const VImage& image) {
+    if (is_gray_image(image)) {
+        return image.extract_band(0);
+    }
+    VipsInterpretation kind =
+        image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W;
+    VImage weights = VImage::new_matrixv(3, 1, 0.299, 0.587, 0.114);
+    return rounded_like(color_bands(image).recomb(weights), image).copy(VImage::option()->set("interpretation", kind));
+}
+
+bool has_at_most_colors(const VImage& image, size_t most) {
+    VImage memory = image.copy_memory();
+    const auto* pixel = static_cast<const uint8_t*>(memory.data());
+    size_t size = VIPS_IMAGE_SIZEOF_PEL(memory.get_image());
+    size_t count = static_cast<size_t>(memory.width()) * static_cast<size_t>(memory.height());
+    std::unordered_set<uint64_t> seen;
+    uint64_t last = 0;
+    for (size_t i = 0; i < count; i++, pixel += size) {
+        uint64_t value = 0;
+        std::memcpy(&value, pixel, size);
+        if (value == last && i > 0) {
+            continue;  // most pixels are like their neighbor
+        }
+        last = value;
+        seen.insert(value);
+        if (seen.size() > most) {
+            return false;
+        }
+    }
+    return true;
+}
+
+VImage as_8_bit(const VImage& image) {
+    if (image.format() == VIPS_FORMAT_UCHAR) {
+        return image;
+    }
+    VipsInterpretation kind = is_gray_image(image) ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB;
+    return image.cast(VIPS_FORMAT_UCHAR, VImage::option()->set("shift", true))
+        .copy(VImage::option()->set("interpretation", kind));
+}
+
+std::vector<double> ink(const VImage& image, Argb color) {
+    double unit = channel_max(image) / 255.0;
+    double a = (color >> 24) * unit;
+    double r = (color >> 16 & 0xFF) * unit;
+    double g = (color >> 8 & 0xFF) * unit;
+    double b = (color & 0xFF) * unit;
+    double gray = std::rint(0.299 * r + 0.587 * g + 0.114 * b);
+    switch (image.bands()) {
+        case 1:
+            return {gray};
+        case 2:
+            return {gray, a};
+        case 3:
+            return {r, g, b};
+        default:
+            return {r, g, b, a};
+    }
+}
+
+double dots_per_millimeter(double dots_per_inch) {
+    constexpr double kMost = 1e6;  // one nanometer
+    return std::clamp(dots_per_inch / 25.4, 1.0 / kMost, kMost);
+}
+
+VImage computed(const VImage& image) {
+    size_t bytes_per_pixel = VIPS_IMAGE_SIZEOF_PEL(image.get_image());
+    check_picture_size(image.width(), image.height(), static_cast<int>(bytes_per_pixel));
+    return image.copy_memory();
+}
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,79 @@
+// What all files on the library side share: its headers, the turning of its errors into ours, and common pixel steps.
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_SUPPORT_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_SUPPORT_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <vips/vips8>
+
+#include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/vips/after_fork.h"
+
+namespace zelmor::imagework {
+
+// The text of the library's error without its line breaks; the library's own log of errors is emptied.
+std::string take_vips_error(const vips::VError& error);
+
+// Runs a step of the library; its error becomes a PictureError of the kind given, behind the words given.
+template <class Step>
+auto guarded(Failure kind, const char* what, Step&& step) -> decltype(step()) {
+    settle_after_fork();
+    try {
+        return std::forward<Step>(step)();
+    } catch (const vips::VError& error) {
+        std::string text = take_vips_error(error);
+        throw PictureError(kind, text.empty() ? what : what + (": " + text));
+    }
+}
+
+// Greatest value of a channel: 255, or 65535 for 16 bits.
+inline double channel_max(const vips::VImage& image) {
+    return image.format() == VIPS_FORMAT_USHORT ? 65535.0 : 255.0;
+}
+
+inline bool is_gray_image(const vips::VImage& image) {
+    return image.bands() < 3;
+}
+inline bool has_alpha_band(const vips::VImage& image) {
+    return image.bands() == 2 || image.bands() == 4;
+}
+
+// Back from floating point to the form of `like`, rounded and clipped.
+vips::VImage rounded_like(const vips::VImage& image, const vips::VImage& like);
+
+// The color bands without alpha.
+vips::VImage color_bands(const vips::VImage& image);
+
+// The color bands given, with the alpha of `from` if that has one.
+vips::VImage with_alpha_of(const vips::VImage& colors, const vips::VImage& from);
+
+// An opaque alpha channel added where there is none.
+vips::VImage with_alpha(const vips::VImage& image);
+
+// Gray made RGB; others as they are.
+vips::VImage as_rgb(const vips::VImage& image);
+
+// One band of luma by the weights of ITU-R BT.601, in the bit depth of the picture, without alpha.
+vips::VImage luma(const vips::VImage& image);
+
+// Whether the picture has at most so many different pixels.
+bool has_at_most_colors(const vips::VImage& image, size_t most);
+
+// 8 bits per channel.
+vips::VImage as_8_bit(const vips::VImage& image);
+
+// A color in the bands and the depth of the picture.
+std::vector<double> ink(const vips::VImage& image, Argb color);
+
+// Dots per inch in the library's dots per millimeter, within what it and the formats take.
+double dots_per_millimeter(double dots_per_inch);
+
+// All pixels computed into memory, so that errors show now and nothing of the source is kept.
+vips::VImage computed(const vips::VImage& image);
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_SUPPORT_H

@@ -1,0 +1,68 @@
+// An entry point that has no C++ function of its own: served from the catalogue's tables.
+//
+// What it does follows from its role: storing a value, filling a new object, casting. What follows from no rule raises
+// NotSupportedException naming the member.
+#ifndef ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TAIL_ENTRY_H
+#define ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TAIL_ENTRY_H
+
+#include <vector>
+
+#include "runtime/native/core/callbacks.h"
+#include "runtime/native/core/records.h"
+#include "runtime/native/core/type_system.h"
+#include "runtime/native/delegates/closure.h"
+
+namespace zelmor::embed {
+
+struct TailEntry;
+using TailFunction = void (*)(TailEntry& self, CallFrame& frame);
+
+// One entry point on the tail. Lives as long as its delegate.
+struct TailEntry {
+    const TypeInfo* type;
+    const EntryInfo* info;
+    Assembly assembly;
+    TailFunction run = nullptr;
+    int slot = -1;  // of a property, or -1
+    const PropertyInfo* property = nullptr;
+    bool guards_disposal = false;          // a disposed instance is refused
+    std::vector<PropertySlot> filled;      // by a constructor, one for each parameter
+    const EntryInfo* forwarded = nullptr;  // a constructor that a factory method stands for
+
+    // Answers of overridden members, by the run-time type of the instance; null where the tail's own answer holds.
+    struct Override {
+        const TypeInfo* type;
+        void* address;
+    };
+    std::vector<Override> overrides;
+
+    std::string member_name() const;  // "Image.Resize", for messages
+};
+
+// The choices, by role. Each sets `run` and what it needs.
+void plan_property(TailEntry& entry);
+void plan_constructor(TailEntry& entry);
+void plan_call(TailEntry& entry);
+void plan_cast(TailEntry& entry);
+// Raises NotSupportedException naming the member.
+void run_not_supported(TailEntry& self, CallFrame& frame);
+
+// Runs the behavior that the instance's own type, or a base of it, has for this member; false where there is none.
+bool run_override(TailEntry& self, CallFrame& frame, const ManagedObject& instance);
+// The behavior that a type or a base has for the member that `info` of `declaring` describes, or null.
+void* find_override(const TypeInfo& type, const TypeInfo& declaring, const EntryInfo& info);
+
+// The instance of an instance member: NullReferenceException naming the member for null, InvalidCastException for an
+// object of another type, ObjectDisposedException where the member minds.
+ManagedObject& instance_of(TailEntry& self, CallFrame& frame);
+
+// Whether two members name the same collection, and two parameters the same type.
+bool same_collection(const CollectionInfo& a, const CollectionInfo& b);
+bool same_parameter(const ParamInfo& a, const ParamInfo& b);
+
+// The delegate of an entry point on the tail.
+void* make_tail_delegate(const TypeInfo& type, const EntryInfo& info);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TAIL_ENTRY_H
