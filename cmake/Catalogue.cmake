@@ -33,12 +33,13 @@ function(zelmor_generate_module product catalogue variable)
     set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
-# zelmor_generate_runtime_tables(<variable> <catalogue dir>...): the tables of the embedded runtime.
+# zelmor_generate_runtime_tables(<variable> <catalogue dir>...): the tables of the embedded runtime. Beside them
+# stand the headers of names, which its sources include as "generated/runtime/<managed namespace>.h".
 function(zelmor_generate_runtime_tables variable)
     foreach(catalogue IN LISTS ARGN)
         zelmor_depend_on_catalogue(${catalogue})
     endforeach()
-    set(out ${ZELMOR_GENERATED_DIR}/runtime/tables.cpp)
+    set(out ${ZELMOR_GENERATED_DIR}/runtime)
     zelmor_run_generator(runtime ${out} ${ARGN})
-    set(${variable} ${out} PARENT_SCOPE)
+    set(${variable} ${out}/tables.cpp PARENT_SCOPE)
 endfunction()

@@ -1,7 +1,8 @@
 """Command line of the generator.
 
     module CATALOGUE OUT       write the sources of one assembly's wrappers, and the list of them
-    runtime OUT CATALOGUE...   write the tables of the embedded runtime for all assemblies
+    runtime OUT CATALOGUE...   write the tables of the embedded runtime for all assemblies, and the names by which its
+                               behaviors are registered
     stubs OUT HANDWRITTEN CATALOGUE...
                                write the stub package for all assemblies; types that no catalogue has stand in the
                                directory HANDWRITTEN
@@ -35,6 +36,7 @@ from .writers.enumeration import write_enumeration
 from .writers.header import write_header
 from .writers.module_tree import write_module_tree
 from .writers.reference import GUIDES, write_reference
+from .writers.runtime_names import write_names
 from .writers.runtime_tables import Tables
 from .writers.stubs import write_stubs
 from .writers.text import quoted, write_if_changed
@@ -87,6 +89,17 @@ def write_module(catalogue: Path, out: Path) -> Model:
     return model
 
 
+def write_runtime(models: list[Model], out: Path) -> None:
+    """Writes the tables and the headers of names below `out` and removes those of namespaces that are gone."""
+    files = {out / "tables.cpp": Tables(models).write()}
+    files.update({out / name: lines for name, lines in write_names(models).items()})
+    for path, lines in files.items():
+        write_if_changed(path, lines)
+    for path in out.glob("*.h"):
+        if path not in files:
+            path.unlink()
+
+
 def keyword_lists(models: list[Model]) -> list[str]:
     """The keywords of every overload, each list once, as rows of a C++ initializer."""
     lists = {tuple(param.name for param in overload.params)
@@ -128,7 +141,7 @@ def main(arguments: list[str]) -> int:
         if options.command == "module":
             print(report(write_module(options.catalogue, options.out)))
         elif options.command == "runtime":
-            write_if_changed(options.out, Tables([load(path) for path in options.catalogues]).write())
+            write_runtime([load(path) for path in options.catalogues], options.out)
         elif options.command == "stubs":
             models = [load(path) for path in options.catalogues]
             print(f"stubs: {write_stubs(models, options.out, options.handwritten)} files")

@@ -1,4 +1,5 @@
 // DisposableObject: the base of everything that can be disposed.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/entry.h"
 
 namespace zelmor::embed {
@@ -9,10 +10,11 @@ bool get_disposed(ManagedObject& self) {
     return self.disposed();
 }
 
-const Behavior kMembers[] = {
-    {"Zelmor.Imaging.DisposableObject", "get_Disposed", entry<&get_disposed>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using DisposableObjectApi = api::DisposableObject;
+
+const BehaviorTable table({
+    behavior<&get_disposed, DisposableObjectApi::get_Disposed>(),
+});
 
 }  // namespace
 

@@ -14,6 +14,11 @@ namespace zelmor::embed {
 
 namespace {
 
+const ExceptionTranslator*& translators() {
+    static const ExceptionTranslator* first = nullptr;  // complete once the library is loaded
+    return first;
+}
+
 // Texts of an exception are built by the builder that never leaves an error of its own behind. A null result means
 // that it could not be built; the callback has words for that.
 PyObject* unraisable_string(const Callbacks& to, const char* text) noexcept {
@@ -38,8 +43,19 @@ void report(const char* name, const char* detail) noexcept {
 
 }  // namespace
 
+ExceptionTranslator::ExceptionTranslator(void (*translate)()) : m_translate(translate), m_next(translators()) {
+    translators() = this;
+}
+
+void ExceptionTranslator::translate_current() {
+    for (const ExceptionTranslator* t = translators(); t != nullptr; t = t->m_next) {
+        t->m_translate();
+    }
+}
+
 void report_current_exception() noexcept {
     try {
+        ExceptionTranslator::translate_current();
         throw;
     } catch (const PythonErrorPending&) {
         return;

@@ -6,21 +6,15 @@
 #define ZELMOR_RUNTIME_NATIVE_CORE_CALLBACKS_H
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "exchange/wire/callback_tables.h"
+#include "runtime/native/catalogue/assembly.h"
 #include "runtime/native/core/object.h"
 
 namespace zelmor::embed {
-
-// The assemblies that the runtime answers for.
-enum class Assembly : int { kPyGc, kPyCore, kPyReflection, kPyIo, kPyDrawing, kImaging };
-constexpr int kAssemblyCount = 6;
-const char* assembly_name(Assembly assembly);                           // "WrpInterop.Zelmor.Imaging"
-std::optional<Assembly> find_assembly(std::string_view assembly_name);  // nothing for a name that is not ours
 
 // What one assembly's module handed over.
 struct Callbacks {

@@ -1,8 +1,12 @@
 // The registered behaviors and how they are found.
 #include "runtime/native/core/entry.h"
 
+#include <cassert>
 #include <string>
 #include <unordered_map>
+
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/delegates/closure.h"
 
 namespace zelmor::embed {
 
@@ -19,8 +23,17 @@ std::string key_of(const char* type, const char* entry) {
 
 }  // namespace
 
-BehaviorTable::BehaviorTable(Assembly assembly, std::span<const Behavior> behaviors)
-    : m_assembly(assembly), m_behaviors(behaviors.begin(), behaviors.end()), m_next(chain()) {
+BehaviorTable::BehaviorTable(std::initializer_list<BehaviorRow> rows)
+    : BehaviorTable(std::span(rows.begin(), rows.size())) {}
+
+BehaviorTable::BehaviorTable(std::span<const BehaviorRow> rows) : m_next(chain()) {
+    m_behaviors.reserve(rows.size());
+    for (const BehaviorRow& row : rows) {
+        m_behaviors.push_back(row.first);
+        if (!row.second.names.empty()) {
+            m_behaviors.push_back(row.second);
+        }
+    }
     chain() = this;
 }
 
@@ -28,19 +41,38 @@ const BehaviorTable* BehaviorTable::first() {
     return chain();
 }
 
-const Behavior* find_behavior(const char* type_full_name, const char* entry_name) {
-    using Index = std::unordered_map<std::string, const Behavior*>;
-    static const Index& index = *new Index([] {
+EntryPoint find_behavior(const char* type_full_name, const char* entry_name) {
+    // A delegate is made with the first request for it. Requests come under the interpreter lock, and making one calls
+    // nothing of Python.
+    struct Known {
+        const Behavior* behavior;
+        const EntryName* name;
+        EntryPoint point;
+    };
+    using Index = std::unordered_map<std::string, Known>;
+    static Index& index = *new Index([] {
         Index all;
-        for (const BehaviorTable* table = BehaviorTable::first(); table; table = table->next()) {
+        for (const BehaviorTable* table = BehaviorTable::first(); table != nullptr; table = table->next()) {
             for (const Behavior& behavior : table->behaviors()) {
-                all.emplace(key_of(behavior.type, behavior.entry), &behavior);
+                for (const EntryName* name : behavior.names) {
+                    all.emplace(key_of(name->type.name, name->name), Known{&behavior, name, behavior.point});
+                }
             }
         }
         return all;
     }());
     const auto found = index.find(key_of(type_full_name, entry_name));
-    return found == index.end() ? nullptr : found->second;
+    if (found == index.end()) {
+        return {nullptr, nullptr};
+    }
+    Known& known = found->second;
+    if (known.point.address == nullptr) {
+        assert(known.behavior->handler != nullptr && known.behavior->row != nullptr);
+        const std::shared_ptr<void> row(const_cast<void*>(known.behavior->row), [](void*) {});  // a row is static
+        known.point.address =
+            make_delegate(known.point.signature, known.name->type.assembly, known.behavior->handler, row);
+    }
+    return known.point;
 }
 
 namespace detail {

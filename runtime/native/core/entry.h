@@ -1,15 +1,17 @@
-// Typed entry points: a plain C++ function becomes a delegate with the exception boundary around it.
+// Behaviors: what the members of managed classes do, as plain C++ functions that are registered by the catalogue's
+// names.
 //
-// The C++ parameter types say how an argument crosses; entry<&f>() derives the wire signature from them, in the codes
-// of catalogue/tables.h, so that a registration can be checked against the catalogue. For example
+// The C++ parameter types say how an argument crosses. behavior<>() makes a delegate of a function, with the exception
+// boundary around it, and compares its signature with that of each entry point that it is registered for: a function
+// that crosses otherwise does not compile. For example
 //
 //     SizeValue size_add(const SizeValue& a, const SizeValue& b);          // "pVV"
-//     void set_width(SizeValue& self, int32_t width);                      // "vpi"
-//     const Behavior kMembers[] = {
-//         {"Zelmor.Imaging.Size", "call_000_Add", entry<&size_add>()},
-//         {"Zelmor.Imaging.Size", "set_Width", entry<&set_width>()},
-//     };
-//     const BehaviorTable table(Assembly::kImaging, kMembers);
+//     const BehaviorTable table({
+//         behavior<&size_add, api::Size::call_000_Add, api::Size::call_000_AddSizes>(),
+//         field<&SizeValue::width, api::Size::property_Width>(),
+//     });
+//
+// A table of rows that are served by one function is registered row by row: delegates/row_behavior.h.
 //
 // Parameters:  numbers, bool, enum class (by underlying type); Handle (raw); T& and T* of a managed object, T* may be
 // null; const V& or V of a value type (an argument), V& (the instance itself); std::string (UTF-8) and std::u16string,
@@ -31,6 +33,7 @@
 #include <vector>
 
 #include "exchange/wire/records.h"
+#include "runtime/native/catalogue/names.h"
 #include "runtime/native/core/boundary.h"
 #include "runtime/native/core/callbacks.h"
 #include "runtime/native/core/handles.h"
@@ -54,33 +57,44 @@ struct EntryPoint {
     void* address;
 };
 
+class CallFrame;
+using ClosureHandler = void (*)(void* context, CallFrame& frame);
+
+// A function and the entry points that it serves.
 struct Behavior {
-    const char* type;   // full managed name
-    const char* entry;  // "call_000_Add"
-    EntryPoint point;
+    std::span<const EntryName* const> names;
+    EntryPoint point;  // no address for one that works on a row: its delegate is made at its first use
+    ClosureHandler handler = nullptr;
+    const void* row = nullptr;
+};
+
+// What stands in a table: a behavior, or the two of a property.
+struct BehaviorRow {
+    BehaviorRow(const Behavior& only) : first(only) {}
+    BehaviorRow(const Behavior& getter, const Behavior& setter) : first(getter), second(setter) {}
+    Behavior first;
+    Behavior second = {};
 };
 
 // The behaviors of one file. Defined at namespace scope; linking the file is all that it takes to register it.
 class BehaviorTable {
  public:
-    BehaviorTable(Assembly assembly, std::span<const Behavior> behaviors);
-    BehaviorTable(Assembly assembly, std::initializer_list<Behavior> behaviors)
-        : BehaviorTable(assembly, std::span(behaviors.begin(), behaviors.size())) {}
-    // Adds one whose name is made at run time; the name has to stay. Only before the first look-up.
-    void add(const Behavior& behavior) { m_behaviors.push_back(behavior); }
-    Assembly assembly() const { return m_assembly; }
-    const std::vector<Behavior>& behaviors() const { return m_behaviors; }
+    BehaviorTable(std::initializer_list<BehaviorRow> rows);
+    // For rows that are counted at run time.
+    explicit BehaviorTable(std::span<const BehaviorRow> rows);
+    BehaviorTable(const BehaviorTable&) = delete;
+    BehaviorTable& operator=(const BehaviorTable&) = delete;
+    std::span<const Behavior> behaviors() const { return m_behaviors; }
     const BehaviorTable* next() const { return m_next; }
     static const BehaviorTable* first();
 
  private:
-    Assembly m_assembly;
     std::vector<Behavior> m_behaviors;
     const BehaviorTable* m_next;
 };
 
-// The registered behavior of an entry point, or null.
-const Behavior* find_behavior(const char* type_full_name, const char* entry_name);
+// The delegate of the behavior of an entry point; no address where it has none.
+EntryPoint find_behavior(const char* type_full_name, const char* entry_name);
 
 }  // namespace zelmor::embed
 

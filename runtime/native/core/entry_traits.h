@@ -2,6 +2,8 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_TRAITS_H
 #define ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_TRAITS_H
 
+#include <string_view>
+
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/stream.h"
@@ -356,6 +358,57 @@ template <auto F, Assembly A = Assembly::kImaging>
 EntryPoint entry() {
     using Target = detail::Boundary<F, A>;
     return {Target::signature.data(), reinterpret_cast<void*>(&Target::call)};
+}
+
+namespace detail {
+
+template <const EntryName&... kNames>
+constexpr const EntryName* name_list[] = {&kNames...};
+
+template <auto F, const EntryName& kFirst, const EntryName&... kNames>
+constexpr bool crosses_as_stated() {
+    constexpr std::string_view signature = Boundary<F, kFirst.type.assembly>::signature.data();
+    return signature == kFirst.signature && ((signature == kNames.signature) && ...) &&
+           ((kFirst.type.assembly == kNames.type.assembly) && ...);
+}
+
+}  // namespace detail
+
+// A function as the behavior of the entry points named.
+template <auto F, const EntryName& kFirst, const EntryName&... kNames>
+Behavior behavior() {
+    static_assert(detail::crosses_as_stated<F, kFirst, kNames...>(),
+                  "the function crosses otherwise than the catalogue says of the entry point");
+    return {detail::name_list<kFirst, kNames...>, entry<F, kFirst.type.assembly>()};
+}
+
+namespace detail {
+
+template <auto Field>
+struct FieldAccess;
+template <class V, class T, T V::*Field>
+struct FieldAccess<Field> {
+    static T get(V& self) { return self.*Field; }
+    static void set(V& self, T value) { self.*Field = std::move(value); }
+};
+
+}  // namespace detail
+
+// A field of a value type as a property, with its setter where the property has one.
+template <auto Field, const PropertyName& kProperty>
+BehaviorRow field() {
+    using Access = detail::FieldAccess<Field>;
+    if constexpr (kProperty.setter == nullptr) {
+        return behavior<&Access::get, *kProperty.getter>();
+    } else {
+        return {behavior<&Access::get, *kProperty.getter>(), behavior<&Access::set, *kProperty.setter>()};
+    }
+}
+
+// A pair of functions as a property.
+template <auto Get, auto Set, const PropertyName& kProperty>
+BehaviorRow property() {
+    return {behavior<Get, *kProperty.getter>(), behavior<Set, *kProperty.setter>()};
 }
 
 }  // namespace zelmor::embed

@@ -9,7 +9,7 @@
 #include "runtime/native/collections/services.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/hosts/host_entries.h"
-#include "runtime/native/table_entries/tail_entry.h"
+#include "runtime/native/table_entries/table_entry.h"
 
 namespace zelmor::embed {
 
@@ -38,10 +38,11 @@ Delegate from_catalogue(const TypeInfo& type, const char* method) {
         if (std::string_view(info.name) != method) {
             continue;
         }
-        if (const Behavior* behavior = find_behavior(type.full_name, info.name)) {
-            return {kOk, behavior->point.address, behavior->point.signature, type.full_name};
+        const EntryPoint point = find_behavior(type.full_name, info.name);
+        if (point.address != nullptr) {
+            return {kOk, point.address, point.signature, type.full_name};
         }
-        return {kOk, make_tail_delegate(type, info), info.signature, type.full_name};
+        return {kOk, make_table_delegate(type, info), info.signature, type.full_name};
     }
     return failure(kMethodNotFound, type.full_name);
 }

@@ -5,7 +5,7 @@
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
-#include "runtime/native/table_entries/tail_entry.h"
+#include "runtime/native/table_entries/table_entry.h"
 #include "runtime/native/table_entries/wire_values.h"
 
 namespace zelmor::embed {
@@ -13,7 +13,7 @@ namespace zelmor::embed {
 namespace {
 
 // Clone(): a copy of the instance.
-void run_clone(TailEntry& self, CallFrame& frame) {
+void run_clone(TableEntry& self, CallFrame& frame) {
     ManagedObject& instance = instance_of(self, frame);
     if (run_override(self, frame, instance)) {
         return;
@@ -22,7 +22,7 @@ void run_clone(TailEntry& self, CallFrame& frame) {
 }
 
 // CopyTo(other): the other object takes the properties over.
-void run_copy_to(TailEntry& self, CallFrame& frame) {
+void run_copy_to(TableEntry& self, CallFrame& frame) {
     ManagedObject& instance = instance_of(self, frame);
     if (run_override(self, frame, instance)) {
         return;
@@ -41,13 +41,13 @@ Ref<ManagedObject> boxed_argument(CallFrame& frame) {
 }
 
 // IsInstance(value): whether the value is of the type.
-void run_is_instance(TailEntry& self, CallFrame& frame) {
+void run_is_instance(TableEntry& self, CallFrame& frame) {
     const auto object = boxed_argument(frame);
     frame.set_result<uint8_t>(object && is_assignable(*self.type, object->type()));
 }
 
 // CastTo(value): the value as the type.
-void run_cast_to(TailEntry& self, CallFrame& frame) {
+void run_cast_to(TableEntry& self, CallFrame& frame) {
     const Value value = read_variant(frame.argument<const VariantArg*>(0));
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     if (!object) {
@@ -60,10 +60,10 @@ void run_cast_to(TailEntry& self, CallFrame& frame) {
 }
 
 // CreateWith...(...): the constructor with the same parameters.
-void run_forward(TailEntry& self, CallFrame& frame) {
+void run_forward(TableEntry& self, CallFrame& frame) {
     static const auto entry_address = [](const TypeInfo& type, const EntryInfo& info) {
-        const Behavior* behavior = find_behavior(type.full_name, info.name);
-        return behavior ? behavior->point.address : make_tail_delegate(type, info);
+        void* address = find_behavior(type.full_name, info.name).address;
+        return address != nullptr ? address : make_table_delegate(type, info);
     };
     if (self.overrides.empty()) {
         self.overrides.push_back({self.type, entry_address(*self.type, *self.forwarded)});
@@ -88,13 +88,13 @@ const EntryInfo* constructor_like(const TypeInfo& type, const EntryInfo& info) {
     return nullptr;
 }
 
-void run_inherited_static(TailEntry& self, CallFrame& frame) {
+void run_inherited_static(TableEntry& self, CallFrame& frame) {
     call_delegate(self.overrides.front().address, frame);
 }
 
 }  // namespace
 
-void plan_call(TailEntry& entry) {
+void plan_call(TableEntry& entry) {
     const EntryInfo& info = *entry.info;
     const TypeInfo& type = *entry.type;
     const std::string_view member = info.member;

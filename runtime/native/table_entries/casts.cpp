@@ -5,21 +5,21 @@
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
-#include "runtime/native/table_entries/tail_entry.h"
+#include "runtime/native/table_entries/table_entry.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-bool is_enum(const TailEntry& self) {
+bool is_enum(const TableEntry& self) {
     return self.type->kind == TypeKind::kEnum;
 }
-bool is_struct(const TailEntry& self) {
+bool is_struct(const TableEntry& self) {
     return self.type->kind == TypeKind::kStruct;
 }
 
 // Stores an enumeration's value through the out slot, at the enumeration's width.
-void store_enum(const TailEntry& self, void* out, int64_t value) {
+void store_enum(const TableEntry& self, void* out, int64_t value) {
     switch (self.type->width) {
         case Wire::kInt8:
         case Wire::kUInt8:
@@ -39,7 +39,7 @@ void store_enum(const TailEntry& self, void* out, int64_t value) {
     }
 }
 
-int64_t read_enum(const TailEntry& self, CallFrame& frame) {
+int64_t read_enum(const TableEntry& self, CallFrame& frame) {
     switch (self.type->width) {
         case Wire::kInt8:
             return frame.argument<int8_t>(0);
@@ -60,7 +60,7 @@ int64_t read_enum(const TailEntry& self, CallFrame& frame) {
 }
 
 // Delivers an object that is of the type: a new handle to it, to a copy of it, or its number.
-int deliver(const TailEntry& self, const Ref<ManagedObject>& object, void* out) {
+int deliver(const TableEntry& self, const Ref<ManagedObject>& object, void* out) {
     if (is_enum(self)) {
         store_enum(self, out, cast_object<EnumObject>(*object).value());
     } else {
@@ -69,12 +69,12 @@ int deliver(const TailEntry& self, const Ref<ManagedObject>& object, void* out) 
     return kCastMade;
 }
 
-bool takes_variant(const TailEntry& self) {
+bool takes_variant(const TableEntry& self) {
     return self.info->signature[1] == 'V';
 }
 
 // The object to cast or test: behind a handle or a tagged argument, whichever the entry point takes.
-Ref<ManagedObject> cast_source(const TailEntry& self, CallFrame& frame) {
+Ref<ManagedObject> cast_source(const TableEntry& self, CallFrame& frame) {
     if (takes_variant(self)) {
         const auto* arg = frame.argument<const VariantArg*>(0);
         return arg->tag > kHandleStruct ? nullptr : read_object(arg);
@@ -82,12 +82,12 @@ Ref<ManagedObject> cast_source(const TailEntry& self, CallFrame& frame) {
     return Ref<ManagedObject>(object_of(frame.argument<Handle>(0)));
 }
 
-void run_type_of(TailEntry& self, CallFrame& frame) {
+void run_type_of(TableEntry& self, CallFrame& frame) {
     *frame.argument<Handle*>(0) = make_handle(type_object(*self.type));
     frame.set_result<int32_t>(1);
 }
 
-void run_cast_to(TailEntry& self, CallFrame& frame) {
+void run_cast_to(TableEntry& self, CallFrame& frame) {
     frame.fails_with(kCastFailed);
     void* out = frame.argument<void*>(1);
     const auto object = cast_source(self, frame);
@@ -107,19 +107,19 @@ void run_cast_to(TailEntry& self, CallFrame& frame) {
     frame.set_result<int32_t>(status);
 }
 
-void run_cast_as(TailEntry& self, CallFrame& frame) {
+void run_cast_as(TableEntry& self, CallFrame& frame) {
     frame.fails_with(kCastFailed);
     const auto object = cast_source(self, frame);
     const bool fits = object && is_assignable(*self.type, object->type());
     frame.set_result<int32_t>(fits ? deliver(self, object, frame.argument<void*>(1)) : kCastImpossible);
 }
 
-void run_is_assignable(TailEntry& self, CallFrame& frame) {
+void run_is_assignable(TableEntry& self, CallFrame& frame) {
     const auto object = cast_source(self, frame);
     frame.set_result<int32_t>(object && is_assignable(*self.type, object->type()));
 }
 
-void run_cast_from(TailEntry& self, CallFrame& frame) {
+void run_cast_from(TableEntry& self, CallFrame& frame) {
     frame.fails_with(kCastFailed);
     ManagedObject& object = instance_of(self, frame);
     const TypeInfo& wanted = target<TypeObject>(frame.argument<Handle>(1)).described();
@@ -135,7 +135,7 @@ void run_cast_from(TailEntry& self, CallFrame& frame) {
     frame.set_result<int32_t>(status);
 }
 
-void run_reinterpret(TailEntry& self, CallFrame& frame) {
+void run_reinterpret(TableEntry& self, CallFrame& frame) {
     ManagedObject& object = require_object(frame.argument<Handle>(0));
     if (!is_assignable(*self.type, object.type())) {
         throw_invalid_cast(object.type().full_name, self.type->full_name);
@@ -143,19 +143,19 @@ void run_reinterpret(TailEntry& self, CallFrame& frame) {
     frame.set_result<int32_t>(deliver(self, Ref<ManagedObject>(&object), frame.argument<void*>(1)));
 }
 
-void run_as_uni_enum(TailEntry& self, CallFrame& frame) {
+void run_as_uni_enum(TableEntry& self, CallFrame& frame) {
     *frame.argument<Handle*>(1) = make_handle(make_ref<EnumObject>(*self.type, read_enum(self, frame)));
     frame.set_result<int32_t>(1);
 }
 
-void run_get_type(TailEntry& self, CallFrame& frame) {
+void run_get_type(TableEntry& self, CallFrame& frame) {
     *frame.argument<Handle*>(1) = make_handle(type_object(*self.type));
     frame.set_result<int32_t>(1);
 }
 
 }  // namespace
 
-void plan_cast(TailEntry& entry) {
+void plan_cast(TableEntry& entry) {
     switch (entry.info->role) {
         case EntryRole::kTypeOf:
             entry.run = run_type_of;

@@ -2,7 +2,7 @@
 // same name, or with the properties of another object.
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
-#include "runtime/native/table_entries/tail_entry.h"
+#include "runtime/native/table_entries/table_entry.h"
 #include "runtime/native/table_entries/wire_values.h"
 
 namespace zelmor::embed {
@@ -27,11 +27,11 @@ bool may_fill(const ParamInfo& param, const PropertyInfo& property) {
     return param.wire == property.wire;
 }
 
-void run_default(TailEntry& self, CallFrame& frame) {
+void run_default(TableEntry& self, CallFrame& frame) {
     frame.set_result(make_handle(make_instance(*self.type)));
 }
 
-void run_fill(TailEntry& self, CallFrame& frame) {
+void run_fill(TableEntry& self, CallFrame& frame) {
     Ref<ManagedObject> object = make_instance(*self.type);
     Record& record = cast_object<Record>(*object);
     for (size_t i = 0, argument = 0; i < self.filled.size(); ++i, ++argument) {
@@ -45,7 +45,7 @@ void run_fill(TailEntry& self, CallFrame& frame) {
     frame.set_result(make_handle(std::move(object)));
 }
 
-void run_copy(TailEntry& self, CallFrame& frame) {
+void run_copy(TableEntry& self, CallFrame& frame) {
     const ParamInfo& param = self.info->params[0];
     const Value source = read_wire(frame, 0, Wire::kClass, type_at(param.type));
     if (is_null(source)) {
@@ -66,7 +66,7 @@ bool copies(const TypeInfo& type, const EntryInfo& info) {
 
 }  // namespace
 
-void plan_constructor(TailEntry& entry) {
+void plan_constructor(TableEntry& entry) {
     const auto params = entry.info->params;
     if (params.empty()) {
         entry.run = run_default;

@@ -2,7 +2,7 @@
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
-#include "runtime/native/table_entries/tail_entry.h"
+#include "runtime/native/table_entries/table_entry.h"
 #include "runtime/native/table_entries/wire_values.h"
 
 namespace zelmor::embed {
@@ -11,7 +11,7 @@ namespace {
 
 // The record and slot behind an instance: by number for a class, by name for an interface, whose implementations store
 // the property each in a place of their own.
-Record* record_of(TailEntry& self, ManagedObject& instance, int& slot) {
+Record* record_of(TableEntry& self, ManagedObject& instance, int& slot) {
     auto* record = dynamic_cast<Record*>(&instance);
     slot = self.slot;
     if (record && self.type->kind == TypeKind::kInterface) {
@@ -21,7 +21,7 @@ Record* record_of(TailEntry& self, ManagedObject& instance, int& slot) {
     return slot < 0 ? nullptr : record;
 }
 
-void run_get(TailEntry& self, CallFrame& frame) {
+void run_get(TableEntry& self, CallFrame& frame) {
     ManagedObject& instance = instance_of(self, frame);
     if (run_override(self, frame, instance)) {
         return;
@@ -35,11 +35,11 @@ void run_get(TailEntry& self, CallFrame& frame) {
     write_wire(frame, record->slot(slot), self.property->wire, type_at(self.property->type));
 }
 
-Value read_property(const TailEntry& self, CallFrame& frame, size_t index) {
+Value read_property(const TableEntry& self, CallFrame& frame, size_t index) {
     return read_wire(frame, index, self.property->wire, type_at(self.property->type), self.property->collection);
 }
 
-void run_set(TailEntry& self, CallFrame& frame) {
+void run_set(TableEntry& self, CallFrame& frame) {
     ManagedObject& instance = instance_of(self, frame);
     if (run_override(self, frame, instance)) {
         return;
@@ -52,7 +52,7 @@ void run_set(TailEntry& self, CallFrame& frame) {
     record->set_slot(slot, read_property(self, frame, 1));
 }
 
-void run_get_static(TailEntry& self, CallFrame& frame) {
+void run_get_static(TableEntry& self, CallFrame& frame) {
     const Value& value = static_property(*self.type, self.property->name);
     if (is_unset(value)) {
         throw_not_supported(self.member_name());
@@ -60,13 +60,13 @@ void run_get_static(TailEntry& self, CallFrame& frame) {
     write_wire(frame, value, self.property->wire, type_at(self.property->type));
 }
 
-void run_set_static(TailEntry& self, CallFrame& frame) {
+void run_set_static(TableEntry& self, CallFrame& frame) {
     set_static_property(*self.type, self.property->name, read_property(self, frame, 0));
 }
 
 }  // namespace
 
-void plan_property(TailEntry& entry) {
+void plan_property(TableEntry& entry) {
     const int index = entry.info->property;
     if (index < 0) {
         return;

@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+from dataclasses import dataclass
+
 from ..model import Collection, Model, Overload, Param, Property, Type
 from ..wires import VOID, Wire
 from .text import function, quoted, table
@@ -15,6 +17,60 @@ _NET_TYPES = {"bool": "Boolean", "int8": "SByte", "uint8": "Byte", "int16": "Int
 _SERVICE_ROLES = {"TypeOf": "kTypeOf", "CastTo": "kCastTo", "CastFrom": "kCastFrom",
                   "ReInterpretObj": "kReinterpretObj", "AsUniEnum": "kAsUniEnum", "CastAs": "kCastAs",
                   "IsAssignable": "kIsAssignable", "GetType": "kGetType"}
+
+
+@dataclass(frozen=True)
+class Entry:
+    """An entry point of a type: its name, "call_000_Load", and how its arguments cross."""
+
+    name: str
+    signature: str
+
+
+def _known(wires: list[Wire]) -> bool:
+    """Whether it is known how all of these cross."""
+    return all(wire.runtime_wire for wire in wires)
+
+
+def _signature(params: list[Param], result: Wire, instance: bool) -> str:
+    arguments = "".join(param.wire.code + ("r" if param.by_ref else "") for param in params)
+    return result.result_code + ("p" if instance else "") + arguments + result.out_code
+
+
+def overload_entry(overload: Overload) -> Entry | None:
+    """The entry point of an overload; none where it is not known how its arguments cross."""
+    if not _known([*(param.wire for param in overload.params), overload.result]):
+        return None
+    if not overload.python:
+        return Entry(overload.entry, "p" + _signature(overload.params, VOID, False)[1:])
+    return Entry(overload.entry, _signature(overload.params, overload.result, not overload.static))
+
+
+def property_entries(prop: Property) -> list[Entry]:
+    """The getter of a property, and its setter if it has one."""
+    suffix, instance = ("sa", False) if prop.static else ("", True)
+    entries = [Entry(f"get{suffix}_{prop.managed}", _signature([], prop.wire, instance))]
+    if prop.writable:
+        entries.append(Entry(f"set{suffix}_{prop.managed}", "v" + ("p" if instance else "") + prop.wire.code))
+    return entries
+
+
+def own_overloads(entry: Type) -> list[Overload]:
+    """The constructors and methods that a type has entry points for, in their order."""
+    return [*entry.constructors, *(overload for method in entry.methods for overload in method.own)]
+
+
+def own_properties(entry: Type) -> list[Property]:
+    """The properties that a type has entry points for, in their order: those of instances first."""
+    return [prop for static in (False, True) for prop in entry.properties
+            if prop.static == static and prop.declared_by is entry and _known([prop.wire])]
+
+
+def entries_of(entry: Type) -> list[Entry]:
+    """The entry points of a type's members."""
+    overloads = [overload_entry(overload) for overload in own_overloads(entry)]
+    return [*(row for row in overloads if row is not None),
+            *(row for prop in own_properties(entry) for row in property_entries(prop))]
 
 
 class Tables:
@@ -35,20 +91,10 @@ class Tables:
         element = wire.collection.identifier if wire.collection is not None else ""
         return f"{{CollectionShape::{wire.shape.runtime}, {quoted(element)}}}"
 
-    @staticmethod
-    def _known(wires: list[Wire]) -> bool:
-        """Whether it is known how all of these cross."""
-        return all(wire.runtime_wire for wire in wires)
-
     def _param(self, param: Param) -> str:
         by_ref = "true" if param.by_ref else "false"
         return (f"{{{quoted(param.name)}, Wire::{param.wire.runtime_wire}, {by_ref}, {self._type(param.wire)}, "
                 f"{self._collection(param.wire)}}}")
-
-    @staticmethod
-    def _signature(params: list[Param], result: Wire, instance: bool) -> str:
-        arguments = "".join(param.wire.code + ("r" if param.by_ref else "") for param in params)
-        return result.result_code + ("p" if instance else "") + arguments + result.out_code
 
     def _entry(self, name: str, member: str, role: str, result: Wire, signature: str, prop: int = -1,
                params: str = "{}") -> str:
@@ -56,29 +102,23 @@ class Tables:
                 f"{self._type(result)}, {self._collection(result)}, {prop}, {quoted(signature)}, {params}}}")
 
     def _overload(self, overload: Overload, lines: list[str], number: int) -> str | None:
-        wires = [param.wire for param in overload.params] + [overload.result]
-        if not self._known(wires):
+        entry = overload_entry(overload)
+        if entry is None:
             return None
         params = "{}"
         if overload.params:
             params = f"params_{self._index[overload.owner]}_{number}"
             lines += table(f"constexpr ParamInfo {params}[]", [self._param(param) for param in overload.params])
         if not overload.python:
-            signature = "p" + self._signature(overload.params, VOID, False)[1:]
-            return self._entry(overload.entry, overload.owner.name, "kCtor", VOID, signature, params=params)
+            return self._entry(entry.name, overload.owner.name, "kCtor", VOID, entry.signature, params=params)
         role = "kStaticCall" if overload.static else "kCall"
-        return self._entry(overload.entry, overload.managed, role, overload.result,
-                           self._signature(overload.params, overload.result, not overload.static), params=params)
+        return self._entry(entry.name, overload.managed, role, overload.result, entry.signature, params=params)
 
     def _property_entries(self, prop: Property, number: int) -> list[str]:
-        suffix, instance = ("sa", False) if prop.static else ("", True)
         roles = ("kGetStatic", "kSetStatic") if prop.static else ("kGet", "kSet")
-        rows = [self._entry(f"get{suffix}_{prop.managed}", prop.managed, roles[0], prop.wire,
-                            self._signature([], prop.wire, instance), number)]
-        if prop.writable:
-            signature = "v" + ("p" if instance else "") + prop.wire.code
-            rows.append(self._entry(f"set{suffix}_{prop.managed}", prop.managed, roles[1], VOID, signature, number))
-        return rows
+        results = (prop.wire, VOID)
+        return [self._entry(entry.name, prop.managed, role, result, entry.signature, number)
+                for entry, role, result in zip(property_entries(prop), roles, results)]
 
     def _service(self, entry: Type, service: str) -> str:
         value = entry.width.code if entry.width is not None else ""
@@ -92,14 +132,11 @@ class Tables:
         index = self._index[entry]
         lines: list[str] = []
         entries: list[str] = []
-        overloads = [*entry.constructors, *(o for method in entry.methods for o in method.own)]
-        for number, overload in enumerate(overloads):
+        for number, overload in enumerate(own_overloads(entry)):
             row = self._overload(overload, lines, number)
             entries += [row] if row is not None else []
-        properties = [prop for static in (False, True) for prop in entry.properties
-                      if prop.static == static and prop.declared_by is entry and self._known([prop.wire])]
         rows = []
-        for number, prop in enumerate(properties):
+        for number, prop in enumerate(own_properties(entry)):
             flags = f"{'true' if prop.static else 'false'}, {'true' if prop.writable else 'false'}"
             rows.append(f"{{{quoted(prop.managed)}, Wire::{prop.wire.runtime_wire}, {flags}, {self._type(prop.wire)}, "
                         f"{self._collection(prop.wire)}}}")

@@ -1,4 +1,5 @@
 // NonGenericDictionary: pairs in the order in which they were added. As a collection its elements are the keys.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 
@@ -77,13 +78,16 @@ Collection values(NonGenericDictionary& self) {
 const FactoryRegistration factory(kDictionary,
                                   [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<NonGenericDictionary>()); });
 
-const Behavior kMembers[] = {
-    {kDictionary, "call_000_Add", entry<&add>()},     {kDictionary, "call_000_Remove", entry<&remove>()},
-    {kDictionary, "call_000_Clear", entry<&clear>()}, {kDictionary, "get_IsFixedSize", entry<&no>()},
-    {kDictionary, "get_IsReadOnly", entry<&no>()},    {kDictionary, "get_Keys", entry<&keys>()},
-    {kDictionary, "get_Values", entry<&values>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using NonGenericDictionaryApi = api::NonGenericDictionary;
+
+const BehaviorTable table({
+    behavior<&add, NonGenericDictionaryApi::call_000_Add>(),
+    behavior<&remove, NonGenericDictionaryApi::call_000_Remove>(),
+    behavior<&clear, NonGenericDictionaryApi::call_000_Clear>(),
+    behavior<&no, NonGenericDictionaryApi::get_IsFixedSize, NonGenericDictionaryApi::get_IsReadOnly>(),
+    behavior<&keys, NonGenericDictionaryApi::get_Keys>(),
+    behavior<&values, NonGenericDictionaryApi::get_Values>(),
+});
 
 }  // namespace
 

@@ -1,5 +1,7 @@
 // NonGenericList and the list of metafile records that derives from it: a list around another list. Whatever is asked
 // of it is asked of that one, a Python list included.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 
@@ -66,11 +68,13 @@ const FactoryRegistration factory(kList, [](const TypeInfo& type) {
     return Ref<ManagedObject>(make_ref<NonGenericList>(type, make_list(ListShape::kArrayList, variant_element())));
 });
 
-const Behavior kMembers[] = {
-    {kList, "ctor_000_NonGenericList", entry<&list_around>()},
-    {kMetaList, "ctor_000_MetaObjectList", entry<&meta_list_around>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using MetaObjectListApi = api::FileFormats::Emf::MetaObjectList;
+using NonGenericListApi = api::NonGenericList;
+
+const BehaviorTable table({
+    behavior<&list_around, NonGenericListApi::ctor_000_NonGenericList>(),
+    behavior<&meta_list_around, MetaObjectListApi::ctor_000_MetaObjectList>(),
+});
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 // PixelDataFormat's factories and the formats that have a name of their own.
 #include "runtime/native/behaviors/colors/pixel_data_format.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <array>
 #include <numeric>
@@ -147,6 +148,8 @@ template <size_t... Index>
 BehaviorTable table_of_named(std::index_sequence<Index...>) {
     return {Assembly::kImaging, {{kFormat, kNamed[Index].entry, entry<&named<Index>>()}...}};
 }
+using PixelDataFormatApi = api::PixelDataFormat;
+
 const BehaviorTable named_table = table_of_named(std::make_index_sequence<std::size(kNamed)>());
 
 // What a user can put another one in place of.
@@ -164,28 +167,27 @@ void set_grayscale(Record* value) {
     grayscale_slot() = Format(value);
 }
 
-const Behavior kMembers[] = {
-    {kFormat, "call_000_GetGrayscaleAlpha", entry<&gray_alpha>()},
-    {kFormat, "call_001_GetGrayscaleAlpha", entry<&gray_alpha_of>()},
-    {kFormat, "call_000_GetRgb", entry<&rgb>()},
-    {kFormat, "call_001_GetRgb", entry<&rgb_of>()},
-    {kFormat, "call_000_GetRgba", entry<&rgba>()},
-    {kFormat, "call_001_GetRgba", entry<&rgba_of>()},
-    {kFormat, "call_000_GetYCbCr", entry<&ycbcr>()},
-    {kFormat, "call_001_GetYCbCr", entry<&ycbcr_of>()},
-    {kFormat, "call_000_GetCmyk", entry<&cmyk>()},
-    {kFormat, "call_001_GetCmyk", entry<&cmyk_of>()},
-    {kFormat, "call_000_GetGrayscale", entry<&gray>()},
-    {kFormat, "call_000_GetRgbIndexed", entry<&rgb_indexed>()},
-    {kFormat, "call_000_GetBgra", entry<&bgra>()},
-    {kFormat, "call_000_GetBgr", entry<&bgr>()},
-    {kFormat, "call_000_GetCmyka", entry<&cmyka>()},
-    {kFormat, "call_000_GetYcck", entry<&ycck>()},
-    {kFormat, "call_000_GetCieLab", entry<&cie_lab>()},
-    {kFormat, "getsa_Grayscale", entry<&grayscale>()},
-    {kFormat, "setsa_Grayscale", entry<&set_grayscale>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+const BehaviorTable table({
+    behavior<&gray_alpha, PixelDataFormatApi::call_000_GetGrayscaleAlpha>(),
+    behavior<&gray_alpha_of, PixelDataFormatApi::call_001_GetGrayscaleAlpha>(),
+    behavior<&rgb, PixelDataFormatApi::call_000_GetRgb>(),
+    behavior<&rgb_of, PixelDataFormatApi::call_001_GetRgb>(),
+    behavior<&rgba, PixelDataFormatApi::call_000_GetRgba>(),
+    behavior<&rgba_of, PixelDataFormatApi::call_001_GetRgba>(),
+    behavior<&ycbcr, PixelDataFormatApi::call_000_GetYCbCr>(),
+    behavior<&ycbcr_of, PixelDataFormatApi::call_001_GetYCbCr>(),
+    behavior<&cmyk, PixelDataFormatApi::call_000_GetCmyk>(),
+    behavior<&cmyk_of, PixelDataFormatApi::call_001_GetCmyk>(),
+    behavior<&gray, PixelDataFormatApi::call_000_GetGrayscale>(),
+    behavior<&rgb_indexed, PixelDataFormatApi::call_000_GetRgbIndexed>(),
+    behavior<&bgra, PixelDataFormatApi::call_000_GetBgra>(),
+    behavior<&bgr, PixelDataFormatApi::call_000_GetBgr>(),
+    behavior<&cmyka, PixelDataFormatApi::call_000_GetCmyka>(),
+    behavior<&ycck, PixelDataFormatApi::call_000_GetYcck>(),
+    behavior<&cie_lab, PixelDataFormatApi::call_000_GetCieLab>(),
+    behavior<&grayscale, PixelDataFormatApi::getsa_Grayscale>(),
+    behavior<&set_grayscale, PixelDataFormatApi::setsa_Grayscale>(),
+});
 
 const FactoryRegistration factory(kFormat, [](const TypeInfo& type) {
     return Ref<ManagedObject>(make_ref<PixelDataFormat>(type));

@@ -1,6 +1,7 @@
 // Blends of colors along gradients, and matrices that change colors.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
@@ -112,18 +113,21 @@ int32_t constant() {
     return kValue;
 }
 
-const Behavior kMembers[] = {
-    {kColorBlend, "ctor_001_ColorBlend", entry<&color_blend>()},
-    {kBlend, "ctor_001_Blend", entry<&blend>()},
-    {kMatrix, "ctor_001_ColorMatrix", entry<&from_rows>()},
-    {kMatrix, "call_000_GetMatrix", entry<&rows_of>()},
-    {kMatrix, "call_000_GetElem", entry<&get_element>()},
-    {kMatrix, "call_000_SetElem", entry<&set_element>()},
-    {kMatrix, "getsa_MatrixDimensionsCount", entry<&constant<2>>()},
-    {kMatrix, "getsa_MatrixDimensionElementsCount", entry<&constant<kSize>>()},
-    {kMatrix, "getsa_MatrixTotalElementsCount", entry<&constant<kSize * kSize>>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using BlendApi = api::Blend;
+using ColorBlendApi = api::ColorBlend;
+using ColorMatrixApi = api::ColorMatrix;
+
+const BehaviorTable table({
+    behavior<&color_blend, ColorBlendApi::ctor_001_ColorBlend>(),
+    behavior<&blend, BlendApi::ctor_001_Blend>(),
+    behavior<&from_rows, ColorMatrixApi::ctor_001_ColorMatrix>(),
+    behavior<&rows_of, ColorMatrixApi::call_000_GetMatrix>(),
+    behavior<&get_element, ColorMatrixApi::call_000_GetElem>(),
+    behavior<&set_element, ColorMatrixApi::call_000_SetElem>(),
+    behavior<&constant<2>, ColorMatrixApi::getsa_MatrixDimensionsCount>(),
+    behavior<&constant<kSize>, ColorMatrixApi::getsa_MatrixDimensionElementsCount>(),
+    behavior<&constant<kSize * kSize>, ColorMatrixApi::getsa_MatrixTotalElementsCount>(),
+});
 
 const FactoryRegistration color_blend_factory(kColorBlend, [](const TypeInfo&) { return color_blend(1); });
 const FactoryRegistration blend_factory(kBlend, [](const TypeInfo&) { return blend(1); });

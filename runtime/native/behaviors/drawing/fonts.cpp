@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
 #include "runtime/native/behaviors/drawing/fonts.h"
 #include "runtime/native/core/managed_exception.h"
@@ -14,7 +15,6 @@ namespace {
 
 constexpr const char* kFont = "Zelmor.Imaging.Font";
 constexpr const char* kSettings = "Zelmor.Imaging.FontSettings";
-constexpr const char* kCache = "Zelmor.Imaging.OpenTypeFontsCache";
 constexpr const char* kFormat = "Zelmor.Imaging.StringFormat";
 
 // ---- Font
@@ -180,39 +180,35 @@ Ref<ManagedObject> generic_typographic() {
     return format;
 }
 
-const Behavior kMembers[] = {
-    {kFont, "ctor_000_Font", entry<&font_like>()},
-    {kFont, "ctor_001_Font", entry<&font_of_size>()},
-    {kFont, "ctor_002_Font", entry<&font_of_style>()},
-    {kFont, "ctor_003_Font", entry<&font_of_unit>()},
-    {kFont, "ctor_004_Font", entry<&font_of_all>()},
-    {kFont, "ctor_005_Font", entry<&font_of_style_and_unit>()},
-    {kFont, "call_000_CreateFromPrototype", entry<&font_like>()},
-    {kFont, "call_000_CreateWithSize", entry<&font_of_size>()},
-    {kFont, "call_000_CreateWithSizeStyle", entry<&font_of_style>()},
-    {kFont, "call_000_CreateWithSizeUnit", entry<&font_of_unit>()},
-    {kFont, "call_000_DeepClone", entry<&copy_of>()},
-    {kFont, "get_Bold", entry<&has_style<1>>()},
-    {kFont, "get_Italic", entry<&has_style<2>>()},
-    {kFont, "get_Underline", entry<&has_style<4>>()},
-    {kFont, "get_Strikeout", entry<&has_style<8>>()},
-    {kSettings, "call_000_GetFontsFolders", entry<&folders>()},
-    {kSettings, "call_000_GetDefaultFontsFolders", entry<&default_folders>()},
-    {kSettings, "call_000_SetFontsFolder", entry<&set_folder>()},
-    {kSettings, "call_000_SetFontsFolders", entry<&set_folders>()},
-    {kSettings, "call_000_Reset", entry<&reset>()},
-    {kSettings, "call_000_UpdateFonts", entry<&update>()},
-    {kCache, "call_000_UpdateCache", entry<&update>()},
-    {kFormat, "ctor_001_StringFormat", entry<&format_of_flags>()},
-    {kFormat, "ctor_002_StringFormat", entry<&format_like>()},
-    {kFormat, "call_000_CreateFromFlags", entry<&format_of_flags>()},
-    {kFormat, "call_000_CreateFromFormat", entry<&format_like>()},
-    {kFormat, "call_000_DeepClone", entry<&copy_of>()},
-    {kFormat, "call_000_SetTabStops", entry<&set_tabs>()},
-    {kFormat, "getsa_GenericDefault", entry<&generic_default>()},
-    {kFormat, "getsa_GenericTypographic", entry<&generic_typographic>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using FontApi = api::Font;
+using FontSettingsApi = api::FontSettings;
+using OpenTypeFontsCacheApi = api::OpenTypeFontsCache;
+using StringFormatApi = api::StringFormat;
+
+const BehaviorTable table({
+    behavior<&font_like, FontApi::ctor_000_Font, FontApi::call_000_CreateFromPrototype>(),
+    behavior<&font_of_size, FontApi::ctor_001_Font, FontApi::call_000_CreateWithSize>(),
+    behavior<&font_of_style, FontApi::ctor_002_Font, FontApi::call_000_CreateWithSizeStyle>(),
+    behavior<&font_of_unit, FontApi::ctor_003_Font, FontApi::call_000_CreateWithSizeUnit>(),
+    behavior<&font_of_all, FontApi::ctor_004_Font>(),
+    behavior<&font_of_style_and_unit, FontApi::ctor_005_Font>(),
+    behavior<&copy_of, FontApi::call_000_DeepClone, StringFormatApi::call_000_DeepClone>(),
+    behavior<&has_style<1>, FontApi::get_Bold>(),
+    behavior<&has_style<2>, FontApi::get_Italic>(),
+    behavior<&has_style<4>, FontApi::get_Underline>(),
+    behavior<&has_style<8>, FontApi::get_Strikeout>(),
+    behavior<&folders, FontSettingsApi::call_000_GetFontsFolders>(),
+    behavior<&default_folders, FontSettingsApi::call_000_GetDefaultFontsFolders>(),
+    behavior<&set_folder, FontSettingsApi::call_000_SetFontsFolder>(),
+    behavior<&set_folders, FontSettingsApi::call_000_SetFontsFolders>(),
+    behavior<&reset, FontSettingsApi::call_000_Reset>(),
+    behavior<&update, FontSettingsApi::call_000_UpdateFonts, OpenTypeFontsCacheApi::call_000_UpdateCache>(),
+    behavior<&format_of_flags, StringFormatApi::ctor_001_StringFormat, StringFormatApi::call_000_CreateFromFlags>(),
+    behavior<&format_like, StringFormatApi::ctor_002_StringFormat, StringFormatApi::call_000_CreateFromFormat>(),
+    behavior<&set_tabs, StringFormatApi::call_000_SetTabStops>(),
+    behavior<&generic_default, StringFormatApi::getsa_GenericDefault>(),
+    behavior<&generic_typographic, StringFormatApi::getsa_GenericTypographic>(),
+});
 
 const FactoryRegistration font_factory(kFont, new_font);
 const FactoryRegistration format_factory(kFormat, [](const TypeInfo& type) -> Ref<ManagedObject> {

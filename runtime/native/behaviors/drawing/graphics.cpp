@@ -1,10 +1,11 @@
 // Graphics: the way from an image's pixels to a canvas and back, and the state that drawing depends on.
 #include "runtime/native/behaviors/drawing/graphics.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/drawwork/loader.h"
 
@@ -214,18 +215,18 @@ void clear(GraphicsObject& self, const ColorValue& color) {
     self.draw(self.image_rect(), [&](drawwork::Canvas& canvas, const PixelArea&) { canvas.clear(color.argb); });
 }
 
-constexpr const char* kGraphics = GraphicsObject::kManagedName;
-const Behavior kMembers[] = {
-    {kGraphics, "ctor_000_Graphics", entry<&for_image>()},
-    {kGraphics, "get_DpiX", image_entry<&dpi_x>()},
-    {kGraphics, "get_DpiY", image_entry<&dpi_y>()},
-    {kGraphics, "get_IsInBeginUpdateCall", entry<&is_updating>()},
-    {kGraphics, "set_Clip", image_entry<&set_clip>()},
-    {kGraphics, "call_000_BeginUpdate", image_entry<&begin_update>()},
-    {kGraphics, "call_000_EndUpdate", image_entry<&end_update>()},
-    {kGraphics, "call_000_Clear", entry<&clear>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using GraphicsApi = api::Graphics;
+
+const BehaviorTable table({
+    behavior<&for_image, GraphicsApi::ctor_000_Graphics>(),
+    behavior<&dpi_x, GraphicsApi::get_DpiX>(),
+    behavior<&dpi_y, GraphicsApi::get_DpiY>(),
+    behavior<&is_updating, GraphicsApi::get_IsInBeginUpdateCall>(),
+    behavior<&set_clip, GraphicsApi::set_Clip>(),
+    behavior<&begin_update, GraphicsApi::call_000_BeginUpdate>(),
+    behavior<&end_update, GraphicsApi::call_000_EndUpdate>(),
+    behavior<&clear, GraphicsApi::call_000_Clear>(),
+});
 
 }  // namespace
 

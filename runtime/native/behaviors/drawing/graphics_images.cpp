@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/image_attributes.h"
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -200,50 +201,45 @@ void part_to_points(Graphics& self, ManagedObject* image, PointsArg points, Rect
     part_to_points_in(self, image, std::move(points), part, kPixels);
 }
 
-const BehaviorTable table(Assembly::kImaging, [] {
-    static std::vector<Behavior> members;
-    const auto add = [](EntryPoint point, std::initializer_list<const char*> entries) {
-        for (const char* entry : entries) {
-            members.push_back({GraphicsObject::kManagedName, entry, point});
-        }
-    };
-    add(image_entry<&at_point>(),
-        {"call_000_DrawImage", "call_020_DrawImage", "call_000_DrawImageAtPointF", "call_000_DrawImageAtPoint"});
-    add(image_entry<&at_xy<float>>(), {"call_001_DrawImage", "call_000_DrawImageAtXyf"});
-    add(image_entry<&to_rect>(),
-        {"call_002_DrawImage", "call_022_DrawImage", "call_000_DrawImageRectangleF", "call_000_DrawImageInRectangle"});
-    add(image_entry<&to_rect_in>(), {"call_003_DrawImage", "call_004_DrawImage", "call_000_DrawImageToRectWithUnit",
-                                     "call_000_DrawImageToRectFWithUnit"});
-    add(image_entry<&to_rect_with>(),
-        {"call_005_DrawImage", "call_006_DrawImage", "call_000_DrawImageDestRectWithUnitAttribs",
-         "call_000_DrawImageDestRectFWithUnitAttribs"});
-    add(image_entry<&part_to_rect>(),
-        {"call_007_DrawImage", "call_008_DrawImage", "call_000_DrawImageSrcDestRectsWithUnit",
-         "call_000_DrawImageSrcDestRectsFWithUnit"});
-    add(image_entry<&part_to_rect_with>(),
-        {"call_009_DrawImage", "call_010_DrawImage", "call_000_DrawImageSrcDstRectsWithUnitAndAttribs",
-         "call_000_DrawImageSrcDstRectFWithUnitAndAttribs"});
-    add(image_entry<&to_points>(),
-        {"call_011_DrawImage", "call_015_DrawImage", "call_000_DrawImagePoints", "call_000_DrawImagePointsF"});
-    add(image_entry<&part_to_points>(),
-        {"call_012_DrawImage", "call_016_DrawImage", "call_000_DrawImageDestPointsSrcRect",
-         "call_000_DrawImageDestPointsFSrcRectF"});
-    add(image_entry<&part_to_points_in>(),
-        {"call_013_DrawImage", "call_017_DrawImage", "call_000_DrawImageDestPointsSrcRectWithUnit",
-         "call_000_DrawImageDestPointFSrcRectFWithUnit"});
-    add(image_entry<&part_to_points_with>(),
-        {"call_014_DrawImage", "call_018_DrawImage", "call_000_DrawImageDestPointsSrcRectWithUnitAndAttribs",
-         "call_000_DrawImageDestPointFSrcRectFWithUnitAndAttribs"});
-    add(image_entry<&to_xywh<float>>(), {"call_019_DrawImage", "call_000_DrawImageInRectF"});
-    add(image_entry<&at_xy<int32_t>>(), {"call_021_DrawImage", "call_000_DrawImageAtXy"});
-    add(image_entry<&to_xywh<int32_t>>(), {"call_023_DrawImage", "call_000_DrawImageInRect"});
-    add(image_entry<&unscaled_at>(), {"call_000_DrawImageUnscaled", "call_000_DrawImageUnscaledToPoint"});
-    add(image_entry<&unscaled_at_xy>(), {"call_001_DrawImageUnscaled"});
-    add(image_entry<&unscaled_clipped>(), {"call_000_DrawImageUnscaledAndClipped"});
-    add(image_entry<&unscaled_in>(), {"call_002_DrawImageUnscaled", "call_000_DrawImageUnscaledInRectangle"});
-    add(image_entry<&unscaled_in_xywh>(), {"call_003_DrawImageUnscaled"});
-    return std::span<const Behavior>(members);
-}());
+using GraphicsApi = api::Graphics;
+
+const BehaviorTable table({
+    behavior<&at_point, GraphicsApi::call_000_DrawImage, GraphicsApi::call_020_DrawImage,
+             GraphicsApi::call_000_DrawImageAtPointF, GraphicsApi::call_000_DrawImageAtPoint>(),
+    behavior<&at_xy<float>, GraphicsApi::call_001_DrawImage, GraphicsApi::call_000_DrawImageAtXyf>(),
+    behavior<&to_rect, GraphicsApi::call_002_DrawImage, GraphicsApi::call_022_DrawImage,
+             GraphicsApi::call_000_DrawImageRectangleF, GraphicsApi::call_000_DrawImageInRectangle>(),
+    behavior<&to_rect_in, GraphicsApi::call_003_DrawImage, GraphicsApi::call_004_DrawImage,
+             GraphicsApi::call_000_DrawImageToRectWithUnit, GraphicsApi::call_000_DrawImageToRectFWithUnit>(),
+    behavior<&to_rect_with, GraphicsApi::call_005_DrawImage, GraphicsApi::call_006_DrawImage,
+             GraphicsApi::call_000_DrawImageDestRectWithUnitAttribs,
+             GraphicsApi::call_000_DrawImageDestRectFWithUnitAttribs>(),
+    behavior<&part_to_rect, GraphicsApi::call_007_DrawImage, GraphicsApi::call_008_DrawImage,
+             GraphicsApi::call_000_DrawImageSrcDestRectsWithUnit,
+             GraphicsApi::call_000_DrawImageSrcDestRectsFWithUnit>(),
+    behavior<&part_to_rect_with, GraphicsApi::call_009_DrawImage, GraphicsApi::call_010_DrawImage,
+             GraphicsApi::call_000_DrawImageSrcDstRectsWithUnitAndAttribs,
+             GraphicsApi::call_000_DrawImageSrcDstRectFWithUnitAndAttribs>(),
+    behavior<&to_points, GraphicsApi::call_011_DrawImage, GraphicsApi::call_015_DrawImage,
+             GraphicsApi::call_000_DrawImagePoints, GraphicsApi::call_000_DrawImagePointsF>(),
+    behavior<&part_to_points, GraphicsApi::call_012_DrawImage, GraphicsApi::call_016_DrawImage,
+             GraphicsApi::call_000_DrawImageDestPointsSrcRect, GraphicsApi::call_000_DrawImageDestPointsFSrcRectF>(),
+    behavior<&part_to_points_in, GraphicsApi::call_013_DrawImage, GraphicsApi::call_017_DrawImage,
+             GraphicsApi::call_000_DrawImageDestPointsSrcRectWithUnit,
+             GraphicsApi::call_000_DrawImageDestPointFSrcRectFWithUnit>(),
+    behavior<&part_to_points_with, GraphicsApi::call_014_DrawImage, GraphicsApi::call_018_DrawImage,
+             GraphicsApi::call_000_DrawImageDestPointsSrcRectWithUnitAndAttribs,
+             GraphicsApi::call_000_DrawImageDestPointFSrcRectFWithUnitAndAttribs>(),
+    behavior<&to_xywh<float>, GraphicsApi::call_019_DrawImage, GraphicsApi::call_000_DrawImageInRectF>(),
+    behavior<&at_xy<int32_t>, GraphicsApi::call_021_DrawImage, GraphicsApi::call_000_DrawImageAtXy>(),
+    behavior<&to_xywh<int32_t>, GraphicsApi::call_023_DrawImage, GraphicsApi::call_000_DrawImageInRect>(),
+    behavior<&unscaled_at, GraphicsApi::call_000_DrawImageUnscaled, GraphicsApi::call_000_DrawImageUnscaledToPoint>(),
+    behavior<&unscaled_at_xy, GraphicsApi::call_001_DrawImageUnscaled>(),
+    behavior<&unscaled_clipped, GraphicsApi::call_000_DrawImageUnscaledAndClipped>(),
+    behavior<&unscaled_in, GraphicsApi::call_002_DrawImageUnscaled,
+             GraphicsApi::call_000_DrawImageUnscaledInRectangle>(),
+    behavior<&unscaled_in_xywh, GraphicsApi::call_003_DrawImageUnscaled>(),
+});
 
 }  // namespace
 

@@ -1,4 +1,5 @@
 // Graphics: lines, curves, shapes, paths and regions.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -213,80 +214,85 @@ void fill_region(Graphics& self, ManagedObject* brush, RegionObject* region) {
     self.fill(brush, outline.outline, outline.rule);
 }
 
-const BehaviorTable table(Assembly::kImaging, [] {
-    static std::vector<Behavior> members;
-    const auto add = [](EntryPoint point, std::initializer_list<const char*> entries) {
-        for (const char* entry : entries) {
-            members.push_back({GraphicsObject::kManagedName, entry, point});
-        }
-    };
-    add(entry<&draw_line>(), {"call_000_DrawLine", "call_001_DrawLine", "call_000_DrawLinePointF"});
-    add(entry<&draw_line_xy<int32_t>>(), {"call_002_DrawLine", "call_000_DrawLineByXy"});
-    add(entry<&draw_line_xy<float>>(), {"call_003_DrawLine", "call_000_DrawLineFByXy"});
-    add(entry<&draw_lines>(), {"call_000_DrawLines", "call_001_DrawLines", "call_000_DrawLinesF"});
-    add(entry<&fill_rectangle>(), {"call_000_FillRectangle", "call_001_FillRectangle", "call_000_FillRectangleF"});
-    add(entry<&fill_rectangle_xywh<float>>(), {"call_002_FillRectangle", "call_000_FillRectangleFWithBrush"});
-    add(entry<&fill_rectangle_xywh<int32_t>>(), {"call_003_FillRectangle", "call_000_FillRectangleWithBrush"});
-    add(entry<&fill_rectangles>(), {"call_000_FillRectangles", "call_001_FillRectangles", "call_000_FillRectanglesF"});
-    add(entry<&draw_rectangle>(), {"call_000_DrawRectangle", "call_001_DrawRectangle", "call_000_DrawRectangleF"});
-    add(entry<&draw_rectangle_xywh<float>>(), {"call_002_DrawRectangle", "call_000_DrawRectF"});
-    add(entry<&draw_rectangle_xywh<int32_t>>(), {"call_003_DrawRectangle", "call_000_DrawRect"});
-    add(entry<&draw_rectangles>(), {"call_000_DrawRectangles", "call_001_DrawRectangles", "call_000_DrawRectanglesF"});
-    add(entry<&draw_ellipse>(), {"call_000_DrawEllipse", "call_002_DrawEllipse", "call_000_DrawEllipseF"});
-    add(entry<&draw_ellipse_xywh<float>>(), {"call_001_DrawEllipse", "call_000_DrawEllipseByXyf"});
-    add(entry<&draw_ellipse_xywh<int32_t>>(), {"call_003_DrawEllipse", "call_000_DrawEllipseByXy"});
-    add(entry<&draw_polygon>(), {"call_000_DrawPolygon", "call_001_DrawPolygon", "call_000_DrawPolygonF"});
-    add(entry<&draw_arc_xywh<float>>(), {"call_000_DrawArc", "call_000_DrawArcXyf"});
-    add(entry<&draw_arc>(),
-        {"call_001_DrawArc", "call_003_DrawArc", "call_000_DrawArcInRectF", "call_000_DrawArcInRect"});
-    add(entry<&draw_arc_xywh<int32_t>>(), {"call_002_DrawArc", "call_000_DrawArcXy"});
-    add(entry<&draw_pie>(),
-        {"call_000_DrawPie", "call_002_DrawPie", "call_000_DrawPieInRectF", "call_000_DrawPieInRect"});
-    add(entry<&draw_pie_xywh<float>>(), {"call_001_DrawPie", "call_000_DrawPieXyf"});
-    add(entry<&draw_pie_xywh<int32_t>>(), {"call_003_DrawPie", "call_000_DrawPieXy"});
-    add(entry<&draw_curve>(),
-        {"call_000_DrawCurve", "call_004_DrawCurve", "call_000_DrawCurveByPoints", "call_000_DrawCurveByPointFs"});
-    add(entry<&draw_curve_with>(), {"call_001_DrawCurve", "call_005_DrawCurve", "call_000_DrawCurveByPointFsTension",
-                                    "call_000_DrawCurveByPointsTension"});
-    add(entry<&draw_curve_part>(), {"call_002_DrawCurve"});
-    add(entry<&draw_curve_part_with>(),
-        {"call_003_DrawCurve", "call_006_DrawCurve", "call_000_DrawCurveByPointsFOffsNumSegmTension",
-         "call_000_DrawCurveByPointsOffsNumSegmTension"});
-    add(entry<&draw_closed_curve>(), {"call_000_DrawClosedCurve", "call_002_DrawClosedCurve",
-                                      "call_000_DrawClosedCurveByPointsF", "call_000_DrawClosedCurveByPoints"});
-    add(entry<&draw_closed_curve_with>(),
-        {"call_001_DrawClosedCurve", "call_003_DrawClosedCurve", "call_000_DrawClosedCurveByPointsFTension",
-         "call_000_DrawClosedCurveByPointsTension"});
-    add(entry<&draw_bezier_xy>(), {"call_000_DrawBezier"});
-    add(entry<&draw_bezier>(),
-        {"call_001_DrawBezier", "call_002_DrawBezier", "call_000_DrawBezierByPointsF", "call_000_DrawBezierByPoints"});
-    add(entry<&draw_beziers>(), {"call_000_DrawBeziers", "call_001_DrawBeziers", "call_000_DrawBeziersByPtArray",
-                                 "call_000_DrawBeziersByPtArrayF"});
-    add(entry<&fill_ellipse>(),
-        {"call_000_FillEllipse", "call_002_FillEllipse", "call_000_FillEllipseInRectF", "call_000_FillEllipseInRect"});
-    add(entry<&fill_ellipse_xywh<float>>(), {"call_001_FillEllipse", "call_000_FillEllipseAtXywhf"});
-    add(entry<&fill_ellipse_xywh<int32_t>>(), {"call_003_FillEllipse", "call_000_FillEllipseAtXywh"});
-    add(entry<&fill_pie>(),
-        {"call_000_FillPie", "call_001_FillPie", "call_000_FillPieInRect", "call_000_FillPieInRectF"});
-    add(entry<&fill_pie_xywh<float>>(), {"call_002_FillPie", "call_000_FillPieAtXyf"});
-    add(entry<&fill_pie_xywh<int32_t>>(), {"call_003_FillPie", "call_000_FillPieAtXy"});
-    add(entry<&fill_polygon>(), {"call_000_FillPolygon", "call_002_FillPolygon", "call_000_FillPolygonByPointF",
-                                 "call_000_FillPolygonByPoint"});
-    add(entry<&fill_polygon_by>(), {"call_001_FillPolygon", "call_003_FillPolygon",
-                                    "call_000_FillPolygonByPointFFillMode", "call_000_FillPolygonByPointFillMode"});
-    add(entry<&fill_closed_curve>(), {"call_000_FillClosedCurve", "call_003_FillClosedCurve",
-                                      "call_000_FillClosedCurveByPointF", "call_000_FillClosedCurveByPoint"});
-    add(entry<&fill_closed_curve_by>(),
-        {"call_001_FillClosedCurve", "call_004_FillClosedCurve", "call_000_FillClosedCurveByPointFFillMode",
-         "call_000_FillClosedCurveByPointFillMode"});
-    add(entry<&fill_closed_curve_with>(),
-        {"call_002_FillClosedCurve", "call_005_FillClosedCurve", "call_000_FillClosedCurveByPointFFillModeTension",
-         "call_000_FillClosedCurveByPointFillModeTension"});
-    add(entry<&draw_path>(), {"call_000_DrawPath"});
-    add(entry<&fill_path>(), {"call_000_FillPath"});
-    add(entry<&fill_region>(), {"call_000_FillRegion"});
-    return std::span<const Behavior>(members);
-}());
+using GraphicsApi = api::Graphics;
+
+const BehaviorTable table({
+    behavior<&draw_line, GraphicsApi::call_000_DrawLine, GraphicsApi::call_001_DrawLine,
+             GraphicsApi::call_000_DrawLinePointF>(),
+    behavior<&draw_line_xy<int32_t>, GraphicsApi::call_002_DrawLine, GraphicsApi::call_000_DrawLineByXy>(),
+    behavior<&draw_line_xy<float>, GraphicsApi::call_003_DrawLine, GraphicsApi::call_000_DrawLineFByXy>(),
+    behavior<&draw_lines, GraphicsApi::call_000_DrawLines, GraphicsApi::call_001_DrawLines,
+             GraphicsApi::call_000_DrawLinesF>(),
+    behavior<&fill_rectangle, GraphicsApi::call_000_FillRectangle, GraphicsApi::call_001_FillRectangle,
+             GraphicsApi::call_000_FillRectangleF>(),
+    behavior<&fill_rectangle_xywh<float>, GraphicsApi::call_002_FillRectangle,
+             GraphicsApi::call_000_FillRectangleFWithBrush>(),
+    behavior<&fill_rectangle_xywh<int32_t>, GraphicsApi::call_003_FillRectangle,
+             GraphicsApi::call_000_FillRectangleWithBrush>(),
+    behavior<&fill_rectangles, GraphicsApi::call_000_FillRectangles, GraphicsApi::call_001_FillRectangles,
+             GraphicsApi::call_000_FillRectanglesF>(),
+    behavior<&draw_rectangle, GraphicsApi::call_000_DrawRectangle, GraphicsApi::call_001_DrawRectangle,
+             GraphicsApi::call_000_DrawRectangleF>(),
+    behavior<&draw_rectangle_xywh<float>, GraphicsApi::call_002_DrawRectangle, GraphicsApi::call_000_DrawRectF>(),
+    behavior<&draw_rectangle_xywh<int32_t>, GraphicsApi::call_003_DrawRectangle, GraphicsApi::call_000_DrawRect>(),
+    behavior<&draw_rectangles, GraphicsApi::call_000_DrawRectangles, GraphicsApi::call_001_DrawRectangles,
+             GraphicsApi::call_000_DrawRectanglesF>(),
+    behavior<&draw_ellipse, GraphicsApi::call_000_DrawEllipse, GraphicsApi::call_002_DrawEllipse,
+             GraphicsApi::call_000_DrawEllipseF>(),
+    behavior<&draw_ellipse_xywh<float>, GraphicsApi::call_001_DrawEllipse, GraphicsApi::call_000_DrawEllipseByXyf>(),
+    behavior<&draw_ellipse_xywh<int32_t>, GraphicsApi::call_003_DrawEllipse, GraphicsApi::call_000_DrawEllipseByXy>(),
+    behavior<&draw_polygon, GraphicsApi::call_000_DrawPolygon, GraphicsApi::call_001_DrawPolygon,
+             GraphicsApi::call_000_DrawPolygonF>(),
+    behavior<&draw_arc_xywh<float>, GraphicsApi::call_000_DrawArc, GraphicsApi::call_000_DrawArcXyf>(),
+    behavior<&draw_arc, GraphicsApi::call_001_DrawArc, GraphicsApi::call_003_DrawArc,
+             GraphicsApi::call_000_DrawArcInRectF, GraphicsApi::call_000_DrawArcInRect>(),
+    behavior<&draw_arc_xywh<int32_t>, GraphicsApi::call_002_DrawArc, GraphicsApi::call_000_DrawArcXy>(),
+    behavior<&draw_pie, GraphicsApi::call_000_DrawPie, GraphicsApi::call_002_DrawPie,
+             GraphicsApi::call_000_DrawPieInRectF, GraphicsApi::call_000_DrawPieInRect>(),
+    behavior<&draw_pie_xywh<float>, GraphicsApi::call_001_DrawPie, GraphicsApi::call_000_DrawPieXyf>(),
+    behavior<&draw_pie_xywh<int32_t>, GraphicsApi::call_003_DrawPie, GraphicsApi::call_000_DrawPieXy>(),
+    behavior<&draw_curve, GraphicsApi::call_000_DrawCurve, GraphicsApi::call_004_DrawCurve,
+             GraphicsApi::call_000_DrawCurveByPoints, GraphicsApi::call_000_DrawCurveByPointFs>(),
+    behavior<&draw_curve_with, GraphicsApi::call_001_DrawCurve, GraphicsApi::call_005_DrawCurve,
+             GraphicsApi::call_000_DrawCurveByPointFsTension, GraphicsApi::call_000_DrawCurveByPointsTension>(),
+    behavior<&draw_curve_part, GraphicsApi::call_002_DrawCurve>(),
+    behavior<&draw_curve_part_with, GraphicsApi::call_003_DrawCurve, GraphicsApi::call_006_DrawCurve,
+             GraphicsApi::call_000_DrawCurveByPointsFOffsNumSegmTension,
+             GraphicsApi::call_000_DrawCurveByPointsOffsNumSegmTension>(),
+    behavior<&draw_closed_curve, GraphicsApi::call_000_DrawClosedCurve, GraphicsApi::call_002_DrawClosedCurve,
+             GraphicsApi::call_000_DrawClosedCurveByPointsF, GraphicsApi::call_000_DrawClosedCurveByPoints>(),
+    behavior<&draw_closed_curve_with, GraphicsApi::call_001_DrawClosedCurve, GraphicsApi::call_003_DrawClosedCurve,
+             GraphicsApi::call_000_DrawClosedCurveByPointsFTension,
+             GraphicsApi::call_000_DrawClosedCurveByPointsTension>(),
+    behavior<&draw_bezier_xy, GraphicsApi::call_000_DrawBezier>(),
+    behavior<&draw_bezier, GraphicsApi::call_001_DrawBezier, GraphicsApi::call_002_DrawBezier,
+             GraphicsApi::call_000_DrawBezierByPointsF, GraphicsApi::call_000_DrawBezierByPoints>(),
+    behavior<&draw_beziers, GraphicsApi::call_000_DrawBeziers, GraphicsApi::call_001_DrawBeziers,
+             GraphicsApi::call_000_DrawBeziersByPtArray, GraphicsApi::call_000_DrawBeziersByPtArrayF>(),
+    behavior<&fill_ellipse, GraphicsApi::call_000_FillEllipse, GraphicsApi::call_002_FillEllipse,
+             GraphicsApi::call_000_FillEllipseInRectF, GraphicsApi::call_000_FillEllipseInRect>(),
+    behavior<&fill_ellipse_xywh<float>, GraphicsApi::call_001_FillEllipse, GraphicsApi::call_000_FillEllipseAtXywhf>(),
+    behavior<&fill_ellipse_xywh<int32_t>, GraphicsApi::call_003_FillEllipse, GraphicsApi::call_000_FillEllipseAtXywh>(),
+    behavior<&fill_pie, GraphicsApi::call_000_FillPie, GraphicsApi::call_001_FillPie,
+             GraphicsApi::call_000_FillPieInRect, GraphicsApi::call_000_FillPieInRectF>(),
+    behavior<&fill_pie_xywh<float>, GraphicsApi::call_002_FillPie, GraphicsApi::call_000_FillPieAtXyf>(),
+    behavior<&fill_pie_xywh<int32_t>, GraphicsApi::call_003_FillPie, GraphicsApi::call_000_FillPieAtXy>(),
+    behavior<&fill_polygon, GraphicsApi::call_000_FillPolygon, GraphicsApi::call_002_FillPolygon,
+             GraphicsApi::call_000_FillPolygonByPointF, GraphicsApi::call_000_FillPolygonByPoint>(),
+    behavior<&fill_polygon_by, GraphicsApi::call_001_FillPolygon, GraphicsApi::call_003_FillPolygon,
+             GraphicsApi::call_000_FillPolygonByPointFFillMode, GraphicsApi::call_000_FillPolygonByPointFillMode>(),
+    behavior<&fill_closed_curve, GraphicsApi::call_000_FillClosedCurve, GraphicsApi::call_003_FillClosedCurve,
+             GraphicsApi::call_000_FillClosedCurveByPointF, GraphicsApi::call_000_FillClosedCurveByPoint>(),
+    behavior<&fill_closed_curve_by, GraphicsApi::call_001_FillClosedCurve, GraphicsApi::call_004_FillClosedCurve,
+             GraphicsApi::call_000_FillClosedCurveByPointFFillMode,
+             GraphicsApi::call_000_FillClosedCurveByPointFillMode>(),
+    behavior<&fill_closed_curve_with, GraphicsApi::call_002_FillClosedCurve, GraphicsApi::call_005_FillClosedCurve,
+             GraphicsApi::call_000_FillClosedCurveByPointFFillModeTension,
+             GraphicsApi::call_000_FillClosedCurveByPointFillModeTension>(),
+    behavior<&draw_path, GraphicsApi::call_000_DrawPath>(),
+    behavior<&fill_path, GraphicsApi::call_000_FillPath>(),
+    behavior<&fill_region, GraphicsApi::call_000_FillRegion>(),
+});
 
 }  // namespace
 

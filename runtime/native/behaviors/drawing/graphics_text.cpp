@@ -1,6 +1,7 @@
 // Graphics: text.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/text_layouts.h"
 #include "runtime/native/core/managed_exception.h"
@@ -93,22 +94,17 @@ SizeFValue measure(Graphics& self, const Text& text, Record* font, const SizeFVa
     return {within(placed.extent.width, area.width), within(placed.extent.height, area.height)};
 }
 
-const BehaviorTable table(Assembly::kImaging, [] {
-    static std::vector<Behavior> members;
-    const auto add = [](EntryPoint point, std::initializer_list<const char*> entries) {
-        for (const char* entry : entries) {
-            members.push_back({GraphicsObject::kManagedName, entry, point});
-        }
-    };
-    add(entry<&draw_at_xy>(), {"call_000_DrawString", "call_000_DrawStringAtXy"});
-    add(entry<&draw_at>(), {"call_001_DrawString", "call_000_DrawStringAtPointF"});
-    add(entry<&draw_at_xy_with>(), {"call_002_DrawString"});
-    add(entry<&draw_at_with>(), {"call_003_DrawString", "call_000_DrawStringAtPointFFormat"});
-    add(entry<&draw_in>(), {"call_004_DrawString", "call_000_DrawStringInRect"});
-    add(entry<&draw_in_with>(), {"call_005_DrawString", "call_000_DrawStringInRectF"});
-    add(entry<&measure>(), {"call_000_MeasureString"});
-    return std::span<const Behavior>(members);
-}());
+using GraphicsApi = api::Graphics;
+
+const BehaviorTable table({
+    behavior<&draw_at_xy, GraphicsApi::call_000_DrawString, GraphicsApi::call_000_DrawStringAtXy>(),
+    behavior<&draw_at, GraphicsApi::call_001_DrawString, GraphicsApi::call_000_DrawStringAtPointF>(),
+    behavior<&draw_at_xy_with, GraphicsApi::call_002_DrawString>(),
+    behavior<&draw_at_with, GraphicsApi::call_003_DrawString, GraphicsApi::call_000_DrawStringAtPointFFormat>(),
+    behavior<&draw_in, GraphicsApi::call_004_DrawString, GraphicsApi::call_000_DrawStringInRect>(),
+    behavior<&draw_in_with, GraphicsApi::call_005_DrawString, GraphicsApi::call_000_DrawStringInRectF>(),
+    behavior<&measure, GraphicsApi::call_000_MeasureString>(),
+});
 
 }  // namespace
 

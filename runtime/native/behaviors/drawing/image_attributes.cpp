@@ -1,5 +1,6 @@
 // ImageAttributes: its settings and what they make of colors.
 #include "runtime/native/behaviors/drawing/image_attributes.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 #include <cmath>
@@ -219,53 +220,53 @@ void set_wrap(Attributes& self, int32_t mode) {
     set_wrap_clamped(self, mode, ColorValue(), false);
 }
 
-constexpr const char* kType = Attributes::kManagedName;
-const Behavior kMembers[] = {
-    {kType, "call_000_SetColorMatrix", entry<&set_matrix>()},
-    {kType, "call_001_SetColorMatrix", entry<&set_matrix_with>()},
-    {kType, "call_002_SetColorMatrix", entry<&set_matrix_for>()},
-    {kType, "call_000_ClearColorMatrix", entry<&clear_matrix>()},
-    {kType, "call_001_ClearColorMatrix", entry<&clear_matrix_for>()},
-    {kType, "call_000_SetColorMatrices", entry<&set_matrices>()},
-    {kType, "call_001_SetColorMatrices", entry<&set_matrices_with>()},
-    {kType, "call_002_SetColorMatrices", entry<&set_matrices_for>()},
-    {kType, "call_000_SetThreshold", entry<&set_number<&ColorAdjustment::threshold>>()},
-    {kType, "call_001_SetThreshold", entry<&set_number_for<&ColorAdjustment::threshold>>()},
-    {kType, "call_000_ClearThreshold", entry<&clear<&ColorAdjustment::threshold>>()},
-    {kType, "call_001_ClearThreshold", entry<&clear_for<&ColorAdjustment::threshold>>()},
-    {kType, "call_000_SetGamma", entry<&set_number<&ColorAdjustment::gamma>>()},
-    {kType, "call_001_SetGamma", entry<&set_number_for<&ColorAdjustment::gamma>>()},
-    {kType, "call_000_ClearGamma", entry<&clear<&ColorAdjustment::gamma>>()},
-    {kType, "call_001_ClearGamma", entry<&clear_for<&ColorAdjustment::gamma>>()},
-    {kType, "call_000_SetNoOp", entry<&set_no_op<true>>()},
-    {kType, "call_001_SetNoOp", entry<&set_no_op_for<true>>()},
-    {kType, "call_000_ClearNoOp", entry<&set_no_op<false>>()},
-    {kType, "call_001_ClearNoOp", entry<&set_no_op_for<false>>()},
-    {kType, "call_000_SetColorKey", entry<&set_key>()},
-    {kType, "call_001_SetColorKey", entry<&set_key_for>()},
-    {kType, "call_000_ClearColorKey", entry<&clear<&ColorAdjustment::color_key>>()},
-    {kType, "call_001_ClearColorKey", entry<&clear_for<&ColorAdjustment::color_key>>()},
-    {kType, "call_000_SetOutputChannel", entry<&set_channel>()},
-    {kType, "call_001_SetOutputChannel", entry<&set_channel_for>()},
-    {kType, "call_000_ClearOutputChannel", entry<&clear<&ColorAdjustment::output_channel>>()},
-    {kType, "call_001_ClearOutputChannel", entry<&clear_for<&ColorAdjustment::output_channel>>()},
-    {kType, "call_000_SetOutputChannelColorProfile", entry<&set_profile>()},
-    {kType, "call_001_SetOutputChannelColorProfile", entry<&set_profile_for>()},
-    {kType, "call_000_ClearOutputChannelColorProfile", entry<&clear<&ColorAdjustment::output_profile>>()},
-    {kType, "call_001_ClearOutputChannelColorProfile", entry<&clear_for<&ColorAdjustment::output_profile>>()},
-    {kType, "call_000_SetRemapTable", entry<&set_remap>()},
-    {kType, "call_001_SetRemapTable", entry<&set_remap_for>()},
-    {kType, "call_000_ClearRemapTable", entry<&clear<&ColorAdjustment::remap>>()},
-    {kType, "call_001_ClearRemapTable", entry<&clear_for<&ColorAdjustment::remap>>()},
-    {kType, "call_000_SetWrapMode", entry<&set_wrap>()},
-    {kType, "call_001_SetWrapMode", entry<&set_wrap_color>()},
-    {kType, "call_002_SetWrapMode", entry<&set_wrap_clamped>()},
-    {kType, "call_000_SetBrushRemapTable", entry<&set_brush_remap>()},
-    {kType, "call_000_ClearBrushRemapTable", entry<&clear_brush_remap>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using AttributesApi = api::ImageAttributes;
 
-const FactoryRegistration factory(kType, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const BehaviorTable table({
+    behavior<&set_matrix, AttributesApi::call_000_SetColorMatrix>(),
+    behavior<&set_matrix_with, AttributesApi::call_001_SetColorMatrix>(),
+    behavior<&set_matrix_for, AttributesApi::call_002_SetColorMatrix>(),
+    behavior<&clear_matrix, AttributesApi::call_000_ClearColorMatrix>(),
+    behavior<&clear_matrix_for, AttributesApi::call_001_ClearColorMatrix>(),
+    behavior<&set_matrices, AttributesApi::call_000_SetColorMatrices>(),
+    behavior<&set_matrices_with, AttributesApi::call_001_SetColorMatrices>(),
+    behavior<&set_matrices_for, AttributesApi::call_002_SetColorMatrices>(),
+    behavior<&set_number<&ColorAdjustment::threshold>, AttributesApi::call_000_SetThreshold>(),
+    behavior<&set_number_for<&ColorAdjustment::threshold>, AttributesApi::call_001_SetThreshold>(),
+    behavior<&clear<&ColorAdjustment::threshold>, AttributesApi::call_000_ClearThreshold>(),
+    behavior<&clear_for<&ColorAdjustment::threshold>, AttributesApi::call_001_ClearThreshold>(),
+    behavior<&set_number<&ColorAdjustment::gamma>, AttributesApi::call_000_SetGamma>(),
+    behavior<&set_number_for<&ColorAdjustment::gamma>, AttributesApi::call_001_SetGamma>(),
+    behavior<&clear<&ColorAdjustment::gamma>, AttributesApi::call_000_ClearGamma>(),
+    behavior<&clear_for<&ColorAdjustment::gamma>, AttributesApi::call_001_ClearGamma>(),
+    behavior<&set_no_op<true>, AttributesApi::call_000_SetNoOp>(),
+    behavior<&set_no_op_for<true>, AttributesApi::call_001_SetNoOp>(),
+    behavior<&set_no_op<false>, AttributesApi::call_000_ClearNoOp>(),
+    behavior<&set_no_op_for<false>, AttributesApi::call_001_ClearNoOp>(),
+    behavior<&set_key, AttributesApi::call_000_SetColorKey>(),
+    behavior<&set_key_for, AttributesApi::call_001_SetColorKey>(),
+    behavior<&clear<&ColorAdjustment::color_key>, AttributesApi::call_000_ClearColorKey>(),
+    behavior<&clear_for<&ColorAdjustment::color_key>, AttributesApi::call_001_ClearColorKey>(),
+    behavior<&set_channel, AttributesApi::call_000_SetOutputChannel>(),
+    behavior<&set_channel_for, AttributesApi::call_001_SetOutputChannel>(),
+    behavior<&clear<&ColorAdjustment::output_channel>, AttributesApi::call_000_ClearOutputChannel>(),
+    behavior<&clear_for<&ColorAdjustment::output_channel>, AttributesApi::call_001_ClearOutputChannel>(),
+    behavior<&set_profile, AttributesApi::call_000_SetOutputChannelColorProfile>(),
+    behavior<&set_profile_for, AttributesApi::call_001_SetOutputChannelColorProfile>(),
+    behavior<&clear<&ColorAdjustment::output_profile>, AttributesApi::call_000_ClearOutputChannelColorProfile>(),
+    behavior<&clear_for<&ColorAdjustment::output_profile>, AttributesApi::call_001_ClearOutputChannelColorProfile>(),
+    behavior<&set_remap, AttributesApi::call_000_SetRemapTable>(),
+    behavior<&set_remap_for, AttributesApi::call_001_SetRemapTable>(),
+    behavior<&clear<&ColorAdjustment::remap>, AttributesApi::call_000_ClearRemapTable>(),
+    behavior<&clear_for<&ColorAdjustment::remap>, AttributesApi::call_001_ClearRemapTable>(),
+    behavior<&set_wrap, AttributesApi::call_000_SetWrapMode>(),
+    behavior<&set_wrap_color, AttributesApi::call_001_SetWrapMode>(),
+    behavior<&set_wrap_clamped, AttributesApi::call_002_SetWrapMode>(),
+    behavior<&set_brush_remap, AttributesApi::call_000_SetBrushRemapTable>(),
+    behavior<&clear_brush_remap, AttributesApi::call_000_ClearBrushRemapTable>(),
+});
+
+const FactoryRegistration factory(Attributes::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<ImageAttributesObject>(type);
 });
 

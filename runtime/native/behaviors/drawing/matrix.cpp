@@ -1,5 +1,6 @@
 // Matrix: members and constants.
 #include "runtime/native/behaviors/drawing/matrix.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/managed_exception.h"
@@ -137,47 +138,45 @@ int32_t constant() {
 }
 
 constexpr const char* kMatrix = MatrixObject::kManagedName;
-const Behavior kMembers[] = {
-    {kMatrix, "ctor_000_Matrix", entry<&identity>()},
-    {kMatrix, "ctor_001_Matrix", entry<&from_numbers>()},
-    {kMatrix, "ctor_002_Matrix", entry<&from_rect>()},
-    {kMatrix, "ctor_003_Matrix", entry<&from_rect>()},
-    {kMatrix, "ctor_004_Matrix", entry<&from_matrix>()},
-    {kMatrix, "call_000_CreateWithRectF", entry<&from_rect>()},
-    {kMatrix, "call_000_CreateWithRect", entry<&from_rect>()},
-    {kMatrix, "call_000_Equals", entry<&equal>()},
-    {kMatrix, "call_000_Scale", entry<&scale_in>()},
-    {kMatrix, "call_001_Scale", entry<&scale>()},
-    {kMatrix, "call_000_Translate", entry<&translate_in>()},
-    {kMatrix, "call_001_Translate", entry<&translate>()},
-    {kMatrix, "call_000_Multiply", entry<&multiply_in>()},
-    {kMatrix, "call_001_Multiply", entry<&multiply>()},
-    {kMatrix, "call_000_Rotate", entry<&rotate_in>()},
-    {kMatrix, "call_001_Rotate", entry<&rotate>()},
-    {kMatrix, "call_000_RotateAt", entry<&rotate_at_in>()},
-    {kMatrix, "call_001_RotateAt", entry<&rotate_at>()},
-    {kMatrix, "call_000_GetElements", entry<&elements>()},
-    {kMatrix, "call_000_TransformPoints", entry<&transform_points>()},
-    {kMatrix, "call_000_Reset", entry<&reset>()},
-    {kMatrix, "get_Elements", entry<&elements>()},
-    {kMatrix, "get_M11", entry<&element<&Affine::m11>>()},
-    {kMatrix, "get_M12", entry<&element<&Affine::m12>>()},
-    {kMatrix, "get_M21", entry<&element<&Affine::m21>>()},
-    {kMatrix, "get_M22", entry<&element<&Affine::m22>>()},
-    {kMatrix, "get_M31", entry<&element<&Affine::dx>>()},
-    {kMatrix, "get_M32", entry<&element<&Affine::dy>>()},
-    {kMatrix, "getsa_TypeIdentity", entry<&constant<0>>()},
-    {kMatrix, "getsa_TypeTranslation", entry<&constant<1>>()},
-    {kMatrix, "getsa_TypeUniformScale", entry<&constant<2>>()},
-    {kMatrix, "getsa_TypeGeneralScale", entry<&constant<4>>()},
-    {kMatrix, "getsa_TypeMaskScale", entry<&constant<2 | 4>>()},
-    {kMatrix, "getsa_TypeQuadrantRotation", entry<&constant<8>>()},
-    {kMatrix, "getsa_TypeGeneralRotation", entry<&constant<16>>()},
-    {kMatrix, "getsa_TypeMaskRotation", entry<&constant<8 | 16>>()},
-    {kMatrix, "getsa_TypeGeneralTransform", entry<&constant<32>>()},
-    {kMatrix, "getsa_TypeFlip", entry<&constant<64>>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using MatrixApi = api::Matrix;
+
+const BehaviorTable table({
+    behavior<&identity, MatrixApi::ctor_000_Matrix>(),
+    behavior<&from_numbers, MatrixApi::ctor_001_Matrix>(),
+    behavior<&from_rect, MatrixApi::ctor_002_Matrix, MatrixApi::ctor_003_Matrix, MatrixApi::call_000_CreateWithRectF,
+             MatrixApi::call_000_CreateWithRect>(),
+    behavior<&from_matrix, MatrixApi::ctor_004_Matrix>(),
+    behavior<&equal, MatrixApi::call_000_Equals>(),
+    behavior<&scale_in, MatrixApi::call_000_Scale>(),
+    behavior<&scale, MatrixApi::call_001_Scale>(),
+    behavior<&translate_in, MatrixApi::call_000_Translate>(),
+    behavior<&translate, MatrixApi::call_001_Translate>(),
+    behavior<&multiply_in, MatrixApi::call_000_Multiply>(),
+    behavior<&multiply, MatrixApi::call_001_Multiply>(),
+    behavior<&rotate_in, MatrixApi::call_000_Rotate>(),
+    behavior<&rotate, MatrixApi::call_001_Rotate>(),
+    behavior<&rotate_at_in, MatrixApi::call_000_RotateAt>(),
+    behavior<&rotate_at, MatrixApi::call_001_RotateAt>(),
+    behavior<&elements, MatrixApi::call_000_GetElements, MatrixApi::get_Elements>(),
+    behavior<&transform_points, MatrixApi::call_000_TransformPoints>(),
+    behavior<&reset, MatrixApi::call_000_Reset>(),
+    behavior<&element<&Affine::m11>, MatrixApi::get_M11>(),
+    behavior<&element<&Affine::m12>, MatrixApi::get_M12>(),
+    behavior<&element<&Affine::m21>, MatrixApi::get_M21>(),
+    behavior<&element<&Affine::m22>, MatrixApi::get_M22>(),
+    behavior<&element<&Affine::dx>, MatrixApi::get_M31>(),
+    behavior<&element<&Affine::dy>, MatrixApi::get_M32>(),
+    behavior<&constant<0>, MatrixApi::getsa_TypeIdentity>(),
+    behavior<&constant<1>, MatrixApi::getsa_TypeTranslation>(),
+    behavior<&constant<2>, MatrixApi::getsa_TypeUniformScale>(),
+    behavior<&constant<4>, MatrixApi::getsa_TypeGeneralScale>(),
+    behavior<&constant<2 | 4>, MatrixApi::getsa_TypeMaskScale>(),
+    behavior<&constant<8>, MatrixApi::getsa_TypeQuadrantRotation>(),
+    behavior<&constant<16>, MatrixApi::getsa_TypeGeneralRotation>(),
+    behavior<&constant<8 | 16>, MatrixApi::getsa_TypeMaskRotation>(),
+    behavior<&constant<32>, MatrixApi::getsa_TypeGeneralTransform>(),
+    behavior<&constant<64>, MatrixApi::getsa_TypeFlip>(),
+});
 
 const FactoryRegistration factory(kMatrix, [](const TypeInfo&) -> Ref<ManagedObject> { return identity(); });
 

@@ -1,5 +1,6 @@
 // Pens and the custom caps of their lines.
 #include "runtime/native/behaviors/drawing/pens.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 
@@ -132,24 +133,22 @@ int32_t get_caps(CustomCap& self, int32_t, int32_t* start, int32_t, int32_t* end
     return self.start;
 }
 
-const Behavior kMembers[] = {
-    {kPen, "ctor_000_Pen", entry<&pen_of_color>()},
-    {kPen, "ctor_001_Pen", entry<&pen_of_color_and_width>()},
-    {kPen, "ctor_002_Pen", entry<&pen_of_brush>()},
-    {kPen, "ctor_003_Pen", entry<&pen_of_brush_and_width>()},
-    {kPen, "call_000_CreateWithColor", entry<&pen_of_color>()},
-    {kPen, "call_000_CreateWithColorWidth", entry<&pen_of_color_and_width>()},
-    {kPen, "call_000_CreateWithBrush", entry<&pen_of_brush>()},
-    {kPen, "call_000_CreateWithBrushWidth", entry<&pen_of_brush_and_width>()},
-    {kPen, "call_000_SetLineCap", entry<&set_line_cap>()},
-    {kPen, "set_Color", entry<&set_color>()},
-    {kPen, "set_Brush", entry<&set_brush>()},
-    {kPen, "set_DashPattern", entry<&set_dash_pattern>()},
-    {kPen, "get_PenType", entry<&pen_type>()},
-    {kCap, "call_000_SetStrokeCaps", entry<&set_caps>()},
-    {kCap, "call_000_GetStrokeCaps", entry<&get_caps>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CustomLineCapApi = api::CustomLineCap;
+using PenApi = api::Pen;
+
+const BehaviorTable table({
+    behavior<&pen_of_color, PenApi::ctor_000_Pen, PenApi::call_000_CreateWithColor>(),
+    behavior<&pen_of_color_and_width, PenApi::ctor_001_Pen, PenApi::call_000_CreateWithColorWidth>(),
+    behavior<&pen_of_brush, PenApi::ctor_002_Pen, PenApi::call_000_CreateWithBrush>(),
+    behavior<&pen_of_brush_and_width, PenApi::ctor_003_Pen, PenApi::call_000_CreateWithBrushWidth>(),
+    behavior<&set_line_cap, PenApi::call_000_SetLineCap>(),
+    behavior<&set_color, PenApi::set_Color>(),
+    behavior<&set_brush, PenApi::set_Brush>(),
+    behavior<&set_dash_pattern, PenApi::set_DashPattern>(),
+    behavior<&pen_type, PenApi::get_PenType>(),
+    behavior<&set_caps, CustomLineCapApi::call_000_SetStrokeCaps>(),
+    behavior<&get_caps, CustomLineCapApi::call_000_GetStrokeCaps>(),
+});
 
 const FactoryRegistration pen_factory(kPen, new_pen);
 const FactoryRegistration cap_factory(kCap, [](const TypeInfo& type) -> Ref<ManagedObject> {

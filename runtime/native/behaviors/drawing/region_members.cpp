@@ -1,4 +1,5 @@
 // Region: members.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/regions.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -126,61 +127,38 @@ constexpr const char* kRegion = RegionObject::kManagedName;
         kRegion, "call_000_" #name "Rgn", entry<&with_region<RegionOperation::k##name>>()     \
     }
 
-const Behavior kMembers[] = {
-    {kRegion, "ctor_001_Region", entry<&from_rect>()},
-    {kRegion, "ctor_002_Region", entry<&from_rect>()},
-    {kRegion, "ctor_003_Region", entry<&from_path>()},
-    {kRegion, "call_000_CreateWithRectF", entry<&from_rect>()},
-    {kRegion, "call_000_CreateWithRect", entry<&from_rect>()},
-    {kRegion, "call_000_CreateWithPath", entry<&from_path>()},
-    ZELMOR_REGION_OPERATION(Intersect),
-    ZELMOR_REGION_OPERATION(Union),
-    ZELMOR_REGION_OPERATION(Xor),
-    ZELMOR_REGION_OPERATION(Exclude),
-    ZELMOR_REGION_OPERATION(Complement),
-    {kRegion, "call_000_Translate", entry<&translate<float>>()},
-    {kRegion, "call_001_Translate", entry<&translate<int32_t>>()},
-    {kRegion, "call_000_TranslateF", entry<&translate<float>>()},
-    {kRegion, "call_000_Transform", entry<&transform>()},
-    {kRegion, "call_000_DeepClone", entry<&deep_clone>()},
-    {kRegion, "call_000_MakeInfinite", entry<&make_infinite>()},
-    {kRegion, "call_000_MakeEmpty", entry<&make_empty>()},
-    {kRegion, "call_000_IsEmpty", entry<&region_is_empty>()},
-    {kRegion, "call_000_IsInfinite", entry<&region_is_infinite>()},
-    {kRegion, "call_000_Equals", entry<&equal>()},
-    {kRegion, "call_000_IsVisible", entry<&has_xy<float>>()},
-    {kRegion, "call_001_IsVisible", entry<&has_point>()},
-    {kRegion, "call_002_IsVisible", entry<&has_xy_in<float>>()},
-    {kRegion, "call_003_IsVisible", entry<&has_point_in>()},
-    {kRegion, "call_004_IsVisible", entry<&has_xywh<float>>()},
-    {kRegion, "call_005_IsVisible", entry<&has_rect>()},
-    {kRegion, "call_006_IsVisible", entry<&has_xywh_in<float>>()},
-    {kRegion, "call_007_IsVisible", entry<&has_rect_in>()},
-    {kRegion, "call_008_IsVisible", entry<&has_xy_in<int32_t>>()},
-    {kRegion, "call_009_IsVisible", entry<&has_point>()},
-    {kRegion, "call_010_IsVisible", entry<&has_point_in>()},
-    {kRegion, "call_011_IsVisible", entry<&has_xywh<int32_t>>()},
-    {kRegion, "call_012_IsVisible", entry<&has_rect>()},
-    {kRegion, "call_013_IsVisible", entry<&has_xywh_in<int32_t>>()},
-    {kRegion, "call_014_IsVisible", entry<&has_rect_in>()},
-    {kRegion, "call_000_IsVisibleF", entry<&has_xy<float>>()},
-    {kRegion, "call_000_IsVisiblePointF", entry<&has_point>()},
-    {kRegion, "call_000_IsVisibleWithGraphicsF", entry<&has_xy_in<float>>()},
-    {kRegion, "call_000_IsVisiblePointFWithGraphics", entry<&has_point_in>()},
-    {kRegion, "call_000_IsVisibleXywhf", entry<&has_xywh<float>>()},
-    {kRegion, "call_000_IsVisibleRectF", entry<&has_rect>()},
-    {kRegion, "call_000_IsVisibleXywhGraphicsF", entry<&has_xywh_in<float>>()},
-    {kRegion, "call_000_IsVisibleRectFWithGraphics", entry<&has_rect_in>()},
-    {kRegion, "call_000_IsVisibleWithGraphics", entry<&has_xy_in<int32_t>>()},
-    {kRegion, "call_000_IsVisiblePoint", entry<&has_point>()},
-    {kRegion, "call_000_IsVisiblePointWithGraphics", entry<&has_point_in>()},
-    {kRegion, "call_000_IsVisibleXywh", entry<&has_xywh<int32_t>>()},
-    {kRegion, "call_000_IsVisibleRect", entry<&has_rect>()},
-    {kRegion, "call_000_IsVisibleXywhGraphics", entry<&has_xywh_in<int32_t>>()},
-    {kRegion, "call_000_IsVisibleRectWithGraphics", entry<&has_rect_in>()},
-};
+using RegionApi = api::Region;
+
+const BehaviorTable table({
+    behavior<&from_rect, RegionApi::ctor_001_Region, RegionApi::ctor_002_Region, RegionApi::call_000_CreateWithRectF,
+             RegionApi::call_000_CreateWithRect>(),
+    behavior<&from_path, RegionApi::ctor_003_Region, RegionApi::call_000_CreateWithPath>(),
+    behavior<&translate<float>, RegionApi::call_000_Translate, RegionApi::call_000_TranslateF>(),
+    behavior<&translate<int32_t>, RegionApi::call_001_Translate>(),
+    behavior<&transform, RegionApi::call_000_Transform>(),
+    behavior<&deep_clone, RegionApi::call_000_DeepClone>(),
+    behavior<&make_infinite, RegionApi::call_000_MakeInfinite>(),
+    behavior<&make_empty, RegionApi::call_000_MakeEmpty>(),
+    behavior<&region_is_empty, RegionApi::call_000_IsEmpty>(),
+    behavior<&region_is_infinite, RegionApi::call_000_IsInfinite>(),
+    behavior<&equal, RegionApi::call_000_Equals>(),
+    behavior<&has_xy<float>, RegionApi::call_000_IsVisible, RegionApi::call_000_IsVisibleF>(),
+    behavior<&has_point, RegionApi::call_001_IsVisible, RegionApi::call_009_IsVisible,
+             RegionApi::call_000_IsVisiblePointF, RegionApi::call_000_IsVisiblePoint>(),
+    behavior<&has_xy_in<float>, RegionApi::call_002_IsVisible, RegionApi::call_000_IsVisibleWithGraphicsF>(),
+    behavior<&has_point_in, RegionApi::call_003_IsVisible, RegionApi::call_010_IsVisible,
+             RegionApi::call_000_IsVisiblePointFWithGraphics, RegionApi::call_000_IsVisiblePointWithGraphics>(),
+    behavior<&has_xywh<float>, RegionApi::call_004_IsVisible, RegionApi::call_000_IsVisibleXywhf>(),
+    behavior<&has_rect, RegionApi::call_005_IsVisible, RegionApi::call_012_IsVisible,
+             RegionApi::call_000_IsVisibleRectF, RegionApi::call_000_IsVisibleRect>(),
+    behavior<&has_xywh_in<float>, RegionApi::call_006_IsVisible, RegionApi::call_000_IsVisibleXywhGraphicsF>(),
+    behavior<&has_rect_in, RegionApi::call_007_IsVisible, RegionApi::call_014_IsVisible,
+             RegionApi::call_000_IsVisibleRectFWithGraphics, RegionApi::call_000_IsVisibleRectWithGraphics>(),
+    behavior<&has_xy_in<int32_t>, RegionApi::call_008_IsVisible, RegionApi::call_000_IsVisibleWithGraphics>(),
+    behavior<&has_xywh<int32_t>, RegionApi::call_011_IsVisible, RegionApi::call_000_IsVisibleXywh>(),
+    behavior<&has_xywh_in<int32_t>, RegionApi::call_013_IsVisible, RegionApi::call_000_IsVisibleXywhGraphics>(),
+});
 #undef ZELMOR_REGION_OPERATION
-const BehaviorTable table(Assembly::kImaging, kMembers);
 
 const FactoryRegistration factory(kRegion,
                                   [](const TypeInfo&) -> Ref<ManagedObject> { return make_ref<RegionObject>(); });

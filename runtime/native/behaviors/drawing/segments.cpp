@@ -1,4 +1,6 @@
 // The segments of shapes: lines and Bézier curves between two points.
+#include "generated/runtime/Zelmor.Imaging.ShapeSegments.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
 #include "runtime/native/core/type_system.h"
 
@@ -37,17 +39,18 @@ PointFValue point(SegmentObject& self) {
     return to_point_f(self.segment.*kMember);
 }
 
-const Behavior kMembers[] = {
-    {kBase, "get_StartPoint", entry<&start_point>()},
-    {kBase, "get_EndPoint", entry<&point<&Segment::end>>()},
-    {kLine, "ctor_000_LineSegment", entry<&line>()},
-    {kLine, "get_StartPoint", entry<&start_point>()},
-    {kLine, "get_EndPoint", entry<&point<&Segment::end>>()},
-    {kBezier, "ctor_000_BezierSegment", entry<&bezier>()},
-    {kBezier, "get_FirstControlPoint", entry<&point<&Segment::control1>>()},
-    {kBezier, "get_SecondControlPoint", entry<&point<&Segment::control2>>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using BezierSegmentApi = api::ShapeSegments::BezierSegment;
+using LineSegmentApi = api::ShapeSegments::LineSegment;
+using ShapeSegmentApi = api::ShapeSegment;
+
+const BehaviorTable table({
+    behavior<&start_point, ShapeSegmentApi::get_StartPoint, LineSegmentApi::get_StartPoint>(),
+    behavior<&point<&Segment::end>, ShapeSegmentApi::get_EndPoint, LineSegmentApi::get_EndPoint>(),
+    behavior<&line, LineSegmentApi::ctor_000_LineSegment>(),
+    behavior<&bezier, BezierSegmentApi::ctor_000_BezierSegment>(),
+    behavior<&point<&Segment::control1>, BezierSegmentApi::get_FirstControlPoint>(),
+    behavior<&point<&Segment::control2>, BezierSegmentApi::get_SecondControlPoint>(),
+});
 
 }  // namespace
 

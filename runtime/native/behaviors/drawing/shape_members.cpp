@@ -1,6 +1,8 @@
 // Members of shapes and figures.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.Shapes.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/pens.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
@@ -151,66 +153,71 @@ void reverse_figure(FigureObject& self) {
     self.reverse();
 }
 
-constexpr const char* kOutlined = OutlinedObject::kManagedName;
-constexpr const char* kShape = ShapeObject::kManagedName;
 constexpr const char* kFigure = FigureObject::kManagedName;
-constexpr const char* kPath = "Zelmor.Imaging.GraphicsPath";
 constexpr const char* kFramed = FramedShape::kManagedName;
 constexpr const char* kPolygon = PointsShape::kManagedName;
-constexpr const char* kBezier = "Zelmor.Imaging.Shapes.BezierShape";
 constexpr const char* kCurve = "Zelmor.Imaging.Shapes.CurveShape";
 
-const Behavior kMembers[] = {
-    {kRectangle, "ctor_001_RectangleShape", entry<&rectangle_shape>()},
-    {kEllipse, "ctor_001_EllipseShape", entry<&ellipse_shape>()},
-    {kPie, "ctor_001_PieShape", entry<&pie_shape>()},
-    {kArc, "ctor_001_ArcShape", entry<&arc_shape>()},
-    {kArc, "ctor_002_ArcShape", entry<&closed_arc_shape>()},
-    {kText, "ctor_001_TextShape", entry<&text_shape>()},
+using ArcShapeApi = api::Shapes::ArcShape;
+using BezierShapeApi = api::Shapes::BezierShape;
+using EllipseShapeApi = api::Shapes::EllipseShape;
+using FigureApi = api::Figure;
+using PieShapeApi = api::Shapes::PieShape;
+using PolygonShapeApi = api::Shapes::PolygonShape;
+using RectangleProjectedShapeApi = api::Shapes::RectangleProjectedShape;
+using RectangleShapeApi = api::Shapes::RectangleShape;
+using TextShapeApi = api::Shapes::TextShape;
 
-    {kFramed, "get_LeftTop", entry<&corner<&FramedShape::left_top>>()},
-    {kFramed, "get_RightTop", entry<&corner<&FramedShape::right_top>>()},
-    {kFramed, "get_LeftBottom", entry<&corner<&FramedShape::left_bottom>>()},
-    {kFramed, "get_RightBottom", entry<&right_bottom>()},
-    {kFramed, "get_RectangleWidth", entry<&frame_width>()},
-    {kFramed, "get_RectangleHeight", entry<&frame_height>()},
-
-    {kPolygon, "call_000_Reverse", entry<&reverse_shape>()},
-    {kArc, "call_000_Reverse", entry<&reverse_shape>()},
-    {kPolygon, "get_StartPoint", entry<&start_point>()},
-    {kArc, "get_StartPoint", entry<&start_point>()},
-    {kPolygon, "get_EndPoint", entry<&end_point>()},
-    {kBezier, "get_EndPoint", entry<&end_point>()},
-    {kArc, "get_EndPoint", entry<&end_point>()},
-
-    {kFigure, "get_Shapes", entry<&shapes>()},
-    {kFigure, "call_000_AddShape", entry<&add_shape>()},
-    {kFigure, "call_000_AddShapes", entry<&add_shapes>()},
-    {kFigure, "call_000_RemoveShape", entry<&remove_shape>()},
-    {kFigure, "call_000_RemoveShapes", entry<&remove_shapes>()},
-    {kFigure, "call_000_Reverse", entry<&reverse_figure>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+const BehaviorTable table({
+    behavior<&rectangle_shape, RectangleShapeApi::ctor_001_RectangleShape>(),
+    behavior<&ellipse_shape, EllipseShapeApi::ctor_001_EllipseShape>(),
+    behavior<&pie_shape, PieShapeApi::ctor_001_PieShape>(),
+    behavior<&arc_shape, ArcShapeApi::ctor_001_ArcShape>(),
+    behavior<&closed_arc_shape, ArcShapeApi::ctor_002_ArcShape>(),
+    behavior<&text_shape, TextShapeApi::ctor_001_TextShape>(),
+    behavior<&corner<&FramedShape::left_top>, RectangleProjectedShapeApi::get_LeftTop>(),
+    behavior<&corner<&FramedShape::right_top>, RectangleProjectedShapeApi::get_RightTop>(),
+    behavior<&corner<&FramedShape::left_bottom>, RectangleProjectedShapeApi::get_LeftBottom>(),
+    behavior<&right_bottom, RectangleProjectedShapeApi::get_RightBottom>(),
+    behavior<&frame_width, RectangleProjectedShapeApi::get_RectangleWidth>(),
+    behavior<&frame_height, RectangleProjectedShapeApi::get_RectangleHeight>(),
+    behavior<&reverse_shape, PolygonShapeApi::call_000_Reverse, ArcShapeApi::call_000_Reverse>(),
+    behavior<&start_point, PolygonShapeApi::get_StartPoint, ArcShapeApi::get_StartPoint>(),
+    behavior<&end_point, PolygonShapeApi::get_EndPoint, BezierShapeApi::get_EndPoint, ArcShapeApi::get_EndPoint>(),
+    behavior<&shapes, FigureApi::get_Shapes>(),
+    behavior<&add_shape, FigureApi::call_000_AddShape>(),
+    behavior<&add_shapes, FigureApi::call_000_AddShapes>(),
+    behavior<&remove_shape, FigureApi::call_000_RemoveShape>(),
+    behavior<&remove_shapes, FigureApi::call_000_RemoveShapes>(),
+    behavior<&reverse_figure, FigureApi::call_000_Reverse>(),
+});
 
 // Types list again what their bases have; all of it is answered alike, from the outline.
-const BehaviorTable outlined(Assembly::kImaging, [] {
-    static std::vector<Behavior> members;
-    const auto add = [](const char* entry, EntryPoint point, std::initializer_list<const char*> types) {
-        for (const char* type : types) {
-            members.push_back({type, entry, point});
-        }
-    };
-    add("get_Bounds", entry<&bounds>(), {kOutlined, kFigure, kPath, kFramed, kText, kPolygon, kBezier, kCurve});
-    add("call_000_GetBounds", entry<&bounds_under>(),
-        {kOutlined, kFigure, kPath, kFramed, kArc, kText, kPolygon, kBezier, kCurve});
-    add("call_001_GetBounds", entry<&bounds_with_pen>(), {kOutlined});
-    add("call_000_Transform", entry<&transform>(), {kOutlined, kFigure, kPath, kFramed, kText, kPolygon});
-    add("get_Center", entry<&center>(), {kShape, kFramed, kText, kPolygon, kBezier, kCurve});
-    add("get_HasSegments", entry<&has_segments>(), {kShape, kFramed, kText, kPolygon, kBezier});
-    add("get_Segments", entry<&segments>(),
-        {kShape, kRectangle, kEllipse, kPie, kArc, kText, kPolygon, kBezier, kCurve, kFigure});
-    return std::span<const Behavior>(members);
-}());
+using ObjectWithBoundsApi = api::ObjectWithBounds;
+using GraphicsPathApi = api::GraphicsPath;
+using CurveShapeApi = api::Shapes::CurveShape;
+using ShapeApi = api::Shape;
+const BehaviorTable outlined({
+    behavior<&bounds, ObjectWithBoundsApi::get_Bounds, FigureApi::get_Bounds, GraphicsPathApi::get_Bounds,
+             RectangleProjectedShapeApi::get_Bounds, TextShapeApi::get_Bounds, PolygonShapeApi::get_Bounds,
+             BezierShapeApi::get_Bounds, CurveShapeApi::get_Bounds>(),
+    behavior<&bounds_under, ObjectWithBoundsApi::call_000_GetBounds, FigureApi::call_000_GetBounds,
+             GraphicsPathApi::call_000_GetBounds, RectangleProjectedShapeApi::call_000_GetBounds,
+             ArcShapeApi::call_000_GetBounds, TextShapeApi::call_000_GetBounds, PolygonShapeApi::call_000_GetBounds,
+             BezierShapeApi::call_000_GetBounds, CurveShapeApi::call_000_GetBounds>(),
+    behavior<&bounds_with_pen, ObjectWithBoundsApi::call_001_GetBounds>(),
+    behavior<&transform, ObjectWithBoundsApi::call_000_Transform, FigureApi::call_000_Transform,
+             GraphicsPathApi::call_000_Transform, RectangleProjectedShapeApi::call_000_Transform,
+             TextShapeApi::call_000_Transform, PolygonShapeApi::call_000_Transform>(),
+    behavior<&center, ShapeApi::get_Center, RectangleProjectedShapeApi::get_Center, TextShapeApi::get_Center,
+             PolygonShapeApi::get_Center, BezierShapeApi::get_Center, CurveShapeApi::get_Center>(),
+    behavior<&has_segments, ShapeApi::get_HasSegments, RectangleProjectedShapeApi::get_HasSegments,
+             TextShapeApi::get_HasSegments, PolygonShapeApi::get_HasSegments, BezierShapeApi::get_HasSegments>(),
+    behavior<&segments, ShapeApi::get_Segments, RectangleShapeApi::get_Segments, EllipseShapeApi::get_Segments,
+             PieShapeApi::get_Segments, ArcShapeApi::get_Segments, TextShapeApi::get_Segments,
+             PolygonShapeApi::get_Segments, BezierShapeApi::get_Segments, CurveShapeApi::get_Segments,
+             FigureApi::get_Segments>(),
+});
 
 const FactoryRegistration framed_factory(kFramed, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<FramedShape>(type);

@@ -1,4 +1,6 @@
 // Pens and brushes that carry a transformation: turning, scaling, moving, multiplying and taking it back.
+#include "generated/runtime/Zelmor.Imaging.Brushes.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -53,26 +55,33 @@ bool is_changed(Record& self) {
     return held && !(cast_object<MatrixObject>(*held).map == Affine());
 }
 
-constexpr const char* kBrush = "Zelmor.Imaging.Brushes.TransformBrush";
+using PenApi = api::Pen;
+using BrushApi = api::Brushes::TransformBrush;
+using GraphicsApi = api::Graphics;
 
-const BehaviorTable table(Assembly::kImaging, [] {
-    static std::vector<Behavior> members;
-    for (const char* type : {"Zelmor.Imaging.Pen", kBrush, "Zelmor.Imaging.Graphics"}) {
-        members.push_back({type, "call_000_MultiplyTransform", entry<&multiply>()});
-        members.push_back({type, "call_001_MultiplyTransform", entry<&multiply_in>()});
-        members.push_back({type, "call_000_TranslateTransform", entry<&translate>()});
-        members.push_back({type, "call_001_TranslateTransform", entry<&translate_in>()});
-        members.push_back({type, "call_000_ScaleTransform", entry<&scale>()});
-        members.push_back({type, "call_001_ScaleTransform", entry<&scale_in>()});
-        members.push_back({type, "call_000_RotateTransform", entry<&rotate>()});
-        members.push_back({type, "call_001_RotateTransform", entry<&rotate_in>()});
-        members.push_back({type, "call_000_ResetTransform", entry<&reset>()});
-        members.push_back({type, "get_Transform", entry<&get_transform>()});
-        members.push_back({type, "set_Transform", entry<&set_transform>()});
-    }
-    members.push_back({kBrush, "get_IsTransformChanged", entry<&is_changed>()});
-    return std::span<const Behavior>(members);
-}());
+const BehaviorTable table({
+    behavior<&multiply, PenApi::call_000_MultiplyTransform, BrushApi::call_000_MultiplyTransform,
+             GraphicsApi::call_000_MultiplyTransform>(),
+    behavior<&multiply_in, PenApi::call_001_MultiplyTransform, BrushApi::call_001_MultiplyTransform,
+             GraphicsApi::call_001_MultiplyTransform>(),
+    behavior<&translate, PenApi::call_000_TranslateTransform, BrushApi::call_000_TranslateTransform,
+             GraphicsApi::call_000_TranslateTransform>(),
+    behavior<&translate_in, PenApi::call_001_TranslateTransform, BrushApi::call_001_TranslateTransform,
+             GraphicsApi::call_001_TranslateTransform>(),
+    behavior<&scale, PenApi::call_000_ScaleTransform, BrushApi::call_000_ScaleTransform,
+             GraphicsApi::call_000_ScaleTransform>(),
+    behavior<&scale_in, PenApi::call_001_ScaleTransform, BrushApi::call_001_ScaleTransform,
+             GraphicsApi::call_001_ScaleTransform>(),
+    behavior<&rotate, PenApi::call_000_RotateTransform, BrushApi::call_000_RotateTransform,
+             GraphicsApi::call_000_RotateTransform>(),
+    behavior<&rotate_in, PenApi::call_001_RotateTransform, BrushApi::call_001_RotateTransform,
+             GraphicsApi::call_001_RotateTransform>(),
+    behavior<&reset, PenApi::call_000_ResetTransform, BrushApi::call_000_ResetTransform,
+             GraphicsApi::call_000_ResetTransform>(),
+    behavior<&get_transform, PenApi::get_Transform, BrushApi::get_Transform, GraphicsApi::get_Transform>(),
+    behavior<&set_transform, PenApi::set_Transform, BrushApi::set_Transform, GraphicsApi::set_Transform>(),
+    behavior<&is_changed, BrushApi::get_IsTransformChanged>(),
+});
 
 }  // namespace
 

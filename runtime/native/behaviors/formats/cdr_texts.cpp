@@ -1,6 +1,7 @@
 // CdrTextCollection: the texts of a CDR document, several under one key.
 #include <map>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Types.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -36,11 +37,12 @@ Collection get_text(CdrTexts& self, int32_t key) {
 const FactoryRegistration factory(kTexts,
                                   [](const TypeInfo& type) { return Ref<ManagedObject>(make_ref<CdrTexts>(type)); });
 
-const Behavior kMembers[] = {
-    {kTexts, "call_000_Add", entry<&add>()},
-    {kTexts, "call_000_GetText", entry<&get_text>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CdrTextCollectionApi = api::FileFormats::Cdr::Types::CdrTextCollection;
+
+const BehaviorTable table({
+    behavior<&add, CdrTextCollectionApi::call_000_Add>(),
+    behavior<&get_text, CdrTextCollectionApi::call_000_GetText>(),
+});
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 // The end points of a color space in a bitmap header: three coordinates each, fixed point numbers of 32 bits, low byte
 // first.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Bmp.Structures.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
 
@@ -45,11 +46,13 @@ Ref<ManagedObject> triple(std::span<const std::byte> bytes) {
     return value;
 }
 
-const Behavior kMembers[] = {
-    {kCoordinates, "ctor_000_CieCoordinates", entry<&coordinates>()},
-    {kTriple, "ctor_000_CieCoordinatesTriple", entry<&triple>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CieCoordinatesApi = api::FileFormats::Bmp::Structures::CieCoordinates;
+using CieCoordinatesTripleApi = api::FileFormats::Bmp::Structures::CieCoordinatesTriple;
+
+const BehaviorTable table({
+    behavior<&coordinates, CieCoordinatesApi::ctor_000_CieCoordinates>(),
+    behavior<&triple, CieCoordinatesTripleApi::ctor_000_CieCoordinatesTriple>(),
+});
 
 }  // namespace
 

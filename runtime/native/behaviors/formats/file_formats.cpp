@@ -1,6 +1,7 @@
 // FileFormatExtensions: questions about a set of file formats.
 #include <bit>
 
+#include "generated/runtime/Zelmor.Imaging.Extensions.h"
 #include "runtime/native/core/entry.h"
 
 namespace zelmor::embed {
@@ -13,11 +14,11 @@ bool is_single_format_defined(uint64_t file_format) {
     return std::has_single_bit(file_format) && find_enum_member(formats, static_cast<int64_t>(file_format));
 }
 
-const Behavior kMembers[] = {
-    {"Zelmor.Imaging.Extensions.FileFormatExtensions", "call_000_IsSingleFormatDefined",
-     entry<&is_single_format_defined>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using FileFormatExtensionsApi = api::Extensions::FileFormatExtensions;
+
+const BehaviorTable table({
+    behavior<&is_single_format_defined, FileFormatExtensionsApi::call_000_IsSingleFormatDefined>(),
+});
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "generated/runtime/Zelmor.Imaging.Extensions.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/collections/drawing_record.h"
 #include "runtime/native/core/entry.h"
@@ -10,13 +11,6 @@
 namespace zelmor::embed {
 
 namespace {
-
-#define ZELMOR_EXTENSIONS(name) "Zelmor.Imaging.Extensions." name
-constexpr const char* kColors = ZELMOR_EXTENSIONS("ColorExtensions");
-constexpr const char* kPoints = ZELMOR_EXTENSIONS("PointExtensions");
-constexpr const char* kRectangles = ZELMOR_EXTENSIONS("RectangleExtensions");
-constexpr const char* kRotateFlip = ZELMOR_EXTENSIONS("RotateFlipExtensions");
-#undef ZELMOR_EXTENSIONS
 
 // A new array of the type, with each element made from one of the argument's.
 template <class From, class Convert>
@@ -69,14 +63,18 @@ Value to_gdi_rotate_flip(int32_t rotate_flip_type) {
     throw_out_of_range("rotate_flip_type", "There is no turn " + std::to_string(rotate_flip_type) + ".");
 }
 
-const Behavior kMembers[] = {
-    {kColors, "call_000_ToGdiColors", entry<&to_gdi_colors>()},
-    {kPoints, "call_000_ToPointsArray", entry<&to_points_array>()},
-    {kPoints, "call_000_ToGdiPoints", entry<&to_gdi_points>()},
-    {kRectangles, "call_000_UnionWith", entry<&union_with>()},
-    {kRotateFlip, "call_000_ToGdiRotateFlipType", entry<&to_gdi_rotate_flip>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using ColorExtensionsApi = api::Extensions::ColorExtensions;
+using PointExtensionsApi = api::Extensions::PointExtensions;
+using RectangleExtensionsApi = api::Extensions::RectangleExtensions;
+using RotateFlipExtensionsApi = api::Extensions::RotateFlipExtensions;
+
+const BehaviorTable table({
+    behavior<&to_gdi_colors, ColorExtensionsApi::call_000_ToGdiColors>(),
+    behavior<&to_points_array, PointExtensionsApi::call_000_ToPointsArray>(),
+    behavior<&to_gdi_points, PointExtensionsApi::call_000_ToGdiPoints>(),
+    behavior<&union_with, RectangleExtensionsApi::call_000_UnionWith>(),
+    behavior<&to_gdi_rotate_flip, RotateFlipExtensionsApi::call_000_ToGdiRotateFlipType>(),
+});
 
 }  // namespace
 

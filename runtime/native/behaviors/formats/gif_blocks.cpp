@@ -2,6 +2,8 @@
 // up to 255 bytes with their length before them; an empty one ends it. Where a kind has a fixed part, that is the first
 // sub-block.
 #include "runtime/native/behaviors/formats/gif_blocks.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 
 #include <algorithm>
 
@@ -11,15 +13,11 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_GIF(name) "Zelmor.Imaging.FileFormats.Gif." name
-constexpr const char* kBlock = ZELMOR_GIF("GifBlock");
-constexpr const char* kBlockInterface = ZELMOR_GIF("IGifBlock");
-constexpr const char* kApplication = ZELMOR_GIF("Blocks.GifApplicationExtensionBlock");
-constexpr const char* kComment = ZELMOR_GIF("Blocks.GifCommentBlock");
-constexpr const char* kControl = ZELMOR_GIF("Blocks.GifGraphicsControlBlock");
-constexpr const char* kPlainText = ZELMOR_GIF("Blocks.GifPlainTextRenderingBlock");
-constexpr const char* kUnknown = ZELMOR_GIF("Blocks.GifUnknownExtensionBlock");
-#undef ZELMOR_GIF
+constexpr const char* kApplication = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifApplicationExtensionBlock";
+constexpr const char* kComment = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifCommentBlock";
+constexpr const char* kControl = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifGraphicsControlBlock";
+constexpr const char* kPlainText = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifPlainTextRenderingBlock";
+constexpr const char* kUnknown = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifUnknownExtensionBlock";
 
 constexpr size_t kMostOfSubBlock = 255;
 constexpr size_t kIdentifierBytes = 8;
@@ -291,26 +289,30 @@ void set_disposal(Record& self, int32_t value) {
     set_flags(self, kDisposalMask << kDisposalShift, control_flags(false, false, value));
 }
 
-const Behavior kMembers[] = {
-    {kBlockInterface, "call_000_Save", entry<&save>()},
-    {kBlock, "call_000_Save", entry<&save>()},
-    {kApplication, "call_000_Save", entry<&save>()},
-    {kComment, "call_000_Save", entry<&save>()},
-    {kPlainText, "call_000_Save", entry<&save>()},
-    {kPlainText, "ctor_001_GifPlainTextRenderingBlock", entry<&plain_text_block>()},
-    {kUnknown, "call_000_Save", entry<&save>()},
-    {kUnknown, "ctor_001_GifUnknownExtensionBlock", entry<&unknown_block>()},
-    {kControl, "call_000_Save", entry<&save>()},
-    {kControl, "call_000_CreateFlags", entry<&control_flags>()},
-    {kControl, "ctor_002_GifGraphicsControlBlock", entry<&control_block>()},
-    {kControl, "get_HasTransparentColor", entry<&get_transparent>()},
-    {kControl, "set_HasTransparentColor", entry<&set_transparent>()},
-    {kControl, "get_UserInputExpected", entry<&get_user_input>()},
-    {kControl, "set_UserInputExpected", entry<&set_user_input>()},
-    {kControl, "get_DisposalMethod", entry<&get_disposal>()},
-    {kControl, "set_DisposalMethod", entry<&set_disposal>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using GifApplicationExtensionBlockApi = api::FileFormats::Gif::Blocks::GifApplicationExtensionBlock;
+using GifBlockApi = api::FileFormats::Gif::GifBlock;
+using GifCommentBlockApi = api::FileFormats::Gif::Blocks::GifCommentBlock;
+using GifGraphicsControlBlockApi = api::FileFormats::Gif::Blocks::GifGraphicsControlBlock;
+using GifPlainTextRenderingBlockApi = api::FileFormats::Gif::Blocks::GifPlainTextRenderingBlock;
+using GifUnknownExtensionBlockApi = api::FileFormats::Gif::Blocks::GifUnknownExtensionBlock;
+using IGifBlockApi = api::FileFormats::Gif::IGifBlock;
+
+const BehaviorTable table({
+    behavior<&save, IGifBlockApi::call_000_Save, GifBlockApi::call_000_Save,
+             GifApplicationExtensionBlockApi::call_000_Save, GifCommentBlockApi::call_000_Save,
+             GifPlainTextRenderingBlockApi::call_000_Save, GifUnknownExtensionBlockApi::call_000_Save,
+             GifGraphicsControlBlockApi::call_000_Save>(),
+    behavior<&plain_text_block, GifPlainTextRenderingBlockApi::ctor_001_GifPlainTextRenderingBlock>(),
+    behavior<&unknown_block, GifUnknownExtensionBlockApi::ctor_001_GifUnknownExtensionBlock>(),
+    behavior<&control_flags, GifGraphicsControlBlockApi::call_000_CreateFlags>(),
+    behavior<&control_block, GifGraphicsControlBlockApi::ctor_002_GifGraphicsControlBlock>(),
+    behavior<&get_transparent, GifGraphicsControlBlockApi::get_HasTransparentColor>(),
+    behavior<&set_transparent, GifGraphicsControlBlockApi::set_HasTransparentColor>(),
+    behavior<&get_user_input, GifGraphicsControlBlockApi::get_UserInputExpected>(),
+    behavior<&set_user_input, GifGraphicsControlBlockApi::set_UserInputExpected>(),
+    behavior<&get_disposal, GifGraphicsControlBlockApi::get_DisposalMethod>(),
+    behavior<&set_disposal, GifGraphicsControlBlockApi::set_DisposalMethod>(),
+});
 
 }  // namespace
 

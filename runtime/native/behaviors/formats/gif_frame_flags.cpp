@@ -1,12 +1,11 @@
 // GifFrameBlock: what the descriptor of a frame says about its palette and its lines.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
 #include "runtime/native/behaviors/images/palettes.h"
 #include "runtime/native/core/entry.h"
 
 namespace zelmor::embed {
 
 namespace {
-
-constexpr const char* kFrame = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifFrameBlock";
 
 // The flags of an image descriptor: whether there is a palette and of how many bits, sorted, and interlaced lines.
 int32_t frame_flags(const VariantArg* color_palette, bool is_palette_sorted, bool is_gif_frame_interlaced) {
@@ -28,11 +27,12 @@ Interface frame_palette(const VariantArg* frame_palette, const VariantArg* conta
     return {own ? own : read_palette(container_palette)};
 }
 
-const Behavior kMembers[] = {
-    {kFrame, "call_000_CreateFlags", entry<&frame_flags>()},
-    {kFrame, "call_000_GetColorPalette", entry<&frame_palette>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using GifFrameBlockApi = api::FileFormats::Gif::Blocks::GifFrameBlock;
+
+const BehaviorTable table({
+    behavior<&frame_flags, GifFrameBlockApi::call_000_CreateFlags>(),
+    behavior<&frame_palette, GifFrameBlockApi::call_000_GetColorPalette>(),
+});
 
 }  // namespace
 

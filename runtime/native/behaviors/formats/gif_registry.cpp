@@ -2,6 +2,7 @@
 // those that are taken out are not asked any more.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 #include "runtime/native/behaviors/formats/gif_blocks.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/collections/collection.h"
@@ -11,7 +12,6 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kRegistry = "Zelmor.Imaging.FileFormats.Gif.GifBlocksRegistry";
 constexpr const char* kDescriptor = "Zelmor.Imaging.FileFormats.Gif.IGifBlockLoaderDescriptor";
 
 // Loads blocks of one label, or those of all labels that have no loader of their own. Python has no type for the class
@@ -123,17 +123,19 @@ Collection registered() {
         make_ref<ValueList>(ListShape::kArray, element_of(Wire::kInterface, kDescriptor), std::move(all)))};
 }
 
-const Behavior kMembers[] = {
-    {kDescriptor, "call_000_CanLoad", entry<&can_load>()},
-    {kDescriptor, "call_000_Load", entry<&load>()},
-    {kRegistry, "call_000_GetFirstSupportedDescriptorByTypeName", entry<&descriptor_by_name>()},
-    {kRegistry, "call_000_GetFirstSupportedDescriptor", entry<&descriptor_for>()},
-    {kRegistry, "call_000_LoadBlockByFirstSupportedDescriptor", entry<&load_first>()},
-    {kRegistry, "call_000_RegisterOpener", entry<&register_opener>()},
-    {kRegistry, "call_000_UnregisterOpener", entry<&unregister_opener>()},
-    {kRegistry, "getsa_RegisteredDescriptors", entry<&registered>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using GifBlocksRegistryApi = api::FileFormats::Gif::GifBlocksRegistry;
+using IGifBlockLoaderDescriptorApi = api::FileFormats::Gif::IGifBlockLoaderDescriptor;
+
+const BehaviorTable table({
+    behavior<&can_load, IGifBlockLoaderDescriptorApi::call_000_CanLoad>(),
+    behavior<&load, IGifBlockLoaderDescriptorApi::call_000_Load>(),
+    behavior<&descriptor_by_name, GifBlocksRegistryApi::call_000_GetFirstSupportedDescriptorByTypeName>(),
+    behavior<&descriptor_for, GifBlocksRegistryApi::call_000_GetFirstSupportedDescriptor>(),
+    behavior<&load_first, GifBlocksRegistryApi::call_000_LoadBlockByFirstSupportedDescriptor>(),
+    behavior<&register_opener, GifBlocksRegistryApi::call_000_RegisterOpener>(),
+    behavior<&unregister_opener, GifBlocksRegistryApi::call_000_UnregisterOpener>(),
+    behavior<&registered, GifBlocksRegistryApi::getsa_RegisteredDescriptors>(),
+});
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 // work of this runtime runs to its end: it does not ask.
 #include <unordered_map>
 
+#include "generated/runtime/Zelmor.Imaging.MultiThreading.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -47,12 +48,13 @@ void set_instance(const VariantArg* value) {
     }
 }
 
-const Behavior kMembers[] = {
-    {kMonitor, "call_000_Interrupt", entry<&interrupt>()},
-    {kMonitor, "getsa_ThreadLocalInstance", entry<&get_instance>()},
-    {kMonitor, "setsa_ThreadLocalInstance", entry<&set_instance>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using InterruptMonitorApi = api::MultiThreading::InterruptMonitor;
+
+const BehaviorTable table({
+    behavior<&interrupt, InterruptMonitorApi::call_000_Interrupt>(),
+    behavior<&get_instance, InterruptMonitorApi::getsa_ThreadLocalInstance>(),
+    behavior<&set_instance, InterruptMonitorApi::setsa_ThreadLocalInstance>(),
+});
 
 }  // namespace
 

@@ -2,6 +2,8 @@
 // decomposition itself is not done by this runtime.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.Masking.Options.h"
+#include "generated/runtime/Zelmor.Imaging.Masking.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -10,15 +12,13 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_MASKING(name) "Zelmor.Imaging.Masking." name
-constexpr const char* kAssumed = ZELMOR_MASKING("Options.AssumedObjectData");
-constexpr const char* kObjectType = ZELMOR_MASKING("Options.DetectedObjectType");
-constexpr const char* kAutomatic = ZELMOR_MASKING("Options.AutoMaskingArgs");
-constexpr const char* kGraphCut = ZELMOR_MASKING("Options.GraphCutMaskingOptions");
-constexpr const char* kAutoGraphCut = ZELMOR_MASKING("Options.AutoMaskingGraphCutOptions");
-constexpr const char* kOptions = ZELMOR_MASKING("Options.MaskingOptions");
-constexpr const char* kMasking = ZELMOR_MASKING("ImageMasking");
-#undef ZELMOR_MASKING
+constexpr const char* kAssumed = "Zelmor.Imaging.Masking.Options.AssumedObjectData";
+constexpr const char* kObjectType = "Zelmor.Imaging.Masking.Options.DetectedObjectType";
+constexpr const char* kAutomatic = "Zelmor.Imaging.Masking.Options.AutoMaskingArgs";
+constexpr const char* kGraphCut = "Zelmor.Imaging.Masking.Options.GraphCutMaskingOptions";
+constexpr const char* kAutoGraphCut = "Zelmor.Imaging.Masking.Options.AutoMaskingGraphCutOptions";
+constexpr const char* kOptions = "Zelmor.Imaging.Masking.Options.MaskingOptions";
+constexpr const char* kMasking = "Zelmor.Imaging.Masking.ImageMasking";
 
 constexpr DefaultValue kDefaults[] = {
     // The strokes and rectangles are known after the first run.
@@ -70,11 +70,13 @@ Ref<ManagedObject> masking_of(ManagedObject* source_image) {
     return masking;
 }
 
-const Behavior kMembers[] = {
-    {kAssumed, "ctor_002_AssumedObjectData", entry<&assumed_object>()},
-    {kMasking, "ctor_000_ImageMasking", entry<&masking_of>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using AssumedObjectDataApi = api::Masking::Options::AssumedObjectData;
+using ImageMaskingApi = api::Masking::ImageMasking;
+
+const BehaviorTable table({
+    behavior<&assumed_object, AssumedObjectDataApi::ctor_002_AssumedObjectData>(),
+    behavior<&masking_of, ImageMaskingApi::ctor_000_ImageMasking>(),
+});
 
 }  // namespace
 

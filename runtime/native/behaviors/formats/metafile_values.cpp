@@ -1,4 +1,9 @@
 // The small values inside metafile records: packed words, and properties that follow from others.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Types.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Consts.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Records.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
 
@@ -6,15 +11,10 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_EMF(name) "Zelmor.Imaging.FileFormats.Emf." name
-constexpr const char* kBlend = ZELMOR_EMF("Emf.Records.EmfBlendFunction");
-constexpr const char* kRop4 = ZELMOR_EMF("Emf.Records.EmfRop4");
-constexpr const char* kHeader = ZELMOR_EMF("Emf.Objects.EmfHeaderObject");
-constexpr const char* kExtension2 = ZELMOR_EMF("Emf.Objects.EmfHeaderExtension2");
-constexpr const char* kTsGraphics = ZELMOR_EMF("EmfPlus.Records.EmfPlusSetTsGraphics");
-constexpr const char* kEffects = ZELMOR_EMF("EmfPlus.Consts.EmfPlusImageEffectsIdentifiers");
-#undef ZELMOR_EMF
-constexpr const char* kPointD = "Zelmor.Imaging.FileFormats.Cdr.Types.PointD";
+constexpr const char* kBlend = "Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfBlendFunction";
+constexpr const char* kRop4 = "Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfRop4";
+constexpr const char* kExtension2 = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfHeaderExtension2";
+constexpr const char* kEffects = "Zelmor.Imaging.FileFormats.Emf.EmfPlus.Consts.EmfPlusImageEffectsIdentifiers";
 
 // " EMF", as the header of a metafile has it.
 constexpr int64_t kEnhancedSignature = 0x464D4520;
@@ -111,19 +111,26 @@ void from_point_f(Record& self, const PointFValue& point) {
     set_property(self, "Y", double{point.y});
 }
 
-const Behavior kMembers[] = {
-    {kBlend, "ctor_000_EmfBlendFunction", entry<&blend_function>()},
-    {kBlend, "call_000_ToInt", entry<&blend_word>()},
-    {kRop4, "ctor_000_EmfRop4", entry<&rop4>()},
-    {kExtension2, "ctor_001_EmfHeaderExtension2", entry<&header_extension2>()},
-    {kHeader, "get_Valid", entry<&get_valid>()},
-    {kTsGraphics, "get_BasicVgaColors", entry<&get_basic_vga_colors>()},
-    {kTsGraphics, "get_HavePalette", entry<&get_have_palette>()},
-    {kEffects, "call_000_Contain", entry<&contain>()},
-    {kPointD, "call_000_ToPointF", entry<&to_point_f>()},
-    {kPointD, "call_000_FromPointF", entry<&from_point_f>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using EmfBlendFunctionApi = api::FileFormats::Emf::Emf::Records::EmfBlendFunction;
+using EmfHeaderExtension2Api = api::FileFormats::Emf::Emf::Objects::EmfHeaderExtension2;
+using EmfHeaderObjectApi = api::FileFormats::Emf::Emf::Objects::EmfHeaderObject;
+using EmfPlusImageEffectsIdentifiersApi = api::FileFormats::Emf::EmfPlus::Consts::EmfPlusImageEffectsIdentifiers;
+using EmfPlusSetTsGraphicsApi = api::FileFormats::Emf::EmfPlus::Records::EmfPlusSetTsGraphics;
+using EmfRop4Api = api::FileFormats::Emf::Emf::Records::EmfRop4;
+using PointDApi = api::FileFormats::Cdr::Types::PointD;
+
+const BehaviorTable table({
+    behavior<&blend_function, EmfBlendFunctionApi::ctor_000_EmfBlendFunction>(),
+    behavior<&blend_word, EmfBlendFunctionApi::call_000_ToInt>(),
+    behavior<&rop4, EmfRop4Api::ctor_000_EmfRop4>(),
+    behavior<&header_extension2, EmfHeaderExtension2Api::ctor_001_EmfHeaderExtension2>(),
+    behavior<&get_valid, EmfHeaderObjectApi::get_Valid>(),
+    behavior<&get_basic_vga_colors, EmfPlusSetTsGraphicsApi::get_BasicVgaColors>(),
+    behavior<&get_have_palette, EmfPlusSetTsGraphicsApi::get_HavePalette>(),
+    behavior<&contain, EmfPlusImageEffectsIdentifiersApi::call_000_Contain>(),
+    behavior<&to_point_f, PointDApi::call_000_ToPointF>(),
+    behavior<&from_point_f, PointDApi::call_000_FromPointF>(),
+});
 
 }  // namespace
 

@@ -1,4 +1,7 @@
 // Brushes and styles of OpenDocument drawings: which kind a brush is, and copies that share nothing with the original.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.Objects.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -7,17 +10,12 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_OD(name) "Zelmor.Imaging.FileFormats.OpenDocument." name
-constexpr const char* kObject = ZELMOR_OD("OdObject");
-constexpr const char* kStyle = ZELMOR_OD("Objects.OdGraphicStyle");
-constexpr const char* kTransform = ZELMOR_OD("Objects.OdTransformInfo");
-constexpr const char* kBrush = ZELMOR_OD("Objects.Brush.OdBrush");
-constexpr const char* kGradient = ZELMOR_OD("Objects.Brush.OdGradientBrush");
-constexpr const char* kHatched = ZELMOR_OD("Objects.Brush.OdHatchedBrush");
-constexpr const char* kPattern = ZELMOR_OD("Objects.Brush.OdPatternBrush");
-constexpr const char* kSolid = ZELMOR_OD("Objects.Brush.OdSolidBrush");
-#undef ZELMOR_OD
-constexpr const char* kCdrStyle = "Zelmor.Imaging.FileFormats.Cdr.Objects.CdrStyle";
+constexpr const char* kObject = "Zelmor.Imaging.FileFormats.OpenDocument.OdObject";
+constexpr const char* kBrush = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdBrush";
+constexpr const char* kGradient = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdGradientBrush";
+constexpr const char* kHatched = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdHatchedBrush";
+constexpr const char* kPattern = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdPatternBrush";
+constexpr const char* kSolid = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdSolidBrush";
 
 constexpr DefaultValue kDefaults[] = {
     DefaultValue::null(kObject, "Parent"), {kBrush, "BrushStyle", 0},    {kSolid, "BrushStyle", 1},
@@ -48,13 +46,21 @@ Ref<ManagedObject> copy_style(Record& self) {
     return style;
 }
 
-const Behavior kMembers[] = {
-    {kStyle, "call_000_Copy", entry<&copy_style>()}, {kTransform, "call_000_Copy", entry<&copy>()},
-    {kCdrStyle, "call_000_Copy", entry<&copy>()},    {kBrush, "call_000_Clone", entry<&clone>()},
-    {kGradient, "call_000_Clone", entry<&clone>()},  {kHatched, "call_000_Clone", entry<&clone>()},
-    {kPattern, "call_000_Clone", entry<&clone>()},   {kSolid, "call_000_Clone", entry<&clone>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CdrStyleApi = api::FileFormats::Cdr::Objects::CdrStyle;
+using OdBrushApi = api::FileFormats::OpenDocument::Objects::Brush::OdBrush;
+using OdGradientBrushApi = api::FileFormats::OpenDocument::Objects::Brush::OdGradientBrush;
+using OdGraphicStyleApi = api::FileFormats::OpenDocument::Objects::OdGraphicStyle;
+using OdHatchedBrushApi = api::FileFormats::OpenDocument::Objects::Brush::OdHatchedBrush;
+using OdPatternBrushApi = api::FileFormats::OpenDocument::Objects::Brush::OdPatternBrush;
+using OdSolidBrushApi = api::FileFormats::OpenDocument::Objects::Brush::OdSolidBrush;
+using OdTransformInfoApi = api::FileFormats::OpenDocument::Objects::OdTransformInfo;
+
+const BehaviorTable table({
+    behavior<&copy_style, OdGraphicStyleApi::call_000_Copy>(),
+    behavior<&copy, OdTransformInfoApi::call_000_Copy, CdrStyleApi::call_000_Copy>(),
+    behavior<&clone, OdBrushApi::call_000_Clone, OdGradientBrushApi::call_000_Clone, OdHatchedBrushApi::call_000_Clone,
+             OdPatternBrushApi::call_000_Clone, OdSolidBrushApi::call_000_Clone>(),
+});
 
 }  // namespace
 

@@ -1,6 +1,8 @@
 // Properties of options that follow from others, and defaults that stand for nothing known yet.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -9,10 +11,8 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kJpeg = "Zelmor.Imaging.ImageOptions.JpegOptions";
 constexpr const char* kFontArgs = "Zelmor.Imaging.FileFormats.Svg.FontStoringArgs";
 constexpr const char* kBlend = "Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfBlendFunction";
-constexpr const char* kKeeper = "Zelmor.Imaging.FileFormats.Svg.SvgResourceKeeperCallback";
 
 constexpr DefaultValue kDefaults[] = {
     DefaultValue::null(kFontArgs, "SourceFontFileName"),
@@ -45,13 +45,15 @@ std::optional<std::u16string> on_document(Record&, const PyBytesArg*,
     return suggested_file_name;
 }
 
-const Behavior kMembers[] = {
-    {kJpeg, "get_ScaledQuality", entry<&get_scaled_quality>()},
-    {kKeeper, "call_000_OnImageResourceReady", entry<&on_image>()},
-    {kKeeper, "call_000_OnFontResourceReady", entry<&on_font>()},
-    {kKeeper, "call_000_OnSvgDocumentReady", entry<&on_document>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using JpegOptionsApi = api::ImageOptions::JpegOptions;
+using SvgResourceKeeperCallbackApi = api::FileFormats::Svg::SvgResourceKeeperCallback;
+
+const BehaviorTable table({
+    behavior<&get_scaled_quality, JpegOptionsApi::get_ScaledQuality>(),
+    behavior<&on_image, SvgResourceKeeperCallbackApi::call_000_OnImageResourceReady>(),
+    behavior<&on_font, SvgResourceKeeperCallbackApi::call_000_OnFontResourceReady>(),
+    behavior<&on_document, SvgResourceKeeperCallbackApi::call_000_OnSvgDocumentReady>(),
+});
 
 }  // namespace
 

@@ -14,20 +14,18 @@ struct Part {
     const char* property;
 };
 
-#define ZELMOR_FORMATS(name) "Zelmor.Imaging.FileFormats." name
 constexpr Part kParts[] = {
-    {ZELMOR_FORMATS("Cdr.Objects.CdrObjectContainer"), "Items"},
-    {ZELMOR_FORMATS("Cdr.Objects.CdrDocument"), "TextCollection"},
-    {ZELMOR_FORMATS("Cmx.ObjectModel.CmxContainer"), "Elements"},
-    {ZELMOR_FORMATS("Cmx.ObjectModel.CmxDocument"), "Pages"},
-    {ZELMOR_FORMATS("Cmx.ObjectModel.CmxPage"), "Layers"},
-    {ZELMOR_FORMATS("Emf.Emf.Records.EmfMetafileHeader"), "EmfHeader"},
-    {ZELMOR_FORMATS("OpenDocument.OdObject"), "Items"},
-    {ZELMOR_FORMATS("OpenDocument.Objects.OdGraphicStyle"), "Pen"},
-    {ZELMOR_FORMATS("OpenDocument.Objects.OdGraphicStyle"), "Font"},
-    {ZELMOR_FORMATS("OpenDocument.Objects.OdGraphicStyle"), "TransformInfo"},
+    {"Zelmor.Imaging.FileFormats.Cdr.Objects.CdrObjectContainer", "Items"},
+    {"Zelmor.Imaging.FileFormats.Cdr.Objects.CdrDocument", "TextCollection"},
+    {"Zelmor.Imaging.FileFormats.Cmx.ObjectModel.CmxContainer", "Elements"},
+    {"Zelmor.Imaging.FileFormats.Cmx.ObjectModel.CmxDocument", "Pages"},
+    {"Zelmor.Imaging.FileFormats.Cmx.ObjectModel.CmxPage", "Layers"},
+    {"Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfMetafileHeader", "EmfHeader"},
+    {"Zelmor.Imaging.FileFormats.OpenDocument.OdObject", "Items"},
+    {"Zelmor.Imaging.FileFormats.OpenDocument.Objects.OdGraphicStyle", "Pen"},
+    {"Zelmor.Imaging.FileFormats.OpenDocument.Objects.OdGraphicStyle", "Font"},
+    {"Zelmor.Imaging.FileFormats.OpenDocument.Objects.OdGraphicStyle", "TransformInfo"},
 };
-#undef ZELMOR_FORMATS
 
 Value make_part(const PropertyInfo& property) {
     if (property.wire == Wire::kCollection) {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.PathResources.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
 #include "runtime/native/collections/collection.h"
 
@@ -10,15 +11,12 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_PATH_RECORD(name) "Zelmor.Imaging.FileFormats.Core.VectorPaths." name
-constexpr const char* kKnot = ZELMOR_PATH_RECORD("BezierKnotRecord");
-constexpr const char* kInitialFill = ZELMOR_PATH_RECORD("InitialFillRuleRecord");
-constexpr const char* kLength = ZELMOR_PATH_RECORD("LengthRecord");
-constexpr const char* kFillRule = ZELMOR_PATH_RECORD("PathFillRuleRecord");
-constexpr const char* kRecord = ZELMOR_PATH_RECORD("VectorPathRecord");
-#undef ZELMOR_PATH_RECORD
+constexpr const char* kKnot = "Zelmor.Imaging.FileFormats.Core.VectorPaths.BezierKnotRecord";
+constexpr const char* kInitialFill = "Zelmor.Imaging.FileFormats.Core.VectorPaths.InitialFillRuleRecord";
+constexpr const char* kLength = "Zelmor.Imaging.FileFormats.Core.VectorPaths.LengthRecord";
+constexpr const char* kFillRule = "Zelmor.Imaging.FileFormats.Core.VectorPaths.PathFillRuleRecord";
+constexpr const char* kRecord = "Zelmor.Imaging.FileFormats.Core.VectorPaths.VectorPathRecord";
 constexpr const char* kResource = "Zelmor.Imaging.FileFormats.Tiff.PathResources.PathResource";
-constexpr const char* kConverter = "Zelmor.Imaging.FileFormats.Tiff.PathResources.PathResourceConverter";
 constexpr const char* kBezier = "Zelmor.Imaging.Shapes.BezierShape";
 
 // The identifiers of saved paths begin here.
@@ -203,11 +201,12 @@ Ref<PathObject> to_graphics_path(const VariantArg* path_resources, const SizeVal
     return path;
 }
 
-const Behavior kMembers[] = {
-    {kConverter, "call_000_FromGraphicsPath", entry<&from_graphics_path>()},
-    {kConverter, "call_000_ToGraphicsPath", entry<&to_graphics_path>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using PathResourceConverterApi = api::FileFormats::Tiff::PathResources::PathResourceConverter;
+
+const BehaviorTable table({
+    behavior<&from_graphics_path, PathResourceConverterApi::call_000_FromGraphicsPath>(),
+    behavior<&to_graphics_path, PathResourceConverterApi::call_000_ToGraphicsPath>(),
+});
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <string_view>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Core.VectorPaths.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -11,15 +12,11 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_PATH_RECORD(name) "Zelmor.Imaging.FileFormats.Core.VectorPaths." name
-constexpr const char* kRecord = ZELMOR_PATH_RECORD("VectorPathRecord");
-constexpr const char* kKnot = ZELMOR_PATH_RECORD("BezierKnotRecord");
-constexpr const char* kClipboard = ZELMOR_PATH_RECORD("ClipboardRecord");
-constexpr const char* kInitialFill = ZELMOR_PATH_RECORD("InitialFillRuleRecord");
-constexpr const char* kLength = ZELMOR_PATH_RECORD("LengthRecord");
-constexpr const char* kFillRule = ZELMOR_PATH_RECORD("PathFillRuleRecord");
-constexpr const char* kFactory = ZELMOR_PATH_RECORD("VectorPathRecordFactory");
-#undef ZELMOR_PATH_RECORD
+constexpr const char* kKnot = "Zelmor.Imaging.FileFormats.Core.VectorPaths.BezierKnotRecord";
+constexpr const char* kClipboard = "Zelmor.Imaging.FileFormats.Core.VectorPaths.ClipboardRecord";
+constexpr const char* kInitialFill = "Zelmor.Imaging.FileFormats.Core.VectorPaths.InitialFillRuleRecord";
+constexpr const char* kLength = "Zelmor.Imaging.FileFormats.Core.VectorPaths.LengthRecord";
+constexpr const char* kFillRule = "Zelmor.Imaging.FileFormats.Core.VectorPaths.PathFillRuleRecord";
 
 // The selectors.
 enum class PathType : int32_t {
@@ -209,27 +206,27 @@ Ref<ManagedObject> make_closed(const TypeInfo& type) {
 const FactoryRegistration knot_factory(kKnot, make_closed);
 const FactoryRegistration length_factory(kLength, make_closed);
 
-const Behavior kMembers[] = {
-    {kRecord, "get_Type", entry<&get_type>()},
-    {kKnot, "ctor_001_BezierKnotRecord", entry<&knot_of>()},
-    {kKnot, "get_Type", entry<&get_type>()},
-    {kKnot, "set_IsOpen", entry<&set_open>()},
-    {kKnot, "set_IsClosed", entry<&set_closed>()},
-    {kClipboard, "ctor_001_ClipboardRecord", entry<&clipboard_of>()},
-    {kClipboard, "get_Type", entry<&get_type>()},
-    {kInitialFill, "ctor_002_InitialFillRuleRecord", entry<&initial_fill_of>()},
-    {kInitialFill, "get_Type", entry<&get_type>()},
-    {kLength, "ctor_000_LengthRecord", entry<&length_of>()},
-    {kLength, "get_Type", entry<&get_type>()},
-    {kLength, "set_IsOpen", entry<&set_open>()},
-    {kLength, "set_IsClosed", entry<&set_closed>()},
-    {kLength, "set_RecordCount", entry<&set_count>()},
-    {kLength, "set_BezierKnotRecordsCount", entry<&set_count>()},
-    {kFillRule, "ctor_001_PathFillRuleRecord", entry<&fill_rule_of>()},
-    {kFillRule, "get_Type", entry<&get_type>()},
-    {kFactory, "call_000_ProducePathRecord", entry<&produce>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using BezierKnotRecordApi = api::FileFormats::Core::VectorPaths::BezierKnotRecord;
+using ClipboardRecordApi = api::FileFormats::Core::VectorPaths::ClipboardRecord;
+using InitialFillRuleRecordApi = api::FileFormats::Core::VectorPaths::InitialFillRuleRecord;
+using LengthRecordApi = api::FileFormats::Core::VectorPaths::LengthRecord;
+using PathFillRuleRecordApi = api::FileFormats::Core::VectorPaths::PathFillRuleRecord;
+using VectorPathRecordApi = api::FileFormats::Core::VectorPaths::VectorPathRecord;
+using VectorPathRecordFactoryApi = api::FileFormats::Core::VectorPaths::VectorPathRecordFactory;
+
+const BehaviorTable table({
+    behavior<&get_type, VectorPathRecordApi::get_Type, BezierKnotRecordApi::get_Type, ClipboardRecordApi::get_Type,
+             InitialFillRuleRecordApi::get_Type, LengthRecordApi::get_Type, PathFillRuleRecordApi::get_Type>(),
+    behavior<&knot_of, BezierKnotRecordApi::ctor_001_BezierKnotRecord>(),
+    behavior<&set_open, BezierKnotRecordApi::set_IsOpen, LengthRecordApi::set_IsOpen>(),
+    behavior<&set_closed, BezierKnotRecordApi::set_IsClosed, LengthRecordApi::set_IsClosed>(),
+    behavior<&clipboard_of, ClipboardRecordApi::ctor_001_ClipboardRecord>(),
+    behavior<&initial_fill_of, InitialFillRuleRecordApi::ctor_002_InitialFillRuleRecord>(),
+    behavior<&length_of, LengthRecordApi::ctor_000_LengthRecord>(),
+    behavior<&set_count, LengthRecordApi::set_RecordCount, LengthRecordApi::set_BezierKnotRecordsCount>(),
+    behavior<&fill_rule_of, PathFillRuleRecordApi::ctor_001_PathFillRuleRecord>(),
+    behavior<&produce, VectorPathRecordFactoryApi::call_000_ProducePathRecord>(),
+});
 
 }  // namespace
 

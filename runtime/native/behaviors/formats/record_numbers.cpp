@@ -4,6 +4,7 @@
 // an EMF+ record is that of its class, whatever it was made from.
 #include <string_view>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Records.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 
@@ -76,7 +77,6 @@ constexpr RecordNumber kEmfPlusRecords[] = {
 // clang-format on
 
 constexpr int kFirstEmfPlusRecord = 0x4001;
-constexpr const char* kEmfPlusRecord = "Zelmor.Imaging.FileFormats.Emf.EmfPlus.Records.EmfPlusRecord";
 
 // The defaults name types in full; the table above is easier to read without.
 std::vector<DefaultValue> numbers_of_classes() {
@@ -106,10 +106,11 @@ uint16_t get_type(Record& self) {
     return kFirstEmfPlusRecord;  // of no class in particular: the first enumerator
 }
 
-const Behavior kMembers[] = {
-    {kEmfPlusRecord, "get_Type", entry<&get_type>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using EmfPlusRecordApi = api::FileFormats::Emf::EmfPlus::Records::EmfPlusRecord;
+
+const BehaviorTable table({
+    behavior<&get_type, EmfPlusRecordApi::get_Type>(),
+});
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 // StreamExtensions: managed streams for a program that has none of its own.
 #include <string_view>
 
+#include "generated/runtime/Zelmor.Imaging.Extensions.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/stream.h"
@@ -8,8 +9,6 @@
 namespace zelmor::embed {
 
 namespace {
-
-constexpr const char* kExtensions = "Zelmor.Imaging.Extensions.StreamExtensions";
 
 enum class FileMode : int32_t { kCreateNew = 1, kCreate, kOpen, kOpenOrCreate, kTruncate, kAppend };
 
@@ -55,13 +54,14 @@ Ref<ManagedStream> file_stream(const std::optional<std::u16string>& text, FileMo
     throw_out_of_range("file_mode", "There is no file mode " + std::to_string(static_cast<int32_t>(file_mode)) + ".");
 }
 
-const Behavior kMembers[] = {
-    {kExtensions, "call_000_CreateMemoryStream", entry<&memory_stream>()},
-    {kExtensions, "call_000_CreateMemoryStreamWithSize", entry<&memory_stream_with_size>()},
-    {kExtensions, "call_000_CreateMemoryStreamFromBytes", entry<&memory_stream_from_bytes>()},
-    {kExtensions, "call_000_CreateFileStream", entry<&file_stream>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using StreamExtensionsApi = api::Extensions::StreamExtensions;
+
+const BehaviorTable table({
+    behavior<&memory_stream, StreamExtensionsApi::call_000_CreateMemoryStream>(),
+    behavior<&memory_stream_with_size, StreamExtensionsApi::call_000_CreateMemoryStreamWithSize>(),
+    behavior<&memory_stream_from_bytes, StreamExtensionsApi::call_000_CreateMemoryStreamFromBytes>(),
+    behavior<&file_stream, StreamExtensionsApi::call_000_CreateFileStream>(),
+});
 
 }  // namespace
 

@@ -5,19 +5,17 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_FORMATS(name) "Zelmor.Imaging.FileFormats." name
-constexpr const char* kJfif = ZELMOR_FORMATS("Jpeg.JFIFData");
-constexpr const char* kPdf = ZELMOR_FORMATS("Pdf.PdfCoreOptions");
-constexpr const char* kEmfHeader = ZELMOR_FORMATS("Emf.Emf.Objects.EmfHeaderObject");
-constexpr const char* kEps = ZELMOR_FORMATS("Emf.Emf.Objects.EmfEpsData");
-constexpr const char* kPalette = ZELMOR_FORMATS("Emf.Emf.Objects.EmfLogPalette");
-constexpr const char* kPixelFormat = ZELMOR_FORMATS("Emf.Emf.Objects.EmfPixelFormatDescriptor");
-constexpr const char* kPlusVersion = ZELMOR_FORMATS("Emf.EmfPlus.Objects.EmfPlusGraphicsVersion");
-constexpr const char* kCoreHeader = ZELMOR_FORMATS("Wmf.Objects.WmfBitmapCoreHeader");
-constexpr const char* kInfoHeader = ZELMOR_FORMATS("Wmf.Objects.WmfBitmapInfoHeader");
-constexpr const char* kColorSpace = ZELMOR_FORMATS("Wmf.Objects.WmfLogColorSpace");
-constexpr const char* kColorSpaceW = ZELMOR_FORMATS("Wmf.Objects.WmfLogColorSpaceW");
-#undef ZELMOR_FORMATS
+constexpr const char* kJfif = "Zelmor.Imaging.FileFormats.Jpeg.JFIFData";
+constexpr const char* kPdf = "Zelmor.Imaging.FileFormats.Pdf.PdfCoreOptions";
+constexpr const char* kEmfHeader = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfHeaderObject";
+constexpr const char* kEps = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfEpsData";
+constexpr const char* kPalette = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfLogPalette";
+constexpr const char* kPixelFormat = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfPixelFormatDescriptor";
+constexpr const char* kPlusVersion = "Zelmor.Imaging.FileFormats.Emf.EmfPlus.Objects.EmfPlusGraphicsVersion";
+constexpr const char* kCoreHeader = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfBitmapCoreHeader";
+constexpr const char* kInfoHeader = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfBitmapInfoHeader";
+constexpr const char* kColorSpace = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfLogColorSpace";
+constexpr const char* kColorSpaceW = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfLogColorSpaceW";
 
 constexpr int kColorSpaceSignature = 0x50534F43;  // "PSOC"
 constexpr int kColorSpaceVersion = 0x400;

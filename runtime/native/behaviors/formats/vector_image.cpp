@@ -1,5 +1,10 @@
 // Vector images: what they tell of themselves, and the records of metafiles.
 #include "runtime/native/behaviors/formats/vector_image.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <cmath>
 #include <string_view>
@@ -11,13 +16,12 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_FORMATS(name) "Zelmor.Imaging.FileFormats." name
 constexpr const char* kVector = "Zelmor.Imaging.VectorImage";
-constexpr const char* kMeta = ZELMOR_FORMATS("Emf.MetaImage");
-constexpr const char* kEmf = ZELMOR_FORMATS("Emf.EmfImage");
-constexpr const char* kWmf = ZELMOR_FORMATS("Wmf.WmfImage");
-constexpr const char* kSvg = ZELMOR_FORMATS("Svg.SvgImage");
-constexpr const char* kCmxPage = ZELMOR_FORMATS("Cmx.CmxImagePage");
+constexpr const char* kMeta = "Zelmor.Imaging.FileFormats.Emf.MetaImage";
+constexpr const char* kEmf = "Zelmor.Imaging.FileFormats.Emf.EmfImage";
+constexpr const char* kWmf = "Zelmor.Imaging.FileFormats.Wmf.WmfImage";
+constexpr const char* kSvg = "Zelmor.Imaging.FileFormats.Svg.SvgImage";
+constexpr const char* kCmxPage = "Zelmor.Imaging.FileFormats.Cmx.CmxImagePage";
 
 // What a vector image is rendered with.
 constexpr int32_t kRenderedBits = 32;
@@ -116,10 +120,10 @@ RectangleValue frame_bounds(VectorImageObject& self) {
 Ref<ManagedObject> make(const TypeInfo& type) {
     auto image = make_ref<VectorImageObject>(type);
     if (is_assignable(require_type(kMeta), type)) {
-        set_property(*image, "Records", make_instance(ZELMOR_FORMATS("Emf.MetaObjectList")));
+        set_property(*image, "Records", make_instance("Zelmor.Imaging.FileFormats.Emf.MetaObjectList"));
     }
     if (std::string_view(type.full_name) == kEmf) {
-        set_property(*image, "Header", make_instance(ZELMOR_FORMATS("Emf.Emf.Records.EmfMetafileHeader")));
+        set_property(*image, "Header", make_instance("Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfMetafileHeader"));
     }
     if (std::string_view(type.full_name) == kWmf) {
         set_property(*image, "Inch", kUsualInch);
@@ -127,23 +131,27 @@ Ref<ManagedObject> make(const TypeInfo& type) {
     return image;
 }
 const FactoryRegistration factory(kVector, make);
-#undef ZELMOR_FORMATS
 
-const Behavior kMembers[] = {
-    {kVector, "get_SizeF", entry<&get_size_f>()},
-    {kVector, "get_WidthF", entry<&get_width_f>()},
-    {kVector, "get_HeightF", entry<&get_height_f>()},
-    {kVector, "get_Width", entry<&get_width>()},
-    {kVector, "get_Height", entry<&get_height>()},
-    {kEmf, "ctor_001_EmfImage", entry<&emf>()},
-    {kWmf, "ctor_001_WmfImage", entry<&wmf>()},
-    {kWmf, "call_000_AddRecord", entry<&add_record>()},
-    {kWmf, "get_FrameBounds", entry<&frame_bounds>()},
-    {kSvg, "ctor_002_SvgImage", entry<&svg>()},
-    {kSvg, "ctor_003_SvgImage", entry<&svg_with_options>()},
-    {kCmxPage, "ctor_000_CmxImagePage", entry<&cmx_page>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CmxImagePageApi = api::FileFormats::Cmx::CmxImagePage;
+using EmfImageApi = api::FileFormats::Emf::EmfImage;
+using SvgImageApi = api::FileFormats::Svg::SvgImage;
+using VectorImageApi = api::VectorImage;
+using WmfImageApi = api::FileFormats::Wmf::WmfImage;
+
+const BehaviorTable table({
+    behavior<&get_size_f, VectorImageApi::get_SizeF>(),
+    behavior<&get_width_f, VectorImageApi::get_WidthF>(),
+    behavior<&get_height_f, VectorImageApi::get_HeightF>(),
+    behavior<&get_width, VectorImageApi::get_Width>(),
+    behavior<&get_height, VectorImageApi::get_Height>(),
+    behavior<&emf, EmfImageApi::ctor_001_EmfImage>(),
+    behavior<&wmf, WmfImageApi::ctor_001_WmfImage>(),
+    behavior<&add_record, WmfImageApi::call_000_AddRecord>(),
+    behavior<&frame_bounds, WmfImageApi::get_FrameBounds>(),
+    behavior<&svg, SvgImageApi::ctor_002_SvgImage>(),
+    behavior<&svg_with_options, SvgImageApi::ctor_003_SvgImage>(),
+    behavior<&cmx_page, CmxImagePageApi::ctor_000_CmxImagePage>(),
+});
 
 }  // namespace
 

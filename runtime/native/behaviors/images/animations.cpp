@@ -1,9 +1,11 @@
 // WebP and PNG images whose frames follow each other in time.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Apng.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Webp.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
 
@@ -19,8 +21,6 @@ using Path = std::optional<std::u16string>;
 constexpr const char* kWebp = "Zelmor.Imaging.FileFormats.Webp.WebPImage";
 constexpr const char* kWebpFrame = "Zelmor.Imaging.FileFormats.Webp.WebPFrameBlock";
 constexpr const char* kFrameInterface = "Zelmor.Imaging.FileFormats.Webp.IFrame";
-constexpr const char* kApng = "Zelmor.Imaging.FileFormats.Apng.ApngImage";
-constexpr const char* kApngFrame = "Zelmor.Imaging.FileFormats.Apng.ApngFrame";
 
 // ---- WebP
 
@@ -172,53 +172,48 @@ bool apng_interlaced(ImageObject& self) {
     return png && png->interlaced;
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kWebpFrame, "ctor_000_WebPFrameBlock", image_entry<&webp_frame_of_image>()},
-                              {kWebpFrame, "ctor_001_WebPFrameBlock", image_entry<&webp_frame_of_size>()},
-                              {kWebpFrame, "get_Duration", image_entry<&frame_duration>()},
-                              {kWebpFrame, "set_Duration", image_entry<&set_frame_duration>()},
-                              {kWebpFrame, "get_Left", image_entry<&frame_left>()},
-                              {kWebpFrame, "set_Left", image_entry<&set_frame_left>()},
-                              {kWebpFrame, "get_Top", image_entry<&frame_top>()},
-                              {kWebpFrame, "set_Top", image_entry<&set_frame_top>()},
-                              {kWebpFrame, "get_FrameTime", image_entry<&frame_duration>()},
-                              {kWebpFrame, "get_FrameLeft", image_entry<&frame_left>()},
-                              {kWebpFrame, "get_FrameTop", image_entry<&frame_top>()},
-                              {kWebpFrame, "call_000_GetFullFrame", image_entry<&full_frame>()},
-                              {kWebp, "ctor_000_WebPImage", image_entry<&webp_of_stream>()},
-                              {kWebp, "ctor_001_WebPImage", image_entry<&webp_of_stream_with>()},
-                              {kWebp, "ctor_002_WebPImage", image_entry<&webp_of_path>()},
-                              {kWebp, "ctor_003_WebPImage", image_entry<&webp_of_path_with>()},
-                              {kWebp, "ctor_004_WebPImage", image_entry<&webp_of_image>()},
-                              {kWebp, "ctor_005_WebPImage", image_entry<&webp_of_image_with>()},
-                              {kWebp, "ctor_006_WebPImage", image_entry<&webp_of_size>()},
-                              {kWebp, "ctor_007_WebPImage", image_entry<&webp_of_size_with>()},
-                              {kWebp, "get_Options", image_entry<&webp_options>()},
-                              {kWebp, "call_000_AddPage", image_entry<&add_webp_page>()},
-                              {kWebp, "call_000_AddBlock", image_entry<&add_webp_block>()},
-                              {kWebp, "call_000_InsertBlock", image_entry<&insert_webp_block>()},
-                              {kWebp, "call_000_RemoveBlock", image_entry<&remove_webp_block>()},
-                              {kWebp, "call_000_ClearBlocks", image_entry<&clear_frames>()},
-                              {kApngFrame, "get_FrameTime", image_entry<&frame_duration>()},
-                              {kApngFrame, "set_FrameTime", image_entry<&set_frame_duration>()},
-                              {kApngFrame, "get_FrameLeft", image_entry<&frame_left>()},
-                              {kApngFrame, "get_FrameTop", image_entry<&frame_top>()},
-                              {kApngFrame, "get_DisposalMethod", image_entry<&frame_is_preserved>()},
-                              {kApngFrame, "call_000_GetFullFrame", image_entry<&full_frame>()},
-                              {kApng, "ctor_000_ApngImage", image_entry<&apng_of_size>()},
-                              {kApng, "call_000_AddFrame", image_entry<&add_blank_frame>()},
-                              {kApng, "call_001_AddFrame", image_entry<&add_image>()},
-                              {kApng, "call_002_AddFrame", image_entry<&add_timed_image>()},
-                              {kApng, "call_000_InsertFrame", image_entry<&insert_blank_frame>()},
-                              {kApng, "call_001_InsertFrame", image_entry<&insert_image>()},
-                              {kApng, "call_002_InsertFrame", image_entry<&insert_timed_image>()},
-                              {kApng, "call_000_AddPage", image_entry<&add_image>()},
-                              {kApng, "call_000_PopFrameAt", image_entry<&pop_frame_at>()},
-                              {kApng, "call_000_RemoveFrameAt", image_entry<&remove_frame_at>()},
-                              {kApng, "call_000_RemoveAllFrames", image_entry<&clear_frames>()},
-                              {kApng, "get_Interlaced", image_entry<&apng_interlaced>()},
-                          });
+using ApngFrameApi = api::FileFormats::Apng::ApngFrame;
+using ApngImageApi = api::FileFormats::Apng::ApngImage;
+using WebPFrameBlockApi = api::FileFormats::Webp::WebPFrameBlock;
+using WebPImageApi = api::FileFormats::Webp::WebPImage;
+
+const BehaviorTable table({
+    behavior<&webp_frame_of_image, WebPFrameBlockApi::ctor_000_WebPFrameBlock>(),
+    behavior<&webp_frame_of_size, WebPFrameBlockApi::ctor_001_WebPFrameBlock>(),
+    behavior<&frame_duration, WebPFrameBlockApi::get_Duration, WebPFrameBlockApi::get_FrameTime,
+             ApngFrameApi::get_FrameTime>(),
+    behavior<&set_frame_duration, WebPFrameBlockApi::set_Duration, ApngFrameApi::set_FrameTime>(),
+    behavior<&frame_left, WebPFrameBlockApi::get_Left, WebPFrameBlockApi::get_FrameLeft, ApngFrameApi::get_FrameLeft>(),
+    behavior<&set_frame_left, WebPFrameBlockApi::set_Left>(),
+    behavior<&frame_top, WebPFrameBlockApi::get_Top, WebPFrameBlockApi::get_FrameTop, ApngFrameApi::get_FrameTop>(),
+    behavior<&set_frame_top, WebPFrameBlockApi::set_Top>(),
+    behavior<&full_frame, WebPFrameBlockApi::call_000_GetFullFrame, ApngFrameApi::call_000_GetFullFrame>(),
+    behavior<&webp_of_stream, WebPImageApi::ctor_000_WebPImage>(),
+    behavior<&webp_of_stream_with, WebPImageApi::ctor_001_WebPImage>(),
+    behavior<&webp_of_path, WebPImageApi::ctor_002_WebPImage>(),
+    behavior<&webp_of_path_with, WebPImageApi::ctor_003_WebPImage>(),
+    behavior<&webp_of_image, WebPImageApi::ctor_004_WebPImage>(),
+    behavior<&webp_of_image_with, WebPImageApi::ctor_005_WebPImage>(),
+    behavior<&webp_of_size, WebPImageApi::ctor_006_WebPImage>(),
+    behavior<&webp_of_size_with, WebPImageApi::ctor_007_WebPImage>(),
+    behavior<&webp_options, WebPImageApi::get_Options>(),
+    behavior<&add_webp_page, WebPImageApi::call_000_AddPage>(),
+    behavior<&add_webp_block, WebPImageApi::call_000_AddBlock>(),
+    behavior<&insert_webp_block, WebPImageApi::call_000_InsertBlock>(),
+    behavior<&remove_webp_block, WebPImageApi::call_000_RemoveBlock>(),
+    behavior<&clear_frames, WebPImageApi::call_000_ClearBlocks, ApngImageApi::call_000_RemoveAllFrames>(),
+    behavior<&frame_is_preserved, ApngFrameApi::get_DisposalMethod>(),
+    behavior<&apng_of_size, ApngImageApi::ctor_000_ApngImage>(),
+    behavior<&add_blank_frame, ApngImageApi::call_000_AddFrame>(),
+    behavior<&add_image, ApngImageApi::call_001_AddFrame, ApngImageApi::call_000_AddPage>(),
+    behavior<&add_timed_image, ApngImageApi::call_002_AddFrame>(),
+    behavior<&insert_blank_frame, ApngImageApi::call_000_InsertFrame>(),
+    behavior<&insert_image, ApngImageApi::call_001_InsertFrame>(),
+    behavior<&insert_timed_image, ApngImageApi::call_002_InsertFrame>(),
+    behavior<&pop_frame_at, ApngImageApi::call_000_PopFrameAt>(),
+    behavior<&remove_frame_at, ApngImageApi::call_000_RemoveFrameAt>(),
+    behavior<&apng_interlaced, ApngImageApi::get_Interlaced>(),
+});
 
 }  // namespace
 

@@ -3,7 +3,8 @@
 // Conversions by the profiles of a caller, given as streams, have no behavior here.
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/imagework/loader.h"
@@ -137,32 +138,28 @@ int32_t helper_from_argb_one(int32_t argb) {
     return packed_cmyk(cmyk_of_one(static_cast<Argb>(argb)));
 }
 
-constexpr const char* kColor = "Zelmor.Imaging.Color";
-constexpr const char* kCmyk = "Zelmor.Imaging.CmykColor";
-constexpr const char* kHelper = "Zelmor.Imaging.CmykColorHelper";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kColor, "call_000_ToCmykIcc", image_entry<&color_to_cmyk>()},
-                              {kColor, "call_001_ToCmykIcc", image_entry<&colors_to_cmyk>()},
-                              {kColor, "call_000_ToCmykColorWithDefIcc", image_entry<&color_to_cmyk>()},
-                              {kColor, "call_000_ToCmykColorsWithDefIcc", image_entry<&colors_to_cmyk>()},
-                              {kCmyk, "call_000_ToColorIcc", image_entry<&cmyk_to_colors>()},
-                              {kCmyk, "call_001_ToColorIcc", image_entry<&cmyk_to_color>()},
-                              {kCmyk, "call_000_ToColorsWithDefIcc", image_entry<&cmyk_to_colors>()},
-                              {kCmyk, "call_000_ToColorWithDefIcc", image_entry<&cmyk_to_color>()},
-                              {kHelper, "call_000_ToArgbIcc", image_entry<&helper_to_colors>()},
-                              {kHelper, "call_002_ToArgbIcc", image_entry<&helper_to_color>()},
-                              {kHelper, "call_002_ToCmykIcc", image_entry<&helper_from_colors>()},
-                              {kHelper, "call_003_ToCmykIcc", image_entry<&helper_from_argb>()},
-                              {kHelper, "call_004_ToCmykIcc", image_entry<&helper_from_color>()},
-                              {kHelper, "call_005_ToCmykIcc", image_entry<&helper_from_argb_one>()},
-                              {kHelper, "call_000_ToArgbColorsWithDefIcc", image_entry<&helper_to_colors>()},
-                              {kHelper, "call_000_ToArgbColorWithDefIcc", image_entry<&helper_to_color>()},
-                              {kHelper, "call_000_ToCmykArrayWithDefIcc", image_entry<&helper_from_colors>()},
-                              {kHelper, "call_000_Argb32ToCmykArray", image_entry<&helper_from_argb>()},
-                              {kHelper, "call_000_ToCmykWithDefIcc", image_entry<&helper_from_color>()},
-                              {kHelper, "call_000_Argb32ToCmyk", image_entry<&helper_from_argb_one>()},
-                          });
+using CmykColorApi = api::CmykColor;
+using CmykColorHelperApi = api::CmykColorHelper;
+using ColorApi = api::Color;
+
+const BehaviorTable table({
+    behavior<&color_to_cmyk, ColorApi::call_000_ToCmykIcc, ColorApi::call_000_ToCmykColorWithDefIcc>(),
+    behavior<&colors_to_cmyk, ColorApi::call_001_ToCmykIcc, ColorApi::call_000_ToCmykColorsWithDefIcc>(),
+    behavior<&cmyk_to_colors, CmykColorApi::call_000_ToColorIcc, CmykColorApi::call_000_ToColorsWithDefIcc>(),
+    behavior<&cmyk_to_color, CmykColorApi::call_001_ToColorIcc, CmykColorApi::call_000_ToColorWithDefIcc>(),
+    behavior<&helper_to_colors, CmykColorHelperApi::call_000_ToArgbIcc,
+             CmykColorHelperApi::call_000_ToArgbColorsWithDefIcc>(),
+    behavior<&helper_to_color, CmykColorHelperApi::call_002_ToArgbIcc,
+             CmykColorHelperApi::call_000_ToArgbColorWithDefIcc>(),
+    behavior<&helper_from_colors, CmykColorHelperApi::call_002_ToCmykIcc,
+             CmykColorHelperApi::call_000_ToCmykArrayWithDefIcc>(),
+    behavior<&helper_from_argb, CmykColorHelperApi::call_003_ToCmykIcc,
+             CmykColorHelperApi::call_000_Argb32ToCmykArray>(),
+    behavior<&helper_from_color, CmykColorHelperApi::call_004_ToCmykIcc,
+             CmykColorHelperApi::call_000_ToCmykWithDefIcc>(),
+    behavior<&helper_from_argb_one, CmykColorHelperApi::call_005_ToCmykIcc,
+             CmykColorHelperApi::call_000_Argb32ToCmyk>(),
+});
 
 }  // namespace
 

@@ -1,10 +1,11 @@
 // Creating an empty image for a format, and the calculations of sizes that need no image.
 #include "runtime/native/behaviors/images/creating.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <cmath>
 
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/files.h"
@@ -204,15 +205,15 @@ RectangleValue get_fitting_rectangle_of_pixels(const RectangleValue& rectangle, 
     return fitting;
 }
 
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kImage, "call_000_Create", image_entry<&create_image>()},
-                              {kImage, "call_000_GetProportionalWidth", image_entry<&get_proportional_width>()},
-                              {kImage, "call_000_GetProportionalHeight", image_entry<&get_proportional_height>()},
-                              {kImage, "call_000_GetFittingRectangle", image_entry<&get_fitting_rectangle>()},
-                              {kImage, "call_001_GetFittingRectangle", image_entry<&get_fitting_rectangle_of_pixels>()},
-                          });
+using ImageApi = api::Image;
+
+const BehaviorTable table({
+    behavior<&create_image, ImageApi::call_000_Create>(),
+    behavior<&get_proportional_width, ImageApi::call_000_GetProportionalWidth>(),
+    behavior<&get_proportional_height, ImageApi::call_000_GetProportionalHeight>(),
+    behavior<&get_fitting_rectangle, ImageApi::call_000_GetFittingRectangle>(),
+    behavior<&get_fitting_rectangle_of_pixels, ImageApi::call_001_GetFittingRectangle>(),
+});
 
 }  // namespace
 

@@ -1,8 +1,9 @@
 // Crop, rotate, and rotate with flip.
 #include <cmath>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
@@ -68,18 +69,17 @@ void rotate_flip(ImageObject& self, int32_t rotate_flip_type) {
     });
 }
 
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-constexpr const char* kMultipage = "Zelmor.Imaging.RasterCachedMultipageImage";
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kRaster, "call_000_Crop", image_entry<&crop>()},
-                              {kRaster, "call_001_Crop", image_entry<&crop_by_shifts>()},
-                              {kRaster, "call_000_Rotate", image_entry<&rotate>()},
-                              {kRaster, "call_001_Rotate", image_entry<&rotate_on_own_background>()},
-                              {kImage, "call_000_RotateFlip", image_entry<&rotate_flip>()},
-                              {kMultipage, "call_000_RotateFlipAll", image_entry<&rotate_flip>()},
-                          });
+using ImageApi = api::Image;
+using RasterCachedMultipageImageApi = api::RasterCachedMultipageImage;
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&crop, RasterImageApi::call_000_Crop>(),
+    behavior<&crop_by_shifts, RasterImageApi::call_001_Crop>(),
+    behavior<&rotate, RasterImageApi::call_000_Rotate>(),
+    behavior<&rotate_on_own_background, RasterImageApi::call_001_Rotate>(),
+    behavior<&rotate_flip, ImageApi::call_000_RotateFlip, RasterCachedMultipageImageApi::call_000_RotateFlipAll>(),
+});
 
 }  // namespace
 

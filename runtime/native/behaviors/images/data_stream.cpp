@@ -1,8 +1,9 @@
 // The data stream of an image: a container over what the image was loaded from, or was created to be written to.
 //
 // Nothing is read through it on the image's behalf, since pictures are decoded when they are loaded.
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -29,8 +30,11 @@ Ref<StreamContainerObject> data_stream_container(ImageBase& self) {
     return open_file_container(image->target_path);
 }
 
-const BehaviorTable table(Assembly::kImaging, {{"Zelmor.Imaging.DataStreamSupporter", "get_DataStreamContainer",
-                                                image_entry<&data_stream_container>()}});
+using DataStreamSupporterApi = api::DataStreamSupporter;
+
+const BehaviorTable table({
+    behavior<&data_stream_container, DataStreamSupporterApi::get_DataStreamContainer>(),
+});
 
 }  // namespace
 

@@ -1,8 +1,9 @@
 // Filters by their options, and straightening by the lines of a text.
 #include <cmath>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
@@ -13,18 +14,17 @@ using namespace imagework;
 
 namespace {
 
-#define ZELMOR_FILTERS "Zelmor.Imaging.ImageFilters.FilterOptions."
-constexpr const char* kBox5 = ZELMOR_FILTERS "BigRectangularFilterOptions";
-constexpr const char* kBox3 = ZELMOR_FILTERS "SmallRectangularFilterOptions";
-constexpr const char* kBilateral = ZELMOR_FILTERS "BilateralSmoothingFilterOptions";
-constexpr const char* kConvolution = ZELMOR_FILTERS "ConvolutionFilterOptions";
-constexpr const char* kDeconvolution = ZELMOR_FILTERS "DeconvolutionFilterOptions";
-constexpr const char* kGaussWiener = ZELMOR_FILTERS "GaussWienerFilterOptions";
-constexpr const char* kGaussian = ZELMOR_FILTERS "GaussianBlurFilterOptions";
-constexpr const char* kMedian = ZELMOR_FILTERS "MedianFilterOptions";
-constexpr const char* kMotionWiener = ZELMOR_FILTERS "MotionWienerFilterOptions";
-constexpr const char* kSharpen = ZELMOR_FILTERS "SharpenFilterOptions";
-#undef ZELMOR_FILTERS
+constexpr const char* kBox5 = "Zelmor.Imaging.ImageFilters.FilterOptions.BigRectangularFilterOptions";
+constexpr const char* kBox3 = "Zelmor.Imaging.ImageFilters.FilterOptions.SmallRectangularFilterOptions";
+constexpr const char* kBilateral = "Zelmor.Imaging.ImageFilters.FilterOptions.BilateralSmoothingFilterOptions";
+constexpr const char* kConvolution = "Zelmor.Imaging.ImageFilters.FilterOptions.ConvolutionFilterOptions";
+constexpr const char* kDeconvolution = "Zelmor.Imaging.ImageFilters.FilterOptions.DeconvolutionFilterOptions";
+constexpr const char* kGaussWiener = "Zelmor.Imaging.ImageFilters.FilterOptions.GaussWienerFilterOptions";
+constexpr const char* kGaussian = "Zelmor.Imaging.ImageFilters.FilterOptions.GaussianBlurFilterOptions";
+constexpr const char* kMedian = "Zelmor.Imaging.ImageFilters.FilterOptions.MedianFilterOptions";
+constexpr const char* kMotionWiener = "Zelmor.Imaging.ImageFilters.FilterOptions.MotionWienerFilterOptions";
+constexpr const char* kSharpen = "Zelmor.Imaging.ImageFilters.FilterOptions.SharpenFilterOptions";
+#undef "Zelmor.Imaging.ImageFilters.FilterOptions."
 
 constexpr int64_t kMostPixels = 255;  // to a side of a kernel
 
@@ -207,14 +207,14 @@ const FactoryRegistration bilateral_factory(kBilateral, [](const TypeInfo& type)
                          Real("ColorFactor", 50.0), Real("ColorPower", 2.0));
 });
 
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kRaster, "call_000_Filter", image_entry<&filter>()},
-                              {kRaster, "call_000_GetSkewAngle", image_entry<&get_skew_angle>()},
-                              {kRaster, "call_000_NormalizeAngle", image_entry<&normalize_angle_in_place>()},
-                              {kRaster, "call_001_NormalizeAngle", image_entry<&normalize_angle>()},
-                          });
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&filter, RasterImageApi::call_000_Filter>(),
+    behavior<&get_skew_angle, RasterImageApi::call_000_GetSkewAngle>(),
+    behavior<&normalize_angle_in_place, RasterImageApi::call_000_NormalizeAngle>(),
+    behavior<&normalize_angle, RasterImageApi::call_001_NormalizeAngle>(),
+});
 
 }  // namespace
 

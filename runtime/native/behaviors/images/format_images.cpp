@@ -1,11 +1,16 @@
 // Constructors of the images of single formats, BMP, JPEG and PNG, and what these tell of their file.
 //
 // A file or an image of another format becomes one of this: the picture is copied, and save() writes it as this format.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Bmp.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tga.h"
 #include "runtime/native/behaviors/images/creating.h"
 #include "runtime/native/behaviors/images/frames.h"
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
@@ -262,48 +267,47 @@ Ref<ImageObject> tga_of_image(ImageObject*) {
     throw_not_supported("Making a TgaImage");
 }
 
-constexpr const char* kBmp = "Zelmor.Imaging.FileFormats.Bmp.BmpImage";
-constexpr const char* kJpeg2000 = "Zelmor.Imaging.FileFormats.Jpeg2000.Jpeg2000Image";
-constexpr const char* kTga = "Zelmor.Imaging.FileFormats.Tga.TgaImage";
-constexpr const char* kPng = "Zelmor.Imaging.FileFormats.Png.PngImage";
-constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kBmp, "ctor_000_BmpImage", image_entry<&bmp_of_path>()},
-                              {kBmp, "ctor_001_BmpImage", image_entry<&bmp_of_path_with>()},
-                              {kBmp, "ctor_002_BmpImage", image_entry<&bmp_of_stream>()},
-                              {kBmp, "ctor_003_BmpImage", image_entry<&bmp_of_stream_with>()},
-                              {kBmp, "ctor_004_BmpImage", image_entry<&bmp_of_image>()},
-                              {kBmp, "ctor_005_BmpImage", image_entry<&bmp_of_image_with>()},
-                              {kBmp, "ctor_006_BmpImage", image_entry<&bmp_of_size>()},
-                              {kBmp, "ctor_007_BmpImage", image_entry<&bmp_of_size_and_palette>()},
-                              {kBmp, "ctor_008_BmpImage", image_entry<&bmp_of_size_with>()},
-                              {kBmp, "get_BitsPerPixel", image_entry<&bmp_bits>()},
-                              {kBmp, "get_HorizontalResolution", image_entry<&bmp_horizontal_resolution>()},
-                              {kBmp, "set_HorizontalResolution", image_entry<&set_bmp_horizontal_resolution>()},
-                              {kBmp, "get_VerticalResolution", image_entry<&bmp_vertical_resolution>()},
-                              {kBmp, "set_VerticalResolution", image_entry<&set_bmp_vertical_resolution>()},
-                              {kBmp, "get_Compression", image_entry<&bmp_compression>()},
-                              {kPng, "ctor_000_PngImage", image_entry<&png_of_size>()},
-                              {kPng, "ctor_001_PngImage", image_entry<&png_of_path>()},
-                              {kPng, "ctor_002_PngImage", image_entry<&png_of_image>()},
-                              {kPng, "ctor_003_PngImage", image_entry<&png_of_path_with>()},
-                              {kPng, "ctor_004_PngImage", image_entry<&png_of_image_with>()},
-                              {kPng, "ctor_005_PngImage", image_entry<&png_of_stream>()},
-                              {kPng, "ctor_006_PngImage", image_entry<&png_of_size_with>()},
-                              {kPng, "ctor_007_PngImage", image_entry<&png_with_options>()},
-                              {kPng, "get_Interlaced", image_entry<&png_interlaced>()},
-                              {kPng, "get_IsInterlaced", image_entry<&png_interlaced>()},
-                              {kJpeg, "ctor_000_JpegImage", image_entry<&jpeg_of_path>()},
-                              {kJpeg, "ctor_001_JpegImage", image_entry<&jpeg_of_stream>()},
-                              {kJpeg, "ctor_002_JpegImage", image_entry<&jpeg_of_image>()},
-                              {kJpeg, "ctor_003_JpegImage", image_entry<&jpeg_of_size>()},
-                              {kJpeg, "ctor_004_JpegImage", image_entry<&jpeg_with_options>()},
-                              {kJpeg2000, "ctor_004_Jpeg2000Image", image_entry<&jpeg_2000_of_size>()},
-                              {kJpeg2000, "ctor_007_Jpeg2000Image", image_entry<&jpeg_2000_of_image>()},
-                              {kTga, "ctor_001_TgaImage", image_entry<&tga_of_image>()},
-                              {kJpeg, "get_JpegOptions", image_entry<&jpeg_options>()},
-                          });
+using BmpImageApi = api::FileFormats::Bmp::BmpImage;
+using Jpeg2000ImageApi = api::FileFormats::Jpeg2000::Jpeg2000Image;
+using JpegImageApi = api::FileFormats::Jpeg::JpegImage;
+using PngImageApi = api::FileFormats::Png::PngImage;
+using TgaImageApi = api::FileFormats::Tga::TgaImage;
+
+const BehaviorTable table({
+    behavior<&bmp_of_path, BmpImageApi::ctor_000_BmpImage>(),
+    behavior<&bmp_of_path_with, BmpImageApi::ctor_001_BmpImage>(),
+    behavior<&bmp_of_stream, BmpImageApi::ctor_002_BmpImage>(),
+    behavior<&bmp_of_stream_with, BmpImageApi::ctor_003_BmpImage>(),
+    behavior<&bmp_of_image, BmpImageApi::ctor_004_BmpImage>(),
+    behavior<&bmp_of_image_with, BmpImageApi::ctor_005_BmpImage>(),
+    behavior<&bmp_of_size, BmpImageApi::ctor_006_BmpImage>(),
+    behavior<&bmp_of_size_and_palette, BmpImageApi::ctor_007_BmpImage>(),
+    behavior<&bmp_of_size_with, BmpImageApi::ctor_008_BmpImage>(),
+    behavior<&bmp_bits, BmpImageApi::get_BitsPerPixel>(),
+    behavior<&bmp_horizontal_resolution, BmpImageApi::get_HorizontalResolution>(),
+    behavior<&set_bmp_horizontal_resolution, BmpImageApi::set_HorizontalResolution>(),
+    behavior<&bmp_vertical_resolution, BmpImageApi::get_VerticalResolution>(),
+    behavior<&set_bmp_vertical_resolution, BmpImageApi::set_VerticalResolution>(),
+    behavior<&bmp_compression, BmpImageApi::get_Compression>(),
+    behavior<&png_of_size, PngImageApi::ctor_000_PngImage>(),
+    behavior<&png_of_path, PngImageApi::ctor_001_PngImage>(),
+    behavior<&png_of_image, PngImageApi::ctor_002_PngImage>(),
+    behavior<&png_of_path_with, PngImageApi::ctor_003_PngImage>(),
+    behavior<&png_of_image_with, PngImageApi::ctor_004_PngImage>(),
+    behavior<&png_of_stream, PngImageApi::ctor_005_PngImage>(),
+    behavior<&png_of_size_with, PngImageApi::ctor_006_PngImage>(),
+    behavior<&png_with_options, PngImageApi::ctor_007_PngImage>(),
+    behavior<&png_interlaced, PngImageApi::get_Interlaced, PngImageApi::get_IsInterlaced>(),
+    behavior<&jpeg_of_path, JpegImageApi::ctor_000_JpegImage>(),
+    behavior<&jpeg_of_stream, JpegImageApi::ctor_001_JpegImage>(),
+    behavior<&jpeg_of_image, JpegImageApi::ctor_002_JpegImage>(),
+    behavior<&jpeg_of_size, JpegImageApi::ctor_003_JpegImage>(),
+    behavior<&jpeg_with_options, JpegImageApi::ctor_004_JpegImage>(),
+    behavior<&jpeg_2000_of_size, Jpeg2000ImageApi::ctor_004_Jpeg2000Image>(),
+    behavior<&jpeg_2000_of_image, Jpeg2000ImageApi::ctor_007_Jpeg2000Image>(),
+    behavior<&tga_of_image, TgaImageApi::ctor_001_TgaImage>(),
+    behavior<&jpeg_options, JpegImageApi::get_JpegOptions>(),
+});
 
 }  // namespace
 

@@ -1,10 +1,12 @@
 // GIF images and their frames. Frames of a loaded file are as large as the canvas, with what shines through from the
 // frames before; a frame that is made anew may be smaller, and lies where its left and top say.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
@@ -195,50 +197,51 @@ void set_frame_time(ImageObject& self, uint16_t time) {
     }
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kGifFrame, "ctor_000_GifFrameBlock", image_entry<&gif_frame_of_size>()},
-                              {kGifFrame, "ctor_001_GifFrameBlock", image_entry<&gif_frame_at>()},
-                              {kGifFrame, "ctor_002_GifFrameBlock", image_entry<&gif_frame_with_palette>()},
-                              {kGifFrame, "ctor_003_GifFrameBlock", image_entry<&gif_frame_of_image>()},
-                              {kGifFrame, "ctor_004_GifFrameBlock", image_entry<&gif_frame_of_image_at>()},
-                              {kGifFrame, "ctor_005_GifFrameBlock", image_entry<&gif_frame_of_image_full>()},
-                              {kGifFrame, "ctor_006_GifFrameBlock", image_entry<&gif_frame_of_stream>()},
-                              {kGifFrame, "ctor_007_GifFrameBlock", image_entry<&gif_frame_of_stream_at>()},
-                              {kGifFrame, "ctor_008_GifFrameBlock", image_entry<&gif_frame_of_stream_full>()},
-                              {kGifFrame, "ctor_009_GifFrameBlock", image_entry<&gif_frame_of_path>()},
-                              {kGifFrame, "ctor_010_GifFrameBlock", image_entry<&gif_frame_of_path_at>()},
-                              {kGifFrame, "ctor_011_GifFrameBlock", image_entry<&gif_frame_of_path_full>()},
-                              {kGifFrame, "get_Width", image_entry<&gif_frame_width>()},
-                              {kGifFrame, "get_Height", image_entry<&gif_frame_height>()},
-                              {kGifFrame, "get_BitsPerPixel", image_entry<&gif_frame_bits>()},
-                              {kGifFrame, "get_FrameTime", image_entry<&frame_duration>()},
-                              {kGifFrame, "set_FrameTime", image_entry<&set_frame_duration>()},
-                              {kGifFrame, "get_Left", image_entry<&gif_left>()},
-                              {kGifFrame, "set_Left", image_entry<&set_gif_left>()},
-                              {kGifFrame, "get_Top", image_entry<&gif_top>()},
-                              {kGifFrame, "set_Top", image_entry<&set_gif_top>()},
-                              {kGifFrame, "get_FrameLeft", image_entry<&frame_left>()},
-                              {kGifFrame, "get_FrameTop", image_entry<&frame_top>()},
-                              {kGifFrame, "get_DisposalMethod", image_entry<&frame_is_preserved>()},
-                              {kGifFrame, "get_Interlaced", image_entry<&gif_interlaced>()},
-                              {kGifFrame, "set_Interlaced", image_entry<&set_gif_interlaced>()},
-                              {kGifFrame, "get_IsInterlaced", image_entry<&gif_interlaced>()},
-                              {kGifFrame, "call_000_GetFullFrame", image_entry<&full_frame>()},
-                              {kGif, "ctor_000_GifImage", image_entry<&gif_of_frame_and_palette>()},
-                              {kGif, "ctor_001_GifImage", image_entry<&gif_of_frame>()},
-                              {kGif, "ctor_002_GifImage", image_entry<&gif_of_all>()},
-                              {kGif, "call_000_AddPage", image_entry<&add_gif_page>()},
-                              {kGif, "get_Blocks", image_entry<&gif_blocks>()},
-                              {kGif, "call_000_AddBlock", image_entry<&add_gif_block>()},
-                              {kGif, "call_000_InsertBlock", image_entry<&insert_gif_block>()},
-                              {kGif, "call_000_RemoveBlock", image_entry<&remove_gif_block>()},
-                              {kGif, "call_000_ClearBlocks", image_entry<&clear_frames>()},
-                              {kGif, "get_ActiveFrame", image_entry<&active_frame_of>()},
-                              {kGif, "set_ActiveFrame", image_entry<&set_active_frame_of>()},
-                              {kGif, "call_000_SetFrameTime", image_entry<&set_frame_time>()},
-                              {kGif, "get_IsInterlaced", image_entry<&gif_interlaced>()},
-                          });
+using GifFrameBlockApi = api::FileFormats::Gif::Blocks::GifFrameBlock;
+using GifImageApi = api::FileFormats::Gif::GifImage;
+
+const BehaviorTable table({
+    behavior<&gif_frame_of_size, GifFrameBlockApi::ctor_000_GifFrameBlock>(),
+    behavior<&gif_frame_at, GifFrameBlockApi::ctor_001_GifFrameBlock>(),
+    behavior<&gif_frame_with_palette, GifFrameBlockApi::ctor_002_GifFrameBlock>(),
+    behavior<&gif_frame_of_image, GifFrameBlockApi::ctor_003_GifFrameBlock>(),
+    behavior<&gif_frame_of_image_at, GifFrameBlockApi::ctor_004_GifFrameBlock>(),
+    behavior<&gif_frame_of_image_full, GifFrameBlockApi::ctor_005_GifFrameBlock>(),
+    behavior<&gif_frame_of_stream, GifFrameBlockApi::ctor_006_GifFrameBlock>(),
+    behavior<&gif_frame_of_stream_at, GifFrameBlockApi::ctor_007_GifFrameBlock>(),
+    behavior<&gif_frame_of_stream_full, GifFrameBlockApi::ctor_008_GifFrameBlock>(),
+    behavior<&gif_frame_of_path, GifFrameBlockApi::ctor_009_GifFrameBlock>(),
+    behavior<&gif_frame_of_path_at, GifFrameBlockApi::ctor_010_GifFrameBlock>(),
+    behavior<&gif_frame_of_path_full, GifFrameBlockApi::ctor_011_GifFrameBlock>(),
+    behavior<&gif_frame_width, GifFrameBlockApi::get_Width>(),
+    behavior<&gif_frame_height, GifFrameBlockApi::get_Height>(),
+    behavior<&gif_frame_bits, GifFrameBlockApi::get_BitsPerPixel>(),
+    behavior<&frame_duration, GifFrameBlockApi::get_FrameTime>(),
+    behavior<&set_frame_duration, GifFrameBlockApi::set_FrameTime>(),
+    behavior<&gif_left, GifFrameBlockApi::get_Left>(),
+    behavior<&set_gif_left, GifFrameBlockApi::set_Left>(),
+    behavior<&gif_top, GifFrameBlockApi::get_Top>(),
+    behavior<&set_gif_top, GifFrameBlockApi::set_Top>(),
+    behavior<&frame_left, GifFrameBlockApi::get_FrameLeft>(),
+    behavior<&frame_top, GifFrameBlockApi::get_FrameTop>(),
+    behavior<&frame_is_preserved, GifFrameBlockApi::get_DisposalMethod>(),
+    behavior<&gif_interlaced, GifFrameBlockApi::get_Interlaced, GifFrameBlockApi::get_IsInterlaced,
+             GifImageApi::get_IsInterlaced>(),
+    behavior<&set_gif_interlaced, GifFrameBlockApi::set_Interlaced>(),
+    behavior<&full_frame, GifFrameBlockApi::call_000_GetFullFrame>(),
+    behavior<&gif_of_frame_and_palette, GifImageApi::ctor_000_GifImage>(),
+    behavior<&gif_of_frame, GifImageApi::ctor_001_GifImage>(),
+    behavior<&gif_of_all, GifImageApi::ctor_002_GifImage>(),
+    behavior<&add_gif_page, GifImageApi::call_000_AddPage>(),
+    behavior<&gif_blocks, GifImageApi::get_Blocks>(),
+    behavior<&add_gif_block, GifImageApi::call_000_AddBlock>(),
+    behavior<&insert_gif_block, GifImageApi::call_000_InsertBlock>(),
+    behavior<&remove_gif_block, GifImageApi::call_000_RemoveBlock>(),
+    behavior<&clear_frames, GifImageApi::call_000_ClearBlocks>(),
+    behavior<&active_frame_of, GifImageApi::get_ActiveFrame>(),
+    behavior<&set_active_frame_of, GifImageApi::set_ActiveFrame>(),
+    behavior<&set_frame_time, GifImageApi::call_000_SetFrameTime>(),
+});
 
 }  // namespace
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/imagework/loader.h"
@@ -90,6 +90,20 @@ void throw_picture_error(const imagework::PictureError& error, const std::string
     }
     throw ManagedException("ImageException", text);
 }
+
+namespace {
+
+const ExceptionTranslator translator([] {
+    try {
+        throw;
+    } catch (const imagework::PictureError& error) {
+        throw_picture_error(error);
+    } catch (...) {
+        return;  // of another kind: the exception stays in flight
+    }
+});
+
+}  // namespace
 
 FileFormat file_format_of(const imagework::FileFacts& facts) {
     switch (facts.format) {

@@ -3,9 +3,10 @@
 // Pixels are always kept as colors. An image is an indexed one as long as it has a palette in which all of them are.
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -105,16 +106,17 @@ void dither(ImageObject& self, int32_t dithering_method, int32_t bits_count) {
     dither_with(self, dithering_method, bits_count, nullptr);
 }
 
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(Assembly::kImaging, {
-                                                  {kImage, "get_UsePalette", image_entry<&get_use_palette>()},
-                                                  {kImage, "get_Palette", image_entry<&get_palette>()},
-                                                  {kImage, "set_Palette", image_entry<&set_palette_property>()},
-                                                  {kImage, "call_000_SetPalette", image_entry<&put_palette>()},
-                                                  {kRaster, "call_000_Dither", image_entry<&dither>()},
-                                                  {kRaster, "call_001_Dither", image_entry<&dither_with>()},
-                                              });
+using ImageApi = api::Image;
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&get_use_palette, ImageApi::get_UsePalette>(),
+    behavior<&get_palette, ImageApi::get_Palette>(),
+    behavior<&set_palette_property, ImageApi::set_Palette>(),
+    behavior<&put_palette, ImageApi::call_000_SetPalette>(),
+    behavior<&dither, RasterImageApi::call_000_Dither>(),
+    behavior<&dither_with, RasterImageApi::call_001_Dither>(),
+});
 
 }  // namespace
 

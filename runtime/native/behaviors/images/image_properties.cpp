@@ -1,8 +1,9 @@
 // What an image tells of itself, and the properties that need no pixels to be worked on.
 #include <cmath>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
@@ -82,28 +83,28 @@ float image_opacity(ImageObject& self) {
     return static_cast<float>(self.picture().opacity());
 }
 
-constexpr const char* kSupporter = "Zelmor.Imaging.DataStreamSupporter";
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kSupporter, "call_000_CacheData", image_entry<&cache_data>()},
-                              {kSupporter, "get_IsCached", image_entry<&is_cached>()},
-                              {kImage, "get_Width", image_entry<&width>()},
-                              {kImage, "get_Height", image_entry<&height>()},
-                              {kImage, "get_Size", image_entry<&size>()},
-                              {kImage, "get_Bounds", image_entry<&bounds>()},
-                              {kImage, "get_BitsPerPixel", image_entry<&bits_per_pixel>()},
-                              {kImage, "get_FileFormat", image_entry<&file_format>()},
-                              {kImage, "get_Container", image_entry<&container>()},
-                              {kRaster, "get_HorizontalResolution", image_entry<&horizontal_resolution>()},
-                              {kRaster, "set_HorizontalResolution", image_entry<&set_horizontal_resolution>()},
-                              {kRaster, "get_VerticalResolution", image_entry<&vertical_resolution>()},
-                              {kRaster, "set_VerticalResolution", image_entry<&set_vertical_resolution>()},
-                              {kRaster, "call_000_SetResolution", image_entry<&set_resolution>()},
-                              {kRaster, "get_HasAlpha", image_entry<&has_alpha>()},
-                              {kRaster, "get_ImageOpacity", image_entry<&image_opacity>()},
-                          });
+using DataStreamSupporterApi = api::DataStreamSupporter;
+using ImageApi = api::Image;
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&cache_data, DataStreamSupporterApi::call_000_CacheData>(),
+    behavior<&is_cached, DataStreamSupporterApi::get_IsCached>(),
+    behavior<&width, ImageApi::get_Width>(),
+    behavior<&height, ImageApi::get_Height>(),
+    behavior<&size, ImageApi::get_Size>(),
+    behavior<&bounds, ImageApi::get_Bounds>(),
+    behavior<&bits_per_pixel, ImageApi::get_BitsPerPixel>(),
+    behavior<&file_format, ImageApi::get_FileFormat>(),
+    behavior<&container, ImageApi::get_Container>(),
+    behavior<&horizontal_resolution, RasterImageApi::get_HorizontalResolution>(),
+    behavior<&set_horizontal_resolution, RasterImageApi::set_HorizontalResolution>(),
+    behavior<&vertical_resolution, RasterImageApi::get_VerticalResolution>(),
+    behavior<&set_vertical_resolution, RasterImageApi::set_VerticalResolution>(),
+    behavior<&set_resolution, RasterImageApi::call_000_SetResolution>(),
+    behavior<&has_alpha, RasterImageApi::get_HasAlpha>(),
+    behavior<&image_opacity, RasterImageApi::get_ImageOpacity>(),
+});
 
 }  // namespace
 

@@ -1,7 +1,8 @@
 // Loading images, and what can be said of a file without decoding it.
 #include "runtime/native/behaviors/images/loading.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/picture_source.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
@@ -168,28 +169,20 @@ FileFormat get_file_format_of_stream(const VariantArg* stream) {
     return file_format_of(facts_ahead(read_stream(stream)));
 }
 
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kImage, "call_000_Load", image_entry<&load_path_with_options>()},
-                              {kImage, "call_001_Load", image_entry<&load_path>()},
-                              {kImage, "call_002_Load", image_entry<&load_stream_with_options>()},
-                              {kImage, "call_003_Load", image_entry<&load_stream>()},
-                              {kImage, "call_000_LoadWithOptions", image_entry<&load_path_with_options>()},
-                              {kImage, "call_000_LoadStreamWithOptions", image_entry<&load_stream_with_options>()},
-                              {kImage, "call_000_LoadStream", image_entry<&load_stream>()},
-                              {kImage, "call_000_CanLoad", image_entry<&can_load_path>()},
-                              {kImage, "call_001_CanLoad", image_entry<&can_load_path_with_options>()},
-                              {kImage, "call_002_CanLoad", image_entry<&can_load_stream>()},
-                              {kImage, "call_003_CanLoad", image_entry<&can_load_stream_with_options>()},
-                              {kImage, "call_000_CanLoadWithOptions", image_entry<&can_load_path_with_options>()},
-                              {kImage, "call_000_CanLoadStream", image_entry<&can_load_stream>()},
-                              {kImage, "call_000_CanLoadStreamWithOptions",
-                               image_entry<&can_load_stream_with_options>()},
-                              {kImage, "call_000_GetFileFormat", image_entry<&get_file_format>()},
-                              {kImage, "call_001_GetFileFormat", image_entry<&get_file_format_of_stream>()},
-                              {kImage, "call_000_GetFileFormatOfStream", image_entry<&get_file_format_of_stream>()},
-                          });
+using ImageApi = api::Image;
+
+const BehaviorTable table({
+    behavior<&load_path_with_options, ImageApi::call_000_Load, ImageApi::call_000_LoadWithOptions>(),
+    behavior<&load_path, ImageApi::call_001_Load>(),
+    behavior<&load_stream_with_options, ImageApi::call_002_Load, ImageApi::call_000_LoadStreamWithOptions>(),
+    behavior<&load_stream, ImageApi::call_003_Load, ImageApi::call_000_LoadStream>(),
+    behavior<&can_load_path, ImageApi::call_000_CanLoad>(),
+    behavior<&can_load_path_with_options, ImageApi::call_001_CanLoad, ImageApi::call_000_CanLoadWithOptions>(),
+    behavior<&can_load_stream, ImageApi::call_002_CanLoad, ImageApi::call_000_CanLoadStream>(),
+    behavior<&can_load_stream_with_options, ImageApi::call_003_CanLoad, ImageApi::call_000_CanLoadStreamWithOptions>(),
+    behavior<&get_file_format, ImageApi::call_000_GetFileFormat>(),
+    behavior<&get_file_format_of_stream, ImageApi::call_001_GetFileFormat, ImageApi::call_000_GetFileFormatOfStream>(),
+});
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 // Pages of any image that can have several, and the making of an image from others.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/frames.h"
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -105,15 +106,15 @@ Ref<ImageObject> create_from_images(const VariantArg* images) {
     return create_from_images_disposing(images, false);
 }
 
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-constexpr const char* kMultipage = "Zelmor.Imaging.RasterCachedMultipageImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kImage, "call_001_Create", image_entry<&create_from_images>()},
-                              {kImage, "call_002_Create", image_entry<&create_from_images_disposing>()},
-                              {kMultipage, "get_PageCount", image_entry<&page_count>()},
-                              {kMultipage, "get_Pages", image_entry<&pages>()},
-                          });
+using ImageApi = api::Image;
+using RasterCachedMultipageImageApi = api::RasterCachedMultipageImage;
+
+const BehaviorTable table({
+    behavior<&create_from_images, ImageApi::call_001_Create>(),
+    behavior<&create_from_images_disposing, ImageApi::call_002_Create>(),
+    behavior<&page_count, RasterCachedMultipageImageApi::get_PageCount>(),
+    behavior<&pages, RasterCachedMultipageImageApi::get_Pages>(),
+});
 
 }  // namespace
 

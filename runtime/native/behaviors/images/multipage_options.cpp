@@ -1,6 +1,8 @@
 // MultiPageOptions and the ranges of numbers that it takes.
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -160,35 +162,38 @@ void init_pages(Record& self, const VariantArg* ranges) {
     set_property(self, "Mode", kRanges);
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kRange, "ctor_000_IntRange", image_entry<&range_of_count>()},
-                              {kRange, "ctor_001_IntRange", image_entry<&range_of_steps>()},
-                              {kRange, "ctor_002_IntRange", image_entry<&range_of_numbers>()},
-                              {kRange, "call_000_GetRange", image_entry<&get_range>()},
-                              {kRange, "call_000_GetArrayOneItemFromIndex", image_entry<&one_item>()},
-                              {kOptions, "ctor_000_MultiPageOptions", image_entry<&Plain::all>()},
-                              {kOptions, "ctor_001_MultiPageOptions", image_entry<&Plain::by_pages>()},
-                              {kOptions, "ctor_002_MultiPageOptions", image_entry<&Plain::by_pages_area>()},
-                              {kOptions, "ctor_003_MultiPageOptions", image_entry<&Plain::by_titles>()},
-                              {kOptions, "ctor_004_MultiPageOptions", image_entry<&Plain::by_titles_area>()},
-                              {kOptions, "ctor_005_MultiPageOptions", image_entry<&Plain::by_ranges>()},
-                              {kOptions, "ctor_006_MultiPageOptions", image_entry<&Plain::by_ranges_area>()},
-                              {kOptions, "ctor_007_MultiPageOptions", image_entry<&Plain::by_range>()},
-                              {kOptions, "ctor_008_MultiPageOptions", image_entry<&Plain::by_range_area>()},
-                              {kOptions, "ctor_009_MultiPageOptions", image_entry<&Plain::by_page>()},
-                              {kOptions, "ctor_010_MultiPageOptions", image_entry<&Plain::by_page_area>()},
-                              {kOptions, "call_000_InitPages", image_entry<&init_pages>()},
-                              {kDjvuOptions, "ctor_000_DjvuMultiPageOptions", image_entry<&Djvu::all>()},
-                              {kDjvuOptions, "ctor_001_DjvuMultiPageOptions", image_entry<&Djvu::by_pages>()},
-                              {kDjvuOptions, "ctor_002_DjvuMultiPageOptions", image_entry<&Djvu::by_pages_area>()},
-                              {kDjvuOptions, "ctor_003_DjvuMultiPageOptions", image_entry<&Djvu::by_range>()},
-                              {kDjvuOptions, "ctor_004_DjvuMultiPageOptions", image_entry<&Djvu::by_range_area>()},
-                              {kDjvuOptions, "ctor_005_DjvuMultiPageOptions", image_entry<&Djvu::by_ranges>()},
-                              {kDjvuOptions, "ctor_006_DjvuMultiPageOptions", image_entry<&Djvu::by_ranges_area>()},
-                              {kDjvuOptions, "ctor_007_DjvuMultiPageOptions", image_entry<&Djvu::by_page>()},
-                              {kDjvuOptions, "ctor_008_DjvuMultiPageOptions", image_entry<&Djvu::by_page_area>()},
-                          });
+using DjvuMultiPageOptionsApi = api::ImageOptions::DjvuMultiPageOptions;
+using IntRangeApi = api::IntRange;
+using MultiPageOptionsApi = api::ImageOptions::MultiPageOptions;
+
+const BehaviorTable table({
+    behavior<&range_of_count, IntRangeApi::ctor_000_IntRange>(),
+    behavior<&range_of_steps, IntRangeApi::ctor_001_IntRange>(),
+    behavior<&range_of_numbers, IntRangeApi::ctor_002_IntRange>(),
+    behavior<&get_range, IntRangeApi::call_000_GetRange>(),
+    behavior<&one_item, IntRangeApi::call_000_GetArrayOneItemFromIndex>(),
+    behavior<&Plain::all, MultiPageOptionsApi::ctor_000_MultiPageOptions>(),
+    behavior<&Plain::by_pages, MultiPageOptionsApi::ctor_001_MultiPageOptions>(),
+    behavior<&Plain::by_pages_area, MultiPageOptionsApi::ctor_002_MultiPageOptions>(),
+    behavior<&Plain::by_titles, MultiPageOptionsApi::ctor_003_MultiPageOptions>(),
+    behavior<&Plain::by_titles_area, MultiPageOptionsApi::ctor_004_MultiPageOptions>(),
+    behavior<&Plain::by_ranges, MultiPageOptionsApi::ctor_005_MultiPageOptions>(),
+    behavior<&Plain::by_ranges_area, MultiPageOptionsApi::ctor_006_MultiPageOptions>(),
+    behavior<&Plain::by_range, MultiPageOptionsApi::ctor_007_MultiPageOptions>(),
+    behavior<&Plain::by_range_area, MultiPageOptionsApi::ctor_008_MultiPageOptions>(),
+    behavior<&Plain::by_page, MultiPageOptionsApi::ctor_009_MultiPageOptions>(),
+    behavior<&Plain::by_page_area, MultiPageOptionsApi::ctor_010_MultiPageOptions>(),
+    behavior<&init_pages, MultiPageOptionsApi::call_000_InitPages>(),
+    behavior<&Djvu::all, DjvuMultiPageOptionsApi::ctor_000_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_pages, DjvuMultiPageOptionsApi::ctor_001_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_pages_area, DjvuMultiPageOptionsApi::ctor_002_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_range, DjvuMultiPageOptionsApi::ctor_003_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_range_area, DjvuMultiPageOptionsApi::ctor_004_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_ranges, DjvuMultiPageOptionsApi::ctor_005_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_ranges_area, DjvuMultiPageOptionsApi::ctor_006_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_page, DjvuMultiPageOptionsApi::ctor_007_DjvuMultiPageOptions>(),
+    behavior<&Djvu::by_page_area, DjvuMultiPageOptionsApi::ctor_008_DjvuMultiPageOptions>(),
+});
 
 }  // namespace
 

@@ -1,7 +1,9 @@
 // The options that an image's file was saved with, as an object of the managed API.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/frames.h"
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -120,14 +122,13 @@ Ref<ManagedObject> get_default_options(ImageObject& self, const VariantArg* args
     return original_options(self);
 }
 
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-constexpr const char* kTiffFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kTiffFrame, "get_FrameOptions", image_entry<&original_options>()},
-                              {kImage, "call_000_GetOriginalOptions", image_entry<&original_options>()},
-                              {kImage, "call_000_GetDefaultOptions", image_entry<&get_default_options>()},
-                          });
+using ImageApi = api::Image;
+using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
+
+const BehaviorTable table({
+    behavior<&original_options, TiffFrameApi::get_FrameOptions, ImageApi::call_000_GetOriginalOptions>(),
+    behavior<&get_default_options, ImageApi::call_000_GetDefaultOptions>(),
+});
 
 }  // namespace
 

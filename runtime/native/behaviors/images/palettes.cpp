@@ -1,10 +1,11 @@
 // ColorPalette, and the palettes that ColorPaletteHelper makes.
 #include "runtime/native/behaviors/images/palettes.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
@@ -278,44 +279,44 @@ bool has_transparent_colors(const VariantArg* palette) {
 }
 
 constexpr const char* kPalette = "Zelmor.Imaging.ColorPalette";
-constexpr const char* kHelper = "Zelmor.Imaging.ColorPaletteHelper";
 const FactoryRegistration factory(kPalette,
                                   [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<PaletteObject>()); });
-const BehaviorTable table(
-    Assembly::kImaging,
-    {
-        {kPalette, "ctor_000_ColorPalette", image_entry<&from_integers_compact>()},
-        {kPalette, "ctor_001_ColorPalette", image_entry<&from_integers>()},
-        {kPalette, "ctor_002_ColorPalette", image_entry<&from_colors_compact>()},
-        {kPalette, "ctor_003_ColorPalette", image_entry<&from_colors>()},
-        {kPalette, "call_000_CopyPalette", image_entry<&copy_palette_compact>()},
-        {kPalette, "call_001_CopyPalette", image_entry<&copy_palette>()},
-        {kPalette, "call_000_GetNearestColorIndex", image_entry<&nearest_argb_index>()},
-        {kPalette, "call_001_GetNearestColorIndex", image_entry<&nearest_color_index>()},
-        {kPalette, "call_000_GetNearestArgbIndex", image_entry<&nearest_argb_index>()},
-        {kPalette, "call_000_GetArgb32Color", image_entry<&argb_32_color>()},
-        {kPalette, "call_000_GetColor", image_entry<&color>()},
-        {kPalette, "get_EntriesCount", image_entry<&entries_count>()},
-        {kPalette, "get_Argb32Entries", image_entry<&argb_32_entries>()},
-        {kPalette, "get_Entries", image_entry<&entries>()},
-        {kPalette, "get_IsCompactPalette", image_entry<&is_compact_palette>()},
-        {kHelper, "call_000_CreateMonochrome", image_entry<&create_monochrome>()},
-        {kHelper, "call_000_Create4Bit", image_entry<&create_4_bit>()},
-        {kHelper, "call_000_Create8Bit", image_entry<&create_8_bit>()},
-        {kHelper, "call_000_Create4BitGrayscale", image_entry<&create_4_bit_grayscale>()},
-        {kHelper, "call_000_Create8BitGrayscale", image_entry<&create_8_bit_grayscale>()},
-        {kHelper, "call_000_GetCloseImagePalette", image_entry<&close_palette>()},
-        {kHelper, "call_001_GetCloseImagePalette", image_entry<&close_palette_by_method>()},
-        {kHelper, "call_002_GetCloseImagePalette", image_entry<&close_palette_by_rect>()},
-        {kHelper, "call_003_GetCloseImagePalette", image_entry<&close_palette_by_rect_own>()},
-        {kHelper, "call_004_GetCloseImagePalette", image_entry<&close_palette_blended>()},
-        {kHelper, "call_005_GetCloseImagePalette", image_entry<&close_palette_kept>()},
-        {kHelper, "call_000_GetCloseTransparentImagePalette", image_entry<&close_transparent_palette>()},
-        {kHelper, "call_000_GetCloseImagePaletteByMethod", image_entry<&close_palette_by_method>()},
-        {kHelper, "call_000_GetCloseImagePaletteByRect", image_entry<&close_palette_by_rect>()},
-        {kHelper, "call_000_GetUniformColorPalette", image_entry<&uniform_palette>()},
-        {kHelper, "call_000_HasTransparentColors", image_entry<&has_transparent_colors>()},
-    });
+using ColorPaletteApi = api::ColorPalette;
+using ColorPaletteHelperApi = api::ColorPaletteHelper;
+
+const BehaviorTable table({
+    behavior<&from_integers_compact, ColorPaletteApi::ctor_000_ColorPalette>(),
+    behavior<&from_integers, ColorPaletteApi::ctor_001_ColorPalette>(),
+    behavior<&from_colors_compact, ColorPaletteApi::ctor_002_ColorPalette>(),
+    behavior<&from_colors, ColorPaletteApi::ctor_003_ColorPalette>(),
+    behavior<&copy_palette_compact, ColorPaletteApi::call_000_CopyPalette>(),
+    behavior<&copy_palette, ColorPaletteApi::call_001_CopyPalette>(),
+    behavior<&nearest_argb_index, ColorPaletteApi::call_000_GetNearestColorIndex,
+             ColorPaletteApi::call_000_GetNearestArgbIndex>(),
+    behavior<&nearest_color_index, ColorPaletteApi::call_001_GetNearestColorIndex>(),
+    behavior<&argb_32_color, ColorPaletteApi::call_000_GetArgb32Color>(),
+    behavior<&color, ColorPaletteApi::call_000_GetColor>(),
+    behavior<&entries_count, ColorPaletteApi::get_EntriesCount>(),
+    behavior<&argb_32_entries, ColorPaletteApi::get_Argb32Entries>(),
+    behavior<&entries, ColorPaletteApi::get_Entries>(),
+    behavior<&is_compact_palette, ColorPaletteApi::get_IsCompactPalette>(),
+    behavior<&create_monochrome, ColorPaletteHelperApi::call_000_CreateMonochrome>(),
+    behavior<&create_4_bit, ColorPaletteHelperApi::call_000_Create4Bit>(),
+    behavior<&create_8_bit, ColorPaletteHelperApi::call_000_Create8Bit>(),
+    behavior<&create_4_bit_grayscale, ColorPaletteHelperApi::call_000_Create4BitGrayscale>(),
+    behavior<&create_8_bit_grayscale, ColorPaletteHelperApi::call_000_Create8BitGrayscale>(),
+    behavior<&close_palette, ColorPaletteHelperApi::call_000_GetCloseImagePalette>(),
+    behavior<&close_palette_by_method, ColorPaletteHelperApi::call_001_GetCloseImagePalette,
+             ColorPaletteHelperApi::call_000_GetCloseImagePaletteByMethod>(),
+    behavior<&close_palette_by_rect, ColorPaletteHelperApi::call_002_GetCloseImagePalette,
+             ColorPaletteHelperApi::call_000_GetCloseImagePaletteByRect>(),
+    behavior<&close_palette_by_rect_own, ColorPaletteHelperApi::call_003_GetCloseImagePalette>(),
+    behavior<&close_palette_blended, ColorPaletteHelperApi::call_004_GetCloseImagePalette>(),
+    behavior<&close_palette_kept, ColorPaletteHelperApi::call_005_GetCloseImagePalette>(),
+    behavior<&close_transparent_palette, ColorPaletteHelperApi::call_000_GetCloseTransparentImagePalette>(),
+    behavior<&uniform_palette, ColorPaletteHelperApi::call_000_GetUniformColorPalette>(),
+    behavior<&has_transparent_colors, ColorPaletteHelperApi::call_000_HasTransparentColors>(),
+});
 
 }  // namespace
 

@@ -1,9 +1,10 @@
 // Loading pixels in parts.
 #include "runtime/native/behaviors/images/partial_loads.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/pixel_blocks.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
@@ -98,15 +99,15 @@ void load_partial_pixels(ImageObject& self, const RectangleValue& desired_rectan
     }
 }
 
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kRaster, "call_000_LoadPartialArgb32Pixels", image_entry<&load_partial_argb_32>()},
-                              {kRaster, "call_000_GetDefaultPixels", image_entry<&load_partial_argb_32>()},
-                              {kRaster, "call_000_LoadPartialArgb64Pixels", image_entry<&load_partial_argb_64>()},
-                              {kRaster, "call_000_LoadArgb64Pixels", image_entry<&load_argb_64>()},
-                              {kRaster, "call_000_LoadPartialPixels", image_entry<&load_partial_pixels>()},
-                          });
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&load_partial_argb_32, RasterImageApi::call_000_LoadPartialArgb32Pixels,
+             RasterImageApi::call_000_GetDefaultPixels>(),
+    behavior<&load_partial_argb_64, RasterImageApi::call_000_LoadPartialArgb64Pixels>(),
+    behavior<&load_argb_64, RasterImageApi::call_000_LoadArgb64Pixels>(),
+    behavior<&load_partial_pixels, RasterImageApi::call_000_LoadPartialPixels>(),
+});
 
 }  // namespace
 

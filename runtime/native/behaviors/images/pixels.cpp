@@ -1,11 +1,12 @@
 // Single pixels, blocks and lines of pixels, and the replacing of colors.
 //
 // With premultiply_components set, pixels are shown and taken with their colors already multiplied by their alpha.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/pixel_blocks.h"
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
@@ -205,33 +206,31 @@ void replace_non_transparent_colors(ImageObject& self, const ColorValue& new_col
     self.change([&](imagework::Picture& picture) { picture.replace_rgb(new_color.argb); });
 }
 
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(
-    Assembly::kImaging,
-    {
-        {kRaster, "call_000_GetArgb32Pixel", image_entry<&get_argb_32_pixel>()},
-        {kRaster, "call_000_GetPixel", image_entry<&get_pixel>()},
-        {kRaster, "call_000_SetArgb32Pixel", image_entry<&set_argb_32_pixel>()},
-        {kRaster, "call_000_SetPixel", image_entry<&set_pixel>()},
-        {kRaster, "call_000_LoadArgb32Pixels", image_entry<&load_argb_32_pixels>()},
-        {kRaster, "call_000_GetDefaultArgb32Pixels", image_entry<&load_argb_32_pixels>()},
-        {kRaster, "call_000_LoadPixels", image_entry<&load_pixels>()},
-        {kRaster, "call_000_SaveArgb32Pixels", image_entry<&save_argb_32_pixels>()},
-        {kRaster, "call_000_SavePixels", image_entry<&save_pixels>()},
-        {kRaster, "call_000_ReadArgb32ScanLine", image_entry<&read_argb_32_scan_line>()},
-        {kRaster, "call_000_ReadScanLine", image_entry<&read_scan_line>()},
-        {kRaster, "call_000_WriteArgb32ScanLine", image_entry<&write_argb_32_scan_line>()},
-        {kRaster, "call_000_WriteScanLine", image_entry<&write_scan_line>()},
-        {kRaster, "call_000_LoadCmyk32Pixels", image_entry<&load_cmyk_32_pixels>()},
-        {kRaster, "call_000_LoadCmykPixels", image_entry<&load_cmyk_pixels>()},
-        {kRaster, "call_000_SaveCmyk32Pixels", image_entry<&save_cmyk_32_pixels>()},
-        {kRaster, "call_000_SaveCmykPixels", image_entry<&save_cmyk_pixels>()},
-        {kRaster, "call_000_ReplaceColor", image_entry<&replace_color>()},
-        {kRaster, "call_001_ReplaceColor", image_entry<&replace_argb>()},
-        {kRaster, "call_000_ReplaceArgb", image_entry<&replace_argb>()},
-        {kRaster, "call_000_ReplaceNonTransparentColors", image_entry<&replace_non_transparent_colors>()},
-        {kRaster, "call_001_ReplaceNonTransparentColors", image_entry<&replace_non_transparent_argb>()},
-    });
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&get_argb_32_pixel, RasterImageApi::call_000_GetArgb32Pixel>(),
+    behavior<&get_pixel, RasterImageApi::call_000_GetPixel>(),
+    behavior<&set_argb_32_pixel, RasterImageApi::call_000_SetArgb32Pixel>(),
+    behavior<&set_pixel, RasterImageApi::call_000_SetPixel>(),
+    behavior<&load_argb_32_pixels, RasterImageApi::call_000_LoadArgb32Pixels,
+             RasterImageApi::call_000_GetDefaultArgb32Pixels>(),
+    behavior<&load_pixels, RasterImageApi::call_000_LoadPixels>(),
+    behavior<&save_argb_32_pixels, RasterImageApi::call_000_SaveArgb32Pixels>(),
+    behavior<&save_pixels, RasterImageApi::call_000_SavePixels>(),
+    behavior<&read_argb_32_scan_line, RasterImageApi::call_000_ReadArgb32ScanLine>(),
+    behavior<&read_scan_line, RasterImageApi::call_000_ReadScanLine>(),
+    behavior<&write_argb_32_scan_line, RasterImageApi::call_000_WriteArgb32ScanLine>(),
+    behavior<&write_scan_line, RasterImageApi::call_000_WriteScanLine>(),
+    behavior<&load_cmyk_32_pixels, RasterImageApi::call_000_LoadCmyk32Pixels>(),
+    behavior<&load_cmyk_pixels, RasterImageApi::call_000_LoadCmykPixels>(),
+    behavior<&save_cmyk_32_pixels, RasterImageApi::call_000_SaveCmyk32Pixels>(),
+    behavior<&save_cmyk_pixels, RasterImageApi::call_000_SaveCmykPixels>(),
+    behavior<&replace_color, RasterImageApi::call_000_ReplaceColor>(),
+    behavior<&replace_argb, RasterImageApi::call_001_ReplaceColor, RasterImageApi::call_000_ReplaceArgb>(),
+    behavior<&replace_non_transparent_colors, RasterImageApi::call_000_ReplaceNonTransparentColors>(),
+    behavior<&replace_non_transparent_argb, RasterImageApi::call_001_ReplaceNonTransparentColors>(),
+});
 
 }  // namespace
 

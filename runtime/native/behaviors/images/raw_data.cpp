@@ -5,11 +5,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/colors/pixel_data_format.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/palettes.h"
 #include "runtime/native/behaviors/images/partial_loads.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/pixel_blocks.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/core/managed_exception.h"
@@ -446,18 +447,18 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
     write_block(self, rect_of(rectangle), std::move(pixels));
 }
 
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kRaster, "get_IsRawDataAvailable", image_entry<&is_raw_data_available>()},
-                              {kRaster, "get_RawDataSettings", image_entry<&own_settings>()},
-                              {kRaster, "get_RawDataFormat", image_entry<&own_format>()},
-                              {kRaster, "get_RawLineSize", image_entry<&raw_line_size>()},
-                              {kRaster, "call_000_GetDefaultRawData", image_entry<&load_default_raw_data>()},
-                              {kRaster, "call_001_GetDefaultRawData", image_entry<&get_default_raw_data>()},
-                              {kRaster, "call_000_LoadRawData", image_entry<&load_raw_data>()},
-                              {kRaster, "call_000_SaveRawData", image_entry<&save_raw_data>()},
-                          });
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&is_raw_data_available, RasterImageApi::get_IsRawDataAvailable>(),
+    behavior<&own_settings, RasterImageApi::get_RawDataSettings>(),
+    behavior<&own_format, RasterImageApi::get_RawDataFormat>(),
+    behavior<&raw_line_size, RasterImageApi::get_RawLineSize>(),
+    behavior<&load_default_raw_data, RasterImageApi::call_000_GetDefaultRawData>(),
+    behavior<&get_default_raw_data, RasterImageApi::call_001_GetDefaultRawData>(),
+    behavior<&load_raw_data, RasterImageApi::call_000_LoadRawData>(),
+    behavior<&save_raw_data, RasterImageApi::call_000_SaveRawData>(),
+});
 
 }  // namespace
 

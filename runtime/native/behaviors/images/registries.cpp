@@ -3,13 +3,14 @@
 // Descriptors are objects of this runtime behind the interfaces of the API. Each stands for one format; a user can take
 // it out of its registry and put it in again.
 #include "runtime/native/behaviors/images/registries.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 
 #include "runtime/native/behaviors/images/creating.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/picture_source.h"
 #include "runtime/native/behaviors/images/saving.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
@@ -297,54 +298,56 @@ Ref<ImageObject> create(WorkerObject&, StreamContainerObject* stream_container, 
     return image;
 }
 
-#define ZELMOR_ROOT "Zelmor.Imaging."
-constexpr const char* kLoaders = ZELMOR_ROOT "ImageLoadersRegistry";
-constexpr const char* kExporters = ZELMOR_ROOT "ImageExportersRegistry";
-constexpr const char* kCreators = ZELMOR_ROOT "ImageCreatorsRegistry";
-constexpr const char* kLoaderDescriptor = ZELMOR_ROOT "IImageLoaderDescriptor";
-constexpr const char* kExporterDescriptor = ZELMOR_ROOT "IImageExporterDescriptor";
-constexpr const char* kCreatorDescriptor = ZELMOR_ROOT "IImageCreatorDescriptor";
 constexpr Trade kLoad = Trade::kLoading, kExport = Trade::kExporting, kCreate = Trade::kCreating;
 
-const BehaviorTable table(
-    Assembly::kImaging,
-    {
-        {kLoaders, "getsa_RegisteredDescriptors", image_entry<&registered_descriptors<kLoad>>()},
-        {kLoaders, "getsa_RegisteredFormats", image_entry<&registered_formats<kLoad>>()},
-        {kLoaders, "call_000_Register", image_entry<&register_one<kLoad>>()},
-        {kLoaders, "call_000_RegisterLoader", image_entry<&register_one<kLoad>>()},
-        {kLoaders, "call_000_UnregisterLoader", image_entry<&unregister_one<kLoad>>()},
-        {kLoaders, "call_000_GetFirstSupportedDescriptorByTypeName", image_entry<&loader_by_name>()},
-        {kLoaders, "call_000_GetFirstSupportedDescriptorByFileFormat", image_entry<&loader_by_format>()},
-        {kLoaders, "call_000_GetFirstSupportedDescriptor", image_entry<&first_loader_descriptor>()},
-        {kLoaders, "call_000_CreateFirstSupportedLoader", image_entry<&first_loader>()},
-        {kLoaderDescriptor, "call_000_CanLoad", image_entry<&can_load>()},
-        {kLoaderDescriptor, "call_000_CreateInstance", image_entry<&create_instance<kLoad>>()},
-        {ZELMOR_ROOT "IImageLoader", "call_000_Load", image_entry<&load>()},
-        {kExporters, "getsa_RegisteredExporterDescriptors", image_entry<&registered_descriptors<kExport>>()},
-        {kExporters, "getsa_RegisteredFormats", image_entry<&registered_formats<kExport>>()},
-        {kExporters, "call_000_Register", image_entry<&register_one<kExport>>()},
-        {kExporters, "call_000_RegisterExporter", image_entry<&register_one<kExport>>()},
-        {kExporters, "call_000_UnregisterExporter", image_entry<&unregister_one<kExport>>()},
-        {kExporters, "call_000_GetFirstSupportedDescriptor", image_entry<&first_exporter_descriptor>()},
-        {kExporters, "call_000_CreateFirstSupportedExporter", image_entry<&first_exporter>()},
-        {kExporterDescriptor, "call_000_CanExport", image_entry<&can_export>()},
-        {kExporterDescriptor, "call_000_CreateInstance", image_entry<&create_instance<kExport>>()},
-        {ZELMOR_ROOT "IImageExporter", "call_000_Export", image_entry<&export_all>()},
-        {ZELMOR_ROOT "IImageExporter", "call_001_Export", image_entry<&export_bounds>()},
-        {kCreators, "getsa_RegisteredDescriptors", image_entry<&registered_descriptors<kCreate>>()},
-        {kCreators, "getsa_RegisteredFormats", image_entry<&registered_formats<kCreate>>()},
-        {kCreators, "call_000_Register", image_entry<&register_one<kCreate>>()},
-        {kCreators, "call_000_RegisterCreator", image_entry<&register_one<kCreate>>()},
-        {kCreators, "call_000_UnregisterCreator", image_entry<&unregister_one<kCreate>>()},
-        {kCreators, "call_000_GetFirstSupportedDescriptor", image_entry<&first_creator_descriptor>()},
-        {kCreators, "call_000_CreateFirstSupportedCreator", image_entry<&first_creator>()},
-        {kCreatorDescriptor, "call_000_CanCreate", image_entry<&can_create>()},
-        {kCreatorDescriptor, "call_000_CreateInstance", image_entry<&create_instance<kCreate>>()},
-        {ZELMOR_ROOT "IImageCreator", "call_000_Create", image_entry<&create>()},
-        {ZELMOR_ROOT "IImageDescriptor", "get_SupportedFormat", image_entry<&supported_format>()},
-    });
-#undef ZELMOR_ROOT
+using IImageCreatorApi = api::IImageCreator;
+using IImageCreatorDescriptorApi = api::IImageCreatorDescriptor;
+using IImageDescriptorApi = api::IImageDescriptor;
+using IImageExporterApi = api::IImageExporter;
+using IImageExporterDescriptorApi = api::IImageExporterDescriptor;
+using IImageLoaderApi = api::IImageLoader;
+using IImageLoaderDescriptorApi = api::IImageLoaderDescriptor;
+using ImageCreatorsRegistryApi = api::ImageCreatorsRegistry;
+using ImageExportersRegistryApi = api::ImageExportersRegistry;
+using ImageLoadersRegistryApi = api::ImageLoadersRegistry;
+
+const BehaviorTable table({
+    behavior<&registered_descriptors<kLoad>, ImageLoadersRegistryApi::getsa_RegisteredDescriptors>(),
+    behavior<&registered_formats<kLoad>, ImageLoadersRegistryApi::getsa_RegisteredFormats>(),
+    behavior<&register_one<kLoad>, ImageLoadersRegistryApi::call_000_Register,
+             ImageLoadersRegistryApi::call_000_RegisterLoader>(),
+    behavior<&unregister_one<kLoad>, ImageLoadersRegistryApi::call_000_UnregisterLoader>(),
+    behavior<&loader_by_name, ImageLoadersRegistryApi::call_000_GetFirstSupportedDescriptorByTypeName>(),
+    behavior<&loader_by_format, ImageLoadersRegistryApi::call_000_GetFirstSupportedDescriptorByFileFormat>(),
+    behavior<&first_loader_descriptor, ImageLoadersRegistryApi::call_000_GetFirstSupportedDescriptor>(),
+    behavior<&first_loader, ImageLoadersRegistryApi::call_000_CreateFirstSupportedLoader>(),
+    behavior<&can_load, IImageLoaderDescriptorApi::call_000_CanLoad>(),
+    behavior<&create_instance<kLoad>, IImageLoaderDescriptorApi::call_000_CreateInstance>(),
+    behavior<&load, IImageLoaderApi::call_000_Load>(),
+    behavior<&registered_descriptors<kExport>, ImageExportersRegistryApi::getsa_RegisteredExporterDescriptors>(),
+    behavior<&registered_formats<kExport>, ImageExportersRegistryApi::getsa_RegisteredFormats>(),
+    behavior<&register_one<kExport>, ImageExportersRegistryApi::call_000_Register,
+             ImageExportersRegistryApi::call_000_RegisterExporter>(),
+    behavior<&unregister_one<kExport>, ImageExportersRegistryApi::call_000_UnregisterExporter>(),
+    behavior<&first_exporter_descriptor, ImageExportersRegistryApi::call_000_GetFirstSupportedDescriptor>(),
+    behavior<&first_exporter, ImageExportersRegistryApi::call_000_CreateFirstSupportedExporter>(),
+    behavior<&can_export, IImageExporterDescriptorApi::call_000_CanExport>(),
+    behavior<&create_instance<kExport>, IImageExporterDescriptorApi::call_000_CreateInstance>(),
+    behavior<&export_all, IImageExporterApi::call_000_Export>(),
+    behavior<&export_bounds, IImageExporterApi::call_001_Export>(),
+    behavior<&registered_descriptors<kCreate>, ImageCreatorsRegistryApi::getsa_RegisteredDescriptors>(),
+    behavior<&registered_formats<kCreate>, ImageCreatorsRegistryApi::getsa_RegisteredFormats>(),
+    behavior<&register_one<kCreate>, ImageCreatorsRegistryApi::call_000_Register,
+             ImageCreatorsRegistryApi::call_000_RegisterCreator>(),
+    behavior<&unregister_one<kCreate>, ImageCreatorsRegistryApi::call_000_UnregisterCreator>(),
+    behavior<&first_creator_descriptor, ImageCreatorsRegistryApi::call_000_GetFirstSupportedDescriptor>(),
+    behavior<&first_creator, ImageCreatorsRegistryApi::call_000_CreateFirstSupportedCreator>(),
+    behavior<&can_create, IImageCreatorDescriptorApi::call_000_CanCreate>(),
+    behavior<&create_instance<kCreate>, IImageCreatorDescriptorApi::call_000_CreateInstance>(),
+    behavior<&create, IImageCreatorApi::call_000_Create>(),
+    behavior<&supported_format, IImageDescriptorApi::get_SupportedFormat>(),
+});
+#undef "Zelmor.Imaging."
 
 }  // namespace
 

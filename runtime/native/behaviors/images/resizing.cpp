@@ -5,8 +5,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -194,29 +197,25 @@ void resize_proportional(ImageObject& self, int32_t new_width, int32_t new_heigh
     }
 }
 
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-constexpr const char* kGif = "Zelmor.Imaging.FileFormats.Gif.GifImage";
-constexpr const char* kTiff = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
-const BehaviorTable table(
-    Assembly::kImaging,
-    {
-        {kGif, "call_000_ResizeProportional", image_entry<&resize_proportional>()},
-        {kGif, "call_000_ResizeFullFrame", image_entry<&resize_proportional>()},
-        {kTiff, "call_000_ResizeProportional", image_entry<&resize_proportional>()},
-        {kImage, "call_000_Resize", image_entry<&resize>()},
-        {kImage, "call_001_Resize", image_entry<&resize_by_type>()},
-        {kImage, "call_002_Resize", image_entry<&resize_by_settings>()},
-        {kImage, "call_000_ResizeByType", image_entry<&resize_by_type>()},
-        {kImage, "call_000_ResizeBySettings", image_entry<&resize_by_settings>()},
-        {kImage, "call_000_ResizeWidthProportionally", image_entry<&resize_width>()},
-        {kImage, "call_001_ResizeWidthProportionally", image_entry<&resize_width_proportionally>()},
-        {kImage, "call_002_ResizeWidthProportionally", image_entry<&resize_width_by_settings>()},
-        {kImage, "call_000_ResizeWidthProportionallySettings", image_entry<&resize_width_by_settings>()},
-        {kImage, "call_000_ResizeHeightProportionally", image_entry<&resize_height>()},
-        {kImage, "call_001_ResizeHeightProportionally", image_entry<&resize_height_proportionally>()},
-        {kImage, "call_002_ResizeHeightProportionally", image_entry<&resize_height_by_settings>()},
-        {kImage, "call_000_ResizeHeightProportionallySettings", image_entry<&resize_height_by_settings>()},
-    });
+using GifImageApi = api::FileFormats::Gif::GifImage;
+using ImageApi = api::Image;
+using TiffImageApi = api::FileFormats::Tiff::TiffImage;
+
+const BehaviorTable table({
+    behavior<&resize_proportional, GifImageApi::call_000_ResizeProportional, GifImageApi::call_000_ResizeFullFrame,
+             TiffImageApi::call_000_ResizeProportional>(),
+    behavior<&resize, ImageApi::call_000_Resize>(),
+    behavior<&resize_by_type, ImageApi::call_001_Resize, ImageApi::call_000_ResizeByType>(),
+    behavior<&resize_by_settings, ImageApi::call_002_Resize, ImageApi::call_000_ResizeBySettings>(),
+    behavior<&resize_width, ImageApi::call_000_ResizeWidthProportionally>(),
+    behavior<&resize_width_proportionally, ImageApi::call_001_ResizeWidthProportionally>(),
+    behavior<&resize_width_by_settings, ImageApi::call_002_ResizeWidthProportionally,
+             ImageApi::call_000_ResizeWidthProportionallySettings>(),
+    behavior<&resize_height, ImageApi::call_000_ResizeHeightProportionally>(),
+    behavior<&resize_height_proportionally, ImageApi::call_001_ResizeHeightProportionally>(),
+    behavior<&resize_height_by_settings, ImageApi::call_002_ResizeHeightProportionally,
+             ImageApi::call_000_ResizeHeightProportionallySettings>(),
+});
 
 }  // namespace
 

@@ -4,10 +4,11 @@
 // image that keeps its format keeps the settings that its file had. Formats that hold several pictures get all frames,
 // unless the options choose some. Everything is encoded before the target is touched.
 #include "runtime/native/behaviors/images/saving.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/page_selection.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/core/files.h"
@@ -245,28 +246,20 @@ bool can_save(ImageObject& self, Record* options) {
     return request.format != Format::kUnknown && is_registered(Trade::kExporting, written_format(request));
 }
 
-constexpr const char* kSupporter = "Zelmor.Imaging.DataStreamSupporter";
-constexpr const char* kImage = "Zelmor.Imaging.Image";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kSupporter, "call_000_Save", image_entry<&save>()},
-                              {kSupporter, "call_001_Save", image_entry<&save_stream>()},
-                              {kSupporter, "call_002_Save", image_entry<&save_path>()},
-                              {kSupporter, "call_003_Save", image_entry<&save_path_over_write>()},
-                              {kSupporter, "call_000_SaveToStream", image_entry<&save_stream>()},
-                              {kImage, "call_000_Save", image_entry<&save>()},
-                              {kImage, "call_001_Save", image_entry<&save_path>()},
-                              {kImage, "call_002_Save", image_entry<&save_path_options>()},
-                              {kImage, "call_003_Save", image_entry<&save_path_options_bounds>()},
-                              {kImage, "call_004_Save", image_entry<&save_stream_options>()},
-                              {kImage, "call_005_Save", image_entry<&save_stream_options_bounds>()},
-                              {kImage, "call_000_SaveWithOptions", image_entry<&save_path_options>()},
-                              {kImage, "call_000_SaveWithOptionsRect", image_entry<&save_path_options_bounds>()},
-                              {kImage, "call_000_SaveToStreamWithOptions", image_entry<&save_stream_options>()},
-                              {kImage, "call_000_SaveToStreamWithOptionsRect",
-                               image_entry<&save_stream_options_bounds>()},
-                              {kImage, "call_000_CanSave", image_entry<&can_save>()},
-                          });
+using DataStreamSupporterApi = api::DataStreamSupporter;
+using ImageApi = api::Image;
+
+const BehaviorTable table({
+    behavior<&save, DataStreamSupporterApi::call_000_Save, ImageApi::call_000_Save>(),
+    behavior<&save_stream, DataStreamSupporterApi::call_001_Save, DataStreamSupporterApi::call_000_SaveToStream>(),
+    behavior<&save_path, DataStreamSupporterApi::call_002_Save, ImageApi::call_001_Save>(),
+    behavior<&save_path_over_write, DataStreamSupporterApi::call_003_Save>(),
+    behavior<&save_path_options, ImageApi::call_002_Save, ImageApi::call_000_SaveWithOptions>(),
+    behavior<&save_path_options_bounds, ImageApi::call_003_Save, ImageApi::call_000_SaveWithOptionsRect>(),
+    behavior<&save_stream_options, ImageApi::call_004_Save, ImageApi::call_000_SaveToStreamWithOptions>(),
+    behavior<&save_stream_options_bounds, ImageApi::call_005_Save, ImageApi::call_000_SaveToStreamWithOptionsRect>(),
+    behavior<&can_save, ImageApi::call_000_CanSave>(),
+});
 
 }  // namespace
 

@@ -1,8 +1,10 @@
 // TiffImage and its frames. Each frame keeps the options that its page is written with.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.BigTiff.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/frames.h"
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
@@ -252,39 +254,39 @@ void set_byte_order(ImageObject& self, int32_t value) {
     }
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kFrame, "ctor_000_TiffFrame", image_entry<&frame_of_stream>()},
-                              {kFrame, "ctor_001_TiffFrame", image_entry<&frame_of_stream_with_options>()},
-                              {kFrame, "ctor_002_TiffFrame", image_entry<&frame_of_path>()},
-                              {kFrame, "ctor_003_TiffFrame", image_entry<&frame_of_path_with_options>()},
-                              {kFrame, "ctor_004_TiffFrame", image_entry<&frame_of_image>()},
-                              {kFrame, "ctor_005_TiffFrame", image_entry<&frame_of_image_with_options>()},
-                              {kFrame, "ctor_006_TiffFrame", image_entry<&empty_frame>()},
-                              {kFrame, "call_000_CopyFrame", image_entry<&copy_frame>()},
-                              {kFrame, "call_000_CreateFrameFrom", image_entry<&create_frame_from>()},
-                              {kFrame, "call_000_AlignResolutions", image_entry<&align_resolutions>()},
-                              {kImage, "ctor_000_TiffImage", image_entry<&image_with_frame>()},
-                              {kImage, "ctor_001_TiffImage", image_entry<&image_with_frames>()},
-                              {kBigImage, "ctor_000_BigTiffImage", image_entry<&big_image_with_frame>()},
-                              {kBigImage, "ctor_001_BigTiffImage", image_entry<&big_image_with_frames>()},
-                              {kImage, "get_Frames", image_entry<&frames>()},
-                              {kImage, "get_ActiveFrame", image_entry<&active_frame>()},
-                              {kImage, "set_ActiveFrame", image_entry<&set_active_frame>()},
-                              {kImage, "get_ByteOrder", image_entry<&byte_order>()},
-                              {kImage, "set_ByteOrder", image_entry<&set_byte_order>()},
-                              {kImage, "call_000_AddFrame", image_entry<&add_frame>()},
-                              {kImage, "call_000_AddFrames", image_entry<&add_frames>()},
-                              {kImage, "call_000_Add", image_entry<&add_image>()},
-                              {kImage, "call_000_AddPage", image_entry<&add_page>()},
-                              {kBigImage, "call_000_AddPage", image_entry<&add_page>()},
-                              {kImage, "call_000_InsertFrame", image_entry<&insert_frame>()},
-                              {kImage, "call_000_RemoveFrame", image_entry<&remove_frame_at>()},
-                              {kImage, "call_001_RemoveFrame", image_entry<&remove_frame>()},
-                              {kImage, "call_000_RemoveFrameByIndex", image_entry<&remove_frame_at>()},
-                              {kImage, "call_000_ReplaceFrame", image_entry<&replace_frame>()},
-                              {kImage, "call_000_AlignResolutions", image_entry<&align_resolutions>()},
-                          });
+using BigTiffImageApi = api::FileFormats::BigTiff::BigTiffImage;
+using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
+using TiffImageApi = api::FileFormats::Tiff::TiffImage;
+
+const BehaviorTable table({
+    behavior<&frame_of_stream, TiffFrameApi::ctor_000_TiffFrame>(),
+    behavior<&frame_of_stream_with_options, TiffFrameApi::ctor_001_TiffFrame>(),
+    behavior<&frame_of_path, TiffFrameApi::ctor_002_TiffFrame>(),
+    behavior<&frame_of_path_with_options, TiffFrameApi::ctor_003_TiffFrame>(),
+    behavior<&frame_of_image, TiffFrameApi::ctor_004_TiffFrame>(),
+    behavior<&frame_of_image_with_options, TiffFrameApi::ctor_005_TiffFrame>(),
+    behavior<&empty_frame, TiffFrameApi::ctor_006_TiffFrame>(),
+    behavior<&copy_frame, TiffFrameApi::call_000_CopyFrame>(),
+    behavior<&create_frame_from, TiffFrameApi::call_000_CreateFrameFrom>(),
+    behavior<&align_resolutions, TiffFrameApi::call_000_AlignResolutions, TiffImageApi::call_000_AlignResolutions>(),
+    behavior<&image_with_frame, TiffImageApi::ctor_000_TiffImage>(),
+    behavior<&image_with_frames, TiffImageApi::ctor_001_TiffImage>(),
+    behavior<&big_image_with_frame, BigTiffImageApi::ctor_000_BigTiffImage>(),
+    behavior<&big_image_with_frames, BigTiffImageApi::ctor_001_BigTiffImage>(),
+    behavior<&frames, TiffImageApi::get_Frames>(),
+    behavior<&active_frame, TiffImageApi::get_ActiveFrame>(),
+    behavior<&set_active_frame, TiffImageApi::set_ActiveFrame>(),
+    behavior<&byte_order, TiffImageApi::get_ByteOrder>(),
+    behavior<&set_byte_order, TiffImageApi::set_ByteOrder>(),
+    behavior<&add_frame, TiffImageApi::call_000_AddFrame>(),
+    behavior<&add_frames, TiffImageApi::call_000_AddFrames>(),
+    behavior<&add_image, TiffImageApi::call_000_Add>(),
+    behavior<&add_page, TiffImageApi::call_000_AddPage, BigTiffImageApi::call_000_AddPage>(),
+    behavior<&insert_frame, TiffImageApi::call_000_InsertFrame>(),
+    behavior<&remove_frame_at, TiffImageApi::call_000_RemoveFrame, TiffImageApi::call_000_RemoveFrameByIndex>(),
+    behavior<&remove_frame, TiffImageApi::call_001_RemoveFrame>(),
+    behavior<&replace_frame, TiffImageApi::call_000_ReplaceFrame>(),
+});
 
 }  // namespace
 

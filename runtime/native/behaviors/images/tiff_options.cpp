@@ -1,6 +1,7 @@
 // Constructors of TiffOptions and BigTiffOptions by the format that is expected of the file.
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -92,16 +93,18 @@ bool is_tiled(Record& self) {
     return property_int(self, "TileWidth") > 0 && property_int(self, "TileLength") > 0;
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kTiff, "ctor_000_TiffOptions", image_entry<&tiff_with_order>()},
-                              {kTiff, "ctor_001_TiffOptions", image_entry<&tiff>()},
-                              {kTiff, "get_SamplesPerPixel", image_entry<&samples_per_pixel>()},
-                              {kTiff, "get_BitsPerPixel", image_entry<&bits_per_pixel>()},
-                              {kTiff, "get_IsTiled", image_entry<&is_tiled>()},
-                              {kBigTiff, "ctor_000_BigTiffOptions", image_entry<&big_tiff>()},
-                              {kBigTiff, "ctor_003_BigTiffOptions", image_entry<&big_tiff_with_order>()},
-                          });
+using BigTiffOptionsApi = api::ImageOptions::BigTiffOptions;
+using TiffOptionsApi = api::ImageOptions::TiffOptions;
+
+const BehaviorTable table({
+    behavior<&tiff_with_order, TiffOptionsApi::ctor_000_TiffOptions>(),
+    behavior<&tiff, TiffOptionsApi::ctor_001_TiffOptions>(),
+    behavior<&samples_per_pixel, TiffOptionsApi::get_SamplesPerPixel>(),
+    behavior<&bits_per_pixel, TiffOptionsApi::get_BitsPerPixel>(),
+    behavior<&is_tiled, TiffOptionsApi::get_IsTiled>(),
+    behavior<&big_tiff, BigTiffOptionsApi::ctor_000_BigTiffOptions>(),
+    behavior<&big_tiff_with_order, BigTiffOptionsApi::ctor_003_BigTiffOptions>(),
+});
 
 }  // namespace
 

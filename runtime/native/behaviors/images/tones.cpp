@@ -1,8 +1,9 @@
 // Gray, brightness, contrast, gamma and the ways of making an image black and white.
 #include <cmath>
 
-#include "runtime/native/behaviors/images/image_entry.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
@@ -81,19 +82,19 @@ void binarize_bradley_default_window(ImageObject& self, double brightness_differ
     binarize_bradley(self, brightness_difference, std::max(3, self.picture().width() / 8));
 }
 
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kRaster, "call_000_Grayscale", image_entry<&grayscale>()},
-                              {kRaster, "call_000_AdjustBrightness", image_entry<&adjust_brightness>()},
-                              {kRaster, "call_000_AdjustContrast", image_entry<&adjust_contrast>()},
-                              {kRaster, "call_000_AdjustGamma", image_entry<&adjust_gammas>()},
-                              {kRaster, "call_001_AdjustGamma", image_entry<&adjust_gamma>()},
-                              {kRaster, "call_000_BinarizeFixed", image_entry<&binarize_fixed>()},
-                              {kRaster, "call_000_BinarizeOtsu", image_entry<&binarize_otsu>()},
-                              {kRaster, "call_000_BinarizeBradley", image_entry<&binarize_bradley_default_window>()},
-                              {kRaster, "call_001_BinarizeBradley", image_entry<&binarize_bradley>()},
-                          });
+using RasterImageApi = api::RasterImage;
+
+const BehaviorTable table({
+    behavior<&grayscale, RasterImageApi::call_000_Grayscale>(),
+    behavior<&adjust_brightness, RasterImageApi::call_000_AdjustBrightness>(),
+    behavior<&adjust_contrast, RasterImageApi::call_000_AdjustContrast>(),
+    behavior<&adjust_gammas, RasterImageApi::call_000_AdjustGamma>(),
+    behavior<&adjust_gamma, RasterImageApi::call_001_AdjustGamma>(),
+    behavior<&binarize_fixed, RasterImageApi::call_000_BinarizeFixed>(),
+    behavior<&binarize_otsu, RasterImageApi::call_000_BinarizeOtsu>(),
+    behavior<&binarize_bradley_default_window, RasterImageApi::call_000_BinarizeBradley>(),
+    behavior<&binarize_bradley, RasterImageApi::call_001_BinarizeBradley>(),
+});
 
 }  // namespace
 

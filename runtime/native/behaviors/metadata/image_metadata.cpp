@@ -1,12 +1,16 @@
 // Metadata of images: read when asked for, written when saved; see image_metadata.h.
 #include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "generated/runtime/Zelmor.Imaging.Exif.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "runtime/native/behaviors/images/image_entry.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_option_tags.h"
@@ -287,23 +291,23 @@ ExifToWrite exif_to_write(const Record& image, const ImageMetadata* metadata, co
     return result;
 }
 
-constexpr const char* kRaster = "Zelmor.Imaging.RasterImage";
 constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
 constexpr const char* kTiff = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
-constexpr const char* kFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kRaster, "get_XmpData", entry<&get_xmp>()},
-                              {kRaster, "set_XmpData", entry<&set_xmp>()},
-                              {kJpeg, "get_ExifData", entry<&get_exif<true>>()},
-                              {kJpeg, "set_ExifData", entry<&set_exif>()},
-                              {ExifObject::kJpegName, "get_Thumbnail", image_entry<&get_thumbnail>()},
-                              {ExifObject::kJpegName, "set_Thumbnail", image_entry<&set_thumbnail>()},
-                              {kTiff, "get_ExifData", entry<&get_exif<false>>()},
-                              {kTiff, "set_ExifData", entry<&set_exif>()},
-                              {kFrame, "get_ExifData", entry<&get_exif<false>>()},
-                              {kFrame, "set_ExifData", entry<&set_exif>()},
-                          });
+using JpegExifDataApi = api::Exif::JpegExifData;
+using JpegImageApi = api::FileFormats::Jpeg::JpegImage;
+using RasterImageApi = api::RasterImage;
+using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
+using TiffImageApi = api::FileFormats::Tiff::TiffImage;
+
+const BehaviorTable table({
+    behavior<&get_xmp, RasterImageApi::get_XmpData>(),
+    behavior<&set_xmp, RasterImageApi::set_XmpData>(),
+    behavior<&get_exif<true>, JpegImageApi::get_ExifData>(),
+    behavior<&set_exif, JpegImageApi::set_ExifData, TiffImageApi::set_ExifData, TiffFrameApi::set_ExifData>(),
+    behavior<&get_thumbnail, JpegExifDataApi::get_Thumbnail>(),
+    behavior<&set_thumbnail, JpegExifDataApi::set_Thumbnail>(),
+    behavior<&get_exif<false>, TiffImageApi::get_ExifData, TiffFrameApi::get_ExifData>(),
+});
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 // Cache: the settings of a cache that this runtime does not keep, so that nothing is ever allocated by it. Decoded
 // pictures belong to their images.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/entry.h"
 
 namespace zelmor::embed {
@@ -21,12 +22,12 @@ void set_defaults() {
     }
 }
 
-const Behavior kMembers[] = {
-    {kCache, "call_000_SetDefaults", entry<&set_defaults>()},
-    {kCache, "getsa_AllocatedDiskBytesCount", entry<&nothing_allocated>()},
-    {kCache, "getsa_AllocatedMemoryBytesCount", entry<&nothing_allocated>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CacheApi = api::Cache;
+
+const BehaviorTable table({
+    behavior<&set_defaults, CacheApi::call_000_SetDefaults>(),
+    behavior<&nothing_allocated, CacheApi::getsa_AllocatedDiskBytesCount, CacheApi::getsa_AllocatedMemoryBytesCount>(),
+});
 
 }  // namespace
 

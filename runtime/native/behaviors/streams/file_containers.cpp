@@ -1,6 +1,7 @@
 // FileStreamContainer: how it comes to be, and what becomes of its file; the rest is that of StreamContainer.
 #include <unistd.h>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/files.h"
@@ -27,12 +28,13 @@ void set_is_temporal(StreamContainerObject& self, bool is_temporal) {
     self.temporary_path = is_temporal && path ? file_path_of(path, "file_path") : std::string();
 }
 
-const Behavior kMembers[] = {
-    {kFile, "call_000_CreateFileStream", entry<&create_file_stream>()},
-    {kFile, "call_000_OpenFileStream", entry<&open_file>()},
-    {kFile, "set_IsTemporal", entry<&set_is_temporal>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using FileStreamContainerApi = api::FileStreamContainer;
+
+const BehaviorTable table({
+    behavior<&create_file_stream, FileStreamContainerApi::call_000_CreateFileStream>(),
+    behavior<&open_file, FileStreamContainerApi::call_000_OpenFileStream>(),
+    behavior<&set_is_temporal, FileStreamContainerApi::set_IsTemporal>(),
+});
 
 }  // namespace
 

@@ -1,4 +1,5 @@
 // The sources: where a new image is written. Each gives a container over a file or a stream when it is asked.
+#include "generated/runtime/Zelmor.Imaging.Sources.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/files.h"
@@ -62,18 +63,21 @@ Ref<StreamContainerObject> opened_container(Record& self) {
     return make_file_container(property_string(self, "FilePath"), "file_path", false, false);
 }
 
-const Behavior kMembers[] = {
-    {kStreamSource, "ctor_000_StreamSource", entry<&memory_source>()},
-    {kStreamSource, "ctor_001_StreamSource", entry<&stream_source>()},
-    {kStreamSource, "ctor_002_StreamSource", entry<&make_stream_source>()},
-    {kStreamSource, "call_000_GetStreamContainer", entry<&stream_container>()},
-    {kCreateSource, "ctor_000_FileCreateSource", entry<&create_source>()},
-    {kCreateSource, "ctor_001_FileCreateSource", entry<&create_temporal_source>()},
-    {kCreateSource, "call_000_GetStreamContainer", entry<&created_container>()},
-    {kOpenSource, "ctor_000_FileOpenSource", entry<&open_source>()},
-    {kOpenSource, "call_000_GetStreamContainer", entry<&opened_container>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using FileCreateSourceApi = api::Sources::FileCreateSource;
+using FileOpenSourceApi = api::Sources::FileOpenSource;
+using StreamSourceApi = api::Sources::StreamSource;
+
+const BehaviorTable table({
+    behavior<&memory_source, StreamSourceApi::ctor_000_StreamSource>(),
+    behavior<&stream_source, StreamSourceApi::ctor_001_StreamSource>(),
+    behavior<&make_stream_source, StreamSourceApi::ctor_002_StreamSource>(),
+    behavior<&stream_container, StreamSourceApi::call_000_GetStreamContainer>(),
+    behavior<&create_source, FileCreateSourceApi::ctor_000_FileCreateSource>(),
+    behavior<&create_temporal_source, FileCreateSourceApi::ctor_001_FileCreateSource>(),
+    behavior<&created_container, FileCreateSourceApi::call_000_GetStreamContainer>(),
+    behavior<&open_source, FileOpenSourceApi::ctor_000_FileOpenSource>(),
+    behavior<&opened_container, FileOpenSourceApi::call_000_GetStreamContainer>(),
+});
 
 }  // namespace
 

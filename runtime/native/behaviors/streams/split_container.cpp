@@ -1,6 +1,7 @@
 // SplitStreamContainer: a container whose content other streams can be put into; the rest is that of StreamContainer.
 //
 // It works on its stream itself until the first insertion, and on a joined one from then on.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
 
@@ -30,15 +31,16 @@ void insert(StreamContainerObject& self, int32_t position, StreamContainerObject
     self.insert(position, stream->stream(), dispose_stream);
 }
 
-const Behavior kMembers[] = {
-    {kSplit, "ctor_000_SplitStreamContainer", entry<&split>()},
-    {kSplit, "ctor_001_SplitStreamContainer", entry<&split_owning>()},
-    {kSplit, "ctor_002_SplitStreamContainer", entry<&split_container>()},
-    {kSplit, "call_000_CreateFromStream", entry<&split_owning>()},
-    {kSplit, "call_000_CreateFromStreamContainer", entry<&split_container>()},
-    {kSplit, "call_000_Insert", entry<&insert>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using SplitStreamContainerApi = api::SplitStreamContainer;
+
+const BehaviorTable table({
+    behavior<&split, SplitStreamContainerApi::ctor_000_SplitStreamContainer>(),
+    behavior<&split_owning, SplitStreamContainerApi::ctor_001_SplitStreamContainer,
+             SplitStreamContainerApi::call_000_CreateFromStream>(),
+    behavior<&split_container, SplitStreamContainerApi::ctor_002_SplitStreamContainer,
+             SplitStreamContainerApi::call_000_CreateFromStreamContainer>(),
+    behavior<&insert, SplitStreamContainerApi::call_000_Insert>(),
+});
 
 }  // namespace
 

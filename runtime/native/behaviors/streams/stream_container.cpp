@@ -3,6 +3,7 @@
 // Copies go from the beginning of a stream that can seek, whose position they leave alone, and from where it stands
 // otherwise.
 #include "runtime/native/behaviors/streams/stream_container.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <unistd.h>
 
@@ -316,46 +317,44 @@ int32_t read_write_bytes_count() {
     return kBufferSize;
 }
 
-const Behavior kMembers[] = {
-    {kContainer, "ctor_000_StreamContainer", entry<&construct>()},
-    {kContainer, "ctor_001_StreamContainer", entry<&construct_owning>()},
-    {kContainer, "call_000_Write", entry<&write>()},
-    {kContainer, "call_001_Write", entry<&write_range>()},
-    {kContainer, "call_000_Read", entry<&fill>()},
-    {kContainer, "call_001_Read", entry<&read_range>()},
-    {kContainer, "call_000_ToBytes", entry<&to_bytes>()},
-    {kContainer, "call_001_ToBytes", entry<&range_to_bytes>()},
-    {kContainer, "call_000_Save", entry<&save>()},
-    {kContainer, "call_001_Save", entry<&save_buffered>()},
-    {kContainer, "call_002_Save", entry<&save_part>()},
-    {kContainer, "call_003_Save", entry<&save_file>()},
-    {kContainer, "call_004_Save", entry<&save_file_buffered>()},
-    {kContainer, "call_005_Save", entry<&save_file_length>()},
-    {kContainer, "call_000_WriteTo", entry<&write_to>()},
-    {kContainer, "call_001_WriteTo", entry<&write_part_to>()},
-    {kContainer, "call_000_Flush", entry<&flush>()},
-    {kContainer, "call_000_WriteByte", entry<&write_byte>()},
-    {kContainer, "call_000_ReadByte", entry<&read_byte>()},
-    {kContainer, "call_000_Seek", entry<&seek>()},
-    {kContainer, "call_000_SeekBegin", entry<&seek_begin>()},
-    {kContainer, "call_000_SaveToStream", entry<&save>()},
-    {kContainer, "call_000_SaveToStreamWithBufSize", entry<&save_buffered>()},
-    {kContainer, "call_000_SaveToStreamWithBufSizeAndLen", entry<&save_part>()},
-    {kContainer, "call_000_SaveWithBufSize", entry<&save_file_buffered>()},
-    {kContainer, "call_000_SaveWithBufSizeAndLen", entry<&save_file_length>()},
-    {kContainer, "get_SyncRoot", entry<&sync_root>()},
-    {kContainer, "get_Position", entry<&get_position>()},
-    {kContainer, "set_Position", entry<&set_position>()},
-    {kContainer, "get_Stream", entry<&get_stream>()},
-    {kContainer, "get_IsStreamDisposedOnClose", entry<&is_stream_disposed_on_close>()},
-    {kContainer, "get_Length", entry<&get_length>()},
-    {kContainer, "set_Length", entry<&set_length>()},
-    {kContainer, "get_CanRead", entry<&can_read>()},
-    {kContainer, "get_CanSeek", entry<&can_seek>()},
-    {kContainer, "get_CanWrite", entry<&can_write>()},
-    {kContainer, "getsa_ReadWriteBytesCount", entry<&read_write_bytes_count>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using StreamContainerApi = api::StreamContainer;
+
+const BehaviorTable table({
+    behavior<&construct, StreamContainerApi::ctor_000_StreamContainer>(),
+    behavior<&construct_owning, StreamContainerApi::ctor_001_StreamContainer>(),
+    behavior<&write, StreamContainerApi::call_000_Write>(),
+    behavior<&write_range, StreamContainerApi::call_001_Write>(),
+    behavior<&fill, StreamContainerApi::call_000_Read>(),
+    behavior<&read_range, StreamContainerApi::call_001_Read>(),
+    behavior<&to_bytes, StreamContainerApi::call_000_ToBytes>(),
+    behavior<&range_to_bytes, StreamContainerApi::call_001_ToBytes>(),
+    behavior<&save, StreamContainerApi::call_000_Save, StreamContainerApi::call_000_SaveToStream>(),
+    behavior<&save_buffered, StreamContainerApi::call_001_Save, StreamContainerApi::call_000_SaveToStreamWithBufSize>(),
+    behavior<&save_part, StreamContainerApi::call_002_Save,
+             StreamContainerApi::call_000_SaveToStreamWithBufSizeAndLen>(),
+    behavior<&save_file, StreamContainerApi::call_003_Save>(),
+    behavior<&save_file_buffered, StreamContainerApi::call_004_Save, StreamContainerApi::call_000_SaveWithBufSize>(),
+    behavior<&save_file_length, StreamContainerApi::call_005_Save,
+             StreamContainerApi::call_000_SaveWithBufSizeAndLen>(),
+    behavior<&write_to, StreamContainerApi::call_000_WriteTo>(),
+    behavior<&write_part_to, StreamContainerApi::call_001_WriteTo>(),
+    behavior<&flush, StreamContainerApi::call_000_Flush>(),
+    behavior<&write_byte, StreamContainerApi::call_000_WriteByte>(),
+    behavior<&read_byte, StreamContainerApi::call_000_ReadByte>(),
+    behavior<&seek, StreamContainerApi::call_000_Seek>(),
+    behavior<&seek_begin, StreamContainerApi::call_000_SeekBegin>(),
+    behavior<&sync_root, StreamContainerApi::get_SyncRoot>(),
+    behavior<&get_position, StreamContainerApi::get_Position>(),
+    behavior<&set_position, StreamContainerApi::set_Position>(),
+    behavior<&get_stream, StreamContainerApi::get_Stream>(),
+    behavior<&is_stream_disposed_on_close, StreamContainerApi::get_IsStreamDisposedOnClose>(),
+    behavior<&get_length, StreamContainerApi::get_Length>(),
+    behavior<&set_length, StreamContainerApi::set_Length>(),
+    behavior<&can_read, StreamContainerApi::get_CanRead>(),
+    behavior<&can_seek, StreamContainerApi::get_CanSeek>(),
+    behavior<&can_write, StreamContainerApi::get_CanWrite>(),
+    behavior<&read_write_bytes_count, StreamContainerApi::getsa_ReadWriteBytesCount>(),
+});
 
 const FactoryRegistration factory(kContainer, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<StreamContainerObject>(type);

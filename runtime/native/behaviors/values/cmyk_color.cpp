@@ -3,6 +3,7 @@
 // Conversions through ICC profiles are image work and not here.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/behaviors/values/rounding.h"
 
@@ -127,26 +128,23 @@ bool is_empty(CmykValue& self) {
 }
 
 constexpr const char* kCmykColor = "Zelmor.Imaging.CmykColor";
-const Behavior kMembers[] = {
-    {kCmykColor, "ctor_000_CmykColor", entry<&empty>()},
-    {kCmykColor, "call_000_ToCmyk", entry<&from_argb_array>()},
-    {kCmykColor, "call_001_ToCmyk", entry<&from_argb>()},
-    {kCmykColor, "call_000_ToColor", entry<&to_colors>()},
-    {kCmykColor, "call_001_ToColor", entry<&to_color>()},
-    {kCmykColor, "call_000_FromParams", entry<&from_params>()},
-    {kCmykColor, "call_000_ToCmykColors", entry<&from_argb_array>()},
-    {kCmykColor, "call_000_ToColors", entry<&to_colors>()},
-    {kCmykColor, "call_000_ToArgb32", entry<&to_argb_array>()},
-    {kCmykColor, "call_000_ToCmykColor", entry<&from_argb>()},
-    {kCmykColor, "call_000_ToValue", entry<&to_value>()},
-    {kCmykColor, "get_C", entry<&get_c>()},
-    {kCmykColor, "get_M", entry<&get_m>()},
-    {kCmykColor, "get_Y", entry<&get_y>()},
-    {kCmykColor, "get_K", entry<&get_k>()},
-    {kCmykColor, "get_IsEmpty", entry<&is_empty>()},
-    {kCmykColor, "getsa_Empty", entry<&empty>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CmykColorApi = api::CmykColor;
+
+const BehaviorTable table({
+    behavior<&empty, CmykColorApi::ctor_000_CmykColor, CmykColorApi::getsa_Empty>(),
+    behavior<&from_argb_array, CmykColorApi::call_000_ToCmyk, CmykColorApi::call_000_ToCmykColors>(),
+    behavior<&from_argb, CmykColorApi::call_001_ToCmyk, CmykColorApi::call_000_ToCmykColor>(),
+    behavior<&to_colors, CmykColorApi::call_000_ToColor, CmykColorApi::call_000_ToColors>(),
+    behavior<&to_color, CmykColorApi::call_001_ToColor>(),
+    behavior<&from_params, CmykColorApi::call_000_FromParams>(),
+    behavior<&to_argb_array, CmykColorApi::call_000_ToArgb32>(),
+    behavior<&to_value, CmykColorApi::call_000_ToValue>(),
+    behavior<&get_c, CmykColorApi::get_C>(),
+    behavior<&get_m, CmykColorApi::get_M>(),
+    behavior<&get_y, CmykColorApi::get_Y>(),
+    behavior<&get_k, CmykColorApi::get_K>(),
+    behavior<&is_empty, CmykColorApi::get_IsEmpty>(),
+});
 
 const FactoryRegistration factory(kCmykColor, [](const TypeInfo&) { return box(CmykValue()); });
 

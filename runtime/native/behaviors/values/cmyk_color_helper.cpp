@@ -1,4 +1,5 @@
 // CmykColorHelper: CMYK colors packed into 32-bit numbers, without profiles.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 
 namespace zelmor::embed {
@@ -97,29 +98,24 @@ int32_t from_components(int32_t cyan, int32_t magenta, int32_t yellow, int32_t b
                         cmyk_component(yellow, "yellow"), cmyk_component(black, "black")});
 }
 
-constexpr const char* kHelper = "Zelmor.Imaging.CmykColorHelper";
-const Behavior kMembers[] = {
-    {kHelper, "call_000_ToCmyk", entry<&from_argb_array>()},
-    {kHelper, "call_001_ToCmyk", entry<&from_argb>()},
-    {kHelper, "call_002_ToCmyk", entry<&from_color>()},
-    {kHelper, "call_003_ToCmyk", entry<&from_color_array>()},
-    {kHelper, "call_000_ToArgb", entry<&to_color_array>()},
-    {kHelper, "call_001_ToArgb", entry<&to_color>()},
-    {kHelper, "call_000_GetC", entry<&get_c>()},
-    {kHelper, "call_000_GetM", entry<&get_m>()},
-    {kHelper, "call_000_GetY", entry<&get_y>()},
-    {kHelper, "call_000_GetK", entry<&get_k>()},
-    {kHelper, "call_000_FromComponents", entry<&from_components>()},
-    {kHelper, "call_000_ToCmykArray", entry<&from_argb_array>()},
-    {kHelper, "call_000_ToCmykBytes", entry<&to_cmyk_bytes>()},
-    {kHelper, "call_000_ToCmykaBytes", entry<&to_cmyka_bytes>()},
-    {kHelper, "call_000_ToCmykColor", entry<&from_color>()},
-    {kHelper, "call_000_ToCmykColors", entry<&from_color_array>()},
-    {kHelper, "call_000_ToArgbColors", entry<&to_color_array>()},
-    {kHelper, "call_000_ToArgbColor", entry<&to_color>()},
-    {kHelper, "call_000_ToArgb32", entry<&to_argb_array>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using CmykColorHelperApi = api::CmykColorHelper;
+
+const BehaviorTable table({
+    behavior<&from_argb_array, CmykColorHelperApi::call_000_ToCmyk, CmykColorHelperApi::call_000_ToCmykArray>(),
+    behavior<&from_argb, CmykColorHelperApi::call_001_ToCmyk>(),
+    behavior<&from_color, CmykColorHelperApi::call_002_ToCmyk, CmykColorHelperApi::call_000_ToCmykColor>(),
+    behavior<&from_color_array, CmykColorHelperApi::call_003_ToCmyk, CmykColorHelperApi::call_000_ToCmykColors>(),
+    behavior<&to_color_array, CmykColorHelperApi::call_000_ToArgb, CmykColorHelperApi::call_000_ToArgbColors>(),
+    behavior<&to_color, CmykColorHelperApi::call_001_ToArgb, CmykColorHelperApi::call_000_ToArgbColor>(),
+    behavior<&get_c, CmykColorHelperApi::call_000_GetC>(),
+    behavior<&get_m, CmykColorHelperApi::call_000_GetM>(),
+    behavior<&get_y, CmykColorHelperApi::call_000_GetY>(),
+    behavior<&get_k, CmykColorHelperApi::call_000_GetK>(),
+    behavior<&from_components, CmykColorHelperApi::call_000_FromComponents>(),
+    behavior<&to_cmyk_bytes, CmykColorHelperApi::call_000_ToCmykBytes>(),
+    behavior<&to_cmyka_bytes, CmykColorHelperApi::call_000_ToCmykaBytes>(),
+    behavior<&to_argb_array, CmykColorHelperApi::call_000_ToArgb32>(),
+});
 
 }  // namespace
 

@@ -1,4 +1,5 @@
 // Color: members, text and hash, the named colors among its static properties.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/entry.h"
 
 #include <strings.h>
@@ -174,34 +175,32 @@ constexpr std::array<EntryPoint, sizeof...(kIndices)> named_entries(std::index_s
 }
 
 constexpr const char* kColor = "Zelmor.Imaging.Color";
-const Behavior kMembers[] = {
-    {kColor, "ctor_000_Color", entry<&empty>()},
-    {kColor, "call_000_FromArgb", entry<&from_argb>()},
-    {kColor, "call_001_FromArgb", entry<&from_components>()},
-    {kColor, "call_002_FromArgb", entry<&from_alpha>()},
-    {kColor, "call_003_FromArgb", entry<&from_rgb>()},
-    {kColor, "call_000_ToCmyk", entry<&to_cmyk_array>()},
-    {kColor, "call_001_ToCmyk", entry<&to_cmyk>()},
-    {kColor, "call_000_FromKnownColor", entry<&from_known_color>()},
-    {kColor, "call_000_FromName", entry<&from_name>()},
-    {kColor, "call_000_ToCmykColors", entry<&to_cmyk_array>()},
-    {kColor, "call_000_ToCmykColor", entry<&to_cmyk>()},
-    {kColor, "call_000_GetBrightness", entry<&get_brightness>()},
-    {kColor, "call_000_GetHue", entry<&get_hue>()},
-    {kColor, "call_000_GetSaturation", entry<&get_saturation>()},
-    {kColor, "call_000_ToArgb", entry<&to_argb>()},
-    {kColor, "call_000_ToKnownColor", entry<&to_known_color>()},
-    {kColor, "get_R", entry<&get_r>()},
-    {kColor, "get_G", entry<&get_g>()},
-    {kColor, "get_B", entry<&get_b>()},
-    {kColor, "get_A", entry<&get_a>()},
-    {kColor, "get_IsKnownColor", entry<&is_known_color>()},
-    {kColor, "get_IsEmpty", entry<&is_empty>()},
-    {kColor, "get_IsNamedColor", entry<&is_named_color>()},
-    {kColor, "get_Name", entry<&get_name>()},
-    {kColor, "getsa_Empty", entry<&empty>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using ColorApi = api::Color;
+
+const BehaviorTable table({
+    behavior<&empty, ColorApi::ctor_000_Color, ColorApi::getsa_Empty>(),
+    behavior<&from_argb, ColorApi::call_000_FromArgb>(),
+    behavior<&from_components, ColorApi::call_001_FromArgb>(),
+    behavior<&from_alpha, ColorApi::call_002_FromArgb>(),
+    behavior<&from_rgb, ColorApi::call_003_FromArgb>(),
+    behavior<&to_cmyk_array, ColorApi::call_000_ToCmyk, ColorApi::call_000_ToCmykColors>(),
+    behavior<&to_cmyk, ColorApi::call_001_ToCmyk, ColorApi::call_000_ToCmykColor>(),
+    behavior<&from_known_color, ColorApi::call_000_FromKnownColor>(),
+    behavior<&from_name, ColorApi::call_000_FromName>(),
+    behavior<&get_brightness, ColorApi::call_000_GetBrightness>(),
+    behavior<&get_hue, ColorApi::call_000_GetHue>(),
+    behavior<&get_saturation, ColorApi::call_000_GetSaturation>(),
+    behavior<&to_argb, ColorApi::call_000_ToArgb>(),
+    behavior<&to_known_color, ColorApi::call_000_ToKnownColor>(),
+    behavior<&get_r, ColorApi::get_R>(),
+    behavior<&get_g, ColorApi::get_G>(),
+    behavior<&get_b, ColorApi::get_B>(),
+    behavior<&get_a, ColorApi::get_A>(),
+    behavior<&is_known_color, ColorApi::get_IsKnownColor>(),
+    behavior<&is_empty, ColorApi::get_IsEmpty>(),
+    behavior<&is_named_color, ColorApi::get_IsNamedColor>(),
+    behavior<&get_name, ColorApi::get_Name>(),
+});
 
 // The static properties of the known colors, one for each name.
 class NamedColorTable {

@@ -1,6 +1,7 @@
 // ColorTranslator: colors as HTML text and as the numbers of OLE and Windows, whose red is the lowest byte.
 #include <charconv>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/known_colors.h"
 #include "runtime/native/core/entry.h"
 
@@ -72,13 +73,14 @@ int32_t to_win32(const ColorValue& c) {
     return c.r() | c.g() << 8 | c.b() << 16;
 }
 
-constexpr const char* kTranslator = "Zelmor.Imaging.ColorTranslator";
-const Behavior kMembers[] = {
-    {kTranslator, "call_000_FromHtml", entry<&from_html>()},   {kTranslator, "call_000_FromOle", entry<&from_win32>()},
-    {kTranslator, "call_000_FromWin32", entry<&from_win32>()}, {kTranslator, "call_000_ToHtml", entry<&to_html>()},
-    {kTranslator, "call_000_ToOle", entry<&to_win32>()},       {kTranslator, "call_000_ToWin32", entry<&to_win32>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using ColorTranslatorApi = api::ColorTranslator;
+
+const BehaviorTable table({
+    behavior<&from_html, ColorTranslatorApi::call_000_FromHtml>(),
+    behavior<&from_win32, ColorTranslatorApi::call_000_FromOle, ColorTranslatorApi::call_000_FromWin32>(),
+    behavior<&to_html, ColorTranslatorApi::call_000_ToHtml>(),
+    behavior<&to_win32, ColorTranslatorApi::call_000_ToOle, ColorTranslatorApi::call_000_ToWin32>(),
+});
 
 }  // namespace
 

@@ -1,4 +1,5 @@
 // Point and PointF: members, text, hash and conversions.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
@@ -85,30 +86,29 @@ void set_y(PointValue& self, int32_t y) {
 }
 
 constexpr const char* kPoint = "Zelmor.Imaging.Point";
-const Behavior kPointMembers[] = {
-    {kPoint, "ctor_000_Point", entry<&from_numbers>()},
-    {kPoint, "ctor_001_Point", entry<&from_size>()},
-    {kPoint, "ctor_002_Point", entry<&from_double_word>()},
-    {kPoint, "ctor_003_Point", entry<&empty>()},
-    {kPoint, "call_000_CreateFromSize", entry<&from_size>()},
-    {kPoint, "call_000_CreateFromDWord", entry<&from_double_word>()},
-    {kPoint, "call_000_Add", entry<&add>()},
-    {kPoint, "call_000_Subtract", entry<&subtract>()},
-    {kPoint, "call_000_Ceiling", entry<&ceiling>()},
-    {kPoint, "call_000_Round", entry<&round>()},
-    {kPoint, "call_000_Truncate", entry<&truncate>()},
-    {kPoint, "call_000_FromLong", entry<&from_long>()},
-    {kPoint, "call_000_Offset", entry<&offset>()},
-    {kPoint, "call_001_Offset", entry<&offset_by>()},
-    {kPoint, "call_000_ToLong", entry<&to_long>()},
-    {kPoint, "get_IsEmpty", entry<&is_empty>()},
-    {kPoint, "get_X", entry<&get_x>()},
-    {kPoint, "set_X", entry<&set_x>()},
-    {kPoint, "get_Y", entry<&get_y>()},
-    {kPoint, "set_Y", entry<&set_y>()},
-    {kPoint, "getsa_Empty", entry<&empty>()},
-};
-const BehaviorTable point_table(Assembly::kImaging, kPointMembers);
+using PointApi = api::Point;
+using PointFApi = api::PointF;
+
+const BehaviorTable point_table({
+    behavior<&from_numbers, PointApi::ctor_000_Point>(),
+    behavior<&from_size, PointApi::ctor_001_Point, PointApi::call_000_CreateFromSize>(),
+    behavior<&from_double_word, PointApi::ctor_002_Point, PointApi::call_000_CreateFromDWord>(),
+    behavior<&empty, PointApi::ctor_003_Point, PointApi::getsa_Empty>(),
+    behavior<&add, PointApi::call_000_Add>(),
+    behavior<&subtract, PointApi::call_000_Subtract>(),
+    behavior<&ceiling, PointApi::call_000_Ceiling>(),
+    behavior<&round, PointApi::call_000_Round>(),
+    behavior<&truncate, PointApi::call_000_Truncate>(),
+    behavior<&from_long, PointApi::call_000_FromLong>(),
+    behavior<&offset, PointApi::call_000_Offset>(),
+    behavior<&offset_by, PointApi::call_001_Offset>(),
+    behavior<&to_long, PointApi::call_000_ToLong>(),
+    behavior<&is_empty, PointApi::get_IsEmpty>(),
+    behavior<&get_x, PointApi::get_X>(),
+    behavior<&set_x, PointApi::set_X>(),
+    behavior<&get_y, PointApi::get_Y>(),
+    behavior<&set_y, PointApi::set_Y>(),
+});
 
 PointFValue f_from_numbers(float x, float y) {
     return {x, y};
@@ -145,25 +145,19 @@ void f_set_y(PointFValue& self, float y) {
 }
 
 constexpr const char* kPointF = "Zelmor.Imaging.PointF";
-const Behavior kPointFMembers[] = {
-    {kPointF, "ctor_000_PointF", entry<&f_from_numbers>()},
-    {kPointF, "ctor_001_PointF", entry<&f_empty>()},
-    {kPointF, "call_000_Add", entry<&f_add>()},
-    {kPointF, "call_001_Add", entry<&f_add_f>()},
-    {kPointF, "call_000_Subtract", entry<&f_subtract>()},
-    {kPointF, "call_001_Subtract", entry<&f_subtract_f>()},
-    {kPointF, "call_000_AddSize", entry<&f_add>()},
-    {kPointF, "call_000_SubtractSize", entry<&f_subtract>()},
-    {kPointF, "call_000_AddSizeF", entry<&f_add_f>()},
-    {kPointF, "call_000_SubtractSizeF", entry<&f_subtract_f>()},
-    {kPointF, "get_IsEmpty", entry<&f_is_empty>()},
-    {kPointF, "get_X", entry<&f_get_x>()},
-    {kPointF, "set_X", entry<&f_set_x>()},
-    {kPointF, "get_Y", entry<&f_get_y>()},
-    {kPointF, "set_Y", entry<&f_set_y>()},
-    {kPointF, "getsa_Empty", entry<&f_empty>()},
-};
-const BehaviorTable point_f_table(Assembly::kImaging, kPointFMembers);
+const BehaviorTable point_f_table({
+    behavior<&f_from_numbers, PointFApi::ctor_000_PointF>(),
+    behavior<&f_empty, PointFApi::ctor_001_PointF, PointFApi::getsa_Empty>(),
+    behavior<&f_add, PointFApi::call_000_Add, PointFApi::call_000_AddSize>(),
+    behavior<&f_add_f, PointFApi::call_001_Add, PointFApi::call_000_AddSizeF>(),
+    behavior<&f_subtract, PointFApi::call_000_Subtract, PointFApi::call_000_SubtractSize>(),
+    behavior<&f_subtract_f, PointFApi::call_001_Subtract, PointFApi::call_000_SubtractSizeF>(),
+    behavior<&f_is_empty, PointFApi::get_IsEmpty>(),
+    behavior<&f_get_x, PointFApi::get_X>(),
+    behavior<&f_set_x, PointFApi::set_X>(),
+    behavior<&f_get_y, PointFApi::get_Y>(),
+    behavior<&f_set_y, PointFApi::set_Y>(),
+});
 
 const FactoryRegistration point_factory(kPoint, [](const TypeInfo&) { return box(PointValue()); });
 const FactoryRegistration point_f_factory(kPointF, [](const TypeInfo&) { return box(PointFValue()); });

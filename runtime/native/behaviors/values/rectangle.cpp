@@ -1,6 +1,7 @@
 // Rectangle: members, text and hash. A rectangle holds its left and top edge, and not its right and bottom one.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
@@ -169,56 +170,50 @@ bool is_empty(RectangleValue& self) {
 }
 
 constexpr const char* kRectangle = "Zelmor.Imaging.Rectangle";
-const Behavior kMembers[] = {
-    {kRectangle, "ctor_000_Rectangle", entry<&from_numbers>()},
-    {kRectangle, "ctor_001_Rectangle", entry<&from_parts>()},
-    {kRectangle, "ctor_002_Rectangle", entry<&empty>()},
-    {kRectangle, "call_000_FromPoints", entry<&from_points>()},
-    {kRectangle, "call_000_Ceiling", entry<&rounded<ceiling_to_int32>>()},
-    {kRectangle, "call_000_Truncate", entry<&rounded<truncate_to_int32>>()},
-    {kRectangle, "call_000_Round", entry<&rounded<round_to_int32>>()},
-    {kRectangle, "call_000_Inflate", entry<&inflated>()},
-    {kRectangle, "call_001_Inflate", entry<&inflate_by>()},
-    {kRectangle, "call_002_Inflate", entry<&inflate>()},
-    {kRectangle, "call_000_Intersect", entry<&intersected>()},
-    {kRectangle, "call_001_Intersect", entry<&intersect>()},
-    {kRectangle, "call_000_InflateRect", entry<&inflated>()},
-    {kRectangle, "call_000_IntersectRects", entry<&intersected>()},
-    {kRectangle, "call_000_Union", entry<&united>()},
-    {kRectangle, "call_000_FromLeftTopRightBottom", entry<&from_edges>()},
-    {kRectangle, "call_000_Contains", entry<&contains_xy>()},
-    {kRectangle, "call_001_Contains", entry<&contains_point>()},
-    {kRectangle, "call_002_Contains", entry<&contains>()},
-    {kRectangle, "call_000_Offset", entry<&offset_by>()},
-    {kRectangle, "call_001_Offset", entry<&offset>()},
-    {kRectangle, "call_000_ContainsPoint", entry<&contains_point>()},
-    {kRectangle, "call_000_ContainsRect", entry<&contains>()},
-    {kRectangle, "call_000_IntersectsWith", entry<&intersects_with>()},
-    {kRectangle, "call_000_Normalize", entry<&normalize>()},
-    {kRectangle, "get_Location", entry<&get_location>()},
-    {kRectangle, "set_Location", entry<&set_location>()},
-    {kRectangle, "get_Size", entry<&get_size>()},
-    {kRectangle, "set_Size", entry<&set_size>()},
-    {kRectangle, "get_X", entry<&get_x>()},
-    {kRectangle, "set_X", entry<&set_x>()},
-    {kRectangle, "get_Y", entry<&get_y>()},
-    {kRectangle, "set_Y", entry<&set_y>()},
-    {kRectangle, "get_Width", entry<&get_width>()},
-    {kRectangle, "set_Width", entry<&set_width>()},
-    {kRectangle, "get_Height", entry<&get_height>()},
-    {kRectangle, "set_Height", entry<&set_height>()},
-    {kRectangle, "get_Left", entry<&get_x>()},
-    {kRectangle, "set_Left", entry<&set_left>()},
-    {kRectangle, "get_Top", entry<&get_y>()},
-    {kRectangle, "set_Top", entry<&set_top>()},
-    {kRectangle, "get_Right", entry<&get_right>()},
-    {kRectangle, "set_Right", entry<&set_right>()},
-    {kRectangle, "get_Bottom", entry<&get_bottom>()},
-    {kRectangle, "set_Bottom", entry<&set_bottom>()},
-    {kRectangle, "get_IsEmpty", entry<&is_empty>()},
-    {kRectangle, "getsa_Empty", entry<&empty>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using RectangleApi = api::Rectangle;
+
+const BehaviorTable table({
+    behavior<&from_numbers, RectangleApi::ctor_000_Rectangle>(),
+    behavior<&from_parts, RectangleApi::ctor_001_Rectangle>(),
+    behavior<&empty, RectangleApi::ctor_002_Rectangle, RectangleApi::getsa_Empty>(),
+    behavior<&from_points, RectangleApi::call_000_FromPoints>(),
+    behavior<&rounded<ceiling_to_int32>, RectangleApi::call_000_Ceiling>(),
+    behavior<&rounded<truncate_to_int32>, RectangleApi::call_000_Truncate>(),
+    behavior<&rounded<round_to_int32>, RectangleApi::call_000_Round>(),
+    behavior<&inflated, RectangleApi::call_000_Inflate, RectangleApi::call_000_InflateRect>(),
+    behavior<&inflate_by, RectangleApi::call_001_Inflate>(),
+    behavior<&inflate, RectangleApi::call_002_Inflate>(),
+    behavior<&intersected, RectangleApi::call_000_Intersect, RectangleApi::call_000_IntersectRects>(),
+    behavior<&intersect, RectangleApi::call_001_Intersect>(),
+    behavior<&united, RectangleApi::call_000_Union>(),
+    behavior<&from_edges, RectangleApi::call_000_FromLeftTopRightBottom>(),
+    behavior<&contains_xy, RectangleApi::call_000_Contains>(),
+    behavior<&contains_point, RectangleApi::call_001_Contains, RectangleApi::call_000_ContainsPoint>(),
+    behavior<&contains, RectangleApi::call_002_Contains, RectangleApi::call_000_ContainsRect>(),
+    behavior<&offset_by, RectangleApi::call_000_Offset>(),
+    behavior<&offset, RectangleApi::call_001_Offset>(),
+    behavior<&intersects_with, RectangleApi::call_000_IntersectsWith>(),
+    behavior<&normalize, RectangleApi::call_000_Normalize>(),
+    behavior<&get_location, RectangleApi::get_Location>(),
+    behavior<&set_location, RectangleApi::set_Location>(),
+    behavior<&get_size, RectangleApi::get_Size>(),
+    behavior<&set_size, RectangleApi::set_Size>(),
+    behavior<&get_x, RectangleApi::get_X, RectangleApi::get_Left>(),
+    behavior<&set_x, RectangleApi::set_X>(),
+    behavior<&get_y, RectangleApi::get_Y, RectangleApi::get_Top>(),
+    behavior<&set_y, RectangleApi::set_Y>(),
+    behavior<&get_width, RectangleApi::get_Width>(),
+    behavior<&set_width, RectangleApi::set_Width>(),
+    behavior<&get_height, RectangleApi::get_Height>(),
+    behavior<&set_height, RectangleApi::set_Height>(),
+    behavior<&set_left, RectangleApi::set_Left>(),
+    behavior<&set_top, RectangleApi::set_Top>(),
+    behavior<&get_right, RectangleApi::get_Right>(),
+    behavior<&set_right, RectangleApi::set_Right>(),
+    behavior<&get_bottom, RectangleApi::get_Bottom>(),
+    behavior<&set_bottom, RectangleApi::set_Bottom>(),
+    behavior<&is_empty, RectangleApi::get_IsEmpty>(),
+});
 
 const FactoryRegistration factory(kRectangle, [](const TypeInfo&) { return box(RectangleValue()); });
 

@@ -1,6 +1,7 @@
 // RectangleF: members, text and hash.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/entry.h"
 
@@ -162,53 +163,47 @@ bool is_empty(RectangleFValue& self) {
 }
 
 constexpr const char* kRectangleF = "Zelmor.Imaging.RectangleF";
-const Behavior kMembers[] = {
-    {kRectangleF, "ctor_000_RectangleF", entry<&from_numbers>()},
-    {kRectangleF, "ctor_001_RectangleF", entry<&from_parts>()},
-    {kRectangleF, "ctor_002_RectangleF", entry<&empty>()},
-    {kRectangleF, "call_000_FromPoints", entry<&from_points>()},
-    {kRectangleF, "call_000_Inflate", entry<&inflated>()},
-    {kRectangleF, "call_001_Inflate", entry<&inflate_by>()},
-    {kRectangleF, "call_002_Inflate", entry<&inflate>()},
-    {kRectangleF, "call_000_Intersect", entry<&intersected>()},
-    {kRectangleF, "call_001_Intersect", entry<&intersect>()},
-    {kRectangleF, "call_000_InflateRect", entry<&inflated>()},
-    {kRectangleF, "call_000_IntersectRects", entry<&intersected>()},
-    {kRectangleF, "call_000_Union", entry<&united>()},
-    {kRectangleF, "call_000_FromLeftTopRightBottom", entry<&from_edges>()},
-    {kRectangleF, "call_000_Contains", entry<&contains_xy>()},
-    {kRectangleF, "call_001_Contains", entry<&contains_point>()},
-    {kRectangleF, "call_002_Contains", entry<&contains>()},
-    {kRectangleF, "call_000_Offset", entry<&offset_by>()},
-    {kRectangleF, "call_001_Offset", entry<&offset>()},
-    {kRectangleF, "call_000_Normalize", entry<&normalize>()},
-    {kRectangleF, "call_000_ContainsPointF", entry<&contains_point>()},
-    {kRectangleF, "call_000_ContainsRectF", entry<&contains>()},
-    {kRectangleF, "call_000_IntersectsWith", entry<&intersects_with>()},
-    {kRectangleF, "get_Location", entry<&get_location>()},
-    {kRectangleF, "set_Location", entry<&set_location>()},
-    {kRectangleF, "get_Size", entry<&get_size>()},
-    {kRectangleF, "set_Size", entry<&set_size>()},
-    {kRectangleF, "get_X", entry<&get_x>()},
-    {kRectangleF, "set_X", entry<&set_x>()},
-    {kRectangleF, "get_Y", entry<&get_y>()},
-    {kRectangleF, "set_Y", entry<&set_y>()},
-    {kRectangleF, "get_Width", entry<&get_width>()},
-    {kRectangleF, "set_Width", entry<&set_width>()},
-    {kRectangleF, "get_Height", entry<&get_height>()},
-    {kRectangleF, "set_Height", entry<&set_height>()},
-    {kRectangleF, "get_Left", entry<&get_x>()},
-    {kRectangleF, "set_Left", entry<&set_left>()},
-    {kRectangleF, "get_Top", entry<&get_y>()},
-    {kRectangleF, "set_Top", entry<&set_top>()},
-    {kRectangleF, "get_Right", entry<&get_right>()},
-    {kRectangleF, "set_Right", entry<&set_right>()},
-    {kRectangleF, "get_Bottom", entry<&get_bottom>()},
-    {kRectangleF, "set_Bottom", entry<&set_bottom>()},
-    {kRectangleF, "get_IsEmpty", entry<&is_empty>()},
-    {kRectangleF, "getsa_Empty", entry<&empty>()},
-};
-const BehaviorTable table(Assembly::kImaging, kMembers);
+using RectangleFApi = api::RectangleF;
+
+const BehaviorTable table({
+    behavior<&from_numbers, RectangleFApi::ctor_000_RectangleF>(),
+    behavior<&from_parts, RectangleFApi::ctor_001_RectangleF>(),
+    behavior<&empty, RectangleFApi::ctor_002_RectangleF, RectangleFApi::getsa_Empty>(),
+    behavior<&from_points, RectangleFApi::call_000_FromPoints>(),
+    behavior<&inflated, RectangleFApi::call_000_Inflate, RectangleFApi::call_000_InflateRect>(),
+    behavior<&inflate_by, RectangleFApi::call_001_Inflate>(),
+    behavior<&inflate, RectangleFApi::call_002_Inflate>(),
+    behavior<&intersected, RectangleFApi::call_000_Intersect, RectangleFApi::call_000_IntersectRects>(),
+    behavior<&intersect, RectangleFApi::call_001_Intersect>(),
+    behavior<&united, RectangleFApi::call_000_Union>(),
+    behavior<&from_edges, RectangleFApi::call_000_FromLeftTopRightBottom>(),
+    behavior<&contains_xy, RectangleFApi::call_000_Contains>(),
+    behavior<&contains_point, RectangleFApi::call_001_Contains, RectangleFApi::call_000_ContainsPointF>(),
+    behavior<&contains, RectangleFApi::call_002_Contains, RectangleFApi::call_000_ContainsRectF>(),
+    behavior<&offset_by, RectangleFApi::call_000_Offset>(),
+    behavior<&offset, RectangleFApi::call_001_Offset>(),
+    behavior<&normalize, RectangleFApi::call_000_Normalize>(),
+    behavior<&intersects_with, RectangleFApi::call_000_IntersectsWith>(),
+    behavior<&get_location, RectangleFApi::get_Location>(),
+    behavior<&set_location, RectangleFApi::set_Location>(),
+    behavior<&get_size, RectangleFApi::get_Size>(),
+    behavior<&set_size, RectangleFApi::set_Size>(),
+    behavior<&get_x, RectangleFApi::get_X, RectangleFApi::get_Left>(),
+    behavior<&set_x, RectangleFApi::set_X>(),
+    behavior<&get_y, RectangleFApi::get_Y, RectangleFApi::get_Top>(),
+    behavior<&set_y, RectangleFApi::set_Y>(),
+    behavior<&get_width, RectangleFApi::get_Width>(),
+    behavior<&set_width, RectangleFApi::set_Width>(),
+    behavior<&get_height, RectangleFApi::get_Height>(),
+    behavior<&set_height, RectangleFApi::set_Height>(),
+    behavior<&set_left, RectangleFApi::set_Left>(),
+    behavior<&set_top, RectangleFApi::set_Top>(),
+    behavior<&get_right, RectangleFApi::get_Right>(),
+    behavior<&set_right, RectangleFApi::set_Right>(),
+    behavior<&get_bottom, RectangleFApi::get_Bottom>(),
+    behavior<&set_bottom, RectangleFApi::set_Bottom>(),
+    behavior<&is_empty, RectangleFApi::get_IsEmpty>(),
+});
 
 const FactoryRegistration factory(kRectangleF, [](const TypeInfo&) { return box(RectangleFValue()); });
 

@@ -1,4 +1,5 @@
 // Size and SizeF: members, text, hash and conversions.
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
@@ -63,16 +64,24 @@ void set_height(SizeValue& self, int32_t height) {
 }
 
 constexpr const char* kSize = "Zelmor.Imaging.Size";
-const Behavior kSizeMembers[] = {
-    {kSize, "ctor_000_Size", entry<&from_point>()},   {kSize, "ctor_001_Size", entry<&from_numbers>()},
-    {kSize, "ctor_002_Size", entry<&empty>()},        {kSize, "call_000_Add", entry<&add>()},
-    {kSize, "call_000_Ceiling", entry<&ceiling>()},   {kSize, "call_000_Subtract", entry<&subtract>()},
-    {kSize, "call_000_Truncate", entry<&truncate>()}, {kSize, "call_000_Round", entry<&round>()},
-    {kSize, "get_IsEmpty", entry<&is_empty>()},       {kSize, "get_Width", entry<&get_width>()},
-    {kSize, "set_Width", entry<&set_width>()},        {kSize, "get_Height", entry<&get_height>()},
-    {kSize, "set_Height", entry<&set_height>()},      {kSize, "getsa_Empty", entry<&empty>()},
-};
-const BehaviorTable size_table(Assembly::kImaging, kSizeMembers);
+using SizeApi = api::Size;
+using SizeFApi = api::SizeF;
+
+const BehaviorTable size_table({
+    behavior<&from_point, SizeApi::ctor_000_Size>(),
+    behavior<&from_numbers, SizeApi::ctor_001_Size>(),
+    behavior<&empty, SizeApi::ctor_002_Size, SizeApi::getsa_Empty>(),
+    behavior<&add, SizeApi::call_000_Add>(),
+    behavior<&ceiling, SizeApi::call_000_Ceiling>(),
+    behavior<&subtract, SizeApi::call_000_Subtract>(),
+    behavior<&truncate, SizeApi::call_000_Truncate>(),
+    behavior<&round, SizeApi::call_000_Round>(),
+    behavior<&is_empty, SizeApi::get_IsEmpty>(),
+    behavior<&get_width, SizeApi::get_Width>(),
+    behavior<&set_width, SizeApi::set_Width>(),
+    behavior<&get_height, SizeApi::get_Height>(),
+    behavior<&set_height, SizeApi::set_Height>(),
+});
 
 SizeFValue f_copy(const SizeFValue& size) {
     return size;
@@ -117,25 +126,21 @@ void f_set_height(SizeFValue& self, float height) {
 }
 
 constexpr const char* kSizeF = "Zelmor.Imaging.SizeF";
-const Behavior kSizeFMembers[] = {
-    {kSizeF, "ctor_000_SizeF", entry<&f_copy>()},
-    {kSizeF, "ctor_001_SizeF", entry<&f_from_point>()},
-    {kSizeF, "ctor_002_SizeF", entry<&f_from_numbers>()},
-    {kSizeF, "ctor_003_SizeF", entry<&f_empty>()},
-    {kSizeF, "call_000_CreateFromSizeF", entry<&f_copy>()},
-    {kSizeF, "call_000_CreateFromPointF", entry<&f_from_point>()},
-    {kSizeF, "call_000_Add", entry<&f_add>()},
-    {kSizeF, "call_000_Subtract", entry<&f_subtract>()},
-    {kSizeF, "call_000_ToPointF", entry<&f_to_point>()},
-    {kSizeF, "call_000_ToSize", entry<&f_to_size>()},
-    {kSizeF, "get_IsEmpty", entry<&f_is_empty>()},
-    {kSizeF, "get_Width", entry<&f_get_width>()},
-    {kSizeF, "set_Width", entry<&f_set_width>()},
-    {kSizeF, "get_Height", entry<&f_get_height>()},
-    {kSizeF, "set_Height", entry<&f_set_height>()},
-    {kSizeF, "getsa_Empty", entry<&f_empty>()},
-};
-const BehaviorTable size_f_table(Assembly::kImaging, kSizeFMembers);
+const BehaviorTable size_f_table({
+    behavior<&f_copy, SizeFApi::ctor_000_SizeF, SizeFApi::call_000_CreateFromSizeF>(),
+    behavior<&f_from_point, SizeFApi::ctor_001_SizeF, SizeFApi::call_000_CreateFromPointF>(),
+    behavior<&f_from_numbers, SizeFApi::ctor_002_SizeF>(),
+    behavior<&f_empty, SizeFApi::ctor_003_SizeF, SizeFApi::getsa_Empty>(),
+    behavior<&f_add, SizeFApi::call_000_Add>(),
+    behavior<&f_subtract, SizeFApi::call_000_Subtract>(),
+    behavior<&f_to_point, SizeFApi::call_000_ToPointF>(),
+    behavior<&f_to_size, SizeFApi::call_000_ToSize>(),
+    behavior<&f_is_empty, SizeFApi::get_IsEmpty>(),
+    behavior<&f_get_width, SizeFApi::get_Width>(),
+    behavior<&f_set_width, SizeFApi::set_Width>(),
+    behavior<&f_get_height, SizeFApi::get_Height>(),
+    behavior<&f_set_height, SizeFApi::set_Height>(),
+});
 
 const FactoryRegistration size_factory(kSize, [](const TypeInfo&) { return box(SizeValue()); });
 const FactoryRegistration size_f_factory(kSizeF, [](const TypeInfo&) { return box(SizeFValue()); });

@@ -1,5 +1,6 @@
 // The tags of EXIF data and the members that work on them; see exif_data.h.
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
+#include "generated/runtime/Zelmor.Imaging.Exif.h"
 
 #include <algorithm>
 
@@ -11,7 +12,6 @@ namespace zelmor::embed {
 namespace {
 
 constexpr const char* kExif = ExifObject::kManagedName;
-constexpr const char* kJpeg = ExifObject::kJpegName;
 constexpr int32_t kMaxSegmentSize = 65535;
 
 // Numbers below those of any image are the GPS directory's; the two others share a range, from which EXIF 2.3 names
@@ -125,28 +125,29 @@ Ref<ManagedObject> make(const TypeInfo& type) {
 const FactoryRegistration factory(kExif, make);
 
 using Directory = ExifDirectory;
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kExif, "ctor_001_ExifData", entry<&of_tags<false>>()},
-                              {kExif, "ctor_002_ExifData", entry<&of_directories<false>>()},
-                              {kJpeg, "ctor_001_JpegExifData", entry<&of_tags<true>>()},
-                              {kJpeg, "ctor_002_JpegExifData", entry<&of_directories<true>>()},
-                              {kExif, "call_000_RemoveTag", entry<&remove_property>()},
-                              {kExif, "call_001_RemoveTag", entry<&remove_id>()},
-                              {kExif, "call_000_RemoveTagId", entry<&remove_id>()},
-                              {kExif, "get_CommonTags", entry<&directory<Directory::kCommon>>()},
-                              {kExif, "set_CommonTags", entry<&set_directory<Directory::kCommon>>()},
-                              {kExif, "get_ExifTags", entry<&directory<Directory::kExif>>()},
-                              {kExif, "set_ExifTags", entry<&set_directory<Directory::kExif>>()},
-                              {kExif, "get_GpsTags", entry<&directory<Directory::kGps>>()},
-                              {kExif, "set_GpsTags", entry<&set_directory<Directory::kGps>>()},
-                              {kExif, "get_Properties", entry<&properties>()},
-                              {kExif, "set_Properties", entry<&set_properties>()},
-                              {kExif, "get_MakerNoteData", entry<&maker_note_data>()},
-                              {kExif, "get_MakerNotes", entry<&maker_notes>()},
-                              {kJpeg, "call_000_SerializeExifData", entry<&serialize>()},
-                              {kJpeg, "getsa_MaxExifSegmentSize", entry<&max_segment_size>()},
-                          });
+using ExifDataApi = api::Exif::ExifData;
+using JpegExifDataApi = api::Exif::JpegExifData;
+
+const BehaviorTable table({
+    behavior<&of_tags<false>, ExifDataApi::ctor_001_ExifData>(),
+    behavior<&of_directories<false>, ExifDataApi::ctor_002_ExifData>(),
+    behavior<&of_tags<true>, JpegExifDataApi::ctor_001_JpegExifData>(),
+    behavior<&of_directories<true>, JpegExifDataApi::ctor_002_JpegExifData>(),
+    behavior<&remove_property, ExifDataApi::call_000_RemoveTag>(),
+    behavior<&remove_id, ExifDataApi::call_001_RemoveTag, ExifDataApi::call_000_RemoveTagId>(),
+    behavior<&directory<Directory::kCommon>, ExifDataApi::get_CommonTags>(),
+    behavior<&set_directory<Directory::kCommon>, ExifDataApi::set_CommonTags>(),
+    behavior<&directory<Directory::kExif>, ExifDataApi::get_ExifTags>(),
+    behavior<&set_directory<Directory::kExif>, ExifDataApi::set_ExifTags>(),
+    behavior<&directory<Directory::kGps>, ExifDataApi::get_GpsTags>(),
+    behavior<&set_directory<Directory::kGps>, ExifDataApi::set_GpsTags>(),
+    behavior<&properties, ExifDataApi::get_Properties>(),
+    behavior<&set_properties, ExifDataApi::set_Properties>(),
+    behavior<&maker_note_data, ExifDataApi::get_MakerNoteData>(),
+    behavior<&maker_notes, ExifDataApi::get_MakerNotes>(),
+    behavior<&serialize, JpegExifDataApi::call_000_SerializeExifData>(),
+    behavior<&max_segment_size, JpegExifDataApi::getsa_MaxExifSegmentSize>(),
+});
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_streams.h"
 #include "runtime/native/collections/collection.h"
@@ -12,9 +13,6 @@
 namespace zelmor::embed {
 
 namespace {
-
-#define ZELMOR_MANAGEMENT "Zelmor.Imaging.FileFormats.Tiff.FileManagement."
-constexpr const char* kReader = TiffReaderObject::kManagedName;
 
 Ref<ManagedObject> over_bytes(const TypeInfo& type, std::span<const std::byte> data, int32_t start_index,
                               int32_t data_length) {
@@ -38,10 +36,10 @@ Ref<ManagedObject> over_container(const TypeInfo& type, StreamContainerObject* c
 
 // The five readers differ in their class alone.
 constexpr const char* kReaders[] = {
-    ZELMOR_MANAGEMENT "TiffStreamReader",
-    ZELMOR_MANAGEMENT "TiffBigEndianStreamReader",
-    ZELMOR_MANAGEMENT "BigTiff.BigTiffReader",
-    ZELMOR_MANAGEMENT "BigTiff.BigTiffReaderBE",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffBigEndianStreamReader",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffReader",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffReaderBE",
 };
 template <size_t kClass>
 const TypeInfo& class_of() {
@@ -197,56 +195,41 @@ Ref<ManagedObject> get_reader_of_bytes(std::span<const std::byte> bytes, int32_t
     return over_bytes(require_type(kReaders[class_for(byte_order, is_big_tiff)]), bytes, bytes_offset, data_length);
 }
 
-constexpr const char* kFactory = ZELMOR_MANAGEMENT "TiffStreamFactory";
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kReaders[0], "ctor_000_TiffStreamReader", entry<&of_bytes<0>>()},
-                              {kReaders[0], "ctor_001_TiffStreamReader", entry<&of_bytes_from<0>>()},
-                              {kReaders[0], "ctor_002_TiffStreamReader", entry<&of_bytes_within<0>>()},
-                              {kReaders[0], "ctor_003_TiffStreamReader", entry<&of_container<0>>()},
-                              {kReaders[1], "ctor_000_TiffBigEndianStreamReader", entry<&of_bytes<1>>()},
-                              {kReaders[1], "ctor_001_TiffBigEndianStreamReader", entry<&of_bytes_from<1>>()},
-                              {kReaders[1], "ctor_002_TiffBigEndianStreamReader", entry<&of_bytes_within<1>>()},
-                              {kReaders[1], "ctor_003_TiffBigEndianStreamReader", entry<&of_container<1>>()},
-                              {kReaders[2], "ctor_000_BigTiffReader", entry<&of_bytes<2>>()},
-                              {kReaders[2], "ctor_001_BigTiffReader", entry<&of_container<2>>()},
-                              {kReaders[2], "ctor_002_BigTiffReader", entry<&of_bytes_from<2>>()},
-                              {kReaders[2], "ctor_003_BigTiffReader", entry<&of_bytes_within<2>>()},
-                              {kReaders[3], "ctor_000_BigTiffReaderBE", entry<&of_bytes<3>>()},
-                              {kReaders[3], "ctor_001_BigTiffReaderBE", entry<&of_container<3>>()},
-                              {kReaders[3], "ctor_002_BigTiffReaderBE", entry<&of_bytes_from<3>>()},
-                              {kReaders[3], "ctor_003_BigTiffReaderBE", entry<&of_bytes_within<3>>()},
-                              {kReader, "call_000_ReadBytes", entry<&read_bytes_into>()},
-                              {kReader, "call_001_ReadBytes", entry<&read_bytes>()},
-                              {kReader, "call_000_ReadDouble", entry<&read_one<double>>()},
-                              {kReader, "call_000_ReadDoubleArray", entry<&read_many<double>>()},
-                              {kReader, "call_000_ReadFloat", entry<&read_one<float>>()},
-                              {kReader, "call_000_ReadFloatArray", entry<&read_many<float>>()},
-                              {kReader, "call_000_ReadRational", entry<&read_rational<false>>()},
-                              {kReader, "call_000_ReadSRational", entry<&read_rational<true>>()},
-                              {kReader, "call_000_ReadRationalArray", entry<&read_rationals<false>>()},
-                              {kReader, "call_000_ReadSRationalArray", entry<&read_rationals<true>>()},
-                              {kReader, "call_000_ReadSByte", entry<&read_one<int8_t>>()},
-                              {kReader, "call_000_ReadSByteArray", entry<&read_many<int8_t>>()},
-                              {kReader, "call_000_ReadSInt", entry<&read_one<int32_t>>()},
-                              {kReader, "call_000_ReadSIntArray", entry<&read_many<int32_t>>()},
-                              {kReader, "call_000_ReadSShort", entry<&read_one<int16_t>>()},
-                              {kReader, "call_000_ReadSShortArray", entry<&read_many<int16_t>>()},
-                              {kReader, "call_000_ReadUInt", entry<&read_one<uint32_t>>()},
-                              {kReader, "call_000_ReadUIntArray", entry<&read_many<uint32_t>>()},
-                              {kReader, "call_000_ReadUShort", entry<&read_one<uint16_t>>()},
-                              {kReader, "call_000_ReadUShortArray", entry<&read_many<uint16_t>>()},
-                              {kReader, "call_000_ReadLong", entry<&read_one<int64_t>>()},
-                              {kReader, "call_000_ReadLongArray", entry<&read_many<int64_t>>()},
-                              {kReader, "call_000_ReadULong", entry<&read_one<uint64_t>>()},
-                              {kReader, "call_000_ReadULongArray", entry<&read_many<uint64_t>>()},
-                              {kReader, "call_000_ToStreamContainer", entry<&to_stream_container>()},
-                              {kReader, "get_Length", entry<&length>()},
-                              {kReader, "get_ThrowExceptions", entry<&throws>()},
-                              {kReader, "set_ThrowExceptions", entry<&set_throws>()},
-                              {kFactory, "call_000_GetTiffReader", entry<&get_reader>()},
-                              {kFactory, "call_001_GetTiffReader", entry<&get_reader_of_bytes>()},
-                          });
+using TiffStreamFactoryApi = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
+using TiffStreamReaderApi = api::FileFormats::Tiff::FileManagement::TiffStreamReader;
+
+const BehaviorTable table({
+    behavior<&read_bytes_into, TiffStreamReaderApi::call_000_ReadBytes>(),
+    behavior<&read_bytes, TiffStreamReaderApi::call_001_ReadBytes>(),
+    behavior<&read_one<double>, TiffStreamReaderApi::call_000_ReadDouble>(),
+    behavior<&read_many<double>, TiffStreamReaderApi::call_000_ReadDoubleArray>(),
+    behavior<&read_one<float>, TiffStreamReaderApi::call_000_ReadFloat>(),
+    behavior<&read_many<float>, TiffStreamReaderApi::call_000_ReadFloatArray>(),
+    behavior<&read_rational<false>, TiffStreamReaderApi::call_000_ReadRational>(),
+    behavior<&read_rational<true>, TiffStreamReaderApi::call_000_ReadSRational>(),
+    behavior<&read_rationals<false>, TiffStreamReaderApi::call_000_ReadRationalArray>(),
+    behavior<&read_rationals<true>, TiffStreamReaderApi::call_000_ReadSRationalArray>(),
+    behavior<&read_one<int8_t>, TiffStreamReaderApi::call_000_ReadSByte>(),
+    behavior<&read_many<int8_t>, TiffStreamReaderApi::call_000_ReadSByteArray>(),
+    behavior<&read_one<int32_t>, TiffStreamReaderApi::call_000_ReadSInt>(),
+    behavior<&read_many<int32_t>, TiffStreamReaderApi::call_000_ReadSIntArray>(),
+    behavior<&read_one<int16_t>, TiffStreamReaderApi::call_000_ReadSShort>(),
+    behavior<&read_many<int16_t>, TiffStreamReaderApi::call_000_ReadSShortArray>(),
+    behavior<&read_one<uint32_t>, TiffStreamReaderApi::call_000_ReadUInt>(),
+    behavior<&read_many<uint32_t>, TiffStreamReaderApi::call_000_ReadUIntArray>(),
+    behavior<&read_one<uint16_t>, TiffStreamReaderApi::call_000_ReadUShort>(),
+    behavior<&read_many<uint16_t>, TiffStreamReaderApi::call_000_ReadUShortArray>(),
+    behavior<&read_one<int64_t>, TiffStreamReaderApi::call_000_ReadLong>(),
+    behavior<&read_many<int64_t>, TiffStreamReaderApi::call_000_ReadLongArray>(),
+    behavior<&read_one<uint64_t>, TiffStreamReaderApi::call_000_ReadULong>(),
+    behavior<&read_many<uint64_t>, TiffStreamReaderApi::call_000_ReadULongArray>(),
+    behavior<&to_stream_container, TiffStreamReaderApi::call_000_ToStreamContainer>(),
+    behavior<&length, TiffStreamReaderApi::get_Length>(),
+    behavior<&throws, TiffStreamReaderApi::get_ThrowExceptions>(),
+    behavior<&set_throws, TiffStreamReaderApi::set_ThrowExceptions>(),
+    behavior<&get_reader, TiffStreamFactoryApi::call_000_GetTiffReader>(),
+    behavior<&get_reader_of_bytes, TiffStreamFactoryApi::call_001_GetTiffReader>(),
+});
 
 }  // namespace
 

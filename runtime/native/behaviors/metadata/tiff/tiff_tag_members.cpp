@@ -12,9 +12,8 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_TAGS "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes."
 constexpr const char* kTag = TagObject::kManagedName;
-constexpr const char* kCommon = ZELMOR_TAGS "TiffCommonArrayType";
+constexpr const char* kCommon = "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffCommonArrayType";
 constexpr const char* kUnknown = UnknownTagObject::kManagedName;
 
 int32_t clamped(uint64_t number) {
@@ -186,8 +185,11 @@ struct Constructed {
     const char* getter;
     const char* setter;
 };
-#define ZELMOR_CONSTRUCTED(type, name, property) \
-    { type, ZELMOR_TAGS name, "ctor_000_" name, "ctor_001_" name, "get_" property, "set_" property }
+#define ZELMOR_CONSTRUCTED(type, name, property)                                                        \
+    {                                                                                                   \
+        type, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes." name, "ctor_000_" name, "ctor_001_" name, \
+            "get_" property, "set_" property                                                            \
+    }
 constexpr Constructed kConstructed[] = {
     ZELMOR_CONSTRUCTED(TiffType::kAscii, "TiffASCIIType", "Text"),
     ZELMOR_CONSTRUCTED(TiffType::kUndefined, "TiffUndefinedType", "Data"),

@@ -15,8 +15,6 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_TAGS "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes."
-
 struct TagClass {
     TiffType type;
     size_t size;
@@ -24,22 +22,22 @@ struct TagClass {
     Wire element;  // kVoid for text and undefined bytes
 };
 constexpr TagClass kClasses[] = {
-    {TiffType::kByte, 1, ZELMOR_TAGS "TiffByteType", Wire::kUInt8},
-    {TiffType::kAscii, 1, ZELMOR_TAGS "TiffASCIIType", Wire::kVoid},
-    {TiffType::kShort, 2, ZELMOR_TAGS "TiffShortType", Wire::kUInt16},
-    {TiffType::kLong, 4, ZELMOR_TAGS "TiffLongType", Wire::kUInt32},
-    {TiffType::kRational, 8, ZELMOR_TAGS "TiffRationalType", Wire::kClass},
-    {TiffType::kSByte, 1, ZELMOR_TAGS "TiffSByteType", Wire::kInt8},
-    {TiffType::kUndefined, 1, ZELMOR_TAGS "TiffUndefinedType", Wire::kVoid},
-    {TiffType::kSShort, 2, ZELMOR_TAGS "TiffSShortType", Wire::kInt16},
-    {TiffType::kSLong, 4, ZELMOR_TAGS "TiffSLongType", Wire::kInt32},
-    {TiffType::kSRational, 8, ZELMOR_TAGS "TiffSRationalType", Wire::kClass},
-    {TiffType::kFloat, 4, ZELMOR_TAGS "TiffFloatType", Wire::kSingle},
-    {TiffType::kDouble, 8, ZELMOR_TAGS "TiffDoubleType", Wire::kDouble},
-    {TiffType::kIfd, 4, ZELMOR_TAGS "TiffIfdType", Wire::kUInt32},
-    {TiffType::kLong8, 8, ZELMOR_TAGS "TiffLong8Type", Wire::kUInt64},
-    {TiffType::kSLong8, 8, ZELMOR_TAGS "TiffSLong8Type", Wire::kInt64},
-    {TiffType::kIfd8, 8, ZELMOR_TAGS "TiffIfd8Type", Wire::kUInt64},
+    {TiffType::kByte, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffByteType", Wire::kUInt8},
+    {TiffType::kAscii, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffASCIIType", Wire::kVoid},
+    {TiffType::kShort, 2, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffShortType", Wire::kUInt16},
+    {TiffType::kLong, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffLongType", Wire::kUInt32},
+    {TiffType::kRational, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffRationalType", Wire::kClass},
+    {TiffType::kSByte, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSByteType", Wire::kInt8},
+    {TiffType::kUndefined, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffUndefinedType", Wire::kVoid},
+    {TiffType::kSShort, 2, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSShortType", Wire::kInt16},
+    {TiffType::kSLong, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSLongType", Wire::kInt32},
+    {TiffType::kSRational, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSRationalType", Wire::kClass},
+    {TiffType::kFloat, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffFloatType", Wire::kSingle},
+    {TiffType::kDouble, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffDoubleType", Wire::kDouble},
+    {TiffType::kIfd, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffIfdType", Wire::kUInt32},
+    {TiffType::kLong8, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffLong8Type", Wire::kUInt64},
+    {TiffType::kSLong8, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSLong8Type", Wire::kInt64},
+    {TiffType::kIfd8, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffIfd8Type", Wire::kUInt64},
 };
 
 const TagClass* find_class(uint16_t type) {

@@ -1,6 +1,7 @@
 // Members of TiffStreamWriter and the classes derived from it.
 #include <bit>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_streams.h"
 #include "runtime/native/collections/collection.h"
@@ -11,14 +12,11 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_MANAGEMENT "Zelmor.Imaging.FileFormats.Tiff.FileManagement."
-constexpr const char* kWriter = TiffWriterObject::kManagedName;
-
 constexpr const char* kWriters[] = {
-    ZELMOR_MANAGEMENT "TiffStreamWriter",
-    ZELMOR_MANAGEMENT "TiffBigEndianStreamWriter",
-    ZELMOR_MANAGEMENT "BigTiff.BigTiffWriter",
-    ZELMOR_MANAGEMENT "BigTiff.BigTiffWriterBE",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamWriter",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffBigEndianStreamWriter",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffWriter",
+    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffWriterBE",
 };
 
 Ref<ManagedObject> over(const char* type, StreamContainerObject* container, const char* parameter) {
@@ -159,66 +157,42 @@ Ref<ManagedObject> get_writer(StreamContainerObject* stream, int32_t byte_order,
     return over(kWriters[(is_big_tiff ? 2 : 0) + (byte_order == kBigEndian ? 1 : 0)], stream, "stream");
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kWriters[0], "ctor_000_TiffStreamWriter", entry<&construct<0>>()},
-                              {kWriters[1], "ctor_000_TiffBigEndianStreamWriter", entry<&construct<1>>()},
-                              {kWriters[2], "ctor_000_BigTiffWriter", entry<&construct<2>>()},
-                              {kWriters[3], "ctor_000_BigTiffWriterBE", entry<&construct<3>>()},
-                              {kWriter, "call_000_Write", entry<&write_part>()},
-                              {kWriter, "call_001_Write", entry<&write_bytes>()},
-                              {kWriter, "call_002_Write", entry<&write_one<double>>()},
-                              {kWriter, "call_003_Write", entry<&write_many<double>>()},
-                              {kWriter, "call_004_Write", entry<&write_one<float>>()},
-                              {kWriter, "call_005_Write", entry<&write_many<float>>()},
-                              {kWriter, "call_006_Write", entry<&write_rational>()},
-                              {kWriter, "call_007_Write", entry<&write_rational>()},
-                              {kWriter, "call_008_Write", entry<&write_rationals<false>>()},
-                              {kWriter, "call_009_Write", entry<&write_rationals<true>>()},
-                              {kWriter, "call_010_Write", entry<&write_one<int8_t>>()},
-                              {kWriter, "call_011_Write", entry<&write_many<int8_t>>()},
-                              {kWriter, "call_012_Write", entry<&write_many<int32_t>>()},
-                              {kWriter, "call_013_Write", entry<&write_one<int16_t>>()},
-                              {kWriter, "call_014_Write", entry<&write_many<int16_t>>()},
-                              {kWriter, "call_015_Write", entry<&write_one<int32_t>>()},
-                              {kWriter, "call_016_Write", entry<&write_one<uint8_t>>()},
-                              {kWriter, "call_017_Write", entry<&write_one<uint32_t>>()},
-                              {kWriter, "call_018_Write", entry<&write_many<uint32_t>>()},
-                              {kWriter, "call_019_Write", entry<&write_one<uint16_t>>()},
-                              {kWriter, "call_020_Write", entry<&write_many<uint16_t>>()},
-                              {kWriter, "call_021_Write", entry<&write_one<int64_t>>()},
-                              {kWriter, "call_022_Write", entry<&write_many<int64_t>>()},
-                              {kWriter, "call_023_Write", entry<&write_one<uint64_t>>()},
-                              {kWriter, "call_024_Write", entry<&write_many<uint64_t>>()},
-                              {kWriter, "call_000_WriteBytes", entry<&write_bytes>()},
-                              {kWriter, "call_000_WriteDouble", entry<&write_one<double>>()},
-                              {kWriter, "call_000_WriteDoubles", entry<&write_many<double>>()},
-                              {kWriter, "call_000_WriteFloat", entry<&write_one<float>>()},
-                              {kWriter, "call_000_WriteFloats", entry<&write_many<float>>()},
-                              {kWriter, "call_000_WriteRational", entry<&write_rational>()},
-                              {kWriter, "call_000_WriteSRational", entry<&write_rational>()},
-                              {kWriter, "call_000_WriteRationals", entry<&write_rationals<false>>()},
-                              {kWriter, "call_000_WriteSRationals", entry<&write_rationals<true>>()},
-                              {kWriter, "call_000_WriteSByte", entry<&write_one<int8_t>>()},
-                              {kWriter, "call_000_WriteSBytes", entry<&write_many<int8_t>>()},
-                              {kWriter, "call_000_WriteInts", entry<&write_many<int32_t>>()},
-                              {kWriter, "call_000_WriteShort", entry<&write_one<int16_t>>()},
-                              {kWriter, "call_000_WriteShorts", entry<&write_many<int16_t>>()},
-                              {kWriter, "call_000_WriteInt", entry<&write_one<int32_t>>()},
-                              {kWriter, "call_000_WriteByte", entry<&write_one<uint8_t>>()},
-                              {kWriter, "call_000_WriteUint", entry<&write_one<uint32_t>>()},
-                              {kWriter, "call_000_WriteUints", entry<&write_many<uint32_t>>()},
-                              {kWriter, "call_000_WriteUshort", entry<&write_one<uint16_t>>()},
-                              {kWriter, "call_000_WriteUshorts", entry<&write_many<uint16_t>>()},
-                              {kWriter, "call_000_WriteLong", entry<&write_one<int64_t>>()},
-                              {kWriter, "call_000_WriteLongs", entry<&write_many<int64_t>>()},
-                              {kWriter, "call_000_WriteUlong", entry<&write_one<uint64_t>>()},
-                              {kWriter, "call_000_WriteUlongs", entry<&write_many<uint64_t>>()},
-                              {kWriter, "get_Position", entry<&position>()},
-                              {kWriter, "set_Position", entry<&set_position>()},
-                              {kWriter, "get_SyncRoot", entry<&sync_root>()},
-                              {ZELMOR_MANAGEMENT "TiffStreamFactory", "call_000_GetTiffWriter", entry<&get_writer>()},
-                          });
+using TiffStreamFactoryApi = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
+using TiffStreamWriterApi = api::FileFormats::Tiff::FileManagement::TiffStreamWriter;
+
+const BehaviorTable table({
+    behavior<&write_part, TiffStreamWriterApi::call_000_Write>(),
+    behavior<&write_bytes, TiffStreamWriterApi::call_001_Write, TiffStreamWriterApi::call_000_WriteBytes>(),
+    behavior<&write_one<double>, TiffStreamWriterApi::call_002_Write, TiffStreamWriterApi::call_000_WriteDouble>(),
+    behavior<&write_many<double>, TiffStreamWriterApi::call_003_Write, TiffStreamWriterApi::call_000_WriteDoubles>(),
+    behavior<&write_one<float>, TiffStreamWriterApi::call_004_Write, TiffStreamWriterApi::call_000_WriteFloat>(),
+    behavior<&write_many<float>, TiffStreamWriterApi::call_005_Write, TiffStreamWriterApi::call_000_WriteFloats>(),
+    behavior<&write_rational, TiffStreamWriterApi::call_006_Write, TiffStreamWriterApi::call_007_Write,
+             TiffStreamWriterApi::call_000_WriteRational, TiffStreamWriterApi::call_000_WriteSRational>(),
+    behavior<&write_rationals<false>, TiffStreamWriterApi::call_008_Write,
+             TiffStreamWriterApi::call_000_WriteRationals>(),
+    behavior<&write_rationals<true>, TiffStreamWriterApi::call_009_Write,
+             TiffStreamWriterApi::call_000_WriteSRationals>(),
+    behavior<&write_one<int8_t>, TiffStreamWriterApi::call_010_Write, TiffStreamWriterApi::call_000_WriteSByte>(),
+    behavior<&write_many<int8_t>, TiffStreamWriterApi::call_011_Write, TiffStreamWriterApi::call_000_WriteSBytes>(),
+    behavior<&write_many<int32_t>, TiffStreamWriterApi::call_012_Write, TiffStreamWriterApi::call_000_WriteInts>(),
+    behavior<&write_one<int16_t>, TiffStreamWriterApi::call_013_Write, TiffStreamWriterApi::call_000_WriteShort>(),
+    behavior<&write_many<int16_t>, TiffStreamWriterApi::call_014_Write, TiffStreamWriterApi::call_000_WriteShorts>(),
+    behavior<&write_one<int32_t>, TiffStreamWriterApi::call_015_Write, TiffStreamWriterApi::call_000_WriteInt>(),
+    behavior<&write_one<uint8_t>, TiffStreamWriterApi::call_016_Write, TiffStreamWriterApi::call_000_WriteByte>(),
+    behavior<&write_one<uint32_t>, TiffStreamWriterApi::call_017_Write, TiffStreamWriterApi::call_000_WriteUint>(),
+    behavior<&write_many<uint32_t>, TiffStreamWriterApi::call_018_Write, TiffStreamWriterApi::call_000_WriteUints>(),
+    behavior<&write_one<uint16_t>, TiffStreamWriterApi::call_019_Write, TiffStreamWriterApi::call_000_WriteUshort>(),
+    behavior<&write_many<uint16_t>, TiffStreamWriterApi::call_020_Write, TiffStreamWriterApi::call_000_WriteUshorts>(),
+    behavior<&write_one<int64_t>, TiffStreamWriterApi::call_021_Write, TiffStreamWriterApi::call_000_WriteLong>(),
+    behavior<&write_many<int64_t>, TiffStreamWriterApi::call_022_Write, TiffStreamWriterApi::call_000_WriteLongs>(),
+    behavior<&write_one<uint64_t>, TiffStreamWriterApi::call_023_Write, TiffStreamWriterApi::call_000_WriteUlong>(),
+    behavior<&write_many<uint64_t>, TiffStreamWriterApi::call_024_Write, TiffStreamWriterApi::call_000_WriteUlongs>(),
+    behavior<&position, TiffStreamWriterApi::get_Position>(),
+    behavior<&set_position, TiffStreamWriterApi::set_Position>(),
+    behavior<&sync_root, TiffStreamWriterApi::get_SyncRoot>(),
+    behavior<&get_writer, TiffStreamFactoryApi::call_000_GetTiffWriter>(),
+});
 
 }  // namespace
 

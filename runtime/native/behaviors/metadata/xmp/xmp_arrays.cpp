@@ -1,5 +1,6 @@
 // XmpArray, LangAlt and the helper of arrays.
 #include "runtime/native/behaviors/metadata/xmp/xmp_arrays.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
 
 #include <algorithm>
 
@@ -13,7 +14,6 @@ namespace zelmor::embed {
 namespace {
 
 constexpr const char* kArray = XmpArrayObject::kManagedName;
-constexpr const char* kLangAlt = LangAltObject::kManagedName;
 
 XmpArrayKind checked_kind(int32_t type) {
     if (type < 0 || type > static_cast<int32_t>(XmpArrayKind::kAlternative)) {
@@ -64,19 +64,21 @@ void add_language(LangAltObject& self, const std::string& language, const std::s
     self.set(language, value);
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kArray, "ctor_000_XmpArray", entry<&make_array_with_items>()},
-                              {kArray, "ctor_001_XmpArray", entry<&make_array_of_kind>()},
-                              {kArray, "call_000_AddItem", entry<&add_item>()},
-                              {kArray, "call_000_GetXmlValue", entry<&xml_value>()},
-                              {kArray, "get_Values", entry<&values>()},
-                              {"Zelmor.Imaging.Xmp.XmpArrayHelper", "call_000_GetRdfCode", entry<&rdf_code_of>()},
-                              {kLangAlt, "ctor_000_LangAlt", entry<&make_lang_alt_of>()},
-                              {kLangAlt, "ctor_001_LangAlt", entry<&make_lang_alt>()},
-                              {kLangAlt, "call_000_AddLanguage", entry<&add_language>()},
-                              {kLangAlt, "call_000_GetXmlValue", entry<&xml_value>()},
-                          });
+using LangAltApi = api::Xmp::LangAlt;
+using XmpArrayApi = api::Xmp::XmpArray;
+using XmpArrayHelperApi = api::Xmp::XmpArrayHelper;
+
+const BehaviorTable table({
+    behavior<&make_array_with_items, XmpArrayApi::ctor_000_XmpArray>(),
+    behavior<&make_array_of_kind, XmpArrayApi::ctor_001_XmpArray>(),
+    behavior<&add_item, XmpArrayApi::call_000_AddItem>(),
+    behavior<&xml_value, XmpArrayApi::call_000_GetXmlValue, LangAltApi::call_000_GetXmlValue>(),
+    behavior<&values, XmpArrayApi::get_Values>(),
+    behavior<&rdf_code_of, XmpArrayHelperApi::call_000_GetRdfCode>(),
+    behavior<&make_lang_alt_of, LangAltApi::ctor_000_LangAlt>(),
+    behavior<&make_lang_alt, LangAltApi::ctor_001_LangAlt>(),
+    behavior<&add_language, LangAltApi::call_000_AddLanguage>(),
+});
 
 // A language tag: letters and digits in parts of at most eight, as RFC 3066 has it.
 bool is_language(std::string_view text) {

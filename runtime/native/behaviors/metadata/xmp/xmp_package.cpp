@@ -1,5 +1,6 @@
 // Packages of XMP properties; see xmp_package.h.
 #include "runtime/native/behaviors/metadata/xmp/xmp_package.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
 
 #include <algorithm>
 
@@ -13,8 +14,6 @@
 namespace zelmor::embed {
 
 namespace {
-
-constexpr const char* kPackage = XmpPackageObject::kManagedName;
 
 // A list, as from Python, is an unordered array.
 std::string list_content(const ManagedList& list) {
@@ -120,20 +119,22 @@ std::string namespace_uri(XmpPackageObject& self) {
     return self.uri();
 }
 
-const BehaviorTable table(Assembly::kImaging, {
-                                                  {kPackage, "call_000_ContainsKey", entry<&contains_key>()},
-                                                  {kPackage, "call_000_GetPropValue", entry<&get_prop_value>()},
-                                                  {kPackage, "call_000_SetPropValue", entry<&set_prop_value>()},
-                                                  {kPackage, "call_000_AddValue", entry<&add_value>()},
-                                                  {kPackage, "call_000_Remove", entry<&remove_key>()},
-                                                  {kPackage, "call_000_Clear", entry<&clear>()},
-                                                  {kPackage, "call_000_SetValue", entry<&set_value>()},
-                                                  {kPackage, "call_000_SetXmpTypeValue", entry<&set_xmp_type_value>()},
-                                                  {kPackage, "call_000_GetXmlValue", entry<&xml_value>()},
-                                                  {kPackage, "get_XmlNamespace", entry<&xml_namespace>()},
-                                                  {kPackage, "get_Prefix", entry<&prefix>()},
-                                                  {kPackage, "get_NamespaceUri", entry<&namespace_uri>()},
-                                              });
+using XmpPackageApi = api::Xmp::XmpPackage;
+
+const BehaviorTable table({
+    behavior<&contains_key, XmpPackageApi::call_000_ContainsKey>(),
+    behavior<&get_prop_value, XmpPackageApi::call_000_GetPropValue>(),
+    behavior<&set_prop_value, XmpPackageApi::call_000_SetPropValue>(),
+    behavior<&add_value, XmpPackageApi::call_000_AddValue>(),
+    behavior<&remove_key, XmpPackageApi::call_000_Remove>(),
+    behavior<&clear, XmpPackageApi::call_000_Clear>(),
+    behavior<&set_value, XmpPackageApi::call_000_SetValue>(),
+    behavior<&set_xmp_type_value, XmpPackageApi::call_000_SetXmpTypeValue>(),
+    behavior<&xml_value, XmpPackageApi::call_000_GetXmlValue>(),
+    behavior<&xml_namespace, XmpPackageApi::get_XmlNamespace>(),
+    behavior<&prefix, XmpPackageApi::get_Prefix>(),
+    behavior<&namespace_uri, XmpPackageApi::get_NamespaceUri>(),
+});
 
 }  // namespace
 

@@ -1,4 +1,5 @@
 // Members of the packet, its parts and the collection of packages.
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_packet.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
@@ -7,14 +8,7 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_XMP "Zelmor.Imaging.Xmp."
-constexpr const char* kHeader = XmpInstructionObject::kManagedName;
-constexpr const char* kTrailer = ZELMOR_XMP "XmpTrailerPi";
-constexpr const char* kElement = XmpElementObject::kManagedName;
-constexpr const char* kMeta = ZELMOR_XMP "XmpMeta";
-constexpr const char* kRdfRoot = ZELMOR_XMP "XmpRdfRoot";
-constexpr const char* kCollection = XmpPackageCollectionObject::kManagedName;
-constexpr const char* kPacket = XmpPacketObject::kManagedName;
+constexpr const char* kMeta = "Zelmor.Imaging.Xmp.XmpMeta";
 constexpr const char* kToolkit = "x:xmptk";
 
 using Text = std::optional<std::string>;
@@ -126,39 +120,42 @@ int32_t packet_count(XmpPacketObject& self) {
     return static_cast<int32_t>(self.packages.all().size());
 }
 
-const BehaviorTable table(Assembly::kImaging,
-                          {
-                              {kHeader, "call_000_GetXmlValue", entry<&instruction_xml>()},
-                              {kHeader, "call_000_Equals", entry<&instruction_equals>()},
-                              {kTrailer, "call_000_GetXmlValue", entry<&instruction_xml>()},
-                              {kTrailer, "call_000_Equals", entry<&instruction_equals>()},
-                              {kElement, "call_000_AddAttribute", entry<&add_attribute>()},
-                              {kElement, "call_000_GetAttribute", entry<&get_attribute>()},
-                              {kElement, "call_000_ClearAttributes", entry<&clear_attributes>()},
-                              {kElement, "call_000_Equals", entry<&element_equals>()},
-                              {kMeta, "ctor_000_XmpMeta", entry<&meta_of_toolkit>()},
-                              {kMeta, "call_000_Equals", entry<&element_equals>()},
-                              {kMeta, "call_000_GetXmlValue", entry<&element_xml>()},
-                              {kMeta, "get_AdobeXmpToolkit", entry<&get_toolkit>()},
-                              {kMeta, "set_AdobeXmpToolkit", entry<&set_toolkit>()},
-                              {kRdfRoot, "call_000_RegisterNamespaceUri", entry<&register_namespace>()},
-                              {kRdfRoot, "call_000_GetNamespaceUri", entry<&registered_namespace>()},
-                              {kRdfRoot, "call_000_GetXmlValue", entry<&element_xml>()},
-                              {kCollection, "call_000_Add", entry<&collection_add>()},
-                              {kCollection, "call_000_Remove", entry<&collection_remove>()},
-                              {kCollection, "call_000_GetPackages", entry<&collection_packages>()},
-                              {kCollection, "call_000_GetPackage", entry<&collection_package>()},
-                              {kCollection, "call_000_Clear", entry<&collection_clear>()},
-                              {kCollection, "get_Count", entry<&collection_count>()},
-                              {kPacket, "ctor_000_XmpPacketWrapper", entry<&packet_of_parts>()},
-                              {kPacket, "call_000_AddPackage", entry<&packet_add>()},
-                              {kPacket, "call_000_GetPackage", entry<&packet_package>()},
-                              {kPacket, "call_000_ContainsPackage", entry<&packet_contains>()},
-                              {kPacket, "call_000_RemovePackage", entry<&packet_remove>()},
-                              {kPacket, "call_000_ClearPackages", entry<&packet_clear>()},
-                              {kPacket, "get_Packages", entry<&packet_packages>()},
-                              {kPacket, "get_PackagesCount", entry<&packet_count>()},
-                          });
+using XmpElementBaseApi = api::Xmp::XmpElementBase;
+using XmpHeaderPiApi = api::Xmp::XmpHeaderPi;
+using XmpMetaApi = api::Xmp::XmpMeta;
+using XmpPackageBaseCollectionApi = api::Xmp::XmpPackageBaseCollection;
+using XmpPacketWrapperApi = api::Xmp::XmpPacketWrapper;
+using XmpRdfRootApi = api::Xmp::XmpRdfRoot;
+using XmpTrailerPiApi = api::Xmp::XmpTrailerPi;
+
+const BehaviorTable table({
+    behavior<&instruction_xml, XmpHeaderPiApi::call_000_GetXmlValue, XmpTrailerPiApi::call_000_GetXmlValue>(),
+    behavior<&instruction_equals, XmpHeaderPiApi::call_000_Equals, XmpTrailerPiApi::call_000_Equals>(),
+    behavior<&add_attribute, XmpElementBaseApi::call_000_AddAttribute>(),
+    behavior<&get_attribute, XmpElementBaseApi::call_000_GetAttribute>(),
+    behavior<&clear_attributes, XmpElementBaseApi::call_000_ClearAttributes>(),
+    behavior<&element_equals, XmpElementBaseApi::call_000_Equals, XmpMetaApi::call_000_Equals>(),
+    behavior<&meta_of_toolkit, XmpMetaApi::ctor_000_XmpMeta>(),
+    behavior<&element_xml, XmpMetaApi::call_000_GetXmlValue, XmpRdfRootApi::call_000_GetXmlValue>(),
+    behavior<&get_toolkit, XmpMetaApi::get_AdobeXmpToolkit>(),
+    behavior<&set_toolkit, XmpMetaApi::set_AdobeXmpToolkit>(),
+    behavior<&register_namespace, XmpRdfRootApi::call_000_RegisterNamespaceUri>(),
+    behavior<&registered_namespace, XmpRdfRootApi::call_000_GetNamespaceUri>(),
+    behavior<&collection_add, XmpPackageBaseCollectionApi::call_000_Add>(),
+    behavior<&collection_remove, XmpPackageBaseCollectionApi::call_000_Remove>(),
+    behavior<&collection_packages, XmpPackageBaseCollectionApi::call_000_GetPackages>(),
+    behavior<&collection_package, XmpPackageBaseCollectionApi::call_000_GetPackage>(),
+    behavior<&collection_clear, XmpPackageBaseCollectionApi::call_000_Clear>(),
+    behavior<&collection_count, XmpPackageBaseCollectionApi::get_Count>(),
+    behavior<&packet_of_parts, XmpPacketWrapperApi::ctor_000_XmpPacketWrapper>(),
+    behavior<&packet_add, XmpPacketWrapperApi::call_000_AddPackage>(),
+    behavior<&packet_package, XmpPacketWrapperApi::call_000_GetPackage>(),
+    behavior<&packet_contains, XmpPacketWrapperApi::call_000_ContainsPackage>(),
+    behavior<&packet_remove, XmpPacketWrapperApi::call_000_RemovePackage>(),
+    behavior<&packet_clear, XmpPacketWrapperApi::call_000_ClearPackages>(),
+    behavior<&packet_packages, XmpPacketWrapperApi::get_Packages>(),
+    behavior<&packet_count, XmpPacketWrapperApi::get_PackagesCount>(),
+});
 
 }  // namespace
 

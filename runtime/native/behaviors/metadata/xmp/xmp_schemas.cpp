@@ -2,6 +2,14 @@
 #include <array>
 #include <utility>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Dicom.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.DublinCore.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Pdf.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Photoshop.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpBaseSchema.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpDm.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpMm.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpRm.h"
 #include "runtime/native/behaviors/metadata/xmp/iso_date.h"
 #include "runtime/native/behaviors/metadata/xmp/xml_text.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_arrays.h"
@@ -17,15 +25,14 @@ namespace {
 
 namespace ns = xmp_namespaces;
 
-#define ZELMOR_SCHEMAS "Zelmor.Imaging.Xmp.Schemas."
-constexpr const char* kDicom = ZELMOR_SCHEMAS "Dicom.DicomPackage";
-constexpr const char* kDublinCore = ZELMOR_SCHEMAS "DublinCore.DublinCorePackage";
-constexpr const char* kPdf = ZELMOR_SCHEMAS "Pdf.PdfPackage";
-constexpr const char* kPhotoshop = ZELMOR_SCHEMAS "Photoshop.PhotoshopPackage";
-constexpr const char* kBasic = ZELMOR_SCHEMAS "XmpBaseSchema.XmpBasicPackage";
-constexpr const char* kMedia = ZELMOR_SCHEMAS "XmpDm.XmpDynamicMediaPackage";
-constexpr const char* kManagement = ZELMOR_SCHEMAS "XmpMm.XmpMediaManagementPackage";
-constexpr const char* kRights = ZELMOR_SCHEMAS "XmpRm.XmpRightsManagementPackage";
+constexpr const char* kDicom = "Zelmor.Imaging.Xmp.Schemas.Dicom.DicomPackage";
+constexpr const char* kDublinCore = "Zelmor.Imaging.Xmp.Schemas.DublinCore.DublinCorePackage";
+constexpr const char* kPdf = "Zelmor.Imaging.Xmp.Schemas.Pdf.PdfPackage";
+constexpr const char* kPhotoshop = "Zelmor.Imaging.Xmp.Schemas.Photoshop.PhotoshopPackage";
+constexpr const char* kBasic = "Zelmor.Imaging.Xmp.Schemas.XmpBaseSchema.XmpBasicPackage";
+constexpr const char* kMedia = "Zelmor.Imaging.Xmp.Schemas.XmpDm.XmpDynamicMediaPackage";
+constexpr const char* kManagement = "Zelmor.Imaging.Xmp.Schemas.XmpMm.XmpMediaManagementPackage";
+constexpr const char* kRights = "Zelmor.Imaging.Xmp.Schemas.XmpRm.XmpRightsManagementPackage";
 
 struct Schema {
     const char* type;
@@ -203,133 +210,132 @@ Ref<ManagedObject> make_package(const TypeInfo& type) {
 }
 const FactoryRegistration factory(XmpPackageObject::kManagedName, make_package);
 
-const BehaviorTable core_tables(
-    Assembly::kImaging,
-    {
-        {kDicom, "call_000_SetEquipmentInstitution", entry<&set_text<"EquipmentInstitution">>()},
-        {kDicom, "call_000_SetEquipmentManufacturer", entry<&set_text<"EquipmentManufacturer">>()},
-        {kDicom, "call_000_SetPatientBirthDate", entry<&set_text<"PatientDOB">>()},
-        {kDicom, "call_000_SetPatientId", entry<&set_text<"PatientID">>()},
-        {kDicom, "call_000_SetPatientName", entry<&set_text<"PatientName">>()},
-        {kDicom, "call_000_SetPatientSex", entry<&set_text<"PatientSex">>()},
-        {kDicom, "call_000_SetSeriesDateTime", entry<&set_text<"SeriesDateTime">>()},
-        {kDicom, "call_000_SetSeriesDescription", entry<&set_text<"SeriesDescription">>()},
-        {kDicom, "call_000_SetSeriesModality", entry<&set_text<"SeriesModality">>()},
-        {kDicom, "call_000_SetSeriesNumber", entry<&set_text<"SeriesNumber">>()},
-        {kDicom, "call_000_SetStudyDateTime", entry<&set_text<"StudyDateTime">>()},
-        {kDicom, "call_000_SetStudyDescription", entry<&set_text<"StudyDescription">>()},
-        {kDicom, "call_000_SetStudyId", entry<&set_text<"StudyID">>()},
-        {kDicom, "call_000_SetStudyPhysician", entry<&set_text<"StudyPhysician">>()},
+using DicomPackageApi = api::Xmp::Schemas::Dicom::DicomPackage;
+using DublinCorePackageApi = api::Xmp::Schemas::DublinCore::DublinCorePackage;
+using PdfPackageApi = api::Xmp::Schemas::Pdf::PdfPackage;
+using PhotoshopPackageApi = api::Xmp::Schemas::Photoshop::PhotoshopPackage;
+using XmpBasicPackageApi = api::Xmp::Schemas::XmpBaseSchema::XmpBasicPackage;
+using XmpDynamicMediaPackageApi = api::Xmp::Schemas::XmpDm::XmpDynamicMediaPackage;
+using XmpMediaManagementPackageApi = api::Xmp::Schemas::XmpMm::XmpMediaManagementPackage;
+using XmpRightsManagementPackageApi = api::Xmp::Schemas::XmpRm::XmpRightsManagementPackage;
 
-        {kDublinCore, "call_000_SetTitle", entry<&set_alternative<"title">>()},
-        {kDublinCore, "call_001_SetTitle", entry<&set_alternatives<"title">>()},
-        {kDublinCore, "call_000_SetDescription", entry<&set_alternative<"description">>()},
-        {kDublinCore, "call_001_SetDescription", entry<&set_alternatives<"description">>()},
-        {kDublinCore, "call_000_SetSubject", entry<&set_one_of_array<"subject">>()},
-        {kDublinCore, "call_001_SetSubject", entry<&set_array<"subject">>()},
-        {kDublinCore, "call_000_SetAuthor", entry<&set_one_of_array<"creator">>()},
-        {kDublinCore, "call_001_SetAuthor", entry<&set_array<"creator">>()},
-        {kDublinCore, "call_000_SetPublisher", entry<&set_one_of_array<"publisher">>()},
-        {kDublinCore, "call_001_SetPublisher", entry<&set_array<"publisher">>()},
-        {kDublinCore, "call_000_SetTitleStr", entry<&set_alternative<"title">>()},
-        {kDublinCore, "call_000_SetTitleLangAlt", entry<&set_alternatives<"title">>()},
-        {kDublinCore, "call_000_SetDescriptionStr", entry<&set_alternative<"description">>()},
-        {kDublinCore, "call_000_SetDescriptionLangAlt", entry<&set_alternatives<"description">>()},
-        {kDublinCore, "call_000_SetSubjectArray", entry<&set_array<"subject">>()},
-        {kDublinCore, "call_000_SetAuthorArray", entry<&set_array<"creator">>()},
-        {kDublinCore, "call_000_SetPublisherArray", entry<&set_array<"publisher">>()},
+const BehaviorTable core_tables({
+    behavior<&set_text<"EquipmentInstitution">, DicomPackageApi::call_000_SetEquipmentInstitution>(),
+    behavior<&set_text<"EquipmentManufacturer">, DicomPackageApi::call_000_SetEquipmentManufacturer>(),
+    behavior<&set_text<"PatientDOB">, DicomPackageApi::call_000_SetPatientBirthDate>(),
+    behavior<&set_text<"PatientID">, DicomPackageApi::call_000_SetPatientId>(),
+    behavior<&set_text<"PatientName">, DicomPackageApi::call_000_SetPatientName>(),
+    behavior<&set_text<"PatientSex">, DicomPackageApi::call_000_SetPatientSex>(),
+    behavior<&set_text<"SeriesDateTime">, DicomPackageApi::call_000_SetSeriesDateTime>(),
+    behavior<&set_text<"SeriesDescription">, DicomPackageApi::call_000_SetSeriesDescription>(),
+    behavior<&set_text<"SeriesModality">, DicomPackageApi::call_000_SetSeriesModality>(),
+    behavior<&set_text<"SeriesNumber">, DicomPackageApi::call_000_SetSeriesNumber>(),
+    behavior<&set_text<"StudyDateTime">, DicomPackageApi::call_000_SetStudyDateTime>(),
+    behavior<&set_text<"StudyDescription">, DicomPackageApi::call_000_SetStudyDescription>(),
+    behavior<&set_text<"StudyID">, DicomPackageApi::call_000_SetStudyId>(),
+    behavior<&set_text<"StudyPhysician">, DicomPackageApi::call_000_SetStudyPhysician>(),
+    behavior<&set_alternative<"title">, DublinCorePackageApi::call_000_SetTitle,
+             DublinCorePackageApi::call_000_SetTitleStr>(),
+    behavior<&set_alternatives<"title">, DublinCorePackageApi::call_001_SetTitle,
+             DublinCorePackageApi::call_000_SetTitleLangAlt>(),
+    behavior<&set_alternative<"description">, DublinCorePackageApi::call_000_SetDescription,
+             DublinCorePackageApi::call_000_SetDescriptionStr>(),
+    behavior<&set_alternatives<"description">, DublinCorePackageApi::call_001_SetDescription,
+             DublinCorePackageApi::call_000_SetDescriptionLangAlt>(),
+    behavior<&set_one_of_array<"subject">, DublinCorePackageApi::call_000_SetSubject>(),
+    behavior<&set_array<"subject">, DublinCorePackageApi::call_001_SetSubject,
+             DublinCorePackageApi::call_000_SetSubjectArray>(),
+    behavior<&set_one_of_array<"creator">, DublinCorePackageApi::call_000_SetAuthor>(),
+    behavior<&set_array<"creator">, DublinCorePackageApi::call_001_SetAuthor,
+             DublinCorePackageApi::call_000_SetAuthorArray>(),
+    behavior<&set_one_of_array<"publisher">, DublinCorePackageApi::call_000_SetPublisher>(),
+    behavior<&set_array<"publisher">, DublinCorePackageApi::call_001_SetPublisher,
+             DublinCorePackageApi::call_000_SetPublisherArray>(),
+    behavior<&set_text<"Keywords">, PdfPackageApi::call_000_SetKeywords>(),
+    behavior<&set_text<"PDFVersion">, PdfPackageApi::call_000_SetPdfVersion>(),
+    behavior<&set_text<"Producer">, PdfPackageApi::call_000_SetProducer>(),
+    behavior<&set_bool<"Trapped">, PdfPackageApi::call_000_SetTrapped>(),
+    behavior<&set_text<"AuthorsPosition">, PhotoshopPackageApi::call_000_SetAuthorsPosition>(),
+    behavior<&set_text<"CaptionWriter">, PhotoshopPackageApi::call_000_SetCaptionWriter>(),
+    behavior<&set_text<"Category">, PhotoshopPackageApi::call_000_SetCategory>(),
+    behavior<&set_text<"City">, PhotoshopPackageApi::call_000_SetCity>(),
+    behavior<&set_int<"ColorMode">, PhotoshopPackageApi::call_000_SetColorMode>(),
+    behavior<&set_text<"Country">, PhotoshopPackageApi::call_000_SetCountry>(),
+    behavior<&set_text<"Credit">, PhotoshopPackageApi::call_000_SetCredit>(),
+    behavior<&set_date<"DateCreated">, PhotoshopPackageApi::call_000_SetCreatedDate>(),
+    behavior<&set_array<"DocumentAncestors">, PhotoshopPackageApi::call_000_SetDocumentAncestors>(),
+    behavior<&set_text<"Headline">, PhotoshopPackageApi::call_000_SetHeadline>(),
+    behavior<&set_text<"History">, PhotoshopPackageApi::call_000_SetHistory>(),
+    behavior<&set_text<"ICCProfile">, PhotoshopPackageApi::call_000_SetIccProfile>(),
+    behavior<&set_text<"Instructions">, PhotoshopPackageApi::call_000_SetInstructions>(),
+    behavior<&set_text<"Source">, PhotoshopPackageApi::call_000_SetSource>(),
+    behavior<&set_text<"State">, PhotoshopPackageApi::call_000_SetState>(),
+    behavior<&set_array<"SupplementalCategories">, PhotoshopPackageApi::call_000_SetSupplementalCategories>(),
+    behavior<&set_text<"TransmissionReference">, PhotoshopPackageApi::call_000_SetTransmissionReference>(),
+    behavior<&set_urgency, PhotoshopPackageApi::call_000_SetUrgency>(),
+    behavior<&constant<kUrgencyMax>, PhotoshopPackageApi::getsa_UrgencyMax>(),
+    behavior<&constant<kUrgencyMin>, PhotoshopPackageApi::getsa_UrgencyMin>(),
+});
 
-        {kPdf, "call_000_SetKeywords", entry<&set_text<"Keywords">>()},
-        {kPdf, "call_000_SetPdfVersion", entry<&set_text<"PDFVersion">>()},
-        {kPdf, "call_000_SetProducer", entry<&set_text<"Producer">>()},
-        {kPdf, "call_000_SetTrapped", entry<&set_bool<"Trapped">>()},
-
-        {kPhotoshop, "call_000_SetAuthorsPosition", entry<&set_text<"AuthorsPosition">>()},
-        {kPhotoshop, "call_000_SetCaptionWriter", entry<&set_text<"CaptionWriter">>()},
-        {kPhotoshop, "call_000_SetCategory", entry<&set_text<"Category">>()},
-        {kPhotoshop, "call_000_SetCity", entry<&set_text<"City">>()},
-        {kPhotoshop, "call_000_SetColorMode", entry<&set_int<"ColorMode">>()},
-        {kPhotoshop, "call_000_SetCountry", entry<&set_text<"Country">>()},
-        {kPhotoshop, "call_000_SetCredit", entry<&set_text<"Credit">>()},
-        {kPhotoshop, "call_000_SetCreatedDate", entry<&set_date<"DateCreated">>()},
-        {kPhotoshop, "call_000_SetDocumentAncestors", entry<&set_array<"DocumentAncestors">>()},
-        {kPhotoshop, "call_000_SetHeadline", entry<&set_text<"Headline">>()},
-        {kPhotoshop, "call_000_SetHistory", entry<&set_text<"History">>()},
-        {kPhotoshop, "call_000_SetIccProfile", entry<&set_text<"ICCProfile">>()},
-        {kPhotoshop, "call_000_SetInstructions", entry<&set_text<"Instructions">>()},
-        {kPhotoshop, "call_000_SetSource", entry<&set_text<"Source">>()},
-        {kPhotoshop, "call_000_SetState", entry<&set_text<"State">>()},
-        {kPhotoshop, "call_000_SetSupplementalCategories", entry<&set_array<"SupplementalCategories">>()},
-        {kPhotoshop, "call_000_SetTransmissionReference", entry<&set_text<"TransmissionReference">>()},
-        {kPhotoshop, "call_000_SetUrgency", entry<&set_urgency>()},
-        {kPhotoshop, "getsa_UrgencyMax", entry<&constant<kUrgencyMax>>()},
-        {kPhotoshop, "getsa_UrgencyMin", entry<&constant<kUrgencyMin>>()},
-    });
-
-const BehaviorTable xmp_tables(
-    Assembly::kImaging,
-    {
-        {kBasic, "ctor_001_XmpBasicPackage", entry<&custom_package>()},
-        {kBasic, "call_000_SetCreatedDate", entry<&set_date<"CreateDate">>()},
-        {kBasic, "call_000_SetMetadataDate", entry<&set_date<"MetadataDate">>()},
-        {kBasic, "call_000_SetModifyDate", entry<&set_date<"ModifyDate">>()},
-        {kBasic, "call_001_SetCreatedDate", entry<&set_date_text<"CreateDate">>()},
-        {kBasic, "call_001_SetMetadataDate", entry<&set_date_text<"MetadataDate">>()},
-        {kBasic, "call_001_SetModifyDate", entry<&set_date_text<"ModifyDate">>()},
-        {kBasic, "call_000_SetCreatedDateStr", entry<&set_date_text<"CreateDate">>()},
-        {kBasic, "call_000_SetMetadataDateStr", entry<&set_date_text<"MetadataDate">>()},
-        {kBasic, "call_000_SetModifyDateStr", entry<&set_date_text<"ModifyDate">>()},
-        {kBasic, "call_000_SetCreatorTool", entry<&set_text<"CreatorTool">>()},
-        {kBasic, "call_000_SetIdentifier", entry<&set_array<"Identifier">>()},
-        {kBasic, "call_000_SetLabel", entry<&set_text<"Label">>()},
-        {kBasic, "call_000_SetRating", entry<&set_rating>()},
-        {kBasic, "getsa_RatingMax", entry<&constant<kRatingMax>>()},
-        {kBasic, "getsa_RatingMin", entry<&constant<kRatingMin>>()},
-        {kBasic, "getsa_RatingRejected", entry<&constant<kRatingRejected>>()},
-
-        {kMedia, "call_000_SetAbsPeakAudioFilePath", entry<&set_text<"absPeakAudioFilePath">>()},
-        {kMedia, "call_000_SetAlblum", entry<&set_text<"album">>()},
-        {kMedia, "call_000_SetAltTapeName", entry<&set_text<"altTapeName">>()},
-        {kMedia, "call_000_SetAltTimeCode", entry<&set_typed<"altTimecode">>()},
-        {kMedia, "call_000_SetArtist", entry<&set_text<"artist">>()},
-        {kMedia, "call_000_SetAudioChannelType", entry<&set_token<"audioChannelType">>()},
-        {kMedia, "call_000_SetAudioSampleRate", entry<&set_int<"audioSampleRate">>()},
-        {kMedia, "call_000_SetAudioSampleType", entry<&set_token<"audioSampleType">>()},
-        {kMedia, "call_000_SetCameraAngle", entry<&set_text<"cameraAngle">>()},
-        {kMedia, "call_000_SetCameraLabel", entry<&set_text<"cameraLabel">>()},
-        {kMedia, "call_000_SetCameraMove", entry<&set_text<"cameraMove">>()},
-        {kMedia, "call_000_SetClient", entry<&set_text<"client">>()},
-        {kMedia, "call_000_SetComment", entry<&set_text<"comment">>()},
-        {kMedia, "call_000_SetComposer", entry<&set_text<"composer">>()},
-        {kMedia, "call_000_SetDirector", entry<&set_text<"director">>()},
-        {kMedia, "call_000_SetDirectorPhotography", entry<&set_text<"directorPhotography">>()},
-        {kMedia, "call_000_SetDuration", entry<&set_typed<"duration">>()},
-        {kMedia, "call_000_SetEngineer", entry<&set_text<"engineer">>()},
-        {kMedia, "call_000_SetFileDataRate", entry<&set_typed<"fileDataRate">>()},
-        {kMedia, "call_000_SetGenre", entry<&set_text<"genre">>()},
-        {kMedia, "call_000_SetGood", entry<&set_bool<"good">>()},
-        {kMedia, "call_000_SetInstrument", entry<&set_text<"instrument">>()},
-        {kMedia, "call_000_SetIntroTime", entry<&set_typed<"introTime">>()},
-        {kMedia, "call_000_SetKey", entry<&set_text<"key">>()},
-        {kMedia, "call_000_SetLogComment", entry<&set_text<"logComment">>()},
-
-        {kManagement, "call_000_SetDocumentId", entry<&set_guid<"DocumentID">>()},
-        {kManagement, "call_000_SetInstanceId", entry<&set_guid<"InstanceID">>()},
-        {kManagement, "call_000_SetOriginalDocumentId", entry<&set_guid<"OriginalDocumentID">>()},
-        {kManagement, "call_000_SetDocumentIdAsGuid", entry<&set_guid<"DocumentID">>()},
-        {kManagement, "call_000_SetInstanceIdAsGuid", entry<&set_guid<"InstanceID">>()},
-        {kManagement, "call_000_SetOriginalDocumentIdAsGuid", entry<&set_guid<"OriginalDocumentID">>()},
-        {kManagement, "call_001_SetDocumentId", entry<&set_text<"DocumentID">>()},
-        {kManagement, "call_001_SetInstanceId", entry<&set_text<"InstanceID">>()},
-        {kManagement, "call_001_SetOriginalDocumentId", entry<&set_text<"OriginalDocumentID">>()},
-        {kManagement, "call_000_SetDerivedFrom", entry<&set_typed<"DerivedFrom">>()},
-
-        {kRights, "call_000_SetCertificate", entry<&set_text<"Certificate">>()},
-        {kRights, "call_000_SetMarkedAsRightManagement", entry<&set_bool<"Marked">>()},
-        {kRights, "call_000_SetOwners", entry<&set_array<"Owner">>()},
-        {kRights, "call_000_SetUsageTerms", entry<&set_alternatives<"UsageTerms">>()},
-        {kRights, "call_000_SetWebStatement", entry<&set_text<"WebStatement">>()},
-    });
+const BehaviorTable xmp_tables({
+    behavior<&custom_package, XmpBasicPackageApi::ctor_001_XmpBasicPackage>(),
+    behavior<&set_date<"CreateDate">, XmpBasicPackageApi::call_000_SetCreatedDate>(),
+    behavior<&set_date<"MetadataDate">, XmpBasicPackageApi::call_000_SetMetadataDate>(),
+    behavior<&set_date<"ModifyDate">, XmpBasicPackageApi::call_000_SetModifyDate>(),
+    behavior<&set_date_text<"CreateDate">, XmpBasicPackageApi::call_001_SetCreatedDate,
+             XmpBasicPackageApi::call_000_SetCreatedDateStr>(),
+    behavior<&set_date_text<"MetadataDate">, XmpBasicPackageApi::call_001_SetMetadataDate,
+             XmpBasicPackageApi::call_000_SetMetadataDateStr>(),
+    behavior<&set_date_text<"ModifyDate">, XmpBasicPackageApi::call_001_SetModifyDate,
+             XmpBasicPackageApi::call_000_SetModifyDateStr>(),
+    behavior<&set_text<"CreatorTool">, XmpBasicPackageApi::call_000_SetCreatorTool>(),
+    behavior<&set_array<"Identifier">, XmpBasicPackageApi::call_000_SetIdentifier>(),
+    behavior<&set_text<"Label">, XmpBasicPackageApi::call_000_SetLabel>(),
+    behavior<&set_rating, XmpBasicPackageApi::call_000_SetRating>(),
+    behavior<&constant<kRatingMax>, XmpBasicPackageApi::getsa_RatingMax>(),
+    behavior<&constant<kRatingMin>, XmpBasicPackageApi::getsa_RatingMin>(),
+    behavior<&constant<kRatingRejected>, XmpBasicPackageApi::getsa_RatingRejected>(),
+    behavior<&set_text<"absPeakAudioFilePath">, XmpDynamicMediaPackageApi::call_000_SetAbsPeakAudioFilePath>(),
+    behavior<&set_text<"album">, XmpDynamicMediaPackageApi::call_000_SetAlblum>(),
+    behavior<&set_text<"altTapeName">, XmpDynamicMediaPackageApi::call_000_SetAltTapeName>(),
+    behavior<&set_typed<"altTimecode">, XmpDynamicMediaPackageApi::call_000_SetAltTimeCode>(),
+    behavior<&set_text<"artist">, XmpDynamicMediaPackageApi::call_000_SetArtist>(),
+    behavior<&set_token<"audioChannelType">, XmpDynamicMediaPackageApi::call_000_SetAudioChannelType>(),
+    behavior<&set_int<"audioSampleRate">, XmpDynamicMediaPackageApi::call_000_SetAudioSampleRate>(),
+    behavior<&set_token<"audioSampleType">, XmpDynamicMediaPackageApi::call_000_SetAudioSampleType>(),
+    behavior<&set_text<"cameraAngle">, XmpDynamicMediaPackageApi::call_000_SetCameraAngle>(),
+    behavior<&set_text<"cameraLabel">, XmpDynamicMediaPackageApi::call_000_SetCameraLabel>(),
+    behavior<&set_text<"cameraMove">, XmpDynamicMediaPackageApi::call_000_SetCameraMove>(),
+    behavior<&set_text<"client">, XmpDynamicMediaPackageApi::call_000_SetClient>(),
+    behavior<&set_text<"comment">, XmpDynamicMediaPackageApi::call_000_SetComment>(),
+    behavior<&set_text<"composer">, XmpDynamicMediaPackageApi::call_000_SetComposer>(),
+    behavior<&set_text<"director">, XmpDynamicMediaPackageApi::call_000_SetDirector>(),
+    behavior<&set_text<"directorPhotography">, XmpDynamicMediaPackageApi::call_000_SetDirectorPhotography>(),
+    behavior<&set_typed<"duration">, XmpDynamicMediaPackageApi::call_000_SetDuration>(),
+    behavior<&set_text<"engineer">, XmpDynamicMediaPackageApi::call_000_SetEngineer>(),
+    behavior<&set_typed<"fileDataRate">, XmpDynamicMediaPackageApi::call_000_SetFileDataRate>(),
+    behavior<&set_text<"genre">, XmpDynamicMediaPackageApi::call_000_SetGenre>(),
+    behavior<&set_bool<"good">, XmpDynamicMediaPackageApi::call_000_SetGood>(),
+    behavior<&set_text<"instrument">, XmpDynamicMediaPackageApi::call_000_SetInstrument>(),
+    behavior<&set_typed<"introTime">, XmpDynamicMediaPackageApi::call_000_SetIntroTime>(),
+    behavior<&set_text<"key">, XmpDynamicMediaPackageApi::call_000_SetKey>(),
+    behavior<&set_text<"logComment">, XmpDynamicMediaPackageApi::call_000_SetLogComment>(),
+    behavior<&set_guid<"DocumentID">, XmpMediaManagementPackageApi::call_000_SetDocumentId,
+             XmpMediaManagementPackageApi::call_000_SetDocumentIdAsGuid>(),
+    behavior<&set_guid<"InstanceID">, XmpMediaManagementPackageApi::call_000_SetInstanceId,
+             XmpMediaManagementPackageApi::call_000_SetInstanceIdAsGuid>(),
+    behavior<&set_guid<"OriginalDocumentID">, XmpMediaManagementPackageApi::call_000_SetOriginalDocumentId,
+             XmpMediaManagementPackageApi::call_000_SetOriginalDocumentIdAsGuid>(),
+    behavior<&set_text<"DocumentID">, XmpMediaManagementPackageApi::call_001_SetDocumentId>(),
+    behavior<&set_text<"InstanceID">, XmpMediaManagementPackageApi::call_001_SetInstanceId>(),
+    behavior<&set_text<"OriginalDocumentID">, XmpMediaManagementPackageApi::call_001_SetOriginalDocumentId>(),
+    behavior<&set_typed<"DerivedFrom">, XmpMediaManagementPackageApi::call_000_SetDerivedFrom>(),
+    behavior<&set_text<"Certificate">, XmpRightsManagementPackageApi::call_000_SetCertificate>(),
+    behavior<&set_bool<"Marked">, XmpRightsManagementPackageApi::call_000_SetMarkedAsRightManagement>(),
+    behavior<&set_array<"Owner">, XmpRightsManagementPackageApi::call_000_SetOwners>(),
+    behavior<&set_alternatives<"UsageTerms">, XmpRightsManagementPackageApi::call_000_SetUsageTerms>(),
+    behavior<&set_text<"WebStatement">, XmpRightsManagementPackageApi::call_000_SetWebStatement>(),
+});
 
 // The constants of the static class of namespaces.
 struct NamespaceConstant {

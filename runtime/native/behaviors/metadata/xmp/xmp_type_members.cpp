@@ -14,11 +14,6 @@ namespace zelmor::embed {
 
 namespace {
 
-#define ZELMOR_BASIC "Zelmor.Imaging.Xmp.Types.Basic."
-#define ZELMOR_DERIVED "Zelmor.Imaging.Xmp.Types.Derived."
-#define ZELMOR_DM "Zelmor.Imaging.Xmp.Schemas.XmpDm."
-#define ZELMOR_COLORANT "Zelmor.Imaging.Xmp.Types.Complex.Colorant."
-
 constexpr const char* kIsoFormat = "yyyy-MM-ddTHH:mm:sszzz";
 
 std::string representation(XmpTypeObject& self) {
@@ -56,25 +51,25 @@ Ref<ManagedObject> boolean_of_text(const std::string& value) {
     if (lower != "true" && lower != "false") {
         throw_format(value, "a truth value; XMP has True and False");
     }
-    return with_value(ZELMOR_BASIC "XmpBoolean", lower == "true");
+    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpBoolean", lower == "true");
 }
 
 Ref<ManagedObject> integer_of_text(const std::string& value) {
-    return with_value(ZELMOR_BASIC "XmpInteger", number_in<int64_t>(value, "an integer"));
+    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpInteger", number_in<int64_t>(value, "an integer"));
 }
 
 Ref<ManagedObject> real_of_text(const std::string& value) {
-    return with_value(ZELMOR_BASIC "XmpReal", double{number_in<float>(value, "a real number")});
+    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpReal", double{number_in<float>(value, "a real number")});
 }
 
 Ref<ManagedObject> date_of_text(const std::string& date_string) {
-    auto date = with_value(ZELMOR_BASIC "XmpDate", parse_iso_date(date_string));
+    auto date = with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpDate", parse_iso_date(date_string));
     set_property(*date, "Format", to_utf16(iso_date_format(date_string)));
     return date;
 }
 
 Ref<ManagedObject> date_of(const DateTimeValue& date_time) {
-    return with_value(ZELMOR_BASIC "XmpDate", date_time);
+    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpDate", date_time);
 }
 
 std::string iso_format() {
@@ -109,7 +104,7 @@ Ref<ManagedObject> guid_of_text(const std::string& value) {
     for (size_t i = 0; i < 16; ++i) {
         guid.bytes[i] = in_order[kOrder[i]];
     }
-    auto object = with_value(ZELMOR_DERIVED "XmpGuid", text_of(guid));
+    auto object = with_value("Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", text_of(guid));
     if (colon != std::string::npos) {
         set_property(*object, "Prefix", to_utf16(value.substr(0, colon)));
     }
@@ -117,7 +112,7 @@ Ref<ManagedObject> guid_of_text(const std::string& value) {
 }
 
 Ref<ManagedObject> guid_of(const GuidValue& guid) {
-    return with_value(ZELMOR_DERIVED "XmpGuid", text_of(guid));
+    return with_value("Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", text_of(guid));
 }
 
 Ref<ManagedObject> layer_of(const std::u16string& layer_name, const std::u16string& layer_text) {
@@ -153,29 +148,29 @@ struct Token {
     const char* word;
 };
 constexpr Token kTokens[] = {
-    {ZELMOR_DM "AudioChannelType", "getsa_Audio51", "5.1"},
-    {ZELMOR_DM "AudioChannelType", "getsa_Audio71", "7.1"},
-    {ZELMOR_DM "AudioChannelType", "getsa_Audio16Channel", "16 Channel"},
-    {ZELMOR_DM "AudioChannelType", "getsa_Mono", "Mono"},
-    {ZELMOR_DM "AudioChannelType", "getsa_OtherChannel", "Other"},
-    {ZELMOR_DM "AudioChannelType", "getsa_Stereo", "Stereo"},
-    {ZELMOR_DM "AudioSampleType", "getsa_Compressed", "Compressed"},
-    {ZELMOR_DM "AudioSampleType", "getsa_Packed", "Packed"},
-    {ZELMOR_DM "AudioSampleType", "getsa_Sample16Int", "16Int"},
-    {ZELMOR_DM "AudioSampleType", "getsa_Sample24Int", "24Int"},
-    {ZELMOR_DM "AudioSampleType", "getsa_Sample32Float", "32Float"},
-    {ZELMOR_DM "AudioSampleType", "getsa_Sample32Int", "32Int"},
-    {ZELMOR_DM "AudioSampleType", "getsa_Sample8Int", "8Int"},
-    {ZELMOR_DM "TimeFormat", "getsa_DropTimecode2997", "2997DropTimecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_DropTimecode5994", "5994DropTimecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_NonDropTimecode2997", "2997NonDropTimecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_NonDropTimecode5994", "5994NonDropTimecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_Timecode23976", "23976Timecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_Timecode24", "24Timecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_Timecode25", "25Timecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_Timecode30", "30Timecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_Timecode50", "50Timecode"},
-    {ZELMOR_DM "TimeFormat", "getsa_Timecode60", "60Timecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Audio51", "5.1"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Audio71", "7.1"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Audio16Channel", "16 Channel"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Mono", "Mono"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_OtherChannel", "Other"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Stereo", "Stereo"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Compressed", "Compressed"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Packed", "Packed"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample16Int", "16Int"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample24Int", "24Int"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample32Float", "32Float"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample32Int", "32Int"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample8Int", "8Int"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_DropTimecode2997", "2997DropTimecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_DropTimecode5994", "5994DropTimecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_NonDropTimecode2997", "2997NonDropTimecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_NonDropTimecode5994", "5994NonDropTimecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode23976", "23976Timecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode24", "24Timecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode25", "25Timecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode30", "30Timecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode50", "50Timecode"},
+    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode60", "60Timecode"},
 };
 
 template <size_t kIndex>
@@ -208,33 +203,35 @@ float float_constant() {
 }
 
 BehaviorTable& table() {
-    static auto& table =
-        *new BehaviorTable(Assembly::kImaging,
-                           {
-                               {XmpTypeObject::kManagedName, "call_000_GetXmpRepresentation", entry<&representation>()},
-                               {ZELMOR_BASIC "XmpBoolean", "ctor_002_XmpBoolean", entry<&boolean_of_text>()},
-                               {ZELMOR_BASIC "XmpInteger", "ctor_002_XmpInteger", entry<&integer_of_text>()},
-                               {ZELMOR_BASIC "XmpReal", "ctor_001_XmpReal", entry<&real_of_text>()},
-                               {ZELMOR_BASIC "XmpDate", "ctor_000_XmpDate", entry<&date_of>()},
-                               {ZELMOR_BASIC "XmpDate", "ctor_001_XmpDate", entry<&date_of_text>()},
-                               {ZELMOR_BASIC "XmpDate", "getsa_Iso8601Format", entry<&iso_format>()},
-                               {ZELMOR_DERIVED "XmpGuid", "ctor_000_XmpGuid", entry<&guid_of_text>()},
-                               {ZELMOR_DERIVED "XmpGuid", "ctor_001_XmpGuid", entry<&guid_of>()},
-                               {ZELMOR_DERIVED "Rational", "get_FloatValue", entry<&float_value>()},
-                               {ZELMOR_DERIVED "RenditionClass", "getsa_DefinedValues", entry<&defined_renditions>()},
-                               {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "ctor_000_Layer", entry<&layer_of>()},
-                               {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "call_000_Equals", entry<&equal_types>()},
-                               {ZELMOR_DM "Timecode", "call_000_Equals", entry<&equal_types>()},
-                               {ZELMOR_DM "TimeFormat", "call_000_Equals", entry<&equal_tokens>()},
-                               {ZELMOR_COLORANT "ColorantCmyk", "getsa_ColorValueMax", entry<&float_constant<100>>()},
-                               {ZELMOR_COLORANT "ColorantCmyk", "getsa_ColorValueMin", entry<&float_constant<0>>()},
-                               {ZELMOR_COLORANT "ColorantLab", "getsa_MaxA", entry<&constant<int32_t{127}>>()},
-                               {ZELMOR_COLORANT "ColorantLab", "getsa_MaxB", entry<&constant<int32_t{127}>>()},
-                               {ZELMOR_COLORANT "ColorantLab", "getsa_MinA", entry<&constant<int32_t{-128}>>()},
-                               {ZELMOR_COLORANT "ColorantLab", "getsa_MinB", entry<&constant<int32_t{-128}>>()},
-                               {ZELMOR_COLORANT "ColorantLab", "getsa_MaxL", entry<&float_constant<100>>()},
-                               {ZELMOR_COLORANT "ColorantLab", "getsa_MinL", entry<&float_constant<0>>()},
-                           });
+    static auto& table = *new BehaviorTable(
+        Assembly::kImaging,
+        {
+            {XmpTypeObject::kManagedName, "call_000_GetXmpRepresentation", entry<&representation>()},
+            {"Zelmor.Imaging.Xmp.Types.Basic.XmpBoolean", "ctor_002_XmpBoolean", entry<&boolean_of_text>()},
+            {"Zelmor.Imaging.Xmp.Types.Basic.XmpInteger", "ctor_002_XmpInteger", entry<&integer_of_text>()},
+            {"Zelmor.Imaging.Xmp.Types.Basic.XmpReal", "ctor_001_XmpReal", entry<&real_of_text>()},
+            {"Zelmor.Imaging.Xmp.Types.Basic.XmpDate", "ctor_000_XmpDate", entry<&date_of>()},
+            {"Zelmor.Imaging.Xmp.Types.Basic.XmpDate", "ctor_001_XmpDate", entry<&date_of_text>()},
+            {"Zelmor.Imaging.Xmp.Types.Basic.XmpDate", "getsa_Iso8601Format", entry<&iso_format>()},
+            {"Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", "ctor_000_XmpGuid", entry<&guid_of_text>()},
+            {"Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", "ctor_001_XmpGuid", entry<&guid_of>()},
+            {"Zelmor.Imaging.Xmp.Types.Derived.Rational", "get_FloatValue", entry<&float_value>()},
+            {"Zelmor.Imaging.Xmp.Types.Derived.RenditionClass", "getsa_DefinedValues", entry<&defined_renditions>()},
+            {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "ctor_000_Layer", entry<&layer_of>()},
+            {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "call_000_Equals", entry<&equal_types>()},
+            {"Zelmor.Imaging.Xmp.Schemas.XmpDm.Timecode", "call_000_Equals", entry<&equal_types>()},
+            {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "call_000_Equals", entry<&equal_tokens>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantCmyk", "getsa_ColorValueMax",
+             entry<&float_constant<100>>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantCmyk", "getsa_ColorValueMin",
+             entry<&float_constant<0>>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MaxA", entry<&constant<int32_t{127}>>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MaxB", entry<&constant<int32_t{127}>>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MinA", entry<&constant<int32_t{-128}>>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MinB", entry<&constant<int32_t{-128}>>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MaxL", entry<&float_constant<100>>()},
+            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MinL", entry<&float_constant<0>>()},
+        });
     return table;
 }
 

@@ -2,8 +2,8 @@
 //
 // What it does follows from its role: storing a value, filling a new object, casting. What follows from no rule raises
 // NotSupportedException naming the member.
-#ifndef ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TAIL_ENTRY_H
-#define ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TAIL_ENTRY_H
+#ifndef ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TABLE_ENTRY_H
+#define ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TABLE_ENTRY_H
 
 #include <vector>
 
@@ -14,11 +14,11 @@
 
 namespace zelmor::embed {
 
-struct TailEntry;
-using TailFunction = void (*)(TailEntry& self, CallFrame& frame);
+struct TableEntry;
+using TailFunction = void (*)(TableEntry& self, CallFrame& frame);
 
 // One entry point on the tail. Lives as long as its delegate.
-struct TailEntry {
+struct TableEntry {
     const TypeInfo* type;
     const EntryInfo* info;
     Assembly assembly;
@@ -40,29 +40,29 @@ struct TailEntry {
 };
 
 // The choices, by role. Each sets `run` and what it needs.
-void plan_property(TailEntry& entry);
-void plan_constructor(TailEntry& entry);
-void plan_call(TailEntry& entry);
-void plan_cast(TailEntry& entry);
+void plan_property(TableEntry& entry);
+void plan_constructor(TableEntry& entry);
+void plan_call(TableEntry& entry);
+void plan_cast(TableEntry& entry);
 // Raises NotSupportedException naming the member.
-void run_not_supported(TailEntry& self, CallFrame& frame);
+void run_not_supported(TableEntry& self, CallFrame& frame);
 
 // Runs the behavior that the instance's own type, or a base of it, has for this member; false where there is none.
-bool run_override(TailEntry& self, CallFrame& frame, const ManagedObject& instance);
+bool run_override(TableEntry& self, CallFrame& frame, const ManagedObject& instance);
 // The behavior that a type or a base has for the member that `info` of `declaring` describes, or null.
 void* find_override(const TypeInfo& type, const TypeInfo& declaring, const EntryInfo& info);
 
 // The instance of an instance member: NullReferenceException naming the member for null, InvalidCastException for an
 // object of another type, ObjectDisposedException where the member minds.
-ManagedObject& instance_of(TailEntry& self, CallFrame& frame);
+ManagedObject& instance_of(TableEntry& self, CallFrame& frame);
 
 // Whether two members name the same collection, and two parameters the same type.
 bool same_collection(const CollectionInfo& a, const CollectionInfo& b);
 bool same_parameter(const ParamInfo& a, const ParamInfo& b);
 
 // The delegate of an entry point on the tail.
-void* make_tail_delegate(const TypeInfo& type, const EntryInfo& info);
+void* make_table_delegate(const TypeInfo& type, const EntryInfo& info);
 
 }  // namespace zelmor::embed
 
-#endif  // ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TAIL_ENTRY_H
+#endif  // ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TABLE_ENTRY_H

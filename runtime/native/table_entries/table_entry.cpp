@@ -1,5 +1,5 @@
 // Making the delegate of an entry point on the tail, and what all roles share.
-#include "runtime/native/table_entries/tail_entry.h"
+#include "runtime/native/table_entries/table_entry.h"
 
 #include <memory>
 
@@ -30,7 +30,7 @@ bool same_member(const EntryInfo& a, const EntryInfo& b) {
 }
 
 void run(void* context, CallFrame& frame) {
-    auto& entry = *static_cast<TailEntry*>(context);
+    auto& entry = *static_cast<TableEntry*>(context);
     entry.run(entry, frame);
 }
 
@@ -44,7 +44,7 @@ bool same_parameter(const ParamInfo& a, const ParamInfo& b) {
     return a.wire == b.wire && a.type == b.type && same_collection(a.collection, b.collection);
 }
 
-std::string TailEntry::member_name() const {
+std::string TableEntry::member_name() const {
     std::string name = std::string(type->name) + "." + info->member;
     if (info->role == EntryRole::kCtor || info->role == EntryRole::kCall || info->role == EntryRole::kStaticCall) {
         name += '(';
@@ -56,7 +56,7 @@ std::string TailEntry::member_name() const {
     return name;
 }
 
-void run_not_supported(TailEntry& self, CallFrame& frame) {
+void run_not_supported(TableEntry& self, CallFrame& frame) {
     if (is_instance_member(self.info->role)) {
         const ManagedObject& instance = instance_of(self, frame);
         if (run_override(self, frame, instance)) {
@@ -66,7 +66,7 @@ void run_not_supported(TailEntry& self, CallFrame& frame) {
     throw_not_supported(self.member_name());
 }
 
-ManagedObject& instance_of(TailEntry& self, CallFrame& frame) {
+ManagedObject& instance_of(TableEntry& self, CallFrame& frame) {
     const Handle handle = frame.argument<Handle>(0);
     if (!handle) {
         throw_null_reference("Object reference not set to an instance of an object: " + self.member_name());
@@ -90,18 +90,19 @@ void* find_override(const TypeInfo& type, const TypeInfo& declaring, const Entry
             if (!same_member(candidate, info)) {
                 continue;
             }
-            if (const Behavior* behavior = find_behavior(t->full_name, candidate.name)) {
-                return behavior->point.address;
+            void* address = find_behavior(t->full_name, candidate.name).address;
+            if (address != nullptr) {
+                return address;
             }
         }
     }
     return nullptr;
 }
 
-bool run_override(TailEntry& self, CallFrame& frame, const ManagedObject& instance) {
+bool run_override(TableEntry& self, CallFrame& frame, const ManagedObject& instance) {
     void* address = nullptr;
     bool known = false;
-    for (const TailEntry::Override& candidate : self.overrides) {
+    for (const TableEntry::Override& candidate : self.overrides) {
         if (candidate.type != &instance.type()) {
             continue;
         }
@@ -120,8 +121,8 @@ bool run_override(TailEntry& self, CallFrame& frame, const ManagedObject& instan
     return true;
 }
 
-void* make_tail_delegate(const TypeInfo& type, const EntryInfo& info) {
-    auto entry = std::make_shared<TailEntry>();
+void* make_table_delegate(const TypeInfo& type, const EntryInfo& info) {
+    auto entry = std::make_shared<TableEntry>();
     entry->type = &type;
     entry->info = &info;
     entry->assembly = find_assembly(type.assembly).value_or(Assembly::kImaging);
