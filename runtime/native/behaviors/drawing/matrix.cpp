@@ -2,7 +2,7 @@
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
-#include "runtime/native/behaviors/values/rounding.h"
+#include "runtime/native/behaviors/values/hashing.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -15,7 +15,7 @@ bool MatrixObject::equals(const ManagedObject& other) const {
 }
 
 int32_t MatrixObject::hash_code() const {
-    const auto word = [](double value) { return float_word(static_cast<float>(value)); };
+    const auto word = [](double value) { return hash_word(static_cast<float>(value)); };
     return combined_hash(word(map.m11), word(map.m22), word(map.dx), word(map.dy));
 }
 
