@@ -5,7 +5,6 @@
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
 
@@ -18,15 +17,18 @@ namespace {
 
 using Path = std::optional<std::u16string>;
 
-constexpr const char* kWebp = "Zelmor.Imaging.FileFormats.Webp.WebPImage";
-constexpr const char* kWebpFrame = "Zelmor.Imaging.FileFormats.Webp.WebPFrameBlock";
-constexpr const char* kFrameInterface = "Zelmor.Imaging.FileFormats.Webp.IFrame";
+using ApngFrameApi = api::FileFormats::Apng::ApngFrame;
+using ApngImageApi = api::FileFormats::Apng::ApngImage;
+using WebPFrameBlockApi = api::FileFormats::Webp::WebPFrameBlock;
+using WebPImageApi = api::FileFormats::Webp::WebPImage;
+using api::FileFormats::Webp::IFrame;
 
 // ---- WebP
 
 Ref<ImageObject> webp_frame(std::unique_ptr<imagework::Picture> picture) {
     FileFacts facts = facts_of_picture(Format::kWebp, *picture, picture->has_alpha() ? 32 : 24);
-    auto frame = make_ref<ImageObject>(require_type(kWebpFrame), std::move(picture), std::move(facts));
+    auto frame =
+        make_ref<ImageObject>(require_type(WebPFrameBlockApi::kType.name), std::move(picture), std::move(facts));
     frame->duration = 100;
     return frame;
 }
@@ -34,21 +36,21 @@ Ref<ImageObject> webp_frame_of_image(ImageObject* raster_image) {
     return webp_frame(required_image(raster_image, "raster_image").picture().copy());
 }
 Ref<ImageObject> webp_frame_of_size(int32_t width, int32_t height) {
-    require_positive_size(width, "width");
-    require_positive_size(height, "height");
+    require_positive(width, "width");
+    require_positive(height, "height");
     return webp_frame(image_backend().create(width, height, true, false, 0));
 }
 void add_webp_page(ImageObject& self, ImageObject* page) {
     append_frame(self, webp_frame(required_image(page, "page").picture().copy()));
 }
 void add_webp_block(ImageObject& self, const VariantArg* block) {
-    append_frame(self, frame_argument(block, kFrameInterface));
+    append_frame(self, frame_argument(block, IFrame::kType));
 }
 void insert_webp_block(ImageObject& self, int32_t index, const VariantArg* block) {
-    insert_block_frame(self, index, frame_argument(block, kFrameInterface));
+    insert_block_frame(self, index, frame_argument(block, IFrame::kType));
 }
 void remove_webp_block(ImageObject& self, const VariantArg* block) {
-    remove_block_frame(self, *frame_argument(block, kFrameInterface));
+    remove_block_frame(self, *frame_argument(block, IFrame::kType));
 }
 
 // A file of any format becomes a WebP image; one that is a WebP file keeps its settings and frames.
@@ -77,7 +79,7 @@ Ref<ImageObject> webp_of_path(const Path& path) {
 }
 Ref<ImageObject> webp_of_image(ImageObject* raster_image) {
     ImageObject& source = required_image(raster_image, "raster_image");
-    auto copy = make_ref<ImageObject>(require_type("Zelmor.Imaging.RasterCachedImage"), source.picture().copy(),
+    auto copy = make_ref<ImageObject>(require_type(api::RasterCachedImage::kType.name), source.picture().copy(),
                                       facts_of_picture(Format::kUnknown, source.picture(), 0));
     return as_webp(copy);
 }
@@ -85,11 +87,9 @@ Ref<ImageObject> webp_of_image_with(ImageObject* raster_image, Record*) {
     return webp_of_image(raster_image);
 }
 Ref<ImageObject> webp_of_size(int32_t width, int32_t height, Record* options) {
-    if (!options) {
-        throw_argument_null("options");
-    }
-    require_positive_size(width, "width");
-    require_positive_size(height, "height");
+    required_options(options);
+    require_positive(width, "width");
+    require_positive(height, "height");
     auto picture = image_backend().create(width, height, true, false, 0);
     FileFacts facts = facts_of_picture(Format::kWebp, *picture, 32);
     facts.encoding = encoding_of_options(*options).format;
@@ -110,11 +110,9 @@ Ref<ImageObject> webp_of_size_with(int32_t width, int32_t height, Record* option
 // ---- PNG
 
 Ref<ImageObject> apng_of_size(Record* options, int32_t width, int32_t height) {
-    if (!options) {
-        throw_argument_null("options");
-    }
-    require_positive_size(width, "width");
-    require_positive_size(height, "height");
+    required_options(options);
+    require_positive(width, "width");
+    require_positive(height, "height");
     auto picture = image_backend().create(width, height, true, false, 0);
     FileFacts facts = facts_of_picture(Format::kPng, *picture, 32);
     facts.is_apng = true;
@@ -166,16 +164,6 @@ Ref<ImageObject> pop_frame_at(ImageObject& self, int32_t index) {
 void remove_frame_at(ImageObject& self, int32_t index) {
     self.take_frame(checked_index(self, index, "index"));
 }
-bool apng_interlaced(ImageObject& self) {
-    self.require_live();
-    const auto* png = self.facts().encoding ? std::get_if<imagework::PngEncoding>(&*self.facts().encoding) : nullptr;
-    return png && png->interlaced;
-}
-
-using ApngFrameApi = api::FileFormats::Apng::ApngFrame;
-using ApngImageApi = api::FileFormats::Apng::ApngImage;
-using WebPFrameBlockApi = api::FileFormats::Webp::WebPFrameBlock;
-using WebPImageApi = api::FileFormats::Webp::WebPImage;
 
 const BehaviorTable table({
     behavior<&webp_frame_of_image, WebPFrameBlockApi::ctor_000_WebPFrameBlock>(),
@@ -202,7 +190,7 @@ const BehaviorTable table({
     behavior<&insert_webp_block, WebPImageApi::call_000_InsertBlock>(),
     behavior<&remove_webp_block, WebPImageApi::call_000_RemoveBlock>(),
     behavior<&clear_frames, WebPImageApi::call_000_ClearBlocks, ApngImageApi::call_000_RemoveAllFrames>(),
-    behavior<&frame_is_preserved, ApngFrameApi::get_DisposalMethod>(),
+    behavior<&frame_disposal_method, ApngFrameApi::get_DisposalMethod>(),
     behavior<&apng_of_size, ApngImageApi::ctor_000_ApngImage>(),
     behavior<&add_blank_frame, ApngImageApi::call_000_AddFrame>(),
     behavior<&add_image, ApngImageApi::call_001_AddFrame, ApngImageApi::call_000_AddPage>(),
@@ -212,7 +200,6 @@ const BehaviorTable table({
     behavior<&insert_timed_image, ApngImageApi::call_002_InsertFrame>(),
     behavior<&pop_frame_at, ApngImageApi::call_000_PopFrameAt>(),
     behavior<&remove_frame_at, ApngImageApi::call_000_RemoveFrameAt>(),
-    behavior<&apng_interlaced, ApngImageApi::get_Interlaced>(),
 });
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/behaviors/images/color_arrays.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/imagework/loader.h"
@@ -49,59 +49,6 @@ Argb argb_of_one(CmykValue color) {
     return argb_of(std::vector<CmykValue>{color}).front();
 }
 
-// ---- Arrays in and out.
-
-template <class V>
-std::vector<V> read_values(const VariantArg* arg, const char* parameter) {
-    static const ElementType& element = element_of(Wire::kStruct, StructTraits<V>::kName);
-    std::vector<V> result;
-    for (const Value& value : read_elements(arg, element, parameter)) {
-        result.push_back(unbox<V>(*std::get<Ref<ManagedObject>>(value)));
-    }
-    return result;
-}
-
-std::vector<Argb> read_colors(const VariantArg* arg, const char* parameter) {
-    std::vector<Argb> result;
-    for (const ColorValue& color : read_values<ColorValue>(arg, parameter)) {
-        result.push_back(color.argb);
-    }
-    return result;
-}
-
-std::vector<Argb> read_packed_colors(const VariantArg* arg, const char* parameter) {
-    const std::vector<int32_t> packed = read_array<int32_t>(arg, parameter);
-    return {packed.begin(), packed.end()};
-}
-
-std::vector<CmykValue> read_packed_cmyk(const VariantArg* arg, const char* parameter) {
-    std::vector<CmykValue> result;
-    for (const int32_t packed : read_array<int32_t>(arg, parameter)) {
-        result.push_back(unpacked_cmyk(packed));
-    }
-    return result;
-}
-
-Collection boxed(const std::vector<CmykValue>& colors) {
-    std::vector<Value> items;
-    for (const CmykValue& color : colors) {
-        items.emplace_back(box(color));
-    }
-    return cmyk_array(std::move(items));
-}
-Collection boxed(const std::vector<Argb>& colors) {
-    std::vector<Value> items;
-    for (const Argb color : colors) {
-        items.emplace_back(box(ColorValue::from_argb(color)));
-    }
-    return color_array(std::move(items));
-}
-Collection packed(const std::vector<CmykValue>& colors) {
-    std::vector<int32_t> items(colors.size());
-    std::transform(colors.begin(), colors.end(), items.begin(), packed_cmyk);
-    return {Ref<ManagedObject>(make_array(std::move(items)))};
-}
-
 // ---- Color and CmykColor.
 
 CmykValue color_to_cmyk(const ColorValue& pixel) {
@@ -114,7 +61,7 @@ ColorValue cmyk_to_color(const CmykValue& cmyk_pixel) {
     return ColorValue::from_argb(argb_of_one(cmyk_pixel));
 }
 Collection cmyk_to_colors(const VariantArg* cmyk_pixels) {
-    return boxed(argb_of(read_values<CmykValue>(cmyk_pixels, "cmyk_pixels")));
+    return boxed(argb_of(read_cmyk(cmyk_pixels, "cmyk_pixels")));
 }
 
 // ---- CmykColorHelper, where CMYK is packed into an integer.

@@ -1,11 +1,12 @@
 // Creating an empty image for a format, and the calculations of sizes that need no image.
 #include "runtime/native/behaviors/images/creating.h"
-#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <cmath>
 
+#include "generated/runtime/Zelmor.Imaging.Sources.h"
+#include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/files.h"
@@ -67,33 +68,27 @@ PixelForm form_of(const Encoding& encoding) {
     return {true, false, 32};
 }
 
-void require_positive(int32_t value, const char* parameter) {
-    if (value <= 0) {
-        throw_out_of_range(parameter, "The value " + std::to_string(value) + " is not positive.");
-    }
-}
-
 // Where the new image will be written: a file of its source, or the stream of its source, or nowhere yet.
 void set_target(ImageObject& image, const Record& options) {
     const Ref<ManagedObject> source = property_object(options, "Source");
     if (!source) {
         return;
     }
-    const std::string_view type = source->type().name;
-    if (type == "FileCreateSource") {
+    const std::string_view type = source->type().full_name;
+    if (type == api::Sources::FileCreateSource::kType.name) {
         image.target_path = file_path_of(property_string(*source, "FilePath"), "file_path");
         require_writable_target(image.target_path);
         image.delete_target = property_bool(*source, "IsTemporal");
         return;
     }
-    if (type == "StreamSource") {
+    if (type == api::Sources::StreamSource::kType.name) {
         const Ref<ManagedObject> stream = property_object(*source, "Stream");
         if (stream) {
             image.target_stream = Ref<ManagedStream>(&cast_object<ManagedStream>(*stream));
         }
         return;
     }
-    throw_not_supported("Creating an image over a " + std::string(type));
+    throw_not_supported("Creating an image over a " + std::string(source->type().name));
 }
 
 }  // namespace
@@ -142,14 +137,12 @@ Ref<ImageObject> new_image(const Encoding& encoding, int32_t width, int32_t heig
 }
 
 Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height) {
-    if (!image_options) {
-        throw_argument_null("image_options");
-    }
+    const FileFormat format = file_format_of_options(required_options(image_options, "image_options"));
     FileFacts facts;
-    facts.is_apng = is_animation_options(*image_options);
-    facts.is_big_tiff = std::string_view(image_options->type().name) == "BigTiffOptions";
+    facts.is_apng = format == FileFormat::kApng;
+    facts.is_big_tiff = format == FileFormat::kBigTiff;
     auto image = blank_image(encoding_of_options(*image_options), width, height, std::move(facts));
-    if (is_animation_options(*image_options)) {
+    if (format == FileFormat::kApng) {
         set_property(*image, "NumPlays", property_int(*image_options, "NumPlays"));
         set_property(*image, "DefaultFrameTime", property_int(*image_options, "DefaultFrameTime"));
     }

@@ -1,15 +1,18 @@
 // Crop, rotate, and rotate with flip.
+#include <algorithm>
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/image_object.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
 
 namespace {
+
+using api::RotateFlipType;
 
 void crop(ImageObject& self, const RectangleValue& rectangle) {
     self.change([&](imagework::Picture& picture) {
@@ -56,17 +59,31 @@ void rotate_on_own_background(ImageObject& self, float angle) {
     rotate(self, angle, true, ColorValue::from_argb(self.canvas_background()));
 }
 
-// The values of RotateFlipType count the clockwise quarter turns first, then the axes that are mirrored afterwards.
-void rotate_flip(ImageObject& self, int32_t rotate_flip_type) {
+// A clockwise turn by quarters, then a mirroring. Each way of standing has two names in the enumeration: a turn by 180
+// degrees is a mirroring at both axes.
+struct Turn {
+    RotateFlipType type;
+    int quarters;
+    bool mirror_x;
+    bool mirror_y;
+};
+constexpr Turn kTurns[] = {
+    {RotateFlipType::kRotateNoneFlipNone, 0, false, false}, {RotateFlipType::kRotate90FlipNone, 1, false, false},
+    {RotateFlipType::kRotate180FlipNone, 2, false, false},  {RotateFlipType::kRotate270FlipNone, 3, false, false},
+    {RotateFlipType::kRotateNoneFlipX, 0, true, false},     {RotateFlipType::kRotate90FlipX, 1, true, false},
+    {RotateFlipType::kRotate180FlipX, 2, true, false},      {RotateFlipType::kRotate270FlipX, 3, true, false},
+};
+
+void rotate_flip(ImageObject& self, RotateFlipType rotate_flip_type) {
     self.require_live();
-    if (rotate_flip_type < 0 || rotate_flip_type > 15) {
-        throw_out_of_range("rotate_flip_type",
-                           "The value " + std::to_string(rotate_flip_type) + " is not one of RotateFlipType.");
+    const auto* turn = std::find_if(std::begin(kTurns), std::end(kTurns),
+                                    [&](const Turn& known) { return known.type == rotate_flip_type; });
+    if (turn == std::end(kTurns)) {
+        throw_out_of_range("rotate_flip_type", "The value " + std::to_string(number_of(rotate_flip_type)) +
+                                                   " is not one of RotateFlipType.");
     }
-    const int axes = rotate_flip_type / 4;  // none, X, Y, both
-    self.change([&](imagework::Picture& picture) {
-        picture.rotate_flip(rotate_flip_type % 4, (axes & 1) != 0, (axes & 2) != 0);
-    });
+    self.change(
+        [&](imagework::Picture& picture) { picture.rotate_flip(turn->quarters, turn->mirror_x, turn->mirror_y); });
 }
 
 using ImageApi = api::Image;

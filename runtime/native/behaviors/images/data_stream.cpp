@@ -3,7 +3,6 @@
 // Nothing is read through it on the image's behalf, since pictures are decoded when they are loaded.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -17,12 +16,12 @@ namespace {
 Ref<StreamContainerObject> data_stream_container(ImageBase& self) {
     self.require_live();
     const auto* image = dynamic_cast<ImageObject*>(&self);
-    if (!image) {
+    if (image == nullptr) {
         return nullptr;
     }
     const Ref<ManagedStream>& stream = image->target_stream ? image->target_stream : image->source_stream;
     if (stream) {
-        return make_stream_container("Zelmor.Imaging.StreamContainer", stream, false);
+        return make_stream_container(api::StreamContainer::kType.name, stream, false);
     }
     if (image->target_path.empty() || !file_exists(image->target_path)) {
         return nullptr;

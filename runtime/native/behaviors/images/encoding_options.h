@@ -8,7 +8,7 @@
 
 namespace zelmor::embed {
 
-// The format that an options object stands for; kUnknown for one that the backend cannot write.
+// The format that an object of save options is for; kUnknown for one that the backend cannot write.
 imagework::Format format_of_options(const ManagedObject& options);
 
 // What the options ask for. ArgumentOutOfRangeException for a setting outside its range, NotSupportedException for one
@@ -26,14 +26,11 @@ imagework::Encoding encoding_for(const ImageObject& page, imagework::Format form
 
 // Whether the options are those of an animation in a format that otherwise has one picture.
 bool is_animation_options(const ManagedObject& options);
-// How long a frame is shown that says nothing of it, in milliseconds.
+// How long a frame without a duration of its own is shown, in milliseconds. `options` may be null.
 int32_t usual_duration(const ImageObject& image, const ManagedObject* options);
 
 // The format that a file name's extension stands for, kUnknown where it stands for none.
 imagework::Format format_of_extension(const std::string& path);
-
-// The numbers of a property that holds an array or a list of them; nothing for null.
-std::optional<std::vector<int64_t>> numbers_of(const ManagedObject& object, std::string_view property);
 
 }  // namespace zelmor::embed
 

@@ -1,9 +1,10 @@
 // Filters by their options, and straightening by the lines of a text.
 #include <cmath>
 
+#include "generated/runtime/Zelmor.Imaging.ImageFilters.FilterOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/behaviors/images/option_checks.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
@@ -14,34 +15,15 @@ using namespace imagework;
 
 namespace {
 
-constexpr const char* kBox5 = "Zelmor.Imaging.ImageFilters.FilterOptions.BigRectangularFilterOptions";
-constexpr const char* kBox3 = "Zelmor.Imaging.ImageFilters.FilterOptions.SmallRectangularFilterOptions";
-constexpr const char* kBilateral = "Zelmor.Imaging.ImageFilters.FilterOptions.BilateralSmoothingFilterOptions";
-constexpr const char* kConvolution = "Zelmor.Imaging.ImageFilters.FilterOptions.ConvolutionFilterOptions";
-constexpr const char* kDeconvolution = "Zelmor.Imaging.ImageFilters.FilterOptions.DeconvolutionFilterOptions";
-constexpr const char* kGaussWiener = "Zelmor.Imaging.ImageFilters.FilterOptions.GaussWienerFilterOptions";
-constexpr const char* kGaussian = "Zelmor.Imaging.ImageFilters.FilterOptions.GaussianBlurFilterOptions";
-constexpr const char* kMedian = "Zelmor.Imaging.ImageFilters.FilterOptions.MedianFilterOptions";
-constexpr const char* kMotionWiener = "Zelmor.Imaging.ImageFilters.FilterOptions.MotionWienerFilterOptions";
-constexpr const char* kSharpen = "Zelmor.Imaging.ImageFilters.FilterOptions.SharpenFilterOptions";
-#undef "Zelmor.Imaging.ImageFilters.FilterOptions."
+namespace filters = api::ImageFilters::FilterOptions;
 
 constexpr int64_t kMostPixels = 255;  // to a side of a kernel
 
-int64_t ranged(const ManagedObject& options, const char* property, int64_t least, int64_t most) {
-    const int64_t value = property_int(options, property);
-    if (value < least || value > most) {
-        throw_out_of_range(property, "The value " + std::to_string(value) + " of " + options.type().name + "." +
-                                         property + " is not between " + std::to_string(least) + " and " +
-                                         std::to_string(most) + ".");
-    }
-    return value;
-}
 double positive(const ManagedObject& options, const char* property) {
     const double value = property_double(options, property);
     if (!(value > 0.0) || std::isinf(value)) {
-        throw_out_of_range(property, "The value " + to_utf8(number_text(value)) + " of " + options.type().name + "." +
-                                         property + " is not positive.");
+        throw_out_of_range(property, "The value " + to_utf8(number_text(value)) + " of " +
+                                         member_name(options, property) + " is not positive.");
     }
     return value;
 }
@@ -109,50 +91,67 @@ Deconvolution deconvolution(const ManagedObject& options, Kernel kernel) {
     const double brightness = positive(options, "Brightness");
     const double noise = property_double(options, "Snr");
     if (!(noise > 0.0) || std::isinf(noise)) {
-        throw_out_of_range(
-            "Snr", "The value " + to_utf8(number_text(noise)) + " of " + options.type().name + ".Snr is not positive.");
+        throw_out_of_range("Snr", "The value " + to_utf8(number_text(noise)) + " of " + member_name(options, "Snr") +
+                                      " is not positive.");
     }
     return {std::move(kernel), noise, brightness, property_bool(options, "Grayscale")};
 }
 
+// How a filter is made from an object of options of its class.
+struct FilterClass {
+    const TypeName& options;
+    Filter (*make)(const ManagedObject& options);
+};
+constexpr FilterClass kFilters[] = {
+    {filters::BigRectangularFilterOptions::kType,
+     [](const ManagedObject&) -> Filter { return Convolution{box_kernel(5)}; }},
+    {filters::SmallRectangularFilterOptions::kType,
+     [](const ManagedObject&) -> Filter { return Convolution{box_kernel(3)}; }},
+    {filters::MedianFilterOptions::kType,
+     [](const ManagedObject& options) -> Filter {
+         return Median{static_cast<int>(ranged(options, "Size", 1, kMostPixels))};
+     }},
+    {filters::BilateralSmoothingFilterOptions::kType,
+     [](const ManagedObject& options) -> Filter {
+         return Bilateral{static_cast<int>(ranged(options, "Size", 1, kMostPixels)) | 1,
+                          positive(options, "SpatialFactor"), positive(options, "SpatialPower"),
+                          positive(options, "ColorFactor"), positive(options, "ColorPower")};
+     }},
+    {filters::GaussianBlurFilterOptions::kType,
+     [](const ManagedObject& options) -> Filter {
+         return convolution(options,
+                            bell_kernel(ranged(options, "Radius", 1, kMostPixels / 2), positive(options, "Sigma")));
+     }},
+    {filters::SharpenFilterOptions::kType,
+     [](const ManagedObject& options) -> Filter {
+         return convolution(options,
+                            sharpening_kernel(ranged(options, "Size", 3, kMostPixels), positive(options, "Sigma")));
+     }},
+    {filters::GaussWienerFilterOptions::kType,
+     [](const ManagedObject& options) -> Filter {
+         return deconvolution(options,
+                              bell_kernel(ranged(options, "Radius", 1, kMostPixels / 2), positive(options, "Smooth")));
+     }},
+    {filters::MotionWienerFilterOptions::kType,
+     [](const ManagedObject& options) -> Filter {
+         return deconvolution(options, motion_kernel(ranged(options, "Length", 1, kMostPixels),
+                                                     positive(options, "Smooth"), property_double(options, "Angle")));
+     }},
+};
+
 Filter filter_of(const ManagedObject& options) {
     const std::string_view type = options.type().full_name;
-    if (type == kBox5) {
-        return Convolution{box_kernel(5)};
-    }
-    if (type == kBox3) {
-        return Convolution{box_kernel(3)};
-    }
-    if (type == kMedian) {
-        return Median{static_cast<int>(ranged(options, "Size", 1, kMostPixels))};
-    }
-    if (type == kBilateral) {
-        return Bilateral{static_cast<int>(ranged(options, "Size", 1, kMostPixels)) | 1,
-                         positive(options, "SpatialFactor"), positive(options, "SpatialPower"),
-                         positive(options, "ColorFactor"), positive(options, "ColorPower")};
-    }
-    if (type == kGaussian) {
-        return convolution(options,
-                           bell_kernel(ranged(options, "Radius", 1, kMostPixels / 2), positive(options, "Sigma")));
-    }
-    if (type == kSharpen) {
-        return convolution(options,
-                           sharpening_kernel(ranged(options, "Size", 3, kMostPixels), positive(options, "Sigma")));
-    }
-    if (type == kGaussWiener) {
-        return deconvolution(options,
-                             bell_kernel(ranged(options, "Radius", 1, kMostPixels / 2), positive(options, "Smooth")));
-    }
-    if (type == kMotionWiener) {
-        return deconvolution(options, motion_kernel(ranged(options, "Length", 1, kMostPixels),
-                                                    positive(options, "Smooth"), property_double(options, "Angle")));
+    for (const FilterClass& known : kFilters) {
+        if (type == known.options.name) {
+            return known.make(options);
+        }
     }
     throw_not_supported(std::string("Filtering with ") + options.type().name);
 }
 
 void filter(ImageObject& self, const RectangleValue& rectangle, Record* options) {
     self.require_live();
-    if (!options) {
+    if (options == nullptr) {
         throw_argument_null("options");
     }
     const Filter chosen = filter_of(*options);
@@ -185,27 +184,33 @@ Ref<ManagedObject> with_defaults(const TypeInfo& type, Pairs... pairs) {
 }
 using Int = std::pair<const char*, int64_t>;
 using Real = std::pair<const char*, double>;
-const FactoryRegistration convolution_factory(kConvolution, [](const TypeInfo& type) {
+const FactoryRegistration convolution_factory(filters::ConvolutionFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Factor", 1.0), Int("Bias", 0));
 });
-const FactoryRegistration gaussian_factory(kGaussian, [](const TypeInfo& type) {
+const FactoryRegistration gaussian_factory(filters::GaussianBlurFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Factor", 1.0), Int("Bias", 0), Int("Radius", 5), Real("Sigma", 4.0));
 });
-const FactoryRegistration sharpen_factory(kSharpen, [](const TypeInfo& type) {
+const FactoryRegistration sharpen_factory(filters::SharpenFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Factor", 1.0), Int("Bias", 0), Int("Size", 5), Real("Sigma", 4.0));
 });
-const FactoryRegistration deconvolution_factory(kDeconvolution, [](const TypeInfo& type) {
-    return with_defaults(type, Real("Snr", 0.007), Real("Brightness", 1.15), std::pair("Grayscale", false),
-                         std::pair("IsPartialLoaded", false));
-});
-const FactoryRegistration gauss_wiener_factory(kGaussWiener, [](const TypeInfo& type) {
+const FactoryRegistration deconvolution_factory(filters::DeconvolutionFilterOptions::kType.name,
+                                                [](const TypeInfo& type) {
+                                                    return with_defaults(type, Real("Snr", 0.007),
+                                                                         Real("Brightness", 1.15),
+                                                                         std::pair("Grayscale", false),
+                                                                         std::pair("IsPartialLoaded", false));
+                                                });
+const FactoryRegistration gauss_wiener_factory(filters::GaussWienerFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Snr", 0.007), Real("Brightness", 1.15), std::pair("Grayscale", false),
                          std::pair("IsPartialLoaded", false), Int("Radius", 5), Real("Smooth", 2.0));
 });
-const FactoryRegistration bilateral_factory(kBilateral, [](const TypeInfo& type) {
-    return with_defaults(type, Int("Size", 5), Real("SpatialFactor", 10.0), Real("SpatialPower", 2.0),
-                         Real("ColorFactor", 50.0), Real("ColorPower", 2.0));
-});
+const FactoryRegistration bilateral_factory(filters::BilateralSmoothingFilterOptions::kType.name,
+                                            [](const TypeInfo& type) {
+                                                return with_defaults(type, Int("Size", 5), Real("SpatialFactor", 10.0),
+                                                                     Real("SpatialPower", 2.0),
+                                                                     Real("ColorFactor", 50.0),
+                                                                     Real("ColorPower", 2.0));
+                                            });
 
 using RasterImageApi = api::RasterImage;
 

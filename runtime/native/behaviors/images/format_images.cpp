@@ -1,16 +1,19 @@
 // Constructors of the images of single formats, BMP, JPEG and PNG, and what these tell of their file.
 //
 // A file or an image of another format becomes one of this: the picture is copied, and save() writes it as this format.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Apng.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Bmp.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tga.h"
 #include "runtime/native/behaviors/images/creating.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/behaviors/images/format_enumerations.h"
+#include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/images/palettes.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
@@ -21,7 +24,6 @@ using imagework::BmpEncoding;
 using imagework::Encoding;
 using imagework::Format;
 using imagework::JpegEncoding;
-using imagework::PngColor;
 using imagework::PngEncoding;
 
 namespace {
@@ -41,13 +43,7 @@ Ref<ImageObject> as_format(const Ref<ImageObject>& image, const Encoding& encodi
         return image;
     }
     auto picture = image->picture().copy();
-    imagework::FileFacts facts;
-    facts.format = format;
-    facts.readable = true;
-    facts.width = picture->width();
-    facts.height = picture->height();
-    facts.bits_per_pixel = bits_per_pixel_of(encoding);
-    facts.has_alpha = picture->has_alpha();
+    imagework::FileFacts facts = facts_of_picture(format, *picture, bits_per_pixel_of(encoding));
     facts.encoding = encoding.format;
     if (encoding.resolution) {
         picture->set_resolution(*encoding.resolution);
@@ -83,9 +79,10 @@ void require_dots(double value, const char* parameter) {
     throw_out_of_range(parameter,
                        "The value " + to_utf8(number_text(value)) + " is no positive number of dots per inch.");
 }
-Encoding bmp_settings(uint16_t bits_per_pixel, int32_t compression, double horizontal, double vertical) {
-    if (compression < 0 || compression > static_cast<int32_t>(BmpCompression::kBitFields)) {
-        throw_not_supported("The value " + std::to_string(compression) + " of BitmapCompression");
+Encoding bmp_settings(uint16_t bits_per_pixel, BitmapCompression compression, double horizontal, double vertical) {
+    const auto known_compression = backend_value(kBmpCompressions, compression);
+    if (!known_compression) {
+        throw_not_supported("The value " + std::to_string(number_of(compression)) + " of BitmapCompression");
     }
     bool known = false;
     for (const int bits : {1, 4, 8, 16, 24, 32}) {
@@ -97,7 +94,7 @@ Encoding bmp_settings(uint16_t bits_per_pixel, int32_t compression, double horiz
     }
     require_dots(horizontal, "horizontal_resolution");
     require_dots(vertical, "vertical_resolution");
-    Encoding encoding = encoding_of(BmpEncoding{bits_per_pixel, static_cast<BmpCompression>(compression)});
+    Encoding encoding = encoding_of(BmpEncoding{bits_per_pixel, *known_compression});
     encoding.resolution = imagework::Resolution{horizontal, vertical};
     return encoding;
 }
@@ -107,21 +104,21 @@ Ref<ImageObject> bmp_of(const Ref<ImageObject>& image, bool keeps_settings) {
 Ref<ImageObject> bmp_of_path(const Path& path) {
     return bmp_of(image_of_file(path, nullptr, "path"), true);
 }
-Ref<ImageObject> bmp_of_path_with(const Path& path, uint16_t bits_per_pixel, int32_t compression,
+Ref<ImageObject> bmp_of_path_with(const Path& path, uint16_t bits_per_pixel, BitmapCompression compression,
                                   double horizontal_resolution, double vertical_resolution) {
     return of_path(path, bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
 }
 Ref<ImageObject> bmp_of_stream(Ref<ManagedStream> stream) {
     return bmp_of(image_of_stream(stream, nullptr), true);
 }
-Ref<ImageObject> bmp_of_stream_with(Ref<ManagedStream> stream, uint16_t bits_per_pixel, int32_t compression,
+Ref<ImageObject> bmp_of_stream_with(Ref<ManagedStream> stream, uint16_t bits_per_pixel, BitmapCompression compression,
                                     double horizontal_resolution, double vertical_resolution) {
     return of_stream(stream, bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
 }
 Ref<ImageObject> bmp_of_image(ImageObject* raster_image) {
     return bmp_of(Ref<ImageObject>(&required_image(raster_image, "raster_image")), false);
 }
-Ref<ImageObject> bmp_of_image_with(ImageObject* raster_image, uint16_t bits_per_pixel, int32_t compression,
+Ref<ImageObject> bmp_of_image_with(ImageObject* raster_image, uint16_t bits_per_pixel, BitmapCompression compression,
                                    double horizontal_resolution, double vertical_resolution) {
     return of_image(raster_image,
                     bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution));
@@ -130,7 +127,8 @@ Ref<ImageObject> bmp_of_size(int32_t width, int32_t height) {
     return new_image(encoding_of(BmpEncoding{}), width, height);
 }
 Ref<ImageObject> bmp_of_size_with(int32_t width, int32_t height, uint16_t bits_per_pixel, const VariantArg* palette,
-                                  int32_t compression, double horizontal_resolution, double vertical_resolution) {
+                                  BitmapCompression compression, double horizontal_resolution,
+                                  double vertical_resolution) {
     Encoding encoding = bmp_settings(bits_per_pixel, compression, horizontal_resolution, vertical_resolution);
     if (const Ref<PaletteObject> given = read_palette(palette)) {
         if (bits_per_pixel > 8 || given->entries.size() > size_t{1} << bits_per_pixel) {
@@ -143,8 +141,8 @@ Ref<ImageObject> bmp_of_size_with(int32_t width, int32_t height, uint16_t bits_p
 }
 Ref<ImageObject> bmp_of_size_and_palette(int32_t width, int32_t height, uint16_t bits_per_pixel,
                                          const VariantArg* palette) {
-    return bmp_of_size_with(width, height, bits_per_pixel, palette, 0, imagework::kDefaultResolution.horizontal,
-                            imagework::kDefaultResolution.vertical);
+    return bmp_of_size_with(width, height, bits_per_pixel, palette, BitmapCompression::kRgb,
+                            imagework::kDefaultResolution.horizontal, imagework::kDefaultResolution.vertical);
 }
 // In the widths that the class has for them.
 uint16_t bmp_bits(ImageObject& self) {
@@ -165,69 +163,56 @@ void set_bmp_vertical_resolution(ImageObject& self, double value) {
     require_dots(value, "value");
     self.picture().set_resolution({self.picture().resolution().horizontal, value});
 }
-int32_t bmp_compression(ImageObject& self) {
+BitmapCompression bmp_compression(ImageObject& self) {
     self.require_live();
-    const auto* bmp = self.facts().encoding ? std::get_if<BmpEncoding>(&*self.facts().encoding) : nullptr;
-    return bmp ? static_cast<int32_t>(bmp->compression) : 0;
+    const auto* bmp = settings_as<BmpEncoding>(self.facts());
+    const auto compression = bmp != nullptr ? api_value(kBmpCompressions, bmp->compression) : std::nullopt;
+    return compression.value_or(BitmapCompression::kRgb);
 }
 
 // ---- PNG
 
-Encoding png_settings(uint8_t color_type) {
-    PngEncoding png;
-    png.bit_depth = 8;
-    switch (color_type) {
-        case 0:
-            png.color = PngColor::kGray;
-            break;
-        case 2:
-            png.color = PngColor::kTruecolor;
-            break;
-        case 3:
-            png.color = PngColor::kIndexed;
-            break;
-        case 4:
-            png.color = PngColor::kGrayAlpha;
-            break;
-        case 6:
-            png.color = PngColor::kTruecolorAlpha;
-            break;
-        default:
-            throw_out_of_range("color_type",
-                               "The value " + std::to_string(color_type) + " is not one of PngColorType.");
+Encoding png_settings(PngColorType color_type) {
+    const auto color = backend_value(kPngColors, color_type);
+    if (!color) {
+        throw_out_of_range("color_type",
+                           "The value " + std::to_string(number_of(color_type)) + " is not one of PngColorType.");
     }
+    PngEncoding png;
+    png.color = *color;
+    png.bit_depth = 8;
     return encoding_of(png);
 }
-constexpr uint8_t kTruecolorAlpha = 6;
+constexpr PngColorType kUsualColorType = PngColorType::kTruecolorWithAlpha;
 
-Ref<ImageObject> png_of_size_with(int32_t width, int32_t height, uint8_t color_type) {
+Ref<ImageObject> png_of_size_with(int32_t width, int32_t height, PngColorType color_type) {
     return new_image(png_settings(color_type), width, height);
 }
 Ref<ImageObject> png_of_size(int32_t width, int32_t height) {
-    return png_of_size_with(width, height, kTruecolorAlpha);
+    return png_of_size_with(width, height, kUsualColorType);
 }
 Ref<ImageObject> png_of_path(const Path& path) {
-    return of_path(path, png_settings(kTruecolorAlpha), true);
+    return of_path(path, png_settings(kUsualColorType), true);
 }
-Ref<ImageObject> png_of_path_with(const Path& path, uint8_t color_type) {
+Ref<ImageObject> png_of_path_with(const Path& path, PngColorType color_type) {
     return of_path(path, png_settings(color_type));
 }
 Ref<ImageObject> png_of_image(ImageObject* raster_image) {
-    return of_image(raster_image, png_settings(kTruecolorAlpha));
+    return of_image(raster_image, png_settings(kUsualColorType));
 }
-Ref<ImageObject> png_of_image_with(ImageObject* raster_image, uint8_t color_type) {
+Ref<ImageObject> png_of_image_with(ImageObject* raster_image, PngColorType color_type) {
     return of_image(raster_image, png_settings(color_type));
 }
 Ref<ImageObject> png_of_stream(Ref<ManagedStream> stream) {
-    return of_stream(stream, png_settings(kTruecolorAlpha), true);
+    return of_stream(stream, png_settings(kUsualColorType), true);
 }
 Ref<ImageObject> png_with_options(Record* png_options, int32_t width, int32_t height) {
     return create_image(png_options, width, height);
 }
 bool png_interlaced(ImageObject& self) {
     self.require_live();
-    const auto* png = self.facts().encoding ? std::get_if<PngEncoding>(&*self.facts().encoding) : nullptr;
-    return png && png->interlaced;
+    const auto* png = settings_as<PngEncoding>(self.facts());
+    return png != nullptr && png->interlaced;
 }
 
 // ---- JPEG
@@ -267,6 +252,7 @@ Ref<ImageObject> tga_of_image(ImageObject*) {
     throw_not_supported("Making a TgaImage");
 }
 
+using ApngImageApi = api::FileFormats::Apng::ApngImage;
 using BmpImageApi = api::FileFormats::Bmp::BmpImage;
 using Jpeg2000ImageApi = api::FileFormats::Jpeg2000::Jpeg2000Image;
 using JpegImageApi = api::FileFormats::Jpeg::JpegImage;
@@ -284,10 +270,8 @@ const BehaviorTable table({
     behavior<&bmp_of_size_and_palette, BmpImageApi::ctor_007_BmpImage>(),
     behavior<&bmp_of_size_with, BmpImageApi::ctor_008_BmpImage>(),
     behavior<&bmp_bits, BmpImageApi::get_BitsPerPixel>(),
-    behavior<&bmp_horizontal_resolution, BmpImageApi::get_HorizontalResolution>(),
-    behavior<&set_bmp_horizontal_resolution, BmpImageApi::set_HorizontalResolution>(),
-    behavior<&bmp_vertical_resolution, BmpImageApi::get_VerticalResolution>(),
-    behavior<&set_bmp_vertical_resolution, BmpImageApi::set_VerticalResolution>(),
+    property<&bmp_horizontal_resolution, &set_bmp_horizontal_resolution, BmpImageApi::property_HorizontalResolution>(),
+    property<&bmp_vertical_resolution, &set_bmp_vertical_resolution, BmpImageApi::property_VerticalResolution>(),
     behavior<&bmp_compression, BmpImageApi::get_Compression>(),
     behavior<&png_of_size, PngImageApi::ctor_000_PngImage>(),
     behavior<&png_of_path, PngImageApi::ctor_001_PngImage>(),
@@ -297,7 +281,8 @@ const BehaviorTable table({
     behavior<&png_of_stream, PngImageApi::ctor_005_PngImage>(),
     behavior<&png_of_size_with, PngImageApi::ctor_006_PngImage>(),
     behavior<&png_with_options, PngImageApi::ctor_007_PngImage>(),
-    behavior<&png_interlaced, PngImageApi::get_Interlaced, PngImageApi::get_IsInterlaced>(),
+    behavior<&png_interlaced, PngImageApi::get_Interlaced, PngImageApi::get_IsInterlaced,
+             ApngImageApi::get_Interlaced>(),
     behavior<&jpeg_of_path, JpegImageApi::ctor_000_JpegImage>(),
     behavior<&jpeg_of_stream, JpegImageApi::ctor_001_JpegImage>(),
     behavior<&jpeg_of_image, JpegImageApi::ctor_002_JpegImage>(),

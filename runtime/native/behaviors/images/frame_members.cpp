@@ -22,11 +22,15 @@ FileFacts facts_of_picture(Format format, const imagework::Picture& picture, int
     return facts;
 }
 
-void require_positive_size(int32_t value, const char* parameter) {
-    if (value <= 0) {
-        throw_out_of_range(parameter, "The value " + std::to_string(value) + " is not positive.");
+namespace {
+
+void require_not_negative(int32_t value) {
+    if (value < 0) {
+        throw_out_of_range("value", "The value " + std::to_string(value) + " is negative.");
     }
 }
+
+}  // namespace
 
 int32_t frame_duration(ImageObject& self) {
     self.require_live();
@@ -34,9 +38,7 @@ int32_t frame_duration(ImageObject& self) {
 }
 void set_frame_duration(ImageObject& self, int32_t value) {
     self.require_live();
-    if (value < 0) {
-        throw_out_of_range("value", "The value " + std::to_string(value) + " is negative.");
-    }
+    require_not_negative(value);
     self.duration = value;
 }
 int32_t frame_left(ImageObject& self) {
@@ -49,28 +51,24 @@ int32_t frame_top(ImageObject& self) {
 }
 void set_frame_left(ImageObject& self, int32_t value) {
     self.require_live();
-    if (value < 0) {
-        throw_out_of_range("value", "The value " + std::to_string(value) + " is negative.");
-    }
+    require_not_negative(value);
     self.left = value;
 }
 void set_frame_top(ImageObject& self, int32_t value) {
     self.require_live();
-    if (value < 0) {
-        throw_out_of_range("value", "The value " + std::to_string(value) + " is negative.");
-    }
+    require_not_negative(value);
     self.top = value;
 }
-// The frame stays until the next one is laid over it.
-int32_t frame_is_preserved(ImageObject& self) {
+// A frame stays until the next one is laid over it.
+api::AnimationDisposalMethods frame_disposal_method(ImageObject& self) {
     self.require_live();
-    return 0;
+    return api::AnimationDisposalMethods::kPreserve;
 }
 
 // What is seen while the frame is shown, as an image of its own.
 Ref<ImageObject> full_frame(ImageObject& self) {
     std::unique_ptr<imagework::Picture> picture = self.picture().copy();
-    if (ImageObject* image = self.container()) {
+    if (ImageObject* image = self.container(); image != nullptr) {
         std::vector<Page> pages = pages_of(*image, every_page(*image));
         const size_t index = image->index_of(self).value_or(0);
         if (pages.size() > 1) {
@@ -79,16 +77,16 @@ Ref<ImageObject> full_frame(ImageObject& self) {
         }
     }
     FileFacts facts = self.facts();
-    return make_ref<ImageObject>(require_type("Zelmor.Imaging.RasterCachedImage"), std::move(picture), facts);
+    return make_ref<ImageObject>(require_type(api::RasterCachedImage::kType.name), std::move(picture), facts);
 }
 
-Ref<ImageObject> frame_argument(const VariantArg* block, const char* interface) {
-    const Ref<ManagedObject> object = read_object(block, require_type(interface));
+Ref<ImageObject> frame_argument(const VariantArg* block, const TypeName& interface) {
+    const Ref<ManagedObject> object = read_object(block, require_type(interface.name));
     if (!object) {
         throw_argument_null("block");
     }
     auto* frame = dynamic_cast<ImageObject*>(object.get());
-    if (!frame) {
+    if (frame == nullptr) {
         throw_not_supported(std::string("A ") + object->type().name + " in an image, which holds frames,");
     }
     frame->require_live();
@@ -121,4 +119,5 @@ void set_active_frame_of(ImageObject& self, ImageObject* value) {
     }
     self.set_active_index(*index);
 }
+
 }  // namespace zelmor::embed

@@ -2,12 +2,10 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FRAMES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FRAMES_H
 
+#include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/image_object.h"
 
 namespace zelmor::embed {
-
-// An argument that has to be there: ArgumentNullException naming it.
-ImageObject& required_image(ImageObject* image, const char* parameter);
 
 // ArgumentOutOfRangeException naming the parameter; with `behind_last`, for a place to insert at.
 size_t checked_index(ImageObject& image, int32_t index, const char* parameter, bool behind_last = false);
@@ -15,11 +13,11 @@ size_t checked_index(ImageObject& image, int32_t index, const char* parameter, b
 // A frame of the kind that belongs to the image, with a copy of another image's picture.
 Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& source);
 
-// An array of frames, whose declared element is the type of this name.
-Collection frame_array(ImageObject& image, const char* element);
+// An array of frames, whose declared element is the type given: a class or an interface.
+Collection frame_array(ImageObject& image, const TypeName& element, Wire wire = Wire::kClass);
 
-// The image of a new container of the type, around its first frame.
-Ref<ImageObject> make_container(const char* type, imagework::FileFacts facts, Ref<ImageObject> first);
+// A new image of the type, with one frame.
+Ref<ImageObject> make_container(const TypeName& type, imagework::FileFacts facts, Ref<ImageObject> first);
 
 // The options that an image's or a frame's file was saved with, as an object of the managed API.
 Ref<ManagedObject> original_options(ImageObject& image);

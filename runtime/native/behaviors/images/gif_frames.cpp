@@ -6,7 +6,6 @@
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/images/palettes.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
@@ -20,41 +19,36 @@ namespace {
 
 using Path = std::optional<std::u16string>;
 
-constexpr const char* kGif = "Zelmor.Imaging.FileFormats.Gif.GifImage";
-constexpr const char* kGifFrame = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifFrameBlock";
-
-constexpr const char* kGifBlock = "Zelmor.Imaging.FileFormats.Gif.IGifBlock";
+using api::FileFormats::Gif::IGifBlock;
+using GifFrameBlockApi = api::FileFormats::Gif::Blocks::GifFrameBlock;
+using GifImageApi = api::FileFormats::Gif::GifImage;
 
 void add_gif_block(ImageObject& self, const VariantArg* block) {
-    append_frame(self, frame_argument(block, kGifBlock));
+    append_frame(self, frame_argument(block, IGifBlock::kType));
 }
 void insert_gif_block(ImageObject& self, int32_t index, const VariantArg* block) {
-    insert_block_frame(self, index, frame_argument(block, kGifBlock));
+    insert_block_frame(self, index, frame_argument(block, IGifBlock::kType));
 }
 void remove_gif_block(ImageObject& self, const VariantArg* block) {
-    remove_block_frame(self, *frame_argument(block, kGifBlock));
+    remove_block_frame(self, *frame_argument(block, IGifBlock::kType));
 }
 Collection gif_blocks(ImageObject& self) {
-    std::vector<Value> items;
-    for (const Ref<ImageObject>& frame : self.frames()) {
-        items.emplace_back(Ref<ManagedObject>(frame));
-    }
-    return {Ref<ManagedObject>(
-        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kInterface, kGifBlock), std::move(items)))};
+    return frame_array(self, IGifBlock::kType, Wire::kInterface);
 }
 
 Ref<ImageObject> gif_frame(std::unique_ptr<imagework::Picture> picture, uint16_t at_left, uint16_t at_top) {
     FileFacts facts = facts_of_picture(Format::kGif, *picture, 8);
     facts.encoding = imagework::GifEncoding{};
-    auto frame = make_ref<ImageObject>(require_type(kGifFrame), std::move(picture), std::move(facts));
+    auto frame =
+        make_ref<ImageObject>(require_type(GifFrameBlockApi::kType.name), std::move(picture), std::move(facts));
     frame->left = at_left;
     frame->top = at_top;
     frame->duration = 100;
     return frame;
 }
 Ref<ImageObject> gif_frame_at(uint16_t at_left, uint16_t at_top, uint16_t width, uint16_t height) {
-    require_positive_size(width, "width");
-    require_positive_size(height, "height");
+    require_positive(width, "width");
+    require_positive(height, "height");
     return gif_frame(image_backend().create(width, height, true, false, 0), at_left, at_top);
 }
 Ref<ImageObject> gif_frame_of_size(uint16_t width, uint16_t height) {
@@ -148,24 +142,20 @@ void set_gif_top(ImageObject& self, uint16_t value) {
     set_frame_top(self, value);
 }
 
-imagework::GifEncoding* gif_encoding(ImageObject& self) {
-    self.require_live();
-    auto& encoding = self.facts().encoding;
-    return encoding ? std::get_if<imagework::GifEncoding>(&*encoding) : nullptr;
-}
 bool gif_interlaced(ImageObject& self) {
-    const auto* gif = gif_encoding(self);
-    return gif && gif->interlaced;
+    self.require_live();
+    const auto* gif = settings_as<imagework::GifEncoding>(self.facts());
+    return gif != nullptr && gif->interlaced;
 }
 void set_gif_interlaced(ImageObject& self, bool value) {
-    if (auto* gif = gif_encoding(self)) {
+    self.require_live();
+    if (auto* gif = settings_as<imagework::GifEncoding>(self.facts()); gif != nullptr) {
         gif->interlaced = value;
     }
 }
-
 Ref<ImageObject> gif_image(ImageObject* first_frame, const Ref<PaletteObject>& palette) {
     ImageObject& frame = required_image(first_frame, "first_frame");
-    Ref<ImageObject> image = make_container(kGif, frame.facts(), Ref<ImageObject>(&frame));
+    Ref<ImageObject> image = make_container(GifImageApi::kType, frame.facts(), Ref<ImageObject>(&frame));
     if (palette) {
         image->palette = palette->entries;
     }
@@ -197,9 +187,6 @@ void set_frame_time(ImageObject& self, uint16_t time) {
     }
 }
 
-using GifFrameBlockApi = api::FileFormats::Gif::Blocks::GifFrameBlock;
-using GifImageApi = api::FileFormats::Gif::GifImage;
-
 const BehaviorTable table({
     behavior<&gif_frame_of_size, GifFrameBlockApi::ctor_000_GifFrameBlock>(),
     behavior<&gif_frame_at, GifFrameBlockApi::ctor_001_GifFrameBlock>(),
@@ -216,15 +203,12 @@ const BehaviorTable table({
     behavior<&gif_frame_width, GifFrameBlockApi::get_Width>(),
     behavior<&gif_frame_height, GifFrameBlockApi::get_Height>(),
     behavior<&gif_frame_bits, GifFrameBlockApi::get_BitsPerPixel>(),
-    behavior<&frame_duration, GifFrameBlockApi::get_FrameTime>(),
-    behavior<&set_frame_duration, GifFrameBlockApi::set_FrameTime>(),
-    behavior<&gif_left, GifFrameBlockApi::get_Left>(),
-    behavior<&set_gif_left, GifFrameBlockApi::set_Left>(),
-    behavior<&gif_top, GifFrameBlockApi::get_Top>(),
-    behavior<&set_gif_top, GifFrameBlockApi::set_Top>(),
+    property<&frame_duration, &set_frame_duration, GifFrameBlockApi::property_FrameTime>(),
+    property<&gif_left, &set_gif_left, GifFrameBlockApi::property_Left>(),
+    property<&gif_top, &set_gif_top, GifFrameBlockApi::property_Top>(),
     behavior<&frame_left, GifFrameBlockApi::get_FrameLeft>(),
     behavior<&frame_top, GifFrameBlockApi::get_FrameTop>(),
-    behavior<&frame_is_preserved, GifFrameBlockApi::get_DisposalMethod>(),
+    behavior<&frame_disposal_method, GifFrameBlockApi::get_DisposalMethod>(),
     behavior<&gif_interlaced, GifFrameBlockApi::get_Interlaced, GifFrameBlockApi::get_IsInterlaced,
              GifImageApi::get_IsInterlaced>(),
     behavior<&set_gif_interlaced, GifFrameBlockApi::set_Interlaced>(),
@@ -238,8 +222,7 @@ const BehaviorTable table({
     behavior<&insert_gif_block, GifImageApi::call_000_InsertBlock>(),
     behavior<&remove_gif_block, GifImageApi::call_000_RemoveBlock>(),
     behavior<&clear_frames, GifImageApi::call_000_ClearBlocks>(),
-    behavior<&active_frame_of, GifImageApi::get_ActiveFrame>(),
-    behavior<&set_active_frame_of, GifImageApi::set_ActiveFrame>(),
+    property<&active_frame_of, &set_active_frame_of, GifImageApi::property_ActiveFrame>(),
     behavior<&set_frame_time, GifImageApi::call_000_SetFrameTime>(),
 });
 

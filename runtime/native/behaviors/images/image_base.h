@@ -5,17 +5,18 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_BASE_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_BASE_H
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 
 namespace zelmor::embed {
 
-enum class FileFormat : uint64_t;
+using api::FileFormat;
 
 class ImageBase : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Image";
+    static constexpr const char* kManagedName = api::Image::kType.name;
     using Record::Record;
 
     virtual int32_t image_width() const = 0;

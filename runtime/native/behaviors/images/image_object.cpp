@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/imagework/loader.h"
@@ -13,120 +12,9 @@
 namespace zelmor::embed {
 
 using imagework::Argb;
-using imagework::Failure;
-using imagework::Format;
-
-namespace {
-
-const char* type_name_of(const imagework::FileFacts& facts) {
-    switch (file_format_of(facts)) {
-        case FileFormat::kBmp:
-            return "Zelmor.Imaging.FileFormats.Bmp.BmpImage";
-        case FileFormat::kGif:
-            return "Zelmor.Imaging.FileFormats.Gif.GifImage";
-        case FileFormat::kJpeg:
-            return "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
-        case FileFormat::kPng:
-            return "Zelmor.Imaging.FileFormats.Png.PngImage";
-        case FileFormat::kApng:
-            return "Zelmor.Imaging.FileFormats.Apng.ApngImage";
-        case FileFormat::kTiff:
-            return "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
-        case FileFormat::kBigTiff:
-            return "Zelmor.Imaging.FileFormats.BigTiff.BigTiffImage";
-        case FileFormat::kWebp:
-            return "Zelmor.Imaging.FileFormats.Webp.WebPImage";
-        case FileFormat::kUndefined:
-            break;
-    }
-    return "";
-}
-
-// The class of a container's frames.
-const TypeInfo& frame_type_for(const TypeInfo& container) {
-    struct FrameClass {
-        const char* container;
-        const char* frame;
-    };
-    static constexpr FrameClass kClasses[] = {
-        {"Zelmor.Imaging.FileFormats.Tiff.TiffImage", "Zelmor.Imaging.FileFormats.Tiff.TiffFrame"},
-        {"Zelmor.Imaging.FileFormats.Gif.GifImage", "Zelmor.Imaging.FileFormats.Gif.Blocks.GifFrameBlock"},
-        {"Zelmor.Imaging.FileFormats.Webp.WebPImage", "Zelmor.Imaging.FileFormats.Webp.WebPFrameBlock"},
-        {"Zelmor.Imaging.FileFormats.Apng.ApngImage", "Zelmor.Imaging.FileFormats.Apng.ApngFrame"},
-    };
-    for (const FrameClass& known : kClasses) {
-        const TypeInfo* type = find_type(known.container);
-        const TypeInfo* frame = find_type(known.frame);
-        if (type && frame && is_assignable(*type, container)) {
-            return *frame;
-        }
-    }
-    return require_type("Zelmor.Imaging.RasterCachedImage");
-}
-
-// The class of the format where the catalogue has it, and the class that all of them derive from otherwise.
-const TypeInfo& type_for(const imagework::FileFacts& facts) {
-    const TypeInfo* type = find_type(type_name_of(facts));
-    return type ? *type : require_type("Zelmor.Imaging.RasterCachedImage");
-}
-
-}  // namespace
-
-void throw_picture_error(const imagework::PictureError& error, const std::string& subject) {
-    std::string text = subject.empty() ? error.what() : subject + ": " + error.what() + ".";
-    switch (error.kind()) {
-        case Failure::kDamaged:
-            throw ManagedException("ImageLoadException", text);
-        case Failure::kUnsupported:
-            throw ManagedException("NotSupportedException", text);
-        case Failure::kArgument:
-            throw_out_of_range(error.parameter(), text);
-        case Failure::kTooLarge:
-            throw ManagedException("OutOfMemoryException", text);
-        case Failure::kEncoding:
-            throw ManagedException("ImageSaveException", text);
-        case Failure::kInternal:
-            break;
-    }
-    throw ManagedException("ImageException", text);
-}
-
-namespace {
-
-const ExceptionTranslator translator([] {
-    try {
-        throw;
-    } catch (const imagework::PictureError& error) {
-        throw_picture_error(error);
-    } catch (...) {
-        return;  // of another kind: the exception stays in flight
-    }
-});
-
-}  // namespace
-
-FileFormat file_format_of(const imagework::FileFacts& facts) {
-    switch (facts.format) {
-        case Format::kBmp:
-            return FileFormat::kBmp;
-        case Format::kGif:
-            return FileFormat::kGif;
-        case Format::kJpeg:
-            return FileFormat::kJpeg;
-        case Format::kPng:
-            return facts.is_apng ? FileFormat::kApng : FileFormat::kPng;
-        case Format::kTiff:
-            return facts.is_big_tiff ? FileFormat::kBigTiff : FileFormat::kTiff;
-        case Format::kWebp:
-            return FileFormat::kWebp;
-        case Format::kUnknown:
-            break;
-    }
-    return FileFormat::kUndefined;
-}
 
 ImageObject::ImageObject(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
-    : ImageObject(type_for(facts), std::move(picture), std::move(facts)) {}
+    : ImageObject(image_type_for(facts), std::move(picture), std::move(facts)) {}
 
 ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
     : ImageBase(type), palette(facts.palette), m_picture(std::move(picture)), m_facts(std::move(facts)) {
@@ -135,11 +23,12 @@ ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Pictur
         set_property(*this, "TransparentColor", box(ColorValue::from_argb(*m_facts.transparent_color)));
     }
     // How often the file says that its animation is shown.
-    const auto* encoding = m_facts.encoding ? &*m_facts.encoding : nullptr;
-    if (const auto* gif = std::get_if<imagework::GifEncoding>(encoding); gif && has_property(*this, "LoopsCount")) {
+    const auto* gif = settings_as<imagework::GifEncoding>(m_facts);
+    if (gif != nullptr && has_property(*this, "LoopsCount")) {
         set_property(*this, "LoopsCount", int64_t{gif->loops.value_or(0)});
     }
-    if (const auto* png = std::get_if<imagework::PngEncoding>(encoding); png && has_property(*this, "NumPlays")) {
+    const auto* png = settings_as<imagework::PngEncoding>(m_facts);
+    if (png != nullptr && has_property(*this, "NumPlays")) {
         set_property(*this, "NumPlays", int64_t{png->plays});
     }
 }
@@ -196,7 +85,7 @@ void ImageObject::set_picture(std::unique_ptr<imagework::Picture> picture) {
 }
 
 bool ImageObject::is_container() const {
-    static const TypeInfo& container = require_type("Zelmor.Imaging.RasterCachedMultipageImage");
+    static const TypeInfo& container = require_type(api::RasterCachedMultipageImage::kType.name);
     return is_assignable(container, type());
 }
 

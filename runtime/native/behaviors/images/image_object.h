@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/native/behaviors/images/format_classes.h"
 #include "runtime/native/behaviors/images/image_base.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/stream.h"
@@ -22,24 +23,9 @@ namespace zelmor::embed {
 
 struct ImageMetadata;
 
-// Values of the enumeration FileFormat.
-enum class FileFormat : uint64_t {
-    kUndefined = 0,
-    kBmp = 0x2,
-    kGif = 0x4,
-    kJpeg = 0x8,
-    kPng = 0x10,
-    kTiff = 0x20,
-    kWebp = 0x800,
-    kApng = 0x800000,
-    kBigTiff = 0x80000000,
-};
-
-FileFormat file_format_of(const imagework::FileFacts& facts);
-
 class ImageObject final : public ImageBase {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.RasterImage";
+    static constexpr const char* kManagedName = api::RasterImage::kType.name;
 
     // Of the type that belongs to the format, or of the nearest that there is.
     ImageObject(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);

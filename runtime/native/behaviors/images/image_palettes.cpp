@@ -4,13 +4,14 @@
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/images/palettes.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
 
+using api::DitheringMethod;
 using imagework::Argb;
 using imagework::Picture;
 
@@ -32,12 +33,12 @@ Interface palette(ImageObject& self) {
 bool get_use_palette(ImageBase& self) {
     self.require_live();
     auto* image = dynamic_cast<ImageObject*>(&self);
-    return image && use_palette(*image);
+    return image != nullptr && use_palette(*image);
 }
 Interface get_palette(ImageBase& self) {
     self.require_live();
     auto* image = dynamic_cast<ImageObject*>(&self);
-    return image ? palette(*image) : Interface();
+    return image != nullptr ? palette(*image) : Interface();
 }
 
 // Each pixel keeps its index, or gets the index of the color that is nearest to its own.
@@ -73,21 +74,20 @@ void set_palette_property(ImageObject& self, const VariantArg* value) {
     put_palette(self, value, false);
 }
 
-// The values of DitheringMethod.
-constexpr int32_t kThreshold = 0, kFloydSteinberg = 1;
-
-void dither_with(ImageObject& self, int32_t dithering_method, int32_t bits_count, const VariantArg* custom_palette) {
+void dither_with(ImageObject& self, DitheringMethod dithering_method, int32_t bits_count,
+                 const VariantArg* custom_palette) {
     self.require_live();
-    if (dithering_method != kThreshold && dithering_method != kFloydSteinberg) {
-        throw_out_of_range("dithering_method",
-                           "The value " + std::to_string(dithering_method) + " is not one of DitheringMethod.");
+    const bool diffuse = dithering_method == DitheringMethod::kFloydSteinbergDithering;
+    if (!diffuse && dithering_method != DitheringMethod::kThresholdDithering) {
+        throw_out_of_range("dithering_method", "The value " + std::to_string(number_of(dithering_method)) +
+                                                   " is not one of DitheringMethod.");
     }
     if (bits_count < 1 || bits_count > 8) {
         throw_out_of_range("bits_count", "The value " + std::to_string(bits_count) + " is not between 1 and 8.");
     }
     const size_t most = size_t{1} << bits_count;
     std::vector<Argb> colors;
-    if (const Ref<PaletteObject> given = custom_palette ? read_palette(custom_palette) : nullptr) {
+    if (const Ref<PaletteObject> given = custom_palette != nullptr ? read_palette(custom_palette) : nullptr) {
         colors = given->entries;
         if (colors.empty() || colors.size() > most) {
             throw_argument("A palette of " + std::to_string(colors.size()) + " entries does not fit " +
@@ -98,11 +98,11 @@ void dither_with(ImageObject& self, int32_t dithering_method, int32_t bits_count
     } else {
         colors = self.picture().close_palette(static_cast<int>(most), self.picture().has_alpha());
     }
-    self.change([&](Picture& picture) { picture.reduce(colors, dithering_method == kFloydSteinberg); });
+    self.change([&](Picture& picture) { picture.reduce(colors, diffuse); });
     self.palette = colors;
     self.facts().bits_per_pixel = bits_count;
 }
-void dither(ImageObject& self, int32_t dithering_method, int32_t bits_count) {
+void dither(ImageObject& self, DitheringMethod dithering_method, int32_t bits_count) {
     dither_with(self, dithering_method, bits_count, nullptr);
 }
 
@@ -111,8 +111,7 @@ using RasterImageApi = api::RasterImage;
 
 const BehaviorTable table({
     behavior<&get_use_palette, ImageApi::get_UsePalette>(),
-    behavior<&get_palette, ImageApi::get_Palette>(),
-    behavior<&set_palette_property, ImageApi::set_Palette>(),
+    property<&get_palette, &set_palette_property, ImageApi::property_Palette>(),
     behavior<&put_palette, ImageApi::call_000_SetPalette>(),
     behavior<&dither, RasterImageApi::call_000_Dither>(),
     behavior<&dither_with, RasterImageApi::call_001_Dither>(),

@@ -3,7 +3,6 @@
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
@@ -47,7 +46,7 @@ bool is_cached(ImageBase& self) {
 }
 void cache_data(ImageBase& self) {
     self.require_live();
-    if (auto* image = dynamic_cast<ImageObject*>(&self); image && image->frame_count() > 1) {
+    if (auto* image = dynamic_cast<ImageObject*>(&self); image != nullptr && image->frame_count() > 1) {
         image->frames();
     }
 }
@@ -97,10 +96,8 @@ const BehaviorTable table({
     behavior<&bits_per_pixel, ImageApi::get_BitsPerPixel>(),
     behavior<&file_format, ImageApi::get_FileFormat>(),
     behavior<&container, ImageApi::get_Container>(),
-    behavior<&horizontal_resolution, RasterImageApi::get_HorizontalResolution>(),
-    behavior<&set_horizontal_resolution, RasterImageApi::set_HorizontalResolution>(),
-    behavior<&vertical_resolution, RasterImageApi::get_VerticalResolution>(),
-    behavior<&set_vertical_resolution, RasterImageApi::set_VerticalResolution>(),
+    property<&horizontal_resolution, &set_horizontal_resolution, RasterImageApi::property_HorizontalResolution>(),
+    property<&vertical_resolution, &set_vertical_resolution, RasterImageApi::property_VerticalResolution>(),
     behavior<&set_resolution, RasterImageApi::call_000_SetResolution>(),
     behavior<&has_alpha, RasterImageApi::get_HasAlpha>(),
     behavior<&image_opacity, RasterImageApi::get_ImageOpacity>(),

@@ -2,6 +2,7 @@
 #include "runtime/native/behaviors/images/loading.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/picture_source.h"
 #include "runtime/native/behaviors/images/registries.h"
@@ -26,17 +27,17 @@ std::string shown(const Path& path) {
 
 DecodeOptions decode_options(const Record* load_options) {
     DecodeOptions options;
-    if (!load_options) {
+    if (load_options == nullptr) {
         return options;
     }
-    switch (property_int(*load_options, "DataRecoveryMode")) {
-        case 1:
+    switch (property_enum<api::DataRecoveryMode>(*load_options, "DataRecoveryMode")) {
+        case api::DataRecoveryMode::kConsistentRecover:
             options.recovery = Recovery::kConsistent;
             break;
-        case 2:
+        case api::DataRecoveryMode::kMaximalRecover:
             options.recovery = Recovery::kMaximal;
             break;
-        default:
+        case api::DataRecoveryMode::kNone:
             break;
     }
     options.background = color_property(*load_options, "DataBackgroundColor");

@@ -1,19 +1,11 @@
 // Pages of any image that can have several, and the making of an image from others.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/frames.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
-
-ImageObject& required_image(ImageObject* image, const char* parameter) {
-    if (!image) {
-        throw_argument_null(parameter);
-    }
-    image->require_live();
-    return *image;
-}
 
 size_t checked_index(ImageObject& image, int32_t index, const char* parameter, bool behind_last) {
     const size_t count = image.frames().size();
@@ -32,17 +24,17 @@ Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& sou
     return frame;
 }
 
-Collection frame_array(ImageObject& image, const char* element) {
+Collection frame_array(ImageObject& image, const TypeName& element, Wire wire) {
     std::vector<Value> items;
     for (const Ref<ImageObject>& frame : image.frames()) {
         items.emplace_back(Ref<ManagedObject>(frame));
     }
-    return {Ref<ManagedObject>(
-        make_ref<ValueList>(ListShape::kArray, element_of(Wire::kClass, element), std::move(items)))};
+    return {
+        Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(wire, element.name), std::move(items)))};
 }
 
-Ref<ImageObject> make_container(const char* type, imagework::FileFacts facts, Ref<ImageObject> first) {
-    auto image = make_ref<ImageObject>(require_type(type), nullptr, std::move(facts));
+Ref<ImageObject> make_container(const TypeName& type, imagework::FileFacts facts, Ref<ImageObject> first) {
+    auto image = make_ref<ImageObject>(require_type(type.name), nullptr, std::move(facts));
     image->adopt_frames({}, {});
     image->insert_frame(0, std::move(first));
     return image;
@@ -58,12 +50,12 @@ int32_t page_count(ImageObject& self) {
     return static_cast<int32_t>(self.frame_count());
 }
 Collection pages(ImageObject& self) {
-    return frame_array(self, "Zelmor.Imaging.Image");
+    return frame_array(self, api::Image::kType);
 }
 
 // Pages of any kind make a TIFF image, which is the one that takes pages of any size.
 Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dispose_images) {
-    static const ElementType& element = element_of(Wire::kClass, "Zelmor.Imaging.Image");
+    static const ElementType& element = element_of(Wire::kClass, api::Image::kType.name);
     std::vector<Ref<ImageObject>> sources;
     for (const Value& value : read_elements(images, element, "images")) {
         if (is_null(value)) {
@@ -81,7 +73,7 @@ Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dis
     facts.readable = true;
     facts.bits_per_pixel = sources[0]->facts().bits_per_pixel;
     facts.encoding = imagework::TiffEncoding{};
-    auto image = make_ref<ImageObject>(require_type("Zelmor.Imaging.FileFormats.Tiff.TiffImage"), nullptr, facts);
+    auto image = make_ref<ImageObject>(require_type(api::FileFormats::Tiff::TiffImage::kType.name), nullptr, facts);
     image->adopt_frames({}, {});
     for (const Ref<ImageObject>& source : sources) {
         for (size_t i = 0; i < source->frame_count(); ++i) {

@@ -1,8 +1,8 @@
 // MultiPageOptions and the ranges of numbers that it takes.
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -10,12 +10,10 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kOptions = "Zelmor.Imaging.ImageOptions.MultiPageOptions";
-constexpr const char* kDjvuOptions = "Zelmor.Imaging.ImageOptions.DjvuMultiPageOptions";
-constexpr const char* kRange = "Zelmor.Imaging.IntRange";
-
-// The values of MultiPageMode.
-constexpr int64_t kPages = 0, kTitles = 1, kRanges = 2, kAllPages = 4;
+using api::ImageOptions::MultiPageMode;
+using DjvuMultiPageOptionsApi = api::ImageOptions::DjvuMultiPageOptions;
+using IntRangeApi = api::IntRange;
+using MultiPageOptionsApi = api::ImageOptions::MultiPageOptions;
 
 Ref<ManagedObject> numbers(std::vector<int32_t> items) {
     return Ref<ManagedObject>(make_array(std::move(items)));
@@ -43,7 +41,7 @@ std::vector<int32_t> stepped(int32_t start, int32_t count, int32_t delta) {
 // ---- IntRange
 
 Ref<ManagedObject> make_range(std::vector<int32_t> items) {
-    Ref<ManagedObject> range = make_instance(kRange);
+    Ref<ManagedObject> range = make_instance(IntRangeApi::kType.name);
     set_property(*range, "Range", numbers(std::move(items)));
     return range;
 }
@@ -80,21 +78,21 @@ Collection one_item(Record& self, int32_t index) {
 
 // ---- MultiPageOptions
 
-Ref<ManagedObject> made(const char* type, int64_t mode, const char* property, Value value,
+Ref<ManagedObject> made(const TypeName& type, MultiPageMode mode, const char* property, Value value,
                         const RectangleValue* area = nullptr) {
-    Ref<ManagedObject> options = make_instance(type);
+    Ref<ManagedObject> options = make_instance(type.name);
     set_property(*options, "Mode", mode);
-    if (property) {
+    if (property != nullptr) {
         set_property(*options, property, std::move(value));
     }
-    if (area) {
+    if (area != nullptr) {
         set_property(*options, "ExportArea", box(*area));
     }
     return options;
 }
 
 std::vector<int32_t> joined(const VariantArg* ranges) {
-    static const ElementType& element = element_of(Wire::kClass, kRange);
+    static const ElementType& element = element_of(Wire::kClass, IntRangeApi::kType.name);
     std::vector<int32_t> result;
     for (const Value& value : read_elements(ranges, element, "ranges")) {
         if (is_null(value)) {
@@ -107,64 +105,62 @@ std::vector<int32_t> joined(const VariantArg* ranges) {
     return result;
 }
 
-// The constructors of one class by the arguments that there are; T says which class.
-template <const char* const& T>
+// The constructors of one class by the arguments that there are.
+template <const TypeName& kType>
 struct Made {
-    static Ref<ManagedObject> all() { return made(T, kAllPages, nullptr, {}); }
+    static Ref<ManagedObject> all() { return made(kType, MultiPageMode::kAllPages, nullptr, {}); }
     static Ref<ManagedObject> by_pages(const VariantArg* pages) {
-        return made(T, kPages, "Pages", numbers(read_array<int32_t>(pages, "pages")));
+        return made(kType, MultiPageMode::kPages, "Pages", numbers(read_array<int32_t>(pages, "pages")));
     }
     static Ref<ManagedObject> by_pages_area(const VariantArg* pages, const RectangleValue& export_area) {
-        return made(T, kPages, "Pages", numbers(read_array<int32_t>(pages, "pages")), &export_area);
+        return made(kType, MultiPageMode::kPages, "Pages", numbers(read_array<int32_t>(pages, "pages")), &export_area);
     }
     static Value titles(const VariantArg* page_titles) {
         static const ElementType& element = element_of(Wire::kString);
-        if (!page_titles->value) {
+        if (page_titles->value == 0) {
             throw_argument_null("page_titles");
         }
         return Ref<ManagedObject>(read_list(page_titles, element));
     }
     static Ref<ManagedObject> by_titles(const VariantArg* page_titles) {
-        return made(T, kTitles, "PageTitles", titles(page_titles));
+        return made(kType, MultiPageMode::kTitles, "PageTitles", titles(page_titles));
     }
     static Ref<ManagedObject> by_titles_area(const VariantArg* page_titles, const RectangleValue& export_area) {
-        return made(T, kTitles, "PageTitles", titles(page_titles), &export_area);
+        return made(kType, MultiPageMode::kTitles, "PageTitles", titles(page_titles), &export_area);
     }
     static Ref<ManagedObject> by_ranges(const VariantArg* ranges) {
-        return made(T, kRanges, "Pages", numbers(joined(ranges)));
+        return made(kType, MultiPageMode::kRange, "Pages", numbers(joined(ranges)));
     }
     static Ref<ManagedObject> by_ranges_area(const VariantArg* ranges, const RectangleValue& export_area) {
-        return made(T, kRanges, "Pages", numbers(joined(ranges)), &export_area);
+        return made(kType, MultiPageMode::kRange, "Pages", numbers(joined(ranges)), &export_area);
     }
     static Ref<ManagedObject> by_range(Record* range) {
-        if (!range) {
+        if (range == nullptr) {
             throw_argument_null("range");
         }
-        return made(T, kRanges, "Pages", numbers(items_of(*range)));
+        return made(kType, MultiPageMode::kRange, "Pages", numbers(items_of(*range)));
     }
     static Ref<ManagedObject> by_range_area(Record* range, const RectangleValue& export_area) {
-        if (!range) {
+        if (range == nullptr) {
             throw_argument_null("range");
         }
-        return made(T, kRanges, "Pages", numbers(items_of(*range)), &export_area);
+        return made(kType, MultiPageMode::kRange, "Pages", numbers(items_of(*range)), &export_area);
     }
-    static Ref<ManagedObject> by_page(int32_t page) { return made(T, kPages, "Pages", numbers({page})); }
+    static Ref<ManagedObject> by_page(int32_t page) {
+        return made(kType, MultiPageMode::kPages, "Pages", numbers({page}));
+    }
     static Ref<ManagedObject> by_page_area(int32_t page, const RectangleValue& export_area) {
-        return made(T, kPages, "Pages", numbers({page}), &export_area);
+        return made(kType, MultiPageMode::kPages, "Pages", numbers({page}), &export_area);
     }
 };
 
-using Plain = Made<kOptions>;
-using Djvu = Made<kDjvuOptions>;
+using Plain = Made<MultiPageOptionsApi::kType>;
+using Djvu = Made<DjvuMultiPageOptionsApi::kType>;
 
 void init_pages(Record& self, const VariantArg* ranges) {
     set_property(self, "Pages", numbers(joined(ranges)));
-    set_property(self, "Mode", kRanges);
+    set_property(self, "Mode", MultiPageMode::kRange);
 }
-
-using DjvuMultiPageOptionsApi = api::ImageOptions::DjvuMultiPageOptions;
-using IntRangeApi = api::IntRange;
-using MultiPageOptionsApi = api::ImageOptions::MultiPageOptions;
 
 const BehaviorTable table({
     behavior<&range_of_count, IntRangeApi::ctor_000_IntRange>(),

@@ -1,7 +1,8 @@
 // The options that an image's file was saved with, as an object of the managed API.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
@@ -21,7 +22,7 @@ class OptionsFiller {
 
     void operator()(const BmpEncoding& bmp) const {
         set("BitsPerPixel", bmp.bits_per_pixel);
-        set("Compression", static_cast<int64_t>(bmp.compression));
+        set("Compression", api_value(kBmpCompressions, bmp.compression).value_or(BitmapCompression::kRgb));
     }
     void operator()(const GifEncoding& gif) const {
         set("ColorResolution", gif.palette_bits - 1);
@@ -31,15 +32,14 @@ class OptionsFiller {
     }
     void operator()(const JpegEncoding& jpeg) const {
         set("Quality", jpeg.quality);
-        set("CompressionType", jpeg.progressive ? 1 : 0);
-        set("ColorType", jpeg.color == JpegColor::kGray ? 0 : jpeg.color == JpegColor::kCmyk ? 2 : 1);
+        set("CompressionType", jpeg.progressive ? JpegCompressionMode::kProgressive : JpegCompressionMode::kBaseline);
+        set("ColorType", api_value(kJpegColors, jpeg.color).value_or(JpegCompressionColorMode::kYCbCr));
         if (!jpeg.comment.empty()) {
             set_property(m_options, "Comment", to_utf16(jpeg.comment));
         }
     }
     void operator()(const PngEncoding& png) const {
-        static constexpr int64_t kColorTypes[] = {6, 0, 2, 3, 4, 6};  // by PngColor
-        set("ColorType", kColorTypes[static_cast<size_t>(png.color)]);
+        set("ColorType", api_value(kPngColors, png.color).value_or(PngColorType::kTruecolorWithAlpha));
         if (png.bit_depth != 0) {
             set("BitDepth", png.bit_depth);
         }
@@ -49,10 +49,9 @@ class OptionsFiller {
         }
     }
     void operator()(const TiffEncoding& tiff) const {
-        static constexpr int64_t kCompressions[] = {1, 5, 8, 32773, 7, 4};  // by TiffCompression
-        set("Compression", kCompressions[static_cast<size_t>(tiff.compression)]);
-        set("Predictor", tiff.predictor ? 2 : 1);
-        set("ByteOrder", tiff.big_endian ? 0x4D4D : 0x4949);
+        set("Compression", api_value(kTiffCompressions, tiff.compression).value_or(TiffCompressions::kNone));
+        set("Predictor", tiff.predictor ? TiffPredictor::kHorizontal : TiffPredictor::kNone);
+        set("ByteOrder", tiff.big_endian ? TiffByteOrder::kBigEndian : TiffByteOrder::kLittleEndian);
         set("TileWidth", tiff.tile_width);
         set("TileLength", tiff.tile_height);
         set("CompressedQuality", tiff.quality);
@@ -69,11 +68,19 @@ class OptionsFiller {
 
  private:
     void set(const char* property, int64_t value) const { set_property(m_options, property, value); }
+    template <class E>
+        requires std::is_enum_v<E>
+    void set(const char* property, E value) const {
+        set_property(m_options, property, value);
+    }
 
     // Photometric interpretation and samples, where they are of a kind that can be written again.
     void set_form(const TiffEncoding& tiff) const {
         const bool gray = tiff.color == TiffColor::kBilevel || tiff.color == TiffColor::kGray;
-        set("Photometric", tiff.color == TiffColor::kCmyk ? 5 : !gray ? 2 : tiff.min_is_white ? 0 : 1);
+        set("Photometric", tiff.color == TiffColor::kCmyk ? TiffPhotometrics::kSeparated
+                           : !gray                        ? TiffPhotometrics::kRgb
+                           : tiff.min_is_white            ? TiffPhotometrics::kMinIsWhite
+                                                          : TiffPhotometrics::kMinIsBlack);
         if (tiff.color == TiffColor::kAuto) {
             return;
         }
@@ -87,25 +94,21 @@ class OptionsFiller {
     const FileFacts& m_facts;
 };
 
-std::string options_class(const FileFacts& facts) {
-    static constexpr const char* kNames[] = {"", "Bmp", "Gif", "Jpeg", "Png", "Tiff", "WebP"};  // by Format
-    const std::string name = facts.is_big_tiff ? "BigTiff"
-                             : facts.is_apng   ? "Apng"
-                                               : kNames[static_cast<size_t>(facts.format)];
-    return "Zelmor.Imaging.ImageOptions." + name + "Options";
-}
-
 }  // namespace
 
 Ref<ManagedObject> original_options(ImageObject& self) {
     self.require_live();
     const FileFacts& facts = self.facts();
-    Ref<ManagedObject> options = make_instance(options_class(facts));
+    const FormatClasses* classes = classes_of(file_format_of(facts));
+    if (classes == nullptr) {
+        throw_not_supported("Save options for an image of no file format");
+    }
+    Ref<ManagedObject> options = make_instance(classes->options.name);
     if (facts.encoding) {
         std::visit(OptionsFiller(*options, facts), *facts.encoding);
     }
     const Resolution resolution = self.picture().resolution();
-    Ref<ManagedObject> setting = make_instance("Zelmor.Imaging.ResolutionSetting");
+    Ref<ManagedObject> setting = make_instance(api::ResolutionSetting::kType.name);
     set_property(*setting, "HorizontalResolution", resolution.horizontal);
     set_property(*setting, "VerticalResolution", resolution.vertical);
     set_property(*options, "ResolutionSettings", setting);

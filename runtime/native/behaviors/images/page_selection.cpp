@@ -3,15 +3,16 @@
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/encoding_options.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-// The values of MultiPageMode.
-enum class PageMode : int64_t { kPages, kTitles, kRange, kTimeInterval, kAllPages };
+using api::ImageOptions::MultiPageMode;
 
 std::vector<size_t> numbered_pages(const ImageObject& image, const ManagedObject& options) {
     const auto numbers = numbers_of(options, "Pages");
@@ -67,17 +68,17 @@ std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& opti
         }
     }
     std::vector<size_t> result;
-    switch (static_cast<PageMode>(property_int(options, "Mode"))) {
-        case PageMode::kPages:
-        case PageMode::kRange:
+    switch (property_enum<MultiPageMode>(options, "Mode")) {
+        case MultiPageMode::kPages:
+        case MultiPageMode::kRange:
             result = numbered_pages(image, options);
             break;
-        case PageMode::kTimeInterval:
+        case MultiPageMode::kTimeInterval:
             result = pages_in_time(image, options);
             break;
-        case PageMode::kTitles:
+        case MultiPageMode::kTitles:
             throw_not_supported("Choosing pages by their titles, which raster images do not have,");
-        case PageMode::kAllPages:
+        case MultiPageMode::kAllPages:
             result = every_page(image);
             break;
         default:
@@ -132,8 +133,8 @@ void fit_to_canvas(std::vector<Page>& pages) {
         const int32_t top = page.source->top;
         const bool covers = left == 0 && top == 0 && page.picture->width() == width && page.picture->height() == height;
         if (!covers) {
-            auto canvas = before ? before->copy() : page.picture->copy();
-            if (!before) {
+            auto canvas = before != nullptr ? before->copy() : page.picture->copy();
+            if (before == nullptr) {
                 canvas->add_alpha();
                 canvas->replace_area({0, 0, canvas->width(), canvas->height()}, 0);
                 canvas->place(canvas_width, canvas_height, 0, 0, 0);

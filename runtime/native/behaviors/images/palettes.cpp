@@ -4,15 +4,16 @@
 
 #include <algorithm>
 
+#include "runtime/native/behaviors/images/color_arrays.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/image_object.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
-#include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/palette_search.h"
 
 namespace zelmor::embed {
 
+using api::PaletteMiningMethod;
 using imagework::Argb;
 
 PaletteObject::PaletteObject(std::vector<Argb> colors, bool is_compact)
@@ -20,7 +21,7 @@ PaletteObject::PaletteObject(std::vector<Argb> colors, bool is_compact)
 
 bool PaletteObject::equals(const ManagedObject& other) const {
     const auto* palette = dynamic_cast<const PaletteObject*>(&other);
-    return palette && palette->entries == entries && palette->compact == compact;
+    return palette != nullptr && palette->entries == entries && palette->compact == compact;
 }
 
 int32_t PaletteObject::hash_code() const {
@@ -32,7 +33,7 @@ int32_t PaletteObject::hash_code() const {
 }
 
 Ref<PaletteObject> read_palette(const VariantArg* arg) {
-    const Ref<ManagedObject> object = read_object(arg, require_type("Zelmor.Imaging.IColorPalette"));
+    const Ref<ManagedObject> object = read_object(arg, require_type(api::IColorPalette::kType.name));
     return object ? Ref<PaletteObject>(&cast_object<PaletteObject>(*object)) : nullptr;
 }
 
@@ -80,27 +81,14 @@ std::vector<Argb> gray_palette(int bits, bool min_is_white) {
 
 namespace {
 
-std::vector<Argb> colors_of(const VariantArg* entries) {
-    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.Color");
-    std::vector<Argb> result;
-    for (const Value& value : read_elements(entries, element, "entries")) {
-        result.push_back(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(value)).argb);
-    }
-    return result;
-}
-std::vector<Argb> argb_of_integers(const VariantArg* entries) {
-    const std::vector<int32_t> items = read_array<int32_t>(entries, "argb_32_entries");
-    return {items.begin(), items.end()};
-}
-
 Ref<PaletteObject> from_integers_compact(const VariantArg* argb_32_entries, bool is_compact_palette) {
-    return make_ref<PaletteObject>(argb_of_integers(argb_32_entries), is_compact_palette);
+    return make_ref<PaletteObject>(read_packed_colors(argb_32_entries, "argb_32_entries"), is_compact_palette);
 }
 Ref<PaletteObject> from_integers(const VariantArg* argb_32_entries) {
     return from_integers_compact(argb_32_entries, false);
 }
 Ref<PaletteObject> from_colors_compact(const VariantArg* entries, bool is_compact_palette) {
-    return make_ref<PaletteObject>(colors_of(entries), is_compact_palette);
+    return make_ref<PaletteObject>(read_colors(entries, "entries"), is_compact_palette);
 }
 Ref<PaletteObject> from_colors(const VariantArg* entries) {
     return from_colors_compact(entries, false);
@@ -157,14 +145,10 @@ int32_t entries_count(PaletteObject& self) {
     return static_cast<int32_t>(self.entries.size());
 }
 Collection argb_32_entries(PaletteObject& self) {
-    return {Ref<ManagedObject>(make_array(std::vector<int32_t>(self.entries.begin(), self.entries.end())))};
+    return packed(self.entries);
 }
 Collection entries(PaletteObject& self) {
-    std::vector<Value> items;
-    for (const Argb entry : self.entries) {
-        items.emplace_back(box(ColorValue::from_argb(entry)));
-    }
-    return color_array(std::move(items));
+    return boxed(self.entries);
 }
 bool is_compact_palette(PaletteObject& self) {
     return self.compact;
@@ -193,7 +177,7 @@ Interface create_8_bit_grayscale(bool min_is_white) {
 }
 
 ImageObject& required(ImageObject* image) {
-    if (!image) {
+    if (image == nullptr) {
         throw_argument_null("image");
     }
     return *image;
@@ -206,23 +190,22 @@ Interface close_transparent_palette(ImageObject* image, int32_t entries_count) {
     return interface_of(required(image).picture().close_palette(entries_count, true));
 }
 
-// The values of PaletteMiningMethod.
-constexpr int32_t kCurrent = 0, kClustering = 1, kHistogram = 2;
-
-Interface close_palette_by_method(ImageObject* image, int32_t entries_count, int32_t palette_mining_method) {
+Interface close_palette_by_method(ImageObject* image, int32_t entries_count,
+                                  PaletteMiningMethod palette_mining_method) {
     ImageObject& source = required(image);
     switch (palette_mining_method) {
-        case kCurrent:
+        case PaletteMiningMethod::kUseCurrentPalette:
             if (!source.palette.empty() && source.palette.size() <= static_cast<size_t>(std::max(0, entries_count))) {
                 return interface_of(source.palette);
             }
             return close_palette(image, entries_count);
-        case kClustering:
+        case PaletteMiningMethod::kColorClustering:
             return close_palette(image, entries_count);
-        case kHistogram:
+        case PaletteMiningMethod::kHistogram:
             return interface_of(source.picture().frequent_palette(entries_count));
         default:
-            throw_out_of_range("palette_mining_method", "The value " + std::to_string(palette_mining_method) +
+            throw_out_of_range("palette_mining_method", "The value " +
+                                                            std::to_string(number_of(palette_mining_method)) +
                                                             " is not one of PaletteMiningMethod.");
     }
 }
@@ -278,9 +261,9 @@ bool has_transparent_colors(const VariantArg* palette) {
     return std::any_of(colors.begin(), colors.end(), [](Argb color) { return color >> 24 != 255; });
 }
 
-constexpr const char* kPalette = "Zelmor.Imaging.ColorPalette";
-const FactoryRegistration factory(kPalette,
+const FactoryRegistration factory(PaletteObject::kManagedName,
                                   [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<PaletteObject>()); });
+
 using ColorPaletteApi = api::ColorPalette;
 using ColorPaletteHelperApi = api::ColorPaletteHelper;
 

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/imagework/formats.h"
 
@@ -11,7 +12,7 @@ namespace zelmor::embed {
 
 class PaletteObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.ColorPalette";
+    static constexpr const char* kManagedName = api::ColorPalette::kType.name;
     explicit PaletteObject(std::vector<imagework::Argb> colors = {}, bool is_compact = false);
 
     std::vector<imagework::Argb> entries;

@@ -1,10 +1,10 @@
-// Loading pixels in parts.
+// Loading pixels in parts; see partial_loads.h.
 #include "runtime/native/behaviors/images/partial_loads.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/behaviors/images/color_arrays.h"
 #include "runtime/native/behaviors/images/pixel_blocks.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
@@ -19,7 +19,7 @@ PixelReceiver& required_receiver(const VariantArg* loader, const char* parameter
         throw_argument_null(parameter);
     }
     auto* receiver = dynamic_cast<PixelReceiver*>(object.get());
-    if (!receiver) {
+    if (receiver == nullptr) {
         throw_not_supported(std::string("Loading pixels into a ") + object->type().full_name);
     }
     return *receiver;
@@ -51,17 +51,11 @@ std::vector<PixelPart> checked_parts(const ImageObject& self, const RectangleVal
     return parts_of(area);
 }
 
-std::vector<int32_t> as_integers(const std::vector<Argb>& pixels) {
-    std::vector<int32_t> items(pixels.size());
-    std::transform(pixels.begin(), pixels.end(), items.begin(), [](Argb color) { return static_cast<int32_t>(color); });
-    return items;
-}
-
 void load_partial_argb_32(ImageObject& self, const RectangleValue& rectangle, const VariantArg* partial_pixel_loader) {
     self.require_live();
     PixelReceiver& receiver = required_receiver(partial_pixel_loader, "partial_pixel_loader");
     for (const PixelPart& part : checked_parts(self, rectangle)) {
-        receiver.take_argb32(part, as_integers(read_block(self, rect_of(part.area))));
+        receiver.take_argb32(part, packed_integers(read_block(self, rect_of(part.area))));
     }
 }
 

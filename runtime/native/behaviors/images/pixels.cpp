@@ -1,14 +1,12 @@
 // Single pixels, blocks and lines of pixels, and the replacing of colors.
 //
 // With premultiply_components set, pixels are shown and taken with their colors already multiplied by their alpha.
-#include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/pixel_blocks.h"
-
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/picture_failures.h"
+#include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/color_arrays.h"
+#include "runtime/native/behaviors/images/pixel_blocks.h"
 #include "runtime/native/behaviors/values/cmyk.h"
-#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -89,33 +87,6 @@ Rect line(const ImageObject& self, int32_t index) {
     return {0, index, picture.width(), 1};
 }
 
-// Forms in which pixels leave: packed integers, colors.
-Collection as_integers(const std::vector<Argb>& pixels) {
-    std::vector<int32_t> items(pixels.size());
-    std::transform(pixels.begin(), pixels.end(), items.begin(), [](Argb color) { return static_cast<int32_t>(color); });
-    return {Ref<ManagedObject>(make_array(std::move(items)))};
-}
-Collection as_colors(const std::vector<Argb>& pixels) {
-    std::vector<Value> items;
-    items.reserve(pixels.size());
-    for (const Argb color : pixels) {
-        items.emplace_back(box(ColorValue::from_argb(color)));
-    }
-    return color_array(std::move(items));
-}
-std::vector<Argb> from_integers(const VariantArg* pixels, const char* parameter) {
-    const std::vector<int32_t> items = read_array<int32_t>(pixels, parameter);
-    return {items.begin(), items.end()};
-}
-std::vector<Argb> from_colors(const VariantArg* pixels, const char* parameter) {
-    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.Color");
-    std::vector<Argb> result;
-    for (const Value& value : read_elements(pixels, element, parameter)) {
-        result.push_back(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(value)).argb);
-    }
-    return result;
-}
-
 int32_t get_argb_32_pixel(ImageObject& self, int32_t x, int32_t y) {
     require_coordinates(self, x, y);
     const Argb color = self.picture().get_argb(x, y);
@@ -134,59 +105,58 @@ void set_pixel(ImageObject& self, int32_t x, int32_t y, const ColorValue& color)
 }
 
 Collection load_argb_32_pixels(ImageObject& self, const RectangleValue& rectangle) {
-    return as_integers(read_block(self, rect_of(rectangle)));
+    return packed(read_block(self, rect_of(rectangle)));
 }
 Collection load_pixels(ImageObject& self, const RectangleValue& rectangle) {
-    return as_colors(read_block(self, rect_of(rectangle)));
+    return boxed(read_block(self, rect_of(rectangle)));
 }
 void save_argb_32_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
-    write_block(self, rect_of(rectangle), from_integers(pixels, "pixels"));
+    write_block(self, rect_of(rectangle), read_packed_colors(pixels, "pixels"));
 }
 void save_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
-    write_block(self, rect_of(rectangle), from_colors(pixels, "pixels"));
+    write_block(self, rect_of(rectangle), read_colors(pixels, "pixels"));
 }
 Collection read_argb_32_scan_line(ImageObject& self, int32_t scan_line_index) {
-    return as_integers(read_block(self, line(self, scan_line_index)));
+    return packed(read_block(self, line(self, scan_line_index)));
 }
 Collection read_scan_line(ImageObject& self, int32_t scan_line_index) {
-    return as_colors(read_block(self, line(self, scan_line_index)));
+    return boxed(read_block(self, line(self, scan_line_index)));
 }
 void write_argb_32_scan_line(ImageObject& self, int32_t scan_line_index, const VariantArg* argb_32_pixels) {
-    write_block(self, line(self, scan_line_index), from_integers(argb_32_pixels, "argb_32_pixels"));
+    write_block(self, line(self, scan_line_index), read_packed_colors(argb_32_pixels, "argb_32_pixels"));
 }
 void write_scan_line(ImageObject& self, int32_t scan_line_index, const VariantArg* pixels) {
-    write_block(self, line(self, scan_line_index), from_colors(pixels, "pixels"));
+    write_block(self, line(self, scan_line_index), read_colors(pixels, "pixels"));
 }
 
 // CMYK without a profile, as Color.to_cmyk() has it.
-Collection load_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle) {
-    std::vector<int32_t> items;
-    for (const Argb color : read_block(self, rect_of(rectangle))) {
-        items.push_back(packed_cmyk(cmyk_of(color)));
+std::vector<CmykValue> cmyk_of_all(const std::vector<Argb>& colors) {
+    std::vector<CmykValue> result;
+    result.reserve(colors.size());
+    for (const Argb color : colors) {
+        result.push_back(cmyk_of(color));
     }
-    return {Ref<ManagedObject>(make_array(std::move(items)))};
+    return result;
+}
+std::vector<Argb> argb_of_all(const std::vector<CmykValue>& colors) {
+    std::vector<Argb> result;
+    result.reserve(colors.size());
+    for (const CmykValue& color : colors) {
+        result.push_back(argb_of(color));
+    }
+    return result;
+}
+Collection load_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle) {
+    return packed(cmyk_of_all(read_block(self, rect_of(rectangle))));
 }
 Collection load_cmyk_pixels(ImageObject& self, const RectangleValue& rectangle) {
-    std::vector<Value> items;
-    for (const Argb color : read_block(self, rect_of(rectangle))) {
-        items.emplace_back(box(cmyk_of(color)));
-    }
-    return cmyk_array(std::move(items));
+    return boxed(cmyk_of_all(read_block(self, rect_of(rectangle))));
 }
 void save_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
-    std::vector<Argb> colors;
-    for (const int32_t packed : read_array<int32_t>(pixels, "pixels")) {
-        colors.push_back(argb_of(unpacked_cmyk(packed)));
-    }
-    write_block(self, rect_of(rectangle), std::move(colors));
+    write_block(self, rect_of(rectangle), argb_of_all(read_packed_cmyk(pixels, "pixels")));
 }
 void save_cmyk_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
-    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.CmykColor");
-    std::vector<Argb> colors;
-    for (const Value& value : read_elements(pixels, element, "pixels")) {
-        colors.push_back(argb_of(unbox<CmykValue>(*std::get<Ref<ManagedObject>>(value))));
-    }
-    write_block(self, rect_of(rectangle), std::move(colors));
+    write_block(self, rect_of(rectangle), argb_of_all(read_cmyk(pixels, "pixels")));
 }
 
 void replace_argb(ImageObject& self, int32_t old_color_argb, uint8_t old_color_diff, int32_t new_color_argb) {

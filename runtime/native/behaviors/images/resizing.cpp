@@ -8,8 +8,9 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/arguments.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/image_object.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -19,26 +20,7 @@ using imagework::Resampling;
 
 namespace {
 
-// The values of ResizeType in their order.
-enum class ResizeType : int32_t {
-    kNone,
-    kLeftTopToLeftTop,
-    kRightTopToRightTop,
-    kRightBottomToRightBottom,
-    kLeftBottomToLeftBottom,
-    kCenterToCenter,
-    kLanczosResample,
-    kNearestNeighbourResample,
-    kAdaptiveResample,
-    kBilinearResample,
-    kHighQualityResample,
-    kCatmullRom,
-    kCubicConvolution,
-    kCubicBSpline,
-    kMitchell,
-    kSinC,
-    kBell,
-};
+using api::ResizeType;
 
 // Where the picture goes on its new canvas: 0 for the left or top, 2 for the right or bottom, in halves of the room.
 struct Placement {
@@ -88,20 +70,13 @@ Resampling resampling_of(ResizeType type) {
         default:
             break;
     }
-    throw_out_of_range("resize_type",
-                       "The value " + std::to_string(static_cast<int32_t>(type)) + " is not one of ResizeType.");
-}
-
-void require_size(int32_t value, const char* parameter) {
-    if (value <= 0) {
-        throw_out_of_range(parameter, "The value " + std::to_string(value) + " is not positive.");
-    }
+    throw_out_of_range("resize_type", "The value " + std::to_string(number_of(type)) + " is not one of ResizeType.");
 }
 
 void resize_by_type(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
     self.require_live();
-    require_size(new_width, "new_width");
-    require_size(new_height, "new_height");
+    require_positive(new_width, "new_width");
+    require_positive(new_height, "new_height");
     try {
         imagework::check_picture_size(new_width, new_height, 4);
     } catch (const PictureError& error) {
@@ -122,13 +97,14 @@ void resize_by_type(ImageObject& self, int32_t new_width, int32_t new_height, Re
 }
 
 ResizeType type_of_settings(const Record* settings) {
-    if (!settings) {
+    if (settings == nullptr) {
         throw_argument_null("settings");
     }
-    if (const int64_t filter = property_int(*settings, "FilterType")) {
-        throw_not_supported("The value " + std::to_string(filter) + " of ImageResizeSettings.FilterType");
+    const auto filter = property_enum<api::ImageFilterType>(*settings, "FilterType");
+    if (filter != api::ImageFilterType::kNone) {
+        throw_not_supported("The value " + std::to_string(number_of(filter)) + " of ImageResizeSettings.FilterType");
     }
-    return static_cast<ResizeType>(property_int(*settings, "Mode"));
+    return property_enum<ResizeType>(*settings, "Mode");
 }
 
 int32_t proportional(int32_t of, int32_t to, int32_t wanted) {
@@ -138,12 +114,12 @@ int32_t proportional(int32_t of, int32_t to, int32_t wanted) {
 
 void resize_width_proportionally(ImageObject& self, int32_t new_width, ResizeType resize_type) {
     const imagework::Picture& picture = self.picture();
-    require_size(new_width, "new_width");
+    require_positive(new_width, "new_width");
     resize_by_type(self, new_width, proportional(picture.width(), picture.height(), new_width), resize_type);
 }
 void resize_height_proportionally(ImageObject& self, int32_t new_height, ResizeType resize_type) {
     const imagework::Picture& picture = self.picture();
-    require_size(new_height, "new_height");
+    require_positive(new_height, "new_height");
     resize_by_type(self, proportional(picture.height(), picture.width(), new_height), new_height, resize_type);
 }
 
@@ -171,8 +147,8 @@ void resize_height_by_settings(ImageObject& self, int32_t new_height, Record* se
 // All frames by the same factors, which bring the image to the size given; frames may be of different sizes.
 void resize_proportional(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
     self.require_live();
-    require_size(new_width, "new_width");
-    require_size(new_height, "new_height");
+    require_positive(new_width, "new_width");
+    require_positive(new_height, "new_height");
     if (placement_of(resize_type)) {
         return resize_by_type(self, new_width, new_height, resize_type);
     }

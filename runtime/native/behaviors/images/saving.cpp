@@ -6,6 +6,7 @@
 #include "runtime/native/behaviors/images/saving.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
+#include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/page_selection.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
@@ -39,7 +40,7 @@ bool holds_frames(const ImageObject& image, const Request& request) {
         case Format::kWebp:
             return true;
         case Format::kPng:
-            return request.options ? is_animation_options(*request.options) : image.facts().is_apng;
+            return request.options != nullptr ? is_animation_options(*request.options) : image.facts().is_apng;
         default:
             return false;
     }
@@ -51,7 +52,8 @@ std::string cannot_hold(const Request& request, size_t count) {
 
 // The pages that the request is for. Options that say nothing of pages leave a format of one picture the active one.
 std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
-    const Ref<ManagedObject> choice = request.options ? property_object(*request.options, "MultiPageOptions") : nullptr;
+    const Ref<ManagedObject> choice =
+        request.options != nullptr ? property_object(*request.options, "MultiPageOptions") : nullptr;
     const bool several = holds_frames(image, request);
     if (!choice) {
         if (several && image.frame_count() > 1) {
@@ -62,7 +64,7 @@ std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
         return pages;
     }
     std::vector<Page> pages = pages_of(image, selected_pages(image, *choice));
-    if (const auto area = export_area(*choice); area && !request.bounds) {
+    if (const auto area = export_area(*choice); area && request.bounds == nullptr) {
         for (Page& page : pages) {
             page.picture->crop({area->x, area->y, area->width, area->height});
         }
@@ -79,15 +81,15 @@ std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
 
 EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
     std::vector<Page> pages = requested_pages(image, request);
-    if (request.bounds) {
+    if (request.bounds != nullptr) {
         for (Page& page : pages) {
             page.picture->crop({request.bounds->x, request.bounds->y, request.bounds->width, request.bounds->height});
         }
     }
     const auto encoding_of = [&](const Page& page) {
         // A page that keeps its format keeps its own settings; the colors around it are the image's.
-        return request.options ? encoding_for(image, *request.options)
-                               : encoding_for(*page.source, request.format, image);
+        return request.options != nullptr ? encoding_for(image, *request.options)
+                                          : encoding_for(*page.source, request.format, image);
     };
     if (pages.size() == 1) {
         return pages[0].picture->encode(encoding_of(pages[0]));
@@ -121,7 +123,7 @@ EncodedBytes encoded(ImageObject& image, const Request& request, const std::stri
         prepare_options(request.options);
         return described(image, request, encoded_pages(image, request));
     } catch (const PictureError& error) {
-        if (error.kind() == Failure::kArgument && request.bounds) {
+        if (error.kind() == Failure::kArgument && request.bounds != nullptr) {
             throw_out_of_range("bounds_rectangle", error.what());
         }
         throw_picture_error(error, subject);
@@ -141,10 +143,11 @@ void to_stream(ImageObject& image, ManagedStream& stream, const Request& request
 }
 
 FileFormat written_format(const Request& request) {
+    if (request.options != nullptr) {
+        return file_format_of_options(*request.options);
+    }
     FileFacts facts;
     facts.format = request.format;
-    facts.is_apng = request.options && is_animation_options(*request.options);
-    facts.is_big_tiff = request.options && std::string_view(request.options->type().name) == "BigTiffOptions";
     return file_format_of(facts);
 }
 
@@ -162,15 +165,8 @@ Request implied(const ImageObject& image, Format format) {
     return request;
 }
 
-const Record& required(const Record* options) {
-    if (!options) {
-        throw_argument_null("options");
-    }
-    return *options;
-}
-
 Request by_options(const Record* options, const RectangleValue* bounds = nullptr) {
-    const Request request{format_of_options(required(options)), options, bounds};
+    const Request request{format_of_options(required_options(options)), options, bounds};
     if (request.format != Format::kUnknown) {
         require_registered(Trade::kExporting, written_format(request));
     }
@@ -242,7 +238,7 @@ void save_stream_options_bounds(ImageObject& self, const VariantArg* stream, Rec
 
 bool can_save(ImageObject& self, Record* options) {
     self.require_live();
-    const Request request{format_of_options(required(options)), options};
+    const Request request{format_of_options(required_options(options)), options};
     return request.format != Format::kUnknown && is_registered(Trade::kExporting, written_format(request));
 }
 

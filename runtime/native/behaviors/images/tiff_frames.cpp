@@ -1,10 +1,15 @@
 // TiffImage and its frames. Each frame keeps the options that its page is written with.
+#include <cassert>
+
 #include "generated/runtime/Zelmor.Imaging.FileFormats.BigTiff.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/behaviors/images/format_enumerations.h"
+#include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
-#include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
@@ -19,19 +24,14 @@ namespace {
 
 using Path = std::optional<std::u16string>;
 
-constexpr const char* kFrame = "Zelmor.Imaging.FileFormats.Tiff.TiffFrame";
-constexpr const char* kImage = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
-constexpr const char* kBigImage = "Zelmor.Imaging.FileFormats.BigTiff.BigTiffImage";
+using BigTiffImageApi = api::FileFormats::BigTiff::BigTiffImage;
+using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
+using TiffImageApi = api::FileFormats::Tiff::TiffImage;
 
-// What a page that no file has told anything of is written with.
+// The settings of a page that came from no file.
 FileFacts page_facts(const imagework::Picture& picture) {
-    FileFacts facts;
-    facts.format = Format::kTiff;
-    facts.readable = true;
-    facts.width = picture.width();
-    facts.height = picture.height();
-    facts.has_alpha = picture.has_alpha();
-    facts.bits_per_pixel = picture.bits_per_channel() * ((picture.is_gray() ? 1 : 3) + (picture.has_alpha() ? 1 : 0));
+    const int channels = (picture.is_gray() ? 1 : 3) + (picture.has_alpha() ? 1 : 0);
+    FileFacts facts = facts_of_picture(Format::kTiff, picture, picture.bits_per_channel() * channels);
     facts.encoding = TiffEncoding{};
     return facts;
 }
@@ -39,7 +39,7 @@ FileFacts page_facts(const imagework::Picture& picture) {
 void take_options(FileFacts& facts, const Record& options) {
     const imagework::Encoding encoding = encoding_of_options(options);
     if (!std::holds_alternative<TiffEncoding>(encoding.format)) {
-        throw_invalid_cast(options.type().full_name, "Zelmor.Imaging.ImageOptions.TiffOptions");
+        throw_invalid_cast(options.type().full_name, api::ImageOptions::TiffOptions::kType.name);
     }
     facts.encoding = encoding.format;
 }
@@ -47,16 +47,10 @@ void take_options(FileFacts& facts, const Record& options) {
 Ref<ImageObject> frame_of(const ImageObject& source, const Record* options) {
     auto picture = source.picture().copy();
     FileFacts facts = source.facts().format == Format::kTiff ? source.facts() : page_facts(*picture);
-    if (options) {
+    if (options != nullptr) {
         take_options(facts, *options);
     }
-    return make_ref<ImageObject>(require_type(kFrame), std::move(picture), std::move(facts));
-}
-const Record& required_options(const Record* options) {
-    if (!options) {
-        throw_argument_null("options");
-    }
-    return *options;
+    return make_ref<ImageObject>(require_type(TiffFrameApi::kType.name), std::move(picture), std::move(facts));
 }
 
 Ref<ImageObject> frame_of_image(ImageObject* image) {
@@ -79,11 +73,8 @@ Ref<ImageObject> frame_of_stream_with_options(Ref<ManagedStream> stream, Record*
 }
 Ref<ImageObject> empty_frame(Record* options, int32_t width, int32_t height) {
     required_options(options);
-    for (const auto& [value, name] : {std::pair(width, "width"), std::pair(height, "height")}) {
-        if (value <= 0) {
-            throw_out_of_range(name, "The value " + std::to_string(value) + " is not positive.");
-        }
-    }
+    require_positive(width, "width");
+    require_positive(height, "height");
     FileFacts facts;
     take_options(facts, *options);
     const auto color = std::get<TiffEncoding>(*facts.encoding).color;
@@ -93,7 +84,7 @@ Ref<ImageObject> empty_frame(Record* options, int32_t width, int32_t height) {
     const auto encoding = facts.encoding;
     facts = page_facts(*picture);
     facts.encoding = encoding;
-    return make_ref<ImageObject>(require_type(kFrame), std::move(picture), std::move(facts));
+    return make_ref<ImageObject>(require_type(TiffFrameApi::kType.name), std::move(picture), std::move(facts));
 }
 Ref<ImageObject> copy_frame(ImageObject* tiff_frame) {
     return frame_of(required_image(tiff_frame, "tiff_frame"), nullptr);
@@ -121,22 +112,23 @@ void align_resolutions(ImageObject& self) {
 
 // ---- TiffImage
 
-Ref<ImageObject> image_of_frames(const char* type, const std::vector<Ref<ImageObject>>& frames) {
+template <const TypeName& kType>
+Ref<ImageObject> image_of_frames(const std::vector<Ref<ImageObject>>& frames) {
+    assert(!frames.empty());
     FileFacts facts = frames[0]->facts();
-    facts.is_big_tiff = std::string_view(type) == kBigImage;
-    if (auto* tiff = facts.encoding ? std::get_if<TiffEncoding>(&*facts.encoding) : nullptr) {
+    facts.is_big_tiff = std::string_view(kType.name) == BigTiffImageApi::kType.name;
+    if (auto* tiff = settings_as<TiffEncoding>(facts); tiff != nullptr) {
         tiff->big_tiff = facts.is_big_tiff;
     }
-    auto image = make_ref<ImageObject>(require_type(type), nullptr, std::move(facts));
-    image->adopt_frames({}, {});
-    for (const Ref<ImageObject>& frame : frames) {
-        append_frame(*image, frame);
+    Ref<ImageObject> image = make_container(kType, std::move(facts), frames[0]);
+    for (size_t i = 1; i < frames.size(); ++i) {
+        append_frame(*image, frames[i]);
     }
     image->set_active_index(0);
     return image;
 }
 std::vector<Ref<ImageObject>> frames_of(const VariantArg* frames, const char* parameter) {
-    static const ElementType& element = element_of(Wire::kClass, kFrame);
+    static const ElementType& element = element_of(Wire::kClass, TiffFrameApi::kType.name);
     std::vector<Ref<ImageObject>> result;
     for (const Value& value : read_elements(frames, element, parameter)) {
         if (is_null(value)) {
@@ -154,32 +146,17 @@ std::vector<Ref<ImageObject>> some_frames(const VariantArg* frames) {
     }
     return result;
 }
+template <const TypeName& kType>
 Ref<ImageObject> image_with_frame(ImageObject* frame) {
-    return image_of_frames(kImage, {Ref<ImageObject>(&required_image(frame, "frame"))});
+    return image_of_frames<kType>({Ref<ImageObject>(&required_image(frame, "frame"))});
 }
+template <const TypeName& kType>
 Ref<ImageObject> image_with_frames(const VariantArg* frames) {
-    return image_of_frames(kImage, some_frames(frames));
-}
-Ref<ImageObject> big_image_with_frame(ImageObject* frame) {
-    return image_of_frames(kBigImage, {Ref<ImageObject>(&required_image(frame, "frame"))});
-}
-Ref<ImageObject> big_image_with_frames(const VariantArg* frames) {
-    return image_of_frames(kBigImage, some_frames(frames));
+    return image_of_frames<kType>(some_frames(frames));
 }
 
 Collection frames(ImageObject& self) {
-    return frame_array(self, kFrame);
-}
-Ref<ImageObject> active_frame(ImageObject& self) {
-    const auto& all = self.frames();
-    return self.active_index() < all.size() ? all[self.active_index()] : nullptr;
-}
-void set_active_frame(ImageObject& self, ImageObject* value) {
-    const auto index = self.index_of(required_image(value, "value"));
-    if (!index) {
-        throw_argument("The frame is not one of the image. (Parameter 'value')");
-    }
-    self.set_active_index(*index);
+    return frame_array(self, TiffFrameApi::kType);
 }
 
 void add_frame(ImageObject& self, ImageObject* frame) {
@@ -188,7 +165,7 @@ void add_frame(ImageObject& self, ImageObject* frame) {
 void add_frames(ImageObject& self, const VariantArg* frames) {
     const auto added = frames_of(frames, "frames");
     for (const Ref<ImageObject>& frame : added) {
-        if (frame->container()) {
+        if (frame->container() != nullptr) {
             throw_argument("A frame is part of an image already. (Parameter 'frames')");
         }
     }
@@ -223,7 +200,7 @@ void remove_frame(ImageObject& self, ImageObject* frame) {
 Ref<ImageObject> replace_frame(ImageObject& self, int32_t index, ImageObject* frame_to_replace) {
     const size_t at = checked_index(self, index, "index");
     Ref<ImageObject> added(&required_image(frame_to_replace, "frame_to_replace"));
-    if (added->container()) {
+    if (added->container() != nullptr) {
         throw_argument("The frame is part of an image already. (Parameter 'frame_to_replace')");
     }
     const size_t active = self.active_index();
@@ -233,30 +210,26 @@ Ref<ImageObject> replace_frame(ImageObject& self, int32_t index, ImageObject* fr
     return removed;
 }
 
-int32_t byte_order(ImageObject& self) {
+TiffByteOrder byte_order(ImageObject& self) {
     self.require_live();
-    const auto* tiff = self.facts().encoding ? std::get_if<TiffEncoding>(&*self.facts().encoding) : nullptr;
-    return tiff && tiff->big_endian ? 0x4D4D : 0x4949;
+    const auto* tiff = settings_as<TiffEncoding>(self.facts());
+    return tiff != nullptr && tiff->big_endian ? TiffByteOrder::kBigEndian : TiffByteOrder::kLittleEndian;
 }
-void set_byte_order(ImageObject& self, int32_t value) {
-    if (value != 0x4D4D && value != 0x4949) {
-        throw_out_of_range("value", "The value " + std::to_string(value) + " is not one of TiffByteOrder.");
+void set_byte_order(ImageObject& self, TiffByteOrder value) {
+    const bool big_endian = value == TiffByteOrder::kBigEndian;
+    if (!big_endian && value != TiffByteOrder::kLittleEndian) {
+        throw_out_of_range("value", "The value " + std::to_string(number_of(value)) + " is not one of TiffByteOrder.");
     }
-    for (const Ref<ImageObject>& frame : self.frames()) {
-        auto* tiff = frame->facts().encoding ? std::get_if<TiffEncoding>(&*frame->facts().encoding) : nullptr;
-        if (tiff) {
-            tiff->big_endian = value == 0x4D4D;
+    const auto take = [&](FileFacts& facts) {
+        if (auto* tiff = settings_as<TiffEncoding>(facts); tiff != nullptr) {
+            tiff->big_endian = big_endian;
         }
+    };
+    for (const Ref<ImageObject>& frame : self.frames()) {
+        take(frame->facts());
     }
-    auto* tiff = self.facts().encoding ? std::get_if<TiffEncoding>(&*self.facts().encoding) : nullptr;
-    if (tiff) {
-        tiff->big_endian = value == 0x4D4D;
-    }
+    take(self.facts());
 }
-
-using BigTiffImageApi = api::FileFormats::BigTiff::BigTiffImage;
-using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
-using TiffImageApi = api::FileFormats::Tiff::TiffImage;
 
 const BehaviorTable table({
     behavior<&frame_of_stream, TiffFrameApi::ctor_000_TiffFrame>(),
@@ -269,15 +242,13 @@ const BehaviorTable table({
     behavior<&copy_frame, TiffFrameApi::call_000_CopyFrame>(),
     behavior<&create_frame_from, TiffFrameApi::call_000_CreateFrameFrom>(),
     behavior<&align_resolutions, TiffFrameApi::call_000_AlignResolutions, TiffImageApi::call_000_AlignResolutions>(),
-    behavior<&image_with_frame, TiffImageApi::ctor_000_TiffImage>(),
-    behavior<&image_with_frames, TiffImageApi::ctor_001_TiffImage>(),
-    behavior<&big_image_with_frame, BigTiffImageApi::ctor_000_BigTiffImage>(),
-    behavior<&big_image_with_frames, BigTiffImageApi::ctor_001_BigTiffImage>(),
+    behavior<&image_with_frame<TiffImageApi::kType>, TiffImageApi::ctor_000_TiffImage>(),
+    behavior<&image_with_frames<TiffImageApi::kType>, TiffImageApi::ctor_001_TiffImage>(),
+    behavior<&image_with_frame<BigTiffImageApi::kType>, BigTiffImageApi::ctor_000_BigTiffImage>(),
+    behavior<&image_with_frames<BigTiffImageApi::kType>, BigTiffImageApi::ctor_001_BigTiffImage>(),
     behavior<&frames, TiffImageApi::get_Frames>(),
-    behavior<&active_frame, TiffImageApi::get_ActiveFrame>(),
-    behavior<&set_active_frame, TiffImageApi::set_ActiveFrame>(),
-    behavior<&byte_order, TiffImageApi::get_ByteOrder>(),
-    behavior<&set_byte_order, TiffImageApi::set_ByteOrder>(),
+    property<&active_frame_of, &set_active_frame_of, TiffImageApi::property_ActiveFrame>(),
+    property<&byte_order, &set_byte_order, TiffImageApi::property_ByteOrder>(),
     behavior<&add_frame, TiffImageApi::call_000_AddFrame>(),
     behavior<&add_frames, TiffImageApi::call_000_AddFrames>(),
     behavior<&add_image, TiffImageApi::call_000_Add>(),

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <variant>
 #include <vector>
 
 #include "runtime/native/imagework/formats.h"
@@ -30,6 +31,16 @@ struct FileFacts {
     std::optional<FormatEncoding> encoding;  // the settings to save it again as it was
     std::vector<Argb> palette;               // of an indexed picture
 };
+
+// The settings of the file, if they are those of the format asked for; null otherwise.
+template <class E>
+E* settings_as(FileFacts& facts) {
+    return facts.encoding ? std::get_if<E>(&*facts.encoding) : nullptr;
+}
+template <class E>
+const E* settings_as(const FileFacts& facts) {
+    return facts.encoding ? std::get_if<E>(&*facts.encoding) : nullptr;
+}
 
 // Which format the first bytes belong to; 16 bytes are enough.
 Format sniff(std::span<const uint8_t> data);
