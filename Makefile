@@ -16,7 +16,9 @@
 #   make scale    generation, compilation and size at the number of types and members of the whole API
 #   make identifiers
 #                 complete the tables of type identifiers
-#   make lint     formatting, clang-tidy, flake8, mypy
+#   make lint     all static checks: codespell, include guards, clang-format, flake8, mypy, clang-tidy (slow at first)
+#   make quick-lint
+#                 the same without clang-tidy; needs no build
 #   make format   format the C++ sources in place
 #   make setup    install every Debian package of packages.txt
 #   make clean    remove the build tree
@@ -34,7 +36,8 @@ LAUNCHER = $(if $(wildcard /usr/bin/ccache),"-DCMAKE_C_COMPILER_LAUNCHER=$(CACHE
 .DEFAULT_GOAL := build
 # The prerequisites below stand in order: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth mutants identifiers lint format clean
+.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth mutants identifiers lint quick-lint format \
+    clean
 
 setup:
 	@tools/setup.sh
@@ -107,8 +110,11 @@ identifiers:
 	@for catalogue in api/catalogue siblings/catalogue/*; do \
 	    $(PYTHON) -B -m tools.generator identifiers $$catalogue || exit 1; done
 
-lint: setup-lint everything
+lint: setup-lint setup-tidy everything
 	@tools/lint.sh $(BUILD)
+
+quick-lint: setup-lint configure
+	@tools/lint.sh --quick $(BUILD)
 
 format: setup-lint
 	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format-16 -i
@@ -116,6 +122,6 @@ format: setup-lint
 clean:
 	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale
 
-.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-docs
-setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-docs: setup-%:
+.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs
+setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs: setup-%:
 	@tools/setup.sh -q build $(filter-out build,$*)

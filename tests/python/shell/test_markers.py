@@ -63,7 +63,7 @@ class TestHostMarker:
             assert imaging.Size(1, 2) != forged
             assert not imaging.Size._is_assignable(forged)
 
-    def test_a_siblings_wrapper_is_recognised(self) -> None:
+    def test_a_siblings_wrapper_is_recognized(self) -> None:
         assert SiblingPen._zelmor_clr_host is None
         assert SiblingPen not in WRAPPERS
 
