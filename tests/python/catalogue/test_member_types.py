@@ -1,6 +1,6 @@
-"""What members give and take where a listing of the library calls all of it `object`: text, bytes, dates, collections.
+"""Types of members that a listing of the library's properties calls `object`: text, bytes, dates, collections.
 
-The sweep over all members (test_use.py) checks the kinds; this file checks values and what a user sees.
+The sweep over all members (test_use.py) checks the kinds; this file checks values, as a user sees them.
 """
 
 from __future__ import annotations

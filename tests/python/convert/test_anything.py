@@ -147,7 +147,7 @@ def check(value: object) -> None:
     before = sys.getrefcount(value)
     record, tag = seen(value), tag_of(value)
     assert record == (None if tag is None else (tag, id(value))), (type(value), record)
-    if type(value).__flags__ & 1 << 9 and not isinstance(value, (bool, type(None), type)):  # of a class defined in Python
+    if type(value).__flags__ & 1 << 9 and not isinstance(value, (bool, type(None), type)):  # of a Python class
         assert sys.getrefcount(value) == before
 
 

@@ -1,4 +1,4 @@
-"""EXIF and XMP of image files: read from what Pillow writes, written so that Pillow reads it."""
+"""EXIF and XMP of image files: written by Pillow and read by us, and the other way round."""
 
 from __future__ import annotations
 
@@ -249,7 +249,7 @@ def test_every_form_of_rdf_is_read() -> None:
         assert '<own:plain xml:lang="en">words</own:plain>' in own.get_xml_value()
         assert "<rdf:value>7</rdf:value><own:unit>m</own:unit>" in own.get_xml_value()
         assert "<own:a>1</own:a>" in own.get_xml_value()
-        # And once more from what is written of it.
+        # Once more from the file that is written from it.
         image = loaded(saved(image, JpegOptions()), JpegImage)
 
 

@@ -1,4 +1,4 @@
-"""XMP: packets, packages and values hold what they are given, and write it as RDF that others can read."""
+"""XMP: packets, packages and values store the given values, and write them as RDF that others can read."""
 
 from __future__ import annotations
 
@@ -36,7 +36,7 @@ LANG = "{http://www.w3.org/XML/1998/namespace}lang"
 
 
 def parsed(fragment: str) -> ElementTree.Element:
-    """A fragment of RDF, read by another parser."""
+    """A fragment of RDF, parsed by another library."""
     return ElementTree.fromstring(f'<rdf:RDF xmlns:rdf="{RDF}">{fragment}</rdf:RDF>')[0]
 
 

@@ -1,4 +1,4 @@
-"""The control interface itself: what the other tests lean on."""
+"""The control interface itself, on which the other tests rely."""
 
 from __future__ import annotations
 
@@ -117,7 +117,7 @@ class TestHandles:
     @pytest.mark.keeps_handles(1)
     def test_a_second_init_leaks_the_first_handle(self) -> None:
         value = Size(1, 2)
-        value.__init__(3, 4)  # the first handle is not given back: settled behavior
+        value.__init__(3, 4)  # the first handle is not released: specified behavior
         assert value.width == 3
 
 

@@ -1,4 +1,4 @@
-"""Several threads in the runtime at once: a Python file or a Python value lets others in while a call waits for it."""
+"""Several threads in the runtime at once: a Python file or value lets other threads run while a call waits for it."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ import pytest
 from support.child import run_child
 from support.pictures import write_png
 
-#: One enters, another enters and stays, the first leaves, the other goes on.
+#: One thread enters, a second enters and stays, the first leaves, the second continues.
 IN_TURN = """
 class Slow(io.FileIO):
     def __init__(self, path, before):

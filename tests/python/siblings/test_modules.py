@@ -1,4 +1,4 @@
-"""What the sibling modules publish: versions, types and enumerations, with the casts that every type has."""
+"""The contents of the sibling modules: versions, types and enumerations, with the casts that every type has."""
 
 import enum
 import importlib

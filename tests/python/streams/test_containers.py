@@ -1,4 +1,4 @@
-"""Stream containers where things go wrong or come close to it: nothing is lost, nothing is left behind."""
+"""Stream containers with failing files and at the limits of sizes: no data is lost, no handle or file leaks."""
 
 from __future__ import annotations
 
@@ -332,7 +332,7 @@ class TestInsertion:
 
 
 class BesideBytes(RuleBasedStateMachine):
-    """A split container, and the bytes that it should hold."""
+    """A split container, and the bytes that it should contain."""
 
     def __init__(self) -> None:
         super().__init__()

@@ -87,7 +87,7 @@ def test_a_null_element_of_an_iteration(control: Control, kind: str) -> None:
 
 @pytest.mark.parametrize(("service", "value"), [("ToStringOfObj", BmpOptions), ("ToStringOfStc", Size)])
 def test_a_null_text_of_an_object_gives_the_default_one(control: Control, service: str, value: Any) -> None:
-    """In a forked child: the null was passed on as the text."""
+    """In a forked child: a null that is returned as the text would crash the process."""
     shown = value()
 
     def step() -> bool:
