@@ -1,11 +1,11 @@
-"""Checks two rules over the files that git tracks, which no other tool knows.
+"""Checks two rules over the files that git tracks, which no other tool checks.
 
-Include guards: a header is guarded by a macro that is named after its path (`pyshell/casts.h`: ZELMOR_PYSHELL_CASTS_H),
-which its last line names again. `#pragma once` is refused everywhere.
+Include guards: the guard of a header is a macro named after the path (`pyshell/casts.h`: ZELMOR_PYSHELL_CASTS_H), and
+the last line repeats that name in a comment. `#pragma once` is refused everywhere.
 
-Spelling inside identifiers: codespell looks at whole words; this looks at the parts of `snake_case` and `CamelCase`
-names for the stems of British spelling. Names that others chose, such as those of the managed API, are listed in
-setup.cfg below [source_rules].
+Spelling inside identifiers: codespell checks whole words; this tool checks the parts of `snake_case` and `CamelCase`
+names for stems of British spelling. Names that the project did not choose, such as those of the managed API, are listed
+in setup.cfg, section [source_rules].
 
 Prints one line for each finding; the exit code is 1 if there is any.
 """
@@ -22,7 +22,7 @@ from pathlib import Path
 TOP = Path(__file__).resolve().parents[1]
 BRITISH_STEMS = ("colour", "behaviour", "centre", "neighbour", "favour", "honour", "initialis", "normalis", "recognis",
                  "serialis", "synchronis", "finalis", "organis")
-# The names of the catalogues are those of the managed API, and this file and its test spell out what they look for.
+# The names of the catalogues are those of the managed API; this file and its test contain British words as data.
 NOT_SPELLED_HERE = ("api/catalogue/", "siblings/catalogue/", "tools/source_rules.py",
                     "tests/tools/test_source_rules.py")
 WORD = re.compile(r"[A-Za-z_][A-Za-z0-9_]*")
@@ -35,7 +35,7 @@ def guard_name(path: str) -> str:
 
 
 def guard_findings(path: str, text: str) -> Iterator[str]:
-    """Violations of the rule on include guards in a C or C++ file."""
+    """Violations of the rules on include guards in a C or C++ file."""
     for number, line in enumerate(text.splitlines(), 1):
         if re.match(r"\s*#\s*pragma\s+once\b", line):
             yield f"{path}:{number}: #pragma once instead of an include guard"
@@ -49,7 +49,7 @@ def guard_findings(path: str, text: str) -> Iterator[str]:
 
 
 def spelling_findings(path: str, text: str, foreign: frozenset[str]) -> Iterator[str]:
-    """Names with a part in British spelling, but for the foreign ones."""
+    """Names with a part in British spelling, except the foreign ones."""
     for number, line in enumerate(text.splitlines(), 1):
         for word in WORD.findall(line):
             parts = [part.lower() for part in PART.findall(word)]
@@ -58,14 +58,14 @@ def spelling_findings(path: str, text: str, foreign: frozenset[str]) -> Iterator
 
 
 def foreign_names(configuration: Path) -> frozenset[str]:
-    """The names that are not ours to spell."""
+    """The names that the project did not choose, from the configuration."""
     parser = configparser.ConfigParser()
     parser.read_string(configuration.read_text())
     return frozenset(parser["source_rules"]["foreign_names"].split())
 
 
 def tracked_texts() -> Iterator[tuple[str, str]]:
-    """Path and text of each file that git tracks; files that are no text are left out."""
+    """Path and text of each file that git tracks; binary files are left out."""
     listed = subprocess.run(["git", "ls-files", "-z"], cwd=TOP, check=True, text=True, capture_output=True).stdout
     for path in filter(None, listed.split("\0")):
         content = (TOP / path).read_bytes() if (TOP / path).is_file() else b"\0"
