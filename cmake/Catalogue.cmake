@@ -34,8 +34,8 @@ function(zelmor_generate_module product catalogue variable)
 endfunction()
 
 # zelmor_generate_runtime_tables(<variable> <catalogue dir>...): generates the tables of the embedded runtime and stores
-# the name of the source in <variable>. Beside it the generator writes headers with the names in the catalogue, which the
-# runtime includes as "generated/runtime/<managed namespace>.h".
+# the name of the source in <variable>. Beside it the generator writes headers with the names of the catalogue, which
+# the runtime includes as "generated/runtime/<managed namespace>.h".
 function(zelmor_generate_runtime_tables variable)
     foreach(catalogue IN LISTS ARGN)
         zelmor_depend_on_catalogue(${catalogue})

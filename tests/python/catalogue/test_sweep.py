@@ -63,7 +63,7 @@ def has_no_constructor(found: type) -> bool:
     return False
 
 
-def test_how_much_there_is() -> None:
+def test_the_known_totals_are_reached() -> None:
     assert len(module_tree.MODULES) == 116
     assert len(module_tree.API_WRAPPERS) == 891
     assert len(module_tree.ENUMS) == 255
@@ -264,7 +264,7 @@ def unfit_message(overload: Overload) -> str:
 
 
 @pytest.mark.parametrize("method", TAKES_ARGUMENTS, ids=lambda m: f"{m.owner.full_name}.{m.python}")
-def test_every_converter_refuses_the_wrong_kind_in_its_own_words(method: Method) -> None:
+def test_every_converter_refuses_the_wrong_kind_with_its_message(method: Method) -> None:
     for index, overload in enumerate(method.overloads):
         if overload.params:
             messages = refusals(method, *[_Unfit()] * len(overload.params))
@@ -290,7 +290,7 @@ def test_types_without_a_public_constructor_say_so(entry: Type) -> None:
 
 
 @pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.constructors], ids=by_name)
-def test_constructors_refuse_what_fits_none_of_them(entry: Type) -> None:
+def test_constructors_refuse_arguments_that_fit_no_overload(entry: Type) -> None:
     with pytest.raises(TypeError) as refused:
         of(entry)(*[object()] * 12)
     value = refused.value.args[0]

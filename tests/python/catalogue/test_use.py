@@ -200,7 +200,7 @@ def test_methods(entry: Type) -> None:
 
 
 @pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.constructors], ids=lambda e: e.full_name)
-def test_constructors_fill_what_their_arguments_name(entry: Type) -> None:
+def test_constructors_set_the_properties_named_by_their_arguments(entry: Type) -> None:
     properties = {prop.python: prop for owner in (entry, *entry.bases()) for prop in owner.properties
                   if not prop.static}
     for overload in entry.constructors:

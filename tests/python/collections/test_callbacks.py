@@ -120,7 +120,7 @@ def test_reading_keeps_no_reference(slot: int) -> None:
 
 
 @pytest.mark.parametrize("slot", range(57), ids=ELEMENTS)
-def test_an_index_that_there_is_not_is_an_index_error(slot: int) -> None:
+def test_an_index_out_of_range_is_an_index_error(slot: int) -> None:
     values = values_of(ROWS[ELEMENTS[slot]])[:1]
     reader = Reader(slot)
     for items, index in (([], 0), (values, 1), (values, -1), (values, -2), ((), 0), (tuple(values), 1)):

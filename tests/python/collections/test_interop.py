@@ -415,7 +415,7 @@ def test_what_is_not_there_cannot_be_taken(kind: str) -> None:
 
 
 @pytest.mark.parametrize("kind", COUNTED)
-def test_a_kind_offers_what_it_can_do(kind: str) -> None:
+def test_a_kind_has_the_methods_that_it_supports(kind: str) -> None:
     collection = make_interop(kind, "ab")
     growing = {"append", "insert", "extend", "remove", "pop", "clear"}
     ordered = {"index", "sort", "reverse"}

@@ -326,7 +326,7 @@ def run(machine: type[CountedBesideAList], count: int) -> None:
 
 
 @pytest.mark.parametrize("name", [name for name in INTEROP_KINDS if name != "rocolbase"])
-def test_an_interop_collection_does_what_a_list_does(name: str) -> None:
+def test_an_interop_collection_behaves_like_a_list(name: str) -> None:
     class Interop(BesideAList):
         pool = VARIANTS()
         kind = name
@@ -341,7 +341,7 @@ def test_an_interop_collection_does_what_a_list_does(name: str) -> None:
     run(Interop, 50)
 
 
-def test_a_read_only_collection_does_what_a_list_does() -> None:
+def test_a_read_only_collection_behaves_like_a_list() -> None:
     class ReadOnly(CountedBesideAList):
         pool = VARIANTS()
         kind = "rocolbase"
@@ -358,7 +358,7 @@ def test_a_read_only_collection_does_what_a_list_does() -> None:
 
 
 @pytest.mark.parametrize(("identifier", "name"), TYPED)
-def test_a_typed_collection_does_what_a_list_does(identifier: str, name: str) -> None:
+def test_a_typed_collection_behaves_like_a_list(identifier: str, name: str) -> None:
     row = ROWS[identifier]
     enum = row.element.type is not None and row.element.type.is_enum
 

@@ -71,7 +71,7 @@ def test_a_type_stands_as_its_kind_has_it(identifier: str, kind: str) -> None:
 
 
 @pytest.mark.parametrize(("identifier", "kind"), ALL)
-def test_a_type_is_marked_with_what_it_also_counts_as(identifier: str, kind: str) -> None:
+def test_a_type_is_marked_with_its_interfaces(identifier: str, kind: str) -> None:
     interfaces = {"array": ["_IListWrapper", "_IColWrapper", "_IterableWrapper"],
                   "list": ["_IListWrapper", "_IColWrapper", "_IterableWrapper"], "ilist": ["_IterableWrapper"],
                   "iterable": ["_IterableWrapper"], "iterator": ["_IDisposableWrapper", "_IterWrapper"]}[kind]

@@ -265,7 +265,7 @@ def test_any_text_is_seen_in_its_own_storage(seed: int) -> None:
             assert data == b"".join(ord(character).to_bytes(view.char_size, "little") for character in text)
 
 
-def test_a_lone_surrogate_goes_as_it_is_and_cannot_come_back() -> None:
+def test_a_lone_surrogate_is_passed_and_cannot_be_returned() -> None:
     options = holder()
     for text in ("\ud800", "a\udfffb", "\U0001f600\udc00"):
         options.value = text

@@ -461,7 +461,7 @@ def test_no_reference_is_kept_or_lost() -> None:
     (time(1, tzinfo=zone(2)), datetime(1, 1, 1, 1, tzinfo=zone(2))),
     (timedelta(-1, 5, 7), timedelta(-1, 5, 7)),
 ], ids=repr)
-def test_a_value_comes_back_as_the_managed_side_keeps_it(value: object, shown: object) -> None:
+def test_a_value_is_returned_as_the_managed_side_stores_it(value: object, shown: object) -> None:
     options = holder()
     options.value = value
     assert type(options.value) is type(shown)

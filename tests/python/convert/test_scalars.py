@@ -71,7 +71,7 @@ def test_a_uint32_takes_the_low_32_bits(value: int) -> None:
 
 @EXHAUSTIVE
 @given(st.integers(-2**63, 2**63 - 1))
-def test_an_int64_arrives_as_it_is(value: int) -> None:
+def test_an_int64_arrives_unchanged(value: int) -> None:
     container: StreamContainer = wrapper_of("Zelmor.Imaging.StreamContainer")
     word = argument_on_the_wire("Zelmor.Imaging.StreamContainer", "set_Position", 1,
                                 lambda: setattr(container, "position", value))
@@ -79,7 +79,7 @@ def test_an_int64_arrives_as_it_is(value: int) -> None:
 
 
 @pytest.mark.parametrize("value", range(0, 256, 15))
-def test_a_byte_arrives_as_it_is(value: int) -> None:
+def test_a_byte_arrives_unchanged(value: int) -> None:
     image: RasterImage = wrapper_of("Zelmor.Imaging.RasterImage")
     assert argument_on_the_wire("Zelmor.Imaging.RasterImage", "call_000_BinarizeFixed", 1,
                                 lambda: image.binarize_fixed(value)) == value

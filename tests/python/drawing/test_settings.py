@@ -252,7 +252,7 @@ def test_fonts_of_a_folder_are_there_for_every_thread(settings: None, tmp_path: 
             assert measured[0] == measured[1]
 
 
-def test_fonts_that_there_are_not(settings: None, tmp_path: Path) -> None:
+def test_missing_fonts(settings: None, tmp_path: Path) -> None:
     graphics = Graphics(load(write(tmp_path / "a.png", noise(3))))
     missing, there = Font("No Such Font At All", 12.0), Font("DejaVu Sans Mono", 12.0)
 

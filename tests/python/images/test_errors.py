@@ -215,7 +215,7 @@ def test_sizes_that_no_picture_has(tmp_path: Path, width: int, height: int, para
 
 @pytest.mark.parametrize("width, height, parameter", [(0, 5, "width"), (5, -3, "height"), (MOST, MOST, "width"),
                                                       (100_000, 100_000, "width")])
-def test_creating_what_no_picture_is(width: int, height: int, parameter: str) -> None:
+def test_creating_an_invalid_picture(width: int, height: int, parameter: str) -> None:
     with managed_error("ArgumentOutOfRangeException", f"'{parameter}'", str(width if parameter == "width" else height)):
         Image.create(BmpOptions(), width, height)
     with managed_error("ArgumentNullException", "image_options"):

@@ -68,7 +68,7 @@ class TestNoPicture:
             assert file.read_bytes <= A_FEW_HUNDRED
 
     @pytest.mark.parametrize("name", LOOKING)
-    def test_looking_at_it_takes_no_more(self, name: str) -> None:
+    def test_probing_it_reads_no_more(self, name: str) -> None:
         file = CountingFile(b"", b"\0")
         file.seek(77)
         assert not LOOKING[name](file)
@@ -86,7 +86,7 @@ class TestNoPicture:
         with managed_error("ImageLoadException", "no data in it"):
             Image.load("/dev/null")
 
-    def test_a_stream_that_cannot_seek_is_not_looked_at(self) -> None:
+    def test_a_stream_that_cannot_seek_is_not_probed(self) -> None:
         file = CountingFile(b"", b"\0", can_seek=False)
         with managed_error("NotSupportedException", "using it up"):
             Image.can_load(file)

@@ -188,7 +188,7 @@ def test_readers_read_bytes_and_fractions() -> None:
     assert bytes(container.to_bytes()) == b"\x02\0\0\0"
 
 
-def test_a_reader_refuses_what_is_not_there() -> None:
+def test_a_reader_refuses_to_read_beyond_the_end() -> None:
     reader = TiffStreamReader(b"\x01\x02\x03")
     for call in (lambda: reader.read_u_int(0), lambda: reader.read_u_short(-1), lambda: reader.read_bytes(0, 4),
                  lambda: reader.read_u_short_array(0, 2 ** 60)):

@@ -186,7 +186,7 @@ def test_numbers_out_of_range_are_refused() -> None:
         basic.set_created_date("yesterday")
 
 
-def test_a_package_can_be_of_ones_own_schema() -> None:
+def test_a_package_can_have_a_custom_schema() -> None:
     package = XmpBasicPackage("mine", "http://example.org/mine/")
     package.add_value("thing", "text")
     assert list(package) == ["mine:thing"]
@@ -335,7 +335,7 @@ def test_packets_hold_one_package_of_each_namespace() -> None:
     assert (made.header_pi, made.trailer_pi, made.meta) == (header, trailer, meta)
 
 
-def test_a_collection_shows_packages_as_what_they_are() -> None:
+def test_a_collection_returns_packages_in_their_run_time_types() -> None:
     packages = xmp.XmpPackageBaseCollection()
     packages.add(DublinCorePackage())
     packages.add(PdfPackage())

@@ -121,7 +121,7 @@ except ImportError:
     assert child(code) == ["/opt/netcore", None]
 
 
-def test_a_load_that_ends_leaves_the_choice_to_one_beside_it():
+def test_a_finished_load_keeps_the_choice_for_a_parallel_one():
     code = VARIABLES + """
 import importlib.machinery
 import json

@@ -171,7 +171,7 @@ assert "x" not in package.get_xml_value().replace("xml", "").replace("xmp", "").
 """)
 
 
-def test_an_image_that_is_disposed_of_by_what_it_is_written_to() -> None:
+def test_an_image_that_its_target_file_disposes_of() -> None:
     run_child("""
 import io
 from zelmor.imaging import Image

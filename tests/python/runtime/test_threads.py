@@ -127,5 +127,5 @@ assert list(dictionary.keys) == ["second", "first"]
 """
 
 
-def test_each_thread_counts_the_depth_of_its_own_lists() -> None:
+def test_the_depth_of_nested_lists_is_thread_local() -> None:
     run_child(PROLOGUE + DEPTH, "")

@@ -48,7 +48,7 @@ def test_a_kind_stands_for_its_managed_type(name: str) -> None:
 
 
 @pytest.mark.parametrize("name", KINDS)
-def test_a_kind_is_marked_with_what_it_also_counts_as(name: str) -> None:
+def test_a_kind_is_marked_with_its_interfaces(name: str) -> None:
     interfaces = {kind(interface) for interface in KINDS[name][1]}
     assert vars(kind(name)).get("_additional_interfaces", set()) == interfaces
     assert vars(kind(name)).get("_implicit_interfaces", set()) == interfaces

@@ -156,6 +156,6 @@ for trouble in (KeyboardInterrupt("while told"), SystemExit(3), MemoryError()):
 """
 
 
-def test_a_reason_whose_text_cannot_be_had_is_unprintable() -> None:
+def test_a_reason_whose_str_raises_is_unprintable() -> None:
     """In a process of its own: the list of reasons could contain a null pointer."""
     assert child(SPEECHLESS) == [[True, True, None]] * 4 + [True] * 3

@@ -64,7 +64,7 @@ def typed(control: Control) -> Typed:
 class TestClassResults:
     """A result of class or struct type has its declared type."""
 
-    def test_an_image_that_is_something_derived_stays_an_image(self, control: Control, picture: str) -> None:
+    def test_an_image_of_a_derived_type_stays_an_image(self, control: Control, picture: str) -> None:
         with control.journal() as calls:
             loaded = Image.load(picture)
         assert type(loaded) is Image
@@ -78,7 +78,7 @@ class TestClassResults:
         assert casted == loaded
         assert casted is not loaded
 
-    def test_it_passes_where_what_it_is_is_declared(self, picture: str) -> None:
+    def test_it_is_accepted_where_its_run_time_type_is_declared(self, picture: str) -> None:
         loaded = Image.load(picture)
         passes = imaging.RasterImage._is_assignable(loaded), imaging.VectorImage._is_assignable(loaded)
         assert passes == (True, False)
@@ -169,7 +169,7 @@ class TestWritersOfTheManagedSide:
         with pytest.raises(TypeError, match="^unknown wrapper type$"):
             write(control.new_object(UNREGISTERED), next(NEW_IDS))
 
-    def test_a_type_that_was_answered_with_the_declared_one_before(self, control: Control, typed: Typed) -> None:
+    def test_a_type_that_was_mapped_to_the_declared_type_before(self, control: Control, typed: Typed) -> None:
         type_id = next(NEW_IDS)
         assert type(typed.palette(UNREGISTERED, type_id)) is IColorPalette
         with pytest.raises(TypeError, match="^unknown wrapper type$"):

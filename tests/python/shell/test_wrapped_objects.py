@@ -144,7 +144,7 @@ class TestComparison:
             assert not instance != same
         assert calls == []
 
-    def test_is_what_the_managed_side_answers(
+    def test_is_the_result_of_the_managed_side(
         self, control: Control, instance: Any, services: dict[str, str]
     ) -> None:
         other = type(instance)()

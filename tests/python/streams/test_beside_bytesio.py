@@ -256,5 +256,5 @@ class Joined(BesideBytesIO):
 
 
 @pytest.mark.parametrize("machine", [InMemory, OverAFileOfPython, OverAShortFileOfPython, OnDisk, Joined])
-def test_it_does_what_io_bytes_io_does(machine: type[BesideBytesIO]) -> None:
+def test_it_behaves_like_io_bytes_io(machine: type[BesideBytesIO]) -> None:
     run_state_machine_as_test(machine, settings=settings(max_examples=examples(25), stateful_step_count=30))

@@ -300,7 +300,7 @@ class TestFilesThatLie:
                 lying(**members).length  # noqa: B018
 
     @pytest.mark.filterwarnings("ignore::pytest.PytestUnraisableExceptionWarning")
-    def test_a_close_that_fails_is_told_and_goes_on(self, monkeypatch: pytest.MonkeyPatch) -> None:
+    def test_a_failing_close_is_reported_and_does_not_stop_the_call(self, monkeypatch: pytest.MonkeyPatch) -> None:
         told: list[Any] = []
         monkeypatch.setattr(sys, "unraisablehook", lambda report: told.append(report.exc_value))
         file = type("Unclosable", (OwnFile,), {"close": raising(ValueError("stuck"))})(DIGITS)

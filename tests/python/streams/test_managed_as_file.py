@@ -239,7 +239,7 @@ def giving(data: bytes) -> Callable[[Any, int], None]:
 
 
 class TestReadInto:
-    def test_fills_what_it_is_given(self) -> None:
+    def test_fills_the_given_buffer(self) -> None:
         stream = stream_of(b"0123456789")
         buffer = bytearray(4)
         assert (stream.readinto(buffer), buffer) == (4, b"0123")
@@ -315,7 +315,7 @@ class TestLines:
         stream.seek(9)
         assert (stream.readline(100), stream.tell()) == (b"xy\n", 12)
 
-    def test_a_limit_beyond_the_line_gives_back_what_was_read_too_much(self, control: Control) -> None:
+    def test_a_limit_beyond_the_line_seeks_back_after_reading_ahead(self, control: Control) -> None:
         stream = stream_of(b"ab\ncdefgh")
         with control.journal() as calls:
             assert stream.readline(5) == b"ab\n"

@@ -309,7 +309,7 @@ class TestErrorsThatCrossTwice:
     @pytest.mark.parametrize("act", [lambda file: StreamContainer(file).length,
                                      lambda file: TiffStreamReader(StreamContainer(file)).length,
                                      lambda file: SplitStreamContainer(file).length])
-    def test_the_way_to_the_length_has_words_of_its_own(self, act: Callable[[Any], Any]) -> None:
+    def test_a_failure_to_determine_the_length_has_its_own_message(self, act: Callable[[Any], Any]) -> None:
         """Determining the length replaces the exception with another one, which has no traceback: only that text
         arrives."""
         with pytest.raises(RuntimeError) as raised:
