@@ -21,7 +21,7 @@ struct RawFormat {
     int32_t bits_per_pixel = 0;
     bool indexed = false;
     std::vector<imagework::Argb> palette;  // of an indexed one
-    int64_t line_size = 0;      // in bytes; 0: as many as the pixels need
+    int64_t line_size = 0;                 // in bytes; 0: as many as the pixels need
     std::string name;
 };
 
