@@ -1,6 +1,7 @@
 // CdrTextCollection: the texts of a CDR document, several under one key.
 #include <map>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Types.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
@@ -10,8 +11,8 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kTexts = "Zelmor.Imaging.FileFormats.Cdr.Types.CdrTextCollection";
-constexpr const char* kText = "Zelmor.Imaging.FileFormats.Cdr.Objects.CdrText";
+constexpr const char* kTexts = api::FileFormats::Cdr::Types::CdrTextCollection::kType.name;
+constexpr const char* kText = api::FileFormats::Cdr::Objects::CdrText::kType.name;
 
 class CdrTexts final : public Record {
  public:
@@ -21,7 +22,7 @@ class CdrTexts final : public Record {
 };
 
 void add(CdrTexts& self, int32_t key, Record* cdr_text) {
-    if (!cdr_text) {
+    if (cdr_text == nullptr) {
         throw_argument_null("cdr_text");
     }
     self.by_key[key].emplace_back(Ref<ManagedObject>(cdr_text));

@@ -8,8 +8,8 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kCoordinates = "Zelmor.Imaging.FileFormats.Bmp.Structures.CieCoordinates";
-constexpr const char* kTriple = "Zelmor.Imaging.FileFormats.Bmp.Structures.CieCoordinatesTriple";
+constexpr const char* kCoordinates = api::FileFormats::Bmp::Structures::CieCoordinates::kType.name;
+constexpr const char* kTriple = api::FileFormats::Bmp::Structures::CieCoordinatesTriple::kType.name;
 constexpr size_t kCoordinatesBytes = 12;
 constexpr size_t kTripleBytes = 3 * kCoordinatesBytes;
 

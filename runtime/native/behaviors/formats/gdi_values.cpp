@@ -56,7 +56,7 @@ Value to_gdi_rotate_flip(int32_t rotate_flip_type) {
     static const TypeInfo& drawing = require_type("System.Drawing.RotateFlipType");
     const EnumMember* wanted = find_enum_member(own, rotate_flip_type);
     for (const EnumMember& member : drawing.members) {
-        if (wanted && std::strcmp(member.name, wanted->name) == 0) {
+        if (wanted != nullptr && std::strcmp(member.name, wanted->name) == 0) {
             return member.value;
         }
     }

@@ -13,11 +13,13 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kApplication = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifApplicationExtensionBlock";
-constexpr const char* kComment = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifCommentBlock";
-constexpr const char* kControl = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifGraphicsControlBlock";
-constexpr const char* kPlainText = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifPlainTextRenderingBlock";
-constexpr const char* kUnknown = "Zelmor.Imaging.FileFormats.Gif.Blocks.GifUnknownExtensionBlock";
+constexpr const char* kApplication = api::FileFormats::Gif::Blocks::GifApplicationExtensionBlock::kType.name;
+constexpr const char* kComment = api::FileFormats::Gif::Blocks::GifCommentBlock::kType.name;
+constexpr const char* kControl = api::FileFormats::Gif::Blocks::GifGraphicsControlBlock::kType.name;
+constexpr const char* kPlainText = api::FileFormats::Gif::Blocks::GifPlainTextRenderingBlock::kType.name;
+constexpr const char* kUnknown = api::FileFormats::Gif::Blocks::GifUnknownExtensionBlock::kType.name;
+
+using DisposalMethod = api::FileFormats::Gif::DisposalMethod;
 
 constexpr size_t kMostOfSubBlock = 255;
 constexpr size_t kIdentifierBytes = 8;
@@ -30,7 +32,6 @@ constexpr int kTransparentBit = 1;
 constexpr int kUserInputBit = 2;
 constexpr int kDisposalShift = 2;
 constexpr int kDisposalMask = 7;
-constexpr int kUndefinedDisposal = 4;  // and what is above: not defined by the format
 
 uint8_t byte_at(const Bytes& bytes, size_t index) {
     return std::to_integer<uint8_t>(bytes[index]);
@@ -90,7 +91,7 @@ std::vector<Bytes> read_sub_blocks(ManagedStream& stream) {
     }
 }
 
-// What follows the fixed part, in one piece.
+// The sub-blocks from an index on as one piece of data.
 Bytes joined(const std::vector<Bytes>& blocks, size_t first) {
     Bytes all;
     for (size_t i = first; i < blocks.size(); ++i) {
@@ -244,17 +245,18 @@ Ref<ManagedObject> plain_text_block(uint16_t left, uint16_t top, uint16_t width,
     return block;
 }
 
-int32_t control_flags(bool has_transparent_color, bool requires_user_input, int32_t disposal_method) {
-    if (disposal_method < 0 || disposal_method > kDisposalMask) {
+int32_t control_flags(bool has_transparent_color, bool requires_user_input, DisposalMethod disposal_method) {
+    const auto number = static_cast<int32_t>(disposal_method);
+    if (number < 0 || number > kDisposalMask) {
         throw_out_of_range("disposal_method",
-                           "The disposal method " + std::to_string(disposal_method) + " has no room in three bits.");
+                           "The disposal method " + std::to_string(number) + " has no room in three bits.");
     }
-    return disposal_method << kDisposalShift | (requires_user_input ? kUserInputBit : 0) |
+    return number << kDisposalShift | (requires_user_input ? kUserInputBit : 0) |
            (has_transparent_color ? kTransparentBit : 0);
 }
 
 Ref<ManagedObject> control_block(uint16_t delay_time, bool has_transparent_color, uint8_t transparent_color_index,
-                                 bool requires_user_input, int32_t disposal_method) {
+                                 bool requires_user_input, DisposalMethod disposal_method) {
     auto block = make_instance(kControl);
     set_property(*block, "Flags", int64_t{control_flags(has_transparent_color, requires_user_input, disposal_method)});
     set_property(*block, "DelayTime", int64_t{delay_time});
@@ -281,11 +283,12 @@ bool get_user_input(Record& self) {
 void set_user_input(Record& self, bool value) {
     set_flags(self, kUserInputBit, value ? kUserInputBit : 0);
 }
-int32_t get_disposal(Record& self) {
-    const auto method = static_cast<int>(property_int(self, "Flags") >> kDisposalShift & kDisposalMask);
-    return std::min(method, kUndefinedDisposal);
+// The format defines no methods above the undefined one.
+DisposalMethod get_disposal(Record& self) {
+    const auto method = static_cast<DisposalMethod>(property_int(self, "Flags") >> kDisposalShift & kDisposalMask);
+    return std::min(method, DisposalMethod::kUndefined);
 }
-void set_disposal(Record& self, int32_t value) {
+void set_disposal(Record& self, DisposalMethod value) {
     set_flags(self, kDisposalMask << kDisposalShift, control_flags(false, false, value));
 }
 

@@ -1,4 +1,4 @@
-// GifFrameBlock: what the descriptor of a frame says about its palette and its lines.
+// GifFrameBlock: the flags in the descriptor of a frame, and the palette that the frame uses.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
 #include "runtime/native/behaviors/images/palettes.h"
 #include "runtime/native/core/entry.h"
@@ -21,7 +21,7 @@ int32_t frame_flags(const VariantArg* color_palette, bool is_palette_sorted, boo
     return flags;
 }
 
-// A frame shows the colors of its own palette, or else of its file's.
+// A frame uses its own palette, or that of the file if it has none.
 Interface frame_palette(const VariantArg* frame_palette, const VariantArg* container_palette) {
     auto own = read_palette(frame_palette);
     return {own ? own : read_palette(container_palette)};

@@ -1,5 +1,5 @@
-// GifBlocksRegistry: which loader reads the block that a stream stands at. There is one for each kind of extension;
-// those that are taken out are not asked any more.
+// GifBlocksRegistry: finds the loader for the block at the position of a stream. There is a loader for each kind of
+// extension; a program may unregister loaders.
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
@@ -12,7 +12,7 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kDescriptor = "Zelmor.Imaging.FileFormats.Gif.IGifBlockLoaderDescriptor";
+constexpr const char* kDescriptor = api::FileFormats::Gif::IGifBlockLoaderDescriptor::kType.name;
 
 // Loads blocks of one label, or those of all labels that have no loader of their own. Python has no type for the class
 // that it stands for, so its type is the interface.
@@ -38,7 +38,7 @@ class GifLoader final : public ManagedObject {
     std::optional<GifLabel> m_label;
 };
 
-// One registry for the process, as the class is static; no callback runs while it is gone through.
+// One registry for the process, as the class is static. No callback runs during a search.
 std::vector<Ref<GifLoader>>& loaders() {
     static auto& all = *new std::vector<Ref<GifLoader>>{
         make_ref<GifLoader>(GifLabel::kControl),
@@ -50,7 +50,7 @@ std::vector<Ref<GifLoader>>& loaders() {
     return all;
 }
 
-// The label of the extension that a stream stands at, or nothing. The stream stays where it is.
+// The label of the extension at the position of a stream, or nothing. The position is restored.
 std::optional<uint8_t> label_at(ManagedStream& stream) {
     const int64_t position = stream.position();
     const int introducer = stream.read_byte();
@@ -70,7 +70,7 @@ Ref<GifLoader> first_for(ManagedStream& stream) {
 }
 
 bool can_load(GifLoader& self, StreamContainerObject* stream_container) {
-    if (!stream_container) {
+    if (stream_container == nullptr) {
         throw_argument_null("stream_container");
     }
     const auto label = label_at(*stream_container->stream());

@@ -1,5 +1,5 @@
-// InterruptMonitor: a flag that one thread raises and another one asks for, and the monitor of each thread. The image
-// work of this runtime runs to its end: it does not ask.
+// InterruptMonitor: a flag that one thread sets and another one reads, and the monitor of each thread. The image
+// operations of this runtime do not read it: they always run to their end.
 #include <unordered_map>
 
 #include "generated/runtime/Zelmor.Imaging.MultiThreading.h"
@@ -11,10 +11,10 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kMonitor = "Zelmor.Imaging.MultiThreading.InterruptMonitor";
+using Monitor = api::MultiThreading::InterruptMonitor;
 
 constexpr DefaultValue kDefaults[] = {
-    {kMonitor, "IsInterrupted", false},
+    {Monitor::property_IsInterrupted, false},
 };
 const DefaultTable defaults(kDefaults);
 
@@ -22,10 +22,10 @@ void interrupt(Record& self) {
     set_property(self, "IsInterrupted", true);
 }
 
-// The monitors are looked after here and not in thread-local storage: a thread ends without the lock that objects need
-// to be let go of. A thread's number is never given again.
+// The monitors are kept here and not in thread-local storage: a thread ends without the interpreter lock, which is
+// needed to release objects. A thread's number is never used again.
 std::unordered_map<uint64_t, Ref<ManagedObject>>& monitors() {
-    // Shared by all threads, as each has an entry of its own: no callback runs while the map is looked at.
+    // Shared by all threads; each has an entry of its own, and no callback runs during a search.
     static auto& all = *new std::unordered_map<uint64_t, Ref<ManagedObject>>;
     return all;
 }
@@ -40,7 +40,7 @@ Interface get_instance() {
     return {found == monitors().end() ? nullptr : found->second};
 }
 void set_instance(const VariantArg* value) {
-    static const TypeInfo& declared = require_type("Zelmor.Imaging.MultiThreading.IInterruptMonitor");
+    static const TypeInfo& declared = require_type(api::MultiThreading::IInterruptMonitor::kType.name);
     if (auto monitor = read_object(value, declared)) {
         monitors()[this_thread()] = std::move(monitor);
     } else {
@@ -48,12 +48,10 @@ void set_instance(const VariantArg* value) {
     }
 }
 
-using InterruptMonitorApi = api::MultiThreading::InterruptMonitor;
-
 const BehaviorTable table({
-    behavior<&interrupt, InterruptMonitorApi::call_000_Interrupt>(),
-    behavior<&get_instance, InterruptMonitorApi::getsa_ThreadLocalInstance>(),
-    behavior<&set_instance, InterruptMonitorApi::setsa_ThreadLocalInstance>(),
+    behavior<&interrupt, Monitor::call_000_Interrupt>(),
+    behavior<&get_instance, Monitor::getsa_ThreadLocalInstance>(),
+    behavior<&set_instance, Monitor::setsa_ThreadLocalInstance>(),
 });
 
 }  // namespace

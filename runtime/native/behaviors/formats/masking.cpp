@@ -1,5 +1,5 @@
-// What masking works with: assumed objects by the name of their kind, and the image that is to be decomposed. The
-// decomposition itself is not done by this runtime.
+// The arguments of masking: assumed objects by the name of their kind, and the image to decompose. This runtime does
+// not do the decomposition itself.
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.Masking.Options.h"
@@ -12,25 +12,27 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kAssumed = "Zelmor.Imaging.Masking.Options.AssumedObjectData";
+constexpr const char* kAssumed = api::Masking::Options::AssumedObjectData::kType.name;
 constexpr const char* kObjectType = "Zelmor.Imaging.Masking.Options.DetectedObjectType";
-constexpr const char* kAutomatic = "Zelmor.Imaging.Masking.Options.AutoMaskingArgs";
-constexpr const char* kGraphCut = "Zelmor.Imaging.Masking.Options.GraphCutMaskingOptions";
-constexpr const char* kAutoGraphCut = "Zelmor.Imaging.Masking.Options.AutoMaskingGraphCutOptions";
-constexpr const char* kOptions = "Zelmor.Imaging.Masking.Options.MaskingOptions";
-constexpr const char* kMasking = "Zelmor.Imaging.Masking.ImageMasking";
+constexpr const char* kMasking = api::Masking::ImageMasking::kType.name;
+
+using AutoMaskingArgs = api::Masking::Options::AutoMaskingArgs;
+using AutoMaskingGraphCutOptions = api::Masking::Options::AutoMaskingGraphCutOptions;
+using GraphCutMaskingOptions = api::Masking::Options::GraphCutMaskingOptions;
+using MaskingOptions = api::Masking::Options::MaskingOptions;
 
 constexpr DefaultValue kDefaults[] = {
     // The strokes and rectangles are known after the first run.
-    DefaultValue::null(kAutoGraphCut, "DefaultForegroundStrokes"),
-    DefaultValue::null(kAutoGraphCut, "DefaultBackgroundStrokes"),
-    DefaultValue::null(kAutoGraphCut, "DefaultObjectsRectangles"),
-    {kAutomatic, "NumberOfObjects", 2},  // a foreground and a background
-    {kAutomatic, "Precision", 1.0},
-    {kAutomatic, "MaxIterationNumber", 50},
-    {kGraphCut, "FeatheringRadius", 3},
-    {kGraphCut, "Method", 4},  // GRAPH_CUT
-    {kOptions, "Decompose", true},
+    DefaultValue::null(AutoMaskingGraphCutOptions::property_DefaultForegroundStrokes),
+    DefaultValue::null(AutoMaskingGraphCutOptions::property_DefaultBackgroundStrokes),
+    DefaultValue::null(AutoMaskingGraphCutOptions::property_DefaultObjectsRectangles),
+    {AutoMaskingArgs::property_NumberOfObjects, 2},  // a foreground and a background
+    {AutoMaskingArgs::property_Precision, 1.0},
+    {AutoMaskingArgs::property_MaxIterationNumber, 50},
+    {GraphCutMaskingOptions::property_FeatheringRadius, 3},
+    {GraphCutMaskingOptions::kType, MaskingOptions::property_Method,
+     api::Masking::Options::SegmentationMethod::kGraphCut},
+    {MaskingOptions::property_Decompose, true},
 };
 const DefaultTable defaults(kDefaults);
 
@@ -43,7 +45,7 @@ bool same_name(std::string_view member, std::string_view name) {
 // "human" is a HUMAN; every other name stands for some OTHER object.
 Ref<ManagedObject> assumed_object(const std::string& type, const RectangleValue& bounds) {
     const TypeInfo& kinds = require_type(kObjectType);
-    int64_t kind = kinds.members.back().value;
+    int64_t kind = static_cast<int64_t>(api::Masking::Options::DetectedObjectType::kOther);
     for (const EnumMember& member : kinds.members) {
         if (same_name(member.name, type)) {
             kind = member.value;
@@ -62,7 +64,7 @@ class Masking final : public Record {
 };
 
 Ref<ManagedObject> masking_of(ManagedObject* source_image) {
-    if (!source_image) {
+    if (source_image == nullptr) {
         throw_argument_null("source_image");
     }
     auto masking = make_ref<Masking>(require_type(kMasking));

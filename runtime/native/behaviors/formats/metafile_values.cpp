@@ -11,10 +11,10 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kBlend = "Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfBlendFunction";
-constexpr const char* kRop4 = "Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfRop4";
-constexpr const char* kExtension2 = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfHeaderExtension2";
-constexpr const char* kEffects = "Zelmor.Imaging.FileFormats.Emf.EmfPlus.Consts.EmfPlusImageEffectsIdentifiers";
+constexpr const char* kBlend = api::FileFormats::Emf::Emf::Records::EmfBlendFunction::kType.name;
+constexpr const char* kRop4 = api::FileFormats::Emf::Emf::Records::EmfRop4::kType.name;
+constexpr const char* kExtension2 = api::FileFormats::Emf::Emf::Objects::EmfHeaderExtension2::kType.name;
+constexpr const char* kEffects = api::FileFormats::Emf::EmfPlus::Consts::EmfPlusImageEffectsIdentifiers::kType.name;
 
 // " EMF", as the header of a metafile has it.
 constexpr int64_t kEnhancedSignature = 0x464D4520;
@@ -54,7 +54,7 @@ Ref<ManagedObject> rop4(int32_t dword_data) {
 
 // The second extension of a header begins as the first one does.
 Ref<ManagedObject> header_extension2(Record* header_extension1) {
-    if (!header_extension1) {
+    if (header_extension1 == nullptr) {
         throw_argument_null("header_extension1");
     }
     auto value = make_instance(kExtension2);
@@ -62,12 +62,12 @@ Ref<ManagedObject> header_extension2(Record* header_extension1) {
     return value;
 }
 
-// A header is one of an enhanced metafile if it says so and has room for itself.
+// A header is valid if it has the signature of an enhanced metafile.
 bool get_valid(Record& self) {
     return property_int(self, "RecordSignature") == kEnhancedSignature;
 }
 
-// What the lowest bits of the flags of the record say.
+// The meaning of the lowest bits of the flags of the record.
 constexpr int64_t kHavePalette = 1;
 constexpr int64_t kBasicVgaColors = 2;
 bool get_basic_vga_colors(Record& self) {

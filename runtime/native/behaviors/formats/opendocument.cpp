@@ -2,6 +2,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -10,16 +11,16 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kObject = "Zelmor.Imaging.FileFormats.OpenDocument.OdObject";
-constexpr const char* kBrush = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdBrush";
-constexpr const char* kGradient = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdGradientBrush";
-constexpr const char* kHatched = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdHatchedBrush";
-constexpr const char* kPattern = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdPatternBrush";
-constexpr const char* kSolid = "Zelmor.Imaging.FileFormats.OpenDocument.Objects.Brush.OdSolidBrush";
+namespace brush = api::FileFormats::OpenDocument::Objects::Brush;
+using brush::OdBrushStyle;
 
 constexpr DefaultValue kDefaults[] = {
-    DefaultValue::null(kObject, "Parent"), {kBrush, "BrushStyle", 0},    {kSolid, "BrushStyle", 1},
-    {kHatched, "BrushStyle", 2},           {kGradient, "BrushStyle", 3}, {kPattern, "BrushStyle", 4},
+    DefaultValue::null(api::FileFormats::OpenDocument::OdObject::property_Parent),
+    {brush::OdBrush::property_BrushStyle, OdBrushStyle::kNone},
+    {brush::OdSolidBrush::kType, brush::OdBrush::property_BrushStyle, OdBrushStyle::kSolid},
+    {brush::OdHatchedBrush::kType, brush::OdBrush::property_BrushStyle, OdBrushStyle::kHatched},
+    {brush::OdGradientBrush::kType, brush::OdBrush::property_BrushStyle, OdBrushStyle::kGradient},
+    {brush::OdPatternBrush::kType, brush::OdBrush::property_BrushStyle, OdBrushStyle::kPattern},
 };
 const DefaultTable defaults(kDefaults);
 

@@ -1,6 +1,7 @@
-// Properties of options that follow from others, and defaults that stand for nothing known yet.
+// Properties of options that are computed from others, and defaults of values that are not known yet.
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/core/defaults.h"
@@ -11,16 +12,16 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kFontArgs = "Zelmor.Imaging.FileFormats.Svg.FontStoringArgs";
-constexpr const char* kBlend = "Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfBlendFunction";
+using EmfBlendFunction = api::FileFormats::Emf::Emf::Records::EmfBlendFunction;
+using FontStoringArgs = api::FileFormats::Svg::FontStoringArgs;
 
 constexpr DefaultValue kDefaults[] = {
-    DefaultValue::null(kFontArgs, "SourceFontFileName"),
-    DefaultValue::null(kFontArgs, "SourceFontStream"),
-    {kBlend, "BlendOperation", 0},
-    {kBlend, "BlendFlags", 0},
-    {kBlend, "SrcConstantAlpha", 0},
-    {kBlend, "AlphaFormat", 0},
+    DefaultValue::null(FontStoringArgs::property_SourceFontFileName),
+    DefaultValue::null(FontStoringArgs::property_SourceFontStream),
+    {EmfBlendFunction::property_BlendOperation, 0},
+    {EmfBlendFunction::property_BlendFlags, 0},
+    {EmfBlendFunction::property_SrcConstantAlpha, 0},
+    {EmfBlendFunction::property_AlphaFormat, 0},
 };
 const DefaultTable defaults(kDefaults);
 
@@ -30,13 +31,13 @@ int32_t get_scaled_quality(Record& self) {
     return quality < 50 ? 5000 / quality : 200 - 2 * quality;
 }
 
-// A keeper that nothing was derived from keeps nothing: pictures are embedded, fonts and documents stay as they are.
+// The base class keeps nothing: pictures are embedded, fonts and documents stay as they are.
 bool on_image(Record&, const PyBytesArg*, int32_t, const std::optional<std::u16string>&, bool, uint8_t* out) {
     *out = 1;
     return false;
 }
 void on_font(Record&, Record* args) {
-    if (!args) {
+    if (args == nullptr) {
         throw_argument_null("args");
     }
 }

@@ -1,7 +1,13 @@
-// Objects that are made with parts of their own: the lists of the document trees, and the objects inside a style. What
-// such a property shows is always the same part, and what was put in there comes out.
+// Objects that are made with parts of their own: the lists of the document trees, and the objects inside a style. Such
+// a property always returns the same object.
+#include <cassert>
 #include <string_view>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.ObjectModel.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/records.h"
 
@@ -9,22 +15,17 @@ namespace zelmor::embed {
 
 namespace {
 
-struct Part {
-    const char* type;
-    const char* property;
-};
-
-constexpr Part kParts[] = {
-    {"Zelmor.Imaging.FileFormats.Cdr.Objects.CdrObjectContainer", "Items"},
-    {"Zelmor.Imaging.FileFormats.Cdr.Objects.CdrDocument", "TextCollection"},
-    {"Zelmor.Imaging.FileFormats.Cmx.ObjectModel.CmxContainer", "Elements"},
-    {"Zelmor.Imaging.FileFormats.Cmx.ObjectModel.CmxDocument", "Pages"},
-    {"Zelmor.Imaging.FileFormats.Cmx.ObjectModel.CmxPage", "Layers"},
-    {"Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfMetafileHeader", "EmfHeader"},
-    {"Zelmor.Imaging.FileFormats.OpenDocument.OdObject", "Items"},
-    {"Zelmor.Imaging.FileFormats.OpenDocument.Objects.OdGraphicStyle", "Pen"},
-    {"Zelmor.Imaging.FileFormats.OpenDocument.Objects.OdGraphicStyle", "Font"},
-    {"Zelmor.Imaging.FileFormats.OpenDocument.Objects.OdGraphicStyle", "TransformInfo"},
+constexpr const PropertyName* kParts[] = {
+    &api::FileFormats::Cdr::Objects::CdrObjectContainer::property_Items,
+    &api::FileFormats::Cdr::Objects::CdrDocument::property_TextCollection,
+    &api::FileFormats::Cmx::ObjectModel::CmxContainer::property_Elements,
+    &api::FileFormats::Cmx::ObjectModel::CmxDocument::property_Pages,
+    &api::FileFormats::Cmx::ObjectModel::CmxPage::property_Layers,
+    &api::FileFormats::Emf::Emf::Records::EmfMetafileHeader::property_EmfHeader,
+    &api::FileFormats::OpenDocument::OdObject::property_Items,
+    &api::FileFormats::OpenDocument::Objects::OdGraphicStyle::property_Pen,
+    &api::FileFormats::OpenDocument::Objects::OdGraphicStyle::property_Font,
+    &api::FileFormats::OpenDocument::Objects::OdGraphicStyle::property_TransformInfo,
 };
 
 Value make_part(const PropertyInfo& property) {
@@ -38,11 +39,12 @@ void add_parts(Record& record, const TypeInfo& type) {
     if (const TypeInfo* base = base_of(type)) {
         add_parts(record, *base);
     }
-    for (const Part& part : kParts) {
-        if (std::string_view(part.type) != type.full_name) {
+    for (const PropertyName* part : kParts) {
+        if (std::string_view(part->type.name) != type.full_name) {
             continue;
         }
-        const auto property = find_property(type, part.property);
+        const auto property = find_property(type, part->name);
+        assert(property.has_value());
         record.set_slot(property->slot, make_part(*property->info));
     }
 }
@@ -56,8 +58,8 @@ Ref<ManagedObject> make_whole(const TypeInfo& type) {
 // One for each type of the table, under its name.
 struct Factories {
     Factories() {
-        for (const Part& part : kParts) {
-            new FactoryRegistration(part.type, make_whole);  // stays in the chain until the process ends
+        for (const PropertyName* part : kParts) {
+            new FactoryRegistration(part->type.name, make_whole);  // stays in the chain until the process ends
         }
     }
 };

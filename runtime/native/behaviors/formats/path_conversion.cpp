@@ -3,7 +3,9 @@
 #include <cmath>
 #include <limits>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Core.VectorPaths.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.PathResources.h"
+#include "generated/runtime/Zelmor.Imaging.Shapes.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
 #include "runtime/native/collections/collection.h"
 
@@ -11,13 +13,13 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kKnot = "Zelmor.Imaging.FileFormats.Core.VectorPaths.BezierKnotRecord";
-constexpr const char* kInitialFill = "Zelmor.Imaging.FileFormats.Core.VectorPaths.InitialFillRuleRecord";
-constexpr const char* kLength = "Zelmor.Imaging.FileFormats.Core.VectorPaths.LengthRecord";
-constexpr const char* kFillRule = "Zelmor.Imaging.FileFormats.Core.VectorPaths.PathFillRuleRecord";
-constexpr const char* kRecord = "Zelmor.Imaging.FileFormats.Core.VectorPaths.VectorPathRecord";
-constexpr const char* kResource = "Zelmor.Imaging.FileFormats.Tiff.PathResources.PathResource";
-constexpr const char* kBezier = "Zelmor.Imaging.Shapes.BezierShape";
+constexpr const char* kKnot = api::FileFormats::Core::VectorPaths::BezierKnotRecord::kType.name;
+constexpr const char* kInitialFill = api::FileFormats::Core::VectorPaths::InitialFillRuleRecord::kType.name;
+constexpr const char* kLength = api::FileFormats::Core::VectorPaths::LengthRecord::kType.name;
+constexpr const char* kFillRule = api::FileFormats::Core::VectorPaths::PathFillRuleRecord::kType.name;
+constexpr const char* kRecord = api::FileFormats::Core::VectorPaths::VectorPathRecord::kType.name;
+constexpr const char* kResource = api::FileFormats::Tiff::PathResources::PathResource::kType.name;
+constexpr const char* kBezier = api::Shapes::BezierShape::kType.name;
 
 // The identifiers of saved paths begin here.
 constexpr int64_t kFirstPathBlock = 2000;
@@ -94,7 +96,7 @@ Ref<ManagedObject> length_record(size_t count, bool closed) {
 }
 
 Collection from_graphics_path(PathObject* graphics_path, const SizeValue& image_size) {
-    if (!graphics_path) {
+    if (graphics_path == nullptr) {
         throw_argument_null("graphics_path");
     }
     require_size(image_size);

@@ -12,25 +12,15 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kKnot = "Zelmor.Imaging.FileFormats.Core.VectorPaths.BezierKnotRecord";
-constexpr const char* kClipboard = "Zelmor.Imaging.FileFormats.Core.VectorPaths.ClipboardRecord";
-constexpr const char* kInitialFill = "Zelmor.Imaging.FileFormats.Core.VectorPaths.InitialFillRuleRecord";
-constexpr const char* kLength = "Zelmor.Imaging.FileFormats.Core.VectorPaths.LengthRecord";
-constexpr const char* kFillRule = "Zelmor.Imaging.FileFormats.Core.VectorPaths.PathFillRuleRecord";
+constexpr const char* kKnot = api::FileFormats::Core::VectorPaths::BezierKnotRecord::kType.name;
+constexpr const char* kClipboard = api::FileFormats::Core::VectorPaths::ClipboardRecord::kType.name;
+constexpr const char* kInitialFill = api::FileFormats::Core::VectorPaths::InitialFillRuleRecord::kType.name;
+constexpr const char* kLength = api::FileFormats::Core::VectorPaths::LengthRecord::kType.name;
+constexpr const char* kFillRule = api::FileFormats::Core::VectorPaths::PathFillRuleRecord::kType.name;
 
 // The selectors.
-enum class PathType : int32_t {
-    kClosedLength,
-    kClosedLinkedKnot,
-    kClosedKnot,
-    kOpenLength,
-    kOpenLinkedKnot,
-    kOpenKnot,
-    kFillRule,
-    kClipboard,
-    kInitialFill,
-};
-constexpr int kSelectors = 9;
+using PathType = api::FileFormats::Core::VectorPaths::VectorPathType;
+using PathOperations = api::FileFormats::Core::VectorPaths::PathOperations;
 constexpr size_t kRecordBytes = 26;
 constexpr double kFixedPointOne = 1 << 24;
 
@@ -41,7 +31,7 @@ class PathRecordReader {
             throw_argument("A path record has " + std::to_string(kRecordBytes) + " bytes; there are " +
                            std::to_string(data.size()) + ". (Parameter 'data')");
         }
-        if (int16(0) < 0 || int16(0) >= kSelectors) {
+        if (type() < PathType::kClosedSubpathLengthRecord || type() > PathType::kInitialFillRuleRecord) {
             throw_argument("A path record of type " + std::to_string(int16(0)) + " is not known. (Parameter 'data')");
         }
     }
@@ -62,17 +52,17 @@ class PathRecordReader {
 };
 
 bool is_knot(PathType type) {
-    return type == PathType::kClosedLinkedKnot || type == PathType::kClosedKnot || type == PathType::kOpenLinkedKnot ||
-           type == PathType::kOpenKnot;
+    return type == PathType::kClosedSubpathBezierKnotLinked || type == PathType::kClosedSubpathBezierKnotUnlinked ||
+           type == PathType::kOpenSubpathBezierKnotLinked || type == PathType::kOpenSubpathBezierKnotUnlinked;
 }
 bool is_length(PathType type) {
-    return type == PathType::kClosedLength || type == PathType::kOpenLength;
+    return type == PathType::kClosedSubpathLengthRecord || type == PathType::kOpenSubpathLengthRecord;
 }
 bool is_open(PathType type) {
-    return type >= PathType::kOpenLength && type <= PathType::kOpenKnot;
+    return type >= PathType::kOpenSubpathLengthRecord && type <= PathType::kOpenSubpathBezierKnotUnlinked;
 }
 bool is_linked(PathType type) {
-    return type == PathType::kClosedLinkedKnot || type == PathType::kOpenLinkedKnot;
+    return type == PathType::kClosedSubpathBezierKnotLinked || type == PathType::kOpenSubpathBezierKnotLinked;
 }
 
 const char* class_of(PathType type) {
@@ -82,10 +72,10 @@ const char* class_of(PathType type) {
     if (is_length(type)) {
         return kLength;
     }
-    if (type == PathType::kFillRule) {
+    if (type == PathType::kPathFillRuleRecord) {
         return kFillRule;
     }
-    return type == PathType::kClipboard ? kClipboard : kInitialFill;
+    return type == PathType::kClipboardRecord ? kClipboard : kInitialFill;
 }
 
 void fill_knot(ManagedObject& record, const PathRecordReader& reader) {
@@ -110,9 +100,11 @@ void fill_length(ManagedObject& record, const PathRecordReader& reader) {
     set_property(record, "IsClosed", !is_open(reader.type()));
     set_property(record, "RecordCount", int64_t{reader.uint16(2)});
     set_property(record, "BezierKnotRecordsCount", int64_t{reader.uint16(2)});
-    // Older writers leave -1 where there is no operation: the shape is combined with what is below it.
-    const int16_t operation = reader.int16(4);
-    set_property(record, "PathOperations", int64_t{operation >= 0 && operation <= 3 ? operation : 1});
+    // Older writers store -1 for no operation: the shape is combined with those below it.
+    const auto operation = static_cast<PathOperations>(reader.int16(4));
+    const bool known =
+        operation >= PathOperations::kExcludeOverlappingShapes && operation <= PathOperations::kIntersectShapeAreas;
+    set_property(record, "PathOperations", static_cast<int64_t>(known ? operation : PathOperations::kCombineShapes));
     set_property(record, "ShapeIndex", int64_t{reader.int32(12)});
 }
 
@@ -129,9 +121,9 @@ Ref<ManagedObject> record_of(const PathRecordReader& reader) {
         fill_knot(*record, reader);
     } else if (is_length(reader.type())) {
         fill_length(*record, reader);
-    } else if (reader.type() == PathType::kClipboard) {
+    } else if (reader.type() == PathType::kClipboardRecord) {
         fill_clipboard(*record, reader);
-    } else if (reader.type() == PathType::kInitialFill) {
+    } else if (reader.type() == PathType::kInitialFillRuleRecord) {
         set_property(*record, "IsFillStartsWithAllPixels", reader.int16(2) != 0);
     }
     return record;
@@ -169,22 +161,23 @@ Ref<ManagedObject> produce(ManagedObject&, std::span<const std::byte> data) {
 PathType get_type(Record& self) {
     const std::string_view type = self.type().full_name;
     if (type == kLength) {
-        return property_bool(self, "IsOpen") ? PathType::kOpenLength : PathType::kClosedLength;
+        return property_bool(self, "IsOpen") ? PathType::kOpenSubpathLengthRecord
+                                             : PathType::kClosedSubpathLengthRecord;
     }
     if (type == kKnot) {
         const bool linked = property_bool(self, "IsLinked");
         if (property_bool(self, "IsOpen")) {
-            return linked ? PathType::kOpenLinkedKnot : PathType::kOpenKnot;
+            return linked ? PathType::kOpenSubpathBezierKnotLinked : PathType::kOpenSubpathBezierKnotUnlinked;
         }
-        return linked ? PathType::kClosedLinkedKnot : PathType::kClosedKnot;
+        return linked ? PathType::kClosedSubpathBezierKnotLinked : PathType::kClosedSubpathBezierKnotUnlinked;
     }
     if (type == kClipboard) {
-        return PathType::kClipboard;
+        return PathType::kClipboardRecord;
     }
-    return type == kInitialFill ? PathType::kInitialFill : PathType::kFillRule;
+    return type == kInitialFill ? PathType::kInitialFillRuleRecord : PathType::kPathFillRuleRecord;
 }
 
-// A path is open or closed: the two properties are one.
+// A path is either open or closed: setting one property sets the other.
 void set_open(Record& self, bool value) {
     set_property(self, "IsOpen", value);
     set_property(self, "IsClosed", !value);
@@ -192,7 +185,7 @@ void set_open(Record& self, bool value) {
 void set_closed(Record& self, bool value) {
     set_open(self, !value);
 }
-// The records that follow one of length are the knots: the two counts are one.
+// The records after a length record are the knots, so that both counts are equal.
 void set_count(Record& self, int32_t value) {
     set_property(self, "RecordCount", int64_t{value});
     set_property(self, "BezierKnotRecordsCount", int64_t{value});

@@ -1,9 +1,12 @@
 // The numbers under which the metafile formats publish their records.
 //
-// An EMF record begins with the number of its class; one that is made from a raw record takes that one's. The number of
-// an EMF+ record is that of its class, whatever it was made from.
+// A new EMF record has the number of its class; a record made from a raw record has the number of that. An EMF+ record
+// always has the number of its class.
 #include <string_view>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Consts.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Consts.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Records.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
@@ -12,104 +15,222 @@ namespace zelmor::embed {
 
 namespace {
 
-struct RecordNumber {
-    const char* name;  // of the class
-    int number;
-};
+namespace emf = api::FileFormats::Emf::Emf::Records;
+namespace plus = api::FileFormats::Emf::EmfPlus::Records;
+using Emr = api::FileFormats::Emf::Emf::Consts::EmfRecordType;
+using Plus = api::FileFormats::Emf::EmfPlus::Consts::EmfPlusRecordType;
 
-// clang-format off
-constexpr RecordNumber kEmfRecords[] = {
-    {"EmfMetafileHeader", 1}, {"EmfMetafileHeaderExtension1", 1}, {"EmfMetafileHeaderExtension2", 1},
-    {"EmfPolyBezier", 2}, {"EmfPolygon", 3}, {"EmfPolyline", 4}, {"EmfPolyBezierTo", 5}, {"EmfPolylineTo", 6},
-    {"EmfPolyPolyline", 7}, {"EmfPolyPolygon", 8}, {"EmfSetWindowExtEx", 9}, {"EmfSetWindowOrgEx", 10},
-    {"EmfSetViewportExtEx", 11}, {"EmfSetViewportOrgEx", 12}, {"EmfSetBrushOrgEx", 13}, {"EmfEof", 14},
-    {"EmfSetPixelV", 15}, {"EmfSetMapperFlags", 16}, {"EmfSetMapMode", 17}, {"EmfSetBkMode", 18},
-    {"EmfSetPolyFillMode", 19}, {"EmfSetRop2", 20}, {"EmfSetStrechBltMode", 21}, {"EmfSetTextAlign", 22},
-    {"EmfSetColorAdjustment", 23}, {"EmfSetTextColor", 24}, {"EmfSetBkColor", 25}, {"EmfOffsetClipRgn", 26},
-    {"EmfMoveToEx", 27}, {"EmfSetMetaRgn", 28}, {"EmfExcludeClipRect", 29}, {"EmfIntersectClipRect", 30},
-    {"EmfScaleViewportExtex", 31}, {"EmfScaleWindowExtex", 32}, {"EmfSaveDc", 33}, {"EmfRestoreDc", 34},
-    {"EmfSetWorldTransform", 35}, {"EmfModifyWorldTransform", 36}, {"EmfSelectObject", 37}, {"EmfCreatePen", 38},
-    {"EmfCreateBrushIndirect", 39}, {"EmfDeleteObject", 40}, {"EmfAngleArc", 41}, {"EmfEllipse", 42},
-    {"EmfRectangle", 43}, {"EmfRoundRect", 44}, {"EmfArc", 45}, {"EmfChord", 46}, {"EmfPie", 47},
-    {"EmfSelectPalette", 48}, {"EmfCreatePalette", 49}, {"EmfSetPaletteEntries", 50}, {"EmfResizePalette", 51},
-    {"EmfRealizePalette", 52}, {"EmfExtFloodFill", 53}, {"EmfLineTo", 54}, {"EmfArcTo", 55}, {"EmfPolyDraw", 56},
-    {"EmfSetArcDirection", 57}, {"EmfSetMiterLimit", 58}, {"EmfBeginPath", 59}, {"EmfEndPath", 60},
-    {"EmfCloseFigure", 61}, {"EmfFillPath", 62}, {"EmfStrokeAndFillPath", 63}, {"EmfStrokePath", 64},
-    {"EmfFlatternPath", 65}, {"EmfWidenPath", 66}, {"EmfSelectClipPath", 67}, {"EmfAbortPath", 68},
-    {"EmfComment", 70}, {"EmfCommentBeginGroup", 70}, {"EmfCommentEmfPlus", 70}, {"EmfCommentEmfSpool", 70},
-    {"EmfCommentEndGroup", 70}, {"EmfCommentMultiFormats", 70}, {"EmfCommentPublicRecordType", 70},
-    {"EmfCommentRecordType", 70}, {"EmfCommentWindowsMetaFile", 70}, {"EmfFillRgn", 71}, {"EmfFrameRgn", 72},
-    {"EmfInvertRgn", 73}, {"EmfPaintRgn", 74}, {"EmfExtSelectClipRgn", 75}, {"EmfBitBlt", 76}, {"EmfStretchBlt", 77},
-    {"EmfMaskBlt", 78}, {"EmfPlgBlt", 79}, {"EmfSetDiBitsToDevice", 80}, {"EmfStretchDiBits", 81},
-    {"EmfExtCreateFontIndirectW", 82}, {"EmfExtTextOutA", 83}, {"EmfExtTextOutW", 84}, {"EmfPolyBezier16", 85},
-    {"EmfPolygon16", 86}, {"EmfPolyline16", 87}, {"EmfPolyBezierTo16", 88}, {"EmfPolylineTo16", 89},
-    {"EmfPolyPolyline16", 90}, {"EmfPolyPolygon16", 91}, {"EmfPolyDraw16", 92}, {"EmfCreateMonoBrush", 93},
-    {"EmfCreateDibPatternBrushPt", 94}, {"EmfExtCreatePen", 95}, {"EmfPolyTextOutA", 96}, {"EmfPolyTextOutW", 97},
-    {"EmfSetIcmMode", 98}, {"EmfCreateColorSpace", 99}, {"EmfSetColorSpace", 100}, {"EmfDeleteColorSpace", 101},
-    {"EmfGlsRecord", 102}, {"EmfGlsBoundedRecord", 103}, {"EmfPixelFormat", 104}, {"EmfDrawEscape", 105},
-    {"EmfExtEscape", 106}, {"EmfSmallTextOut", 108}, {"EmfForceUfiMapping", 109}, {"EmfNamedEscape", 110},
-    {"EmfColorCorrectPalette", 111}, {"EmfSetIcmProfileA", 112}, {"EmfSetIcmProfileW", 113}, {"EmfAlphaBlend", 114},
-    {"EmfSetLayout", 115}, {"EmfTransparentBlt", 116}, {"EmfGradientFill", 118}, {"EmfSetLinkedUfis", 119},
-    {"EmfSetTextJustification", 120}, {"EmfColorMatchToTargetW", 121}, {"EmfCreateColorSpaceW", 122},
-};
-
-constexpr RecordNumber kEmfPlusRecords[] = {
-    {"EmfPlusHeader", 0x4001}, {"EmfPlusEndOfFile", 0x4002}, {"EmfPlusComment", 0x4003}, {"EmfPlusGetDc", 0x4004},
-    {"EmfPlusObject", 0x4008}, {"EmfPlusClear", 0x4009}, {"EmfPlusFillRects", 0x400A}, {"EmfPlusDrawRects", 0x400B},
-    {"EmfPlusFillPolygon", 0x400C}, {"EmfPlusDrawLines", 0x400D}, {"EmfPlusFillEllipse", 0x400E},
-    {"EmfPlusDrawEllipse", 0x400F}, {"EmfPlusFillPie", 0x4010}, {"EmfPlusDrawPie", 0x4011},
-    {"EmfPlusDrawArc", 0x4012}, {"EmfPlusFillRegion", 0x4013}, {"EmfPlusFillPath", 0x4014},
-    {"EmfPlusDrawPath", 0x4015}, {"EmfPlusFillClosedCurve", 0x4016}, {"EmfPlusDrawClosedCurve", 0x4017},
-    {"EmfPlusDrawCurve", 0x4018}, {"EmfPlusDrawBeziers", 0x4019}, {"EmfPlusDrawImage", 0x401A},
-    {"EmfPlusDrawImagePoints", 0x401B}, {"EmfPlusDrawString", 0x401C}, {"EmfPlusSetRenderingOrigin", 0x401D},
-    {"EmfPlusSetAntiAliasMode", 0x401E}, {"EmfPlusSetTextRenderingHint", 0x401F}, {"EmfPlusSetTextContrast", 0x4020},
-    {"EmfPlusSetInterpolationMode", 0x4021}, {"EmfPlusSetPixelOffsetMode", 0x4022},
-    {"EmfPlusSetCompositingMode", 0x4023}, {"EmfPlusSetCompositingQuality", 0x4024}, {"EmfPlusSave", 0x4025},
-    {"EmfPlusRestore", 0x4026}, {"EmfPlusBeginContainer", 0x4027}, {"EmfPlusBeginContainerNoParams", 0x4028},
-    {"EmfPlusEndContainer", 0x4029}, {"EmfPlusSetWorldTransform", 0x402A}, {"EmfPlusResetWorldTransform", 0x402B},
-    {"EmfPlusMultiplyWorldTransform", 0x402C}, {"EmfPlusTranslateWorldTransform", 0x402D},
-    {"EmfPlusScaleWorldTransform", 0x402E}, {"EmfPlusRotateWorldTransform", 0x402F},
-    {"EmfPlusSetPageTransform", 0x4030}, {"EmfPlusResetClip", 0x4031}, {"EmfPlusSetClipRect", 0x4032},
-    {"EmfPlusSetClipPath", 0x4033}, {"EmfPlusSetClipRegion", 0x4034}, {"EmfPlusOffsetClip", 0x4035},
-    {"EmfPlusDrawDriverString", 0x4036}, {"EmfPlusSerializableObject", 0x4038}, {"EmfPlusSetTsGraphics", 0x4039},
-    {"EmfPlusSetTsClip", 0x403A},
-};
-// clang-format on
-
-constexpr int kFirstEmfPlusRecord = 0x4001;
-
-// The defaults name types in full; the table above is easier to read without.
-std::vector<DefaultValue> numbers_of_classes() {
-    static auto& names = *new std::vector<std::string>;
-    names.reserve(std::size(kEmfRecords));
-    std::vector<DefaultValue> values;
-    for (const RecordNumber& row : kEmfRecords) {
-        names.push_back(std::string("Zelmor.Imaging.FileFormats.Emf.Emf.Records.") + row.name);
-        values.emplace_back(names.back().c_str(), "Type", row.number);
-    }
-    return values;
+constexpr DefaultValue record(const TypeName& type, Emr number) {
+    return {type, emf::EmfRecord::property_Type, number};
 }
-const std::vector<DefaultValue>& emf_defaults() {
-    static const auto& values = *new std::vector<DefaultValue>(numbers_of_classes());
-    return values;
-}
-const DefaultTable defaults(emf_defaults());
 
-uint16_t get_type(Record& self) {
-    for (const TypeInfo* type = &self.type(); type; type = base_of(*type)) {
-        for (const RecordNumber& row : kEmfPlusRecords) {
-            if (std::string_view(row.name) == type->name) {
-                return static_cast<uint16_t>(row.number);
+constexpr DefaultValue kEmfRecords[] = {
+    record(emf::EmfMetafileHeader::kType, Emr::kEmrHeader),
+    record(emf::EmfMetafileHeaderExtension1::kType, Emr::kEmrHeader),
+    record(emf::EmfMetafileHeaderExtension2::kType, Emr::kEmrHeader),
+    record(emf::EmfPolyBezier::kType, Emr::kEmrPolybezier),
+    record(emf::EmfPolygon::kType, Emr::kEmrPolygon),
+    record(emf::EmfPolyline::kType, Emr::kEmrPolyline),
+    record(emf::EmfPolyBezierTo::kType, Emr::kEmrPolybezierto),
+    record(emf::EmfPolylineTo::kType, Emr::kEmrPolylineto),
+    record(emf::EmfPolyPolyline::kType, Emr::kEmrPolypolyline),
+    record(emf::EmfPolyPolygon::kType, Emr::kEmrPolypolygon),
+    record(emf::EmfSetWindowExtEx::kType, Emr::kEmrSetwindowextex),
+    record(emf::EmfSetWindowOrgEx::kType, Emr::kEmrSetwindoworgex),
+    record(emf::EmfSetViewportExtEx::kType, Emr::kEmrSetviewportextex),
+    record(emf::EmfSetViewportOrgEx::kType, Emr::kEmrSetviewportorgex),
+    record(emf::EmfSetBrushOrgEx::kType, Emr::kEmrSetbrushorgex),
+    record(emf::EmfEof::kType, Emr::kEmrEof),
+    record(emf::EmfSetPixelV::kType, Emr::kEmrSetpixelv),
+    record(emf::EmfSetMapperFlags::kType, Emr::kEmrSetmapperflags),
+    record(emf::EmfSetMapMode::kType, Emr::kEmrSetmapmode),
+    record(emf::EmfSetBkMode::kType, Emr::kEmrSetbkmode),
+    record(emf::EmfSetPolyFillMode::kType, Emr::kEmrSetpolyfillmode),
+    record(emf::EmfSetRop2::kType, Emr::kEmrSetrop2),
+    record(emf::EmfSetStrechBltMode::kType, Emr::kEmrSetstretchbltmode),
+    record(emf::EmfSetTextAlign::kType, Emr::kEmrSettextalign),
+    record(emf::EmfSetColorAdjustment::kType, Emr::kEmrSetcoloradjustment),
+    record(emf::EmfSetTextColor::kType, Emr::kEmrSettextcolor),
+    record(emf::EmfSetBkColor::kType, Emr::kEmrSetbkcolor),
+    record(emf::EmfOffsetClipRgn::kType, Emr::kEmrOffsetcliprgn),
+    record(emf::EmfMoveToEx::kType, Emr::kEmrMovetoex),
+    record(emf::EmfSetMetaRgn::kType, Emr::kEmrSetmetargn),
+    record(emf::EmfExcludeClipRect::kType, Emr::kEmrExcludecliprect),
+    record(emf::EmfIntersectClipRect::kType, Emr::kEmrIntersectcliprect),
+    record(emf::EmfScaleViewportExtex::kType, Emr::kEmrScaleviewportextex),
+    record(emf::EmfScaleWindowExtex::kType, Emr::kEmrScalewindowextex),
+    record(emf::EmfSaveDc::kType, Emr::kEmrSavedc),
+    record(emf::EmfRestoreDc::kType, Emr::kEmrRestoredc),
+    record(emf::EmfSetWorldTransform::kType, Emr::kEmrSetworldtransform),
+    record(emf::EmfModifyWorldTransform::kType, Emr::kEmrModifyworldtransform),
+    record(emf::EmfSelectObject::kType, Emr::kEmrSelectobject),
+    record(emf::EmfCreatePen::kType, Emr::kEmrCreatepen),
+    record(emf::EmfCreateBrushIndirect::kType, Emr::kEmrCreatebrushindirect),
+    record(emf::EmfDeleteObject::kType, Emr::kEmrDeleteobject),
+    record(emf::EmfAngleArc::kType, Emr::kEmrAnglearc),
+    record(emf::EmfEllipse::kType, Emr::kEmrEllipse),
+    record(emf::EmfRectangle::kType, Emr::kEmrRectangle),
+    record(emf::EmfRoundRect::kType, Emr::kEmrRoundrect),
+    record(emf::EmfArc::kType, Emr::kEmrArc),
+    record(emf::EmfChord::kType, Emr::kEmrChord),
+    record(emf::EmfPie::kType, Emr::kEmrPie),
+    record(emf::EmfSelectPalette::kType, Emr::kEmrSelectpalette),
+    record(emf::EmfCreatePalette::kType, Emr::kEmrCreatepalette),
+    record(emf::EmfSetPaletteEntries::kType, Emr::kEmrSetpaletteentries),
+    record(emf::EmfResizePalette::kType, Emr::kEmrResizepalette),
+    record(emf::EmfRealizePalette::kType, Emr::kEmrRealizepalette),
+    record(emf::EmfExtFloodFill::kType, Emr::kEmrExtfloodfill),
+    record(emf::EmfLineTo::kType, Emr::kEmrLineto),
+    record(emf::EmfArcTo::kType, Emr::kEmrArcto),
+    record(emf::EmfPolyDraw::kType, Emr::kEmrPolydraw),
+    record(emf::EmfSetArcDirection::kType, Emr::kEmrSetarcdirection),
+    record(emf::EmfSetMiterLimit::kType, Emr::kEmrSetmiterlimit),
+    record(emf::EmfBeginPath::kType, Emr::kEmrBeginpath),
+    record(emf::EmfEndPath::kType, Emr::kEmrEndpath),
+    record(emf::EmfCloseFigure::kType, Emr::kEmrClosefigure),
+    record(emf::EmfFillPath::kType, Emr::kEmrFillpath),
+    record(emf::EmfStrokeAndFillPath::kType, Emr::kEmrStrokeandfillpath),
+    record(emf::EmfStrokePath::kType, Emr::kEmrStrokepath),
+    record(emf::EmfFlatternPath::kType, Emr::kEmrFlattenpath),
+    record(emf::EmfWidenPath::kType, Emr::kEmrWidenpath),
+    record(emf::EmfSelectClipPath::kType, Emr::kEmrSelectclippath),
+    record(emf::EmfAbortPath::kType, Emr::kEmrAbortpath),
+    record(emf::EmfComment::kType, Emr::kEmrComment),
+    record(emf::EmfCommentBeginGroup::kType, Emr::kEmrComment),
+    record(emf::EmfCommentEmfPlus::kType, Emr::kEmrComment),
+    record(emf::EmfCommentEmfSpool::kType, Emr::kEmrComment),
+    record(emf::EmfCommentEndGroup::kType, Emr::kEmrComment),
+    record(emf::EmfCommentMultiFormats::kType, Emr::kEmrComment),
+    record(emf::EmfCommentPublicRecordType::kType, Emr::kEmrComment),
+    record(emf::EmfCommentRecordType::kType, Emr::kEmrComment),
+    record(emf::EmfCommentWindowsMetaFile::kType, Emr::kEmrComment),
+    record(emf::EmfFillRgn::kType, Emr::kEmrFillrgn),
+    record(emf::EmfFrameRgn::kType, Emr::kEmrFramergn),
+    record(emf::EmfInvertRgn::kType, Emr::kEmrInvertrgn),
+    record(emf::EmfPaintRgn::kType, Emr::kEmrPaintrgn),
+    record(emf::EmfExtSelectClipRgn::kType, Emr::kEmrExtselectcliprgn),
+    record(emf::EmfBitBlt::kType, Emr::kEmrBitblt),
+    record(emf::EmfStretchBlt::kType, Emr::kEmrStretchblt),
+    record(emf::EmfMaskBlt::kType, Emr::kEmrMaskblt),
+    record(emf::EmfPlgBlt::kType, Emr::kEmrPlgblt),
+    record(emf::EmfSetDiBitsToDevice::kType, Emr::kEmrSetdibitstodevice),
+    record(emf::EmfStretchDiBits::kType, Emr::kEmrStretchdibits),
+    record(emf::EmfExtCreateFontIndirectW::kType, Emr::kEmrExtcreatefontindirectw),
+    record(emf::EmfExtTextOutA::kType, Emr::kEmrExttextouta),
+    record(emf::EmfExtTextOutW::kType, Emr::kEmrExttextoutw),
+    record(emf::EmfPolyBezier16::kType, Emr::kEmrPolybezier16),
+    record(emf::EmfPolygon16::kType, Emr::kEmrPolygon16),
+    record(emf::EmfPolyline16::kType, Emr::kEmrPolyline16),
+    record(emf::EmfPolyBezierTo16::kType, Emr::kEmrPolybezierto16),
+    record(emf::EmfPolylineTo16::kType, Emr::kEmrPolylineto16),
+    record(emf::EmfPolyPolyline16::kType, Emr::kEmrPolypolyline16),
+    record(emf::EmfPolyPolygon16::kType, Emr::kEmrPolypolygon16),
+    record(emf::EmfPolyDraw16::kType, Emr::kEmrPolydraw16),
+    record(emf::EmfCreateMonoBrush::kType, Emr::kEmrCreatemonobrush),
+    record(emf::EmfCreateDibPatternBrushPt::kType, Emr::kEmrCreatedibpatternbrushpt),
+    record(emf::EmfExtCreatePen::kType, Emr::kEmrExtcreatepen),
+    record(emf::EmfPolyTextOutA::kType, Emr::kEmrPolytextouta),
+    record(emf::EmfPolyTextOutW::kType, Emr::kEmrPolytextoutw),
+    record(emf::EmfSetIcmMode::kType, Emr::kEmrSeticmmode),
+    record(emf::EmfCreateColorSpace::kType, Emr::kEmrCreatecolorspace),
+    record(emf::EmfSetColorSpace::kType, Emr::kEmrSetcolorspace),
+    record(emf::EmfDeleteColorSpace::kType, Emr::kEmrDeletecolorspace),
+    record(emf::EmfGlsRecord::kType, Emr::kEmrGlsrecord),
+    record(emf::EmfGlsBoundedRecord::kType, Emr::kEmrGlsboundedrecord),
+    record(emf::EmfPixelFormat::kType, Emr::kEmrPixelformat),
+    record(emf::EmfDrawEscape::kType, Emr::kEmrDrawescape),
+    record(emf::EmfExtEscape::kType, Emr::kEmrExtescape),
+    record(emf::EmfSmallTextOut::kType, Emr::kEmrSmalltextout),
+    record(emf::EmfForceUfiMapping::kType, Emr::kEmrForceufimapping),
+    record(emf::EmfNamedEscape::kType, Emr::kEmrNamedescape),
+    record(emf::EmfColorCorrectPalette::kType, Emr::kEmrColorcorrectpalette),
+    record(emf::EmfSetIcmProfileA::kType, Emr::kEmrSeticmprofilea),
+    record(emf::EmfSetIcmProfileW::kType, Emr::kEmrSeticmprofilew),
+    record(emf::EmfAlphaBlend::kType, Emr::kEmrAlphablend),
+    record(emf::EmfSetLayout::kType, Emr::kEmrSetlayout),
+    record(emf::EmfTransparentBlt::kType, Emr::kEmrTransparentblt),
+    record(emf::EmfGradientFill::kType, Emr::kEmrGradientfill),
+    record(emf::EmfSetLinkedUfis::kType, Emr::kEmrSetlinkedufis),
+    record(emf::EmfSetTextJustification::kType, Emr::kEmrSettextjustification),
+    record(emf::EmfColorMatchToTargetW::kType, Emr::kEmrColormatchtotargetw),
+    record(emf::EmfCreateColorSpaceW::kType, Emr::kEmrCreatecolorspacew),
+};
+const DefaultTable defaults(kEmfRecords);
+
+struct PlusRecord {
+    const TypeName& type;
+    Plus number;
+};
+constexpr PlusRecord kPlusRecords[] = {
+    {plus::EmfPlusHeader::kType, Plus::kEmfPlusHeader},
+    {plus::EmfPlusEndOfFile::kType, Plus::kEmfPlusEndOfFile},
+    {plus::EmfPlusComment::kType, Plus::kEmfPlusComment},
+    {plus::EmfPlusGetDc::kType, Plus::kEmfPlusGetDc},
+    {plus::EmfPlusObject::kType, Plus::kEmfPlusObject},
+    {plus::EmfPlusClear::kType, Plus::kEmfPlusClear},
+    {plus::EmfPlusFillRects::kType, Plus::kEmfPlusFillRects},
+    {plus::EmfPlusDrawRects::kType, Plus::kEmfPlusDrawRects},
+    {plus::EmfPlusFillPolygon::kType, Plus::kEmfPlusFillPolygon},
+    {plus::EmfPlusDrawLines::kType, Plus::kEmfPlusDrawLines},
+    {plus::EmfPlusFillEllipse::kType, Plus::kEmfPlusFillEllipse},
+    {plus::EmfPlusDrawEllipse::kType, Plus::kEmfPlusDrawEllipse},
+    {plus::EmfPlusFillPie::kType, Plus::kEmfPlusFillPie},
+    {plus::EmfPlusDrawPie::kType, Plus::kEmfPlusDrawPie},
+    {plus::EmfPlusDrawArc::kType, Plus::kEmfPlusDrawArc},
+    {plus::EmfPlusFillRegion::kType, Plus::kEmfPlusFillRegion},
+    {plus::EmfPlusFillPath::kType, Plus::kEmfPlusFillPath},
+    {plus::EmfPlusDrawPath::kType, Plus::kEmfPlusDrawPath},
+    {plus::EmfPlusFillClosedCurve::kType, Plus::kEmfPlusFillClosedCurve},
+    {plus::EmfPlusDrawClosedCurve::kType, Plus::kEmfPlusDrawClosedCurve},
+    {plus::EmfPlusDrawCurve::kType, Plus::kEmfPlusDrawCurve},
+    {plus::EmfPlusDrawBeziers::kType, Plus::kEmfPlusDrawBeziers},
+    {plus::EmfPlusDrawImage::kType, Plus::kEmfPlusDrawImage},
+    {plus::EmfPlusDrawImagePoints::kType, Plus::kEmfPlusDrawImagePoints},
+    {plus::EmfPlusDrawString::kType, Plus::kEmfPlusDrawString},
+    {plus::EmfPlusSetRenderingOrigin::kType, Plus::kEmfPlusSetRenderingOrigin},
+    {plus::EmfPlusSetAntiAliasMode::kType, Plus::kEmfPlusSetAntiAliasMode},
+    {plus::EmfPlusSetTextRenderingHint::kType, Plus::kEmfPlusSetTextRenderingHint},
+    {plus::EmfPlusSetTextContrast::kType, Plus::kEmfPlusSetTextContrast},
+    {plus::EmfPlusSetInterpolationMode::kType, Plus::kEmfPlusSetInterpolationMode},
+    {plus::EmfPlusSetPixelOffsetMode::kType, Plus::kEmfPlusSetPixelOffsetMode},
+    {plus::EmfPlusSetCompositingMode::kType, Plus::kEmfPlusSetCompositingMode},
+    {plus::EmfPlusSetCompositingQuality::kType, Plus::kEmfPlusSetCompositingQuality},
+    {plus::EmfPlusSave::kType, Plus::kEmfPlusSave},
+    {plus::EmfPlusRestore::kType, Plus::kEmfPlusRestore},
+    {plus::EmfPlusBeginContainer::kType, Plus::kEmfPlusBeginContainer},
+    {plus::EmfPlusBeginContainerNoParams::kType, Plus::kEmfPlusBeginContainerNoParams},
+    {plus::EmfPlusEndContainer::kType, Plus::kEmfPlusEndContainer},
+    {plus::EmfPlusSetWorldTransform::kType, Plus::kEmfPlusSetWorldTransform},
+    {plus::EmfPlusResetWorldTransform::kType, Plus::kEmfPlusResetWorldTransform},
+    {plus::EmfPlusMultiplyWorldTransform::kType, Plus::kEmfPlusMultiplyWorldTransform},
+    {plus::EmfPlusTranslateWorldTransform::kType, Plus::kEmfPlusTranslateWorldTransform},
+    {plus::EmfPlusScaleWorldTransform::kType, Plus::kEmfPlusScaleWorldTransform},
+    {plus::EmfPlusRotateWorldTransform::kType, Plus::kEmfPlusRotateWorldTransform},
+    {plus::EmfPlusSetPageTransform::kType, Plus::kEmfPlusSetPageTransform},
+    {plus::EmfPlusResetClip::kType, Plus::kEmfPlusResetClip},
+    {plus::EmfPlusSetClipRect::kType, Plus::kEmfPlusSetClipRect},
+    {plus::EmfPlusSetClipPath::kType, Plus::kEmfPlusSetClipPath},
+    {plus::EmfPlusSetClipRegion::kType, Plus::kEmfPlusSetClipRegion},
+    {plus::EmfPlusOffsetClip::kType, Plus::kEmfPlusOffsetClip},
+    {plus::EmfPlusDrawDriverString::kType, Plus::kEmfPlusDrawDriverString},
+    {plus::EmfPlusSerializableObject::kType, Plus::kEmfPlusSerializableObject},
+    {plus::EmfPlusSetTsGraphics::kType, Plus::kEmfPlusSetTsGraphics},
+    {plus::EmfPlusSetTsClip::kType, Plus::kEmfPlusSetTsClip},
+};
+
+Plus get_type(Record& self) {
+    for (const TypeInfo* type = &self.type(); type != nullptr; type = base_of(*type)) {
+        for (const PlusRecord& row : kPlusRecords) {
+            if (std::string_view(row.type.name) == type->full_name) {
+                return row.number;
             }
         }
     }
-    return kFirstEmfPlusRecord;  // of no class in particular: the first enumerator
+    return Plus::kEmfPlusHeader;  // a class that stands for no record has the first number
 }
 
-using EmfPlusRecordApi = api::FileFormats::Emf::EmfPlus::Records::EmfPlusRecord;
-
 const BehaviorTable table({
-    behavior<&get_type, EmfPlusRecordApi::get_Type>(),
+    behavior<&get_type, plus::EmfPlusRecord::get_Type>(),
 });
 
 }  // namespace

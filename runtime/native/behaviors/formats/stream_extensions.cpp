@@ -1,6 +1,7 @@
-// StreamExtensions: managed streams for a program that has none of its own.
+// StreamExtensions: makes managed streams in memory and over files.
 #include <string_view>
 
+#include "generated/runtime/System.IO.h"
 #include "generated/runtime/Zelmor.Imaging.Extensions.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/files.h"
@@ -10,12 +11,12 @@ namespace zelmor::embed {
 
 namespace {
 
-enum class FileMode : int32_t { kCreateNew = 1, kCreate, kOpen, kOpenOrCreate, kTruncate, kAppend };
+using FileMode = api::System::IO::FileMode;
 
 Ref<ManagedStream> memory_stream() {
     return make_memory_stream();
 }
-// What a stream has room for is not its length.
+// The capacity of a stream is not its length: a new stream is empty.
 Ref<ManagedStream> memory_stream_with_size(int32_t capacity) {
     if (capacity < 0) {
         throw_out_of_range("capacity", "The value " + std::to_string(capacity) + " is negative.");

@@ -1,42 +1,48 @@
-// What the fields of published structures have in a new one: their own sizes, versions and signatures.
+// Values of the fields of new published structures: sizes, versions and signatures.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Pdf.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.Objects.h"
 #include "runtime/native/core/defaults.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kJfif = "Zelmor.Imaging.FileFormats.Jpeg.JFIFData";
-constexpr const char* kPdf = "Zelmor.Imaging.FileFormats.Pdf.PdfCoreOptions";
-constexpr const char* kEmfHeader = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfHeaderObject";
-constexpr const char* kEps = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfEpsData";
-constexpr const char* kPalette = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfLogPalette";
-constexpr const char* kPixelFormat = "Zelmor.Imaging.FileFormats.Emf.Emf.Objects.EmfPixelFormatDescriptor";
-constexpr const char* kPlusVersion = "Zelmor.Imaging.FileFormats.Emf.EmfPlus.Objects.EmfPlusGraphicsVersion";
-constexpr const char* kCoreHeader = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfBitmapCoreHeader";
-constexpr const char* kInfoHeader = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfBitmapInfoHeader";
-constexpr const char* kColorSpace = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfLogColorSpace";
-constexpr const char* kColorSpaceW = "Zelmor.Imaging.FileFormats.Wmf.Objects.WmfLogColorSpaceW";
+using EmfEpsData = api::FileFormats::Emf::Emf::Objects::EmfEpsData;
+using EmfHeaderObject = api::FileFormats::Emf::Emf::Objects::EmfHeaderObject;
+using EmfLogPalette = api::FileFormats::Emf::Emf::Objects::EmfLogPalette;
+using EmfPixelFormatDescriptor = api::FileFormats::Emf::Emf::Objects::EmfPixelFormatDescriptor;
+using EmfPlusGraphicsVersion = api::FileFormats::Emf::EmfPlus::Objects::EmfPlusGraphicsVersion;
+using JFIFData = api::FileFormats::Jpeg::JFIFData;
+using PdfCoreOptions = api::FileFormats::Pdf::PdfCoreOptions;
+using WmfBitmapBaseHeader = api::FileFormats::Wmf::Objects::WmfBitmapBaseHeader;
+using WmfBitmapCoreHeader = api::FileFormats::Wmf::Objects::WmfBitmapCoreHeader;
+using WmfBitmapInfoHeader = api::FileFormats::Wmf::Objects::WmfBitmapInfoHeader;
+using WmfLogColorSpace = api::FileFormats::Wmf::Objects::WmfLogColorSpace;
+using WmfLogColorSpaceW = api::FileFormats::Wmf::Objects::WmfLogColorSpaceW;
 
 constexpr int kColorSpaceSignature = 0x50534F43;  // "PSOC"
 constexpr int kColorSpaceVersion = 0x400;
 
 constexpr DefaultValue kDefaults[] = {
-    {kJfif, "Version", 0x102},
-    {kPdf, "JpegQuality", 75},
-    {kEmfHeader, "Version", 0x10000},
-    {kEps, "Version", 1},
-    {kPalette, "Version", 0x300},
-    {kPixelFormat, "NSize", 40},
-    {kPixelFormat, "NVersion", 1},
-    {kPlusVersion, "MetafileSignature", 0xDBC01},
-    {kCoreHeader, "HeaderSize", 12},
-    {kCoreHeader, "Planes", 1},
-    {kInfoHeader, "HeaderSize", 40},
-    {kInfoHeader, "Planes", 1},
-    {kColorSpace, "Signature", kColorSpaceSignature},
-    {kColorSpace, "Version", kColorSpaceVersion},
-    {kColorSpaceW, "Signature", kColorSpaceSignature},
-    {kColorSpaceW, "Version", kColorSpaceVersion},
+    {JFIFData::property_Version, 0x102},
+    {PdfCoreOptions::property_JpegQuality, 75},
+    {EmfHeaderObject::property_Version, 0x10000},
+    {EmfEpsData::property_Version, 1},
+    {EmfLogPalette::property_Version, 0x300},
+    {EmfPixelFormatDescriptor::property_NSize, 40},
+    {EmfPixelFormatDescriptor::property_NVersion, 1},
+    {EmfPlusGraphicsVersion::property_MetafileSignature, 0xDBC01},
+    {WmfBitmapCoreHeader::kType, WmfBitmapBaseHeader::property_HeaderSize, 12},
+    {WmfBitmapCoreHeader::kType, WmfBitmapBaseHeader::property_Planes, 1},
+    {WmfBitmapInfoHeader::kType, WmfBitmapBaseHeader::property_HeaderSize, 40},
+    {WmfBitmapInfoHeader::kType, WmfBitmapBaseHeader::property_Planes, 1},
+    {WmfLogColorSpace::property_Signature, kColorSpaceSignature},
+    {WmfLogColorSpace::property_Version, kColorSpaceVersion},
+    {WmfLogColorSpaceW::property_Signature, kColorSpaceSignature},
+    {WmfLogColorSpaceW::property_Version, kColorSpaceVersion},
 };
 const DefaultTable table(kDefaults);
 

@@ -1,6 +1,7 @@
-// Vector images: what they tell of themselves, and the records of metafiles.
+// Vector images: their size and format, and the records of metafiles.
 #include "runtime/native/behaviors/formats/vector_image.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
@@ -16,27 +17,27 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kVector = "Zelmor.Imaging.VectorImage";
-constexpr const char* kMeta = "Zelmor.Imaging.FileFormats.Emf.MetaImage";
-constexpr const char* kEmf = "Zelmor.Imaging.FileFormats.Emf.EmfImage";
-constexpr const char* kWmf = "Zelmor.Imaging.FileFormats.Wmf.WmfImage";
-constexpr const char* kSvg = "Zelmor.Imaging.FileFormats.Svg.SvgImage";
-constexpr const char* kCmxPage = "Zelmor.Imaging.FileFormats.Cmx.CmxImagePage";
+constexpr const char* kVector = api::VectorImage::kType.name;
+constexpr const char* kMeta = api::FileFormats::Emf::MetaImage::kType.name;
+constexpr const char* kEmf = api::FileFormats::Emf::EmfImage::kType.name;
+constexpr const char* kWmf = api::FileFormats::Wmf::WmfImage::kType.name;
+constexpr const char* kSvg = api::FileFormats::Svg::SvgImage::kType.name;
+constexpr const char* kCmxPage = api::FileFormats::Cmx::CmxImagePage::kType.name;
 
-// What a vector image is rendered with.
+// Bits of a pixel of a rendered image.
 constexpr int32_t kRenderedBits = 32;
-// Units to the inch in a WMF file where nobody says otherwise.
+// The default of units per inch in a WMF file.
 constexpr int64_t kUsualInch = 96;
 
 struct FormatOfClass {
     const char* type;
-    uint64_t format;  // a FileFormat
+    api::FileFormat format;
 };
 constexpr FormatOfClass kFormats[] = {
-    {kEmf, 0x1000},
-    {kWmf, 0x8000},
-    {kSvg, 0x4000},
-    {kCmxPage, 0x100000},
+    {kEmf, api::FileFormat::kEmf},
+    {kWmf, api::FileFormat::kWmf},
+    {kSvg, api::FileFormat::kSvg},
+    {kCmxPage, api::FileFormat::kCmx},
 };
 
 SizeFValue get_size_f(VectorImageObject& self) {
@@ -75,7 +76,7 @@ Ref<VectorImageObject> svg(int32_t width, int32_t height) {
     return make_vector_image(kSvg, width, height);
 }
 Ref<VectorImageObject> svg_with_options(Record* svg_options, int32_t width, int32_t height) {
-    if (!svg_options) {
+    if (svg_options == nullptr) {
         throw_argument_null("svg_options");
     }
     return svg(width, height);
@@ -83,7 +84,7 @@ Ref<VectorImageObject> svg_with_options(Record* svg_options, int32_t width, int3
 
 // The page of the document tree is as large as the image that shows it.
 Ref<VectorImageObject> cmx_page(Record* page) {
-    if (!page) {
+    if (page == nullptr) {
         throw_argument_null("cmx_page");
     }
     auto image = make_ref<VectorImageObject>(require_type(kCmxPage));
@@ -104,10 +105,10 @@ Ref<ManagedList> records_of(VectorImageObject& image) {
 // The index at which the record stands.
 int32_t add_record(VectorImageObject& self, ManagedObject* record) {
     self.require_live();
-    if (!record) {
+    if (record == nullptr) {
         throw_argument_null("record");
     }
-    // A list around a Python list runs Python code, which may give the image another one meanwhile.
+    // A list that wraps a Python list runs Python code, which may replace the list of the image.
     const Ref<ManagedList> records = records_of(self);
     records->append(Ref<ManagedObject>(record));
     return static_cast<int32_t>(records->size() - 1);
@@ -120,10 +121,11 @@ RectangleValue frame_bounds(VectorImageObject& self) {
 Ref<ManagedObject> make(const TypeInfo& type) {
     auto image = make_ref<VectorImageObject>(type);
     if (is_assignable(require_type(kMeta), type)) {
-        set_property(*image, "Records", make_instance("Zelmor.Imaging.FileFormats.Emf.MetaObjectList"));
+        set_property(*image, "Records", make_instance(api::FileFormats::Emf::MetaObjectList::kType.name));
     }
     if (std::string_view(type.full_name) == kEmf) {
-        set_property(*image, "Header", make_instance("Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfMetafileHeader"));
+        set_property(*image, "Header",
+                     make_instance(api::FileFormats::Emf::Emf::Records::EmfMetafileHeader::kType.name));
     }
     if (std::string_view(type.full_name) == kWmf) {
         set_property(*image, "Inch", kUsualInch);

@@ -3,13 +3,15 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_FORMATS_VECTOR_IMAGE_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_FORMATS_VECTOR_IMAGE_H
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
 
 namespace zelmor::embed {
 
 class VectorImageObject final : public ImageBase {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.VectorImage";
+    static constexpr const char* kManagedName = api::VectorImage::kType.name;
     explicit VectorImageObject(const TypeInfo& type) : ImageBase(type) {}
 
     SizeFValue size_f() const;

@@ -21,7 +21,7 @@
 
 namespace zelmor::embed {
 
-// What an image's file had. The bytes go away when the property that shows them was set.
+// The metadata of an image's file. The bytes are no longer used once the property that shows them was set.
 struct ImageMetadata {
     FileMetadata found;
     Ref<ExifObject> of_tiff;
@@ -31,20 +31,25 @@ struct ImageMetadata {
 
 namespace {
 
+using Tag = api::FileFormats::Tiff::Enums::TiffTags;
+using Compression = api::FileFormats::Tiff::Enums::TiffCompressions;
+using ResolutionUnit = api::FileFormats::Tiff::Enums::TiffResolutionUnits;
+using ExifTag = api::Exif::ExifProperties;
+
 std::span<const std::byte> as_bytes_of(std::span<const uint8_t> file) {
     return std::as_bytes(file);
 }
 
 ImageMetadata* metadata_of(Record& image) {
     auto* object = dynamic_cast<ImageObject*>(&image);
-    return object ? object->metadata.get() : nullptr;
+    return object != nullptr ? object->metadata.get() : nullptr;
 }
 
 Ref<ManagedObject> get_xmp(Record& self) {
     self.require_live();
     ImageMetadata* metadata = metadata_of(self);
     const auto known = property_object(self, "XmpData");
-    if (known || !metadata || metadata->xmp_replaced || metadata->found.xmp.empty()) {
+    if (known || metadata == nullptr || metadata->xmp_replaced || metadata->found.xmp.empty()) {
         return known;
     }
     Ref<ManagedObject> read = read_xmp_packet(metadata->found.xmp);
@@ -61,13 +66,13 @@ void set_xmp(Record& self, XmpPacketObject* value) {
     set_property(self, "XmpData", Ref<ManagedObject>(value));
 }
 
-// The bytes are kept beside the object: where nothing of it was changed, the next file gets just these.
+// The bytes are kept beside the object: if the object was not changed, they are written to the next file as they are.
 template <bool kOfJpeg>
 Ref<ManagedObject> get_exif(Record& self) {
     self.require_live();
     ImageMetadata* metadata = metadata_of(self);
     const auto known = property_object(self, "ExifData");
-    if (known || !metadata || metadata->exif_replaced) {
+    if (known || metadata == nullptr || metadata->exif_replaced) {
         return known;
     }
     Ref<ManagedObject> read = metadata->of_tiff;
@@ -102,18 +107,18 @@ Ref<ManagedObject> get_thumbnail(ExifObject& self) {
 void set_thumbnail(ExifObject& self, ImageObject* value) {
     self.thumbnail.clear();
     self.thumbnail_tags.clear();
-    if (value) {
-        constexpr int64_t kJpegCompression = 6;
+    if (value != nullptr) {
         const auto file = value->picture().encode(imagework::default_encoding(imagework::Format::kJpeg));
         const auto bytes = as_bytes_of({file.data.get(), file.size});
         self.thumbnail.assign(bytes.begin(), bytes.end());
-        self.thumbnail_tags.push_back(make_tag(TiffType::kShort, 259, kJpegCompression));
+        self.thumbnail_tags.push_back(
+            make_tag(TiffType::kShort, number_of(Tag::kCompression), static_cast<int64_t>(Compression::kOjpeg)));
     }
     set_property(self, "Thumbnail", Ref<ManagedObject>(value));
 }
 
 Ref<ManagedObject> property_if_any(const Record* object, const char* name) {
-    return object && has_property(*object, name) ? property_object(*object, name) : nullptr;
+    return object != nullptr && has_property(*object, name) ? property_object(*object, name) : nullptr;
 }
 
 Bytes bytes_of_text(const std::string& text) {
@@ -121,7 +126,7 @@ Bytes bytes_of_text(const std::string& text) {
     return {data, data + text.size()};
 }
 
-// What EXIF repeats of the picture that was written.
+// The facts of a written picture that EXIF data repeat.
 struct Written {
     int64_t width;
     int64_t height;
@@ -141,24 +146,27 @@ Written written(std::span<const uint8_t> file, const Record& image, const Record
     return result;
 }
 
-// Brings size and resolution in step with the file; true where something had to be changed.
+// Updates size and resolution from the file; true if something had to be changed.
 bool bring_in_step(ExifObject& exif, const Written& picture) {
     bool changed = false;
-    const auto put_size = [&](uint16_t id, int64_t size) {
+    const auto put_size = [&](ExifTag property, int64_t size) {
+        const uint16_t id = number_of(property);
         const TagObject* tag = exif.find(ExifDirectory::kExif, id);
-        if (!tag || size <= 0 || tag_integer(*tag) == size) {
+        if (tag == nullptr || size <= 0 || tag_integer(*tag) == size) {
             return;
         }
         exif.put(ExifDirectory::kExif, make_tag(TiffType::kLong, id, size));
         changed = true;
     };
-    put_size(40962, picture.width);
-    put_size(40963, picture.height);
-    const TagObject* unit = exif.find(ExifDirectory::kCommon, 296);
-    const double per_inch = unit && tag_integer(*unit) == 3 ? 2.54 : 1.0;
-    const auto put_resolution = [&](uint16_t id, double dpi) {
+    put_size(ExifTag::kPixelXDimension, picture.width);
+    put_size(ExifTag::kPixelYDimension, picture.height);
+    const TagObject* unit = exif.find(ExifDirectory::kCommon, number_of(Tag::kResolutionUnit));
+    const bool metric = unit != nullptr && tag_integer(*unit) == static_cast<int64_t>(ResolutionUnit::kCentimeter);
+    const double per_inch = metric ? 2.54 : 1.0;
+    const auto put_resolution = [&](Tag resolution, double dpi) {
+        const uint16_t id = number_of(resolution);
         const TagObject* tag = exif.find(ExifDirectory::kCommon, id);
-        const auto values = tag ? tag->values() : nullptr;
+        const auto values = tag != nullptr ? tag->values() : nullptr;
         if (!values || values->size() == 0 || tag->data_type() != TiffType::kRational) {
             return;
         }
@@ -171,62 +179,33 @@ bool bring_in_step(ExifObject& exif, const Written& picture) {
                  make_tag(TiffType::kRational, id, approximate_rational(dpi / per_inch, kRationalEpsilon, false)));
         changed = true;
     };
-    put_resolution(282, picture.resolution.horizontal);
-    put_resolution(283, picture.resolution.vertical);
+    put_resolution(Tag::kXresolution, picture.resolution.horizontal);
+    put_resolution(Tag::kYresolution, picture.resolution.vertical);
     return changed;
 }
 
-// Tags that say how the pixels are stored belong to whoever stored them.
+// Tags that describe how the pixels are stored are left to the encoder of the file.
 bool is_of_pixels(uint16_t id) {
-    constexpr uint16_t kIds[] = {254,
-                                 255,
-                                 256,
-                                 257,
-                                 258,
-                                 259,
-                                 262,
-                                 263,
-                                 264,
-                                 265,
-                                 266,
-                                 273,
-                                 277,
-                                 278,
-                                 279,
-                                 280,
-                                 281,
-                                 282,
-                                 283,
-                                 284,
-                                 292,
-                                 293,
-                                 296,
-                                 301,
-                                 317,
-                                 318,
-                                 319,
-                                 320,
-                                 321,
-                                 322,
-                                 323,
-                                 324,
-                                 325,
-                                 330,
-                                 332,
-                                 334,
-                                 338,
-                                 339,
-                                 340,
-                                 341,
-                                 347,
-                                 529,
-                                 530,
-                                 531,
-                                 532,
-                                 exif_tags::kExifPointer,
-                                 exif_tags::kGpsPointer,
-                                 34675};
-    return (id >= 512 && id <= 521) || std::find(std::begin(kIds), std::end(kIds), id) != std::end(kIds);
+    constexpr Tag kTags[] = {Tag::kSubFileType,      Tag::kOsubfileType,     Tag::kImageWidth,
+                             Tag::kImageLength,      Tag::kBitsPerSample,    Tag::kCompression,
+                             Tag::kPhotometric,      Tag::kThresholding,     Tag::kCellWidth,
+                             Tag::kCellLength,       Tag::kFillOrder,        Tag::kStripOffsets,
+                             Tag::kSamplesPerPixel,  Tag::kRowsPerStrip,     Tag::kStripByteCounts,
+                             Tag::kMinSampleValue,   Tag::kMaxSampleValue,   Tag::kXresolution,
+                             Tag::kYresolution,      Tag::kPlanarConfig,     Tag::kT4Options,
+                             Tag::kT6Options,        Tag::kResolutionUnit,   Tag::kTransferFunction,
+                             Tag::kPredictor,        Tag::kWhitePoint,       Tag::kPrimaryChromaticities,
+                             Tag::kColorMap,         Tag::kHalftoneHints,    Tag::kTileWidth,
+                             Tag::kTileLength,       Tag::kTileOffsets,      Tag::kTileByteCounts,
+                             Tag::kSubIfd,           Tag::kInkSet,           Tag::kNumberOfInks,
+                             Tag::kExtraSamples,     Tag::kSampleFormat,     Tag::kSminSampleValue,
+                             Tag::kSmaxSampleValue,  Tag::kJpegTables,       Tag::kYcbcrCoefficients,
+                             Tag::kYcbcrSubSampling, Tag::kYcbcrPositioning, Tag::kReferenceBlackWhite,
+                             Tag::kExifIfdPointer,   Tag::kIccProfile};
+    const auto tag = static_cast<Tag>(id);
+    const bool of_jpeg = tag >= Tag::kJpegProc && tag <= Tag::kJpegACtables;
+    return of_jpeg || id == exif_tags::kGpsPointer ||
+           std::find(std::begin(kTags), std::end(kTags), tag) != std::end(kTags);
 }
 
 void add_free_tags(TagList& to, const TagList& tags) {
@@ -255,14 +234,14 @@ ExifToWrite exif_to_write(const Record& image, const ImageMetadata* metadata, co
     ExifToWrite result;
     const auto wanted = property_if_any(options, "ExifData");
     const auto own = property_if_any(&image, "ExifData");
-    const bool as_read = metadata && !metadata->exif_replaced;
+    const bool as_read = metadata != nullptr && !metadata->exif_replaced;
     if (wanted || own) {
         result.object = own_copy(cast_object<ExifObject>(wanted ? *wanted : *own));
     } else if (as_read && !metadata->found.exif.empty()) {
         try {
             result.object = read_exif(metadata->found.exif, true);
         } catch (const ManagedException& error) {
-            // Nothing that can be read, and so nothing that could be wrong now: it stays as it is.
+            // Unreadable data are written again unchanged.
             if (error.name() != "FormatException") {
                 throw;
             }
@@ -273,12 +252,12 @@ ExifToWrite exif_to_write(const Record& image, const ImageMetadata* metadata, co
     } else if (as_read && metadata->of_tiff) {
         result.object = own_copy(*metadata->of_tiff);
     }
-    result.decided = result.object || (metadata && metadata->exif_replaced);
+    result.decided = result.object || (metadata != nullptr && metadata->exif_replaced);
     if (!result.object) {
         return result;
     }
 
-    // Bytes that hold the same go on as they are: a maker's note may know where in them it stands.
+    // Unchanged data are written as the same bytes: a maker's note may contain offsets into them.
     if (!wanted && as_read && !metadata->found.exif.empty()) {
         const Ref<ExifObject> before = read_exif(metadata->found.exif, true);
         if (write_exif(*before) == write_exif(*result.object)) {
@@ -291,8 +270,6 @@ ExifToWrite exif_to_write(const Record& image, const ImageMetadata* metadata, co
     return result;
 }
 
-constexpr const char* kJpeg = "Zelmor.Imaging.FileFormats.Jpeg.JpegImage";
-constexpr const char* kTiff = "Zelmor.Imaging.FileFormats.Tiff.TiffImage";
 using JpegExifDataApi = api::Exif::JpegExifData;
 using JpegImageApi = api::FileFormats::Jpeg::JpegImage;
 using RasterImageApi = api::RasterImage;
@@ -322,7 +299,7 @@ std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file) {
                 metadata.of_tiff = std::move(exif);
             }
         } catch (const ManagedException& error) {
-            // A file that is cut off has none to show; what else is wrong with it, its decoder says.
+            // A truncated file has no tags. The decoder reports other damage.
             if (error.name() != "FormatException" && error.name() != "EndOfStreamException") {
                 throw;
             }
@@ -336,7 +313,7 @@ std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file) {
 
 void prepare_options(const Record* options) {
     auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
-    if (tiff) {
+    if (tiff != nullptr) {
         tiff->synchronize();
     }
 }
@@ -355,9 +332,9 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, const Rec
     const auto own = property_if_any(&image, "XmpData");
     if (wanted || own) {
         write.xmp = bytes_of_text(cast_object<XmpPacketObject>(wanted ? *wanted : *own).text());
-    } else if (metadata && !metadata->xmp_replaced) {
+    } else if (metadata != nullptr && !metadata->xmp_replaced) {
         write.xmp = metadata->found.xmp;
-    } else if (!metadata) {
+    } else if (metadata == nullptr) {
         write.xmp = there.xmp;
     }
     ExifToWrite exif = exif_to_write(image, metadata, options, written(file, image, options));
@@ -365,7 +342,7 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, const Rec
     if (format == MetadataFormat::kTiff) {
         write.exif.clear();
         auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
-        if (tiff) {
+        if (tiff != nullptr) {
             add_free_tags(write.tags, tiff->tags());
         }
         if (exif.object) {

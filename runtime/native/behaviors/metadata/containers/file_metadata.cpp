@@ -1,4 +1,4 @@
-// The way to the container of each format; see file_metadata.h.
+// Calls the code for the format of a file; see file_metadata.h.
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"

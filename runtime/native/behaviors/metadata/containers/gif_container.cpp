@@ -1,5 +1,5 @@
-// XMP in an application extension of GIF: the packet stands there as it is, not in blocks, and a row of bytes behind it
-// leads every reader that takes it for blocks to the end.
+// XMP in an application extension of GIF. The packet is stored unchanged and not in blocks; the bytes after it are
+// chosen so that a reader that takes it for blocks arrives at the end of the extension.
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"
 
 namespace zelmor::embed {
@@ -20,7 +20,7 @@ size_t first_block(std::span<const std::byte> file) {
     return std::min(file.size(), kHeader + colors);
 }
 
-// The end of the data blocks that begin there.
+// The end of the data blocks that begin at an offset.
 size_t end_of_blocks(std::span<const std::byte> file, size_t at) {
     while (at < file.size() && file[at] != std::byte{0}) {
         at += 1 + std::to_integer<size_t>(file[at]);
@@ -34,7 +34,7 @@ struct Extension {
     std::span<const std::byte> packet;
 };
 
-// The extension with the packet; its start is its end where there is none.
+// The extension with the packet; an empty range if the file has none.
 Extension find_extension(std::span<const std::byte> file) {
     const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
     for (size_t at = first_block(file); at < file.size();) {

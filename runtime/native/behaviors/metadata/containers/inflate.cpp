@@ -24,14 +24,14 @@ Uncompress load_uncompress() {
     }
     const char* reason = dlerror();
     throw ManagedException("DllNotFoundException", std::string("The library libz.so.1 cannot be loaded: ") +
-                                                       (reason ? reason : "no reason was given") + ".");
+                                                       (reason != nullptr ? reason : "no reason was given") + ".");
 }
 
 }  // namespace
 
 Bytes inflated(std::span<const std::byte> compressed) {
     static const Uncompress unpack = load_uncompress();
-    // How much it becomes is written nowhere: the room grows until it is enough.
+    // The size of the result is not stored: the buffer grows until it is large enough.
     for (size_t room = std::max<size_t>(4096, compressed.size() * 4); room <= kMost; room *= 4) {
         Bytes out(room);
         uLongf size = room;

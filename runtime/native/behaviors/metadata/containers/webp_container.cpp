@@ -38,7 +38,7 @@ void put_chunk(Bytes& out, std::string_view type, std::span<const std::byte> dat
     }
 }
 
-// The header of extensions: flags, three bytes of nothing, width and height less one.
+// The header of extensions: flags, three reserved bytes, width and height less one.
 Bytes extension_header(uint8_t flags, uint64_t width, uint64_t height) {
     Bytes header{static_cast<std::byte>(flags), {}, {}, {}};
     put_number(header, width - 1, 3, false);

@@ -46,8 +46,8 @@ bool any_tag(uint16_t) {
     return true;
 }
 
-// A tag that lies outside of the data, or has a type that nobody knows, is left out: the others are still good. So is
-// one that nobody wants, whose values may be many.
+// A tag whose values lie outside of the data, or whose type is unknown, is left out: the others are still valid. So is
+// a tag that the caller does not want, because it may have many values.
 Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wanted)(uint16_t) = any_tag) {
     Directory directory;
     const bool big = reader.big_tiff();
@@ -103,7 +103,8 @@ void read_below(TiffReaderObject& reader, ExifObject& exif, uint64_t exif_at, ui
     exif.tags(ExifDirectory::kGps) = read_directory(reader, gps_at).tags;
 }
 
-// Of a TIFF image's own directory the texts and what lies below: how the pixels are stored is the writer's to say.
+// The tags that EXIF takes from a TIFF image's own directory: texts and other directories. The tags that describe the
+// stored pixels are left to the program that writes the file.
 bool is_of_description(uint16_t id) {
     constexpr uint16_t kIds[] = {270, 271, 272, 305, 306, 315, 33432, kExifPointer, kGpsPointer};
     return std::find(std::begin(kIds), std::end(kIds), id) != std::end(kIds);
@@ -294,7 +295,7 @@ Bytes find_tiff_xmp(std::span<const std::byte> file) {
             return found.tags.front()->encoded(false);
         }
     } catch (const ManagedException& error) {
-        // A file that is cut off has no packet to show; what else is wrong with it, its decoder says.
+        // A truncated file has no packet. The decoder reports other damage.
         if (error.name() != "FormatException" && error.name() != "EndOfStreamException") {
             throw;
         }

@@ -1,6 +1,7 @@
 // The tags of EXIF data and the members that work on them; see exif_data.h.
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "generated/runtime/Zelmor.Imaging.Exif.h"
+#include "runtime/native/behaviors/metadata/tiff/tag_lists.h"
 
 #include <algorithm>
 
@@ -14,20 +15,23 @@ namespace {
 constexpr const char* kExif = ExifObject::kManagedName;
 constexpr int32_t kMaxSegmentSize = 65535;
 
-// Numbers below those of any image are the GPS directory's; the two others share a range, from which EXIF 2.3 names
-// all that stand in its own.
+// Numbers below those of image tags belong to the GPS directory. The two other directories share a range; EXIF 2.3
+// lists the numbers of its own directory.
 ExifDirectory directory_of(uint16_t id) {
-    constexpr uint16_t kFirstOfImages = 254;
-    constexpr uint16_t kFirstOfExif = 33434;  // ExposureTime
-    constexpr uint16_t kFirstOfTitles = 40091, kLastOfTitles = 40095;
+    using Tag = api::FileFormats::Tiff::Enums::TiffTags;
+    constexpr uint16_t kFirstOfImages = number_of(Tag::kSubFileType);
+    constexpr uint16_t kFirstOfExif = number_of(api::Exif::ExifProperties::kExposureTime);
+    constexpr uint16_t kFirstOfTitles = number_of(Tag::kXpTitle), kLastOfTitles = number_of(Tag::kXpSubject);
     if (id < kFirstOfImages) {
         return ExifDirectory::kGps;
     }
     if (id < kFirstOfExif || (id >= kFirstOfTitles && id <= kLastOfTitles)) {
         return ExifDirectory::kCommon;
     }
-    // Numbers of other uses of TIFF between those of EXIF.
-    constexpr uint16_t kOthers[] = {33550, 33723, 33922, 34264, 34377, 34675, 34735, 34736, 34737, 50341};
+    // Numbers within that range that other extensions of TIFF use.
+    constexpr uint16_t kOthers[] = {
+        33550, 33723, 33922, 34264, number_of(Tag::kPhotoshopResources), number_of(Tag::kIccProfile),
+        34735, 34736, 34737, 50341};
     const bool other = std::find(std::begin(kOthers), std::end(kOthers), id) != std::end(kOthers);
     return other || id > 50000 ? ExifDirectory::kCommon : ExifDirectory::kExif;
 }
@@ -53,9 +57,10 @@ Ref<ManagedObject> of_directories(const VariantArg* common_tags, const VariantAr
     return exif;
 }
 
-void remove_property(ExifObject& self, int32_t tag) {
-    if (tag >= 0 && tag <= UINT16_MAX) {
-        self.remove(static_cast<uint16_t>(tag));
+void remove_property(ExifObject& self, api::Exif::ExifProperties tag) {
+    const auto id = static_cast<int32_t>(tag);
+    if (id >= 0 && id <= UINT16_MAX) {
+        self.remove(static_cast<uint16_t>(id));
     }
 }
 void remove_id(ExifObject& self, uint16_t tag_id) {
@@ -87,7 +92,7 @@ void set_properties(ExifObject& self, const VariantArg* value) {
     self.distribute(tags);
 }
 
-// The note as it stands: what is in it is each maker's own affair.
+// The note unchanged: each maker has a form of its own for it.
 Collection maker_note_data(ExifObject& self) {
     TagList notes;
     for (const auto& tag : self.tags(ExifDirectory::kExif)) {
@@ -102,7 +107,7 @@ Collection maker_notes(ExifObject& self) {
         throw_not_supported("ExifData.MakerNotes of a maker's own form (MakerNoteRawData has the bytes)");
     }
     return {Ref<ManagedObject>(make_ref<ValueList>(
-        ListShape::kArray, element_of(Wire::kClass, "Zelmor.Imaging.Exif.MakerNote"), std::vector<Value>()))};
+        ListShape::kArray, element_of(Wire::kClass, api::Exif::MakerNote::kType.name), std::vector<Value>()))};
 }
 
 Bytes serialize(ExifObject& self) {

@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.Exif.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_tags.h"
 #include "runtime/native/core/records.h"
 
@@ -20,8 +21,8 @@ using TagList = std::vector<Ref<TagObject>>;
 
 class ExifObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Exif.ExifData";
-    static constexpr const char* kJpegName = "Zelmor.Imaging.Exif.JpegExifData";
+    static constexpr const char* kManagedName = api::Exif::ExifData::kType.name;
+    static constexpr const char* kJpegName = api::Exif::JpegExifData::kType.name;
     explicit ExifObject(const TypeInfo& type) : Record(type) {}
 
     TagList& tags(ExifDirectory directory) { return m_directories[static_cast<size_t>(directory)]; }
@@ -70,12 +71,13 @@ constexpr std::string_view kExifMark{"Exif\0\0", 6};
 TagList sorted_tags(TagList tags);
 
 namespace exif_tags {
-constexpr uint16_t kThumbnailOffset = 513;
-constexpr uint16_t kThumbnailLength = 514;
-constexpr uint16_t kExifPointer = 34665;
-constexpr uint16_t kGpsPointer = 34853;
-constexpr uint16_t kInteroperabilityPointer = 40965;
-constexpr uint16_t kMakerNote = 37500;
+using Tag = api::Exif::ExifProperties;
+constexpr uint16_t kThumbnailOffset = number_of(Tag::kJpegInterchangeFormat);
+constexpr uint16_t kThumbnailLength = number_of(Tag::kJpegInterchangeFormatLength);
+constexpr uint16_t kExifPointer = number_of(Tag::kExifIfdPointer);
+constexpr uint16_t kGpsPointer = number_of(Tag::kGpsIfdPointer);
+constexpr uint16_t kInteroperabilityPointer = 40965;  // of no enumeration
+constexpr uint16_t kMakerNote = number_of(Tag::kMakerNote);
 }  // namespace exif_tags
 
 }  // namespace zelmor::embed

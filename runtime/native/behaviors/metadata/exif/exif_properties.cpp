@@ -43,30 +43,30 @@ constexpr ExifDirectory kOfExif = ExifDirectory::kExif;
 constexpr ExifDirectory kGps = ExifDirectory::kGps;
 
 constexpr ExifProperty text(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, static_cast<uint16_t>(tag), TiffType::kAscii, Kind::kText};
+    return {property, directory, number_of(tag), TiffType::kAscii, Kind::kText};
 }
 constexpr ExifProperty bytes(const PropertyName& property, ExifDirectory directory, ExifTag tag,
                              TiffType type = TiffType::kUndefined) {
-    return {property, directory, static_cast<uint16_t>(tag), type, Kind::kBytes};
+    return {property, directory, number_of(tag), type, Kind::kBytes};
 }
 constexpr ExifProperty comment(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, static_cast<uint16_t>(tag), TiffType::kUndefined, Kind::kComment};
+    return {property, directory, number_of(tag), TiffType::kUndefined, Kind::kComment};
 }
 constexpr ExifProperty fraction(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, static_cast<uint16_t>(tag), TiffType::kRational, Kind::kRational};
+    return {property, directory, number_of(tag), TiffType::kRational, Kind::kRational};
 }
 constexpr ExifProperty signed_fraction(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, static_cast<uint16_t>(tag), TiffType::kSRational, Kind::kRational};
+    return {property, directory, number_of(tag), TiffType::kSrational, Kind::kRational};
 }
 constexpr ExifProperty fractions(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, static_cast<uint16_t>(tag), TiffType::kRational, Kind::kArray};
+    return {property, directory, number_of(tag), TiffType::kRational, Kind::kArray};
 }
 constexpr ExifProperty shorts(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, static_cast<uint16_t>(tag), TiffType::kShort, Kind::kArray};
+    return {property, directory, number_of(tag), TiffType::kShort, Kind::kArray};
 }
 constexpr ExifProperty number(const PropertyName& property, ExifDirectory directory, ExifTag tag,
                               TiffType type = TiffType::kShort) {
-    return {property, directory, static_cast<uint16_t>(tag), type, Kind::kInteger};
+    return {property, directory, number_of(tag), type, Kind::kInteger};
 }
 
 constexpr ExifProperty kProperties[] = {
@@ -288,7 +288,7 @@ void set_number(const ExifProperty& row, ExifObject& self, int32_t value) {
         type = TiffType::kLong;
     }
     if (value < 0) {
-        type = TiffType::kSLong;
+        type = TiffType::kSlong;
     }
     if (type == TiffType::kUndefined) {
         self.put(row.directory, make_tag(type, row.id, Bytes{static_cast<std::byte>(value)}));

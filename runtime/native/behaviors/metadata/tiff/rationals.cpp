@@ -140,7 +140,7 @@ Ref<ManagedObject> approximate_rational(double value, double epsilon, bool is_si
     if (!(epsilon > 0)) {
         throw_out_of_range("epsilon", "A difference to stay within is greater than zero.");
     }
-    // Continued fractions: each step comes nearer, with the smallest denominators that can.
+    // Continued fractions: each step is the best approximation among fractions with no larger denominator.
     const int64_t most = is_signed ? INT32_MAX : int64_t{UINT32_MAX};
     const double size = std::abs(value);
     if (std::floor(size) > static_cast<double>(most)) {

@@ -4,14 +4,15 @@
 
 #include <cstdint>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "runtime/native/core/object.h"
 
 namespace zelmor::embed {
 
 class RationalObject final : public ManagedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.TiffRational";
-    static constexpr const char* kSignedName = "Zelmor.Imaging.FileFormats.Tiff.TiffSRational";
+    static constexpr const char* kManagedName = api::FileFormats::Tiff::TiffRational::kType.name;
+    static constexpr const char* kSignedName = api::FileFormats::Tiff::TiffSRational::kType.name;
     RationalObject(const TypeInfo& type, int64_t nominator, int64_t denominator)
         : ManagedObject(type), m_nominator(nominator), m_denominator(denominator) {}
 

@@ -1,6 +1,7 @@
 // A tag's value as the type that a property has; see tag_values.h.
 #include "runtime/native/behaviors/metadata/tiff/tag_values.h"
 
+#include "generated/runtime/System.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -13,7 +14,7 @@ const ManagedList* list_in(const Value& value) {
 }
 
 [[noreturn]] void refuse(const Value& value, const std::string& wanted) {
-    std::string found = "System.Object";
+    std::string found = api::System::Object::kType.name;
     if (const auto* list = list_in(value)) {
         found = std::string(list->element().name) + "[]";
     }
@@ -33,7 +34,7 @@ std::optional<std::u16string> text_of_tag(const Value& value) {
         return std::nullopt;
     }
     const auto* text = std::get_if<std::u16string>(&value);
-    if (!text) {
+    if (text == nullptr) {
         refuse(value, "System.String");
     }
     return *text;
@@ -44,7 +45,7 @@ std::optional<Bytes> bytes_of_tag(const Value& value) {
         return std::nullopt;
     }
     const auto* bytes = std::get_if<Bytes>(&value);
-    if (!bytes) {
+    if (bytes == nullptr) {
         refuse(value, "System.Byte[]");
     }
     return *bytes;
@@ -55,7 +56,7 @@ Ref<ManagedList> array_of_tag(const Value& value, const ElementType& element) {
         return nullptr;
     }
     const auto* list = list_in(value);
-    if (!list) {
+    if (list == nullptr) {
         refuse(value, std::string(element.name) + "[]");
     }
     if (&list->element() == &element) {

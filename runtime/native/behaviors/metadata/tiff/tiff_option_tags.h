@@ -9,6 +9,7 @@
 #include <set>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_tags.h"
 #include "runtime/native/core/records.h"
 
@@ -18,7 +19,7 @@ struct TiffOptionProperty;
 
 class TiffOptionsObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.ImageOptions.TiffOptions";
+    static constexpr const char* kManagedName = api::ImageOptions::TiffOptions::kType.name;
     explicit TiffOptionsObject(const TypeInfo& type);
 
     // The tags that are set, by number.

@@ -3,12 +3,14 @@
 #include <bit>
 #include <cstring>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_streams.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
@@ -28,41 +30,66 @@ Ref<ManagedObject> over_bytes(const TypeInfo& type, std::span<const std::byte> d
 }
 
 Ref<ManagedObject> over_container(const TypeInfo& type, StreamContainerObject* container) {
-    if (!container) {
+    if (container == nullptr) {
         throw_argument_null("stream_container");
     }
     return make_ref<TiffReaderObject>(type, Ref<StreamContainerObject>(container));
 }
 
-// The five readers differ in their class alone.
-constexpr const char* kReaders[] = {
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader",
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffBigEndianStreamReader",
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffReader",
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffReaderBE",
+// The readers have the same constructors under numbers of their own.
+struct Constructor;
+using Kind = Behavior (*)(const EntryName* const& name, const Constructor& row);
+struct Constructor {
+    const EntryName* entry;
+    Kind kind;
+
+    const TypeInfo& made() const { return require_type(entry->type.name); }
 };
-template <size_t kClass>
-const TypeInfo& class_of() {
-    static const TypeInfo& type = require_type(kReaders[kClass]);
-    return type;
+
+Ref<ManagedObject> of_bytes(const Constructor& row, std::span<const std::byte> data) {
+    return over_bytes(row.made(), data, 0, static_cast<int32_t>(data.size()));
 }
-template <size_t kClass>
-Ref<ManagedObject> of_bytes(std::span<const std::byte> data) {
-    return over_bytes(class_of<kClass>(), data, 0, static_cast<int32_t>(data.size()));
-}
-template <size_t kClass>
-Ref<ManagedObject> of_bytes_from(std::span<const std::byte> data, int32_t start_index) {
-    return over_bytes(class_of<kClass>(), data, start_index,
+Ref<ManagedObject> of_bytes_from(const Constructor& row, std::span<const std::byte> data, int32_t start_index) {
+    return over_bytes(row.made(), data, start_index,
                       std::max<int32_t>(0, static_cast<int32_t>(data.size()) - start_index));
 }
-template <size_t kClass>
-Ref<ManagedObject> of_bytes_within(std::span<const std::byte> data, int32_t start_index, int32_t data_length) {
-    return over_bytes(class_of<kClass>(), data, start_index, data_length);
+Ref<ManagedObject> of_bytes_within(const Constructor& row, std::span<const std::byte> data, int32_t start_index,
+                                   int32_t data_length) {
+    return over_bytes(row.made(), data, start_index, data_length);
 }
-template <size_t kClass>
-Ref<ManagedObject> of_container(StreamContainerObject* stream_container) {
-    return over_container(class_of<kClass>(), stream_container);
+Ref<ManagedObject> of_container(const Constructor& row, StreamContainerObject* stream_container) {
+    return over_container(row.made(), stream_container);
 }
+
+constexpr Kind kBytes = &row_behavior<&of_bytes>;
+constexpr Kind kBytesFrom = &row_behavior<&of_bytes_from>;
+constexpr Kind kBytesWithin = &row_behavior<&of_bytes_within>;
+constexpr Kind kContainer = &row_behavior<&of_container>;
+
+namespace management = api::FileFormats::Tiff::FileManagement;
+using Reader = management::TiffStreamReader;
+using ReaderBE = management::TiffBigEndianStreamReader;
+using BigReader = management::BigTiff::BigTiffReader;
+using BigReaderBE = management::BigTiff::BigTiffReaderBE;
+
+constexpr Constructor kConstructors[] = {
+    {&Reader::ctor_000_TiffStreamReader, kBytes},
+    {&Reader::ctor_001_TiffStreamReader, kBytesFrom},
+    {&Reader::ctor_002_TiffStreamReader, kBytesWithin},
+    {&Reader::ctor_003_TiffStreamReader, kContainer},
+    {&ReaderBE::ctor_000_TiffBigEndianStreamReader, kBytes},
+    {&ReaderBE::ctor_001_TiffBigEndianStreamReader, kBytesFrom},
+    {&ReaderBE::ctor_002_TiffBigEndianStreamReader, kBytesWithin},
+    {&ReaderBE::ctor_003_TiffBigEndianStreamReader, kContainer},
+    {&BigReader::ctor_000_BigTiffReader, kBytes},
+    {&BigReader::ctor_001_BigTiffReader, kContainer},
+    {&BigReader::ctor_002_BigTiffReader, kBytesFrom},
+    {&BigReader::ctor_003_BigTiffReader, kBytesWithin},
+    {&BigReaderBE::ctor_000_BigTiffReaderBE, kBytes},
+    {&BigReaderBE::ctor_001_BigTiffReaderBE, kContainer},
+    {&BigReaderBE::ctor_002_BigTiffReaderBE, kBytesFrom},
+    {&BigReaderBE::ctor_003_BigTiffReaderBE, kBytesWithin},
+};
 
 template <class T>
 T number_of(std::span<const std::byte> bytes, bool big_endian) {
@@ -81,35 +108,6 @@ T read_one(TiffReaderObject& self, int64_t position) {
     std::byte bytes[sizeof(T)]{};
     self.read(position, bytes);
     return number_of<T>(bytes, self.big_endian());
-}
-
-template <class T>
-constexpr Wire wire_of() {
-    if constexpr (std::is_same_v<T, float>) {
-        return Wire::kSingle;
-    }
-    if constexpr (std::is_same_v<T, double>) {
-        return Wire::kDouble;
-    }
-    if constexpr (std::is_same_v<T, int8_t>) {
-        return Wire::kInt8;
-    }
-    if constexpr (std::is_same_v<T, int16_t>) {
-        return Wire::kInt16;
-    }
-    if constexpr (std::is_same_v<T, uint16_t>) {
-        return Wire::kUInt16;
-    }
-    if constexpr (std::is_same_v<T, int32_t>) {
-        return Wire::kInt32;
-    }
-    if constexpr (std::is_same_v<T, uint32_t>) {
-        return Wire::kUInt32;
-    }
-    if constexpr (std::is_same_v<T, int64_t>) {
-        return Wire::kInt64;
-    }
-    return Wire::kUInt64;
 }
 
 template <class T>
@@ -177,58 +175,50 @@ void set_throws(TiffReaderObject& self, bool value) {
     self.throw_exceptions = value;
 }
 
-// TiffByteOrder: the letters at the beginning of a file, twice.
-constexpr int32_t kLittleEndian = 0x4949;
-constexpr int32_t kBigEndian = 0x4D4D;
-
-size_t class_for(int32_t byte_order, bool is_big_tiff) {
-    if (byte_order != kLittleEndian && byte_order != kBigEndian) {
-        throw_out_of_range("byte_order", "The value " + std::to_string(byte_order) + " is not one of TiffByteOrder.");
-    }
-    return (is_big_tiff ? 2u : 0u) + (byte_order == kBigEndian ? 1u : 0u);
-}
-Ref<ManagedObject> get_reader(StreamContainerObject* stream, int32_t byte_order, bool is_big_tiff) {
-    return over_container(require_type(kReaders[class_for(byte_order, is_big_tiff)]), stream);
+using ByteOrder = api::FileFormats::Tiff::Enums::TiffByteOrder;
+Ref<ManagedObject> get_reader(StreamContainerObject* stream, ByteOrder byte_order, bool is_big_tiff) {
+    return over_container(tiff_reader_class(tiff_stream_kind(byte_order, is_big_tiff)), stream);
 }
 Ref<ManagedObject> get_reader_of_bytes(std::span<const std::byte> bytes, int32_t bytes_offset, int32_t data_length,
-                                       int32_t byte_order, bool is_big_tiff) {
-    return over_bytes(require_type(kReaders[class_for(byte_order, is_big_tiff)]), bytes, bytes_offset, data_length);
+                                       ByteOrder byte_order, bool is_big_tiff) {
+    return over_bytes(tiff_reader_class(tiff_stream_kind(byte_order, is_big_tiff)), bytes, bytes_offset, data_length);
 }
 
-using TiffStreamFactoryApi = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
-using TiffStreamReaderApi = api::FileFormats::Tiff::FileManagement::TiffStreamReader;
+using Factory = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
 
+const BehaviorTable constructors(each_row(kConstructors,
+                                          [](const Constructor& row) { return row.kind(row.entry, row); }));
 const BehaviorTable table({
-    behavior<&read_bytes_into, TiffStreamReaderApi::call_000_ReadBytes>(),
-    behavior<&read_bytes, TiffStreamReaderApi::call_001_ReadBytes>(),
-    behavior<&read_one<double>, TiffStreamReaderApi::call_000_ReadDouble>(),
-    behavior<&read_many<double>, TiffStreamReaderApi::call_000_ReadDoubleArray>(),
-    behavior<&read_one<float>, TiffStreamReaderApi::call_000_ReadFloat>(),
-    behavior<&read_many<float>, TiffStreamReaderApi::call_000_ReadFloatArray>(),
-    behavior<&read_rational<false>, TiffStreamReaderApi::call_000_ReadRational>(),
-    behavior<&read_rational<true>, TiffStreamReaderApi::call_000_ReadSRational>(),
-    behavior<&read_rationals<false>, TiffStreamReaderApi::call_000_ReadRationalArray>(),
-    behavior<&read_rationals<true>, TiffStreamReaderApi::call_000_ReadSRationalArray>(),
-    behavior<&read_one<int8_t>, TiffStreamReaderApi::call_000_ReadSByte>(),
-    behavior<&read_many<int8_t>, TiffStreamReaderApi::call_000_ReadSByteArray>(),
-    behavior<&read_one<int32_t>, TiffStreamReaderApi::call_000_ReadSInt>(),
-    behavior<&read_many<int32_t>, TiffStreamReaderApi::call_000_ReadSIntArray>(),
-    behavior<&read_one<int16_t>, TiffStreamReaderApi::call_000_ReadSShort>(),
-    behavior<&read_many<int16_t>, TiffStreamReaderApi::call_000_ReadSShortArray>(),
-    behavior<&read_one<uint32_t>, TiffStreamReaderApi::call_000_ReadUInt>(),
-    behavior<&read_many<uint32_t>, TiffStreamReaderApi::call_000_ReadUIntArray>(),
-    behavior<&read_one<uint16_t>, TiffStreamReaderApi::call_000_ReadUShort>(),
-    behavior<&read_many<uint16_t>, TiffStreamReaderApi::call_000_ReadUShortArray>(),
-    behavior<&read_one<int64_t>, TiffStreamReaderApi::call_000_ReadLong>(),
-    behavior<&read_many<int64_t>, TiffStreamReaderApi::call_000_ReadLongArray>(),
-    behavior<&read_one<uint64_t>, TiffStreamReaderApi::call_000_ReadULong>(),
-    behavior<&read_many<uint64_t>, TiffStreamReaderApi::call_000_ReadULongArray>(),
-    behavior<&to_stream_container, TiffStreamReaderApi::call_000_ToStreamContainer>(),
-    behavior<&length, TiffStreamReaderApi::get_Length>(),
-    behavior<&throws, TiffStreamReaderApi::get_ThrowExceptions>(),
-    behavior<&set_throws, TiffStreamReaderApi::set_ThrowExceptions>(),
-    behavior<&get_reader, TiffStreamFactoryApi::call_000_GetTiffReader>(),
-    behavior<&get_reader_of_bytes, TiffStreamFactoryApi::call_001_GetTiffReader>(),
+    behavior<&read_bytes_into, Reader::call_000_ReadBytes>(),
+    behavior<&read_bytes, Reader::call_001_ReadBytes>(),
+    behavior<&read_one<double>, Reader::call_000_ReadDouble>(),
+    behavior<&read_many<double>, Reader::call_000_ReadDoubleArray>(),
+    behavior<&read_one<float>, Reader::call_000_ReadFloat>(),
+    behavior<&read_many<float>, Reader::call_000_ReadFloatArray>(),
+    behavior<&read_rational<false>, Reader::call_000_ReadRational>(),
+    behavior<&read_rational<true>, Reader::call_000_ReadSRational>(),
+    behavior<&read_rationals<false>, Reader::call_000_ReadRationalArray>(),
+    behavior<&read_rationals<true>, Reader::call_000_ReadSRationalArray>(),
+    behavior<&read_one<int8_t>, Reader::call_000_ReadSByte>(),
+    behavior<&read_many<int8_t>, Reader::call_000_ReadSByteArray>(),
+    behavior<&read_one<int32_t>, Reader::call_000_ReadSInt>(),
+    behavior<&read_many<int32_t>, Reader::call_000_ReadSIntArray>(),
+    behavior<&read_one<int16_t>, Reader::call_000_ReadSShort>(),
+    behavior<&read_many<int16_t>, Reader::call_000_ReadSShortArray>(),
+    behavior<&read_one<uint32_t>, Reader::call_000_ReadUInt>(),
+    behavior<&read_many<uint32_t>, Reader::call_000_ReadUIntArray>(),
+    behavior<&read_one<uint16_t>, Reader::call_000_ReadUShort>(),
+    behavior<&read_many<uint16_t>, Reader::call_000_ReadUShortArray>(),
+    behavior<&read_one<int64_t>, Reader::call_000_ReadLong>(),
+    behavior<&read_many<int64_t>, Reader::call_000_ReadLongArray>(),
+    behavior<&read_one<uint64_t>, Reader::call_000_ReadULong>(),
+    behavior<&read_many<uint64_t>, Reader::call_000_ReadULongArray>(),
+    behavior<&to_stream_container, Reader::call_000_ToStreamContainer>(),
+    behavior<&length, Reader::get_Length>(),
+    behavior<&throws, Reader::get_ThrowExceptions>(),
+    behavior<&set_throws, Reader::set_ThrowExceptions>(),
+    behavior<&get_reader, Factory::call_000_GetTiffReader>(),
+    behavior<&get_reader_of_bytes, Factory::call_001_GetTiffReader>(),
 });
 
 }  // namespace

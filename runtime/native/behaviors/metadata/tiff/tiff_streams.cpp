@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
 
@@ -15,7 +17,27 @@ TiffStreamKind kind_of(const TypeInfo& type) {
     return {name.starts_with("TiffBigEndian") || name.ends_with("BE"), name.starts_with("BigTiff")};
 }
 
-// Puts a stream back where it stood: a reader reads by position and leaves no trace.
+namespace management = api::FileFormats::Tiff::FileManagement;
+using ByteOrder = api::FileFormats::Tiff::Enums::TiffByteOrder;
+
+// The classes in the order of form_index().
+constexpr const char* kReaders[] = {
+    management::TiffStreamReader::kType.name,
+    management::TiffBigEndianStreamReader::kType.name,
+    management::BigTiff::BigTiffReader::kType.name,
+    management::BigTiff::BigTiffReaderBE::kType.name,
+};
+constexpr const char* kWriters[] = {
+    management::TiffStreamWriter::kType.name,
+    management::TiffBigEndianStreamWriter::kType.name,
+    management::BigTiff::BigTiffWriter::kType.name,
+    management::BigTiff::BigTiffWriterBE::kType.name,
+};
+size_t form_index(TiffStreamKind kind) {
+    return (kind.big_tiff ? 2u : 0u) + (kind.big_endian ? 1u : 0u);
+}
+
+// Restores the position of a stream: a reader reads at given positions and does not move the stream.
 class KeptPosition {
  public:
     explicit KeptPosition(ManagedStream& stream) : m_stream(stream), m_position(stream.position()) {}
@@ -27,6 +49,22 @@ class KeptPosition {
 };
 
 }  // namespace
+
+const TypeInfo& tiff_reader_class(TiffStreamKind kind) {
+    return require_type(kReaders[form_index(kind)]);
+}
+
+const TypeInfo& tiff_writer_class(TiffStreamKind kind) {
+    return require_type(kWriters[form_index(kind)]);
+}
+
+TiffStreamKind tiff_stream_kind(ByteOrder byte_order, bool is_big_tiff) {
+    if (byte_order != ByteOrder::kLittleEndian && byte_order != ByteOrder::kBigEndian) {
+        throw_out_of_range("byte_order", "The value " + std::to_string(static_cast<int32_t>(byte_order)) +
+                                             " is not one of TiffByteOrder.");
+    }
+    return {byte_order == ByteOrder::kBigEndian, is_big_tiff};
+}
 
 uint64_t read_number(std::span<const std::byte> bytes, bool big_endian) {
     uint64_t number = 0;
@@ -129,13 +167,7 @@ void TiffWriterObject::write_number(uint64_t number, size_t size) {
 }
 
 Ref<TiffReaderObject> make_tiff_reader(std::span<const std::byte> content, bool big_endian, bool big_tiff) {
-    constexpr const char* kNames[] = {
-        "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader",
-        "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffBigEndianStreamReader",
-        "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffReader",
-        "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffReaderBE",
-    };
-    const TypeInfo& type = require_type(kNames[(big_tiff ? 2 : 0) + (big_endian ? 1 : 0)]);
+    const TypeInfo& type = tiff_reader_class({big_endian, big_tiff});
     return make_ref<TiffReaderObject>(type, content);
 }
 

@@ -8,17 +8,23 @@
 #include <cstdint>
 #include <span>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.Enums.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/object.h"
 #include "runtime/native/core/value.h"
 
 namespace zelmor::embed {
 
-// Which of the classes an object is.
+// The form in which a file has its numbers. There is a class of readers and one of writers for each.
 struct TiffStreamKind {
     bool big_endian = false;
     bool big_tiff = false;
 };
+const TypeInfo& tiff_reader_class(TiffStreamKind kind);
+const TypeInfo& tiff_writer_class(TiffStreamKind kind);
+// The form with a byte order; ArgumentOutOfRangeException for a number that is none.
+TiffStreamKind tiff_stream_kind(api::FileFormats::Tiff::Enums::TiffByteOrder byte_order, bool is_big_tiff);
 
 // Numbers in either order, 2, 4 or 8 bytes of them.
 uint64_t read_number(std::span<const std::byte> bytes, bool big_endian);
@@ -26,7 +32,7 @@ void put_number(Bytes& out, uint64_t number, size_t size, bool big_endian);
 
 class TiffReaderObject final : public ManagedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader";
+    static constexpr const char* kManagedName = api::FileFormats::Tiff::FileManagement::TiffStreamReader::kType.name;
     TiffReaderObject(const TypeInfo& type, Bytes content);
     TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObject> container);
     // Over bytes that stay for as long as the reader.
@@ -55,7 +61,7 @@ class TiffReaderObject final : public ManagedObject {
 
 class TiffWriterObject final : public ManagedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamWriter";
+    static constexpr const char* kManagedName = api::FileFormats::Tiff::FileManagement::TiffStreamWriter::kType.name;
     TiffWriterObject(const TypeInfo& type, Ref<StreamContainerObject> container);
 
     bool big_endian() const { return m_kind.big_endian; }
@@ -68,6 +74,36 @@ class TiffWriterObject final : public ManagedObject {
     TiffStreamKind m_kind;
     Ref<StreamContainerObject> m_container;
 };
+
+// The wire kind of the elements of an array of these numbers.
+template <class T>
+constexpr Wire wire_of() {
+    if constexpr (std::is_same_v<T, float>) {
+        return Wire::kSingle;
+    }
+    if constexpr (std::is_same_v<T, double>) {
+        return Wire::kDouble;
+    }
+    if constexpr (std::is_same_v<T, int8_t>) {
+        return Wire::kInt8;
+    }
+    if constexpr (std::is_same_v<T, int16_t>) {
+        return Wire::kInt16;
+    }
+    if constexpr (std::is_same_v<T, uint16_t>) {
+        return Wire::kUInt16;
+    }
+    if constexpr (std::is_same_v<T, int32_t>) {
+        return Wire::kInt32;
+    }
+    if constexpr (std::is_same_v<T, uint32_t>) {
+        return Wire::kUInt32;
+    }
+    if constexpr (std::is_same_v<T, int64_t>) {
+        return Wire::kInt64;
+    }
+    return Wire::kUInt64;
+}
 
 // A reader of the class for this order and form over bytes that stay for as long as it.
 Ref<TiffReaderObject> make_tiff_reader(std::span<const std::byte> content, bool big_endian, bool big_tiff = false);

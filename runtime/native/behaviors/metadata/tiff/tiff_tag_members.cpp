@@ -29,7 +29,7 @@ void check_size_of_value(uint8_t size) {
 uint64_t aligned_size(const TagObject& tag, size_t size_of_value) {
     return (tag.data_size() + size_of_value - 1) / size_of_value * size_of_value;
 }
-// What does not fit in the entry itself stands elsewhere, filled up to whole values of an entry.
+// The size of values that do not fit in the entry, rounded up to a multiple of the space in an entry.
 uint64_t additional_size(const TagObject& tag, size_t size_of_value) {
     return tag.data_size() <= size_of_value ? 0 : aligned_size(tag, size_of_value);
 }
@@ -49,7 +49,7 @@ int32_t compare_to(TagObject& self, const VariantArg* obj) {
         return 1;
     }
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    if (!object) {
+    if (object == nullptr) {
         throw_argument("obj: A tag is compared with a tag.");
     }
     const int difference = self.id() - cast_object<TagObject>(**object).id();
@@ -61,20 +61,20 @@ Ref<ManagedObject> deep_clone(TagObject& self) {
 }
 
 Ref<ManagedObject> read_one(TiffReaderObject* data_stream, int64_t position) {
-    if (!data_stream) {
+    if (data_stream == nullptr) {
         throw_argument_null("data_stream");
     }
     return read_tag(*data_stream, position);
 }
 
 TiffWriterObject& required(TiffWriterObject* writer) {
-    if (!writer) {
+    if (writer == nullptr) {
         throw_argument_null("data_stream");
     }
     return *writer;
 }
 
-// An unknown type says nothing of the size of its values, so that these cannot be moved to another file.
+// The size of the values of an unknown type is not known, so that they cannot be copied to another file.
 void refuse_unknown(const TagObject& self) {
     if (dynamic_cast<const UnknownTagObject*>(&self)) {
         throw ManagedException("NotSupportedException",
@@ -134,8 +134,8 @@ int32_t id(TagObject& self) {
 uint16_t tag_id(TagObject& self) {
     return self.id();
 }
-uint16_t tag_type(TagObject& self) {
-    return static_cast<uint16_t>(self.data_type());
+TiffType tag_type(TagObject& self) {
+    return self.data_type();
 }
 Value value(TagObject& self) {
     return self.value();
@@ -161,16 +161,17 @@ Ref<ManagedObject> unknown_stream(UnknownTagObject& self) {
 }
 Ref<ManagedObject> make_unknown(TiffReaderObject* stream, uint16_t tag_type, uint16_t tag_id, uint64_t count,
                                 uint64_t offset_or_value) {
-    if (!stream) {
+    if (stream == nullptr) {
         throw_argument_null("stream");
     }
     return make_ref<UnknownTagObject>(Ref<TiffReaderObject>(stream), tag_type, tag_id, count, offset_or_value);
 }
 
-Ref<ManagedObject> create_instance(uint16_t data_type, uint16_t tag_id) {
-    auto tag = make_tag(data_type, tag_id);
+Ref<ManagedObject> create_instance(TiffType data_type, uint16_t tag_id) {
+    const auto number = static_cast<uint16_t>(data_type);
+    auto tag = make_tag(number, tag_id);
     if (!tag) {
-        throw_out_of_range("data_type", "The number " + std::to_string(data_type) + " is no type of TIFF.");
+        throw_out_of_range("data_type", "The number " + std::to_string(number) + " is no type of TIFF.");
     }
     return tag;
 }
@@ -210,11 +211,11 @@ constexpr TagClass kClasses[] = {
     {TiffType::kLong, &types::TiffLongType::ctor_000_TiffLongType, &types::TiffLongType::ctor_001_TiffLongType},
     {TiffType::kRational, &types::TiffRationalType::ctor_000_TiffRationalType,
      &types::TiffRationalType::ctor_001_TiffRationalType},
-    {TiffType::kSByte, &types::TiffSByteType::ctor_000_TiffSByteType, &types::TiffSByteType::ctor_001_TiffSByteType},
-    {TiffType::kSShort, &types::TiffSShortType::ctor_000_TiffSShortType,
+    {TiffType::kSbyte, &types::TiffSByteType::ctor_000_TiffSByteType, &types::TiffSByteType::ctor_001_TiffSByteType},
+    {TiffType::kSshort, &types::TiffSShortType::ctor_000_TiffSShortType,
      &types::TiffSShortType::ctor_001_TiffSShortType},
-    {TiffType::kSLong, &types::TiffSLongType::ctor_000_TiffSLongType, &types::TiffSLongType::ctor_001_TiffSLongType},
-    {TiffType::kSRational, &types::TiffSRationalType::ctor_000_TiffSRationalType,
+    {TiffType::kSlong, &types::TiffSLongType::ctor_000_TiffSLongType, &types::TiffSLongType::ctor_001_TiffSLongType},
+    {TiffType::kSrational, &types::TiffSRationalType::ctor_000_TiffSRationalType,
      &types::TiffSRationalType::ctor_001_TiffSRationalType},
     {TiffType::kFloat, &types::TiffFloatType::ctor_000_TiffFloatType, &types::TiffFloatType::ctor_001_TiffFloatType},
     {TiffType::kDouble, &types::TiffDoubleType::ctor_000_TiffDoubleType,

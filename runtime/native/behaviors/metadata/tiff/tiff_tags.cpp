@@ -5,7 +5,9 @@
 #include <bit>
 #include <cstring>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
+#include "runtime/native/behaviors/metadata/tiff/tag_lists.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/text.h"
@@ -22,22 +24,22 @@ struct TagClass {
     Wire element;  // kVoid for text and undefined bytes
 };
 constexpr TagClass kClasses[] = {
-    {TiffType::kByte, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffByteType", Wire::kUInt8},
-    {TiffType::kAscii, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffASCIIType", Wire::kVoid},
-    {TiffType::kShort, 2, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffShortType", Wire::kUInt16},
-    {TiffType::kLong, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffLongType", Wire::kUInt32},
-    {TiffType::kRational, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffRationalType", Wire::kClass},
-    {TiffType::kSByte, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSByteType", Wire::kInt8},
-    {TiffType::kUndefined, 1, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffUndefinedType", Wire::kVoid},
-    {TiffType::kSShort, 2, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSShortType", Wire::kInt16},
-    {TiffType::kSLong, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSLongType", Wire::kInt32},
-    {TiffType::kSRational, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSRationalType", Wire::kClass},
-    {TiffType::kFloat, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffFloatType", Wire::kSingle},
-    {TiffType::kDouble, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffDoubleType", Wire::kDouble},
-    {TiffType::kIfd, 4, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffIfdType", Wire::kUInt32},
-    {TiffType::kLong8, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffLong8Type", Wire::kUInt64},
-    {TiffType::kSLong8, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffSLong8Type", Wire::kInt64},
-    {TiffType::kIfd8, 8, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffIfd8Type", Wire::kUInt64},
+    {TiffType::kByte, 1, api::FileFormats::Tiff::TiffTagTypes::TiffByteType::kType.name, Wire::kUInt8},
+    {TiffType::kAscii, 1, api::FileFormats::Tiff::TiffTagTypes::TiffASCIIType::kType.name, Wire::kVoid},
+    {TiffType::kShort, 2, api::FileFormats::Tiff::TiffTagTypes::TiffShortType::kType.name, Wire::kUInt16},
+    {TiffType::kLong, 4, api::FileFormats::Tiff::TiffTagTypes::TiffLongType::kType.name, Wire::kUInt32},
+    {TiffType::kRational, 8, api::FileFormats::Tiff::TiffTagTypes::TiffRationalType::kType.name, Wire::kClass},
+    {TiffType::kSbyte, 1, api::FileFormats::Tiff::TiffTagTypes::TiffSByteType::kType.name, Wire::kInt8},
+    {TiffType::kUndefined, 1, api::FileFormats::Tiff::TiffTagTypes::TiffUndefinedType::kType.name, Wire::kVoid},
+    {TiffType::kSshort, 2, api::FileFormats::Tiff::TiffTagTypes::TiffSShortType::kType.name, Wire::kInt16},
+    {TiffType::kSlong, 4, api::FileFormats::Tiff::TiffTagTypes::TiffSLongType::kType.name, Wire::kInt32},
+    {TiffType::kSrational, 8, api::FileFormats::Tiff::TiffTagTypes::TiffSRationalType::kType.name, Wire::kClass},
+    {TiffType::kFloat, 4, api::FileFormats::Tiff::TiffTagTypes::TiffFloatType::kType.name, Wire::kSingle},
+    {TiffType::kDouble, 8, api::FileFormats::Tiff::TiffTagTypes::TiffDoubleType::kType.name, Wire::kDouble},
+    {TiffType::kIfd, 4, api::FileFormats::Tiff::TiffTagTypes::TiffIfdType::kType.name, Wire::kUInt32},
+    {TiffType::kLong8, 8, api::FileFormats::Tiff::TiffTagTypes::TiffLong8Type::kType.name, Wire::kUInt64},
+    {TiffType::kSLong8, 8, api::FileFormats::Tiff::TiffTagTypes::TiffSLong8Type::kType.name, Wire::kInt64},
+    {TiffType::kIfd8, 8, api::FileFormats::Tiff::TiffTagTypes::TiffIfd8Type::kType.name, Wire::kUInt64},
 };
 
 const TagClass* find_class(uint16_t type) {
@@ -56,13 +58,13 @@ const ElementType& element_of(const TagClass& tag) {
     if (tag.element != Wire::kClass) {
         return embed::element_of(tag.element);
     }
-    const bool is_signed = tag.type == TiffType::kSRational;
+    const bool is_signed = tag.type == TiffType::kSrational;
     return embed::element_of(Wire::kClass, is_signed ? RationalObject::kSignedName : RationalObject::kManagedName);
 }
 
 bool is_signed_type(TiffType type) {
-    return type == TiffType::kSByte || type == TiffType::kSShort || type == TiffType::kSLong ||
-           type == TiffType::kSRational || type == TiffType::kSLong8;
+    return type == TiffType::kSbyte || type == TiffType::kSshort || type == TiffType::kSlong ||
+           type == TiffType::kSrational || type == TiffType::kSLong8;
 }
 
 [[noreturn]] void throw_no_value(const Value& value, const TagClass& tag) {
@@ -70,9 +72,9 @@ bool is_signed_type(TiffType type) {
     throw_invalid_value_cast(value, text ? "System.String" : plain ? "System.Byte" : element_of(tag).name);
 }
 
-// A fraction from a fraction of the kind or from a number.
+// A fraction made from a fraction of either kind or from a number.
 Value fraction(const Value& value, const TagClass& tag) {
-    const bool is_signed = tag.type == TiffType::kSRational;
+    const bool is_signed = tag.type == TiffType::kSrational;
     if (const auto* whole = std::get_if<int64_t>(&value)) {
         return make_rational(*whole, 1, is_signed);
     }
@@ -80,8 +82,8 @@ Value fraction(const Value& value, const TagClass& tag) {
         return approximate_rational(*real, kRationalEpsilon, is_signed);
     }
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    const auto* rational = object ? dynamic_cast<const RationalObject*>(object->get()) : nullptr;
-    if (!rational) {
+    const auto* rational = object != nullptr ? dynamic_cast<const RationalObject*>(object->get()) : nullptr;
+    if (rational == nullptr) {
         throw_no_value(value, tag);
     }
     if (&rational->type() == element_of(tag).type()) {
@@ -104,7 +106,7 @@ Value element_value(const Value& value, const TagClass& tag) {
 
 bool is_list(const Value& value) {
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    return object && dynamic_cast<const ManagedCollection*>(object->get());
+    return object != nullptr && dynamic_cast<const ManagedCollection*>(object->get());
 }
 
 Bytes bytes_in(const Value& value, const TagClass& tag) {
@@ -114,7 +116,7 @@ Bytes bytes_in(const Value& value, const TagClass& tag) {
     Bytes result;
     for (const Value& item : elements_of_value(value)) {
         const auto* number = std::get_if<int64_t>(&item);
-        if (!number) {
+        if (number == nullptr) {
             throw_no_value(item, tag);
         }
         if (*number < 0 || *number > 255) {
@@ -149,7 +151,7 @@ Value value_of_bits(uint64_t bits, const TagClass& tag) {
     return static_cast<int64_t>(bits << unused) >> unused;
 }
 
-// Text that is no UTF-8 was written by a program that took its own table of characters for ASCII: each byte a letter.
+// Text that is not UTF-8 was written in an unknown encoding of one byte to a letter; it is read as Latin-1.
 std::u16string text_of_bytes(std::span<const std::byte> data) {
     size_t size = data.size();
     if (size > 0 && data[size - 1] == std::byte{0}) {
@@ -171,7 +173,7 @@ std::u16string text_of_bytes(std::span<const std::byte> data) {
 
 size_t tiff_element_size(uint16_t type) {
     const TagClass* known = find_class(type);
-    return known ? known->size : 0;
+    return known != nullptr ? known->size : 0;
 }
 
 TagObject::TagObject(const TypeInfo& type, TiffType data_type, uint16_t id)
@@ -214,7 +216,7 @@ void TagObject::assign(const Value& value) {
     }
     if (m_data_type == TiffType::kAscii) {
         const auto* text = std::get_if<std::u16string>(&value);
-        if (!text) {
+        if (text == nullptr) {
             throw_no_value(value, tag);
         }
         m_text = *text;
@@ -227,13 +229,13 @@ void TagObject::assign(const Value& value) {
     // An array of just this kind is kept itself.
     if (const auto* object = std::get_if<Ref<ManagedObject>>(&value)) {
         auto* list = dynamic_cast<ManagedList*>(object->get());
-        if (list && list->shape() == ListShape::kArray && &list->element() == &element_of(tag)) {
+        if (list != nullptr && list->shape() == ListShape::kArray && &list->element() == &element_of(tag)) {
             m_list = Ref<ManagedList>(list);
             return;
         }
     }
     std::vector<Value> items;
-    if (const auto* bytes = std::get_if<Bytes>(&value); bytes && tag.size == 1) {
+    if (const auto* bytes = std::get_if<Bytes>(&value); bytes != nullptr && tag.size == 1) {
         for (const std::byte byte : *bytes) {
             items.push_back(value_of_bits(std::to_integer<uint64_t>(byte), tag));
         }
@@ -271,9 +273,9 @@ Bytes TagObject::encoded(bool big_endian) const {
             continue;
         }
         const auto& object = std::get<Ref<ManagedObject>>(item);
-        const auto* rational = object ? &cast_object<RationalObject>(*object) : nullptr;
-        put_number(out, static_cast<uint64_t>(rational ? rational->nominator() : 0), 4, big_endian);
-        put_number(out, static_cast<uint64_t>(rational ? rational->denominator() : 0), 4, big_endian);
+        const auto* rational = object != nullptr ? &cast_object<RationalObject>(*object) : nullptr;
+        put_number(out, static_cast<uint64_t>(rational != nullptr ? rational->nominator() : 0), 4, big_endian);
+        put_number(out, static_cast<uint64_t>(rational != nullptr ? rational->denominator() : 0), 4, big_endian);
     }
     return out;
 }
@@ -296,7 +298,7 @@ void TagObject::decode(std::span<const std::byte> data, bool big_endian) {
             list->set(i, value_of_bits(read_number(item, big_endian), tag));
             continue;
         }
-        const bool is_signed = tag.type == TiffType::kSRational;
+        const bool is_signed = tag.type == TiffType::kSrational;
         const auto part = [&](size_t at) {
             const auto bits = static_cast<uint32_t>(read_number(item.subspan(at, 4), big_endian));
             return is_signed ? int64_t{static_cast<int32_t>(bits)} : int64_t{bits};
@@ -308,7 +310,7 @@ void TagObject::decode(std::span<const std::byte> data, bool big_endian) {
 
 bool TagObject::equals(const ManagedObject& other) const {
     const auto* same = dynamic_cast<const TagObject*>(&other);
-    return same && &same->type() == &type() && same->m_id == m_id && same->encoded(false) == encoded(false);
+    return same != nullptr && &same->type() == &type() && same->m_id == m_id && same->encoded(false) == encoded(false);
 }
 
 int32_t TagObject::hash_code() const {
@@ -345,7 +347,7 @@ Ref<ManagedObject> UnknownTagObject::copy() const {
 
 Ref<TagObject> make_tag(uint16_t data_type, uint16_t id) {
     const TagClass* known = find_class(data_type);
-    if (!known) {
+    if (known == nullptr) {
         return nullptr;
     }
     return make_ref<TagObject>(require_type(known->name), known->type, id);
@@ -376,60 +378,6 @@ Ref<TagObject> read_tag(TiffReaderObject& reader, int64_t position) {
     reader.read(at, data);
     tag->decode(data, reader.big_endian());
     return tag;
-}
-
-Ref<ManagedList> tag_array(const std::vector<Ref<TagObject>>& tags) {
-    std::vector<Value> items;
-    for (const auto& tag : tags) {
-        items.emplace_back(Ref<ManagedObject>(tag));
-    }
-    return make_ref<ValueList>(ListShape::kArray, embed::element_of(Wire::kClass, TagObject::kManagedName),
-                               std::move(items));
-}
-
-Ref<ManagedList> same_array(Ref<ManagedList>& shown, const std::vector<Ref<TagObject>>& tags) {
-    bool same = shown && shown->size() == tags.size();
-    for (size_t i = 0; same && i < tags.size(); ++i) {
-        const Value item = shown->get(i);
-        const auto* object = std::get_if<Ref<ManagedObject>>(&item);
-        same = object && object->get() == tags[i].get();
-    }
-    if (!same) {
-        shown = tag_array(tags);
-    }
-    return shown;
-}
-
-std::vector<Ref<TagObject>> tags_of(const std::vector<Value>& elements) {
-    std::vector<Ref<TagObject>> tags;
-    for (const Value& element : elements) {
-        if (is_null(element)) {
-            throw_argument_null("an element of the tags");
-        }
-        const auto* object = std::get_if<Ref<ManagedObject>>(&element);
-        if (!object) {
-            throw_invalid_value_cast(element, TagObject::kManagedName);
-        }
-        tags.emplace_back(&cast_object<TagObject>(**object));
-    }
-    return tags;
-}
-
-std::vector<Value> elements_of_value(const Value& value) {
-    std::vector<Value> elements;
-    if (is_null(value)) {
-        return elements;
-    }
-    const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    auto* list = object ? dynamic_cast<ManagedEnumerable*>(object->get()) : nullptr;
-    if (!list) {
-        throw_invalid_value_cast(value, "System.Collections.IEnumerable");
-    }
-    const auto enumerator = list->enumerator();
-    for (Value element; enumerator->move_next(element);) {
-        elements.push_back(element);
-    }
-    return elements;
 }
 
 std::optional<int64_t> tag_integer(const TagObject& tag, size_t index) {

@@ -9,38 +9,32 @@
 #include <optional>
 #include <string>
 
+#include "generated/runtime/Zelmor.Imaging.Exif.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.Enums.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_streams.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/object.h"
 
 namespace zelmor::embed {
 
-// The numbers of the enumeration TiffDataTypes.
-enum class TiffType : uint16_t {
-    kByte = 1,
-    kAscii = 2,
-    kShort = 3,
-    kLong = 4,
-    kRational = 5,
-    kSByte = 6,
-    kUndefined = 7,
-    kSShort = 8,
-    kSLong = 9,
-    kSRational = 10,
-    kFloat = 11,
-    kDouble = 12,
-    kIfd = 13,
-    kLong8 = 16,
-    kSLong8 = 17,
-    kIfd8 = 18,
-};
+using TiffType = api::FileFormats::Tiff::Enums::TiffDataTypes;
+
+// The number of a tag in a file.
+constexpr uint16_t number_of(api::FileFormats::Tiff::Enums::TiffTags tag) {
+    return static_cast<uint16_t>(tag);
+}
+constexpr uint16_t number_of(api::Exif::ExifProperties tag) {
+    return static_cast<uint16_t>(tag);
+}
 
 // The bytes that one value takes; 0 for a number that is no type.
 size_t tiff_element_size(uint16_t type);
 
 class TagObject : public ManagedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.TiffDataType";
+    static constexpr const char* kManagedName = api::FileFormats::Tiff::TiffDataType::kType.name;
     TagObject(const TypeInfo& type, TiffType data_type, uint16_t id);
 
     uint16_t id() const { return m_id; }
@@ -74,7 +68,7 @@ class TagObject : public ManagedObject {
 // A tag of a type that TIFF does not know: where its values are is kept, not what they are.
 class UnknownTagObject final : public TagObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffUnknownType";
+    static constexpr const char* kManagedName = api::FileFormats::Tiff::TiffTagTypes::TiffUnknownType::kType.name;
     UnknownTagObject(Ref<TiffReaderObject> reader, uint16_t type, uint16_t id, uint64_t count,
                      uint64_t offset_or_value);
     uint64_t count() const override { return m_count; }
@@ -109,15 +103,6 @@ constexpr size_t directory_entry_size(bool big_tiff) {
 constexpr size_t inline_size(bool big_tiff) {
     return big_tiff ? 8 : 4;
 }
-
-// The array that was handed out before if it holds just these tags, otherwise a new one in its place: a property that
-// nobody changed gives the same object.
-Ref<ManagedList> same_array(Ref<ManagedList>& shown, const std::vector<Ref<TagObject>>& tags);
-// Tags as a managed array, and one that was given, as tags. ArgumentNullException for an element that is null.
-Ref<ManagedList> tag_array(const std::vector<Ref<TagObject>>& tags);
-std::vector<Ref<TagObject>> tags_of(const std::vector<Value>& elements);
-// The elements of a collection that stands in a value; InvalidCastException for another object, empty for null.
-std::vector<Value> elements_of_value(const Value& value);
 
 // Numbers and text of a tag for those who need no object; nothing where it has none of the kind.
 std::optional<int64_t> tag_integer(const TagObject& tag, size_t index = 0);

@@ -1,33 +1,37 @@
 // Members of TiffStreamWriter and the classes derived from it.
 #include <bit>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_streams.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kWriters[] = {
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamWriter",
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffBigEndianStreamWriter",
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffWriter",
-    "Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.BigTiffWriterBE",
-};
-
-Ref<ManagedObject> over(const char* type, StreamContainerObject* container, const char* parameter) {
-    if (!container) {
+Ref<ManagedObject> over(const TypeInfo& type, StreamContainerObject* container, const char* parameter) {
+    if (container == nullptr) {
         throw_argument_null(parameter);
     }
-    return make_ref<TiffWriterObject>(require_type(type), Ref<StreamContainerObject>(container));
+    return make_ref<TiffWriterObject>(type, Ref<StreamContainerObject>(container));
 }
-template <size_t kClass>
-Ref<ManagedObject> construct(StreamContainerObject* writer) {
-    return over(kWriters[kClass], writer, "writer");
+
+// The writers differ in their class alone: a row is the constructor's name, which has the class.
+using Constructor = const EntryName*;
+namespace management = api::FileFormats::Tiff::FileManagement;
+constexpr Constructor kConstructors[] = {
+    &management::TiffStreamWriter::ctor_000_TiffStreamWriter,
+    &management::TiffBigEndianStreamWriter::ctor_000_TiffBigEndianStreamWriter,
+    &management::BigTiff::BigTiffWriter::ctor_000_BigTiffWriter,
+    &management::BigTiff::BigTiffWriterBE::ctor_000_BigTiffWriterBE,
+};
+Ref<ManagedObject> construct(const Constructor& row, StreamContainerObject* writer) {
+    return over(require_type(row->type.name), writer, "writer");
 }
 
 template <class T>
@@ -46,36 +50,7 @@ void write_one(TiffWriterObject& self, T data) {
     self.write_number(bits_of(data), sizeof(T));
 }
 
-template <class T>
-constexpr Wire wire_of() {
-    if constexpr (std::is_same_v<T, float>) {
-        return Wire::kSingle;
-    }
-    if constexpr (std::is_same_v<T, double>) {
-        return Wire::kDouble;
-    }
-    if constexpr (std::is_same_v<T, int8_t>) {
-        return Wire::kInt8;
-    }
-    if constexpr (std::is_same_v<T, int16_t>) {
-        return Wire::kInt16;
-    }
-    if constexpr (std::is_same_v<T, uint16_t>) {
-        return Wire::kUInt16;
-    }
-    if constexpr (std::is_same_v<T, int32_t>) {
-        return Wire::kInt32;
-    }
-    if constexpr (std::is_same_v<T, uint32_t>) {
-        return Wire::kUInt32;
-    }
-    if constexpr (std::is_same_v<T, int64_t>) {
-        return Wire::kInt64;
-    }
-    return Wire::kUInt64;
-}
-
-// All values are put together before the first is written, so that a bad one leaves the stream as it was.
+// All values are converted before the first is written: a bad value leaves the stream unchanged.
 template <class T>
 void write_many(TiffWriterObject& self, const VariantArg* data) {
     const Ref<ManagedList> list = read_list(data, element_of(wire_of<T>()));
@@ -97,7 +72,7 @@ void put_rational(Bytes& out, const RationalObject& rational, bool big_endian) {
 }
 
 void write_rational(TiffWriterObject& self, RationalObject* data) {
-    if (!data) {
+    if (data == nullptr) {
         throw_argument_null("data");
     }
     Bytes bytes;
@@ -142,56 +117,51 @@ void set_position(TiffWriterObject& self, int64_t value) {
     }
     self.container().stream()->seek(value, SeekFrom::kBegin);
 }
-// What to lock while several write: the container, which all writers of one stream share.
+// The object to lock while several threads write: the container, which all writers of a stream share.
 Value sync_root(TiffWriterObject& self) {
     return Ref<ManagedObject>(&self.container());
 }
 
-constexpr int32_t kLittleEndian = 0x4949;
-constexpr int32_t kBigEndian = 0x4D4D;
-
-Ref<ManagedObject> get_writer(StreamContainerObject* stream, int32_t byte_order, bool is_big_tiff) {
-    if (byte_order != kLittleEndian && byte_order != kBigEndian) {
-        throw_out_of_range("byte_order", "The value " + std::to_string(byte_order) + " is not one of TiffByteOrder.");
-    }
-    return over(kWriters[(is_big_tiff ? 2 : 0) + (byte_order == kBigEndian ? 1 : 0)], stream, "stream");
+Ref<ManagedObject> get_writer(StreamContainerObject* stream, api::FileFormats::Tiff::Enums::TiffByteOrder byte_order,
+                              bool is_big_tiff) {
+    return over(tiff_writer_class(tiff_stream_kind(byte_order, is_big_tiff)), stream, "stream");
 }
 
-using TiffStreamFactoryApi = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
-using TiffStreamWriterApi = api::FileFormats::Tiff::FileManagement::TiffStreamWriter;
+using Factory = management::TiffStreamFactory;
+using Writer = management::TiffStreamWriter;
 
+const BehaviorTable constructors(each_row(kConstructors,
+                                          [](const Constructor& row) { return row_behavior<&construct>(row, row); }));
 const BehaviorTable table({
-    behavior<&write_part, TiffStreamWriterApi::call_000_Write>(),
-    behavior<&write_bytes, TiffStreamWriterApi::call_001_Write, TiffStreamWriterApi::call_000_WriteBytes>(),
-    behavior<&write_one<double>, TiffStreamWriterApi::call_002_Write, TiffStreamWriterApi::call_000_WriteDouble>(),
-    behavior<&write_many<double>, TiffStreamWriterApi::call_003_Write, TiffStreamWriterApi::call_000_WriteDoubles>(),
-    behavior<&write_one<float>, TiffStreamWriterApi::call_004_Write, TiffStreamWriterApi::call_000_WriteFloat>(),
-    behavior<&write_many<float>, TiffStreamWriterApi::call_005_Write, TiffStreamWriterApi::call_000_WriteFloats>(),
-    behavior<&write_rational, TiffStreamWriterApi::call_006_Write, TiffStreamWriterApi::call_007_Write,
-             TiffStreamWriterApi::call_000_WriteRational, TiffStreamWriterApi::call_000_WriteSRational>(),
-    behavior<&write_rationals<false>, TiffStreamWriterApi::call_008_Write,
-             TiffStreamWriterApi::call_000_WriteRationals>(),
-    behavior<&write_rationals<true>, TiffStreamWriterApi::call_009_Write,
-             TiffStreamWriterApi::call_000_WriteSRationals>(),
-    behavior<&write_one<int8_t>, TiffStreamWriterApi::call_010_Write, TiffStreamWriterApi::call_000_WriteSByte>(),
-    behavior<&write_many<int8_t>, TiffStreamWriterApi::call_011_Write, TiffStreamWriterApi::call_000_WriteSBytes>(),
-    behavior<&write_many<int32_t>, TiffStreamWriterApi::call_012_Write, TiffStreamWriterApi::call_000_WriteInts>(),
-    behavior<&write_one<int16_t>, TiffStreamWriterApi::call_013_Write, TiffStreamWriterApi::call_000_WriteShort>(),
-    behavior<&write_many<int16_t>, TiffStreamWriterApi::call_014_Write, TiffStreamWriterApi::call_000_WriteShorts>(),
-    behavior<&write_one<int32_t>, TiffStreamWriterApi::call_015_Write, TiffStreamWriterApi::call_000_WriteInt>(),
-    behavior<&write_one<uint8_t>, TiffStreamWriterApi::call_016_Write, TiffStreamWriterApi::call_000_WriteByte>(),
-    behavior<&write_one<uint32_t>, TiffStreamWriterApi::call_017_Write, TiffStreamWriterApi::call_000_WriteUint>(),
-    behavior<&write_many<uint32_t>, TiffStreamWriterApi::call_018_Write, TiffStreamWriterApi::call_000_WriteUints>(),
-    behavior<&write_one<uint16_t>, TiffStreamWriterApi::call_019_Write, TiffStreamWriterApi::call_000_WriteUshort>(),
-    behavior<&write_many<uint16_t>, TiffStreamWriterApi::call_020_Write, TiffStreamWriterApi::call_000_WriteUshorts>(),
-    behavior<&write_one<int64_t>, TiffStreamWriterApi::call_021_Write, TiffStreamWriterApi::call_000_WriteLong>(),
-    behavior<&write_many<int64_t>, TiffStreamWriterApi::call_022_Write, TiffStreamWriterApi::call_000_WriteLongs>(),
-    behavior<&write_one<uint64_t>, TiffStreamWriterApi::call_023_Write, TiffStreamWriterApi::call_000_WriteUlong>(),
-    behavior<&write_many<uint64_t>, TiffStreamWriterApi::call_024_Write, TiffStreamWriterApi::call_000_WriteUlongs>(),
-    behavior<&position, TiffStreamWriterApi::get_Position>(),
-    behavior<&set_position, TiffStreamWriterApi::set_Position>(),
-    behavior<&sync_root, TiffStreamWriterApi::get_SyncRoot>(),
-    behavior<&get_writer, TiffStreamFactoryApi::call_000_GetTiffWriter>(),
+    behavior<&write_part, Writer::call_000_Write>(),
+    behavior<&write_bytes, Writer::call_001_Write, Writer::call_000_WriteBytes>(),
+    behavior<&write_one<double>, Writer::call_002_Write, Writer::call_000_WriteDouble>(),
+    behavior<&write_many<double>, Writer::call_003_Write, Writer::call_000_WriteDoubles>(),
+    behavior<&write_one<float>, Writer::call_004_Write, Writer::call_000_WriteFloat>(),
+    behavior<&write_many<float>, Writer::call_005_Write, Writer::call_000_WriteFloats>(),
+    behavior<&write_rational, Writer::call_006_Write, Writer::call_007_Write, Writer::call_000_WriteRational,
+             Writer::call_000_WriteSRational>(),
+    behavior<&write_rationals<false>, Writer::call_008_Write, Writer::call_000_WriteRationals>(),
+    behavior<&write_rationals<true>, Writer::call_009_Write, Writer::call_000_WriteSRationals>(),
+    behavior<&write_one<int8_t>, Writer::call_010_Write, Writer::call_000_WriteSByte>(),
+    behavior<&write_many<int8_t>, Writer::call_011_Write, Writer::call_000_WriteSBytes>(),
+    behavior<&write_many<int32_t>, Writer::call_012_Write, Writer::call_000_WriteInts>(),
+    behavior<&write_one<int16_t>, Writer::call_013_Write, Writer::call_000_WriteShort>(),
+    behavior<&write_many<int16_t>, Writer::call_014_Write, Writer::call_000_WriteShorts>(),
+    behavior<&write_one<int32_t>, Writer::call_015_Write, Writer::call_000_WriteInt>(),
+    behavior<&write_one<uint8_t>, Writer::call_016_Write, Writer::call_000_WriteByte>(),
+    behavior<&write_one<uint32_t>, Writer::call_017_Write, Writer::call_000_WriteUint>(),
+    behavior<&write_many<uint32_t>, Writer::call_018_Write, Writer::call_000_WriteUints>(),
+    behavior<&write_one<uint16_t>, Writer::call_019_Write, Writer::call_000_WriteUshort>(),
+    behavior<&write_many<uint16_t>, Writer::call_020_Write, Writer::call_000_WriteUshorts>(),
+    behavior<&write_one<int64_t>, Writer::call_021_Write, Writer::call_000_WriteLong>(),
+    behavior<&write_many<int64_t>, Writer::call_022_Write, Writer::call_000_WriteLongs>(),
+    behavior<&write_one<uint64_t>, Writer::call_023_Write, Writer::call_000_WriteUlong>(),
+    behavior<&write_many<uint64_t>, Writer::call_024_Write, Writer::call_000_WriteUlongs>(),
+    behavior<&position, Writer::get_Position>(),
+    behavior<&set_position, Writer::set_Position>(),
+    behavior<&sync_root, Writer::get_SyncRoot>(),
+    behavior<&get_writer, Factory::call_000_GetTiffWriter>(),
 });
 
 }  // namespace

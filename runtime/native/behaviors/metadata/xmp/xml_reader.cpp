@@ -36,12 +36,12 @@ struct Expat {
 [[noreturn]] void throw_unloadable() {
     const char* reason = dlerror();
     throw ManagedException("DllNotFoundException", std::string("The XML library libexpat.so.1 cannot be loaded: ") +
-                                                       (reason ? reason : "no reason was given") + ".");
+                                                       (reason != nullptr ? reason : "no reason was given") + ".");
 }
 
 Expat load_expat() {
     void* library = dlopen("libexpat.so.1", RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (!library) {
+    if (library == nullptr) {
         throw_unloadable();
     }
     Expat expat{};

@@ -8,7 +8,7 @@ namespace zelmor::embed {
 
 namespace {
 
-// Letters of any script may begin a name; which of them exactly is left to whoever reads it.
+// A name may begin with a letter of any script. Bytes above ASCII are accepted here; the reader checks them exactly.
 bool begins_name(unsigned char byte) {
     return byte >= 0x80 || byte == '_' || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
 }

@@ -123,7 +123,7 @@ std::vector<Value> XmpArrayObject::values() const {
 
 bool XmpArrayObject::equals(const ManagedObject& other) const {
     const auto* same = dynamic_cast<const XmpArrayObject*>(&other);
-    return same && same->xml_value() == xml_value();
+    return same != nullptr && same->xml_value() == xml_value();
 }
 
 int32_t XmpArrayObject::hash_code() const {
@@ -167,7 +167,7 @@ std::u16string LangAltObject::to_text() const {
 
 bool LangAltObject::equals(const ManagedObject& other) const {
     const auto* same = dynamic_cast<const LangAltObject*>(&other);
-    return same && same->m_texts == m_texts;
+    return same != nullptr && same->m_texts == m_texts;
 }
 
 int32_t LangAltObject::hash_code() const {

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_node.h"
 #include "runtime/native/core/object.h"
 #include "runtime/native/core/value.h"
@@ -15,14 +16,14 @@ namespace zelmor::embed {
 // What can stand as the value of a property: it writes itself as XML.
 class XmlValueObject : public ManagedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.IXmlValue";
+    static constexpr const char* kManagedName = api::Xmp::IXmlValue::kType.name;
     using ManagedObject::ManagedObject;
     virtual std::string xml_value() const = 0;
 };
 
 class XmpArrayObject final : public XmlValueObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.XmpArray";
+    static constexpr const char* kManagedName = api::Xmp::XmpArray::kType.name;
     explicit XmpArrayObject(XmpArrayKind kind);
     explicit XmpArrayObject(XmpNode array);
 
@@ -40,7 +41,7 @@ class XmpArrayObject final : public XmlValueObject {
 
 class LangAltObject final : public XmlValueObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.LangAlt";
+    static constexpr const char* kManagedName = api::Xmp::LangAlt::kType.name;
     static constexpr std::string_view kDefault = "x-default";
     LangAltObject();
     explicit LangAltObject(const XmpNode& alternatives);

@@ -11,10 +11,11 @@
 #include <string_view>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
+
 namespace zelmor::embed {
 
-// The numbers of the enumeration XmpArrayType.
-enum class XmpArrayKind : int32_t { kUnordered = 0, kOrdered = 1, kAlternative = 2 };
+using XmpArrayKind = api::Xmp::XmpArrayType;
 
 const char* rdf_code(XmpArrayKind kind);  // "rdf:Bag", "rdf:Seq", "rdf:Alt"
 

@@ -61,18 +61,18 @@ bool contains_key(XmpPackageObject& self, const std::string& key) {
 
 Value get_prop_value(XmpPackageObject& self, const std::string& key) {
     const Value* value = self.find(key);
-    return value ? *value : Value(Ref<ManagedObject>());
+    return value != nullptr ? *value : Value(Ref<ManagedObject>());
 }
 
 void set_prop_value(XmpPackageObject& self, const std::string& key, const VariantArg* value) {
     Value read = read_variant(value);
-    if (const auto* object = std::get_if<Ref<ManagedObject>>(&read); object && *object) {
+    if (const auto* object = std::get_if<Ref<ManagedObject>>(&read); object != nullptr && *object) {
         const bool fits =
             dynamic_cast<const XmlValueObject*>(object->get()) || dynamic_cast<const ManagedList*>(object->get()) ||
             dynamic_cast<const XmpTypeObject*>(object->get()) || dynamic_cast<const XmpTokenObject*>(object->get()) ||
             dynamic_cast<const EnumObject*>(object->get());
         if (!fits) {
-            throw_invalid_cast((*object)->type().full_name, "Zelmor.Imaging.Xmp.IXmlValue");
+            throw_invalid_cast((*object)->type().full_name, api::Xmp::IXmlValue::kType.name);
         }
     }
     self.set(key, std::move(read));
@@ -100,7 +100,7 @@ void set_value(XmpPackageObject& self, const std::string& key, const VariantArg*
 }
 
 void set_xmp_type_value(XmpPackageObject& self, const std::string& key, XmpTypeObject* value) {
-    if (!value) {
+    if (value == nullptr) {
         throw_argument_null("value");
     }
     self.set(key, Ref<ManagedObject>(value));
@@ -172,7 +172,7 @@ void XmpPackageObject::set(const std::string& key, Value value) {
 void XmpPackageObject::add(const std::string& key, const std::string& text) {
     const Value* known = find(key);
     const auto* object = known ? std::get_if<Ref<ManagedObject>>(known) : nullptr;
-    if (object && *object) {
+    if (object != nullptr && *object) {
         if (auto* array = dynamic_cast<XmpArrayObject*>(object->get())) {
             return array->add(text);
         }
@@ -181,7 +181,7 @@ void XmpPackageObject::add(const std::string& key, const std::string& text) {
         }
     }
     const XmpContainer* container = find_xmp_container(m_uri, full_key(key).substr(m_prefix.size() + 1));
-    if (!container) {
+    if (container == nullptr) {
         return set(key, to_utf16(text));
     }
     if (container->language_alternative) {

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_node.h"
 #include "runtime/native/collections/collection.h"
 
@@ -17,7 +18,7 @@ namespace zelmor::embed {
 
 class XmpPackageObject final : public ManagedEnumerable {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.XmpPackage";
+    static constexpr const char* kManagedName = api::Xmp::XmpPackage::kType.name;
     XmpPackageObject(const TypeInfo& type, std::string prefix, std::string uri);
 
     const std::string& prefix() const { return m_prefix; }

@@ -1,8 +1,9 @@
 // The parts of a packet and the whole as text; see xmp_packet.h.
 #include "runtime/native/behaviors/metadata/xmp/xmp_packet.h"
 
-#include <algorithm>
+#include <map>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
 #include "runtime/native/behaviors/metadata/xmp/xml_text.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_node.h"
 #include "runtime/native/core/managed_exception.h"
@@ -12,7 +13,7 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kMeta = "Zelmor.Imaging.Xmp.XmpMeta";
+constexpr const char* kMeta = api::Xmp::XmpMeta::kType.name;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 Ref<ManagedObject> make_instruction(const TypeInfo& type) {
@@ -28,15 +29,22 @@ Ref<ManagedObject> make_packet(const TypeInfo& type) {
     return make_ref<XmpPacketObject>(type);
 }
 const FactoryRegistration header_factory(XmpInstructionObject::kManagedName, make_instruction);
-const FactoryRegistration trailer_factory("Zelmor.Imaging.Xmp.XmpTrailerPi", make_instruction);
+const FactoryRegistration trailer_factory(api::Xmp::XmpTrailerPi::kType.name, make_instruction);
 const FactoryRegistration element_factory(XmpElementObject::kManagedName, make_element);
 const FactoryRegistration collection_factory(XmpPackageCollectionObject::kManagedName, make_collection);
 const FactoryRegistration packet_factory(XmpPacketObject::kManagedName, make_packet);
 
-using Attributes = std::vector<std::pair<std::string, std::string>>;
-Attributes sorted(Attributes attributes) {
-    std::sort(attributes.begin(), attributes.end());
-    return attributes;
+// Attributes by name: their order in an element means nothing.
+std::map<std::string, std::string> by_name(const std::vector<std::pair<std::string, std::string>>& attributes) {
+    return {attributes.begin(), attributes.end()};
+}
+
+std::vector<Value> items_of(const XmpPackages& packages) {
+    std::vector<Value> items;
+    for (const auto& package : packages.all()) {
+        items.emplace_back(Ref<ManagedObject>(package));
+    }
+    return items;
 }
 
 }  // namespace
@@ -60,7 +68,7 @@ std::string XmpInstructionObject::xml_value() const {
 
 bool XmpInstructionObject::equals(const ManagedObject& other) const {
     const auto* same = dynamic_cast<const XmpInstructionObject*>(&other);
-    return same && &same->type() == &type() && same->xml_value() == xml_value();
+    return same != nullptr && &same->type() == &type() && same->xml_value() == xml_value();
 }
 
 int32_t XmpInstructionObject::hash_code() const {
@@ -110,19 +118,19 @@ std::string XmpElementObject::open_tag() const {
 
 bool XmpElementObject::equals(const ManagedObject& other) const {
     const auto* same = dynamic_cast<const XmpElementObject*>(&other);
-    return same && &same->type() == &type() && sorted(same->m_attributes) == sorted(m_attributes);
+    return same != nullptr && &same->type() == &type() && by_name(same->m_attributes) == by_name(m_attributes);
 }
 
 int32_t XmpElementObject::hash_code() const {
     uint32_t hash = 17;
-    for (const auto& [name, value] : sorted(m_attributes)) {
+    for (const auto& [name, value] : by_name(m_attributes)) {
         hash = hash * 31 + static_cast<uint32_t>(hash_of_value(to_utf16(name + "=" + value)));
     }
     return static_cast<int32_t>(hash);
 }
 
 void XmpPackages::add(XmpPackageObject* package) {
-    if (!package) {
+    if (package == nullptr) {
         throw_argument_null("package");
     }
     if (find(package->uri())) {
@@ -133,7 +141,7 @@ void XmpPackages::add(XmpPackageObject* package) {
 }
 
 void XmpPackages::remove(const XmpPackageObject* package) {
-    if (!package) {
+    if (package == nullptr) {
         throw_argument_null("package");
     }
     std::erase_if(m_packages, [&](const auto& known) { return known.get() == package; });
@@ -149,12 +157,8 @@ XmpPackageObject* XmpPackages::find(std::string_view uri) const {
 }
 
 Ref<ManagedList> XmpPackages::to_array() const {
-    std::vector<Value> items;
-    for (const auto& package : m_packages) {
-        items.emplace_back(Ref<ManagedObject>(package));
-    }
     return make_ref<ValueList>(ListShape::kArray, element_of(Wire::kClass, XmpPackageObject::kManagedName),
-                               std::move(items));
+                               items_of(*this));
 }
 
 const ElementType& XmpPackageCollectionObject::element() const {
@@ -162,17 +166,13 @@ const ElementType& XmpPackageCollectionObject::element() const {
 }
 
 Ref<ManagedEnumerator> XmpPackageCollectionObject::enumerator() {
-    std::vector<Value> items;
-    for (const auto& package : packages.all()) {
-        items.emplace_back(Ref<ManagedObject>(package));
-    }
-    return make_ref<ListEnumerator>(make_ref<ValueList>(ListShape::kArray, variant_element(), std::move(items)));
+    return make_ref<ListEnumerator>(make_ref<ValueList>(ListShape::kArray, variant_element(), items_of(packages)));
 }
 
 XmpPacketObject::XmpPacketObject(const TypeInfo& type) : Record(type) {
     set_property(*this, "HeaderPi", make_instance(XmpInstructionObject::kManagedName));
     set_property(*this, "Meta", make_instance(kMeta));
-    set_property(*this, "TrailerPi", make_instance("Zelmor.Imaging.Xmp.XmpTrailerPi"));
+    set_property(*this, "TrailerPi", make_instance(api::Xmp::XmpTrailerPi::kType.name));
 }
 
 std::string XmpPacketObject::text() const {
@@ -187,7 +187,7 @@ std::string XmpPacketObject::text() const {
         text += cast_object<XmpElementObject>(*meta).open_tag() + ">";
     }
     text += "<rdf:RDF" + xml_attribute("xmlns:rdf", kRdfNamespace) + ">";
-    // As of now: writing a package may run Python code that changes the packet.
+    // A copy of the list: writing a package may run Python code that changes the packet.
     for (const auto& package : std::vector(packages.all())) {
         text += package->xml_value();
     }

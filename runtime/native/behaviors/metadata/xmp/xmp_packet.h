@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_package.h"
 #include "runtime/native/core/records.h"
 
@@ -18,7 +19,7 @@ constexpr const char* kXmpPacketId = "W5M0MpCehiHzreSzNTczkc9d";
 // The header or the trailer, each a processing instruction.
 class XmpInstructionObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.XmpHeaderPi";
+    static constexpr const char* kManagedName = api::Xmp::XmpHeaderPi::kType.name;
     explicit XmpInstructionObject(const TypeInfo& type);
     std::string xml_value() const;
     bool equals(const ManagedObject& other) const override;
@@ -28,7 +29,7 @@ class XmpInstructionObject final : public Record {
 // An element with attributes: XmpMeta or XmpRdfRoot.
 class XmpElementObject final : public ManagedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.XmpElementBase";
+    static constexpr const char* kManagedName = api::Xmp::XmpElementBase::kType.name;
     using ManagedObject::ManagedObject;
 
     // Sets an attribute; its name may have a prefix.
@@ -66,7 +67,7 @@ class XmpPackages {
 // XmpPackageBaseCollection.
 class XmpPackageCollectionObject final : public ManagedEnumerable {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.XmpPackageBaseCollection";
+    static constexpr const char* kManagedName = api::Xmp::XmpPackageBaseCollection::kType.name;
     using ManagedEnumerable::ManagedEnumerable;
     XmpPackages packages;
     const ElementType& element() const override;
@@ -75,7 +76,7 @@ class XmpPackageCollectionObject final : public ManagedEnumerable {
 
 class XmpPacketObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.XmpPacketWrapper";
+    static constexpr const char* kManagedName = api::Xmp::XmpPacketWrapper::kType.name;
     explicit XmpPacketObject(const TypeInfo& type);
     XmpPackages packages;
 

@@ -8,7 +8,7 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kMeta = "Zelmor.Imaging.Xmp.XmpMeta";
+constexpr const char* kMeta = api::Xmp::XmpMeta::kType.name;
 constexpr const char* kToolkit = "x:xmptk";
 
 using Text = std::optional<std::string>;
@@ -17,7 +17,7 @@ std::string instruction_xml(XmpInstructionObject& self) {
     return self.xml_value();
 }
 bool instruction_equals(XmpInstructionObject& self, XmpInstructionObject* other) {
-    return other && self.equals(*other);
+    return other != nullptr && self.equals(*other);
 }
 
 void add_attribute(XmpElementObject& self, const std::string& attribute, const std::string& value) {
@@ -31,7 +31,7 @@ void clear_attributes(XmpElementObject& self) {
     self.clear();
 }
 bool element_equals(XmpElementObject& self, XmpElementObject* other) {
-    return other && self.equals(*other);
+    return other != nullptr && self.equals(*other);
 }
 std::string element_xml(XmpElementObject& self) {
     return self.open_tag() + "/>";
@@ -83,13 +83,13 @@ int32_t collection_count(XmpPackageCollectionObject& self) {
 
 Ref<ManagedObject> packet_of_parts(XmpInstructionObject* header, XmpInstructionObject* trailer,
                                    XmpElementObject* xmp_meta) {
-    if (!header) {
+    if (header == nullptr) {
         throw_argument_null("header");
     }
-    if (!trailer) {
+    if (trailer == nullptr) {
         throw_argument_null("trailer");
     }
-    if (!xmp_meta) {
+    if (xmp_meta == nullptr) {
         throw_argument_null("xmp_meta");
     }
     auto packet = make_xmp_packet();

@@ -1,4 +1,4 @@
-// From the elements of RDF to packages: the forms in which XMP may be written all become the same nodes.
+// Makes packages from the elements of RDF. XMP has several forms for the same value; all of them become the same node.
 #include <algorithm>
 
 #include "runtime/native/behaviors/metadata/xmp/xml_reader.h"
@@ -168,7 +168,7 @@ void read_instructions(const XmlDocument& document, XmpPacketObject& packet) {
 
 void add_property(XmpPacketObject& packet, XmpNode node) {
     XmpPackageObject* package = packet.packages.find(node.uri);
-    if (!package) {
+    if (package == nullptr) {
         auto made = make_xmp_package(node.prefix, node.uri);
         packet.packages.add(made.get());
         package = packet.packages.find(node.uri);
@@ -177,7 +177,7 @@ void add_property(XmpPacketObject& packet, XmpNode node) {
     package->set(name, value_of_node(std::move(node)));
 }
 
-// The end of the text is filled up in some files with bytes that are no text.
+// Some files pad the text with bytes that are not text.
 std::span<const std::byte> without_padding(std::span<const std::byte> packet) {
     while (!packet.empty() && packet.back() == std::byte{0}) {
         packet = packet.first(packet.size() - 1);
@@ -190,7 +190,7 @@ std::span<const std::byte> without_padding(std::span<const std::byte> packet) {
 Ref<XmpPacketObject> read_xmp_packet(std::span<const std::byte> bytes) {
     const XmlDocument document = read_xml(without_padding(bytes));
     const XmlElement* rdf = find_rdf(document.root);
-    if (!rdf) {
+    if (rdf == nullptr) {
         throw_invalid_operation("There is no rdf:RDF element in the XMP packet.");
     }
     auto packet = make_xmp_packet();

@@ -21,7 +21,7 @@ namespace zelmor::embed {
 namespace {
 
 struct Setter;
-// What a setter takes: the function that makes its behavior.
+// The kind of a setter is the function that makes its behavior.
 using Kind = Behavior (*)(const EntryName* const& name, const Setter& row);
 
 struct Setter {
@@ -42,7 +42,7 @@ void set_integer(const Setter& row, XmpPackageObject& self, int32_t value) {
     self.set(row.property, int64_t{value});
 }
 
-// Text that is a date; what is no date is refused before it gets into a file.
+// Text that has to be a date: other text is refused.
 void set_date_text(const Setter& row, XmpPackageObject& self, const std::string& value) {
     parse_iso_date(value);
     self.set(row.property, to_utf16(value));

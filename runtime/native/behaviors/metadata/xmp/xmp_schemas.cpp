@@ -135,7 +135,7 @@ const BehaviorTable table({
 
 Ref<XmpPackageObject> make_xmp_package(const std::string& prefix, const std::string& uri) {
     for (const Schema& schema : kSchemas) {
-        // The schema's own prefix: which one a file had means nothing.
+        // The schema's own prefix replaces that of the file, which has no meaning.
         if (uri == schema.uri) {
             return make_ref<XmpPackageObject>(require_type(schema.type.name), schema.prefix, uri);
         }

@@ -1,6 +1,15 @@
 // The tables of structures; see xmp_structures.h.
 #include "runtime/native/behaviors/metadata/xmp/xmp_structures.h"
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Photoshop.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpDm.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.Colorant.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.Dimensions.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.Font.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.ResourceEvent.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.ResourceRef.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.Thumbnail.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.Version.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_namespaces.h"
 
 namespace zelmor::embed {
@@ -10,8 +19,24 @@ namespace {
 namespace ns = xmp_namespaces;
 using Kind = XmpFieldKind;
 
-constexpr const char* kModes = "1 CMYK 2 RGB 3 LAB";
-constexpr const char* kTypes = "1 PROCESS 2 SPOT";
+namespace colorant = api::Xmp::Types::Complex::Colorant;
+using api::Xmp::Schemas::XmpDm::ProjectType;
+
+constexpr XmpChoice kModes[] = {
+    {colorant::ColorMode::kCmyk, "CMYK"},
+    {colorant::ColorMode::kRgb, "RGB"},
+    {colorant::ColorMode::kLab, "LAB"},
+};
+constexpr XmpChoice kTypes[] = {
+    {colorant::ColorType::kProcess, "PROCESS"},
+    {colorant::ColorType::kSpot, "SPOT"},
+};
+constexpr XmpChoice kProjectTypes[] = {
+    {ProjectType::kMovie, "movie"},
+    {ProjectType::kStill, "still"},
+    {ProjectType::kAudio, "audio"},
+    {ProjectType::kCustom, "custom"},
+};
 
 constexpr XmpField kCmyk[] = {
     {"swatchName", "SwatchName", Kind::kText},
@@ -82,7 +107,7 @@ constexpr XmpField kLayer[] = {
     {"LayerText", "Text", Kind::kText},
 };
 constexpr XmpField kProjectLink[] = {
-    {"type", "Type", Kind::kChoice, "0 movie 1 still 2 audio 3 custom"},
+    {"type", "Type", Kind::kChoice, kProjectTypes},
     {"path", "Path", Kind::kText},
 };
 constexpr XmpField kTime[] = {
@@ -95,19 +120,19 @@ constexpr XmpField kTimecode[] = {
 };
 
 constexpr XmpStructure kStructures[] = {
-    {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantCmyk", "xmpG", ns::kXmpGraphics, kCmyk},
-    {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "xmpG", ns::kXmpGraphics, kLab},
-    {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantRgb", "xmpG", ns::kXmpGraphics, kRgb},
-    {"Zelmor.Imaging.Xmp.Types.Complex.Dimensions.Dimensions", "stDim", ns::kTypeDimensions, kDimensions},
-    {"Zelmor.Imaging.Xmp.Types.Complex.Font.Font", "stFnt", ns::kTypeFont, kFont},
-    {"Zelmor.Imaging.Xmp.Types.Complex.ResourceEvent.ResourceEvent", "stEvt", ns::kTypeResourceEvent, kEvent},
-    {"Zelmor.Imaging.Xmp.Types.Complex.ResourceRef.ResourceRef", "stRef", ns::kTypeResourceRef, kReference},
-    {"Zelmor.Imaging.Xmp.Types.Complex.Thumbnail.Thumbnail", "xmpGImg", ns::kXmpGraphicsThumbnail, kThumbnail},
-    {"Zelmor.Imaging.Xmp.Types.Complex.Version.Version", "stVer", ns::kTypeVersion, kVersion},
-    {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "photoshop", ns::kPhotoshop, kLayer},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.ProjectLink", "xmpDM", ns::kXmpDm, kProjectLink},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.Time", "xmpDM", ns::kXmpDm, kTime},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.Timecode", "xmpDM", ns::kXmpDm, kTimecode},
+    {api::Xmp::Types::Complex::Colorant::ColorantCmyk::kType.name, "xmpG", ns::kXmpGraphics, kCmyk},
+    {api::Xmp::Types::Complex::Colorant::ColorantLab::kType.name, "xmpG", ns::kXmpGraphics, kLab},
+    {api::Xmp::Types::Complex::Colorant::ColorantRgb::kType.name, "xmpG", ns::kXmpGraphics, kRgb},
+    {api::Xmp::Types::Complex::Dimensions::Dimensions::kType.name, "stDim", ns::kTypeDimensions, kDimensions},
+    {api::Xmp::Types::Complex::Font::Font::kType.name, "stFnt", ns::kTypeFont, kFont},
+    {api::Xmp::Types::Complex::ResourceEvent::ResourceEvent::kType.name, "stEvt", ns::kTypeResourceEvent, kEvent},
+    {api::Xmp::Types::Complex::ResourceRef::ResourceRef::kType.name, "stRef", ns::kTypeResourceRef, kReference},
+    {api::Xmp::Types::Complex::Thumbnail::Thumbnail::kType.name, "xmpGImg", ns::kXmpGraphicsThumbnail, kThumbnail},
+    {api::Xmp::Types::Complex::Version::Version::kType.name, "stVer", ns::kTypeVersion, kVersion},
+    {api::Xmp::Schemas::Photoshop::Layer::kType.name, "photoshop", ns::kPhotoshop, kLayer},
+    {api::Xmp::Schemas::XmpDm::ProjectLink::kType.name, "xmpDM", ns::kXmpDm, kProjectLink},
+    {api::Xmp::Schemas::XmpDm::Time::kType.name, "xmpDM", ns::kXmpDm, kTime},
+    {api::Xmp::Schemas::XmpDm::Timecode::kType.name, "xmpDM", ns::kXmpDm, kTimecode},
 };
 
 }  // namespace

@@ -20,11 +20,19 @@ enum class XmpFieldKind : uint8_t {
     kStructure,  // of the type that the property has
 };
 
+// An enumerator and the word that the format has for it.
+struct XmpChoice {
+    template <class Enum>
+    constexpr XmpChoice(Enum of_number, const char* of_word) : number(static_cast<int64_t>(of_number)), word(of_word) {}
+    int64_t number;
+    std::string_view word;
+};
+
 struct XmpField {
     const char* name;      // in the namespace of its structure
     const char* property;  // managed name
     XmpFieldKind kind;
-    const char* words = "";  // of a choice: "1 CMYK 2 RGB"
+    std::span<const XmpChoice> choices = {};
 };
 
 struct XmpStructure {

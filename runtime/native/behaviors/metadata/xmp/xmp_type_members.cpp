@@ -148,7 +148,7 @@ Collection defined_renditions() {
 }
 
 bool equal_types(XmpTypeObject& self, XmpTypeObject* other) {
-    return other && self.equals(*other);
+    return other != nullptr && self.equals(*other);
 }
 bool equal_tokens(XmpTokenObject& self, XmpTokenObject* other) {
     return other == &self;

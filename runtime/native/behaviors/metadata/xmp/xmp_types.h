@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_node.h"
 #include "runtime/native/core/records.h"
 
@@ -16,7 +17,7 @@ namespace zelmor::embed {
 // An object of a class derived from XmpTypeBase. Two are equal when they are of one type and hold the same.
 class XmpTypeObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Xmp.Types.XmpTypeBase";
+    static constexpr const char* kManagedName = api::Xmp::Types::XmpTypeBase::kType.name;
     explicit XmpTypeObject(const TypeInfo& type);
 
     // What stands for the value inside the element of a property.
