@@ -7,7 +7,7 @@
 
 namespace zelmor::embed {
 
-// The byte behind the introducer of an extension, which says what it is.
+// The byte after the introducer of an extension: the kind of the extension.
 enum class GifLabel : uint8_t { kPlainText = 0x01, kControl = 0xF9, kComment = 0xFE, kApplication = 0xFF };
 constexpr uint8_t kGifExtensionIntroducer = 0x21;
 

@@ -1,7 +1,7 @@
 // What the image classes call: keeping the metadata of a file with an image, and writing it when the image is saved.
 //
-// An image keeps the bytes that its file had. They become objects when a property is first read, and go into the next
-// file as they are where nobody did. What a property was set to takes the place of what was read.
+// An image keeps the bytes of its file's metadata. They become objects when a property is first read; otherwise they
+// are written to the next file unchanged. A value that a property was set to replaces them.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_IMAGE_METADATA_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_IMAGE_METADATA_H
 
@@ -14,7 +14,7 @@ namespace zelmor::embed {
 
 struct ImageMetadata;
 
-// What the file has; empty where that is nothing, which costs the image nothing.
+// The metadata of the file; null if it has none.
 std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file);
 
 // Before an image is encoded: options that are made of tags are brought in step. `options` may be null.

@@ -18,14 +18,14 @@ namespace zelmor::embed {
 enum class MetadataFormat : uint8_t { kOther, kJpeg, kPng, kWebp, kGif, kTiff };
 MetadataFormat metadata_format(std::span<const std::byte> file);
 
-// What a file has, as it stands there. Damage ends the search; it is the decoder's to complain.
+// The metadata of a file, unchanged. The search ends at damage, which the decoder reports.
 struct FileMetadata {
     Bytes exif;  // from the byte order on; of a TIFF file empty, since the file itself is it
     Bytes xmp;
 };
 FileMetadata find_metadata(std::span<const std::byte> file);
 
-// What to write in the place of all that the file has of the kind; empty for none.
+// The metadata that replace those of the file, each kind as a whole; empty for none.
 struct MetadataToWrite {
     Bytes exif;  // from the byte order on
     Bytes xmp;
@@ -39,7 +39,7 @@ Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& meta
 // Parts of TIFF files that both this and the codec of EXIF data need.
 //
 // Adds tags to the first directory of a TIFF file, in the place of those with the same numbers or with the numbers
-// given, and directories below it. The file grows; what is not pointed to any more stays in it.
+// given, and directories below it. The file grows: data without a pointer to them stay in it.
 Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata);
 // The packet in a tag of the first directory.
 Bytes find_tiff_xmp(std::span<const std::byte> file);

@@ -14,7 +14,7 @@
 
 namespace zelmor::embed {
 
-// Where a tag belongs.
+// The directory of a tag.
 enum class ExifDirectory : uint8_t { kCommon, kExif, kGps };
 
 using TagList = std::vector<Ref<TagObject>>;
@@ -32,13 +32,13 @@ class ExifObject final : public Record {
     void put(ExifDirectory directory, Ref<TagObject> tag);
     void remove(ExifDirectory directory, uint16_t id);
     void remove(uint16_t id);
-    // Puts tags where their numbers belong.
+    // Puts each tag in the directory that its number belongs to.
     void distribute(const TagList& tags);
     TagList all() const;
     bool empty() const;
     bool big_endian() const { return property_bool(*this, "IsBigEndian"); }
 
-    // The thumbnail of a file, a JPEG, with its directory; not decoded before somebody asks for it.
+    // The thumbnail of a file, a JPEG, with its directory; it is decoded when its property is first read.
     Bytes thumbnail;
     TagList thumbnail_tags;
     // A directory inside that of EXIF which no member shows; it is written again as it was.

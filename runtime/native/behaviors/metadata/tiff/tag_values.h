@@ -1,7 +1,7 @@
 // A tag's value as the type that a property of the library has.
 //
-// A file chooses the types of its tags, and a property has one of its own: numbers of another width are converted, and
-// what cannot be is refused with InvalidCastException, or with OverflowException where a number is too large.
+// The type of a tag is chosen by the file, that of a property by the library: numbers of another width are converted.
+// Other values are refused with InvalidCastException, numbers that are too large with OverflowException.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_TIFF_TAG_VALUES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_TIFF_TAG_VALUES_H
 
@@ -17,7 +17,7 @@ std::optional<Bytes> bytes_of_tag(const Value& value);
 // The tag's own array where its elements are of the type already.
 Ref<ManagedList> array_of_tag(const Value& value, const ElementType& element);
 
-// What a setter was given, as a value for a tag: null for None.
+// The argument of a setter as a value for a tag: null for None.
 Value given_text(const std::optional<std::u16string>& text);
 Value given_bytes(const PyBytesArg* bytes);
 

@@ -49,7 +49,7 @@ class TiffReaderObject final : public ManagedObject {
     uint64_t number(int64_t position, size_t size);
     // Refuses a count whose bytes cannot be there; with exceptions off it is brought down to what is there.
     int64_t checked_count(int64_t position, int64_t count, size_t size);
-    // What is there from a position on.
+    // All bytes from a position to the end.
     Bytes rest(int64_t position);
 
  private:

@@ -65,7 +65,7 @@ class TagObject : public ManagedObject {
     std::optional<Bytes> m_bytes;
 };
 
-// A tag of a type that TIFF does not know: where its values are is kept, not what they are.
+// A tag of a type that TIFF does not define: it keeps the offset of its values, not the values.
 class UnknownTagObject final : public TagObject {
  public:
     static constexpr const char* kManagedName = api::FileFormats::Tiff::TiffTagTypes::TiffUnknownType::kType.name;
@@ -104,7 +104,7 @@ constexpr size_t inline_size(bool big_tiff) {
     return big_tiff ? 8 : 4;
 }
 
-// Numbers and text of a tag for those who need no object; nothing where it has none of the kind.
+// A number among the values of a tag; nothing if the tag has no whole number at the index.
 std::optional<int64_t> tag_integer(const TagObject& tag, size_t index = 0);
 
 }  // namespace zelmor::embed

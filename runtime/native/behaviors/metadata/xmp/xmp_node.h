@@ -1,7 +1,7 @@
 // A value of XMP's data model as a tree: text, an array, or a structure, with its qualifiers.
 //
-// What is read from a packet arrives as nodes; those that a class of the API can hold become objects of it, all others
-// stay nodes, so that nothing of a packet is lost. Text is UTF-8.
+// A packet is read into nodes. A node that a class of the API can hold becomes an object of the class; all others stay
+// nodes, so that nothing of a packet is lost. Text is UTF-8.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_XMP_XMP_NODE_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_XMP_XMP_NODE_H
 

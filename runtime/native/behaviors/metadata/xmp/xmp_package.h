@@ -48,7 +48,7 @@ class XmpPackageObject final : public ManagedEnumerable {
     std::vector<std::pair<std::string, Value>> m_values;
 };
 
-// A package of the class that stands for a schema, or a basic one where no class does.
+// A package of the class for a schema, or a basic one if the schema has no class.
 Ref<XmpPackageObject> make_xmp_package(const std::string& prefix, const std::string& uri);
 
 // What an array property of a published schema is: nothing for one that holds a single value.

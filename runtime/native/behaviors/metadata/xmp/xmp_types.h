@@ -1,7 +1,7 @@
 // The typed values of XMP: text, numbers, dates, rational numbers, identifiers, and structures of fields.
 //
-// Their properties are stored like those of any record; here is how they are written in a packet and what makes a read
-// structure into one of them. Arrays and language alternatives, which are no such types, are in xmp_arrays.h.
+// Their properties are stored like those of any record. This is how they are written in a packet and made from one
+// that is read. Arrays and language alternatives, which are not typed values, are in xmp_arrays.h.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_XMP_XMP_TYPES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_XMP_XMP_TYPES_H
 
@@ -20,7 +20,7 @@ class XmpTypeObject final : public Record {
     static constexpr const char* kManagedName = api::Xmp::Types::XmpTypeBase::kType.name;
     explicit XmpTypeObject(const TypeInfo& type);
 
-    // What stands for the value inside the element of a property.
+    // The text for the value inside the element of a property.
     std::string representation() const;
 
     // A value as it was read, of a form that none of the classes has; such a one is a ComplexTypeBase.
