@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstring>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.h"
@@ -51,7 +52,9 @@ const TagClass* find_class(uint16_t type) {
     return nullptr;
 }
 const TagClass& class_of(TiffType type) {
-    return *find_class(static_cast<uint16_t>(type));
+    const TagClass* known = find_class(static_cast<uint16_t>(type));
+    assert(known != nullptr);
+    return *known;
 }
 
 const ElementType& element_of(const TagClass& tag) {

@@ -1,5 +1,6 @@
 // Members of XMP's typed values that do more than store: constructors from text, comparing, ready-made values.
 #include <array>
+#include <cassert>
 #include <charconv>
 #include <limits>
 #include <utility>
@@ -188,7 +189,9 @@ constexpr Token kTokens[] = {
 // There is one object for each, which is made when it is asked for first.
 Ref<ManagedObject> token(const Token& row) {
     static auto& made = *new std::array<Ref<ManagedObject>, std::size(kTokens)>;
-    auto& object = made[static_cast<size_t>(&row - kTokens)];
+    const auto index = static_cast<size_t>(&row - kTokens);
+    assert(index < made.size());
+    auto& object = made[index];
     if (!object) {
         object = make_ref<XmpTokenObject>(require_type(row.property.type.name), row.word);
     }

@@ -1,4 +1,5 @@
 // Nodes of a packet as typed values; see xmp_types.h.
+#include <cassert>
 #include <charconv>
 #include <optional>
 
@@ -37,8 +38,14 @@ bool whole_number(const std::string& text, Number& number) {
     return error == std::errc() && end == text.data() + text.size();
 }
 
+const PropertyInfo& info_of(const Record& record, const XmpField& field) {
+    const auto slot = find_property(record.type(), field.property);
+    assert(slot.has_value());
+    return *slot->info;
+}
+
 bool set_number(Record& record, const XmpField& field, const std::string& text) {
-    const PropertyInfo& info = *find_property(record.type(), field.property)->info;
+    const PropertyInfo& info = info_of(record, field);
     if (info.wire == Wire::kSingle || info.wire == Wire::kDouble) {
         double number = 0;
         if (!whole_number(text, number)) {
@@ -104,7 +111,7 @@ bool set_field(Record& record, const XmpField& field, const XmpNode& node) {
         return true;
     }
     if (field.kind == XmpFieldKind::kStructure) {
-        const TypeInfo* type = type_at(find_property(record.type(), field.property)->info->type);
+        const TypeInfo* type = type_at(info_of(record, field).type);
         const XmpStructure* inner = type != nullptr ? find_xmp_structure(type->full_name) : nullptr;
         auto object = inner != nullptr ? structure_of(node, *inner) : nullptr;
         if (!object) {
@@ -135,7 +142,7 @@ bool set_field(Record& record, const XmpField& field, const XmpNode& node) {
             return number.has_value();
         }
         case XmpFieldKind::kToken: {
-            const TypeInfo* type = type_at(find_property(record.type(), field.property)->info->type);
+            const TypeInfo* type = type_at(info_of(record, field).type);
             auto token = type != nullptr ? find_xmp_token(*type, node.text) : nullptr;
             if (!token) {
                 return false;

@@ -1,6 +1,7 @@
 // Typed values, and how they are written in a packet; see xmp_types.h.
 #include "runtime/native/behaviors/metadata/xmp/xmp_types.h"
 
+#include <cassert>
 #include <optional>
 
 #include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.Colorant.h"
@@ -28,6 +29,7 @@ std::string plain_text(const Value& value) {
 
 std::string number_of(const Record& record, const char* name) {
     const auto slot = find_property(record.type(), name);
+    assert(slot.has_value());
     const Value& value = record.slot(slot->slot);
     const auto* real = std::get_if<double>(&value);
     if (real && slot->info->wire == Wire::kSingle) {
