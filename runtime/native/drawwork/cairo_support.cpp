@@ -93,7 +93,7 @@ cairo_filter_t filter_of(Sampling sampling) {
         case Sampling::kNearest:
             return CAIRO_FILTER_NEAREST;
         case Sampling::kGood:
-            return CAIRO_FILTER_GOOD;  // bilinear, and averaging where a picture shrinks
+            return CAIRO_FILTER_GOOD;  // bilinear, with averaging for a picture that is made smaller
         case Sampling::kBest:
             break;
     }

@@ -1,4 +1,4 @@
-// What regions contain; their members are in region_members.cpp.
+// Computing with regions. The members of Region are in region_members.cpp.
 #include "runtime/native/behaviors/drawing/regions.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@ namespace zelmor::embed {
 namespace {
 
 constexpr double kFlatness = 0.01;
-constexpr int kDeepest = 64;  // expressions that grow deeper are worked out
+constexpr int kDeepest = 64;  // a deeper expression is replaced by its trapezoids
 
 bool operate(RegionOperation operation, bool left, bool right) {
     switch (operation) {
@@ -102,7 +102,8 @@ bool is_unbounded(const RegionNode& node) {
     }
 }
 
-// The same region without operations: its trapezoids, or all but the trapezoids of what it leaves out.
+// The same region without operations: its trapezoids or, for an unbounded one, everything but the trapezoids of its
+// complement.
 RegionTree worked_out(const RegionNode& node) {
     RegionNode bounded = node;
     const bool inverted = is_unbounded(node);
