@@ -2,6 +2,7 @@
 #include "runtime/native/behaviors/drawing/regions.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace zelmor::embed {
 
@@ -156,6 +157,7 @@ RegionTree region_of(Outline outline, FillRule rule) {
 }
 
 RegionTree combined(RegionTree left, RegionTree right, RegionOperation operation) {
+    assert(left != nullptr && right != nullptr);
     auto node = std::make_shared<RegionNode>();
     node->kind = RegionNode::Kind::kOperation;
     node->depth = 1 + std::max(left->depth, right->depth);

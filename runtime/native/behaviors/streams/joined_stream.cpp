@@ -2,6 +2,7 @@
 #include "runtime/native/behaviors/streams/joined_stream.h"
 
 #include <algorithm>
+#include <cassert>
 #include <numeric>
 
 #include "runtime/native/core/managed_exception.h"
@@ -96,6 +97,7 @@ int64_t JoinedStream::position() {
 }
 
 JoinedStream::Place JoinedStream::find(int64_t position) const {
+    assert(!m_pieces.empty() && position >= 0);
     size_t index = 0;
     while (index + 1 < m_pieces.size() && position >= m_pieces[index].length) {
         position -= m_pieces[index++].length;
