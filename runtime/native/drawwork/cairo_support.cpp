@@ -2,6 +2,7 @@
 #include "runtime/native/drawwork/cairo_support.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <string>
 
@@ -38,6 +39,7 @@ Argb straight(Argb color) {
 }
 
 Surface make_surface(int32_t width, int32_t height, std::span<const Argb> pixels) {
+    assert(pixels.size() == static_cast<size_t>(width) * static_cast<size_t>(height));
     Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
     check(cairo_surface_status(surface.get()), "the picture cannot be drawn on");
     unsigned char* data = cairo_image_surface_get_data(surface.get());
@@ -93,7 +95,7 @@ cairo_filter_t filter_of(Sampling sampling) {
         case Sampling::kNearest:
             return CAIRO_FILTER_NEAREST;
         case Sampling::kGood:
-            return CAIRO_FILTER_GOOD;  // bilinear, and averaging where a picture shrinks
+            return CAIRO_FILTER_GOOD;  // bilinear, with averaging for a picture that is made smaller
         case Sampling::kBest:
             break;
     }

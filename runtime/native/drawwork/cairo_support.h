@@ -21,7 +21,7 @@ using Context = std::unique_ptr<cairo_t, Freeing<cairo_destroy>>;
 using Surface = std::unique_ptr<cairo_surface_t, Freeing<cairo_surface_destroy>>;
 using Pattern = std::unique_ptr<cairo_pattern_t, Freeing<cairo_pattern_destroy>>;
 
-// Throws DrawError where cairo says that something went wrong.
+// Throws DrawError if cairo reports a failure.
 void check(cairo_status_t status, const char* what);
 
 Argb premultiplied(Argb color);
@@ -36,7 +36,7 @@ inline cairo_matrix_t to_cairo(const Affine& map) {
 
 // Adds the outline to the current path.
 void add_path(cairo_t* context, const Outline& outline);
-// Makes the paint the source; the paint's opacity is not in it. False where there is nothing to be seen.
+// Makes the paint the source, without its opacity. False if the paint is invisible.
 bool set_source(cairo_t* context, const Paint& paint);
 
 }  // namespace zelmor::drawwork

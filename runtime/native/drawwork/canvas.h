@@ -1,4 +1,4 @@
-// What the embedded runtime asks of a drawing library: canvases over blocks of pixels, and text.
+// The interface between the embedded runtime and a drawing library: canvases over blocks of pixels, and text.
 //
 // The implementation is a shared object of its own, loaded at the first drawing, so that nothing here may name a type
 // of the library behind it. All coordinates are pixels of the image that a canvas is a part of, unless a map stands
@@ -23,7 +23,7 @@ struct PixelArea {
     int32_t x = 0, y = 0, width = 0, height = 0;
 };
 
-// A failure of the library, for which the caller cannot be blamed.
+// A failure of the drawing library that the caller did not cause.
 class DrawError : public std::runtime_error {
  public:
     using std::runtime_error::runtime_error;
@@ -37,7 +37,7 @@ struct GradientStop {
     Argb color;
 };
 
-// What is painted with. `placing` maps its own space to the image.
+// A color, a gradient or a texture to paint with. `placing` maps its own space to the image.
 struct Paint {
     enum class Kind { kSolid, kLinear, kTexture };
     Kind kind = Kind::kSolid;
@@ -72,7 +72,7 @@ struct TextLayout {
     double size = 12;    // of the em square
     bool bold = false, italic = false, underline = false, strikeout = false;
     bool smooth = true, hinted = false;
-    double width = -1, height = -1;  // where lines are broken and trimmed; negative for nowhere
+    double width = -1, height = -1;  // lines are broken and trimmed there; negative for no limit
     TextAlignment alignment = TextAlignment::kBegin;
     bool wrap = true;
     TextTrimming trimming = TextTrimming::kNone;
@@ -90,17 +90,17 @@ class Canvas {
  public:
     virtual ~Canvas() = default;
 
-    // Takes back all cutting.
+    // Ends all clipping.
     virtual void unclip() = 0;
-    // What is drawn is cut to the outline, and to those of earlier calls.
+    // Cuts everything drawn from now on to the outline, and to those of earlier calls.
     virtual void clip(const Outline& outline, FillRule rule, bool smooth) = 0;
     virtual void fill(const Outline& outline, FillRule rule, const Paint& paint, bool smooth) = 0;
     virtual void stroke(const Outline& outline, const Stroke& stroke, const Paint& paint, bool smooth) = 0;
     // Replaces all pixels inside the clip.
     virtual void clear(Argb color) = 0;
-    // The layout's left top corner is where `placing` maps the origin to.
+    // `placing` maps the origin to the layout's left top corner.
     virtual void text(const TextLayout& layout, const Affine& placing, const Paint& paint) = 0;
-    // The pixels of the area. Those that were not drawn on are what they were, to the last bit.
+    // The pixels of the area. Pixels that were not drawn on are unchanged to the last bit.
     virtual std::vector<Argb> pixels() = 0;
 };
 

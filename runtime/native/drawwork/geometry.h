@@ -1,6 +1,6 @@
 // Points, rectangles and affine maps in double precision, and outlines made of lines and curves.
 //
-// Plain data that both the runtime and the drawing backend use; what is computed from outlines is the runtime's.
+// Plain data that the runtime and the drawing backend share. Computing with outlines is the runtime's part.
 #ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_GEOMETRY_H
 #define ZELMOR_RUNTIME_NATIVE_DRAWWORK_GEOMETRY_H
 
@@ -39,7 +39,7 @@ struct Affine {
         return {m11 * n.m11 + m12 * n.m21, m11 * n.m12 + m12 * n.m22,      m21 * n.m11 + m22 * n.m21,
                 m21 * n.m12 + m22 * n.m22, dx * n.m11 + dy * n.m21 + n.dx, dx * n.m12 + dy * n.m22 + n.dy};
     }
-    // Nothing where the map flattens the plane.
+    // Nothing for a map without an inverse.
     std::optional<Affine> inverse() const {
         const double det = determinant();
         if (det == 0 || !std::isfinite(det)) {
@@ -53,7 +53,7 @@ struct Affine {
 
     static Affine translation(double x, double y) { return {1, 0, 0, 1, x, y}; }
     static Affine scaling(double x, double y) { return {x, 0, 0, y, 0, 0}; }
-    // Clockwise where y points down. Quarter turns are exact.
+    // Clockwise, as y points down. Quarter turns are exact.
     static Affine rotation(double degrees) {
         const double turn = std::remainder(degrees, 360.0);
         double sine = std::sin(turn * M_PI / 180), cosine = std::cos(turn * M_PI / 180);

@@ -15,7 +15,7 @@ constexpr const char* kLibrary = "libzelmor.embed.drawwork.so";
 // The directory of the shared object that this function is part of.
 std::string own_directory() {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || !info.dli_fname) {
+    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || info.dli_fname == nullptr) {
         return ".";
     }
     const std::string path = info.dli_fname;
@@ -26,18 +26,18 @@ std::string own_directory() {
 [[noreturn]] void throw_unloadable(const std::string& path) {
     const char* reason = dlerror();
     throw ManagedException("DllNotFoundException", "The drawing library '" + path + "' cannot be loaded: " +
-                                                       (reason ? reason : "no reason was given") + ".");
+                                                       (reason != nullptr ? reason : "no reason was given") + ".");
 }
 
 drawwork::Backend* load() {
     const std::string path = own_directory() + "/" + kLibrary;
     // Never unloaded: the libraries behind it have types that stay.
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (!library) {
+    if (library == nullptr) {
         throw_unloadable(path);
     }
     const auto function = reinterpret_cast<drawwork::BackendFunction>(dlsym(library, drawwork::kBackendSymbol));
-    if (!function) {
+    if (function == nullptr) {
         throw_unloadable(path);
     }
     return function();
@@ -47,7 +47,7 @@ drawwork::Backend* load() {
 
 drawwork::Backend& drawing_backend() {
     static drawwork::Backend* backend = nullptr;
-    if (!backend) {
+    if (backend == nullptr) {
         backend = load();
     }
     return *backend;

@@ -8,7 +8,7 @@
 
 namespace zelmor::embed {
 
-// The backend, loaded from the directory that the runtime lies in. DllNotFoundException where it cannot be loaded; the
+// The backend, loaded from the directory of the runtime. DllNotFoundException if it cannot be loaded; the
 // next call tries again.
 drawwork::Backend& drawing_backend();
 

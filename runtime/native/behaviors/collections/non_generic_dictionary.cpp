@@ -7,13 +7,13 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kDictionary = "Zelmor.Imaging.NonGenericDictionary";
+using Api = api::NonGenericDictionary;
 
 class NonGenericDictionary final : public ManagedCollection {
  public:
-    static constexpr const char* kManagedName = kDictionary;
+    static constexpr const char* kManagedName = Api::kType.name;
     NonGenericDictionary()
-        : ManagedCollection(require_type(kDictionary)),
+        : ManagedCollection(require_type(kManagedName)),
           m_keys(make_list(ListShape::kArrayList, variant_element())),
           m_values(make_list(ListShape::kArrayList, variant_element())) {}
 
@@ -64,10 +64,10 @@ void remove(NonGenericDictionary& self, const VariantArg* key) {
 void clear(NonGenericDictionary& self) {
     self.clear();
 }
-bool no(NonGenericDictionary&) {
+bool is_restricted(NonGenericDictionary&) {
     return false;
 }
-// Copies: who goes through them may change the dictionary meanwhile.
+// Copies, so that the dictionary can be changed while a caller iterates over them.
 Collection keys(NonGenericDictionary& self) {
     return {self.keys()->copy()};
 }
@@ -75,18 +75,16 @@ Collection values(NonGenericDictionary& self) {
     return {self.values()->copy()};
 }
 
-const FactoryRegistration factory(kDictionary,
+const FactoryRegistration factory(Api::kType.name,
                                   [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<NonGenericDictionary>()); });
 
-using NonGenericDictionaryApi = api::NonGenericDictionary;
-
 const BehaviorTable table({
-    behavior<&add, NonGenericDictionaryApi::call_000_Add>(),
-    behavior<&remove, NonGenericDictionaryApi::call_000_Remove>(),
-    behavior<&clear, NonGenericDictionaryApi::call_000_Clear>(),
-    behavior<&no, NonGenericDictionaryApi::get_IsFixedSize, NonGenericDictionaryApi::get_IsReadOnly>(),
-    behavior<&keys, NonGenericDictionaryApi::get_Keys>(),
-    behavior<&values, NonGenericDictionaryApi::get_Values>(),
+    behavior<&add, Api::call_000_Add>(),
+    behavior<&remove, Api::call_000_Remove>(),
+    behavior<&clear, Api::call_000_Clear>(),
+    behavior<&is_restricted, Api::get_IsFixedSize, Api::get_IsReadOnly>(),
+    behavior<&keys, Api::get_Keys>(),
+    behavior<&values, Api::get_Values>(),
 });
 
 }  // namespace

@@ -1,5 +1,5 @@
-// NonGenericList and the list of metafile records that derives from it: a list around another list. Whatever is asked
-// of it is asked of that one, a Python list included.
+// NonGenericList and MetaObjectList, which derives from it: a list around another list, which may be a Python list. All
+// its operations are those of the list inside.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/collections/collection.h"
@@ -9,7 +9,7 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kList = "Zelmor.Imaging.NonGenericList";
+using api::FileFormats::Emf::MetaObjectList;
 
 class NonGenericList final : public ManagedList {
  public:
@@ -41,39 +41,28 @@ class NonGenericList final : public ManagedList {
     Ref<ManagedList> m_inner;
 };
 
-constexpr const char* kMetaList = "Zelmor.Imaging.FileFormats.Emf.MetaObjectList";
-
-Ref<ManagedObject> made(const char* type, const VariantArg* list) {
-    const auto inner = read_collection(list, CollectionShape::kIList, variant_element());
-    if (!inner) {
+template <const TypeName& kType>
+Ref<ManagedObject> list_around(const VariantArg* list) {
+    const auto object = read_collection(list, CollectionShape::kIList, variant_element());
+    if (!object) {
         throw_argument_null("list");
     }
-    Ref<ManagedList> asked(&cast_object<ManagedList>(*inner));
-    // One around another asks the innermost at once, however many there are.
-    if (const auto* around = dynamic_cast<const NonGenericList*>(asked.get())) {
-        asked = around->inner();
+    Ref<ManagedList> inner(&cast_object<ManagedList>(*object));
+    // A list around such a list uses the innermost list directly.
+    if (const auto* around = dynamic_cast<const NonGenericList*>(inner.get()); around != nullptr) {
+        inner = around->inner();
     }
-    return make_ref<NonGenericList>(require_type(type), std::move(asked));
+    return make_ref<NonGenericList>(require_type(kType.name), std::move(inner));
 }
 
-Ref<ManagedObject> list_around(const VariantArg* list) {
-    return made(kList, list);
-}
-Ref<ManagedObject> meta_list_around(const VariantArg* list) {
-    return made(kMetaList, list);
-}
-
-// One that the runtime makes for itself is empty.
-const FactoryRegistration factory(kList, [](const TypeInfo& type) {
+// A list that the runtime makes by itself is empty.
+const FactoryRegistration factory(api::NonGenericList::kType.name, [](const TypeInfo& type) {
     return Ref<ManagedObject>(make_ref<NonGenericList>(type, make_list(ListShape::kArrayList, variant_element())));
 });
 
-using MetaObjectListApi = api::FileFormats::Emf::MetaObjectList;
-using NonGenericListApi = api::NonGenericList;
-
 const BehaviorTable table({
-    behavior<&list_around, NonGenericListApi::ctor_000_NonGenericList>(),
-    behavior<&meta_list_around, MetaObjectListApi::ctor_000_MetaObjectList>(),
+    behavior<&list_around<api::NonGenericList::kType>, api::NonGenericList::ctor_000_NonGenericList>(),
+    behavior<&list_around<MetaObjectList::kType>, MetaObjectList::ctor_000_MetaObjectList>(),
 });
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Making brushes, and those of their properties that depend on each other.
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.Brushes.h"
@@ -124,6 +125,7 @@ void set_linear_colors(Record& self, const VariantArg* value) {
 // ---- Blends by formula
 
 void set_blend(Record& self, std::vector<float> factors, std::vector<float> positions) {
+    assert(factors.size() == positions.size());
     auto blend = make_instance(api::Blend::kType.name);
     set_property(*blend, "Factors", Value(Ref<ManagedObject>(make_array(std::move(factors)))));
     set_property(*blend, "Positions", Value(Ref<ManagedObject>(make_array(std::move(positions)))));

@@ -1,4 +1,4 @@
-// Fonts, the folders where they are looked for, and formats of text.
+// Fonts, the folders in which they are searched, and formats of text.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>

@@ -2,6 +2,7 @@
 #include "runtime/native/behaviors/drawing/graphics.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 #include "runtime/native/behaviors/images/enumeration_properties.h"
@@ -39,6 +40,7 @@ std::vector<Argb> read(const ImageObject& image, const PixelArea& area) {
 }  // namespace
 
 GraphicsObject::GraphicsObject(const TypeInfo& type, Ref<ImageObject> image) : Record(type), m_image(std::move(image)) {
+    assert(m_image);
     set_property(*this, "Image", Value(Ref<ManagedObject>(m_image)));
     set_property(*this, "PageUnit", GraphicsUnit::kDisplay);
     set_property(*this, "PageScale", 1.0);

@@ -40,7 +40,7 @@ class GraphicsObject final : public Record {
 
     void set_clip(RegionObject* region);
 
-    // Draws within `reach`, in pixels: what is outside is not touched.
+    // Draws inside `reach`, a rectangle in pixels; the pixels outside do not change.
     template <class Draw>
     void draw(const RectD& reach, Draw&& draw) {
         drawing(

@@ -58,7 +58,7 @@ Sampling sampling_of(const Graphics& self) {
     }
 }
 
-// The source's pixels, as many as the part needs, and where they are in the source.
+// The pixels of the source that the part needs, placed at their position in the source.
 Paint source_paint(const ImageObject& image, const RectD& part, const ImageAttributesObject* attributes) {
     const RectD whole = all_of(image);
     const bool inside = part.x >= 0 && part.y >= 0 && part.right() <= whole.width && part.bottom() <= whole.height;

@@ -192,22 +192,15 @@ void fill_closed_curve(Graphics& self, ManagedObject* brush, PointsArg points) {
 // ---- Paths and regions
 
 void draw_path(Graphics& self, Record* pen, PathObject* path) {
-    if (!path) {
-        throw_argument_null("path");
-    }
-    self.stroke(pen, path->outline());
+    self.stroke(pen, required(path, "path").outline());
 }
 void fill_path(Graphics& self, ManagedObject* brush, PathObject* path) {
-    if (!path) {
-        throw_argument_null("path");
-    }
+    required(path, "path");
     self.fill(brush, path->outline(), path->fill_rule());
 }
 void fill_region(Graphics& self, ManagedObject* brush, RegionObject* region) {
-    if (!region) {
-        throw_argument_null("region");
-    }
-    // Of a region that goes on for ever, the part on the image.
+    required(region, "region");
+    // Of an infinite region the part on the image.
     const auto to_world = self.map().inverse();
     if (!to_world) {
         return;

@@ -1,4 +1,4 @@
-// ImageAttributes: its settings and what they make of colors.
+// ImageAttributes: its settings and how they change colors.
 #include "runtime/native/behaviors/drawing/image_attributes.h"
 
 #include <algorithm>

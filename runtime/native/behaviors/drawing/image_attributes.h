@@ -1,4 +1,4 @@
-// What is done to an image's colors while it is drawn.
+// How the colors of an image are changed while it is drawn.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_IMAGE_ATTRIBUTES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_IMAGE_ATTRIBUTES_H
 
@@ -18,7 +18,7 @@ using api::ColorAdjustType;
 using api::ColorMatrixFlag;
 using Argb = uint32_t;
 
-// The matrix of a color change: five rows that red, green, blue, alpha and one contribute with.
+// The matrix of a color change: the rows are the contributions of red, green, blue, alpha and a constant one.
 using ColorRows = std::array<std::array<double, 5>, 5>;
 
 // The settings for images, for brushes, and so on.

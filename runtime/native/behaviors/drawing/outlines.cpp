@@ -1,7 +1,8 @@
-// Building outlines and asking them; widening is in widening.cpp.
+// Building outlines and computing with them; widening is in widening.cpp.
 #include "runtime/native/behaviors/drawing/outlines.h"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 namespace zelmor::embed {
@@ -142,6 +143,7 @@ Contour spline_contour(std::span<const PointD> points, double tension, size_t fi
         return contour;
     }
     const size_t n = points.size();
+    assert(first + count < n);
     contour.start = points[first];
     const auto tangent = [&](size_t i) {
         return (points[std::min(i + 1, n - 1)] - points[i == 0 ? 0 : i - 1]) * (tension / 3);

@@ -1,4 +1,4 @@
-// What is computed from outlines: arcs and splines, bounds, flattening, reversing, hit tests, widening by a pen.
+// Computing with outlines: arcs and splines, bounds, flattening, reversing, hit tests, widening by a pen.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_OUTLINES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_OUTLINES_H
 
@@ -22,7 +22,7 @@ using drawwork::Segment;
 Contour rectangle_contour(const RectD& rect);
 Contour polygon_contour(std::span<const PointD> points, bool closed);
 Contour bezier_contour(std::span<const PointD> points, bool closed);  // one point, then three for each curve
-// A cardinal spline through the points, of these from `first` on `count` segments.
+// A cardinal spline through the points; the second form has only `count` segments of it, from `first` on.
 Contour spline_contour(std::span<const PointD> points, double tension, bool closed);
 Contour spline_contour(std::span<const PointD> points, double tension, size_t first, size_t count);
 Contour ellipse_contour(const RectD& rect);
@@ -51,7 +51,7 @@ struct PenShape {
     double miter_limit = 10;
     Affine nib;  // the pen's own transformation
 };
-// What the pen covers, as polygons to be filled by the winding rule.
+// The area that the pen covers, as polygons to be filled by the winding rule.
 Outline widened(const Outline& outline, const PenShape& pen, double flatness);
 
 }  // namespace zelmor::embed

@@ -1,14 +1,15 @@
-// What regions contain; their members are in region_members.cpp.
+// Computing with regions. The members of Region are in region_members.cpp.
 #include "runtime/native/behaviors/drawing/regions.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace zelmor::embed {
 
 namespace {
 
 constexpr double kFlatness = 0.01;
-constexpr int kDeepest = 64;  // expressions that grow deeper are worked out
+constexpr int kDeepest = 64;  // a deeper expression is replaced by its trapezoids
 
 bool operate(RegionOperation operation, bool left, bool right) {
     switch (operation) {
@@ -102,7 +103,8 @@ bool is_unbounded(const RegionNode& node) {
     }
 }
 
-// The same region without operations: its trapezoids, or all but the trapezoids of what it leaves out.
+// The same region without operations: its trapezoids or, for an unbounded one, everything but the trapezoids of its
+// complement.
 RegionTree worked_out(const RegionNode& node) {
     RegionNode bounded = node;
     const bool inverted = is_unbounded(node);
@@ -155,6 +157,7 @@ RegionTree region_of(Outline outline, FillRule rule) {
 }
 
 RegionTree combined(RegionTree left, RegionTree right, RegionOperation operation) {
+    assert(left != nullptr && right != nullptr);
     auto node = std::make_shared<RegionNode>();
     node->kind = RegionNode::Kind::kOperation;
     node->depth = 1 + std::max(left->depth, right->depth);

@@ -1,4 +1,4 @@
-// A Region: a set of points, put together from outlines by the operations on sets.
+// A Region: a set of points, made from outlines by the operations on sets.
 //
 // It is kept as the expression that it was made by. A point is tested against that directly. A question about the whole
 // region, such as whether it is empty, is answered by trapezoids whose edges do not cross.

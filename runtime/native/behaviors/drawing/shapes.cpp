@@ -1,4 +1,5 @@
-// Shapes, figures and paths: what they look like and how they change. Their members are in the other files.
+// Shapes, figures and paths: their outlines and transformations. The members of the API are in shape_members.cpp and
+// paths.cpp.
 #include "runtime/native/behaviors/drawing/shapes.h"
 
 #include <algorithm>
@@ -49,7 +50,7 @@ Affine FramedShape::placing() const {
 
 Outline FramedShape::outline() const {
     const RectD frame = size();
-    // A rectangle that was not transformed keeps its corners to the last bit, also where it is mirrored.
+    // The corners as they are: the way through the unit square would change their last bits.
     if (m_kind == Kind::kRectangle) {
         const std::vector<PointD> corners{left_top, right_top, right_bottom(), left_bottom};
         return {polygon_contour(corners, true)};

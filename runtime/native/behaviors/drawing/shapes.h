@@ -34,7 +34,8 @@ class ShapeObject : public OutlinedObject {
     virtual void reverse() {}  // of ordered shapes
 };
 
-// A rectangle and what is drawn in one. A transformation makes it a parallelogram.
+// A rectangle, or a shape that is defined by one: an ellipse, a pie, an arc, text. A transformation makes the rectangle
+// a parallelogram.
 class FramedShape : public ShapeObject {
  public:
     static constexpr const char* kManagedName = api::Shapes::RectangleProjectedShape::kType.name;

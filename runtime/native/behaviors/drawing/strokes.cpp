@@ -27,7 +27,7 @@ struct LineEnd {
     PointD direction;  // outwards, of length 1
 };
 
-// The ends of an open contour; false where it has no direction.
+// The ends of an open contour; false for one without a direction.
 bool ends_of(const Contour& contour, LineEnd& start, LineEnd& end) {
     std::vector<PointD> points = flattened(contour, kFlatness);
     points.erase(std::unique(points.begin(), points.end()), points.end());

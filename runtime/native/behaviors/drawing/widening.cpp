@@ -1,4 +1,4 @@
-// What a pen covers along an outline: a quadrilateral for each line, with what joins and ends them.
+// The area that a pen covers along an outline: a quadrilateral for each line, with their joins and caps.
 //
 // The parts overlap; all turn the same way, so that filling them by the winding rule gives their union.
 #include <algorithm>

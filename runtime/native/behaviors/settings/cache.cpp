@@ -1,5 +1,5 @@
-// Cache: the settings of a cache that this runtime does not keep, so that nothing is ever allocated by it. Decoded
-// pictures belong to their images.
+// Cache: the settings of a cache for decoded pictures. This runtime has no such cache, so that the numbers of allocated
+// bytes are always zero.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/entry.h"
 
@@ -7,14 +7,12 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kCache = "Zelmor.Imaging.Cache";
-
 int32_t nothing_allocated() {
     return 0;
 }
 
 void set_defaults() {
-    const TypeInfo& cache = require_type(kCache);
+    const TypeInfo& cache = require_type(api::Cache::kType.name);
     for (const PropertyInfo& property : cache.properties) {
         if (property.writable) {
             set_static_property(cache, property.name, zero_value(property.wire, type_at(property.type)));
@@ -22,11 +20,10 @@ void set_defaults() {
     }
 }
 
-using CacheApi = api::Cache;
-
 const BehaviorTable table({
-    behavior<&set_defaults, CacheApi::call_000_SetDefaults>(),
-    behavior<&nothing_allocated, CacheApi::getsa_AllocatedDiskBytesCount, CacheApi::getsa_AllocatedMemoryBytesCount>(),
+    behavior<&set_defaults, api::Cache::call_000_SetDefaults>(),
+    behavior<&nothing_allocated, api::Cache::getsa_AllocatedDiskBytesCount,
+             api::Cache::getsa_AllocatedMemoryBytesCount>(),
 });
 
 }  // namespace

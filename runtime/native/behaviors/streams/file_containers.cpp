@@ -1,4 +1,5 @@
-// FileStreamContainer: how it comes to be, and what becomes of its file; the rest is that of StreamContainer.
+// FileStreamContainer: how one is made, and whether its file is removed with it. It inherits the rest from
+// StreamContainer.
 #include <unistd.h>
 
 #include "generated/runtime/Zelmor.Imaging.h"
@@ -11,8 +12,7 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kFile = "Zelmor.Imaging.FileStreamContainer";
-
+using Api = api::FileStreamContainer;
 using Path = std::optional<std::u16string>;
 
 Ref<StreamContainerObject> create_file_stream(const Path& file_location, bool is_temporal) {
@@ -28,12 +28,10 @@ void set_is_temporal(StreamContainerObject& self, bool is_temporal) {
     self.temporary_path = is_temporal && path ? file_path_of(path, "file_path") : std::string();
 }
 
-using FileStreamContainerApi = api::FileStreamContainer;
-
 const BehaviorTable table({
-    behavior<&create_file_stream, FileStreamContainerApi::call_000_CreateFileStream>(),
-    behavior<&open_file, FileStreamContainerApi::call_000_OpenFileStream>(),
-    behavior<&set_is_temporal, FileStreamContainerApi::set_IsTemporal>(),
+    behavior<&create_file_stream, Api::call_000_CreateFileStream>(),
+    behavior<&open_file, Api::call_000_OpenFileStream>(),
+    behavior<&set_is_temporal, Api::set_IsTemporal>(),
 });
 
 }  // namespace
@@ -41,14 +39,14 @@ const BehaviorTable table({
 namespace {
 
 Ref<StreamContainerObject> container_over(const std::string& path, std::u16string text, FileUse use, bool is_temporal) {
-    auto container = make_stream_container(kFile, open_file_stream(path, use), true);
+    auto container = make_stream_container(Api::kType.name, open_file_stream(path, use), true);
     set_property(*container, "FilePath", std::move(text));
     set_property(*container, "IsCreated", use == FileUse::kCreate);
     set_is_temporal(*container, is_temporal);
     return container;
 }
 
-// A file that may not be written to is still good for reading.
+// A file that cannot be written is opened for reading.
 FileUse use_of_existing(const std::string& path) {
     return ::access(path.c_str(), W_OK) == 0 ? FileUse::kReadWrite : FileUse::kRead;
 }

@@ -2,6 +2,7 @@
 #include "runtime/native/behaviors/streams/joined_stream.h"
 
 #include <algorithm>
+#include <cassert>
 #include <numeric>
 
 #include "runtime/native/core/managed_exception.h"
@@ -64,7 +65,7 @@ void JoinedStream::insert(int64_t at, Ref<ManagedStream> stream, bool owned) {
         behind.length -= offset;
         m_pieces[index].length = offset;
         ++index;
-        // A cut at the end leaves nothing behind it, and what is written there goes to the stream put in.
+        // A cut at the end leaves no piece behind it: bytes written there go to the inserted stream.
         if (behind.length > 0) {
             m_pieces.insert(m_pieces.begin() + static_cast<ptrdiff_t>(index), std::move(behind));
         }
@@ -96,6 +97,7 @@ int64_t JoinedStream::position() {
 }
 
 JoinedStream::Place JoinedStream::find(int64_t position) const {
+    assert(!m_pieces.empty() && position >= 0);
     size_t index = 0;
     while (index + 1 < m_pieces.size() && position >= m_pieces[index].length) {
         position -= m_pieces[index++].length;
@@ -113,8 +115,9 @@ int64_t JoinedStream::seek(int64_t offset, SeekFrom from) {
     return m_position = target;
 }
 
-// The stream behind the last piece may have bytes of its own there, where the piece was cut; behind its end it fills
-// the gap before the last zero by itself, and refuses at once if it cannot.
+// If the last piece is a part of its stream, that stream has bytes behind the piece, which are overwritten by zeros.
+// Behind the end of the stream one zero is written at the last place: the stream fills the gap by itself, or refuses at
+// once.
 void JoinedStream::append_zeros(int64_t count) {
     if (count == 0) {
         return;

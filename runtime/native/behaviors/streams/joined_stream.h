@@ -1,11 +1,11 @@
 // Several streams shown as one: pieces of them, one after the other.
 //
-// What is read and written goes to the piece that the position falls into, so that a change shows in the stream that
-// the piece is of. All streams have to be able to seek, since each access puts the piece's stream where it belongs.
+// Reading and writing work on the stream of the piece at the position, so that a change is seen in that stream. Each
+// access sets the position of the piece's stream, so that all streams have to be able to seek.
 //
-// The streams may be Python files, which can do anything while they are asked: dispose of the joined stream, put
-// another piece in, read from it. So the stream in use is held, and what was found out about the pieces before it was
-// asked is not used afterwards if they have changed.
+// A stream may be a Python file, and its code may do anything during a call: dispose of the joined stream, insert
+// another piece, read from it. Therefore the stream in use is held by a reference, and positions that were computed
+// before the call are not used after it if the pieces have changed.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_STREAMS_JOINED_STREAM_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_STREAMS_JOINED_STREAM_H
 
@@ -17,10 +17,10 @@ namespace zelmor::embed {
 
 class JoinedStream final : public ManagedStream {
  public:
-    // The whole of a stream to begin with, standing where that one stands. An owned stream goes with this one.
+    // Begins as the whole of a stream, at the same position. An owned stream is disposed of with this one.
     JoinedStream(Ref<ManagedStream> stream, bool owned);
 
-    // Puts the whole of a stream in at `at`; what was there comes behind it.
+    // Inserts the whole of a stream at a position; the bytes from there on follow it.
     void insert(int64_t at, Ref<ManagedStream> stream, bool owned);
 
     bool can_read() const override;
@@ -29,8 +29,8 @@ class JoinedStream final : public ManagedStream {
     int64_t length() override;
     int64_t position() override;
     int64_t seek(int64_t offset, SeekFrom from) override;
-    // Made longer, the last piece grows by zeros; made shorter, pieces are cut, though not the streams that they are
-    // of.
+    // A longer stream is filled up with zeros at the end of the last piece. For a shorter one the pieces are cut, but
+    // not their streams.
     void set_length(int64_t length) override;
     size_t read(std::span<std::byte> into) override;
     void write(std::span<const std::byte> from) override;
@@ -44,7 +44,7 @@ class JoinedStream final : public ManagedStream {
         int64_t length;
         bool owned;
     };
-    // The piece that a position falls into and the offset inside it; the end belongs to the last piece.
+    // The piece at a position and the offset inside it; the end belongs to the last piece.
     struct Place {
         size_t index;
         int64_t offset;
@@ -54,15 +54,15 @@ class JoinedStream final : public ManagedStream {
     void append_zeros(int64_t count);
     // The streams of all pieces, held.
     std::vector<Ref<ManagedStream>> streams() const;
-    // ObjectDisposedException or InvalidOperationException if the pieces are no longer those of that time.
+    // ObjectDisposedException or InvalidOperationException if the pieces have changed since m_changes had that value.
     void require_unchanged(uint64_t since) const;
 
     std::vector<Piece> m_pieces;
-    uint64_t m_changes = 0;  // of what pieces there are, and where
+    uint64_t m_changes = 0;  // counts the changes of m_pieces
     int64_t m_position = 0;
 };
 
-// A stream, or what it is made of, was changed by a Python file that was asked for something meanwhile.
+// InvalidOperationException: a Python file changed the stream, or its pieces, during a call.
 [[noreturn]] void throw_changed();
 
 }  // namespace zelmor::embed

@@ -1,4 +1,4 @@
-// The sources: where a new image is written. Each gives a container over a file or a stream when it is asked.
+// The sources: the places to which a new image is written. Each makes a container around a file or a stream.
 #include "generated/runtime/Zelmor.Imaging.Sources.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
@@ -9,19 +9,16 @@ namespace zelmor::embed {
 
 namespace {
 
+using namespace api::Sources;
 using Path = std::optional<std::u16string>;
 
-constexpr const char* kStreamSource = "Zelmor.Imaging.Sources.StreamSource";
-constexpr const char* kCreateSource = "Zelmor.Imaging.Sources.FileCreateSource";
-constexpr const char* kOpenSource = "Zelmor.Imaging.Sources.FileOpenSource";
-
 Ref<ManagedObject> make_stream_source(Ref<ManagedStream> stream, bool dispose_stream) {
-    auto source = make_instance(kStreamSource);
+    auto source = make_instance(StreamSource::kType.name);
     set_property(*source, "Stream", Ref<ManagedObject>(std::move(stream)));
     set_property(*source, "DisposeStream", dispose_stream);
     return source;
 }
-// Without a stream of the caller's, the image is written to memory.
+// Without a stream the image is written to memory.
 Ref<ManagedObject> memory_source() {
     return make_stream_source(make_memory_stream(), true);
 }
@@ -34,26 +31,26 @@ Ref<StreamContainerObject> stream_container(Record& self) {
     if (!stream) {
         throw_invalid_operation("The source has no stream.");
     }
-    return make_stream_container("Zelmor.Imaging.StreamContainer",
+    return make_stream_container(StreamContainerObject::kManagedName,
                                  Ref<ManagedStream>(&cast_object<ManagedStream>(*stream)),
                                  property_bool(self, "DisposeStream"));
 }
 
-Ref<ManagedObject> make_file_source(const char* type, const Path& file_path, bool is_temporal) {
-    file_path_of(file_path, "file_path");  // refuses what names no file
-    auto source = make_instance(type);
+Ref<ManagedObject> make_file_source(const TypeName& type, const Path& file_path, bool is_temporal) {
+    file_path_of(file_path, "file_path");  // refuses None and texts that name no file
+    auto source = make_instance(type.name);
     set_property(*source, "FilePath", *file_path);
     set_property(*source, "IsTemporal", is_temporal);
     return source;
 }
 Ref<ManagedObject> create_source(const Path& file_path) {
-    return make_file_source(kCreateSource, file_path, false);
+    return make_file_source(FileCreateSource::kType, file_path, false);
 }
 Ref<ManagedObject> create_temporal_source(const Path& file_path, bool is_temporal) {
-    return make_file_source(kCreateSource, file_path, is_temporal);
+    return make_file_source(FileCreateSource::kType, file_path, is_temporal);
 }
 Ref<ManagedObject> open_source(const Path& file_path) {
-    return make_file_source(kOpenSource, file_path, false);
+    return make_file_source(FileOpenSource::kType, file_path, false);
 }
 
 Ref<StreamContainerObject> created_container(Record& self) {
@@ -63,20 +60,16 @@ Ref<StreamContainerObject> opened_container(Record& self) {
     return make_file_container(property_string(self, "FilePath"), "file_path", false, false);
 }
 
-using FileCreateSourceApi = api::Sources::FileCreateSource;
-using FileOpenSourceApi = api::Sources::FileOpenSource;
-using StreamSourceApi = api::Sources::StreamSource;
-
 const BehaviorTable table({
-    behavior<&memory_source, StreamSourceApi::ctor_000_StreamSource>(),
-    behavior<&stream_source, StreamSourceApi::ctor_001_StreamSource>(),
-    behavior<&make_stream_source, StreamSourceApi::ctor_002_StreamSource>(),
-    behavior<&stream_container, StreamSourceApi::call_000_GetStreamContainer>(),
-    behavior<&create_source, FileCreateSourceApi::ctor_000_FileCreateSource>(),
-    behavior<&create_temporal_source, FileCreateSourceApi::ctor_001_FileCreateSource>(),
-    behavior<&created_container, FileCreateSourceApi::call_000_GetStreamContainer>(),
-    behavior<&open_source, FileOpenSourceApi::ctor_000_FileOpenSource>(),
-    behavior<&opened_container, FileOpenSourceApi::call_000_GetStreamContainer>(),
+    behavior<&memory_source, StreamSource::ctor_000_StreamSource>(),
+    behavior<&stream_source, StreamSource::ctor_001_StreamSource>(),
+    behavior<&make_stream_source, StreamSource::ctor_002_StreamSource>(),
+    behavior<&stream_container, StreamSource::call_000_GetStreamContainer>(),
+    behavior<&create_source, FileCreateSource::ctor_000_FileCreateSource>(),
+    behavior<&create_temporal_source, FileCreateSource::ctor_001_FileCreateSource>(),
+    behavior<&created_container, FileCreateSource::call_000_GetStreamContainer>(),
+    behavior<&open_source, FileOpenSource::ctor_000_FileOpenSource>(),
+    behavior<&opened_container, FileOpenSource::call_000_GetStreamContainer>(),
 });
 
 }  // namespace

@@ -1,6 +1,7 @@
-// SplitStreamContainer: a container whose content other streams can be put into; the rest is that of StreamContainer.
+// SplitStreamContainer: a container into which other streams can be inserted. It inherits the rest from
+// StreamContainer.
 //
-// It works on its stream itself until the first insertion, and on a joined one from then on.
+// It works on its stream itself until the first insertion, and on a joined stream from then on.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
@@ -9,37 +10,33 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kSplit = "Zelmor.Imaging.SplitStreamContainer";
+using Api = api::SplitStreamContainer;
 
 Ref<StreamContainerObject> split(Ref<ManagedStream> stream) {
-    return make_stream_container(kSplit, std::move(stream), false);
+    return make_stream_container(Api::kType.name, std::move(stream), false);
 }
 Ref<StreamContainerObject> split_owning(Ref<ManagedStream> stream, bool dispose_stream) {
-    return make_stream_container(kSplit, std::move(stream), dispose_stream);
+    return make_stream_container(Api::kType.name, std::move(stream), dispose_stream);
 }
 Ref<StreamContainerObject> split_container(StreamContainerObject* stream, bool dispose_stream) {
-    if (!stream) {
+    if (stream == nullptr) {
         throw_argument_null("stream");
     }
-    return make_stream_container(kSplit, stream->stream(), dispose_stream);
+    return make_stream_container(Api::kType.name, stream->stream(), dispose_stream);
 }
 
 void insert(StreamContainerObject& self, int32_t position, StreamContainerObject* stream, bool dispose_stream) {
-    if (!stream) {
+    if (stream == nullptr) {
         throw_argument_null("stream");
     }
     self.insert(position, stream->stream(), dispose_stream);
 }
 
-using SplitStreamContainerApi = api::SplitStreamContainer;
-
 const BehaviorTable table({
-    behavior<&split, SplitStreamContainerApi::ctor_000_SplitStreamContainer>(),
-    behavior<&split_owning, SplitStreamContainerApi::ctor_001_SplitStreamContainer,
-             SplitStreamContainerApi::call_000_CreateFromStream>(),
-    behavior<&split_container, SplitStreamContainerApi::ctor_002_SplitStreamContainer,
-             SplitStreamContainerApi::call_000_CreateFromStreamContainer>(),
-    behavior<&insert, SplitStreamContainerApi::call_000_Insert>(),
+    behavior<&split, Api::ctor_000_SplitStreamContainer>(),
+    behavior<&split_owning, Api::ctor_001_SplitStreamContainer, Api::call_000_CreateFromStream>(),
+    behavior<&split_container, Api::ctor_002_SplitStreamContainer, Api::call_000_CreateFromStreamContainer>(),
+    behavior<&insert, Api::call_000_Insert>(),
 });
 
 }  // namespace

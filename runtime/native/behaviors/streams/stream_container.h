@@ -1,10 +1,11 @@
-// StreamContainer and its kin: an object around a managed stream, which it may own.
+// StreamContainer and the classes that derive from it: an object around a managed stream, which it may own.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_STREAMS_STREAM_CONTAINER_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_STREAMS_STREAM_CONTAINER_H
 
 #include <optional>
 #include <string>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/streams/joined_stream.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
@@ -14,19 +15,18 @@ namespace zelmor::embed {
 
 class StreamContainerObject : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.StreamContainer";
+    static constexpr const char* kManagedName = api::StreamContainer::kType.name;
     explicit StreamContainerObject(const TypeInfo& type) : Record(type) {}
     ~StreamContainerObject() override;
     void attach(Ref<ManagedStream> stream, bool dispose_stream);
 
     // The stream; ObjectDisposedException once the container is disposed, InvalidOperationException without one.
-    // Whoever works on it holds it: the file behind it may dispose of the container meanwhile, and so may another
-    // thread.
+    // The caller holds it by a reference: the Python file behind it, or another thread, may dispose of the container.
     Ref<ManagedStream> stream() const;
-    // Puts the content of another stream in at a position, in bytes from the beginning.
+    // Inserts the content of another stream at a position, in bytes from the beginning.
     void insert(int64_t position, Ref<ManagedStream> stream, bool dispose_stream);
     bool disposes_stream() const { return m_dispose_stream; }
-    // A file that goes with the container, for a temporary one.
+    // The path of a temporary file, which is removed with the container; empty for none.
     std::string temporary_path;
 
     void on_dispose() override;
@@ -37,8 +37,11 @@ class StreamContainerObject : public Record {
 
     Ref<ManagedStream> m_stream;
     bool m_dispose_stream = false;
-    Ref<JoinedStream> m_joined;  // the same as m_stream once something was put in
+    Ref<JoinedStream> m_joined;  // the same as m_stream after the first insertion
 };
+
+// True for one stream, and for two that stand for the same Python file.
+bool same_stream(const ManagedStream& a, const ManagedStream& b);
 
 // A container of the named type ("Zelmor.Imaging.StreamContainer") around a stream.
 Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<ManagedStream> stream, bool dispose_stream);
@@ -46,7 +49,7 @@ Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<Mana
 Ref<StreamContainerObject> make_file_container(const std::optional<std::u16string>& file_path, const char* parameter,
                                                bool create, bool is_temporal);
 
-// The same over a file that is there.
+// The same over an existing file.
 Ref<StreamContainerObject> open_file_container(const std::string& path);
 
 }  // namespace zelmor::embed

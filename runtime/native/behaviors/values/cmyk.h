@@ -1,4 +1,4 @@
-// Between RGB and CMYK without a profile: black is what the three components have in common.
+// Conversion between RGB and CMYK without a profile: black is the common part of the three inks.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_VALUES_CMYK_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_VALUES_CMYK_H
 

@@ -51,7 +51,7 @@ Collection to_argb_array(const VariantArg* cmyk_pixels) {
     return numbers(std::move(items));
 }
 
-// The range of an array that a call names; ArgumentOutOfRangeException where it leaves the array.
+// A range of an array; ArgumentOutOfRangeException for one that is not inside it.
 std::span<const int32_t> range_of(const std::vector<int32_t>& items, int32_t start_index, int32_t length) {
     if (start_index < 0) {
         throw_out_of_range("start_index", std::to_string(start_index) + " is negative.");

@@ -2,6 +2,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cassert>
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
@@ -35,7 +36,7 @@ std::u16string name_of(const ColorValue& color) {
         return color.name;
     }
     if (color.state & ColorValue::kStateKnown) {
-        return to_utf16(kNamedColors[color.known_color - kFirstKnownColor].name);
+        return to_utf16(known_color_name(color));
     }
     return hexadecimal(color.argb);
 }
@@ -204,6 +205,12 @@ const BehaviorTable named_table(named_rows());
 const FactoryRegistration factory(api::Color::kType.name, new_box<ColorValue>);
 
 }  // namespace
+
+const char* known_color_name(const ColorValue& color) {
+    assert((color.state & ColorValue::kStateKnown) != 0);
+    assert(color.known_color >= 1 && color.known_color <= kLastKnownColor);
+    return kKnownColors[color.known_color - 1].name;
+}
 
 ColorValue known_color(int16_t number) {
     const auto index = static_cast<size_t>(number - kFirstKnownColor);

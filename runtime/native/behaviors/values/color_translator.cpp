@@ -54,8 +54,8 @@ std::string to_html(const ColorValue& c) {
         return "";
     }
     if (c.state == ColorValue::kStateKnown) {
-        const std::string name = kNamedColors[c.known_color - kFirstKnownColor].name;
-        return name == "LightGray" ? "LightGrey" : name;  // HTML spells this one alone with an e
+        const std::string name = known_color_name(c);
+        return name == "LightGray" ? "LightGrey" : name;  // HTML spells only this one with an e
     }
     if (c.state == ColorValue::kStateName) {
         return to_utf8(c.name);

@@ -1,6 +1,6 @@
-// What points, sizes and rectangles of whole numbers share with those of single-precision numbers.
+// The common ground of points, sizes and rectangles of whole numbers and of single-precision numbers.
 //
-// Their members are templates over the number type; the number types differ in how they add up and are written.
+// Their members are templates over the number type. The number types differ in their sums and in their texts.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_VALUES_GEOMETRY_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_VALUES_GEOMETRY_H
 

@@ -21,6 +21,9 @@ constexpr std::span<const NamedColor> kNamedColors =
 constexpr uint32_t argb_of(api::KnownColor color) {
     return kKnownColors[static_cast<int>(color) - 1].argb;
 }
+// The name of a known color. It may be one of the desktop, which a drawing record brings from the other side of the
+// wire.
+const char* known_color_name(const ColorValue& color);
 
 // The known color with this number; the empty color if there is none.
 ColorValue known_color(int16_t number);

@@ -23,7 +23,7 @@ int32_t hash_of(const PointFValue& value) {
 
 namespace {
 
-// ---- What both have
+// ---- Both
 
 template <class Number>
 struct PointMembers {

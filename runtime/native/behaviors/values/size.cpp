@@ -10,7 +10,7 @@ namespace zelmor::embed {
 
 namespace {
 
-// ---- What both have
+// ---- Both
 
 template <class Number>
 struct SizeMembers {
