@@ -12,13 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "runtime/native/imagework/encoded_bytes.h"
 #include "runtime/native/imagework/filters.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
 
-// How a picture is resampled. Where the library has no kernel of that name the implementation says what it takes.
+// How a picture is resampled. The implementation names a substitute where the library has no kernel of that name.
 enum class Resampling : uint8_t {
     kNearest,
     kBilinear,
@@ -28,12 +29,6 @@ enum class Resampling : uint8_t {
     kHighQuality,
     kAdaptive,
     kBSpline,
-};
-
-// An encoded picture, owned by whoever holds it.
-struct EncodedBytes {
-    std::shared_ptr<const uint8_t> data;
-    size_t size = 0;
 };
 
 // A picture in memory: 8 or 16 bits per channel, gray or RGB, with or without alpha.
@@ -149,9 +144,6 @@ class Backend {
     // "libvips 8.14.1"
     virtual std::string library() const = 0;
 };
-
-// Refuses a picture of more bytes than a managed array may have; throws PictureError(kTooLarge).
-void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel);
 
 // The entry point of the shared object. The backend lives as long as the process.
 using BackendFunction = Backend* (*)();

@@ -248,10 +248,10 @@ std::vector<Frame> apng_frames(std::span<const uint8_t> data, const FileFacts& f
         }
         canvas->draw(*picture, part.area.x, part.area.y);
         frames.push_back({canvas->copy(), part.duration});
-        if (part.disposal == 1) {
+        if (part.disposal == ApngDisposal::kClear) {
             canvas->replace_area(part.area, 0);
         }
-        if (part.disposal == 2) {
+        if (part.disposal == ApngDisposal::kRestore) {
             canvas = before->copy();
         }
     }
