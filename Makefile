@@ -1,22 +1,25 @@
-# The commands of the project; each does the set-up that it needs. The building itself is CMake's and Ninja's.
+# The commands of the project. Each installs the packages that it needs; CMake and Ninja do the building.
 #
-#   make demo     photographs through zelmor.imaging, before and after (IN=picture, or a folder of them, for your own)
-#   make test     all tests, closing with their count
-#   make build    an importable package in build/python
-#   make bench    speed against hand-written C, pybind11 and PyQt5; streams; collections; import time; sizes; memory
-#   make docs     the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
-#   make fuzz     the property tests with many more examples
+#   make demo     convert photographs with zelmor.imaging and show them before and after (IN=picture or folder)
+#   make test     run all tests; the last line counts them
+#   make build    build an importable package in build/python
+#   make bench    measure speed beside hand-written C, pybind11 and PyQt5; streams; collections; import; sizes; memory
+#   make docs     write the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
+#   make fuzz     run the property tests with many more examples
 #   make debug-test, make sanitize, make valgrind
-#                 the tests under the debug interpreter, the address and undefined-behavior sanitizers, and valgrind
-#                 (slow: name some with TESTS=tests/python/images/test_x.py)
-#   make growth   use every member again and again, and tell where Python's memory grows (slow; name parts of class
-#                 names with CLASSES="Bmp Tiff")
-#   make mutants  change the sources in single places, one at a time, and tell which changes no test notices (slow;
+#                 run the tests under the debug interpreter, the address and undefined-behavior sanitizers, or valgrind
+#                 (slow: select tests with TESTS=tests/python/images/test_x.py)
+#   make growth   use every member repeatedly and report where Python's memory grows (slow; select classes by parts of
+#                 their names with CLASSES="Bmp Tiff")
+#   make mutants  change the sources in one place at a time and list the changes that no test notices (slow;
 #                 COUNT=20 SEED=1 PATHS="convert streams" LIST=1; the list goes to build/mutants/survivors.txt)
-#   make scale    generation, compilation and size at the number of types and members of the whole API
+#   make scale    measure generation, compilation and size for a synthetic catalogue of the size of the whole API
 #   make identifiers
 #                 complete the tables of type identifiers
-#   make lint     formatting, clang-tidy, flake8, mypy
+#   make lint     run all static checks: codespell, include guards, clang-format, flake8, mypy, clang-tidy (the first
+#                 run is slow)
+#   make quick-lint
+#                 the same without clang-tidy; needs no build
 #   make format   format the C++ sources in place
 #   make setup    install every Debian package of packages.txt
 #   make clean    remove the build tree
@@ -24,23 +27,24 @@
 BUILD ?= build
 JOBS ?= $(shell nproc)
 PYTHON := /usr/bin/python3
-# No byte code beside the sources, and no other copy of the package than the one just built.
+# Writes no byte code beside the sources, and uses the package that was just built and no other copy.
 RUN := PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(BUILD)/python $(PYTHON)
 
-# Looked up when it is used, since the set-up may just have installed it.
+# Expanded at each use, since the set-up may install ccache.
 CACHE = env;CCACHE_SLOPPINESS=pch_defines,time_macros;ccache
 LAUNCHER = $(if $(wildcard /usr/bin/ccache),"-DCMAKE_C_COMPILER_LAUNCHER=$(CACHE)" "-DCMAKE_CXX_COMPILER_LAUNCHER=$(CACHE)")
 
 .DEFAULT_GOAL := build
-# The prerequisites below stand in order: packages first, then the build.
+# Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth mutants identifiers lint format clean
+.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth mutants identifiers lint
+.PHONY: quick-lint format clean
 
 setup:
 	@tools/setup.sh
 
-# CMake runs again by itself when its files change; only the first time it has to be asked.
-# On a terminal Ninja keeps its progress in one line; elsewhere it is told to say nothing but what goes wrong.
+# Ninja runs CMake again when its files change; only the first run is started here.
+# On a terminal Ninja shows its progress in one line; elsewhere it prints errors only.
 COMPILE = [ -t 1 ] && quiet= || { quiet=--quiet; echo "building with $(JOBS) jobs in $(BUILD)"; }; build() { \
     cmake --build $(BUILD) -j $(JOBS) --target "$$@" -- $$quiet; }; build
 
@@ -82,7 +86,7 @@ fuzz: setup-test everything
 debug-test: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under debug $(TESTS)
 
-# A build tree of its own. The unit tests already run while it is built, to be listed.
+# Uses a build tree of its own. The build itself runs the unit tests once, to list them.
 sanitize: setup-test
 	@cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) \
 	    -DCMAKE_CXX_FLAGS="-O1 -fno-omit-frame-pointer -fsanitize=address,undefined" \
@@ -96,7 +100,7 @@ valgrind: setup-test setup-check everything
 growth: setup-test everything
 	@ZELMOR_BUILD_DIR=$(BUILD) $(RUN) tests/python/support/programs/memory_growth.py $(CLASSES)
 
-# In a copy of the tree below the build tree.
+# Works in a copy of the tree, below the build tree.
 COUNT ?= 20
 SEED ?= 1
 mutants: setup-test
@@ -107,8 +111,11 @@ identifiers:
 	@for catalogue in api/catalogue siblings/catalogue/*; do \
 	    $(PYTHON) -B -m tools.generator identifiers $$catalogue || exit 1; done
 
-lint: setup-lint everything
+lint: setup-lint setup-tidy everything
 	@tools/lint.sh $(BUILD)
+
+quick-lint: setup-lint configure
+	@tools/lint.sh --quick $(BUILD)
 
 format: setup-lint
 	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format-16 -i
@@ -116,6 +123,6 @@ format: setup-lint
 clean:
 	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale
 
-.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-docs
-setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-docs: setup-%:
+.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs
+setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs: setup-%:
 	@tools/setup.sh -q build $(filter-out build,$*)

@@ -1,9 +1,9 @@
 # zelmor_add_bridge_module(<target> OUTPUT <name> MODULE <dotted name> [DIRECTORY <dir>] SOURCES <file>...
 #                          [GENERATED <file>...])
 #
-# Builds an extension module on the bridge library. The few static types that carry the module's own dotted name are
-# compiled into each module; everything else comes from the library. Only the entry point and the name of the
-# application domain are exported.
+# Builds an extension module that is linked with the bridge library. The few static types whose names contain the dotted
+# name of the module are compiled for each module; everything else comes from the library. The module exports only its
+# entry point and the name of its application domain.
 set(ZELMOR_EXTENSION_SUFFIX .cpython-311-x86_64-linux-gnu.so)
 
 function(zelmor_add_bridge_module target)
@@ -13,10 +13,11 @@ function(zelmor_add_bridge_module target)
     endif()
     add_library(${target} MODULE ${ARG_SOURCES} ${ZELMOR_PYSHELL_MODULE_TYPES} ${ZELMOR_COLLECTIONS_MODULE_TYPES})
     if(ARG_GENERATED)
-        # One file for each type is what a person wants to read; the compiler prefers few. No exception passes through
-        # generated code, which leaves out a third of its size. It is straight calls of what is optimized elsewhere:
-        # the first level of optimization gives the same speed in two thirds of the time, and what little it has on the
-        # stack has a fixed place and needs no guard. Its static records name the members that are not zero.
+        # The generator writes one file for each type, for people to read; the unity build gives the compiler fewer
+        # and larger ones. No C++ exception passes through generated code, and without the tables for unwinding it is a
+        # third smaller. Generated code mostly calls functions that are optimized elsewhere: -O1 gives the same speed in
+        # two thirds of the compilation time. Its few local variables have fixed sizes and need no stack protector. Its
+        # static records name only the members that are not zero.
         add_library(${target}_generated OBJECT ${ARG_GENERATED})
         target_compile_options(${target}_generated PRIVATE -O1 -fno-exceptions -fno-asynchronous-unwind-tables
                                                            -fno-stack-protector -Wno-missing-field-initializers)

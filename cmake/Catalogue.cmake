@@ -1,5 +1,5 @@
-# Code from the catalogues, written when the build is configured: the list of generated sources follows from the
-# catalogue, and any change to the catalogue or to the generator configures again.
+# Code is generated from the catalogues when the build is configured, since the list of generated sources depends on the
+# catalogue. Any change to the catalogue or to the generator configures the build again.
 file(GLOB_RECURSE ZELMOR_GENERATOR_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/generator/*.py)
 set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${ZELMOR_GENERATOR_FILES})
 
@@ -23,8 +23,8 @@ function(zelmor_depend_on_catalogue catalogue)
     set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
 endfunction()
 
-# zelmor_generate_module(<product> <catalogue dir> <variable>): the wrappers of one assembly; <variable> gets the
-# sources. They include each other as "generated/<product>/<product>.h".
+# zelmor_generate_module(<product> <catalogue dir> <variable>): generates the wrappers of one assembly and stores the
+# list of sources in <variable>. The sources include each other as "generated/<product>/<product>.h".
 function(zelmor_generate_module product catalogue variable)
     zelmor_depend_on_catalogue(${catalogue})
     set(out ${ZELMOR_GENERATED_DIR}/${product})
@@ -33,8 +33,9 @@ function(zelmor_generate_module product catalogue variable)
     set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
-# zelmor_generate_runtime_tables(<variable> <catalogue dir>...): the tables of the embedded runtime. Beside them
-# stand the headers of names, which its sources include as "generated/runtime/<managed namespace>.h".
+# zelmor_generate_runtime_tables(<variable> <catalogue dir>...): generates the tables of the embedded runtime and stores
+# the name of the source in <variable>. Beside it the generator writes headers with the names of the catalogue, which
+# the runtime includes as "generated/runtime/<managed namespace>.h".
 function(zelmor_generate_runtime_tables variable)
     foreach(catalogue IN LISTS ARGN)
         zelmor_depend_on_catalogue(${catalogue})

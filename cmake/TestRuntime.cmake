@@ -1,7 +1,7 @@
-# Beside the product the build tree holds a second runtime directory, for the tests: the flavor of the embedded runtime
-# that has the control interface, with copies of the product's other shared objects.
+# The build tree contains a second runtime directory for the tests: the flavor of the embedded runtime with the control
+# interface, and copies of the product's other shared libraries.
 
-# zelmor_part_of_runtime(<target>): a shared object of the runtime directory; the tests get a copy.
+# zelmor_part_of_runtime(<target>): adds a shared library to the product, and a copy of it to the runtime of the tests.
 function(zelmor_part_of_runtime target)
     add_dependencies(product ${target})
     if(ZELMOR_BUILD_TESTS)
@@ -18,7 +18,7 @@ function(zelmor_part_of_runtime target)
     endif()
 endfunction()
 
-# zelmor_add_targets_below(<target> <folder>): makes <target> depend on everything that is defined in the folder.
+# zelmor_add_targets_below(<target> <folder>): makes <target> depend on all targets that are defined in the folder.
 function(zelmor_add_targets_below target folder)
     get_property(folders DIRECTORY ${folder} PROPERTY SUBDIRECTORIES)
     foreach(below IN LISTS folders)

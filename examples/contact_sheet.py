@@ -1,7 +1,7 @@
 """Puts the pictures of a tour on one sheet, each before and after.
 
-This is a tool beside the tour, and uses Pillow on purpose: what zelmor.imaging wrote is read back here by an
-independent library, so a result that only its writer can read would show.
+This program uses Pillow on purpose: it reads the files of zelmor.imaging with an independent library, so that a file
+that only its writer can read would show.
 """
 
 import argparse
@@ -18,16 +18,16 @@ PAPER, INK, FAINT = (250, 250, 247), (30, 30, 30), (120, 120, 120)
 
 
 def thumbnail(path: Path) -> tuple[Image.Image, str]:
-    """The picture within one cell, and what it is."""
+    """The picture, scaled to fit in one cell, and a line with its format and size."""
     with Image.open(path) as picture:
         about = f"{picture.format} {picture.width}x{picture.height}"
-        picture.draft("RGB", (2 * CELL[0], 2 * CELL[1]))  # spares the full decoding of large JPEG files
+        picture.draft("RGB", (2 * CELL[0], 2 * CELL[1]))  # avoids decoding large JPEG files in full
         small = ImageOps.contain(picture.convert("RGB"), (CELL[0] - 10, CELL[1] - 10))
     return small, about
 
 
 def sheet(directory: Path) -> Image.Image:
-    """The contact sheet of the tour in a directory."""
+    """The contact sheet for the tour in a directory."""
     tour = json.loads((directory / "tour.json").read_text())
     width, height = 2 * CELL[0] + 20, CELL[1] + CAPTION + 10
     rows = -(-len(tour) // COLUMNS)

@@ -2,8 +2,8 @@
 
     examples/photo_tour.py [--out DIRECTORY] [PICTURE OR FOLDER]...
 
-Without pictures of your own it takes those of Debian's package lomiri-wallpapers-16.04. What it writes, and a list of
-it named "tour.json" for the contact sheet, goes to the output directory.
+Without arguments it uses the pictures of Debian's package lomiri-wallpapers-16.04. It writes the results to the output
+directory, with a list of them, "tour.json", for the contact sheet.
 """
 
 import argparse
@@ -25,7 +25,7 @@ SUFFIXES = {".jpg", ".jpeg", ".png", ".webp", ".tif", ".tiff", ".bmp", ".gif"}
 
 
 def convert(image: RasterCachedImage) -> None:
-    """Nothing but the change of format."""
+    """Only the file format changes."""
 
 
 def resize(image: RasterCachedImage) -> None:
@@ -103,7 +103,7 @@ def tiff() -> ImageOptionsBase:
 
 @dataclass
 class Stop:
-    """One stop of the tour: what is done to a picture and how the result is saved."""
+    """One step of the tour: an operation on a picture, and how the result is saved."""
 
     caption: str
     work: Callable[[RasterCachedImage], None]
@@ -137,9 +137,9 @@ def find_pictures(places: list[Path]) -> list[Path]:
 
 
 def visit(stop: Stop, source: Path, target: Path) -> str:
-    """Loads one picture, works on it, saves it; gives a line about it."""
+    """Loads one picture, applies the operation, saves the result; returns a line that describes it."""
     start = time.perf_counter()
-    # What load() gives shows what every picture has; the cast shows what a picture made of pixels has beyond that.
+    # load() returns an Image, the base class of all pictures; the cast gives access to the members of raster images.
     with Image.load(str(source)) as image:
         made, raster = RasterCachedImage._cast_to(image)
         if not made:

@@ -1,7 +1,7 @@
-"""Asks a language server what an editor would show while a program with zelmor.imaging is written, and prints it.
+"""Prints what an editor shows while a program with zelmor.imaging is typed, as a language server answers.
 
-It sees the program as far as it is typed, with the cursor at its end. The output is the transcript of docs/editor.md.
-The server is Debian's python3-pylsp, or another that speaks on its standard streams:
+The server gets an unfinished program with the cursor at its end. The output is the transcript in docs/editor.md. The
+server is Debian's python3-pylsp, or another one that communicates through its standard streams:
 
     tools/ask_language_server.py build/python
     tools/ask_language_server.py build/python pyright-langserver --stdio
@@ -19,7 +19,7 @@ from pathlib import Path
 from typing import Any
 
 PYLSP = [sys.executable, "-m", "pylsp"]
-# Each is a program under way; the last line is what is being typed.
+# Each scene is an unfinished program; its last line is being typed.
 SCENES = [
     ("What an image offers",
      "from zelmor.imaging import Image\n\nimage = Image.load('photo.jpg')\nimage.r"),
@@ -44,19 +44,19 @@ SCENES = [
 ]
 
 
-# Lines of a list that are printed.
+# The maximum number of lines that are printed of a list.
 LONGEST = 24
 
 
 class Server:
-    """A language server at the other end of two pipes."""
+    """A language server, connected through two pipes."""
 
     def __init__(self, command: list[str], folder: Path, package: Path) -> None:
         self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                          stderr=subprocess.DEVNULL)
         self._number = 0
         uri = folder.as_uri()
-        # What an installed package needs no setting for: where it lies.
+        # The location of the package; for an installed package this setting would not be needed.
         self._settings = {
             "pylsp": {"plugins": {"jedi": {"extra_paths": [str(package)]}}},
             "python": {"analysis": {"extraPaths": [str(package)]}}}
@@ -87,11 +87,11 @@ class Server:
         return answer
 
     def tell(self, method: str, params: dict[str, Any]) -> None:
-        """A notification."""
+        """Sends a notification."""
         self._send({"method": method, "params": params})
 
     def ask(self, method: str, params: dict[str, Any]) -> Any:
-        """A request; what the server says meanwhile is passed over."""
+        """Sends a request and returns its answer; messages that arrive before it are ignored."""
         self._number += 1
         self._send({"id": self._number, "method": method, "params": params})
         while True:
@@ -104,7 +104,7 @@ class Server:
                 return answer["result"]
 
     def _answer(self, method: str, params: Any) -> Any:
-        """What the server asks in its turn: its settings, by section."""
+        """Answers a request of the server: its settings, by section."""
         if method != "workspace/configuration":
             return None
         found: list[Any] = []
@@ -116,14 +116,14 @@ class Server:
         return found
 
     def close(self) -> None:
-        """Ends the server as the protocol has it."""
+        """Ends the server as the protocol requires."""
         self.ask("shutdown", {})
         self.tell("exit", {})
         self._process.wait(timeout=30)
 
 
 def completions(server: Server, uri: str, position: dict[str, int], typed: str) -> list[str]:
-    """The names that are offered at a place, those for everybody's use that begin as typed."""
+    """The public names that the server offers at a position and that begin with the typed letters."""
     answer = server.ask("textDocument/completion", {"textDocument": {"uri": uri}, "position": position})
     items = answer["items"] if isinstance(answer, dict) else answer or []
     names = sorted((item["label"] for item in items), key=str.lower)
@@ -131,13 +131,13 @@ def completions(server: Server, uri: str, position: dict[str, int], typed: str) 
 
 
 def signatures(server: Server, uri: str, position: dict[str, int]) -> list[str]:
-    """The signatures that are shown inside an open parenthesis."""
+    """The signatures that the server shows inside an open parenthesis."""
     answer = server.ask("textDocument/signatureHelp", {"textDocument": {"uri": uri}, "position": position})
     return [item["label"] for item in (answer or {}).get("signatures", [])]
 
 
 def ask(server: Server, folder: Path, number: int, program: str) -> list[str]:
-    """What an editor shows at the end of a program."""
+    """The text that an editor shows at the end of a program."""
     path = folder / f"scene_{number}.py"
     path.write_text(program)
     lines = program.split("\n")

@@ -1,8 +1,8 @@
-"""Runs every test of the project and closes with one line that counts them.
+"""Runs every test of the project; its last line counts them.
 
-The C++ unit tests run under ctest, the tests in Python under pytest; both leave a JUnit report in the build tree, and
-the count is taken from the reports. The exit code is 0 only if both runners are content, both ran at least one test,
-and nothing failed. It knows nothing about any single test.
+The C++ unit tests run under ctest, the tests in Python under pytest. Both write a JUnit report to the build tree, from
+which the tests are counted. The exit code is 0 only if both runners succeed, both ran at least one test, and no test
+failed. This program contains no knowledge of single tests.
 """
 
 import argparse
@@ -17,12 +17,12 @@ from pathlib import Path
 from typing import IO
 
 PYTHON = "/usr/bin/python3"
-TESTS = ["tests/generator", "tests/mutants", "tests/python"]
+TESTS = ["tests/generator", "tests/mutants", "tests/tools", "tests/python"]
 
 
 @dataclass
 class Count:
-    """Outcomes of one runner or of all of them."""
+    """The outcomes of one runner, or of both."""
 
     passed: int = 0
     failed: int = 0
@@ -36,7 +36,7 @@ class Count:
 
 
 def read_report(path: Path) -> Count:
-    """The outcomes in a JUnit report; ctest and pytest both write one element per test."""
+    """The outcomes in a JUnit report; ctest and pytest both write one element for each test."""
     count = Count()
     for case in ElementTree.parse(path).iter("testcase"):
         outcomes = {child.tag for child in case}
@@ -50,14 +50,14 @@ def read_report(path: Path) -> Count:
 
 
 def say_briefly(lines: IO[str]) -> None:
-    """Passes on what a runner says, but for the lines that only tell that a single test began or passed."""
+    """Prints the output of a runner, except for the lines that only say that a test started or passed."""
     for line in lines:
         if not re.match(r"\s+Start +\d+:|\s*\d+/\d+ Test +#\d+: .* Passed ", line):
             print(line, end="", flush=True)
 
 
 def run(name: str, command: list[str], report: Path, environment: dict[str, str]) -> tuple[Count, bool]:
-    """Runs one test runner; the flag tells whether all was well."""
+    """Runs one test runner; the flag is false if anything went wrong."""
     report.unlink(missing_ok=True)
     print(f"== {name}", flush=True)
     with subprocess.Popen(command, env=environment, text=True, stdout=subprocess.PIPE,
@@ -77,11 +77,11 @@ def run(name: str, command: list[str], report: Path, environment: dict[str, str]
 
 
 def watched(under: str | None, environment: dict[str, str]) -> list[str]:
-    """The interpreter that runs pytest, watched by a tool if one is asked for, and what the tool needs to be told."""
+    """The interpreter that runs pytest, under a tool if one is given, with the settings that the tool needs."""
     if under == "debug":
         return ["/usr/bin/python3-dbg", "-X", "dev"]
     if under == "sanitizers":
-        # The interpreter itself is not instrumented, so the tool's libraries have to be there before its own.
+        # The interpreter itself is not instrumented, so the tool's libraries have to be loaded before its own.
         names = ["libasan.so", "libubsan.so", "libstdc++.so"]
         paths = [subprocess.run(["g++", f"-print-file-name={name}"], check=True, text=True, capture_output=True).stdout
                  for name in names]
@@ -111,10 +111,10 @@ def main() -> int:
     if arguments.fuzz:
         environment["HYPOTHESIS_PROFILE"] = "fuzz"
     if arguments.under == "sanitizers":
-        # The interpreter keeps memory to its end by design; lost handles are found by the tests themselves.
+        # The interpreter keeps memory until its end by design; the tests themselves detect leaked handles.
         environment["ASAN_OPTIONS"] = "detect_leaks=0:abort_on_error=1"
         environment["UBSAN_OPTIONS"] = "halt_on_error=1:print_stacktrace=1"
-        environment["ZELMOR_SANITIZED"] = "1"  # an allocation that cannot be is fatal there: not every test can run
+        environment["ZELMOR_SANITIZED"] = "1"  # a failed allocation is fatal there: some tests cannot run
     total, content = Count(), True
 
     if not (arguments.fuzz or arguments.under in ("debug", "valgrind") or arguments.tests):
@@ -127,7 +127,7 @@ def main() -> int:
     report = build / "pytest.xml"
     command = watched(arguments.under, environment)
     command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
-    # The workers are started as the plain interpreter, so where a tool watches the interpreter there can be none.
+    # The workers are started as the plain interpreter, so a tool that watches the interpreter allows no workers.
     if arguments.under in (None, "sanitizers") and arguments.jobs > 1:
         command += ["-n", str(arguments.jobs)]
     count, well = run("pytest", command + (arguments.tests or TESTS), report, environment)

@@ -1,5 +1,5 @@
 #!/bin/sh
-# What the whole API costs: a synthetic catalogue of its size through the generator and the compiler.
+# Measures generation and compilation for a synthetic catalogue of the size of the whole API.
 #
 #   tools/scale.sh BUILD JOBS
 #

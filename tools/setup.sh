@@ -2,8 +2,8 @@
 # Installs the Debian packages of packages.txt that are missing.
 #
 # Usage: tools/setup.sh [-q] [purpose...]
-# Without purposes all of them, otherwise those under the named ones; -q says nothing when nothing is missing.
-# Needs root, or sudo; when nothing is missing it needs neither, and takes no time.
+# Installs the packages of the named purposes, or all packages if none is named. -q prints nothing if no package is
+# missing. Needs root or sudo only if a package is missing.
 set -eu
 
 top=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
@@ -58,7 +58,7 @@ echo "setup: installing$missing"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 run_apt() {
-    # The output of apt-get is of interest only if it fails.
+    # The output of apt-get is shown only if it fails.
     if ! $as_root env DEBIAN_FRONTEND=noninteractive apt-get -q "$@" >"$log" 2>&1; then
         cat "$log" >&2
         echo "setup: apt-get $1 failed" >&2

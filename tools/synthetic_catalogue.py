@@ -1,9 +1,9 @@
-"""Writes a synthetic catalogue of the size of the whole API, to see what generation, compilation and import cost.
+"""Writes a synthetic catalogue of the size of the whole API, to measure generation, compilation and import.
 
     python3 -m tools.synthetic_catalogue OUT
 
-The counts are those of the managed assembly: classes, enumerations, modules and entry points of each kind. Types of
-parameters and results are dealt out in turn, so that every kind of wire occurs as often as every other.
+The counts are those of the managed assembly: classes, enumerations, modules and entry points of each kind. The
+types of parameters and results are assigned in rotation, so that every kind of wire value occurs equally often.
 """
 
 from __future__ import annotations
@@ -30,7 +30,7 @@ VALUES = ("int32", "bool", "string", "float", "double", "uint8", "int64", "objec
 
 
 def _spread(total: int, places: int) -> list[int]:
-    """`total` dealt out over `places` as evenly as it goes."""
+    """`total` split into `places` parts as evenly as possible."""
     return [total // places + (index < total % places) for index in range(places)]
 
 
@@ -47,7 +47,7 @@ def _class(number: int, counts: Iterator[tuple[int, ...]], values: Iterator[str]
     lines = [f"class {name}{base}"]
     lines += [f"    ctor ({', '.join(f'arg{i}: {next(values)}' for i in range(k))})" for k in range(constructors)]
     for k in range(methods):
-        group = k // 2  # every other name is a group of two
+        group = k // 2  # two overloads each for every other name
         params = ", ".join(f"arg{i}: {next(values)}" for i in range(1 + k % 2))
         lines.append(f"    method {_names(f'DoWork{number}Group{group}')} ({params}) -> {next(values)}")
     lines += [f"    {'getset' if k < setters else 'get'} {_names(f'Part{number}Value{k}')} {next(values)}"

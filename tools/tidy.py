@@ -1,10 +1,10 @@
-"""Runs clang-tidy over the C++ sources that git knows, but not over those that it has passed before.
+"""Runs clang-tidy over the C++ sources that git tracks, except those that it has passed before.
 
-A source is passed while nothing that its findings depend on has changed: its text, that of the headers of the project
-that it includes (as the build found them), its compile command, the configuration and the version of clang-tidy. What
-passed is remembered in the build tree. Headers have no run of their own; their findings come with their includers.
-Sources without a compile command there (the bench is a build of its own) are left out. The exit code tells whether all
-is clean.
+A source stays passed as long as everything that its findings depend on is the same: its text, the headers of the
+project that it includes (as the build recorded them), its compile command, and the configuration and version of
+clang-tidy. The passed sources are recorded in the build tree. Headers are not checked on their own; their findings are
+reported with the sources that include them. Sources without a compile command in the build tree (bench/ has a build of
+its own) are left out. The exit code is 1 if there is any finding.
 """
 
 import argparse
@@ -21,12 +21,12 @@ TOP = Path(__file__).resolve().parents[1]
 
 
 def output(*command: str | Path, directory: Path = TOP) -> str:
-    """What a command that must not fail prints."""
+    """The output of a command that must not fail."""
     return subprocess.run(command, cwd=directory, check=True, text=True, capture_output=True).stdout
 
 
 def read_dependencies(build: Path) -> dict[str, list[Path]]:
-    """For each object of the build tree, the files of the project and of the build that its compilation read."""
+    """For each object file of the build tree, the files of the project and of the build that its compilation read."""
     found: dict[str, list[Path]] = {}
     files: list[Path] = []
     for line in output("ninja", "-t", "deps", directory=build).splitlines():
@@ -40,7 +40,7 @@ def read_dependencies(build: Path) -> dict[str, list[Path]]:
 
 
 class Hashes:
-    """The text of each file as a hash, read once."""
+    """The hash of each file's text, computed once."""
 
     def __init__(self) -> None:
         self._known: dict[Path, bytes] = {}
@@ -52,7 +52,7 @@ class Hashes:
 
 
 def signature(common: bytes, command: str, files: list[Path], hashes: Hashes) -> str:
-    """What stands for everything that the findings of one source depend on."""
+    """A hash of everything that the findings of one source depend on."""
     total = hashlib.sha256(common + command.encode())
     for path in files:
         total.update(str(path).encode() + hashes.of(path))
@@ -60,7 +60,7 @@ def signature(common: bytes, command: str, files: list[Path], hashes: Hashes) ->
 
 
 def findings(build: Path, source: Path) -> str:
-    """What clang-tidy has to say about a source; nothing where it is clean."""
+    """The findings of clang-tidy for a source; empty if it is clean."""
     run = subprocess.run(["clang-tidy", "--quiet", "-p", str(build), str(source)], cwd=build, text=True,
                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     if run.returncode == 0:
@@ -85,7 +85,7 @@ def main() -> int:
 
     passed = build / "tidy"
     passed.mkdir(exist_ok=True)
-    # A source that several targets build has several commands; clang-tidy goes through all of them in one run.
+    # A source that several targets build has several commands; clang-tidy checks all of them in one run.
     parts: dict[Path, list[str]] = {}
     for entry in json.loads((build / "compile_commands.json").read_text()):
         source, target = Path(entry["file"]), re.search(r" -o (\S+)", entry["command"])

@@ -1,8 +1,8 @@
-// The wrapper library over the public CoreCLR hosting interface. Calls out of order and missing arguments are
-// answered with a status; everything else is the runtime's own answer, handed on unchanged.
+// The wrapper library over the public CoreCLR hosting interface. A call in the wrong order or with a missing argument
+// returns a status of this library; all other results are those of the runtime, unchanged.
 //
-// The state has no destructor on purpose: the module that started the runtime shuts it down from its exit handlers,
-// at which time this library's own static objects might already be gone.
+// The state is never destroyed, on purpose: the module that started the runtime shuts it down in its exit handlers,
+// after static objects of this library may have been destroyed.
 #include "runtime/wrapper/coreclr_wrap.h"
 
 #include <dlfcn.h>
@@ -41,7 +41,7 @@ Domain g_domain;
 
 static_assert(std::is_trivially_destructible_v<std::mutex> && std::is_trivially_destructible_v<Runtime>);
 
-// The caller learns only that the load failed. The loader's own words are for the person who traces the start-up.
+// The caller gets no reason for the failure. The trace of the start-up shows the message of the dynamic loader.
 void report_load_failure() {
     const char* switch_text = std::getenv("COREHOST_TRACE");
     if (!switch_text || std::strtol(switch_text, nullptr, 10) < 1) {
@@ -73,7 +73,7 @@ bool open_runtime(const char* path, Runtime& runtime) {
     return true;
 }
 
-// By file, as the loader compares; the paths may differ.
+// Compares the files, like the dynamic loader; their paths may differ.
 bool is_the_open_runtime(const char* path) {
     void* library = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
     if (!library) {
@@ -90,7 +90,7 @@ int coreclr_wrap_load(const char* libcoreclr_path) {
         return 0;
     }
     const std::lock_guard<std::mutex> lock(g_mutex);
-    // One process holds one runtime: asking for it again is fine, asking for another one is not.
+    // A process has one runtime. Loading the same library again succeeds, loading another one fails.
     if (g_phase != Phase::kUnloaded) {
         return is_the_open_runtime(libcoreclr_path);
     }
@@ -145,7 +145,7 @@ int coreclr_wrap_create_delegate(const char* assembly_name, const char* type_nam
         }
         domain = g_domain;
     }
-    // Outside the lock: managed static constructors may run here, for as long as they like.
+    // Without holding the lock, since managed static constructors may run here for any time.
     const int status =
         g_runtime.create_delegate(domain.host_handle, domain.id, assembly_name, type_name, method_name, delegate);
     if (status != kStatusOk) {

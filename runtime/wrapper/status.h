@@ -1,5 +1,5 @@
-// The status codes that the wrapper library gives of its own accord, for calls that never reach the runtime. They
-// are the public HRESULT values of the same meaning.
+// The status codes of the wrapper library itself, for calls that it does not forward to the runtime. They are the
+// public HRESULT values of the same meaning.
 #ifndef ZELMOR_RUNTIME_WRAPPER_STATUS_H
 #define ZELMOR_RUNTIME_WRAPPER_STATUS_H
 

@@ -1,11 +1,10 @@
-// A wrapper library for tests of the start-up. It writes every call to the file named by FAKE_WRAP_LOG and hands it
-// on to the real wrapper library named by FAKE_WRAP_REAL; without one it answers for itself, with success. Single
-// answers are replaced through further variables:
+// A wrapper library for tests of the start-up. It logs every call in the file named by FAKE_WRAP_LOG and forwards it to
+// the real wrapper library named by FAKE_WRAP_REAL; without that variable every call succeeds. Further variables
+// replace single results:
 //   FAKE_WRAP_LOAD, FAKE_WRAP_INITIALIZE, FAKE_WRAP_SHUTDOWN, FAKE_WRAP_IS_DOMAIN   the number to return
-//   FAKE_WRAP_NO_DELEGATE   "<assembly>,<number>": the delegate asked for as number so many (from 0) of that assembly
-//                           is not found
-// The delegates by which a module hands its callbacks over are given out through a thunk that logs their calls.
-// The flavors that lack one symbol are built from this file with that symbol renamed by the compiler's command line.
+//   FAKE_WRAP_NO_DELEGATE   "<assembly>,<n>": the n-th delegate (from 0) that is requested of that assembly is missing
+// The delegates that receive a module's callbacks are wrapped in thunks that log their calls.
+// The flavors that lack one symbol are built from this file, with the symbol renamed on the compiler's command line.
 #include <dlfcn.h>
 
 #include <array>
@@ -35,7 +34,7 @@ void log_call(const std::string& line) {
     std::fclose(file);
 }
 
-// Base 0, so that a status may be given in hexadecimal.
+// Base 0 accepts a status in hexadecimal.
 bool replaced(const char* variable, int& answer) {
     const char* text = std::getenv(variable);
     if (!text) {
@@ -68,7 +67,7 @@ struct HandOver {
     void* (*real)(void*);
 };
 
-// Never destroyed, as modules still call when this library's exit handlers have run.
+// Never destroyed, since modules still call this library after its exit handlers have run.
 std::vector<HandOver>& g_hand_overs = *new std::vector<HandOver>;
 
 template <int N>

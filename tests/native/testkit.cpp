@@ -1,5 +1,5 @@
-// The extension module `zelmor_testkit`: what tests in Python need to alter or make up the sibling modules of the
-// bridge, and cannot make in Python. It is not on the bridge itself.
+// The extension module `zelmor_testkit`: functions for tests that modify or fake the sibling modules of the bridge, as
+// far as Python cannot do this itself. It does not use the bridge.
 #include <cstring>
 #include <memory>
 
@@ -20,7 +20,7 @@ void version_dealloc(PyObject* self) {
     Py_TYPE(self)->tp_free(self);
 }
 
-// A version as a sibling publishes it: the shared layout under another module's type.
+// A version object as a sibling publishes it: the shared layout, with a type of another module.
 PyTypeObject version_type = [] {
     PyTypeObject type = {};
     type.ob_base = {PyObject_HEAD_INIT(nullptr) 0};
@@ -47,7 +47,7 @@ PyObject* make_version(PyObject*, PyObject* args) {
     return version;
 }
 
-// What a capsule of ours owns.
+// The data that a capsule of this module owns.
 struct Table {
     std::unique_ptr<void*[]> entries;
     std::unique_ptr<char[]> name;

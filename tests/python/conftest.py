@@ -1,7 +1,8 @@
 """The tests run on the build tree and on the embedded runtime with its control interface.
 
-After every test no handle is out that was not out before, no Python error is pending, and nothing that the test told
-the runtime to do is left over. A test that keeps handles on purpose says how many: `@pytest.mark.keeps_handles(2)`.
+After every test the number of live handles is the same as before, no Python error is pending, and all faults and
+scripts that the test set are removed. A test that keeps handles on purpose declares how many:
+`@pytest.mark.keeps_handles(2)`.
 """
 
 from __future__ import annotations
@@ -17,7 +18,7 @@ import pytest
 
 from support.places import BUILD_DIR
 
-# Before the first import: the bridge reads these once.
+# Set before the first import, since the bridge reads these variables only once.
 os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)
 os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"] = str(BUILD_DIR / "test-runtime")
 os.environ["NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"] = str(BUILD_DIR / "test-runtime")
@@ -39,14 +40,15 @@ def pytest_configure(config: pytest.Config) -> None:
 
 
 def pytest_collection_finish() -> None:
-    """Takes what the collection of tests made out of the collector's sight: it is looked through twice a test."""
+    """Freezes the objects that test collection made: the garbage collector runs twice per test and need not scan
+    them."""
     gc.collect()
     gc.freeze()
 
 
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) -> Iterator[None]:
-    """Notes on the test whether it failed: a failed one keeps its frames, and so its handles."""
+    """Notes on the test whether it failed: a failed test keeps its frames, and with them its handles."""
     outcome = yield
     report = outcome.get_result()
     if report.when == "call":
@@ -58,10 +60,10 @@ _FAILED: pytest.StashKey[bool] = pytest.StashKey()
 
 @pytest.fixture(autouse=True)
 def balance(request: pytest.FixtureRequest) -> Iterator[None]:
-    """The runtime is as it was before the test."""
+    """Restores the state of the runtime from before the test."""
     before, types_before = control.live(), control.live_by_type()
     yield
-    # The values of fixtures hang on the test itself until after its last step.
+    # The test object keeps the values of its fixtures alive until after its last step.
     request.node.funcargs.clear()
     unused = control.reset()
     marker = request.node.get_closest_marker("keeps_handles")
@@ -73,7 +75,7 @@ def balance(request: pytest.FixtureRequest) -> Iterator[None]:
     control.check()
     assert not _error_pending(), "a Python error is pending"
     assert unused == 0, f"{unused} scripted calls never came"
-    # Fewer are out where a failed test before this one has let go of its own by now.
+    # The count can be lower if a test that failed earlier has released its handles in the meantime.
     if control.live() > expected or (marker and control.live() != expected):
         more = {name: count - types_before.get(name, 0) for name, count in control.live_by_type().items()}
         pytest.fail(f"{control.live() - before} handles more are out than before, not {expected - before}: "

@@ -1,101 +1,91 @@
-// The defaults of option objects, settings and constants.
+// The defaults of option objects and settings.
 //
 // A value stands here where zero, null or the first enumerator would not be what a user of the format expects.
 #include "runtime/native/core/defaults.h"
+
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Dicom.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Psd.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/values/known_colors.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kJpeg = "Zelmor.Imaging.ImageOptions.JpegOptions";
-constexpr const char* kPng = "Zelmor.Imaging.ImageOptions.PngOptions";
-constexpr const char* kApng = "Zelmor.Imaging.ImageOptions.ApngOptions";
-constexpr const char* kGif = "Zelmor.Imaging.ImageOptions.GifOptions";
-constexpr const char* kBmp = "Zelmor.Imaging.ImageOptions.BmpOptions";
-constexpr const char* kWebP = "Zelmor.Imaging.ImageOptions.WebPOptions";
-constexpr const char* kPsd = "Zelmor.Imaging.ImageOptions.PsdOptions";
-constexpr const char* kIco = "Zelmor.Imaging.ImageOptions.IcoOptions";
-constexpr const char* kTiff = "Zelmor.Imaging.ImageOptions.TiffOptions";
-constexpr const char* kDicom = "Zelmor.Imaging.ImageOptions.DicomOptions";
-constexpr const char* kJpeg2000 = "Zelmor.Imaging.ImageOptions.Jpeg2000Options";
-constexpr const char* kHtml = "Zelmor.Imaging.ImageOptions.Html5CanvasOptions";
-constexpr const char* kDxf = "Zelmor.Imaging.ImageOptions.DxfOptions";
-constexpr const char* kSvg = "Zelmor.Imaging.ImageOptions.SvgOptions";
-constexpr const char* kVector = "Zelmor.Imaging.ImageOptions.VectorRasterizationOptions";
-constexpr const char* kSvgRaster = "Zelmor.Imaging.ImageOptions.SvgRasterizationOptions";
-constexpr const char* kCdrRaster = "Zelmor.Imaging.ImageOptions.CdrRasterizationOptions";
-constexpr const char* kRdOptimizer = "Zelmor.Imaging.ImageOptions.RdOptimizerSettings";
-constexpr const char* kLoad = "Zelmor.Imaging.LoadOptions";
-constexpr const char* kResize = "Zelmor.Imaging.ImageResizeSettings";
-constexpr const char* kResolution = "Zelmor.Imaging.ResolutionSetting";
-
-constexpr uint32_t kWhite = 0xFFFFFFFF;
-constexpr uint32_t kBlack = 0xFF000000;
+using namespace api::ImageOptions;
+using api::ImageResizeSettings;
+using api::KnownColor;
+using api::LoadOptions;
+using api::ResolutionSetting;
 
 constexpr DefaultValue kDefaults[] = {
-    {kJpeg, "Quality", 75},
-    {kJpeg, "BitsPerChannel", 8},
-    {kJpeg, "ColorType", 1},       // Y_CB_CR
-    {kJpeg, "ResolutionUnit", 1},  // INCH
-    {kJpeg, "PreblendAlphaIfPresent", true},
+    {JpegOptions::property_Quality, 75},
+    {JpegOptions::property_BitsPerChannel, 8},
+    {JpegOptions::property_ColorType, api::FileFormats::Jpeg::JpegCompressionColorMode::kYCbCr},
+    {JpegOptions::property_ResolutionUnit, api::ResolutionUnit::kInch},
+    {JpegOptions::property_PreblendAlphaIfPresent, true},
 
-    {kPng, "CompressionLevel", 6},
-    {kPng, "DefaultCompressionLevel", 6},
-    {kPng, "BitDepth", 8},
-    {kPng, "ColorType", 6},   // TRUECOLOR_WITH_ALPHA
-    {kPng, "FilterType", 5},  // ADAPTIVE
-    {kApng, "DefaultFrameTime", 100},
+    {PngOptions::property_CompressionLevel, 6},
+    {PngOptions::property_DefaultCompressionLevel, 6},
+    {PngOptions::property_BitDepth, 8},
+    {PngOptions::property_ColorType, api::FileFormats::Png::PngColorType::kTruecolorWithAlpha},
+    {PngOptions::property_FilterType, api::FileFormats::Png::PngFilterType::kAdaptive},
+    {ApngOptions::property_DefaultFrameTime, 100},
 
-    {kGif, "ColorResolution", 7},
-    {kGif, "DoPaletteCorrection", true},
-    {kGif, "HasTrailer", true},
+    {GifOptions::property_ColorResolution, 7},
+    {GifOptions::property_DoPaletteCorrection, true},
+    {GifOptions::property_HasTrailer, true},
 
-    {kBmp, "BitsPerPixel", 24},
-    {kIco, "BitsPerPixel", 32},
-    {kIco, "Format", 16},  // PNG
+    {BmpOptions::property_BitsPerPixel, 24},
+    {IcoOptions::property_BitsPerPixel, 32},
+    {IcoOptions::property_Format, api::FileFormat::kPng},
 
-    {kWebP, "Lossless", true},
-    {kWebP, "Quality", 75.0},
+    {WebPOptions::property_Lossless, true},
+    {WebPOptions::property_Quality, 75.0},
 
-    {kTiff, "CompressedQuality", 75},
-    {kTiff, "RowsPerStrip", 64},
+    {TiffOptions::property_CompressedQuality, 75},
+    {TiffOptions::property_RowsPerStrip, 64},
 
-    {kPsd, "Version", 6},
-    {kPsd, "PsdVersion", 1},         // PSD
-    {kPsd, "CompressionMethod", 1},  // RLE
-    {kPsd, "ColorMode", 3},          // RGB
-    {kPsd, "ChannelBitsCount", 8},
-    {kPsd, "ChannelsCount", 4},
+    {PsdOptions::property_Version, 6},
+    {PsdOptions::property_PsdVersion, api::FileFormats::Psd::PsdVersion::kPsd},
+    {PsdOptions::property_CompressionMethod, api::FileFormats::Psd::CompressionMethod::kRle},
+    {PsdOptions::property_ColorMode, api::FileFormats::Psd::ColorModes::kRgb},
+    {PsdOptions::property_ChannelBitsCount, 8},
+    {PsdOptions::property_ChannelsCount, 4},
 
-    {kDicom, "ColorType", 2},  // RGB_24_BIT
-    {kJpeg2000, "Irreversible", true},
-    {kHtml, "FullHtmlPage", true},
-    {kDxf, "BezierPointCount", 20},
-    {kSvg, "ColorType", 4},  // RGB
+    {DicomOptions::property_ColorType, api::FileFormats::Dicom::ColorType::kRgb24Bit},
+    {Jpeg2000Options::property_Irreversible, true},
+    {Html5CanvasOptions::property_FullHtmlPage, true},
+    {DxfOptions::property_BezierPointCount, 20},
+    {SvgOptions::property_ColorType, api::FileFormats::Svg::SvgColorMode::kRgb},
 
-    DefaultValue::color(kVector, "BackgroundColor", kWhite),
-    DefaultValue::color(kVector, "DrawColor", kBlack),
-    {kSvgRaster, "ScaleX", 1.0},
-    {kSvgRaster, "ScaleY", 1.0},
-    {kCdrRaster, "ScaleX", 1.0},
-    {kCdrRaster, "ScaleY", 1.0},
+    DefaultValue::color(VectorRasterizationOptions::property_BackgroundColor, argb_of(KnownColor::kWhite)),
+    DefaultValue::color(VectorRasterizationOptions::property_DrawColor, argb_of(KnownColor::kBlack)),
+    {SvgRasterizationOptions::property_ScaleX, 1.0},
+    {SvgRasterizationOptions::property_ScaleY, 1.0},
+    {CdrRasterizationOptions::property_ScaleX, 1.0},
+    {CdrRasterizationOptions::property_ScaleY, 1.0},
 
-    {kRdOptimizer, "BppScale", 100},
-    {kRdOptimizer, "BppMax", 4.0},
-    {kRdOptimizer, "MaxQ", 128},
-    {kRdOptimizer, "MinQ", 1},
-    {kRdOptimizer, "MaxPixelValue", 255},
-    {kRdOptimizer, "PsnrMax", 100},
-    {kRdOptimizer, "DiscretizedBppMax", 400},
+    {RdOptimizerSettings::property_BppScale, 100},
+    {RdOptimizerSettings::property_BppMax, 4.0},
+    {RdOptimizerSettings::property_MaxQ, 128},
+    {RdOptimizerSettings::property_MinQ, 1},
+    {RdOptimizerSettings::property_MaxPixelValue, 255},
+    {RdOptimizerSettings::property_PsnrMax, 100},
+    {RdOptimizerSettings::property_DiscretizedBppMax, 400},
 
-    DefaultValue::color(kLoad, "DataBackgroundColor", kWhite),
+    DefaultValue::color(LoadOptions::property_DataBackgroundColor, argb_of(KnownColor::kWhite)),
 
-    {kResize, "EntriesCount", 256},
-    {kResize, "Mode", 6},                     // LANCZOS_RESAMPLE
-    {kResize, "ColorQuantizationMethod", 1},  // POPULARITY
+    {ImageResizeSettings::property_EntriesCount, 256},
+    {ImageResizeSettings::property_Mode, api::ResizeType::kLanczosResample},
+    {ImageResizeSettings::property_ColorQuantizationMethod, api::ColorQuantizationMethod::kPopularity},
 
-    {kResolution, "HorizontalResolution", 96.0},
-    {kResolution, "VerticalResolution", 96.0},
+    {ResolutionSetting::property_HorizontalResolution, 96.0},
+    {ResolutionSetting::property_VerticalResolution, 96.0},
 };
 
 const DefaultTable table(kDefaults);

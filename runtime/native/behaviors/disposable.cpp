@@ -1,4 +1,4 @@
-// DisposableObject: the base of everything that can be disposed.
+// DisposableObject: the base of all classes whose objects can be disposed.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/entry.h"
 
@@ -10,10 +10,8 @@ bool get_disposed(ManagedObject& self) {
     return self.disposed();
 }
 
-using DisposableObjectApi = api::DisposableObject;
-
 const BehaviorTable table({
-    behavior<&get_disposed, DisposableObjectApi::get_Disposed>(),
+    behavior<&get_disposed, api::DisposableObject::get_Disposed>(),
 });
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Callbacks by table and slot.
+// Finding a callback by the name of its table and its slot.
 #include "runtime/native/control/callback_access.h"
 
 #include <string_view>

@@ -1,4 +1,4 @@
-// The callbacks that an assembly's module handed over, by table and slot, so that a test can call them itself.
+// Access to the callbacks that a module handed over for its assembly, by table and slot, so that a test can call them.
 #ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_CALLBACK_ACCESS_H
 #define ZELMOR_RUNTIME_NATIVE_CONTROL_CALLBACK_ACCESS_H
 
@@ -8,7 +8,7 @@ namespace zelmor::embed::control {
 
 // Tables: "single" (exception, catch and clear, UTF-16, str, unraisable str, bytes builders), "obj_api", "read",
 // "write", "buffer", "tpo_api", "iter", "ucol", "olist", "oseq", "rawio" and "generic" (the one slot of each of its
-// tables). Null for a table or slot that there is not, or that was not handed over.
+// tables). Returns null for a table or slot that does not exist or was not handed over.
 void* find_callback(const Callbacks& of, const char* table, int slot);
 
 }  // namespace zelmor::embed::control

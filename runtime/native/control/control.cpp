@@ -1,4 +1,5 @@
-// The test flavor at start-up and delegate creation: settings, records, the journal in front of each delegate.
+// The test flavor at start-up and delegate creation: applies settings, keeps records, wraps each delegate in the
+// journal.
 #include "runtime/native/control/control.h"
 
 #include <memory>
@@ -23,7 +24,7 @@ void run(void* context, CallFrame& frame) {
     run_call(*static_cast<const HandedOut*>(context), frame);
 }
 
-// The delegate with the journal in front; the same one for the same entry point.
+// The delegate that records its calls in the journal; the same entry point always gets the same delegate.
 void* journaled(const Delegate& made, const char* assembly, const char* type, const char* method) {
     static auto& known = *new std::unordered_map<void*, std::unordered_map<std::string, void*>>;
     void*& address = known[made.address][std::string(assembly) + '\n' + type + '\n' + method];

@@ -1,6 +1,6 @@
-// Where the test flavor of the runtime takes part in start-up and delegate creation.
+// The hooks of the test flavor in start-up and delegate creation.
 //
-// The product flavor passes everything on and has none of the rest; which flavor it is, the build decides.
+// In the product flavor they only forward the call. The macro ZELMOR_EMBED_CONTROL selects the test flavor.
 #ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_CONTROL_H
 #define ZELMOR_RUNTIME_NATIVE_CONTROL_CONTROL_H
 
@@ -9,10 +9,10 @@
 namespace zelmor::embed::control {
 
 #ifdef ZELMOR_EMBED_CONTROL
-// A status that fails the start, or kOk.
+// Returns kOk, or a status that makes the start fail.
 int on_initialize(const char* exe_path, const char* domain_name, int property_count, const char** keys,
                   const char** values);
-// Resolves, unless the entry point is to be missing, and puts the journal in front of the delegate.
+// Resolves the entry point, unless a setting makes it missing, and returns a delegate that records its calls.
 Delegate on_create_delegate(const char* assembly, const char* type, const char* method);
 #else
 inline int on_initialize(const char*, const char*, int, const char**, const char**) {

@@ -1,7 +1,7 @@
-// The control interface of the test flavor, in C: what tests/python/support/control.py calls.
+// The control interface of the test flavor, as C functions that tests/python/support/control.py calls.
 //
-// Functions that deliver text take a buffer and its size and answer the size that the whole needs, its final zero
-// included. None of them is there in the installed product.
+// A function that returns text takes a buffer and its size, and returns the size of the whole text, including its
+// terminating zero. The product contains none of these functions.
 #include <map>
 #include <string>
 
@@ -31,7 +31,7 @@ Script script_for(const char* type, const char* method) {
     return script;
 }
 
-// A new object, or null for a type that refuses to be made as it is.
+// A new object, or null for a type that cannot be instantiated without arguments.
 Handle try_make(const TypeInfo& type) {
     try {
         return make_handle(make_instance(type));
@@ -69,7 +69,7 @@ ZELMOR_CONTROL size_t zelmor_control_startup_read(char* buffer, size_t size) {
 ZELMOR_CONTROL int64_t zelmor_control_live_handles(int kind) {
     return live_handles(static_cast<HandleKind>(kind));
 }
-// How many handles are out by managed type, as a JSON object.
+// The number of live handles for each managed type, as a JSON object.
 ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
     std::map<std::string, int64_t> counts;
     for_each_live_handle(
@@ -85,7 +85,7 @@ ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
     return deliver(writer.close('}').result(), buffer, size);
 }
 
-// Adds settings in the form of the environment variable; 0, or -1 for text that is not understood.
+// Adds settings in the syntax of the environment variable. Returns 0, or -1 on a syntax error.
 ZELMOR_CONTROL int zelmor_control_settings_add(const char* text) {
     return add_settings(settings(), text).empty() ? 0 : -1;
 }
@@ -93,7 +93,7 @@ ZELMOR_CONTROL void zelmor_control_settings_clear() {
     settings() = Settings();
 }
 
-// The next call of an entry point raises this; a null name or detail passes null to the callback.
+// The next call of an entry point raises this exception; a null name or detail is passed to the callback as null.
 ZELMOR_CONTROL void zelmor_control_script_exception(const char* type, const char* method, const char* name,
                                                     const char* detail, uint64_t result) {
     Script script = script_for(type, method);
@@ -113,7 +113,7 @@ ZELMOR_CONTROL void zelmor_control_script_result(const char* type, const char* m
     }
     add_script(std::move(script));
 }
-// The next call of an entry point runs this function in its place.
+// The next call of an entry point runs this function instead.
 ZELMOR_CONTROL void zelmor_control_script_hook(const char* type, const char* method, Hook hook) {
     Script script = script_for(type, method);
     script.hook = hook;
@@ -131,19 +131,20 @@ ZELMOR_CONTROL void* zelmor_control_callback(const char* assembly, const char* t
     return found ? find_callback(callbacks_of(*found), table, slot) : nullptr;
 }
 
-// The entry point behind a name, without the journal; null where there is none.
+// The entry point with a name, without the journal; null if there is none.
 ZELMOR_CONTROL void* zelmor_control_delegate(const char* assembly, const char* type, const char* method) {
     return resolve_delegate(assembly, type, method).address;
 }
 
-// A handle to a new object of a managed type; null where there is no such type, or it is abstract. Its caller gives it
-// back.
+// A handle to a new object of a managed type, which the caller has to release; null if there is no such type, or if it
+// is abstract.
 ZELMOR_CONTROL void* zelmor_control_new_object(const char* full_name) {
     const TypeInfo* type = find_type(full_name);
     return type ? try_make(*type) : nullptr;
 }
-// A handle to a new list of a shape ("array", "arraylist", "list", "colbase", "rocolbase") with so many empty elements
-// of the type with this identifier, "" for any; null where there is no such shape or type. Its caller gives it back.
+// A handle to a new list of a shape ("array", "arraylist", "list", "colbase", "rocolbase") with `count` empty elements
+// of the type with this identifier, "" for any type; null if there is no such shape or type. The caller has to release
+// it.
 ZELMOR_CONTROL void* zelmor_control_new_list(const char* shape, const char* element_id, size_t count) {
     static const std::map<std::string, ListShape> kShapes = {{"array", ListShape::kArray},
                                                              {"arraylist", ListShape::kArrayList},

@@ -1,4 +1,4 @@
-// The journal, the scripts and the order of the start-up.
+// The journal of calls, the scripts, and the record of the order of the start-up.
 #include "runtime/native/control/journal.h"
 
 #include <algorithm>
@@ -82,7 +82,7 @@ size_t argument_width(char code) {
     }
 }
 
-// An out slot can be narrower than the word that is shown of it; what stands behind it belongs to the same frame.
+// An out slot can be narrower than the word that the journal shows; the bytes after it belong to the same frame.
 __attribute__((no_sanitize("address"))) std::string bytes_at(const void* data, size_t size) {
     std::string copy(size, '\0');
     const auto* from = static_cast<const volatile char*>(data);
@@ -259,7 +259,7 @@ void run_call(const HandedOut& called, CallFrame& frame) {
         std::find_if(scripts.begin(), scripts.end(), [&](const Script& s) { return matches(s, called); });
     if (script != scripts.end()) {
         const Script played = std::move(*script);
-        scripts.erase(script);  // before it runs: what it calls may be scripted too
+        scripts.erase(script);  // before it runs, since the script may call scripted entry points
         play(played, called, frame);
     } else {
         call_delegate(called.address, frame);

@@ -1,4 +1,4 @@
-// What was called, with every argument as it stood on the wire; and what a test wants the next call to do instead.
+// The journal records each call of a delegate with its arguments; a script replaces the next call of an entry point.
 #ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_JOURNAL_H
 #define ZELMOR_RUNTIME_NATIVE_CONTROL_JOURNAL_H
 
@@ -11,7 +11,7 @@
 
 namespace zelmor::embed::control {
 
-// One delegate that was handed out.
+// A delegate that the bridge requested.
 struct HandedOut {
     Assembly assembly;
     std::string type;
@@ -21,10 +21,10 @@ struct HandedOut {
     void* address;  // of the entry point behind the journal
 };
 
-// Receives the slots of the arguments and that of the result, as libffi has them; runs in place of the entry point.
+// A function that runs instead of an entry point, with the slots of the arguments and of the result as libffi has them.
 using Hook = void (*)(void** arguments, void* result);
 
-// What the next call of an entry point does in place of the entry point.
+// A script: the effect of the next call of an entry point, instead of running it.
 struct Script {
     struct OutBytes {
         size_t argument;
@@ -45,17 +45,17 @@ void journal_stop();
 void journal_clear();
 std::string journal_text();  // a JSON array of calls
 
-// Scripts are used up in the order given, one for each call of their entry point.
+// Each call of an entry point uses up one of its scripts, in the order in which they were added.
 void add_script(Script script);
 void clear_scripts();
 size_t script_count();
 
-// Notes a delegate request, or a hand-over.
+// Records a request for a delegate, or a hand-over of callbacks.
 void note_request(const char* assembly, const char* type, const char* method, int status);
 void note_hand_over(const HandedOut& called);
 std::string order_text();  // a JSON array
 
-// Runs a call: the script's part, or the entry point's, and the journal's entry of it.
+// Runs a call, by its script or by the entry point, and records it in the journal.
 void run_call(const HandedOut& called, CallFrame& frame);
 
 }  // namespace zelmor::embed::control

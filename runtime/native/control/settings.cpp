@@ -1,4 +1,4 @@
-// Reading and asking the settings.
+// Parsing and querying the settings.
 #include "runtime/native/control/settings.h"
 
 #include <algorithm>

@@ -1,11 +1,11 @@
-// What a test wants to go wrong: entry points to leave out and the status to fail the start with.
+// The faults that a test sets: missing entry points, and a status that makes the start fail.
 //
 // Set through the control interface or, for a process that a test starts, by the variable ZELMOR_EMBED_CONTROL:
-//     missing=<type>::<method>   leaves one entry point out; <type> is the class asked for or the managed type
-//     missing=<type>::#<n>       leaves out the n-th entry point asked of the type, counted from 1
-//     init_status=<number>       fails coreclr_initialize
-//     journal=1                  starts the journal before anything is called
-// parted by semicolons. Anything else in it ends the process with a message: a test with a typo must not pass.
+//     missing=<type>::<method>   makes an entry point missing; <type> is the requested class or the managed type
+//     missing=<type>::#<n>       makes the n-th requested entry point of the type missing, counted from 1
+//     init_status=<number>       makes coreclr_initialize return this status
+//     journal=1                  starts the journal before the first call
+// separated by semicolons. Any other text ends the process with a message, so that a test with a typo cannot pass.
 #ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_SETTINGS_H
 #define ZELMOR_RUNTIME_NATIVE_CONTROL_SETTINGS_H
 
@@ -27,12 +27,12 @@ struct Settings {
 };
 
 Settings& settings();
-// Adds what the text asks for; the error, or an empty text.
+// Adds the settings in a text; returns an error message, or an empty text.
 std::string add_settings(Settings& to, const std::string& text);
-// Adds what the environment asks for.
+// Adds the settings in the environment variable.
 void read_environment();
 
-// Whether the request, the n-th of its type, is to be answered by "no such method".
+// Whether the request, the n-th one of its type, has to fail because the entry point is missing.
 bool is_missing(const std::string& type, const char* full_name, const std::string& method, int nth);
 
 }  // namespace zelmor::embed::control

@@ -1,4 +1,4 @@
-// What the runtime was started with.
+// The arguments of the start of the runtime.
 #ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_STARTUP_H
 #define ZELMOR_RUNTIME_NATIVE_CONTROL_STARTUP_H
 

@@ -1,4 +1,4 @@
-// JSON text.
+// Writing of JSON text.
 #include "runtime/native/control/text_writer.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// A small writer of JSON text, in which the control interface hands its records to the tests.
+// A small writer of JSON, the format in which the tests receive the records of the control interface.
 #ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_TEXT_WRITER_H
 #define ZELMOR_RUNTIME_NATIVE_CONTROL_TEXT_WRITER_H
 
@@ -9,7 +9,7 @@
 
 namespace zelmor::embed::control {
 
-// Builds one JSON value; commas are put where they belong.
+// Builds one JSON value, with its commas.
 class TextWriter {
  public:
     TextWriter& open(char bracket);   // '{' or '['
@@ -30,7 +30,7 @@ class TextWriter {
     bool m_comma = false;
 };
 
-// Copies a text with its final zero into a caller's buffer as far as it fits; the size that the whole needs.
+// Copies as much of a text as fits into a buffer, with a terminating zero; returns the size that the whole text needs.
 size_t deliver(const std::string& text, char* buffer, size_t size);
 
 }  // namespace zelmor::embed::control

@@ -4,12 +4,13 @@
 
 namespace zelmor::embed {
 
-// What makes a library's exceptions managed ones. Defined at namespace scope; the function runs inside a catch handler,
-// rethrows what is in flight, and throws a ManagedException in place of its own kind. It catches all others.
+// Translates the exceptions of a library into managed ones. Defined at namespace scope. The function runs inside a
+// catch handler: it rethrows the current exception, throws a ManagedException in its place if the exception is of the
+// library's kind, and otherwise catches it and returns.
 class ExceptionTranslator {
  public:
     explicit ExceptionTranslator(void (*translate)());
-    // Inside a catch handler: throws in place of an exception that somebody translates, and returns otherwise.
+    // Inside a catch handler: throws the translation of the current exception, or returns if no translator knows it.
     static void translate_current();
 
  private:

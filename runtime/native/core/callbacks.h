@@ -16,7 +16,7 @@
 
 namespace zelmor::embed {
 
-// What one assembly's module handed over.
+// The callback tables that the module of one assembly handed over.
 struct Callbacks {
     ExceptionCallback exception = nullptr;
     CatchAndClearErrorCallback catch_and_clear_error = nullptr;
@@ -38,8 +38,9 @@ const PyObjApiCallbacks& object_api();
 
 struct ThreadState;
 
-// Makes an assembly's callbacks the current ones of this thread for a scope; entry points nest through Python. Its end
-// is where Python objects go whose managed holders have ended.
+// Makes an assembly's callbacks the current ones of this thread for the length of a scope. Scopes nest, since a
+// callback may run Python code that calls another entry point. The end of a scope releases the Python objects that were
+// held by managed objects deleted within it.
 class AssemblyScope {
  public:
     explicit AssemblyScope(Assembly assembly) noexcept;
@@ -52,14 +53,14 @@ class AssemblyScope {
     Callbacks* m_saved;
 };
 
-// A strong reference to a Python object, held through the callbacks. Letting it go may run Python code. One that is
-// let go of by the end of a managed object therefore waits till the end of the entry point: whoever let the object go
-// may be in the middle of changing something.
+// A strong reference to a Python object, held through the callbacks. Releasing it may run Python code. A reference held
+// by a managed object that is deleted is therefore released at the end of the entry point only: the code that deleted
+// the object may be in the middle of a change.
 class PyHeld {
  public:
     PyHeld() noexcept = default;
-    static PyHeld borrow(PyObject* object);  // takes a reference of its own
-    static PyHeld steal(PyObject* object);   // takes over the caller's
+    static PyHeld borrow(PyObject* object);  // adds a reference
+    static PyHeld steal(PyObject* object);   // takes over the caller's reference
     PyHeld(const PyHeld& other);
     PyHeld(PyHeld&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
     PyHeld& operator=(PyHeld other) noexcept {

@@ -6,7 +6,7 @@
 
 namespace zelmor::embed {
 
-// One operator. Defined at namespace scope beside the type that declares it in the managed library.
+// A conversion operator. Defined at namespace scope, in the file of the type that declares it in the managed library.
 struct ConversionRegistration {
     using Convert = Ref<ManagedObject> (*)(ManagedObject&);
     ConversionRegistration(const char* from, const char* to, Convert convert);

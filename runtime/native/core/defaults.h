@@ -1,34 +1,51 @@
 // The values that properties have in a new object where they differ from zero, null or the first enumerator.
+//
+//     constexpr DefaultValue kDefaults[] = {
+//         {api::ImageOptions::PngOptions::property_CompressionLevel, 6},
+//         // of a derived type: the type, and the property by the type that declares it
+//         {api::ImageOptions::TgaOptions::kType, api::ImageOptionsBase::property_KeepMetadata, true},
+//     };
+//     const DefaultTable table(kDefaults);
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_DEFAULTS_H
 #define ZELMOR_RUNTIME_NATIVE_CORE_DEFAULTS_H
 
 #include <cstdint>
 #include <span>
+#include <stdexcept>
+#include <string_view>
+#include <type_traits>
+
+#include "runtime/native/catalogue/names.h"
 
 namespace zelmor::embed {
 
 struct DefaultValue {
     enum class Kind : uint8_t { kBool, kInt, kFloat, kText, kColor, kNull };
 
-    constexpr DefaultValue(const char* type, const char* property, bool value)
-        : type(type), property(property), kind(Kind::kBool), integer(value) {}
-    constexpr DefaultValue(const char* type, const char* property, int value)
-        : type(type), property(property), kind(Kind::kInt), integer(value) {}
-    constexpr DefaultValue(const char* type, const char* property, double value)
-        : type(type), property(property), kind(Kind::kFloat), number(value) {}
-    constexpr DefaultValue(const char* type, const char* property, const char* value)
-        : type(type), property(property), kind(Kind::kText), text(value) {}
-    static constexpr DefaultValue color(const char* type, const char* property, uint32_t argb) {
-        DefaultValue value(type, property, 0);
-        value.kind = Kind::kColor;
+    // A bool, a whole number or an enumerator, a number, a text: what the property's getter returns.
+    template <class T>
+    constexpr DefaultValue(const TypeName& of_type, const PropertyName& of_property, T value)
+        : DefaultValue(of_type, of_property, kind_of<T>()) {
+        if constexpr (kind_of<T>() == Kind::kText) {
+            text = value;
+        } else if constexpr (kind_of<T>() == Kind::kFloat) {
+            number = value;
+        } else {
+            integer = static_cast<int64_t>(value);
+        }
+    }
+    template <class T>
+    constexpr DefaultValue(const PropertyName& of_property, T value)
+        : DefaultValue(of_property.type, of_property, value) {}
+
+    static constexpr DefaultValue color(const PropertyName& property, uint32_t argb) {
+        DefaultValue value(property.type, property, Kind::kColor);
         value.integer = argb;
         return value;
     }
-    // No object. Only what cannot be written needs it: such a property is not supported otherwise.
-    static constexpr DefaultValue null(const char* type, const char* property) {
-        DefaultValue value(type, property, 0);
-        value.kind = Kind::kNull;
-        return value;
+    // No object. A property that can be written has that anyway; one that is only read is not supported without.
+    static constexpr DefaultValue null(const PropertyName& property) {
+        return DefaultValue(property.type, property, Kind::kNull);
     }
 
     const char* type;      // full managed name of the declaring or a derived type
@@ -37,6 +54,47 @@ struct DefaultValue {
     int64_t integer = 0;
     double number = 0;
     const char* text = nullptr;
+
+ private:
+    constexpr DefaultValue(const TypeName& of_type, const PropertyName& of_property, Kind of_kind)
+        : type(of_type.name), property(of_property.name), kind(of_kind) {
+        if (of_property.getter != nullptr && !fits(of_property.getter->signature[0], of_kind)) {
+            throw std::logic_error("a default that its property cannot have");  // no constant, so it does not compile
+        }
+    }
+
+    template <class T>
+    static constexpr Kind kind_of() {
+        if constexpr (std::is_same_v<T, bool>) {
+            return Kind::kBool;
+        } else if constexpr (std::is_floating_point_v<T>) {
+            return Kind::kFloat;
+        } else if constexpr (std::is_same_v<T, const char*>) {
+            return Kind::kText;
+        } else {
+            static_assert(std::is_integral_v<T> || std::is_enum_v<T>, "no default can be made of this");
+            return Kind::kInt;
+        }
+    }
+
+    // True where a getter with this result delivers values of the kind.
+    static constexpr bool fits(char result, Kind kind) {
+        switch (kind) {
+            case Kind::kBool:
+                return result == 'b';
+            case Kind::kInt:
+                return std::string_view("cCsSiIlL").find(result) != std::string_view::npos;
+            case Kind::kFloat:
+                return result == 'f' || result == 'd';
+            case Kind::kText:
+                return result == 'O';
+            case Kind::kColor:
+                return result == 'p';
+            case Kind::kNull:
+                return std::string_view("pOv").find(result) != std::string_view::npos;
+        }
+        return false;
+    }
 };
 
 // The defaults of one file, of instance and static properties alike. Defined at namespace scope; linking the file is

@@ -42,8 +42,8 @@ const BehaviorTable* BehaviorTable::first() {
 }
 
 EntryPoint find_behavior(const char* type_full_name, const char* entry_name) {
-    // A delegate is made with the first request for it. Requests come under the interpreter lock, and making one calls
-    // nothing of Python.
+    // The delegate of a row is made at the first request. All requests hold the interpreter lock, and making a delegate
+    // calls no Python code that could release it.
     struct Known {
         const Behavior* behavior;
         const EntryName* name;

@@ -68,7 +68,7 @@ struct Behavior {
     const void* row = nullptr;
 };
 
-// What stands in a table: a behavior, or the two of a property.
+// An element of a table: one behavior, or the getter and the setter of a property.
 struct BehaviorRow {
     BehaviorRow(const Behavior& only) : first(only) {}
     BehaviorRow(const Behavior& getter, const Behavior& setter) : first(getter), second(setter) {}

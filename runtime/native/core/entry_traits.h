@@ -1,4 +1,4 @@
-// How C++ parameter and result types map to the wire; the machinery behind entry<&f>().
+// How C++ parameter and result types map to the wire; the machinery behind behavior<&f, ...>().
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_TRAITS_H
 #define ZELMOR_RUNTIME_NATIVE_CORE_ENTRY_TRAITS_H
 

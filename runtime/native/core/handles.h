@@ -1,4 +1,4 @@
-// The object table: what the tokens that Python holds stand for.
+// The object table: it maps the handles that Python holds to managed objects.
 //
 // A handle packs a slot number and the slot's generation. Giving a handle back raises the generation, so that a handle
 // used after that, or one that was never handed out, is recognized and answered by a managed exception. Each crossing

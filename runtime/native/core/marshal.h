@@ -1,6 +1,6 @@
 // How values cross: reading tagged arguments, writing results and out records.
 //
-// The typed entry points (entry.h) and the generic tail both go through here.
+// Both the behaviors (entry.h) and the entry points that are served from tables (table_entries/) use it.
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_MARSHAL_H
 #define ZELMOR_RUNTIME_NATIVE_CORE_MARSHAL_H
 

@@ -1,4 +1,4 @@
-// What every object of the managed side has: its type, a count, text form, equality, hash, disposal.
+// The base class of all managed objects: type, reference count, text form, equality, hash, disposal.
 //
 // A handle (handles.h) names such an object. Properties are not here: see records.h for objects that store them and
 // values.h for the value types.

@@ -2,6 +2,7 @@
 #include "runtime/native/core/records.h"
 
 #include <algorithm>
+#include <cassert>
 #include <memory>
 #include <unordered_map>
 
@@ -288,6 +289,11 @@ Record::Record(const TypeInfo& type) : ManagedObject(type) {
     for (const Value& value : layout.defaults) {
         m_slots.push_back(copied(value));
     }
+}
+
+void Record::set_slot(int index, Value value) {
+    assert(index >= 0 && static_cast<size_t>(index) < m_slots.size());
+    m_slots[static_cast<size_t>(index)].swap(value);  // the old value ends when the new one is in its place
 }
 
 bool Record::equals(const ManagedObject& other) const {

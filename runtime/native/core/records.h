@@ -39,7 +39,7 @@ class Record : public ManagedObject {
     // The stored value of a slot, unset where nothing was stored and the type has no default for it.
     const Value& slot(int index) const { return m_slots[static_cast<size_t>(index)]; }
     // The old value goes when the new one is in its place.
-    void set_slot(int index, Value value) { m_slots[static_cast<size_t>(index)].swap(value); }
+    void set_slot(int index, Value value);
     size_t slot_count() const { return m_slots.size(); }
 
     // A record of a value type compares by its slots, one of a class by identity.

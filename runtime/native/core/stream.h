@@ -1,4 +1,4 @@
-// A managed System.IO.Stream: what behavior reads from and writes to, whoever stands behind it.
+// A managed System.IO.Stream: the interface through which behaviors read and write, whatever the source.
 //
 // A Python file (PyFileStream, through the raw-IO callbacks), a file on disk, or memory. A stream argument of an entry
 // point becomes one of these; a Python file that comes back as a result is the Python object itself.

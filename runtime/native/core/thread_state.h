@@ -1,8 +1,9 @@
-// What belongs to the calls of one thread.
+// The state of the calls that are running on one thread.
 //
-// Every entry point runs under the interpreter lock, but a callback may run Python code, and that lets other threads
-// in: they enter and leave entry points of their own before the callback returns. So whatever is set for the length of
-// a call is kept for each thread; what all threads share is either written once or whole between two callbacks.
+// Every entry point runs under the interpreter lock, but a callback may run Python code, which may release that lock:
+// other threads then enter and leave entry points before the callback returns. State that is set for the length of a
+// call is therefore thread-local; state that all threads share is written once, or is consistent whenever a callback
+// runs.
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_THREAD_STATE_H
 #define ZELMOR_RUNTIME_NATIVE_CORE_THREAD_STATE_H
 

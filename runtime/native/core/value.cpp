@@ -9,6 +9,12 @@
 
 namespace zelmor::embed {
 
+Value::Value(const Value& other) = default;
+Value::Value(Value&& other) noexcept = default;
+Value& Value::operator=(const Value& other) = default;
+Value& Value::operator=(Value&& other) noexcept = default;
+Value::~Value() = default;
+
 namespace {
 
 template <class... F>

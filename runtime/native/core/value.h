@@ -21,8 +21,22 @@ using Bytes = std::vector<std::byte>;
 // Nothing stored; null is an empty object reference. Integers and enumerations are int64_t, sign- or zero-extended
 // from their width; uint64_t is used only where a value does not fit. PyHeld is a Python object that the managed side
 // keeps as it is (a list, a tuple, a file).
-using Value = std::variant<std::monostate, bool, int64_t, uint64_t, double, std::u16string, Bytes, Ref<ManagedObject>,
-                           PyHeld, DecimalValue, DateTimeValue, DateTimeOffsetValue, TimeSpanValue, GuidValue>;
+using ValueVariant =
+    std::variant<std::monostate, bool, int64_t, uint64_t, double, std::u16string, Bytes, Ref<ManagedObject>, PyHeld,
+                 DecimalValue, DateTimeValue, DateTimeOffsetValue, TimeSpanValue, GuidValue>;
+
+// A class of its own, so that copying and moving are compiled once: nearly every source of the runtime copies values,
+// and the compiler took a second in each for the copy of a variant of so many kinds.
+class Value : public ValueVariant {
+ public:
+    using ValueVariant::ValueVariant;
+    Value() = default;
+    Value(const Value& other);
+    Value(Value&& other) noexcept;
+    Value& operator=(const Value& other);
+    Value& operator=(Value&& other) noexcept;
+    ~Value();
+};
 
 // A value of the .NET library's own value types.
 template <class T>

@@ -1,4 +1,4 @@
-// Resolving entry points: service classes first, then the catalogue, then behavior before the tail.
+// Resolving entry points: service classes first, then the catalogue, where a behavior goes before a table entry.
 #include "runtime/native/delegates/resolve.h"
 
 #include <new>

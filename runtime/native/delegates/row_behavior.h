@@ -5,7 +5,10 @@
 //
 //     int32_t number(const Number& row, ExifObject& self);
 //     void set_number(const Number& row, ExifObject& self, int32_t value);
-//     ... row_property<&number, &set_number>(row.property, row) ...
+//     BehaviorRow behavior_of(const Number& row) {
+//         return row_property<&number, &set_number>(row.property, row);
+//     }
+//     const BehaviorTable table(each_row(kNumbers, behavior_of));
 //
 // A call goes through a delegate that was made at run time, which costs some 40 nanoseconds more than a function of its
 // own; what it saves is a copy of the function for each row.
@@ -14,6 +17,7 @@
 
 #include <cassert>
 #include <utility>
+#include <vector>
 
 #include "runtime/native/core/entry.h"
 #include "runtime/native/delegates/closure.h"
@@ -77,6 +81,17 @@ BehaviorRow row_property(const PropertyName& property, const typename detail::Ro
 template <auto Get, auto Set>
 BehaviorRow row_property(const PropertyName& property, const typename detail::RowCall<Get>::RowType& row) {
     return {row_behavior<Get>(property.getter, row), row_behavior<Set>(property.setter, row)};
+}
+
+// The behaviors of all rows of a table, which has to stay for good: `make` gives the behavior of one.
+template <class Row, size_t kCount, class Make>
+std::vector<BehaviorRow> each_row(const Row (&rows)[kCount], Make make) {
+    std::vector<BehaviorRow> behaviors;
+    behaviors.reserve(kCount);
+    for (const Row& row : rows) {
+        behaviors.push_back(make(row));
+    }
+    return behaviors;
 }
 
 }  // namespace zelmor::embed

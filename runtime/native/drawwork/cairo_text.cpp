@@ -86,7 +86,7 @@ Layout make_layout(cairo_t* context, const TextLayout& wanted) {
 
     pango_layout_set_text(layout.get(), wanted.text.c_str(), static_cast<int>(wanted.text.size()));
     constexpr PangoAlignment kAlignments[] = {PANGO_ALIGN_LEFT, PANGO_ALIGN_CENTER, PANGO_ALIGN_RIGHT};
-    pango_layout_set_alignment(layout.get(), kAlignments[std::clamp(wanted.alignment, 0, 2)]);
+    pango_layout_set_alignment(layout.get(), kAlignments[static_cast<size_t>(wanted.alignment)]);
     const auto units = [](double pixels) {
         return pixels > 0 ? static_cast<int>(std::min(pixels * PANGO_SCALE, double(G_MAXINT / 2))) : 0;
     };

@@ -65,6 +65,7 @@ struct Stroke {
 };
 
 enum class TextTrimming { kNone, kEnd, kMiddle };
+enum class TextAlignment { kBegin, kMiddle, kEnd };
 struct TextLayout {
     std::string text;    // UTF-8
     std::string family;  // or several, separated by commas
@@ -72,7 +73,7 @@ struct TextLayout {
     bool bold = false, italic = false, underline = false, strikeout = false;
     bool smooth = true, hinted = false;
     double width = -1, height = -1;  // where lines are broken and trimmed; negative for nowhere
-    int alignment = 0;               // of lines: begin, middle, end
+    TextAlignment alignment = TextAlignment::kBegin;
     bool wrap = true;
     TextTrimming trimming = TextTrimming::kNone;
     bool right_to_left = false;

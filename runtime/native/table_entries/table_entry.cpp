@@ -1,4 +1,4 @@
-// Making the delegate of an entry point on the tail, and what all roles share.
+// Making the delegate of a table entry, and the functions that all roles share.
 #include "runtime/native/table_entries/table_entry.h"
 
 #include <memory>

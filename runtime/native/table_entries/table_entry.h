@@ -1,7 +1,7 @@
-// An entry point that has no C++ function of its own: served from the catalogue's tables.
+// Table entries: entry points without a C++ function of their own, which are served from the catalogue's tables.
 //
-// What it does follows from its role: storing a value, filling a new object, casting. What follows from no rule raises
-// NotSupportedException naming the member.
+// The role of an entry point decides what it does: store a value, fill a new object, cast. An entry point for which no
+// rule says anything raises NotSupportedException naming the member.
 #ifndef ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TABLE_ENTRY_H
 #define ZELMOR_RUNTIME_NATIVE_TABLE_ENTRIES_TABLE_ENTRY_H
 
@@ -17,7 +17,7 @@ namespace zelmor::embed {
 struct TableEntry;
 using TailFunction = void (*)(TableEntry& self, CallFrame& frame);
 
-// One entry point on the tail. Lives as long as its delegate.
+// One table entry. It lives as long as its delegate.
 struct TableEntry {
     const TypeInfo* type;
     const EntryInfo* info;
@@ -29,7 +29,7 @@ struct TableEntry {
     std::vector<PropertySlot> filled;      // by a constructor, one for each parameter
     const EntryInfo* forwarded = nullptr;  // a constructor that a factory method stands for
 
-    // Answers of overridden members, by the run-time type of the instance; null where the tail's own answer holds.
+    // Answers of overridden members, by the run-time type of the instance; null where the table entry answers itself.
     struct Override {
         const TypeInfo* type;
         void* address;
@@ -60,7 +60,7 @@ ManagedObject& instance_of(TableEntry& self, CallFrame& frame);
 bool same_collection(const CollectionInfo& a, const CollectionInfo& b);
 bool same_parameter(const ParamInfo& a, const ParamInfo& b);
 
-// The delegate of an entry point on the tail.
+// The delegate of a table entry.
 void* make_table_delegate(const TypeInfo& type, const EntryInfo& info);
 
 }  // namespace zelmor::embed

@@ -1,9 +1,9 @@
-# A program as users write them, with mistakes as users make them. test_stubs_mypy.py reads the marks:
-#   "expect: <code>"            mypy finds this, in this line, and running the line raises TypeError or AttributeError
-#   "expect: <code>, or None"   mypy finds this because the value may be None; here it is not
-#   "expect: <code>, static"    mypy finds this, and it only matters to mypy
-#   "beyond checkers"           mypy has no way to find what the line raises
-# All other lines are fine with both.
+# A program with typical mistakes of users. test_stubs_mypy.py reads the marks:
+#   "expect: <code>"            mypy reports this error in this line, and running it raises TypeError or AttributeError
+#   "expect: <code>, or None"   mypy reports this error because the value may be None; here it is not, and the line runs
+#   "expect: <code>, static"    mypy reports this error, but the line runs
+#   "beyond checkers"           the line raises an error that mypy cannot detect
+# All other lines pass mypy and run.
 import datetime
 import decimal
 import io
@@ -134,7 +134,7 @@ str(plain.get_type())
 ColorPaletteHelper.has_transparent_colors(ColorPaletteHelper.create_8_bit())
 Namespaces()  # expect: call-arg
 
-# -- interfaces: a class that implements one is no subclass, and goes where the interface goes ---------------------------
+# -- interfaces: a class that implements one is not a subclass, but is accepted in its place ----------------------------
 palette = ColorPaletteHelper.create_8_bit()
 assert_type(palette.entries_count, "int | MaybeNone")
 mine = ColorPalette._cast_to(palette).value

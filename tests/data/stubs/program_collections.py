@@ -1,4 +1,4 @@
-# Lists and arrays as users pass and read them, with mistakes; the marks are those of program.py.
+# Lists and arrays as arguments and results, with typical mistakes; the marks are those of program.py.
 from pathlib import Path
 from typing import TYPE_CHECKING, assert_type
 
@@ -78,7 +78,7 @@ def paths(frame: TiffFrame) -> None:
     resources.sort(reverse=True)
 
 
-# -- properties that take more than they give ----------------------------------------------------------------------------
+# -- properties that accept more types than they return ------------------------------------------------------------------
 def settings(frame: TiffFrame, other: TiffFrame) -> None:
     frame.path_resources = [PathResource()]
     frame.path_resources = (PathResource(), PathResource())

@@ -1,6 +1,6 @@
-"""What members give and take where a listing of the library calls all of it `object`: text, bytes, dates, collections.
+"""Types of members that a listing of the library's properties calls `object`: text, bytes, dates, collections.
 
-The sweep over all members (test_use.py) checks the kinds; this file checks values and what a user sees.
+The sweep over all members (test_use.py) checks the kinds; this file checks values, as a user sees them.
 """
 
 from __future__ import annotations
@@ -84,7 +84,7 @@ def test_shapes_and_figures_have_their_elements() -> None:
     (CmxGradient(), "colors", "5924F2FC", [CmxColor()]),
     (CmxOutline(), "stroke", "A2718E40", [1, -1]),
 ], ids=lambda value: value if isinstance(value, str) else type(value).__name__)
-def test_arrays_keep_what_they_are_given(owner: Any, name: str, identifier: str, values: list[Any]) -> None:
+def test_arrays_store_the_given_values(owner: Any, name: str, identifier: str, values: list[Any]) -> None:
     for given in (values, tuple(values)):
         setattr(owner, name, given)
         shown = getattr(owner, name)

@@ -1,4 +1,4 @@
-"""Names that other assemblies and modules rely on, as the built module asks for them and shows them."""
+"""Names that other assemblies and modules rely on, compared with those that the built module requests and publishes."""
 
 from __future__ import annotations
 
@@ -28,20 +28,20 @@ def row_id(row: PinnedLine) -> str:
 
 
 def called(managed: str) -> list[Type]:
-    """The types that declare a member of a managed name."""
+    """The types that declare a member with a managed name."""
     return [entry for entry in MODEL.types
             if any(overload.managed == managed for method in entry.methods for overload in method.own)
             or any(prop.managed == managed and prop.declared_by is entry for prop in entry.properties)]
 
 
 def declaring(row: PinnedLine) -> list[Type]:
-    """The types whose hosts a row of names is about."""
+    """The types whose hosts a row of names describes."""
     return called(row.words[1]) if row.kind == "name" else [TYPES[row.words[0]]]
 
 
 @pytest.fixture(scope="module", name="asked")
 def what_the_hosts_ask_for() -> dict[str, list[str]]:
-    """For each managed class that a row is about, the entry points that the module asks for."""
+    """For each managed class that a row describes, the entry points that the module requests."""
     entries = {entry.full_name: entry for row in rows("entry", "hosts", "name", "member") for entry in declaring(row)}
     masking = TYPES["Zelmor.Imaging.Masking.IMaskingAsyncTask"]
     cmx = TYPES["Zelmor.Imaging.FileFormats.Cmx.ICmxImage"]
@@ -91,7 +91,7 @@ def test_an_interface_asks_its_own_host_for_its_own_members_only(
 
 
 def test_an_inherited_member_is_reached_through_either_interface() -> None:
-    """An interface's function is one, whichever table it stands in, and works on what implements both."""
+    """The function of an interface is the same in every table, and accepts objects of all classes that implement it."""
     image = zelmor.imaging.fileformats.cmx.CmxImagePage(zelmor.imaging.fileformats.cmx.objectmodel.CmxPage())
     seen = zelmor.imaging.fileformats.cmx.ICmxImage._cast_as(image).value
     assert (seen.size_f, seen.width_f, seen.height_f) == (image.size_f, image.width_f, image.height_f)

@@ -1,4 +1,4 @@
-"""The type stubs and the built modules hold the same: every module, class, member, overload and value, both ways."""
+"""The type stubs and the built modules have the same contents: every module, class, member, overload and value."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ STUBS = read_package(BUILD_DIR / "python" / "zelmor-stubs")
 BY_NAME = {module.name: module for module in STUBS}
 IMAGING = [module for module in STUBS if module.name.startswith("zelmor.imaging")]
 
-# What every class has from `object`, and what the bridge and pickling look for.
+# Attributes that every class has from `object`, and those that the bridge and pickling look up.
 UNMENTIONED = {
     "__new__", "__init__", "__repr__", "__str__", "__hash__", "__eq__", "__ne__", "__lt__", "__le__", "__gt__",
     "__ge__", "__doc__", "__module__", "__dict__", "__weakref__", "__reduce__", "__setstate__", "__sizeof__",
@@ -24,7 +24,7 @@ UNMENTIONED = {
 
 
 class Unfit:
-    """Fits no parameter."""
+    """An object that no parameter accepts."""
 
 
 def name_of(module: Module) -> str:
@@ -32,7 +32,7 @@ def name_of(module: Module) -> str:
 
 
 def plain(module: Module) -> list[Class]:
-    """The classes that are no enumerations; the descriptors' own types are told as far as a program meets them."""
+    """The classes that are not enumerations; the types of descriptors are included if a program can reach them."""
     return [entry for entry in module.classes.values() if not entry.is_enum and not entry.name.endswith("DescrType")]
 
 
@@ -47,7 +47,7 @@ def resolve(module: Module) -> types.ModuleType:
 
 def of(module: Module, entry: Class) -> type:
     found = vars(resolve(module)).get(entry.name)
-    if found is None:  # the one type that modules keep to themselves
+    if found is None:  # the one type that modules do not publish
         found = type(resolve(module).VERSION)
     assert isinstance(found, type)
     return found
@@ -75,7 +75,7 @@ def test_a_module_holds_what_its_stub_names(module: Module) -> None:
 
 
 def inherited(module: Module, entry: Class) -> set[str]:
-    """Members of the stub's bases."""
+    """Members of the base classes in the stub."""
     names: set[str] = set()
     for base in of(module, entry).__mro__[1:-1]:
         names |= set(BY_NAME[base.__module__].classes[base.__name__].members)
@@ -91,16 +91,16 @@ def test_a_class_has_the_members_of_its_stub_and_no_other(module: Module) -> Non
         own = set(vars(found)) - UNMENTIONED
         stated = set(entry.members) - UNMENTIONED
         if entry.name == "CastResult":
-            stated.remove("__iter__")  # iterable by the sequence protocol
+            stated.remove("__iter__")  # iterable through the sequence protocol
         if "_ArrayWrapper" in entry.name:
-            own.discard("__delitem__")  # the slot is there and refuses: an array keeps its length
+            own.discard("__delitem__")  # the slot exists and refuses: the length of an array is fixed
         assert stated <= own
-        # A collection that derives from another has all of a collection's members anew.
+        # A collection that derives from another repeats all members of a collection.
         assert own - stated <= (inherited(module, entry) if "__len__" in own else set())
 
 
 def kind_of(value: object) -> str:
-    """What a stub would call an entry of a type's dictionary."""
+    """The kind of stub declaration for an entry of a type's dictionary."""
     kinds = {"getset_descriptor": "property", "member_descriptor": "property", "staticmethod": "static method",
              "_FieldDescrType": "static property", "_MixMethodDescrType": "mixed",
              "method_descriptor": "method", "wrapper_descriptor": "method"}
@@ -138,7 +138,7 @@ def test_properties_are_writable_where_the_stub_says_so(module: Module) -> None:
 
 
 def attempts(function: Any, **keywords: object) -> list[str]:
-    """The messages of a call that no overload takes."""
+    """The messages of a call that fits no overload."""
     with pytest.raises(TypeError) as refused:
         function(**keywords)
     value = refused.value.args[0]
@@ -146,13 +146,13 @@ def attempts(function: Any, **keywords: object) -> list[str]:
 
 
 def check_overloads(name: str, function: Any, member: Member) -> None:
-    """There are as many attempts as overloads, each takes its own keywords, and no other."""
+    """There is one attempt for each overload, and each accepts its own keywords only."""
     assert len(attempts(function, no_such_keyword=None)) == len(member.overloads), name
     for number, keywords in enumerate(member.overloads):
         if not keywords:
             continue
         message = attempts(function, **dict.fromkeys(keywords, Unfit()))[number]
-        # The first converter is reached only if the number of arguments and the first keyword fit.
+        # The first converter is called only if the number of arguments and the first keyword fit.
         assert "Unfit" in message or message == "unknown variant type", f"{name}: {message}"
 
 

@@ -1,6 +1,7 @@
-"""mypy --strict and the built module give the same verdict on each line of a user's programs.
+"""mypy --strict and the built module agree on each line of a user's programs.
 
-The programs are data files; their marks say what mypy has to find, line by line, and each of their statements is run.
+The programs are data files; their marks state the findings that mypy must report, line by line, and each of their
+statements is executed.
 """
 
 from __future__ import annotations
@@ -23,8 +24,8 @@ MARK = re.compile(r"# expect: ([a-z-]+(?:, [a-z-]+(?=$|,))*?)(?:, (or None|stati
 
 
 def run_mypy(*arguments: str) -> tuple[int, str]:
-    """The exit status and the output of mypy, which finds the stubs as it finds those of installed packages."""
-    # The plain interpreter: mypy is not what a debug build or a memory checker should watch.
+    """The exit status and the output of mypy, which finds the stubs as it would find those of installed packages."""
+    # The plain interpreter: a debug build or a memory checker should not run mypy.
     environment = {name: os.environ[name] for name in os.environ if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
     done = subprocess.run(
         ["/usr/bin/python3", "-m", "mypy", "--strict", "--no-error-summary", "--show-error-codes",
@@ -37,7 +38,7 @@ def run_mypy(*arguments: str) -> tuple[int, str]:
 
 
 def expected(program: Path) -> dict[int, list[str]]:
-    """The codes that mypy has to find, by line."""
+    """The error codes that mypy must report, by line."""
     marks = {}
     for number, line in enumerate(program.read_text().splitlines(), 1):
         if "# expect:" in line:
@@ -82,7 +83,8 @@ def names(tmp_path: Path, picture: str) -> dict[str, Any]:
 
 @pytest.mark.parametrize("program", PROGRAMS)
 def test_the_module_says_the_same_of_each_line(program: Path, names: dict[str, Any]) -> None:
-    """Statements without a mark run, those with one raise: what mypy refuses the module refuses, and the reverse."""
+    """Statements without a mark run, and those with one raise: the module refuses exactly the statements that mypy
+    refuses."""
     text = program.read_text()
     lines = text.splitlines()
     for statement in ast.parse(text).body:
@@ -97,7 +99,7 @@ def test_the_module_says_the_same_of_each_line(program: Path, names: dict[str, A
         if fine:
             exec(code, names)
             continue
-        # What only the managed side can tell comes as its exception.
+        # Errors that only the managed side detects are managed exceptions.
         with pytest.raises((TypeError, AttributeError, *([RuntimeError] if "# beyond" in line else []))):
             exec(code, names)
             pytest.fail(f"line {statement.lineno} raised nothing")

@@ -1,4 +1,4 @@
-"""The built module against the model that it was written from, type by type and member by member."""
+"""The built module compared with the model that it was generated from, type by type and member by member."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ CAST_FAMILY = ["_type_of", "_cast_to", "_cast_from", "_reinterpret_obj", "_cast_
 
 
 def resolve(dotted: str) -> object:
-    """The object of a dotted name, by attributes below the root module."""
+    """The object with a dotted name, found by attributes below the root module."""
     return functools.reduce(getattr, dotted.split(".")[2:], zelmor.imaging)
 
 
@@ -33,7 +33,7 @@ def of(entry: Type) -> type:
 
 
 def marker(item: Type | str) -> type:
-    """The Python type that a marker set holds for an interface."""
+    """The Python type that a set of markers contains for an interface."""
     if isinstance(item, str):
         found = getattr(zelmor.imaging._wrpgen._interop, item)
         assert isinstance(found, type)
@@ -63,7 +63,7 @@ def has_no_constructor(found: type) -> bool:
     return False
 
 
-def test_how_much_there_is() -> None:
+def test_the_known_totals_are_reached() -> None:
     assert len(module_tree.MODULES) == 116
     assert len(module_tree.API_WRAPPERS) == 891
     assert len(module_tree.ENUMS) == 255
@@ -124,7 +124,7 @@ def test_the_method_table_is_in_order(entry: Type) -> None:
 
 
 def collection_slots(entry: Type) -> set[str]:
-    """What the interpreter shows of the slots of a class that is a collection itself."""
+    """The interpreter's attributes for the slots of a class that is a collection."""
     names = {"__iter__"} if entry.kind == "class" and "_IterableWrapper" in entry.interfaces else set()
     if entry.items is not None:
         return names | {"__len__", "__getitem__"}
@@ -191,7 +191,8 @@ METHODS = [method for entry in WRAPPERS for method in entry.methods if method.ov
 
 
 def call_target(method: Method):
-    """The function behind a name, called without a usable instance: its arguments are refused before any call."""
+    """The function behind a name, called without a usable instance: its arguments are refused before any delegate is
+    called."""
     found = of(method.owner)
     if method.static:
         return getattr(found, method.python)
@@ -199,7 +200,7 @@ def call_target(method: Method):
 
 
 def refusals(method: Method, *args: object, **kwargs: object) -> list[str]:
-    """The messages of a call whose arguments fit no overload, one for each that can be called."""
+    """The messages of a call whose arguments fit no overload, one for each overload that can be called."""
     with pytest.raises(TypeError) as refused:
         call_target(method)(*args, **kwargs)
     value = refused.value.args[0]
@@ -220,7 +221,7 @@ def test_a_failed_dispatch_names_a_reason_for_each_overload(method: Method) -> N
 
 @pytest.mark.parametrize("method", TAKES_ARGUMENTS, ids=lambda m: f"{m.owner.full_name}.{m.python}")
 def test_keywords_are_the_stated_ones_and_no_other(method: Method) -> None:
-    """With an unfit value under every right keyword, no overload complains of the keyword itself."""
+    """With an unsuitable value under every correct keyword, no overload reports an unknown keyword."""
     for index, overload in enumerate(method.overloads):
         if not overload.params:
             continue
@@ -231,7 +232,7 @@ def test_keywords_are_the_stated_ones_and_no_other(method: Method) -> None:
 
 
 class _Unfit:
-    """A value that no converter takes."""
+    """A value that no converter accepts."""
 
 
 SCALAR_NAMES = {"int8": "SByte", "int16": "Int16", "int32": "Int32", "int64": "Int64", "uint8": "Byte",
@@ -248,7 +249,7 @@ COLLECTION_NAMES = {"array": "Array", "list": "List", "arrlist": "ArrayList", "i
 
 
 def unfit_wire(wire: Wire) -> str:
-    """What the converter of a kind of value says to a value that it cannot take."""
+    """The message of the converter of a kind of value for a value that it does not accept."""
     if wire.type is not None:
         return f"can't build {wire.type.name} value from '_Unfit'"
     if wire.shape is not None:
@@ -263,7 +264,7 @@ def unfit_message(overload: Overload) -> str:
 
 
 @pytest.mark.parametrize("method", TAKES_ARGUMENTS, ids=lambda m: f"{m.owner.full_name}.{m.python}")
-def test_every_converter_refuses_the_wrong_kind_in_its_own_words(method: Method) -> None:
+def test_every_converter_refuses_the_wrong_kind_with_its_message(method: Method) -> None:
     for index, overload in enumerate(method.overloads):
         if overload.params:
             messages = refusals(method, *[_Unfit()] * len(overload.params))
@@ -289,7 +290,7 @@ def test_types_without_a_public_constructor_say_so(entry: Type) -> None:
 
 
 @pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.constructors], ids=by_name)
-def test_constructors_refuse_what_fits_none_of_them(entry: Type) -> None:
+def test_constructors_refuse_arguments_that_fit_no_overload(entry: Type) -> None:
     with pytest.raises(TypeError) as refused:
         of(entry)(*[object()] * 12)
     value = refused.value.args[0]
@@ -317,5 +318,5 @@ def test_enumerations_carry_the_cast_family(entry: Type) -> None:
 
 @pytest.mark.parametrize("entry", MODEL.types, ids=by_name)
 def test_the_managed_type_bears_the_full_name(entry: Type) -> None:
-    """Every host binds all its entry points, and the managed side knows the type by its name."""
+    """Every host binds all its entry points, and the managed side has a type with its name."""
     assert str(of(entry)._type_of()) == entry.full_name

@@ -1,7 +1,7 @@
-"""Every member of every class is used: constructed, read, written and called, with fitting values and with unfit ones.
+"""Every member of every class is used: constructed, read, written and called, with valid and with invalid values.
 
-A member either does its work or says why it does not, in the words of a managed exception; what it gives is of the kind
-that the catalogue states; a value that is refused changes nothing. The whole is counted.
+A member either works or raises a managed exception that says why not; its result is of the kind that the catalogue
+states; a refused value changes nothing. The checks are counted.
 """
 
 from __future__ import annotations
@@ -21,7 +21,7 @@ from tools.generator.wires import Wire
 WRAPPERS = [entry for entry in MODEL.types if not entry.is_enum]
 MANAGED = re.compile(r"Proxy error\(\w+\)|-?\d+ is not a valid \w+")
 
-#: Properties that keep a value of their own choice beside the one that was set, and why.
+#: Properties that store a different value than the one that was set, with the reason.
 NORMALIZED = {
     ("RectangleF", "right"): "sets the width in single precision",
     ("RectangleF", "bottom"): "sets the height in single precision",
@@ -31,9 +31,9 @@ NORMALIZED = {
     **{(owner, f"{side}_resolution"): "is kept as whole dots in a meter, as far as a file can hold them"
        for owner in ("RasterImage", "TiffFrame", "TiffImage") for side in ("horizontal", "vertical")},
 }
-#: Where a property that takes any object keeps it in the type that the file format has for it.
+#: Properties of type object that store a value in the type that the file format defines.
 TYPED_OBJECTS = ("Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes",)
-#: Members that end the use of what the sweep works on, or wait for somebody.
+#: Members that would end the use of the object under test, or wait for somebody.
 LEFT_OUT = {"dispose", "wait_on_done"}
 
 
@@ -43,7 +43,7 @@ def in_a_directory_of_its_own(tmp_path: Any, monkeypatch: pytest.MonkeyPatch) ->
 
 
 def attempt(count: str, action: Callable[[], Any]) -> tuple[bool, Any]:
-    """Whether an action succeeded, and its result or the managed error; no other error is let through."""
+    """Whether an action succeeded, and its result or the managed error; other errors are raised."""
     COUNTS[count] += 1
     try:
         return True, action()
@@ -53,7 +53,7 @@ def attempt(count: str, action: Callable[[], Any]) -> tuple[bool, Any]:
 
 
 def instance(entry: Type) -> Any:
-    """An instance; None where the runtime makes none, which its own constructors then say."""
+    """An instance; None if the runtime cannot create one, which the constructors then report."""
     try:
         return make(entry)
     except Cannot:
@@ -65,14 +65,15 @@ def instance(entry: Type) -> Any:
 
 
 def same(value: Any, given: Any) -> bool:
-    """Whether what came out equals what was put in; a managed collection equals a list with the same items."""
+    """Whether the value that was read equals the value that was set; a managed collection equals a list with the
+    same items."""
     if isinstance(given, list):
         return value is not None and len(value) == len(given) and all(map(same, value, given))
     return bool(value == given)
 
 
 def unchanged(found: Any, before: Any) -> bool:
-    """Whether two reads gave the same value; a property may show its list as a new collection each time."""
+    """Whether two reads returned the same value; a property may return its list as a new collection each time."""
     if hasattr(type(found), "__len__") and not isinstance(found, (str, bytearray)):
         return type(found) is type(before) and list(found) == list(before)
     return bool(found == before) or found != found
@@ -88,7 +89,7 @@ def test_constructors(entry: Type) -> None:
 
 
 def refused(overload: Overload, call: Any) -> None:
-    """An unfit value in each place in turn is refused before the managed side sees anything."""
+    """An invalid value in the place of each argument in turn is refused before the managed side is called."""
     for index, param in enumerate(overload.params):
         COUNTS["arguments refused"] += 1
         try:
@@ -137,7 +138,7 @@ def normalized(prop: Property) -> bool:
 
 
 def unfits(wire: Wire) -> Iterator[Any]:
-    """Values that a kind refuses in Python."""
+    """Values that the converter of a kind refuses."""
     yield Unfit()
     if wire.name == "object":
         yield from ({}, {1}, object(), range(3))
@@ -199,7 +200,7 @@ def test_methods(entry: Type) -> None:
 
 
 @pytest.mark.parametrize("entry", [e for e in WRAPPERS if e.constructors], ids=lambda e: e.full_name)
-def test_constructors_fill_what_their_arguments_name(entry: Type) -> None:
+def test_constructors_set_the_properties_named_by_their_arguments(entry: Type) -> None:
     properties = {prop.python: prop for owner in (entry, *entry.bases()) for prop in owner.properties
                   if not prop.static}
     for overload in entry.constructors:

@@ -1,4 +1,4 @@
-"""Lists for managed collections whose overloads differ in the element type, and scalars of NumPy in them."""
+"""Python lists for overloads that differ only in the element type, and lists of NumPy scalars."""
 
 from __future__ import annotations
 

@@ -1,6 +1,6 @@
-"""Typed access of the managed side to the elements of Python lists and sequences, straight through the tables.
+"""Typed access of the managed side to the elements of Python lists and sequences, directly through the callback tables.
 
-The codes of failures are seen in the unit tests: here the error that a call leaves pending is raised.
+The unit tests check the status codes of failures; here the error that a call leaves pending is raised.
 """
 
 from __future__ import annotations
@@ -18,7 +18,7 @@ from support.control import Control, control
 from support.records import PyBytesArg, PyStringArg, VariantArg
 from zelmor.imaging import Point
 
-#: The order of the slots, written down once more.
+#: The order of the slots, written down a second time.
 ELEMENTS = """
 6DB53617 4161C915 AD9D9BA5 C63CF845 0D581152 793CE1A2 A29B253A 5A6B40F1 0230D20F 5924F2FC A139325E A57BD1E8 0938A206
 75054454 9BE3A030 2F797332 DD9A8D00 11A60AB4 2B0546B4 B67D0F40 F421E052 62797633 578FF222 590CE12F 51D6BEAB 5A71E0F9
@@ -28,7 +28,7 @@ F25B175D CBE911FC 57AC8DC4 110A8374 72D20219
 """.split()
 FORMATS = {"int8": "b", "int16": "h", "uint16": "H", "int32": "i", "uint32": "I", "int64": "q", "uint64": "Q",
            "float": "f", "double": "d"}
-#: An element of no type that a collection could have.
+#: An element of a type that no typed collection can store.
 NOT_ONE = object()
 
 
@@ -47,7 +47,7 @@ class Reader:
             slot + 57, ctypes.PYFUNCTYPE(c_int, py_object, c_int, POINTER(Reference), c_void_p, *state))
 
     def read(self, items: Any, index: int) -> bytes:
-        """What the slot holds after an element was read, with what the element was kept by given back."""
+        """The content of the slot after an element was read; the reference that keeps the element alive is released."""
         out = ctypes.create_string_buffer(b"\0" * 16, 16)
         view = ctypes.create_string_buffer(80)
         state = [view] if self._bytes else []
@@ -68,7 +68,7 @@ class Reader:
 
 
 def shown(identifier: str, raw: bytes, value: Any) -> tuple[Any, Any]:
-    """What a slot holds, and what it has to hold for a value."""
+    """The content of a slot, and the expected content for a value."""
     row = ROWS[identifier]
     wire = row.element
     if wire.name in FORMATS:
@@ -120,7 +120,7 @@ def test_reading_keeps_no_reference(slot: int) -> None:
 
 
 @pytest.mark.parametrize("slot", range(57), ids=ELEMENTS)
-def test_an_index_that_there_is_not_is_an_index_error(slot: int) -> None:
+def test_an_index_out_of_range_is_an_index_error(slot: int) -> None:
     values = values_of(ROWS[ELEMENTS[slot]])[:1]
     reader = Reader(slot)
     for items, index in (([], 0), (values, 1), (values, -1), (values, -2), ((), 0), (tuple(values), 1)):
@@ -172,7 +172,7 @@ def test_a_buffer_is_locked_for_as_long_as_the_managed_side_holds_it(control: Co
         data.append(1)
     control.callback("buffer", "release")(view)
     data.append(1)
-    # What cannot be used is given back at once.
+    # An element that cannot be converted is released at once.
     strided = memoryview(b"abcdef")[::2]
     record = PyBytesArg()
     with pytest.raises(BufferError, match="^buffer is not contiguous$"):
@@ -189,7 +189,7 @@ def test_a_variant_element_has_the_variants_tags() -> None:
 
 
 class Leaving(str):
-    """A text that leaves its list when it is asked what it is."""
+    """A text that is removed from its list when its class is requested."""
 
     items: list[Any]
 
@@ -200,11 +200,11 @@ class Leaving(str):
 
 
 def test_an_element_that_leaves_its_list_is_not_read() -> None:
-    reader = Reader(ELEMENTS.index("F372CE9B"))  # of the conversions, this one may run Python code
+    reader = Reader(ELEMENTS.index("F372CE9B"))  # the only one of the conversions that can run Python code
     leaving = Leaving("text")
     leaving.items = [leaving, 1]
     with pytest.raises(RuntimeError, match="^the list lost the element while it was read$"):
         reader.read(leaving.items, 0)
-    # A sequence's element is held by the reference that comes with it.
+    # The returned reference keeps an element of a sequence alive.
     leaving.items = [leaving]
     reader.read((leaving,), 0)

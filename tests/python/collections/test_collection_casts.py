@@ -1,4 +1,4 @@
-"""A typed collection seen as one of the untyped kinds: what it holds stays what it is, in both directions."""
+"""A typed collection cast to an untyped kind: its elements keep their values, in both directions."""
 
 from __future__ import annotations
 
@@ -11,25 +11,25 @@ import zelmor.imaging
 from zelmor import pydrawing
 from zelmor.imaging.extensions import ColorExtensions, PointExtensions
 
-#: The untyped kinds that a typed one counts as.
+#: The untyped kinds that a typed collection can be cast to.
 UNTYPED = {"array": ("_ArrayWrapper", "_IListWrapper", "_IColWrapper", "_IterableWrapper"),
            "list": ("_IListWrapper", "_IColWrapper", "_IterableWrapper"),
            "ilist": ("_IListWrapper", "_IColWrapper", "_IterableWrapper")}
 EVERY = [(row.identifier, kind, name) for row in MODEL.collections for kind, names in UNTYPED.items()
          if kind in row.kinds for name in names]
-#: The values of the drawing module, which have no managed form outside of its own types.
+#: The values of the drawing module, which have no managed representation outside of its own types.
 RECORDS = {pydrawing.PointF: zelmor.imaging.PointF, pydrawing.Color: zelmor.imaging.Color}
 
 
 def shown(value: Any) -> Any:
-    """An element as an untyped collection shows it."""
+    """The value of an element in an untyped collection."""
     if type(value) is pydrawing.PointF:
         return zelmor.imaging.PointF(value.x, value.y)
     if type(value) is pydrawing.Color:
         return next((color for color in (zelmor.imaging.Color.red,) if value == pydrawing.Color.red),
                     zelmor.imaging.Color.from_argb(value.a, value.r, value.g, value.b))
     if isinstance(value, int) and type(value) not in (int, bool):
-        return int(value)  # an enumeration is its number
+        return int(value)  # an enumeration member becomes a number
     return value
 
 

@@ -1,6 +1,6 @@
-"""The hosts of collections: which entry points each binds and in which order, and what a missing one spoils.
+"""The hosts of collections: the entry points that each binds, their order, and the effect of a missing one.
 
-What a process has learned of a host stays, so that each case has a process of its own.
+A process binds a host once, so that each case has a process of its own.
 """
 
 from __future__ import annotations
@@ -31,7 +31,7 @@ REFERENCED = ["TypeError", "one or more refereced type is not initialized"]
 
 
 def run(code: str, missing: str | None = None) -> Any:
-    """What `code` leaves in `result`, with one entry point left out."""
+    """The value that `code` assigns to `result`, in a process in which one entry point is unavailable."""
     return host_process.run(PREPARE + code, missing)
 
 

@@ -1,6 +1,6 @@
-"""What the interop collection wrappers send to the managed side, how they refuse, and what they leave behind.
+"""The interop collection wrappers: their calls of the managed side, their refusals, and their reference counts.
 
-That they behave as a list does is tested by the machine beside this file.
+test_machine.py compares their behavior with that of a list.
 """
 
 from __future__ import annotations
@@ -16,7 +16,7 @@ from support.control import Call, Control, control
 from zelmor.imaging import Point, Size
 
 PREFIX = "Zelmor.WrpGen.Interop.SiApi"
-#: The managed class that a kind's element operations ask.
+#: The managed class whose services access the elements of a kind.
 SERVICES = {"array": "Array", "arrlist": "ArrayList", "ilist": "CntList", "icol": "CntCollection",
             "colbase": "CntList", "rocolbase": "CntCollection"}
 INDEXED = ["array", "arrlist", "ilist", "colbase"]
@@ -43,13 +43,13 @@ def signed(word: int) -> int:
 
 
 def arguments(calls: list[Call], method: str) -> list[int]:
-    """What the one call of a method got behind the handle."""
+    """The arguments of the only call that a method makes, without the handle."""
     (call,) = [call for call in calls if call.method == method]
     return [signed(word) for word in call.arguments[1:]]
 
 
 class Foreign:
-    """Iterable, with no length."""
+    """An iterable without a length."""
 
     def __init__(self, *items: Any) -> None:
         self._items = items
@@ -58,7 +58,7 @@ class Foreign:
         return iter(self._items)
 
 
-# Which entry points an operation asks
+# The entry points that an operation calls
 
 
 @pytest.mark.parametrize(("kind", "expected"), [
@@ -415,7 +415,7 @@ def test_what_is_not_there_cannot_be_taken(kind: str) -> None:
 
 
 @pytest.mark.parametrize("kind", COUNTED)
-def test_a_kind_offers_what_it_can_do(kind: str) -> None:
+def test_a_kind_has_the_methods_that_it_supports(kind: str) -> None:
     collection = make_interop(kind, "ab")
     growing = {"append", "insert", "extend", "remove", "pop", "clear"}
     ordered = {"index", "sort", "reverse"}

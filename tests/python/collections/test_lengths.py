@@ -1,4 +1,4 @@
-"""Lengths that no list can have, as a managed side may tell them."""
+"""Lengths that no list can have, as a faulty managed side may return them."""
 
 from __future__ import annotations
 
@@ -12,7 +12,7 @@ from support.forked import outcome_of
 INT32 = "A4A29720"
 INTEROP = "Zelmor.WrpGen.Interop.SiApi"
 
-#: A collection of three, and the class that tells its length.
+#: A collection with three elements, and the class that returns its length.
 COLLECTIONS = {
     "array": (lambda: make_interop("array", [1, 2, 3]), INTEROP + "Array"),
     "arrlist": (lambda: make_interop("arrlist", [1, 2, 3]), INTEROP + "ArrayList"),

@@ -1,8 +1,8 @@
-"""Managed collections of every kind and element beside a Python list: the same operations, the same results.
+"""Managed collections of every kind and element compared with a Python list: the same operations, the same results.
 
-Where a managed collection does otherwise than a list, the model says so: a slice assignment keeps the length, equality
-knows the types of values apart, `pop(None)` takes the first, an array loses no element, and what makes a new sequence
-makes a plain list.
+The model states the differences to a list: a slice assignment keeps the length, equality distinguishes the types of
+values, `pop(None)` removes the first element, elements cannot be removed from an array, and operations that create a
+new sequence create a plain list.
 """
 
 from __future__ import annotations
@@ -20,10 +20,10 @@ from support.draws import examples
 INDICES = st.integers(-9, 9)
 BOUNDS = st.none() | st.integers(-9, 9)
 SLICES = st.builds(slice, BOUNDS, BOUNDS, st.none() | st.integers(-4, 4).filter(bool))
-#: Draws stand for positions in the pool of values, of which there are always some.
+#: The generated numbers are positions in the pool of values, which is never empty.
 DRAWN = st.integers(0, 11)
 MANY = st.lists(DRAWN, max_size=6)
-#: The forms in which several values are handed over.
+#: The Python types in which several values are passed.
 FORMS = st.sampled_from(["list", "tuple", "sequence", "managed", "iterator"])
 MOST = 40
 
@@ -47,7 +47,7 @@ def equal(left: Any, right: Any) -> bool:
 
 
 def outcome(action: Any) -> tuple[str, Any]:
-    """What an action gives, or how it fails."""
+    """The result of an action, or its failure."""
     try:
         return "value", action()
     except (IndexError, ValueError, TypeError) as error:
@@ -55,7 +55,7 @@ def outcome(action: Any) -> tuple[str, Any]:
 
 
 class CountedBesideAList(RuleBasedStateMachine):
-    """A managed collection that is counted and walked, and its model."""
+    """A managed collection with a length and an iterator, and its model."""
 
     pool: list[Any]
     kind: str
@@ -79,7 +79,7 @@ class CountedBesideAList(RuleBasedStateMachine):
         return [self.value(number) for number in drawn]
 
     def formed(self, form: str, items: list[Any]) -> Any:
-        """The items as an argument of this form."""
+        """The items as an argument of this Python type."""
         return {"list": lambda: list(items), "tuple": lambda: tuple(items), "sequence": lambda: Sequence(items),
                 "managed": lambda: self.make(items), "iterator": lambda: iter(items)}[form]()
 
@@ -87,7 +87,7 @@ class CountedBesideAList(RuleBasedStateMachine):
         positions = range(*slice(start, stop).indices(len(self.theirs)))
         return next((i for i in positions if equal(self.theirs[i], value)), -1)
 
-    # What can be seen of both.
+    # Checks of the state of both.
 
     @invariant()
     def they_hold_the_same(self) -> None:
@@ -126,12 +126,12 @@ class CountedBesideAList(RuleBasedStateMachine):
 
 
 class BesideAList(CountedBesideAList):
-    """A managed collection that is indexed and changed, itself or through another view of it, and its model."""
+    """A managed collection that is indexed and changed, directly or through another wrapper of it, and its model."""
 
     sortable: bool
 
     def edit(self, collection: Any) -> Any:
-        """What changes the collection: itself, unless its kind has no such operations."""
+        """The wrapper through which the collection is changed: itself, unless its kind has no such operations."""
         return collection
 
     def __init__(self) -> None:
@@ -144,7 +144,7 @@ class BesideAList(CountedBesideAList):
 
     @property
     def fixed(self) -> bool:
-        """Whether the collection keeps its length."""
+        """Whether the length of the collection is fixed."""
         return self.kind == "array"
 
     @property
@@ -179,7 +179,7 @@ class BesideAList(CountedBesideAList):
         assert outcome(lambda: self.editor[key]) == refusal
         assert outcome(lambda: self.editor.__setitem__(key, self.value(0))) == refusal
 
-    # Changes that every kind with elements takes.
+    # Changes that every kind with an index supports.
 
     @rule(index=INDICES, drawn=DRAWN)
     def set_item(self, index: int, drawn: int) -> None:
@@ -218,7 +218,7 @@ class BesideAList(CountedBesideAList):
         assert self.editor.sort(key=None, reverse=descending) is None
         self.theirs.sort(reverse=descending, key=lambda item: (item is not None, item or type(item)()))
 
-    # Deletion, which an array refuses, and growth, which it does not have.
+    # Deletion, which an array refuses, and growth, which it does not support.
 
     @rule(index=INDICES)
     def delete_item(self, index: int) -> None:
@@ -317,16 +317,16 @@ class BesideAList(CountedBesideAList):
 
 
 def run(machine: type[CountedBesideAList], count: int) -> None:
-    """Runs a machine over some examples, the same on each run, or over many more new ones when exploring."""
+    """Runs a machine with some examples, the same in each run, or with many new ones when exploring."""
     chosen = settings(max_examples=examples(count), stateful_step_count=25, suppress_health_check=list(HealthCheck))
     try:
         run_state_machine_as_test(machine, settings=chosen)
     finally:
-        machine.pool = []  # hypothesis keeps the machine's class
+        machine.pool = []  # hypothesis keeps the class of the machine alive
 
 
 @pytest.mark.parametrize("name", [name for name in INTEROP_KINDS if name != "rocolbase"])
-def test_an_interop_collection_does_what_a_list_does(name: str) -> None:
+def test_an_interop_collection_behaves_like_a_list(name: str) -> None:
     class Interop(BesideAList):
         pool = VARIANTS()
         kind = name
@@ -341,7 +341,7 @@ def test_an_interop_collection_does_what_a_list_does(name: str) -> None:
     run(Interop, 50)
 
 
-def test_a_read_only_collection_does_what_a_list_does() -> None:
+def test_a_read_only_collection_behaves_like_a_list() -> None:
     class ReadOnly(CountedBesideAList):
         pool = VARIANTS()
         kind = "rocolbase"
@@ -358,7 +358,7 @@ def test_a_read_only_collection_does_what_a_list_does() -> None:
 
 
 @pytest.mark.parametrize(("identifier", "name"), TYPED)
-def test_a_typed_collection_does_what_a_list_does(identifier: str, name: str) -> None:
+def test_a_typed_collection_behaves_like_a_list(identifier: str, name: str) -> None:
     row = ROWS[identifier]
     enum = row.element.type is not None and row.element.type.is_enum
 

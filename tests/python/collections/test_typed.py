@@ -1,4 +1,4 @@
-"""The typed collections: which there are, what they are marked as, how elements convert, what parameters accept."""
+"""The typed collections: their list, their markers, the conversion of elements, and the accepted arguments."""
 
 from __future__ import annotations
 
@@ -47,7 +47,7 @@ def a_typed(identifier: str, kind: str) -> Any:
     return iter(collection) if kind == "iterator" else cast(typed(identifier, "iterable"), collection)
 
 
-# Which there are
+# The list of typed collections
 
 
 def test_there_are_155_types_of_five_kinds() -> None:
@@ -71,7 +71,7 @@ def test_a_type_stands_as_its_kind_has_it(identifier: str, kind: str) -> None:
 
 
 @pytest.mark.parametrize(("identifier", "kind"), ALL)
-def test_a_type_is_marked_with_what_it_also_counts_as(identifier: str, kind: str) -> None:
+def test_a_type_is_marked_with_its_interfaces(identifier: str, kind: str) -> None:
     interfaces = {"array": ["_IListWrapper", "_IColWrapper", "_IterableWrapper"],
                   "list": ["_IListWrapper", "_IColWrapper", "_IterableWrapper"], "ilist": ["_IterableWrapper"],
                   "iterable": ["_IterableWrapper"], "iterator": ["_IDisposableWrapper", "_IterWrapper"]}[kind]
@@ -237,7 +237,7 @@ def test_casts_go_by_the_managed_type(identifier: str, kind: str) -> None:
 
 
 def setter(identifier: str, kind: str) -> Property | None:
-    """A property that takes this collection, of a class that an object can be made of."""
+    """A property of this collection type, in a class that can be instantiated."""
     for entry in MODEL.types:
         for prop in entry.properties:
             takes = prop.wire
@@ -253,7 +253,7 @@ SETTERS = [(identifier, kind, prop) for identifier in ROWS for kind in ("array",
 
 
 class MyList(list):  # type: ignore[type-arg]
-    """A list all the same."""
+    """An instance of a subclass of list."""
 
 
 def test_most_parameter_converters_have_a_property_to_be_tested_by() -> None:

@@ -1,6 +1,6 @@
-"""Whatever Python has, as a value of managed type object: its tag or the refusal, and how it comes back.
+"""Any Python value as an argument of managed type object: the tag that it gets or its refusal, and the returned value.
 
-What each value counts as is worked out here by Python's own tests of types, in the order in which they are made.
+The expected tag is computed here with Python's own type checks, in the documented order.
 """
 
 from __future__ import annotations
@@ -39,10 +39,10 @@ from support.records import PyStringArg, VariantArg
 from zelmor.imaging import Point
 from zelmor.imaging.imageloadoptions import OdLoadOptions
 
-#: Looked up once: these tests make many calls.
+#: Looked up once, since these tests make many calls.
 callback = functools.cache(control.callback)
 
-#: Modules whose types are made without arguments where that can be done.
+#: Modules whose types are instantiated, where this works without arguments.
 MODULES = """
 builtins argparse array ast asyncio bdb bisect calendar cmd code codecs collections configparser contextlib
 contextvars copy copyreg csv datetime decimal difflib dis email.message enum fractions functools gettext hashlib heapq
@@ -52,7 +52,7 @@ struct symtable tarfile tempfile textwrap threading time timeit token tokenize t
 urllib.parse uuid warnings weakref xml.dom.minidom xml.etree.ElementTree zipfile zlib zoneinfo
 """.split()
 
-#: What would start something, or take input, output or memory that is not the test's.
+#: Types that are not instantiated: they would start something, or use input, output or memory outside of the test.
 LEFT_OUT = {"asyncio.Runner", "code.InteractiveConsole", "cmd.Cmd", "builtins.copyright", "builtins.credits",
             "builtins.exit", "builtins.quit", "builtins.license", "builtins.help", "unittest.TestProgram"}
 
@@ -81,7 +81,7 @@ class Slots:
 
 
 def values_by_hand() -> list[Any]:
-    """Values that take arguments, and those that come close to one of the kinds."""
+    """Values of types that need arguments, and values that are similar to one of the kinds."""
     return [
         None, True, False, Ellipsis, NotImplemented, 0, -1, 2**31, 2**63, 2**64, -2**63, 10**100, 1.5, math.nan, -0.0,
         math.inf, 1j, "", "text", "\xe9", "\u20ac", "\U0001f600", "\ud800", b"", b"ab", bytearray(b"ab"),
@@ -104,21 +104,21 @@ def values_by_hand() -> list[Any]:
 
 
 def values_of_the_library() -> Iterator[Any]:
-    """An instance of each public type of the modules that can be made of nothing."""
+    """An instance of each public type of the modules that can be created without arguments."""
     for name in MODULES:
         module = importlib.import_module(name)
         for attribute in sorted(vars(module)):
             kind = getattr(module, attribute)
             if not isinstance(kind, type) or attribute.startswith("_") or f"{name}.{attribute}" in LEFT_OUT:
                 continue
-            # A class that wants arguments, or cannot be made at all, says so in some exception of its own.
+            # A class that needs arguments, or cannot be instantiated, may raise any exception.
             with contextlib.suppress(Exception, SystemExit):
                 yield kind()
             yield kind
 
 
 def tag_of(value: Any) -> int | None:
-    """The tag that a value has to get; None for what is unknown."""
+    """The tag that a value has to get; None for an unknown type."""
     exact: dict[type, int] = {type(None): 0, bool: 5, int: 6}
     if type(value) in exact:
         return exact[type(value)]
@@ -143,11 +143,11 @@ def seen(value: object) -> tuple[int, int] | None:
 
 
 def check(value: object) -> None:
-    """The record is that of the value's kind, and the value is only lent."""
+    """The record has the kind of the value, and only borrows the value."""
     before = sys.getrefcount(value)
     record, tag = seen(value), tag_of(value)
     assert record == (None if tag is None else (tag, id(value))), (type(value), record)
-    if type(value).__flags__ & 1 << 9 and not isinstance(value, (bool, type(None), type)):  # of a class made in Python
+    if type(value).__flags__ & 1 << 9 and not isinstance(value, (bool, type(None), type)):  # of a Python class
         assert sys.getrefcount(value) == before
 
 
@@ -190,7 +190,7 @@ def test_a_value_comes_back_equal(value: object) -> None:
 
 
 def as_lists(value: object) -> object:
-    """A collection of any kind as a list, and what is in it too."""
+    """A collection of any kind as a list, with nested collections converted too."""
     if isinstance(value, (str, bytes, bytearray)) or not hasattr(value, "__len__"):
         return value
     return [as_lists(item) for item in value]  # type: ignore[attr-defined]
@@ -235,7 +235,7 @@ def test_any_number_goes_and_comes(seed: int) -> None:
         bits = draw.randbytes(8)
         [number] = struct.unpack("<d", bits)
         assert callback("read", "float64")(number, byref(real)) == 1
-        if number == number:  # a NaN can change its bits on its way through a register
+        if number == number:  # a NaN can change its bits when it passes through a register
             assert bytes(real) == bits
             assert struct.pack("<d", callback("write", "float64")(number)) == bits
         else:
@@ -243,7 +243,7 @@ def test_any_number_goes_and_comes(seed: int) -> None:
 
 
 def drawn_text(draw: random.Random) -> str:
-    """Text of one storage width or of a mixture, with lone surrogates now and then."""
+    """Text of one storage width or of several, sometimes with lone surrogates."""
     last = draw.choice((0x7F, 0xFF, 0xD7FF, 0xFFFF, 0x10FFFF))
     return "".join(chr(draw.randint(0, last)) for _ in range(draw.randint(0, 20)))
 
@@ -265,7 +265,7 @@ def test_any_text_is_seen_in_its_own_storage(seed: int) -> None:
             assert data == b"".join(ord(character).to_bytes(view.char_size, "little") for character in text)
 
 
-def test_a_lone_surrogate_goes_as_it_is_and_cannot_come_back() -> None:
+def test_a_lone_surrogate_is_passed_and_cannot_be_returned() -> None:
     options = holder()
     for text in ("\ud800", "a\udfffb", "\U0001f600\udc00"):
         options.value = text

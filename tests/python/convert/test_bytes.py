@@ -1,4 +1,4 @@
-"""Byte arguments: what is lent to the managed side, for how long, and what is refused."""
+"""Byte arguments: the memory that the managed side may use, how long it may use it, and refused values."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ METHOD = "call_000_SaveRawData"
 
 @pytest.fixture(name="image")
 def image_fixture() -> Any:
-    """A wrapper of a raster image that holds nothing: its methods are not run."""
+    """A wrapper of a raster image without a picture: its methods are not run."""
     return control.callback("write", "tpo")(control.new_object(OWNER), control.type_id(OWNER))
 
 
@@ -25,7 +25,7 @@ def save(image: RasterImage, data: Any) -> None:
 
 
 def bytes_on_the_wire(image: RasterImage, data: Any) -> Call:
-    """The call that takes bytes; the entry point itself is not run."""
+    """A call with bytes; the entry point itself is not run."""
     control.return_next(OWNER, METHOD)
     with control.journal() as calls:
         save(image, data)
@@ -34,7 +34,7 @@ def bytes_on_the_wire(image: RasterImage, data: Any) -> Call:
 
 
 def record_of(made: Call) -> tuple[int, int, int]:
-    """Acquired, length and data of the record."""
+    """The fields acquired, length and data of the record."""
     return struct.unpack("<iiQ", made.records[1] or b"")
 
 

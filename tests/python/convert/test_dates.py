@@ -1,4 +1,4 @@
-"""Dates, times and spans in both directions, beside Python's own calendar."""
+"""Dates, times and spans in both directions, compared with Python's own calendar."""
 
 from __future__ import annotations
 
@@ -23,14 +23,14 @@ TICKS_PER_DAY = 864_000_000_000
 LAST_TICK = 3_155_378_975_999_999_999
 DAYS = date.max.toordinal()
 TGA = "Zelmor.Imaging.FileFormats.Tga.TgaImage"
-#: Looked up once: these tests make many calls.
+#: Looked up once, since these tests make many calls.
 callback = functools.cache(control.callback)
 MICROSECOND = timedelta(microseconds=1)
 TOO_LATE = "value too large or too small for .Net DateTime"
 
 
 def ticks_of(value: datetime) -> int:
-    """The ticks of a clock, whatever its zone."""
+    """The ticks of a local time, without regard to its zone."""
     return (value.replace(tzinfo=None) - datetime.min) // MICROSECOND * 10
 
 
@@ -42,13 +42,13 @@ def offset_of(value: datetime | time) -> int:
 
 
 def read_as(name: str, value: object) -> tuple[int, int, int]:
-    """What a reader of dates answers, and the two words, which are 0x55 before."""
+    """The status of a reader of dates, and the two result words, which are 0x55 before the call."""
     words = (c_long * 2)(0x55, 0x55)
     return callback("read", name)(value, words), words[0], words[1]
 
 
 def write_as(name: str, first: int, second: int = 0) -> Any:
-    """The object that a builder makes of two words."""
+    """The object that a builder creates from two words."""
     return callback("write", name)((c_long * 2)(first - 2**64 if first >= 2**63 else first, second))
 
 
@@ -68,13 +68,13 @@ def zone(hours: float) -> timezone:
 
 
 class Zone(tzinfo):
-    """A zone that gives what it was made with."""
+    """A zone that returns the value that it was created with."""
 
     def __init__(self, offset: object) -> None:
         self.offset = offset
 
     def __repr__(self) -> str:
-        return f"Zone({self.offset!r})"  # names of tests are the same in every process
+        return f"Zone({self.offset!r})"  # the names of parametrized tests must be the same in every process
 
     def utcoffset(self, moment: datetime | None) -> Any:
         if isinstance(self.offset, Exception):
@@ -82,14 +82,14 @@ class Zone(tzinfo):
         return self.offset
 
     def dst(self, moment: datetime | None) -> None:
-        """No summer time."""
+        """No daylight saving time."""
 
     def tzname(self, moment: datetime | None) -> str:
         return "zone"
 
 
 class Careless:
-    """What looks like a moment and says any offset: Python's own classes check theirs."""
+    """An object that looks like a datetime and returns any offset: Python's own classes check their offsets."""
 
     tzinfo = timezone.utc
 
@@ -101,7 +101,7 @@ class Careless:
 
 
 class CarelessMoment(Careless, datetime):
-    """A datetime whose offset nobody checks."""
+    """A datetime whose offset is not checked."""
 
     tzinfo = timezone.utc
 
@@ -118,7 +118,7 @@ class CarelessTime(Careless, time):
         return time.__new__(cls, 1)
 
 
-# Reading for values of managed type object: the answer tells which of two records was filled
+# Conversion to managed type object: the status tells which of two records was filled
 
 
 def test_the_first_day_is_zero() -> None:
@@ -175,7 +175,7 @@ def test_a_moment_at_either_end_keeps_its_own_clock_beside_its_offset() -> None:
 
 @pytest.mark.parametrize(("name", "value"), [
     ("vers_datetime", datetime(2023, 6, 1, tzinfo=Zone(None))), ("vers_time", time(1, tzinfo=Zone(None))),
-    ("vers_time", time(1, tzinfo=ZoneInfo("Europe/Paris"))),  # whose offset depends on the day
+    ("vers_time", time(1, tzinfo=ZoneInfo("Europe/Paris"))),  # a zone whose offset depends on the date
 ])
 def test_a_zone_without_an_offset_is_none(name: str, value: Any) -> None:
     assert read_as(name, value)[0] == 1
@@ -252,7 +252,7 @@ def test_only_dates_and_times_are_dates(value: object) -> None:
 
 
 def tp_name(value: object) -> str:
-    """The name that the interpreter's type record has."""
+    """The name in the interpreter's type object."""
     kind = type(value)
     return kind.__name__ if kind.__module__ == "builtins" else f"{kind.__module__}.{kind.__name__}"
 
@@ -301,7 +301,7 @@ def test_the_kind_decides_the_zone() -> None:
 def test_the_last_day_of_a_year_is_not_the_first_of_the_next(year: int) -> None:
     last = datetime(year, 12, 31, 23, 59, 59, 999_999)
     assert write_as("date_time", ticks_of(last)) == last
-    assert write_as("date_time", ticks_of(last) + 9) == last  # less than a microsecond is dropped
+    assert write_as("date_time", ticks_of(last) + 9) == last  # a fraction of a microsecond is dropped
 
 
 def test_a_word_behind_the_last_tick_is_no_date() -> None:
@@ -326,7 +326,7 @@ def test_a_zone_is_made_with_its_name() -> None:
 
 
 def test_a_zone_without_a_name_gets_none_and_refuses_it() -> None:
-    """The name is handed over as None, which the class does not take for a missing one."""
+    """The name is passed as None, which the class does not accept for a missing one."""
     with pytest.raises(TypeError, match=r"^timezone\(\) argument 2 must be str, not None$"):
         callback("write", "timezone")(None, -1, 36_000_000_000)
 
@@ -361,7 +361,7 @@ def test_a_span_is_its_ticks(value: timedelta, ticks: int) -> None:
     timedelta.max, timedelta.min, timedelta(seconds=922337203685, microseconds=477581),
     timedelta(seconds=-922337203685, microseconds=-477581), timedelta(seconds=922337203686),
     timedelta(seconds=-922337203686),
-    # The second before the last is held to the same fraction as the last.
+    # The second before the last is limited to the same fraction as the last.
     timedelta(seconds=922337203684, microseconds=477581), timedelta(seconds=-922337203684, microseconds=-477581),
 ])
 def test_a_span_of_more_than_64_bits_is_refused(value: timedelta) -> None:
@@ -402,7 +402,7 @@ def test_a_span_argument_crosses_by_value() -> None:
     assert made.arguments == [1, 2**64 - 10]
 
 
-# What is shared
+# Reference counts
 
 
 @pytest.mark.parametrize(("table", "name", "arguments"), [
@@ -461,7 +461,7 @@ def test_no_reference_is_kept_or_lost() -> None:
     (time(1, tzinfo=zone(2)), datetime(1, 1, 1, 1, tzinfo=zone(2))),
     (timedelta(-1, 5, 7), timedelta(-1, 5, 7)),
 ], ids=repr)
-def test_a_value_comes_back_as_the_managed_side_keeps_it(value: object, shown: object) -> None:
+def test_a_value_is_returned_as_the_managed_side_stores_it(value: object, shown: object) -> None:
     options = holder()
     options.value = value
     assert type(options.value) is type(shown)
@@ -475,7 +475,7 @@ def test_a_span_that_cannot_cross_is_a_managed_exception() -> None:
     assert options.value is None
 
 
-# The ends of a span, as docs/values.md tells them
+# The limits of a span, as docs/values.md states them
 
 LONGEST = timedelta(days=10675199, hours=2, minutes=48, seconds=5, microseconds=477580)
 TOO_LONG = [timedelta.max, timedelta.min, LONGEST + MICROSECOND, -LONGEST - MICROSECOND,

@@ -1,7 +1,8 @@
-"""Decimals in both directions, beside a second implementation that works on whole numbers.
+"""Decimals in both directions, compared with a second implementation that uses whole numbers.
 
-Towards managed code a decimal gets a mantissa of 96 bits and a scale of 0 to 28; what does not fit is rounded by one
-digit or refused. The second implementation knows the rules and nothing of how the digits are grouped and multiplied.
+A managed decimal has a mantissa of 96 bits and a scale of 0 to 28; a value that does not fit is rounded by one digit or
+refused. The second implementation follows the documented rules and does not share the grouping of digits or the
+multiplication.
 """
 
 from __future__ import annotations
@@ -25,7 +26,7 @@ from support.draws import seeds
 LARGEST = 2**96 - 1
 TOO_LARGE = "value too large for .Net decimal"
 
-#: Looked up once: these tests make many calls.
+#: Looked up once, since these tests make many calls.
 callback = functools.cache(control.callback)
 
 #: Mantissa, scale and sign; or None for a value that is refused as too large.
@@ -33,7 +34,7 @@ Record = tuple[int, int, int] | None
 
 
 def read_as(name: str, value: object) -> tuple[int, int, int]:
-    """What a reader makes of a value: mantissa, scale, sign."""
+    """The result of a reader of decimals: mantissa, scale, sign."""
     words = (c_uint * 4)(*[0xDEADBEEF] * 4)
     assert callback("read", name)(value, words) == 1
     assert words[3] & ~0x80FF0000 == 0
@@ -41,7 +42,7 @@ def read_as(name: str, value: object) -> tuple[int, int, int]:
 
 
 def read(text: str) -> tuple[int, int, int]:
-    """What the reader of decimals makes of one, and the reader of tuples of its parts."""
+    """The result of the reader of decimals, and that of the reader of tuples for the parts of the same value."""
     record = read_as("decimal", Decimal(text))
     assert read_as("decimal_tuple", Decimal(text).as_tuple()) == record
     return record
@@ -54,7 +55,7 @@ def write(mantissa: int, scale: int, sign: int) -> Decimal:
 
 
 def expected(sign: int, digits: tuple[int, ...], exponent: int) -> Record:
-    """The record of a tuple by the stated rules, in whole numbers."""
+    """The record for a tuple by the documented rules, computed in whole numbers."""
     count = len(digits)
     if count > 1 and 29 - count < exponent:
         return None
@@ -62,16 +63,16 @@ def expected(sign: int, digits: tuple[int, ...], exponent: int) -> Record:
     if exponent < -28:
         taken, rounded = count - (-28 - exponent) + 1, True
         if taken < 1:
-            return 0, 0, 0  # all digits lie below the last place
+            return 0, 0, 0  # all digits are below the last decimal place
         exponent = -28
     if taken - rounded > 29:
-        # Thirty digits are looked at, whatever stands behind them.
+        # Thirty digits are considered, whatever follows.
         exponent += taken - rounded - 29
         taken, rounded = 30, True
     number = int("".join(map(str, digits[:taken])) or "0")
     if rounded:
         number, dropped = divmod(number, 10)
-        # Half goes to even, but a digit that stands alone behind groups of nine is taken for one behind an even one.
+        # Ties go to even; a single digit after groups of nine is rounded as if an even digit preceded it.
         alone = taken % 9 == 1
         number += dropped > 5 or (dropped == 5 and not alone and number % 2 == 1)
     if taken - rounded == 29 and exponent < 0 and number > LARGEST:
@@ -85,7 +86,7 @@ def expected(sign: int, digits: tuple[int, ...], exponent: int) -> Record:
 
 
 def check_all(tuples: Iterator[tuple[int, tuple[int, ...], int]]) -> int:
-    """Compares the reader of tuples with the second implementation; gives how many were compared."""
+    """Compares the reader of tuples with the second implementation; returns the number of comparisons."""
     words = (c_uint * 4)()
     reader = callback("read", "decimal_tuple")
     count = 0
@@ -102,7 +103,7 @@ def check_all(tuples: Iterator[tuple[int, tuple[int, ...], int]]) -> int:
     return count
 
 
-# The stated cases
+# The documented cases
 
 
 @pytest.mark.parametrize(("text", "mantissa", "scale", "sign"), [
@@ -271,7 +272,7 @@ def test_every_length_with_every_scale() -> None:
 
 
 def test_a_half_in_every_position() -> None:
-    """Digits around a 5 that is dropped: whatever stands before it and behind it."""
+    """Digits around a dropped 5, with various digits before and after it."""
     def draws() -> Iterator[tuple[int, tuple[int, ...], int]]:
         for before, after, lead in itertools.product(range(31), (0, 1, 9), range(10)):
             for dropped in (4, 5, 6):
@@ -285,7 +286,7 @@ def test_a_half_in_every_position() -> None:
 
 
 def test_around_the_largest_mantissa() -> None:
-    """29 and 30 digits near the end of 96 bits, and near where two digits more still fit."""
+    """29 and 30 digits near the limit of 96 bits, and near the limit for two more digits."""
     def draws() -> Iterator[tuple[int, tuple[int, ...], int]]:
         for near in range(-60, 61):
             for number in (LARGEST + near, (LARGEST // 100 + near) * 100 + 35, 10 * LARGEST + near):
@@ -305,7 +306,7 @@ def test_any_digits(seed: int) -> None:
         bits, between, lengths = draw.getrandbits, draw.randint, range(1, 70)
         for _ in range(100_000):
             kind = bits(3)
-            if kind == 0:  # zeros in front, as no Decimal has them
+            if kind == 0:  # leading zeros, which no Decimal has
                 digits = tuple(draw.choices(range(10), k=between(0, 34)))
             elif kind == 1:  # runs of nines and halves
                 digits = tuple(draw.choices((0, 4, 5, 9), k=draw.choice(lengths)))
@@ -313,14 +314,14 @@ def test_any_digits(seed: int) -> None:
                 digits = tuple(map(int, str(LARGEST + between(-10**9, 10**9)))) + (between(0, 9),) * bits(1)
             else:
                 digits = tuple(map(int, str(bits(between(1, 130)))))
-            # Most of what is drawn is meant to fit, close to one end or the other.
+            # Most generated values are meant to fit, close to either limit.
             exponent = between(-40 - len(digits), 3 + max(0, 29 - len(digits)))
             yield bits(1), digits, exponent
 
     assert check_all(draws()) == 100_000
 
 
-# What a reference costs
+# Reference counts
 
 
 def test_no_reference_is_kept_or_lost() -> None:

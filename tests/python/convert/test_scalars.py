@@ -1,4 +1,4 @@
-"""Numbers and booleans as arguments: what arrives on the wire, and what is refused in which words."""
+"""Numbers and booleans as arguments: the word that is passed on the wire, and the messages of refusals."""
 
 from __future__ import annotations
 
@@ -33,7 +33,7 @@ def argument_on_the_wire(owner: str, method: str, position: int, call: Any) -> i
 
 
 class Number(enum.IntEnum):
-    """An enumeration that is no managed one."""
+    """An enumeration that belongs to no managed type."""
 
     ONE = 1
 
@@ -43,7 +43,7 @@ class Own(int):
 
 
 class Index:
-    """An object that only says that it is a number."""
+    """An object with `__index__` that is not a number."""
 
     def __index__(self) -> int:
         return 1
@@ -71,7 +71,7 @@ def test_a_uint32_takes_the_low_32_bits(value: int) -> None:
 
 @EXHAUSTIVE
 @given(st.integers(-2**63, 2**63 - 1))
-def test_an_int64_arrives_as_it_is(value: int) -> None:
+def test_an_int64_arrives_unchanged(value: int) -> None:
     container: StreamContainer = wrapper_of("Zelmor.Imaging.StreamContainer")
     word = argument_on_the_wire("Zelmor.Imaging.StreamContainer", "set_Position", 1,
                                 lambda: setattr(container, "position", value))
@@ -79,7 +79,7 @@ def test_an_int64_arrives_as_it_is(value: int) -> None:
 
 
 @pytest.mark.parametrize("value", range(0, 256, 15))
-def test_a_byte_arrives_as_it_is(value: int) -> None:
+def test_a_byte_arrives_unchanged(value: int) -> None:
     image: RasterImage = wrapper_of("Zelmor.Imaging.RasterImage")
     assert argument_on_the_wire("Zelmor.Imaging.RasterImage", "call_000_BinarizeFixed", 1,
                                 lambda: image.binarize_fixed(value)) == value
@@ -114,7 +114,7 @@ def test_only_an_int_is_an_integer(value: object) -> None:
 
 
 def tp_name(value: object) -> str:
-    """The name that the interpreter's type record has: a dotted one for few of its own types."""
+    """The name in the interpreter's type object: with a module for only a few of its own types."""
     return type(value).__name__
 
 
@@ -132,7 +132,7 @@ def test_a_float_arrives_in_the_width_of_its_parameter(value: float) -> None:
 
 
 def single(value: float) -> bytes:
-    """The nearest binary32, with infinity beyond its range, worked out from exact fractions."""
+    """The nearest binary32, computed from exact fractions; infinity beyond its range."""
     if value != value or value in (float("inf"), float("-inf")) or value == 0:
         return struct.pack("<f", value)
     exact, sign = Fraction(abs(value)), 0x80000000 if value < 0 else 0
@@ -140,7 +140,7 @@ def single(value: float) -> bytes:
     while exact >= 2 * Fraction(2) ** exponent:
         exponent += 1
     scaled = exact / Fraction(2) ** (exponent - 23)
-    mantissa = round(scaled)  # to even
+    mantissa = round(scaled)  # ties to even
     if mantissa >= 2**24:
         mantissa, exponent = mantissa // 2, exponent + 1
     if exponent > 127:

@@ -1,4 +1,4 @@
-"""Strings as arguments and results: the view that arrives, in the string's own storage, and its way back."""
+"""Strings as arguments and results: the record that points into the string's own storage, and returned text."""
 
 from __future__ import annotations
 
@@ -18,7 +18,7 @@ TEXT = st.text(st.characters(blacklist_categories=("Cs",)))
 
 
 def string_on_the_wire(value: Any) -> Call:
-    """The call that takes a string; the entry point itself is not run."""
+    """A call with a string; the entry point itself is not run."""
     control.return_next(CACHE, "setsa_CacheFolder")
     with control.journal() as calls:
         Cache.set_cache_folder(value)

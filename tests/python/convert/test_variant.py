@@ -1,4 +1,4 @@
-"""Values of any kind for a managed `object`: the tag that each gets, and what comes back of it."""
+"""Values of any kind for a parameter of managed type `object`: the tag that each gets, and the returned value."""
 
 from __future__ import annotations
 
@@ -23,7 +23,7 @@ EMPTY_WRAPPER = OdLoadOptions.__new__(OdLoadOptions)
 
 
 class Number(enum.IntEnum):
-    """An enumeration that is no managed one."""
+    """An enumeration that belongs to no managed type."""
 
     ONE = 1
 
@@ -65,7 +65,7 @@ KINDS = [
 def test_a_value_goes_by_reference_with_the_tag_of_its_kind(tag: int, value: object) -> None:
     before = sys.getrefcount(value)
     assert variant_on_the_wire(value) == (tag, id(value))
-    if value is not None:  # which anything may count up
+    if value is not None:  # any code may increase its reference count
         assert sys.getrefcount(value) == before
 
 

@@ -1,4 +1,4 @@
-"""Drawing on images: which pixels change, and to what."""
+"""Drawing on images: the pixels that change, and their colors."""
 
 from __future__ import annotations
 
@@ -39,7 +39,7 @@ class Sheet:
         return pixels(self.image, self.folder, mode)
 
     def ink(self) -> np.ndarray:
-        """Where the sheet is not white."""
+        """The pixels of the sheet that are not white."""
         return (self.seen() != 255).any(-1)
 
 
@@ -278,7 +278,7 @@ def test_images_are_drawn_pixel_by_pixel(sheet: Sheet, tmp_path: Path) -> None:
     g.interpolation_mode = InterpolationMode.NEAREST_NEIGHBOR
     g.draw_image(image, Rectangle(30, 20, 10, 8))
     assert (sheet.seen()[20:28, 30:40] == source.repeat(2, 0).repeat(2, 1)).all()
-    g.draw_image(image, [Point(50, 10), Point(50, 15), Point(46, 10)])  # a quarter turn
+    g.draw_image(image, [Point(50, 10), Point(50, 15), Point(46, 10)])  # a rotation by 90 degrees
     assert (sheet.seen()[10:15, 46:50] == np.rot90(source, -1)).all()
     g.draw_image_unscaled_and_clipped(image, Rectangle(0, 30, 2, 2))
     assert (sheet.seen()[30:32, 0:2] == source[:2, :2]).all() and not sheet.ink()[32:, :5].any()

@@ -1,4 +1,4 @@
-"""Pens, brushes, fonts, formats and color tables: what they are made from, hold and begin with."""
+"""Pens, brushes, fonts, formats and color tables: constructors, stored values and defaults."""
 
 from __future__ import annotations
 
@@ -194,7 +194,7 @@ def test_caps_of_ones_own() -> None:
     cap.set_stroke_caps(LineCap.SQUARE, LineCap.TRIANGLE)
     start: list[LineCap] = []
     end: list[LineCap] = []
-    for _ in range(2):  # what was read can be given again
+    for _ in range(2):  # a value that was read can be set again
         cap.get_stroke_caps(start, end)
         assert start[0] is LineCap.SQUARE and end[0] is LineCap.TRIANGLE
     cap.set_stroke_caps(end[0], start[0])
@@ -224,12 +224,12 @@ def test_settings_of_fonts(settings: None, tmp_path: Path) -> None:
     assert list(FontSettings.get_fonts_folders()) == folders and FontSettings.get_system_alternative_font
 
 
-#: A font that the set-up brings along, as the text library depends on it.
+#: A font that is always installed, since the text library depends on it.
 INSTALLED_FONT = Path("/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf")
 
 
 def test_fonts_of_a_folder_are_there_for_every_thread(settings: None, tmp_path: Path) -> None:
-    """Each thread keeps what it has found out about fonts, and hears of a folder that another one has set."""
+    """The cache of fonts is thread-local, and notices a folder that another thread has added."""
     font = INSTALLED_FONT.read_bytes()
     for encoding in ("utf-16-be", "ascii"):
         assert "DejaVu Sans Mono".encode(encoding) in font
@@ -246,13 +246,13 @@ def test_fonts_of_a_folder_are_there_for_every_thread(settings: None, tmp_path: 
 
     with ThreadPoolExecutor(1) as other:
         for measured in (widths(), other.submit(widths).result()):
-            assert measured[0] < measured[1]  # another font in its place
+            assert measured[0] < measured[1]  # another font instead
         FontSettings.set_fonts_folder(str(tmp_path / "fonts"))
         for measured in (widths(), other.submit(widths).result()):
             assert measured[0] == measured[1]
 
 
-def test_fonts_that_there_are_not(settings: None, tmp_path: Path) -> None:
+def test_missing_fonts(settings: None, tmp_path: Path) -> None:
     graphics = Graphics(load(write(tmp_path / "a.png", noise(3))))
     missing, there = Font("No Such Font At All", 12.0), Font("DejaVu Sans Mono", 12.0)
 

@@ -1,4 +1,4 @@
-"""Matrices, shapes, figures, paths and regions, against arithmetic in Python."""
+"""Matrices, shapes, figures, paths and regions, compared with arithmetic in Python."""
 
 from __future__ import annotations
 
@@ -130,7 +130,7 @@ def test_a_rectangle_shape_has_corners_and_lines() -> None:
     assert (shape.left_top, shape.right_bottom) == (PointF(1, 2), PointF(31, 42))
     assert (shape.right_top, shape.left_bottom) == (PointF(31, 2), PointF(1, 42))
     assert (shape.rectangle_width, shape.rectangle_height, shape.center) == (30, 40, PointF(16, 22))
-    # An element shows what its array is of; the cast shows what it is.
+    # An element has the element type of its array; the cast shows its run-time type.
     segments = [LineSegment._cast_to(s).value for s in shape.segments]
     assert len(segments) == 4 and not any(BezierSegment._is_assignable(s) for s in segments)
     assert [s.start_point for s in segments] == [PointF(1, 2), PointF(31, 2), PointF(31, 42), PointF(1, 42)]
@@ -229,7 +229,7 @@ def test_what_is_put_in_comes_out() -> None:
 
 
 def inside_star(x: float, y: float, mode: FillMode) -> bool:
-    """A five-pointed star drawn in one line, by the winding of its corners around the point."""
+    """A five-pointed star drawn in one line: the winding number of its corners around the point."""
     winding = 0
     for (ax, ay), (bx, by) in zip(STAR, STAR[1:] + STAR[:1]):
         if (ay <= y) != (by <= y) and ax + (y - ay) / (by - ay) * (bx - ax) <= x:
@@ -304,7 +304,7 @@ OPERATIONS = {"intersect": lambda a, b: a & b, "union": lambda a, b: a | b, "xor
 
 
 def grid(region: Region) -> np.ndarray:
-    """Whether the middles of 12 by 12 cells are in a region."""
+    """Whether the centers of 12 by 12 cells are in a region."""
     return np.array([[region.is_visible(x + 0.5, y + 0.5) for x in range(12)] for y in range(12)])
 
 

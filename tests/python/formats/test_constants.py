@@ -1,4 +1,4 @@
-"""Constants of the formats, record numbers, defaults and what follows from other settings."""
+"""Constants of the formats, numbers of records, defaults, and values that are derived from other settings."""
 
 from __future__ import annotations
 

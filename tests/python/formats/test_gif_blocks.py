@@ -1,4 +1,4 @@
-"""Extension blocks of GIF files: their bytes, their flags, and the registry of those that read them."""
+"""Extension blocks of GIF files: their bytes, their flags, and the registry of their loaders."""
 
 from __future__ import annotations
 

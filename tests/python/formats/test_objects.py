@@ -1,4 +1,4 @@
-"""Document trees, styles and settings hold what is put into them; vector images, streams and conversions."""
+"""Document trees, styles and settings store the given values; vector images, streams and conversions."""
 
 from __future__ import annotations
 
@@ -65,7 +65,7 @@ def test_a_cdr_tree() -> None:
     first = document.items[0]
     assert cast(CdrPage, first).page_number == 5
     assert len(page.parent.items) == 1
-    page.parent = page.document = None  # the two hold each other
+    page.parent = page.document = None  # breaks the reference cycle
     assert page.parent is None
 
 
@@ -218,7 +218,7 @@ def test_interrupt_monitors() -> None:
 def test_a_resource_keeper_that_keeps_nothing() -> None:
     keeper = SvgResourceKeeperCallback()
     embedded: list[bool] = []
-    for _ in range(2):  # what was read can be given again
+    for _ in range(2):  # a value that was read can be set again
         assert not keeper.on_image_resource_ready(b"data", SvgImageType.PNG, "name", embedded)
         assert embedded[0] is True and len(embedded) == 1
     with pytest.raises(TypeError, match="^can't build bool from 'int'$"):

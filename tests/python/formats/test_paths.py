@@ -68,7 +68,7 @@ def test_curves_come_back(closed: bool) -> None:
     back = pairs_of(shape)
     assert back[:7] == pytest.approx([pytest.approx(pair, abs=1e-4) for pair in corners])
     assert cast(BezierShape, shape).is_closed == closed
-    # A closed figure goes straight back to where it began.
+    # The last line of a closed figure returns to its first point.
     rest = [(80.0, 80.0), (10.0, 20.0), (10.0, 20.0)] if closed else []
     assert back[7:] == [pytest.approx(pair, abs=1e-4) for pair in rest]
 

@@ -1,4 +1,4 @@
-"""Records that are made of the bytes of a file, and packed words."""
+"""Records that are parsed from the bytes of a file, and packed words."""
 
 from __future__ import annotations
 

@@ -1,4 +1,4 @@
-"""Tones and thresholds against their arithmetic, colors through profiles."""
+"""Tones and thresholds compared with their formulas; colors through profiles."""
 
 from __future__ import annotations
 
@@ -89,7 +89,7 @@ def test_binarize_bradley(tmp_path: Path, difference: float, window: int) -> Non
 
 
 def test_binarize_bradley_on_uneven_light(tmp_path: Path) -> None:
-    """Writing on a page that is dark on one side: no single threshold parts it, the local one does."""
+    """Writing on a page that is dark on one side: no global threshold separates it, the local one does."""
     page = np.tile(np.linspace(40, 250, 160), (80, 1))
     ink = np.zeros(page.shape, bool)
     ink[20:60:4, 10:150] = True
@@ -128,7 +128,7 @@ def test_operations_on_gray_and_sixteen_bits(tmp_path: Path) -> None:
 
 
 def test_tones_agree_between_views(tmp_path: Path) -> None:
-    """An operation through the base class and through the derived class is the same operation."""
+    """An operation called through the base class is the same as through the derived class."""
     from zelmor.imaging import Image, RasterCachedImage
     path = write(tmp_path / "a.png", smooth())
     one, other = load(path), RasterCachedImage._cast_to(Image.load(path)).value
@@ -144,7 +144,7 @@ def test_colors_through_the_cmyk_profile_and_back(color: tuple[int, int, int]) -
     back = CmykColor.to_color_with_def_icc(cmyk)
     assert back.a == 255
     for value, expected in zip((back.r, back.g, back.b), color):
-        assert abs(value - expected) <= 40  # what ink on paper cannot show
+        assert abs(value - expected) <= 40  # colors that ink on paper cannot reproduce
     assert str(Color.to_cmyk_icc(Color.from_argb(255, *color))) == str(cmyk)
     assert str(CmykColor.to_color_icc(cmyk)) == str(back)
 

@@ -1,4 +1,4 @@
-"""Failures: each has its managed name and a text that tells a person what was wrong, and changes nothing."""
+"""Failures: each raises a managed exception with a message that explains it to a person, and changes nothing."""
 
 from __future__ import annotations
 
@@ -59,7 +59,7 @@ def test_permissions(tmp_path: Path) -> None:
 
 @pytest.mark.skipif(os.geteuid() != 0, reason="only the superuser can become somebody else")
 def test_permissions_of_another_user() -> None:
-    """The same for a run by the superuser, who asks as somebody else in a process of his own."""
+    """The same when the superuser runs the tests: the step runs as another user, in a process of its own."""
     script = f"""
 import os, sys
 sys.path.insert(0, {str(Path(os.environ['ZELMOR_BUILD_DIR']) / 'python')!r})
@@ -131,7 +131,7 @@ def test_consistent_recovery(tmp_path: Path, extension: str, bottom_up: bool) ->
 
 @pytest.mark.parametrize("extension", ["png", "jpg", "bmp", "gif", "tif"])
 def test_maximal_recovery(tmp_path: Path, extension: str) -> None:
-    # Large enough for a TIFF of several strips, each of which is there as a whole or not at all.
+    # Large enough for a TIFF of several strips, each of which is either complete or missing.
     path = write(tmp_path / f"a.{extension}", noise(3, 1, 300, 400))
     whole = read(path, "RGB")
     data = Path(path).read_bytes()
@@ -215,7 +215,7 @@ def test_sizes_that_no_picture_has(tmp_path: Path, width: int, height: int, para
 
 @pytest.mark.parametrize("width, height, parameter", [(0, 5, "width"), (5, -3, "height"), (MOST, MOST, "width"),
                                                       (100_000, 100_000, "width")])
-def test_creating_what_no_picture_is(width: int, height: int, parameter: str) -> None:
+def test_creating_an_invalid_picture(width: int, height: int, parameter: str) -> None:
     with managed_error("ArgumentOutOfRangeException", f"'{parameter}'", str(width if parameter == "width" else height)):
         Image.create(BmpOptions(), width, height)
     with managed_error("ArgumentNullException", "image_options"):
@@ -302,7 +302,7 @@ def test_what_has_no_behavior_says_so(tmp_path: Path) -> None:
 
 
 def test_memory_is_given_back(tmp_path: Path) -> None:
-    """Many loads and operations in turn stay within the room of a few pictures."""
+    """Many loads and operations in turn use only the memory of a few pictures."""
     path = write(tmp_path / "a.png", smooth(3, 600, 600))
 
     def round_trip() -> None:
@@ -320,4 +320,4 @@ def test_memory_is_given_back(tmp_path: Path) -> None:
     before = resident()
     for _ in range(25):
         round_trip()
-    assert resident() - before < 25_000_000  # a round handles 20 pictures of up to 6 MB
+    assert resident() - before < 25_000_000  # a round processes 20 pictures of up to 6 MB

@@ -1,4 +1,4 @@
-"""Filters and straightening, beside NumPy."""
+"""Filters and straightening, compared with NumPy."""
 
 from __future__ import annotations
 
@@ -27,7 +27,7 @@ def convolved(source: Pixels, kernel: Pixels) -> Pixels:
 
 
 def bell(radius: int, sigma: float) -> Pixels:
-    """A normalized bell of Gauss."""
+    """A normalized Gaussian kernel."""
     y, x = np.mgrid[-radius:radius + 1, -radius:radius + 1]
     weights = np.exp(-(x * x + y * y) / (2 * sigma * sigma))
     return weights / weights.sum()
@@ -39,7 +39,7 @@ def box(side: int) -> Pixels:
 
 
 def sharpening(size: int, sigma: float) -> Pixels:
-    """Twice the pixel less the bell."""
+    """Twice the pixel minus the Gaussian blur."""
     kernel = -bell(size // 2, sigma)
     kernel[size // 2, size // 2] += 2
     return kernel

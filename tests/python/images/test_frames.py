@@ -1,4 +1,4 @@
-"""Images of several frames: TIFF pages and animations, beside Pillow."""
+"""Images of several frames: TIFF pages and animations, compared with Pillow."""
 
 from __future__ import annotations
 
@@ -26,7 +26,7 @@ SIZES = [(30, 20), (7, 41), (50, 3)]
 
 
 def cast(kind: Any, image: Any) -> Any:
-    """The image as what it is."""
+    """The image, cast to its own class."""
     return kind._cast_to(image).value
 
 
@@ -47,14 +47,14 @@ def blocks(count: int = 4, size: tuple[int, int] = (12, 9)) -> list[Pixels]:
 
 
 def write_tiff(path: Path, frames: list[Pixels], **options: object) -> str:
-    """Frames in a TIFF file by Pillow."""
+    """Frames in a TIFF file, written by Pillow."""
     first, *more = [Pillow.fromarray(frame) for frame in frames]
     first.save(path, save_all=True, append_images=more, **options)
     return str(path)
 
 
 def write_animation(path: Path, frames: list[Pixels], durations: list[int]) -> str:
-    """Frames in an animation by Pillow."""
+    """Frames in an animation, written by Pillow."""
     first, *more = [Pillow.fromarray(frame) for frame in frames]
     options: dict[str, object] = {"lossless": True} if path.suffix == ".webp" else {}
     first.save(path, save_all=True, append_images=more, duration=durations, loop=3, **options)
@@ -62,7 +62,7 @@ def write_animation(path: Path, frames: list[Pixels], durations: list[int]) -> s
 
 
 def read_frames(file: Any, mode: str = "RGB") -> list[Pixels]:
-    """All frames of a file as Pillow sees them."""
+    """All frames of a file as Pillow reads them."""
     with Pillow.open(file) as picture:
         frames = []
         for i in range(getattr(picture, "n_frames", 1)):
@@ -72,7 +72,7 @@ def read_frames(file: Any, mode: str = "RGB") -> list[Pixels]:
 
 
 def shown(image: RasterImage) -> Pixels:
-    """The pixels of an image by way of its arrays."""
+    """The pixels of an image, read through its arrays."""
     packed = np.array(list(image.load_argb_32_pixels(image.bounds)), np.int64) & 0xFFFFFFFF
     channels = np.stack([packed >> 16 & 255, packed >> 8 & 255, packed & 255], -1)
     return channels.reshape(image.height, image.width, 3)
@@ -107,7 +107,7 @@ def test_tiff_pages_are_written(tmp_path: Path, big: bool, order: TiffByteOrder)
     image = Image.load(write_tiff(tmp_path / "a.tif", source))
     kind = BigTiffOptions if big else TiffOptions
     image.save(str(tmp_path / "b.tif"), kind(TiffExpectedFormat.TIFF_LZW_RGB, order))
-    if not (big and order == TiffByteOrder.BIG_ENDIAN):  # which Pillow does not read
+    if not (big and order == TiffByteOrder.BIG_ENDIAN):  # which Pillow cannot read
         assert same(read_frames(tmp_path / "b.tif"), source)
     head = (tmp_path / "b.tif").read_bytes()[:4]
     assert head[:2] == (b"MM" if order == TiffByteOrder.BIG_ENDIAN else b"II")
@@ -210,7 +210,7 @@ def test_operations_work_on_all_frames_or_none(tmp_path: Path) -> None:
     assert same([shown(frame) for frame in image.frames], [frame[1:3, 1:6] for frame in source])
     image = cast(TiffImage, Image.load(str(tmp_path / "a.tif")))
     with managed_error("ArgumentOutOfRangeException"):
-        image.crop(Rectangle(0, 0, 20, 10))  # more than the second page has
+        image.crop(Rectangle(0, 0, 20, 10))  # larger than the second page
     assert [(frame.width, frame.height) for frame in image.frames] == SIZES
     image.resize(8, 9, ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)
     assert {(frame.width, frame.height) for frame in image.frames} == {(8, 9)}
@@ -292,7 +292,7 @@ def test_animations_become_each_other(tmp_path: Path) -> None:
 
 
 def test_apng_by_blending_and_disposal(tmp_path: Path) -> None:
-    """Frames that are parts of the canvas, laid over it or put in its place, and taken away again."""
+    """Frames that are parts of the canvas, drawn over it or replacing it, and removed again."""
     first = Pillow.new("RGBA", (16, 12), (255, 0, 0, 255))
     second = Pillow.new("RGBA", (16, 12), (0, 0, 0, 0))
     second.paste((0, 255, 0, 255), (3, 2, 9, 8))
@@ -338,7 +338,7 @@ def test_an_apng_is_built(tmp_path: Path) -> None:
 
 
 def test_a_gif_is_built_of_parts(tmp_path: Path) -> None:
-    """Smaller frames lie where they say, over what the frames before them left."""
+    """Smaller frames are placed at their offsets, over the result of the frames before them."""
     first = GifFrameBlock(raster(Image.load(write(tmp_path / "a.png", blocks(1)[0]))))
     spot = GifFrameBlock(3, 2, 4, 5)
     for x in range(4):
@@ -391,17 +391,17 @@ def test_the_background_of_a_gif(tmp_path: Path, transparent: bool) -> None:
     options.has_transparent_color = transparent
     image.save(str(tmp_path / "a.gif"), options)
     result = read_frames(tmp_path / "a.gif", "RGBA")[0]
-    if transparent:  # the color is taken out
+    if transparent:  # the color becomes transparent
         assert (result[..., 3] == 0).all()
-    else:  # the color fills what was clear
+    else:  # the color fills the transparent parts
         assert (result == (250, 10, 20, 255)).all()
 
 
-# ---- choosing pages
+# ---- selecting pages
 
 
 def selection(**properties: object) -> TiffOptions:
-    """TIFF options with the pages chosen."""
+    """TIFF options with selected pages."""
     options = TiffOptions(TiffExpectedFormat.TIFF_LZW_RGB)
     chosen = properties.pop("pages")
     for name, value in properties.items():
@@ -487,7 +487,7 @@ def test_numbers_of_ranges() -> None:
 
 @pytest.mark.parametrize("suffix", [".tif", ".gif", ".webp", ".png"])
 def test_a_file_that_ends_early(tmp_path: Path, suffix: str) -> None:
-    """The first frame may load; asking for the others is an error, never a crash."""
+    """The first frame may load; requesting the others raises an error and never crashes."""
     if suffix == ".tif":
         path = Path(write_tiff(tmp_path / "a.tif", pages()))
     else:

@@ -1,4 +1,4 @@
-"""Geometry: flips, crops and placements pixel for pixel, resampling within what sound methods differ by."""
+"""Geometry: flips, crops and placements are exact; resampling is within the differences between sound methods."""
 
 from __future__ import annotations
 
@@ -111,7 +111,7 @@ def test_resampling_agrees_with_pillow(tmp_path: Path, kind: ResizeType, size: t
     image = load(path)
     image.resize(*size, kind)
     expected = np.asarray(Pillow.fromarray(smooth()).resize(size, BY_PILLOW[kind]))
-    # Fixed-point kernels here and there, and other interpolators for enlarging than for shrinking.
+    # Either side may use fixed-point kernels, and other interpolators for enlarging than for shrinking.
     assert worst(pixels(image, tmp_path), expected) <= 5
     assert np.abs(pixels(image, tmp_path) - expected).mean() < 0.6
 
@@ -185,7 +185,7 @@ def test_right_angles_are_exact(tmp_path: Path, angle: int) -> None:
 @pytest.mark.parametrize("angle", [10, 33.5, 90.5, 200, -45, 359])
 @pytest.mark.parametrize("grow", [False, True])
 def test_rotation_by_any_angle(tmp_path: Path, angle: float, grow: bool) -> None:
-    """Against the picture's own formula, turned."""
+    """Compared with the formula of the picture, rotated."""
     def at(x: Pixels, y: Pixels) -> Pixels:
         return 127 + 110 * np.sin(x / 9) * np.cos(y / 8)
 
@@ -203,7 +203,7 @@ def test_rotation_by_any_angle(tmp_path: Path, angle: float, grow: bool) -> None
         assert (width, height) == (WIDTH, HEIGHT)
     y, x = np.mgrid[0:height, 0:width]
     dx, dy = x - (width - 1) / 2, y - (height - 1) / 2
-    # Clockwise on a screen, where y points down: back to the source by the opposite turn.
+    # Clockwise on a screen, where y points down: the inverse rotation leads back to the source.
     sx = cosine * dx + sine * dy + (WIDTH - 1) / 2
     sy = -sine * dx + cosine * dy + (HEIGHT - 1) / 2
     inside = (sx > 2) & (sx < WIDTH - 3) & (sy > 2) & (sy < HEIGHT - 3)

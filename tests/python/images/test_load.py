@@ -1,4 +1,4 @@
-"""Loading images by path: what Pillow wrote is seen as Pillow sees it."""
+"""Loading images by path: files that Pillow wrote have the pixels that Pillow reads."""
 
 from __future__ import annotations
 
@@ -111,7 +111,7 @@ def test_cmyk_is_brought_to_rgb(tmp_path: Path) -> None:
     white = load(tmp_path / "white.jpg").get_pixel(5, 5)
     black = load(tmp_path / "black.tif").get_pixel(5, 5)
     assert min(white.r, white.g, white.b) > 245
-    assert max(black.r, black.g, black.b) < 70  # printer's black through a profile is not quite black
+    assert max(black.r, black.g, black.b) < 70  # black in print colors, converted through a profile, is not quite black
 
 
 @pytest.mark.parametrize("extension, dpi", [("png", 300), ("jpg", 300), ("tif", 72), ("bmp", 150)])

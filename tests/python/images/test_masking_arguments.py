@@ -1,4 +1,4 @@
-"""The arguments of masking: two classes that the managed side takes for one interface."""
+"""The arguments of masking: two classes that the managed side accepts for one interface."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ def test_masking_takes_its_arguments(type_: Any) -> None:
     assert IMaskingArgs._is_assignable(given) is True
     assert IMaskingArgs._cast_to(given).status == 1
     options.args = given
-    assert type(options.args) is IMaskingArgs  # the class does not list the interface
+    assert type(options.args) is IMaskingArgs  # the Python class is not marked with the interface
     made, back = type_._cast_to(options.args)
     assert made and back == given and type(back) is type_
     options.args = None

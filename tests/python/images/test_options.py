@@ -1,4 +1,4 @@
-"""Save options: what they ask for stands in the file, and what cannot be honored is refused."""
+"""Save options: each has its effect in the file, and an option that cannot be honored is refused."""
 
 from __future__ import annotations
 
@@ -23,7 +23,7 @@ from support.image_oracles import (HEIGHT, WIDTH, Pixels, few_colors, load, mana
 
 
 def saved(tmp_path: Path, options: ImageOptionsBase, source: Pixels | None = None) -> Path:
-    """Saves a picture with the options, to a name that says nothing."""
+    """Saves a picture with the options, under a name without a known extension."""
     image = Image.load(write(tmp_path / "source.png", smooth() if source is None else source))
     image.save(str(tmp_path / "saved"), options)
     return tmp_path / "saved"
@@ -39,7 +39,7 @@ def made(kind: Any, **properties: object) -> ImageOptionsBase:
 
 
 def original(image: Image, kind: Any) -> ImageOptionsBase:
-    """The original options of an image, as what they are."""
+    """The original options of an image, cast to their own class."""
     return kind._cast_to(image.get_original_options()).value
 
 
@@ -227,7 +227,7 @@ def test_bmp_compression(tmp_path: Path, compression: BitmapCompression, bits: i
     image = load(path)
     assert worst(pixels(image, tmp_path), few_colors()) <= (4 if bits == 16 else 0)
     assert original(image, BmpOptions).compression == compression
-    if compression != BitmapCompression.RLE4:  # which Pillow does not read
+    if compression != BitmapCompression.RLE4:  # which Pillow cannot read
         assert worst(read(path, "RGB"), few_colors()) <= (5 if bits == 16 else 0)
 
 
@@ -426,5 +426,5 @@ def test_original_options_save_the_image_again(tmp_path: Path, extension: str, k
     image.save(str(tmp_path / "b"), options)
     assert Image.get_file_format(str(tmp_path / "b")) == image.file_format
     tolerance = 12 if extension == "jpg" else 0
-    if extension != "webp":  # Pillow wrote that one with losses of its own
+    if extension != "webp":  # Pillow's file was lossy already
         assert worst(read(tmp_path / "b", "RGB"), read(path, "RGB")) <= tolerance

@@ -1,4 +1,4 @@
-"""Palettes, indexed images, and bringing colors down to few, beside Pillow and NumPy."""
+"""Palettes, indexed images, and reducing the number of colors, compared with Pillow and NumPy."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ FOUR = [0xFF000000, 0xFFFFFFFF, 0xFFFF0000, 0xFF0000FF]
 
 
 def signed(colors: list[int]) -> list[int]:
-    """Packed colors as the integers that they cross as."""
+    """Packed colors as the signed integers that the API uses."""
     return [color - 2**32 if color >= 2**31 else color for color in colors]
 
 
@@ -36,14 +36,14 @@ def rgb(colors: list[int]) -> Pixels:
 
 
 def nearest(source: Pixels, colors: list[int]) -> Pixels:
-    """What each pixel becomes: the first of the nearest colors."""
+    """The expected color of each pixel: the first of the nearest palette entries."""
     table = rgb(colors)
     distance = ((source[:, :, None, :].astype(int) - table) ** 2).sum(-1)
     return table[distance.argmin(-1)]
 
 
 def indexed(path: Path, colors: int = 16, depth: int = 8) -> tuple[str, Pixels, list[int]]:
-    """An indexed PNG by Pillow, with its pixels and palette."""
+    """An indexed PNG written by Pillow, with its pixels and palette."""
     rng = np.random.default_rng(3)
     table = rng.integers(0, 256, (colors, 3), dtype=np.uint8)
     indices = rng.integers(0, colors, (HEIGHT, WIDTH), dtype=np.uint8)

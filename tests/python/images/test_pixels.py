@@ -13,7 +13,7 @@ from support.image_oracles import HEIGHT, WIDTH, few_colors, load, managed_error
 
 
 def signed(argb: int) -> int:
-    """A packed color as the signed integer that it crosses as."""
+    """A packed color as the signed integer that the API uses."""
     return argb - 2**32 if argb >= 2**31 else argb
 
 
@@ -155,7 +155,7 @@ def test_two_images_of_one_file_are_apart(tmp_path: Path) -> None:
 
 
 def test_pixels_after_many_operations(tmp_path: Path) -> None:
-    """Pixels changed in place between operations, so that a result remembered from before would show."""
+    """Pixels are changed in place between operations, so that a stale cached result would show."""
     source = noise(3)
     image = load(write(tmp_path / "a.png", source))
     for step in range(20):

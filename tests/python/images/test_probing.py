@@ -1,4 +1,4 @@
-"""How far files are read: what is no picture by its first bytes, a header as far as it goes, a picture to its end."""
+"""How far files are read: the first bytes of a file that is not a picture, the whole header, a picture to its end."""
 
 from __future__ import annotations
 
@@ -32,7 +32,7 @@ NO_PICTURE = "none of the formats"
 
 
 def picture_of(tmp_path: Path, extension: str) -> bytes:
-    """A file of few colors, which all formats but one keep as they are."""
+    """A file of few colors, which all formats but one store exactly."""
     return Path(write(tmp_path / f"a.{extension}", few_colors())).read_bytes()
 
 
@@ -68,7 +68,7 @@ class TestNoPicture:
             assert file.read_bytes <= A_FEW_HUNDRED
 
     @pytest.mark.parametrize("name", LOOKING)
-    def test_looking_at_it_takes_no_more(self, name: str) -> None:
+    def test_probing_it_reads_no_more(self, name: str) -> None:
         file = CountingFile(b"", b"\0")
         file.seek(77)
         assert not LOOKING[name](file)
@@ -86,7 +86,7 @@ class TestNoPicture:
         with managed_error("ImageLoadException", "no data in it"):
             Image.load("/dev/null")
 
-    def test_a_stream_that_cannot_seek_is_not_looked_at(self) -> None:
+    def test_a_stream_that_cannot_seek_is_not_probed(self) -> None:
         file = CountingFile(b"", b"\0", can_seek=False)
         with managed_error("NotSupportedException", "using it up"):
             Image.can_load(file)
@@ -110,13 +110,13 @@ def png_chunk(kind: bytes, data: bytes) -> bytes:
 
 
 def long_header(data: bytes, extension: str) -> bytes:
-    """The same picture, with megabytes before what its header says."""
+    """The same picture, with megabytes of data before the header of its pixels."""
     if extension == "png":
         return data[:33] + png_chunk(b"teXt", b"k\0" + bytes(3 * MEGABYTE)) + data[33:]
     if extension == "jpg":
         return data[:2] + (b"\xff\xef\xff\xff" + bytes(65533)) * 40 + data[2:]
     assert extension == "tif"
-    # The directory moves to the end; all offsets stay.
+    # The directory moves to the end; all offsets stay the same.
     at = struct.unpack_from("<I", data, 4)[0]
     count = struct.unpack_from("<H", data, at)[0]
     directory = data[at:at + 2 + 12 * count + 4]
@@ -131,7 +131,7 @@ class TestHeader:
         file = CountingFile(data, b"\0")
         assert Image.can_load(file)
         assert Image.get_file_format(file) == FileFormat[FORMATS[extension][0]]
-        # A directory of TIFF stands behind the pixels of this one.
+        # In this file the TIFF directory is behind the pixels.
         assert file.read_bytes <= 2 * (1500 + 2 * A_FEW_HUNDRED)
         assert file.tell() == 0
 
@@ -203,7 +203,7 @@ class TestPicture:
         file = CountingFile(data, b"\0")
         image = Image.load(file)
         assert len(list(RasterCachedMultipageImage._cast_to(image).value.pages)) == 4
-        assert len(data) - 16 < file.tell() <= len(data)  # Pillow fills up between the pages of TIFF
+        assert len(data) - 16 < file.tell() <= len(data)  # Pillow writes padding between the pages of a TIFF
 
     @pytest.mark.parametrize("name, start, filler", [
         ("JPEG", None, b"\0"),
@@ -234,7 +234,7 @@ class TestPicture:
         assert file.read_bytes <= 70 * MEGABYTE
 
     def test_a_peer_that_keeps_the_line_open(self, tmp_path: Path) -> None:
-        """What comes over a connection is loaded when it is complete, not when the other side hangs up."""
+        """A picture from a connection is loaded when it is complete, not when the other side closes the connection."""
         for extension in ("png", "gif", "webp", "bmp", "tif", "jpg"):
             data = picture_of(tmp_path, extension)
             here, there = socket.socketpair()
@@ -293,7 +293,7 @@ def test_a_file_of_three_gigabytes(tmp_path: Path, extension: str | None) -> Non
 
 
 def test_pixels_of_a_large_picture_are_all_there(tmp_path: Path) -> None:
-    """One that takes many rounds of reading."""
+    """A header that takes many rounds of reading."""
     source, last_rows = noise(3, 3, 1500, 1000), Rectangle(0, 990, 1500, 10)
     for extension in ("png", "bmp", "tif"):
         path = write(tmp_path / f"large.{extension}", source)

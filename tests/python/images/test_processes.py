@@ -1,4 +1,4 @@
-"""Images in forked processes: the library's threads stay behind in the parent, and no child may wait for them."""
+"""Images in forked processes: threads of the image library exist only in the parent, and no child may wait for them."""
 
 from __future__ import annotations
 

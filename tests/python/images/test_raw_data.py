@@ -1,4 +1,4 @@
-"""Pixels as arrays and as raw data, beside NumPy."""
+"""Pixels as arrays and as raw data, compared with NumPy."""
 
 from __future__ import annotations
 
@@ -47,7 +47,7 @@ def test_integers_are_put_in(tmp_path: Path) -> None:
     image.save_pixels(Rectangle(0, 0, 2, 1), [Color.from_argb(9, 8, 7, 6), Color.red])
     source[0, :2] = ((8, 7, 6, 9), (255, 0, 0, 255))
     assert worst(pixels(image, tmp_path, "RGBA"), source) == 0
-    # The managed array that an image gave is taken as it is.
+    # The managed array that an image returned is accepted unchanged.
     image.save_argb_32_pixels(Rectangle(1, 1, 20, 9), image.load_argb_32_pixels(Rectangle(5, 7, 20, 9)))
     source[1:10, 1:21] = other
     assert worst(pixels(image, tmp_path, "RGBA"), source) == 0

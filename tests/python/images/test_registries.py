@@ -1,4 +1,4 @@
-"""The registries of loaders, exporters and creators, and what their descriptors make."""
+"""The registries of loaders, exporters and creators, and the objects that their descriptors create."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ FORMATS = [FileFormat.BMP, FileFormat.GIF, FileFormat.JPEG, FileFormat.PNG, File
 
 @pytest.fixture(autouse=True)
 def registries_as_before() -> Iterator[None]:
-    """Every test leaves the registries as they were made."""
+    """After every test the registries have their initial content."""
     yield
     assert int(ImageLoadersRegistry.registered_formats) == sum(map(int, FORMATS))
     assert int(ImageExportersRegistry.registered_formats) == sum(map(int, FORMATS))
@@ -105,7 +105,7 @@ def test_what_is_taken_out_is_refused(tmp_path: Path, kind: str) -> None:
     descriptors, take_out, put_in = calls[kind]
     png = next(d for d in descriptors if d.supported_format == FileFormat.PNG)
     take_out(png)
-    take_out(png)  # a second time there is nothing left to do
+    take_out(png)  # the second call has no effect
     try:
         with managed_error("NotSupportedException", "registered", "Png"):
             if kind == "load":

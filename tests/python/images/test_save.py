@@ -1,4 +1,4 @@
-"""Saving: what is under the target's name, in which format, and that nothing half-written ever is."""
+"""Saving: the content and format of the target file; a failed save leaves no half-written file."""
 
 from __future__ import annotations
 

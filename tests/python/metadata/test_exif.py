@@ -1,4 +1,4 @@
-"""EXIF data: named properties are tags, and the bytes are those that other programs read."""
+"""EXIF data: named properties are views of tags, and the bytes can be read by other programs."""
 
 from __future__ import annotations
 

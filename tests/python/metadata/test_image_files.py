@@ -1,4 +1,4 @@
-"""EXIF and XMP of image files: read from what Pillow writes, written so that Pillow reads it."""
+"""EXIF and XMP of image files: written by Pillow and read by us, and the other way round."""
 
 from __future__ import annotations
 
@@ -130,7 +130,7 @@ def test_exif_of_a_jpeg_is_read_and_changed() -> None:
         assert float(read.getexif().get_ifd(EXIF_IFD)[33437]) == pytest.approx(2.8)
 
 
-def test_exif_that_nobody_changed_goes_on_byte_by_byte() -> None:
+def test_unchanged_exif_is_written_byte_by_byte() -> None:
     file = encoded("JPEG", exif=pillow_exif())
     with Image.open(file) as read:
         before = read.info["exif"]
@@ -249,11 +249,11 @@ def test_every_form_of_rdf_is_read() -> None:
         assert '<own:plain xml:lang="en">words</own:plain>' in own.get_xml_value()
         assert "<rdf:value>7</rdf:value><own:unit>m</own:unit>" in own.get_xml_value()
         assert "<own:a>1</own:a>" in own.get_xml_value()
-        # And once more from what is written of it.
+        # Once more from the file that is written from it.
         image = loaded(saved(image, JpegOptions()), JpegImage)
 
 
-def test_a_packet_that_nobody_changed_goes_on_as_it_is() -> None:
+def test_an_unchanged_packet_is_written_byte_by_byte() -> None:
     packet = PACKET.encode()
     image = loaded(with_jpeg_xmp(encoded("JPEG"), packet), JpegImage)
     assert jpeg_xmp(saved(image, JpegOptions())) == packet

@@ -1,4 +1,4 @@
-"""TIFF's tags, fractions, readers and writers, against Python's own struct module; options as sets of tags."""
+"""TIFF tags, fractions, readers and writers, compared with Python's struct module; options as sets of tags."""
 
 from __future__ import annotations
 
@@ -22,7 +22,7 @@ from zelmor.imaging.imageoptions import BigTiffOptions, TiffOptions
 READERS = {"<": TiffStreamReader, ">": TiffBigEndianStreamReader}
 WRITERS = {"<": TiffStreamWriter, ">": TiffBigEndianStreamWriter}
 
-# Class, number of the type, bytes of a value, values that it can have.
+# Class, number of the type, bytes of a value, possible values.
 NUMBERS = [
     (types.TiffByteType, 1, 1, [0, 255]),
     (types.TiffShortType, 3, 2, [0, 1, 65535]),
@@ -63,7 +63,7 @@ def test_number_tags_keep_their_values(kind: type, number: int, size: int, value
 
 
 def given(kind: type, values: list) -> object:
-    """Values as their tag takes them: bytes are bytes."""
+    """Values in the form that their tag accepts: bytes are bytes."""
     return bytes(values) if issubclass(kind, types.TiffByteType) else values
 
 
@@ -133,7 +133,7 @@ def test_fractions_come_near_enough(value: float) -> None:
     near = TiffRational.approximate_fraction(value)
     assert abs(near.nominator / near.denominator - value) <= TiffRational.EPSILON
     rough = TiffRational.approximate_fraction(value, 0.01)
-    # No fraction with a smaller denominator than the one found by Python for this size comes nearer.
+    # No fraction with a smaller denominator than the one that Python finds for this size is nearer.
     best = fractions.Fraction(value).limit_denominator(rough.denominator)
     assert abs(rough.nominator / rough.denominator - value) <= 0.01
     assert fractions.Fraction(rough.nominator, rough.denominator) == best
@@ -188,7 +188,7 @@ def test_readers_read_bytes_and_fractions() -> None:
     assert bytes(container.to_bytes()) == b"\x02\0\0\0"
 
 
-def test_a_reader_refuses_what_is_not_there() -> None:
+def test_a_reader_refuses_to_read_beyond_the_end() -> None:
     reader = TiffStreamReader(b"\x01\x02\x03")
     for call in (lambda: reader.read_u_int(0), lambda: reader.read_u_short(-1), lambda: reader.read_bytes(0, 4),
                  lambda: reader.read_u_short_array(0, 2 ** 60)):

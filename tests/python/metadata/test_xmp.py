@@ -1,4 +1,4 @@
-"""XMP: packets, packages and values hold what they are given, and write it as RDF that others can read."""
+"""XMP: packets, packages and values store the given values, and write them as RDF that others can read."""
 
 from __future__ import annotations
 
@@ -36,7 +36,7 @@ LANG = "{http://www.w3.org/XML/1998/namespace}lang"
 
 
 def parsed(fragment: str) -> ElementTree.Element:
-    """A fragment of RDF, read by another parser."""
+    """A fragment of RDF, parsed by another library."""
     return ElementTree.fromstring(f'<rdf:RDF xmlns:rdf="{RDF}">{fragment}</rdf:RDF>')[0]
 
 
@@ -186,7 +186,7 @@ def test_numbers_out_of_range_are_refused() -> None:
         basic.set_created_date("yesterday")
 
 
-def test_a_package_can_be_of_ones_own_schema() -> None:
+def test_a_package_can_have_a_custom_schema() -> None:
     package = XmpBasicPackage("mine", "http://example.org/mine/")
     package.add_value("thing", "text")
     assert list(package) == ["mine:thing"]
@@ -335,7 +335,7 @@ def test_packets_hold_one_package_of_each_namespace() -> None:
     assert (made.header_pi, made.trailer_pi, made.meta) == (header, trailer, meta)
 
 
-def test_a_collection_shows_packages_as_what_they_are() -> None:
+def test_a_collection_returns_packages_in_their_run_time_types() -> None:
     packages = xmp.XmpPackageBaseCollection()
     packages.add(DublinCorePackage())
     packages.add(PdfPackage())

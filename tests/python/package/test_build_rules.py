@@ -1,4 +1,4 @@
-"""The build tree keeps its promises: who asks for the product waits for no tests, and nothing is compiled twice."""
+"""Rules of the build tree: the product depends on no test, and no source is compiled twice."""
 
 from __future__ import annotations
 

@@ -1,4 +1,4 @@
-"""What an import leaves of the garbage collector: on or off as it was found, and its objects where they were."""
+"""The garbage collector after an import: enabled or disabled as before, and all objects in the same generations."""
 
 from __future__ import annotations
 
@@ -67,7 +67,7 @@ def test_the_import_needs_no_module_of_the_collector() -> None:
 
 
 def test_the_objects_of_the_program_stay_in_their_generation() -> None:
-    code = "mine = [[]]"  # with the collector off nothing but the import could move it
+    code = "mine = [[]]"  # while the collector is disabled, only the import could move it
     result = "[any(thing is mine for thing in gc.get_objects(generation)) for generation in range(3)]"
     assert imported("gc.disable()", result, code) == [True, False, False]
 

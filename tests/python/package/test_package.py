@@ -1,6 +1,6 @@
-"""The package around the extension modules: which runtime it chooses, and how the module trees can be imported.
+"""The package around the extension modules: the runtime that it selects, and the ways of importing the module trees.
 
-What an import leaves behind in the process is looked at in child processes.
+Effects of an import on the process are tested in child processes.
 """
 
 import os
@@ -14,7 +14,8 @@ from support.package_process import ASSEMBLY, NETCORE, PACKAGE, child
 
 EMBEDDED = str(PACKAGE / "_runtime")
 
-#: What the bridge finds when a module of it is loaded, natively. Nothing is started.
+#: A program that stores in `result` the variables as native code sees them when a bridge module is loaded. It starts
+#: no runtime.
 CHOSEN = f"""
 import ctypes
 import importlib.machinery
@@ -32,7 +33,7 @@ except ImportError as error:
     assert str(error) == "seen enough"
 """
 
-#: The two variables, for Python and for native code.
+#: A program that reads the two variables as Python and as native code see them.
 VARIABLES = f"""
 import ctypes
 import os
@@ -120,7 +121,7 @@ except ImportError:
     assert child(code) == ["/opt/netcore", None]
 
 
-def test_a_load_that_ends_leaves_the_choice_to_one_beside_it():
+def test_a_finished_load_keeps_the_choice_for_a_parallel_one():
     code = VARIABLES + """
 import importlib.machinery
 import json

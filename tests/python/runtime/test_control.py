@@ -1,4 +1,4 @@
-"""The control interface itself: what the other tests lean on."""
+"""The control interface itself, on which the other tests rely."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ COLOR = "Zelmor.Imaging.Color"
 
 
 class TestJournal:
-    def test_calls_are_recorded_with_their_words(self, control: Control) -> None:
+    def test_calls_are_recorded_with_their_argument_words(self, control: Control) -> None:
         with control.journal() as calls:
             value = Size(5, -6)
             assert value.height == -6
@@ -69,7 +69,7 @@ class TestScripts:
             value.width  # noqa: B018
         assert value.width == 1
 
-    def test_an_exception_without_words(self, control: Control) -> None:
+    def test_an_exception_without_text(self, control: Control) -> None:
         value = Size(1, 2)
         control.raise_next(SIZE, "get_Width", None, None)
         with pytest.raises(RuntimeError, match=r"^Proxy error\(<unknown>\): <unknown>$"):
@@ -117,7 +117,7 @@ class TestHandles:
     @pytest.mark.keeps_handles(1)
     def test_a_second_init_leaks_the_first_handle(self) -> None:
         value = Size(1, 2)
-        value.__init__(3, 4)  # the first handle is not given back: settled behavior
+        value.__init__(3, 4)  # the first handle is not released: specified behavior
         assert value.width == 3
 
 

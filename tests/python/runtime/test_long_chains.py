@@ -1,11 +1,11 @@
-"""Chains of objects that hold each other are dropped one by one, however long they are."""
+"""Chains of objects that hold each other are destroyed without recursion, however long they are."""
 
 from __future__ import annotations
 
 import pytest
 from support.child import run_child
 
-#: A chain runs in a thread with a small stack, so that fewer links do than in a program.
+#: The chain is destroyed in a thread with a small stack, so that a shorter chain suffices than in a program.
 PROLOGUE = """
 import threading
 from support.collections import make_interop, new_dictionary
@@ -26,7 +26,7 @@ def in_thread(body):
     assert not failures, failures
 """
 SCRIPTS = {
-    # A list of values that holds the next one, under an object.
+    # A list of values that contains the next list, under an object.
     "lists": """
 last = new_dictionary()
 for _ in range(LENGTH):
@@ -35,7 +35,7 @@ for _ in range(LENGTH):
     last = link
 del link, last
 """,
-    # Variants and wrappers of the untyped kinds in between.
+    # Values of type object, with wrappers of the untyped kinds in between.
     "array lists": """
 last = make_interop("arrlist")
 for _ in range(LENGTH):
@@ -44,14 +44,14 @@ for _ in range(LENGTH):
     last = link
 del link, last
 """,
-    # The managed side holds a Python list, which holds the managed side's next.
+    # The managed side holds a Python list, which holds the next object of the managed side.
     "Python lists": """
 last = None
 for _ in range(LENGTH):
     last = NonGenericList([last])
 del last
 """,
-    # All at once by one change.
+    # A single change releases the whole chain.
     "cleared": """
 last = new_dictionary()
 for _ in range(LENGTH):
@@ -85,7 +85,7 @@ in_thread(body)
 
 
 def test_chains_through_every_property_are_dropped() -> None:
-    """Every class that has a property for an object of its own, typed or of any kind, or for a list of such."""
+    """Every class with a property that can hold an object of the class, of type object, or a list of such objects."""
     run_child(PROLOGUE + """
 from support.catalogue import every_class
 

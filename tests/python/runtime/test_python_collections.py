@@ -1,7 +1,6 @@
-"""What the managed side makes of Python collections: copies where a class is wanted, proxies where an interface is.
+"""Python collections on the managed side: copies where a class is expected, proxies where an interface is.
 
-Whatever fails in Python while the managed side works on a Python collection comes back as one RuntimeError with the
-text of the failure in it.
+Any exception in Python while the managed side works on a Python collection arrives as one RuntimeError with its text.
 """
 
 from __future__ import annotations
@@ -27,7 +26,7 @@ from zelmor.imaging.shapes import PolygonShape
 
 
 class Broken:
-    """A sequence that raises where it is told to."""
+    """A sequence that raises in selected methods."""
 
     def __init__(self, place: str, items: tuple[Any, ...] = (1, 2, 3)) -> None:
         self.place, self.items = place, items
@@ -52,7 +51,7 @@ class Broken:
 
 
 class Incomparable:
-    """Equal to nothing, and angry at the question."""
+    """Comparing it raises an exception."""
 
     __hash__ = None  # type: ignore[assignment]
 
@@ -162,7 +161,7 @@ def test_a_constructor_copies_its_array_into_the_property_of_its_name() -> None:
     assert shape.is_closed is True
 
 
-# A property of type object keeps a list as an ArrayList, a tuple as an array
+# A property of type object stores a list as an ArrayList, a tuple as an array
 
 
 def test_a_list_is_kept_as_an_array_list_and_a_tuple_as_an_array() -> None:
@@ -185,7 +184,7 @@ def test_a_list_that_holds_itself_is_refused() -> None:
     assert tag.value is None
 
 
-# An interface works on the Python object
+# An interface uses the Python object itself
 
 
 def test_a_list_behind_an_interface_is_worked_on_in_place() -> None:

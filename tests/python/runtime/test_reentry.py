@@ -1,4 +1,4 @@
-"""Python code that runs in the middle of a managed call, and takes away what the call works with."""
+"""Re-entrancy: Python code that runs in the middle of a managed call and removes the objects that the call uses."""
 
 from __future__ import annotations
 
@@ -7,7 +7,7 @@ from support.child import run_child
 from support.collections import make_interop
 from support.meddling_values import moment
 
-# An element of a Python list is held while it is converted
+# An element of a Python list is kept alive while it is converted
 
 
 @pytest.mark.parametrize("others", [(), (1, 2)])
@@ -44,7 +44,7 @@ assert list(list(dictionary.values)[0]) == ["text"]
 
 
 @pytest.mark.parametrize("script", [
-    # The element's only reference is the list's.
+    # The list holds the only reference to the element.
     """
 class Element(str):
     @property
@@ -60,7 +60,7 @@ except RuntimeError as failure:
 else:
     raise AssertionError("it was read")
 """,
-    # A list in a list, of any values and of numbers.
+    # A list in a list, of values of any kind and of numbers.
     """
 class Zone(datetime.tzinfo):
     def utcoffset(self, dt):
@@ -92,7 +92,7 @@ def test_what_is_taken_out_is_not_used(script: str) -> None:
               "dictionary = new_dictionary()\n" + script)
 
 
-# Collections that change while they are asked for something
+# Collections that change during an operation
 
 
 @pytest.mark.parametrize("change", ["store", "insert", "index"])
@@ -126,7 +126,7 @@ else:
     "whole.clear()", "whole.remove(0)", "values[0] = 1", "del values[0]", "del values[:50]", "values.clear()",
     "values.pop(0)", "values.remove(values[0])", "values *= 0"])
 def test_what_goes_may_come_back_to_its_holder(change: str) -> None:
-    """Dropping an element ends a Python object, which changes the very collection that drops it."""
+    """Dropping an element destroys a Python object, whose finalizer changes the same collection."""
     run_child(f"""
 import gc
 from support.collections import make_interop, new_dictionary
@@ -171,7 +171,7 @@ assert "x" not in package.get_xml_value().replace("xml", "").replace("xmp", "").
 """)
 
 
-def test_an_image_that_is_disposed_of_by_what_it_is_written_to() -> None:
+def test_an_image_that_its_target_file_disposes_of() -> None:
     run_child("""
 import io
 from zelmor.imaging import Image
@@ -196,7 +196,7 @@ assert file.getvalue()[:2] == b"BM", file.getvalue()
 
 
 def test_an_iterator_that_is_moved_on_by_the_element_that_goes() -> None:
-    """The element before is let go of when the next one is there, and ends as it likes."""
+    """The previous element is released when the next one is there; its finalizer may run any code."""
     run_child("""
 import datetime
 from zelmor.imaging import NonGenericList

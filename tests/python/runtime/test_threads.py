@@ -1,4 +1,4 @@
-"""Several threads in the runtime at once: a Python file or a Python value lets others in while a call waits for it."""
+"""Several threads in the runtime at once: a Python file or value lets other threads run while a call waits for it."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ import pytest
 from support.child import run_child
 from support.pictures import write_png
 
-#: One enters, another enters and stays, the first leaves, the other goes on.
+#: One thread enters, a second enters and stays, the first leaves, the second continues.
 IN_TURN = """
 class Slow(io.FileIO):
     def __init__(self, path, before):
@@ -127,5 +127,5 @@ assert list(dictionary.keys) == ["second", "first"]
 """
 
 
-def test_each_thread_counts_the_depth_of_its_own_lists() -> None:
+def test_the_depth_of_nested_lists_is_thread_local() -> None:
     run_child(PROLOGUE + DEPTH, "")

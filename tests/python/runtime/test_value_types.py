@@ -1,4 +1,4 @@
-"""The value types of geometry and color, against oracles in Python."""
+"""The value types of geometry and color, compared with implementations in Python."""
 
 from __future__ import annotations
 
@@ -22,7 +22,7 @@ BYTE = st.integers(0, 255)
 
 
 def wrapped(value: int) -> int:
-    """A 32-bit integer that wraps around."""
+    """A 32-bit integer with wrap-around."""
     return (value + 2**31) % 2**32 - 2**31
 
 
@@ -32,7 +32,7 @@ def single(value: float) -> float:
 
 
 def as_int(value: float) -> int:
-    """The managed conversion of a number to 32 bits."""
+    """The managed conversion of a floating-point number to 32 bits."""
     if math.isnan(value) or not -2**31 <= math.trunc(value) < 2**31:
         return -2**31
     return math.trunc(value)

@@ -23,7 +23,7 @@ def image(picture: str):
         yield loaded
 
 
-def test_a_loaded_image_casts_to_what_it_is(image: Image) -> None:
+def test_a_loaded_image_casts_to_its_run_time_type(image: Image) -> None:
     result = RasterCachedImage._cast_to(image)
     assert bool(result) and result.status == 1
     assert type(result.value) is RasterCachedImage
@@ -88,7 +88,7 @@ def test_type_of_works_for_every_kind_of_type() -> None:
         assert str(found) == f"Zelmor.Imaging.{kind.__name__}"
 
 
-def test_get_type_tells_what_a_wrapper_really_holds(image: Image) -> None:
+def test_get_type_returns_the_run_time_type(image: Image) -> None:
     assert image.get_type() == PngImage._type_of()
     assert image.get_type() != RasterCachedImage._type_of()
     assert Size(1, 2).get_type() == Size._type_of()

@@ -1,4 +1,4 @@
-"""Wrapper types as a user meets them: static and instance members, arguments of class and struct type, guards."""
+"""Wrapper types in use: static and instance members, arguments of class and struct types, guards."""
 
 from __future__ import annotations
 

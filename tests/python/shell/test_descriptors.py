@@ -1,4 +1,4 @@
-"""Static properties, names that are static on the class and not on an object, and the members of enumerations."""
+"""Descriptors: static properties, names with static and instance overloads, and the members of enumerations."""
 
 from __future__ import annotations
 
@@ -22,12 +22,12 @@ def type_of(kind: Any) -> Any:
 
 
 def refusal(name: str, owner: str, given: str) -> str:
-    """The interpreter's words for an object that a descriptor does not apply to."""
+    """The interpreter's message for an object that a descriptor does not apply to."""
     return f"descriptor '{name}' for '{owner}' objects doesn't apply to a '{given}' object"
 
 
 class TestStaticProperties:
-    """A static property answers on the class and on an instance alike."""
+    """A static property works on the class and on an instance alike."""
 
     def test_by_class_and_by_instance(self) -> None:
         assert Size.empty == Size(1, 2).empty == Size(0, 0)
@@ -68,7 +68,7 @@ class TestStaticProperties:
 
 
 class TestMixedMethods:
-    """One name: the static overload on the class, the instance group on an object."""
+    """One name with two meanings: the static overload on the class, the instance overloads on an object."""
 
     @pytest.mark.parametrize(
         ("kind", "name"),
@@ -209,7 +209,7 @@ class TestEnumerationMembers:
 
 
 class TestTheTypes:
-    """Which of the descriptor types are published."""
+    """The descriptor types that are published, and those that are not."""
 
     def test_two_are_attributes_of_the_root(self) -> None:
         assert imaging._FieldDescrType.__module__ == "zelmor.imaging"

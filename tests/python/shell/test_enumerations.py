@@ -1,4 +1,4 @@
-"""Enumerations: real Python ones, strict on the way in, by value on the way out."""
+"""Enumerations are Python enum classes: arguments must be members, results are converted by value."""
 
 from __future__ import annotations
 
@@ -64,7 +64,7 @@ def test_every_member_of_an_enumeration_round_trips() -> None:
 
 
 def test_a_negative_member_of_16_bits_keeps_its_sign() -> None:
-    """What a WMF record holds in a word is signed, so that its enumerations are short."""
+    """A 16-bit word of a WMF record is signed, so its enumerations are int16."""
     record = WmfRecord()
     for member in WmfRecordType:
         record.record_function = member

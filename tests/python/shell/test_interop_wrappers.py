@@ -1,4 +1,4 @@
-"""The wrappers of managed collections, disposables and streams: where they live, what they are, what they cast."""
+"""The wrappers of managed collections, disposables and streams: their modules, base classes and casts."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ from zelmor.imaging.imageoptions import DxfOptions
 INTEROP = zelmor.imaging._wrpgen._interop
 OBJECT_HOST = "Zelmor.WrpGen.Interop.ObjectHost"
 
-#: Wrapper, managed type, and the interfaces that the wrapper also counts as.
+#: The wrapper, its managed type, and the interfaces that it is marked with.
 KINDS = {
     "_IDisposableWrapper": ("System.IDisposable", set()),
     "_IterWrapper": ("System.Collections.IEnumerator", set()),
@@ -48,7 +48,7 @@ def test_a_kind_stands_for_its_managed_type(name: str) -> None:
 
 
 @pytest.mark.parametrize("name", KINDS)
-def test_a_kind_is_marked_with_what_it_also_counts_as(name: str) -> None:
+def test_a_kind_is_marked_with_its_interfaces(name: str) -> None:
     interfaces = {kind(interface) for interface in KINDS[name][1]}
     assert vars(kind(name)).get("_additional_interfaces", set()) == interfaces
     assert vars(kind(name)).get("_implicit_interfaces", set()) == interfaces

@@ -1,6 +1,6 @@
-"""What tools make of the library's types: `help`, signatures, doc texts, representations, failing assertions.
+"""Introspection of the library's types: `help`, signatures, docstrings, `repr`, failing assertions.
 
-In processes of their own: a representation could end the process.
+Each in a process of its own, since a faulty `repr` could end the process.
 """
 
 from __future__ import annotations
@@ -73,7 +73,7 @@ result = [len(lengths), min(lengths) > 0]
 
 
 def test_what_a_shell_asks_of_every_member() -> None:
-    """A signature, a doc text, a representation, a source file: an answer, or the usual refusal."""
+    """A signature, a docstring, a `repr`, a source file: each works, or fails with the interpreter's usual error."""
     asked, refusals = child(WALK + """
 asked, refusals = 0, set()
 for kind in classes():

@@ -1,4 +1,4 @@
-"""Marker attributes: how wrappers and enumerations of the module are recognized."""
+"""Marker attributes, by which wrappers and enumerations of the module are recognized."""
 
 from __future__ import annotations
 
@@ -18,7 +18,7 @@ IMPLICIT = "_implicit_interfaces"
 
 
 def wrapper(name: str) -> Any:
-    """A wrapper of the managed namespaces by its simple name, which has to be unique."""
+    """The wrapper with this simple name in the managed namespaces; the name has to be unique."""
     (found,) = [type_ for type_ in API_WRAPPERS if type_.__name__ == name]
     return found
 
@@ -63,13 +63,13 @@ class TestHostMarker:
             assert imaging.Size(1, 2) != forged
             assert not imaging.Size._is_assignable(forged)
 
-    def test_a_siblings_wrapper_is_recognised(self) -> None:
+    def test_a_siblings_wrapper_is_recognized(self) -> None:
         assert SiblingPen._zelmor_clr_host is None
         assert SiblingPen not in WRAPPERS
 
 
 class TestCastableMarker:
-    """The marker of everything that can be cast."""
+    """The marker of every type that can be cast."""
 
     def test_is_none_on_every_wrapper(self) -> None:
         assert [dotted(type_) for type_ in WRAPPERS if vars(type_).get(CASTABLE_MARKER, "absent") is not None] == []

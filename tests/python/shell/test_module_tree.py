@@ -1,4 +1,5 @@
-"""The module tree: children are attributes, types are published with their names, nothing is lazy but the hosts."""
+"""The module tree: children are attributes, types are published with their names, and only type hosts are built
+lazily."""
 
 from __future__ import annotations
 
@@ -62,7 +63,7 @@ def test_an_interface_lists_what_it_inherits_and_points_at_the_same_functions() 
 
 
 def test_importing_the_extension_alone_enters_no_child_module() -> None:
-    """What the import system knows of the children is the work of the package, on demand."""
+    """The package makes the child modules known to the import system, on demand."""
     found = child("import sys, zelmor.imaging\n"
                   "result = [name for name in sys.modules if name.startswith('zelmor.imaging.')]")
     assert found == []

@@ -1,4 +1,4 @@
-"""Overload dispatch: trial order, the list of reasons, and what a failed attempt leaves behind."""
+"""Overload dispatch: the order of attempts, the list of reasons, and the effects of a failed attempt."""
 
 from __future__ import annotations
 
@@ -56,7 +56,7 @@ def test_keywords_reach_an_overload_that_an_earlier_one_shadows(image: Image) ->
 
 
 def test_none_selects_the_first_overload_with_a_class_in_that_place(image: Image) -> None:
-    """None is refused by the enumeration and passes for the settings, which the managed side then misses."""
+    """None is refused for the enumeration and accepted for the settings, where the managed side then refuses it."""
     with pytest.raises(RuntimeError):
         image.resize(1, 2, None)
 

@@ -1,5 +1,5 @@
-"""What an overload dispatch does with attempts that fail by something else than a refusal: interrupts, errors without
-a text, short memory."""
+"""Overload attempts that fail for another reason than an unsuitable argument: interrupts, errors without a text,
+exhausted memory."""
 
 from __future__ import annotations
 
@@ -15,7 +15,7 @@ from support.package_process import child
 
 
 class Interrupts:
-    """Raised by the default handler of Ctrl-C: a type without a value."""
+    """Raised by the default handler of Ctrl-C: an exception type without an instance."""
 
     @staticmethod
     def happen() -> None:
@@ -23,7 +23,7 @@ class Interrupts:
 
 
 class Raises:
-    """Raised as usual."""
+    """Raised with an instance, as usual."""
 
     def __init__(self, error: BaseException) -> None:
         self._error = error
@@ -33,7 +33,7 @@ class Raises:
 
 
 def odd_integer(event: Any) -> Any:
-    """An integer of a class of its own; when a converter asks for that, the event happens."""
+    """An instance of a subclass of int; when a converter checks its class, the event happens."""
 
     def asked(_: Any) -> Any:
         event.happen()
@@ -42,7 +42,7 @@ def odd_integer(event: Any) -> Any:
 
 
 def odd_object(event: Any) -> Any:
-    """An object that is asked whether it is a file."""
+    """An object whose event happens when a converter checks whether it is a file."""
 
     def asked(_: Any) -> Any:
         event.happen()
@@ -50,7 +50,7 @@ def odd_object(event: Any) -> Any:
     return type("OddObject", (), {"__class__": property(asked)})()
 
 
-#: For every kind of group: a call with an odd argument, and which attempts come behind the one that meets it.
+#: For every kind of group: a call with an unusual argument, and the attempts that follow the one that converts it.
 GROUPS: dict[str, Callable[[Any], Any]] = {
     "static methods, a stream": lambda event: Image.can_load(odd_object(event)),
     "static methods, an integer": lambda event: Color.from_argb(odd_integer(event)),
@@ -156,6 +156,6 @@ for trouble in (KeyboardInterrupt("while told"), SystemExit(3), MemoryError()):
 """
 
 
-def test_a_reason_whose_text_cannot_be_had_is_unprintable() -> None:
-    """In a process of its own: the list of reasons could hold a null."""
+def test_a_reason_whose_str_raises_is_unprintable() -> None:
+    """In a process of its own: the list of reasons could contain a null pointer."""
     assert child(SPEECHLESS) == [[True, True, None]] * 4 + [True] * 3

@@ -1,4 +1,4 @@
-"""Which Python type a managed result gets, by its declared and its run-time type."""
+"""The Python type of a managed result, which depends on its declared and its run-time type."""
 
 from __future__ import annotations
 
@@ -19,23 +19,23 @@ from zelmor.imaging.imageoptions import BmpOptions
 from support.control import Call, Control
 from support.module_tree import API_WRAPPERS, MODEL, dotted
 
-#: Run-time type ids that no managed type has: what an id leads to is remembered for good.
+#: Run-time type ids that no managed type uses: the type of an id is cached for the whole process.
 NEW_IDS = itertools.count(1 << 40)
 UNREGISTERED = "System.Object"
 
 
 def asked_for_names(calls: list[Call]) -> int:
-    """How often the managed side was asked for the name of a run-time type."""
+    """The number of requests for the name of a run-time type."""
     return sum(call.method == "GetTypeName" for call in calls)
 
 
 class Typed:
-    """Results of one declared type, as scripted."""
+    """Results of one declared type, from scripted calls."""
 
     def __init__(self, control: Control) -> None:
         self._control = control
         self._options = BmpOptions()
-        self._container: Any = StreamContainer.__new__(StreamContainer)  # empty: what it answers is scripted
+        self._container: Any = StreamContainer.__new__(StreamContainer)  # empty: its results are scripted
 
     def palette(self, managed_type: str, type_id: int) -> Any:
         """An interface result that holds a new object of a managed type."""
@@ -45,7 +45,7 @@ class Typed:
         return self._options.palette
 
     def null_palette(self) -> Any:
-        """An interface result that holds nothing."""
+        """An interface result that is null."""
         self._control.return_next("Zelmor.Imaging.ImageOptionsBase", "get_Palette", 0, 1, struct.pack("<Qq", 0, 5))
         return self._options.palette
 
@@ -62,9 +62,9 @@ def typed(control: Control) -> Typed:
 
 
 class TestClassResults:
-    """A class or struct result keeps its declared type."""
+    """A result of class or struct type has its declared type."""
 
-    def test_an_image_that_is_something_derived_stays_an_image(self, control: Control, picture: str) -> None:
+    def test_an_image_of_a_derived_type_stays_an_image(self, control: Control, picture: str) -> None:
         with control.journal() as calls:
             loaded = Image.load(picture)
         assert type(loaded) is Image
@@ -78,7 +78,7 @@ class TestClassResults:
         assert casted == loaded
         assert casted is not loaded
 
-    def test_it_passes_where_what_it_is_is_declared(self, picture: str) -> None:
+    def test_it_is_accepted_where_its_run_time_type_is_declared(self, picture: str) -> None:
         loaded = Image.load(picture)
         passes = imaging.RasterImage._is_assignable(loaded), imaging.VectorImage._is_assignable(loaded)
         assert passes == (True, False)
@@ -94,7 +94,7 @@ class TestClassResults:
 
 
 class TestInterfaceResults:
-    """An interface result is shown in the wrapper of its run-time type, if that lists the interface."""
+    """An interface result has the wrapper of its run-time type, if that type is marked with the interface."""
 
     def test_null_is_none_before_any_lookup(self, control: Control, typed: Typed) -> None:
         with control.journal() as calls:
@@ -127,7 +127,7 @@ class TestInterfaceResults:
 
 
 class TestStreamResults:
-    """A stream comes back as what it is."""
+    """A stream result has the Python type of its run-time type."""
 
     def test_null_is_none_before_any_lookup(self, control: Control, typed: Typed) -> None:
         with control.journal() as calls:
@@ -157,7 +157,7 @@ class TestStreamResults:
 
 
 class TestWritersOfTheManagedSide:
-    """The two callbacks that make a wrapper of an object whose declared type says nothing."""
+    """The two callbacks that create a wrapper for an object without a useful declared type."""
 
     def test_a_registered_type(self, control: Control) -> None:
         write = control.callback("write", "tpo")
@@ -169,7 +169,7 @@ class TestWritersOfTheManagedSide:
         with pytest.raises(TypeError, match="^unknown wrapper type$"):
             write(control.new_object(UNREGISTERED), next(NEW_IDS))
 
-    def test_a_type_that_was_answered_with_the_declared_one_before(self, control: Control, typed: Typed) -> None:
+    def test_a_type_that_was_mapped_to_the_declared_type_before(self, control: Control, typed: Typed) -> None:
         type_id = next(NEW_IDS)
         assert type(typed.palette(UNREGISTERED, type_id)) is IColorPalette
         with pytest.raises(TypeError, match="^unknown wrapper type$"):
@@ -194,7 +194,7 @@ class TestWritersOfTheManagedSide:
         assert try_write(control.new_object("Zelmor.Imaging.LoadOptions"), next(NEW_IDS), ctypes.byref(out)) == 1
         wrapper = ctypes.cast(out, ctypes.py_object).value
         assert type(wrapper) is LoadOptions
-        ctypes.pythonapi.Py_DecRef(ctypes.py_object(wrapper))  # the reference that came with it
+        ctypes.pythonapi.Py_DecRef(ctypes.py_object(wrapper))  # the reference that the callback returned
 
     def test_the_form_that_tries_gives_the_handle_of_an_unknown_type_back(self, control: Control) -> None:
         try_write = control.callback("tpo_api", "try_write_tpo")
@@ -204,7 +204,7 @@ class TestWritersOfTheManagedSide:
 
 
 class TestRegisteredNames:
-    """The types that a run-time type can lead to."""
+    """The Python types that a run-time type can be mapped to."""
 
     def test_are_those_of_the_catalogue(self) -> None:
         assert set(map(dotted, API_WRAPPERS)) == {entry.dotted for entry in MODEL.types if not entry.is_enum}

@@ -1,6 +1,6 @@
-"""Calls during which an allocation fails: the call ends as always or tells of the short memory, and nothing else.
+"""Calls with a failing allocation succeed as usual or report the exhausted memory; there is no other outcome.
 
-In processes of their own, since such a point could end the process.
+They run in processes of their own, since a fault could end the process.
 """
 
 from __future__ import annotations

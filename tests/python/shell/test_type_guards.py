@@ -1,7 +1,7 @@
-"""The guard of a type: it comes first wherever something is reached without an instance, but for what never asks.
+"""The guard of a type runs before every operation that needs no instance, except operations that never need a host.
 
-Every host lacks its first entry point here, so that an operation with a guard tells of its type's host. The hosts of
-the collection wrappers stand in no table; which they are is found out in a process of its own.
+Every host lacks its first entry point here, so that an operation with a guard fails with the name of its host. The
+hosts of the collection wrappers are in no table; a separate process finds them out.
 """
 
 from __future__ import annotations
@@ -56,26 +56,26 @@ KINDS = {entry.dotted: entry.kind for entry in MODEL.types}
 def hosts() -> dict[str, str]:
     """The host class of every wrapper and enumeration."""
     collections = run(HOSTS_OF_COLLECTIONS)
-    # A kind whose host another kind has bound already is asked for nothing.
+    # Nothing is requested for a kind whose host another kind has bound already.
     assert [name for name, host in collections.items() if host is None] == []
     return {**{entry.dotted: entry.host_class for entry in MODEL.types}, **collections}
 
 
 @pytest.fixture(scope="module")
 def answers(hosts: dict[str, str], tmp_path_factory: pytest.TempPathFactory) -> dict[str, dict[str, Any]]:
-    """How each operation of each type answers when its host is broken."""
+    """The outcome of each operation of each type with a broken host."""
     path = tmp_path_factory.mktemp("guards") / "hosts.json"
     path.write_text(json.dumps(hosts))
     return run(SWEEP.format(path=str(path)))
 
 
 def about(host: str) -> str:
-    """How the text of a guard begins."""
+    """The beginning of the message of a guard."""
     return f"While initializing the host for the '{host} (Assembly={IMAGING})' type, an error occurred - "
 
 
 def is_interface(name: str) -> bool:
-    """Whether the managed type is an interface, of which no object can be made."""
+    """Whether the managed type is an interface; an interface has no objects of its own."""
     last = name.rpartition(".")[2]
     interop = last.strip("_") in ("IDisposableWrapper", "IterWrapper", "IterableWrapper", "IColWrapper", "IListWrapper")
     return KINDS.get(name) == "interface" or interop or "._generic." in name and last.startswith(("_I", "I"))

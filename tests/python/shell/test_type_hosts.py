@@ -1,6 +1,6 @@
-"""Type hosts: bound at a type's first use, by name and in order; a missing entry point spoils its type and those that
-refer to it, and nothing else. What a process has learned of a type stays, so that each case has a process of its own.
-"""
+"""Type hosts are bound at the first use of a type, by name and in order. A missing entry point makes its type, and
+the types that refer to it, unusable, and no others. A process binds a host once, so that each case has a process of
+its own."""
 
 from __future__ import annotations
 
@@ -143,7 +143,7 @@ def test_an_interface_asks_the_interface_whose_members_it_lists() -> None:
 
 
 def test_an_argument_of_a_spoiled_type_is_refused_on_the_slow_path_alone() -> None:
-    """None needs no host; a wrapper of another type makes the converter ask, and so meet the guard."""
+    """None needs no host; for a wrapper of another type the converter needs the host, so that the guard runs."""
     found = run("""
 options = imaging.imageoptions.PngOptions()
 result = [refusal(lambda: imaging.ColorPaletteHelper.get_uniform_color_palette(value))[0] for value in (None, options)]

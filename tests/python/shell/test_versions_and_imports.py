@@ -1,4 +1,4 @@
-"""The module's own version, and what it requires of the sibling modules at its import."""
+"""The module's own version, and the versions of the sibling modules that it requires at its import."""
 
 from __future__ import annotations
 
@@ -19,13 +19,13 @@ def failure(module: str) -> list[str]:
 
 
 def refusal(module: str, reason: str) -> list[str]:
-    """The exception that tells why a sibling was refused."""
+    """The exception with the reason why a sibling was refused."""
     prefix = f"Unable to import module dependencies. Cannot import the {module} module. "
     return ["ImportError", prefix + reason]
 
 
 def fnv1a(numbers: list[int]) -> int:
-    """FNV-1a over the little-endian bytes of 32-bit numbers, as a signed 32-bit value."""
+    """The FNV-1a hash over the little-endian bytes of 32-bit numbers, as a signed 32-bit value."""
     value = 2166136261
     for byte in b"".join(number.to_bytes(4, "little", signed=True) for number in numbers):
         value = (value ^ byte) * 16777619 % 2**32
@@ -33,7 +33,7 @@ def fnv1a(numbers: list[int]) -> int:
 
 
 class TestRefusedSiblings:
-    """Each way in which one sibling can be wrong, for each of them."""
+    """Each way in which one sibling can be unsuitable, for each sibling."""
 
     @pytest.fixture
     def siblings(self) -> dict[str, Any]:
@@ -92,7 +92,7 @@ class TestRefusedSiblings:
         siblings[module]["capsules"].remove(capsule)
         chain = import_over(siblings)
         assert chain[:2] == [failure(module), ["ImportError", f"can't import capsule '{capsule}'"]]
-        assert len(chain) == 3  # the interpreter's own reason
+        assert len(chain) == 3  # the interpreter's own message
         assert chain[2][0] in ("AttributeError", "ImportError")
 
     @pytest.mark.parametrize("module", ["zelmor.pydrawing", "zelmor.pyreflection", "zelmor.pyio"])
@@ -118,7 +118,7 @@ class TestRefusedSiblings:
 
 
 class TestAcceptedSiblings:
-    """What passes, up to a module that works as far as it needs no converter."""
+    """Suitable siblings are accepted; the module then works as far as it needs no converter."""
 
     def test_exactly_the_required_version(self) -> None:
         assert import_over(made_up()) == []
@@ -133,7 +133,7 @@ class TestAcceptedSiblings:
         assert import_over(siblings) == []
 
 
-#: Capsules over functions of the test, so that it can be seen which entry serves what.
+#: Capsules over functions of the test, which record the entry that is used.
 RECORDING = """
 import ctypes, json, sys
 import zelmor.pydrawing, zelmor.pyreflection, zelmor.pyio, zelmor.pygc
@@ -177,7 +177,7 @@ def cast_result(name):
 
 
 class TestCapsuleEntries:
-    """Which entry of a capsule serves which purpose."""
+    """The purpose of each entry of a capsule."""
 
     @pytest.mark.parametrize(
         ("capsule", "index", "kind", "use"),

@@ -1,4 +1,4 @@
-"""What all wrappers have in common: their record, text, hash, comparison, type, and what they refuse."""
+"""Common features of all wrappers: their record, text, hash, comparison, type, and unsupported operations."""
 
 from __future__ import annotations
 
@@ -30,7 +30,7 @@ def instance(request: pytest.FixtureRequest) -> Any:
 
 @pytest.fixture
 def services(instance: Any) -> dict[str, str]:
-    """The object services that serve the kind of the instance, by what they do."""
+    """The object services for the kind of the instance, by purpose."""
     suffix = "Stc" if isinstance(instance, Size) else "Obj"
     return {name: f"{prefix}Of{suffix}" for name, prefix in
             [("text", "ToString"), ("hash", "GetHash"), ("equals", "IsEquals")]} | {"type": f"Get{suffix}Type"}
@@ -42,7 +42,7 @@ def methods(calls: list[Call], host: str) -> list[str]:
 
 
 class TestRelease:
-    """Every handle is given back once."""
+    """Every handle is released exactly once."""
 
     def test_at_the_end_of_the_wrapper(self, control: Control, instance: Any) -> None:
         made = type(instance)()
@@ -79,7 +79,7 @@ class TestEveryType:
     """The static record of each of the wrapper types."""
 
     def test_size(self) -> None:
-        # A stream alone has a field behind its handle.
+        # Only a stream has a field after its handle.
         odd = {dotted(kind): kind.__basicsize__ for kind in WRAPPERS if kind.__basicsize__ != 24}
         assert odd == {"zelmor.imaging._wrpgen._interop._StreamWrapper": 32}
         assert [kind for kind in WRAPPERS if kind.__itemsize__ != 0] == []
@@ -101,7 +101,7 @@ class TestEveryType:
 
 
 class TestText:
-    """`str` and `repr` are the managed text."""
+    """`str` and `repr` are the text that the managed side returns."""
 
     def test_both_are_the_same(self, instance: Any) -> None:
         assert str(instance) == repr(instance) == f"{instance}"
@@ -135,7 +135,7 @@ class TestText:
 
 
 class TestComparison:
-    """Equality is the managed one, and there is no order."""
+    """The managed side decides on equality; there is no order."""
 
     def test_an_object_equals_itself_without_a_managed_call(self, control: Control, instance: Any) -> None:
         same = instance
@@ -144,7 +144,7 @@ class TestComparison:
             assert not instance != same
         assert calls == []
 
-    def test_is_what_the_managed_side_answers(
+    def test_is_the_result_of_the_managed_side(
         self, control: Control, instance: Any, services: dict[str, str]
     ) -> None:
         other = type(instance)()
@@ -214,7 +214,7 @@ class TestComparison:
 
 
 class TestHash:
-    """The hash is the managed one."""
+    """The hash is the one that the managed side computes."""
 
     def test_equal_values_hash_alike(self) -> None:
         assert hash(Size(3, 4)) == hash(Size(3, 4))
@@ -241,7 +241,7 @@ class TestHash:
 
 
 class TestGetType:
-    """`get_type` gives the run-time managed type."""
+    """`get_type` returns the run-time managed type."""
 
     def test_equals_the_type_of_the_class(self, instance: Any) -> None:
         assert instance.get_type() == type(instance)._type_of()
@@ -266,7 +266,7 @@ class TestGetType:
 
 
 class TestWhatIsRefused:
-    """A wrapper has no room for anything of Python's."""
+    """A wrapper cannot store attributes of Python."""
 
     def test_attributes_of_its_own(self, instance: Any) -> None:
         with pytest.raises(AttributeError, match=f"^'{dotted(type(instance))}' object has no attribute 'foo'$"):
@@ -282,7 +282,7 @@ class TestWhatIsRefused:
 
 
 class TestConstruction:
-    """Types with and without constructor, and half-made objects."""
+    """Types with and without a constructor, and objects without a handle."""
 
     @pytest.mark.parametrize(
         "kind", [imaging.Image, imaging.IColorPalette, imaging.ImageOptionsBase, imaging.Cache], ids=dotted
@@ -310,7 +310,7 @@ class TestConstruction:
     def test_a_second_init_replaces_what_is_held(self) -> None:
         size = Size(1, 2)
         size.__init__(3, 4)
-        assert (size.width, size.height) == (3, 4)  # and the first handle is never given back
+        assert (size.width, size.height) == (3, 4)  # and the first handle is never released
 
     def test_new_alone_makes_an_empty_wrapper(self) -> None:
         empty = LoadOptions.__new__(LoadOptions)

@@ -1,4 +1,4 @@
-"""The in-memory stream does what io.BytesIO does, in whatever order its methods are called."""
+"""The in-memory stream behaves like io.BytesIO, in whatever order its methods are called."""
 
 import array
 import copy
@@ -33,7 +33,7 @@ CALLS = st.one_of(
 
 
 def outcome(stream, name, args):
-    """What a call gave: its result, or the type of its error."""
+    """The outcome of a call: its result, or the type of its error."""
     try:
         result = getattr(stream, name)(*args)
     except Exception as error:
@@ -188,12 +188,12 @@ def test_attributes_and_cycles():
 
 
 class Recorder(BytesAsStream):
-    """A derived class, with a close of its own."""
+    """A derived class that overrides close."""
 
     closings = 0
 
     def close(self):
-        """Counts."""
+        """Counts the calls."""
         self.closings += 1
         super().close()
 

@@ -1,4 +1,4 @@
-"""The capsules through which the other modules use a sibling: present by name, and what their functions do."""
+"""The capsules through which other modules use a sibling: their names, and the behavior of their functions."""
 
 import ctypes
 
@@ -43,7 +43,7 @@ SECOND_READERS = ["zelmor.pyreflection._C_APIT_Object", "zelmor.pyreflection._C_
 
 
 def simple_name(capsule):
-    """The name of the type that a capsule serves."""
+    """The name of the type that a capsule converts."""
     return capsule.rpartition("_")[2]
 
 

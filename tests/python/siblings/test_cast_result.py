@@ -1,4 +1,4 @@
-"""The cast result: a status and a value, true if the cast was made, a pair to whoever unpacks it."""
+"""The cast result: a status and a value; it is true if the cast succeeded, and can be unpacked as a pair."""
 
 import gc
 import sys
@@ -103,7 +103,7 @@ def test_the_value_is_not_stolen():
 
 
 def test_none_is_kept_in_balance():
-    gc.collect()  # what other tests left behind holds None too
+    gc.collect()  # objects that other tests left behind refer to None too
     before = sys.getrefcount(None)
     results = [make(0) for _ in range(1000)]
     assert sys.getrefcount(None) > before + 900

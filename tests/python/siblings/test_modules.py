@@ -1,4 +1,4 @@
-"""What the sibling modules publish: versions, types and enumerations, with the casts that every type has."""
+"""The contents of the sibling modules: versions, types and enumerations, with the casts that every type has."""
 
 import enum
 import importlib
@@ -95,7 +95,7 @@ def test_managed_type(wrapper):
     assert str(managed_type) == f"{NAMESPACES[wrapper.__module__]}.{wrapper.__name__}"
 
 
-def test_casts_of_what_is_no_wrapper(wrapper):
+def test_casts_of_objects_that_are_no_wrappers(wrapper):
     for value in (5, "text", object()):
         assert tuple(wrapper._cast_to(value)) == (False, None)
         assert tuple(wrapper._cast_as(value)) == (False, None)

@@ -1,4 +1,4 @@
-"""The drawing module's value types: fields, what they refuse, equality, hash, text, copies."""
+"""The value types of the drawing module: fields, refused values, equality, hash, text, copies."""
 
 import copy
 import math
@@ -20,7 +20,7 @@ ALL_TYPES = [*FLOAT_TYPES, (Rectangle, ("x", "y", "width", "height"))]
 
 
 def single(value):
-    """The number as single precision holds it; beyond its range an infinity."""
+    """The number rounded to single precision; infinity beyond its range."""
     try:
         return struct.unpack("f", struct.pack("f", value))[0]
     except OverflowError:

@@ -1,4 +1,4 @@
-"""Each shared object exports its entry points alone, so that nothing is shared between modules by accident."""
+"""Symbol visibility: each shared object exports only its entry points, so that modules share nothing by accident."""
 
 from __future__ import annotations
 
@@ -57,7 +57,7 @@ def test_drawing_backend() -> None:
 
 
 def test_only_the_image_backend_is_linked_with_codecs() -> None:
-    """An import loads the module, its siblings and the runtime; none of them may pull in image libraries."""
+    """An import loads the module, its siblings and the runtime, but no image libraries."""
     libraries = [*PACKAGE.rglob("*.cpython-*.so"), RUNTIME / "libcoreclr.so", RUNTIME / WRAPPER]
     for library in libraries:
         listing = subprocess.run(["readelf", "-d", library], capture_output=True, text=True, check=True)
@@ -69,7 +69,7 @@ def test_only_the_image_backend_is_linked_with_codecs() -> None:
 
 @pytest.mark.skipif("ZELMOR_SANITIZED" in os.environ, reason="the sanitizers' build has checks of its own")
 def test_hardened() -> None:
-    """The stack is guarded in every shared object, and calls whose sizes the compiler knows are checked."""
+    """Every shared object is compiled with stack protection and with checks of the sizes that the compiler knows."""
     libraries = [*PACKAGE.rglob("*.cpython-*.so"), *RUNTIME.glob("*.so")]
     assert len(libraries) >= len(MODULES) + 4
     checked = 0

@@ -1,4 +1,4 @@
-"""What ends a start: fatal failures of the runtime, and failures that become a chained ImportError."""
+"""Failed starts: failures of the runtime that end the process, and failures that become a chained ImportError."""
 
 from __future__ import annotations
 
@@ -13,15 +13,15 @@ import pytest
 from support.service_hosts import BOUND, EXCHANGE_HOST, HANDED_OVER
 from support.startup_process import ASSEMBLY, ASSEMBLY_DIR, EXE, EXE_DIR, NETCORE_DIR, WRAPPER, Start
 
-#: COR_E_MISSINGMETHOD, as the fake wrapper library gives it and as the message prints it.
+#: COR_E_MISSINGMETHOD, as the fake wrapper library returns it and as the message prints it.
 MISSING_METHOD = ctypes.c_int32(0x80131513).value
 
 IMPORT = "import zelmor.imaging"
-#: The same in an installation without the embedded runtime, which names none where the user names none.
+#: The same in an installation without the embedded runtime, where only the user can name a runtime.
 IMPORT_ALONE = f"from zelmor import _runtime_choice\n_runtime_choice._RUNTIME_DIR = '/absent'\n{IMPORT}"
-#: Siblings import each other too, so that a test that spoils one of them has to have them all up before.
+#: Siblings import each other too, so a test that breaks one of them imports all of them first.
 IMPORT_SIBLINGS = "import zelmor.pydrawing, zelmor.pyreflection, zelmor.pyio, zelmor.pygc"
-#: The siblings come up over the ordinary runtime, this module then finds the runtime of the test and starts that.
+#: The siblings start with the ordinary runtime; then the module finds and starts the runtime of the test.
 IMPORT_AFTER_SIBLINGS = f"""
 {IMPORT_SIBLINGS}
 import os
@@ -39,7 +39,7 @@ def start(tmp_path: Path) -> Start:
 
 
 def bound_for(calls: list[str]) -> list[tuple[str, str]]:
-    """The type and entry point of every delegate that was asked for in the module's own assembly."""
+    """The type and entry point of every delegate that was requested in the module's own assembly."""
     requests = [call.split(" ")[1:] for call in calls]
     return [(managed_type, entry) for assembly, managed_type, entry in requests if assembly == ASSEMBLY]
 
@@ -50,7 +50,8 @@ def handed_over(calls: list[str]) -> list[str]:
 
 
 def assert_terminated(result: subprocess.CompletedProcess[str], exception: str, text: str) -> None:
-    """The process ended by std::terminate, over this exception, and Python saw nothing of it."""
+    """Expects that std::terminate ended the process because of this exception, and that no Python exception was
+    raised."""
     assert result.returncode == -signal.SIGABRT, result.stderr
     assert "terminate called after throwing an instance of" in result.stderr
     assert exception in result.stderr
@@ -59,7 +60,7 @@ def assert_terminated(result: subprocess.CompletedProcess[str], exception: str, 
 
 
 class TestFatal:
-    """Without a runtime the process ends."""
+    """Without a runtime the process is terminated."""
 
     @pytest.mark.parametrize("module", ["zelmor.imaging", "zelmor.pydrawing", "zelmor.pygc"])
     def test_absent_wrapper_library(self, start: Start, module: str) -> None:
@@ -106,10 +107,10 @@ class TestFatal:
 
 
 class TestDirectories:
-    """Where the runtime and the assemblies are looked for."""
+    """Where the bridge looks for the runtime and the assemblies."""
 
     def trace_of_failed_start(self, start: Start, code: str, **variables: str) -> str:
-        # Unbuffered, since an abort does not write out what the trace left in the stream.
+        # Unbuffered, since an abort does not flush the part of the trace that is still in the stream.
         result = start.run(code, "-u", COREHOST_TRACE="1", **variables)
         assert_terminated(result, "std::runtime_error", "DynamicLibrary::load")
         return result.stdout
@@ -179,7 +180,7 @@ class TestTrace:
 
     @staticmethod
     def streams(result: subprocess.CompletedProcess[str]) -> tuple[int, str, str]:
-        """All that a process leaves behind."""
+        """Everything that a process printed, and its exit status."""
         return result.returncode, result.stdout, result.stderr
 
     def test_lines_follow_the_steps(self, start: Start) -> None:
@@ -224,7 +225,7 @@ class TestDelegates:
         assert start.run_reporting("print(json.dumps(attempt()))") == []
         assert bound_for(start.calls("delegate")) == BOUND
         assert handed_over(start.calls("call")) == HANDED_OVER
-        # The callbacks go over behind the last binding of the one host and before the first of the other.
+        # The callbacks are handed over after the last binding of one host and before the first of the other.
         own = [call for call in start.calls("delegate", "call") if call.split(" ")[1] == ASSEMBLY]
         kinds = [call.split(" ")[0] for call in own]
         assert kinds == ["delegate"] * 15 + ["call"] * 10 + ["delegate"] * 11
@@ -242,10 +243,10 @@ class TestDelegates:
                 f" - Method '{entry}' not found (error={MISSING_METHOD})",
             ],
         ]
-        # Nothing is asked for behind the failure, and no callback goes over an incomplete boundary.
+        # Nothing is requested after the failure, and no callback is called while the tables are incomplete.
         assert bound_for(start.calls("delegate")) == BOUND[: number + 1]
         assert handed_over(start.calls("call")) == ([] if managed_type == EXCHANGE_HOST else HANDED_OVER)
-        # The runtime stays up, and goes down at the exit as ever.
+        # The runtime keeps running and is shut down at exit as usual.
         assert len(start.calls("shutdown")) == 1
 
     def test_import_succeeds_once_the_exchange_host_is_complete(self, start: Start) -> None:
@@ -270,7 +271,7 @@ class TestDelegates:
 
 
 class TestSiblingModules:
-    """Siblings that do not fit fail the import, with their reason as the cause."""
+    """An unsuitable sibling makes the import fail, with the reason as the cause."""
 
     @pytest.mark.parametrize(
         ("module", "code"),
@@ -298,7 +299,7 @@ print(json.dumps(attempt()))
     )
     def test_sibling_is_too_old(self, start: Start, module: str, code: int) -> None:
         start.install()
-        # The view is a text of its own, and so the message still shows the version that the sibling was built as.
+        # The version view is a text of its own, so the message still shows the version that the sibling was built as.
         view, chain = start.run_reporting(f"""
 {IMPORT_SIBLINGS}
 import ctypes
@@ -341,5 +342,5 @@ print(json.dumps(attempt()))
 
     @staticmethod
     def outermost(code: int) -> str:
-        """The message that names the module and the place."""
+        """The message that names the module and the place of the failure."""
         return f"One or more errors occurred while loading the module 'zelmor.imaging' ({code})"

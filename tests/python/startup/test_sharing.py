@@ -1,4 +1,4 @@
-"""Several modules on the bridge in one process: one of them starts the runtime, the others join it."""
+"""Several bridge modules in one process: the first one starts the runtime, the others attach to it."""
 
 from __future__ import annotations
 
@@ -28,7 +28,7 @@ def start(tmp_path: Path) -> Start:
 
 
 def lifecycle(start: Start) -> list[str]:
-    """The names of the calls that start, join and stop the runtime, in order."""
+    """The names of the calls that start, attach to and stop the runtime, in order."""
     return [call.split(" ")[0] for call in start.calls("load", "initialize", "is_domain_initialized", "shutdown")]
 
 
@@ -66,7 +66,7 @@ def test_module_alone_starts_and_stops_the_runtime(start: Start) -> None:
 
 
 def test_joining_a_process_without_a_domain_is_no_failure_by_itself(start: Start) -> None:
-    # The delegates decide: they are there, and so the import succeeds. The flag alone stops nothing.
+    # The import succeeds because the delegates are there; the flag alone does not prevent it.
     result = start.run("import zelmor.imaging", FAKE_WRAP_IS_DOMAIN="0")
     assert result.returncode == 0, result.stderr
     assert lifecycle(start)[-1] == "shutdown"
@@ -91,7 +91,8 @@ import zelmor.pydrawing
 
 
 def test_runtime_outlives_the_interpreter(start: Start) -> None:
-    # What atexit runs still has the runtime; it is shut down by the exit handlers of the process, behind Python's.
+    # Functions registered with atexit can still use the runtime; it is shut down later, by exit handlers of the
+    # process.
     result = start.run(
         """
 import atexit, os, zelmor.imaging
@@ -112,7 +113,7 @@ def test_hard_exit_shuts_nothing_down(start: Start) -> None:
 
 
 def test_a_forked_child_leaves_the_runtime_to_its_parent(start: Start) -> None:
-    # The child ends as any program does, with all exit handlers; the parent then uses a type for the first time.
+    # The child ends like any program, with all exit handlers; then the parent uses a type for the first time.
     result = start.run(
         """
 import os, sys, zelmor.imaging
@@ -143,7 +144,7 @@ os._exit(0)
 
 
 def test_modules_of_one_process_keep_their_symbols_apart(start: Start) -> None:
-    # Each module has its own domain name variable and no other data symbol: nothing is shared by accident.
+    # Each module has its own variable for the domain name and exports no other data symbol.
     result = start.run(
         """
 import ctypes, zelmor.imaging, zelmor.pydrawing

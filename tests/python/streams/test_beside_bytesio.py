@@ -1,4 +1,4 @@
-"""The same calls on a managed stream and on an io.BytesIO, byte for byte; where they differ, the model says how."""
+"""The same calls on a managed stream and on an io.BytesIO, compared byte for byte; the model states the differences."""
 
 from __future__ import annotations
 
@@ -23,20 +23,20 @@ from support.own_file import OwnFile
 KIND = zelmor.imaging._wrpgen._interop._StreamWrapper
 CONTENT = st.binary(max_size=60) | st.lists(st.sampled_from([b"a", b"\n", b"line "]), max_size=12).map(b"".join)
 SIZES = st.none() | st.integers(-2, 70)
-#: Where the call is to begin; here and there it is where the last one ended.
+#: The position at which a call begins; None stands for the position after the previous call.
 PLACES = st.none() | st.integers(0, 80)
 
 
 class BesideBytesIO(RuleBasedStateMachine):
-    """A managed stream and an io.BytesIO that the same is done to."""
+    """A managed stream and an io.BytesIO on which the same operations run."""
 
-    #: Seeking before the beginning stops there, as in io.BytesIO; elsewhere it is an error.
+    #: Whether seeking before the beginning stops there, as in io.BytesIO; otherwise it is an error.
     stops_at_the_beginning = False
-    #: An empty write behind the end fills the gap with zeros.
+    #: Whether an empty write behind the end fills the gap with zeros.
     empty_write_fills = False
-    #: It can be made shorter.
+    #: Whether the stream can be shortened.
     shrinks = True
-    #: A read gives all that is asked for, if it is there.
+    #: Whether a read returns as much as requested, if the data is there.
     short = False
 
     def __init__(self) -> None:
@@ -173,7 +173,7 @@ class BesideBytesIO(RuleBasedStateMachine):
         self.ours.seek(position)
 
     def teardown(self) -> None:
-        """In the end both are closed, and refuse the same."""
+        """At the end both are closed and refuse the same operations."""
         for file in (self.ours, self.theirs):
             assert file.close() is None and file.close() is None and file.closed is True
         for method, *arguments in (("read",), ("readline",), ("readlines",), ("readinto", bytearray(1)), ("write", b""),
@@ -198,7 +198,7 @@ class InMemory(BesideBytesIO):
 
 
 class OverAFileOfPython(BesideBytesIO):
-    """A managed stream that has a Python file behind it, which works in whole."""
+    """A managed stream over a Python file that reads and writes everything in one call."""
 
     stops_at_the_beginning = True
     shrinks = False
@@ -213,7 +213,7 @@ class OverAFileOfPython(BesideBytesIO):
 
 
 class OverAShortFileOfPython(OverAFileOfPython):
-    """The same, with a file that works in small pieces."""
+    """The same over a file that reads and writes a few bytes in each call."""
 
     short = True
 
@@ -238,7 +238,7 @@ class OnDisk(BesideBytesIO):
 
 
 class Joined(BesideBytesIO):
-    """Several streams put together, one of them a Python file. It starts with their content."""
+    """Several streams joined, one of them a Python file. They hold the initial content."""
 
     short = True
 
@@ -256,5 +256,5 @@ class Joined(BesideBytesIO):
 
 
 @pytest.mark.parametrize("machine", [InMemory, OverAFileOfPython, OverAShortFileOfPython, OnDisk, Joined])
-def test_it_does_what_io_bytes_io_does(machine: type[BesideBytesIO]) -> None:
+def test_it_behaves_like_io_bytes_io(machine: type[BesideBytesIO]) -> None:
     run_state_machine_as_test(machine, settings=settings(max_examples=examples(25), stateful_step_count=30))

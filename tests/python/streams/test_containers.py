@@ -1,4 +1,4 @@
-"""Stream containers where things go wrong or come close to it: nothing is lost, nothing is left behind."""
+"""Stream containers with failing files and at the limits of sizes: no data is lost, no handle or file leaks."""
 
 from __future__ import annotations
 
@@ -189,7 +189,7 @@ class TestReadingIntoMemory:
         stream.read(window)
         assert buffer == b"667945"
 
-    def test_a_range_is_one_question(self, container: type, make: Any) -> None:
+    def test_a_range_is_one_call(self, container: type, make: Any) -> None:
         stream, buffer = container(make(DIGITS)), bytearray(12)
         assert [stream.read(buffer, 2, 4), stream.read(buffer, 0, 0), stream.read(buffer, 12, 0)] == [4, 0, 0]
         assert buffer == b"\0\x000123" + bytes(6)
@@ -332,7 +332,7 @@ class TestInsertion:
 
 
 class BesideBytes(RuleBasedStateMachine):
-    """A split container, and the bytes that it should hold."""
+    """A split container, and the bytes that it should contain."""
 
     def __init__(self) -> None:
         super().__init__()

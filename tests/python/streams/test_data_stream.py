@@ -1,4 +1,4 @@
-"""The data stream of an image: what it was loaded from, or what it is to be written to."""
+"""The data stream of an image: the stream that it was loaded from, or the stream that it will be written to."""
 
 from __future__ import annotations
 
@@ -29,7 +29,7 @@ PNG = png()
 
 
 def on_disk(container: StreamContainer) -> FileStreamContainer:
-    """The container by its type on the managed side; the property is declared as that of any stream."""
+    """The container in its run-time type; the declared type of the property is the base class of streams."""
     made, cast = FileStreamContainer._cast_to(container)
     assert made
     return cast
@@ -80,7 +80,7 @@ def test_of_a_file_with_any_name(tmp_path: Path, name: bytes) -> None:
     Path(path).write_bytes(PNG)
     with Image.load(path) as image, image.data_stream_container as container:
         assert container.length == len(PNG)
-        if path.isprintable():  # managed text with a byte that is no UTF-8 in it does not come back to Python
+        if path.isprintable():  # managed text that contains a byte that is not UTF-8 cannot be converted to Python
             assert on_disk(container).file_path == path
 
 

@@ -1,4 +1,5 @@
-"""A Python file behind a managed stream: which objects are taken, and what the managed side makes of what they do."""
+"""A Python file behind a managed stream: the accepted objects, and how results and errors of their methods are
+passed on."""
 
 from __future__ import annotations
 
@@ -26,7 +27,7 @@ DIGITS = b"0123456789"
 
 
 def managed(name: str, detail: str = "") -> str:
-    """The text of a managed exception, as a pattern."""
+    """A regular expression for the text of a managed exception."""
     return rf"(?s)^Proxy error\({name}\).*{detail}"
 
 
@@ -61,7 +62,7 @@ class TestWhatIsTaken:
         assert container.to_bytes() == DIGITS
 
     class Reads:
-        """An object that has a file's methods and is none."""
+        """An object with the methods of a file that is not an instance of a file class."""
 
         def read(self, size: int = -1) -> bytes:
             return DIGITS[:size]
@@ -175,7 +176,7 @@ class TestWorkingOnFiles:
 
 
 def lying(**members: Any) -> StreamContainer:
-    """A container around a file some of whose members are as given."""
+    """A container around a file, some of whose members are replaced."""
     return StreamContainer(type("Lying", (OwnFile,), members)(DIGITS))
 
 
@@ -219,7 +220,7 @@ class TestFilesThatLie:
 
     @pytest.mark.parametrize("answer", [2**63, -2**63 - 1, 2**200])
     def test_positions_of_more_than_64_bits(self, answer: int) -> None:
-        """In the words of the one conversion that Int64 has."""
+        """The message is that of the only conversion of Int64."""
         with pytest.raises(OverflowError) as refused:
             lying().position = answer
         for members, use in (({"tell": lambda self: answer}, lambda c: c.position),
@@ -299,14 +300,14 @@ class TestFilesThatLie:
                 lying(**members).length  # noqa: B018
 
     @pytest.mark.filterwarnings("ignore::pytest.PytestUnraisableExceptionWarning")
-    def test_a_close_that_fails_is_told_and_goes_on(self, monkeypatch: pytest.MonkeyPatch) -> None:
+    def test_a_failing_close_is_reported_and_does_not_stop_the_call(self, monkeypatch: pytest.MonkeyPatch) -> None:
         told: list[Any] = []
         monkeypatch.setattr(sys, "unraisablehook", lambda report: told.append(report.exc_value))
         file = type("Unclosable", (OwnFile,), {"close": raising(ValueError("stuck"))})(DIGITS)
         with StreamContainer(file, True):
             pass
         assert [str(error) for error in told] == ["stuck"]
-        # A base class closes itself when it goes: that is not what is looked at here.
+        # A base class closes itself when it is destroyed; that is not tested here.
         type(file).close = lambda self: None
 
     def test_a_view_that_is_kept_shows_no_more_than_memory_that_was(self) -> None:
@@ -330,7 +331,7 @@ class TestFilesThatLie:
         assert seen == [True]
 
     def test_a_file_that_uses_its_own_container(self) -> None:
-        """The managed side is entered again while it reads."""
+        """The managed side is re-entered while it reads."""
         holder: list[StreamContainer] = []
 
         class Reentrant(OwnFile):
@@ -341,11 +342,11 @@ class TestFilesThatLie:
 
         holder.append(StreamContainer(Reentrant(DIGITS)))
         assert holder[0].to_bytes() == DIGITS
-        holder.clear()  # no collector sees through the managed side: a cycle over it has to be opened
+        holder.clear()  # the garbage collector cannot break a cycle over the managed side
 
 
 def test_many_files_at_once(tmp_path: Path) -> None:
-    """Descriptors are the files' own: nothing stays open behind them."""
+    """Files own their descriptors: none stays open."""
     before = len(os.listdir("/proc/self/fd"))
     for number in range(50):
         (tmp_path / str(number)).write_bytes(DIGITS)

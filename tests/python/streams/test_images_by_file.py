@@ -1,4 +1,4 @@
-"""Images from and to binary files of every kind: what goes by path goes by stream, with the same outcome."""
+"""Images from and to binary files of every kind: a stream gives the same result as a path."""
 
 from __future__ import annotations
 
@@ -25,7 +25,7 @@ FORMATS = {"PNG": FileFormat.PNG, "BMP": FileFormat.BMP, "TIFF": FileFormat.TIFF
 
 
 def encoded(name: str = "PNG") -> bytes:
-    """A picture of noise in a format."""
+    """A picture of random colors in a format."""
     file = io.BytesIO()
     Pillow.fromarray(noise()).save(file, name)
     return file.getvalue()
@@ -46,7 +46,7 @@ def memory_stream(data: bytes) -> Any:
 
 
 class Dripping(io.RawIOBase):
-    """A file that gives few bytes at a time, and cannot seek."""
+    """A file that reads a few bytes in each call, and cannot seek."""
 
     def __init__(self, data: bytes) -> None:
         super().__init__()
@@ -74,7 +74,7 @@ class TestLoading:
             assert image.file_format == FORMATS[name]
             copy = io.BytesIO()
             image.save(copy, PngOptions())
-        if name not in ("JPEG", "WEBP"):  # two decoders of lossy formats may round apart
+        if name not in ("JPEG", "WEBP"):  # two decoders of lossy formats may round differently
             assert np.array_equal(pixels(copy.getvalue()), pixels(data))
 
     def test_from_where_the_stream_stands(self) -> None:
@@ -214,7 +214,7 @@ class TestSaving:
                 image.save(io.BytesIO(), None)
 
     def test_through_a_pipe_to_another_thread(self) -> None:
-        """The lock of the interpreter is let go where Python waits: the other thread reads meanwhile."""
+        """A Python file that waits releases the interpreter lock: the other thread reads meanwhile."""
         reader, writer = os.pipe()
         received: list[bytes] = []
 
@@ -235,7 +235,7 @@ class TestSaving:
 
 
 def test_a_new_image_over_a_stream() -> None:
-    """A source of an image to be created keeps the file; saving without a target goes there."""
+    """A source of an image to be created keeps the file; saving without a target writes to it."""
     file = io.BytesIO()
     options = BmpOptions()
     source = StreamSource(file)

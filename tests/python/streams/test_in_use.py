@@ -1,7 +1,7 @@
-"""A stream that is taken away while it is in use: by the file behind it, by another thread, by being used once more.
+"""A stream that is closed or disposed of while it is in use: by its own file, by another thread, or by a nested use.
 
-Every operation on every kind of stream, with each of the calls that it makes into Python as the moment. The attempts
-run in a process of their own, in which freed memory is overwritten, so that a use of it shows.
+Every operation on every kind of stream is tried, with the interference in each of the calls that it makes into Python.
+The attempts run in a process in which freed memory is overwritten, so that a use after free shows.
 """
 
 from __future__ import annotations
@@ -22,18 +22,18 @@ PROGRAM = PROGRAMS / "streams_in_use.py"
 JOINED = ["joined stream", "owning joined stream"]
 SUBJECTS = ["container", "owning container", "container of a source", "container of a file", "split container",
             *JOINED, "image"]
-# Which exceptions may come of it. PythonException: the file was closed with its container.
+# The permitted exceptions. PythonException: the file was closed together with its container.
 MAY_FAIL = {"", "ObjectDisposedException", "InvalidOperationException", "PythonException", "EndOfStreamException",
             "IOException", "ImageLoadException", "ArgumentOutOfRangeException", "NotSupportedException"}
 
 
 def expected_failure(subject: str, operation: str) -> str:
-    """What an operation raises undisturbed: a picture with something put in is none."""
+    """The exception that an operation raises without interference: a picture with inserted data cannot be read."""
     return "ImageLoadException" if subject in JOINED and operation == "load" else ""
 
 
 def attempts(subject: str, meddling: str, directory: Path) -> dict[str, tuple[str, list[Any]]]:
-    """What came of each operation undisturbed, and of each of its calls that was meddled with."""
+    """The outcome of each operation without interference, and with interference in each of its calls."""
     write_png(directory / "picture.png")
     environment = {**os.environ, "MALLOC_PERTURB_": "165", "PYTHONPATH": str(TESTS)}
     done = subprocess.run([sys.executable, str(PROGRAM), subject, meddling, str(directory)], env=environment,
@@ -58,7 +58,7 @@ def test_it_is_disposed_of(tmp_path: Path, subject: str, meddling: str) -> None:
         assert failure == expected_failure(subject, name), name
         for outcome, same in outcomes:
             assert outcome in MAY_FAIL, name
-            # A file that stays open does to the end what it was asked for.
+            # A file that stays open completes the operation.
             if subject in ("container", "image") and outcome == "":
                 assert same, name
 

@@ -1,4 +1,5 @@
-"""A managed stream as a binary file of Python: what each method does, asks of the managed side, and refuses."""
+"""A managed stream as a binary file in Python: the effect of each method, its calls of the managed side, and its
+refusals."""
 
 from __future__ import annotations
 
@@ -30,7 +31,7 @@ UNSEEKABLE = "^the operation supported only for seekable inner streams. "
 
 
 def stream_of(content: bytes = b"") -> Any:
-    """A managed stream in memory that stands at the beginning of its content."""
+    """A managed stream in memory, positioned at the beginning of its content."""
     stream = StreamSource().stream
     assert stream.write(content) == len(content)
     assert stream.seek(0) == 0
@@ -38,13 +39,13 @@ def stream_of(content: bytes = b"") -> Any:
 
 
 def content_of(stream: Any) -> bytes:
-    """All that is in the stream."""
+    """The whole content of the stream."""
     stream.seek(0)
     return stream.read()
 
 
 def asked(calls: list[Call]) -> list[tuple[Any, ...]]:
-    """The calls of the stream's own services: name and arguments, counts and offsets as signed numbers."""
+    """The calls of the services of streams: name and arguments, with counts and offsets as signed numbers."""
     found: list[tuple[Any, ...]] = []
     for call in calls:
         words = call.arguments[1:]
@@ -57,14 +58,14 @@ def asked(calls: list[Call]) -> list[tuple[Any, ...]]:
 
 @pytest.fixture
 def pipe(tmp_path: Path) -> Iterator[Any]:
-    """A managed stream that cannot seek: a pipe that it both writes to and reads from."""
+    """A managed stream that cannot seek: the two ends of a pipe."""
     os.mkfifo(tmp_path / "pipe")
     with FileStreamContainer.open_file_stream(str(tmp_path / "pipe")) as container:
         yield container.stream
 
 
 class Gappy:
-    """An object of Python whose buffer is every second byte of its memory, whatever it is asked for."""
+    """A Python object whose buffer exposes every second byte of its memory, whatever flags are requested."""
 
     class Slot(ctypes.Structure):
         _fields_ = [("slot", ctypes.c_int), ("function", ctypes.c_void_p)]
@@ -94,7 +95,7 @@ class Gappy:
 
     def _get(self, exporter: object, view: Any, flags: int) -> int:
         shown = view.contents
-        ctypes.pythonapi.Py_IncRef(ctypes.py_object(exporter))  # the view's own
+        ctypes.pythonapi.Py_IncRef(ctypes.py_object(exporter))  # the reference that the view owns
         shown.buf, shown.obj, shown.len = ctypes.addressof(self.memory), id(exporter), 8
         shown.itemsize, shown.readonly, shown.ndim, shown.format = 1, 0, 1, None
         shown.shape, shown.strides = ctypes.addressof(self.shape), ctypes.addressof(self.strides)
@@ -108,7 +109,7 @@ class Gappy:
 
 @pytest.fixture(scope="module")
 def gappy() -> Gappy:
-    """One for all tests: its functions have to live as long as its type, which is never collected in time."""
+    """One for all tests: its functions must live as long as its type, which is never freed in time."""
     return Gappy()
 
 
@@ -226,7 +227,7 @@ class TestRead:
 
 
 def giving(data: bytes) -> Callable[[Any, int], None]:
-    """A Read of the managed side that gives these bytes."""
+    """A Read of the managed side that returns these bytes."""
 
     def hook(arguments: Any, result: int) -> None:
         buffer = ctypes.c_void_p.from_address(arguments[1]).value
@@ -238,7 +239,7 @@ def giving(data: bytes) -> Callable[[Any, int], None]:
 
 
 class TestReadInto:
-    def test_fills_what_it_is_given(self) -> None:
+    def test_fills_the_given_buffer(self) -> None:
         stream = stream_of(b"0123456789")
         buffer = bytearray(4)
         assert (stream.readinto(buffer), buffer) == (4, b"0123")
@@ -268,7 +269,7 @@ class TestReadInto:
 
     @pytest.mark.parametrize("method, flaw", [("readinto", "read-write contiguous"), ("write", "contiguous")])
     def test_an_exporter_that_hides_its_gaps(self, gappy: Gappy, method: str, flaw: str) -> None:
-        """Asked for plain memory it shows memory with gaps."""
+        """A request for contiguous memory gets a buffer with gaps."""
         with pytest.raises(TypeError) as refused:
             getattr(stream_of(b"abc"), method)(gappy.object)
         assert str(refused.value) == f"{method} argument must be {flaw} buffer, not 'tests.Gappy'"
@@ -314,7 +315,7 @@ class TestLines:
         stream.seek(9)
         assert (stream.readline(100), stream.tell()) == (b"xy\n", 12)
 
-    def test_a_limit_beyond_the_line_gives_back_what_was_read_too_much(self, control: Control) -> None:
+    def test_a_limit_beyond_the_line_seeks_back_after_reading_ahead(self, control: Control) -> None:
         stream = stream_of(b"ab\ncdefgh")
         with control.journal() as calls:
             assert stream.readline(5) == b"ab\n"
@@ -614,7 +615,7 @@ class TestState:
 
 
 def test_it_serves_the_standard_library(tmp_path: Path) -> None:
-    """What only needs a file's methods works on it: a buffered copy, an archive."""
+    """Functions that need only the methods of a file accept it: a buffered copy, an archive."""
     (tmp_path / "a.txt").write_bytes(b"content" * 1000)
     stream = stream_of()
     with tarfile.open(fileobj=stream, mode="w") as archive:

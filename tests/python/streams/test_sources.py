@@ -1,4 +1,4 @@
-"""Images from and to files of every origin, and the errors of those files: they cross twice and arrive as text."""
+"""Images from and to files of every origin; errors of these files cross the wire twice and arrive as text."""
 
 from __future__ import annotations
 
@@ -224,7 +224,7 @@ class TestTo:
 
 
 class Unspeakable(Exception):
-    """An error that cannot be turned into text."""
+    """An exception whose `str` raises."""
 
     def __str__(self) -> str:
         raise ValueError("no words")
@@ -247,7 +247,7 @@ ERRORS: dict[str, tuple[Callable[[], BaseException], str]] = {
 
 
 def failing(method: str, error: BaseException) -> Any:
-    """A file one of whose methods raises."""
+    """A file with a method that raises."""
 
     def fail(self: Any, *arguments: Any) -> Any:
         raise error
@@ -281,15 +281,16 @@ class TestErrorsThatCrossTwice:
             before = sys.getrefcount(file)
             with pytest.raises(RuntimeError, match=rf"(?s)^Proxy error\(PythonException\): .*{text}") as raised:
                 act(image, file)
-            # Only text crosses: neither the error nor its frames come along.
+            # Only text crosses the wire: neither the exception nor its frames do.
             assert raised.value.__cause__ is None and raised.value.__context__ is None
             raised.value.__traceback__ = None
             del raised
             assert sys.exc_info() == (None, None, None)
-            # The error of a method holds its frame, and with it the file, for as long as the method holds the error.
+            # The exception of a method holds its frame, and with it the file, as long as the method holds the
+            # exception.
             assert sys.getrefcount(file) <= before + 1
             image.save(io.BytesIO(), PngOptions())
-        # Its base class flushes it when it goes.
+        # The base class flushes the file when it is destroyed.
         setattr(type(file), method, getattr(OwnFile, method))
 
     @pytest.mark.filterwarnings("ignore::pytest.PytestUnraisableExceptionWarning")
@@ -308,8 +309,9 @@ class TestErrorsThatCrossTwice:
     @pytest.mark.parametrize("act", [lambda file: StreamContainer(file).length,
                                      lambda file: TiffStreamReader(StreamContainer(file)).length,
                                      lambda file: SplitStreamContainer(file).length])
-    def test_the_way_to_the_length_has_words_of_its_own(self, act: Callable[[Any], Any]) -> None:
-        """The error of the way is the cause of another one, which has no traceback: its own text is what arrives."""
+    def test_a_failure_to_determine_the_length_has_its_own_message(self, act: Callable[[Any], Any]) -> None:
+        """Determining the length replaces the exception with another one, which has no traceback: only that text
+        arrives."""
         with pytest.raises(RuntimeError) as raised:
             act(failing("seek", ValueError("the tape is torn")))
         assert str(raised.value) == ("Proxy error(PythonException): Finding out the length of the stream failed in "
@@ -352,7 +354,7 @@ class TestErrorsThatCrossTwice:
 
 class TestObjectsOfOtherModules:
     def test_a_managed_stream_of_another_module_s_type_is_one(self) -> None:
-        """It is told by what it is on the managed side, not by its Python type."""
+        """The run-time type on the managed side decides, not the Python type."""
         boxed = StreamContainer(OwnFile(PNG))._cast_from(KIND._type_of()).value
         assert not isinstance(boxed, KIND)
         with Image.load(boxed) as image:

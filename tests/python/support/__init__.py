@@ -1,1 +1,1 @@
-"""What the tests in Python share: the control interface of the runtime, its records and callbacks, pictures."""
+"""Helpers of the tests in Python: the control interface of the runtime, its records and callbacks, pictures."""

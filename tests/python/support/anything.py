@@ -1,14 +1,14 @@
-"""An object that keeps whatever value it is given: a TIFF tag of a type that nobody knows."""
+"""An object with a property of managed type `object`: a TIFF tag of an unknown type, which stores any value."""
 
 from __future__ import annotations
 
 from zelmor.imaging.fileformats.tiff.filemanagement import TiffStreamReader
 from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffUnknownType
 
-#: Its managed type.
+#: The managed type of this object.
 HOLDER = "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffUnknownType"
 
 
 def holder() -> TiffUnknownType:
-    """A new one; its property `value` is of managed type `object`."""
+    """A new object; its property `value` is of managed type `object`."""
     return TiffUnknownType(TiffStreamReader(b""), 99, 7, 0, 0)

@@ -1,4 +1,5 @@
-"""The callbacks that a module hands over, by table and name, with their C types: what a managed side may call."""
+"""The callbacks that a module hands over, by table and name, with their C types, so that a test can call them as the
+managed side does."""
 
 from __future__ import annotations
 
@@ -8,7 +9,7 @@ from typing import Any
 
 from .records import PyBytesArg, PyStringArg, VariantArg
 
-#: A Python reference that a callback takes over or fills in, as a plain pointer: the test counts for itself.
+#: A Python reference that a callback takes over or fills in, as a plain pointer: the test counts the references itself.
 Reference = c_void_p
 
 #: For each table, its slots in order: name, result type, argument types.

@@ -1,4 +1,4 @@
-"""What another module on the bridge sees of a sibling: the functions behind its capsules, called through ctypes."""
+"""The capsules of a sibling module as another bridge module uses them: their functions, called through ctypes."""
 
 import ctypes
 import functools
@@ -35,14 +35,14 @@ class ColorRecord(ctypes.Structure):
 
 
 def entry(name, index):
-    """The address at a position of a capsule's table; 0 where there is none."""
+    """The address at a position of a capsule's table; 0 if the table ends before."""
     table = _import(name.encode(), 0)
     assert table, name
     return ctypes.cast(table, ctypes.POINTER(ctypes.c_void_p))[index] or 0
 
 
 def from_python(name, kind, index=0):
-    """A converter from Python as a function of one value, which gives the status and the converted value."""
+    """A converter from Python as a function of one value, which returns the status and the converted value."""
     function = ctypes.PYFUNCTYPE(ctypes.c_int, ctypes.py_object, ctypes.c_void_p)(entry(name, index))
 
     def convert(value):
@@ -53,7 +53,7 @@ def from_python(name, kind, index=0):
 
 
 def to_python(name, kind):
-    """The converter to Python. A record goes by its address, everything else by value."""
+    """The converter to Python. A record is passed by its address, every other value by value."""
     is_record = issubclass(kind, ctypes.Structure)
     argument = ctypes.POINTER(kind) if is_record else kind
     return ctypes.PYFUNCTYPE(ctypes.py_object, argument)(entry(name, 1))
@@ -61,11 +61,11 @@ def to_python(name, kind):
 
 @functools.cache
 def _cast_result_new():
-    """The function that makes a cast result."""
+    """The function that creates a cast result."""
     address = entry("zelmor.pygc._C_APIF", 0)
     return ctypes.PYFUNCTYPE(ctypes.py_object, ctypes.c_int, ctypes.c_void_p)(address)
 
 
 def cast_result(status, *value):
-    """A result as another module makes it; without a value the pointer is null."""
+    """A cast result as another module creates it; without a value the pointer is null."""
     return _cast_result_new()(status, id(value[0]) if value else None)

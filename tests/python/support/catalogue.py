@@ -1,4 +1,4 @@
-"""The classes of the module, by the catalogue."""
+"""The classes of the module, as the catalogue lists them."""
 
 from __future__ import annotations
 

@@ -1,4 +1,4 @@
-"""Programs that a test runs in a process of their own, since they may end it."""
+"""Runs programs in a child process, for tests whose program may crash or end the process."""
 
 from __future__ import annotations
 
@@ -11,8 +11,8 @@ _FOLDERS = (str(BUILD_DIR / "python"), *FOLDERS)
 
 
 def run_child(script: str, *arguments: str, seconds: float = 120, **environment: str) -> None:
-    """Runs a program with the module and these helpers in reach; it has to end by itself and in peace."""
-    # What was freed is overwritten, so that whoever goes on using it is found out.
+    """Runs a program that can import the module and these helpers; it has to end by itself with exit code 0."""
+    # Freed memory is overwritten, so that a use after free shows.
     variables = {**os.environ, "PYTHONPATH": os.pathsep.join(_FOLDERS), "PYTHONMALLOC": "debug",
                  "MALLOC_PERTURB_": "170", "PYTHONFAULTHANDLER": "1", **environment}
     done = subprocess.run(["/usr/bin/python3", "-c", script, *arguments], capture_output=True, text=True, check=False,

@@ -1,4 +1,4 @@
-"""Managed collections for tests: one of each kind, and Python values for each class of element."""
+"""Managed collections for tests: one of each kind, and Python values for each kind of element."""
 
 from __future__ import annotations
 
@@ -23,7 +23,7 @@ INTEROP = zelmor.imaging._wrpgen._interop
 GENERIC = zelmor.imaging._wrpgen._generic
 MODEL = load(CATALOGUE)
 ROWS = {row.identifier: row for row in MODEL.collections}
-#: Kind in the table, and what a wrapper's name says.
+#: The kind in the table of collections -> the part of a wrapper's name that stands for it.
 NAMES = {"array": "_ArrayWrapper_", "list": "_ListWrapper_", "ilist": "_IListWrapper_",
          "iterable": "_IterableWrapper_", "iterator": "_IterWrapper_"}
 #: Kind of interop wrapper, its Python type, and the managed list behind it.
@@ -78,16 +78,16 @@ def fill(collection: Any, items: list[Any], fixed: bool) -> None:
 
 
 def new_object(full_name: str, assembly: str = IMAGING) -> Any:
-    """A wrapper of a new managed object, whatever constructors its type has."""
+    """A wrapper of a new managed object, even of a type without public constructors."""
     return control.callback("write", "tpo", assembly)(control.new_object(full_name), control.type_id(full_name))
 
 
 def new_dictionary() -> Any:
-    """A managed dictionary, which takes values of any kind."""
+    """A managed dictionary, which accepts values of any kind."""
     return new_object("Zelmor.Imaging.NonGenericDictionary")
 
 
-#: Numbers that come back as they went in.
+#: Numbers that are returned unchanged.
 NUMBERS: dict[str, list[Any]] = {
     "int8": [-128, -1, 0, 1, 127], "int16": [-2**15, -7, 0, 7, 2**15 - 1], "int32": [-2**31, -5, 0, 5, 2**31 - 1],
     "int64": [-2**63, -3, 0, 3, 2**63 - 1], "uint16": [0, 1, 2**15, 2**16 - 1], "uint32": [0, 1, 2**31, 2**32 - 1],
@@ -131,13 +131,13 @@ def values_of(row: Collection) -> list[Any]:
         return list(python_type(wire.type.dotted))[:6]
     if wire.type.kind == "struct":
         return _structs(wire.type.name) or [new_object(wire.name)]
-    if wire.type.name == "XmpPackage":  # made through a class derived from it only
+    if wire.type.name == "XmpPackage":  # can be constructed only through a derived class
         return [cast(XmpPackage, DublinCorePackage()) for _ in range(3)] + [None]
     return [new_object(wire.name), new_object(wire.name), new_object(wire.name), None]
 
 
 def VARIANTS() -> list[Any]:
-    """Values of all kinds that an untyped collection holds and gives back."""
+    """Values of all kinds that an untyped collection stores and returns unchanged."""
     return [None, True, 0, -1, 2**40, 1.5, "text", "", zelmor.imaging.Point(3, 4), decimal.Decimal("1.50")]
 
 

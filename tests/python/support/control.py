@@ -1,7 +1,7 @@
 """The control interface of the embedded runtime's test flavor: its journal, scripts, faults, callbacks and counts.
 
-There is one runtime in a process, so that `control` is one object. What it changes stays until it is taken back;
-the fixture in conftest.py takes back whatever a test left behind.
+A process has one runtime, so `control` is a single object. A setting stays active until it is removed; the fixture in
+conftest.py removes the settings that a test left behind.
 """
 
 from __future__ import annotations
@@ -20,7 +20,7 @@ from .places import BUILD_DIR
 TEST_RUNTIME_ROOT = BUILD_DIR / "test-runtime"
 IMAGING = "WrpInterop.Zelmor.Imaging"
 
-#: What a hook is called with: the slots of the arguments and that of the result.
+#: The arguments of a hook: pointers to the argument slots, and to the result slot.
 Hook = Callable[[Any, int], None]
 _HOOK = ctypes.PYFUNCTYPE(None, ctypes.POINTER(c_void_p), c_void_p)
 
@@ -52,15 +52,15 @@ KINDS = {"any": 0, "object": 1, "struct": 2, "type": 3}
 
 @dataclass(frozen=True)
 class Call:
-    """One call of a delegate, with everything as it stood on the wire."""
+    """One call of a delegate, with every argument as it was passed on the wire."""
 
     assembly: str
-    type: str  # as asked for
-    name: str | None  # the managed type behind a host class
+    type: str  # the name of the class that the module asked for
+    name: str | None  # the managed type that a host class belongs to
     method: str
-    signature: str  # one character for the result and one for each argument
+    signature: str  # one character for the result, then one for each argument
     arguments: list[int]  # the argument words, zero-extended from their width
-    records: list[bytes | None]  # what an argument points to, before the call
+    records: list[bytes | None]  # the records that arguments point to, before the call
     contents: list[bytes | None]  # the characters or bytes that such a record points to
     after: list[bytes | None]  # the records after the call
     result: int
@@ -76,10 +76,11 @@ class Call:
 
 
 class Control:
-    """The runtime that the process runs on."""
+    """The runtime that this process uses."""
 
     def __init__(self) -> None:
-        # The loader gives the library that is loaded already, or loads the one that will be.
+        # If the library is loaded already, the loader returns that one; otherwise it loads the one that the import will
+        # use.
         self._library = ctypes.PyDLL(str(TEST_RUNTIME_ROOT / "netcore3.1" / "libcoreclr.so"))
         for name, (result, arguments) in _FUNCTIONS.items():
             function = getattr(self._library, f"zelmor_control_{name}")
@@ -101,7 +102,7 @@ class Control:
 
     @contextmanager
     def journal(self) -> Iterator[list[Call]]:
-        """Records every delegate call of the block; the list is filled at its end."""
+        """Records every delegate call during the block; the list is filled when the block ends."""
         calls: list[Call] = []
         self._call("journal_clear")
         self._call("journal_start")
@@ -121,24 +122,24 @@ class Control:
         return json.loads(self._text("order_read"))
 
     def startup(self) -> dict[str, Any]:
-        """What the runtime was started with: "exe_path", "domain_name", and "properties" as pairs."""
+        """The arguments of the start: "exe_path", "domain_name", and "properties" as pairs."""
         return json.loads(self._text("startup_read"))
 
     # Handles
 
     def live(self, kind: str = "any") -> int:
-        """How many handles are out."""
+        """The number of live handles."""
         return self._call("live_handles", KINDS[kind])
 
     def live_by_type(self) -> dict[str, int]:
-        """How many handles are out for each managed type."""
+        """The number of live handles for each managed type."""
         return json.loads(self._text("live_describe"))
 
-    # Faults and scripts. A type is named by its host class or by its managed name.
+    # Faults and scripts. A type is identified by its host class or by its managed name.
 
     @contextmanager
     def missing(self, type_name: str, method: str) -> Iterator[None]:
-        """Leaves an entry point out: "get_X", or "#3" for the third that is asked of the type."""
+        """Makes an entry point unavailable: "get_X", or "#3" for the third one that is requested of the type."""
         if self._call("settings_add", f"missing={type_name}::{method}") != 0:
             raise ValueError(f"not understood: {type_name}::{method}")
         try:
@@ -151,32 +152,32 @@ class Control:
         self._call("script_exception", type_name, method, name, detail, result)
 
     def return_next(self, type_name: str, method: str, result: int = 0, out: int = -1, data: bytes = b"") -> None:
-        """The next call of the entry point returns a word, and writes `data` through the pointer of argument `out`."""
+        """The next call of the entry point returns a word, and writes `data` through the pointer in argument `out`."""
         self._call("script_result", type_name, method, result & (1 << 64) - 1, out, data, len(data))
 
     def run_next(self, type_name: str, method: str, hook: Hook) -> None:
-        """The next call of the entry point runs the hook in its place, as the managed side.
+        """The next call of the entry point runs the hook instead, in the role of the managed side.
 
-        The hook gets the argument slots (pointers to the argument words) and the address of the result slot. What it
-        raises is raised again by `check`.
+        The hook gets the argument slots (pointers to the argument words) and the address of the result slot. An
+        exception in the hook is raised again by `check`.
         """
 
         def guarded(arguments: Any, result: int) -> None:
             try:
                 hook(arguments, result)
-            except BaseException as error:  # nothing may travel through the managed side
+            except BaseException as error:  # no Python exception may pass through the managed side
                 self._hook_errors.append(error)
 
         self._hooks.append(_HOOK(guarded))
         self._call("script_hook", type_name, method, self._hooks[-1])
 
     def check(self) -> None:
-        """Raises what a hook raised."""
+        """Raises the exception that a hook raised."""
         if self._hook_errors:
             raise self._hook_errors.pop(0)
 
     def reset(self) -> int:
-        """Takes back everything but the records of the start; the number of scripts that were not used."""
+        """Removes everything but the records of the start; returns the number of scripts that were not used."""
         unused = self._call("script_count")
         self._call("script_clear")
         self._call("settings_clear")
@@ -185,10 +186,10 @@ class Control:
         self._hooks.clear()
         return unused
 
-    # The managed side's own view
+    # Functions of the managed side
 
     def callback(self, table: str, name: str, assembly: str = IMAGING) -> Any:
-        """A callback of the module, to be called as the managed side calls it."""
+        """A callback of the module, which the test calls in the role of the managed side."""
         address = self._call("callback", assembly, table, slot_of(table, name))
         if not address:
             raise LookupError(f"the callback {table}.{name} was not handed over")
@@ -202,7 +203,7 @@ class Control:
         return function_type(address)
 
     def delegate(self, type_name: str, method: str, result: Any, *arguments: Any, assembly: str = IMAGING) -> Any:
-        """An entry point of the runtime, past the journal. `type_name` is the class that the module asks for."""
+        """An entry point of the runtime, without the journal. `type_name` is the class that the module asks for."""
         address = self._call("delegate", assembly, type_name, method)
         if not address:
             raise LookupError(f"there is no entry point {type_name}::{method}")

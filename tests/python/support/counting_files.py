@@ -1,4 +1,4 @@
-"""Files that count what is read of them, and that may go on for ever."""
+"""Files that count the bytes that are read from them, and that can be endless."""
 
 from __future__ import annotations
 
@@ -7,7 +7,8 @@ from typing import Any
 
 
 class CountingFile(io.RawIOBase):
-    """Bytes, and a filler behind them without end if there is one. `read_bytes` counts what was given out."""
+    """A file of the given bytes, followed by an endless filler if there is one. `read_bytes` counts the bytes that
+    were read."""
 
     def __init__(self, data: bytes, filler: bytes = b"", can_seek: bool = True) -> None:
         super().__init__()

@@ -1,5 +1,5 @@
-"""How much the sweep over every member has tried: a plugin that sums it up over all processes that run tests, and
-fails a run of the whole sweep that tried less than it means to."""
+"""A pytest plugin that counts the checks of the sweep over every member, summed over all worker processes. It fails
+a run of the whole sweep in which there were fewer checks than expected."""
 
 from __future__ import annotations
 
@@ -8,16 +8,16 @@ from typing import Any
 
 import pytest
 
-#: Kind of check -> how often it was made.
+#: Kind of check -> the number of checks made.
 COUNTS: Counter[str] = Counter()
 
-#: What a run of the whole sweep makes at least.
+#: The minimum of each in a run of the whole sweep.
 LEAST = 40_000
 
 
 @pytest.hookimpl(trylast=True)
 def pytest_sessionfinish(session: pytest.Session) -> None:
-    """A worker hands its counts to the process that started it, and that one looks at the sum."""
+    """A worker passes its counts to the process that started it, which checks the sum."""
     config: Any = session.config
     if hasattr(config, "workeroutput"):
         config.workeroutput["counts"] = dict(COUNTS)
@@ -28,12 +28,12 @@ def pytest_sessionfinish(session: pytest.Session) -> None:
 
 
 def _runs_all(config: Any) -> bool:
-    """Whether the whole of tests/python was asked for, and nothing taken away."""
+    """Whether the run includes the whole of tests/python, without a selection."""
     asked = [str(argument).rstrip("/") for argument in config.args]
     return any(argument.endswith("tests/python") for argument in asked) and not config.option.keyword
 
 
 @pytest.hookimpl(optionalhook=True)
 def pytest_testnodedown(node: Any) -> None:
-    """The counts of a worker that is done."""
+    """Adds the counts of a worker that has finished."""
     COUNTS.update(getattr(node, "workeroutput", {}).get("counts", {}))

@@ -1,4 +1,4 @@
-"""Seeds of tests that draw values in bulk: the same on each run, or new and more of them when exploring."""
+"""Seeds of tests that generate values in bulk: the same in each run, or new ones, and more of them, when exploring."""
 
 from __future__ import annotations
 
@@ -9,14 +9,14 @@ from hypothesis import settings
 
 EXPLORING = os.environ.get("HYPOTHESIS_PROFILE") == "fuzz"
 
-# What hypothesis draws is the same on each run of the tests, and new each time when exploring.
+# Hypothesis generates the same examples in each run of the tests, and new ones when exploring.
 settings.register_profile("check", derandomize=True, database=None, deadline=None)
 settings.register_profile("fuzz", deadline=None, print_blob=True)
 settings.load_profile("fuzz" if EXPLORING else "check")
 
 
 def examples(count: int) -> int:
-    """How many examples a property test draws: `count` in the tests, fifty times as many when exploring."""
+    """The number of examples of a property test: `count` in the tests, fifty times as many when exploring."""
     return 50 * count if EXPLORING else count
 
 

@@ -1,4 +1,5 @@
-"""A step of a test in a forked child, for what could end the process: a crash there is an outcome like any other."""
+"""Runs a step of a test in a forked child, for steps that could end the process: a crash is then an ordinary
+outcome."""
 
 from __future__ import annotations
 
@@ -9,7 +10,7 @@ from typing import Any
 
 
 def outcome_of(step: Callable[[], Any]) -> str:
-    """The repr of what the step returns, or "<exception>: <text>", or the signal that ended the child."""
+    """The repr of the result of the step, or "<exception>: <text>", or the signal that ended the child."""
     reading, writing = os.pipe()
     child = os.fork()
     if child == 0:

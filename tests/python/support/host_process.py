@@ -1,6 +1,6 @@
-"""Programs that use type hosts, over the test runtime.
+"""Programs that use type hosts, with the test runtime.
 
-What a process has learned of a host stays, so that each program has a process of its own.
+A process binds each host only once, so that each program runs in a process of its own.
 """
 
 from __future__ import annotations
@@ -19,7 +19,7 @@ import zelmor.imaging as imaging
 
 
 def run(code: str, missing: str | None = None) -> Any:
-    """What `code` leaves in `result`, with one entry point left out."""
+    """The value that `code` assigns to `result`, in a process in which one entry point is unavailable."""
     runtime = str(TEST_RUNTIME_ROOT)
     return child(PREPARE + code, **{NETCORE: runtime, ASSEMBLY: runtime,
                                     "ZELMOR_EMBED_CONTROL": f"missing={missing}" if missing else None})

@@ -1,4 +1,5 @@
-"""What a child process tells of the hosts that it used: the entry points asked for, and how a use was refused."""
+"""Reports of a child process about the hosts that it used: the entry points requested, and the errors of failed
+uses."""
 
 from __future__ import annotations
 
@@ -9,7 +10,7 @@ from .control import control
 
 
 def requests(type_name: str) -> list[str]:
-    """The entry points asked of a class, in order."""
+    """The entry points requested of a class, in order."""
     return [entry["method"] for entry in control.order() if entry.get("type") == type_name]
 
 

@@ -1,4 +1,4 @@
-"""What the tests of images share: pictures from fixed seeds, Pillow and NumPy as judges, and the view of an image."""
+"""Helpers of the image tests: pictures from fixed seeds, Pillow and NumPy as oracles, and casts of images."""
 
 from __future__ import annotations
 
@@ -14,10 +14,10 @@ import pytest
 from PIL import Image as Pillow
 from zelmor import imaging
 
-#: Rows, columns and, but for gray, bands.
+#: An array with the dimensions rows, columns and, except for gray, bands.
 Pixels = numpy.typing.NDArray[Any]
 
-WIDTH, HEIGHT = 61, 43  # odd, so that padding of rows would show
+WIDTH, HEIGHT = 61, 43  # odd, so that wrong padding of rows shows
 
 #: The formats by extension: managed name of the format, Pillow's name, whether a save is lossless by default.
 FORMATS = {
@@ -31,13 +31,13 @@ FORMATS = {
 
 
 def noise(bands: int = 3, seed: int = 1, width: int = WIDTH, height: int = HEIGHT) -> Pixels:
-    """Every pixel another color."""
+    """A picture of random colors."""
     shape = (height, width, bands) if bands > 1 else (height, width)
     return np.random.default_rng(seed).integers(0, 256, shape, dtype=np.uint8)
 
 
 def smooth(bands: int = 3, width: int = WIDTH, height: int = HEIGHT) -> Pixels:
-    """Soft waves, which any sound method of resampling or compression keeps."""
+    """Soft waves, which every sound method of resampling or compression preserves."""
     y, x = np.mgrid[0:height, 0:width]
     waves = [127 + 110 * np.sin(x / (9 + 3 * k) + k) * np.cos(y / (8 + 2 * k)) for k in range(bands)]
     picture = np.stack(waves, -1).round().astype(np.uint8)
@@ -52,29 +52,29 @@ def few_colors(count: int = 16) -> Pixels:
 
 
 def write(path: Path, pixels: Pixels, **options: object) -> str:
-    """Writes an array with Pillow; the format is the extension's."""
+    """Writes an array with Pillow; the extension selects the format."""
     Pillow.fromarray(pixels).save(path, **options)
     return str(path)
 
 
 def read(path: Path | str, mode: str | None = None) -> Pixels:
-    """The pixels of a file as Pillow sees them."""
+    """The pixels of a file as Pillow reads them."""
     with Pillow.open(path) as picture:
         return np.asarray(picture.convert(mode) if mode else picture).astype(int)
 
 
 def raster(image: imaging.Image) -> imaging.RasterImage:
-    """An image seen as the raster image that it is."""
+    """An image, cast to a raster image."""
     return imaging.RasterImage._cast_to(image).value
 
 
 def load(path: Path | str) -> imaging.RasterImage:
-    """Loads a file, to be worked on as a raster image."""
+    """Loads a file and casts it to a raster image."""
     return raster(imaging.Image.load(str(path)))
 
 
 def pixels(image: imaging.Image, tmp_path: Path, mode: str = "RGB") -> Pixels:
-    """The pixels of an image, by way of a lossless file."""
+    """The pixels of an image, read from a lossless file that it is saved to."""
     image.save(str(tmp_path / "pixels.png"))
     return read(tmp_path / "pixels.png", mode)
 
@@ -87,7 +87,7 @@ def worst(a: Pixels, b: Pixels) -> int:
 
 @contextlib.contextmanager
 def managed_error(name: str, *parts: str) -> Iterator[None]:
-    """A managed exception of this name arrives, and its text has all the parts in it."""
+    """Expects a managed exception of this name, whose text contains all the parts."""
     with pytest.raises(RuntimeError) as caught:
         yield
     text = str(caught.value)

@@ -1,7 +1,7 @@
-"""Imports of the module in children in which the sibling modules are made up, whole or in part.
+"""Imports of the module in child processes in which sibling modules are replaced by fakes, in whole or in part.
 
-A made-up sibling has a version, a threshold and capsules with null entries: enough to be imported from, so that one
-thing at a time can be wrong with it.
+A fake sibling has a version, a threshold and capsules with null entries: enough for an import, so that a test can break
+one thing at a time.
 """
 
 from __future__ import annotations
@@ -16,7 +16,7 @@ from typing import Any
 from .places import BUILD_DIR
 from .startup_process import REPORTING_IMPORT, TEST_NATIVE
 
-#: The siblings that are asked for their version, with their capsules, in the order of import.
+#: The siblings whose versions are checked, with their capsules, in the order of import.
 CAPSULES = {
     "zelmor.pydrawing": [
         "zelmor.pydrawing._C_APIT_Image",
@@ -48,7 +48,7 @@ CAPSULES = {
 }
 SIBLINGS = list(CAPSULES)
 
-#: Reads what to make up from its first argument.
+#: A program that reads from its first argument what to fake.
 MAKE_UP = """
 import json, sys, types
 import zelmor
@@ -78,7 +78,7 @@ for name, sibling in json.loads(sys.argv[1]).items():
 
 
 def made_up() -> dict[str, Any]:
-    """All four, at exactly the version that is required."""
+    """All four siblings, with exactly the required version."""
     version = [[23, 5, 0, 0], "23.5.0.0"]
     return {
         name: {"VERSION": version, "_BACKWARD_COMPATIBILITY_THRESHOLD": version, "capsules": list(capsules)}
@@ -87,7 +87,7 @@ def made_up() -> dict[str, Any]:
 
 
 def run_child(code: str, *arguments: str) -> Any:
-    """Runs the code in a child that can import the module and the test kit, and reads the JSON that it prints."""
+    """Runs the code in a child that can import the module and the test kit, and parses the JSON that it prints."""
     paths = [str(BUILD_DIR / "python"), str(TEST_NATIVE)]
     environment = {name: value for name, value in os.environ.items() if not name.startswith("NETCORE_WRAPPER_")}
     environment |= {"PYTHONPATH": os.pathsep.join(paths), "PYTHONDONTWRITEBYTECODE": "1"}
@@ -99,5 +99,5 @@ def run_child(code: str, *arguments: str) -> Any:
 
 
 def import_over(siblings: dict[str, Any]) -> list[list[str]]:
-    """What an import over these siblings raised, from the outermost exception to its first cause."""
+    """The exceptions of an import over these siblings, from the outermost to its first cause."""
     return run_child(MAKE_UP + REPORTING_IMPORT + "print(json.dumps(attempt()))", json.dumps(siblings))

@@ -1,7 +1,7 @@
-"""Files that do something else in the middle of what they were asked for.
+"""Re-entrant files: their methods run an action of the test before they do their work.
 
-A `Trigger` is shared by the files of one attempt. It counts every call of their methods and runs its action in the one
-that it was set to, once.
+A `Trigger` is shared by all files of one attempt. It counts the calls of their methods, and runs its action once, in
+the call with the chosen number.
 """
 
 from __future__ import annotations
@@ -14,14 +14,14 @@ from support.own_file import OwnFile
 
 
 class Trigger:
-    """Runs `action` in the call numbered `at`, counted from 1."""
+    """Runs `action` in the call number `at`, counted from 1."""
 
     def __init__(self, at: int = 0, in_thread: bool = False) -> None:
         self.at, self.calls, self.in_thread = at, 0, in_thread
         self.action: Callable[[], None] | None = None
 
     def pull(self) -> None:
-        """A method of a file was called."""
+        """Notes that a method of a file was called."""
         if self.action is None:
             return
         self.calls += 1
@@ -37,7 +37,7 @@ class Trigger:
 
 
 class MeddlingFile(OwnFile):
-    """A file over bytes that pulls the trigger in each of its methods, before it does what it is asked for."""
+    """A file over bytes whose methods notify the trigger before they do their work."""
 
     def __init__(self, trigger: Trigger, data: bytes = b"") -> None:
         super().__init__(data)

@@ -1,16 +1,16 @@
-"""Values that do something while they are read: what Python code does in the middle of a managed call."""
+"""Re-entrant values: converting them runs an action of the test in the middle of a managed call."""
 
 from __future__ import annotations
 
 import datetime
 from typing import Any
 
-#: How the reading of a list fails that has lost the element.
+#: The error of reading an element that its list no longer contains.
 LOST = "the list lost the element while it was read"
 
 
 class Text(str):
-    """A text that does something when it is asked what it is, which reading an element of any kind asks."""
+    """A text that runs an action when its class is requested, which every conversion of an element does."""
 
     act: Any = None
 
@@ -22,7 +22,7 @@ class Text(str):
 
 
 def emptying(items: list[Any], *others: Any) -> list[Any]:
-    """Puts a text that empties the list into it, and the others behind it."""
+    """Puts into the list a text that empties the list, followed by the others."""
     text = Text("text")
     text.act = items.clear
     items[:] = [text, *others]
@@ -30,7 +30,7 @@ def emptying(items: list[Any], *others: Any) -> list[Any]:
 
 
 class Zone(datetime.tzinfo):
-    """A zone that does something when it is asked for its offset, which reading a moment asks."""
+    """A time zone that runs an action when its offset is requested, which converting a datetime does."""
 
     def __init__(self, act: Any) -> None:
         self.act = act
@@ -41,5 +41,5 @@ class Zone(datetime.tzinfo):
 
 
 def moment(act: Any) -> datetime.datetime:
-    """A value whose reading does something."""
+    """A value whose conversion runs the action."""
     return datetime.datetime(2000, 1, 1, tzinfo=Zone(act))

@@ -1,4 +1,4 @@
-"""The whole tree of the module, gathered for tests that hold for every module, wrapper and enumeration."""
+"""The whole tree of the module, for tests that cover every module, wrapper and enumeration."""
 
 from __future__ import annotations
 
@@ -12,7 +12,7 @@ from tools.generator.builder import load
 
 from .places import CATALOGUE
 
-#: What the module was generated from.
+#: The catalogue that the module was generated from.
 MODEL = load(CATALOGUE)
 HOST_MARKER = "_zelmor_clr_host"
 CASTABLE_MARKER = "_zelmor_clr_castable_obj"
@@ -24,7 +24,7 @@ def dotted(type_: type[Any]) -> str:
 
 
 def modules(root: ModuleType = zelmor.imaging) -> Iterator[ModuleType]:
-    """A module and all below it."""
+    """A module and all modules below it."""
     yield root
     for value in vars(root).values():
         if isinstance(value, ModuleType) and value.__name__.startswith(root.__name__ + "."):
@@ -33,8 +33,8 @@ def modules(root: ModuleType = zelmor.imaging) -> Iterator[ModuleType]:
 
 MODULES = list(modules())
 TYPES = [value for module in MODULES for value in vars(module).values() if isinstance(value, type)]
-#: Everything with the host marker: classes, structs, interfaces, interop wrappers and typed collections.
+#: Every type with the host marker: classes, structs, interfaces, interop wrappers and typed collections.
 WRAPPERS = [type_ for type_ in TYPES if HOST_MARKER in vars(type_)]
-#: Those of the managed namespaces.
+#: The types among them that belong to managed namespaces.
 API_WRAPPERS = [type_ for type_ in WRAPPERS if "._wrpgen." not in dotted(type_)]
 ENUMS = [type_ for type_ in TYPES if vars(type_).get(CASTABLE_MARKER, None) is Ellipsis]

@@ -1,4 +1,4 @@
-"""A file such as a user may write: what io.RawIOBase wants, and no more."""
+"""A minimal user-defined file: it implements what io.RawIOBase requires, and no more."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ from typing import Any
 
 
 class OwnFile(io.RawIOBase):
-    """A file over bytes. `most` is how many of them it reads or writes in one go."""
+    """A file over bytes. `most` limits the number of bytes that one call reads or writes."""
 
     def __init__(self, data: bytes = b"", most: int = sys.maxsize) -> None:
         super().__init__()

@@ -1,4 +1,4 @@
-"""Programs over the installed package, each in a fresh interpreter with a chosen environment."""
+"""Programs that use the installed package, each in a fresh interpreter with a chosen environment."""
 
 import json
 import os
@@ -16,11 +16,11 @@ REPORT = "\nimport json, sys\nsys.stdout.write(json.dumps(result))"
 
 
 def child(code, package=PACKAGE, **variables):
-    """What `code` leaves in the variable `result`. The two runtime variables are unset unless given."""
+    """The value that `code` assigns to `result`. The two variables that select a runtime are unset unless given."""
     environment = {name: value for name, value in os.environ.items() if name not in (NETCORE, ASSEMBLY)}
     environment.update({name: value for name, value in variables.items() if value is not None})
     environment["PYTHONPATH"] = str(package.parent)
-    command = [sys.executable, "-P", "-c", code + REPORT]  # -P: no package of the working directory
+    command = [sys.executable, "-P", "-c", code + REPORT]  # -P: no import from the working directory
     done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=60, check=False)
     assert done.returncode == 0, done.stderr
     return json.loads(done.stdout)

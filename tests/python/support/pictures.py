@@ -23,7 +23,7 @@ def png_bytes(width: int, height: int, pixels: list[Pixel]) -> bytes:
 
 
 def write_png(path: Path, width: int = 4, height: int = 3) -> Path:
-    """A PNG file of a gradient, no two pixels of which are alike."""
+    """A PNG file of a gradient in which all pixels differ."""
     pixels = [(x * 255 // max(width - 1, 1), y * 255 // max(height - 1, 1), (x + y * width) % 256)
               for y in range(height) for x in range(width)]
     path.write_bytes(png_bytes(width, height, pixels))

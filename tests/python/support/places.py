@@ -1,4 +1,4 @@
-"""Where things lie: the project, its tests and its catalogue, and the build tree that the tests run on."""
+"""Paths: the project, its tests and its catalogue, and the build tree that is tested."""
 
 from __future__ import annotations
 
@@ -11,5 +11,5 @@ DATA = ROOT / "tests" / "data"
 PROGRAMS = TESTS / "support" / "programs"
 CATALOGUE = ROOT / "api" / "catalogue"
 BUILD_DIR = Path(os.environ.get("ZELMOR_BUILD_DIR", ROOT / "build")).resolve()
-#: Where a child finds the helpers (as `support`) and the generator (as `tools.generator`).
+#: The import path of child processes, for the helpers (as `support`) and the generator (as `tools.generator`).
 FOLDERS = [str(TESTS), str(ROOT)]

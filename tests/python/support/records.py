@@ -1,4 +1,4 @@
-"""The records of the wire as ctypes structures, for tests that stand on the managed side."""
+"""The records of the wire as ctypes structures, for tests that play the managed side."""
 
 from __future__ import annotations
 
@@ -12,12 +12,12 @@ class VariantArg(ctypes.Structure):
 
 
 class PyStringArg(ctypes.Structure):
-    """A view of a str in its own storage."""
+    """A pointer into the storage of a str."""
 
     _fields_ = [("length", ctypes.c_int32), ("char_size", ctypes.c_int32), ("data", ctypes.c_void_p)]
 
     def text(self) -> str | None:
-        """The characters; None where the view stands for None."""
+        """The characters; None for a record that stands for None."""
         if self.length < 0:
             return None
         data = ctypes.string_at(self.data, self.length * self.char_size)
@@ -25,6 +25,6 @@ class PyStringArg(ctypes.Structure):
 
 
 class PyBytesArg(ctypes.Structure):
-    """A view of a contiguous buffer."""
+    """A pointer to the memory of a contiguous buffer."""
 
     _fields_ = [("acquired", ctypes.c_int32), ("length", ctypes.c_int32), ("data", ctypes.c_void_p)]

@@ -1,7 +1,8 @@
-"""Python values of every kind that members take: fitting ones, and ones that no converter takes.
+"""Python values of every kind that members accept, and values that no converter accepts.
 
-Instances of classes are made by their own constructors, shortest first, with sample arguments; of a class that cannot
-be constructed, by a class derived from it; of an interface, by one that implements it.
+Instances of classes are created with their own constructors, those with the fewest parameters first, from sample
+arguments. For a class without a public constructor a derived class is used, for an interface a class that implements
+it.
 """
 
 from __future__ import annotations
@@ -38,7 +39,7 @@ SIBLING_VALUES = {"drawing.PointF": DrawingPointF(1.5, 2.5), "drawing.Color": Dr
 
 
 class Unfit:
-    """A value that no converter takes."""
+    """A value that no converter accepts."""
 
 
 def python_type(entry: Type) -> Any:
@@ -48,7 +49,7 @@ def python_type(entry: Type) -> Any:
 
 @functools.cache
 def _makers(entry: Type) -> list[Overload]:
-    """Constructors that give an instance of a type, the simplest first."""
+    """Constructors that create an instance of a type, the simplest first."""
     def weight(overload: Overload) -> tuple[int, int]:
         hard = sum(param.wire.kind in ("class", "interface", "stream", "bytes") for param in overload.params)
         return hard, len(overload.params)
@@ -62,17 +63,17 @@ def _makers(entry: Type) -> list[Overload]:
 
 
 class Cannot(Exception):
-    """No sample of this type can be made."""
+    """Raised where no sample of a type can be made."""
 
 
 def arguments(overload: Overload, depth: int = 0) -> list[Any]:
-    """Fitting arguments of one overload."""
+    """Valid arguments of one overload."""
     return [[] if param.by_ref else bytearray(8) if param.written else sample(param.wire, param.name, depth)
             for param in overload.params]
 
 
 def make(entry: Type, depth: int = 0) -> Any:
-    """An instance of a class, struct or interface; Cannot where none can be made."""
+    """An instance of a class, struct or interface; raises Cannot where none can be made."""
     if depth > 4:
         raise Cannot(entry.name)
     for overload in _makers(entry):
@@ -84,7 +85,7 @@ def make(entry: Type, depth: int = 0) -> Any:
 
 
 def samples(wire: Wire, depth: int = 0) -> list[Any]:
-    """Fitting values of a kind, boundaries included; Cannot where none can be made."""
+    """Valid values of a kind, boundaries included; raises Cannot where none can be made."""
     name = wire.name
     if wire.type is not None and wire.type.is_enum:
         return list(python_type(wire.type))
@@ -118,14 +119,14 @@ def _items(wire: Wire, depth: int) -> list[Any]:
 
 
 def _file() -> str:
-    """A picture in a file of its own, in the working directory: what is done to it hurts nobody else."""
+    """A picture in a file of its own, in the working directory, which a test may change."""
     path = Path(f"sample-{next(_numbers)}.png").absolute()
     path.write_bytes(_PICTURE)
     return str(path)
 
 
 def sample(wire: Wire, name: str = "", depth: int = 0) -> Any:
-    """One fitting value that a member is likely to do something with: small numbers, a picture that is there."""
+    """One valid value that makes a member do some work: small numbers, an existing picture."""
     if name in _PATHS and wire.name == "string":
         return _file()
     if wire.name in _BITS:
@@ -141,7 +142,7 @@ def sample(wire: Wire, name: str = "", depth: int = 0) -> Any:
 
 
 def is_kind(value: Any, wire: Wire) -> bool:
-    """Whether a result is of the Python type that its kind of value has."""
+    """Whether a result has the Python type of its kind of value."""
     if wire.type is not None and wire.type.is_enum:
         return isinstance(value, python_type(wire.type))
     if wire.type is not None and wire.kind != "interface":

@@ -1,6 +1,6 @@
-"""The order in which the service classes are bound and the callbacks handed over, written down once for the tests.
+"""The order in which the service classes are bound and the callbacks handed over, written down a second time.
 
-Not taken from the headers of the wire on purpose: the tests hold the headers against these.
+This is not derived from the headers of the wire on purpose: the tests compare the headers with it.
 """
 
 EXCHANGE_HOST = "Zelmor.WrpGen.Interop.ExchangeHost"

@@ -1,7 +1,7 @@
-"""Starts of the bridge in processes of their own, over a chosen runtime directory and wrapper library.
+"""Starts of the bridge in child processes, with a chosen runtime directory and wrapper library.
 
-A start happens once in a process and its failures end the process, so that each test of it needs a child. Most
-children run over the fake wrapper library, which logs every call and hands it on to the real one.
+A process starts a runtime only once, and a failed start ends it, so that each test needs a child. Most children use the
+fake wrapper library, which logs every call and forwards it to the real one.
 """
 
 from __future__ import annotations
@@ -24,11 +24,11 @@ WRAPPER = "libzelmor.embed.coreclrwrap.so"
 NETCORE_DIR = "NETCORE_WRAPPER_NETCORE_DIR_zelmor"
 ASSEMBLY_DIR = "NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"
 ASSEMBLY = "WrpInterop.Zelmor.Imaging"
-#: Where the bridge looks when nothing is configured.
+#: The directory in which the bridge looks without configuration.
 EXE = os.path.realpath(sys.executable)
 EXE_DIR = os.path.dirname(EXE)
 
-#: Prints what an import raised, from the outermost exception to its first cause, as JSON.
+#: A program that prints the exceptions of an import as JSON, from the outermost to its first cause.
 REPORTING_IMPORT = """
 import json, sys
 def chain(error):
@@ -49,14 +49,14 @@ def attempt():
 
 @dataclass
 class Start:
-    """A runtime root of one test, and the children that start over it."""
+    """The runtime root of one test, and the children that start a runtime from it."""
 
     root: Path
     environment: dict[str, str] = field(default_factory=dict)
 
     @property
     def log_file(self) -> Path:
-        """The calls of the fake wrapper library."""
+        """The calls that the fake wrapper library logged."""
         return self.root / "calls.log"
 
     @property
@@ -70,7 +70,7 @@ class Start:
         return self.root / "assemblies"
 
     def install(self, wrapper: str = "fake_wrapper", version: str = "netcore3.1", root: Path | None = None) -> Path:
-        """A runtime directory with one of the built wrapper libraries over the runtime of the tests."""
+        """A runtime directory with one of the built wrapper libraries and the test runtime."""
         directory = (root or self.runtime_root) / version
         directory.mkdir(parents=True)
         shutil.copy(TEST_NATIVE / f"lib{wrapper}.so", directory / WRAPPER)
@@ -80,7 +80,7 @@ class Start:
         return directory
 
     def run(self, code: str, *options: str, **variables: str) -> subprocess.CompletedProcess[str]:
-        """Runs the code in a child; further variables go on top of those of the start."""
+        """Runs the code in a child; further environment variables are added to those of the start."""
         environment = {
             name: value
             for name, value in os.environ.items()
@@ -95,7 +95,7 @@ class Start:
             "FAKE_WRAP_REAL": str(TEST_RUNTIME / WRAPPER),
         }
         environment |= self.environment | variables
-        # Universal newlines would hide the line ends of the trace.
+        # Universal newlines would hide the line endings of the trace.
         result = subprocess.run(
             [sys.executable, *options, "-c", code], env=environment, capture_output=True, timeout=120, check=False
         )
@@ -104,13 +104,13 @@ class Start:
         )
 
     def run_reporting(self, code: str, **variables: str) -> Any:
-        """Runs the code, which may call `attempt`, and reads the JSON that it prints."""
+        """Runs the code, which may call `attempt`, and parses the JSON that it prints."""
         result = self.run(REPORTING_IMPORT + code, **variables)
         assert result.returncode == 0, result.stderr
         return json.loads(result.stdout)
 
     def calls(self, *kinds: str) -> list[str]:
-        """The logged calls, of the given kinds or all."""
+        """The logged calls, all or those of the given kinds."""
         if not self.log_file.exists():
             return []
         lines = self.log_file.read_text().splitlines()

@@ -1,4 +1,4 @@
-"""The stub package read back: each module's names, each class's members, with what a stub says about them."""
+"""A parser of the stub package: the contents of each module and the members of each class, with their declarations."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ class Member:
 
     kind: str
     writable: bool = False
-    overloads: list[list[str]] = field(default_factory=list)  # the keywords of each
+    overloads: list[list[str]] = field(default_factory=list)  # the keywords of each overload
 
 
 @dataclass
@@ -42,7 +42,7 @@ class Module:
 
 
 def _last(node: ast.expr) -> str:
-    """The last part of a name, without what it is subscribed with."""
+    """The last part of a name, without subscripts."""
     if isinstance(node, ast.Subscript):
         return _last(node.value)
     return node.attr if isinstance(node, ast.Attribute) else ast.unparse(node)

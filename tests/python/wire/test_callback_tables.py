@@ -1,6 +1,7 @@
-"""The callbacks as the managed side calls them: values in both directions, references, buffers, collections, files.
+"""The callbacks, called as the managed side calls them: values in both directions, references, buffers, collections,
+files.
 
-A call that leaves a Python error pending raises it here; the code that it answered is then not seen.
+A call that leaves a Python error pending raises it in the test; its status code is then not visible.
 """
 
 from __future__ import annotations
@@ -19,18 +20,18 @@ from support.records import PyBytesArg, PyStringArg, VariantArg
 from zelmor.imaging import Point
 from zelmor.imaging.imageoptions import DxfOptions
 
-#: What a test gathers.
+#: The values that a test collects.
 Kept = list[Any]
 
 
 def reference(value: object) -> int:
-    """The address of an object with one more reference, for a callback to take over."""
+    """The address of an object, with a new reference that the callback takes over."""
     ctypes.pythonapi.Py_IncRef(py_object(value))
     return id(value)
 
 
 def taken(address: int | None) -> Any:
-    """The object behind a reference that a callback gave out; the reference is dropped."""
+    """The object behind a reference that a callback returned; the reference is released."""
     assert address
     value = ctypes.cast(address, py_object).value
     ctypes.pythonapi.Py_DecRef(py_object(value))

@@ -1,4 +1,4 @@
-"""Managed exceptions as Python sees them, wherever they arise."""
+"""Managed exceptions in Python, wherever they are raised."""
 
 from __future__ import annotations
 
@@ -154,7 +154,7 @@ def test_a_raised_exception_is_released(control: Control) -> None:
     for _ in range(200):
         fail()
     gc.collect()
-    # A leak of the exception, its text or its two parts would leave hundreds.
+    # A leak of the exception, its text or the two parts of it would leave hundreds of objects.
     assert sys.getallocatedblocks() - before < 100
 
 

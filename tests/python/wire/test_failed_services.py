@@ -1,6 +1,6 @@
-"""Services of the managed side that fail: their error is asked for right behind the call, whatever they answer.
+"""Failed services of the managed side: the error indicator is checked directly after the call, whatever its status.
 
-An error that stays pending behind a call surfaces anywhere, or ends the process; hence the forked children.
+An error that stays pending would surface in an unrelated statement or end the process; therefore the tests fork.
 """
 
 from __future__ import annotations
@@ -22,12 +22,12 @@ EXCHANGE_HOST = "Zelmor.WrpGen.Interop.ExchangeHost"
 DICTIONARY = "Zelmor.Imaging.NonGenericDictionary"
 OBJECT_HOST = "Zelmor.WrpGen.Interop.ObjectHost"
 FAILED = "RuntimeError: Proxy error(X): failed"
-#: What a service can answer beside its error.
+#: The values that a service can return together with its error.
 STATUSES = [-1, 0, 1, 5]
-#: Run-time type ids that no managed type has, and no other test.
+#: Run-time type ids that no managed type and no other test uses.
 NEW_IDS = itertools.count(1 << 41)
 
-#: Every family of casts: a type, the class of its services, something to cast to it.
+#: Every family of casts: a type, the class of its services, an object to cast to it.
 FAMILIES: dict[str, tuple[Any, str, Callable[[], Any]]] = {
     "class": (PngOptions, "Zelmor.Imaging.ImageOptions.PngOptions", PngOptions),
     "struct": (Size, "Zelmor.Imaging.Size", Size),
@@ -46,7 +46,7 @@ REINTERPRETED = ["class", "struct", "enumeration", "interop class", "stream", "t
 
 
 def failure(control: Control, services: str, service: str, status: int, call: Callable[[], Any]) -> str:
-    """How a call ends whose service raises, and answers this status all the same."""
+    """The outcome of a call whose service raises an error and returns this status."""
 
     def step() -> Any:
         control.raise_next(services, service, "X", "failed", status)
@@ -112,7 +112,7 @@ def test_a_failed_question_whether_an_argument_fits_ends_the_call(control: Contr
 
 
 def test_a_failure_to_tell_a_type_stands(control: Control) -> None:
-    """The managed side hands out an object of a type that it then cannot name."""
+    """The managed side returns an object of a type whose name it then fails to tell."""
     write = control.callback("write", "tpo")
     handle, type_id = control.new_object("Zelmor.Imaging.LoadOptions"), next(NEW_IDS)
     control.raise_next(EXCHANGE_HOST, "GetTypeName", "X", "failed")
@@ -121,7 +121,7 @@ def test_a_failure_to_tell_a_type_stands(control: Control) -> None:
 
 
 class TestBoxing:
-    """A struct that is shown as an interface is boxed first."""
+    """A struct that is returned as an interface is boxed first."""
 
     def test_a_box(self, control: Control) -> None:
         shown = self._keys(control, new_object(DICTIONARY))
@@ -135,7 +135,7 @@ class TestBoxing:
 
     @staticmethod
     def _keys(control: Control, owner: Any) -> Any:
-        """A result of interface type that is a struct of no registered type."""
+        """A result of interface type that is a struct of an unregistered type."""
         record = struct.pack("<ixxxxQq", 1, control.new_object("System.Object"), next(NEW_IDS))
         control.return_next(DICTIONARY, "get_Keys", 0, 1, record)
         return owner.keys

@@ -1,4 +1,4 @@
-"""What a module binds and hands over while it is imported, and in which order."""
+"""The delegates that a module binds and the callbacks that it hands over during its import, and their order."""
 
 from __future__ import annotations
 
@@ -9,7 +9,7 @@ from support.callbacks import TABLES
 from support.control import Control
 from support.service_hosts import EXCHANGE_ENTRIES, EXCHANGE_HOST, HANDED_OVER, OBJECT_ENTRIES, OBJECT_HOST
 
-#: The managed assembly of each module that has one; pycore has none.
+#: The managed assembly of each module with one; pycore has none.
 ASSEMBLIES = {
     "zelmor.pygc": "WrpInterop.Zelmor.PyGc",
     "zelmor.pyreflection": "WrpInterop.Zelmor.PyReflection",
@@ -20,14 +20,14 @@ ASSEMBLIES = {
 
 
 def events_of(control: Control, assembly: str) -> list[tuple[str, str, str]]:
-    """Event, class and method of all that one module did at its start, in order."""
+    """Event, class and method of every step of one module at its start, in order."""
     services = (EXCHANGE_HOST, OBJECT_HOST)
     return [(entry["event"], entry["type"], entry["method"]) for entry in control.order()
             if entry["assembly"] == assembly and entry["type"] in services]
 
 
 def expected_events() -> list[tuple[str, str, str]]:
-    """Bind the channel, hand everything over, let the services be built, bind the object services."""
+    """Binds the channel, hands over all callbacks, lets the services be built, then binds the object services."""
     return ([("create_delegate", EXCHANGE_HOST, method) for method in EXCHANGE_ENTRIES]
             + [("call", EXCHANGE_HOST, method) for method in HANDED_OVER]
             + [("create_delegate", OBJECT_HOST, method) for method in OBJECT_ENTRIES])

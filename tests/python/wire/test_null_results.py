@@ -1,4 +1,5 @@
-"""Results that arrive as ready Python objects (texts, bytes, values of any kind): null without an error is None."""
+"""Results that are returned as complete Python objects (text, bytes, values of type object): null without an error
+becomes None."""
 
 from __future__ import annotations
 
@@ -18,7 +19,7 @@ STRING, BYTES = "CBE911FC", "8A028265"
 GENERIC = "Zelmor.WrpGen.Generic.SiApi"
 INTEROP = "Zelmor.WrpGen.Interop.SiApi"
 
-#: Members by the kind of their result: the entry point, and the use.
+#: Members by the kind of their result: the entry point, and an expression that calls it.
 MEMBERS: dict[str, tuple[str, str, Callable[[], Any]]] = {
     "a property": ("Zelmor.Imaging.Color", "get_Name", lambda: Color.red.name),
     "a property of an object": ("Zelmor.Imaging.ImageOptions.JpegOptions", "get_Comment",
@@ -37,7 +38,7 @@ def test_a_null_result_of_a_member(control: Control, member: str) -> None:
     assert use() is None
 
 
-#: Collections: a collection of two, the class of its services.
+#: Collections: a collection with two elements, and the class of its services.
 COLLECTIONS: dict[str, tuple[Callable[[], Any], str]] = {
     "array of strings": (lambda: make_typed(STRING, "array", ["a", "b"]), f"{GENERIC}Array_{STRING}"),
     "list of strings": (lambda: make_typed(STRING, "list", ["a", "b"]), f"{GENERIC}List_{STRING}"),
@@ -86,7 +87,7 @@ def test_a_null_element_of_an_iteration(control: Control, kind: str) -> None:
 
 @pytest.mark.parametrize(("service", "value"), [("ToStringOfObj", BmpOptions), ("ToStringOfStc", Size)])
 def test_a_null_text_of_an_object_gives_the_default_one(control: Control, service: str, value: Any) -> None:
-    """In a forked child: the null went out as the text."""
+    """In a forked child: a null that is returned as the text would crash the process."""
     shown = value()
 
     def step() -> bool:

@@ -48,7 +48,7 @@ TEST(Trace, SecondInitializationSaysNothing) {
     EXPECT_EQ(child.out, "CLR host tracing enabled\r\n");
 }
 
-TEST(Trace, InitialisationNeverSwitchesOff) {
+TEST(Trace, InitializationNeverSwitchesOff) {
     const ChildResult child = run_in_child([] {
         trace::enable();
         setenv("COREHOST_TRACE", "0", 1);

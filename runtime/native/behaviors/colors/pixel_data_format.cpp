@@ -1,20 +1,23 @@
-// PixelDataFormat's factories and the formats that have a name of their own.
+// PixelDataFormat: its factory methods, and the static properties with formats of a given name.
 #include "runtime/native/behaviors/colors/pixel_data_format.h"
-#include "generated/runtime/Zelmor.Imaging.h"
 
+#include <algorithm>
 #include <array>
+#include <cassert>
 #include <numeric>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kFormat = "Zelmor.Imaging.PixelDataFormat";
+using Api = api::PixelDataFormat;
 using Bits = std::vector<int32_t>;
 
 class PixelDataFormat final : public Record {
@@ -108,51 +111,55 @@ Format rgb_indexed(int32_t bits) {
     return checked("RgbIndexed", PixelLayout::kRgb, {bits});
 }
 
-// The formats with a name, by their entry points.
+// ---- Named formats
+
 struct NamedFormat {
-    const char* entry;
+    const PropertyName& property;  // whose name is the format's caption
     PixelLayout layout;
     std::array<int32_t, 5> bits;  // 0 behind the last channel
-    int32_t bits_per_pixel = 0;   // where padding makes it more than the sum
+    int32_t bits_per_pixel = 0;   // if padding makes it more than the sum
 };
 constexpr NamedFormat kNamed[] = {
-    {"getsa_Grayscale16", PixelLayout::kGrayscale, {16}},    {"getsa_Cmyk", PixelLayout::kCmyk, {8, 8, 8, 8}},
-    {"getsa_Cmyka", PixelLayout::kCmyk, {8, 8, 8, 8, 8}},    {"getsa_GrayscaleAlpha", PixelLayout::kGrayscale, {8, 8}},
-    {"getsa_Rgb16Bpp555", PixelLayout::kRgb, {5, 5, 5}, 16}, {"getsa_Rgb16Bpp565", PixelLayout::kRgb, {5, 6, 5}},
-    {"getsa_Rgb24Bpp", PixelLayout::kBgr, {8, 8, 8}},  // as bitmaps have it, blue first
-    {"getsa_Rgb24BppPng", PixelLayout::kRgb, {8, 8, 8}},     {"getsa_Rgb32Bpp", PixelLayout::kBgr, {8, 8, 8}, 32},
-    {"getsa_RgbIndexed1Bpp", PixelLayout::kRgb, {1}},        {"getsa_RgbIndexed2Bpp", PixelLayout::kRgb, {2}},
-    {"getsa_RgbIndexed4Bpp", PixelLayout::kRgb, {4}},        {"getsa_RgbIndexed8Bpp", PixelLayout::kRgb, {8}},
-    {"getsa_Rgba32Bpp", PixelLayout::kBgr, {8, 8, 8, 8}},    {"getsa_YCbCr", PixelLayout::kYCbCr, {8, 8, 8}},
-    {"getsa_Ycck", PixelLayout::kYcck, {8, 8, 8, 8}},
+    {Api::property_Grayscale16, PixelLayout::kGrayscale, {16}},
+    {Api::property_GrayscaleAlpha, PixelLayout::kGrayscale, {8, 8}},
+    {Api::property_Cmyk, PixelLayout::kCmyk, {8, 8, 8, 8}},
+    {Api::property_Cmyka, PixelLayout::kCmyk, {8, 8, 8, 8, 8}},
+    {Api::property_Rgb16Bpp555, PixelLayout::kRgb, {5, 5, 5}, 16},
+    {Api::property_Rgb16Bpp565, PixelLayout::kRgb, {5, 6, 5}},
+    {Api::property_Rgb24Bpp, PixelLayout::kBgr, {8, 8, 8}},  // as bitmaps have it, blue first
+    {Api::property_Rgb24BppPng, PixelLayout::kRgb, {8, 8, 8}},
+    {Api::property_Rgb32Bpp, PixelLayout::kBgr, {8, 8, 8}, 32},
+    {Api::property_Rgba32Bpp, PixelLayout::kBgr, {8, 8, 8, 8}},
+    {Api::property_RgbIndexed1Bpp, PixelLayout::kRgb, {1}},
+    {Api::property_RgbIndexed2Bpp, PixelLayout::kRgb, {2}},
+    {Api::property_RgbIndexed4Bpp, PixelLayout::kRgb, {4}},
+    {Api::property_RgbIndexed8Bpp, PixelLayout::kRgb, {8}},
+    {Api::property_YCbCr, PixelLayout::kYCbCr, {8, 8, 8}},
+    {Api::property_Ycck, PixelLayout::kYcck, {8, 8, 8, 8}},
 };
 
-// A named format is one object, however often it is asked for.
-template <size_t Index>
-Format named() {
-    static Format& format = *new Format([] {
-        const NamedFormat& wanted = kNamed[Index];
-        Bits bits;
-        for (const int32_t each : wanted.bits) {
-            if (each > 0) {
-                bits.push_back(each);
-            }
-        }
-        return make_pixel_data_format(wanted.entry + sizeof "getsa", wanted.layout, std::move(bits),
-                                      wanted.bits_per_pixel);
-    }());
+// Each named format is one object, however often it is read. The objects are made under the interpreter lock, and
+// making one calls nothing of Python.
+Format named(const NamedFormat& wanted) {
+    static auto& formats = *new std::unordered_map<const NamedFormat*, Format>;
+    Format& format = formats[&wanted];
+    if (!format) {
+        Bits bits(wanted.bits.begin(), std::find(wanted.bits.begin(), wanted.bits.end(), 0));
+        format = make_pixel_data_format(wanted.property.name, wanted.layout, std::move(bits), wanted.bits_per_pixel);
+    }
     return format;
 }
 
-template <size_t... Index>
-BehaviorTable table_of_named(std::index_sequence<Index...>) {
-    return {Assembly::kImaging, {{kFormat, kNamed[Index].entry, entry<&named<Index>>()}...}};
-}
-using PixelDataFormatApi = api::PixelDataFormat;
+const BehaviorTable named_table([] {
+    std::vector<BehaviorRow> rows;
+    for (const NamedFormat& format : kNamed) {
+        rows.push_back(row_property<&named>(format.property, format));
+    }
+    return rows;
+}());
 
-const BehaviorTable named_table = table_of_named(std::make_index_sequence<std::size(kNamed)>());
+// ---- The format that a user can replace
 
-// What a user can put another one in place of.
 Format& grayscale_slot() {
     static Format& format = *new Format(gray(8));
     return format;
@@ -161,35 +168,34 @@ Format grayscale() {
     return grayscale_slot();
 }
 void set_grayscale(Record* value) {
-    if (!value) {
+    if (value == nullptr) {
         throw_argument_null("value");
     }
     grayscale_slot() = Format(value);
 }
 
 const BehaviorTable table({
-    behavior<&gray_alpha, PixelDataFormatApi::call_000_GetGrayscaleAlpha>(),
-    behavior<&gray_alpha_of, PixelDataFormatApi::call_001_GetGrayscaleAlpha>(),
-    behavior<&rgb, PixelDataFormatApi::call_000_GetRgb>(),
-    behavior<&rgb_of, PixelDataFormatApi::call_001_GetRgb>(),
-    behavior<&rgba, PixelDataFormatApi::call_000_GetRgba>(),
-    behavior<&rgba_of, PixelDataFormatApi::call_001_GetRgba>(),
-    behavior<&ycbcr, PixelDataFormatApi::call_000_GetYCbCr>(),
-    behavior<&ycbcr_of, PixelDataFormatApi::call_001_GetYCbCr>(),
-    behavior<&cmyk, PixelDataFormatApi::call_000_GetCmyk>(),
-    behavior<&cmyk_of, PixelDataFormatApi::call_001_GetCmyk>(),
-    behavior<&gray, PixelDataFormatApi::call_000_GetGrayscale>(),
-    behavior<&rgb_indexed, PixelDataFormatApi::call_000_GetRgbIndexed>(),
-    behavior<&bgra, PixelDataFormatApi::call_000_GetBgra>(),
-    behavior<&bgr, PixelDataFormatApi::call_000_GetBgr>(),
-    behavior<&cmyka, PixelDataFormatApi::call_000_GetCmyka>(),
-    behavior<&ycck, PixelDataFormatApi::call_000_GetYcck>(),
-    behavior<&cie_lab, PixelDataFormatApi::call_000_GetCieLab>(),
-    behavior<&grayscale, PixelDataFormatApi::getsa_Grayscale>(),
-    behavior<&set_grayscale, PixelDataFormatApi::setsa_Grayscale>(),
+    behavior<&gray_alpha, Api::call_000_GetGrayscaleAlpha>(),
+    behavior<&gray_alpha_of, Api::call_001_GetGrayscaleAlpha>(),
+    behavior<&rgb, Api::call_000_GetRgb>(),
+    behavior<&rgb_of, Api::call_001_GetRgb>(),
+    behavior<&rgba, Api::call_000_GetRgba>(),
+    behavior<&rgba_of, Api::call_001_GetRgba>(),
+    behavior<&ycbcr, Api::call_000_GetYCbCr>(),
+    behavior<&ycbcr_of, Api::call_001_GetYCbCr>(),
+    behavior<&cmyk, Api::call_000_GetCmyk>(),
+    behavior<&cmyk_of, Api::call_001_GetCmyk>(),
+    behavior<&gray, Api::call_000_GetGrayscale>(),
+    behavior<&rgb_indexed, Api::call_000_GetRgbIndexed>(),
+    behavior<&bgra, Api::call_000_GetBgra>(),
+    behavior<&bgr, Api::call_000_GetBgr>(),
+    behavior<&cmyka, Api::call_000_GetCmyka>(),
+    behavior<&ycck, Api::call_000_GetYcck>(),
+    behavior<&cie_lab, Api::call_000_GetCieLab>(),
+    property<&grayscale, &set_grayscale, Api::property_Grayscale>(),
 });
 
-const FactoryRegistration factory(kFormat, [](const TypeInfo& type) {
+const FactoryRegistration factory(Api::kType.name, [](const TypeInfo& type) {
     return Ref<ManagedObject>(make_ref<PixelDataFormat>(type));
 });
 
@@ -197,7 +203,8 @@ const FactoryRegistration factory(kFormat, [](const TypeInfo& type) {
 
 Ref<ManagedObject> make_pixel_data_format(std::string_view caption, PixelLayout layout, std::vector<int32_t> bits,
                                           int32_t bits_per_pixel) {
-    auto format = make_instance(kFormat);
+    assert(!bits.empty());
+    auto format = make_instance(Api::kType.name);
     if (bits_per_pixel == 0) {
         bits_per_pixel = std::accumulate(bits.begin(), bits.end(), 0);
     }

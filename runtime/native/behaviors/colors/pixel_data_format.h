@@ -5,14 +5,16 @@
 #include <string_view>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/records.h"
 
 namespace zelmor::embed {
 
-// Values of the enumeration PixelFormat.
-enum class PixelLayout : int64_t { kGrayscale, kBgr, kRgb, kYCbCr, kCmyk, kYcck, kCieLab };
+// Which channels a pixel has, in which order.
+using PixelLayout = api::PixelFormat;
 
-// Formats are equal when their layout and the bits of their channels are. `bits_per_pixel` 0 stands for their sum.
+// Formats are equal when their layouts and the bits of their channels are. `bits_per_pixel` 0 stands for the sum of the
+// channels' bits.
 Ref<ManagedObject> make_pixel_data_format(std::string_view caption, PixelLayout layout, std::vector<int32_t> bits,
                                           int32_t bits_per_pixel = 0);
 

@@ -1,12 +1,13 @@
 // Arguments of drawing members: points and rectangles with whole or single-precision numbers, arrays of these.
 //
-// Members come in a form for whole numbers and one for others, and a Python list fits the first of them whatever is in
-// it. So each form takes both; the computing is done in double precision either way.
+// Many members exist twice, for whole numbers and for single-precision ones. A Python list fits the first of the two,
+// whatever is in it, so that both take both. All is computed in double precision.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_ARGUMENTS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_ARGUMENTS_H
 
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/core/entry.h"
 
@@ -44,9 +45,9 @@ inline RectD to_rect(const RectangleFValue& r) {
 
 // Arrays as results and stored values.
 Ref<ManagedList> point_array(const std::vector<PointD>& points);  // PointF[]
-Ref<ManagedList> object_array(const char* element_type, std::vector<Value> items);
+Ref<ManagedList> object_array(const TypeName& element_type, std::vector<Value> items);
 template <class T>
-Ref<ManagedList> object_array(const char* element_type, const std::vector<Ref<T>>& objects) {
+Ref<ManagedList> object_array(const TypeName& element_type, const std::vector<Ref<T>>& objects) {
     return object_array(element_type, std::vector<Value>(objects.begin(), objects.end()));
 }
 
@@ -74,17 +75,27 @@ struct Arg<RectsArg> : GeometryArg<RectsArg, &read_rects_arg> {};
 
 }  // namespace detail
 
-// A collection argument of whatever form as its elements; ArgumentNullException naming the parameter for None.
+// The object of an argument; ArgumentNullException naming the parameter for None.
+template <class T>
+T& required(T* object, const char* parameter) {
+    if (object == nullptr) {
+        throw_argument_null(parameter);
+    }
+    return *object;
+}
+
+// True for an object of the type or of one derived from it.
+bool is_a(const TypeInfo& type, const TypeName& base);
+
+// The elements of any collection argument; ArgumentNullException naming the parameter for None.
 std::vector<Value> read_any_elements(const VariantArg* arg, const char* parameter);
 template <class T>
 std::vector<Ref<T>> read_objects(const VariantArg* arg, const char* parameter) {
     std::vector<Ref<T>> objects;
     for (const Value& value : read_any_elements(arg, parameter)) {
         const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-        if (!object || !*object) {
-            throw_argument_null(parameter);
-        }
-        objects.emplace_back(&cast_object<T>(**object));
+        ManagedObject& held = required(object == nullptr ? nullptr : object->get(), parameter);
+        objects.emplace_back(&cast_object<T>(held));
     }
     return objects;
 }

@@ -1,4 +1,4 @@
-// Making brushes, and the properties of theirs that depend on each other.
+// Making brushes, and those of their properties that depend on each other.
 #include <algorithm>
 #include <cmath>
 
@@ -6,32 +6,34 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/behaviors/values/known_colors.h"
+#include "runtime/native/behaviors/values/struct_arrays.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {
 
+using api::KnownColor;
+using api::WrapMode;
+using api::Brushes::LinearGradientBrush;
+using api::Brushes::LinearMulticolorGradientBrush;
+using api::Brushes::PathGradientBrush;
+using api::Brushes::PathMulticolorGradientBrush;
+using api::Brushes::TextureBrush;
+
 namespace {
 
-constexpr const char* kBrush = "Zelmor.Imaging.Brush";
-constexpr const char* kTransform = "Zelmor.Imaging.Brushes.TransformBrush";
-constexpr const char* kLinear = "Zelmor.Imaging.Brushes.LinearGradientBrush";
-constexpr const char* kLinearMany = "Zelmor.Imaging.Brushes.LinearMulticolorGradientBrush";
-constexpr const char* kPathTwo = "Zelmor.Imaging.Brushes.PathGradientBrush";
-constexpr const char* kPathMany = "Zelmor.Imaging.Brushes.PathMulticolorGradientBrush";
-constexpr const char* kTexture = "Zelmor.Imaging.Brushes.TextureBrush";
-constexpr int64_t kClamp = 4;
-
-// ---- What all have
+// ---- All brushes
 
 Ref<Record> plain(const TypeInfo& type) {
     auto brush = make_ref<Record>(type);
     set_property(*brush, "Opacity", 1.0);
     return brush;
 }
-// Without colors between the ends a gradient goes evenly from one to the other.
+// A gradient with this blend goes evenly from one color to the other.
 Value even_blend() {
-    auto blend = make_instance("Zelmor.Imaging.Blend");
+    auto blend = make_instance(api::Blend::kType.name);
     set_property(*blend, "Factors", Value(Ref<ManagedObject>(make_array(std::vector<float>{1}))));
     return blend;
 }
@@ -59,17 +61,17 @@ Ref<ManagedObject> deep_clone(Record& self) {
 
 // ---- Linear gradients
 
-Ref<ManagedObject> linear(const char* type, const RectD& rect, double angle, bool scalable) {
-    auto brush = make_instance(type);
+Ref<ManagedObject> linear(const TypeName& type, const RectD& rect, double angle, bool scalable) {
+    auto brush = make_instance(type.name);
     set_property(*brush, "Rectangle", box(to_rectangle_f(rect)));
     set_property(*brush, "Angle", angle);
     set_property(*brush, "IsAngleScalable", scalable);
     return brush;
 }
 
-// Between two points: over the rectangle that they span, in the direction from one to the other. Where that has no
-// height or width it is made a square around the line, over which the gradient is the same.
-Ref<ManagedObject> linear_between(const char* type, PointD from, PointD to) {
+// Between two points: over the rectangle that they span, in the direction from one to the other. A rectangle without
+// height or width is replaced by a square around the line, over which the gradient is the same.
+Ref<ManagedObject> linear_between(const TypeName& type, PointD from, PointD to) {
     const PointD d = to - from;
     const double length = d.length();
     RectD rect{std::min(from.x, to.x), std::min(from.y, to.y), std::abs(d.x), std::abs(d.y)};
@@ -86,20 +88,20 @@ Ref<ManagedObject> with_colors(Ref<ManagedObject> brush, const ColorValue& start
     return brush;
 }
 Ref<ManagedObject> linear_points(PointArg from, PointArg to, const ColorValue& start, const ColorValue& end) {
-    return with_colors(linear_between(kLinear, from, to), start, end);
+    return with_colors(linear_between(LinearGradientBrush::kType, from, to), start, end);
 }
 Ref<ManagedObject> linear_scalable(RectArg rect, const ColorValue& start, const ColorValue& end, float angle,
                                    bool scalable) {
-    return with_colors(linear(kLinear, rect, angle, scalable), start, end);
+    return with_colors(linear(LinearGradientBrush::kType, rect, angle, scalable), start, end);
 }
 Ref<ManagedObject> linear_rect(RectArg rect, const ColorValue& start, const ColorValue& end, float angle) {
     return linear_scalable(rect, start, end, angle, false);
 }
 Ref<ManagedObject> many_points(PointArg from, PointArg to) {
-    return linear_between(kLinearMany, from, to);
+    return linear_between(LinearMulticolorGradientBrush::kType, from, to);
 }
 Ref<ManagedObject> many_scalable(RectArg rect, float angle, bool scalable) {
-    return linear(kLinearMany, rect, angle, scalable);
+    return linear(LinearMulticolorGradientBrush::kType, rect, angle, scalable);
 }
 Ref<ManagedObject> many_rect(RectArg rect, float angle) {
     return many_scalable(rect, angle, false);
@@ -108,23 +110,21 @@ Ref<ManagedObject> many_rect(RectArg rect, float angle) {
 // The two colors of a gradient as an array.
 Collection linear_colors(Record& self) {
     std::vector<Value> colors{property_object(self, "StartColor")->copy(), property_object(self, "EndColor")->copy()};
-    return {Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(colors)))};
+    return {Ref<ManagedObject>(struct_array<ColorValue>(std::move(colors)))};
 }
 void set_linear_colors(Record& self, const VariantArg* value) {
-    const std::vector<Value> colors = read_elements(value, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "value");
+    const std::vector<ColorValue> colors = read_structs<ColorValue>(value, "value");
     if (colors.size() != 2) {
         throw_argument("A linear gradient has two colors. (Parameter 'value')");
     }
-    const ColorValue start = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[0]));
-    const ColorValue end = unbox<ColorValue>(*std::get<Ref<ManagedObject>>(colors[1]));
-    set_property(self, "StartColor", box(start));
-    set_property(self, "EndColor", box(end));
+    set_property(self, "StartColor", box(colors[0]));
+    set_property(self, "EndColor", box(colors[1]));
 }
 
 // ---- Blends by formula
 
 void set_blend(Record& self, std::vector<float> factors, std::vector<float> positions) {
-    auto blend = make_instance("Zelmor.Imaging.Blend");
+    auto blend = make_instance(api::Blend::kType.name);
     set_property(*blend, "Factors", Value(Ref<ManagedObject>(make_array(std::move(factors)))));
     set_property(*blend, "Positions", Value(Ref<ManagedObject>(make_array(std::move(positions)))));
     set_property(self, "Blend", Value(blend));
@@ -178,26 +178,29 @@ void set_full_bell(Record& self, float focus) {
 
 // ---- Path gradients
 
-Ref<ManagedObject> over_outline(const char* type, const std::vector<PointD>& points, Ref<ManagedObject> path) {
+ColorValue of_argb(KnownColor color) {
+    return ColorValue::from_argb(argb_of(color));
+}
+
+Ref<ManagedObject> over_outline(const TypeName& type, const std::vector<PointD>& points, Ref<ManagedObject> path) {
     PointD sum;
     for (const PointD& point : points) {
         sum = sum + point;
     }
-    auto brush = make_instance(type);
+    auto brush = make_instance(type.name);
     set_property(*brush, "PathPoints", Value(Ref<ManagedObject>(point_array(points))));
     set_property(*brush, "GraphicsPath", Value(std::move(path)));
     set_property(*brush, "CenterPoint",
                  box(to_point_f(sum * (1.0 / static_cast<double>(std::max<size_t>(points.size(), 1))))));
-    set_property(*brush, "WrapMode", kClamp);
+    set_property(*brush, "WrapMode", WrapMode::kClamp);
     if (has_property(*brush, "CenterColor")) {
-        set_property(*brush, "CenterColor", box(ColorValue::from_argb(0xFF000000)));
-        std::vector<Value> white{box(ColorValue::from_argb(0xFFFFFFFF))};
-        set_property(*brush, "SurroundColors",
-                     Value(Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(white)))));
+        set_property(*brush, "CenterColor", box(of_argb(KnownColor::kBlack)));
+        std::vector<Value> white{box(of_argb(KnownColor::kWhite))};
+        set_property(*brush, "SurroundColors", Value(Ref<ManagedObject>(struct_array<ColorValue>(std::move(white)))));
     }
     return brush;
 }
-template <const char* const& kType>
+template <const TypeName& kType>
 Ref<ManagedObject> over_points(PointsArg points) {
     auto shape = make_ref<PointsShape>(require_type(PointsShape::kManagedName));
     shape->set_points(points.items);
@@ -208,19 +211,16 @@ Ref<ManagedObject> over_points(PointsArg points) {
     path->figures.push_back(figure);
     return over_outline(kType, points.items, path);
 }
-template <const char* const& kType>
-Ref<ManagedObject> over_wrapped_points(PointsArg points, int32_t wrap_mode) {
+template <const TypeName& kType>
+Ref<ManagedObject> over_wrapped_points(PointsArg points, WrapMode wrap_mode) {
     auto brush = over_points<kType>(std::move(points));
-    set_property(*brush, "WrapMode", int64_t{wrap_mode});
+    set_property(*brush, "WrapMode", wrap_mode);
     return brush;
 }
-template <const char* const& kType>
+template <const TypeName& kType>
 Ref<ManagedObject> over_path(PathObject* path) {
-    if (!path) {
-        throw_argument_null("path");
-    }
     std::vector<PointD> points;
-    for (const Contour& contour : path->outline()) {
+    for (const Contour& contour : required(path, "path").outline()) {
         const std::vector<PointD> part = flattened(contour, 0.25);
         points.insert(points.end(), part.begin(), part.end());
     }
@@ -229,116 +229,106 @@ Ref<ManagedObject> over_path(PathObject* path) {
 
 // ---- Textures. Without a rectangle the whole image is the texture.
 
-Ref<ManagedObject> texture_of_all(Record* image, int32_t wrap_mode, const RectD* rect, Record* attributes) {
-    if (!image) {
-        throw_argument_null("image");
-    }
-    auto brush = make_instance(kTexture);
-    set_property(*brush, "Image", Value(Ref<ManagedObject>(image)));
-    set_property(*brush, "WrapMode", int64_t{wrap_mode});
+Ref<ManagedObject> texture_of_all(Record* image, WrapMode wrap_mode, const RectD* rect, Record* attributes) {
+    auto brush = make_instance(TextureBrush::kType.name);
+    set_property(*brush, "Image", Value(Ref<ManagedObject>(&required(image, "image"))));
+    set_property(*brush, "WrapMode", wrap_mode);
     set_property(*brush, "ImageAttributes", Value(Ref<ManagedObject>(attributes)));
-    if (rect) {
+    if (rect != nullptr) {
         set_property(*brush, "ImageRectangle", box(to_rectangle_f(*rect)));
     }
     return brush;
 }
 Ref<ManagedObject> texture(Record* image) {
-    return texture_of_all(image, 0, nullptr, nullptr);
+    return texture_of_all(image, WrapMode::kTile, nullptr, nullptr);
 }
-Ref<ManagedObject> texture_wrapped(Record* image, int32_t wrap_mode) {
+Ref<ManagedObject> texture_wrapped(Record* image, WrapMode wrap_mode) {
     return texture_of_all(image, wrap_mode, nullptr, nullptr);
 }
-Ref<ManagedObject> texture_wrapped_rect(Record* image, int32_t wrap_mode, RectArg rect) {
+Ref<ManagedObject> texture_wrapped_rect(Record* image, WrapMode wrap_mode, RectArg rect) {
     return texture_of_all(image, wrap_mode, &rect, nullptr);
 }
 Ref<ManagedObject> texture_rect(Record* image, RectArg rect) {
-    return texture_of_all(image, 0, &rect, nullptr);
+    return texture_of_all(image, WrapMode::kTile, &rect, nullptr);
 }
 Ref<ManagedObject> texture_attributes(Record* image, RectArg rect, Record* attributes) {
-    return texture_of_all(image, 0, &rect, attributes);
+    return texture_of_all(image, WrapMode::kTile, &rect, attributes);
 }
 
-using BrushApi = api::Brush;
-using LinearGradientBrushApi = api::Brushes::LinearGradientBrush;
-using LinearMulticolorGradientBrushApi = api::Brushes::LinearMulticolorGradientBrush;
-using PathGradientBrushApi = api::Brushes::PathGradientBrush;
-using PathMulticolorGradientBrushApi = api::Brushes::PathMulticolorGradientBrush;
-using TextureBrushApi = api::Brushes::TextureBrush;
-
 const BehaviorTable table({
-    behavior<&deep_clone, BrushApi::call_000_DeepClone>(),
-    behavior<&linear_points, LinearGradientBrushApi::ctor_001_LinearGradientBrush,
-             LinearGradientBrushApi::ctor_002_LinearGradientBrush, LinearGradientBrushApi::call_000_CreateWithPoints,
-             LinearGradientBrushApi::call_000_CreateWithPointsF>(),
-    behavior<&linear_rect, LinearGradientBrushApi::ctor_003_LinearGradientBrush,
-             LinearGradientBrushApi::ctor_004_LinearGradientBrush,
-             LinearGradientBrushApi::call_000_CreateWithRectColorsAngle,
-             LinearGradientBrushApi::call_000_CreateWithRectFColorsAngle>(),
-    behavior<&linear_scalable, LinearGradientBrushApi::ctor_005_LinearGradientBrush,
-             LinearGradientBrushApi::ctor_006_LinearGradientBrush,
-             LinearGradientBrushApi::call_000_CreateWithRectColorsAngleScalable,
-             LinearGradientBrushApi::call_000_CreateWithRectFColorsAngleScalable>(),
-    behavior<&linear_colors, LinearGradientBrushApi::get_LinearColors>(),
-    behavior<&set_linear_colors, LinearGradientBrushApi::set_LinearColors>(),
-    behavior<&set_full_bell, LinearGradientBrushApi::call_000_SetSigmaBellShape,
-             PathGradientBrushApi::call_000_SetSigmaBellShape>(),
-    behavior<&set_bell, LinearGradientBrushApi::call_001_SetSigmaBellShape,
-             PathGradientBrushApi::call_001_SetSigmaBellShape>(),
-    behavior<&set_full_triangle, LinearGradientBrushApi::call_000_SetBlendTriangularShape,
-             PathGradientBrushApi::call_000_SetBlendTriangularShape>(),
-    behavior<&set_triangle, LinearGradientBrushApi::call_001_SetBlendTriangularShape,
-             PathGradientBrushApi::call_001_SetBlendTriangularShape>(),
-    behavior<&many_points, LinearMulticolorGradientBrushApi::ctor_001_LinearMulticolorGradientBrush,
-             LinearMulticolorGradientBrushApi::ctor_002_LinearMulticolorGradientBrush,
-             LinearMulticolorGradientBrushApi::call_000_CreateWithPoints,
-             LinearMulticolorGradientBrushApi::call_000_CreateWithPointsF>(),
-    behavior<&many_rect, LinearMulticolorGradientBrushApi::ctor_003_LinearMulticolorGradientBrush,
-             LinearMulticolorGradientBrushApi::ctor_004_LinearMulticolorGradientBrush,
-             LinearMulticolorGradientBrushApi::call_000_CreateWithRect,
-             LinearMulticolorGradientBrushApi::call_000_CreateWithRectF>(),
-    behavior<&many_scalable, LinearMulticolorGradientBrushApi::ctor_005_LinearMulticolorGradientBrush,
-             LinearMulticolorGradientBrushApi::ctor_006_LinearMulticolorGradientBrush,
-             LinearMulticolorGradientBrushApi::call_000_CreateWithRectAngleScalable,
-             LinearMulticolorGradientBrushApi::call_000_CreateWithRectFAngleScalable>(),
-    behavior<&over_points<kPathTwo>, PathGradientBrushApi::ctor_000_PathGradientBrush,
-             PathGradientBrushApi::ctor_002_PathGradientBrush, PathGradientBrushApi::call_000_CreateWithPointsF,
-             PathGradientBrushApi::call_000_CreateWithPoints>(),
-    behavior<&over_wrapped_points<kPathTwo>, PathGradientBrushApi::ctor_001_PathGradientBrush,
-             PathGradientBrushApi::ctor_003_PathGradientBrush, PathGradientBrushApi::call_000_CreateWithPointsFWrapMode,
-             PathGradientBrushApi::call_000_CreateWithPointsWrapMode>(),
-    behavior<&over_path<kPathTwo>, PathGradientBrushApi::ctor_004_PathGradientBrush,
-             PathGradientBrushApi::call_000_CreateWithPath>(),
-    behavior<&over_points<kPathMany>, PathMulticolorGradientBrushApi::ctor_000_PathMulticolorGradientBrush,
-             PathMulticolorGradientBrushApi::ctor_002_PathMulticolorGradientBrush,
-             PathMulticolorGradientBrushApi::call_000_CreateWithPoints,
-             PathMulticolorGradientBrushApi::call_000_CreateWithPointsF>(),
-    behavior<&over_wrapped_points<kPathMany>, PathMulticolorGradientBrushApi::ctor_001_PathMulticolorGradientBrush,
-             PathMulticolorGradientBrushApi::ctor_003_PathMulticolorGradientBrush,
-             PathMulticolorGradientBrushApi::call_000_CreateWithPointsFWrapMode,
-             PathMulticolorGradientBrushApi::call_000_CreateWithPointsWrapMode>(),
-    behavior<&over_path<kPathMany>, PathMulticolorGradientBrushApi::ctor_004_PathMulticolorGradientBrush,
-             PathMulticolorGradientBrushApi::call_000_CreateWithPath>(),
-    behavior<&texture, TextureBrushApi::ctor_000_TextureBrush>(),
-    behavior<&texture_wrapped, TextureBrushApi::ctor_001_TextureBrush,
-             TextureBrushApi::call_000_CreateWithImageWrapMode>(),
-    behavior<&texture_wrapped_rect, TextureBrushApi::ctor_002_TextureBrush, TextureBrushApi::ctor_003_TextureBrush,
-             TextureBrushApi::call_000_CreateWithImageWrapModeRectF,
-             TextureBrushApi::call_000_CreateWithImageWrapModeRect>(),
-    behavior<&texture_rect, TextureBrushApi::ctor_004_TextureBrush, TextureBrushApi::ctor_006_TextureBrush,
-             TextureBrushApi::call_000_CreateWithImageRectF, TextureBrushApi::call_000_CreateWithImageRect>(),
-    behavior<&texture_attributes, TextureBrushApi::ctor_005_TextureBrush, TextureBrushApi::ctor_007_TextureBrush,
-             TextureBrushApi::call_000_CreateWithImageRectFAttribs,
-             TextureBrushApi::call_000_CreateWithImageRectAttribs>(),
+    behavior<&deep_clone, api::Brush::call_000_DeepClone>(),
+    behavior<&linear_points, LinearGradientBrush::ctor_001_LinearGradientBrush,
+             LinearGradientBrush::ctor_002_LinearGradientBrush, LinearGradientBrush::call_000_CreateWithPoints,
+             LinearGradientBrush::call_000_CreateWithPointsF>(),
+    behavior<&linear_rect, LinearGradientBrush::ctor_003_LinearGradientBrush,
+             LinearGradientBrush::ctor_004_LinearGradientBrush, LinearGradientBrush::call_000_CreateWithRectColorsAngle,
+             LinearGradientBrush::call_000_CreateWithRectFColorsAngle>(),
+    behavior<&linear_scalable, LinearGradientBrush::ctor_005_LinearGradientBrush,
+             LinearGradientBrush::ctor_006_LinearGradientBrush,
+             LinearGradientBrush::call_000_CreateWithRectColorsAngleScalable,
+             LinearGradientBrush::call_000_CreateWithRectFColorsAngleScalable>(),
+    property<&linear_colors, &set_linear_colors, LinearGradientBrush::property_LinearColors>(),
+    behavior<&set_full_bell, LinearGradientBrush::call_000_SetSigmaBellShape,
+             PathGradientBrush::call_000_SetSigmaBellShape>(),
+    behavior<&set_bell, LinearGradientBrush::call_001_SetSigmaBellShape,
+             PathGradientBrush::call_001_SetSigmaBellShape>(),
+    behavior<&set_full_triangle, LinearGradientBrush::call_000_SetBlendTriangularShape,
+             PathGradientBrush::call_000_SetBlendTriangularShape>(),
+    behavior<&set_triangle, LinearGradientBrush::call_001_SetBlendTriangularShape,
+             PathGradientBrush::call_001_SetBlendTriangularShape>(),
+    behavior<&many_points, LinearMulticolorGradientBrush::ctor_001_LinearMulticolorGradientBrush,
+             LinearMulticolorGradientBrush::ctor_002_LinearMulticolorGradientBrush,
+             LinearMulticolorGradientBrush::call_000_CreateWithPoints,
+             LinearMulticolorGradientBrush::call_000_CreateWithPointsF>(),
+    behavior<&many_rect, LinearMulticolorGradientBrush::ctor_003_LinearMulticolorGradientBrush,
+             LinearMulticolorGradientBrush::ctor_004_LinearMulticolorGradientBrush,
+             LinearMulticolorGradientBrush::call_000_CreateWithRect,
+             LinearMulticolorGradientBrush::call_000_CreateWithRectF>(),
+    behavior<&many_scalable, LinearMulticolorGradientBrush::ctor_005_LinearMulticolorGradientBrush,
+             LinearMulticolorGradientBrush::ctor_006_LinearMulticolorGradientBrush,
+             LinearMulticolorGradientBrush::call_000_CreateWithRectAngleScalable,
+             LinearMulticolorGradientBrush::call_000_CreateWithRectFAngleScalable>(),
+    behavior<&over_points<PathGradientBrush::kType>, PathGradientBrush::ctor_000_PathGradientBrush,
+             PathGradientBrush::ctor_002_PathGradientBrush, PathGradientBrush::call_000_CreateWithPointsF,
+             PathGradientBrush::call_000_CreateWithPoints>(),
+    behavior<&over_wrapped_points<PathGradientBrush::kType>, PathGradientBrush::ctor_001_PathGradientBrush,
+             PathGradientBrush::ctor_003_PathGradientBrush, PathGradientBrush::call_000_CreateWithPointsFWrapMode,
+             PathGradientBrush::call_000_CreateWithPointsWrapMode>(),
+    behavior<&over_path<PathGradientBrush::kType>, PathGradientBrush::ctor_004_PathGradientBrush,
+             PathGradientBrush::call_000_CreateWithPath>(),
+    behavior<&over_points<PathMulticolorGradientBrush::kType>,
+             PathMulticolorGradientBrush::ctor_000_PathMulticolorGradientBrush,
+             PathMulticolorGradientBrush::ctor_002_PathMulticolorGradientBrush,
+             PathMulticolorGradientBrush::call_000_CreateWithPoints,
+             PathMulticolorGradientBrush::call_000_CreateWithPointsF>(),
+    behavior<&over_wrapped_points<PathMulticolorGradientBrush::kType>,
+             PathMulticolorGradientBrush::ctor_001_PathMulticolorGradientBrush,
+             PathMulticolorGradientBrush::ctor_003_PathMulticolorGradientBrush,
+             PathMulticolorGradientBrush::call_000_CreateWithPointsFWrapMode,
+             PathMulticolorGradientBrush::call_000_CreateWithPointsWrapMode>(),
+    behavior<&over_path<PathMulticolorGradientBrush::kType>,
+             PathMulticolorGradientBrush::ctor_004_PathMulticolorGradientBrush,
+             PathMulticolorGradientBrush::call_000_CreateWithPath>(),
+    behavior<&texture, TextureBrush::ctor_000_TextureBrush>(),
+    behavior<&texture_wrapped, TextureBrush::ctor_001_TextureBrush, TextureBrush::call_000_CreateWithImageWrapMode>(),
+    behavior<&texture_wrapped_rect, TextureBrush::ctor_002_TextureBrush, TextureBrush::ctor_003_TextureBrush,
+             TextureBrush::call_000_CreateWithImageWrapModeRectF, TextureBrush::call_000_CreateWithImageWrapModeRect>(),
+    behavior<&texture_rect, TextureBrush::ctor_004_TextureBrush, TextureBrush::ctor_006_TextureBrush,
+             TextureBrush::call_000_CreateWithImageRectF, TextureBrush::call_000_CreateWithImageRect>(),
+    behavior<&texture_attributes, TextureBrush::ctor_005_TextureBrush, TextureBrush::ctor_007_TextureBrush,
+             TextureBrush::call_000_CreateWithImageRectFAttribs, TextureBrush::call_000_CreateWithImageRectAttribs>(),
 });
 
-const FactoryRegistration brush_factory(kBrush, [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
-const FactoryRegistration transform_factory(kTransform, [](const TypeInfo& type) -> Ref<ManagedObject> {
-    return transformable(type);
-});
-const FactoryRegistration supporter_factory("Zelmor.Imaging.TransparencySupporter",
+const FactoryRegistration brush_factory(api::Brush::kType.name,
+                                        [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
+const FactoryRegistration transform_factory(api::Brushes::TransformBrush::kType.name,
+                                            [](const TypeInfo& type) -> Ref<ManagedObject> {
+                                                return transformable(type);
+                                            });
+const FactoryRegistration supporter_factory(api::TransparencySupporter::kType.name,
                                             [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
 // An empty rectangle stands for the whole image.
-const FactoryRegistration texture_factory(kTexture, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration texture_factory(TextureBrush::kType.name, [](const TypeInfo& type) -> Ref<ManagedObject> {
     auto brush = transformable(type);
     set_property(*brush, "ImageAttributes", Ref<ManagedObject>());
     set_property(*brush, "ImageRectangle", box(RectangleFValue()));

@@ -3,6 +3,7 @@
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
+#include "runtime/native/behaviors/values/struct_arrays.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 
@@ -10,10 +11,11 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kColorBlend = "Zelmor.Imaging.ColorBlend";
-constexpr const char* kBlend = "Zelmor.Imaging.Blend";
-constexpr const char* kMatrix = "Zelmor.Imaging.ColorMatrix";
-constexpr int kSize = 5;
+using api::Blend;
+using api::ColorBlend;
+using api::ColorMatrix;
+
+constexpr int kSize = 5;  // rows and columns of a color matrix
 
 Value zeros(int32_t count) {
     return Ref<ManagedObject>(make_array(std::vector<float>(static_cast<size_t>(count))));
@@ -34,14 +36,14 @@ Ref<ManagedObject> color_blend(int32_t count) {
     for (int32_t i = 0; i < count; ++i) {
         colors.emplace_back(box(ColorValue()));
     }
-    auto blend = make_ref<Record>(require_type(kColorBlend));
-    set_property(*blend, "Colors", Value(Ref<ManagedObject>(object_array("Zelmor.Imaging.Color", std::move(colors)))));
+    auto blend = make_ref<Record>(require_type(ColorBlend::kType.name));
+    set_property(*blend, "Colors", Value(Ref<ManagedObject>(struct_array<ColorValue>(std::move(colors)))));
     set_property(*blend, "Positions", zeros(count));
     return blend;
 }
 Ref<ManagedObject> blend(int32_t count) {
     require_count(count);
-    auto blend = make_ref<Record>(require_type(kBlend));
+    auto blend = make_ref<Record>(require_type(Blend::kType.name));
     set_property(*blend, "Factors", zeros(count));
     set_property(*blend, "Positions", zeros(count));
     return blend;
@@ -59,10 +61,13 @@ Ref<ManagedObject> identity(const TypeInfo& type) {
     }
     return matrix;
 }
+// The element of a float[][].
+const ElementType& row_element() {
+    return element_of(CollectionInfo{CollectionShape::kArray, "F25B175D"});
+}
 Ref<ManagedObject> from_rows(const VariantArg* rows) {
-    const std::vector<Value> lines =
-        read_elements(rows, element_of(CollectionInfo{CollectionShape::kArray, "F25B175D"}), "new_color_matrix");
-    auto matrix = make_instance(kMatrix);
+    const std::vector<Value> lines = read_elements(rows, row_element(), "new_color_matrix");
+    auto matrix = make_instance(ColorMatrix::kType.name);
     if (lines.size() < kSize) {
         throw ManagedException("IndexOutOfRangeException", "A color matrix has five rows.");
     }
@@ -105,33 +110,28 @@ Collection rows_of(Record& self) {
         }
         rows.emplace_back(Ref<ManagedObject>(make_array(std::move(numbers))));
     }
-    return {Ref<ManagedObject>(make_ref<ValueList>(
-        ListShape::kArray, element_of(CollectionInfo{CollectionShape::kArray, "F25B175D"}), std::move(rows)))};
+    return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, row_element(), std::move(rows)))};
 }
 template <int32_t kValue>
 int32_t constant() {
     return kValue;
 }
 
-using BlendApi = api::Blend;
-using ColorBlendApi = api::ColorBlend;
-using ColorMatrixApi = api::ColorMatrix;
-
 const BehaviorTable table({
-    behavior<&color_blend, ColorBlendApi::ctor_001_ColorBlend>(),
-    behavior<&blend, BlendApi::ctor_001_Blend>(),
-    behavior<&from_rows, ColorMatrixApi::ctor_001_ColorMatrix>(),
-    behavior<&rows_of, ColorMatrixApi::call_000_GetMatrix>(),
-    behavior<&get_element, ColorMatrixApi::call_000_GetElem>(),
-    behavior<&set_element, ColorMatrixApi::call_000_SetElem>(),
-    behavior<&constant<2>, ColorMatrixApi::getsa_MatrixDimensionsCount>(),
-    behavior<&constant<kSize>, ColorMatrixApi::getsa_MatrixDimensionElementsCount>(),
-    behavior<&constant<kSize * kSize>, ColorMatrixApi::getsa_MatrixTotalElementsCount>(),
+    behavior<&color_blend, ColorBlend::ctor_001_ColorBlend>(),
+    behavior<&blend, Blend::ctor_001_Blend>(),
+    behavior<&from_rows, ColorMatrix::ctor_001_ColorMatrix>(),
+    behavior<&rows_of, ColorMatrix::call_000_GetMatrix>(),
+    behavior<&get_element, ColorMatrix::call_000_GetElem>(),
+    behavior<&set_element, ColorMatrix::call_000_SetElem>(),
+    behavior<&constant<2>, ColorMatrix::getsa_MatrixDimensionsCount>(),
+    behavior<&constant<kSize>, ColorMatrix::getsa_MatrixDimensionElementsCount>(),
+    behavior<&constant<kSize * kSize>, ColorMatrix::getsa_MatrixTotalElementsCount>(),
 });
 
-const FactoryRegistration color_blend_factory(kColorBlend, [](const TypeInfo&) { return color_blend(1); });
-const FactoryRegistration blend_factory(kBlend, [](const TypeInfo&) { return blend(1); });
-const FactoryRegistration matrix_factory(kMatrix, identity);
+const FactoryRegistration color_blend_factory(ColorBlend::kType.name, [](const TypeInfo&) { return color_blend(1); });
+const FactoryRegistration blend_factory(Blend::kType.name, [](const TypeInfo&) { return blend(1); });
+const FactoryRegistration matrix_factory(ColorMatrix::kType.name, identity);
 
 }  // namespace
 

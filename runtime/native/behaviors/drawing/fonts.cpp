@@ -6,65 +6,63 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
 #include "runtime/native/behaviors/drawing/fonts.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 
 namespace zelmor::embed {
 
-namespace {
+using api::CharacterSet;
+using api::FontStyle;
+using api::GraphicsUnit;
+using api::StringFormatFlags;
+using api::StringTrimming;
 
-constexpr const char* kFont = "Zelmor.Imaging.Font";
-constexpr const char* kSettings = "Zelmor.Imaging.FontSettings";
-constexpr const char* kFormat = "Zelmor.Imaging.StringFormat";
+namespace {
 
 // ---- Font
 
-constexpr int32_t kPointUnit = 3;
-constexpr int32_t kDefaultCharacters = 1;
-
 Ref<ManagedObject> new_font(const TypeInfo& type) {
     auto font = make_ref<Record>(type);
-    set_property(*font, "CharacterSet", int64_t{kDefaultCharacters});
+    set_property(*font, "CharacterSet", CharacterSet::kDefault);
     set_property(*font, "Name", Value(std::u16string()));
-    set_property(*font, "Style", int64_t{0});
+    set_property(*font, "Style", FontStyle::kRegular);
     set_property(*font, "Size", 0.0);
-    set_property(*font, "Unit", int64_t{kPointUnit});
+    set_property(*font, "Unit", GraphicsUnit::kPoint);
     return font;
 }
 
-Ref<ManagedObject> font_of_all(std::u16string name, float size, int32_t style, int32_t unit, int32_t character_set) {
-    auto font = make_instance(kFont);
+Ref<ManagedObject> font_of_all(std::u16string name, float size, FontStyle style, GraphicsUnit unit,
+                               CharacterSet character_set) {
+    auto font = make_instance(api::Font::kType.name);
     set_property(*font, "Name", std::move(name));
     set_property(*font, "Size", double{size});
-    set_property(*font, "Style", int64_t{style});
-    set_property(*font, "Unit", int64_t{unit});
-    set_property(*font, "CharacterSet", int64_t{character_set});
+    set_property(*font, "Style", style);
+    set_property(*font, "Unit", unit);
+    set_property(*font, "CharacterSet", character_set);
     return font;
 }
-Ref<ManagedObject> font_of_style_and_unit(std::u16string name, float size, int32_t style, int32_t unit) {
-    return font_of_all(std::move(name), size, style, unit, kDefaultCharacters);
+Ref<ManagedObject> font_of_style_and_unit(std::u16string name, float size, FontStyle style, GraphicsUnit unit) {
+    return font_of_all(std::move(name), size, style, unit, CharacterSet::kDefault);
 }
-Ref<ManagedObject> font_of_style(std::u16string name, float size, int32_t style) {
-    return font_of_style_and_unit(std::move(name), size, style, kPointUnit);
+Ref<ManagedObject> font_of_style(std::u16string name, float size, FontStyle style) {
+    return font_of_style_and_unit(std::move(name), size, style, GraphicsUnit::kPoint);
 }
-Ref<ManagedObject> font_of_unit(std::u16string name, float size, int32_t unit) {
-    return font_of_style_and_unit(std::move(name), size, 0, unit);
+Ref<ManagedObject> font_of_unit(std::u16string name, float size, GraphicsUnit unit) {
+    return font_of_style_and_unit(std::move(name), size, FontStyle::kRegular, unit);
 }
 Ref<ManagedObject> font_of_size(std::u16string name, float size) {
-    return font_of_style(std::move(name), size, 0);
+    return font_of_style(std::move(name), size, FontStyle::kRegular);
 }
-Ref<ManagedObject> font_like(Record* prototype, int32_t style) {
-    if (!prototype) {
-        throw_argument_null("prototype");
-    }
-    auto font = prototype->copy();
-    set_property(*font, "Style", int64_t{style});
+Ref<ManagedObject> font_like(Record* prototype, FontStyle style) {
+    auto font = required(prototype, "prototype").copy();
+    set_property(*font, "Style", style);
     return font;
 }
 
-template <int kBit>
+template <FontStyle kStyle>
 bool has_style(Record& self) {
-    return (property_int(self, "Style") & kBit) != 0;
+    return (property_int(self, "Style") & number_of(kStyle)) != 0;
 }
 Ref<ManagedObject> copy_of(Record& self) {
     return self.copy();
@@ -85,15 +83,15 @@ Collection folder_array(const std::vector<std::string>& folders) {
     }
     return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString), std::move(items)))};
 }
-// Where a system keeps its fonts, as far as it has these folders.
+// The folders in which a system keeps its fonts, as far as they exist.
 std::vector<std::string> system_folders() {
     std::vector<std::string> folders{"/usr/share/fonts", "/usr/local/share/fonts"};
-    if (const char* home = std::getenv("HOME"); home && *home) {
+    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
         folders.push_back(std::string(home) + "/.local/share/fonts");
         folders.push_back(std::string(home) + "/.fonts");
     }
     std::erase_if(folders, [](const std::string& folder) {
-        std::error_code ignored;  // a folder that cannot be looked at is none to read fonts from
+        std::error_code ignored;  // no fonts can be read from a folder that cannot be inspected
         return !std::filesystem::is_directory(folder, ignored);
     });
     return folders;
@@ -107,44 +105,38 @@ Collection folders() {
 void set_folder(std::string folder) {
     chosen_folders() = {std::move(folder)};
 }
-// Folders are searched with those in them, as the font library does anyway.
+// The last argument, whether to search the folders in these folders, changes nothing: the font library always does.
 void set_folders(const VariantArg* folders, bool) {
     std::vector<std::string> names;
     for (const Value& folder : read_any_elements(folders, "fonts_folders")) {
         const auto* text = std::get_if<std::u16string>(&folder);
-        if (!text) {
-            throw_argument_null("fonts_folders");
-        }
-        names.push_back(to_utf8(*text));
+        names.push_back(to_utf8(required(text, "fonts_folders")));
     }
     chosen_folders() = std::move(names);
 }
 const TypeInfo& settings_type() {
-    return require_type(kSettings);
+    return require_type(api::FontSettings::kType.name);
 }
 void reset() {
     chosen_folders().clear();
     set_static_property(settings_type(), "DefaultFontName", Ref<ManagedObject>());
     set_static_property(settings_type(), "GetSystemAlternativeFont", true);
 }
-// Fonts are looked for when text is drawn, so that there is nothing to be done ahead.
+// Nothing to do: fonts are searched when text is drawn.
 void update() {}
 bool system_alternative() {
     const Value& value = static_property(settings_type(), "GetSystemAlternativeFont");
     const auto* chosen = std::get_if<bool>(&value);
-    return !chosen || *chosen;
+    return chosen == nullptr || *chosen;
 }
 
 // ---- StringFormat
 
-constexpr int32_t kNoTrimming = 0;
-constexpr int32_t kCharacterTrimming = 1;
-
 class TextFormat final : public Record {
  public:
-    static constexpr const char* kManagedName = kFormat;
+    static constexpr const char* kManagedName = api::StringFormat::kType.name;
     explicit TextFormat(const TypeInfo& type) : Record(type) {
-        set_property(*this, "Trimming", int64_t{kCharacterTrimming});
+        set_property(*this, "Trimming", StringTrimming::kCharacter);
         set_property(*this, "FirstTabOffset", 0.0);
         set_tab_stops({});
     }
@@ -153,65 +145,58 @@ class TextFormat final : public Record {
     }
 };
 
-Ref<ManagedObject> format_of_flags(int32_t flags) {
-    auto format = make_instance(kFormat);
-    set_property(*format, "FormatFlags", int64_t{flags});
+Ref<ManagedObject> format_of_flags(StringFormatFlags flags) {
+    auto format = make_instance(TextFormat::kManagedName);
+    set_property(*format, "FormatFlags", flags);
     return format;
 }
 Ref<ManagedObject> format_like(TextFormat* other) {
-    if (!other) {
-        throw_argument_null("format");
-    }
-    return other->copy();
+    return required(other, "format").copy();
 }
 void set_tabs(TextFormat& self, float first_offset, const VariantArg* stops) {
     self.set_tab_stops(read_array<float>(stops, "tab_stops"));
     set_property(self, "FirstTabOffset", double{first_offset});
 }
 Ref<ManagedObject> generic_default() {
-    return make_instance(kFormat);
+    return make_instance(TextFormat::kManagedName);
 }
-// As type is set: only whole lines are shown, not clipped, and nothing is trimmed.
+// As typesetters do it: only whole lines are shown, and text is neither clipped nor trimmed.
 Ref<ManagedObject> generic_typographic() {
-    constexpr int64_t kFitBlackBox = 0x4, kLineLimit = 0x2000, kNoClip = 0x4000;
-    auto format = make_instance(kFormat);
-    set_property(*format, "FormatFlags", kFitBlackBox | kLineLimit | kNoClip);
-    set_property(*format, "Trimming", int64_t{kNoTrimming});
+    auto format = make_instance(TextFormat::kManagedName);
+    set_property(*format, "FormatFlags",
+                 number_of(StringFormatFlags::kFitBlackBox) | number_of(StringFormatFlags::kLineLimit) |
+                     number_of(StringFormatFlags::kNoClip));
+    set_property(*format, "Trimming", StringTrimming::kNone);
     return format;
 }
 
-using FontApi = api::Font;
-using FontSettingsApi = api::FontSettings;
-using OpenTypeFontsCacheApi = api::OpenTypeFontsCache;
-using StringFormatApi = api::StringFormat;
-
 const BehaviorTable table({
-    behavior<&font_like, FontApi::ctor_000_Font, FontApi::call_000_CreateFromPrototype>(),
-    behavior<&font_of_size, FontApi::ctor_001_Font, FontApi::call_000_CreateWithSize>(),
-    behavior<&font_of_style, FontApi::ctor_002_Font, FontApi::call_000_CreateWithSizeStyle>(),
-    behavior<&font_of_unit, FontApi::ctor_003_Font, FontApi::call_000_CreateWithSizeUnit>(),
-    behavior<&font_of_all, FontApi::ctor_004_Font>(),
-    behavior<&font_of_style_and_unit, FontApi::ctor_005_Font>(),
-    behavior<&copy_of, FontApi::call_000_DeepClone, StringFormatApi::call_000_DeepClone>(),
-    behavior<&has_style<1>, FontApi::get_Bold>(),
-    behavior<&has_style<2>, FontApi::get_Italic>(),
-    behavior<&has_style<4>, FontApi::get_Underline>(),
-    behavior<&has_style<8>, FontApi::get_Strikeout>(),
-    behavior<&folders, FontSettingsApi::call_000_GetFontsFolders>(),
-    behavior<&default_folders, FontSettingsApi::call_000_GetDefaultFontsFolders>(),
-    behavior<&set_folder, FontSettingsApi::call_000_SetFontsFolder>(),
-    behavior<&set_folders, FontSettingsApi::call_000_SetFontsFolders>(),
-    behavior<&reset, FontSettingsApi::call_000_Reset>(),
-    behavior<&update, FontSettingsApi::call_000_UpdateFonts, OpenTypeFontsCacheApi::call_000_UpdateCache>(),
-    behavior<&format_of_flags, StringFormatApi::ctor_001_StringFormat, StringFormatApi::call_000_CreateFromFlags>(),
-    behavior<&format_like, StringFormatApi::ctor_002_StringFormat, StringFormatApi::call_000_CreateFromFormat>(),
-    behavior<&set_tabs, StringFormatApi::call_000_SetTabStops>(),
-    behavior<&generic_default, StringFormatApi::getsa_GenericDefault>(),
-    behavior<&generic_typographic, StringFormatApi::getsa_GenericTypographic>(),
+    behavior<&font_like, api::Font::ctor_000_Font, api::Font::call_000_CreateFromPrototype>(),
+    behavior<&font_of_size, api::Font::ctor_001_Font, api::Font::call_000_CreateWithSize>(),
+    behavior<&font_of_style, api::Font::ctor_002_Font, api::Font::call_000_CreateWithSizeStyle>(),
+    behavior<&font_of_unit, api::Font::ctor_003_Font, api::Font::call_000_CreateWithSizeUnit>(),
+    behavior<&font_of_all, api::Font::ctor_004_Font>(),
+    behavior<&font_of_style_and_unit, api::Font::ctor_005_Font>(),
+    behavior<&copy_of, api::Font::call_000_DeepClone, api::StringFormat::call_000_DeepClone>(),
+    behavior<&has_style<FontStyle::kBold>, api::Font::get_Bold>(),
+    behavior<&has_style<FontStyle::kItalic>, api::Font::get_Italic>(),
+    behavior<&has_style<FontStyle::kUnderline>, api::Font::get_Underline>(),
+    behavior<&has_style<FontStyle::kStrikeout>, api::Font::get_Strikeout>(),
+    behavior<&folders, api::FontSettings::call_000_GetFontsFolders>(),
+    behavior<&default_folders, api::FontSettings::call_000_GetDefaultFontsFolders>(),
+    behavior<&set_folder, api::FontSettings::call_000_SetFontsFolder>(),
+    behavior<&set_folders, api::FontSettings::call_000_SetFontsFolders>(),
+    behavior<&reset, api::FontSettings::call_000_Reset>(),
+    behavior<&update, api::FontSettings::call_000_UpdateFonts, api::OpenTypeFontsCache::call_000_UpdateCache>(),
+    behavior<&format_of_flags, api::StringFormat::ctor_001_StringFormat, api::StringFormat::call_000_CreateFromFlags>(),
+    behavior<&format_like, api::StringFormat::ctor_002_StringFormat, api::StringFormat::call_000_CreateFromFormat>(),
+    behavior<&set_tabs, api::StringFormat::call_000_SetTabStops>(),
+    behavior<&generic_default, api::StringFormat::getsa_GenericDefault>(),
+    behavior<&generic_typographic, api::StringFormat::getsa_GenericTypographic>(),
 });
 
-const FactoryRegistration font_factory(kFont, new_font);
-const FactoryRegistration format_factory(kFormat, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration font_factory(api::Font::kType.name, new_font);
+const FactoryRegistration format_factory(TextFormat::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<TextFormat>(type);
 });
 
@@ -221,7 +206,7 @@ FontChoice font_choice() {
     FontChoice choice;
     choice.folders = chosen_folders();
     const Value& name = static_property(settings_type(), "DefaultFontName");
-    if (const auto* text = std::get_if<std::u16string>(&name)) {
+    if (const auto* text = std::get_if<std::u16string>(&name); text != nullptr) {
         choice.default_name = to_utf8(*text);
     }
     choice.may_replace = system_alternative();

@@ -1,16 +1,18 @@
 // Graphics: the way from an image's pixels to a canvas and back, and the state that drawing depends on.
 #include "runtime/native/behaviors/drawing/graphics.h"
-#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 #include <cmath>
 
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/drawwork/loader.h"
 
 namespace zelmor::embed {
 
+using api::GraphicsUnit;
+using api::SmoothingMode;
 using drawwork::Argb;
 using drawwork::PixelArea;
 
@@ -38,7 +40,7 @@ std::vector<Argb> read(const ImageObject& image, const PixelArea& area) {
 
 GraphicsObject::GraphicsObject(const TypeInfo& type, Ref<ImageObject> image) : Record(type), m_image(std::move(image)) {
     set_property(*this, "Image", Value(Ref<ManagedObject>(m_image)));
-    set_property(*this, "PageUnit", int64_t{1});
+    set_property(*this, "PageUnit", GraphicsUnit::kDisplay);
     set_property(*this, "PageScale", 1.0);
     set_property(*this, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>())));
     set_property(*this, "Clip", Value(Ref<ManagedObject>(make_ref<RegionObject>())));
@@ -54,33 +56,34 @@ RectD GraphicsObject::image_rect() const {
     return {0, 0, double(area.width), double(area.height)};
 }
 
-double GraphicsObject::unit_pixels(int64_t unit, bool upright) const {
-    const double dpi = upright ? dpi_y() : dpi_x();
+double pixels_in_unit(GraphicsUnit unit, double dots_per_inch) {
     switch (unit) {
-        case 3:
-            return dpi / 72;
-        case 4:
-            return dpi;
-        case 5:
-            return dpi / 300;
-        case 6:
-            return dpi / 25.4;
+        case GraphicsUnit::kPoint:
+            return dots_per_inch / 72;
+        case GraphicsUnit::kInch:
+            return dots_per_inch;
+        case GraphicsUnit::kDocument:
+            return dots_per_inch / 300;
+        case GraphicsUnit::kMillimeter:
+            return dots_per_inch / 25.4;
         default:
             return 1;
     }
 }
 
+double GraphicsObject::unit_pixels(GraphicsUnit unit, bool upright) const {
+    return pixels_in_unit(unit, upright ? dpi_y() : dpi_x());
+}
+
 Affine GraphicsObject::map() const {
-    const int64_t unit = property_int(*this, "PageUnit");
+    const auto unit = property_enum<GraphicsUnit>(*this, "PageUnit");
     const double scale = property_double(*this, "PageScale");
-    const auto matrix = property_object(*this, "Transform");
-    const Affine world = matrix ? cast_object<MatrixObject>(*matrix).map : Affine();
-    return world.then(Affine::scaling(unit_pixels(unit) * scale, unit_pixels(unit, true) * scale));
+    return transform_of(*this).then(Affine::scaling(unit_pixels(unit) * scale, unit_pixels(unit, true) * scale));
 }
 
 bool GraphicsObject::smooth() const {
-    const int64_t mode = property_int(*this, "SmoothingMode");
-    return mode == 2 || mode == 4;
+    const auto mode = property_enum<SmoothingMode>(*this, "SmoothingMode");
+    return mode == SmoothingMode::kHighQuality || mode == SmoothingMode::kAntiAlias;
 }
 
 void GraphicsObject::set_clip(RegionObject* region) {
@@ -117,7 +120,7 @@ void GraphicsObject::apply_clip(drawwork::Canvas& canvas) const {
 }
 
 void GraphicsObject::drawing(const RectD& reach, Drawing draw, void* context) {
-    // Held: what a brush reads may run Python code, which may end the update.
+    // A reference of its own: reading a brush may run Python code, and that code may end the update.
     const std::shared_ptr<drawwork::Canvas> shared = m_canvas;
     const PixelArea area = shared ? m_canvas_area : pixels_in(reach, whole());
     if (area.width == 0) {
@@ -165,9 +168,7 @@ void GraphicsObject::end_update() {
 }
 
 void GraphicsObject::fill(const ManagedObject* brush, const Outline& world, FillRule rule) {
-    if (!brush) {
-        throw_argument_null("brush");
-    }
+    required(brush, "brush");
     const Affine to_pixels = map();
     Outline outline = transformed(world, to_pixels);
     for (Contour& contour : outline) {
@@ -183,11 +184,8 @@ void GraphicsObject::fill(const ManagedObject* brush, const Outline& world, Fill
 namespace {
 
 Ref<GraphicsObject> for_image(ManagedObject* image) {
-    if (!image) {
-        throw_argument_null("source_image");
-    }
-    auto* raster = dynamic_cast<ImageObject*>(image);
-    if (!raster) {
+    auto* raster = dynamic_cast<ImageObject*>(&required(image, "source_image"));
+    if (raster == nullptr) {
         throw_not_supported(std::string("Drawing on a ") + image->type().full_name);
     }
     raster->require_live();
@@ -215,17 +213,15 @@ void clear(GraphicsObject& self, const ColorValue& color) {
     self.draw(self.image_rect(), [&](drawwork::Canvas& canvas, const PixelArea&) { canvas.clear(color.argb); });
 }
 
-using GraphicsApi = api::Graphics;
-
 const BehaviorTable table({
-    behavior<&for_image, GraphicsApi::ctor_000_Graphics>(),
-    behavior<&dpi_x, GraphicsApi::get_DpiX>(),
-    behavior<&dpi_y, GraphicsApi::get_DpiY>(),
-    behavior<&is_updating, GraphicsApi::get_IsInBeginUpdateCall>(),
-    behavior<&set_clip, GraphicsApi::set_Clip>(),
-    behavior<&begin_update, GraphicsApi::call_000_BeginUpdate>(),
-    behavior<&end_update, GraphicsApi::call_000_EndUpdate>(),
-    behavior<&clear, GraphicsApi::call_000_Clear>(),
+    behavior<&for_image, api::Graphics::ctor_000_Graphics>(),
+    behavior<&dpi_x, api::Graphics::get_DpiX>(),
+    behavior<&dpi_y, api::Graphics::get_DpiY>(),
+    behavior<&is_updating, api::Graphics::get_IsInBeginUpdateCall>(),
+    behavior<&set_clip, api::Graphics::set_Clip>(),
+    behavior<&begin_update, api::Graphics::call_000_BeginUpdate>(),
+    behavior<&end_update, api::Graphics::call_000_EndUpdate>(),
+    behavior<&clear, api::Graphics::call_000_Clear>(),
 });
 
 }  // namespace

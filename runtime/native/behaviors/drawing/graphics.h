@@ -15,9 +15,12 @@
 
 namespace zelmor::embed {
 
+// The number of pixels in a unit at a resolution; 1 for the units that depend on no resolution.
+double pixels_in_unit(api::GraphicsUnit unit, double dots_per_inch);
+
 class GraphicsObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Graphics";
+    static constexpr const char* kManagedName = api::Graphics::kType.name;
     GraphicsObject(const TypeInfo& type, Ref<ImageObject> image);
 
     ImageObject& image() const { return *m_image; }
@@ -26,8 +29,8 @@ class GraphicsObject final : public Record {
     double dpi_y() const { return m_image->picture().resolution().vertical; }
     // From world coordinates to pixels.
     Affine map() const;
-    // Pixels for a length of a GraphicsUnit.
-    double unit_pixels(int64_t unit, bool upright = false) const;
+    // The number of pixels in a unit, across or down the image.
+    double unit_pixels(api::GraphicsUnit unit, bool upright = false) const;
     // Whether edges are smoothed.
     bool smooth() const;
 
@@ -63,7 +66,7 @@ class GraphicsObject final : public Record {
     drawwork::PixelArea m_canvas_area;
 };
 
-// A region as an outline, cut to the rectangle where it goes on for ever.
+// A region as an outline; an infinite one is cut to the rectangle.
 struct RegionOutline {
     Outline outline;
     FillRule rule = FillRule::kAlternate;

@@ -7,10 +7,14 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/image_attributes.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
+
+using api::GraphicsUnit;
+using api::InterpolationMode;
 
 namespace {
 
@@ -20,14 +24,9 @@ using drawwork::PixelArea;
 using drawwork::Sampling;
 using Graphics = GraphicsObject;
 
-constexpr int32_t kPixels = 2;
-
 ImageObject& source_of(ManagedObject* image) {
-    if (!image) {
-        throw_argument_null("source_image");
-    }
-    auto* raster = dynamic_cast<ImageObject*>(image);
-    if (!raster) {
+    auto* raster = dynamic_cast<ImageObject*>(&required(image, "source_image"));
+    if (raster == nullptr) {
         throw_not_supported(std::string("Drawing a ") + image->type().full_name);
     }
     raster->require_live();
@@ -38,35 +37,21 @@ RectD all_of(const ImageObject& image) {
 }
 
 // A rectangle of the source in its own unit as pixels of it.
-RectD in_pixels(const ImageObject& image, const RectD& rect, int32_t unit) {
+RectD in_pixels(const ImageObject& image, const RectD& rect, GraphicsUnit unit) {
     const auto resolution = image.picture().resolution();
-    const auto factor = [&](double dpi) {
-        switch (unit) {
-            case 3:
-                return dpi / 72;
-            case 4:
-                return dpi;
-            case 5:
-                return dpi / 300;
-            case 6:
-                return dpi / 25.4;
-            default:
-                return 1.0;
-        }
-    };
-    const double x = factor(resolution.horizontal), y = factor(resolution.vertical);
+    const double x = pixels_in_unit(unit, resolution.horizontal), y = pixels_in_unit(unit, resolution.vertical);
     return {rect.x * x, rect.y * y, rect.width * x, rect.height * y};
 }
 
 Sampling sampling_of(const Graphics& self) {
-    switch (property_int(self, "InterpolationMode")) {
-        case 1:  // low
-        case 5:  // nearest neighbor
+    switch (property_enum<InterpolationMode>(self, "InterpolationMode")) {
+        case InterpolationMode::kLow:
+        case InterpolationMode::kNearestNeighbor:
             return Sampling::kNearest;
-        case 2:  // high
-        case 4:  // bicubic
-        case 6:  // high quality
-        case 7:
+        case InterpolationMode::kHigh:
+        case InterpolationMode::kBicubic:
+        case InterpolationMode::kHighQualityBilinear:
+        case InterpolationMode::kHighQualityBicubic:
             return Sampling::kBest;
         default:
             return Sampling::kGood;
@@ -82,12 +67,12 @@ Paint source_paint(const ImageObject& image, const RectD& part, const ImageAttri
         const double x = std::floor(part.x), y = std::floor(part.y);
         area = {int32_t(x), int32_t(y), int32_t(std::ceil(part.right()) - x), int32_t(std::ceil(part.bottom()) - y)};
     }
-    Paint paint = texture_of(image, area, attributes ? attributes->wrap_mode : 4);
+    Paint paint = texture_of(image, area, attributes != nullptr ? attributes->wrap_mode : api::WrapMode::kClamp);
     paint.placing = Affine::translation(area.x, area.y);
     if (inside) {
         paint.extend = Extend::kPad;  // no fading out along the edges
     }
-    if (attributes) {
+    if (attributes != nullptr) {
         attributes->for_images().apply(paint.pixels);
     }
     return paint;
@@ -174,71 +159,71 @@ template <class N>
 void to_xywh(Graphics& self, ManagedObject* image, N x, N y, N width, N height) {
     to_rect(self, image, {{double(x), double(y), double(width), double(height)}});
 }
-void to_rect_with(Graphics& self, ManagedObject* image, RectArg rect, int32_t, ImageAttributesObject* attributes) {
+void to_rect_with(Graphics& self, ManagedObject* image, RectArg rect, GraphicsUnit, ImageAttributesObject* attributes) {
     draw_to_rect(self, image, all_of(source_of(image)), rect, attributes);
 }
-void to_rect_in(Graphics& self, ManagedObject* image, RectArg rect, int32_t) {
+void to_rect_in(Graphics& self, ManagedObject* image, RectArg rect, GraphicsUnit) {
     to_rect(self, image, rect);
 }
-void part_to_rect_with(Graphics& self, ManagedObject* image, RectArg part, RectArg rect, int32_t unit,
+void part_to_rect_with(Graphics& self, ManagedObject* image, RectArg part, RectArg rect, GraphicsUnit unit,
                        ImageAttributesObject* attributes) {
     draw_to_rect(self, image, in_pixels(source_of(image), part, unit), rect, attributes);
 }
-void part_to_rect(Graphics& self, ManagedObject* image, RectArg part, RectArg rect, int32_t unit) {
+void part_to_rect(Graphics& self, ManagedObject* image, RectArg part, RectArg rect, GraphicsUnit unit) {
     part_to_rect_with(self, image, part, rect, unit, nullptr);
 }
 void to_points(Graphics& self, ManagedObject* image, PointsArg points) {
     draw_part(self, image, all_of(source_of(image)), points.items, nullptr);
 }
-void part_to_points_with(Graphics& self, ManagedObject* image, PointsArg points, RectArg part, int32_t unit,
+void part_to_points_with(Graphics& self, ManagedObject* image, PointsArg points, RectArg part, GraphicsUnit unit,
                          ImageAttributesObject* attributes) {
     draw_part(self, image, in_pixels(source_of(image), part, unit), points.items, attributes);
 }
-void part_to_points_in(Graphics& self, ManagedObject* image, PointsArg points, RectArg part, int32_t unit) {
+void part_to_points_in(Graphics& self, ManagedObject* image, PointsArg points, RectArg part, GraphicsUnit unit) {
     part_to_points_with(self, image, std::move(points), part, unit, nullptr);
 }
 void part_to_points(Graphics& self, ManagedObject* image, PointsArg points, RectArg part) {
-    part_to_points_in(self, image, std::move(points), part, kPixels);
+    part_to_points_in(self, image, std::move(points), part, GraphicsUnit::kPixel);
 }
 
-using GraphicsApi = api::Graphics;
-
 const BehaviorTable table({
-    behavior<&at_point, GraphicsApi::call_000_DrawImage, GraphicsApi::call_020_DrawImage,
-             GraphicsApi::call_000_DrawImageAtPointF, GraphicsApi::call_000_DrawImageAtPoint>(),
-    behavior<&at_xy<float>, GraphicsApi::call_001_DrawImage, GraphicsApi::call_000_DrawImageAtXyf>(),
-    behavior<&to_rect, GraphicsApi::call_002_DrawImage, GraphicsApi::call_022_DrawImage,
-             GraphicsApi::call_000_DrawImageRectangleF, GraphicsApi::call_000_DrawImageInRectangle>(),
-    behavior<&to_rect_in, GraphicsApi::call_003_DrawImage, GraphicsApi::call_004_DrawImage,
-             GraphicsApi::call_000_DrawImageToRectWithUnit, GraphicsApi::call_000_DrawImageToRectFWithUnit>(),
-    behavior<&to_rect_with, GraphicsApi::call_005_DrawImage, GraphicsApi::call_006_DrawImage,
-             GraphicsApi::call_000_DrawImageDestRectWithUnitAttribs,
-             GraphicsApi::call_000_DrawImageDestRectFWithUnitAttribs>(),
-    behavior<&part_to_rect, GraphicsApi::call_007_DrawImage, GraphicsApi::call_008_DrawImage,
-             GraphicsApi::call_000_DrawImageSrcDestRectsWithUnit,
-             GraphicsApi::call_000_DrawImageSrcDestRectsFWithUnit>(),
-    behavior<&part_to_rect_with, GraphicsApi::call_009_DrawImage, GraphicsApi::call_010_DrawImage,
-             GraphicsApi::call_000_DrawImageSrcDstRectsWithUnitAndAttribs,
-             GraphicsApi::call_000_DrawImageSrcDstRectFWithUnitAndAttribs>(),
-    behavior<&to_points, GraphicsApi::call_011_DrawImage, GraphicsApi::call_015_DrawImage,
-             GraphicsApi::call_000_DrawImagePoints, GraphicsApi::call_000_DrawImagePointsF>(),
-    behavior<&part_to_points, GraphicsApi::call_012_DrawImage, GraphicsApi::call_016_DrawImage,
-             GraphicsApi::call_000_DrawImageDestPointsSrcRect, GraphicsApi::call_000_DrawImageDestPointsFSrcRectF>(),
-    behavior<&part_to_points_in, GraphicsApi::call_013_DrawImage, GraphicsApi::call_017_DrawImage,
-             GraphicsApi::call_000_DrawImageDestPointsSrcRectWithUnit,
-             GraphicsApi::call_000_DrawImageDestPointFSrcRectFWithUnit>(),
-    behavior<&part_to_points_with, GraphicsApi::call_014_DrawImage, GraphicsApi::call_018_DrawImage,
-             GraphicsApi::call_000_DrawImageDestPointsSrcRectWithUnitAndAttribs,
-             GraphicsApi::call_000_DrawImageDestPointFSrcRectFWithUnitAndAttribs>(),
-    behavior<&to_xywh<float>, GraphicsApi::call_019_DrawImage, GraphicsApi::call_000_DrawImageInRectF>(),
-    behavior<&at_xy<int32_t>, GraphicsApi::call_021_DrawImage, GraphicsApi::call_000_DrawImageAtXy>(),
-    behavior<&to_xywh<int32_t>, GraphicsApi::call_023_DrawImage, GraphicsApi::call_000_DrawImageInRect>(),
-    behavior<&unscaled_at, GraphicsApi::call_000_DrawImageUnscaled, GraphicsApi::call_000_DrawImageUnscaledToPoint>(),
-    behavior<&unscaled_at_xy, GraphicsApi::call_001_DrawImageUnscaled>(),
-    behavior<&unscaled_clipped, GraphicsApi::call_000_DrawImageUnscaledAndClipped>(),
-    behavior<&unscaled_in, GraphicsApi::call_002_DrawImageUnscaled,
-             GraphicsApi::call_000_DrawImageUnscaledInRectangle>(),
-    behavior<&unscaled_in_xywh, GraphicsApi::call_003_DrawImageUnscaled>(),
+    behavior<&at_point, api::Graphics::call_000_DrawImage, api::Graphics::call_020_DrawImage,
+             api::Graphics::call_000_DrawImageAtPointF, api::Graphics::call_000_DrawImageAtPoint>(),
+    behavior<&at_xy<float>, api::Graphics::call_001_DrawImage, api::Graphics::call_000_DrawImageAtXyf>(),
+    behavior<&to_rect, api::Graphics::call_002_DrawImage, api::Graphics::call_022_DrawImage,
+             api::Graphics::call_000_DrawImageRectangleF, api::Graphics::call_000_DrawImageInRectangle>(),
+    behavior<&to_rect_in, api::Graphics::call_003_DrawImage, api::Graphics::call_004_DrawImage,
+             api::Graphics::call_000_DrawImageToRectWithUnit, api::Graphics::call_000_DrawImageToRectFWithUnit>(),
+    behavior<&to_rect_with, api::Graphics::call_005_DrawImage, api::Graphics::call_006_DrawImage,
+             api::Graphics::call_000_DrawImageDestRectWithUnitAttribs,
+             api::Graphics::call_000_DrawImageDestRectFWithUnitAttribs>(),
+    behavior<&part_to_rect, api::Graphics::call_007_DrawImage, api::Graphics::call_008_DrawImage,
+             api::Graphics::call_000_DrawImageSrcDestRectsWithUnit,
+             api::Graphics::call_000_DrawImageSrcDestRectsFWithUnit>(),
+    behavior<&part_to_rect_with, api::Graphics::call_009_DrawImage, api::Graphics::call_010_DrawImage,
+             api::Graphics::call_000_DrawImageSrcDstRectsWithUnitAndAttribs,
+             api::Graphics::call_000_DrawImageSrcDstRectFWithUnitAndAttribs>(),
+    behavior<&to_points, api::Graphics::call_011_DrawImage, api::Graphics::call_015_DrawImage,
+             api::Graphics::call_000_DrawImagePoints, api::Graphics::call_000_DrawImagePointsF>(),
+    behavior<&part_to_points, api::Graphics::call_012_DrawImage, api::Graphics::call_016_DrawImage,
+             api::Graphics::call_000_DrawImageDestPointsSrcRect,
+             api::Graphics::call_000_DrawImageDestPointsFSrcRectF>(),
+    behavior<&part_to_points_in, api::Graphics::call_013_DrawImage, api::Graphics::call_017_DrawImage,
+             api::Graphics::call_000_DrawImageDestPointsSrcRectWithUnit,
+             api::Graphics::call_000_DrawImageDestPointFSrcRectFWithUnit>(),
+    behavior<&part_to_points_with, api::Graphics::call_014_DrawImage, api::Graphics::call_018_DrawImage,
+             api::Graphics::call_000_DrawImageDestPointsSrcRectWithUnitAndAttribs,
+             api::Graphics::call_000_DrawImageDestPointFSrcRectFWithUnitAndAttribs>(),
+    behavior<&to_xywh<float>, api::Graphics::call_019_DrawImage, api::Graphics::call_000_DrawImageInRectF>(),
+    behavior<&at_xy<int32_t>, api::Graphics::call_021_DrawImage, api::Graphics::call_000_DrawImageAtXy>(),
+    behavior<&to_xywh<int32_t>, api::Graphics::call_023_DrawImage, api::Graphics::call_000_DrawImageInRect>(),
+    behavior<&unscaled_at, api::Graphics::call_000_DrawImageUnscaled,
+             api::Graphics::call_000_DrawImageUnscaledToPoint>(),
+    behavior<&unscaled_at_xy, api::Graphics::call_001_DrawImageUnscaled>(),
+    behavior<&unscaled_clipped, api::Graphics::call_000_DrawImageUnscaledAndClipped>(),
+    behavior<&unscaled_in, api::Graphics::call_002_DrawImageUnscaled,
+             api::Graphics::call_000_DrawImageUnscaledInRectangle>(),
+    behavior<&unscaled_in_xywh, api::Graphics::call_003_DrawImageUnscaled>(),
 });
 
 }  // namespace

@@ -1,9 +1,12 @@
 // Graphics: lines, curves, shapes, paths and regions.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
+
+using api::FillMode;
 
 namespace {
 
@@ -14,14 +17,14 @@ template <class N>
 RectD rect_from(N x, N y, N width, N height) {
     return {double(x), double(y), double(width), double(height)};
 }
-FillRule rule_of(int32_t fill_mode) {
-    if (fill_mode == 0) {
-        return FillRule::kAlternate;
+FillRule rule_of(FillMode fill_mode) {
+    switch (fill_mode) {
+        case FillMode::kAlternate:
+            return FillRule::kAlternate;
+        case FillMode::kWinding:
+            return FillRule::kWinding;
     }
-    if (fill_mode == 1) {
-        return FillRule::kWinding;
-    }
-    throw_argument("The value " + std::to_string(fill_mode) + " is no fill mode. (Parameter 'fill_mode')");
+    throw_argument("The value " + std::to_string(number_of(fill_mode)) + " is no fill mode. (Parameter 'fill_mode')");
 }
 void require_points(const PointsArg& points, size_t least) {
     if (points.items.size() >= least) {
@@ -30,7 +33,7 @@ void require_points(const PointsArg& points, size_t least) {
     throw_argument("There are " + std::to_string(points.items.size()) + " points where " + std::to_string(least) +
                    " are needed. (Parameter 'points')");
 }
-// Rectangles without an area are not there.
+// A rectangle without an area covers nothing.
 bool is_flat(const RectD& rect) {
     return !(rect.width > 0 && rect.height > 0);
 }
@@ -120,12 +123,12 @@ void draw_polygon(Graphics& self, Record* pen, PointsArg points) {
     require_points(points, 2);
     self.stroke(pen, {polygon_contour(points.items, true)});
 }
-void fill_polygon_by(Graphics& self, ManagedObject* brush, PointsArg points, int32_t fill_mode) {
+void fill_polygon_by(Graphics& self, ManagedObject* brush, PointsArg points, FillMode fill_mode) {
     require_points(points, 2);
     self.fill(brush, {polygon_contour(points.items, true)}, rule_of(fill_mode));
 }
 void fill_polygon(Graphics& self, ManagedObject* brush, PointsArg points) {
-    fill_polygon_by(self, brush, std::move(points), 0);
+    fill_polygon_by(self, brush, std::move(points), FillMode::kAlternate);
 }
 
 // ---- Bézier curves and splines
@@ -175,15 +178,15 @@ void draw_closed_curve_with(Graphics& self, Record* pen, PointsArg points, float
 void draw_closed_curve(Graphics& self, Record* pen, PointsArg points) {
     draw_closed_curve_with(self, pen, std::move(points), kTension);
 }
-void fill_closed_curve_with(Graphics& self, ManagedObject* brush, PointsArg points, int32_t fill_mode, float tension) {
+void fill_closed_curve_with(Graphics& self, ManagedObject* brush, PointsArg points, FillMode fill_mode, float tension) {
     require_points(points, 3);
     self.fill(brush, {spline_contour(points.items, tension, true)}, rule_of(fill_mode));
 }
-void fill_closed_curve_by(Graphics& self, ManagedObject* brush, PointsArg points, int32_t fill_mode) {
+void fill_closed_curve_by(Graphics& self, ManagedObject* brush, PointsArg points, FillMode fill_mode) {
     fill_closed_curve_with(self, brush, std::move(points), fill_mode, kTension);
 }
 void fill_closed_curve(Graphics& self, ManagedObject* brush, PointsArg points) {
-    fill_closed_curve_by(self, brush, std::move(points), 0);
+    fill_closed_curve_by(self, brush, std::move(points), FillMode::kAlternate);
 }
 
 // ---- Paths and regions
@@ -214,84 +217,86 @@ void fill_region(Graphics& self, ManagedObject* brush, RegionObject* region) {
     self.fill(brush, outline.outline, outline.rule);
 }
 
-using GraphicsApi = api::Graphics;
-
 const BehaviorTable table({
-    behavior<&draw_line, GraphicsApi::call_000_DrawLine, GraphicsApi::call_001_DrawLine,
-             GraphicsApi::call_000_DrawLinePointF>(),
-    behavior<&draw_line_xy<int32_t>, GraphicsApi::call_002_DrawLine, GraphicsApi::call_000_DrawLineByXy>(),
-    behavior<&draw_line_xy<float>, GraphicsApi::call_003_DrawLine, GraphicsApi::call_000_DrawLineFByXy>(),
-    behavior<&draw_lines, GraphicsApi::call_000_DrawLines, GraphicsApi::call_001_DrawLines,
-             GraphicsApi::call_000_DrawLinesF>(),
-    behavior<&fill_rectangle, GraphicsApi::call_000_FillRectangle, GraphicsApi::call_001_FillRectangle,
-             GraphicsApi::call_000_FillRectangleF>(),
-    behavior<&fill_rectangle_xywh<float>, GraphicsApi::call_002_FillRectangle,
-             GraphicsApi::call_000_FillRectangleFWithBrush>(),
-    behavior<&fill_rectangle_xywh<int32_t>, GraphicsApi::call_003_FillRectangle,
-             GraphicsApi::call_000_FillRectangleWithBrush>(),
-    behavior<&fill_rectangles, GraphicsApi::call_000_FillRectangles, GraphicsApi::call_001_FillRectangles,
-             GraphicsApi::call_000_FillRectanglesF>(),
-    behavior<&draw_rectangle, GraphicsApi::call_000_DrawRectangle, GraphicsApi::call_001_DrawRectangle,
-             GraphicsApi::call_000_DrawRectangleF>(),
-    behavior<&draw_rectangle_xywh<float>, GraphicsApi::call_002_DrawRectangle, GraphicsApi::call_000_DrawRectF>(),
-    behavior<&draw_rectangle_xywh<int32_t>, GraphicsApi::call_003_DrawRectangle, GraphicsApi::call_000_DrawRect>(),
-    behavior<&draw_rectangles, GraphicsApi::call_000_DrawRectangles, GraphicsApi::call_001_DrawRectangles,
-             GraphicsApi::call_000_DrawRectanglesF>(),
-    behavior<&draw_ellipse, GraphicsApi::call_000_DrawEllipse, GraphicsApi::call_002_DrawEllipse,
-             GraphicsApi::call_000_DrawEllipseF>(),
-    behavior<&draw_ellipse_xywh<float>, GraphicsApi::call_001_DrawEllipse, GraphicsApi::call_000_DrawEllipseByXyf>(),
-    behavior<&draw_ellipse_xywh<int32_t>, GraphicsApi::call_003_DrawEllipse, GraphicsApi::call_000_DrawEllipseByXy>(),
-    behavior<&draw_polygon, GraphicsApi::call_000_DrawPolygon, GraphicsApi::call_001_DrawPolygon,
-             GraphicsApi::call_000_DrawPolygonF>(),
-    behavior<&draw_arc_xywh<float>, GraphicsApi::call_000_DrawArc, GraphicsApi::call_000_DrawArcXyf>(),
-    behavior<&draw_arc, GraphicsApi::call_001_DrawArc, GraphicsApi::call_003_DrawArc,
-             GraphicsApi::call_000_DrawArcInRectF, GraphicsApi::call_000_DrawArcInRect>(),
-    behavior<&draw_arc_xywh<int32_t>, GraphicsApi::call_002_DrawArc, GraphicsApi::call_000_DrawArcXy>(),
-    behavior<&draw_pie, GraphicsApi::call_000_DrawPie, GraphicsApi::call_002_DrawPie,
-             GraphicsApi::call_000_DrawPieInRectF, GraphicsApi::call_000_DrawPieInRect>(),
-    behavior<&draw_pie_xywh<float>, GraphicsApi::call_001_DrawPie, GraphicsApi::call_000_DrawPieXyf>(),
-    behavior<&draw_pie_xywh<int32_t>, GraphicsApi::call_003_DrawPie, GraphicsApi::call_000_DrawPieXy>(),
-    behavior<&draw_curve, GraphicsApi::call_000_DrawCurve, GraphicsApi::call_004_DrawCurve,
-             GraphicsApi::call_000_DrawCurveByPoints, GraphicsApi::call_000_DrawCurveByPointFs>(),
-    behavior<&draw_curve_with, GraphicsApi::call_001_DrawCurve, GraphicsApi::call_005_DrawCurve,
-             GraphicsApi::call_000_DrawCurveByPointFsTension, GraphicsApi::call_000_DrawCurveByPointsTension>(),
-    behavior<&draw_curve_part, GraphicsApi::call_002_DrawCurve>(),
-    behavior<&draw_curve_part_with, GraphicsApi::call_003_DrawCurve, GraphicsApi::call_006_DrawCurve,
-             GraphicsApi::call_000_DrawCurveByPointsFOffsNumSegmTension,
-             GraphicsApi::call_000_DrawCurveByPointsOffsNumSegmTension>(),
-    behavior<&draw_closed_curve, GraphicsApi::call_000_DrawClosedCurve, GraphicsApi::call_002_DrawClosedCurve,
-             GraphicsApi::call_000_DrawClosedCurveByPointsF, GraphicsApi::call_000_DrawClosedCurveByPoints>(),
-    behavior<&draw_closed_curve_with, GraphicsApi::call_001_DrawClosedCurve, GraphicsApi::call_003_DrawClosedCurve,
-             GraphicsApi::call_000_DrawClosedCurveByPointsFTension,
-             GraphicsApi::call_000_DrawClosedCurveByPointsTension>(),
-    behavior<&draw_bezier_xy, GraphicsApi::call_000_DrawBezier>(),
-    behavior<&draw_bezier, GraphicsApi::call_001_DrawBezier, GraphicsApi::call_002_DrawBezier,
-             GraphicsApi::call_000_DrawBezierByPointsF, GraphicsApi::call_000_DrawBezierByPoints>(),
-    behavior<&draw_beziers, GraphicsApi::call_000_DrawBeziers, GraphicsApi::call_001_DrawBeziers,
-             GraphicsApi::call_000_DrawBeziersByPtArray, GraphicsApi::call_000_DrawBeziersByPtArrayF>(),
-    behavior<&fill_ellipse, GraphicsApi::call_000_FillEllipse, GraphicsApi::call_002_FillEllipse,
-             GraphicsApi::call_000_FillEllipseInRectF, GraphicsApi::call_000_FillEllipseInRect>(),
-    behavior<&fill_ellipse_xywh<float>, GraphicsApi::call_001_FillEllipse, GraphicsApi::call_000_FillEllipseAtXywhf>(),
-    behavior<&fill_ellipse_xywh<int32_t>, GraphicsApi::call_003_FillEllipse, GraphicsApi::call_000_FillEllipseAtXywh>(),
-    behavior<&fill_pie, GraphicsApi::call_000_FillPie, GraphicsApi::call_001_FillPie,
-             GraphicsApi::call_000_FillPieInRect, GraphicsApi::call_000_FillPieInRectF>(),
-    behavior<&fill_pie_xywh<float>, GraphicsApi::call_002_FillPie, GraphicsApi::call_000_FillPieAtXyf>(),
-    behavior<&fill_pie_xywh<int32_t>, GraphicsApi::call_003_FillPie, GraphicsApi::call_000_FillPieAtXy>(),
-    behavior<&fill_polygon, GraphicsApi::call_000_FillPolygon, GraphicsApi::call_002_FillPolygon,
-             GraphicsApi::call_000_FillPolygonByPointF, GraphicsApi::call_000_FillPolygonByPoint>(),
-    behavior<&fill_polygon_by, GraphicsApi::call_001_FillPolygon, GraphicsApi::call_003_FillPolygon,
-             GraphicsApi::call_000_FillPolygonByPointFFillMode, GraphicsApi::call_000_FillPolygonByPointFillMode>(),
-    behavior<&fill_closed_curve, GraphicsApi::call_000_FillClosedCurve, GraphicsApi::call_003_FillClosedCurve,
-             GraphicsApi::call_000_FillClosedCurveByPointF, GraphicsApi::call_000_FillClosedCurveByPoint>(),
-    behavior<&fill_closed_curve_by, GraphicsApi::call_001_FillClosedCurve, GraphicsApi::call_004_FillClosedCurve,
-             GraphicsApi::call_000_FillClosedCurveByPointFFillMode,
-             GraphicsApi::call_000_FillClosedCurveByPointFillMode>(),
-    behavior<&fill_closed_curve_with, GraphicsApi::call_002_FillClosedCurve, GraphicsApi::call_005_FillClosedCurve,
-             GraphicsApi::call_000_FillClosedCurveByPointFFillModeTension,
-             GraphicsApi::call_000_FillClosedCurveByPointFillModeTension>(),
-    behavior<&draw_path, GraphicsApi::call_000_DrawPath>(),
-    behavior<&fill_path, GraphicsApi::call_000_FillPath>(),
-    behavior<&fill_region, GraphicsApi::call_000_FillRegion>(),
+    behavior<&draw_line, api::Graphics::call_000_DrawLine, api::Graphics::call_001_DrawLine,
+             api::Graphics::call_000_DrawLinePointF>(),
+    behavior<&draw_line_xy<int32_t>, api::Graphics::call_002_DrawLine, api::Graphics::call_000_DrawLineByXy>(),
+    behavior<&draw_line_xy<float>, api::Graphics::call_003_DrawLine, api::Graphics::call_000_DrawLineFByXy>(),
+    behavior<&draw_lines, api::Graphics::call_000_DrawLines, api::Graphics::call_001_DrawLines,
+             api::Graphics::call_000_DrawLinesF>(),
+    behavior<&fill_rectangle, api::Graphics::call_000_FillRectangle, api::Graphics::call_001_FillRectangle,
+             api::Graphics::call_000_FillRectangleF>(),
+    behavior<&fill_rectangle_xywh<float>, api::Graphics::call_002_FillRectangle,
+             api::Graphics::call_000_FillRectangleFWithBrush>(),
+    behavior<&fill_rectangle_xywh<int32_t>, api::Graphics::call_003_FillRectangle,
+             api::Graphics::call_000_FillRectangleWithBrush>(),
+    behavior<&fill_rectangles, api::Graphics::call_000_FillRectangles, api::Graphics::call_001_FillRectangles,
+             api::Graphics::call_000_FillRectanglesF>(),
+    behavior<&draw_rectangle, api::Graphics::call_000_DrawRectangle, api::Graphics::call_001_DrawRectangle,
+             api::Graphics::call_000_DrawRectangleF>(),
+    behavior<&draw_rectangle_xywh<float>, api::Graphics::call_002_DrawRectangle, api::Graphics::call_000_DrawRectF>(),
+    behavior<&draw_rectangle_xywh<int32_t>, api::Graphics::call_003_DrawRectangle, api::Graphics::call_000_DrawRect>(),
+    behavior<&draw_rectangles, api::Graphics::call_000_DrawRectangles, api::Graphics::call_001_DrawRectangles,
+             api::Graphics::call_000_DrawRectanglesF>(),
+    behavior<&draw_ellipse, api::Graphics::call_000_DrawEllipse, api::Graphics::call_002_DrawEllipse,
+             api::Graphics::call_000_DrawEllipseF>(),
+    behavior<&draw_ellipse_xywh<float>, api::Graphics::call_001_DrawEllipse,
+             api::Graphics::call_000_DrawEllipseByXyf>(),
+    behavior<&draw_ellipse_xywh<int32_t>, api::Graphics::call_003_DrawEllipse,
+             api::Graphics::call_000_DrawEllipseByXy>(),
+    behavior<&draw_polygon, api::Graphics::call_000_DrawPolygon, api::Graphics::call_001_DrawPolygon,
+             api::Graphics::call_000_DrawPolygonF>(),
+    behavior<&draw_arc_xywh<float>, api::Graphics::call_000_DrawArc, api::Graphics::call_000_DrawArcXyf>(),
+    behavior<&draw_arc, api::Graphics::call_001_DrawArc, api::Graphics::call_003_DrawArc,
+             api::Graphics::call_000_DrawArcInRectF, api::Graphics::call_000_DrawArcInRect>(),
+    behavior<&draw_arc_xywh<int32_t>, api::Graphics::call_002_DrawArc, api::Graphics::call_000_DrawArcXy>(),
+    behavior<&draw_pie, api::Graphics::call_000_DrawPie, api::Graphics::call_002_DrawPie,
+             api::Graphics::call_000_DrawPieInRectF, api::Graphics::call_000_DrawPieInRect>(),
+    behavior<&draw_pie_xywh<float>, api::Graphics::call_001_DrawPie, api::Graphics::call_000_DrawPieXyf>(),
+    behavior<&draw_pie_xywh<int32_t>, api::Graphics::call_003_DrawPie, api::Graphics::call_000_DrawPieXy>(),
+    behavior<&draw_curve, api::Graphics::call_000_DrawCurve, api::Graphics::call_004_DrawCurve,
+             api::Graphics::call_000_DrawCurveByPoints, api::Graphics::call_000_DrawCurveByPointFs>(),
+    behavior<&draw_curve_with, api::Graphics::call_001_DrawCurve, api::Graphics::call_005_DrawCurve,
+             api::Graphics::call_000_DrawCurveByPointFsTension, api::Graphics::call_000_DrawCurveByPointsTension>(),
+    behavior<&draw_curve_part, api::Graphics::call_002_DrawCurve>(),
+    behavior<&draw_curve_part_with, api::Graphics::call_003_DrawCurve, api::Graphics::call_006_DrawCurve,
+             api::Graphics::call_000_DrawCurveByPointsFOffsNumSegmTension,
+             api::Graphics::call_000_DrawCurveByPointsOffsNumSegmTension>(),
+    behavior<&draw_closed_curve, api::Graphics::call_000_DrawClosedCurve, api::Graphics::call_002_DrawClosedCurve,
+             api::Graphics::call_000_DrawClosedCurveByPointsF, api::Graphics::call_000_DrawClosedCurveByPoints>(),
+    behavior<&draw_closed_curve_with, api::Graphics::call_001_DrawClosedCurve, api::Graphics::call_003_DrawClosedCurve,
+             api::Graphics::call_000_DrawClosedCurveByPointsFTension,
+             api::Graphics::call_000_DrawClosedCurveByPointsTension>(),
+    behavior<&draw_bezier_xy, api::Graphics::call_000_DrawBezier>(),
+    behavior<&draw_bezier, api::Graphics::call_001_DrawBezier, api::Graphics::call_002_DrawBezier,
+             api::Graphics::call_000_DrawBezierByPointsF, api::Graphics::call_000_DrawBezierByPoints>(),
+    behavior<&draw_beziers, api::Graphics::call_000_DrawBeziers, api::Graphics::call_001_DrawBeziers,
+             api::Graphics::call_000_DrawBeziersByPtArray, api::Graphics::call_000_DrawBeziersByPtArrayF>(),
+    behavior<&fill_ellipse, api::Graphics::call_000_FillEllipse, api::Graphics::call_002_FillEllipse,
+             api::Graphics::call_000_FillEllipseInRectF, api::Graphics::call_000_FillEllipseInRect>(),
+    behavior<&fill_ellipse_xywh<float>, api::Graphics::call_001_FillEllipse,
+             api::Graphics::call_000_FillEllipseAtXywhf>(),
+    behavior<&fill_ellipse_xywh<int32_t>, api::Graphics::call_003_FillEllipse,
+             api::Graphics::call_000_FillEllipseAtXywh>(),
+    behavior<&fill_pie, api::Graphics::call_000_FillPie, api::Graphics::call_001_FillPie,
+             api::Graphics::call_000_FillPieInRect, api::Graphics::call_000_FillPieInRectF>(),
+    behavior<&fill_pie_xywh<float>, api::Graphics::call_002_FillPie, api::Graphics::call_000_FillPieAtXyf>(),
+    behavior<&fill_pie_xywh<int32_t>, api::Graphics::call_003_FillPie, api::Graphics::call_000_FillPieAtXy>(),
+    behavior<&fill_polygon, api::Graphics::call_000_FillPolygon, api::Graphics::call_002_FillPolygon,
+             api::Graphics::call_000_FillPolygonByPointF, api::Graphics::call_000_FillPolygonByPoint>(),
+    behavior<&fill_polygon_by, api::Graphics::call_001_FillPolygon, api::Graphics::call_003_FillPolygon,
+             api::Graphics::call_000_FillPolygonByPointFFillMode, api::Graphics::call_000_FillPolygonByPointFillMode>(),
+    behavior<&fill_closed_curve, api::Graphics::call_000_FillClosedCurve, api::Graphics::call_003_FillClosedCurve,
+             api::Graphics::call_000_FillClosedCurveByPointF, api::Graphics::call_000_FillClosedCurveByPoint>(),
+    behavior<&fill_closed_curve_by, api::Graphics::call_001_FillClosedCurve, api::Graphics::call_004_FillClosedCurve,
+             api::Graphics::call_000_FillClosedCurveByPointFFillMode,
+             api::Graphics::call_000_FillClosedCurveByPointFillMode>(),
+    behavior<&fill_closed_curve_with, api::Graphics::call_002_FillClosedCurve, api::Graphics::call_005_FillClosedCurve,
+             api::Graphics::call_000_FillClosedCurveByPointFFillModeTension,
+             api::Graphics::call_000_FillClosedCurveByPointFillModeTension>(),
+    behavior<&draw_path, api::Graphics::call_000_DrawPath>(),
+    behavior<&fill_path, api::Graphics::call_000_FillPath>(),
+    behavior<&fill_region, api::Graphics::call_000_FillRegion>(),
 });
 
 }  // namespace

@@ -4,9 +4,13 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/text_layouts.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
+
+using api::GraphicsUnit;
+using api::TextRenderingHint;
 
 namespace {
 
@@ -15,27 +19,28 @@ using drawwork::PixelArea;
 using Graphics = GraphicsObject;
 using Text = std::optional<std::u16string>;
 
-constexpr int64_t kWorld = 0;
-
-// What a unit of the font's size is in world coordinates. Sizes in real units stay what they are whatever unit the page
-// has; the transformation enlarges text like everything else.
+// The length of a unit of the font's size in world coordinates. The page's unit does not change a size that is given in
+// inches, points and so on; the transformation enlarges text like everything else.
 double font_scale(const Graphics& self, const ManagedObject* font) {
-    if (!font) {
-        throw_argument_null("font");
-    }
-    const int64_t unit = property_int(*font, "Unit");
-    if (unit == kWorld) {
+    const auto unit = property_enum<GraphicsUnit>(required(font, "font"), "Unit");
+    if (unit == GraphicsUnit::kWorld) {
         return 1;
     }
-    const double page = self.unit_pixels(property_int(self, "PageUnit")) * property_double(self, "PageScale");
+    const double page =
+        self.unit_pixels(property_enum<GraphicsUnit>(self, "PageUnit")) * property_double(self, "PageScale");
     return page > 0 ? self.unit_pixels(unit) / page : 1;
+}
+
+void set_rendering(drawwork::TextLayout& layout, TextRenderingHint hint) {
+    layout.smooth =
+        hint != TextRenderingHint::kSingleBitPerPixelGridFit && hint != TextRenderingHint::kSingleBitPerPixel;
+    layout.hinted = hint == TextRenderingHint::kSingleBitPerPixelGridFit ||
+                    hint == TextRenderingHint::kAntiAliasGridFit || hint == TextRenderingHint::kClearTypeGridFit;
 }
 
 void draw(Graphics& self, const Text& text, const ManagedObject* font, const ManagedObject* brush, const RectD& frame,
           const ManagedObject* format) {
-    if (!brush) {
-        throw_argument_null("brush");
-    }
+    required(brush, "brush");
     if (!text || text->empty()) {
         return;
     }
@@ -43,9 +48,7 @@ void draw(Graphics& self, const Text& text, const ManagedObject* font, const Man
     if (placed.layout.text.empty()) {
         return;
     }
-    const int64_t hint = property_int(self, "TextRenderingHint");
-    placed.layout.smooth = hint != 1 && hint != 2;               // a bit for each pixel
-    placed.layout.hinted = hint == 1 || hint == 3 || hint == 5;  // fitted to the grid
+    set_rendering(placed.layout, property_enum<TextRenderingHint>(self, "TextRenderingHint"));
     const Affine to_pixels = self.map();
     const PointD at = PointD{frame.x, frame.y} + placed.offset;
     // Letters reach beyond the box of their line, by less than the size of the font.
@@ -94,16 +97,14 @@ SizeFValue measure(Graphics& self, const Text& text, Record* font, const SizeFVa
     return {within(placed.extent.width, area.width), within(placed.extent.height, area.height)};
 }
 
-using GraphicsApi = api::Graphics;
-
 const BehaviorTable table({
-    behavior<&draw_at_xy, GraphicsApi::call_000_DrawString, GraphicsApi::call_000_DrawStringAtXy>(),
-    behavior<&draw_at, GraphicsApi::call_001_DrawString, GraphicsApi::call_000_DrawStringAtPointF>(),
-    behavior<&draw_at_xy_with, GraphicsApi::call_002_DrawString>(),
-    behavior<&draw_at_with, GraphicsApi::call_003_DrawString, GraphicsApi::call_000_DrawStringAtPointFFormat>(),
-    behavior<&draw_in, GraphicsApi::call_004_DrawString, GraphicsApi::call_000_DrawStringInRect>(),
-    behavior<&draw_in_with, GraphicsApi::call_005_DrawString, GraphicsApi::call_000_DrawStringInRectF>(),
-    behavior<&measure, GraphicsApi::call_000_MeasureString>(),
+    behavior<&draw_at_xy, api::Graphics::call_000_DrawString, api::Graphics::call_000_DrawStringAtXy>(),
+    behavior<&draw_at, api::Graphics::call_001_DrawString, api::Graphics::call_000_DrawStringAtPointF>(),
+    behavior<&draw_at_xy_with, api::Graphics::call_002_DrawString>(),
+    behavior<&draw_at_with, api::Graphics::call_003_DrawString, api::Graphics::call_000_DrawStringAtPointFFormat>(),
+    behavior<&draw_in, api::Graphics::call_004_DrawString, api::Graphics::call_000_DrawStringInRect>(),
+    behavior<&draw_in_with, api::Graphics::call_005_DrawString, api::Graphics::call_000_DrawStringInRectF>(),
+    behavior<&measure, api::Graphics::call_000_MeasureString>(),
 });
 
 }  // namespace

@@ -1,15 +1,16 @@
 // The patterns of hatch brushes, eight rows of eight pixels each.
 //
-// Lines, grids and boards follow from their names; those of so many per cent set so many of every hundred pixels,
-// spread by an ordered dither.
+// Lines, grids and boards look as their names say. A pattern of so many percent sets that part of the pixels, spread by
+// an ordered dither.
 #include "runtime/native/behaviors/drawing/paints.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-// In the order of the enumeration HatchStyle.
+// In the order of the enumerators of HatchStyle.
 constexpr uint8_t kHatches[][8] = {
     {0xFF, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00},  // horizontal
     {0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80},  // vertical
@@ -65,14 +66,16 @@ constexpr uint8_t kHatches[][8] = {
     {0x82, 0x44, 0x28, 0x10, 0x28, 0x44, 0x82, 0x01},  // outlined diamond
     {0x10, 0x38, 0x7C, 0xFE, 0x7C, 0x38, 0x10, 0x00},  // solid diamond
 };
+static_assert(std::size(kHatches) == static_cast<size_t>(api::HatchStyle::kSolidDiamond) + 1);
 
 }  // namespace
 
-std::span<const uint8_t, 8> hatch_rows(int64_t style) {
-    if (style < 0 || style >= static_cast<int64_t>(std::size(kHatches))) {
-        throw_argument("The value " + std::to_string(style) + " is no hatch style.");
+std::span<const uint8_t, 8> hatch_rows(api::HatchStyle style) {
+    const auto index = static_cast<size_t>(style);  // a negative number becomes a large one
+    if (index >= std::size(kHatches)) {
+        throw_argument("The value " + std::to_string(number_of(style)) + " is no hatch style.");
     }
-    return kHatches[style];
+    return kHatches[index];
 }
 
 }  // namespace zelmor::embed

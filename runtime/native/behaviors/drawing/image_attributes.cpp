@@ -1,11 +1,11 @@
 // ImageAttributes: its settings and what they make of colors.
 #include "runtime/native/behaviors/drawing/image_attributes.h"
-#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "runtime/native/behaviors/drawing/arguments.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -57,7 +57,6 @@ void ColorAdjustment::apply(std::span<Argb> pixels) const {
     if (output_profile) {
         throw_not_supported("Drawing through a profile (ImageAttributes.SetOutputChannelColorProfile)");
     }
-    constexpr int64_t kSkipGrays = 1, kAltGrays = 2;
     for (Argb& color : pixels) {
         if (remap) {
             const auto found =
@@ -72,9 +71,11 @@ void ColorAdjustment::apply(std::span<Argb> pixels) const {
         }
         if (matrix) {
             const bool gray = (color >> 16 & 0xFF) == (color >> 8 & 0xFF) && (color >> 8 & 0xFF) == (color & 0xFF);
-            if (!gray || (matrix_flags != kSkipGrays && matrix_flags != kAltGrays)) {
+            const bool alone =
+                matrix_flags == ColorMatrixFlag::kSkipGrays || matrix_flags == ColorMatrixFlag::kAltGrays;
+            if (!gray || !alone) {
                 color = mapped(*matrix, color);
-            } else if (matrix_flags == kAltGrays && gray_matrix) {
+            } else if (matrix_flags == ColorMatrixFlag::kAltGrays && gray_matrix) {
                 color = mapped(*gray_matrix, color);
             }
         }
@@ -92,19 +93,19 @@ void ColorAdjustment::apply(std::span<Argb> pixels) const {
 namespace {
 
 using Attributes = ImageAttributesObject;
-constexpr int32_t kForAll = 0;
+constexpr ColorAdjustType kForAll = ColorAdjustType::kDefault;
 
-ColorAdjustment& settings(Attributes& self, int32_t type) {
-    if (type < 0 || static_cast<size_t>(type) >= Attributes::kKinds) {
-        throw_argument("The value " + std::to_string(type) + " is no kind of color adjustment. (Parameter 'type')");
+ColorAdjustment& settings(Attributes& self, ColorAdjustType type) {
+    const auto index = static_cast<size_t>(type);  // a negative number becomes a large one
+    if (index >= Attributes::kKinds) {
+        throw_argument("The value " + std::to_string(number_of(type)) +
+                       " is no kind of color adjustment. (Parameter 'type')");
     }
-    return self.adjustments[static_cast<size_t>(type)];
+    return self.adjustments[index];
 }
 
 ColorRows rows_of(const Record* matrix, const char* parameter) {
-    if (!matrix) {
-        throw_argument_null(parameter);
-    }
+    required(matrix, parameter);
     ColorRows rows;
     for (size_t row = 0; row < 5; ++row) {
         for (size_t column = 0; column < 5; ++column) {
@@ -114,30 +115,30 @@ ColorRows rows_of(const Record* matrix, const char* parameter) {
     return rows;
 }
 
-void set_matrix_for(Attributes& self, Record* matrix, int32_t flags, int32_t type) {
+void set_matrix_for(Attributes& self, Record* matrix, ColorMatrixFlag flags, ColorAdjustType type) {
     ColorAdjustment& adjustment = settings(self, type);
     adjustment.matrix = rows_of(matrix, "new_color_matrix");
     adjustment.gray_matrix.reset();
     adjustment.matrix_flags = flags;
 }
-void set_matrix_with(Attributes& self, Record* matrix, int32_t flags) {
+void set_matrix_with(Attributes& self, Record* matrix, ColorMatrixFlag flags) {
     set_matrix_for(self, matrix, flags, kForAll);
 }
 void set_matrix(Attributes& self, Record* matrix) {
-    set_matrix_for(self, matrix, 0, kForAll);
+    set_matrix_for(self, matrix, ColorMatrixFlag::kDefault, kForAll);
 }
-void set_matrices_for(Attributes& self, Record* matrix, Record* gray, int32_t flags, int32_t type) {
+void set_matrices_for(Attributes& self, Record* matrix, Record* gray, ColorMatrixFlag flags, ColorAdjustType type) {
     const ColorRows gray_rows = rows_of(gray, "gray_matrix");
     set_matrix_for(self, matrix, flags, type);
     settings(self, type).gray_matrix = gray_rows;
 }
-void set_matrices_with(Attributes& self, Record* matrix, Record* gray, int32_t flags) {
+void set_matrices_with(Attributes& self, Record* matrix, Record* gray, ColorMatrixFlag flags) {
     set_matrices_for(self, matrix, gray, flags, kForAll);
 }
 void set_matrices(Attributes& self, Record* matrix, Record* gray) {
-    set_matrices_for(self, matrix, gray, 0, kForAll);
+    set_matrices_for(self, matrix, gray, ColorMatrixFlag::kDefault, kForAll);
 }
-void clear_matrix_for(Attributes& self, int32_t type) {
+void clear_matrix_for(Attributes& self, ColorAdjustType type) {
     settings(self, type).matrix.reset();
     settings(self, type).gray_matrix.reset();
 }
@@ -145,9 +146,9 @@ void clear_matrix(Attributes& self) {
     clear_matrix_for(self, kForAll);
 }
 
-// Settings of one number: a setter and a taker-back, each for all kinds or for one.
+// Settings of one number: setting and clearing it, each for everything or for one kind.
 template <auto kMember>
-void clear_for(Attributes& self, int32_t type) {
+void clear_for(Attributes& self, ColorAdjustType type) {
     (settings(self, type).*kMember).reset();
 }
 template <auto kMember>
@@ -155,7 +156,7 @@ void clear(Attributes& self) {
     clear_for<kMember>(self, kForAll);
 }
 template <auto kMember>
-void set_number_for(Attributes& self, float value, int32_t type) {
+void set_number_for(Attributes& self, float value, ColorAdjustType type) {
     settings(self, type).*kMember = value;
 }
 template <auto kMember>
@@ -163,33 +164,33 @@ void set_number(Attributes& self, float value) {
     set_number_for<kMember>(self, value, kForAll);
 }
 template <bool kValue>
-void set_no_op_for(Attributes& self, int32_t type) {
+void set_no_op_for(Attributes& self, ColorAdjustType type) {
     settings(self, type).no_op = kValue;
 }
 template <bool kValue>
 void set_no_op(Attributes& self) {
     set_no_op_for<kValue>(self, kForAll);
 }
-void set_key_for(Attributes& self, const ColorValue& low, const ColorValue& high, int32_t type) {
+void set_key_for(Attributes& self, const ColorValue& low, const ColorValue& high, ColorAdjustType type) {
     settings(self, type).color_key = {low.argb, high.argb};
 }
 void set_key(Attributes& self, const ColorValue& low, const ColorValue& high) {
     set_key_for(self, low, high, kForAll);
 }
-void set_channel_for(Attributes& self, int32_t channel, int32_t type) {
+void set_channel_for(Attributes& self, api::ColorChannelFlag channel, ColorAdjustType type) {
     settings(self, type).output_channel = channel;
 }
-void set_channel(Attributes& self, int32_t channel) {
+void set_channel(Attributes& self, api::ColorChannelFlag channel) {
     set_channel_for(self, channel, kForAll);
 }
-void set_profile_for(Attributes& self, std::string file, int32_t type) {
+void set_profile_for(Attributes& self, std::string file, ColorAdjustType type) {
     settings(self, type).output_profile = std::move(file);
 }
 void set_profile(Attributes& self, std::string file) {
     set_profile_for(self, std::move(file), kForAll);
 }
 
-void set_remap_for(Attributes& self, const VariantArg* map, int32_t type) {
+void set_remap_for(Attributes& self, const VariantArg* map, ColorAdjustType type) {
     std::vector<std::pair<Argb, Argb>> table;
     for (const auto& entry : read_objects<Record>(map, "map")) {
         const auto color = [&](const char* name) { return unbox<ColorValue>(*property_object(*entry, name)).argb; };
@@ -200,70 +201,68 @@ void set_remap_for(Attributes& self, const VariantArg* map, int32_t type) {
 void set_remap(Attributes& self, const VariantArg* map) {
     set_remap_for(self, map, kForAll);
 }
-constexpr int32_t kForBrushes = 2;
 void set_brush_remap(Attributes& self, const VariantArg* map) {
-    set_remap_for(self, map, kForBrushes);
+    set_remap_for(self, map, ColorAdjustType::kBrush);
 }
 void clear_brush_remap(Attributes& self) {
-    clear_for<&ColorAdjustment::remap>(self, kForBrushes);
+    clear_for<&ColorAdjustment::remap>(self, ColorAdjustType::kBrush);
 }
 
-void set_wrap_clamped(Attributes& self, int32_t mode, const ColorValue& color, bool clamp) {
+void set_wrap_clamped(Attributes& self, api::WrapMode mode, const ColorValue& color, bool clamp) {
     self.wrap_mode = mode;
     self.outside = color.argb;
     self.clamp = clamp;
 }
-void set_wrap_color(Attributes& self, int32_t mode, const ColorValue& color) {
+void set_wrap_color(Attributes& self, api::WrapMode mode, const ColorValue& color) {
     set_wrap_clamped(self, mode, color, false);
 }
-void set_wrap(Attributes& self, int32_t mode) {
+void set_wrap(Attributes& self, api::WrapMode mode) {
     set_wrap_clamped(self, mode, ColorValue(), false);
 }
 
-using AttributesApi = api::ImageAttributes;
-
 const BehaviorTable table({
-    behavior<&set_matrix, AttributesApi::call_000_SetColorMatrix>(),
-    behavior<&set_matrix_with, AttributesApi::call_001_SetColorMatrix>(),
-    behavior<&set_matrix_for, AttributesApi::call_002_SetColorMatrix>(),
-    behavior<&clear_matrix, AttributesApi::call_000_ClearColorMatrix>(),
-    behavior<&clear_matrix_for, AttributesApi::call_001_ClearColorMatrix>(),
-    behavior<&set_matrices, AttributesApi::call_000_SetColorMatrices>(),
-    behavior<&set_matrices_with, AttributesApi::call_001_SetColorMatrices>(),
-    behavior<&set_matrices_for, AttributesApi::call_002_SetColorMatrices>(),
-    behavior<&set_number<&ColorAdjustment::threshold>, AttributesApi::call_000_SetThreshold>(),
-    behavior<&set_number_for<&ColorAdjustment::threshold>, AttributesApi::call_001_SetThreshold>(),
-    behavior<&clear<&ColorAdjustment::threshold>, AttributesApi::call_000_ClearThreshold>(),
-    behavior<&clear_for<&ColorAdjustment::threshold>, AttributesApi::call_001_ClearThreshold>(),
-    behavior<&set_number<&ColorAdjustment::gamma>, AttributesApi::call_000_SetGamma>(),
-    behavior<&set_number_for<&ColorAdjustment::gamma>, AttributesApi::call_001_SetGamma>(),
-    behavior<&clear<&ColorAdjustment::gamma>, AttributesApi::call_000_ClearGamma>(),
-    behavior<&clear_for<&ColorAdjustment::gamma>, AttributesApi::call_001_ClearGamma>(),
-    behavior<&set_no_op<true>, AttributesApi::call_000_SetNoOp>(),
-    behavior<&set_no_op_for<true>, AttributesApi::call_001_SetNoOp>(),
-    behavior<&set_no_op<false>, AttributesApi::call_000_ClearNoOp>(),
-    behavior<&set_no_op_for<false>, AttributesApi::call_001_ClearNoOp>(),
-    behavior<&set_key, AttributesApi::call_000_SetColorKey>(),
-    behavior<&set_key_for, AttributesApi::call_001_SetColorKey>(),
-    behavior<&clear<&ColorAdjustment::color_key>, AttributesApi::call_000_ClearColorKey>(),
-    behavior<&clear_for<&ColorAdjustment::color_key>, AttributesApi::call_001_ClearColorKey>(),
-    behavior<&set_channel, AttributesApi::call_000_SetOutputChannel>(),
-    behavior<&set_channel_for, AttributesApi::call_001_SetOutputChannel>(),
-    behavior<&clear<&ColorAdjustment::output_channel>, AttributesApi::call_000_ClearOutputChannel>(),
-    behavior<&clear_for<&ColorAdjustment::output_channel>, AttributesApi::call_001_ClearOutputChannel>(),
-    behavior<&set_profile, AttributesApi::call_000_SetOutputChannelColorProfile>(),
-    behavior<&set_profile_for, AttributesApi::call_001_SetOutputChannelColorProfile>(),
-    behavior<&clear<&ColorAdjustment::output_profile>, AttributesApi::call_000_ClearOutputChannelColorProfile>(),
-    behavior<&clear_for<&ColorAdjustment::output_profile>, AttributesApi::call_001_ClearOutputChannelColorProfile>(),
-    behavior<&set_remap, AttributesApi::call_000_SetRemapTable>(),
-    behavior<&set_remap_for, AttributesApi::call_001_SetRemapTable>(),
-    behavior<&clear<&ColorAdjustment::remap>, AttributesApi::call_000_ClearRemapTable>(),
-    behavior<&clear_for<&ColorAdjustment::remap>, AttributesApi::call_001_ClearRemapTable>(),
-    behavior<&set_wrap, AttributesApi::call_000_SetWrapMode>(),
-    behavior<&set_wrap_color, AttributesApi::call_001_SetWrapMode>(),
-    behavior<&set_wrap_clamped, AttributesApi::call_002_SetWrapMode>(),
-    behavior<&set_brush_remap, AttributesApi::call_000_SetBrushRemapTable>(),
-    behavior<&clear_brush_remap, AttributesApi::call_000_ClearBrushRemapTable>(),
+    behavior<&set_matrix, api::ImageAttributes::call_000_SetColorMatrix>(),
+    behavior<&set_matrix_with, api::ImageAttributes::call_001_SetColorMatrix>(),
+    behavior<&set_matrix_for, api::ImageAttributes::call_002_SetColorMatrix>(),
+    behavior<&clear_matrix, api::ImageAttributes::call_000_ClearColorMatrix>(),
+    behavior<&clear_matrix_for, api::ImageAttributes::call_001_ClearColorMatrix>(),
+    behavior<&set_matrices, api::ImageAttributes::call_000_SetColorMatrices>(),
+    behavior<&set_matrices_with, api::ImageAttributes::call_001_SetColorMatrices>(),
+    behavior<&set_matrices_for, api::ImageAttributes::call_002_SetColorMatrices>(),
+    behavior<&set_number<&ColorAdjustment::threshold>, api::ImageAttributes::call_000_SetThreshold>(),
+    behavior<&set_number_for<&ColorAdjustment::threshold>, api::ImageAttributes::call_001_SetThreshold>(),
+    behavior<&clear<&ColorAdjustment::threshold>, api::ImageAttributes::call_000_ClearThreshold>(),
+    behavior<&clear_for<&ColorAdjustment::threshold>, api::ImageAttributes::call_001_ClearThreshold>(),
+    behavior<&set_number<&ColorAdjustment::gamma>, api::ImageAttributes::call_000_SetGamma>(),
+    behavior<&set_number_for<&ColorAdjustment::gamma>, api::ImageAttributes::call_001_SetGamma>(),
+    behavior<&clear<&ColorAdjustment::gamma>, api::ImageAttributes::call_000_ClearGamma>(),
+    behavior<&clear_for<&ColorAdjustment::gamma>, api::ImageAttributes::call_001_ClearGamma>(),
+    behavior<&set_no_op<true>, api::ImageAttributes::call_000_SetNoOp>(),
+    behavior<&set_no_op_for<true>, api::ImageAttributes::call_001_SetNoOp>(),
+    behavior<&set_no_op<false>, api::ImageAttributes::call_000_ClearNoOp>(),
+    behavior<&set_no_op_for<false>, api::ImageAttributes::call_001_ClearNoOp>(),
+    behavior<&set_key, api::ImageAttributes::call_000_SetColorKey>(),
+    behavior<&set_key_for, api::ImageAttributes::call_001_SetColorKey>(),
+    behavior<&clear<&ColorAdjustment::color_key>, api::ImageAttributes::call_000_ClearColorKey>(),
+    behavior<&clear_for<&ColorAdjustment::color_key>, api::ImageAttributes::call_001_ClearColorKey>(),
+    behavior<&set_channel, api::ImageAttributes::call_000_SetOutputChannel>(),
+    behavior<&set_channel_for, api::ImageAttributes::call_001_SetOutputChannel>(),
+    behavior<&clear<&ColorAdjustment::output_channel>, api::ImageAttributes::call_000_ClearOutputChannel>(),
+    behavior<&clear_for<&ColorAdjustment::output_channel>, api::ImageAttributes::call_001_ClearOutputChannel>(),
+    behavior<&set_profile, api::ImageAttributes::call_000_SetOutputChannelColorProfile>(),
+    behavior<&set_profile_for, api::ImageAttributes::call_001_SetOutputChannelColorProfile>(),
+    behavior<&clear<&ColorAdjustment::output_profile>, api::ImageAttributes::call_000_ClearOutputChannelColorProfile>(),
+    behavior<&clear_for<&ColorAdjustment::output_profile>,
+             api::ImageAttributes::call_001_ClearOutputChannelColorProfile>(),
+    behavior<&set_remap, api::ImageAttributes::call_000_SetRemapTable>(),
+    behavior<&set_remap_for, api::ImageAttributes::call_001_SetRemapTable>(),
+    behavior<&clear<&ColorAdjustment::remap>, api::ImageAttributes::call_000_ClearRemapTable>(),
+    behavior<&clear_for<&ColorAdjustment::remap>, api::ImageAttributes::call_001_ClearRemapTable>(),
+    behavior<&set_wrap, api::ImageAttributes::call_000_SetWrapMode>(),
+    behavior<&set_wrap_color, api::ImageAttributes::call_001_SetWrapMode>(),
+    behavior<&set_wrap_clamped, api::ImageAttributes::call_002_SetWrapMode>(),
+    behavior<&set_brush_remap, api::ImageAttributes::call_000_SetBrushRemapTable>(),
+    behavior<&clear_brush_remap, api::ImageAttributes::call_000_ClearBrushRemapTable>(),
 });
 
 const FactoryRegistration factory(Attributes::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
@@ -272,17 +271,13 @@ const FactoryRegistration factory(Attributes::kManagedName, [](const TypeInfo& t
 
 }  // namespace
 
-namespace {
-constexpr size_t kForImages = 1;
-}
-
 const ColorAdjustment& ImageAttributesObject::for_images() const {
-    const ColorAdjustment& own = adjustments[kForImages];
-    return own.changes_colors() || own.no_op ? own : adjustments[0];
+    const ColorAdjustment& own = of(ColorAdjustType::kBitmap);
+    return own.changes_colors() || own.no_op ? own : of(kForAll);
 }
 const ColorAdjustment& ImageAttributesObject::for_brushes() const {
-    const ColorAdjustment& own = adjustments[static_cast<size_t>(kForBrushes)];
-    return own.changes_colors() || own.no_op ? own : adjustments[0];
+    const ColorAdjustment& own = of(ColorAdjustType::kBrush);
+    return own.changes_colors() || own.no_op ? own : of(kForAll);
 }
 
 Ref<ManagedObject> ImageAttributesObject::copy() const {

@@ -9,25 +9,28 @@
 #include <utility>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/records.h"
 
 namespace zelmor::embed {
 
+using api::ColorAdjustType;
+using api::ColorMatrixFlag;
 using Argb = uint32_t;
 
 // The matrix of a color change: five rows that red, green, blue, alpha and one contribute with.
 using ColorRows = std::array<std::array<double, 5>, 5>;
 
-// The settings for one kind of thing that is drawn.
+// The settings for images, for brushes, and so on.
 struct ColorAdjustment {
     std::optional<ColorRows> matrix;
     std::optional<ColorRows> gray_matrix;
-    int64_t matrix_flags = 0;
+    ColorMatrixFlag matrix_flags = ColorMatrixFlag::kDefault;
     std::optional<double> threshold;
     std::optional<double> gamma;
     std::optional<std::pair<Argb, Argb>> color_key;
     std::optional<std::vector<std::pair<Argb, Argb>>> remap;
-    std::optional<int64_t> output_channel;
+    std::optional<api::ColorChannelFlag> output_channel;
     std::optional<std::string> output_profile;
     bool no_op = false;
 
@@ -38,16 +41,17 @@ struct ColorAdjustment {
 
 class ImageAttributesObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.ImageAttributes";
+    static constexpr const char* kManagedName = api::ImageAttributes::kType.name;
     explicit ImageAttributesObject(const TypeInfo& type) : Record(type) {}
 
-    static constexpr size_t kKinds = 7;  // of the enumeration ColorAdjustType
-    std::array<ColorAdjustment, kKinds> adjustments;
-    int64_t wrap_mode = 4;  // clamp: nothing outside the image
+    static constexpr size_t kKinds = static_cast<size_t>(ColorAdjustType::kAny) + 1;
+    const ColorAdjustment& of(ColorAdjustType type) const { return adjustments[static_cast<size_t>(type)]; }
+    std::array<ColorAdjustment, kKinds> adjustments;  // by ColorAdjustType
+    api::WrapMode wrap_mode = api::WrapMode::kClamp;  // nothing outside the image
     Argb outside = 0;
     bool clamp = false;
 
-    // The settings for images: their own where there are any, otherwise those for all.
+    // The settings for images and for brushes: their own if there are any, otherwise those for everything.
     const ColorAdjustment& for_images() const;
     const ColorAdjustment& for_brushes() const;
     Ref<ManagedObject> copy() const override;

@@ -2,8 +2,9 @@
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
-#include "runtime/native/behaviors/values/rounding.h"
+#include "runtime/native/behaviors/values/hashing.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
@@ -11,19 +12,21 @@ MatrixObject::MatrixObject(const Affine& map) : Record(require_type(kManagedName
 
 bool MatrixObject::equals(const ManagedObject& other) const {
     const auto* matrix = dynamic_cast<const MatrixObject*>(&other);
-    return matrix && matrix->map == map;
+    return matrix != nullptr && matrix->map == map;
 }
 
 int32_t MatrixObject::hash_code() const {
-    const auto word = [](double value) { return float_word(static_cast<float>(value)); };
+    const auto word = [](double value) { return hash_word(static_cast<float>(value)); };
     return combined_hash(word(map.m11), word(map.m22), word(map.dx), word(map.dy));
 }
 
 const Affine& required_map(const MatrixObject* matrix, const char* parameter) {
-    if (!matrix) {
-        throw_argument_null(parameter);
-    }
-    return matrix->map;
+    return required(matrix, parameter).map;
+}
+
+Affine transform_of(const ManagedObject& owner) {
+    const auto matrix = property_object(owner, "Transform");
+    return matrix ? cast_object<MatrixObject>(*matrix).map : Affine();
 }
 
 Affine combined(const Affine& map, const Affine& step, MatrixOrder order) {
@@ -64,7 +67,7 @@ Ref<MatrixObject> from_matrix(MatrixObject* origin) {
     return make_ref<MatrixObject>(required_map(origin, "origin"));
 }
 bool equal(MatrixObject* a, MatrixObject* b) {
-    return a && b ? a->equals(*b) : a == b;
+    return a != nullptr && b != nullptr ? a->equals(*b) : a == b;
 }
 
 void scale_in(MatrixObject& self, float x, float y, MatrixOrder order) {
@@ -103,7 +106,7 @@ void reset(MatrixObject& self) {
     self.map = {};
 }
 
-// The points of the array, or of the Python list, are replaced by what they are mapped to.
+// Each point of the array or Python list is replaced by the one that it is mapped to.
 void transform_points(MatrixObject& self, const VariantArg* points) {
     const auto object = read_collection(points, CollectionShape::kIList, variant_element());
     if (!object) {
@@ -130,15 +133,37 @@ float element(MatrixObject& self) {
     return static_cast<float>(self.map.*kMember);
 }
 
-// Bits that tell what a map does: nothing, moving, scaling all directions alike or not, flipping, turning by quarters
-// or by any angle, and all that is none of these.
-template <int32_t kValue>
-int32_t constant() {
-    return kValue;
-}
-
-constexpr const char* kMatrix = MatrixObject::kManagedName;
 using MatrixApi = api::Matrix;
+
+// The bits that tell the kind of a map: no change, moving, scaling alike or differently in both directions, turning by
+// quarters or by any angle, flipping, and everything else.
+struct KindConstant {
+    const PropertyName& property;
+    int32_t bits;
+};
+constexpr int32_t kUniformScale = 2, kGeneralScale = 4, kQuadrantRotation = 8, kGeneralRotation = 16;
+constexpr KindConstant kKinds[] = {
+    {MatrixApi::property_TypeIdentity, 0},
+    {MatrixApi::property_TypeTranslation, 1},
+    {MatrixApi::property_TypeUniformScale, kUniformScale},
+    {MatrixApi::property_TypeGeneralScale, kGeneralScale},
+    {MatrixApi::property_TypeMaskScale, kUniformScale | kGeneralScale},
+    {MatrixApi::property_TypeQuadrantRotation, kQuadrantRotation},
+    {MatrixApi::property_TypeGeneralRotation, kGeneralRotation},
+    {MatrixApi::property_TypeMaskRotation, kQuadrantRotation | kGeneralRotation},
+    {MatrixApi::property_TypeGeneralTransform, 32},
+    {MatrixApi::property_TypeFlip, 64},
+};
+int32_t kind_bits(const KindConstant& row) {
+    return row.bits;
+}
+const BehaviorTable kinds_table([] {
+    std::vector<BehaviorRow> rows;
+    for (const KindConstant& row : kKinds) {
+        rows.push_back(row_property<&kind_bits>(row.property, row));
+    }
+    return rows;
+}());
 
 const BehaviorTable table({
     behavior<&identity, MatrixApi::ctor_000_Matrix>(),
@@ -166,19 +191,10 @@ const BehaviorTable table({
     behavior<&element<&Affine::m22>, MatrixApi::get_M22>(),
     behavior<&element<&Affine::dx>, MatrixApi::get_M31>(),
     behavior<&element<&Affine::dy>, MatrixApi::get_M32>(),
-    behavior<&constant<0>, MatrixApi::getsa_TypeIdentity>(),
-    behavior<&constant<1>, MatrixApi::getsa_TypeTranslation>(),
-    behavior<&constant<2>, MatrixApi::getsa_TypeUniformScale>(),
-    behavior<&constant<4>, MatrixApi::getsa_TypeGeneralScale>(),
-    behavior<&constant<2 | 4>, MatrixApi::getsa_TypeMaskScale>(),
-    behavior<&constant<8>, MatrixApi::getsa_TypeQuadrantRotation>(),
-    behavior<&constant<16>, MatrixApi::getsa_TypeGeneralRotation>(),
-    behavior<&constant<8 | 16>, MatrixApi::getsa_TypeMaskRotation>(),
-    behavior<&constant<32>, MatrixApi::getsa_TypeGeneralTransform>(),
-    behavior<&constant<64>, MatrixApi::getsa_TypeFlip>(),
 });
 
-const FactoryRegistration factory(kMatrix, [](const TypeInfo&) -> Ref<ManagedObject> { return identity(); });
+const FactoryRegistration factory(MatrixObject::kManagedName,
+                                  [](const TypeInfo&) -> Ref<ManagedObject> { return identity(); });
 
 }  // namespace
 

@@ -2,16 +2,17 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_MATRIX_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_MATRIX_H
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
 #include "runtime/native/core/records.h"
 
 namespace zelmor::embed {
 
-enum class MatrixOrder : int32_t { kPrepend = 0, kAppend = 1 };
+using api::MatrixOrder;
 
 class MatrixObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Matrix";
+    static constexpr const char* kManagedName = api::Matrix::kType.name;
     explicit MatrixObject(const Affine& map = {});
 
     Affine map;
@@ -24,7 +25,7 @@ class MatrixObject final : public Record {
 
 // The map of a matrix, the identity for none.
 inline Affine map_of(const MatrixObject* matrix) {
-    return matrix ? matrix->map : Affine();
+    return matrix != nullptr ? matrix->map : Affine();
 }
 // ArgumentNullException for none.
 const Affine& required_map(const MatrixObject* matrix, const char* parameter);
@@ -34,13 +35,8 @@ Affine combined(const Affine& map, const Affine& step, MatrixOrder order);
 // Maps the rectangle to the parallelogram of three points: where its left top, right top and left bottom go.
 Affine map_of_corners(const RectD& rect, const std::vector<PointD>& points);
 
-// The rotation, scaling, ... of things that have a property `Transform` with a Matrix.
-template <class Step>
-void change_transform(ManagedObject& owner, Step&& step) {
-    const auto held = property_object(owner, "Transform");
-    const Affine map = held ? cast_object<MatrixObject>(*held).map : Affine();
-    set_property(owner, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>(step(map)))));
-}
+// The map in the property `Transform` of a pen, a brush or a graphics; the identity for null.
+Affine transform_of(const ManagedObject& owner);
 
 }  // namespace zelmor::embed
 

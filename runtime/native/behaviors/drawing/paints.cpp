@@ -4,12 +4,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "generated/runtime/Zelmor.Imaging.Brushes.h"
 #include "runtime/native/behaviors/drawing/image_attributes.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {
 
+using api::WrapMode;
 using drawwork::Extend;
 using drawwork::GradientStop;
 using drawwork::Paint;
@@ -17,17 +20,6 @@ using drawwork::PixelArea;
 using drawwork::Sampling;
 
 namespace {
-
-constexpr int64_t kTileFlipX = 1, kTileFlipY = 2, kTileFlipXY = 3, kClamp = 4;
-
-bool is_a(const ManagedObject& object, const char* type) {
-    return is_assignable(require_type(std::string("Zelmor.Imaging.Brushes.") + type), object.type());
-}
-
-Affine own_map(const ManagedObject& brush) {
-    const auto matrix = property_object(brush, "Transform");
-    return matrix ? cast_object<MatrixObject>(*matrix).map : Affine();
-}
 
 // ---- Linear gradients
 
@@ -38,7 +30,7 @@ double display_value(double light) {
     return light <= 0.0031308 ? light * 12.92 : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
 }
 
-// Colors between the stops by the amount of light, in steps that the eye does not tell apart.
+// Colors between the stops are mixed by their amounts of light, in steps too small to be seen.
 ColorStops gamma_corrected(const ColorStops& stops) {
     constexpr int kSteps = 32;
     ColorStops result;
@@ -79,7 +71,7 @@ Paint linear_paint(const ManagedObject& brush, const PaintPlace& place) {
     const bool scalable = property_bool(brush, "IsAngleScalable");
     const RectD over = scalable ? RectD{0, 0, 1, 1} : rect;
     const PointD direction{std::cos(turn), std::sin(turn)};
-    // As far to both sides as the corners are.
+    // The gradient reaches as far to both sides as the corners do.
     const double half = (std::abs(over.width * direction.x) + std::abs(over.height * direction.y)) / 2;
     Paint paint;
     paint.stops = linear_stops(brush);
@@ -93,17 +85,19 @@ Paint linear_paint(const ManagedObject& brush, const PaintPlace& place) {
     paint.kind = Paint::Kind::kLinear;
     paint.from = over.center() - direction * half;
     paint.to = over.center() + direction * half;
-    const int64_t wrap = property_int(brush, "WrapMode");
-    paint.extend = wrap == kClamp ? Extend::kPad : wrap == 0 ? Extend::kRepeat : Extend::kReflect;
+    const auto wrap = property_enum<WrapMode>(brush, "WrapMode");
+    paint.extend = wrap == WrapMode::kClamp  ? Extend::kPad
+                   : wrap == WrapMode::kTile ? Extend::kRepeat
+                                             : Extend::kReflect;
     const Affine frame = scalable ? Affine{rect.width, 0, 0, rect.height, rect.x, rect.y} : Affine();
-    paint.placing = frame.then(own_map(brush)).then(place.map);
+    paint.placing = frame.then(transform_of(brush)).then(place.map);
     return paint;
 }
 
 // ---- Textures
 
 Paint hatch_paint(const ManagedObject& brush) {
-    const auto rows = hatch_rows(property_int(brush, "HatchStyle"));
+    const auto rows = hatch_rows(property_enum<api::HatchStyle>(brush, "HatchStyle"));
     const Argb front = argb_property(brush, "ForegroundColor"), back = argb_property(brush, "BackgroundColor");
     Paint paint;
     paint.kind = Paint::Kind::kTexture;
@@ -147,7 +141,7 @@ Paint texture_paint(const ManagedObject& brush, const PaintPlace& place) {
         throw_argument_null("image");
     }
     const auto* image = dynamic_cast<ImageObject*>(object.get());
-    if (!image) {
+    if (image == nullptr) {
         throw_not_supported(std::string("A texture of a ") + object->type().full_name);
     }
     const RectD rect = rect_of_object(*property_object(brush, "ImageRectangle"));
@@ -162,17 +156,24 @@ Paint texture_paint(const ManagedObject& brush, const PaintPlace& place) {
     if (part.width == 0 || part.height == 0) {
         throw_argument("The texture's rectangle is outside its image.");
     }
-    const int64_t wrap = property_int(brush, "WrapMode");
+    const auto wrap = property_enum<WrapMode>(brush, "WrapMode");
     Paint paint = texture_of(*image, part, wrap);
     if (const auto held = property_object(brush, "ImageAttributes")) {
         cast_object<ImageAttributesObject>(*held).for_brushes().apply(paint.pixels);
     }
-    add_mirrored(paint, wrap == kTileFlipX || wrap == kTileFlipXY, wrap == kTileFlipY || wrap == kTileFlipXY);
-    paint.placing = own_map(brush).then(place.map);
+    add_mirrored(paint, flips_sideways(wrap), flips_upright(wrap));
+    paint.placing = transform_of(brush).then(place.map);
     return paint;
 }
 
 }  // namespace
+
+bool flips_sideways(WrapMode wrap) {
+    return wrap == WrapMode::kTileFlipX || wrap == WrapMode::kTileFlipXy;
+}
+bool flips_upright(WrapMode wrap) {
+    return wrap == WrapMode::kTileFlipY || wrap == WrapMode::kTileFlipXy;
+}
 
 Argb argb_property(const ManagedObject& object, const char* name) {
     return unbox<ColorValue>(*property_object(object, name)).argb;
@@ -213,10 +214,8 @@ ColorStops stops_of(const ManagedObject& blend) {
     ColorStops stops;
     for (size_t i = 0; i < colors.size(); ++i) {
         const auto* color = std::get_if<Ref<ManagedObject>>(&colors[i]);
-        if (!color || !*color) {
-            throw_argument_null("colors");
-        }
-        stops.push_back({positions[i], unbox<ColorValue>(**color).argb});
+        const ManagedObject& held = required(color == nullptr ? nullptr : color->get(), "colors");
+        stops.push_back({positions[i], unbox<ColorValue>(held).argb});
     }
     return stops;
 }
@@ -237,14 +236,14 @@ ColorStops blended_stops(const ManagedObject& blend, Argb from, Argb to) {
     return stops;
 }
 
-Paint texture_of(const ImageObject& image, const PixelArea& part, int64_t wrap_mode) {
+Paint texture_of(const ImageObject& image, const PixelArea& part, WrapMode wrap_mode) {
     Paint paint;
     paint.kind = Paint::Kind::kTexture;
     paint.width = part.width;
     paint.height = part.height;
     paint.pixels.resize(static_cast<size_t>(part.width) * static_cast<size_t>(part.height));
     image.picture().read_argb({part.x, part.y, part.width, part.height}, paint.pixels);
-    paint.extend = wrap_mode == kClamp ? Extend::kNone : Extend::kRepeat;
+    paint.extend = wrap_mode == WrapMode::kClamp ? Extend::kNone : Extend::kRepeat;
     return paint;
 }
 
@@ -255,26 +254,25 @@ Paint solid_paint(const ColorValue& color, double opacity) {
     return paint;
 }
 
-Paint paint_of(const ManagedObject* brush, const PaintPlace& place) {
-    if (!brush) {
-        throw_argument_null("brush");
-    }
-    brush->require_live();
+Paint paint_of(const ManagedObject* object, const PaintPlace& place) {
+    const ManagedObject& brush = required(object, "brush");
+    brush.require_live();
+    const TypeInfo& type = brush.type();
     Paint paint;
-    if (is_a(*brush, "SolidBrush")) {
-        paint.color = argb_property(*brush, "Color");
-    } else if (is_a(*brush, "HatchBrush")) {
-        paint = hatch_paint(*brush);
-    } else if (is_a(*brush, "TextureBrush")) {
-        paint = texture_paint(*brush, place);
-    } else if (is_a(*brush, "LinearGradientBrushBase")) {
-        paint = linear_paint(*brush, place);
-    } else if (is_a(*brush, "PathGradientBrushBase")) {
-        paint = path_gradient_paint(*brush, place);
+    if (is_a(type, api::Brushes::SolidBrush::kType)) {
+        paint.color = argb_property(brush, "Color");
+    } else if (is_a(type, api::Brushes::HatchBrush::kType)) {
+        paint = hatch_paint(brush);
+    } else if (is_a(type, api::Brushes::TextureBrush::kType)) {
+        paint = texture_paint(brush, place);
+    } else if (is_a(type, api::Brushes::LinearGradientBrushBase::kType)) {
+        paint = linear_paint(brush, place);
+    } else if (is_a(type, api::Brushes::PathGradientBrushBase::kType)) {
+        paint = path_gradient_paint(brush, place);
     } else {
-        throw_not_supported(std::string("Painting with a ") + brush->type().full_name);
+        throw_not_supported(std::string("Painting with a ") + type.full_name);
     }
-    paint.opacity = std::clamp(property_double(*brush, "Opacity"), 0.0, 1.0);
+    paint.opacity = std::clamp(property_double(brush, "Opacity"), 0.0, 1.0);
     return paint;
 }
 

@@ -2,6 +2,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PAINTS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PAINTS_H
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/drawwork/canvas.h"
@@ -18,9 +19,13 @@ struct PaintPlace {
 drawwork::Paint paint_of(const ManagedObject* brush, const PaintPlace& place);
 drawwork::Paint solid_paint(const ColorValue& color, double opacity);
 // The rows of eight pixels of a hatch, the leftmost in the highest bit.
-std::span<const uint8_t, 8> hatch_rows(int64_t style);
+std::span<const uint8_t, 8> hatch_rows(api::HatchStyle style);
 // The colors of a path gradient, for each pixel of the area.
 drawwork::Paint path_gradient_paint(const ManagedObject& brush, const PaintPlace& place);
+
+// Whether a wrap mode mirrors every second tile of a row, of a column.
+bool flips_sideways(api::WrapMode wrap);
+bool flips_upright(api::WrapMode wrap);
 
 // Colors at positions from 0 to 1.
 using ColorStops = std::vector<drawwork::GradientStop>;
@@ -30,9 +35,8 @@ drawwork::Argb mixed(drawwork::Argb from, drawwork::Argb to, double part);
 drawwork::Argb color_at(const ColorStops& stops, double position);
 drawwork::Argb argb_property(const ManagedObject& object, const char* name);
 
-// The pixels of a part of an image as a texture, with what the attributes make of them. What lies outside the image is
-// what the wrap mode puts there.
-drawwork::Paint texture_of(const ImageObject& image, const drawwork::PixelArea& part, int64_t wrap_mode);
+// The pixels of a part of an image as a texture. The wrap mode tells what surrounds it.
+drawwork::Paint texture_of(const ImageObject& image, const drawwork::PixelArea& part, api::WrapMode wrap_mode);
 
 }  // namespace zelmor::embed
 

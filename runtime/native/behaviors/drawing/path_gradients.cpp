@@ -7,10 +7,12 @@
 
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/paints.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
 
+using api::WrapMode;
 using drawwork::Argb;
 using drawwork::Paint;
 
@@ -29,7 +31,7 @@ class PathGradient {
         const PointD focus = point_of(*property_object(brush, "FocusScales"));
         m_focus = std::clamp((focus.x + focus.y) / 2, 0.0, 1.0);
         m_bounds = bounds_of(points);
-        m_wrap = property_int(brush, "WrapMode");
+        m_wrap = property_enum<WrapMode>(brush, "WrapMode");
         std::vector<Argb> corners(points.size(), 0xFFFFFFFF);
         if (const auto many = property_object(brush, "InterpolationColors")) {
             m_stops = stops_of(*many);
@@ -51,7 +53,7 @@ class PathGradient {
 
     Argb at(PointD p) const {
         constexpr double kSlack = 1e-9;
-        if (m_wrap != 4 && m_bounds.width > 0 && m_bounds.height > 0) {
+        if (m_wrap != WrapMode::kClamp && m_bounds.width > 0 && m_bounds.height > 0) {
             p = wrapped(p);
         }
         for (const Side& side : m_sides) {
@@ -80,14 +82,12 @@ class PathGradient {
         for (size_t i = 0; i < corners.size(); ++i) {
             // The last color goes for all corners behind it.
             const auto* color = std::get_if<Ref<ManagedObject>>(&colors[std::min(i, colors.size() - 1)]);
-            if (!color || !*color) {
-                throw_argument_null("surround_colors");
-            }
-            corners[i] = unbox<ColorValue>(**color).argb;
+            const ManagedObject& held = required(color == nullptr ? nullptr : color->get(), "surround_colors");
+            corners[i] = unbox<ColorValue>(held).argb;
         }
     }
     void read_factors(const ManagedObject* blend) {
-        if (!blend) {
+        if (blend == nullptr) {
             return;
         }
         const std::vector<double> positions = numbers_of(property(*blend, "Positions"));
@@ -123,14 +123,14 @@ class PathGradient {
             const double inside = value - from - tiles * length;
             return from + (flips && std::fmod(tiles, 2) != 0 ? length - inside : inside);
         };
-        return {place(p.x, m_bounds.x, m_bounds.width, m_wrap == 1 || m_wrap == 3),
-                place(p.y, m_bounds.y, m_bounds.height, m_wrap == 2 || m_wrap == 3)};
+        return {place(p.x, m_bounds.x, m_bounds.width, flips_sideways(m_wrap)),
+                place(p.y, m_bounds.y, m_bounds.height, flips_upright(m_wrap))};
     }
 
     std::vector<Side> m_sides;
     RectD m_bounds;
     double m_focus = 0;
-    int64_t m_wrap = 4;
+    WrapMode m_wrap = WrapMode::kClamp;
     Argb m_center = 0;
     ColorStops m_stops;
     std::vector<PointD> m_steps;  // of the blend: position and factor
@@ -140,9 +140,7 @@ class PathGradient {
 
 Paint path_gradient_paint(const ManagedObject& brush, const PaintPlace& place) {
     Paint paint;
-    const auto matrix = property_object(brush, "Transform");
-    const Affine own = matrix ? cast_object<MatrixObject>(*matrix).map : Affine();
-    const auto back = own.then(place.map).inverse();
+    const auto back = transform_of(brush).then(place.map).inverse();
     if (!back) {
         return paint;
     }

@@ -5,9 +5,13 @@
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/pens.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
+
+using api::FillMode;
+using api::WarpMode;
 
 namespace {
 
@@ -18,25 +22,19 @@ Ref<PathObject> from_figures(const VariantArg* figures) {
     path->figures = read_objects<FigureObject>(figures, "figures");
     return path;
 }
-Ref<PathObject> from_figures_and_mode(const VariantArg* figures, int32_t fill_mode) {
+Ref<PathObject> from_figures_and_mode(const VariantArg* figures, FillMode fill_mode) {
     auto path = from_figures(figures);
-    set_property(*path, "FillMode", int64_t{fill_mode});
+    set_property(*path, "FillMode", fill_mode);
     return path;
 }
 
 // ---- Figures
 
 Collection figures(PathObject& self) {
-    return {Ref<ManagedObject>(object_array(FigureObject::kManagedName, self.figures))};
-}
-FigureObject& required(FigureObject* figure) {
-    if (!figure) {
-        throw_argument_null("figure");
-    }
-    return *figure;
+    return {Ref<ManagedObject>(object_array(api::Figure::kType, self.figures))};
 }
 void add_figure(PathObject& self, FigureObject* figure) {
-    self.figures.emplace_back(&required(figure));
+    self.figures.emplace_back(&required(figure, "figure"));
 }
 void add_figures(PathObject& self, const VariantArg* figures) {
     for (auto& figure : read_objects<FigureObject>(figures, "figures")) {
@@ -51,7 +49,7 @@ void remove(PathObject& self, const FigureObject& figure) {
     }
 }
 void remove_figure(PathObject& self, FigureObject* figure) {
-    remove(self, required(figure));
+    remove(self, required(figure, "figure"));
 }
 void remove_figures(PathObject& self, const VariantArg* figures) {
     for (const auto& figure : read_objects<FigureObject>(figures, "figures")) {
@@ -59,12 +57,9 @@ void remove_figures(PathObject& self, const VariantArg* figures) {
     }
 }
 
-// Connecting puts the shapes of the first figure added into the last one of this path, unless that is closed.
+// Connecting adds the shapes of the other path's first figure to the last figure of this path, unless that is closed.
 void add_connected_path(PathObject& self, PathObject* other, bool connect) {
-    if (!other) {
-        throw_argument_null("adding_path");
-    }
-    std::vector<Ref<FigureObject>> added = other->figures;
+    std::vector<Ref<FigureObject>> added = required(other, "adding_path").figures;
     if (connect && !added.empty() && !self.figures.empty() && !property_bool(*self.figures.back(), "IsClosed")) {
         auto& last = self.figures.back()->shapes;
         const auto shapes = added.front()->shapes;
@@ -79,7 +74,7 @@ void add_path(PathObject& self, PathObject* other) {
 
 void reset(PathObject& self) {
     self.figures.clear();
-    set_property(self, "FillMode", int64_t{0});
+    set_property(self, "FillMode", FillMode::kAlternate);
 }
 void reverse(PathObject& self) {
     std::reverse(self.figures.begin(), self.figures.end());
@@ -104,11 +99,8 @@ void flatten(PathObject& self) {
 }
 
 void widen_to(PathObject& self, Record* pen, MatrixObject* matrix, float flatness) {
-    if (!pen) {
-        throw_argument_null("pen");
-    }
-    self.become(widened(transformed(self.outline(), map_of(matrix)), pen_shape(*pen), flatness));
-    set_property(self, "FillMode", int64_t{1});  // the polygons overlap
+    self.become(widened(transformed(self.outline(), map_of(matrix)), pen_shape(required(pen, "pen")), flatness));
+    set_property(self, "FillMode", FillMode::kWinding);  // the polygons overlap
 }
 void widen_under(PathObject& self, Record* pen, MatrixObject* matrix) {
     widen_to(self, pen, matrix, kFlatness);
@@ -182,33 +174,32 @@ Outline warped(const Outline& lines, const Warping& warping, const RectD& from) 
     return result;
 }
 
-void warp_flat(PathObject& self, PointsArg to, RectArg from, MatrixObject* matrix, int32_t mode, float flatness) {
+void warp_flat(PathObject& self, PointsArg to, RectArg from, MatrixObject* matrix, WarpMode mode, float flatness) {
     if (from.width == 0 || from.height == 0) {
         throw_argument("The rectangle to warp from is empty. (Parameter 'src_rect')");
     }
     const Outline lines = flattened(self.outline(), flatness);
-    self.become(transformed(warped(lines, Warping(std::move(to.items), mode == 0), from), map_of(matrix)));
+    self.become(
+        transformed(warped(lines, Warping(std::move(to.items), mode == WarpMode::kPerspective), from), map_of(matrix)));
 }
-void warp_by(PathObject& self, PointsArg to, RectArg from, MatrixObject* matrix, int32_t mode) {
+void warp_by(PathObject& self, PointsArg to, RectArg from, MatrixObject* matrix, WarpMode mode) {
     warp_flat(self, std::move(to), from, matrix, mode, kFlatness);
 }
 void warp_under(PathObject& self, PointsArg to, RectArg from, MatrixObject* matrix) {
-    warp_flat(self, std::move(to), from, matrix, 0, kFlatness);
+    warp_flat(self, std::move(to), from, matrix, WarpMode::kPerspective, kFlatness);
 }
 void warp(PathObject& self, PointsArg to, RectArg from) {
-    warp_flat(self, std::move(to), from, nullptr, 0, kFlatness);
+    warp_flat(self, std::move(to), from, nullptr, WarpMode::kPerspective, kFlatness);
 }
 
-// ---- Hit tests. A graphics adds nothing: points and paths are both in world coordinates.
+// ---- Hit tests. The graphics is ignored: points and paths are both in world coordinates.
 
 bool hits(PathObject& self, PointD point) {
     return contains(self.outline(), self.fill_rule(), point);
 }
 bool hits_outline(PathObject& self, PointD point, const Record* pen) {
-    if (!pen) {
-        throw_argument_null("pen");
-    }
-    return contains(widened(self.outline(), pen_shape(*pen), kFlatness / 10), FillRule::kWinding, point);
+    const PenShape shape = pen_shape(required(pen, "pen"));
+    return contains(widened(self.outline(), shape, kFlatness / 10), FillRule::kWinding, point);
 }
 template <class N>
 bool is_visible_xy(PathObject& self, N x, N y) {
@@ -239,59 +230,52 @@ bool is_outline_visible_in(PathObject& self, PointArg point, Record* pen, Record
     return hits_outline(self, point, pen);
 }
 
-constexpr const char* kPath = PathObject::kManagedName;
-using GraphicsPathApi = api::GraphicsPath;
+using Api = api::GraphicsPath;
 
 const BehaviorTable table({
-    behavior<&from_figures, GraphicsPathApi::ctor_001_GraphicsPath>(),
-    behavior<&from_figures_and_mode, GraphicsPathApi::ctor_002_GraphicsPath>(),
-    behavior<&figures, GraphicsPathApi::get_Figures>(),
-    behavior<&add_figure, GraphicsPathApi::call_000_AddFigure>(),
-    behavior<&add_figures, GraphicsPathApi::call_000_AddFigures>(),
-    behavior<&remove_figure, GraphicsPathApi::call_000_RemoveFigure>(),
-    behavior<&remove_figures, GraphicsPathApi::call_000_RemoveFigures>(),
-    behavior<&add_path, GraphicsPathApi::call_000_AddPath>(),
-    behavior<&add_connected_path, GraphicsPathApi::call_001_AddPath>(),
-    behavior<&reset, GraphicsPathApi::call_000_Reset>(),
-    behavior<&reverse, GraphicsPathApi::call_000_Reverse>(),
-    behavior<&deep_clone, GraphicsPathApi::call_000_DeepClone>(),
-    behavior<&flatten, GraphicsPathApi::call_000_Flatten>(),
-    behavior<&flatten_under, GraphicsPathApi::call_001_Flatten>(),
-    behavior<&flatten_to, GraphicsPathApi::call_002_Flatten>(),
-    behavior<&widen, GraphicsPathApi::call_000_Widen>(),
-    behavior<&widen_under, GraphicsPathApi::call_001_Widen>(),
-    behavior<&widen_to, GraphicsPathApi::call_002_Widen>(),
-    behavior<&warp, GraphicsPathApi::call_000_Warp>(),
-    behavior<&warp_under, GraphicsPathApi::call_001_Warp>(),
-    behavior<&warp_by, GraphicsPathApi::call_002_Warp>(),
-    behavior<&warp_flat, GraphicsPathApi::call_003_Warp>(),
-    behavior<&is_visible_xy<float>, GraphicsPathApi::call_000_IsVisible, GraphicsPathApi::call_000_IsVisibleXyf>(),
-    behavior<&is_visible, GraphicsPathApi::call_001_IsVisible, GraphicsPathApi::call_003_IsVisible,
-             GraphicsPathApi::call_000_IsVisiblePointF, GraphicsPathApi::call_000_IsVisiblePoint>(),
-    behavior<&is_visible_xy<int32_t>, GraphicsPathApi::call_002_IsVisible, GraphicsPathApi::call_000_IsVisibleXy>(),
-    behavior<&is_visible_xy_in<float>, GraphicsPathApi::call_004_IsVisible,
-             GraphicsPathApi::call_000_IsVisibleXyfGraphics>(),
-    behavior<&is_visible_in, GraphicsPathApi::call_005_IsVisible, GraphicsPathApi::call_007_IsVisible,
-             GraphicsPathApi::call_000_IsVisiblePointFGraphics, GraphicsPathApi::call_000_IsVisiblePointGraphics>(),
-    behavior<&is_visible_xy_in<int32_t>, GraphicsPathApi::call_006_IsVisible,
-             GraphicsPathApi::call_000_IsVisibleXyGraphics>(),
-    behavior<&is_outline_visible_xy<float>, GraphicsPathApi::call_000_IsOutlineVisible,
-             GraphicsPathApi::call_000_IsOutlineVisibleXyf>(),
-    behavior<&is_outline_visible, GraphicsPathApi::call_001_IsOutlineVisible,
-             GraphicsPathApi::call_005_IsOutlineVisible, GraphicsPathApi::call_000_IsOutlineVisiblePointF,
-             GraphicsPathApi::call_000_IsOutlineVisiblePoint>(),
-    behavior<&is_outline_visible_xy_in<float>, GraphicsPathApi::call_002_IsOutlineVisible,
-             GraphicsPathApi::call_000_IsOutlineVisibleXyfGraphics>(),
-    behavior<&is_outline_visible_in, GraphicsPathApi::call_003_IsOutlineVisible,
-             GraphicsPathApi::call_007_IsOutlineVisible, GraphicsPathApi::call_000_IsOutlineVisiblePointFGraphics,
-             GraphicsPathApi::call_000_IsOutlineVisiblePointGraphics>(),
-    behavior<&is_outline_visible_xy<int32_t>, GraphicsPathApi::call_004_IsOutlineVisible,
-             GraphicsPathApi::call_000_IsOutlineVisibleXy>(),
-    behavior<&is_outline_visible_xy_in<int32_t>, GraphicsPathApi::call_006_IsOutlineVisible,
-             GraphicsPathApi::call_000_IsOutlineVisibleXyGraphics>(),
+    behavior<&from_figures, Api::ctor_001_GraphicsPath>(),
+    behavior<&from_figures_and_mode, Api::ctor_002_GraphicsPath>(),
+    behavior<&figures, Api::get_Figures>(),
+    behavior<&add_figure, Api::call_000_AddFigure>(),
+    behavior<&add_figures, Api::call_000_AddFigures>(),
+    behavior<&remove_figure, Api::call_000_RemoveFigure>(),
+    behavior<&remove_figures, Api::call_000_RemoveFigures>(),
+    behavior<&add_path, Api::call_000_AddPath>(),
+    behavior<&add_connected_path, Api::call_001_AddPath>(),
+    behavior<&reset, Api::call_000_Reset>(),
+    behavior<&reverse, Api::call_000_Reverse>(),
+    behavior<&deep_clone, Api::call_000_DeepClone>(),
+    behavior<&flatten, Api::call_000_Flatten>(),
+    behavior<&flatten_under, Api::call_001_Flatten>(),
+    behavior<&flatten_to, Api::call_002_Flatten>(),
+    behavior<&widen, Api::call_000_Widen>(),
+    behavior<&widen_under, Api::call_001_Widen>(),
+    behavior<&widen_to, Api::call_002_Widen>(),
+    behavior<&warp, Api::call_000_Warp>(),
+    behavior<&warp_under, Api::call_001_Warp>(),
+    behavior<&warp_by, Api::call_002_Warp>(),
+    behavior<&warp_flat, Api::call_003_Warp>(),
+    behavior<&is_visible_xy<float>, Api::call_000_IsVisible, Api::call_000_IsVisibleXyf>(),
+    behavior<&is_visible, Api::call_001_IsVisible, Api::call_003_IsVisible, Api::call_000_IsVisiblePointF,
+             Api::call_000_IsVisiblePoint>(),
+    behavior<&is_visible_xy<int32_t>, Api::call_002_IsVisible, Api::call_000_IsVisibleXy>(),
+    behavior<&is_visible_xy_in<float>, Api::call_004_IsVisible, Api::call_000_IsVisibleXyfGraphics>(),
+    behavior<&is_visible_in, Api::call_005_IsVisible, Api::call_007_IsVisible, Api::call_000_IsVisiblePointFGraphics,
+             Api::call_000_IsVisiblePointGraphics>(),
+    behavior<&is_visible_xy_in<int32_t>, Api::call_006_IsVisible, Api::call_000_IsVisibleXyGraphics>(),
+    behavior<&is_outline_visible_xy<float>, Api::call_000_IsOutlineVisible, Api::call_000_IsOutlineVisibleXyf>(),
+    behavior<&is_outline_visible, Api::call_001_IsOutlineVisible, Api::call_005_IsOutlineVisible,
+             Api::call_000_IsOutlineVisiblePointF, Api::call_000_IsOutlineVisiblePoint>(),
+    behavior<&is_outline_visible_xy_in<float>, Api::call_002_IsOutlineVisible,
+             Api::call_000_IsOutlineVisibleXyfGraphics>(),
+    behavior<&is_outline_visible_in, Api::call_003_IsOutlineVisible, Api::call_007_IsOutlineVisible,
+             Api::call_000_IsOutlineVisiblePointFGraphics, Api::call_000_IsOutlineVisiblePointGraphics>(),
+    behavior<&is_outline_visible_xy<int32_t>, Api::call_004_IsOutlineVisible, Api::call_000_IsOutlineVisibleXy>(),
+    behavior<&is_outline_visible_xy_in<int32_t>, Api::call_006_IsOutlineVisible,
+             Api::call_000_IsOutlineVisibleXyGraphics>(),
 });
 
-const FactoryRegistration factory(kPath, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration factory(PathObject::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<PathObject>(type);
 });
 

@@ -1,28 +1,33 @@
 // Pens and the custom caps of their lines.
 #include "runtime/native/behaviors/drawing/pens.h"
-#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.Brushes.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/behaviors/values/known_colors.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {
 
-namespace {
+using api::DashStyle;
+using api::PenType;
+using api::Brushes::SolidBrush;
 
-constexpr const char* kPen = "Zelmor.Imaging.Pen";
-constexpr const char* kSolid = "Zelmor.Imaging.Brushes.SolidBrush";
-constexpr const char* kCap = "Zelmor.Imaging.CustomLineCap";
-constexpr uint32_t kBlack = 0xFF000000;
+namespace {
 
 // ---- Making pens. A pen of a color has a solid brush of that color, and the other way round.
 
 Ref<ManagedObject> solid_brush(const ColorValue& color) {
-    auto brush = make_instance(kSolid);
+    auto brush = make_instance(SolidBrush::kType.name);
     set_property(*brush, "Color", box(color));
     return brush;
+}
+
+ColorValue black() {
+    return ColorValue::from_argb(argb_of(api::KnownColor::kBlack));
 }
 
 Ref<ManagedObject> new_pen(const TypeInfo& type) {
@@ -30,8 +35,8 @@ Ref<ManagedObject> new_pen(const TypeInfo& type) {
     set_property(*pen, "Width", 1.0);
     set_property(*pen, "MiterLimit", 10.0);
     set_property(*pen, "Opacity", 1.0);
-    set_property(*pen, "Color", box(ColorValue::from_argb(kBlack)));
-    set_property(*pen, "Brush", solid_brush(ColorValue::from_argb(kBlack)));
+    set_property(*pen, "Color", box(black()));
+    set_property(*pen, "Brush", solid_brush(black()));
     set_property(*pen, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>())));
     return pen;
 }
@@ -42,13 +47,13 @@ void set_color(Record& self, const ColorValue& color) {
 }
 void set_brush(Record& self, Record* brush) {
     set_property(self, "Brush", Value(Ref<ManagedObject>(brush)));
-    if (brush && &brush->type() == &require_type(kSolid)) {
+    if (brush != nullptr && &brush->type() == &require_type(SolidBrush::kType.name)) {
         set_property(self, "Color", property_object(*brush, "Color")->copy());
     }
 }
 
 Ref<ManagedObject> pen_of_color_and_width(const ColorValue& color, float width) {
-    auto pen = make_instance(kPen);
+    auto pen = make_instance(api::Pen::kType.name);
     set_color(cast_object<Record>(*pen), color);
     set_property(*pen, "Width", double{width});
     return pen;
@@ -57,11 +62,8 @@ Ref<ManagedObject> pen_of_color(const ColorValue& color) {
     return pen_of_color_and_width(color, 1);
 }
 Ref<ManagedObject> pen_of_brush_and_width(Record* brush, float width) {
-    if (!brush) {
-        throw_argument_null("brush");
-    }
-    auto pen = make_instance(kPen);
-    set_brush(cast_object<Record>(*pen), brush);
+    auto pen = make_instance(api::Pen::kType.name);
+    set_brush(cast_object<Record>(*pen), &required(brush, "brush"));
     set_property(*pen, "Width", double{width});
     return pen;
 }
@@ -69,31 +71,30 @@ Ref<ManagedObject> pen_of_brush(Record* brush) {
     return pen_of_brush_and_width(brush, 1);
 }
 
-void set_line_cap(Record& self, int32_t start, int32_t end, int32_t dash) {
-    set_property(self, "StartCap", int64_t{start});
-    set_property(self, "EndCap", int64_t{end});
-    set_property(self, "DashCap", int64_t{dash});
+void set_line_cap(Record& self, LineCap start, LineCap end, api::DashCap dash) {
+    set_property(self, "StartCap", start);
+    set_property(self, "EndCap", end);
+    set_property(self, "DashCap", dash);
 }
 
-// Values of the enumeration PenType.
-int32_t pen_type(Record& self) {
+PenType pen_type(Record& self) {
     const auto brush = property_object(self, "Brush");
     const struct {
-        const char* base;
-        int32_t type;
-    } kinds[] = {{"Zelmor.Imaging.Brushes.HatchBrush", 1},
-                 {"Zelmor.Imaging.Brushes.TextureBrush", 2},
-                 {"Zelmor.Imaging.Brushes.PathGradientBrushBase", 3},
-                 {"Zelmor.Imaging.Brushes.LinearGradientBrushBase", 4}};
+        const TypeName& base;
+        PenType type;
+    } kinds[] = {{api::Brushes::HatchBrush::kType, PenType::kHatchFill},
+                 {api::Brushes::TextureBrush::kType, PenType::kTextureFill},
+                 {api::Brushes::PathGradientBrushBase::kType, PenType::kPathGradient},
+                 {api::Brushes::LinearGradientBrushBase::kType, PenType::kLinearGradient}};
     for (const auto& kind : kinds) {
-        if (brush && is_assignable(require_type(kind.base), brush->type())) {
+        if (brush && is_a(brush->type(), kind.base)) {
             return kind.type;
         }
     }
-    return 0;
+    return PenType::kSolidColor;
 }
 
-// Setting a pattern of dashes is what makes a pen's style a custom one.
+// A pen with a pattern of dashes has the style for custom patterns.
 void set_dash_pattern(Record& self, const VariantArg* value) {
     const Value pattern = Ref<ManagedObject>(read_list(value, element_of(Wire::kSingle)));
     for (const double length : numbers_of(pattern)) {
@@ -103,7 +104,7 @@ void set_dash_pattern(Record& self, const VariantArg* value) {
     }
     set_property(self, "DashPattern", pattern);
     if (!is_null(pattern)) {
-        set_property(self, "DashStyle", int64_t{5});
+        set_property(self, "DashStyle", DashStyle::kCustom);
     }
 }
 
@@ -111,9 +112,9 @@ void set_dash_pattern(Record& self, const VariantArg* value) {
 
 class CustomCap final : public Record {
  public:
-    static constexpr const char* kManagedName = kCap;
+    static constexpr const char* kManagedName = api::CustomLineCap::kType.name;
     explicit CustomCap(const TypeInfo& type) : Record(type) { set_property(*this, "WidthScale", 1.0); }
-    int32_t start = 0, end = 0;
+    LineCap start = LineCap::kFlat, end = LineCap::kFlat;
     Ref<ManagedObject> copy() const override {
         auto twin = make_ref<CustomCap>(type());
         twin->assign_from(*this);
@@ -123,13 +124,13 @@ class CustomCap final : public Record {
     }
 };
 
-void set_caps(CustomCap& self, int32_t start, int32_t end) {
+void set_caps(CustomCap& self, LineCap start, LineCap end) {
     self.start = start;
     self.end = end;
 }
-int32_t get_caps(CustomCap& self, int32_t, int32_t* start, int32_t, int32_t* end) {
-    *start = self.start;
-    *end = self.end;
+LineCap get_caps(CustomCap& self, LineCap, int32_t* start, LineCap, int32_t* end) {
+    *start = static_cast<int32_t>(self.start);
+    *end = static_cast<int32_t>(self.end);
     return self.start;
 }
 
@@ -150,15 +151,15 @@ const BehaviorTable table({
     behavior<&get_caps, CustomLineCapApi::call_000_GetStrokeCaps>(),
 });
 
-const FactoryRegistration pen_factory(kPen, new_pen);
-const FactoryRegistration cap_factory(kCap, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration pen_factory(api::Pen::kType.name, new_pen);
+const FactoryRegistration cap_factory(CustomCap::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<CustomCap>(type);
 });
 
 }  // namespace
 
-EndCap end_cap_of(int64_t line_cap) {
-    switch (static_cast<LineCap>(line_cap)) {
+EndCap end_cap_of(LineCap line_cap) {
+    switch (line_cap) {
         case LineCap::kSquare:
             return EndCap::kSquare;
         case LineCap::kRound:
@@ -170,35 +171,47 @@ EndCap end_cap_of(int64_t line_cap) {
     }
 }
 
+Join join_of(api::LineJoin join) {
+    switch (join) {
+        case api::LineJoin::kMiter:
+            return Join::kMiter;
+        case api::LineJoin::kBevel:
+            return Join::kBevel;
+        case api::LineJoin::kRound:
+            return Join::kRound;
+        case api::LineJoin::kMiterClipped:
+            return Join::kMiterClipped;
+    }
+    return Join::kMiter;
+}
+
 PenShape pen_shape(const ManagedObject& pen) {
     PenShape shape;
     shape.width = property_double(pen, "Width");
-    shape.start_cap = end_cap_of(property_int(pen, "StartCap"));
-    shape.end_cap = end_cap_of(property_int(pen, "EndCap"));
-    const int64_t join = property_int(pen, "LineJoin");
-    shape.join = join >= 0 && join <= 3 ? static_cast<Join>(join) : Join::kMiter;
+    shape.start_cap = end_cap_of(property_enum<LineCap>(pen, "StartCap"));
+    shape.end_cap = end_cap_of(property_enum<LineCap>(pen, "EndCap"));
+    shape.join = join_of(property_enum<api::LineJoin>(pen, "LineJoin"));
     shape.miter_limit = property_double(pen, "MiterLimit");
-    if (const auto matrix = property_object(pen, "Transform")) {
-        shape.nib = cast_object<MatrixObject>(*matrix).map;
-    }
+    shape.nib = transform_of(pen);
     return shape;
 }
 
 std::vector<double> dashes_of(const ManagedObject& pen) {
-    switch (property_int(pen, "DashStyle")) {
-        case 1:
-            return {3, 1};
-        case 2:
-            return {1, 1};
-        case 3:
-            return {3, 1, 1, 1};
-        case 4:
-            return {3, 1, 1, 1, 1, 1};
-        case 5:
-            return numbers_of(property(pen, "DashPattern"));
-        default:
+    switch (property_enum<DashStyle>(pen, "DashStyle")) {
+        case DashStyle::kSolid:
             return {};
+        case DashStyle::kDash:
+            return {3, 1};
+        case DashStyle::kDot:
+            return {1, 1};
+        case DashStyle::kDashDot:
+            return {3, 1, 1, 1};
+        case DashStyle::kDashDotDot:
+            return {3, 1, 1, 1, 1, 1};
+        case DashStyle::kCustom:
+            return numbers_of(property(pen, "DashPattern"));
     }
+    return {};
 }
 
 }  // namespace zelmor::embed

@@ -2,30 +2,19 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PENS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PENS_H
 
-#include <optional>
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/core/records.h"
 
 namespace zelmor::embed {
 
-// Values of the enumeration LineCap.
-enum class LineCap : int32_t {
-    kFlat = 0,
-    kSquare = 1,
-    kRound = 2,
-    kTriangle = 3,
-    kNoAnchor = 16,
-    kSquareAnchor = 17,
-    kRoundAnchor = 18,
-    kDiamondAnchor = 19,
-    kArrowAnchor = 20,
-    kCustom = 255,
-};
+using api::LineCap;
 
-// The cap that lies within the line's width; anchors stand on a flat end.
-EndCap end_cap_of(int64_t line_cap);
+// The cap within the line's width; flat for an anchor, which is drawn over the end.
+EndCap end_cap_of(LineCap line_cap);
+Join join_of(api::LineJoin join);
 // The part of a pen that widens outlines. Anchors and dashes are not in it.
 PenShape pen_shape(const ManagedObject& pen);
 // The lengths of dashes and gaps in units of the pen's width; empty for an unbroken line.

@@ -1,7 +1,7 @@
 // A Region: a set of points, put together from outlines by the operations on sets.
 //
-// It is kept as what it was made of. A point is tested against that directly; whatever needs the whole of it, such as
-// being empty, works on trapezoids between which no edges cross.
+// It is kept as the expression that it was made by. A point is tested against that directly. A question about the whole
+// region, such as whether it is empty, is answered by trapezoids whose edges do not cross.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_REGIONS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_REGIONS_H
 
@@ -46,7 +46,7 @@ bool is_infinite(const RegionTree& region);
 
 class RegionObject final : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Region";
+    static constexpr const char* kManagedName = api::Region::kType.name;
     explicit RegionObject(RegionTree tree = infinite_region());
     RegionTree tree;
     Ref<ManagedObject> copy() const override { return make_ref<RegionObject>(tree); }

@@ -6,15 +6,14 @@
 
 namespace zelmor::embed {
 
-namespace {
+using api::ShapeSegments::BezierSegment;
+using api::ShapeSegments::LineSegment;
 
-constexpr const char* kBase = "Zelmor.Imaging.ShapeSegment";
-constexpr const char* kLine = "Zelmor.Imaging.ShapeSegments.LineSegment";
-constexpr const char* kBezier = "Zelmor.Imaging.ShapeSegments.BezierSegment";
+namespace {
 
 class SegmentObject final : public Record {
  public:
-    static constexpr const char* kManagedName = kBase;
+    static constexpr const char* kManagedName = api::ShapeSegment::kType.name;
     SegmentObject(const TypeInfo& type, PointD start, Segment segment) : Record(type), start(start), segment(segment) {}
     PointD start;
     Segment segment;
@@ -22,7 +21,8 @@ class SegmentObject final : public Record {
 };
 
 Ref<SegmentObject> segment_from(PointD start, const Segment& segment) {
-    return make_ref<SegmentObject>(require_type(segment.curved ? kBezier : kLine), start, segment);
+    return make_ref<SegmentObject>(require_type((segment.curved ? BezierSegment::kType : LineSegment::kType).name),
+                                   start, segment);
 }
 Ref<SegmentObject> line(PointArg start, PointArg end) {
     return segment_from(start, {end, {}, {}, false});
@@ -39,17 +39,13 @@ PointFValue point(SegmentObject& self) {
     return to_point_f(self.segment.*kMember);
 }
 
-using BezierSegmentApi = api::ShapeSegments::BezierSegment;
-using LineSegmentApi = api::ShapeSegments::LineSegment;
-using ShapeSegmentApi = api::ShapeSegment;
-
 const BehaviorTable table({
-    behavior<&start_point, ShapeSegmentApi::get_StartPoint, LineSegmentApi::get_StartPoint>(),
-    behavior<&point<&Segment::end>, ShapeSegmentApi::get_EndPoint, LineSegmentApi::get_EndPoint>(),
-    behavior<&line, LineSegmentApi::ctor_000_LineSegment>(),
-    behavior<&bezier, BezierSegmentApi::ctor_000_BezierSegment>(),
-    behavior<&point<&Segment::control1>, BezierSegmentApi::get_FirstControlPoint>(),
-    behavior<&point<&Segment::control2>, BezierSegmentApi::get_SecondControlPoint>(),
+    behavior<&start_point, api::ShapeSegment::get_StartPoint, LineSegment::get_StartPoint>(),
+    behavior<&point<&Segment::end>, api::ShapeSegment::get_EndPoint, LineSegment::get_EndPoint>(),
+    behavior<&line, LineSegment::ctor_000_LineSegment>(),
+    behavior<&bezier, BezierSegment::ctor_000_BezierSegment>(),
+    behavior<&point<&Segment::control1>, BezierSegment::get_FirstControlPoint>(),
+    behavior<&point<&Segment::control2>, BezierSegment::get_SecondControlPoint>(),
 });
 
 }  // namespace
@@ -66,7 +62,7 @@ Ref<ManagedList> segment_array(const Outline& outline) {
             segments.push_back(segment_from(from, {contour.start, {}, {}, false}));
         }
     }
-    return object_array(kBase, segments);
+    return object_array(api::ShapeSegment::kType, segments);
 }
 
 }  // namespace zelmor::embed

@@ -9,21 +9,27 @@
 
 namespace zelmor::embed {
 
+using namespace api::Shapes;
+using api::Figure;
+using api::GraphicsPath;
+using api::ObjectWithBounds;
+using api::Shape;
+
 namespace {
 
 constexpr double kFlatness = 0.25;
 
-// ---- What everything with an outline has
+// ---- Everything with an outline
 
 RectangleFValue bounds(OutlinedObject& self) {
     return to_rectangle_f(self.bounds());
 }
 RectangleFValue bounds_under(OutlinedObject& self, MatrixObject* matrix) {
-    return to_rectangle_f(matrix ? bounds_of(transformed(self.outline(), matrix->map)) : self.bounds());
+    return to_rectangle_f(matrix != nullptr ? bounds_of(transformed(self.outline(), matrix->map)) : self.bounds());
 }
-// With what a pen adds that draws the transformed outline.
+// The bounds of the transformed outline as the pen draws it.
 RectangleFValue bounds_with_pen(OutlinedObject& self, MatrixObject* matrix, Record* pen) {
-    if (!pen) {
+    if (pen == nullptr) {
         return bounds_under(self, matrix);
     }
     const Outline outline = transformed(self.outline(), map_of(matrix));
@@ -56,43 +62,37 @@ PointFValue end_point(ShapeObject& self) {
 
 // ---- Framed shapes
 
-Ref<FramedShape> framed(const char* type, const RectD& rect) {
-    auto shape = make_ref<FramedShape>(require_type(type));
+Ref<FramedShape> framed(const TypeName& type, const RectD& rect) {
+    auto shape = make_ref<FramedShape>(require_type(type.name));
     shape->set_rectangle(rect);
     return shape;
 }
 
-constexpr const char* kRectangle = "Zelmor.Imaging.Shapes.RectangleShape";
-constexpr const char* kEllipse = "Zelmor.Imaging.Shapes.EllipseShape";
-constexpr const char* kPie = "Zelmor.Imaging.Shapes.PieShape";
-constexpr const char* kArc = "Zelmor.Imaging.Shapes.ArcShape";
-constexpr const char* kText = "Zelmor.Imaging.Shapes.TextShape";
-
 Ref<FramedShape> rectangle_shape(RectArg rect) {
-    return framed(kRectangle, rect);
+    return framed(RectangleShape::kType, rect);
 }
 Ref<FramedShape> ellipse_shape(RectArg rect) {
-    return framed(kEllipse, rect);
+    return framed(EllipseShape::kType, rect);
 }
-Ref<FramedShape> with_angles(const char* type, const RectD& rect, float start, float sweep) {
+Ref<FramedShape> with_angles(const TypeName& type, const RectD& rect, float start, float sweep) {
     auto shape = framed(type, rect);
     set_property(*shape, "StartAngle", double{start});
     set_property(*shape, "SweepAngle", double{sweep});
     return shape;
 }
 Ref<FramedShape> pie_shape(RectArg rect, float start, float sweep) {
-    return with_angles(kPie, rect, start, sweep);
+    return with_angles(PieShape::kType, rect, start, sweep);
 }
 Ref<FramedShape> arc_shape(RectArg rect, float start, float sweep) {
-    return with_angles(kArc, rect, start, sweep);
+    return with_angles(ArcShape::kType, rect, start, sweep);
 }
 Ref<FramedShape> closed_arc_shape(RectArg rect, float start, float sweep, bool is_closed) {
-    auto shape = with_angles(kArc, rect, start, sweep);
+    auto shape = with_angles(ArcShape::kType, rect, start, sweep);
     set_property(*shape, "IsClosed", is_closed);
     return shape;
 }
 Ref<FramedShape> text_shape(std::optional<std::u16string> text, RectArg rect, Record* font, Record* format) {
-    auto shape = framed(kText, rect);
+    auto shape = framed(TextShape::kType, rect);
     if (text) {
         set_property(*shape, "Text", std::move(*text));
     }
@@ -118,16 +118,10 @@ float frame_height(FramedShape& self) {
 // ---- Figures
 
 Collection shapes(FigureObject& self) {
-    return {Ref<ManagedObject>(object_array(ShapeObject::kManagedName, self.shapes))};
-}
-ShapeObject& required(ShapeObject* shape) {
-    if (!shape) {
-        throw_argument_null("shape");
-    }
-    return *shape;
+    return {Ref<ManagedObject>(object_array(Shape::kType, self.shapes))};
 }
 void add_shape(FigureObject& self, ShapeObject* shape) {
-    self.shapes.emplace_back(&required(shape));
+    self.shapes.emplace_back(&required(shape, "shape"));
 }
 void add_shapes(FigureObject& self, const VariantArg* shapes) {
     for (auto& shape : read_objects<ShapeObject>(shapes, "shapes")) {
@@ -142,7 +136,7 @@ void remove(FigureObject& self, const ShapeObject& shape) {
     }
 }
 void remove_shape(FigureObject& self, ShapeObject* shape) {
-    remove(self, required(shape));
+    remove(self, required(shape, "shape"));
 }
 void remove_shapes(FigureObject& self, const VariantArg* shapes) {
     for (const auto& shape : read_objects<ShapeObject>(shapes, "shapes")) {
@@ -153,84 +147,64 @@ void reverse_figure(FigureObject& self) {
     self.reverse();
 }
 
-constexpr const char* kFigure = FigureObject::kManagedName;
-constexpr const char* kFramed = FramedShape::kManagedName;
-constexpr const char* kPolygon = PointsShape::kManagedName;
-constexpr const char* kCurve = "Zelmor.Imaging.Shapes.CurveShape";
-
-using ArcShapeApi = api::Shapes::ArcShape;
-using BezierShapeApi = api::Shapes::BezierShape;
-using EllipseShapeApi = api::Shapes::EllipseShape;
-using FigureApi = api::Figure;
-using PieShapeApi = api::Shapes::PieShape;
-using PolygonShapeApi = api::Shapes::PolygonShape;
-using RectangleProjectedShapeApi = api::Shapes::RectangleProjectedShape;
-using RectangleShapeApi = api::Shapes::RectangleShape;
-using TextShapeApi = api::Shapes::TextShape;
-
 const BehaviorTable table({
-    behavior<&rectangle_shape, RectangleShapeApi::ctor_001_RectangleShape>(),
-    behavior<&ellipse_shape, EllipseShapeApi::ctor_001_EllipseShape>(),
-    behavior<&pie_shape, PieShapeApi::ctor_001_PieShape>(),
-    behavior<&arc_shape, ArcShapeApi::ctor_001_ArcShape>(),
-    behavior<&closed_arc_shape, ArcShapeApi::ctor_002_ArcShape>(),
-    behavior<&text_shape, TextShapeApi::ctor_001_TextShape>(),
-    behavior<&corner<&FramedShape::left_top>, RectangleProjectedShapeApi::get_LeftTop>(),
-    behavior<&corner<&FramedShape::right_top>, RectangleProjectedShapeApi::get_RightTop>(),
-    behavior<&corner<&FramedShape::left_bottom>, RectangleProjectedShapeApi::get_LeftBottom>(),
-    behavior<&right_bottom, RectangleProjectedShapeApi::get_RightBottom>(),
-    behavior<&frame_width, RectangleProjectedShapeApi::get_RectangleWidth>(),
-    behavior<&frame_height, RectangleProjectedShapeApi::get_RectangleHeight>(),
-    behavior<&reverse_shape, PolygonShapeApi::call_000_Reverse, ArcShapeApi::call_000_Reverse>(),
-    behavior<&start_point, PolygonShapeApi::get_StartPoint, ArcShapeApi::get_StartPoint>(),
-    behavior<&end_point, PolygonShapeApi::get_EndPoint, BezierShapeApi::get_EndPoint, ArcShapeApi::get_EndPoint>(),
-    behavior<&shapes, FigureApi::get_Shapes>(),
-    behavior<&add_shape, FigureApi::call_000_AddShape>(),
-    behavior<&add_shapes, FigureApi::call_000_AddShapes>(),
-    behavior<&remove_shape, FigureApi::call_000_RemoveShape>(),
-    behavior<&remove_shapes, FigureApi::call_000_RemoveShapes>(),
-    behavior<&reverse_figure, FigureApi::call_000_Reverse>(),
+    behavior<&rectangle_shape, RectangleShape::ctor_001_RectangleShape>(),
+    behavior<&ellipse_shape, EllipseShape::ctor_001_EllipseShape>(),
+    behavior<&pie_shape, PieShape::ctor_001_PieShape>(),
+    behavior<&arc_shape, ArcShape::ctor_001_ArcShape>(),
+    behavior<&closed_arc_shape, ArcShape::ctor_002_ArcShape>(),
+    behavior<&text_shape, TextShape::ctor_001_TextShape>(),
+    behavior<&corner<&FramedShape::left_top>, RectangleProjectedShape::get_LeftTop>(),
+    behavior<&corner<&FramedShape::right_top>, RectangleProjectedShape::get_RightTop>(),
+    behavior<&corner<&FramedShape::left_bottom>, RectangleProjectedShape::get_LeftBottom>(),
+    behavior<&right_bottom, RectangleProjectedShape::get_RightBottom>(),
+    behavior<&frame_width, RectangleProjectedShape::get_RectangleWidth>(),
+    behavior<&frame_height, RectangleProjectedShape::get_RectangleHeight>(),
+    behavior<&reverse_shape, PolygonShape::call_000_Reverse, ArcShape::call_000_Reverse>(),
+    behavior<&start_point, PolygonShape::get_StartPoint, ArcShape::get_StartPoint>(),
+    behavior<&end_point, PolygonShape::get_EndPoint, BezierShape::get_EndPoint, ArcShape::get_EndPoint>(),
+    behavior<&shapes, Figure::get_Shapes>(),
+    behavior<&add_shape, Figure::call_000_AddShape>(),
+    behavior<&add_shapes, Figure::call_000_AddShapes>(),
+    behavior<&remove_shape, Figure::call_000_RemoveShape>(),
+    behavior<&remove_shapes, Figure::call_000_RemoveShapes>(),
+    behavior<&reverse_figure, Figure::call_000_Reverse>(),
 });
 
-// Types list again what their bases have; all of it is answered alike, from the outline.
-using ObjectWithBoundsApi = api::ObjectWithBounds;
-using GraphicsPathApi = api::GraphicsPath;
-using CurveShapeApi = api::Shapes::CurveShape;
-using ShapeApi = api::Shape;
+// Derived types have entry points of their own for the members of their bases. All are served by the same functions.
 const BehaviorTable outlined({
-    behavior<&bounds, ObjectWithBoundsApi::get_Bounds, FigureApi::get_Bounds, GraphicsPathApi::get_Bounds,
-             RectangleProjectedShapeApi::get_Bounds, TextShapeApi::get_Bounds, PolygonShapeApi::get_Bounds,
-             BezierShapeApi::get_Bounds, CurveShapeApi::get_Bounds>(),
-    behavior<&bounds_under, ObjectWithBoundsApi::call_000_GetBounds, FigureApi::call_000_GetBounds,
-             GraphicsPathApi::call_000_GetBounds, RectangleProjectedShapeApi::call_000_GetBounds,
-             ArcShapeApi::call_000_GetBounds, TextShapeApi::call_000_GetBounds, PolygonShapeApi::call_000_GetBounds,
-             BezierShapeApi::call_000_GetBounds, CurveShapeApi::call_000_GetBounds>(),
-    behavior<&bounds_with_pen, ObjectWithBoundsApi::call_001_GetBounds>(),
-    behavior<&transform, ObjectWithBoundsApi::call_000_Transform, FigureApi::call_000_Transform,
-             GraphicsPathApi::call_000_Transform, RectangleProjectedShapeApi::call_000_Transform,
-             TextShapeApi::call_000_Transform, PolygonShapeApi::call_000_Transform>(),
-    behavior<&center, ShapeApi::get_Center, RectangleProjectedShapeApi::get_Center, TextShapeApi::get_Center,
-             PolygonShapeApi::get_Center, BezierShapeApi::get_Center, CurveShapeApi::get_Center>(),
-    behavior<&has_segments, ShapeApi::get_HasSegments, RectangleProjectedShapeApi::get_HasSegments,
-             TextShapeApi::get_HasSegments, PolygonShapeApi::get_HasSegments, BezierShapeApi::get_HasSegments>(),
-    behavior<&segments, ShapeApi::get_Segments, RectangleShapeApi::get_Segments, EllipseShapeApi::get_Segments,
-             PieShapeApi::get_Segments, ArcShapeApi::get_Segments, TextShapeApi::get_Segments,
-             PolygonShapeApi::get_Segments, BezierShapeApi::get_Segments, CurveShapeApi::get_Segments,
-             FigureApi::get_Segments>(),
+    behavior<&bounds, ObjectWithBounds::get_Bounds, Figure::get_Bounds, GraphicsPath::get_Bounds,
+             RectangleProjectedShape::get_Bounds, TextShape::get_Bounds, PolygonShape::get_Bounds,
+             BezierShape::get_Bounds, CurveShape::get_Bounds>(),
+    behavior<&bounds_under, ObjectWithBounds::call_000_GetBounds, Figure::call_000_GetBounds,
+             GraphicsPath::call_000_GetBounds, RectangleProjectedShape::call_000_GetBounds,
+             ArcShape::call_000_GetBounds, TextShape::call_000_GetBounds, PolygonShape::call_000_GetBounds,
+             BezierShape::call_000_GetBounds, CurveShape::call_000_GetBounds>(),
+    behavior<&bounds_with_pen, ObjectWithBounds::call_001_GetBounds>(),
+    behavior<&transform, ObjectWithBounds::call_000_Transform, Figure::call_000_Transform,
+             GraphicsPath::call_000_Transform, RectangleProjectedShape::call_000_Transform,
+             TextShape::call_000_Transform, PolygonShape::call_000_Transform>(),
+    behavior<&center, Shape::get_Center, RectangleProjectedShape::get_Center, TextShape::get_Center,
+             PolygonShape::get_Center, BezierShape::get_Center, CurveShape::get_Center>(),
+    behavior<&has_segments, Shape::get_HasSegments, RectangleProjectedShape::get_HasSegments,
+             TextShape::get_HasSegments, PolygonShape::get_HasSegments, BezierShape::get_HasSegments>(),
+    behavior<&segments, Shape::get_Segments, RectangleShape::get_Segments, EllipseShape::get_Segments,
+             PieShape::get_Segments, ArcShape::get_Segments, TextShape::get_Segments, PolygonShape::get_Segments,
+             BezierShape::get_Segments, CurveShape::get_Segments, Figure::get_Segments>(),
 });
 
-const FactoryRegistration framed_factory(kFramed, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration framed_factory(FramedShape::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<FramedShape>(type);
 });
-const FactoryRegistration points_factory(kPolygon, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration points_factory(PointsShape::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<PointsShape>(type);
 });
-const FactoryRegistration curve_factory(kCurve, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration curve_factory(CurveShape::kType.name, [](const TypeInfo& type) -> Ref<ManagedObject> {
     auto shape = make_ref<PointsShape>(type);
     set_property(*shape, "Tension", 0.5);
     return shape;
 });
-const FactoryRegistration figure_factory(kFigure, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration figure_factory(FigureObject::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<FigureObject>(type);
 });
 

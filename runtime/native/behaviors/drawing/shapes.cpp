@@ -3,23 +3,13 @@
 
 #include <algorithm>
 
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {
 
 namespace {
-
-constexpr const char* kEllipse = "Zelmor.Imaging.Shapes.EllipseShape";
-constexpr const char* kPie = "Zelmor.Imaging.Shapes.PieShape";
-constexpr const char* kArc = "Zelmor.Imaging.Shapes.ArcShape";
-constexpr const char* kText = "Zelmor.Imaging.Shapes.TextShape";
-constexpr const char* kBezier = "Zelmor.Imaging.Shapes.BezierShape";
-constexpr const char* kCurve = "Zelmor.Imaging.Shapes.CurveShape";
-
-bool is_a(const TypeInfo& type, const char* full_name) {
-    return is_assignable(require_type(full_name), type);
-}
 
 template <class T>
 Ref<T> copy_of(const T& object) {
@@ -32,11 +22,11 @@ Ref<T> copy_of(const T& object) {
 
 FramedShape::FramedShape(const TypeInfo& type)
     : ShapeObject(type),
-      m_kind(is_a(type, kText)      ? Kind::kText
-             : is_a(type, kArc)     ? Kind::kArc
-             : is_a(type, kPie)     ? Kind::kPie
-             : is_a(type, kEllipse) ? Kind::kEllipse
-                                    : Kind::kRectangle) {}
+      m_kind(is_a(type, api::Shapes::TextShape::kType)      ? Kind::kText
+             : is_a(type, api::Shapes::ArcShape::kType)     ? Kind::kArc
+             : is_a(type, api::Shapes::PieShape::kType)     ? Kind::kPie
+             : is_a(type, api::Shapes::EllipseShape::kType) ? Kind::kEllipse
+                                                            : Kind::kRectangle) {}
 
 void FramedShape::set_rectangle(const RectD& rect) {
     left_top = {rect.x, rect.y};
@@ -120,9 +110,9 @@ Ref<ManagedObject> FramedShape::copy() const {
 
 PointsShape::PointsShape(const TypeInfo& type)
     : ShapeObject(type),
-      m_kind(is_a(type, kBezier)  ? Kind::kBezier
-             : is_a(type, kCurve) ? Kind::kCurve
-                                  : Kind::kPolygon) {}
+      m_kind(is_a(type, api::Shapes::BezierShape::kType)  ? Kind::kBezier
+             : is_a(type, api::Shapes::CurveShape::kType) ? Kind::kCurve
+                                                          : Kind::kPolygon) {}
 
 std::vector<PointD> PointsShape::points() const {
     return points_of(property(*this, "Points"));
@@ -171,7 +161,7 @@ void PointsShape::reverse() {
 
 Outline FigureObject::outline() const {
     Outline result;
-    bool joins = false;  // the last contour goes on with the next open shape
+    bool joins = false;  // whether the next open shape continues the last contour
     for (const auto& shape : shapes) {
         for (const Contour& contour : shape->outline()) {
             if (joins && !contour.closed) {
@@ -234,7 +224,8 @@ void PathObject::transform(const Affine& map) {
 }
 
 FillRule PathObject::fill_rule() const {
-    return property_int(*this, "FillMode") == 1 ? FillRule::kWinding : FillRule::kAlternate;
+    const auto mode = property_enum<api::FillMode>(*this, "FillMode");
+    return mode == api::FillMode::kWinding ? FillRule::kWinding : FillRule::kAlternate;
 }
 
 void PathObject::become(const Outline& polygons) {

@@ -1,12 +1,14 @@
 // Shapes, the figures that hold them and the paths that hold figures.
 //
-// A shape knows its outline; bounds, segments and hit tests follow from that. A figure joins open shapes, each
-// beginning where the one before ended.
+// A shape knows its outline; bounds, segments and hit tests follow from that. A figure joins its open shapes: a line
+// leads from the end of one to the start of the next.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_SHAPES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_SHAPES_H
 
 #include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.Shapes.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
 #include "runtime/native/core/records.h"
 
@@ -15,7 +17,7 @@ namespace zelmor::embed {
 // A shape, a figure or a path.
 class OutlinedObject : public Record {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.ObjectWithBounds";
+    static constexpr const char* kManagedName = api::ObjectWithBounds::kType.name;
     using Record::Record;
     virtual Outline outline() const = 0;
     virtual void transform(const Affine& map) = 0;
@@ -25,7 +27,7 @@ class OutlinedObject : public Record {
 
 class ShapeObject : public OutlinedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Shape";
+    static constexpr const char* kManagedName = api::Shape::kType.name;
     using OutlinedObject::OutlinedObject;
     virtual PointD center() const { return bounds().center(); }
     virtual bool has_segments() const { return !outline().empty(); }
@@ -35,13 +37,13 @@ class ShapeObject : public OutlinedObject {
 // A rectangle and what is drawn in one. A transformation makes it a parallelogram.
 class FramedShape : public ShapeObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Shapes.RectangleProjectedShape";
+    static constexpr const char* kManagedName = api::Shapes::RectangleProjectedShape::kType.name;
     explicit FramedShape(const TypeInfo& type);
 
     PointD left_top, right_top, left_bottom;
     PointD right_bottom() const { return right_top + left_bottom - left_top; }
     void set_rectangle(const RectD& rect);
-    // From the rectangle of the untransformed shape, which has the size of the frame, to where it is.
+    // Maps the rectangle of the untransformed shape, which has the size of the frame, to its place.
     Affine placing() const;
     RectD size() const;
 
@@ -61,7 +63,7 @@ class FramedShape : public ShapeObject {
 // Points joined by lines, by Bézier curves or by a spline.
 class PointsShape final : public ShapeObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Shapes.PolygonShape";
+    static constexpr const char* kManagedName = api::Shapes::PolygonShape::kType.name;
     explicit PointsShape(const TypeInfo& type);
 
     std::vector<PointD> points() const;
@@ -77,7 +79,7 @@ class PointsShape final : public ShapeObject {
 
 class FigureObject final : public OutlinedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.Figure";
+    static constexpr const char* kManagedName = api::Figure::kType.name;
     explicit FigureObject(const TypeInfo& type) : OutlinedObject(type) {}
     FigureObject() : FigureObject(require_type(kManagedName)) {}
 
@@ -90,7 +92,7 @@ class FigureObject final : public OutlinedObject {
 
 class PathObject final : public OutlinedObject {
  public:
-    static constexpr const char* kManagedName = "Zelmor.Imaging.GraphicsPath";
+    static constexpr const char* kManagedName = api::GraphicsPath::kType.name;
     explicit PathObject(const TypeInfo& type) : OutlinedObject(type) {}
     PathObject() : PathObject(require_type(kManagedName)) {}
 

@@ -1,4 +1,4 @@
-// Drawing lines with pens: what the backend's own strokes cannot do is put together from filled outlines.
+// Drawing lines with pens. Caps and joins that the backend's own strokes do not have are filled as outlines.
 //
 // A line is centered on the pixels that its coordinates name, so that one of the width 1 along whole coordinates covers
 // one row of pixels; hence the half pixel between strokes and fills.
@@ -6,6 +6,7 @@
 
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -39,14 +40,15 @@ bool ends_of(const Contour& contour, LineEnd& start, LineEnd& end) {
     return true;
 }
 
-bool is_simple(int64_t cap) {
-    return cap >= 0 && cap <= static_cast<int64_t>(LineCap::kRound);
+// The caps that the backend's own strokes have.
+bool is_simple(LineCap cap) {
+    return cap == LineCap::kFlat || cap == LineCap::kSquare || cap == LineCap::kRound;
 }
 
 // An anchor or cap as outlines in a space where the line ends at the origin, goes along y and has the width 1.
-Outline cap_outline(int64_t cap, const ManagedObject* custom) {
+Outline cap_outline(LineCap cap, const ManagedObject* custom) {
     const auto polygon = [](std::vector<PointD> points) { return Outline{polygon_contour(points, true)}; };
-    switch (static_cast<LineCap>(cap)) {
+    switch (cap) {
         case LineCap::kSquare:
             return polygon({{-0.5, 0}, {0.5, 0}, {0.5, 0.5}, {-0.5, 0.5}});
         case LineCap::kRound:
@@ -66,7 +68,7 @@ Outline cap_outline(int64_t cap, const ManagedObject* custom) {
         default:
             return {};
     }
-    if (!custom) {
+    if (custom == nullptr) {
         return {};
     }
     Outline outline;
@@ -75,8 +77,7 @@ Outline cap_outline(int64_t cap, const ManagedObject* custom) {
     }
     if (const auto path = property_object(*custom, "StrokePath")) {
         PenShape pen;
-        const int64_t join = property_int(*custom, "StrokeJoin");
-        pen.join = join >= 0 && join <= 3 ? static_cast<Join>(join) : Join::kMiter;
+        pen.join = join_of(property_enum<api::LineJoin>(*custom, "StrokeJoin"));
         const Outline lines = widened(cast_object<PathObject>(*path).outline(), pen, kFlatness / 10);
         outline.insert(outline.end(), lines.begin(), lines.end());
     }
@@ -90,8 +91,8 @@ class PenUse {
     PenUse(const ManagedObject& pen, const Affine& map, bool smooth)
         : m_pen(pen),
           m_shape(pen_shape(pen)),
-          m_start(property_int(pen, "StartCap")),
-          m_end(property_int(pen, "EndCap")) {
+          m_start(property_enum<LineCap>(pen, "StartCap")),
+          m_end(property_enum<LineCap>(pen, "EndCap")) {
         Affine linear = map;
         linear.dx = linear.dy = 0;
         Affine own = m_shape.nib;
@@ -108,13 +109,13 @@ class PenUse {
             length *= m_shape.width;
         }
         // Lines of one pixel's width include both ends, as pixels are either painted or not.
-        if (!smooth && pixels <= 1.5 && m_dashes.empty() && m_start == 0 && m_end == 0) {
-            m_start = m_end = 1;
+        if (!smooth && pixels <= 1.5 && m_dashes.empty() && m_start == LineCap::kFlat && m_end == LineCap::kFlat) {
+            m_start = m_end = LineCap::kSquare;
         }
         if (!elements_of(property(pen, "CompoundArray")).empty()) {
             throw_not_supported("Drawing with a compound pen (Pen.CompoundArray)");
         }
-        m_insets = property_int(pen, "Alignment") == 1;
+        m_insets = property_enum<api::PenAlignment>(pen, "Alignment") == api::PenAlignment::kInset;
     }
 
     // How far from the outline the pen paints.
@@ -127,9 +128,7 @@ class PenUse {
         return m_shape.width * longest * around + 2;
     }
     // Custom caps can be of any size.
-    bool reaches_anywhere() const {
-        return m_start == static_cast<int64_t>(LineCap::kCustom) || m_end == static_cast<int64_t>(LineCap::kCustom);
-    }
+    bool reaches_anywhere() const { return m_start == LineCap::kCustom || m_end == LineCap::kCustom; }
 
     void draw(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth) const {
         const bool open = std::any_of(outline.begin(), outline.end(), [](const Contour& c) { return !c.closed; });
@@ -150,12 +149,14 @@ class PenUse {
     }
 
  private:
-    static StrokeCap simple_cap(int64_t cap) {
-        return cap == 1 ? StrokeCap::kSquare : cap == 2 ? StrokeCap::kRound : StrokeCap::kFlat;
+    static StrokeCap simple_cap(LineCap cap) {
+        return cap == LineCap::kSquare  ? StrokeCap::kSquare
+               : cap == LineCap::kRound ? StrokeCap::kRound
+                                        : StrokeCap::kFlat;
     }
     StrokeCap dash_cap() const {
-        const int64_t cap = property_int(m_pen, "DashCap");
-        return cap == 2 ? StrokeCap::kRound : StrokeCap::kFlat;
+        const auto cap = property_enum<api::DashCap>(m_pen, "DashCap");
+        return cap == api::DashCap::kRound ? StrokeCap::kRound : StrokeCap::kFlat;
     }
     void stroke(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth, StrokeCap cap) const {
         Stroke line;
@@ -192,7 +193,7 @@ class PenUse {
     // The lines without the ends that would show beside the tip of an arrow.
     Outline shortened(const Outline& outline) const {
         const double inset = 0.9 * m_shape.width * m_shape.nib.mean_scale();
-        const auto arrow = [](int64_t cap) { return cap == static_cast<int64_t>(LineCap::kArrowAnchor); };
+        const auto arrow = [](LineCap cap) { return cap == LineCap::kArrowAnchor; };
         Outline lines = outline;
         for (Contour& contour : lines) {
             LineEnd start, end;
@@ -212,7 +213,7 @@ class PenUse {
         Outline caps;
         const double width = m_shape.width * m_shape.nib.mean_scale();
         const bool mirrored = m_shape.nib.determinant() < 0;
-        const auto add = [&](const LineEnd& end, int64_t cap, const char* custom) {
+        const auto add = [&](const LineEnd& end, LineCap cap, const char* custom) {
             const auto object = property_object(m_pen, custom);
             const PointD d = end.direction * width;
             // From the cap's space: y along the line, x across it. All turn the way that the line does, for the winding
@@ -242,7 +243,7 @@ class PenUse {
 
     const ManagedObject& m_pen;
     PenShape m_shape;
-    int64_t m_start, m_end;
+    LineCap m_start, m_end;
     std::vector<double> m_dashes;
     bool m_insets = false;
 };
@@ -250,9 +251,7 @@ class PenUse {
 }  // namespace
 
 void GraphicsObject::stroke(const ManagedObject* pen, const Outline& world) {
-    if (!pen) {
-        throw_argument_null("pen");
-    }
+    required(pen, "pen");
     const Affine to_pixels = map();
     const PenUse use(*pen, to_pixels, smooth());
     const Outline outline = transformed(world, to_pixels.then(Affine::translation(0.5, 0.5)));

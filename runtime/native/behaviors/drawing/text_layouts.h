@@ -18,8 +18,8 @@ struct PlacedText {
     bool clipped = false;  // to the frame
 };
 
-// A frame's width or height of 0 is none: text goes on. `pixels` is what a unit of the font's size is in world units.
-// ArgumentNullException for no font, NotSupportedException for vertical text.
+// A width or height of 0 does not limit the text. `font_scale` is the length of a unit of the font's size in world
+// units. ArgumentNullException for no font, NotSupportedException for vertical text.
 PlacedText place_text(const std::u16string& text, const ManagedObject* font, const ManagedObject* format, double width,
                       double height, double font_scale);
 

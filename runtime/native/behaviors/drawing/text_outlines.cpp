@@ -2,22 +2,33 @@
 #include <algorithm>
 
 #include "runtime/native/behaviors/drawing/fonts.h"
+#include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
 #include "runtime/native/behaviors/drawing/text_layouts.h"
+#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
 
 namespace zelmor::embed {
 
+using api::FontStyle;
+using api::HotkeyPrefix;
+using api::StringAlignment;
+using api::StringFormatFlags;
+using api::StringTrimming;
+using drawwork::TextAlignment;
 using drawwork::TextLayout;
 using drawwork::TextTrimming;
 
 namespace {
 
-constexpr int64_t kRightToLeft = 0x1, kVertical = 0x2, kNoWrap = 0x1000, kNoClip = 0x4000;
+template <class Flag>
+bool has_flag(int64_t flags, Flag flag) {
+    return (flags & number_of(flag)) != 0;
+}
 
-// Marks of hotkeys: "&x" underlines x or just drops the mark, "&&" is one of it.
+// The text without the marks of hotkeys: "&x" marks the x, "&&" stands for one "&".
 std::u16string without_marks(const std::u16string& text, std::optional<size_t>& marked) {
     std::u16string result;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -40,33 +51,64 @@ std::string family_of(const ManagedObject& font, const FontChoice& choice) {
     return choice.default_name.empty() ? name : name + "," + choice.default_name;
 }
 
+TextTrimming trimming_of(StringTrimming trimming) {
+    switch (trimming) {
+        case StringTrimming::kEllipsisCharacter:
+        case StringTrimming::kEllipsisWord:
+            return TextTrimming::kEnd;
+        case StringTrimming::kEllipsisPath:
+            return TextTrimming::kMiddle;
+        default:
+            return TextTrimming::kNone;
+    }
+}
+
+TextAlignment alignment_of(StringAlignment alignment) {
+    switch (alignment) {
+        case StringAlignment::kNear:
+            return TextAlignment::kBegin;
+        case StringAlignment::kCenter:
+            return TextAlignment::kMiddle;
+        case StringAlignment::kFar:
+            return TextAlignment::kEnd;
+    }
+    return TextAlignment::kBegin;
+}
+
+// The part of the free room that comes before aligned text.
+double room_before(TextAlignment alignment) {
+    switch (alignment) {
+        case TextAlignment::kBegin:
+            return 0;
+        case TextAlignment::kMiddle:
+            return 0.5;
+        case TextAlignment::kEnd:
+            return 1;
+    }
+    return 0;
+}
+
 void set_format(TextLayout& layout, const ManagedObject& format, const std::u16string& text) {
     const int64_t flags = property_int(format, "FormatFlags");
-    if (flags & kVertical) {
+    if (has_flag(flags, StringFormatFlags::kDirectionVertical)) {
         throw_not_supported("Drawing vertical text (StringFormatFlags.DIRECTION_VERTICAL)");
     }
-    layout.right_to_left = (flags & kRightToLeft) != 0;
-    layout.wrap = (flags & kNoWrap) == 0;
-    layout.alignment = static_cast<int>(property_int(format, "Alignment"));
-    const int64_t trimming = property_int(format, "Trimming");
-    if (trimming == 3 || trimming == 4) {
-        layout.trimming = TextTrimming::kEnd;
-    }
-    if (trimming == 5) {
-        layout.trimming = TextTrimming::kMiddle;
-    }
+    layout.right_to_left = has_flag(flags, StringFormatFlags::kDirectionRightToLeft);
+    layout.wrap = !has_flag(flags, StringFormatFlags::kNoWrap);
+    layout.alignment = alignment_of(property_enum<StringAlignment>(format, "Alignment"));
+    layout.trimming = trimming_of(property_enum<StringTrimming>(format, "Trimming"));
     double tab = property_double(format, "FirstTabOffset");
     for (const double stop : numbers_of(property(format, "TabStops"))) {
         layout.tabs.push_back(tab += stop);
     }
-    const int64_t hotkeys = property_int(format, "HotkeyPrefix");
-    if (hotkeys != 1 && hotkeys != 2) {
+    const auto hotkeys = property_enum<HotkeyPrefix>(format, "HotkeyPrefix");
+    if (hotkeys != HotkeyPrefix::kShow && hotkeys != HotkeyPrefix::kHide) {
         return;
     }
     std::optional<size_t> marked;
     const std::u16string shown = without_marks(text, marked);
     layout.text = to_utf8(shown);
-    if (hotkeys == 1 && marked) {
+    if (hotkeys == HotkeyPrefix::kShow && marked) {
         layout.mnemonic = static_cast<int32_t>(to_utf8(shown.substr(0, *marked)).size());
     }
 }
@@ -75,10 +117,8 @@ void set_format(TextLayout& layout, const ManagedObject& format, const std::u16s
 
 PlacedText place_text(const std::u16string& text, const ManagedObject* font, const ManagedObject* format, double width,
                       double height, double font_scale) {
-    if (!font) {
-        throw_argument_null("font");
-    }
-    if (format) {
+    required(font, "font");
+    if (format != nullptr) {
         format->require_live();
     }
     PlacedText placed;
@@ -89,20 +129,21 @@ PlacedText place_text(const std::u16string& text, const ManagedObject* font, con
     layout.family = family_of(*font, choice);
     layout.folders = choice.folders;
     layout.size = property_double(*font, "Size") * font_scale;
-    layout.bold = style & 1;
-    layout.italic = style & 2;
-    layout.underline = style & 4;
-    layout.strikeout = style & 8;
+    layout.bold = has_flag(style, FontStyle::kBold);
+    layout.italic = has_flag(style, FontStyle::kItalic);
+    layout.underline = has_flag(style, FontStyle::kUnderline);
+    layout.strikeout = has_flag(style, FontStyle::kStrikeout);
     if (width > 0) {
         layout.width = width;
     }
     if (height > 0) {
         layout.height = height;
     }
-    int64_t line_alignment = 0, flags = 0;
-    if (format) {
+    auto line_alignment = TextAlignment::kBegin;
+    int64_t flags = 0;
+    if (format != nullptr) {
         set_format(layout, *format, text);
-        line_alignment = property_int(*format, "LineAlignment");
+        line_alignment = alignment_of(property_enum<StringAlignment>(*format, "LineAlignment"));
         flags = property_int(*format, "FormatFlags");
     }
     if (!(layout.size > 0)) {
@@ -115,28 +156,24 @@ PlacedText place_text(const std::u16string& text, const ManagedObject* font, con
     }
     std::replace(layout.text.begin(), layout.text.end(), '\0', ' ');  // text ends there for the library
     placed.extent = drawing_backend().measure(layout);
-    const auto part = [](int64_t alignment) { return alignment == 1 ? 0.5 : alignment == 2 ? 1.0 : 0.0; };
-    // Lines without a frame to be aligned in are aligned at the point.
+    // Lines without a frame are aligned at the point.
     const bool framed = width > 0 && layout.wrap;
     const double room = framed ? 0 : (width > 0 ? width : 0) - placed.extent.width;
-    placed.offset.x = framed ? 0 : room * part(layout.alignment);
-    placed.offset.y = ((height > 0 ? height : 0) - placed.extent.height) * part(line_alignment);
-    placed.clipped = width > 0 && height > 0 && (flags & kNoClip) == 0;
+    placed.offset.x = framed ? 0 : room * room_before(layout.alignment);
+    placed.offset.y = ((height > 0 ? height : 0) - placed.extent.height) * room_before(line_alignment);
+    placed.clipped = width > 0 && height > 0 && !has_flag(flags, StringFormatFlags::kNoClip);
     return placed;
 }
 
-// The outline in its place. A font of a TextShape that is measured in other units than pixels is as large as on an
-// image of 96 dots per inch.
+// The outline in its place. The font of a TextShape has the size that it has on an image of 96 dots per inch.
 Outline text_outline(const FramedShape& shape) {
     const auto text = property_string(shape, "Text");
     const auto font = property_object(shape, "Font");
     if (!text || text->empty() || !font) {
         return {};
     }
-    constexpr double kDpi = 96;
-    constexpr double kScales[] = {1, 1, 1, kDpi / 72, kDpi, kDpi / 300, kDpi / 25.4};
-    const int64_t unit = property_int(*font, "Unit");
-    const double scale = unit >= 0 && unit <= 6 ? kScales[unit] : 1;
+    constexpr double kDotsPerInch = 96;
+    const double scale = pixels_in_unit(property_enum<api::GraphicsUnit>(*font, "Unit"), kDotsPerInch);
     const RectD frame = shape.size();
     try {
         const PlacedText placed =

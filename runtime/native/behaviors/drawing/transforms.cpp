@@ -1,4 +1,4 @@
-// Pens and brushes that carry a transformation: turning, scaling, moving, multiplying and taking it back.
+// The transformation of pens, brushes and graphics: reading, setting and changing it by steps.
 #include "generated/runtime/Zelmor.Imaging.Brushes.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
@@ -10,8 +10,11 @@ namespace {
 
 constexpr MatrixOrder kFirst = MatrixOrder::kPrepend;
 
+void set_map(Record& self, const Affine& map) {
+    set_property(self, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>(map))));
+}
 void apply(Record& self, const Affine& step, MatrixOrder order) {
-    change_transform(self, [&](const Affine& map) { return combined(map, step, order); });
+    set_map(self, combined(transform_of(self), step, order));
 }
 void multiply_in(Record& self, MatrixObject* matrix, MatrixOrder order) {
     apply(self, required_map(matrix, "matrix"), order);
@@ -38,21 +41,20 @@ void rotate(Record& self, float angle) {
     rotate_in(self, angle, kFirst);
 }
 void reset(Record& self) {
-    change_transform(self, [](const Affine&) { return Affine(); });
+    set_map(self, Affine());
 }
 
-// What comes out is a copy: changing it changes nothing here.
+// A copy, so that a change of it does not change the owner.
 Ref<ManagedObject> get_transform(Record& self) {
     const auto held = property_object(self, "Transform");
     return held ? held->copy() : nullptr;
 }
 void set_transform(Record& self, MatrixObject* matrix) {
-    set_property(self, "Transform", Value(matrix ? matrix->copy() : nullptr));
+    set_property(self, "Transform", Value(matrix != nullptr ? matrix->copy() : nullptr));
 }
 
 bool is_changed(Record& self) {
-    const auto held = property_object(self, "Transform");
-    return held && !(cast_object<MatrixObject>(*held).map == Affine());
+    return !(transform_of(self) == Affine());
 }
 
 using PenApi = api::Pen;
@@ -78,8 +80,9 @@ const BehaviorTable table({
              GraphicsApi::call_001_RotateTransform>(),
     behavior<&reset, PenApi::call_000_ResetTransform, BrushApi::call_000_ResetTransform,
              GraphicsApi::call_000_ResetTransform>(),
-    behavior<&get_transform, PenApi::get_Transform, BrushApi::get_Transform, GraphicsApi::get_Transform>(),
-    behavior<&set_transform, PenApi::set_Transform, BrushApi::set_Transform, GraphicsApi::set_Transform>(),
+    property<&get_transform, &set_transform, PenApi::property_Transform>(),
+    property<&get_transform, &set_transform, BrushApi::property_Transform>(),
+    property<&get_transform, &set_transform, GraphicsApi::property_Transform>(),
     behavior<&is_changed, BrushApi::get_IsTransformChanged>(),
 });
 

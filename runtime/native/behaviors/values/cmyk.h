@@ -9,15 +9,12 @@
 
 namespace zelmor::embed {
 
-CmykValue cmyk_of(uint32_t argb);  // alpha does not count
+CmykValue cmyk_of(uint32_t argb);  // the alpha is ignored
 uint32_t argb_of(CmykValue cmyk);  // opaque
 
 // Packed: cyan in the highest byte, black in the lowest.
 int32_t packed_cmyk(CmykValue cmyk);
 CmykValue unpacked_cmyk(int32_t packed);
-
-// A component argument: ArgumentException naming parameter and value outside 0 to 255.
-uint8_t cmyk_component(int32_t value, const char* parameter);
 
 // Arrays of boxed values, for results.
 Collection cmyk_array(std::vector<Value> items);

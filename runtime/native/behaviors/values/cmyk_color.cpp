@@ -1,11 +1,14 @@
 // CmykColor: members, text and hash, and the plain conversion to and from RGB.
 //
-// Conversions through ICC profiles are image work and not here.
+// The conversions through ICC profiles are in behaviors/images.
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
-#include "runtime/native/behaviors/values/rounding.h"
+#include "runtime/native/behaviors/values/components.h"
+#include "runtime/native/behaviors/values/geometry.h"
+#include "runtime/native/behaviors/values/hashing.h"
+#include "runtime/native/behaviors/values/struct_arrays.h"
 
 namespace zelmor::embed {
 
@@ -35,22 +38,12 @@ CmykValue unpacked_cmyk(int32_t packed) {
             static_cast<uint8_t>(word)};
 }
 
-uint8_t cmyk_component(int32_t value, const char* parameter) {
-    if (value < 0 || value > 255) {
-        throw_argument("Value of '" + std::to_string(value) + "' is not valid for '" + parameter + "'. '" + parameter +
-                       "' should be greater than or equal to 0 and less than or equal to 255.");
-    }
-    return static_cast<uint8_t>(value);
-}
-
 Collection cmyk_array(std::vector<Value> items) {
-    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.CmykColor");
-    return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element, std::move(items)))};
+    return {Ref<ManagedObject>(struct_array<CmykValue>(std::move(items)))};
 }
 
 Collection color_array(std::vector<Value> items) {
-    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.Color");
-    return {Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element, std::move(items)))};
+    return {Ref<ManagedObject>(struct_array<ColorValue>(std::move(items)))};
 }
 
 std::u16string text_of(const CmykValue& value) {
@@ -68,8 +61,8 @@ CmykValue empty() {
     return {};
 }
 CmykValue from_params(int32_t cyan, int32_t magenta, int32_t yellow, int32_t black) {
-    return {cmyk_component(cyan, "cyan"), cmyk_component(magenta, "magenta"), cmyk_component(yellow, "yellow"),
-            cmyk_component(black, "black")};
+    return {color_component(cyan, "cyan"), color_component(magenta, "magenta"), color_component(yellow, "yellow"),
+            color_component(black, "black")};
 }
 CmykValue from_argb(int32_t argb_pixel) {
     return cmyk_of(static_cast<uint32_t>(argb_pixel));
@@ -78,14 +71,6 @@ ColorValue to_color(const CmykValue& cmyk_pixel) {
     return ColorValue::from_argb(argb_of(cmyk_pixel));
 }
 
-std::vector<CmykValue> read_pixels(const VariantArg* arg) {
-    static const ElementType& element = element_of(Wire::kStruct, "Zelmor.Imaging.CmykColor");
-    std::vector<CmykValue> pixels;
-    for (const Value& value : read_elements(arg, element, "cmyk_pixels")) {
-        pixels.push_back(unbox<CmykValue>(*std::get<Ref<ManagedObject>>(value)));
-    }
-    return pixels;
-}
 Collection from_argb_array(const VariantArg* argb_pixels) {
     std::vector<Value> items;
     for (const int32_t argb : read_array<int32_t>(argb_pixels, "argb_pixels")) {
@@ -95,14 +80,14 @@ Collection from_argb_array(const VariantArg* argb_pixels) {
 }
 Collection to_colors(const VariantArg* cmyk_pixels) {
     std::vector<Value> items;
-    for (const CmykValue& pixel : read_pixels(cmyk_pixels)) {
+    for (const CmykValue& pixel : read_structs<CmykValue>(cmyk_pixels, "cmyk_pixels")) {
         items.emplace_back(box(to_color(pixel)));
     }
     return color_array(std::move(items));
 }
 Collection to_argb_array(const VariantArg* cmyk_pixels) {
     std::vector<int32_t> items;
-    for (const CmykValue& pixel : read_pixels(cmyk_pixels)) {
+    for (const CmykValue& pixel : read_structs<CmykValue>(cmyk_pixels, "cmyk_pixels")) {
         items.push_back(static_cast<int32_t>(argb_of(pixel)));
     }
     return {Ref<ManagedObject>(make_array(std::move(items)))};
@@ -111,42 +96,31 @@ Collection to_argb_array(const VariantArg* cmyk_pixels) {
 int32_t to_value(CmykValue& self) {
     return packed_cmyk(self);
 }
-int32_t get_c(CmykValue& self) {
-    return self.c;
-}
-int32_t get_m(CmykValue& self) {
-    return self.m;
-}
-int32_t get_y(CmykValue& self) {
-    return self.y;
-}
-int32_t get_k(CmykValue& self) {
-    return self.k;
+template <uint8_t CmykValue::*kInk>
+int32_t ink(CmykValue& self) {
+    return self.*kInk;
 }
 bool is_empty(CmykValue& self) {
     return self == CmykValue();
 }
 
-constexpr const char* kCmykColor = "Zelmor.Imaging.CmykColor";
-using CmykColorApi = api::CmykColor;
-
 const BehaviorTable table({
-    behavior<&empty, CmykColorApi::ctor_000_CmykColor, CmykColorApi::getsa_Empty>(),
-    behavior<&from_argb_array, CmykColorApi::call_000_ToCmyk, CmykColorApi::call_000_ToCmykColors>(),
-    behavior<&from_argb, CmykColorApi::call_001_ToCmyk, CmykColorApi::call_000_ToCmykColor>(),
-    behavior<&to_colors, CmykColorApi::call_000_ToColor, CmykColorApi::call_000_ToColors>(),
-    behavior<&to_color, CmykColorApi::call_001_ToColor>(),
-    behavior<&from_params, CmykColorApi::call_000_FromParams>(),
-    behavior<&to_argb_array, CmykColorApi::call_000_ToArgb32>(),
-    behavior<&to_value, CmykColorApi::call_000_ToValue>(),
-    behavior<&get_c, CmykColorApi::get_C>(),
-    behavior<&get_m, CmykColorApi::get_M>(),
-    behavior<&get_y, CmykColorApi::get_Y>(),
-    behavior<&get_k, CmykColorApi::get_K>(),
-    behavior<&is_empty, CmykColorApi::get_IsEmpty>(),
+    behavior<&empty, api::CmykColor::ctor_000_CmykColor, api::CmykColor::getsa_Empty>(),
+    behavior<&from_argb_array, api::CmykColor::call_000_ToCmyk, api::CmykColor::call_000_ToCmykColors>(),
+    behavior<&from_argb, api::CmykColor::call_001_ToCmyk, api::CmykColor::call_000_ToCmykColor>(),
+    behavior<&to_colors, api::CmykColor::call_000_ToColor, api::CmykColor::call_000_ToColors>(),
+    behavior<&to_color, api::CmykColor::call_001_ToColor>(),
+    behavior<&from_params, api::CmykColor::call_000_FromParams>(),
+    behavior<&to_argb_array, api::CmykColor::call_000_ToArgb32>(),
+    behavior<&to_value, api::CmykColor::call_000_ToValue>(),
+    behavior<&ink<&CmykValue::c>, api::CmykColor::get_C>(),
+    behavior<&ink<&CmykValue::m>, api::CmykColor::get_M>(),
+    behavior<&ink<&CmykValue::y>, api::CmykColor::get_Y>(),
+    behavior<&ink<&CmykValue::k>, api::CmykColor::get_K>(),
+    behavior<&is_empty, api::CmykColor::get_IsEmpty>(),
 });
 
-const FactoryRegistration factory(kCmykColor, [](const TypeInfo&) { return box(CmykValue()); });
+const FactoryRegistration factory(api::CmykColor::kType.name, new_box<CmykValue>);
 
 }  // namespace
 

@@ -1,6 +1,8 @@
 // CmykColorHelper: CMYK colors packed into 32-bit numbers, without profiles.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
+#include "runtime/native/behaviors/values/components.h"
+#include "runtime/native/behaviors/values/struct_arrays.h"
 
 namespace zelmor::embed {
 
@@ -29,8 +31,8 @@ Collection from_argb_array(const VariantArg* argb_pixels) {
 }
 Collection from_color_array(const VariantArg* pixels) {
     std::vector<int32_t> items;
-    for (const Value& value : read_elements(pixels, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "pixels")) {
-        items.push_back(from_color(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(value))));
+    for (const ColorValue& pixel : read_structs<ColorValue>(pixels, "pixels")) {
+        items.push_back(from_color(pixel));
     }
     return numbers(std::move(items));
 }
@@ -81,40 +83,32 @@ Bytes to_cmyka_bytes(const VariantArg* pixels, int32_t start, int32_t length) {
     return bytes_of(pixels, start, length, true);
 }
 
-int32_t get_c(int32_t cmyk) {
-    return unpacked_cmyk(cmyk).c;
-}
-int32_t get_m(int32_t cmyk) {
-    return unpacked_cmyk(cmyk).m;
-}
-int32_t get_y(int32_t cmyk) {
-    return unpacked_cmyk(cmyk).y;
-}
-int32_t get_k(int32_t cmyk) {
-    return unpacked_cmyk(cmyk).k;
+template <uint8_t CmykValue::*kInk>
+int32_t ink(int32_t cmyk) {
+    return unpacked_cmyk(cmyk).*kInk;
 }
 int32_t from_components(int32_t cyan, int32_t magenta, int32_t yellow, int32_t black) {
-    return packed_cmyk({cmyk_component(cyan, "cyan"), cmyk_component(magenta, "magenta"),
-                        cmyk_component(yellow, "yellow"), cmyk_component(black, "black")});
+    return packed_cmyk({color_component(cyan, "cyan"), color_component(magenta, "magenta"),
+                        color_component(yellow, "yellow"), color_component(black, "black")});
 }
 
-using CmykColorHelperApi = api::CmykColorHelper;
+using Api = api::CmykColorHelper;
 
 const BehaviorTable table({
-    behavior<&from_argb_array, CmykColorHelperApi::call_000_ToCmyk, CmykColorHelperApi::call_000_ToCmykArray>(),
-    behavior<&from_argb, CmykColorHelperApi::call_001_ToCmyk>(),
-    behavior<&from_color, CmykColorHelperApi::call_002_ToCmyk, CmykColorHelperApi::call_000_ToCmykColor>(),
-    behavior<&from_color_array, CmykColorHelperApi::call_003_ToCmyk, CmykColorHelperApi::call_000_ToCmykColors>(),
-    behavior<&to_color_array, CmykColorHelperApi::call_000_ToArgb, CmykColorHelperApi::call_000_ToArgbColors>(),
-    behavior<&to_color, CmykColorHelperApi::call_001_ToArgb, CmykColorHelperApi::call_000_ToArgbColor>(),
-    behavior<&get_c, CmykColorHelperApi::call_000_GetC>(),
-    behavior<&get_m, CmykColorHelperApi::call_000_GetM>(),
-    behavior<&get_y, CmykColorHelperApi::call_000_GetY>(),
-    behavior<&get_k, CmykColorHelperApi::call_000_GetK>(),
-    behavior<&from_components, CmykColorHelperApi::call_000_FromComponents>(),
-    behavior<&to_cmyk_bytes, CmykColorHelperApi::call_000_ToCmykBytes>(),
-    behavior<&to_cmyka_bytes, CmykColorHelperApi::call_000_ToCmykaBytes>(),
-    behavior<&to_argb_array, CmykColorHelperApi::call_000_ToArgb32>(),
+    behavior<&from_argb_array, Api::call_000_ToCmyk, Api::call_000_ToCmykArray>(),
+    behavior<&from_argb, Api::call_001_ToCmyk>(),
+    behavior<&from_color, Api::call_002_ToCmyk, Api::call_000_ToCmykColor>(),
+    behavior<&from_color_array, Api::call_003_ToCmyk, Api::call_000_ToCmykColors>(),
+    behavior<&to_color_array, Api::call_000_ToArgb, Api::call_000_ToArgbColors>(),
+    behavior<&to_color, Api::call_001_ToArgb, Api::call_000_ToArgbColor>(),
+    behavior<&ink<&CmykValue::c>, Api::call_000_GetC>(),
+    behavior<&ink<&CmykValue::m>, Api::call_000_GetM>(),
+    behavior<&ink<&CmykValue::y>, Api::call_000_GetY>(),
+    behavior<&ink<&CmykValue::k>, Api::call_000_GetK>(),
+    behavior<&from_components, Api::call_000_FromComponents>(),
+    behavior<&to_cmyk_bytes, Api::call_000_ToCmykBytes>(),
+    behavior<&to_cmyka_bytes, Api::call_000_ToCmykaBytes>(),
+    behavior<&to_argb_array, Api::call_000_ToArgb32>(),
 });
 
 }  // namespace

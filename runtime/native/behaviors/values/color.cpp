@@ -1,16 +1,17 @@
 // Color: members, text and hash, the named colors among its static properties.
-#include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/core/entry.h"
-
 #include <strings.h>
 
 #include <algorithm>
-#include <array>
-#include <utility>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
+#include "runtime/native/behaviors/values/components.h"
+#include "runtime/native/behaviors/values/geometry.h"
+#include "runtime/native/behaviors/values/hashing.h"
 #include "runtime/native/behaviors/values/known_colors.h"
-#include "runtime/native/behaviors/values/rounding.h"
+#include "runtime/native/behaviors/values/struct_arrays.h"
+#include "runtime/native/core/entry.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
@@ -28,7 +29,7 @@ std::u16string hexadecimal(uint32_t value) {
     return text;
 }
 
-// What the color is called: its name, or its value as a number where it has none.
+// The color's name; its value as a number if it has none.
 std::u16string name_of(const ColorValue& color) {
     if (color.state & ColorValue::kStateName) {
         return color.name;
@@ -39,14 +40,6 @@ std::u16string name_of(const ColorValue& color) {
     return hexadecimal(color.argb);
 }
 
-uint32_t component(int32_t value, const char* name) {
-    if (value < 0 || value > 255) {
-        throw_argument("Value of '" + std::to_string(value) + "' is not valid for '" + name + "'. '" + name +
-                       "' should be greater than or equal to 0 and less than or equal to 255.");
-    }
-    return static_cast<uint32_t>(value);
-}
-
 ColorValue empty() {
     return {};
 }
@@ -54,17 +47,19 @@ ColorValue from_argb(int32_t argb) {
     return ColorValue::from_argb(static_cast<uint32_t>(argb));
 }
 ColorValue from_components(int32_t alpha, int32_t red, int32_t green, int32_t blue) {
-    return ColorValue::from_argb(component(alpha, "alpha") << 24 | component(red, "red") << 16 |
-                                 component(green, "green") << 8 | component(blue, "blue"));
+    const uint32_t a = color_component(alpha, "alpha"), r = color_component(red, "red");
+    const uint32_t g = color_component(green, "green"), b = color_component(blue, "blue");
+    return ColorValue::from_argb(a << 24 | r << 16 | g << 8 | b);
 }
 ColorValue from_alpha(int32_t alpha, const ColorValue& base) {
-    return ColorValue::from_argb(component(alpha, "alpha") << 24 | (base.argb & 0xFFFFFF));
+    return ColorValue::from_argb(uint32_t{color_component(alpha, "alpha")} << 24 | (base.argb & 0xFFFFFF));
 }
 ColorValue from_rgb(int32_t red, int32_t green, int32_t blue) {
     return from_components(255, red, green, blue);
 }
 
-ColorValue from_known_color(int32_t number) {
+ColorValue from_known_color(api::KnownColor known) {
+    const auto number = static_cast<int32_t>(known);
     ColorValue color = known_color(static_cast<int16_t>(std::clamp<int32_t>(number, 0, INT16_MAX)));
     if (color.state == 0) {
         throw_argument("The value '" + std::to_string(number) + "' is no KnownColor.");
@@ -72,7 +67,7 @@ ColorValue from_known_color(int32_t number) {
     return color;
 }
 
-// A name that means nothing still makes a color: a black of no opacity that keeps the name.
+// A name that no known color has makes a transparent black that keeps the name.
 ColorValue from_name(std::u16string name) {
     ColorValue color = find_color(to_utf8(name));
     if (color.state == 0) {
@@ -123,20 +118,12 @@ float get_saturation(ColorValue& self) {
 int32_t to_argb(ColorValue& self) {
     return static_cast<int32_t>(self.argb);
 }
-int32_t to_known_color(ColorValue& self) {
-    return self.known_color;
+api::KnownColor to_known_color(ColorValue& self) {
+    return static_cast<api::KnownColor>(self.known_color);
 }
-int32_t get_r(ColorValue& self) {
-    return self.r();
-}
-int32_t get_g(ColorValue& self) {
-    return self.g();
-}
-int32_t get_b(ColorValue& self) {
-    return self.b();
-}
-int32_t get_a(ColorValue& self) {
-    return self.a();
+template <uint8_t (ColorValue::*kComponent)() const>
+int32_t component(ColorValue& self) {
+    return (self.*kComponent)();
 }
 bool is_known_color(ColorValue& self) {
     return self.state & ColorValue::kStateKnown;
@@ -155,71 +142,66 @@ CmykValue to_cmyk(const ColorValue& pixel) {
     return cmyk_of(pixel.argb);
 }
 Collection to_cmyk_array(const VariantArg* pixels) {
-    const auto colors = read_elements(pixels, element_of(Wire::kStruct, "Zelmor.Imaging.Color"), "pixels");
     std::vector<Value> result;
-    result.reserve(colors.size());
-    for (const Value& color : colors) {
-        result.emplace_back(box(to_cmyk(unbox<ColorValue>(*std::get<Ref<ManagedObject>>(color)))));
+    for (const ColorValue& color : read_structs<ColorValue>(pixels, "pixels")) {
+        result.emplace_back(box(to_cmyk(color)));
     }
     return cmyk_array(std::move(result));
 }
 
-template <size_t kIndex>
-ColorValue named() {
-    return known_color(static_cast<int16_t>(kFirstKnownColor + kIndex));
-}
-
-template <size_t... kIndices>
-constexpr std::array<EntryPoint, sizeof...(kIndices)> named_entries(std::index_sequence<kIndices...>) {
-    return {entry<&named<kIndices>>()...};
-}
-
-constexpr const char* kColor = "Zelmor.Imaging.Color";
-using ColorApi = api::Color;
-
 const BehaviorTable table({
-    behavior<&empty, ColorApi::ctor_000_Color, ColorApi::getsa_Empty>(),
-    behavior<&from_argb, ColorApi::call_000_FromArgb>(),
-    behavior<&from_components, ColorApi::call_001_FromArgb>(),
-    behavior<&from_alpha, ColorApi::call_002_FromArgb>(),
-    behavior<&from_rgb, ColorApi::call_003_FromArgb>(),
-    behavior<&to_cmyk_array, ColorApi::call_000_ToCmyk, ColorApi::call_000_ToCmykColors>(),
-    behavior<&to_cmyk, ColorApi::call_001_ToCmyk, ColorApi::call_000_ToCmykColor>(),
-    behavior<&from_known_color, ColorApi::call_000_FromKnownColor>(),
-    behavior<&from_name, ColorApi::call_000_FromName>(),
-    behavior<&get_brightness, ColorApi::call_000_GetBrightness>(),
-    behavior<&get_hue, ColorApi::call_000_GetHue>(),
-    behavior<&get_saturation, ColorApi::call_000_GetSaturation>(),
-    behavior<&to_argb, ColorApi::call_000_ToArgb>(),
-    behavior<&to_known_color, ColorApi::call_000_ToKnownColor>(),
-    behavior<&get_r, ColorApi::get_R>(),
-    behavior<&get_g, ColorApi::get_G>(),
-    behavior<&get_b, ColorApi::get_B>(),
-    behavior<&get_a, ColorApi::get_A>(),
-    behavior<&is_known_color, ColorApi::get_IsKnownColor>(),
-    behavior<&is_empty, ColorApi::get_IsEmpty>(),
-    behavior<&is_named_color, ColorApi::get_IsNamedColor>(),
-    behavior<&get_name, ColorApi::get_Name>(),
+    behavior<&empty, api::Color::ctor_000_Color, api::Color::getsa_Empty>(),
+    behavior<&from_argb, api::Color::call_000_FromArgb>(),
+    behavior<&from_components, api::Color::call_001_FromArgb>(),
+    behavior<&from_alpha, api::Color::call_002_FromArgb>(),
+    behavior<&from_rgb, api::Color::call_003_FromArgb>(),
+    behavior<&to_cmyk_array, api::Color::call_000_ToCmyk, api::Color::call_000_ToCmykColors>(),
+    behavior<&to_cmyk, api::Color::call_001_ToCmyk, api::Color::call_000_ToCmykColor>(),
+    behavior<&from_known_color, api::Color::call_000_FromKnownColor>(),
+    behavior<&from_name, api::Color::call_000_FromName>(),
+    behavior<&get_brightness, api::Color::call_000_GetBrightness>(),
+    behavior<&get_hue, api::Color::call_000_GetHue>(),
+    behavior<&get_saturation, api::Color::call_000_GetSaturation>(),
+    behavior<&to_argb, api::Color::call_000_ToArgb>(),
+    behavior<&to_known_color, api::Color::call_000_ToKnownColor>(),
+    behavior<&component<&ColorValue::r>, api::Color::get_R>(),
+    behavior<&component<&ColorValue::g>, api::Color::get_G>(),
+    behavior<&component<&ColorValue::b>, api::Color::get_B>(),
+    behavior<&component<&ColorValue::a>, api::Color::get_A>(),
+    behavior<&is_known_color, api::Color::get_IsKnownColor>(),
+    behavior<&is_empty, api::Color::get_IsEmpty>(),
+    behavior<&is_named_color, api::Color::get_IsNamedColor>(),
+    behavior<&get_name, api::Color::get_Name>(),
 });
 
-// The static properties of the known colors, one for each name.
-class NamedColorTable {
- public:
-    NamedColorTable() : m_table(Assembly::kImaging, std::span<const Behavior>()) {
-        const auto entries = named_entries(std::make_index_sequence<kNamedColorCount>());
-        for (size_t i = 0; i < kNamedColorCount; ++i) {
-            m_names[i] = std::string("getsa_") + kNamedColors[i].name;
-            m_table.add({kColor, m_names[i].c_str(), entries[i]});
-        }
+// ---- The static properties of the known colors
+
+ColorValue named(const NamedColor& row) {
+    return known_color(static_cast<int16_t>(kFirstKnownColor + (&row - kNamedColors.data())));
+}
+
+// One for each row of kNamedColors, from whose name that of the entry point follows.
+std::vector<BehaviorRow> named_rows() {
+    struct Names {
+        std::string text[kNamedColorCount];
+        std::vector<EntryName> entries;
+        std::vector<const EntryName*> pointers;
+    };
+    static Names& names = *new Names;
+    names.entries.reserve(kNamedColorCount);
+    names.pointers.reserve(kNamedColorCount);
+    std::vector<BehaviorRow> rows;
+    for (size_t i = 0; i < kNamedColorCount; ++i) {
+        names.text[i] = std::string("getsa_") + kNamedColors[i].name;
+        names.entries.push_back({api::Color::kType, names.text[i].c_str(), api::Color::getsa_Empty.signature});
+        names.pointers.push_back(&names.entries.back());
+        rows.emplace_back(row_behavior<&named>(names.pointers.back(), kNamedColors[i]));
     }
+    return rows;
+}
+const BehaviorTable named_table(named_rows());
 
- private:
-    std::array<std::string, kNamedColorCount> m_names;
-    BehaviorTable m_table;
-};
-const NamedColorTable named_table;
-
-const FactoryRegistration factory(kColor, [](const TypeInfo&) { return box(ColorValue()); });
+const FactoryRegistration factory(api::Color::kType.name, new_box<ColorValue>);
 
 }  // namespace
 

@@ -23,7 +23,7 @@ uint32_t hexadecimal(const std::string& text, size_t first) {
     return value;
 }
 
-// "#RRGGBB", "#RGB", or a name; no text is no color.
+// "#RRGGBB", "#RGB", or a name; None and the empty text are the empty color.
 ColorValue from_html(const std::optional<std::string>& html) {
     if (!html || html->empty()) {
         return {};
@@ -73,13 +73,13 @@ int32_t to_win32(const ColorValue& c) {
     return c.r() | c.g() << 8 | c.b() << 16;
 }
 
-using ColorTranslatorApi = api::ColorTranslator;
+using Api = api::ColorTranslator;
 
 const BehaviorTable table({
-    behavior<&from_html, ColorTranslatorApi::call_000_FromHtml>(),
-    behavior<&from_win32, ColorTranslatorApi::call_000_FromOle, ColorTranslatorApi::call_000_FromWin32>(),
-    behavior<&to_html, ColorTranslatorApi::call_000_ToHtml>(),
-    behavior<&to_win32, ColorTranslatorApi::call_000_ToOle, ColorTranslatorApi::call_000_ToWin32>(),
+    behavior<&from_html, Api::call_000_FromHtml>(),
+    behavior<&from_win32, Api::call_000_FromOle, Api::call_000_FromWin32>(),
+    behavior<&to_html, Api::call_000_ToHtml>(),
+    behavior<&to_win32, Api::call_000_ToOle, Api::call_000_ToWin32>(),
 });
 
 }  // namespace

@@ -1,5 +1,7 @@
 // Point and PointF: members, text, hash and conversions.
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/values/geometry.h"
+#include "runtime/native/behaviors/values/hashing.h"
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
@@ -7,23 +9,56 @@
 namespace zelmor::embed {
 
 std::u16string text_of(const PointValue& value) {
-    return u"{X=" + number_text(int64_t{value.x}) + u",Y=" + number_text(int64_t{value.y}) + u"}";
+    return u"{X=" + coordinate_text(value.x) + u",Y=" + coordinate_text(value.y) + u"}";
 }
 std::u16string text_of(const PointFValue& value) {
-    return u"{X=" + number_text(value.x) + u", Y=" + number_text(value.y) + u"}";
+    return u"{X=" + coordinate_text(value.x) + u", Y=" + coordinate_text(value.y) + u"}";
 }
 int32_t hash_of(const PointValue& value) {
-    return combined_hash(value.x, value.y);
+    return combined_hash(hash_word(value.x), hash_word(value.y));
 }
 int32_t hash_of(const PointFValue& value) {
-    return combined_hash(float_word(value.x), float_word(value.y));
+    return combined_hash(hash_word(value.x), hash_word(value.y));
 }
 
 namespace {
 
-PointValue from_numbers(int32_t x, int32_t y) {
-    return {x, y};
+// ---- What both have
+
+template <class Number>
+struct PointMembers {
+    using Point = typename Geometry<Number>::Point;
+    using Size = typename Geometry<Number>::Size;
+
+    static Point from_numbers(Number x, Number y) { return {x, y}; }
+    static Point empty() { return {}; }
+    static bool is_empty(Point& self) { return self == Point(); }
+    static Point add(const Point& point, const Size& size) {
+        return {sum(point.x, size.width), sum(point.y, size.height)};
+    }
+    static Point subtract(const Point& point, const Size& size) {
+        return {difference(point.x, size.width), difference(point.y, size.height)};
+    }
+};
+
+template <class Number, class Api>
+BehaviorTable shared_members() {
+    using Members = PointMembers<Number>;
+    using Point = typename Members::Point;
+    return BehaviorTable({
+        behavior<&Members::empty, Api::getsa_Empty>(),
+        behavior<&Members::is_empty, Api::get_IsEmpty>(),
+        field<&Point::x, Api::property_X>(),
+        field<&Point::y, Api::property_Y>(),
+    });
 }
+const BehaviorTable shared_table = shared_members<int32_t, api::Point>();
+const BehaviorTable shared_f_table = shared_members<float, api::PointF>();
+
+// ---- Point
+
+using Members = PointMembers<int32_t>;
+
 PointValue from_size(const SizeValue& size) {
     return {size.width, size.height};
 }
@@ -31,24 +66,10 @@ PointValue from_size(const SizeValue& size) {
 PointValue from_double_word(int32_t word) {
     return {static_cast<int16_t>(word), static_cast<int16_t>(static_cast<uint32_t>(word) >> 16)};
 }
-PointValue empty() {
-    return {};
-}
 
-PointValue add(const PointValue& point, const SizeValue& size) {
-    return {wrapping_add(point.x, size.width), wrapping_add(point.y, size.height)};
-}
-PointValue subtract(const PointValue& point, const SizeValue& size) {
-    return {wrapping_subtract(point.x, size.width), wrapping_subtract(point.y, size.height)};
-}
-PointValue ceiling(const PointFValue& point) {
-    return {ceiling_to_int32(point.x), ceiling_to_int32(point.y)};
-}
-PointValue round(const PointFValue& point) {
-    return {round_to_int32(point.x), round_to_int32(point.y)};
-}
-PointValue truncate(const PointFValue& point) {
-    return {truncate_to_int32(point.x), truncate_to_int32(point.y)};
+template <int32_t (*kRounded)(float)>
+PointValue rounded(const PointFValue& point) {
+    return {kRounded(point.x), kRounded(point.y)};
 }
 
 // A long holds x in its low and y in its high half. Both are delivered; x is the result as well.
@@ -63,110 +84,61 @@ int64_t to_long(PointValue& self) {
 }
 
 void offset_by(PointValue& self, int32_t dx, int32_t dy) {
-    self = add(self, {dx, dy});
+    self = Members::add(self, {dx, dy});
 }
 void offset(PointValue& self, const PointValue& by) {
     offset_by(self, by.x, by.y);
 }
 
-bool is_empty(PointValue& self) {
-    return self == PointValue();
-}
-int32_t get_x(PointValue& self) {
-    return self.x;
-}
-void set_x(PointValue& self, int32_t x) {
-    self.x = x;
-}
-int32_t get_y(PointValue& self) {
-    return self.y;
-}
-void set_y(PointValue& self, int32_t y) {
-    self.y = y;
-}
-
-constexpr const char* kPoint = "Zelmor.Imaging.Point";
-using PointApi = api::Point;
-using PointFApi = api::PointF;
-
 const BehaviorTable point_table({
-    behavior<&from_numbers, PointApi::ctor_000_Point>(),
-    behavior<&from_size, PointApi::ctor_001_Point, PointApi::call_000_CreateFromSize>(),
-    behavior<&from_double_word, PointApi::ctor_002_Point, PointApi::call_000_CreateFromDWord>(),
-    behavior<&empty, PointApi::ctor_003_Point, PointApi::getsa_Empty>(),
-    behavior<&add, PointApi::call_000_Add>(),
-    behavior<&subtract, PointApi::call_000_Subtract>(),
-    behavior<&ceiling, PointApi::call_000_Ceiling>(),
-    behavior<&round, PointApi::call_000_Round>(),
-    behavior<&truncate, PointApi::call_000_Truncate>(),
-    behavior<&from_long, PointApi::call_000_FromLong>(),
-    behavior<&offset, PointApi::call_000_Offset>(),
-    behavior<&offset_by, PointApi::call_001_Offset>(),
-    behavior<&to_long, PointApi::call_000_ToLong>(),
-    behavior<&is_empty, PointApi::get_IsEmpty>(),
-    behavior<&get_x, PointApi::get_X>(),
-    behavior<&set_x, PointApi::set_X>(),
-    behavior<&get_y, PointApi::get_Y>(),
-    behavior<&set_y, PointApi::set_Y>(),
+    behavior<&Members::from_numbers, api::Point::ctor_000_Point>(),
+    behavior<&from_size, api::Point::ctor_001_Point, api::Point::call_000_CreateFromSize>(),
+    behavior<&from_double_word, api::Point::ctor_002_Point, api::Point::call_000_CreateFromDWord>(),
+    behavior<&Members::empty, api::Point::ctor_003_Point>(),
+    behavior<&Members::add, api::Point::call_000_Add>(),
+    behavior<&Members::subtract, api::Point::call_000_Subtract>(),
+    behavior<&rounded<&ceiling_to_int32>, api::Point::call_000_Ceiling>(),
+    behavior<&rounded<&round_to_int32>, api::Point::call_000_Round>(),
+    behavior<&rounded<&truncate_to_int32>, api::Point::call_000_Truncate>(),
+    behavior<&from_long, api::Point::call_000_FromLong>(),
+    behavior<&offset, api::Point::call_000_Offset>(),
+    behavior<&offset_by, api::Point::call_001_Offset>(),
+    behavior<&to_long, api::Point::call_000_ToLong>(),
 });
 
-PointFValue f_from_numbers(float x, float y) {
-    return {x, y};
+// ---- PointF
+
+using MembersF = PointMembers<float>;
+
+SizeFValue in_floats(const SizeValue& size) {
+    return {static_cast<float>(size.width), static_cast<float>(size.height)};
 }
-PointFValue f_empty() {
-    return {};
+PointFValue add_whole(const PointFValue& point, const SizeValue& size) {
+    return MembersF::add(point, in_floats(size));
 }
-PointFValue f_add(const PointFValue& point, const SizeValue& size) {
-    return {point.x + static_cast<float>(size.width), point.y + static_cast<float>(size.height)};
-}
-PointFValue f_subtract(const PointFValue& point, const SizeValue& size) {
-    return {point.x - static_cast<float>(size.width), point.y - static_cast<float>(size.height)};
-}
-PointFValue f_add_f(const PointFValue& point, const SizeFValue& size) {
-    return {point.x + size.width, point.y + size.height};
-}
-PointFValue f_subtract_f(const PointFValue& point, const SizeFValue& size) {
-    return {point.x - size.width, point.y - size.height};
-}
-bool f_is_empty(PointFValue& self) {
-    return self.x == 0 && self.y == 0;
-}
-float f_get_x(PointFValue& self) {
-    return self.x;
-}
-void f_set_x(PointFValue& self, float x) {
-    self.x = x;
-}
-float f_get_y(PointFValue& self) {
-    return self.y;
-}
-void f_set_y(PointFValue& self, float y) {
-    self.y = y;
+PointFValue subtract_whole(const PointFValue& point, const SizeValue& size) {
+    return MembersF::subtract(point, in_floats(size));
 }
 
-constexpr const char* kPointF = "Zelmor.Imaging.PointF";
 const BehaviorTable point_f_table({
-    behavior<&f_from_numbers, PointFApi::ctor_000_PointF>(),
-    behavior<&f_empty, PointFApi::ctor_001_PointF, PointFApi::getsa_Empty>(),
-    behavior<&f_add, PointFApi::call_000_Add, PointFApi::call_000_AddSize>(),
-    behavior<&f_add_f, PointFApi::call_001_Add, PointFApi::call_000_AddSizeF>(),
-    behavior<&f_subtract, PointFApi::call_000_Subtract, PointFApi::call_000_SubtractSize>(),
-    behavior<&f_subtract_f, PointFApi::call_001_Subtract, PointFApi::call_000_SubtractSizeF>(),
-    behavior<&f_is_empty, PointFApi::get_IsEmpty>(),
-    behavior<&f_get_x, PointFApi::get_X>(),
-    behavior<&f_set_x, PointFApi::set_X>(),
-    behavior<&f_get_y, PointFApi::get_Y>(),
-    behavior<&f_set_y, PointFApi::set_Y>(),
+    behavior<&MembersF::from_numbers, api::PointF::ctor_000_PointF>(),
+    behavior<&MembersF::empty, api::PointF::ctor_001_PointF>(),
+    behavior<&add_whole, api::PointF::call_000_Add, api::PointF::call_000_AddSize>(),
+    behavior<&MembersF::add, api::PointF::call_001_Add, api::PointF::call_000_AddSizeF>(),
+    behavior<&subtract_whole, api::PointF::call_000_Subtract, api::PointF::call_000_SubtractSize>(),
+    behavior<&MembersF::subtract, api::PointF::call_001_Subtract, api::PointF::call_000_SubtractSizeF>(),
 });
 
-const FactoryRegistration point_factory(kPoint, [](const TypeInfo&) { return box(PointValue()); });
-const FactoryRegistration point_f_factory(kPointF, [](const TypeInfo&) { return box(PointFValue()); });
+// ---- Factories and conversions
 
-const ConversionRegistration to_point_f(kPoint, kPointF, [](ManagedObject& point) {
+const FactoryRegistration factory(api::Point::kType.name, new_box<PointValue>);
+const FactoryRegistration factory_f(api::PointF::kType.name, new_box<PointFValue>);
+
+const ConversionRegistration to_point_f(api::Point::kType.name, api::PointF::kType.name, [](ManagedObject& point) {
     const auto& value = unbox<PointValue>(point);
     return box(PointFValue{static_cast<float>(value.x), static_cast<float>(value.y)});
 });
-const ConversionRegistration to_size(kPoint, StructTraits<SizeValue>::kName, [](ManagedObject& point) {
+const ConversionRegistration to_size(api::Point::kType.name, api::Size::kType.name, [](ManagedObject& point) {
     const auto& value = unbox<PointValue>(point);
     return box(SizeValue{value.x, value.y});
 });

@@ -1,228 +1,236 @@
-// Rectangle: members, text and hash. A rectangle holds its left and top edge, and not its right and bottom one.
+// Rectangle and RectangleF: members, text, hash and conversions.
+//
+// A rectangle contains its left and top edge, but not its right and bottom one.
 #include <algorithm>
+#include <type_traits>
 
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/values/geometry.h"
+#include "runtime/native/behaviors/values/hashing.h"
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
 
 namespace zelmor::embed {
 
-std::u16string text_of(const RectangleValue& value) {
-    return u"{X=" + number_text(int64_t{value.x}) + u",Y=" + number_text(int64_t{value.y}) + u",Width=" +
-           number_text(int64_t{value.width}) + u",Height=" + number_text(int64_t{value.height}) + u"}";
-}
-int32_t hash_of(const RectangleValue& value) {
-    return combined_hash(value.x, value.y, value.width, value.height);
-}
-
 namespace {
 
-int32_t right(const RectangleValue& r) {
-    return wrapping_add(r.x, r.width);
-}
-int32_t bottom(const RectangleValue& r) {
-    return wrapping_add(r.y, r.height);
-}
+template <class Number>
+struct RectangleMembers {
+    using Point = typename Geometry<Number>::Point;
+    using Size = typename Geometry<Number>::Size;
+    using Rectangle = typename Geometry<Number>::Rectangle;
 
-RectangleValue from_numbers(int32_t x, int32_t y, int32_t width, int32_t height) {
-    return {x, y, width, height};
-}
-RectangleValue from_parts(const PointValue& location, const SizeValue& size) {
-    return {location.x, location.y, size.width, size.height};
-}
-RectangleValue empty() {
-    return {};
-}
+    static std::u16string text(const Rectangle& r) {
+        return u"{X=" + coordinate_text(r.x) + u",Y=" + coordinate_text(r.y) + u",Width=" + coordinate_text(r.width) +
+               u",Height=" + coordinate_text(r.height) + u"}";
+    }
+    static int32_t hash(const Rectangle& r) {
+        return combined_hash(hash_word(r.x), hash_word(r.y), hash_word(r.width), hash_word(r.height));
+    }
 
-RectangleValue from_edges(int32_t left, int32_t top, int32_t right, int32_t bottom) {
-    return {left, top, wrapping_subtract(right, left), wrapping_subtract(bottom, top)};
-}
-// Two corners in any order.
-RectangleValue from_points(const PointValue& a, const PointValue& b) {
-    return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y));
-}
+    static Number right_of(const Rectangle& r) { return sum(r.x, r.width); }
+    static Number bottom_of(const Rectangle& r) { return sum(r.y, r.height); }
 
-template <int32_t (*Rounded)(float)>
+    // ---- Making rectangles
+
+    static Rectangle from_numbers(Number x, Number y, Number width, Number height) { return {x, y, width, height}; }
+    static Rectangle from_parts(const Point& location, const Size& size) {
+        return {location.x, location.y, size.width, size.height};
+    }
+    static Rectangle empty() { return {}; }
+    static Rectangle from_edges(Number left, Number top, Number right, Number bottom) {
+        return {left, top, difference(right, left), difference(bottom, top)};
+    }
+    // Two corners in any order.
+    static Rectangle from_points(const Point& a, const Point& b) {
+        return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y));
+    }
+
+    // ---- Rectangles from others
+
+    static Rectangle inflated(const Rectangle& r, Number x, Number y) {
+        return {difference(r.x, x), difference(r.y, y), sum(r.width, sum(x, x)), sum(r.height, sum(y, y))};
+    }
+    static void inflate(Rectangle& self, Number width, Number height) { self = inflated(self, width, height); }
+    static void inflate_by(Rectangle& self, const Size& size) { inflate(self, size.width, size.height); }
+
+    static Rectangle intersected(const Rectangle& a, const Rectangle& b) {
+        const Number x1 = std::max(a.x, b.x), x2 = std::min(right_of(a), right_of(b));
+        const Number y1 = std::max(a.y, b.y), y2 = std::min(bottom_of(a), bottom_of(b));
+        return x2 >= x1 && y2 >= y1 ? from_edges(x1, y1, x2, y2) : Rectangle();
+    }
+    static void intersect(Rectangle& self, const Rectangle& other) { self = intersected(self, other); }
+
+    static Rectangle united(const Rectangle& a, const Rectangle& b) {
+        return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(right_of(a), right_of(b)),
+                          std::max(bottom_of(a), bottom_of(b)));
+    }
+
+    static void offset(Rectangle& self, Number x, Number y) {
+        self.x = sum(self.x, x);
+        self.y = sum(self.y, y);
+    }
+    static void offset_by(Rectangle& self, const Point& by) { offset(self, by.x, by.y); }
+
+    // A negative width or height becomes a positive one of the same area.
+    static void normalize(Rectangle& self) {
+        if (self.width < 0) {
+            self.x = right_of(self);
+            self.width = difference(Number(0), self.width);
+        }
+        if (self.height < 0) {
+            self.y = bottom_of(self);
+            self.height = difference(Number(0), self.height);
+        }
+    }
+
+    // ---- Questions
+
+    static bool contains_xy(Rectangle& self, Number x, Number y) {
+        return self.x <= x && x < right_of(self) && self.y <= y && y < bottom_of(self);
+    }
+    static bool contains_point(Rectangle& self, const Point& point) { return contains_xy(self, point.x, point.y); }
+    static bool contains(Rectangle& self, const Rectangle& other) {
+        return self.x <= other.x && right_of(other) <= right_of(self) && self.y <= other.y &&
+               bottom_of(other) <= bottom_of(self);
+    }
+    static bool intersects_with(Rectangle& self, const Rectangle& other) {
+        return other.x < right_of(self) && self.x < right_of(other) && other.y < bottom_of(self) &&
+               self.y < bottom_of(other);
+    }
+    // One of whole numbers is empty when all of them are zero, the other one when it has no area.
+    static bool is_empty(Rectangle& self) {
+        if constexpr (std::is_integral_v<Number>) {
+            return self == Rectangle();
+        } else {
+            return self.width <= 0 || self.height <= 0;
+        }
+    }
+
+    // ---- Properties
+
+    static Point get_location(Rectangle& self) { return {self.x, self.y}; }
+    static void set_location(Rectangle& self, const Point& location) {
+        self.x = location.x;
+        self.y = location.y;
+    }
+    static Size get_size(Rectangle& self) { return {self.width, self.height}; }
+    static void set_size(Rectangle& self, const Size& size) {
+        self.width = size.width;
+        self.height = size.height;
+    }
+
+    // Setting an edge moves that edge alone; the opposite one stays.
+    static Number get_left(Rectangle& self) { return self.x; }
+    static void set_left(Rectangle& self, Number edge) {
+        self = from_edges(edge, self.y, right_of(self), bottom_of(self));
+    }
+    static Number get_top(Rectangle& self) { return self.y; }
+    static void set_top(Rectangle& self, Number edge) {
+        self = from_edges(self.x, edge, right_of(self), bottom_of(self));
+    }
+    static Number get_right(Rectangle& self) { return right_of(self); }
+    static void set_right(Rectangle& self, Number edge) { self.width = difference(edge, self.x); }
+    static Number get_bottom(Rectangle& self) { return bottom_of(self); }
+    static void set_bottom(Rectangle& self, Number edge) { self.height = difference(edge, self.y); }
+};
+
+template <class Number, class Api>
+BehaviorTable shared_members() {
+    using Members = RectangleMembers<Number>;
+    using Rectangle = typename Members::Rectangle;
+    return BehaviorTable({
+        behavior<&Members::empty, Api::getsa_Empty>(),
+        behavior<&Members::from_points, Api::call_000_FromPoints>(),
+        behavior<&Members::from_edges, Api::call_000_FromLeftTopRightBottom>(),
+        behavior<&Members::inflated, Api::call_000_Inflate, Api::call_000_InflateRect>(),
+        behavior<&Members::inflate_by, Api::call_001_Inflate>(),
+        behavior<&Members::inflate, Api::call_002_Inflate>(),
+        behavior<&Members::intersected, Api::call_000_Intersect, Api::call_000_IntersectRects>(),
+        behavior<&Members::intersect, Api::call_001_Intersect>(),
+        behavior<&Members::united, Api::call_000_Union>(),
+        behavior<&Members::contains_xy, Api::call_000_Contains>(),
+        behavior<&Members::contains_point, Api::call_001_Contains>(),
+        behavior<&Members::contains, Api::call_002_Contains>(),
+        behavior<&Members::offset_by, Api::call_000_Offset>(),
+        behavior<&Members::offset, Api::call_001_Offset>(),
+        behavior<&Members::intersects_with, Api::call_000_IntersectsWith>(),
+        behavior<&Members::normalize, Api::call_000_Normalize>(),
+        behavior<&Members::is_empty, Api::get_IsEmpty>(),
+        property<&Members::get_location, &Members::set_location, Api::property_Location>(),
+        property<&Members::get_size, &Members::set_size, Api::property_Size>(),
+        field<&Rectangle::x, Api::property_X>(),
+        field<&Rectangle::y, Api::property_Y>(),
+        field<&Rectangle::width, Api::property_Width>(),
+        field<&Rectangle::height, Api::property_Height>(),
+        property<&Members::get_left, &Members::set_left, Api::property_Left>(),
+        property<&Members::get_top, &Members::set_top, Api::property_Top>(),
+        property<&Members::get_right, &Members::set_right, Api::property_Right>(),
+        property<&Members::get_bottom, &Members::set_bottom, Api::property_Bottom>(),
+    });
+}
+const BehaviorTable shared_table = shared_members<int32_t, api::Rectangle>();
+const BehaviorTable shared_f_table = shared_members<float, api::RectangleF>();
+
+// ---- Rectangle
+
+using Members = RectangleMembers<int32_t>;
+
+template <int32_t (*kRounded)(float)>
 RectangleValue rounded(const RectangleFValue& r) {
-    return {Rounded(r.x), Rounded(r.y), Rounded(r.width), Rounded(r.height)};
+    return {kRounded(r.x), kRounded(r.y), kRounded(r.width), kRounded(r.height)};
 }
-
-RectangleValue inflated(const RectangleValue& r, int32_t x, int32_t y) {
-    return {wrapping_subtract(r.x, x), wrapping_subtract(r.y, y), wrapping_add(r.width, wrapping_add(x, x)),
-            wrapping_add(r.height, wrapping_add(y, y))};
-}
-void inflate(RectangleValue& self, int32_t width, int32_t height) {
-    self = inflated(self, width, height);
-}
-void inflate_by(RectangleValue& self, const SizeValue& size) {
-    inflate(self, size.width, size.height);
-}
-
-RectangleValue intersected(const RectangleValue& a, const RectangleValue& b) {
-    const int32_t x1 = std::max(a.x, b.x), x2 = std::min(right(a), right(b));
-    const int32_t y1 = std::max(a.y, b.y), y2 = std::min(bottom(a), bottom(b));
-    return x2 >= x1 && y2 >= y1 ? from_edges(x1, y1, x2, y2) : RectangleValue();
-}
-void intersect(RectangleValue& self, const RectangleValue& other) {
-    self = intersected(self, other);
-}
-
-RectangleValue united(const RectangleValue& a, const RectangleValue& b) {
-    return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(right(a), right(b)),
-                      std::max(bottom(a), bottom(b)));
-}
-
-bool contains_xy(RectangleValue& self, int32_t x, int32_t y) {
-    return self.x <= x && x < right(self) && self.y <= y && y < bottom(self);
-}
-bool contains_point(RectangleValue& self, const PointValue& point) {
-    return contains_xy(self, point.x, point.y);
-}
-bool contains(RectangleValue& self, const RectangleValue& other) {
-    return self.x <= other.x && right(other) <= right(self) && self.y <= other.y && bottom(other) <= bottom(self);
-}
-bool intersects_with(RectangleValue& self, const RectangleValue& other) {
-    return other.x < right(self) && self.x < right(other) && other.y < bottom(self) && self.y < bottom(other);
-}
-
-void offset(RectangleValue& self, int32_t x, int32_t y) {
-    self.x = wrapping_add(self.x, x);
-    self.y = wrapping_add(self.y, y);
-}
-void offset_by(RectangleValue& self, const PointValue& by) {
-    offset(self, by.x, by.y);
-}
-
-// A negative width or height becomes a positive one of the same area.
-void normalize(RectangleValue& self) {
-    if (self.width < 0) {
-        self.x = right(self);
-        self.width = wrapping_subtract(0, self.width);
-    }
-    if (self.height < 0) {
-        self.y = bottom(self);
-        self.height = wrapping_subtract(0, self.height);
-    }
-}
-
-PointValue get_location(RectangleValue& self) {
-    return {self.x, self.y};
-}
-void set_location(RectangleValue& self, const PointValue& location) {
-    self.x = location.x;
-    self.y = location.y;
-}
-SizeValue get_size(RectangleValue& self) {
-    return {self.width, self.height};
-}
-void set_size(RectangleValue& self, const SizeValue& size) {
-    self.width = size.width;
-    self.height = size.height;
-}
-int32_t get_x(RectangleValue& self) {
-    return self.x;
-}
-void set_x(RectangleValue& self, int32_t x) {
-    self.x = x;
-}
-int32_t get_y(RectangleValue& self) {
-    return self.y;
-}
-void set_y(RectangleValue& self, int32_t y) {
-    self.y = y;
-}
-int32_t get_width(RectangleValue& self) {
-    return self.width;
-}
-void set_width(RectangleValue& self, int32_t width) {
-    self.width = width;
-}
-int32_t get_height(RectangleValue& self) {
-    return self.height;
-}
-void set_height(RectangleValue& self, int32_t height) {
-    self.height = height;
-}
-
-// Setting an edge moves that edge alone; the opposite one stays.
-int32_t get_right(RectangleValue& self) {
-    return right(self);
-}
-void set_right(RectangleValue& self, int32_t edge) {
-    self.width = wrapping_subtract(edge, self.x);
-}
-int32_t get_bottom(RectangleValue& self) {
-    return bottom(self);
-}
-void set_bottom(RectangleValue& self, int32_t edge) {
-    self.height = wrapping_subtract(edge, self.y);
-}
-void set_left(RectangleValue& self, int32_t edge) {
-    self = from_edges(edge, self.y, right(self), bottom(self));
-}
-void set_top(RectangleValue& self, int32_t edge) {
-    self = from_edges(self.x, edge, right(self), bottom(self));
-}
-
-bool is_empty(RectangleValue& self) {
-    return self == RectangleValue();
-}
-
-constexpr const char* kRectangle = "Zelmor.Imaging.Rectangle";
-using RectangleApi = api::Rectangle;
 
 const BehaviorTable table({
-    behavior<&from_numbers, RectangleApi::ctor_000_Rectangle>(),
-    behavior<&from_parts, RectangleApi::ctor_001_Rectangle>(),
-    behavior<&empty, RectangleApi::ctor_002_Rectangle, RectangleApi::getsa_Empty>(),
-    behavior<&from_points, RectangleApi::call_000_FromPoints>(),
-    behavior<&rounded<ceiling_to_int32>, RectangleApi::call_000_Ceiling>(),
-    behavior<&rounded<truncate_to_int32>, RectangleApi::call_000_Truncate>(),
-    behavior<&rounded<round_to_int32>, RectangleApi::call_000_Round>(),
-    behavior<&inflated, RectangleApi::call_000_Inflate, RectangleApi::call_000_InflateRect>(),
-    behavior<&inflate_by, RectangleApi::call_001_Inflate>(),
-    behavior<&inflate, RectangleApi::call_002_Inflate>(),
-    behavior<&intersected, RectangleApi::call_000_Intersect, RectangleApi::call_000_IntersectRects>(),
-    behavior<&intersect, RectangleApi::call_001_Intersect>(),
-    behavior<&united, RectangleApi::call_000_Union>(),
-    behavior<&from_edges, RectangleApi::call_000_FromLeftTopRightBottom>(),
-    behavior<&contains_xy, RectangleApi::call_000_Contains>(),
-    behavior<&contains_point, RectangleApi::call_001_Contains, RectangleApi::call_000_ContainsPoint>(),
-    behavior<&contains, RectangleApi::call_002_Contains, RectangleApi::call_000_ContainsRect>(),
-    behavior<&offset_by, RectangleApi::call_000_Offset>(),
-    behavior<&offset, RectangleApi::call_001_Offset>(),
-    behavior<&intersects_with, RectangleApi::call_000_IntersectsWith>(),
-    behavior<&normalize, RectangleApi::call_000_Normalize>(),
-    behavior<&get_location, RectangleApi::get_Location>(),
-    behavior<&set_location, RectangleApi::set_Location>(),
-    behavior<&get_size, RectangleApi::get_Size>(),
-    behavior<&set_size, RectangleApi::set_Size>(),
-    behavior<&get_x, RectangleApi::get_X, RectangleApi::get_Left>(),
-    behavior<&set_x, RectangleApi::set_X>(),
-    behavior<&get_y, RectangleApi::get_Y, RectangleApi::get_Top>(),
-    behavior<&set_y, RectangleApi::set_Y>(),
-    behavior<&get_width, RectangleApi::get_Width>(),
-    behavior<&set_width, RectangleApi::set_Width>(),
-    behavior<&get_height, RectangleApi::get_Height>(),
-    behavior<&set_height, RectangleApi::set_Height>(),
-    behavior<&set_left, RectangleApi::set_Left>(),
-    behavior<&set_top, RectangleApi::set_Top>(),
-    behavior<&get_right, RectangleApi::get_Right>(),
-    behavior<&set_right, RectangleApi::set_Right>(),
-    behavior<&get_bottom, RectangleApi::get_Bottom>(),
-    behavior<&set_bottom, RectangleApi::set_Bottom>(),
-    behavior<&is_empty, RectangleApi::get_IsEmpty>(),
+    behavior<&Members::from_numbers, api::Rectangle::ctor_000_Rectangle>(),
+    behavior<&Members::from_parts, api::Rectangle::ctor_001_Rectangle>(),
+    behavior<&Members::empty, api::Rectangle::ctor_002_Rectangle>(),
+    behavior<&rounded<&ceiling_to_int32>, api::Rectangle::call_000_Ceiling>(),
+    behavior<&rounded<&truncate_to_int32>, api::Rectangle::call_000_Truncate>(),
+    behavior<&rounded<&round_to_int32>, api::Rectangle::call_000_Round>(),
+    behavior<&Members::contains_point, api::Rectangle::call_000_ContainsPoint>(),
+    behavior<&Members::contains, api::Rectangle::call_000_ContainsRect>(),
 });
 
-const FactoryRegistration factory(kRectangle, [](const TypeInfo&) { return box(RectangleValue()); });
+// ---- RectangleF
 
-const ConversionRegistration to_rectangle_f(kRectangle, StructTraits<RectangleFValue>::kName, [](ManagedObject& r) {
-    const auto& value = unbox<RectangleValue>(r);
-    return box(RectangleFValue{static_cast<float>(value.x), static_cast<float>(value.y),
-                               static_cast<float>(value.width), static_cast<float>(value.height)});
+using MembersF = RectangleMembers<float>;
+
+const BehaviorTable table_f({
+    behavior<&MembersF::from_numbers, api::RectangleF::ctor_000_RectangleF>(),
+    behavior<&MembersF::from_parts, api::RectangleF::ctor_001_RectangleF>(),
+    behavior<&MembersF::empty, api::RectangleF::ctor_002_RectangleF>(),
+    behavior<&MembersF::contains_point, api::RectangleF::call_000_ContainsPointF>(),
+    behavior<&MembersF::contains, api::RectangleF::call_000_ContainsRectF>(),
 });
+
+// ---- Factories and conversions
+
+const FactoryRegistration factory(api::Rectangle::kType.name, new_box<RectangleValue>);
+const FactoryRegistration factory_f(api::RectangleF::kType.name, new_box<RectangleFValue>);
+
+const ConversionRegistration to_rectangle_f(api::Rectangle::kType.name, api::RectangleF::kType.name,
+                                            [](ManagedObject& rectangle) {
+                                                const auto& r = unbox<RectangleValue>(rectangle);
+                                                return box(RectangleFValue{
+                                                    static_cast<float>(r.x), static_cast<float>(r.y),
+                                                    static_cast<float>(r.width), static_cast<float>(r.height)});
+                                            });
 
 }  // namespace
+
+std::u16string text_of(const RectangleValue& value) {
+    return Members::text(value);
+}
+std::u16string text_of(const RectangleFValue& value) {
+    return MembersF::text(value);
+}
+int32_t hash_of(const RectangleValue& value) {
+    return Members::hash(value);
+}
+int32_t hash_of(const RectangleFValue& value) {
+    return MembersF::hash(value);
+}
 
 }  // namespace zelmor::embed

@@ -7,7 +7,7 @@
 
 namespace zelmor::embed {
 
-// The conversion instruction's answer: toward zero, and the smallest integer for what does not fit.
+// Toward zero. A number that does not fit becomes the smallest integer, as the processor's conversion has it.
 inline int32_t to_int32(double value) {
     if (!(value > -2147483649.0 && value < 2147483648.0)) {
         return INT32_MIN;
@@ -23,30 +23,6 @@ inline int32_t truncate_to_int32(float value) {
 // Halves go to the even neighbor.
 inline int32_t round_to_int32(float value) {
     return to_int32(std::nearbyint(static_cast<double>(value)));
-}
-
-// Addition and subtraction of the managed integers wrap around.
-inline int32_t wrapping_add(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
-}
-inline int32_t wrapping_subtract(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
-}
-
-// The hash of a few words, each in its place.
-template <class... Word>
-int32_t combined_hash(Word... words) {
-    uint32_t hash = 17;
-    ((hash = hash * 31 + static_cast<uint32_t>(words)), ...);
-    return static_cast<int32_t>(hash);
-}
-inline uint32_t float_word(float value) {
-    if (value == 0) {
-        return 0;  // both zeros are equal
-    }
-    uint32_t word;
-    __builtin_memcpy(&word, &value, sizeof word);
-    return word;
 }
 
 }  // namespace zelmor::embed

@@ -1,161 +1,125 @@
 // Size and SizeF: members, text, hash and conversions.
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/values/geometry.h"
+#include "runtime/native/behaviors/values/hashing.h"
 #include "runtime/native/behaviors/values/rounding.h"
 #include "runtime/native/core/conversions.h"
 #include "runtime/native/core/entry.h"
 
 namespace zelmor::embed {
 
-std::u16string text_of(const SizeValue& value) {
-    return u"{Width=" + number_text(int64_t{value.width}) + u", Height=" + number_text(int64_t{value.height}) + u"}";
-}
-std::u16string text_of(const SizeFValue& value) {
-    return u"{Width=" + number_text(value.width) + u", Height=" + number_text(value.height) + u"}";
-}
-int32_t hash_of(const SizeValue& value) {
-    return combined_hash(value.width, value.height);
-}
-int32_t hash_of(const SizeFValue& value) {
-    return combined_hash(float_word(value.width), float_word(value.height));
-}
-
 namespace {
 
-SizeValue from_point(const PointValue& point) {
-    return {point.x, point.y};
-}
-SizeValue from_numbers(int32_t width, int32_t height) {
-    return {width, height};
-}
-SizeValue empty() {
-    return {};
-}
+// ---- What both have
 
-SizeValue add(const SizeValue& a, const SizeValue& b) {
-    return {wrapping_add(a.width, b.width), wrapping_add(a.height, b.height)};
-}
-SizeValue subtract(const SizeValue& a, const SizeValue& b) {
-    return {wrapping_subtract(a.width, b.width), wrapping_subtract(a.height, b.height)};
-}
-SizeValue ceiling(const SizeFValue& size) {
-    return {ceiling_to_int32(size.width), ceiling_to_int32(size.height)};
-}
-SizeValue truncate(const SizeFValue& size) {
-    return {truncate_to_int32(size.width), truncate_to_int32(size.height)};
-}
-SizeValue round(const SizeFValue& size) {
-    return {round_to_int32(size.width), round_to_int32(size.height)};
-}
+template <class Number>
+struct SizeMembers {
+    using Point = typename Geometry<Number>::Point;
+    using Size = typename Geometry<Number>::Size;
 
-bool is_empty(SizeValue& self) {
-    return self == SizeValue();
-}
-int32_t get_width(SizeValue& self) {
-    return self.width;
-}
-void set_width(SizeValue& self, int32_t width) {
-    self.width = width;
-}
-int32_t get_height(SizeValue& self) {
-    return self.height;
-}
-void set_height(SizeValue& self, int32_t height) {
-    self.height = height;
-}
+    static std::u16string text(const Size& value) {
+        return u"{Width=" + coordinate_text(value.width) + u", Height=" + coordinate_text(value.height) + u"}";
+    }
+    static int32_t hash(const Size& value) { return combined_hash(hash_word(value.width), hash_word(value.height)); }
 
-constexpr const char* kSize = "Zelmor.Imaging.Size";
-using SizeApi = api::Size;
-using SizeFApi = api::SizeF;
+    static Size from_point(const Point& point) { return {point.x, point.y}; }
+    static Size from_numbers(Number width, Number height) { return {width, height}; }
+    static Size empty() { return {}; }
+    static bool is_empty(Size& self) { return self == Size(); }
+    static Size add(const Size& a, const Size& b) { return {sum(a.width, b.width), sum(a.height, b.height)}; }
+    static Size subtract(const Size& a, const Size& b) {
+        return {difference(a.width, b.width), difference(a.height, b.height)};
+    }
+};
+
+template <class Number, class Api>
+BehaviorTable shared_members() {
+    using Members = SizeMembers<Number>;
+    using Size = typename Members::Size;
+    return BehaviorTable({
+        behavior<&Members::empty, Api::getsa_Empty>(),
+        behavior<&Members::add, Api::call_000_Add>(),
+        behavior<&Members::subtract, Api::call_000_Subtract>(),
+        behavior<&Members::is_empty, Api::get_IsEmpty>(),
+        field<&Size::width, Api::property_Width>(),
+        field<&Size::height, Api::property_Height>(),
+    });
+}
+const BehaviorTable shared_table = shared_members<int32_t, api::Size>();
+const BehaviorTable shared_f_table = shared_members<float, api::SizeF>();
+
+// ---- Size
+
+using Members = SizeMembers<int32_t>;
+
+template <int32_t (*kRounded)(float)>
+SizeValue rounded(const SizeFValue& size) {
+    return {kRounded(size.width), kRounded(size.height)};
+}
 
 const BehaviorTable size_table({
-    behavior<&from_point, SizeApi::ctor_000_Size>(),
-    behavior<&from_numbers, SizeApi::ctor_001_Size>(),
-    behavior<&empty, SizeApi::ctor_002_Size, SizeApi::getsa_Empty>(),
-    behavior<&add, SizeApi::call_000_Add>(),
-    behavior<&ceiling, SizeApi::call_000_Ceiling>(),
-    behavior<&subtract, SizeApi::call_000_Subtract>(),
-    behavior<&truncate, SizeApi::call_000_Truncate>(),
-    behavior<&round, SizeApi::call_000_Round>(),
-    behavior<&is_empty, SizeApi::get_IsEmpty>(),
-    behavior<&get_width, SizeApi::get_Width>(),
-    behavior<&set_width, SizeApi::set_Width>(),
-    behavior<&get_height, SizeApi::get_Height>(),
-    behavior<&set_height, SizeApi::set_Height>(),
+    behavior<&Members::from_point, api::Size::ctor_000_Size>(),
+    behavior<&Members::from_numbers, api::Size::ctor_001_Size>(),
+    behavior<&Members::empty, api::Size::ctor_002_Size>(),
+    behavior<&rounded<&ceiling_to_int32>, api::Size::call_000_Ceiling>(),
+    behavior<&rounded<&truncate_to_int32>, api::Size::call_000_Truncate>(),
+    behavior<&rounded<&round_to_int32>, api::Size::call_000_Round>(),
 });
 
-SizeFValue f_copy(const SizeFValue& size) {
+// ---- SizeF
+
+using MembersF = SizeMembers<float>;
+
+SizeFValue copy(const SizeFValue& size) {
     return size;
 }
-SizeFValue f_from_point(const PointFValue& point) {
-    return {point.x, point.y};
-}
-SizeFValue f_from_numbers(float width, float height) {
-    return {width, height};
-}
-SizeFValue f_empty() {
-    return {};
-}
-
-SizeFValue f_add(const SizeFValue& a, const SizeFValue& b) {
-    return {a.width + b.width, a.height + b.height};
-}
-SizeFValue f_subtract(const SizeFValue& a, const SizeFValue& b) {
-    return {a.width - b.width, a.height - b.height};
-}
-PointFValue f_to_point(SizeFValue& self) {
+PointFValue to_point(SizeFValue& self) {
     return {self.width, self.height};
 }
-SizeValue f_to_size(SizeFValue& self) {
-    return truncate(self);
+SizeValue to_size(SizeFValue& self) {
+    return rounded<&truncate_to_int32>(self);
 }
 
-bool f_is_empty(SizeFValue& self) {
-    return self.width == 0 && self.height == 0;
-}
-float f_get_width(SizeFValue& self) {
-    return self.width;
-}
-void f_set_width(SizeFValue& self, float width) {
-    self.width = width;
-}
-float f_get_height(SizeFValue& self) {
-    return self.height;
-}
-void f_set_height(SizeFValue& self, float height) {
-    self.height = height;
-}
-
-constexpr const char* kSizeF = "Zelmor.Imaging.SizeF";
 const BehaviorTable size_f_table({
-    behavior<&f_copy, SizeFApi::ctor_000_SizeF, SizeFApi::call_000_CreateFromSizeF>(),
-    behavior<&f_from_point, SizeFApi::ctor_001_SizeF, SizeFApi::call_000_CreateFromPointF>(),
-    behavior<&f_from_numbers, SizeFApi::ctor_002_SizeF>(),
-    behavior<&f_empty, SizeFApi::ctor_003_SizeF, SizeFApi::getsa_Empty>(),
-    behavior<&f_add, SizeFApi::call_000_Add>(),
-    behavior<&f_subtract, SizeFApi::call_000_Subtract>(),
-    behavior<&f_to_point, SizeFApi::call_000_ToPointF>(),
-    behavior<&f_to_size, SizeFApi::call_000_ToSize>(),
-    behavior<&f_is_empty, SizeFApi::get_IsEmpty>(),
-    behavior<&f_get_width, SizeFApi::get_Width>(),
-    behavior<&f_set_width, SizeFApi::set_Width>(),
-    behavior<&f_get_height, SizeFApi::get_Height>(),
-    behavior<&f_set_height, SizeFApi::set_Height>(),
+    behavior<&copy, api::SizeF::ctor_000_SizeF, api::SizeF::call_000_CreateFromSizeF>(),
+    behavior<&MembersF::from_point, api::SizeF::ctor_001_SizeF, api::SizeF::call_000_CreateFromPointF>(),
+    behavior<&MembersF::from_numbers, api::SizeF::ctor_002_SizeF>(),
+    behavior<&MembersF::empty, api::SizeF::ctor_003_SizeF>(),
+    behavior<&to_point, api::SizeF::call_000_ToPointF>(),
+    behavior<&to_size, api::SizeF::call_000_ToSize>(),
 });
 
-const FactoryRegistration size_factory(kSize, [](const TypeInfo&) { return box(SizeValue()); });
-const FactoryRegistration size_f_factory(kSizeF, [](const TypeInfo&) { return box(SizeFValue()); });
+// ---- Factories and conversions
 
-const ConversionRegistration to_size_f(kSize, kSizeF, [](ManagedObject& size) {
+const FactoryRegistration factory(api::Size::kType.name, new_box<SizeValue>);
+const FactoryRegistration factory_f(api::SizeF::kType.name, new_box<SizeFValue>);
+
+const ConversionRegistration size_to_size_f(api::Size::kType.name, api::SizeF::kType.name, [](ManagedObject& size) {
     const auto& value = unbox<SizeValue>(size);
     return box(SizeFValue{static_cast<float>(value.width), static_cast<float>(value.height)});
 });
-const ConversionRegistration to_point(kSize, StructTraits<PointValue>::kName, [](ManagedObject& size) {
+const ConversionRegistration size_to_point(api::Size::kType.name, api::Point::kType.name, [](ManagedObject& size) {
     const auto& value = unbox<SizeValue>(size);
     return box(PointValue{value.width, value.height});
 });
-const ConversionRegistration f_to_point_f(kSizeF, StructTraits<PointFValue>::kName,
-                                          [](ManagedObject& size) { return box(f_to_point(unbox<SizeFValue>(size))); });
+const ConversionRegistration size_f_to_point_f(api::SizeF::kType.name, api::PointF::kType.name,
+                                               [](ManagedObject& size) {
+                                                   return box(to_point(unbox<SizeFValue>(size)));
+                                               });
 
 }  // namespace
+
+std::u16string text_of(const SizeValue& value) {
+    return Members::text(value);
+}
+std::u16string text_of(const SizeFValue& value) {
+    return MembersF::text(value);
+}
+int32_t hash_of(const SizeValue& value) {
+    return Members::hash(value);
+}
+int32_t hash_of(const SizeFValue& value) {
+    return MembersF::hash(value);
+}
 
 }  // namespace zelmor::embed

@@ -1,8 +1,9 @@
-"""Uses every member of every class again and again and tells where Python's memory grows with each use.
+"""Uses every member of every class repeatedly and reports where Python's memory grows with each use.
 
-Run as a program (`make growth`), with parts of class names to look at those alone. What counts is the blocks that
-Python has allocated: a reference too many keeps its object. The first uses fill caches and do not count; a class is
-reported that grows in each of the rest. The views that the calls of a Python file leave behind are known and taken off.
+Run as a program (`make growth`), with parts of class names to select classes. It counts the memory blocks that Python
+has allocated: an object with a leaked reference is never freed. The first rounds fill caches and are not counted; a
+class that grows in each of the later rounds is reported. The memoryviews that calls of a Python file leave behind are
+counted and subtracted.
 """
 
 from __future__ import annotations
@@ -39,7 +40,7 @@ USES: list[tuple[Callable[[Type], None], Callable[[Type], object]]] = [
 
 
 class CountingFile(io.BytesIO):
-    """A file that counts the views that it is called with."""
+    """A file that counts the memoryviews that it is called with."""
 
     views = 0
 
@@ -53,14 +54,14 @@ class CountingFile(io.BytesIO):
 
 
 def blocks() -> int:
-    """The blocks that are allocated, but for those of garbage, of names in the cache of type attributes and views."""
+    """The number of allocated blocks, without garbage, names in the cache of type attributes, and memoryviews."""
     gc.collect()
     sys._clear_type_cache()
     return sys.getallocatedblocks() - CountingFile.views
 
 
 def growth(test: Callable[[Type], None], entry: Type) -> list[int]:
-    """By how many blocks more there are after each of the rounds."""
+    """The growth of that number in each of the rounds."""
     found = []
     for number in range(WARM_UP + ROUNDS):
         before = blocks()
@@ -83,7 +84,7 @@ def main() -> int:
                     looked += 1
                     try:
                         found = growth(test, entry)
-                    except AssertionError as error:  # the sweep itself finds fault, which is told, and hides no other
+                    except AssertionError as error:  # the sweep may fail; a failure is reported and hides no other
                         failed += 1
                         print(f"{test.__name__} {entry.full_name} fails: {error}", flush=True)
                         continue

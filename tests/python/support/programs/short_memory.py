@@ -1,8 +1,8 @@
-"""A program that makes allocations of the interpreter fail during calls into the library, one after the other.
+"""A program that makes each allocation of the interpreter fail, one after the other, during calls into the library.
 
-For each call it counts the points at which an allocation failed, and prints as JSON what went wrong at any of them. A
-call during which memory is short may end as always (where what failed was not needed after all), or by a MemoryError,
-by itself or behind the exception that is raised.
+For each call it counts the failing allocations, and prints as JSON what went wrong at any of them. A call with a failed
+allocation may succeed as usual (if the allocation was not essential), or raise a MemoryError, directly or as the cause
+or context of another exception.
 """
 
 from __future__ import annotations
@@ -39,7 +39,7 @@ LONG = "a text that nobody has kept " * 3
 
 
 def calls() -> dict[str, Callable[[], Any]]:
-    """Calls of every kind, each with a result that is equal from run to run."""
+    """Calls of every kind, each with a result that is the same in every run."""
     variants, texts, numbers = make_interop("arrlist", VARIANTS()), make_typed(STRING, "list", ["a", LONG]), \
         make_typed(INT32, "array", [1, 10**9, 3])
     interface, counted = make_interop("ilist", ["b", 2.5]), make_interop("icol", [10**9, "c"])
@@ -124,8 +124,8 @@ def calls() -> dict[str, Callable[[], Any]]:
 
 
 def outcome(call: Callable[[], Any], point: int) -> tuple[Any, BaseException | None]:
-    """What the call gives while its allocation of this number fails. One fails alone: the interpreter itself gives up
-    where there is nothing left to make an exception of."""
+    """The outcome of the call in which the allocation with this number fails. Only this one fails: if all later ones
+    failed too, the interpreter could not even create an exception and would give up."""
     result, raised = None, None
     _testcapi.set_nomemory(point, point + 1)
     try:
@@ -138,14 +138,14 @@ def outcome(call: Callable[[], Any], point: int) -> tuple[Any, BaseException | N
 
 
 def told(result: Any, raised: BaseException | None) -> Any:
-    """An outcome to compare."""
+    """An outcome in a form that can be compared."""
     return ("result", result) if raised is None else ("raised", type(raised).__name__, str(raised))
 
 
 def for_want_of_memory(error: BaseException | None) -> bool:
-    """Whether an exception tells of short memory, by itself or by what stands behind it."""
+    """Whether an exception reports exhausted memory, itself or through its cause or context."""
     while error is not None:
-        # A failure that went through the managed side comes back as text, which can be that of a broken import alone.
+        # A failure that crossed the managed side arrives as text, which may be only the message of the broken import.
         text = str(error)
         if isinstance(error, MemoryError) or "MemoryError" in text or (
                 text.startswith("Proxy error(PythonException)") and "ImportError" in text):
@@ -155,9 +155,9 @@ def for_want_of_memory(error: BaseException | None) -> bool:
 
 
 def by_the_interpreter(raised: BaseException | None, usual: Any) -> bool:
-    """Whether the interpreter itself changes an outcome so, whatever raised an exception: it loses the text that it
-    cannot format, or the whole exception when it cannot note the line in it; and its import of a capsule has one
-    message for all failures."""
+    """Whether the interpreter itself causes such an outcome, whatever raised the exception: it drops a text that it
+    cannot format, or the whole exception if it cannot add the line to the traceback; and its import of a capsule has
+    the same message for all failures."""
     if isinstance(raised, SystemError):
         return str(raised) == "error return without exception set"
     if isinstance(raised, ImportError):
@@ -165,15 +165,15 @@ def by_the_interpreter(raised: BaseException | None, usual: Any) -> bool:
     return usual[0] == "raised" and type(raised).__name__ == usual[1]
 
 
-#: An allocation far behind the last of any call.
+#: A number far above that of the last allocation of any call.
 NEVER = 1 << 30
-#: So many points in a row without an effect are behind the last allocation of the call.
+#: If this many allocations in a row have no effect, the last allocation of the call is passed.
 QUIET = 40
 
 
 def sweep(call: Callable[[], Any]) -> tuple[int, list[str]]:
-    """Over every allocation of the call: how many had an effect, and what went wrong."""
-    for _ in range(3):  # the first may fill caches
+    """Tries every allocation of the call: the number that had an effect, and the failures."""
+    for _ in range(3):  # the first run may fill caches
         usual = told(*outcome(call, NEVER))
     faults: list[str] = []
     felt = point = quiet = 0
@@ -192,7 +192,7 @@ def sweep(call: Callable[[], Any]) -> tuple[int, list[str]]:
 
 
 def main() -> None:
-    """The sweeps over all calls, or over those that are named."""
+    """Runs the sweeps over all calls, or over the named ones."""
     wanted = sys.argv[1:]
     json.dump({name: sweep(call) for name, call in calls().items() if not wanted or name in wanted}, sys.stdout)
 

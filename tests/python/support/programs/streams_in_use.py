@@ -1,8 +1,8 @@
-"""Every operation on a stream, while the file behind it takes the stream away in each of the calls that this makes.
+"""Runs every operation on a stream while the file behind it, in one of its calls, takes the stream away.
 
 A program of its own, run by streams/test_in_use.py with freed memory overwritten: `streams_in_use.py SUBJECT MEDDLING
-DIRECTORY`. For each operation it writes a line of JSON: the name, how many calls of the file it takes undisturbed, and
-what came of it for each call that was meddled with.
+DIRECTORY`. For each operation it prints a line of JSON: the name, the number of calls of the file in an undisturbed
+run, and the outcome for each of these calls in which the file interferes.
 """
 
 from __future__ import annotations
@@ -34,7 +34,7 @@ Operation = Callable[[Any, Trigger], Any]
 
 
 def filled(size: int, fill: Callable[[bytearray], Any]) -> bytes:
-    """What an operation puts in a buffer."""
+    """The content of a buffer after an operation."""
     buffer = bytearray(size)
     fill(buffer)
     return bytes(buffer)
@@ -46,7 +46,7 @@ def put(name: str, value: int) -> Operation:
 
 
 def saved(save: Callable[[MeddlingFile], None], trigger: Trigger) -> bytes:
-    """What an operation writes to a meddling file."""
+    """The bytes that an operation writes to a re-entrant file."""
     target = MeddlingFile(trigger)
     save(target)
     return target.memory.getvalue()
@@ -151,7 +151,7 @@ def tiff() -> dict[str, Operation]:
 
 
 def joined(file: MeddlingFile, owned: bool) -> SplitStreamContainer:
-    """Pieces of two meddling files, with one of memory between them."""
+    """Parts of two re-entrant files, with a part in memory between them."""
     container = SplitStreamContainer(file, owned)
     container.insert(20, StreamContainer(MeddlingFile(file.trigger, b"one\ntwo\n" * 4)), owned)
     container.insert(30, StreamContainer(io.BytesIO(b"three")), owned)
@@ -159,7 +159,7 @@ def joined(file: MeddlingFile, owned: bool) -> SplitStreamContainer:
 
 
 def on_disk() -> FileStreamContainer:
-    """A container over a file on disk: only where it is saved to can meddle."""
+    """A container over a file on disk: here only the target of a save can be a re-entrant file."""
     path = DIRECTORY / "content"
     path.write_bytes(CONTENT)
     return FileStreamContainer.open_file_stream(str(path))
@@ -192,17 +192,17 @@ SUBJECTS: dict[str, tuple[Callable[[MeddlingFile], Any], dict[str, Operation]]] 
 
 
 def insert(subject: Any) -> None:
-    """Moves the pieces of a joined stream."""
+    """Moves the parts of a joined stream."""
     subject.insert(0, StreamContainer(io.BytesIO(b"more")), True)
 
 
 def shorten(subject: Any) -> None:
-    """Cuts the pieces of a joined stream."""
+    """Cuts the parts of a joined stream."""
     subject.length = 1
 
 
 def use(subject: Any) -> None:
-    """Reads and writes in the middle of something else."""
+    """Reads and writes in the middle of another operation."""
     subject.read_byte()
     subject.seek(0, SeekOrigin.BEGIN)
     subject.write(b"here")
@@ -219,7 +219,8 @@ MEDDLING: dict[str, Callable[[Any], None]] = {
 
 
 def attempt(make: Callable[[MeddlingFile], Any], run: Operation, meddling: str, at: int) -> tuple[str, Any, int]:
-    """What came of one operation: the managed name of its exception, or nothing, and its result; the calls it took."""
+    """The outcome of one operation: the managed name of its exception, or nothing, and its result; and the number of
+    calls of the file."""
     trigger = Trigger(at, in_thread=meddling.endswith("thread"))
     subject = make(MeddlingFile(trigger, CONTENT))
     failed: list[str] = []
@@ -249,7 +250,7 @@ def main() -> None:
     make, operations = SUBJECTS[sys.argv[1]]
     for name, run in operations.items():
         failure, expected, calls = attempt(make, run, sys.argv[2], 0)
-        print(json.dumps([name, calls, failure]), end="", flush=True)  # what crashed is the last line
+        print(json.dumps([name, calls, failure]), end="", flush=True)  # after a crash this is the last line
         outcomes = []
         for at in range(1, calls + 1):
             outcome, result, _ = attempt(make, run, sys.argv[2], at)

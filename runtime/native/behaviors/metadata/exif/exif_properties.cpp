@@ -3,16 +3,16 @@
 // A property without its tag is None, or zero or the first member where it is a number or an enumeration. Setting None
 // removes the tag.
 #include <algorithm>
-#include <array>
+#include <cassert>
 #include <string>
-#include <utility>
 
-#include "runtime/native/behaviors/metadata/entry_names.h"
+#include "generated/runtime/Zelmor.Imaging.Exif.h"
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tag_values.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
@@ -28,202 +28,244 @@ enum class Kind : uint8_t {
 };
 
 struct ExifProperty {
-    const char* name;  // managed
+    const PropertyName& property;
     ExifDirectory directory;
     uint16_t id;
     TiffType type;  // that the tag is made with
     Kind kind;
 };
 
+using Exif = api::Exif::ExifData;
+using JpegExif = api::Exif::JpegExifData;
+using ExifTag = api::Exif::ExifProperties;
 constexpr ExifDirectory kCommon = ExifDirectory::kCommon;
 constexpr ExifDirectory kOfExif = ExifDirectory::kExif;
 constexpr ExifDirectory kGps = ExifDirectory::kGps;
 
-constexpr ExifProperty text(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kAscii, Kind::kText};
+constexpr ExifProperty text(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
+    return {property, directory, static_cast<uint16_t>(tag), TiffType::kAscii, Kind::kText};
 }
-constexpr ExifProperty bytes(const char* name, ExifDirectory directory, uint16_t id,
+constexpr ExifProperty bytes(const PropertyName& property, ExifDirectory directory, ExifTag tag,
                              TiffType type = TiffType::kUndefined) {
-    return {name, directory, id, type, Kind::kBytes};
+    return {property, directory, static_cast<uint16_t>(tag), type, Kind::kBytes};
 }
-constexpr ExifProperty fraction(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kRational, Kind::kRational};
+constexpr ExifProperty comment(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
+    return {property, directory, static_cast<uint16_t>(tag), TiffType::kUndefined, Kind::kComment};
 }
-constexpr ExifProperty signed_fraction(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kSRational, Kind::kRational};
+constexpr ExifProperty fraction(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
+    return {property, directory, static_cast<uint16_t>(tag), TiffType::kRational, Kind::kRational};
 }
-constexpr ExifProperty fractions(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kRational, Kind::kArray};
+constexpr ExifProperty signed_fraction(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
+    return {property, directory, static_cast<uint16_t>(tag), TiffType::kSRational, Kind::kRational};
 }
-constexpr ExifProperty shorts(const char* name, ExifDirectory directory, uint16_t id) {
-    return {name, directory, id, TiffType::kShort, Kind::kArray};
+constexpr ExifProperty fractions(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
+    return {property, directory, static_cast<uint16_t>(tag), TiffType::kRational, Kind::kArray};
 }
-constexpr ExifProperty number(const char* name, ExifDirectory directory, uint16_t id,
+constexpr ExifProperty shorts(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
+    return {property, directory, static_cast<uint16_t>(tag), TiffType::kShort, Kind::kArray};
+}
+constexpr ExifProperty number(const PropertyName& property, ExifDirectory directory, ExifTag tag,
                               TiffType type = TiffType::kShort) {
-    return {name, directory, id, type, Kind::kInteger};
+    return {property, directory, static_cast<uint16_t>(tag), type, Kind::kInteger};
 }
 
 constexpr ExifProperty kProperties[] = {
-    text("Make", kCommon, 271),
-    fractions("WhitePoint", kCommon, 318),
+    text(Exif::property_Make, kCommon, ExifTag::kMake),
+    fractions(Exif::property_WhitePoint, kCommon, ExifTag::kWhitePoint),
 
-    fraction("ApertureValue", kOfExif, 37378),
-    text("BodySerialNumber", kOfExif, 42033),
-    signed_fraction("BrightnessValue", kOfExif, 37379),
-    bytes("CFAPattern", kOfExif, 41730),
-    text("CameraOwnerName", kOfExif, 42032),
-    number("ColorSpace", kOfExif, 40961),
-    bytes("ComponentsConfiguration", kOfExif, 37121),
-    fraction("CompressedBitsPerPixel", kOfExif, 37122),
-    number("Contrast", kOfExif, 41992),
-    number("CustomRendered", kOfExif, 41985),
-    text("DateTimeDigitized", kOfExif, 36868),
-    text("DateTimeOriginal", kOfExif, 36867),
-    bytes("DeviceSettingDescription", kOfExif, 41995),
-    fraction("DigitalZoomRatio", kOfExif, 41988),
-    bytes("ExifVersion", kOfExif, 36864),
-    signed_fraction("ExposureBiasValue", kOfExif, 37380),
-    fraction("ExposureIndex", kOfExif, 41493),
-    number("ExposureMode", kOfExif, 41986),
-    number("ExposureProgram", kOfExif, 34850),
-    fraction("ExposureTime", kOfExif, 33434),
-    fraction("FNumber", kOfExif, 33437),
-    number("FileSource", kOfExif, 41728, TiffType::kUndefined),
-    number("Flash", kOfExif, 37385),
-    fraction("FlashEnergy", kOfExif, 41483),
-    bytes("FlashpixVersion", kOfExif, 40960),
-    fraction("FocalLength", kOfExif, 37386),
-    number("FocalLengthIn35MmFilm", kOfExif, 41989),
-    number("FocalPlaneResolutionUnit", kOfExif, 41488),
-    fraction("FocalPlaneXResolution", kOfExif, 41486),
-    fraction("FocalPlaneYResolution", kOfExif, 41487),
-    number("GainControl", kOfExif, 41991),
-    fraction("Gamma", kOfExif, 42240),
-    number("IsoSpeed", kOfExif, 34867, TiffType::kLong),
-    number("IsoSpeedLatitudeYyy", kOfExif, 34868, TiffType::kLong),
-    number("IsoSpeedLatitudeZzz", kOfExif, 34869, TiffType::kLong),
-    number("PhotographicSensitivity", kOfExif, 34855),
-    text("ImageUniqueId", kOfExif, 42016),
-    text("LensMake", kOfExif, 42035),
-    text("LensModel", kOfExif, 42036),
-    text("LensSerialNumber", kOfExif, 42037),
-    fractions("LensSpecification", kOfExif, 42034),
-    number("LightSource", kOfExif, 37384),
-    bytes("MakerNoteRawData", kOfExif, exif_tags::kMakerNote),
-    fraction("MaxApertureValue", kOfExif, 37381),
-    number("MeteringMode", kOfExif, 37383),
-    bytes("Oecf", kOfExif, 34856),
-    number("PixelXDimension", kOfExif, 40962, TiffType::kLong),
-    number("PixelYDimension", kOfExif, 40963, TiffType::kLong),
-    number("RecommendedExposureIndex", kOfExif, 34866, TiffType::kLong),
-    text("RelatedSoundFile", kOfExif, 40964),
-    number("Saturation", kOfExif, 41993),
-    number("SceneCaptureType", kOfExif, 41990),
-    number("SceneType", kOfExif, 41729, TiffType::kUndefined),
-    number("SensingMethod", kOfExif, 41495),
-    number("SensitivityType", kOfExif, 34864),
-    number("Sharpness", kOfExif, 41994),
-    signed_fraction("ShutterSpeedValue", kOfExif, 37377),
-    bytes("SpatialFrequencyResponse", kOfExif, 41484),
-    text("SpectralSensitivity", kOfExif, 34852),
-    number("StandardOutputSensitivity", kOfExif, 34865, TiffType::kLong),
-    shorts("SubjectArea", kOfExif, 37396),
-    fraction("SubjectDistance", kOfExif, 37382),
-    number("SubjectDistanceRange", kOfExif, 41996),
-    shorts("SubjectLocation", kOfExif, 41492),
-    text("SubsecTime", kOfExif, 37520),
-    text("SubsecTimeDigitized", kOfExif, 37522),
-    text("SubsecTimeOriginal", kOfExif, 37521),
-    {"UserComment", kOfExif, 37510, TiffType::kUndefined, Kind::kComment},
-    number("WhiteBalance", kOfExif, 41987),
+    fraction(Exif::property_ApertureValue, kOfExif, ExifTag::kApertureValue),
+    text(Exif::property_BodySerialNumber, kOfExif, ExifTag::kBodySerialNumber),
+    signed_fraction(Exif::property_BrightnessValue, kOfExif, ExifTag::kBrightnessValue),
+    bytes(Exif::property_CFAPattern, kOfExif, ExifTag::kCfaPattern),
+    text(Exif::property_CameraOwnerName, kOfExif, ExifTag::kCameraOwnerName),
+    number(Exif::property_ColorSpace, kOfExif, ExifTag::kColorSpace),
+    bytes(Exif::property_ComponentsConfiguration, kOfExif, ExifTag::kComponentsConfiguration),
+    fraction(Exif::property_CompressedBitsPerPixel, kOfExif, ExifTag::kCompressedBitsPerPixel),
+    number(Exif::property_Contrast, kOfExif, ExifTag::kContrast),
+    number(Exif::property_CustomRendered, kOfExif, ExifTag::kCustomRendered),
+    text(Exif::property_DateTimeDigitized, kOfExif, ExifTag::kDateTimeDigitized),
+    text(Exif::property_DateTimeOriginal, kOfExif, ExifTag::kDateTimeOriginal),
+    bytes(Exif::property_DeviceSettingDescription, kOfExif, ExifTag::kDeviceSettingDescription),
+    fraction(Exif::property_DigitalZoomRatio, kOfExif, ExifTag::kDigitalZoomRatio),
+    bytes(Exif::property_ExifVersion, kOfExif, ExifTag::kExifVersion),
+    signed_fraction(Exif::property_ExposureBiasValue, kOfExif, ExifTag::kExposureBiasValue),
+    fraction(Exif::property_ExposureIndex, kOfExif, ExifTag::kExposureIndex),
+    number(Exif::property_ExposureMode, kOfExif, ExifTag::kExposureMode),
+    number(Exif::property_ExposureProgram, kOfExif, ExifTag::kExposureProgram),
+    fraction(Exif::property_ExposureTime, kOfExif, ExifTag::kExposureTime),
+    fraction(Exif::property_FNumber, kOfExif, ExifTag::kFNumber),
+    number(Exif::property_FileSource, kOfExif, ExifTag::kFileSource, TiffType::kUndefined),
+    number(Exif::property_Flash, kOfExif, ExifTag::kFlash),
+    fraction(Exif::property_FlashEnergy, kOfExif, ExifTag::kFlashEnergy),
+    bytes(Exif::property_FlashpixVersion, kOfExif, ExifTag::kFlashpixVersion),
+    fraction(Exif::property_FocalLength, kOfExif, ExifTag::kFocalLength),
+    number(Exif::property_FocalLengthIn35MmFilm, kOfExif, ExifTag::kFocalLengthIn35MmFilm),
+    number(Exif::property_FocalPlaneResolutionUnit, kOfExif, ExifTag::kFocalPlaneResolutionUnit),
+    fraction(Exif::property_FocalPlaneXResolution, kOfExif, ExifTag::kFocalPlaneXResolution),
+    fraction(Exif::property_FocalPlaneYResolution, kOfExif, ExifTag::kFocalPlaneYResolution),
+    number(Exif::property_GainControl, kOfExif, ExifTag::kGainControl),
+    fraction(Exif::property_Gamma, kOfExif, ExifTag::kGamma),
+    number(Exif::property_IsoSpeed, kOfExif, ExifTag::kIsoSpeed, TiffType::kLong),
+    number(Exif::property_IsoSpeedLatitudeYyy, kOfExif, ExifTag::kIsoSpeedLatitudeYyy, TiffType::kLong),
+    number(Exif::property_IsoSpeedLatitudeZzz, kOfExif, ExifTag::kIsoSpeedLatitudeZzz, TiffType::kLong),
+    number(Exif::property_PhotographicSensitivity, kOfExif, ExifTag::kPhotographicSensitivity),
+    text(Exif::property_ImageUniqueId, kOfExif, ExifTag::kImageUniqueId),
+    text(Exif::property_LensMake, kOfExif, ExifTag::kLensMake),
+    text(Exif::property_LensModel, kOfExif, ExifTag::kLensModel),
+    text(Exif::property_LensSerialNumber, kOfExif, ExifTag::kLensSerialNumber),
+    fractions(Exif::property_LensSpecification, kOfExif, ExifTag::kLensSpecification),
+    number(Exif::property_LightSource, kOfExif, ExifTag::kLightSource),
+    bytes(Exif::property_MakerNoteRawData, kOfExif, ExifTag::kMakerNote),
+    fraction(Exif::property_MaxApertureValue, kOfExif, ExifTag::kMaxApertureValue),
+    number(Exif::property_MeteringMode, kOfExif, ExifTag::kMeteringMode),
+    bytes(Exif::property_Oecf, kOfExif, ExifTag::kOecf),
+    number(Exif::property_PixelXDimension, kOfExif, ExifTag::kPixelXDimension, TiffType::kLong),
+    number(Exif::property_PixelYDimension, kOfExif, ExifTag::kPixelYDimension, TiffType::kLong),
+    number(Exif::property_RecommendedExposureIndex, kOfExif, ExifTag::kRecommendedExposureIndex, TiffType::kLong),
+    text(Exif::property_RelatedSoundFile, kOfExif, ExifTag::kRelatedSoundFile),
+    number(Exif::property_Saturation, kOfExif, ExifTag::kSaturation),
+    number(Exif::property_SceneCaptureType, kOfExif, ExifTag::kSceneCaptureType),
+    number(Exif::property_SceneType, kOfExif, ExifTag::kSceneType, TiffType::kUndefined),
+    number(Exif::property_SensingMethod, kOfExif, ExifTag::kSensingMethod),
+    number(Exif::property_SensitivityType, kOfExif, ExifTag::kSensitivityType),
+    number(Exif::property_Sharpness, kOfExif, ExifTag::kSharpness),
+    signed_fraction(Exif::property_ShutterSpeedValue, kOfExif, ExifTag::kShutterSpeedValue),
+    bytes(Exif::property_SpatialFrequencyResponse, kOfExif, ExifTag::kSpatialFrequencyResponse),
+    text(Exif::property_SpectralSensitivity, kOfExif, ExifTag::kSpectralSensitivity),
+    number(Exif::property_StandardOutputSensitivity, kOfExif, ExifTag::kStandardOutputSensitivity, TiffType::kLong),
+    shorts(Exif::property_SubjectArea, kOfExif, ExifTag::kSubjectArea),
+    fraction(Exif::property_SubjectDistance, kOfExif, ExifTag::kSubjectDistance),
+    number(Exif::property_SubjectDistanceRange, kOfExif, ExifTag::kSubjectDistanceRange),
+    shorts(Exif::property_SubjectLocation, kOfExif, ExifTag::kSubjectLocation),
+    text(Exif::property_SubsecTime, kOfExif, ExifTag::kSubsecTime),
+    text(Exif::property_SubsecTimeDigitized, kOfExif, ExifTag::kSubsecTimeDigitized),
+    text(Exif::property_SubsecTimeOriginal, kOfExif, ExifTag::kSubsecTimeOriginal),
+    comment(Exif::property_UserComment, kOfExif, ExifTag::kUserComment),
+    number(Exif::property_WhiteBalance, kOfExif, ExifTag::kWhiteBalance),
 
-    fraction("GpsAltitude", kGps, 6),
-    number("GpsAltitudeRef", kGps, 5, TiffType::kByte),
-    bytes("GpsAreaInformation", kGps, 28),
-    fraction("Gpsdop", kGps, 11),
-    fraction("GpsDestBearing", kGps, 24),
-    text("GpsDestBearingRef", kGps, 23),
-    fraction("GpsDestDistance", kGps, 26),
-    text("GpsDestDistanceRef", kGps, 25),
-    fractions("GpsDestLatitude", kGps, 20),
-    text("GpsDestLatitudeRef", kGps, 19),
-    fractions("GpsDestLongitude", kGps, 22),
-    text("GpsDestLongitudeRef", kGps, 21),
-    number("GpsDifferential", kGps, 30),
-    fraction("GpsImgDirection", kGps, 17),
-    text("GpsImgDirectionRef", kGps, 16),
-    text("GpsDateStamp", kGps, 29),
-    fractions("GpsLatitude", kGps, 2),
-    text("GpsLatitudeRef", kGps, 1),
-    fractions("GpsLongitude", kGps, 4),
-    text("GpsLongitudeRef", kGps, 3),
-    text("GpsMapDatum", kGps, 18),
-    text("GpsMeasureMode", kGps, 10),
-    bytes("GpsProcessingMethod", kGps, 27),
-    text("GpsSatellites", kGps, 8),
-    fraction("GpsSpeed", kGps, 13),
-    text("GpsSpeedRef", kGps, 12),
-    text("GpsStatus", kGps, 9),
-    fractions("GpsTimestamp", kGps, 7),
-    fractions("GpsTrack", kGps, 15),
-    text("GpsTrackRef", kGps, 14),
-    bytes("GpsVersionId", kGps, 0, TiffType::kByte),
+    fraction(Exif::property_GpsAltitude, kGps, ExifTag::kGpsAltitude),
+    number(Exif::property_GpsAltitudeRef, kGps, ExifTag::kGpsAltitudeRef, TiffType::kByte),
+    bytes(Exif::property_GpsAreaInformation, kGps, ExifTag::kGpsAreaInformation),
+    fraction(Exif::property_Gpsdop, kGps, ExifTag::kGpsdop),
+    fraction(Exif::property_GpsDestBearing, kGps, ExifTag::kGpsDestBearing),
+    text(Exif::property_GpsDestBearingRef, kGps, ExifTag::kGpsDestBearingRef),
+    fraction(Exif::property_GpsDestDistance, kGps, ExifTag::kGpsDestDistance),
+    text(Exif::property_GpsDestDistanceRef, kGps, ExifTag::kGpsDestDistanceRef),
+    fractions(Exif::property_GpsDestLatitude, kGps, ExifTag::kGpsDestLatitude),
+    text(Exif::property_GpsDestLatitudeRef, kGps, ExifTag::kGpsDestLatitudeRef),
+    fractions(Exif::property_GpsDestLongitude, kGps, ExifTag::kGpsDestLongitude),
+    text(Exif::property_GpsDestLongitudeRef, kGps, ExifTag::kGpsDestLongitudeRef),
+    number(Exif::property_GpsDifferential, kGps, ExifTag::kGpsDifferential),
+    fraction(Exif::property_GpsImgDirection, kGps, ExifTag::kGpsImgDirection),
+    text(Exif::property_GpsImgDirectionRef, kGps, ExifTag::kGpsImgDirectionRef),
+    text(Exif::property_GpsDateStamp, kGps, ExifTag::kGpsDateStamp),
+    fractions(Exif::property_GpsLatitude, kGps, ExifTag::kGpsLatitude),
+    text(Exif::property_GpsLatitudeRef, kGps, ExifTag::kGpsLatitudeRef),
+    fractions(Exif::property_GpsLongitude, kGps, ExifTag::kGpsLongitude),
+    text(Exif::property_GpsLongitudeRef, kGps, ExifTag::kGpsLongitudeRef),
+    text(Exif::property_GpsMapDatum, kGps, ExifTag::kGpsMapDatum),
+    text(Exif::property_GpsMeasureMode, kGps, ExifTag::kGpsMeasureMode),
+    bytes(Exif::property_GpsProcessingMethod, kGps, ExifTag::kGpsProcessingMethod),
+    text(Exif::property_GpsSatellites, kGps, ExifTag::kGpsSatellites),
+    fraction(Exif::property_GpsSpeed, kGps, ExifTag::kGpsSpeed),
+    text(Exif::property_GpsSpeedRef, kGps, ExifTag::kGpsSpeedRef),
+    text(Exif::property_GpsStatus, kGps, ExifTag::kGpsStatus),
+    fractions(Exif::property_GpsTimestamp, kGps, ExifTag::kGpsTimestamp),
+    fractions(Exif::property_GpsTrack, kGps, ExifTag::kGpsTrack),
+    text(Exif::property_GpsTrackRef, kGps, ExifTag::kGpsTrackRef),
+    bytes(Exif::property_GpsVersionId, kGps, ExifTag::kGpsVersionId, TiffType::kByte),
 };
 
 constexpr ExifProperty kJpegProperties[] = {
-    text("Artist", kCommon, 315),
-    shorts("BitsPerSample", kCommon, 258),
-    number("Compression", kCommon, 259),
-    text("Copyright", kCommon, 33432),
-    text("DateTime", kCommon, 306),
-    text("ImageDescription", kCommon, 270),
-    number("ImageLength", kCommon, 257, TiffType::kLong),
-    number("ImageWidth", kCommon, 256, TiffType::kLong),
-    text("Model", kCommon, 272),
-    number("Orientation", kCommon, 274),
-    number("PhotometricInterpretation", kCommon, 262),
-    number("PlanarConfiguration", kCommon, 284),
-    fractions("PrimaryChromaticities", kCommon, 319),
-    fractions("ReferenceBlackWhite", kCommon, 532),
-    number("ResolutionUnit", kCommon, 296),
-    number("SamplesPerPixel", kCommon, 277),
-    text("Software", kCommon, 305),
-    shorts("TransferFunction", kCommon, 301),
-    fraction("XResolution", kCommon, 282),
-    fractions("YCbCrCoefficients", kCommon, 529),
-    number("YCbCrPositioning", kCommon, 531),
-    shorts("YCbCrSubSampling", kCommon, 530),
-    fraction("YResolution", kCommon, 283),
+    text(JpegExif::property_Artist, kCommon, ExifTag::kArtist),
+    shorts(JpegExif::property_BitsPerSample, kCommon, ExifTag::kBitsPerSample),
+    number(JpegExif::property_Compression, kCommon, ExifTag::kCompression),
+    text(JpegExif::property_Copyright, kCommon, ExifTag::kCopyright),
+    text(JpegExif::property_DateTime, kCommon, ExifTag::kDateTime),
+    text(JpegExif::property_ImageDescription, kCommon, ExifTag::kImageDescription),
+    number(JpegExif::property_ImageLength, kCommon, ExifTag::kImageLength, TiffType::kLong),
+    number(JpegExif::property_ImageWidth, kCommon, ExifTag::kImageWidth, TiffType::kLong),
+    text(JpegExif::property_Model, kCommon, ExifTag::kModel),
+    number(JpegExif::property_Orientation, kCommon, ExifTag::kOrientation),
+    number(JpegExif::property_PhotometricInterpretation, kCommon, ExifTag::kPhotometricInterpretation),
+    number(JpegExif::property_PlanarConfiguration, kCommon, ExifTag::kPlanarConfiguration),
+    fractions(JpegExif::property_PrimaryChromaticities, kCommon, ExifTag::kPrimaryChromaticities),
+    fractions(JpegExif::property_ReferenceBlackWhite, kCommon, ExifTag::kReferenceBlackWhite),
+    number(JpegExif::property_ResolutionUnit, kCommon, ExifTag::kResolutionUnit),
+    number(JpegExif::property_SamplesPerPixel, kCommon, ExifTag::kSamplesPerPixel),
+    text(JpegExif::property_Software, kCommon, ExifTag::kSoftware),
+    shorts(JpegExif::property_TransferFunction, kCommon, ExifTag::kTransferFunction),
+    fraction(JpegExif::property_XResolution, kCommon, ExifTag::kXResolution),
+    fractions(JpegExif::property_YCbCrCoefficients, kCommon, ExifTag::kYCbCrCoefficients),
+    number(JpegExif::property_YCbCrPositioning, kCommon, ExifTag::kYCbCrPositioning),
+    shorts(JpegExif::property_YCbCrSubSampling, kCommon, ExifTag::kYCbCrSubSampling),
+    fraction(JpegExif::property_YResolution, kCommon, ExifTag::kYResolution),
 };
 
-void put_value(ExifObject& self, const ExifProperty& property, const Value& value) {
+void put_value(ExifObject& self, const ExifProperty& row, const Value& value) {
     if (is_null(value)) {
-        return self.remove(property.directory, property.id);
+        return self.remove(row.directory, row.id);
     }
-    self.put(property.directory, make_tag(property.type, property.id, value));
+    self.put(row.directory, make_tag(row.type, row.id, value));
 }
 
-Value tag_value(const ExifObject& self, const ExifProperty& property) {
-    const TagObject* tag = self.find(property.directory, property.id);
-    return tag ? tag->value() : Value(Ref<ManagedObject>());
+Value tag_value(const ExifObject& self, const ExifProperty& row) {
+    const TagObject* tag = self.find(row.directory, row.id);
+    return tag != nullptr ? tag->value() : Value(Ref<ManagedObject>());
 }
 
-// One fraction; a file may have a number of another kind in its place.
-Ref<ManagedObject> rational_value(const ExifObject& self, const ExifProperty& property) {
-    const TagObject* tag = self.find(property.directory, property.id);
-    const auto values = tag ? tag->values() : nullptr;
+const PropertyInfo& info_of(const ExifObject& self, const ExifProperty& row) {
+    const auto slot = find_property(self.type(), row.property.name);
+    assert(slot.has_value());
+    return *slot->info;
+}
+
+// The element of a property that is an array.
+const ElementType& element_of(const ExifObject& self, const ExifProperty& row) {
+    assert(row.kind == Kind::kArray);
+    return embed::element_of(info_of(self, row).collection);
+}
+
+std::optional<std::u16string> get_text(const ExifProperty& row, ExifObject& self) {
+    return text_of_tag(tag_value(self, row));
+}
+void set_text(const ExifProperty& row, ExifObject& self, const std::optional<std::u16string>& value) {
+    put_value(self, row, given_text(value));
+}
+
+std::optional<Bytes> get_bytes(const ExifProperty& row, ExifObject& self) {
+    return bytes_of_tag(tag_value(self, row));
+}
+void set_bytes(const ExifProperty& row, ExifObject& self, const PyBytesArg* value) {
+    put_value(self, row, given_bytes(value));
+}
+
+Collection get_array(const ExifProperty& row, ExifObject& self) {
+    return {Ref<ManagedObject>(array_of_tag(tag_value(self, row), element_of(self, row)))};
+}
+void set_array(const ExifProperty& row, ExifObject& self, const VariantArg* value) {
+    put_value(self, row, Ref<ManagedObject>(read_list(value, element_of(self, row))));
+}
+
+// A file may have a number of another kind in place of the fraction.
+Ref<ManagedObject> get_rational(const ExifProperty& row, ExifObject& self) {
+    const TagObject* tag = self.find(row.directory, row.id);
+    const auto values = tag != nullptr ? tag->values() : nullptr;
     if (!values || values->size() == 0) {
         return nullptr;
     }
-    auto converted = make_tag(static_cast<uint16_t>(property.type), property.id);
+    auto converted = make_tag(static_cast<uint16_t>(row.type), row.id);
     converted->assign(values->get(0));
     return std::get<Ref<ManagedObject>>(converted->values()->get(0));
 }
+void set_rational(const ExifProperty& row, ExifObject& self, RationalObject* value) {
+    put_value(self, row, Ref<ManagedObject>(value));
+}
 
-int32_t integer_value(const ExifObject& self, const ExifProperty& property) {
-    const TagObject* tag = self.find(property.directory, property.id);
-    if (!tag || tag->count() == 0) {
-        const PropertyInfo& info = *find_property(self.type(), property.name)->info;
+int32_t get_number(const ExifProperty& row, ExifObject& self) {
+    const TagObject* tag = self.find(row.directory, row.id);
+    if (tag == nullptr || tag->count() == 0) {
+        const PropertyInfo& info = info_of(self, row);
         return static_cast<int32_t>(std::get<int64_t>(zero_value(info.wire, type_at(info.type))));
     }
     if (const auto number = tag_integer(*tag)) {
@@ -231,17 +273,17 @@ int32_t integer_value(const ExifObject& self, const ExifProperty& property) {
     }
     const Value value = tag->value();
     const auto* bytes = std::get_if<Bytes>(&value);
-    if (!bytes) {
+    if (bytes == nullptr) {
         throw_invalid_value_cast(value, "System.Int32");
     }
     return std::to_integer<int32_t>(bytes->front());
 }
-
-// The type that the format has for the tag where the number fits in it, otherwise the nearest that can hold it.
-void set_integer(ExifObject& self, const ExifProperty& property, int32_t value) {
-    const bool byte = property.type == TiffType::kByte || property.type == TiffType::kUndefined;
-    const int32_t most = byte ? 255 : property.type == TiffType::kShort ? UINT16_MAX : INT32_MAX;
-    TiffType type = property.type;
+// The tag gets the type that the format states for it if the number fits in that type, otherwise the smallest larger
+// type that can hold it.
+void set_number(const ExifProperty& row, ExifObject& self, int32_t value) {
+    const bool byte = row.type == TiffType::kByte || row.type == TiffType::kUndefined;
+    const int32_t most = byte ? UINT8_MAX : row.type == TiffType::kShort ? UINT16_MAX : INT32_MAX;
+    TiffType type = row.type;
     if (value > most) {
         type = TiffType::kLong;
     }
@@ -249,9 +291,9 @@ void set_integer(ExifObject& self, const ExifProperty& property, int32_t value) 
         type = TiffType::kSLong;
     }
     if (type == TiffType::kUndefined) {
-        self.put(property.directory, make_tag(type, property.id, Bytes{static_cast<std::byte>(value)}));
+        self.put(row.directory, make_tag(type, row.id, Bytes{static_cast<std::byte>(value)}));
     } else {
-        self.put(property.directory, make_tag(type, property.id, int64_t{value}));
+        self.put(row.directory, make_tag(type, row.id, int64_t{value}));
     }
 }
 
@@ -260,10 +302,10 @@ constexpr std::string_view kAsciiCode{"ASCII\0\0\0", 8};
 constexpr std::string_view kUnicodeCode{"UNICODE\0", 8};
 constexpr std::string_view kNoCode{"\0\0\0\0\0\0\0\0", 8};
 
-std::optional<std::u16string> comment_value(const ExifObject& self, const ExifProperty& property) {
-    const Value stored = tag_value(self, property);
+std::optional<std::u16string> get_comment(const ExifProperty& row, ExifObject& self) {
+    const Value stored = tag_value(self, row);
     const auto* bytes = std::get_if<Bytes>(&stored);
-    if (!bytes) {
+    if (bytes == nullptr) {
         return text_of_tag(stored);
     }
     std::string_view all(reinterpret_cast<const char*>(bytes->data()), bytes->size());
@@ -286,10 +328,9 @@ std::optional<std::u16string> comment_value(const ExifObject& self, const ExifPr
     rest = rest.substr(0, rest.find_last_not_of(std::string_view("\0 ", 2)) + 1);
     return to_utf16(rest);
 }
-
-void put_comment(ExifObject& self, const ExifProperty& property, const std::optional<std::u16string>& comment) {
+void set_comment(const ExifProperty& row, ExifObject& self, const std::optional<std::u16string>& comment) {
     if (!comment) {
-        return put_value(self, property, Ref<ManagedObject>());
+        return put_value(self, row, Ref<ManagedObject>());
     }
     const bool ascii = std::all_of(comment->begin(), comment->end(), [](char16_t c) { return c < 0x80; });
     Bytes bytes;
@@ -299,100 +340,29 @@ void put_comment(ExifObject& self, const ExifProperty& property, const std::opti
     for (const char16_t c : *comment) {
         put_number(bytes, c, ascii ? 1 : 2, self.big_endian());
     }
-    put_value(self, property, bytes);
+    put_value(self, row, bytes);
 }
 
-// The element of a property that is an array.
-const ElementType& element_of(const ExifObject& self, const ExifProperty& property) {
-    return embed::element_of(find_property(self.type(), property.name)->info->collection);
-}
-
-template <const auto& kTable, size_t kIndex>
-void set_text(ExifObject& self, const std::optional<std::u16string>& value) {
-    put_value(self, kTable[kIndex], given_text(value));
-}
-template <const auto& kTable, size_t kIndex>
-std::optional<std::u16string> get_text(ExifObject& self) {
-    return text_of_tag(tag_value(self, kTable[kIndex]));
-}
-template <const auto& kTable, size_t kIndex>
-void set_comment(ExifObject& self, const std::optional<std::u16string>& value) {
-    put_comment(self, kTable[kIndex], value);
-}
-template <const auto& kTable, size_t kIndex>
-std::optional<std::u16string> get_comment(ExifObject& self) {
-    return comment_value(self, kTable[kIndex]);
-}
-template <const auto& kTable, size_t kIndex>
-void set_bytes(ExifObject& self, const PyBytesArg* value) {
-    put_value(self, kTable[kIndex], given_bytes(value));
-}
-template <const auto& kTable, size_t kIndex>
-std::optional<Bytes> get_bytes(ExifObject& self) {
-    return bytes_of_tag(tag_value(self, kTable[kIndex]));
-}
-template <const auto& kTable, size_t kIndex>
-void set_array(ExifObject& self, const VariantArg* value) {
-    put_value(self, kTable[kIndex], Ref<ManagedObject>(read_list(value, element_of(self, kTable[kIndex]))));
-}
-template <const auto& kTable, size_t kIndex>
-Collection get_array(ExifObject& self) {
-    const ExifProperty& property = kTable[kIndex];
-    return {Ref<ManagedObject>(array_of_tag(tag_value(self, property), element_of(self, property)))};
-}
-template <const auto& kTable, size_t kIndex>
-void set_rational(ExifObject& self, RationalObject* value) {
-    put_value(self, kTable[kIndex], Ref<ManagedObject>(value));
-}
-template <const auto& kTable, size_t kIndex>
-Ref<ManagedObject> get_rational(ExifObject& self) {
-    return rational_value(self, kTable[kIndex]);
-}
-template <const auto& kTable, size_t kIndex>
-void set_number(ExifObject& self, int32_t value) {
-    set_integer(self, kTable[kIndex], value);
-}
-template <const auto& kTable, size_t kIndex>
-int32_t get_number(ExifObject& self) {
-    return integer_value(self, kTable[kIndex]);
-}
-
-template <const auto& kTable, size_t kIndex>
-void add_property(BehaviorTable& table, const char* type) {
-    constexpr Kind kind = kTable[kIndex].kind;
-    const char* getter = entry_name("get_", kTable[kIndex].name);
-    const char* setter = entry_name("set_", kTable[kIndex].name);
-    const auto add = [&](EntryPoint get, EntryPoint set) {
-        table.add({type, getter, get});
-        table.add({type, setter, set});
-    };
-    if constexpr (kind == Kind::kRational) {
-        add(entry<&get_rational<kTable, kIndex>>(), entry<&set_rational<kTable, kIndex>>());
-    } else if constexpr (kind == Kind::kInteger) {
-        add(entry<&get_number<kTable, kIndex>>(), entry<&set_number<kTable, kIndex>>());
-    } else if constexpr (kind == Kind::kText) {
-        add(entry<&get_text<kTable, kIndex>>(), entry<&set_text<kTable, kIndex>>());
-    } else if constexpr (kind == Kind::kComment) {
-        add(entry<&get_comment<kTable, kIndex>>(), entry<&set_comment<kTable, kIndex>>());
-    } else if constexpr (kind == Kind::kBytes) {
-        add(entry<&get_bytes<kTable, kIndex>>(), entry<&set_bytes<kTable, kIndex>>());
-    } else {
-        add(entry<&get_array<kTable, kIndex>>(), entry<&set_array<kTable, kIndex>>());
+BehaviorRow behavior_of(const ExifProperty& row) {
+    switch (row.kind) {
+        case Kind::kText:
+            return row_property<&get_text, &set_text>(row.property, row);
+        case Kind::kBytes:
+            return row_property<&get_bytes, &set_bytes>(row.property, row);
+        case Kind::kRational:
+            return row_property<&get_rational, &set_rational>(row.property, row);
+        case Kind::kInteger:
+            return row_property<&get_number, &set_number>(row.property, row);
+        case Kind::kComment:
+            return row_property<&get_comment, &set_comment>(row.property, row);
+        case Kind::kArray:
+            break;
     }
+    return row_property<&get_array, &set_array>(row.property, row);
 }
 
-template <const auto& kTable, size_t... kIndex>
-void add_properties(BehaviorTable& table, const char* type, std::index_sequence<kIndex...>) {
-    (add_property<kTable, kIndex>(table, type), ...);
-}
-
-[[maybe_unused]] const bool registered = [] {
-    static auto& table = *new BehaviorTable(Assembly::kImaging, std::span<const Behavior>());
-    add_properties<kProperties>(table, ExifObject::kManagedName, std::make_index_sequence<std::size(kProperties)>());
-    add_properties<kJpegProperties>(table, ExifObject::kJpegName,
-                                    std::make_index_sequence<std::size(kJpegProperties)>());
-    return true;
-}();
+const BehaviorTable table(each_row(kProperties, behavior_of));
+const BehaviorTable jpeg_table(each_row(kJpegProperties, behavior_of));
 
 }  // namespace
 

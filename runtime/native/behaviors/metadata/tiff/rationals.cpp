@@ -4,7 +4,10 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <type_traits>
+#include <vector>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -21,36 +24,37 @@ bool fits(int64_t number, bool is_signed) {
     return number >= 0 && number <= int64_t{UINT32_MAX};
 }
 
-template <bool kSigned>
-using Number = std::conditional_t<kSigned, int32_t, uint32_t>;
+// TiffRational consists of numbers without a sign, TiffSRational of numbers with one.
+using Plain = api::FileFormats::Tiff::TiffRational;
+using Signed = api::FileFormats::Tiff::TiffSRational;
 
-template <bool kSigned>
+template <class Number>
 Ref<ManagedObject> make_zero() {
-    return make_rational(0, 1, kSigned);
+    return make_rational(0, 1, std::is_signed_v<Number>);
 }
-template <bool kSigned>
-Ref<ManagedObject> make_whole(Number<kSigned> value) {
-    return make_rational(value, 1, kSigned);
+template <class Number>
+Ref<ManagedObject> make_whole(Number value) {
+    return make_rational(value, 1, std::is_signed_v<Number>);
 }
-template <bool kSigned>
-Ref<ManagedObject> make_fraction(Number<kSigned> nominator, Number<kSigned> denominator) {
-    return make_rational(nominator, denominator, kSigned);
+template <class Number>
+Ref<ManagedObject> make_fraction(Number nominator, Number denominator) {
+    return make_rational(nominator, denominator, std::is_signed_v<Number>);
 }
-template <bool kSigned, class T>
+template <class Number, class T>
 Ref<ManagedObject> approximate(T value) {
-    return approximate_rational(value, kRationalEpsilon, kSigned);
+    return approximate_rational(value, kRationalEpsilon, std::is_signed_v<Number>);
 }
-template <bool kSigned, class T>
+template <class Number, class T>
 Ref<ManagedObject> approximate_within(T value, double epsilon) {
-    return approximate_rational(value, epsilon, kSigned);
+    return approximate_rational(value, epsilon, std::is_signed_v<Number>);
 }
-template <bool kSigned>
-Number<kSigned> nominator(RationalObject& self) {
-    return static_cast<Number<kSigned>>(self.nominator());
+template <class Number>
+Number nominator(RationalObject& self) {
+    return static_cast<Number>(self.nominator());
 }
-template <bool kSigned>
-Number<kSigned> denominator(RationalObject& self) {
-    return static_cast<Number<kSigned>>(self.denominator());
+template <class Number>
+Number denominator(RationalObject& self) {
+    return static_cast<Number>(self.denominator());
 }
 float value(RationalObject& self) {
     return static_cast<float>(self.value());
@@ -62,42 +66,42 @@ double epsilon() {
     return kRationalEpsilon;
 }
 
-template <bool kSigned>
-void add_members(BehaviorTable& table) {
-    const char* const type = kSigned ? RationalObject::kSignedName : RationalObject::kManagedName;
-    const char* const constructors[3] = {kSigned ? "ctor_000_TiffSRational" : "ctor_000_TiffRational",
-                                         kSigned ? "ctor_001_TiffSRational" : "ctor_001_TiffRational",
-                                         kSigned ? "ctor_002_TiffSRational" : "ctor_002_TiffRational"};
-    table.add({type, constructors[0], entry<&make_zero<kSigned>>()});
-    table.add({type, constructors[1], entry<&make_whole<kSigned>>()});
-    table.add({type, constructors[2], entry<&make_fraction<kSigned>>()});
-    table.add({type, "call_000_ApproximateFraction", entry<&approximate_within<kSigned, double>>()});
-    table.add({type, "call_001_ApproximateFraction", entry<&approximate<kSigned, double>>()});
-    table.add({type, "call_002_ApproximateFraction", entry<&approximate_within<kSigned, float>>()});
-    table.add({type, "call_003_ApproximateFraction", entry<&approximate<kSigned, float>>()});
-    table.add({type, "call_000_ApproximateDoubleFractionEps", entry<&approximate_within<kSigned, double>>()});
-    table.add({type, "call_000_ApproximateDoubleFraction", entry<&approximate<kSigned, double>>()});
-    table.add({type, "call_000_ApproximateFloatFractionEps", entry<&approximate_within<kSigned, float>>()});
-    table.add({type, "call_000_ApproximateFloatFraction", entry<&approximate<kSigned, float>>()});
-    table.add({type, "get_Nominator", entry<&nominator<kSigned>>()});
-    table.add({type, "get_Denominator", entry<&denominator<kSigned>>()});
-    table.add({type, "get_Value", entry<&value>()});
-    table.add({type, "get_ValueD", entry<&value_d>()});
-    table.add({type, "getsa_Epsilon", entry<&epsilon>()});
+// The members of either class that have the same name in both.
+template <class Api, class Number>
+std::vector<BehaviorRow> members() {
+    return {
+        behavior<&approximate_within<Number, double>, Api::call_000_ApproximateFraction,
+                 Api::call_000_ApproximateDoubleFractionEps>(),
+        behavior<&approximate<Number, double>, Api::call_001_ApproximateFraction,
+                 Api::call_000_ApproximateDoubleFraction>(),
+        behavior<&approximate_within<Number, float>, Api::call_002_ApproximateFraction,
+                 Api::call_000_ApproximateFloatFractionEps>(),
+        behavior<&approximate<Number, float>, Api::call_003_ApproximateFraction,
+                 Api::call_000_ApproximateFloatFraction>(),
+        behavior<&nominator<Number>, Api::get_Nominator>(),
+        behavior<&denominator<Number>, Api::get_Denominator>(),
+    };
 }
 
-[[maybe_unused]] const bool registered = [] {
-    static auto& table = *new BehaviorTable(Assembly::kImaging, std::span<const Behavior>());
-    add_members<false>(table);
-    add_members<true>(table);
-    return true;
-}();
+const BehaviorTable plain_members(members<Plain, uint32_t>());
+const BehaviorTable signed_members(members<Signed, int32_t>());
+const BehaviorTable common({
+    behavior<&make_zero<uint32_t>, Plain::ctor_000_TiffRational>(),
+    behavior<&make_whole<uint32_t>, Plain::ctor_001_TiffRational>(),
+    behavior<&make_fraction<uint32_t>, Plain::ctor_002_TiffRational>(),
+    behavior<&make_zero<int32_t>, Signed::ctor_000_TiffSRational>(),
+    behavior<&make_whole<int32_t>, Signed::ctor_001_TiffSRational>(),
+    behavior<&make_fraction<int32_t>, Signed::ctor_002_TiffSRational>(),
+    behavior<&value, Plain::get_Value, Signed::get_Value>(),
+    behavior<&value_d, Plain::get_ValueD, Signed::get_ValueD>(),
+    behavior<&epsilon, Plain::getsa_Epsilon, Signed::getsa_Epsilon>(),
+});
 
 }  // namespace
 
 bool RationalObject::equals(const ManagedObject& other) const {
     const auto* same = dynamic_cast<const RationalObject*>(&other);
-    if (!same || &same->type() != &type()) {
+    if (same == nullptr || &same->type() != &type()) {
         return false;
     }
     if (m_denominator == 0 || same->m_denominator == 0) {

@@ -4,11 +4,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "runtime/native/behaviors/metadata/entry_names.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.Enums.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/behaviors/metadata/tiff/tag_values.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
@@ -21,75 +24,81 @@ enum class TiffOptionKind : uint8_t {
 };
 
 struct TiffOptionProperty {
-    const char* name;  // managed
-    uint16_t id;
+    const PropertyName& property;
+    api::FileFormats::Tiff::Enums::TiffTags tag;
     TiffType type;
     TiffOptionKind kind;
     bool always = false;  // every file has this tag
+
+    uint16_t id() const { return static_cast<uint16_t>(tag); }
 };
 
 namespace {
 
 using Kind = TiffOptionKind;
-constexpr const char* kOptions = TiffOptionsObject::kManagedName;
+using Options = api::ImageOptions::TiffOptions;
+using BigOptions = api::ImageOptions::BigTiffOptions;
+using ExifIfd = api::FileFormats::Tiff::TiffExifIfd;
+using Tag = api::FileFormats::Tiff::Enums::TiffTags;
 
 constexpr TiffOptionProperty kProperties[] = {
-    {"SubFileType", 254, TiffType::kLong, Kind::kInteger},
-    {"ImageWidth", 256, TiffType::kLong, Kind::kInteger},
-    {"ImageLength", 257, TiffType::kLong, Kind::kInteger},
-    {"BitsPerSample", 258, TiffType::kShort, Kind::kArray},
-    {"Compression", 259, TiffType::kShort, Kind::kInteger, true},
-    {"Photometric", 262, TiffType::kShort, Kind::kInteger, true},
-    {"Threshholding", 263, TiffType::kShort, Kind::kInteger},
-    {"FillOrder", 266, TiffType::kShort, Kind::kInteger},
-    {"DocumentName", 269, TiffType::kAscii, Kind::kText},
-    {"ImageDescription", 270, TiffType::kAscii, Kind::kText},
-    {"ScannerManufacturer", 271, TiffType::kAscii, Kind::kText},
-    {"ScannerModel", 272, TiffType::kAscii, Kind::kText},
-    {"StripOffsets", 273, TiffType::kLong, Kind::kArray},
-    {"Orientation", 274, TiffType::kShort, Kind::kInteger},
-    {"RowsPerStrip", 278, TiffType::kLong, Kind::kInteger},
-    {"StripByteCounts", 279, TiffType::kLong, Kind::kArray},
-    {"MinSampleValue", 280, TiffType::kShort, Kind::kArray},
-    {"MaxSampleValue", 281, TiffType::kShort, Kind::kArray},
-    {"Xresolution", 282, TiffType::kRational, Kind::kRational},
-    {"Yresolution", 283, TiffType::kRational, Kind::kRational},
-    {"PlanarConfiguration", 284, TiffType::kShort, Kind::kInteger},
-    {"PageName", 285, TiffType::kAscii, Kind::kText},
-    {"Xposition", 286, TiffType::kRational, Kind::kRational},
-    {"Yposition", 287, TiffType::kRational, Kind::kRational},
-    {"FaxT4Options", 292, TiffType::kLong, Kind::kInteger},
-    {"ResolutionUnit", 296, TiffType::kShort, Kind::kInteger},
-    {"PageNumber", 297, TiffType::kShort, Kind::kArray},
-    {"SoftwareType", 305, TiffType::kAscii, Kind::kText},
-    {"DateTime", 306, TiffType::kAscii, Kind::kText},
-    {"Artist", 315, TiffType::kAscii, Kind::kText},
-    {"Predictor", 317, TiffType::kShort, Kind::kInteger},
-    {"ColorMap", 320, TiffType::kShort, Kind::kArray},
-    {"HalfToneHints", 321, TiffType::kShort, Kind::kArray},
-    {"TileWidth", 322, TiffType::kLong, Kind::kInteger},
-    {"TileLength", 323, TiffType::kLong, Kind::kInteger},
-    {"TileOffsets", 324, TiffType::kLong, Kind::kArray},
-    {"TileByteCounts", 325, TiffType::kLong, Kind::kArray},
-    {"InkNames", 333, TiffType::kAscii, Kind::kText},
-    {"TargetPrinter", 337, TiffType::kAscii, Kind::kText},
-    {"SampleFormat", 339, TiffType::kShort, Kind::kArray},
-    {"SminSampleValue", 340, TiffType::kShort, Kind::kArray},
-    {"SmaxSampleValue", 341, TiffType::kShort, Kind::kArray},
-    {"YCbCrCoefficients", 529, TiffType::kRational, Kind::kArray},
-    {"YCbCrSubsampling", 530, TiffType::kShort, Kind::kArray},
-    {"Copyright", 33432, TiffType::kAscii, Kind::kText},
-    {"XPTitle", 40091, TiffType::kByte, Kind::kWideText},
-    {"XPComment", 40092, TiffType::kByte, Kind::kWideText},
-    {"XPAuthor", 40093, TiffType::kByte, Kind::kWideText},
-    {"XPKeywords", 40094, TiffType::kByte, Kind::kWideText},
-    {"XPSubject", 40095, TiffType::kByte, Kind::kWideText},
+    {Options::property_SubFileType, Tag::kSubFileType, TiffType::kLong, Kind::kInteger},
+    {Options::property_ImageWidth, Tag::kImageWidth, TiffType::kLong, Kind::kInteger},
+    {Options::property_ImageLength, Tag::kImageLength, TiffType::kLong, Kind::kInteger},
+    {Options::property_BitsPerSample, Tag::kBitsPerSample, TiffType::kShort, Kind::kArray},
+    {Options::property_Compression, Tag::kCompression, TiffType::kShort, Kind::kInteger, true},
+    {Options::property_Photometric, Tag::kPhotometric, TiffType::kShort, Kind::kInteger, true},
+    {Options::property_Threshholding, Tag::kThresholding, TiffType::kShort, Kind::kInteger},
+    {Options::property_FillOrder, Tag::kFillOrder, TiffType::kShort, Kind::kInteger},
+    {Options::property_DocumentName, Tag::kDocumentName, TiffType::kAscii, Kind::kText},
+    {Options::property_ImageDescription, Tag::kImageDescription, TiffType::kAscii, Kind::kText},
+    {Options::property_ScannerManufacturer, Tag::kMake, TiffType::kAscii, Kind::kText},
+    {Options::property_ScannerModel, Tag::kModel, TiffType::kAscii, Kind::kText},
+    {Options::property_StripOffsets, Tag::kStripOffsets, TiffType::kLong, Kind::kArray},
+    {Options::property_Orientation, Tag::kOrientation, TiffType::kShort, Kind::kInteger},
+    {Options::property_RowsPerStrip, Tag::kRowsPerStrip, TiffType::kLong, Kind::kInteger},
+    {Options::property_StripByteCounts, Tag::kStripByteCounts, TiffType::kLong, Kind::kArray},
+    {Options::property_MinSampleValue, Tag::kMinSampleValue, TiffType::kShort, Kind::kArray},
+    {Options::property_MaxSampleValue, Tag::kMaxSampleValue, TiffType::kShort, Kind::kArray},
+    {Options::property_Xresolution, Tag::kXresolution, TiffType::kRational, Kind::kRational},
+    {Options::property_Yresolution, Tag::kYresolution, TiffType::kRational, Kind::kRational},
+    {Options::property_PlanarConfiguration, Tag::kPlanarConfig, TiffType::kShort, Kind::kInteger},
+    {Options::property_PageName, Tag::kPageName, TiffType::kAscii, Kind::kText},
+    {Options::property_Xposition, Tag::kXposition, TiffType::kRational, Kind::kRational},
+    {Options::property_Yposition, Tag::kYposition, TiffType::kRational, Kind::kRational},
+    {Options::property_FaxT4Options, Tag::kT4Options, TiffType::kLong, Kind::kInteger},
+    {Options::property_ResolutionUnit, Tag::kResolutionUnit, TiffType::kShort, Kind::kInteger},
+    {Options::property_PageNumber, Tag::kPageNumber, TiffType::kShort, Kind::kArray},
+    {Options::property_SoftwareType, Tag::kSoftware, TiffType::kAscii, Kind::kText},
+    {Options::property_DateTime, Tag::kDateTime, TiffType::kAscii, Kind::kText},
+    {Options::property_Artist, Tag::kArtist, TiffType::kAscii, Kind::kText},
+    {Options::property_Predictor, Tag::kPredictor, TiffType::kShort, Kind::kInteger},
+    {Options::property_ColorMap, Tag::kColorMap, TiffType::kShort, Kind::kArray},
+    {Options::property_HalfToneHints, Tag::kHalftoneHints, TiffType::kShort, Kind::kArray},
+    {Options::property_TileWidth, Tag::kTileWidth, TiffType::kLong, Kind::kInteger},
+    {Options::property_TileLength, Tag::kTileLength, TiffType::kLong, Kind::kInteger},
+    {Options::property_TileOffsets, Tag::kTileOffsets, TiffType::kLong, Kind::kArray},
+    {Options::property_TileByteCounts, Tag::kTileByteCounts, TiffType::kLong, Kind::kArray},
+    {Options::property_InkNames, Tag::kInkNames, TiffType::kAscii, Kind::kText},
+    {Options::property_TargetPrinter, Tag::kTargetPrinter, TiffType::kAscii, Kind::kText},
+    {Options::property_SampleFormat, Tag::kSampleFormat, TiffType::kShort, Kind::kArray},
+    {Options::property_SminSampleValue, Tag::kSminSampleValue, TiffType::kShort, Kind::kArray},
+    {Options::property_SmaxSampleValue, Tag::kSmaxSampleValue, TiffType::kShort, Kind::kArray},
+    {Options::property_YCbCrCoefficients, Tag::kYcbcrCoefficients, TiffType::kRational, Kind::kArray},
+    {Options::property_YCbCrSubsampling, Tag::kYcbcrSubSampling, TiffType::kShort, Kind::kArray},
+    {Options::property_Copyright, Tag::kCopyright, TiffType::kAscii, Kind::kText},
+    {Options::property_XPTitle, Tag::kXpTitle, TiffType::kByte, Kind::kWideText},
+    {Options::property_XPComment, Tag::kXpComment, TiffType::kByte, Kind::kWideText},
+    {Options::property_XPAuthor, Tag::kXpAuthor, TiffType::kByte, Kind::kWideText},
+    {Options::property_XPKeywords, Tag::kXpKeywords, TiffType::kByte, Kind::kWideText},
+    {Options::property_XPSubject, Tag::kXpSubject, TiffType::kByte, Kind::kWideText},
 };
-constexpr uint16_t kExtraSamples = 338;
+constexpr auto kExtraSamples = static_cast<uint16_t>(Tag::kExtraSamples);
+constexpr auto kPageNumber = static_cast<uint16_t>(Tag::kPageNumber);
 
 const TiffOptionProperty* find_option(uint16_t id) {
     for (const TiffOptionProperty& property : kProperties) {
-        if (property.id == id) {
+        if (property.id() == id) {
             return &property;
         }
     }
@@ -275,11 +284,11 @@ Collection extra_samples(TiffOptionsObject& self) {
 }
 // The second number of PageNumber; 0 says that nobody knows.
 int32_t total_pages(TiffOptionsObject& self) {
-    const auto tag = self.find(297);
+    const auto tag = self.find(kPageNumber);
     return tag ? static_cast<int32_t>(tag_integer(*tag, 1).value_or(0)) : 0;
 }
 Ref<ManagedObject> exif_ifd(TiffOptionsObject& self) {
-    auto ifd = make_instance("Zelmor.Imaging.FileFormats.Tiff.TiffExifIfd");
+    auto ifd = make_instance(ExifIfd::kType.name);
     if (const auto tag = self.find(exif_tags::kExifPointer)) {
         set_property(*ifd, "Offset", tag_integer(*tag).value_or(0));
     }
@@ -289,27 +298,23 @@ bool ifd_has_value(Record& self) {
     return property_int(self, "Offset") != 0;
 }
 Ref<ManagedObject> ifd_of_offset(uint32_t ifd_offset) {
-    auto ifd = make_instance("Zelmor.Imaging.FileFormats.Tiff.TiffExifIfd");
+    auto ifd = make_instance(ExifIfd::kType.name);
     set_property(*ifd, "Offset", int64_t{ifd_offset});
     return ifd;
 }
 
-template <size_t kType>
-const TypeInfo& options_type() {
-    return require_type(kType == 0 ? kOptions : "Zelmor.Imaging.ImageOptions.BigTiffOptions");
-}
-template <size_t kType>
+template <class Api>
 Ref<ManagedObject> of_options(Record* options) {
-    if (!options) {
+    if (options == nullptr) {
         throw_argument_null("options");
     }
-    auto made = make_ref<TiffOptionsObject>(options_type<kType>());
+    auto made = make_ref<TiffOptionsObject>(require_type(Api::kType.name));
     made->assign_options(*options);
     return made;
 }
-template <size_t kType>
+template <class Api>
 Ref<ManagedObject> of_tags(const VariantArg* tags) {
-    auto made = make_ref<TiffOptionsObject>(options_type<kType>());
+    auto made = make_ref<TiffOptionsObject>(require_type(Api::kType.name));
     for (const auto& tag : read_tags(tags, "tags")) {
         made->put(tag);
     }
@@ -317,132 +322,122 @@ Ref<ManagedObject> of_tags(const VariantArg* tags) {
 }
 
 // Properties that show what a tag object has, even where that was changed behind their back.
-template <size_t kIndex>
-std::optional<std::u16string> get_text(TiffOptionsObject& self) {
+std::optional<std::u16string> get_text(const TiffOptionProperty& row, TiffOptionsObject& self) {
     self.synchronize();
-    return text_of_tag(property(self, kProperties[kIndex].name));
+    return text_of_tag(property(self, row.property.name));
 }
-template <size_t kIndex>
-void set_text(TiffOptionsObject& self, const std::optional<std::u16string>& value) {
-    set_property(self, kProperties[kIndex].name, given_text(value));
+void set_text(const TiffOptionProperty& row, TiffOptionsObject& self, const std::optional<std::u16string>& value) {
+    set_property(self, row.property.name, given_text(value));
 }
 // An array that had to be made for the property becomes its own, so that it is the same one the next time.
-template <size_t kIndex>
-Collection get_array(TiffOptionsObject& self) {
-    const char* name = kProperties[kIndex].name;
+Collection get_array(const TiffOptionProperty& row, TiffOptionsObject& self) {
+    const char* name = row.property.name;
     self.synchronize();
     const Value shown = Ref<ManagedObject>(array_of_tag(property(self, name), element_of(self.type(), name)));
     set_property(self, name, shown);
     return {shown};
 }
 // What the tag would refuse is refused here, before the property has it.
-template <size_t kIndex>
-void set_array(TiffOptionsObject& self, const VariantArg* value) {
-    constexpr const TiffOptionProperty& option = kProperties[kIndex];
-    const Value read = Ref<ManagedObject>(read_list(value, element_of(self.type(), option.name)));
-    make_tag(option.type, option.id, read);
-    set_property(self, option.name, read);
+void set_array(const TiffOptionProperty& row, TiffOptionsObject& self, const VariantArg* value) {
+    const Value read = Ref<ManagedObject>(read_list(value, element_of(self.type(), row.property.name)));
+    make_tag(row.type, row.id(), read);
+    set_property(self, row.property.name, read);
 }
-template <size_t kIndex>
-Ref<ManagedObject> get_rational(TiffOptionsObject& self) {
+Ref<ManagedObject> get_rational(const TiffOptionProperty& row, TiffOptionsObject& self) {
     self.synchronize();
-    return property_object(self, kProperties[kIndex].name);
+    return property_object(self, row.property.name);
 }
-template <size_t kIndex>
-void add_getter(BehaviorTable& table) {
-    constexpr Kind kind = kProperties[kIndex].kind;
-    const char* name = entry_name("get_", kProperties[kIndex].name);
-    const char* setter = entry_name("set_", kProperties[kIndex].name);
-    if constexpr (kind == Kind::kText || kind == Kind::kWideText) {
-        table.add({kOptions, name, entry<&get_text<kIndex>>()});
-        table.add({kOptions, setter, entry<&set_text<kIndex>>()});
-    } else if constexpr (kind == Kind::kArray) {
-        table.add({kOptions, name, entry<&get_array<kIndex>>()});
-        table.add({kOptions, setter, entry<&set_array<kIndex>>()});
-    } else if constexpr (kind == Kind::kRational) {
-        table.add({kOptions, name, entry<&get_rational<kIndex>>()});
+
+// Numbers have no behaviors here: they are stored properties.
+std::vector<BehaviorRow> property_behaviors() {
+    std::vector<BehaviorRow> behaviors;
+    for (const TiffOptionProperty& row : kProperties) {
+        switch (row.kind) {
+            case Kind::kText:
+            case Kind::kWideText:
+                behaviors.push_back(row_property<&get_text, &set_text>(row.property, row));
+                break;
+            case Kind::kArray:
+                behaviors.push_back(row_property<&get_array, &set_array>(row.property, row));
+                break;
+            case Kind::kRational:
+                behaviors.push_back(row_property<&get_rational>(row.property, row));
+                break;
+            case Kind::kInteger:
+                break;
+        }
     }
-}
-template <size_t... kIndex>
-void add_getters(BehaviorTable& table, std::index_sequence<kIndex...>) {
-    (add_getter<kIndex>(table), ...);
+    return behaviors;
 }
 
 Ref<ManagedObject> make(const TypeInfo& type) {
     return make_ref<TiffOptionsObject>(type);
 }
-const FactoryRegistration factory(kOptions, make);
+const FactoryRegistration factory(Options::kType.name, make);
 
-[[maybe_unused]] const bool registered = [] {
-    constexpr const char* kBig = "Zelmor.Imaging.ImageOptions.BigTiffOptions";
-    constexpr const char* kIfd = "Zelmor.Imaging.FileFormats.Tiff.TiffExifIfd";
-    static auto& table = *new BehaviorTable(
-        Assembly::kImaging, {
-                                {kOptions, "ctor_002_TiffOptions", entry<&of_options<0>>()},
-                                {kOptions, "ctor_003_TiffOptions", entry<&of_tags<0>>()},
-                                {kBig, "ctor_001_BigTiffOptions", entry<&of_options<1>>()},
-                                {kBig, "ctor_002_BigTiffOptions", entry<&of_tags<1>>()},
-                                {kOptions, "call_000_IsTagPresent", entry<&is_tag_present>()},
-                                {kOptions, "call_000_RemoveTag", entry<&remove_tag>()},
-                                {kOptions, "call_000_RemoveTags", entry<&remove_tags>()},
-                                {kOptions, "call_000_AddTag", entry<&add_tag>()},
-                                {kOptions, "call_000_AddTags", entry<&add_tags>()},
-                                {kOptions, "call_000_GetTagByType", entry<&get_tag_by_type>()},
-                                {kOptions, "call_000_GetValidTagsCount", entry<&get_valid_tags_count>()},
-                                {kOptions, "call_000_Validate", entry<&validate>()},
-                                {kOptions, "get_Tags", entry<&tags>()},
-                                {kOptions, "set_Tags", entry<&set_tags>()},
-                                {kOptions, "get_ValidTagCount", entry<&valid_tag_count>()},
-                                {kOptions, "get_IsValid", entry<&is_valid>()},
-                                {kOptions, "get_IsExtraSamplesPresent", entry<&has_extra_samples>()},
-                                {kOptions, "get_ExtraSamples", entry<&extra_samples>()},
-                                {kOptions, "get_TotalPages", entry<&total_pages>()},
-                                {kOptions, "get_ExifIfd", entry<&exif_ifd>()},
-                                {kIfd, "ctor_001_TiffExifIfd", entry<&ifd_of_offset>()},
-                                {kIfd, "get_HasValue", entry<&ifd_has_value>()},
-                            });
-    add_getters(table, std::make_index_sequence<std::size(kProperties)>());
-    return true;
-}();
+const BehaviorTable property_table(property_behaviors());
+const BehaviorTable table({
+    behavior<&of_options<Options>, Options::ctor_002_TiffOptions>(),
+    behavior<&of_tags<Options>, Options::ctor_003_TiffOptions>(),
+    behavior<&of_options<BigOptions>, BigOptions::ctor_001_BigTiffOptions>(),
+    behavior<&of_tags<BigOptions>, BigOptions::ctor_002_BigTiffOptions>(),
+    behavior<&is_tag_present, Options::call_000_IsTagPresent>(),
+    behavior<&remove_tag, Options::call_000_RemoveTag>(),
+    behavior<&remove_tags, Options::call_000_RemoveTags>(),
+    behavior<&add_tag, Options::call_000_AddTag>(),
+    behavior<&add_tags, Options::call_000_AddTags>(),
+    behavior<&get_tag_by_type, Options::call_000_GetTagByType>(),
+    behavior<&get_valid_tags_count, Options::call_000_GetValidTagsCount>(),
+    behavior<&validate, Options::call_000_Validate>(),
+    property<&tags, &set_tags, Options::property_Tags>(),
+    behavior<&valid_tag_count, Options::get_ValidTagCount>(),
+    behavior<&is_valid, Options::get_IsValid>(),
+    behavior<&has_extra_samples, Options::get_IsExtraSamplesPresent>(),
+    behavior<&extra_samples, Options::get_ExtraSamples>(),
+    behavior<&total_pages, Options::get_TotalPages>(),
+    behavior<&exif_ifd, Options::get_ExifIfd>(),
+    behavior<&ifd_of_offset, ExifIfd::ctor_001_TiffExifIfd>(),
+    behavior<&ifd_has_value, ExifIfd::get_HasValue>(),
+});
 
 }  // namespace
 
 TiffOptionsObject::TiffOptionsObject(const TypeInfo& type) : Record(type) {}
 
 bool TiffOptionsObject::is_present(const TiffOptionProperty& option) const {
-    if (m_put.count(option.id) != 0) {
+    if (m_put.count(option.id()) != 0) {
         return true;
     }
-    const Value& value = property(*this, option.name);
-    if (!same_value(value, baseline(type(), option.name))) {
+    const Value& value = property(*this, option.property.name);
+    if (!same_value(value, baseline(type(), option.property.name))) {
         return true;
     }
-    return option.always && m_removed.count(option.id) == 0;
+    return option.always && m_removed.count(option.id()) == 0;
 }
 
 void TiffOptionsObject::synchronize(const TiffOptionProperty& option) {
-    const auto found = m_known.find(option.id);
-    const Value& value = property(*this, option.name);
+    const auto found = m_known.find(option.id());
+    const Value& value = property(*this, option.property.name);
     if (found == m_known.end()) {
-        auto tag = make_tag(option.type, option.id, tag_value_of(option, value));
-        m_known[option.id] = {tag, snapshot(value), tag->encoded(false)};
+        auto tag = make_tag(option.type, option.id(), tag_value_of(option, value));
+        m_known[option.id()] = {tag, snapshot(value), tag->encoded(false)};
         return;
     }
     Known& known = found->second;
     if (!same_value(value, known.property)) {
         known.tag->assign(tag_value_of(option, value));
     } else if (known.tag->encoded(false) != known.encoded) {
-        set_property(*this, option.name, property_value_of(option, *known.tag));
+        set_property(*this, option.property.name, property_value_of(option, *known.tag));
     } else {
         return;
     }
-    known.property = snapshot(property(*this, option.name));
+    known.property = snapshot(property(*this, option.property.name));
     known.encoded = known.tag->encoded(false);
 }
 
 void TiffOptionsObject::synchronize() {
     for (const TiffOptionProperty& option : kProperties) {
-        const bool known = m_known.find(option.id) != m_known.end();
+        const bool known = m_known.find(option.id()) != m_known.end();
         if (known || is_present(option)) {
             synchronize(option);
         }
@@ -476,9 +471,9 @@ void TiffOptionsObject::put(Ref<TagObject> tag) {
     Known known{tag, {}, tag->encoded(false)};
     if (option) {
         const bool empty = tag->count() == 0;
-        Value value = empty ? baseline(type(), option->name) : property_value_of(*option, *tag);
+        Value value = empty ? baseline(type(), option->property.name) : property_value_of(*option, *tag);
         known.property = snapshot(value);
-        set_property(*this, option->name, std::move(value));
+        set_property(*this, option->property.name, std::move(value));
     }
     m_known[id] = std::move(known);
     m_put.insert(id);
@@ -488,7 +483,7 @@ void TiffOptionsObject::put(Ref<TagObject> tag) {
 bool TiffOptionsObject::remove(uint16_t id) {
     const bool there = static_cast<bool>(find(id));
     if (const TiffOptionProperty* option = find_option(id)) {
-        set_property(*this, option->name, baseline(type(), option->name));
+        set_property(*this, option->property.name, baseline(type(), option->property.name));
     }
     m_known.erase(id);
     m_put.erase(id);

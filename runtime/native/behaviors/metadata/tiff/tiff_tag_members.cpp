@@ -1,20 +1,20 @@
 // Members of TiffDataType and its kin, and of the factory of tags.
 #include <algorithm>
-#include <array>
-#include <utility>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.InstanceFactory.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "runtime/native/behaviors/metadata/tiff/tag_values.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kTag = TagObject::kManagedName;
-constexpr const char* kCommon = "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffCommonArrayType";
-constexpr const char* kUnknown = UnknownTagObject::kManagedName;
+namespace types = api::FileFormats::Tiff::TiffTagTypes;
 
 int32_t clamped(uint64_t number) {
     return static_cast<int32_t>(std::min<uint64_t>(number, INT32_MAX));
@@ -175,46 +175,6 @@ Ref<ManagedObject> create_instance(uint16_t data_type, uint16_t tag_id) {
     return tag;
 }
 
-// The classes that are constructed from a number alone: the names of both constructors and of the property that the
-// class has for its value beside `Value`.
-struct Constructed {
-    TiffType type;
-    const char* name;
-    const char* first;
-    const char* second;
-    const char* getter;
-    const char* setter;
-};
-#define ZELMOR_CONSTRUCTED(type, name, property)                                                        \
-    {                                                                                                   \
-        type, "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes." name, "ctor_000_" name, "ctor_001_" name, \
-            "get_" property, "set_" property                                                            \
-    }
-constexpr Constructed kConstructed[] = {
-    ZELMOR_CONSTRUCTED(TiffType::kAscii, "TiffASCIIType", "Text"),
-    ZELMOR_CONSTRUCTED(TiffType::kUndefined, "TiffUndefinedType", "Data"),
-    ZELMOR_CONSTRUCTED(TiffType::kByte, "TiffByteType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kShort, "TiffShortType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kLong, "TiffLongType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kRational, "TiffRationalType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kSByte, "TiffSByteType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kSShort, "TiffSShortType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kSLong, "TiffSLongType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kSRational, "TiffSRationalType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kFloat, "TiffFloatType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kDouble, "TiffDoubleType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kIfd, "TiffIfdType", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kLong8, "TiffLong8Type", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kSLong8, "TiffSLong8Type", "Values"),
-    ZELMOR_CONSTRUCTED(TiffType::kIfd8, "TiffIfd8Type", ""),
-};
-#undef ZELMOR_CONSTRUCTED
-
-template <size_t kIndex>
-Ref<ManagedObject> construct(uint16_t tag_id) {
-    return make_tag(static_cast<uint16_t>(kConstructed[kIndex].type), tag_id);
-}
-
 std::optional<std::u16string> text(TagObject& self) {
     return text_of_tag(self.value());
 }
@@ -235,59 +195,87 @@ void set_array(TagObject& self, const VariantArg* value) {
     self.assign(Ref<ManagedObject>(read_list(value, element_of(collection))));
 }
 
-template <size_t kIndex>
-void add_class(BehaviorTable& table) {
-    constexpr const Constructed& type = kConstructed[kIndex];
-    table.add({type.name, type.first, entry<&construct<kIndex>>()});
-    table.add({type.name, type.second, entry<&construct<kIndex>>()});
-    const auto add = [&](EntryPoint get, EntryPoint set) {
-        table.add({type.name, type.getter, get});
-        table.add({type.name, type.setter, set});
-    };
-    if constexpr (type.type == TiffType::kAscii) {
-        add(entry<&text>(), entry<&set_text>());
-    } else if constexpr (type.type == TiffType::kUndefined || type.type == TiffType::kByte) {
-        add(entry<&bytes>(), entry<&set_bytes>());
-    } else if constexpr (type.type != TiffType::kIfd8) {  // which has the properties of its base
-        add(entry<&array>(), entry<&set_array>());
-    }
+// A class whose two constructors take the number of a tag and nothing else.
+struct TagClass {
+    TiffType type;
+    const EntryName* first;
+    const EntryName* second;
+};
+constexpr TagClass kClasses[] = {
+    {TiffType::kAscii, &types::TiffASCIIType::ctor_000_TiffASCIIType, &types::TiffASCIIType::ctor_001_TiffASCIIType},
+    {TiffType::kUndefined, &types::TiffUndefinedType::ctor_000_TiffUndefinedType,
+     &types::TiffUndefinedType::ctor_001_TiffUndefinedType},
+    {TiffType::kByte, &types::TiffByteType::ctor_000_TiffByteType, &types::TiffByteType::ctor_001_TiffByteType},
+    {TiffType::kShort, &types::TiffShortType::ctor_000_TiffShortType, &types::TiffShortType::ctor_001_TiffShortType},
+    {TiffType::kLong, &types::TiffLongType::ctor_000_TiffLongType, &types::TiffLongType::ctor_001_TiffLongType},
+    {TiffType::kRational, &types::TiffRationalType::ctor_000_TiffRationalType,
+     &types::TiffRationalType::ctor_001_TiffRationalType},
+    {TiffType::kSByte, &types::TiffSByteType::ctor_000_TiffSByteType, &types::TiffSByteType::ctor_001_TiffSByteType},
+    {TiffType::kSShort, &types::TiffSShortType::ctor_000_TiffSShortType,
+     &types::TiffSShortType::ctor_001_TiffSShortType},
+    {TiffType::kSLong, &types::TiffSLongType::ctor_000_TiffSLongType, &types::TiffSLongType::ctor_001_TiffSLongType},
+    {TiffType::kSRational, &types::TiffSRationalType::ctor_000_TiffSRationalType,
+     &types::TiffSRationalType::ctor_001_TiffSRationalType},
+    {TiffType::kFloat, &types::TiffFloatType::ctor_000_TiffFloatType, &types::TiffFloatType::ctor_001_TiffFloatType},
+    {TiffType::kDouble, &types::TiffDoubleType::ctor_000_TiffDoubleType,
+     &types::TiffDoubleType::ctor_001_TiffDoubleType},
+    {TiffType::kIfd, &types::TiffIfdType::ctor_000_TiffIfdType, &types::TiffIfdType::ctor_001_TiffIfdType},
+    {TiffType::kLong8, &types::TiffLong8Type::ctor_000_TiffLong8Type, &types::TiffLong8Type::ctor_001_TiffLong8Type},
+    {TiffType::kSLong8, &types::TiffSLong8Type::ctor_000_TiffSLong8Type,
+     &types::TiffSLong8Type::ctor_001_TiffSLong8Type},
+    {TiffType::kIfd8, &types::TiffIfd8Type::ctor_000_TiffIfd8Type, &types::TiffIfd8Type::ctor_001_TiffIfd8Type},
+};
+
+Ref<ManagedObject> construct(const TagClass& row, uint16_t tag_id) {
+    return make_tag(static_cast<uint16_t>(row.type), tag_id);
 }
 
-template <size_t... kIndex>
-void add_classes(BehaviorTable& table, std::index_sequence<kIndex...>) {
-    (add_class<kIndex>(table), ...);
+BehaviorRow constructors_of(const TagClass& row) {
+    return {row_behavior<&construct>(row.first, row), row_behavior<&construct>(row.second, row)};
 }
 
-[[maybe_unused]] const bool registered = [] {
-    static auto& table = *new BehaviorTable(
-        Assembly::kImaging, {
-                                {kTag, "call_000_ReadTag", entry<&read_one>()},
-                                {kTag, "call_000_GetAlignedDataSize", entry<&get_aligned_data_size>()},
-                                {kTag, "call_000_GetAdditionalDataSize", entry<&get_additional_data_size>()},
-                                {kTag, "call_000_CompareTo", entry<&compare_to>()},
-                                {kTag, "call_000_DeepClone", entry<&deep_clone>()},
-                                {kTag, "call_000_WriteTag", entry<&write_tag>()},
-                                {kTag, "call_000_WriteAdditionalData", entry<&write_additional_data>()},
-                                {kTag, "get_ElementSize", entry<&element_size>()},
-                                {kTag, "get_DataSize", entry<&data_size>()},
-                                {kTag, "get_Count", entry<&count>()},
-                                {kTag, "get_Id", entry<&id>()},
-                                {kTag, "get_TagId", entry<&tag_id>()},
-                                {kTag, "get_TagType", entry<&tag_type>()},
-                                {kTag, "get_Value", entry<&value>()},
-                                {kTag, "set_Value", entry<&set_value>()},
-                                {kTag, "get_IsValid", entry<&is_valid>()},
-                                {kCommon, "get_ValuesContainer", entry<&values_container>()},
-                                {kUnknown, "ctor_000_TiffUnknownType", entry<&make_unknown>()},
-                                {kUnknown, "get_Count", entry<&unknown_count>()},
-                                {kUnknown, "get_OffsetOrValue", entry<&unknown_offset>()},
-                                {kUnknown, "get_Stream", entry<&unknown_stream>()},
-                                {"Zelmor.Imaging.FileFormats.Tiff.InstanceFactory.TiffTagFactory",
-                                 "call_000_CreateInstance", entry<&create_instance>()},
-                            });
-    add_classes(table, std::make_index_sequence<std::size(kConstructed)>());
-    return true;
-}();
+using Tag = api::FileFormats::Tiff::TiffDataType;
+using Factory = api::FileFormats::Tiff::InstanceFactory::TiffTagFactory;
+const BehaviorTable constructors(each_row(kClasses, constructors_of));
+const BehaviorTable table({
+    behavior<&read_one, Tag::call_000_ReadTag>(),
+    behavior<&get_aligned_data_size, Tag::call_000_GetAlignedDataSize>(),
+    behavior<&get_additional_data_size, Tag::call_000_GetAdditionalDataSize>(),
+    behavior<&compare_to, Tag::call_000_CompareTo>(),
+    behavior<&deep_clone, Tag::call_000_DeepClone>(),
+    behavior<&write_tag, Tag::call_000_WriteTag>(),
+    behavior<&write_additional_data, Tag::call_000_WriteAdditionalData>(),
+    behavior<&element_size, Tag::get_ElementSize>(),
+    behavior<&data_size, Tag::get_DataSize>(),
+    behavior<&count, Tag::get_Count>(),
+    behavior<&id, Tag::get_Id>(),
+    behavior<&tag_id, Tag::get_TagId>(),
+    behavior<&tag_type, Tag::get_TagType>(),
+    behavior<&value, Tag::get_Value>(),
+    behavior<&set_value, Tag::set_Value>(),
+    behavior<&is_valid, Tag::get_IsValid>(),
+    behavior<&values_container, types::TiffCommonArrayType::get_ValuesContainer>(),
+    behavior<&make_unknown, types::TiffUnknownType::ctor_000_TiffUnknownType>(),
+    behavior<&unknown_count, types::TiffUnknownType::get_Count>(),
+    behavior<&unknown_offset, types::TiffUnknownType::get_OffsetOrValue>(),
+    behavior<&unknown_stream, types::TiffUnknownType::get_Stream>(),
+    behavior<&create_instance, Factory::call_000_CreateInstance>(),
+    property<&text, &set_text, types::TiffASCIIType::property_Text>(),
+    property<&bytes, &set_bytes, types::TiffUndefinedType::property_Data>(),
+    property<&bytes, &set_bytes, types::TiffByteType::property_Values>(),
+    property<&array, &set_array, types::TiffShortType::property_Values>(),
+    property<&array, &set_array, types::TiffLongType::property_Values>(),
+    property<&array, &set_array, types::TiffRationalType::property_Values>(),
+    property<&array, &set_array, types::TiffSByteType::property_Values>(),
+    property<&array, &set_array, types::TiffSShortType::property_Values>(),
+    property<&array, &set_array, types::TiffSLongType::property_Values>(),
+    property<&array, &set_array, types::TiffSRationalType::property_Values>(),
+    property<&array, &set_array, types::TiffFloatType::property_Values>(),
+    property<&array, &set_array, types::TiffDoubleType::property_Values>(),
+    property<&array, &set_array, types::TiffIfdType::property_Values>(),
+    property<&array, &set_array, types::TiffLong8Type::property_Values>(),
+    property<&array, &set_array, types::TiffSLong8Type::property_Values>(),
+});
 
 }  // namespace
 

@@ -4,15 +4,28 @@
 #include <limits>
 #include <utility>
 
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Photoshop.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpDm.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Basic.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Complex.Colorant.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.Derived.h"
+#include "generated/runtime/Zelmor.Imaging.Xmp.Types.h"
 #include "runtime/native/behaviors/metadata/xmp/iso_date.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_types.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/delegates/row_behavior.h"
 
 namespace zelmor::embed {
 
 namespace {
+
+namespace basic = api::Xmp::Types::Basic;
+namespace derived = api::Xmp::Types::Derived;
+namespace colorant = api::Xmp::Types::Complex::Colorant;
+namespace photoshop = api::Xmp::Schemas::Photoshop;
+namespace media = api::Xmp::Schemas::XmpDm;
 
 constexpr const char* kIsoFormat = "yyyy-MM-ddTHH:mm:sszzz";
 
@@ -51,25 +64,25 @@ Ref<ManagedObject> boolean_of_text(const std::string& value) {
     if (lower != "true" && lower != "false") {
         throw_format(value, "a truth value; XMP has True and False");
     }
-    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpBoolean", lower == "true");
+    return with_value(basic::XmpBoolean::kType.name, lower == "true");
 }
 
 Ref<ManagedObject> integer_of_text(const std::string& value) {
-    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpInteger", number_in<int64_t>(value, "an integer"));
+    return with_value(basic::XmpInteger::kType.name, number_in<int64_t>(value, "an integer"));
 }
 
 Ref<ManagedObject> real_of_text(const std::string& value) {
-    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpReal", double{number_in<float>(value, "a real number")});
+    return with_value(basic::XmpReal::kType.name, double{number_in<float>(value, "a real number")});
 }
 
 Ref<ManagedObject> date_of_text(const std::string& date_string) {
-    auto date = with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpDate", parse_iso_date(date_string));
+    auto date = with_value(basic::XmpDate::kType.name, parse_iso_date(date_string));
     set_property(*date, "Format", to_utf16(iso_date_format(date_string)));
     return date;
 }
 
 Ref<ManagedObject> date_of(const DateTimeValue& date_time) {
-    return with_value("Zelmor.Imaging.Xmp.Types.Basic.XmpDate", date_time);
+    return with_value(basic::XmpDate::kType.name, date_time);
 }
 
 std::string iso_format() {
@@ -104,7 +117,7 @@ Ref<ManagedObject> guid_of_text(const std::string& value) {
     for (size_t i = 0; i < 16; ++i) {
         guid.bytes[i] = in_order[kOrder[i]];
     }
-    auto object = with_value("Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", text_of(guid));
+    auto object = with_value(derived::XmpGuid::kType.name, text_of(guid));
     if (colon != std::string::npos) {
         set_property(*object, "Prefix", to_utf16(value.substr(0, colon)));
     }
@@ -112,11 +125,11 @@ Ref<ManagedObject> guid_of_text(const std::string& value) {
 }
 
 Ref<ManagedObject> guid_of(const GuidValue& guid) {
-    return with_value("Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", text_of(guid));
+    return with_value(derived::XmpGuid::kType.name, text_of(guid));
 }
 
 Ref<ManagedObject> layer_of(const std::u16string& layer_name, const std::u16string& layer_text) {
-    auto layer = make_instance("Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer");
+    auto layer = make_instance(photoshop::Layer::kType.name);
     set_property(*layer, "Name", layer_name);
     set_property(*layer, "Text", layer_text);
     return layer;
@@ -141,104 +154,95 @@ bool equal_tokens(XmpTokenObject& self, XmpTokenObject* other) {
     return other == &self;
 }
 
-// Ready-made values by class: the managed name of the static property and the word of the format.
+// A ready-made value: a static property of its class, and the word of the format.
 struct Token {
-    const char* type;
-    const char* getter;
+    const PropertyName& property;
     const char* word;
 };
 constexpr Token kTokens[] = {
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Audio51", "5.1"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Audio71", "7.1"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Audio16Channel", "16 Channel"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Mono", "Mono"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_OtherChannel", "Other"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioChannelType", "getsa_Stereo", "Stereo"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Compressed", "Compressed"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Packed", "Packed"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample16Int", "16Int"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample24Int", "24Int"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample32Float", "32Float"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample32Int", "32Int"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.AudioSampleType", "getsa_Sample8Int", "8Int"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_DropTimecode2997", "2997DropTimecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_DropTimecode5994", "5994DropTimecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_NonDropTimecode2997", "2997NonDropTimecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_NonDropTimecode5994", "5994NonDropTimecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode23976", "23976Timecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode24", "24Timecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode25", "25Timecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode30", "30Timecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode50", "50Timecode"},
-    {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "getsa_Timecode60", "60Timecode"},
+    {media::AudioChannelType::property_Audio51, "5.1"},
+    {media::AudioChannelType::property_Audio71, "7.1"},
+    {media::AudioChannelType::property_Audio16Channel, "16 Channel"},
+    {media::AudioChannelType::property_Mono, "Mono"},
+    {media::AudioChannelType::property_OtherChannel, "Other"},
+    {media::AudioChannelType::property_Stereo, "Stereo"},
+    {media::AudioSampleType::property_Compressed, "Compressed"},
+    {media::AudioSampleType::property_Packed, "Packed"},
+    {media::AudioSampleType::property_Sample16Int, "16Int"},
+    {media::AudioSampleType::property_Sample24Int, "24Int"},
+    {media::AudioSampleType::property_Sample32Float, "32Float"},
+    {media::AudioSampleType::property_Sample32Int, "32Int"},
+    {media::AudioSampleType::property_Sample8Int, "8Int"},
+    {media::TimeFormat::property_DropTimecode2997, "2997DropTimecode"},
+    {media::TimeFormat::property_DropTimecode5994, "5994DropTimecode"},
+    {media::TimeFormat::property_NonDropTimecode2997, "2997NonDropTimecode"},
+    {media::TimeFormat::property_NonDropTimecode5994, "5994NonDropTimecode"},
+    {media::TimeFormat::property_Timecode23976, "23976Timecode"},
+    {media::TimeFormat::property_Timecode24, "24Timecode"},
+    {media::TimeFormat::property_Timecode25, "25Timecode"},
+    {media::TimeFormat::property_Timecode30, "30Timecode"},
+    {media::TimeFormat::property_Timecode50, "50Timecode"},
+    {media::TimeFormat::property_Timecode60, "60Timecode"},
 };
 
-template <size_t kIndex>
-Ref<ManagedObject> token() {
-    static auto& made =
-        *new Ref<ManagedObject>(make_ref<XmpTokenObject>(require_type(kTokens[kIndex].type), kTokens[kIndex].word));
-    return made;
+// There is one object for each, which is made when it is asked for first.
+Ref<ManagedObject> token(const Token& row) {
+    static auto& made = *new std::array<Ref<ManagedObject>, std::size(kTokens)>;
+    auto& object = made[static_cast<size_t>(&row - kTokens)];
+    if (!object) {
+        object = make_ref<XmpTokenObject>(require_type(row.property.type.name), row.word);
+    }
+    return object;
 }
 
-template <size_t... kIndex>
-void add_tokens(BehaviorTable& table, std::index_sequence<kIndex...>) {
-    (table.add({kTokens[kIndex].type, kTokens[kIndex].getter, entry<&token<kIndex>>()}), ...);
+// The limits of the numbers in colorants, constants of their classes.
+struct Limit {
+    const PropertyName& property;
+    int32_t number;
+};
+constexpr Limit kLimits[] = {
+    {colorant::ColorantLab::property_MaxA, 127},
+    {colorant::ColorantLab::property_MaxB, 127},
+    {colorant::ColorantLab::property_MinA, -128},
+    {colorant::ColorantLab::property_MinB, -128},
+};
+constexpr Limit kFloatLimits[] = {
+    {colorant::ColorantCmyk::property_ColorValueMax, 100},
+    {colorant::ColorantCmyk::property_ColorValueMin, 0},
+    {colorant::ColorantLab::property_MaxL, 100},
+    {colorant::ColorantLab::property_MinL, 0},
+};
+int32_t limit(const Limit& row) {
+    return row.number;
+}
+float float_limit(const Limit& row) {
+    return static_cast<float>(row.number);
 }
 
-using TokenMaker = Ref<ManagedObject> (*)();
-template <size_t... kIndex>
-constexpr std::array<TokenMaker, sizeof...(kIndex)> token_makers(std::index_sequence<kIndex...>) {
-    return {&token<kIndex>...};
-}
-constexpr auto kTokenMakers = token_makers(std::make_index_sequence<std::size(kTokens)>());
-
-template <auto kNumber>
-auto constant() {
-    return kNumber;
-}
-// A float is no template argument everywhere; these ranges are whole numbers.
-template <int kNumber>
-float float_constant() {
-    return static_cast<float>(kNumber);
-}
-
-BehaviorTable& table() {
-    static auto& table = *new BehaviorTable(
-        Assembly::kImaging,
-        {
-            {XmpTypeObject::kManagedName, "call_000_GetXmpRepresentation", entry<&representation>()},
-            {"Zelmor.Imaging.Xmp.Types.Basic.XmpBoolean", "ctor_002_XmpBoolean", entry<&boolean_of_text>()},
-            {"Zelmor.Imaging.Xmp.Types.Basic.XmpInteger", "ctor_002_XmpInteger", entry<&integer_of_text>()},
-            {"Zelmor.Imaging.Xmp.Types.Basic.XmpReal", "ctor_001_XmpReal", entry<&real_of_text>()},
-            {"Zelmor.Imaging.Xmp.Types.Basic.XmpDate", "ctor_000_XmpDate", entry<&date_of>()},
-            {"Zelmor.Imaging.Xmp.Types.Basic.XmpDate", "ctor_001_XmpDate", entry<&date_of_text>()},
-            {"Zelmor.Imaging.Xmp.Types.Basic.XmpDate", "getsa_Iso8601Format", entry<&iso_format>()},
-            {"Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", "ctor_000_XmpGuid", entry<&guid_of_text>()},
-            {"Zelmor.Imaging.Xmp.Types.Derived.XmpGuid", "ctor_001_XmpGuid", entry<&guid_of>()},
-            {"Zelmor.Imaging.Xmp.Types.Derived.Rational", "get_FloatValue", entry<&float_value>()},
-            {"Zelmor.Imaging.Xmp.Types.Derived.RenditionClass", "getsa_DefinedValues", entry<&defined_renditions>()},
-            {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "ctor_000_Layer", entry<&layer_of>()},
-            {"Zelmor.Imaging.Xmp.Schemas.Photoshop.Layer", "call_000_Equals", entry<&equal_types>()},
-            {"Zelmor.Imaging.Xmp.Schemas.XmpDm.Timecode", "call_000_Equals", entry<&equal_types>()},
-            {"Zelmor.Imaging.Xmp.Schemas.XmpDm.TimeFormat", "call_000_Equals", entry<&equal_tokens>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantCmyk", "getsa_ColorValueMax",
-             entry<&float_constant<100>>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantCmyk", "getsa_ColorValueMin",
-             entry<&float_constant<0>>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MaxA", entry<&constant<int32_t{127}>>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MaxB", entry<&constant<int32_t{127}>>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MinA", entry<&constant<int32_t{-128}>>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MinB", entry<&constant<int32_t{-128}>>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MaxL", entry<&float_constant<100>>()},
-            {"Zelmor.Imaging.Xmp.Types.Complex.Colorant.ColorantLab", "getsa_MinL", entry<&float_constant<0>>()},
-        });
-    return table;
-}
-
-[[maybe_unused]] const bool registered = [] {
-    add_tokens(table(), std::make_index_sequence<std::size(kTokens)>());
-    return true;
-}();
+const BehaviorTable token_table(each_row(kTokens,
+                                         [](const Token& row) { return row_property<&token>(row.property, row); }));
+const BehaviorTable limit_table(each_row(kLimits,
+                                         [](const Limit& row) { return row_property<&limit>(row.property, row); }));
+const BehaviorTable float_limit_table(each_row(kFloatLimits, [](const Limit& row) {
+    return row_property<&float_limit>(row.property, row);
+}));
+const BehaviorTable table({
+    behavior<&representation, api::Xmp::Types::XmpTypeBase::call_000_GetXmpRepresentation>(),
+    behavior<&boolean_of_text, basic::XmpBoolean::ctor_002_XmpBoolean>(),
+    behavior<&integer_of_text, basic::XmpInteger::ctor_002_XmpInteger>(),
+    behavior<&real_of_text, basic::XmpReal::ctor_001_XmpReal>(),
+    behavior<&date_of, basic::XmpDate::ctor_000_XmpDate>(),
+    behavior<&date_of_text, basic::XmpDate::ctor_001_XmpDate>(),
+    behavior<&iso_format, basic::XmpDate::getsa_Iso8601Format>(),
+    behavior<&guid_of_text, derived::XmpGuid::ctor_000_XmpGuid>(),
+    behavior<&guid_of, derived::XmpGuid::ctor_001_XmpGuid>(),
+    behavior<&float_value, derived::Rational::get_FloatValue>(),
+    behavior<&defined_renditions, derived::RenditionClass::getsa_DefinedValues>(),
+    behavior<&layer_of, photoshop::Layer::ctor_000_Layer>(),
+    behavior<&equal_types, photoshop::Layer::call_000_Equals>(),
+    behavior<&equal_types, media::Timecode::call_000_Equals>(),
+    behavior<&equal_tokens, media::TimeFormat::call_000_Equals>(),
+});
 
 }  // namespace
 
@@ -247,13 +251,12 @@ std::u16string XmpTokenObject::to_text() const {
 }
 
 Ref<ManagedObject> find_xmp_token(const TypeInfo& type, std::string_view property_or_token) {
-    for (size_t i = 0; i < std::size(kTokens); ++i) {
-        const Token& token = kTokens[i];
-        if (std::string_view(token.type) != type.full_name) {
+    for (const Token& row : kTokens) {
+        if (std::string_view(row.property.type.name) != type.full_name) {
             continue;
         }
-        if (property_or_token == token.word || property_or_token == token.getter + 6) {
-            return kTokenMakers[i]();
+        if (property_or_token == row.word || property_or_token == row.property.name) {
+            return token(row);
         }
     }
     return nullptr;

@@ -1,0 +1,81 @@
+"""The rules on include guards and on the spelling inside of identifiers: what is accepted and what is refused."""
+
+from __future__ import annotations
+
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+from tools.source_rules import BRITISH_STEMS, foreign_names, guard_findings, guard_name, spelling_findings
+
+TOP = Path(__file__).resolve().parents[2]
+NAME = "ZELMOR_PYSHELL_MODULE_TYPES_CASTS_INL_H"
+PATH = "pyshell/module_types/casts.inl.h"
+HEADER = f"// About casts.\n\n#ifndef {NAME}\n#define {NAME}\n\n#include <string>\n\n#endif  // {NAME}\n"
+
+
+def test_the_guard_is_named_after_the_path() -> None:
+    assert guard_name(PATH) == NAME
+
+
+def test_a_guarded_header_is_accepted() -> None:
+    assert list(guard_findings(PATH, HEADER)) == []
+
+
+@pytest.mark.parametrize("text", [
+    HEADER.replace(f"#ifndef {NAME}", "#ifndef ZELMOR_CASTS_H"),
+    HEADER.replace(f"#define {NAME}", "#define ZELMOR_CASTS_H"),
+    "#include <string>\n" + HEADER,
+    "// Nothing.\n",
+])
+def test_a_header_without_its_guard_is_refused(text: str) -> None:
+    assert list(guard_findings(PATH, text)) == [f"{PATH}: does not begin with the include guard {NAME}"]
+
+
+@pytest.mark.parametrize("text", [HEADER.replace("#endif  //", "#endif //"), HEADER + "int after;\n"])
+def test_a_header_whose_guard_ends_early_is_refused(text: str) -> None:
+    assert list(guard_findings(PATH, text)) == [f"{PATH}: does not end with #endif  // {NAME}"]
+
+
+@pytest.mark.parametrize("line", ["#pragma once", "  #  pragma  once"])
+def test_pragma_once_is_refused_in_sources_too(line: str) -> None:
+    assert list(guard_findings("host/pal.cpp", f"int a;\n{line}\n")) == [
+        "host/pal.cpp:2: #pragma once instead of an include guard"]
+
+
+def test_a_source_needs_no_guard() -> None:
+    assert list(guard_findings("host/pal.cpp", "// About #pragma once.\nint a;\n")) == []
+
+
+@pytest.mark.parametrize("word", [
+    "fill_colour", "FillColour", "FILL_COLOUR", "kFillColour", "recolouring", "uninitialised", "is_recognised",
+    "toNormalised", "HTMLColour",
+])
+def test_a_british_part_is_found(word: str) -> None:
+    assert list(spelling_findings("a.cpp", f"// One.\nint {word} = 0;\n", frozenset())) == [
+        f"a.cpp:2: {word}: British spelling"]
+
+
+@pytest.mark.parametrize("word", ["fill_color", "PercentResult", "kPercentReached", "initialize", "catalogue"])
+def test_other_words_pass(word: str) -> None:
+    assert list(spelling_findings("a.cpp", f"int {word} = 0;\n", frozenset())) == []
+
+
+def test_foreign_names_pass_as_whole_names() -> None:
+    foreign = frozenset({"colourspace"})
+    assert list(spelling_findings("a.cpp", "image.colourspace(kind);\n", foreign)) == []
+    assert list(spelling_findings("a.cpp", "my_colourspace(kind);\n", foreign)) == [
+        "a.cpp:1: my_colourspace: British spelling"]
+
+
+def test_foreign_names_stand_in_the_configuration() -> None:
+    names = foreign_names(TOP / "setup.cfg")
+    assert "NEAREST_NEIGHBOUR_RESAMPLE" in names
+    assert all(any(stem in name.lower() for stem in BRITISH_STEMS) for name in names)
+
+
+def test_the_tree_keeps_the_rules() -> None:
+    run = subprocess.run([sys.executable, "-B", "tools/source_rules.py"], cwd=TOP, text=True, capture_output=True)
+    assert (run.returncode, run.stdout, run.stderr) == (0, "", "")

@@ -1,0 +1,90 @@
+"""Checks two rules over the files that git tracks, which no other tool checks.
+
+Include guards: the guard of a header is a macro named after the path (`pyshell/casts.h`: ZELMOR_PYSHELL_CASTS_H), and
+the last line repeats that name in a comment. `#pragma once` is refused everywhere.
+
+Spelling inside identifiers: codespell checks whole words; this tool checks the parts of `snake_case` and `CamelCase`
+names for stems of British spelling. Names that the project did not choose, such as those of the managed API, are listed
+in setup.cfg, section [source_rules].
+
+Prints one line for each finding; the exit code is 1 if there is any.
+"""
+
+from __future__ import annotations
+
+import configparser
+import re
+import subprocess
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+TOP = Path(__file__).resolve().parents[1]
+BRITISH_STEMS = ("colour", "behaviour", "centre", "neighbour", "favour", "honour", "initialis", "normalis", "recognis",
+                 "serialis", "synchronis", "finalis", "organis")
+# The names of the catalogues are those of the managed API; this file and its test contain British words as data.
+NOT_SPELLED_HERE = ("api/catalogue/", "siblings/catalogue/", "tools/source_rules.py",
+                    "tests/tools/test_source_rules.py")
+WORD = re.compile(r"[A-Za-z_][A-Za-z0-9_]*")
+PART = re.compile(r"[A-Z]?[a-z]+|[A-Z]+(?![a-z])")
+
+
+def guard_name(path: str) -> str:
+    """The include guard of the header with this path."""
+    return "ZELMOR_" + re.sub(r"[^A-Z0-9]", "_", path.upper())
+
+
+def guard_findings(path: str, text: str) -> Iterator[str]:
+    """Violations of the rules on include guards in a C or C++ file."""
+    for number, line in enumerate(text.splitlines(), 1):
+        if re.match(r"\s*#\s*pragma\s+once\b", line):
+            yield f"{path}:{number}: #pragma once instead of an include guard"
+    if path.endswith(".h"):
+        name = guard_name(path)
+        directives = [line for line in text.splitlines() if line.startswith("#")]
+        if directives[:2] != [f"#ifndef {name}", f"#define {name}"]:
+            yield f"{path}: does not begin with the include guard {name}"
+        elif text.splitlines()[-1] != f"#endif  // {name}":
+            yield f"{path}: does not end with #endif  // {name}"
+
+
+def spelling_findings(path: str, text: str, foreign: frozenset[str]) -> Iterator[str]:
+    """Names with a part in British spelling, except the foreign ones."""
+    for number, line in enumerate(text.splitlines(), 1):
+        for word in WORD.findall(line):
+            parts = [part.lower() for part in PART.findall(word)]
+            if word not in foreign and any(stem in part for part in parts for stem in BRITISH_STEMS):
+                yield f"{path}:{number}: {word}: British spelling"
+
+
+def foreign_names(configuration: Path) -> frozenset[str]:
+    """The names that the project did not choose, from the configuration."""
+    parser = configparser.ConfigParser()
+    parser.read_string(configuration.read_text())
+    return frozenset(parser["source_rules"]["foreign_names"].split())
+
+
+def tracked_texts() -> Iterator[tuple[str, str]]:
+    """Path and text of each file that git tracks; binary files are left out."""
+    listed = subprocess.run(["git", "ls-files", "-z"], cwd=TOP, check=True, text=True, capture_output=True).stdout
+    for path in filter(None, listed.split("\0")):
+        content = (TOP / path).read_bytes() if (TOP / path).is_file() else b"\0"
+        if b"\0" not in content:
+            yield path, content.decode()
+
+
+def main() -> int:
+    foreign = foreign_names(TOP / "setup.cfg")
+    findings: list[str] = []
+    for path, text in tracked_texts():
+        if path.endswith((".h", ".c", ".cpp")):
+            findings += guard_findings(path, text)
+        if not path.startswith(NOT_SPELLED_HERE):
+            findings += spelling_findings(path, text, foreign)
+    for finding in findings:
+        print(finding)
+    return 1 if findings else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
