@@ -17,7 +17,7 @@ constexpr uint32_t kControl = png_type("acTL"), kFrame = png_type("fcTL"), kFram
     throw PictureError(Failure::kDamaged, std::string("the PNG animation ") + what);
 }
 
-// What one frame is made of while its chunks go by.
+// The parts of one frame, collected while the chunks of the file are walked.
 struct Collected {
     ApngPart part{};
     std::vector<std::span<const uint8_t>> data;

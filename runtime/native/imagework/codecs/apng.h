@@ -12,7 +12,7 @@
 
 namespace zelmor::imagework {
 
-// What becomes of the canvas when the time of a frame is over. The numbers are those of the format.
+// The change of the canvas when the time of a frame is over. The numbers are those of the format.
 enum class ApngDisposal : uint8_t {
     kLeave = 0,
     kClear = 1,    // the frame's area

@@ -113,7 +113,7 @@ void write_headers(ByteWriter& out, const Pixels& pixels, const BmpEncoding& enc
     out.u32(per_meter(resolution.vertical));
     out.u32(palette_size);
     out.u32(0);
-    if (masks) {
+    if (masks != nullptr) {
         out.u32(masks->red);
         out.u32(masks->green);
         out.u32(masks->blue);
@@ -131,7 +131,7 @@ void write_true_color(ByteWriter& out, const Pixels& pixels, int bits, const Mas
         for (int32_t x = 0; x < pixels.width; x++) {
             const uint8_t* p = pixels.at(x, y);
             if (bits == 16) {
-                bool six = masks && masks->green == 0x07E0;
+                bool six = masks != nullptr && masks->green == 0x07E0;
                 unsigned green = six ? (p[1] * 63U + 127) / 255 << 5 : (p[1] * 31U + 127) / 255 << 5;
                 out.u16((p[0] * 31U + 127) / 255 << (six ? 11 : 10) | green | (p[2] * 31U + 127) / 255);
                 continue;

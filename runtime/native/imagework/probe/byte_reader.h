@@ -65,7 +65,7 @@ class ByteReader {
 
  private:
     uint64_t read(uint64_t offset, size_t length) const {
-        // Pixels are read so too: what lies in memory takes no detour.
+        // Pixels are read this way too, so that bytes in memory have the shortest path.
         const uint8_t* bytes = nullptr;
         if (m_source == nullptr) [[likely]] {
             if (offset <= m_data.size() && length <= m_data.size() - offset) {

@@ -10,7 +10,7 @@
 namespace zelmor::imagework {
 
 void PictureEnd::add_picture(int64_t width, int64_t height, int64_t bits_per_pixel) {
-    // Headers are not to be trusted, and what they claim must not overflow.
+    // Headers are not to be trusted: the numbers in them must not overflow here.
     const auto side = [](int64_t length) { return static_cast<uint64_t>(std::clamp<int64_t>(length, 0, 1 << 24)); };
     const auto bits = static_cast<uint64_t>(std::clamp<int64_t>(bits_per_pixel, 8, 4096));
     constexpr uint64_t kOfEachRow = 16;
@@ -186,7 +186,7 @@ class BmpEnd final : public PictureEnd {
         const uint64_t row =
             (static_cast<uint64_t>(m_facts.width) * static_cast<uint64_t>(bmp->bits_per_pixel) + 31) / 32;
         const uint64_t pixels_end = in.u32(10) + 4 * row * static_cast<uint64_t>(m_facts.height);
-        // Masks and palette lie between, unless what says where the pixels are is wrong.
+        // Masks and palette lie between, unless the offset of the pixels is wrong.
         const uint64_t header_end = 14 + std::min<uint64_t>(in.u32(14), kLongestHeader);
         constexpr uint64_t kMasksAndPalette = 16 + 4 * 256;
         return in.u32(10) > header_end ? pixels_end : std::max(pixels_end, header_end + kMasksAndPalette);

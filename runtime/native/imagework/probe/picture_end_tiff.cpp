@@ -1,4 +1,4 @@
-// The end of a TIFF file: behind the last of what its directories point to.
+// The end of a TIFF file: behind the last bytes that its directories point to.
 #include <algorithm>
 #include <set>
 #include <vector>
@@ -18,7 +18,7 @@ struct Numbers {
     uint64_t get(const ByteReader& in, uint64_t i) const { return read_tiff_number(in, at + size * i, size); }
 };
 
-// What one directory tells of the file.
+// The entries of a directory that bound the file.
 struct Directory {
     Numbers strips, strip_sizes, tiles, tile_sizes, jpeg, jpeg_size, width, height, bits, samples;
     std::vector<Numbers> below;

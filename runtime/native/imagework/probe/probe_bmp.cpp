@@ -1,4 +1,4 @@
-// What a BMP file tells: the file header, then an information header of one of several lengths.
+// The facts in a BMP file: the file header, then an information header of one of several lengths.
 #include <algorithm>
 #include <cstdint>
 

@@ -1,4 +1,4 @@
-// What a GIF file tells: the screen, the global palette, then blocks up to the first frame.
+// The facts in a GIF file: the screen, the global palette, then blocks up to the first frame.
 #include <cstdint>
 #include <optional>
 

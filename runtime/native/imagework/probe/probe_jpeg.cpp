@@ -1,4 +1,4 @@
-// What a JPEG file tells in its markers up to the first scan.
+// The facts in the markers of a JPEG file up to its first scan.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

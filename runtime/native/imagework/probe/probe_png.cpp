@@ -1,4 +1,4 @@
-// What a PNG file tells in its chunks: everything of interest stands before the first pixel data.
+// The facts in the chunks of a PNG file: all of them stand before the first pixel data.
 #include <algorithm>
 #include <cstdint>
 #include <optional>

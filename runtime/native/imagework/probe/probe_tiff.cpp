@@ -1,4 +1,4 @@
-// What a TIFF file tells in its first directory, in either byte order and width of offsets.
+// The facts in the directories of a TIFF file, in either byte order and width of offsets.
 #include <cstdint>
 #include <set>
 #include <vector>

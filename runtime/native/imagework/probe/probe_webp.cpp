@@ -1,4 +1,4 @@
-// What a WebP file tells in the first chunks of its RIFF container.
+// The facts in the first chunks of the RIFF container of a WebP file.
 #include <cstdint>
 
 #include "runtime/native/imagework/probe/byte_reader.h"

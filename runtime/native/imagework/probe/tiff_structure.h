@@ -1,7 +1,7 @@
 // The structure of TIFF files, classic and BigTIFF: directories, each a list of tagged entries.
 //
 // An entry has a tag, a field type, a count of values, and the values, or the offset of the values where they do not
-// fit. Nothing here trusts the file: what lies outside its bytes reads as zero, and the reader remembers it.
+// fit. A value outside the bytes of the file reads as zero, and the reader remembers it.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_TIFF_STRUCTURE_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_TIFF_STRUCTURE_H
 

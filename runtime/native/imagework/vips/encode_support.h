@@ -1,4 +1,4 @@
-// What the encoders of single pictures, of frames and of palettes share.
+// Steps that the encoders of single pictures, of frames and of palettes share.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 
