@@ -1,4 +1,4 @@
-// What the embedded runtime asks of an image library: pictures in memory, and the backend that makes them.
+// The interface of the image library to the embedded runtime: pictures in memory, and the backend that makes them.
 //
 // The implementation is a shared object of its own, loaded at the first use of an image, so that nothing here may name
 // a type of the library behind it. All failures are PictureError. A picture is used by one thread at a time.
@@ -12,13 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "runtime/native/imagework/encoded_bytes.h"
 #include "runtime/native/imagework/filters.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
 
-// How a picture is resampled. Where the library has no kernel of that name the implementation says what it takes.
+// How a picture is resampled. The implementation names a substitute where the library has no kernel of that name.
 enum class Resampling : uint8_t {
     kNearest,
     kBilinear,
@@ -28,12 +29,6 @@ enum class Resampling : uint8_t {
     kHighQuality,
     kAdaptive,
     kBSpline,
-};
-
-// An encoded picture, owned by whoever holds it.
-struct EncodedBytes {
-    std::shared_ptr<const uint8_t> data;
-    size_t size = 0;
 };
 
 // A picture in memory: 8 or 16 bits per channel, gray or RGB, with or without alpha.
@@ -53,8 +48,8 @@ class Picture {
     // A picture of its own with the same pixels; they are shared until either is written to.
     virtual std::unique_ptr<Picture> copy() const = 0;
 
-    // Single pixels and blocks of them, row by row. A picture without alpha drops the alpha of what it is given; a gray
-    // one becomes RGB when it is given a color.
+    // Single pixels and blocks of them, row by row. A picture without alpha ignores the alpha of the colors; a gray one
+    // becomes RGB when it is given a color.
     virtual Argb get_argb(int32_t x, int32_t y) const = 0;
     virtual void set_argb(int32_t x, int32_t y, Argb color) = 0;
     virtual void read_argb(const Rect& area, std::span<Argb> out) const = 0;
@@ -65,26 +60,26 @@ class Picture {
     virtual void crop(const Rect& area) = 0;
     // Resamples to the size given.
     virtual void resize(int32_t width, int32_t height, Resampling resampling) = 0;
-    // Puts the picture unscaled on a canvas of the size given, its corner at (x, y), and cuts what lies outside.
+    // Puts the picture unscaled on a canvas of the size given, its corner at (x, y), and cuts the parts outside.
     virtual void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) = 0;
     // An opaque alpha channel where there is none.
     virtual void add_alpha() = 0;
     // Gives all pixels of the area one color.
     virtual void replace_area(const Rect& area, Argb color) = 0;
-    // Lays another picture over this one, its corner at (x, y); what lies outside is cut.
+    // Lays another picture over this one, its corner at (x, y); its parts outside are cut.
     virtual void draw(const Picture& other, int32_t x, int32_t y) = 0;
     // Turns clockwise by quarters, then mirrors.
     virtual void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) = 0;
-    // Turns clockwise around the center; `grow` enlarges the canvas to what the turned picture needs.
+    // Turns clockwise around the center; `grow` enlarges the canvas until it holds the turned picture.
     virtual void rotate(double degrees, bool grow, Argb background) = 0;
 
     virtual void grayscale() = 0;
     virtual void adjust_brightness(int32_t brightness) = 0;  // -255 to 255
     virtual void adjust_contrast(double contrast) = 0;       // -100 to 100
     virtual void adjust_gamma(double red, double green, double blue) = 0;
-    virtual void binarize_fixed(uint8_t threshold) = 0;  // white is what is above it
+    virtual void binarize_fixed(uint8_t threshold) = 0;  // pixels above it become white
     virtual void binarize_otsu() = 0;
-    // White is what is not darker than its window's mean by the fraction given.
+    // Pixels become white unless they are darker than the mean of their window by the fraction given.
     virtual void binarize_bradley(double difference, int32_t window) = 0;
     // Replaces pixels none of whose channels differs by more than `tolerance`.
     virtual void replace_color(Argb old_color, uint8_t tolerance, Argb new_color) = 0;
@@ -133,8 +128,8 @@ class Backend {
     // Decodes the whole picture; the bytes are not needed afterwards.
     virtual std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
 
-    // All pictures of the file. Those of an animation are as large as its canvas, with what shines through from the
-    // frames before.
+    // All pictures of the file. Those of an animation are as large as its canvas and have the pixels of earlier frames
+    // where they are transparent.
     virtual std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
     // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP, whose frames have to be of one size.
     virtual EncodedBytes encode_frames(std::span<const FrameToWrite> frames) = 0;
@@ -149,9 +144,6 @@ class Backend {
     // "libvips 8.14.1"
     virtual std::string library() const = 0;
 };
-
-// Refuses a picture of more bytes than a managed array may have; throws PictureError(kTooLarge).
-void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel);
 
 // The entry point of the shared object. The backend lives as long as the process.
 using BackendFunction = Backend* (*)();

@@ -1,6 +1,6 @@
-// Filters: what becomes of a pixel by those around it.
+// Filters, which compute each pixel from the pixels around it.
 //
-// Plain data; the managed API's names for them and the making of kernels lie with whoever asks.
+// Plain data: the caller makes the kernels, and knows the managed API's names for the filters.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FILTERS_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FILTERS_H
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
 

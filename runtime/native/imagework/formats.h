@@ -73,7 +73,15 @@ struct JpegEncoding {
     std::string comment = {};  // UTF-8; empty for none
 };
 
-enum class PngColor : uint8_t { kAuto, kGray, kTruecolor, kIndexed, kGrayAlpha, kTruecolorAlpha };
+// The numbers are those of the format; kAuto stands for the form that the picture has in memory.
+enum class PngColor : uint8_t {
+    kGray = 0,
+    kTruecolor = 2,
+    kIndexed = 3,
+    kGrayAlpha = 4,
+    kTruecolorAlpha = 6,
+    kAuto = 255,
+};
 enum class PngFilter : uint8_t { kNone, kSub, kUp, kAverage, kPaeth, kAdaptive };
 
 struct PngEncoding {
@@ -85,7 +93,8 @@ struct PngEncoding {
     int plays = 0;              // of an animation; 0: for ever
 };
 
-enum class TiffCompression : uint8_t { kNone, kLzw, kDeflate, kPackBits, kJpeg, kFax4 };
+// The numbers are those of the format.
+enum class TiffCompression : uint16_t { kNone = 1, kFax4 = 4, kLzw = 5, kJpeg = 7, kDeflate = 8, kPackBits = 32773 };
 enum class TiffColor : uint8_t { kAuto, kBilevel, kGray, kRgb, kRgba, kCmyk };
 
 struct TiffEncoding {
@@ -125,9 +134,12 @@ struct Encoding {
     bool diffuse = false;                        // spreads the error where colors are brought down to a palette
 };
 
-// Default for every option of a format.
+// The default of each setting of a format; throws PictureError(kUnsupported) for kUnknown.
 Encoding default_encoding(Format format);
 Format format_of(const Encoding& encoding);
+
+// Refuses a picture of more bytes than a managed array may have; throws PictureError(kTooLarge).
+void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel);
 
 }  // namespace zelmor::imagework
 

@@ -33,11 +33,11 @@ imagework::Backend* load() {
     std::string path = own_directory() + "/" + kLibrary;
     // Never unloaded: the library behind it has threads and types that stay.
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (!library) {
+    if (library == nullptr) {
         throw_unloadable(path);
     }
     auto function = reinterpret_cast<imagework::BackendFunction>(dlsym(library, imagework::kBackendSymbol));
-    if (!function) {
+    if (function == nullptr) {
         throw_unloadable(path);
     }
     try {
@@ -51,7 +51,7 @@ imagework::Backend* load() {
 
 imagework::Backend& image_backend() {
     static imagework::Backend* backend = nullptr;
-    if (!backend) {
+    if (backend == nullptr) {
         backend = load();
     }
     return *backend;

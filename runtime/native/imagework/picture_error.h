@@ -1,7 +1,7 @@
 // The one exception that leaves the image backend.
 //
 // It tells what kind of failure it was and describes it without naming a file: the backend sees bytes, not paths.
-// Whoever called adds the path and picks the managed exception.
+// The caller adds the path and picks the managed exception.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PICTURE_ERROR_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PICTURE_ERROR_H
 

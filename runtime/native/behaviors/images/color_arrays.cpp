@@ -4,36 +4,23 @@
 #include <algorithm>
 
 #include "runtime/native/behaviors/values/cmyk.h"
+#include "runtime/native/behaviors/values/struct_arrays.h"
 #include "runtime/native/collections/collection.h"
 
 namespace zelmor::embed {
 
 using imagework::Argb;
 
-namespace {
-
-template <StructValue V>
-std::vector<V> read_values(const VariantArg* arg, const char* parameter) {
-    static const ElementType& element = element_of(Wire::kStruct, StructTraits<V>::kName);
-    std::vector<V> result;
-    for (const Value& value : read_elements(arg, element, parameter)) {
-        result.push_back(unbox<V>(*std::get<Ref<ManagedObject>>(value)));
-    }
-    return result;
-}
-
-}  // namespace
-
 std::vector<Argb> read_colors(const VariantArg* arg, const char* parameter) {
     std::vector<Argb> result;
-    for (const ColorValue& color : read_values<ColorValue>(arg, parameter)) {
+    for (const ColorValue& color : read_structs<ColorValue>(arg, parameter)) {
         result.push_back(color.argb);
     }
     return result;
 }
 
 std::vector<CmykValue> read_cmyk(const VariantArg* arg, const char* parameter) {
-    return read_values<CmykValue>(arg, parameter);
+    return read_structs<CmykValue>(arg, parameter);
 }
 
 std::vector<Argb> read_packed_colors(const VariantArg* arg, const char* parameter) {

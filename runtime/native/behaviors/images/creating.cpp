@@ -25,7 +25,7 @@ struct PixelForm {
     int bits;
 };
 
-// The pixels that a new image of the format gets: as rich as what is going to be written.
+// The pixels of a new image of the format: as rich as the form in which it will be written.
 PixelForm form_of(const Encoding& encoding) {
     if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) {
         return {bmp->bits_per_pixel == 32, false, bmp->bits_per_pixel};

@@ -1,4 +1,4 @@
-// The data stream of an image: a container over what the image was loaded from, or was created to be written to.
+// The data stream of an image: a container over the file or stream that it was loaded from or created for.
 //
 // Nothing is read through it on the image's behalf, since pictures are decoded when they are loaded.
 #include "generated/runtime/Zelmor.Imaging.h"

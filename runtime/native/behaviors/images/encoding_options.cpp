@@ -1,4 +1,4 @@
-// From save options, or from an image alone, to what the backend writes; see encoding_options.h.
+// The settings that an image is saved with, from save options or from the image alone; see encoding_options.h.
 #include "runtime/native/behaviors/images/encoding_options.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ bool is_indexed(const Encoding& encoding) {
     return std::holds_alternative<GifEncoding>(encoding.format);
 }
 
-// A background color that is named is the transparent one, or stands behind what is transparent.
+// A background color in the options is the transparent color, or stands behind transparent pixels.
 void apply_gif_background(const ManagedObject& options, Encoding& encoding) {
     const Ref<ManagedObject> background = property_object(options, "BackgroundColor");
     if (!background || unbox<ColorValue>(*background).state == 0) {
@@ -83,7 +83,7 @@ Encoding encoding_of_options(const ManagedObject& options) {
 
 namespace {
 
-// What an image of several frames itself says of its animation.
+// The properties of an image that concern its animation.
 void apply_animation(const ImageObject& image, Encoding& encoding) {
     if (auto* gif = std::get_if<GifEncoding>(&encoding.format); gif != nullptr && has_property(image, "LoopsCount")) {
         if (const int64_t loops = property_int(image, "LoopsCount")) {
@@ -135,7 +135,7 @@ Encoding encoding_for(const ImageObject& page, Format format, const ImageObject&
     encoding.may_widen = true;
     if (facts.format == format && facts.encoding) {
         encoding.format = *facts.encoding;
-        // A kind of colors that fits the picture as it is now: saving again must not lose what was worked into it.
+        // The kind of colors follows the picture as it is now: saving again must not lose changes since it was loaded.
         if (auto* png = std::get_if<PngEncoding>(&encoding.format)) {
             if (png->color != PngColor::kIndexed) {
                 png->color = PngColor::kAuto;

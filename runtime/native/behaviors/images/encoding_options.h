@@ -11,12 +11,11 @@ namespace zelmor::embed {
 // The format that an object of save options is for; kUnknown for one that the backend cannot write.
 imagework::Format format_of_options(const ManagedObject& options);
 
-// What the options ask for. ArgumentOutOfRangeException for a setting outside its range, NotSupportedException for one
-// that the backend has no way to honor: nothing that was asked for is left out silently.
+// The settings in the options. ArgumentOutOfRangeException for a setting outside its range, NotSupportedException for
+// one that the backend cannot honor: no setting is left out silently.
 imagework::Encoding encoding_of_options(const ManagedObject& options);
 
-// The same for an image that is to be written with them: with what the image itself adds, its background and its
-// transparent color.
+// The same for an image that is to be written with them: the image adds its background and its transparent color.
 imagework::Encoding encoding_for(const ImageObject& image, const ManagedObject& options);
 
 // The settings to save an image as another format, or as its own as it was.

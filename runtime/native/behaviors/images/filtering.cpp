@@ -49,7 +49,7 @@ Kernel bell_kernel(int64_t radius, double sigma) {
     return kernel;
 }
 
-// Adds what a blur takes away.
+// Adds the difference between the picture and its blur.
 Kernel sharpening_kernel(int64_t size, double sigma) {
     Kernel kernel = bell_kernel(size / 2, sigma);
     for (double& weight : kernel.weights) {

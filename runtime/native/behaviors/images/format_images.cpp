@@ -1,4 +1,4 @@
-// Constructors of the images of single formats, BMP, JPEG and PNG, and what these tell of their file.
+// BmpImage, JpegImage and PngImage: their constructors, and the settings of the files that they came from.
 //
 // A file or an image of another format becomes one of this: the picture is copied, and save() writes it as this format.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Apng.h"

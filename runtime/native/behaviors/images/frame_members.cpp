@@ -65,7 +65,7 @@ api::AnimationDisposalMethods frame_disposal_method(ImageObject& self) {
     return api::AnimationDisposalMethods::kPreserve;
 }
 
-// What is seen while the frame is shown, as an image of its own.
+// The canvas at the time when the frame is shown, as an image of its own.
 Ref<ImageObject> full_frame(ImageObject& self) {
     std::unique_ptr<imagework::Picture> picture = self.picture().copy();
     if (ImageObject* image = self.container(); image != nullptr) {

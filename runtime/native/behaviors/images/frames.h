@@ -1,4 +1,4 @@
-// What the classes of images with several frames share.
+// Steps that the classes of images with several frames share.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FRAMES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FRAMES_H
 

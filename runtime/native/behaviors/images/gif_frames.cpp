@@ -1,5 +1,5 @@
-// GIF images and their frames. Frames of a loaded file are as large as the canvas, with what shines through from the
-// frames before; a frame that is made anew may be smaller, and lies where its left and top say.
+// GIF images and their frames. Frames of a loaded file are as large as the canvas and have the pixels of earlier frames
+// where they are transparent; a new frame may be smaller, and its left and top give its place.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 #include "runtime/native/behaviors/images/frame_members.h"

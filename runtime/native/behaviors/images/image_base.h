@@ -1,7 +1,7 @@
-// What every image has, raster and vector alike: a size, a depth, a format.
+// The base of all images, raster and vector alike: a size, a depth, a format.
 //
-// The members that Image declares for all images take one of these. What works on pixels takes an ImageObject and says
-// so where it gets an image without any.
+// The members that Image declares for all images take one of these. Members that work on pixels take an ImageObject and
+// say so where it gets an image without any.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_BASE_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_BASE_H
 

@@ -38,7 +38,7 @@ ImageObject& detail::Arg<ImageObject&>::read(Handle value) {
     if (auto* image = dynamic_cast<ImageObject*>(&object)) {
         return *image;
     }
-    if (dynamic_cast<ImageBase*>(&object)) {
+    if (dynamic_cast<ImageBase*>(&object) != nullptr) {
         throw_not_supported(std::string("Working on a ") + object.type().name + ", which has no pixels,");
     }
     throw_invalid_cast(object.type().full_name, ImageObject::kManagedName);
@@ -110,7 +110,7 @@ const std::vector<Ref<ImageObject>>& ImageObject::frames() {
     if (frame_count() > 1) {
         decoded = image_backend().decode_frames(m_source, m_source_options);
         facts = imagework::probe_pages(m_source);
-        // What was done to the first picture so far stays done.
+        // Changes of the first picture so far are kept.
         decoded[0].picture = std::move(m_picture);
     } else {
         decoded.push_back({std::move(m_picture), duration});
@@ -141,7 +141,7 @@ Ref<ImageObject> ImageObject::make_frame(std::unique_ptr<imagework::Picture> pic
 void ImageObject::insert_frame(size_t index, Ref<ImageObject> frame) {
     frames();
     frame->require_live();
-    if (frame->m_container) {
+    if (frame->m_container != nullptr) {
         throw_argument("The frame is part of an image already. (Parameter 'frame')");
     }
     frame->m_container = this;

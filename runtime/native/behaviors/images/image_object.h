@@ -1,6 +1,6 @@
-// An image of the embedded runtime: a picture of the backend with what is known about its file, or several.
+// An image of the embedded runtime: a picture of the backend with the facts of its file, or several pictures.
 //
-// Properties that only store a value stay in the record; what follows from the pixels or the file is behavior. An
+// Properties that only store a value stay in the record; those that follow from the pixels or the file are behavior. An
 // image of a format that can have several frames becomes a container of frame objects when these are first asked for;
 // its own picture is that of the active frame from then on.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H
@@ -94,7 +94,7 @@ class ImageObject final : public ImageBase {
     bool delete_target = false;  // it is deleted with the image
     // The same for an image that was created over a stream.
     Ref<ManagedStream> target_stream;
-    // What the image was loaded from, if that was a stream.
+    // The stream that the image was loaded from, if it was one.
     Ref<ManagedStream> source_stream;
 
     // The colors of an image whose pixels stand for indices; empty for true color.
@@ -102,8 +102,8 @@ class ImageObject final : public ImageBase {
     // EXIF and XMP of the file, of an image that was loaded; null where it had none.
     std::shared_ptr<ImageMetadata> metadata;
 
-    // What stands behind the picture where a format has no alpha or a canvas grows: the background color if there is
-    // one. A canvas with alpha grows transparent otherwise, one without white.
+    // The color behind the picture where a canvas grows, and where a format has no alpha: the background color if the
+    // image has one. Otherwise a canvas with alpha grows by transparent pixels, one without by white ones.
     imagework::Argb canvas_background() const;
     imagework::Argb flat_background() const;
     // The color that is to be written as transparent, unless the alpha channel has it already.

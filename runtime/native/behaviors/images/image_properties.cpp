@@ -1,4 +1,4 @@
-// What an image tells of itself, and the properties that need no pixels to be worked on.
+// The properties of an image: size, depth, format, resolution, opacity.
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.h"

@@ -1,4 +1,4 @@
-// Loading images, and what can be said of a file without decoding it.
+// Loading images, and questions about a file that are answered without decoding it.
 #include "runtime/native/behaviors/images/loading.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
@@ -57,7 +57,7 @@ bool hides_its_first_picture(const FileFacts& facts, const DecodeOptions& option
     return facts.is_apng && options.recovery == Recovery::kNone;
 }
 
-// What there is no loader for is refused before more than its header is read.
+// A format without a loader is refused before more than its header is read.
 FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const std::string& subject) {
     try {
         PictureSource source(std::move(stream));

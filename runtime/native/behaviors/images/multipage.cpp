@@ -53,7 +53,7 @@ Collection pages(ImageObject& self) {
     return frame_array(self, api::Image::kType);
 }
 
-// Pages of any kind make a TIFF image, which is the one that takes pages of any size.
+// Pages of any kind make a TIFF image: only TIFF takes pages of different sizes.
 Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dispose_images) {
     static const ElementType& element = element_of(Wire::kClass, api::Image::kType.name);
     std::vector<Ref<ImageObject>> sources;

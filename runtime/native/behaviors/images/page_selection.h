@@ -1,4 +1,4 @@
-// Which pages of an image are saved, and as what pictures.
+// The choice of the pages of an image that are saved, and their pictures.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_PAGE_SELECTION_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_PAGE_SELECTION_H
 
@@ -27,8 +27,8 @@ struct Page {
 // Copies of the pictures of the pages.
 std::vector<Page> pages_of(ImageObject& image, const std::vector<size_t>& indices);
 
-// Makes what an animation's frames have to be: of one size, each with what the frames before it left on the canvas
-// where it does not cover that.
+// Makes the pages frames of an animation: of one size, each with the pixels of the earlier frames where it does not
+// cover the canvas.
 void fit_to_canvas(std::vector<Page>& pages);
 
 // All pages laid over each other, the first undermost, instead of the pages.

@@ -1,4 +1,4 @@
-// Who takes pixels in parts: the objects that stand behind the interfaces of partial loaders.
+// Receivers of pixels in parts: the objects behind the interfaces of partial loaders.
 //
 // No class of the API implements these interfaces for users, so that they are objects of this runtime alone.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_PARTIAL_LOADS_H

@@ -15,13 +15,13 @@ using imagework::PictureError;
 namespace {
 
 constexpr uint64_t kBlock = 256;
-// More than any header has; a chain of markers can go on for ever. What is merely skipped does not count, unless it has
-// to be read for that.
+// More bytes than any header has; a chain of markers can go on for ever. Skipped bytes do not count, unless the stream
+// cannot seek, so that they have to be read.
 constexpr uint64_t kMostLookedAt = 1 << 20;
 constexpr uint64_t kMostSkipped = 64 << 20;
-// Where no picture goes on, so that no stream is asked to go there.
+// Behind the end of any picture, so that no stream is asked to go there.
 constexpr uint64_t kFurthest = uint64_t{1} << 40;
-// What is read at once of a stream that can give back what was too much.
+// The size of a read from a stream that can seek back over surplus bytes.
 constexpr uint64_t kReadAhead = 64 * 1024;
 constexpr uint64_t kPutBy = 64 << 20;
 

@@ -1,7 +1,7 @@
 // A stream or file that a picture is looked for in, read no further than that takes.
 //
-// The header comes in small blocks, as its parser asks for them: a stream that can seek skips what lies between,
-// another one is read up to there. Then the picture is read to its end, and what follows it is left alone. All failures
+// The header is read in small blocks, as its parser asks for them: a stream that can seek skips the bytes between two
+// blocks, another one is read up to the second. Then the picture is read to its end, and no further. All failures
 // are managed exceptions, or PictureError where the data is at fault.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_PICTURE_SOURCE_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_PICTURE_SOURCE_H
@@ -22,10 +22,10 @@ class PictureSource final : private imagework::ByteSource {
     // From where the stream stands.
     explicit PictureSource(Ref<ManagedStream> stream);
 
-    // What the header says.
+    // The facts that the header gives.
     imagework::FileFacts facts() { return imagework::probe(*this); }
-    // The bytes of the picture, which a stream that can seek stands behind from then on. What cannot be decoded anyway
-    // is refused before its pixels are read, and so is what `check` refuses.
+    // The bytes of the picture. A stream that can seek stands behind them afterwards. Files that cannot be decoded, and
+    // files that `check` refuses, are refused before their pixels are read.
     template <class Check>
     std::vector<uint8_t> picture(const imagework::DecodeOptions& options, Check&& check) {
         const imagework::FileFacts header = facts();
@@ -44,7 +44,7 @@ class PictureSource final : private imagework::ByteSource {
     std::span<const uint8_t> at(uint64_t offset, uint64_t length) override;
     std::span<const uint8_t> block(uint64_t number);
     void go_to(uint64_t offset);
-    // Appends what one question to the stream gives, at most `count` bytes; false at its end.
+    // Appends the bytes of one read, at most `count`; false at the end of the stream.
     bool append(std::vector<uint8_t>& to, uint64_t count);
 
     Ref<ManagedStream> m_stream;
@@ -58,8 +58,7 @@ class PictureSource final : private imagework::ByteSource {
     std::vector<uint8_t> m_piece;
 };
 
-// What the header says of what lies ahead in a stream, whose position stays; NotSupportedException where it cannot
-// seek.
+// The facts of the file ahead in a stream, whose position stays; NotSupportedException where the stream cannot seek.
 imagework::FileFacts facts_ahead(const Ref<ManagedStream>& stream);
 
 }  // namespace zelmor::embed

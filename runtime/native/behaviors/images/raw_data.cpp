@@ -122,7 +122,7 @@ size_t line_size_for(const RawFormat& format, int32_t width) {
 }
 
 Bytes raw_block(const ImageObject& self, const RectangleValue& area, const RawFormat& format) {
-    packing_of(format);  // refuses what there is no way to write
+    packing_of(format);  // refuses layouts that cannot be written
     const imagework::Picture& picture = self.picture();
     const bool plausible =
         area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();

@@ -25,7 +25,7 @@ namespace {
 
 using Path = std::optional<std::u16string>;
 
-// What a save writes: with the options named, or with those that the format and the image imply.
+// A save: with options that the caller names, or with the settings that follow from the format and the image.
 struct Request {
     Format format;
     const Record* options = nullptr;         // or none
@@ -50,7 +50,7 @@ std::string cannot_hold(const Request& request, size_t count) {
     return std::string(format_name(request.format)) + " holds one picture, not " + std::to_string(count);
 }
 
-// The pages that the request is for. Options that say nothing of pages leave a format of one picture the active one.
+// The pages to be written. Without a choice in the options, a format of one picture gets the active page.
 std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
     const Ref<ManagedObject> choice =
         request.options != nullptr ? property_object(*request.options, "MultiPageOptions") : nullptr;
@@ -184,7 +184,7 @@ namespace {
 
 void save(ImageObject& self) {
     self.require_live();
-    // Held: what writes to it may dispose of the image.
+    // Held: the stream may be a Python object, whose write() may dispose of the image.
     if (const Ref<ManagedStream> target = self.target_stream) {
         return to_stream(self, *target, implied(self, Format::kUnknown));
     }

@@ -12,7 +12,7 @@ namespace zelmor::embed {
 
 namespace {
 
-// What a file of an expected format is written with.
+// The settings that belong to an expected format.
 struct Expected {
     TiffExpectedFormat format;
     TiffCompressions compression;

@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "runtime/native/imagework/codecs/png_chunks.h"
+#include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
-#include "runtime/native/imagework/vips/encode_support.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -17,7 +17,7 @@ constexpr uint32_t kControl = png_type("acTL"), kFrame = png_type("fcTL"), kFram
     throw PictureError(Failure::kDamaged, std::string("the PNG animation ") + what);
 }
 
-// What one frame is made of while its chunks go by.
+// The parts of one frame, collected while the chunks of the file are walked.
 struct Collected {
     ApngPart part{};
     std::vector<std::span<const uint8_t>> data;
@@ -29,10 +29,11 @@ Collected frame_of(const PngChunk& control, const ApngParts& canvas) {
     const int64_t width = in.u32(4), height = in.u32(8), x = in.u32(12), y = in.u32(16);
     const uint32_t numerator = in.u16(20);
     const uint32_t denominator = in.u16(22) == 0 ? 100 : in.u16(22);
-    frame.part.disposal = in.u8(24);
+    const uint8_t disposal = in.u8(24);
+    frame.part.disposal = static_cast<ApngDisposal>(disposal);
     frame.part.over = in.u8(25) == 1;
     if (!in.ok() || width < 1 || height < 1 || x + width > canvas.width || y + height > canvas.height ||
-        frame.part.disposal > 2) {
+        disposal > static_cast<uint8_t>(ApngDisposal::kRestore)) {
         damaged("has a frame that does not fit its canvas");
     }
     frame.part.area = {static_cast<int32_t>(x), static_cast<int32_t>(y), static_cast<int32_t>(width),
@@ -113,7 +114,7 @@ EncodedBytes joined_apng(std::span<const ApngFrame> frames, int plays) {
     for (size_t i = 0; i < frames.size(); i++) {
         std::vector<uint8_t> control;
         bool controlled = false;
-        for (const PngChunk& chunk : png_chunks({frames[i].png.data.get(), frames[i].png.size})) {
+        for (const PngChunk& chunk : png_chunks(frames[i].png.bytes())) {
             if (chunk.type == kIend) {
                 continue;
             }

@@ -3,22 +3,29 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_CODECS_APNG_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_CODECS_APNG_H
 
-#include <functional>
-#include <memory>
+#include <cstdint>
 #include <span>
 #include <vector>
 
-#include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/encoded_bytes.h"
+#include "runtime/native/imagework/formats.h"
 
 namespace zelmor::imagework {
+
+// The change of the canvas when the time of a frame is over. The numbers are those of the format.
+enum class ApngDisposal : uint8_t {
+    kLeave = 0,
+    kClear = 1,    // the frame's area
+    kRestore = 2,  // the frame's area, to what was there before
+};
 
 // A frame as it stands in the file: a PNG of a part of the canvas, and how it is laid there.
 struct ApngPart {
     std::vector<uint8_t> png;
     Rect area;
     int duration;  // milliseconds
-    int disposal;  // 0 leave, 1 clear its area, 2 put back what was there
-    bool over;     // laid over the canvas, instead of replacing what is there
+    ApngDisposal disposal;
+    bool over;  // laid over the canvas, instead of replacing what is there
 };
 
 struct ApngParts {

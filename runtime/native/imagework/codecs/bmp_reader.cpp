@@ -4,14 +4,13 @@
 #include <bit>
 #include <string>
 
-#include "runtime/native/imagework/backend.h"
 #include "runtime/native/imagework/codecs/bmp_codec.h"
+#include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/probe/bmp_compressions.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::imagework {
 namespace {
-
-enum Compression : uint32_t { kBiRgb = 0, kBiRle8 = 1, kBiRle4 = 2, kBiBitFields = 3, kBiAlphaBitFields = 6 };
 
 [[noreturn]] void damaged(const std::string& text) {
     throw PictureError(Failure::kDamaged, text);

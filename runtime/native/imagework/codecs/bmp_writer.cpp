@@ -5,6 +5,7 @@
 
 #include "runtime/native/imagework/codecs/bmp_codec.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/probe/bmp_compressions.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -93,9 +94,9 @@ struct Masks {
 };
 
 // The file header and the information header; the longer one where there are bit fields with alpha.
-void write_headers(ByteWriter& out, const Pixels& pixels, const BmpEncoding& encoding, uint32_t compression,
+void write_headers(ByteWriter& out, const Pixels& pixels, const BmpEncoding& encoding, BmpStorage storage,
                    const Masks* masks, size_t palette_size, Resolution resolution) {
-    uint32_t header_size = masks ? 108 : 40;
+    uint32_t header_size = masks != nullptr ? 108 : 40;
     out.u8('B');
     out.u8('M');
     out.u32(0);  // the length of the file, known at the end
@@ -106,13 +107,13 @@ void write_headers(ByteWriter& out, const Pixels& pixels, const BmpEncoding& enc
     out.u32(static_cast<uint32_t>(pixels.height));
     out.u16(1);
     out.u16(static_cast<unsigned>(encoding.bits_per_pixel));
-    out.u32(compression);
+    out.u32(storage);
     out.u32(0);  // the length of the pixel data
     out.u32(per_meter(resolution.horizontal));
     out.u32(per_meter(resolution.vertical));
     out.u32(palette_size);
     out.u32(0);
-    if (masks) {
+    if (masks != nullptr) {
         out.u32(masks->red);
         out.u32(masks->green);
         out.u32(masks->blue);
@@ -130,7 +131,7 @@ void write_true_color(ByteWriter& out, const Pixels& pixels, int bits, const Mas
         for (int32_t x = 0; x < pixels.width; x++) {
             const uint8_t* p = pixels.at(x, y);
             if (bits == 16) {
-                bool six = masks && masks->green == 0x07E0;
+                bool six = masks != nullptr && masks->green == 0x07E0;
                 unsigned green = six ? (p[1] * 63U + 127) / 255 << 5 : (p[1] * 31U + 127) / 255 << 5;
                 out.u16((p[0] * 31U + 127) / 255 << (six ? 11 : 10) | green | (p[2] * 31U + 127) / 255);
                 continue;
@@ -211,8 +212,8 @@ std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, i
     size_t data_at = 0;
     if (bits <= 8) {
         Palette palette(pixels, size_t{1} << bits, given);
-        write_headers(out, pixels, encoding, runs ? (bits == 8 ? 1 : 2) : 0, nullptr, palette.colors().size(),
-                      resolution);
+        const BmpStorage storage = !runs ? kBiRgb : bits == 8 ? kBiRle8 : kBiRle4;
+        write_headers(out, pixels, encoding, storage, nullptr, palette.colors().size(), resolution);
         for (uint32_t color : palette.colors()) {
             out.u32(color);
         }
@@ -227,7 +228,7 @@ std::vector<uint8_t> encode_bmp(std::span<const uint8_t> bytes, int32_t width, i
         static constexpr Masks kArgb{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
         static constexpr Masks kRgb565{0xF800, 0x07E0, 0x001F, 0};
         const Masks* masks = bits == 32 && (fields || bands == 4) ? &kArgb : fields ? &kRgb565 : nullptr;
-        write_headers(out, pixels, encoding, masks ? 3 : 0, masks, 0, resolution);
+        write_headers(out, pixels, encoding, masks != nullptr ? kBiBitFields : kBiRgb, masks, 0, resolution);
         data_at = out.size();
         write_true_color(out, pixels, bits, masks);
     }

@@ -5,7 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/encoded_bytes.h"
+#include "runtime/native/imagework/formats.h"
 
 namespace zelmor::imagework {
 

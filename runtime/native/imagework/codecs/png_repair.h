@@ -1,4 +1,4 @@
-// Whether a PNG file is whole, and what makes a cut-off one readable as far as it goes.
+// Checking whether a PNG file is whole, and mending a cut-off one so that its rows can be read as far as they go.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_CODECS_PNG_REPAIR_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_CODECS_PNG_REPAIR_H
 
@@ -12,7 +12,7 @@ namespace zelmor::imagework {
 bool is_whole_png(std::span<const uint8_t> data);
 
 // The file up to its last byte, with the chunk in which it stops closed there and an end chunk behind it: the decoder
-// takes a chunk as a whole or not at all, and would otherwise lose what the last one holds.
+// takes a chunk as a whole or not at all, and would otherwise lose the content of the last one.
 std::vector<uint8_t> mended_png(std::span<const uint8_t> data);
 
 }  // namespace zelmor::imagework

@@ -2,121 +2,98 @@
 #include "runtime/native/imagework/codecs/tiff_byte_order.h"
 
 #include <algorithm>
-#include <memory>
+#include <utility>
 #include <vector>
 
+#include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/probe/tiff_structure.h"
 
 namespace zelmor::imagework {
 namespace {
 
-// Bytes of one number of a field type; a rational is two numbers of four bytes.
+// Bytes of one number of a field type; a rational is two numbers.
 uint64_t number_size(int type) {
-    switch (type) {
-        case 3:
-        case 8:
-            return 2;
-        case 4:
-        case 5:
-        case 9:
-        case 10:
-        case 11:
-        case 13:
-            return 4;
-        case 12:
-        case 16:
-        case 17:
-        case 18:
-            return 8;
-        default:
-            return 1;
-    }
+    return is_tiff_rational(type) ? tiff_type_size(type) / 2 : std::max<uint64_t>(1, tiff_type_size(type));
 }
 
 class Turner {
  public:
     explicit Turner(const EncodedBytes& tiff)
-        : m_bytes(std::make_shared<std::vector<uint8_t>>(tiff.data.get(), tiff.data.get() + tiff.size)),
-          m_in({tiff.data.get(), tiff.size}),
-          m_big(m_in.u16(2) == 43) {}
+        : m_bytes(tiff.bytes().begin(), tiff.bytes().end()), m_in(tiff.bytes()), m_form(tiff_form(m_in)) {}
 
     EncodedBytes run() {
-        std::fill_n(m_bytes->begin(), 2, static_cast<uint8_t>('M'));
+        std::fill_n(m_bytes.begin(), 2, static_cast<uint8_t>('M'));
         turn(2, 2, 1);
-        if (m_big) {
-            turn(4, 2, 2);
+        if (m_form.big) {
+            turn(4, 2, 2);  // the width of offsets, and a reserved number
         }
-        turn(m_big ? 8 : 4, word(), 1);
-        uint64_t directory = read_word(m_big ? 8 : 4);
+        turn(m_form.link_at(), m_form.word(), 1);
+        uint64_t directory = m_form.read_word(m_in, m_form.link_at());
         while (directory != 0 && m_in.ok()) {
             directory = turn_directory(directory);
         }
         if (!m_in.ok()) {
             throw PictureError(Failure::kInternal, "the TIFF file that was written cannot be read again");
         }
-        return {std::shared_ptr<const uint8_t>(m_bytes, m_bytes->data()), m_bytes->size()};
+        return to_encoded(std::move(m_bytes));
     }
 
  private:
-    uint64_t word() const { return m_big ? 8 : 4; }
-    uint64_t read_word(uint64_t at) const { return m_big ? m_in.u64(at) : m_in.u32(at); }
-
     void turn(uint64_t at, uint64_t size, uint64_t count) {
         if (size < 2 || !m_in.has(at, size * count)) {
             return;
         }
         for (uint64_t i = 0; i < count; i++) {
-            auto first = m_bytes->begin() + static_cast<std::ptrdiff_t>(at + i * size);
+            auto first = m_bytes.begin() + static_cast<std::ptrdiff_t>(at + i * size);
             std::reverse(first, first + static_cast<std::ptrdiff_t>(size));
         }
     }
 
     // Turns the entries of a directory with what they point to; answers where the next directory is.
     uint64_t turn_directory(uint64_t at) {
-        uint64_t count_size = m_big ? 8 : 2;
-        uint64_t count = m_big ? m_in.u64(at) : m_in.u16(at);
-        uint64_t entry_size = m_big ? 20 : 12;
+        const uint64_t count = m_form.entries(m_in, at);
         uint64_t bits = 8;
-        uint64_t compression = 1;
+        uint64_t compression = kUncompressed;
         std::vector<uint64_t> offsets;
         std::vector<uint64_t> lengths;
         for (uint64_t i = 0; i < count && m_in.ok(); i++) {
-            uint64_t entry = at + count_size + i * entry_size;
-            int tag = m_in.u16(entry);
-            if (tag == 258) {
+            const uint64_t entry = m_form.entry_at(at, i);
+            const int tag = m_in.u16(entry);
+            if (tag == kTiffBitsPerSample) {
                 bits = values(entry).front();
             }
-            if (tag == 259) {
+            if (tag == kTiffCompression) {
                 compression = values(entry).front();
             }
-            if (tag == 273 || tag == 324) {
+            if (tag == kTiffStripOffsets || tag == kTiffTileOffsets) {
                 offsets = values(entry);
             }
-            if (tag == 279 || tag == 325) {
+            if (tag == kTiffStripSizes || tag == kTiffTileSizes) {
                 lengths = values(entry);
             }
             turn_entry(entry);
         }
-        turn(at, count_size, 1);
-        uint64_t next_at = at + count_size + count * entry_size;
-        turn(next_at, word(), 1);
-        if (bits == 16 && compression == 1) {
+        turn(at, m_form.directory_head(), 1);
+        const uint64_t next_at = m_form.entry_at(at, count);
+        turn(next_at, m_form.word(), 1);
+        if (bits == 16 && compression == kUncompressed) {
             for (size_t i = 0; i < std::min(offsets.size(), lengths.size()); i++) {
                 turn(offsets[i], 2, lengths[i] / 2);
             }
         }
-        return read_word(next_at);
+        return m_form.read_word(m_in, next_at);
     }
 
     void turn_entry(uint64_t entry) {
         auto [at, count, size] = place(entry);
-        bool rational = m_in.u16(entry + 2) == 5 || m_in.u16(entry + 2) == 10;
-        turn(at, size, rational ? 2 * count : count);
-        uint64_t value_at = entry + 4 + word();
+        turn(at, size, is_tiff_rational(m_in.u16(entry + 2)) ? 2 * count : count);
+        const uint64_t value_at = m_form.value_at(entry);
         if (at != value_at) {
-            turn(value_at, word(), 1);
+            turn(value_at, m_form.word(), 1);
         }
-        turn(entry + 4, word(), 1);
+        turn(entry + 4, m_form.word(), 1);
         turn(entry + 2, 2, 1);
         turn(entry, 2, 1);
     }
@@ -126,12 +103,12 @@ class Turner {
     };
     // Values stand in the entry if they fit there, else where it points.
     Place place(uint64_t entry) const {
-        int type = m_in.u16(entry + 2);
-        uint64_t size = number_size(type);
-        uint64_t count = read_word(entry + 4);
-        uint64_t value_at = entry + 4 + word();
-        uint64_t bytes = size * count * (type == 5 || type == 10 ? 2 : 1);
-        return {bytes > word() ? read_word(value_at) : value_at, count, size};
+        const int type = m_in.u16(entry + 2);
+        const uint64_t size = number_size(type);
+        const uint64_t count = m_form.values(m_in, entry);
+        const uint64_t value_at = m_form.value_at(entry);
+        const uint64_t bytes = size * count * (is_tiff_rational(type) ? 2 : 1);
+        return {bytes > m_form.word() ? m_form.read_word(m_in, value_at) : value_at, count, size};
     }
 
     std::vector<uint64_t> values(uint64_t entry) const {
@@ -141,18 +118,15 @@ class Turner {
         }
         std::vector<uint64_t> result;
         for (uint64_t i = 0; i < count; i++) {
-            uint64_t from = at + i * size;
-            result.push_back(size == 2   ? m_in.u16(from)
-                             : size == 4 ? m_in.u32(from)
-                             : size == 8 ? m_in.u64(from)
-                                         : m_in.u8(from));
+            result.push_back(read_tiff_number(m_in, at + i * size, size));
         }
         return result;
     }
 
-    std::shared_ptr<std::vector<uint8_t>> m_bytes;
+    static constexpr auto kUncompressed = static_cast<uint64_t>(TiffCompression::kNone);
+    std::vector<uint8_t> m_bytes;
     ByteReader m_in;  // over the original, which stays as it is
-    bool m_big;
+    TiffForm m_form;
 };
 
 }  // namespace

@@ -2,7 +2,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_CODECS_TIFF_BYTE_ORDER_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_CODECS_TIFF_BYTE_ORDER_H
 
-#include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/encoded_bytes.h"
 
 namespace zelmor::imagework {
 

@@ -6,7 +6,7 @@
 
 #include <span>
 
-#include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/encoded_bytes.h"
 
 namespace zelmor::imagework {
 

@@ -37,7 +37,7 @@ class ByteReader {
 
     bool ok() const { return m_ok; }
     bool has(uint64_t offset, uint64_t length) const {
-        if (!m_source) [[likely]] {
+        if (m_source == nullptr) [[likely]] {
             return offset <= m_data.size() && length <= m_data.size() - offset;
         }
         return m_source->at(offset, length).size() == length;
@@ -48,7 +48,7 @@ class ByteReader {
     }
     // The bytes there, fewer where they end before; good until the next question.
     std::span<const uint8_t> piece(uint64_t offset, uint64_t length) const {
-        if (m_source) {
+        if (m_source != nullptr) {
             return m_source->at(offset, length);
         }
         if (offset >= m_data.size()) {
@@ -65,16 +65,16 @@ class ByteReader {
 
  private:
     uint64_t read(uint64_t offset, size_t length) const {
-        // Pixels are read so too: what lies in memory takes no detour.
+        // Pixels are read this way too, so that bytes in memory have the shortest path.
         const uint8_t* bytes = nullptr;
-        if (!m_source) [[likely]] {
+        if (m_source == nullptr) [[likely]] {
             if (offset <= m_data.size() && length <= m_data.size() - offset) {
                 bytes = m_data.data() + offset;
             }
         } else if (const auto found = m_source->at(offset, length); found.size() == length) {
             bytes = found.data();
         }
-        if (!bytes) {
+        if (bytes == nullptr) {
             m_ok = false;
             return 0;
         }

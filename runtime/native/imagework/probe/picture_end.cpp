@@ -5,11 +5,12 @@
 #include <cstring>
 
 #include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/probe/jpeg_markers.h"
 
 namespace zelmor::imagework {
 
 void PictureEnd::add_picture(int64_t width, int64_t height, int64_t bits_per_pixel) {
-    // Headers are not to be trusted, and what they claim must not overflow.
+    // Headers are not to be trusted: the numbers in them must not overflow here.
     const auto side = [](int64_t length) { return static_cast<uint64_t>(std::clamp<int64_t>(length, 0, 1 << 24)); };
     const auto bits = static_cast<uint64_t>(std::clamp<int64_t>(bits_per_pixel, 8, 4096));
     constexpr uint64_t kOfEachRow = 16;
@@ -127,18 +128,18 @@ class JpegEnd final : public PictureEnd {
             if (in.u8(m_at) != 0xFF) {
                 return kUnknown;
             }
-            if (marker == 0xFF) {  // fill byte
+            if (marker == kJpegFill) {
                 m_at++;
-            } else if (marker == 0xD9) {
+            } else if (marker == kJpegEnd) {
                 return m_at + 2;
-            } else if (marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8)) {  // no length
+            } else if (is_bare_jpeg_marker(marker)) {
                 m_at += 2;
             } else {
                 if (!in.has(m_at, 4)) {
                     return m_at + 4;
                 }
                 m_at += 2 + uint64_t{in.u16(m_at + 2)};
-                m_in_scan = marker == 0xDA;
+                m_in_scan = marker == kJpegScan;
             }
         }
     }
@@ -149,16 +150,16 @@ class JpegEnd final : public PictureEnd {
         while (m_at + 1 < data.size()) {
             const auto* found = static_cast<const uint8_t*>(
                 std::memchr(data.data() + m_at, 0xFF, static_cast<size_t>(data.size() - m_at)));
-            m_at = found ? static_cast<uint64_t>(found - data.data()) : data.size();
+            m_at = found != nullptr ? static_cast<uint64_t>(found - data.data()) : data.size();
             if (m_at + 1 >= data.size()) {
                 return false;
             }
             const uint8_t next = data[m_at + 1];
-            if (next != 0 && next != 0xFF && (next < 0xD0 || next > 0xD7)) {
+            if (next != kJpegStuffing && next != kJpegFill && !is_jpeg_restart(next)) {
                 m_in_scan = false;
                 return true;
             }
-            m_at += next == 0xFF ? 1 : 2;
+            m_at += next == kJpegFill ? 1 : 2;
         }
         return false;
     }
@@ -176,16 +177,16 @@ class BmpEnd final : public PictureEnd {
         if (!in.has(0, kHeader)) {
             return kHeader;
         }
-        const auto* bmp = m_facts.encoding ? std::get_if<BmpEncoding>(&*m_facts.encoding) : nullptr;
-        const bool counted =
-            bmp && (bmp->compression == BmpCompression::kRgb || bmp->compression == BmpCompression::kBitFields);
+        const auto* bmp = settings_as<BmpEncoding>(m_facts);
+        const bool counted = bmp != nullptr && (bmp->compression == BmpCompression::kRgb ||
+                                                bmp->compression == BmpCompression::kBitFields);
         if (!m_facts.readable || !counted) {
             return kUnknown;
         }
         const uint64_t row =
             (static_cast<uint64_t>(m_facts.width) * static_cast<uint64_t>(bmp->bits_per_pixel) + 31) / 32;
         const uint64_t pixels_end = in.u32(10) + 4 * row * static_cast<uint64_t>(m_facts.height);
-        // Masks and palette lie between, unless what says where the pixels are is wrong.
+        // Masks and palette lie between, unless the offset of the pixels is wrong.
         const uint64_t header_end = 14 + std::min<uint64_t>(in.u32(14), kLongestHeader);
         constexpr uint64_t kMasksAndPalette = 16 + 4 * 256;
         return in.u32(10) > header_end ? pixels_end : std::max(pixels_end, header_end + kMasksAndPalette);

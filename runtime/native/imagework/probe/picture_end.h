@@ -1,4 +1,4 @@
-// Where a picture ends, told while its file comes in: a file that goes on behind its picture, or for ever, is read no
+// The end of a picture, found while its file is read: a file that goes on behind its picture, or for ever, is read no
 // further than the picture needs.
 //
 // The structure of each format is walked without decoding anything. A file that leaves its structure has no end that
@@ -21,8 +21,8 @@ class PictureEnd {
 
     virtual ~PictureEnd() = default;
 
-    // How many bytes from the beginning there have to be before more can be said; no more than there are once the end
-    // is known, which they then are. `data` is what came before and more.
+    // How many bytes from the beginning are needed before the search can go on. A number not larger than data.size() is
+    // the end of the picture. Each call gets the bytes of the call before, and more.
     virtual uint64_t needed(std::span<const uint8_t> data) = 0;
     // The most that the pictures seen so far can need: four times their pixels, and room for all that is said of them.
     uint64_t limit() const { return kRoomForTexts + 4 * m_raw_bytes + m_value_bytes; }

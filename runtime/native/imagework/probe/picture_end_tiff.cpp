@@ -1,56 +1,24 @@
-// The end of a TIFF file: behind the last of what its directories point to.
+// The end of a TIFF file: behind the last bytes that its directories point to.
 #include <algorithm>
 #include <set>
 #include <vector>
 
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/probe/picture_end.h"
+#include "runtime/native/imagework/probe/tiff_structure.h"
 
 namespace zelmor::imagework {
 namespace {
 
-enum Tag : uint16_t {
-    kWidth = 256,
-    kHeight = 257,
-    kBitsPerSample = 258,
-    kStripOffsets = 273,
-    kSamples = 277,
-    kStripSizes = 279,
-    kTileOffsets = 324,
-    kTileSizes = 325,
-    kSubDirectories = 330,
-    kJpegOffset = 513,
-    kJpegSize = 514,
-    kExif = 34665,
-    kGps = 34853,
-    kInteroperability = 40965,
-};
-
-uint64_t size_of_type(uint16_t type) {
-    static constexpr uint8_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
-    return type < std::size(kSizes) ? kSizes[type] : 0;
-}
-
-// The numbers of an entry: where they are, and how many.
+// The numbers of an entry: where they are, how many, and of how many bytes each.
 struct Numbers {
     uint64_t at = 0;
     uint64_t count = 0;
     uint64_t size = 0;
-    uint64_t get(const ByteReader& in, uint64_t i) const {
-        switch (size) {
-            case 1:
-                return in.u8(at + i);
-            case 2:
-                return in.u16(at + 2 * i);
-            case 4:
-                return in.u32(at + 4 * i);
-            default:
-                return in.u64(at + 8 * i);
-        }
-    }
+    uint64_t get(const ByteReader& in, uint64_t i) const { return read_tiff_number(in, at + size * i, size); }
 };
 
-// What one directory tells of the file.
+// The entries of a directory that bound the file.
 struct Directory {
     Numbers strips, strip_sizes, tiles, tile_sizes, jpeg, jpeg_size, width, height, bits, samples;
     std::vector<Numbers> below;
@@ -70,9 +38,9 @@ class TiffEnd final : public PictureEnd {
         }
         const ByteReader in(data, data[0] == 'M');
         if (m_end == 0) {
-            m_big = in.u16(2) == 43;
+            m_form = tiff_form(in);
             m_end = kHeader;
-            expect(m_big ? in.u64(8) : in.u32(4), true);
+            expect(m_form.read_word(in, m_form.link_at()), true);
         }
         while (!m_expected.empty()) {
             if (m_steps > kMostSteps) {
@@ -110,36 +78,34 @@ class TiffEnd final : public PictureEnd {
         if (offset > kFarAway) {
             return 0;
         }
-        const uint64_t head = m_big ? 8 : 2;
-        const uint64_t entry_size = m_big ? 20 : 12;
-        const uint64_t room = m_big ? 8 : 4;
-        if (!in.has(offset, head)) {
-            return offset + head;
+        const uint64_t room = m_form.word();
+        if (!in.has(offset, m_form.directory_head())) {
+            return offset + m_form.directory_head();
         }
-        const uint64_t count = m_big ? in.u64(offset) : in.u16(offset);
+        const uint64_t count = m_form.entries(in, offset);
         if (count > kMostEntries) {
             return 0;  // this is no directory
         }
-        const uint64_t next_at = offset + head + count * entry_size;
+        const uint64_t next_at = m_form.entry_at(offset, count);
         if (!in.has(next_at, room)) {
             return next_at + room;
         }
-        directory.next = m_big ? in.u64(next_at) : in.u32(next_at);
+        directory.next = m_form.read_word(in, next_at);
         directory.end = next_at + room;
         directory.entries = count;
         uint64_t most = directory.end;
         for (uint64_t i = 0; i < count; i++) {
-            const uint64_t entry = offset + head + i * entry_size;
+            const uint64_t entry = m_form.entry_at(offset, i);
             Numbers numbers;
-            numbers.size = size_of_type(in.u16(entry + 2));
-            numbers.count = m_big ? in.u64(entry + 4) : in.u32(entry + 4);
-            numbers.at = entry + (m_big ? 12 : 8);
+            numbers.size = tiff_type_size(in.u16(entry + 2));
+            numbers.count = m_form.values(in, entry);
+            numbers.at = m_form.value_at(entry);
             uint64_t bytes = 0;
             if (numbers.size == 0 || __builtin_mul_overflow(numbers.size, numbers.count, &bytes)) {
                 continue;
             }
             if (bytes > room) {
-                numbers.at = m_big ? in.u64(numbers.at) : in.u32(numbers.at);
+                numbers.at = m_form.read_word(in, numbers.at);
             }
             uint64_t end = 0;
             if (__builtin_add_overflow(numbers.at, bytes, &end) || end > kFarAway) {
@@ -147,7 +113,7 @@ class TiffEnd final : public PictureEnd {
             }
             directory.end = std::max(directory.end, end);
             directory.value_bytes += bytes;
-            if (Numbers* wanted = slot(directory, in.u16(entry))) {
+            if (Numbers* wanted = slot(directory, in.u16(entry)); wanted != nullptr) {
                 *wanted = numbers;
                 most = std::max(most, end);
             }
@@ -155,36 +121,27 @@ class TiffEnd final : public PictureEnd {
         return most;
     }
 
+    // Where the numbers of a tag are kept; null for a tag that says nothing about the end.
     static Numbers* slot(Directory& directory, uint16_t tag) {
-        switch (tag) {
-            case kWidth:
-                return &directory.width;
-            case kHeight:
-                return &directory.height;
-            case kBitsPerSample:
-                return &directory.bits;
-            case kSamples:
-                return &directory.samples;
-            case kStripOffsets:
-                return &directory.strips;
-            case kStripSizes:
-                return &directory.strip_sizes;
-            case kTileOffsets:
-                return &directory.tiles;
-            case kTileSizes:
-                return &directory.tile_sizes;
-            case kJpegOffset:
-                return &directory.jpeg;
-            case kJpegSize:
-                return &directory.jpeg_size;
-            case kSubDirectories:
-            case kExif:
-            case kGps:
-            case kInteroperability:
-                return &directory.below.emplace_back();
-            default:
-                return nullptr;
+        struct Slot {
+            TiffTag tag;
+            Numbers Directory::*numbers;
+        };
+        static constexpr Slot kSlots[] = {
+            {kTiffWidth, &Directory::width},         {kTiffHeight, &Directory::height},
+            {kTiffBitsPerSample, &Directory::bits},  {kTiffSamplesPerPixel, &Directory::samples},
+            {kTiffStripOffsets, &Directory::strips}, {kTiffStripSizes, &Directory::strip_sizes},
+            {kTiffTileOffsets, &Directory::tiles},   {kTiffTileSizes, &Directory::tile_sizes},
+            {kTiffJpegOffset, &Directory::jpeg},     {kTiffJpegSize, &Directory::jpeg_size},
+        };
+        for (const Slot& known : kSlots) {
+            if (known.tag == tag) {
+                return &(directory.*known.numbers);
+            }
         }
+        const bool points_to_directories = tag == kTiffSubDirectories || tag == kTiffExifDirectory ||
+                                           tag == kTiffGpsDirectory || tag == kTiffInteroperabilityDirectory;
+        return points_to_directories ? &directory.below.emplace_back() : nullptr;
     }
 
     void take(const ByteReader& in, const Directory& directory, bool is_page) {
@@ -211,7 +168,7 @@ class TiffEnd final : public PictureEnd {
         }
     }
 
-    // Without sizes, a piece goes on to nobody knows where.
+    // The end of a piece without a size is unknown.
     void take_pieces(const ByteReader& in, const Numbers& offsets, const Numbers& sizes) {
         m_steps += offsets.count;
         for (uint64_t i = 0; i < offsets.count && m_end != kUnknown; i++) {
@@ -231,7 +188,7 @@ class TiffEnd final : public PictureEnd {
     static constexpr uint64_t kHeader = 16;
     // Directories may lie over each other, so that a small file could have any number of them to walk.
     static constexpr uint64_t kMostSteps = 1 << 22;
-    bool m_big = false;
+    TiffForm m_form{};
     uint64_t m_end = 0;
     uint64_t m_steps = 0;
     std::vector<Expected> m_expected;

@@ -1,4 +1,4 @@
-// What a picture file says about itself in its header: format, size, and the settings that it was saved with.
+// The facts that the header of a picture file gives: format, size, and the settings that it was saved with.
 //
 // It needs no image library, so that asking for a format costs nothing, and it never trusts a length that it reads.
 // It decodes no pixel: a file whose header is in order can still turn out to be damaged.
@@ -18,7 +18,7 @@ namespace zelmor::imagework {
 
 struct FileFacts {
     Format format = Format::kUnknown;
-    bool readable = false;  // the header was complete and made sense; what follows holds only then
+    bool readable = false;  // the header was complete and made sense; the facts below hold only then
     int64_t width = 0;
     int64_t height = 0;
     int bits_per_pixel = 0;
@@ -46,10 +46,10 @@ const E* settings_as(const FileFacts& facts) {
 Format sniff(std::span<const uint8_t> data);
 
 FileFacts probe(std::span<const uint8_t> data);
-// The same of a file that is not in memory: what its header does not need is not asked for.
+// The same of a file that is not in memory: only the bytes that the header needs are asked for.
 FileFacts probe(ByteSource& file);
 
-// Refuses, by PictureError, what cannot be decoded by what its header says.
+// Throws PictureError for a file whose header shows that it cannot be decoded.
 void require_decodable(const FileFacts& facts, const DecodeOptions& options);
 
 // The facts of each page of a TIFF file; of other files the one answer of probe().

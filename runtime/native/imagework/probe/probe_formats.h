@@ -1,4 +1,4 @@
-// The header parsers of single formats, the longer of which have files of their own. Only probe.cpp calls them.
+// The header parsers of the single formats. Only probe.cpp calls them.
 //
 // Each fills in the facts of a file that begins with the signature of its format.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PROBE_FORMATS_H
@@ -11,9 +11,20 @@
 
 namespace zelmor::imagework {
 
+void probe_bmp(const ByteReader& file, FileFacts& facts);
+void probe_gif(const ByteReader& file, FileFacts& facts);
 void probe_jpeg(const ByteReader& file, FileFacts& facts);
+void probe_png(const ByteReader& file, FileFacts& facts);
 void probe_tiff(const ByteReader& file, FileFacts& facts);
+void probe_webp(const ByteReader& file, FileFacts& facts);
+
+// One for each directory.
 std::vector<FileFacts> probe_tiff_pages(const ByteReader& file);
+
+// A color of a palette, from three bytes R, G, B.
+inline Argb rgb_entry(const ByteReader& in, uint64_t at) {
+    return 0xFF000000 | static_cast<Argb>(in.u8(at)) << 16 | static_cast<Argb>(in.u8(at + 1)) << 8 | in.u8(at + 2);
+}
 
 }  // namespace zelmor::imagework
 

@@ -1,9 +1,10 @@
-// What a JPEG file tells in its markers up to the first scan.
+// The facts in the markers of a JPEG file up to its first scan.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
 #include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/probe/jpeg_markers.h"
 #include "runtime/native/imagework/probe/probe_formats.h"
 
 namespace zelmor::imagework {
@@ -49,38 +50,38 @@ void probe_jpeg(const ByteReader& file, FileFacts& facts) {
             return;
         }
         int marker = in.u8(at + 1);
-        if (marker == 0xFF) {  // fill byte
+        if (marker == kJpegFill) {
             at++;
             continue;
         }
-        if (marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8)) {  // no length
+        if (is_bare_jpeg_marker(marker)) {
             at += 2;
             continue;
         }
-        if (marker == 0xD9 || marker == 0xDA) {
+        if (marker == kJpegEnd || marker == kJpegScan) {
             return;
         }
         uint32_t length = in.u16(at + 2);
         if (length < 2) {
             return;
         }
-        if (marker == 0xE0 && in.starts_with(at + 4, "JFIF")) {
+        if (marker == kJpegApp0 && in.starts_with(at + 4, "JFIF")) {
             facts.has_resolution |= in.u8(at + 11) == 1 || in.u8(at + 11) == 2;  // per inch or centimeter
-        } else if (marker == 0xE1 && in.starts_with(at + 4, "Exif")) {
+        } else if (marker == kJpegApp1 && in.starts_with(at + 4, "Exif")) {
             facts.has_resolution = true;
-        } else if (marker == 0xDB && !have_quality && length >= 67 && (in.u8(at + 4) & 0x0F) == 0) {
+        } else if (marker == kJpegQuantizationTable && !have_quality && length >= 67 && (in.u8(at + 4) & 0x0F) == 0) {
             encoding.quality = jpeg_quality(in, at + 5, in.u8(at + 4) >> 4 != 0);
             have_quality = true;
-        } else if (marker == 0xFE && encoding.comment.empty() && in.has(at + 4, length - 2)) {
+        } else if (marker == kJpegComment && encoding.comment.empty() && in.has(at + 4, length - 2)) {
             const auto comment = in.piece(at + 4, length - 2);
             encoding.comment.assign(comment.begin(), comment.end());
-        } else if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) {
+        } else if (is_jpeg_frame(marker)) {
             int depth = in.u8(at + 4);
             int components = in.u8(at + 9);
             facts.height = in.u16(at + 5);
             facts.width = in.u16(at + 7);
             facts.bits_per_pixel = depth * components;
-            encoding.progressive = marker == 0xC2 || marker == 0xC6 || marker == 0xCA || marker == 0xCE;
+            encoding.progressive = is_progressive_jpeg_frame(marker);
             encoding.color = components == 1 ? JpegColor::kGray : components == 4 ? JpegColor::kCmyk : JpegColor::kYcc;
             facts.encoding = encoding;
             facts.readable = in.ok() && facts.width > 0 && facts.height > 0 && components > 0;

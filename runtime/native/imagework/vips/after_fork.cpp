@@ -1,8 +1,8 @@
-// The library keeps the threads that it worked with for a while and gives them their next task. A forked process has
-// inherited the list of these threads but not the threads: what is given to one of them is never done, and whoever
-// waits for it waits forever. Since a Python program forks as a matter of course, the list is used up before any real
-// work is given out: tasks that do nothing go to the threads on the list, from a thread that nobody waits for, until
-// one of these tasks is done, which means that only threads of this process are left.
+// The library keeps its threads for a while after a task and gives them the next one. A forked process inherits the
+// list of these threads but not the threads themselves: a task that is given to one of them is never done, and the
+// caller waits forever. Python programs fork as a matter of course. So the list is used up before any real work: a
+// helper thread, for which nobody waits, gives empty tasks to the threads of the list until one of the tasks is done.
+// From then on only threads of this process are left.
 #include "runtime/native/imagework/vips/after_fork.h"
 
 #include <pthread.h>

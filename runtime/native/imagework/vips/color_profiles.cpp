@@ -13,7 +13,7 @@ namespace {
 
 cmsHPROFILE open_profile(const char* name) {
     VipsBlob* blob = nullptr;
-    if (vips_profile_load(name, &blob, nullptr) != 0 || !blob) {
+    if (vips_profile_load(name, &blob, nullptr) != 0 || blob == nullptr) {
         vips_error_clear();
         throw PictureError(Failure::kInternal, std::string("the color profile '") + name + "' cannot be loaded");
     }
@@ -21,7 +21,7 @@ cmsHPROFILE open_profile(const char* name) {
     const void* data = vips_blob_get(blob, &size);
     cmsHPROFILE profile = cmsOpenProfileFromMem(data, static_cast<cmsUInt32Number>(size));
     vips_area_unref(VIPS_AREA(blob));
-    if (!profile) {
+    if (profile == nullptr) {
         throw PictureError(Failure::kInternal, std::string("the color profile '") + name + "' is damaged");
     }
     return profile;
@@ -34,7 +34,7 @@ cmsHTRANSFORM make_transform(const char* from, cmsUInt32Number from_type, const 
         cmsCreateTransform(input, from_type, output, to_type, INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOCACHE);
     cmsCloseProfile(input);
     cmsCloseProfile(output);
-    if (!transform) {
+    if (transform == nullptr) {
         throw PictureError(Failure::kInternal, "the color profiles do not go together");
     }
     return transform;

@@ -141,7 +141,7 @@ std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFact
         mended = mended_png(data);
         data = mended;
     }
-    // The frame of a GIF is decoded as a whole; what is missing of it comes out transparent.
+    // The frame of a GIF is decoded as a whole; its missing pixels come out transparent.
     if (options.recovery == Recovery::kConsistent && facts.format != Format::kGif) {
         return top_rows(data, facts, options);
     }
@@ -248,10 +248,10 @@ std::vector<Frame> apng_frames(std::span<const uint8_t> data, const FileFacts& f
         }
         canvas->draw(*picture, part.area.x, part.area.y);
         frames.push_back({canvas->copy(), part.duration});
-        if (part.disposal == 1) {
+        if (part.disposal == ApngDisposal::kClear) {
             canvas->replace_area(part.area, 0);
         }
-        if (part.disposal == 2) {
+        if (part.disposal == ApngDisposal::kRestore) {
             canvas = before->copy();
         }
     }

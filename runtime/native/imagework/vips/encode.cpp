@@ -1,14 +1,12 @@
-// From a picture to the bytes of a file: the options of each format, put into the words of the library.
+// From a picture to the bytes of a file: the settings of each format in the terms of the library. PNG and TIFF have
+// files of their own.
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "runtime/native/imagework/codecs/bmp_codec.h"
 #include "runtime/native/imagework/codecs/jpeg_segments.h"
-#include "runtime/native/imagework/codecs/tiff_byte_order.h"
-#include "runtime/native/imagework/frames.h"
 #include "runtime/native/imagework/vips/encode_support.h"
-#include "runtime/native/imagework/vips/png_filter.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
@@ -28,18 +26,10 @@ EncodedBytes save_with_library(const VImage& image, const char* saver, VOption* 
     return {std::move(owner), size};
 }
 
-EncodedBytes to_encoded(std::vector<uint8_t> bytes) {
-    auto owner = std::make_shared<std::vector<uint8_t>>(std::move(bytes));
-    return {std::shared_ptr<const uint8_t>(owner, owner->data()), owner->size()};
-}
-
-namespace {
-
-[[noreturn]] void unfit(const std::string& text) {
+void unfit(const std::string& text) {
     throw PictureError(Failure::kEncoding, text);
 }
 
-// Without alpha, over the background or as it is.
 VImage opaque(const VImage& image, const Encoding& encoding) {
     if (!has_alpha_band(image)) {
         return image;
@@ -51,10 +41,6 @@ VImage opaque(const VImage& image, const Encoding& encoding) {
     VImage flat = image.flatten(
         VImage::option()->set("background", ink(colors, encoding.background))->set("max_alpha", channel_max(image)));
     return rounded_like(flat, image);
-}
-
-VImage as_gray(const VImage& image) {
-    return with_alpha_of(luma(image), image);
 }
 
 VImage as_16_bit(const VImage& image) {
@@ -72,6 +58,8 @@ VImage as_cmyk(const VImage& image) {
     result.remove(VIPS_META_ICC_NAME);  // the profile is nearly a megabyte, and what readers take without one
     return result;
 }
+
+namespace {
 
 // At most 2^bits colors, as the library's quantizer picks them; no dithering, so that fewer colors stay as they are.
 VImage quantized(const VImage& image, int bits) {
@@ -171,150 +159,6 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const En
     return with_jpeg_segments(bytes, jfif, jpeg.comment);
 }
 
-EncodedBytes encode_as(const PngEncoding& png, const VImage& picture, const Encoding& encoding) {
-    if (png.color == PngColor::kIndexed && !encoding.palette.empty()) {
-        const VipsPicture source(picture);
-        return encode_indexed_png(source.indices(encoding.palette, encoding.diffuse), source.width(), source.height(),
-                                  encoding.palette, png, source.resolution());
-    }
-    VImage image = picture;
-    int depth = png.bit_depth == 0 ? (picture.format() == VIPS_FORMAT_USHORT ? 16 : 8) : png.bit_depth;
-    switch (png.color) {
-        case PngColor::kAuto:
-            break;
-        case PngColor::kGray:
-            image = luma(opaque(image, encoding));
-            break;
-        case PngColor::kTruecolor:
-            image = as_rgb(opaque(image, encoding));
-            break;
-        case PngColor::kIndexed:
-            image = as_rgb(image);
-            break;
-        case PngColor::kGrayAlpha:
-            image = with_alpha(as_gray(image));
-            break;
-        case PngColor::kTruecolorAlpha:
-            image = with_alpha(as_rgb(image));
-            break;
-    }
-    bool indexed = png.color == PngColor::kIndexed;
-    if (indexed && encoding.may_widen && !has_at_most_colors(as_8_bit(image), size_t{1} << std::min(depth, 8))) {
-        indexed = false;
-        depth = 8;
-    }
-    bool gray = image.bands() == 1;
-    if (depth < 8 && !indexed && !gray && png.color != PngColor::kAuto) {
-        unfit("PNG has no form of " + std::to_string(depth) + " bits per channel for this color type");
-    }
-    if (depth < 8 && !indexed && !gray) {
-        depth = 8;
-    }
-    if (depth > 8 && indexed) {
-        unfit("an indexed PNG has at most 8 bits per pixel");
-    }
-    image = depth == 16 ? as_16_bit(image) : as_8_bit(image);
-    if (depth < 8 && gray && !indexed) {  // the library writes the lower bits of each value
-        image = image.linear(((1 << depth) - 1) / 255.0, 0.0).rint().cast(VIPS_FORMAT_UCHAR);
-    }
-    VOption* options = VImage::option()
-                           ->set("compression", png.compression_level)
-                           ->set("interlace", png.interlaced)
-                           ->set("filter", png_filter(png.filter))
-                           ->set("bitdepth", depth);
-    if (indexed) {
-        options->set("palette", true)->set("dither", encoding.diffuse ? 1.0 : 0.0)->set("Q", 100);
-    }
-    return save_with_library(image, "pngsave_buffer", options);
-}
-
-VipsForeignTiffCompression tiff_compression(TiffCompression compression) {
-    switch (compression) {
-        case TiffCompression::kNone:
-            break;
-        case TiffCompression::kLzw:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_LZW;
-        case TiffCompression::kDeflate:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE;
-        case TiffCompression::kPackBits:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_PACKBITS;
-        case TiffCompression::kJpeg:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_JPEG;
-        case TiffCompression::kFax4:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_CCITTFAX4;
-    }
-    return VIPS_FOREIGN_TIFF_COMPRESSION_NONE;
-}
-
-// The numbers of compressed pixels cannot be turned around in the file.
-void require_turnable(const TiffEncoding& tiff, bool wide) {
-    if (tiff.big_endian && wide && tiff.compression != TiffCompression::kNone) {
-        unfit("a big-endian TIFF of 16 bits per sample is written without compression only");
-    }
-}
-
-VImage black_and_white(const VImage& image) {
-    return as_8_bit(luma(image)) > 127;
-}
-
-EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const Encoding& encoding) {
-    VImage image = picture;
-    bool bilevel = tiff.color == TiffColor::kBilevel;
-    switch (tiff.color) {
-        case TiffColor::kAuto:
-            break;
-        case TiffColor::kBilevel:
-            image = black_and_white(opaque(image, encoding));
-            break;
-        case TiffColor::kGray:
-            image = luma(opaque(image, encoding));
-            break;
-        case TiffColor::kRgb:
-            image = as_rgb(opaque(image, encoding));
-            break;
-        case TiffColor::kRgba:
-            image = with_alpha(as_rgb(image));
-            break;
-        case TiffColor::kCmyk:
-            image = as_cmyk(opaque(image, encoding));
-            break;
-    }
-    if (tiff.compression == TiffCompression::kFax4 && !bilevel) {
-        unfit("fax compression takes pictures of one bit per pixel only");
-    }
-    if (tiff.compression == TiffCompression::kJpeg) {
-        if (bilevel) {
-            unfit("JPEG compression takes no pictures of one bit per pixel");
-        }
-        if (tiff.color != TiffColor::kCmyk) {
-            image = as_8_bit(opaque(image, encoding));
-        }
-    } else if (!bilevel && tiff.color != TiffColor::kCmyk && tiff.bit_depth != 0) {
-        image = tiff.bit_depth == 16 ? as_16_bit(image) : as_8_bit(image);
-    }
-    require_turnable(tiff, image.format() == VIPS_FORMAT_USHORT);
-    bool lossless = tiff.compression == TiffCompression::kLzw || tiff.compression == TiffCompression::kDeflate;
-    VOption* options =
-        VImage::option()
-            ->set("compression", tiff_compression(tiff.compression))
-            ->set("Q", tiff.quality)
-            ->set("predictor", tiff.predictor && lossless && !bilevel ? VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL
-                                                                      : VIPS_FOREIGN_TIFF_PREDICTOR_NONE)
-            ->set("bigtiff", tiff.big_tiff)
-            ->set("rgbjpeg", tiff.rgb_jpeg)
-            ->set("premultiply", tiff.premultiplied && has_alpha_band(image))
-            ->set("miniswhite", tiff.min_is_white && image.bands() == 1)
-            ->set("resunit", VIPS_FOREIGN_TIFF_RESUNIT_INCH);
-    if (bilevel) {
-        options->set("bitdepth", 1);
-    }
-    if (tiff.tile_width > 0 && tiff.tile_height > 0) {
-        options->set("tile", true)->set("tile_width", tiff.tile_width)->set("tile_height", tiff.tile_height);
-    }
-    EncodedBytes bytes = save_with_library(image, "tiffsave_buffer", options);
-    return tiff.big_endian ? as_big_endian_tiff(bytes) : bytes;
-}
-
 EncodedBytes encode_as(const WebpEncoding& webp, const VImage& picture, const Encoding&) {
     VImage image = as_rgb(as_8_bit(picture));
     // A resolution has no place in the format but there.
@@ -345,10 +189,6 @@ void check_sides(const Picture& picture, Format format) {
               " pixels to a side; the image is " + std::to_string(picture.width()) + " by " +
               std::to_string(picture.height()));
     }
-}
-
-void check_tiff_byte_order(const TiffEncoding& tiff, const Picture& picture) {
-    require_turnable(tiff, tiff.bit_depth == 16 || (tiff.bit_depth == 0 && picture.bits_per_channel() == 16));
 }
 
 void VipsPicture::flatten(Argb background) {

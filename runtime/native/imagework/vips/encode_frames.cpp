@@ -1,11 +1,13 @@
-// Writing several pictures into one file.
+// One file of several pictures; see encode_frames.h.
+#include "runtime/native/imagework/vips/encode_frames.h"
+
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "runtime/native/imagework/codecs/apng.h"
 #include "runtime/native/imagework/codecs/tiff_byte_order.h"
 #include "runtime/native/imagework/codecs/tiff_join.h"
-#include "runtime/native/imagework/frames.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
@@ -138,6 +140,7 @@ EncodedBytes encode_apng(std::span<const FrameToWrite> frames, const Encoding& e
 }  // namespace
 
 EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+    assert(!frames.empty());
     const Encoding& encoding = *frames[0].encoding;
     const Format format = format_of(encoding);
     const std::string what = std::string("the frames could not be written as ") + format_name(format);

@@ -1,4 +1,4 @@
-// What the encoders of single pictures, of frames and of palettes share.
+// Steps that the encoders of single pictures, of frames and of palettes share.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 
@@ -16,14 +16,20 @@ void check_sides(const Picture& picture, Format format);
 // Refuses what cannot be turned to big-endian order, if that is asked for.
 void check_tiff_byte_order(const TiffEncoding& tiff, const Picture& picture);
 
-// What the settings that go for every format make of the pixels: a transparent color, a background, a palette.
+// Applies the settings that all formats share to the pixels: a transparent color, a background, a palette.
 void prepare_for_encoding(Picture& picture, const Encoding& encoding);
 
-EncodedBytes to_encoded(std::vector<uint8_t> bytes);
+// Throws PictureError(kEncoding).
+[[noreturn]] void unfit(const std::string& text);
 
-// An indexed PNG of exactly the palette given, whose indices are the pixels.
-EncodedBytes encode_indexed_png(std::span<const uint8_t> indices, int32_t width, int32_t height,
-                                std::span<const Argb> palette, const PngEncoding& png, Resolution resolution);
+// Without alpha: over the background of the encoding, or as the colors are where it says so.
+vips::VImage opaque(const vips::VImage& image, const Encoding& encoding);
+vips::VImage as_16_bit(const vips::VImage& image);
+vips::VImage as_cmyk(const vips::VImage& image);
+
+// Encodes a picture in one of the eight forms; `encoding` has the settings that do not depend on the format.
+EncodedBytes encode_as(const PngEncoding& png, const vips::VImage& picture, const Encoding& encoding);
+EncodedBytes encode_as(const TiffEncoding& tiff, const vips::VImage& picture, const Encoding& encoding);
 
 }  // namespace zelmor::imagework
 

@@ -38,7 +38,7 @@ VImage filtered(const VImage& image, const Convolution& filter) {
     if (filter.factor == 1.0 && bias == 0.0) {
         return weighed(image, convolved);
     }
-    // What is scaled or shifted on purpose are the colors; alpha is none of them.
+    // Only colors are scaled and shifted, not the alpha.
     const VImage colors = color_bands(image);
     const VImage result = convolved(colors.cast(VIPS_FORMAT_FLOAT)).linear(filter.factor, bias);
     return with_alpha_of(rounded_like(result, colors), image);

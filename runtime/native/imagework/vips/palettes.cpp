@@ -207,7 +207,7 @@ std::vector<uint8_t> VipsPicture::indices(std::span<const Argb> palette, bool di
 }
 
 bool VipsPicture::has_only(std::span<const Argb> palette) const {
-    // What is clear has no color that counts; a picture without alpha shows nothing of the palette's.
+    // Transparent pixels count as one color. A picture without alpha does not count the alpha of the palette.
     const bool alpha = has_alpha();
     const auto seen = [alpha](Argb color) { return !alpha ? color | kBlack : color >> 24 == 0 ? 0 : color; };
     const std::unordered_set<Argb> known = [&] {

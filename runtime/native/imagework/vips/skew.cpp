@@ -10,7 +10,7 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
-constexpr int kWorkingSide = 1000;      // what is larger is looked at smaller
+constexpr int kWorkingSide = 1000;      // larger pictures are scaled down to it
 constexpr size_t kMostPoints = 120000;  // what has more is looked at in part
 constexpr double kMostDegrees = 30.0;
 

@@ -1,9 +1,9 @@
 // The backend on libvips and the one symbol of its shared object.
 #include <string>
 
-#include "runtime/native/imagework/frames.h"
 #include "runtime/native/imagework/vips/color_profiles.h"
 #include "runtime/native/imagework/vips/decode.h"
+#include "runtime/native/imagework/vips/encode_frames.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 #include "runtime/native/imagework/vips/vips_start.h"
 

@@ -1,4 +1,4 @@
-// What all files on the library side share: its headers, the turning of its errors into ours, and common pixel steps.
+// Shared by all files of this folder: the library's headers, its errors as ours, and common pixel steps.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_SUPPORT_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_SUPPORT_H
 
@@ -68,7 +68,7 @@ vips::VImage as_8_bit(const vips::VImage& image);
 // A color in the bands and the depth of the picture.
 std::vector<double> ink(const vips::VImage& image, Argb color);
 
-// Dots per inch in the library's dots per millimeter, within what it and the formats take.
+// Dots per inch in the library's dots per millimeter, within the range that it and the formats take.
 double dots_per_millimeter(double dots_per_inch);
 
 // All pixels computed into memory, so that errors show now and nothing of the source is kept.

@@ -1,0 +1,64 @@
+// The facts in a BMP file: the file header, then an information header of one of several lengths.
+#include <algorithm>
+#include <cstdint>
+
+#include "runtime/native/imagework/probe/bmp_compressions.h"
+#include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/probe/probe_formats.h"
+
+namespace zelmor::imagework {
+namespace {
+
+BmpCompression compression_of(uint32_t storage) {
+    switch (storage) {
+        case kBiRle8:
+            return BmpCompression::kRle8;
+        case kBiRle4:
+            return BmpCompression::kRle4;
+        case kBiBitFields:
+        case kBiAlphaBitFields:
+            return BmpCompression::kBitFields;
+        default:
+            return BmpCompression::kRgb;
+    }
+}
+
+}  // namespace
+
+void probe_bmp(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(false);
+    uint32_t header = in.u32(14);
+    BmpEncoding encoding;
+    if (header == 12) {
+        facts.width = in.u16(18);
+        facts.height = in.u16(20);
+        encoding.bits_per_pixel = in.u16(24);
+    } else if (header >= 16) {
+        facts.width = in.i32(18);
+        int64_t height = in.i32(22);
+        facts.height = height < 0 ? -height : height;  // negative: rows run from top to bottom
+        encoding.bits_per_pixel = in.u16(28);
+        uint32_t compression = header >= 20 ? in.u32(30) : kBiRgb;
+        encoding.compression = compression_of(compression);
+        // The mask of the alpha channel stands in the longer headers only.
+        facts.has_alpha = encoding.compression == BmpCompression::kBitFields && header >= 56 && in.u32(66) != 0;
+    }
+    int bits = encoding.bits_per_pixel;
+    facts.bits_per_pixel = bits;
+    facts.has_resolution = header >= 40 && in.i32(38) > 0 && in.i32(42) > 0;
+    facts.readable = in.ok() && facts.width > 0 && facts.height > 0 &&
+                     (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32);
+    facts.encoding = encoding;
+    if (!facts.readable || bits > 8) {
+        return;
+    }
+    const uint64_t entry = header == 12 ? 3 : 4;
+    const uint64_t used = header >= 40 && in.u32(46) != 0 ? in.u32(46) : 1ULL << bits;
+    uint64_t at = 14 + static_cast<uint64_t>(header);
+    for (uint64_t i = 0; i < std::min<uint64_t>(used, 1ULL << bits) && in.has(at, 3); i++, at += entry) {
+        const Argb turned = rgb_entry(in, at);  // B, G, R
+        facts.palette.push_back((turned & 0xFF00FF00) | (turned & 0xFF) << 16 | (turned >> 16 & 0xFF));
+    }
+}
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,73 @@
+// The facts in a GIF file: the screen, the global palette, then blocks up to the first frame.
+#include <cstdint>
+#include <optional>
+
+#include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/probe/probe_formats.h"
+
+namespace zelmor::imagework {
+
+void probe_gif(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(false);
+    facts.width = in.u16(6);
+    facts.height = in.u16(8);
+    int flags = in.u8(10);
+    if (!in.ok()) {
+        return;
+    }
+    facts.bits_per_pixel = 8;
+    GifEncoding encoding;
+    bool global_palette = (flags & 0x80) != 0;
+    int palette_bits = (flags & 7) + 1;
+    uint64_t palette_at = 13;
+    uint64_t at = palette_at + (global_palette ? 3ULL << palette_bits : 0);
+    std::optional<int> transparent_index;
+    while (in.has(at, 2)) {
+        int kind = in.u8(at);
+        if (kind == 0x2C) {
+            int frame_flags = in.u8(at + 9);
+            if ((frame_flags & 0x80) != 0) {
+                palette_bits = (frame_flags & 7) + 1;
+                palette_at = at + 10;
+            }
+            encoding.interlaced = (frame_flags & 0x40) != 0;
+            facts.readable = in.ok() && facts.width > 0 && facts.height > 0;
+            break;
+        }
+        if (kind != 0x21) {
+            break;
+        }
+        if (in.u8(at + 1) == 0xF9 && in.u8(at + 2) >= 4 && (in.u8(at + 3) & 1) != 0) {
+            transparent_index = in.u8(at + 6);
+        }
+        if (in.u8(at + 1) == 0xFF && in.starts_with(at + 3, "NETSCAPE2.0") && in.u8(at + 15) == 1) {
+            const int repeats = in.u16(at + 16);
+            encoding.loops = repeats == 0 ? 0 : repeats + 1;  // the first time counts too
+        }
+        at += 2;
+        while (in.has(at, 1) && in.u8(at) != 0) {  // sub-blocks, ended by an empty one
+            at += 1 + static_cast<uint64_t>(in.u8(at));
+        }
+        at++;
+    }
+    encoding.palette_bits = palette_bits;
+    facts.encoding = encoding;
+    if (in.has(palette_at, 3ULL << palette_bits)) {
+        for (uint64_t i = 0; i < 1ULL << palette_bits; i++) {
+            facts.palette.push_back(rgb_entry(in, palette_at + 3 * i));
+        }
+    }
+    if (transparent_index) {
+        facts.has_alpha = true;
+        uint64_t entry = palette_at + 3 * static_cast<uint64_t>(*transparent_index);
+        if (static_cast<size_t>(*transparent_index) < facts.palette.size()) {
+            facts.palette[static_cast<size_t>(*transparent_index)] &= 0xFFFFFF;
+        }
+        if (*transparent_index < 1 << palette_bits && in.has(entry, 3)) {
+            facts.transparent_color = 0xFF000000 | static_cast<uint32_t>(in.u8(entry)) << 16 |
+                                      static_cast<uint32_t>(in.u8(entry + 1)) << 8 | in.u8(entry + 2);
+        }
+    }
+}
+
+}  // namespace zelmor::imagework

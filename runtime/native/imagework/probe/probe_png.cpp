@@ -1,0 +1,97 @@
+// The facts in the chunks of a PNG file: all of them stand before the first pixel data.
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+
+#include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/probe/probe_formats.h"
+
+namespace zelmor::imagework {
+namespace {
+
+// Channels of a pixel; 0 for a number that is no color type.
+int channels_of(PngColor color) {
+    switch (color) {
+        case PngColor::kGray:
+        case PngColor::kIndexed:
+            return 1;
+        case PngColor::kGrayAlpha:
+            return 2;
+        case PngColor::kTruecolor:
+            return 3;
+        case PngColor::kTruecolorAlpha:
+            return 4;
+        case PngColor::kAuto:
+            break;
+    }
+    return 0;
+}
+
+// The one color that tRNS takes out of a gray or RGB picture, brought to 8 bits.
+std::optional<Argb> png_key_color(const ByteReader& in, uint64_t chunk, uint32_t length, PngColor color, int depth) {
+    auto to8 = [&](uint64_t offset) -> uint32_t {
+        uint32_t value = in.u16(offset);
+        uint32_t top = (1U << depth) - 1;
+        return depth == 16 ? value >> 8 : std::min(value, top) * 255 / top;
+    };
+    if (color == PngColor::kGray && length >= 2) {
+        return 0xFF000000 | to8(chunk) * 0x010101;
+    }
+    if (color == PngColor::kTruecolor && length >= 6) {
+        return 0xFF000000 | to8(chunk) << 16 | to8(chunk + 2) << 8 | to8(chunk + 4);
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+void probe_png(const ByteReader& file, FileFacts& facts) {
+    const ByteReader in = file.in_order(true);
+    if (!in.starts_with(12, "IHDR")) {
+        return;
+    }
+    int depth = in.u8(24);
+    const auto color = static_cast<PngColor>(in.u8(25));
+    const int channels = channels_of(color);
+    int interlace = in.u8(28);
+    if (!in.ok() || channels == 0 || (depth & (depth - 1)) != 0 || depth == 0 || depth > 16) {
+        return;
+    }
+    facts.width = in.u32(16);
+    facts.height = in.u32(20);
+    facts.bits_per_pixel = channels * depth;
+    facts.has_alpha = color == PngColor::kGrayAlpha || color == PngColor::kTruecolorAlpha;
+    facts.readable = facts.width > 0 && facts.height > 0;
+    PngEncoding encoding;
+    encoding.color = color;
+    encoding.bit_depth = depth;
+    encoding.interlaced = interlace == 1;
+    facts.encoding = encoding;
+    for (uint64_t at = 33; in.has(at, 12);) {
+        uint32_t length = in.u32(at);
+        if (in.starts_with(at + 4, "IDAT") || in.starts_with(at + 4, "IEND")) {
+            break;
+        }
+        if (in.starts_with(at + 4, "PLTE") && color == PngColor::kIndexed) {
+            for (uint64_t entry = at + 8; entry + 3 <= at + 8 + length && in.has(entry, 3); entry += 3) {
+                facts.palette.push_back(rgb_entry(in, entry));
+            }
+        } else if (in.starts_with(at + 4, "tRNS")) {
+            facts.has_alpha = true;
+            for (size_t i = 0; i < std::min<uint64_t>(facts.palette.size(), length); i++) {
+                facts.palette[i] = (facts.palette[i] & 0xFFFFFF) | static_cast<Argb>(in.u8(at + 8 + i)) << 24;
+            }
+            facts.transparent_color = png_key_color(in, at + 8, length, color, depth);
+        } else if (in.starts_with(at + 4, "pHYs")) {
+            facts.has_resolution = in.u8(at + 16) == 1;  // per meter
+        } else if (in.starts_with(at + 4, "acTL")) {
+            facts.is_apng = true;
+            facts.frame_count = static_cast<int>(std::clamp<uint32_t>(in.u32(at + 8), 1, 0x7FFFFFFF));
+            encoding.plays = static_cast<int>(in.u32(at + 12) & 0x7FFFFFFF);
+            facts.encoding = encoding;
+        }
+        at += 12 + static_cast<uint64_t>(length);
+    }
+}
+
+}  // namespace zelmor::imagework

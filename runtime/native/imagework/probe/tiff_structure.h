@@ -1,0 +1,96 @@
+// The structure of TIFF files, classic and BigTIFF: directories, each a list of tagged entries.
+//
+// An entry has a tag, a field type, a count of values, and the values, or the offset of the values where they do not
+// fit. A value outside the bytes of the file reads as zero, and the reader remembers it.
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_TIFF_STRUCTURE_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_TIFF_STRUCTURE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+#include "runtime/native/imagework/probe/byte_reader.h"
+
+namespace zelmor::imagework {
+
+enum TiffTag : uint16_t {
+    kTiffWidth = 256,
+    kTiffHeight = 257,
+    kTiffBitsPerSample = 258,
+    kTiffCompression = 259,
+    kTiffPhotometric = 262,
+    kTiffStripOffsets = 273,
+    kTiffSamplesPerPixel = 277,
+    kTiffStripSizes = 279,
+    kTiffXResolution = 282,
+    kTiffResolutionUnit = 296,
+    kTiffPredictor = 317,
+    kTiffColorMap = 320,
+    kTiffTileWidth = 322,
+    kTiffTileHeight = 323,
+    kTiffTileOffsets = 324,
+    kTiffTileSizes = 325,
+    kTiffSubDirectories = 330,
+    kTiffExtraSamples = 338,
+    kTiffJpegOffset = 513,
+    kTiffJpegSize = 514,
+    kTiffExifDirectory = 34665,
+    kTiffGpsDirectory = 34853,
+    kTiffInteroperabilityDirectory = 40965,
+};
+
+enum TiffFieldType : uint16_t {
+    kTiffShort = 3,
+    kTiffLong = 4,
+    kTiffRational = 5,
+    kTiffSignedRational = 10,
+    kTiffLong8 = 16,
+};
+
+enum TiffPhotometric : uint16_t { kTiffMinIsWhite = 0, kTiffMinIsBlack = 1, kTiffPalette = 3, kTiffSeparated = 5 };
+enum TiffUnit : uint16_t { kTiffNoUnit = 1, kTiffInch = 2 };
+enum TiffPrediction : uint16_t { kTiffNoPrediction = 1, kTiffHorizontalPrediction = 2 };
+
+// Bytes of one value of a field type; 0 for a type that there is not.
+constexpr uint64_t tiff_type_size(int type) {
+    constexpr uint8_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+    return type >= 0 && static_cast<size_t>(type) < std::size(kSizes) ? kSizes[type] : 0;
+}
+constexpr bool is_tiff_rational(int type) {
+    return type == kTiffRational || type == kTiffSignedRational;
+}
+
+// Where things are in one of the two forms of the format.
+struct TiffForm {
+    bool big;
+
+    uint64_t word() const { return big ? 8 : 4; }  // bytes of an offset, and of a count of values
+    uint64_t header_size() const { return big ? 16 : 8; }
+    uint64_t directory_head() const { return big ? 8 : 2; }  // the number of entries, before them
+    uint64_t entry_size() const { return big ? 20 : 12; }
+    uint64_t link_at() const { return header_size() - word(); }  // of the offset of the first directory
+    uint64_t entry_at(uint64_t directory, uint64_t index) const {
+        return directory + directory_head() + index * entry_size();
+    }
+    uint64_t value_at(uint64_t entry) const { return entry + 4 + word(); }
+
+    uint64_t read_word(const ByteReader& in, uint64_t at) const { return big ? in.u64(at) : in.u32(at); }
+    uint64_t entries(const ByteReader& in, uint64_t directory) const {
+        return big ? in.u64(directory) : in.u16(directory);
+    }
+    uint64_t values(const ByteReader& in, uint64_t entry) const { return read_word(in, entry + 4); }
+};
+
+inline TiffForm tiff_form(const ByteReader& in) {
+    constexpr uint16_t kBigTiffVersion = 43;
+    return {in.u16(2) == kBigTiffVersion};
+}
+
+// A whole number of 1, 2, 4 or 8 bytes.
+inline uint64_t read_tiff_number(const ByteReader& in, uint64_t at, uint64_t size) {
+    return size == 2 ? in.u16(at) : size == 4 ? in.u32(at) : size == 8 ? in.u64(at) : in.u8(at);
+}
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_TIFF_STRUCTURE_H
