@@ -8,7 +8,7 @@ from pathlib import Path
 import pytest
 
 from tools.generator.builder import load
-from tools.generator.writers.stubs import StubWriter, write_stubs
+from tools.generator.writers.stubs.package import StubWriter, write_stubs
 
 ROOT = Path(__file__).parents[2]
 CATALOGUES = [ROOT / "api" / "catalogue", *(ROOT / "siblings" / "catalogue" / name for name in (

@@ -8,15 +8,16 @@ from pathlib import Path
 
 import pytest
 
-from tools.generator.__main__ import count_by_module, main, report
+from tools.generator.__main__ import main
 from tools.generator.errors import CatalogueError
 from tools.generator.model import Model
-from tools.generator.writers.enumeration import write_enumeration
-from tools.generator.writers.header import write_header
-from tools.generator.writers.module_tree import write_module_tree
-from tools.generator.writers.runtime_tables import Tables
+from tools.generator.reports import count_by_module, summary
+from tools.generator.writers.cpp.enumeration import write_enumeration
+from tools.generator.writers.cpp.header import write_header
+from tools.generator.writers.cpp.module_tree import write_module_tree
+from tools.generator.writers.cpp.wrapper import write_wrapper
+from tools.generator.writers.runtime.tables import Tables
 from tools.generator.writers.text import write_if_changed
-from tools.generator.writers.wrapper import write_wrapper
 
 Build = Callable[..., Model]
 
@@ -266,7 +267,7 @@ def test_the_command_writes_sources_and_removes_those_of_types_that_are_gone(
     model = build(CATALOGUE)
     out = tmp_path / "out" / "pictures"
     assert main(["module", str(tmp_path), str(out)]) == 0
-    assert capsys.readouterr().out == report(model) + "\n"
+    assert capsys.readouterr().out == summary(model) + "\n"
     assert (out / "Acme.Pictures.Helper.cpp").exists()
     build(CATALOGUE.replace("static class Helper\n    static stop Stop ()\n", ""))
     assert main(["module", str(tmp_path), str(out)]) == 0

@@ -11,10 +11,11 @@ from collections.abc import Callable, Iterable
 from dataclasses import dataclass
 from pathlib import Path
 
+from .entry_points import entry_points
 from .errors import CatalogueError, Place
 from .model import Method, Model, Property, Type
 from .rows import read_optional_rows
-from .writers.host import thunks
+from .writers.cpp.words import slot_type
 
 _NUMBERS = {"type": (3, 4), "module": (3,), "name": (3,), "host": (3,), "entry": (3,), "hosts": (4,),
             "member": (4,), "symbol": (2,)}
@@ -102,10 +103,10 @@ def _entry(model: Model, words: tuple[str, ...]) -> str | None:
     match = re.fullmatch(r"(\w+)(?:\(([\w,]*)\))?", words[1])
     if entry is None or match is None:
         return f"there is no type {words[0]}" if match else f"'{words[1]}' is no entry point"
-    found = next((arguments for name, _, arguments, _ in thunks(entry) if name == match[1]), None)
+    found = next((point.arguments for point in entry_points(entry) if point.name == match[1]), None)
     if found is None:
         return f"{words[0]} has no entry point {match[1]}"
-    plain = ",".join(argument.removeprefix("const ").rstrip("*") for argument in found)
+    plain = ",".join(slot_type(argument.slot).removeprefix("const ").rstrip("*") for argument in found)
     if match[2] is not None and match[2] != plain:
         return f"{words[0]}.{match[1]} takes ({plain}) instead of ({match[2]})"
     return None
@@ -116,7 +117,7 @@ def _hosts(model: Model, words: tuple[str, ...]) -> str | None:
     entry = _find(model, words[0])
     if entry is None:
         return f"there is no type {words[0]}"
-    found = [name for name, *_ in thunks(entry)]
+    found = [point.name for point in entry_points(entry)]
     if len(found) != int(words[1]):
         return f"{words[0]} has {len(found)} entry points instead of {words[1]}"
     if words[2] != "..." and found != words[2].split(","):

@@ -2,11 +2,12 @@
 
 from __future__ import annotations
 
-from ..model import Type
+from ...model import Type
+from ..cpp_text import function, quoted, table
 from . import casts
 from .host import write_host
 from .members import host_of
-from .text import function, quoted, table
+from .words import FORMS
 
 # Python name, service, table flags; in the order in which the descriptors are stored.
 _OPERATIONS = (
@@ -23,8 +24,8 @@ _OPERATIONS = (
 
 def integer_type(entry: Type) -> str:
     """The C++ type of the underlying integer."""
-    assert entry.width is not None and entry.width.scalar is not None
-    return entry.width.scalar.cpp
+    assert entry.width is not None
+    return FORMS[entry.width.form]
 
 
 def _symbol(entry: Type, operation: str) -> str:

@@ -2,15 +2,19 @@
 
 from __future__ import annotations
 
-from ..model import INTEROP_INTERFACES, Method, Property, Type
+from ...model import Method, Property, Type
+from ..cpp_text import function, quoted, table
 from . import casts, collection_slots, members
 from .host import write_host
-from .text import function, quoted, table
+
+# The part of a symbol that stands for an interface of the .NET library.
+_INTEROP_SYMBOLS = {"_IDisposableWrapper": "idisposable", "_IterWrapper": "iter", "_IterableWrapper": "iterable",
+                    "_IColWrapper": "icol", "_IListWrapper": "ilist"}
 
 
 def _probe(reference: Type | str) -> str:
     if isinstance(reference, str):
-        return f"&wrpPye_bltp_{INTEROP_INTERFACES[reference]}_is_not_valid"
+        return f"&wrpPye_bltp_{_INTEROP_SYMBOLS[reference]}_is_not_valid"
     return f"&wrpPy_bltp_{reference.symbol}_is_not_valid"
 
 

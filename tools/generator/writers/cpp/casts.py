@@ -3,9 +3,9 @@ each."""
 
 from __future__ import annotations
 
-from ..model import Type
+from ...model import Type
+from ..cpp_text import function
 from .members import host_of
-from .text import function
 
 # Python name, table flags.
 OPERATIONS = (

@@ -2,9 +2,9 @@
 
 from __future__ import annotations
 
-from ..model import Method, Overload, Property, Type
-from . import crossing
-from .text import function, quoted
+from ...model import Method, Overload, Property, Type
+from ..cpp_text import function, quoted
+from . import crossing, words
 
 _METHOD = "PyObject* {name}(PyObject* self, PyObject* args, PyObject* kwargs)"
 _PLAIN = "PyObject* {name}(PyObject* self, PyObject*)"
@@ -160,11 +160,11 @@ def _getter(prop: Property) -> list[str]:
 
 
 def _setter_body(prop: Property, entry_point: str, handle: list[str], failure: str) -> list[str]:
-    failed = f"!{crossing.converter(prop.wire)}(value, {crossing.target(prop.wire, 'slot')})"
+    failed = f"!{words.converter(prop.wire)}(value, {words.target(prop.wire, 'slot')})"
     if prop.wire.kind == "object":
         failed += " || PyErr_Occurred()"
-    arguments = ", ".join([*handle, crossing.passed(prop.wire, "slot")])
-    return [crossing.slot(prop.wire, "slot"), f"if ({failed}) {{", f"    return {failure};", "}",
+    arguments = ", ".join([*handle, words.passed(prop.wire, "slot")])
+    return [words.variable(prop.wire, "slot"), f"if ({failed}) {{", f"    return {failure};", "}",
             f"{host_of(prop.owner)}.{entry_point}({arguments});"]
 
 

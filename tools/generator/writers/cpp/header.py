@@ -2,11 +2,11 @@
 
 from __future__ import annotations
 
-from ..model import Model, Type
+from ...model import Model, Type
+from ..cpp_text import guarded
 from . import members
-from .collections import write_declarations
 from .enumeration import integer_type
-from .text import guarded
+from .typed_collections import write_declarations
 from .wrapper import needs_post_initializer
 
 _INCLUDES = (
