@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import gc
 import sys
 from pathlib import Path
 
@@ -41,4 +42,5 @@ def main(arguments: list[str]) -> int:
 
 
 if __name__ == "__main__":
+    gc.disable()  # a short life, and what it makes is needed to its end
     sys.exit(main(sys.argv[1:]))

@@ -125,8 +125,17 @@ def of_property(prop: Property) -> list[EntryPoint]:
     return [of_getter(prop), *([of_setter(prop)] if prop.writable else [])]
 
 
+def members_of(entry: Type) -> list[EntryPoint]:
+    """The entry points of a type's own members, in binding order."""
+    points = [of_overload(overload) for overload in declared_overloads(entry)]
+    return points + [point for prop in declared_properties(entry) for point in of_property(prop)]
+
+
+def services_of(entry: Type) -> list[EntryPoint]:
+    """The entry points of a type's built-in services, in binding order."""
+    return [of_service(entry, service) for service in entry.services]
+
+
 def entry_points(entry: Type) -> list[EntryPoint]:
     """All entry points of a type, in binding order."""
-    points = [of_overload(overload) for overload in declared_overloads(entry)]
-    points += [point for prop in declared_properties(entry) for point in of_property(prop)]
-    return points + [of_service(entry, service) for service in entry.services]
+    return members_of(entry) + services_of(entry)

@@ -11,6 +11,7 @@ from ...model import Model
 from ...pinned import check_symbols, read_pinned
 from ...property_types import check_collections
 from ...reports import summary
+from ..cpp_layout import laid_out
 from ..cpp_text import quoted
 from ..text import write_if_changed
 from .enumeration import write_enumeration
@@ -20,14 +21,19 @@ from .typed_collections import write_collections
 from .wrapper import write_wrapper
 
 
-def module_files(model: Model, product: str) -> dict[str, list[str]]:
-    """The lines of all sources and headers of an assembly, by name."""
+def printed_files(model: Model, product: str) -> dict[str, list[str]]:
+    """All sources and headers of an assembly by name, each statement in one line however long it is."""
     files = {f"{product}.h": write_header(model, product), "module_tree.cpp": write_module_tree(model, product)}
     for entry in model.types:
         writer = write_enumeration if entry.is_enum else write_wrapper
         files[f"{entry.full_name}.cpp"] = writer(entry, product)
     files.update(write_collections(model, product))
     return files
+
+
+def module_files(model: Model, product: str) -> dict[str, list[str]]:
+    """All sources and headers of an assembly by name, as they are written."""
+    return {name: laid_out(lines) for name, lines in printed_files(model, product).items()}
 
 
 def write_module(catalogue: Path, out: Path) -> str:

@@ -1,45 +1,60 @@
-"""Prints the type host: the singleton table of delegates to one managed class."""
+"""Prints the type host: the singleton table of delegates to one managed class, as the list of its entry points.
+
+`pyshell/host_class.h` makes the class from the list. The built-in services are the same for all types of a kind, so
+that their lists stand in the header that all sources share.
+"""
 
 from __future__ import annotations
 
-from ...entry_points import entry_points
-from ...model import Type
-from ..cpp_text import block, quoted
+from ...entry_points import EntryPoint, members_of, services_of
+from ...model import Model, Type
+from ..cpp_text import quoted
 from .crossing import argument_name
 from .words import slot_type
 
-# The services that the cast family reads from the host as one record.
-_CAST_SERVICES = ("btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs", "btp_IsAssignable")
+
+def host_name(entry: Type) -> str:
+    """The class of a type's host."""
+    return f"PyHost_cs_{entry.symbol}"
 
 
-def _casts(entry: Type) -> str:
-    """The accessor of that record."""
-    if entry.kind == "static class":
-        record = "{.type_of = m_delegates.btp_TypeOf}"
-    else:
-        slots = (f"m_delegates.{name}" if name in entry.services else "nullptr" for name in _CAST_SERVICES)
-        record = f"zelmor::cast_services({', '.join(slots)})"
-    return f"zelmor::CastServices casts() const {{ return {record}; }}"
+def host_of(entry: Type) -> str:
+    """The expression for a type's host."""
+    return f"{host_name(entry)}::get_instance()"
+
+
+def _row(point: EntryPoint) -> str:
+    arguments = (f"{slot_type(argument.slot)} {argument_name(argument)}" for argument in point.arguments)
+    return f"entry({slot_type(point.returned)}, {point.name}, ({', '.join(arguments)}))"
+
+
+def _list(name: str, rows: list[str]) -> list[str]:
+    """The macro of that name that calls another for each entry point."""
+    return [f"#define {name}(entry) \\", *(f"    {row} \\" for row in rows[:-1]), f"    {rows[-1]}", ""]
+
+
+def _services(entry: Type) -> str:
+    """The name of the list of a type's services."""
+    parts = ["ZELMOR", entry.kind.replace(" ", "_")]
+    if entry.width is not None:
+        parts.append(entry.width.name)
+    return "_".join([*parts, *(["casts", "from"] if entry.cast_from else []), "services"]).upper()
+
+
+def write_services(model: Model) -> list[str]:
+    """The lists of services that the types of an assembly have."""
+    kinds = {_services(entry): entry for entry in model.types}
+    lines: list[str] = []
+    for name, entry in kinds.items():
+        lines += _list(name, [_row(point) for point in services_of(entry)])
+    return lines
 
 
 def write_host(entry: Type) -> list[str]:
-    """The class definition of a host."""
-    rows = [(point.name, slot_type(point.returned), [slot_type(argument.slot) for argument in point.arguments],
-             [argument_name(argument) for argument in point.arguments]) for point in entry_points(entry)]
-    name = f"PyHost_cs_{entry.symbol}"
-    public = [f"static constexpr const char* kManagedClass = {quoted(entry.host_class)};", "",
-              f"{name}() {{ bind(kEntryPoints, reinterpret_cast<void**>(&m_delegates)); }}", ""]
-    for method, result, types, names in rows:
-        if method in _CAST_SERVICES and method != "btp_IsAssignable":
-            continue
-        params = ", ".join(f"{t} {n}" for t, n in zip(types, names))
-        public.append(f"{result} {method}({params}) const {{ return m_delegates.{method}({', '.join(names)}); }}")
-    public.append(_casts(entry))
-    slots = [f"{result} (*{method})({', '.join(types)});" for method, result, types, _ in rows]
-    private = [*block("struct Delegates", slots, "};"),
-               f"static_assert(sizeof(Delegates) == {len(rows)} * sizeof(void*));", "",
-               "static constexpr const char* kEntryPoints[] = {",
-               *(f"    {quoted(method)}," for method, *_ in rows), "};", "", "Delegates m_delegates{};"]
-    body = ["   public:", *(f"    {line}" if line else "" for line in public), "",
-            "   private:", *(f"    {line}" if line else "" for line in private)]
-    return [f"class {name} final : public zelmor::TypeHost<{name}> {{", *body, "};", ""]
+    """The class of a host, behind the list of the entry points that it has beside the services."""
+    own = [_row(point) for point in members_of(entry)]
+    services = _services(entry)
+    entries = "ZELMOR_ENTRIES" if own else services
+    lines = _list(entries, [*own, f"{services}(entry)"]) if own else []
+    lines += [f"ZELMOR_TYPE_HOST({host_name(entry)}, {quoted(entry.host_class)}, {entries});"]
+    return [*lines, *([f"#undef {entries}"] if own else []), ""]

@@ -151,8 +151,8 @@ class Instance:
         shape = "kClassCasts" if self._is_class else "kInterfaceCasts"
         of = f"wrpPygn_cast_{self._id}_{self._kind}"
         lines = [f"static constexpr zelmor::CastFamily {of} = {{&{self._record}, "
-                 f"&wrpPygn_uafn_{self._id}_{self._kind}_invalidate,",
-                 f"    &zelmor::casts_of<{self._host()}>, zelmor::{shape}}};", ""]
+                 f"&wrpPygn_uafn_{self._id}_{self._kind}_invalidate, "
+                 f"&zelmor::casts_of<{self._host()}>, zelmor::{shape}}};", ""]
         own = [name for name, _ in casts.OPERATIONS if name != "_cast_from"]
         lines += [*casts.entries(of, f"wrpPygn_bltp_{self._id}_{self._kind}", own), ""]
         return lines
@@ -166,8 +166,8 @@ class Instance:
             return []
         calls, maker = _ACCESS[self._kind]
         access = f"wrpPygn_accs_{self._id}_{self._kind}"
-        lines = [f"static constexpr zelmor::SequenceAccess {access} =",
-                 f"    zelmor::{maker}<{calls.format(self._id)}, {self._element}>();", ""]
+        lines = [f"static constexpr zelmor::SequenceAccess {access} = "
+                 f"zelmor::{maker}<{calls.format(self._id)}, {self._element}>();", ""]
         operations = [*(_ARRAY_SLOTS if self._kind == "array" else _LIST_SLOTS), "mp_subscript", "mp_ssubscript",
                       "get_length", *_METHODS[self._kind]]
         for operation in operations:

@@ -6,12 +6,13 @@ from pathlib import Path
 
 from ...builder import load
 from ...command import Command
+from ..cpp_layout import laid_out
 from ..text import write_if_changed
 from .tables import Tables
 
 
 def _runtime(out: Path, catalogues: list[Path]) -> str:
-    write_if_changed(out, Tables([load(path) for path in catalogues]).write())
+    write_if_changed(out, laid_out(Tables([load(path) for path in catalogues]).write()))
     return ""
 
 

@@ -13,6 +13,7 @@ from ...wires import Collection
 from ..text import indent, write_if_changed
 from .annotations import Scope, Universe
 from .collections import typed_names, write_generic, write_interop
+from .layout import laid_out
 from .members import write_class, write_enumeration
 from .words import GENERIC, INTEROP, SUPPORT
 
@@ -46,6 +47,7 @@ class StubWriter:
             files["imaging/_wrpgen/_interop.pyi"] = self._interop()
             files["imaging/_wrpgen/_generic.pyi"] = self._generic(self._main.collections)
         files["_typing.pyi"] = self._support()
+        files = {path: laid_out(lines) for path, lines in files.items()}
         if handwritten is None:
             return files
         for path in sorted(handwritten.rglob("*.pyi")):
