@@ -95,6 +95,8 @@ def _fitted(line: str, width: int) -> list[str]:
     """A line in as few lines as it takes, each within the width."""
     if len(line) <= width:
         return [line]
+    if (simple := _signature(line, width)) is not None:
+        return simple
     indentation = " " * (len(line) - len(line.lstrip(" ")))
     deeper = indentation + " " * (2 * _STEP if line.endswith(") {") else _STEP)
     groups, behind_equals = _groups(line)
@@ -116,6 +118,17 @@ def _fitted(line: str, width: int) -> list[str]:
         layouts.append([line[:behind_equals - 1], *_fitted(deeper + line[behind_equals:], width)])
     layouts = [layout for layout in layouts if max(map(len, layout)) <= width]
     return min(layouts, key=len) if layouts else _between_words(line, deeper, width)
+
+
+def _signature(line: str, width: int) -> list[str] | None:
+    """The layout in two lines of the most frequent case: one pair of brackets with commas alone, no literals."""
+    opening, closing = line.find("("), line.rfind(")")
+    if line.count("(") != 1 or line.count("{") != line.endswith(") {") or '"' in line or "<" in line or " = " in line:
+        return None
+    place = line.rfind(", ", opening, width + 1)
+    if place < 0 or opening + 1 + len(line) - place - 2 > width or closing < place:
+        return None
+    return [line[:place + 1], " " * (opening + 1) + line[place + 2:]]
 
 
 def _size(group: _Group) -> int:
