@@ -12,7 +12,8 @@ import pytest
 from tools.generator.builder import load
 from tools.generator.errors import CatalogueError
 from tools.generator.model import Model
-from tools.generator.writers.collections import policy, write_collections, write_declarations, write_row
+from tools.generator.writers.cpp.typed_collections import write_collections, write_declarations, write_row
+from tools.generator.writers.cpp.words import element_policy
 
 ROOT = Path(__file__).parents[2]
 TYPES = """
@@ -76,7 +77,7 @@ def test_each_class_of_element_has_its_policy(small: Callable[[str], Model]) -> 
 77777777 int32[] array iterator
 88888888 drawing.PointF array iterator
 """)
-    found = [re.sub(r"[0-9A-F]{8}", "H", policy(model, row)) for row in model.collections]
+    found = [re.sub(r"[0-9A-F]{8}", "H", element_policy(row.element)) for row in model.collections]
     assert found == [
         "zelmor::ClassElement<&wrpPy_conv_py_to_clr_H_Thing, &wrpPy_conv_clr_to_py_H_Thing>",
         "zelmor::StructElement<&wrpPy_conv_py_to_clr_H_Spot, &wrpPy_conv_clr_to_py_H_Spot>",

@@ -6,9 +6,9 @@ from collections.abc import Callable
 
 import pytest
 
+from tools.generator.entry_points import entry_points
 from tools.generator.errors import CatalogueError
 from tools.generator.model import Model
-from tools.generator.writers import host
 
 Build = Callable[..., Model]
 
@@ -148,7 +148,7 @@ struct Size
     static_get empty Empty Size
     static_getset unit Unit int32
 """)
-    assert [name for name, *_ in host.thunks(model.types[0])] == [
+    assert [point.name for point in entry_points(model.types[0])] == [
         "ctor_000_Size", "ctor_001_Size", "call_000_Add", "call_000_Grow", "get_IsEmpty", "get_Width", "set_Width",
         "getsa_Empty", "getsa_Unit", "setsa_Unit", "btp_TypeOf", "btp_CastTo", "btp_ReInterpretObj", "btp_CastAs",
         "btp_IsAssignable"]
@@ -182,7 +182,7 @@ interface IDerived implements IBase
     get width Width int32 from IBase
 """)
     derived = model.types[1]
-    assert [name for name, *_ in host.thunks(derived)][:2] == ["call_000_Stop", "btp_TypeOf"]
+    assert [point.name for point in entry_points(derived)][:2] == ["call_000_Stop", "btp_TypeOf"]
     assert derived.referenced() == [model.types[0]]
     assert derived.properties[0].declared_by is model.types[0]
 
@@ -228,7 +228,7 @@ def test_an_interface_inherits_from_all_that_it_extends(build: Build) -> None:
     derived = EXTENDS + "    method stop Stop ()\n" + RUN + SIZES
     model = build(derived + last + RUN + SIZES)
     assert {prop.declared_by.name for prop in model.types[2].properties} == {"IBase"}
-    assert [name for name, *_ in host.thunks(model.types[2])][:1] == ["btp_TypeOf"]
+    assert [point.name for point in entry_points(model.types[2])][:1] == ["btp_TypeOf"]
     _, reason = refusal(build, derived + last + RUN)
     assert reason == "ILast does not list width, which it inherits: write `from IBase`"
     _, reason = refusal(build, derived + last + RUN + SIZES.replace("from IBase", "from IDerived"))

@@ -10,9 +10,9 @@ from pathlib import Path
 import pytest
 
 from tools.generator.builder import load
-from tools.generator.writers.reference import GUIDES, ReferenceWriter
-from tools.generator.writers.reference_text import escaped, page_of
-from tools.generator.writers.stubs import StubWriter
+from tools.generator.writers.reference.pages import GUIDES, ReferenceWriter
+from tools.generator.writers.reference.markdown import escaped, page_of
+from tools.generator.writers.stubs.package import StubWriter
 
 ROOT = Path(__file__).parents[2]
 MODELS = [load(ROOT / "api" / "catalogue"), *(load(ROOT / "siblings" / "catalogue" / name) for name in (

@@ -8,15 +8,16 @@ from pathlib import Path
 
 import pytest
 
-from tools.generator.__main__ import count_by_module, main, report
+from tools.generator.__main__ import main
 from tools.generator.errors import CatalogueError
 from tools.generator.model import Model
-from tools.generator.writers.enumeration import write_enumeration
-from tools.generator.writers.header import write_header
-from tools.generator.writers.module_tree import write_module_tree
-from tools.generator.writers.runtime_tables import Tables
+from tools.generator.reports import count_by_module, summary
+from tools.generator.writers.cpp.enumeration import write_enumeration
+from tools.generator.writers.cpp.header import write_header
+from tools.generator.writers.cpp.module_tree import write_module_tree
+from tools.generator.writers.cpp.wrapper import write_wrapper
+from tools.generator.writers.runtime.tables import Tables
 from tools.generator.writers.text import write_if_changed
-from tools.generator.writers.wrapper import write_wrapper
 
 Build = Callable[..., Model]
 
@@ -65,7 +66,7 @@ def body(text: str, function: str) -> list[str]:
 def test_a_getter_calls_tests_for_an_error_and_converts(texts: dict[str, str]) -> None:
     lines = body(texts["Base"], "_Base_000_get_width")
     assert re.fullmatch(r"int result = PyHost_cs_\w+_Base::get_instance\(\)"
-                        r"\.get_Width\(zelmor::handle_of\(self\)\);", lines[0])
+                        r"->get_Width\(zelmor::handle_of\(self\)\);", lines[0])
     assert lines[1:] == ["if (PyErr_Occurred()) {", "return nullptr;", "}", "return PyLong_FromLong(result);"]
 
 
@@ -201,12 +202,12 @@ class Moment
 def test_dates_decimals_and_identifiers_cross_in_their_words(build: Build) -> None:
     model = build(DATES)
     text = "\n".join(write_wrapper(model.types[0], "pictures"))
-    assert ("void* ctor_000_Moment(long made_, const unsigned char* kept_, const unsigned int* price_, long lasts_) "
-            "const") in text
-    assert "void call_000_Shift(void* handle, long by_, const long* to_, long* result) const" in text
-    assert "long get_Lasts(void* handle) const" in text
-    assert "void get_Price(void* handle, unsigned int* result) const" in text
-    assert "void get_Kept(void* handle, unsigned char* result) const" in text
+    assert ("entry(void*, ctor_000_Moment, (long made_, const unsigned char* kept_, const unsigned int* price_, "
+            "long lasts_))") in text
+    assert "entry(void, call_000_Shift, (void* handle, long by_, const long* to_, long* result))" in text
+    assert "entry(long, get_Lasts, (void* handle))" in text
+    assert "entry(void, get_Price, (void* handle, unsigned int* result))" in text
+    assert "entry(void, get_Kept, (void* handle, unsigned char* result))" in text
     assert body(text, "_Moment_000_get_price")[0] == "unsigned int result[4]{};"
     assert body(text, "_Moment_000_get_price")[-1] == "return fn_conv_clr_decimal_to_py_decimal(result);"
     assert "long result[2]{};" in body(text, "_Moment_000_shift")
@@ -217,8 +218,8 @@ def test_dates_decimals_and_identifiers_cross_in_their_words(build: Build) -> No
 
 def test_a_nullable_date_crosses_as_two_arguments_and_two_out_slots(build: Build) -> None:
     text = "\n".join(write_wrapper(build(DATES).types[0], "pictures"))
-    assert "void get_Stamp(void* handle, int* present, long* result) const" in text
-    assert "void set_Stamp(void* handle, int valuepresent, long value) const" in text
+    assert "entry(void, get_Stamp, (void* handle, int* present, long* result))" in text
+    assert "entry(void, set_Stamp, (void* handle, int valuepresent, long value))" in text
     lines = body(text, "_Moment_000_set_stamp")
     assert ("long slotvalue{}; PyNullableArg slot{0, zelmor::as_arg_converter(&fn_conv_py_datetime_to_clr_datetime), "
             "&slotvalue};") in lines
@@ -266,7 +267,7 @@ def test_the_command_writes_sources_and_removes_those_of_types_that_are_gone(
     model = build(CATALOGUE)
     out = tmp_path / "out" / "pictures"
     assert main(["module", str(tmp_path), str(out)]) == 0
-    assert capsys.readouterr().out == report(model) + "\n"
+    assert capsys.readouterr().out == summary(model) + "\n"
     assert (out / "Acme.Pictures.Helper.cpp").exists()
     build(CATALOGUE.replace("static class Helper\n    static stop Stop ()\n", ""))
     assert main(["module", str(tmp_path), str(out)]) == 0

@@ -15,12 +15,13 @@ from .collections import CollectionLine, read_collections
 from .errors import CatalogueError, Place
 from .identifiers import Identifiers
 from .interfaces import check_inherited
-from .model import INTEROP_INTERFACES, Collection, Method, Model, Module, Overload, Param, Property, Type
+from .model import INTEROP_INTERFACES, Method, Model, Module, Overload, Param, Property, Type
 from .naming import snake_case, upper_snake_case
 from .pinned import check_pinned, read_pinned
 from .property_types import disagreement
 from .totals import check_totals, read_totals
-from .wires import INTEROP_SHAPES, NULLABLES, SCALARS, SIBLINGS, TYPED_SHAPES, VOID, WORDS, Wire
+from .wires import (NULLABLES, PLAIN_WIRES, SCALARS, TYPED_SHAPES, VOID, Collection, Enumeration, Instance, Interface,
+                    Nullable, Scalar, Struct, TypedCollection, Wire, Words)
 
 _ENUM_WIDTHS = ("uint8", "int16", "uint16", "int32", "uint32", "uint64")
 _RANGES = {name: (0, 2 ** int(name[4:]) - 1) if name[0] == "u" else (-(2 ** (int(name[3:]) - 1)),
@@ -118,32 +119,25 @@ class Builder:
         return candidates[0]
 
     def _wire(self, place: Place, name: str, namespace: str) -> Wire:
-        if name in SCALARS:
-            return Wire("scalar", name, SCALARS[name])
-        if name in ("string", "bytes", "object", "stream"):
-            return Wire(name, name)
-        if name in WORDS:
-            return Wire("words", name, words=WORDS[name])
+        if name in PLAIN_WIRES:
+            return PLAIN_WIRES[name]
         if name.endswith("?"):
             return self._nullable(place, self._wire(place, name[:-1], namespace))
-        if name in INTEROP_SHAPES:
-            return Wire("collection", name, shape=INTEROP_SHAPES[name])
-        if name in SIBLINGS:
-            return Wire("sibling", name, sibling=SIBLINGS[name])
         typed = self._element(name)
         if typed is not None:
             return self._typed_collection(place, *typed, namespace)
         entry = self._find(place, name, namespace)
         if entry.is_enum:
             assert entry.width is not None
-            return Wire("scalar", entry.full_name, entry.width.scalar, entry)
-        return Wire(entry.kind, entry.full_name, type=entry)
+            return Enumeration(entry.full_name, entry.width.form, entry, entry.width)
+        kinds = {"struct": Struct, "interface": Interface}
+        return kinds.get(entry.kind, Instance)(entry.full_name, entry)
 
     @staticmethod
     def _nullable(place: Place, inner: Wire) -> Wire:
-        if inner.name not in NULLABLES:
+        if inner.name not in NULLABLES or not isinstance(inner, Words):
             raise CatalogueError(place, f"{inner.name} does not cross as nullable")
-        return Wire("nullable", f"{inner.name}?", inner=inner)
+        return Nullable(f"{inner.name}?", inner)
 
     @staticmethod
     def _element(name: str) -> tuple[str, str] | None:
@@ -163,7 +157,7 @@ class Builder:
         row = self._collections.get(wire.name)
         if row is None or not {kind, f"{kind}-argument"} & set(row.kinds):
             raise CatalogueError(place, f"collections.tab has no {kind} of {wire.name}")
-        return Wire("collection", f"{kind} of {wire.name}", shape=TYPED_SHAPES[kind], collection=row)
+        return TypedCollection(f"{kind} of {wire.name}", TYPED_SHAPES[kind], row)
 
     def _relate(self, entry: Type) -> None:
         line = self._lines[entry]
@@ -198,7 +192,7 @@ class Builder:
     def _enumeration(self, entry: Type, line: TypeLine) -> None:
         if line.base not in _ENUM_WIDTHS:
             raise CatalogueError(line.place, f"the width of an enumeration is one of {', '.join(_ENUM_WIDTHS)}")
-        entry.width = Wire("scalar", line.base, SCALARS[line.base])
+        entry.width = SCALARS[line.base]
         low, high = _RANGES[line.base]
         if not line.values:
             raise CatalogueError(line.place, f"{entry.name} has no members")
@@ -305,11 +299,11 @@ class Builder:
         for param in line.params:
             by_ref, written = param.type.startswith("ref "), param.type.startswith("out ")
             wire = self._wire(line.place, param.type.removeprefix("ref ").removeprefix("out "), entry.namespace)
-            if by_ref and wire.scalar is None:
+            if by_ref and not isinstance(wire, Scalar):
                 raise CatalogueError(line.place, "only scalars cross by reference")
             if written and wire.kind != "bytes":
                 raise CatalogueError(line.place, "only bytes are written to in place")
-            if wire.kind == "static class":
+            if wire.type is not None and wire.type.kind == "static class":
                 raise CatalogueError(line.place, f"{wire.name} has no instances")
             params.append(Param(param.name, wire, by_ref, written))
         result = self._wire(line.place, line.type, entry.namespace) if line.type else VOID

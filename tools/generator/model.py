@@ -1,7 +1,7 @@
-"""The model of the API: types, methods with their overloads, properties and enumerations.
+"""The model of the API: types with their methods, overloads and properties, and the tree of modules.
 
-The model is the only thing that knows rules. It is built from catalogue lines, checks them against each other, and
-refuses a catalogue that does not hold together. Writers only print it.
+The model holds what the catalogue says, with every name resolved. `builder` makes it from the lines of the catalogue
+and refuses lines that contradict each other. Back ends print the model and know no rules of the API.
 """
 
 from __future__ import annotations
@@ -10,17 +10,12 @@ from collections import Counter
 from dataclasses import dataclass, field
 from pathlib import Path
 
+from .declaration import Declaration
 from .errors import Place
-from .naming import host_class_name
-from .wires import Wire
+from .wires import Collection, Scalar, Wire
 
-INTEROP_INTERFACES = {
-    "_IDisposableWrapper": "idisposable",
-    "_IterWrapper": "iter",
-    "_IterableWrapper": "iterable",
-    "_IColWrapper": "icol",
-    "_IListWrapper": "ilist",
-}
+# The interfaces of the .NET library that a type line can name.
+INTEROP_INTERFACES = ("_IDisposableWrapper", "_IterWrapper", "_IterableWrapper", "_IColWrapper", "_IListWrapper")
 
 
 @dataclass
@@ -113,19 +108,9 @@ class Property:
 
 
 @dataclass(eq=False, repr=False)
-class Type:
-    """A class, static class, interface, struct or enumeration."""
+class Type(Declaration):
+    """A class, static class, interface, struct or enumeration with its members."""
 
-    place: Place
-    kind: str
-    namespace: str
-    module: str
-    name: str
-    identifier: str
-    managed_identifier: str
-    disposable: bool = False
-    flags: bool = False
-    cast_from: bool = False  # the managed type converts itself to other types
     base: Type | None = None
     interfaces: list[Type | str] = field(default_factory=list)  # an interop interface stands by its name
     stands_for: list[Type] = field(default_factory=list)  # interfaces of the managed class that the wrapper is not told
@@ -135,36 +120,8 @@ class Type:
     shared: list[str] = field(default_factory=list)  # members served by the collection machinery
     items: Property | None = None  # by which the class is indexed
     writers: list[Property] = field(default_factory=list)  # of static properties, where their order is stated
-    width: Wire | None = None  # of an enumeration
+    width: Scalar | None = None  # of an enumeration
     values: list[tuple[str, int]] = field(default_factory=list)
-
-    def __repr__(self) -> str:
-        return self.full_name
-
-    @property
-    def full_name(self) -> str:
-        """The full managed name."""
-        return f"{self.namespace}.{self.name}"
-
-    @property
-    def dotted(self) -> str:
-        """The dotted Python name."""
-        return f"{self.module}.{self.name}"
-
-    @property
-    def symbol(self) -> str:
-        """What stands in every symbol of the type: `4BA89469_Image`."""
-        return f"{self.identifier}_{self.name}"
-
-    @property
-    def host_class(self) -> str:
-        """The managed class that holds the type's entry points."""
-        return host_class_name(self.full_name, self.managed_identifier)
-
-    @property
-    def is_enum(self) -> bool:
-        """Whether the type is an enumeration."""
-        return self.kind == "enum"
 
     @property
     def static_writers(self) -> list[Property]:
@@ -208,12 +165,7 @@ class Type:
 
     def bases(self) -> list[Type]:
         """The chain of base classes, nearest first."""
-        chain: list[Type] = []
-        base = self.base
-        while base is not None:
-            chain.append(base)
-            base = base.base
-        return chain
+        return [base for base in super().bases() if isinstance(base, Type)]
 
     def method(self, python: str) -> Method | None:
         """The method that this very type lists under a name."""
@@ -235,17 +187,6 @@ class Type:
             if owner is not self and owner not in result:
                 result.append(owner)
         return result
-
-
-@dataclass(eq=False)
-class Collection:
-    """An element type and the closed generic collections that there are of it."""
-
-    place: Place
-    identifier: str
-    element: Wire
-    kinds: tuple[str, ...]
-    slot: int | None  # of its typed callbacks, counted over all elements that have an argument converter
 
 
 @dataclass(eq=False, repr=False)

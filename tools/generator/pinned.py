@@ -1,7 +1,8 @@
 """Names that other assemblies and modules rely on: identifiers, managed names, entry points and symbols.
 
 The rest of the catalogue can be corrected freely; what stands in `pinned.tab` can not, since it is known from outside.
-Each row is checked against the model, those of symbols against what is written from it.
+Each row is checked against the model, those of symbols against what is written from it. The types of an entry point's
+arguments are stated by their C++ names.
 """
 
 from __future__ import annotations
@@ -11,10 +12,11 @@ from collections.abc import Callable, Iterable
 from dataclasses import dataclass
 from pathlib import Path
 
+from .entry_points import entry_points
 from .errors import CatalogueError, Place
 from .model import Method, Model, Property, Type
 from .rows import read_optional_rows
-from .writers.host import thunks
+from .writers.cpp.words import slot_type
 
 _NUMBERS = {"type": (3, 4), "module": (3,), "name": (3,), "host": (3,), "entry": (3,), "hosts": (4,),
             "member": (4,), "symbol": (2,)}
@@ -63,30 +65,39 @@ def _module(model: Model, words: tuple[str, ...]) -> str | None:
     return None if found == words[1] else f"{words[0]} has the identifier {found} instead of {words[1]}"
 
 
-def _members(model: Model) -> Iterable[tuple[str, str, Method | Property]]:
-    """The Python and the managed name of every member, once for each line."""
-    for entry in model.types:
-        for method in entry.methods:
-            for overload in [*method.overloads, *([method.static_overload] if method.static_overload else [])]:
-                yield overload.python, overload.managed, method
-        for prop in entry.properties:
-            yield prop.python, prop.managed, prop
+class _Names:
+    """The members of all types by their names: the Python and the managed name and the member, once for each line."""
+
+    def __init__(self, model: Model) -> None:
+        self.by_python: dict[str, list[tuple[str, str, Method | Property]]] = {}
+        self.by_managed: dict[str, list[tuple[str, str, Method | Property]]] = {}
+        for entry in model.types:
+            for method in entry.methods:
+                for overload in [*method.overloads, *([method.static_overload] if method.static_overload else [])]:
+                    self._add(overload.python, overload.managed, method)
+            for prop in entry.properties:
+                self._add(prop.python, prop.managed, prop)
+
+    def _add(self, python: str, managed: str, member: Method | Property) -> None:
+        row = (python, managed, member)
+        self.by_python.setdefault(python, []).append(row)
+        self.by_managed.setdefault(managed, []).append(row)
 
 
-def _name(model: Model, words: tuple[str, ...]) -> str | None:
+def _name(names: _Names, words: tuple[str, ...]) -> str | None:
     python, managed = words
-    found = [(name, member) for name, other, member in _members(model) if other == managed]
+    found = names.by_managed.get(managed, [])
     wrong = [f"{member!r} is {managed} on the managed side, which is {python} in Python"
-             for name, member in found if name != python]
+             for name, _, member in found if name != python]
     wrong += [f"{member!r} stands for {other}, and {managed} differs from it in the case of letters only"
-              for name, other, member in _members(model) if name == python and other != managed
+              for _, other, member in names.by_python.get(python, []) if other != managed
               and other.lower() == managed.lower()]
     return wrong[0] if wrong else None if found else f"nothing is called {managed}"
 
 
-def _member(model: Model, words: tuple[str, ...]) -> str | None:
-    found = [member for name, managed, member in _members(model)
-             if (name, managed, member.owner.full_name) == (words[1], words[2], words[0])]
+def _member(names: _Names, words: tuple[str, ...]) -> str | None:
+    found = [member for name, _, member in names.by_managed.get(words[2], [])
+             if (name, member.owner.full_name) == (words[1], words[0])]
     return None if found else f"{words[0]} has no {words[1]} that is {words[2]} on the managed side"
 
 
@@ -102,10 +113,10 @@ def _entry(model: Model, words: tuple[str, ...]) -> str | None:
     match = re.fullmatch(r"(\w+)(?:\(([\w,]*)\))?", words[1])
     if entry is None or match is None:
         return f"there is no type {words[0]}" if match else f"'{words[1]}' is no entry point"
-    found = next((arguments for name, _, arguments, _ in thunks(entry) if name == match[1]), None)
+    found = next((point.arguments for point in entry_points(entry) if point.name == match[1]), None)
     if found is None:
         return f"{words[0]} has no entry point {match[1]}"
-    plain = ",".join(argument.removeprefix("const ").rstrip("*") for argument in found)
+    plain = ",".join(slot_type(argument.slot).removeprefix("const ").rstrip("*") for argument in found)
     if match[2] is not None and match[2] != plain:
         return f"{words[0]}.{match[1]} takes ({plain}) instead of ({match[2]})"
     return None
@@ -116,7 +127,7 @@ def _hosts(model: Model, words: tuple[str, ...]) -> str | None:
     entry = _find(model, words[0])
     if entry is None:
         return f"there is no type {words[0]}"
-    found = [name for name, *_ in thunks(entry)]
+    found = [point.name for point in entry_points(entry)]
     if len(found) != int(words[1]):
         return f"{words[0]} has {len(found)} entry points instead of {words[1]}"
     if words[2] != "..." and found != words[2].split(","):
@@ -125,14 +136,19 @@ def _hosts(model: Model, words: tuple[str, ...]) -> str | None:
 
 
 _CHECKS: dict[str, Callable[[Model, tuple[str, ...]], str | None]] = {
-    "type": _type, "module": _module, "name": _name, "host": _host, "entry": _entry,
-    "hosts": _hosts, "member": _member}
+    "type": _type, "module": _module, "host": _host, "entry": _entry, "hosts": _hosts}
+_NAME_CHECKS: dict[str, Callable[[_Names, tuple[str, ...]], str | None]] = {"name": _name, "member": _member}
 
 
 def check_pinned(model: Model, rows: list[PinnedLine]) -> None:
     """Refuses a model in which a pinned name is another."""
+    names = _Names(model)
     for row in rows:
-        reason = _CHECKS[row.kind](model, row.words) if row.kind in _CHECKS else None
+        reason = None
+        if row.kind in _CHECKS:
+            reason = _CHECKS[row.kind](model, row.words)
+        elif row.kind in _NAME_CHECKS:
+            reason = _NAME_CHECKS[row.kind](names, row.words)
         if reason is not None:
             raise CatalogueError(row.place, reason)
 
@@ -140,10 +156,9 @@ def check_pinned(model: Model, rows: list[PinnedLine]) -> None:
 def check_symbols(rows: list[PinnedLine], sources: Iterable[str]) -> None:
     """Refuses written sources that lack a pinned symbol."""
     missing = {row.words[0]: row for row in rows if row.kind == "symbol"}
-    pattern = re.compile("|".join(rf"\b{re.escape(symbol)}\b" for symbol in missing)) if missing else None
     for source in sources:
-        if pattern is not None:
-            for symbol in pattern.findall(source):
-                missing.pop(symbol, None)
+        for symbol in [symbol for symbol in missing if symbol in source]:
+            if re.search(rf"\b{re.escape(symbol)}\b", source):
+                del missing[symbol]
     for row in missing.values():
         raise CatalogueError(row.place, f"nothing that is written has the symbol {row.words[0]}")

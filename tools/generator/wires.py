@@ -1,184 +1,434 @@
-"""How values cross: the wire types that a catalogue line can name, and what each means on both sides.
+"""The kinds of wires: how a value of each type of the catalogue crosses between Python and the managed side.
 
-A wire is resolved against the model: a type name becomes a class, struct, interface or enumeration, a collection's name
-finds the row of its element.
+A wire says which slots a value has in a call: the arguments by which it goes in, the return value, and the trailing
+arguments by which a result comes out. All of this holds for both halves and for every language that is written; the
+words of a language for a wire stand in the table of its back end.
 """
 
 from __future__ import annotations
 
 from dataclasses import dataclass
-from typing import TYPE_CHECKING
+from enum import Enum, auto
+from typing import ClassVar
 
-if TYPE_CHECKING:
-    from .model import Collection, Type
-
-
-@dataclass(frozen=True)
-class Scalar:
-    """A value that crosses as the machine type of the same width."""
-
-    cpp: str  # C++ type on the wire
-    converter: str  # from Python
-    builder: str  # to Python
-    code: str  # in a signature
-    wire: str  # enumerator of the runtime's Wire
+from .declaration import Declaration
+from .errors import Place
 
 
-SCALARS: dict[str, Scalar] = {
-    "bool": Scalar("bool", "fn_conv_py_bool_to_clr_bool", "PyBool_FromLong", "b", "kBool"),
-    "int8": Scalar("signed char", "fn_conv_py_long_to_clr_int8", "PyLong_FromLong", "c", "kInt8"),
-    "uint8": Scalar("unsigned char", "fn_conv_py_ulong_to_clr_uint8", "PyLong_FromUnsignedLong", "C", "kUInt8"),
-    "int16": Scalar("short", "fn_conv_py_long_to_clr_int16", "PyLong_FromLong", "s", "kInt16"),
-    "uint16": Scalar("unsigned short", "fn_conv_py_ulong_to_clr_uint16", "PyLong_FromUnsignedLong", "S", "kUInt16"),
-    "int32": Scalar("int", "fn_conv_py_long_to_clr_int32", "PyLong_FromLong", "i", "kInt32"),
-    "uint32": Scalar("unsigned int", "fn_conv_py_ulong_to_clr_uint32", "PyLong_FromUnsignedLong", "I", "kUInt32"),
-    "int64": Scalar("long", "fn_conv_py_long_to_clr_int64", "PyLong_FromLongLong", "l", "kInt64"),
-    "uint64": Scalar("unsigned long", "fn_conv_py_ulong_to_clr_uint64", "PyLong_FromUnsignedLongLong", "L", "kUInt64"),
-    "float": Scalar("float", "fn_conv_py_float_to_clr_float", "PyFloat_FromDouble", "f", "kSingle"),
-    "double": Scalar("double", "fn_conv_py_float_to_clr_double", "PyFloat_FromDouble", "d", "kDouble"),
-    "char": Scalar("unsigned short", "fn_conv_py_string_to_clr_char", "fn_conv_clr_char_to_py_string", "S", "kChar"),
-    "timedelta": Scalar("long", "fn_conv_py_datetimedelta_to_clr_timespan", "fn_conv_clr_timespan_to_py_datetimedelta",
-                        "l", "kTimeSpan"),
-}
+class Form(Enum):
+    """The form in which a slot holds its value."""
+
+    NOTHING = auto()
+    BOOL = auto()
+    INT8 = auto()
+    UINT8 = auto()
+    INT16 = auto()
+    UINT16 = auto()
+    INT32 = auto()
+    UINT32 = auto()
+    INT64 = auto()
+    UINT64 = auto()
+    SINGLE = auto()
+    DOUBLE = auto()
+    HANDLE = auto()  # of a managed object or value
+    OBJECT = auto()  # a reference to a Python object
+    TEXT = auto()  # a view of text
+    BYTES = auto()  # a view of memory
+    VARIANT = auto()  # a value with a tag that says what it is
+    INSTANCE = auto()  # a handle with the run-time type
+    COLLECTION = auto()  # a handle with the run-time type, or the Python object that the managed side held
+    DATE = auto()  # words of 64 bits: the ticks, and the offset
+    DECIMAL = auto()  # words of 32 bits
+    UUID = auto()  # 16 bytes
+    RECORD = auto()  # a value record of a sibling module
 
 
-@dataclass(frozen=True)
-class Words:
-    """A value type of the .NET library that crosses as several words, behind a pointer; alone it goes by value."""
+class Passing(Enum):
+    """How a slot reaches the other side."""
 
-    cpp: str  # C++ type of a word
-    taken: int  # how many words an argument has
-    given: int  # how many words a result has
-    converter: str  # from Python
-    builder: str  # to Python
-    code: str  # of the pointer in a signature
-    wire: str  # enumerator of the runtime's Wire
-
-
-WORDS: dict[str, Words] = {
-    "datetime": Words("long", 1, 2, "fn_conv_py_datetime_to_clr_datetime", "fn_conv_clr_datetime_to_py_datetime",
-                      "t", "kDateTime"),
-    "datetimeoffset": Words("long", 2, 2, "fn_conv_py_datetime_to_clr_datetimeoffset",
-                            "fn_conv_clr_datetimeoffset_to_py_datetime", "t", "kDateTimeOffset"),
-    "decimal": Words("unsigned int", 4, 4, "fn_conv_py_decimal_to_clr_decimal", "fn_conv_clr_decimal_to_py_decimal",
-                     "D", "kDecimal"),
-    "UUID": Words("unsigned char", 16, 16, "fn_conv_py_uuid_to_clr_guid", "fn_conv_clr_guid_to_py_uuid", "G", "kGuid"),
-}
-
-# The values that can be null, written with a question mark behind: those that the runtime has an enumerator for.
-NULLABLES = ("datetime",)
+    VALUE = auto()
+    IN = auto()  # a pointer to what is read
+    OUT = auto()  # a pointer to what is written
 
 
 @dataclass(frozen=True)
-class Shape:
-    """A kind of managed collection as a member's type."""
+class Slot:
+    """One argument of a call, or its return value."""
 
-    runtime: str  # enumerator of the runtime's CollectionShape
-    record: str  # suffix of the wrapper's static record
-    converter: str  # from Python; empty where no member takes one
-    interface: bool  # a result finds its run-time type, or the Python object that the managed side held
-
-
-# The kinds without an element type, by the name that a catalogue line uses.
-INTEROP_SHAPES: dict[str, Shape] = {
-    "Array": Shape("kSystemArray", "ArrayWrapper", "array", False),
-    "ArrayList": Shape("kArrayList", "ArrListWrapper", "arrlist", False),
-    "IList": Shape("kIList", "IListWrapper", "ilist", True),
-    "ICollection": Shape("kICollection", "IColWrapper", "icollection", True),
-    "IEnumerable": Shape("kIEnumerable", "IterableWrapper", "iterable", True),
-    "IEnumerator": Shape("kIEnumerator", "IterWrapper", "iter", True),
-}
-
-# The kinds of closed generic collections.
-TYPED_SHAPES: dict[str, Shape] = {
-    "array": Shape("kArray", "ArrayWrapper", "array", False),
-    "list": Shape("kList", "ListWrapper", "list", False),
-    "ilist": Shape("kIList", "IListWrapper", "", True),
-    "iterable": Shape("kIEnumerable", "IterableWrapper", "", True),
-    "iterator": Shape("kIEnumerator", "IterWrapper", "", True),
-}
+    form: Form
+    passing: Passing = Passing.VALUE
+    record: str = ""  # of Form.RECORD: the full managed name of the value
 
 
-@dataclass(frozen=True)
-class Sibling:
-    """A type of a sibling module, which crosses by the converters that the sibling's capsule holds."""
-
-    full_name: str
-    symbol: str
-    kind: str  # `class`, `record` or `enum`
-    record: str = ""  # the value record that it crosses in
-
-
-SIBLINGS: dict[str, Sibling] = {
-    "drawing.PointF": Sibling("System.Drawing.PointF", "EDE1485C_PointF", "record", "ShlPointFObject"),
-    "drawing.Color": Sibling("System.Drawing.Color", "52DA2AC5_Color", "record", "ShlColorObject"),
-    "drawing.ColorMap": Sibling("System.Drawing.Imaging.ColorMap", "9AB10FD3_ColorMap", "class"),
-    "io.FileMode": Sibling("System.IO.FileMode", "54938D61_FileMode", "enum"),
-}
+NO_RESULT = Slot(Form.NOTHING)
+HANDLE = Slot(Form.HANDLE)
+VARIANT = Slot(Form.VARIANT, Passing.IN)
 
 
 @dataclass(frozen=True)
 class Wire:
-    """A resolved wire type. `kind` is `void`, `scalar`, `words`, `nullable`, `string`, `bytes`, `object`, `stream`,
-    `collection`, `sibling`, or a kind of type."""
+    """How a value of one type crosses; `name` is the type's name in the catalogue, with full names of types."""
 
-    kind: str
     name: str
-    scalar: Scalar | None = None
-    type: Type | None = None
-    shape: Shape | None = None  # of a collection
-    collection: Collection | None = None  # the element row of a typed collection
-    sibling: Sibling | None = None
-    words: Words | None = None
-    inner: Wire | None = None  # of a nullable: what it is if it is not null
+    kind: ClassVar[str]  # the kind of wire in one word
 
     @property
-    def code(self) -> str:
-        """The signature character of an argument of this wire; two for a nullable."""
-        if self.inner is not None:
-            return "i" + self.inner.code
-        if self.words is not None:
-            return "l" if self.words.taken == 1 else self.words.code
-        if self.scalar is not None:
-            return self.scalar.code
-        if self.sibling is not None:
-            return "i" if self.sibling.kind == "enum" else "p"
-        return {"void": "v", "string": "T", "bytes": "B", "object": "V", "class": "p", "static class": "p",
-                "struct": "V", "interface": "V", "stream": "V", "collection": "V"}[self.kind]
+    def taken(self) -> tuple[Slot, ...]:
+        """The arguments by which a value goes in."""
+        return (VARIANT,)
 
     @property
-    def result_code(self) -> str:
-        """The signature character of the return value of this wire."""
-        if self.inner is not None or self.words is not None:
-            return "v"
-        if self.scalar is not None:
-            return self.scalar.code
-        return {"void": "v", "string": "O", "bytes": "O", "object": "O", "class": "p", "static class": "p",
-                "struct": "p", "interface": "v", "stream": "v", "collection": "v"}[self.kind]
+    def returned(self) -> Slot:
+        """The return value of a call with a result of this type."""
+        return NO_RESULT
 
     @property
-    def out_code(self) -> str:
-        """The signature character of a trailing out record, or nothing; two for a nullable."""
-        if self.inner is not None:
-            return "r" + (self.inner.out_code or "r")
-        if self.words is not None:
-            return self.words.code
-        return {"interface": "o", "stream": "k", "collection": "k"}.get(self.kind, "")
+    def given(self) -> tuple[Slot, ...]:
+        """The trailing arguments by which a result comes out; none where it is the return value."""
+        return ()
 
     @property
-    def runtime_wire(self) -> str:
-        """The enumerator of the runtime's Wire."""
-        if self.inner is not None:
-            return "kNullable" + self.inner.runtime_wire.removeprefix("k")
-        if self.words is not None:
-            return self.words.wire
-        if self.scalar is not None:
-            return self.scalar.wire
-        if self.sibling is not None:
-            return {"enum": "kInt32", "class": "kClass", "record": ""}[self.sibling.kind]
-        return {"void": "kVoid", "string": "kString", "bytes": "kBytes", "object": "kObject", "class": "kClass",
-                "static class": "kClass", "struct": "kStruct", "interface": "kInterface",
-                "stream": "kStream", "collection": "kCollection"}[self.kind]
+    def type(self) -> Declaration | None:
+        """The type of the catalogue that the wire names, if it names one."""
+        return None
+
+    @property
+    def shape(self) -> Shape | None:
+        """The kind of a collection."""
+        return None
+
+    @property
+    def collection(self) -> Collection | None:
+        """The row of a typed collection's element."""
+        return None
+
+    @property
+    def sibling(self) -> str:
+        """The full managed name of a sibling's type, or nothing."""
+        return ""
 
 
-VOID = Wire("void", "void")
+# -- values of the .NET library ---------------------------------------------------------------------------------------
+
+
+@dataclass(frozen=True)
+class Nothing(Wire):
+    """The result of a call that has none."""
+
+    kind = "void"
+
+
+@dataclass(frozen=True)
+class Scalar(Wire):
+    """A value that crosses as the machine type of its form."""
+
+    kind = "scalar"
+    form: Form
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (Slot(self.form),)
+
+    @property
+    def returned(self) -> Slot:
+        return Slot(self.form)
+
+    @property
+    def by_reference(self) -> Slot:
+        """The argument behind the value's own by which a call gives it a new value."""
+        return Slot(self.form, Passing.OUT)
+
+
+@dataclass(frozen=True)
+class Words(Wire):
+    """A value type that crosses as several words behind a pointer; a single word goes by value."""
+
+    kind = "words"
+    form: Form
+    words_taken: int  # how many words an argument has
+    words_given: int  # how many words a result has
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (Slot(Form.INT64),) if self.words_taken == 1 else (Slot(self.form, Passing.IN),)
+
+    @property
+    def given(self) -> tuple[Slot, ...]:
+        return (Slot(self.form, Passing.OUT),)
+
+
+@dataclass(frozen=True)
+class Nullable(Wire):
+    """A value that can be null: an integer that is 0 for null stands before the value itself."""
+
+    kind = "nullable"
+    inner: Words
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (Slot(Form.INT32), *self.inner.taken)
+
+    @property
+    def given(self) -> tuple[Slot, ...]:
+        return (Slot(Form.INT32, Passing.OUT), *self.inner.given)
+
+
+@dataclass(frozen=True)
+class Text(Wire):
+    """Text: a view of the Python string on the way in, a Python string on the way out."""
+
+    kind = "string"
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (Slot(Form.TEXT, Passing.IN),)
+
+    @property
+    def returned(self) -> Slot:
+        return Slot(Form.OBJECT)
+
+
+@dataclass(frozen=True)
+class Bytes(Wire):
+    """Bytes: a view of memory on the way in, a Python object on the way out."""
+
+    kind = "bytes"
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (Slot(Form.BYTES, Passing.IN),)
+
+    @property
+    def returned(self) -> Slot:
+        return Slot(Form.OBJECT)
+
+
+@dataclass(frozen=True)
+class Anything(Wire):
+    """Any value: tagged on the way in, a Python object on the way out."""
+
+    kind = "object"
+
+    @property
+    def returned(self) -> Slot:
+        return Slot(Form.OBJECT)
+
+
+@dataclass(frozen=True)
+class Stream(Wire):
+    """A stream: tagged on the way in, with its run-time type on the way out."""
+
+    kind = "stream"
+
+    @property
+    def given(self) -> tuple[Slot, ...]:
+        return (Slot(Form.COLLECTION, Passing.OUT),)
+
+
+# -- types of the catalogue --------------------------------------------------------------------------------------------
+
+
+@dataclass(frozen=True)
+class Enumeration(Scalar):
+    """An enumeration, which crosses as its underlying integer."""
+
+    kind = "enum"
+    declaration: Declaration
+    underlying: Scalar
+
+    @property
+    def type(self) -> Declaration:
+        return self.declaration
+
+
+@dataclass(frozen=True)
+class Instance(Wire):
+    """A class: a handle in both directions."""
+
+    kind = "class"
+    declaration: Declaration
+
+    @property
+    def type(self) -> Declaration:
+        return self.declaration
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (HANDLE,)
+
+    @property
+    def returned(self) -> Slot:
+        return HANDLE
+
+
+@dataclass(frozen=True)
+class Struct(Wire):
+    """A struct: tagged on the way in, a handle on the way out."""
+
+    kind = "struct"
+    declaration: Declaration
+
+    @property
+    def type(self) -> Declaration:
+        return self.declaration
+
+    @property
+    def returned(self) -> Slot:
+        return HANDLE
+
+
+@dataclass(frozen=True)
+class Interface(Wire):
+    """An interface: tagged on the way in, with the run-time type on the way out."""
+
+    kind = "interface"
+    declaration: Declaration
+
+    @property
+    def type(self) -> Declaration:
+        return self.declaration
+
+    @property
+    def given(self) -> tuple[Slot, ...]:
+        return (Slot(Form.INSTANCE, Passing.OUT),)
+
+
+# -- collections -------------------------------------------------------------------------------------------------------
+
+
+class Shape(Enum):
+    """A kind of managed collection as a member's type."""
+
+    SYSTEM_ARRAY = auto()  # those without an element type
+    ARRAY_LIST = auto()
+    ANY_LIST = auto()
+    ANY_COLLECTION = auto()
+    ANY_ENUMERABLE = auto()
+    ANY_ENUMERATOR = auto()
+    ARRAY = auto()  # those with one
+    LIST = auto()
+    LIST_INTERFACE = auto()
+    ENUMERABLE = auto()
+    ENUMERATOR = auto()
+
+    @property
+    def interface(self) -> bool:
+        """Whether a result finds its run-time type, or is the Python object that the managed side held."""
+        return self not in (Shape.SYSTEM_ARRAY, Shape.ARRAY_LIST, Shape.ARRAY, Shape.LIST)
+
+
+# The kinds without an element type, by the name that a catalogue line uses.
+INTEROP_SHAPES = {"Array": Shape.SYSTEM_ARRAY, "ArrayList": Shape.ARRAY_LIST, "IList": Shape.ANY_LIST,
+                  "ICollection": Shape.ANY_COLLECTION, "IEnumerable": Shape.ANY_ENUMERABLE,
+                  "IEnumerator": Shape.ANY_ENUMERATOR}
+# The kinds of closed generic collections, by the word that collections.tab has for them.
+TYPED_SHAPES = {"array": Shape.ARRAY, "list": Shape.LIST, "ilist": Shape.LIST_INTERFACE,
+                "iterable": Shape.ENUMERABLE, "iterator": Shape.ENUMERATOR}
+
+
+@dataclass(eq=False)
+class Collection:
+    """An element type and the closed generic collections that there are of it."""
+
+    place: Place
+    identifier: str
+    element: Wire
+    kinds: tuple[str, ...]
+    slot: int | None  # of its typed callbacks, counted over all elements that have an argument converter
+
+
+@dataclass(frozen=True)
+class AnyCollection(Wire):
+    """A collection without an element type: tagged on the way in, with its run-time type on the way out."""
+
+    kind = "collection"
+    declared_shape: Shape
+
+    @property
+    def shape(self) -> Shape:
+        return self.declared_shape
+
+    @property
+    def given(self) -> tuple[Slot, ...]:
+        return (Slot(Form.COLLECTION, Passing.OUT),)
+
+
+@dataclass(frozen=True)
+class TypedCollection(AnyCollection):
+    """A closed generic collection, which crosses like one of any element."""
+
+    row: Collection
+
+    @property
+    def collection(self) -> Collection:
+        return self.row
+
+
+# -- types of sibling modules ------------------------------------------------------------------------------------------
+
+
+@dataclass(frozen=True)
+class Sibling(Wire):
+    """A type of a sibling module, which crosses by the converters that the sibling hands out."""
+
+    kind = "sibling"
+    full_name: str
+    identifier: str  # on the Python side
+
+    @property
+    def sibling(self) -> str:
+        return self.full_name
+
+    @property
+    def symbol(self) -> str:
+        """The part that the sibling's symbols for the type have."""
+        return f"{self.identifier}_{self.full_name.rpartition('.')[2]}"
+
+
+@dataclass(frozen=True)
+class SiblingClass(Sibling):
+    """A class of a sibling: a handle."""
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (HANDLE,)
+
+
+@dataclass(frozen=True)
+class SiblingRecord(Sibling):
+    """A value of a sibling: a pointer to its record."""
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (Slot(Form.RECORD, Passing.IN, self.full_name),)
+
+
+@dataclass(frozen=True)
+class SiblingEnumeration(Sibling):
+    """An enumeration of a sibling: an integer."""
+
+    @property
+    def taken(self) -> tuple[Slot, ...]:
+        return (Slot(Form.INT32),)
+
+
+# -- the wires that need no catalogue ----------------------------------------------------------------------------------
+
+VOID = Nothing("void")
+SCALARS = {wire.name: wire for wire in (
+    Scalar("bool", Form.BOOL), Scalar("int8", Form.INT8), Scalar("uint8", Form.UINT8), Scalar("int16", Form.INT16),
+    Scalar("uint16", Form.UINT16), Scalar("int32", Form.INT32), Scalar("uint32", Form.UINT32),
+    Scalar("int64", Form.INT64), Scalar("uint64", Form.UINT64), Scalar("float", Form.SINGLE),
+    Scalar("double", Form.DOUBLE), Scalar("char", Form.UINT16), Scalar("timedelta", Form.INT64))}
+# The values that can be null, written with a question mark behind the name.
+NULLABLES = ("datetime",)
+# All of them by the name that a catalogue line uses.
+PLAIN_WIRES: dict[str, Wire] = {**SCALARS, **{wire.name: wire for wire in (
+    Words("datetime", Form.DATE, 1, 2), Words("datetimeoffset", Form.DATE, 2, 2),
+    Words("decimal", Form.DECIMAL, 4, 4), Words("UUID", Form.UUID, 16, 16),
+    Text("string"), Bytes("bytes"), Anything("object"), Stream("stream"),
+    *(AnyCollection(name, shape) for name, shape in INTEROP_SHAPES.items()),
+    SiblingRecord("drawing.PointF", "System.Drawing.PointF", "EDE1485C"),
+    SiblingRecord("drawing.Color", "System.Drawing.Color", "52DA2AC5"),
+    SiblingClass("drawing.ColorMap", "System.Drawing.Imaging.ColorMap", "9AB10FD3"),
+    SiblingEnumeration("io.FileMode", "System.IO.FileMode", "54938D61"))}}

@@ -14,6 +14,7 @@ from support.module_tree import MODEL
 
 from tools.generator.model import Method, Overload, Property, Type
 from tools.generator.wires import Wire
+from tools.generator.writers.cpp.words import SHAPES
 
 WRAPPERS = [entry for entry in MODEL.types if not entry.is_enum]
 ENUMS = [entry for entry in MODEL.types if entry.is_enum]
@@ -253,7 +254,7 @@ def unfit_wire(wire: Wire) -> str:
     if wire.type is not None:
         return f"can't build {wire.type.name} value from '_Unfit'"
     if wire.shape is not None:
-        return f"can't build {COLLECTION_NAMES[wire.shape.converter]} value from '_Unfit'"
+        return f"can't build {COLLECTION_NAMES[SHAPES[wire.shape].converter]} value from '_Unfit'"
     return KIND_MESSAGES.get(wire.name) or f"can't build '{SCALAR_NAMES[wire.name]}' from '_Unfit'"
 
 

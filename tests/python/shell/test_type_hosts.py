@@ -10,8 +10,8 @@ from support.control import IMAGING
 from support.host_process import run
 from support.module_tree import MODEL
 
+from tools.generator.entry_points import entry_points
 from tools.generator.model import Type
-from tools.generator.writers.host import thunks
 
 
 def entry(name: str) -> Type:
@@ -40,7 +40,7 @@ for _ in range(2):
     imaging.Image.can_load({__file__!r})
     result.append(count())
 """)
-    expected = [len(thunks(entry(name))) for name in ("DataStreamSupporter", "DisposableObject", "Image")]
+    expected = [len(entry_points(entry(name))) for name in ("DataStreamSupporter", "DisposableObject", "Image")]
     assert before == [0, 0, 0, 0]
     assert first == second == [*expected, 0]
 
@@ -48,7 +48,7 @@ for _ in range(2):
 @pytest.mark.parametrize("name", ["Size", "Image", "GraphicsUnit", "IColorPalette", "ColorPaletteHelper", "Cache"])
 def test_entry_points_are_asked_for_in_binding_order(name: str) -> None:
     found = run(f"imaging.{name}._type_of()\nresult = requests({entry(name).host_class!r})")
-    assert found == [method for method, *_ in thunks(entry(name))]
+    assert found == [point.name for point in entry_points(entry(name))]
 
 
 def test_the_entry_points_of_a_size_are_these() -> None:

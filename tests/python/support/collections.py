@@ -13,7 +13,7 @@ from zelmor.imaging.xmp import XmpPackage
 from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
 
 from tools.generator.builder import load
-from tools.generator.model import Collection
+from tools.generator.wires import Collection
 
 from .control import IMAGING, control
 from .places import CATALOGUE
@@ -119,10 +119,10 @@ def values_of(row: Collection) -> list[Any]:
         return [bytearray(b""), bytearray(b"a\0b"), bytearray(range(256)), None]
     if wire.kind == "object":
         return VARIANTS()
-    if wire.sibling is not None:
+    if wire.sibling:
         return {"System.Drawing.PointF": [DrawingPointF(x, 2) for x in range(3)],
                 "System.Drawing.Color": [DrawingColor.from_argb(9, 8, 7), DrawingColor.red],
-                }.get(wire.sibling.full_name) or [*(new_object(wire.sibling.full_name, DRAWING) for _ in "ab"), None]
+                }.get(wire.sibling) or [*(new_object(wire.sibling, DRAWING) for _ in "ab"), None]
     if wire.name.startswith("array of "):
         inner = next(other for other in MODEL.collections if other.element.name == wire.name[len("array of "):])
         return [make_typed(inner.identifier, "array", values_of(inner)[:count]) for count in (0, 1, 3)] + [None]

@@ -23,6 +23,7 @@ from zelmor.pyio import FileMode
 
 from tools.generator.model import Overload, Type
 from tools.generator.wires import Wire
+from tools.generator.writers.cpp.words import SHAPES
 
 from .module_tree import MODEL
 from .pictures import png_bytes
@@ -150,7 +151,7 @@ def is_kind(value: Any, wire: Wire) -> bool:
     if wire.name in _BITS:
         return type(value) is int
     if wire.collection is not None and wire.shape is not None:
-        name = f"_{wire.shape.record}_{wire.collection.identifier}"
+        name = f"_{SHAPES[wire.shape].record}_{wire.collection.identifier}"
         return value is None or type(value).__name__ == name
     types: dict[str, Any] = {"bool": bool, "float": float, "double": float, "char": str, "datetime": datetime.datetime,
                              "timedelta": datetime.timedelta, "UUID": uuid.UUID, "decimal": decimal.Decimal,

@@ -1,1 +1,1 @@
-"""Writers: each prints one construct of the model. They know how the output looks and no rules of the API."""
+"""Back ends: each folder prints the model in one language, and knows how that looks but no rules of the API."""

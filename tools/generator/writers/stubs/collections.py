@@ -5,9 +5,11 @@ A wrapper is no Python sequence by inheritance, but has the members of a list, t
 
 from __future__ import annotations
 
-from ..model import Collection
-from .stubs_types import GENERIC, INTEROP, REFLECTION, Scope, managed_name
-from .text import indent
+from ...wires import Collection
+from ..text import indent
+from .annotations import Scope
+from .casts import cast_family, get_type
+from .words import INTEROP, managed_name
 
 # The members by what a kind has of them; the values are templates over the element that comes out (O), the one that
 # goes in (I) and the class itself (C).
@@ -80,8 +82,6 @@ def _no_constructor(scope: Scope) -> str:
 
 
 def _cast_members(scope: Scope, name: str, instantiable: bool) -> list[str]:
-    from .stubs_members import cast_family, get_type  # members print collections as well
-
     return [get_type(scope), *cast_family(scope, name, False, instantiable)]
 
 
@@ -173,6 +173,3 @@ def typed_names(collections: list[Collection]) -> list[tuple[Collection, str, st
 def write_generic(scope: Scope, collections: list[Collection]) -> list[str]:
     """The closed generic collections."""
     return [line for row, kind, _ in typed_names(collections) for line in _typed_class(scope, row, kind)]
-
-
-__all__ = ["GENERIC", "REFLECTION", "element_members", "typed_names", "write_generic", "write_interop"]

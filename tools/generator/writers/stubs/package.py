@@ -8,10 +8,14 @@ from __future__ import annotations
 
 from pathlib import Path
 
-from ..model import Collection, Model, Module, Type
-from . import stubs_collections, stubs_members
-from .stubs_types import GENERIC, INTEROP, SUPPORT, Scope, Universe
-from .text import indent, write_if_changed
+from ...model import Model, Module, Type
+from ...wires import Collection
+from ..text import indent, write_if_changed
+from .annotations import Scope, Universe
+from .collections import typed_names, write_generic, write_interop
+from .layout import laid_out
+from .members import write_class, write_enumeration
+from .words import GENERIC, INTEROP, SUPPORT
 
 _HEAD = "# Written by the generator from the catalogue: see docs/stubs.md."
 _VERSION = ["@final", "class _ModuleVersionType:", '    """Four numbers and their text."""',
@@ -43,6 +47,7 @@ class StubWriter:
             files["imaging/_wrpgen/_interop.pyi"] = self._interop()
             files["imaging/_wrpgen/_generic.pyi"] = self._generic(self._main.collections)
         files["_typing.pyi"] = self._support()
+        files = {path: laid_out(lines) for path, lines in files.items()}
         if handwritten is None:
             return files
         for path in sorted(handwritten.rglob("*.pyi")):
@@ -72,7 +77,7 @@ class StubWriter:
             body += self._root(scope)
             children += ["_wrpgen"] if main else []
         for entry in [*module.enums, *_bases_first(module.wrappers)]:
-            writer = stubs_members.write_enumeration if entry.is_enum else stubs_members.write_class
+            writer = write_enumeration if entry.is_enum else write_class
             body += writer(scope, entry)
         return self._finish(scope, f"Managed namespace {module.namespace}.", body, sorted(children))
 
@@ -86,12 +91,12 @@ class StubWriter:
 
     def _interop(self) -> list[str]:
         scope = Scope(self._universe, INTEROP, set())
-        body = stubs_collections.write_interop(scope)
+        body = write_interop(scope)
         return self._finish(scope, "Wrappers of managed collections, of any element, and of managed streams.", body, [])
 
     def _generic(self, collections: list[Collection]) -> list[str]:
         scope = Scope(self._universe, GENERIC, set())
-        body = stubs_collections.write_generic(scope, collections)
+        body = write_generic(scope, collections)
         return self._finish(scope, "Wrappers of managed collections of one element type.", body, [])
 
     # -- what the stubs share ---------------------------------------------------------------------------------------
@@ -99,7 +104,7 @@ class StubWriter:
     def _support(self) -> list[str]:
         scope = Scope(self._universe, SUPPORT, set())
         body = [*_support_head(scope), *self._lists(scope)]
-        for row, kind, name in stubs_collections.typed_names(self._main.collections):
+        for row, kind, name in typed_names(self._main.collections):
             text = scope.name(GENERIC, name)
             body.append(f"{self._universe.collection_name(row, kind)}: {scope.typing('TypeAlias')} = {text}")
         for entry in self._universe.types:
@@ -115,7 +120,7 @@ class StubWriter:
         wrappers = [scope.name(INTEROP, name)
                     for name in ("_IListWrapper", "_ColBaseWrapper", "_ArrListWrapper", "_ArrayWrapper")]
         wrappers += [scope.name(GENERIC, name)
-                     for _, kind, name in stubs_collections.typed_names(self._main.collections) if kind == "list"]
+                     for _, kind, name in typed_names(self._main.collections) if kind == "list"]
         classes = [entry for entry in self._universe.types if "_IListWrapper" in entry.interfaces]
         wrappers += [scope.of(entry) for entry in classes if not any(base in classes for base in entry.bases())]
         return [f"ListLike: TypeAlias = {' | '.join(wrappers)} | Sequence[Variant]"]

@@ -2,11 +2,11 @@
 
 from __future__ import annotations
 
-from ..model import Type
+from ...model import Type
+from ..cpp_text import function, quoted, table
 from . import casts
-from .host import write_host
-from .members import host_of
-from .text import function, quoted, table
+from .host import host_name, host_of, write_host
+from .words import FORMS
 
 # Python name, service, table flags; in the order in which the descriptors are stored.
 _OPERATIONS = (
@@ -23,8 +23,8 @@ _OPERATIONS = (
 
 def integer_type(entry: Type) -> str:
     """The C++ type of the underlying integer."""
-    assert entry.width is not None and entry.width.scalar is not None
-    return entry.width.scalar.cpp
+    assert entry.width is not None
+    return FORMS[entry.width.form]
 
 
 def _symbol(entry: Type, operation: str) -> str:
@@ -50,14 +50,14 @@ def _converters(entry: Type) -> list[str]:
 def _operations(entry: Type) -> list[str]:
     family = f"wrpPy_cast_{entry.symbol}"
     lines = [f"static constexpr zelmor::EnumCastFamily<{integer_type(entry)}> {family} = {{&wrpPy_tyds_{entry.symbol}, "
-             f"&wrpPy_uafn_{entry.symbol}_invalidate,", f"    &zelmor::casts_of<PyHost_cs_{entry.symbol}>}};", ""]
+             f"&wrpPy_uafn_{entry.symbol}_invalidate, &zelmor::casts_of<{host_name(entry)}>}};", ""]
     own = [name for name, _ in casts.OPERATIONS if name != "_cast_from"]
     lines += [*casts.entries(family, f"wrpPy_blts_{entry.symbol}_000", own), ""]
     for operation, service, show in (("_as_uni_enum", "btp_AsUniEnum", "wrpPyl_convcaps_clr_to_py_738AFABA_Enum"),
                                      ("get_type", "btp_GetType", "&zelmor::finish_type_of")):
         lines += function(f"static PyObject* {_symbol(entry, operation)}(PyObject* self, PyObject*)", [
             f"const auto service = []({integer_type(entry)} value, void** out) "
-            f"{{ return {host_of(entry)}.{service}(value, out); }};",
+            f"{{ return {host_of(entry)}->{service}(value, out); }};",
             f"return zelmor::ask_of_member({family}, self, +service, {show});"])
     return lines
 

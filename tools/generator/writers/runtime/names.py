@@ -8,11 +8,11 @@ from __future__ import annotations
 
 import re
 
-from ..errors import CatalogueError
-from ..model import Model, Type
-from .enumeration import integer_type
-from .runtime_tables import entries_of
-from .text import guarded, quoted
+from ...errors import CatalogueError
+from ...model import Model, Type
+from ..cpp_text import guarded, quoted
+from .signatures import signatures
+from .words import INTEGERS
 
 # The namespace whose parts need no prefix, as nearly all types lie in it.
 _ROOT = "Zelmor.Imaging"
@@ -37,7 +37,8 @@ def _number(value: int, cpp: str) -> str:
 
 
 def _enumeration(entry: Type) -> list[str]:
-    cpp = integer_type(entry)
+    assert entry.width is not None
+    cpp = INTEGERS[entry.width.form]
     names = [enumerator(name) for name, _ in entry.values]
     if len(set(names)) != len(names):
         raise CatalogueError(entry.place, f"two values of {entry.full_name} have the same name in C++")
@@ -45,26 +46,21 @@ def _enumeration(entry: Type) -> list[str]:
     return [f"enum class {entry.name} : {cpp} {{", *rows, "};"]
 
 
-def _constant(declaration: str, *values: str) -> list[str]:
-    """A constant of a structure, on two lines if it is long."""
-    line = f"    static constexpr {declaration}{{{', '.join(values)}}};"
-    if len(line) <= 120:
-        return [line]
-    return [f"    static constexpr {declaration}{{", f"        {', '.join(values)}}};"]
+def _constant(declaration: str, *values: str) -> str:
+    return f"    static constexpr {declaration}{{{', '.join(values)}}};"
 
 
 def _members(entry: Type, assembly: str) -> list[str]:
-    rows = entries_of(entry)
-    names = {row.name for row in rows}
-    lines = [f"struct {entry.name} {{", *_constant("TypeName kType", quoted(entry.full_name), f"Assembly::{assembly}")]
-    for row in rows:
-        lines += _constant(f"EntryName {row.name}", "kType", quoted(row.name), quoted(row.signature))
+    rows = [(name, signature) for name, signature in signatures(entry) if not name.startswith("btp_")]
+    names = {name for name, _ in rows}
+    lines = [f"struct {entry.name} {{", _constant("TypeName kType", quoted(entry.full_name), f"Assembly::{assembly}"),
+             *(_constant(f"EntryName {name}", "kType", quoted(name), quoted(signature)) for name, signature in rows)]
     for prop in entry.properties:
         suffix = "sa" if prop.static else ""
         getter, setter = f"get{suffix}_{prop.managed}", f"set{suffix}_{prop.managed}"
         if prop.declared_by is entry and getter in names:
-            lines += _constant(f"PropertyName property_{prop.managed}", "kType", quoted(prop.managed), f"&{getter}",
-                               f"&{setter}" if setter in names else "nullptr")
+            lines.append(_constant(f"PropertyName property_{prop.managed}", "kType", quoted(prop.managed), f"&{getter}",
+                                   f"&{setter}" if setter in names else "nullptr"))
     return [*lines, "};"]
 
 

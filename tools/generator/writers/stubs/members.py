@@ -4,10 +4,13 @@ from __future__ import annotations
 
 from collections.abc import Iterable
 
-from ..model import Method, Overload, Param, Property, Type
-from .stubs_collections import COLLECTION_MEMBERS, GROWING_MEMBERS, INDEXED_MEMBERS, element_members
-from .stubs_types import RANGES, REFLECTION, Scope, managed_name
-from .text import indent
+from ...model import Method, Overload, Param, Property, Type
+from ...wires import Scalar
+from ..text import indent
+from .annotations import Scope
+from .casts import cast_family, get_type
+from .collections import COLLECTION_MEMBERS, GROWING_MEMBERS, INDEXED_MEMBERS, element_members
+from .words import RANGES, managed_name
 
 
 def docstring(text: str) -> str:
@@ -76,7 +79,7 @@ def _covers(scope: Scope, broad: Param, narrow: Param) -> bool:
     wide, less = scope.argument(broad.wire), scope.argument(narrow.wire)
     if wide == less or broad.wire.kind == "object":
         return True
-    if narrow.wire.scalar is not None:  # enumerations are kinds of `int` to a checker, and `int` one of `float`
+    if isinstance(narrow.wire, Scalar):  # enumerations are kinds of `int` to a checker, and `int` one of `float`
         kind = "int" if narrow.wire.type is not None or less == "bool" else less
         return wide == kind or (wide, kind) == ("float", "int")
     return narrow.wire.type is not None and broad.wire.type in narrow.wire.type.bases()
@@ -148,32 +151,6 @@ def write_setter_method(scope: Scope, prop: Property) -> list[str]:
     return [f"@{scope.builtin('staticmethod')}",
             f"def set_{prop.python}(value: {scope.argument(prop.wire)}, /) -> None:",
             *indent([docstring(f"Sets the managed {prop.managed}.")])]
-
-
-def cast_family(scope: Scope, name: str, converts: bool, instantiable: bool, enum: bool = False,
-                derived: bool = False) -> list[str]:
-    """The members by which a value is cast to a type; what cannot have instances refuses to reinterpret."""
-    static, managed_type = f"@{scope.builtin('staticmethod')}", scope.name(REFLECTION, "Type")
-    result, anything = f"{scope.name('zelmor.pygc', 'CastResult')}", scope.builtin("object")
-    source = managed_type if converts else anything
-    # Most types take no notice of the argument.
-    narrower = "  # type: ignore[override]" if converts and derived else ""
-    view = name if instantiable else scope.typing("NoReturn")
-    other = scope.support("ManagedObject")
-    lines = [static, f"def _type_of() -> {managed_type}: ...",
-             static, f"def _cast_to(value: {anything}, /) -> {result}[{name}]: ...",
-             f"def _cast_from(self, type: {source}, /) -> {result}[{scope.name(REFLECTION, 'Object')}]: ..."
-             + narrower,
-             static, f"def _reinterpret_obj(value: {other}, /) -> {view}: ..."]
-    if enum:
-        lines.append(f"def _as_uni_enum(self) -> {scope.name(REFLECTION, 'Enum')}: ...")
-    return [*lines, static, f"def _cast_as(value: {anything}, /) -> {result}[{name}]: ...",
-            static, f"def _is_assignable(value: {anything}, /) -> {scope.builtin('bool')}: ..."]
-
-
-def get_type(scope: Scope) -> str:
-    """The member that tells the managed type of an instance."""
-    return f"def get_type(self) -> {scope.name(REFLECTION, 'Type')}: ..."
 
 
 def _class_doc(scope: Scope, entry: Type) -> list[str]:

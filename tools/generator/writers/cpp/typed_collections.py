@@ -5,19 +5,17 @@ What an operation does stands in those templates, once. Here each function, slot
 
 from __future__ import annotations
 
-from ..model import Collection, Model
-from ..wires import Wire
+from ...model import Model
+from ...wires import Collection
+from ..cpp_text import function, guarded, quoted, table
 from . import casts
-from .text import function, guarded, quoted, table
+from .words import element_policy
 
 # Kind in the table -> kind in symbols.
 _SYMBOL_KINDS = {"array": "array", "list": "list", "ilist": "ilist", "iterable": "iterable", "iterator": "iter"}
 # Kind in the table -> wrapper name and managed class, both without the element.
 WRAPPERS = {"array": "ArrayWrapper", "list": "ListWrapper", "ilist": "IListWrapper", "iterable": "IterableWrapper",
             "iterator": "IterWrapper"}
-_SCALAR_POLICIES = {"int8": "Int8", "int16": "Int16", "int32": "Int32", "int64": "Int64", "uint16": "UInt16",
-                    "uint32": "UInt32", "uint64": "UInt64", "float": "Float", "double": "Double"}
-_PLAIN_POLICIES = {"string": "String", "bytes": "Bytes", "object": "Variant"}
 
 # Operation -> signature behind the name, arguments behind `self`.
 _OBJECT = "PyObject* {}(PyObject* self, PyObject* value)"
@@ -72,34 +70,6 @@ _ACCESS = {"array": ("zelmor::HostCalls<PyHost_gn_Array_{0}>", "array_access"),
            "ilist": ("zelmor::TypedIListCalls<PyHost_gn_IList_{0}, PyHost_gn_ICol_{0}>", "list_interface_access")}
 
 
-def _inner(model: Model, row: Collection) -> Collection | None:
-    """The row of the inner element of an array of arrays."""
-    name = row.element.name.removeprefix("array of ")
-    if name == row.element.name:
-        return None
-    return next(other for other in model.collections if other.element.name == name)
-
-
-def policy(model: Model, row: Collection) -> str:
-    """The element policy of a row."""
-    wire: Wire = row.element
-    inner = _inner(model, row)
-    if inner is not None:
-        return (f"zelmor::ArrayElement<&wrpPygn_conv_py_to_clr_array_{inner.identifier}, "
-                f"&wrpPygn_tyds_{inner.identifier}_ArrayWrapper>")
-    if wire.sibling is not None:
-        symbol = wire.sibling.symbol
-        name, record = ("Record", f"{wire.sibling.record}, ") if wire.sibling.kind == "record" else ("Class", "")
-        return (f"zelmor::Sibling{name}Element<{record}&wrpPyl_convcaps_py_to_clr_{symbol}, "
-                f"&wrpPyl_convcaps_clr_to_py_{symbol}>")
-    if wire.type is not None:
-        symbol = wire.type.symbol
-        name = {"class": "Class", "struct": "Struct", "interface": "Interface", "enum": "Enum"}[wire.type.kind]
-        width = f"{wire.scalar.cpp}, " if wire.scalar is not None else ""
-        return (f"zelmor::{name}Element<{width}&wrpPy_conv_py_to_clr_{symbol}, &wrpPy_conv_clr_to_py_{symbol}>")
-    return f"zelmor::{_SCALAR_POLICIES.get(wire.name) or _PLAIN_POLICIES[wire.name]}Element"
-
-
 def _record(row: Collection, kind: str) -> str:
     return f"wrpPygn_tyds_{row.identifier}_{WRAPPERS[kind]}"
 
@@ -129,7 +99,7 @@ def write_declarations(model: Model) -> list[str]:
 def write_elements(model: Model, product: str) -> list[str]:
     """The header of element policies."""
     includes = ['#include "collections/typed_members.h"', f'#include "generated/{product}/{product}.h"']
-    aliases = [f"using wrpPygn_elmt_{row.identifier} = {policy(model, row)};" for row in model.collections]
+    aliases = [f"using wrpPygn_elmt_{row.identifier} = {element_policy(row.element)};" for row in model.collections]
     return ["// How the elements of the typed collections cross. Written by the generator.",
             *guarded(f"ZELMOR_GENERATED_{product.upper()}_ELEMENTS_H", [*includes, "", *aliases])]
 
@@ -181,8 +151,8 @@ class Instance:
         shape = "kClassCasts" if self._is_class else "kInterfaceCasts"
         of = f"wrpPygn_cast_{self._id}_{self._kind}"
         lines = [f"static constexpr zelmor::CastFamily {of} = {{&{self._record}, "
-                 f"&wrpPygn_uafn_{self._id}_{self._kind}_invalidate,",
-                 f"    &zelmor::casts_of<{self._host()}>, zelmor::{shape}}};", ""]
+                 f"&wrpPygn_uafn_{self._id}_{self._kind}_invalidate, "
+                 f"&zelmor::casts_of<{self._host()}>, zelmor::{shape}}};", ""]
         own = [name for name, _ in casts.OPERATIONS if name != "_cast_from"]
         lines += [*casts.entries(of, f"wrpPygn_bltp_{self._id}_{self._kind}", own), ""]
         return lines
@@ -196,8 +166,8 @@ class Instance:
             return []
         calls, maker = _ACCESS[self._kind]
         access = f"wrpPygn_accs_{self._id}_{self._kind}"
-        lines = [f"static constexpr zelmor::SequenceAccess {access} =",
-                 f"    zelmor::{maker}<{calls.format(self._id)}, {self._element}>();", ""]
+        lines = [f"static constexpr zelmor::SequenceAccess {access} = "
+                 f"zelmor::{maker}<{calls.format(self._id)}, {self._element}>();", ""]
         operations = [*(_ARRAY_SLOTS if self._kind == "array" else _LIST_SLOTS), "mp_subscript", "mp_ssubscript",
                       "get_length", *_METHODS[self._kind]]
         for operation in operations:

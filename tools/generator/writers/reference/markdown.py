@@ -7,8 +7,9 @@ import re
 from collections.abc import Sequence
 from dataclasses import dataclass
 
-from ..model import Model, Type
-from .stubs_types import GENERIC, INTEROP, SUPPORT, Scope, Universe
+from ...model import Model, Type
+from ..stubs.annotations import Scope, Universe
+from ..stubs.words import GENERIC, INTEROP, SUPPORT
 
 #: The guide page that tells what the names stand for which are no types of the module.
 SHARED_NAMES = "guide/stubs.md#shared-names"

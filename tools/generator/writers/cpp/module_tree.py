@@ -2,8 +2,8 @@
 
 from __future__ import annotations
 
-from ..model import Model, Module, Type
-from .text import function, quoted, table
+from ...model import Model, Module, Type
+from ..cpp_text import function, quoted, table
 from .wrapper import needs_post_initializer
 
 

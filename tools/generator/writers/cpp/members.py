@@ -2,17 +2,14 @@
 
 from __future__ import annotations
 
-from ..model import Method, Overload, Property, Type
-from . import crossing
-from .text import function, quoted
+from ...entry_points import of_getter, of_setter
+from ...model import Method, Overload, Property, Type
+from ..cpp_text import function, quoted
+from . import crossing, words
+from .host import host_of
 
 _METHOD = "PyObject* {name}(PyObject* self, PyObject* args, PyObject* kwargs)"
 _PLAIN = "PyObject* {name}(PyObject* self, PyObject*)"
-
-
-def host_of(entry: Type) -> str:
-    """The expression for a type's host."""
-    return f"PyHost_cs_{entry.symbol}::get_instance()"
 
 
 def guard(entry: Type, failure: str = "nullptr") -> list[str]:
@@ -47,7 +44,7 @@ def method_symbol(method: Method) -> str:
 def _call(overload: Overload) -> str:
     handle = None if overload.static else "zelmor::handle_of(self)"
     arguments = crossing.call_arguments(overload.params, overload.result, handle)
-    return f"{host_of(overload.owner)}.{overload.entry}({arguments})"
+    return f"{host_of(overload.owner)}->{overload.entry}({arguments})"
 
 
 def _self(overload: Overload, signature: str) -> str:
@@ -124,7 +121,7 @@ def write_constructors(entry: Type) -> list[str]:
         arguments = crossing.call_arguments(overload.params, overload.result, None)
         body = [*crossing.parse(overload.params, "return -1;", "error_slot" if grouped else None),
                 # A handle that an earlier run stored is overwritten and not given back.
-                f"zelmor::set_handle(self, {host_of(entry)}.{overload.entry}({arguments}));",
+                f"zelmor::set_handle(self, {host_of(entry)}->{overload.entry}({arguments}));",
                 "return PyErr_Occurred() ? -1 : 0;"]
         symbol, slot = (overload_symbol(overload), ", PyObject** error_slot") if grouped else (name, "")
         lines += function("static " + signature.format(symbol, slot), body)
@@ -150,34 +147,33 @@ def property_symbol(prop: Property, operation: str) -> str:
 
 def _getter(prop: Property) -> list[str]:
     entry = prop.owner
-    name = f"get{'sa' if prop.static else ''}_{prop.managed}"
     handle = None if prop.static else "zelmor::handle_of(self)"
-    call = f"{host_of(entry)}.{name}({crossing.call_arguments([], prop.wire, handle)})"
+    call = f"{host_of(entry)}->{of_getter(prop).name}({crossing.call_arguments([], prop.wire, handle)})"
     linkage = "" if property_symbol(prop, "get").startswith("wrpPy_phfn") else "static "
     self_name = "" if prop.static else " self"
     body = [*(guard(entry) if prop.static else []), *crossing.returned(call, prop.wire, [])]
     return function(f"{linkage}PyObject* {property_symbol(prop, 'get')}(PyObject*{self_name}, void*)", body)
 
 
-def _setter_body(prop: Property, entry_point: str, handle: list[str], failure: str) -> list[str]:
-    failed = f"!{crossing.converter(prop.wire)}(value, {crossing.target(prop.wire, 'slot')})"
+def _setter_body(prop: Property, handle: list[str], failure: str) -> list[str]:
+    failed = f"!{words.converter(prop.wire)}(value, {words.target(prop.wire, 'slot')})"
     if prop.wire.kind == "object":
         failed += " || PyErr_Occurred()"
-    arguments = ", ".join([*handle, crossing.passed(prop.wire, "slot")])
-    return [crossing.slot(prop.wire, "slot"), f"if ({failed}) {{", f"    return {failure};", "}",
-            f"{host_of(prop.owner)}.{entry_point}({arguments});"]
+    arguments = ", ".join([*handle, words.passed(prop.wire, "slot")])
+    return [words.variable(prop.wire, "slot"), f"if ({failed}) {{", f"    return {failure};", "}",
+            f"{host_of(prop.owner)}->{of_setter(prop).name}({arguments});"]
 
 
 def _setter(prop: Property) -> list[str]:
     linkage = "" if property_symbol(prop, "set").startswith("wrpPy_phfn") else "static "
     body = ["if (value == nullptr) {", f"    return zelmor::refuse_delete({quoted(prop.python)});", "}",
-            *_setter_body(prop, f"set_{prop.managed}", ["zelmor::handle_of(self)"], "-1"),
+            *_setter_body(prop, ["zelmor::handle_of(self)"], "-1"),
             "return PyErr_Occurred() ? -1 : 0;"]
     return function(f"{linkage}int {property_symbol(prop, 'set')}(PyObject* self, PyObject* value, void*)", body)
 
 
 def _static_writer(prop: Property) -> list[str]:
-    body = [*guard(prop.owner), *_setter_body(prop, f"setsa_{prop.managed}", [], "nullptr"),
+    body = [*guard(prop.owner), *_setter_body(prop, [], "nullptr"),
             "if (PyErr_Occurred()) {", "    return nullptr;", "}", "Py_RETURN_NONE;"]
     return function(f"static PyObject* {property_symbol(prop, 'set')}(PyObject*, PyObject* value)", body)
 

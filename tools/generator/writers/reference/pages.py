@@ -9,12 +9,13 @@ from __future__ import annotations
 import shutil
 from pathlib import Path
 
-from ..model import Method, Model, Module, Overload, Property, Type
-from . import reference_text as md
-from .reference_text import LinkedScope, LinkedUniverse
-from .stubs_collections import typed_names
-from .stubs_types import RANGES, Scope, managed_name
-from .text import write_if_changed
+from ...model import Method, Model, Module, Overload, Property, Type
+from ..stubs.annotations import Scope
+from ..stubs.collections import typed_names
+from ..stubs.words import RANGES, managed_name
+from ..text import write_if_changed
+from . import markdown as md
+from .markdown import LinkedScope, LinkedUniverse
 
 #: The guide pages that the reference refers to.
 GUIDES = ("stubs.md", "editor.md")

@@ -3,9 +3,9 @@ each."""
 
 from __future__ import annotations
 
-from ..model import Type
-from .members import host_of
-from .text import function
+from ...model import Type
+from ..cpp_text import function
+from .host import host_name, host_of
 
 # Python name, table flags.
 OPERATIONS = (
@@ -44,7 +44,7 @@ def _cast_from(entry: Type) -> list[str]:
     return function(f"static PyObject* wrpPy_blts_{entry.symbol}_000_cast_from(PyObject* self, PyObject* type)", [
         "void* type_handle = nullptr;", "if (!zelmor::read_cast_target(type, &type_handle)) {", "    return nullptr;",
         "}", "void* out = nullptr;",
-        f"const int status = {host_of(entry)}.btp_CastFrom(zelmor::handle_of(self), type_handle, &out);",
+        f"const int status = {host_of(entry)}->btp_CastFrom(zelmor::handle_of(self), type_handle, &out);",
         "return zelmor::finish_cast_from(status, out);"])
 
 
@@ -52,8 +52,8 @@ def write_casts(entry: Type) -> list[str]:
     """The record and the entries."""
     family = f"wrpPy_cast_{entry.symbol}"
     lines = [f"static constexpr zelmor::CastFamily {family} = {{&wrpPy_tyds_{entry.symbol}, "
-             f"&wrpPy_uafn_{entry.symbol}_invalidate,",
-             f"    &zelmor::casts_of<PyHost_cs_{entry.symbol}>, zelmor::{_SHAPES[entry.kind]}}};", ""]
+             f"&wrpPy_uafn_{entry.symbol}_invalidate, "
+             f"&zelmor::casts_of<{host_name(entry)}>, zelmor::{_SHAPES[entry.kind]}}};", ""]
     own = [name for name, _ in OPERATIONS if name != "_cast_from"]
     lines += [*entries(family, f"wrpPy_blts_{entry.symbol}_000", own), ""]
     return lines + (_cast_from(entry) if entry.cast_from else [])

@@ -2,19 +2,21 @@
 
 from __future__ import annotations
 
-from ..model import Model, Type
+from ...model import Model, Type
+from ..cpp_text import guarded
 from . import members
-from .collections import write_declarations
 from .enumeration import integer_type
-from .text import guarded
+from .host import write_services
+from .typed_collections import write_declarations
 from .wrapper import needs_post_initializer
 
 _INCLUDES = (
     "collections/class_items.h", "collections/interop.h", "collections/interop_operations.h", "convert/bytes.h",
     "convert/dates.h", "convert/decimal.h", "convert/scalars.h", "convert/small_values.h", "convert/strings.h",
     "convert/variant.h", "exchange/records.h", "exchange/type_host.h", "exchange/wire/tags.h", "pyshell/arguments.h",
-    "pyshell/casts.h", "pyshell/class_recipe.h", "pyshell/descriptors.h", "pyshell/enum_types.h", "pyshell/markers.h",
-    "pyshell/module_plan.h", "pyshell/overload.h", "pyshell/result_typing.h", "pyshell/sibling_converters.h",
+    "pyshell/casts.h", "pyshell/class_recipe.h", "pyshell/descriptors.h", "pyshell/enum_types.h",
+    "pyshell/host_class.h", "pyshell/markers.h", "pyshell/module_plan.h", "pyshell/overload.h",
+    "pyshell/result_typing.h", "pyshell/sibling_converters.h",
 )
 
 
@@ -57,6 +59,7 @@ def write_header(model: Model, product: str) -> list[str]:
     lines = ["#include <string>", "", *(f'#include "{name}"' for name in _INCLUDES), ""]
     for entry in model.types:
         lines += [f"// {entry.full_name}", *(_enumeration(entry) if entry.is_enum else _wrapper(entry)), ""]
+    lines += write_services(model)
     lines += write_declarations(model)
     lines += [f"PyObject* wrpPy_mlit_{module.symbol}();" for module in model.modules]
     return [f"// What the types of {model.assembly} call of each other. Written by the generator.",

@@ -6,9 +6,9 @@ that property.
 
 from __future__ import annotations
 
-from ..model import Type
+from ...model import Type
+from ..cpp_text import function, quoted, table
 from . import members
-from .text import function, quoted, table
 
 _METHOD_FLAGS = {"insert": "METH_VARARGS", "pop": "METH_VARARGS", "index": "METH_VARARGS",
                  "sort": "METH_VARARGS | METH_KEYWORDS",

@@ -2,15 +2,19 @@
 
 from __future__ import annotations
 
-from ..model import INTEROP_INTERFACES, Method, Property, Type
+from ...model import Method, Property, Type
+from ..cpp_text import function, quoted, table
 from . import casts, collection_slots, members
-from .host import write_host
-from .text import function, quoted, table
+from .host import host_of, write_host
+
+# The part of a symbol that stands for an interface of the .NET library.
+_INTEROP_SYMBOLS = {"_IDisposableWrapper": "idisposable", "_IterWrapper": "iter", "_IterableWrapper": "iterable",
+                    "_IColWrapper": "icol", "_IListWrapper": "ilist"}
 
 
 def _probe(reference: Type | str) -> str:
     if isinstance(reference, str):
-        return f"&wrpPye_bltp_{INTEROP_INTERFACES[reference]}_is_not_valid"
+        return f"&wrpPye_bltp_{_INTEROP_SYMBOLS[reference]}_is_not_valid"
     return f"&wrpPy_bltp_{reference.symbol}_is_not_valid"
 
 
@@ -18,8 +22,8 @@ def _validity(entry: Type) -> list[str]:
     probes = ", ".join(_probe(reference) for reference in entry.referenced())
     state = f"wrpPy_uafn_{entry.symbol}_get_aggregate_host_state"
     lines = function(f"[[gnu::noinline]] static const PyHostState& {state}()", [
-        f"static const PyHostState state = zelmor::aggregate_host_state({members.host_of(entry)}.is_not_valid(), "
-        f"{members.host_of(entry)}.error_msg(), {{{probes}}});", "return state;"])
+        f"static const PyHostState state = zelmor::aggregate_host_state({host_of(entry)}.is_not_valid(), "
+        f"{host_of(entry)}.error_msg(), {{{probes}}});", "return state;"])
     lines += function(f"int wrpPy_uafn_{entry.symbol}_invalidate()", [f"return zelmor::guard_type({state}());"])
     return lines + function(f"bool wrpPy_bltp_{entry.symbol}_is_not_valid(std::string& message)",
                             [f"return zelmor::report_validity({state}(), message);"])
@@ -43,12 +47,12 @@ def _argument_converter(entry: Type) -> list[str]:
         tag = "kHandleStruct" if entry.kind == "struct" else "kHandleObject"
         body += [f"if ({exact}) {{", f"    *out = VariantArg{{{tag}, {handle}}};", "    return 1;", "}"]
         if entry.kind == "interface":
-            body += ["int kind = 0;", "if (fn_is_this_module_clr_instance(value, &kind) &&",
-                     f"    fn_contains_additional_ifc_markattr(value, &wrpPy_tyds_{symbol})) {{",
+            body += ["int kind = 0;", "if (fn_is_this_module_clr_instance(value, &kind) && "
+                     f"fn_contains_additional_ifc_markattr(value, &wrpPy_tyds_{symbol})) {{",
                      f"    *out = VariantArg{{kind, {handle}}};", "    return 1;", "}"]
         reader, passed = "fn_conv_py_obj_to_clr_gen_not_null_handle", "out"
     body += [f"if ({reader}(value, out)) {{", f"    if (wrpPy_uafn_{symbol}_invalidate() != 0) {{", "        return 0;",
-             "    }", f"    return zelmor::accept_assignable({members.host_of(entry)}.btp_IsAssignable({passed}), "
+             "    }", f"    return zelmor::accept_assignable({host_of(entry)}->btp_IsAssignable({passed}), "
              f"{quoted(entry.name)}, value);", "}", f"return zelmor::refuse_value({quoted(entry.name)}, value);"]
     return function(signature, body)
 
@@ -156,8 +160,8 @@ def _post_initializer(entry: Type) -> list[str]:
     for method in _mixed(entry):
         stem = f"&wrpPy_mxml_{entry.symbol}_"
         entries = f"{stem}001_{method.python}, {stem}000_{method.python}"
-        body += [f"if (zelmor::store_static_member({record}, {quoted(method.python)},",
-                 f"                                PyShDescr_NewMixedMethod({record}, {entries})) != 0) {{",
+        body += [f"if (zelmor::store_static_member({record}, {quoted(method.python)}, "
+                 f"PyShDescr_NewMixedMethod({record}, {entries})) != 0) {{",
                  "    return -1;", "}"]
     return lines + function(f"int wrpPy_eypi_{entry.symbol}()", [*body, "return 0;"])
 

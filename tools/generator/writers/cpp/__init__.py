@@ -1,0 +1,1 @@
+"""The back end that writes the C++ sources of an assembly's wrappers."""

@@ -1,0 +1,1 @@
+"""The back end that writes the pages of the API reference."""

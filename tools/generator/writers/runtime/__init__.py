@@ -1,0 +1,1 @@
+"""The back end that writes the C++ tables of the embedded runtime."""

@@ -1,0 +1,1 @@
+"""The back end that writes the package of type stubs."""
