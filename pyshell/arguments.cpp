@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "pyshell/overload.h"
+#include "pyshell/remembered_texts.h"
 
 namespace zelmor {
 namespace {
@@ -76,51 +77,31 @@ PyObject* count_message(const char* const* names, Py_ssize_t count, Py_ssize_t g
     return value;
 }
 
-// Messages about the number of arguments that were needed lately. A wrong number is an everyday event where a name has
-// several overloads. Guarded by the interpreter lock; the texts live as long as the process.
-struct CountMessage {
+struct CountKey {
     const char* const* names;
     Py_ssize_t given;
-    PyObject* text;
+    bool operator==(const CountKey&) const = default;
 };
 
-std::array<CountMessage, 256> count_messages;
+RememberedTexts<CountKey, 256> count_messages;
 
 // The same as a borrowed reference, or null with an exception set.
 PyObject* remembered_count_message(const char* const* names, Py_ssize_t count, Py_ssize_t given) {
-    const size_t place =
-        (reinterpret_cast<uintptr_t>(names) / sizeof(void*) * 7 + static_cast<size_t>(given)) % count_messages.size();
-    CountMessage& message = count_messages[place];
-    if (message.names != names || message.given != given || message.text == nullptr) {
-        PyObject* text = count_message(names, count, given);
-        if (text == nullptr) {
-            return nullptr;
-        }
-        Py_XDECREF(message.text);
-        message = {names, given, text};
-    }
-    return message.text;
-}
-
-// What the literal parse leaves behind a converter that refuses: the converter's exception, or its own complaint that
-// there is none.
-[[gnu::cold]] void complain_about(Py_ssize_t index) {
-    if (!PyErr_Occurred()) {
-        PyErr_Format(PyExc_SystemError, "argument %zd (unspecified)", index + 1);
-    }
+    return count_messages.get({names, given}, hash_of_address(names) * 7 + static_cast<size_t>(given),
+                              [=] { return count_message(names, count, given); });
 }
 
 // The outcomes of the direct way.
 enum class Positional { kParsed, kRefused, kMiscounted };
 
-inline Positional parse_positional(PyObject* args, const Reader* readers, Py_ssize_t count) {
-    const Py_ssize_t given = PyTuple_GET_SIZE(args);
+inline Positional parse_positional(const CallArguments& arguments, const Reader* readers, Py_ssize_t count) {
+    const Py_ssize_t given = arguments.count;
     if (given > count) {
         return Positional::kMiscounted;
     }
     // Where arguments are missing, those that are there are converted all the same.
     for (Py_ssize_t i = 0; i < given; ++i) {
-        if (readers[i].convert(PyTuple_GET_ITEM(args, i), readers[i].slot) == 0) {
+        if (readers[i].convert(arguments.items[i], readers[i].slot) == 0) {
             complain_about(i);
             return Positional::kRefused;
         }
@@ -128,40 +109,47 @@ inline Positional parse_positional(PyObject* args, const Reader* readers, Py_ssi
     return given == count ? Positional::kParsed : Positional::kMiscounted;
 }
 
-inline bool has_keywords(PyObject* kwargs) {
-    return kwargs != nullptr && PyDict_GET_SIZE(kwargs) != 0;
-}
-
 }  // namespace
 
-bool parse_arguments(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers,
-                     Py_ssize_t count) {
-    assert(PyTuple_Check(args) && (kwargs == nullptr || PyDict_Check(kwargs)));
-    if (has_keywords(kwargs)) {
-        return parse_literally(args, kwargs, names, readers, count);
+// What the literal parse leaves behind a converter that refuses: the converter's exception, or its own complaint that
+// there is none.
+void complain_about(Py_ssize_t index) {
+    if (PyErr_Occurred() == nullptr) {
+        PyErr_Format(PyExc_SystemError, "argument %zd (unspecified)", index + 1);
     }
-    const Positional outcome = parse_positional(args, readers, count);
+}
+
+void keep_complaint_about(Py_ssize_t index, PyObject** refusal) {
+    complain_about(index);
+    keep_parse_error(refusal);
+}
+
+bool parse_arguments(const CallArguments& arguments, const char* const* names, const Reader* readers,
+                     Py_ssize_t count) {
+    if (arguments.kwargs != nullptr) {
+        return parse_literally(arguments.args, arguments.kwargs, names, readers, count);
+    }
+    const Positional outcome = parse_positional(arguments, readers, count);
     if (outcome == Positional::kMiscounted) [[unlikely]] {
-        if (PyObject* text = remembered_count_message(names, count, PyTuple_GET_SIZE(args))) {
+        if (PyObject* text = remembered_count_message(names, count, arguments.count)) {
             PyErr_SetObject(PyExc_TypeError, text);
         }
     }
     return outcome == Positional::kParsed;
 }
 
-bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers, Py_ssize_t count,
+bool parse_overload(const CallArguments& arguments, const char* const* names, const Reader* readers, Py_ssize_t count,
                     PyObject** refusal) {
-    assert(PyTuple_Check(args) && (kwargs == nullptr || PyDict_Check(kwargs)));
-    if (has_keywords(kwargs)) {
-        if (parse_literally(args, kwargs, names, readers, count)) {
+    if (arguments.kwargs != nullptr) {
+        if (parse_literally(arguments.args, arguments.kwargs, names, readers, count)) {
             return true;
         }
     } else {
-        switch (parse_positional(args, readers, count)) {
+        switch (parse_positional(arguments, readers, count)) {
             case Positional::kParsed:
                 return true;
             case Positional::kMiscounted:
-                if (PyObject* text = remembered_count_message(names, count, PyTuple_GET_SIZE(args))) {
+                if (PyObject* text = remembered_count_message(names, count, arguments.count)) {
                     *refusal = Py_NewRef(text);
                     return false;
                 }
@@ -174,12 +162,12 @@ bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, 
     return false;
 }
 
-bool parse_no_arguments(PyObject* args, PyObject* kwargs) {
-    return parse_arguments(args, kwargs, kNoNames, nullptr, 0);
+bool parse_no_arguments(const CallArguments& arguments) {
+    return parse_arguments(arguments, kNoNames, nullptr, 0);
 }
 
-bool parse_no_arguments(PyObject* args, PyObject* kwargs, PyObject** refusal) {
-    return parse_overload(args, kwargs, kNoNames, nullptr, 0, refusal);
+bool parse_no_arguments(const CallArguments& arguments, PyObject** refusal) {
+    return parse_overload(arguments, kNoNames, nullptr, 0, refusal);
 }
 
 }  // namespace zelmor

@@ -1,7 +1,10 @@
 // Cold paths of the class recipe.
 #include "pyshell/class_recipe.h"
 
+#include <cassert>
+
 #include "pyshell/errors.h"
+#include "pyshell/remembered_texts.h"
 
 namespace zelmor {
 
@@ -32,8 +35,7 @@ int raise_invalid_state(const PyHostState& state) {
 }
 
 int refuse_value(const char* what, PyObject* value) {
-    PyErr_Format(PyExc_TypeError, "can't build %s value from '%s'", what, Py_TYPE(value)->tp_name);
-    return 0;
+    return refuse_conversion("can't build %s value from '%s'", what, value);
 }
 
 int accept_assignable(bool assignable, const char* what, PyObject* value) {
@@ -41,6 +43,12 @@ int accept_assignable(bool assignable, const char* what, PyObject* value) {
         return 0;
     }
     return assignable ? 1 : refuse_value(what, value);
+}
+
+PyObject* construct_by_keyword(PyObject* type, PyObject* const* items, Py_ssize_t count, PyObject* names) {
+    assert(PyType_Check(type) && names != nullptr);
+    // Makes the tuple and the dictionary, and calls `tp_call` with them.
+    return _PyObject_MakeTpCall(PyThreadState_Get(), type, items, count, names);
 }
 
 int refuse_delete(const char* property) {
