@@ -3,7 +3,7 @@
 #   make demo     photographs through zelmor.imaging, before and after (IN=picture, or a folder of them, for your own)
 #   make test     all tests, closing with their count
 #   make build    an importable package in build/python
-#   make bench    speed against hand-written C, pybind11 and PyQt5; streams; collections; import time; sizes; memory
+#   make bench    speed against hand-written C, Cython, pybind11 and PyQt5; streams; collections; import time; sizes; memory
 #   make docs     the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
 #   make fuzz     the property tests with many more examples
 #   make debug-test, make sanitize, make valgrind

@@ -28,23 +28,61 @@ const char* format_of(Py_ssize_t count) {
     return kFormats.data() + 2 * (kMostParameters - count);
 }
 
-// The literal parse. The function reads no more of what follows the keywords than its format tells it to, so that one
-// call serves every number of parameters.
+// The literal parse: one call for each number of parameters, since the function takes them one by one.
 bool parse_literally(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers,
                      Py_ssize_t count) {
-    std::array<Reader, kMostParameters> r{};
-    for (Py_ssize_t i = 0; i < count; ++i) {
-        r[static_cast<size_t>(i)] = readers[i];
-    }
-#define ZELMOR_READER(i) r[i].convert, r[i].slot
-#define ZELMOR_SIX_READERS(i)                                                                                 \
-    ZELMOR_READER(i), ZELMOR_READER(i + 1), ZELMOR_READER(i + 2), ZELMOR_READER(i + 3), ZELMOR_READER(i + 4), \
-        ZELMOR_READER(i + 5)
+#define ZELMOR_READER(i) , readers[i].convert, readers[i].slot
+#define ZELMOR_READERS_1 ZELMOR_READER(0)
+#define ZELMOR_READERS_2 ZELMOR_READERS_1 ZELMOR_READER(1)
+#define ZELMOR_READERS_3 ZELMOR_READERS_2 ZELMOR_READER(2)
+#define ZELMOR_READERS_4 ZELMOR_READERS_3 ZELMOR_READER(3)
+#define ZELMOR_READERS_5 ZELMOR_READERS_4 ZELMOR_READER(4)
+#define ZELMOR_READERS_6 ZELMOR_READERS_5 ZELMOR_READER(5)
+#define ZELMOR_READERS_7 ZELMOR_READERS_6 ZELMOR_READER(6)
+#define ZELMOR_READERS_8 ZELMOR_READERS_7 ZELMOR_READER(7)
+#define ZELMOR_READERS_9 ZELMOR_READERS_8 ZELMOR_READER(8)
+#define ZELMOR_READERS_10 ZELMOR_READERS_9 ZELMOR_READER(9)
+#define ZELMOR_READERS_11 ZELMOR_READERS_10 ZELMOR_READER(10)
+#define ZELMOR_READERS_12 ZELMOR_READERS_11 ZELMOR_READER(11)
+#define ZELMOR_CASE(n) \
+    case n:            \
+        return PyArg_ParseTupleAndKeywords(args, kwargs, format, keywords ZELMOR_READERS_##n) != 0;
+    const char* const format = format_of(count);
+    char** const keywords = const_cast<char**>(names);
     static_assert(kMostParameters == 12);
-    return PyArg_ParseTupleAndKeywords(args, kwargs, format_of(count), const_cast<char**>(names), ZELMOR_SIX_READERS(0),
-                                       ZELMOR_SIX_READERS(6)) != 0;
-#undef ZELMOR_SIX_READERS
+    switch (count) {
+        case 0:
+            return PyArg_ParseTupleAndKeywords(args, kwargs, format, keywords) != 0;
+            ZELMOR_CASE(1)
+            ZELMOR_CASE(2)
+            ZELMOR_CASE(3)
+            ZELMOR_CASE(4)
+            ZELMOR_CASE(5)
+            ZELMOR_CASE(6)
+            ZELMOR_CASE(7)
+            ZELMOR_CASE(8)
+            ZELMOR_CASE(9)
+            ZELMOR_CASE(10)
+            ZELMOR_CASE(11)
+            ZELMOR_CASE(12)
+        default:
+            break;
+    }
+#undef ZELMOR_CASE
+#undef ZELMOR_READERS_12
+#undef ZELMOR_READERS_11
+#undef ZELMOR_READERS_10
+#undef ZELMOR_READERS_9
+#undef ZELMOR_READERS_8
+#undef ZELMOR_READERS_7
+#undef ZELMOR_READERS_6
+#undef ZELMOR_READERS_5
+#undef ZELMOR_READERS_4
+#undef ZELMOR_READERS_3
+#undef ZELMOR_READERS_2
+#undef ZELMOR_READERS_1
 #undef ZELMOR_READER
+    Py_FatalError("a parse with more parameters than there can be");
 }
 
 int accept_anything(PyObject*, void*) {

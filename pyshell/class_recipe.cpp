@@ -4,6 +4,7 @@
 #include <cassert>
 
 #include "pyshell/errors.h"
+#include "pyshell/py_ref.h"
 #include "pyshell/remembered_texts.h"
 
 namespace zelmor {
@@ -47,8 +48,29 @@ int accept_assignable(bool assignable, const char* what, PyObject* value) {
 
 PyObject* construct_by_keyword(PyObject* type, PyObject* const* items, Py_ssize_t count, PyObject* names) {
     assert(PyType_Check(type) && names != nullptr);
-    // Makes the tuple and the dictionary, and calls `tp_call` with them.
-    return _PyObject_MakeTpCall(PyThreadState_Get(), type, items, count, names);
+    const PyRef args = PyRef::steal(PyTuple_New(count));
+    const PyRef kwargs = PyRef::steal(PyDict_New());
+    if (!args || !kwargs) {
+        return nullptr;
+    }
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        PyTuple_SET_ITEM(args.get(), i, Py_NewRef(items[i]));
+    }
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(names); ++i) {
+        if (PyDict_SetItem(kwargs.get(), PyTuple_GET_ITEM(names, i), items[count + i]) != 0) {
+            return nullptr;
+        }
+    }
+    if (Py_EnterRecursiveCall(" while calling a Python object") != 0) {
+        return nullptr;
+    }
+    auto* record = reinterpret_cast<PyTypeObject*>(type);
+    PyObject* self = record->tp_new(record, args.get(), kwargs.get());
+    if (self != nullptr && record->tp_init(self, args.get(), kwargs.get()) < 0) {
+        Py_CLEAR(self);
+    }
+    Py_LeaveRecursiveCall();
+    return self;
 }
 
 int refuse_delete(const char* property) {
