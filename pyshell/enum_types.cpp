@@ -1,4 +1,4 @@
-// Creation of enumeration classes.
+// Creation of enumeration classes. They belong to the series of the import under way, or to one of their own.
 #include "pyshell/enum_types.h"
 
 #include "pyshell/descriptors.h"
