@@ -1,4 +1,4 @@
-"""Cost of single calls: zelmor.imaging beside hand-written C, pybind11 and PyQt5, all in one process and one run.
+"""Cost of single calls: zelmor.imaging beside hand-written C, Cython, pybind11 and PyQt5, in one process and one run.
 
 Each case is timed for all contestants in turn, many short rounds over, in an order that changes from round to round,
 so that a busy machine hits all of them alike. Compared are the medians of the rounds.
@@ -59,8 +59,9 @@ class Result:
 PROPERTY_TARGET = 1.15
 CALL_TARGET = 1.10
 
-#: The modules under test go by the names `zelmor`, `c`, `pybind` and `qt`; the first three have the same interface.
-SAME_INTERFACE = ("zelmor", "c", "pybind")
+#: The modules under test go by the names `zelmor`, `c`, `cython`, `pybind` and `qt`; all but the last have the same
+#: interface.
+SAME_INTERFACE = ("zelmor", "c", "cython", "pybind")
 
 
 def _case(name: str, target: float, prepare: str, statement: str, qt: tuple[str, str]) -> Case:
@@ -87,6 +88,8 @@ CASES = [
     _case("constructor, 2nd of 3", CALL_TARGET, "make = M.Size", "make(1, 2)", ("make = qt.QSize", "make(1, 2)")),
     _case("constructor, 3rd of 4", CALL_TARGET, "make = M.Point", "make(5)",
           ("make = qt.QPoint; p = qt.QPoint(1, 2)", "make(p)")),
+    _case("constructor, by keyword", CALL_TARGET, "make = M.Size", "make(width=1, height=2)",
+          ("make = qt.QSize", "make(1, 2)")),  # which knows no keywords here
     _case("constructor, none of 3", CALL_TARGET, "make = M.Size", FAIL, ("make = qt.QSize", FAIL)),
 ]
 
@@ -120,7 +123,8 @@ def contestants() -> dict[str, Any]:
     runtime = Path(os.environ.get("NETCORE_WRAPPER_NETCORE_DIR_zelmor") or embedded)
     wrapper = sorted(runtime.glob("netcore*/libzelmor.embed.coreclrwrap.so"))[-1]
     baseline.bind(str(wrapper), "WrpInterop.Zelmor.Imaging", host_classes())
-    return {"zelmor": zelmor, "c": baseline, "pybind": importlib.import_module("peer_pybind11"), "qt": Qt()}
+    return {"zelmor": zelmor, "c": baseline, "cython": importlib.import_module("peer_cython"),
+            "pybind": importlib.import_module("peer_pybind11"), "qt": Qt()}
 
 
 def _rounds(case: Case, modules: dict[str, Any], shuffled: random.Random) -> dict[str, list[float]]:
@@ -156,15 +160,16 @@ def run() -> list[Result]:
     modules = contestants()
     shuffled = random.Random(1)
     print(f"Calls: nanoseconds, medians of {ROUNDS} interleaved rounds; ratios of zelmor.imaging to the others\n")
-    print(f"{'':24}{'zelmor':>9}{'C':>9}{'pybind11':>10}{'PyQt5':>9}   {'to C':>6}{'target':>8}{'':6}"
-          f"{'to pybind11':>12}{'to PyQt5':>10}")
+    print(f"{'':24}{'zelmor':>9}{'C':>9}{'Cython':>9}{'pybind11':>10}{'PyQt5':>9}   {'to C':>6}{'target':>8}{'':6}"
+          f"{'to Cython':>10}{'to pybind11':>12}{'to PyQt5':>10}")
     results = []
     for case in CASES:
         result = measure(case, modules, shuffled)
         results.append(result)
         noisy = result.spread("c") > NOISE_LIMIT or result.spread("zelmor") > NOISE_LIMIT
-        print(f"{case.name:24}{result.median('zelmor'):9.1f}{result.median('c'):9.1f}{result.median('pybind'):10.1f}"
-              f"{result.median('qt'):9.1f}   {result.ratio('c'):6.2f}{case.target:8.2f}"
-              f"{'' if result.met else '  MISS':6}{result.ratio('pybind'):12.2f}{result.ratio('qt'):10.2f}"
+        print(f"{case.name:24}{result.median('zelmor'):9.1f}{result.median('c'):9.1f}{result.median('cython'):9.1f}"
+              f"{result.median('pybind'):10.1f}{result.median('qt'):9.1f}   {result.ratio('c'):6.2f}{case.target:8.2f}"
+              f"{'' if result.met else '  MISS':6}{result.ratio('cython'):10.2f}"
+              f"{result.ratio('pybind'):12.2f}{result.ratio('qt'):10.2f}"
               f"{'  (noisy)' if noisy else ''}", flush=True)
     return results

@@ -8,12 +8,12 @@
 #include "collections/interop_operations.h"
 #include "exchange/object_host.h"
 
-#define ZELMOR_DEFINE_TP_NEW(kind)                                                                \
-    PyObject* wrpPye_tpsb_##kind##_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs) { \
-        if (wrpPye_uafn_##kind##_invalidate() != 0) {                                             \
-            return nullptr;                                                                       \
-        }                                                                                         \
-        return zelmor::make_empty_wrapper(type, args, kwargs);                                    \
+#define ZELMOR_DEFINE_TP_NEW(kind)                                                    \
+    PyObject* wrpPye_tpsb_##kind##_tp_new(PyTypeObject* type, PyObject*, PyObject*) { \
+        if (wrpPye_uafn_##kind##_invalidate() != 0) {                                 \
+            return nullptr;                                                           \
+        }                                                                             \
+        return zelmor::make_empty_wrapper(type);                                      \
     }
 
 ZELMOR_DEFINE_KIND(idisposable, DisposableKind)

@@ -32,7 +32,7 @@ struct InteropKind {
             Host::get_instance().is_not_valid(), Host::get_instance().error_msg(), {host_is_not_valid<Referenced>...});
         return state;
     }
-    static int guard() { return guard_type(state()); }
+    static int guard() { return guard_type<&InteropKind::state>(); }
 };
 
 using DisposableKind = InteropKind<PyHost_ph_Disposable, &wrpPye_tyds_FFFFFFFF_IDisposableWrapper>;

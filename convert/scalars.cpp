@@ -13,6 +13,7 @@
 #include "pyshell/identifiers.h"
 #include "pyshell/imports.h"
 #include "pyshell/py_ref.h"
+#include "pyshell/remembered_texts.h"
 
 // The interpreter's `long` is the managed 64-bit integer, and narrowing beyond the range of Single gives infinity.
 static_assert(sizeof(long) == 8 && sizeof(long long) == 8 && std::numeric_limits<float>::is_iec559);
@@ -30,8 +31,7 @@ int check_int_subclass(PyObject* object) {
 namespace {
 
 [[gnu::cold]] int refuse(PyObject* object, const char* target) {
-    PyErr_Format(PyExc_TypeError, "can't build '%s' from '%s'", target, Py_TYPE(object)->tp_name);
-    return 0;
+    return zelmor::refuse_conversion("can't build '%s' from '%s'", target, object);
 }
 
 // True if `object` is an integer; otherwise an error is set.

@@ -7,6 +7,7 @@
 #include "exchange/start_up.h"
 #include "generated/imaging/imaging.h"
 #include "pyshell/collector_pause.h"
+#include "pyshell/enum_series.h"
 #include "pyshell/errors.h"
 #include "pyshell/identifiers.h"
 #include "pyshell/module_version.h"
@@ -38,6 +39,7 @@ PyMODINIT_FUNC PyInit_imaging();
 
 PyMODINIT_FUNC PyInit_imaging() {
     const zelmor::CollectorPause pause;
+    const zelmor::EnumSeries enumerations;
     fn_intern_identifiers();
     if (wrpPyl_ciap_EA2A999D_imaging() < 0) {
         return fail(zelmor::kSiblingImportFailed);

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "pyshell/overload.h"
+#include "pyshell/remembered_texts.h"
 
 namespace zelmor {
 namespace {
@@ -27,23 +28,61 @@ const char* format_of(Py_ssize_t count) {
     return kFormats.data() + 2 * (kMostParameters - count);
 }
 
-// The literal parse. The function reads no more of what follows the keywords than its format tells it to, so that one
-// call serves every number of parameters.
+// The literal parse: one call for each number of parameters, since the function takes them one by one.
 bool parse_literally(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers,
                      Py_ssize_t count) {
-    std::array<Reader, kMostParameters> r{};
-    for (Py_ssize_t i = 0; i < count; ++i) {
-        r[static_cast<size_t>(i)] = readers[i];
-    }
-#define ZELMOR_READER(i) r[i].convert, r[i].slot
-#define ZELMOR_SIX_READERS(i)                                                                                 \
-    ZELMOR_READER(i), ZELMOR_READER(i + 1), ZELMOR_READER(i + 2), ZELMOR_READER(i + 3), ZELMOR_READER(i + 4), \
-        ZELMOR_READER(i + 5)
+#define ZELMOR_READER(i) , readers[i].convert, readers[i].slot
+#define ZELMOR_READERS_1 ZELMOR_READER(0)
+#define ZELMOR_READERS_2 ZELMOR_READERS_1 ZELMOR_READER(1)
+#define ZELMOR_READERS_3 ZELMOR_READERS_2 ZELMOR_READER(2)
+#define ZELMOR_READERS_4 ZELMOR_READERS_3 ZELMOR_READER(3)
+#define ZELMOR_READERS_5 ZELMOR_READERS_4 ZELMOR_READER(4)
+#define ZELMOR_READERS_6 ZELMOR_READERS_5 ZELMOR_READER(5)
+#define ZELMOR_READERS_7 ZELMOR_READERS_6 ZELMOR_READER(6)
+#define ZELMOR_READERS_8 ZELMOR_READERS_7 ZELMOR_READER(7)
+#define ZELMOR_READERS_9 ZELMOR_READERS_8 ZELMOR_READER(8)
+#define ZELMOR_READERS_10 ZELMOR_READERS_9 ZELMOR_READER(9)
+#define ZELMOR_READERS_11 ZELMOR_READERS_10 ZELMOR_READER(10)
+#define ZELMOR_READERS_12 ZELMOR_READERS_11 ZELMOR_READER(11)
+#define ZELMOR_CASE(n) \
+    case n:            \
+        return PyArg_ParseTupleAndKeywords(args, kwargs, format, keywords ZELMOR_READERS_##n) != 0;
+    const char* const format = format_of(count);
+    char** const keywords = const_cast<char**>(names);
     static_assert(kMostParameters == 12);
-    return PyArg_ParseTupleAndKeywords(args, kwargs, format_of(count), const_cast<char**>(names), ZELMOR_SIX_READERS(0),
-                                       ZELMOR_SIX_READERS(6)) != 0;
-#undef ZELMOR_SIX_READERS
+    switch (count) {
+        case 0:
+            return PyArg_ParseTupleAndKeywords(args, kwargs, format, keywords) != 0;
+            ZELMOR_CASE(1)
+            ZELMOR_CASE(2)
+            ZELMOR_CASE(3)
+            ZELMOR_CASE(4)
+            ZELMOR_CASE(5)
+            ZELMOR_CASE(6)
+            ZELMOR_CASE(7)
+            ZELMOR_CASE(8)
+            ZELMOR_CASE(9)
+            ZELMOR_CASE(10)
+            ZELMOR_CASE(11)
+            ZELMOR_CASE(12)
+        default:
+            break;
+    }
+#undef ZELMOR_CASE
+#undef ZELMOR_READERS_12
+#undef ZELMOR_READERS_11
+#undef ZELMOR_READERS_10
+#undef ZELMOR_READERS_9
+#undef ZELMOR_READERS_8
+#undef ZELMOR_READERS_7
+#undef ZELMOR_READERS_6
+#undef ZELMOR_READERS_5
+#undef ZELMOR_READERS_4
+#undef ZELMOR_READERS_3
+#undef ZELMOR_READERS_2
+#undef ZELMOR_READERS_1
 #undef ZELMOR_READER
+    Py_FatalError("a parse with more parameters than there can be");
 }
 
 int accept_anything(PyObject*, void*) {
@@ -76,51 +115,31 @@ PyObject* count_message(const char* const* names, Py_ssize_t count, Py_ssize_t g
     return value;
 }
 
-// Messages about the number of arguments that were needed lately. A wrong number is an everyday event where a name has
-// several overloads. Guarded by the interpreter lock; the texts live as long as the process.
-struct CountMessage {
+struct CountKey {
     const char* const* names;
     Py_ssize_t given;
-    PyObject* text;
+    bool operator==(const CountKey&) const = default;
 };
 
-std::array<CountMessage, 256> count_messages;
+RememberedTexts<CountKey, 256> count_messages;
 
 // The same as a borrowed reference, or null with an exception set.
 PyObject* remembered_count_message(const char* const* names, Py_ssize_t count, Py_ssize_t given) {
-    const size_t place =
-        (reinterpret_cast<uintptr_t>(names) / sizeof(void*) * 7 + static_cast<size_t>(given)) % count_messages.size();
-    CountMessage& message = count_messages[place];
-    if (message.names != names || message.given != given || message.text == nullptr) {
-        PyObject* text = count_message(names, count, given);
-        if (text == nullptr) {
-            return nullptr;
-        }
-        Py_XDECREF(message.text);
-        message = {names, given, text};
-    }
-    return message.text;
-}
-
-// What the literal parse leaves behind a converter that refuses: the converter's exception, or its own complaint that
-// there is none.
-[[gnu::cold]] void complain_about(Py_ssize_t index) {
-    if (!PyErr_Occurred()) {
-        PyErr_Format(PyExc_SystemError, "argument %zd (unspecified)", index + 1);
-    }
+    return count_messages.get({names, given}, hash_of_address(names) * 7 + static_cast<size_t>(given),
+                              [=] { return count_message(names, count, given); });
 }
 
 // The outcomes of the direct way.
 enum class Positional { kParsed, kRefused, kMiscounted };
 
-inline Positional parse_positional(PyObject* args, const Reader* readers, Py_ssize_t count) {
-    const Py_ssize_t given = PyTuple_GET_SIZE(args);
+inline Positional parse_positional(const CallArguments& arguments, const Reader* readers, Py_ssize_t count) {
+    const Py_ssize_t given = arguments.count;
     if (given > count) {
         return Positional::kMiscounted;
     }
     // Where arguments are missing, those that are there are converted all the same.
     for (Py_ssize_t i = 0; i < given; ++i) {
-        if (readers[i].convert(PyTuple_GET_ITEM(args, i), readers[i].slot) == 0) {
+        if (readers[i].convert(arguments.items[i], readers[i].slot) == 0) {
             complain_about(i);
             return Positional::kRefused;
         }
@@ -128,40 +147,47 @@ inline Positional parse_positional(PyObject* args, const Reader* readers, Py_ssi
     return given == count ? Positional::kParsed : Positional::kMiscounted;
 }
 
-inline bool has_keywords(PyObject* kwargs) {
-    return kwargs != nullptr && PyDict_GET_SIZE(kwargs) != 0;
-}
-
 }  // namespace
 
-bool parse_arguments(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers,
-                     Py_ssize_t count) {
-    assert(PyTuple_Check(args) && (kwargs == nullptr || PyDict_Check(kwargs)));
-    if (has_keywords(kwargs)) {
-        return parse_literally(args, kwargs, names, readers, count);
+// What the literal parse leaves behind a converter that refuses: the converter's exception, or its own complaint that
+// there is none.
+void complain_about(Py_ssize_t index) {
+    if (PyErr_Occurred() == nullptr) {
+        PyErr_Format(PyExc_SystemError, "argument %zd (unspecified)", index + 1);
     }
-    const Positional outcome = parse_positional(args, readers, count);
+}
+
+void keep_complaint_about(Py_ssize_t index, PyObject** refusal) {
+    complain_about(index);
+    keep_parse_error(refusal);
+}
+
+bool parse_arguments(const CallArguments& arguments, const char* const* names, const Reader* readers,
+                     Py_ssize_t count) {
+    if (arguments.kwargs != nullptr) {
+        return parse_literally(arguments.args, arguments.kwargs, names, readers, count);
+    }
+    const Positional outcome = parse_positional(arguments, readers, count);
     if (outcome == Positional::kMiscounted) [[unlikely]] {
-        if (PyObject* text = remembered_count_message(names, count, PyTuple_GET_SIZE(args))) {
+        if (PyObject* text = remembered_count_message(names, count, arguments.count)) {
             PyErr_SetObject(PyExc_TypeError, text);
         }
     }
     return outcome == Positional::kParsed;
 }
 
-bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, const Reader* readers, Py_ssize_t count,
+bool parse_overload(const CallArguments& arguments, const char* const* names, const Reader* readers, Py_ssize_t count,
                     PyObject** refusal) {
-    assert(PyTuple_Check(args) && (kwargs == nullptr || PyDict_Check(kwargs)));
-    if (has_keywords(kwargs)) {
-        if (parse_literally(args, kwargs, names, readers, count)) {
+    if (arguments.kwargs != nullptr) {
+        if (parse_literally(arguments.args, arguments.kwargs, names, readers, count)) {
             return true;
         }
     } else {
-        switch (parse_positional(args, readers, count)) {
+        switch (parse_positional(arguments, readers, count)) {
             case Positional::kParsed:
                 return true;
             case Positional::kMiscounted:
-                if (PyObject* text = remembered_count_message(names, count, PyTuple_GET_SIZE(args))) {
+                if (PyObject* text = remembered_count_message(names, count, arguments.count)) {
                     *refusal = Py_NewRef(text);
                     return false;
                 }
@@ -174,12 +200,12 @@ bool parse_overload(PyObject* args, PyObject* kwargs, const char* const* names, 
     return false;
 }
 
-bool parse_no_arguments(PyObject* args, PyObject* kwargs) {
-    return parse_arguments(args, kwargs, kNoNames, nullptr, 0);
+bool parse_no_arguments(const CallArguments& arguments) {
+    return parse_arguments(arguments, kNoNames, nullptr, 0);
 }
 
-bool parse_no_arguments(PyObject* args, PyObject* kwargs, PyObject** refusal) {
-    return parse_overload(args, kwargs, kNoNames, nullptr, 0, refusal);
+bool parse_no_arguments(const CallArguments& arguments, PyObject** refusal) {
+    return parse_overload(arguments, kNoNames, nullptr, 0, refusal);
 }
 
 }  // namespace zelmor

@@ -1,7 +1,11 @@
 // Cold paths of the class recipe.
 #include "pyshell/class_recipe.h"
 
+#include <cassert>
+
 #include "pyshell/errors.h"
+#include "pyshell/py_ref.h"
+#include "pyshell/remembered_texts.h"
 
 namespace zelmor {
 
@@ -32,8 +36,7 @@ int raise_invalid_state(const PyHostState& state) {
 }
 
 int refuse_value(const char* what, PyObject* value) {
-    PyErr_Format(PyExc_TypeError, "can't build %s value from '%s'", what, Py_TYPE(value)->tp_name);
-    return 0;
+    return refuse_conversion("can't build %s value from '%s'", what, value);
 }
 
 int accept_assignable(bool assignable, const char* what, PyObject* value) {
@@ -41,6 +44,33 @@ int accept_assignable(bool assignable, const char* what, PyObject* value) {
         return 0;
     }
     return assignable ? 1 : refuse_value(what, value);
+}
+
+PyObject* construct_by_keyword(PyObject* type, PyObject* const* items, Py_ssize_t count, PyObject* names) {
+    assert(PyType_Check(type) && names != nullptr);
+    const PyRef args = PyRef::steal(PyTuple_New(count));
+    const PyRef kwargs = PyRef::steal(PyDict_New());
+    if (!args || !kwargs) {
+        return nullptr;
+    }
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        PyTuple_SET_ITEM(args.get(), i, Py_NewRef(items[i]));
+    }
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(names); ++i) {
+        if (PyDict_SetItem(kwargs.get(), PyTuple_GET_ITEM(names, i), items[count + i]) != 0) {
+            return nullptr;
+        }
+    }
+    if (Py_EnterRecursiveCall(" while calling a Python object") != 0) {
+        return nullptr;
+    }
+    auto* record = reinterpret_cast<PyTypeObject*>(type);
+    PyObject* self = record->tp_new(record, args.get(), kwargs.get());
+    if (self != nullptr && record->tp_init(self, args.get(), kwargs.get()) < 0) {
+        Py_CLEAR(self);
+    }
+    Py_LeaveRecursiveCall();
+    return self;
 }
 
 int refuse_delete(const char* property) {

@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "pyshell/arguments.h"
 #include "pyshell/python.h"
 #include "pyshell/wrapped_object.h"
 
@@ -36,6 +37,21 @@ inline int guard_type(const PyHostState& state) {
     return raise_invalid_state(state);
 }
 
+// Whether the type whose state `State` works out was found usable. Never taken back, since a state never changes.
+template <const PyHostState& (*State)()>
+inline bool type_is_known_usable = false;  // guarded by the interpreter lock
+
+// The guard of the type whose state `State` works out: one load and one branch, once the type was found usable.
+template <const PyHostState& (*State)()>
+int guard_type() {
+    if (type_is_known_usable<State>) [[likely]] {
+        return 0;
+    }
+    const int refused = guard_type(State());
+    type_is_known_usable<State> = refused == 0;
+    return refused;
+}
+
 inline bool report_validity(const PyHostState& state, std::string& message) {
     if (state.invalid) {
         message = state.message;
@@ -53,14 +69,37 @@ int accept_assignable(bool assignable, const char* what, PyObject* value);
 // A setter's answer to `del`: raises AttributeError and returns -1. No managed property can be taken away.
 int refuse_delete(const char* property);
 
-// `tp_new` behind the guard: an empty wrapper. Arguments are the business of `tp_init`.
-inline PyObject* make_empty_wrapper(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
-    return PyType_GenericNew(type, args, kwargs);  // zeroes the handle
+// `tp_new` behind the guard: an empty wrapper, with a null handle. Arguments are the business of `tp_init`.
+inline PyObject* make_empty_wrapper(PyTypeObject* type) {
+    return type->tp_alloc(type, 0);
 }
 
 // A result that arrives as a ready Python object. A null one without an error is the managed null.
 inline PyObject* none_if_null(PyObject* result) {
     return result != nullptr || PyErr_Occurred() != nullptr ? result : Py_NewRef(Py_None);
+}
+
+// A call of a wrapper type whose arguments come as an array: what `type.__call__` does with `tp_new` and `tp_init`,
+// with neither a tuple nor a look at the slots. Only the type's own record points here: a class that is derived in
+// Python has a record of its own, and `type.__call__` runs its `__new__` and `__init__`.
+PyObject* construct_by_keyword(PyObject* type, PyObject* const* items, Py_ssize_t count, PyObject* names);
+
+template <int (*Guard)(), int (*Construct)(PyObject* self, const CallArguments& arguments)>
+PyObject* construct_by_vectorcall(PyObject* type, PyObject* const* items, size_t flagged_count, PyObject* names) {
+    const Py_ssize_t count = PyVectorcall_NARGS(flagged_count);
+    if (names != nullptr && PyTuple_GET_SIZE(names) != 0) [[unlikely]] {
+        return construct_by_keyword(type, items, count, names);
+    }
+    // The interpreter counts a call through `tp_call`, and refuses it in these words.
+    if (Py_EnterRecursiveCall(" while calling a Python object") != 0) [[unlikely]] {
+        return nullptr;
+    }
+    PyObject* self = Guard() == 0 ? make_empty_wrapper(reinterpret_cast<PyTypeObject*>(type)) : nullptr;
+    if (self != nullptr && Construct(self, CallArguments::by_position(items, count)) < 0) {
+        Py_CLEAR(self);
+    }
+    Py_LeaveRecursiveCall();
+    return self;
 }
 
 inline void* handle_of(PyObject* wrapper) {

@@ -1,10 +1,9 @@
-// Creation of enumeration classes.
+// Creation of enumeration classes. They belong to the series of the import under way, or to one of their own.
 #include "pyshell/enum_types.h"
 
 #include "pyshell/descriptors.h"
+#include "pyshell/enum_series.h"
 #include "pyshell/errors.h"
-#include "pyshell/identifiers.h"
-#include "pyshell/imports.h"
 #include "pyshell/markers.h"
 #include "pyshell/modules.h"
 
@@ -26,13 +25,16 @@ PyObject* make_enum_class(const char* name, bool flags, PyObject* members) {
     if (members == nullptr) {
         return nullptr;
     }
-    PyObject* base = PyShImport_ImportType("enum", flags ? PyWrpIdTypeName_IntFlag : PyWrpIdTypeName_IntEnum);
-    PyObject* text = base != nullptr ? PyUnicode_FromString(name) : nullptr;
-    PyObject* result = text != nullptr ? PyObject_CallFunctionObjArgs(base, text, members, nullptr) : nullptr;
-    Py_XDECREF(text);
-    Py_DECREF(members);
-    Py_XDECREF(base);
-    return result;
+    const PyRef owned_members = PyRef::steal(members);
+    const PyRef text = PyRef::steal(PyUnicode_FromString(name));
+    if (!text) {
+        return nullptr;
+    }
+    if (EnumSeries* series = EnumSeries::current()) {
+        return series->make(flags, text.get(), members);
+    }
+    EnumSeries alone;
+    return alone.make(flags, text.get(), members);
 }
 
 PyObject* equip_enum_class(PyObject* enum_class, PyMethodDef* const (&operations)[kEnumOperationCount]) {

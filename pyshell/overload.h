@@ -5,6 +5,7 @@
 
 #include <cstddef>
 
+#include "pyshell/arguments.h"
 #include "pyshell/python.h"
 
 namespace zelmor {
@@ -16,7 +17,7 @@ namespace zelmor {
 using Overload = PyObject* (*)(PyObject* self, PyObject* args, PyObject* kwargs, PyObject** error_slot);
 
 // The same for a constructor, with the status of `tp_init`.
-using ConstructorOverload = int (*)(PyObject* self, PyObject* args, PyObject* kwargs, PyObject** error_slot);
+using ConstructorOverload = int (*)(PyObject* self, const CallArguments& arguments, PyObject** error_slot);
 
 // Moves the pending exception of a failed parse into the overload's error slot, usually still as the raw message. What
 // is no `Exception` stays pending, and the slot empty.
@@ -33,32 +34,43 @@ inline void drop_parse_errors(PyObject** errors, size_t count) {
 // MemoryError is the cause of the TypeError.
 void raise_no_overload(PyObject** errors, size_t count);
 
-template <size_t N>
-PyObject* dispatch(const Overload (&overloads)[N], PyObject* self, PyObject* args, PyObject* kwargs) {
-    PyObject* errors[N] = {};
-    for (size_t i = 0; i < N; ++i) {
-        PyObject* result = overloads[i](self, args, kwargs, &errors[i]);
-        if (errors[i] == nullptr) {
-            drop_parse_errors(errors, i);
-            return result;
+// Runs `attempt` for one overload after the other until one leaves its error slot empty, and answers what that one
+// gave; `failure`, with an exception set, if none did.
+template <class Result, class Attempt, class... Overloads>
+[[gnu::always_inline]] inline Result dispatch_to(Result failure, Attempt attempt, Overloads... overloads) {
+    PyObject* errors[sizeof...(Overloads)];
+    Result result = failure;
+    size_t tried = 0;
+    const auto settles = [&](auto overload) __attribute__((always_inline)) {
+        PyObject*& error = errors[tried];
+        error = nullptr;
+        result = attempt(overload, &error);
+        if (error == nullptr) {
+            return true;
         }
+        ++tried;
+        return false;
+    };
+    if ((settles(overloads) || ...)) {
+        drop_parse_errors(errors, tried);
+        return result;
     }
-    raise_no_overload(errors, N);
-    return nullptr;
+    raise_no_overload(errors, tried);
+    return failure;
 }
 
-template <size_t N>
-int dispatch(const ConstructorOverload (&overloads)[N], PyObject* self, PyObject* args, PyObject* kwargs) {
-    PyObject* errors[N] = {};
-    for (size_t i = 0; i < N; ++i) {
-        const int result = overloads[i](self, args, kwargs, &errors[i]);
-        if (errors[i] == nullptr) {
-            drop_parse_errors(errors, i);
-            return result;
-        }
-    }
-    raise_no_overload(errors, N);
-    return -1;
+template <Overload... Overloads>
+PyObject* dispatch(PyObject* self, PyObject* args, PyObject* kwargs) {
+    return dispatch_to<PyObject*>(
+        nullptr, [=](Overload overload, PyObject** error_slot) { return overload(self, args, kwargs, error_slot); },
+        Overloads...);
+}
+
+template <ConstructorOverload... Overloads>
+int dispatch(PyObject* self, const CallArguments& arguments) {
+    return dispatch_to<int>(
+        -1, [&](ConstructorOverload overload, PyObject** error_slot) { return overload(self, arguments, error_slot); },
+        Overloads...);
 }
 
 }  // namespace zelmor

@@ -72,11 +72,11 @@ bool zelmor::refuse_unseekable_stream(const PyShStreamObject* self) {
     return !seekable;
 }
 
-PyObject* wrpPye_tpsb_stream_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
+PyObject* wrpPye_tpsb_stream_tp_new(PyTypeObject* type, PyObject*, PyObject*) {
     if (wrpPye_uafn_stream_invalidate() != 0) {
         return nullptr;
     }
-    PyObject* self = zelmor::make_empty_wrapper(type, args, kwargs);
+    PyObject* self = zelmor::make_empty_wrapper(type);
     if (self != nullptr) {
         wrpPye_init_fields_stream(stream_of(self));
     }

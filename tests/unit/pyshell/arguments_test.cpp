@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "fixture.h"
@@ -68,6 +70,48 @@ Outcome outcome_of(bool parsed, const Slots& slots) {
     return {parsed, PyRef::steal(type), PyRef::steal(value), std::exchange(journal, {}), slots};
 }
 
+using zelmor::CallArguments;
+
+// Both parses as generated code runs them, whose lists of readers have a fixed length; `form` says in which form the
+// arguments are given.
+enum class Form { kTuple, kTupleOfFixedList, kItems, kItemsOfFixedList };
+
+template <size_t N>
+bool parse_fixed(const CallArguments& arguments, const char* const* names, const std::vector<Reader>& readers,
+                 PyObject** refusal) {
+    if constexpr (N == 0) {
+        return refusal != nullptr ? zelmor::parse_no_arguments(arguments, refusal)
+                                  : zelmor::parse_no_arguments(arguments);
+    } else {
+        Reader list[N];
+        std::copy(readers.begin(), readers.end(), list);
+        return refusal != nullptr ? zelmor::parse_overload(arguments, names, list, refusal)
+                                  : zelmor::parse_arguments(arguments, names, list);
+    }
+}
+
+template <size_t... N>
+bool parse_fixed(std::index_sequence<N...>, const CallArguments& arguments, const char* const* names,
+                 const std::vector<Reader>& readers, PyObject** refusal) {
+    bool parsed = false;
+    (void)((readers.size() == N && (parsed = parse_fixed<N>(arguments, names, readers, refusal), true)) || ...);
+    return parsed;
+}
+
+bool parse(Form form, PyObject* args, PyObject* kwargs, const char* const* names, const std::vector<Reader>& readers,
+           PyObject** refusal) {
+    CallArguments arguments = CallArguments::of(args, kwargs);
+    if ((form == Form::kItems || form == Form::kItemsOfFixedList) && arguments.kwargs == nullptr) {
+        arguments = CallArguments::by_position(arguments.items, arguments.count);
+    }
+    if (form == Form::kTupleOfFixedList || form == Form::kItemsOfFixedList) {
+        return parse_fixed(std::make_index_sequence<zelmor::kMostParameters + 1>(), arguments, names, readers, refusal);
+    }
+    const auto count = static_cast<Py_ssize_t>(readers.size());
+    return refusal != nullptr ? zelmor::parse_overload(arguments, names, readers.data(), count, refusal)
+                              : zelmor::parse_arguments(arguments, names, readers.data(), count);
+}
+
 class Arguments : public PyShellTest {
  protected:
     std::mt19937 random{20261122};
@@ -113,8 +157,18 @@ class Arguments : public PyShellTest {
         return made;
     }
 
-    // Compares one call both ways. Slots are compared with their base taken away.
+    // Compares one call in every form with the reference.
     void compare(const std::vector<const char*>& names, PyObject* args, PyObject* kwargs, bool overload) {
+        for (const Form form : {Form::kTuple, Form::kTupleOfFixedList, Form::kItems, Form::kItemsOfFixedList}) {
+            compare(form, names, args, kwargs, overload);
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+
+    // Slots are compared with their base taken away.
+    void compare(Form form, const std::vector<const char*>& names, PyObject* args, PyObject* kwargs, bool overload) {
         const size_t count = names.size() - 1;
         Slots slots{}, by_recipe{};
         std::vector<Reader> readers;
@@ -124,10 +178,7 @@ class Arguments : public PyShellTest {
 
         const Outcome expected = outcome_of(parse_by_recipe(args, kwargs, names.data(), count, by_recipe), by_recipe);
         PyObject* refusal = nullptr;
-        const bool parsed = overload ? zelmor::parse_overload(args, kwargs, names.data(), readers.data(),
-                                                              static_cast<Py_ssize_t>(count), &refusal)
-                                     : zelmor::parse_arguments(args, kwargs, names.data(), readers.data(),
-                                                               static_cast<Py_ssize_t>(count));
+        const bool parsed = parse(form, args, kwargs, names.data(), readers, overload ? &refusal : nullptr);
         Outcome found = outcome_of(parsed, slots);
 
         ASSERT_EQ(found.parsed, expected.parsed);
@@ -196,8 +247,9 @@ TEST_F(Arguments, AWrongCountMakesItsMessageOnce) {
     PyObject* second = nullptr;
     const auto count = static_cast<Py_ssize_t>(readers.size());
     ASSERT_GT(count, 0);
-    EXPECT_FALSE(zelmor::parse_overload(args.get(), nullptr, names.data(), readers.data(), count, &first));
-    EXPECT_FALSE(zelmor::parse_overload(args.get(), nullptr, names.data(), readers.data(), count, &second));
+    const CallArguments arguments = CallArguments::of(args.get(), nullptr);
+    EXPECT_FALSE(zelmor::parse_overload(arguments, names.data(), readers.data(), count, &first));
+    EXPECT_FALSE(zelmor::parse_overload(arguments, names.data(), readers.data(), count, &second));
     EXPECT_EQ(first, second);
     Py_XDECREF(first);
     Py_XDECREF(second);
@@ -206,8 +258,8 @@ TEST_F(Arguments, AWrongCountMakesItsMessageOnce) {
 TEST_F(Arguments, NoParameters) {
     const PyRef none = PyRef::steal(PyTuple_New(0));
     const PyRef one = PyRef::steal(PyTuple_Pack(1, Py_None));
-    EXPECT_TRUE(zelmor::parse_no_arguments(none.get(), nullptr));
-    EXPECT_FALSE(zelmor::parse_no_arguments(one.get(), nullptr));
+    EXPECT_TRUE(zelmor::parse_no_arguments(CallArguments::of(none.get(), nullptr)));
+    EXPECT_FALSE(zelmor::parse_no_arguments(CallArguments::of(one.get(), nullptr)));
     expect_error(PyExc_TypeError, "function takes at most 0 arguments (1 given)");
 }
 

@@ -28,12 +28,12 @@ def declared_variables(params: list[Param]) -> list[str]:
     return lines
 
 
-def parse(params: list[Param], failure: str, refusal: str | None = None) -> list[str]:
-    """The slots of these parameters and what fills them from the arguments of a call; with `refusal`, the place that
-    gets the reason if they do not parse."""
+def parse(params: list[Param], failure: str, refusal: str | None = None, source: str = "args, kwargs") -> list[str]:
+    """The slots of these parameters and what fills them from the arguments of a call, `source`; with `refusal`, the
+    place that gets the reason if they do not parse."""
     place = [refusal] if refusal is not None else []
     if not params:
-        call = f"zelmor::parse_no_arguments({', '.join(['args', 'kwargs', *place])})"
+        call = f"zelmor::parse_no_arguments({', '.join([source, *place])})"
         return [f"if (!{call}) {{", f"    {failure}", "}"]
     keywords = ", ".join([*(quoted(param.name) for param in params), "nullptr"])
     readers = []
@@ -47,7 +47,7 @@ def parse(params: list[Param], failure: str, refusal: str | None = None) -> list
     call = f"zelmor::{'parse_arguments' if refusal is None else 'parse_overload'}"
     lines = [*declared_variables(params), f"static const char* const kKeywords[] = {{{keywords}}};",
              "const zelmor::Reader readers[] = {", *(f"    {row}," for row in readers), "};",
-             f"if (!{call}({', '.join(['args', 'kwargs', 'kKeywords', 'readers', *place])})) {{", f"    {failure}", "}"]
+             f"if (!{call}({', '.join([source, 'kKeywords', 'readers', *place])})) {{", f"    {failure}", "}"]
     if any(param.wire.kind == "object" and not param.by_ref for param in params):
         # A variant's instance tests can leave an error behind.
         keep = [] if refusal is None else [f"    zelmor::keep_parse_error({refusal});"]

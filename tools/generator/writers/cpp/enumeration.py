@@ -36,7 +36,7 @@ def _validity(entry: Type) -> list[str]:
     return [*function(f"[[gnu::noinline]] static const PyHostState& {state}()", [
         f"static const PyHostState state = zelmor::aggregate_host_state({host_of(entry)}.is_not_valid(), "
         f"{host_of(entry)}.error_msg(), {{}});", "return state;"]),
-        *function(f"int wrpPy_uafn_{entry.symbol}_invalidate()", [f"return zelmor::guard_type({state}());"])]
+        *function(f"int wrpPy_uafn_{entry.symbol}_invalidate()", [f"return zelmor::guard_type<&{state}>();"])]
 
 
 def _converters(entry: Type) -> list[str]:

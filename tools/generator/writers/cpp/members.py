@@ -82,8 +82,7 @@ def write_group(method: Method) -> list[str]:
             lines += write_overload(overload)
     attempts = ", ".join(f"&{overload_symbol(overload)}" for overload in method.overloads)
     body = guard(method.owner) if method.static else []
-    body += [f"static constexpr zelmor::Overload kOverloads[] = {{{attempts}}};",
-             "return zelmor::dispatch(kOverloads, self, args, kwargs);"]
+    body.append(f"return zelmor::dispatch<{attempts}>(self, args, kwargs);")
     return lines + function("static " + _METHOD.format(name=method_symbol(method)), body)
 
 
@@ -109,28 +108,33 @@ def write_method(method: Method) -> list[str]:
     return lines + (write_overload(method.overloads[0]) if inherited_by_groups(method) else []) + write_simple(method)
 
 
+def construct_symbol(entry: Type) -> str:
+    """The function that fills an empty wrapper, however the arguments of the call arrive."""
+    return f"wrpPy_tpct_{entry.symbol}_construct"
+
+
 def write_constructors(entry: Type) -> list[str]:
-    """`tp_init`, with one overload or dispatched over several."""
+    """What fills an empty wrapper, with one overload or dispatched over several, and `tp_init`, which runs it."""
     if not entry.constructors:
         return []
-    name = f"wrpPy_tpsb_{entry.symbol}_tp_init"
-    signature = "int {}(PyObject* self, PyObject* args, PyObject* kwargs{})"
+    name = construct_symbol(entry)
+    signature = "static int {}(PyObject* self, const zelmor::CallArguments& arguments{})"
     lines: list[str] = []
     grouped = len(entry.constructors) > 1
     for overload in entry.constructors:
         arguments = crossing.call_arguments(overload.params, overload.result, None)
-        body = [*crossing.parse(overload.params, "return -1;", "error_slot" if grouped else None),
+        body = [*crossing.parse(overload.params, "return -1;", "error_slot" if grouped else None, "arguments"),
                 # A handle that an earlier run stored is overwritten and not given back.
                 f"zelmor::set_handle(self, {host_of(entry)}->{overload.entry}({arguments}));",
                 "return PyErr_Occurred() ? -1 : 0;"]
         symbol, slot = (overload_symbol(overload), ", PyObject** error_slot") if grouped else (name, "")
-        lines += function("static " + signature.format(symbol, slot), body)
+        lines += function(signature.format(symbol, slot), body)
     if grouped:
         attempts = ", ".join(f"&{overload_symbol(overload)}" for overload in entry.constructors)
-        lines += function("static " + signature.format(name, ""), [
-            f"static constexpr zelmor::ConstructorOverload kOverloads[] = {{{attempts}}};",
-            "return zelmor::dispatch(kOverloads, self, args, kwargs);"])
-    return lines
+        lines += function(signature.format(name, ""), [f"return zelmor::dispatch<{attempts}>(self, arguments);"])
+    return lines + function(
+        f"static int wrpPy_tpsb_{entry.symbol}_tp_init(PyObject* self, PyObject* args, PyObject* kwargs)",
+        [f"return {name}(self, zelmor::CallArguments::of(args, kwargs));"])
 
 
 # -- properties -----------------------------------------------------------------------------------------------------

@@ -140,12 +140,12 @@ class Instance:
         return [*function(f"[[gnu::noinline]] static const PyHostState& {state}()", [
             f"static const PyHostState state = zelmor::typed_host_state<{self._host()}>"
             f"({{{', '.join(self._probes())}}});", "return state;"]),
-            *function(f"static int {guard}()", [f"return zelmor::guard_type({state}());"]),
+            *function(f"static int {guard}()", [f"return zelmor::guard_type<&{state}>();"]),
             *function(f"bool {self._symbol('is_not_valid')}(std::string& message)",
                       [f"return zelmor::report_validity({state}(), message);"]),
             *function(f"static PyObject* wrpPygn_tpsb_{self._id}_{self._kind}_tp_new(PyTypeObject* type, "
-                      "PyObject* args, PyObject* kwargs)",
-                      [f"return {guard}() != 0 ? nullptr : zelmor::make_empty_wrapper(type, args, kwargs);"])]
+                      "PyObject*, PyObject*)",
+                      [f"return {guard}() != 0 ? nullptr : zelmor::make_empty_wrapper(type);"])]
 
     def _casts(self) -> list[str]:
         shape = "kClassCasts" if self._is_class else "kInterfaceCasts"

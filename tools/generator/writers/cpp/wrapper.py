@@ -24,7 +24,7 @@ def _validity(entry: Type) -> list[str]:
     lines = function(f"[[gnu::noinline]] static const PyHostState& {state}()", [
         f"static const PyHostState state = zelmor::aggregate_host_state({host_of(entry)}.is_not_valid(), "
         f"{host_of(entry)}.error_msg(), {{{probes}}});", "return state;"])
-    lines += function(f"int wrpPy_uafn_{entry.symbol}_invalidate()", [f"return zelmor::guard_type({state}());"])
+    lines += function(f"int wrpPy_uafn_{entry.symbol}_invalidate()", [f"return zelmor::guard_type<&{state}>();"])
     return lines + function(f"bool wrpPy_bltp_{entry.symbol}_is_not_valid(std::string& message)",
                             [f"return zelmor::report_validity({state}(), message);"])
 
@@ -70,8 +70,8 @@ def _converters(entry: Type) -> list[str]:
 
 def _allocation(entry: Type) -> list[str]:
     return function(
-        f"static PyObject* wrpPy_tpsb_{entry.symbol}_tp_new(PyTypeObject* type, PyObject* args, PyObject* kwargs)",
-        [*members.guard(entry), "return zelmor::make_empty_wrapper(type, args, kwargs);"])
+        f"static PyObject* wrpPy_tpsb_{entry.symbol}_tp_new(PyTypeObject* type, PyObject*, PyObject*)",
+        [*members.guard(entry), "return zelmor::make_empty_wrapper(type);"])
 
 
 def _definition(name: str, symbol: str, flags: str) -> str:
@@ -182,6 +182,9 @@ def _record(entry: Type) -> list[str]:
     if entry.base is not None:
         rows.append(f".tp_base = &wrpPy_tyds_{entry.base.symbol}")
     rows += [f".tp_init = {init}", ".tp_alloc = &PyType_GenericAlloc", f".tp_new = &wrpPy_tpsb_{symbol}_tp_new"]
+    if entry.constructors:
+        rows.append(f".tp_vectorcall = &zelmor::construct_by_vectorcall<&wrpPy_uafn_{symbol}_invalidate, "
+                    f"&{members.construct_symbol(entry)}>")
     return table(f"PyTypeObject wrpPy_tyds_{symbol}", rows)
 
 
