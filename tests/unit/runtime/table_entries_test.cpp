@@ -135,7 +135,7 @@ TEST_F(TailTest, AStaticPropertyIsStored) {
     }();
     ASSERT_NE(entry, nullptr);
     ASSERT_STREQ(entry->signature, "vT");
-    if (find_behavior(cache.full_name, entry->name)) {
+    if (find_behavior(cache.full_name, entry->name).address != nullptr) {
         GTEST_SKIP() << "the member has behavior by now";
     }
     const test::TextArgument folder("/var/cache");
@@ -191,7 +191,7 @@ TEST_F(TailTest, WhatHasNoBehaviorSaysSo) {
             if (std::string_view(entry.signature) != "vp" || find_override(type, type, entry)) {
                 continue;
             }
-            if (find_behavior(type.full_name, entry.name)) {
+            if (find_behavior(type.full_name, entry.name).address != nullptr) {
                 continue;
             }
             const auto instance = make_ref<Record>(type);
@@ -239,7 +239,7 @@ TEST_F(TailTest, EveryWritableNumberOfTheCatalogueIsStored) {
             if (property.is_static || !property.writable || property.wire != Wire::kInt32) {
                 continue;
             }
-            if (find_behavior(type.full_name, setter.c_str())) {
+            if (find_behavior(type.full_name, setter.c_str()).address != nullptr) {
                 continue;
             }
             const auto value = static_cast<int32_t>(1000 + i);
