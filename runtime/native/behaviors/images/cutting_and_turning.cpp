@@ -59,8 +59,7 @@ void rotate_on_own_background(ImageObject& self, float angle) {
     rotate(self, angle, true, ColorValue::from_argb(self.canvas_background()));
 }
 
-// A clockwise turn by quarters, then a mirroring. Each way of standing has two names in the enumeration: a turn by 180
-// degrees is a mirroring at both axes.
+// A clockwise turn by quarters, then a mirroring.
 struct Turn {
     RotateFlipType type;
     int quarters;
@@ -72,6 +71,10 @@ constexpr Turn kTurns[] = {
     {RotateFlipType::kRotate180FlipNone, 2, false, false},  {RotateFlipType::kRotate270FlipNone, 3, false, false},
     {RotateFlipType::kRotateNoneFlipX, 0, true, false},     {RotateFlipType::kRotate90FlipX, 1, true, false},
     {RotateFlipType::kRotate180FlipX, 2, true, false},      {RotateFlipType::kRotate270FlipX, 3, true, false},
+    {RotateFlipType::kRotateNoneFlipY, 0, false, true},     {RotateFlipType::kRotate90FlipY, 1, false, true},
+    {RotateFlipType::kRotate180FlipY, 2, false, true},      {RotateFlipType::kRotate270FlipY, 3, false, true},
+    {RotateFlipType::kRotateNoneFlipXy, 0, true, true},     {RotateFlipType::kRotate90FlipXy, 1, true, true},
+    {RotateFlipType::kRotate180FlipXy, 2, true, true},      {RotateFlipType::kRotate270FlipXy, 3, true, true},
 };
 
 void rotate_flip(ImageObject& self, RotateFlipType rotate_flip_type) {
