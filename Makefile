@@ -12,7 +12,7 @@
 #   make growth   use every member again and again, and tell where Python's memory grows (slow; name parts of class
 #                 names with CLASSES="Bmp Tiff")
 #   make mutants  change the sources in single places, one at a time, and tell which changes no test notices (slow;
-#                 COUNT=20 SEED=1 PATHS="convert streams" LIST=1; the list goes to build/mutants/survivors.txt)
+#                 COUNT=20 SEED=1 MINUTES=60 PATHS="convert streams" LIST=1; see build/mutants/survivors.txt)
 #   make scale    generation, compilation and size at the number of types and members of the whole API
 #   make identifiers
 #                 complete the tables of type identifiers
@@ -101,6 +101,7 @@ COUNT ?= 20
 SEED ?= 1
 mutants: setup-test
 	@$(PYTHON) -B -m tools.mutants --build $(BUILD) --jobs $(JOBS) --count $(COUNT) --seed $(SEED) $(if $(LIST),--list) \
+	    $(if $(MINUTES),--minutes $(MINUTES)) \
 	    --launcher "$(if $(wildcard /usr/bin/ccache),$(CACHE))" $(PATHS)
 
 identifiers:
