@@ -109,7 +109,7 @@ class Trial:
                f"{time.monotonic() - begun:.0f} s; {len(self.no_program)} do not compile, "
                f"{len(self.alone)} need builds of their own")
         for name in wanted:
-            (self.workshop.copy / _REACHED).write_bytes(bytes(len(self.changes) + 1))
+            (self.workshop.copy / _REACHED).write_bytes(bytes(max(self.changes) + 1))
             run = self.workshop.test([name], environment={
                 "ZELMOR_MUTANTS_REACHED": str(self.workshop.place / _REACHED)})
             if run.code != 0:
