@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import io
 import sys
+from typing import cast
 
 import pytest
 from zelmor.imaging import StreamContainer
@@ -27,7 +28,7 @@ def told(error: Exception, monkeypatch: pytest.MonkeyPatch) -> str:
     """What Python is told of an exception that went through the managed side."""
     container = StreamContainer(File(error))
     with monkeypatch.context() as patch:
-        patch.setitem(sys.modules, "traceback", None)
+        patch.setitem(cast("dict[str, object]", sys.modules), "traceback", None)
         with pytest.raises(RuntimeError) as raised:
             container.read_byte()
     return str(raised.value)
@@ -74,7 +75,8 @@ def test_the_qualified_name_of_the_class_stands_before_the_text(monkeypatch: pyt
 
 @pytest.mark.filterwarnings("ignore::pytest.PytestUnraisableExceptionWarning")
 @pytest.mark.parametrize(("error", "shown"), [
-    (NumberedError("no more paper"), "the numbered: no more paper"), (NamelessError("no more paper"), "the nameless: no more paper")])
+    (NumberedError("no more paper"), "the numbered: no more paper"),
+    (NamelessError("no more paper"), "the nameless: no more paper")])
 def test_a_class_without_a_name_is_shown_as_text(
         error: Exception, shown: str, monkeypatch: pytest.MonkeyPatch) -> None:
     assert shown in told(error, monkeypatch)
