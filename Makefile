@@ -13,7 +13,7 @@
 #   make growth   use every member repeatedly and report where Python's memory grows (slow; select classes by parts of
 #                 their names with CLASSES="Bmp Tiff")
 #   make mutants  change the sources in one place at a time and list the changes that no test notices (slow;
-#                 COUNT=20 SEED=1 PATHS="convert streams" LIST=1; the list goes to build/mutants/survivors.txt)
+#                 COUNT=20 SEED=1 MINUTES=60 PATHS="convert streams" LIST=1; see build/mutants/survivors.txt)
 #   make scale    measure generation, compilation and size for a synthetic catalogue of the size of the whole API
 #   make identifiers
 #                 complete the tables of type identifiers
@@ -106,6 +106,7 @@ COUNT ?= 20
 SEED ?= 1
 mutants: setup-test
 	@$(PYTHON) -B -m tools.mutants --build $(BUILD) --jobs $(JOBS) --count $(COUNT) --seed $(SEED) $(if $(LIST),--list) \
+	    $(if $(MINUTES),--minutes $(MINUTES)) \
 	    --launcher "$(if $(wildcard /usr/bin/ccache),$(CACHE))" $(PATHS)
 
 identifiers:

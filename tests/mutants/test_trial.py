@@ -7,45 +7,70 @@ import re
 import subprocess
 import sys
 import time
+from dataclasses import replace
 from pathlib import Path
 
 import pytest
 
 from tools.mutants.changes import Change, changes
+from tools.mutants.equivalents import Equivalents, place_of
 from tools.mutants.reach import Reach
 from tools.mutants.trial import Outcome, Trial, UnchangedFails, Verdict, summary, try_all
-from tools.mutants.workshop import Commands, Occupied, Workshop
+from tools.mutants.workshop import BUILD, Commands, Occupied, Workshop
 
 SOURCE = "src/a.cpp"
-TEXT = "int seen = 1;\nint lost = 1;\nint slow = 1;\nint wrong = 1;\nint unused = 1;\nint listed = 1;\n"
+# The first seven are constants that a program chooses when it runs; the last two are constants for the compiler.
+TEXT = "".join(f"int {name} = 1;\n" for name in ("seen", "lost", "slow", "wrong", "unused", "known", "deep"))
+TEXT += "enum { alone = 1 };\nenum { listed = 1 };\n"
 # What a change from 1 to 2 leads to, by the name of the constant.
 OUTCOMES = {"seen": Outcome.NOTICED, "lost": Outcome.SURVIVED, "slow": Outcome.HANGS, "wrong": Outcome.NO_PROGRAM,
-            "unused": Outcome.SAME_CODE, "listed": Outcome.NOTICED}
-BUILD = """
+            "unused": Outcome.SAME_CODE, "known": Outcome.EQUIVALENT, "deep": Outcome.NOTICED,
+            "alone": Outcome.NOTICED, "listed": Outcome.NOTICED}
+TESTS = ("tests/python/test_a.py", "tests/python/test_b.py")
+# A build that refuses a choice for `wrong`, in the words of a compiler, and a change of it alone as well.
+BUILD_PROGRAM = """
 import pathlib, sys
 text = pathlib.Path("src/a.cpp").read_text()
-if "wrong = 2" in text:
-    sys.exit("error: wrong")
+pathlib.Path("build/builds").open("a").write("build ")
+for number, line in enumerate(text.split("#line 1\\n")[-1].splitlines(), 1):
+    if "wrong = 2" in line or "wrong = ::" in line:
+        sys.exit(f"src/a.cpp:{number}:1: error: wrong [-Werror=x]\\n../src/a.cpp:{number}:1: error: wrong")
 if "listed = 2" in text:
     sys.exit("CMake Error: Error running test executable.")
-kept = [line for line in text.splitlines() if "unused" not in line]
-pathlib.Path("build/a.o").write_text("\\n".join(kept))
+pathlib.Path("build/a.o").write_text(text)
 """
-TEST = """
-import pathlib, subprocess, sys, time
+# A test of the constants as the environment chooses them; it tells which choices it has met.
+TEST_PROGRAM = """
+import os, pathlib, re, subprocess, sys, time
 text = pathlib.Path("build/a.o").read_text()
+reached = os.environ.get("ZELMOR_MUTANTS_REACHED")
+def choose(match):
+    number, changed, original = match.groups()
+    if reached:
+        with open(reached, "r+b") as file:
+            file.seek(int(number))
+            file.write(bytes([1]))
+    return changed if os.environ.get("ZELMOR_MUTANT") == number else original
+mine = [line for line in text.splitlines() if any(("deep" in line) == ("test_b" in name) for name in sys.argv[1:])]
+text = re.sub(r"::zelmor_mutants::either[(]([0-9]+), ([0-9]+), ([0-9]+)[)]", choose, chr(10).join(mine))
+pathlib.Path("build/runs").open("a").write(" ".join(sys.argv[1:]) + chr(10))
 if "slow = 2" in text:
     child = subprocess.Popen([sys.executable, "-c", "import time; time.sleep(600)"])
     pathlib.Path("build/child").write_text(str(child.pid))
     time.sleep(600)
-if "seen = 2" in text:
-    sys.exit("FAILED tests/test_a.py::test_seen - assert 2 == 1")
-pathlib.Path("build/runs").open("a").write("run ")
+for name in ("seen", "deep", "alone"):
+    if f"{name} = 2" in text:
+        sys.exit(f"FAILED {sys.argv[-1]}::test_{name} - assert 2 == 1")
+"""
+COMPILE_PROGRAM = """
+import pathlib, sys
+lines = pathlib.Path("src/a.cpp").read_text().splitlines()
+pathlib.Path(sys.argv[-1]).write_text("".join(line for line in lines if "unused" not in line))
 """
 
 
-def program(text: str) -> list[str]:
-    return [sys.executable, "-S", "-E", "-c", text]
+def program(text: str, *arguments: str) -> list[str]:
+    return [sys.executable, "-S", "-E", "-c", text, *arguments]
 
 
 @pytest.fixture
@@ -59,17 +84,27 @@ def tree(tmp_path: Path) -> Path:
     return tree
 
 
-def make_trial(tree: Path, build: str = BUILD, test: str = TEST) -> Trial:
+def make_shop(tree: Path) -> Workshop:
     commands = Commands(configure=lambda place: program("import pathlib; pathlib.Path('build/made').write_text('x')"),
-                        build=lambda tests: program(build), test=lambda place, name: program(test))
+                        build=lambda tests: program(BUILD_PROGRAM),
+                        test=lambda place, names: program(TEST_PROGRAM, *names),
+                        compile=lambda copy, source, target: [program(COMPILE_PROGRAM, str(target))])
     workshop = Workshop(tree, tree.parent / "out" / "copy", commands)
     workshop.take_sources()
-    return Trial(workshop, [Reach("src/", ("tests/test_a.py",))])
+    return workshop
+
+
+def make_trial(tree: Path, *names: str, tests: tuple[str, ...] = TESTS[:1]) -> Trial:
+    """A trial of changes from 1 to 2 of these constants."""
+    known = place_of(doubled("known"), TEXT)
+    # The second test is named for another source only.
+    table = [Reach("src/", tests), Reach("src/b", TESTS[1:])]
+    return Trial(make_shop(tree), table, [doubled(name) for name in names], Equivalents({known: "nobody asks"}))
 
 
 def doubled(name: str) -> Change:
     """The change of a constant from 1 to 2."""
-    line = [entry.split()[1] for entry in TEXT.splitlines()].index(name) + 1
+    line = next(line for line, text in enumerate(TEXT.splitlines(), 1) if f" {name} = " in text)
     return next(change for change in changes(SOURCE, TEXT) if change.line == line and change.replacement == "2")
 
 
@@ -88,27 +123,29 @@ def is_alive(pid: int) -> bool:
 
 def test_each_outcome(tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
     before = contents(tree)
-    trial = make_trial(tree)
+    trial = make_trial(tree, *OUTCOMES, tests=TESTS)
     survivors = tree.parent / "out" / "survivors.txt"
-    assert try_all(trial, [doubled(name) for name in OUTCOMES], survivors, slack=5) == 0
+    assert try_all(trial, survivors, slack=5) == 0
     lines = capsys.readouterr().out.splitlines()
-    told = [line for line in lines if line.startswith("[")]
+    assert lines[0].startswith("built with 6 changes in it, ")
+    assert lines[0].endswith("; 0 do not compile, 3 need builds of their own")
+    told = {int(line[1:line.index("/")]): line for line in lines if line.startswith("[")}
     for number, (name, outcome) in enumerate(OUTCOMES.items(), 1):
-        assert told[number - 1].startswith(
+        assert told[number].startswith(
             f"[{number}/{len(OUTCOMES)}] {outcome.value}: {SOURCE}:{number}: constant: 1 -> 2 ("), name
-    assert "(tests/test_a.py::test_seen, " in told[0]
-    assert "(the list of the unit tests, " in told[5]
-    assert re.fullmatch(r"all +6 +1 +1 +3 +1 +75 %", lines[-2])
+    assert "(tests/python/test_a.py::test_seen, " in told[1]
+    assert "(tests/python/test_b.py::test_deep, " in told[7]
+    assert "(the list of the unit tests, " in told[9]
+    assert re.fullmatch(r"all +9 +1 +1 +1 +5 +1 +83 %", lines[-2])
     assert lines[-1] == f"the survivors: {survivors}"
     text = survivors.read_text()
-    assert text.splitlines()[0] == f"{SOURCE}:2: constant: 1 -> 2"
+    assert text.splitlines()[0] == f"{SOURCE}:2: constant: 1 -> 2 (1 groups of tests pass)"
     assert "-int lost = 1;\n+int lost = 2;\n" in text
-    assert text.endswith("not noticed by\n    tests/test_a.py\n")
+    assert text.endswith("not noticed by\n    tests/python/test_a.py\n    tests/python/test_b.py\n")
     assert text.count("constant") == 1
-    # Everything is as it was, in the tree and in the copy, and nothing is left running.
+    # Everything is as it was in the tree, and nothing is left running.
     assert contents(tree) == before
-    assert (trial.workshop.copy / SOURCE).read_text() == TEXT
-    child = int((trial.workshop.copy / "build" / "child").read_text())
+    child = int((trial.workshop.copy / BUILD / "child").read_text())
     for _ in range(100):
         if not is_alive(child):
             break
@@ -116,31 +153,71 @@ def test_each_outcome(tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
     assert not is_alive(child)
 
 
+def test_one_build_serves_all_changes_that_can_be_chosen(tree: Path) -> None:
+    trial = make_trial(tree, "seen", "lost", "deep", "known")
+    list(trial.prepare())
+    assert [trial.judge(number).outcome for number in trial.changes] == [
+        Outcome.NOTICED, Outcome.SURVIVED, Outcome.SURVIVED, Outcome.EQUIVALENT]
+    assert (trial.workshop.copy / BUILD / "builds").read_text() == "build "
+
+
+def test_only_the_tests_that_reach_a_change_are_run(tree: Path) -> None:
+    trial = make_trial(tree, "lost", "deep", tests=TESTS)
+    list(trial.prepare())
+    assert trial.reached == {TESTS[0]: frozenset({1}), TESTS[1]: frozenset({2})}
+    runs = trial.workshop.copy / BUILD / "runs"
+    runs.unlink()
+    trial.judge(1)
+    trial.judge(2)
+    assert runs.read_text().splitlines() == list(TESTS)
+
+
+def test_a_test_that_the_map_does_not_name_is_asked_about_survivors(
+        tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    (tree / "src" / "b.cpp").write_text("int other = 1;\n")
+    trial = make_trial(tree, "deep")
+    other = next(change for change in changes("src/b.cpp", "int other = 1;\n") if change.replacement == "2")
+    both = Trial(trial.workshop, trial.table, [doubled("deep"), other], trial.equivalents)
+    assert try_all(both, tree.parent / "out" / "survivors.txt") == 0
+    told = [line for line in capsys.readouterr().out.splitlines() if line.startswith("[1/2]")]
+    assert [line.split("]")[1].split(":")[0] for line in told] == [" SURVIVED", " noticed"]
+    assert "(no test reaches it, " in told[0]
+    assert "(tests/python/test_b.py::test_deep, which the map does not name, " in told[1]
+
+
+def test_no_change_is_begun_when_the_time_is_over(tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    assert try_all(make_trial(tree, "seen", "lost"), tree.parent / "out" / "survivors.txt", seconds=0) == 0
+    lines = capsys.readouterr().out.splitlines()
+    assert not any(line.startswith("[") for line in lines)
+    assert lines[-1].split() == ["all", "0", "0", "0", "0", "0", "0", "-"]
+
+
 def test_a_tree_that_fails_unchanged_is_told(tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
     survivors = tree.parent / "out" / "survivors.txt"
     (tree / SOURCE).write_text(TEXT.replace("seen = 1", "seen = 2"))
-    assert try_all(make_trial(tree), [doubled("lost")], survivors) == 1
-    assert "tests/test_a.py fails without any change:\nFAILED tests/test_a.py::test_seen" in capsys.readouterr().err
+    assert try_all(make_trial(tree, "lost"), survivors) == 1
+    assert ("tests/python/test_a.py fails without any change:\nFAILED tests/python/test_a.py::test_seen"
+            in capsys.readouterr().err)
     (tree / SOURCE).write_text(TEXT.replace("wrong = 1", "wrong = 2"))
-    assert try_all(make_trial(tree), [doubled("lost")], survivors) == 1
-    assert "the unchanged tree cannot be built:\nerror: wrong" in capsys.readouterr().err
+    assert try_all(make_trial(tree, "lost"), survivors) == 1
+    assert "the unchanged tree cannot be built:\n" in capsys.readouterr().err
     assert not survivors.exists()
 
 
 def test_a_failing_configuration_is_told_and_tried_again(tree: Path) -> None:
-    trial = make_trial(tree)
-    broken = Commands(lambda place: program("import sys; sys.exit('no compiler')"), trial.workshop.commands.build,
-                      trial.workshop.commands.test)
+    trial = make_trial(tree, "lost")
+    works = trial.workshop.commands
+    broken = replace(works, configure=lambda place: program("import sys; sys.exit('no compiler')"))
     for _ in range(2):
-        other = Trial(Workshop(tree, trial.workshop.copy, broken), trial.table)
+        other = Trial(Workshop(tree, trial.workshop.copy, broken), trial.table, [doubled("lost")], trial.equivalents)
         with pytest.raises(UnchangedFails, match="cannot be configured:\nno compiler"):
-            list(other.check_unchanged([doubled("lost")]))
-    assert len(list(trial.check_unchanged([doubled("lost")]))) == 2
+            list(other.prepare())
+    assert len(list(trial.prepare())) == 2
     assert trial.workshop.configure() is None
 
 
 def test_the_copy_follows_the_tree(tree: Path) -> None:
-    shop = make_trial(tree).workshop
+    shop = make_shop(tree)
     shop.take_sources()
     copied = shop.copy / SOURCE
     assert contents(shop.copy) == {SOURCE: TEXT, ".gitignore": "/unknown.txt\n"}
@@ -158,7 +235,7 @@ def test_the_copy_follows_the_tree(tree: Path) -> None:
 
 
 def test_one_run_at_a_time(tree: Path) -> None:
-    first, second = make_trial(tree).workshop, make_trial(tree).workshop
+    first, second = make_shop(tree), make_shop(tree)
     with first.reserve():
         with pytest.raises(Occupied, match="another run is at work in .*/out/copy$"):
             second.reserve()
@@ -166,7 +243,7 @@ def test_one_run_at_a_time(tree: Path) -> None:
 
 
 def test_commands_see_the_copy(tree: Path) -> None:
-    shop = make_trial(tree).workshop
+    shop = make_shop(tree)
     shop.take_sources()
     (shop.copy / SOURCE).write_text("changed")
     run = shop.run(program(f"import os; print(os.getcwd(), open({str(shop.place / SOURCE)!r}).read())"))
@@ -179,8 +256,11 @@ def test_the_share_leaves_out_what_no_test_can_notice() -> None:
         return Verdict(Change(f"{part}/a.cpp", "constant", 1, 0, 1, "2"), outcome, "", 0)
 
     lines = summary([verdict("host", Outcome.NO_PROGRAM), verdict("runtime/native", Outcome.SURVIVED),
-                     verdict("runtime/native", Outcome.NOTICED), verdict("runtime/native", Outcome.SAME_CODE)])
+                     verdict("runtime/native", Outcome.NOTICED), verdict("runtime/native", Outcome.SAME_CODE),
+                     verdict("pyshell", Outcome.HANGS), verdict("runtime/native", Outcome.EQUIVALENT)])
     assert [line.split() for line in lines[1:]] == [
-        ["host", "1", "1", "0", "0", "0", "-"],
-        ["runtime/native", "3", "0", "1", "1", "1", "50", "%"],
-        ["all", "4", "1", "1", "1", "1", "50", "%"]]
+        ["host", "1", "1", "0", "0", "0", "0", "-"],
+        ["runtime/native", "4", "0", "1", "1", "1", "1", "50", "%"],
+        ["pyshell", "1", "0", "0", "0", "1", "0", "100", "%"],
+        ["the", "bridge", "2", "1", "0", "0", "1", "0", "100", "%"],
+        ["all", "6", "1", "1", "1", "2", "1", "67", "%"]]

@@ -7,6 +7,7 @@ import os
 import sys
 from pathlib import Path
 
+from .equivalents import read_equivalents
 from .reach import BadTable, read_table, reaching
 from .sample import PARTS, draw
 from .trial import Trial, try_all
@@ -22,6 +23,7 @@ def main() -> int:
     parser.add_argument("--count", type=int, default=20, help="how many changes")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     parser.add_argument("--launcher", default="", help="stands before the compiler, words separated by semicolons")
+    parser.add_argument("--minutes", type=float, default=float("inf"), help="no change is begun after this time")
     parser.add_argument("--list", action="store_true", help="show the changes, and do nothing")
     parser.add_argument("paths", nargs="*", help="files and folders to change; without any, all of the product's")
     arguments = parser.parse_args()
@@ -55,7 +57,8 @@ def main() -> int:
         return 0
 
     with held:
-        return try_all(Trial(workshop, table), changes, folder / "survivors.txt")
+        trial = Trial(workshop, table, changes, read_equivalents())
+        return try_all(trial, folder / "survivors.txt", seconds=60 * arguments.minutes)
 
 
 if __name__ == "__main__":

@@ -9,7 +9,8 @@ from pathlib import Path
 from .changes import Change, changes
 
 # The bridge, part by part, and the embedded runtime.
-PARTS = ["host", "exchange", "pyshell", "convert", "streams", "collections", "siblings", "runtime/native"]
+RUNTIME = "runtime/native"
+PARTS = ["host", "exchange", "pyshell", "convert", "streams", "collections", "siblings", RUNTIME]
 
 
 def part_of(path: str) -> str:
@@ -32,7 +33,8 @@ def sources(root: Path, paths: Sequence[str]) -> list[str]:
 
 
 def draw(root: Path, paths: Sequence[str], seed: int, count: int) -> list[Change]:
-    """`count` changes, the same number of each part as long as it has some, and at most one at a place.
+    """`count` changes, at most one at a place: half of them of the runtime, the others of each part of the bridge in
+    turn, as long as there are some.
 
     The lot of a change hangs on its own line only, so that work elsewhere leaves the sample what it was, and a larger
     sample begins with the smaller one.
@@ -49,10 +51,12 @@ def draw(root: Path, paths: Sequence[str], seed: int, count: int) -> list[Change
             parts.setdefault(part_of(path), []).append((lot, change))
     for lots in parts.values():
         lots.sort(key=lambda entry: entry[0], reverse=True)
+    runtime = [parts[RUNTIME]] if RUNTIME in parts else []
+    turns = [lots for part in parts if part != RUNTIME for lots in (parts[part], *runtime)] or runtime
     drawn: list[Change] = []
     places: set[tuple[str, int, int]] = set()
     while len(drawn) < count and any(parts.values()):
-        for lots in parts.values():
+        for lots in turns:
             while lots and len(drawn) < count:
                 change = lots.pop()[1]
                 place = (change.path, change.start, change.end)

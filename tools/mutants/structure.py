@@ -8,6 +8,7 @@ from __future__ import annotations
 
 from bisect import bisect
 from enum import Enum, auto
+from functools import cached_property
 
 from .tokens import Kind, NotUnderstood, tokens
 
@@ -50,6 +51,15 @@ class Structure:
                 opened.append(index)
         if opened:
             raise NotUnderstood(f"line {self.line(self.code[opened[-1]].start)}: nothing closes the bracket")
+
+    @cached_property
+    def bodies(self) -> list[tuple[int, int]]:
+        """The outermost braces that hold statements, by the indices of both, in their order."""
+        found: list[tuple[int, int]] = []
+        for opening in sorted(self.enclosed):
+            if self.enclosed[opening] is Scope.STATEMENTS and (not found or opening > found[-1][1]):
+                found.append((opening, self.partner[opening]))
+        return found
 
     def line(self, position: int) -> int:
         return bisect(self._line_ends, position - 1) + 1
@@ -111,7 +121,8 @@ class Structure:
         return index
 
     def after_prelude(self, index: int) -> int:
-        """The index behind `template <...>`, attributes and labels such as `public:` at the start of a declaration."""
+        """The index behind `template <...>`, attributes, labels such as `public:` and macros that are declarations by
+        themselves, at the start of a declaration."""
         while True:
             if self.is_name(index, "template") and self.is_mark(index + 1, "<"):
                 depth, index = 1, index + 2
@@ -122,6 +133,8 @@ class Structure:
                 index = self.partner[index] + 1
             elif self.is_name(index, "public", "private", "protected") and self.is_mark(index + 1, ":"):
                 index += 2
+            elif self.is_name(index) and self.text(index).isupper() and self.is_mark(index + 1, "("):
+                index = self.partner[index + 1] + 1
             else:
                 return index
 

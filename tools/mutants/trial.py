@@ -1,18 +1,21 @@
-"""Tries changes one after the other: applies, builds, tests and takes back each."""
+"""Tries changes: builds many at once, chooses one after the other, and runs the tests that reach it."""
 
 from __future__ import annotations
 
 import re
 import sys
-from collections.abc import Iterator, Sequence
-from dataclasses import dataclass
+import time
+from collections.abc import Iterator, Mapping, Sequence
+from dataclasses import dataclass, replace
 from enum import Enum
 from pathlib import Path
 
 from .changes import Change
+from .equivalents import Equivalents
 from .reach import Reach, reaching
-from .sample import part_of
-from .workshop import Run, Workshop
+from .sample import RUNTIME, part_of
+from .schema import Schema, schema
+from .workshop import BUILD, Run, Workshop
 
 # A changed build that takes longer than this is given up.
 _BUILD_LIMIT = 3600.0
@@ -22,6 +25,7 @@ _FIRST_FAILURE = [
     re.compile(r"^(?:FAILED|ERROR) (\S+)", re.MULTILINE),  # pytest
     re.compile(r"^\s*\d+ - (\S+) \(", re.MULTILINE),  # ctest
 ]
+_REACHED = Path(BUILD) / "reached"
 
 
 class Outcome(Enum):
@@ -30,6 +34,7 @@ class Outcome(Enum):
     NOTICED = "noticed"
     HANGS = "noticed (hangs)"
     SURVIVED = "SURVIVED"
+    EQUIVALENT = "changes nothing"
     SAME_CODE = "same code"
     NO_PROGRAM = "does not compile"
 
@@ -48,74 +53,154 @@ class UnchangedFails(Exception):
     """The tree fails without any change, so that nothing can be learned from it."""
 
 
-def first_failure(name: str, run: Run) -> str:
+def first_failure(names: Sequence[str], run: Run) -> str:
     """The test that a runner names first as failed, or the runner's end."""
     for pattern in _FIRST_FAILURE:
         match = pattern.search(run.output)
         if match:
             return match[1]
-    return f"{name} ended with {run.code}"
+    return f"{' '.join(names)} ended with {run.code}"
 
 
 def _tail(run: Run) -> str:
     return "\n".join(run.output.splitlines()[-40:])
 
 
-class Trial:
-    """A workshop, the map of the tests, and how long each test may take."""
+def _runs(names: Sequence[str]) -> list[list[str]]:
+    """The tests by runs: each folder of unit tests by itself, all files of tests in Python together."""
+    python = [name for name in names if name.endswith(".py")]
+    return [[name] for name in names if not name.endswith(".py")] + ([python] if python else [])
 
-    def __init__(self, workshop: Workshop, table: list[Reach]) -> None:
+
+class Trial:
+    """A workshop, the map of the tests, and the changes by their numbers, which begin with one."""
+
+    def __init__(self, workshop: Workshop, table: list[Reach], changes: Sequence[Change],
+                 equivalents: Equivalents) -> None:
         self.workshop = workshop
         self.table = table
+        self.changes = dict(enumerate(changes, 1))
+        self.equivalents = equivalents
+        self.sources = {path: (workshop.copy / path).read_text()
+                        for path in sorted({change.path for change in changes})}
         self.limits: dict[str, float] = {}
+        self.reached: dict[str, frozenset[int]] = {}  # by the name of a test
+        self.no_program: set[int] = set()
+        self.alone: set[int] = set()  # the changes that need a build of their own
+        self._schemas: dict[str, Schema] = {}
 
-    def check_unchanged(self, changes: Sequence[Change], slack: float = 60.0) -> Iterator[str]:
-        """Builds the copy as it was taken and runs all tests that the changes need. A test that passes may later take
-        five times as long, and `slack` seconds more. Yields what it has done."""
-        wanted = list(dict.fromkeys(test for change in changes for test in reaching(change.path, self.table)))
+    def prepare(self, slack: float = 60.0) -> Iterator[str]:
+        """Builds the copy with the changes in it and runs all tests that they need, with no change chosen. A test that
+        passes may later take five times as long, and `slack` seconds more. Yields what it has done."""
+        wanted = list(dict.fromkeys(test for change in self.changes.values()
+                                    for test in reaching(change.path, self.table)))
         run = self.workshop.configure()
         if run is not None and run.code != 0:
             raise UnchangedFails(f"the copy of the tree cannot be configured:\n{_tail(run)}")
+        begun = time.monotonic()
+        self._write()
         run = self.workshop.build(wanted)
-        if run.code != 0:
-            raise UnchangedFails(f"the unchanged tree cannot be built:\n{_tail(run)}")
-        yield f"built without a change, {run.seconds:.0f} s"
-        self.workshop.remember_objects()
+        while run.code != 0:
+            if not self._leave_out(run):
+                raise UnchangedFails(f"the unchanged tree cannot be built:\n{_tail(run)}")
+            self._write()
+            run = self.workshop.build(wanted)
+        yield (f"built with {len(self.changes) - len(self.alone) - len(self.no_program)} changes in it, "
+               f"{time.monotonic() - begun:.0f} s; {len(self.no_program)} do not compile, "
+               f"{len(self.alone)} need builds of their own")
         for name in wanted:
-            run = self.workshop.test(name)
+            (self.workshop.copy / _REACHED).write_bytes(bytes(max(self.changes) + 1))
+            run = self.workshop.test([name], environment={
+                "ZELMOR_MUTANTS_REACHED": str(self.workshop.place / _REACHED)})
             if run.code != 0:
                 raise UnchangedFails(f"{name} fails without any change:\n{_tail(run)}")
             self.limits[name] = 5 * run.seconds + slack
-            yield f"{name} passes, {run.seconds:.0f} s"
+            self.reached[name] = frozenset(
+                number for number, seen in enumerate((self.workshop.copy / _REACHED).read_bytes()) if seen)
+            yield f"{name} passes, {run.seconds:.0f} s, {len(self.reached[name])} changes reached"
 
-    def judge(self, change: Change) -> Verdict:
-        """Tries one change. The build that follows takes the source back to what it was."""
-        source = self.workshop.copy / change.path
-        before = source.read_text()
+    def judge(self, number: int) -> Verdict:
+        """Tries one change."""
+        change = self.changes[number]
+        begun = time.monotonic()
+        if number in self.no_program:
+            verdict = Verdict(change, Outcome.NO_PROGRAM, "the compiler", 0)
+        elif number in self.alone:
+            verdict = self._judge_alone(change)
+        else:
+            names = [name for name in reaching(change.path, self.table) if number in self.reached[name]]
+            verdict = self._test(change, names, {"ZELMOR_MUTANT": str(number)})
+        if verdict.outcome is Outcome.SURVIVED:
+            source = self.sources[change.path]
+            if self.equivalents.reason(change, source) is not None:
+                verdict = replace(verdict, outcome=Outcome.EQUIVALENT)
+            elif change.path.endswith(".cpp"):
+                # A header is compiled with each source that includes it; that takes too long.
+                objects = self.workshop.objects_of(change.path, source)
+                if objects and self.workshop.objects_of(change.path, change.apply(source)) == objects:
+                    verdict = replace(verdict, outcome=Outcome.SAME_CODE, by="the compiler")
+        return replace(verdict, seconds=time.monotonic() - begun)
+
+    def judge_by_others(self, number: int) -> Verdict:
+        """Tries a change by the tests that reach it and are not named for its source."""
+        change = self.changes[number]
+        names = [name for name in self.reached
+                 if number in self.reached[name] and name not in reaching(change.path, self.table)]
+        return self._test(change, names, {"ZELMOR_MUTANT": str(number)})
+
+    def _test(self, change: Change, names: Sequence[str], environment: Mapping[str, str]) -> Verdict:
+        for group in _runs(names):
+            run = self.workshop.test(group, sum(self.limits[name] for name in group), environment)
+            if run.code is None:
+                return Verdict(change, Outcome.HANGS, " ".join(group), 0)
+            if run.code != 0:
+                return Verdict(change, Outcome.NOTICED, first_failure(group, run), 0)
+        by = f"{len(names)} groups of tests pass" if names else "no test reaches it"
+        return Verdict(change, Outcome.SURVIVED, by, 0)
+
+    def _judge_alone(self, change: Change) -> Verdict:
+        """Builds the one change. The build that follows takes the source back."""
+        source, text = self.workshop.copy / change.path, self.sources[change.path]
         tests = reaching(change.path, self.table)
         try:
-            source.write_text(change.apply(before))
-            return self._judge_written(change, tests)
-        finally:
-            source.write_text(before)
-
-    def _judge_written(self, change: Change, tests: Sequence[str]) -> Verdict:
-        run = self.workshop.build(tests, _BUILD_LIMIT, changed=True)
-        seconds = run.seconds
-        if run.code != 0:
-            if _LISTING_FAILED in run.output:
-                return Verdict(change, Outcome.NOTICED, "the list of the unit tests", seconds)
-            return Verdict(change, Outcome.NO_PROGRAM, "the compiler", seconds)
-        if self.workshop.same_objects():
-            return Verdict(change, Outcome.SAME_CODE, "the compiler", seconds)
-        for name in tests:
-            run = self.workshop.test(name, self.limits[name])
-            seconds += run.seconds
-            if run.code is None:
-                return Verdict(change, Outcome.HANGS, name, seconds)
+            source.write_text(change.apply(text))
+            run = self.workshop.build(tests, _BUILD_LIMIT, alone=True)
             if run.code != 0:
-                return Verdict(change, Outcome.NOTICED, first_failure(name, run), seconds)
-        return Verdict(change, Outcome.SURVIVED, f"{len(tests)} groups of tests pass", seconds)
+                if _LISTING_FAILED in run.output:
+                    return Verdict(change, Outcome.NOTICED, "the list of the unit tests", 0)
+                return Verdict(change, Outcome.NO_PROGRAM, "the compiler", 0)
+            return self._test(change, tests, {})
+        finally:
+            source.write_text(self._schemas[change.path].text)
+
+    def _write(self) -> None:
+        """Brings all changes into the copy that can be there together."""
+        for path, text in self.sources.items():
+            made = schema(text, {number: change for number, change in self.changes.items()
+                                 if change.path == path and number not in self.no_program | self.alone})
+            self.alone |= made.alone
+            self._schemas[path] = made
+            file = self.workshop.copy / path
+            if file.read_text() != made.text:
+                file.write_text(made.text)
+
+    def _leave_out(self, run: Run) -> bool:
+        """Takes out the changes that the compiler complains of; false where there are none."""
+        lines = [line for line in run.output.splitlines() if "[-Werror=" not in line]
+        errors = [line for line in lines if ": error: " in line]
+        for told in (errors, lines):
+            places = [(match[1], int(match[2])) for line in told
+                      for match in re.finditer(r"([\w./-]+):(\d+):\d+", line)]
+            # What does not compile within a function would not do so alone either.
+            blamed = {number: self.no_program if number in made.in_functions else self.alone
+                      for path, made in self._schemas.items() for place, line in places
+                      if f"/{place}".endswith(f"/{path}")
+                      for number, (first, last) in made.lines.items() if first <= line <= last}
+            for number, group in blamed.items():
+                group.add(number)
+            if blamed:
+                return True
+        return False
 
 
 def summary(verdicts: Sequence[Verdict]) -> list[str]:
@@ -123,46 +208,63 @@ def summary(verdicts: Sequence[Verdict]) -> list[str]:
     rows = [(part, [verdict for verdict in verdicts if part_of(verdict.change.path) == part])
             for part in dict.fromkeys(part_of(verdict.change.path) for verdict in verdicts)]
     lines = [f"{'':16}{'changes':>9}{'no program':>12}{'same code':>11}{'noticed':>9}{'survived':>10}{'share':>8}"]
+    bridge = [verdict for verdict in verdicts if part_of(verdict.change.path) != RUNTIME]
+    if len(rows) > 2 and len(bridge) < len(verdicts):
+        rows.append(("the bridge", bridge))
     for name, row in [*rows, ("all", list(verdicts))]:
         counts = {outcome: sum(verdict.outcome is outcome for verdict in row) for outcome in Outcome}
         noticed = counts[Outcome.NOTICED] + counts[Outcome.HANGS]
         judged = noticed + counts[Outcome.SURVIVED]
         share = f"{100 * noticed / judged:.0f} %" if judged else "-"
         lines.append(f"{name:16}{len(row):9}{counts[Outcome.NO_PROGRAM]:12}{counts[Outcome.SAME_CODE]:11}"
+                     f"{counts[Outcome.EQUIVALENT]:12}"
                      f"{noticed:9}{counts[Outcome.SURVIVED]:10}{share:>8}")
     return lines
 
 
-def survivors_text(verdicts: Sequence[Verdict], workshop: Workshop, table: list[Reach]) -> str:
+def survivors_text(verdicts: Sequence[Verdict], trial: Trial) -> str:
     """The changes that no test noticed: where, what, and by which tests."""
     parts = []
     for verdict in verdicts:
         if verdict.outcome is Outcome.SURVIVED:
-            source = (workshop.copy / verdict.change.path).read_text()
-            tests = "\n".join(f"    {name}" for name in reaching(verdict.change.path, table))
-            parts.append(f"{verdict.change.describe(source)}\n{verdict.change.diff(source)}not noticed by\n{tests}\n")
+            source = trial.sources[verdict.change.path]
+            tests = "\n".join(f"    {name}" for name in reaching(verdict.change.path, trial.table))
+            parts.append(f"{verdict.change.describe(source)} ({verdict.by})\n{verdict.change.diff(source)}"
+                         f"not noticed by\n{tests}\n")
     return "\n".join(parts)
 
 
-def try_all(trial: Trial, changes: Sequence[Change], survivors: Path, slack: float = 60.0) -> int:
-    """Tries the changes and tells of each, writes the list of survivors, and gives the exit code of the command."""
+def try_all(trial: Trial, survivors: Path, slack: float = 60.0, seconds: float = float("inf")) -> int:
+    """Tries the changes, or as many as the time is enough for, and tells of each; writes the list of survivors, and
+    gives the exit code of the command."""
+    end = time.monotonic() + seconds
     try:
-        for line in trial.check_unchanged(changes, slack):
+        for line in trial.prepare(slack):
             print(line, flush=True)
     except UnchangedFails as failure:
         print(failure, file=sys.stderr)
         return 1
-    verdicts: list[Verdict] = []
+    verdicts: dict[int, Verdict] = {}
     survivors.write_text("")
-    for number, change in enumerate(changes, 1):
-        text = change.describe((trial.workshop.copy / change.path).read_text())
-        verdict = trial.judge(change)
-        verdicts.append(verdict)
-        print(f"[{number}/{len(changes)}] {verdict.outcome.value}: {text} ({verdict.by}, {verdict.seconds:.0f} s)",
-              flush=True)
+
+    def tell(number: int, verdict: Verdict) -> None:
+        verdicts[number] = verdict
+        text = verdict.change.describe(trial.sources[verdict.change.path])
+        print(f"[{number}/{len(trial.changes)}] {verdict.outcome.value}: {text} ({verdict.by}, "
+              f"{verdict.seconds:.0f} s)", flush=True)
         # After each change, so that a run which is broken off has told what it knows.
-        survivors.write_text(survivors_text(verdicts, trial.workshop, trial.table))
-    print("\n".join(summary(verdicts)))
-    if any(verdict.outcome is Outcome.SURVIVED for verdict in verdicts):
+        survivors.write_text(survivors_text(list(verdicts.values()), trial))
+
+    # Those with a build of their own come last.
+    for number in sorted(trial.changes, key=lambda number: (number in trial.alone, number)):
+        if time.monotonic() < end:
+            tell(number, trial.judge(number))
+    for number, verdict in list(verdicts.items()):
+        if verdict.outcome is Outcome.SURVIVED and number not in trial.alone and time.monotonic() < end:
+            again = trial.judge_by_others(number)
+            if again.outcome is not Outcome.SURVIVED:
+                tell(number, replace(again, by=f"{again.by}, which the map does not name"))
+    print("\n".join(summary(list(verdicts.values()))))
+    if any(verdict.outcome is Outcome.SURVIVED for verdict in verdicts.values()):
         print(f"the survivors: {survivors}")
     return 0

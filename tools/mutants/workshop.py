@@ -8,8 +8,10 @@ from __future__ import annotations
 
 import fcntl
 import hashlib
+import json
 import os
 import resource
+import shlex
 import shutil
 import signal
 import subprocess
@@ -35,10 +37,12 @@ class Commands:
 
     configure: Callable[[Path], list[str]]  # for a tree that lies there; only while there is no build tree
     build: Callable[[Sequence[str]], list[str]]  # whatever these tests need
-    test: Callable[[Path, str], list[str]]
+    test: Callable[[Path, Sequence[str]], list[str]]  # one folder of unit tests, or files of tests in Python
+    # How a source becomes objects, one at a time: for the copy, the path of the source and that of the object.
+    compile: Callable[[Path, str, Path], list[list[str]]] = lambda copy, source, target: []
     environment: Mapping[str, str] = field(default_factory=dict)
-    # Besides, while a source is changed.
-    changed_environment: Mapping[str, str] = field(default_factory=dict)
+    # Besides, while a source has one change alone.
+    alone_environment: Mapping[str, str] = field(default_factory=dict)
 
 
 @dataclass(frozen=True)
@@ -82,7 +86,6 @@ class Workshop:
         self.commands = commands
         self.copy.mkdir(parents=True, exist_ok=True)
         self._front = _in_place(self.tree, self.copy)
-        self._objects: dict[Path, tuple[int, str]] = {}
 
     @property
     def place(self) -> Path:
@@ -125,31 +128,26 @@ class Workshop:
             mark.write_text(str(self.place))
         return run
 
-    def build(self, tests: Sequence[str], limit: float | None = None, changed: bool = False) -> Run:
-        return self.run(self.commands.build(tests), limit, self.commands.changed_environment if changed else {})
+    def build(self, tests: Sequence[str], limit: float | None = None, alone: bool = False) -> Run:
+        return self.run(self.commands.build(tests), limit, self.commands.alone_environment if alone else {})
 
-    def test(self, name: str, limit: float | None = None) -> Run:
-        return self.run(self.commands.test(self.place, name), limit, memory=_MEMORY)
+    def test(self, names: Sequence[str], limit: float | None = None,
+             environment: Mapping[str, str] | None = None) -> Run:
+        return self.run(self.commands.test(self.place, names), limit, environment, memory=_MEMORY)
 
-    def same_objects(self) -> bool:
-        """Whether the object files are what they were when `remember_objects` was called: the change changes nothing.
-
-        Without any object file that cannot be told.
-        """
-        files = self._object_files()
-        return bool(files) and files.keys() == self._objects.keys() and all(
-            stamp == self._objects[file][0] or self._digest(file) == self._objects[file][1]
-            for file, stamp in files.items())
-
-    def remember_objects(self) -> None:
-        self._objects = {file: (stamp, self._digest(file)) for file, stamp in self._object_files().items()}
-
-    def _object_files(self) -> dict[Path, int]:
-        return {file: file.stat().st_mtime_ns for file in (self.copy / BUILD).rglob("*.o")}
-
-    @staticmethod
-    def _digest(file: Path) -> str:
-        return hashlib.sha256(file.read_bytes()).hexdigest()
+    def objects_of(self, source: str, text: str) -> list[bytes | None]:
+        """The objects that a source would become with this text, none where it does not compile."""
+        file, target = self.copy / source, Path(BUILD) / "object"
+        before = file.read_text()
+        found: list[bytes | None] = []
+        try:
+            file.write_text(text)
+            for command in self.commands.compile(self.copy, source, self.place / target):
+                run = self.run(command, environment=self.commands.alone_environment)
+                found.append(hashlib.sha256((self.copy / target).read_bytes()).digest() if run.code == 0 else None)
+        finally:
+            file.write_text(before)
+        return found
 
     def run(self, command: list[str], limit: float | None = None, environment: Mapping[str, str] | None = None,
             memory: int | None = None) -> Run:
@@ -195,13 +193,22 @@ def project_commands(jobs: int, launcher: str) -> Commands:
     def build(tests: Sequence[str]) -> list[str]:
         folders = sorted({f"{name}/all" for name in tests if not name.endswith(".py")})
         return ["cmake", "--build", BUILD, "-j", str(jobs), "--target", "product", "test-runtime", "tests/native/all",
-                *folders]
+                *folders, "--", "-k", "0"]
 
-    def test(place: Path, name: str) -> list[str]:
-        if not name.endswith(".py"):
-            return ["ctest", "--test-dir", f"{BUILD}/{name}", "--output-on-failure", "--stop-on-failure",
+    def test(place: Path, names: Sequence[str]) -> list[str]:
+        if not names[0].endswith(".py"):
+            return ["ctest", "--test-dir", f"{BUILD}/{names[0]}", "--output-on-failure", "--stop-on-failure",
                     "--no-tests=error", "-j", str(jobs)]
         return ["env", f"PYTHONPATH={place / BUILD / 'python'}", f"ZELMOR_BUILD_DIR={place / BUILD}", sys.executable,
-                "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", *(["-n", str(jobs)] if jobs > 1 else []), name]
+                "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", *(["-n", str(jobs)] if jobs > 1 else []), *names]
 
-    return Commands(configure, build, test, {"PYTHONDONTWRITEBYTECODE": "1"}, {"CCACHE_READONLY": "1"})
+    def compile(copy: Path, source: str, target: Path) -> list[list[str]]:
+        commands = []
+        for entry in json.loads((copy / BUILD / "compile_commands.json").read_text()):
+            words = shlex.split(entry["command"])
+            if Path(entry["file"]).as_posix().endswith(f"/{source}"):
+                words[words.index("-o") + 1] = str(target)
+                commands.append(["env", "-C", entry["directory"], *words])
+        return commands
+
+    return Commands(configure, build, test, compile, {"PYTHONDONTWRITEBYTECODE": "1"}, {"CCACHE_READONLY": "1"})
