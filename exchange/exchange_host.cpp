@@ -1,6 +1,8 @@
 // Binding of the service channel to the managed class behind it.
 #include "exchange/exchange_host.h"
 
+#include <cassert>
+
 #include "exchange/missing_method.h"
 #include "exchange/wire/entry_points.h"
 #include "host/host_environment.h"
@@ -16,6 +18,7 @@ bool ExchangeHost::bind(const HostEnvironment& environment, const char* method, 
 }
 
 bool ExchangeHost::initialize(const char* assembly) {
+    assert(assembly != nullptr);
     m_assembly_name = assembly;
     const HostEnvironment& env = HostEnvironment::instance(nullptr, false, nullptr, nullptr, nullptr, nullptr);
     const auto& names = kExchangeHostEntryPoints;
@@ -32,6 +35,7 @@ bool ExchangeHost::initialize(const char* assembly) {
 }
 
 bool ExchangeHost::set_method_ptr(const HostEnvironment& environment, const char* method, void** slot) {
+    assert(m_assembly_name != nullptr && method != nullptr && slot != nullptr);
     const int status = environment.try_create_delegate(m_assembly_name, kExchangeHostType, method, slot);
     if (status == 0) {
         return true;

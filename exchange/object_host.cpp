@@ -1,6 +1,8 @@
 // Binding of the object services to the managed class behind them.
 #include "exchange/object_host.h"
 
+#include <cassert>
+
 #include "exchange/exchange_host.h"
 #include "exchange/missing_method.h"
 #include "exchange/wire/entry_points.h"
@@ -19,8 +21,7 @@ bool ObjectHost::bind(const HostEnvironment& environment, const char* method, De
 ObjectHost::ObjectHost() : m_assembly_name(ExchangeHost::get_instance().get_assembly_name()) {
     const HostEnvironment& env = HostEnvironment::instance(nullptr, false, nullptr, nullptr, nullptr, nullptr);
     const auto& names = kObjectHostEntryPoints;
-    // Stops at the first that is missing: the slots behind it stay empty, and nobody reaches them, since the import
-    // fails.
+    // Stops at the first that is missing. The slots behind it stay empty and are never called, since the import fails.
     const bool all_bound = bind(env, names[0], m_to_string_of_obj) && bind(env, names[1], m_to_string_of_stc) &&
                            bind(env, names[2], m_get_hash_code_of_obj) && bind(env, names[3], m_get_hash_code_of_stc) &&
                            bind(env, names[4], m_equals_of_obj) && bind(env, names[5], m_equals_of_stc) &&
@@ -31,6 +32,7 @@ ObjectHost::ObjectHost() : m_assembly_name(ExchangeHost::get_instance().get_asse
 }
 
 bool ObjectHost::set_method_ptr(const HostEnvironment& environment, const char* method, void** slot) {
+    assert(m_assembly_name != nullptr && method != nullptr && slot != nullptr);
     const int status = environment.try_create_delegate(m_assembly_name, kObjectHostType, method, slot);
     if (status == 0) {
         return true;

@@ -31,11 +31,6 @@ int raise_invalid_state(const PyHostState& state) {
     return 1;
 }
 
-int refuse_value(const char* what, PyObject* value) {
-    PyErr_Format(PyExc_TypeError, "can't build %s value from '%s'", what, Py_TYPE(value)->tp_name);
-    return 0;
-}
-
 int accept_assignable(bool assignable, const char* what, PyObject* value) {
     if (PyErr_Occurred() != nullptr) {
         return 0;

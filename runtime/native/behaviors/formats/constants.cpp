@@ -1,4 +1,5 @@
 // The constants of formats, as these publish them, and of this library.
+#include "generated/product_version.h"
 #include "runtime/native/core/defaults.h"
 
 namespace zelmor::embed {
@@ -66,11 +67,11 @@ constexpr DefaultValue kConstants[] = {
 
     {kMasking, "BackgroundObjectNumber", 0},
 
-    {kVersion, "AssemblyVersion", "23.6.0.0"},
-    {kVersion, "FileVersion", "23.6.0.0"},
+    {kVersion, "AssemblyVersion", zelmor::kProductVersion},
+    {kVersion, "FileVersion", zelmor::kProductVersion},
     {kVersion, "Product", "Zelmor.Imaging"},
-    {kVersion, "ProductMajor", 23},
-    {kVersion, "ProductMinor", 6},
+    {kVersion, "ProductMajor", zelmor::kProductMajor},
+    {kVersion, "ProductMinor", zelmor::kProductMinor},
     {kVersion, "ReleaseDate", "2023.06.01"},
 };
 const DefaultTable table(kConstants);
