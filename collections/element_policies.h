@@ -14,10 +14,10 @@
 
 #include <cstdint>
 
+#include "collections/element_access.h"
 #include "convert/bytes.h"
 #include "convert/scalars.h"
 #include "convert/strings.h"
-#include "convert/variant.h"
 #include "exchange/records.h"
 #include "pyshell/class_recipe.h"
 #include "pyshell/python.h"
@@ -97,10 +97,7 @@ struct VariantElement {
     using Arg = const VariantArg*;
     using Out = PyObject*;
     static constexpr bool kTrails = false;
-    // A classification can give a tag and still leave an error pending: that counts as a failure.
-    static bool read(PyObject* value, Slot& slot) {
-        return fn_conv_py_variant_to_clr_variant(value, &slot) == 1 && PyErr_Occurred() == nullptr;
-    }
+    static bool read(PyObject* value, Slot& slot) { return read_variant_element(value, &slot); }
     static Arg pass(Slot& slot) { return &slot; }
     static PyObject* show(Out& out) { return none_if_null(out); }
 };

@@ -65,6 +65,16 @@ UtcOffset get_utc_offset(PyObject* object) {
     return result;
 }
 
+// The same for an object that has to have an offset; `kind` is its name in the refusal.
+UtcOffset require_utc_offset(PyObject* object, const char* kind) {
+    const UtcOffset offset = get_utc_offset(object);
+    if (!offset.failed && !offset.has_offset) {
+        PyErr_Format(PyExc_ValueError, "The tzinfo property of a given %s should not be None", kind);
+        return {.failed = true};
+    }
+    return offset;
+}
+
 // A new timedelta of that many ticks. The capsule has to be imported.
 PyObject* make_timedelta(long ticks) {
     assert(PyDateTimeAPI != nullptr);
@@ -173,12 +183,8 @@ int fn_conv_py_datetime_to_clr_datetimeoffset(PyObject* object, long* out) {
 }
 
 int fn_conv_py_datetime_ex_to_clr_datetimeoffset(PyObject* object, long* out) {
-    const UtcOffset offset = get_utc_offset(object);
+    const UtcOffset offset = require_utc_offset(object, "datetime");
     if (offset.failed) {
-        return 0;
-    }
-    if (!offset.has_offset) {
-        PyErr_SetString(PyExc_ValueError, "The tzinfo property of a given datetime should not be None");
         return 0;
     }
     DateTimeArgBuilder builder;
@@ -188,12 +194,8 @@ int fn_conv_py_datetime_ex_to_clr_datetimeoffset(PyObject* object, long* out) {
 }
 
 int fn_conv_py_time_to_clr_datetimeoffset(PyObject* object, long* out) {
-    const UtcOffset offset = get_utc_offset(object);
+    const UtcOffset offset = require_utc_offset(object, "time");
     if (offset.failed) {
-        return 0;
-    }
-    if (!offset.has_offset) {
-        PyErr_SetString(PyExc_ValueError, "The tzinfo property of a given time should not be None");
         return 0;
     }
     DateTimeArgBuilder builder;

@@ -113,7 +113,7 @@ class PyInterimArgBuilder {
 static_assert(sizeof(PyInterimArgBuilder) == 16);
 
 // The Python objects of a call's out values, until each has been put into its list. All slots are filled first.
-// `operator++` marks the next object as handed over, and the destructor drops those that were not handed over.
+// `operator++` marks the next object as handed over, if there is one, and the destructor drops the others.
 template <size_t N>
 class PyTrPyObjStack {
  public:
@@ -131,7 +131,6 @@ class PyTrPyObjStack {
         return m_slots[index];
     }
     PyTrPyObjStack& operator++() {
-        assert(m_handed_over < N);
         ++m_handed_over;
         return *this;
     }

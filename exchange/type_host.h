@@ -14,7 +14,8 @@ class HostEnvironment;
 
 namespace zelmor {
 
-// Binds one entry point of `managed_class`; on failure fills `error` with the missing-method message.
+// Binds one entry point of `managed_class`, also for the two service hosts; on failure fills `error` with the
+// missing-method message.
 bool bind_type_delegate(const HostEnvironment& environment, const char* assembly, const char* managed_class,
                         const char* method, void** slot, std::string& error);
 
