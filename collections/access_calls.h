@@ -1,9 +1,10 @@
 // Makes the table of a collection type (sequence_access.h) from its host's thunks and its element's policy.
 //
-// A calls policy gives the thunks one set of names: the hosts differ in theirs, and some kinds are driven through two
-// hosts.
+// A calls policy gives the thunks of all hosts the same names. It also joins the two hosts that some kinds need.
 #ifndef ZELMOR_COLLECTIONS_ACCESS_CALLS_H
 #define ZELMOR_COLLECTIONS_ACCESS_CALLS_H
+
+#include <cassert>
 
 #include "collections/element_policies.h"
 #include "collections/hosts.h"
@@ -12,7 +13,7 @@
 
 namespace zelmor {
 
-// A kind that is driven through one host.
+// The calls of a kind with one host.
 template <class Host>
 struct HostCalls {
     static const Host& host() { return Host::get_instance(); }
@@ -60,7 +61,7 @@ struct InteropIListCalls : HostCalls<PyHost_ph_IList> {
     static void remove_run(void* h, int start, int count, int step) { host().mp_remove_items(h, start, count, step); }
 };
 
-// A typed `IList`, which inherits on the managed side what its collection host serves.
+// A typed `IList`: on the managed side it inherits the members that the host of its collection serves.
 template <class ListHost, class ColHost>
 struct TypedIListCalls : HostCalls<ListHost> {
     static int length(void* h) { return ColHost::get_instance().sq_length(h); }
@@ -77,7 +78,8 @@ struct AccessCalls {
     using Out = typename Element::Out;
 
     static int deliver(int status, Out& element, PyObject** out) {
-        if (status != kDelivered || PyErr_Occurred()) {
+        assert(out != nullptr);
+        if (status != kDelivered || PyErr_Occurred() != nullptr) {
             return status;
         }
         *out = Element::show(element);
@@ -91,7 +93,7 @@ struct AccessCalls {
     }
     static PyObject* get_item_unchecked(void* handle, int index) {
         Out element = Calls::get_item_unchecked(handle, index);
-        return PyErr_Occurred() ? nullptr : Element::show(element);
+        return PyErr_Occurred() != nullptr ? nullptr : Element::show(element);
     }
     static int set_item(void* handle, int index, PyObject* value) {
         Slot slot{};
@@ -103,7 +105,7 @@ struct AccessCalls {
             return false;
         }
         Calls::set_item_unchecked(handle, index, Element::pass(slot));
-        return !PyErr_Occurred();
+        return PyErr_Occurred() == nullptr;
     }
 
     static int read_argument(PyObject* value, void* slot) { return Element::read(value, *static_cast<Slot*>(slot)); }
@@ -118,7 +120,7 @@ struct AccessCalls {
         const Py_ssize_t given = PyTuple_GET_SIZE(args);
         *out = Calls::index_by(handle, given >= 2, to_wire_index(start), given >= 3, to_wire_index(stop),
                                Element::pass(slot));
-        return !PyErr_Occurred();
+        return PyErr_Occurred() == nullptr;
     }
     static bool contains(void* handle, PyObject* value, int* out) {
         Slot slot{};
@@ -126,7 +128,7 @@ struct AccessCalls {
             return false;
         }
         *out = Calls::contains(handle, Element::pass(slot));
-        return !PyErr_Occurred();
+        return PyErr_Occurred() == nullptr;
     }
     static bool count_of(void* handle, PyObject* value, int* out) {
         Slot slot{};
@@ -134,7 +136,7 @@ struct AccessCalls {
             return false;
         }
         *out = Calls::count_of(handle, Element::pass(slot));
-        return !PyErr_Occurred();
+        return PyErr_Occurred() == nullptr;
     }
 
     static bool add(void* handle, PyObject* value) {
@@ -143,7 +145,7 @@ struct AccessCalls {
             return false;
         }
         Calls::add(handle, Element::pass(slot));
-        return !PyErr_Occurred();
+        return PyErr_Occurred() == nullptr;
     }
     static bool insert(void* handle, PyObject* args) {
         Slot slot{};
@@ -152,7 +154,7 @@ struct AccessCalls {
             return false;
         }
         Calls::insert(handle, to_wire_index(index), Element::pass(slot));
-        return !PyErr_Occurred();
+        return PyErr_Occurred() == nullptr;
     }
     static bool remove(void* handle, PyObject* value, int* found) {
         Slot slot{};
@@ -160,7 +162,7 @@ struct AccessCalls {
             return false;
         }
         *found = Calls::remove(handle, Element::pass(slot));
-        return !PyErr_Occurred();
+        return PyErr_Occurred() == nullptr;
     }
     static int pop(void* handle, int has_index, int index, PyObject** out) {
         Out element{};
@@ -169,7 +171,7 @@ struct AccessCalls {
     }
 };
 
-// A kind that is counted and searched only, and walked by its iterator.
+// A kind that can be counted, searched and iterated, but has no index.
 template <class Calls, class Element>
 constexpr SequenceAccess collection_access() {
     using Access = AccessCalls<Calls, Element>;
@@ -196,7 +198,7 @@ constexpr SequenceAccess array_access() {
     return access;
 }
 
-// A kind that grows, known by its interface.
+// A kind that grows and is an interface.
 template <class Calls, class Element>
 constexpr SequenceAccess list_interface_access() {
     using Access = AccessCalls<Calls, Element>;
@@ -213,7 +215,7 @@ constexpr SequenceAccess list_interface_access() {
     return access;
 }
 
-// A growing kind that is a class: room can be made, and a deleted run of neighbors is named from its lowest index.
+// A kind that grows and is a class: its capacity can be set, and a run of neighbors is deleted from its lowest index.
 template <class Calls, class Element>
 constexpr SequenceAccess list_access() {
     SequenceAccess access = list_interface_access<Calls, Element>();

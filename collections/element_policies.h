@@ -1,22 +1,23 @@
-// How one element crosses, by the class of its type: what every collection algorithm is instantiated over.
+// How one element crosses the boundary, by the kind of its type. Every collection algorithm is a template over such a
+// policy.
 //
 // An element policy has
-//   Slot    what a converter fills from a Python value, starting out empty
+//   Slot    the empty record that a converter fills from a Python value
 //   Arg     what a delegate takes
 //   Out     what an accessor delivers through a pointer
 //   read    Python value to slot; false with a Python error set
 //   pass    slot to argument
 //   show    delivered element to a new Python reference
-//   kTrails whether an unchecked read, which returns its element, delivers it through a trailing pointer all the same
+//   kTrails whether an unchecked read delivers its element through a trailing pointer, instead of returning it
 #ifndef ZELMOR_COLLECTIONS_ELEMENT_POLICIES_H
 #define ZELMOR_COLLECTIONS_ELEMENT_POLICIES_H
 
 #include <cstdint>
 
+#include "collections/element_access.h"
 #include "convert/bytes.h"
 #include "convert/scalars.h"
 #include "convert/strings.h"
-#include "convert/variant.h"
 #include "exchange/records.h"
 #include "pyshell/class_recipe.h"
 #include "pyshell/python.h"
@@ -96,10 +97,7 @@ struct VariantElement {
     using Arg = const VariantArg*;
     using Out = PyObject*;
     static constexpr bool kTrails = false;
-    // A classification can leave an error pending with the tag that it settled on.
-    static bool read(PyObject* value, Slot& slot) {
-        return fn_conv_py_variant_to_clr_variant(value, &slot) == 1 && !PyErr_Occurred();
-    }
+    static bool read(PyObject* value, Slot& slot) { return read_variant_element(value, &slot); }
     static Arg pass(Slot& slot) { return &slot; }
     static PyObject* show(Out& out) { return none_if_null(out); }
 };

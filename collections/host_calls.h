@@ -1,4 +1,4 @@
-// What the hosts of collections have in common: the calls of an array and of a growing list, for any element.
+// The calls that the hosts of collections share: those of an array and of a growing list, for any element.
 //
 // Each group is a table of delegates in binding order and a host with the thunks over it. The interop hosts and the
 // typed hosts put their casts behind the same groups.
@@ -142,7 +142,7 @@ class ItemsHost : public CollectionHost<Host, Delegates> {
     const auto& calls() const { return this->m_delegates.calls; }
 };
 
-// Those of a kind that is counted and searched by the same host.
+// The thunks of a kind whose items, count and search are served by one host.
 template <class Host, class Delegates, class Element>
 class ArrayHost : public ItemsHost<Host, Delegates, Element> {
  public:
@@ -152,7 +152,7 @@ class ArrayHost : public ItemsHost<Host, Delegates, Element> {
     int sq_contains(void* handle, Arg value) const { return this->calls().sq_contains(handle, value); }
 };
 
-// Those of a kind that grows, over the host of its items.
+// The thunks of a kind that grows, on top of the host of its items.
 template <class Items>
 class GrowingHost : public Items {
  public:

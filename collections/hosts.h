@@ -1,8 +1,8 @@
 // The type hosts behind the interop wrappers: which entry points each managed class has, and their signatures.
 //
-// Names and binding order are the managed classes' own, the two spellings of the unchecked item setter included. The
-// factories from Python collections are bound because a class without them is not the right one; nothing here calls
-// them.
+// The names and the binding order are those of the managed classes, including the two spellings of the unchecked item
+// setter. The factories from Python collections are bound as a check that this is the right class; they are never
+// called.
 #ifndef ZELMOR_COLLECTIONS_HOSTS_H
 #define ZELMOR_COLLECTIONS_HOSTS_H
 
@@ -14,7 +14,7 @@
 
 namespace zelmor {
 
-// The cast services of an interface: any managed instance may implement it, so that they take a tagged handle.
+// The cast services of an interface. They take a tagged handle, since a class or a struct can implement it.
 struct InterfaceCasts {
     int (*is_assignable)(const VariantArg*);
     int (*type_of)(void**);

@@ -1,6 +1,6 @@
 // Validity, guards, construction and the private members of the interop wrappers.
 //
-// The functions of a kind differ in the kind alone; they carry its name so that they can be told apart in a debugger.
+// The functions of the kinds are alike. Each has the name of its kind, so that a debugger shows which one runs.
 #include "collections/interop_members.h"
 
 #include "collections/cast_members.h"
@@ -42,10 +42,10 @@ PyObject* wrpPye_bltp_idisposable_enter(PyObject* self, PyObject*) {
     return Py_NewRef(self);
 }
 
-// Whatever the body raised goes on: the arguments are not looked at.
+// An exception of the body is not suppressed; the arguments that describe it are ignored.
 PyObject* wrpPye_bltp_idisposable_exit(PyObject* self, PyObject*) {
     ObjectHost::get_instance().dispose(zelmor::handle_of(self));
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     Py_RETURN_NONE;

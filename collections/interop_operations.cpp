@@ -116,7 +116,7 @@ PyObject* wrpPye_bltp_iter_iter(PyObject* self) {
 PyObject* wrpPye_bltp_iter_iternext(PyObject* self) {
     PyObject* element = nullptr;
     const int status = PyHost_ph_Iter::get_instance().move_next(zelmor::handle_of(self), &element);
-    if (status != zelmor::kDelivered || PyErr_Occurred()) {
+    if (status != zelmor::kDelivered || PyErr_Occurred() != nullptr) {
         return zelmor::sequence_no_next(status);
     }
     return zelmor::VariantElement::show(element);

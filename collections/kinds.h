@@ -1,5 +1,4 @@
-// The kinds of interop wrapper: which host each is driven by, which further hosts must be valid, which Python type
-// shows it.
+// The kinds of interop wrapper: the host of each, the other hosts that must be valid for it, and its Python type.
 #ifndef ZELMOR_COLLECTIONS_KINDS_H
 #define ZELMOR_COLLECTIONS_KINDS_H
 

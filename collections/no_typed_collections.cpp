@@ -1,7 +1,7 @@
-// What stands for the typed collections in a module that has none: no types, and callbacks that say so.
+// The typed collections of a module that has none: an empty list of types, and callbacks that refuse.
 //
-// A module whose catalogue has typed collections defines all of this itself, and the linker then leaves this file in
-// the library. It therefore holds these definitions and nothing else.
+// A module whose catalogue has typed collections defines all of this itself; the linker then does not take this file
+// from the library. For that to work, the file holds these definitions and nothing else.
 #include "collections/typed_types.h"
 #include "exchange/callbacks.h"
 

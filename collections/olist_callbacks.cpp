@@ -1,7 +1,9 @@
 // Callbacks on a Python list with variant elements.
 //
-// An element that comes in to be stored or looked for belongs to the callback, whatever the outcome. The four
-// operations that go by method name honor a subclass's overrides, the direct ones do not.
+// The callback takes over the reference to an element that is to be stored or searched for, whether it succeeds or
+// fails. The operations that call a method by name use the overrides of a subclass; the direct ones do not.
+#include <cassert>
+
 #include "collections/element_access.h"
 #include "collections/interop.h"
 #include "convert/range_tests.h"
@@ -19,9 +21,10 @@ int fn_clbk_olist_get_item(PyObject* list, int index, VariantArg* out) {
 }
 
 int fn_clbk_olist_set_item(PyObject* list, int index, PyObject* value) {
-    if (PyList_SetItem(list, index, value) < 0 && PyErr_Occurred()) {
-        // Released once by PyList_SetItem and once more here: the managed side hands in two references to be lost
-        // by a store that fails.
+    assert(list != nullptr && value != nullptr);
+    if (PyList_SetItem(list, index, value) < 0 && PyErr_Occurred() != nullptr) {
+        // PyList_SetItem has released one reference, and this releases another: the managed side passes two references,
+        // and a store that fails has to release both.
         const int code = zelmor::failed_access();
         Py_DECREF(value);
         return code;
@@ -30,32 +33,36 @@ int fn_clbk_olist_set_item(PyObject* list, int index, PyObject* value) {
 }
 
 long fn_clbk_olist_add(PyObject* list, PyObject* value) {
+    assert(list != nullptr && value != nullptr);
     PyRef element = PyRef::steal(value);
-    if (PyList_Append(list, value) < 0 && PyErr_Occurred()) {
+    if (PyList_Append(list, value) < 0 && PyErr_Occurred() != nullptr) {
         return -1;
     }
     return PyList_Size(list);
 }
 
 int fn_clbk_olist_insert(PyObject* list, int index, PyObject* value) {
+    assert(list != nullptr && value != nullptr);
     PyRef element = PyRef::steal(value);
-    if (PyList_Insert(list, index, value) < 0 && PyErr_Occurred()) {
+    if (PyList_Insert(list, index, value) < 0 && PyErr_Occurred() != nullptr) {
         return zelmor::failed_access();
     }
     return 0;
 }
 
-// A missing element is a failure here, with its ValueError pending, unlike in the two searches below.
+// A missing element is a failure here, with its ValueError pending. The two searches below report it by their result.
 int fn_clbk_olist_remove(PyObject* list, PyObject* value) {
+    assert(list != nullptr && value != nullptr);
     PyRef element = PyRef::steal(value);
     PyRef result = PyRef::steal(PyObject_CallMethodOneArg(list, PyWrpIdList_Remove, value));
-    return !result && PyErr_Occurred() ? -1 : 0;
+    return !result && PyErr_Occurred() != nullptr ? -1 : 0;
 }
 
 int fn_clbk_olist_contains(PyObject* list, PyObject* value) {
+    assert(list != nullptr && value != nullptr);
     PyRef element = PyRef::steal(value);
     PyRef position = PyRef::steal(PyObject_CallMethodOneArg(list, PyWrpIdList_Index, value));
-    if (position || !PyErr_Occurred()) {
+    if (position || PyErr_Occurred() == nullptr) {
         return 1;
     }
     if (!PyErr_ExceptionMatches(PyExc_ValueError)) {
@@ -66,6 +73,7 @@ int fn_clbk_olist_contains(PyObject* list, PyObject* value) {
 }
 
 int fn_clbk_olist_index_of(PyObject* list, PyObject* value) {
+    assert(list != nullptr && value != nullptr);
     PyRef element = PyRef::steal(value);
     PyRef position = PyRef::steal(PyObject_CallMethodOneArg(list, PyWrpIdList_Index, value));
     if (!position) {
@@ -84,6 +92,7 @@ int fn_clbk_olist_index_of(PyObject* list, PyObject* value) {
 }
 
 void fn_clbk_olist_set_fast_item(PyObject** items, int index, PyObject* value) {
+    assert(items != nullptr && index >= 0);
     items[index] = value;
 }
 

@@ -8,14 +8,14 @@
 namespace zelmor {
 
 struct ClassParameter {
-    const char* what;    // as the refusal names it
-    PyTypeObject* type;  // whose instances and those of its subtypes pass as they are; null where there is none
+    const char* what;    // the name in the refusal
+    PyTypeObject* type;  // accepted without a question, as are its subtypes; null where there is no such type
     int (*guard)();
-    int (*is_assignable)(void* handle);  // asked behind the guard
+    int (*is_assignable)(void* handle);  // called after the guard
 };
 
-// 1 with the record filled, or 0 with TypeError: a wrapper gives its handle, a Python list or sized sequence goes by
-// reference.
+// 1 with the record filled, or 0 with TypeError. A wrapper is passed as its handle, a Python list or a sequence with a
+// length as a reference.
 int convert_class_parameter(PyObject* object, VariantArg* out, const ClassParameter& parameter);
 
 }  // namespace zelmor

@@ -1,8 +1,10 @@
-// The converters of collection parameters: a wrapper gives its handle, a Python collection goes by reference and is
-// read by the managed side through the callbacks while the call runs.
+// The converters of collection parameters: a wrapper is passed as its handle, a Python collection as a reference,
+// through which the managed side reads it by the callbacks while the call runs.
 //
-// The kinds differ in what passes without a managed question, and in the Python shapes that they take. A wrapped
-// object is never taken for a Python collection, even if it behaves like one.
+// The kinds differ in the wrappers that they accept without asking the managed side, and in the shapes of Python
+// collection that they accept. A wrapped object is never treated as a Python collection, even if it behaves like one.
+#include <cassert>
+
 #include "collections/cast_members.h"
 #include "collections/interop.h"
 #include "collections/parameter_steps.h"
@@ -43,7 +45,7 @@ int pass(VariantArg* out, int tag, void* value) {
     return 1;
 }
 
-// The last step: a Python object of a shape that the managed side can read.
+// The last attempt: a Python object of a shape that the managed side can read.
 int convert_shape(PyObject* object, VariantArg* out, const char* what, Shape shape) {
     const int tag = shape(object);
     return tag == kNoShape ? zelmor::refuse_value(what, object) : pass(out, tag, object);
@@ -57,10 +59,11 @@ int convert_class(PyObject* object, VariantArg* out, const char* what) {
                                             }});
 }
 
-// Of an interface: the exact wrapper type and whatever is marked to implement it pass as they are, any other wrapper,
-// a struct included, if the managed side agrees.
+// A parameter of an interface. The wrapper type itself and types that are marked to implement it are accepted as they
+// are; any other wrapper, also of a struct, is accepted if the managed side says that it is assignable.
 template <class Kind>
 int convert_interface(PyObject* object, VariantArg* out, const char* what, Shape shape) {
+    assert(object != nullptr && out != nullptr);
     if (object == Py_None) {
         return pass(out, kHandleObject, nullptr);
     }
@@ -89,8 +92,11 @@ int convert_interface(PyObject* object, VariantArg* out, const char* what, Shape
 
 namespace zelmor {
 
-// The wrapper type and its subtypes pass as they are, any other class wrapper if the managed side agrees.
+// The wrapper type and its subtypes are accepted as they are; any other class wrapper is accepted if the managed side
+// says that it is assignable.
 int convert_class_parameter(PyObject* object, VariantArg* out, const ClassParameter& parameter) {
+    assert(object != nullptr && out != nullptr);
+    assert(parameter.what != nullptr && parameter.guard != nullptr && parameter.is_assignable != nullptr);
     if (object == Py_None) {
         return pass(out, kHandleObject, nullptr);
     }
@@ -132,7 +138,7 @@ int wrpPye_conv_py_to_clr_ilist(PyObject* object, VariantArg* out) {
     return convert_interface<zelmor::IListKind>(object, out, "List", list_or_sequence);
 }
 
-// Speaks of a list as well.
+// Its message names a list as well.
 int wrpPye_conv_py_to_clr_icollection(PyObject* object, VariantArg* out) {
     return convert_interface<zelmor::IColKind>(object, out, "List", sized_iterable);
 }

@@ -1,8 +1,9 @@
 // The operations of a managed collection as a Python sequence, each written once for all kinds and elements.
 //
-// The elements stay on the managed side: no length, index or element is cached, every operation asks again. What
-// builds a new sequence (a slice, `+`, `*`, `copy`) builds a plain Python list. Every function answers as the slot or
-// method that it stands behind does; after each call to the managed side a pending error ends the operation.
+// The elements stay on the managed side: no length, index or element is cached, every operation asks again. An
+// operation that makes a new sequence (a slice, `+`, `*`, `copy`) makes a plain Python list. Every function returns
+// what the slot or method that it implements returns. After each call to the managed side, a pending error ends the
+// operation.
 #ifndef ZELMOR_COLLECTIONS_SEQUENCE_H
 #define ZELMOR_COLLECTIONS_SEQUENCE_H
 
@@ -43,11 +44,11 @@ PyObject* sequence_count(const SequenceAccess& access, PyObject* self, PyObject*
 PyObject* sequence_contains(const SequenceAccess& access, PyObject* self, PyObject* value);
 int sequence_contains_test(const SequenceAccess& access, PyObject* self, PyObject* value);  // `in`
 
-// `iter(x)`: the managed enumerator in a wrapper of the given type, or of its run-time type.
+// `iter(x)`: the managed enumerator in a wrapper of its run-time type, or else of the given type.
 PyObject* sequence_iterate(int (*get_enumerator)(void* handle, PyObjectOutArg* out), PyObject* self,
                            PyTypeObject* iterator);
 
-// `next(it)` behind the call: sets StopIteration for the end; always null.
+// `next(it)` without an element: sets StopIteration at the end of the enumeration; always null.
 PyObject* sequence_no_next(int status);
 
 }  // namespace zelmor

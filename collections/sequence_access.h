@@ -1,9 +1,9 @@
-// What the collection algorithms need to know of one collection type: its calls to the managed side with the elements
-// already converted, and the few points in which the kinds differ.
+// The table of one collection type, which the collection algorithms work with: its calls to the managed side, with
+// Python objects as elements, and the few points in which the kinds differ.
 //
-// The algorithms (sequence.h) are ordinary functions over this table, so that the many typed collections share them;
-// only the calls in it depend on the element. Calls that take a Python value convert it first and answer as if the
-// managed side had failed when it does not convert.
+// The algorithms (sequence.h) are ordinary functions over this table, so that all typed collections share them; only
+// the calls in the table depend on the element. A call that takes a Python value converts it first. If that fails, it
+// returns the same as for a failure of the managed side.
 #ifndef ZELMOR_COLLECTIONS_SEQUENCE_ACCESS_H
 #define ZELMOR_COLLECTIONS_SEQUENCE_ACCESS_H
 
@@ -16,13 +16,13 @@ namespace zelmor {
 enum AccessStatus : int { kDelivered = 0, kAccessFailed = 1, kOutOfRange = 2 };
 // `pop` has a code of its own for a list without elements.
 constexpr int kPopEmpty = 1;
-// A bulk operation was done by the managed side; any other answer leaves it to the caller.
+// The managed side did a bulk operation; after any other answer the caller does it element by element.
 constexpr int kBulkDone = 1;
 
 struct SequenceAccess {
     int (*length)(void* handle);
 
-    // Elements by index. Null in a kind that has no indexed read: it is walked by its iterator.
+    // Elements by index. Null in a kind without an index, which is read by its iterator.
     int (*get_item)(void* handle, int index, PyObject** out);
     PyObject* (*get_item_unchecked)(void* handle, int index);
     int (*set_item)(void* handle, int index, PyObject* value);
@@ -46,7 +46,7 @@ struct SequenceAccess {
     void (*inplace_repeat)(void* handle, int count);
     void (*remove_run)(void* handle, int start, int count, int step);
 
-    // Null where room cannot be made in advance.
+    // Null in a kind whose capacity cannot be set.
     void (*ensure_capacity)(void* handle, int count);
 
     // A deleted run of neighbors is named by its lowest index. The other kinds name the highest one, where the

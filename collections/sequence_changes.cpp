@@ -1,6 +1,8 @@
-// What changes a managed collection in place: appending, inserting, removing, ordering.
+// The operations that change a managed collection in place: appending, inserting, removing, ordering.
 //
-// An operation that adds several elements stops at the first that fails; those before it stay added.
+// An operation that adds several elements stops at the first that fails; the elements before it stay in the collection.
+#include <cassert>
+
 #include "collections/sequence.h"
 #include "collections/sequence_support.h"
 #include "convert/scalars.h"
@@ -13,7 +15,7 @@ namespace zelmor {
 namespace {
 
 PyObject* none_unless_error() {
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     Py_RETURN_NONE;
@@ -27,7 +29,7 @@ void make_room(const SequenceAccess& access, PyObject* self, Py_ssize_t count) {
 
 bool append_sequence(const SequenceAccess& access, PyObject* self, PyObject* items, Py_ssize_t size) {
     make_room(access, self, size);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return false;
     }
     for (Py_ssize_t i = 0; i < size; ++i) {
@@ -42,7 +44,7 @@ bool append_sequence(const SequenceAccess& access, PyObject* self, PyObject* ite
 bool append_iterable(const SequenceAccess& access, PyObject* self, PyObject* iterable) {
     PyRef iterator = PyRef::steal(PyObject_GetIter(iterable));
     if (!iterator) {
-        if (!PyErr_Occurred()) {
+        if (PyErr_Occurred() == nullptr) {
             PyErr_SetString(PyExc_ValueError, "argument must be iterable");
         }
         return false;
@@ -52,15 +54,15 @@ bool append_iterable(const SequenceAccess& access, PyObject* self, PyObject* ite
             return false;
         }
     }
-    return !PyErr_Occurred();
+    return PyErr_Occurred() == nullptr;
 }
 
-// A managed source is left to the managed side, so that no element crosses, unless that declines.
+// The managed side appends a managed source itself, so that no element crosses the boundary, unless it declines.
 bool extend(const SequenceAccess& access, PyObject* self, PyObject* other) {
     VariantArg source = {};
     if (read_managed(other, &source)) {
         const int answer = access.inplace_concat(handle_of(self), &source);
-        if (PyErr_Occurred()) {
+        if (PyErr_Occurred() != nullptr) {
             return false;
         }
         if (answer == kBulkDone) {
@@ -74,7 +76,7 @@ bool extend(const SequenceAccess& access, PyObject* self, PyObject* other) {
     if (is_sized_sequence(other)) {
         const Py_ssize_t size = PySequence_Size(other);
         if (size < 0) {
-            return !PyErr_Occurred();
+            return PyErr_Occurred() == nullptr;
         }
         return append_sequence(access, self, other, size);
     }
@@ -88,6 +90,7 @@ bool extend(const SequenceAccess& access, PyObject* self, PyObject* other) {
 }  // namespace
 
 PyObject* sequence_append(const SequenceAccess& access, PyObject* self, PyObject* value) {
+    assert(access.add != nullptr);
     if (!access.add(handle_of(self), value)) {
         return nullptr;
     }
@@ -95,6 +98,7 @@ PyObject* sequence_append(const SequenceAccess& access, PyObject* self, PyObject
 }
 
 PyObject* sequence_insert(const SequenceAccess& access, PyObject* self, PyObject* args) {
+    assert(access.insert != nullptr);
     if (!access.insert(handle_of(self), args)) {
         return nullptr;
     }
@@ -102,6 +106,7 @@ PyObject* sequence_insert(const SequenceAccess& access, PyObject* self, PyObject
 }
 
 PyObject* sequence_extend(const SequenceAccess& access, PyObject* self, PyObject* other) {
+    assert(access.add != nullptr && access.inplace_concat != nullptr);
     if (!extend(access, self, other)) {
         return nullptr;
     }
@@ -109,15 +114,18 @@ PyObject* sequence_extend(const SequenceAccess& access, PyObject* self, PyObject
 }
 
 PyObject* sequence_inplace_concat(const SequenceAccess& access, PyObject* self, PyObject* other) {
+    assert(access.add != nullptr && access.inplace_concat != nullptr);
     return extend(access, self, other) ? Py_NewRef(self) : nullptr;
 }
 
 PyObject* sequence_inplace_repeat(const SequenceAccess& access, PyObject* self, Py_ssize_t count) {
+    assert(access.inplace_repeat != nullptr);
     access.inplace_repeat(handle_of(self), static_cast<int>(count));  // cut to the width of the wire
-    return PyErr_Occurred() ? nullptr : Py_NewRef(self);
+    return PyErr_Occurred() != nullptr ? nullptr : Py_NewRef(self);
 }
 
 PyObject* sequence_remove(const SequenceAccess& access, PyObject* self, PyObject* value) {
+    assert(access.remove != nullptr);
     int found = 0;
     if (!access.remove(handle_of(self), value, &found)) {
         return nullptr;
@@ -129,8 +137,9 @@ PyObject* sequence_remove(const SequenceAccess& access, PyObject* self, PyObject
     Py_RETURN_NONE;
 }
 
-// None is no index, but it is an argument: the managed side is told that there is one, and it is 0.
+// None is no index, but it counts as an argument: the managed side gets an index, and it is 0.
 PyObject* sequence_pop(const SequenceAccess& access, PyObject* self, PyObject* args) {
+    assert(access.pop != nullptr && PyTuple_Check(args));
     const Py_ssize_t given = PyTuple_GET_SIZE(args);
     if (fn_check_args_count_out_of_range(given, "pop", 0, 1)) {
         return nullptr;
@@ -141,7 +150,7 @@ PyObject* sequence_pop(const SequenceAccess& access, PyObject* self, PyObject* a
     }
     PyObject* popped = nullptr;
     const int status = access.pop(handle_of(self), static_cast<int>(given), to_wire_index(index), &popped);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     if (status == kOutOfRange || status == kPopEmpty) {
@@ -152,17 +161,20 @@ PyObject* sequence_pop(const SequenceAccess& access, PyObject* self, PyObject* a
 }
 
 PyObject* sequence_clear(const SequenceAccess& access, PyObject* self) {
+    assert(access.clear != nullptr);
     access.clear(handle_of(self));
     return none_unless_error();
 }
 
 PyObject* sequence_reverse(const SequenceAccess& access, PyObject* self) {
+    assert(access.reverse != nullptr);
     access.reverse(handle_of(self));
     return none_unless_error();
 }
 
-// By the managed side's own comparison, which has no room for a key.
+// The managed side compares the elements; it takes no key.
 PyObject* sequence_sort(const SequenceAccess& access, PyObject* self, PyObject* args, PyObject* kwargs) {
+    assert(access.sort != nullptr);
     static const char* const kKeywords[] = {"key", "reverse", nullptr};
     PyObject* key = nullptr;
     int descending = 0;

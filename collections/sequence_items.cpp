@@ -1,7 +1,9 @@
 // Length, elements by index, and slices of a managed collection.
 //
-// A slice that is read becomes a plain list. A slice that is assigned to keeps its length, whatever its step: unlike
-// Python's list a managed collection never grows or shrinks by an assignment.
+// Reading a slice makes a plain list. Assigning to a slice needs a value of the same length, whatever the step: unlike
+// a Python list, a managed collection never grows or shrinks by an assignment.
+#include <cassert>
+
 #include "collections/sequence.h"
 #include "collections/sequence_support.h"
 #include "pyshell/class_recipe.h"
@@ -23,7 +25,7 @@ struct Slice {
 // A negative length counts as a failure only with an error pending.
 bool read_length(const SequenceAccess& access, PyObject* self, Py_ssize_t& length) {
     length = sequence_length(access, self);
-    return length >= 0 || !PyErr_Occurred();
+    return length >= 0 || PyErr_Occurred() == nullptr;
 }
 
 bool read_slice(PyObject* key, Py_ssize_t length, Slice& slice) {
@@ -31,15 +33,15 @@ bool read_slice(PyObject* key, Py_ssize_t length, Slice& slice) {
     if (PySlice_Unpack(key, &slice.start, &stop, &slice.step) < 0) {
         return false;
     }
-    // A length below zero has no elements either; the interpreter's arithmetic is for lengths alone.
+    // A negative length means no elements; PySlice_AdjustIndices must not get it.
     slice.count = PySlice_AdjustIndices(std::max<Py_ssize_t>(length, 0), &slice.start, &stop, slice.step);
     return true;
 }
 
-// An index key; a negative one counts from the end. Whether it lies in the collection, the managed side decides.
+// An index as a key; a negative one counts from the end. The managed side checks whether it is in range.
 bool read_index(PyObject* key, Py_ssize_t length, Py_ssize_t& index) {
     index = PyNumber_AsSsize_t(key, PyExc_IndexError);
-    if (index == -1 && PyErr_Occurred()) {
+    if (index == -1 && PyErr_Occurred() != nullptr) {
         return false;
     }
     if (index < 0 && (length >= 0 || index >= PY_SSIZE_T_MIN - length)) {
@@ -52,9 +54,9 @@ void refuse_key(PyObject* key) {
     PyErr_Format(PyExc_TypeError, "list indices must be integers or slices, not %.200s", Py_TYPE(key)->tp_name);
 }
 
-// False with an error set unless the access was made.
+// False, with an error set, if the access failed.
 bool check_status(int status) {
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return false;
     }
     if (status == kOutOfRange) {
@@ -64,6 +66,7 @@ bool check_status(int status) {
 }
 
 PyObject* read_run(const SequenceAccess& access, PyObject* self, const Slice& slice) {
+    assert(access.get_item_unchecked != nullptr);
     PyRef list = PyRef::steal(PyList_New(std::max<Py_ssize_t>(slice.count, 0)));
     for (Py_ssize_t i = 0; list && i < slice.count; ++i) {
         PyObject* element = access.get_item_unchecked(handle_of(self), slice.at(i));
@@ -80,8 +83,9 @@ int refuse_delete() {
     return -1;
 }
 
-// The managed side always walks downward, so that an element that goes does not move those that are still to go.
+// The managed side deletes from the highest index down, so that a deletion does not move the elements still to delete.
 int delete_run(const SequenceAccess& access, PyObject* self, Slice slice) {
+    assert(access.remove_run != nullptr && slice.step != 0);
     if (slice.step > 0) {
         slice.start += (slice.count - 1) * slice.step;
         slice.step = -slice.step;
@@ -92,7 +96,7 @@ int delete_run(const SequenceAccess& access, PyObject* self, Slice slice) {
     slice.start = std::max<Py_ssize_t>(slice.start, 0);
     access.remove_run(handle_of(self), to_wire_index(slice.start), to_wire_index(slice.count),
                       to_wire_index(slice.step));
-    return PyErr_Occurred() ? -1 : 0;
+    return PyErr_Occurred() != nullptr ? -1 : 0;
 }
 
 bool check_size(Py_ssize_t size, Py_ssize_t count) {
@@ -103,7 +107,8 @@ bool check_size(Py_ssize_t size, Py_ssize_t count) {
     return false;
 }
 
-// Takes the elements one by one from `item_at`, which answers an owned reference. What was stored stays stored.
+// Stores the elements one by one; `item_at` returns an owned reference. After a failure, those stored before stay
+// stored.
 template <class ItemAt>
 int assign_each(const SequenceAccess& access, PyObject* self, const Slice& slice, ItemAt item_at) {
     for (Py_ssize_t i = 0; i < slice.count; ++i) {
@@ -116,6 +121,7 @@ int assign_each(const SequenceAccess& access, PyObject* self, const Slice& slice
 }
 
 int assign_run(const SequenceAccess& access, PyObject* self, const Slice& slice, PyObject* value) {
+    assert(access.set_run != nullptr && access.set_item_unchecked != nullptr && value != nullptr);
     if (is_list_or_tuple(value)) {
         PyRef items = PyRef::steal(PySequence_Fast(value, "must assign iterable to extended slice"));
         if (!items || !check_size(PySequence_Fast_GET_SIZE(items.get()), slice.count)) {
@@ -132,14 +138,14 @@ int assign_run(const SequenceAccess& access, PyObject* self, const Slice& slice,
         return -1;
     }
     const Py_ssize_t size = PySequence_Size(value);
-    if ((size < 0 && PyErr_Occurred()) || !check_size(size, slice.count)) {
+    if ((size < 0 && PyErr_Occurred() != nullptr) || !check_size(size, slice.count)) {
         return -1;
     }
     VariantArg source = {};
     if (read_managed(value, &source)) {
         const int answer = access.set_run(handle_of(self), &source, to_wire_index(slice.start),
                                           to_wire_index(slice.count), to_wire_index(slice.step));
-        if (PyErr_Occurred()) {
+        if (PyErr_Occurred() != nullptr) {
             return -1;
         }
         if (answer == kBulkDone) {
@@ -152,16 +158,18 @@ int assign_run(const SequenceAccess& access, PyObject* self, const Slice& slice,
 }  // namespace
 
 Py_ssize_t sequence_length(const SequenceAccess& access, PyObject* self) {
+    assert(access.length != nullptr);
     const int length = access.length(handle_of(self));
-    return PyErr_Occurred() ? -1 : length;
+    return PyErr_Occurred() != nullptr ? -1 : length;
 }
 
 PyObject* sequence_length_property(const SequenceAccess& access, PyObject* self) {
     const Py_ssize_t length = sequence_length(access, self);
-    return length < 0 && PyErr_Occurred() ? nullptr : PyLong_FromSsize_t(length);
+    return length < 0 && PyErr_Occurred() != nullptr ? nullptr : PyLong_FromSsize_t(length);
 }
 
 PyObject* sequence_item(const SequenceAccess& access, PyObject* self, Py_ssize_t index) {
+    assert(access.get_item != nullptr);
     PyObject* element = nullptr;
     const int status =
         fits_wire_index(index) ? access.get_item(handle_of(self), static_cast<int>(index), &element) : kOutOfRange;
@@ -169,6 +177,7 @@ PyObject* sequence_item(const SequenceAccess& access, PyObject* self, Py_ssize_t
 }
 
 int sequence_assign_item(const SequenceAccess& access, PyObject* self, Py_ssize_t index, PyObject* value) {
+    assert(access.set_item != nullptr);
     if (value == nullptr && access.remove_at == nullptr) {
         return refuse_delete();
     }
@@ -181,6 +190,7 @@ int sequence_assign_item(const SequenceAccess& access, PyObject* self, Py_ssize_
 }
 
 PyObject* sequence_subscript(const SequenceAccess& access, PyObject* self, PyObject* key) {
+    assert(self != nullptr && key != nullptr);
     Py_ssize_t length = 0;
     if (!read_length(access, self, length)) {
         return nullptr;
@@ -198,6 +208,7 @@ PyObject* sequence_subscript(const SequenceAccess& access, PyObject* self, PyObj
 }
 
 int sequence_assign_subscript(const SequenceAccess& access, PyObject* self, PyObject* key, PyObject* value) {
+    assert(self != nullptr && key != nullptr);
     if (value == nullptr && access.remove_at == nullptr) {
         return refuse_delete();
     }

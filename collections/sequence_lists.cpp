@@ -1,7 +1,9 @@
-// What a managed collection gives as a new Python list: `+`, `*` and `copy()`.
+// The operations of a managed collection that make a new Python list: `+`, `*` and `copy()`.
 //
-// The list is made in its final size where that is known, and its slots are filled directly. A kind without an indexed
-// read is walked by its own iterator, and has to yield as many elements as it said it has.
+// The list is made in its final size where that is known, and its slots are filled directly. A kind without an index is
+// read by its iterator, which has to yield exactly as many elements as the length says.
+#include <cassert>
+
 #include "collections/sequence.h"
 #include "collections/sequence_support.h"
 #include "pyshell/class_recipe.h"
@@ -16,9 +18,9 @@ PyObject* refuse_operand() {
     return nullptr;
 }
 
-// A managed side can tell any length. One that no list can have has a refusal of its own; false with an error set.
+// False, with an error set, for a negative length, which the managed side can report and no list can have.
 bool check_length(Py_ssize_t length) {
-    if (length < 0 && !PyErr_Occurred()) {
+    if (length < 0 && PyErr_Occurred() == nullptr) {
         PyErr_Format(PyExc_ValueError, "the length of the collection is negative: %zd", length);
     }
     return length >= 0;
@@ -29,7 +31,7 @@ bool read_list_length(const SequenceAccess& access, PyObject* self, Py_ssize_t& 
     return check_length(length);
 }
 
-// Hands the collection's elements in order, as owned references, to `place`.
+// Gives the elements of the collection to `place`, in order and as owned references.
 template <class Place>
 bool read_by_index(const SequenceAccess& access, PyObject* self, Py_ssize_t length, Place place) {
     for (Py_ssize_t i = 0; i < length; ++i) {
@@ -46,7 +48,7 @@ template <class Place>
 bool read_by_iteration(PyObject* self, Py_ssize_t length, Place place) {
     PyRef iterator = PyRef::steal(PyObject_GetIter(self));
     if (!iterator) {
-        if (!PyErr_Occurred()) {
+        if (PyErr_Occurred() == nullptr) {
             PyErr_SetString(PyExc_ValueError, "the collection was modified during the operation");
         }
         return false;
@@ -54,7 +56,7 @@ bool read_by_iteration(PyObject* self, Py_ssize_t length, Place place) {
     for (Py_ssize_t i = 0; i < length; ++i) {
         PyObject* element = PyIter_Next(iterator.get());
         if (element == nullptr) {
-            if (!PyErr_Occurred()) {
+            if (PyErr_Occurred() == nullptr) {
                 refuse_operand();
             }
             return false;
@@ -65,7 +67,7 @@ bool read_by_iteration(PyObject* self, Py_ssize_t length, Place place) {
     if (more) {
         refuse_operand();
     }
-    return !more && !PyErr_Occurred();
+    return !more && PyErr_Occurred() == nullptr;
 }
 
 template <class Place>
@@ -74,8 +76,9 @@ bool read_all(const SequenceAccess& access, PyObject* self, Py_ssize_t length, P
                                                 : read_by_iteration(self, length, place);
 }
 
-// A list of `length` and `more` slots with the collection's elements in front.
+// A list of `length + more` slots, of which the first hold the elements of the collection.
 PyRef own_elements(const SequenceAccess& access, PyObject* self, Py_ssize_t length, Py_ssize_t more) {
+    assert(length >= 0 && more >= 0);
     if (more > PY_SSIZE_T_MAX - length) {
         PyErr_NoMemory();
         return {};
@@ -108,7 +111,7 @@ PyObject* concat_iterable(const SequenceAccess& access, PyObject* self, Py_ssize
     }
     PyRef iterator = PyRef::steal(PyObject_GetIter(other));
     if (!iterator) {
-        if (!PyErr_Occurred()) {
+        if (PyErr_Occurred() == nullptr) {
             PyErr_SetString(PyExc_ValueError, "argument must be iterable");
         }
         return nullptr;
@@ -118,12 +121,13 @@ PyObject* concat_iterable(const SequenceAccess& access, PyObject* self, Py_ssize
             return nullptr;
         }
     }
-    return PyErr_Occurred() ? nullptr : list.release();
+    return PyErr_Occurred() != nullptr ? nullptr : list.release();
 }
 
 }  // namespace
 
 PyObject* sequence_concat(const SequenceAccess& access, PyObject* self, PyObject* other) {
+    assert(self != nullptr && other != nullptr);
     Py_ssize_t length = 0;
     if (!read_list_length(access, self, length)) {
         return nullptr;
@@ -143,8 +147,7 @@ PyObject* sequence_concat(const SequenceAccess& access, PyObject* self, PyObject
     return refuse_operand();
 }
 
-// Each element is read once and stands in every repeat as the same object. Without repeats the elements are read all
-// the same.
+// Each element is read once, and every repeat holds the same object. The elements are read even if there is no repeat.
 PyObject* sequence_repeat(const SequenceAccess& access, PyObject* self, Py_ssize_t count) {
     Py_ssize_t length = 0;
     if (!read_list_length(access, self, length)) {

@@ -3,6 +3,7 @@
 #define ZELMOR_COLLECTIONS_SEQUENCE_SUPPORT_H
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <limits>
 
@@ -28,6 +29,7 @@ inline bool is_list_or_tuple(PyObject* object) {
 
 // The handle of a wrapped managed object or struct, this module's or a sibling's, with its kind as the tag.
 inline bool read_managed(PyObject* object, VariantArg* out) {
+    assert(object != nullptr && out != nullptr);
     int kind = 0;
     if (!fn_is_this_module_clr_instance(object, &kind) && !fn_is_instance_has_host_markattr(object, &kind)) {
         return false;
@@ -36,8 +38,8 @@ inline bool read_managed(PyObject* object, VariantArg* out) {
     return true;
 }
 
-// Indices, bounds and steps are 32 bits wide on the wire. One that does not fit goes as the nearest that does: no
-// collection is long enough to tell the two apart.
+// Indices, bounds and steps are 32 bits wide on the wire. A number that does not fit is replaced by the nearest one
+// that does, which makes no difference: no collection is that long.
 inline int to_wire_index(Py_ssize_t value) {
     return static_cast<int>(
         std::clamp<Py_ssize_t>(value, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));

@@ -1,7 +1,8 @@
 // Typed element access for the managed side: an element of a Python list or sequence in the element's own form.
 //
-// Codes: 0 success, -1 failure, -2 index failure, with a Python error pending. What a list's element gives is borrowed
-// from the list; a sequence's element comes with a reference in the owner slot, which the managed side gives back.
+// Codes: 0 success, -1 failure, -2 index failure, with a Python error pending. The record of a list's element borrows
+// from the list. The element of another sequence comes with a reference in the owner slot, which the managed side
+// releases.
 #ifndef ZELMOR_COLLECTIONS_TYPED_CALLBACKS_H
 #define ZELMOR_COLLECTIONS_TYPED_CALLBACKS_H
 
@@ -11,7 +12,7 @@
 
 namespace zelmor {
 
-// Puts the element's reference into the owner slot, or drops it where it did not convert.
+// Puts the reference to the element into the owner slot, or drops it if the element was not converted.
 int keep_sequence_element(bool converted, PyObject* element, PyObject** owner);
 
 template <class Element>
@@ -28,7 +29,7 @@ int sequence_get_item(PyObject* sequence, int index, PyObject** owner, typename 
     return keep_sequence_element(Element::read(element, *out), element, owner);
 }
 
-// Byte arrays: the managed side lends the view (`state`) that keeps the buffer locked, and releases it.
+// Byte arrays: the managed side provides the view (`state`) that keeps the buffer locked, and releases it.
 int list_get_bytes(PyObject* list, int index, PyBytesArg* out, Py_buffer* state);
 int sequence_get_bytes(PyObject* sequence, int index, PyObject** owner, PyBytesArg* out, Py_buffer* state);
 

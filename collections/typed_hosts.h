@@ -1,7 +1,8 @@
 // The type hosts behind the closed generic collections, as templates over the element's policy.
 //
-// A host of one element type derives from its kind and adds the name of its managed class. Names and binding order are
-// the managed classes' own; the enumerable host of an element binds casts only where it has a Python type.
+// The host of one element type derives from the host of its kind and adds the name of its managed class. The names and
+// the binding order are those of the managed classes. The enumerable host of an element binds casts only where the
+// enumerable has a Python type.
 #ifndef ZELMOR_COLLECTIONS_TYPED_HOSTS_H
 #define ZELMOR_COLLECTIONS_TYPED_HOSTS_H
 
@@ -107,7 +108,7 @@ struct TypedIColDelegates {
     int (*count_of)(void*, Arg);
 };
 
-// The bulk operations and the count are bound with the others; a list uses those of its list host.
+// The bulk operations and the count are bound too, but a list uses those of its list host.
 template <class Host, class Element>
 class TypedIColHost : public CollectionHost<Host, TypedIColDelegates<Element>> {
  public:
@@ -174,7 +175,7 @@ struct ArgumentDelegates {
     ArgumentCasts casts;
 };
 
-// Of an array that managed code only takes: there is no Python type of it, and nothing but its test is asked for.
+// The host of an array that managed code only accepts. It has no Python type; only the test of assignability is needed.
 template <class Host>
 class ArgumentHost : public CollectionHost<Host, ArgumentDelegates> {
  public:

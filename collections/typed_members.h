@@ -1,4 +1,4 @@
-// Everything that the generated instances of the typed collections are made of.
+// The parts that the generated typed collections are put together from.
 #ifndef ZELMOR_COLLECTIONS_TYPED_MEMBERS_H
 #define ZELMOR_COLLECTIONS_TYPED_MEMBERS_H
 
@@ -36,7 +36,7 @@ template <class Host, class Element>
 PyObject* next_element(PyObject* self) {
     typename Element::Out element{};
     const int status = Host::get_instance().move_next(handle_of(self), &element);
-    if (status != kDelivered || PyErr_Occurred()) {
+    if (status != kDelivered || PyErr_Occurred() != nullptr) {
         return sequence_no_next(status);
     }
     return Element::show(element);

@@ -1,4 +1,4 @@
-// The typed collections of a module: what its "_generic" module is built from.
+// The typed collections of a module, from which its "_generic" module is built.
 #ifndef ZELMOR_COLLECTIONS_TYPED_TYPES_H
 #define ZELMOR_COLLECTIONS_TYPED_TYPES_H
 
@@ -11,7 +11,8 @@ namespace zelmor {
 struct TypedType {
     PyTypeObject* type;
     const char* name;
-    std::span<PyTypeObject* const> interfaces;  // what it also counts as, both as an argument and as a result
+    std::span<PyTypeObject* const>
+        interfaces;  // the interfaces that it implements, both as an argument and as a result
 };
 
 // In the order in which they are added. Generated where the catalogue has typed collections; empty elsewhere.

@@ -1,15 +1,17 @@
 // Byte data in both directions, and the callbacks by which the managed side holds a buffer in memory of its own.
 #include "convert/bytes.h"
 
+#include <cassert>
 #include <cstring>
 #include <limits>
 
 #include "convert/shl_buffer_view.h"
+#include "pyshell/refusals.h"
 
 namespace {
 
-// The exporter refuses a plain buffer. If it offers one with strides, the reason is that the memory has gaps; the
-// strided view is then kept for the holder to release, as after any other refusal of a buffer in hand.
+// Asks an exporter that refused a plain buffer for one with strides. If it gives one that is not contiguous, the memory
+// has gaps, and the caller says so; the view stays in the record, whose holder releases it.
 bool acquire_strided_view(PyObject* object, Py_buffer* view, PyBytesArg* out) {
     PyErr_Clear();
     if (PyObject_GetBuffer(object, view, PyBUF_FULL_RO) != 0) {
@@ -24,8 +26,10 @@ bool acquire_strided_view(PyObject* object, Py_buffer* view, PyBytesArg* out) {
     return true;
 }
 
-// Describes a view in hand, which stays so on failure: whoever holds the record releases it.
+// Fills the record of a view that was acquired. On failure the view stays acquired: the holder of the record releases
+// it.
 int describe_view(const Py_buffer* view, PyBytesArg* out) {
+    assert(out->acquired != 0);
     if (!PyBuffer_IsContiguous(view, 'C')) {
         PyErr_SetString(PyExc_BufferError, "buffer is not contiguous");
         return 0;
@@ -42,22 +46,24 @@ int describe_view(const Py_buffer* view, PyBytesArg* out) {
 }  // namespace
 
 int fn_conv_py_bytes_to_clr_bytes(PyObject* object, PyBytesArgBuilder* out) {
+    assert(object != nullptr && out != nullptr);
     return fn_conv_py_bytes_to_clr_bytes_value(object, out->get_view(), out->get_info());
 }
 
 int fn_conv_py_bytes_to_clr_bytes_value(PyObject* object, Py_buffer* view, PyBytesArg* out) {
+    assert(object != nullptr && view != nullptr && out != nullptr);
     if (object == Py_None) {
         out->length = -1;
         return 1;
     }
     if (!PyObject_CheckBuffer(object)) {
-        PyErr_Format(PyExc_TypeError, "can't build byte[] from '%s'", Py_TYPE(object)->tp_name);
-        return 0;
+        return zelmor::refuse_kind("byte[]", object);
     }
     return fn_read_py_buffer(object, view, out);
 }
 
 int fn_conv_py_bytes_to_clr_out_bytes(PyObject* object, PyBytesArgBuilder* out) {
+    assert(object != nullptr && out != nullptr);
     if (object == Py_None || !PyObject_CheckBuffer(object)) {
         return fn_conv_py_bytes_to_clr_bytes(object, out);
     }
@@ -65,7 +71,7 @@ int fn_conv_py_bytes_to_clr_out_bytes(PyObject* object, PyBytesArgBuilder* out) 
         out->get_info()->acquired = 1;
         return describe_view(out->get_view(), out->get_info());
     }
-    // What is refused for reading too is refused in the same words.
+    // An object that cannot be read either gets the message of the reading converter.
     PyErr_Clear();
     if (fn_read_py_buffer(object, out->get_view(), out->get_info())) {
         PyErr_SetString(PyExc_BufferError, "buffer is read-only, pass a writable one such as a bytearray");
@@ -74,6 +80,7 @@ int fn_conv_py_bytes_to_clr_out_bytes(PyObject* object, PyBytesArgBuilder* out) 
 }
 
 int fn_read_py_buffer(PyObject* object, Py_buffer* view, PyBytesArg* out) {
+    assert(object != nullptr && view != nullptr && out != nullptr);
     if (PyObject_GetBuffer(object, view, PyBUF_SIMPLE) == 0) {
         out->acquired = 1;
     } else if (!acquire_strided_view(object, view, out)) {
@@ -96,13 +103,14 @@ PyObject* fn_create_shlbuffer_view(void* data, long size, int readonly) {
 }
 
 int wrpPye_blpt_shl_buffer_getbuffer(PyObject* self, Py_buffer* view, int flags) {
+    assert(Py_IS_TYPE(self, &wrpPye_tyds_FFFFFFFF_ShlBufferView));
     const auto* shown = reinterpret_cast<PyShlBufferView*>(self);
     return PyBuffer_FillInfo(view, self, shown->data, shown->size, shown->readonly, flags);
 }
 
 // Callbacks.
 
-// A managed array comes as `bytearray`, which Python code may go on working with.
+// A managed array becomes a `bytearray`, which Python code can change.
 PyObject* fn_conv_clr_bytes_to_py_bytes(const char* data, int length) {
     return PyByteArray_FromStringAndSize(data, length);
 }
@@ -112,6 +120,7 @@ size_t fn_get_sizeof_py_byffer() {
 }
 
 void fn_create_py_byffer(void* view) {
+    assert(view != nullptr);
     std::memset(view, 0, sizeof(Py_buffer));
 }
 
@@ -120,5 +129,6 @@ int fn_read_py_buffer_view(PyObject* object, void* view, PyBytesArg* out) {
 }
 
 void fn_release_py_buffer(void* view) {
+    assert(view != nullptr);
     PyBuffer_Release(static_cast<Py_buffer*>(view));
 }

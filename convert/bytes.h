@@ -6,11 +6,11 @@
 #include "exchange/records.h"
 #include "pyshell/python.h"
 
-// None is a null managed array, told by `length` -1. The buffer stays locked until the builder is gone.
+// None is a null managed array, which has `length` -1. The buffer stays locked until the builder is destroyed.
 int fn_conv_py_bytes_to_clr_bytes(PyObject* object, PyBytesArgBuilder* out);
 int fn_conv_py_bytes_to_clr_bytes_value(PyObject* object, Py_buffer* view, PyBytesArg* out);
 
-// The same for memory that the call writes to: BufferError "buffer is read-only" for what may not be changed.
+// The same for memory that the call writes to: a buffer that cannot be changed is a BufferError, "buffer is read-only".
 int fn_conv_py_bytes_to_clr_out_bytes(PyObject* object, PyBytesArgBuilder* out);
 
 // Takes the buffer without testing for None or for the buffer interface. When the answer is 0 but `acquired` is set,

@@ -1,8 +1,10 @@
 // Dates, times and spans in both directions, with their callbacks.
 //
-// Fields are read and plain objects are made through the capsule of Python's datetime, which each entry imports anew;
-// a timezone object is made by its class.
+// The capsule of Python's datetime module reads fields and makes plain objects; each entry point imports it anew. A
+// timezone object is made by calling its class.
 #include "convert/dates.h"
+
+#include <cassert>
 
 #include <datetime.h>
 
@@ -10,6 +12,7 @@
 #include "pyshell/identifiers.h"
 #include "pyshell/imports.h"
 #include "pyshell/py_ref.h"
+#include "pyshell/refusals.h"
 
 using zelmor::PyRef;
 
@@ -20,12 +23,8 @@ namespace {
     return PyDateTimeAPI != nullptr;
 }
 
-[[gnu::cold]] int refuse(PyObject* object, const char* target) {
-    PyErr_Format(PyExc_TypeError, "can't build %s from '%s'", target, Py_TYPE(object)->tp_name);
-    return 0;
-}
-
 [[gnu::cold]] int refuse_range(const char* target) {
+    assert(target != nullptr);
     PyErr_Format(PyExc_OverflowError, "value too large or too small for .Net %s", target);
     return 0;
 }
@@ -37,6 +36,7 @@ struct UtcOffset {
 };
 
 UtcOffset get_utc_offset(PyObject* object) {
+    assert(PyDateTimeAPI != nullptr && object != nullptr);
     PyRef zone = PyRef::steal(PyObject_GetAttr(object, PyWrpIdDateTime_Tzinfo));
     if (!zone) {
         return {.failed = true};
@@ -45,7 +45,7 @@ UtcOffset get_utc_offset(PyObject* object) {
         return {};
     }
     PyRef offset = PyRef::steal(PyObject_CallMethodNoArgs(object, PyWrpIdDateTime_UtcOffset));
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return {.failed = true};
     }
     if (offset.get() == Py_None) {
@@ -65,8 +65,19 @@ UtcOffset get_utc_offset(PyObject* object) {
     return result;
 }
 
-// A new timedelta of so many ticks; the capsule has to be there.
+// The same for an object that has to have an offset; `kind` is its name in the refusal.
+UtcOffset require_utc_offset(PyObject* object, const char* kind) {
+    const UtcOffset offset = get_utc_offset(object);
+    if (!offset.failed && !offset.has_offset) {
+        PyErr_Format(PyExc_ValueError, "The tzinfo property of a given %s should not be None", kind);
+        return {.failed = true};
+    }
+    return offset;
+}
+
+// A new timedelta of that many ticks. The capsule has to be imported.
 PyObject* make_timedelta(long ticks) {
+    assert(PyDateTimeAPI != nullptr);
     const TimeSpanArgBuilder span(ticks);
     return PyDateTimeAPI->Delta_FromDelta(span.days, span.seconds, span.microseconds, 1, PyDateTimeAPI->DeltaType);
 }
@@ -103,6 +114,7 @@ void copy_py_datetimedelta(PyObject* object, TimeSpanArgBuilder& builder) {
 // Towards DateTime.
 
 int fn_conv_py_datetime_to_clr_datetime(PyObject* object, long* out) {
+    assert(object != nullptr && out != nullptr);
     if (!import_capsule()) {
         return 0;
     }
@@ -113,7 +125,8 @@ int fn_conv_py_datetime_to_clr_datetime(PyObject* object, long* out) {
     if (PyDate_Check(object)) {
         return fn_conv_py_date_to_clr_datetime(object, out);
     }
-    return PyTime_Check(object) ? fn_conv_py_time_to_clr_datetime(object, out) : refuse(object, "DateTime");
+    return PyTime_Check(object) ? fn_conv_py_time_to_clr_datetime(object, out)
+                                : zelmor::refuse_kind("DateTime", object);
 }
 
 int fn_conv_py_date_to_clr_datetime(PyObject* object, long* out) {
@@ -158,22 +171,20 @@ int fn_conv_py_time_to_clr_datetime(PyObject* object, long* out) {
 // Towards DateTimeOffset.
 
 int fn_conv_py_datetime_to_clr_datetimeoffset(PyObject* object, long* out) {
+    assert(object != nullptr && out != nullptr);
     if (!import_capsule()) {
         return 0;
     }
     if (PyDateTime_Check(object)) {
         return fn_conv_py_datetime_ex_to_clr_datetimeoffset(object, out);
     }
-    return PyTime_Check(object) ? fn_conv_py_time_to_clr_datetimeoffset(object, out) : refuse(object, "DateTime");
+    return PyTime_Check(object) ? fn_conv_py_time_to_clr_datetimeoffset(object, out)
+                                : zelmor::refuse_kind("DateTime", object);
 }
 
 int fn_conv_py_datetime_ex_to_clr_datetimeoffset(PyObject* object, long* out) {
-    const UtcOffset offset = get_utc_offset(object);
+    const UtcOffset offset = require_utc_offset(object, "datetime");
     if (offset.failed) {
-        return 0;
-    }
-    if (!offset.has_offset) {
-        PyErr_SetString(PyExc_ValueError, "The tzinfo property of a given datetime should not be None");
         return 0;
     }
     DateTimeArgBuilder builder;
@@ -183,12 +194,8 @@ int fn_conv_py_datetime_ex_to_clr_datetimeoffset(PyObject* object, long* out) {
 }
 
 int fn_conv_py_time_to_clr_datetimeoffset(PyObject* object, long* out) {
-    const UtcOffset offset = get_utc_offset(object);
+    const UtcOffset offset = require_utc_offset(object, "time");
     if (offset.failed) {
-        return 0;
-    }
-    if (!offset.has_offset) {
-        PyErr_SetString(PyExc_ValueError, "The tzinfo property of a given time should not be None");
         return 0;
     }
     DateTimeArgBuilder builder;
@@ -201,11 +208,12 @@ int fn_conv_py_time_to_clr_datetimeoffset(PyObject* object, long* out) {
 // Towards TimeSpan.
 
 int fn_conv_py_datetimedelta_to_clr_timespan(PyObject* object, long* out) {
+    assert(object != nullptr && out != nullptr);
     if (!import_capsule()) {
         return 0;
     }
     return PyDelta_Check(object) ? fn_conv_py_datetimedelta_to_clr_timespan_value(object, out)
-                                 : refuse(object, "TimeSpan");
+                                 : zelmor::refuse_kind("TimeSpan", object);
 }
 
 int fn_conv_py_datetimedelta_to_clr_timespan_value(PyObject* object, long* out) {
@@ -217,6 +225,7 @@ int fn_conv_py_datetimedelta_to_clr_timespan_value(PyObject* object, long* out) 
 // Towards Python.
 
 PyObject* fn_conv_clr_datetime_to_py_datetime(const long* words) {
+    assert(words != nullptr);
     if (!import_capsule()) {
         return nullptr;
     }
@@ -235,6 +244,7 @@ PyObject* fn_conv_clr_datetime_to_py_datetime(const long* words) {
 }
 
 PyObject* fn_conv_clr_datetimeoffset_to_py_datetime(const long* words) {
+    assert(words != nullptr);
     if (!import_capsule()) {
         return nullptr;
     }
@@ -256,6 +266,7 @@ PyObject* create_py_datetime_from_tz_ticks(const DateTimeArgBuilder& builder, lo
 }
 
 PyObject* create_py_datetime_from_zone(const DateTimeArgBuilder& builder, PyObject* tzinfo) {
+    assert(tzinfo != nullptr);
     PyRef type = PyRef::steal(PyShImport_ImportType("datetime", PyWrpIdTypeName_DateTime));
     if (!type) {
         return nullptr;
@@ -265,7 +276,7 @@ PyObject* create_py_datetime_from_zone(const DateTimeArgBuilder& builder, PyObje
     return args ? PyObject_CallObject(type.get(), args.get()) : nullptr;
 }
 
-// Callbacks. The versatile readers tell by their answer which record they filled.
+// Callbacks. The "vers" readers return which of the two records they filled.
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Dates, times and spans in both directions: the classes of Python's datetime and the managed DateTime, DateTimeOffset
 // and TimeSpan.
 //
-// Words on the wire: a DateTime goes as one word, ticks and kind, and comes as two, of which the second is the offset
-// of a local one; a DateTimeOffset is the ticks of its own clock and its offset; a TimeSpan is one word. Converters
-// answer 1, or 0 with a Python error set.
+// Words on the wire: a DateTime is sent as one word, ticks and kind. It is received as two words, of which the second
+// is the UTC offset of a local DateTime. A DateTimeOffset is two words, the ticks of its own clock and its offset. A
+// TimeSpan is one word. Converters return 1, or 0 with a Python error set.
 #ifndef ZELMOR_CONVERT_DATES_H
 #define ZELMOR_CONVERT_DATES_H
 
@@ -11,7 +11,7 @@
 #include "convert/timespan_arg_builder.h"
 #include "pyshell/python.h"
 
-// A datetime, date or time. One with an offset goes as UTC, one without as it is, of unspecified kind.
+// A datetime, date or time. One with an offset is converted to UTC; one without stays as it is, of unspecified kind.
 int fn_conv_py_datetime_to_clr_datetime(PyObject* object, long* out);
 // Without the tests of the type, for one class each.
 int fn_conv_py_datetime_ex_to_clr_datetime(PyObject* object, long* out);

@@ -1,6 +1,8 @@
 // Calendar arithmetic between the fields of a date and ticks.
 #include "convert/datetime_arg_builder.h"
 
+#include <cassert>
+
 namespace {
 
 constexpr int kKindShift = 62;
@@ -35,6 +37,7 @@ bool DateTimeArgBuilder::to_ticks_non_kind(long& out) const {
 }
 
 bool DateTimeArgBuilder::add_shift(long& ticks) const {
+    assert(kind >= 0 && kind <= 3 && ticks >= 0 && ticks <= ClrTicks::kMax);
     ticks = static_cast<long>(static_cast<unsigned long>(ticks) | static_cast<unsigned long>(kind) << kKindShift);
     return true;
 }
@@ -69,7 +72,7 @@ bool DateTimeArgBuilder::from_ticks(long word) {
     long rest = day_number % kDaysPer400Years;
     long centuries = rest / kDaysPer100Years;
     if (centuries == 4) {
-        centuries = 3;  // the last day of a cycle, which its last century has more than the others
+        centuries = 3;  // the last day of a cycle: its last century is one day longer than the others
     }
     rest -= centuries * kDaysPer100Years;
     const long leaps = rest / kDaysPer4Years;
@@ -84,10 +87,11 @@ bool DateTimeArgBuilder::from_ticks(long word) {
 
     const bool leap = years == 3 && (leaps != 24 || centuries == 3);
     const int* const days_to_month = leap ? m_days_to_month366 : m_days_to_month365;
-    month = static_cast<int>(day_of_year >> 5) + 1;  // no month has more than 32 days, so that this is never too far
+    month = static_cast<int>(day_of_year >> 5) + 1;  // at most the month itself, as no month has 32 days
     while (days_to_month[month] <= day_of_year) {
         ++month;
     }
+    assert(month >= 1 && month <= 12);
     day = static_cast<int>(day_of_year) + 1 - days_to_month[month - 1];
 
     hour = static_cast<int>(ticks / ClrTicks::kHour % 24);

@@ -15,7 +15,7 @@ struct ClrTicks {
     static constexpr long kMax = 3'155'378'975'999'999'999;  // the last tick of 9999-12-31
 };
 
-// What a DateTime says of its clock; 3 means local as well.
+// The clock that a DateTime shows; 3 means local as well.
 enum ClrDateTimeKind : int { kKindUnspecified = 0, kKindUtc = 1, kKindLocal = 2 };
 
 struct DateTimeArgBuilder {
@@ -33,14 +33,14 @@ struct DateTimeArgBuilder {
     explicit DateTimeArgBuilder(long word) { from_ticks(word); }
 
     bool is_leap_year() const;
-    // The clock as ticks, without the kind. False leaves `out` untouched if there is no such day, and stores what comes
-    // out if it is behind the last tick.
+    // The clock as ticks, without the kind. False if there is no such day, with `out` unchanged, or if the ticks are
+    // beyond the last one, with these in `out`.
     bool to_ticks_non_kind(long& out) const;
     // The same with the kind.
     bool to_ticks(long& out) const;
-    // The clock moved to UTC; false if that is before the first or behind the last tick.
+    // The clock moved to UTC; false if that is before the first tick or after the last.
     bool to_utc_ticks(long offset, long& out) const;
-    // The time of day moved to UTC, around midnight if need be; it has no date that could overflow.
+    // The time of day moved to UTC. It wraps around at midnight, as it has no date.
     bool to_time_ticks(long offset, long& out) const;
     // Adds the kind to ticks.
     bool add_shift(long& ticks) const;

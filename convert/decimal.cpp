@@ -3,6 +3,7 @@
 #include "convert/decimal.h"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 #include "convert/decimal_arg_in_builder.h"
@@ -11,6 +12,7 @@
 #include "pyshell/identifiers.h"
 #include "pyshell/imports.h"
 #include "pyshell/py_ref.h"
+#include "pyshell/refusals.h"
 
 using zelmor::PyRef;
 
@@ -32,7 +34,7 @@ int is_decimal_instance(PyObject* object, PyObject* class_name) {
     return type ? PyObject_IsInstance(object, type.get()) : -1;
 }
 
-// What a DecimalTuple says, as the interpreter stores it.
+// The fields of a DecimalTuple.
 struct TupleParts {
     PyRef digits;
     Py_ssize_t count = 0;
@@ -46,7 +48,7 @@ bool read_parts(PyObject* object, TupleParts& parts) {
         return false;
     }
     parts.exponent = PyLong_AsLongLong(exponent.get());
-    if (parts.exponent == -1 && PyErr_Occurred()) {
+    if (parts.exponent == -1 && PyErr_Occurred() != nullptr) {
         return false;
     }
     PyRef sign = PyRef::steal(PyObject_GetAttr(object, PyWrpIdDecimal_Sign));
@@ -54,7 +56,7 @@ bool read_parts(PyObject* object, TupleParts& parts) {
         return false;
     }
     const long sign_value = PyLong_AsLong(sign.get());
-    if (sign_value == -1 && PyErr_Occurred()) {
+    if (sign_value == -1 && PyErr_Occurred() != nullptr) {
         return false;
     }
     parts.sign = static_cast<int>(sign_value);
@@ -85,7 +87,7 @@ bool accept_digits(DecimalArgOutBuilder& builder, PyObject* digits, Py_ssize_t g
     return true;
 }
 
-// Chooses the digits that are taken and the place of rounding, and takes them. False with a Python error set.
+// Chooses the digits to take and the place of rounding, and takes them. False with a Python error set.
 bool accept_tuple(DecimalArgOutBuilder& builder, const TupleParts& parts) {
     Py_ssize_t count = parts.count;
     long long exponent = parts.exponent;
@@ -102,7 +104,7 @@ bool accept_tuple(DecimalArgOutBuilder& builder, const TupleParts& parts) {
         round_position = count + 1;
     }
     if (count > kMaxDigits) {
-        // The thirtieth is rounded off; the others have no say.
+        // The thirtieth digit is rounded off; those after it are ignored.
         builder.begin_accept_decimal(parts.sign, exponent + count - kMaxDigits, kMaxDigits + 1);
         return accept_digits(builder, parts.digits.get(), 27, 3);
     }
@@ -115,8 +117,9 @@ bool accept_tuple(DecimalArgOutBuilder& builder, const TupleParts& parts) {
 }  // namespace
 
 bool is_non_convertable_py_decimal(PyObject* exponent, const char* type_name) {
+    assert(exponent != nullptr && type_name != nullptr);
     if (PyUnicode_Check(exponent)) {
-        // How Python tells infinities from the two kinds of NaN.
+        // An infinity has the exponent "F"; a NaN has "n", or "N" if it signals.
         if (PyUnicode_CompareWithASCIIString(exponent, "F") == 0) {
             PyErr_Format(PyExc_OverflowError, "value too large for .Net '%s'", type_name);
         } else if (PyUnicode_CompareWithASCIIString(exponent, "n") != 0 &&
@@ -135,14 +138,16 @@ bool is_non_convertable_py_decimal(PyObject* exponent, const char* type_name) {
 }
 
 unsigned long get_mantissa_group(PyObject* digits, Py_ssize_t first, Py_ssize_t last) {
+    assert(PyTuple_Check(digits));
+    assert(0 <= first && first <= last && last <= PyTuple_GET_SIZE(digits) && last - first <= kGroupWidth);
     unsigned long group = 0;
     for (Py_ssize_t i = first; i < last; ++i) {
         const long digit = PyLong_AsLong(PyTuple_GET_ITEM(digits, i));
-        if (digit == -1 && PyErr_Occurred()) {
+        if (digit == -1 && PyErr_Occurred() != nullptr) {
             return kNoGroup;
         }
         if (digit < 0 || digit > 9) {
-            // Only a tuple made by hand has such; a wrong number must not come of it.
+            // Only a tuple that was not made by the decimal module has such digits.
             PyErr_SetString(PyExc_ValueError, "coefficient must be a tuple of digits");
             return kNoGroup;
         }
@@ -152,6 +157,7 @@ unsigned long get_mantissa_group(PyObject* digits, Py_ssize_t first, Py_ssize_t 
 }
 
 int fn_conv_py_decimal_to_clr_decimal(PyObject* object, unsigned int* record) {
+    assert(object != nullptr && record != nullptr);
     const int is_tuple = is_decimal_instance(object, PyWrpIdTypeName_DecimalTuple);
     if (is_tuple != 0) {
         return is_tuple > 0 ? fn_conv_py_decimal_tuple_to_clr_decimal(object, record) : 0;
@@ -160,8 +166,7 @@ int fn_conv_py_decimal_to_clr_decimal(PyObject* object, unsigned int* record) {
     if (is_decimal != 0) {
         return is_decimal > 0 ? fn_conv_py_decimal_obj_to_clr_decimal(object, record) : 0;
     }
-    PyErr_Format(PyExc_TypeError, "can't build Decimal from '%s'", Py_TYPE(object)->tp_name);
-    return 0;
+    return zelmor::refuse_kind("Decimal", object);
 }
 
 int fn_conv_py_decimal_obj_to_clr_decimal(PyObject* object, unsigned int* record) {
@@ -170,12 +175,13 @@ int fn_conv_py_decimal_obj_to_clr_decimal(PyObject* object, unsigned int* record
 }
 
 int fn_conv_py_decimal_tuple_to_clr_decimal(PyObject* object, unsigned int* record) {
+    assert(object != nullptr && record != nullptr);
     DecimalArgOutBuilder builder(record);
     TupleParts parts;
     if (!read_parts(object, parts)) {
         return 0;
     }
-    // One digit with a huge exponent may be a zero: it is decided at the end.
+    // A single digit can be zero, whatever its exponent: that is decided at the end.
     if (kMaxDigits - parts.count < parts.exponent && parts.count > 1) {
         return refuse_too_large();
     }
@@ -186,6 +192,7 @@ int fn_conv_py_decimal_tuple_to_clr_decimal(PyObject* object, unsigned int* reco
 }
 
 PyObject* fn_conv_clr_decimal_to_py_decimal(unsigned int* record) {
+    assert(record != nullptr);
     const DecimalArgInBuilder builder(record);
     PyRef digits = PyRef::steal(PyTuple_New(builder.mantissa_length()));
     if (!digits) {

@@ -1,5 +1,5 @@
-// Decimals in both directions: `decimal.Decimal` and the managed decimal, without floating point and without rounding
-// but where a value has more digits than the managed type holds.
+// Decimals in both directions: `decimal.Decimal` and the managed decimal. Nothing goes through floating point, and only
+// a value with more digits than the managed type holds is rounded.
 //
 // The record is four 32-bit words: mantissa low, middle, high, then flags with the sign in bit 31 and the scale in bits
 // 16 to 23.
@@ -14,10 +14,10 @@ int fn_conv_py_decimal_to_clr_decimal(PyObject* object, unsigned int* record);
 int fn_conv_py_decimal_obj_to_clr_decimal(PyObject* object, unsigned int* record);
 int fn_conv_py_decimal_tuple_to_clr_decimal(PyObject* object, unsigned int* record);
 
-// A new Decimal, or null with a Python error set. The record is consumed.
+// A new Decimal, or null with a Python error set. The record is overwritten.
 PyObject* fn_conv_clr_decimal_to_py_decimal(unsigned int* record);
 
-// Whether the exponent of a DecimalTuple is none of a finite number; if so, a Python error is set.
+// True, with a Python error set, if the exponent of a DecimalTuple is not that of a finite number.
 bool is_non_convertable_py_decimal(PyObject* exponent, const char* type_name);
 // The digits from `first` up to but excluding `last` as one number; all ones with a Python error set on failure.
 unsigned long get_mantissa_group(PyObject* digits, Py_ssize_t first, Py_ssize_t last);

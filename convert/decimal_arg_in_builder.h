@@ -6,7 +6,7 @@
 
 class DecimalArgInBuilder {
  public:
-    // Reads the record of four words, and consumes it: its mantissa is zero afterwards.
+    // Reads the record of four words and overwrites it: its mantissa is zero afterwards.
     explicit DecimalArgInBuilder(unsigned int* record) : m_record(record) { assign(); }
 
     // The digits, most significant first, one byte each; at least one.

@@ -2,6 +2,7 @@
 #include "convert/decimal_arg_out_builder.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -20,6 +21,7 @@ constexpr int kMantissaWords = 3;
 }  // namespace
 
 DecimalArgOutBuilder::DecimalArgOutBuilder(unsigned int* target) : m_target(target) {
+    assert(target != nullptr);
     std::fill_n(target, 4, 0U);
 }
 
@@ -30,6 +32,7 @@ void DecimalArgOutBuilder::begin_accept_decimal(int sign, long long exponent, in
 }
 
 void DecimalArgOutBuilder::accept_decimal_mantissa(unsigned long group, int width) {
+    assert(width >= 1 && width <= kGroupWidth && group < TenPow::pow(static_cast<unsigned int>(width)));
     unsigned long limit = width == kGroupWidth ? kGroupLimit : TenPow::pow(static_cast<unsigned int>(width));
     int digits = m_accepted_digits + width;
     if (digits == m_round_position) {
@@ -104,8 +107,8 @@ void DecimalArgOutBuilder::imul_and_add(unsigned int multiplier, unsigned int ad
     m_overflow = m_overflow || carry != 0;
 }
 
-// Half to even by the dropped digit alone: what stands behind it is not looked at, and "even" is the group's remaining
-// number, which is 0 where the digit was a group of its own.
+// Rounds half to even by the dropped digit alone: the digits behind it are ignored. "Even" refers to the rest of the
+// group, which is 0 if the dropped digit was the whole group.
 void DecimalArgOutBuilder::round_last(unsigned long& group, unsigned long limit) {
     const unsigned long dropped = group % 10;
     group /= 10;

@@ -1,7 +1,7 @@
 // Builds the managed decimal out of the digits of a Python decimal: a 96-bit mantissa, a sign, a scale from 0 to 28.
 //
-// Digits come in groups of up to nine, which is what one 32-bit multiplication takes, so that no big integer is made of
-// them. Nothing here knows Python; decimal.cpp cuts the digits into groups.
+// The digits are added in groups of up to nine, which fit 32 bits, so that no big integer is needed. Nothing here knows
+// Python; decimal.cpp cuts the digits into groups.
 #ifndef ZELMOR_CONVERT_DECIMAL_ARG_OUT_BUILDER_H
 #define ZELMOR_CONVERT_DECIMAL_ARG_OUT_BUILDER_H
 
@@ -11,15 +11,15 @@ class DecimalArgOutBuilder {
     // Zeroes the record that is to be filled.
     explicit DecimalArgOutBuilder(unsigned int* target);
 
-    // What is to come: `exponent` is the power of ten of the last digit that will be kept; at `round_position` accepted
-    // digits the last one is rounded off, never at -1.
+    // Begins a number. `exponent` is the power of ten of the last digit that is kept. The digit number `round_position`
+    // is rounded off; -1 means that none is.
     void begin_accept_decimal(int sign, long long exponent, int round_position);
     // The next `width` digits, 1 to 9, as one number.
     void accept_decimal_mantissa(unsigned long group, int width);
     // Writes sign and scale; false if the value does not fit.
     bool end_accept_decimal();
 
-    // Numbers of other kinds; the managed side knows these forms, no converter builds them.
+    // Numbers of other kinds. The managed side knows these forms, but no converter builds them.
     int accept_long(long long value, int sign);
     int accept_double(double value);
 

@@ -1,4 +1,4 @@
-// The untested way from a wrapper to its handle. The readers that test the object are in pyshell/wrapped_object.h.
+// Reads the handle of a wrapper without a test. The readers that test the object are in pyshell/wrapped_object.h.
 #ifndef ZELMOR_CONVERT_HANDLES_H
 #define ZELMOR_CONVERT_HANDLES_H
 

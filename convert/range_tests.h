@@ -1,8 +1,8 @@
 // Tests whether an integer fits a managed integer type, with the two messages that say that it does not.
 //
-// The source is what the interpreter's reading call gives, `long` or `unsigned long`; a test whose source is no
-// wider than its target is constant false. The caller names the exception: a value that is too big is an
-// OverflowError, an index that is too big an IndexError.
+// The source is the result of the interpreter's reading call, `long` or `unsigned long`. A test whose source is not
+// wider than its target is always false. The caller names the exception: OverflowError for a value, IndexError for an
+// index.
 #ifndef ZELMOR_CONVERT_RANGE_TESTS_H
 #define ZELMOR_CONVERT_RANGE_TESTS_H
 

@@ -1,7 +1,7 @@
 // Integers, floats, booleans and sizes on their way to managed code.
 //
-// A converter answers 1, or 0 with a Python error set, so that it serves as an "O&" converter. The strictness is
-// part of the interface: `bool` is no number here, and a number is no `bool`.
+// A converter returns 1, or 0 with a Python error set, as an "O&" converter does. It is strict by contract: a `bool` is
+// not taken for a number, and a number is not taken for a `bool`.
 #ifndef ZELMOR_CONVERT_SCALARS_H
 #define ZELMOR_CONVERT_SCALARS_H
 
@@ -9,7 +9,7 @@
 
 namespace zelmor {
 
-// The part of PyShLong_Check that is left for true subclasses of `int`.
+// PyShLong_Check of an object whose class is a true subclass of `int`.
 int check_int_subclass(PyObject* object);
 
 }  // namespace zelmor
@@ -44,7 +44,7 @@ int fn_conv_py_bool_to_clr_bool(PyObject* object, bool* out);
 // Anything with `__index__`.
 int fn_conv_py_obj_to_ssize_t(PyObject* object, long* out);
 
-// Item 0 of an argument tuple; None leaves `*out` as it is.
+// Item 0 of an argument tuple; None leaves `*out` unchanged.
 int fn_conv_py_optional_to_ssize_t(PyObject* args, long* out);
 
 #endif  // ZELMOR_CONVERT_SCALARS_H

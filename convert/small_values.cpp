@@ -1,11 +1,13 @@
 // Guid, System.Version, Nullable<T> and by-reference parameters, with their callbacks.
 #include "convert/small_values.h"
 
+#include <cassert>
 #include <cstring>
 
 #include "pyshell/identifiers.h"
 #include "pyshell/imports.h"
 #include "pyshell/py_ref.h"
+#include "pyshell/refusals.h"
 
 using zelmor::PyRef;
 
@@ -29,7 +31,7 @@ bool read_version_part(PyObject* element, int32_t& part) {
         return false;
     }
     const long value = PyLong_AsLong(element);
-    if (value == -1 && PyErr_Occurred()) {
+    if (value == -1 && PyErr_Occurred() != nullptr) {
         return false;
     }
     if (value < 0) {
@@ -44,6 +46,7 @@ bool read_version_part(PyObject* element, int32_t& part) {
 }  // namespace
 
 int fn_conv_py_uuid_to_clr_guid(PyObject* object, unsigned char* guid) {
+    assert(object != nullptr && guid != nullptr);
     PyRef type = PyRef::steal(PyShImport_ImportType("uuid", PyWrpIdTypeName_Uuid));
     if (!type) {
         return 0;
@@ -53,13 +56,13 @@ int fn_conv_py_uuid_to_clr_guid(PyObject* object, unsigned char* guid) {
         return 0;
     }
     if (match == 0) {
-        PyErr_Format(PyExc_TypeError, "can't build Guid from '%s'", Py_TYPE(object)->tp_name);
-        return 0;
+        return zelmor::refuse_kind("Guid", object);
     }
     return fn_conv_py_uuid_to_clr_guid_value(object, guid);
 }
 
 int fn_conv_py_uuid_to_clr_guid_value(PyObject* object, unsigned char* guid) {
+    assert(object != nullptr && guid != nullptr);
     PyRef bytes = PyRef::steal(PyObject_GetAttr(object, PyWrpIdUuid_BytesLe));
     char* data = nullptr;
     Py_ssize_t size = 0;
@@ -67,15 +70,15 @@ int fn_conv_py_uuid_to_clr_guid_value(PyObject* object, unsigned char* guid) {
         return 0;
     }
     if (size < kGuidSize) {
-        // A subclass can override the attribute; a real UUID always has 16 bytes. Of more the first count.
-        PyErr_Format(PyExc_TypeError, "can't build Guid from '%s'", Py_TYPE(object)->tp_name);
-        return 0;
+        // A subclass can override the attribute. A real UUID has 16 bytes; of a longer value the first 16 are taken.
+        return zelmor::refuse_kind("Guid", object);
     }
     std::memcpy(guid, data, kGuidSize);
     return 1;
 }
 
 PyObject* fn_conv_clr_guid_to_py_uuid(const void* guid) {
+    assert(guid != nullptr);
     PyRef type = PyRef::steal(PyShImport_ImportType("uuid", PyWrpIdTypeName_Uuid));
     if (!type) {
         return nullptr;
@@ -90,6 +93,7 @@ PyObject* fn_conv_clr_guid_to_py_uuid(const void* guid) {
 }
 
 int fn_conv_py_tuple_to_clr_version(PyObject* object, PySysVersionArg* out) {
+    assert(object != nullptr && out != nullptr);
     if (object == Py_None) {
         out->count = -1;
         return 1;
@@ -133,6 +137,8 @@ PyObject* fn_conv_clr_version_to_py_tuple(const PySysVersionArg& version) {
 }
 
 int fn_conv_py_nullable_to_clr_nullable(PyObject* object, PyNullableArg* out) {
+    assert(object != nullptr && out != nullptr);
+    assert(out->converter != nullptr && out->target != nullptr);
     if (object == Py_None) {
         return 1;
     }
@@ -144,6 +150,8 @@ int fn_conv_py_nullable_to_clr_nullable(PyObject* object, PyNullableArg* out) {
 }
 
 int fn_conv_py_parbyref_to_clr_parbyref(PyObject* object, PyParamByRef* out) {
+    assert(object != nullptr && out != nullptr);
+    assert(out->converter != nullptr && out->target != nullptr);
     if (!PyList_CheckExact(object)) {
         return refuse_by_ref(object);
     }
@@ -163,6 +171,7 @@ int fn_conv_py_parbyref_to_clr_parbyref(PyObject* object, PyParamByRef* out) {
 }
 
 int fn_push_parbyref_outvalue(PyObject* list, PyObject* value) {
+    assert(PyList_Check(list) && value != nullptr);
     if (PyList_GET_SIZE(list) > 0) {
         return PyList_SetItem(list, 0, value);
     }

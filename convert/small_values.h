@@ -15,7 +15,7 @@ PyObject* fn_conv_clr_guid_to_py_uuid(const void* guid);
 int fn_conv_py_tuple_to_clr_version(PyObject* object, PySysVersionArg* out);
 PyObject* fn_conv_clr_version_to_py_tuple(const PySysVersionArg& version);
 
-// None, or what the record's own converter takes.
+// None, or a value that the converter of the record takes.
 int fn_conv_py_nullable_to_clr_nullable(PyObject* object, PyNullableArg* out);
 
 // A list, empty or with the incoming value in its first slot.

@@ -1,16 +1,19 @@
 // Strings and single characters in both directions.
 #include "convert/strings.h"
 
+#include <cassert>
 #include <cstring>
 
 #include "pyshell/identifiers.h"
 #include "pyshell/py_ref.h"
+#include "pyshell/refusals.h"
 
 using zelmor::PyRef;
 
 namespace {
 
 bool make_ready(PyObject* text) {
+    assert(PyUnicode_Check(text));
     if (PyUnicode_READY(text) == 0) {
         return true;
     }
@@ -18,8 +21,8 @@ bool make_ready(PyObject* text) {
     return false;
 }
 
-// The error handler has an empty name, which is not the default one: what cannot be decoded ends in Python's own
-// LookupError.
+// The error handler has an empty name, which is not that of the default handler: code units that cannot be decoded
+// raise Python's own LookupError.
 PyObject* decode_utf16(const char* units, Py_ssize_t size) {
     int little_endian = -1;
     return PyUnicode_DecodeUTF16(units, size, "", &little_endian);
@@ -30,8 +33,9 @@ PyObject* decode_utf16(const char* units, Py_ssize_t size) {
 namespace zelmor {
 
 PyObject* encode_utf16(PyObject* object) {
+    assert(object != nullptr);
     if (!PyUnicode_Check(object)) {
-        PyErr_Format(PyExc_TypeError, "can't build Char from '%s'", Py_TYPE(object)->tp_name);
+        refuse_kind("Char", object);
         return nullptr;
     }
     if (!make_ready(object)) {
@@ -39,7 +43,7 @@ PyObject* encode_utf16(PyObject* object) {
     }
     PyRef encoded = PyRef::steal(PyUnicode_AsUTF16String(object));
     if (!encoded) {
-        if (!PyErr_Occurred()) {
+        if (PyErr_Occurred() == nullptr) {
             PyErr_SetString(PyExc_TypeError, "cannot convert unicode object to byte string");
         }
         return nullptr;
@@ -55,6 +59,7 @@ PyObject* encode_utf16(PyObject* object) {
 }  // namespace zelmor
 
 int fn_conv_py_string_to_clr_char(PyObject* object, unsigned short* out) {
+    assert(object != nullptr && out != nullptr);
     PyRef encoded = PyRef::steal(zelmor::encode_utf16(object));
     if (!encoded) {
         return 0;
@@ -73,6 +78,7 @@ PyObject* fn_conv_clr_char_to_py_string(unsigned short unit) {
 }
 
 int fn_conv_py_string_to_clr_string(PyObject* object, PyStringArg* out) {
+    assert(object != nullptr && out != nullptr);
     if (PyUnicode_Check(object)) [[likely]] {
         return fn_conv_py_string_to_clr_string_value(object, out);
     }
@@ -80,11 +86,11 @@ int fn_conv_py_string_to_clr_string(PyObject* object, PyStringArg* out) {
         out->length = -1;
         return 1;
     }
-    PyErr_Format(PyExc_TypeError, "can't build String from '%s'", Py_TYPE(object)->tp_name);
-    return 0;
+    return zelmor::refuse_kind("String", object);
 }
 
 int fn_conv_py_string_to_clr_string_value(PyObject* object, PyStringArg* out) {
+    assert(PyUnicode_Check(object) && out != nullptr);
     if (!PyUnicode_IS_READY(object) && !make_ready(object)) {
         return 0;
     }
@@ -100,6 +106,7 @@ int fn_conv_py_string_to_clr_string_value(PyObject* object, PyStringArg* out) {
 }
 
 int fn_conv_py_strorpath_to_clr_string(PyObject* object, PyEphStrArg* out) {
+    assert(object != nullptr && out != nullptr);
     if (object == Py_None) {
         out->owner = nullptr;
         out->text.length = -1;
@@ -131,7 +138,7 @@ PyObject* fn_conv_clr_string_to_py_string(const char16_t* units, int count) {
 
 PyObject* fn_conv_clr_string_to_py_unraisable(const char16_t* units, int count) {
     PyObject* text = fn_conv_clr_string_to_py_string(units, count);
-    if (text == nullptr && PyErr_Occurred()) {
+    if (text == nullptr && PyErr_Occurred() != nullptr) {
         PyErr_WriteUnraisable(PyWrpIdTraceBack_FormatExceptionWarning);
     }
     return text;
@@ -148,12 +155,13 @@ PyObject* fn_write_py_char(int unit) {
 }
 
 int fn_clbk_ucol_get_unicode_bytes(PyObject* object, PyObject** owner, unsigned int* length, void** data) {
+    assert(owner != nullptr && length != nullptr && data != nullptr);
     PyRef encoded = PyRef::steal(zelmor::encode_utf16(object));
     if (!encoded) {
         return 0;
     }
-    // The length counts the units behind the byte order mark, while the data stands one unit further on. The managed
-    // side is built against this pairing.
+    // The length counts all units behind the byte order mark, while the data starts one unit later. The managed side
+    // expects this combination.
     *length = static_cast<unsigned int>((PyBytes_GET_SIZE(encoded.get()) - 2) / 2);
     *data = PyBytes_AS_STRING(encoded.get()) + 4;
     *owner = encoded.release();

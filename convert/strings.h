@@ -1,7 +1,7 @@
 // Strings and single characters in both directions.
 //
-// Towards managed code nothing is copied: a record points into the string's own storage and says how wide a code
-// point is. Towards Python, managed text comes as UTF-16 code units in little-endian order.
+// Nothing is copied on the way to managed code: a record points into the storage of the Python string and gives the
+// width of a code point. Managed text arrives as UTF-16 code units in little-endian order.
 #ifndef ZELMOR_CONVERT_STRINGS_H
 #define ZELMOR_CONVERT_STRINGS_H
 
@@ -13,7 +13,7 @@
 int fn_conv_py_string_to_clr_char(PyObject* object, unsigned short* out);
 PyObject* fn_conv_clr_char_to_py_string(unsigned short unit);
 
-// None is a null managed string, told by `length` -1.
+// None is a null managed string, which has `length` -1.
 int fn_conv_py_string_to_clr_string(PyObject* object, PyStringArg* out);
 // Without the tests for None and for the type.
 int fn_conv_py_string_to_clr_string_value(PyObject* object, PyStringArg* out);
@@ -25,7 +25,7 @@ PyObject* fn_conv_clr_string_to_py_string_value(const char* units, long count);
 namespace zelmor {
 
 // The `bytes` of a string in UTF-16 behind a byte order mark: a new reference, or null with a Python error set.
-// Anything but a `str` is refused in the words of the character converter.
+// Any object but a `str` is refused with the message of the character converter.
 PyObject* encode_utf16(PyObject* object);
 
 }  // namespace zelmor

@@ -1,6 +1,8 @@
 // Arithmetic between the fields of a timedelta and ticks.
 #include "convert/timespan_arg_builder.h"
 
+#include <cassert>
+
 #include "convert/datetime_arg_builder.h"
 
 namespace {
@@ -18,7 +20,7 @@ void TimeSpanArgBuilder::normalize() {
 }
 
 bool TimeSpanArgBuilder::is_overflow(long seconds, long microseconds) {
-    // 64 bits of ticks end at 922337203685.4775807 seconds. The second before the last is held to the same fraction.
+    // 64 bits of ticks end at 922337203685.4775807 seconds. The second before the last is limited to the same fraction.
     constexpr long kLastSecond = 922'337'203'685;
     constexpr long kLastMicrosecond = 477'580;
     if (seconds < -kLastSecond || seconds > kLastSecond) {
@@ -31,6 +33,7 @@ bool TimeSpanArgBuilder::is_overflow(long seconds, long microseconds) {
 }
 
 bool TimeSpanArgBuilder::to_ticks(long& out) {
+    assert(seconds >= 0 && microseconds >= 0);
     if (days < 0) {
         normalize();
     }

@@ -17,7 +17,7 @@ struct TimeSpanArgBuilder {
     bool from_ticks(long ticks);
     // Whether a span, both parts of the same sign, is too long.
     static bool is_overflow(long seconds, long microseconds);
-    // From negative days and positive rest to a rest of the same sign.
+    // Gives days, seconds and microseconds the same sign, where the days are negative and the others are not.
     void normalize();
 };
 

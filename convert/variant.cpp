@@ -1,8 +1,10 @@
-// The decision what a Python value is to a managed parameter of type `object`.
+// Classification of a Python value that is passed for a managed parameter of type `object`.
 //
-// The order of the tests decides where a value is of several kinds at once: `bool` before `int`, DecimalTuple before
-// `tuple`, `datetime` before `date`.
+// A value of several kinds counts as the one that is tested first: `bool` before `int`, DecimalTuple before `tuple`,
+// `datetime` before `date`.
 #include "convert/variant.h"
+
+#include <cassert>
 
 #include <datetime.h>
 
@@ -21,8 +23,8 @@ namespace {
 constexpr int kNoMatch = -1;
 constexpr int kFailed = -2;
 
-// Whether `object` is an instance of a class of the standard library: 1, 0, or kFailed if the class is not to be
-// had. A failed test counts as a match.
+// Whether `object` is an instance of a class of the standard library: 1, 0, or kFailed if the class cannot be imported.
+// A failed test counts as a match.
 int is_instance_of(PyObject* object, const char* module, PyObject* class_name) {
     PyRef type = PyRef::steal(PyShImport_ImportType(module, class_name));
     if (!type) {
@@ -52,7 +54,7 @@ int classify_library_value(PyObject* object) {
 }
 
 int classify_date_value(PyObject* object) {
-    PyDateTime_IMPORT;  // on each use, as everything of the library here
+    PyDateTime_IMPORT;  // on each use, like every import of the standard library here
     if (PyDateTimeAPI == nullptr) {
         return kFailed;
     }
@@ -80,7 +82,7 @@ int classify_text_or_buffer(PyObject* object) {
     return kNoMatch;
 }
 
-// Exact types only: a subclass may mean something else by its items.
+// Exact types only: a subclass can give its items another meaning.
 int classify_sequence(PyObject* object) {
     if (PyList_CheckExact(object)) {
         return kVariantList;
@@ -105,6 +107,7 @@ int convert_wrapper(PyObject* object, VariantArg* out) {
 }  // namespace
 
 int fn_conv_py_variant_to_clr_variant(PyObject* object, VariantArg* out) {
+    assert(object != nullptr && out != nullptr);
     out->value = object;
     if (object == Py_None) {
         out->tag = kVariantNull;

@@ -1,4 +1,4 @@
-// The callback tables, filled at compile time in the order that the managed side indexes them by.
+// The callback tables, filled at compile time. The managed side finds a function by its position.
 #include "exchange/callbacks.h"
 
 const PyObjApiCallbacks m_py_obj_api_callbacks = {

@@ -1,10 +1,10 @@
 // Every function that stands in a callback table, and the tables.
 //
-// The tables reach up: this folder hands over functions that live in convert/, pyshell/, streams/ and collections/.
-// They are declared here and joined by the linker, so that no header of those folders is needed. What a function
-// does is told where it is defined; the slot orders are in exchange/wire/callback_tables.h.
+// The functions are defined in the folders above this one: convert/, pyshell/, streams/ and collections/. They are
+// declared here and joined by the linker, so that no header of those folders is needed. Each is described where it is
+// defined; the order of the slots is in exchange/wire/callback_tables.h.
 //
-// All of them run on the thread that made the call into managed code, which holds the interpreter lock.
+// Every callback runs on the thread that made the call into managed code. That thread holds the interpreter lock.
 #ifndef ZELMOR_EXCHANGE_CALLBACKS_H
 #define ZELMOR_EXCHANGE_CALLBACKS_H
 
@@ -109,8 +109,8 @@ struct PyGenericCallbacks {
     const void* tables[kGenericCallbackCount];
 };
 
-// The tables, and the form in which ExchangeHost hands them over. The generic ones come with the typed collections of
-// a module, or from collections/no_typed_collections.cpp.
+// The tables, and the form in which ExchangeHost hands them over. The generic ones are defined with the typed
+// collections of a module; a module without typed collections has those of collections/no_typed_collections.cpp.
 extern const PyObjApiCallbacks m_py_obj_api_callbacks;
 extern const PyStaticCallbacks m_all_py_wrapper_callbacks;
 extern const PyGenericCallbacks m_all_py_generic_callbacks;

@@ -1,49 +1,28 @@
 // Errors on their way across the boundary, as text.
 //
-// The formatting of a Python error must not fail in a way that hides the error: whatever goes wrong on the way is
-// written out as unraisable, and the indicator is clear at the end.
+// A failure while a Python error is formatted must not hide that error: the failure is reported as unraisable, and the
+// error indicator is clear at the end.
 #include "exchange/exception_bridge.h"
+
+#include <cassert>
 
 #include "convert/strings.h"
 #include "pyshell/identifiers.h"
+#include "pyshell/pending_error.h"
 #include "pyshell/py_ref.h"
 #include "pyshell/python.h"
 
+using zelmor::PendingError;
 using zelmor::PyRef;
 
 namespace {
 
-// An error as PyErr_Fetch gives it, owned.
-struct FetchedError {
-    PyObject* type = nullptr;
-    PyObject* value = nullptr;
-    PyObject* traceback = nullptr;
-
-    FetchedError() = default;
-    FetchedError(const FetchedError&) = delete;
-    FetchedError& operator=(const FetchedError&) = delete;
-    ~FetchedError() { drop(); }
-
-    void fetch() {
-        drop();
-        PyErr_Fetch(&type, &value, &traceback);
-    }
-    void restore() {
-        PyErr_Restore(type, value, traceback);
-        type = value = traceback = nullptr;
-    }
-    void drop() {
-        Py_CLEAR(type);
-        Py_CLEAR(value);
-        Py_CLEAR(traceback);
-    }
-};
-
-// The text that the interpreter itself would print. Null on failure, most often with an error pending.
-PyObject* format_by_traceback_module(const FetchedError& error) {
+// The text that the interpreter itself would print. Null on failure, in most cases with an error pending.
+PyObject* format_by_traceback_module(const PendingError& error) {
+    assert(error.type() != nullptr && error.value() != nullptr);
     PyRef module = PyRef::steal(PyImport_ImportModule("traceback"));
     if (!module) {
-        if (!PyErr_Occurred()) {
+        if (PyErr_Occurred() == nullptr) {
             PyErr_Format(PyExc_ImportError,
                          "Unable to import the specified module %s. The module not found or errors occurred while "
                          "initializing it.",
@@ -52,13 +31,14 @@ PyObject* format_by_traceback_module(const FetchedError& error) {
         return nullptr;
     }
     PyObject* name =
-        error.traceback != nullptr ? PyWrpIdTraceBack_FormatException : PyWrpIdTraceBack_FormatExceptionOnly;
+        error.traceback() != nullptr ? PyWrpIdTraceBack_FormatException : PyWrpIdTraceBack_FormatExceptionOnly;
     PyRef format = PyRef::steal(PyObject_GetAttr(module.get(), name));
     if (!format || !PyCallable_Check(format.get())) {
         return nullptr;
     }
-    PyRef lines = PyRef::steal(PyObject_CallFunctionObjArgs(format.get(), error.type, error.value, error.traceback,
-                                                            nullptr));  // a null traceback ends the arguments early
+    PyRef lines =
+        PyRef::steal(PyObject_CallFunctionObjArgs(format.get(), error.type(), error.value(), error.traceback(),
+                                                  nullptr));  // a null traceback ends the arguments early
     if (!lines) {
         return nullptr;
     }
@@ -67,6 +47,7 @@ PyObject* format_by_traceback_module(const FetchedError& error) {
 
 // The qualified name of the exception type, or its text.
 PyObject* name_of(PyObject* type) {
+    assert(type != nullptr);
     PyRef name = PyRef::steal(PyObject_GetAttr(type, PyWrpIdType_Qualname));
     if (name && PyUnicode_Check(name.get())) {
         return name.release();
@@ -76,21 +57,22 @@ PyObject* name_of(PyObject* type) {
 }
 
 // The text without the help of the traceback module. Null with an error pending on failure.
-PyObject* format_by_hand(const FetchedError& error) {
-    PyRef name = PyRef::steal(name_of(error.type));
+PyObject* format_by_hand(const PendingError& error) {
+    assert(error.type() != nullptr);
+    PyRef name = PyRef::steal(name_of(error.type()));
     if (!name) {
         return nullptr;
     }
     PyRef value_text;
-    if (error.value != nullptr) {
-        value_text = PyRef::steal(PyObject_Str(error.value));
+    if (error.value() != nullptr) {
+        value_text = PyRef::steal(PyObject_Str(error.value()));
         if (!value_text) {
             return nullptr;
         }
     }
-    if (error.traceback != nullptr) {
+    if (error.traceback() != nullptr) {
         // The text of a traceback says nothing to a reader, so that it only shows where it is missing.
-        PyRef traceback_text = PyRef::steal(PyObject_Str(error.traceback));
+        PyRef traceback_text = PyRef::steal(PyObject_Str(error.traceback()));
         const bool has_text = traceback_text && PyObject_Size(traceback_text.get()) > 0;
         PyErr_Clear();
         if (!has_text) {
@@ -108,6 +90,7 @@ PyObject* format_by_hand(const FetchedError& error) {
 }  // namespace
 
 void on_clr_exception(PyObject* name, PyObject* detail) {
+    assert(PyGILState_Check());
     PyErr_Format(PyExc_RuntimeError, "Proxy error(%U): %U", name != nullptr ? name : PyWrpIdTraceBack_Unknown,
                  detail != nullptr ? detail : PyWrpIdTraceBack_Unknown);
     Py_XDECREF(name);
@@ -115,19 +98,19 @@ void on_clr_exception(PyObject* name, PyObject* detail) {
 }
 
 int fn_catch_and_clear_py_error(void** owner, PyStringArg* text) {
-    if (!PyErr_Occurred()) {
+    assert(PyGILState_Check());
+    assert(owner != nullptr && text != nullptr);
+    if (PyErr_Occurred() == nullptr) {
         return -1;
     }
-    FetchedError error;
-    error.fetch();
-    PyErr_NormalizeException(&error.type, &error.value, &error.traceback);
+    PendingError error = PendingError::take_normalized();
 
     PyRef result;
-    FetchedError secondary;
-    if (error.value != nullptr) {
+    PendingError secondary;
+    if (error.value() != nullptr) {
         result = PyRef::steal(format_by_traceback_module(error));
         if (!result) {
-            secondary.fetch();
+            secondary = PendingError::take();
         }
     }
     if (!result) {
@@ -140,10 +123,10 @@ int fn_catch_and_clear_py_error(void** owner, PyStringArg* text) {
         *owner = result.release();
         answer = 0;
     }
-    if (!PyErr_Occurred()) {
+    if (PyErr_Occurred() == nullptr) {
         secondary.restore();
     }
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         PyErr_WriteUnraisable(PyWrpIdTraceBack_FormatExceptionWarning);
     }
     return answer;

@@ -1,8 +1,8 @@
 // The two callbacks by which errors cross the boundary, as text, in either direction.
 //
 // No exception unwinds through frames of the other side. A managed failure becomes a pending Python error while the
-// call is still on the stack; a Python error inside a callback is taken up as text and cleared, and the managed side
-// raises an exception of its own with it.
+// call is still on the stack. A Python error inside a callback is turned into text and cleared, and the managed side
+// raises an exception of its own with that text.
 #ifndef ZELMOR_EXCHANGE_EXCEPTION_BRIDGE_H
 #define ZELMOR_EXCHANGE_EXCEPTION_BRIDGE_H
 

@@ -1,9 +1,10 @@
 // Binding of the service channel to the managed class behind it.
 #include "exchange/exchange_host.h"
 
-#include "exchange/missing_method.h"
+#include <cassert>
+
+#include "exchange/type_host.h"
 #include "exchange/wire/entry_points.h"
-#include "host/host_environment.h"
 
 template <class Delegate>
 bool ExchangeHost::bind(const HostEnvironment& environment, const char* method, Delegate& delegate) {
@@ -16,8 +17,9 @@ bool ExchangeHost::bind(const HostEnvironment& environment, const char* method, 
 }
 
 bool ExchangeHost::initialize(const char* assembly) {
+    assert(assembly != nullptr);
     m_assembly_name = assembly;
-    const HostEnvironment& env = HostEnvironment::instance(nullptr, false, nullptr, nullptr, nullptr, nullptr);
+    const HostEnvironment& env = zelmor::running_environment();
     const auto& names = kExchangeHostEntryPoints;
     // The two string builders are bound in another order than their fields stand in.
     return bind(env, names[0], m_get_type_name) && bind(env, names[1], m_set_exception_callback) &&
@@ -32,10 +34,5 @@ bool ExchangeHost::initialize(const char* assembly) {
 }
 
 bool ExchangeHost::set_method_ptr(const HostEnvironment& environment, const char* method, void** slot) {
-    const int status = environment.try_create_delegate(m_assembly_name, kExchangeHostType, method, slot);
-    if (status == 0) {
-        return true;
-    }
-    m_error_msg = missing_method_error_message(m_assembly_name, kExchangeHostType, method, status);
-    return false;
+    return zelmor::bind_type_delegate(environment, m_assembly_name, kExchangeHostType, method, slot, m_error_msg);
 }

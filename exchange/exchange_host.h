@@ -1,9 +1,9 @@
 // The service channel of the bridge itself: hands the callbacks to the managed side, gives back handles, names a
 // handle's type.
 //
-// The operations are inline and forward to their delegate unchecked: they are called only after `initialize` has
-// succeeded, and `free_instance` runs at the death of every wrapper. No managed exception leaves a delegate; it
-// arrives as a pending Python error.
+// The operations are inline and call their delegate without a check: they are used only after `initialize` has
+// succeeded, and `free_instance` runs whenever a wrapper dies. No managed exception leaves a delegate; it arrives as a
+// pending Python error.
 #ifndef ZELMOR_EXCHANGE_EXCHANGE_HOST_H
 #define ZELMOR_EXCHANGE_EXCHANGE_HOST_H
 

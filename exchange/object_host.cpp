@@ -2,9 +2,8 @@
 #include "exchange/object_host.h"
 
 #include "exchange/exchange_host.h"
-#include "exchange/missing_method.h"
+#include "exchange/type_host.h"
 #include "exchange/wire/entry_points.h"
-#include "host/host_environment.h"
 
 template <class Delegate>
 bool ObjectHost::bind(const HostEnvironment& environment, const char* method, Delegate& delegate) {
@@ -17,10 +16,9 @@ bool ObjectHost::bind(const HostEnvironment& environment, const char* method, De
 }
 
 ObjectHost::ObjectHost() : m_assembly_name(ExchangeHost::get_instance().get_assembly_name()) {
-    const HostEnvironment& env = HostEnvironment::instance(nullptr, false, nullptr, nullptr, nullptr, nullptr);
+    const HostEnvironment& env = zelmor::running_environment();
     const auto& names = kObjectHostEntryPoints;
-    // Stops at the first that is missing: the slots behind it stay empty, and nobody reaches them, since the import
-    // fails.
+    // Stops at the first that is missing. The slots behind it stay empty and are never called, since the import fails.
     const bool all_bound = bind(env, names[0], m_to_string_of_obj) && bind(env, names[1], m_to_string_of_stc) &&
                            bind(env, names[2], m_get_hash_code_of_obj) && bind(env, names[3], m_get_hash_code_of_stc) &&
                            bind(env, names[4], m_equals_of_obj) && bind(env, names[5], m_equals_of_stc) &&
@@ -31,11 +29,9 @@ ObjectHost::ObjectHost() : m_assembly_name(ExchangeHost::get_instance().get_asse
 }
 
 bool ObjectHost::set_method_ptr(const HostEnvironment& environment, const char* method, void** slot) {
-    const int status = environment.try_create_delegate(m_assembly_name, kObjectHostType, method, slot);
-    if (status == 0) {
+    if (zelmor::bind_type_delegate(environment, m_assembly_name, kObjectHostType, method, slot, m_error_msg)) {
         return true;
     }
-    m_error_msg = missing_method_error_message(m_assembly_name, kObjectHostType, method, status);
     m_is_not_valid = true;
     return false;
 }

@@ -1,11 +1,12 @@
 // The scoped holders of boundary records, and the scratch records that stay on this side.
 //
-// A holder is a local of the wrapper that makes the call: it starts out empty, a converter fills it, and its
-// destructor gives back what the record borrowed on every way out. The records themselves, which the managed side
-// reads, are in exchange/wire/records.h.
+// A holder is a local variable of the wrapper that makes the call. It starts empty, a converter fills it, and its
+// destructor releases whatever the record borrowed. The records themselves, which the managed side reads, are in
+// exchange/wire/records.h.
 #ifndef ZELMOR_EXCHANGE_RECORDS_H
 #define ZELMOR_EXCHANGE_RECORDS_H
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -111,8 +112,8 @@ class PyInterimArgBuilder {
 };
 static_assert(sizeof(PyInterimArgBuilder) == 16);
 
-// The Python objects built for the out values of a call, until each has been handed over to its list. Every slot
-// is filled first; then `operator++` follows each hand-over, and the destructor drops what was not handed over.
+// The Python objects of a call's out values, until each has been put into its list. All slots are filled first.
+// `operator++` marks the next object as handed over, if there is one, and the destructor drops the others.
 template <size_t N>
 class PyTrPyObjStack {
  public:
@@ -125,7 +126,10 @@ class PyTrPyObjStack {
     PyTrPyObjStack(const PyTrPyObjStack&) = delete;
     PyTrPyObjStack& operator=(const PyTrPyObjStack&) = delete;
 
-    PyObject*& operator[](size_t index) { return m_slots[index]; }
+    PyObject*& operator[](size_t index) {
+        assert(index < N);
+        return m_slots[index];
+    }
     PyTrPyObjStack& operator++() {
         ++m_handed_over;
         return *this;

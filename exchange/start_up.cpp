@@ -1,6 +1,8 @@
 // The order in which the boundary comes up.
 #include "exchange/start_up.h"
 
+#include <cassert>
+
 #include "exchange/callbacks.h"
 #include "exchange/exception_bridge.h"
 #include "exchange/exchange_host.h"
@@ -20,6 +22,8 @@ void* callback(Function* function) {
 
 int initialize_clr_host(std::string version, const char* assembly, bool debug, std::string suffix,
                         std::string product) {
+    assert(PyGILState_Check() && PyErr_Occurred() == nullptr);
+    assert(assembly != nullptr);
     HostEnvironment::instance(version.c_str(), debug, suffix.c_str(), product.c_str(), nullptr, nullptr);
 
     ExchangeHost& exchange = ExchangeHost::get_instance();
@@ -28,8 +32,8 @@ int initialize_clr_host(std::string version, const char* assembly, bool debug, s
         return -1;
     }
 
-    // The exception callback comes first, so that a failure in a later step can be reported; the services last, so
-    // that they find every callback in place.
+    // The exception callback comes first: it reports a failure of a later step. The services come last: they may use
+    // every callback.
     exchange.set_exception_callback(callback(on_clr_exception));
     exchange.set_catch_and_clear_error_callback(callback(fn_catch_and_clear_py_error));
     exchange.set_u16_bytes_builder_callback(callback(fn_create_u16_buffer));
@@ -40,7 +44,7 @@ int initialize_clr_host(std::string version, const char* assembly, bool debug, s
     exchange.set_py_generic_callbacks(get_all_pygn_generic_callbacks());
     exchange.set_py_bytes_builder_callback(callback(fn_conv_clr_bytes_to_py_bytes));
     exchange.init_services();
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return -1;
     }
 

@@ -1,6 +1,8 @@
 // Binding of type hosts to the running environment.
 #include "exchange/type_host.h"
 
+#include <cassert>
+
 #include "exchange/exchange_host.h"
 #include "exchange/missing_method.h"
 #include "host/host_environment.h"
@@ -9,6 +11,8 @@ namespace zelmor {
 
 bool bind_type_delegate(const HostEnvironment& environment, const char* assembly, const char* managed_class,
                         const char* method, void** slot, std::string& error) {
+    assert(assembly != nullptr && managed_class != nullptr);
+    assert(method != nullptr && slot != nullptr);
     const int status = environment.try_create_delegate(assembly, managed_class, method, slot);
     if (status == 0) {
         return true;
@@ -22,7 +26,9 @@ const HostEnvironment& running_environment() {
 }
 
 const char* bound_assembly() {
-    return ExchangeHost::get_instance().get_assembly_name();
+    const char* assembly = ExchangeHost::get_instance().get_assembly_name();
+    assert(assembly != nullptr);  // the boundary came up before any type host
+    return assembly;
 }
 
 }  // namespace zelmor

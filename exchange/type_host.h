@@ -1,8 +1,8 @@
 // What every type host has in common: the singleton table of delegates to one managed class.
 //
 // A host looks up all its entry points by name when it is first asked for, stops at the first that is missing, and
-// remembers the message for good. Its thunks call the slots without any check: whoever reaches a thunk has passed a
-// guard or holds an instance, and an instance exists only of a valid type.
+// keeps the message for the life of the process. Its thunks call the slots without a check: a thunk is called behind
+// the guard of its type, or on an instance, and only a valid type has instances.
 #ifndef ZELMOR_EXCHANGE_TYPE_HOST_H
 #define ZELMOR_EXCHANGE_TYPE_HOST_H
 
@@ -14,7 +14,8 @@ class HostEnvironment;
 
 namespace zelmor {
 
-// Binds one entry point of `managed_class`; on failure fills `error` with the missing-method message.
+// Binds one entry point of `managed_class`, also for the two service hosts; on failure fills `error` with the
+// missing-method message.
 bool bind_type_delegate(const HostEnvironment& environment, const char* assembly, const char* managed_class,
                         const char* method, void** slot, std::string& error);
 
@@ -29,7 +30,7 @@ class TypeHost {
     TypeHost(const TypeHost&) = delete;
     TypeHost& operator=(const TypeHost&) = delete;
 
-    // Reached on every call of a wrapper, so that only the test stands inline: one load and one branch.
+    // Runs on every call of a wrapper, so that only the test is inline: one load and one branch.
     static Host& get_instance() {
         if (s_instance != nullptr) [[likely]] {
             return *s_instance;
@@ -69,7 +70,7 @@ class TypeHost {
         return host;
     }
 
-    static inline Host* s_instance = nullptr;  // one per process: made whole, with no callback, by the first user
+    static inline Host* s_instance = nullptr;  // one per process, made by the first use, without a callback
 
     const char* m_assembly_name;
     bool m_is_not_valid = false;

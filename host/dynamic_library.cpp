@@ -1,6 +1,7 @@
 // A shared library held open by this process.
 #include "host/dynamic_library.h"
 
+#include <cassert>
 #include <stdexcept>
 #include <utility>
 
@@ -31,7 +32,7 @@ bool DynamicLibrary::try_load(const std::string& path, const std::string&, Dynam
         return true;
     }
     trace::info("No existed module...");
-    if (void* handle = pal::load_library(path)) {
+    if (void* handle = pal::load_library(path); handle != nullptr) {
         library.m_handle = handle;
         library.m_is_first_load = true;
         return true;
@@ -50,7 +51,7 @@ DynamicLibrary DynamicLibrary::load(const std::string& path, const std::string& 
 }
 
 bool DynamicLibrary::free() {
-    if (!m_handle) {
+    if (m_handle == nullptr) {
         return false;
     }
     if (m_can_free) {
@@ -60,11 +61,12 @@ bool DynamicLibrary::free() {
 }
 
 void* DynamicLibrary::get_symbol(const char* name) const {
-    if (!m_handle) {
+    assert(name != nullptr);
+    if (m_handle == nullptr) {
         throw std::logic_error("Library was not opened!");
     }
     void* symbol = pal::get_symbol(m_handle, name);
-    if (!symbol) {
+    if (symbol == nullptr) {
         throw std::runtime_error(std::string("No such symbol: ") + name);
     }
     return symbol;

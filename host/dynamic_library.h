@@ -1,5 +1,6 @@
-// A shared library held open by this process. It tells whether this object opened the library or found it already
-// loaded: that is how independently built extension modules agree on who starts and stops the runtime.
+// A shared library held open by this process, which knows whether it opened the library or found it already loaded.
+// Extension modules that were built independently agree in this way: the one that opened the library starts and stops
+// the runtime.
 #ifndef ZELMOR_HOST_DYNAMIC_LIBRARY_H
 #define ZELMOR_HOST_DYNAMIC_LIBRARY_H
 
@@ -12,7 +13,7 @@ class DynamicLibrary {
     DynamicLibrary& operator=(DynamicLibrary&& other) noexcept;
     ~DynamicLibrary();
 
-    /// Finds the library in the process or opens it, into `library`. The path alone identifies it.
+    /// Finds the library in the process, or opens it; `library` holds it. The path alone identifies it.
     static bool try_load(const std::string& path, const std::string& name, DynamicLibrary& library);
 
     /// As try_load, into a new object. Throws std::runtime_error if there is no such library.
@@ -30,7 +31,7 @@ class DynamicLibrary {
     bool is_held() const { return m_handle != nullptr; }
 
  private:
-    bool m_can_free = true;  // belongs to this holder and is not moved
+    bool m_can_free = true;  // a setting of this holder: a move leaves it where it is
     void* m_handle = nullptr;
     bool m_is_first_load = false;
 };

@@ -6,8 +6,8 @@
 #include <exception>
 #include <string>
 
-/// An error number together with a message, or with a finished text. What the text is made of is decided by the
-/// constructor: (code, text) and (text) carry it finished, (message, code) and (code) have it built by what().
+/// An error number together with a message, or with a finished text. The constructors (code, text) and (text) take the
+/// text that what() returns; after (message, code) and (code), what() builds the text of the message and the code.
 class BaseException : public std::exception {
  public:
     explicit BaseException(unsigned int code);

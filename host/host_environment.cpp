@@ -1,9 +1,9 @@
-// Finding, loading, starting and stopping the managed runtime. Failures up to a running domain are exceptions that
-// nobody catches: a process that was promised a runtime cannot go on without one. Afterwards everything is reported
-// by status.
+// Finding, loading, starting and stopping the managed runtime. Until the domain runs, a failure is an exception that
+// nothing catches, since the module is of no use without a runtime. Afterwards failures are reported as status codes.
 #include "host/host_environment.h"
 
 #include <algorithm>
+#include <cassert>
 #include <iterator>
 #include <stdexcept>
 
@@ -22,13 +22,15 @@ constexpr const char* kNetcoreDirVariable = "NETCORE_WRAPPER_NETCORE_DIR";
 constexpr const char* kAssemblyDirVariable = "NETCORE_WRAPPER_ASSEMBLY_DIR";
 constexpr char kListSeparator = ':';
 
-// Reads the variable that belongs to one product family.
+// Reads the environment variable `<stem>_<suffix>`; the suffix names the family of products.
 bool read_variable(const char* stem, const char* suffix, std::string& value) {
-    return pal::getenv((std::string(stem) + "_" + (suffix ? suffix : "")).c_str(), value);
+    assert(stem != nullptr);
+    return pal::getenv((std::string(stem) + "_" + (suffix != nullptr ? suffix : "")).c_str(), value);
 }
 
 template <typename Function>
 void resolve(const DynamicLibrary& library, const char* name, Function*& function) {
+    assert(library.is_held() && name != nullptr);
     function = reinterpret_cast<Function*>(library.get_symbol(name));
 }
 
@@ -47,7 +49,7 @@ HostEnvironment& HostEnvironment::instance(const char* version, bool debug, cons
     if (environment.m_wrap_library.is_first_load()) {
         environment.create_default_app_domain();
     } else {
-        // A domain that is not up stops nothing here: the first delegate that cannot be had will report it.
+        // A domain that is not up is no failure here: the first delegate that is asked for reports it.
         environment.m_domain_ready = environment.m_coreclr_wrap_is_domain_initialized() != 0;
     }
     return environment;
@@ -69,6 +71,8 @@ HostEnvironment::~HostEnvironment() {
 
 int HostEnvironment::try_create_delegate(const char* assembly, const char* type, const char* method,
                                          void** delegate) const {
+    assert(m_coreclr_wrap_create_delegate != nullptr);
+    assert(assembly != nullptr && type != nullptr && method != nullptr && delegate != nullptr);
     return m_coreclr_wrap_create_delegate(assembly, type, method, delegate);
 }
 
@@ -109,7 +113,7 @@ void HostEnvironment::initialize(const char* /*version*/, bool debug, const char
 }
 
 void HostEnvironment::find_netcore_dir(const char* suffix, const char* netcore_dir, const std::string& exe_dir) {
-    if (netcore_dir) {
+    if (netcore_dir != nullptr) {
         m_netcore_dir = netcore_dir;
         return;
     }
@@ -123,7 +127,7 @@ void HostEnvironment::find_netcore_dir(const char* suffix, const char* netcore_d
 void HostEnvironment::find_assembly_dirs(const char* suffix, const char* assembly_dir, const std::string& exe_dir) {
     std::vector<std::string> folders;
     std::string root;
-    if (assembly_dir) {
+    if (assembly_dir != nullptr) {
         folders.emplace_back(assembly_dir);
     } else if (read_variable(kAssemblyDirVariable, suffix, root)) {
         pal::get_app_folders(root, m_debug, folders);
@@ -155,6 +159,7 @@ bool HostEnvironment::create_default_app_domain() {
     if (m_domain_ready) {
         return false;
     }
+    assert(m_coreclr_wrap_initialize != nullptr);
     trace::info("Creating default AppDomain...");
     const std::string app_path = m_assembly_dirs;
     const std::string app_ni_paths = m_assembly_dirs;
@@ -191,7 +196,7 @@ bool HostEnvironment::create_default_app_domain() {
 }
 
 int HostEnvironment::try_shutdown_default_app_domain() {
-    if (!m_coreclr_wrap_shutdown || !m_domain_ready) {
+    if (m_coreclr_wrap_shutdown == nullptr || !m_domain_ready) {
         return -1;
     }
     const bool started_here = m_wrap_library.is_first_load() && m_starting_process == pal::get_process_id();

@@ -1,6 +1,6 @@
 // The owner of the managed runtime inside the Python process. It finds the directories, loads the wrapper library,
-// starts the runtime or joins the one that a sister module started, and creates delegates on request. Which
-// delegates are wanted, and what they do, is not known here. There is one environment per extension module.
+// starts the runtime or joins the one that a sibling module started, and creates delegates on request. It does not know
+// which delegates there are or what they do. There is one environment per extension module.
 #ifndef ZELMOR_HOST_HOST_ENVIRONMENT_H
 #define ZELMOR_HOST_HOST_ENVIRONMENT_H
 
@@ -14,9 +14,8 @@
 
 class HostEnvironment {
  public:
-    /// The environment of this module, started on first use. The arguments count only for the call that finds no
-    /// wrapper library held; later callers pass nulls and false. `version` and `product` are taken for the sake of
-    /// the callers' interface and not used. Throws when the runtime cannot be started; see exceptions.h.
+    /// The environment of this module, started by the first call. Later calls ignore the arguments and pass nulls and
+    /// false. `version` and `product` are not used. Throws if the runtime cannot be started; see exceptions.h.
     static HostEnvironment& instance(const char* version, bool debug, const char* suffix, const char* product,
                                      const char* netcore_dir, const char* assembly_dir);
 
@@ -32,8 +31,8 @@ class HostEnvironment {
     /// Starts the runtime with one application domain; false if a domain is up already.
     bool create_default_app_domain();
 
-    /// Shuts the domain down if this environment started it, in this very process: a forked child has a copy of
-    /// everything, but the runtime is its parent's. 0 if it did so, otherwise -1.
+    /// Shuts the domain down if this environment started it in this process: in a forked child, the environment is a
+    /// copy of its parent's, and so is the runtime. 0 if it was shut down, otherwise -1.
     int try_shutdown_default_app_domain();
 
     /// Appends the folder unless an equal one is already there.

@@ -2,6 +2,7 @@
 // comes from the platform layer.
 #include "host/host_trace.h"
 
+#include <cassert>
 #include <cstdarg>
 #include <string>
 
@@ -41,6 +42,7 @@ bool is_enabled() {
 }
 
 void info(const char* format, ...) {
+    assert(format != nullptr);
     if (!g_enabled) {
         return;
     }
@@ -51,6 +53,7 @@ void info(const char* format, ...) {
 }
 
 void verbose(const char* format, ...) {
+    assert(format != nullptr);
     if (!g_enabled) {
         return;
     }
@@ -61,6 +64,7 @@ void verbose(const char* format, ...) {
 }
 
 void warning(const char* format, ...) {
+    assert(format != nullptr);
     if (!g_enabled) {
         return;
     }
@@ -71,6 +75,7 @@ void warning(const char* format, ...) {
 }
 
 void error(const char* format, ...) {
+    assert(format != nullptr);
     va_list args;
     va_start(args, format);
     pal::err_vprintf(format, args);

@@ -1,5 +1,5 @@
-// The trace of the start-up path, for a person who wants to see where a start goes wrong. It is switched on by the
-// environment variable COREHOST_TRACE and knows one level only. Nothing outside the start-up path traces.
+// The trace of the start-up path: lines on standard output that show how far a start came. The environment variable
+// COREHOST_TRACE switches it on. It has one level, and nothing outside the start-up path uses it.
 #ifndef ZELMOR_HOST_HOST_TRACE_H
 #define ZELMOR_HOST_HOST_TRACE_H
 

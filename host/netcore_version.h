@@ -1,5 +1,5 @@
-// The version of a runtime directory and its order. How a version is read from a directory's name is the matter of
-// netcore_version_parser.h.
+// The version of a runtime directory, and the order of versions. netcore_version_parser.h reads a version from the name
+// of a directory.
 #ifndef ZELMOR_HOST_NETCORE_VERSION_H
 #define ZELMOR_HOST_NETCORE_VERSION_H
 
@@ -8,7 +8,7 @@ struct NetcoreVersion {
     int major;
     int minor;
 
-    // Leaves both numbers unset: a version is only ever read after it was parsed.
+    // Leaves both numbers unset: the parser fills them before they are read.
     NetcoreVersion() = default;
     NetcoreVersion(int major_number, int minor_number) : major(major_number), minor(minor_number) {}
 

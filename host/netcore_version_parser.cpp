@@ -1,7 +1,8 @@
-// The name of a runtime directory is taken apart strictly: a name that merely looks similar is somebody else's
-// directory and must not be picked.
+// Parsing of the names of runtime directories. It is strict: a directory with a similar name belongs to another
+// program.
 #include "host/netcore_version_parser.h"
 
+#include <cassert>
 #include <cstring>
 
 #include "host/str_utils.h"
@@ -34,6 +35,7 @@ bool try_parse(const std::string& name, NetcoreVersion& version) {
 }
 
 bool split(const std::string& text, std::string* parts) {
+    assert(parts != nullptr);
     const size_t dot = text.find('.');
     if (dot == std::string::npos || text.find('.', dot + 1) != std::string::npos) {
         return false;
@@ -47,7 +49,7 @@ bool try_parse_int(const std::string& text, int& value) {
     if (!cxxaw_isdigitstr(text)) {
         return false;
     }
-    // Out of range means a broken installation; the exception is meant to reach the top.
+    // A number out of range means a broken installation: the exception is not caught and ends the process.
     value = std::stoi(text);
     return true;
 }

@@ -1,5 +1,5 @@
-// Reads the version out of a directory name of the form "netcore<digits>.<digits>". Anything else in the name makes
-// it no runtime directory.
+// Reads the version out of a directory name of the form "netcore<digits>.<digits>". A directory with any other name is
+// no runtime directory.
 #ifndef ZELMOR_HOST_NETCORE_VERSION_PARSER_H
 #define ZELMOR_HOST_NETCORE_VERSION_PARSER_H
 

@@ -1,8 +1,9 @@
-// The part of the platform layer that is text and the C++ library alone: formatted output, error texts, paths and
-// lists of paths. What calls the operating system stands in pal.nix.cpp.
+// The part of the platform layer that needs the C++ library alone: formatted output, error texts, paths and lists of
+// paths. The calls of the operating system are in pal.nix.cpp.
 #include "host/pal.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -18,18 +19,21 @@ constexpr const char* kLineEnd = "\r\n";
 }  // namespace
 
 void err_vprintf(const char* format, va_list args) {
+    assert(format != nullptr);
     std::vfprintf(stderr, format, args);
     std::fputs(kLineEnd, stderr);
 }
 
 void out_vprintf(const char* format, va_list args) {
+    assert(format != nullptr);
     std::vfprintf(stdout, format, args);
     std::fputs(kLineEnd, stdout);
 }
 
 bool getenv(const char* name, std::string& value) {
+    assert(name != nullptr);
     value.clear();
-    if (const char* text = std::getenv(name)) {
+    if (const char* text = std::getenv(name); text != nullptr) {
         value = text;
     }
     return !value.empty();

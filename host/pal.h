@@ -1,6 +1,6 @@
 // The thin layer between the host code and the operating system: console output, environment, paths, dynamic
 // loading, and the two directory scans that find the runtime and the managed assemblies. Paths are narrow strings
-// without any encoding step. Nothing here knows what is loaded or why; that is HostEnvironment's business.
+// without any encoding step. HostEnvironment decides which files are loaded.
 #ifndef ZELMOR_HOST_PAL_H
 #define ZELMOR_HOST_PAL_H
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 #include <memory>
 
 #include "host/netcore_version.h"
@@ -15,7 +16,8 @@ namespace pal {
 
 namespace {
 
-// An assembly of one name may lie in several directories; the drawing module's copy must lose against the others.
+// Several directories can hold an assembly of the same name. The drawing module's directory is searched last, so that
+// the copy of another module is preferred.
 constexpr const char* kLastSearchedFolder = "pydrawing";
 
 struct CloseDirectory {
@@ -26,7 +28,8 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
 // The next entry that is itself a directory, null at the end. Links and entries of unknown type do not count.
 const char* next_subdirectory(DIR* directory) {
-    while (const dirent* entry = readdir(directory)) {
+    assert(directory != nullptr);
+    for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory)) {
         const std::string_view name = entry->d_name;
         if (entry->d_type == DT_DIR && name != "." && name != "..") {
             return entry->d_name;
@@ -35,7 +38,7 @@ const char* next_subdirectory(DIR* directory) {
     return nullptr;
 }
 
-// Unlike path_append this puts the "/" even behind an empty root, as the root is a directory's name here.
+// Like path_append, but the "/" also follows an empty directory.
 std::string below(const std::string& directory, const std::string& name) {
     return directory + "/" + name;
 }
@@ -57,14 +60,17 @@ void* load_library(const std::string& path) {
 }
 
 void free_library(void* handle) {
+    assert(handle != nullptr);
     dlclose(handle);
 }
 
 void* get_symbol(void* handle, const char* name) {
+    assert(handle != nullptr && name != nullptr);
     return dlsym(handle, name);
 }
 
 bool get_module(const std::string& path, void** handle) {
+    assert(handle != nullptr);
     *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
     return *handle != nullptr;
 }
@@ -74,7 +80,8 @@ void get_app_folders(const std::string& root, bool debug, std::vector<std::strin
     if (!directory) {
         return;
     }
-    while (const char* name = next_subdirectory(directory.get())) {
+    for (const char* name = next_subdirectory(directory.get()); name != nullptr;
+         name = next_subdirectory(directory.get())) {
         std::string path = below(root, name);
         if (debug) {
             path = below(path, "debug");
@@ -94,7 +101,8 @@ bool get_major_netcore_path(const std::string& root, const std::string& file_nam
         if (!directory) {
             return false;
         }
-        while (const char* name = next_subdirectory(directory.get())) {
+        for (const char* name = next_subdirectory(directory.get()); name != nullptr;
+             name = next_subdirectory(directory.get())) {
             NetcoreVersion version;
             if (try_parse(name, version)) {
                 candidates.push_back({version, name});

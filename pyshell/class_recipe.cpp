@@ -35,10 +35,6 @@ int raise_invalid_state(const PyHostState& state) {
     return 1;
 }
 
-int refuse_value(const char* what, PyObject* value) {
-    return refuse_conversion("can't build %s value from '%s'", what, value);
-}
-
 int accept_assignable(bool assignable, const char* what, PyObject* value) {
     if (PyErr_Occurred() != nullptr) {
         return 0;

@@ -8,6 +8,7 @@
 
 #include "pyshell/arguments.h"
 #include "pyshell/python.h"
+#include "pyshell/refusals.h"
 #include "pyshell/wrapped_object.h"
 
 // Whether a wrapper type can be used, worked out once per process.
@@ -58,9 +59,6 @@ inline bool report_validity(const PyHostState& state, std::string& message) {
     }
     return state.invalid;
 }
-
-// Raises TypeError "can't build <what> value from '<type of value>'" and returns 0, as a converter does.
-int refuse_value(const char* what, PyObject* value);
 
 // What a converter answers once the managed side was asked whether `value` can be assigned: 1, or 0 with an error, be
 // it the managed side's own or the refusal of `value`.

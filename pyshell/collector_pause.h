@@ -1,7 +1,7 @@
 // A pause of the garbage collector while a large module is built.
 //
-// Tens of thousands of objects come into being in an import, and hardly any of them is garbage; the collector would go
-// through them again and again.
+// An import makes tens of thousands of objects, hardly any of which is garbage. The collector would traverse them again
+// and again.
 #ifndef ZELMOR_PYSHELL_COLLECTOR_PAUSE_H
 #define ZELMOR_PYSHELL_COLLECTOR_PAUSE_H
 
@@ -9,9 +9,8 @@
 
 namespace zelmor {
 
-// From construction to destruction the collector makes no run of its own accord. It is left as it was found, whatever
-// is switched on or off in between by what the import runs. What it has to look at is not touched: every object stays
-// in its generation, those of the program as well as those of the module.
+// From construction to destruction the collector does not run by itself. Afterwards it is enabled or disabled as it was
+// before, even if code that the import runs has switched it. No object is moved to another generation.
 class CollectorPause {
  public:
     CollectorPause() : m_was_enabled(PyGC_Disable()) {}

@@ -1,38 +1,36 @@
 // The error vocabulary of module and type initialization.
 #include "pyshell/errors.h"
 
+#include <cassert>
 #include <cstdarg>
+
+#include "pyshell/pending_error.h"
+
+using zelmor::PendingError;
+using zelmor::PyRef;
 
 namespace {
 
 void chain_format(PyObject* type, const char* format, va_list arguments) {
-    PyObject* old_type;
-    PyObject* old_value;
-    PyObject* old_traceback;
-    PyErr_Fetch(&old_type, &old_value, &old_traceback);
-    PyErr_NormalizeException(&old_type, &old_value, &old_traceback);
-    if (old_traceback != nullptr) {
-        PyException_SetTraceback(old_value, old_traceback);
-        Py_DECREF(old_traceback);
+    assert(type != nullptr && format != nullptr);
+    PendingError old = PendingError::take_normalized();
+    if (old.traceback() != nullptr) {
+        PyException_SetTraceback(old.value(), old.traceback());
     }
-    Py_XDECREF(old_type);
+    PyRef cause = old.take_value();
 
     PyErr_FormatV(type, format, arguments);
-    if (old_value == nullptr) {
+    if (!cause) {
         return;
     }
-    PyObject* new_type;
-    PyObject* new_value;
-    PyObject* new_traceback;
-    PyErr_Fetch(&new_type, &new_value, &new_traceback);
-    PyErr_NormalizeException(&new_type, &new_value, &new_traceback);
+    PendingError added = PendingError::take_normalized();
     // Each call takes over one reference.
-    PyException_SetCause(new_value, Py_NewRef(old_value));
-    PyException_SetContext(new_value, old_value);
-    PyErr_Restore(new_type, new_value, new_traceback);
+    PyException_SetCause(added.value(), Py_NewRef(cause.get()));
+    PyException_SetContext(added.value(), cause.release());
+    added.restore();
 }
 
-// The pattern of every report: alone if nothing is pending, on top of it if something is.
+// Raises ImportError, with the pending error as its cause if there is one.
 void report_import_error(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);

@@ -1,7 +1,7 @@
 // The error vocabulary of module and type initialization.
 //
-// A report stands alone if nothing is pending; otherwise what is pending becomes its cause, so that the traceback shows
-// the innermost reason first and the place where the import broke off last.
+// If an error is pending, it becomes the cause of the report, so that the traceback shows the innermost reason first
+// and the place where the import failed last.
 #ifndef ZELMOR_PYSHELL_ERRORS_H
 #define ZELMOR_PYSHELL_ERRORS_H
 

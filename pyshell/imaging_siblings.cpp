@@ -1,4 +1,4 @@
-// What the imaging module alone takes from its siblings: the converters of the drawing and io modules.
+// The converters that only the imaging module takes from its siblings: those of the drawing and io modules.
 #include "pyshell/sibling_converters.h"
 
 using zelmor::CapsuleRow;

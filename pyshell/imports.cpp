@@ -1,6 +1,7 @@
 // Imports of sibling modules with their version check, and of types of other modules.
 #include "pyshell/imports.h"
 
+#include <cassert>
 #include <cstdarg>
 
 #include "pyshell/errors.h"
@@ -14,6 +15,7 @@ namespace {
 
 // Null with TypeError unless `attribute` is a type.
 PyRef require_type(PyRef attribute) {
+    assert(attribute);
     PyObject* object = attribute.get();
     if (!PyType_Check(object)) {
         PyErr_Format(PyExc_TypeError, "Attribute must be %.200s object, not '%.200s'", PyType_Type.tp_name,
@@ -23,7 +25,7 @@ PyRef require_type(PyRef attribute) {
     return attribute;
 }
 
-// Whether what is pending is no `Exception`: an interrupt says nothing of the module, and goes through as it is.
+// Whether the pending error is no `Exception`: an interrupt is not caused by the module, and is passed on unchanged.
 bool is_interrupted() {
     return PyErr_Occurred() != nullptr && !PyErr_ExceptionMatches(PyExc_Exception);
 }
@@ -31,6 +33,8 @@ bool is_interrupted() {
 }  // namespace
 
 PyObject* PyShImport_ImportRefModule(const char* own_name, const char* module_name, const int* reference) {
+    assert(PyGILState_Check());
+    assert(own_name != nullptr && module_name != nullptr && reference != nullptr);
     PyRef module = PyRef::steal(PyImport_ImportModule(module_name));
     if (!module) {
         PyShlErr_DependencyImportError(module_name);
@@ -64,7 +68,7 @@ PyObject* PyShImport_ImportRefModule(const char* own_name, const char* module_na
     if (PyShVersionAttr_Compare(reference, threshold.get()) >= 0) {
         return module.release();
     }
-    // So new that it has dropped what this module expects.
+    // The sibling is so new that it no longer serves this module.
     PyErr_Format(PyExc_ImportError,
                  "Unable to import module dependencies. Cannot import the %s module. The installed version of the "
                  "module ('%U') is not compatible with the referenced vesion of the module ('%i.%i.%i.%i'). The "
@@ -76,6 +80,7 @@ PyObject* PyShImport_ImportRefModule(const char* own_name, const char* module_na
 }
 
 PyObject* PyShImport_ImportType(const char* module_name, PyObject* attribute_name) {
+    assert(module_name != nullptr && attribute_name != nullptr);
     PyRef module = PyRef::steal(PyImport_ImportModule(module_name));
     if (!module) {
         if (!is_interrupted()) {
@@ -96,6 +101,7 @@ PyObject* PyShImport_ImportTypeEx(const char* module_name, PyObject* attribute_n
 }
 
 PyObject* PyShImport_ImportTypeExV(const char* module_name, int count, ...) {
+    assert(count >= 1);
     va_list names;
     va_start(names, count);
     PyRef current = PyRef::steal(PyShImport_ImportTypeEx(module_name, va_arg(names, PyObject*)));

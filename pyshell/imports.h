@@ -4,8 +4,8 @@
 
 #include "pyshell/python.h"
 
-// The sibling module, a new reference, if its version serves a client that was made against `reference` (four
-// numbers). Null with ImportError otherwise. `own_name` is the module to be named as the one to update.
+// The sibling module, a new reference, if its version serves a client that was generated against `reference` (four
+// numbers); otherwise null with ImportError. `own_name` is the module that the message asks to update.
 PyObject* PyShImport_ImportRefModule(const char* own_name, const char* module_name, const int* reference);
 
 // An attribute of a module, a new reference, or null with ImportError. Imported on each use, never cached.

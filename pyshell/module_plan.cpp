@@ -1,6 +1,8 @@
 // Building a module of the tree from its plan.
 #include "pyshell/module_plan.h"
 
+#include <cassert>
+
 #include "pyshell/modules.h"
 #include "pyshell/py_ref.h"
 #include "pyshell/types_map.h"
@@ -62,6 +64,7 @@ bool add_wrappers(PyObject* module, std::span<const WrapperPlan> wrappers) {
 }  // namespace
 
 PyObject* build_module(const ModulePlan& plan) {
+    assert(plan.definition != nullptr);
     PyRef module = PyRef::steal(create_module(plan.definition));
     if (!module || !add_descriptor_types(module.get(), plan.descriptor_types) ||
         !add_children(module.get(), plan.children) || !ready_types(plan.ready) ||

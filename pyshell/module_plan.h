@@ -1,6 +1,6 @@
-// How one module of the tree comes into being: a table that says what it holds, and the one recipe that builds it.
+// How one module of the tree is built: a table of its contents, and the one function that builds a module from a table.
 //
-// The builder of the largest namespace differs from that of the smallest only by the length of its tables.
+// The builders of all namespaces are alike; only their tables differ.
 #ifndef ZELMOR_PYSHELL_MODULE_PLAN_H
 #define ZELMOR_PYSHELL_MODULE_PLAN_H
 

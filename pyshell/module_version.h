@@ -1,7 +1,7 @@
 // The version object that each module publishes: four numbers and their text.
 //
-// Its layout is shared knowledge of all modules on the bridge: a module reads the version objects of its siblings,
-// whose type is another one, by these fields.
+// All modules on the bridge share its layout: each has its own type of version object, and reads the fields of those of
+// its siblings.
 #ifndef ZELMOR_PYSHELL_MODULE_VERSION_H
 #define ZELMOR_PYSHELL_MODULE_VERSION_H
 
@@ -25,8 +25,8 @@ extern PyTypeObject wrpPye_tyds_FFFFFFFF_ModuleVersion;
 // A new version object, or null with an error. The type has to be ready.
 PyObject* PyShVersionAttr_Create(int major, int minor, int patch, int sub, const char* text);
 
-// -1, 0 or 1 as `reference` (four numbers) is lower than, equal to or higher than `version`, which is trusted to be a
-// version object of some module.
+// -1, 0 or 1 if `reference` (four numbers) is lower than, equal to or higher than `version`, which has to be a version
+// object of any module.
 int PyShVersionAttr_Compare(const int* reference, PyObject* version);
 
 // The text, borrowed.

@@ -1,6 +1,8 @@
 // Steps of building the module tree.
 #include "pyshell/modules.h"
 
+#include <cassert>
+
 #include "pyshell/errors.h"
 #include "pyshell/identifiers.h"
 #include "pyshell/markers.h"
@@ -8,6 +10,7 @@
 namespace {
 
 const char* module_name(PyObject* module) {
+    assert(PyModule_Check(module));
     const PyModuleDef* definition = PyModule_GetDef(module);
     return definition != nullptr ? definition->m_name : PyModule_GetName(module);
 }
@@ -22,6 +25,7 @@ int report_type(int code, const PyTypeObject* type) {
 namespace zelmor {
 
 PyObject* create_module(PyModuleDef* definition) {
+    assert(definition != nullptr);
     PyObject* module = PyModule_Create2(definition, PYTHON_API_VERSION);
     if (module == nullptr) {
         PyShlErr_ModuleInitializationInternalError(kModuleNotCreated, definition->m_name);
@@ -30,6 +34,8 @@ PyObject* create_module(PyModuleDef* definition) {
 }
 
 int add_child_module(PyObject* parent, const char* name, PyObject* child) {
+    assert(PyModule_Check(parent) && name != nullptr);
+    assert(child != nullptr || PyErr_Occurred() != nullptr);
     if (child == nullptr) {
         return -1;
     }
@@ -43,10 +49,13 @@ int add_child_module(PyObject* parent, const char* name, PyObject* child) {
 }
 
 int ready_type(PyTypeObject* type) {
+    assert(type != nullptr);
     return PyType_Ready(type) < 0 ? report_type(kTypeNotReady, type) : 0;
 }
 
 int add_enum_type(PyObject* module, const char* name, const char* dotted_name, PyObject* enum_type) {
+    assert(PyModule_Check(module));
+    assert(name != nullptr && dotted_name != nullptr);
     if (enum_type == nullptr) {
         PyShlErr_TypeInitializationInternalError(kEnumInitFailed, dotted_name);
         return -1;
@@ -60,6 +69,7 @@ int add_enum_type(PyObject* module, const char* name, const char* dotted_name, P
 }
 
 int mark_wrapper_type(PyTypeObject* type, WrapperKind kind, std::span<PyTypeObject* const> interfaces) {
+    assert(PyType_HasFeature(type, Py_TPFLAGS_READY));
     if (!interfaces.empty()) {
         if (!set_interfaces(type, PyWrpIdMarkattr_AdditionalInterfaces, interfaces)) {
             return report_type(kAdditionalInterfacesNotSet, type);
@@ -80,6 +90,8 @@ int mark_wrapper_type(PyTypeObject* type, WrapperKind kind, std::span<PyTypeObje
 }
 
 int add_ready_type(PyObject* module, const char* name, PyTypeObject* type) {
+    assert(PyModule_Check(module) && name != nullptr);
+    assert(PyType_HasFeature(type, Py_TPFLAGS_READY));
     Py_INCREF(type);
     if (PyModule_AddObject(module, name, reinterpret_cast<PyObject*>(type)) < 0) {
         PyShlErr_TypeInitializationInternalError(kTypeNotAdded, module_name(module), type->tp_name);
@@ -90,6 +102,8 @@ int add_ready_type(PyObject* module, const char* name, PyTypeObject* type) {
 }
 
 int store_static_member(PyTypeObject* type, const char* name, PyObject* descriptor) {
+    assert(type->tp_dict != nullptr && name != nullptr);
+    assert(descriptor != nullptr || PyErr_Occurred() != nullptr);
     if (descriptor == nullptr) {
         return -1;
     }

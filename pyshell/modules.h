@@ -1,6 +1,6 @@
 // Steps of building the module tree: each does one thing, and reports the code of its place when it fails.
 //
-// A builder of a module is a run of these; which modules and types there are is the generated code's affair.
+// The builder of a module calls these in order. The generated code says which modules and types there are.
 #ifndef ZELMOR_PYSHELL_MODULES_H
 #define ZELMOR_PYSHELL_MODULES_H
 
@@ -16,15 +16,14 @@ namespace zelmor {
 // A new module of its static definition, or null.
 PyObject* create_module(PyModuleDef* definition);
 
-// Adds `child` under `name` and takes over its reference, also on failure. A null child, whose builder has reported
-// already, passes on as -1 without a further report.
+// Adds `child` under `name` and takes over its reference, also on failure. A null child gives -1 without a further
+// report, since its builder has reported the error.
 int add_child_module(PyObject* parent, const char* name, PyObject* child);
 
 // PyType_Ready.
 int ready_type(PyTypeObject* type);
 
-// Adds what an enumeration's initializer returned and takes over its reference. `dotted_name` is named when that was
-// null.
+// Adds an enumeration and takes over its reference, also on failure. A null one is reported under `dotted_name`.
 int add_enum_type(PyObject* module, const char* name, const char* dotted_name, PyObject* enum_type);
 
 enum class WrapperKind { kClass, kStruct };
@@ -36,8 +35,8 @@ int mark_wrapper_type(PyTypeObject* type, WrapperKind kind, std::span<PyTypeObje
 // Adds a type that has been readied.
 int add_ready_type(PyObject* module, const char* name, PyTypeObject* type);
 
-// Stores a descriptor in a type's dictionary and takes over its reference, also on failure. A null descriptor, whose
-// maker has set the error, passes on as -1.
+// Stores a descriptor in a type's dictionary and takes over its reference, also on failure. A null descriptor gives -1,
+// with the error that its maker has set.
 int store_static_member(PyTypeObject* type, const char* name, PyObject* descriptor);
 
 }  // namespace zelmor

@@ -46,10 +46,6 @@ inline size_t hash_of_address(const void* address) {
     return reinterpret_cast<uintptr_t>(address) / sizeof(void*);
 }
 
-// Raises TypeError with "can't build <target> value from '<type of value>'", or what else the format says of the two,
-// and returns 0, as a converter does. Both texts are static data.
-int refuse_conversion(const char* format, const char* target, PyObject* value);
-
 }  // namespace zelmor
 
 #endif  // ZELMOR_PYSHELL_REMEMBERED_TEXTS_H

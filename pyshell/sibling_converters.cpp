@@ -2,6 +2,7 @@
 // during the import and only read from then on, by all threads.
 #include "pyshell/sibling_converters.h"
 
+#include <cassert>
 #include <cstring>
 
 #include "pyshell/errors.h"
@@ -36,6 +37,7 @@ const CapsuleRow kCastResultCapsule[] = {{"zelmor.pygc._C_APIF", &PyShCastOpResu
 
 // A function pointer goes as its bytes, whatever its type.
 void take_entry(void* target, void* const* entry) {
+    assert(entry != nullptr);
     if (target != nullptr) {
         std::memcpy(target, entry, sizeof(*entry));
     }

@@ -51,7 +51,7 @@ extern int (*wrpPyl_convcaps_py_to_clr_54938D61_FileMode)(PyObject* object, int*
 // The result of a cast, of the module "zelmor.pygc": a new reference; `value` is not taken over.
 extern PyObject* (*PyShCastOpResult_New)(int status, PyObject* value);
 
-// What the siblings have to be at least.
+// The lowest version of each sibling that this module works with.
 extern const int RefVer_pydrawin_09723943[4];
 extern const int RefVer_pyreflec_C6067AD5[4];
 extern const int RefVer_pyio_37FB89B0[4];

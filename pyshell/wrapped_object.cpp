@@ -10,6 +10,7 @@
 #include "pyshell/casts.h"
 #include "pyshell/identifiers.h"
 #include "pyshell/markers.h"
+#include "pyshell/pending_error.h"
 
 namespace {
 
@@ -21,13 +22,7 @@ PyClrObject* as_wrapper(PyObject* object) {
 template <class ToString>
 PyObject* managed_text(PyClrObject* self, ToString to_string) {
     // A repr can be wanted while an exception is on its way, by a traceback or a log line.
-    const bool was_pending = PyErr_Occurred() != nullptr;
-    PyObject* type = nullptr;
-    PyObject* value = nullptr;
-    PyObject* traceback = nullptr;
-    if (was_pending) {
-        PyErr_Fetch(&type, &value, &traceback);
-    }
+    zelmor::PendingError pending = zelmor::PendingError::take();
 
     PyObject* result = nullptr;
     void* text = nullptr;
@@ -40,11 +35,11 @@ PyObject* managed_text(PyClrObject* self, ToString to_string) {
         result = PyUnicode_FromFormat("<%s object at %p>", Py_TYPE(self)->tp_name, self);
     }
 
-    if (was_pending) {
+    if (pending) {
         if (PyErr_Occurred() != nullptr) {
             PyErr_WriteUnraisable(PyWrpIdTraceBack_FormatExceptionWarning);
         }
-        PyErr_Restore(type, value, traceback);
+        pending.restore();
     }
     return result;
 }

@@ -1,15 +1,18 @@
 // A Python file behind a managed stream: the twelve callbacks, each of which calls a method of the file.
 //
-// A failure code always comes with a Python error pending, which the managed side takes up. The memory of the managed
-// side is shown to Python through a buffer view, so that no data is copied here. The view of a call is not dropped by
-// the callback: Python code that keeps one holds an object that stays alive, though the memory that it shows does not.
-// The file itself is the managed side's to hold; what a callback uses over several calls it holds for itself, since the
-// first of them may make the managed side let go.
+// A failure code always comes with a pending Python error, which the managed side turns into an exception. Python sees
+// the memory of the managed side through a buffer view, so that no data is copied here. A callback never releases its
+// reference to the view: Python code that keeps the view then has an object that stays alive, although its memory does
+// not. The managed side holds the file. A callback that makes several calls holds the file as well, since the first
+// call can make the managed side release it.
+#include <cassert>
+
 #include "convert/bytes.h"
 #include "convert/scalars.h"
 #include "exchange/callbacks.h"
 #include "pyshell/errors.h"
 #include "pyshell/identifiers.h"
+#include "pyshell/pending_error.h"
 #include "pyshell/py_ref.h"
 
 using zelmor::PyRef;
@@ -24,6 +27,7 @@ constexpr long kLengthClosed = -3;
 
 // Whether the file is closed: 1, 0, or -1 with a Python error set.
 int is_closed(PyObject* file) {
+    assert(file != nullptr);
     PyRef answer = PyRef::steal(PyObject_GetAttr(file, PyWrpIdRawIo_Closed));
     bool closed = false;
     if (!answer || !fn_conv_py_bool_to_clr_bool(answer.get(), &closed)) {
@@ -34,6 +38,7 @@ int is_closed(PyObject* file) {
 }
 
 int ask_capability(PyObject* file, PyObject* method) {
+    assert(file != nullptr && method != nullptr);
     const PyRef held = PyRef::borrow(file);
     const int closed = is_closed(file);
     if (closed != 0) {
@@ -49,11 +54,12 @@ int ask_capability(PyObject* file, PyObject* method) {
 
 // Calls `method` with a view of the memory; the answer, or null with a Python error set.
 PyObject* call_with_view(PyObject* file, PyObject* method, void* data, long count, int readonly) {
+    assert(file != nullptr && method != nullptr);
     PyObject* view = fn_create_shlbuffer_view(data, count, readonly);
     return view == nullptr ? nullptr : PyObject_CallMethodOneArg(file, method, view);
 }
 
-// The count of bytes that an answer tells; takes over the answer.
+// The count of bytes in an answer, whose reference is taken over; -1 with a Python error set.
 int count_of(PyObject* answer) {
     if (answer == nullptr) {
         return kFailed;
@@ -72,6 +78,7 @@ long position_of(PyRef answer) {
 }
 
 PyRef call_seek(PyObject* file, long offset, int origin) {
+    assert(file != nullptr);
     PyRef python_offset = PyRef::steal(PyLong_FromLong(offset));
     PyRef python_origin = PyRef::steal(PyLong_FromLong(origin));
     if (!python_offset || !python_origin) {
@@ -82,6 +89,7 @@ PyRef call_seek(PyObject* file, long offset, int origin) {
 }
 
 long failed_length() {
+    assert(PyErr_Occurred() != nullptr);
     PyShlErr_ChainFormat(PyExc_TypeError, "While calculating the length of the stream, an error occurred.");
     return kFailed;
 }
@@ -99,7 +107,7 @@ int fn_clbk_rawio_write_byte(PyObject* file, int value) {
 
 int fn_clbk_rawio_read(PyObject* file, void* data, int count) {
     PyObject* answer = call_with_view(file, PyWrpIdRawIo_ReadInto, data, count, 0);
-    // The None of a file that would block is kept.
+    // The reference to a None, the answer of a file that would block, is kept.
     return count_of(answer == Py_None ? Py_NewRef(answer) : answer);
 }
 
@@ -133,18 +141,17 @@ int fn_clbk_rawio_flush(PyObject* file) {
     return answer ? 0 : kFailed;
 }
 
-// An error that is pending already stays undisturbed; one of the closing itself has nobody to go to.
+// An error that is already pending stays pending. An error of the call is reported as unraisable, since no caller can
+// take it.
 void fn_clbk_rawio_close(PyObject* file) {
+    assert(PyGILState_Check() && file != nullptr);
     const PyRef held = PyRef::borrow(file);
-    PyObject* type;
-    PyObject* value;
-    PyObject* traceback;
-    PyErr_Fetch(&type, &value, &traceback);
+    zelmor::PendingError pending = zelmor::PendingError::take();
     PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, PyWrpIdRawIo_Close));
-    if (!answer && PyErr_Occurred()) {
+    if (!answer && PyErr_Occurred() != nullptr) {
         PyErr_WriteUnraisable(file);
     }
-    PyErr_Restore(type, value, traceback);
+    pending.restore();
 }
 
 int fn_clbk_rawio_readable(PyObject* file) {
@@ -157,7 +164,7 @@ int fn_clbk_rawio_seekable(PyObject* file) {
     return ask_capability(file, PyWrpIdRawIo_Seekable);
 }
 
-// Python files have no length: to the end and back again.
+// A Python file cannot be asked for its length: it is moved to the end and back.
 long fn_clbk_rawio_length(PyObject* file) {
     const PyRef held = PyRef::borrow(file);
     const int closed = is_closed(file);

@@ -1,5 +1,7 @@
-// The members of a managed stream's wrapper but those that read: writing, the position, the state, the casts.
+// The members of a managed stream's wrapper: writing, the position, the state, the casts. Reading is in
+// stream_reading.cpp.
 #include <algorithm>
+#include <cassert>
 
 #include "collections/cast_members.h"
 #include "collections/interop.h"
@@ -33,18 +35,18 @@ PyObject* refuse_written(const char* wanted, PyObject* data) {
 }
 
 PyObject* none_unless_failed() {
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     Py_RETURN_NONE;
 }
 
 PyObject* int_unless_failed(long value) {
-    return PyErr_Occurred() ? nullptr : PyLong_FromLong(value);
+    return PyErr_Occurred() != nullptr ? nullptr : PyLong_FromLong(value);
 }
 
 PyObject* bool_unless_failed(bool value) {
-    return PyErr_Occurred() ? nullptr : PyBool_FromLong(value);
+    return PyErr_Occurred() != nullptr ? nullptr : PyBool_FromLong(value);
 }
 
 }  // namespace
@@ -59,7 +61,7 @@ bool zelmor::refuse_closed_stream(const PyShStreamObject* self) {
 
 bool zelmor::refuse_unseekable_stream(const PyShStreamObject* self) {
     const bool seekable = host().can_seek(self->wrapper.handle);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         PyShlErr_ChainFormat(PyExc_TypeError,
                              "the operation supported only for seekable inner streams. an exception was thrown during "
                              "'CanSeek' check");
@@ -87,7 +89,7 @@ void wrpPye_init_fields_stream(PyShStreamObject* self) {
     self->closed = 0;
 }
 
-// Closed from now on, even if closing failed.
+// The wrapper counts as closed afterwards, even if closing failed.
 PyObject* wrpPye_bltp_stream_close(PyObject* self, PyObject*) {
     if (stream_of(self)->closed == 0) {
         host().close(managed(self));
@@ -158,6 +160,7 @@ PyObject* wrpPye_bltp_stream_seek(PyObject* self, PyObject* args) {
 }
 
 PyObject* wrpPye_bltp_stream_truncate(PyObject* self, PyObject* args) {
+    assert(PyTuple_Check(args));
     const Py_ssize_t given = PyTuple_GET_SIZE(args);
     if (fn_check_args_count_out_of_range(given, "truncate", 0, 1)) {
         return nullptr;
@@ -187,11 +190,11 @@ PyObject* wrpPye_bltp_stream_write(PyObject* self, PyObject* data) {
         return refuse_written("contiguous buffer", data);
     }
     Py_ssize_t written = 0;
-    // The first round always runs: the stream hears of an empty write too.
+    // The first round always runs: an empty write reaches the stream too.
     do {
         const Py_ssize_t count = std::min(view.len - written, kStreamChunk);
         host().write(managed(self), static_cast<char*>(view.buf) + written, static_cast<int>(count));
-        if (PyErr_Occurred()) {
+        if (PyErr_Occurred() != nullptr) {
             PyBuffer_Release(&view);
             return nullptr;
         }

@@ -1,7 +1,9 @@
-// The converter of stream parameters: a managed stream gives its handle, a Python file goes by reference and is
-// worked on by the managed side through the stream callbacks.
+// The converter of stream parameters: a managed stream is passed as its handle, a Python file as a reference, which the
+// managed side uses through the stream callbacks.
 //
 // Text files are not taken, and neither is an object that merely has a `read` method.
+#include <cassert>
+
 #include "collections/hosts.h"
 #include "collections/interop.h"
 #include "exchange/wire/tags.h"
@@ -9,18 +11,15 @@
 #include "pyshell/identifiers.h"
 #include "pyshell/imports.h"
 #include "pyshell/py_ref.h"
+#include "pyshell/refusals.h"
 
 using zelmor::PyRef;
 
 namespace {
 
-int refuse(PyObject* object) {
-    PyErr_Format(PyExc_TypeError, "can't build Stream from '%s'", Py_TYPE(object)->tp_name);
-    return 0;
-}
-
 // Whether `object` is an instance of a file class: 1, 0, or -1 with a Python error set.
 int is_file(PyObject* object, const char* module, PyObject* class_name) {
+    assert(object != nullptr && module != nullptr && class_name != nullptr);
     PyRef type = PyRef::steal(PyShImport_ImportType(module, class_name));
     return type ? PyObject_IsInstance(object, type.get()) : -1;
 }
@@ -44,12 +43,13 @@ int convert_file(PyObject* object, VariantArg* out) {
             return 1;
         }
     }
-    return refuse(object);
+    return zelmor::refuse_kind("Stream", object);
 }
 
 }  // namespace
 
 int wrpPye_conv_py_to_clr_stream(PyObject* object, VariantArg* out) {
+    assert(object != nullptr && out != nullptr);
     if (object == Py_None) {
         *out = {kHandleObject, nullptr};
         return 1;
@@ -66,11 +66,11 @@ int wrpPye_conv_py_to_clr_stream(PyObject* object, VariantArg* out) {
         return 0;
     }
     const bool assignable = PyHost_ph_Stream::get_instance().casts().is_assignable(handle);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return 0;
     }
     if (!assignable) {
-        return refuse(object);
+        return zelmor::refuse_kind("Stream", object);
     }
     *out = {kHandleObject, handle};
     return 1;

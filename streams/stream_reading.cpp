@@ -3,6 +3,7 @@
 // The managed side writes into the storage of the `bytes` object that is returned, or of the caller's buffer; nothing
 // is copied here.
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "collections/hosts.h"
@@ -23,7 +24,7 @@ constexpr Py_ssize_t kNoLimit = -1;
 constexpr Py_ssize_t kFirstSize = 1024;
 constexpr int kFromCurrent = 1;
 
-// A `bytes` object that fills up with what the stream gives.
+// A `bytes` object that is filled with bytes of the stream.
 class GrowingBytes {
  public:
     explicit GrowingBytes(Py_ssize_t size) : m_bytes(PyBytes_FromStringAndSize(nullptr, size)), m_size(size) {}
@@ -36,12 +37,13 @@ class GrowingBytes {
     bool full() const { return m_filled == m_size; }
     const char* data() const { return PyBytes_AS_STRING(m_bytes); }
 
-    // One call of the managed side for the free space: the bytes that came, or -1 with a Python error set.
+    // Asks the managed side once to fill the free space: the number of bytes, or -1 with a Python error set.
     Py_ssize_t fill(const PyShStreamObject* self);
-    // More room, but no more than `most` in all; false with a Python error set.
+    // Makes room for more bytes, for `most` in all at the most; false with a Python error set.
     bool grow(Py_ssize_t most);
     // The object, cut to `length`; null with a Python error set.
     PyObject* finish(Py_ssize_t length) {
+        assert(valid() && 0 <= length && length <= m_size);
         m_size = length;
         if (PyBytes_GET_SIZE(m_bytes) != length && _PyBytes_Resize(&m_bytes, length) < 0) {
             return nullptr;
@@ -55,12 +57,13 @@ class GrowingBytes {
     Py_ssize_t m_filled = 0;
 };
 
-// The bytes that the managed side put at `data`, or -1 with a Python error set. An answer beyond what was asked for
-// would mean that memory was overrun, and what is counted on from there would be wrong.
+// The number of bytes that the managed side put at `data`, or -1 with a Python error set. A number above the one asked
+// for is refused: memory was overrun, and the count cannot be trusted.
 Py_ssize_t read_chunk(const PyShStreamObject* self, void* data, Py_ssize_t wanted) {
+    assert(wanted >= 0);
     const int asked = static_cast<int>(std::min(wanted, kStreamChunk));
     const int count = PyHost_ph_Stream::get_instance().read(self->wrapper.handle, data, asked);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return -1;
     }
     if (count < 0 || count > asked) {
@@ -72,6 +75,7 @@ Py_ssize_t read_chunk(const PyShStreamObject* self, void* data, Py_ssize_t wante
 }
 
 Py_ssize_t GrowingBytes::fill(const PyShStreamObject* self) {
+    assert(valid() && m_filled <= m_size);
     const Py_ssize_t count = read_chunk(self, PyBytes_AS_STRING(m_bytes) + m_filled, m_size - m_filled);
     m_filled += std::max<Py_ssize_t>(count, 0);
     return count;
@@ -79,6 +83,7 @@ Py_ssize_t GrowingBytes::fill(const PyShStreamObject* self) {
 
 // Small buffers grow by a page, medium ones threefold, large ones by an eighth.
 bool GrowingBytes::grow(Py_ssize_t most) {
+    assert(valid() && full() && m_filled < most);
     if (m_filled == PY_SSIZE_T_MAX) {
         PyErr_SetString(PyExc_OverflowError, "unbounded read returned more bytes than a Python bytes buffer can hold");
         return false;
@@ -95,6 +100,7 @@ bool GrowingBytes::grow(Py_ssize_t most) {
 
 // The one optional size of a reading method; false with a Python error set.
 bool read_size(PyObject* args, const char* method, Py_ssize_t* size) {
+    assert(PyTuple_Check(args) && method != nullptr && size != nullptr);
     const Py_ssize_t given = PyTuple_GET_SIZE(args);
     if (fn_check_args_count_out_of_range(given, method, 0, 1)) {
         return false;
@@ -145,7 +151,7 @@ PyObject* fn_stream_read_line_impl(PyShStreamObject* self, Py_ssize_t limit) {
             break;
         }
         const char* fresh = bytes.data() + bytes.filled() - count;
-        if (const void* feed = std::memchr(fresh, '\n', static_cast<size_t>(count))) {
+        if (const void* feed = std::memchr(fresh, '\n', static_cast<size_t>(count)); feed != nullptr) {
             length = static_cast<const char*>(feed) - bytes.data() + 1;
             break;
         }
@@ -159,7 +165,7 @@ PyObject* fn_stream_read_line_impl(PyShStreamObject* self, Py_ssize_t limit) {
     }
     if (bytes.filled() > length) {
         PyHost_ph_Stream::get_instance().seek(self->wrapper.handle, length - bytes.filled(), kFromCurrent);
-        if (PyErr_Occurred()) {
+        if (PyErr_Occurred() != nullptr) {
             return nullptr;
         }
     }
@@ -255,7 +261,7 @@ PyObject* wrpPye_bltp_stream_readlines(PyObject* self, PyObject* args) {
         }
         total += size;
     }
-    return PyErr_Occurred() ? nullptr : lines.release();
+    return PyErr_Occurred() != nullptr ? nullptr : lines.release();
 }
 
 PyObject* wrpPye_bltp_stream_iter(PyObject* self) {

@@ -1,9 +1,11 @@
-// A managed stream as a binary file of Python, after the manner of `io.RawIOBase` though not derived from it.
+// A managed stream as a binary file of Python, with the members of `io.RawIOBase` but not derived from it.
 //
-// The wrapper forwards to the managed stream and keeps nothing of its own but whether it was closed: a stream that is
-// closed by other means shows as a managed exception. Nothing here keeps two threads apart on one stream.
+// The wrapper forwards to the managed stream and remembers only whether it was closed itself. If the stream was closed
+// by other means, its members raise a managed exception. Threads that use one stream are not synchronized here.
 #ifndef ZELMOR_STREAMS_STREAM_WRAPPER_H
 #define ZELMOR_STREAMS_STREAM_WRAPPER_H
+
+#include <cassert>
 
 #include "pyshell/python.h"
 #include "pyshell/wrapped_object.h"
@@ -19,8 +21,8 @@ PyObject* wrpPye_tpsb_stream_tp_new(PyTypeObject* type, PyObject* args, PyObject
 
 // Bytes from the stream up to `limit`, or all of them for a negative one.
 PyObject* fn_stream_read_bytes_impl(PyShStreamObject* self, Py_ssize_t limit);
-// One line up to and including its line feed, and of at most `limit` bytes where that is not negative. What was read
-// beyond the line is given back by a seek.
+// One line with its line feed, or at most `limit` bytes of it where that is not negative. If more was read, the stream
+// seeks back to the end of the line.
 PyObject* fn_stream_read_line_impl(PyShStreamObject* self, Py_ssize_t limit);
 
 // Members. All but `close`, `fileno` and `__exit__` refuse to work on a closed wrapper, after they have converted
@@ -57,10 +59,11 @@ bool refuse_closed_stream(const PyShStreamObject* self);
 // True with a TypeError set where the managed stream cannot seek, or cannot be asked.
 bool refuse_unseekable_stream(const PyShStreamObject* self);
 
-// One call moves at most what an `int` can count.
+// The most bytes that one call moves: their count is an `int`.
 constexpr Py_ssize_t kStreamChunk = 2147483647;
 
 inline PyShStreamObject* stream_of(PyObject* self) {
+    assert(self != nullptr);
     return reinterpret_cast<PyShStreamObject*>(self);
 }
 

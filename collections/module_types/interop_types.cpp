@@ -1,7 +1,7 @@
 // The records of the interop types. Compiled into each module under that module's name.
 //
-// None has a Python base: what a kind also counts as is told by its markers. None has a public constructor, since
-// instances come from the managed side.
+// None has a Python base: its markers name the interfaces that it implements. None has a public constructor: the
+// managed side makes the instances.
 #include "collections/interop.h"
 #include "collections/interop_members.h"
 #include "collections/interop_operations.h"
@@ -66,7 +66,7 @@ PyTypeObject wrpPye_tyds_FFFFFFFF_ShlBufferView = {
     .tp_as_buffer = &shl_buffer_procs,
 };
 
-// No text of its own: a stream shows as `object` does.
+// It has no repr of its own, but that of `object`.
 PyTypeObject wrpPye_tyds_FFFFFFFF_StreamWrapper = {
     .ob_base = {PyObject_HEAD_INIT(nullptr) 0},
     .tp_name = ZELMOR_INTEROP_NAME("_StreamWrapper"),

@@ -1,4 +1,5 @@
 // The internal modules "_wrpgen", "_interop" and "_generic". Compiled into each module under that module's name.
+#include <cassert>
 #include <span>
 
 #include "collections/interop.h"
@@ -19,7 +20,7 @@ PyModuleDef wrpPye_mlds_FFFFFFFF_interop = ZELMOR_MODULE_DEFINITION("._wrpgen._i
 PyModuleDef wrpPygn_mlds_FFFFFFFF_generic = ZELMOR_MODULE_DEFINITION("._wrpgen._generic");
 #undef ZELMOR_MODULE_DEFINITION
 
-// What a kind also counts as, both as an argument and as a result.
+// The interfaces that a kind implements, both as an argument and as a result.
 PyTypeObject* const kAlsoIterable[] = {&wrpPye_tyds_FFFFFFFF_IterableWrapper};
 PyTypeObject* const kAlsoCollection[] = {&wrpPye_tyds_FFFFFFFF_IterableWrapper, &wrpPye_tyds_FFFFFFFF_IColWrapper};
 PyTypeObject* const kAlsoList[] = {&wrpPye_tyds_FFFFFFFF_IterableWrapper, &wrpPye_tyds_FFFFFFFF_IColWrapper,
@@ -100,8 +101,9 @@ PyObject* wrpPygn_mlit_FFFFFFFF_generic_wrappers() {
 }
 
 PyObject* wrpPye_mlit_FFFFFFFF_common_wrappers(PyObject* root) {
+    assert(PyModule_Check(root));
     PyObject* module = zelmor::create_module(&wrpPye_mlds_FFFFFFFF_wrpgen);
-    // The root owns the module from here on.
+    // From here on the root owns the module.
     if (module == nullptr || zelmor::add_child_module(root, "_wrpgen", module) < 0) {
         return nullptr;
     }

@@ -1,7 +1,7 @@
 // The callback tables that the module hands to the managed side at start-up: slot order and signatures.
 //
-// The managed side indexes them by position, without name, size or terminator. A struct here is one table: its
-// members are the slots in order. Both halves use these structs, so that the order stands once.
+// The managed side finds a function by its position: a table has no names, no size and no terminator. A struct here is
+// one table, and its members are the slots in order. Both halves use these structs, so that the order is written once.
 #ifndef ZELMOR_EXCHANGE_WIRE_CALLBACK_TABLES_H
 #define ZELMOR_EXCHANGE_WIRE_CALLBACK_TABLES_H
 

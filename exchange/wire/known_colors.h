@@ -1,7 +1,7 @@
 // The numbered colors: what the number in a color record stands for, on both sides of the wire.
 //
-// Numbers are those of .NET's KnownColor; names and values of the colors of the web are the published ones. The colors
-// of the desktop (numbers up to 26, and from 168) have names here but no values: theirs are whatever a desktop says.
+// The numbers are those of .NET's KnownColor; the names and values of the web colors are the published ones. The colors
+// of the desktop (numbers up to 26, and from 168) have names but no values here, since a desktop chooses them.
 #ifndef ZELMOR_EXCHANGE_WIRE_KNOWN_COLORS_H
 #define ZELMOR_EXCHANGE_WIRE_KNOWN_COLORS_H
 

@@ -66,7 +66,7 @@ struct PySysVersionArg {
 };
 static_assert(sizeof(PySysVersionArg) == 20 && offsetof(PySysVersionArg, components) == 4);
 
-// Value records of the drawing module. Everyone but that module only reserves room for them.
+// Value records of the drawing module. The other modules only reserve room for them.
 struct ShlColorObject {
     uint32_t argb;        // 0xAARRGGBB
     int16_t known_color;  // 0 where the color has no name

@@ -3,6 +3,7 @@
 
 #include <structmember.h>
 
+#include <cassert>
 #include <compare>
 #include <tuple>
 
@@ -82,6 +83,7 @@ constexpr PyTypeObject version_type() {
 constinit PyTypeObject wrpPye_tyds_FFFFFFFF_ModuleVersion = version_type();
 
 PyObject* PyShVersionAttr_Create(int major, int minor, int patch, int sub, const char* text) {
+    assert(PyType_HasFeature(&wrpPye_tyds_FFFFFFFF_ModuleVersion, Py_TPFLAGS_READY) && text != nullptr);
     PyObject* version = PyType_GenericNew(&wrpPye_tyds_FFFFFFFF_ModuleVersion, nullptr, nullptr);
     if (version == nullptr) {
         return nullptr;
@@ -99,11 +101,13 @@ PyObject* PyShVersionAttr_Create(int major, int minor, int patch, int sub, const
 }
 
 int PyShVersionAttr_Compare(const int* reference, PyObject* version) {
+    assert(reference != nullptr && version != nullptr);
     const auto order =
         std::tie(reference[0], reference[1], reference[2], reference[3]) <=> numbers(as_version(version));
     return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 
 PyObject* PyShVersionAttr_GetView(PyObject* version) {
+    assert(version != nullptr);
     return as_version(version)->view;
 }

@@ -1,6 +1,7 @@
 // Publication of a capsule.
 #include "siblings/common/capsule.h"
 
+#include <cassert>
 #include <cstring>
 
 #include "pyshell/errors.h"
@@ -8,7 +9,9 @@
 namespace zelmor::siblings {
 
 int add_capsule(PyObject* module, const char* full_name, const void* table) {
-    // Readers get a pointer to what they must not change; the capsule interface has no word for that.
+    assert(PyModule_Check(module) && table != nullptr);
+    assert(std::strrchr(full_name, '.') != nullptr);
+    // Readers must not change the table, but the interface of capsules has no pointer to a constant.
     PyObject* capsule = PyCapsule_New(const_cast<void*>(table), full_name, nullptr);
     if (capsule != nullptr && PyModule_AddObject(module, std::strrchr(full_name, '.') + 1, capsule) == 0) {
         return 0;

@@ -1,4 +1,4 @@
-// What a sibling hands to the other modules: an array of function pointers in a capsule.
+// The converters that a sibling offers to the other modules: an array of function pointers in a capsule.
 //
 // At 0 stands the "O&" converter from Python, at 1 the converter to Python, at 2 the second reader from Python. The
 // readers of a capsule know the types from its name.
@@ -18,8 +18,8 @@ struct ConverterTable {
     SecondReader second_reader = nullptr;  // only where a type has one
 };
 
-// Adds a capsule of that table, which has to live as long as the process. The name is the full dotted one, as it is
-// asked for; the module under which it goes stands in it. 0, or -1 with ImportError.
+// Adds a capsule with that table to the module. The table has to live as long as the process. `full_name` is the dotted
+// name by which the capsule is imported, beginning with that of the module. 0, or -1 with ImportError.
 int add_capsule(PyObject* module, const char* full_name, const void* table);
 
 template <class FromPython, class ToPython>

@@ -1,7 +1,7 @@
 // The common start of this folder's hand-written static types: zeroed records whose slots are then filled by name.
 //
-// The records are constants of the load: nothing runs when a shared object is loaded. Wrapper types of managed
-// classes are not made here; they follow the class recipe.
+// The records are compile-time constants: no code runs when a shared object is loaded. Wrapper types of managed classes
+// are not made here; they follow the class recipe.
 #ifndef ZELMOR_SIBLINGS_COMMON_STATIC_TYPE_H
 #define ZELMOR_SIBLINGS_COMMON_STATIC_TYPE_H
 

@@ -2,6 +2,7 @@
 #include "siblings/pycore/byte_store.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace zelmor::siblings {
@@ -22,6 +23,7 @@ Py_ssize_t ByteStore::available_line(Py_ssize_t limit) const {
 }
 
 const char* ByteStore::take(Py_ssize_t count) {
+    assert(0 <= count && count <= available(-1));
     if (count == 0) {
         return "";  // the position may lie behind the end, where there is nothing to point to
     }
@@ -31,6 +33,7 @@ const char* ByteStore::take(Py_ssize_t count) {
 }
 
 bool ByteStore::put(const char* bytes, Py_ssize_t count) {
+    assert(count >= 0 && (bytes != nullptr || count == 0));
     if (count == 0) {
         return true;
     }
@@ -52,6 +55,7 @@ bool ByteStore::put(const char* bytes, Py_ssize_t count) {
 }
 
 void ByteStore::truncate(Py_ssize_t size) {
+    assert(size >= 0);
     if (size >= m_size) {
         return;
     }
@@ -62,7 +66,7 @@ void ByteStore::truncate(Py_ssize_t size) {
         m_capacity = 0;
     } else if (size < m_capacity / 2) {
         // Shrinking does not fail; if it did, the larger block would serve as well.
-        if (void* smaller = PyMem_Realloc(m_data, static_cast<size_t>(size))) {
+        if (void* smaller = PyMem_Realloc(m_data, static_cast<size_t>(size)); smaller != nullptr) {
             m_data = static_cast<char*>(smaller);
             m_capacity = size;
         }
@@ -78,6 +82,7 @@ void ByteStore::clear() {
 }
 
 bool ByteStore::reserve(Py_ssize_t size) {
+    assert(size > 0);
     if (size <= m_capacity) {
         return true;
     }

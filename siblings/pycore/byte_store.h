@@ -1,9 +1,11 @@
 // The bytes behind an in-memory stream, and the position in them.
 //
-// It knows nothing of Python objects: it grows, finds and copies. Nobody may resize it while a view of its memory is
-// out; keeping count of the views is the stream's affair.
+// It knows nothing of Python objects: it grows, searches and copies. It must not be resized while a view of its memory
+// exists; the stream counts the views.
 #ifndef ZELMOR_SIBLINGS_PYCORE_BYTE_STORE_H
 #define ZELMOR_SIBLINGS_PYCORE_BYTE_STORE_H
+
+#include <cassert>
 
 #include "pyshell/python.h"
 
@@ -20,12 +22,15 @@ class ByteStore {
     Py_ssize_t size() const { return m_size; }
     Py_ssize_t capacity() const { return m_capacity; }
     Py_ssize_t position() const { return m_position; }
-    void set_position(Py_ssize_t position) { m_position = position; }  // may lie behind the end
+    void set_position(Py_ssize_t position) {  // can be beyond the end
+        assert(position >= 0);
+        m_position = position;
+    }
 
     // Bytes from the position to the end, at most `limit` of them unless that is negative.
     Py_ssize_t available(Py_ssize_t limit) const;
 
-    // The same, but not beyond the next line feed, which counts.
+    // The same, but at most up to the next line feed, which is included.
     Py_ssize_t available_line(Py_ssize_t limit) const;
 
     // The start of the next `count` bytes, which must be available; moves the position behind them.
@@ -35,10 +40,10 @@ class ByteStore {
     // `bytes` may not point into this store.
     bool put(const char* bytes, Py_ssize_t count);
 
-    // Cuts off what lies behind `size`; a store that is shorter stays as it is. The position does not move.
+    // Cuts off the bytes beyond `size`; a shorter store stays as it is. The position does not move.
     void truncate(Py_ssize_t size);
 
-    // Back to no bytes at position 0, and the memory given back.
+    // Removes all bytes, frees the memory and sets the position to 0.
     void clear();
 
  private:

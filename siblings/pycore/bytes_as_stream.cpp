@@ -1,6 +1,7 @@
 // The in-memory stream's methods and type record.
 #include "siblings/pycore/bytes_as_stream.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -17,7 +18,7 @@ namespace {
 struct Stream {
     PyObject ob_base;
     ByteStore store;
-    Py_ssize_t view_count;  // views of `getbuffer()` that are out
+    Py_ssize_t view_count;  // views of `getbuffer()` that exist
     bool is_closed;
     PyObject* dict;
     PyObject* weakrefs;
@@ -30,6 +31,7 @@ struct StreamBuffer {
 };
 
 Stream* as_stream(PyObject* self) {
+    assert(self != nullptr);
     return reinterpret_cast<Stream*>(self);
 }
 
@@ -53,7 +55,7 @@ Stream* writable_stream(PyObject* self) {
 }
 
 PyObject* take_bytes(Stream* stream, Py_ssize_t count) {
-    // Made first and filled afterwards, so that a failure leaves the position where it was.
+    // Made before the position moves, so that a failure leaves the position unchanged.
     PyObject* bytes = PyBytes_FromStringAndSize(nullptr, count);
     if (bytes != nullptr) {
         std::memcpy(PyBytes_AS_STRING(bytes), stream->store.take(count), static_cast<size_t>(count));
@@ -61,7 +63,7 @@ PyObject* take_bytes(Stream* stream, Py_ssize_t count) {
     return bytes;
 }
 
-// A limit: None and negative numbers mean none, that is, -1. Anything with __index__ is a number.
+// A limit, as any object with `__index__`. -1 stands for no limit, as None and negative numbers do.
 bool read_limit(PyObject* value, Py_ssize_t* limit) {
     if (value == Py_None) {
         *limit = -1;
@@ -136,7 +138,7 @@ PyObject* stream_readinto(PyObject* self, PyObject* target) {
     if (PyArg_Parse(target, "w*:readinto", &view) == 0) {
         return nullptr;
     }
-    // Asked after the buffer was taken: taking it can run any code.
+    // Checked after the buffer was acquired, since that can run any code.
     Stream* stream = open_stream(self);
     PyObject* result = nullptr;
     if (stream != nullptr) {
@@ -409,6 +411,7 @@ int stream_clear(PyObject* self) {
 void stream_dealloc(PyObject* self) {
     PyObject_GC_UnTrack(self);
     Stream* stream = as_stream(self);
+    assert(stream->view_count == 0);  // a view keeps its stream alive
     if (stream->weakrefs != nullptr) {
         PyObject_ClearWeakRefs(self);
     }
@@ -433,7 +436,9 @@ int buffer_getbuffer(PyObject* self, Py_buffer* view, int flags) {
 }
 
 void buffer_releasebuffer(PyObject* self, Py_buffer*) {
-    --reinterpret_cast<StreamBuffer*>(self)->stream->view_count;
+    Stream* stream = reinterpret_cast<StreamBuffer*>(self)->stream;
+    assert(stream->view_count > 0);
+    --stream->view_count;
 }
 
 int buffer_traverse(PyObject* self, visitproc visit, void* arg) {

@@ -1,7 +1,7 @@
 // "zelmor.pycore.BytesAsStream": an in-memory binary file.
 //
-// It does what io.BytesIO does, by the same names, and can be passed wherever the bridge takes a stream. It is a type
-// of its own and no io.IOBase: the bridge recognizes it by this type. Python classes can derive from it.
+// It has the members of io.BytesIO, and can be passed wherever the bridge takes a stream. It is not derived from
+// io.IOBase: the bridge recognizes it by its own type. Python classes can derive from it.
 #ifndef ZELMOR_SIBLINGS_PYCORE_BYTES_AS_STREAM_H
 #define ZELMOR_SIBLINGS_PYCORE_BYTES_AS_STREAM_H
 
@@ -11,7 +11,8 @@ namespace zelmor::siblings {
 
 extern PyTypeObject bytes_as_stream_type;
 
-// What keeps the stream's memory in place while a view of `getbuffer()` is out; has to be ready as well.
+// The type of the exporter that keeps the stream's memory in place while a view of `getbuffer()` exists. It has to be
+// readied as well.
 extern PyTypeObject bytes_as_stream_buffer_type;
 
 }  // namespace zelmor::siblings

@@ -1,6 +1,6 @@
-// Entry of "zelmor.pycore": the in-memory stream. Nothing managed stands behind this module, so it starts no runtime.
+// Entry of "zelmor.pycore": the in-memory stream. The module uses nothing managed, so it starts no runtime.
+#include "pyshell/module_start.h"
 #include "pyshell/modules.h"
-#include "siblings/common/module_start.h"
 #include "siblings/pycore/bytes_as_stream.h"
 
 namespace {
@@ -23,11 +23,8 @@ int complete(PyObject* module) {
 }  // namespace
 
 PyMODINIT_FUNC PyInit_pycore() {
-    return zelmor::siblings::start_module({
+    return zelmor::start_module({
         .name = kName,
-        .import_siblings = nullptr,
-        .import_cast_result = nullptr,
-        .start_runtime = nullptr,
         .build = build,
         .complete = complete,
     });

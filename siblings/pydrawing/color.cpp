@@ -1,13 +1,15 @@
 // "zelmor.pydrawing.Color": four components, and the number of a named color where it has one.
 //
 // Two colors are equal if their whole records are, as on the managed side: a named color differs from the same
-// components without a name. `to_argb()` is what to compare if the name should not count.
+// components without a name. To compare without the name, compare `to_argb()`.
 #include <algorithm>
+#include <cassert>
 #include <cctype>
 #include <string>
 
 #include "convert/scalars.h"
 #include "pyshell/modules.h"
+#include "pyshell/refusals.h"
 #include "siblings/pydrawing/known_colors.h"
 #include "siblings/pydrawing/values.h"
 
@@ -41,6 +43,7 @@ PyObject* make_argb(uint32_t argb) {
 }
 
 PyObject* make_numbered(int number) {
+    assert(known_color(number) != nullptr);
     return make_color({known_color(number)->argb, static_cast<int16_t>(number), kStateNumbered});
 }
 
@@ -88,7 +91,7 @@ int read_component(PyObject* value, uint32_t* out) {
     return 1;
 }
 
-// Both the managed reading, a signed integer, and the usual 0xAARRGGBB.
+// Takes the signed integer of the managed side as well as the usual 0xAARRGGBB.
 int read_argb(PyObject* value, uint32_t* out) {
     long wide = 0;
     if (fn_conv_py_long_to_clr_int64(value, &wide) == 0) {
@@ -140,7 +143,7 @@ PyObject* from_argb(PyObject*, PyObject* args, PyObject* kwargs) {
             }
             return make_argb(alpha << 24 | red << 16 | green << 8 | blue);
         default:
-            // Also for a wrong number of arguments, which the parser words.
+            // Also for a wrong number of arguments, for which the parser has a message.
             if (PyArg_ParseTupleAndKeywords(args, kwargs, "O&O&O&O&:from_argb", full_names, read_component, &alpha,
                                             read_component, &red, read_component, &green, read_component, &blue) == 0) {
                 return nullptr;
@@ -151,7 +154,7 @@ PyObject* from_argb(PyObject*, PyObject* args, PyObject* kwargs) {
 
 PyObject* from_name(PyObject*, PyObject* name) {
     if (!PyUnicode_Check(name)) {
-        PyErr_Format(PyExc_TypeError, "can't build 'String' from '%s'", Py_TYPE(name)->tp_name);
+        zelmor::refuse_number("String", name);
         return nullptr;
     }
     Py_ssize_t length = 0;
@@ -356,6 +359,7 @@ constinit PyTypeObject zelmor::siblings::color_type = [] {
 }();
 
 int wrpPy_conv_py_to_clr_52DA2AC5_Color(PyObject* value, ShlColorObject* out) {
+    assert(value != nullptr && out != nullptr);
     if (!Py_IS_TYPE(value, &color_type)) {
         return zelmor::refuse_value("Color", value);
     }
@@ -364,6 +368,7 @@ int wrpPy_conv_py_to_clr_52DA2AC5_Color(PyObject* value, ShlColorObject* out) {
 }
 
 PyObject* wrpPy_conv_clr_to_py_52DA2AC5_Color(const ShlColorObject* value) {
+    assert(value != nullptr);
     return make_color(*value);
 }
 

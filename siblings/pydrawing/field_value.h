@@ -1,13 +1,14 @@
 // Value types whose record is a row of numbers of one kind: points and rectangles.
 //
-// An instance holds the record itself, not a handle: no managed call is made for it. It cannot be changed once made,
-// so that it can be hashed and shared. A type supplies its names and field converter as a traits class; the slots
-// here are written once for all of them.
+// An instance holds the record itself and no handle, so that it needs no managed call. It is immutable, so that it can
+// be hashed and shared. A type supplies its names and its field converter as a traits class; the slots are written here
+// once for all types.
 #ifndef ZELMOR_SIBLINGS_PYDRAWING_FIELD_VALUE_H
 #define ZELMOR_SIBLINGS_PYDRAWING_FIELD_VALUE_H
 
 #include <array>
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -24,8 +25,8 @@ struct ValueObject {
     Record value;
 };
 
-// "O&" converters of the fields. A single is kept in the double of the record: a value that went to the managed side
-// and back equals the value that it was made from. An integer has to fit 32 bits.
+// "O&" converters of the fields. A single-precision number is stored in the double of the record: after a round trip
+// through the managed side it equals the original. An integer has to fit 32 bits.
 int read_single_field(PyObject* value, double* out);
 int read_int32_field(PyObject* value, int32_t* out);
 
@@ -62,6 +63,7 @@ class FieldValue {
 
     // "O&" converter into a record of the caller.
     static int from_python(PyObject* value, Record* out) {
+        assert(value != nullptr && out != nullptr);
         if (!PyObject_TypeCheck(value, &type)) {
             return refuse_value(Traits::kName, value);
         }
@@ -69,7 +71,10 @@ class FieldValue {
         return 1;
     }
 
-    static PyObject* to_python(const Record* value) { return make(*value); }
+    static PyObject* to_python(const Record* value) {
+        assert(value != nullptr);
+        return make(*value);
+    }
 
     static PyObject* as_tuple(PyObject* self) {
         PyRef tuple = PyRef::steal(PyTuple_New(Traits::kFieldCount));
@@ -126,7 +131,7 @@ class FieldValue {
         if ((op != Py_EQ && op != Py_NE) || !PyObject_TypeCheck(other, &type)) {
             Py_RETURN_NOTIMPLEMENTED;
         }
-        // Compared as numbers: zeros of either sign are equal, and a field that is no number equals nothing.
+        // Compared as numbers: zeros of either sign are equal, and a NaN is equal to nothing.
         return PyBool_FromLong((fields(self) == fields(other)) == (op == Py_EQ));
     }
 

@@ -1,4 +1,4 @@
-// Look-up of the numbered colors of the managed side: a color that has a number has a name.
+// Look-up of the numbered colors of the managed side. Every color that has a number has a name.
 #ifndef ZELMOR_SIBLINGS_PYDRAWING_KNOWN_COLORS_H
 #define ZELMOR_SIBLINGS_PYDRAWING_KNOWN_COLORS_H
 
@@ -8,7 +8,7 @@
 
 namespace zelmor::siblings {
 
-// Null for a number that no color has.
+// Null if no color has that number.
 const KnownColorRow* known_color(int number);
 
 // The number of the web color of that managed name, in any case; 0 if there is none.

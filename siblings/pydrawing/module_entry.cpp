@@ -1,10 +1,10 @@
 // Entry of "zelmor.pydrawing": the framework's drawing objects, and the value types that are written by hand.
 #include "exchange/start_up.h"
 #include "generated/pydrawing/pydrawing.h"
+#include "pyshell/module_start.h"
 #include "pyshell/py_ref.h"
 #include "pyshell/sibling_converters.h"
 #include "siblings/common/capsule.h"
-#include "siblings/common/module_start.h"
 #include "siblings/pydrawing/values.h"
 
 using zelmor::PyRef;
@@ -73,10 +73,6 @@ int add_handle_capsules(PyObject* module, const HandleCapsule (&capsules)[Count]
     return 0;
 }
 
-int start_runtime() {
-    return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyDrawing", false, "zelmor", "pydrawing");
-}
-
 int complete(PyObject* module) {
     PyRef drawing2d = PyRef::steal(PyObject_GetAttrString(module, "drawing2d"));
     PyRef imaging = PyRef::steal(PyObject_GetAttrString(module, "imaging"));
@@ -99,11 +95,13 @@ int complete(PyObject* module) {
 }  // namespace
 
 PyMODINIT_FUNC PyInit_pydrawing() {
-    return zelmor::siblings::start_module({
+    return zelmor::start_module({
         .name = "zelmor.pydrawing",
         .import_siblings = zelmor::import_reflection_capsules,
         .import_cast_result = zelmor::import_cast_result,
-        .start_runtime = start_runtime,
+        .start_runtime = initialize_clr_host,
+        .assembly = "WrpInterop.Zelmor.PyDrawing",
+        .product = "pydrawing",
         .build = wrpPy_mlit_173B333E_pydrawing,
         .complete = complete,
     });

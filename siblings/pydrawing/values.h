@@ -1,6 +1,6 @@
 // The drawing module's value types: points, rectangles and colors that cross as records, not as handles.
 //
-// The converters here are those of the module's value capsules. None is refused: a value has no null.
+// The converters are those in the value capsules of the module. They refuse None, since a value cannot be null.
 #ifndef ZELMOR_SIBLINGS_PYDRAWING_VALUES_H
 #define ZELMOR_SIBLINGS_PYDRAWING_VALUES_H
 

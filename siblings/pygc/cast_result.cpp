@@ -1,6 +1,7 @@
-// The cast result: true if the cast was made, and a pair `ok, value` to whoever unpacks it.
+// The cast result: true if the cast was made; it unpacks to the pair `ok, value`.
 #include "siblings/pygc/cast_result.h"
 
+#include <cassert>
 #include <cstddef>
 
 #include "exchange/wire/tags.h"
@@ -19,6 +20,7 @@ CastResult* as_result(PyObject* self) {
 }
 
 bool is_made(const CastResult* result) {
+    assert(result != nullptr);
     return result->status != kCastImpossible && result->status != kCastFailed;
 }
 
@@ -28,14 +30,14 @@ int result_traverse(PyObject* self, visitproc visit, void* arg) {
 }
 
 int result_clear(PyObject* self) {
-    // A cycle is broken by None rather than by a null pointer, so that a finalizer that still sees us can read us.
+    // A cycle is broken by None and not by a null pointer: a finalizer can still read the value.
     PyObject* value = as_result(self)->value;
     as_result(self)->value = Py_NewRef(Py_None);
     Py_XDECREF(value);
     return 0;
 }
 
-// Results in results go one after the other: the interpreter's own count keeps the stack short.
+// A result can hold a result: the trashcan deletes a long chain of them without deep recursion.
 void result_dealloc(PyObject* self) {
     PyObject_GC_UnTrack(self);
     Py_TRASHCAN_BEGIN(self, result_dealloc) Py_CLEAR(as_result(self)->value);
@@ -89,7 +91,7 @@ Py_ssize_t result_length(PyObject*) {
     return 2;
 }
 
-// The pair `ok, value`; the interpreter's sequence iterator makes unpacking of it.
+// The pair `ok, value`. The interpreter unpacks it with its sequence iterator.
 PyObject* result_item(PyObject* self, Py_ssize_t index) {
     switch (index) {
         case 0:
@@ -149,6 +151,7 @@ constinit PyTypeObject zelmor::siblings::cast_result_type = [] {
 }();
 
 PyObject* zelmor::siblings::cast_result_new(int status, PyObject* value) {
+    assert(PyGILState_Check());
     CastResult* result = PyObject_GC_New(CastResult, &cast_result_type);
     if (result == nullptr) {
         return nullptr;

@@ -1,7 +1,7 @@
-// What a cast gives back: a status, and the converted object if there is one.
+// The result of a cast: a status, and the converted object if there is one.
 //
-// The type belongs to this module alone; the other modules make its instances through the function that the
-// capsule hands out, and never look inside.
+// The type belongs to this module. The other modules make instances through the function in the capsule, and do not use
+// the fields.
 #ifndef ZELMOR_SIBLINGS_PYGC_CAST_RESULT_H
 #define ZELMOR_SIBLINGS_PYGC_CAST_RESULT_H
 

@@ -1,8 +1,8 @@
 // Entry of "zelmor.pygc": the cast result, which all other modules on the bridge make.
 #include "exchange/start_up.h"
+#include "pyshell/module_start.h"
 #include "pyshell/modules.h"
 #include "siblings/common/capsule.h"
-#include "siblings/common/module_start.h"
 #include "siblings/pygc/cast_result.h"
 
 namespace {
@@ -21,10 +21,6 @@ struct FunctionTable {
 };
 constexpr FunctionTable kFunctions = {zelmor::siblings::cast_result_new};
 
-int start_runtime() {
-    return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyGc", false, "zelmor", "pygc");
-}
-
 int complete(PyObject* module) {
     if (PyShModule_AddType(module, &zelmor::siblings::cast_result_type, "CastResult") < 0) {
         return -1;
@@ -35,11 +31,11 @@ int complete(PyObject* module) {
 }  // namespace
 
 PyMODINIT_FUNC PyInit_pygc() {
-    return zelmor::siblings::start_module({
+    return zelmor::start_module({
         .name = kName,
-        .import_siblings = nullptr,
-        .import_cast_result = nullptr,
-        .start_runtime = start_runtime,
+        .start_runtime = initialize_clr_host,
+        .assembly = "WrpInterop.Zelmor.PyGc",
+        .product = "pygc",
         .build = build,
         .complete = complete,
     });

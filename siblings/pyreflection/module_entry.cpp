@@ -3,9 +3,9 @@
 #include "exchange/start_up.h"
 #include "generated/pyreflection/pyreflection.h"
 #include "pyshell/markers.h"
+#include "pyshell/module_start.h"
 #include "pyshell/sibling_converters.h"
 #include "siblings/common/capsule.h"
-#include "siblings/common/module_start.h"
 
 using zelmor::siblings::ConverterTable;
 
@@ -13,15 +13,15 @@ namespace {
 
 using HandleTable = ConverterTable<ZelmorPyToHandle, ZelmorHandleToPy>;
 
-// Any class wrapper, of whatever module: its handle is that of a managed object. A struct wrapper's handle names a
-// boxed copy in a numbering of its own and cannot be told apart behind a plain pointer; casting it to Object first
-// gives an object handle.
+// Reads any class wrapper, of any module: its handle is that of a managed object. A struct wrapper is refused: its
+// handle is of another numbering, which a plain pointer does not show. Casting the struct to Object gives an object
+// handle.
 int read_any_object(PyObject* value, void** out) {
     return fn_conv_py_obj_to_clr_refobj_not_null_handle(value, out);
 }
 
-// Any wrapper that holds a managed type. A refusal carries no error, since the caller has words of its own for it; what
-// else goes wrong keeps its own.
+// Reads any wrapper that holds a managed type. A refusal sets no error, since the caller has its own message for it;
+// any other failure keeps its error.
 int read_any_type(PyObject* value, void** out) {
     if (!fn_is_refobj_has_host_markattr(value)) {
         return 0;
@@ -41,7 +41,7 @@ constexpr HandleTable kEnumTable = {wrpPy_conv_py_to_clr_738AFABA_Enum, wrpPy_co
 constexpr HandleTable kTypeTable = {wrpPy_conv_py_to_clr_C08ECFAB_Type, wrpPy_conv_clr_to_py_C08ECFAB_Type,
                                     read_any_type};
 
-// This module's own types have casts too, and take the converters from where the others find them.
+// The types of this module have casts too: they find the converters where those of the other modules do.
 int take_own_converters(const char*) {
     wrpPyl_convcaps_clr_to_py_359C4ED8_Object = kObjectTable.to_python;
     wrpPyl_trancaps_py_to_clr_359C4ED8_Object = kObjectTable.second_reader;
@@ -49,10 +49,6 @@ int take_own_converters(const char*) {
     wrpPyl_convcaps_clr_to_py_C08ECFAB_Type = kTypeTable.to_python;
     wrpPyl_trancaps_py_to_clr_C08ECFAB_Type = kTypeTable.second_reader;
     return 0;
-}
-
-int start_runtime() {
-    return initialize_clr_host("3.1", "WrpInterop.Zelmor.PyReflection", false, "zelmor", "pyreflection");
 }
 
 int complete(PyObject* module) {
@@ -68,11 +64,13 @@ int complete(PyObject* module) {
 }  // namespace
 
 PyMODINIT_FUNC PyInit_pyreflection() {
-    return zelmor::siblings::start_module({
+    return zelmor::start_module({
         .name = "zelmor.pyreflection",
         .import_siblings = take_own_converters,
         .import_cast_result = zelmor::import_cast_result,
-        .start_runtime = start_runtime,
+        .start_runtime = initialize_clr_host,
+        .assembly = "WrpInterop.Zelmor.PyReflection",
+        .product = "pyreflection",
         .build = wrpPy_mlit_CEE114BD_pyreflection,
         .complete = complete,
     });

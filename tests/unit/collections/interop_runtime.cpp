@@ -2,7 +2,6 @@
 #include "interop_runtime.h"
 
 #include <cstdlib>
-#include <iostream>
 #include <map>
 
 #include "collections/interop.h"
@@ -140,14 +139,6 @@ PyTypeObject struct_record(const char* name) {
     return type;
 }
 
-void require(bool done, const char* step) {
-    if (!done) {
-        PyErr_Print();
-        std::cerr << "test set-up failed: " << step << '\n';
-        std::exit(1);
-    }
-}
-
 void mark(PyTypeObject* type, zelmor::WrapperKind kind, std::span<PyTypeObject* const> interfaces = {}) {
     require(zelmor::ready_type(type) == 0 && zelmor::mark_wrapper_type(type, kind, interfaces) == 0, type->tp_name);
 }
@@ -180,7 +171,7 @@ PyTypeObject array_subtype =
     wrapper_record("zelmor.imaging._wrpgen._generic._Array", &wrpPye_tyds_FFFFFFFF_ArrayWrapper);
 
 void prepare_interop() {
-    runtime = {};
+    runtime.renew();
     runtime.other_types = interop_entry;
     script = {};
     static const bool prepared = [] {

@@ -40,19 +40,6 @@ inline void* pointer(intptr_t number) {
     return reinterpret_cast<void*>(number);
 }
 
-// A new wrapper of `handle`, as a managed result makes it.
-inline zelmor::PyRef wrap(void* handle, PyTypeObject* type) {
-    return zelmor::PyRef::steal(fn_py_clr_type_generic_new(handle, type));
-}
-
-inline void* handle_in(PyObject* wrapper) {
-    return reinterpret_cast<PyClrObject*>(wrapper)->handle;
-}
-
-inline PyObject* as_object(PyTypeObject* type) {
-    return reinterpret_cast<PyObject*>(type);
-}
-
 // A wrapper type of some other class of the module, of a struct, and of a sibling module.
 extern PyTypeObject other_class_type;
 extern PyTypeObject other_struct_type;

@@ -102,7 +102,7 @@ TEST_F(Errors, AChainOwnsTwoReferencesToTheCause) {
 }
 
 TEST_F(Errors, AChainKeepsTheTracebackOfTheCause) {
-    EXPECT_FALSE(run("raise ValueError('with traceback')"));
+    raise_by("raise ValueError('with traceback')");
     PyShlErr_ChainFormat(PyExc_ImportError, "outer");
     const PyRef error = expect_error(PyExc_ImportError, "outer");
     const PyRef cause = cause_of(error);

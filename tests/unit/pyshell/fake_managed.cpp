@@ -1,4 +1,4 @@
-// The scripted managed side: a host environment that hands out the functions below by name.
+// The scripted services of the managed side, handed out by name.
 #include "fake_managed.h"
 
 #include <cstring>
@@ -6,7 +6,7 @@
 
 #include "exchange/u16_buffer.h"
 #include "exchange/wire/entry_points.h"
-#include "host/host_environment.h"
+#include "scripted_runtime.h"
 
 FakeManaged managed;
 
@@ -126,16 +126,10 @@ void* find_entry(const std::string& type, const char* method) {
     return found != table.end() ? found->second : entry(unused_service);
 }
 
-alignas(HostEnvironment) char environment[sizeof(HostEnvironment)];
-
 }  // namespace
 
-// In place of the real environment, which the linker then leaves out. Its data is never touched.
-HostEnvironment& HostEnvironment::instance(const char*, bool, const char*, const char*, const char*, const char*) {
-    return *reinterpret_cast<HostEnvironment*>(environment);
-}
-
-int HostEnvironment::try_create_delegate(const char*, const char* type, const char* method, void** delegate) const {
-    *delegate = find_entry(type, method);
-    return 0;
+void serve_managed() {
+    runtime.services = [](const std::string& type, const std::string& method) {
+        return find_entry(type, method.c_str());
+    };
 }

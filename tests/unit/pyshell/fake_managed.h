@@ -1,5 +1,4 @@
-// A scripted managed side for the unit tests: it stands in for the runtime, answers the two service classes, and
-// keeps a journal of what it was asked.
+// The two service classes of the managed side, scripted, with a journal of their calls.
 #ifndef ZELMOR_TESTS_UNIT_PYSHELL_FAKE_MANAGED_H
 #define ZELMOR_TESTS_UNIT_PYSHELL_FAKE_MANAGED_H
 
@@ -32,6 +31,9 @@ struct FakeManaged {
 
 // One for the process, renewed by the fixture for each test.
 extern FakeManaged managed;
+
+// Puts these services in place of those of the scripted runtime.
+void serve_managed();
 
 inline void* handle_of(uintptr_t number) {
     return reinterpret_cast<void*>(number);

@@ -1,6 +1,6 @@
 // Runs checks in a process of their own: the service hosts are singletons, and ObjectHost binds once for good.
-#ifndef ZELMOR_TESTS_UNIT_EXCHANGE_IN_CHILD_H
-#define ZELMOR_TESTS_UNIT_EXCHANGE_IN_CHILD_H
+#ifndef ZELMOR_TESTS_UNIT_SUPPORT_IN_CHILD_H
+#define ZELMOR_TESTS_UNIT_SUPPORT_IN_CHILD_H
 
 #include <gtest/gtest.h>
 
@@ -30,4 +30,4 @@ inline void check(bool condition, const char* text, int line) {
         },                 \
         ::testing::ExitedWithCode(0), "")
 
-#endif  // ZELMOR_TESTS_UNIT_EXCHANGE_IN_CHILD_H
+#endif  // ZELMOR_TESTS_UNIT_SUPPORT_IN_CHILD_H

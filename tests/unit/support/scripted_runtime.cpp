@@ -169,7 +169,9 @@ int HostEnvironment::try_create_delegate(const char* assembly, const char* type,
         return left_out->second;
     }
     const std::string name = type;
-    if (name == kExchangeHostType) {
+    if (runtime.services && (name == kExchangeHostType || name == kObjectHostType)) {
+        *delegate = runtime.services(name, method);
+    } else if (name == kExchangeHostType) {
         *delegate = exchange_entry(method);
     } else if (name == kObjectHostType) {
         *delegate = object_entry(method);

@@ -7,10 +7,21 @@
 #include "collections/interop.h"
 #include "convert/shl_buffer_view.h"
 #include "pyshell/identifiers.h"
+#include "pyshell/pending_error.h"
 
 using zelmor::PyRef;
 
 namespace {
+
+// The value of statements, and the namespace that they fill.
+PyRef run_in(const PyRef& variables, const char* statements) {
+    PyDict_SetItemString(variables.get(), "__builtins__", PyEval_GetBuiltins());
+    const PyRef name = PyRef::steal(PyUnicode_FromString("test_module"));
+    PyDict_SetItemString(variables.get(), "__name__", name.get());
+    return PyRef::steal(PyRun_String(statements, Py_file_input, variables.get(), variables.get()));
+}
+
+}  // namespace
 
 void require(bool done, const char* step) {
     if (!done) {
@@ -19,8 +30,6 @@ void require(bool done, const char* step) {
         std::exit(1);
     }
 }
-
-}  // namespace
 
 void start_bridge_interpreter() {
     // Paths are UTF-8 whatever the locale of the machine.
@@ -49,22 +58,25 @@ PyRef evaluate(const char* expression, std::initializer_list<std::pair<const cha
     const PyRef variables = PyRef::steal(PyDict_New());
     PyDict_SetItemString(variables.get(), "__builtins__", PyEval_GetBuiltins());
     for (const auto& [name, value] : names) {
-        PyDict_SetItemString(variables.get(), name, value);
+        if (value != nullptr) {
+            PyDict_SetItemString(variables.get(), name, value);
+        }
     }
     return PyRef::steal(PyRun_String(expression, Py_eval_input, variables.get(), variables.get()));
 }
 
 PyRef run(const char* statements) {
     PyRef variables = PyRef::steal(PyDict_New());
-    PyDict_SetItemString(variables.get(), "__builtins__", PyEval_GetBuiltins());
-    const PyRef name = PyRef::steal(PyUnicode_FromString("test_module"));
-    PyDict_SetItemString(variables.get(), "__name__", name.get());
-    const PyRef result = PyRef::steal(PyRun_String(statements, Py_file_input, variables.get(), variables.get()));
-    if (!result) {
+    if (!run_in(variables, statements)) {
         PyErr_Print();
         ADD_FAILURE() << "the statements of the test failed:\n" << statements;
     }
     return variables;
+}
+
+void raise_by(const char* statements) {
+    const PyRef variables = PyRef::steal(PyDict_New());
+    EXPECT_FALSE(run_in(variables, statements)) << "the statements of the test raised nothing:\n" << statements;
 }
 
 std::string text_of(PyObject* object) {
@@ -78,24 +90,18 @@ std::string text_of(PyObject* object) {
 }
 
 PyRef take_error() {
-    PyObject* type;
-    PyObject* value;
-    PyObject* traceback;
-    PyErr_Fetch(&type, &value, &traceback);
-    PyErr_NormalizeException(&type, &value, &traceback);
-    Py_XDECREF(type);
-    Py_XDECREF(traceback);
-    return PyRef::steal(value);
+    return zelmor::PendingError::take_normalized().take_value();
 }
 
-void expect_error(PyObject* type, const std::string& message) {
-    const PyRef error = take_error();
+PyRef expect_error(PyObject* type, const std::string& message) {
+    PyRef error = take_error();
     if (!error) {
         ADD_FAILURE() << "no exception is pending; expected: " << message;
-        return;
+        return error;
     }
     EXPECT_EQ(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), type) << Py_TYPE(error.get())->tp_name;
     EXPECT_EQ(text_of(error.get()), message);
+    return error;
 }
 
 void expect_error_of(PyObject* type) {

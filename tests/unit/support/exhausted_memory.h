@@ -1,6 +1,6 @@
 // The next allocation of the interpreter's object allocator fails, and only that one.
-#ifndef ZELMOR_TESTS_UNIT_PYSHELL_EXHAUSTED_MEMORY_H
-#define ZELMOR_TESTS_UNIT_PYSHELL_EXHAUSTED_MEMORY_H
+#ifndef ZELMOR_TESTS_UNIT_SUPPORT_EXHAUSTED_MEMORY_H
+#define ZELMOR_TESTS_UNIT_SUPPORT_EXHAUSTED_MEMORY_H
 
 #include <utility>
 
@@ -39,4 +39,4 @@ class ExhaustedMemory {
     bool m_failed = false;
 };
 
-#endif  // ZELMOR_TESTS_UNIT_PYSHELL_EXHAUSTED_MEMORY_H
+#endif  // ZELMOR_TESTS_UNIT_SUPPORT_EXHAUSTED_MEMORY_H

@@ -1,13 +1,9 @@
-// Starts an interpreter and the service hosts against the scripted managed side, readies the test types, and runs.
+// Binds the service hosts to the scripted managed side, and readies the test types.
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <iostream>
 
 #include "exchange/exchange_host.h"
 #include "exchange/object_host.h"
 #include "fixture.h"
-#include "pyshell/identifiers.h"
 #include "pyshell/markers.h"
 #include "pyshell/module_version.h"
 #include "pyshell/modules.h"
@@ -98,33 +94,17 @@ PyObject* show_type_handle(void* handle) {
     return PyLong_FromVoidPtr(handle);
 }
 
-void require(bool done, const char* step) {
-    if (!done) {
-        PyErr_Print();
-        std::cerr << "test set-up failed: " << step << '\n';
-        std::exit(1);
-    }
-}
-
-void start_interpreter() {
-    PyConfig config;
-    PyConfig_InitIsolatedConfig(&config);
-    PyStatus status = PyConfig_SetBytesString(&config, &config.program_name, ZELMOR_TEST_INTERPRETER);
-    if (!PyStatus_Exception(status)) {
-        status = Py_InitializeFromConfig(&config);
-    }
-    PyConfig_Clear(&config);
-    if (PyStatus_Exception(status)) {
-        Py_ExitStatusException(status);
-    }
-}
-
 void mark(PyTypeObject* type, zelmor::WrapperKind kind, std::span<PyTypeObject* const> interfaces = {}) {
     require(zelmor::ready_type(type) == 0 && zelmor::mark_wrapper_type(type, kind, interfaces) == 0, type->tp_name);
 }
 
-void start_bridge() {
-    fn_intern_identifiers();
+// Set up once for the program, behind the start of the interpreter.
+class PyShellTypes : public ::testing::Environment {
+    void SetUp() override;
+};
+
+void PyShellTypes::SetUp() {
+    serve_managed();
     wrpPyl_convcaps_clr_to_py_C08ECFAB_Type = show_type_handle;
     require(ExchangeHost::get_instance().initialize("WrpInterop.Zelmor.Imaging"), "exchange host");
     require(!ObjectHost::get_instance().is_not_valid(), "object host");
@@ -151,33 +131,5 @@ PyTypeObject test_refusing_type = refusing_record("zelmor.imaging.Refusing");
 PyTypeObject test_longer_type = longer_record("zelmor.imaging.Longer");
 PyTypeObject test_sibling_type = sibling_record("zelmor.pydrawing.Pen");
 
-zelmor::PyRef evaluate(const char* expression, std::initializer_list<std::pair<const char*, PyObject*>> names) {
-    const zelmor::PyRef variables = zelmor::PyRef::steal(PyDict_New());
-    PyDict_SetItemString(variables.get(), "__builtins__", PyEval_GetBuiltins());
-    for (const auto& [name, value] : names) {
-        if (value != nullptr) {
-            PyDict_SetItemString(variables.get(), name, value);
-        }
-    }
-    return zelmor::PyRef::steal(PyRun_String(expression, Py_eval_input, variables.get(), variables.get()));
-}
-
-zelmor::PyRef run(const char* statements) {
-    zelmor::PyRef variables = zelmor::PyRef::steal(PyDict_New());
-    PyDict_SetItemString(variables.get(), "__builtins__", PyEval_GetBuiltins());
-    const auto result = zelmor::PyRef::steal(PyRun_String(statements, Py_file_input, variables.get(), variables.get()));
-    return result ? std::move(variables) : zelmor::PyRef();
-}
-
-int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
-    if (::testing::GTEST_FLAG(list_tests)) {
-        return RUN_ALL_TESTS();
-    }
-    start_interpreter();
-    start_bridge();
-    const int result = RUN_ALL_TESTS();
-    Py_Finalize();
-    return result;
-}
+// The framework owns it.
+static ::testing::Environment* const types = ::testing::AddGlobalTestEnvironment(new PyShellTypes);
