@@ -4,10 +4,10 @@
 #ifndef ZELMOR_TOOLS_MUTANTS_SELECTED_H
 #define ZELMOR_TOOLS_MUTANTS_SELECTED_H
 
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <cstdlib>
 
 // Of what only earns a warning, the most frequent: a source that fails for one is compiled a second time (compile.sh).
 #pragma GCC diagnostic ignored "-Wparentheses"
