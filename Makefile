@@ -32,7 +32,7 @@ PYTHON := /usr/bin/python3
 RUN := PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(BUILD)/python $(PYTHON)
 
 # Expanded at each use, since the set-up may install ccache.
-CACHE = env;CCACHE_SLOPPINESS=pch_defines,time_macros;ccache
+CACHE = $(CURDIR)/tools/compile_cached.sh
 LAUNCHER = $(if $(wildcard /usr/bin/ccache),"-DCMAKE_C_COMPILER_LAUNCHER=$(CACHE)" "-DCMAKE_CXX_COMPILER_LAUNCHER=$(CACHE)")
 
 .DEFAULT_GOAL := build
