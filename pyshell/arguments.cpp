@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "pyshell/overload.h"
+#include "pyshell/pending_error.h"
 #include "pyshell/remembered_texts.h"
 
 namespace zelmor {
@@ -104,15 +105,12 @@ PyObject* count_message(const char* const* names, Py_ssize_t count, Py_ssize_t g
     [[maybe_unused]] const bool parsed = parse_literally(args, nullptr, names, readers.data(), count);
     assert(!parsed);
     Py_DECREF(args);
-    PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
-    PyErr_Fetch(&type, &value, &traceback);
-    if (value == nullptr || !PyUnicode_CheckExact(value)) {
-        PyErr_Restore(type, value, traceback);  // no memory for the message
+    PendingError error = PendingError::take();
+    if (error.value() == nullptr || !PyUnicode_CheckExact(error.value())) {
+        error.restore();  // no memory for the message
         return nullptr;
     }
-    Py_XDECREF(type);
-    Py_XDECREF(traceback);
-    return value;
+    return error.take_value().release();
 }
 
 struct CountKey {

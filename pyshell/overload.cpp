@@ -3,6 +3,7 @@
 
 #include <cassert>
 
+#include "pyshell/pending_error.h"
 #include "pyshell/py_ref.h"
 
 namespace zelmor {
@@ -69,13 +70,9 @@ PyRef find_memory_error(PyObject* const* errors, size_t count) {
 
 // Puts `cause` behind the pending exception.
 void set_cause(PyRef cause) {
-    PyObject* type;
-    PyObject* value;
-    PyObject* traceback;
-    PyErr_Fetch(&type, &value, &traceback);
-    PyErr_NormalizeException(&type, &value, &traceback);
-    PyException_SetCause(value, cause.release());
-    PyErr_Restore(type, value, traceback);
+    PendingError error = PendingError::take_normalized();
+    PyException_SetCause(error.value(), cause.release());
+    error.restore();
 }
 
 }  // namespace

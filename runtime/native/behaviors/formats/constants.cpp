@@ -1,4 +1,5 @@
 // The constants of formats, as these publish them, and of this library.
+#include "generated/product_version.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Bmp.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.ObjectModel.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Consts.h"
@@ -75,11 +76,11 @@ constexpr DefaultValue kConstants[] = {
 
     {MaskingOptions::property_BackgroundObjectNumber, 0},
 
-    {BuildVersionInfo::property_AssemblyVersion, "23.6.0.0"},
-    {BuildVersionInfo::property_FileVersion, "23.6.0.0"},
+    {BuildVersionInfo::property_AssemblyVersion, zelmor::kProductVersion},
+    {BuildVersionInfo::property_FileVersion, zelmor::kProductVersion},
     {BuildVersionInfo::property_Product, "Zelmor.Imaging"},
-    {BuildVersionInfo::property_ProductMajor, 23},
-    {BuildVersionInfo::property_ProductMinor, 6},
+    {BuildVersionInfo::property_ProductMajor, zelmor::kProductMajor},
+    {BuildVersionInfo::property_ProductMinor, zelmor::kProductMinor},
     {BuildVersionInfo::property_ReleaseDate, "2023.06.01"},
 };
 const DefaultTable table(kConstants);
