@@ -258,6 +258,8 @@ def test_the_share_leaves_out_what_no_test_can_notice() -> None:
     lines = summary([verdict("host", Outcome.NO_PROGRAM), verdict("runtime/native", Outcome.SURVIVED),
                      verdict("runtime/native", Outcome.NOTICED), verdict("runtime/native", Outcome.SAME_CODE),
                      verdict("pyshell", Outcome.HANGS), verdict("runtime/native", Outcome.EQUIVALENT)])
+    assert re.split(r"\s{2,}", lines[0].strip()) == [
+        "changes", "no program", "same code", "equivalent", "noticed", "survived", "share"]
     assert [line.split() for line in lines[1:]] == [
         ["host", "1", "1", "0", "0", "0", "0", "-"],
         ["runtime/native", "4", "0", "1", "1", "1", "1", "50", "%"],

@@ -106,8 +106,8 @@ def schema(source: str, changes: Mapping[int, Change]) -> Schema:
         edits.pieces.append((begin, begin, "{", None))
         edits.pieces.append((end, end, "}", None))
     text, lines = edits.apply(source)
-    return Schema(_HEAD + text if edits.pieces else source, lines, frozenset(number for numbers in bodies.values() for number in numbers),
-                  frozenset(alone))
+    in_functions = frozenset(number for numbers in bodies.values() for number in numbers)
+    return Schema(_HEAD + text if edits.pieces else source, lines, in_functions, frozenset(alone))
 
 
 def _choose_constant(at: Structure, number: int, change: Change, edits: _Edits) -> bool:

@@ -207,7 +207,8 @@ def summary(verdicts: Sequence[Verdict]) -> list[str]:
     """A line for each part and one for all: what was noticed of that which could be."""
     rows = [(part, [verdict for verdict in verdicts if part_of(verdict.change.path) == part])
             for part in dict.fromkeys(part_of(verdict.change.path) for verdict in verdicts)]
-    lines = [f"{'':16}{'changes':>9}{'no program':>12}{'same code':>11}{'noticed':>9}{'survived':>10}{'share':>8}"]
+    lines = [f"{'':16}{'changes':>9}{'no program':>12}{'same code':>11}{'equivalent':>12}"
+             f"{'noticed':>9}{'survived':>10}{'share':>8}"]
     bridge = [verdict for verdict in verdicts if part_of(verdict.change.path) != RUNTIME]
     if len(rows) > 2 and len(bridge) < len(verdicts):
         rows.append(("the bridge", bridge))
