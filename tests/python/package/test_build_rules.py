@@ -3,8 +3,10 @@
 from __future__ import annotations
 
 import json
+import os
 import subprocess
 from collections import Counter
+from pathlib import Path
 
 import pytest
 
@@ -43,3 +45,21 @@ def test_the_tests_include_everything() -> None:
 def test_compiled_once(name: str) -> None:
     compiled = Counter(command["file"] for command in json.loads((BUILD_DIR / "compile_commands.json").read_text()))
     assert [count for file, count in compiled.items() if file.endswith(name)] == [1]
+
+
+def test_a_changed_header_reaches_its_precompiled_form(tmp_path: Path) -> None:
+    """As CMake and Ninja do it: the old precompiled header lies there while the new one is made through the cache."""
+    header, source, precompiled = (tmp_path / name for name in ("all.hxx", "all.hxx.cxx", "all.hxx.gch"))
+    declared, user = tmp_path / "declared.h", tmp_path / "user.cpp"
+    header.write_text(f'#include "{declared}"\n')
+    source.write_text("")
+    user.write_text("int user() { return VALUE; }\n")
+    compiler = [ROOT / "tools/compile_cached.sh", "/usr/bin/c++", "-fpch-preprocess", "-include", header]
+    environment = {**os.environ, "CCACHE_DIR": str(tmp_path / "cache")}
+    found = []
+    for value in ("1", "2"):
+        declared.write_text(f"#define VALUE {value}\n")
+        subprocess.run([*compiler, "-x", "c++-header", "-c", source, "-o", precompiled], check=True, env=environment)
+        text = subprocess.run([*compiler, "-S", user, "-o", tmp_path / "user.s"], check=True, env=environment)
+        found.append(f"${value}," in (tmp_path / "user.s").read_text() and text.returncode == 0)
+    assert found == [True, True]
