@@ -65,4 +65,4 @@ Either<Original> either(int number, Changed changed, Original original) {
 
 }  // namespace zelmor_mutants
 
-#endif
+#endif  // ZELMOR_TOOLS_MUTANTS_SELECTED_H

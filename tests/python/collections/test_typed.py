@@ -14,6 +14,7 @@ from zelmor.imaging import Color, Point, Rectangle
 from zelmor.imaging.imageoptions import DxfOptions
 
 from tools.generator.model import Property
+from tools.generator.writers.cpp.words import SHAPES
 
 PREFIX = "Zelmor.WrpGen.Generic.SiApi"
 INT32 = "A4A29720"
@@ -243,7 +244,7 @@ def setter(identifier: str, kind: str) -> Property | None:
             takes = prop.wire
             if (prop.writable and not prop.static and entry.kind == "class" and takes.collection is not None
                     and takes.collection.identifier == identifier and takes.shape is not None
-                    and takes.shape.converter == kind and prop.owner is prop.declared_by):
+                    and SHAPES[takes.shape].converter == kind and prop.owner is prop.declared_by):
                 return prop
     return None
 
