@@ -110,7 +110,7 @@ int convert_class_parameter(PyObject* object, VariantArg* out, const ClassParame
     if (parameter.guard() != 0) {
         return 0;
     }
-    if (!accept_assignable(parameter.is_assignable(handle), parameter.what, object)) {
+    if (!accept_assignable(parameter.is_assignable(handle) != 0, parameter.what, object)) {
         return 0;
     }
     return pass(out, kHandleObject, handle);

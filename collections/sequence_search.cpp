@@ -37,7 +37,10 @@ PyObject* sequence_contains(const SequenceAccess& access, PyObject* self, PyObje
 int sequence_contains_test(const SequenceAccess& access, PyObject* self, PyObject* value) {
     assert(access.contains != nullptr);
     int found = 0;
-    return access.contains(handle_of(self), value, &found) ? found != 0 : -1;
+    if (!access.contains(handle_of(self), value, &found)) {
+        return -1;
+    }
+    return found != 0 ? 1 : 0;
 }
 
 PyObject* sequence_iterate(int (*get_enumerator)(void*, PyObjectOutArg*), PyObject* self, PyTypeObject* iterator) {

@@ -20,7 +20,7 @@ inline bool has_sequence_length(PyTypeObject* type) {
 
 // A sequence whose length can be asked for.
 inline bool is_sized_sequence(PyObject* object) {
-    return PySequence_Check(object) && has_sequence_length(Py_TYPE(object));
+    return PySequence_Check(object) != 0 && has_sequence_length(Py_TYPE(object));
 }
 
 inline bool is_list_or_tuple(PyObject* object) {
@@ -53,7 +53,7 @@ inline bool fits_wire_index(Py_ssize_t value) {
 
 // Whether an object can be iterated over, by its slots.
 inline bool PyShlObject_HasIter(PyObject* object) {
-    return Py_TYPE(object)->tp_iter != nullptr || PySequence_Check(object);
+    return Py_TYPE(object)->tp_iter != nullptr || PySequence_Check(object) != 0;
 }
 
 // Whether it has a length, as a sequence or as a mapping.

@@ -10,7 +10,7 @@ namespace {
 
 // A reader that refuses a value sets no error; one that failed otherwise has.
 int refuse_argument(const char* format, PyObject* argument) {
-    if (!PyErr_Occurred()) {
+    if (PyErr_Occurred() == nullptr) {
         PyErr_Format(PyExc_TypeError, format, Py_TYPE(argument)->tp_name);
     }
     return 0;
@@ -19,7 +19,7 @@ int refuse_argument(const char* format, PyObject* argument) {
 }  // namespace
 
 PyObject* finish_type_of(void* type_handle) {
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     return wrpPyl_convcaps_clr_to_py_C08ECFAB_Type(type_handle);
@@ -27,7 +27,7 @@ PyObject* finish_type_of(void* type_handle) {
 
 PyObject* finish_cast_with(int status, PyObject* wrapped) {
     if (wrapped == nullptr) {
-        return PyErr_Occurred() ? nullptr : PyShCastOpResult_New(status, nullptr);
+        return PyErr_Occurred() != nullptr ? nullptr : PyShCastOpResult_New(status, nullptr);
     }
     PyObject* result = PyShCastOpResult_New(status, wrapped);  // does not take over the reference
     Py_DECREF(wrapped);
@@ -35,7 +35,7 @@ PyObject* finish_cast_with(int status, PyObject* wrapped) {
 }
 
 PyObject* finish_cast_from(int status, void* out) {
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     if (status == 0) {
@@ -59,7 +59,7 @@ int read_reinterpreted(PyObject* argument, void** object_handle) {
 }
 
 PyObject* finish_is_assignable(bool assignable) {
-    return PyErr_Occurred() ? nullptr : PyBool_FromLong(assignable);
+    return PyErr_Occurred() != nullptr ? nullptr : PyBool_FromLong(assignable ? 1 : 0);
 }
 
 bool CastSource::read(CastArgument kind, PyObject* argument) {
@@ -106,7 +106,7 @@ PyObject* run_cast(const CastFamily& of, CastArgument kind, Cast CastServices::*
     void* out = nullptr;
     const CastServices services = of.services();
     const int status = (services.*service)(source.passed(), &out);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     if (status == 0) {
@@ -152,7 +152,7 @@ PyObject* cast_reinterpret_obj(const CastFamily& of, PyObject* argument) {
     }
     void* out = nullptr;
     of.services().reinterpret_obj(object, &out);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     return fn_conv_clr_clsobj_to_py_clsobj(out, of.type);

@@ -27,7 +27,7 @@ PyRef require_type(PyRef attribute) {
 
 // Whether the pending error is no `Exception`: an interrupt is not caused by the module, and is passed on unchanged.
 bool is_interrupted() {
-    return PyErr_Occurred() != nullptr && !PyErr_ExceptionMatches(PyExc_Exception);
+    return PyErr_Occurred() != nullptr && PyErr_ExceptionMatches(PyExc_Exception) == 0;
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include "pyshell/py_ref.h"
 
 using zelmor::CapsuleRow;
-using zelmor::PyRef;
 
 ZelmorHandleToPy wrpPyl_convcaps_clr_to_py_359C4ED8_Object = nullptr;
 ZelmorPyToHandle wrpPyl_trancaps_py_to_clr_359C4ED8_Object = nullptr;

@@ -83,7 +83,7 @@ PyObject* managed_type(PyClrObject* self, GetType get_type) {
 // A Python class can carry the host marker too, since it is an ordinary attribute there. Only a static record that
 // begins as a wrapper does has a handle to read.
 bool has_wrapper_layout(PyTypeObject* type) {
-    return !PyType_HasFeature(type, Py_TPFLAGS_HEAPTYPE) && type->tp_basicsize >= Py_ssize_t{sizeof(PyClrObject)};
+    return PyType_HasFeature(type, Py_TPFLAGS_HEAPTYPE) == 0 && type->tp_basicsize >= Py_ssize_t{sizeof(PyClrObject)};
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ int is_closed(PyObject* file) {
         PyShlErr_ChainFormat(PyExc_TypeError, "An error occurred while checking if the stream is closed");
         return kFailed;
     }
-    return closed;
+    return closed ? 1 : 0;
 }
 
 int ask_capability(PyObject* file, PyObject* method) {
@@ -49,7 +49,7 @@ int ask_capability(PyObject* file, PyObject* method) {
     if (!answer || !fn_conv_py_bool_to_clr_bool(answer.get(), &capable)) {
         return kFailed;
     }
-    return capable;
+    return capable ? 1 : 0;
 }
 
 // Calls `method` with a view of the memory; the answer, or null with a Python error set.

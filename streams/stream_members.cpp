@@ -46,7 +46,7 @@ PyObject* int_unless_failed(long value) {
 }
 
 PyObject* bool_unless_failed(bool value) {
-    return PyErr_Occurred() != nullptr ? nullptr : PyBool_FromLong(value);
+    return PyErr_Occurred() != nullptr ? nullptr : PyBool_FromLong(value ? 1 : 0);
 }
 
 }  // namespace
@@ -173,7 +173,7 @@ PyObject* wrpPye_bltp_stream_truncate(PyObject* self, PyObject* args) {
     if (refuse_closed_stream(stream_of(self))) {
         return nullptr;
     }
-    return int_unless_failed(host().set_length(managed(self), at_position, size));
+    return int_unless_failed(host().set_length(managed(self), at_position ? 1 : 0, size));
 }
 
 PyObject* wrpPye_bltp_stream_write(PyObject* self, PyObject* data) {

@@ -65,7 +65,7 @@ int wrpPye_conv_py_to_clr_stream(PyObject* object, VariantArg* out) {
     if (wrpPye_uafn_stream_invalidate() != 0) {
         return 0;
     }
-    const bool assignable = PyHost_ph_Stream::get_instance().casts().is_assignable(handle);
+    const bool assignable = PyHost_ph_Stream::get_instance().casts().is_assignable(handle) != 0;
     if (PyErr_Occurred() != nullptr) {
         return 0;
     }

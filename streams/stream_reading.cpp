@@ -106,7 +106,7 @@ bool read_size(PyObject* args, const char* method, Py_ssize_t* size) {
         return false;
     }
     *size = kNoLimit;
-    return given == 0 || fn_conv_py_optional_to_ssize_t(args, size);
+    return given == 0 || fn_conv_py_optional_to_ssize_t(args, size) != 0;
 }
 
 const char* name_of_argument(PyObject* argument) {

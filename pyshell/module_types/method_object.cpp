@@ -181,7 +181,7 @@ PyObject* method_richcompare(PyObject* left, PyObject* right, int operation) {
     }
     const bool equal = as_method(left)->self == as_method(right)->self &&
                        as_method(left)->ml->ml_meth == as_method(right)->ml->ml_meth;
-    return PyBool_FromLong(equal == (operation == Py_EQ));
+    return PyBool_FromLong(equal == (operation == Py_EQ) ? 1 : 0);
 }
 
 PyObject* method_get_doc(PyObject* self, void*) {

@@ -17,6 +17,14 @@ auto numbers(const PyShVersionObject* version) {
     return std::tie(version->major, version->minor, version->patch, version->sub);
 }
 
+// An ordering as the sign of a difference: -1, 0 or 1.
+int sign_of(std::strong_ordering order) {
+    if (std::is_lt(order)) {
+        return -1;
+    }
+    return std::is_gt(order) ? 1 : 0;
+}
+
 void version_dealloc(PyObject* self) {
     Py_XDECREF(as_version(self)->view);
     Py_TYPE(self)->tp_free(self);
@@ -50,7 +58,7 @@ PyObject* version_richcompare(PyObject* left, PyObject* right, int operation) {
         Py_RETURN_NOTIMPLEMENTED;
     }
     const auto order = numbers(as_version(left)) <=> numbers(as_version(right));
-    Py_RETURN_RICHCOMPARE(order < 0 ? -1 : order > 0 ? 1 : 0, 0, operation);
+    Py_RETURN_RICHCOMPARE(sign_of(order), 0, operation);
 }
 
 PyMemberDef version_members[] = {
@@ -104,7 +112,7 @@ int PyShVersionAttr_Compare(const int* reference, PyObject* version) {
     assert(reference != nullptr && version != nullptr);
     const auto order =
         std::tie(reference[0], reference[1], reference[2], reference[3]) <=> numbers(as_version(version));
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
+    return sign_of(order);
 }
 
 PyObject* PyShVersionAttr_GetView(PyObject* version) {
