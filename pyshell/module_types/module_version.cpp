@@ -58,6 +58,7 @@ PyObject* version_richcompare(PyObject* left, PyObject* right, int operation) {
         Py_RETURN_NOTIMPLEMENTED;
     }
     const auto order = numbers(as_version(left)) <=> numbers(as_version(right));
+    // NOLINTNEXTLINE(bugprone-branch-clone): the branches of the macro
     Py_RETURN_RICHCOMPARE(sign_of(order), 0, operation);
 }
 
