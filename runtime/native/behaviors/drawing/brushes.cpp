@@ -7,9 +7,9 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/values/known_colors.h"
 #include "runtime/native/behaviors/values/struct_arrays.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
 

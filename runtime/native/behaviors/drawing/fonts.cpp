@@ -6,7 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
 #include "runtime/native/behaviors/drawing/fonts.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
 

@@ -5,8 +5,8 @@
 #include <cassert>
 #include <cmath>
 
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/drawwork/loader.h"
 

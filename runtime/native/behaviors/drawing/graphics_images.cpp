@@ -7,8 +7,8 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/image_attributes.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

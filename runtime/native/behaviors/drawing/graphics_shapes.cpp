@@ -1,7 +1,7 @@
 // Graphics: lines, curves, shapes, paths and regions.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

@@ -4,7 +4,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/text_layouts.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

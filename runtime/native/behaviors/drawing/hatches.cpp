@@ -3,7 +3,7 @@
 // Lines, grids and boards look as their names say. A pattern of so many percent sets that part of the pixels, spread by
 // an ordered dither.
 #include "runtime/native/behaviors/drawing/paints.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "runtime/native/behaviors/drawing/arguments.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

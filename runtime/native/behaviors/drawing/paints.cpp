@@ -7,7 +7,7 @@
 #include "generated/runtime/Zelmor.Imaging.Brushes.h"
 #include "runtime/native/behaviors/drawing/image_attributes.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {

@@ -7,7 +7,7 @@
 
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/paints.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

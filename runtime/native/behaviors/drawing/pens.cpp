@@ -5,8 +5,8 @@
 
 #include "generated/runtime/Zelmor.Imaging.Brushes.h"
 #include "runtime/native/behaviors/drawing/matrix.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/values/known_colors.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
 

@@ -5,7 +5,7 @@
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
 #include "runtime/native/behaviors/drawing/text_layouts.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"

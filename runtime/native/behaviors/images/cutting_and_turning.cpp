@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 

@@ -8,12 +8,12 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tga.h"
 #include "runtime/native/behaviors/images/creating.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 

@@ -6,10 +6,10 @@
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/behaviors/images/option_checks.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 

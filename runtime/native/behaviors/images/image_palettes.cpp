@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

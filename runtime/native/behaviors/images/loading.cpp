@@ -2,11 +2,11 @@
 #include "runtime/native/behaviors/images/loading.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/picture_source.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"

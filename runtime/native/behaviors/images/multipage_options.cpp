@@ -1,9 +1,9 @@
 // MultiPageOptions and the ranges of numbers that it takes.
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

@@ -1,11 +1,11 @@
 // The options that an image's file was saved with, as an object of the managed API.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/number_lists.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {

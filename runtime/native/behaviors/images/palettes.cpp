@@ -5,9 +5,9 @@
 #include <algorithm>
 
 #include "runtime/native/behaviors/images/color_arrays.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/palette_search.h"
 

@@ -2,12 +2,12 @@
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/enumeration_properties.h"
 #include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/behaviors/images/palettes.h"
 #include "runtime/native/behaviors/images/partial_loads.h"
 #include "runtime/native/behaviors/images/pixel_blocks.h"
 #include "runtime/native/behaviors/images/raw_pixels.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/imagework/palette_search.h"

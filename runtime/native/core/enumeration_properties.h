@@ -1,6 +1,6 @@
 // Properties that hold a value of one of the API's enumerations.
-#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENUMERATION_PROPERTIES_H
-#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENUMERATION_PROPERTIES_H
+#ifndef ZELMOR_RUNTIME_NATIVE_CORE_ENUMERATION_PROPERTIES_H
+#define ZELMOR_RUNTIME_NATIVE_CORE_ENUMERATION_PROPERTIES_H
 
 #include <string_view>
 #include <type_traits>
@@ -30,4 +30,4 @@ void set_property(ManagedObject& object, std::string_view name, E value) {
 
 }  // namespace zelmor::embed
 
-#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENUMERATION_PROPERTIES_H
+#endif  // ZELMOR_RUNTIME_NATIVE_CORE_ENUMERATION_PROPERTIES_H
