@@ -21,6 +21,7 @@ from .workshop import BUILD, Run, Workshop
 _BUILD_LIMIT = 3600.0
 # The build runs the unit tests to list them: where that fails, the source has been compiled.
 _LISTING_FAILED = "Error running test executable"
+_NOT_CONSTANT = re.compile(r"([\w./-]+):\d+:\d+: note: .* was not declared .constexpr")
 _FIRST_FAILURE = [
     re.compile(r"^(?:FAILED|ERROR) (\S+)", re.MULTILINE),  # pytest
     re.compile(r"^\s*\d+ - (\S+) \(", re.MULTILINE),  # ctest
@@ -200,7 +201,13 @@ class Trial:
                 group.add(number)
             if blamed:
                 return True
-        return False
+        # A constant that became a choice, and that a `constexpr` function of another file uses: the error is there, and
+        # a note tells where the constant stands.
+        notes = [match[1] for line in lines if (match := _NOT_CONSTANT.search(line))]
+        built_alone = {number for path, made in self._schemas.items() for place in notes
+                       if f"/{place}".endswith(f"/{path}") for number in made.lines if number not in made.in_functions}
+        self.alone |= built_alone
+        return bool(built_alone)
 
 
 def summary(verdicts: Sequence[Verdict]) -> list[str]:
