@@ -21,7 +21,6 @@ from .workshop import BUILD, Run, Workshop
 _BUILD_LIMIT = 3600.0
 # The build runs the unit tests to list them: where that fails, the source has been compiled.
 _LISTING_FAILED = "Error running test executable"
-_NOT_CONSTANT = re.compile(r"([\w./-]+):\d+:\d+: note: .* was not declared .constexpr")
 _FIRST_FAILURE = [
     re.compile(r"^(?:FAILED|ERROR) (\S+)", re.MULTILINE),  # pytest
     re.compile(r"^\s*\d+ - (\S+) \(", re.MULTILINE),  # ctest
@@ -201,11 +200,15 @@ class Trial:
                 group.add(number)
             if blamed:
                 return True
-        # A constant that became a choice, and that a `constexpr` function of another file uses: the error is there, and
-        # a note tells where the constant stands.
-        notes = [match[1] for line in lines if (match := _NOT_CONSTANT.search(line))]
-        built_alone = {number for path, made in self._schemas.items() for place in notes
-                       if f"/{place}".endswith(f"/{path}") for number in made.lines if number not in made.in_functions}
+        # The error may be elsewhere: a constant that became a choice is no constant expression for a function of
+        # another file, or no value for a template that is instantiated at the end of the declaration. The messages
+        # name the source of the change then, though with another line.
+        named = {match[1] for line in lines for match in re.finditer(r"([\w./-]+):\d+:\d+", line)}
+        suspects = [(made, number) for path, made in self._schemas.items()
+                    if any(f"/{place}".endswith(f"/{path}") for place in named)
+                    for number in made.lines if number not in self.alone | self.no_program]
+        constants = {number for made, number in suspects if number not in made.in_functions}
+        built_alone = constants or {number for _, number in suspects}
         self.alone |= built_alone
         return bool(built_alone)
 
