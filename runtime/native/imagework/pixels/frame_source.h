@@ -1,0 +1,61 @@
+// The boundary between the codecs of several pictures and the images that hold them: TIFF pages, frames of animations.
+//
+// A source finds its frames by their headers and decodes none before it is asked for. It keeps no decoded frame but
+// what makes the next one quicker, so that the pixels of a frame can be let go at any time and read again.
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_FRAME_SOURCE_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_FRAME_SOURCE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/rows.h"
+#include "runtime/native/imagework/probe/probe.h"
+
+namespace zelmor::imagework {
+
+// The change of the canvas when the time of a frame is over. GIF and PNG animations number them differently.
+enum class FrameDisposal : uint8_t {
+    kUnspecified,  // as kLeave
+    kLeave,
+    kClear,    // the frame's area becomes transparent
+    kRestore,  // the frame's area becomes what it was before the frame
+};
+
+struct FrameHeader {
+    FileFacts facts;   // size, depth and settings of the picture that open() gives
+    int duration = 0;  // milliseconds that an animation shows it
+    // How the file has the frame of an animation; a page of a document covers itself.
+    Rect area{};
+    FrameDisposal disposal = FrameDisposal::kUnspecified;
+};
+
+// Any thread may call the members; the readers are independent of each other and keep the source alive.
+class FrameSource : public std::enable_shared_from_this<FrameSource> {
+ public:
+    FrameSource() = default;
+    FrameSource(const FrameSource&) = delete;
+    FrameSource& operator=(const FrameSource&) = delete;
+    virtual ~FrameSource() = default;
+
+    virtual size_t count() const = 0;
+    // Costs the frame's header. `index` is below count(), here and in open().
+    virtual FrameHeader header(size_t index) const = 0;
+    // The rows of one frame. Those of an animation are the whole canvas while that frame is shown, so that opening costs
+    // the frames that it is composed of; frames that are opened in their order cost one each.
+    // PictureError(kDamaged) where the frame makes no sense.
+    virtual std::unique_ptr<RowReader> open(size_t index) const = 0;
+};
+
+using SharedFrames = std::shared_ptr<const FrameSource>;
+
+// A frame that is still as it is in its file, so that a writer of the same format may copy its data.
+struct FrameOrigin {
+    SharedFrames source;  // null: the pixels came from elsewhere, or were changed
+    size_t index = 0;
+};
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_FRAME_SOURCE_H
