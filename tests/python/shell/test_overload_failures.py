@@ -5,7 +5,7 @@ from __future__ import annotations
 
 import signal
 import sys
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
 from typing import Any
 
 import pytest
@@ -60,6 +60,15 @@ GROUPS: dict[str, Callable[[Any], Any]] = {
 }
 
 
+@pytest.fixture
+def python_handles_ctrl_c() -> Iterator[None]:
+    """A process that a shell starts in the background ignores the signal."""
+    before = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, before)
+
+
+@pytest.mark.usefixtures("python_handles_ctrl_c")
 @pytest.mark.parametrize("group", GROUPS)
 def test_an_interrupt_goes_through(group: str) -> None:
     with pytest.raises(KeyboardInterrupt) as raised:
