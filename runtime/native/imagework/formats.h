@@ -5,6 +5,7 @@
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -48,7 +49,11 @@ enum class Recovery : uint8_t {
 struct DecodeOptions {
     Recovery recovery = Recovery::kNone;
     Argb background = kWhite;      // fills what was lost
-    bool convert_profile = false;  // to sRGB, by the embedded color profile
+    bool convert_profile = false;  // to sRGB, by the color profile
+    bool ignore_profile = false;   // the embedded one
+    // What the numbers mean where the file has no profile, or an ignored one; null for sRGB and the library's own CMYK.
+    std::shared_ptr<const std::vector<uint8_t>> rgb_profile = {};
+    std::shared_ptr<const std::vector<uint8_t>> cmyk_profile = {};
 };
 
 enum class BmpCompression : uint8_t { kRgb, kRle8, kRle4, kBitFields };
