@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -63,12 +64,12 @@ Format format_of(const Encoding& encoding) {
 }
 
 void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel) {
-    constexpr int64_t kMaxSide = 10'000'000;
-    constexpr int64_t kMaxBytes = 0x7FFFFFFF;
-    if (width > kMaxSide || height > kMaxSide || width * height * bytes_per_pixel > kMaxBytes) {
+    using limits::kArrayBytes;
+    using limits::kSide;
+    if (width > kSide || height > kSide || width * height * bytes_per_pixel > kArrayBytes) {
         throw PictureError(Failure::kTooLarge, "a picture of " + std::to_string(width) + " by " +
                                                    std::to_string(height) + " pixels is larger than the limit of " +
-                                                   std::to_string(kMaxBytes) + " bytes or " + std::to_string(kMaxSide) +
+                                                   std::to_string(kArrayBytes) + " bytes or " + std::to_string(kSide) +
                                                    " pixels to a side");
     }
 }

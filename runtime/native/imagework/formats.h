@@ -5,6 +5,7 @@
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -45,10 +46,13 @@ enum class Recovery : uint8_t {
     kMaximal,     // keep everything that the decoder makes of the data
 };
 
+class MemoryBudget;
+
 struct DecodeOptions {
     Recovery recovery = Recovery::kNone;
-    Argb background = kWhite;      // fills what was lost
-    bool convert_profile = false;  // to sRGB, by the embedded color profile
+    Argb background = kWhite;                   // fills what was lost
+    bool convert_profile = false;               // to sRGB, by the embedded color profile
+    std::shared_ptr<MemoryBudget> memory = {};  // of the image that is decoded; null where nothing is counted
 };
 
 enum class BmpCompression : uint8_t { kRgb, kRle8, kRle4, kBitFields };

@@ -6,11 +6,13 @@
 #include "runtime/native/behaviors/images/picture_source.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "runtime/native/behaviors/settings/memory_limit.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/imagework/loader.h"
+#include "runtime/native/imagework/pixels/memory_budget.h"
 
 namespace zelmor::embed {
 
@@ -27,6 +29,7 @@ std::string shown(const Path& path) {
 
 DecodeOptions decode_options(const Record* load_options) {
     DecodeOptions options;
+    options.memory = std::make_shared<imagework::MemoryBudget>(decoded_memory_limit(load_options));
     if (load_options == nullptr) {
         return options;
     }

@@ -5,6 +5,7 @@
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {
 
@@ -28,7 +29,7 @@ std::vector<int32_t> stepped(int32_t start, int32_t count, int32_t delta) {
     if (count > 0 && (last > INT32_MAX || last < INT32_MIN)) {
         throw ManagedException("OverflowException", "The last number of the range is outside 32 bits.");
     }
-    if (count > 10'000'000) {
+    if (count > imagework::limits::kPageNumbers) {
         throw_out_of_range("count", "The value " + std::to_string(count) + " is too large.");
     }
     std::vector<int32_t> result;

@@ -5,25 +5,23 @@
 #include <string>
 
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {
 
 using imagework::Failure;
 using imagework::FileFacts;
 using imagework::PictureError;
+using imagework::limits::kHeaderBytes;
+using imagework::limits::kOffset;
+using imagework::limits::kReservedBytes;
+using imagework::limits::kSkippedBytes;
 
 namespace {
 
 constexpr uint64_t kBlock = 256;
-// More bytes than any header has; a chain of markers can go on for ever. Skipped bytes do not count, unless the stream
-// cannot seek, so that they have to be read.
-constexpr uint64_t kMostLookedAt = 1 << 20;
-constexpr uint64_t kMostSkipped = 64 << 20;
-// Behind the end of any picture, so that no stream is asked to go there.
-constexpr uint64_t kFurthest = uint64_t{1} << 40;
 // The size of a read from a stream that can seek back over surplus bytes.
 constexpr uint64_t kReadAhead = 64 * 1024;
-constexpr uint64_t kPutBy = 64 << 20;
 
 [[noreturn]] void throw_endless(const FileFacts& facts, uint64_t limit) {
     throw PictureError(Failure::kDamaged, std::string("the ") + imagework::format_name(facts.format) +
@@ -68,7 +66,7 @@ bool PictureSource::append(std::vector<uint8_t>& to, uint64_t count) {
 std::span<const uint8_t> PictureSource::block(uint64_t number) {
     const uint64_t offset = number * kBlock;
     if (!m_seeks) {
-        while (offset < kMostSkipped && m_read.size() < offset + kBlock) {
+        while (offset < kSkippedBytes && m_read.size() < offset + kBlock) {
             if (!append(m_read, offset + kBlock - m_read.size())) {
                 break;
             }
@@ -91,10 +89,10 @@ std::span<const uint8_t> PictureSource::block(uint64_t number) {
 std::span<const uint8_t> PictureSource::at(uint64_t offset, uint64_t length) {
     m_piece.clear();
     uint64_t end = 0;
-    if (length > kMostLookedAt || __builtin_add_overflow(offset, length, &end) || end > kFurthest) {
+    if (length > kHeaderBytes || __builtin_add_overflow(offset, length, &end) || end > kOffset) {
         return {};
     }
-    while (offset < end && m_looked_at <= kMostLookedAt) {
+    while (offset < end && m_looked_at <= kHeaderBytes) {
         if (offset / kBlock != m_last_block) {
             m_looked_at += kBlock;
         }
@@ -135,7 +133,7 @@ std::vector<uint8_t> PictureSource::rest(const FileFacts& header, const imagewor
         // A length in a file is only a claim: memory is put by for it, which costs nothing until it is written to, but
         // what is read at once grows with what has come. Where lengths are small the memory still grows by a part of
         // itself, or every few bytes would move all that came before.
-        const uint64_t room = std::min(needed, std::max<uint64_t>(kPutBy, 2 * data.size()));
+        const uint64_t room = std::min(needed, std::max<uint64_t>(kReservedBytes, 2 * data.size()));
         if (room > data.capacity()) {
             data.reserve(std::min<uint64_t>(limit, std::max<uint64_t>(room, data.capacity() + data.capacity() / 2)));
         }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/probe/jpeg_markers.h"
 
@@ -11,15 +12,18 @@ namespace zelmor::imagework {
 
 void PictureEnd::add_picture(int64_t width, int64_t height, int64_t bits_per_pixel) {
     // Headers are not to be trusted: the numbers in them must not overflow here.
-    const auto side = [](int64_t length) { return static_cast<uint64_t>(std::clamp<int64_t>(length, 0, 1 << 24)); };
-    const auto bits = static_cast<uint64_t>(std::clamp<int64_t>(bits_per_pixel, 8, 4096));
+    const auto side = [](int64_t length) {
+        return static_cast<uint64_t>(std::clamp<int64_t>(length, 0, limits::kSide));
+    };
+    const auto bits =
+        static_cast<uint64_t>(std::clamp<int64_t>(bits_per_pixel, 8, limits::kBitsOfSample * limits::kSamplesOfPixel));
     constexpr uint64_t kOfEachRow = 16;
     constexpr uint64_t kMost = uint64_t{1} << 60;
     m_raw_bytes = std::min(kMost, m_raw_bytes + (side(width) * bits / 8 + kOfEachRow) * side(height));
 }
 
 void PictureEnd::add_values(uint64_t bytes) {
-    constexpr uint64_t kMost = 0x7FFFFFFF;  // that of a managed array
+    constexpr auto kMost = static_cast<uint64_t>(limits::kArrayBytes);
     m_value_bytes = std::min(kMost, m_value_bytes + std::min(kMost, bytes));
 }
 
@@ -37,7 +41,8 @@ bool is_printable(std::span<const uint8_t> name) {
 class PngEnd final : public PictureEnd {
  public:
     explicit PngEnd(const FileFacts& facts) : PictureEnd(facts) {
-        for (int frame = 1; facts.is_apng && frame < std::min(facts.frame_count, 1 << 16); frame++) {
+        for (int frame = 1; facts.is_apng && frame < std::min(facts.frame_count, static_cast<int>(limits::kFrames));
+             frame++) {
             add_picture(facts.width, facts.height, facts.bits_per_pixel);
         }
     }

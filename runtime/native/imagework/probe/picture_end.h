@@ -10,6 +10,7 @@
 #include <memory>
 #include <span>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/probe/probe.h"
 
 namespace zelmor::imagework {
@@ -25,7 +26,7 @@ class PictureEnd {
     // the end of the picture. Each call gets the bytes of the call before, and more.
     virtual uint64_t needed(std::span<const uint8_t> data) = 0;
     // The most that the pictures seen so far can need: four times their pixels, and room for all that is said of them.
-    uint64_t limit() const { return kRoomForTexts + 4 * m_raw_bytes + m_value_bytes; }
+    uint64_t limit() const { return limits::kTextBytes + 4 * m_raw_bytes + m_value_bytes; }
 
  protected:
     explicit PictureEnd(const FileFacts& facts) { add_picture(facts.width, facts.height, facts.bits_per_pixel); }
@@ -34,7 +35,6 @@ class PictureEnd {
     void add_values(uint64_t bytes);
 
  private:
-    static constexpr uint64_t kRoomForTexts = 64 << 20;
     uint64_t m_raw_bytes = 0;
     uint64_t m_value_bytes = 0;
 };

@@ -3,6 +3,7 @@
 #include <set>
 #include <vector>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/probe/picture_end.h"
 #include "runtime/native/imagework/probe/tiff_structure.h"
@@ -43,7 +44,7 @@ class TiffEnd final : public PictureEnd {
             expect(m_form.read_word(in, m_form.link_at()), true);
         }
         while (!m_expected.empty()) {
-            if (m_steps > kMostSteps) {
+            if (m_steps > limits::kAllEntries) {
                 return kUnknown;
             }
             const auto [offset, is_page] = m_expected.back();
@@ -65,8 +66,7 @@ class TiffEnd final : public PictureEnd {
     };
 
     void expect(uint64_t offset, bool is_page) {
-        constexpr size_t kMostDirectories = 1 << 16;
-        if (offset != 0 && m_seen.size() < kMostDirectories && m_seen.insert(offset).second) {
+        if (offset != 0 && m_seen.size() < limits::kDirectories && m_seen.insert(offset).second) {
             m_expected.push_back({offset, is_page});
         }
     }
@@ -74,7 +74,6 @@ class TiffEnd final : public PictureEnd {
     // Fills in the directory; answers how many bytes that takes.
     uint64_t read(const ByteReader& in, uint64_t offset, Directory& directory) const {
         constexpr uint64_t kFarAway = uint64_t{1} << 62;
-        constexpr uint64_t kMostEntries = 1 << 16;
         if (offset > kFarAway) {
             return 0;
         }
@@ -83,7 +82,7 @@ class TiffEnd final : public PictureEnd {
             return offset + m_form.directory_head();
         }
         const uint64_t count = m_form.entries(in, offset);
-        if (count > kMostEntries) {
+        if (count > limits::kEntries) {
             return 0;  // this is no directory
         }
         const uint64_t next_at = m_form.entry_at(offset, count);
@@ -183,11 +182,9 @@ class TiffEnd final : public PictureEnd {
     static uint64_t first(const ByteReader& in, const Numbers& numbers) {
         return numbers.count == 0 ? 0 : numbers.get(in, 0);
     }
-    static int64_t clamped(uint64_t number) { return static_cast<int64_t>(std::min<uint64_t>(number, 1 << 24)); }
+    static int64_t clamped(uint64_t number) { return static_cast<int64_t>(std::min<uint64_t>(number, limits::kSide)); }
 
     static constexpr uint64_t kHeader = 16;
-    // Directories may lie over each other, so that a small file could have any number of them to walk.
-    static constexpr uint64_t kMostSteps = 1 << 22;
     TiffForm m_form{};
     uint64_t m_end = 0;
     uint64_t m_steps = 0;

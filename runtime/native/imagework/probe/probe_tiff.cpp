@@ -3,6 +3,7 @@
 #include <set>
 #include <vector>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/probe/probe_formats.h"
 #include "runtime/native/imagework/probe/tiff_structure.h"
@@ -121,7 +122,8 @@ uint64_t probe_directory(const ByteReader& in, TiffForm form, uint64_t directory
         take_entry(in, form, entry, tags);
     }
     if (!in.ok() || tags.width == 0 || tags.height == 0 || tags.width > 0x7FFFFFFF || tags.height > 0x7FFFFFFF ||
-        tags.bits == 0 || tags.bits > 64 || tags.samples == 0 || tags.samples > 64) {
+        tags.bits == 0 || tags.bits > limits::kBitsOfSample || tags.samples == 0 ||
+        tags.samples > limits::kSamplesOfPixel) {
         return next;
     }
     facts.width = static_cast<int64_t>(tags.width);
@@ -137,8 +139,8 @@ uint64_t probe_directory(const ByteReader& in, TiffForm form, uint64_t directory
     encoding.color = tags.bits == 1 && tags.samples == 1  ? TiffColor::kBilevel
                      : tags.photometric == kTiffSeparated ? TiffColor::kCmyk
                                                           : TiffColor::kAuto;
-    constexpr uint64_t kMaxTile = 1 << 15;
-    if (tags.tile_width > 0 && tags.tile_width <= kMaxTile && tags.tile_height > 0 && tags.tile_height <= kMaxTile) {
+    using limits::kTileSide;
+    if (tags.tile_width > 0 && tags.tile_width <= kTileSide && tags.tile_height > 0 && tags.tile_height <= kTileSide) {
         encoding.tile_width = static_cast<int>(tags.tile_width);
         encoding.tile_height = static_cast<int>(tags.tile_height);
     }

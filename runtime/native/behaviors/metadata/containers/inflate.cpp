@@ -7,12 +7,11 @@
 #include <algorithm>
 
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {
 
 namespace {
-
-constexpr size_t kMost = size_t{64} << 20;
 
 using Uncompress = decltype(&uncompress);
 
@@ -32,7 +31,8 @@ Uncompress load_uncompress() {
 Bytes inflated(std::span<const std::byte> compressed) {
     static const Uncompress unpack = load_uncompress();
     // The size of the result is not stored: the buffer grows until it is large enough.
-    for (size_t room = std::max<size_t>(4096, compressed.size() * 4); room <= kMost; room *= 4) {
+    for (size_t room = std::max<size_t>(4096, compressed.size() * 4); room <= imagework::limits::kInflatedBytes;
+         room *= 4) {
         Bytes out(room);
         uLongf size = room;
         const int status = unpack(reinterpret_cast<Bytef*>(out.data()), &size,

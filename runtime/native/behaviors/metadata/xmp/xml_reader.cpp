@@ -8,13 +8,15 @@
 #include <memory>
 
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {
 
 namespace {
 
+namespace limits = imagework::limits;
+
 constexpr char kSeparator = '\n';  // no part of a name or a namespace that a parser hands out
-constexpr size_t kDeepest = 256;   // far below what would use up the stack
 
 // The functions of the library that are used here.
 struct Expat {
@@ -92,6 +94,14 @@ struct Building {
     XmlDocument document = {};
     std::vector<XmlElement> open = {};
     std::exception_ptr failure = {};
+    size_t elements = 0;  // and their attributes
+
+    // An element takes many times the memory of its few letters.
+    void count_one() {
+        if (++elements > limits::kXmpElements) {
+            throw ManagedException("XmlException", "There are too many elements and attributes.");
+        }
+    }
 
     template <class Step>
     void guarded(Step&& step) noexcept {
@@ -113,11 +123,13 @@ Building& of(void* data) {
 
 void begin_element(void* data, const char* name, const char** attributes) {
     of(data).guarded([&] {
-        if (of(data).open.size() == kDeepest) {
+        if (of(data).open.size() == limits::kXmpDepth) {
             throw ManagedException("XmlException", "The elements nest too deep.");
         }
+        of(data).count_one();
         XmlElement element{split(name), {}, {}, {}};
         for (; attributes[0]; attributes += 2) {
+            of(data).count_one();
             element.attributes.emplace_back(split(attributes[0]), attributes[1]);
         }
         of(data).open.push_back(std::move(element));
@@ -152,6 +164,9 @@ struct Release {
 }  // namespace
 
 XmlDocument read_xml(std::span<const std::byte> text) {
+    if (text.size() > limits::kXmpBytes) {
+        throw ManagedException("XmlException", "The XMP packet is too large.");
+    }
     const Expat& library = expat();
     const std::unique_ptr<XML_ParserStruct, Release> parser(library.create(nullptr, kSeparator));
     if (!parser) {

@@ -1,0 +1,81 @@
+// The limits of the embedded runtime: how much memory and time a file may make it use.
+//
+// A size or a count in a file is only a claim of whoever wrote the file. It is compared with a limit of this table
+// before memory is taken for it, and what exceeds the limit is refused or left out. All checks take their numbers from
+// here. Limits that a file format itself states, such as 65535 pixels to a side in JPEG, are facts of that format and
+// stand in its codec.
+//
+// docs/images.md lists for users the limits that they can meet.
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_LIMITS_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_LIMITS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zelmor::imagework::limits {
+
+constexpr uint64_t kMebibyte = uint64_t{1} << 20;
+
+// --- Pictures -------------------------------------------------------------------------------------------------------
+
+// Pixels to a side. Products of two sides and a pixel's size stay below 2^53, so that they are exact everywhere.
+constexpr int64_t kSide = 10'000'000;
+// Bytes of one managed array: the pixels of a picture as one array, the value of one tag.
+constexpr int64_t kArrayBytes = 0x7FFFFFFF;
+// Bytes of decoded pixels that one image may hold at a time, over all of its frames, unless the program sets another
+// limit (memory_budget.h).
+constexpr uint64_t kDecodedBytes = 4096 * kMebibyte;
+// Frames of an animation, pages of a document.
+constexpr uint64_t kFrames = uint64_t{1} << 20;
+// Bits of one sample, samples of one pixel.
+constexpr uint64_t kBitsOfSample = 64;
+constexpr uint64_t kSamplesOfPixel = 64;
+// Pixels to a side of a tile.
+constexpr uint64_t kTileSide = uint64_t{1} << 15;
+
+// --- Finding the header and the end of a picture in a file ----------------------------------------------------------
+
+// Bytes that are looked at for the header. A chain of markers can go on for ever.
+constexpr uint64_t kHeaderBytes = kMebibyte;
+// Bytes that are read and skipped for the header, of a stream that cannot seek.
+constexpr uint64_t kSkippedBytes = 64 * kMebibyte;
+// The greatest offset in a file that is asked for.
+constexpr uint64_t kOffset = uint64_t{1} << 40;
+// Bytes of a picture's file besides its pixels: texts, profiles, thumbnails.
+constexpr uint64_t kTextBytes = 64 * kMebibyte;
+// Bytes that memory is reserved for on the claim of a file, before any of them have come.
+constexpr uint64_t kReservedBytes = 64 * kMebibyte;
+
+// --- TIFF directories, of pictures and of EXIF ----------------------------------------------------------------------
+
+// Directories of one file, those below pages included.
+constexpr size_t kDirectories = size_t{1} << 21;
+// Entries of one directory. A classic directory cannot have more, a BigTIFF one could.
+constexpr uint64_t kEntries = uint64_t{1} << 16;
+// Entries of all directories of one file. Directories may lie over each other, so that the size of the file is no
+// bound of its own.
+constexpr uint64_t kAllEntries = uint64_t{1} << 24;
+// Bytes of the values of all tags that are read from one file. Values may lie over each other as well.
+constexpr uint64_t kTagBytes = 256 * kMebibyte;
+
+// --- Metadata -------------------------------------------------------------------------------------------------------
+
+// Bytes that a compressed text or profile may become.
+constexpr size_t kInflatedBytes = 64 * kMebibyte;
+// Bytes of one ICC profile.
+constexpr size_t kProfileBytes = 64 * kMebibyte;
+// Bytes of one XMP packet.
+constexpr size_t kXmpBytes = 64 * kMebibyte;
+// How deep the elements of XMP nest (far below the depth that would use up the stack), and how many elements and
+// attributes a packet has.
+constexpr size_t kXmpDepth = 256;
+constexpr size_t kXmpElements = 1'000'000;
+
+// --- Arguments of calls ---------------------------------------------------------------------------------------------
+
+// Page numbers that a range of pages may stand for.
+constexpr int32_t kPageNumbers = 10'000'000;
+
+}  // namespace zelmor::imagework::limits
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_LIMITS_H
