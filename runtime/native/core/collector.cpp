@@ -19,16 +19,16 @@ namespace {
 constexpr uint64_t kYoungWeight = 2000;
 constexpr uint64_t kBytesOfWeight = 16 * 1024;
 // Every so many runs the middle generation is looked at too.
-constexpr uint32_t kRunsOfYoung = 8;
+constexpr uint32_t kRunsOfYoung = 4;
 // The old generation is not looked at before so much has come to it.
 constexpr uint64_t kLeastOldWeight = 10'000;
 
-// In `outside`: the object is held from outside, or by one that is.
+// In `inside`: the object is held from outside, or by one that is.
 constexpr uint32_t kInUse = UINT32_MAX;
 
 struct Entry {
     ManagedObject* object;
-    uint32_t outside;  // during a run: counts that are not held by objects of the run
+    uint32_t inside;  // during a run: counts that are held by objects of the run
     uint32_t weight;
 };
 
@@ -127,6 +127,23 @@ struct Run {
     std::vector<ManagedObject*> reached = {};  // whose references are still to be followed
 };
 
+// Calls `visit` for each entry; the objects a little further on are on their way from memory by then, with what usually
+// lies right behind them: their values.
+template <class Visit>
+void for_each_fetched(std::vector<Entry>& entries, Visit visit) {
+    constexpr size_t kAhead = 8;
+    const size_t count = entries.size();
+    for (size_t i = 0; i < count; ++i) {
+        if (i + kAhead < count) {
+            const auto* const next = reinterpret_cast<const char*>(entries[i + kAhead].object);
+            __builtin_prefetch(next);
+            __builtin_prefetch(next + 64);
+            __builtin_prefetch(next + 128);
+        }
+        visit(entries[i]);
+    }
+}
+
 // Takes the references of all these objects out, and ends them with the last of these.
 void end_all(std::vector<Ref<ManagedObject>>& garbage) {
     std::vector<Ref<ManagedObject>> taken;
@@ -147,30 +164,27 @@ size_t Collector::collect(size_t oldest) noexcept try {
     due = false;
     Run run(g.all, oldest);
 
-    // The counts that objects of the run do not hold themselves. An object without any is being made: the variable that
-    // will hold it is not there yet, nor may its members be.
+    // The counts that the objects of the run hold themselves. An object without any count is being made: the variable
+    // that will hold it is not there yet, nor may its members be.
     for (size_t i = 0; i <= oldest; ++i) {
         for (Entry& entry : g.all[i].entries) {
-            const uint32_t count = count_of(*entry.object);
-            entry.outside = count == 0 ? kInUse : count;
+            entry.inside = 0;
         }
     }
-    ReferenceVisitor subtract(
+    ReferenceVisitor add_up(
         [](ManagedObject& object, void* context) {
             auto& in = *static_cast<Run*>(context);
             if (const size_t generation = generation_of(object); generation <= in.oldest) {
-                Entry& entry = in.all[generation].entries[position_of(object)];
-                assert(entry.outside > 0 && entry.outside != kInUse);
-                --entry.outside;
+                ++in.all[generation].entries[position_of(object)].inside;
             }
         },
         &run);
     for (size_t i = 0; i <= oldest; ++i) {
-        for (const Entry& entry : g.all[i].entries) {
+        for_each_fetched(g.all[i].entries, [&](const Entry& entry) {
             if (count_of(*entry.object) != 0) {
-                entry.object->references(subtract);
+                entry.object->references(add_up);
             }
-        }
+        });
     }
 
     // What is held from outside, and all that it leads to.
@@ -182,25 +196,30 @@ size_t Collector::collect(size_t oldest) noexcept try {
                 return;
             }
             Entry& entry = in.all[generation].entries[position_of(object)];
-            if (entry.outside != kInUse) {
-                entry.outside = kInUse;
+            if (entry.inside != kInUse) {
+                entry.inside = kInUse;
                 in.reached.push_back(&object);
             }
         },
         &run);
     for (size_t i = 0; i <= oldest; ++i) {
-        for (Entry& entry : g.all[i].entries) {
-            if (entry.outside == 0 || entry.outside == kInUse) {
-                continue;
+        for_each_fetched(g.all[i].entries, [&](Entry& entry) {
+            const uint32_t count = count_of(*entry.object);
+            assert(entry.inside == kInUse || entry.inside <= count);
+            if (entry.inside == kInUse || (entry.inside == count && count != 0)) {
+                return;
             }
-            entry.outside = kInUse;
+            entry.inside = kInUse;
+            if (count == 0) {
+                return;
+            }
             run.reached.push_back(entry.object);
             while (!run.reached.empty()) {
                 ManagedObject* const object = run.reached.back();
                 run.reached.pop_back();
                 object->references(follow);
             }
-        }
+        });
     }
 
     // Memory for all that follows is taken before anything is changed.
@@ -208,14 +227,17 @@ size_t Collector::collect(size_t oldest) noexcept try {
     size_t kept = 0;
     for (size_t i = 0; i <= oldest; ++i) {
         for (const Entry& entry : g.all[i].entries) {
-            entry.outside == 0 ? ++ended : ++kept;
+            entry.inside == kInUse ? ++kept : ++ended;
         }
     }
     std::vector<Ref<ManagedObject>> garbage;
     garbage.reserve(ended);
     const size_t next = std::min(oldest + 1, kGenerations - 1);
     Generation& target = g.all[next];
-    target.entries.reserve(next == oldest ? kept : target.entries.size() + kept);
+    const size_t needed = next == oldest ? kept : target.entries.size() + kept;
+    if (needed > target.entries.capacity()) {
+        target.entries.reserve(std::max(needed, 2 * target.entries.capacity()));
+    }
 
     // What stays is one generation older from now on; the oldest generation closes its gaps.
     const auto sort_out = [&](Generation& from) {
@@ -223,7 +245,7 @@ size_t Collector::collect(size_t oldest) noexcept try {
         const size_t count = from.entries.size();
         for (size_t i = 0; i < count; ++i) {
             const Entry entry = from.entries[i];
-            if (entry.outside == 0) {
+            if (entry.inside != kInUse) {
                 entry.object->m_tracking = ManagedObject::Tracking::kNotYet;
                 garbage.emplace_back(entry.object);
                 from.weight -= entry.weight;
