@@ -12,7 +12,7 @@
 
 namespace zelmor::embed {
 
-constinit thread_local ThreadState thread_state;
+constinit thread_local ThreadState thread_state;  // each thread has its own
 
 namespace {
 

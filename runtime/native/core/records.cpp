@@ -53,7 +53,7 @@ Value value_of(const DefaultValue& entry) {
 }
 
 const DefaultTable*& default_chain() {
-    static const DefaultTable* first = nullptr;
+    static const DefaultTable* first = nullptr;  // complete once the library is loaded
     return first;
 }
 
@@ -128,7 +128,7 @@ const Layout& layout_of(const TypeInfo& type) {
 }
 
 const FactoryRegistration*& factory_chain() {
-    static const FactoryRegistration* first = nullptr;
+    static const FactoryRegistration* first = nullptr;  // complete once the library is loaded
     return first;
 }
 

@@ -41,12 +41,13 @@ cmsHTRANSFORM make_transform(const char* from, cmsUInt32Number from_type, const 
 }
 
 // Colors lie in memory as B, G, R, A, since they are little-endian words.
+// A transform is made once and, as it caches nothing, may be used by several threads.
 cmsHTRANSFORM to_cmyk() {
     static cmsHTRANSFORM transform = make_transform("srgb", TYPE_BGRA_8, "cmyk", TYPE_CMYK_8);
     return transform;
 }
 cmsHTRANSFORM from_cmyk() {
-    static cmsHTRANSFORM transform = make_transform("cmyk", TYPE_CMYK_8, "srgb", TYPE_BGRA_8);
+    static cmsHTRANSFORM transform = make_transform("cmyk", TYPE_CMYK_8, "srgb", TYPE_BGRA_8);  // as the other
     return transform;
 }
 
