@@ -13,6 +13,7 @@ from PIL import Image as Pillow
 from support.child import run_child
 from support.image_oracles import managed_error, write
 from zelmor.imaging import Image, LoadOptions, RasterImage
+from zelmor.imaging.fileformats.apng import ApngImage
 from zelmor.imaging.memorymanagement import Configuration
 
 #: 1,000 by 700 pixels: 2.1 million bytes as RGB.
@@ -68,10 +69,10 @@ def test_all_frames_count(tmp_path: Path) -> None:
     options.buffer_size_hint = 1  # enough for six frames at a time
     with managed_error("ImageLoadException", "buffer_size_hint"):
         with Image.load(path, options) as image:
-            for page in RasterImage._cast_to(image).value.pages:
+            for page in ApngImage._cast_to(image).value.pages:
                 assert page.width == 200
     with Image.load(path) as image:
-        assert len(RasterImage._cast_to(image).value.pages) == 12
+        assert len(ApngImage._cast_to(image).value.pages) == 12
 
 
 def chunk(kind: bytes, data: bytes) -> bytes:
@@ -85,10 +86,15 @@ def png(*extra: bytes, width: int = 4, height: int = 4) -> bytes:
 
 
 def tags_over_each_other(count: int, value_bytes: int) -> bytes:
-    """A TIFF block, as EXIF has it, of many tags that all claim the same bytes."""
-    directory = struct.pack("<H", count) + b"".join(
-        struct.pack("<HHII", 0x9000 + number, 7, value_bytes, 64) for number in range(count)) + bytes(4)
-    return b"II*\0" + struct.pack("<I", 64 + value_bytes) + bytes(56 + value_bytes) + directory
+    """A TIFF picture of one pixel with a directory of EXIF tags that all claim the same bytes."""
+    def entry(tag: int, kind: int, number: int, value: int) -> bytes:
+        return struct.pack("<HHII", tag, kind, number, value)
+    values, exif = 256, 256 + value_bytes
+    tags = [(256, 1), (257, 1), (258, 8), (259, 1), (262, 1), (273, values), (277, 1), (278, 1), (279, 1), (34665, exif)]
+    main = struct.pack("<H", len(tags)) + b"".join(entry(tag, 4, 1, value) for tag, value in tags) + bytes(4)
+    below = struct.pack("<H", count) + b"".join(
+        entry(0x9000 + number, 7, value_bytes, values) for number in range(count)) + bytes(4)
+    return (b"II*\0" + struct.pack("<I", 8) + main).ljust(values, b"\0") + bytes(value_bytes) + below
 
 
 def xmp_of(elements: int) -> bytes:
@@ -102,7 +108,7 @@ def packed_text(packet: bytes) -> bytes:
 
 
 BOMBS: dict[str, Callable[[], bytes]] = {
-    "EXIF tags over each other": lambda: png(chunk(b"eXIf", tags_over_each_other(2_000, 4_000_000))),
+    "EXIF tags over each other": lambda: tags_over_each_other(2_000, 4_000_000),
     "an XMP packet of many elements": lambda: png(packed_text(xmp_of(6_000_000))),
     "an XMP packet of endless text": lambda: png(packed_text(b"<a>" + b" " * (1 << 28))),
     "many packets that do not unpack": lambda: png(*[packed_text(b"<a>" + b" " * (1 << 27))] * 40),
@@ -111,21 +117,23 @@ BOMBS: dict[str, Callable[[], bytes]] = {
 
 @pytest.mark.parametrize("name", BOMBS)
 def test_metadata_take_no_more_than_their_limits(tmp_path: Path, name: str) -> None:
-    path = tmp_path / "a.png"
+    path = tmp_path / "a"
     path.write_bytes(BOMBS[name]())
     run_child(f"""
 import resource, sys, time
 from zelmor.imaging import Image, RasterImage
-image = RasterImage._cast_to(Image.load(sys.argv[1])).value
+from zelmor.imaging.fileformats.tiff import TiffImage
+loaded = Image.load(sys.argv[1])
+image, tiff = RasterImage._cast_to(loaded).value, TiffImage._cast_to(loaded).value
 image.get_argb_32_pixel(0, 0)
 resource.setrlimit(resource.RLIMIT_AS, ({ENOUGH}, {ENOUGH}))
 start = time.thread_time()
-for member in ("xmp_data", "exif_data"):
+for read in (lambda: image.xmp_data, lambda: tiff and tiff.exif_data):
     try:
-        getattr(image, member)
+        read()
     except RuntimeError as error:
         assert "OutOfMemory" not in str(error), error
-assert time.thread_time() - start < 20
+assert time.thread_time() - start < 10
 assert resource.getrusage(resource.RUSAGE_SELF).ru_maxrss < 1_500_000  # KiB
 image.get_argb_32_pixel(0, 0)
 """, str(path), PYTHONMALLOC="default", MALLOC_PERTURB_="0")
