@@ -9,6 +9,7 @@
 #include "runtime/native/collections/drawing_record.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
@@ -332,6 +333,18 @@ Value ValueList::checked(const Value& value) const {
     return value;
 }
 
+ValueList::ValueList(ListShape shape, const ElementType& element, std::vector<Value> initial)
+    : ManagedList(shape, element), items(std::move(initial)) {
+    const Wire wire = element.wire;
+    if (wire == Wire::kObject || wire == Wire::kClass || wire == Wire::kInterface || wire == Wire::kCollection) {
+        track();
+    }
+}
+
+void ValueList::references(ReferenceVisitor& visitor) {
+    visitor(items);
+}
+
 // What an element held goes when the list is whole again.
 void ValueList::store(size_t index, const Value& value) {
     Value stored = checked(value);
@@ -373,7 +386,15 @@ ListEnumerator::ListEnumerator(Ref<ManagedList> list)
     : ManagedEnumerator(
           intern_disposable_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]")),
       m_list(std::move(list)),
-      m_expected_version(m_list->version()) {}
+      m_expected_version(m_list->version()) {
+    if (m_list->is_holder()) {
+        track();
+    }
+}
+
+void ListEnumerator::references(ReferenceVisitor& visitor) {
+    visitor(m_list);
+}
 
 void ListEnumerator::throw_modified() {
     throw_invalid_operation("Collection was modified; enumeration operation may not execute.");

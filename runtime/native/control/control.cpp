@@ -16,7 +16,7 @@ namespace zelmor::embed::control {
 namespace {
 
 TextWriter& startup() {
-    static TextWriter& writer = *new TextWriter;
+    static TextWriter& writer = *new TextWriter;  // written once, at the start
     return writer;
 }
 
@@ -61,6 +61,7 @@ int on_initialize(const char* exe_path, const char* domain_name, int property_co
 }
 
 Delegate on_create_delegate(const char* assembly, const char* type, const char* method) {
+    // Types are built under the interpreter lock.
     static auto& requests = *new std::unordered_map<std::string, int>;
     const int nth = ++requests[std::string(assembly) + '\n' + type];
     const TypeInfo* info = find_host_class(type);

@@ -11,6 +11,8 @@
 #include "runtime/native/control/settings.h"
 #include "runtime/native/control/startup.h"
 #include "runtime/native/control/text_writer.h"
+#include "runtime/native/core/callbacks.h"
+#include "runtime/native/core/collector.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
@@ -83,6 +85,15 @@ ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
         writer.key(name).number(count);
     }
     return deliver(writer.close('}').result(), buffer, size);
+}
+
+// The objects that the cycle collector knows, and a run over all of them; how many it ended.
+ZELMOR_CONTROL size_t zelmor_control_tracked_objects() {
+    return Collector::tracked();
+}
+ZELMOR_CONTROL size_t zelmor_control_collect() {
+    const AssemblyScope scope(Assembly::kImaging);
+    return Collector::collect(Collector::kGenerations - 1);
 }
 
 // Adds settings in the syntax of the environment variable. Returns 0, or -1 on a syntax error.

@@ -37,7 +37,7 @@ struct State {
 };
 
 State& state() {
-    static State& instance = *new State;
+    static State& instance = *new State;  // used under the interpreter lock
     return instance;
 }
 

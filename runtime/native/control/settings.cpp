@@ -50,7 +50,7 @@ std::string add_setting(Settings& to, const std::string& text) {
 }  // namespace
 
 Settings& settings() {
-    static Settings& instance = *new Settings;
+    static Settings& instance = *new Settings;  // used under the interpreter lock
     return instance;
 }
 

@@ -5,13 +5,14 @@
 #include <climits>
 #include <new>
 
+#include "runtime/native/core/collector.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/thread_state.h"
 
 namespace zelmor::embed {
 
-constinit thread_local ThreadState thread_state;
+constinit thread_local ThreadState thread_state;  // each thread has its own
 
 namespace {
 
@@ -92,6 +93,10 @@ AssemblyScope::AssemblyScope(Assembly assembly) noexcept
       m_saved(std::exchange(m_state->callbacks, &all_callbacks[static_cast<size_t>(assembly)])) {}
 
 AssemblyScope::~AssemblyScope() {
+    // Only where no function further up on this thread is in the middle of its work.
+    if (Collector::is_due() && m_saved == nullptr) [[unlikely]] {
+        Collector::run();
+    }
     if (m_state->first_reference) [[unlikely]] {
         release_waiting_references(*m_state);
     }

@@ -55,8 +55,9 @@ constexpr uint64_t kEntries = uint64_t{1} << 16;
 // Entries of all directories of one file. Directories may lie over each other, so that the size of the file is no
 // bound of its own.
 constexpr uint64_t kAllEntries = uint64_t{1} << 24;
-// Bytes of the values of all tags that are read from one file. Values may lie over each other as well.
-constexpr uint64_t kTagBytes = 256 * kMebibyte;
+// Bytes of the values of all tags of metadata that are read from one file. Values may lie over each other as well, and
+// as objects they take many times these bytes.
+constexpr uint64_t kTagBytes = 64 * kMebibyte;
 
 // --- Metadata -------------------------------------------------------------------------------------------------------
 

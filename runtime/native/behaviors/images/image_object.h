@@ -115,6 +115,7 @@ class ImageObject final : public ImageBase {
     std::optional<imagework::Argb> transparent_color() const;
 
     void on_dispose() override;
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     void release_frames();

@@ -188,7 +188,7 @@ std::vector<BehaviorRow> named_rows() {
         std::vector<EntryName> entries;
         std::vector<const EntryName*> pointers;
     };
-    static Names& names = *new Names;
+    static Names& names = *new Names;  // filled while the library is loaded
     names.entries.reserve(kNamedColorCount);
     names.pointers.reserve(kNamedColorCount);
     std::vector<BehaviorRow> rows;

@@ -109,11 +109,15 @@ void take_entry(const ByteReader& in, TiffForm form, uint64_t entry, TiffTags& t
     }
 }
 
-// Reads one directory; answers where the next is.
-uint64_t probe_directory(const ByteReader& in, TiffForm form, uint64_t directory, FileFacts& facts) {
+// Reads one directory; answers where the next is. `steps` counts the entries.
+uint64_t probe_directory(const ByteReader& in, TiffForm form, uint64_t directory, FileFacts& facts, uint64_t& steps) {
     facts.format = Format::kTiff;
     facts.is_big_tiff = form.big;
     const uint64_t count = form.entries(in, directory);
+    if (count > limits::kEntries) {
+        return 0;  // this is no directory
+    }
+    steps += count;
     const uint64_t next_at = form.entry_at(directory, count);
     const uint64_t next = in.has(next_at, form.word()) ? form.read_word(in, next_at) : 0;
     TiffTags tags;
@@ -157,7 +161,8 @@ uint64_t probe_directory(const ByteReader& in, TiffForm form, uint64_t directory
 void probe_tiff(const ByteReader& file, FileFacts& facts) {
     const ByteReader in = file.in_order(file.u8(0) == 'M');
     const TiffForm form = tiff_form(in);
-    probe_directory(in, form, form.read_word(in, form.link_at()), facts);
+    uint64_t steps = 0;
+    probe_directory(in, form, form.read_word(in, form.link_at()), facts, steps);
 }
 
 std::vector<FileFacts> probe_tiff_pages(const ByteReader& file) {
@@ -166,9 +171,11 @@ std::vector<FileFacts> probe_tiff_pages(const ByteReader& file) {
     std::vector<FileFacts> pages;
     std::set<uint64_t> seen;  // a chain that comes back to itself ends there
     uint64_t directory = form.read_word(in, form.link_at());
-    while (directory != 0 && seen.insert(directory).second) {
+    uint64_t steps = 0;
+    while (directory != 0 && steps <= limits::kAllEntries && pages.size() < limits::kFrames &&
+           seen.insert(directory).second) {
         FileFacts facts;
-        directory = probe_directory(in, form, directory, facts);
+        directory = probe_directory(in, form, directory, facts, steps);
         pages.push_back(std::move(facts));
     }
     return pages;

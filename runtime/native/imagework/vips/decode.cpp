@@ -88,7 +88,9 @@ std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const Fi
 }
 
 std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts, const DecodeOptions& options) {
-    check_picture_size(image.width(), image.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image())));
+    const int pixel = static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image()));
+    check_picture_size(image.width(), image.height(), pixel);
+    check_memory(options, image.width(), image.height(), pixel);
     return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)), facts,
                     options);
 }
@@ -196,6 +198,11 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const File
 // Pages of their own size each.
 std::vector<Frame> tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options, VipsFailOn fail_on) {
     const std::vector<FileFacts> facts = probe_pages(data);
+    int64_t pixels = 0;
+    for (const FileFacts& page : facts) {
+        pixels = std::min(pixels + page.width * page.height, int64_t{1} << 61);
+        check_memory(options, pixels, 1, 1);
+    }
     std::vector<Frame> frames;
     for (size_t page = 0; page < facts.size(); page++) {
         const VImage image = opened(data, Format::kTiff, fail_on, static_cast<int>(page));
@@ -209,6 +216,7 @@ std::vector<Frame> animation_frames(std::span<const uint8_t> data, const FileFac
                                     VipsFailOn fail_on) {
     const VImage strip = opened(data, facts.format, fail_on, 0, -1);
     const int height = strip.get_typeof("page-height") != 0 ? strip.get_int("page-height") : strip.height();
+    check_memory(options, strip.width(), strip.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(strip.get_image())));
     const std::vector<int> delays = strip.get_typeof("delay") != 0 ? strip.get_array_int("delay") : std::vector<int>();
     std::vector<Frame> frames;
     for (int top = 0; top + height <= strip.height(); top += height) {
@@ -225,6 +233,7 @@ std::vector<Frame> apng_frames(std::span<const uint8_t> data, const FileFacts& f
                                VipsFailOn fail_on) {
     const ApngParts parts = apng_parts(data);
     check_picture_size(parts.width, parts.height, 4);
+    check_memory(options, int64_t{parts.width} * static_cast<int64_t>(parts.parts.size()), parts.height, 4);
     std::unique_ptr<Picture> canvas;
     std::vector<Frame> frames;
     for (const ApngPart& part : parts.parts) {

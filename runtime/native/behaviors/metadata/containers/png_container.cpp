@@ -106,11 +106,13 @@ Bytes packet_of(const Chunk& chunk) {
 
 FileMetadata find_in_png(std::span<const std::byte> file) {
     FileMetadata found;
+    bool has_xmp = false;  // a file has one packet; further ones would only have to be unpacked
     for (const Chunk& chunk : chunks_of(file)) {
         if (chunk.is_exif() && found.exif.empty()) {
             found.exif.assign(chunk.data.begin(), chunk.data.end());
         }
-        if (chunk.is_xmp() && found.xmp.empty()) {
+        if (chunk.is_xmp() && !has_xmp) {
+            has_xmp = true;
             found.xmp = packet_of(chunk);
         }
     }

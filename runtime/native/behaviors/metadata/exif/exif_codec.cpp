@@ -47,7 +47,7 @@ bool any_tag(uint16_t) {
 }
 
 // A tag whose values lie outside of the data, or whose type is unknown, is left out: the others are still valid. So is
-// a tag that the caller does not want, because it may have many values.
+// a tag that the caller does not want, because it may have many values, and one whose values go beyond the limit.
 Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wanted)(uint16_t) = any_tag) {
     Directory directory;
     const bool big = reader.big_tiff();
@@ -59,12 +59,17 @@ Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wante
     const auto at = static_cast<int64_t>(offset);
     const size_t entry = directory_entry_size(big);
     const uint64_t room = (length - offset - head) / entry;
-    const uint64_t count = std::min(reader.number(at, head), room);
+    const uint64_t count = std::min({reader.number(at, head), room, imagework::limits::kEntries});
     for (uint64_t i = 0; i < count; ++i) {
         const int64_t entry_at = at + static_cast<int64_t>(head + i * entry);
         if (!wanted(static_cast<uint16_t>(reader.number(entry_at, 2)))) {
             continue;
         }
+        const uint64_t bytes = tag_bytes(reader, entry_at);
+        if (bytes > reader.tag_bytes_left) {
+            continue;
+        }
+        reader.tag_bytes_left -= bytes;
         try {
             auto tag = read_tag(reader, entry_at);
             if (!dynamic_cast<UnknownTagObject*>(tag.get())) {

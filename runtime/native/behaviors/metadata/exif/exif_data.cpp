@@ -7,6 +7,7 @@
 
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -202,6 +203,18 @@ TagList ExifObject::all() const {
 
 bool ExifObject::empty() const {
     return all().empty() && thumbnail.empty();
+}
+
+void ExifObject::references(ReferenceVisitor& visitor) {
+    Record::references(visitor);
+    visitor(thumbnail_tags);
+    visitor(interoperability);
+    for (Ref<ManagedList>& list : shown) {
+        visitor(list);
+    }
+    for (TagList& tags : m_directories) {
+        visitor(tags);
+    }
 }
 
 Ref<ManagedObject> ExifObject::copy() const {

@@ -23,7 +23,7 @@ class ExifObject final : public Record {
  public:
     static constexpr const char* kManagedName = api::Exif::ExifData::kType.name;
     static constexpr const char* kJpegName = api::Exif::JpegExifData::kType.name;
-    explicit ExifObject(const TypeInfo& type) : Record(type) {}
+    explicit ExifObject(const TypeInfo& type) : Record(type) { track(); }
 
     TagList& tags(ExifDirectory directory) { return m_directories[static_cast<size_t>(directory)]; }
     const TagList& tags(ExifDirectory directory) const { return m_directories[static_cast<size_t>(directory)]; }
@@ -49,6 +49,7 @@ class ExifObject final : public Record {
 
     // Shares the tags.
     Ref<ManagedObject> copy() const override;
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     TagList m_directories[3];

@@ -10,6 +10,7 @@
 #include "runtime/native/behaviors/metadata/xmp/xmp_types.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -139,7 +140,15 @@ const BehaviorTable table({
 }  // namespace
 
 XmpPackageObject::XmpPackageObject(const TypeInfo& type, std::string prefix, std::string uri)
-    : ManagedEnumerable(type), m_prefix(std::move(prefix)), m_uri(std::move(uri)) {}
+    : ManagedEnumerable(type), m_prefix(std::move(prefix)), m_uri(std::move(uri)) {
+    track();
+}
+
+void XmpPackageObject::references(ReferenceVisitor& visitor) {
+    for (auto& [key, value] : m_values) {
+        visitor(value);
+    }
+}
 
 std::string XmpPackageObject::full_key(const std::string& key) const {
     const size_t colon = key.find(':');

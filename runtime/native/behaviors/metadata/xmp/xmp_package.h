@@ -41,6 +41,7 @@ class XmpPackageObject final : public ManagedEnumerable {
 
     const ElementType& element() const override;
     Ref<ManagedEnumerator> enumerator() override;
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     std::string m_prefix;
