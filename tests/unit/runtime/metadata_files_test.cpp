@@ -71,7 +71,7 @@ std::vector<Bytes> files() {
     return {jpeg(), png(), webp(), gif(), tiff(false), tiff(true)};
 }
 
-TEST(MetadataFilesTest, WhatIsWrittenIsFound) {
+TEST(MetadataFilesTest, WrittenMetadataIsFoundAgain) {
     const auto data = exif();
     for (const Bytes& file : files()) {
         const MetadataFormat format = metadata_format(file);
@@ -135,7 +135,7 @@ void read_all(const Bytes& file) {
     }
 }
 
-TEST(MetadataFilesTest, FilesThatEndTooEarlyAreAnswered) {
+TEST(MetadataFilesTest, TruncatedFilesAreReadWithoutACrash) {
     for (const Bytes& file : files()) {
         const Bytes whole = with_metadata(file, all_of(*exif()));
         for (size_t size = 0; size <= whole.size(); ++size) {
@@ -144,7 +144,7 @@ TEST(MetadataFilesTest, FilesThatEndTooEarlyAreAnswered) {
     }
 }
 
-TEST(MetadataFilesTest, DamagedBytesAreAnswered) {
+TEST(MetadataFilesTest, DamagedFilesAreReadWithoutACrash) {
     for (const Bytes& file : files()) {
         const Bytes whole = with_metadata(file, all_of(*exif()));
         for (size_t at = 0; at < whole.size(); ++at) {
