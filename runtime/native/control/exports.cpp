@@ -43,7 +43,7 @@ Handle try_make(const TypeInfo& type) {
 }
 
 std::optional<std::string> optional_text(const char* text) {
-    return text ? std::optional<std::string>(text) : std::nullopt;
+    return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
 }  // namespace
@@ -151,7 +151,7 @@ ZELMOR_CONTROL void* zelmor_control_delegate(const char* assembly, const char* t
 // is abstract.
 ZELMOR_CONTROL void* zelmor_control_new_object(const char* full_name) {
     const TypeInfo* type = find_type(full_name);
-    return type ? try_make(*type) : nullptr;
+    return type != nullptr ? try_make(*type) : nullptr;
 }
 // A handle to a new list of a shape ("array", "arraylist", "list", "colbase", "rocolbase") with `count` empty elements
 // of the type with this identifier, "" for any type; null if there is no such shape or type. The caller has to release
@@ -163,10 +163,11 @@ ZELMOR_CONTROL void* zelmor_control_new_list(const char* shape, const char* elem
                                                              {"colbase", ListShape::kCollectionBase},
                                                              {"rocolbase", ListShape::kReadOnlyCollectionBase}};
     const auto found = kShapes.find(shape);
-    const ElementType* element = *element_id ? find_element(element_id) : &variant_element();
-    return found != kShapes.end() && element ? make_handle(make_list(found->second, *element, count)) : nullptr;
+    const ElementType* element = *element_id != '\0' ? find_element(element_id) : &variant_element();
+    return found != kShapes.end() && element != nullptr ? make_handle(make_list(found->second, *element, count))
+                                                        : nullptr;
 }
 ZELMOR_CONTROL int64_t zelmor_control_type_id(const char* full_name) {
     const TypeInfo* type = find_type(full_name);
-    return type ? type_id(*type) : 0;
+    return type != nullptr ? type_id(*type) : 0;
 }
