@@ -227,14 +227,15 @@ std::optional<std::string> take_python_error() {
     return read;
 }
 
-void throw_python_error(const std::string& doing_what, const char* name) {
+void throw_python_error(std::string_view doing_what, const char* name) {
     const auto text = take_python_error();
-    throw ManagedException(name, doing_what + " failed in Python" + (text ? ": " + *text : " without a message."));
+    throw ManagedException(
+        name, std::string(doing_what) + " failed in Python" + (text ? ": " + *text : " without a message."));
 }
 
-void throw_if_python_failed(const std::string& doing_what) {
+void throw_if_python_failed(std::string_view doing_what) {
     if (const auto text = take_python_error()) {
-        throw ManagedException("PythonException", doing_what + " failed in Python: " + *text);
+        throw ManagedException("PythonException", std::string(doing_what) + " failed in Python: " + *text);
     }
 }
 

@@ -37,6 +37,8 @@ BehaviorTable::BehaviorTable(std::span<const BehaviorRow> rows) : m_next(chain()
     chain() = this;
 }
 
+BehaviorTable::~BehaviorTable() = default;
+
 const BehaviorTable* BehaviorTable::first() {
     return chain();
 }

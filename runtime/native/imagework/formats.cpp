@@ -2,12 +2,26 @@
 #include "runtime/native/imagework/formats.h"
 
 #include <string>
+#include <utility>
 
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
 
 namespace zelmor::imagework {
+
+FormatEncoding::FormatEncoding() noexcept = default;
+FormatEncoding::FormatEncoding(BmpEncoding settings) : AnyEncoding(settings) {}
+FormatEncoding::FormatEncoding(GifEncoding settings) : AnyEncoding(settings) {}
+FormatEncoding::FormatEncoding(JpegEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(PngEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(TiffEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(WebpEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(const FormatEncoding& other) = default;
+FormatEncoding::FormatEncoding(FormatEncoding&& other) noexcept = default;
+FormatEncoding& FormatEncoding::operator=(const FormatEncoding& other) = default;
+FormatEncoding& FormatEncoding::operator=(FormatEncoding&& other) noexcept = default;
+FormatEncoding::~FormatEncoding() = default;
 
 const char* format_name(Format format) {
     switch (format) {
@@ -60,7 +74,7 @@ Format format_of(const Encoding& encoding) {
     // In the order of the variant's alternatives.
     static constexpr Format kFormats[] = {Format::kBmp, Format::kGif,  Format::kJpeg,
                                           Format::kPng, Format::kTiff, Format::kWebp};
-    static_assert(std::variant_size_v<FormatEncoding> == std::size(kFormats));
+    static_assert(std::variant_size_v<AnyEncoding> == std::size(kFormats));
     return kFormats[encoding.format.index()];
 }
 

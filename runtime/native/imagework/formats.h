@@ -128,7 +128,24 @@ struct WebpEncoding {
     std::optional<Argb> background = {};  // what a viewer may show behind it
 };
 
-using FormatEncoding = std::variant<BmpEncoding, GifEncoding, JpegEncoding, PngEncoding, TiffEncoding, WebpEncoding>;
+using AnyEncoding = std::variant<BmpEncoding, GifEncoding, JpegEncoding, PngEncoding, TiffEncoding, WebpEncoding>;
+
+// A class of its own, so that making, copying, moving and destroying are compiled once (formats.cpp).
+class FormatEncoding : public AnyEncoding {
+ public:
+    FormatEncoding() noexcept;
+    FormatEncoding(BmpEncoding settings);
+    FormatEncoding(GifEncoding settings);
+    FormatEncoding(JpegEncoding settings);
+    FormatEncoding(PngEncoding settings);
+    FormatEncoding(TiffEncoding settings);
+    FormatEncoding(WebpEncoding settings);
+    FormatEncoding(const FormatEncoding& other);
+    FormatEncoding(FormatEncoding&& other) noexcept;
+    FormatEncoding& operator=(const FormatEncoding& other);
+    FormatEncoding& operator=(FormatEncoding&& other) noexcept;
+    ~FormatEncoding();
+};
 
 struct Encoding {
     FormatEncoding format = {};
