@@ -17,7 +17,7 @@ namespace {
 // of a list comes through the list's own callback; one of a sequence through the typed callback, which alone gives
 // the element's reference back in every case.
 void* typed_slot(const ElementType& element, bool is_list) {
-    if (!callbacks().generic || (is_list && element.wire == Wire::kObject)) {
+    if (callbacks().generic == nullptr || (is_list && element.wire == Wire::kObject)) {
         return nullptr;
     }
     for (size_t i = 0; i < kGenericElementCount; ++i) {

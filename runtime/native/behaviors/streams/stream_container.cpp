@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include "runtime/native/core/handles.h"
 #include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
