@@ -62,7 +62,7 @@ def spelling_findings(path: str, text: str, foreign: frozenset[str]) -> Iterator
 
 #: A variable inside a function or class, or at the beginning of a line, of which no parenthesis makes a function.
 LASTING = re.compile(r"\s+(?:static|thread_local)\b[^(]*?[=;{]|"
-                     r"(?!using|return|extern|namespace|class|concept|struct|enum|union|typedef|friend|template|public|private)"
+                     r"(?!using|return|extern|namespace|class|concept|struct|enum|union|typedef|friend|template)"
                      r"[A-Za-z_][\w:<>,\s*&]*[\s*&>]\w+(?: = [^;]*|\{[^;]*\})?;")
 CONSTANT = re.compile(r"\b(?:const\b(?![^=;{]*\*\s*\w+\s*[=;{])|constexpr\b|static_assert)")
 

@@ -1,4 +1,4 @@
-"""The rules on include guards, on the spelling inside of identifiers and on shared state: what is accepted and what is refused."""
+"""The rules on include guards, spelling inside of identifiers and shared state: what is accepted and refused."""
 
 from __future__ import annotations
 
@@ -8,7 +8,8 @@ from pathlib import Path
 
 import pytest
 
-from tools.source_rules import BRITISH_STEMS, foreign_names, guard_findings, guard_name, shared_state_findings, spelling_findings
+from tools.source_rules import (BRITISH_STEMS, foreign_names, guard_findings, guard_name, shared_state_findings,
+                                spelling_findings)
 
 TOP = Path(__file__).resolve().parents[2]
 NAME = "ZELMOR_PYSHELL_MODULE_TYPES_CASTS_INL_H"
@@ -96,7 +97,8 @@ def test_a_lasting_variable_needs_a_reason(line: str) -> None:
 
 
 @pytest.mark.parametrize("line", [
-    "    static const Names& names = *new Names;", "    static constexpr int kMost = 3;", "    static int of(int value);",
+    "    static const Names& names = *new Names;", "    static constexpr int kMost = 3;",
+    "    static int of(int value);",
     "    static_assert(true);", "    static Point of(int x) { return {x}; }", "constexpr int kMost = 3;",
     "const BehaviorTable table({", "using api::Image;", "struct Arg;", "    int local = 0;", "    return found;",
 ])

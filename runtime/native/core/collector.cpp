@@ -48,7 +48,7 @@ struct Collector::Generations {
 constinit bool Collector::due = false;
 
 // Lives until the process ends, as the objects may.
-Collector::Generations& Collector::generations() noexcept {
+Collector::Generations& Collector::generations() {
     static Generations& instance = *new Generations;
     return instance;
 }
@@ -59,8 +59,8 @@ size_t Collector::generation_of(const ManagedObject& object) noexcept {
 }
 
 void Collector::place(ManagedObject& object, size_t generation, size_t position) noexcept {
-    object.m_tracking = static_cast<ManagedObject::Tracking>(static_cast<size_t>(ManagedObject::Tracking::kYoung) +
-                                                             generation);
+    object.m_tracking =
+        static_cast<ManagedObject::Tracking>(static_cast<size_t>(ManagedObject::Tracking::kYoung) + generation);
     object.m_position = static_cast<uint32_t>(position);
 }
 

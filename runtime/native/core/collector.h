@@ -6,9 +6,9 @@
 // handle, a C++ variable, a static property. These objects and all that they lead to stay. The others hold only each
 // other: their references are taken out, and they end as any object does.
 //
-// Tracked objects belong to one of three generations. A run looks at the young ones, which are few, now and then also at
-// the middle ones, and at the old ones only when these have doubled: so a run is short however many objects there are,
-// and all runs together cost a constant share of making the objects.
+// Tracked objects belong to one of three generations. A run looks at the young ones, which are few, now and then also
+// at the middle ones, and at the old ones only when these have doubled: so a run is short however many objects there
+// are, and all runs together cost a constant share of making the objects.
 //
 // A run happens at the end of an entry point, when no function of this thread uses an object any more; the interpreter
 // lock is held, and no Python code runs: references to Python objects wait for the end of the entry point, as always.
@@ -40,7 +40,7 @@ class Collector {
     friend class ManagedObject;
     struct Generations;
 
-    static Generations& generations() noexcept;
+    static Generations& generations();
     static void add(ManagedObject& object, uint64_t bytes);
     static void remove(const ManagedObject& object) noexcept;
     static uint32_t count_of(const ManagedObject& object) noexcept { return object.m_life.count; }

@@ -4,10 +4,10 @@
 // complete. The draft has no name if the file system can do without; then nothing is left of a program that is killed.
 // Otherwise its name follows from that of the target, and the next save of the target removes it.
 //
-// A file is written *in place* where replacing it would lose something: where it has several hard links, where its owner
-// or its attributes cannot be given to another file, and where its directory cannot be written to. Space for the new
-// content is reserved first. If writing fails, the old content is put back. While it is written, a *backup* of the old
-// content lies beside the file, unless the directory cannot be written to; it is there for people whose program was
+// A file is written *in place* where replacing it would lose something: where it has several hard links, where its
+// owner or its attributes cannot be given to another file, and where its directory cannot be written to. Space for the
+// new content is reserved first. If writing fails, the old content is put back. While it is written, a *backup* of the
+// old content lies beside the file, unless the directory cannot be written to; it is there for people whose program was
 // killed in the middle, and the next save removes it.
 #include <fcntl.h>
 #include <sys/file.h>
@@ -207,8 +207,8 @@ class Draft {
         }
         return EBUSY;
     }
-    // EEXIST where another program took this file for a left-over, in the moment between its making and its locking, and
-    // removes it. In a file system without locks nobody removes left-overs.
+    // EEXIST where another program took this file for a left-over, in the moment between its making and its locking,
+    // and removes it. In a file system without locks nobody removes left-overs.
     int lock() const {
         const bool taken = ::flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
         struct stat info {};

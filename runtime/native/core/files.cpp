@@ -55,8 +55,11 @@ std::string link_target_of(const std::string& path) {
         if (named.empty() || named.front() == '/') {
             target = named;
         } else {
-            const std::string directory = directory_of(target);
-            target = directory + (directory.back() == '/' ? "" : "/") + named;
+            target = directory_of(target);
+            if (target.back() != '/') {
+                target += '/';
+            }
+            target += named;
         }
     }
     throw_file_error(path, ELOOP, "write");
@@ -112,8 +115,9 @@ std::string file_path_of(const std::optional<std::u16string>& text, const char* 
         }
         from = i + 1;
     }
-    // Every file has one text here, the one that Python shows for it. A lone surrogate that stands for no byte, and bytes
-    // that are written apart though they are a character together, would be further texts for the file of another name.
+    // Every file has one text here, the one that Python shows for it. A lone surrogate that stands for no byte, and
+    // bytes that are written apart though they are a character together, would be further texts for the file of another
+    // name.
     if (text_of_file_path(path) != *text) {
         throw_argument(std::string("The path has a lone surrogate in it, which no file name can have. (Parameter '") +
                        parameter + "')");

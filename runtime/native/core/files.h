@@ -35,10 +35,10 @@ std::string directory_of(const std::string& path);
 // The file that a symbolic link stands for in the end, whether it exists or not; the path itself if it is no link.
 std::string link_target_of(const std::string& path);
 
-// Puts the data under the name: afterwards the old file or the new one is there, never a part, also after a crash of the
-// system. Symbolic links are followed, and what is known of an existing file besides its content stays: owner, mode,
-// extended attributes, access control lists, hard links (file_replacement.cpp says how). What is no regular file, such
-// as a pipe, is written to directly.
+// Puts the data under the name: afterwards the old file or the new one is there, never a part, also after a crash of
+// the system. Symbolic links are followed, and what is known of an existing file besides its content stays: owner,
+// mode, extended attributes, access control lists, hard links (file_replacement.cpp says how). What is no regular file,
+// such as a pipe, is written to directly.
 void write_file(const std::string& path, std::span<const uint8_t> data);
 
 // Refuses early where write_file() would have to refuse anyway: no directory, no permission, a directory of that name.

@@ -1,9 +1,9 @@
 // Walking over the references that managed objects hold to each other, for the cycle collector.
 //
 // A class that holds counted references (Ref, Value) to managed objects overrides ManagedObject::references() and shows
-// each of them to the visitor. The same walk serves for finding objects and for ending them: a visitor that takes leaves
-// empty references behind, and the destructor of the class has to cope with these. References to Python objects are not
-// shown; they go when the object that holds them is deleted.
+// each of them to the visitor. The same walk serves for finding objects and for ending them: a visitor that takes
+// leaves empty references behind, and the destructor of the class has to cope with these. References to Python objects
+// are not shown; they go when the object that holds them is deleted.
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_REFERENCES_H
 #define ZELMOR_RUNTIME_NATIVE_CORE_REFERENCES_H
 

@@ -90,7 +90,8 @@ def tags_over_each_other(count: int, value_bytes: int) -> bytes:
     def entry(tag: int, kind: int, number: int, value: int) -> bytes:
         return struct.pack("<HHII", tag, kind, number, value)
     values, exif = 256, 256 + value_bytes
-    tags = [(256, 1), (257, 1), (258, 8), (259, 1), (262, 1), (273, values), (277, 1), (278, 1), (279, 1), (34665, exif)]
+    tags = [(256, 1), (257, 1), (258, 8), (259, 1), (262, 1), (273, values), (277, 1), (278, 1), (279, 1),
+            (34665, exif)]
     main = struct.pack("<H", len(tags)) + b"".join(entry(tag, 4, 1, value) for tag, value in tags) + bytes(4)
     below = struct.pack("<H", count) + b"".join(
         entry(0x9000 + number, 7, value_bytes, values) for number in range(count)) + bytes(4)

@@ -233,7 +233,7 @@ TEST_F(CollectorTest, ObjectsInUseAreNeverEnded) {
     std::mt19937 random(20240607);
     const auto below = [&](size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(random); };
     for (int round = 0; round < 30; ++round) {
-        std::vector<Node*> nodes;                 // by number, those that are gone too
+        std::vector<Node*> nodes;  // by number, those that are gone too
         std::vector<std::multiset<size_t>> edges;
         std::vector<std::pair<size_t, Ref<Node>>> roots;
         std::vector<bool> is_alive;
