@@ -141,7 +141,7 @@ VImage above_mean(const VImage& gray, double difference, int window) {
             }
         }
     };
-    for_strips(result, std::max(256, 2 * window), strip);
+    for_strips(result, std::max(256, 2 * std::min(window, height)), strip);
     return result;
 }
 
