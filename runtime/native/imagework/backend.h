@@ -18,20 +18,9 @@
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/pixel_form.h"
 #include "runtime/native/imagework/pixels/rows.h"
+#include "runtime/native/imagework/resampling.h"
 
 namespace zelmor::imagework {
-
-// How a picture is resampled. The implementation names a substitute where the library has no kernel of that name.
-enum class Resampling : uint8_t {
-    kNearest,
-    kBilinear,
-    kCatmullRom,
-    kMitchell,
-    kLanczos,
-    kHighQuality,
-    kAdaptive,
-    kBSpline,
-};
 
 // A picture in memory, in the form of its file until an operation needs another one.
 class Picture {

@@ -131,7 +131,10 @@ class VipsPicture final : public Picture {
     // the picture as it was.
     template <class Step>
     void apply(const char* what, Step&& step) {
-        take(guarded(Failure::kInternal, what, [&] { return computed(step()); }));
+        const vips::VImage result = guarded(Failure::kInternal, what, [&] { return computed(step()); });
+        if (result.get_image() != m_image.get_image()) {  // the operation found something to do
+            take(result);
+        }
     }
     void take(const vips::VImage& image);
     void require_inside(const Rect& area) const;
