@@ -5,6 +5,7 @@
 
 #include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/behaviors/metadata/containers/png_checks.h"
+#include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::embed {
 

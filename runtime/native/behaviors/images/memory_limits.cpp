@@ -28,8 +28,8 @@ void require_within_limits(const Record& save_options, std::span<const Page> pag
     double bytes = 0;
     for (const Page& page : pages) {
         const imagework::Picture& picture = *page.picture;
-        const int channels = (picture.is_gray() ? 1 : 3) + (picture.has_alpha() ? 1 : 0);
-        bytes += static_cast<double>(picture.width()) * picture.height() * channels * picture.bits_per_channel() / 8;
+        bytes += static_cast<double>(picture.width()) * picture.height() *
+                 static_cast<double>(picture.form().pixel_size());
     }
     for (const char* property : {"BufferSizeHint", "DefaultMemoryAllocationLimit"}) {
         require_within(save_options, property, bytes);
