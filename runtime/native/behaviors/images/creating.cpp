@@ -142,6 +142,7 @@ Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t he
     facts.has_alpha = pixels.form.alpha;
     facts.encoding = encoding.format;
     require_registered(Trade::kCreating, file_format_of(facts));
+    require_uninterrupted();
     // The pixels of an image with a palette begin with its first color.
     auto picture = image_backend().create(width, height, pixels.form, pixels.form.alpha ? 0 : kBlack, encoding.palette);
     if (encoding.resolution) {

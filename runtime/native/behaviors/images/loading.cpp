@@ -2,6 +2,8 @@
 #include "runtime/native/behaviors/images/loading.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
+#include "runtime/native/behaviors/formats/interrupt_monitor.h"
+#include "runtime/native/behaviors/images/load_option_checks.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/picture_source.h"
 #include "runtime/native/behaviors/images/registries.h"
@@ -95,18 +97,22 @@ Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_opt
         if (facts.format != Format::kUnknown) {
             require_registered(Trade::kLoading, file_format_of(facts));
         }
+        if (load_options != nullptr) {
+            require_load_options(*load_options, facts, data);
+        }
+        require_uninterrupted();
         auto metadata = keep_metadata(data);
         if (hides_its_first_picture(facts, options)) {
             std::vector<Frame> frames = image_backend().decode_frames(data, options);
             auto image = make_ref<ImageObject>(frames[0].picture->copy(), std::move(facts));
             image->adopt_frames(std::move(frames), {image->facts()});
-            image->metadata = std::move(metadata);
+            attach_metadata(*image, std::move(metadata));
             return image;
         }
         auto picture = image_backend().decode(data, options);
         const bool several = picture->frame_count() > 1;
         auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
-        image->metadata = std::move(metadata);
+        attach_metadata(*image, std::move(metadata));
         if (several && image->is_container()) {
             image->set_source(std::move(data), options);
         }

@@ -107,6 +107,9 @@ Ref<ManagedObject> original_options(ImageObject& self) {
     if (facts.encoding) {
         std::visit(OptionsFiller(*options, facts), *facts.encoding);
     }
+    if (facts.format == Format::kGif) {
+        return options;  // which has no place for a resolution
+    }
     const Resolution resolution = self.picture().resolution();
     Ref<ManagedObject> setting = make_instance(api::ResolutionSetting::kType.name);
     set_property(*setting, "HorizontalResolution", resolution.horizontal);

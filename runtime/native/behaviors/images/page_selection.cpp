@@ -5,6 +5,8 @@
 
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/images/number_lists.h"
+#include "runtime/native/behaviors/images/option_checks.h"
+#include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -51,6 +53,12 @@ std::vector<size_t> pages_in_time(ImageObject& image, const ManagedObject& optio
     return result;
 }
 
+// A choice that the mode does not look at.
+[[noreturn]] void throw_beside_mode(const ManagedObject& options, const char* property, MultiPageMode mode) {
+    throw_not_supported("A value of " + member_name(options, property) + " beside the mode " +
+                        std::to_string(number_of(mode)) + " of MultiPageMode, which chooses otherwise,");
+}
+
 }  // namespace
 
 std::vector<size_t> every_page(const ImageObject& image) {
@@ -62,13 +70,17 @@ std::vector<size_t> every_page(const ImageObject& image) {
 }
 
 std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& options) {
-    for (const char* name : {"PageTitles", "PageRasterizationOptions", "OutputLayersNames"}) {
-        if (!is_null(property(options, name))) {
-            throw_not_supported(std::string("A value of MultiPageOptions.") + name);
-        }
+    require_effective_options(options);
+    const auto mode = property_enum<MultiPageMode>(options, "Mode");
+    const bool by_number = mode == MultiPageMode::kPages || mode == MultiPageMode::kRange;
+    if (!by_number && !is_null(property(options, "Pages"))) {
+        throw_beside_mode(options, "Pages", mode);
+    }
+    if (mode != MultiPageMode::kTimeInterval && !is_null(property(options, "TimeInterval"))) {
+        throw_beside_mode(options, "TimeInterval", mode);
     }
     std::vector<size_t> result;
-    switch (property_enum<MultiPageMode>(options, "Mode")) {
+    switch (mode) {
         case MultiPageMode::kPages:
         case MultiPageMode::kRange:
             result = numbered_pages(image, options);

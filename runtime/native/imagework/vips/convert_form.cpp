@@ -92,6 +92,7 @@ void VipsPicture::convert_rows(const PixelForm& form, Step&& step) {
     m_image = result;
     m_form = form;
     m_exclusive = true;
+    note_change();
 }
 
 const ColorConversion& VipsPicture::to_srgb_conversion() const {
@@ -100,7 +101,8 @@ const ColorConversion& VipsPicture::to_srgb_conversion() const {
         return standard_conversion(m_form.color, target);
     }
     if (m_to_srgb == nullptr) {
-        m_to_srgb = std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, ColorSpace{target, {}});
+        m_to_srgb =
+            std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, ColorSpace{target, {}});
     }
     return *m_to_srgb;
 }
@@ -372,6 +374,7 @@ void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
     }
     m_image = image;
     m_exclusive = true;
+    note_change();
 }
 
 int VipsPicture::index_of(Argb color) const {

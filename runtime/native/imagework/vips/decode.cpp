@@ -8,6 +8,7 @@
 
 #include "runtime/native/imagework/codecs/apng.h"
 #include "runtime/native/imagework/codecs/bmp_codec.h"
+#include "runtime/native/imagework/codecs/lost_pixels.h"
 #include "runtime/native/imagework/codecs/png_repair.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
@@ -77,6 +78,23 @@ VImage with_resolution(const VImage& image, bool known) {
                           ->set("yres", dots_per_millimeter(kDefaultResolution.vertical)));
 }
 
+// Without what describes the picture: the runtime keeps that with the image, and writes it, or leaves it out when a
+// program took it away. The library would write its own copy of it into every file.
+VImage without_descriptions(const VImage& image) {
+    VImage result = image.copy();
+    const std::unique_ptr<char*, void (*)(char**)> fields(vips_image_get_fields(image.get_image()), g_strfreev);
+    for (char** name = fields.get(); *name != nullptr; ++name) {
+        const std::string field = *name;
+        const bool describes = field.starts_with("exif-") || field.starts_with("png-comment-") ||
+                               field == VIPS_META_XMP_NAME || field == VIPS_META_IPTC_NAME ||
+                               field == VIPS_META_PHOTOSHOP_NAME || field == VIPS_META_IMAGEDESCRIPTION;
+        if (describes) {
+            result.remove(*name);
+        }
+    }
+    return result;
+}
+
 // What the options and the header's palette make of a decoded picture.
 std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const FileFacts& facts,
                                   const DecodeOptions& options) {
@@ -84,6 +102,7 @@ std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const Fi
         picture->reduce(facts.palette, false);
     }
     picture->apply_profiles(options);
+    picture->forget_changes();
     return picture;
 }
 
@@ -91,8 +110,9 @@ std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts,
     const int pixel = static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image()));
     check_picture_size(image.width(), image.height(), pixel);
     check_memory(options, image.width(), image.height(), pixel);
-    return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)), facts,
-                    options);
+    return finished(std::make_unique<VipsPicture>(with_resolution(without_descriptions(image), facts.has_resolution),
+                                                  frames_in(image)),
+                    facts, options);
 }
 
 // The number of complete rows at the top of damaged data.
@@ -137,12 +157,20 @@ std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFact
         mended = mended_png(data);
         data = mended;
     }
-    // The frame of a GIF is decoded as a whole; its missing pixels come out transparent.
+    // The frame of a GIF is decoded as a whole, and so is a picture of which everything is to be kept: what is lost
+    // gets a fill of the decoder's, which is replaced.
     if (options.recovery == Recovery::kConsistent && facts.format != Format::kGif) {
         return top_rows(data, facts, options);
     }
     try {
-        return picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
+        auto picture = picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
+        if (facts.format == Format::kGif && !facts.has_alpha) {
+            // No pixel of such a file is transparent: those that are were lost, wherever they stand.
+            static_cast<VipsPicture&>(*picture).flatten(options.background);
+            return picture;
+        }
+        fill_lost_pixels(*picture, intact_rows(data, facts.format), options.background);
+        return picture;
     } catch (const vips::VError&) {
         vips_error_clear();
         return top_rows(data, facts, options);  // of a decoder that stops at the first damage
@@ -165,8 +193,11 @@ std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, const F
     if (options.recovery == Recovery::kNone) {
         throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + text);
     }
-    return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(),
-                   [&] { return recovered(data, facts, options); });
+    return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(), [&] {
+        auto picture = recovered(data, facts, options);
+        static_cast<VipsPicture&>(*picture).forget_changes();
+        return picture;
+    });
 }
 
 std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const FileFacts& facts,

@@ -206,8 +206,8 @@ void VipsPicture::flatten(Argb background) {
     const std::vector<double> color = ink_of(background | kBlack);
     apply("the background could not be put in", [&] {
         const std::vector<double> colors(color.begin(), color.end() - 1);
-        const VImage flat = m_image.flatten(
-            VImage::option()->set("background", colors)->set("max_alpha", channel_max(m_image)));
+        const VImage flat =
+            m_image.flatten(VImage::option()->set("background", colors)->set("max_alpha", channel_max(m_image)));
         return rounded_like(flat, m_image);
     });
 }

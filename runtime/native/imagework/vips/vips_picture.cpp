@@ -91,7 +91,8 @@ VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header, int fram
 }
 
 VipsPicture::VipsPicture(const VipsPicture& other, Shared)
-    : m_image(other.m_image),
+    : Picture(other),
+      m_image(other.m_image),
       m_form(other.m_form),
       m_palette(other.m_palette),
       m_profile(other.m_profile),
@@ -103,6 +104,7 @@ void VipsPicture::take(const VImage& image) {
     const PixelForm before = m_form;
     m_image = image;
     m_exclusive = true;
+    note_change();
     m_form = form_of_image(image);
     if (storage_of(m_form.sample) == storage_of(before.sample)) {
         m_form.sample = before.sample;
@@ -208,7 +210,7 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
         row.resize(width * rgb.pixel_size());
     } else if (m_palette != nullptr) {
         for (size_t i = 0; i < m_palette->colors.size(); i++) {
-            table[i] = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+            table[i] = !kWide                    ? static_cast<Word>(m_palette->colors[i])
                        : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
                                                  : static_cast<Word>(m_palette->deep[i]);
         }
@@ -275,7 +277,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
         std::unordered_map<Word, uint8_t> known;
         const Word opaque = kWide ? static_cast<Word>(uint64_t{0xFFFF} << 48) : static_cast<Word>(kBlack);
         for (size_t i = 0; i < m_palette->colors.size(); i++) {
-            const Word color = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+            const Word color = !kWide                    ? static_cast<Word>(m_palette->colors[i])
                                : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
                                                          : static_cast<Word>(m_palette->deep[i]);
             known.emplace(alpha ? color : color | opaque, static_cast<uint8_t>(i));
@@ -291,6 +293,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
         }
         if (all) {
             make_writable();
+            note_change();
             for (int32_t y = 0; y < area.height; y++) {
                 std::copy_n(&indices[static_cast<size_t>(y) * width], width, row_of(m_image, area.y + y, area.x));
             }
@@ -307,6 +310,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
         }
     }
     make_writable();
+    note_change();
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<const Word> words = pixels.subspan(static_cast<size_t>(y) * width, width);
         if constexpr (kWide) {
@@ -344,13 +348,14 @@ void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<con
         const auto row = samples.subspan(row_size * static_cast<size_t>(y), needed);
         const uint8_t most = *std::max_element(row.begin(), row.end());
         if (most >= m_palette->colors.size()) {
-            throw PictureError(Failure::kArgument, "The data has the index " + std::to_string(most) +
-                                                       ", the palette " + std::to_string(m_palette->colors.size()) +
-                                                       " colors.",
+            throw PictureError(Failure::kArgument,
+                               "The data has the index " + std::to_string(most) + ", the palette " +
+                                   std::to_string(m_palette->colors.size()) + " colors.",
                                "data");
         }
     }
     make_writable();
+    note_change();
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<uint8_t> row(row_of(m_image, area.y + y, area.x), needed);
         std::memcpy(row.data(), samples.data() + row_size * static_cast<size_t>(y), needed);

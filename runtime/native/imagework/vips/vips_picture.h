@@ -120,6 +120,9 @@ class VipsPicture final : public Picture {
     // Pixels of one color become transparent.
     void make_transparent(Argb color);
 
+    // Of a picture whose pixels are those of the file once they are decoded.
+    void forget_changes() { note_no_change(); }
+
     // The pixels as they are, for the library's side of the backend.
     const vips::VImage& image() const { return m_image; }
 
@@ -169,7 +172,7 @@ class VipsPicture final : public Picture {
     ProfileBytes m_profile;
     int m_frame_count;
     mutable std::shared_ptr<const ColorConversion> m_to_srgb;  // made when it is first needed
-    mutable bool m_exclusive = true;  // no copy shares the pixels
+    mutable bool m_exclusive = true;                           // no copy shares the pixels
 };
 
 }  // namespace zelmor::imagework

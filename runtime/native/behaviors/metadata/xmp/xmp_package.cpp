@@ -160,6 +160,15 @@ std::string XmpPackageObject::full_key(const std::string& key) const {
     return m_prefix + ":" + name;
 }
 
+std::vector<std::string> XmpPackageObject::keys() const {
+    std::vector<std::string> keys;
+    keys.reserve(m_values.size());
+    for (const auto& entry : m_values) {
+        keys.push_back(entry.first);
+    }
+    return keys;
+}
+
 const Value* XmpPackageObject::find(const std::string& key) const {
     const std::string full = full_key(key);
     for (const auto& [known, value] : m_values) {
