@@ -172,6 +172,8 @@ struct TiffEncoding {
     TiffUnit unit = TiffUnit::kInch;
     std::optional<Resolution> unitless_resolution = {};  // what a file says that names no unit
     std::string page_name = {};                          // UTF-8; empty for none
+
+    bool operator==(const TiffEncoding&) const = default;
 };
 
 struct WebpEncoding {

@@ -64,12 +64,13 @@ void require_enough_bytes(TiffInput& input, const PageLayout& layout) {
     }
 }
 
-void require_sensible_tiles(const PageLayout& layout) {
-    const uint64_t pixels = uint64_t{layout.tile_width} * layout.tile_height;
-    if (layout.tile_width > limits::kTileSide || layout.tile_height > limits::kTileSide ||
-        pixels * layout.pixel_size() > limits::kTileBytes) {
-        throw PictureError(Failure::kTooLarge, "the TIFF data has tiles of " + std::to_string(layout.tile_width) +
-                                                   " by " + std::to_string(layout.tile_height) + " pixels");
+void require_sensible_pieces(const PageLayout& layout, uint32_t width, uint32_t height) {
+    const uint64_t pixels = uint64_t{width} * height;
+    const bool is_wide = layout.tiled && (width > limits::kTileSide || height > limits::kTileSide);
+    if (is_wide || pixels > limits::kTileBytes || pixels * layout.pixel_size() > limits::kTileBytes) {
+        throw PictureError(Failure::kTooLarge, std::string("the TIFF data has ") + (layout.tiled ? "tiles" : "strips") +
+                                                   " of " + std::to_string(width) + " by " + std::to_string(height) +
+                                                   " pixels");
     }
 }
 

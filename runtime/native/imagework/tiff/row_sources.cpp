@@ -178,29 +178,33 @@ class PlainStrips final : public RowSource {
     Unpacker m_unpacker;
 };
 
-// Tiles: those of one row of tiles are held.
-class Tiles final : public RowSource {
+// Tiles, of which those of one row are held; and strips of compressions that know no single rows.
+class Pieces final : public RowSource {
  public:
-    explicit Tiles(const Page& page) : m_page(page), m_unpacker(page.layout) {
-        require_sensible_tiles(page.layout);
-        const uint64_t size = TIFFTileSize64(page.input.get());
-        m_tile_row = packed_row_size(page.layout, page.layout.tile_width);
-        if (size != m_tile_row * page.layout.tile_height) {
-            throw PictureError(Failure::kUnsupported, "TIFF data with tiles of another size than their samples take");
+    explicit Pieces(const Page& page)
+        : m_page(page),
+          m_unpacker(page.layout),
+          m_width(page.layout.tiled ? page.layout.tile_width : page.layout.width),
+          m_height(page.layout.tiled ? page.layout.tile_height : page.layout.rows_per_strip),
+          m_packed_row(packed_row_size(page.layout, m_width)) {
+        require_sensible_pieces(page.layout, m_width, m_height);
+        TIFF* tiff = page.input.get();
+        const uint64_t size = page.layout.tiled ? TIFFTileSize64(tiff) : TIFFStripSize64(tiff);
+        if (size != m_packed_row * m_height) {
+            throw PictureError(Failure::kUnsupported, "TIFF data with pieces of another size than their samples take");
         }
-        m_tile.resize(size);
+        m_piece.resize(size);
     }
 
     void read(uint32_t y, uint8_t* row) override {
-        const uint32_t band = y / m_page.layout.tile_height;
+        const uint32_t band = y / m_height;
         if (band != m_band) {
             decode(band);
         }
-        const uint32_t in_band = y % m_page.layout.tile_height;
         if (!m_damage.empty()) {
             throw PictureError(Failure::kDamaged, m_damage);
         }
-        std::memcpy(row, m_rows.data() + in_band * row_size(), row_size());
+        std::memcpy(row, m_rows.data() + y % m_height * row_size(), row_size());
     }
 
  private:
@@ -208,43 +212,51 @@ class Tiles final : public RowSource {
 
     void decode(uint32_t band) {
         const PageLayout& layout = m_page.layout;
-        const uint32_t top = band * layout.tile_height;
-        const uint32_t height = std::min(layout.tile_height, layout.height - top);
+        const uint32_t top = band * m_height;
+        const uint32_t height = std::min(m_height, layout.height - top);
         m_band = band;
         m_damage.clear();
         m_rows.resize(height * row_size());
         for (int plane = 0; plane < layout.planes(); plane++) {
-            for (uint32_t left = 0; left < layout.width && m_damage.empty(); left += layout.tile_width) {
-                decode_tile(left, top, height, plane);
+            for (uint32_t left = 0; left < layout.width && m_damage.empty(); left += m_width) {
+                decode_piece(left, top, height, plane);
             }
         }
     }
 
-    void decode_tile(uint32_t left, uint32_t top, uint32_t height, int plane) {
+    void decode_piece(uint32_t left, uint32_t top, uint32_t height, int plane) {
         const PageLayout& layout = m_page.layout;
         try {
-            m_page.input.run("a tile cannot be decoded", m_page.lenient, [&](TIFF* tiff) {
-                const uint32_t tile = TIFFComputeTile(tiff, left, top, 0, static_cast<uint16_t>(plane));
-                return TIFFReadEncodedTile(tiff, tile, m_tile.data(), static_cast<tmsize_t>(m_tile.size())) >= 0;
+            m_page.input.run("a piece cannot be decoded", m_page.lenient, [&](TIFF* tiff) {
+                const auto sample = static_cast<uint16_t>(plane);
+                if (layout.tiled) {
+                    const uint32_t tile = TIFFComputeTile(tiff, left, top, 0, sample);
+                    return TIFFReadEncodedTile(tiff, tile, m_piece.data(), static_cast<tmsize_t>(m_piece.size())) >= 0;
+                }
+                const uint32_t strip = TIFFComputeStrip(tiff, top, sample);
+                return TIFFReadEncodedStrip(tiff, strip, m_piece.data(),
+                                            static_cast<tmsize_t>(m_packed_row * height)) >= 0;
             });
         } catch (const PictureError& error) {
             m_damage = error.what();
             return;
         }
-        const size_t pixels = std::min(layout.tile_width, layout.width - left);
+        const size_t pixels = std::min(m_width, layout.width - left);
         for (uint32_t y = 0; y < height; y++) {
             uint8_t* out = m_rows.data() + y * row_size() + left * layout.pixel_size();
-            m_unpacker.unpack(m_tile.data() + y * m_tile_row, pixels, plane, out);
+            m_unpacker.unpack(m_piece.data() + y * m_packed_row, pixels, plane, out);
         }
     }
 
     Page m_page;
     Unpacker m_unpacker;
-    uint64_t m_tile_row = 0;
-    std::vector<uint8_t> m_tile;
+    uint32_t m_width;
+    uint32_t m_height;
+    uint64_t m_packed_row;
+    std::vector<uint8_t> m_piece;
     std::vector<uint8_t> m_rows;
     uint32_t m_band = 0xFFFFFFFF;
-    std::string m_damage;  // of this row of tiles
+    std::string m_damage;  // of this row of pieces
 };
 
 // Colors that the library converts itself.
@@ -313,8 +325,8 @@ std::unique_ptr<RowSource> row_source(const Page& page) {
     if (page.layout.converted) {
         return std::make_unique<ConvertedRows>(page);
     }
-    if (page.layout.tiled) {
-        return std::make_unique<Tiles>(page);
+    if (page.layout.tiled || page.layout.compression == TiffCompression::kJbig) {
+        return std::make_unique<Pieces>(page);
     }
     if (page.layout.compression == TiffCompression::kNone) {
         return std::make_unique<PlainStrips>(page);

@@ -50,22 +50,11 @@ int TiffInput::close(thandle_t) {
 toff_t TiffInput::size(thandle_t self) {
     return input(self).m_source->size();
 }
-// Bytes in memory are used where they are.
-int TiffInput::map(thandle_t self, void** base, toff_t* size) {
-    const auto bytes = input(self).m_source->in_memory();
-    if (bytes.empty()) {
-        return 0;
-    }
-    *base = const_cast<uint8_t*>(bytes.data());  // the library has no pointer to constant bytes; it only reads them
-    *size = bytes.size();
-    return 1;
-}
-void TiffInput::unmap(thandle_t, void*, toff_t) {}
-
 TiffInput::TiffInput(SharedSource source, uint64_t directory) : m_source(std::move(source)) {
     assert(m_source != nullptr);
-    // r: reading; h: the header alone; c: strips as the file has them.
-    m_tiff = TIFFClientOpenExt("TIFF", "rhc", this, &read, &write, &seek, &close, &size, &map, &unmap,
+    // r: reading; h: the header alone; c: strips as the file has them. Bytes in memory are not given to the library as
+    // a whole: it takes the alignment of a fax from that of its bytes, which is right in a buffer of its own only.
+    m_tiff = TIFFClientOpenExt("TIFF", "rhc", this, &read, &write, &seek, &close, &size, nullptr, nullptr,
                                m_log.open_options(most_at_once(m_source->size())).get());
     m_log.rethrow();
     if (m_tiff == nullptr) {

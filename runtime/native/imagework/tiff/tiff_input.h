@@ -43,8 +43,6 @@ class TiffInput {
     static toff_t seek(thandle_t self, toff_t offset, int whence);
     static int close(thandle_t self);
     static toff_t size(thandle_t self);
-    static int map(thandle_t self, void** base, toff_t* size);
-    static void unmap(thandle_t self, void* base, toff_t size);
 
     void settle(const char* what, bool done, bool lenient);
 

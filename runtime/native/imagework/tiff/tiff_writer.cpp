@@ -212,22 +212,22 @@ class TiffPage : public RowWriter {
 class StripPage final : public TiffPage {
  public:
     StripPage(TiffOutput& output, const RowsHeader& header, const TiffEncoding& encoding)
-        : TiffPage(output, header, encoding), m_rows(encoding.rows_per_strip > 0
-                                                         ? std::min(static_cast<uint32_t>(encoding.rows_per_strip),
-                                                                    m_height)
-                                                         : usual_rows(header, encoding)) {
+        : TiffPage(output, header, encoding),
+          m_rows(encoding.rows_per_strip > 0 ? std::min(static_cast<uint32_t>(encoding.rows_per_strip), m_height)
+                                             : usual_rows(header, encoding)),
+          m_whole(m_separate || encoding.compression == TiffCompression::kJbig) {
         set(m_output, TIFFTAG_ROWSPERSTRIP, m_rows);
-        m_packed.resize(packed_row(m_width) * (m_separate ? m_rows : 1));
-        m_planes.resize(m_separate ? static_cast<size_t>(planes()) : 0, m_packed);
+        m_planes.resize(static_cast<size_t>(planes()), std::vector<uint8_t>(packed_row(m_width) * (m_whole ? m_rows : 1)));
     }
 
  private:
-    // One plane goes to the encoder row by row; of several, whole strips do.
+    // One plane goes to the encoder row by row. Of several, and to an encoder that knows no rows, whole strips go.
     void take(uint32_t y, const uint8_t* row) override {
-        if (!m_separate) {
-            pack(row, m_width, 0, m_packed.data());
+        if (!m_whole) {
+            uint8_t* packed = m_planes[0].data();
+            pack(row, m_width, 0, packed);
             m_output.run("a row cannot be written",
-                         [&](TIFF* tiff) { return TIFFWriteScanline(tiff, m_packed.data(), y, 0) == 1; });
+                         [&](TIFF* tiff) { return TIFFWriteScanline(tiff, packed, y, 0) == 1; });
             return;
         }
         const size_t size = packed_row(m_width);
@@ -248,8 +248,8 @@ class StripPage final : public TiffPage {
     }
 
     uint32_t m_rows;
-    std::vector<uint8_t> m_packed;
-    std::vector<std::vector<uint8_t>> m_planes;
+    bool m_whole;
+    std::vector<std::vector<uint8_t>> m_planes;  // of packed rows
 };
 
 class TilePage final : public TiffPage {

@@ -34,7 +34,6 @@ bool is_ycbcr_jpeg(const PixelForm& form, const TiffEncoding& encoding) {
 std::string wrong_compression(const PixelForm& form, const TiffEncoding& encoding) {
     switch (encoding.compression) {
         case C::kCcittRle:
-        case C::kCcittRleWords:
         case C::kFax3:
         case C::kFax4:
             return is_bilevel(form) ? "" : "fax compression takes pictures of one bit per pixel only";
@@ -49,13 +48,11 @@ std::string wrong_compression(const PixelForm& form, const TiffEncoding& encodin
             return has_bytes(form) && form.color == ColorModel::kRgb && !encoding.separate_planes
                        ? ""
                        : "WebP compression takes RGB pictures of 8 bits in one plane only";
-        case C::kPixarLog:
-            return has_bytes(form) || form.sample == SampleType::kUint16 ||
-                           (form.sample == SampleType::kFloat && form.bits == 32)
-                       ? ""
-                       : "PixarLog compression takes samples of 8 and 16 bits and floating-point ones of 32 bits only";
         case C::kLerc:
-            return is_bilevel(form) || form.bits < 8 || (form.sample == SampleType::kFloat && form.bits == 16)
+            if (encoding.big_endian && form.bits > 8) {  // libtiff compresses them with their bytes the wrong way around
+                return "LERC compression is little-endian only";
+            }
+            return form.bits < 8 || (form.sample == SampleType::kFloat && form.bits == 16)
                        ? "LERC compression takes no samples of fewer than 8 bits and no half floats"
                        : "";
         case C::kNone:
@@ -69,6 +66,8 @@ std::string wrong_compression(const PixelForm& form, const TiffEncoding& encodin
         case C::kOldJpeg:
         case C::kNext:
         case C::kThunderScan:
+        case C::kCcittRleWords:  // libtiff does not read what it writes
+        case C::kPixarLog:       // its encoder calls every depth 8 bits
         case C::kSgiLog:
         case C::kSgiLog24:
             break;
@@ -125,7 +124,10 @@ std::string wrong_subsampling(const TiffEncoding& encoding) {
             return "the subsampling of YCbCr is 1, 2 or 4";
         }
     }
-    return "";
+    constexpr int kMostOfJpeg = 8;  // which counts ten samples of all colors together
+    return encoding.horizontal_subsampling * encoding.vertical_subsampling > kMostOfJpeg
+               ? "the subsampling of YCbCr is not 4 in both directions"
+               : "";
 }
 
 std::string wrong_strips(const RowsHeader& header, const TiffEncoding& encoding) {
