@@ -149,7 +149,9 @@ enum class TiffNumbers : uint8_t { kAuto, kUnsigned, kSigned, kFloatingPoint };
 
 struct TiffEncoding {
     TiffCompression compression = TiffCompression::kLzw;
-    // Of the samples.
+    // Of the samples. The settings of a file say how that is; the picture that came from it is written in the form that
+    // it has by now, and settings that no longer go with it are replaced.
+    bool of_file = false;
     TiffColor color = TiffColor::kAuto;
     int bit_depth = 0;  // 1, 2, 4, 8, 16, 32 or 64; 0 keeps the picture's own
     TiffNumbers numbers = TiffNumbers::kAuto;
@@ -166,12 +168,13 @@ struct TiffEncoding {
     bool big_endian = false;
     bool lowest_bit_first = false;  // the fill order
     bool separate_planes = false;
-    int rows_per_strip = 0;  // 0: about 8 KB
+    int rows_per_strip = 0;  // 0: about 128 KB
     int tile_width = 0;      // 0: strips
     int tile_height = 0;
     TiffUnit unit = TiffUnit::kInch;
-    std::optional<Resolution> unitless_resolution = {};  // what a file says that names no unit
-    std::string page_name = {};                          // UTF-8; empty for none
+    std::optional<Resolution> resolution = {};  // in dots of that unit, in the place of the picture's
+    bool without_profile = false;               // converted to sRGB instead
+    std::string page_name = {};                 // UTF-8; empty for none
 
     bool operator==(const TiffEncoding&) const = default;
 };

@@ -384,9 +384,9 @@ TEST(TiffTest, Resolutions) {
     picture.header.resolution = Resolution{254, 508};
     EXPECT_EQ(read_bytes(written(picture, {.unit = TiffUnit::kCentimeter})).header.resolution,
               picture.header.resolution);
-    const Bytes plain = written(picture, {.unit = TiffUnit::kNone, .unitless_resolution = Resolution{2, 1}});
+    const Bytes plain = written(picture, {.unit = TiffUnit::kNone, .resolution = Resolution{2, 1}});
     EXPECT_EQ(read_bytes(plain).header.resolution, std::nullopt);
-    EXPECT_EQ(std::get<TiffEncoding>(*probe(plain).encoding).unitless_resolution, (Resolution{2, 1}));
+    EXPECT_EQ(std::get<TiffEncoding>(*probe(plain).encoding).resolution, (Resolution{2, 1}));
     picture.header.resolution.reset();
     EXPECT_EQ(read_bytes(written(picture, {})).header.resolution, std::nullopt);
 }

@@ -171,6 +171,7 @@ int quality_of(const ByteReader& file, const Entry& tables) {
 // The settings that write the page again as it is.
 TiffEncoding encoding_of(const ByteReader& in, TiffForm form, const TiffTags& tags, bool big_endian) {
     TiffEncoding encoding;
+    encoding.of_file = true;
     const uint64_t bits = tags.bits.number(in, 1);
     const uint64_t samples = tags.samples.number(in, 1);
     encoding.compression = static_cast<TiffCompression>(tags.compression.number(in, 1));
@@ -208,7 +209,7 @@ TiffEncoding encoding_of(const ByteReader& in, TiffForm form, const TiffTags& ta
     encoding.unit = unit >= 1 && unit <= 3 ? static_cast<TiffUnit>(unit) : TiffUnit::kInch;
     const Resolution resolution{tags.x_resolution.fraction(in), tags.y_resolution.fraction(in)};
     if (encoding.unit == TiffUnit::kNone && resolution.horizontal > 0 && resolution.vertical > 0) {
-        encoding.unitless_resolution = resolution;
+        encoding.resolution = resolution;
     }
     encoding.page_name = tags.page_name.text(in);
     return encoding;

@@ -54,16 +54,16 @@ void set_palette(TiffOutput& output, const RowsHeader& header) {
 }
 
 void set_resolution(TiffOutput& output, const RowsHeader& header, const TiffEncoding& encoding) {
-    std::optional<Resolution> resolution = header.resolution;
-    if (encoding.unit == TiffUnit::kNone) {
-        resolution = encoding.unitless_resolution;
+    std::optional<Resolution> resolution = encoding.resolution;
+    if (!resolution && header.resolution) {
+        const double scale = encoding.unit == TiffUnit::kCentimeter ? 2.54 : 1.0;
+        resolution = Resolution{header.resolution->horizontal / scale, header.resolution->vertical / scale};
     }
     if (!resolution) {
         return;
     }
-    const double scale = encoding.unit == TiffUnit::kCentimeter ? 2.54 : 1.0;
-    set(output, TIFFTAG_XRESOLUTION, resolution->horizontal / scale);
-    set(output, TIFFTAG_YRESOLUTION, resolution->vertical / scale);
+    set(output, TIFFTAG_XRESOLUTION, resolution->horizontal);
+    set(output, TIFFTAG_YRESOLUTION, resolution->vertical);
     set(output, TIFFTAG_RESOLUTIONUNIT, static_cast<int>(encoding.unit));
 }
 
