@@ -266,10 +266,9 @@ std::vector<uint64_t> tiff_directories(const ByteReader& file) {
     std::vector<uint64_t> directories;
     std::unordered_set<uint64_t> seen;  // a chain that comes back to itself ends there
     uint64_t directory = form.read_word(in, form.link_at());
-    while (directory != 0 && directories.size() < limits::kFrames && in.has(directory, form.directory_head()) &&
-           seen.insert(directory).second) {
-        directories.push_back(directory);
-        directory = next_directory(in, form, directory);
+    while (directory != 0 && directories.size() < limits::kFrames && seen.insert(directory).second) {
+        directories.push_back(directory);  // the last one also where it is lost with the end of the file
+        directory = in.has(directory, form.directory_head()) ? next_directory(in, form, directory) : 0;
     }
     return directories;
 }
