@@ -61,7 +61,7 @@ def layouts(form: Form) -> dict[str, tuple[str, ...]]:
     kinds = dict(LAYOUTS)
     if form.bits not in (8, 16, 32):
         del kinds["lzw with predictor"]
-    if form.bits < 8 and form.bands > 1:
+    if form.bits != 8 or form.bands == 1:
         del kinds["planes"], kinds["tiled planes"]
     if form.bits == 1 and form.photometric != tiff.PALETTE:
         kinds.update(FAXES)
@@ -107,7 +107,7 @@ def test_associated_alpha(tmp_path: Path) -> None:
     image.save(str(tmp_path / "out.png"), PngOptions())
     plain = read(tmp_path / "out.png", "RGBA")
     alpha = samples[..., 3].astype(int)
-    expected = np.where(alpha > 0, (samples[..., 0] * 255 + alpha // 2) // np.maximum(alpha, 1), 0)
+    expected = np.where(alpha > 0, (samples[..., 0].astype(int) * 255 + alpha // 2) // np.maximum(alpha, 1), 0)
     assert worst(plain[..., 0], expected) == 0
     assert worst(plain[..., 3], alpha) == 0
 
@@ -125,10 +125,10 @@ def test_profiles_are_kept(tmp_path: Path) -> None:
 
 @pytest.mark.parametrize("subsampling", ["4:4:4", "4:2:0"])
 def test_jpeg_inside(tmp_path: Path, subsampling: str) -> None:
-    Pillow.fromarray(smooth(width=64, height=64)).save(tmp_path / "in.jpg", quality=95)
     tiff_source = tmp_path / "source.tif"
     Pillow.fromarray(smooth(width=64, height=64)).save(tiff_source)
-    tiff.tool("tiffcp", "-c", "jpeg:r:90" if subsampling == "4:4:4" else "jpeg:90", tiff_source, tmp_path / "in.tif")
+    kind = "jpeg:r:90" if subsampling == "4:4:4" else "jpeg:90"
+    tiff.tool("tiffcp", "-c", kind, "-r", 16, tiff_source, tmp_path / "in.tif")
     image = load(tmp_path / "in.tif")
     image.save(str(tmp_path / "out.png"), PngOptions())
     assert worst(read(tmp_path / "out.png", "RGB"), read(tmp_path / "in.tif", "RGB")) <= 3
@@ -231,7 +231,7 @@ def test_faxes(tmp_path: Path, expected: TiffExpectedFormat, compression: int) -
         page = saved(tmp_path, settings(expected, fax_t4_options=Group3Options.ENCODING_2D), black)
         assert page.number(tiff.FAX_OPTIONS) == 1
         assert worst(tiff.plain_samples(tmp_path / "saved.tif", form)[..., 0], black[..., 0] // 255) == 0
-        with managed_error("", "uncompressed"):
+        with managed_error("ImageSaveException", "uncompressed"):
             saved(tmp_path, settings(expected, fax_t4_options=Group3Options.UNCOMPRESSED), black)
 
 
@@ -250,7 +250,7 @@ def test_rgb_jpeg_is_rgb_at_every_quality(tmp_path: Path, quality: int) -> None:
     page = saved(tmp_path, settings(TiffExpectedFormat.TIFF_JPEG_Y_CB_CR, compressed_quality=quality,
                                     y_cb_cr_subsampling=[2, 1]))
     assert page.number(tiff.PHOTOMETRIC) == 6 and page.tags[tiff.SUBSAMPLING] == (2, 1)
-    assert worst(read(tmp_path / "saved.tif", "RGB"), smooth()) <= (60 if quality < 50 else 12)
+    assert worst(read(tmp_path / "saved.tif", "RGB"), smooth()) <= (60 if quality < 50 else 20)
 
 
 def test_depths_and_numbers(tmp_path: Path) -> None:
