@@ -160,7 +160,7 @@ struct TiffEncoding {
     // Of the compressed data.
     int quality = 75;  // of JPEG inside TIFF
     TiffDifferencing predictor = TiffDifferencing::kNone;
-    uint32_t fax3_options = 0;  // bits of the tag T4Options
+    uint32_t fax3_options = 0;       // bits of the tag T4Options
     int horizontal_subsampling = 2;  // of YCbCr
     int vertical_subsampling = 2;
     // Of the file.

@@ -145,8 +145,8 @@ TEST(TiffTest, FaxTakesBlackAndWhiteOnly) {
     auto failure = failure_of([&] { encoded(*picture, TiffEncoding{TiffCompression::kFax4}); });
     EXPECT_EQ(failure.kind(), Failure::kEncoding);
     picture->binarize_fixed(127);
-    auto copy = decoded(encoded(*picture, TiffEncoding{.compression = TiffCompression::kFax4,
-                                                       .color = TiffColor::kBilevel}));
+    auto copy =
+        decoded(encoded(*picture, TiffEncoding{.compression = TiffCompression::kFax4, .color = TiffColor::kBilevel}));
     EXPECT_EQ(pixels_of(*copy), pixels_of(*picture));
 }
 

@@ -78,11 +78,10 @@ Sample sample(const PixelForm& form, int32_t width = 37, int32_t height = 19) {
             result.header.palette.push_back(kBlack | i * 0x050301);
         }
     }
-    result.rows = noise(form, static_cast<size_t>(width) * static_cast<size_t>(height) *
-                                  static_cast<size_t>(form.bands()));
+    result.rows =
+        noise(form, static_cast<size_t>(width) * static_cast<size_t>(height) * static_cast<size_t>(form.bands()));
     return result;
 }
-
 
 Bytes written(const Sample& picture, const TiffEncoding& encoding) {
     TiffFile file(encoding.big_tiff, encoding.big_endian);
@@ -100,8 +99,8 @@ Sample read_page(const SharedSource& source, uint64_t directory = 0, const Decod
     // Some rows at a time, of no use to strips or tiles.
     for (int32_t y = 0; y < result.header.height;) {
         const int32_t count = std::min(7, result.header.height - y);
-        reader->read(count, std::span(result.rows).subspan(static_cast<size_t>(y) * size,
-                                                           static_cast<size_t>(count) * size));
+        reader->read(count,
+                     std::span(result.rows).subspan(static_cast<size_t>(y) * size, static_cast<size_t>(count) * size));
         y += count;
     }
     return result;
@@ -157,44 +156,26 @@ TEST(HalfTest, FloatsBetweenAreRoundedToTheNearestEvenOne) {
 // ---- Every form, compression and layout
 
 constexpr PixelForm kForms[] = {
-    {ColorModel::kGray, S::kUint8, 1},
-    {ColorModel::kGray, S::kUint8, 2},
-    {ColorModel::kGray, S::kUint8, 4},
-    {ColorModel::kGray, S::kUint8, 8},
-    {ColorModel::kGray, S::kInt8, 8},
-    {ColorModel::kGray, S::kUint16, 16},
-    {ColorModel::kGray, S::kInt16, 16},
-    {ColorModel::kGray, S::kUint32, 32},
-    {ColorModel::kGray, S::kInt32, 32},
-    {ColorModel::kGray, S::kFloat, 16},
-    {ColorModel::kGray, S::kFloat, 32},
-    {ColorModel::kGray, S::kDouble, 64},
-    {ColorModel::kGray, S::kUint8, 8, true},
-    {ColorModel::kGray, S::kUint16, 16, true},
-    {ColorModel::kRgb, S::kUint8, 4},
-    {ColorModel::kRgb, S::kUint8, 8},
-    {ColorModel::kRgb, S::kUint8, 8, true},
-    {ColorModel::kRgb, S::kUint16, 16},
-    {ColorModel::kRgb, S::kUint16, 16, true},
-    {ColorModel::kRgb, S::kUint32, 32},
-    {ColorModel::kRgb, S::kFloat, 16, true},
-    {ColorModel::kRgb, S::kFloat, 32},
-    {ColorModel::kRgb, S::kDouble, 64},
-    {ColorModel::kIndexed, S::kUint8, 1},
-    {ColorModel::kIndexed, S::kUint8, 2},
-    {ColorModel::kIndexed, S::kUint8, 4},
-    {ColorModel::kIndexed, S::kUint8, 8},
-    {ColorModel::kCmyk, S::kUint8, 8},
-    {ColorModel::kCmyk, S::kUint8, 8, true},
-    {ColorModel::kCmyk, S::kUint16, 16},
-    {ColorModel::kLab, S::kUint8, 8},
-    {ColorModel::kLab, S::kUint16, 16},
-    {ColorModel::kLab, S::kFloat, 32},
-    {ColorModel::kLab, S::kUint8, 8, true},
+    {ColorModel::kGray, S::kUint8, 1},        {ColorModel::kGray, S::kUint8, 2},
+    {ColorModel::kGray, S::kUint8, 4},        {ColorModel::kGray, S::kUint8, 8},
+    {ColorModel::kGray, S::kInt8, 8},         {ColorModel::kGray, S::kUint16, 16},
+    {ColorModel::kGray, S::kInt16, 16},       {ColorModel::kGray, S::kUint32, 32},
+    {ColorModel::kGray, S::kInt32, 32},       {ColorModel::kGray, S::kFloat, 16},
+    {ColorModel::kGray, S::kFloat, 32},       {ColorModel::kGray, S::kDouble, 64},
+    {ColorModel::kGray, S::kUint8, 8, true},  {ColorModel::kGray, S::kUint16, 16, true},
+    {ColorModel::kRgb, S::kUint8, 4},         {ColorModel::kRgb, S::kUint8, 8},
+    {ColorModel::kRgb, S::kUint8, 8, true},   {ColorModel::kRgb, S::kUint16, 16},
+    {ColorModel::kRgb, S::kUint16, 16, true}, {ColorModel::kRgb, S::kUint32, 32},
+    {ColorModel::kRgb, S::kFloat, 16, true},  {ColorModel::kRgb, S::kFloat, 32},
+    {ColorModel::kRgb, S::kDouble, 64},       {ColorModel::kIndexed, S::kUint8, 1},
+    {ColorModel::kIndexed, S::kUint8, 2},     {ColorModel::kIndexed, S::kUint8, 4},
+    {ColorModel::kIndexed, S::kUint8, 8},     {ColorModel::kCmyk, S::kUint8, 8},
+    {ColorModel::kCmyk, S::kUint8, 8, true},  {ColorModel::kCmyk, S::kUint16, 16},
+    {ColorModel::kLab, S::kUint8, 8},         {ColorModel::kLab, S::kUint16, 16},
+    {ColorModel::kLab, S::kFloat, 32},        {ColorModel::kLab, S::kUint8, 8, true},
 };
-constexpr C kLossless[] = {C::kNone,   C::kCcittRle,  C::kFax3,     C::kFax4, C::kLzw,
-                           C::kDeflate, C::kOldDeflate, C::kPackBits,      C::kJbig,     C::kLerc, C::kLzma,
-                           C::kZstd,   C::kWebp};
+constexpr C kLossless[] = {C::kNone,     C::kCcittRle, C::kFax3, C::kFax4, C::kLzw,  C::kDeflate, C::kOldDeflate,
+                           C::kPackBits, C::kJbig,     C::kLerc, C::kLzma, C::kZstd, C::kWebp};
 
 struct Layout {
     const char* name;
@@ -275,7 +256,8 @@ TEST(TiffSweepTest, EveryFormSurvivesEveryCompressionAndLayout) {
 TEST(TiffSweepTest, WhatDoesNotFitIsRefused) {
     for (const PixelForm& form : kForms) {
         const Sample picture = sample(form);
-        for (const C compression : {C::kFax4, C::kJbig, C::kJpeg, C::kWebp, C::kLerc, C::kNext, C::kOldJpeg, C::kSgiLog}) {
+        for (const C compression :
+             {C::kFax4, C::kJbig, C::kJpeg, C::kWebp, C::kLerc, C::kNext, C::kOldJpeg, C::kSgiLog}) {
             for (const Layout& layout : kLayouts) {
                 SCOPED_TRACE(description(form, compression, layout.name));
                 TiffEncoding encoding = layout.encoding;
@@ -368,8 +350,8 @@ TEST(TiffTest, DeepPalettesAndProfilesAreKept) {
     for (uint64_t i = 0; i < 16; i++) {
         picture.header.deep_palette.push_back(0xFFFF000000000000 | i * 0x0123045607890ABC % 0xFFFFFFFFFFFF);
         const uint64_t deep = picture.header.deep_palette.back();
-        picture.header.palette[i] = static_cast<Argb>(kBlack | (deep >> 40 & 0xFF) << 16 | (deep >> 24 & 0xFF) << 8 |
-                                                      (deep >> 8 & 0xFF));
+        picture.header.palette[i] =
+            static_cast<Argb>(kBlack | (deep >> 40 & 0xFF) << 16 | (deep >> 24 & 0xFF) << 8 | (deep >> 8 & 0xFF));
     }
     picture.header.profile = std::make_shared<const Bytes>(Bytes(1000, 77));
     const Sample again = read_bytes(written(picture, {}));
@@ -676,7 +658,7 @@ TEST(TiffClaimsTest, FormsThatAreNotReadAreNamed) {
         std::vector<std::pair<uint16_t, uint32_t>> tags;
         const char* text;
     };
-    const std::vector<std::pair<uint16_t, uint32_t>> usual = {{256, 4},  {257, 4}, {258, 8}, {259, 1}, {262, 1},
+    const std::vector<std::pair<uint16_t, uint32_t>> usual = {{256, 4}, {257, 4}, {258, 8}, {259, 1},  {262, 1},
                                                               {273, 8}, {277, 1}, {278, 4}, {279, 900}};
     for (const Case& c : {Case{{{258, 12}}, "unsigned samples of 12 bits"}, Case{{{262, 32803}}, "32803"},
                           Case{{{277, 3}}, "2 samples a pixel besides its colors"},
@@ -687,8 +669,9 @@ TEST(TiffClaimsTest, FormsThatAreNotReadAreNamed) {
                           Case{{{259, 34712}}, "the compression 34712"}}) {
         auto tags = usual;
         for (const auto& tag : c.tags) {
-            tags.erase(std::remove_if(tags.begin(), tags.end(), [&](const auto& old) { return old.first == tag.first; }),
-                       tags.end());
+            tags.erase(
+                std::remove_if(tags.begin(), tags.end(), [&](const auto& old) { return old.first == tag.first; }),
+                tags.end());
             tags.push_back(tag);
         }
         const Bytes file = with_directory(Bytes(1000), tags);

@@ -49,9 +49,7 @@ class OptionsFiller {
             set("NumPlays", png.plays);
         }
     }
-    void operator()(const TiffEncoding& tiff) const {
-        fill_tiff_options(m_options, tiff);
-    }
+    void operator()(const TiffEncoding& tiff) const { fill_tiff_options(m_options, tiff); }
     void operator()(const WebpEncoding& webp) const {
         set_property(m_options, "Lossless", webp.lossless);
         set_property(m_options, "Quality", static_cast<double>(webp.quality));

@@ -1,5 +1,5 @@
-// The properties of TiffOptions that decide how pixels are stored; see tiff_settings.h. Other tags go into the file with
-// the metadata.
+// The properties of TiffOptions that decide how pixels are stored; see tiff_settings.h. Other tags go into the file
+// with the metadata.
 #include "runtime/native/behaviors/images/tiff_settings.h"
 
 #include <algorithm>
@@ -113,15 +113,17 @@ size_t usual_samples(TiffPhotometric photometric) {
 
 void take_colors(const ManagedObject& options, TiffEncoding& tiff) {
     const auto photometric = supported(options, "Photometric", kTiffPhotometrics);
-    tiff.bit_depth = static_cast<int>(common_number(options, "BitsPerSample", {1, 2, 4, 8, 16, 32, 64},
-                                                    "1, 2, 4, 8, 16, 32 or 64"));
+    tiff.bit_depth =
+        static_cast<int>(common_number(options, "BitsPerSample", {1, 2, 4, 8, 16, 32, 64}, "1, 2, 4, 8, 16, 32 or 64"));
     size_t samples = numbers_of(options, "BitsPerSample").value_or(std::vector<int64_t>{}).size();
     if (samples == 0) {
         samples = usual_samples(photometric);
         if (samples == 0) {
             return;
         }
-        tiff.bit_depth = photometric == TiffPhotometric::kMask ? 1 : photometric == TiffPhotometric::kMinIsBlack ? 0 : 8;
+        tiff.bit_depth = photometric == TiffPhotometric::kMask         ? 1
+                         : photometric == TiffPhotometric::kMinIsBlack ? 0
+                                                                       : 8;
     }
     tiff.photometric = photometric;
     tiff.color = color_of(photometric, samples, tiff.bit_depth == 0 ? 8 : tiff.bit_depth);
@@ -155,11 +157,12 @@ void take_alpha(const ManagedObject& options, TiffEncoding& tiff) {
         static_cast<TiffAlphaStorage>(ranged(options, "AlphaStorage", 0, number_of(TiffAlphaStorage::kUnassociated)));
     const bool premultiply = property_bool(options, "PremultiplyComponents");
     if (premultiply && storage == TiffAlphaStorage::kUnassociated) {
-        throw_not_supported(member_name(options, "PremultiplyComponents") + " with an AlphaStorage that says otherwise");
+        throw_not_supported(member_name(options, "PremultiplyComponents") +
+                            " with an AlphaStorage that says otherwise");
     }
     // Unspecified is what new options have: the alpha of such files is named, so that every reader knows it.
-    tiff.alpha = premultiply || storage == TiffAlphaStorage::kAssociated ? TiffAlpha::kAssociated
-                                                                         : TiffAlpha::kUnassociated;
+    tiff.alpha =
+        premultiply || storage == TiffAlphaStorage::kAssociated ? TiffAlpha::kAssociated : TiffAlpha::kUnassociated;
 }
 
 void take_subsampling(const ManagedObject& options, TiffEncoding& tiff) {
@@ -184,8 +187,8 @@ void take_tiles(const ManagedObject& options, TiffEncoding& tiff) {
     constexpr int64_t kStep = 16;
     constexpr int64_t kMost = 1 << 15;
     if (width <= 0 || height <= 0 || width % kStep != 0 || height % kStep != 0 || width > kMost || height > kMost) {
-        throw_out_of_range("TileWidth", "The tile size " + size_text(width, height) +
-                                            " is not of multiples of 16 up to 32768.");
+        throw_out_of_range("TileWidth",
+                           "The tile size " + size_text(width, height) + " is not of multiples of 16 up to 32768.");
     }
     tiff.tile_width = static_cast<int>(width);
     tiff.tile_height = static_cast<int>(height);
@@ -217,7 +220,8 @@ void take_resolution(const ManagedObject& options, TiffEncoding& tiff) {
     const auto horizontal = dots("Xresolution");
     const auto vertical = dots("Yresolution");
     if (horizontal || vertical) {
-        tiff.resolution = Resolution{horizontal.value_or(vertical.value_or(0)), vertical.value_or(horizontal.value_or(0))};
+        tiff.resolution =
+            Resolution{horizontal.value_or(vertical.value_or(0)), vertical.value_or(horizontal.value_or(0))};
     }
 }
 
@@ -276,8 +280,8 @@ TiffEncoding tiff_settings(const ManagedObject& options) {
 void fill_tiff_options(ManagedObject& options, const TiffEncoding& tiff) {
     set_property(options, "Compression",
                  api_value(kTiffCompressions, tiff.compression).value_or(TiffCompressions::kLzw));
-    set_property(options, "Predictor", tiff.predictor == TiffDifferencing::kHorizontal ? TiffPredictor::kHorizontal
-                                                                                       : TiffPredictor::kNone);
+    set_property(options, "Predictor",
+                 tiff.predictor == TiffDifferencing::kHorizontal ? TiffPredictor::kHorizontal : TiffPredictor::kNone);
     set_property(options, "ByteOrder", tiff.big_endian ? TiffByteOrder::kBigEndian : TiffByteOrder::kLittleEndian);
     set_property(options, "TileWidth", int64_t{tiff.tile_width});
     set_property(options, "TileLength", int64_t{tiff.tile_height});

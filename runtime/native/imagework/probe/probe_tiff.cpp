@@ -184,8 +184,8 @@ TiffEncoding encoding_of(const ByteReader& in, TiffForm form, const TiffTags& ta
         encoding.alpha = TiffAlpha::kUnassociated;
     }
     const uint64_t predictor = tags.predictor.number(in, 1);
-    encoding.predictor = predictor >= 1 && predictor <= 3 ? static_cast<TiffDifferencing>(predictor)
-                                                          : TiffDifferencing::kNone;
+    encoding.predictor =
+        predictor >= 1 && predictor <= 3 ? static_cast<TiffDifferencing>(predictor) : TiffDifferencing::kNone;
     encoding.fax3_options = static_cast<uint32_t>(tags.fax3_options.number(in, 0));
     encoding.horizontal_subsampling = static_cast<int>(tags.subsampling.number(in, 2) & 0xFF);
     encoding.vertical_subsampling = static_cast<int>(tags.subsampling.number(in, 2, 1) & 0xFF);
@@ -229,9 +229,12 @@ void probe_directory(const ByteReader& in, TiffForm form, uint64_t directory, bo
     facts.format = Format::kTiff;
     facts.is_big_tiff = form.big;
     const uint64_t count = form.entries(in, directory);
+    if (count > limits::kEntries) {
+        return;  // this is no directory
+    }
     TiffTags tags;
     uint64_t entry = form.entry_at(directory, 0);
-    for (uint64_t i = 0; i < std::min(count, limits::kEntries) && in.has(entry, form.entry_size()); i++, entry += form.entry_size()) {
+    for (uint64_t i = 0; i < count && in.has(entry, form.entry_size()); i++, entry += form.entry_size()) {
         if (Entry* known = slot(tags, in.u16(entry)); known != nullptr) {
             *known = Entry(in, form, entry);
         }
@@ -289,8 +292,15 @@ void probe_tiff(const ByteReader& file, FileFacts& facts) {
 }
 
 std::vector<FileFacts> probe_tiff_pages(const ByteReader& file) {
+    const ByteReader in = file.in_order(file.u8(0) == 'M');
+    const TiffForm form = tiff_form(in);
     std::vector<FileFacts> pages;
+    uint64_t steps = 0;
     for (const uint64_t directory : tiff_directories(file)) {
+        steps += std::min(form.entries(in, directory), limits::kEntries);
+        if (steps > limits::kAllEntries) {
+            break;
+        }
         pages.push_back(probe_tiff_page(file, directory));
     }
     return pages;

@@ -12,8 +12,8 @@ namespace zelmor::imagework {
 // gigabytes are refused before memory is taken for them.
 void require_enough_bytes(TiffInput& input, const PageLayout& layout);
 
-// PictureError(kTooLarge) for tiles, or strips that are decoded as a whole, that take more memory than any writer asks of
-// its readers.
+// PictureError(kTooLarge) for tiles, or strips that are decoded as a whole, that take more memory than any writer asks
+// of its readers.
 void require_sensible_pieces(const PageLayout& layout, uint32_t width, uint32_t height);
 
 }  // namespace zelmor::imagework

@@ -22,8 +22,8 @@ class SourceBytes final : public ByteSource {
         if (const auto all = m_source.in_memory(); !all.empty()) {
             return ByteReader(all).piece(offset, length);
         }
-        const bool is_there = offset >= m_first && offset - m_first <= m_block.size() &&
-                              length <= m_block.size() - (offset - m_first);
+        const bool is_there =
+            offset >= m_first && offset - m_first <= m_block.size() && length <= m_block.size() - (offset - m_first);
         if (!is_there) {
             fetch(offset, length);
         }

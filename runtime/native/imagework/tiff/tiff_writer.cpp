@@ -44,10 +44,9 @@ void set_palette(TiffOutput& output, const RowsHeader& header) {
         channels[i].resize(count);
         const size_t shift = 2 - i;
         for (size_t entry = 0; entry < std::min(count, header.palette.size()); entry++) {
-            channels[i][entry] =
-                entry < header.deep_palette.size()
-                    ? static_cast<uint16_t>(header.deep_palette[entry] >> 16 * shift)
-                    : static_cast<uint16_t>((header.palette[entry] >> 8 * shift & 0xFF) * 257);
+            channels[i][entry] = entry < header.deep_palette.size()
+                                     ? static_cast<uint16_t>(header.deep_palette[entry] >> 16 * shift)
+                                     : static_cast<uint16_t>((header.palette[entry] >> 8 * shift & 0xFF) * 257);
         }
     }
     set(output, TIFFTAG_COLORMAP, channels[0].data(), channels[1].data(), channels[2].data());
@@ -108,8 +107,11 @@ uint32_t usual_rows(const RowsHeader& header, const TiffEncoding& encoding) {
 class TiffPage : public RowWriter {
  public:
     TiffPage(TiffOutput& output, const RowsHeader& header, const TiffEncoding& encoding)
-        : m_output(output), m_form(header.form), m_width(static_cast<uint32_t>(header.width)),
-          m_height(static_cast<uint32_t>(header.height)), m_separate(encoding.separate_planes && m_form.bands() > 1) {
+        : m_output(output),
+          m_form(header.form),
+          m_width(static_cast<uint32_t>(header.width)),
+          m_height(static_cast<uint32_t>(header.height)),
+          m_separate(encoding.separate_planes && m_form.bands() > 1) {
         require_writable(header, encoding);
         const TiffPhotometric photometric = written_photometric(m_form, encoding);
         m_colors.white_is_least = photometric == TiffPhotometric::kMinIsWhite;
@@ -217,7 +219,8 @@ class StripPage final : public TiffPage {
                                              : usual_rows(header, encoding)),
           m_whole(m_separate || encoding.compression == TiffCompression::kJbig) {
         set(m_output, TIFFTAG_ROWSPERSTRIP, m_rows);
-        m_planes.resize(static_cast<size_t>(planes()), std::vector<uint8_t>(packed_row(m_width) * (m_whole ? m_rows : 1)));
+        m_planes.resize(static_cast<size_t>(planes()),
+                        std::vector<uint8_t>(packed_row(m_width) * (m_whole ? m_rows : 1)));
     }
 
  private:
@@ -255,7 +258,8 @@ class StripPage final : public TiffPage {
 class TilePage final : public TiffPage {
  public:
     TilePage(TiffOutput& output, const RowsHeader& header, const TiffEncoding& encoding)
-        : TiffPage(output, header, encoding), m_tile_width(static_cast<uint32_t>(encoding.tile_width)),
+        : TiffPage(output, header, encoding),
+          m_tile_width(static_cast<uint32_t>(encoding.tile_width)),
           m_tile_height(static_cast<uint32_t>(encoding.tile_height)) {
         set(m_output, TIFFTAG_TILEWIDTH, m_tile_width);
         set(m_output, TIFFTAG_TILELENGTH, m_tile_height);

@@ -49,7 +49,8 @@ std::string wrong_compression(const PixelForm& form, const TiffEncoding& encodin
                        ? ""
                        : "WebP compression takes RGB pictures of 8 bits in one plane only";
         case C::kLerc:
-            if (encoding.big_endian && form.bits > 8) {  // libtiff compresses them with their bytes the wrong way around
+            if (encoding.big_endian &&
+                form.bits > 8) {  // libtiff compresses them with their bytes the wrong way around
                 return "LERC compression is little-endian only";
             }
             return form.bits < 8 || (form.sample == SampleType::kFloat && form.bits == 16)
@@ -107,7 +108,7 @@ std::string wrong_alpha(const PixelForm& form, const TiffEncoding& encoding) {
 
 std::string wrong_planes(const PixelForm& form, const TiffEncoding& encoding) {
     return encoding.separate_planes && is_ycbcr_jpeg(form, encoding) ? "YCbCr colors are not stored in separate planes"
-                                                                      : "";
+                                                                     : "";
 }
 
 // The size of the blocks that JPEG makes of a picture.
@@ -169,8 +170,8 @@ std::string wrong_palette(const RowsHeader& header) {
     if (header.form.color != ColorModel::kIndexed) {
         return "";
     }
-    const bool is_clear = std::any_of(header.palette.begin(), header.palette.end(),
-                                      [](Argb entry) { return entry >> 24 != 0xFF; });
+    const bool is_clear =
+        std::any_of(header.palette.begin(), header.palette.end(), [](Argb entry) { return entry >> 24 != 0xFF; });
     return is_clear ? "a TIFF palette holds no transparent colors" : "";
 }
 
@@ -179,7 +180,7 @@ std::string wrong_palette(const RowsHeader& header) {
 TiffPhotometric written_photometric(const PixelForm& form, const TiffEncoding& encoding) {
     const auto choice = [&](std::initializer_list<P> allowed) {
         return std::find(allowed.begin(), allowed.end(), encoding.photometric) != allowed.end() ? encoding.photometric
-                                                                                               : *allowed.begin();
+                                                                                                : *allowed.begin();
     };
     switch (form.color) {
         case ColorModel::kGray:

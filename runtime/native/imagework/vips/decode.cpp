@@ -92,8 +92,8 @@ std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts,
     const int pixel = static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image()));
     check_picture_size(image.width(), image.height(), pixel);
     check_memory(options, image.width(), image.height(), pixel);
-    return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)), facts,
-                    options);
+    return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)),
+                    facts, options);
 }
 
 // The number of complete rows at the top of damaged data.

@@ -61,8 +61,8 @@ PixelForm to_indices(VipsPicture& picture, const TiffEncoding& tiff, const Encod
                          picture.palette().size() <= most;
     if (!encoding.palette.empty() || !has_own) {
         picture.lose_alpha(encoding);
-        const auto palette = encoding.palette.empty() ? picture.close_palette(static_cast<int>(most), false)
-                                                      : encoding.palette;
+        const auto palette =
+            encoding.palette.empty() ? picture.close_palette(static_cast<int>(most), false) : encoding.palette;
         if (palette.size() > most) {
             unfit("the palette has " + std::to_string(palette.size()) + " colors, and " + std::to_string(bits) +
                   " bits hold " + std::to_string(most));
