@@ -95,6 +95,20 @@ def test_an_untouched_save_gives_everything_back(tmp_path: Path, form: Form) -> 
         assert result.tobytes() == samples.tobytes(), name
 
 
+@pytest.mark.parametrize("tags", [{}, {tiff.X_RESOLUTION: (2, 1), tiff.Y_RESOLUTION: (1, 1),
+                                       tiff.RESOLUTION_UNIT: (1,)}])
+def test_no_resolution_stays_none(tmp_path: Path, tags: tiff.Tags) -> None:
+    form = Form("gray", tiff.BLACK_IS_ZERO, 1, tags=tags)
+    (tmp_path / "in.tif").write_bytes(tiff.tiff_bytes(form.noise(20, 10), form))
+    image = load(tmp_path / "in.tif")
+    image.save(str(tmp_path / "out.tif"))
+    assert kept(tiff.page(tmp_path / "out.tif"), form) == kept(tiff.page(tmp_path / "in.tif"), form)
+    image.set_resolution(300.0, 150.0)
+    image.save(str(tmp_path / "set.tif"))
+    page = tiff.page(tmp_path / "set.tif")
+    assert (page.tags[tiff.X_RESOLUTION], page.number(tiff.RESOLUTION_UNIT)) == ((300, 1), 2)
+
+
 def test_associated_alpha(tmp_path: Path) -> None:
     form = Form("associated", tiff.RGB, 4, extra=1)
     samples = form.noise(37, 29)

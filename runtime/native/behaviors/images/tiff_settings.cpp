@@ -301,7 +301,7 @@ void fill_tiff_options(ManagedObject& options, const TiffEncoding& tiff) {
     if (tiff.compression == TiffCompression::kFax3) {
         set_property(options, "FaxT4Options", int64_t{tiff.fax3_options & 5});
     }
-    if (tiff.unit != TiffUnit::kInch) {
+    if (tiff.unit == TiffUnit::kCentimeter || tiff.resolution) {
         set_property(options, "ResolutionUnit", static_cast<TiffResolutionUnits>(tiff.unit));
     }
     const size_t samples = samples_of(tiff.color);

@@ -206,7 +206,9 @@ TiffEncoding encoding_of(const ByteReader& in, TiffForm form, const TiffTags& ta
         encoding.rows_per_strip = static_cast<int>(std::min(tags.rows_per_strip.number(in, height), height));
     }
     const uint64_t unit = tags.resolution_unit.number(in, static_cast<uint64_t>(TiffUnit::kInch));
-    encoding.unit = unit >= 1 && unit <= 3 ? static_cast<TiffUnit>(unit) : TiffUnit::kInch;
+    encoding.unit = !tags.x_resolution.there() ? TiffUnit::kNone
+                    : unit >= 1 && unit <= 3   ? static_cast<TiffUnit>(unit)
+                                               : TiffUnit::kInch;
     const Resolution resolution{tags.x_resolution.fraction(in), tags.y_resolution.fraction(in)};
     if (encoding.unit == TiffUnit::kNone && resolution.horizontal > 0 && resolution.vertical > 0) {
         encoding.resolution = resolution;

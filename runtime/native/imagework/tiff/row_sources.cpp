@@ -275,6 +275,9 @@ class ConvertedRows final : public RowSource {
     ConvertedRows& operator=(const ConvertedRows&) = delete;
 
     void read(uint32_t y, uint8_t* row) override {
+        if (y < m_lost) {
+            throw PictureError(Failure::kDamaged, "the rest of the rows are lost");
+        }
         if (y < m_first || y >= m_first + m_count) {
             fetch(y);
         }
@@ -308,6 +311,7 @@ class ConvertedRows final : public RowSource {
             });
         } catch (const PictureError&) {
             m_count = 0;
+            m_lost = y + static_cast<uint32_t>(rows);
             throw;
         }
     }
@@ -317,6 +321,7 @@ class ConvertedRows final : public RowSource {
     std::vector<uint32_t> m_raster;
     uint32_t m_first = 0;
     uint32_t m_count = 0;
+    uint32_t m_lost = 0;  // the end of the rows that could not be converted
 };
 
 }  // namespace

@@ -121,6 +121,15 @@ void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& pict
     if (tiff.without_profile) {
         header.profile.reset();
     }
+    // A file that tells no dots per inch stays so until the picture is given some.
+    if (tiff.of_file && tiff.unit == TiffUnit::kNone) {
+        if (header.resolution == kDefaultResolution) {
+            header.resolution.reset();
+        } else {
+            settings.unit = TiffUnit::kInch;
+            settings.resolution.reset();
+        }
+    }
     const auto page = file.add_page(header, tiff.of_file ? fitted(header, settings) : settings);
     write_rows(picture, *page);
     page->finish();
