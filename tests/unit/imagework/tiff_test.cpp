@@ -10,6 +10,7 @@
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "runtime/native/imagework/tiff/half.h"
+#include "runtime/native/imagework/tiff/tiff_pages.h"
 #include "runtime/native/imagework/tiff/tiff_reader.h"
 #include "runtime/native/imagework/tiff/tiff_writer.h"
 #include "runtime/native/imagework/tiff/writable_forms.h"
@@ -402,6 +403,23 @@ class VectorBytes final : public ByteSource {
     const Bytes& m_bytes;
 };
 
+// Knows how much of it was read.
+class CountingSource final : public DataSource {
+ public:
+    explicit CountingSource(const Bytes& bytes) : m_bytes(bytes) {}
+    uint64_t size() const override { return m_bytes.size(); }
+    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
+        const auto piece = ByteReader(m_bytes).piece(offset, out.size());
+        std::copy(piece.begin(), piece.end(), out.begin());
+        read += piece.size();
+        return piece.size();
+    }
+    mutable uint64_t read = 0;
+
+ private:
+    const Bytes& m_bytes;
+};
+
 TEST(TiffPagesTest, PagesOfDifferentForms) {
     for (const bool big_tiff : {false, true}) {
         for (const bool big_endian : {false, true}) {
@@ -436,6 +454,28 @@ TEST(TiffPagesTest, PagesOfDifferentForms) {
     }
 }
 
+TEST(TiffPagesTest, AFileIsASourceOfFrames) {
+    TiffFile file(false, true);
+    for (int32_t i = 1; i <= 3; i++) {
+        const Sample picture = sample({ColorModel::kGray, S::kUint16, 16}, 10 * i, 5);
+        const auto page = file.add_page(picture.header, {});
+        page->write(5, picture.rows);
+        page->finish();
+    }
+    const Bytes bytes = bytes_of(file.finish());
+    const SharedFrames frames = open_tiff(std::make_shared<CountingSource>(bytes), {});
+    ASSERT_EQ(frames->count(), 3U);
+    for (const size_t i : {2, 0, 1}) {
+        const auto width = static_cast<int32_t>(10 * (i + 1));
+        EXPECT_EQ(frames->header(i).facts.width, width);
+        EXPECT_EQ(frames->header(i).area, (Rect{0, 0, width, 5}));
+        EXPECT_EQ(frames->open(i)->header().width, width);
+    }
+    Bytes none = bytes;
+    std::fill(none.begin() + 4, none.begin() + 8, uint8_t{0});
+    EXPECT_EQ(failure_of([&] { open_tiff(memory_source(none), {}); }).kind(), Failure::kDamaged);
+}
+
 TEST(TiffPagesTest, SixtyThousandPagesCostTheirHeaders) {
     constexpr size_t kPages = 60000;
     TiffFile file(false, false);
@@ -456,23 +496,6 @@ TEST(TiffPagesTest, SixtyThousandPagesCostTheirHeaders) {
         EXPECT_EQ(read_page(source, directories[i]).rows[0], i % 251);
     }
 }
-
-// Knows how much of it was read.
-class CountingSource final : public DataSource {
- public:
-    explicit CountingSource(const Bytes& bytes) : m_bytes(bytes) {}
-    uint64_t size() const override { return m_bytes.size(); }
-    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
-        const auto piece = ByteReader(m_bytes).piece(offset, out.size());
-        std::copy(piece.begin(), piece.end(), out.begin());
-        read += piece.size();
-        return piece.size();
-    }
-    mutable uint64_t read = 0;
-
- private:
-    const Bytes& m_bytes;
-};
 
 TEST(TiffPagesTest, ALatePageCostsItsOwnBytes) {
     TiffFile file(false, false);
