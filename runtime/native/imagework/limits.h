@@ -32,6 +32,10 @@ constexpr uint64_t kBitsOfSample = 64;
 constexpr uint64_t kSamplesOfPixel = 64;
 // Pixels to a side of a tile.
 constexpr uint64_t kTileSide = uint64_t{1} << 15;
+// Bytes of one tile, or of a strip that is decoded as a whole, before and after it is decoded.
+constexpr uint64_t kTileBytes = 256 * kMebibyte;
+// Bytes that a codec's library may ask for at once, besides what is no larger than the file itself.
+constexpr uint64_t kCodecBytes = 256 * kMebibyte;
 
 // --- Finding the header and the end of a picture in a file ----------------------------------------------------------
 

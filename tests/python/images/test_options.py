@@ -326,13 +326,6 @@ def test_tiff_expected_formats(tmp_path: Path, expected: TiffExpectedFormat, com
         assert worst(pixels(image, tmp_path), few_colors()) == 0
 
 
-@pytest.mark.parametrize("expected", [TiffExpectedFormat.TIFF_LZW_CMYKA, TiffExpectedFormat.TIFF_CCITT_FAX3,
-                                      TiffExpectedFormat.TIFF_CCIT_RLE])
-def test_tiff_formats_that_are_refused(tmp_path: Path, expected: TiffExpectedFormat) -> None:
-    with managed_error("NotSupportedException", "TiffOptions."):
-        saved(tmp_path, TiffOptions(expected))
-
-
 def test_tiff_settings(tmp_path: Path) -> None:
     options = TiffOptions(TiffExpectedFormat.TIFF_LZW_RGB)
     assert options.byte_order == TiffByteOrder.LITTLE_ENDIAN

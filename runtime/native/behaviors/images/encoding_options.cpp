@@ -23,6 +23,9 @@ bool is_indexed(const Encoding& encoding) {
     if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) {
         return bmp->bits_per_pixel <= 8;
     }
+    if (const auto* tiff = std::get_if<TiffEncoding>(&encoding.format)) {
+        return tiff->color == TiffColor::kIndexed && !tiff->of_file;
+    }
     return std::holds_alternative<GifEncoding>(encoding.format);
 }
 

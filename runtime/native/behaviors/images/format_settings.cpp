@@ -6,8 +6,8 @@
 
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/format_enumerations.h"
-#include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/behaviors/images/option_checks.h"
+#include "runtime/native/behaviors/images/tiff_settings.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -75,68 +75,6 @@ PngEncoding png(const ManagedObject& options) {
     return result;
 }
 
-TiffColor tiff_color(const ManagedObject& options, int& depth) {
-    const auto bits = numbers_of(options, "BitsPerSample");
-    if (!bits || bits->empty()) {
-        return TiffColor::kAuto;
-    }
-    depth = static_cast<int>(bits->front());
-    const bool alike = std::all_of(bits->begin(), bits->end(), [&](int64_t value) { return value == bits->front(); });
-    if (!alike || (depth != 1 && depth != 8 && depth != 16)) {
-        throw_not_supported("Any form of " + member_name(options, "BitsPerSample") + " but 1, 8 or 16 for each sample");
-    }
-    const auto photometric = property_enum<TiffPhotometrics>(options, "Photometric");
-    const size_t samples = bits->size();
-    if (photometric == TiffPhotometrics::kMinIsWhite || photometric == TiffPhotometrics::kMinIsBlack) {
-        if (samples == 1) {
-            return depth == 1 ? TiffColor::kBilevel : TiffColor::kGray;
-        }
-    } else if (photometric == TiffPhotometrics::kRgb && depth > 1) {
-        if (samples == 3) {
-            return TiffColor::kRgb;
-        }
-        if (samples == 4) {
-            return TiffColor::kRgba;
-        }
-    } else if (photometric == TiffPhotometrics::kYcbcr && depth == 8 && samples == 3 &&
-               property_enum<TiffCompressions>(options, "Compression") == TiffCompressions::kJpeg) {
-        return TiffColor::kRgb;  // how JPEG keeps the colors inside the file
-    } else if (photometric == TiffPhotometrics::kSeparated && depth == 8 && samples == 4) {
-        return TiffColor::kCmyk;
-    }
-    throw_not_supported("The value " + std::to_string(number_of(photometric)) + " of " +
-                        member_name(options, "Photometric") + " with " + std::to_string(samples) + " samples of " +
-                        std::to_string(depth) + " bits in " + member_name(options, "BitsPerSample") +
-                        " and this compression");
-}
-
-TiffEncoding tiff(const ManagedObject& options) {
-    // The texts and other tags go into the file with the metadata.
-    const auto photometric = property_enum<TiffPhotometrics>(options, "Photometric");
-    TiffEncoding result;
-    result.premultiplied = property_bool(options, "PremultiplyComponents");
-    result.compression = supported(options, "Compression", kTiffCompressions);
-    result.color = tiff_color(options, result.bit_depth);
-    result.rgb_jpeg = photometric == TiffPhotometrics::kRgb;
-    result.quality = setting(options, "CompressedQuality");
-    result.predictor = supported(options, "Predictor", kTiffPredictors);
-    result.min_is_white = result.color != TiffColor::kAuto && photometric == TiffPhotometrics::kMinIsWhite;
-    result.big_tiff = file_format_of_options(options) == FileFormat::kBigTiff;
-    result.big_endian = property_enum<TiffByteOrder>(options, "ByteOrder") == TiffByteOrder::kBigEndian;
-    const int64_t tile_width = property_int(options, "TileWidth");
-    const int64_t tile_height = property_int(options, "TileLength");
-    if (tile_width != 0 || tile_height != 0) {
-        if (tile_width <= 0 || tile_height <= 0 || tile_width % 16 != 0 || tile_height % 16 != 0 ||
-            tile_width > 1 << 15 || tile_height > 1 << 15) {
-            throw_out_of_range("TileWidth", "The tile size " + size_text(tile_width, tile_height) +
-                                                " is not of multiples of 16 up to 32768.");
-        }
-        result.tile_width = static_cast<int>(tile_width);
-        result.tile_height = static_cast<int>(tile_height);
-    }
-    return result;
-}
-
 WebpEncoding webp(const ManagedObject& options) {
     WebpEncoding result;
     if (const int loops = setting(options, "AnimLoopCount")) {
@@ -163,7 +101,7 @@ FormatEncoding settings_of_options(const ManagedObject& options) {
         case Format::kPng:
             return png(options);
         case Format::kTiff:
-            return tiff(options);
+            return tiff_settings(options);
         case Format::kWebp:
             return webp(options);
         case Format::kUnknown:

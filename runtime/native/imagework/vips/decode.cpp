@@ -10,7 +10,10 @@
 #include "runtime/native/imagework/codecs/bmp_codec.h"
 #include "runtime/native/imagework/codecs/lost_pixels.h"
 #include "runtime/native/imagework/codecs/png_repair.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/probe/probe.h"
+#include "runtime/native/imagework/tiff/tiff_pages.h"
+#include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
@@ -26,8 +29,6 @@ const char* loader_of(Format format) {
             return "jpegload_buffer";
         case Format::kPng:
             return "pngload_buffer";
-        case Format::kTiff:
-            return "tiffload_buffer";
         case Format::kWebp:
             return "webpload_buffer";
         default:
@@ -226,18 +227,61 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const File
     });
 }
 
-// Pages of their own size each.
-std::vector<Frame> tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options, VipsFailOn fail_on) {
-    const std::vector<FileFacts> facts = probe_pages(data);
-    int64_t pixels = 0;
-    for (const FileFacts& page : facts) {
-        pixels = std::min(pixels + page.width * page.height, int64_t{1} << 61);
-        check_memory(options, pixels, 1, 1);
+// Bytes that stay where they are for as long as the call takes.
+class BorrowedBytes final : public DataSource {
+ public:
+    explicit BorrowedBytes(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+    uint64_t size() const override { return m_bytes.size(); }
+    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
+        const auto piece = ByteReader(m_bytes).piece(offset, out.size());
+        std::copy(piece.begin(), piece.end(), out.begin());
+        return piece.size();
+    }
+    std::span<const uint8_t> in_memory() const override { return m_bytes; }
+
+ private:
+    std::span<const uint8_t> m_bytes;
+};
+
+// The failure of a reader, with the words that the format's other failures have.
+[[noreturn]] void throw_damaged(Format format, const PictureError& error, const DecodeOptions& options) {
+    if (error.kind() != Failure::kDamaged) {
+        throw error;
+    }
+    const char* what = options.recovery == Recovery::kNone ? "is damaged or incomplete" : "has no complete row";
+    throw PictureError(Failure::kDamaged, label(format, what) + ": " + error.what());
+}
+
+std::unique_ptr<Picture> decode_tiff_page(const FrameSource& pages, size_t page, const DecodeOptions& options) {
+    try {
+        const auto reader = pages.open(page);
+        const RowsHeader& header = reader->header();
+        const int pixel = static_cast<int>(header.form.pixel_size());
+        check_picture_size(header.width, header.height, pixel);
+        check_memory(options, header.width, header.height, pixel);
+        const int count = static_cast<int>(std::min<size_t>(pages.count(), INT32_MAX));
+        return finished(read_picture(*reader, options, count), {}, options);
+    } catch (const PictureError& error) {
+        throw_damaged(Format::kTiff, error, options);
+    }
+}
+
+SharedFrames tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options) {
+    return open_tiff(std::make_shared<BorrowedBytes>(data), options);
+}
+
+// All pages together are held against the limit of memory before the first is decoded.
+std::vector<Frame> decode_tiff_pages(const FrameSource& pages, const DecodeOptions& options) {
+    int64_t bytes = 0;
+    for (size_t page = 0; page < pages.count(); page++) {
+        const FileFacts facts = pages.header(page).facts;
+        const int64_t pixel = std::max(1, facts.bits_per_pixel / 8);
+        bytes = std::min(bytes + std::min(facts.width * facts.height, int64_t{1} << 57) * pixel, int64_t{1} << 61);
+        check_memory(options, bytes, 1, 1);
     }
     std::vector<Frame> frames;
-    for (size_t page = 0; page < facts.size(); page++) {
-        const VImage image = opened(data, Format::kTiff, fail_on, static_cast<int>(page));
-        frames.push_back({picture_of(image, facts[page], options), 0});
+    for (size_t page = 0; page < pages.count(); page++) {
+        frames.push_back({decode_tiff_page(pages, page, options), 0});
     }
     return frames;
 }
@@ -304,7 +348,7 @@ std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOpti
     const std::string what = label(facts.format, "is damaged or incomplete");
     return guarded(Failure::kDamaged, what.c_str(), [&] {
         if (facts.format == Format::kTiff) {
-            return tiff_pages(data, options, fail_on);
+            return decode_tiff_pages(*tiff_pages(data, options), options);
         }
         if (facts.format == Format::kPng && facts.is_apng) {
             return apng_frames(data, facts, options, fail_on);
@@ -322,7 +366,13 @@ std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptio
     settle_after_fork();
     FileFacts facts = probe(data);
     require_decodable(facts, options);
-    return facts.format == Format::kBmp ? decode_raster(data, facts, options) : decode_with_vips(data, facts, options);
+    if (facts.format == Format::kBmp) {
+        return decode_raster(data, facts, options);
+    }
+    if (facts.format == Format::kTiff) {
+        return decode_tiff_page(*tiff_pages(data, options), 0, options);
+    }
+    return decode_with_vips(data, facts, options);
 }
 
 }  // namespace zelmor::imagework
