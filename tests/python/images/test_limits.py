@@ -55,10 +55,11 @@ def test_the_limit_of_the_process(tmp_path: Path) -> None:
     decode(path)
 
 
-def test_a_negative_limit_is_refused(tmp_path: Path) -> None:
-    path = write(tmp_path / "a.png", PIXELS)
-    with managed_error("ArgumentOutOfRangeException", "buffer_size_hint", "-1"):
-        decode(path, -1)
+def test_a_negative_limit_is_refused() -> None:
+    options = LoadOptions()
+    with managed_error("ArgumentOutOfRangeException", "LoadOptions.BufferSizeHint", "-1"):
+        options.buffer_size_hint = -1
+    assert options.buffer_size_hint == 0
 
 
 def test_all_frames_count(tmp_path: Path) -> None:

@@ -70,7 +70,7 @@ std::string title_of(const ImageObject& page) {
 std::vector<size_t> titled_pages(ImageObject& image, const ManagedObject& options) {
     const Value& titles = property(options, "PageTitles");
     if (is_null(titles)) {
-        return every_page(image);
+        throw_argument("The mode of titles needs MultiPageOptions.PageTitles. (Parameter 'PageTitles')");
     }
     const auto& list = cast_object<ManagedList>(*std::get<Ref<ManagedObject>>(titles));
     std::vector<size_t> result;

@@ -25,6 +25,7 @@ using namespace imagework;
 
 namespace {
 
+using api::FileFormats::Tiff::Enums::Group3Options;
 using api::FileFormats::Tiff::Enums::TiffAlphaStorage;
 using api::FileFormats::Tiff::Enums::TiffFillOrders;
 using api::FileFormats::Tiff::Enums::TiffPlanarConfigs;
@@ -128,8 +129,9 @@ void take_colors(const ManagedObject& options, TiffEncoding& tiff) {
     tiff.photometric = photometric;
     tiff.color = color_of(photometric, samples, tiff.bit_depth == 0 ? 8 : tiff.bit_depth);
     if (tiff.color == TiffColor::kAuto) {
-        throw_not_supported("TiffOptions.Photometric " + std::to_string(static_cast<int>(photometric)) + " with " +
-                            std::to_string(samples) + " samples of " + std::to_string(tiff.bit_depth) + " bits");
+        throw_not_supported("The value " + std::to_string(static_cast<int>(photometric)) + " of " +
+                            member_name(options, "Photometric") + " with " + std::to_string(samples) + " samples of " +
+                            std::to_string(tiff.bit_depth) + " bits in " + member_name(options, "BitsPerSample"));
     }
 }
 
@@ -139,6 +141,13 @@ void take_numbers(const ManagedObject& options, TiffEncoding& tiff) {
                       {number_of(TiffSampleFormats::kUint), number_of(TiffSampleFormats::kInt),
                        number_of(TiffSampleFormats::kIeeeFp)},
                       "UINT, INT or IEEE_FP"));
+    const size_t formats = numbers_of(options, "SampleFormat").value_or(std::vector<int64_t>{}).size();
+    const size_t samples = numbers_of(options, "BitsPerSample").value_or(std::vector<int64_t>{}).size();
+    if (formats != 0 && samples != 0 && formats != samples) {
+        throw_not_supported("A " + member_name(options, "SampleFormat") + " for " + std::to_string(formats) +
+                            " samples beside a " + member_name(options, "BitsPerSample") + " for " +
+                            std::to_string(samples));
+    }
     const int depth = tiff.bit_depth;
     const bool fits = format == TiffSampleFormats::kInt      ? depth == 8 || depth == 16 || depth == 32
                       : format == TiffSampleFormats::kIeeeFp ? depth == 16 || depth == 32 || depth == 64
@@ -174,8 +183,21 @@ void take_subsampling(const ManagedObject& options, TiffEncoding& tiff) {
     if (factors->size() != 2 || !fits((*factors)[0]) || !fits((*factors)[1])) {
         throw_not_supported("Any form of " + member_name(options, "YCbCrSubsampling") + " but two of 1, 2 and 4");
     }
+    constexpr int64_t kMostOfJpeg = 8;  // which counts ten samples of all colors together
+    if ((*factors)[0] * (*factors)[1] > kMostOfJpeg) {
+        throw_not_supported("The value 4 for both directions of " + member_name(options, "YCbCrSubsampling"));
+    }
     tiff.horizontal_subsampling = static_cast<int>((*factors)[0]);
     tiff.vertical_subsampling = static_cast<int>((*factors)[1]);
+}
+
+void take_fax_options(const ManagedObject& options, TiffEncoding& tiff) {
+    const auto wanted = property_int(options, "FaxT4Options");
+    constexpr int64_t kKnown = number_of(Group3Options::kEncoding2d) | number_of(Group3Options::kFillBits);
+    if ((wanted & ~kKnown) != 0) {
+        throw_not_supported("The value " + std::to_string(wanted) + " of " + member_name(options, "FaxT4Options"));
+    }
+    tiff.fax3_options = static_cast<uint32_t>(wanted);
 }
 
 void take_tiles(const ManagedObject& options, TiffEncoding& tiff) {
@@ -264,7 +286,7 @@ TiffEncoding tiff_settings(const ManagedObject& options) {
     tiff.quality = static_cast<int>(property_int(options, "CompressedQuality"));
     tiff.predictor = is_second(options, "Predictor", TiffPredictor::kHorizontal) ? TiffDifferencing::kHorizontal
                                                                                  : TiffDifferencing::kNone;
-    tiff.fax3_options = static_cast<uint32_t>(property_int(options, "FaxT4Options"));
+    take_fax_options(options, tiff);
     tiff.big_tiff = file_format_of_options(options) == FileFormat::kBigTiff;
     tiff.big_endian = property_enum<TiffByteOrder>(options, "ByteOrder") == TiffByteOrder::kBigEndian;
     tiff.lowest_bit_first = is_second(options, "FillOrder", TiffFillOrders::kLsb2Msb);
