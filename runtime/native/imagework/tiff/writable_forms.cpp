@@ -45,9 +45,10 @@ std::string wrong_compression(const PixelForm& form, const TiffEncoding& encodin
                        ? ""
                        : "JPEG compression takes gray, RGB and CMYK pictures of 8 bits without alpha only";
         case C::kWebp:
-            return has_bytes(form) && form.color == ColorModel::kRgb && !encoding.separate_planes
+            // With alpha it does not keep the colors of clear pixels.
+            return has_bytes(form) && form.color == ColorModel::kRgb && !form.alpha && !encoding.separate_planes
                        ? ""
-                       : "WebP compression takes RGB pictures of 8 bits in one plane only";
+                       : "WebP compression takes RGB pictures of 8 bits without alpha in one plane only";
         case C::kLerc:
             if (encoding.big_endian &&
                 form.bits > 8) {  // libtiff compresses them with their bytes the wrong way around
