@@ -45,7 +45,7 @@ class Picture {
     virtual ProfileBytes profile() const = 0;           // that its numbers belong to; null stands for sRGB
     // Gives the numbers another meaning; none of them changes. One for another color model counts as none.
     virtual void set_profile(ProfileBytes profile) = 0;
-    virtual bool has_alpha() const = 0;                 // a band of the form, or transparent colors of the palette
+    virtual bool has_alpha() const = 0;  // a band of the form, or transparent colors of the palette
     virtual bool is_gray() const = 0;
     virtual int frame_count() const = 0;  // of the file it came from; the picture is the first of them
     virtual Resolution resolution() const = 0;
@@ -83,6 +83,9 @@ class Picture {
     virtual void replace_area(const Rect& area, Argb color) = 0;
     // Lays another picture over this one, its corner at (x, y); its parts outside are cut.
     virtual void draw(const Picture& other, int32_t x, int32_t y) = 0;
+    // Lays a drawing over the area in the picture's own depth. The drawing was made twice, over opaque black and over
+    // opaque white, which tells how much of the picture shows through each of its pixels.
+    virtual void blend(const Rect& area, std::span<const Argb> on_black, std::span<const Argb> on_white) = 0;
     // Turns clockwise by quarters, then mirrors.
     virtual void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) = 0;
     // Turns clockwise around the center; `grow` enlarges the canvas until it holds the turned picture.

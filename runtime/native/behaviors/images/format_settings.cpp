@@ -70,8 +70,7 @@ GifEncoding gif(const ManagedObject& options) {
 }
 
 JpegEncoding jpeg(const ManagedObject& options) {
-    require_unset(options, {"Jfif", "RdOptSettings", "RgbColorProfile", "CmykColorProfile", "JpegLsPreset",
-                            "HorizontalSampling", "VerticalSampling"});
+    require_unset(options, {"Jfif", "RdOptSettings", "JpegLsPreset", "HorizontalSampling", "VerticalSampling"});
     require_value(options, "BitsPerChannel", 8);
     require_value(options, "JpegLsAllowedLossyError", 0);
     require_value(options, "ResolutionUnit", number_of(api::ResolutionUnit::kInch));

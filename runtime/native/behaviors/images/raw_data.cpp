@@ -1,7 +1,11 @@
 // Members that read and write raw data: areas of an image in the layout of a PixelDataFormat, line by line.
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/number_lists.h"
@@ -134,14 +138,37 @@ size_t line_size_for(const RawFormat& format, int32_t width) {
     return static_cast<size_t>(format.line_size);
 }
 
-// Memory that is not set to zeros first: all of it is written.
+// Memory that is not set to zeros first: all of it is written. Large blocks ask for large pages, since the first touch
+// of so many small ones takes longer than filling them.
 struct RawBlock {
-    explicit RawBlock(size_t count) : bytes(new std::byte[count]), size(count) {}
+    explicit RawBlock(size_t count) : bytes(allocated(count)), size(count) {}
     std::span<std::byte> line(size_t index, size_t line_size) const {
         return {bytes.get() + index * line_size, line_size};
     }
-    std::unique_ptr<std::byte[]> bytes;
+    struct Free {
+        void operator()(void* memory) const { std::free(memory); }
+    };
+    std::unique_ptr<std::byte[], Free> bytes;
     size_t size;
+
+ private:
+    static std::byte* allocated(size_t count) {
+        constexpr size_t kLargePage = size_t{2} << 20;
+        void* memory = nullptr;
+        if (count < kLargePage) {
+            memory = std::malloc(std::max<size_t>(1, count));
+        } else {
+            const size_t whole = (count + kLargePage - 1) / kLargePage * kLargePage;
+            memory = std::aligned_alloc(kLargePage, whole);
+            if (memory != nullptr) {
+                ::madvise(memory, whole, MADV_HUGEPAGE);  // a wish; a system without such pages does as always
+            }
+        }
+        if (memory == nullptr) {
+            throw std::bad_alloc();
+        }
+        return static_cast<std::byte*>(memory);
+    }
 };
 
 // As many lines as are worth a call of the image library and fit the processor's cache.
@@ -151,8 +178,7 @@ int32_t lines_at_once(int32_t width) {
 }
 
 // Inks with 16 bits each.
-void widen_inks(const imagework::PixelForm& form, const std::vector<uint8_t>& samples, size_t channels,
-                uint16_t* out) {
+void widen_inks(const imagework::PixelForm& form, const std::vector<uint8_t>& samples, size_t channels, uint16_t* out) {
     const auto bands = static_cast<size_t>(form.bands());
     const size_t pixels = samples.size() / form.pixel_size();
     for (size_t i = 0; i < pixels; i++) {
@@ -176,8 +202,8 @@ bool has_inks(const imagework::PixelForm& form) {
 }
 
 // The channels of some lines.
-void read_channels(const ImageObject& self, const Rect& area, const RawFormat& format,
-                   imagework::PaletteSearch& search, std::vector<uint16_t>& channels) {
+void read_channels(const ImageObject& self, const Rect& area, const RawFormat& format, imagework::PaletteSearch& search,
+                   std::vector<uint16_t>& channels) {
     const imagework::Picture& picture = self.picture();
     const size_t count = static_cast<size_t>(area.width) * static_cast<size_t>(area.height);
     channels.resize(count * channels_of(format));

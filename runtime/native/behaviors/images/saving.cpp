@@ -80,6 +80,7 @@ std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
 }
 
 EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
+    image.put_drawings();
     std::vector<Page> pages = requested_pages(image, request);
     if (request.bounds != nullptr) {
         for (Page& page : pages) {

@@ -82,6 +82,15 @@ Profile embedded(const ProfileBytes& bytes, ColorModel model) {
     return profile;
 }
 
+Profile output_profile(const ProfileBytes& bytes, ColorModel model) {
+    Profile profile = embedded(bytes, model);
+    if (profile != nullptr && !cmsIsMatrixShaper(profile.get()) && model != ColorModel::kGray &&
+        !cmsIsIntentSupported(profile.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_OUTPUT)) {
+        return nullptr;
+    }
+    return profile;
+}
+
 // Gray whose steps are those of sRGB's equal amounts of red, green and blue.
 Profile gray_profile() {
     constexpr double kCurve[] = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
@@ -168,9 +177,9 @@ Sample rounded(double value) {
     if constexpr (std::is_floating_point_v<Sample>) {
         return static_cast<Sample>(value);
     } else {
-        return value > 0 ? value < sample_top<Sample>() ? static_cast<Sample>(value + 0.5)
-                                                        : static_cast<Sample>(~uint64_t{0})
-                         : Sample{0};
+        return value > 0
+                   ? value < sample_top<Sample>() ? static_cast<Sample>(value + 0.5) : static_cast<Sample>(~uint64_t{0})
+                   : Sample{0};
     }
 }
 
@@ -242,8 +251,9 @@ struct ColorConversion::State {
                                 rounded<Out>(out.color == ColorModel::kLab ? value : std::clamp(value, 0.0, top));
                         }
                         if (out.alpha) {
-                            target[i * out_bands + out_colors] =
-                                in.alpha ? sample_as<Out>(source[i * in_bands + in_colors]) : sample_as<Out>(uint8_t{255});
+                            target[i * out_bands + out_colors] = in.alpha
+                                                                     ? sample_as<Out>(source[i * in_bands + in_colors])
+                                                                     : sample_as<Out>(uint8_t{255});
                         }
                     }
                     source += now * in_bands;
@@ -261,12 +271,7 @@ ColorConversion::ColorConversion(const ColorSpace& from, const ColorSpace& to) :
     if (m_state->input == nullptr) {
         m_state->input = standard_profile(from.model);
     }
-    m_state->output = embedded(to.profile, to.model);
-    // A press profile may know only the way from its inks.
-    if (m_state->output != nullptr &&
-        !cmsIsIntentSupported(m_state->output.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_OUTPUT)) {
-        m_state->output = nullptr;
-    }
+    m_state->output = output_profile(to.profile, to.model);
     if (m_state->output == nullptr) {
         m_state->output = standard_profile(to.model);
     }
@@ -340,13 +345,16 @@ const ColorConversion& standard_conversion(ColorModel from, ColorModel to) {
 }
 
 ProfileBytes standard_cmyk_profile() {
-    static const auto& profile =
-        *new ProfileBytes(std::make_shared<const std::vector<uint8_t>>(own_profile("cmyk")));
+    static const auto& profile = *new ProfileBytes(std::make_shared<const std::vector<uint8_t>>(own_profile("cmyk")));
     return profile;
 }
 
 bool is_profile_of(const ProfileBytes& profile, ColorModel model) {
     return embedded(profile, model) != nullptr;
+}
+
+bool is_output_profile_of(const ProfileBytes& profile, ColorModel model) {
+    return output_profile(profile, model) != nullptr;
 }
 
 namespace {

@@ -83,6 +83,9 @@ std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const Fi
     if (!facts.palette.empty() && picture->form().color != ColorModel::kIndexed && picture->has_only(facts.palette)) {
         picture->reduce(facts.palette, false);
     }
+    if (facts.bits_per_pixel == 1 || facts.bits_per_pixel == 2 || facts.bits_per_pixel == 4) {
+        picture->narrow_to(facts.bits_per_pixel);
+    }
     picture->apply_profiles(options);
     return picture;
 }
@@ -91,8 +94,8 @@ std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts,
     const int pixel = static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image()));
     check_picture_size(image.width(), image.height(), pixel);
     check_memory(options, image.width(), image.height(), pixel);
-    return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)), facts,
-                    options);
+    return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)),
+                    facts, options);
 }
 
 // The number of complete rows at the top of damaged data.

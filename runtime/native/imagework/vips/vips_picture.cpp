@@ -208,7 +208,7 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
         row.resize(width * rgb.pixel_size());
     } else if (m_palette != nullptr) {
         for (size_t i = 0; i < m_palette->colors.size(); i++) {
-            table[i] = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+            table[i] = !kWide                    ? static_cast<Word>(m_palette->colors[i])
                        : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
                                                  : static_cast<Word>(m_palette->deep[i]);
         }
@@ -275,7 +275,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
         std::unordered_map<Word, uint8_t> known;
         const Word opaque = kWide ? static_cast<Word>(uint64_t{0xFFFF} << 48) : static_cast<Word>(kBlack);
         for (size_t i = 0; i < m_palette->colors.size(); i++) {
-            const Word color = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+            const Word color = !kWide                    ? static_cast<Word>(m_palette->colors[i])
                                : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
                                                          : static_cast<Word>(m_palette->deep[i]);
             known.emplace(alpha ? color : color | opaque, static_cast<uint8_t>(i));
@@ -344,9 +344,9 @@ void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<con
         const auto row = samples.subspan(row_size * static_cast<size_t>(y), needed);
         const uint8_t most = *std::max_element(row.begin(), row.end());
         if (most >= m_palette->colors.size()) {
-            throw PictureError(Failure::kArgument, "The data has the index " + std::to_string(most) +
-                                                       ", the palette " + std::to_string(m_palette->colors.size()) +
-                                                       " colors.",
+            throw PictureError(Failure::kArgument,
+                               "The data has the index " + std::to_string(most) + ", the palette " +
+                                   std::to_string(m_palette->colors.size()) + " colors.",
                                "data");
         }
     }
