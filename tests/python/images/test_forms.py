@@ -206,7 +206,9 @@ def test_colors_of_the_palette_keep_it(tmp_path: Path) -> None:
     image.set_pixel(0, 0, color)
     Graphics(image).draw_line(Pen(color, 1), 0, 10, 30, 10)
     assert image.use_palette
-    assert image.palette.entries_count == 16
+    palette = image.palette
+    assert palette is not None
+    assert palette.entries_count == 16
     image.set_pixel(0, 0, Color.from_argb(255, 1, 2, 3))
     assert not image.use_palette
     assert image.bits_per_pixel == 24

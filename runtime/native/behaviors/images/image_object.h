@@ -64,7 +64,9 @@ class ImageObject final : public ImageBase {
     void change(Step&& step) {
         put_drawings();
         if (frame_count() == 1) {
-            return step(picture());
+            std::unique_ptr<imagework::Picture> changed = picture().copy();
+            step(*changed);
+            return set_picture(std::move(changed));
         }
         std::vector<std::unique_ptr<imagework::Picture>> changed;
         for (const Ref<ImageObject>& frame : frames()) {

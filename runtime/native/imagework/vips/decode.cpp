@@ -292,6 +292,7 @@ std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOpti
 
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();
+    vips_error_clear();  // of what another picture was warned about
     FileFacts facts = probe(data);
     require_decodable(facts, options);
     return facts.format == Format::kBmp ? decode_raster(data, facts, options) : decode_with_vips(data, facts, options);
