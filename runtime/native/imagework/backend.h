@@ -83,6 +83,9 @@ class Picture {
     virtual void replace_area(const Rect& area, Argb color) = 0;
     // Lays another picture over this one, its corner at (x, y); its parts outside are cut.
     virtual void draw(const Picture& other, int32_t x, int32_t y) = 0;
+    // Lays a drawing over the area in the picture's own depth. The drawing was made twice, over opaque black and over
+    // opaque white, which tells how much of the picture shows through each of its pixels.
+    virtual void blend(const Rect& area, std::span<const Argb> on_black, std::span<const Argb> on_white) = 0;
     // Turns clockwise by quarters, then mirrors.
     virtual void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) = 0;
     // Turns clockwise around the center; `grow` enlarges the canvas until it holds the turned picture.

@@ -216,6 +216,10 @@ struct Encoding {
     std::optional<Argb> flatten = {};            // stands behind the picture even where the target has alpha
     std::vector<Argb> palette = {};              // of an indexed form; empty: the colors that suit the picture best
     bool diffuse = false;                        // spreads the error where colors are brought down to a palette
+    // Profiles that JPEG files are to have: colors are converted to them. Null: RGB keeps the picture's own, and CMYK
+    // has its own or the library's.
+    std::shared_ptr<const std::vector<uint8_t>> rgb_profile = {};
+    std::shared_ptr<const std::vector<uint8_t>> cmyk_profile = {};
 };
 
 // The default of each setting of a format; throws PictureError(kUnsupported) for kUnknown.

@@ -101,6 +101,20 @@ def test_files_that_are_no_pictures(tmp_path: Path, content: bytes, words: str) 
         Image.load(str(path))
 
 
+def test_an_error_tells_of_its_own_picture(tmp_path: Path) -> None:
+    whole = Path(write(tmp_path / "a.jpg", noise())).read_bytes()
+    (tmp_path / "b.jpg").write_bytes(whole[:len(whole) // 2])
+    options = LoadOptions()
+    options.data_recovery_mode = DataRecoveryMode.MAXIMAL_RECOVER
+    # The library warns about the one, which is no error, and fails at the other.
+    raster(Image.load(str(tmp_path / "b.jpg"), options)).resize(5, 5)
+    whole = Path(write(tmp_path / "a.webp", noise())).read_bytes()
+    (tmp_path / "b.webp").write_bytes(whole[:30] + bytes(len(whole) - 30))
+    with pytest.raises(RuntimeError, match="ImageLoadException.*b.webp") as caught:
+        load(tmp_path / "b.webp").get_pixel(0, 0)
+    assert "jpeg" not in str(caught.value).lower()
+
+
 @pytest.mark.parametrize("extension", FORMATS)
 @pytest.mark.parametrize("part", [0.1, 0.5, 0.9, 0.999])
 def test_truncated_files(tmp_path: Path, extension: str, part: float) -> None:

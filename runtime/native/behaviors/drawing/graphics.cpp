@@ -32,13 +32,73 @@ PixelArea pixels_in(const RectD& rect, const PixelArea& image) {
     return {int32_t(x1), int32_t(y1), int32_t(x2 - x1), int32_t(y2 - y1)};
 }
 
-std::vector<Argb> read(const ImageObject& image, const PixelArea& area) {
-    std::vector<Argb> pixels(static_cast<size_t>(area.width) * static_cast<size_t>(area.height));
-    image.picture().read_argb({area.x, area.y, area.width, area.height}, pixels);
-    return pixels;
+imagework::Rect rect_of(const PixelArea& area) {
+    return {area.x, area.y, area.width, area.height};
 }
 
+// What is drawn on for a part of an image. Of 8 bits a channel it is a copy of the pixels. A deeper picture would lose
+// its depth in such a copy: for it there are two grounds, black and white, and the picture itself lays what was drawn
+// on them over its pixels.
+class Grounds {
+ public:
+    Grounds(const ImageObject& image, const PixelArea& area) : m_area(area) {
+        const size_t count = static_cast<size_t>(area.width) * static_cast<size_t>(area.height);
+        const imagework::PixelForm& form = image.picture().form();
+        const bool deep = imagework::sample_size(form.sample) > 1;
+        for (const Argb ground : {imagework::kBlack, imagework::kWhite}) {
+            std::vector<Argb> pixels(count, ground);
+            if (!deep) {
+                image.picture().read_argb(rect_of(area), pixels);
+            }
+            m_canvases.push_back(drawing_backend().canvas(area, pixels));
+            if (!deep) {
+                break;
+            }
+        }
+    }
+    const PixelArea& area() const { return m_area; }
+    const std::vector<std::unique_ptr<drawwork::Canvas>>& canvases() const { return m_canvases; }
+    void put_into(imagework::Picture& picture) const {
+        if (m_canvases.size() == 1) {
+            return picture.write_argb(rect_of(m_area), m_canvases[0]->pixels());
+        }
+        picture.blend(rect_of(m_area), m_canvases[0]->pixels(), m_canvases[1]->pixels());
+    }
+
+ private:
+    PixelArea m_area;
+    std::vector<std::unique_ptr<drawwork::Canvas>> m_canvases;
+};
+
 }  // namespace
+
+// All that is drawn between begin_update() and end_update().
+class GraphicsObject::Update final : public PendingDrawing {
+ public:
+    Update(const ImageObject& image, const PixelArea& area) : m_grounds(image, area) {}
+
+    const Grounds& grounds() const { return m_grounds; }
+    void mark() { m_drawn = true; }
+    void put_into(ImageObject& image) override {
+        if (!m_drawn) {
+            return;
+        }
+        const PixelArea& area = m_grounds.area();
+        imagework::Picture& picture = image.picture();
+        m_drawn = false;
+        if (picture.width() != area.width || picture.height() != area.height) {
+            throw_invalid_operation("The image was given another size since the update began.");
+        }
+        m_grounds.put_into(picture);
+        if (m_grounds.canvases().size() > 1) {  // or it would be laid over the picture a second time
+            m_grounds = Grounds(image, area);
+        }
+    }
+
+ private:
+    Grounds m_grounds;
+    bool m_drawn = false;
+};
 
 GraphicsObject::GraphicsObject(const TypeInfo& type, Ref<ImageObject> image) : Record(type), m_image(std::move(image)) {
     track();
@@ -54,6 +114,9 @@ void GraphicsObject::references(ReferenceVisitor& visitor) {
     Record::references(visitor);
     visitor(m_image);
 }
+
+// An update that nobody ended stays with the image, whose next save or operation takes it in.
+GraphicsObject::~GraphicsObject() = default;
 
 PixelArea GraphicsObject::whole() const {
     m_image->require_live();
@@ -130,20 +193,25 @@ void GraphicsObject::apply_clip(drawwork::Canvas& canvas) const {
 
 void GraphicsObject::drawing(const RectD& reach, Drawing draw, void* context) {
     // A reference of its own: reading a brush may run Python code, and that code may end the update.
-    const std::shared_ptr<drawwork::Canvas> shared = m_canvas;
-    const PixelArea area = shared ? m_canvas_area : pixels_in(reach, whole());
+    const std::shared_ptr<Update> shared = m_update;
+    const PixelArea area = shared ? shared->grounds().area() : pixels_in(reach, whole());
     if (area.width == 0) {
         return;
     }
+    const auto draw_on = [&](const Grounds& grounds, const PixelArea& part) {
+        for (const auto& canvas : grounds.canvases()) {
+            apply_clip(*canvas);
+            draw(context, *canvas, part);
+        }
+    };
     try {
         if (shared) {
-            apply_clip(*shared);
-            return draw(context, *shared, pixels_in(reach, area));
+            shared->mark();
+            return draw_on(shared->grounds(), pixels_in(reach, area));
         }
-        const auto own = drawing_backend().canvas(area, read(*m_image, area));
-        apply_clip(*own);
-        draw(context, *own, area);
-        m_image->picture().write_argb({area.x, area.y, area.width, area.height}, own->pixels());
+        const Grounds own(*m_image, area);
+        draw_on(own, area);
+        own.put_into(m_image->picture());
     } catch (const drawwork::DrawError& error) {
         throw_invalid_operation(std::string("The drawing cannot be made: ") + error.what() + ".");
     } catch (const imagework::PictureError& error) {
@@ -155,25 +223,25 @@ void GraphicsObject::begin_update() {
     if (updating()) {
         throw_invalid_operation("An update has begun already.");
     }
-    const PixelArea area = whole();
     try {
-        m_canvas = drawing_backend().canvas(area, read(*m_image, area));
+        m_update = std::make_shared<Update>(*m_image, whole());
     } catch (const drawwork::DrawError& error) {
         throw_invalid_operation(std::string("The image cannot be drawn on: ") + error.what() + ".");
     }
-    m_canvas_area = area;
+    m_image->add_drawing(m_update);
 }
 
 void GraphicsObject::end_update() {
     if (!updating()) {
         throw_invalid_operation("No update has begun.");
     }
-    const PixelArea now = whole(), area = m_canvas_area;
-    const std::shared_ptr<drawwork::Canvas> canvas = std::move(m_canvas);
-    if (now.width != area.width || now.height != area.height) {
+    const PixelArea now = whole();
+    const std::shared_ptr<Update> update = std::move(m_update);
+    m_image->remove_drawing(update.get());
+    if (now.width != update->grounds().area().width || now.height != update->grounds().area().height) {
         throw_invalid_operation("The image was given another size since the update began.");
     }
-    m_image->picture().write_argb({0, 0, area.width, area.height}, canvas->pixels());
+    update->put_into(*m_image);
 }
 
 void GraphicsObject::fill(const ManagedObject* brush, const Outline& world, FillRule rule) {

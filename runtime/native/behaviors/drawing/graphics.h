@@ -22,6 +22,7 @@ class GraphicsObject final : public Record {
  public:
     static constexpr const char* kManagedName = api::Graphics::kType.name;
     GraphicsObject(const TypeInfo& type, Ref<ImageObject> image);
+    ~GraphicsObject() override;
 
     ImageObject& image() const { return *m_image; }
     void references(ReferenceVisitor& visitor) override;
@@ -35,7 +36,7 @@ class GraphicsObject final : public Record {
     // Whether edges are smoothed.
     bool smooth() const;
 
-    bool updating() const { return m_canvas != nullptr; }
+    bool updating() const { return m_update != nullptr; }
     void begin_update();
     void end_update();
 
@@ -56,6 +57,7 @@ class GraphicsObject final : public Record {
     void stroke(const ManagedObject* pen, const Outline& world);
 
  private:
+    class Update;
     using Drawing = void (*)(void* context, drawwork::Canvas& canvas, const drawwork::PixelArea& area);
     void drawing(const RectD& reach, Drawing draw, void* context);
     void apply_clip(drawwork::Canvas& canvas) const;
@@ -63,8 +65,7 @@ class GraphicsObject final : public Record {
 
     Ref<ImageObject> m_image;
     Affine m_clip_map;  // of the moment when the clip was set
-    std::shared_ptr<drawwork::Canvas> m_canvas;
-    drawwork::PixelArea m_canvas_area;
+    std::shared_ptr<Update> m_update;
 };
 
 // A region as an outline; an infinite one is cut to the rectangle.

@@ -1,19 +1,113 @@
-// Colors between RGB and CMYK by the image library's own profiles, sRGB and a CMYK of offset print.
+// Color profiles: colors between RGB and CMYK by the image library's own profiles, sRGB and a CMYK of offset print, and
+// the profiles of a JpegImage, which say what its numbers mean.
 //
-// Conversions by the profiles of a caller, given as streams, have no behavior here.
+// Conversions of single colors by the profiles of a caller have no behavior here.
+#include "runtime/native/behaviors/images/color_profiles.h"
+
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
+#include "generated/runtime/Zelmor.Imaging.Sources.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/color_arrays.h"
+#include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
 
 namespace zelmor::embed {
 
 using imagework::Argb;
 
+imagework::ProfileBytes profile_property(const ManagedObject& object, std::string_view name) {
+    const Ref<ManagedObject> source = property_object(object, name);
+    if (!source) {
+        return nullptr;
+    }
+    const Ref<ManagedObject> held = property_object(*source, "Stream");
+    if (!held) {
+        return nullptr;
+    }
+    const Ref<ManagedStream> stream(&cast_object<ManagedStream>(*held));
+    const int64_t before = stream->can_seek() ? stream->position() : 0;
+    if (stream->can_seek()) {
+        stream->seek(0, SeekFrom::kBegin);
+    }
+    const std::vector<std::byte> bytes = stream->read_to_end();
+    if (stream->can_seek()) {
+        stream->seek(before, SeekFrom::kBegin);
+    }
+    if (bytes.empty()) {
+        throw_argument("The stream of the color profile is empty. (Parameter '" + std::string(name) + "')");
+    }
+    const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
+    return std::make_shared<const std::vector<uint8_t>>(data, data + bytes.size());
+}
+
+void take_target_profiles(const ManagedObject& object, std::string_view rgb_name, std::string_view cmyk_name,
+                          imagework::Encoding& encoding) {
+    if (auto profile = profile_property(object, rgb_name)) {
+        encoding.rgb_profile = std::move(profile);
+    }
+    if (auto profile = profile_property(object, cmyk_name)) {
+        encoding.cmyk_profile = std::move(profile);
+    }
+}
+
 namespace {
+
+// ---- JpegImage: the profile of the file counts, unless it has none or is to be ignored.
+
+using JpegImageApi = api::FileFormats::Jpeg::JpegImage;
+
+void give_meaning(ImageObject& self) {
+    imagework::Picture& picture = self.picture();
+    const bool inks = picture.form().color == imagework::ColorModel::kCmyk;
+    const imagework::ProfileBytes embedded = self.embedded_profile();
+    const bool ignored = embedded == nullptr || property_bool(self, "IgnoreEmbeddedColorProfile");
+    picture.set_profile(ignored ? profile_property(self, inks ? "CmykColorProfile" : "RgbColorProfile") : embedded);
+}
+Ref<ManagedObject> rgb_profile(ImageObject& self) {
+    self.require_live();
+    return property_object(self, "RgbColorProfile");
+}
+Ref<ManagedObject> cmyk_profile(ImageObject& self) {
+    self.require_live();
+    return property_object(self, "CmykColorProfile");
+}
+bool ignores_embedded(ImageObject& self) {
+    self.require_live();
+    return property_bool(self, "IgnoreEmbeddedColorProfile");
+}
+void set_profile(ImageObject& self, const char* name, Record* value) {
+    self.embedded_profile();  // remembered before it is replaced
+    const Ref<ManagedObject> before = property_object(self, name);
+    set_property(self, name, Ref<ManagedObject>(value));
+    try {
+        give_meaning(self);
+    } catch (...) {
+        set_property(self, name, before);
+        throw;
+    }
+}
+void set_rgb_profile(ImageObject& self, Record* value) {
+    set_profile(self, "RgbColorProfile", value);
+}
+void set_cmyk_profile(ImageObject& self, Record* value) {
+    set_profile(self, "CmykColorProfile", value);
+}
+void set_ignores_embedded(ImageObject& self, bool value) {
+    self.embedded_profile();
+    set_property(self, "IgnoreEmbeddedColorProfile", value);
+    give_meaning(self);
+}
+
+const BehaviorTable profile_table({
+    property<&rgb_profile, &set_rgb_profile, JpegImageApi::property_RgbColorProfile>(),
+    property<&cmyk_profile, &set_cmyk_profile, JpegImageApi::property_CmykColorProfile>(),
+    property<&ignores_embedded, &set_ignores_embedded, JpegImageApi::property_IgnoreEmbeddedColorProfile>(),
+});
 
 // ---- The conversions themselves, many colors at once.
 

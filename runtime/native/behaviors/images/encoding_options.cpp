@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "runtime/native/behaviors/images/color_profiles.h"
 #include "runtime/native/behaviors/images/format_settings.h"
 #include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/behaviors/images/palettes.h"
@@ -60,6 +61,9 @@ Encoding encoding_of_options(const ManagedObject& options) {
                                 " for a form of the format that has no indexed colors");
         }
         encoding.palette = palette->entries;
+    }
+    if (std::holds_alternative<JpegEncoding>(encoding.format)) {
+        take_target_profiles(options, "RgbColorProfile", "CmykColorProfile", encoding);
     }
     if (std::holds_alternative<GifEncoding>(encoding.format)) {
         apply_gif_background(options, encoding);
@@ -164,6 +168,9 @@ Encoding encoding_for(const ImageObject& page, Format format, const ImageObject&
         encoding.palette = page.palette();
     }
     apply_animation(image, encoding);
+    if (format == Format::kJpeg && has_property(image, "DestinationRgbColorProfile")) {
+        take_target_profiles(image, "DestinationRgbColorProfile", "DestinationCmykColorProfile", encoding);
+    }
     return completed(image, encoding);
 }
 

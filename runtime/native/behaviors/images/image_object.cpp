@@ -258,7 +258,31 @@ std::optional<Argb> ImageObject::transparent_color() const {
     return color;
 }
 
+const imagework::ProfileBytes& ImageObject::embedded_profile() {
+    if (!m_embedded_profile) {
+        m_embedded_profile = picture().profile();
+    }
+    return *m_embedded_profile;
+}
+
+void ImageObject::remove_drawing(const PendingDrawing* drawing) {
+    std::erase_if(m_drawings, [&](const auto& each) { return each.get() == drawing; });
+}
+
+void ImageObject::put_drawings() {
+    require_live();
+    for (const auto& drawing : std::vector(m_drawings)) {
+        drawing->put_into(*this);
+    }
+    // What has no Graphics any more will not be drawn on again.
+    std::erase_if(m_drawings, [](const auto& each) { return each.use_count() == 1; });
+    for (const Ref<ImageObject>& frame : m_frames) {
+        frame->put_drawings();
+    }
+}
+
 void ImageObject::on_dispose() {
+    m_drawings.clear();
     for (const Ref<ImageObject>& frame : m_frames) {
         frame->dispose();
     }

@@ -23,6 +23,15 @@
 namespace zelmor::embed {
 
 struct ImageMetadata;
+class ImageObject;
+
+// A drawing that was made beside an image's pixels and is not part of them yet.
+class PendingDrawing {
+ public:
+    virtual ~PendingDrawing() = default;
+    // Puts into the image what was drawn since the last time.
+    virtual void put_into(ImageObject& image) = 0;
+};
 
 class ImageObject final : public ImageBase {
  public:
@@ -34,8 +43,8 @@ class ImageObject final : public ImageBase {
     ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);
     ~ImageObject() override;
 
-    // An image that has lost its last frame is as large as it was made. The bits are the file's, or those that the image
-    // was made for, until an operation changes the form of the pixels.
+    // An image that has lost its last frame is as large as it was made. The bits are the file's, or those that the
+    // image was made for, until an operation changes the form of the pixels.
     int32_t image_width() const override;
     int32_t image_height() const override;
     int32_t image_bits() const override;
@@ -55,8 +64,11 @@ class ImageObject final : public ImageBase {
     template <class Step>
     void change(Step&& step) {
         require_uninterrupted(*this);
+        put_drawings();
         if (frame_count() == 1) {
-            return step(picture());
+            std::unique_ptr<imagework::Picture> changed = picture().copy();
+            step(*changed);
+            return set_picture(std::move(changed));
         }
         std::vector<std::unique_ptr<imagework::Picture>> changed;
         for (const Ref<ImageObject>& frame : frames()) {
@@ -68,6 +80,11 @@ class ImageObject final : public ImageBase {
             m_frames[i]->set_picture(std::move(changed[i]));
         }
     }
+
+    // Drawings between begin_update() and end_update(). Operations on the image and save() find them in its pixels.
+    void add_drawing(std::shared_ptr<PendingDrawing> drawing) { m_drawings.push_back(std::move(drawing)); }
+    void remove_drawing(const PendingDrawing* drawing);
+    void put_drawings();
 
     // Frames. Images of other formats have one, themselves.
     bool is_container() const;
@@ -107,6 +124,8 @@ class ImageObject final : public ImageBase {
     std::vector<imagework::Argb> palette() const;
     void offer_palette(std::vector<imagework::Argb> palette) { m_offered_palette = std::move(palette); }
     const std::vector<imagework::Argb>& offered_palette() const { return m_offered_palette; }
+    // The color profile that the file had, of whatever use it is now.
+    const imagework::ProfileBytes& embedded_profile();
     // EXIF and XMP of the file, of an image that was loaded; null where it had none.
     std::shared_ptr<ImageMetadata> metadata;
 
@@ -127,6 +146,8 @@ class ImageObject final : public ImageBase {
     imagework::FileFacts m_facts;
     std::optional<imagework::PixelForm> m_form_of_facts;  // of the pixels that the facts tell of
     std::vector<imagework::Argb> m_offered_palette;
+    std::optional<imagework::ProfileBytes> m_embedded_profile;  // absent until it is asked for
+    std::vector<std::shared_ptr<PendingDrawing>> m_drawings;
     std::vector<Ref<ImageObject>> m_frames;
     size_t m_active = 0;
     bool m_has_frames = false;

@@ -1,7 +1,11 @@
 // Members that read and write raw data: areas of an image in the layout of a PixelDataFormat, line by line.
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/number_lists.h"
@@ -134,14 +138,37 @@ size_t line_size_for(const RawFormat& format, int32_t width) {
     return static_cast<size_t>(format.line_size);
 }
 
-// Memory that is not set to zeros first: all of it is written.
+// Memory that is not set to zeros first: all of it is written. Large blocks ask for large pages, since the first touch
+// of so many small ones takes longer than filling them.
 struct RawBlock {
-    explicit RawBlock(size_t count) : bytes(new std::byte[count]), size(count) {}
+    explicit RawBlock(size_t count) : bytes(allocated(count)), size(count) {}
     std::span<std::byte> line(size_t index, size_t line_size) const {
         return {bytes.get() + index * line_size, line_size};
     }
-    std::unique_ptr<std::byte[]> bytes;
+    struct Free {
+        void operator()(void* memory) const { std::free(memory); }
+    };
+    std::unique_ptr<std::byte[], Free> bytes;
     size_t size;
+
+ private:
+    static std::byte* allocated(size_t count) {
+        constexpr size_t kLargePage = size_t{2} << 20;
+        void* memory = nullptr;
+        if (count < kLargePage) {
+            memory = std::malloc(std::max<size_t>(1, count));
+        } else {
+            const size_t whole = (count + kLargePage - 1) / kLargePage * kLargePage;
+            memory = std::aligned_alloc(kLargePage, whole);
+            if (memory != nullptr) {
+                ::madvise(memory, whole, MADV_HUGEPAGE);  // a wish; a system without such pages does as always
+            }
+        }
+        if (memory == nullptr) {
+            throw std::bad_alloc();
+        }
+        return static_cast<std::byte*>(memory);
+    }
 };
 
 // As many lines as are worth a call of the image library and fit the processor's cache.

@@ -121,6 +121,7 @@ WrittenPicture written_picture(const ImageObject& image, const Request& request,
 
 EncodedPages encoded_pages(ImageObject& image, const Request& request) {
     require_uninterrupted(image);
+    image.put_drawings();
     std::vector<Page> pages = requested_pages(image, request);
     if (request.options != nullptr) {
         require_within_limits(*request.options, pages);

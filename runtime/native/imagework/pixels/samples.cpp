@@ -26,9 +26,8 @@ void with_bands(const PixelForm& form, Step&& step) {
 
 template <class Step>
 void with_pixels(const PixelForm& form, Step&& step) {
-    with_storage(storage_of(form.sample), [&](auto sample) {
-        with_bands(form, [&](auto bands) { step(sample, bands); });
-    });
+    with_storage(storage_of(form.sample),
+                 [&](auto sample) { with_bands(form, [&](auto bands) { step(sample, bands); }); });
 }
 
 // Colors of 8 or 16 bits a channel, in a word of four channels.
@@ -84,8 +83,8 @@ void turn(std::span<uint8_t> samples, size_t bands, size_t first, size_t last) {
 }  // namespace
 
 bool has_signs(const PixelForm& form) {
-    const bool is_signed = form.sample == SampleType::kInt8 || form.sample == SampleType::kInt16 ||
-                           form.sample == SampleType::kInt32;
+    const bool is_signed =
+        form.sample == SampleType::kInt8 || form.sample == SampleType::kInt16 || form.sample == SampleType::kInt32;
     return is_signed || (form.color == ColorModel::kLab && form.is_integer());
 }
 

@@ -1,7 +1,7 @@
 // Arithmetic on rows of samples: depths, signs, and colors. It needs no library.
 //
-// A picture in memory holds samples of five kinds, its *storage*. Signed integers, and the a* and b* of integer Lab, are
-// held with their sign bit turned, so that every sample counts up from its least value and resampling or comparing
+// A picture in memory holds samples of five kinds, its *storage*. Signed integers, and the a* and b* of integer Lab,
+// are held with their sign bit turned, so that every sample counts up from its least value and resampling or comparing
 // needs to know of no signs; the sign bits are turned where rows come from a file and go to one.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_SAMPLES_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_SAMPLES_H

@@ -82,6 +82,15 @@ Profile embedded(const ProfileBytes& bytes, ColorModel model) {
     return profile;
 }
 
+Profile output_profile(const ProfileBytes& bytes, ColorModel model) {
+    Profile profile = embedded(bytes, model);
+    if (profile != nullptr && !cmsIsMatrixShaper(profile.get()) && model != ColorModel::kGray &&
+        !cmsIsIntentSupported(profile.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_OUTPUT)) {
+        return nullptr;
+    }
+    return profile;
+}
+
 // Gray whose steps are those of sRGB's equal amounts of red, green and blue.
 Profile gray_profile() {
     constexpr double kCurve[] = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
@@ -262,12 +271,7 @@ ColorConversion::ColorConversion(const ColorSpace& from, const ColorSpace& to) :
     if (m_state->input == nullptr) {
         m_state->input = standard_profile(from.model);
     }
-    m_state->output = embedded(to.profile, to.model);
-    // A press profile may know only the way from its inks.
-    if (m_state->output != nullptr &&
-        !cmsIsIntentSupported(m_state->output.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_OUTPUT)) {
-        m_state->output = nullptr;
-    }
+    m_state->output = output_profile(to.profile, to.model);
     if (m_state->output == nullptr) {
         m_state->output = standard_profile(to.model);
     }
@@ -347,6 +351,10 @@ ProfileBytes standard_cmyk_profile() {
 
 bool is_profile_of(const ProfileBytes& profile, ColorModel model) {
     return embedded(profile, model) != nullptr;
+}
+
+bool is_output_profile_of(const ProfileBytes& profile, ColorModel model) {
+    return output_profile(profile, model) != nullptr;
 }
 
 namespace {

@@ -48,6 +48,8 @@ ProfileBytes standard_cmyk_profile();
 
 // Whether the bytes are a profile for the color model.
 bool is_profile_of(const ProfileBytes& profile, ColorModel model);
+// The same for one that colors can be converted to: a press profile may know only the way from its inks.
+bool is_output_profile_of(const ProfileBytes& profile, ColorModel model);
 
 // Four bytes C, M, Y, K for each color; alpha does not count.
 void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk, const ProfileBytes& rgb_profile,

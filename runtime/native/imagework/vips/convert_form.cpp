@@ -255,6 +255,29 @@ void VipsPicture::change_model(ColorModel model) {
     m_to_srgb.reset();
 }
 
+void VipsPicture::to_space(const ColorSpace& space) {
+    if (!is_output_profile_of(space.profile, space.model)) {
+        throw PictureError(Failure::kEncoding,
+                           "the color profile is not one that colors of the file can be converted to");
+    }
+    if (m_profile != nullptr && m_form.color == space.model && *m_profile == *space.profile) {
+        return;
+    }
+    to_direct();
+    if (is_gray()) {
+        change_model(ColorModel::kRgb);
+    }
+    PixelForm form = m_form;
+    form.color = space.model;
+    form.sample = unsigned_of(form.sample);
+    const PixelForm before = m_form;
+    const ColorConversion conversion({m_form.color, m_profile}, space);
+    convert_rows(
+        form, [&](const uint8_t* from, uint8_t* to, size_t count) { conversion.run(before, from, form, to, count); });
+    m_profile = space.profile;
+    m_to_srgb.reset();
+}
+
 void VipsPicture::change_depth(SampleType sample, int bits) {
     PixelForm form = m_form;
     form.sample = sample;
@@ -350,6 +373,12 @@ void VipsPicture::apply_profiles(const DecodeOptions& options) {
         to_rgb();
     }
     to_srgb();
+}
+
+void VipsPicture::narrow_to(int bits) {
+    if (is_gray() && !m_form.alpha && m_form.bits == 8 && bits < 8) {
+        change_depth(m_form.sample, bits);
+    }
 }
 
 void VipsPicture::fill(int32_t width, int32_t height, Argb color) {

@@ -102,6 +102,9 @@ std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const Fi
     if (!facts.palette.empty() && picture->form().color != ColorModel::kIndexed && picture->has_only(facts.palette)) {
         picture->reduce(facts.palette, false);
     }
+    if (facts.bits_per_pixel == 1 || facts.bits_per_pixel == 2 || facts.bits_per_pixel == 4) {
+        picture->narrow_to(facts.bits_per_pixel);
+    }
     picture->apply_profiles(options);
     picture->forget_changes();
     return picture;
@@ -364,6 +367,7 @@ std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOpti
 
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();
+    vips_error_clear();  // of what another picture was warned about
     FileFacts facts = probe(data);
     require_decodable(facts, options);
     if (facts.format == Format::kBmp) {

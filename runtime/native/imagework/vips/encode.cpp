@@ -157,7 +157,12 @@ ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const 
 
 EncodedBytes encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Encoding& encoding) {
     picture.lose_alpha(encoding);
-    picture.to_form(form_of_8_bits(model_of(jpeg, picture, encoding), picture));
+    const ColorModel model = model_of(jpeg, picture, encoding);
+    if (const ProfileBytes& wanted = model == ColorModel::kCmyk ? encoding.cmyk_profile : encoding.rgb_profile;
+        wanted != nullptr && model != ColorModel::kGray) {
+        picture.to_space({model, wanted});
+    }
+    picture.to_form(form_of_8_bits(model, picture));
     const VImage image = with_profile(picture);
     EncodedBytes bytes = save_with_library(image, "jpegsave_buffer",
                                            VImage::option()

@@ -1,7 +1,6 @@
 // Cutting, placing, turning and mirroring.
 #include <cmath>
 
-#include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
@@ -64,38 +63,6 @@ VImage turned(const VImage& image, double degrees, bool grow, std::vector<double
                         image);
 }
 
-// Lays a row of pixels with alpha over another one of the same colors; neither is premultiplied.
-template <class Sample>
-void lay_over(const Sample* top, Sample* below, int colors, bool below_has_alpha, size_t count) {
-    using Share = std::conditional_t<(sizeof(Sample) > 2), double, float>;
-    constexpr auto kTop = static_cast<Share>(sample_top<Sample>());
-    const auto stored = [](Share value) {
-        return static_cast<Sample>(std::is_floating_point_v<Sample> ? value : value + Share(0.5));
-    };
-    const int step = colors + (below_has_alpha ? 1 : 0);
-    for (size_t i = 0; i < count; i++, top += colors + 1, below += step) {
-        const Share alpha = static_cast<Share>(top[colors]) / kTop;
-        const Share behind = below_has_alpha ? static_cast<Share>(below[colors]) / kTop : Share{1};
-        const Share whole = alpha + behind * (1 - alpha);
-        if (alpha == 0) {
-            continue;
-        }
-        const Share own = alpha / whole;
-        for (int band = 0; band < colors; band++) {
-            below[band] =
-                alpha == 1 ? top[band]
-                           : stored(static_cast<Share>(top[band]) * own + static_cast<Share>(below[band]) * (1 - own));
-        }
-        if (below_has_alpha) {
-            below[colors] = stored(whole * kTop);
-        }
-    }
-}
-
-bool same_profile(const ProfileBytes& a, const ProfileBytes& b) {
-    return a == b || (a != nullptr && b != nullptr && *a == *b);
-}
-
 }  // namespace
 
 void VipsPicture::crop(const Rect& area) {
@@ -125,42 +92,6 @@ void VipsPicture::replace_area(const Rect& area, Argb color) {
                 .new_from_image(value)
                 .embed(0, 0, area.width, area.height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
         return m_image.insert(fill, area.x, area.y);
-    });
-}
-
-void VipsPicture::draw(const Picture& other, int32_t x, int32_t y) {
-    if (x >= width() || y >= height() || x <= -other.width() || y <= -other.height()) {
-        return;
-    }
-    VipsPicture top(static_cast<const VipsPicture&>(other), Shared{});
-    static_cast<const VipsPicture&>(other).m_exclusive = false;
-    const int32_t left = std::max(0, x);
-    const int32_t first = std::max(0, y);
-    const int32_t right = static_cast<int32_t>(std::min<int64_t>(width(), int64_t{x} + top.width()));
-    const int32_t end = static_cast<int32_t>(std::min<int64_t>(height(), int64_t{y} + top.height()));
-    top.crop({left - x, first - y, right - left, end - first});
-    to_colors();
-    top.to_colors();
-    if (!same_profile(m_profile, top.m_profile)) {
-        to_srgb();
-        top.to_srgb();
-    }
-    if (is_gray() && !top.is_gray()) {
-        to_rgb();
-    }
-    PixelForm form = m_form;
-    form.alpha = true;
-    top.to_form(form);
-    make_writable();
-    note_change();
-    const auto count = static_cast<size_t>(top.width());
-    with_storage(storage_of(m_form.sample), [&](auto sample) {
-        using Sample = decltype(sample);
-        for (int32_t row = 0; row < top.height(); row++) {
-            lay_over(reinterpret_cast<const Sample*>(row_of(top.m_image, row)),
-                     reinterpret_cast<Sample*>(row_of(m_image, first + row, left)), m_form.color_bands(), m_form.alpha,
-                     count);
-        }
     });
 }
 

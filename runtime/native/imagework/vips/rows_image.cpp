@@ -119,6 +119,8 @@ VImage blank_image(const PixelForm& form, int32_t width, int32_t height, Resolut
 std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions& options, int frame_count) {
     const RowsHeader& header = reader.header();
     const size_t row_size = header.form.pixel_size() * static_cast<size_t>(header.width);
+    check_picture_size(header.width, header.height, static_cast<int>(header.form.pixel_size()));
+    check_memory(options, header.width, header.height, static_cast<int>(header.form.pixel_size()));
     VImage image = guarded(Failure::kInternal, "there is no memory for the pixels", [&] {
         return blank_image(header.form, header.width, header.height, header.resolution.value_or(kDefaultResolution));
     });

@@ -57,11 +57,16 @@ class VipsPicture final : public Picture {
     void to_rgb();
     // Colors by the profile become sRGB, of a gray picture gray; the picture has no profile then. Other forms stay.
     void to_srgb();
+    // Colors of another model and profile; PictureError(kEncoding) where the profile is not one for the model, or knows
+    // no way to its colors.
+    void to_space(const ColorSpace& space);
     // Any form. Alpha is dropped where the form has none (see flatten), opaque where only the form has it. A target
     // with indices is refused. PictureError(kEncoding) where floating samples lie outside the range of integers.
     void to_form(const PixelForm& form);
     // The image after to_colors(), of a picture that stays as it is.
     vips::VImage colors() const;
+    // Says of a gray picture that its levels are those of so few bits.
+    void narrow_to(int bits);
     // Of another size, all of one color.
     void fill(int32_t width, int32_t height, Argb color);
     // Gives the colors the meaning that the options ask for: the embedded profile, another one, or sRGB.
@@ -89,6 +94,7 @@ class VipsPicture final : public Picture {
     void drop_palette() override;
     void replace_area(const Rect& area, Argb color) override;
     void draw(const Picture& other, int32_t x, int32_t y) override;
+    void blend(const Rect& area, std::span<const Argb> on_black, std::span<const Argb> on_white) override;
     void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) override;
     void rotate(double degrees, bool grow, Argb background) override;
 

@@ -1,0 +1,164 @@
+"""Pictures of ink: CMYK in JPEG and TIFF files, its profiles and conversions, compared with Pillow and ImageCms."""
+
+from __future__ import annotations
+
+import io
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from PIL import ImageCms
+from zelmor.imaging import (Color, Image, PixelDataFormat, RasterImage, RawDataSettings, Rectangle,
+                            RotateFlipType)
+from zelmor.imaging.fileformats.jpeg import JpegCompressionColorMode
+from zelmor.imaging.imageoptions import JpegOptions, PngOptions
+
+from support.image_oracles import Pixels, load, smooth, worst, write
+
+SIZE = (48, 40)
+WHOLE = Rectangle(0, 0, *SIZE)
+INKS = [(255, 0, 0, 0), (0, 255, 0, 0), (0, 0, 255, 0), (0, 0, 0, 255), (255, 255, 0, 0), (0, 0, 0, 0),
+        (128, 64, 32, 16)]
+
+
+def inks(seed: int = 1) -> Pixels:
+    """Arbitrary amounts of ink."""
+    return np.random.default_rng(seed).integers(0, 256, (SIZE[1], SIZE[0], 4), dtype=np.uint8)
+
+
+def plain(ink: tuple[int, ...]) -> Pixels:
+    """The same inks everywhere."""
+    return np.full((SIZE[1], SIZE[0], 4), ink, np.uint8)
+
+
+@pytest.fixture(scope="module", name="press")
+def press_profile(tmp_path_factory: pytest.TempPathFactory) -> bytes:
+    """A press profile: the one that the library embeds in files which it converts to CMYK."""
+    folder = tmp_path_factory.mktemp("press")
+    options = JpegOptions()
+    options.color_type = JpegCompressionColorMode.CMYK
+    Image.load(write(folder / "a.png", smooth())).save(str(folder / "a.jpg"), options)
+    with Pillow.open(folder / "a.jpg") as picture:
+        assert picture.mode == "CMYK"
+        profile: bytes = picture.info["icc_profile"]
+    assert ImageCms.ImageCmsProfile(io.BytesIO(profile)).profile.xcolor_space.strip() == "CMYK"
+    return profile
+
+
+def to_rgb(source: Pixels, profile: bytes) -> Pixels:
+    """What the color management library makes of inks, relative to the white of the paper."""
+    picture = Pillow.fromarray(source, "CMYK")
+    result = ImageCms.profileToProfile(picture, io.BytesIO(profile), ImageCms.createProfile("sRGB"),
+                                       renderingIntent=ImageCms.Intent.RELATIVE_COLORIMETRIC, outputMode="RGB")
+    return np.asarray(result)
+
+
+def tiff(path: Path, source: Pixels, **options: Any) -> str:
+    """A CMYK TIFF file by Pillow."""
+    Pillow.fromarray(source, "CMYK").save(path, "TIFF", **options)
+    return str(path)
+
+
+def read_inks(path: Path) -> Pixels:
+    """The inks of a file, read by Pillow."""
+    with Pillow.open(path) as picture:
+        assert picture.mode == "CMYK"
+        return np.asarray(picture)
+
+
+def loaded_inks(image: RasterImage) -> Pixels:
+    """The inks of an image, read by load_cmyk_pixels()."""
+    colors = image.load_cmyk_pixels(WHOLE)
+    return np.array([(c.c, c.m, c.y, c.k) for c in colors], np.uint8).reshape(SIZE[1], SIZE[0], 4)
+
+
+@pytest.mark.parametrize("ink", INKS)
+def test_plain_inks_stay_what_they_are_in_jpeg(tmp_path: Path, ink: tuple[int, ...]) -> None:
+    Pillow.fromarray(plain(ink), "CMYK").save(tmp_path / "a.jpg", quality=100)
+    image = load(tmp_path / "a.jpg")
+    assert image.bits_per_pixel == 32
+    assert worst(loaded_inks(image), plain(ink)) <= 1
+    image.save(str(tmp_path / "b.jpg"))
+    assert worst(read_inks(tmp_path / "b.jpg"), plain(ink)) <= 2
+
+
+def test_tiff_keeps_every_ink_and_the_profile(tmp_path: Path, press: bytes) -> None:
+    image = load(tiff(tmp_path / "a.tif", inks(), icc_profile=press))
+    assert worst(loaded_inks(image), inks()) == 0
+    image.save(str(tmp_path / "b.tif"))
+    assert worst(read_inks(tmp_path / "b.tif"), inks()) == 0
+    with Pillow.open(tmp_path / "b.tif") as picture:
+        assert picture.info["icc_profile"] == press
+
+
+def test_geometry_moves_inks(tmp_path: Path) -> None:
+    image = load(tiff(tmp_path / "a.tif", inks()))
+    image.rotate_flip(RotateFlipType.ROTATE_180_FLIP_NONE)
+    image.crop(Rectangle(0, 0, 20, 10))
+    image.save(str(tmp_path / "b.tif"))
+    assert worst(read_inks(tmp_path / "b.tif"), inks()[::-1, ::-1][:10, :20]) == 0
+
+
+def test_resampling_works_on_inks(tmp_path: Path) -> None:
+    image = load(tiff(tmp_path / "a.tif", plain((255, 0, 0, 0))))
+    image.resize(20, 30)
+    image.save(str(tmp_path / "b.tif"))
+    assert worst(read_inks(tmp_path / "b.tif"), np.full((30, 20, 4), (255, 0, 0, 0), np.uint8)) == 0
+
+
+def test_pixels_are_colors_by_the_profile(tmp_path: Path, press: bytes) -> None:
+    image = load(tiff(tmp_path / "a.tif", inks(), icc_profile=press))
+    got = np.array(list(image.load_argb_32_pixels(WHOLE)), np.int32).view(np.uint32).reshape(SIZE[1], SIZE[0])
+    rgb = np.stack([got >> 16 & 255, got >> 8 & 255, got & 255], -1)
+    assert worst(rgb.astype(np.uint8), to_rgb(inks(), press)) <= 1
+    assert image.bits_per_pixel == 32  # reading changes nothing
+    image.save(str(tmp_path / "b.png"), PngOptions())
+    with Pillow.open(tmp_path / "b.png") as picture:
+        assert "icc_profile" not in picture.info  # the numbers are sRGB now
+        assert worst(np.asarray(picture.convert("RGB")), to_rgb(inks(), press)) <= 1
+
+
+def test_a_color_makes_rgb_of_it(tmp_path: Path, press: bytes) -> None:
+    image = load(tiff(tmp_path / "a.tif", inks(), icc_profile=press))
+    image.set_pixel(3, 2, Color.red)
+    assert image.bits_per_pixel == 24
+    expected = to_rgb(inks(), press).copy()
+    expected[2, 3] = (255, 0, 0)
+    image.save(str(tmp_path / "b.png"), PngOptions())
+    with Pillow.open(tmp_path / "b.png") as picture:
+        assert worst(np.asarray(picture.convert("RGB")), expected) <= 1
+
+
+def test_inks_are_written(tmp_path: Path) -> None:
+    image = load(tiff(tmp_path / "a.tif", inks()))
+    image.save_cmyk_32_pixels(Rectangle(1, 2, 2, 1), [-0x1000000] * 2)  # cyan in the highest byte
+    expected = inks()
+    expected[2, 1:3] = (255, 0, 0, 0)
+    assert worst(loaded_inks(image), expected) == 0
+    assert image.bits_per_pixel == 32
+
+
+def test_raw_data_is_the_inks(tmp_path: Path) -> None:
+    image = load(tiff(tmp_path / "a.tif", inks()))
+    assert image.raw_data_format.caption == "Cmyk"
+    data = bytes(image.get_default_raw_data(WHOLE, image.raw_data_settings))
+    assert worst(np.frombuffer(data, np.uint8).reshape(inks().shape), inks()) == 0
+    settings = RawDataSettings()
+    settings.pixel_data_format = PixelDataFormat.cmyk
+    image.save_raw_data(inks(2).tobytes(), 0, WHOLE, settings)
+    assert worst(loaded_inks(image), inks(2)) == 0
+
+
+def test_rgb_to_cmyk_goes_by_the_embedded_profile(tmp_path: Path, press: bytes) -> None:
+    options = JpegOptions()
+    options.color_type = JpegCompressionColorMode.CMYK
+    options.quality = 100
+    source = smooth()
+    Image.load(write(tmp_path / "a.png", source)).save(str(tmp_path / "a.jpg"), options)
+    expected = ImageCms.profileToProfile(
+        Pillow.fromarray(source), ImageCms.createProfile("sRGB"), io.BytesIO(press),
+        renderingIntent=ImageCms.Intent.RELATIVE_COLORIMETRIC, outputMode="CMYK")
+    with Pillow.open(tmp_path / "a.jpg") as picture:
+        assert np.abs(np.asarray(picture).astype(int) - np.asarray(expected)).mean() < 2
