@@ -4,6 +4,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -88,13 +89,25 @@ enum class PngColor : uint8_t {
 };
 enum class PngFilter : uint8_t { kNone, kSub, kUp, kAverage, kPaeth, kAdaptive };
 
+// The one color that a gray or RGB file without alpha has as transparent, in samples of the depth given.
+struct PngKey {
+    int bit_depth;
+    std::array<uint16_t, 3> samples;  // the first alone of gray
+    bool operator==(const PngKey&) const = default;
+};
+
 struct PngEncoding {
     PngColor color = PngColor::kAuto;
     int bit_depth = 0;  // 1, 2, 4, 8 or 16; 0 keeps the picture's own
     bool interlaced = false;
     PngFilter filter = PngFilter::kAdaptive;
-    int compression_level = 6;  // 0 to 9
-    int plays = 0;              // of an animation; 0: for ever
+    int compression_level = 6;       // 0 to 9
+    int plays = 0;                   // of an animation; 0: for ever
+    std::optional<PngKey> key = {};  // written instead of an alpha channel where the pixels are like that
+    // How the file says that its colors are sRGB; written as long as the picture has no profile.
+    std::optional<int> srgb_intent = {};  // a chunk with the rendering intent
+    bool srgb_gamma = false;              // a chunk with the exponent
+    bool srgb_chromaticities = false;     // a chunk with the primaries
 };
 
 // The numbers are those of the format.

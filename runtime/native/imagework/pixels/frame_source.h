@@ -42,8 +42,8 @@ class FrameSource : public std::enable_shared_from_this<FrameSource> {
     virtual size_t count() const = 0;
     // Costs the frame's header. `index` is below count(), here and in open().
     virtual FrameHeader header(size_t index) const = 0;
-    // The rows of one frame. Those of an animation are the whole canvas while that frame is shown, so that opening costs
-    // the frames that it is composed of; frames that are opened in their order cost one each.
+    // The rows of one frame. Those of an animation are the whole canvas while that frame is shown, so that opening
+    // costs the frames that it is composed of; frames that are opened in their order cost one each.
     // PictureError(kDamaged) where the frame makes no sense.
     virtual std::unique_ptr<RowReader> open(size_t index) const = 0;
 };
