@@ -16,6 +16,8 @@
 #include "runtime/native/imagework/filters.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/pixel_form.h"
+#include "runtime/native/imagework/pixels/rows.h"
 
 namespace zelmor::imagework {
 
@@ -31,16 +33,20 @@ enum class Resampling : uint8_t {
     kBSpline,
 };
 
-// A picture in memory: 8 or 16 bits per channel, gray or RGB, with or without alpha.
+// A picture in memory, in the form of its file until an operation needs another one.
 class Picture {
  public:
     virtual ~Picture() = default;
 
     virtual int32_t width() const = 0;
     virtual int32_t height() const = 0;
-    virtual bool has_alpha() const = 0;
+    virtual const PixelForm& form() const = 0;
+    virtual std::span<const Argb> palette() const = 0;  // of an indexed picture; otherwise empty
+    virtual ProfileBytes profile() const = 0;           // that its numbers belong to; null stands for sRGB
+    // Gives the numbers another meaning; none of them changes. One for another color model counts as none.
+    virtual void set_profile(ProfileBytes profile) = 0;
+    virtual bool has_alpha() const = 0;                 // a band of the form, or transparent colors of the palette
     virtual bool is_gray() const = 0;
-    virtual int bits_per_channel() const = 0;
     virtual int frame_count() const = 0;  // of the file it came from; the picture is the first of them
     virtual Resolution resolution() const = 0;
     virtual void set_resolution(Resolution resolution) = 0;
@@ -48,14 +54,21 @@ class Picture {
     // A picture of its own with the same pixels; they are shared until either is written to.
     virtual std::unique_ptr<Picture> copy() const = 0;
 
-    // Single pixels and blocks of them, row by row. A picture without alpha ignores the alpha of the colors; a gray one
-    // becomes RGB when it is given a color.
+    // Single pixels and blocks of them, row by row. Gray and RGB are the numbers of the picture; CMYK and Lab are
+    // converted by the profile, floating samples clipped. A picture without alpha ignores the alpha of the colors that
+    // are written; a gray one becomes RGB when it is given a color, and an indexed one when its palette has not the
+    // color; CMYK and Lab become RGB.
     virtual Argb get_argb(int32_t x, int32_t y) const = 0;
     virtual void set_argb(int32_t x, int32_t y, Argb color) = 0;
     virtual void read_argb(const Rect& area, std::span<Argb> out) const = 0;
     virtual void write_argb(const Rect& area, std::span<const Argb> pixels) = 0;
     // The same with 16 bits per channel, as 0xAAAARRRRGGGGBBBB. A picture of 8 bits repeats them.
     virtual void read_argb64(const Rect& area, std::span<uint64_t> out) const = 0;
+    virtual void write_argb64(const Rect& area, std::span<const uint64_t> pixels) = 0;
+    // The samples themselves, in the picture's form: rows that begin `row_size` bytes after each other. Indices that
+    // the palette does not have are refused.
+    virtual void read_samples(const Rect& area, size_t row_size, std::span<uint8_t> out) const = 0;
+    virtual void write_samples(const Rect& area, size_t row_size, std::span<const uint8_t> samples) = 0;
 
     virtual void crop(const Rect& area) = 0;
     // Resamples to the size given.
@@ -99,9 +112,9 @@ class Picture {
     // The index of the palette's entry that is nearest to each pixel, row by row. `diffuse` spreads the difference over
     // the neighbors, so that areas keep their mean.
     virtual std::vector<uint8_t> indices(std::span<const Argb> palette, bool diffuse) const = 0;
-    // Gives each pixel the color of its index, row by row; the indices are those of the palette.
+    // Makes the picture an indexed one: with these indices, row by row, which are those of the palette,
     virtual void paint(std::span<const uint8_t> indices, std::span<const Argb> palette) = 0;
-    // Gives each pixel its nearest color of the palette.
+    // or with the index of the color that is nearest to each pixel.
     virtual void reduce(std::span<const Argb> palette, bool diffuse) = 0;
 
     virtual double opacity() const = 0;  // mean alpha, 0 to 1
@@ -134,12 +147,18 @@ class Backend {
     // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP, whose frames have to be of one size.
     virtual EncodedBytes encode_frames(std::span<const FrameToWrite> frames) = 0;
 
-    // A canvas of one color; gray only where that color is.
+    // A canvas of one color, 8 bits a channel; gray only where that color is.
     virtual std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) = 0;
+    // A canvas of one color in the form given; of an indexed form all pixels have the index 0, and the color does not
+    // count.
+    virtual std::unique_ptr<Picture> create(int32_t width, int32_t height, const PixelForm& form, Argb color,
+                                            std::span<const Argb> palette) = 0;
 
-    // Between sRGB and the library's own CMYK profile; four bytes C, M, Y, K per pixel.
-    virtual void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk) = 0;
-    virtual void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors) = 0;
+    // Between sRGB and CMYK, by profiles, or by the library's own where null; four bytes C, M, Y, K per pixel.
+    virtual void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk,
+                              const ProfileBytes& rgb_profile = {}, const ProfileBytes& cmyk_profile = {}) = 0;
+    virtual void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors,
+                              const ProfileBytes& cmyk_profile = {}, const ProfileBytes& rgb_profile = {}) = 0;
 
     // "libvips 8.14.1"
     virtual std::string library() const = 0;

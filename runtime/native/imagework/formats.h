@@ -51,8 +51,12 @@ class MemoryBudget;
 
 struct DecodeOptions {
     Recovery recovery = Recovery::kNone;
-    Argb background = kWhite;                   // fills what was lost
-    bool convert_profile = false;               // to sRGB, by the embedded color profile
+    Argb background = kWhite;      // fills what was lost
+    bool convert_profile = false;  // to sRGB, by the color profile
+    bool ignore_profile = false;   // the embedded one
+    // What the numbers mean where the file has no profile, or an ignored one; null for sRGB and the library's own CMYK.
+    std::shared_ptr<const std::vector<uint8_t>> rgb_profile = {};
+    std::shared_ptr<const std::vector<uint8_t>> cmyk_profile = {};
     std::shared_ptr<MemoryBudget> memory = {};  // of the image that is decoded; null where nothing is counted
 };
 

@@ -123,7 +123,7 @@ TEST(JpegTest, AlphaIsBlendedWithTheBackgroundOrDropped) {
 
 TEST(PngTest, SixteenBitsStaySixteenBits) {
     auto wide = decoded(encoded(*noise(20, 10, false), PngEncoding{PngColor::kTruecolor, 16}));
-    EXPECT_EQ(wide->bits_per_channel(), 16);
+    EXPECT_EQ(wide->form().bits, 16);
     EXPECT_EQ(wide->get_argb(3, 3), noise(20, 10, false)->get_argb(3, 3));
     auto again = encoded(*wide, PngEncoding{});
     EXPECT_EQ(probe(again).bits_per_pixel, 48);

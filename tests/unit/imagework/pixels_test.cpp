@@ -45,7 +45,7 @@ TEST(PixelTest, SixteenBitPicturesShowTheirUpperByte) {
     auto picture = backend().decode({bytes.data.get(), bytes.size}, {});
     picture->set_argb(1, 2, 0xFFABCDEF);
     EXPECT_EQ(picture->get_argb(1, 2), 0xFFABCDEFU);
-    EXPECT_EQ(picture->bits_per_channel(), 16);
+    EXPECT_EQ(picture->form().bits, 16);
 }
 
 TEST(ReplaceTest, TakesWhatIsNearEnoughInEveryChannel) {

@@ -30,7 +30,7 @@ Ref<ManagedObject> own_format(ImageObject& self) {
         }
         return make_pixel_data_format("RgbIndexed", PixelLayout::kRgb, {bits});
     }
-    const int32_t depth = picture.bits_per_channel();
+    const int32_t depth = picture.form().sample == imagework::SampleType::kUint16 ? 16 : 8;
     if (picture.is_gray()) {
         return picture.has_alpha() ? make_pixel_data_format("GrayscaleAlpha", PixelLayout::kGrayscale, {depth, depth})
                                    : make_pixel_data_format("Grayscale", PixelLayout::kGrayscale, {depth});

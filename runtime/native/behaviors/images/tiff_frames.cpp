@@ -30,8 +30,8 @@ using TiffImageApi = api::FileFormats::Tiff::TiffImage;
 
 // The settings of a page that came from no file.
 FileFacts page_facts(const imagework::Picture& picture) {
-    const int channels = (picture.is_gray() ? 1 : 3) + (picture.has_alpha() ? 1 : 0);
-    FileFacts facts = facts_of_picture(Format::kTiff, picture, picture.bits_per_channel() * channels);
+    const imagework::PixelForm& form = picture.form();
+    FileFacts facts = facts_of_picture(Format::kTiff, picture, form.bits * form.bands());
     facts.encoding = TiffEncoding{};
     return facts;
 }

@@ -63,11 +63,13 @@ void VipsPicture::binarize(const VImage& is_white) {
 }
 
 void VipsPicture::binarize_fixed(uint8_t threshold) {
+    to_colors();
     binarize(guarded(Failure::kInternal, "the image could not be binarized",
                      [&] { return as_8_bit(luma(m_image)) > threshold; }));
 }
 
 void VipsPicture::binarize_otsu() {
+    to_colors();
     binarize(guarded(Failure::kInternal, "the image could not be binarized", [&] {
         VImage gray = as_8_bit(luma(m_image));
         return gray > otsu_threshold(gray);
@@ -75,6 +77,7 @@ void VipsPicture::binarize_otsu() {
 }
 
 void VipsPicture::binarize_bradley(double difference, int32_t window) {
+    to_colors();
     window = std::min(window, 2 * std::max(width(), height())) | 1;  // a window has a middle
     binarize(guarded(Failure::kInternal, "the image could not be binarized", [&] {
         VImage gray = as_8_bit(luma(m_image));

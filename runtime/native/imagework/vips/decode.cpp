@@ -67,22 +67,6 @@ int frames_in(const VImage& image) {
     return image.get_typeof("n-pages") == 0 ? 1 : std::max(1, image.get_int("n-pages"));
 }
 
-// Colors into sRGB. CMYK always, by its own profile or the library's; others only when it is asked for.
-VImage in_srgb(const VImage& image, bool convert_profile) {
-    bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
-    bool has_profile = image.get_typeof(VIPS_META_ICC_NAME) != 0;
-    if (!cmyk && !(convert_profile && has_profile)) {
-        return image;
-    }
-    VImage result = image.icc_transform("srgb", VImage::option()
-                                                    ->set("embedded", true)
-                                                    ->set("input_profile", cmyk ? "cmyk" : "srgb")
-                                                    ->set("depth", image.format() == VIPS_FORMAT_USHORT ? 16 : 8));
-    result = result.copy();
-    result.remove(VIPS_META_ICC_NAME);  // it described the colors as they were
-    return result;
-}
-
 // The library has a default of its own, which differs by format, for a file that says nothing about its resolution.
 VImage with_resolution(const VImage& image, bool known) {
     if (known && (image.xres() != 1.0 || image.yres() != 1.0)) {
@@ -93,10 +77,20 @@ VImage with_resolution(const VImage& image, bool known) {
                           ->set("yres", dots_per_millimeter(kDefaultResolution.vertical)));
 }
 
+// What the options and the header's palette make of a decoded picture.
+std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const FileFacts& facts,
+                                  const DecodeOptions& options) {
+    if (!facts.palette.empty() && picture->form().color != ColorModel::kIndexed && picture->has_only(facts.palette)) {
+        picture->reduce(facts.palette, false);
+    }
+    picture->apply_profiles(options);
+    return picture;
+}
+
 std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts, const DecodeOptions& options) {
     check_picture_size(image.width(), image.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image())));
-    return std::make_unique<VipsPicture>(with_resolution(in_srgb(image, options.convert_profile), facts.has_resolution),
-                                         frames_in(image));
+    return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)), facts,
+                    options);
 }
 
 // The number of complete rows at the top of damaged data.
@@ -128,7 +122,7 @@ std::unique_ptr<Picture> top_rows(std::span<const uint8_t> data, const FileFacts
     int32_t height = image.height();
     auto picture = picture_of(image.extract_area(0, 0, width, rows), facts, options);
     if (rows < height) {
-        picture->place(width, height, 0, 0, options.background);
+        picture->place(width, height, 0, 0, picture->has_alpha() ? options.background : options.background | kBlack);
     }
     return picture;
 }
@@ -173,7 +167,8 @@ std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, const F
                    [&] { return recovered(data, facts, options); });
 }
 
-std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const DecodeOptions& options) {
+std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const FileFacts& facts,
+                                       const DecodeOptions& options) {
     Raster raster;
     try {
         raster = decode_bmp(data, options);
@@ -194,7 +189,7 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const Deco
                       ->set("xres", dots_per_millimeter(resolution.horizontal))
                       ->set("yres", dots_per_millimeter(resolution.vertical)))
             .write(owned);
-        return std::make_unique<VipsPicture>(owned);
+        return finished(std::make_unique<VipsPicture>(owned), facts, options);
     });
 }
 
@@ -233,7 +228,9 @@ std::vector<Frame> apng_frames(std::span<const uint8_t> data, const FileFacts& f
     std::unique_ptr<Picture> canvas;
     std::vector<Frame> frames;
     for (const ApngPart& part : parts.parts) {
-        auto picture = picture_of(with_alpha(as_rgb(opened(part.png, Format::kPng, fail_on))), facts, options);
+        auto picture = picture_of(opened(part.png, Format::kPng, fail_on), facts, options);
+        static_cast<VipsPicture&>(*picture).to_rgb();
+        picture->add_alpha();
         if (picture->width() != part.area.width || picture->height() != part.area.height) {
             throw PictureError(Failure::kDamaged, "a frame of the PNG animation is not as large as it says");
         }
@@ -285,7 +282,7 @@ std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptio
     settle_after_fork();
     FileFacts facts = probe(data);
     require_decodable(facts, options);
-    return facts.format == Format::kBmp ? decode_raster(data, options) : decode_with_vips(data, facts, options);
+    return facts.format == Format::kBmp ? decode_raster(data, facts, options) : decode_with_vips(data, facts, options);
 }
 
 }  // namespace zelmor::imagework

@@ -30,33 +30,21 @@ void unfit(const std::string& text) {
     throw PictureError(Failure::kEncoding, text);
 }
 
-VImage opaque(const VImage& image, const Encoding& encoding) {
-    if (!has_alpha_band(image)) {
-        return image;
+VImage with_profile(const VipsPicture& picture) {
+    const ProfileBytes profile = picture.profile();
+    if (profile == nullptr) {
+        return picture.image();
     }
-    VImage colors = color_bands(image);
-    if (!encoding.blend_alpha) {
-        return colors;
-    }
-    VImage flat = image.flatten(
-        VImage::option()->set("background", ink(colors, encoding.background))->set("max_alpha", channel_max(image)));
-    return rounded_like(flat, image);
+    VImage image = picture.image().copy();
+    vips_image_set_blob_copy(image.get_image(), VIPS_META_ICC_NAME, profile->data(), profile->size());
+    return image;
 }
 
-VImage as_16_bit(const VImage& image) {
-    if (image.format() == VIPS_FORMAT_USHORT) {
-        return image;
-    }
-    VipsInterpretation kind = is_gray_image(image) ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_RGB16;
-    return image.linear(257.0, 0.0).cast(VIPS_FORMAT_USHORT).copy(VImage::option()->set("interpretation", kind));
-}
-
-VImage as_cmyk(const VImage& image) {
-    VImage result = as_rgb(as_8_bit(image))
-                        .icc_transform("cmyk", VImage::option()->set("input_profile", "srgb")->set("embedded", true))
-                        .copy();
-    result.remove(VIPS_META_ICC_NAME);  // the profile is nearly a megabyte, and what readers take without one
-    return result;
+PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture) {
+    PixelForm form;
+    form.color = color;
+    form.alpha = picture.has_alpha();
+    return form;
 }
 
 namespace {
@@ -76,33 +64,47 @@ VImage quantized(const VImage& image, int bits) {
     return result;
 }
 
-EncodedBytes encode_as(const BmpEncoding& wanted, const VImage& picture, const Encoding& encoding) {
+EncodedBytes encode_as(const BmpEncoding& wanted, VipsPicture& picture, const Encoding& encoding) {
     check_bmp_encoding(wanted);
     BmpEncoding bmp = wanted;
-    if (encoding.may_widen && bmp.bits_per_pixel <= 8 &&
-        !has_at_most_colors(as_8_bit(opaque(picture, encoding)), size_t{1} << bmp.bits_per_pixel)) {
-        bmp = BmpEncoding{};
+    picture.to_srgb();  // the format has no place for a profile
+    std::vector<Argb> palette = encoding.palette;
+    if (palette.empty() && picture.palette().size() <= size_t{1} << std::min(8, bmp.bits_per_pixel)) {
+        palette.assign(picture.palette().begin(), picture.palette().end());
     }
-    VImage image = as_rgb(as_8_bit(bmp.bits_per_pixel == 32 ? picture : opaque(picture, encoding)));
-    if (bmp.bits_per_pixel <= 8) {
-        if (encoding.palette.empty()) {
-            image = color_bands(as_rgb(as_8_bit(quantized(image, bmp.bits_per_pixel))));
-        } else {
-            VipsPicture reduced(image);
-            reduced.reduce(encoding.palette, encoding.diffuse);
-            image = color_bands(as_rgb(reduced.image()));
+    if (bmp.bits_per_pixel != 32) {
+        picture.lose_alpha(encoding);
+        for (Argb& color : palette) {
+            color |= kBlack;
         }
     }
-    image = image.copy_memory();
-    Resolution resolution{picture.xres() * 25.4, picture.yres() * 25.4};
+    picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
+    if (encoding.may_widen && bmp.bits_per_pixel <= 8 &&
+        !has_at_most_colors(picture.image(), size_t{1} << bmp.bits_per_pixel)) {
+        bmp = BmpEncoding{};
+    }
+    if (bmp.bits_per_pixel <= 8) {
+        if (palette.empty()) {
+            picture = VipsPicture(quantized(picture.image(), bmp.bits_per_pixel));
+        } else {
+            picture.reduce(palette, encoding.diffuse);
+        }
+        PixelForm form;
+        picture.to_form(form);
+    } else {
+        palette.clear();
+    }
+    const VImage& image = picture.image();
     std::span<const uint8_t> pixels(static_cast<const uint8_t*>(image.data()),
                                     VIPS_IMAGE_SIZEOF_IMAGE(image.get_image()));
     return to_encoded(
-        encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, resolution, encoding.palette));
+        encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, picture.resolution(), palette));
 }
 
-EncodedBytes encode_as(const GifEncoding& gif, const VImage& picture, const Encoding& encoding) {
-    VImage image = as_rgb(as_8_bit(picture)).copy();
+EncodedBytes encode_as(const GifEncoding& gif, VipsPicture& picture, const Encoding& encoding) {
+    picture.to_srgb();  // the format has no place for a profile
+    picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
+    VImage image = picture.image().copy();
     // Settings of the source that the library would otherwise carry over.
     for (const char* name : {"gif-palette", "n-pages", "page-height", "delay", "loop"}) {
         if (image.get_typeof(name) != 0 && !(std::string(name) == "loop" && !gif.loops)) {
@@ -130,21 +132,33 @@ bool has_metadata(const VImage& image) {
     return false;
 }
 
-EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const Encoding& encoding) {
-    VImage image = as_8_bit(opaque(picture, encoding));
+// The color model that the file is to have.
+ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const Encoding& encoding) {
+    const bool cmyk = picture.form().color == ColorModel::kCmyk;
     switch (jpeg.color) {
-        case JpegColor::kAuto:
-            break;
         case JpegColor::kGray:
-            image = luma(image);
-            break;
+            return ColorModel::kGray;
         case JpegColor::kYcc:
-            image = as_rgb(image);
-            break;
+            return ColorModel::kRgb;
         case JpegColor::kCmyk:
-            image = as_cmyk(image);
+            // A picture that is saved as it was follows what became of its colors.
+            if (cmyk || !encoding.may_widen) {
+                return ColorModel::kCmyk;
+            }
+            break;
+        case JpegColor::kAuto:
+            if (cmyk) {
+                return ColorModel::kCmyk;
+            }
             break;
     }
+    return picture.is_gray() ? ColorModel::kGray : ColorModel::kRgb;
+}
+
+EncodedBytes encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Encoding& encoding) {
+    picture.lose_alpha(encoding);
+    picture.to_form(form_of_8_bits(model_of(jpeg, picture, encoding), picture));
+    const VImage image = with_profile(picture);
     EncodedBytes bytes = save_with_library(image, "jpegsave_buffer",
                                            VImage::option()
                                                ->set("Q", jpeg.quality)
@@ -159,23 +173,15 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, const VImage& picture, const En
     return with_jpeg_segments(bytes, jfif, jpeg.comment);
 }
 
-EncodedBytes encode_as(const WebpEncoding& webp, const VImage& picture, const Encoding&) {
-    VImage image = as_rgb(as_8_bit(picture));
+EncodedBytes encode_as(const WebpEncoding& webp, VipsPicture& picture, const Encoding&) {
+    picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
+    const VImage image = with_profile(picture);
     // A resolution has no place in the format but there.
     bool plain = !has_metadata(image) && image.xres() == dots_per_millimeter(kDefaultResolution.horizontal) &&
                  image.yres() == dots_per_millimeter(kDefaultResolution.vertical);
     return save_with_library(
         image, "webpsave_buffer",
         VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality)->set("strip", plain));
-}
-
-// Pixels of one color become transparent.
-VImage with_transparent(const VImage& image, Argb color) {
-    VImage source = with_alpha(as_rgb(image));
-    VImage colors = color_bands(source);
-    VImage matches = (colors == ink(colors, color)).bandand();
-    std::vector<double> clear = ink(source, color & 0x00FFFFFF);
-    return matches.ifthenelse(clear, source);
 }
 
 }  // namespace
@@ -195,19 +201,42 @@ void VipsPicture::flatten(Argb background) {
     if (!has_alpha()) {
         return;
     }
+    to_direct();
+    admit(background | kBlack);
+    const std::vector<double> color = ink_of(background | kBlack);
     apply("the background could not be put in", [&] {
-        Encoding encoding;
-        encoding.background = background;
-        return opaque(m_image, encoding);
+        const std::vector<double> colors(color.begin(), color.end() - 1);
+        const VImage flat = m_image.flatten(
+            VImage::option()->set("background", colors)->set("max_alpha", channel_max(m_image)));
+        return rounded_like(flat, m_image);
     });
 }
 
+void VipsPicture::lose_alpha(const Encoding& encoding) {
+    if (encoding.blend_alpha) {
+        return flatten(encoding.background);
+    }
+    if (has_alpha()) {
+        to_direct();
+        change_alpha(false);
+    }
+}
+
 void VipsPicture::add_alpha() {
-    apply("an alpha channel could not be added", [&] { return with_alpha(m_image); });
+    if (!has_alpha()) {
+        to_direct();
+        change_alpha(true);
+    }
 }
 
 void VipsPicture::make_transparent(Argb color) {
-    apply("the transparent color could not be taken out", [&] { return with_transparent(m_image, color); });
+    to_rgb();
+    change_alpha(true);
+    apply("the transparent color could not be taken out", [&] {
+        VImage colors = color_bands(m_image);
+        VImage matches = (colors == ink(colors, color)).bandand();
+        return matches.ifthenelse(ink(m_image, color & 0x00FFFFFF), m_image);
+    });
 }
 
 void prepare_for_encoding(Picture& picture, const Encoding& encoding) {
@@ -233,13 +262,15 @@ EncodedBytes VipsPicture::encode(const Encoding& wanted) const {
     return guarded(Failure::kEncoding, what.c_str(), [&] {
         check_sides(*this, format);
         Encoding encoding = wanted;
-        if (encoding.may_widen && !encoding.palette.empty() && !has_only(encoding.palette)) {
+        const bool own_palette =
+            std::equal(palette().begin(), palette().end(), encoding.palette.begin(), encoding.palette.end());
+        if (encoding.may_widen && !encoding.palette.empty() && !own_palette && !has_only(encoding.palette)) {
             encoding.palette.clear();
         }
         VipsPicture own(*this, Shared{});
         m_exclusive = false;
         prepare_for_encoding(own, encoding);
-        return std::visit([&](const auto& kind) { return encode_as(kind, own.image(), encoding); }, encoding.format);
+        return std::visit([&](const auto& kind) { return encode_as(kind, own, encoding); }, encoding.format);
     });
 }
 

@@ -51,7 +51,10 @@ VImage strip_of(std::span<const FrameToWrite> frames) {
     for (const FrameToWrite& frame : frames) {
         auto own = frame.picture->copy();
         prepare_for_encoding(*own, *frame.encoding);
-        images.push_back(as_rgb(as_8_bit(static_cast<const VipsPicture&>(*own).image())));
+        auto& picture = static_cast<VipsPicture&>(*own);
+        picture.to_srgb();  // one profile cannot stand for several frames
+        picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
+        images.push_back(picture.image());
         alpha = alpha || has_alpha_band(images.back());
         delays.push_back(frame.duration);
     }

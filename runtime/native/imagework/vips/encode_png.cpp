@@ -32,10 +32,6 @@ VipsForeignPngFilter png_filter(PngFilter filter) {
     return VIPS_FOREIGN_PNG_FILTER_ALL;
 }
 
-VImage as_gray(const VImage& image) {
-    return with_alpha_of(luma(image), image);
-}
-
 // Of exactly the palette given, whose indices are the pixels. The library writes the indices as a gray picture, which
 // has the same data, and the header is made to say what they are.
 EncodedBytes encode_indexed(std::span<const uint8_t> indices, int32_t width, int32_t height,
@@ -94,49 +90,60 @@ EncodedBytes encode_indexed(std::span<const uint8_t> indices, int32_t width, int
 
 }  // namespace
 
-EncodedBytes encode_as(const PngEncoding& png, const VImage& picture, const Encoding& encoding) {
-    if (png.color == PngColor::kIndexed && !encoding.palette.empty()) {
-        const VipsPicture source(picture);
-        return encode_indexed(source.indices(encoding.palette, encoding.diffuse), source.width(), source.height(),
-                              encoding.palette, png, source.resolution());
+EncodedBytes encode_as(const PngEncoding& wanted, VipsPicture& picture, const Encoding& encoding) {
+    PngEncoding png = wanted;
+    const PixelForm source = picture.form();
+    if (png.color == PngColor::kAuto && source.color == ColorModel::kIndexed) {
+        png.color = PngColor::kIndexed;
     }
-    VImage image = picture;
-    int depth = png.bit_depth == 0 ? (picture.format() == VIPS_FORMAT_USHORT ? 16 : 8) : png.bit_depth;
-    switch (png.color) {
-        case PngColor::kAuto:
-            break;
-        case PngColor::kGray:
-            image = luma(opaque(image, encoding));
-            break;
-        case PngColor::kTruecolor:
-            image = as_rgb(opaque(image, encoding));
-            break;
-        case PngColor::kIndexed:
-            image = as_rgb(image);
-            break;
-        case PngColor::kGrayAlpha:
-            image = with_alpha(as_gray(image));
-            break;
-        case PngColor::kTruecolorAlpha:
-            image = with_alpha(as_rgb(image));
-            break;
+    const bool own_palette = encoding.palette.empty() && source.color == ColorModel::kIndexed;
+    const std::vector<Argb> palette =
+        own_palette ? std::vector<Argb>(picture.palette().begin(), picture.palette().end()) : encoding.palette;
+    if (png.color == PngColor::kIndexed && !palette.empty()) {
+        if (own_palette && png.bit_depth == 0) {
+            png.bit_depth = source.bits;
+        }
+        return encode_indexed(picture.indices(palette, encoding.diffuse), picture.width(), picture.height(), palette,
+                              png, picture.resolution());
+    }
+    const bool own_depth = png.bit_depth == 0;
+    int depth = own_depth ? std::min(16, source.bits) : png.bit_depth;
+    bool alpha = picture.has_alpha();
+    ColorModel color = picture.is_gray() ? ColorModel::kGray : ColorModel::kRgb;
+    if (png.color == PngColor::kGray || png.color == PngColor::kTruecolor) {
+        picture.lose_alpha(encoding);
+        alpha = false;
+    }
+    if (png.color == PngColor::kGrayAlpha || png.color == PngColor::kTruecolorAlpha) {
+        picture.add_alpha();
+        alpha = true;
+    }
+    if (png.color != PngColor::kAuto) {
+        const bool gray = png.color == PngColor::kGray || png.color == PngColor::kGrayAlpha;
+        color = gray ? ColorModel::kGray : ColorModel::kRgb;
     }
     bool indexed = png.color == PngColor::kIndexed;
-    if (indexed && encoding.may_widen && !has_at_most_colors(as_8_bit(image), size_t{1} << std::min(depth, 8))) {
+    const bool gray = color == ColorModel::kGray && !alpha;
+    if (indexed && depth > 8) {
+        unfit("an indexed PNG has at most 8 bits per pixel");
+    }
+    if (depth < 8 && !gray && !indexed) {
+        if (png.color != PngColor::kAuto && !own_depth) {
+            unfit("PNG has no form of " + std::to_string(depth) + " bits per channel for this color type");
+        }
+        depth = 8;
+    }
+    PixelForm form;
+    form.color = color;
+    form.alpha = alpha;
+    form.sample = depth == 16 ? SampleType::kUint16 : SampleType::kUint8;
+    form.bits = gray ? depth : std::max(8, depth);
+    picture.to_form(form);
+    if (indexed && encoding.may_widen && !has_at_most_colors(picture.image(), size_t{1} << std::min(depth, 8))) {
         indexed = false;
         depth = 8;
     }
-    bool gray = image.bands() == 1;
-    if (depth < 8 && !indexed && !gray && png.color != PngColor::kAuto) {
-        unfit("PNG has no form of " + std::to_string(depth) + " bits per channel for this color type");
-    }
-    if (depth < 8 && !indexed && !gray) {
-        depth = 8;
-    }
-    if (depth > 8 && indexed) {
-        unfit("an indexed PNG has at most 8 bits per pixel");
-    }
-    image = depth == 16 ? as_16_bit(image) : as_8_bit(image);
+    VImage image = with_profile(picture);
     if (depth < 8 && gray && !indexed) {  // the library writes the lower bits of each value
         image = image.linear(((1 << depth) - 1) / 255.0, 0.0).rint().cast(VIPS_FORMAT_UCHAR);
     }

@@ -3,7 +3,7 @@
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 
 #include "runtime/native/imagework/backend.h"
-#include "runtime/native/imagework/vips/vips_support.h"
+#include "runtime/native/imagework/vips/vips_picture.h"
 
 namespace zelmor::imagework {
 
@@ -22,14 +22,16 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding);
 // Throws PictureError(kEncoding).
 [[noreturn]] void unfit(const std::string& text);
 
-// Without alpha: over the background of the encoding, or as the colors are where it says so.
-vips::VImage opaque(const vips::VImage& image, const Encoding& encoding);
-vips::VImage as_16_bit(const vips::VImage& image);
-vips::VImage as_cmyk(const vips::VImage& image);
+// The image with the picture's profile, as the library's savers take it.
+vips::VImage with_profile(const VipsPicture& picture);
 
-// Encodes a picture in one of the eight forms; `encoding` has the settings that do not depend on the format.
-EncodedBytes encode_as(const PngEncoding& png, const vips::VImage& picture, const Encoding& encoding);
-EncodedBytes encode_as(const TiffEncoding& tiff, const vips::VImage& picture, const Encoding& encoding);
+// The form of 8 bits a channel in the color model given, with alpha where the picture has it.
+PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture);
+
+// Encode a picture, which they may bring into another form; `encoding` has the settings that do not depend on the
+// format.
+EncodedBytes encode_as(const PngEncoding& png, VipsPicture& picture, const Encoding& encoding);
+EncodedBytes encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding);
 
 }  // namespace zelmor::imagework
 

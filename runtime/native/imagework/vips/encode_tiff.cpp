@@ -1,4 +1,5 @@
 // Writing TIFF.
+#include <algorithm>
 #include <string>
 
 #include "runtime/native/imagework/codecs/tiff_byte_order.h"
@@ -35,47 +36,59 @@ void require_turnable(const TiffEncoding& tiff, bool wide) {
     }
 }
 
-VImage black_and_white(const VImage& image) {
-    return as_8_bit(luma(image)) > 127;
-}
-
 }  // namespace
 
-EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const Encoding& encoding) {
-    VImage image = picture;
-    bool bilevel = tiff.color == TiffColor::kBilevel;
+EncodedBytes encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding) {
+    const bool bilevel = tiff.color == TiffColor::kBilevel;
+    if (picture.form().color == ColorModel::kLab || picture.form().color == ColorModel::kIndexed) {
+        picture.to_colors();
+    }
+    PixelForm form = picture.form();
+    if (has_signs(form)) {
+        form.sample = form.bits == 8 ? SampleType::kUint8 : SampleType::kUint16;
+    }
+    form.bits = std::max(8, form.bits);
     switch (tiff.color) {
         case TiffColor::kAuto:
             break;
         case TiffColor::kBilevel:
-            image = black_and_white(opaque(image, encoding));
-            break;
         case TiffColor::kGray:
-            image = luma(opaque(image, encoding));
+            picture.lose_alpha(encoding);
+            form.color = ColorModel::kGray;
             break;
         case TiffColor::kRgb:
-            image = as_rgb(opaque(image, encoding));
+            picture.lose_alpha(encoding);
+            form.color = ColorModel::kRgb;
             break;
         case TiffColor::kRgba:
-            image = with_alpha(as_rgb(image));
+            form.color = ColorModel::kRgb;
             break;
         case TiffColor::kCmyk:
-            image = as_cmyk(opaque(image, encoding));
+            picture.lose_alpha(encoding);
+            form.color = ColorModel::kCmyk;
             break;
     }
     if (tiff.compression == TiffCompression::kFax4 && !bilevel) {
         unfit("fax compression takes pictures of one bit per pixel only");
     }
+    int depth = tiff.bit_depth;
     if (tiff.compression == TiffCompression::kJpeg) {
         if (bilevel) {
             unfit("JPEG compression takes no pictures of one bit per pixel");
         }
-        if (tiff.color != TiffColor::kCmyk) {
-            image = as_8_bit(opaque(image, encoding));
-        }
-    } else if (!bilevel && tiff.color != TiffColor::kCmyk && tiff.bit_depth != 0) {
-        image = tiff.bit_depth == 16 ? as_16_bit(image) : as_8_bit(image);
+        depth = 8;
+        picture.lose_alpha(encoding);
     }
+    form.alpha = tiff.color == TiffColor::kRgba || (picture.has_alpha() && tiff.color == TiffColor::kAuto);
+    if (bilevel || depth == 8 || (tiff.color == TiffColor::kCmyk && depth == 0)) {
+        form.sample = SampleType::kUint8;
+        form.bits = bilevel ? 1 : 8;
+    } else if (depth == 16) {
+        form.sample = SampleType::kUint16;
+        form.bits = 16;
+    }
+    picture.to_form(form);
+    const VImage image = with_profile(picture);
     require_turnable(tiff, image.format() == VIPS_FORMAT_USHORT);
     bool lossless = tiff.compression == TiffCompression::kLzw || tiff.compression == TiffCompression::kDeflate;
     VOption* options =
@@ -100,7 +113,7 @@ EncodedBytes encode_as(const TiffEncoding& tiff, const VImage& picture, const En
 }
 
 void check_tiff_byte_order(const TiffEncoding& tiff, const Picture& picture) {
-    require_turnable(tiff, tiff.bit_depth == 16 || (tiff.bit_depth == 0 && picture.bits_per_channel() == 16));
+    require_turnable(tiff, tiff.bit_depth == 16 || (tiff.bit_depth == 0 && picture.form().bits == 16));
 }
 
 }  // namespace zelmor::imagework

@@ -179,6 +179,7 @@ VImage filtered(const VImage& image, const Deconvolution& filter) {
 
 void VipsPicture::filter(const Rect& area, const Filter& filter) {
     require_inside(area);
+    to_direct();
     apply("the image could not be filtered", [&] {
         VImage result = std::visit([&](const auto& kind) { return filtered(m_image, kind); }, filter);
         if (area.width == width() && area.height == height()) {

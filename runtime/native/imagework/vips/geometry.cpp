@@ -1,6 +1,7 @@
 // Cutting, placing, turning and mirroring.
 #include <cmath>
 
+#include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
@@ -13,20 +14,21 @@ VImage quarter_turned(const VImage& image, int quarters) {
     return quarters == 0 ? image : image.rot(kAngles[quarters]);
 }
 
-VImage placed(const VImage& image, int32_t width, int32_t height, int32_t x, int32_t y, Argb background) {
+VImage placed(const VImage& image, int32_t width, int32_t height, int32_t x, int32_t y,
+              const std::vector<double>& background) {
     bool beside = x >= width || y >= height || x <= -image.width() || y <= -image.height();
     if (beside) {  // nothing of the picture is on the canvas, which the library would refuse
         return image.extract_area(0, 0, 1, 1)
-            .new_from_image(ink(image, background))
+            .new_from_image(background)
             .embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
     }
     return image.embed(
         x, y, width, height,
-        VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", ink(image, background)));
+        VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", background));
 }
 
 // Around the center by any angle. Colors are weighed by their alpha, so that transparent pixels do not bleed.
-VImage turned(const VImage& image, double degrees, bool grow, Argb background) {
+VImage turned(const VImage& image, double degrees, bool grow, std::vector<double> fill) {
     double angle = degrees * std::acos(-1.0) / 180.0;
     double cosine = std::cos(angle);
     double sine = std::sin(angle);
@@ -40,10 +42,9 @@ VImage turned(const VImage& image, double degrees, bool grow, Argb background) {
             std::ceil(std::fabs(image.width() * sine) + std::fabs(image.height() * cosine) - kSlack));
     }
     bool alpha = has_alpha_band(image);
-    std::vector<double> fill = ink(image, background);
     VImage source = image;
     if (alpha) {
-        source = image.premultiply();
+        source = image.premultiply(VImage::option()->set("max_alpha", channel_max(image)));
         double share = fill.back() / channel_max(image);
         for (size_t i = 0; i + 1 < fill.size(); i++) {
             fill[i] *= share;
@@ -60,7 +61,40 @@ VImage turned(const VImage& image, double degrees, bool grow, Argb background) {
                                       ->set("extend", VIPS_EXTEND_BACKGROUND)
                                       ->set("background", fill)
                                       ->set("premultiplied", true));
-    return rounded_like(alpha ? result.unpremultiply() : result, image);
+    return rounded_like(alpha ? result.unpremultiply(VImage::option()->set("max_alpha", channel_max(image))) : result,
+                        image);
+}
+
+// Lays a row of pixels with alpha over another one of the same colors; neither is premultiplied.
+template <class Sample>
+void lay_over(const Sample* top, Sample* below, int colors, bool below_has_alpha, size_t count) {
+    using Share = std::conditional_t<(sizeof(Sample) > 2), double, float>;
+    constexpr auto kTop = static_cast<Share>(sample_top<Sample>());
+    const auto stored = [](Share value) {
+        return static_cast<Sample>(std::is_floating_point_v<Sample> ? value : value + Share(0.5));
+    };
+    const int step = colors + (below_has_alpha ? 1 : 0);
+    for (size_t i = 0; i < count; i++, top += colors + 1, below += step) {
+        const Share alpha = static_cast<Share>(top[colors]) / kTop;
+        const Share behind = below_has_alpha ? static_cast<Share>(below[colors]) / kTop : Share{1};
+        const Share whole = alpha + behind * (1 - alpha);
+        if (alpha == 0) {
+            continue;
+        }
+        const Share own = alpha / whole;
+        for (int band = 0; band < colors; band++) {
+            below[band] = alpha == 1 ? top[band]
+                                     : stored(static_cast<Share>(top[band]) * own +
+                                              static_cast<Share>(below[band]) * (1 - own));
+        }
+        if (below_has_alpha) {
+            below[colors] = stored(whole * kTop);
+        }
+    }
+}
+
+bool same_profile(const ProfileBytes& a, const ProfileBytes& b) {
+    return a == b || (a != nullptr && b != nullptr && *a == *b);
 }
 
 }  // namespace
@@ -72,52 +106,60 @@ void VipsPicture::crop(const Rect& area) {
 }
 
 void VipsPicture::place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) {
+    const bool covered = x <= 0 && y <= 0 && int64_t{x} + this->width() >= width && int64_t{y} + this->height() >= height;
+    if (!covered) {
+        admit(background);
+    }
     check_picture_size(width, height, static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(m_image.get_image())));
-    apply("the image could not be placed on its canvas",
-          [&] { return placed(m_image, width, height, x, y, background); });
+    const std::vector<double> fill = ink_of(background);
+    apply("the image could not be placed on its canvas", [&] { return placed(m_image, width, height, x, y, fill); });
 }
 
 void VipsPicture::replace_area(const Rect& area, Argb color) {
     require_inside(area);
+    admit(has_alpha() ? color : color | kBlack);
+    const std::vector<double> value = ink_of(color);
     apply("the area could not be filled", [&] {
         const VImage fill =
             m_image.extract_area(0, 0, 1, 1)
-                .new_from_image(ink(m_image, color))
+                .new_from_image(value)
                 .embed(0, 0, area.width, area.height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
         return m_image.insert(fill, area.x, area.y);
     });
 }
 
 void VipsPicture::draw(const Picture& other, int32_t x, int32_t y) {
-    const VImage& top = static_cast<const VipsPicture&>(other).image();
-    if (x >= width() || y >= height() || x <= -top.width() || y <= -top.height()) {
+    if (x >= width() || y >= height() || x <= -other.width() || y <= -other.height()) {
         return;
     }
-    apply("the images could not be laid over each other", [&] {
-        VImage below = is_gray_image(m_image) && !is_gray_image(top) ? as_rgb(m_image) : m_image;
-        VImage above = is_gray_image(below) ? luma(top) : color_bands(as_rgb(top));
-        if (below.format() != above.format()) {
-            above = below.format() == VIPS_FORMAT_UCHAR
-                        ? as_8_bit(above)
-                        : above.linear(257.0, 0.0)
-                              .cast(VIPS_FORMAT_USHORT)
-                              .copy(VImage::option()->set("interpretation", below.interpretation()));
+    VipsPicture top(static_cast<const VipsPicture&>(other), Shared{});
+    static_cast<const VipsPicture&>(other).m_exclusive = false;
+    const int32_t left = std::max(0, x);
+    const int32_t first = std::max(0, y);
+    const int32_t right = static_cast<int32_t>(std::min<int64_t>(width(), int64_t{x} + top.width()));
+    const int32_t end = static_cast<int32_t>(std::min<int64_t>(height(), int64_t{y} + top.height()));
+    top.crop({left - x, first - y, right - left, end - first});
+    to_colors();
+    top.to_colors();
+    if (!same_profile(m_profile, top.m_profile)) {
+        to_srgb();
+        top.to_srgb();
+    }
+    if (is_gray() && !top.is_gray()) {
+        to_rgb();
+    }
+    PixelForm form = m_form;
+    form.alpha = true;
+    top.to_form(form);
+    make_writable();
+    const auto count = static_cast<size_t>(top.width());
+    with_storage(storage_of(m_form.sample), [&](auto sample) {
+        using Sample = decltype(sample);
+        for (int32_t row = 0; row < top.height(); row++) {
+            lay_over(reinterpret_cast<const Sample*>(row_of(top.m_image, row)),
+                     reinterpret_cast<Sample*>(row_of(m_image, first + row, left)), m_form.color_bands(), m_form.alpha,
+                     count);
         }
-        if (!has_alpha_band(top)) {
-            return below.insert(has_alpha_band(below) ? with_alpha(above) : above, x, y);
-        }
-        VImage alpha = top.extract_band(top.bands() - 1);
-        if (below.format() == VIPS_FORMAT_UCHAR && alpha.format() == VIPS_FORMAT_USHORT) {
-            alpha = alpha >> 8;
-        }
-        if (below.format() == VIPS_FORMAT_USHORT && alpha.format() == VIPS_FORMAT_UCHAR) {
-            alpha = alpha * 257;
-        }
-        above = above.bandjoin(alpha.cast(below.format()));
-        const VImage laid = below.composite2(
-            above, VIPS_BLEND_MODE_OVER,
-            VImage::option()->set("x", x)->set("y", y)->set("compositing_space", below.interpretation()));
-        return rounded_like(has_alpha_band(below) ? laid : color_bands(laid), below);
     });
 }
 
@@ -143,19 +185,27 @@ void VipsPicture::rotate(double degrees, bool grow, Argb background) {
     if (quarters == std::floor(quarters)) {  // exact, without resampling
         int32_t width = this->width();
         int32_t height = this->height();
+        const bool turns = static_cast<int>(quarters) % 2 == 1;
+        if (turns && !grow && width != height) {
+            admit(background);
+        }
+        const std::vector<double> fill = ink_of(background);
         apply("the image could not be rotated", [&] {
             VImage result = quarter_turned(m_image, static_cast<int>(quarters) & 3);
             if (grow || (result.width() == width && result.height() == height)) {
                 return result;
             }
             return placed(result, width, height, (width - result.width()) / 2, (height - result.height()) / 2,
-                          background);
+                          fill);
         });
         return;
     }
+    to_direct();
+    admit(background);
     // The canvas that a turned picture needs is largest at 45 degrees, less than twice each side together.
     check_picture_size(int64_t{width()} + (grow ? height() : 0), int64_t{height()} + (grow ? width() : 0), 1);
-    apply("the image could not be rotated", [&] { return turned(m_image, turn, grow, background); });
+    const std::vector<double> fill = ink_of(background);
+    apply("the image could not be rotated", [&] { return turned(m_image, turn, grow, fill); });
 }
 
 }  // namespace zelmor::imagework

@@ -152,31 +152,6 @@ void thin_out(std::vector<Argb>& palette, size_t most) {
     }
 }
 
-// A picture in the size and resolution of another.
-VImage painted(const VImage& like, std::span<const uint8_t> indices, std::span<const Argb> palette) {
-    const bool alpha = std::any_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 != 255; });
-    const int bands = alpha ? 4 : 3;
-    std::vector<uint8_t> pixels;
-    pixels.reserve(indices.size() * static_cast<size_t>(bands));
-    for (const uint8_t index : indices) {
-        const Argb color = palette[index];
-        for (const int shift : {16, 8, 0}) {
-            pixels.push_back(static_cast<uint8_t>(color >> shift));
-        }
-        if (alpha) {
-            pixels.push_back(static_cast<uint8_t>(color >> 24));
-        }
-    }
-    VImage result = VImage::new_memory();
-    VImage::new_from_memory(pixels.data(), pixels.size(), like.width(), like.height(), bands, VIPS_FORMAT_UCHAR)
-        .copy(VImage::option()
-                  ->set("interpretation", VIPS_INTERPRETATION_sRGB)
-                  ->set("xres", like.xres())
-                  ->set("yres", like.yres()))
-        .write(result);
-    return result;
-}
-
 void require_palette_size(int most) {
     if (most >= 1 && most <= 256) {
         return;
@@ -190,7 +165,8 @@ void require_palette_size(int most) {
 std::vector<Argb> VipsPicture::close_palette(int most, bool keep_alpha) const {
     require_palette_size(most);
     return guarded(Failure::kInternal, "the colors could not be counted", [&] {
-        const VImage colors = as_rgb(as_8_bit(keep_alpha ? m_image : color_bands(m_image)));
+        const VImage own = this->colors();
+        const VImage colors = as_rgb(as_8_bit(keep_alpha ? own : color_bands(own)));
         std::vector<Argb> palette = distinct_colors(rgba_of(colors), static_cast<size_t>(most));
         if (!palette.empty()) {
             return palette;
@@ -202,8 +178,13 @@ std::vector<Argb> VipsPicture::close_palette(int most, bool keep_alpha) const {
 }
 
 std::vector<uint8_t> VipsPicture::indices(std::span<const Argb> palette, bool diffuse) const {
-    return guarded(Failure::kInternal, "the pixels could not be indexed",
-                   [&] { return indices_in(m_image, palette, diffuse); });
+    return guarded(Failure::kInternal, "the pixels could not be indexed", [&] {
+        if (std::equal(palette.begin(), palette.end(), this->palette().begin(), this->palette().end())) {
+            const auto own = bytes_of(m_image);  // of entries that are alike each keeps its pixels
+            return std::vector<uint8_t>(own.begin(), own.end());
+        }
+        return indices_in(colors(), palette, diffuse);
+    });
 }
 
 bool VipsPicture::has_only(std::span<const Argb> palette) const {
@@ -217,7 +198,7 @@ bool VipsPicture::has_only(std::span<const Argb> palette) const {
         }
         return colors;
     }();
-    const VImage rgba = rgba_of(m_image);
+    const VImage rgba = rgba_of(colors());
     const auto bytes = bytes_of(rgba);
     Argb last = 0;
     for (size_t at = 0; at < bytes.size(); at += 4) {
@@ -235,7 +216,7 @@ bool VipsPicture::has_only(std::span<const Argb> palette) const {
 
 std::vector<Argb> VipsPicture::frequent_palette(int most) const {
     require_palette_size(most);
-    const VImage rgba = rgba_of(color_bands(m_image));
+    const VImage rgba = rgba_of(color_bands(colors()));
     const auto bytes = bytes_of(rgba);
     std::unordered_map<Argb, uint32_t> counts;
     for (size_t at = 0; at < bytes.size(); at += 4) {
@@ -254,12 +235,11 @@ std::vector<Argb> VipsPicture::frequent_palette(int most) const {
 }
 
 void VipsPicture::paint(std::span<const uint8_t> indices, std::span<const Argb> palette) {
-    apply("the colors could not be put in", [&] { return painted(m_image, indices, palette); });
+    set_indices(indices, palette);
 }
 
 void VipsPicture::reduce(std::span<const Argb> palette, bool diffuse) {
-    apply("the colors could not be reduced",
-          [&] { return painted(m_image, indices_in(m_image, palette, diffuse), palette); });
+    set_indices(indices(palette, diffuse), palette);
 }
 
 }  // namespace zelmor::imagework

@@ -93,6 +93,9 @@ void VipsPicture::resize(int32_t width, int32_t height, Resampling resampling) {
     if (width == m_image.width() && height == m_image.height()) {
         return;
     }
+    if (resampling != Resampling::kNearest) {  // which mixes nothing
+        to_direct();
+    }
     Method method = method_of(resampling);
     apply("the image could not be resized", [&] {
         if (resampling == Resampling::kNearest) {

@@ -95,7 +95,7 @@ double best_angle(const std::vector<Point>& points, double around, double reach,
 
 double VipsPicture::skew_angle() const {
     return guarded(Failure::kInternal, "the lines of the image could not be looked for", [&] {
-        const std::vector<Point> points = dark_points(m_image);
+        const std::vector<Point> points = dark_points(colors());
         if (points.empty()) {
             return 0.0;
         }

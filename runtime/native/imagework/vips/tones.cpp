@@ -11,6 +11,12 @@ namespace {
 // Maps the color channels through a table that `curve` makes of the values 0 to channel_max.
 template <class Curve>
 VImage mapped(const VImage& image, Curve&& curve) {
+    if (image.format() != VIPS_FORMAT_UCHAR && image.format() != VIPS_FORMAT_USHORT) {
+        // No table has all values; the curve is that of each sample.
+        const VImage colors = color_bands(image);
+        const VImage result = curve(colors.cast(VIPS_FORMAT_DOUBLE), channel_max(image));
+        return with_alpha_of(rounded_like(result, colors), image);
+    }
     bool wide = image.format() == VIPS_FORMAT_USHORT;
     VImage values = VImage::identity(VImage::option()->set("ushort", wide)->set("size", 65536));
     VImage table = curve(values, channel_max(image)).rint().cast(image.format());
@@ -22,13 +28,16 @@ VImage mapped(const VImage& image, Curve&& curve) {
 }  // namespace
 
 void VipsPicture::grayscale() {
+    to_colors();
     if (is_gray()) {
         return;
     }
+    to_srgb();  // gray has no profile of RGB
     apply("the image could not be made gray", [&] { return with_alpha_of(luma(m_image), m_image); });
 }
 
 void VipsPicture::adjust_brightness(int32_t brightness) {
+    to_colors();
     apply("the brightness could not be changed", [&] {
         return mapped(m_image,
                       [&](const VImage& values, double top) { return values.linear(1.0, brightness * top / 255.0); });
@@ -38,6 +47,7 @@ void VipsPicture::adjust_brightness(int32_t brightness) {
 void VipsPicture::adjust_contrast(double contrast) {
     // Stretches around the middle by the square of the percentage.
     double factor = std::pow((100.0 + contrast) / 100.0, 2.0);
+    to_colors();
     apply("the contrast could not be changed", [&] {
         return mapped(m_image, [&](const VImage& values, double top) {
             return values.linear(factor, top / 2.0 * (1.0 - factor));
@@ -46,8 +56,12 @@ void VipsPicture::adjust_contrast(double contrast) {
 }
 
 void VipsPicture::adjust_gamma(double red, double green, double blue) {
+    to_colors();
+    if (red != green || green != blue) {
+        to_rgb();
+    }
     apply("the gamma could not be changed", [&] {
-        VImage image = red == green && green == blue ? m_image : as_rgb(m_image);
+        const VImage& image = m_image;
         return mapped(image, [&](const VImage& values, double top) {
             VImage unit = values.linear(1.0 / top, 0.0);
             auto curve = [&](double gamma) { return unit.math2_const(VIPS_OPERATION_MATH2_POW, {1.0 / gamma}); };

@@ -4,6 +4,7 @@
 #include "runtime/native/imagework/vips/color_profiles.h"
 #include "runtime/native/imagework/vips/decode.h"
 #include "runtime/native/imagework/vips/encode_frames.h"
+#include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 #include "runtime/native/imagework/vips/vips_start.h"
 
@@ -26,26 +27,33 @@ class VipsBackend final : public Backend {
     }
 
     std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) override {
-        int bands = (gray ? 1 : 3) + (alpha ? 1 : 0);
-        check_picture_size(width, height, bands);
+        PixelForm form;
+        form.color = gray ? ColorModel::kGray : ColorModel::kRgb;
+        form.alpha = alpha;
+        return create(width, height, form, color, {});
+    }
+    std::unique_ptr<Picture> create(int32_t width, int32_t height, const PixelForm& form, Argb color,
+                                    std::span<const Argb> palette) override {
+        check_picture_size(width, height, static_cast<int>(form.pixel_size()));
         return guarded(Failure::kInternal, "the image could not be created", [&] {
-            VImage black =
-                VImage::black(1, 1, VImage::option()->set("bands", bands))
-                    .copy(VImage::option()
-                              ->set("interpretation", gray ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB)
-                              ->set("xres", dots_per_millimeter(kDefaultResolution.horizontal))
-                              ->set("yres", dots_per_millimeter(kDefaultResolution.vertical)));
-            VImage canvas = black.new_from_image(ink(black, color))
-                                .embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
-            return std::unique_ptr<Picture>(new VipsPicture(canvas));
+            RowsHeader header;
+            header.width = width;
+            header.height = height;
+            header.form = form;
+            header.palette.assign(palette.begin(), palette.end());
+            auto picture = std::make_unique<VipsPicture>(blank_image(form, 1, 1, kDefaultResolution), header);
+            picture->fill(width, height, color);
+            return std::unique_ptr<Picture>(std::move(picture));
         });
     }
 
-    void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk) override {
-        imagework::argb_to_cmyk(colors, cmyk);
+    void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk, const ProfileBytes& rgb_profile,
+                      const ProfileBytes& cmyk_profile) override {
+        imagework::argb_to_cmyk(colors, cmyk, rgb_profile, cmyk_profile);
     }
-    void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors) override {
-        imagework::cmyk_to_argb(cmyk, colors);
+    void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors, const ProfileBytes& cmyk_profile,
+                      const ProfileBytes& rgb_profile) override {
+        imagework::cmyk_to_argb(cmyk, colors, cmyk_profile, rgb_profile);
     }
 
     std::string library() const override { return std::string("libvips ") + vips_version_string(); }

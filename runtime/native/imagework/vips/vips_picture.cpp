@@ -1,7 +1,14 @@
-// The picture itself: its canonical form, resolution, sharing, and access to single pixels and blocks.
+// The picture itself: its form, resolution, sharing, and access to single pixels and blocks.
 #include "runtime/native/imagework/vips/vips_picture.h"
 
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cstring>
 #include <string>
+#include <unordered_map>
+
+#include "runtime/native/imagework/vips/rows_image.h"
 
 using vips::VImage;
 
@@ -10,71 +17,131 @@ namespace {
 
 constexpr double kMillimetersPerInch = 25.4;
 
-// Brings any color space, sample format and number of bands into one of the eight forms.
-VImage canonical(VImage image) {
-    VipsInterpretation kind = image.interpretation();
-    bool plain_rgb =
-        kind == VIPS_INTERPRETATION_sRGB || kind == VIPS_INTERPRETATION_RGB || kind == VIPS_INTERPRETATION_RGB16;
-    bool plain_gray = kind == VIPS_INTERPRETATION_B_W || kind == VIPS_INTERPRETATION_GREY16;
-    bool untold = kind == VIPS_INTERPRETATION_MULTIBAND;
-    if (image.coding() != VIPS_CODING_NONE || !(plain_rgb || plain_gray || untold)) {
+// An image of any kind in the bands and formats that pictures have (see vips_picture.h).
+VImage in_known_form(VImage image) {
+    if (image.coding() != VIPS_CODING_NONE) {
         image = image.colourspace(VIPS_INTERPRETATION_sRGB);
     }
-    if (image.bands() > 4) {
-        image = image.extract_band(0, VImage::option()->set("n", 4));
+    const bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK && image.bands() >= 4;
+    const int most = cmyk ? 5 : 4;
+    if (image.bands() > most) {
+        image = image.extract_band(0, VImage::option()->set("n", most));
     }
-    if (image.format() == VIPS_FORMAT_UINT) {
-        image = image.cast(VIPS_FORMAT_USHORT, VImage::option()->set("shift", true));
-    } else if (image.format() != VIPS_FORMAT_UCHAR && image.format() != VIPS_FORMAT_USHORT) {
-        bool wide = kind == VIPS_INTERPRETATION_RGB16 || kind == VIPS_INTERPRETATION_GREY16;
-        image = image.cast(wide ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR);
+    const VipsInterpretation kind = image.interpretation();
+    switch (image.format()) {
+        case VIPS_FORMAT_CHAR:
+            image = (image.cast(VIPS_FORMAT_INT) + 128).cast(VIPS_FORMAT_UCHAR);
+            break;
+        case VIPS_FORMAT_SHORT:
+            image = (image.cast(VIPS_FORMAT_INT) + 32768).cast(VIPS_FORMAT_USHORT);
+            break;
+        case VIPS_FORMAT_INT:
+            image = (image.cast(VIPS_FORMAT_DOUBLE) + 2147483648.0).cast(VIPS_FORMAT_UINT);
+            break;
+        case VIPS_FORMAT_COMPLEX:
+        case VIPS_FORMAT_DPCOMPLEX:
+            throw PictureError(Failure::kUnsupported, "pixels of complex numbers have no colors");
+        default:
+            break;
     }
-    bool wide = image.format() == VIPS_FORMAT_USHORT;
-    VipsInterpretation form = is_gray_image(image) ? (wide ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W)
-                                                   : (wide ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB);
-    return image.copy(VImage::option()->set("interpretation", form));
+    return image.interpretation() == kind ? image : image.copy(VImage::option()->set("interpretation", kind));
 }
 
-// Channel `band` of a pixel in 8 bits.
-template <class Channel>
-uint32_t channel8(const Channel* pixel, int band) {
-    return static_cast<uint32_t>(pixel[band]) >> (sizeof(Channel) == 2 ? 8 : 0);
+ProfileBytes profile_in(const VImage& image) {
+    if (image.get_typeof(VIPS_META_ICC_NAME) == 0) {
+        return nullptr;
+    }
+    size_t size = 0;
+    const auto* data = static_cast<const uint8_t*>(image.get_blob(VIPS_META_ICC_NAME, &size));
+    return std::make_shared<const std::vector<uint8_t>>(data, data + size);
 }
 
-template <class Channel>
-Argb pixel_argb(const Channel* pixel, int bands) {
-    uint32_t alpha = bands == 2 || bands == 4 ? channel8(pixel, bands - 1) : 255;
-    uint32_t red = channel8(pixel, 0);
-    if (bands < 3) {
-        return alpha << 24 | red * 0x010101;
+// The profile is the picture's; the library's savers get it from there.
+VImage without_profile(const VImage& image) {
+    if (image.get_typeof(VIPS_META_ICC_NAME) == 0) {
+        return image;
     }
-    return alpha << 24 | red << 16 | channel8(pixel, 1) << 8 | channel8(pixel, 2);
+    VImage result = image.copy();
+    result.remove(VIPS_META_ICC_NAME);
+    return result;
 }
 
-template <class Channel>
-void put_pixel(Channel* pixel, int bands, Argb color) {
-    auto widened = [](uint32_t value) { return static_cast<Channel>(sizeof(Channel) == 2 ? value * 257 : value); };
-    pixel[0] = widened(color >> 16 & 0xFF);
-    if (bands >= 3) {
-        pixel[1] = widened(color >> 8 & 0xFF);
-        pixel[2] = widened(color & 0xFF);
+SharedPalette shared_palette(const RowsHeader& header) {
+    if (header.form.color != ColorModel::kIndexed) {
+        return nullptr;
     }
-    if (bands == 2 || bands == 4) {
-        pixel[bands - 1] = widened(color >> 24);
-    }
-}
-
-bool is_gray_color(Argb color) {
-    return (color >> 16 & 0xFF) == (color & 0xFF) && (color >> 8 & 0xFF) == (color & 0xFF);
+    return std::make_shared<const Palette>(Palette{header.palette, header.deep_palette});
 }
 
 }  // namespace
 
 VipsPicture::VipsPicture(const VImage& image, int frame_count)
-    : m_image(computed(canonical(image))), m_frame_count(frame_count) {}
+    : m_image(computed(without_profile(in_known_form(image)))),
+      m_form(form_of_image(m_image)),
+      m_profile(profile_in(image)),
+      m_frame_count(frame_count) {}
+
+VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header, int frame_count)
+    : m_image(computed(image)),
+      m_form(header.form),
+      m_palette(shared_palette(header)),
+      m_profile(header.profile),
+      m_frame_count(frame_count) {
+    assert(m_image.bands() == m_form.bands());
+}
 
 VipsPicture::VipsPicture(const VipsPicture& other, Shared)
-    : m_image(other.m_image), m_frame_count(other.m_frame_count), m_exclusive(false) {}
+    : m_image(other.m_image),
+      m_form(other.m_form),
+      m_palette(other.m_palette),
+      m_profile(other.m_profile),
+      m_frame_count(other.m_frame_count),
+      m_to_srgb(other.m_to_srgb),
+      m_exclusive(false) {}
+
+void VipsPicture::take(const VImage& image) {
+    const PixelForm before = m_form;
+    m_image = image;
+    m_exclusive = true;
+    m_form = form_of_image(image);
+    if (storage_of(m_form.sample) == storage_of(before.sample)) {
+        m_form.sample = before.sample;
+        m_form.bits = before.bits;
+        if (before.color == ColorModel::kIndexed && m_form.bands() == 1) {
+            m_form.color = ColorModel::kIndexed;
+        }
+    }
+    if (m_form.color != ColorModel::kIndexed) {
+        m_palette.reset();
+    }
+    if (m_form.color != before.color) {
+        m_profile.reset();  // it was one for the other colors
+        m_to_srgb.reset();
+    }
+}
+
+std::span<const Argb> VipsPicture::palette() const {
+    return m_palette != nullptr ? std::span<const Argb>(m_palette->colors) : std::span<const Argb>();
+}
+
+bool VipsPicture::has_alpha() const {
+    const auto transparent = [](Argb color) { return color >> 24 != 255; };
+    return m_form.alpha || std::any_of(palette().begin(), palette().end(), transparent);
+}
+
+RowsHeader VipsPicture::rows_header() const {
+    RowsHeader header;
+    header.width = width();
+    header.height = height();
+    header.form = m_form;
+    header.resolution = resolution();
+    if (m_palette != nullptr) {
+        header.palette = m_palette->colors;
+        header.deep_palette = m_palette->deep;
+    }
+    header.profile = m_profile;
+    return header;
+}
 
 std::unique_ptr<Picture> VipsPicture::copy() const {
     m_exclusive = false;
@@ -127,63 +194,170 @@ void VipsPicture::set_argb(int32_t x, int32_t y, Argb color) {
     write_argb({x, y, 1, 1}, {&color, 1});
 }
 
-void VipsPicture::read_argb(const Rect& area, std::span<Argb> out) const {
+template <class Word>
+void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
     require_inside(area);
-    VipsImage* image = m_image.get_image();
-    Argb* to = out.data();
+    constexpr bool kWide = sizeof(Word) == 8;
+    const auto width = static_cast<size_t>(area.width);
+    std::array<Word, 256> table{};
+    PixelForm rgb = m_form;
+    rgb.color = ColorModel::kRgb;
+    std::vector<uint8_t> row;
+    const bool converts = m_form.color == ColorModel::kCmyk || m_form.color == ColorModel::kLab;
+    if (converts) {
+        row.resize(width * rgb.pixel_size());
+    } else if (m_palette != nullptr) {
+        for (size_t i = 0; i < m_palette->colors.size(); i++) {
+            table[i] = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+                       : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
+                                                 : static_cast<Word>(m_palette->deep[i]);
+        }
+    }
     for (int32_t y = 0; y < area.height; y++) {
-        const void* line = VIPS_IMAGE_ADDR(image, area.x, area.y + y);
-        for (int32_t x = 0; x < area.width; x++) {
-            size_t at = static_cast<size_t>(x) * static_cast<size_t>(image->Bands);
-            *to++ = image->BandFmt == VIPS_FORMAT_USHORT
-                        ? pixel_argb(static_cast<const uint16_t*>(line) + at, image->Bands)
-                        : pixel_argb(static_cast<const uint8_t*>(line) + at, image->Bands);
+        const uint8_t* samples = row_of(m_image, area.y + y, area.x);
+        const std::span<Word> words = out.subspan(static_cast<size_t>(y) * width, width);
+        if (m_palette != nullptr) {
+            std::transform(samples, samples + width, words.begin(), [&](uint8_t index) { return table[index]; });
+            continue;
+        }
+        const PixelForm& form = converts ? rgb : m_form;
+        if (converts) {
+            to_srgb_conversion().run(m_form, samples, rgb, row.data(), width);
+            samples = row.data();
+        }
+        if constexpr (kWide) {
+            to_argb64(form, samples, words);
+        } else {
+            to_argb(form, samples, words);
         }
     }
 }
 
+void VipsPicture::read_argb(const Rect& area, std::span<Argb> out) const {
+    read_words(area, out);
+}
+
 void VipsPicture::read_argb64(const Rect& area, std::span<uint64_t> out) const {
+    read_words(area, out);
+}
+
+namespace {
+
+// Whether a gray form of few bits has the level of a gray color.
+bool has_level(int bits, Argb color) {
+    return bits >= 8 || (color & 0xFF) % (255U / ((1U << bits) - 1)) == 0;
+}
+bool has_level(int bits, uint64_t color) {
+    const auto level = static_cast<uint32_t>(color & 0xFFFF);
+    return bits >= 8 || (level % 257 == 0 && has_level(bits, Argb{level / 257}));
+}
+bool is_gray_word(Argb color) {
+    return is_gray_color(color);
+}
+bool is_gray_word(uint64_t color) {
+    return is_gray_color64(color);
+}
+
+}  // namespace
+
+template <class Word>
+void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
     require_inside(area);
-    VipsImage* image = m_image.get_image();
-    const auto bands = static_cast<size_t>(image->Bands);
-    const bool wide = image->BandFmt == VIPS_FORMAT_USHORT;
-    uint64_t* to = out.data();
+    constexpr bool kWide = sizeof(Word) == 8;
+    const auto width = static_cast<size_t>(area.width);
+    const auto count = width * static_cast<size_t>(area.height);
+    assert(pixels.size() >= count);
+    pixels = pixels.first(count);
+    if (m_form.color == ColorModel::kIndexed) {
+        std::vector<uint8_t> indices(count);
+        const bool alpha = has_alpha();
+        // Of entries that are alike the first counts. Without alpha in the palette that of the colors does not count.
+        std::unordered_map<Word, uint8_t> known;
+        const Word opaque = kWide ? static_cast<Word>(uint64_t{0xFFFF} << 48) : static_cast<Word>(kBlack);
+        for (size_t i = 0; i < m_palette->colors.size(); i++) {
+            const Word color = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+                               : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
+                                                         : static_cast<Word>(m_palette->deep[i]);
+            known.emplace(alpha ? color : color | opaque, static_cast<uint8_t>(i));
+        }
+        // An invisible color that the palette has not takes the place of another invisible one.
+        const int invisible = alpha ? index_of(0) : -1;
+        bool all = true;
+        for (size_t i = 0; i < count && all; i++) {
+            const auto found = known.find(alpha ? pixels[i] : pixels[i] | opaque);
+            const bool clear = invisible >= 0 && (pixels[i] & opaque) == 0;
+            all = found != known.end() || clear;
+            indices[i] = found != known.end() ? found->second : static_cast<uint8_t>(clear ? invisible : 0);
+        }
+        if (all) {
+            make_writable();
+            for (int32_t y = 0; y < area.height; y++) {
+                std::copy_n(&indices[static_cast<size_t>(y) * width], width, row_of(m_image, area.y + y, area.x));
+            }
+            return;
+        }
+    }
+    to_model_of_colors();
+    if (is_gray()) {
+        if (!std::all_of(pixels.begin(), pixels.end(), [](Word color) { return is_gray_word(color); })) {
+            to_rgb();
+        } else if (m_form.bits < 8 && !std::all_of(pixels.begin(), pixels.end(),
+                                                   [&](Word color) { return has_level(m_form.bits, color); })) {
+            m_form.bits = 8;
+        }
+    }
+    make_writable();
     for (int32_t y = 0; y < area.height; y++) {
-        const void* line = VIPS_IMAGE_ADDR(image, area.x, area.y + y);
-        for (size_t x = 0; x < static_cast<size_t>(area.width); x++) {
-            const auto channel = [&](size_t band) -> uint64_t {
-                const size_t at = x * bands + band;
-                return wide ? static_cast<const uint16_t*>(line)[at] : static_cast<const uint8_t*>(line)[at] * 257U;
-            };
-            const uint64_t alpha = bands == 2 || bands == 4 ? channel(bands - 1) : 0xFFFF;
-            const uint64_t red = channel(0);
-            *to++ = alpha << 48 | red << 32 | (bands < 3 ? red : channel(1)) << 16 | (bands < 3 ? red : channel(2));
+        const std::span<const Word> words = pixels.subspan(static_cast<size_t>(y) * width, width);
+        if constexpr (kWide) {
+            from_argb64(m_form, words, row_of(m_image, area.y + y, area.x));
+        } else {
+            from_argb(m_form, words, row_of(m_image, area.y + y, area.x));
         }
     }
 }
 
 void VipsPicture::write_argb(const Rect& area, std::span<const Argb> pixels) {
+    write_words(area, pixels);
+}
+
+void VipsPicture::write_argb64(const Rect& area, std::span<const uint64_t> pixels) {
+    write_words(area, pixels);
+}
+
+void VipsPicture::read_samples(const Rect& area, size_t row_size, std::span<uint8_t> out) const {
     require_inside(area);
-    if (is_gray()) {
-        for (Argb color : pixels) {
-            if (!is_gray_color(color)) {
-                apply("the image could not be made RGB", [&] { return as_rgb(m_image); });
-                break;
-            }
+    const size_t needed = m_form.pixel_size() * static_cast<size_t>(area.width);
+    assert(row_size >= needed && out.size() >= row_size * static_cast<size_t>(area.height - 1) + needed);
+    for (int32_t y = 0; y < area.height; y++) {
+        const std::span<uint8_t> row = out.subspan(row_size * static_cast<size_t>(y), needed);
+        std::memcpy(row.data(), row_of(m_image, area.y + y, area.x), needed);
+        turn_signs(m_form, row);
+    }
+}
+
+void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<const uint8_t> samples) {
+    require_inside(area);
+    const size_t needed = m_form.pixel_size() * static_cast<size_t>(area.width);
+    assert(row_size >= needed && samples.size() >= row_size * static_cast<size_t>(area.height - 1) + needed);
+    for (int32_t y = 0; m_palette != nullptr && y < area.height; y++) {
+        const auto row = samples.subspan(row_size * static_cast<size_t>(y), needed);
+        const uint8_t most = *std::max_element(row.begin(), row.end());
+        if (most >= m_palette->colors.size()) {
+            throw PictureError(Failure::kArgument, "The data has the index " + std::to_string(most) +
+                                                       ", the palette " + std::to_string(m_palette->colors.size()) +
+                                                       " colors.",
+                               "data");
         }
     }
     make_writable();
-    VipsImage* image = m_image.get_image();
-    const Argb* from = pixels.data();
     for (int32_t y = 0; y < area.height; y++) {
-        void* line = VIPS_IMAGE_ADDR(image, area.x, area.y + y);
-        for (int32_t x = 0; x < area.width; x++) {
-            size_t at = static_cast<size_t>(x) * static_cast<size_t>(image->Bands);
-            if (image->BandFmt == VIPS_FORMAT_USHORT) {
-                put_pixel(static_cast<uint16_t*>(line) + at, image->Bands, *from++);
-            } else {
-                put_pixel(static_cast<uint8_t*>(line) + at, image->Bands, *from++);
-            }
+        const std::span<uint8_t> row(row_of(m_image, area.y + y, area.x), needed);
+        std::memcpy(row.data(), samples.data() + row_size * static_cast<size_t>(y), needed);
+        turn_signs(m_form, row);
+        if (m_form.color == ColorModel::kGray && m_form.bits < 8 &&
+            !std::all_of(row.begin(), row.end(), [&](uint8_t level) { return has_level(m_form.bits, Argb{level}); })) {
+            m_form.bits = 8;
         }
     }
 }

@@ -1,37 +1,86 @@
 // A picture held by the image library: one image in memory, replaced as a whole by each operation.
 //
-// The image always has one of eight forms: 8 or 16 bits, gray or RGB, with or without alpha. Operations stand in files
-// of their own by what they do: geometry, resampling, tones, binarizing, colors, encoding.
+// The picture keeps the form of its file: color model, depth, palette and profile. An operation that cannot work on
+// every form begins with one of the conversions below, which does nothing where the picture has such a form already.
+// Operations stand in files of their own by what they do: geometry, resampling, tones, binarizing, colors, encoding.
+//
+// The library's image has the bands of the form, in the band format of its storage (samples.h). Its interpretation says
+// which bands there are: CMYK of ink, LAB of L*a*b*, anything else of gray (1 or 2 bands) or RGB (3 or 4); so
+// has_alpha_band() and channel_max() hold for every form. The samples of an indexed picture are its indices.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_PICTURE_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_PICTURE_H
 
 #include <memory>
 
 #include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/pixels/rows.h"
+#include "runtime/native/imagework/pixels/samples.h"
+#include "runtime/native/imagework/vips/color_profiles.h"
 #include "runtime/native/imagework/vips/vips_support.h"
 
 namespace zelmor::imagework {
 
+// The colors of an indexed picture, shared by its copies.
+struct Palette {
+    std::vector<Argb> colors;
+    std::vector<uint64_t> deep;  // with 16 bits a channel, where the entries are no repeated bytes; otherwise empty
+};
+using SharedPalette = std::shared_ptr<const Palette>;
+
 class VipsPicture final : public Picture {
  public:
-    // Takes any image of the library, brings it into one of the eight forms and computes it.
+    // Takes an image of the library of any form, and computes it. Its form is what its bands, its band format and its
+    // interpretation say; an embedded profile becomes the picture's.
     explicit VipsPicture(const vips::VImage& image, int frame_count = 1);
+    // Of the size, form, resolution, palette and profile given; `image` has the samples in that form.
+    VipsPicture(const vips::VImage& image, const RowsHeader& header, int frame_count = 1);
 
     int32_t width() const override { return m_image.width(); }
     int32_t height() const override { return m_image.height(); }
-    bool has_alpha() const override { return has_alpha_band(m_image); }
-    bool is_gray() const override { return is_gray_image(m_image); }
-    int bits_per_channel() const override { return m_image.format() == VIPS_FORMAT_USHORT ? 16 : 8; }
+    const PixelForm& form() const override { return m_form; }
+    std::span<const Argb> palette() const override;
+    ProfileBytes profile() const override { return m_profile; }
+    bool has_alpha() const override;
+    bool is_gray() const override { return m_form.color == ColorModel::kGray; }
     int frame_count() const override { return m_frame_count; }
+    // Everything but the pixels, as a codec takes it.
+    RowsHeader rows_header() const;
+
+    // ---- Conversions
+
+    // Resampling and blurs: an indexed picture becomes RGB, with alpha where its palette has it; 1, 2 and 4 bits
+    // become 8.
+    void to_direct();
+    // Tones and colors given as ARGB: CMYK and Lab become RGB too, by their profile.
+    void to_colors();
+    // The same, and gray becomes RGB.
+    void to_rgb();
+    // Colors by the profile become sRGB, of a gray picture gray; the picture has no profile then. Other forms stay.
+    void to_srgb();
+    // Any form. Alpha is dropped where the form has none (see flatten), opaque where only the form has it. A target
+    // with indices is refused. PictureError(kEncoding) where floating samples lie outside the range of integers.
+    void to_form(const PixelForm& form);
+    // The image after to_colors(), of a picture that stays as it is.
+    vips::VImage colors() const;
+    // Of another size, all of one color.
+    void fill(int32_t width, int32_t height, Argb color);
+    // Gives the colors the meaning that the options ask for: the embedded profile, another one, or sRGB.
+    void apply_profiles(const DecodeOptions& options);
+    // Makes the picture such that it can hold a color besides its own: another model, alpha, or true color.
+    void admit(Argb color);
     Resolution resolution() const override;
     void set_resolution(Resolution resolution) override;
     std::unique_ptr<Picture> copy() const override;
 
     Argb get_argb(int32_t x, int32_t y) const override;
     void set_argb(int32_t x, int32_t y, Argb color) override;
+    void set_profile(ProfileBytes profile) override;
     void read_argb(const Rect& area, std::span<Argb> out) const override;
     void write_argb(const Rect& area, std::span<const Argb> pixels) override;
     void read_argb64(const Rect& area, std::span<uint64_t> out) const override;
+    void write_argb64(const Rect& area, std::span<const uint64_t> pixels) override;
+    void read_samples(const Rect& area, size_t row_size, std::span<uint8_t> out) const override;
+    void write_samples(const Rect& area, size_t row_size, std::span<const uint8_t> samples) override;
 
     void crop(const Rect& area) override;
     void resize(int32_t width, int32_t height, Resampling resampling) override;
@@ -65,6 +114,8 @@ class VipsPicture final : public Picture {
 
     // Laid over a background, without alpha from then on.
     void flatten(Argb background);
+    // Without alpha: over the background of the encoding, or as the colors are where it says so.
+    void lose_alpha(const Encoding& encoding);
     // Pixels of one color become transparent.
     void make_transparent(Argb color);
 
@@ -75,18 +126,45 @@ class VipsPicture final : public Picture {
     struct Shared {};
     VipsPicture(const VipsPicture& other, Shared);
 
-    // Runs an operation and takes its computed result; a failure leaves the picture as it was.
+    // Runs an operation and takes its computed result, whose form follows from its bands and format; a failure leaves
+    // the picture as it was.
     template <class Step>
     void apply(const char* what, Step&& step) {
-        m_image = guarded(Failure::kInternal, what, [&] { return computed(step()); });
-        m_exclusive = true;
+        take(guarded(Failure::kInternal, what, [&] { return computed(step()); }));
     }
+    void take(const vips::VImage& image);
     void require_inside(const Rect& area) const;
     void make_writable();
     void binarize(const vips::VImage& is_white);
+    // Takes the indices, row by row, and their palette in the place of the pixels.
+    void set_indices(std::span<const uint8_t> indices, std::span<const Argb> palette);
+    // The pixels that a step makes of each row; `form` is theirs.
+    template <class Step>
+    void convert_rows(const PixelForm& form, Step&& step);
+    // to_colors() without a change of the bits.
+    void to_model_of_colors();
+    // Converts the colors to another model by the picture's profile, to sRGB where that is gray or RGB.
+    void change_model(ColorModel model);
+    void change_depth(SampleType sample, int bits);
+    void change_alpha(bool alpha);
+    // From CMYK or Lab, or from colors with a profile, to sRGB.
+    const ColorConversion& to_srgb_conversion() const;
+    // Reads pixels as colors of 8 or of 16 bits a channel.
+    template <class Word>
+    void read_words(const Rect& area, std::span<Word> out) const;
+    template <class Word>
+    void write_words(const Rect& area, std::span<const Word> pixels);
+    // The samples of a color in the picture's form, which admit() has made fit for it.
+    std::vector<double> ink_of(Argb color) const;
+    // The index of a color that the palette has, or -1.
+    int index_of(Argb color) const;
 
     vips::VImage m_image;
+    PixelForm m_form;
+    SharedPalette m_palette;  // of an indexed picture
+    ProfileBytes m_profile;
     int m_frame_count;
+    mutable std::shared_ptr<const ColorConversion> m_to_srgb;  // made when it is first needed
     mutable bool m_exclusive = true;  // no copy shares the pixels
 };
 

@@ -25,7 +25,8 @@ std::string take_vips_error(const vips::VError& error) {
 }
 
 VImage rounded_like(const VImage& image, const VImage& like) {
-    VImage result = vips_band_format_isint(image.format()) ? image : image.rint();
+    const bool exact = vips_band_format_isint(image.format()) || !vips_band_format_isint(like.format());
+    VImage result = exact ? image : image.rint();
     return result.cast(like.format()).copy(VImage::option()->set("interpretation", like.interpretation()));
 }
 
@@ -49,8 +50,9 @@ VImage as_rgb(const VImage& image) {
         return image;
     }
     VImage gray = image.extract_band(0);
-    VipsInterpretation kind =
-        image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB;
+    VipsInterpretation kind = image.format() == VIPS_FORMAT_USHORT  ? VIPS_INTERPRETATION_RGB16
+                              : image.format() == VIPS_FORMAT_UCHAR ? VIPS_INTERPRETATION_sRGB
+                                                                    : VIPS_INTERPRETATION_MULTIBAND;
     VImage rgb = VImage::bandjoin({gray, gray, gray}).copy(VImage::option()->set("interpretation", kind));
     return with_alpha_of(rgb, image);
 }
@@ -59,10 +61,15 @@ VImage luma(const VImage& image) {
     if (is_gray_image(image)) {
         return image.extract_band(0);
     }
-    VipsInterpretation kind =
-        image.format() == VIPS_FORMAT_USHORT ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W;
+    VipsInterpretation kind = image.format() == VIPS_FORMAT_USHORT  ? VIPS_INTERPRETATION_GREY16
+                              : image.format() == VIPS_FORMAT_UCHAR ? VIPS_INTERPRETATION_B_W
+                                                                    : VIPS_INTERPRETATION_MULTIBAND;
     VImage weights = VImage::new_matrixv(3, 1, 0.299, 0.587, 0.114);
-    return rounded_like(color_bands(image).recomb(weights), image).copy(VImage::option()->set("interpretation", kind));
+    VImage colors = color_bands(image);
+    if (colors.format() == VIPS_FORMAT_UINT) {  // which floats do not hold
+        colors = colors.cast(VIPS_FORMAT_DOUBLE);
+    }
+    return rounded_like(colors.recomb(weights), image).copy(VImage::option()->set("interpretation", kind));
 }
 
 bool has_at_most_colors(const VImage& image, size_t most) {
@@ -92,6 +99,12 @@ VImage as_8_bit(const VImage& image) {
         return image;
     }
     VipsInterpretation kind = is_gray_image(image) ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB;
+    if (image.format() != VIPS_FORMAT_USHORT) {
+        return image.linear(255.0 / channel_max(image), 0.0)
+            .rint()
+            .cast(VIPS_FORMAT_UCHAR)
+            .copy(VImage::option()->set("interpretation", kind));
+    }
     return image.cast(VIPS_FORMAT_UCHAR, VImage::option()->set("shift", true))
         .copy(VImage::option()->set("interpretation", kind));
 }
@@ -102,7 +115,8 @@ std::vector<double> ink(const VImage& image, Argb color) {
     double r = (color >> 16 & 0xFF) * unit;
     double g = (color >> 8 & 0xFF) * unit;
     double b = (color & 0xFF) * unit;
-    double gray = std::rint(0.299 * r + 0.587 * g + 0.114 * b);
+    double gray = 0.299 * r + 0.587 * g + 0.114 * b;
+    gray = vips_band_format_isint(image.format()) ? std::rint(gray) : gray;
     switch (image.bands()) {
         case 1:
             return {gray};

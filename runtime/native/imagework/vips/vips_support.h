@@ -17,10 +17,12 @@ namespace zelmor::imagework {
 // The text of the library's error without its line breaks; the library's own log of errors is emptied.
 std::string take_vips_error(const vips::VError& error);
 
-// Runs a step of the library; its error becomes a PictureError of the kind given, behind the words given.
+// Runs a step of the library; its error becomes a PictureError of the kind given, behind the words given. The library's
+// log of errors is emptied first: a warning of an earlier step, which did not fail, is no part of this one's error.
 template <class Step>
 auto guarded(Failure kind, const char* what, Step&& step) -> decltype(step()) {
     settle_after_fork();
+    vips_error_clear();
     try {
         return std::forward<Step>(step)();
     } catch (const vips::VError& error) {
@@ -29,19 +31,29 @@ auto guarded(Failure kind, const char* what, Step&& step) -> decltype(step()) {
     }
 }
 
-// Greatest value of a channel: 255, or 65535 for 16 bits.
+// The value of a channel that stands for all of its range: 1 of floating samples, else the greatest one.
 inline double channel_max(const vips::VImage& image) {
-    return image.format() == VIPS_FORMAT_USHORT ? 65535.0 : 255.0;
+    switch (image.format()) {
+        case VIPS_FORMAT_UCHAR:
+            return 255.0;
+        case VIPS_FORMAT_USHORT:
+            return 65535.0;
+        case VIPS_FORMAT_UINT:
+            return 4294967295.0;
+        default:
+            return 1.0;
+    }
 }
 
 inline bool is_gray_image(const vips::VImage& image) {
     return image.bands() < 3;
 }
 inline bool has_alpha_band(const vips::VImage& image) {
-    return image.bands() == 2 || image.bands() == 4;
+    const bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
+    return cmyk ? image.bands() == 5 : image.bands() == 2 || image.bands() == 4;
 }
 
-// Back from floating point to the form of `like`, rounded and clipped.
+// Back from the floating point of a calculation to the form of `like`, of integers rounded and clipped.
 vips::VImage rounded_like(const vips::VImage& image, const vips::VImage& like);
 
 // The color bands without alpha.
@@ -65,7 +77,7 @@ bool has_at_most_colors(const vips::VImage& image, size_t most);
 // 8 bits per channel.
 vips::VImage as_8_bit(const vips::VImage& image);
 
-// A color in the bands and the depth of the picture.
+// A gray or RGB color in the bands and the depth of the picture.
 std::vector<double> ink(const vips::VImage& image, Argb color);
 
 // Dots per inch in the library's dots per millimeter, within the range that it and the formats take.
