@@ -154,6 +154,7 @@ struct Encoding {
     Argb background = kWhite;                    // stands behind the picture where the target has no alpha
     bool blend_alpha = true;                     // otherwise alpha is simply dropped there
     std::optional<Argb> transparent_color = {};  // its pixels are written as transparent
+    bool copies_frames = false;                  // the data of frames that are as in their file may be copied
     bool may_widen = false;                      // more colors than the palette holds make it true color
     std::optional<Argb> flatten = {};            // stands behind the picture even where the target has alpha
     std::vector<Argb> palette = {};              // of an indexed form; empty: the colors that suit the picture best

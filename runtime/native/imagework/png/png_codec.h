@@ -16,9 +16,11 @@
 namespace zelmor::imagework {
 
 struct PngReading {
-    // Takes what there is of damaged data: checksums count for nothing, a file that is cut off has the rows up to
-    // there, and an interlaced picture has what the passes gave so far.
+    // Takes what there is of damaged data: a file that is cut off has the rows up to there, and damage behind the
+    // pixels does not count.
     bool lenient = false;
+    // Goes on behind a wrong checksum, and an interlaced picture has what its passes gave so far.
+    bool careless = false;
 };
 
 // Reads the header. PictureError: kDamaged, or kTooLarge for an interlaced picture that has no room in memory.

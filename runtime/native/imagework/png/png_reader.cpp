@@ -24,7 +24,7 @@ constexpr int kChunkNameBytes = 5;
 class PngReader final : public RowReader {
  public:
     PngReader(const SharedSource& source, const PngReading& reading)
-        : m_lenient(reading.lenient), m_bytes(source), m_session(PngSession::Use::kRead) {
+        : m_lenient(reading.lenient), m_careless(reading.careless), m_bytes(source), m_session(PngSession::Use::kRead) {
         start();
         take_header();
         take_palette();
@@ -65,7 +65,7 @@ class PngReader final : public RowReader {
             png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, kUnread,
                                         static_cast<int>(sizeof kUnread - 1) / kChunkNameBytes);
         });
-        if (m_lenient) {
+        if (m_careless) {
             m_session.run([png] { png_set_crc_action(png, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE); });
         }
         png_infop info = m_session.info();
@@ -197,7 +197,7 @@ class PngReader final : public RowReader {
             }
             end();
         } catch (const PictureError& error) {
-            if (!m_lenient || error.kind() != Failure::kDamaged) {
+            if (!m_careless || error.kind() != Failure::kDamaged) {
                 m_whole = {};
                 throw;
             }
@@ -249,6 +249,7 @@ class PngReader final : public RowReader {
     }
 
     bool m_lenient;
+    bool m_careless;
     SourceBytes m_bytes;
     uint64_t m_at = 0;
     PngSession m_session;

@@ -96,12 +96,14 @@ VipsPicture::VipsPicture(const VipsPicture& other, Shared)
       m_palette(other.m_palette),
       m_profile(other.m_profile),
       m_frame_count(other.m_frame_count),
+      m_origin(other.m_origin),
       m_to_srgb(other.m_to_srgb),
       m_exclusive(false) {}
 
 void VipsPicture::take(const VImage& image) {
     const PixelForm before = m_form;
     m_image = image;
+    m_origin = {};
     m_exclusive = true;
     m_form = form_of_image(image);
     if (storage_of(m_form.sample) == storage_of(before.sample)) {
@@ -161,6 +163,7 @@ void VipsPicture::set_resolution(Resolution resolution) {
 }
 
 void VipsPicture::make_writable() {
+    m_origin = {};
     if (m_exclusive && m_image.get_image()->dtype == VIPS_IMAGE_SETBUF) {
         return;
     }
@@ -208,7 +211,7 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
         row.resize(width * rgb.pixel_size());
     } else if (m_palette != nullptr) {
         for (size_t i = 0; i < m_palette->colors.size(); i++) {
-            table[i] = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+            table[i] = !kWide                    ? static_cast<Word>(m_palette->colors[i])
                        : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
                                                  : static_cast<Word>(m_palette->deep[i]);
         }
@@ -275,7 +278,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
         std::unordered_map<Word, uint8_t> known;
         const Word opaque = kWide ? static_cast<Word>(uint64_t{0xFFFF} << 48) : static_cast<Word>(kBlack);
         for (size_t i = 0; i < m_palette->colors.size(); i++) {
-            const Word color = !kWide                     ? static_cast<Word>(m_palette->colors[i])
+            const Word color = !kWide                    ? static_cast<Word>(m_palette->colors[i])
                                : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
                                                          : static_cast<Word>(m_palette->deep[i]);
             known.emplace(alpha ? color : color | opaque, static_cast<uint8_t>(i));
@@ -344,9 +347,9 @@ void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<con
         const auto row = samples.subspan(row_size * static_cast<size_t>(y), needed);
         const uint8_t most = *std::max_element(row.begin(), row.end());
         if (most >= m_palette->colors.size()) {
-            throw PictureError(Failure::kArgument, "The data has the index " + std::to_string(most) +
-                                                       ", the palette " + std::to_string(m_palette->colors.size()) +
-                                                       " colors.",
+            throw PictureError(Failure::kArgument,
+                               "The data has the index " + std::to_string(most) + ", the palette " +
+                                   std::to_string(m_palette->colors.size()) + " colors.",
                                "data");
         }
     }
