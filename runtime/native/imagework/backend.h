@@ -81,6 +81,8 @@ class Picture {
     virtual void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) = 0;
     // An opaque alpha channel where there is none.
     virtual void add_alpha() = 0;
+    // An indexed picture becomes RGB, with alpha where its palette has it.
+    virtual void drop_palette() = 0;
     // Gives all pixels of the area one color.
     virtual void replace_area(const Rect& area, Argb color) = 0;
     // Lays another picture over this one, its corner at (x, y); its parts outside are cut.

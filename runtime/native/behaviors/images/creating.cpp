@@ -19,53 +19,73 @@ using namespace imagework;
 
 namespace {
 
-struct PixelForm {
-    bool alpha;
-    bool gray;
+// The pixels of a new image, and the bits of each in the file.
+struct NewPixels {
+    PixelForm form;
     int bits;
 };
 
-// The pixels of a new image of the format: as rich as the form in which it will be written.
-PixelForm form_of(const Encoding& encoding) {
+PixelForm pixel_form(ColorModel color, bool alpha, int depth = 8) {
+    PixelForm form;
+    form.color = color;
+    form.alpha = alpha;
+    form.sample = depth == 16 ? SampleType::kUint16 : SampleType::kUint8;
+    form.bits = depth;
+    return form;
+}
+NewPixels pixels_of(ColorModel color, bool alpha, int depth = 8) {
+    const PixelForm form = pixel_form(color, alpha, depth);
+    return {form, form.bits * form.bands()};
+}
+
+// The pixels of a new image of the format: in the form in which it will be written. Colors without a palette, which is
+// chosen at the end, are true colors until then.
+NewPixels pixels_for(const Encoding& encoding) {
     if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) {
-        return {bmp->bits_per_pixel == 32, false, bmp->bits_per_pixel};
+        return {pixel_form(ColorModel::kRgb, bmp->bits_per_pixel == 32), bmp->bits_per_pixel};
     }
     if (std::holds_alternative<GifEncoding>(encoding.format)) {
-        return {true, false, 8};
+        return {pixel_form(ColorModel::kRgb, true), 8};
     }
     if (const auto* jpeg = std::get_if<JpegEncoding>(&encoding.format)) {
-        const bool gray = jpeg->color == JpegColor::kGray;
-        return {false, gray, gray ? 8 : jpeg->color == JpegColor::kCmyk ? 32 : 24};
+        return pixels_of(jpeg->color == JpegColor::kGray   ? ColorModel::kGray
+                         : jpeg->color == JpegColor::kCmyk ? ColorModel::kCmyk
+                                                           : ColorModel::kRgb,
+                         false);
     }
     if (const auto* png = std::get_if<PngEncoding>(&encoding.format)) {
+        const int depth = png->bit_depth == 0 ? 8 : png->bit_depth;
+        const int whole = std::max(8, depth);
         switch (png->color) {
             case PngColor::kGray:
-                return {false, true, png->bit_depth};
+                return pixels_of(ColorModel::kGray, false, depth);
             case PngColor::kTruecolor:
-                return {false, false, 3 * png->bit_depth};
+                return {pixel_form(ColorModel::kRgb, false, whole), 3 * depth};
             case PngColor::kIndexed:
-                return {true, false, png->bit_depth};
+                return {pixel_form(ColorModel::kRgb, true), depth};
             case PngColor::kGrayAlpha:
-                return {true, true, 2 * png->bit_depth};
+                return {pixel_form(ColorModel::kGray, true, whole), 2 * depth};
             default:
-                return {true, false, 4 * png->bit_depth};
+                return {pixel_form(ColorModel::kRgb, true, whole), 4 * depth};
         }
     }
     if (const auto* tiff = std::get_if<TiffEncoding>(&encoding.format)) {
         const int depth = tiff->bit_depth == 0 ? 8 : tiff->bit_depth;
+        const int whole = std::max(8, depth);
         switch (tiff->color) {
             case TiffColor::kBilevel:
+                return pixels_of(ColorModel::kGray, false, 1);
             case TiffColor::kGray:
-                return {false, true, depth};
+                return pixels_of(ColorModel::kGray, false, depth);
             case TiffColor::kRgba:
-                return {true, false, 4 * depth};
+                return pixels_of(ColorModel::kRgb, true, whole);
             case TiffColor::kCmyk:
-                return {false, false, 32};
+                return pixels_of(ColorModel::kCmyk, false, whole);
             default:
-                return {false, false, 3 * depth};
+                return pixels_of(ColorModel::kRgb, false, whole);
         }
     }
-    return {true, false, 32};
+    return pixels_of(ColorModel::kRgb, true);
 }
 
 // Where the new image will be written: a file of its source, or the stream of its source, or nowhere yet.
@@ -94,7 +114,7 @@ void set_target(ImageObject& image, const Record& options) {
 }  // namespace
 
 int bits_per_pixel_of(const Encoding& encoding) {
-    return form_of(encoding).bits;
+    return pixels_for(encoding).bits;
 }
 
 namespace {
@@ -102,7 +122,13 @@ namespace {
 Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t height, FileFacts facts) {
     require_positive(width, "width");
     require_positive(height, "height");
-    const PixelForm form = form_of(encoding);
+    NewPixels pixels = pixels_for(encoding);
+    if (!encoding.palette.empty()) {
+        pixels.form = pixel_form(ColorModel::kIndexed, false);
+        while (pixels.form.bits > 1 && encoding.palette.size() <= size_t{1} << pixels.form.bits / 2) {
+            pixels.form.bits /= 2;
+        }
+    }
     try {
         check_picture_size(width, height, 4);
     } catch (const PictureError& error) {
@@ -112,21 +138,16 @@ Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t he
     facts.readable = true;
     facts.width = width;
     facts.height = height;
-    facts.bits_per_pixel = form.bits;
-    facts.has_alpha = form.alpha;
+    facts.bits_per_pixel = pixels.bits;
+    facts.has_alpha = pixels.form.alpha;
     facts.encoding = encoding.format;
     require_registered(Trade::kCreating, file_format_of(facts));
-    auto picture = image_backend().create(width, height, form.alpha, form.gray && encoding.palette.empty(),
-                                          form.alpha ? 0 : kBlack);
+    // The pixels of an image with a palette begin with its first color.
+    auto picture = image_backend().create(width, height, pixels.form, pixels.form.alpha ? 0 : kBlack, encoding.palette);
     if (encoding.resolution) {
         picture->set_resolution(*encoding.resolution);
     }
-    // The pixels of an image with a palette begin with its first color.
-    if (!encoding.palette.empty()) {
-        picture->replace_area({0, 0, width, height}, encoding.palette[0]);
-    }
     auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
-    image->palette = encoding.palette;
     return image;
 }
 

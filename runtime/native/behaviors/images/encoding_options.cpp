@@ -153,7 +153,7 @@ Encoding encoding_for(const ImageObject& page, Format format, const ImageObject&
         bmp->bits_per_pixel = page.picture().has_alpha() ? 32 : 24;
     }
     if (is_indexed(encoding)) {
-        encoding.palette = page.palette;  // as long as the picture has no other colors
+        encoding.palette = page.palette();
     }
     apply_animation(image, encoding);
     return completed(image, encoding);

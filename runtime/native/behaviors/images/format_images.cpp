@@ -49,7 +49,7 @@ Ref<ImageObject> as_format(const Ref<ImageObject>& image, const Encoding& encodi
         picture->set_resolution(*encoding.resolution);
     }
     auto result = make_ref<ImageObject>(std::move(picture), std::move(facts));
-    result->palette = image->palette;
+    result->offer_palette(image->offered_palette());
     return result;
 }
 Ref<ImageObject> of_path(const Path& path, const Encoding& encoding, bool keeps_settings = false) {

@@ -63,7 +63,7 @@ Ref<ImageObject> gif_frame_with_palette(uint16_t at_left, uint16_t at_top, uint1
     }
     Ref<ImageObject> frame = gif_frame_at(at_left, at_top, width, height);
     if (const Ref<PaletteObject> palette = read_palette(color_palette)) {
-        frame->palette = palette->entries;
+        frame->offer_palette(palette->entries);
     }
     frame->facts().encoding = imagework::GifEncoding{bits_per_pixel, is_gif_frame_interlaced, {}};
     set_property(*frame, "IsPaletteSorted", is_palette_sorted);
@@ -71,7 +71,7 @@ Ref<ImageObject> gif_frame_with_palette(uint16_t at_left, uint16_t at_top, uint1
 }
 Ref<ImageObject> gif_frame_of(const ImageObject& image, uint16_t at_left, uint16_t at_top) {
     Ref<ImageObject> frame = gif_frame(image.picture().copy(), at_left, at_top);
-    frame->palette = image.palette;
+    frame->offer_palette(image.offered_palette());
     return frame;
 }
 // How an LZW coder starts follows from the colors; an image cannot choose it here.
@@ -157,7 +157,7 @@ Ref<ImageObject> gif_image(ImageObject* first_frame, const Ref<PaletteObject>& p
     ImageObject& frame = required_image(first_frame, "first_frame");
     Ref<ImageObject> image = make_container(GifImageApi::kType, frame.facts(), Ref<ImageObject>(&frame));
     if (palette) {
-        image->palette = palette->entries;
+        image->offer_palette(palette->entries);
     }
     return image;
 }

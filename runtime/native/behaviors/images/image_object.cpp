@@ -17,7 +17,10 @@ ImageObject::ImageObject(std::unique_ptr<imagework::Picture> picture, imagework:
     : ImageObject(image_type_for(facts), std::move(picture), std::move(facts)) {}
 
 ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
-    : ImageBase(type), palette(facts.palette), m_picture(std::move(picture)), m_facts(std::move(facts)) {
+    : ImageBase(type), m_picture(std::move(picture)), m_facts(std::move(facts)) {
+    if (m_picture != nullptr) {
+        m_form_of_facts = m_picture->form();
+    }
     if (m_facts.transparent_color) {
         set_property(*this, "HasTransparentColor", true);
         set_property(*this, "TransparentColor", box(ColorValue::from_argb(*m_facts.transparent_color)));
@@ -49,6 +52,35 @@ int32_t ImageObject::image_width() const {
 }
 int32_t ImageObject::image_height() const {
     return frame_count() == 0 ? static_cast<int32_t>(m_facts.height) : picture().height();
+}
+
+int32_t ImageObject::image_bits() const {
+    if (m_has_frames && m_active < m_frames.size()) {
+        return m_frames[m_active]->image_bits();
+    }
+    if (m_picture == nullptr || m_picture->form() == m_form_of_facts) {
+        return m_facts.bits_per_pixel;
+    }
+    return m_picture->form().bits * m_picture->form().bands();
+}
+
+void ImageObject::set_image_bits(int32_t bits) {
+    if (m_has_frames) {
+        for (const Ref<ImageObject>& frame : m_frames) {
+            frame->set_image_bits(bits);
+        }
+        return;
+    }
+    m_facts.bits_per_pixel = bits;
+    m_form_of_facts = m_picture->form();
+}
+
+std::vector<Argb> ImageObject::palette() const {
+    const imagework::Picture& own = picture();
+    if (!own.palette().empty()) {
+        return {own.palette().begin(), own.palette().end()};
+    }
+    return m_offered_palette.empty() || !own.has_only(m_offered_palette) ? std::vector<Argb>() : m_offered_palette;
 }
 
 ImageObject::~ImageObject() {

@@ -33,11 +33,13 @@ class ImageObject final : public ImageBase {
     ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts);
     ~ImageObject() override;
 
-    // An image that has lost its last frame is as large as it was made. The depth is the file's, as long as the image
-    // belongs to one; its pixels in memory may be wider.
+    // An image that has lost its last frame is as large as it was made. The bits are the file's, or those that the image
+    // was made for, until an operation changes the form of the pixels.
     int32_t image_width() const override;
     int32_t image_height() const override;
-    int32_t image_bits() const override { return m_facts.bits_per_pixel; }
+    int32_t image_bits() const override;
+    // Says that the pixels, as they are now, have so many bits.
+    void set_image_bits(int32_t bits);
     FileFormat image_format() const override { return file_format_of(m_facts); }
     ImageBase* image_container() const override { return m_container; }
 
@@ -97,8 +99,11 @@ class ImageObject final : public ImageBase {
     // The stream that the image was loaded from, if it was one.
     Ref<ManagedStream> source_stream;
 
-    // The colors of an image whose pixels stand for indices; empty for true color.
-    std::vector<imagework::Argb> palette;
+    // The colors of an indexed image; empty for true color. A palette that was offered becomes the picture's as soon as
+    // the picture has no other colors.
+    std::vector<imagework::Argb> palette() const;
+    void offer_palette(std::vector<imagework::Argb> palette) { m_offered_palette = std::move(palette); }
+    const std::vector<imagework::Argb>& offered_palette() const { return m_offered_palette; }
     // EXIF and XMP of the file, of an image that was loaded; null where it had none.
     std::shared_ptr<ImageMetadata> metadata;
 
@@ -116,6 +121,8 @@ class ImageObject final : public ImageBase {
 
     std::unique_ptr<imagework::Picture> m_picture;  // moves to the first frame
     imagework::FileFacts m_facts;
+    std::optional<imagework::PixelForm> m_form_of_facts;  // of the pixels that the facts tell of
+    std::vector<imagework::Argb> m_offered_palette;
     std::vector<Ref<ImageObject>> m_frames;
     size_t m_active = 0;
     bool m_has_frames = false;

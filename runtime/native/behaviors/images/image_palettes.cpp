@@ -1,6 +1,6 @@
 // The palette of an image, and bringing its colors down to few.
 //
-// Pixels are always kept as colors. An image is an indexed one as long as it has a palette in which all of them are.
+// The palette of an indexed image is its picture's. Operations that make other colors make true color of it.
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.h"
@@ -18,15 +18,15 @@ using imagework::Picture;
 namespace {
 
 bool use_palette(ImageObject& self) {
-    const Picture& picture = self.picture();
-    return !self.palette.empty() && picture.has_only(self.palette);
+    return !self.palette().empty();
 }
 
 Interface palette(ImageObject& self) {
-    if (!use_palette(self)) {
+    std::vector<Argb> colors = self.palette();
+    if (colors.empty()) {
         return {nullptr};
     }
-    return {make_ref<PaletteObject>(self.palette)};
+    return {make_ref<PaletteObject>(std::move(colors))};
 }
 
 // A vector image has no indices that a palette could stand for.
@@ -46,7 +46,8 @@ void put_palette(ImageObject& self, const VariantArg* argument, bool update_colo
     self.require_live();
     const Ref<PaletteObject> object = read_palette(argument);
     if (!object) {
-        self.palette.clear();
+        self.change([](Picture& picture) { picture.drop_palette(); });
+        self.offer_palette({});
         return;
     }
     const std::vector<Argb>& colors = object->entries;
@@ -54,10 +55,12 @@ void put_palette(ImageObject& self, const VariantArg* argument, bool update_colo
         throw_argument("A palette of " + std::to_string(colors.size()) +
                        " entries is not one of 1 to 256. (Parameter 'palette')");
     }
-    const std::vector<Argb> before = self.palette;
-    const bool keep_indices = !update_colors && use_palette(self);
+    const std::vector<Argb> offered = self.palette();
     self.change([&](Picture& picture) {
-        if (!keep_indices) {
+        // The indices are those of the picture's own palette, or of one that was offered and fits.
+        const std::vector<Argb> before =
+            picture.palette().empty() ? offered : std::vector<Argb>(picture.palette().begin(), picture.palette().end());
+        if (update_colors || before.empty() || !picture.has_only(before)) {
             return picture.reduce(colors, false);
         }
         const std::vector<uint8_t> indices = picture.indices(before, false);
@@ -68,7 +71,6 @@ void put_palette(ImageObject& self, const VariantArg* argument, bool update_colo
         }
         picture.paint(indices, colors);
     });
-    self.palette = colors;
 }
 void set_palette_property(ImageObject& self, const VariantArg* value) {
     put_palette(self, value, false);
@@ -99,8 +101,7 @@ void dither_with(ImageObject& self, DitheringMethod dithering_method, int32_t bi
         colors = self.picture().close_palette(static_cast<int>(most), self.picture().has_alpha());
     }
     self.change([&](Picture& picture) { picture.reduce(colors, diffuse); });
-    self.palette = colors;
-    self.facts().bits_per_pixel = bits_count;
+    self.set_image_bits(bits_count);
 }
 void dither(ImageObject& self, DitheringMethod dithering_method, int32_t bits_count) {
     dither_with(self, dithering_method, bits_count, nullptr);

@@ -19,7 +19,7 @@ size_t checked_index(ImageObject& image, int32_t index, const char* parameter, b
 
 Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& source) {
     Ref<ImageObject> frame = container.make_frame(source.picture().copy(), source.facts());
-    frame->palette = source.palette;
+    frame->offer_palette(source.offered_palette());
     frame->duration = source.duration;
     return frame;
 }

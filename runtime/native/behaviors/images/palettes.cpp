@@ -195,8 +195,9 @@ Interface close_palette_by_method(ImageObject* image, int32_t entries_count,
     ImageObject& source = required(image);
     switch (palette_mining_method) {
         case PaletteMiningMethod::kUseCurrentPalette:
-            if (!source.palette.empty() && source.palette.size() <= static_cast<size_t>(std::max(0, entries_count))) {
-                return interface_of(source.palette);
+            if (const auto own = source.palette();
+                !own.empty() && own.size() <= static_cast<size_t>(std::max(0, entries_count))) {
+                return interface_of(own);
             }
             return close_palette(image, entries_count);
         case PaletteMiningMethod::kColorClustering:
@@ -213,9 +214,9 @@ Interface close_palette_by_method(ImageObject* image, int32_t entries_count,
 Interface close_palette_of_part(ImageObject* image, const RectangleValue& dest_bounds, int32_t entries_count,
                                 bool use_image_palette, std::optional<Argb> blend_in, bool keep_transparency) {
     ImageObject& source = required(image);
-    if (use_image_palette && !source.palette.empty() &&
-        source.palette.size() <= static_cast<size_t>(std::max(0, entries_count))) {
-        return interface_of(source.palette);
+    if (const auto own = source.palette();
+        use_image_palette && !own.empty() && own.size() <= static_cast<size_t>(std::max(0, entries_count))) {
+        return interface_of(own);
     }
     auto part = source.picture().copy();
     part->crop({dest_bounds.x, dest_bounds.y, dest_bounds.width, dest_bounds.height});

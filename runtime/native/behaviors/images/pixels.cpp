@@ -51,13 +51,21 @@ std::vector<Argb> read_block(const ImageObject& self, const Rect& area) {
     return pixels;
 }
 
-void write_block(ImageObject& self, const Rect& area, std::vector<Argb> pixels) {
+namespace {
+
+void require_enough(size_t pixels, const Rect& area) {
     const auto needed =
         static_cast<uint64_t>(std::max(0, area.width)) * static_cast<uint64_t>(std::max(0, area.height));
-    if (pixels.size() < needed) {
-        throw_argument("There are " + std::to_string(pixels.size()) + " pixels for an area of " +
+    if (pixels < needed) {
+        throw_argument("There are " + std::to_string(pixels) + " pixels for an area of " +
                        size_text(area.width, area.height) + ". (Parameter 'pixels')");
     }
+}
+
+}  // namespace
+
+void write_block(ImageObject& self, const Rect& area, std::vector<Argb> pixels) {
+    require_enough(pixels.size(), area);
     if (property_bool(self, "PremultiplyComponents")) {
         std::transform(pixels.begin(), pixels.end(), pixels.begin(), straight);
     }
@@ -129,34 +137,82 @@ void write_scan_line(ImageObject& self, int32_t scan_line_index, const VariantAr
     write_block(self, line(self, scan_line_index), read_colors(pixels, "pixels"));
 }
 
-// CMYK without a profile, as Color.to_cmyk() has it.
-std::vector<CmykValue> cmyk_of_all(const std::vector<Argb>& colors) {
+// ---- CMYK: the inks of a CMYK image; of others a conversion without a profile, as Color.to_cmyk() has it.
+
+// Inks of 8 bits: one byte each, of pictures with more the upper one.
+bool has_inks(const imagework::PixelForm& form) {
+    return form.color == imagework::ColorModel::kCmyk &&
+           (form.sample == imagework::SampleType::kUint8 || form.sample == imagework::SampleType::kUint16);
+}
+
+std::vector<CmykValue> read_cmyk_block(const ImageObject& self, const Rect& area) {
+    const imagework::Picture& picture = self.picture();
+    const imagework::PixelForm& form = picture.form();
     std::vector<CmykValue> result;
-    result.reserve(colors.size());
-    for (const Argb color : colors) {
-        result.push_back(cmyk_of(color));
+    if (!has_inks(form)) {
+        for (const Argb color : read_block(self, area)) {
+            result.push_back(cmyk_of(color));
+        }
+        return result;
+    }
+    const bool plausible =
+        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
+    if (!plausible) {
+        read_block(self, area);  // refuses it
+    }
+    const size_t row_size = form.pixel_size() * static_cast<size_t>(area.width);
+    std::vector<uint8_t> samples(row_size * static_cast<size_t>(area.height));
+    picture.read_samples(area, row_size, samples);
+    const size_t size = imagework::sample_size(form.sample);
+    for (const uint8_t* pixel = samples.data(); pixel != samples.data() + samples.size(); pixel += form.pixel_size()) {
+        const uint8_t* high = pixel + size - 1;  // the upper byte of little-endian samples
+        result.push_back({high[0], high[size], high[2 * size], high[3 * size]});
     }
     return result;
 }
-std::vector<Argb> argb_of_all(const std::vector<CmykValue>& colors) {
-    std::vector<Argb> result;
-    result.reserve(colors.size());
-    for (const CmykValue& color : colors) {
-        result.push_back(argb_of(color));
+
+void write_cmyk_block(ImageObject& self, const Rect& area, const std::vector<CmykValue>& pixels) {
+    imagework::Picture& picture = self.picture();
+    const imagework::PixelForm form = picture.form();
+    if (!has_inks(form)) {
+        std::vector<Argb> colors;
+        for (const CmykValue& color : pixels) {
+            colors.push_back(argb_of(color));
+        }
+        return write_block(self, area, std::move(colors));
     }
-    return result;
+    require_enough(pixels.size(), area);
+    const bool plausible =
+        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
+    if (!plausible) {
+        read_block(self, area);  // refuses it
+    }
+    const size_t row_size = form.pixel_size() * static_cast<size_t>(area.width);
+    std::vector<uint8_t> samples(row_size * static_cast<size_t>(area.height));
+    picture.read_samples(area, row_size, samples);  // an alpha stays
+    const size_t size = imagework::sample_size(form.sample);
+    uint8_t* to = samples.data();
+    for (size_t i = 0; i < samples.size() / form.pixel_size(); ++i, to += form.pixel_size()) {
+        const CmykValue& color = pixels[i];
+        const uint8_t inks[] = {color.c, color.m, color.y, color.k};
+        for (size_t band = 0; band < 4; ++band) {
+            std::fill_n(to + band * size, size, inks[band]);  // both bytes of 16 bits: times 257
+        }
+    }
+    picture.write_samples(area, row_size, samples);
 }
+
 Collection load_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle) {
-    return packed(cmyk_of_all(read_block(self, rect_of(rectangle))));
+    return packed(read_cmyk_block(self, rect_of(rectangle)));
 }
 Collection load_cmyk_pixels(ImageObject& self, const RectangleValue& rectangle) {
-    return boxed(cmyk_of_all(read_block(self, rect_of(rectangle))));
+    return boxed(read_cmyk_block(self, rect_of(rectangle)));
 }
 void save_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
-    write_block(self, rect_of(rectangle), argb_of_all(read_packed_cmyk(pixels, "pixels")));
+    write_cmyk_block(self, rect_of(rectangle), read_packed_cmyk(pixels, "pixels"));
 }
 void save_cmyk_pixels(ImageObject& self, const RectangleValue& rectangle, const VariantArg* pixels) {
-    write_block(self, rect_of(rectangle), argb_of_all(read_cmyk(pixels, "pixels")));
+    write_cmyk_block(self, rect_of(rectangle), read_cmyk(pixels, "pixels"));
 }
 
 void replace_argb(ImageObject& self, int32_t old_color_argb, uint8_t old_color_diff, int32_t new_color_argb) {

@@ -1,5 +1,7 @@
 // Members that read and write raw data: areas of an image in the layout of a PixelDataFormat, line by line.
 #include <algorithm>
+#include <cstring>
+#include <memory>
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/number_lists.h"
@@ -15,6 +17,7 @@
 namespace zelmor::embed {
 
 using imagework::Argb;
+using imagework::ColorModel;
 using imagework::Rect;
 
 namespace {
@@ -23,23 +26,33 @@ namespace {
 
 Ref<ManagedObject> own_format(ImageObject& self) {
     const imagework::Picture& picture = self.picture();
-    if (!self.palette.empty() && picture.has_only(self.palette)) {
+    const imagework::PixelForm& form = picture.form();
+    if (const auto palette = self.palette(); !palette.empty()) {
         int32_t bits = 8;
-        while (bits > 1 && self.palette.size() <= size_t{1} << bits / 2) {
+        while (bits > 1 && palette.size() <= size_t{1} << bits / 2) {
             bits /= 2;
         }
         return make_pixel_data_format("RgbIndexed", PixelLayout::kRgb, {bits});
     }
-    const int32_t depth = picture.form().sample == imagework::SampleType::kUint16 ? 16 : 8;
-    if (picture.is_gray()) {
-        return picture.has_alpha() ? make_pixel_data_format("GrayscaleAlpha", PixelLayout::kGrayscale, {depth, depth})
-                                   : make_pixel_data_format("Grayscale", PixelLayout::kGrayscale, {depth});
+    // There is no layout of floating samples; 16 bits hold them best.
+    const int32_t depth = form.is_integer() ? form.bits : 16;
+    const std::vector<int32_t> bits(static_cast<size_t>(form.bands()), depth);
+    switch (form.color) {
+        case ColorModel::kGray:
+            return make_pixel_data_format(form.alpha ? "GrayscaleAlpha" : "Grayscale", PixelLayout::kGrayscale, bits);
+        case ColorModel::kCmyk:
+            return make_pixel_data_format(form.alpha ? "Cmyka" : "Cmyk", PixelLayout::kCmyk, bits);
+        case ColorModel::kLab:
+            if (form.is_integer()) {
+                return make_pixel_data_format("CieLab", PixelLayout::kCieLab, bits);
+            }
+            [[fallthrough]];
+        default:
+            if (depth == 8) {
+                return make_pixel_data_format(form.alpha ? "Rgba32Bpp" : "Rgb24Bpp", PixelLayout::kBgr, bits);
+            }
+            return make_pixel_data_format(form.alpha ? "Rgba" : "Rgb", PixelLayout::kRgb, bits);
     }
-    std::vector<int32_t> bits(picture.has_alpha() ? 4 : 3, depth);
-    if (depth == 16) {
-        return make_pixel_data_format(picture.has_alpha() ? "Rgba" : "Rgb", PixelLayout::kRgb, std::move(bits));
-    }
-    return make_pixel_data_format(picture.has_alpha() ? "Rgba32Bpp" : "Rgb24Bpp", PixelLayout::kBgr, std::move(bits));
 }
 
 int64_t line_bytes(int64_t width, int64_t bits_per_pixel) {
@@ -51,8 +64,8 @@ Ref<ManagedObject> own_settings(ImageObject& self) {
     const Ref<ManagedObject> format = own_format(self);
     set_property(*settings, "PixelDataFormat", format);
     set_property(*settings, "LineSize", line_bytes(self.picture().width(), property_int(*format, "BitsPerPixel")));
-    if (!self.palette.empty()) {
-        set_property(*settings, "ColorPalette", Ref<ManagedObject>(make_ref<PaletteObject>(self.palette)));
+    if (auto palette = self.palette(); !palette.empty()) {
+        set_property(*settings, "ColorPalette", Ref<ManagedObject>(make_ref<PaletteObject>(std::move(palette))));
     }
     return settings;
 }
@@ -92,7 +105,7 @@ RawFormat format_of(ImageObject& self, const Record* settings) {
         if (const Ref<PaletteObject> palette = palette_property(*settings, "ColorPalette")) {
             format.palette = palette->entries;
         } else {
-            format.palette = self.palette;
+            format.palette = self.palette();
         }
         const size_t most = size_t{1} << format.bits[0];
         if (format.bits[0] > 8) {
@@ -121,44 +134,138 @@ size_t line_size_for(const RawFormat& format, int32_t width) {
     return static_cast<size_t>(format.line_size);
 }
 
-Bytes raw_block(const ImageObject& self, const RectangleValue& area, const RawFormat& format) {
-    packing_of(format);  // refuses layouts that cannot be written
-    const imagework::Picture& picture = self.picture();
-    const bool plausible =
-        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
-    const size_t count = plausible ? static_cast<size_t>(area.width) * static_cast<size_t>(area.height) : 0;
-    std::vector<uint64_t> pixels(format.indexed ? 0 : count);
-    std::vector<Argb> colors;
-    if (format.indexed) {
-        colors = read_block(self, rect_of(area));
-    } else {
-        picture.read_argb64(rect_of(area), pixels);
+// Memory that is not set to zeros first: all of it is written.
+struct RawBlock {
+    explicit RawBlock(size_t count) : bytes(new std::byte[count]), size(count) {}
+    std::span<std::byte> line(size_t index, size_t line_size) const {
+        return {bytes.get() + index * line_size, line_size};
     }
-    const size_t line_size = line_size_for(format, area.width);
-    if (line_size > 0x7FFFFFFF / static_cast<size_t>(area.height)) {
-        throw ManagedException("OutOfMemoryException", "The raw data would be larger than a managed array can be.");
-    }
-    Bytes data(line_size * static_cast<size_t>(area.height));
-    imagework::PaletteSearch search(format.palette);
-    Channels channels;
-    size_t at = 0;
-    for (int32_t y = 0; y < area.height; ++y) {
-        LineWriter line(format, data.data() + static_cast<size_t>(y) * line_size);
-        for (int32_t x = 0; x < area.width; ++x, ++at) {
-            if (format.indexed) {
-                channels.assign(1, static_cast<uint32_t>(search.nearest(colors[at])));
-            } else {
-                split(format, pixels[at], channels);
+    std::unique_ptr<std::byte[]> bytes;
+    size_t size;
+};
+
+// As many lines as are worth a call of the image library and fit the processor's cache.
+int32_t lines_at_once(int32_t width) {
+    constexpr int32_t kPixels = 1 << 14;
+    return std::max(1, kPixels / std::max(1, width));
+}
+
+// Inks with 16 bits each.
+void widen_inks(const imagework::PixelForm& form, const std::vector<uint8_t>& samples, size_t channels,
+                uint16_t* out) {
+    const auto bands = static_cast<size_t>(form.bands());
+    const size_t pixels = samples.size() / form.pixel_size();
+    for (size_t i = 0; i < pixels; i++) {
+        for (size_t band = 0; band < channels; band++) {
+            uint16_t value = 0xFFFF;  // an alpha that the picture does not have
+            if (band < bands) {
+                const size_t at = i * bands + band;
+                if (form.sample == imagework::SampleType::kUint16) {
+                    std::memcpy(&value, &samples[2 * at], 2);
+                } else {
+                    value = static_cast<uint16_t>(samples[at] * 257);
+                }
             }
-            line.put(channels);
+            *out++ = value;
         }
     }
-    return data;
+}
+bool has_inks(const imagework::PixelForm& form) {
+    return form.color == ColorModel::kCmyk &&
+           (form.sample == imagework::SampleType::kUint8 || form.sample == imagework::SampleType::kUint16);
+}
+
+// The channels of some lines.
+void read_channels(const ImageObject& self, const Rect& area, const RawFormat& format,
+                   imagework::PaletteSearch& search, std::vector<uint16_t>& channels) {
+    const imagework::Picture& picture = self.picture();
+    const size_t count = static_cast<size_t>(area.width) * static_cast<size_t>(area.height);
+    channels.resize(count * channels_of(format));
+    const bool own_inks = format.layout == PixelLayout::kCmyk && has_inks(picture.form());
+    const auto own_palette = picture.palette();
+    const bool own_indices =
+        format.indexed && !own_palette.empty() &&
+        std::equal(own_palette.begin(), own_palette.end(), format.palette.begin(), format.palette.end());
+    if (own_inks || own_indices) {
+        const size_t row_size = picture.form().pixel_size() * static_cast<size_t>(area.width);
+        std::vector<uint8_t> samples(row_size * static_cast<size_t>(area.height));
+        picture.read_samples(area, row_size, samples);
+        if (own_indices) {
+            std::copy(samples.begin(), samples.end(), channels.begin());
+        } else {
+            widen_inks(picture.form(), samples, channels_of(format), channels.data());
+        }
+        return;
+    }
+    if (format.indexed) {
+        const std::vector<Argb> colors = read_block(self, area);
+        std::transform(colors.begin(), colors.end(), channels.begin(),
+                       [&](Argb color) { return static_cast<uint16_t>(search.nearest(color)); });
+        return;
+    }
+    std::vector<uint64_t> colors(count);
+    picture.read_argb64(area, colors);
+    split(format, colors, channels.data());
+}
+
+RawBlock raw_block(const ImageObject& self, const RectangleValue& area, const RawFormat& format) {
+    const Packing packing = packing_of(format);  // refuses layouts that cannot be written
+    const imagework::Picture& picture = self.picture();
+    const Verbatim verbatim = verbatim_of(format, picture);
+    if (packing == Packing::kSamples && verbatim == Verbatim::kNo) {
+        throw_layout(format);
+    }
+    read_block(self, {area.x, area.y, std::min(1, area.width), std::min(1, area.height)});
+    if (area.width > picture.width() - area.x || area.height > picture.height() - area.y) {
+        read_block(self, rect_of(area));  // refuses an area outside the image
+    }
+    const size_t line_size = line_size_for(format, area.width);
+    const auto lines = static_cast<size_t>(area.height);
+    const auto width = static_cast<size_t>(area.width);
+    if (line_size > 0x7FFFFFFF / lines) {
+        throw ManagedException("OutOfMemoryException", "The raw data would be larger than a managed array can be.");
+    }
+    RawBlock block(line_size * lines);
+    const auto used = static_cast<size_t>(line_bytes(area.width, format.bits_per_pixel));
+    const bool adds = packing == Packing::kUpperBits;  // puts bits into bytes that are zeros
+    for (size_t y = 0; y < lines && (adds || used < line_size); ++y) {
+        const auto line = block.line(y, line_size);
+        std::fill(line.begin() + static_cast<std::ptrdiff_t>(adds ? 0 : used), line.end(), std::byte{0});
+    }
+    if (verbatim == Verbatim::kSame) {
+        picture.read_samples(rect_of(area), line_size, {reinterpret_cast<uint8_t*>(block.bytes.get()), block.size});
+        return block;
+    }
+    imagework::PaletteSearch search(format.palette);
+    std::vector<uint16_t> channels;
+    const int32_t step = lines_at_once(area.width);
+    for (int32_t top = 0; top < area.height; top += step) {
+        const Rect part{area.x, area.y + top, area.width, std::min(step, area.height - top)};
+        const auto first = static_cast<size_t>(top);
+        if (verbatim == Verbatim::kReversed) {
+            const imagework::PixelForm& form = picture.form();
+            std::byte* to = block.line(first, line_size).data();
+            const size_t size = line_size * static_cast<size_t>(part.height) - (line_size - used);
+            picture.read_samples(part, line_size, {reinterpret_cast<uint8_t*>(to), size});
+            for (int32_t y = 0; y < part.height; ++y, to += line_size) {
+                exchange_red_and_blue(to, to, width, static_cast<size_t>(form.bands()),
+                                      imagework::sample_size(form.sample));
+            }
+            continue;
+        }
+        read_channels(self, part, format, search, channels);
+        for (size_t y = 0; y < static_cast<size_t>(part.height); ++y) {
+            pack_line(format, packing, &channels[y * width * channels_of(format)], width,
+                      block.line(first + y, line_size).data());
+        }
+    }
+    return block;
 }
 
 Value get_default_raw_data(ImageObject& self, const RectangleValue& rectangle, Record* raw_data_settings) {
     self.require_live();
-    return raw_block(self, rectangle, format_of(self, raw_data_settings));
+    const RawBlock block = raw_block(self, rectangle, format_of(self, raw_data_settings));
+    return PyHeld::steal(py_bytes({block.bytes.get(), block.size}));
 }
 
 void load_parts(ImageObject& self, const RectangleValue& rectangle, Record* settings, const VariantArg* loader,
@@ -167,7 +274,8 @@ void load_parts(ImageObject& self, const RectangleValue& rectangle, Record* sett
     PixelReceiver& receiver = required_receiver(loader, parameter);
     const RawFormat format = format_of(self, settings);
     for (const PixelPart& part : parts_of(rectangle)) {
-        receiver.take_raw(part, raw_block(self, part.area, format));
+        const RawBlock block = raw_block(self, part.area, format);
+        receiver.take_raw(part, Bytes(block.bytes.get(), block.bytes.get() + block.size));
     }
 }
 void load_default_raw_data(ImageObject& self, const RectangleValue& rectangle,
@@ -179,39 +287,164 @@ void load_raw_data(ImageObject& self, const RectangleValue& rectangle, Record* r
     load_parts(self, rectangle, raw_data_settings, raw_data_loader, "raw_data_loader");
 }
 
+// ---- Writing
+
+// Lines of a caller's data.
+struct RawLines {
+    const std::byte* data;
+    size_t line_size;
+    const std::byte* line(int32_t index) const { return data + static_cast<size_t>(index) * line_size; }
+};
+
+void require_indices(const RawFormat& format, const std::vector<uint16_t>& channels) {
+    for (const uint16_t index : channels) {
+        if (index >= format.palette.size()) {
+            throw_argument("The data has the index " + std::to_string(index) + ", the palette " +
+                           std::to_string(format.palette.size()) + " colors. (Parameter 'data')");
+        }
+    }
+}
+
+// Samples in the picture's own order, or with red and blue exchanged.
+void write_verbatim(imagework::Picture& picture, const Rect& area, const RawFormat& format, Verbatim verbatim,
+                    const RawLines& lines) {
+    const auto used = static_cast<size_t>(line_bytes(area.width, format.bits_per_pixel));
+    if (verbatim == Verbatim::kSame) {
+        const size_t size = lines.line_size * static_cast<size_t>(area.height - 1) + used;
+        return picture.write_samples(area, lines.line_size, {reinterpret_cast<const uint8_t*>(lines.data), size});
+    }
+    const imagework::PixelForm form = picture.form();
+    const int32_t step = lines_at_once(area.width);
+    std::vector<std::byte> part(used * static_cast<size_t>(step));
+    for (int32_t top = 0; top < area.height; top += step) {
+        const int32_t count = std::min(step, area.height - top);
+        for (int32_t y = 0; y < count; ++y) {
+            exchange_red_and_blue(lines.line(top + y), &part[static_cast<size_t>(y) * used],
+                                  static_cast<size_t>(area.width), static_cast<size_t>(form.bands()),
+                                  imagework::sample_size(form.sample));
+        }
+        picture.write_samples({area.x, area.y + top, area.width, count}, used,
+                              {reinterpret_cast<const uint8_t*>(part.data()), used * static_cast<size_t>(count)});
+    }
+}
+
+// Inks into a picture of inks.
+void write_inks(imagework::Picture& picture, const Rect& area, const RawFormat& format, Packing packing,
+                const RawLines& lines) {
+    const imagework::PixelForm form = picture.form();
+    const auto width = static_cast<size_t>(area.width);
+    const size_t count = channels_of(format);
+    const auto bands = static_cast<size_t>(form.bands());
+    const size_t row_size = form.pixel_size() * width;
+    std::vector<uint16_t> channels(width * count);
+    std::vector<uint8_t> row(row_size);
+    for (int32_t y = 0; y < area.height; ++y) {
+        const Rect one{area.x, area.y + y, area.width, 1};
+        picture.read_samples(one, row_size, row);  // an alpha that the data does not have stays
+        unpack_line(format, packing, lines.line(y), width, channels.data());
+        for (size_t i = 0; i < width; i++) {
+            for (size_t band = 0; band < std::min(count, bands); band++) {
+                const uint16_t value = channels[i * count + band];
+                const size_t at = i * bands + band;
+                if (form.sample == imagework::SampleType::kUint16) {
+                    std::memcpy(&row[2 * at], &value, 2);
+                } else {
+                    row[at] = static_cast<uint8_t>((value * 255U + 32767) / 65535);
+                }
+            }
+        }
+        picture.write_samples(one, row_size, row);
+    }
+}
+
 void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t data_offset,
                    const RectangleValue& rectangle, Record* raw_data_settings) {
     self.require_live();
     const RawFormat format = format_of(self, raw_data_settings);
-    packing_of(format);
-    read_block(self, rect_of(rectangle));  // refuses an area outside the image
+    const Packing packing = packing_of(format);
+    imagework::Picture& picture = self.picture();
+    const Rect area = rect_of(rectangle);
+    read_block(self, {area.x, area.y, std::min(1, area.width), std::min(1, area.height)});
+    if (area.width > picture.width() - area.x || area.height > picture.height() - area.y) {
+        read_block(self, area);  // refuses an area outside the image
+    }
     const size_t line_size = line_size_for(format, rectangle.width);
-    const auto lines = static_cast<size_t>(rectangle.height);
+    const auto count = static_cast<size_t>(rectangle.height);
     const auto last = static_cast<size_t>(line_bytes(rectangle.width, format.bits_per_pixel));
     if (data_offset < 0 || static_cast<size_t>(data_offset) > data.size() ||
-        data.size() - static_cast<size_t>(data_offset) < line_size * (lines - 1) + last) {
+        data.size() - static_cast<size_t>(data_offset) < line_size * (count - 1) + last) {
         throw_argument("There are " + std::to_string(data.size()) + " bytes, from " + std::to_string(data_offset) +
-                       " on not enough for " + std::to_string(lines) + " lines of " + std::to_string(line_size) +
+                       " on not enough for " + std::to_string(count) + " lines of " + std::to_string(line_size) +
                        " bytes. (Parameter 'data')");
     }
-    std::vector<Argb> pixels;
-    Channels channels;
-    for (size_t y = 0; y < lines; ++y) {
-        LineReader line(format, data.data() + static_cast<size_t>(data_offset) + y * line_size);
-        for (int32_t x = 0; x < rectangle.width; ++x) {
-            line.get(channels);
-            if (!format.indexed) {
-                pixels.push_back(joined(format, channels));
-                continue;
-            }
-            if (channels[0] >= format.palette.size()) {
-                throw_argument("The data has the index " + std::to_string(channels[0]) + ", the palette " +
-                               std::to_string(format.palette.size()) + " colors. (Parameter 'data')");
-            }
-            pixels.push_back(format.palette[channels[0]]);
+    const RawLines lines{data.data() + data_offset, line_size};
+    const bool premultiplied = property_bool(self, "PremultiplyComponents");
+    const Verbatim verbatim = premultiplied ? Verbatim::kNo : verbatim_of(format, picture);
+    try {
+        if (verbatim != Verbatim::kNo) {
+            return write_verbatim(picture, area, format, verbatim, lines);
+        }
+        if (format.layout == PixelLayout::kCmyk && packing != Packing::kSamples && has_inks(picture.form())) {
+            return write_inks(picture, area, format, packing, lines);
+        }
+    } catch (const imagework::PictureError& error) {
+        if (error.kind() == imagework::Failure::kArgument && error.parameter() == "data") {
+            throw_argument(std::string(error.what()) + " (Parameter 'data')");
+        }
+        throw;
+    }
+    if (packing == Packing::kSamples) {
+        throw_layout(format);
+    }
+    const auto width = static_cast<size_t>(rectangle.width);
+    const size_t channel_count = channels_of(format);
+    const auto row = [&](int32_t y, std::vector<uint16_t>& channels) {
+        unpack_line(format, packing, lines.line(y), width, channels.data());
+        if (format.indexed) {
+            require_indices(format, channels);
+        }
+    };
+    std::vector<uint16_t> channels(width * channel_count);
+    // All lines before the first is written, so that a refusal changes nothing.
+    if (format.indexed) {
+        for (int32_t y = 0; y < rectangle.height; ++y) {
+            row(y, channels);
         }
     }
-    write_block(self, rect_of(rectangle), std::move(pixels));
+    const bool deep = !premultiplied && !format.indexed && packing == Packing::kWords &&
+                      picture.form().sample != imagework::SampleType::kUint8;
+    const int32_t step = lines_at_once(rectangle.width);
+    std::vector<uint64_t> colors(width);
+    for (int32_t top = 0; top < rectangle.height; top += step) {
+        const Rect part{area.x, area.y + top, area.width, std::min(step, rectangle.height - top)};
+        std::vector<uint64_t> wide_colors;
+        std::vector<Argb> narrow_colors;
+        for (int32_t y = top; y < top + part.height; ++y) {
+            row(y, channels);
+            if (format.indexed) {
+                for (const uint16_t index : channels) {
+                    narrow_colors.push_back(format.palette[index]);
+                }
+                continue;
+            }
+            join(format, channels.data(), colors);
+            if (deep) {
+                wide_colors.insert(wide_colors.end(), colors.begin(), colors.end());
+                continue;
+            }
+            for (const uint64_t color : colors) {
+                const auto channel = [&](int shift) {
+                    return (static_cast<Argb>(color >> shift & 0xFFFF) * 255 + 32767) / 65535;
+                };
+                narrow_colors.push_back(channel(48) << 24 | channel(32) << 16 | channel(16) << 8 | channel(0));
+            }
+        }
+        if (deep) {
+            picture.write_argb64(part, wide_colors);
+        } else {
+            write_block(self, part, std::move(narrow_colors));
+        }
+    }
 }
 
 using RasterImageApi = api::RasterImage;

@@ -2,7 +2,11 @@
 #include "runtime/native/behaviors/images/raw_pixels.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
+#include <cstring>
+
+#include <tmmintrin.h>
 
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/core/managed_exception.h"
@@ -10,6 +14,8 @@
 namespace zelmor::embed {
 
 using imagework::Argb;
+using imagework::ColorModel;
+using imagework::PixelForm;
 
 void throw_layout(const RawFormat& format) {
     throw_not_supported("Raw data in the layout " + format.name + " of " + std::to_string(format.bits_per_pixel) +
@@ -18,93 +24,156 @@ void throw_layout(const RawFormat& format) {
 
 namespace {
 
-uint32_t wide(uint32_t byte) {
-    return byte * 257;
+constexpr uint16_t wide(uint8_t byte) {
+    return static_cast<uint16_t>(byte * 257);
 }
-Argb narrow(uint32_t value) {
-    return (value * 255 + 32767) / 65535;
+constexpr uint8_t narrow(uint32_t value) {
+    return static_cast<uint8_t>((value * 255 + 32767) / 65535);
 }
-uint32_t clipped(double value) {
-    return static_cast<uint32_t>(std::clamp(std::lround(value), 0L, 65535L));
+uint16_t clipped(double value) {
+    return static_cast<uint16_t>(std::clamp(std::lround(value), 0L, 65535L));
 }
 
 size_t color_channels(PixelLayout layout) {
     return layout == PixelLayout::kGrayscale ? 1 : layout == PixelLayout::kCmyk ? 4 : 3;
 }
 
-}  // namespace
+struct Rgb {
+    uint16_t red, green, blue;
+};
+Rgb rgb_of(uint64_t color) {
+    return {static_cast<uint16_t>(color >> 32), static_cast<uint16_t>(color >> 16), static_cast<uint16_t>(color)};
+}
+uint64_t color_of(uint64_t red, uint64_t green, uint64_t blue) {
+    return red << 32 | green << 16 | blue;
+}
+double luma_of(const Rgb& rgb) {
+    return 0.299 * rgb.red + 0.587 * rgb.green + 0.114 * rgb.blue;
+}
 
-void split(const RawFormat& format, uint64_t argb, Channels& channels) {
-    const auto red = static_cast<uint32_t>(argb >> 32 & 0xFFFF);
-    const auto green = static_cast<uint32_t>(argb >> 16 & 0xFFFF);
-    const auto blue = static_cast<uint32_t>(argb & 0xFFFF);
-    channels.clear();
-    switch (format.layout) {
-        case PixelLayout::kGrayscale:
-            channels.push_back(clipped(0.299 * red + 0.587 * green + 0.114 * blue));
-            break;
-        case PixelLayout::kBgr:
-            channels.insert(channels.end(), {blue, green, red});
-            break;
-        case PixelLayout::kRgb:
-            channels.insert(channels.end(), {red, green, blue});
-            break;
-        case PixelLayout::kYCbCr: {
-            const double y = 0.299 * red + 0.587 * green + 0.114 * blue;
-            channels.insert(channels.end(),
-                            {clipped(y), clipped(32896 + (blue - y) / 1.772), clipped(32896 + (red - y) / 1.402)});
-            break;
-        }
-        case PixelLayout::kCmyk: {
-            const CmykValue cmyk = cmyk_of(narrow(red) << 16 | narrow(green) << 8 | narrow(blue));
-            channels.insert(channels.end(), {wide(cmyk.c), wide(cmyk.m), wide(cmyk.y), wide(cmyk.k)});
-            break;
-        }
-        default:
-            throw_layout(format);
-    }
-    if (format.bits.size() > channels.size()) {
-        channels.push_back(static_cast<uint32_t>(argb >> 48));
+bool all_bits(const RawFormat& format, int32_t bits) {
+    return std::all_of(format.bits.begin(), format.bits.end(), [&](int32_t each) { return each == bits; });
+}
+
+// Calls the step for each pixel with its channels.
+template <class Step>
+void each(std::span<const uint64_t> colors, uint16_t* channels, size_t count, Step&& step) {
+    for (const uint64_t color : colors) {
+        step(color, channels);
+        channels += count;
     }
 }
 
-Argb joined(const RawFormat& format, const Channels& channels) {
-    const size_t colors = color_channels(format.layout);
-    const Argb alpha = channels.size() > colors ? narrow(channels[colors]) : 255;
-    const auto argb = [&](double red, double green, double blue) {
-        return alpha << 24 | narrow(clipped(red)) << 16 | narrow(clipped(green)) << 8 | narrow(clipped(blue));
+}  // namespace
+
+size_t channels_of(const RawFormat& format) {
+    return format.bits.size();
+}
+
+void split(const RawFormat& format, std::span<const uint64_t> colors, uint16_t* channels) {
+    const size_t count = channels_of(format);
+    switch (format.layout) {
+        case PixelLayout::kGrayscale:
+            each(colors, channels, count, [](uint64_t color, uint16_t* to) {
+                const Rgb rgb = rgb_of(color);
+                const bool gray = rgb.red == rgb.green && rgb.green == rgb.blue;
+                to[0] = gray ? rgb.red : clipped(luma_of(rgb));
+            });
+            break;
+        case PixelLayout::kBgr:
+            each(colors, channels, count, [](uint64_t color, uint16_t* to) {
+                const Rgb rgb = rgb_of(color);
+                to[0] = rgb.blue;
+                to[1] = rgb.green;
+                to[2] = rgb.red;
+            });
+            break;
+        case PixelLayout::kRgb:
+            each(colors, channels, count, [](uint64_t color, uint16_t* to) {
+                const Rgb rgb = rgb_of(color);
+                to[0] = rgb.red;
+                to[1] = rgb.green;
+                to[2] = rgb.blue;
+            });
+            break;
+        case PixelLayout::kYCbCr:
+            each(colors, channels, count, [](uint64_t color, uint16_t* to) {
+                const Rgb rgb = rgb_of(color);
+                const double y = luma_of(rgb);
+                to[0] = clipped(y);
+                to[1] = clipped(32896 + (rgb.blue - y) / 1.772);
+                to[2] = clipped(32896 + (rgb.red - y) / 1.402);
+            });
+            break;
+        case PixelLayout::kCmyk:
+            each(colors, channels, count, [](uint64_t color, uint16_t* to) {
+                const Rgb rgb = rgb_of(color);
+                const CmykValue cmyk = cmyk_of(Argb{narrow(rgb.red)} << 16 | Argb{narrow(rgb.green)} << 8 |
+                                               Argb{narrow(rgb.blue)});
+                to[0] = wide(cmyk.c);
+                to[1] = wide(cmyk.m);
+                to[2] = wide(cmyk.y);
+                to[3] = wide(cmyk.k);
+            });
+            break;
+        default:
+            throw_layout(format);
+    }
+    if (count > color_channels(format.layout)) {
+        each(colors, channels, count, [&](uint64_t color, uint16_t* to) {
+            to[count - 1] = static_cast<uint16_t>(color >> 48);
+        });
+    }
+}
+
+void join(const RawFormat& format, const uint16_t* channels, std::span<uint64_t> colors) {
+    const size_t count = channels_of(format);
+    const bool has_alpha = count > color_channels(format.layout);
+    const auto every = [&](auto&& step) {
+        const uint16_t* from = channels;
+        for (uint64_t& color : colors) {
+            const uint64_t alpha = has_alpha ? from[count - 1] : 0xFFFF;
+            color = alpha << 48 | step(from);
+            from += count;
+        }
     };
     switch (format.layout) {
         case PixelLayout::kGrayscale:
-            return argb(channels[0], channels[0], channels[0]);
+            return every([](const uint16_t* from) { return color_of(from[0], from[0], from[0]); });
         case PixelLayout::kBgr:
-            return argb(channels[2], channels[1], channels[0]);
+            return every([](const uint16_t* from) { return color_of(from[2], from[1], from[0]); });
         case PixelLayout::kRgb:
-            return argb(channels[0], channels[1], channels[2]);
-        case PixelLayout::kYCbCr: {
-            const double y = channels[0], cb = channels[1] - 32896.0, cr = channels[2] - 32896.0;
-            return argb(y + 1.402 * cr, y - 0.344136 * cb - 0.714136 * cr, y + 1.772 * cb);
-        }
-        case PixelLayout::kCmyk: {
-            const auto part = [&](size_t i) { return static_cast<uint8_t>(narrow(channels[i])); };
-            return alpha << 24 | (argb_of({part(0), part(1), part(2), part(3)}) & 0xFFFFFF);
-        }
+            return every([](const uint16_t* from) { return color_of(from[0], from[1], from[2]); });
+        case PixelLayout::kYCbCr:
+            return every([](const uint16_t* from) {
+                const double y = from[0];
+                const double blue = from[1] - 32896.0;
+                const double red = from[2] - 32896.0;
+                return color_of(clipped(y + 1.402 * red), clipped(y - 0.344136 * blue - 0.714136 * red),
+                                clipped(y + 1.772 * blue));
+            });
+        case PixelLayout::kCmyk:
+            return every([](const uint16_t* from) {
+                const Argb color = argb_of({narrow(from[0]), narrow(from[1]), narrow(from[2]), narrow(from[3])});
+                return color_of(wide(static_cast<uint8_t>(color >> 16)), wide(static_cast<uint8_t>(color >> 8)),
+                                wide(static_cast<uint8_t>(color)));
+            });
         default:
             throw_layout(format);
     }
 }
 
 Packing packing_of(const RawFormat& format) {
-    const auto all = [&](int32_t bits) {
-        return std::all_of(format.bits.begin(), format.bits.end(), [&](int32_t each) { return each == bits; });
-    };
     const size_t channels = format.bits.size();
+    if (format.layout == PixelLayout::kCieLab || all_bits(format, 32)) {
+        return Packing::kSamples;
+    }
     const size_t colors = format.indexed ? 1 : color_channels(format.layout);
     const bool sound = channels == colors || channels == colors + 1;
-    if (sound && all(8)) {
+    if (sound && all_bits(format, 8)) {
         return Packing::kBytes;
     }
-    if (sound && all(16) && !format.indexed) {
+    if (sound && all_bits(format, 16) && !format.indexed) {
         return Packing::kWords;
     }
     if (channels == 1 && (format.bits[0] == 1 || format.bits[0] == 2 || format.bits[0] == 4)) {
@@ -116,92 +185,168 @@ Packing packing_of(const RawFormat& format) {
     throw_layout(format);
 }
 
-void LineWriter::put(const Channels& channels) {
-    switch (m_packing) {
-        case Packing::kBytes:
-            for (const uint32_t value : channels) {
-                byte(m_format.indexed ? value : narrow(value));
-            }
-            for (size_t i = channels.size(); i < static_cast<size_t>(m_format.bits_per_pixel) / 8; ++i) {
-                byte(255);
-            }
-            break;
-        case Packing::kWords:
-            for (const uint32_t value : channels) {
-                byte(value & 0xFF);
-                byte(value >> 8);
-            }
-            break;
-        case Packing::kUpperBits: {
-            const int bits = m_format.bits[0];
-            const uint32_t top = (1U << bits) - 1;
-            const uint32_t value = m_format.indexed ? channels[0] : (channels[0] * top + 32767) / 65535;
-            m_line[m_bit / 8] |= static_cast<std::byte>(value << (8 - bits - static_cast<int>(m_bit % 8)));
-            m_bit += static_cast<size_t>(bits);
-            break;
-        }
-        case Packing::kColorWord: {
-            uint32_t word = 0;
-            for (size_t i = 0; i < 3; ++i) {
-                const uint32_t top = (1U << m_format.bits[i]) - 1;
-                word = word << m_format.bits[i] | (channels[i] * top + 32767) / 65535;
-            }
-            byte(word & 0xFF);
-            byte(word >> 8);
-            break;
-        }
+Verbatim verbatim_of(const RawFormat& format, const imagework::Picture& picture) {
+    const PixelForm& form = picture.form();
+    const auto size = static_cast<int32_t>(imagework::sample_size(form.sample));
+    const bool fits = form.is_integer() && format.bits.size() == static_cast<size_t>(form.bands()) &&
+                      all_bits(format, 8 * size) && format.bits_per_pixel == 8 * size * form.bands();
+    if (!fits) {
+        return Verbatim::kNo;
+    }
+    const auto is = [&](PixelLayout layout, ColorModel color) {
+        return format.layout == layout && form.color == color && !format.indexed;
+    };
+    if (form.color == ColorModel::kIndexed) {
+        const auto own = picture.palette();
+        return format.indexed && std::equal(own.begin(), own.end(), format.palette.begin(), format.palette.end())
+                   ? Verbatim::kSame
+                   : Verbatim::kNo;
+    }
+    if (is(PixelLayout::kGrayscale, ColorModel::kGray) || is(PixelLayout::kRgb, ColorModel::kRgb) ||
+        is(PixelLayout::kCmyk, ColorModel::kCmyk) || is(PixelLayout::kCieLab, ColorModel::kLab)) {
+        return Verbatim::kSame;
+    }
+    return is(PixelLayout::kBgr, ColorModel::kRgb) && size <= 2 ? Verbatim::kReversed : Verbatim::kNo;
+}
+
+namespace {
+
+template <class Sample, size_t kChannels>
+void exchange(const std::byte* from, std::byte* to, size_t pixels) {
+    for (size_t i = 0; i < pixels; i++) {
+        Sample pixel[kChannels];
+        std::memcpy(pixel, from + i * sizeof(pixel), sizeof(pixel));
+        std::swap(pixel[0], pixel[2]);
+        std::memcpy(to + i * sizeof(pixel), pixel, sizeof(pixel));
     }
 }
 
-void LineWriter::byte(uint32_t value) {
-    m_line[m_bit / 8] = static_cast<std::byte>(value);
-    m_bit += 8;
+// Sixteen bytes at a time by the order given, as far as that goes; how many pixels that were.
+__attribute__((target("ssse3"))) size_t exchange_16(const std::byte* from, std::byte* to, size_t pixels,
+                                                    size_t pixel_size, const uint8_t* order) {
+    const size_t step = 16 / pixel_size;
+    const __m128i places = _mm_loadu_si128(reinterpret_cast<const __m128i*>(order));
+    size_t done = 0;
+    // A load and a store of sixteen bytes have to stay inside, and bytes behind the last whole pixel are written as they
+    // came, so that the rows may be the same.
+    while ((pixels - done) * pixel_size >= 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done * pixel_size));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + done * pixel_size), _mm_shuffle_epi8(block, places));
+        done += step;
+    }
+    return done;
 }
 
-void LineReader::get(Channels& channels) {
-    channels.clear();
-    switch (m_packing) {
-        case Packing::kBytes:
-            for (size_t i = 0; i < m_format.bits.size(); ++i) {
-                channels.push_back(m_format.indexed ? byte() : wide(byte()));
-            }
-            for (size_t i = channels.size(); i < static_cast<size_t>(m_format.bits_per_pixel) / 8; ++i) {
-                byte();
-            }
-            break;
-        case Packing::kWords:
-            for (size_t i = 0; i < m_format.bits.size(); ++i) {
-                const uint32_t low = byte();
-                channels.push_back(low | byte() << 8);
-            }
-            break;
-        case Packing::kUpperBits: {
-            const int bits = m_format.bits[0];
-            const uint32_t top = (1U << bits) - 1;
-            const uint32_t value =
-                std::to_integer<uint32_t>(m_line[m_bit / 8]) >> (8 - bits - static_cast<int>(m_bit % 8)) & top;
-            m_bit += static_cast<size_t>(bits);
-            channels.push_back(m_format.indexed ? value : value * 65535 / top);
-            break;
+}  // namespace
+
+void exchange_red_and_blue(const std::byte* from, std::byte* to, size_t pixels, size_t channels, size_t channel_size) {
+    assert((channels == 3 || channels == 4) && (channel_size == 1 || channel_size == 2));
+    const size_t pixel_size = channels * channel_size;
+    size_t done = 0;
+    if (__builtin_cpu_supports("ssse3") != 0) {
+        uint8_t order[16];
+        for (size_t i = 0; i < 16; i++) {
+            const size_t first = i / pixel_size * pixel_size;
+            const size_t band = (i - first) / channel_size;
+            const size_t other = band == 0 ? 2 : band == 2 ? 0 : band;
+            const bool whole = first + pixel_size <= 16;
+            order[i] = static_cast<uint8_t>(whole ? first + other * channel_size + i % channel_size : i);
         }
-        case Packing::kColorWord: {
-            uint32_t word = byte();
-            word |= byte() << 8;
-            channels.resize(3);
-            for (size_t i = 3; i-- > 0;) {
-                const uint32_t top = (1U << m_format.bits[i]) - 1;
-                channels[i] = (word & top) * 65535 / top;
-                word >>= m_format.bits[i];
-            }
-            break;
-        }
+        done = exchange_16(from, to, pixels, pixel_size, order);
+    }
+    from += done * pixel_size;
+    to += done * pixel_size;
+    if (channel_size == 1) {
+        channels == 3 ? exchange<uint8_t, 3>(from, to, pixels - done) : exchange<uint8_t, 4>(from, to, pixels - done);
+    } else {
+        channels == 3 ? exchange<uint16_t, 3>(from, to, pixels - done) : exchange<uint16_t, 4>(from, to, pixels - done);
     }
 }
 
-uint32_t LineReader::byte() {
-    const auto value = std::to_integer<uint32_t>(m_line[m_bit / 8]);
-    m_bit += 8;
-    return value;
+void pack_line(const RawFormat& format, Packing packing, const uint16_t* channels, size_t pixels, std::byte* line) {
+    const size_t count = channels_of(format);
+    switch (packing) {
+        case Packing::kBytes: {
+            const auto size = static_cast<size_t>(format.bits_per_pixel) / 8;
+            for (size_t i = 0; i < pixels; i++, line += size, channels += count) {
+                for (size_t band = 0; band < count; band++) {
+                    line[band] = static_cast<std::byte>(format.indexed ? channels[band] : narrow(channels[band]));
+                }
+                std::fill(line + count, line + size, std::byte{255});
+            }
+            return;
+        }
+        case Packing::kWords:
+            for (size_t i = 0; i < pixels * count; i++) {
+                line[2 * i] = static_cast<std::byte>(channels[i]);
+                line[2 * i + 1] = static_cast<std::byte>(channels[i] >> 8);
+            }
+            return;
+        case Packing::kUpperBits: {
+            const auto bits = static_cast<size_t>(format.bits[0]);
+            const uint32_t top = (1U << bits) - 1;
+            for (size_t i = 0; i < pixels; i++) {
+                const uint32_t value = format.indexed ? channels[i] : (channels[i] * top + 32767) / 65535;
+                line[i * bits / 8] |= static_cast<std::byte>(value << (8 - bits - i * bits % 8));
+            }
+            return;
+        }
+        case Packing::kColorWord:
+            for (size_t i = 0; i < pixels; i++, line += 2, channels += count) {
+                uint32_t word = 0;
+                for (size_t band = 0; band < 3; band++) {
+                    const uint32_t top = (1U << format.bits[band]) - 1;
+                    word = word << format.bits[band] | (channels[band] * top + 32767) / 65535;
+                }
+                line[0] = static_cast<std::byte>(word);
+                line[1] = static_cast<std::byte>(word >> 8);
+            }
+            return;
+        case Packing::kSamples:
+            throw_layout(format);
+    }
+}
+
+void unpack_line(const RawFormat& format, Packing packing, const std::byte* line, size_t pixels, uint16_t* channels) {
+    const size_t count = channels_of(format);
+    const auto byte = [](std::byte value) { return std::to_integer<uint8_t>(value); };
+    switch (packing) {
+        case Packing::kBytes: {
+            const auto size = static_cast<size_t>(format.bits_per_pixel) / 8;
+            for (size_t i = 0; i < pixels; i++, line += size, channels += count) {
+                for (size_t band = 0; band < count; band++) {
+                    channels[band] = format.indexed ? byte(line[band]) : wide(byte(line[band]));
+                }
+            }
+            return;
+        }
+        case Packing::kWords:
+            for (size_t i = 0; i < pixels * count; i++) {
+                channels[i] = static_cast<uint16_t>(byte(line[2 * i]) | byte(line[2 * i + 1]) << 8);
+            }
+            return;
+        case Packing::kUpperBits: {
+            const auto bits = static_cast<size_t>(format.bits[0]);
+            const uint32_t top = (1U << bits) - 1;
+            for (size_t i = 0; i < pixels; i++) {
+                const uint32_t value = uint32_t{byte(line[i * bits / 8])} >> (8 - bits - i * bits % 8) & top;
+                channels[i] = static_cast<uint16_t>(format.indexed ? value : value * 65535 / top);
+            }
+            return;
+        }
+        case Packing::kColorWord:
+            for (size_t i = 0; i < pixels; i++, line += 2, channels += count) {
+                uint32_t word = byte(line[0]) | uint32_t{byte(line[1])} << 8;
+                for (size_t band = 3; band-- > 0;) {
+                    const uint32_t top = (1U << format.bits[band]) - 1;
+                    channels[band] = static_cast<uint16_t>((word & top) * 65535 / top);
+                    word >>= format.bits[band];
+                }
+            }
+            return;
+        case Packing::kSamples:
+            throw_layout(format);
+    }
 }
 
 }  // namespace zelmor::embed

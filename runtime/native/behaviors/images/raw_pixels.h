@@ -1,17 +1,19 @@
 // Pixels in the layout of a PixelDataFormat, as bytes.
 //
-// Channels of 8 bits are bytes in the format's order, those of 16 bits pairs of bytes, the lower first; pixels of fewer
-// than 8 bits fill their bytes from the upper end, and the 15- and 16-bit colors are words, the lower byte first.
+// Channels of 8 bits are bytes in the format's order, those of 16 and 32 bits groups of bytes, the lowest first; pixels
+// of fewer than 8 bits fill their bytes from the upper end, and the 15- and 16-bit colors are words, the lower byte
+// first.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_RAW_PIXELS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_RAW_PIXELS_H
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "runtime/native/behaviors/colors/pixel_data_format.h"
-#include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/backend.h"
 
 namespace zelmor::embed {
 
@@ -29,47 +31,27 @@ struct RawFormat {
 [[noreturn]] void throw_layout(const RawFormat& format);
 
 // How the channels of a pixel stand in bytes; NotSupportedException for a layout without such a form.
-enum class Packing { kBytes, kWords, kUpperBits, kColorWord };
+enum class Packing { kBytes, kWords, kUpperBits, kColorWord, kSamples };
 Packing packing_of(const RawFormat& format);
 
-// One pixel's channels in the format's order, each 0 to 65535; of an indexed format one, the index.
-using Channels = std::vector<uint32_t>;
+// How the samples of a picture stand in bytes of the format, where each does as it is: in the picture's own order, or
+// with red and blue exchanged.
+enum class Verbatim { kNo, kSame, kReversed };
+Verbatim verbatim_of(const RawFormat& format, const imagework::Picture& picture);
 
-// From a color of 16 bits per channel, 0xAAAARRRRGGGGBBBB, and to one of 8 bits.
-void split(const RawFormat& format, uint64_t argb, Channels& channels);
-imagework::Argb joined(const RawFormat& format, const Channels& channels);
+// Exchanges the first and the third of each three or four bytes, or pairs of bytes. The rows may be the same.
+void exchange_red_and_blue(const std::byte* from, std::byte* to, size_t pixels, size_t channels, size_t channel_size);
 
-// Writes the pixels of a line one after the other. The line begins as zeros and is long enough.
-class LineWriter {
- public:
-    LineWriter(const RawFormat& format, std::byte* line)
-        : m_format(format), m_packing(packing_of(format)), m_line(line) {}
-    void put(const Channels& channels);
+// Channels in the format's order, each 0 to 65535, of an indexed format the index: so many of each pixel.
+size_t channels_of(const RawFormat& format);
 
- private:
-    void byte(uint32_t value);
+// From colors of 16 bits a channel, 0xAAAARRRRGGGGBBBB, to channels and back.
+void split(const RawFormat& format, std::span<const uint64_t> colors, uint16_t* channels);
+void join(const RawFormat& format, const uint16_t* channels, std::span<uint64_t> colors);
 
-    const RawFormat& m_format;
-    Packing m_packing;
-    std::byte* m_line;
-    size_t m_bit = 0;
-};
-
-// Reads the pixels of a line one after the other.
-class LineReader {
- public:
-    LineReader(const RawFormat& format, const std::byte* line)
-        : m_format(format), m_packing(packing_of(format)), m_line(line) {}
-    void get(Channels& channels);
-
- private:
-    uint32_t byte();
-
-    const RawFormat& m_format;
-    Packing m_packing;
-    const std::byte* m_line;
-    size_t m_bit = 0;
-};
+// Between the channels of a line and its bytes. A line that is written begins as zeros and is long enough.
+void pack_line(const RawFormat& format, Packing packing, const uint16_t* channels, size_t pixels, std::byte* line);
+void unpack_line(const RawFormat& format, Packing packing, const std::byte* line, size_t pixels, uint16_t* channels);
 
 }  // namespace zelmor::embed
 

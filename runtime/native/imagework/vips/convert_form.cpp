@@ -136,6 +136,12 @@ void VipsPicture::to_direct() {
     }
 }
 
+void VipsPicture::drop_palette() {
+    if (m_form.color == ColorModel::kIndexed) {
+        to_direct();
+    }
+}
+
 void VipsPicture::to_model_of_colors() {
     if (m_form.color == ColorModel::kIndexed) {
         to_direct();

@@ -88,6 +88,7 @@ class VipsPicture final : public Picture {
     void resize(int32_t width, int32_t height, Resampling resampling) override;
     void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) override;
     void add_alpha() override;
+    void drop_palette() override;
     void replace_area(const Rect& area, Argb color) override;
     void draw(const Picture& other, int32_t x, int32_t y) override;
     void rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) override;
