@@ -16,6 +16,7 @@
 #include "runtime/native/imagework/filters.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/pixel_form.h"
 #include "runtime/native/imagework/pixels/rows.h"
@@ -140,17 +141,18 @@ struct GifFrame {
     bool part = false;
     int32_t left = 0;
     int32_t top = 0;
-    FrameDisposal disposal = FrameDisposal::kUnspecified;  // of a part
+    FrameDisposal disposal = FrameDisposal::kUnspecified;
     bool user_input = false;                               // the next frame waits for the user
     std::vector<std::vector<uint8_t>> blocks_before = {};  // extensions, as they stand in the file
     std::vector<std::vector<uint8_t>> blocks_behind = {};
 };
 
 struct FrameToWrite {
-    const Picture* picture;
+    const Picture* picture;    // null of a frame that is copied from its origin
     int duration;
     const Encoding* encoding;  // of a TIFF page its own; elsewhere the first frame's counts for all
     GifFrame gif = {};
+    FrameOrigin origin = {};  // of a GIF frame whose picture is still that of its file
 };
 
 class Backend {

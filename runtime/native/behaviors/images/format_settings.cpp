@@ -62,6 +62,7 @@ GifEncoding gif(const ManagedObject& options) {
     require_value(options, "HasTrailer", int64_t{true});
     GifEncoding result;
     result.palette_bits = ranged_int(options, "ColorResolution", 0, 7) + 1;
+    result.color_resolution = result.palette_bits;
     result.interlaced = property_bool(options, "Interlaced");
     if (const int loops = ranged_int(options, "LoopsCount", 0, 65535)) {
         result.loops = loops;

@@ -125,7 +125,7 @@ class GifFile final : public GifFrames {
         encoding.interlaced = frame.interlaced;
         encoding.loops = m_file.loops;
         encoding.color_resolution = m_file.screen.color_resolution;
-        encoding.sorted_palette = palette.sorted;
+        encoding.sorted_palette = m_file.screen.palette.sorted;
         encoding.background_index = m_file.screen.background_index;
         encoding.aspect_ratio = m_file.screen.aspect_ratio;
         encoding.trailer = m_file.trailer;
@@ -139,6 +139,19 @@ class GifFile final : public GifFrames {
         }
         result.area = frame.area;
         result.disposal = disposal_of(frame);
+        result.control = frame.control;
+        const std::lock_guard lock(m_mutex);
+        const size_t before = index == 0 ? 0 : m_file.frames[index - 1].blocks_before;
+        if (const auto transparent = transparent_of(frame)) {
+            const std::vector<Argb> colors = colors_of(frame);
+            if (*transparent < colors.size()) {
+                facts.transparent_color = colors[*transparent];
+            }
+        }
+        result.blocks_before = blocks(before, frame.blocks_before);
+        if (index + 1 == count()) {
+            result.blocks_behind = blocks(frame.blocks_before, m_file.extensions.size());
+        }
         return result;
     }
 
@@ -159,6 +172,15 @@ class GifFile final : public GifFrames {
 
  private:
     static const Model kColors;
+
+    std::vector<std::vector<uint8_t>> blocks(size_t from, size_t to) const {
+        std::vector<std::vector<uint8_t>> result;
+        for (size_t i = from; i < to; i++) {
+            const auto bytes = m_bytes.at(m_file.extensions[i].at, m_file.extensions[i].size);
+            result.emplace_back(bytes.begin(), bytes.end());
+        }
+        return result;
+    }
 
     RowsHeader rows_header(const Model& model) const {
         RowsHeader header;

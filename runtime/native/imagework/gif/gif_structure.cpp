@@ -105,11 +105,13 @@ class Walk {
             }
             m_control = control;
         } else {
-            if (label == kApplicationLabel && m_in.starts_with(m_at + 3, "NETSCAPE2.0") && m_in.u8(m_at + 15) == 1) {
+            const bool application = label == kApplicationLabel;
+            if (application && m_in.starts_with(m_at + 3, "NETSCAPE2.0") && m_in.u8(m_at + 15) == 1) {
                 const int repeats = m_in.u16(m_at + 16);
                 m_found.loops = repeats == 0 ? 0 : repeats + 1;  // the first time counts too
+            } else if (!application || !m_in.starts_with(m_at + 3, "XMP DataXMP")) {
+                m_found.extensions.push_back({m_at, *end - m_at});
             }
-            m_found.extensions.push_back({m_at, *end - m_at});
         }
         m_at = *end;
         return true;
@@ -159,17 +161,7 @@ GifStructure gif_structure(SourceBytes& bytes) {
 }
 
 FrameDisposal disposal_of(const GifFramePlace& frame) {
-    switch (frame.control ? frame.control->disposal : 0) {
-        case 0:
-            return FrameDisposal::kUnspecified;
-        case 2:
-            return FrameDisposal::kClear;
-        case 3:
-        case 4:  // which some programs write for it
-            return FrameDisposal::kRestore;
-        default:
-            return FrameDisposal::kLeave;
-    }
+    return gif_disposal(frame.control ? frame.control->disposal : 0);
 }
 
 std::vector<Argb> gif_palette(SourceBytes& bytes, const GifPalettePlace& place) {

@@ -35,15 +35,6 @@ struct GifScreen {
     uint8_t aspect_ratio = 0;
 };
 
-// What the graphics control block before a frame says.
-struct GifControl {
-    uint16_t delay = 0;  // hundredths of a second
-    bool user_input = false;
-    int disposal = 0;  // the three bits of the format
-    std::optional<uint8_t> transparent = {};
-    bool operator==(const GifControl&) const = default;
-};
-
 struct GifFramePlace {
     GifPart image;  // from the descriptor to the end of the pixels
     Rect area;
@@ -58,8 +49,10 @@ struct GifFramePlace {
 struct GifStructure {
     GifScreen screen;
     std::vector<GifFramePlace> frames;
-    std::vector<GifPart> extensions;  // other than graphics control blocks of frames
-    std::optional<int> loops = {};    // as in GifEncoding
+    // Besides graphics control blocks of frames, and what the settings and the metadata of a picture tell: how often
+    // the animation is shown, and XMP.
+    std::vector<GifPart> extensions;
+    int loops = 1;  // 0: for ever
     bool trailer = false;
 };
 

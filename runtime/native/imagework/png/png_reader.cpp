@@ -87,12 +87,12 @@ class PngReader final : public RowReader {
         form.sample = m_depth == 16 ? SampleType::kUint16 : SampleType::kUint8;
         form.alpha = (m_color & PNG_COLOR_MASK_ALPHA) != 0 || m_has_key;
         form.bits = m_depth < 8 && form.alpha ? 8 : m_depth;
-        if (png_get_pHYs_dpi(png, info, nullptr, nullptr, nullptr) != 0) {
-            const Resolution found{png_get_x_pixels_per_meter(png, info) * kMetersPerInch,
-                                   png_get_y_pixels_per_meter(png, info) * kMetersPerInch};
-            if (found.horizontal > 0 && found.vertical > 0) {
-                m_header.resolution = found;
-            }
+        png_uint_32 across = 0;
+        png_uint_32 down = 0;
+        int unit = PNG_RESOLUTION_UNKNOWN;
+        png_get_pHYs(png, info, &across, &down, &unit);
+        if (unit == PNG_RESOLUTION_METER && across > 0 && down > 0) {
+            m_header.resolution = Resolution{across * kMetersPerInch, down * kMetersPerInch};
         }
     }
 

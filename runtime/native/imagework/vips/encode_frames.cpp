@@ -153,7 +153,6 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
         }
         switch (format) {
             case Format::kGif:
-                check_sides(*frames[0].picture, format);
                 return encode_gif_frames(frames);
             case Format::kWebp:
                 check_sides(*frames[0].picture, format);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
 #include <vector>
 
 #include "runtime/native/imagework/gif/gif_codec.h"
@@ -112,15 +113,12 @@ void put_blocks(GifWriter& writer, const std::vector<std::vector<uint8_t>>& bloc
 
 // The file that all frames are still those of, in its order; null where they are not.
 const GifFrames* file_of(std::span<const FrameToWrite> frames) {
-    if (!frames[0].encoding->copies_frames) {
-        return nullptr;
-    }
-    const FrameOrigin& first = frames[0].picture->origin();
-    const auto* file = dynamic_cast<const GifFrames*>(first.source.get());
+    const auto* file = dynamic_cast<const GifFrames*>(frames[0].origin.source.get());
     for (size_t i = 0; file != nullptr && i < frames.size(); i++) {
-        const FrameOrigin& origin = frames[i].picture->origin();
-        if (origin.source != first.source || origin.index != i || frames[i].gif.part ||
-            frames[i].encoding->transparent_color || frames[i].encoding->flatten) {
+        const FrameOrigin& origin = frames[i].origin;
+        const Encoding& encoding = *frames[i].encoding;
+        if (origin.source != frames[0].origin.source || origin.index != i || frames[i].gif.part ||
+            !encoding.copies_frames || encoding.transparent_color || encoding.flatten) {
             return nullptr;
         }
     }
@@ -131,9 +129,7 @@ EncodedBytes copied(const GifFrames& file, std::span<const FrameToWrite> frames,
     const GifStructure& structure = file.structure();
     SourceBytes bytes(file.data());
     std::vector<uint8_t> out;
-    GifEncoding screen = gif;
-    screen.sorted_palette = structure.screen.palette.sorted;
-    GifWriter writer(structure.screen.width, structure.screen.height, file.screen_palette(), screen, out);
+    GifWriter writer(structure.screen.width, structure.screen.height, file.screen_palette(), gif, out);
     if (frames.size() > 1 || gif.loops) {
         writer.put_loops(loops);
     }
@@ -141,7 +137,9 @@ EncodedBytes copied(const GifFrames& file, std::span<const FrameToWrite> frames,
         const GifFramePlace& place = structure.frames[i];
         put_blocks(writer, frames[i].gif.blocks_before);
         const GifControl before = place.control.value_or(GifControl{});
-        const GifControl control = control_of(frames[i], before.disposal, before.transparent);
+        const int disposal =
+            frames[i].gif.disposal == disposal_of(place) ? before.disposal : number_of(frames[i].gif.disposal);
+        const GifControl control = control_of(frames[i], disposal, before.transparent);
         if (place.control || control != GifControl{}) {
             writer.put_control(control);
         }
@@ -293,7 +291,7 @@ class Animation {
             }
             area = {0, 0, m_width, m_height};
             disposal = number_of(FrameDisposal::kClear);
-        } else if (!frame.gif.part) {
+        } else if (!frame.gif.part && std::exchange(m_continues, true)) {
             area = changed_area(composed.before, composed.shown);
             disposal = number_of(FrameDisposal::kLeave);
             cut(picture, area);
@@ -301,7 +299,7 @@ class Animation {
         const auto clear = transparent_index(picture.palette);
         const bool local = picture.palette != m_screen_palette;
         const GifEncoding& own = std::get<GifEncoding>(frame.encoding->format);
-        writer.put_frame({area, own.interlaced, own.sorted_palette,
+        writer.put_frame({area, own.interlaced, false,
                           local ? std::span<const Argb>(picture.palette) : std::span<const Argb>(),
                           control_of(frame, disposal, clear)},
                          picture.indices);
@@ -310,8 +308,8 @@ class Animation {
 
     // Makes a part the whole of what is seen with it.
     void cover(Composed& composed) const {
-        VipsPicture whole(blank_image({ColorModel::kRgb, SampleType::kUint8, 8, true}, m_width, m_height,
-                                      kDefaultResolution));
+        VipsPicture whole(
+            blank_image({ColorModel::kRgb, SampleType::kUint8, 8, true}, m_width, m_height, kDefaultResolution));
         whole.write_argb({0, 0, m_width, m_height}, composed.shown.colors);
         Encoding encoding;
         encoding.may_widen = true;
@@ -333,6 +331,7 @@ class Animation {
     int32_t m_height = 0;
     std::vector<Argb> m_screen_palette;
     std::vector<uint8_t> m_out;
+    bool m_continues = false;  // the first frame is whole
 };
 
 }  // namespace
