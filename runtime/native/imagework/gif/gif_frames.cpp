@@ -207,7 +207,8 @@ class GifFile final : public GifFrames {
         const std::array<uint8_t, 4> clear{model.clear.value_or(0)};
         std::vector<uint8_t> rows = composed_frame(
             *cache, index, {header.width, header.height, std::span(clear).first(step)},
-            [&](size_t i) { return stands_alone(i); }, [&](size_t i, FrameCanvas& canvas) { lay(i, model, canvas); });
+            [&](size_t i) { return !m_lenient && stands_alone(i); },
+            [&](size_t i, FrameCanvas& canvas) { lay(i, model, canvas); });
         return whole_rows(std::move(header), std::move(rows), std::move(share));
     }
 

@@ -227,7 +227,8 @@ class ApngFrames final : public FrameSource {
         clear[0] = m_clear.value_or(0);
         auto rows = composed_frame(
             *m_cache, index, {m_file.width, m_file.height, std::span(clear).first(step)},
-            [&](size_t i) { return stands_alone(i); }, [&](size_t i, FrameCanvas& canvas) { lay(i, canvas); });
+            [&](size_t i) { return !m_lenient && stands_alone(i); },
+            [&](size_t i, FrameCanvas& canvas) { lay(i, canvas); });
         return whole_rows(m_header, std::move(rows), std::move(share));
     }
 
