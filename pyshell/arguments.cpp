@@ -167,7 +167,7 @@ bool parse_arguments(const CallArguments& arguments, const char* const* names, c
     }
     const Positional outcome = parse_positional(arguments, readers, count);
     if (outcome == Positional::kMiscounted) [[unlikely]] {
-        if (PyObject* text = remembered_count_message(names, count, arguments.count)) {
+        if (PyObject* text = remembered_count_message(names, count, arguments.count); text != nullptr) {
             PyErr_SetObject(PyExc_TypeError, text);
         }
     }
@@ -185,7 +185,7 @@ bool parse_overload(const CallArguments& arguments, const char* const* names, co
             case Positional::kParsed:
                 return true;
             case Positional::kMiscounted:
-                if (PyObject* text = remembered_count_message(names, count, arguments.count)) {
+                if (PyObject* text = remembered_count_message(names, count, arguments.count); text != nullptr) {
                     *refusal = Py_NewRef(text);
                     return false;
                 }

@@ -220,7 +220,7 @@ PyObject* EnumSeries::make(bool flags, PyObject* name, PyObject* members) {
         }
     }
     if (!flags && fits_pattern(members)) {
-        if (PyObject* module = calling_module()) {
+        if (PyObject* module = calling_module(); module != nullptr) {
             return make_by_pattern(module, name, members);
         }
         if (PyErr_Occurred() != nullptr) {

@@ -30,7 +30,7 @@ PyObject* make_enum_class(const char* name, bool flags, PyObject* members) {
     if (!text) {
         return nullptr;
     }
-    if (EnumSeries* series = EnumSeries::current()) {
+    if (EnumSeries* series = EnumSeries::current(); series != nullptr) {
         return series->make(flags, text.get(), members);
     }
     EnumSeries alone;

@@ -59,7 +59,7 @@ PyObject* compare_managed(PyObject* left, PyObject* right, int operation, Equals
         Py_RETURN_NOTIMPLEMENTED;
     }
     if (left == right) {
-        return PyBool_FromLong(operation == Py_EQ);
+        return PyBool_FromLong(operation == Py_EQ ? 1 : 0);
     }
     VariantArg other = {};
     if (fn_conv_py_obj_to_clr_gen_handle(right, &other) == 0) {
@@ -70,7 +70,7 @@ PyObject* compare_managed(PyObject* left, PyObject* right, int operation, Equals
     if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
-    return PyBool_FromLong(equal == (operation == Py_EQ));
+    return PyBool_FromLong(equal == (operation == Py_EQ) ? 1 : 0);
 }
 
 template <class GetType>

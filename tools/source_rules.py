@@ -1,4 +1,4 @@
-"""Checks two rules over the files that git tracks, which no other tool checks.
+"""Checks three rules over the files that git tracks, which no other tool checks.
 
 Include guards: the guard of a header is a macro named after the path (`pyshell/casts.h`: ZELMOR_PYSHELL_CASTS_H), and
 the last line repeats that name in a comment. `#pragma once` is refused everywhere.
@@ -6,6 +6,9 @@ the last line repeats that name in a comment. `#pragma once` is refused everywhe
 Spelling inside identifiers: codespell checks whole words; this tool checks the parts of `snake_case` and `CamelCase`
 names for stems of British spelling. Names that the project did not choose, such as those of the managed API, are listed
 in setup.cfg, section [source_rules].
+
+Shared state of the runtime: a variable that lives as long as the process, and can change, has a comment that says why
+threads may share it.
 
 Prints one line for each finding; the exit code is 1 if there is any.
 """
@@ -57,6 +60,27 @@ def spelling_findings(path: str, text: str, foreign: frozenset[str]) -> Iterator
                 yield f"{path}:{number}: {word}: British spelling"
 
 
+#: A variable inside a function or class, or at the beginning of a line, of which no parenthesis makes a function.
+LASTING = re.compile(r"\s+(?:static|thread_local)\b[^(]*?[=;{]|"
+                     r"(?!using|return|extern|namespace|class|concept|struct|enum|union|typedef|friend|template)"
+                     r"[A-Za-z_][\w:<>,\s*&]*[\s*&>]\w+(?: = [^;]*|\{[^;]*\})?;")
+CONSTANT = re.compile(r"\b(?:const\b(?![^=;{]*\*\s*\w+\s*[=;{])|constexpr\b|static_assert)")
+
+
+def shared_state_findings(path: str, text: str) -> Iterator[str]:
+    """Lasting variables of a source of the runtime without a comment on the line, or in the lines right above."""
+    lines = text.splitlines()
+    for at, line in enumerate(lines):
+        code = line.split("//")[0]
+        if not LASTING.match(code) or CONSTANT.search(code):
+            continue
+        first = at
+        while first > 0 and at - first < 4 and lines[first - 1].strip():
+            first -= 1
+        if not any("//" in near for near in lines[first:at + 1]):
+            yield f"{path}:{at + 1}: a variable that threads share, without the reason why they may"
+
+
 def foreign_names(configuration: Path) -> frozenset[str]:
     """The names that the project did not choose, from the configuration."""
     parser = configparser.ConfigParser()
@@ -79,6 +103,8 @@ def main() -> int:
     for path, text in tracked_texts():
         if path.endswith((".h", ".c", ".cpp")):
             findings += guard_findings(path, text)
+            if path.startswith("runtime/"):
+                findings += shared_state_findings(path, text)
         if not path.startswith(NOT_SPELLED_HERE):
             findings += spelling_findings(path, text, foreign)
     for finding in findings:

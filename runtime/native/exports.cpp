@@ -16,9 +16,9 @@ namespace {
 using namespace zelmor::embed;
 
 constexpr unsigned int kDomainId = 1;
-std::atomic<bool> domain_is_up = false;
-pid_t starting_process = 0;
-int host;  // its address is the host handle
+std::atomic<bool> domain_is_up = false;  // the one state that a start and an end in different threads share
+pid_t starting_process = 0;              // set at the start, before there are calls
+int host;                                // its address is the host handle
 
 bool is_ours(void* host_handle, unsigned int domain_id) {
     return host_handle == &host && domain_id == kDomainId;

@@ -34,6 +34,7 @@ struct Domain {
     unsigned int id;
 };
 
+// The state of the one runtime of the process; the mutex guards it.
 std::mutex g_mutex;
 Phase g_phase = Phase::kUnloaded;
 Runtime g_runtime;

@@ -232,11 +232,11 @@ PyObject* get_name(PyObject* self, void*) {
 }
 
 PyObject* get_is_empty(PyObject* self, void*) {
-    return PyBool_FromLong(record_of(self).state == kStateEmpty);
+    return PyBool_FromLong(record_of(self).state == kStateEmpty ? 1 : 0);
 }
 
 PyObject* get_is_known(PyObject* self, void*) {
-    return PyBool_FromLong(record_of(self).known_color != 0);
+    return PyBool_FromLong(record_of(self).known_color != 0 ? 1 : 0);
 }
 
 PyObject* get_is_system(PyObject* self, void*) {
@@ -275,7 +275,7 @@ PyObject* color_richcompare(PyObject* self, PyObject* other, int op) {
     const ShlColorObject& left = record_of(self);
     const ShlColorObject& right = record_of(other);
     const bool equal = left.argb == right.argb && left.known_color == right.known_color && left.state == right.state;
-    return PyBool_FromLong(equal == (op == Py_EQ));
+    return PyBool_FromLong(equal == (op == Py_EQ) ? 1 : 0);
 }
 
 // Pickled as the whole record, so that a named color stays one.

@@ -132,7 +132,7 @@ class FieldValue {
             Py_RETURN_NOTIMPLEMENTED;
         }
         // Compared as numbers: zeros of either sign are equal, and a NaN is equal to nothing.
-        return PyBool_FromLong((fields(self) == fields(other)) == (op == Py_EQ));
+        return PyBool_FromLong((fields(self) == fields(other)) == (op == Py_EQ) ? 1 : 0);
     }
 
     static PyObject* tp_iter(PyObject* self) {

@@ -6,7 +6,7 @@ using zelmor::siblings::PointF;
 namespace {
 
 PyObject* get_is_empty(PyObject* self, void*) {
-    return PyBool_FromLong(PointF::record(self).x == 0 && PointF::record(self).y == 0);
+    return PyBool_FromLong(PointF::record(self).x == 0 && PointF::record(self).y == 0 ? 1 : 0);
 }
 
 PyGetSetDef point_getset[] = {

@@ -17,7 +17,7 @@ PyObject* get_bottom(PyObject* self, void*) {
 
 PyObject* get_is_empty(PyObject* self, void*) {
     const ShlRectangleObject& record = Rectangle::record(self);
-    return PyBool_FromLong(record.x == 0 && record.y == 0 && record.width == 0 && record.height == 0);
+    return PyBool_FromLong(record.x == 0 && record.y == 0 && record.width == 0 && record.height == 0 ? 1 : 0);
 }
 
 PyGetSetDef rectangle_getset[] = {

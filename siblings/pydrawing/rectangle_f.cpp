@@ -18,7 +18,7 @@ PyObject* get_bottom(PyObject* self, void*) {
 
 PyObject* get_is_empty(PyObject* self, void*) {
     const ShlRectangleFObject& record = RectangleF::record(self);
-    return PyBool_FromLong(record.width <= 0 || record.height <= 0);
+    return PyBool_FromLong(record.width <= 0 || record.height <= 0 ? 1 : 0);
 }
 
 PyGetSetDef rectangle_getset[] = {

@@ -74,13 +74,13 @@ PyObject* result_richcompare(PyObject* self, PyObject* other, int op) {
     const CastResult* left = as_result(self);
     const CastResult* right = as_result(other);
     if (left->status != right->status) {
-        return PyBool_FromLong(op == Py_NE);
+        return PyBool_FromLong(op == Py_NE ? 1 : 0);
     }
     const int equal = PyObject_RichCompareBool(left->value, right->value, Py_EQ);
     if (equal < 0) {
         return nullptr;
     }
-    return PyBool_FromLong((equal != 0) == (op == Py_EQ));
+    return PyBool_FromLong((equal != 0) == (op == Py_EQ) ? 1 : 0);
 }
 
 int result_bool(PyObject* self) {
@@ -95,7 +95,7 @@ Py_ssize_t result_length(PyObject*) {
 PyObject* result_item(PyObject* self, Py_ssize_t index) {
     switch (index) {
         case 0:
-            return PyBool_FromLong(is_made(as_result(self)));
+            return PyBool_FromLong(is_made(as_result(self)) ? 1 : 0);
         case 1:
             return Py_NewRef(as_result(self)->value);
         default:

@@ -90,7 +90,7 @@ def test_each_class_of_element_has_its_policy(small: Callable[[str], Model]) -> 
         "&wrpPyl_convcaps_clr_to_py_H_PointF>"]
 
 
-def test_an_element_whose_type_is_not_there_is_refused(small: Callable[[str], Model]) -> None:
+def test_an_element_of_a_missing_type_is_refused(small: Callable[[str], Model]) -> None:
     with pytest.raises(CatalogueError, match="collections.tab:1: there is no type Acme.Pictures.Missing"):
         small("11111111 Acme.Pictures.Missing array iterator")
 

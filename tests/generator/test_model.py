@@ -250,7 +250,7 @@ def test_a_name_that_is_inherited_or_shared_wrongly_is_refused(
     assert refusal(build, text) == (line, reason)
 
 
-def test_what_a_class_stands_for_is_the_managed_sides_affair(build: Build) -> None:
+def test_a_stands_for_interface_is_implemented_but_gets_no_marker(build: Build) -> None:
     model = build("\ninterface I\ninterface J\nclass A : B implements I stands for J\nclass B\n")
     entry = model.types[2]
     assert [interface.name for interface in entry.implemented] == ["I", "J"]
@@ -292,5 +292,5 @@ def test_the_writers_of_static_properties_stand_as_the_properties_do_or_as_state
     ("    writer first\n", 3, "the writers of Settings lack second"),
     ("    writer first second\n", 7, "a line of writer is one name"),
 ])
-def test_an_order_of_writers_that_is_none_is_refused(build: Build, order: str, line: int, reason: str) -> None:
+def test_an_invalid_order_of_writers_is_refused(build: Build, order: str, line: int, reason: str) -> None:
     assert refusal(build, WRITERS + order) == (line, reason)

@@ -34,7 +34,7 @@ def picture(model: Model) -> tuple[str, str]:
     return model.types[0].identifier, model.types[0].managed_identifier
 
 
-def test_what_is_as_pinned_is_accepted(build: Build, tmp_path: Path) -> None:
+def test_matching_pins_are_accepted(build: Build, tmp_path: Path) -> None:
     own, managed = picture(build(TYPES))
     (tmp_path / "pinned.tab").write_text(f"""
 type Acme.Pictures.Picture {own} {managed}  # both
@@ -85,7 +85,7 @@ symbol wrpPy_tyds_{own}_Picture
     ("type Acme.Pictures.Picture", "cannot read this type row"),
     ("module acme.pictures 0000000A\nmodule acme.pictures 0000000A", "this row is there already"),
 ])
-def test_what_is_otherwise_stops_the_build_with_file_and_line(
+def test_a_pin_that_differs_stops_the_build_with_file_and_line(
         build: Build, tmp_path: Path, capsys: pytest.CaptureFixture[str], row: str, reason: str) -> None:
     own, managed = picture(build(TYPES))
     path = tmp_path / "pinned.tab"

@@ -32,14 +32,14 @@ def refusal(build: Build, line: str) -> tuple[int, str]:
 
 @pytest.mark.parametrize("line", ["get value Value object", "getset value Value object",
                                   "method find Find (key: string) -> object", "method put Put (value: object)"])
-def test_what_can_be_anything_says_why(build: Build, line: str) -> None:
+def test_a_property_of_type_object_gives_a_reason(build: Build, line: str) -> None:
     managed = line.split()[2]
     assert refusal(build, line) == (5, f"{managed} is of type object and does not say because of what")
     model = build(VALUE.format(f'{line} because "a tag has whatever it has"'))
     assert [prop.reason for prop in model.types[0].properties] in ([], ["a tag has whatever it has"])
 
 
-def test_only_what_can_be_anything_has_a_reason(build: Build) -> None:
+def test_only_a_property_of_type_object_has_a_reason(build: Build) -> None:
     expected = (5, "only a member of type object has a reason")
     assert refusal(build, 'get value Value string because "it is text"') == expected
     assert refusal(build, 'method find Find (keys: object[]) because "they are many"') == expected

@@ -56,7 +56,7 @@ def test_every_link_resolves(pages: dict[str, str]) -> None:
     assert count > 10_000
 
 
-def test_no_type_is_an_island(pages: dict[str, str]) -> None:
+def test_the_page_of_a_module_links_to_each_type(pages: dict[str, str]) -> None:
     """The page of a module links to each of its types."""
     for model in MODELS:
         for module in model.modules:

@@ -45,7 +45,7 @@ def imports(name: str) -> set[str]:
     return found & set(MODULES)
 
 
-def test_no_module_imports_itself_by_a_detour() -> None:
+def test_no_module_imports_itself_through_others() -> None:
     graph = {name: imports(name) for name in MODULES}
     assert sum(map(len, graph.values())) > 100
     assert f"{PACKAGE}.wires" in graph[f"{PACKAGE}.model"]
@@ -57,7 +57,7 @@ def test_a_circle_of_imports_would_be_found() -> None:
         TopologicalSorter({"a": {"b"}, "b": {"a"}}).prepare()
 
 
-def test_what_is_no_back_end_knows_none() -> None:
+def test_only_the_command_line_and_the_pins_use_back_ends() -> None:
     """The command line lists the back ends. The table of pinned names states arguments by their C++ types."""
     writers = f"{PACKAGE}.writers"
     users = {name.removeprefix(f"{PACKAGE}.") for name in MODULES if not name.startswith(writers)

@@ -99,12 +99,12 @@ def make_shop(tree: Path) -> Workshop:
     return workshop
 
 
-def make_trial(tree: Path, *names: str, tests: tuple[str, ...] = TESTS[:1]) -> Trial:
+def make_trial(tree: Path, *names: str, tests: tuple[str, ...] = TESTS[:1], jobs: int = 1) -> Trial:
     """A trial of changes from 1 to 2 of these constants."""
     known = place_of(doubled("known"), TEXT)
     # The second test is named for another source only.
     table = [Reach("src/", tests), Reach("src/b", TESTS[1:])]
-    return Trial(make_shop(tree), table, [doubled(name) for name in names], Equivalents({known: "nobody asks"}))
+    return Trial(make_shop(tree), table, [doubled(name) for name in names], Equivalents({known: "nobody asks"}), jobs)
 
 
 def doubled(name: str) -> Change:
@@ -126,9 +126,10 @@ def is_alive(pid: int) -> bool:
     return state != "Z"
 
 
-def test_each_outcome(tree: Path, capsys: pytest.CaptureFixture[str]) -> None:
+@pytest.mark.parametrize("jobs", [1, 3])
+def test_each_outcome(tree: Path, capsys: pytest.CaptureFixture[str], jobs: int) -> None:
     before = contents(tree)
-    trial = make_trial(tree, *OUTCOMES, tests=TESTS)
+    trial = make_trial(tree, *OUTCOMES, tests=TESTS, jobs=jobs)
     survivors = tree.parent / "out" / "survivors.txt"
     assert try_all(trial, survivors, slack=5) == 0
     lines = capsys.readouterr().out.splitlines()

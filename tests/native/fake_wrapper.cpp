@@ -23,11 +23,11 @@ constexpr int kMissingMethod = static_cast<int>(0x80131513u);  // COR_E_MISSINGM
 
 void log_call(const std::string& line) {
     const char* path = std::getenv("FAKE_WRAP_LOG");
-    if (!path) {
+    if (path == nullptr) {
         return;
     }
     std::FILE* file = std::fopen(path, "a");
-    if (!file) {
+    if (file == nullptr) {
         std::abort();
     }
     std::fprintf(file, "%s\n", line.c_str());
@@ -37,7 +37,7 @@ void log_call(const std::string& line) {
 // Base 0 accepts a status in hexadecimal.
 bool replaced(const char* variable, int& answer) {
     const char* text = std::getenv(variable);
-    if (!text) {
+    if (text == nullptr) {
         return false;
     }
     answer = static_cast<int>(std::strtoul(text, nullptr, 0));
@@ -47,12 +47,12 @@ bool replaced(const char* variable, int& answer) {
 template <typename Function>
 Function* real_function(const char* name) {
     const char* path = std::getenv("FAKE_WRAP_REAL");
-    if (!path) {
+    if (path == nullptr) {
         return nullptr;
     }
     static void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    void* function = library ? dlsym(library, name) : nullptr;
-    if (!function) {
+    void* function = library != nullptr ? dlsym(library, name) : nullptr;
+    if (function == nullptr) {
         std::fprintf(stderr, "fake wrapper: %s\n", dlerror());
         std::abort();
     }
@@ -99,7 +99,7 @@ bool is_left_out(const std::string& assembly) {
     static auto& asked_for = *new std::map<std::string, int>;
     const std::string request = assembly + "," + std::to_string(asked_for[assembly]++);
     const char* left_out = std::getenv("FAKE_WRAP_NO_DELEGATE");
-    return left_out && request == left_out;
+    return left_out != nullptr && request == left_out;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-"""The rules on include guards and on the spelling inside of identifiers: what is accepted and what is refused."""
+"""The rules on include guards, spelling inside of identifiers and shared state: what is accepted and refused."""
 
 from __future__ import annotations
 
@@ -8,7 +8,8 @@ from pathlib import Path
 
 import pytest
 
-from tools.source_rules import BRITISH_STEMS, foreign_names, guard_findings, guard_name, spelling_findings
+from tools.source_rules import (BRITISH_STEMS, foreign_names, guard_findings, guard_name, shared_state_findings,
+                                spelling_findings)
 
 TOP = Path(__file__).resolve().parents[2]
 NAME = "ZELMOR_PYSHELL_MODULE_TYPES_CASTS_INL_H"
@@ -79,3 +80,27 @@ def test_foreign_names_stand_in_the_configuration() -> None:
 def test_the_tree_keeps_the_rules() -> None:
     run = subprocess.run([sys.executable, "-B", "tools/source_rules.py"], cwd=TOP, text=True, capture_output=True)
     assert (run.returncode, run.stdout, run.stderr) == (0, "", "")
+
+
+@pytest.mark.parametrize("line", [
+    "    static auto& all = *new std::vector<int>;", "    static int last = 0;", "    thread_local int depth;",
+    "    static const Table* first = nullptr;", "std::atomic<bool> forked = false;", "int host;",
+    "Callbacks all_callbacks;", "    static constinit bool due;", "constinit thread_local State state;",
+])
+def test_a_lasting_variable_needs_a_reason(line: str) -> None:
+    path = "runtime/native/a.cpp"
+    assert list(shared_state_findings(path, f"void f() {{\n{line}\n")) == [
+        f"{path}:2: a variable that threads share, without the reason why they may"]
+    assert list(shared_state_findings(path, f"// Under the lock.\nvoid f() {{\n{line}\n")) == []
+    assert list(shared_state_findings(path, f"{line}  // set once\n")) == []
+    assert list(shared_state_findings(path, f"// Of something else.\n\n{line}\n")) != []
+
+
+@pytest.mark.parametrize("line", [
+    "    static const Names& names = *new Names;", "    static constexpr int kMost = 3;",
+    "    static int of(int value);",
+    "    static_assert(true);", "    static Point of(int x) { return {x}; }", "constexpr int kMost = 3;",
+    "const BehaviorTable table({", "using api::Image;", "struct Arg;", "    int local = 0;", "    return found;",
+])
+def test_what_does_not_last_or_change_needs_none(line: str) -> None:
+    assert list(shared_state_findings("runtime/native/a.cpp", f"void f() {{\n{line}\n")) == []

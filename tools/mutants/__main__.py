@@ -57,7 +57,7 @@ def main() -> int:
         return 0
 
     with held:
-        trial = Trial(workshop, table, changes, read_equivalents())
+        trial = Trial(workshop, table, changes, read_equivalents(), arguments.jobs)
         return try_all(trial, folder / "survivors.txt", seconds=60 * arguments.minutes)
 
 

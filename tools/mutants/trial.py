@@ -5,7 +5,8 @@ from __future__ import annotations
 import re
 import sys
 import time
-from collections.abc import Iterator, Mapping, Sequence
+from collections.abc import Callable, Iterator, Mapping, Sequence
+from concurrent.futures import ThreadPoolExecutor, as_completed
 from dataclasses import dataclass, replace
 from enum import Enum
 from pathlib import Path
@@ -73,11 +74,13 @@ def _runs(names: Sequence[str]) -> list[list[str]]:
 
 
 class Trial:
-    """A workshop, the map of the tests, and the changes by their numbers, which begin with one."""
+    """A workshop, the map of the tests, and the changes by their numbers, which begin with one. So many tests run at a
+    time as there are jobs."""
 
     def __init__(self, workshop: Workshop, table: list[Reach], changes: Sequence[Change],
-                 equivalents: Equivalents) -> None:
+                 equivalents: Equivalents, jobs: int = 1) -> None:
         self.workshop = workshop
+        self.jobs = jobs
         self.table = table
         self.changes = dict(enumerate(changes, 1))
         self.equivalents = equivalents
@@ -108,16 +111,25 @@ class Trial:
         yield (f"built with {len(self.changes) - len(self.alone) - len(self.no_program)} changes in it, "
                f"{time.monotonic() - begun:.0f} s; {len(self.no_program)} do not compile, "
                f"{len(self.alone)} need builds of their own")
-        for name in wanted:
-            (self.workshop.copy / _REACHED).write_bytes(bytes(max(self.changes) + 1))
-            run = self.workshop.test([name], environment={
-                "ZELMOR_MUTANTS_REACHED": str(self.workshop.place / _REACHED)})
-            if run.code != 0:
-                raise UnchangedFails(f"{name} fails without any change:\n{_tail(run)}")
-            self.limits[name] = 5 * run.seconds + slack
-            self.reached[name] = frozenset(
-                number for number, seen in enumerate((self.workshop.copy / _REACHED).read_bytes()) if seen)
-            yield f"{name} passes, {run.seconds:.0f} s, {len(self.reached[name])} changes reached"
+        with ThreadPoolExecutor(self.jobs) as pool:
+            runs = [(name, pool.submit(self._run_unchanged, place, name)) for place, name in enumerate(wanted)]
+            try:
+                for name, future in runs:
+                    run, self.reached[name] = future.result()
+                    if run.code != 0:
+                        raise UnchangedFails(f"{name} fails without any change:\n{_tail(run)}")
+                    self.limits[name] = 5 * run.seconds + slack
+                    yield f"{name} passes, {run.seconds:.0f} s, {len(self.reached[name])} changes reached"
+            finally:
+                pool.shutdown(cancel_futures=True)
+
+    def _run_unchanged(self, place: int, name: str) -> tuple[Run, frozenset[int]]:
+        """Runs a test with no change chosen, and records the changes that it reaches."""
+        record = Path(f"{_REACHED}-{place}")
+        file = self.workshop.copy / record
+        file.write_bytes(bytes(max(self.changes) + 1))
+        run = self.workshop.test([name], environment={"ZELMOR_MUTANTS_REACHED": str(self.workshop.place / record)})
+        return run, frozenset(number for number, seen in enumerate(file.read_bytes()) if seen)
 
     def judge(self, number: int) -> Verdict:
         """Tries one change."""
@@ -264,18 +276,29 @@ def try_all(trial: Trial, survivors: Path, slack: float = 60.0, seconds: float =
         print(f"[{number}/{len(trial.changes)}] {verdict.outcome.value}: {text} ({verdict.by}, "
               f"{verdict.seconds:.0f} s)", flush=True)
         # After each change, so that a run which is broken off has told what it knows.
-        survivors.write_text(survivors_text(list(verdicts.values()), trial))
+        survivors.write_text(survivors_text([verdict for _, verdict in sorted(verdicts.items())], trial))
 
-    # Those with a build of their own come last.
-    for number in sorted(trial.changes, key=lambda number: (number in trial.alone, number)):
-        if time.monotonic() < end:
-            tell(number, trial.judge(number))
-    for number, verdict in list(verdicts.items()):
-        if verdict.outcome is Outcome.SURVIVED and number not in trial.alone and time.monotonic() < end:
-            again = trial.judge_by_others(number)
-            if again.outcome is not Outcome.SURVIVED:
-                tell(number, replace(again, by=f"{again.by}, which the map does not name"))
-    print("\n".join(summary(list(verdicts.values()))))
+    def in_time(judge: Callable[[int], Verdict], number: int) -> Verdict | None:
+        return judge(number) if time.monotonic() < end else None
+
+    def judge_all(judge: Callable[[int], Verdict], numbers: Sequence[int], jobs: int) -> Iterator[tuple[int, Verdict]]:
+        with ThreadPoolExecutor(jobs) as pool:
+            begun = {pool.submit(in_time, judge, number): number for number in numbers}
+            for future in as_completed(begun):
+                verdict = future.result()
+                if verdict is not None:
+                    yield begun[future], verdict
+
+    for number, verdict in judge_all(trial.judge, [n for n in trial.changes if n not in trial.alone], trial.jobs):
+        tell(number, verdict)
+    lost = [number for number, verdict in verdicts.items() if verdict.outcome is Outcome.SURVIVED]
+    for number, again in judge_all(trial.judge_by_others, lost, trial.jobs):
+        if again.outcome is not Outcome.SURVIVED:
+            tell(number, replace(again, by=f"{again.by}, which the map does not name"))
+    # Each changes the sources, so that nothing else can run beside it.
+    for number, verdict in judge_all(trial.judge, sorted(trial.alone), 1):
+        tell(number, verdict)
+    print("\n".join(summary([verdict for _, verdict in sorted(verdicts.items())])))
     if any(verdict.outcome is Outcome.SURVIVED for verdict in verdicts.values()):
         print(f"the survivors: {survivors}")
     return 0

@@ -16,6 +16,8 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
+import threading
 import time
 from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass, field
@@ -86,6 +88,7 @@ class Workshop:
         self.commands = commands
         self.copy.mkdir(parents=True, exist_ok=True)
         self._front = _in_place(self.tree, self.copy)
+        self._compiling = threading.Lock()
 
     @property
     def place(self) -> Path:
@@ -138,20 +141,22 @@ class Workshop:
     def objects_of(self, source: str, text: str) -> list[bytes | None]:
         """The objects that a source would become with this text, none where it does not compile."""
         file, target = self.copy / source, Path(BUILD) / "object"
-        before = file.read_text()
         found: list[bytes | None] = []
-        try:
-            file.write_text(text)
-            for command in self.commands.compile(self.copy, source, self.place / target):
-                run = self.run(command, environment=self.commands.alone_environment)
-                found.append(hashlib.sha256((self.copy / target).read_bytes()).digest() if run.code == 0 else None)
-        finally:
-            file.write_text(before)
+        with self._compiling:
+            before = file.read_text()
+            try:
+                file.write_text(text)
+                for command in self.commands.compile(self.copy, source, self.place / target):
+                    run = self.run(command, environment=self.commands.alone_environment)
+                    found.append(hashlib.sha256((self.copy / target).read_bytes()).digest() if run.code == 0 else None)
+            finally:
+                file.write_text(before)
         return found
 
     def run(self, command: list[str], limit: float | None = None, environment: Mapping[str, str] | None = None,
             memory: int | None = None) -> Run:
-        """Runs a command in the copy; it and what it has started are ended when the limit is over."""
+        """Runs a command in the copy; it and what it has started are ended when the limit is over. Several threads may
+        run commands at a time."""
         def restrict() -> None:
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
             if memory is not None:
@@ -160,9 +165,8 @@ class Workshop:
                     memory if most == resource.RLIM_INFINITY else min(memory, most), most))
 
         begun = time.monotonic()
-        log = self.copy.parent / "command.log"
         # Into a file: a pipe would be held open by whatever a test leaves behind.
-        with log.open("wb") as output, subprocess.Popen(
+        with tempfile.TemporaryFile() as output, subprocess.Popen(
                 [*self._front, *command], cwd=None if self._front else self.copy, stdin=subprocess.DEVNULL,
                 stdout=output, stderr=subprocess.STDOUT, start_new_session=True, preexec_fn=restrict,
                 env={**os.environ, **self.commands.environment, **(environment or {})}) as process:
@@ -173,7 +177,9 @@ class Workshop:
                 pass
             finally:
                 self._end(process.pid)
-        return Run(code, log.read_text(errors="replace"), time.monotonic() - begun)
+            output.seek(0)
+            text = output.read().decode(errors="replace")
+        return Run(code, text, time.monotonic() - begun)
 
     @staticmethod
     def _end(group: int) -> None:
@@ -198,9 +204,9 @@ def project_commands(jobs: int, launcher: str) -> Commands:
     def test(place: Path, names: Sequence[str]) -> list[str]:
         if not names[0].endswith(".py"):
             return ["ctest", "--test-dir", f"{BUILD}/{names[0]}", "--output-on-failure", "--stop-on-failure",
-                    "--no-tests=error", "-j", str(jobs)]
+                    "--no-tests=error"]
         return ["env", f"PYTHONPATH={place / BUILD / 'python'}", f"ZELMOR_BUILD_DIR={place / BUILD}", sys.executable,
-                "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", *(["-n", str(jobs)] if jobs > 1 else []), *names]
+                "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", *names]
 
     def compile(copy: Path, source: str, target: Path) -> list[list[str]]:
         commands = []

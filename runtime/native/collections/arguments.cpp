@@ -100,27 +100,27 @@ bool fits_collection(CollectionShape shape, const ElementType& element, const Ma
     const bool any = element.wire == Wire::kObject;
     const auto* list = dynamic_cast<const ManagedList*>(&object);
     // An array of references counts as an array of objects.
-    const bool same = list && (&list->element() == &element || (any && is_reference(list->element())));
+    const bool same = list != nullptr && (&list->element() == &element || (any && is_reference(list->element())));
     const auto* enumerable = dynamic_cast<const ManagedEnumerable*>(&object);
-    const bool yields = enumerable && (any || &enumerable->element() == &element);
+    const bool yields = enumerable != nullptr && (any || &enumerable->element() == &element);
     switch (shape) {
         case CollectionShape::kArray:
             return same && list->shape() == ListShape::kArray;
         case CollectionShape::kList:
-            return list && &list->element() == &element && list->shape() == ListShape::kList;
+            return list != nullptr && &list->element() == &element && list->shape() == ListShape::kList;
         case CollectionShape::kSystemArray:
-            return list && list->shape() == ListShape::kArray;
+            return list != nullptr && list->shape() == ListShape::kArray;
         case CollectionShape::kArrayList:
-            return list && list->shape() == ListShape::kArrayList;
+            return list != nullptr && list->shape() == ListShape::kArrayList;
         case CollectionShape::kIList:
-            return yields && list && list->shape() != ListShape::kReadOnlyCollectionBase;
+            return yields && list != nullptr && list->shape() != ListShape::kReadOnlyCollectionBase;
         case CollectionShape::kICollection:
-            return yields && dynamic_cast<const ManagedCollection*>(&object);
+            return yields && dynamic_cast<const ManagedCollection*>(&object) != nullptr;
         case CollectionShape::kIEnumerable:
             return yields;
         case CollectionShape::kIEnumerator: {
             const auto* enumerator = dynamic_cast<const ManagedEnumerator*>(&object);
-            return enumerator && (any || &enumerator->element() == &element);
+            return enumerator != nullptr && (any || &enumerator->element() == &element);
         }
         case CollectionShape::kNone:
             break;

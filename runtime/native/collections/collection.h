@@ -150,8 +150,7 @@ class ScalarList final : public ManagedList {
 // A list of anything else.
 class ValueList final : public ManagedList {
  public:
-    ValueList(ListShape shape, const ElementType& element, std::vector<Value> initial = {})
-        : ManagedList(shape, element), items(std::move(initial)) {}
+    ValueList(ListShape shape, const ElementType& element, std::vector<Value> initial = {});
     std::vector<Value> items;
 
     size_t size() const override { return items.size(); }
@@ -159,6 +158,7 @@ class ValueList final : public ManagedList {
     void resize(size_t count) override;
     void reserve(size_t count) override { items.reserve(count); }
     Ref<ManagedObject> copy() const override { return make_ref<ValueList>(shape(), element(), items); }
+    void references(ReferenceVisitor& visitor) override;
 
  protected:
     void store(size_t index, const Value& value) override;
@@ -177,6 +177,7 @@ class ListEnumerator final : public ManagedEnumerator {
     explicit ListEnumerator(Ref<ManagedList> list);
     const ElementType& element() const override { return m_list->element(); }
     bool move_next(Value& element) override;
+    void references(ReferenceVisitor& visitor) override;
     ManagedList& list() const { return *m_list; }
     // Steps to the next element of the list, which is of its final class; false at the end.
     template <class List>

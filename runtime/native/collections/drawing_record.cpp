@@ -56,15 +56,15 @@ Ref<DrawingRecord> DrawingRecord::made_of(const ManagedObject& value, const Elem
     }
     if (holds_color(element)) {
         const auto* color = dynamic_cast<const Box<ColorValue>*>(&value);
-        return color ? of(color->value) : nullptr;
+        return color != nullptr ? of(color->value) : nullptr;
     }
     const auto* point = dynamic_cast<const Box<PointFValue>*>(&value);
-    return point ? of(point->value) : nullptr;
+    return point != nullptr ? of(point->value) : nullptr;
 }
 
 Ref<DrawingRecord> DrawingRecord::of(const Value& value, const ElementType& element) {
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    auto record = object && *object ? made_of(**object, element) : nullptr;
+    auto record = object != nullptr && *object ? made_of(**object, element) : nullptr;
     if (!record) {
         throw_invalid_value_cast(value, element.name);
     }
@@ -91,7 +91,7 @@ Ref<ManagedObject> DrawingRecord::shown_as() const {
 DrawingRecord::DrawingRecord(const ElementType& element) : ManagedObject(record_type(element)), m_element(&element) {}
 
 Ref<DrawingRecord> DrawingRecord::read(const void* record, const ElementType& element) {
-    if (!record) {
+    if (record == nullptr) {
         throw_argument_null("value");
     }
     auto made = make_ref<DrawingRecord>(element);
@@ -100,11 +100,11 @@ Ref<DrawingRecord> DrawingRecord::read(const void* record, const ElementType& el
 }
 
 void DrawingRecord::write(ManagedObject* object, const ElementType& element, void* out) {
-    if (object && &object->type() != &record_type(element)) {
+    if (object != nullptr && &object->type() != &record_type(element)) {
         throw_invalid_cast(object->type().full_name, element.name);
     }
     std::memset(out, 0, size_of(element));
-    if (object) {
+    if (object != nullptr) {
         std::memcpy(out, cast_object<DrawingRecord>(*object).bytes.data(), size_of(element));
     }
 }

@@ -123,10 +123,10 @@ Value read_element(CallFrame& frame, size_t index, const ElementType& element) {
 void store_element(const Value& value, const ElementType& element, void* out) {
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     if (element.wire == Wire::kInterface) {
-        return write_interface(object ? *object : nullptr, static_cast<PyObjectOutArg*>(out));
+        return write_interface(object != nullptr ? *object : nullptr, static_cast<PyObjectOutArg*>(out));
     }
     if (element.wire == Wire::kRecord) {
-        return DrawingRecord::write(object ? object->get() : nullptr, element, out);
+        return DrawingRecord::write(object != nullptr ? object->get() : nullptr, element, out);
     }
     // The slot has the width of a returned value, so that returning into a word and copying its low bytes fits all.
     uint64_t word = 0;

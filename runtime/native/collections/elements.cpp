@@ -39,7 +39,7 @@ const ElementType* find_element(std::string_view id) {
 
 const ElementType& variant_element() {
     static const ElementType* const known = find_element(kVariantElement.id);
-    return known ? *known : kVariantElement;
+    return known != nullptr ? *known : kVariantElement;
 }
 
 const ElementType& element_of(Wire wire, std::string_view type_name) {
@@ -68,7 +68,7 @@ const ElementType& element_of(const CollectionInfo& collection) {
         return variant_element();
     }
     const ElementType* element = find_element(collection.element);
-    if (!element) {
+    if (element == nullptr) {
         throw ManagedException("TypeLoadException",
                                std::string("There is no collection element '") + collection.element + "'.");
     }

@@ -9,6 +9,7 @@
 #include "runtime/native/collections/drawing_record.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
@@ -17,7 +18,7 @@ namespace {
 
 std::string element_name(const ElementType& element) {
     const ElementType* inner = element.inner();
-    return inner ? element_name(*inner) + "[]" : element.name;
+    return inner != nullptr ? element_name(*inner) + "[]" : element.name;
 }
 
 const TypeInfo& list_type(ListShape shape, const ElementType& element) {
@@ -48,31 +49,31 @@ const TypeInfo& list_type(ListShape shape, const ElementType& element) {
 template <class T>
 T scalar_from(const Value& value, const ElementType& element) {
     if constexpr (std::is_floating_point_v<T>) {
-        if (const auto* x = std::get_if<double>(&value)) {
+        if (const auto* x = std::get_if<double>(&value); x != nullptr) {
             return static_cast<T>(*x);
         }
-        if (const auto* x = std::get_if<int64_t>(&value)) {
+        if (const auto* x = std::get_if<int64_t>(&value); x != nullptr) {
             return static_cast<T>(*x);
         }
-        if (const auto* x = std::get_if<uint64_t>(&value)) {
+        if (const auto* x = std::get_if<uint64_t>(&value); x != nullptr) {
             return static_cast<T>(*x);
         }
     } else {
-        if (const auto* x = std::get_if<int64_t>(&value)) {
+        if (const auto* x = std::get_if<int64_t>(&value); x != nullptr) {
             if (!std::in_range<T>(*x)) {
                 throw_overflow(element);
             }
             return static_cast<T>(*x);
         }
-        if (const auto* x = std::get_if<uint64_t>(&value)) {
+        if (const auto* x = std::get_if<uint64_t>(&value); x != nullptr) {
             if (!std::in_range<T>(*x)) {
                 throw_overflow(element);
             }
             return static_cast<T>(*x);
         }
         // A boxed enumeration is its number.
-        if (const auto* object = std::get_if<Ref<ManagedObject>>(&value); object && *object) {
-            if (const auto* boxed = dynamic_cast<const EnumObject*>(object->get())) {
+        if (const auto* object = std::get_if<Ref<ManagedObject>>(&value); object != nullptr && *object) {
+            if (const auto* boxed = dynamic_cast<const EnumObject*>(object->get()); boxed != nullptr) {
                 return scalar_from<T>(boxed->value(), element);
             }
         }
@@ -115,19 +116,19 @@ bool less(const Value& a, const Value& b) {
         return is_null(a) && !is_null(b);
     }
     if (a.index() == b.index()) {
-        if (const auto* x = std::get_if<std::u16string>(&a)) {
+        if (const auto* x = std::get_if<std::u16string>(&a); x != nullptr) {
             return *x < std::get<std::u16string>(b);
         }
-        if (const auto* x = std::get_if<bool>(&a)) {
-            return *x < std::get<bool>(b);
+        if (const auto* x = std::get_if<bool>(&a); x != nullptr) {
+            return !*x && std::get<bool>(b);
         }
-        if (const auto* x = std::get_if<int64_t>(&a)) {
+        if (const auto* x = std::get_if<int64_t>(&a); x != nullptr) {
             return *x < std::get<int64_t>(b);
         }
-        if (const auto* x = std::get_if<uint64_t>(&a)) {
+        if (const auto* x = std::get_if<uint64_t>(&a); x != nullptr) {
             return *x < std::get<uint64_t>(b);
         }
-        if (const auto* x = std::get_if<double>(&a)) {
+        if (const auto* x = std::get_if<double>(&a); x != nullptr) {
             return number_less(*x, std::get<double>(b));
         }
     }
@@ -191,7 +192,7 @@ int64_t ManagedList::find(const Value& value, size_t first, size_t end) const {
 size_t ManagedList::count_of(const Value& value) {
     size_t count = 0;
     for (size_t i = 0; i < size(); ++i) {
-        count += values_equal(get(i), value);
+        count += values_equal(get(i), value) ? 1 : 0;
     }
     return count;
 }
@@ -214,7 +215,7 @@ size_t ManagedCollection::count_of(const Value& value) {
     const auto walk = enumerator();
     size_t count = 0;
     for (Value each; walk->move_next(each);) {
-        count += values_equal(each, value);
+        count += values_equal(each, value) ? 1 : 0;
     }
     return count;
 }
@@ -226,7 +227,7 @@ PyObject* ManagedList::write_wrapper() {
                                                           : lists.write_clr_ilist;
     // A failed callback has given the handle back.
     PyObject* wrapper = write(make_handle(Ref<ManagedObject>(this)));
-    if (!wrapper) {
+    if (wrapper == nullptr) {
         throw PythonErrorPending();
     }
     return wrapper;
@@ -239,7 +240,7 @@ Value ScalarList<T>::get(size_t index) const {
 template <class T>
 int64_t ScalarList<T>::find(const Value& value, size_t first, size_t end) const {
     if constexpr (std::is_integral_v<T>) {
-        if (const auto* x = std::get_if<int64_t>(&value)) {
+        if (const auto* x = std::get_if<int64_t>(&value); x != nullptr) {
             return std::in_range<T>(*x) ? find_number(static_cast<T>(*x), first, end) : -1;
         }
     }
@@ -314,13 +315,13 @@ Value ValueList::checked(const Value& value) const {
         case Wire::kInterface: {
             const auto* object = std::get_if<Ref<ManagedObject>>(&value);
             const TypeInfo* type = e.type();
-            fits = object && (!type || is_assignable(*type, (*object)->type()));
+            fits = object != nullptr && (type == nullptr || is_assignable(*type, (*object)->type()));
             break;
         }
         case Wire::kCollection: {
             const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-            const auto* list = object ? dynamic_cast<const ManagedList*>(object->get()) : nullptr;
-            fits = list && &list->element() == e.inner();
+            const auto* list = object != nullptr ? dynamic_cast<const ManagedList*>(object->get()) : nullptr;
+            fits = list != nullptr && &list->element() == e.inner();
             break;
         }
         default:
@@ -330,6 +331,18 @@ Value ValueList::checked(const Value& value) const {
         throw_invalid_value_cast(value, element_name(e));
     }
     return value;
+}
+
+ValueList::ValueList(ListShape shape, const ElementType& element, std::vector<Value> initial)
+    : ManagedList(shape, element), items(std::move(initial)) {
+    const Wire wire = element.wire;
+    if (wire == Wire::kObject || wire == Wire::kClass || wire == Wire::kInterface || wire == Wire::kCollection) {
+        track();
+    }
+}
+
+void ValueList::references(ReferenceVisitor& visitor) {
+    visitor(items);
 }
 
 // What an element held goes when the list is whole again.
@@ -373,7 +386,15 @@ ListEnumerator::ListEnumerator(Ref<ManagedList> list)
     : ManagedEnumerator(
           intern_disposable_type("System.Collections.Generic.IEnumerator`1[" + element_name(list->element()) + "]")),
       m_list(std::move(list)),
-      m_expected_version(m_list->version()) {}
+      m_expected_version(m_list->version()) {
+    if (m_list->is_holder()) {
+        track();
+    }
+}
+
+void ListEnumerator::references(ReferenceVisitor& visitor) {
+    visitor(m_list);
+}
 
 void ListEnumerator::throw_modified() {
     throw_invalid_operation("Collection was modified; enumeration operation may not execute.");

@@ -93,7 +93,7 @@ void insert(ServiceCall& call) {
 
 void remove(ServiceCall& call) {
     ManagedList& list = growing_list_of(call);
-    call.frame.set_result<int32_t>(list.remove(element_argument(call, 1)));
+    call.frame.set_result<int32_t>(list.remove(element_argument(call, 1)) ? 1 : 0);
 }
 
 void remove_at(ServiceCall& call) {
@@ -218,7 +218,7 @@ void index_by(ServiceCall& call) {
 
 void contains(ServiceCall& call) {
     auto& collection = target<ManagedCollection>(call.frame.argument<Handle>(0));
-    call.frame.set_result<int32_t>(collection.contains(element_argument(call, 1)));
+    call.frame.set_result<int32_t>(collection.contains(element_argument(call, 1)) ? 1 : 0);
 }
 
 void count_of(ServiceCall& call) {

@@ -57,7 +57,7 @@ struct Numbers {
         const int32_t end = has_stop ? clamped(stop, size) : size;
         return first < end ? static_cast<int32_t>(list.find_number(value, position(first), position(end))) : -1;
     }
-    static int32_t contains(List& list, T value) { return list.find_number(value, 0, list.size()) >= 0; }
+    static int32_t contains(List& list, T value) { return list.find_number(value, 0, list.size()) >= 0 ? 1 : 0; }
     static int32_t count_of(List& list, T value) { return static_cast<int32_t>(list.count_number(value)); }
 
     static void add(List& list, T value) { require_growing(list).put_new(list.size(), value); }
@@ -69,7 +69,7 @@ struct Numbers {
         if (found >= 0) {
             list.erase(static_cast<size_t>(found), 1);
         }
-        return found >= 0;
+        return found >= 0 ? 1 : 0;
     }
 
     static int32_t move_next(ListEnumerator& enumerator, T* out) {
@@ -136,7 +136,8 @@ EntryPoint service_of(ServiceKind kind, std::string_view entry) {
         return {nullptr, nullptr};
     }
     const EntryPoint point = find_operation(fixed_size_operations<T>(), entry);
-    return point.address || kind == ServiceKind::kArray ? point : find_operation(growing_operations<T>(), entry);
+    return point.address != nullptr || kind == ServiceKind::kArray ? point
+                                                                   : find_operation(growing_operations<T>(), entry);
 }
 
 }  // namespace

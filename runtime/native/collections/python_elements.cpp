@@ -17,7 +17,7 @@ namespace {
 // of a list comes through the list's own callback; one of a sequence through the typed callback, which alone gives
 // the element's reference back in every case.
 void* typed_slot(const ElementType& element, bool is_list) {
-    if (!callbacks().generic || (is_list && element.wire == Wire::kObject)) {
+    if (callbacks().generic == nullptr || (is_list && element.wire == Wire::kObject)) {
         return nullptr;
     }
     for (size_t i = 0; i < kGenericElementCount; ++i) {
@@ -25,7 +25,7 @@ void* typed_slot(const ElementType& element, bool is_list) {
             continue;
         }
         void** table = callbacks().generic[is_list ? i : i + kGenericElementCount];
-        return table ? *table : nullptr;
+        return table != nullptr ? *table : nullptr;
     }
     return nullptr;
 }
@@ -54,7 +54,7 @@ class BufferState {
 
 }  // namespace
 
-void throw_failed_access(int status, const std::string& doing_what) {
+void throw_failed_access(int status, std::string_view doing_what) {
     throw_python_error(doing_what, status == -2 ? "ArgumentOutOfRangeException" : "PythonException");
 }
 
@@ -127,7 +127,7 @@ Value PythonElements::read_bytes_element(size_t index) const {
 Value PythonElements::read_variant_element(size_t index) const {
     VariantArg element{};
     const int at = static_cast<int>(index);
-    if (m_typed) {
+    if (m_typed != nullptr) {
         const PyHeld owner = fetch(index, &element);
         return read_variant(&element);
     }
@@ -140,12 +140,12 @@ Value PythonElements::read_variant_element(size_t index) const {
     auto* object = python ? static_cast<PyObject*>(element.value) : nullptr;
     // A list lends its element, and reading it may run code that takes it out of the list. A sequence's element comes
     // with a reference; behind a handle there is no Python object to give it back to.
-    const PyHeld owner = m_is_list && object ? PyHeld::borrow(object) : PyHeld::steal(object);
+    const PyHeld owner = m_is_list && object != nullptr ? PyHeld::borrow(object) : PyHeld::steal(object);
     return read_variant(&element);
 }
 
 Value PythonElements::read(size_t index) const {
-    if (!m_typed) {
+    if (m_typed == nullptr) {
         return read_variant_element(index);
     }
     switch (m_element->wire) {
@@ -210,7 +210,7 @@ Value PythonElements::read(size_t index) const {
 template <class T>
 bool PythonElements::fill(ManagedList& list) const {
     auto* numbers = dynamic_cast<ScalarList<T>*>(&list);
-    if (!numbers) {
+    if (numbers == nullptr) {
         return false;
     }
     if (!m_is_list) {
@@ -231,7 +231,7 @@ bool PythonElements::fill(ManagedList& list) const {
 }
 
 bool PythonElements::read_into(ManagedList& list) const {
-    if (!m_typed) {
+    if (m_typed == nullptr) {
         return false;
     }
     switch (m_element->wire) {
@@ -278,7 +278,7 @@ const ElementType& scalar_element() {
 
 template <class T>
 std::vector<T> items_of(const ManagedList& list) {
-    if (const auto* same = dynamic_cast<const ScalarList<T>*>(&list)) {
+    if (const auto* same = dynamic_cast<const ScalarList<T>*>(&list); same != nullptr) {
         return same->items;
     }
     throw_invalid_cast(list.type().full_name, std::string(scalar_element<T>().name) + "[]");
@@ -303,7 +303,7 @@ template <class T>
 std::vector<T> read_array(const VariantArg* arg, const char* parameter) {
     if (arg->tag == kHandleObject || arg->tag == kHandleStruct) {
         const auto* list = target_or_null<ManagedList>(arg->value);
-        if (!list) {
+        if (list == nullptr) {
             throw_argument_null(parameter);
         }
         return items_of<T>(*list);

@@ -42,7 +42,7 @@ class PythonElements {
 };
 
 // The managed exception of a callback that answered -2 (an index failure) or -1 (any other).
-[[noreturn]] void throw_failed_access(int status, const std::string& doing_what);
+[[noreturn]] void throw_failed_access(int status, std::string_view doing_what);
 
 }  // namespace zelmor::embed
 

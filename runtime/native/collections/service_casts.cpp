@@ -44,7 +44,7 @@ void cast_as(ServiceCall& call) {
 
 void is_assignable_to(ServiceCall& call) {
     const auto object = source_of(call);
-    call.frame.set_result<int32_t>(object && fits_service(call.service, *object));
+    call.frame.set_result<int32_t>(object && fits_service(call.service, *object) ? 1 : 0);
 }
 
 void reinterpret(ServiceCall& call) {
@@ -76,8 +76,9 @@ bool fits_service(const ServiceClass& service, const ManagedObject& object) {
     const auto* list = dynamic_cast<const ManagedList*>(&object);
     switch (service.kind) {
         case ServiceKind::kDisposable:
-            return is_assignable(disposable_type(), object.type()) || dynamic_cast<const ManagedStream*>(&object) ||
-                   dynamic_cast<const ManagedEnumerator*>(&object);
+            return is_assignable(disposable_type(), object.type()) ||
+                   dynamic_cast<const ManagedStream*>(&object) != nullptr ||
+                   dynamic_cast<const ManagedEnumerator*>(&object) != nullptr;
         case ServiceKind::kEnumerator:
             return fits(CollectionShape::kIEnumerator);
         case ServiceKind::kEnumerable:
@@ -91,9 +92,9 @@ bool fits_service(const ServiceClass& service, const ManagedObject& object) {
         case ServiceKind::kArrayList:
             return fits(service.typed ? CollectionShape::kList : CollectionShape::kArrayList);
         case ServiceKind::kCollectionBase:
-            return list && list->shape() == ListShape::kCollectionBase;
+            return list != nullptr && list->shape() == ListShape::kCollectionBase;
         case ServiceKind::kReadOnlyCollectionBase:
-            return list && list->shape() == ListShape::kReadOnlyCollectionBase;
+            return list != nullptr && list->shape() == ListShape::kReadOnlyCollectionBase;
         case ServiceKind::kStream:
             return dynamic_cast<const ManagedStream*>(&object) != nullptr;
     }

@@ -186,7 +186,7 @@ std::optional<ServiceClass> find_service_class(std::string_view managed_name) {
     }
     const auto kind = find_kind(kGenericKinds, rest.substr(0, bar));
     const ElementType* element = find_element(rest.substr(bar + 1));
-    if (!kind || !element) {
+    if (!kind || element == nullptr) {
         return std::nullopt;
     }
     return ServiceClass{*kind, element, true};
@@ -199,12 +199,12 @@ EntryPoint make_service_delegate(const ServiceClass& service, std::string_view e
     // The typed functions work with the callbacks of the one assembly that has typed collections.
     if (service.typed && assembly == Assembly::kImaging) {
         const EntryPoint typed = number_service(service, entry);
-        if (typed.address) {
+        if (typed.address != nullptr) {
             return typed;
         }
     }
     const ServiceOperation* operation = find_operation(entry);
-    if (!operation) {
+    if (operation == nullptr) {
         return {nullptr, nullptr};
     }
     auto context = std::make_shared<ServiceContext>();

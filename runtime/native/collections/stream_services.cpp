@@ -20,13 +20,13 @@ size_t checked_count(int32_t count) {
 }
 
 void can_read(ServiceCall& call) {
-    call.frame.set_result<uint8_t>(stream_of(call)->can_read());
+    call.frame.set_result<uint8_t>(stream_of(call)->can_read() ? 1 : 0);
 }
 void can_seek(ServiceCall& call) {
-    call.frame.set_result<uint8_t>(stream_of(call)->can_seek());
+    call.frame.set_result<uint8_t>(stream_of(call)->can_seek() ? 1 : 0);
 }
 void can_write(ServiceCall& call) {
-    call.frame.set_result<uint8_t>(stream_of(call)->can_write());
+    call.frame.set_result<uint8_t>(stream_of(call)->can_write() ? 1 : 0);
 }
 void length(ServiceCall& call) {
     call.frame.set_result(stream_of(call)->length());

@@ -1,6 +1,7 @@
 // Finding a callback by the name of its table and its slot.
 #include "runtime/native/control/callback_access.h"
 
+#include <iterator>
 #include <string_view>
 
 namespace zelmor::embed::control {
@@ -15,29 +16,17 @@ void* address(Function function) {
 template <class Table>
 void* slot_of(const Table* table, int slot) {
     constexpr int kCount = sizeof(Table) / sizeof(void*);
-    if (!table || slot < 0 || slot >= kCount) {
+    if (table == nullptr || slot < 0 || slot >= kCount) {
         return nullptr;
     }
     return reinterpret_cast<void* const*>(table)[slot];
 }
 
+// The callbacks that are no part of a table, in the order in which the tests number them.
 void* single(const Callbacks& of, int slot) {
-    switch (slot) {
-        case 0:
-            return address(of.exception);
-        case 1:
-            return address(of.catch_and_clear_error);
-        case 2:
-            return address(of.u16_buffer);
-        case 3:
-            return address(of.py_string);
-        case 4:
-            return address(of.py_unraisable_string);
-        case 5:
-            return address(of.py_bytes);
-        default:
-            return nullptr;
-    }
+    void* const slots[] = {address(of.exception), address(of.catch_and_clear_error), address(of.u16_buffer),
+                           address(of.py_string), address(of.py_unraisable_string),  address(of.py_bytes)};
+    return slot >= 0 && slot < static_cast<int>(std::size(slots)) ? slots[slot] : nullptr;
 }
 
 }  // namespace
@@ -51,12 +40,12 @@ void* find_callback(const Callbacks& of, const char* table, int slot) {
         return slot_of(of.objects, slot);
     }
     if (name == "generic") {
-        if (!of.generic || slot < 0 || slot >= static_cast<int>(kGenericCallbackCount)) {
+        if (of.generic == nullptr || slot < 0 || slot >= static_cast<int>(kGenericCallbackCount)) {
             return nullptr;
         }
-        return of.generic[slot] ? *of.generic[slot] : nullptr;
+        return of.generic[slot] != nullptr ? *of.generic[slot] : nullptr;
     }
-    if (!of.tables) {
+    if (of.tables == nullptr) {
         return nullptr;
     }
     const PyStaticCallbacks& all = *of.tables;

@@ -16,7 +16,7 @@ namespace zelmor::embed::control {
 namespace {
 
 TextWriter& startup() {
-    static TextWriter& writer = *new TextWriter;
+    static TextWriter& writer = *new TextWriter;  // written once, at the start
     return writer;
 }
 
@@ -28,7 +28,7 @@ void run(void* context, CallFrame& frame) {
 void* journaled(const Delegate& made, const char* assembly, const char* type, const char* method) {
     static auto& known = *new std::unordered_map<void*, std::unordered_map<std::string, void*>>;
     void*& address = known[made.address][std::string(assembly) + '\n' + type + '\n' + method];
-    if (!address) {
+    if (address == nullptr) {
         auto called = std::make_shared<HandedOut>();
         called->assembly = find_assembly(assembly).value_or(Assembly::kImaging);
         called->type = type;
@@ -61,11 +61,12 @@ int on_initialize(const char* exe_path, const char* domain_name, int property_co
 }
 
 Delegate on_create_delegate(const char* assembly, const char* type, const char* method) {
+    // Types are built under the interpreter lock.
     static auto& requests = *new std::unordered_map<std::string, int>;
     const int nth = ++requests[std::string(assembly) + '\n' + type];
     const TypeInfo* info = find_host_class(type);
     Delegate made;
-    if (is_missing(type, info ? info->full_name : nullptr, method, nth)) {
+    if (is_missing(type, info != nullptr ? info->full_name : nullptr, method, nth)) {
         made.status = kMethodNotFound;
     } else {
         made = resolve_delegate(assembly, type, method);

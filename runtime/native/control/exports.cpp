@@ -11,6 +11,8 @@
 #include "runtime/native/control/settings.h"
 #include "runtime/native/control/startup.h"
 #include "runtime/native/control/text_writer.h"
+#include "runtime/native/core/callbacks.h"
+#include "runtime/native/core/collector.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
@@ -41,7 +43,7 @@ Handle try_make(const TypeInfo& type) {
 }
 
 std::optional<std::string> optional_text(const char* text) {
-    return text ? std::optional<std::string>(text) : std::nullopt;
+    return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
 }  // namespace
@@ -83,6 +85,15 @@ ZELMOR_CONTROL size_t zelmor_control_live_describe(char* buffer, size_t size) {
         writer.key(name).number(count);
     }
     return deliver(writer.close('}').result(), buffer, size);
+}
+
+// The objects that the cycle collector knows, and a run over all of them; how many it ended.
+ZELMOR_CONTROL size_t zelmor_control_tracked_objects() {
+    return Collector::tracked();
+}
+ZELMOR_CONTROL size_t zelmor_control_collect() {
+    const AssemblyScope scope(Assembly::kImaging);
+    return Collector::collect(Collector::kGenerations - 1);
 }
 
 // Adds settings in the syntax of the environment variable. Returns 0, or -1 on a syntax error.
@@ -140,7 +151,7 @@ ZELMOR_CONTROL void* zelmor_control_delegate(const char* assembly, const char* t
 // is abstract.
 ZELMOR_CONTROL void* zelmor_control_new_object(const char* full_name) {
     const TypeInfo* type = find_type(full_name);
-    return type ? try_make(*type) : nullptr;
+    return type != nullptr ? try_make(*type) : nullptr;
 }
 // A handle to a new list of a shape ("array", "arraylist", "list", "colbase", "rocolbase") with `count` empty elements
 // of the type with this identifier, "" for any type; null if there is no such shape or type. The caller has to release
@@ -152,10 +163,11 @@ ZELMOR_CONTROL void* zelmor_control_new_list(const char* shape, const char* elem
                                                              {"colbase", ListShape::kCollectionBase},
                                                              {"rocolbase", ListShape::kReadOnlyCollectionBase}};
     const auto found = kShapes.find(shape);
-    const ElementType* element = *element_id ? find_element(element_id) : &variant_element();
-    return found != kShapes.end() && element ? make_handle(make_list(found->second, *element, count)) : nullptr;
+    const ElementType* element = *element_id != '\0' ? find_element(element_id) : &variant_element();
+    return found != kShapes.end() && element != nullptr ? make_handle(make_list(found->second, *element, count))
+                                                        : nullptr;
 }
 ZELMOR_CONTROL int64_t zelmor_control_type_id(const char* full_name) {
     const TypeInfo* type = find_type(full_name);
-    return type ? type_id(*type) : 0;
+    return type != nullptr ? type_id(*type) : 0;
 }

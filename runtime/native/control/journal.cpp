@@ -37,7 +37,7 @@ struct State {
 };
 
 State& state() {
-    static State& instance = *new State;
+    static State& instance = *new State;  // used under the interpreter lock
     return instance;
 }
 
@@ -96,7 +96,7 @@ Snapshot snapshot(char code, uint64_t word) {
     Snapshot shot;
     const size_t size = record_size(code);
     const auto* record = reinterpret_cast<const void*>(word);
-    if (size == 0 || !record) {
+    if (size == 0 || record == nullptr) {
         return shot;
     }
     shot.has_record = true;
@@ -134,7 +134,7 @@ std::vector<uint64_t> argument_words(const HandedOut& called, CallFrame& frame) 
 }
 
 bool matches(const Script& script, const HandedOut& called) {
-    const bool type = script.type == called.type || (called.full_name && script.type == called.full_name);
+    const bool type = script.type == called.type || (called.full_name != nullptr && script.type == called.full_name);
     return type && script.method == called.method;
 }
 
@@ -147,7 +147,7 @@ PyObject* python_text(const Callbacks& to, const std::optional<std::string>& tex
 }
 
 void play(const Script& script, const HandedOut& called, CallFrame& frame) {
-    if (script.hook) {
+    if (script.hook != nullptr) {
         frame.set_zero_result();
         script.hook(frame.arguments(), frame.result());
         return;

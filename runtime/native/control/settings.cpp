@@ -50,7 +50,7 @@ std::string add_setting(Settings& to, const std::string& text) {
 }  // namespace
 
 Settings& settings() {
-    static Settings& instance = *new Settings;
+    static Settings& instance = *new Settings;  // used under the interpreter lock
     return instance;
 }
 
@@ -70,7 +70,7 @@ std::string add_settings(Settings& to, const std::string& text) {
 
 void read_environment() {
     const char* text = std::getenv(kVariable);
-    if (!text) {
+    if (text == nullptr) {
         return;
     }
     const std::string error = add_settings(settings(), text);
@@ -83,7 +83,7 @@ void read_environment() {
 
 bool is_missing(const std::string& type, const char* full_name, const std::string& method, int nth) {
     for (const MissingEntry& entry : settings().missing) {
-        if (entry.type != type && (!full_name || entry.type != full_name)) {
+        if (entry.type != type && (full_name == nullptr || entry.type != full_name)) {
             continue;
         }
         if (entry.nth ? entry.nth == nth : entry.method == method) {

@@ -53,7 +53,7 @@ TextWriter& TextWriter::text(std::string_view value) {
 }
 
 TextWriter& TextWriter::text_or_null(const char* value) {
-    return value ? text(value) : null();
+    return value != nullptr ? text(value) : null();
 }
 
 TextWriter& TextWriter::number(int64_t value) {
@@ -88,7 +88,7 @@ TextWriter& TextWriter::null() {
 
 size_t deliver(const std::string& text, char* buffer, size_t size) {
     const size_t needed = text.size() + 1;
-    if (buffer && size > 0) {
+    if (buffer != nullptr && size > 0) {
         const size_t fits = std::min(needed, size) - 1;
         std::memcpy(buffer, text.data(), fits);
         buffer[fits] = '\0';

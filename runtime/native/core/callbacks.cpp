@@ -5,13 +5,14 @@
 #include <climits>
 #include <new>
 
+#include "runtime/native/core/collector.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/thread_state.h"
 
 namespace zelmor::embed {
 
-constinit thread_local ThreadState thread_state;
+constinit thread_local ThreadState thread_state;  // each thread has its own
 
 namespace {
 
@@ -92,6 +93,10 @@ AssemblyScope::AssemblyScope(Assembly assembly) noexcept
       m_saved(std::exchange(m_state->callbacks, &all_callbacks[static_cast<size_t>(assembly)])) {}
 
 AssemblyScope::~AssemblyScope() {
+    // Only where no function further up on this thread is in the middle of its work.
+    if (Collector::is_due() && m_saved == nullptr) [[unlikely]] {
+        Collector::run();
+    }
     if (m_state->first_reference) [[unlikely]] {
         release_waiting_references(*m_state);
     }
@@ -222,14 +227,15 @@ std::optional<std::string> take_python_error() {
     return read;
 }
 
-void throw_python_error(const std::string& doing_what, const char* name) {
+void throw_python_error(std::string_view doing_what, const char* name) {
     const auto text = take_python_error();
-    throw ManagedException(name, doing_what + " failed in Python" + (text ? ": " + *text : " without a message."));
+    throw ManagedException(
+        name, std::string(doing_what) + " failed in Python" + (text ? ": " + *text : " without a message."));
 }
 
-void throw_if_python_failed(const std::string& doing_what) {
+void throw_if_python_failed(std::string_view doing_what) {
     if (const auto text = take_python_error()) {
-        throw ManagedException("PythonException", doing_what + " failed in Python: " + *text);
+        throw ManagedException("PythonException", std::string(doing_what) + " failed in Python: " + *text);
     }
 }
 

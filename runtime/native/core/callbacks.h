@@ -92,9 +92,9 @@ PyObject* py_object(Ref<ManagedObject> object);
 // Takes the pending Python error up as text; nothing where none is pending, or where it has no text.
 std::optional<std::string> take_python_error();
 // A callback into Python failed: takes the pending error up and raises a managed exception with its text.
-[[noreturn]] void throw_python_error(const std::string& doing_what, const char* name = "PythonException");
+[[noreturn]] void throw_python_error(std::string_view doing_what, const char* name = "PythonException");
 // After a callback whose result does not tell whether it failed: raises PythonException where an error is pending.
-void throw_if_python_failed(const std::string& doing_what);
+void throw_if_python_failed(std::string_view doing_what);
 
 }  // namespace zelmor::embed
 

@@ -10,7 +10,7 @@ namespace zelmor::embed {
 namespace {
 
 const ConversionRegistration*& chain() {
-    static const ConversionRegistration* first = nullptr;
+    static const ConversionRegistration* first = nullptr;  // complete once the library is loaded
     return first;
 }
 

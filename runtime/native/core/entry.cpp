@@ -13,7 +13,7 @@ namespace zelmor::embed {
 namespace {
 
 const BehaviorTable*& chain() {
-    static const BehaviorTable* first = nullptr;
+    static const BehaviorTable* first = nullptr;  // complete once the library is loaded
     return first;
 }
 
@@ -37,6 +37,8 @@ BehaviorTable::BehaviorTable(std::span<const BehaviorRow> rows) : m_next(chain()
     chain() = this;
 }
 
+BehaviorTable::~BehaviorTable() = default;
+
 const BehaviorTable* BehaviorTable::first() {
     return chain();
 }
@@ -50,6 +52,7 @@ EntryPoint find_behavior(const char* type_full_name, const char* entry_name) {
         EntryPoint point;
     };
     using Index = std::unordered_map<std::string, Known>;
+    // Entries are only added when it is made.
     static Index& index = *new Index([] {
         Index all;
         for (const BehaviorTable* table = BehaviorTable::first(); table != nullptr; table = table->next()) {

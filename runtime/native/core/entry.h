@@ -84,6 +84,7 @@ class BehaviorTable {
     explicit BehaviorTable(std::span<const BehaviorRow> rows);
     BehaviorTable(const BehaviorTable&) = delete;
     BehaviorTable& operator=(const BehaviorTable&) = delete;
+    ~BehaviorTable();
     std::span<const Behavior> behaviors() const { return m_behaviors; }
     const BehaviorTable* next() const { return m_next; }
     static const BehaviorTable* first();

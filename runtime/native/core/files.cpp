@@ -1,4 +1,4 @@
-// Names of files and replacing them; see files.h.
+// Names of files, and what stands in the way of writing them; see files.h.
 #include "runtime/native/core/files.h"
 
 #include <fcntl.h>
@@ -8,20 +8,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
-#include <random>
 
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
 namespace {
-
-std::string directory_of(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
-}
 
 bool is_directory(const std::string& path) {
     struct stat info {};
@@ -37,122 +30,40 @@ std::string quoted(const std::string& path) {
     return "'" + to_utf8(to_utf16(path)) + "'";
 }
 
-[[noreturn]] void throw_denied(const std::string& path, const std::string& reason) {
+}  // namespace
+
+std::string directory_of(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
+}
+
+void throw_denied(const std::string& path, const std::string& reason) {
     throw ManagedException("UnauthorizedAccessException",
                            "Access to the path " + quoted(path) + " is denied: " + reason + ".");
 }
 
-class Descriptor {
- public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            ::close(m_number);
+std::string link_target_of(const std::string& path) {
+    constexpr int kMostLinks = 40;  // as the system follows
+    std::string target = path;
+    for (int followed = 0; followed <= kMostLinks; ++followed) {
+        char buffer[PATH_MAX];
+        const ssize_t length = ::readlink(target.c_str(), buffer, sizeof buffer);
+        if (length < 0) {
+            return target;  // no link, or nothing there
         }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_number; }
-    // Tells of an error that only closing brings to light.
-    int close() {
-        const int result = ::close(m_number);
-        m_number = -1;
-        return result;
-    }
-
- private:
-    int m_number;
-};
-
-int write_all(int descriptor, std::span<const uint8_t> data) {
-    while (!data.empty()) {
-        const ssize_t written = ::write(descriptor, data.data(), data.size());
-        if (written < 0) {
-            if (errno == EINTR) {
-                continue;
+        const std::string named(buffer, static_cast<size_t>(length));
+        if (named.empty() || named.front() == '/') {
+            target = named;
+        } else {
+            target = directory_of(target);
+            if (target.back() != '/') {
+                target += '/';
             }
-            return errno;
+            target += named;
         }
-        data = data.subspan(static_cast<size_t>(written));
     }
-    return 0;
+    throw_file_error(path, ELOOP, "write");
 }
-
-// What a link stands for in the end, so that the link itself is not replaced; a name that is new stays as it is.
-std::string resolved(const std::string& path) {
-    char buffer[PATH_MAX];
-    return ::realpath(path.c_str(), buffer) ? std::string(buffer) : path;
-}
-
-// A file beside the target that is gone again unless it was moved into place.
-class Draft {
- public:
-    explicit Draft(const std::string& target) : m_target(target) {
-        std::random_device random;
-        do {
-            m_name = directory_of(target) + "/.zelmor-" + std::to_string(random()) + ".part";
-            m_descriptor = ::open(m_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        } while (m_descriptor < 0 && errno == EEXIST);
-        if (m_descriptor >= 0) {
-            return;
-        }
-        if (errno == EACCES || errno == EPERM) {
-            throw_denied(target, "there is no permission to write to its directory");
-        }
-        throw_file_error(target, errno, "write");
-    }
-    ~Draft() {
-        if (m_descriptor >= 0) {
-            ::close(m_descriptor);
-        }
-        if (!m_moved) {
-            ::unlink(m_name.c_str());
-        }
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-
-    void write(std::span<const uint8_t> data) {
-        if (const int error = write_all(m_descriptor, data)) {
-            throw_file_error(m_target, error, "write");
-        }
-    }
-    void set_mode(mode_t mode) {
-        if (::fchmod(m_descriptor, mode) != 0) {
-            throw_file_error(m_target, errno, "write");
-        }
-    }
-    void move_into_place() {
-        const int closed = ::close(m_descriptor);  // tells of errors that writing left behind
-        m_descriptor = -1;
-        if (closed != 0 || ::rename(m_name.c_str(), m_target.c_str()) != 0) {
-            throw_file_error(m_target, errno, "write");
-        }
-        m_moved = true;
-    }
-
- private:
-    const std::string& m_target;
-    std::string m_name;
-    int m_descriptor = -1;
-    bool m_moved = false;
-};
-
-void write_directly(const std::string& path, std::span<const uint8_t> data) {
-    Descriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (file.get() < 0) {
-        throw_file_error(path, errno, "write");
-    }
-    int error = write_all(file.get(), data);
-    if (file.close() != 0 && error == 0) {
-        error = errno;
-    }
-    if (error != 0) {
-        throw_file_error(path, error, "write");
-    }
-}
-
-}  // namespace
 
 void throw_file_error(const std::string& path, int error, const char* doing) {
     switch (error) {
@@ -204,6 +115,13 @@ std::string file_path_of(const std::optional<std::u16string>& text, const char* 
         }
         from = i + 1;
     }
+    // Every file has one text here, the one that Python shows for it. A lone surrogate that stands for no byte, and
+    // bytes that are written apart though they are a character together, would be further texts for the file of another
+    // name.
+    if (text_of_file_path(path) != *text) {
+        throw_argument(std::string("The path has a lone surrogate in it, which no file name can have. (Parameter '") +
+                       parameter + "')");
+    }
     return path;
 }
 
@@ -235,7 +153,8 @@ bool file_exists(const std::string& path) {
     return ::stat(path.c_str(), &info) == 0;
 }
 
-void require_writable_target(const std::string& path) {
+void require_writable_target(const std::string& given) {
+    const std::string path = link_target_of(given);
     struct stat info {};
     if (::stat(path.c_str(), &info) == 0) {
         if (S_ISDIR(info.st_mode)) {
@@ -259,23 +178,6 @@ void require_writable_target(const std::string& path) {
         }
         throw_file_error(path, errno, "write");
     }
-}
-
-void write_file(const std::string& path, std::span<const uint8_t> data) {
-    require_writable_target(path);
-    const std::string target = resolved(path);
-    struct stat info {};
-    const bool exists = ::stat(target.c_str(), &info) == 0;
-    if (exists && !S_ISREG(info.st_mode)) {
-        write_directly(target, data);
-        return;
-    }
-    Draft draft(target);
-    draft.write(data);
-    if (exists) {
-        draft.set_mode(info.st_mode & 0777);
-    }
-    draft.move_into_place();
 }
 
 }  // namespace zelmor::embed

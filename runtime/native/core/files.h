@@ -1,4 +1,4 @@
-// Files on disk: their names, and replacing one at once.
+// Files on disk: their names, and writing one as a whole.
 //
 // All failures are managed exceptions that name the path.
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_FILES_H
@@ -16,8 +16,12 @@ namespace zelmor::embed {
 // The managed exception of a system call's error. `doing` is "read", "write" or "open".
 [[noreturn]] void throw_file_error(const std::string& path, int error, const char* doing);
 
+// UnauthorizedAccessException.
+[[noreturn]] void throw_denied(const std::string& path, const std::string& reason);
+
 // A file name as the system takes it, from the text that Python gave. Bytes that are no UTF-8 have come through Python
-// as lone surrogates and become themselves again. ArgumentNullException, ArgumentException for what names no file.
+// as lone surrogates and become themselves again. ArgumentNullException; ArgumentException for text that names no file,
+// and for all texts of a file but the one that text_of_file_path() gives.
 std::string file_path_of(const std::optional<std::u16string>& text, const char* parameter);
 
 // The way back: the text that Python has for a file name.
@@ -25,9 +29,16 @@ std::u16string text_of_file_path(const std::string& path);
 
 bool file_exists(const std::string& path);
 
-// Puts the data under the name at once: it is written beside the target and moved there when it is complete, so that
-// under the name there is the old file or the new one, never a part. Links are followed, permissions of an existing
-// file stay. What is no regular file, such as a pipe, is written to directly.
+// The directory that the last part of the path is in.
+std::string directory_of(const std::string& path);
+
+// The file that a symbolic link stands for in the end, whether it exists or not; the path itself if it is no link.
+std::string link_target_of(const std::string& path);
+
+// Puts the data under the name: afterwards the old file or the new one is there, never a part, also after a crash of
+// the system. Symbolic links are followed, and what is known of an existing file besides its content stays: owner,
+// mode, extended attributes, access control lists, hard links (file_replacement.cpp says how). What is no regular file,
+// such as a pipe, is written to directly.
 void write_file(const std::string& path, std::span<const uint8_t> data);
 
 // Refuses early where write_file() would have to refuse anyway: no directory, no permission, a directory of that name.

@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace zelmor::embed {
@@ -13,15 +14,15 @@ namespace zelmor::embed {
 class ManagedException : public std::exception {
  public:
     // `name` is the short .NET type name ("ArgumentOutOfRangeException"); `detail` is UTF-8.
-    ManagedException(std::string name, std::string detail) : m_name(std::move(name)), detail_(std::move(detail)) {}
+    ManagedException(std::string name, std::string detail) : m_name(std::move(name)), m_detail(std::move(detail)) {}
 
     const std::string& name() const noexcept { return m_name; }
-    const std::string& detail() const noexcept { return detail_; }
-    const char* what() const noexcept override { return detail_.c_str(); }
+    const std::string& detail() const noexcept { return m_detail; }
+    const char* what() const noexcept override { return m_detail.c_str(); }
 
  private:
     std::string m_name;
-    std::string detail_;
+    std::string m_detail;
 };
 
 // A Python error is already pending and has to stay as it is: the entry point returns its zero value and reports
@@ -31,14 +32,15 @@ class PythonErrorPending : public std::exception {
     const char* what() const noexcept override { return "a Python error is pending"; }
 };
 
-[[noreturn]] void throw_null_reference(const std::string& what);      // NullReferenceException
-[[noreturn]] void throw_argument_null(const std::string& parameter);  // ArgumentNullException
-[[noreturn]] void throw_argument(const std::string& detail);          // ArgumentException
-[[noreturn]] void throw_out_of_range(const std::string& parameter, const std::string& detail);  // ArgumentOutOfRange...
-[[noreturn]] void throw_invalid_operation(const std::string& detail);                  // InvalidOperationException
-[[noreturn]] void throw_invalid_cast(const std::string& from, const std::string& to);  // InvalidCastException
-[[noreturn]] void throw_disposed(const std::string& type_name);                        // ObjectDisposedException
-[[noreturn]] void throw_not_supported(const std::string& member);                      // NotSupportedException
+// They take views, so that the many places that throw a literal text need not make a string of it.
+[[noreturn]] void throw_null_reference(std::string_view what);                              // NullReferenceException
+[[noreturn]] void throw_argument_null(std::string_view parameter);                          // ArgumentNullException
+[[noreturn]] void throw_argument(std::string_view detail);                                  // ArgumentException
+[[noreturn]] void throw_out_of_range(std::string_view parameter, std::string_view detail);  // ArgumentOutOfRange...
+[[noreturn]] void throw_invalid_operation(std::string_view detail);                         // InvalidOperationException
+[[noreturn]] void throw_invalid_cast(std::string_view from, std::string_view to);           // InvalidCastException
+[[noreturn]] void throw_disposed(std::string_view type_name);                               // ObjectDisposedException
+[[noreturn]] void throw_not_supported(std::string_view member);                             // NotSupportedException
 
 }  // namespace zelmor::embed
 

@@ -9,6 +9,10 @@ namespace zelmor::embed {
 
 // One within the other, the ends of a long chain would use up the stack.
 void ManagedObject::end() const noexcept {
+    // The count is about to be overwritten, and the collector reads the counts of all objects that it knows.
+    if (is_tracked()) {
+        untrack();
+    }
     ThreadState& state = thread_state;
     if (state.ending) {
         m_next_ended = nullptr;
@@ -32,6 +36,8 @@ void ManagedObject::end() const noexcept {
         release_waiting_references(state);
     }
 }
+
+void ManagedObject::references(ReferenceVisitor&) {}
 
 std::u16string ManagedObject::to_text() const {
     return to_utf16(type().full_name);

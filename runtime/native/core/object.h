@@ -13,12 +13,18 @@
 
 namespace zelmor::embed {
 
+class ReferenceVisitor;
+
 class ManagedObject {
  public:
     explicit ManagedObject(const TypeInfo& type) noexcept : m_type(&type) {}
     ManagedObject(const ManagedObject&) = delete;
     ManagedObject& operator=(const ManagedObject&) = delete;
-    virtual ~ManagedObject() = default;
+    virtual ~ManagedObject() {
+        if (is_tracked()) {
+            untrack();
+        }
+    }
 
     const TypeInfo& type() const noexcept { return *m_type; }
 
@@ -46,6 +52,14 @@ class ManagedObject {
     // Raises ObjectDisposedException naming the type once the object is disposed.
     void require_live() const;
 
+    // Shows the visitor each counted reference to a managed object that this object owns, exactly once (references.h).
+    // A reference that is left out keeps what it refers to alive; one that is shown twice would end an object in use.
+    virtual void references(ReferenceVisitor& visitor);
+    // Whether the object holds references to others, or may come to hold some.
+    bool is_holder() const noexcept { return m_tracking != Tracking::kNever; }
+    // Whether the cycle collector knows the object (collector.h).
+    bool is_tracked() const noexcept { return m_tracking > Tracking::kNotYet; }
+
     void retain() const noexcept { ++m_life.count; }
     void release() const noexcept {
         if (--m_life.count == 0) {
@@ -53,9 +67,30 @@ class ManagedObject {
         }
     }
 
+ protected:
+    // Of a class that overrides references(): the constructor says that objects of it may come to hold references, and
+    // track() is called before the first reference is stored. A class whose objects always hold some calls track() in
+    // its constructor. `bytes` is the memory that the object keeps besides its own, such as pixels.
+    void may_hold_references() noexcept {
+        if (m_tracking == Tracking::kNever) {
+            m_tracking = Tracking::kNotYet;
+        }
+    }
+    void track(uint64_t bytes = 0) {
+        if (!is_tracked()) [[unlikely]] {
+            start_tracking(bytes);
+        }
+    }
+
  private:
+    friend class Collector;
+
+    enum class Tracking : uint8_t { kNever, kNotYet, kYoung, kMiddle, kOld };
+
     // Deletes the object, and after it, one by one, those that it and they held the last count of.
     void end() const noexcept;
+    void start_tracking(uint64_t bytes);
+    void untrack() const noexcept;
 
     struct Life {
         uint32_t count = 0;
@@ -68,6 +103,8 @@ class ManagedObject {
         mutable const ManagedObject* m_next_ended;  // once the last count is gone
     };
     bool m_disposed = false;
+    mutable Tracking m_tracking = Tracking::kNever;
+    mutable uint32_t m_position = 0;  // in its generation, while it is tracked
 };
 
 }  // namespace zelmor::embed

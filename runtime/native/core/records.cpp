@@ -8,6 +8,7 @@
 
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/core/values.h"
@@ -52,7 +53,7 @@ Value value_of(const DefaultValue& entry) {
 }
 
 const DefaultTable*& default_chain() {
-    static const DefaultTable* first = nullptr;
+    static const DefaultTable* first = nullptr;  // complete once the library is loaded
     return first;
 }
 
@@ -127,7 +128,7 @@ const Layout& layout_of(const TypeInfo& type) {
 }
 
 const FactoryRegistration*& factory_chain() {
-    static const FactoryRegistration* first = nullptr;
+    static const FactoryRegistration* first = nullptr;  // complete once the library is loaded
     return first;
 }
 
@@ -199,6 +200,12 @@ bool keyword_matches(std::string_view managed_name, std::string_view keyword) {
         }
     }
     return k == keyword.size();
+}
+
+// Whether the value refers to an object that may refer to others in its turn: without one no cycle can come about.
+bool holder_in(const Value& value) {
+    const auto* object = std::get_if<Ref<ManagedObject>>(&value);
+    return object != nullptr && *object && (*object)->is_holder();
 }
 
 Value copied(const Value& value) {
@@ -288,11 +295,20 @@ Record::Record(const TypeInfo& type) : ManagedObject(type) {
     m_slots.reserve(layout.defaults.size());
     for (const Value& value : layout.defaults) {
         m_slots.push_back(copied(value));
+        assert(!holder_in(m_slots.back()));
     }
+    may_hold_references();
+}
+
+void Record::references(ReferenceVisitor& visitor) {
+    visitor(m_slots);
 }
 
 void Record::set_slot(int index, Value value) {
     assert(index >= 0 && static_cast<size_t>(index) < m_slots.size());
+    if (!is_tracked() && holder_in(value)) {
+        track();
+    }
     m_slots[static_cast<size_t>(index)].swap(value);  // the old value ends when the new one is in its place
 }
 

@@ -47,6 +47,7 @@ class Record : public ManagedObject {
     int32_t hash_code() const override;
     std::u16string to_text() const override;
     Ref<ManagedObject> copy() const override;
+    void references(ReferenceVisitor& visitor) override;
     // Takes the values of all properties that both types have; structs are copied, objects shared.
     void assign_from(const Record& other);
 

@@ -7,13 +7,37 @@
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 
+template class std::vector<zelmor::embed::Value>;
+
 namespace zelmor::embed {
 
+Value::Value() noexcept = default;
+template <StoredKind T>
+Value::Value(T value) : ValueVariant(std::move(value)) {}
+template Value::Value(bool);
+template Value::Value(int64_t);
+template Value::Value(uint64_t);
+template Value::Value(double);
+template Value::Value(std::u16string);
+template Value::Value(Bytes);
+template Value::Value(Ref<ManagedObject>);
+template Value::Value(PyHeld);
+template Value::Value(DecimalValue);
+template Value::Value(DateTimeValue);
+template Value::Value(DateTimeOffsetValue);
+template Value::Value(TimeSpanValue);
+template Value::Value(GuidValue);
 Value::Value(const Value& other) = default;
 Value::Value(Value&& other) noexcept = default;
 Value& Value::operator=(const Value& other) = default;
 Value& Value::operator=(Value&& other) noexcept = default;
 Value::~Value() = default;
+void Value::swap(Value& other) noexcept {
+    // By moves: the variant's own function has a branch for each pair of kinds.
+    Value kept = std::move(other);
+    other = std::move(*this);
+    *this = std::move(kept);
+}
 
 namespace {
 
@@ -50,15 +74,20 @@ bool values_equal(const Value& a, const Value& b) {
     if (is_null(a) || is_null(b)) {
         return is_null(a) && is_null(b);
     }
-    return std::visit(Overloaded{
-                          [](const Ref<ManagedObject>& x, const Ref<ManagedObject>& y) { return x->equals(*y); },
-                          [](const PyHeld& x, const PyHeld& y) { return x.get() == y.get(); },
-                          [](const int64_t& x, const double& y) { return static_cast<double>(x) == y; },
-                          [](const double& x, const int64_t& y) { return x == static_cast<double>(y); },
-                          []<class T>(const T& x, const T& y) { return x == y; },
-                          [](const auto&, const auto&) { return false; },
-                      },
-                      a, b);
+    if (a.index() == b.index()) {
+        return std::visit(Overloaded{
+                              [&](const Ref<ManagedObject>& x) { return x->equals(*std::get<Ref<ManagedObject>>(b)); },
+                              [&](const PyHeld& x) { return x.get() == std::get<PyHeld>(b).get(); },
+                              [&]<class T>(const T& x) { return x == std::get<T>(b); },
+                          },
+                          a);
+    }
+    // Of different kinds, only a signed and a floating number can be equal.
+    if (const auto* x = std::get_if<int64_t>(&a)) {
+        const auto* y = std::get_if<double>(&b);
+        return y != nullptr && static_cast<double>(*x) == *y;
+    }
+    return std::holds_alternative<double>(a) && std::holds_alternative<int64_t>(b) && values_equal(b, a);
 }
 
 int32_t hash_of_value(const Value& value) {
@@ -117,7 +146,7 @@ std::string type_name_of_value(const Value& value) {
                       value);
 }
 
-void throw_invalid_value_cast(const Value& from, const std::string& to) {
+void throw_invalid_value_cast(const Value& from, std::string_view to) {
     throw_invalid_cast(type_name_of_value(from), to);
 }
 

@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -25,24 +27,46 @@ using ValueVariant =
     std::variant<std::monostate, bool, int64_t, uint64_t, double, std::u16string, Bytes, Ref<ManagedObject>, PyHeld,
                  DecimalValue, DateTimeValue, DateTimeOffsetValue, TimeSpanValue, GuidValue>;
 
-// A class of its own, so that copying and moving are compiled once: nearly every source of the runtime copies values,
-// and the compiler took a second in each for the copy of a variant of so many kinds.
-class Value : public ValueVariant {
- public:
-    using ValueVariant::ValueVariant;
-    Value() = default;
-    Value(const Value& other);
-    Value(Value&& other) noexcept;
-    Value& operator=(const Value& other);
-    Value& operator=(Value&& other) noexcept;
-    ~Value();
-};
-
 // A value of the .NET library's own value types.
 template <class T>
 concept SystemValue =
     std::is_same_v<T, DecimalValue> || std::is_same_v<T, DateTimeValue> || std::is_same_v<T, DateTimeOffsetValue> ||
     std::is_same_v<T, TimeSpanValue> || std::is_same_v<T, GuidValue>;
+
+// A type that is a kind of value by itself.
+template <class T>
+concept StoredKind = std::is_same_v<T, bool> || std::is_same_v<T, int64_t> || std::is_same_v<T, uint64_t> ||
+                     std::is_same_v<T, double> || std::is_same_v<T, std::u16string> || std::is_same_v<T, Bytes> ||
+                     std::is_same_v<T, Ref<ManagedObject>> || std::is_same_v<T, PyHeld> || SystemValue<T>;
+
+// A class of its own, so that making, copying, moving and destroying are compiled once: nearly every source of the
+// runtime does all of it, and the compiler took a second in each for a variant of so many kinds.
+class Value : public ValueVariant {
+ public:
+    Value() noexcept;
+    template <StoredKind T>
+    Value(T value);  // compiled in value.cpp for each kind
+    // What becomes a value of a kind without a loss.
+    template <class T>
+        requires(std::is_integral_v<T> && std::is_signed_v<T> && sizeof(T) < sizeof(int64_t))
+    Value(T value) : Value(int64_t{value}) {}
+    Value(float value) : Value(double{value}) {}
+    template <class T>
+        requires(!std::is_same_v<T, ManagedObject>)
+    Value(Ref<T> object) : Value(Ref<ManagedObject>(std::move(object))) {}
+    Value(const Value& other);
+    Value(Value&& other) noexcept;
+    Value& operator=(const Value& other);
+    Value& operator=(Value&& other) noexcept;
+    ~Value();
+    void swap(Value& other) noexcept;
+};
+
+}  // namespace zelmor::embed
+
+extern template class std::vector<zelmor::embed::Value>;
+
+namespace zelmor::embed {
 
 inline bool is_unset(const Value& value) {
     return std::holds_alternative<std::monostate>(value);
@@ -55,7 +79,7 @@ std::u16string text_of_value(const Value& value);
 // where it fits one, as a Python int is.
 std::string type_name_of_value(const Value& value);
 // InvalidCastException: the value is of no type that may stand for `to`.
-[[noreturn]] void throw_invalid_value_cast(const Value& from, const std::string& to);
+[[noreturn]] void throw_invalid_value_cast(const Value& from, std::string_view to);
 
 }  // namespace zelmor::embed
 

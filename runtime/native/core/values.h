@@ -169,6 +169,21 @@ Handle make_struct_handle(V value) {
     return make_handle(box(std::move(value)));
 }
 
+// The slow templates are compiled once, in values.cpp: nearly every source uses some of them.
+#define ZELMOR_STRUCT_FUNCTIONS(declared, V)                      \
+    declared template class Box<V>;                               \
+    declared template Ref<ManagedObject> box<V>(V);               \
+    declared template const V& read_struct<V>(const VariantArg*); \
+    declared template Handle make_struct_handle<V>(V)
+ZELMOR_STRUCT_FUNCTIONS(extern, SizeValue);
+ZELMOR_STRUCT_FUNCTIONS(extern, SizeFValue);
+ZELMOR_STRUCT_FUNCTIONS(extern, PointValue);
+ZELMOR_STRUCT_FUNCTIONS(extern, PointFValue);
+ZELMOR_STRUCT_FUNCTIONS(extern, RectangleValue);
+ZELMOR_STRUCT_FUNCTIONS(extern, RectangleFValue);
+ZELMOR_STRUCT_FUNCTIONS(extern, ColorValue);
+ZELMOR_STRUCT_FUNCTIONS(extern, CmykValue);
+
 }  // namespace zelmor::embed
 
 #endif  // ZELMOR_RUNTIME_NATIVE_CORE_VALUES_H

@@ -86,7 +86,7 @@ void run_raw(ffi_cif*, void* result, void** arguments, void* user) noexcept {
 void* make(std::unique_ptr<Closure> closure, void (*run)(ffi_cif*, void*, void**, void*)) {
     void* code = nullptr;
     auto* memory = static_cast<ffi_closure*>(ffi_closure_alloc(sizeof(ffi_closure), &code));
-    if (!memory) {
+    if (memory == nullptr) {
         throw std::bad_alloc();
     }
     ffi_cif& cif = call_interface(closure->signature);

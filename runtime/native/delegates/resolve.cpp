@@ -30,7 +30,7 @@ Delegate from_host(std::span<const HostEntry> entries, std::string_view method) 
 
 Delegate from_service(const ServiceClass& service, std::string_view method, Assembly assembly) {
     const EntryPoint point = make_service_delegate(service, method, assembly);
-    return point.address ? Delegate{kOk, point.address, point.signature, nullptr} : failure(kMethodNotFound);
+    return point.address != nullptr ? Delegate{kOk, point.address, point.signature, nullptr} : failure(kMethodNotFound);
 }
 
 Delegate from_catalogue(const TypeInfo& type, const char* method) {
@@ -58,7 +58,7 @@ Delegate resolve(Assembly assembly, const char* type, const char* method) {
         return from_service(*service, method, assembly);
     }
     const TypeInfo* info = find_host_class(type);
-    if (!info || std::string_view(info->assembly) != assembly_name(assembly)) {
+    if (info == nullptr || std::string_view(info->assembly) != assembly_name(assembly)) {
         return failure(kTypeNotFound);
     }
     return from_catalogue(*info, method);

@@ -46,6 +46,7 @@ drawwork::Backend* load() {
 }  // namespace
 
 drawwork::Backend& drawing_backend() {
+    // Set once, under the interpreter lock, which loading the library does not release.
     static drawwork::Backend* backend = nullptr;
     if (backend == nullptr) {
         backend = load();

@@ -12,7 +12,7 @@ Handle get_type_name(Handle handle) {
     const ManagedObject& object = require_object(handle);
     const std::u16string name = to_utf16(object.type().full_name);
     const auto build = callbacks().u16_buffer;
-    if (!build) {
+    if (build == nullptr) {
         throw_invalid_operation("The UTF-16 builder was not handed over.");
     }
     return build(name.data(), static_cast<int>(name.size()));
@@ -69,8 +69,11 @@ struct ExchangeHost {
     // Everything was handed over by now; a gap would only show in the middle of some later call.
     static void init_services() {
         const Callbacks& own = callbacks_of(A);
-        if (!own.exception || !own.catch_and_clear_error || !own.u16_buffer || !own.py_string ||
-            !own.py_unraisable_string || !own.py_bytes || !own.objects || !own.tables || !own.generic) {
+        const bool complete = own.exception != nullptr && own.catch_and_clear_error != nullptr &&
+                              own.u16_buffer != nullptr && own.py_string != nullptr &&
+                              own.py_unraisable_string != nullptr && own.py_bytes != nullptr &&
+                              own.objects != nullptr && own.tables != nullptr && own.generic != nullptr;
+        if (!complete) {
             throw_invalid_operation(std::string("Not all callbacks of ") + assembly_name(A) + " were handed over.");
         }
     }

@@ -21,7 +21,7 @@ int32_t equals(ManagedObject& self, const VariantArg* other) {
         return 0;  // a Python object is never equal to a managed one
     }
     const ManagedObject* object = object_of(other->value);
-    return object && self.equals(*object) ? 1 : 0;
+    return object != nullptr && self.equals(*object) ? 1 : 0;
 }
 
 int32_t is_type_of(ManagedObject& self, const VariantArg* type) {

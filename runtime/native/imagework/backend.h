@@ -5,6 +5,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_BACKEND_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_BACKEND_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -20,20 +21,15 @@
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/pixel_form.h"
 #include "runtime/native/imagework/pixels/rows.h"
+#include "runtime/native/imagework/resampling.h"
 
 namespace zelmor::imagework {
 
-// How a picture is resampled. The implementation names a substitute where the library has no kernel of that name.
-enum class Resampling : uint8_t {
-    kNearest,
-    kBilinear,
-    kCatmullRom,
-    kMitchell,
-    kLanczos,
-    kHighQuality,
-    kAdaptive,
-    kBSpline,
-};
+// The time on a clock that is never set back, in nanoseconds: it orders changes of pictures and of what describes them.
+inline int64_t steady_time() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
 
 // A picture in memory, in the form of its file until an operation needs another one.
 class Picture {
@@ -58,6 +54,10 @@ class Picture {
 
     // A picture of its own with the same pixels; they are shared until either is written to.
     virtual std::unique_ptr<Picture> copy() const = 0;
+
+    // When the pixels were last changed, on the steady clock; 0 as long as they are those of the file. A copy has the
+    // time of the picture that it was made of.
+    int64_t changed_at() const { return m_changed_at; }
 
     // Single pixels and blocks of them, row by row. Gray and RGB are the numbers of the picture; CMYK and Lab are
     // converted by the profile, floating samples clipped. A picture without alpha ignores the alpha of the colors that
@@ -127,6 +127,16 @@ class Picture {
     virtual double opacity() const = 0;  // mean alpha, 0 to 1
 
     virtual EncodedBytes encode(const Encoding& encoding) const = 0;
+
+ protected:
+    Picture() = default;
+    Picture(const Picture&) = default;
+    // Called by each operation that changes pixels.
+    void note_change() { m_changed_at = steady_time(); }
+    void note_no_change() { m_changed_at = 0; }
+
+ private:
+    int64_t m_changed_at = 0;
 };
 
 // One picture of a file of several.

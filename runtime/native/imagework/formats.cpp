@@ -2,11 +2,26 @@
 #include "runtime/native/imagework/formats.h"
 
 #include <string>
+#include <utility>
 
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/memory_budget.h"
 
 namespace zelmor::imagework {
+
+FormatEncoding::FormatEncoding() noexcept = default;
+FormatEncoding::FormatEncoding(BmpEncoding settings) : AnyEncoding(settings) {}
+FormatEncoding::FormatEncoding(GifEncoding settings) : AnyEncoding(settings) {}
+FormatEncoding::FormatEncoding(JpegEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(PngEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(TiffEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(WebpEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(const FormatEncoding& other) = default;
+FormatEncoding::FormatEncoding(FormatEncoding&& other) noexcept = default;
+FormatEncoding& FormatEncoding::operator=(const FormatEncoding& other) = default;
+FormatEncoding& FormatEncoding::operator=(FormatEncoding&& other) noexcept = default;
+FormatEncoding::~FormatEncoding() = default;
 
 const char* format_name(Format format) {
     switch (format) {
@@ -59,7 +74,7 @@ Format format_of(const Encoding& encoding) {
     // In the order of the variant's alternatives.
     static constexpr Format kFormats[] = {Format::kBmp, Format::kGif,  Format::kJpeg,
                                           Format::kPng, Format::kTiff, Format::kWebp};
-    static_assert(std::variant_size_v<FormatEncoding> == std::size(kFormats));
+    static_assert(std::variant_size_v<AnyEncoding> == std::size(kFormats));
     return kFormats[encoding.format.index()];
 }
 
@@ -72,6 +87,15 @@ void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel) {
                                                    std::to_string(kArrayBytes) + " bytes or " + std::to_string(kSide) +
                                                    " pixels to a side");
     }
+}
+
+void check_memory(const DecodeOptions& options, int64_t width, int64_t height, int bytes_per_pixel) {
+    uint64_t bytes = 0;
+    if (__builtin_mul_overflow(static_cast<uint64_t>(width), static_cast<uint64_t>(height), &bytes) ||
+        __builtin_mul_overflow(bytes, static_cast<uint64_t>(bytes_per_pixel), &bytes)) {
+        bytes = UINT64_MAX;
+    }
+    const MemoryShare share(options.memory, bytes);
 }
 
 }  // namespace zelmor::imagework

@@ -34,6 +34,10 @@ constexpr uint64_t kBitsOfSample = 64;
 constexpr uint64_t kSamplesOfPixel = 64;
 // Pixels to a side of a tile.
 constexpr uint64_t kTileSide = uint64_t{1} << 15;
+// Bytes of one tile, or of a strip that is decoded as a whole, before and after it is decoded.
+constexpr uint64_t kTileBytes = 256 * kMebibyte;
+// Bytes that a codec's library may ask for at once, besides what is no larger than the file itself.
+constexpr uint64_t kCodecBytes = 256 * kMebibyte;
 
 // --- Finding the header and the end of a picture in a file ----------------------------------------------------------
 
@@ -57,8 +61,9 @@ constexpr uint64_t kEntries = uint64_t{1} << 16;
 // Entries of all directories of one file. Directories may lie over each other, so that the size of the file is no
 // bound of its own.
 constexpr uint64_t kAllEntries = uint64_t{1} << 24;
-// Bytes of the values of all tags that are read from one file. Values may lie over each other as well.
-constexpr uint64_t kTagBytes = 256 * kMebibyte;
+// Bytes of the values of all tags of metadata that are read from one file. Values may lie over each other as well, and
+// as objects they take many times these bytes.
+constexpr uint64_t kTagBytes = 64 * kMebibyte;
 
 // --- Metadata -------------------------------------------------------------------------------------------------------
 

@@ -50,6 +50,7 @@ imagework::Backend* load() {
 }  // namespace
 
 imagework::Backend& image_backend() {
+    // Set once, under the interpreter lock, which loading the library does not release.
     static imagework::Backend* backend = nullptr;
     if (backend == nullptr) {
         backend = load();

@@ -28,7 +28,7 @@ void run_copy_to(TableEntry& self, CallFrame& frame) {
         return;
     }
     const Handle other = frame.argument<Handle>(1);
-    if (!other) {
+    if (other == nullptr) {
         throw_argument_null(self.info->params[0].name);
     }
     target<Record>(other).assign_from(cast_object<Record>(instance));
@@ -37,20 +37,20 @@ void run_copy_to(TableEntry& self, CallFrame& frame) {
 Ref<ManagedObject> boxed_argument(CallFrame& frame) {
     const Value value = read_variant(frame.argument<const VariantArg*>(0));
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    return object ? *object : nullptr;
+    return object != nullptr ? *object : nullptr;
 }
 
 // IsInstance(value): whether the value is of the type.
 void run_is_instance(TableEntry& self, CallFrame& frame) {
     const auto object = boxed_argument(frame);
-    frame.set_result<uint8_t>(object && is_assignable(*self.type, object->type()));
+    frame.set_result<uint8_t>(object && is_assignable(*self.type, object->type()) ? 1 : 0);
 }
 
 // CastTo(value): the value as the type.
 void run_cast_to(TableEntry& self, CallFrame& frame) {
     const Value value = read_variant(frame.argument<const VariantArg*>(0));
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    if (!object) {
+    if (object == nullptr) {
         throw_invalid_cast("System.Object", self.type->full_name);
     }
     if (*object && !is_assignable(*self.type, (*object)->type())) {
@@ -109,7 +109,7 @@ void plan_call(TableEntry& entry) {
         return;
     }
     // A static member listed again by a derived class is the base's.
-    if (void* address = find_override(type, type, info)) {
+    if (void* address = find_override(type, type, info); address != nullptr) {
         entry.overrides.push_back({&type, address});
         entry.run = run_inherited_static;
         return;
@@ -122,7 +122,7 @@ void plan_call(TableEntry& entry) {
         entry.run = run_cast_to;
     } else if (gives_own && member.starts_with("Create")) {
         entry.forwarded = constructor_like(type, info);
-        if (entry.forwarded) {
+        if (entry.forwarded != nullptr) {
             entry.run = run_forward;
         }
     }

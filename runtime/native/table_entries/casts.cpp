@@ -100,7 +100,7 @@ void run_cast_to(TableEntry& self, CallFrame& frame) {
         }
     } else if (is_assignable(*self.type, object->type())) {
         status = deliver(self, object, out);
-    } else if (const auto convert = find_conversion(object->type(), *self.type)) {
+    } else if (const auto convert = find_conversion(object->type(), *self.type); convert != nullptr) {
         *static_cast<Handle*>(out) = make_handle(convert(*object));
         status = kCastMade;
     }
@@ -116,7 +116,7 @@ void run_cast_as(TableEntry& self, CallFrame& frame) {
 
 void run_is_assignable(TableEntry& self, CallFrame& frame) {
     const auto object = cast_source(self, frame);
-    frame.set_result<int32_t>(object && is_assignable(*self.type, object->type()));
+    frame.set_result<int32_t>(object && is_assignable(*self.type, object->type()) ? 1 : 0);
 }
 
 void run_cast_from(TableEntry& self, CallFrame& frame) {
@@ -128,7 +128,7 @@ void run_cast_from(TableEntry& self, CallFrame& frame) {
     if (is_assignable(wanted, object.type())) {
         *out = make_handle(is_struct(self) ? object.copy() : Ref<ManagedObject>(&object));
         status = kCastMade;
-    } else if (const auto convert = find_conversion(object.type(), wanted)) {
+    } else if (const auto convert = find_conversion(object.type(), wanted); convert != nullptr) {
         *out = make_handle(convert(object));
         status = kCastMade;
     }

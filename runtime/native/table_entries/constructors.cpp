@@ -61,7 +61,8 @@ bool copies(const TypeInfo& type, const EntryInfo& info) {
         return false;
     }
     const TypeInfo* source = type_at(info.params[0].type);
-    return source && source->kind == TypeKind::kClass && (is_assignable(*source, type) || is_assignable(type, *source));
+    return source != nullptr && source->kind == TypeKind::kClass &&
+           (is_assignable(*source, type) || is_assignable(type, *source));
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 Record* record_of(TableEntry& self, ManagedObject& instance, int& slot) {
     auto* record = dynamic_cast<Record*>(&instance);
     slot = self.slot;
-    if (record && self.type->kind == TypeKind::kInterface) {
+    if (record != nullptr && self.type->kind == TypeKind::kInterface) {
         const auto found = find_property(record->type(), self.property->name);
         slot = found ? found->slot : -1;
     }
@@ -29,7 +29,7 @@ void run_get(TableEntry& self, CallFrame& frame) {
     int slot = -1;
     const Record* record = record_of(self, instance, slot);
     // Nothing stored means that nothing in this runtime works the value out.
-    if (!record || is_unset(record->slot(slot))) {
+    if (record == nullptr || is_unset(record->slot(slot))) {
         throw_not_supported(self.member_name());
     }
     write_wire(frame, record->slot(slot), self.property->wire, type_at(self.property->type));
@@ -46,7 +46,7 @@ void run_set(TableEntry& self, CallFrame& frame) {
     }
     int slot = -1;
     Record* record = record_of(self, instance, slot);
-    if (!record) {
+    if (record == nullptr) {
         throw_not_supported(self.member_name());
     }
     record->set_slot(slot, read_property(self, frame, 1));

@@ -68,7 +68,7 @@ void run_not_supported(TableEntry& self, CallFrame& frame) {
 
 ManagedObject& instance_of(TableEntry& self, CallFrame& frame) {
     const Handle handle = frame.argument<Handle>(0);
-    if (!handle) {
+    if (handle == nullptr) {
         throw_null_reference("Object reference not set to an instance of an object: " + self.member_name());
     }
     ManagedObject& object = require_object(handle);
@@ -82,7 +82,7 @@ ManagedObject& instance_of(TableEntry& self, CallFrame& frame) {
 }
 
 void* find_override(const TypeInfo& type, const TypeInfo& declaring, const EntryInfo& info) {
-    for (const TypeInfo* t = &type; t; t = base_of(*t)) {
+    for (const TypeInfo* t = &type; t != nullptr; t = base_of(*t)) {
         if (t == &declaring) {
             continue;  // what that one has itself was looked for already
         }
@@ -114,7 +114,7 @@ bool run_override(TableEntry& self, CallFrame& frame, const ManagedObject& insta
         address = find_override(instance.type(), *self.type, *self.info);
         self.overrides.push_back({&instance.type(), address});
     }
-    if (!address) {
+    if (address == nullptr) {
         return false;
     }
     call_delegate(address, frame);
@@ -129,7 +129,7 @@ void* make_table_delegate(const TypeInfo& type, const EntryInfo& info) {
     entry->run = run_not_supported;
     // Objects with resources behind them refuse to work once disposed; settings stay readable.
     static const TypeInfo* const resource = find_type("Zelmor.Imaging.DataStreamSupporter");
-    entry->guards_disposal = resource && is_instance_member(info.role) && is_assignable(*resource, type);
+    entry->guards_disposal = resource != nullptr && is_instance_member(info.role) && is_assignable(*resource, type);
     switch (info.role) {
         case EntryRole::kCtor:
             plan_constructor(*entry);

@@ -34,16 +34,16 @@ constexpr const char* number_name() {
 
 template <class T>
 int64_t integer_of(const Value& value) {
-    if (const auto* x = std::get_if<int64_t>(&value)) {
+    if (const auto* x = std::get_if<int64_t>(&value); x != nullptr) {
         return *x;
     }
-    if (const auto* x = std::get_if<uint64_t>(&value)) {
+    if (const auto* x = std::get_if<uint64_t>(&value); x != nullptr) {
         return static_cast<int64_t>(*x);
     }
-    if (const auto* x = std::get_if<bool>(&value)) {
-        return *x;
+    if (const auto* x = std::get_if<bool>(&value); x != nullptr) {
+        return *x ? 1 : 0;
     }
-    if (const auto* x = std::get_if<double>(&value)) {
+    if (const auto* x = std::get_if<double>(&value); x != nullptr) {
         return static_cast<int64_t>(*x);
     }
     if (is_null(value)) {
@@ -54,14 +54,14 @@ int64_t integer_of(const Value& value) {
 
 template <class T>
 T number_of(const Value& value) {
-    if (const auto* x = std::get_if<double>(&value)) {
+    if (const auto* x = std::get_if<double>(&value); x != nullptr) {
         return static_cast<T>(*x);
     }
     return static_cast<T>(integer_of<T>(value));
 }
 
 Ref<ManagedObject> object_in(const Value& value) {
-    if (const auto* x = std::get_if<Ref<ManagedObject>>(&value)) {
+    if (const auto* x = std::get_if<Ref<ManagedObject>>(&value); x != nullptr) {
         return *x;
     }
     if (is_unset(value)) {
@@ -71,7 +71,7 @@ Ref<ManagedObject> object_in(const Value& value) {
 }
 
 Ref<ManagedObject> checked(Ref<ManagedObject> object, const TypeInfo* declared) {
-    if (object && declared && !is_assignable(*declared, object->type())) {
+    if (object && declared != nullptr && !is_assignable(*declared, object->type())) {
         throw_invalid_cast(object->type().full_name, declared->full_name);
     }
     return object;
@@ -88,7 +88,7 @@ T read_words(CallFrame& frame, size_t index) {
 // The stored value; zero where nothing is stored.
 template <SystemValue T>
 T system_value(const Value& value) {
-    if (const auto* x = std::get_if<T>(&value)) {
+    if (const auto* x = std::get_if<T>(&value); x != nullptr) {
         return *x;
     }
     if (is_null(value)) {
@@ -100,7 +100,7 @@ T system_value(const Value& value) {
 // A moment on the clock of another zone shows as a local time that has the offset of that zone.
 DateTimeValue date_time_in(const Value& value) {
     constexpr uint64_t kLocal = uint64_t{2} << 62;
-    if (const auto* moment = std::get_if<DateTimeOffsetValue>(&value)) {
+    if (const auto* moment = std::get_if<DateTimeOffsetValue>(&value); moment != nullptr) {
         return {static_cast<uint64_t>(moment->ticks) | kLocal, moment->offset};
     }
     return system_value<DateTimeValue>(value);
@@ -186,7 +186,7 @@ Value read_wire(CallFrame& frame, size_t index, Wire wire, const TypeInfo* type)
             const auto object = checked(read_object(variant()), type);
             if (!object) {
                 throw_null_reference(std::string("None cannot become a value of ") +
-                                     (type ? type->full_name : "a value type"));
+                                     (type != nullptr ? type->full_name : "a value type"));
             }
             return object->copy();
         }
@@ -214,7 +214,7 @@ void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*
         case Wire::kVoid:
             return;
         case Wire::kBool:
-            return frame.set_result<uint8_t>(integer_of<bool>(value) != 0);
+            return frame.set_result<uint8_t>(integer_of<bool>(value) != 0 ? 1 : 0);
         case Wire::kInt8:
             return set_integer<int8_t>(frame, value);
         case Wire::kUInt8:
@@ -240,7 +240,7 @@ void write_wire(CallFrame& frame, const Value& value, Wire wire, const TypeInfo*
             return write_ticks(date_time_in(value), last(static_cast<int64_t*>(nullptr)));
         case Wire::kNullableDateTime: {
             const bool present = !is_null(value);
-            *frame.argument<int32_t*>(frame.count() - 2) = present;
+            *frame.argument<int32_t*>(frame.count() - 2) = present ? 1 : 0;
             if (present) {
                 write_ticks(date_time_in(value), last(static_cast<int64_t*>(nullptr)));
             }

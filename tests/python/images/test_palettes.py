@@ -260,3 +260,50 @@ def test_what_dithering_refuses(tmp_path: Path) -> None:
             image.dither(DitheringMethod.THRESHOLD_DITHERING, bits)
     with managed_error("ArgumentException", "custom_palette"):
         image.dither(DitheringMethod.THRESHOLD_DITHERING, 1, ColorPalette(signed(FOUR)))
+
+
+def diffused(source: Pixels, colors: list[int]) -> Pixels:
+    """Floyd and Steinberg's diffusion, pixel by pixel; errors are kept in sixteenths and halves rounded away."""
+    table = rgb(colors)
+    errors = np.zeros((source.shape[0] + 1, source.shape[1] + 2, 3), int)
+    result = np.zeros(source.shape, int)
+    for y in range(source.shape[0]):
+        for x in range(source.shape[1]):
+            due = errors[y, x + 1]
+            wanted = np.clip(source[y, x] + np.sign(due) * ((np.abs(due) + 8) // 16), 0, 255)
+            result[y, x] = table[((wanted - table) ** 2).sum(-1).argmin()]
+            left = wanted - result[y, x]
+            errors[y, x + 2] += 7 * left
+            errors[y + 1, x] += 3 * left
+            errors[y + 1, x + 1] += 5 * left
+            errors[y + 1, x + 2] += left
+    return result
+
+
+@pytest.mark.parametrize("count", [2, 5, 256])
+def test_diffusion_pixel_by_pixel(tmp_path: Path, count: int) -> None:
+    colors = [0xFF000000 | int(r) << 16 | int(g) << 8 | int(b)
+              for r, g, b in np.random.default_rng(count).integers(0, 256, (count, 3))]
+    image = load(write(tmp_path / "a.png", smooth()))
+    image.dither(DitheringMethod.FLOYD_STEINBERG_DITHERING, 8, ColorPalette(signed(colors)))
+    assert worst(pixels_of(image, tmp_path), diffused(smooth(), colors)) == 0
+
+
+def pixels_of(image: Any, tmp_path: Path) -> Pixels:
+    """The colors, through a file with full color."""
+    image.save(str(tmp_path / "pixels.bmp"), BmpOptions())
+    return read(tmp_path / "pixels.bmp", "RGB")
+
+
+def test_the_palette_of_a_large_picture_has_its_rare_colors(tmp_path: Path) -> None:
+    source = smooth(width=900, height=700) // 3
+    source[300:303, 400:403] = (255, 0, 255)
+    image = load(write(tmp_path / "a.png", source))
+    image.dither(DitheringMethod.THRESHOLD_DITHERING, 8)
+    found = pixels_of(image, tmp_path)
+    assert np.abs(found - source.astype(int)).mean() < 3
+    assert np.abs(found[301, 401] - (255, 0, 255)).max() < 40
+    frequent = entries(ColorPaletteHelper.get_close_image_palette(image, 256, PaletteMiningMethod.HISTOGRAM))
+    colors, counts = np.unique(found.reshape(-1, 3) @ (65536, 256, 1), return_counts=True)
+    order = np.lexsort((colors, -counts))
+    assert frequent == (colors[order] | 0xFF000000).tolist()

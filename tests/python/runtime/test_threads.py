@@ -87,6 +87,86 @@ def test_threads_load_pictures_from_files_of_their_own(name: str, tmp_path: Path
     run_child(PROLOGUE + LOAD_SCRIPTS[name], str(write_png(tmp_path / "picture.png", 8, 6)))
 
 
+#: What a service with pictures does: files that stay open, results in memory, work handed to threads.
+WORK_SCRIPTS = {
+    "a web service": """
+def answer(number):
+    with open(path, "rb") as file, Image.load(file) as image:
+        raster = RasterImage._cast_to(image).value
+        raster.resize(number % 7 + 1, number % 5 + 1)
+        result = io.BytesIO()
+        raster.save(result, PngOptions())
+    with Image.load(io.BytesIO(result.getvalue())) as saved:
+        assert (saved.width, saved.height) == (number % 7 + 1, number % 5 + 1)
+    return number
+
+async def main():
+    answers = await asyncio.gather(*(asyncio.to_thread(answer, number) for number in range(150)))
+    assert answers == list(range(150))
+asyncio.run(main())
+""",
+    "a pool of eight over one open file": """
+from concurrent.futures import ThreadPoolExecutor
+content = open(path, "rb").read()
+def work(number):
+    with Image.load(io.BytesIO(content)) as image:
+        raster = RasterImage._cast_to(image).value
+        raster.rotate_flip(RotateFlipType.ROTATE_180_FLIP_NONE)
+        file = f"{path}-{number}.bmp"
+        raster.save(file)
+        with open(file, "rb") as saved, Image.load(saved) as again:
+            return RasterImage._cast_to(again).value.load_argb_32_pixels(again.bounds)[0]
+with ThreadPoolExecutor(8) as pool:
+    assert len(set(pool.map(work, range(120)))) == 1
+""",
+    "one image for all threads": """
+image = RasterImage._cast_to(Image.load(path)).value
+before = list(image.load_argb_32_pixels(image.bounds))
+class Yielding(io.BytesIO):
+    def write(self, data):
+        time.sleep(0.0005)
+        return super().write(data)
+def use():
+    for step in range(25):
+        image.rotate_flip(RotateFlipType.ROTATE_NONE_FLIP_X)
+        assert (image.width, image.height) == (8, 6)
+        target = Yielding()
+        image.save(target, BmpOptions())
+        with Image.load(io.BytesIO(target.getvalue())) as saved:
+            assert (saved.width, saved.height) == (8, 6)
+        row = list(image.load_argb_32_pixels(image.bounds))
+        assert sorted(row) == sorted(before)
+run([use] * 8)
+assert list(image.load_argb_32_pixels(image.bounds)) == before  # turned over 200 times
+""",
+    "cycles in all threads": """
+from support.collections import make_interop
+from support.control import control
+def use():
+    for _ in range(2000):
+        own = make_interop("arrlist")
+        own.append(own)
+        with Image.load(io.BytesIO(content)) as image:
+            own.append(image)
+content = open(path, "rb").read()
+control.collect()
+before = control.tracked()
+run([use] * 4)
+control.collect()
+assert control.tracked() == before, (before, control.tracked())
+""",
+}
+
+
+@pytest.mark.parametrize("name", WORK_SCRIPTS)
+def test_threads_work_at_the_same_time(name: str, tmp_path: Path) -> None:
+    run_child(PROLOGUE + """
+import time
+from zelmor.imaging import RasterImage, RotateFlipType
+from zelmor.imaging.imageoptions import BmpOptions, PngOptions
+""" + WORK_SCRIPTS[name], str(write_png(tmp_path / "picture.png", 8, 6)))
+
+
 DEPTH = """
 import datetime
 from support.collections import new_dictionary

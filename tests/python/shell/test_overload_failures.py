@@ -102,6 +102,7 @@ def test_an_interrupt_ends_the_dispatch_before_an_overload_that_fits() -> None:
     assert asked == 1
 
 
+@pytest.mark.usefixtures("python_handles_ctrl_c")
 def test_the_earlier_reasons_of_an_interrupted_dispatch_are_released() -> None:
     argument = odd_object(Interrupts)
     before = sys.getrefcount(argument)

@@ -33,6 +33,8 @@ _FUNCTIONS: dict[str, tuple[Any, list[Any]]] = {
     "startup_read": (c_size_t, [c_char_p, c_size_t]),
     "live_handles": (c_int64, [c_int]),
     "live_describe": (c_size_t, [c_char_p, c_size_t]),
+    "tracked_objects": (c_size_t, []),
+    "collect": (c_size_t, []),
     "settings_add": (c_int, [c_char_p]),
     "settings_clear": (None, []),
     "script_exception": (None, [c_char_p, c_char_p, c_char_p, c_char_p, c_uint64]),
@@ -134,6 +136,16 @@ class Control:
     def live_by_type(self) -> dict[str, int]:
         """The number of live handles for each managed type."""
         return json.loads(self._text("live_describe"))
+
+    # Cycles of managed objects
+
+    def tracked(self) -> int:
+        """The number of objects that hold references to others."""
+        return self._call("tracked_objects")
+
+    def collect(self) -> int:
+        """Runs the cycle collector over all objects; returns the number of objects that it ended."""
+        return self._call("collect")
 
     # Faults and scripts. A type is identified by its host class or by its managed name.
 

@@ -4,6 +4,8 @@ from __future__ import annotations
 
 import contextlib
 import re
+import struct
+import zlib
 from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
@@ -13,6 +15,8 @@ import numpy.typing
 import pytest
 from PIL import Image as Pillow
 from zelmor import imaging
+
+from support.pictures import png_chunk
 
 #: An array with the dimensions rows, columns and, except for gray, bands.
 Pixels = numpy.typing.NDArray[Any]
@@ -94,3 +98,14 @@ def managed_error(name: str, *parts: str) -> Iterator[None]:
     assert re.match(rf"Proxy error\({name}\): .", text), text
     for part in parts:
         assert part in text, text
+
+
+def write_16_bits(path: Path, pixels: Pixels) -> str:
+    """Writes a PNG of 16 bits per channel, which Pillow writes of gray pictures only: RGB or RGBA."""
+    height, width, bands = pixels.shape
+    rows = pixels.astype(">u2").reshape(height, -1).view(np.uint8)
+    header = struct.pack(">IIBBBBB", width, height, 16, {3: 2, 4: 6}[bands], 0, 0, 0)
+    data = zlib.compress(np.pad(rows, ((0, 0), (1, 0))).tobytes(), 1)
+    path.write_bytes(b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", header) + png_chunk(b"IDAT", data)
+                     + png_chunk(b"IEND", b""))
+    return str(path)

@@ -9,7 +9,8 @@ from pathlib import Path
 Pixel = tuple[int, int, int]
 
 
-def _chunk(kind: bytes, data: bytes) -> bytes:
+def png_chunk(kind: bytes, data: bytes) -> bytes:
+    """A chunk of a PNG file, with its length and checksum."""
     return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
 
@@ -18,8 +19,8 @@ def png_bytes(width: int, height: int, pixels: list[Pixel]) -> bytes:
     rows = b"".join(b"\0" + b"".join(bytes(pixel) for pixel in pixels[row * width:(row + 1) * width])
                     for row in range(height))
     header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)
-    return (b"\x89PNG\r\n\x1a\n" + _chunk(b"IHDR", header) + _chunk(b"IDAT", zlib.compress(rows))
-            + _chunk(b"IEND", b""))
+    return (b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", header) + png_chunk(b"IDAT", zlib.compress(rows))
+            + png_chunk(b"IEND", b""))
 
 
 def write_png(path: Path, width: int = 4, height: int = 3) -> Path:

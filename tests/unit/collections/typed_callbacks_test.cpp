@@ -27,7 +27,7 @@ TEST_F(TypedCallbacks, AnElementOfAListIsDeliveredAndStaysTheLists) {
     EXPECT_EQ(Py_REFCNT(number.get()), before);
 }
 
-TEST_F(TypedCallbacks, AnIndexThatThereIsNotIsACodeOfItsOwn) {
+TEST_F(TypedCallbacks, AnIndexOutOfRangeHasACodeOfItsOwn) {
     const PyRef list = list_of({});
     const PyRef tuple = PyRef::steal(PyTuple_New(0));
     int out = 0;
@@ -42,7 +42,7 @@ TEST_F(TypedCallbacks, AnIndexThatThereIsNotIsACodeOfItsOwn) {
     PyErr_Clear();
 }
 
-TEST_F(TypedCallbacks, AnElementThatDoesNotConvertIsAFailureAndIsLetGo) {
+TEST_F(TypedCallbacks, AnElementThatDoesNotConvertFailsAndIsReleased) {
     const PyRef text = PyRef::steal(PyUnicode_FromString("text of its own"));
     const PyRef list = list_of({text.get()});
     const PyRef tuple = PyRef::steal(PyList_AsTuple(list.get()));
@@ -71,7 +71,7 @@ TEST_F(TypedCallbacks, AnElementOfASequenceComesWithAReference) {
     Py_DECREF(owner);
 }
 
-TEST_F(TypedCallbacks, ABufferThatIsOfNoUseIsGivenBackAtOnce) {
+TEST_F(TypedCallbacks, ARefusedElementLeavesNoBufferAcquired) {
     const PyRef bytes = PyRef::steal(PyByteArray_FromStringAndSize("abc", 3));
     const PyRef list = list_of({bytes.get(), Py_None, Py_True});
     PyBytesArg out = {0, -1, nullptr};

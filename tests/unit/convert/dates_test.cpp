@@ -82,7 +82,7 @@ TEST_F(Dates, ASecondOfSixtyIsTheOneBefore) {
     EXPECT_EQ(out, ClrTicks::kMax / 10 * 10);
 }
 
-TEST_F(Dates, WhatIsBehindTheLastTickIsStoredAndRefused) {
+TEST_F(Dates, AMomentBehindTheLastTickIsStoredAndRefused) {
     DateTimeArgBuilder builder(ClrTicks::kMax);
     builder.hour = 24;
     long out = 0;

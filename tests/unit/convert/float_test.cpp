@@ -165,7 +165,7 @@ TEST_F(Floats, ABooleanIsNoNumber) {
     expect_error(PyExc_TypeError, "can't build 'Single' from 'bool'");
 }
 
-TEST_F(Floats, AnObjectThatOnlyConvertsItselfIsRefused) {
+TEST_F(Floats, AnObjectWithAFloatMethodIsRefused) {
     const PyRef names =
         run("from fractions import Fraction\nclass Own:\n    def __float__(self): return 1.0\n"
             "    def __index__(self): return 1\nown, third = Own(), Fraction(1, 3)\n");

@@ -178,7 +178,7 @@ TEST_F(Strings, ALoneSurrogateIsRefusedInPythonsWords) {
     expect_error_of(PyExc_UnicodeEncodeError);
 }
 
-TEST_F(Strings, EveryCharacterComesBackAsItWent) {
+TEST_F(Strings, EveryCharacterIsConvertedThereAndBack) {
     for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
         if (unit >= 0xD800 && unit <= 0xDFFF) {
             continue;

@@ -39,7 +39,7 @@ TEST(CanvasTest, UntouchedPixelsStayToTheLastBit) {
     EXPECT_EQ(canvas->pixels(), pixels);
 }
 
-TEST(CanvasTest, ClipsAddUpUntilTheyAreTakenBack) {
+TEST(CanvasTest, ClipsIntersectUntilTheyAreRemoved) {
     const std::vector<Argb> white(100, 0xFFFFFFFF);
     const auto canvas = backend().canvas({0, 0, 10, 10}, white);
     canvas->clip({embed::rectangle_contour({0, 0, 5, 10})}, FillRule::kAlternate, false);
@@ -55,7 +55,7 @@ TEST(CanvasTest, ClipsAddUpUntilTheyAreTakenBack) {
     EXPECT_EQ(dark(), 100);
 }
 
-TEST(CanvasTest, OpacityGoesForTheWholeOfADrawing) {
+TEST(CanvasTest, OpacityAppliesToADrawingAsAWhole) {
     const std::vector<Argb> white(100, 0xFFFFFFFF);
     const auto canvas = backend().canvas({0, 0, 10, 10}, white);
     Outline twice{embed::rectangle_contour({0, 0, 10, 10}), embed::rectangle_contour({0, 0, 10, 10})};

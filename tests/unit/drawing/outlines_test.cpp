@@ -8,7 +8,7 @@
 namespace zelmor::embed {
 namespace {
 
-TEST(AffineTest, InverseUndoes) {
+TEST(AffineTest, TheInverseUndoesATransformation) {
     std::mt19937 draw(1);
     std::uniform_real_distribution<double> number(-3, 3);
     for (int i = 0; i < 500; ++i) {
@@ -39,7 +39,7 @@ TEST(OutlineTest, BoundsAreThoseOfTheCurveNotOfItsHandles) {
     EXPECT_EQ(bounds_of(Outline{}).width, 0);
 }
 
-TEST(OutlineTest, FlatteningKeepsToItsDistance) {
+TEST(OutlineTest, FlatteningStaysWithinItsTolerance) {
     const Contour circle = ellipse_contour({-100, -100, 200, 200});
     for (const double flatness : {1.0, 0.1, 0.01}) {
         const std::vector<PointD> points = flattened(circle, flatness);
@@ -50,7 +50,7 @@ TEST(OutlineTest, FlatteningKeepsToItsDistance) {
     }
 }
 
-TEST(OutlineTest, ReversingTwiceIsNothing) {
+TEST(OutlineTest, ReversingTwiceGivesTheSameOutline) {
     const Contour arc = arc_contour({0, 0, 30, 20}, 10, 200, false);
     const Contour twice = reversed(reversed(arc));
     ASSERT_EQ(twice.segments.size(), arc.segments.size());
@@ -61,7 +61,7 @@ TEST(OutlineTest, ReversingTwiceIsNothing) {
     }
 }
 
-TEST(OutlineTest, EdgesBelongToOneOfTwoNeighbors) {
+TEST(OutlineTest, ASharedEdgeBelongsToOneOfTwoAreas) {
     const Outline left{rectangle_contour({0, 0, 10, 10})}, right{rectangle_contour({10, 0, 10, 10})};
     for (double y = 0; y < 10; y += 0.5) {
         EXPECT_NE(contains(left, FillRule::kAlternate, {10, y}), contains(right, FillRule::kAlternate, {10, y}));
@@ -98,7 +98,7 @@ TEST(WideningTest, SharpCornersAreCut) {
     EXPECT_GT(bounds_of(widened({corner}, pen, 0.01)).right(), 70);
 }
 
-TEST(WideningTest, NothingHasNoWidth) {
+TEST(WideningTest, AnEmptyOutlineHasNoStroke) {
     EXPECT_TRUE(widened({}, {}, 0.1).empty());
     const Contour dot = polygon_contour(std::vector<PointD>{{3, 3}, {3, 3}}, false);
     EXPECT_TRUE(widened({dot}, {}, 0.1).empty());

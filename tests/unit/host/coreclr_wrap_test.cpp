@@ -25,7 +25,7 @@ class CoreclrWrap : public ::testing::Test {
     }
 
     void TearDown() override {
-        if (wrapper) {
+        if (wrapper != nullptr) {
             dlclose(wrapper);
         }
     }

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kLibrary = "libwanted.so";
 
-TEST(StrUtilsSubstr, TakesAtMostWhatIsThere) {
+TEST(StrUtilsSubstr, TakesAtMostTheCharactersThatTheTextHas) {
     EXPECT_EQ(cxxaw_substr("netcore", 3, 2), "co");
     EXPECT_EQ(cxxaw_substr("netcore", 3, 100), "core");
     EXPECT_EQ(cxxaw_substr("netcore", 3, std::string::npos), "core");
@@ -222,7 +222,7 @@ TEST_F(AppFolders, DebugTakesTheDebugSubdirectoriesOnly) {
     EXPECT_EQ(scan(true), (std::vector<std::string>{root / "a/debug", root / "pydrawing/debug"}));
 }
 
-TEST_F(AppFolders, NewFoldersGoAroundWhatIsThere) {
+TEST_F(AppFolders, AddsFoldersBeforeAndBehindTheGivenOnes) {
     root.make_directory("a");
     root.make_directory("pydrawing");
     std::vector<std::string> folders = {"there"};

@@ -79,7 +79,7 @@ TEST_F(DynamicLibraryTest, AbsentLibraryIsReported) {
     }
 }
 
-TEST_F(DynamicLibraryTest, LoadingAnewClosesWhatWasHeld) {
+TEST_F(DynamicLibraryTest, LoadingAnotherLibraryClosesTheFirst) {
     DynamicLibrary library = DynamicLibrary::load(path, kName);
     EXPECT_FALSE(DynamicLibrary::try_load(directory / "absent.so", "absent.so", library));
     EXPECT_FALSE(is_loaded());
@@ -94,7 +94,7 @@ TEST_F(DynamicLibraryTest, FreeClosesTheLibrary) {
     EXPECT_FALSE(library.free());
 }
 
-TEST_F(DynamicLibraryTest, FreeOfWhatMayNotBeFreedChangesNothing) {
+TEST_F(DynamicLibraryTest, FreeKeepsALibraryThatMayNotBeFreed) {
     DynamicLibrary library = DynamicLibrary::load(path, kName);
     library.set_can_free(false);
     EXPECT_TRUE(library.free());

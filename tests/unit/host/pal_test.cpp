@@ -91,7 +91,7 @@ TEST(PalPathAppend, EmptyPathTakesThePartItself) {
     EXPECT_EQ(path, "part");
 }
 
-TEST(PalPathAppend, SeparatorIsAddedWithoutALookAtTheEnd) {
+TEST(PalPathAppend, AddsASeparatorEvenBehindASlash) {
     std::string path = "a";
     pal::path_append(path, "b");
     EXPECT_EQ(path, "a/b");

@@ -145,7 +145,8 @@ TEST(TiffTest, FaxTakesBlackAndWhiteOnly) {
     auto failure = failure_of([&] { encoded(*picture, TiffEncoding{TiffCompression::kFax4}); });
     EXPECT_EQ(failure.kind(), Failure::kEncoding);
     picture->binarize_fixed(127);
-    auto copy = decoded(encoded(*picture, TiffEncoding{TiffCompression::kFax4, TiffColor::kBilevel}));
+    auto copy =
+        decoded(encoded(*picture, TiffEncoding{.compression = TiffCompression::kFax4, .color = TiffColor::kBilevel}));
     EXPECT_EQ(pixels_of(*copy), pixels_of(*picture));
 }
 
@@ -161,7 +162,7 @@ TEST(TiffTest, SixteenBitsInEitherByteOrder) {
     EXPECT_EQ(encoded(*decoded(big), PngEncoding{}), encoded(*decoded(little), PngEncoding{}));
     TiffEncoding packed{TiffCompression::kLzw};
     packed.big_endian = true;
-    EXPECT_EQ(failure_of([&] { encoded(*wide, packed); }).kind(), Failure::kEncoding);
+    EXPECT_EQ(encoded(*decoded(encoded(*wide, packed)), PngEncoding{}), encoded(*decoded(little), PngEncoding{}));
 }
 
 TEST(BmpTest, RefusesWhatTheFormatDoesNotHave) {

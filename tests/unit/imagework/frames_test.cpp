@@ -55,9 +55,10 @@ TEST(FramesTest, TiffPagesKeepTheirSizeAndCompression) {
     TiffEncoding tiff;
     pages[0].encoding.format = tiff;
     tiff.compression = TiffCompression::kDeflate;
-    tiff.predictor = true;
+    tiff.predictor = TiffDifferencing::kHorizontal;
     pages[1].encoding.format = tiff;
     tiff.compression = TiffCompression::kNone;
+    tiff.predictor = TiffDifferencing::kNone;
     pages[2].encoding.format = tiff;
     for (const bool big_tiff : {false, true}) {
         for (const bool big_endian : {false, true}) {

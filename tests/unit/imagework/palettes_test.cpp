@@ -1,5 +1,6 @@
 // Palettes: finding them, bringing pixels down to them, files that have them.
 #include <algorithm>
+#include <random>
 #include <set>
 
 #include "runtime/native/imagework/palette_search.h"
@@ -24,6 +25,33 @@ TEST(PaletteSearchTest, ClearColorsAreAlike) {
     const std::vector<Argb> palette = {0xFF808080, 0x00FFFFFF};
     EXPECT_EQ(PaletteSearch(palette).nearest(0x00000000), 1U);
     EXPECT_EQ(PaletteSearch(palette).nearest(0xFFFFFFFF), 0U);
+}
+
+// The search by boxes finds what a look at all entries finds, the first of those that are equally near.
+TEST(PaletteSearchTest, NoEntryIsNearer) {
+    std::mt19937 random(5);
+    const auto color = [&](bool opaque) {
+        // Channels of few bits, so that many entries are equally near, and full ones.
+        const Argb mask = random() % 2 == 0 ? 0xC0C0C0C0 : 0xFFFFFFFF;
+        const Argb alpha = opaque || random() % 4 == 0 ? 0xFF000000 : random() % 4 == 0 ? 0 : random() & 0xFF000000;
+        return (random() & mask & 0xFFFFFF) | alpha;
+    };
+    for (const size_t count : {1, 2, 16, 256}) {
+        for (const bool opaque : {true, false}) {
+            std::vector<Argb> palette;
+            for (size_t i = 0; i < count; i++) {
+                palette.push_back(color(opaque));
+            }
+            PaletteSearch search(palette);
+            for (int i = 0; i < 3000; i++) {
+                const Argb wanted = color(opaque && i % 2 == 0);
+                const auto nearest = std::min_element(palette.begin(), palette.end(), [&](Argb a, Argb b) {
+                    return color_distance(wanted, a) < color_distance(wanted, b);
+                });
+                ASSERT_EQ(search.nearest(wanted), static_cast<size_t>(nearest - palette.begin())) << std::hex << wanted;
+            }
+        }
+    }
 }
 
 TEST(PaletteTest, FewColorsAreKeptInTheOrderOfTheirAppearance) {

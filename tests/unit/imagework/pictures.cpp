@@ -11,7 +11,7 @@ namespace zelmor::imagework {
 Backend& backend() {
     static Backend* loaded = [] {
         void* library = dlopen(IMAGEWORK_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        if (!library) {
+        if (library == nullptr) {
             throw std::runtime_error(dlerror());
         }
         return reinterpret_cast<BackendFunction>(dlsym(library, kBackendSymbol))();

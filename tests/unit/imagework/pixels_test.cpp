@@ -1,4 +1,6 @@
 // Reading and writing single pixels, replacing colors, opacity.
+#include <functional>
+
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -81,6 +83,24 @@ TEST(TransparentColorTest, IsWrittenAsClear) {
     auto copy = backend().decode({bytes.data.get(), bytes.size}, {});
     EXPECT_EQ(copy->get_argb(0, 0) >> 24, 0U);
     EXPECT_EQ(copy->get_argb(1, 0), 0xFF00FF00U);
+}
+
+// The pixels of a picture and its copy are the same memory until one of them is written to.
+TEST(PixelTest, WhatDidNothingLeavesThePixelsShared) {
+    const std::vector<std::function<void(Picture&)>> operations = {
+        [](Picture& picture) { picture.rotate(0.0, true, kWhite); },
+        [](Picture& picture) { picture.rotate_flip(0, false, false); },
+        [](Picture& picture) { picture.replace_color(0xFF010203, 0, kWhite); },
+        [](Picture& picture) { picture.resize(4, 3, Resampling::kLanczos); },
+    };
+    for (const auto& operation : operations) {
+        auto picture = backend().create(4, 3, false, false, 0xFF808080);
+        const auto copy = picture->copy();
+        operation(*picture);
+        picture->set_argb(1, 1, 0xFF102030);
+        EXPECT_EQ(picture->get_argb(1, 1), 0xFF102030U);
+        EXPECT_EQ(copy->get_argb(1, 1), 0xFF808080U);
+    }
 }
 
 }  // namespace

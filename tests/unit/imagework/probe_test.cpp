@@ -35,10 +35,10 @@ TEST(ProbeTest, TellsSettings) {
     EXPECT_TRUE(std::get<PngEncoding>(*png.encoding).interlaced);
     EXPECT_EQ(std::get<PngEncoding>(*png.encoding).color, PngColor::kTruecolorAlpha);
     EXPECT_TRUE(png.has_alpha);
-    auto tiff =
-        probe(encoded(*noise(8, 8, false), TiffEncoding{TiffCompression::kDeflate, TiffColor::kAuto, 0, 75, true}));
+    auto tiff = probe(encoded(*noise(8, 8, false), TiffEncoding{.compression = TiffCompression::kDeflate,
+                                                                .predictor = TiffDifferencing::kHorizontal}));
     EXPECT_EQ(std::get<TiffEncoding>(*tiff.encoding).compression, TiffCompression::kDeflate);
-    EXPECT_TRUE(std::get<TiffEncoding>(*tiff.encoding).predictor);
+    EXPECT_EQ(std::get<TiffEncoding>(*tiff.encoding).predictor, TiffDifferencing::kHorizontal);
     auto gif = probe(encoded(*noise(8, 8, false), GifEncoding{8, true}));
     EXPECT_TRUE(std::get<GifEncoding>(*gif.encoding).interlaced);
     EXPECT_TRUE(std::get<WebpEncoding>(*probe(encoded(*noise(8, 8, true), WebpEncoding{true, 100})).encoding).lossless);

@@ -6,9 +6,9 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr Resampling kSmooth[] = {Resampling::kBilinear, Resampling::kCatmullRom,  Resampling::kMitchell,
-                                  Resampling::kLanczos,  Resampling::kHighQuality, Resampling::kAdaptive,
-                                  Resampling::kBSpline};
+constexpr Resampling kSmooth[] = {Resampling::kBilinear, Resampling::kCatmullRom, Resampling::kMitchell,
+                                  Resampling::kLanczos,  Resampling::kSinc,       Resampling::kAdaptive,
+                                  Resampling::kBell,     Resampling::kBSpline};
 
 TEST(ResizeTest, SizesAreExactForAllMethods) {
     for (Resampling method : kSmooth) {

@@ -20,10 +20,10 @@ PyObject* get_failing(PyObject*, void*) {
 }
 
 PyObject* tell_static(PyObject* self, PyObject*) {
-    return Py_BuildValue("(sO)", "static", self ? self : Py_None);
+    return Py_BuildValue("(sO)", "static", self != nullptr ? self : Py_None);
 }
 PyObject* tell_instance(PyObject* self, PyObject*) {
-    return Py_BuildValue("(sO)", "instance", self ? self : Py_None);
+    return Py_BuildValue("(sO)", "instance", self != nullptr ? self : Py_None);
 }
 
 char closure_text[] = "a value";

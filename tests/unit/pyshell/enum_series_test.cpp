@@ -134,7 +134,7 @@ TEST_F(EnumSeriesTest, TheModuleIsThatOfTheCaller) {
     compare("(('A', 1),)");
 }
 
-TEST_F(EnumSeriesTest, OneAtATimeAndNoneBetween) {
+TEST_F(EnumSeriesTest, OnlyOneSeriesRunsAtATime) {
     EXPECT_EQ(EnumSeries::current(), nullptr);
     {
         const EnumSeries series;
@@ -143,7 +143,7 @@ TEST_F(EnumSeriesTest, OneAtATimeAndNoneBetween) {
     EXPECT_EQ(EnumSeries::current(), nullptr);
 }
 
-TEST_F(EnumSeriesTest, WhatASeriesKeepsGoesWithIt) {
+TEST_F(EnumSeriesTest, ASeriesReleasesItsObjectsAtItsEnd) {
     const PyRef base = evaluate("__import__('enum').IntEnum", {});
     ASSERT_TRUE(base);
     PyGC_Collect();

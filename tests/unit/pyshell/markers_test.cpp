@@ -34,7 +34,7 @@ TEST_F(Markers, TheHostMarkerIsNoneOnAClassAndEllipsisOnAStructAsAnOrdinaryAttri
     EXPECT_EQ(evaluate("T._zelmor_clr_castable_obj", {{"T", as_object(&test_struct_type)}}).get(), Py_None);
 }
 
-TEST_F(Markers, EachIsSetUnderItsKey) {
+TEST_F(Markers, EachMarkerIsStoredUnderItsKey) {
     const PyRef type = plain_type();
     EXPECT_TRUE(fn_set_obj_type_host_markattr(as_type(type)));
     EXPECT_EQ(PyDict_GetItem(as_type(type)->tp_dict, PyWrpIdMarkattr_ZelmorClrHost), Py_None);

@@ -47,7 +47,7 @@ TEST_F(CastsTest, ACastToABaseOrToItselfIsMade) {
     }
 }
 
-TEST_F(CastsTest, AnImpossibleCastIsNoFailure) {
+TEST_F(CastsTest, AnImpossibleCastHasAStatusAndNoError) {
     Owned png(make_handle(make_instance(kPng)));
     void* out = nullptr;
     EXPECT_EQ(cast_to(kBmp, png.object_arg(), &out), 0);
@@ -56,7 +56,7 @@ TEST_F(CastsTest, AnImpossibleCastIsNoFailure) {
     EXPECT_EQ(out, nullptr);
 }
 
-TEST_F(CastsTest, AnAttemptThatFailsIsNoImpossibleCast) {
+TEST_F(CastsTest, AnInvalidHandleFailsAndIsNoImpossibleCast) {
     const Handle gone = make_handle(make_instance(kPng));
     free_handle(gone);
     void* out = nullptr;
@@ -79,7 +79,7 @@ TEST_F(CastsTest, NullIsOfEveryReferenceType) {
     EXPECT_EQ(call<int>(kPng, "btp_IsAssignable", static_cast<void*>(nullptr)), 0);
 }
 
-TEST_F(CastsTest, AssignabilityTakesWhatTheKindTakes) {
+TEST_F(CastsTest, IsAssignableComparesTheTypesOfObjectsAndStructs) {
     Owned png(make_handle(make_instance(kPng)));
     EXPECT_EQ(call<int>(kBase, "btp_IsAssignable", png.get()), 1);
     EXPECT_EQ(call<int>(kBmp, "btp_IsAssignable", png.get()), 0);

@@ -16,7 +16,7 @@ std::shared_ptr<void> unowned(void* context) {
 
 class ClosureTest : public test::RuntimeTest {};
 
-TEST_F(ClosureTest, EveryScalarComesAndGoes) {
+TEST_F(ClosureTest, EveryScalarIsPassedAndReturned) {
     const auto echo = [](void*, CallFrame& frame) {
         switch (frame.signature()[1]) {
             case 'b':
@@ -47,9 +47,9 @@ TEST_F(ClosureTest, EveryScalarComesAndGoes) {
     EXPECT_EQ(reinterpret_cast<double (*)(double)>(make("dd"))(-2.25), -2.25);
 }
 
-TEST_F(ClosureTest, AFailedCallAnswersZeroOrWhatItSaidItWould) {
+TEST_F(ClosureTest, AFailedCallReturnsZeroOrTheStatusThatItNamed) {
     const auto fail = [](void* context, CallFrame& frame) {
-        if (context) {
+        if (context != nullptr) {
             frame.fails_with(-1);
         }
         frame.set_result<int32_t>(7);
@@ -62,7 +62,7 @@ TEST_F(ClosureTest, AFailedCallAnswersZeroOrWhatItSaidItWould) {
     EXPECT_EQ(test::take_raised().detail, "no");
 }
 
-TEST_F(ClosureTest, ManyArgumentsKeepTheirPlaces) {
+TEST_F(ClosureTest, ManyArgumentsArePassedInOrder) {
     const auto sum = [](void* context, CallFrame& frame) {
         frame.set_result(frame.argument<double>(1) + static_cast<double>(frame.argument<int64_t>(0)) +
                          static_cast<double>(frame.argument<float>(9)) + *static_cast<double*>(context));

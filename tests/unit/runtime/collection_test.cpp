@@ -37,7 +37,7 @@ class CollectionTest : public test::RuntimeTest {
     }
 };
 
-TEST_F(CollectionTest, NumbersCrossPlainly) {
+TEST_F(CollectionTest, ElementsOfANumberArrayAreReadAndWrittenAsNumbers) {
     Owned array(make_handle(make_array<int32_t>({5, -6, 7})));
     EXPECT_EQ(service<int>(kInt32Array, "SqLength", array.get()), 3);
     int32_t element = 0;
@@ -143,7 +143,7 @@ TEST_F(CollectionTest, EnumeratorsWalkAndNoticeChanges) {
     EXPECT_EQ(test::take_raised().name, "InvalidOperationException");
 }
 
-TEST_F(CollectionTest, VariantElementsAreAnyValue) {
+TEST_F(CollectionTest, AListOfVariantsHoldsAnyValue) {
     Owned list(make_handle(make_list(ListShape::kArrayList, variant_element())));
     PyObject* text = test::new_text(u"x");
     const VariantArg arg{3, text};
@@ -246,7 +246,7 @@ TEST_F(CollectionTest, APythonListIsWorkedOnInPlace) {
     test::release(list);
 }
 
-TEST_F(CollectionTest, WhatFailsInPythonIsAManagedException) {
+TEST_F(CollectionTest, AFailureInPythonBecomesAManagedException) {
     PyObject* object = test::new_list({test::new_int(1)});
     for (const int tag : {2, 3}) {
         const VariantArg arg{tag, object};
@@ -370,7 +370,7 @@ TEST_F(CollectionTest, ArraysMayChangeUnderTheirEnumerators) {
     EXPECT_THROW(other->move_next(element), ManagedException);
 }
 
-TEST_F(CollectionTest, EveryElementMakesAListOfItsZeroes) {
+TEST_F(CollectionTest, ANewListOfEveryElementTypeHoldsZeroValues) {
     for (const ElementType& element : elements()) {
         const auto list = make_list(ListShape::kArray, element, 2);
         ASSERT_EQ(list->size(), 2u) << element.id;

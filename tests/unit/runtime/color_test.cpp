@@ -48,7 +48,7 @@ TEST_F(ColorTest, TheNamedColorsAreThoseOfTheEnumeration) {
     }
 }
 
-TEST_F(ColorTest, NamedColorsKnowThatTheyAre) {
+TEST_F(ColorTest, NamedColorsReportTheirNameAndNumber) {
     const ColorValue red = named("getsa_Red");
     EXPECT_EQ(red.argb, 0xFFFF0000u);
     EXPECT_EQ(red.known_color, 141);
@@ -109,7 +109,7 @@ TEST_F(ColorTest, HueSaturationAndBrightness) {
     EXPECT_FLOAT_EQ(ask("call_000_GetBrightness", 0xFFFF0000), 0.5f);
 }
 
-TEST_F(ColorTest, CmykKeepsWhatItCan) {
+TEST_F(ColorTest, CmykRoundTripsAreExactUpToRounding) {
     EXPECT_EQ(cmyk_of(0xFF000000), (CmykValue{0, 0, 0, 255}));
     EXPECT_EQ(cmyk_of(0xFFFFFFFF), (CmykValue{0, 0, 0, 0}));
     EXPECT_EQ(cmyk_of(0xFFFF0000), (CmykValue{0, 255, 255, 0}));

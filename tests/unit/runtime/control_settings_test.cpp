@@ -22,7 +22,7 @@ TEST_F(ControlSettingsTest, SettingsAreReadFromText) {
     EXPECT_FALSE(is_missing("HostClass", "A.C", "get_X", 1));
 }
 
-TEST_F(ControlSettingsTest, WhatIsNotUnderstoodIsAnError) {
+TEST_F(ControlSettingsTest, AnUnknownSettingIsAnError) {
     for (const char* text : {"missing", "missing=", "missing=A.B", "missing=::X", "missing=A::#0", "init_status=x",
                              "init_status=", "what=1"}) {
         EXPECT_NE(add_settings(settings(), text), "") << text;

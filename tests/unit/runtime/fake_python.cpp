@@ -37,10 +37,10 @@ const T& held(PyObject* object) {
 }
 
 void drop(PyObject* object) {
-    if (!object || --object->count > 0) {
+    if (object == nullptr || --object->count > 0) {
         return;
     }
-    if (auto* items = std::get_if<std::vector<PyObject*>>(&object->value)) {
+    if (auto* items = std::get_if<std::vector<PyObject*>>(&object->value); items != nullptr) {
         for (PyObject* item : *items) {
             drop(item);
         }
@@ -53,7 +53,7 @@ void drop(PyObject* object) {
 }
 
 void keep(PyObject* object) {
-    if (object) {
+    if (object != nullptr) {
         ++object->count;
     }
 }
@@ -63,7 +63,7 @@ PyObject* none() {
 }
 
 void on_exception(PyObject* name, PyObject* detail) {
-    const auto text = [](PyObject* object) { return object ? to_utf8(text_of_object(object)) : "<null>"; };
+    const auto text = [](PyObject* object) { return object != nullptr ? to_utf8(text_of_object(object)) : "<null>"; };
     Raised report{text(name), text(detail)};
     if (raised()) {
         ADD_FAILURE() << "a second exception was reported: " << report.name << ": " << report.detail;
@@ -398,7 +398,7 @@ int int32_of(PyObject* object, int32_t* out) {
         return -1;
     }
     const auto* number = std::get_if<int64_t>(&object->value);
-    if (!number) {
+    if (number == nullptr) {
         pending_error = "TypeError: an integer is required";
         return -1;
     }
@@ -465,7 +465,7 @@ void release(PyObject* object) {
 }
 
 std::u16string text_of_object(PyObject* object) {
-    if (!object) {
+    if (object == nullptr) {
         ADD_FAILURE() << "there is no object";
         return {};
     }

@@ -43,7 +43,7 @@ TEST_F(GeometryTest, SizesAreRoundedInThreeWays) {
     EXPECT_EQ(over<SizeValue>(kSize, "call_000_Round", SizeFValue{3.5f, 1.5f}), (SizeValue{4, 2}));
 }
 
-TEST_F(GeometryTest, WhatDoesNotFitBecomesTheSmallestInteger) {
+TEST_F(GeometryTest, AFloatBeyondAnIntegerBecomesTheSmallestInteger) {
     const SizeFValue size{1e20f, std::nanf("")};
     EXPECT_EQ(over<SizeValue>(kSize, "call_000_Truncate", size), (SizeValue{INT32_MIN, INT32_MIN}));
 }
@@ -107,7 +107,7 @@ TEST_F(GeometryTest, ARectangleHoldsItsLeftAndTopEdgeOnly) {
     EXPECT_FALSE(contains(0, 1));
 }
 
-TEST_F(GeometryTest, EdgesMoveAlone) {
+TEST_F(GeometryTest, SettingOneEdgeKeepsTheOthers) {
     Owned box(make_struct_handle(RectangleValue{10, 20, 30, 40}));
     const auto& value = struct_target<RectangleValue>(box.get());
     call<void>(kRectangle, "set_Left", box.get(), 5);
@@ -134,7 +134,7 @@ TEST_F(GeometryTest, RectanglesAreNormalizedInflatedAndMadeOfCorners) {
               (RectangleValue{0, 2, 2, 3}));
 }
 
-TEST_F(GeometryTest, EmptyMeansAnotherThingForFloats) {
+TEST_F(GeometryTest, ARectangleOfFloatsIsEmptyWithoutWidthOrHeight) {
     const auto is_empty = [](const char* type, auto value) {
         Owned box(make_struct_handle(value));
         return call<bool>(type, "get_IsEmpty", box.get());

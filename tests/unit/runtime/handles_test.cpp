@@ -25,7 +25,7 @@ class Watched final : public ManagedObject {
     bool& m_gone;
 };
 
-TEST_F(HandlesTest, NullIsNull) {
+TEST_F(HandlesTest, TheNullHandleNamesNoObject) {
     EXPECT_EQ(make_handle(nullptr), nullptr);
     EXPECT_EQ(object_of(nullptr), nullptr);
     free_handle(nullptr);
@@ -43,7 +43,7 @@ TEST_F(HandlesTest, EachCrossingMakesAHandleOfItsOwn) {
     free_handle(second);
 }
 
-TEST_F(HandlesTest, TheLastHandleTakesTheObjectWithIt) {
+TEST_F(HandlesTest, FreeingTheLastHandleDestroysTheObject) {
     bool gone = false;
     Handle first = make_handle(make_ref<Watched>(gone));
     Handle second = make_handle(Ref<ManagedObject>(object_of(first)));
@@ -64,7 +64,7 @@ class Link final : public ManagedObject {
     PyHeld m_held;
 };
 
-TEST_F(HandlesTest, ALongChainTakesNoStack) {
+TEST_F(HandlesTest, DestroyingALongChainOfObjectsDoesNotRecurse) {
     PyObject* last = test::new_object();
     Ref<Link> chain = make_ref<Link>(nullptr, PyHeld::borrow(last));
     for (int i = 0; i < 1'000'000; ++i) {
@@ -76,7 +76,7 @@ TEST_F(HandlesTest, ALongChainTakesNoStack) {
     test::release(last);
 }
 
-TEST_F(HandlesTest, WhatAnObjectHeldOfPythonGoesAtTheEndOfTheCall) {
+TEST_F(HandlesTest, PythonObjectsOfADestroyedObjectAreReleasedAtTheEndOfTheCall) {
     PyObject* held = test::new_object();
     Ref<Link> link = make_ref<Link>(nullptr, PyHeld::borrow(held));
     {
@@ -96,7 +96,7 @@ TEST_F(HandlesTest, WhatAnObjectHeldOfPythonGoesAtTheEndOfTheCall) {
     test::release(held);
 }
 
-TEST_F(HandlesTest, EachThreadIsInCallsOfItsOwn) {
+TEST_F(HandlesTest, TheStateOfACallBelongsToItsThread) {
     const AssemblyScope here(Assembly::kImaging);
     const Callbacks* const mine = &callbacks();
     std::thread([&] {

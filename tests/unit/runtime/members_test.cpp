@@ -43,7 +43,7 @@ class MembersTest : public test::RuntimeTest {
 
 using Ints = std::vector<int32_t>;
 
-TEST_F(MembersTest, APropertyTakesAListAsItsArray) {
+TEST_F(MembersTest, AnArrayPropertyAcceptsAPythonList) {
     Owned options(call<void*>(kMulti, "ctor_000_MultiPageOptions"));
     const auto set = [&](const VariantArg* value) { call<void>(kMulti, "set_Pages", options.get(), value); };
     const ManagedObject& object = *object_of(options.get());

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
+#include "runtime/native/behaviors/metadata/containers/image_resources.h"
+#include "runtime/native/behaviors/metadata/containers/md5.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_packet.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -62,6 +64,9 @@ MetadataToWrite all_of(const ExifObject& exif) {
     MetadataToWrite write;
     write.exif = write_exif(exif);
     write.xmp = bytes(kPacket);
+    write.photoshop = bytes({"8BIM\4\4\0\0\0\0\0\2ab", 14});
+    write.comments = {bytes("one comment"), bytes("another")};
+    write.texts = {bytes({"tEXtTitle\0words", 15})};
     write.tags = exif.tags(ExifDirectory::kCommon);
     write.below = &exif;
     return write;
@@ -71,7 +76,7 @@ std::vector<Bytes> files() {
     return {jpeg(), png(), webp(), gif(), tiff(false), tiff(true)};
 }
 
-TEST(MetadataFilesTest, WhatIsWrittenIsFound) {
+TEST(MetadataFilesTest, WrittenMetadataIsFoundAgain) {
     const auto data = exif();
     for (const Bytes& file : files()) {
         const MetadataFormat format = metadata_format(file);
@@ -81,6 +86,10 @@ TEST(MetadataFilesTest, WhatIsWrittenIsFound) {
         EXPECT_EQ(metadata_format(written), format);
         const FileMetadata found = find_metadata(written);
         EXPECT_EQ(text(found.xmp), kPacket);
+        EXPECT_EQ(found.comments, format == MetadataFormat::kJpeg ? write.comments : std::vector<Bytes>());
+        EXPECT_EQ(found.texts, format == MetadataFormat::kPng ? write.texts : std::vector<Bytes>());
+        const bool has_resources = format == MetadataFormat::kJpeg || format == MetadataFormat::kTiff;
+        EXPECT_EQ(text(found.photoshop), has_resources ? text(write.photoshop) : "");
         if (format == MetadataFormat::kTiff) {
             const auto read = read_exif_of_tiff(written);
             EXPECT_EQ(read->tags(ExifDirectory::kCommon).size(), 1u);
@@ -99,6 +108,38 @@ TEST(MetadataFilesTest, WhatIsWrittenIsFound) {
         if (format != MetadataFormat::kWebp) {
             EXPECT_EQ(text(bare), text(file));
         }
+    }
+}
+
+TEST(MetadataFilesTest, AnExtensionIsPutTogether) {
+    MetadataToWrite write;
+    write.xmp = bytes("<a note:HasExtendedXMP=\"0123456789ABCDEF0123456789ABCDEF\"/>");
+    write.extended_guid = "0123456789ABCDEF0123456789ABCDEF";
+    write.extended_xmp = bytes(std::string(200000, 'x'));
+    const Bytes written = with_metadata(jpeg(), write);
+    const FileMetadata found = find_metadata(written);
+    EXPECT_EQ(found.extended_guid, write.extended_guid);
+    EXPECT_EQ(found.extended_xmp, write.extended_xmp);
+    EXPECT_TRUE(find_metadata(Bytes(written.begin(), written.begin() + 150000)).extended_xmp.empty());
+}
+
+TEST(MetadataFilesTest, DigestsAreThoseOfTheStandard) {
+    EXPECT_EQ(md5_text(bytes("")), "D41D8CD98F00B204E9800998ECF8427E");
+    EXPECT_EQ(md5_text(bytes("abc")), "900150983CD24FB0D6963F7D28E17F72");
+    EXPECT_EQ(md5_text(bytes("12345678901234567890123456789012345678901234567890123456789012345678901234567890")),
+              "57EDF4A22BE3C955AC49DA2E2107B67A");
+}
+
+TEST(MetadataFilesTest, ThumbnailsAreTakenOutOfResources) {
+    const Bytes iptc = bytes({"8BIM\4\4\3abc\0\0\0\3xyz\0", 18});
+    const Bytes shown = bytes({"8BIM\4\x0C\0\0\0\0\0\4abcd", 16});
+    Bytes all = shown;
+    all.insert(all.end(), iptc.begin(), iptc.end());
+    all.insert(all.end(), shown.begin(), shown.end());
+    EXPECT_EQ(text(resources_without_thumbnails(all)), text(iptc));
+    for (size_t size = 0; size < all.size(); ++size) {
+        const Bytes part(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(size));
+        EXPECT_EQ(text(resources_without_thumbnails(part)).find("abcd"), std::string::npos);
     }
 }
 
@@ -135,7 +176,7 @@ void read_all(const Bytes& file) {
     }
 }
 
-TEST(MetadataFilesTest, FilesThatEndTooEarlyAreAnswered) {
+TEST(MetadataFilesTest, TruncatedFilesAreReadWithoutACrash) {
     for (const Bytes& file : files()) {
         const Bytes whole = with_metadata(file, all_of(*exif()));
         for (size_t size = 0; size <= whole.size(); ++size) {
@@ -144,7 +185,7 @@ TEST(MetadataFilesTest, FilesThatEndTooEarlyAreAnswered) {
     }
 }
 
-TEST(MetadataFilesTest, DamagedBytesAreAnswered) {
+TEST(MetadataFilesTest, DamagedFilesAreReadWithoutACrash) {
     for (const Bytes& file : files()) {
         const Bytes whole = with_metadata(file, all_of(*exif()));
         for (size_t at = 0; at < whole.size(); ++at) {

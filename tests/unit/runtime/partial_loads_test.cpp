@@ -13,7 +13,7 @@ namespace {
 imagework::Backend& backend() {
     static imagework::Backend* loaded = [] {
         void* library = dlopen(IMAGEWORK_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        if (!library) {
+        if (library == nullptr) {
             throw std::runtime_error(dlerror());
         }
         return reinterpret_cast<imagework::BackendFunction>(dlsym(library, imagework::kBackendSymbol))();
@@ -60,7 +60,7 @@ Ref<ImageObject> striped(int32_t width, int32_t height) {
 void load(const char* entry, const Ref<ImageObject>& image, RectangleValue area, Collector* collector) {
     Handle self = make_handle(image);
     const VariantArg rectangle{kHandleStruct, make_struct_handle(area)};
-    const VariantArg loader{kHandleObject, collector ? make_handle(Ref<ManagedObject>(collector)) : nullptr};
+    const VariantArg loader{kHandleObject, collector != nullptr ? make_handle(Ref<ManagedObject>(collector)) : nullptr};
     test::call<void>("Zelmor.Imaging.RasterImage", entry, self, &rectangle, &loader);
     free_handle(self);
     free_handle(rectangle.value);
@@ -102,7 +102,7 @@ TEST_F(PartialLoadsTest, AllPixelsArrive) {
     EXPECT_EQ(static_cast<uint64_t>(collector->argb64[0]) >> 48, 0xFFFFU);
 }
 
-TEST_F(PartialLoadsTest, NothingArrivesFromOutside) {
+TEST_F(PartialLoadsTest, NoPixelsOutsideTheAreaAreDelivered) {
     auto collector = make_ref<Collector>();
     load("call_000_LoadPartialArgb32Pixels", striped(300, 300), {0, 0, 300, 301}, collector.get());
     EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");

@@ -24,7 +24,7 @@ const EntryInfo* find_entry(const TypeInfo& type, const char* name) {
 
 TEST(RegistrationTest, EveryBehaviorIsInTheCatalogueWithItsSignature) {
     size_t count = 0;
-    for (const BehaviorTable* table = BehaviorTable::first(); table; table = table->next()) {
+    for (const BehaviorTable* table = BehaviorTable::first(); table != nullptr; table = table->next()) {
         for (const Behavior& behavior : table->behaviors()) {
             for (const EntryName* known : behavior.names) {
                 const std::string name = std::string(known->type.name) + "::" + known->name;
@@ -43,7 +43,7 @@ TEST(RegistrationTest, EveryBehaviorIsInTheCatalogueWithItsSignature) {
 
 TEST(RegistrationTest, NoEntryPointHasTwoBehaviors) {
     std::set<std::string> names;
-    for (const BehaviorTable* table = BehaviorTable::first(); table; table = table->next()) {
+    for (const BehaviorTable* table = BehaviorTable::first(); table != nullptr; table = table->next()) {
         for (const Behavior& behavior : table->behaviors()) {
             for (const EntryName* known : behavior.names) {
                 const std::string name = std::string(known->type.name) + "::" + known->name;
@@ -71,7 +71,7 @@ TEST(RegistrationTest, EveryMemberOfAValueTypeHasBehavior) {
 
 std::vector<DefaultValue> all_defaults() {
     std::vector<DefaultValue> all;
-    for (const DefaultTable* table = DefaultTable::first(); table; table = table->next()) {
+    for (const DefaultTable* table = DefaultTable::first(); table != nullptr; table = table->next()) {
         all.insert(all.end(), table->values().begin(), table->values().end());
     }
     return all;
@@ -102,7 +102,7 @@ TEST(RegistrationTest, EveryDefaultOfAnEnumerationIsAMember) {
     for (const DefaultValue& entry : all_defaults()) {
         const auto property = find_property(require_type(entry.type), entry.property);
         const TypeInfo* type = property ? type_at(property->info->type) : nullptr;
-        if (!type || type->kind != TypeKind::kEnum) {
+        if (type == nullptr || type->kind != TypeKind::kEnum) {
             continue;
         }
         EXPECT_NE(find_enum_member(*type, entry.integer), nullptr) << entry.type << "." << entry.property;

@@ -51,7 +51,7 @@ TEST_F(ResolveTest, EachAssemblyHasItsServiceClasses) {
     EXPECT_EQ(addresses.size(), std::size(kAssemblies)) << "callbacks are kept per assembly";
 }
 
-TEST_F(ResolveTest, WhatIsNotThereHasAStatus) {
+TEST_F(ResolveTest, AMissingEntryPointHasAStatus) {
     const TypeInfo& type = require_type("Zelmor.Imaging.LoadOptions");
     EXPECT_EQ(resolve_delegate("Some.Other", kExchangeHostType, "InitServices").status, kAssemblyNotFound);
     EXPECT_EQ(resolve_delegate(kImaging, "WrpNs_Zelmor.WrpCs_None_00000000", "get_X").status, kTypeNotFound);

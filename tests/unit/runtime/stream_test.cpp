@@ -57,7 +57,7 @@ std::string exception_of(Action action) {
     return "";
 }
 
-TEST_F(StreamTest, MemoryIsReadWrittenAndSought) {
+TEST_F(StreamTest, AMemoryStreamReadsWritesAndSeeks) {
     const auto stream = make_memory_stream(bytes("hello"));
     EXPECT_EQ(stream->length(), 5);
     stream->seek(-2, SeekFrom::kEnd);
@@ -110,7 +110,7 @@ TEST_F(StreamTest, APipeHasNoLengthAndNoPosition) {
     EXPECT_EQ(stream->read(data), 3U);
 }
 
-TEST_F(StreamTest, AMissingFileNamesItself) {
+TEST_F(StreamTest, TheErrorForAMissingFileNamesTheFile) {
     try {
         open_file_stream(path("none.bin"), FileUse::kRead);
         ADD_FAILURE();
@@ -158,7 +158,7 @@ TEST_F(StreamTest, APythonFileIsReadThroughItsCallbacks) {
     test::release(file);
 }
 
-TEST_F(StreamTest, NoneIsNoStream) {
+TEST_F(StreamTest, NoneIsRefusedAsAStream) {
     const VariantArg none{};
     EXPECT_FALSE(read_stream_or_null(&none));
     EXPECT_EQ(exception_of([&] { read_stream(&none, "destination_stream"); }), "ArgumentNullException");

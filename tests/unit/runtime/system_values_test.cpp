@@ -20,7 +20,7 @@ std::string shown(const Value& value) {
     return to_utf8(text_of_value(value));
 }
 
-TEST(SystemValues, ADecimalIsEqualToItselfWithMoreZeros) {
+TEST(SystemValues, DecimalsThatDifferInTrailingZerosAreEqual) {
     EXPECT_TRUE(values_equal(decimal(15, 1), decimal(1500, 3)));
     EXPECT_EQ(hash_of_value(decimal(15, 1)), hash_of_value(decimal(1500, 3)));
     EXPECT_TRUE(values_equal(decimal(0, 5, true), decimal(0, 0)));

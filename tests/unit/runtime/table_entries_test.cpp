@@ -85,7 +85,7 @@ TEST_F(TailTest, AStructIsCopiedBothWays) {
     EXPECT_EQ(test::take_raised().name, "NullReferenceException");
 }
 
-TEST_F(TailTest, WhatIsTypedObjectComesBackAsItWas) {
+TEST_F(TailTest, APropertyOfTypeObjectReturnsTheStoredValue) {
     constexpr const char* kReader = "Zelmor.Imaging.FileFormats.Tiff.FileManagement.TiffStreamReader";
     constexpr const char* kUnknown = "Zelmor.Imaging.FileFormats.Tiff.TiffTagTypes.TiffUnknownType";
     const PyBytesArg no_bytes{1, 0, nullptr};
@@ -174,7 +174,7 @@ TEST_F(TailTest, AConstructorFillsThePropertiesOfItsArguments) {
     EXPECT_EQ(property_int(object, "To"), 9);
 }
 
-TEST_F(TailTest, WhatHasNoBehaviorSaysSo) {
+TEST_F(TailTest, AMemberWithoutBehaviorIsReportedAsNotSupported) {
     constexpr const char* kRaw = "Zelmor.Imaging.FileFormats.Dng.Decoder.ImageParameters";
     Owned raw(make_handle(make_instance(kRaw)));
     EXPECT_EQ(call<int>(kRaw, "get_IsFoveon", raw.get()), 0);

@@ -16,7 +16,7 @@ TEST(TextTest, Utf8AndUtf16AreTheSameText) {
     EXPECT_EQ(to_utf16("\xF0\x9F\x98\x80"), u"\U0001F600");
 }
 
-TEST(TextTest, WhatIsNoUtf8BecomesTheReplacement) {
+TEST(TextTest, InvalidUtf8BecomesTheReplacementCharacter) {
     EXPECT_EQ(to_utf16("a\xFFz"), u"a\uFFFDz");
     EXPECT_EQ(to_utf16("\xC0\x80"), u"\uFFFD\uFFFD");            // too long a form
     EXPECT_EQ(to_utf16("\xED\xA0\x80"), u"\uFFFD\uFFFD\uFFFD");  // a surrogate

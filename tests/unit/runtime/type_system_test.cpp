@@ -82,10 +82,10 @@ TEST_F(TypeSystemTest, EveryElementOfACollectionIsWellFormed) {
     for (size_t i = 0; i < kGenericElementCount; ++i) {
         const ElementType* element = find_element(kGenericElements[i]);
         ASSERT_NE(element, nullptr) << kGenericElements[i];
-        EXPECT_TRUE(element->wire != Wire::kCollection || element->inner()) << element->id;
+        EXPECT_TRUE(element->wire != Wire::kCollection || element->inner() != nullptr) << element->id;
         // A type of the catalogue, as far as the catalogue goes, has the kind that its wire says.
         const TypeInfo* type = element->type();
-        if (!type || element->wire == Wire::kObject) {
+        if (type == nullptr || element->wire == Wire::kObject) {
             continue;
         }
         const TypeKind wanted = element->wire == Wire::kStruct      ? TypeKind::kStruct

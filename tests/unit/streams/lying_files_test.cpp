@@ -128,7 +128,7 @@ TEST_F(LyingFiles, AnAnswerIsConvertedOrRefusedInTheConversionsWords) {
     }
 }
 
-TEST_F(LyingFiles, AnyAnswerToFlushingWillDo) {
+TEST_F(LyingFiles, TheResultOfFlushIsIgnored) {
     for (const char* text : {"None", "'x'", "object()", "-1"}) {
         const PyRef answer = evaluate(text);
         const PyRef file = file_giving(answer.get());
@@ -235,7 +235,7 @@ TEST_F(LyingFiles, AClosedThatIsNoBoolIsChained) {
     }
 }
 
-TEST_F(LyingFiles, NonsensePositionsMakeANonsenseLengthAndNoMore) {
+TEST_F(LyingFiles, TheLengthIsWhateverTheSecondSeekReturns) {
     // The length is the answer of the second seek, whatever it is, so long as it is an integer of 64 bits.
     for (const char* text : {"-7", "2**62", "0"}) {
         const PyRef answer = evaluate(text);
@@ -278,7 +278,7 @@ TEST_F(LyingFiles, AViewThatIsKeptStaysAnObject) {
     }
 }
 
-TEST_F(LyingFiles, ClosingTakesAnyAnswerAndNoError) {
+TEST_F(LyingFiles, CloseIgnoresTheResultAndReportsAnErrorAsUnraisable) {
     const UnraisableWatch watch;
     PyErr_SetString(PyExc_ValueError, "older");
     const PyRef missing = [] {

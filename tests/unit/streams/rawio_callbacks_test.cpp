@@ -103,7 +103,7 @@ TEST_F(RawIo, AMethodThatRaisesFailsWithItsError) {
     expect_error(PyExc_KeyError, "'broken'");
 }
 
-TEST_F(RawIo, AByteOrTheEnd) {
+TEST_F(RawIo, ReadByteGivesAByteOrTheEnd) {
     const PyRef file = evaluate("__import__('io').BytesIO(b'\\xff\\x00')");
     EXPECT_EQ(fn_clbk_rawio_readbyte(file.get()), 255);
     EXPECT_EQ(fn_clbk_rawio_readbyte(file.get()), 0);
@@ -206,7 +206,7 @@ TEST_F(RawIo, AFailureOnTheWayToTheLengthIsChained) {
     expect_chained(kLengthMessage, PyExc_TypeError, "can't build 'Int64' from 'str'");
 }
 
-TEST_F(RawIo, ClosingClosesAndDisturbsNoPendingError) {
+TEST_F(RawIo, CloseKeepsAPendingError) {
     const PyRef file = evaluate("__import__('io').BytesIO()");
     PyErr_SetString(PyExc_ValueError, "older");
     fn_clbk_rawio_close(file.get());

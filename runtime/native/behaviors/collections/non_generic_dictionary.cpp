@@ -2,6 +2,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -15,11 +16,17 @@ class NonGenericDictionary final : public ManagedCollection {
     NonGenericDictionary()
         : ManagedCollection(require_type(kManagedName)),
           m_keys(make_list(ListShape::kArrayList, variant_element())),
-          m_values(make_list(ListShape::kArrayList, variant_element())) {}
+          m_values(make_list(ListShape::kArrayList, variant_element())) {
+        track();
+    }
 
     const ElementType& element() const override { return variant_element(); }
     size_t size() const override { return m_keys->size(); }
     Ref<ManagedEnumerator> enumerator() override { return m_keys->enumerator(); }
+    void references(ReferenceVisitor& visitor) override {
+        visitor(m_keys);
+        visitor(m_values);
+    }
     bool contains(const Value& key) override { return m_keys->contains(key); }
 
     void add(const Value& key, const Value& value) {

@@ -4,6 +4,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -14,7 +15,9 @@ using api::FileFormats::Emf::MetaObjectList;
 class NonGenericList final : public ManagedList {
  public:
     NonGenericList(const TypeInfo& type, Ref<ManagedList> inner)
-        : ManagedList(type, inner->element()), m_inner(std::move(inner)) {}
+        : ManagedList(type, inner->element()), m_inner(std::move(inner)) {
+        track();
+    }
 
     const Ref<ManagedList>& inner() const { return m_inner; }
     bool fixed_size() const override { return m_inner->fixed_size(); }
@@ -28,6 +31,7 @@ class NonGenericList final : public ManagedList {
     void resize(size_t count) override { m_inner->resize(count); }
     void reserve(size_t count) override { m_inner->reserve(count); }
     Ref<ManagedEnumerator> enumerator() override { return m_inner->enumerator(); }
+    void references(ReferenceVisitor& visitor) override { visitor(m_inner); }
 
  protected:
     void store(size_t index, const Value& value) override { m_inner->set(index, value); }

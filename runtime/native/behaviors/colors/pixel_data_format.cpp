@@ -161,6 +161,7 @@ const BehaviorTable named_table([] {
 // ---- The format that a user can replace
 
 Format& grayscale_slot() {
+    // A setting of the process; read and replaced under the interpreter lock.
     static Format& format = *new Format(gray(8));
     return format;
 }

@@ -8,6 +8,7 @@
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/drawwork/loader.h"
 
 namespace zelmor::embed {
@@ -40,12 +41,18 @@ std::vector<Argb> read(const ImageObject& image, const PixelArea& area) {
 }  // namespace
 
 GraphicsObject::GraphicsObject(const TypeInfo& type, Ref<ImageObject> image) : Record(type), m_image(std::move(image)) {
+    track();
     assert(m_image);
     set_property(*this, "Image", Value(Ref<ManagedObject>(m_image)));
     set_property(*this, "PageUnit", GraphicsUnit::kDisplay);
     set_property(*this, "PageScale", 1.0);
     set_property(*this, "Transform", Value(Ref<ManagedObject>(make_ref<MatrixObject>())));
     set_property(*this, "Clip", Value(Ref<ManagedObject>(make_ref<RegionObject>())));
+}
+
+void GraphicsObject::references(ReferenceVisitor& visitor) {
+    Record::references(visitor);
+    visitor(m_image);
 }
 
 PixelArea GraphicsObject::whole() const {

@@ -24,6 +24,7 @@ class GraphicsObject final : public Record {
     GraphicsObject(const TypeInfo& type, Ref<ImageObject> image);
 
     ImageObject& image() const { return *m_image; }
+    void references(ReferenceVisitor& visitor) override;
     RectD image_rect() const;
     double dpi_x() const { return m_image->picture().resolution().horizontal; }
     double dpi_y() const { return m_image->picture().resolution().vertical; }

@@ -26,7 +26,7 @@ const Affine& required_map(const MatrixObject* matrix, const char* parameter) {
 
 Affine transform_of(const ManagedObject& owner) {
     const auto matrix = property_object(owner, "Transform");
-    return matrix ? cast_object<MatrixObject>(*matrix).map : Affine();
+    return matrix != nullptr ? cast_object<MatrixObject>(*matrix).map : Affine();
 }
 
 Affine combined(const Affine& map, const Affine& step, MatrixOrder order) {

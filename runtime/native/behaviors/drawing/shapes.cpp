@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "runtime/native/core/enumeration_properties.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
 
@@ -198,6 +199,11 @@ void FigureObject::reverse() {
     }
 }
 
+void FigureObject::references(ReferenceVisitor& visitor) {
+    OutlinedObject::references(visitor);
+    visitor(shapes);
+}
+
 Ref<ManagedObject> FigureObject::copy() const {
     auto twin = make_ref<FigureObject>(type());
     twin->assign_from(*this);
@@ -243,6 +249,11 @@ void PathObject::become(const Outline& polygons) {
         figure->shapes.push_back(shape);
         figures.push_back(figure);
     }
+}
+
+void PathObject::references(ReferenceVisitor& visitor) {
+    OutlinedObject::references(visitor);
+    visitor(figures);
 }
 
 Ref<ManagedObject> PathObject::copy() const {

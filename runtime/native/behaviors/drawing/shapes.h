@@ -81,7 +81,7 @@ class PointsShape final : public ShapeObject {
 class FigureObject final : public OutlinedObject {
  public:
     static constexpr const char* kManagedName = api::Figure::kType.name;
-    explicit FigureObject(const TypeInfo& type) : OutlinedObject(type) {}
+    explicit FigureObject(const TypeInfo& type) : OutlinedObject(type) { track(); }
     FigureObject() : FigureObject(require_type(kManagedName)) {}
 
     std::vector<Ref<ShapeObject>> shapes;
@@ -89,12 +89,13 @@ class FigureObject final : public OutlinedObject {
     void transform(const Affine& map) override;
     void reverse();
     Ref<ManagedObject> copy() const override;  // with copies of the shapes
+    void references(ReferenceVisitor& visitor) override;
 };
 
 class PathObject final : public OutlinedObject {
  public:
     static constexpr const char* kManagedName = api::GraphicsPath::kType.name;
-    explicit PathObject(const TypeInfo& type) : OutlinedObject(type) {}
+    explicit PathObject(const TypeInfo& type) : OutlinedObject(type) { track(); }
     PathObject() : PathObject(require_type(kManagedName)) {}
 
     std::vector<Ref<FigureObject>> figures;
@@ -104,6 +105,7 @@ class PathObject final : public OutlinedObject {
     // Replaces the figures by polygons, one figure for each contour.
     void become(const Outline& polygons);
     Ref<ManagedObject> copy() const override;  // with copies of the figures
+    void references(ReferenceVisitor& visitor) override;
 };
 
 // The segments of an outline as an array of line and Bézier segments; closing lines are among them.

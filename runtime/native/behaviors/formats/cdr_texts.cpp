@@ -6,6 +6,7 @@
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -17,8 +18,12 @@ constexpr const char* kText = api::FileFormats::Cdr::Objects::CdrText::kType.nam
 class CdrTexts final : public Record {
  public:
     static constexpr const char* kManagedName = kTexts;
-    using Record::Record;
+    explicit CdrTexts(const TypeInfo& type) : Record(type) { track(); }
     std::map<int32_t, std::vector<Value>> by_key;
+    void references(ReferenceVisitor& visitor) override {
+        Record::references(visitor);
+        visitor(by_key);
+    }
 };
 
 void add(CdrTexts& self, int32_t key, Record* cdr_text) {

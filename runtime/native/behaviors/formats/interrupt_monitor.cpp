@@ -1,11 +1,13 @@
-// InterruptMonitor: a flag that one thread sets and another one reads, and the monitor of each thread. The image
-// operations of this runtime do not read it: they always run to their end.
+// InterruptMonitor: a flag that one thread sets and another one reads, and the monitor of each thread; see
+// interrupt_monitor.h.
+#include "runtime/native/behaviors/formats/interrupt_monitor.h"
+
 #include <unordered_map>
 
 #include "generated/runtime/Zelmor.Imaging.MultiThreading.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
-#include "runtime/native/core/records.h"
+#include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
 
@@ -35,6 +37,12 @@ uint64_t this_thread() {
     return number;
 }
 
+void require_not_set(const ManagedObject& monitor) {
+    if (has_property(monitor, "IsInterrupted") && property_bool(monitor, "IsInterrupted")) {
+        throw ManagedException("OperationInterruptedException", "The operation was interrupted by its monitor.");
+    }
+}
+
 Interface get_instance() {
     const auto found = monitors().find(this_thread());
     return {found == monitors().end() ? nullptr : found->second};
@@ -55,5 +63,21 @@ const BehaviorTable table({
 });
 
 }  // namespace
+
+void require_uninterrupted() {
+    const auto found = monitors().find(this_thread());
+    if (found != monitors().end()) {
+        require_not_set(*found->second);
+    }
+}
+
+void require_uninterrupted(const Record& image) {
+    require_uninterrupted();
+    const Ref<ManagedObject> own =
+        has_property(image, "InterruptMonitor") ? property_object(image, "InterruptMonitor") : nullptr;
+    if (own) {
+        require_not_set(*own);
+    }
+}
 
 }  // namespace zelmor::embed

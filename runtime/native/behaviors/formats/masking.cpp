@@ -7,6 +7,7 @@
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -59,8 +60,12 @@ Ref<ManagedObject> assumed_object(const std::string& type, const RectangleValue&
 
 class Masking final : public Record {
  public:
-    using Record::Record;
+    explicit Masking(const TypeInfo& type) : Record(type) { track(); }
     Ref<ManagedObject> source;  // kept, as the managed class keeps it
+    void references(ReferenceVisitor& visitor) override {
+        Record::references(visitor);
+        visitor(source);
+    }
 };
 
 Ref<ManagedObject> masking_of(ManagedObject* source_image) {

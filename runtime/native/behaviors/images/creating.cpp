@@ -38,6 +38,47 @@ NewPixels pixels_of(ColorModel color, bool alpha, int depth = 8) {
     return {form, form.bits * form.bands()};
 }
 
+SampleType sample_type(int depth, TiffNumbers numbers) {
+    if (numbers == TiffNumbers::kFloatingPoint) {
+        return depth == 64 ? SampleType::kDouble : SampleType::kFloat;
+    }
+    const bool is_signed = numbers == TiffNumbers::kSigned;
+    return depth == 32   ? (is_signed ? SampleType::kInt32 : SampleType::kUint32)
+           : depth == 16 ? (is_signed ? SampleType::kInt16 : SampleType::kUint16)
+                         : (is_signed ? SampleType::kInt8 : SampleType::kUint8);
+}
+
+NewPixels pixels_for(const TiffEncoding& tiff) {
+    const int depth = tiff.color == TiffColor::kBilevel ? 1 : tiff.bit_depth == 0 ? 8 : tiff.bit_depth;
+    const auto pixels = [&](ColorModel color, bool alpha) {
+        const bool is_plain_gray = color == ColorModel::kGray && !alpha;
+        PixelForm form = pixel_form(color, alpha, is_plain_gray ? depth : std::max(8, depth));
+        form.sample = sample_type(depth, tiff.numbers);
+        return NewPixels{form, form.bits * form.bands()};
+    };
+    switch (tiff.color) {
+        case TiffColor::kBilevel:
+        case TiffColor::kGray:
+            return pixels(ColorModel::kGray, false);
+        case TiffColor::kGrayAlpha:
+            return pixels(ColorModel::kGray, true);
+        case TiffColor::kRgba:
+            return pixels(ColorModel::kRgb, true);
+        case TiffColor::kIndexed:
+            return {pixel_form(ColorModel::kRgb, false), depth};
+        case TiffColor::kCmyk:
+            return pixels(ColorModel::kCmyk, false);
+        case TiffColor::kCmyka:
+            return pixels(ColorModel::kCmyk, true);
+        case TiffColor::kLab:
+            return pixels(ColorModel::kLab, false);
+        case TiffColor::kAuto:
+        case TiffColor::kRgb:
+            break;
+    }
+    return pixels(ColorModel::kRgb, false);
+}
+
 // The pixels of a new image of the format: in the form in which it will be written. Colors without a palette, which is
 // chosen at the end, are true colors until then.
 NewPixels pixels_for(const Encoding& encoding) {
@@ -70,20 +111,7 @@ NewPixels pixels_for(const Encoding& encoding) {
         }
     }
     if (const auto* tiff = std::get_if<TiffEncoding>(&encoding.format)) {
-        const int depth = tiff->bit_depth == 0 ? 8 : tiff->bit_depth;
-        const int whole = std::max(8, depth);
-        switch (tiff->color) {
-            case TiffColor::kBilevel:
-                return pixels_of(ColorModel::kGray, false, 1);
-            case TiffColor::kGray:
-                return pixels_of(ColorModel::kGray, false, depth);
-            case TiffColor::kRgba:
-                return pixels_of(ColorModel::kRgb, true, whole);
-            case TiffColor::kCmyk:
-                return pixels_of(ColorModel::kCmyk, false, whole);
-            default:
-                return pixels_of(ColorModel::kRgb, false, whole);
-        }
+        return pixels_for(*tiff);
     }
     return pixels_of(ColorModel::kRgb, true);
 }
@@ -112,6 +140,10 @@ void set_target(ImageObject& image, const Record& options) {
 }
 
 }  // namespace
+
+PixelForm form_of_new_image(const Encoding& encoding) {
+    return pixels_for(encoding).form;
+}
 
 int bits_per_pixel_of(const Encoding& encoding) {
     return pixels_for(encoding).bits;
@@ -142,6 +174,7 @@ Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t he
     facts.has_alpha = pixels.form.alpha;
     facts.encoding = encoding.format;
     require_registered(Trade::kCreating, file_format_of(facts));
+    require_uninterrupted();
     // The pixels of an image with a palette begin with its first color.
     auto picture = image_backend().create(width, height, pixels.form, pixels.form.alpha ? 0 : kBlack, encoding.palette);
     if (encoding.resolution) {

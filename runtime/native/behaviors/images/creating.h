@@ -11,6 +11,8 @@ Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t heig
 
 // An empty image that is written with the settings given.
 Ref<ImageObject> new_image(const imagework::Encoding& encoding, int32_t width, int32_t height);
+// The form of an empty image of these settings, but for a palette.
+imagework::PixelForm form_of_new_image(const imagework::Encoding& encoding);
 // Bits of a pixel in a file of these settings.
 int bits_per_pixel_of(const imagework::Encoding& encoding);
 

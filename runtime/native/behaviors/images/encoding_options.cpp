@@ -1,11 +1,10 @@
 // The settings that an image is saved with, from save options or from the image alone; see encoding_options.h.
 #include "runtime/native/behaviors/images/encoding_options.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "runtime/native/behaviors/images/format_settings.h"
-#include "runtime/native/behaviors/images/option_checks.h"
+#include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/behaviors/images/palettes.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -23,6 +22,9 @@ bool is_indexed(const Encoding& encoding) {
     }
     if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) {
         return bmp->bits_per_pixel <= 8;
+    }
+    if (const auto* tiff = std::get_if<TiffEncoding>(&encoding.format)) {
+        return tiff->color == TiffColor::kIndexed && !tiff->of_file;
     }
     return std::holds_alternative<GifEncoding>(encoding.format);
 }
@@ -51,9 +53,7 @@ Format format_of_options(const ManagedObject& options) {
 Encoding encoding_of_options(const ManagedObject& options) {
     Encoding encoding;
     encoding.format = settings_of_options(options);
-    if (std::holds_alternative<BmpEncoding>(encoding.format)) {
-        require_unset(options, {"XmpData"});
-    }
+    require_effective_options(options);
     if (const Ref<PaletteObject> palette = palette_property(options, "Palette")) {
         if (!is_indexed(encoding)) {
             throw_not_supported("A palette in " + std::string(options.type().name) +
@@ -114,7 +114,15 @@ Encoding completed(const ImageObject& image, Encoding encoding) {
 }  // namespace
 
 Encoding encoding_for(const ImageObject& image, const ManagedObject& options) {
-    return completed(image, encoding_of_options(options));
+    Encoding encoding = encoding_of_options(options);
+    const bool wants_transparent_color =
+        has_property(options, "HasTransparentColor") && property_bool(options, "HasTransparentColor");
+    if (wants_transparent_color && !encoding.transparent_color && !image.picture().has_alpha()) {
+        throw_not_supported(
+            "GifOptions.HasTransparentColor without a GifOptions.BackgroundColor that is to be "
+            "transparent, for an image without transparent pixels,");
+    }
+    return completed(image, std::move(encoding));
 }
 
 Encoding encoding_for(const ImageObject& image, Format format) {
@@ -165,31 +173,6 @@ Encoding encoding_for(const ImageObject& page, Format format, const ImageObject&
     }
     apply_animation(image, encoding);
     return completed(image, encoding);
-}
-
-Format format_of_extension(const std::string& path) {
-    const size_t dot = path.find_last_of("./");
-    if (dot == std::string::npos || path[dot] == '/') {
-        return Format::kUnknown;
-    }
-    std::string extension = path.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
-    struct Extension {
-        const char* text;
-        Format format;
-    };
-    static constexpr Extension kExtensions[] = {
-        {"bmp", Format::kBmp},   {"dib", Format::kBmp},   {"gif", Format::kGif},   {"jpg", Format::kJpeg},
-        {"jpeg", Format::kJpeg}, {"jpe", Format::kJpeg},  {"jfif", Format::kJpeg}, {"png", Format::kPng},
-        {"tif", Format::kTiff},  {"tiff", Format::kTiff}, {"webp", Format::kWebp},
-    };
-    for (const Extension& known : kExtensions) {
-        if (extension == known.text) {
-            return known.format;
-        }
-    }
-    return Format::kUnknown;
 }
 
 }  // namespace zelmor::embed

@@ -2,8 +2,6 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENCODING_OPTIONS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_ENCODING_OPTIONS_H
 
-#include <string>
-
 #include "runtime/native/behaviors/images/image_object.h"
 
 namespace zelmor::embed {
@@ -27,9 +25,6 @@ imagework::Encoding encoding_for(const ImageObject& page, imagework::Format form
 bool is_animation_options(const ManagedObject& options);
 // How long a frame without a duration of its own is shown, in milliseconds. `options` may be null.
 int32_t usual_duration(const ImageObject& image, const ManagedObject* options);
-
-// The format that a file name's extension stands for, kUnknown where it stands for none.
-imagework::Format format_of_extension(const std::string& path);
 
 }  // namespace zelmor::embed
 

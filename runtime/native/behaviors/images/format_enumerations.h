@@ -67,12 +67,33 @@ inline constexpr Counterpart<PngFilterType, imagework::PngFilter> kPngFilters[] 
 
 inline constexpr Counterpart<TiffCompressions, imagework::TiffCompression> kTiffCompressions[] = {
     {TiffCompressions::kNone, imagework::TiffCompression::kNone},
+    {TiffCompressions::kCcittRle, imagework::TiffCompression::kCcittRle},
+    {TiffCompressions::kCcittFax3, imagework::TiffCompression::kFax3},
     {TiffCompressions::kCcittFax4, imagework::TiffCompression::kFax4},
     {TiffCompressions::kLzw, imagework::TiffCompression::kLzw},
     {TiffCompressions::kJpeg, imagework::TiffCompression::kJpeg},
     {TiffCompressions::kAdobeDeflate, imagework::TiffCompression::kDeflate},
-    {TiffCompressions::kDeflate, imagework::TiffCompression::kDeflate},  // an older number of the same coding
+    {TiffCompressions::kDeflate, imagework::TiffCompression::kOldDeflate},  // an older number of the same coding
     {TiffCompressions::kPackbits, imagework::TiffCompression::kPackBits},
+    {TiffCompressions::kJbig, imagework::TiffCompression::kJbig},
+};
+
+inline constexpr Counterpart<TiffPhotometrics, imagework::TiffPhotometric> kTiffPhotometrics[] = {
+    {TiffPhotometrics::kMinIsWhite, imagework::TiffPhotometric::kMinIsWhite},
+    {TiffPhotometrics::kMinIsBlack, imagework::TiffPhotometric::kMinIsBlack},
+    {TiffPhotometrics::kRgb, imagework::TiffPhotometric::kRgb},
+    {TiffPhotometrics::kPalette, imagework::TiffPhotometric::kPalette},
+    {TiffPhotometrics::kMask, imagework::TiffPhotometric::kMask},
+    {TiffPhotometrics::kSeparated, imagework::TiffPhotometric::kSeparated},
+    {TiffPhotometrics::kYcbcr, imagework::TiffPhotometric::kYcbcr},
+    {TiffPhotometrics::kCielab, imagework::TiffPhotometric::kCieLab},
+    {TiffPhotometrics::kIcclab, imagework::TiffPhotometric::kIccLab},
+};
+
+// Whether rows are stored as differences.
+inline constexpr Counterpart<TiffPredictor, bool> kTiffPredictors[] = {
+    {TiffPredictor::kNone, false},
+    {TiffPredictor::kHorizontal, true},
 };
 
 // Nothing for a value that has no counterpart in the table.

@@ -13,6 +13,7 @@
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -50,6 +51,7 @@ Ref<ImageObject> as_format(const Ref<ImageObject>& image, const Encoding& encodi
     }
     auto result = make_ref<ImageObject>(std::move(picture), std::move(facts));
     result->offer_palette(image->offered_palette());
+    carry_metadata(*image, *result);
     return result;
 }
 Ref<ImageObject> of_path(const Path& path, const Encoding& encoding, bool keeps_settings = false) {

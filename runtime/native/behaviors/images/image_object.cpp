@@ -7,6 +7,7 @@
 
 #include "runtime/native/behaviors/formats/gif_blocks.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/imagework/loader.h"
 
@@ -19,6 +20,7 @@ ImageObject::ImageObject(std::unique_ptr<imagework::Picture> picture, imagework:
 
 ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts)
     : ImageBase(type), m_picture(std::move(picture)), m_facts(std::move(facts)) {
+    track(static_cast<uint64_t>(std::max<int64_t>(0, m_facts.width * m_facts.height)) * 4);
     if (m_picture != nullptr) {
         m_form_of_facts = m_picture->form();
     }
@@ -99,6 +101,22 @@ std::vector<Argb> ImageObject::palette() const {
 
 ImageObject::~ImageObject() {
     release_frames();
+}
+
+// Metadata are shared with copies of the image; they hold no image.
+void ImageObject::references(ReferenceVisitor& visitor) {
+    ImageBase::references(visitor);
+    visitor(target_stream);
+    visitor(source_stream);
+    if (visitor.takes()) {
+        for (const Ref<ImageObject>& frame : m_frames) {
+            frame->m_container = nullptr;
+        }
+    }
+    visitor(m_frames);
+    if (visitor.takes()) {
+        m_frames.clear();  // empty references by now
+    }
 }
 
 void ImageObject::release_frames() {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/native/behaviors/formats/interrupt_monitor.h"
 #include "runtime/native/behaviors/images/format_classes.h"
 #include "runtime/native/behaviors/images/image_base.h"
 #include "runtime/native/core/records.h"
@@ -69,11 +70,13 @@ class ImageObject final : public ImageBase {
     // Runs a step on the picture, or on those of all frames; a failure leaves every one as it was.
     template <class Step>
     void change(Step&& step) {
+        require_uninterrupted(*this);
         if (frame_count() == 1) {
             return step(picture());
         }
         std::vector<std::unique_ptr<imagework::Picture>> changed;
         for (const Ref<ImageObject>& frame : frames()) {
+            require_uninterrupted(*this);
             changed.push_back(frame->picture().copy());
             step(*changed.back());
         }
@@ -137,6 +140,7 @@ class ImageObject final : public ImageBase {
     std::optional<imagework::Argb> transparent_color() const;
 
     void on_dispose() override;
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     void release_frames();

@@ -2,6 +2,8 @@
 #include "runtime/native/behaviors/images/loading.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
+#include "runtime/native/behaviors/formats/interrupt_monitor.h"
+#include "runtime/native/behaviors/images/load_option_checks.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/picture_source.h"
 #include "runtime/native/behaviors/images/registries.h"
@@ -95,6 +97,10 @@ Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_opt
         if (facts.format != Format::kUnknown) {
             require_registered(Trade::kLoading, file_format_of(facts));
         }
+        if (load_options != nullptr) {
+            require_load_options(*load_options, facts, data);
+        }
+        require_uninterrupted();
         auto metadata = keep_metadata(data);
         // Of an animation the first frame is decoded with the image, the others when they are looked at.
         if (facts.format == Format::kGif || hides_its_first_picture(facts, options)) {
@@ -102,14 +108,14 @@ Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_opt
             auto frames = image_backend().open_frames(memory_source(std::move(data)), options);
             facts.encoding = frames->header(0).facts.encoding;
             auto image = make_ref<ImageObject>(image_backend().decode_frame(frames, 0, options), std::move(facts));
-            image->metadata = std::move(metadata);
+            attach_metadata(*image, std::move(metadata));
             image->set_file_frames(std::move(frames), options);
             return image;
         }
         auto picture = image_backend().decode(data, options);
         const bool several = picture->frame_count() > 1;
         auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
-        image->metadata = std::move(metadata);
+        attach_metadata(*image, std::move(metadata));
         if (several && image->is_container()) {
             image->set_source(std::move(data), options);
         }

@@ -19,12 +19,4 @@ int64_t ranged(const ManagedObject& options, const char* property, int64_t least
     return value;
 }
 
-void require_unset(const ManagedObject& options, std::initializer_list<const char*> properties) {
-    for (const char* name : properties) {
-        if (has_property(options, name) && !is_null(property(options, name))) {
-            throw_not_supported("A value of " + member_name(options, name));
-        }
-    }
-}
-
 }  // namespace zelmor::embed

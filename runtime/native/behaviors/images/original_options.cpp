@@ -4,6 +4,7 @@
 #include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/behaviors/images/tiff_settings.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
@@ -48,15 +49,7 @@ class OptionsFiller {
             set("NumPlays", png.plays);
         }
     }
-    void operator()(const TiffEncoding& tiff) const {
-        set("Compression", api_value(kTiffCompressions, tiff.compression).value_or(TiffCompressions::kNone));
-        set("Predictor", tiff.predictor ? TiffPredictor::kHorizontal : TiffPredictor::kNone);
-        set("ByteOrder", tiff.big_endian ? TiffByteOrder::kBigEndian : TiffByteOrder::kLittleEndian);
-        set("TileWidth", tiff.tile_width);
-        set("TileLength", tiff.tile_height);
-        set("CompressedQuality", tiff.quality);
-        set_form(tiff);
-    }
+    void operator()(const TiffEncoding& tiff) const { fill_tiff_options(m_options, tiff); }
     void operator()(const WebpEncoding& webp) const {
         set_property(m_options, "Lossless", webp.lossless);
         set_property(m_options, "Quality", static_cast<double>(webp.quality));
@@ -72,22 +65,6 @@ class OptionsFiller {
         requires std::is_enum_v<E>
     void set(const char* property, E value) const {
         set_property(m_options, property, value);
-    }
-
-    // Photometric interpretation and samples, where they are of a kind that can be written again.
-    void set_form(const TiffEncoding& tiff) const {
-        const bool gray = tiff.color == TiffColor::kBilevel || tiff.color == TiffColor::kGray;
-        set("Photometric", tiff.color == TiffColor::kCmyk ? TiffPhotometrics::kSeparated
-                           : !gray                        ? TiffPhotometrics::kRgb
-                           : tiff.min_is_white            ? TiffPhotometrics::kMinIsWhite
-                                                          : TiffPhotometrics::kMinIsBlack);
-        if (tiff.color == TiffColor::kAuto) {
-            return;
-        }
-        const size_t samples = gray ? 1 : tiff.color == TiffColor::kRgb ? 3 : 4;
-        const auto bits = static_cast<uint16_t>(tiff.color == TiffColor::kBilevel ? 1 : tiff.bit_depth == 16 ? 16 : 8);
-        set_property(m_options, "BitsPerSample",
-                     Ref<ManagedObject>(make_array<uint16_t>(std::vector<uint16_t>(samples, bits))));
     }
 
     ManagedObject& m_options;
@@ -106,6 +83,9 @@ Ref<ManagedObject> original_options(ImageObject& self) {
     Ref<ManagedObject> options = make_instance(classes->options.name);
     if (facts.encoding) {
         std::visit(OptionsFiller(*options, facts), *facts.encoding);
+    }
+    if (facts.format == Format::kGif) {
+        return options;  // which has no place for a resolution
     }
     const Resolution resolution = self.picture().resolution();
     Ref<ManagedObject> setting = make_instance(api::ResolutionSetting::kType.name);

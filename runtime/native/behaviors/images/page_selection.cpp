@@ -5,8 +5,12 @@
 
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/images/number_lists.h"
+#include "runtime/native/behaviors/images/option_checks.h"
+#include "runtime/native/behaviors/images/option_rules.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
 
@@ -51,6 +55,43 @@ std::vector<size_t> pages_in_time(ImageObject& image, const ManagedObject& optio
     return result;
 }
 
+// A choice that the mode does not look at.
+[[noreturn]] void throw_beside_mode(const ManagedObject& options, const char* property, MultiPageMode mode) {
+    throw_not_supported("A value of " + member_name(options, property) + " beside the mode " +
+                        std::to_string(number_of(mode)) + " of MultiPageMode, which chooses otherwise,");
+}
+
+// The title of a page is the name that its TIFF directory gives it.
+std::string title_of(const ImageObject& page) {
+    const auto* tiff = imagework::settings_as<imagework::TiffEncoding>(page.facts());
+    return tiff != nullptr ? tiff->page_name : std::string();
+}
+
+std::vector<size_t> titled_pages(ImageObject& image, const ManagedObject& options) {
+    const Value& titles = property(options, "PageTitles");
+    if (is_null(titles)) {
+        return every_page(image);
+    }
+    const auto& list = cast_object<ManagedList>(*std::get<Ref<ManagedObject>>(titles));
+    std::vector<size_t> result;
+    const std::vector<Ref<ImageObject>> frames = image.frames();
+    for (size_t i = 0; i < list.size(); ++i) {
+        const Value title = list.get(i);
+        const auto* text = std::get_if<std::u16string>(&title);
+        const std::string wanted = text != nullptr ? to_utf8(*text) : std::string();
+        const size_t before = result.size();
+        for (size_t page = 0; page < frames.size() && !wanted.empty(); ++page) {
+            if (title_of(*frames[page]) == wanted) {
+                result.push_back(page);
+            }
+        }
+        if (result.size() == before) {
+            throw_argument("The image has no page with the title '" + wanted + "'. (Parameter 'PageTitles')");
+        }
+    }
+    return result;
+}
+
 }  // namespace
 
 std::vector<size_t> every_page(const ImageObject& image) {
@@ -62,13 +103,20 @@ std::vector<size_t> every_page(const ImageObject& image) {
 }
 
 std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& options) {
-    for (const char* name : {"PageTitles", "PageRasterizationOptions", "OutputLayersNames"}) {
-        if (!is_null(property(options, name))) {
-            throw_not_supported(std::string("A value of MultiPageOptions.") + name);
-        }
+    require_effective_options(options);
+    const auto mode = property_enum<MultiPageMode>(options, "Mode");
+    const bool by_number = mode == MultiPageMode::kPages || mode == MultiPageMode::kRange;
+    if (!by_number && !is_null(property(options, "Pages"))) {
+        throw_beside_mode(options, "Pages", mode);
+    }
+    if (mode != MultiPageMode::kTimeInterval && !is_null(property(options, "TimeInterval"))) {
+        throw_beside_mode(options, "TimeInterval", mode);
+    }
+    if (mode != MultiPageMode::kTitles && !is_null(property(options, "PageTitles"))) {
+        throw_beside_mode(options, "PageTitles", mode);
     }
     std::vector<size_t> result;
-    switch (property_enum<MultiPageMode>(options, "Mode")) {
+    switch (mode) {
         case MultiPageMode::kPages:
         case MultiPageMode::kRange:
             result = numbered_pages(image, options);
@@ -77,7 +125,8 @@ std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& opti
             result = pages_in_time(image, options);
             break;
         case MultiPageMode::kTitles:
-            throw_not_supported("Choosing pages by their titles, which raster images do not have,");
+            result = titled_pages(image, options);
+            break;
         case MultiPageMode::kAllPages:
             result = every_page(image);
             break;

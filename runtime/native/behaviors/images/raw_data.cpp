@@ -151,8 +151,7 @@ int32_t lines_at_once(int32_t width) {
 }
 
 // Inks with 16 bits each.
-void widen_inks(const imagework::PixelForm& form, const std::vector<uint8_t>& samples, size_t channels,
-                uint16_t* out) {
+void widen_inks(const imagework::PixelForm& form, const std::vector<uint8_t>& samples, size_t channels, uint16_t* out) {
     const auto bands = static_cast<size_t>(form.bands());
     const size_t pixels = samples.size() / form.pixel_size();
     for (size_t i = 0; i < pixels; i++) {
@@ -176,8 +175,8 @@ bool has_inks(const imagework::PixelForm& form) {
 }
 
 // The channels of some lines.
-void read_channels(const ImageObject& self, const Rect& area, const RawFormat& format,
-                   imagework::PaletteSearch& search, std::vector<uint16_t>& channels) {
+void read_channels(const ImageObject& self, const Rect& area, const RawFormat& format, imagework::PaletteSearch& search,
+                   std::vector<uint16_t>& channels) {
     const imagework::Picture& picture = self.picture();
     const size_t count = static_cast<size_t>(area.width) * static_cast<size_t>(area.height);
     channels.resize(count * channels_of(format));

@@ -108,8 +108,8 @@ void split(const RawFormat& format, std::span<const uint64_t> colors, uint16_t* 
         case PixelLayout::kCmyk:
             each(colors, channels, count, [](uint64_t color, uint16_t* to) {
                 const Rgb rgb = rgb_of(color);
-                const CmykValue cmyk = cmyk_of(Argb{narrow(rgb.red)} << 16 | Argb{narrow(rgb.green)} << 8 |
-                                               Argb{narrow(rgb.blue)});
+                const CmykValue cmyk =
+                    cmyk_of(Argb{narrow(rgb.red)} << 16 | Argb{narrow(rgb.green)} << 8 | Argb{narrow(rgb.blue)});
                 to[0] = wide(cmyk.c);
                 to[1] = wide(cmyk.m);
                 to[2] = wide(cmyk.y);
@@ -120,9 +120,8 @@ void split(const RawFormat& format, std::span<const uint64_t> colors, uint16_t* 
             throw_layout(format);
     }
     if (count > color_channels(format.layout)) {
-        each(colors, channels, count, [&](uint64_t color, uint16_t* to) {
-            to[count - 1] = static_cast<uint16_t>(color >> 48);
-        });
+        each(colors, channels, count,
+             [&](uint64_t color, uint16_t* to) { to[count - 1] = static_cast<uint16_t>(color >> 48); });
     }
 }
 
@@ -227,8 +226,8 @@ __attribute__((target("ssse3"))) size_t exchange_16(const std::byte* from, std::
     const size_t step = 16 / pixel_size;
     const __m128i places = _mm_loadu_si128(reinterpret_cast<const __m128i*>(order));
     size_t done = 0;
-    // A load and a store of sixteen bytes have to stay inside, and bytes behind the last whole pixel are written as they
-    // came, so that the rows may be the same.
+    // A load and a store of sixteen bytes have to stay inside, and bytes behind the last whole pixel are written as
+    // they came, so that the rows may be the same.
     while ((pixels - done) * pixel_size >= 16) {
         const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done * pixel_size));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to + done * pixel_size), _mm_shuffle_epi8(block, places));

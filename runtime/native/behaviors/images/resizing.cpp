@@ -54,18 +54,19 @@ Resampling resampling_of(ResizeType type) {
             return Resampling::kAdaptive;
         case ResizeType::kBilinearResample:
             return Resampling::kBilinear;
-        case ResizeType::kHighQualityResample:
-            return Resampling::kHighQuality;
         case ResizeType::kCatmullRom:
         case ResizeType::kCubicConvolution:  // the same curve by another way
             return Resampling::kCatmullRom;
         case ResizeType::kCubicBSpline:
-        case ResizeType::kBell:  // the quadratic B-spline
             return Resampling::kBSpline;
         case ResizeType::kMitchell:
             return Resampling::kMitchell;
+        case ResizeType::kBell:
+            return Resampling::kBell;
+        case ResizeType::kSinC:
+            return Resampling::kSinc;
         case ResizeType::kLanczosResample:
-        case ResizeType::kSinC:  // Lanczos' kernel is a sinc under a window
+        case ResizeType::kHighQualityResample:
             return Resampling::kLanczos;
         default:
             break;

@@ -7,9 +7,12 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 
 #include "runtime/native/behaviors/formats/gif_blocks.h"
+#include "runtime/native/behaviors/formats/interrupt_monitor.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/file_extensions.h"
 #include "runtime/native/behaviors/images/gif_details.h"
+#include "runtime/native/behaviors/images/memory_limits.h"
 #include "runtime/native/behaviors/images/page_selection.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/registries.h"
@@ -52,20 +55,42 @@ std::string cannot_hold(const Request& request, size_t count) {
     return std::string(format_name(request.format)) + " holds one picture, not " + std::to_string(count);
 }
 
+// Whether frames of an animation are to be as large as its canvas and show the frames before them, in any format.
+bool wants_full_frames(const ImageObject& image, const Request& request) {
+    return request.options != nullptr && property_bool(*request.options, "FullFrame") && image.frame_count() > 1 &&
+           image.facts().format != Format::kTiff;
+}
+
+std::vector<Page> full_pages(ImageObject& image, const std::vector<size_t>& indices) {
+    std::vector<Page> all = pages_of(image, every_page(image));
+    fit_to_canvas(all);
+    std::vector<Page> pages;
+    for (const size_t index : indices) {
+        pages.push_back({all[index].picture->copy(), all[index].duration, &image});
+    }
+    return pages;
+}
+
 // The pages to be written. Without a choice in the options, a format of one picture gets the active page.
 std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
     const Ref<ManagedObject> choice =
         request.options != nullptr ? property_object(*request.options, "MultiPageOptions") : nullptr;
     const bool several = holds_frames(image, request);
+    const auto pages_at = [&](const std::vector<size_t>& indices) {
+        return wants_full_frames(image, request) ? full_pages(image, indices) : pages_of(image, indices);
+    };
     if (!choice) {
         if (several && image.frame_count() > 1) {
-            return pages_of(image, every_page(image));
+            return pages_at(every_page(image));
+        }
+        if (wants_full_frames(image, request)) {
+            return full_pages(image, {image.active_index()});
         }
         std::vector<Page> pages;
         pages.push_back({image.picture().copy(), image.duration, &image});
         return pages;
     }
-    std::vector<Page> pages = pages_of(image, selected_pages(image, *choice));
+    std::vector<Page> pages = pages_at(selected_pages(image, *choice));
     if (const auto area = export_area(*choice); area && request.bounds == nullptr) {
         for (Page& page : pages) {
             page.picture->crop({area->x, area->y, area->width, area->height});
@@ -142,12 +167,31 @@ EncodedBytes encoded_gif(ImageObject& image) {
     return image_backend().encode_frames(frames);
 }
 
-EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
+// A file without its metadata, and what these have to know of the first picture in it.
+struct EncodedPages {
+    EncodedBytes file;
+    WrittenPicture first;
+};
+
+WrittenPicture written_picture(const ImageObject& image, const Request& request, const Page& page) {
+    WrittenPicture written{page.picture->resolution(), page.picture->changed_at()};
+    if (request.options != nullptr) {
+        const Encoding encoding = encoding_for(image, *request.options);
+        written.resolution = encoding.resolution.value_or(written.resolution);
+    }
+    return written;
+}
+
+EncodedPages encoded_pages(ImageObject& image, const Request& request) {
+    require_uninterrupted(image);
     if (request.format == Format::kGif && request.options == nullptr && request.bounds == nullptr &&
         image.facts().format == Format::kGif && image.is_container()) {
-        return encoded_gif(image);
+        return {encoded_gif(image), {image.picture().resolution(), image.picture().changed_at()}};
     }
     std::vector<Page> pages = requested_pages(image, request);
+    if (request.options != nullptr) {
+        require_within_limits(*request.options, pages);
+    }
     if (request.bounds != nullptr) {
         for (Page& page : pages) {
             page.picture->crop({request.bounds->x, request.bounds->y, request.bounds->width, request.bounds->height});
@@ -159,13 +203,14 @@ EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
                                           : encoding_for(*page.source, request.format, image);
     };
     if (pages.size() == 1) {
-        return pages[0].picture->encode(encoding_of(pages[0]));
+        return {pages[0].picture->encode(encoding_of(pages[0])), written_picture(image, request, pages[0])};
     }
     if (request.format != Format::kTiff) {
         fit_to_canvas(pages);
     }
     std::vector<Encoding> encodings;
     for (const Page& page : pages) {
+        require_uninterrupted(image);
         encodings.push_back(encoding_of(page));
     }
     const int32_t usual = usual_duration(image, request.options);
@@ -179,13 +224,14 @@ EncodedBytes encoded_pages(ImageObject& image, const Request& request) {
     if (request.format == Format::kGif) {
         frames.back().gif.blocks_behind = bytes_of(image.gif.blocks_behind);
     }
-    return image_backend().encode_frames(frames);
+    return {image_backend().encode_frames(frames), written_picture(image, request, pages[0])};
 }
 
-EncodedBytes described(ImageObject& image, const Request& request, EncodedBytes file) {
-    auto bytes = file_with_metadata({file.data.get(), file.size}, image, image.metadata.get(), request.options);
+EncodedBytes described(ImageObject& image, const Request& request, const EncodedPages& pages) {
+    require_uninterrupted(image);
+    auto bytes = file_with_metadata({pages.file.data.get(), pages.file.size}, image, request.options, pages.first);
     if (bytes.empty()) {
-        return file;
+        return pages.file;
     }
     const auto owner = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
     return {std::shared_ptr<const uint8_t>(owner, owner->data()), owner->size()};

@@ -4,6 +4,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.BigTiff.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "runtime/native/behaviors/images/creating.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/frame_members.h"
@@ -77,10 +78,10 @@ Ref<ImageObject> empty_frame(Record* options, int32_t width, int32_t height) {
     require_positive(height, "height");
     FileFacts facts;
     take_options(facts, *options);
-    const auto color = std::get<TiffEncoding>(*facts.encoding).color;
-    const bool gray = color == imagework::TiffColor::kGray || color == imagework::TiffColor::kBilevel;
-    const bool alpha = color == imagework::TiffColor::kRgba;
-    auto picture = image_backend().create(width, height, alpha, gray, alpha ? 0 : imagework::kBlack);
+    imagework::Encoding settings;
+    settings.format = *facts.encoding;
+    const imagework::PixelForm form = form_of_new_image(settings);
+    auto picture = image_backend().create(width, height, form, form.alpha ? 0 : imagework::kBlack, {});
     const auto encoding = facts.encoding;
     facts = page_facts(*picture);
     facts.encoding = encoding;

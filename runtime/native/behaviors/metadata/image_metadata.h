@@ -9,21 +9,37 @@
 #include <span>
 
 #include "runtime/native/core/records.h"
+#include "runtime/native/imagework/formats.h"
 
 namespace zelmor::embed {
 
+class ImageObject;
 struct ImageMetadata;
 
-// The metadata of the file; null if it has none.
+// The metadata of a file, for the image that was decoded from it.
 std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file);
+void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata);
+
+// Gives an image that is made of another the metadata of that one; what is changed in one stays as it is in the other.
+void carry_metadata(ImageObject& from, ImageObject& to);
+
+// The EXIF orientation of the picture, 1 to 8; 1 where nothing says so. Setting it changes a tag that is there.
+int exif_orientation(ImageObject& image);
+void reset_orientation(ImageObject& image);
 
 // Before an image is encoded: options that are made of tags are brought in step. `options` may be null.
 void prepare_options(const Record* options);
 
+// What the metadata of a file have to know of the picture in it.
+struct WrittenPicture {
+    imagework::Resolution resolution;
+    int64_t changed_at;  // see imagework::Picture
+};
+
 // The file with the metadata of the options, or of the image where these have none; empty where the file is good as it
-// is. `metadata` is what keep_metadata() gave for the image, or null.
-std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, const Record& image,
-                                        const ImageMetadata* metadata, const Record* options);
+// is.
+std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, ImageObject& image, const Record* options,
+                                        const WrittenPicture& picture);
 
 }  // namespace zelmor::embed
 

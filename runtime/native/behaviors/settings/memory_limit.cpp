@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.MemoryManagement.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/core/type_system.h"
 #include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {

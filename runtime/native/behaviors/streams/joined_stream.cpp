@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {
@@ -28,6 +29,7 @@ JoinedStream::JoinedStream(Ref<ManagedStream> stream, bool owned)
     m_position = stream->position();
     const int64_t length = stream->length();
     m_pieces.push_back({std::move(stream), 0, length, owned});
+    track();
 }
 
 void throw_changed() {
@@ -209,6 +211,12 @@ void JoinedStream::flush() {
         if (stream->can_write()) {
             stream->flush();
         }
+    }
+}
+
+void JoinedStream::references(ReferenceVisitor& visitor) {
+    for (Piece& piece : m_pieces) {
+        visitor(piece.stream);
     }
 }
 

@@ -36,6 +36,7 @@ class JoinedStream final : public ManagedStream {
     void write(std::span<const std::byte> from) override;
     void flush() override;
     void on_dispose() override;
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     struct Piece {

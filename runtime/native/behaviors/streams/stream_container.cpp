@@ -3,6 +3,9 @@
 
 #include <unistd.h>
 
+#include "runtime/native/core/handles.h"
+#include "runtime/native/core/references.h"
+
 namespace zelmor::embed {
 
 bool same_stream(const ManagedStream& a, const ManagedStream& b) {
@@ -47,6 +50,12 @@ void StreamContainerObject::insert(int64_t position, Ref<ManagedStream> stream, 
     }
     m_joined = joined;
     m_stream = joined;
+}
+
+void StreamContainerObject::references(ReferenceVisitor& visitor) {
+    Record::references(visitor);
+    visitor(m_stream);
+    visitor(m_joined);
 }
 
 // A temporary file is removed with the last reference too, if the container was not disposed of.

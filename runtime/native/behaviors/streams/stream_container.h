@@ -16,7 +16,7 @@ namespace zelmor::embed {
 class StreamContainerObject : public Record {
  public:
     static constexpr const char* kManagedName = api::StreamContainer::kType.name;
-    explicit StreamContainerObject(const TypeInfo& type) : Record(type) {}
+    explicit StreamContainerObject(const TypeInfo& type) : Record(type) { track(); }
     ~StreamContainerObject() override;
     void attach(Ref<ManagedStream> stream, bool dispose_stream);
 
@@ -30,6 +30,7 @@ class StreamContainerObject : public Record {
     std::string temporary_path;
 
     void on_dispose() override;
+    void references(ReferenceVisitor& visitor) override;
     Ref<ManagedObject> copy() const override { throw_not_supported("Copying a stream container"); }
 
  private:

@@ -16,6 +16,11 @@
 
 namespace zelmor::embed {
 
+void throw_color_component(int32_t value, const std::string& parameter) {
+    throw_argument("Value of '" + std::to_string(value) + "' is not valid for '" + parameter + "'. '" + parameter +
+                   "' should be greater than or equal to 0 and less than or equal to 255.");
+}
+
 namespace {
 
 constexpr size_t kNamedColorCount = std::size(kNamedColors);
@@ -26,7 +31,7 @@ std::u16string hexadecimal(uint32_t value) {
     do {
         text.insert(text.begin(), kDigits[value & 0xF]);
         value >>= 4;
-    } while (value);
+    } while (value != 0);
     return text;
 }
 
@@ -127,13 +132,13 @@ int32_t component(ColorValue& self) {
     return (self.*kComponent)();
 }
 bool is_known_color(ColorValue& self) {
-    return self.state & ColorValue::kStateKnown;
+    return (self.state & ColorValue::kStateKnown) != 0;
 }
 bool is_empty(ColorValue& self) {
     return self.state == 0;
 }
 bool is_named_color(ColorValue& self) {
-    return self.state & (ColorValue::kStateKnown | ColorValue::kStateName);
+    return (self.state & (ColorValue::kStateKnown | ColorValue::kStateName)) != 0;
 }
 std::u16string get_name(ColorValue& self) {
     return name_of(self);
@@ -188,7 +193,7 @@ std::vector<BehaviorRow> named_rows() {
         std::vector<EntryName> entries;
         std::vector<const EntryName*> pointers;
     };
-    static Names& names = *new Names;
+    static Names& names = *new Names;  // filled while the library is loaded
     names.entries.reserve(kNamedColorCount);
     names.pointers.reserve(kNamedColorCount);
     std::vector<BehaviorRow> rows;

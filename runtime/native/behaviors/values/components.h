@@ -5,15 +5,14 @@
 #include <cstdint>
 #include <string>
 
-#include "runtime/native/core/managed_exception.h"
-
 namespace zelmor::embed {
 
+[[noreturn]] void throw_color_component(int32_t value, const std::string& parameter);
+
 // ArgumentException naming parameter and value outside 0 to 255.
-inline uint8_t color_component(int32_t value, const std::string& parameter) {
+inline uint8_t color_component(int32_t value, const char* parameter) {
     if (value < 0 || value > 255) {
-        throw_argument("Value of '" + std::to_string(value) + "' is not valid for '" + parameter + "'. '" + parameter +
-                       "' should be greater than or equal to 0 and less than or equal to 255.");
+        throw_color_component(value, parameter);
     }
     return static_cast<uint8_t>(value);
 }

@@ -301,6 +301,7 @@ Raster decode_bmp(std::span<const uint8_t> data, const DecodeOptions& options) {
         damaged("the data ends in row " + std::to_string(rows) + " of " + std::to_string(header.height));
     }
     int bands = header.bits <= 8 ? (is_gray(header.palette) ? 1 : 3) : header.masks[3].present() ? 4 : 3;
+    check_memory(options, header.width, header.height, bands);
     Argb fill = options.background;
     if (runs) {  // what run-length data skips shows the first palette entry
         const auto& first = header.palette[0];

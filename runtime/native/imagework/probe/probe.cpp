@@ -85,6 +85,14 @@ std::vector<FileFacts> probe_pages(std::span<const uint8_t> data) {
     return {probe(data)};
 }
 
+std::vector<uint64_t> probe_tiff_directories(ByteSource& file) {
+    return tiff_directories(ByteReader(file));
+}
+
+FileFacts probe_tiff_page(ByteSource& file, uint64_t directory) {
+    return probe_tiff_page(ByteReader(file), directory);
+}
+
 void require_decodable(const FileFacts& facts, const DecodeOptions& options) {
     if (facts.format == Format::kUnknown) {
         throw PictureError(Failure::kDamaged, "the data is of none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP");

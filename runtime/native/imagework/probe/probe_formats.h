@@ -20,6 +20,13 @@ void probe_webp(const ByteReader& file, FileFacts& facts);
 
 // One for each directory.
 std::vector<FileFacts> probe_tiff_pages(const ByteReader& file);
+// Where the directories of the pages are, in their order. No more of them is read than where the next one is.
+std::vector<uint64_t> tiff_directories(const ByteReader& file);
+FileFacts probe_tiff_page(const ByteReader& file, uint64_t directory);
+
+// The quality whose table, made by the scaling rule that encoders share, is nearest to the luminance table of 64
+// values of one byte, or two.
+int jpeg_quality(const ByteReader& in, uint64_t table, bool wide);
 
 // A color of a palette, from three bytes R, G, B.
 inline Argb rgb_entry(const ByteReader& in, uint64_t at) {

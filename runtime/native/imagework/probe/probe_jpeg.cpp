@@ -8,9 +8,7 @@
 #include "runtime/native/imagework/probe/probe_formats.h"
 
 namespace zelmor::imagework {
-namespace {
 
-// The quality whose table, made by the scaling rule that encoders share, is nearest to the file's luminance table.
 int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
     // The example luminance table in annex K of the standard, in any order: only sums are compared.
     static constexpr int kExample[64] = {
@@ -38,8 +36,6 @@ int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
     }
     return best;
 }
-
-}  // namespace
 
 void probe_jpeg(const ByteReader& file, FileFacts& facts) {
     const ByteReader in = file.in_order(true);

@@ -19,10 +19,16 @@ enum TiffTag : uint16_t {
     kTiffBitsPerSample = 258,
     kTiffCompression = 259,
     kTiffPhotometric = 262,
+    kTiffFillOrder = 266,
     kTiffStripOffsets = 273,
     kTiffSamplesPerPixel = 277,
+    kTiffRowsPerStrip = 278,
     kTiffStripSizes = 279,
     kTiffXResolution = 282,
+    kTiffYResolution = 283,
+    kTiffPlanarConfiguration = 284,
+    kTiffPageName = 285,
+    kTiffFax3Options = 292,
     kTiffResolutionUnit = 296,
     kTiffPredictor = 317,
     kTiffColorMap = 320,
@@ -32,14 +38,18 @@ enum TiffTag : uint16_t {
     kTiffTileSizes = 325,
     kTiffSubDirectories = 330,
     kTiffExtraSamples = 338,
+    kTiffSampleFormat = 339,
+    kTiffJpegTables = 347,
     kTiffJpegOffset = 513,
     kTiffJpegSize = 514,
+    kTiffYcbcrSubsampling = 530,
     kTiffExifDirectory = 34665,
     kTiffGpsDirectory = 34853,
     kTiffInteroperabilityDirectory = 40965,
 };
 
 enum TiffFieldType : uint16_t {
+    kTiffAscii = 2,
     kTiffShort = 3,
     kTiffLong = 4,
     kTiffRational = 5,
@@ -47,9 +57,9 @@ enum TiffFieldType : uint16_t {
     kTiffLong8 = 16,
 };
 
-enum TiffPhotometric : uint16_t { kTiffMinIsWhite = 0, kTiffMinIsBlack = 1, kTiffPalette = 3, kTiffSeparated = 5 };
-enum TiffUnit : uint16_t { kTiffNoUnit = 1, kTiffInch = 2 };
-enum TiffPrediction : uint16_t { kTiffNoPrediction = 1, kTiffHorizontalPrediction = 2 };
+enum TiffPlanes : uint16_t { kTiffOnePlane = 1, kTiffSeparatePlanes = 2 };
+enum TiffFill : uint16_t { kTiffHighestBitFirst = 1, kTiffLowestBitFirst = 2 };
+enum TiffNumberFormat : uint16_t { kTiffUnsigned = 1, kTiffSigned = 2, kTiffFloatingPoint = 3 };
 
 // Bytes of one value of a field type; 0 for a type that there is not.
 constexpr uint64_t tiff_type_size(int type) {

@@ -21,7 +21,7 @@
 namespace zelmor::imagework {
 namespace {
 
-std::atomic<bool> forked = false;
+std::atomic<bool> forked = false;  // set by the handler of a fork, read by all threads
 
 void remember_fork() {
     forked.store(true, std::memory_order_relaxed);

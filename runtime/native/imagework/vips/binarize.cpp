@@ -1,7 +1,12 @@
 // Black and white by a threshold: fixed, found from the histogram, or taken from each pixel's neighborhood.
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
+#include <functional>
 
+#include "runtime/native/imagework/vips/gray.h"
+#include "runtime/native/imagework/vips/strips.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
@@ -9,82 +14,163 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
+constexpr int kRows = 64;
+constexpr size_t kLevels = 256;
+
+VImage above_threshold(const VImage& gray, int threshold) {
+    VImage result = raster_like(gray);
+    const auto width = static_cast<size_t>(gray.width());
+    for_strips(result, kRows, [&](int begin, int end) {
+        for (int y = begin; y < end; y++) {
+            const uint8_t* from = row_of(gray, y);
+            uint8_t* to = row_of(result, y);
+            for (size_t x = 0; x < width; x++) {
+                to[x] = from[x] > threshold ? 255 : 0;
+            }
+        }
+    });
+    return result;
+}
+
+std::array<uint64_t, kLevels> histogram_of(const VImage& gray) {
+    // Several counts of each level: neighbors are often equal, and would wait for each other's sum.
+    constexpr size_t kTogether = 8;
+    std::array<std::array<uint64_t, kLevels>, kTogether> counts{};
+    const auto width = static_cast<size_t>(gray.width());
+    for (int y = 0; y < gray.height(); y++) {
+        const uint8_t* row = row_of(gray, y);
+        size_t x = 0;
+        for (; x + kTogether <= width; x += kTogether) {
+            uint64_t pixels = 0;
+            std::memcpy(&pixels, row + x, sizeof pixels);
+            for (size_t i = 0; i < kTogether; i++) {
+                counts[i][pixels >> (8 * i) & 0xFF]++;
+            }
+        }
+        for (; x < width; x++) {
+            counts[0][row[x]]++;
+        }
+    }
+    std::array<uint64_t, kLevels> all{};
+    for (const auto& part : counts) {
+        std::transform(all.begin(), all.end(), part.begin(), all.begin(), std::plus<>());
+    }
+    return all;
+}
+
 // The threshold between dark and light that makes both as far apart as they can be (Otsu 1979), over 256 levels.
-int otsu_threshold(const VImage& gray8) {
-    VImage histogram = gray8.hist_find().copy_memory();
-    auto* counts = static_cast<const uint32_t*>(histogram.data());
+int otsu_threshold(const VImage& gray) {
+    const auto counts = histogram_of(gray);
     double total = 0;
     double sum = 0;
-    for (int level = 0; level < histogram.width(); level++) {
-        total += counts[level];
-        sum += static_cast<double>(level) * counts[level];
+    for (size_t level = 0; level < kLevels; level++) {
+        const auto count = static_cast<double>(counts[level]);
+        total += count;
+        sum += static_cast<double>(level) * count;
     }
     double below = 0;
     double below_sum = 0;
     double best = -1;
     int threshold = 0;
-    for (int level = 0; level < histogram.width(); level++) {
-        below += counts[level];
-        below_sum += static_cast<double>(level) * counts[level];
-        double above = total - below;
+    for (size_t level = 0; level < kLevels; level++) {
+        const auto count = static_cast<double>(counts[level]);
+        below += count;
+        below_sum += static_cast<double>(level) * count;
+        const double above = total - below;
         if (below == 0 || above == 0) {
             continue;
         }
-        double distance = below_sum / below - (sum - below_sum) / above;
-        double between = below * above * distance * distance;
+        const double distance = below_sum / below - (sum - below_sum) / above;
+        const double between = below * above * distance * distance;
         if (between > best) {
             best = between;
-            threshold = level;
+            threshold = static_cast<int>(level);
         }
     }
     return threshold;
 }
 
-// Sums over a square window of an odd number of pixels, cut off at the edges of the picture. A convolution with ones,
-// whose approximation by boxes is exact here and takes the same time for any window.
-VImage window_sums(const VImage& image, int32_t window) {
-    int32_t half = window / 2;
-    VImage ones = VImage::black(window, 1).linear(0.0, 1.0).copy_memory();
-    ones.set("scale", 1.0 / window);  // makes the divisor of the box form one
-    return image.cast(VIPS_FORMAT_DOUBLE)
-        .embed(half, half, image.width() + 2 * half, image.height() + 2 * half)
-        .convsep(ones,
-                 VImage::option()->set("precision", VIPS_PRECISION_APPROXIMATE)->set("layers", 1)->set("cluster", 1))
-        .extract_area(half, half, image.width(), image.height());
+// White unless darker than the mean of a square window, cut off at the edges of the picture, by the fraction given.
+// The window moves down a strip: sums of its columns gain a row and lose one. Sums of the columns from the left on tell
+// those of any of them.
+VImage above_mean(const VImage& gray, double difference, int window) {
+    VImage result = raster_like(gray);
+    const int width = gray.width();
+    const int height = gray.height();
+    const int reach = window / 2;
+    const double share = 1.0 - difference;
+    const auto strip = [&](int begin, int end) {
+        std::vector<uint64_t> columns(static_cast<size_t>(width));
+        std::vector<uint64_t> sums(static_cast<size_t>(width) + 1);
+        const auto add_row = [&](int y) {
+            const uint8_t* row = row_of(gray, y);
+            for (size_t x = 0; x < columns.size(); x++) {
+                columns[x] += row[x];
+            }
+        };
+        const auto remove_row = [&](int y) {
+            const uint8_t* row = row_of(gray, y);
+            for (size_t x = 0; x < columns.size(); x++) {
+                columns[x] -= row[x];
+            }
+        };
+        for (int y = std::max(0, begin - reach); y < std::min(height, begin + reach); y++) {
+            add_row(y);
+        }
+        for (int y = begin; y < end; y++) {
+            if (y + reach < height) {
+                add_row(y + reach);
+            }
+            if (y > begin && y - reach - 1 >= 0) {
+                remove_row(y - reach - 1);
+            }
+            for (size_t x = 0; x < columns.size(); x++) {
+                sums[x + 1] = sums[x] + columns[x];
+            }
+            const int rows = std::min(height, y + reach + 1) - std::max(0, y - reach);
+            const uint8_t* from = row_of(gray, y);
+            uint8_t* to = row_of(result, y);
+            for (int x = 0; x < width; x++) {
+                const int left = std::max(0, x - reach);
+                const int right = std::min(width, x + reach + 1);
+                const auto sum = static_cast<double>(
+                    static_cast<int64_t>(sums[static_cast<size_t>(right)] - sums[static_cast<size_t>(left)]));
+                // pixel >= mean * share, without a division
+                const double pixels = static_cast<double>(rows) * (right - left);
+                to[x] = from[x] * pixels >= sum * share ? 255 : 0;
+            }
+        }
+    };
+    for_strips(result, std::max(256, 2 * std::min(window, height)), strip);
+    return result;
 }
 
 }  // namespace
 
 void VipsPicture::binarize(const VImage& is_white) {
-    apply("the image could not be binarized", [&] {
-        VImage result = is_white.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
-        return has_alpha() ? with_alpha_of(result, as_8_bit(m_image)) : result;
-    });
+    apply("the image could not be binarized",
+          [&] { return has_alpha() ? with_alpha_of(is_white, as_8_bit(m_image)) : is_white; });
 }
 
 void VipsPicture::binarize_fixed(uint8_t threshold) {
     to_colors();
     binarize(guarded(Failure::kInternal, "the image could not be binarized",
-                     [&] { return as_8_bit(luma(m_image)) > threshold; }));
+                     [&] { return above_threshold(gray_8_bit(m_image), threshold); }));
 }
 
 void VipsPicture::binarize_otsu() {
     to_colors();
     binarize(guarded(Failure::kInternal, "the image could not be binarized", [&] {
-        VImage gray = as_8_bit(luma(m_image));
-        return gray > otsu_threshold(gray);
+        const VImage gray = gray_8_bit(m_image);
+        return above_threshold(gray, otsu_threshold(gray));
     }));
 }
 
 void VipsPicture::binarize_bradley(double difference, int32_t window) {
     to_colors();
     window = std::min(window, 2 * std::max(width(), height())) | 1;  // a window has a middle
-    binarize(guarded(Failure::kInternal, "the image could not be binarized", [&] {
-        VImage gray = as_8_bit(luma(m_image));
-        VImage ones = gray.linear(0.0, 1.0);
-        // pixel >= mean * (1 - difference), without a division
-        return gray * window_sums(ones, window) >= window_sums(gray, window) * (1.0 - difference);
-    }));
+    binarize(guarded(Failure::kInternal, "the image could not be binarized",
+                     [&] { return above_mean(gray_8_bit(m_image), difference, window); }));
 }
 
 }  // namespace zelmor::imagework

@@ -168,9 +168,9 @@ Sample rounded(double value) {
     if constexpr (std::is_floating_point_v<Sample>) {
         return static_cast<Sample>(value);
     } else {
-        return value > 0 ? value < sample_top<Sample>() ? static_cast<Sample>(value + 0.5)
-                                                        : static_cast<Sample>(~uint64_t{0})
-                         : Sample{0};
+        return value > 0
+                   ? value < sample_top<Sample>() ? static_cast<Sample>(value + 0.5) : static_cast<Sample>(~uint64_t{0})
+                   : Sample{0};
     }
 }
 
@@ -242,8 +242,9 @@ struct ColorConversion::State {
                                 rounded<Out>(out.color == ColorModel::kLab ? value : std::clamp(value, 0.0, top));
                         }
                         if (out.alpha) {
-                            target[i * out_bands + out_colors] =
-                                in.alpha ? sample_as<Out>(source[i * in_bands + in_colors]) : sample_as<Out>(uint8_t{255});
+                            target[i * out_bands + out_colors] = in.alpha
+                                                                     ? sample_as<Out>(source[i * in_bands + in_colors])
+                                                                     : sample_as<Out>(uint8_t{255});
                         }
                     }
                     source += now * in_bands;
@@ -340,8 +341,7 @@ const ColorConversion& standard_conversion(ColorModel from, ColorModel to) {
 }
 
 ProfileBytes standard_cmyk_profile() {
-    static const auto& profile =
-        *new ProfileBytes(std::make_shared<const std::vector<uint8_t>>(own_profile("cmyk")));
+    static const auto& profile = *new ProfileBytes(std::make_shared<const std::vector<uint8_t>>(own_profile("cmyk")));
     return profile;
 }
 

@@ -13,8 +13,8 @@
 namespace zelmor::imagework {
 
 // A color model with the profile that gives its numbers their meaning. Null stands for sRGB, for gray with the curve of
-// sRGB, and for the library's own CMYK profile; Lab is CIE L*a*b* of D50 and takes no profile. A profile that is damaged
-// or belongs to another model counts as null.
+// sRGB, and for the library's own CMYK profile; Lab is CIE L*a*b* of D50 and takes no profile. A profile that is
+// damaged or belongs to another model counts as null.
 struct ColorSpace {
     ColorModel model = ColorModel::kRgb;
     ProfileBytes profile = {};

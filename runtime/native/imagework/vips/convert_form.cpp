@@ -93,6 +93,7 @@ void VipsPicture::convert_rows(const PixelForm& form, Step&& step) {
     m_origin = {};
     m_form = form;
     m_exclusive = true;
+    note_change();
 }
 
 const ColorConversion& VipsPicture::to_srgb_conversion() const {
@@ -377,6 +378,7 @@ void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
     m_image = image;
     m_origin = {};
     m_exclusive = true;
+    note_change();
 }
 
 int VipsPicture::index_of(Argb color) const {

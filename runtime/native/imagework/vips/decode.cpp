@@ -7,11 +7,14 @@
 #include <vector>
 
 #include "runtime/native/imagework/codecs/bmp_codec.h"
+#include "runtime/native/imagework/codecs/lost_pixels.h"
 #include "runtime/native/imagework/gif/gif_codec.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/png/png_codec.h"
 #include "runtime/native/imagework/png/png_frames.h"
 #include "runtime/native/imagework/probe/probe.h"
+#include "runtime/native/imagework/tiff/tiff_pages.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
@@ -24,8 +27,6 @@ const char* loader_of(Format format) {
     switch (format) {
         case Format::kJpeg:
             return "jpegload_buffer";
-        case Format::kTiff:
-            return "tiffload_buffer";
         case Format::kWebp:
             return "webpload_buffer";
         default:
@@ -76,6 +77,23 @@ VImage with_resolution(const VImage& image, bool known) {
                           ->set("yres", dots_per_millimeter(kDefaultResolution.vertical)));
 }
 
+// Without what describes the picture: the runtime keeps that with the image, and writes it, or leaves it out when a
+// program took it away. The library would write its own copy of it into every file.
+VImage without_descriptions(const VImage& image) {
+    VImage result = image.copy();
+    const std::unique_ptr<char*, void (*)(char**)> fields(vips_image_get_fields(image.get_image()), g_strfreev);
+    for (char** name = fields.get(); *name != nullptr; ++name) {
+        const std::string field = *name;
+        const bool describes = field.starts_with("exif-") || field.starts_with("png-comment-") ||
+                               field == VIPS_META_XMP_NAME || field == VIPS_META_IPTC_NAME ||
+                               field == VIPS_META_PHOTOSHOP_NAME || field == VIPS_META_IMAGEDESCRIPTION;
+        if (describes) {
+            result.remove(*name);
+        }
+    }
+    return result;
+}
+
 // What the options and the header's palette make of a decoded picture.
 std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const FileFacts& facts,
                                   const DecodeOptions& options) {
@@ -83,12 +101,16 @@ std::unique_ptr<Picture> finished(std::unique_ptr<VipsPicture> picture, const Fi
         picture->reduce(facts.palette, false);
     }
     picture->apply_profiles(options);
+    picture->forget_changes();
     return picture;
 }
 
 std::unique_ptr<Picture> picture_of(const VImage& image, const FileFacts& facts, const DecodeOptions& options) {
-    check_picture_size(image.width(), image.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image())));
-    return finished(std::make_unique<VipsPicture>(with_resolution(image, facts.has_resolution), frames_in(image)),
+    const int pixel = static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(image.get_image()));
+    check_picture_size(image.width(), image.height(), pixel);
+    check_memory(options, image.width(), image.height(), pixel);
+    return finished(std::make_unique<VipsPicture>(with_resolution(without_descriptions(image), facts.has_resolution),
+                                                  frames_in(image)),
                     facts, options);
 }
 
@@ -133,7 +155,9 @@ std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFact
         return top_rows(data, facts, options);
     }
     try {
-        return picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
+        auto picture = picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
+        fill_lost_pixels(*picture, intact_rows(data, facts.format), options.background);
+        return picture;
     } catch (const vips::VError&) {
         vips_error_clear();
         return top_rows(data, facts, options);  // of a decoder that stops at the first damage
@@ -152,8 +176,11 @@ std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, const F
     if (options.recovery == Recovery::kNone) {
         throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + text);
     }
-    return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(),
-                   [&] { return recovered(data, facts, options); });
+    return guarded(Failure::kDamaged, label(format, "is beyond recovery").c_str(), [&] {
+        auto picture = recovered(data, facts, options);
+        static_cast<VipsPicture&>(*picture).forget_changes();
+        return picture;
+    });
 }
 
 std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const FileFacts& facts,
@@ -182,13 +209,61 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const File
     });
 }
 
-// Pages of their own size each.
-std::vector<Frame> tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options, VipsFailOn fail_on) {
-    const std::vector<FileFacts> facts = probe_pages(data);
+// Bytes that stay where they are for as long as the call takes.
+class BorrowedBytes final : public DataSource {
+ public:
+    explicit BorrowedBytes(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+    uint64_t size() const override { return m_bytes.size(); }
+    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
+        const auto piece = ByteReader(m_bytes).piece(offset, out.size());
+        std::copy(piece.begin(), piece.end(), out.begin());
+        return piece.size();
+    }
+    std::span<const uint8_t> in_memory() const override { return m_bytes; }
+
+ private:
+    std::span<const uint8_t> m_bytes;
+};
+
+// The failure of a reader, with the words that the format's other failures have.
+[[noreturn]] void throw_damaged(Format format, const PictureError& error, const DecodeOptions& options) {
+    if (error.kind() != Failure::kDamaged) {
+        throw error;
+    }
+    const char* what = options.recovery == Recovery::kNone ? "is damaged or incomplete" : "has no complete row";
+    throw PictureError(Failure::kDamaged, label(format, what) + ": " + error.what());
+}
+
+std::unique_ptr<Picture> decode_tiff_page(const FrameSource& pages, size_t page, const DecodeOptions& options) {
+    try {
+        const auto reader = pages.open(page);
+        const RowsHeader& header = reader->header();
+        const int pixel = static_cast<int>(header.form.pixel_size());
+        check_picture_size(header.width, header.height, pixel);
+        check_memory(options, header.width, header.height, pixel);
+        const int count = static_cast<int>(std::min<size_t>(pages.count(), INT32_MAX));
+        return finished(read_picture(*reader, options, count), {}, options);
+    } catch (const PictureError& error) {
+        throw_damaged(Format::kTiff, error, options);
+    }
+}
+
+SharedFrames tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options) {
+    return open_tiff(std::make_shared<BorrowedBytes>(data), options);
+}
+
+// All pages together are held against the limit of memory before the first is decoded.
+std::vector<Frame> decode_tiff_pages(const FrameSource& pages, const DecodeOptions& options) {
+    int64_t bytes = 0;
+    for (size_t page = 0; page < pages.count(); page++) {
+        const FileFacts facts = pages.header(page).facts;
+        const int64_t pixel = std::max(1, facts.bits_per_pixel / 8);
+        bytes = std::min(bytes + std::min(facts.width * facts.height, int64_t{1} << 57) * pixel, int64_t{1} << 61);
+        check_memory(options, bytes, 1, 1);
+    }
     std::vector<Frame> frames;
-    for (size_t page = 0; page < facts.size(); page++) {
-        const VImage image = opened(data, Format::kTiff, fail_on, static_cast<int>(page));
-        frames.push_back({picture_of(image, facts[page], options), 0});
+    for (size_t page = 0; page < pages.count(); page++) {
+        frames.push_back({decode_tiff_page(pages, page, options), 0});
     }
     return frames;
 }
@@ -198,6 +273,7 @@ std::vector<Frame> animation_frames(std::span<const uint8_t> data, const FileFac
                                     VipsFailOn fail_on) {
     const VImage strip = opened(data, facts.format, fail_on, 0, -1);
     const int height = strip.get_typeof("page-height") != 0 ? strip.get_int("page-height") : strip.height();
+    check_memory(options, strip.width(), strip.height(), static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(strip.get_image())));
     const std::vector<int> delays = strip.get_typeof("delay") != 0 ? strip.get_array_int("delay") : std::vector<int>();
     std::vector<Frame> frames;
     for (int top = 0; top + height <= strip.height(); top += height) {
@@ -226,7 +302,9 @@ std::unique_ptr<Picture> decode_png(const SharedSource& source, const FileFacts&
     const PngReading reading{options.recovery != Recovery::kNone, options.recovery == Recovery::kMaximal};
     const auto reader = open_png(source, reading);
     const RowsHeader& header = reader->header();
-    check_picture_size(header.width, header.height, static_cast<int>(header.form.pixel_size()));
+    const int pixel = static_cast<int>(header.form.pixel_size());
+    check_picture_size(header.width, header.height, pixel);
+    check_memory(options, header.width, header.height, pixel);
     return finished(read_picture(*reader, options), facts, options);
 }
 
@@ -256,11 +334,18 @@ SharedFrames open_frames(const SharedSource& source, const DecodeOptions& option
 
 std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, const DecodeOptions& options) {
     settle_after_fork();
-    const FileFacts facts = frames->header(index).facts;
+    const FrameHeader header = frames->header(index);
+    const FileFacts& facts = header.facts;
     return labeled(facts.format, [&] {
         const auto reader = frames->open(index);
         auto picture = read_picture(*reader, options, static_cast<int>(frames->count()));
+        const bool covers = header.area == Rect{0, 0, picture->width(), picture->height()};
+        const bool clear = header.control && header.control->transparent;
+        if (options.recovery != Recovery::kNone && facts.format == Format::kGif && covers && !clear) {
+            picture->flatten(options.background);  // no pixel of such a frame is transparent but what was lost
+        }
         picture->apply_profiles(options);
+        picture->forget_changes();
         picture->set_origin({frames, index});
         return std::unique_ptr<Picture>(std::move(picture));
     });
@@ -273,7 +358,7 @@ std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOpti
     const std::string what = label(facts.format, "is damaged or incomplete");
     return guarded(Failure::kDamaged, what.c_str(), [&] {
         if (facts.format == Format::kTiff) {
-            return tiff_pages(data, options, fail_on);
+            return decode_tiff_pages(*tiff_pages(data, options), options);
         }
         if (const SharedFrames found = open_frames(borrowed_source(data), options)) {
             std::vector<Frame> decoded = all_frames(found, options);
@@ -305,6 +390,8 @@ std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptio
         }
         case Format::kPng:
             return labeled(facts.format, [&] { return decode_png(borrowed_source(data), facts, options); });
+        case Format::kTiff:
+            return decode_tiff_page(*tiff_pages(data, options), 0, options);
         default:
             return decode_with_vips(data, facts, options);
     }

@@ -6,9 +6,8 @@
 #include <cstring>
 
 #include "runtime/native/imagework/codecs/apng.h"
-#include "runtime/native/imagework/codecs/tiff_byte_order.h"
-#include "runtime/native/imagework/codecs/tiff_join.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/tiff/tiff_writer.h"
 #include "runtime/native/imagework/vips/encode_gif.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
@@ -29,19 +28,18 @@ void require_one_size(std::span<const FrameToWrite> frames) {
 }
 
 EncodedBytes encode_tiff_pages(std::span<const FrameToWrite> frames) {
-    std::vector<EncodedBytes> pages;
     const auto& first = std::get<TiffEncoding>(frames[0].encoding->format);
+    TiffFile file(first.big_tiff, first.big_endian);
     for (const FrameToWrite& frame : frames) {
-        Encoding encoding = *frame.encoding;
-        auto& tiff = std::get<TiffEncoding>(encoding.format);
+        auto tiff = std::get<TiffEncoding>(frame.encoding->format);
         tiff.big_tiff = first.big_tiff;
         tiff.big_endian = first.big_endian;
-        check_tiff_byte_order(tiff, *frame.picture);
-        tiff.big_endian = false;  // the whole file is turned at once
-        pages.push_back(frame.picture->encode(encoding));
+        check_sides(*frame.picture, Format::kTiff);
+        const auto own = frame.picture->copy();
+        prepare_for_encoding(*own, *frame.encoding);
+        write_tiff_page(file, tiff, static_cast<VipsPicture&>(*own), *frame.encoding);
     }
-    const EncodedBytes file = joined_tiffs(pages);
-    return first.big_endian ? as_big_endian_tiff(file) : file;
+    return file.finish();
 }
 
 // All frames below each other, as the library takes an animation.

@@ -3,6 +3,7 @@
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 
 #include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/tiff/tiff_writer.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 namespace zelmor::imagework {
@@ -12,9 +13,6 @@ EncodedBytes save_with_library(const vips::VImage& image, const char* saver, vip
 
 // Refuses pictures that are larger than the format holds.
 void check_sides(const Picture& picture, Format format);
-
-// Refuses what cannot be turned to big-endian order, if that is asked for.
-void check_tiff_byte_order(const TiffEncoding& tiff, const Picture& picture);
 
 // Applies the settings that all formats share to the pixels: a transparent color, a background, a palette.
 void prepare_for_encoding(Picture& picture, const Encoding& encoding);
@@ -32,6 +30,8 @@ PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture);
 // format.
 EncodedBytes encode_as(const PngEncoding& png, VipsPicture& picture, const Encoding& encoding);
 EncodedBytes encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding);
+// The same as the next page of a file.
+void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding);
 
 }  // namespace zelmor::imagework
 

@@ -1,119 +1,144 @@
-// Writing TIFF.
+// Writing TIFF: the picture is brought to the form that the settings ask for, and its rows go to the writer.
 #include <algorithm>
-#include <string>
+#include <optional>
 
-#include "runtime/native/imagework/codecs/tiff_byte_order.h"
+#include "runtime/native/imagework/tiff/tiff_writer.h"
+#include "runtime/native/imagework/tiff/writable_forms.h"
 #include "runtime/native/imagework/vips/encode_support.h"
-
-using vips::VImage;
-using vips::VOption;
+#include "runtime/native/imagework/vips/rows_image.h"
 
 namespace zelmor::imagework {
 namespace {
 
-VipsForeignTiffCompression tiff_compression(TiffCompression compression) {
-    switch (compression) {
-        case TiffCompression::kNone:
-            break;
-        case TiffCompression::kLzw:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_LZW;
-        case TiffCompression::kDeflate:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE;
-        case TiffCompression::kPackBits:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_PACKBITS;
-        case TiffCompression::kJpeg:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_JPEG;
-        case TiffCompression::kFax4:
-            return VIPS_FOREIGN_TIFF_COMPRESSION_CCITTFAX4;
-    }
-    return VIPS_FOREIGN_TIFF_COMPRESSION_NONE;
+bool is_opaque(std::span<const Argb> palette) {
+    return std::all_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 == 0xFF; });
 }
 
-// The numbers of compressed pixels cannot be turned around in the file.
-void require_turnable(const TiffEncoding& tiff, bool wide) {
-    if (tiff.big_endian && wide && tiff.compression != TiffCompression::kNone) {
-        unfit("a big-endian TIFF of 16 bits per sample is written without compression only");
+SampleType sample_type(int bits, TiffNumbers numbers) {
+    if (numbers == TiffNumbers::kFloatingPoint) {
+        return bits == 64 ? SampleType::kDouble : SampleType::kFloat;
     }
+    const bool is_signed = numbers == TiffNumbers::kSigned;
+    return bits == 32   ? (is_signed ? SampleType::kInt32 : SampleType::kUint32)
+           : bits == 16 ? (is_signed ? SampleType::kInt16 : SampleType::kUint16)
+                        : (is_signed ? SampleType::kInt8 : SampleType::kUint8);
 }
 
-}  // namespace
-
-EncodedBytes encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding) {
-    const bool bilevel = tiff.color == TiffColor::kBilevel;
-    if (picture.form().color == ColorModel::kLab || picture.form().color == ColorModel::kIndexed) {
-        picture.to_colors();
-    }
-    PixelForm form = picture.form();
-    if (has_signs(form)) {
-        form.sample = form.bits == 8 ? SampleType::kUint8 : SampleType::kUint16;
-    }
-    form.bits = std::max(8, form.bits);
-    switch (tiff.color) {
+struct ColorsAndAlpha {
+    ColorModel color;
+    std::optional<bool> alpha;  // absent: as the picture has it
+};
+ColorsAndAlpha wanted_colors(TiffColor color, ColorModel own) {
+    switch (color) {
         case TiffColor::kAuto:
             break;
         case TiffColor::kBilevel:
         case TiffColor::kGray:
-            picture.lose_alpha(encoding);
-            form.color = ColorModel::kGray;
-            break;
+            return {ColorModel::kGray, false};
+        case TiffColor::kGrayAlpha:
+            return {ColorModel::kGray, true};
         case TiffColor::kRgb:
-            picture.lose_alpha(encoding);
-            form.color = ColorModel::kRgb;
-            break;
+            return {ColorModel::kRgb, false};
         case TiffColor::kRgba:
-            form.color = ColorModel::kRgb;
-            break;
+            return {ColorModel::kRgb, true};
+        case TiffColor::kIndexed:
+            return {ColorModel::kIndexed, false};
         case TiffColor::kCmyk:
-            picture.lose_alpha(encoding);
-            form.color = ColorModel::kCmyk;
-            break;
+            return {ColorModel::kCmyk, false};
+        case TiffColor::kCmyka:
+            return {ColorModel::kCmyk, true};
+        case TiffColor::kLab:
+            return {ColorModel::kLab, std::nullopt};
     }
-    if (tiff.compression == TiffCompression::kFax4 && !bilevel) {
-        unfit("fax compression takes pictures of one bit per pixel only");
-    }
-    int depth = tiff.bit_depth;
-    if (tiff.compression == TiffCompression::kJpeg) {
-        if (bilevel) {
-            unfit("JPEG compression takes no pictures of one bit per pixel");
-        }
-        depth = 8;
-        picture.lose_alpha(encoding);
-    }
-    form.alpha = tiff.color == TiffColor::kRgba || (picture.has_alpha() && tiff.color == TiffColor::kAuto);
-    if (bilevel || depth == 8 || (tiff.color == TiffColor::kCmyk && depth == 0)) {
-        form.sample = SampleType::kUint8;
-        form.bits = bilevel ? 1 : 8;
-    } else if (depth == 16) {
-        form.sample = SampleType::kUint16;
-        form.bits = 16;
-    }
-    picture.to_form(form);
-    const VImage image = with_profile(picture);
-    require_turnable(tiff, image.format() == VIPS_FORMAT_USHORT);
-    bool lossless = tiff.compression == TiffCompression::kLzw || tiff.compression == TiffCompression::kDeflate;
-    VOption* options =
-        VImage::option()
-            ->set("compression", tiff_compression(tiff.compression))
-            ->set("Q", tiff.quality)
-            ->set("predictor", tiff.predictor && lossless && !bilevel ? VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL
-                                                                      : VIPS_FOREIGN_TIFF_PREDICTOR_NONE)
-            ->set("bigtiff", tiff.big_tiff)
-            ->set("rgbjpeg", tiff.rgb_jpeg)
-            ->set("premultiply", tiff.premultiplied && has_alpha_band(image))
-            ->set("miniswhite", tiff.min_is_white && image.bands() == 1)
-            ->set("resunit", VIPS_FOREIGN_TIFF_RESUNIT_INCH);
-    if (bilevel) {
-        options->set("bitdepth", 1);
-    }
-    if (tiff.tile_width > 0 && tiff.tile_height > 0) {
-        options->set("tile", true)->set("tile_width", tiff.tile_width)->set("tile_height", tiff.tile_height);
-    }
-    EncodedBytes bytes = save_with_library(image, "tiffsave_buffer", options);
-    return tiff.big_endian ? as_big_endian_tiff(bytes) : bytes;
+    return {own, std::nullopt};
 }
 
-void check_tiff_byte_order(const TiffEncoding& tiff, const Picture& picture) {
-    require_turnable(tiff, tiff.bit_depth == 16 || (tiff.bit_depth == 0 && picture.form().bits == 16));
+// Indices, of as many bits as the settings say.
+PixelForm to_indices(VipsPicture& picture, const TiffEncoding& tiff, const Encoding& encoding) {
+    const int bits = tiff.bit_depth == 0 ? 8 : tiff.bit_depth;
+    const size_t most = size_t{1} << std::min(bits, 8);
+    const bool has_own = picture.form().color == ColorModel::kIndexed && is_opaque(picture.palette()) &&
+                         picture.palette().size() <= most;
+    if (!encoding.palette.empty() || !has_own) {
+        picture.lose_alpha(encoding);
+        const auto palette =
+            encoding.palette.empty() ? picture.close_palette(static_cast<int>(most), false) : encoding.palette;
+        if (palette.size() > most) {
+            unfit("the palette has " + std::to_string(palette.size()) + " colors, and " + std::to_string(bits) +
+                  " bits hold " + std::to_string(most));
+        }
+        picture.reduce(palette, encoding.diffuse);
+    }
+    PixelForm form = picture.form();
+    form.bits = bits;
+    return form;
+}
+
+// The form that the settings ask for.
+PixelForm to_wanted_form(VipsPicture& picture, const TiffEncoding& tiff, const Encoding& encoding) {
+    const bool jpeg = tiff.compression == TiffCompression::kJpeg && !tiff.of_file;
+    const ColorsAndAlpha wanted = wanted_colors(tiff.color, picture.form().color);
+    if (wanted.color == ColorModel::kIndexed && tiff.color == TiffColor::kIndexed) {
+        return to_indices(picture, tiff, encoding);
+    }
+    if (wanted.color == ColorModel::kIndexed) {
+        if (is_opaque(picture.palette()) && !jpeg) {
+            return picture.form();
+        }
+        picture.to_direct();  // a TIFF palette has no transparent colors
+    }
+    PixelForm form = picture.form();
+    form.color = wanted.color == ColorModel::kIndexed ? form.color : wanted.color;
+    form.alpha = wanted.alpha.value_or(picture.has_alpha()) && !jpeg;
+    const int bits = jpeg ? 8 : tiff.color == TiffColor::kBilevel ? 1 : tiff.bit_depth;
+    if (bits != 0) {
+        form.sample = sample_type(bits, jpeg ? TiffNumbers::kUnsigned : tiff.numbers);
+        form.bits = bits;
+    } else if (picture.form().color == ColorModel::kIndexed) {
+        form.bits = 8;
+    }
+    if (!form.alpha) {
+        picture.lose_alpha(encoding);
+    }
+    picture.to_form(form);
+    return form;
+}
+
+}  // namespace
+
+void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding) {
+    TiffEncoding settings = tiff;
+    if (tiff.of_file) {
+        settings.color = TiffColor::kAuto;
+        settings.bit_depth = 0;
+    }
+    if (tiff.without_profile) {
+        picture.to_srgb();
+    }
+    const PixelForm form = to_wanted_form(picture, settings, encoding);
+    RowsHeader header = picture.rows_header();
+    header.form.bits = form.bits;
+    if (tiff.without_profile) {
+        header.profile.reset();
+    }
+    // A file that tells no dots per inch stays so until the picture is given some.
+    if (tiff.of_file && tiff.unit == TiffUnit::kNone) {
+        if (header.resolution == kDefaultResolution) {
+            header.resolution.reset();
+        } else {
+            settings.unit = TiffUnit::kInch;
+            settings.resolution.reset();
+        }
+    }
+    const auto page = file.add_page(header, tiff.of_file ? fitted(header, settings) : settings);
+    write_rows(picture, *page);
+    page->finish();
+}
+
+EncodedBytes encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding) {
+    TiffFile file(tiff.big_tiff, tiff.big_endian);
+    write_tiff_page(file, tiff, picture, encoding);
+    return file.finish();
 }
 
 }  // namespace zelmor::imagework

@@ -22,9 +22,8 @@ VImage placed(const VImage& image, int32_t width, int32_t height, int32_t x, int
             .new_from_image(background)
             .embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
     }
-    return image.embed(
-        x, y, width, height,
-        VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", background));
+    return image.embed(x, y, width, height,
+                       VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", background));
 }
 
 // Around the center by any angle. Colors are weighed by their alpha, so that transparent pixels do not bleed.
@@ -83,9 +82,9 @@ void lay_over(const Sample* top, Sample* below, int colors, bool below_has_alpha
         }
         const Share own = alpha / whole;
         for (int band = 0; band < colors; band++) {
-            below[band] = alpha == 1 ? top[band]
-                                     : stored(static_cast<Share>(top[band]) * own +
-                                              static_cast<Share>(below[band]) * (1 - own));
+            below[band] =
+                alpha == 1 ? top[band]
+                           : stored(static_cast<Share>(top[band]) * own + static_cast<Share>(below[band]) * (1 - own));
         }
         if (below_has_alpha) {
             below[colors] = stored(whole * kTop);
@@ -106,7 +105,8 @@ void VipsPicture::crop(const Rect& area) {
 }
 
 void VipsPicture::place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) {
-    const bool covered = x <= 0 && y <= 0 && int64_t{x} + this->width() >= width && int64_t{y} + this->height() >= height;
+    const bool covered =
+        x <= 0 && y <= 0 && int64_t{x} + this->width() >= width && int64_t{y} + this->height() >= height;
     if (!covered) {
         admit(background);
     }
@@ -152,6 +152,7 @@ void VipsPicture::draw(const Picture& other, int32_t x, int32_t y) {
     form.alpha = true;
     top.to_form(form);
     make_writable();
+    note_change();
     const auto count = static_cast<size_t>(top.width());
     with_storage(storage_of(m_form.sample), [&](auto sample) {
         using Sample = decltype(sample);
@@ -195,8 +196,7 @@ void VipsPicture::rotate(double degrees, bool grow, Argb background) {
             if (grow || (result.width() == width && result.height() == height)) {
                 return result;
             }
-            return placed(result, width, height, (width - result.width()) / 2, (height - result.height()) / 2,
-                          fill);
+            return placed(result, width, height, (width - result.width()) / 2, (height - result.height()) / 2, fill);
         });
         return;
     }

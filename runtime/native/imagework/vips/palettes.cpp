@@ -1,12 +1,14 @@
 // From true colors to a palette: finding the colors, and bringing pixels down to them.
 #include <algorithm>
 #include <array>
-#include <unordered_map>
-#include <unordered_set>
+#include <cmath>
+#include <functional>
 
 #include "runtime/native/imagework/codecs/png_chunks.h"
 #include "runtime/native/imagework/palette_search.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/vips/argb_rows.h"
+#include "runtime/native/imagework/vips/color_set.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
@@ -15,61 +17,65 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
-// Four bytes R, G, B, A for each pixel, in one block.
-VImage rgba_of(const VImage& image) {
-    return with_alpha(as_rgb(as_8_bit(image))).copy_memory();
-}
-
-Argb argb_at(const uint8_t* pixel) {
-    return static_cast<Argb>(pixel[3]) << 24 | static_cast<Argb>(pixel[0]) << 16 | static_cast<Argb>(pixel[1]) << 8 |
-           pixel[2];
-}
-
-std::span<const uint8_t> bytes_of(const VImage& memory) {
-    return {static_cast<const uint8_t*>(memory.data()), VIPS_IMAGE_SIZEOF_IMAGE(memory.get_image())};
-}
-
-std::vector<uint8_t> nearest_indices(const VImage& rgba, PaletteSearch& search) {
-    const auto bytes = bytes_of(rgba);
-    std::vector<uint8_t> result(bytes.size() / 4);
-    for (size_t i = 0; i < result.size(); i++) {
-        result[i] = static_cast<uint8_t>(search.nearest(argb_at(&bytes[4 * i])));
-    }
+std::vector<uint8_t> nearest_indices(const ArgbRows& rows, PaletteSearch& search) {
+    std::vector<uint8_t> result;
+    result.reserve(rows.pixels());
+    rows.each([&](std::span<const Argb> row) {
+        for (const Argb color : row) {
+            result.push_back(static_cast<uint8_t>(search.nearest(color)));
+        }
+        return true;
+    });
     return result;
 }
 
-// Floyd and Steinberg's weights: 7 to the right, 3, 5 and 1 below, of 16. Errors are kept in sixteenths.
-std::vector<uint8_t> diffused_indices(const VImage& rgba, std::span<const Argb> palette, PaletteSearch& search) {
-    constexpr std::array<int, 4> kShifts = {16, 8, 0, 24};  // of the bytes R, G, B, A
-    const auto bytes = bytes_of(rgba);
-    const auto width = static_cast<size_t>(rgba.width());
-    std::vector<uint8_t> result(bytes.size() / 4);
-    std::vector<int> here(4 * (width + 2));
-    std::vector<int> below(4 * (width + 2));
-    for (size_t at = 0, x = 0; at < result.size(); at++, x++) {
-        if (x == width) {
-            x = 0;
-            std::swap(here, below);
-            std::fill(below.begin(), below.end(), 0);
-        }
-        std::array<int, 4> wanted;
-        Argb color = 0;
-        for (size_t band = 0; band < 4; band++) {
-            const int error = here[4 * (x + 1) + band];
-            wanted[band] = std::clamp(bytes[4 * at + band] + (error + (error < 0 ? -8 : 8)) / 16, 0, 255);
-            color |= static_cast<Argb>(wanted[band]) << kShifts[band];
-        }
-        const size_t index = search.nearest(color);
-        result[at] = static_cast<uint8_t>(index);
-        for (size_t band = 0; band < 4; band++) {
-            const int error = wanted[band] - static_cast<int>(palette[index] >> kShifts[band] & 0xFF);
-            here[4 * (x + 2) + band] += 7 * error;
-            below[4 * x + band] += 3 * error;
-            below[4 * (x + 1) + band] += 5 * error;
-            below[4 * (x + 2) + band] += error;
+// Floyd and Steinberg's weights: 7 to the right, 3, 5 and 1 below, of 16. Errors are kept in sixteenths. Only colors
+// are diffused where picture and palette are opaque.
+template <size_t channels>
+std::vector<uint8_t> diffused_indices(const ArgbRows& rows, std::span<const Argb> palette, PaletteSearch& search) {
+    constexpr std::array<int, 4> kShifts = {16, 8, 0, 24};
+    std::vector<std::array<int, channels>> entries(palette.size());
+    for (size_t i = 0; i < palette.size(); i++) {
+        for (size_t channel = 0; channel < channels; channel++) {
+            entries[i][channel] = static_cast<int>(palette[i] >> kShifts[channel] & 0xFF);
         }
     }
+    using Errors = std::array<int, channels>;
+    std::vector<uint8_t> result;
+    result.reserve(rows.pixels());
+    // What falls on the row below; its first and last places lie outside the picture.
+    std::vector<Errors> below(rows.width() + 2);
+    rows.each([&](std::span<const Argb> row) {
+        Errors right{};       // from the pixel on the left
+        Errors under_left{};  // gathered for the place below and left of the pixel
+        Errors under{};
+        for (size_t x = 0; x < row.size(); x++) {
+            Errors wanted;
+            Argb color = channels == 4 ? 0 : 0xFF000000;
+            for (size_t channel = 0; channel < channels; channel++) {
+                const int error = below[x + 1][channel] + right[channel];
+                wanted[channel] = std::clamp(
+                    static_cast<int>(row[x] >> kShifts[channel] & 0xFF) + (error + (error < 0 ? -8 : 8)) / 16, 0, 255);
+                color |= static_cast<Argb>(wanted[channel]) << kShifts[channel];
+            }
+            const size_t index = search.nearest(color);
+            result.push_back(static_cast<uint8_t>(index));
+            for (size_t channel = 0; channel < channels; channel++) {
+                const int error = wanted[channel] - entries[index][channel];
+                right[channel] = 7 * error;
+                below[x][channel] = under_left[channel] + 3 * error;
+                under_left[channel] = under[channel] + 5 * error;
+                under[channel] = error;
+            }
+        }
+        below[row.size()] = under_left;
+        return true;
+    });
     return result;
+}
+
+bool is_opaque(std::span<const Argb> palette) {
+    return std::all_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 == 255; });
 }
 
 std::vector<uint8_t> indices_in(const VImage& image, std::span<const Argb> palette, bool diffuse) {
@@ -78,30 +84,106 @@ std::vector<uint8_t> indices_in(const VImage& image, std::span<const Argb> palet
                            "a palette of " + std::to_string(palette.size()) + " colors is not one of 1 to 256",
                            "palette");
     }
-    const VImage rgba = rgba_of(image);
+    const ArgbRows rows(image);
     PaletteSearch search(palette);
-    return diffuse ? diffused_indices(rgba, palette, search) : nearest_indices(rgba, search);
+    if (!diffuse) {
+        return nearest_indices(rows, search);
+    }
+    return is_opaque(palette) && !has_alpha_band(image) ? diffused_indices<3>(rows, palette, search)
+                                                        : diffused_indices<4>(rows, palette, search);
 }
 
 // The colors of the picture in the order of their first appearance; nothing where there are more than `most`.
-std::vector<Argb> distinct_colors(const VImage& rgba, size_t most) {
-    if (!has_at_most_colors(rgba, most)) {
-        return {};
+std::vector<Argb> distinct_colors(const ArgbRows& rows, size_t most) {
+    ColorSet colors(most);
+    const bool all = rows.each([&](std::span<const Argb> row) {
+        return std::all_of(row.begin(), row.end(), [&](Argb color) { return colors.add(color); });
+    });
+    return all ? colors.values() : std::vector<Argb>();
+}
+
+// A small picture whose colors stand for those of a large one, for the quantizer, which looks at every pixel several
+// times. Colors are joined that agree in their upper bits, and each of these groups gets as many pixels of its mean as
+// its share of the picture asks for, but at least one: no color is too rare to be seen.
+VImage condensed(const VImage& image, size_t wanted) {
+    struct Group {
+        uint64_t count = 0;
+        std::array<uint64_t, 4> sums{};  // alpha, red, green, blue
+    };
+    const bool alpha = has_alpha_band(image);
+    const std::array<int, 4> bits = alpha ? std::array{4, 5, 5, 4} : std::array{0, 6, 6, 6};
+    std::vector<Group> groups(size_t{1} << (bits[0] + bits[1] + bits[2] + bits[3]));
+    const ArgbRows rows(image);
+    rows.each([&](std::span<const Argb> row) {
+        for (const Argb color : row) {
+            const Argb seen = color >> 24 == 0 ? 0 : color;
+            size_t place = 0;
+            for (size_t channel = 0; channel < 4; channel++) {
+                const int shift = 24 - 8 * static_cast<int>(channel);
+                place = place << bits[channel] | (seen >> shift & 0xFF) >> (8 - bits[channel]);
+            }
+            Group& group = groups[place];
+            group.count++;
+            for (size_t channel = 0; channel < 4; channel++) {
+                group.sums[channel] += seen >> (24 - 8 * channel) & 0xFF;
+            }
+        }
+        return true;
+    });
+    const uint64_t unit = (rows.pixels() + wanted - 1) / wanted;
+    const int bands = alpha ? 4 : 3;
+    std::vector<uint8_t> pixels;
+    for (const Group& group : groups) {
+        for (uint64_t i = 0; i * unit < group.count; i++) {
+            for (const size_t channel : {1, 2, 3, 0}) {
+                if (channel != 0 || alpha) {
+                    pixels.push_back(static_cast<uint8_t>((group.sums[channel] + group.count / 2) / group.count));
+                }
+            }
+        }
     }
-    const auto bytes = bytes_of(rgba);
+    const auto count = static_cast<int64_t>(pixels.size()) / bands;
+    const int width = static_cast<int>(std::min<int64_t>(count, 1024));
+    const int height = static_cast<int>((count + width - 1) / width);
+    while (pixels.size() < static_cast<size_t>(width) * static_cast<size_t>(height) * static_cast<size_t>(bands)) {
+        pixels.push_back(pixels[pixels.size() - static_cast<size_t>(bands)]);  // the last one again
+    }
+    return VImage::new_from_memory(pixels.data(), pixels.size(), width, height, bands, VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
+        .copy_memory();
+}
+
+// Each opaque color of the picture with the number of its pixels: sorted by one byte after the other, equal colors lie
+// side by side.
+std::vector<std::pair<Argb, size_t>> counted_colors(const ArgbRows& rows) {
     std::vector<Argb> colors;
-    Argb last = 0;
-    for (size_t at = 0; at < bytes.size(); at += 4) {
-        const Argb color = argb_at(&bytes[at]);
-        if (!colors.empty() && color == last) {
-            continue;
+    colors.reserve(rows.pixels());
+    rows.each([&](std::span<const Argb> row) {
+        colors.insert(colors.end(), row.begin(), row.end());
+        return true;
+    });
+    std::vector<Argb> sorted(colors.size());
+    for (const int shift : {0, 8, 16}) {
+        std::array<size_t, 257> begins{};
+        for (const Argb color : colors) {
+            begins[(color >> shift & 0xFF) + 1]++;
         }
-        last = color;
-        if (std::find(colors.begin(), colors.end(), color) == colors.end()) {
-            colors.push_back(color);
+        for (size_t i = 1; i < begins.size(); i++) {
+            begins[i] += begins[i - 1];
         }
+        for (const Argb color : colors) {
+            sorted[begins[color >> shift & 0xFF]++] = color;
+        }
+        std::swap(colors, sorted);
     }
-    return colors;
+    std::vector<std::pair<Argb, size_t>> counts;
+    for (const Argb color : colors) {
+        if (counts.empty() || counts.back().first != color) {
+            counts.emplace_back(color, 0);
+        }
+        counts.back().second++;
+    }
+    return counts;
 }
 
 // The palette that the library's quantizer writes into an indexed PNG.
@@ -166,12 +248,14 @@ std::vector<Argb> VipsPicture::close_palette(int most, bool keep_alpha) const {
     require_palette_size(most);
     return guarded(Failure::kInternal, "the colors could not be counted", [&] {
         const VImage own = this->colors();
-        const VImage colors = as_rgb(as_8_bit(keep_alpha ? own : color_bands(own)));
-        std::vector<Argb> palette = distinct_colors(rgba_of(colors), static_cast<size_t>(most));
+        const VImage colors = as_rgb(as_8_bit(keep_alpha ? own : color_bands(own))).copy_memory();
+        std::vector<Argb> palette = distinct_colors(ArgbRows(colors), static_cast<size_t>(most));
         if (!palette.empty()) {
             return palette;
         }
-        palette = quantizer_palette(colors, most);
+        constexpr size_t kMostPixels = size_t{1} << 18;
+        const bool large = static_cast<size_t>(colors.width()) * static_cast<size_t>(colors.height()) > kMostPixels;
+        palette = quantizer_palette(large ? condensed(colors, kMostPixels) : colors, most);
         thin_out(palette, static_cast<size_t>(most));
         return palette;
     });
@@ -180,8 +264,9 @@ std::vector<Argb> VipsPicture::close_palette(int most, bool keep_alpha) const {
 std::vector<uint8_t> VipsPicture::indices(std::span<const Argb> palette, bool diffuse) const {
     return guarded(Failure::kInternal, "the pixels could not be indexed", [&] {
         if (std::equal(palette.begin(), palette.end(), this->palette().begin(), this->palette().end())) {
-            const auto own = bytes_of(m_image);  // of entries that are alike each keeps its pixels
-            return std::vector<uint8_t>(own.begin(), own.end());
+            // Of entries that are alike each keeps its pixels.
+            const auto* own = static_cast<const uint8_t*>(m_image.data());
+            return std::vector<uint8_t>(own, own + VIPS_IMAGE_SIZEOF_IMAGE(m_image.get_image()));
         }
         return indices_in(colors(), palette, diffuse);
     });
@@ -191,47 +276,29 @@ bool VipsPicture::has_only(std::span<const Argb> palette) const {
     // Transparent pixels count as one color. A picture without alpha does not count the alpha of the palette.
     const bool alpha = has_alpha();
     const auto seen = [alpha](Argb color) { return !alpha ? color | kBlack : color >> 24 == 0 ? 0 : color; };
-    const std::unordered_set<Argb> known = [&] {
-        std::unordered_set<Argb> colors;
-        for (const Argb color : palette) {
-            colors.insert(seen(color));
-        }
-        return colors;
-    }();
-    const VImage rgba = rgba_of(colors());
-    const auto bytes = bytes_of(rgba);
-    Argb last = 0;
-    for (size_t at = 0; at < bytes.size(); at += 4) {
-        const Argb color = seen(argb_at(&bytes[at]));
-        if (color == last && at > 0) {
-            continue;
-        }
-        last = color;
-        if (!known.contains(color)) {
-            return false;
-        }
+    ColorSet known(palette.size());
+    for (const Argb color : palette) {
+        known.add(seen(color));
     }
-    return true;
+    return guarded(Failure::kInternal, "the colors could not be looked at", [&] {
+        return ArgbRows(colors()).each([&](std::span<const Argb> row) {
+            return std::all_of(row.begin(), row.end(), [&](Argb color) { return known.contains(seen(color)); });
+        });
+    });
 }
 
 std::vector<Argb> VipsPicture::frequent_palette(int most) const {
     require_palette_size(most);
-    const VImage rgba = rgba_of(color_bands(colors()));
-    const auto bytes = bytes_of(rgba);
-    std::unordered_map<Argb, uint32_t> counts;
-    for (size_t at = 0; at < bytes.size(); at += 4) {
-        counts[argb_at(&bytes[at])]++;
-    }
-    std::vector<std::pair<Argb, uint32_t>> colors(counts.begin(), counts.end());
-    std::sort(colors.begin(), colors.end(), [](const auto& a, const auto& b) {
-        return a.second != b.second ? a.second > b.second : a.first < b.first;
+    return guarded(Failure::kInternal, "the colors could not be counted", [&] {
+        std::vector<std::pair<Argb, size_t>> colors = counted_colors(ArgbRows(color_bands(this->colors())));
+        const auto end = colors.begin() + std::min<std::ptrdiff_t>(most, std::ssize(colors));
+        std::partial_sort(colors.begin(), end, colors.end(), [](const auto& a, const auto& b) {
+            return a.second != b.second ? a.second > b.second : a.first < b.first;
+        });
+        std::vector<Argb> palette;
+        std::transform(colors.begin(), end, std::back_inserter(palette), [](const auto& color) { return color.first; });
+        return palette;
     });
-    colors.resize(std::min(colors.size(), static_cast<size_t>(most)));
-    std::vector<Argb> palette;
-    for (const auto& [color, count] : colors) {
-        palette.push_back(color);
-    }
-    return palette;
 }
 
 void VipsPicture::paint(std::span<const uint8_t> indices, std::span<const Argb> palette) {

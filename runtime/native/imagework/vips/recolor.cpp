@@ -1,36 +1,116 @@
 // Replacing colors, and questions about alpha.
+#include <algorithm>
+#include <cmath>
+
+#include "runtime/native/imagework/vips/rows_image.h"
+#include "runtime/native/imagework/vips/strips.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
 
 namespace zelmor::imagework {
+namespace {
+
+constexpr int kRows = 64;
+
+// Pixels none of whose channels is farther than the tolerance from those of a color.
+template <class Sample>
+class Match {
+ public:
+    Match(const VImage& image, Argb color, uint8_t tolerance) : m_bands(static_cast<size_t>(image.bands())) {
+        const double allowed = tolerance * channel_max(image) / 255.0;
+        for (const double wanted : ink(image, color)) {
+            m_low.push_back(static_cast<Sample>(std::max(0.0, wanted - allowed)));
+            m_high.push_back(static_cast<Sample>(std::min(channel_max(image), wanted + allowed)));
+        }
+    }
+    bool operator()(const Sample* pixel) const {
+        for (size_t band = 0; band < m_bands; band++) {
+            if (pixel[band] < m_low[band] || pixel[band] > m_high[band]) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+ private:
+    size_t m_bands;
+    std::vector<Sample> m_low;
+    std::vector<Sample> m_high;
+};
+
+template <class Sample>
+bool any_matches(const VImage& image, const Match<Sample>& matches) {
+    for (int y = 0; y < image.height(); y++) {
+        const auto* pixel = reinterpret_cast<const Sample*>(row_of(image, y));
+        for (int x = 0; x < image.width(); x++, pixel += image.bands()) {
+            if (matches(pixel)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+template <class Sample>
+VImage replaced(const VImage& source, Argb old_color, uint8_t tolerance, Argb new_color) {
+    const auto bands = static_cast<size_t>(source.bands());
+    const Match<Sample> matches(source, old_color, tolerance);
+    VImage target = raster_like(source);
+    std::vector<Sample> fill;
+    for (const double level : ink(target, new_color)) {
+        fill.push_back(static_cast<Sample>(level));
+    }
+    for_strips(target, kRows, [&](int begin, int end) {
+        for (int y = begin; y < end; y++) {
+            const auto* from = reinterpret_cast<const Sample*>(row_of(source, y));
+            auto* to = reinterpret_cast<Sample*>(row_of(target, y));
+            for (int x = 0; x < source.width(); x++, from += bands) {
+                to = std::copy_n(matches(from) ? fill.data() : from, bands, to);
+            }
+        }
+    });
+    return target;
+}
+
+}  // namespace
+
 void VipsPicture::replace_color(Argb old_color, uint8_t tolerance, Argb new_color) {
-    to_colors();
     if (!has_alpha()) {
         old_color |= kBlack;
     }
+    // A picture that has nothing of the color stays as it is, without alpha for instance.
+    const bool any = guarded(Failure::kInternal, "the color could not be looked for", [&] {
+        const VImage own = (is_gray_color(old_color) ? colors() : as_rgb(colors())).copy_memory();
+        return with_storage(storage_of(form_of_image(own).sample), [&](auto sample) {
+            return any_matches(own, Match<decltype(sample)>(own, old_color, tolerance));
+        });
+    });
+    if (!any) {
+        return;
+    }
+    to_colors();
     admit(new_color);
     if (!is_gray_color(old_color)) {
         to_rgb();
     }
     apply("the color could not be replaced", [&] {
-        const VImage& image = m_image;
-        double allowed = tolerance * channel_max(image) / 255.0;
-        const bool narrow = image.format() == VIPS_FORMAT_UCHAR || image.format() == VIPS_FORMAT_USHORT;
-        VImage distance = (image.cast(narrow ? VIPS_FORMAT_INT : VIPS_FORMAT_DOUBLE) - ink(image, old_color)).abs();
-        VImage matches = (distance <= allowed).bandand();
-        return matches.ifthenelse(ink(image, new_color), image);
+        return with_storage(storage_of(m_form.sample), [&](auto sample) {
+            return replaced<decltype(sample)>(m_image, old_color, tolerance, new_color);
+        });
     });
 }
 
 void VipsPicture::replace_rgb(Argb new_color) {
     to_colors();
-    admit(new_color | kBlack);
+    const bool had_alpha = has_alpha();
+    admit(had_alpha ? new_color | kBlack : new_color);
     apply("the colors could not be replaced", [&] {
-        const VImage& image = m_image;
-        VImage colors = color_bands(image);
-        std::vector<double> fill = ink(colors, new_color);
-        return with_alpha_of(colors.new_from_image(fill), image);
+        if (!had_alpha) {  // with the alpha of the color, if it has one
+            return m_image.new_from_image(ink(m_image, new_color));
+        }
+        const VImage colors = color_bands(m_image);
+        return with_alpha_of(colors.new_from_image(ink(colors, new_color)), m_image);
     });
 }
 

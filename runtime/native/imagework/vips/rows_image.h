@@ -28,11 +28,6 @@ vips::VImage blank_image(const PixelForm& form, int32_t width, int32_t height, R
 // The form that an image's bands, band format and interpretation tell of.
 PixelForm form_of_image(const vips::VImage& image);
 
-// A row of an image in memory.
-inline uint8_t* row_of(const vips::VImage& image, int32_t y, int32_t x = 0) {
-    return reinterpret_cast<uint8_t*>(VIPS_IMAGE_ADDR(image.get_image(), x, y));
-}
-
 }  // namespace zelmor::imagework
 
 #endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ROWS_IMAGE_H

@@ -1,6 +1,7 @@
 // Operations on the value of each channel for itself: gray, brightness, contrast, gamma.
 #include <cmath>
 
+#include "runtime/native/imagework/vips/gray.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
@@ -33,7 +34,7 @@ void VipsPicture::grayscale() {
         return;
     }
     to_srgb();  // gray has no profile of RGB
-    apply("the image could not be made gray", [&] { return with_alpha_of(luma(m_image), m_image); });
+    apply("the image could not be made gray", [&] { return with_alpha_of(gray_of(m_image), m_image); });
 }
 
 void VipsPicture::adjust_brightness(int32_t brightness) {

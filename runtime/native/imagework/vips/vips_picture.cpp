@@ -91,7 +91,8 @@ VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header, int fram
 }
 
 VipsPicture::VipsPicture(const VipsPicture& other, Shared)
-    : m_image(other.m_image),
+    : Picture(other),
+      m_image(other.m_image),
       m_form(other.m_form),
       m_palette(other.m_palette),
       m_profile(other.m_profile),
@@ -105,6 +106,7 @@ void VipsPicture::take(const VImage& image) {
     m_image = image;
     m_origin = {};
     m_exclusive = true;
+    note_change();
     m_form = form_of_image(image);
     if (storage_of(m_form.sample) == storage_of(before.sample)) {
         m_form.sample = before.sample;
@@ -294,6 +296,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
         }
         if (all) {
             make_writable();
+            note_change();
             for (int32_t y = 0; y < area.height; y++) {
                 std::copy_n(&indices[static_cast<size_t>(y) * width], width, row_of(m_image, area.y + y, area.x));
             }
@@ -310,6 +313,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
         }
     }
     make_writable();
+    note_change();
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<const Word> words = pixels.subspan(static_cast<size_t>(y) * width, width);
         if constexpr (kWide) {
@@ -354,6 +358,7 @@ void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<con
         }
     }
     make_writable();
+    note_change();
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<uint8_t> row(row_of(m_image, area.y + y, area.x), needed);
         std::memcpy(row.data(), samples.data() + row_size * static_cast<size_t>(y), needed);

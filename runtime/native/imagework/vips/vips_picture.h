@@ -122,6 +122,9 @@ class VipsPicture final : public Picture {
     // Pixels of one color become transparent.
     void make_transparent(Argb color);
 
+    // Of a picture whose pixels are those of the file once they are decoded.
+    void forget_changes() { note_no_change(); }
+
     // The pixels as they are, for the library's side of the backend.
     const vips::VImage& image() const { return m_image; }
 
@@ -133,7 +136,10 @@ class VipsPicture final : public Picture {
     // the picture as it was.
     template <class Step>
     void apply(const char* what, Step&& step) {
-        take(guarded(Failure::kInternal, what, [&] { return computed(step()); }));
+        const vips::VImage result = guarded(Failure::kInternal, what, [&] { return computed(step()); });
+        if (result.get_image() != m_image.get_image()) {  // the operation found something to do
+            take(result);
+        }
     }
     void take(const vips::VImage& image);
     void require_inside(const Rect& area) const;

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <unordered_set>
 
 #include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/vips/color_set.h"
 
 using vips::VImage;
 
@@ -77,17 +77,11 @@ bool has_at_most_colors(const VImage& image, size_t most) {
     const auto* pixel = static_cast<const uint8_t*>(memory.data());
     size_t size = VIPS_IMAGE_SIZEOF_PEL(memory.get_image());
     size_t count = static_cast<size_t>(memory.width()) * static_cast<size_t>(memory.height());
-    std::unordered_set<uint64_t> seen;
-    uint64_t last = 0;
+    SmallSet<uint64_t> seen(most);
     for (size_t i = 0; i < count; i++, pixel += size) {
         uint64_t value = 0;
         std::memcpy(&value, pixel, size);
-        if (value == last && i > 0) {
-            continue;  // most pixels are like their neighbor
-        }
-        last = value;
-        seen.insert(value);
-        if (seen.size() > most) {
+        if (!seen.add(value)) {
             return false;
         }
     }

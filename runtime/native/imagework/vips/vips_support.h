@@ -80,6 +80,11 @@ vips::VImage as_8_bit(const vips::VImage& image);
 // A gray or RGB color in the bands and the depth of the picture.
 std::vector<double> ink(const vips::VImage& image, Argb color);
 
+// A row of an image in memory, from the column given on.
+inline uint8_t* row_of(const vips::VImage& image, int32_t y, int32_t x = 0) {
+    return reinterpret_cast<uint8_t*>(VIPS_IMAGE_ADDR(image.get_image(), x, y));
+}
+
 // Dots per inch in the library's dots per millimeter, within the range that it and the formats take.
 double dots_per_millimeter(double dots_per_inch);
 

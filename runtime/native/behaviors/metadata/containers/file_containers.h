@@ -9,10 +9,10 @@ namespace zelmor::embed {
 FileMetadata find_in_jpeg(std::span<const std::byte> file);
 FileMetadata find_in_png(std::span<const std::byte> file);
 FileMetadata find_in_webp(std::span<const std::byte> file);
-Bytes find_in_gif(std::span<const std::byte> file);
+FileMetadata find_in_gif(std::span<const std::byte> file);
 
-Bytes write_to_jpeg(std::span<const std::byte> file, const Bytes& exif, const Bytes& xmp);
-Bytes write_to_png(std::span<const std::byte> file, const Bytes& exif, const Bytes& xmp);
+Bytes write_to_jpeg(std::span<const std::byte> file, const MetadataToWrite& metadata);
+Bytes write_to_png(std::span<const std::byte> file, const MetadataToWrite& metadata);
 Bytes write_to_webp(std::span<const std::byte> file, const Bytes& exif, const Bytes& xmp);
 Bytes write_to_gif(std::span<const std::byte> file, const Bytes& xmp);
 

@@ -1,6 +1,8 @@
 // Calls the code for the format of a file; see file_metadata.h.
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 
+#include <algorithm>
+
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"
 
 namespace zelmor::embed {
@@ -25,8 +27,27 @@ MetadataFormat metadata_format(std::span<const std::byte> file) {
             return MetadataFormat::kTiff;
         }
     }
-    return MetadataFormat::kOther;
+    return text.starts_with("BM") ? MetadataFormat::kBmp : MetadataFormat::kOther;
 }
+
+namespace {
+
+// The header behind that of the file; it begins with its own size.
+FileMetadata find_in_bmp(std::span<const std::byte> file) {
+    constexpr size_t kFileHeader = 14;
+    FileMetadata found;
+    if (file.size() < kFileHeader + 4) {
+        return found;
+    }
+    const uint64_t size = read_number(file.subspan(kFileHeader, 4), false);
+    constexpr uint64_t kMasks = 16;  // behind a header of 40 bytes
+    const auto header = file.subspan(
+        kFileHeader, std::min<uint64_t>(file.size() - kFileHeader, std::min<uint64_t>(size, 124) + kMasks));
+    found.bmp_header.assign(header.begin(), header.end());
+    return found;
+}
+
+}  // namespace
 
 FileMetadata find_metadata(std::span<const std::byte> file) {
     switch (metadata_format(file)) {
@@ -37,9 +58,11 @@ FileMetadata find_metadata(std::span<const std::byte> file) {
         case MetadataFormat::kWebp:
             return find_in_webp(file);
         case MetadataFormat::kGif:
-            return {{}, find_in_gif(file)};
+            return find_in_gif(file);
         case MetadataFormat::kTiff:
-            return {{}, find_tiff_xmp(file)};
+            return find_in_tiff(file);
+        case MetadataFormat::kBmp:
+            return find_in_bmp(file);
         case MetadataFormat::kOther:
             break;
     }
@@ -49,15 +72,16 @@ FileMetadata find_metadata(std::span<const std::byte> file) {
 Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata) {
     switch (metadata_format(file)) {
         case MetadataFormat::kJpeg:
-            return write_to_jpeg(file, metadata.exif, metadata.xmp);
+            return write_to_jpeg(file, metadata);
         case MetadataFormat::kPng:
-            return write_to_png(file, metadata.exif, metadata.xmp);
+            return write_to_png(file, metadata);
         case MetadataFormat::kWebp:
             return write_to_webp(file, metadata.exif, metadata.xmp);
         case MetadataFormat::kGif:
             return write_to_gif(file, metadata.xmp);
         case MetadataFormat::kTiff:
             return with_tiff_tags(file, metadata);
+        case MetadataFormat::kBmp:
         case MetadataFormat::kOther:
             break;
     }

@@ -1,5 +1,5 @@
-// EXIF and XMP where the formats of image files keep them: JPEG segments, PNG and WebP chunks, GIF extensions, TIFF
-// tags.
+// What describes a picture, where the formats of image files keep it: JPEG segments, PNG and WebP chunks, GIF
+// extensions, TIFF tags.
 //
 // The containers are taken apart and put together again here; what is in them is left as it is. Of other formats
 // nothing is read, and nothing is written into them.
@@ -9,26 +9,35 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/core/value.h"
 
 namespace zelmor::embed {
 
-enum class MetadataFormat : uint8_t { kOther, kJpeg, kPng, kWebp, kGif, kTiff };
+enum class MetadataFormat : uint8_t { kOther, kBmp, kJpeg, kPng, kWebp, kGif, kTiff };
 MetadataFormat metadata_format(std::span<const std::byte> file);
 
-// The metadata of a file, unchanged. The search ends at damage, which the decoder reports.
+// The metadata of a file, unchanged; what is empty is not there. The search ends at damage, which the decoder reports.
 struct FileMetadata {
     Bytes exif;  // from the byte order on; of a TIFF file empty, since the file itself is it
     Bytes xmp;
+    // The part of a packet that did not fit into one segment of a JPEG, and the name by which the packet refers to it.
+    Bytes extended_xmp;
+    std::string extended_guid;
+    Bytes photoshop;              // image resources, among them IPTC: of JPEG and TIFF
+    Bytes jfif;                   // the header behind "JFIF" and a zero
+    Bytes jfif_extension;         // the same behind "JFXX" and a zero: a thumbnail in another form
+    std::vector<Bytes> comments;  // of JPEG
+    std::vector<Bytes> texts;     // of PNG: the type and the data of each chunk
+    Bytes bmp_header;             // from its size on
 };
 FileMetadata find_metadata(std::span<const std::byte> file);
 
-// The metadata that replace those of the file, each kind as a whole; empty for none.
-struct MetadataToWrite {
-    Bytes exif;  // from the byte order on
-    Bytes xmp;
+// The metadata that replace those of the file, each kind as a whole; empty for none. A format without a place for a
+// kind leaves it out.
+struct MetadataToWrite : FileMetadata {
     // For TIFF instead of `exif`: the tags of the image's own directory, and the data whose directories hang below it.
     TagList tags;
     const ExifObject* below = nullptr;
@@ -36,13 +45,16 @@ struct MetadataToWrite {
 // The file with that. ArgumentException for what is too long for the format.
 Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata);
 
+// The most bytes of a packet that one segment of a JPEG holds; what is longer has to be split.
+constexpr size_t kMostJpegXmp = 65504;
+
 // Parts of TIFF files that both this and the codec of EXIF data need.
 //
 // Adds tags to the first directory of a TIFF file, in the place of those with the same numbers or with the numbers
 // given, and directories below it. The file grows: data without a pointer to them stay in it.
 Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata);
-// The packet in a tag of the first directory.
-Bytes find_tiff_xmp(std::span<const std::byte> file);
+// The packet and the image resources in tags of the first directory.
+FileMetadata find_in_tiff(std::span<const std::byte> file);
 
 }  // namespace zelmor::embed
 

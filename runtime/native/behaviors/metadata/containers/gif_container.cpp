@@ -62,9 +62,11 @@ Extension find_extension(std::span<const std::byte> file) {
 
 }  // namespace
 
-Bytes find_in_gif(std::span<const std::byte> file) {
+FileMetadata find_in_gif(std::span<const std::byte> file) {
+    FileMetadata found;
     const auto packet = find_extension(file).packet;
-    return {packet.begin(), packet.end()};
+    found.xmp.assign(packet.begin(), packet.end());
+    return found;
 }
 
 Bytes write_to_gif(std::span<const std::byte> file, const Bytes& xmp) {

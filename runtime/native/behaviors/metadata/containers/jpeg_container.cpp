@@ -1,4 +1,7 @@
-// EXIF and XMP in the application segments of JPEG.
+// What describes a picture in the segments of JPEG: the JFIF header, EXIF, XMP with its extension, image resources and
+// comments.
+#include <algorithm>
+
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -6,12 +9,22 @@ namespace zelmor::embed {
 
 namespace {
 
+constexpr std::string_view kJfifMark{"JFIF\0", 5};
+constexpr std::string_view kJfifExtensionMark{"JFXX\0", 5};
 constexpr std::string_view kXmpMark{"http://ns.adobe.com/xap/1.0/\0", 29};
 constexpr std::string_view kExtensionMark{"http://ns.adobe.com/xmp/extension/\0", 35};
+constexpr std::string_view kPhotoshopMark{"Photoshop 3.0\0", 14};
 constexpr int kApp0 = 0xE0;
 constexpr int kApp1 = 0xE1;
+constexpr int kApp13 = 0xED;
 constexpr int kLastApp = 0xEF;
+constexpr int kComment = 0xFE;
 constexpr size_t kLongest = 65533;  // the length counts itself
+static_assert(kMostJpegXmp == kLongest - kXmpMark.size());
+
+// Behind the mark of an extension: the digest of the whole as text, its length, and where the part belongs.
+constexpr size_t kGuid = 32;
+constexpr size_t kExtensionHead = kGuid + 8;
 
 struct Segment {
     int marker;
@@ -21,18 +34,26 @@ struct Segment {
         const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
         return text.starts_with(mark);
     }
+    bool is(int its_marker, std::string_view mark) const { return marker == its_marker && begins_with(mark); }
+    Bytes behind(std::string_view mark) const {
+        const auto rest = data.subspan(mark.size());
+        return {rest.begin(), rest.end()};
+    }
+    bool is_jfif() const { return is(kApp0, kJfifMark); }
     bool is_metadata() const {
-        return marker == kApp1 && (begins_with(kExifMark) || begins_with(kXmpMark) || begins_with(kExtensionMark));
+        return is(kApp0, kJfifMark) || is(kApp0, kJfifExtensionMark) || is(kApp1, kExifMark) || is(kApp1, kXmpMark) ||
+               is(kApp1, kExtensionMark) || is(kApp13, kPhotoshopMark) || marker == kComment;
     }
 };
 
-// The segments behind the start marker, up to the first that is none of the application's.
-std::vector<Segment> application_segments(std::span<const std::byte> file) {
+// The segments behind the start marker, up to the first that is neither the application's nor a comment.
+std::vector<Segment> leading_segments(std::span<const std::byte> file) {
     std::vector<Segment> segments;
     for (size_t at = 2; at + 4 <= file.size() && file[at] == std::byte{0xFF};) {
         const int marker = std::to_integer<int>(file[at + 1]);
         const uint64_t length = read_number(file.subspan(at + 2, 2), true);
-        if (marker < kApp0 || marker > kLastApp || length < 2 || length > file.size() - at - 2) {
+        const bool known = (marker >= kApp0 && marker <= kLastApp) || marker == kComment;
+        if (!known || length < 2 || length > file.size() - at - 2) {
             break;
         }
         segments.push_back({marker, file.subspan(at, length + 2), file.subspan(at + 4, length - 2)});
@@ -41,67 +62,142 @@ std::vector<Segment> application_segments(std::span<const std::byte> file) {
     return segments;
 }
 
-void put_segment(Bytes& out, std::string_view mark, const Bytes& data, const char* what) {
+// The parts of the extension that the packet names, put together; empty where one is missing.
+Bytes extension_of(const std::vector<Segment>& segments, const std::string& guid) {
+    Bytes whole;
+    size_t known = 0;
+    for (const Segment& segment : segments) {
+        if (!segment.is(kApp1, kExtensionMark) || segment.data.size() < kExtensionMark.size() + kExtensionHead) {
+            continue;
+        }
+        const auto head = segment.data.subspan(kExtensionMark.size());
+        const std::string_view name(reinterpret_cast<const char*>(head.data()), kGuid);
+        const uint64_t length = read_number(head.subspan(kGuid, 4), true);
+        const uint64_t offset = read_number(head.subspan(kGuid + 4, 4), true);
+        const auto part = head.subspan(kExtensionHead);
+        // No more than the segments of the file can hold.
+        if (name != guid || length > segments.size() * kLongest || offset > length || part.size() > length - offset) {
+            continue;
+        }
+        whole.resize(length);
+        std::copy(part.begin(), part.end(), whole.begin() + static_cast<std::ptrdiff_t>(offset));
+        known += part.size();
+    }
+    return known == whole.size() ? whole : Bytes();
+}
+
+// The name of the extension that a packet has: 32 digits behind "HasExtendedXMP".
+std::string extension_name(const Bytes& xmp) {
+    const std::string_view text(reinterpret_cast<const char*>(xmp.data()), xmp.size());
+    const size_t found = text.find("HasExtendedXMP");
+    if (found == std::string_view::npos) {
+        return {};
+    }
+    const size_t start = text.find_first_of("0123456789ABCDEFabcdef", text.find_first_of("\"'>", found));
+    return start == std::string_view::npos ? std::string() : std::string(text.substr(start, kGuid));
+}
+
+void put_text(Bytes& out, std::string_view text) {
+    for (const char c : text) {
+        out.push_back(static_cast<std::byte>(c));
+    }
+}
+
+void put_segment(Bytes& out, int marker, std::string_view mark, std::span<const std::byte> data) {
+    out.push_back(std::byte{0xFF});
+    out.push_back(static_cast<std::byte>(marker));
+    put_number(out, mark.size() + data.size() + 2, 2, true);
+    put_text(out, mark);
+    out.insert(out.end(), data.begin(), data.end());
+}
+
+// A kind of which there is one segment, if there is anything of it.
+void put_only(Bytes& out, int marker, std::string_view mark, const Bytes& data, const char* what) {
     if (data.empty()) {
         return;
     }
-    const size_t size = mark.size() + data.size();
-    if (size > kLongest) {
+    if (mark.size() + data.size() > kLongest) {
         throw_argument(std::string(what) + " has " + std::to_string(data.size()) + " bytes. A JPEG file has room for " +
                        std::to_string(kLongest - mark.size()) + ".");
     }
-    out.push_back(std::byte{0xFF});
-    out.push_back(std::byte{kApp1});
-    put_number(out, size + 2, 2, true);
-    for (const char c : mark) {
-        out.push_back(static_cast<std::byte>(c));
+    put_segment(out, marker, mark, data);
+}
+
+void put_extension(Bytes& out, const Bytes& extension, const std::string& guid) {
+    constexpr size_t kPart = 65400;
+    const std::span<const std::byte> all(extension);
+    for (size_t at = 0; at < all.size(); at += kPart) {
+        Bytes part;
+        put_text(part, guid);
+        put_number(part, all.size(), 4, true);
+        put_number(part, at, 4, true);
+        const auto data = all.subspan(at, std::min(kPart, all.size() - at));
+        part.insert(part.end(), data.begin(), data.end());
+        put_segment(out, kApp1, kExtensionMark, part);
     }
-    out.insert(out.end(), data.begin(), data.end());
+}
+
+void put_resources(Bytes& out, const Bytes& resources) {
+    constexpr size_t kPart = kLongest - kPhotoshopMark.size();
+    const std::span<const std::byte> all(resources);
+    for (size_t at = 0; at < all.size(); at += kPart) {
+        put_segment(out, kApp13, kPhotoshopMark, all.subspan(at, std::min(kPart, all.size() - at)));
+    }
 }
 
 }  // namespace
 
 FileMetadata find_in_jpeg(std::span<const std::byte> file) {
     FileMetadata found;
-    for (const Segment& segment : application_segments(file)) {
-        if (segment.marker != kApp1) {
-            continue;
+    const std::vector<Segment> segments = leading_segments(file);
+    for (const Segment& segment : segments) {
+        if (found.jfif.empty() && segment.is_jfif()) {
+            found.jfif = segment.behind(kJfifMark);
+        } else if (found.jfif_extension.empty() && segment.is(kApp0, kJfifExtensionMark)) {
+            found.jfif_extension = segment.behind(kJfifExtensionMark);
+        } else if (found.exif.empty() && segment.is(kApp1, kExifMark)) {
+            found.exif = segment.behind(kExifMark);
+        } else if (found.xmp.empty() && segment.is(kApp1, kXmpMark)) {
+            found.xmp = segment.behind(kXmpMark);
+        } else if (segment.is(kApp13, kPhotoshopMark)) {
+            const Bytes part = segment.behind(kPhotoshopMark);
+            found.photoshop.insert(found.photoshop.end(), part.begin(), part.end());
+        } else if (segment.marker == kComment) {
+            found.comments.push_back(segment.behind({}));
         }
-        const auto rest = [&](std::string_view mark) {
-            const auto part = segment.data.subspan(mark.size());
-            return Bytes(part.begin(), part.end());
-        };
-        if (found.exif.empty() && segment.begins_with(kExifMark)) {
-            found.exif = rest(kExifMark);
-        }
-        if (found.xmp.empty() && segment.begins_with(kXmpMark)) {
-            found.xmp = rest(kXmpMark);
-        }
+    }
+    found.extended_guid = extension_name(found.xmp);
+    if (!found.extended_guid.empty()) {
+        found.extended_xmp = extension_of(segments, found.extended_guid);
     }
     return found;
 }
 
-Bytes write_to_jpeg(std::span<const std::byte> file, const Bytes& exif, const Bytes& xmp) {
-    const std::vector<Segment> segments = application_segments(file);
+Bytes write_to_jpeg(std::span<const std::byte> file, const MetadataToWrite& metadata) {
+    const std::vector<Segment> segments = leading_segments(file);
     Bytes out(file.begin(), file.begin() + 2);
+    // A JFIF header comes first, then EXIF, as readers expect both. Only a file of a kind that has one gets one, and it
+    // keeps its own where no other is given.
+    const auto jfif =
+        std::find_if(segments.begin(), segments.end(), [](const Segment& segment) { return segment.is_jfif(); });
+    if (jfif != segments.end()) {
+        put_only(out, kApp0, kJfifMark, metadata.jfif.empty() ? jfif->behind(kJfifMark) : metadata.jfif,
+                 "The JFIF header with its thumbnail");
+        put_only(out, kApp0, kJfifExtensionMark, metadata.jfif_extension, "The extension of the JFIF header");
+    }
+    put_only(out, kApp1, kExifMark, metadata.exif, "The EXIF data");
+    put_only(out, kApp1, kXmpMark, metadata.xmp, "The XMP packet");
+    put_extension(out, metadata.extended_xmp, metadata.extended_guid);
+    put_resources(out, metadata.photoshop);
     size_t end = 2;
-    const auto copy = [&](const Segment& segment) {
-        out.insert(out.end(), segment.whole.begin(), segment.whole.end());
-    };
-    // A JFIF header comes first where there is one, then EXIF, as readers expect both.
-    size_t next = 0;
-    for (; next < segments.size() && segments[next].marker == kApp0; ++next) {
-        copy(segments[next]);
-    }
-    put_segment(out, kExifMark, exif, "The EXIF data");
-    put_segment(out, kXmpMark, xmp, "The XMP packet");
-    for (; next < segments.size(); ++next) {
-        if (!segments[next].is_metadata()) {
-            copy(segments[next]);
-        }
-    }
     for (const Segment& segment : segments) {
+        if (!segment.is_metadata()) {
+            out.insert(out.end(), segment.whole.begin(), segment.whole.end());
+        }
         end += segment.whole.size();
+    }
+    for (const Bytes& comment : metadata.comments) {
+        put_only(out, kComment, {}, comment, "The comment");
     }
     const auto rest = file.subspan(end);
     out.insert(out.end(), rest.begin(), rest.end());

@@ -1,11 +1,13 @@
-// EXIF and XMP in the chunks of PNG.
+// EXIF, XMP and texts in the chunks of PNG.
 //
 // A packet belongs into an iTXt chunk as it is. There are files with a compressed one, or with one in a chunk for text
 // in Latin-1; these are read too, and written in the proper way.
+#include <algorithm>
 #include <array>
 
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"
 #include "runtime/native/behaviors/metadata/containers/inflate.h"
+#include "runtime/native/behaviors/metadata/containers/png_checks.h"
 
 namespace zelmor::embed {
 
@@ -45,6 +47,8 @@ struct Chunk {
         return (type == "iTXt" || type == "zTXt" || type == "tEXt") && text().starts_with(kXmpKeyword);
     }
     bool is_exif() const { return type == "eXIf"; }
+    // Texts, and the time of the last change.
+    bool is_description() const { return type == "iTXt" || type == "zTXt" || type == "tEXt" || type == "tIME"; }
 };
 
 std::vector<Chunk> chunks_of(std::span<const std::byte> file) {
@@ -102,35 +106,78 @@ Bytes packet_of(const Chunk& chunk) {
     return text[start] == 0 ? copy_of(packet) : inflated(packet);
 }
 
+// The sum that stands behind the data.
+bool has_right_checksum(const Chunk& chunk) {
+    const auto summed = chunk.whole.subspan(4, chunk.data.size() + 4);
+    return checksum(summed) == read_number(chunk.whole.last(4), true);
+}
+
 }  // namespace
+
+std::string png_fault(std::span<const std::byte> file) {
+    constexpr std::string_view kKnown[] = {"IHDR", "PLTE", "IDAT", "IEND"};
+    std::string_view before;
+    bool has_pixels = false;
+    for (const Chunk& chunk : chunks_of(file)) {
+        const std::string name = "the chunk '" + std::string(chunk.type) + "' ";
+        if (!has_right_checksum(chunk)) {
+            return name + "has a wrong checksum";
+        }
+        const bool is_critical = chunk.type[0] >= 'A' && chunk.type[0] <= 'Z';
+        if (is_critical && std::find(std::begin(kKnown), std::end(kKnown), chunk.type) == std::end(kKnown)) {
+            return name + "is unknown";
+        }
+        const bool splits_pixels = chunk.type == "IDAT" && has_pixels && before != "IDAT";
+        const bool is_late = (chunk.type == "PLTE" && has_pixels) || (chunk.type == "IHDR" && !before.empty());
+        if (splits_pixels || is_late || (before.empty() && chunk.type != "IHDR")) {
+            return name + "is out of order";
+        }
+        if (chunk.type == "IEND") {
+            return has_pixels ? std::string() : "there are no pixels before the end";
+        }
+        has_pixels = has_pixels || chunk.type == "IDAT";
+        before = chunk.type;
+    }
+    return "the data ends before the end chunk";
+}
 
 FileMetadata find_in_png(std::span<const std::byte> file) {
     FileMetadata found;
+    bool has_xmp = false;  // a file has one packet; further ones would only have to be unpacked
     for (const Chunk& chunk : chunks_of(file)) {
         if (chunk.is_exif() && found.exif.empty()) {
             found.exif.assign(chunk.data.begin(), chunk.data.end());
         }
-        if (chunk.is_xmp() && found.xmp.empty()) {
+        if (chunk.is_xmp() && !has_xmp) {
+            has_xmp = true;
             found.xmp = packet_of(chunk);
+        }
+        if (chunk.is_description() && !chunk.is_xmp()) {
+            const auto text = chunk.whole.subspan(4, chunk.data.size() + 4);
+            found.texts.emplace_back(text.begin(), text.end());
         }
     }
     return found;
 }
 
-Bytes write_to_png(std::span<const std::byte> file, const Bytes& exif, const Bytes& xmp) {
+Bytes write_to_png(std::span<const std::byte> file, const MetadataToWrite& metadata) {
     Bytes out(file.begin(), file.begin() + kSignature);
     size_t end = kSignature;
     for (const Chunk& chunk : chunks_of(file)) {
         end += chunk.whole.size();
-        if (chunk.is_exif() || chunk.is_xmp()) {
+        if (chunk.is_exif() || chunk.is_description()) {
             continue;
         }
         out.insert(out.end(), chunk.whole.begin(), chunk.whole.end());
         if (chunk.type != "IHDR") {
             continue;
         }
-        put_chunk(out, "eXIf", {}, exif);
-        put_chunk(out, "iTXt", kXmpHead, xmp);
+        put_chunk(out, "eXIf", {}, metadata.exif);
+        put_chunk(out, "iTXt", kXmpHead, metadata.xmp);
+        for (const Bytes& text : metadata.texts) {
+            const std::string_view type(reinterpret_cast<const char*>(text.data()), 4);
+            put_chunk(out, type, {}, {text.begin() + 4, text.end()});
+        }
     }
     const auto rest = file.subspan(end);
     out.insert(out.end(), rest.begin(), rest.end());

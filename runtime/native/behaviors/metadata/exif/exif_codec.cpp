@@ -14,6 +14,8 @@ using namespace exif_tags;
 constexpr uint16_t kClassicMark = 42;
 constexpr uint16_t kBigMark = 43;
 constexpr uint16_t kXmpPacket = 700;
+constexpr uint16_t kIptc = 33723;
+constexpr uint16_t kPhotoshop = 34377;
 
 [[noreturn]] void throw_no_tiff() {
     throw ManagedException("FormatException", "The EXIF data does not begin as a TIFF does.");
@@ -47,7 +49,7 @@ bool any_tag(uint16_t) {
 }
 
 // A tag whose values lie outside of the data, or whose type is unknown, is left out: the others are still valid. So is
-// a tag that the caller does not want, because it may have many values.
+// a tag that the caller does not want, because it may have many values, and one whose values go beyond the limit.
 Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wanted)(uint16_t) = any_tag) {
     Directory directory;
     const bool big = reader.big_tiff();
@@ -59,12 +61,17 @@ Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wante
     const auto at = static_cast<int64_t>(offset);
     const size_t entry = directory_entry_size(big);
     const uint64_t room = (length - offset - head) / entry;
-    const uint64_t count = std::min(reader.number(at, head), room);
+    const uint64_t count = std::min({reader.number(at, head), room, imagework::limits::kEntries});
     for (uint64_t i = 0; i < count; ++i) {
         const int64_t entry_at = at + static_cast<int64_t>(head + i * entry);
         if (!wanted(static_cast<uint16_t>(reader.number(entry_at, 2)))) {
             continue;
         }
+        const uint64_t bytes = tag_bytes(reader, entry_at);
+        if (bytes > reader.tag_bytes_left) {
+            continue;
+        }
+        reader.tag_bytes_left -= bytes;
         try {
             auto tag = read_tag(reader, entry_at);
             if (!dynamic_cast<UnknownTagObject*>(tag.get())) {
@@ -96,6 +103,31 @@ uint64_t take_pointer(TagList& tags, uint16_t id) {
     return offset;
 }
 
+// Where the values of a tag stand, which the tag itself does not keep; 0 where the directory has no such tag, or its
+// values stand in the entry.
+uint64_t values_position(TiffReaderObject& reader, uint64_t directory_at, uint16_t id) {
+    const auto length = static_cast<uint64_t>(reader.length());
+    const bool big = reader.big_tiff();
+    const size_t head = big ? 8 : 2;
+    const size_t word = big ? 8 : 4;
+    const size_t entry = directory_entry_size(big);
+    if (directory_at == 0 || directory_at > length || length - directory_at < head) {
+        return 0;
+    }
+    const auto at = static_cast<int64_t>(directory_at);
+    const uint64_t count = std::min(reader.number(at, head), (length - directory_at - head) / entry);
+    for (uint64_t i = 0; i < count; ++i) {
+        const int64_t entry_at = at + static_cast<int64_t>(head + i * entry);
+        if (reader.number(entry_at, 2) != id) {
+            continue;
+        }
+        const uint64_t size = reader.number(entry_at + 4, word) *
+                              tiff_element_size(static_cast<uint16_t>(reader.number(entry_at + 2, 2)));
+        return size > word ? reader.number(entry_at + 4 + static_cast<int64_t>(word), word) : 0;
+    }
+    return 0;
+}
+
 void read_below(TiffReaderObject& reader, ExifObject& exif, uint64_t exif_at, uint64_t gps_at) {
     TagList& inner = exif.tags(ExifDirectory::kExif);
     inner = read_directory(reader, exif_at).tags;
@@ -103,10 +135,10 @@ void read_below(TiffReaderObject& reader, ExifObject& exif, uint64_t exif_at, ui
     exif.tags(ExifDirectory::kGps) = read_directory(reader, gps_at).tags;
 }
 
-// The tags that EXIF takes from a TIFF image's own directory: texts and other directories. The tags that describe the
-// stored pixels are left to the program that writes the file.
+// The tags that EXIF takes from a TIFF image's own directory: texts, the orientation and other directories. The tags
+// that describe the stored pixels are left to the program that writes the file.
 bool is_of_description(uint16_t id) {
-    constexpr uint16_t kIds[] = {270, 271, 272, 305, 306, 315, 33432, kExifPointer, kGpsPointer};
+    constexpr uint16_t kIds[] = {270, 271, 272, 274, 305, 306, 315, 33432, kExifPointer, kGpsPointer};
     return std::find(std::begin(kIds), std::end(kIds), id) != std::end(kIds);
 }
 
@@ -126,11 +158,21 @@ struct Form {
     size_t word() const { return big_tiff ? 8 : 4; }
 };
 
-size_t size_of(const TagList& tags, const Form& form) {
+// Values of a tag that stand in a place of their own, away from their directory.
+struct Fixed {
+    uint16_t id = 0;
+    size_t start = 0;
+    size_t end = 0;  // the same: there are none
+    bool holds(uint16_t tag) const { return end > start && tag == id; }
+    // The first place from `at` on where a piece of the size does not touch the values.
+    size_t free_from(size_t at, size_t size) const { return at < end && at + size > start ? even(end) : at; }
+};
+
+size_t size_of(const TagList& tags, const Form& form, const Fixed& fixed = {}) {
     size_t size = form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
     for (const auto& tag : tags) {
         const auto data = static_cast<size_t>(tag->data_size());
-        if (data > inline_size(form.big_tiff)) {
+        if (data > inline_size(form.big_tiff) && !fixed.holds(tag->id())) {
             size += even(data);
         }
     }
@@ -138,7 +180,8 @@ size_t size_of(const TagList& tags, const Form& form) {
 }
 
 // The entry of a tag; values that need a place of their own are put behind `values`, which begin at an offset.
-void put_entry(Bytes& out, const TagObject& tag, const Form& form, Bytes& values, size_t values_at) {
+void put_entry(Bytes& out, const TagObject& tag, const Form& form, Bytes& values, size_t values_at,
+               const Fixed& fixed = {}) {
     put_number(out, tag.id(), 2, form.big_endian);
     put_number(out, static_cast<uint16_t>(tag.data_type()), 2, form.big_endian);
     put_number(out, tag.count(), form.word(), form.big_endian);
@@ -148,17 +191,21 @@ void put_entry(Bytes& out, const TagObject& tag, const Form& form, Bytes& values
         out.insert(out.end(), data.begin(), data.end());
         return;
     }
+    if (fixed.holds(tag.id())) {
+        put_number(out, fixed.start, form.word(), form.big_endian);
+        return;
+    }
     put_number(out, values_at + values.size(), form.word(), form.big_endian);
     data.resize(even(data.size()));
     values.insert(values.end(), data.begin(), data.end());
 }
 
-void write_directory(Bytes& out, const TagList& tags, uint64_t next, const Form& form) {
+void write_directory(Bytes& out, const TagList& tags, uint64_t next, const Form& form, const Fixed& fixed = {}) {
     Bytes values;
     const size_t values_at = out.size() + form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
     put_number(out, tags.size(), form.head(), form.big_endian);
     for (const auto& tag : tags) {
-        put_entry(out, *tag, form, values, values_at);
+        put_entry(out, *tag, form, values, values_at, fixed);
     }
     put_number(out, next, form.word(), form.big_endian);
     out.insert(out.end(), values.begin(), values.end());
@@ -176,6 +223,18 @@ Ref<TagObject> pointer(uint16_t id, size_t offset) {
     return make_tag(TiffType::kLong, id, static_cast<int64_t>(offset));
 }
 
+// The place of the maker's note in the data that were read, if it can be kept: behind the header, at an even offset and
+// within what a segment holds.
+Fixed maker_note_place(const ExifObject& exif, const TagList& inner, size_t header) {
+    const auto note = std::find_if(inner.begin(), inner.end(), [](const auto& tag) { return tag->id() == kMakerNote; });
+    const uint64_t at = exif.maker_note_at;
+    if (note == inner.end() || at < header || at % 2 != 0 || (*note)->data_size() <= inline_size(false) ||
+        at + (*note)->data_size() > UINT16_MAX) {
+        return {};
+    }
+    return {kMakerNote, static_cast<size_t>(at), static_cast<size_t>(at + (*note)->data_size())};
+}
+
 }  // namespace
 
 Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg) {
@@ -191,6 +250,7 @@ Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg) {
     const uint64_t gps_at = take_pointer(first.tags, kGpsPointer);
     exif->tags(ExifDirectory::kCommon) = std::move(first.tags);
     read_below(*reader, *exif, exif_at, gps_at);
+    exif->maker_note_at = values_position(*reader, exif_at, kMakerNote);
 
     Directory second = read_directory(*reader, first.next);
     const uint64_t thumbnail_at = take_pointer(second.tags, kThumbnailOffset);
@@ -242,11 +302,19 @@ Bytes write_exif(const ExifObject& exif) {
         second.push_back(pointer(kThumbnailLength, exif.thumbnail.size()));
     }
     constexpr size_t kHeader = 8;
-    const size_t inner_at = kHeader + size_of(common, form);
-    const size_t interoperability_at = inner_at + (has_inner ? size_of(inner, form) : 0);
-    const size_t gps_at = interoperability_at + (interoperability.empty() ? 0 : size_of(interoperability, form));
-    const size_t second_at = gps_at + (gps.empty() ? 0 : size_of(gps, form));
-    const size_t thumbnail_at = second_at + (has_second ? size_of(second, form) : 0);
+    const Fixed note = maker_note_place(exif, inner, kHeader);
+    size_t end = kHeader;
+    const auto placed = [&](size_t size) {
+        const size_t at = size == 0 ? end : note.free_from(end, size);
+        end = at + size;
+        return at;
+    };
+    const size_t common_at = placed(size_of(common, form));
+    const size_t inner_at = placed(has_inner ? size_of(inner, form, note) : 0);
+    const size_t interoperability_at = placed(interoperability.empty() ? 0 : size_of(interoperability, form));
+    const size_t gps_at = placed(gps.empty() ? 0 : size_of(gps, form));
+    const size_t second_at = placed(has_second ? size_of(second, form) : 0);
+    const size_t thumbnail_at = placed(exif.thumbnail.size());
     for (TagList* tags : {&common, &inner, &second}) {
         for (auto& tag : *tags) {
             const uint16_t id = tag->id();
@@ -268,31 +336,62 @@ Bytes write_exif(const ExifObject& exif) {
 
     Bytes out(2, static_cast<std::byte>(big_endian ? 'M' : 'I'));
     put_number(out, kClassicMark, 2, big_endian);
-    put_number(out, kHeader, 4, big_endian);
-    write_directory(out, common, has_second ? second_at : 0, form);
+    put_number(out, common_at, 4, big_endian);
+    const auto put = [&](size_t at, const TagList& tags, uint64_t next) {
+        out.resize(at);  // zeros in the gap before the note
+        write_directory(out, tags, next, form, note);
+    };
+    put(common_at, common, has_second ? second_at : 0);
     if (has_inner) {
-        write_directory(out, inner, 0, form);
+        put(inner_at, inner, 0);
     }
     if (!interoperability.empty()) {
-        write_directory(out, interoperability, 0, form);
+        put(interoperability_at, interoperability, 0);
     }
     if (!gps.empty()) {
-        write_directory(out, gps, 0, form);
+        put(gps_at, gps, 0);
     }
     if (has_second) {
-        write_directory(out, second, 0, form);
+        put(second_at, second, 0);
+        out.resize(thumbnail_at);
         out.insert(out.end(), exif.thumbnail.begin(), exif.thumbnail.end());
+    }
+    if (note.end > note.start) {
+        out.resize(std::max(out.size(), note.end));
+        const Bytes data = exif.find(ExifDirectory::kExif, kMakerNote)->encoded(big_endian);
+        std::copy(data.begin(), data.end(), out.begin() + static_cast<std::ptrdiff_t>(note.start));
     }
     return out;
 }
 
-Bytes find_tiff_xmp(std::span<const std::byte> file) {
+namespace {
+
+// Image resources that hold IPTC data and nothing else.
+Bytes resource_of_iptc(const Bytes& iptc) {
+    Bytes resource;
+    for (const char c : std::string_view("8BIM\x04\x04\0\0", 8)) {
+        resource.push_back(static_cast<std::byte>(c));
+    }
+    put_number(resource, iptc.size(), 4, true);
+    resource.insert(resource.end(), iptc.begin(), iptc.end());
+    resource.resize(even(resource.size()));
+    return resource;
+}
+
+}  // namespace
+
+FileMetadata find_in_tiff(std::span<const std::byte> file) {
+    FileMetadata found;
     try {
         const auto reader = open(file);
-        const auto is_packet = [](uint16_t id) { return id == kXmpPacket; };
-        const Directory found = read_directory(*reader, first_directory(*reader), is_packet);
-        if (!found.tags.empty()) {
-            return found.tags.front()->encoded(false);
+        const auto wanted = [](uint16_t id) { return id == kXmpPacket || id == kIptc || id == kPhotoshop; };
+        Bytes iptc;
+        for (const auto& tag : read_directory(*reader, first_directory(*reader), wanted).tags) {
+            Bytes& kept = tag->id() == kXmpPacket ? found.xmp : tag->id() == kIptc ? iptc : found.photoshop;
+            kept = tag->encoded(reader->big_endian());
+        }
+        if (found.photoshop.empty() && !iptc.empty()) {
+            found.photoshop = resource_of_iptc(iptc);
         }
     } catch (const ManagedException& error) {
         // A truncated file has no packet. The decoder reports other damage.
@@ -300,7 +399,7 @@ Bytes find_tiff_xmp(std::span<const std::byte> file) {
             throw;
         }
     }
-    return {};
+    return found;
 }
 
 Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata) {
@@ -313,6 +412,11 @@ Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& met
     TagList added = without(metadata.tags, {kExifPointer, kGpsPointer});
     if (!metadata.xmp.empty()) {
         added.push_back(make_tag(TiffType::kByte, kXmpPacket, metadata.xmp));
+    }
+    const bool has_resources =
+        std::any_of(added.begin(), added.end(), [](const auto& tag) { return tag->id() == kPhotoshop; });
+    if (!metadata.photoshop.empty() && !has_resources) {
+        added.push_back(make_tag(TiffType::kByte, kPhotoshop, metadata.photoshop));
     }
     const auto put_below = [&](uint16_t id, const TagList& tags) {
         if (tags.empty()) {
@@ -335,7 +439,7 @@ Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& met
     const auto next_at = static_cast<int64_t>(at + form.head() + count * entry);
     const uint64_t next = reader->number(next_at, form.word());
     const auto replaced = [&](uint16_t id) {
-        if (id == kXmpPacket || id == kExifPointer || id == kGpsPointer) {
+        if (id == kXmpPacket || id == kExifPointer || id == kGpsPointer || id == kIptc || id == kPhotoshop) {
             return true;
         }
         return std::any_of(added.begin(), added.end(), [&](const auto& tag) { return tag->id() == id; });

@@ -7,6 +7,7 @@
 
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -92,7 +93,7 @@ void set_properties(ExifObject& self, const VariantArg* value) {
     self.distribute(tags);
 }
 
-// The note unchanged: each maker has a form of its own for it.
+// The note unchanged.
 Collection maker_note_data(ExifObject& self) {
     TagList notes;
     for (const auto& tag : self.tags(ExifDirectory::kExif)) {
@@ -102,12 +103,46 @@ Collection maker_note_data(ExifObject& self) {
     }
     return {Ref<ManagedObject>(tag_array(notes))};
 }
+
+// Letters at the start, by which a maker marks a note; "MakerNote" where there are fewer than three.
+std::u16string note_name(const Bytes& note) {
+    std::u16string name;
+    for (const std::byte byte : note) {
+        const auto letter = std::to_integer<char16_t>(byte);
+        const bool is_letter = (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z');
+        if (!is_letter) {
+            break;
+        }
+        name += letter;
+    }
+    return name.size() < 3 ? u"MakerNote" : name;
+}
+
+std::u16string hexadecimal(const Bytes& bytes) {
+    constexpr const char16_t* kDigits = u"0123456789ABCDEF";
+    std::u16string text;
+    for (const std::byte byte : bytes) {
+        text += kDigits[std::to_integer<size_t>(byte) >> 4];
+        text += kDigits[std::to_integer<size_t>(byte) & 15];
+    }
+    return text;
+}
+
+// One entry for each note. Each maker has a form of its own, which nobody publishes: the value is its bytes.
 Collection maker_notes(ExifObject& self) {
-    if (self.find(ExifDirectory::kExif, exif_tags::kMakerNote)) {
-        throw_not_supported("ExifData.MakerNotes of a maker's own form (MakerNoteRawData has the bytes)");
+    std::vector<Value> notes;
+    for (const auto& tag : self.tags(ExifDirectory::kExif)) {
+        if (tag->id() != exif_tags::kMakerNote) {
+            continue;
+        }
+        const Bytes bytes = tag->encoded(self.big_endian());
+        Ref<ManagedObject> note = make_instance(api::Exif::MakerNote::kType.name);
+        set_property(*note, "Name", note_name(bytes));
+        set_property(*note, "Value", hexadecimal(bytes));
+        notes.emplace_back(std::move(note));
     }
     return {Ref<ManagedObject>(make_ref<ValueList>(
-        ListShape::kArray, element_of(Wire::kClass, api::Exif::MakerNote::kType.name), std::vector<Value>()))};
+        ListShape::kArray, element_of(Wire::kClass, api::Exif::MakerNote::kType.name), std::move(notes)))};
 }
 
 Bytes serialize(ExifObject& self) {
@@ -204,12 +239,26 @@ bool ExifObject::empty() const {
     return all().empty() && thumbnail.empty();
 }
 
+void ExifObject::references(ReferenceVisitor& visitor) {
+    Record::references(visitor);
+    visitor(thumbnail_tags);
+    visitor(interoperability);
+    for (Ref<ManagedList>& list : shown) {
+        visitor(list);
+    }
+    for (TagList& tags : m_directories) {
+        visitor(tags);
+    }
+}
+
 Ref<ManagedObject> ExifObject::copy() const {
     auto twin = make_ref<ExifObject>(type());
     twin->assign_from(*this);
     std::copy(std::begin(m_directories), std::end(m_directories), std::begin(twin->m_directories));
     twin->thumbnail = thumbnail;
     twin->thumbnail_tags = thumbnail_tags;
+    twin->thumbnail_at = thumbnail_at;
+    twin->maker_note_at = maker_note_at;
     twin->interoperability = interoperability;
     return twin;
 }

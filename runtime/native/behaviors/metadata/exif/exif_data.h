@@ -23,7 +23,7 @@ class ExifObject final : public Record {
  public:
     static constexpr const char* kManagedName = api::Exif::ExifData::kType.name;
     static constexpr const char* kJpegName = api::Exif::JpegExifData::kType.name;
-    explicit ExifObject(const TypeInfo& type) : Record(type) {}
+    explicit ExifObject(const TypeInfo& type) : Record(type) { track(); }
 
     TagList& tags(ExifDirectory directory) { return m_directories[static_cast<size_t>(directory)]; }
     const TagList& tags(ExifDirectory directory) const { return m_directories[static_cast<size_t>(directory)]; }
@@ -41,6 +41,12 @@ class ExifObject final : public Record {
     // The thumbnail of a file, a JPEG, with its directory; it is decoded when its property is first read.
     Bytes thumbnail;
     TagList thumbnail_tags;
+    // When the thumbnail was made of the picture, on the steady clock: one that is older than the last change of the
+    // pixels shows another picture.
+    int64_t thumbnail_at = 0;
+    // Where the maker's note stands in the data that were read, counted from the byte order; 0 where there is none.
+    // Many notes hold offsets from there, so that they are written to the same place again.
+    uint64_t maker_note_at = 0;
     // A directory inside that of EXIF which no member shows; it is written again as it was.
     TagList interoperability;
 
@@ -49,6 +55,7 @@ class ExifObject final : public Record {
 
     // Shares the tags.
     Ref<ManagedObject> copy() const override;
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     TagList m_directories[3];

@@ -4,6 +4,7 @@
 #include "runtime/native/behaviors/metadata/tiff/tiff_option_properties.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -112,7 +113,18 @@ Value snapshot(const Value& value) {
 
 }  // namespace
 
-TiffOptionsObject::TiffOptionsObject(const TypeInfo& type) : Record(type) {}
+TiffOptionsObject::TiffOptionsObject(const TypeInfo& type) : Record(type) {
+    track();
+}
+
+void TiffOptionsObject::references(ReferenceVisitor& visitor) {
+    Record::references(visitor);
+    visitor(shown);
+    for (auto& [id, known] : m_known) {
+        visitor(known.tag);
+        visitor(known.property);
+    }
+}
 
 bool TiffOptionsObject::is_present(const TiffOptionProperty& option) const {
     if (m_put.count(option.id()) != 0) {

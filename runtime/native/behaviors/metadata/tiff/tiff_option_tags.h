@@ -34,6 +34,7 @@ class TiffOptionsObject final : public Record {
     Ref<ManagedList> shown;
 
     Ref<ManagedObject> copy() const override;
+    void references(ReferenceVisitor& visitor) override;
     void assign_options(const Record& other);
 
  private:

@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.BigTiff.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.FileManagement.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {
@@ -87,7 +88,13 @@ TiffReaderObject::TiffReaderObject(const TypeInfo& type, std::span<const std::by
     : ManagedObject(type), m_kind(kind_of(type)), m_bytes(content) {}
 
 TiffReaderObject::TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObject> container)
-    : ManagedObject(type), m_kind(kind_of(type)), m_container(std::move(container)) {}
+    : ManagedObject(type), m_kind(kind_of(type)), m_container(std::move(container)) {
+    track();
+}
+
+void TiffReaderObject::references(ReferenceVisitor& visitor) {
+    visitor(m_container);
+}
 
 int64_t TiffReaderObject::length() {
     return m_container ? m_container->stream()->length() : static_cast<int64_t>(m_bytes.size());
@@ -154,7 +161,13 @@ Bytes TiffReaderObject::rest(int64_t position) {
 }
 
 TiffWriterObject::TiffWriterObject(const TypeInfo& type, Ref<StreamContainerObject> container)
-    : ManagedObject(type), m_kind(kind_of(type)), m_container(std::move(container)) {}
+    : ManagedObject(type), m_kind(kind_of(type)), m_container(std::move(container)) {
+    track();
+}
+
+void TiffWriterObject::references(ReferenceVisitor& visitor) {
+    visitor(m_container);
+}
 
 void TiffWriterObject::write(std::span<const std::byte> bytes) {
     m_container->stream()->write(bytes);

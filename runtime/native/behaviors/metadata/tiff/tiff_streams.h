@@ -13,6 +13,7 @@
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/object.h"
 #include "runtime/native/core/value.h"
+#include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {
 
@@ -42,6 +43,8 @@ class TiffReaderObject final : public ManagedObject {
     bool big_tiff() const { return m_kind.big_tiff; }
     int64_t length();
     bool throw_exceptions = true;
+    // What is left to those who read whole directories of a file (limits.h).
+    uint64_t tag_bytes_left = imagework::limits::kTagBytes;
 
     // The bytes at a position. Where there are fewer, EndOfStreamException; if exceptions are off, the rest of the
     // memory stays as it was given.
@@ -51,6 +54,8 @@ class TiffReaderObject final : public ManagedObject {
     int64_t checked_count(int64_t position, int64_t count, size_t size);
     // All bytes from a position to the end.
     Bytes rest(int64_t position);
+
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     TiffStreamKind m_kind;
@@ -69,6 +74,7 @@ class TiffWriterObject final : public ManagedObject {
     void write(std::span<const std::byte> bytes);
     void write_number(uint64_t number, size_t size);
     StreamContainerObject& container() { return *m_container; }
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     TiffStreamKind m_kind;

@@ -11,6 +11,7 @@
 #include "runtime/native/behaviors/metadata/tiff/tag_lists.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
 
@@ -339,7 +340,14 @@ UnknownTagObject::UnknownTagObject(Ref<TiffReaderObject> reader, uint16_t type, 
     : TagObject(require_type(kManagedName), static_cast<TiffType>(type), id),
       m_reader(std::move(reader)),
       m_count(count),
-      m_offset_or_value(offset_or_value) {}
+      m_offset_or_value(offset_or_value) {
+    track();
+}
+
+void UnknownTagObject::references(ReferenceVisitor& visitor) {
+    visitor(m_reader);
+    visitor(m_value);
+}
 
 Ref<ManagedObject> UnknownTagObject::copy() const {
     auto twin =
@@ -360,6 +368,13 @@ Ref<TagObject> make_tag(TiffType data_type, uint16_t id, const Value& value) {
     auto tag = make_tag(static_cast<uint16_t>(data_type), id);
     tag->assign(value);
     return tag;
+}
+
+uint64_t tag_bytes(TiffReaderObject& reader, int64_t position) {
+    const uint64_t size = tiff_element_size(static_cast<uint16_t>(reader.number(position + 2, 2)));
+    uint64_t bytes = 0;
+    const uint64_t count = reader.number(position + 4, inline_size(reader.big_tiff()));
+    return __builtin_mul_overflow(count, size, &bytes) ? UINT64_MAX : bytes;
 }
 
 Ref<TagObject> read_tag(TiffReaderObject& reader, int64_t position) {

@@ -79,6 +79,7 @@ class UnknownTagObject final : public TagObject {
     Bytes encoded(bool) const override { return {}; }
     bool equals(const ManagedObject& other) const override { return this == &other; }
     Ref<ManagedObject> copy() const override;
+    void references(ReferenceVisitor& visitor) override;
 
     const Ref<TiffReaderObject>& reader() const { return m_reader; }
     uint64_t offset_or_value() const { return m_offset_or_value; }
@@ -94,6 +95,8 @@ class UnknownTagObject final : public TagObject {
 Ref<TagObject> make_tag(uint16_t data_type, uint16_t id);
 Ref<TagObject> make_tag(TiffType data_type, uint16_t id, const Value& value);
 
+// The bytes of the values that the directory entry at a position claims to have.
+uint64_t tag_bytes(TiffReaderObject& reader, int64_t position);
 // The tag of the directory entry at a position.
 Ref<TagObject> read_tag(TiffReaderObject& reader, int64_t position);
 constexpr size_t directory_entry_size(bool big_tiff) {

@@ -10,6 +10,7 @@
 #include "runtime/native/behaviors/metadata/xmp/xmp_types.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
@@ -139,7 +140,15 @@ const BehaviorTable table({
 }  // namespace
 
 XmpPackageObject::XmpPackageObject(const TypeInfo& type, std::string prefix, std::string uri)
-    : ManagedEnumerable(type), m_prefix(std::move(prefix)), m_uri(std::move(uri)) {}
+    : ManagedEnumerable(type), m_prefix(std::move(prefix)), m_uri(std::move(uri)) {
+    track();
+}
+
+void XmpPackageObject::references(ReferenceVisitor& visitor) {
+    for (auto& [key, value] : m_values) {
+        visitor(value);
+    }
+}
 
 std::string XmpPackageObject::full_key(const std::string& key) const {
     const size_t colon = key.find(':');
@@ -149,6 +158,15 @@ std::string XmpPackageObject::full_key(const std::string& key) const {
         throw_argument("key: '" + key + "' is not of the schema of this package, whose prefix is '" + m_prefix + "'.");
     }
     return m_prefix + ":" + name;
+}
+
+std::vector<std::string> XmpPackageObject::keys() const {
+    std::vector<std::string> keys;
+    keys.reserve(m_values.size());
+    for (const auto& entry : m_values) {
+        keys.push_back(entry.first);
+    }
+    return keys;
 }
 
 const Value* XmpPackageObject::find(const std::string& key) const {

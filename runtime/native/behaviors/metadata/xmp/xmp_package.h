@@ -27,6 +27,8 @@ class XmpPackageObject final : public ManagedEnumerable {
 
     // The key as it is stored. ArgumentException for one of another schema or one that is no name.
     std::string full_key(const std::string& key) const;
+    // All keys, with the prefix, in their order.
+    std::vector<std::string> keys() const;
     // The value, or null where there is none.
     const Value* find(const std::string& key) const;
     void set(const std::string& key, Value value);
@@ -41,6 +43,7 @@ class XmpPackageObject final : public ManagedEnumerable {
 
     const ElementType& element() const override;
     Ref<ManagedEnumerator> enumerator() override;
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     std::string m_prefix;

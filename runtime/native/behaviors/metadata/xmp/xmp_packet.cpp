@@ -7,6 +7,7 @@
 #include "runtime/native/behaviors/metadata/xmp/xml_text.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_node.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
@@ -169,7 +170,17 @@ Ref<ManagedEnumerator> XmpPackageCollectionObject::enumerator() {
     return make_ref<ListEnumerator>(make_ref<ValueList>(ListShape::kArray, variant_element(), items_of(packages)));
 }
 
+void XmpPackages::references(ReferenceVisitor& visitor) {
+    visitor(m_packages);
+}
+
+void XmpPacketObject::references(ReferenceVisitor& visitor) {
+    Record::references(visitor);
+    packages.references(visitor);
+}
+
 XmpPacketObject::XmpPacketObject(const TypeInfo& type) : Record(type) {
+    track();
     set_property(*this, "HeaderPi", make_instance(XmpInstructionObject::kManagedName));
     set_property(*this, "Meta", make_instance(kMeta));
     set_property(*this, "TrailerPi", make_instance(api::Xmp::XmpTrailerPi::kType.name));

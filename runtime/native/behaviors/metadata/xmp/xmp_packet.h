@@ -59,6 +59,7 @@ class XmpPackages {
     void clear() { m_packages.clear(); }
     const std::vector<Ref<XmpPackageObject>>& all() const { return m_packages; }
     Ref<ManagedList> to_array() const;
+    void references(ReferenceVisitor& visitor);
 
  private:
     std::vector<Ref<XmpPackageObject>> m_packages;
@@ -68,10 +69,11 @@ class XmpPackages {
 class XmpPackageCollectionObject final : public ManagedEnumerable {
  public:
     static constexpr const char* kManagedName = api::Xmp::XmpPackageBaseCollection::kType.name;
-    using ManagedEnumerable::ManagedEnumerable;
+    explicit XmpPackageCollectionObject(const TypeInfo& type) : ManagedEnumerable(type) { track(); }
     XmpPackages packages;
     const ElementType& element() const override;
     Ref<ManagedEnumerator> enumerator() override;
+    void references(ReferenceVisitor& visitor) override { packages.references(visitor); }
 };
 
 class XmpPacketObject final : public Record {
@@ -84,6 +86,7 @@ class XmpPacketObject final : public Record {
     std::string text() const;
     // The packages are shared with the copy.
     Ref<ManagedObject> copy() const override;
+    void references(ReferenceVisitor& visitor) override;
 };
 
 Ref<XmpPacketObject> make_xmp_packet();

@@ -1,0 +1,412 @@
+// The metadata of the files that images are saved to; see image_metadata.h.
+#include <algorithm>
+#include <cmath>
+
+#include "generated/runtime/Zelmor.Imaging.Exif.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
+#include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/metadata/containers/image_resources.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
+#include "runtime/native/behaviors/metadata/kept_metadata.h"
+#include "runtime/native/behaviors/metadata/tiff/rationals.h"
+#include "runtime/native/behaviors/metadata/tiff/tiff_option_tags.h"
+#include "runtime/native/behaviors/metadata/xmp/xmp_extension.h"
+#include "runtime/native/behaviors/metadata/xmp/xmp_namespaces.h"
+#include "runtime/native/core/enumeration_properties.h"
+#include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/imagework/probe/probe.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+using Tag = api::FileFormats::Tiff::Enums::TiffTags;
+using ResolutionUnit = api::FileFormats::Tiff::Enums::TiffResolutionUnits;
+using ExifTag = api::Exif::ExifProperties;
+
+// What is written, and what it is made of.
+struct Save {
+    const ImageObject& image;
+    const ImageMetadata& kept;
+    const Record* options;  // may be null
+    WrittenPicture picture;
+    int64_t width;
+    int64_t height;
+    MetadataFormat format;
+
+    // A thumbnail of a time that is not after the last change of the pixels shows another picture.
+    bool is_stale(int64_t thumbnail_at) const { return picture.changed_at >= thumbnail_at; }
+};
+
+Ref<ManagedObject> property_if_any(const Record* object, const char* name) {
+    return object != nullptr && has_property(*object, name) ? property_object(*object, name) : nullptr;
+}
+
+Bytes bytes_of_text(std::string_view text) {
+    const auto* data = reinterpret_cast<const std::byte*>(text.data());
+    return {data, data + text.size()};
+}
+
+// ---- EXIF
+
+// Updates size and resolution from the file; true if something had to be changed.
+bool bring_in_step(ExifObject& exif, const Save& save) {
+    bool changed = false;
+    const auto put_size = [&](ExifTag property, int64_t size) {
+        const uint16_t id = number_of(property);
+        const TagObject* tag = exif.find(ExifDirectory::kExif, id);
+        if (tag == nullptr || size <= 0 || tag_integer(*tag) == size) {
+            return;
+        }
+        exif.put(ExifDirectory::kExif, make_tag(TiffType::kLong, id, size));
+        changed = true;
+    };
+    put_size(ExifTag::kPixelXDimension, save.width);
+    put_size(ExifTag::kPixelYDimension, save.height);
+    const TagObject* unit = exif.find(ExifDirectory::kCommon, number_of(Tag::kResolutionUnit));
+    const bool metric = unit != nullptr && tag_integer(*unit) == static_cast<int64_t>(ResolutionUnit::kCentimeter);
+    const double per_inch = metric ? 2.54 : 1.0;
+    const auto put_resolution = [&](Tag resolution, double dpi) {
+        const uint16_t id = number_of(resolution);
+        const TagObject* tag = exif.find(ExifDirectory::kCommon, id);
+        const auto values = tag != nullptr ? tag->values() : nullptr;
+        if (!values || values->size() == 0 || tag->data_type() != TiffType::kRational) {
+            return;
+        }
+        const auto& rational = cast_object<RationalObject>(*std::get<Ref<ManagedObject>>(values->get(0)));
+        // JFIF has whole numbers, so that half a dot is no change.
+        if (std::abs(rational.value() * per_inch - dpi) <= 0.5) {
+            return;
+        }
+        exif.put(ExifDirectory::kCommon,
+                 make_tag(TiffType::kRational, id, approximate_rational(dpi / per_inch, kRationalEpsilon, false)));
+        changed = true;
+    };
+    put_resolution(Tag::kXresolution, save.picture.resolution.horizontal);
+    put_resolution(Tag::kYresolution, save.picture.resolution.vertical);
+    return changed;
+}
+
+// Tags that describe how the pixels are stored are left to the encoder of the file.
+bool is_of_pixels(uint16_t id) {
+    constexpr Tag kTags[] = {Tag::kSubFileType,      Tag::kOsubfileType,     Tag::kImageWidth,
+                             Tag::kImageLength,      Tag::kBitsPerSample,    Tag::kCompression,
+                             Tag::kPhotometric,      Tag::kThresholding,     Tag::kCellWidth,
+                             Tag::kCellLength,       Tag::kFillOrder,        Tag::kStripOffsets,
+                             Tag::kSamplesPerPixel,  Tag::kRowsPerStrip,     Tag::kStripByteCounts,
+                             Tag::kMinSampleValue,   Tag::kMaxSampleValue,   Tag::kXresolution,
+                             Tag::kYresolution,      Tag::kPlanarConfig,     Tag::kT4Options,
+                             Tag::kT6Options,        Tag::kResolutionUnit,   Tag::kTransferFunction,
+                             Tag::kPredictor,        Tag::kWhitePoint,       Tag::kPrimaryChromaticities,
+                             Tag::kColorMap,         Tag::kHalftoneHints,    Tag::kTileWidth,
+                             Tag::kTileLength,       Tag::kTileOffsets,      Tag::kTileByteCounts,
+                             Tag::kSubIfd,           Tag::kInkSet,           Tag::kNumberOfInks,
+                             Tag::kExtraSamples,     Tag::kSampleFormat,     Tag::kSminSampleValue,
+                             Tag::kSmaxSampleValue,  Tag::kJpegTables,       Tag::kYcbcrCoefficients,
+                             Tag::kYcbcrSubSampling, Tag::kYcbcrPositioning, Tag::kReferenceBlackWhite,
+                             Tag::kExifIfdPointer,   Tag::kIccProfile};
+    const auto tag = static_cast<Tag>(id);
+    const bool of_jpeg = tag >= Tag::kJpegProc && tag <= Tag::kJpegACtables;
+    return of_jpeg || id == exif_tags::kGpsPointer ||
+           std::find(std::begin(kTags), std::end(kTags), tag) != std::end(kTags);
+}
+
+void add_free_tags(TagList& to, const TagList& tags) {
+    for (const auto& tag : tags) {
+        const auto same = [&](const auto& known) { return known->id() == tag->id(); };
+        if (!is_of_pixels(tag->id()) && tag->count() > 0 && std::none_of(to.begin(), to.end(), same)) {
+            to.push_back(tag);
+        }
+    }
+}
+
+// A copy that may be changed: the tags of the image stay as its owner left them.
+Ref<ExifObject> own_copy(const ExifObject& exif) {
+    const Ref<ManagedObject> copy = exif.copy();
+    return Ref<ExifObject>(&cast_object<ExifObject>(*copy));
+}
+
+struct ExifToWrite {
+    Ref<ExifObject> object;  // may be empty
+    Bytes bytes;             // what the file had, where that is still right
+};
+
+// WebP has no place for a resolution but there.
+Ref<ExifObject> exif_of_resolution(const imagework::Resolution& resolution) {
+    Ref<ExifObject> exif = make_exif(true);
+    const auto put = [&](Tag tag, double dots) {
+        exif->put(ExifDirectory::kCommon,
+                  make_tag(TiffType::kRational, number_of(tag), approximate_rational(dots, kRationalEpsilon, false)));
+    };
+    put(Tag::kXresolution, resolution.horizontal);
+    put(Tag::kYresolution, resolution.vertical);
+    exif->put(ExifDirectory::kCommon,
+              make_tag(TiffType::kShort, number_of(Tag::kResolutionUnit), static_cast<int64_t>(ResolutionUnit::kInch)));
+    return exif;
+}
+
+ExifToWrite exif_to_write(const Save& save) {
+    ExifToWrite result;
+    const ImageMetadata& kept = save.kept;
+    const auto wanted = property_if_any(save.options, "ExifData");
+    const auto own = property_if_any(&save.image, "ExifData");
+    const bool as_read = !kept.exif_replaced;
+    if (wanted || own) {
+        result.object = own_copy(cast_object<ExifObject>(wanted ? *wanted : *own));
+    } else if (as_read && !kept.found.exif.empty()) {
+        try {
+            result.object = read_kept_exif(kept, true);
+        } catch (const ManagedException& error) {
+            // Unreadable data are written again unchanged.
+            if (error.name() != "FormatException") {
+                throw;
+            }
+            result.bytes = kept.found.exif;
+            return result;
+        }
+    } else if (as_read && kept.of_tiff) {
+        result.object = own_copy(*kept.of_tiff);
+    } else if (as_read && save.format == MetadataFormat::kWebp &&
+               save.picture.resolution != imagework::kDefaultResolution) {
+        result.object = exif_of_resolution(save.picture.resolution);
+    }
+    if (!result.object) {
+        return result;
+    }
+
+    // Unchanged data are written as the same bytes: a maker's note may contain offsets into them.
+    if (!wanted && as_read && !kept.found.exif.empty()) {
+        const Ref<ExifObject> before = read_exif(kept.found.exif, true);
+        if (write_exif(*before) == write_exif(*result.object)) {
+            result.bytes = kept.found.exif;
+        }
+    }
+    bool changed = bring_in_step(*result.object, save);
+    if (!result.object->thumbnail.empty() && save.is_stale(result.object->thumbnail_at)) {
+        result.object->thumbnail.clear();
+        result.object->thumbnail_tags.clear();
+        changed = true;
+    }
+    if (changed || result.bytes.empty()) {
+        result.bytes = result.object->empty() ? Bytes() : write_exif(*result.object);
+    }
+    return result;
+}
+
+// ---- XMP
+
+constexpr const char* kThumbnails = "Thumbnails";
+
+// Thumbnails in the packet go with the others; the packet of a program stays as it is.
+Ref<XmpPacketObject> without_thumbnails(const XmpPacketObject& packet) {
+    const Ref<ManagedObject> copy = packet.copy();
+    Ref<XmpPacketObject> own(&cast_object<XmpPacketObject>(*copy));
+    XmpPackageObject* basic = own->packages.find(xmp_namespaces::kXmpBasic);
+    if (basic == nullptr || basic->find(kThumbnails) == nullptr) {
+        return own;
+    }
+    const Ref<XmpPackageObject> rest = make_xmp_package(basic->prefix(), basic->uri());
+    for (const std::string& key : basic->keys()) {
+        if (!key.ends_with(std::string(":") + kThumbnails)) {
+            rest->set(key, *basic->find(key));
+        }
+    }
+    own->packages.remove(basic);
+    own->packages.add(rest.get());
+    return own;
+}
+
+struct XmpToWrite {
+    Bytes packet;
+    Bytes extension;
+    std::string guid;
+};
+
+XmpToWrite xmp_of_object(const Save& save, const XmpPacketObject& packet) {
+    if (save.format != MetadataFormat::kJpeg) {
+        return {bytes_of_text(packet.text()), {}, {}};
+    }
+    const SplitXmp split = split_xmp(packet, kMostJpegXmp);
+    return {bytes_of_text(split.packet), bytes_of_text(split.extension), split.guid};
+}
+
+// Whether the bytes of the file's packet cannot be written as they are.
+bool has_to_be_read(const Save& save) {
+    const FileMetadata& found = save.kept.found;
+    if (save.format == MetadataFormat::kJpeg ? found.xmp.size() > kMostJpegXmp : !found.extended_xmp.empty()) {
+        return true;
+    }
+    const std::string_view text(reinterpret_cast<const char*>(found.xmp.data()), found.xmp.size());
+    const std::string_view rest(reinterpret_cast<const char*>(found.extended_xmp.data()), found.extended_xmp.size());
+    const bool has_thumbnails =
+        text.find(kThumbnails) != std::string_view::npos || rest.find(kThumbnails) != std::string_view::npos;
+    return has_thumbnails && save.is_stale(save.kept.read_at);
+}
+
+XmpToWrite xmp_to_write(const Save& save) {
+    const ImageMetadata& kept = save.kept;
+    const auto wanted = property_if_any(save.options, "XmpData");
+    if (wanted) {
+        return xmp_of_object(save, cast_object<XmpPacketObject>(*wanted));
+    }
+    auto own = property_if_any(&save.image, "XmpData");
+    if (!own && !kept.xmp_replaced && !kept.found.xmp.empty()) {
+        if (!has_to_be_read(save)) {
+            return {kept.found.xmp, kept.found.extended_xmp, kept.found.extended_guid};
+        }
+        own = read_kept_xmp(kept);
+    }
+    if (!own) {
+        return {};
+    }
+    const auto& packet = cast_object<XmpPacketObject>(*own);
+    return xmp_of_object(save, save.is_stale(kept.read_at) ? *without_thumbnails(packet) : packet);
+}
+
+// ---- JFIF
+
+// A density in the unit that the options name.
+void apply_unit(const Save& save, JfifObject& jfif, bool has_own_density) {
+    if (save.options == nullptr || !has_property(*save.options, "ResolutionUnit") ||
+        property_if_any(save.options, "Jfif")) {
+        return;
+    }
+    const auto unit = property_enum<api::ResolutionUnit>(*save.options, "ResolutionUnit");
+    if (unit == api::ResolutionUnit::kInch) {
+        return;
+    }
+    if (unit == api::ResolutionUnit::kCm) {
+        set_property(jfif, "DensityUnits", JfifDensityUnits::kPixelsPerCm);
+    }
+    if (!has_own_density) {
+        jfif.set_density(save.picture.resolution);
+    }
+    if (unit == api::ResolutionUnit::kNone) {
+        set_property(jfif, "DensityUnits", JfifDensityUnits::kNoUnits);
+    }
+}
+
+bool is_near(const imagework::Resolution& a, const imagework::Resolution& b) {
+    return std::abs(a.horizontal - b.horizontal) < 0.01 && std::abs(a.vertical - b.vertical) < 0.01;
+}
+
+// The header that the options name, or the image's, or else that of the encoder, which has the resolution.
+void put_jfif(const Save& save, const FileMetadata& there, MetadataToWrite& write) {
+    const ImageMetadata& kept = save.kept;
+    const auto wanted = property_if_any(save.options, "Jfif");
+    const auto own = property_if_any(&save.image, "Jfif");
+    const Ref<JfifObject> read = kept.jfif_replaced ? nullptr : read_jfif(kept.found.jfif, kept.found.jfif_extension);
+    if (read) {
+        read->thumbnail_at = kept.read_at;
+    }
+    Ref<ManagedObject> source = wanted ? wanted : own ? own : Ref<ManagedObject>(read);
+    bool has_own_density = false;
+    if (source) {
+        const auto& jfif = cast_object<JfifObject>(*source);
+        // A density that a program set, or that of the file as long as the resolution of the image is that of the file.
+        const Ref<ManagedObject> fresh = make_instance(JfifObject::kManagedName);
+        const bool is_set = (wanted || (own && (!read || !read->same_density(jfif)))) &&
+                            !jfif.same_density(cast_object<JfifObject>(*fresh));
+        has_own_density = is_set || (read && is_near(save.picture.resolution, kept.read_resolution));
+    } else {
+        source = Ref<ManagedObject>(read_jfif(there.jfif, {}));
+    }
+    if (!source) {
+        return;
+    }
+    const Ref<ManagedObject> copy = source->copy();
+    auto& jfif = cast_object<JfifObject>(*copy);
+    if (!has_own_density) {
+        jfif.set_density(save.picture.resolution);
+    }
+    apply_unit(save, jfif, has_own_density && wanted);
+    if (jfif.has_thumbnail() && save.is_stale(jfif.thumbnail_at)) {
+        jfif.drop_thumbnail();
+    }
+    write.jfif = write_jfif(jfif);
+    write.jfif_extension = jfif.extension;
+}
+
+// ---- The other kinds
+
+std::vector<Bytes> comments_to_write(const Save& save) {
+    const auto one = [](const std::optional<std::u16string>& text) {
+        return text && !text->empty() ? std::vector<Bytes>{bytes_of_text(to_utf8(*text))} : std::vector<Bytes>();
+    };
+    if (save.options != nullptr && has_property(*save.options, "Comment")) {
+        if (const auto wanted = property_string(*save.options, "Comment")) {
+            return one(wanted);
+        }
+    }
+    if (!save.kept.comment_replaced) {
+        return save.kept.found.comments;
+    }
+    return has_property(save.image, "Comment") ? one(property_string(save.image, "Comment")) : std::vector<Bytes>();
+}
+
+bool is_same(const MetadataToWrite& write, const FileMetadata& there, MetadataFormat format) {
+    switch (format) {
+        case MetadataFormat::kJpeg:
+            return write.exif == there.exif && write.xmp == there.xmp && write.extended_xmp == there.extended_xmp &&
+                   write.photoshop == there.photoshop && write.jfif == there.jfif &&
+                   write.jfif_extension == there.jfif_extension && write.comments == there.comments;
+        case MetadataFormat::kPng:
+            // The image library compresses a packet in PNG, where other programs do not look for it.
+            return write.exif == there.exif && write.xmp.empty() && there.xmp.empty() && write.texts == there.texts;
+        case MetadataFormat::kTiff:
+            return write.tags.empty() && write.below == nullptr && write.xmp == there.xmp &&
+                   write.photoshop == there.photoshop;
+        default:
+            return write.exif == there.exif && write.xmp == there.xmp;
+    }
+}
+
+}  // namespace
+
+std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, ImageObject& image, const Record* options,
+                                        const WrittenPicture& picture) {
+    const auto bytes = std::as_bytes(file);
+    const MetadataFormat format = metadata_format(bytes);
+    if (format == MetadataFormat::kOther || format == MetadataFormat::kBmp) {
+        return {};
+    }
+    const imagework::FileFacts facts = imagework::probe(file);
+    const Save save{image, *own_metadata(image), options, picture, facts.width, facts.height, format};
+    const FileMetadata there = find_metadata(bytes);
+
+    MetadataToWrite write;
+    XmpToWrite xmp = xmp_to_write(save);
+    write.xmp = std::move(xmp.packet);
+    write.extended_xmp = std::move(xmp.extension);
+    write.extended_guid = std::move(xmp.guid);
+    ExifToWrite exif = exif_to_write(save);
+    write.exif = std::move(exif.bytes);
+    write.photoshop = save.is_stale(save.kept.read_at) ? resources_without_thumbnails(save.kept.found.photoshop)
+                                                       : save.kept.found.photoshop;
+    write.texts = save.kept.found.texts;
+    if (format == MetadataFormat::kJpeg) {
+        write.comments = comments_to_write(save);
+        put_jfif(save, there, write);
+    }
+    if (format == MetadataFormat::kTiff) {
+        write.exif.clear();
+        auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
+        if (tiff != nullptr) {
+            add_free_tags(write.tags, tiff->tags());
+        }
+        if (exif.object) {
+            add_free_tags(write.tags, exif.object->tags(ExifDirectory::kCommon));
+        }
+        write.below = exif.object.get();
+    }
+    if (is_same(write, there, format)) {
+        return {};
+    }
+    const Bytes out = with_metadata(bytes, write);
+    const auto* first = reinterpret_cast<const uint8_t*>(out.data());
+    return {first, first + out.size()};
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,71 @@
+"""BmpImage.bitmap_info_header: the header of the file, with the size that the image has now."""
+
+from __future__ import annotations
+
+import io
+import struct
+from typing import Any
+
+import pytest
+from zelmor.imaging import Image
+from zelmor.imaging.fileformats.bmp import BitmapCompression, BmpImage
+from zelmor.imaging.imageoptions import BmpOptions
+
+from support.image_oracles import few_colors, noise
+from support.metadata_files import encoded
+
+
+def header_of(data: bytes) -> Any:
+    return BmpImage._cast_to(Image.load(io.BytesIO(data))).value.bitmap_info_header
+
+
+def fields(header: Any) -> tuple[int, ...]:
+    return (header.header_size, header.bitmap_width, header.bitmap_height, header.bitmap_planes, header.bits_per_pixel,
+            header.bitmap_compression, header.bitmap_image_size, header.bitmap_x_pels_per_meter,
+            header.bitmap_y_pels_per_meter, header.bitmap_colors_used, header.bitmap_colors_important)
+
+
+def of_bytes(data: bytes) -> tuple[int, ...]:
+    return struct.unpack_from("<IiiHHIIiiII", data, 14)
+
+
+def bitmap(bits: int, compression: BitmapCompression = BitmapCompression.RGB) -> bytes:
+    from PIL import Image as Pillow
+    options = BmpOptions()
+    options.bits_per_pixel, options.compression = bits, compression
+    file = io.BytesIO()
+    png = io.BytesIO()
+    Pillow.fromarray(few_colors() if bits < 32 else noise(4)).save(png, "PNG", dpi=(300, 150))
+    Image.load(io.BytesIO(png.getvalue())).save(file, options)
+    return file.getvalue()
+
+
+@pytest.mark.parametrize("bits", [1, 4, 8, 16, 24, 32])
+def test_the_header_of_a_file(bits: int) -> None:
+    data = bitmap(bits)
+    assert fields(header_of(data)) == of_bytes(data)
+
+
+def test_of_another_writer() -> None:
+    data = encoded("BMP")
+    assert fields(header_of(data)) == of_bytes(data)
+    assert header_of(data).extra_bit_masks is None
+
+
+@pytest.mark.parametrize("bits", [16, 32])
+def test_bit_masks(bits: int) -> None:
+    data = bitmap(bits, BitmapCompression.BITFIELDS)
+    header = header_of(data)
+    assert header.bitmap_compression == BitmapCompression.BITFIELDS
+    masks = [mask & 0xFFFFFFFF for mask in header.extra_bit_masks]
+    assert masks == list(struct.unpack_from(f"<{len(masks)}I", data, 54)) and len(masks) >= 3
+
+
+def test_the_size_follows_the_image() -> None:
+    image = BmpImage._cast_to(Image.load(io.BytesIO(bitmap(24)))).value
+    image.resize(10, 7)
+    assert (image.bitmap_info_header.bitmap_width, image.bitmap_info_header.bitmap_height) == (10, 7)
+
+
+def test_of_a_new_image() -> None:
+    assert fields(BmpImage(9, 5).bitmap_info_header) == (40, 9, 5, 1, 24, 0, 0, 3780, 3780, 0, 0)

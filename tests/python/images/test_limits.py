@@ -1,0 +1,158 @@
+"""Limits: what a file claims is compared with them before memory is taken for it."""
+
+from __future__ import annotations
+
+import struct
+import zlib
+from collections.abc import Callable, Iterator
+from pathlib import Path
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from support.child import run_child
+from support.image_oracles import managed_error, write
+from zelmor.imaging import Image, LoadOptions, RasterImage
+from zelmor.imaging.fileformats.apng import ApngImage
+from zelmor.imaging.memorymanagement import Configuration
+
+#: 1,000 by 700 pixels: 2.1 million bytes as RGB.
+PIXELS = np.arange(1000 * 700 * 3, dtype=np.uint8).reshape(700, 1000, 3)
+#: Of address space, for programs that a small file must not make large.
+ENOUGH = 3 << 30
+
+
+@pytest.fixture(autouse=True)
+def limit() -> Iterator[None]:
+    """The limit of the process as it was."""
+    yield
+    Configuration.set_buffer_size_hint(0)
+
+
+def decode(path: str, hint: int = 0) -> int:
+    """Loads a picture and reads a pixel, so that it is decoded."""
+    options = LoadOptions()
+    options.buffer_size_hint = hint
+    with Image.load(path, options) as image:
+        return RasterImage._cast_to(image).value.get_argb_32_pixel(0, 0)
+
+
+@pytest.mark.parametrize("extension", ["png", "bmp", "jpg", "tiff", "webp"])
+def test_the_limit_of_the_load_options(tmp_path: Path, extension: str) -> None:
+    path = write(tmp_path / f"a.{extension}", PIXELS)
+    with managed_error("ImageLoadException", "buffer_size_hint"):
+        decode(path, 1)
+    assert decode(path, 3) == decode(path)
+
+
+def test_the_limit_of_the_process(tmp_path: Path) -> None:
+    path = write(tmp_path / "a.png", PIXELS)
+    Configuration.set_buffer_size_hint(1)
+    with managed_error("ImageLoadException", "buffer_size_hint", "1048576"):
+        decode(path)
+    decode(path, 3)  # the options come first
+    Configuration.set_buffer_size_hint(0)
+    decode(path)
+
+
+def test_a_negative_limit_is_refused(tmp_path: Path) -> None:
+    path = write(tmp_path / "a.png", PIXELS)
+    with managed_error("ArgumentOutOfRangeException", "buffer_size_hint", "-1"):
+        decode(path, -1)
+
+
+def test_all_frames_count(tmp_path: Path) -> None:
+    frames = [Pillow.fromarray(PIXELS[:200, :200] // 64 * number) for number in range(1, 13)]
+    path = str(tmp_path / "a.png")
+    frames[0].save(path, save_all=True, append_images=frames[1:], duration=50)
+    options = LoadOptions()
+    options.buffer_size_hint = 1  # enough for six frames at a time
+    with managed_error("ImageLoadException", "buffer_size_hint"):
+        with Image.load(path, options) as image:
+            for page in ApngImage._cast_to(image).value.pages:
+                assert page.width == 200
+    with Image.load(path) as image:
+        assert len(ApngImage._cast_to(image).value.pages) == 12
+
+
+def chunk(kind: bytes, data: bytes) -> bytes:
+    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+
+def png(*extra: bytes, width: int = 4, height: int = 4) -> bytes:
+    rows = zlib.compress((b"\0" + bytes(width)) * height)
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 0, 0, 0, 0)) + \
+        b"".join(extra) + chunk(b"IDAT", rows) + chunk(b"IEND", b"")
+
+
+def tags_over_each_other(count: int, value_bytes: int) -> bytes:
+    """A TIFF picture of one pixel with a directory of EXIF tags that all claim the same bytes."""
+    def entry(tag: int, kind: int, number: int, value: int) -> bytes:
+        return struct.pack("<HHII", tag, kind, number, value)
+    values, exif = 256, 256 + value_bytes
+    tags = [(256, 1), (257, 1), (258, 8), (259, 1), (262, 1), (273, values), (277, 1), (278, 1), (279, 1),
+            (34665, exif)]
+    main = struct.pack("<H", len(tags)) + b"".join(entry(tag, 4, 1, value) for tag, value in tags) + bytes(4)
+    below = struct.pack("<H", count) + b"".join(
+        entry(0x9000 + number, 7, value_bytes, values) for number in range(count)) + bytes(4)
+    return (b"II*\0" + struct.pack("<I", 8) + main).ljust(values, b"\0") + bytes(value_bytes) + below
+
+
+def xmp_of(elements: int) -> bytes:
+    head = (b'<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">'
+            b'<rdf:Description xmlns:a="http://a/"><a:b><rdf:Bag>')
+    return head + b"<rdf:li/>" * elements + b"</rdf:Bag></a:b></rdf:Description></rdf:RDF></x:xmpmeta>"
+
+
+def packed_text(packet: bytes) -> bytes:
+    return chunk(b"iTXt", b"XML:com.adobe.xmp\0\1\0\0\0" + zlib.compress(packet, 9))
+
+
+BOMBS: dict[str, Callable[[], bytes]] = {
+    "EXIF tags over each other": lambda: tags_over_each_other(2_000, 4_000_000),
+    "an XMP packet of many elements": lambda: png(packed_text(xmp_of(6_000_000))),
+    "an XMP packet of endless text": lambda: png(packed_text(b"<a>" + b" " * (1 << 28))),
+    "many packets that do not unpack": lambda: png(*[packed_text(b"<a>" + b" " * (1 << 27))] * 40),
+}
+
+
+@pytest.mark.parametrize("name", BOMBS)
+def test_metadata_take_no_more_than_their_limits(tmp_path: Path, name: str) -> None:
+    path = tmp_path / "a"
+    path.write_bytes(BOMBS[name]())
+    run_child(f"""
+import resource, sys, time
+from zelmor.imaging import Image, RasterImage
+from zelmor.imaging.fileformats.tiff import TiffImage
+loaded = Image.load(sys.argv[1])
+image, tiff = RasterImage._cast_to(loaded).value, TiffImage._cast_to(loaded).value
+image.get_argb_32_pixel(0, 0)
+resource.setrlimit(resource.RLIMIT_AS, ({ENOUGH}, {ENOUGH}))
+start = time.thread_time()
+for read in (lambda: image.xmp_data, lambda: tiff and tiff.exif_data):
+    try:
+        read()
+    except RuntimeError as error:
+        assert "OutOfMemory" not in str(error), error
+assert time.thread_time() - start < 10
+assert resource.getrusage(resource.RUSAGE_SELF).ru_maxrss < 1_500_000  # KiB
+image.get_argb_32_pixel(0, 0)
+""", str(path), PYTHONMALLOC="default", MALLOC_PERTURB_="0")
+
+
+def test_directories_over_each_other_are_walked_for_a_while_only(tmp_path: Path) -> None:
+    """Each byte pair of the file begins a directory of thousands of entries, whose next one begins two bytes later."""
+    size = 1 << 20
+    words = np.full(size // 2, 8000, dtype="<u2")
+    path = tmp_path / "a.tiff"
+    path.write_bytes(b"II*\0" + struct.pack("<I", 8) + words.tobytes())
+    run_child("""
+import sys, time
+from zelmor.imaging import Image
+start = time.thread_time()
+try:
+    Image.load(sys.argv[1])
+except RuntimeError:
+    pass
+assert time.thread_time() - start < 20
+""", str(path))

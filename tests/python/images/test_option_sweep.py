@@ -1,0 +1,390 @@
+"""Every property of all load and save options has an effect, or is refused by name when it differs from its default.
+
+The sweep takes the properties from the catalogue, so that a new one is tested without a change here. Each is set to
+values other than its default; then a picture is saved or loaded. Either the file or the pixels differ from those without
+the setting, or the error names the property. A property that is taken and has no effect fails.
+"""
+
+from __future__ import annotations
+
+import io
+import struct
+import zlib
+from collections.abc import Callable, Iterator
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from PIL import ImageCms
+from zelmor.imaging import Color, Image, ImageOptionsBase, RasterImage, Rectangle, ResolutionSetting, SizeF
+from zelmor.imaging.exif import JpegExifData
+from zelmor.imaging.fileformats.gif.blocks import GifFrameBlock
+from zelmor.imaging.fileformats.gif import GifImage
+from zelmor.imaging.fileformats.jpeg import JFIFData
+from zelmor.imaging.fileformats.png import PngColorType
+from zelmor.imaging.fileformats.tiff.enums import TiffCompressions, TiffExpectedFormat
+from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffASCIIType
+from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, GifOptions, JpegOptions, MultiPageMode,
+                                         MultiPageOptions, PngOptions, TiffOptions, TimeInterval, WebPOptions)
+from zelmor.imaging.sources import StreamSource
+from zelmor.imaging.xmp import XmpPacketWrapper
+from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
+
+from support.image_oracles import managed_error, noise, smooth
+from support.samples import MODEL, Cannot, python_type, samples
+from tools.generator.model import Property, Type
+
+#: The classes with which a picture can be saved. All others are refused as a whole.
+WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "GifOptions", "JpegOptions", "PngOptions", "TiffOptions",
+            "WebPOptions"}
+
+
+def options_below(*bases: str) -> list[Type]:
+    """The classes with a constructor that derive from one of these, or are one."""
+    return [entry for entry in MODEL.types
+            if entry.constructors and {entry.name, *(base.name for base in entry.bases())} & set(bases)]
+
+
+def writable_properties(entry: Type) -> Iterator[Property]:
+    """The properties of a class and of its bases that can be set, each once."""
+    seen: set[str] = set()
+    for owner in [entry, *entry.bases()]:
+        for prop in owner.properties:
+            if prop.writable and not prop.static and prop.python not in seen:
+                seen.add(prop.python)
+                yield prop
+
+
+def cases(*bases: str) -> list[Any]:
+    return [pytest.param(entry, prop, id=f"{entry.name}.{prop.python}")
+            for entry in options_below(*bases) for prop in writable_properties(entry)]
+
+
+# ---- Pictures in which an option shows
+
+
+def encoded(array: Any, kind: str = "PNG", **options: Any) -> io.BytesIO:
+    file = io.BytesIO()
+    Pillow.fromarray(array).save(file, kind, **options)
+    return io.BytesIO(file.getvalue())
+
+
+def loaded(file: io.BytesIO) -> Image:
+    return Image.load(io.BytesIO(file.getvalue()))
+
+
+def plain() -> Image:
+    return loaded(encoded(smooth()))
+
+
+def with_alpha() -> Image:
+    return loaded(encoded(noise(4)))
+
+
+def large() -> Image:
+    return loaded(encoded(np.zeros((700, 800, 3), np.uint8)))
+
+
+def animated() -> Image:
+    """Three frames of 40 milliseconds each."""
+    frames = [Pillow.fromarray(np.full((20, 24, 3), 60 * i, np.uint8)) for i in range(3)]
+    file = io.BytesIO()
+    frames[0].save(file, "GIF", save_all=True, append_images=frames[1:], duration=40, loop=3)
+    return loaded(file)
+
+
+def frames_without_duration() -> Image:
+    frames = [Pillow.fromarray(np.full((20, 24, 3), 60 * i, np.uint8)) for i in range(3)]
+    file = io.BytesIO()
+    frames[0].save(file, "TIFF", save_all=True, append_images=frames[1:])
+    return loaded(file)
+
+
+def with_a_small_frame() -> Image:
+    """An animation whose second, active frame covers a part of the canvas."""
+    first = RasterImage._cast_to(loaded(encoded(np.full((20, 24, 3), 200, np.uint8)))).value
+    second = RasterImage._cast_to(loaded(encoded(np.zeros((6, 8, 3), np.uint8)))).value
+    image = GifImage(GifFrameBlock(first))
+    frame = GifFrameBlock(second)
+    frame.left, frame.top = 10, 5
+    image.add_block(frame)
+    image.active_frame = frame
+    return image
+
+
+def packet() -> XmpPacketWrapper:
+    packet, package = XmpPacketWrapper(), DublinCorePackage()
+    package.set_title("Title")
+    packet.add_package(package)
+    return packet
+
+
+def exif() -> JpegExifData:
+    data = JpegExifData()
+    data.make = "Maker"
+    return data
+
+
+def jfif() -> JFIFData:
+    data = JFIFData()
+    data.x_density, data.y_density = 3, 2
+    return data
+
+
+def tags() -> list[Any]:
+    tag = TiffASCIIType(65000)
+    tag.text = "a tag of one's own"
+    return [tag]
+
+
+#: The picture for a property, where the usual one does not show it.
+PICTURES: dict[str, Callable[[], Image]] = {
+    "buffer_size_hint": large, "default_memory_allocation_limit": large, "preblend_alpha_if_present": with_alpha,
+    "premultiply_components": with_alpha, "background_color": with_alpha, "multi_page_options": animated,
+    "num_plays": animated, "anim_loop_count": animated, "anim_background_color": animated,
+    "default_frame_time": frames_without_duration, "full_frame": with_a_small_frame, "loops_count": animated,
+}
+
+#: Values of the properties that hold objects, and of those whose samples do not fit their format.
+VALUES: dict[str, Callable[[], list[Any]]] = {
+    "xmp_data": lambda: [packet()], "exif_data": lambda: [exif()], "jfif": lambda: [jfif()], "tags": lambda: [tags()],
+    "resolution_settings": lambda: [ResolutionSetting(200.0, 400.0)], "buffer_size_hint": lambda: [1],
+    "default_memory_allocation_limit": lambda: [1], "bits_per_sample": lambda: [[8], [16, 16, 16]],
+    "multi_page_options": lambda: [MultiPageOptions([1])], "quality": lambda: [10], "tile_width": lambda: [32],
+    "tile_length": lambda: [32], "compressed_quality": lambda: [10], "background_color": lambda: [Color.red],
+    "default_frame_time": lambda: [70], "bits_per_pixel": lambda: [8, 32], "compression_level": lambda: [0],
+    "page_number": lambda: [[1, 2]], "loops_count": lambda: [7], "color_resolution": lambda: [2],
+    "anim_loop_count": lambda: [9], "num_plays": lambda: [9], "page_size": lambda: [SizeF(30.0, 20.0)],
+}
+
+
+def options_of(entry: Type, prop: str) -> Any:
+    """Options in which the property can be seen."""
+    name = entry.name
+    options: Any
+    if name in ("TiffOptions", "BigTiffOptions"):
+        options = (BigTiffOptions if name == "BigTiffOptions" else TiffOptions)(TiffExpectedFormat.TIFF_LZW_RGB)
+        if prop == "compressed_quality":
+            options.compression = TiffCompressions.JPEG
+        if prop == "premultiply_components":
+            options = type(options)(TiffExpectedFormat.TIFF_LZW_RGBA)
+        if prop in ("tile_width", "tile_length"):
+            options.tile_width = options.tile_length = 16
+        if prop == "full_frame":
+            options.multi_page_options = MultiPageOptions([1])
+        return options
+    options = python_type(entry)()
+    if isinstance(options, WebPOptions) and prop == "quality":
+        options.lossless = False
+    if isinstance(options, PngOptions) and prop == "bit_depth":
+        options.color_type = PngColorType.GRAYSCALE
+    if prop == "full_frame" and name in WRITABLE:
+        options.multi_page_options = MultiPageOptions([1])
+    return options
+
+
+def values_for(prop: Property, options: Any) -> list[Any]:
+    """Values of the property that differ from what it has."""
+    if prop.python in VALUES:
+        return VALUES[prop.python]()
+    before = getattr(options, prop.python)
+    try:
+        found = samples(prop.wire)
+    except Cannot:
+        return []
+    return [value for value in found if value is not None and value != before]
+
+
+def saved(image: Image, options: ImageOptionsBase) -> bytes:
+    file = io.BytesIO()
+    image.save(file, options)
+    return file.getvalue()
+
+
+def names(text: str, entry: Type, prop: Property) -> bool:
+    return prop.managed.lower() in text.lower().replace("_", "") or f"Saving with {entry.name}" in text
+
+
+def created_over(options: Any, entry: Type) -> str:
+    """What becomes of a source, which is where an image that is created with the options will be written."""
+    file = io.BytesIO()
+    options.source = StreamSource(file)
+    try:
+        Image.create(options, 10, 10).save()
+    except RuntimeError as error:
+        return "refused" if f"Saving with {entry.name}" in str(error) else f"refused without its name: {error}"
+    return "effective" if file.getvalue() else "taken and ignored"
+
+
+def outcome(entry: Type, prop: Property, value: Any) -> str:
+    """What becomes of one value: "refused", "effective", or else what went wrong."""
+    picture = PICTURES.get(prop.python, plain)
+    options = options_of(entry, prop.python)
+    try:
+        setattr(options, prop.python, value)
+    except RuntimeError as error:
+        return "refused" if names(str(error), entry, prop) else f"refused without its name: {error}"
+    if prop.python == "source":
+        options.source = StreamSource(io.BytesIO())
+        return created_over(options, entry)
+    try:
+        file = saved(picture(), options)
+    except RuntimeError as error:
+        return "refused" if names(str(error), entry, prop) else f"refused without its name: {error}"
+    return "effective" if file != saved(picture(), options_of(entry, prop.python)) else "taken and ignored"
+
+
+@pytest.mark.parametrize(("entry", "prop"), cases("ImageOptionsBase"))
+def test_a_save_option_has_its_effect_or_is_refused(entry: Type, prop: Property) -> None:
+    options = options_of(entry, prop.python)
+    values = values_for(prop, options)
+    assert values, "the sweep needs a value for this property"
+    outcomes = {repr(value): outcome(entry, prop, value) for value in values}
+    good = ("refused", "effective")
+    # Text that is empty says as little as none.
+    wrong = {value: result for value, result in outcomes.items() if result not in good and value != "''"}
+    assert not wrong
+    if entry.name not in WRITABLE:
+        assert set(outcomes.values()) == {"refused"}
+
+
+# ---- Choice of pages
+
+
+def pages_saved(options: MultiPageOptions) -> bytes:
+    tiff = TiffOptions(TiffExpectedFormat.TIFF_LZW_RGB)
+    tiff.multi_page_options = options
+    return saved(animated(), tiff)
+
+
+PAGE_VALUES: dict[str, list[Any]] = {
+    "pages": [[1], [0, 2]], "page_titles": [["a"]], "time_interval": [TimeInterval(30, 50)],
+    "export_area": [Rectangle(0, 0, 5, 5)], "merge_layers": [True], "output_layers_names": [["a"]],
+    "page_rasterization_options": [[]],
+}
+
+
+@pytest.mark.parametrize(("entry", "prop"), cases("MultiPageOptions"))
+def test_a_choice_of_pages_has_its_effect_or_is_refused(entry: Type, prop: Property) -> None:
+    values = [mode for mode in MultiPageMode if mode != MultiPageMode.ALL_PAGES] if prop.python == "mode" else \
+        PAGE_VALUES[prop.python]
+    usual = pages_saved(python_type(entry)())
+    for value in values:
+        options = python_type(entry)()
+        setattr(options, prop.python, value)
+        if prop.python == "mode":  # a way to choose without a choice: all pages, or a refusal
+            options.pages = [1] if value in (MultiPageMode.PAGES, MultiPageMode.RANGE) else None
+            options.time_interval = TimeInterval(0, 10) if value == MultiPageMode.TIME_INTERVAL else None
+        try:
+            assert pages_saved(options) != usual, value
+        except RuntimeError as error:
+            assert names(str(error), entry, prop) or prop.python == "mode" and "titles" in str(error), error
+
+
+def test_pages_beside_a_mode_that_does_not_look_at_them() -> None:
+    options = MultiPageOptions()
+    options.pages = [1]
+    with managed_error("NotSupportedException", "A value of MultiPageOptions.Pages beside the mode 4 of MultiPageMode"):
+        pages_saved(options)
+    options.mode = MultiPageMode.PAGES
+    assert len(pages_saved(options)) < len(pages_saved(MultiPageOptions()))
+
+
+# ---- Loading
+
+
+def truncated_jpeg() -> bytes:
+    data = encoded(noise(), "JPEG", quality=90).getvalue()
+    return data[:len(data) // 2]
+
+
+def with_a_profile() -> bytes:
+    """A picture with a profile in which red and blue are exchanged."""
+    data = bytearray(ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes())
+    # The red colorant at the place of the blue one, and the other way round.
+    for i in range(struct.unpack_from(">I", data, 128)[0]):
+        entry = 132 + 12 * i
+        if data[entry:entry + 4] in (b"rXYZ", b"bXYZ"):
+            data[entry:entry + 4] = b"bXYZ" if data[entry:entry + 4] == b"rXYZ" else b"rXYZ"
+    return encoded(smooth(), icc_profile=bytes(data)).getvalue()
+
+
+def with_a_wrong_checksum() -> bytes:
+    """A PNG with damage beside the pixels."""
+    data = encoded(smooth()).getvalue()
+    body = b"tEXtComment\0words"
+    chunk = struct.pack(">I", len(body) - 4) + body + struct.pack(">I", zlib.crc32(body) ^ 1)
+    return data[:33] + chunk + data[33:]
+
+
+def pixels_loaded(data: bytes, options: Any) -> Any:
+    image = RasterImage._cast_to(Image.load(io.BytesIO(data), options)).value
+    return list(image.load_argb_32_pixels(image.bounds))
+
+
+#: The file in which a load option shows, and its values.
+LOADS: dict[str, tuple[Callable[[], bytes], list[Any]]] = {
+    "buffer_size_hint": (lambda: encoded(np.zeros((700, 800, 3), np.uint8)).getvalue(), [1]),
+    "use_icc_profile_conversion": (with_a_profile, [True]),
+    "strict_mode": (with_a_wrong_checksum, [True]),
+}
+
+
+@pytest.mark.parametrize(("entry", "prop"), cases("LoadOptions"))
+def test_a_load_option_has_its_effect_or_is_refused(entry: Type, prop: Property) -> None:
+    make, values = LOADS.get(prop.python, (lambda: encoded(smooth()).getvalue(), []))
+    base: dict[str, Any] = {}
+    if prop.python in ("data_recovery_mode", "data_background_color"):
+        make = truncated_jpeg
+        from zelmor.imaging import DataRecoveryMode
+        if prop.python == "data_background_color":
+            base = {"data_recovery_mode": DataRecoveryMode.CONSISTENT_RECOVER}
+            values = [Color.red]
+
+    def options(**properties: Any) -> Any:
+        made = python_type(entry)()
+        for name, value in {**base, **properties}.items():
+            setattr(made, name, value)
+        return made
+
+    def result(**properties: Any) -> Any:
+        try:
+            return pixels_loaded(make(), options(**properties))
+        except RuntimeError as error:
+            return str(error)
+
+    usual = result()
+    values = values or values_for(prop, options())
+    assert values
+    for value in values:
+        try:
+            found = result(**{prop.python: value})
+        except OverflowError:
+            continue
+        assert found != usual, f"{value!r} is taken and ignored"
+        assert not isinstance(found, str) or names(found, entry, prop) or found.startswith("Proxy error(ImageLoad"), found
+
+
+# ---- Ranges
+
+
+@pytest.mark.parametrize(("kind", "name", "value", "text"), [
+    (JpegOptions, "quality", 500, "The value 500 of JpegOptions.Quality is not between 1 and 100."),
+    (JpegOptions, "quality", 0, "The value 0 of JpegOptions.Quality is not between 1 and 100."),
+    (PngOptions, "compression_level", 10, "The value 10 of PngOptions.CompressionLevel is not between 0 and 9."),
+    (PngOptions, "bit_depth", 3, "The value 3 of PngOptions.BitDepth is none of 1, 2, 4, 8 and 16."),
+    (ApngOptions, "bit_depth", 32, "The value 32 of ApngOptions.BitDepth is none of 1, 2, 4, 8 and 16."),
+    (ApngOptions, "default_frame_time", -1,
+     "The value -1 of ApngOptions.DefaultFrameTime is not between 0 and 2147483647."),
+    (GifOptions, "color_resolution", 8, "The value 8 of GifOptions.ColorResolution is not between 0 and 7."),
+    (GifOptions, "buffer_size_hint", -1, "The value -1 of GifOptions.BufferSizeHint is not between 0 and 2147483647."),
+    (WebPOptions, "quality", 100.5, "The value 100.5 of WebPOptions.Quality is not between 0 and 100."),
+    (JFIFData, "x_density", 0, "The value 0 of JFIFData.XDensity is not between 1 and 65535."),
+])
+def test_a_number_out_of_range_is_refused_when_it_is_set(kind: Any, name: str, value: object, text: str) -> None:
+    options = kind()
+    before = getattr(options, name)
+    with managed_error("ArgumentOutOfRangeException", text):
+        setattr(options, name, value)
+    assert getattr(options, name) == before
