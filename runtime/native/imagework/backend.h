@@ -17,6 +17,8 @@
 #include "runtime/native/imagework/filters.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/data_source.h"
+#include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/pixel_form.h"
 #include "runtime/native/imagework/pixels/rows.h"
 #include "runtime/native/imagework/resampling.h"
@@ -46,6 +48,9 @@ class Picture {
     virtual int frame_count() const = 0;  // of the file it came from; the picture is the first of them
     virtual Resolution resolution() const = 0;
     virtual void set_resolution(Resolution resolution) = 0;
+
+    // The frame that the pixels are still those of; its source is null once they were changed. A copy has it too.
+    virtual const FrameOrigin& origin() const = 0;
 
     // A picture of its own with the same pixels; they are shared until either is written to.
     virtual std::unique_ptr<Picture> copy() const = 0;
@@ -143,10 +148,24 @@ struct Frame {
     int duration = 0;  // milliseconds that an animation shows it
 };
 
+// What a GIF file says of a frame besides its pixels.
+struct GifFrame {
+    // The picture is a part of the canvas, laid over what is there; otherwise it is all that is seen.
+    bool part = false;
+    int32_t left = 0;
+    int32_t top = 0;
+    FrameDisposal disposal = FrameDisposal::kUnspecified;
+    bool user_input = false;                               // the next frame waits for the user
+    std::vector<std::vector<uint8_t>> blocks_before = {};  // extensions, as they stand in the file
+    std::vector<std::vector<uint8_t>> blocks_behind = {};
+};
+
 struct FrameToWrite {
-    const Picture* picture;
+    const Picture* picture;    // null of a frame that is copied from its origin
     int duration;
     const Encoding* encoding;  // of a TIFF page its own; elsewhere the first frame's counts for all
+    GifFrame gif = {};
+    FrameOrigin origin = {};  // of a GIF frame whose picture is still that of its file
 };
 
 class Backend {
@@ -159,7 +178,12 @@ class Backend {
     // All pictures of the file. Those of an animation are as large as its canvas and have the pixels of earlier frames
     // where they are transparent.
     virtual std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
-    // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP, whose frames have to be of one size.
+    // The frames of a GIF or PNG animation, found without decoding; null for any other file.
+    virtual SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) = 0;
+    virtual std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index,
+                                                  const DecodeOptions& options) = 0;
+    // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP. Frames of the latter two have to be of
+    // one size.
     virtual EncodedBytes encode_frames(std::span<const FrameToWrite> frames) = 0;
 
     // A canvas of one color, 8 bits a channel; gray only where that color is.

@@ -4,6 +4,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_FORMATS_H
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -67,9 +68,14 @@ struct BmpEncoding {
 };
 
 struct GifEncoding {
-    int palette_bits = 8;  // 1 to 8
+    int palette_bits = 8;  // 1 to 8: there are at most so many colors
     bool interlaced = false;
-    std::optional<int> loops = {};  // absent: as the source had it
+    std::optional<int> loops = {};  // times that an animation is shown; 0: for ever; absent: the file does not tell
+    int color_resolution = 8;       // bits of a primary color of the original, 1 to 8; the file only tells it
+    bool sorted_palette = false;    // the same
+    uint8_t background_index = 0;   // the same, of the color behind the frames
+    uint8_t aspect_ratio = 0;       // of a pixel: this and 15, by 64; 0 does not tell
+    bool trailer = true;            // the byte that ends a file
 };
 
 enum class JpegColor : uint8_t { kAuto, kGray, kYcc, kCmyk };
@@ -92,13 +98,25 @@ enum class PngColor : uint8_t {
 };
 enum class PngFilter : uint8_t { kNone, kSub, kUp, kAverage, kPaeth, kAdaptive };
 
+// The one color that a gray or RGB file without alpha has as transparent, in samples of the depth given.
+struct PngKey {
+    int bit_depth;
+    std::array<uint16_t, 3> samples;  // the first alone of gray
+    bool operator==(const PngKey&) const = default;
+};
+
 struct PngEncoding {
     PngColor color = PngColor::kAuto;
     int bit_depth = 0;  // 1, 2, 4, 8 or 16; 0 keeps the picture's own
     bool interlaced = false;
     PngFilter filter = PngFilter::kAdaptive;
-    int compression_level = 6;  // 0 to 9
-    int plays = 0;              // of an animation; 0: for ever
+    int compression_level = 6;       // 0 to 9
+    int plays = 0;                   // of an animation; 0: for ever
+    std::optional<PngKey> key = {};  // written instead of an alpha channel where the pixels are like that
+    // How the file says that its colors are sRGB; written as long as the picture has no profile.
+    std::optional<int> srgb_intent = {};  // a chunk with the rendering intent
+    bool srgb_gamma = false;              // a chunk with the exponent
+    bool srgb_chromaticities = false;     // a chunk with the primaries
 };
 
 // The numbers are those of the format.
@@ -212,6 +230,7 @@ struct Encoding {
     Argb background = kWhite;                    // stands behind the picture where the target has no alpha
     bool blend_alpha = true;                     // otherwise alpha is simply dropped there
     std::optional<Argb> transparent_color = {};  // its pixels are written as transparent
+    bool copies_frames = false;                  // the data of frames that are as in their file may be copied
     bool may_widen = false;                      // more colors than the palette holds make it true color
     std::optional<Argb> flatten = {};            // stands behind the picture even where the target has alpha
     std::vector<Argb> palette = {};              // of an indexed form; empty: the colors that suit the picture best

@@ -25,6 +25,8 @@ constexpr int64_t kArrayBytes = 0x7FFFFFFF;
 // Bytes of decoded pixels that one image may hold at a time, over all of its frames, unless the program sets another
 // limit (memory_budget.h).
 constexpr uint64_t kDecodedBytes = 4096 * kMebibyte;
+// Bytes of an animation's canvases that are kept to make its next frames quicker, besides the last one.
+constexpr uint64_t kCanvasBytes = 64 * kMebibyte;
 // Frames of an animation, pages of a document.
 constexpr uint64_t kFrames = uint64_t{1} << 20;
 // Bits of one sample, samples of one pixel.

@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "runtime/native/core/entry.h"
 
@@ -131,6 +132,13 @@ Bytes plain_text_part(const ManagedObject& block) {
     return fixed;
 }
 
+Ref<ManagedObject> unknown_of(uint8_t label, const std::vector<Bytes>& blocks) {
+    auto block = make_instance(kUnknown);
+    set_property(*block, "ExtensionLabel", int64_t{label});
+    set_property(*block, "UnknownData", joined(blocks, 0));
+    return block;
+}
+
 Ref<ManagedObject> block_of(uint8_t label, const std::vector<Bytes>& blocks) {
     auto block = make_instance(gif_block_class(label));
     switch (static_cast<GifLabel>(label)) {
@@ -159,9 +167,7 @@ Ref<ManagedObject> block_of(uint8_t label, const std::vector<Bytes>& blocks) {
             set_property(*block, "PlainTextData", joined(blocks, 1));
             break;
         default:
-            set_property(*block, "ExtensionLabel", int64_t{label});
-            set_property(*block, "UnknownData", joined(blocks, 0));
-            break;
+            return unknown_of(label, blocks);
     }
     return block;
 }
@@ -346,6 +352,39 @@ Ref<ManagedObject> read_gif_block(ManagedStream& stream) {
 
 void write_gif_block(const ManagedObject& block, ManagedStream& stream) {
     stream.write(bytes_of(block));
+}
+
+Ref<ManagedObject> gif_block_of_bytes(std::span<const uint8_t> bytes) {
+    assert(bytes.size() >= 3 && bytes[0] == kGifExtensionIntroducer);
+    const uint8_t label = bytes[1];
+    std::vector<Bytes> blocks;
+    for (size_t at = 2; at < bytes.size() && bytes[at] != 0;) {
+        const size_t length = std::min<size_t>(bytes[at], bytes.size() - at - 1);
+        const auto* first = reinterpret_cast<const std::byte*>(bytes.data()) + at + 1;
+        blocks.emplace_back(first, first + length);
+        at += 1 + length;
+    }
+    const auto has_fixed = [&](size_t count) { return !blocks.empty() && blocks.front().size() == count; };
+    switch (static_cast<GifLabel>(label)) {
+        case GifLabel::kControl:
+            return has_fixed(kControlBytes) ? block_of(label, blocks) : unknown_of(label, blocks);
+        case GifLabel::kApplication:
+            return has_fixed(kIdentifierBytes + kCodeBytes) ? block_of(label, blocks) : unknown_of(label, blocks);
+        case GifLabel::kPlainText:
+            return has_fixed(kPlainTextBytes) ? block_of(label, blocks) : unknown_of(label, blocks);
+        default:
+            return block_of(label, blocks);
+    }
+}
+
+std::vector<uint8_t> bytes_of_gif_block(const ManagedObject& block) {
+    const Bytes bytes = bytes_of(block);
+    const auto* first = reinterpret_cast<const uint8_t*>(bytes.data());
+    return {first, first + bytes.size()};
+}
+
+bool is_gif_block(const ManagedObject& object, GifLabel label) {
+    return object.type().full_name == gif_block_class(static_cast<uint8_t>(label));
 }
 
 }  // namespace zelmor::embed

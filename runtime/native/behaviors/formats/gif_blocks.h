@@ -2,6 +2,10 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_FORMATS_GIF_BLOCKS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_FORMATS_GIF_BLOCKS_H
 
+#include <cstdint>
+#include <span>
+#include <vector>
+
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/stream.h"
 
@@ -17,6 +21,13 @@ const char* gif_block_class(uint8_t label);
 // end, ArgumentException for one whose fixed part is not as long as it has to be.
 Ref<ManagedObject> read_gif_block(ManagedStream& stream);
 void write_gif_block(const ManagedObject& block, ManagedStream& stream);
+
+// A block of a file that was read, from its introducer to its end. One whose fixed part is not as long as it has to be
+// becomes a GifUnknownExtensionBlock.
+Ref<ManagedObject> gif_block_of_bytes(std::span<const uint8_t> bytes);
+std::vector<uint8_t> bytes_of_gif_block(const ManagedObject& block);
+// Whether an object is a block of this label.
+bool is_gif_block(const ManagedObject& object, GifLabel label);
 
 }  // namespace zelmor::embed
 

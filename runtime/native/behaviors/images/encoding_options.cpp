@@ -93,6 +93,14 @@ void apply_animation(const ImageObject& image, Encoding& encoding) {
         if (const int64_t loops = property_int(image, "LoopsCount")) {
             gif->loops = static_cast<int>(loops);
         }
+        if (image.facts().format == Format::kGif) {
+            gif->color_resolution =
+                std::clamp(static_cast<int>(property_int(image, "PaletteColorResolutionBits")), 1, 8);
+            gif->sorted_palette = property_bool(image, "IsPaletteSorted");
+            gif->background_index = static_cast<uint8_t>(property_int(image, "BackgroundColorIndex"));
+            gif->aspect_ratio = static_cast<uint8_t>(property_int(image, "PixelAspectRatio"));
+            gif->trailer = property_bool(image, "HasTrailer");
+        }
     }
     if (auto* png = std::get_if<PngEncoding>(&encoding.format); png != nullptr && has_property(image, "NumPlays")) {
         png->plays = static_cast<int>(property_int(image, "NumPlays"));

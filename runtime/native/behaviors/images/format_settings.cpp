@@ -46,6 +46,7 @@ BmpEncoding bmp(const ManagedObject& options) {
 GifEncoding gif(const ManagedObject& options) {
     GifEncoding result;
     result.palette_bits = setting(options, "ColorResolution") + 1;
+    result.color_resolution = result.palette_bits;
     result.interlaced = property_bool(options, "Interlaced");
     if (const int loops = setting(options, "LoopsCount")) {
         result.loops = loops;

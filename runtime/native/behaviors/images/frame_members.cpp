@@ -68,7 +68,8 @@ api::AnimationDisposalMethods frame_disposal_method(ImageObject& self) {
 // The canvas at the time when the frame is shown, as an image of its own.
 Ref<ImageObject> full_frame(ImageObject& self) {
     std::unique_ptr<imagework::Picture> picture = self.picture().copy();
-    if (ImageObject* image = self.container(); image != nullptr) {
+    // A frame of a file has the earlier ones in it.
+    if (ImageObject* image = self.container(); image != nullptr && !self.origin().source) {
         std::vector<Page> pages = pages_of(*image, every_page(*image));
         const size_t index = image->index_of(self).value_or(0);
         if (pages.size() > 1) {

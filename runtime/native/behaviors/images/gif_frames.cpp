@@ -4,6 +4,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/behaviors/images/gif_details.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/images/palettes.h"
 #include "runtime/native/collections/collection.h"
@@ -23,17 +24,64 @@ using api::FileFormats::Gif::IGifBlock;
 using GifFrameBlockApi = api::FileFormats::Gif::Blocks::GifFrameBlock;
 using GifImageApi = api::FileFormats::Gif::GifImage;
 
+Ref<ManagedObject> block_argument(const VariantArg* block) {
+    Ref<ManagedObject> object = read_object(block, require_type(IGifBlock::kType.name));
+    if (!object) {
+        throw_argument_null("block");
+    }
+    if (const auto* frame = dynamic_cast<const ImageObject*>(object.get())) {
+        frame->require_live();
+    }
+    return object;
+}
 void add_gif_block(ImageObject& self, const VariantArg* block) {
-    append_frame(self, frame_argument(block, IGifBlock::kType));
+    const Ref<ManagedObject> added = block_argument(block);
+    insert_gif_block_at(self, gif_block_values(self).size(), added);
 }
 void insert_gif_block(ImageObject& self, int32_t index, const VariantArg* block) {
-    insert_block_frame(self, index, frame_argument(block, IGifBlock::kType));
+    const Ref<ManagedObject> added = block_argument(block);
+    const size_t count = gif_block_values(self).size();
+    if (index < 0 || static_cast<size_t>(index) > count) {
+        throw_out_of_range("index", "The value " + std::to_string(index) + " is not the index of one of the image's " +
+                                        std::to_string(count) + " blocks.");
+    }
+    insert_gif_block_at(self, static_cast<size_t>(index), added);
 }
 void remove_gif_block(ImageObject& self, const VariantArg* block) {
-    remove_block_frame(self, *frame_argument(block, IGifBlock::kType));
+    self.require_live();
+    remove_gif_block_of(self, *block_argument(block));
 }
 Collection gif_blocks(ImageObject& self) {
-    return frame_array(self, IGifBlock::kType, Wire::kInterface);
+    return {Ref<ManagedObject>(make_ref<ValueList>(
+        ListShape::kArray, element_of(Wire::kInterface, IGifBlock::kType.name), gif_block_values(self)))};
+}
+void order_blocks(ImageObject& self) {
+    self.require_live();
+    order_gif_blocks(self);
+}
+
+int32_t gif_duration(ImageObject& self) {
+    self.require_live();
+    take_control_block(self);
+    return self.duration;
+}
+void set_gif_duration(ImageObject& self, int32_t value) {
+    take_control_block(self);
+    set_frame_duration(self, value);
+    tell_control_block(self);
+}
+// A frame that is all that is seen stays until the next one.
+api::AnimationDisposalMethods gif_disposal_method(ImageObject& self) {
+    self.require_live();
+    take_control_block(self);
+    switch (self.gif.part ? imagework::gif_disposal(self.gif.control.disposal) : imagework::FrameDisposal::kLeave) {
+        case imagework::FrameDisposal::kClear:
+            return api::AnimationDisposalMethods::kBackground;
+        case imagework::FrameDisposal::kRestore:
+            return api::AnimationDisposalMethods::kPrevious;
+        default:
+            return api::AnimationDisposalMethods::kPreserve;
+    }
 }
 
 Ref<ImageObject> gif_frame(std::unique_ptr<imagework::Picture> picture, uint16_t at_left, uint16_t at_top) {
@@ -44,6 +92,7 @@ Ref<ImageObject> gif_frame(std::unique_ptr<imagework::Picture> picture, uint16_t
     frame->left = at_left;
     frame->top = at_top;
     frame->duration = 100;
+    frame->gif.part = true;
     return frame;
 }
 Ref<ImageObject> gif_frame_at(uint16_t at_left, uint16_t at_top, uint16_t width, uint16_t height) {
@@ -178,12 +227,21 @@ Ref<ImageObject> gif_of_all(ImageObject* first_frame, const VariantArg* global_p
     set_property(*image, "HasTrailer", has_trailer);
     return image;
 }
+// A page that is a frame itself keeps its time.
 void add_gif_page(ImageObject& self, ImageObject* page) {
-    append_frame(self, gif_frame_of(required_image(page, "page"), 0, 0));
+    ImageObject& source = required_image(page, "page");
+    Ref<ImageObject> frame = gif_frame_of(source, 0, 0);
+    if (source.image_format() == FileFormat::kGif) {
+        take_control_block(source);
+    }
+    if (source.duration > 0) {
+        frame->duration = source.duration;
+    }
+    append_gif_frame(self, std::move(frame));
 }
 void set_frame_time(ImageObject& self, uint16_t time) {
     for (const Ref<ImageObject>& frame : self.frames()) {
-        frame->duration = time;
+        set_gif_duration(*frame, time);
     }
 }
 
@@ -203,12 +261,13 @@ const BehaviorTable table({
     behavior<&gif_frame_width, GifFrameBlockApi::get_Width>(),
     behavior<&gif_frame_height, GifFrameBlockApi::get_Height>(),
     behavior<&gif_frame_bits, GifFrameBlockApi::get_BitsPerPixel>(),
-    property<&frame_duration, &set_frame_duration, GifFrameBlockApi::property_FrameTime>(),
+    property<&gif_duration, &set_gif_duration, GifFrameBlockApi::property_FrameTime>(),
+    behavior<&control_block_of, GifFrameBlockApi::get_ControlBlock>(),
     property<&gif_left, &set_gif_left, GifFrameBlockApi::property_Left>(),
     property<&gif_top, &set_gif_top, GifFrameBlockApi::property_Top>(),
     behavior<&frame_left, GifFrameBlockApi::get_FrameLeft>(),
     behavior<&frame_top, GifFrameBlockApi::get_FrameTop>(),
-    behavior<&frame_disposal_method, GifFrameBlockApi::get_DisposalMethod>(),
+    behavior<&gif_disposal_method, GifFrameBlockApi::get_DisposalMethod>(),
     behavior<&gif_interlaced, GifFrameBlockApi::get_Interlaced, GifFrameBlockApi::get_IsInterlaced,
              GifImageApi::get_IsInterlaced>(),
     behavior<&set_gif_interlaced, GifFrameBlockApi::set_Interlaced>(),
@@ -221,7 +280,8 @@ const BehaviorTable table({
     behavior<&add_gif_block, GifImageApi::call_000_AddBlock>(),
     behavior<&insert_gif_block, GifImageApi::call_000_InsertBlock>(),
     behavior<&remove_gif_block, GifImageApi::call_000_RemoveBlock>(),
-    behavior<&clear_frames, GifImageApi::call_000_ClearBlocks>(),
+    behavior<&clear_gif_blocks, GifImageApi::call_000_ClearBlocks>(),
+    behavior<&order_blocks, GifImageApi::call_000_OrderBlocks>(),
     property<&active_frame_of, &set_active_frame_of, GifImageApi::property_ActiveFrame>(),
     behavior<&set_frame_time, GifImageApi::call_000_SetFrameTime>(),
 });

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "runtime/native/behaviors/formats/gif_blocks.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/references.h"
 #include "runtime/native/core/type_system.h"
@@ -27,10 +28,15 @@ ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Pictur
         set_property(*this, "HasTransparentColor", true);
         set_property(*this, "TransparentColor", box(ColorValue::from_argb(*m_facts.transparent_color)));
     }
-    // How often the file says that its animation is shown.
+    // What the file says of its animation and its screen.
     const auto* gif = settings_as<imagework::GifEncoding>(m_facts);
     if (gif != nullptr && has_property(*this, "LoopsCount")) {
         set_property(*this, "LoopsCount", int64_t{gif->loops.value_or(0)});
+        set_property(*this, "PaletteColorResolutionBits", int64_t{gif->color_resolution});
+        set_property(*this, "IsPaletteSorted", gif->sorted_palette);
+        set_property(*this, "BackgroundColorIndex", int64_t{gif->background_index});
+        set_property(*this, "PixelAspectRatio", int64_t{gif->aspect_ratio});
+        set_property(*this, "HasTrailer", gif->trailer);
     }
     const auto* png = settings_as<imagework::PngEncoding>(m_facts);
     if (png != nullptr && has_property(*this, "NumPlays")) {
@@ -50,9 +56,17 @@ ImageObject& detail::Arg<ImageObject&>::read(Handle value) {
 }
 
 int32_t ImageObject::image_width() const {
+    if (m_picture == nullptr && m_file_frame.source) {
+        require_live();
+        return static_cast<int32_t>(m_facts.width);
+    }
     return frame_count() == 0 ? static_cast<int32_t>(m_facts.width) : picture().width();
 }
 int32_t ImageObject::image_height() const {
+    if (m_picture == nullptr && m_file_frame.source) {
+        require_live();
+        return static_cast<int32_t>(m_facts.height);
+    }
     return frame_count() == 0 ? static_cast<int32_t>(m_facts.height) : picture().height();
 }
 
@@ -110,11 +124,15 @@ void ImageObject::release_frames() {
         frame->m_container = nullptr;
     }
     m_frames.clear();
+    m_decoded.clear();
 }
 
 imagework::Picture& ImageObject::picture() const {
     require_live();
     if (!m_has_frames) {
+        if (m_picture == nullptr && m_file_frame.source) {
+            decode();
+        }
         return *m_picture;
     }
     if (m_active >= m_frames.size()) {
@@ -144,6 +162,9 @@ size_t ImageObject::frame_count() const {
     if (m_has_frames) {
         return m_frames.size();
     }
+    if (m_file_frames) {
+        return m_file_frames->count();
+    }
     if (m_source.empty()) {
         return 1;
     }
@@ -153,6 +174,10 @@ size_t ImageObject::frame_count() const {
 const std::vector<Ref<ImageObject>>& ImageObject::frames() {
     require_live();
     if (m_has_frames) {
+        return m_frames;
+    }
+    if (m_file_frames) {
+        adopt_file_frames();
         return m_frames;
     }
     std::vector<imagework::Frame> decoded;
@@ -183,6 +208,88 @@ void ImageObject::adopt_frames(std::vector<imagework::Frame> decoded, const std:
     m_source = {};
 }
 
+void ImageObject::set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options) {
+    m_file_frames = std::move(frames);
+    m_source_options = options;
+}
+
+namespace {
+
+std::vector<GifExtension> extensions_of(const std::vector<std::vector<uint8_t>>& blocks) {
+    std::vector<GifExtension> result;
+    for (const auto& bytes : blocks) {
+        Ref<ManagedObject> block = gif_block_of_bytes(bytes);
+        auto as_read = bytes_of_gif_block(*block);
+        result.push_back({std::move(block), bytes, std::move(as_read)});
+    }
+    return result;
+}
+
+}  // namespace
+
+void ImageObject::adopt_file_frames() {
+    const imagework::SharedFrames source = std::move(m_file_frames);
+    std::vector<Ref<ImageObject>> made;
+    made.reserve(source->count());
+    for (size_t i = 0; i < source->count(); ++i) {
+        imagework::FrameHeader header = source->header(i);
+        Ref<ImageObject> frame = make_frame(i == 0 ? std::move(m_picture) : nullptr, std::move(header.facts));
+        frame->duration = i == 0 && duration != 0 ? duration : header.duration;
+        frame->m_file_frame = {source, i};
+        frame->m_source_options = m_source_options;
+        frame->m_container = this;
+        frame->gif.control = header.control.value_or(imagework::GifControl{});
+        frame->gif.blocks_before = extensions_of(header.blocks_before);
+        if (i + 1 == source->count()) {
+            gif.blocks_behind = extensions_of(header.blocks_behind);
+        }
+        made.push_back(std::move(frame));
+    }
+    m_frames = std::move(made);
+    m_has_frames = true;
+}
+
+void ImageObject::decode() const {
+    m_picture = image_backend().decode_frame(m_file_frame.source, m_file_frame.index, m_source_options);
+    m_form_of_facts = m_picture->form();
+    if (m_container != nullptr) {
+        m_container->note_decoded(*this);
+    }
+}
+
+// Pixels of frames that nobody changed can be decoded again. Those of the last few stay in any case: a step may work on
+// several of them at a time.
+void ImageObject::note_decoded(const ImageObject& frame) const {
+    constexpr size_t kFewest = 8;
+    constexpr size_t kBytes = size_t{64} << 20;
+    const imagework::Picture& picture = *frame.m_picture;
+    const size_t size =
+        static_cast<size_t>(picture.width()) * static_cast<size_t>(picture.height()) * picture.form().pixel_size();
+    const size_t most = std::max(kFewest, kBytes / std::max<size_t>(1, size));
+    m_decoded.push_back(&frame);
+    while (m_decoded.size() > most) {
+        const ImageObject& oldest = *m_decoded.front();
+        m_decoded.erase(m_decoded.begin());
+        if (oldest.origin().source) {
+            oldest.m_picture.reset();
+        }
+    }
+}
+
+void ImageObject::forget_decoded(const ImageObject& frame) const {
+    std::erase(m_decoded, &frame);
+}
+
+imagework::FrameOrigin ImageObject::origin() const {
+    require_live();
+    if (m_picture == nullptr) {
+        return m_file_frame;
+    }
+    return m_picture->origin().source == m_file_frame.source || m_file_frame.source == nullptr
+               ? m_picture->origin()
+               : imagework::FrameOrigin{};
+}
+
 Ref<ImageObject> ImageObject::make_frame(std::unique_ptr<imagework::Picture> picture,
                                          imagework::FileFacts facts) const {
     return make_ref<ImageObject>(frame_type_for(type()), std::move(picture), std::move(facts));
@@ -205,6 +312,7 @@ void ImageObject::insert_frame(size_t index, Ref<ImageObject> frame) {
 Ref<ImageObject> ImageObject::take_frame(size_t index) {
     frames();
     Ref<ImageObject> frame = m_frames[index];
+    forget_decoded(*frame);
     m_frames.erase(m_frames.begin() + static_cast<std::ptrdiff_t>(index));
     frame->m_container = nullptr;
     if (m_active > index || (m_active == index && m_active == m_frames.size() && m_active > 0)) {
@@ -288,6 +396,9 @@ void ImageObject::on_dispose() {
     }
     release_frames();
     m_picture.reset();
+    m_file_frame = {};
+    m_file_frames.reset();
+    gif = {};
     m_source = {};
     target_stream = nullptr;
     source_stream = nullptr;

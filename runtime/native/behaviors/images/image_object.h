@@ -33,6 +33,22 @@ class PendingDrawing {
     virtual void put_into(ImageObject& image) = 0;
 };
 
+// An extension of a GIF file as an object of the API, and the bytes that it was read from: as long as the object says
+// the same, the file gets these.
+struct GifExtension {
+    Ref<ManagedObject> block;
+    std::vector<uint8_t> bytes = {};
+    std::vector<uint8_t> as_read = {};  // what the object said when it was read
+};
+
+// What a GIF image and its frames keep besides the pixels.
+struct GifDetails {
+    bool part = false;  // a frame that is laid over the canvas; otherwise it is all that is seen
+    imagework::GifControl control = {};
+    std::vector<GifExtension> blocks_before = {};  // of a frame
+    std::vector<GifExtension> blocks_behind = {};  // of an image: after its last frame
+};
+
 class ImageObject final : public ImageBase {
  public:
     static constexpr const char* kManagedName = api::RasterImage::kType.name;
@@ -103,6 +119,11 @@ class ImageObject final : public ImageBase {
     void adopt_frames(std::vector<imagework::Frame> decoded, const std::vector<imagework::FileFacts>& facts);
     // The file's bytes, from which the frames behind the first are decoded when they are needed.
     void set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options);
+    // The frames of the file that the image was loaded from: they are decoded when their pixels are needed. The picture
+    // is that of the first.
+    void set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options);
+    // The frame of a file that the pixels still are, or nothing.
+    imagework::FrameOrigin origin() const;
     // The image that this one is a frame of, or null.
     ImageObject* container() const { return m_container; }
 
@@ -110,6 +131,7 @@ class ImageObject final : public ImageBase {
     int32_t duration = 0;  // milliseconds
     int32_t left = 0;
     int32_t top = 0;
+    GifDetails gif;
 
     // Where save() without a target goes: the file that the image was loaded from or created for.
     std::string target_path;
@@ -142,9 +164,19 @@ class ImageObject final : public ImageBase {
  private:
     void release_frames();
 
-    std::unique_ptr<imagework::Picture> m_picture;  // moves to the first frame
+    // Makes frames of those of the file, which are decoded later.
+    void adopt_file_frames();
+    void decode() const;
+    // A frame of this image was decoded: frames that were looked at longest ago may let their pixels go.
+    void note_decoded(const ImageObject& frame) const;
+    void forget_decoded(const ImageObject& frame) const;
+
+    mutable std::unique_ptr<imagework::Picture> m_picture;  // moves to the first frame; null until it is needed
+    imagework::FrameOrigin m_file_frame;                    // which the picture is decoded from
+    imagework::SharedFrames m_file_frames;
+    mutable std::vector<const ImageObject*> m_decoded;  // frames whose pixels can be decoded again, the latest last
     imagework::FileFacts m_facts;
-    std::optional<imagework::PixelForm> m_form_of_facts;  // of the pixels that the facts tell of
+    mutable std::optional<imagework::PixelForm> m_form_of_facts;  // of the pixels that the facts tell of
     std::vector<imagework::Argb> m_offered_palette;
     std::optional<imagework::ProfileBytes> m_embedded_profile;  // absent until it is asked for
     std::vector<std::shared_ptr<PendingDrawing>> m_drawings;

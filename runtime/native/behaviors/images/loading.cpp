@@ -102,11 +102,14 @@ Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_opt
         }
         require_uninterrupted();
         auto metadata = keep_metadata(data);
-        if (hides_its_first_picture(facts, options)) {
-            std::vector<Frame> frames = image_backend().decode_frames(data, options);
-            auto image = make_ref<ImageObject>(frames[0].picture->copy(), std::move(facts));
-            image->adopt_frames(std::move(frames), {image->facts()});
+        // Of an animation the first frame is decoded with the image, the others when they are looked at.
+        if (facts.format == Format::kGif || hides_its_first_picture(facts, options)) {
+            require_decodable(facts, options);
+            auto frames = image_backend().open_frames(memory_source(std::move(data)), options);
+            facts.encoding = frames->header(0).facts.encoding;
+            auto image = make_ref<ImageObject>(image_backend().decode_frame(frames, 0, options), std::move(facts));
             attach_metadata(*image, std::move(metadata));
+            image->set_file_frames(std::move(frames), options);
             return image;
         }
         auto picture = image_backend().decode(data, options);

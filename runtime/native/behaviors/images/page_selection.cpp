@@ -176,14 +176,15 @@ void fit_to_canvas(std::vector<Page>& pages) {
     imagework::check_picture_size(width, height, 4);
     const auto canvas_width = static_cast<int32_t>(width);
     const auto canvas_height = static_cast<int32_t>(height);
-    const imagework::Picture* before = nullptr;
+    std::unique_ptr<imagework::Picture> before;  // the canvas before the page
     for (Page& page : pages) {
         const int32_t left = page.source->left;
         const int32_t top = page.source->top;
-        const bool covers = left == 0 && top == 0 && page.picture->width() == width && page.picture->height() == height;
+        const imagework::Rect area{left, top, page.picture->width(), page.picture->height()};
+        const bool covers = left == 0 && top == 0 && area.width == width && area.height == height;
         if (!covers) {
-            auto canvas = before != nullptr ? before->copy() : page.picture->copy();
-            if (before == nullptr) {
+            auto canvas = before ? before->copy() : page.picture->copy();
+            if (!before) {
                 canvas->add_alpha();
                 canvas->replace_area({0, 0, canvas->width(), canvas->height()}, 0);
                 canvas->place(canvas_width, canvas_height, 0, 0, 0);
@@ -191,7 +192,16 @@ void fit_to_canvas(std::vector<Page>& pages) {
             canvas->draw(*page.picture, left, top);
             page.picture = std::move(canvas);
         }
-        before = page.picture.get();
+        const auto disposal = page.source->gif.part ? imagework::gif_disposal(page.source->gif.control.disposal)
+                                                    : imagework::FrameDisposal::kLeave;
+        if (disposal == imagework::FrameDisposal::kRestore && before) {
+            continue;
+        }
+        before = page.picture->copy();
+        if (disposal == imagework::FrameDisposal::kClear || disposal == imagework::FrameDisposal::kRestore) {
+            before->add_alpha();
+            before->replace_area(area, 0);
+        }
     }
 }
 

@@ -6,10 +6,12 @@
 #include "runtime/native/behaviors/images/saving.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
+#include "runtime/native/behaviors/formats/gif_blocks.h"
 #include "runtime/native/behaviors/formats/interrupt_monitor.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/file_extensions.h"
+#include "runtime/native/behaviors/images/gif_details.h"
 #include "runtime/native/behaviors/images/memory_limits.h"
 #include "runtime/native/behaviors/images/page_selection.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
@@ -104,6 +106,67 @@ std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
     return pages;
 }
 
+std::vector<std::vector<uint8_t>> bytes_of(const std::vector<GifExtension>& extensions) {
+    std::vector<std::vector<uint8_t>> result;
+    for (const GifExtension& extension : extensions) {
+        if (is_gif_block(*extension.block, GifLabel::kControl)) {
+            continue;  // which the frame has taken over
+        }
+        auto said = bytes_of_gif_block(*extension.block);
+        result.push_back(!extension.bytes.empty() && said == extension.as_read ? extension.bytes : std::move(said));
+    }
+    return result;
+}
+
+// What a GIF file says of a frame.
+GifFrame gif_frame_of(const ImageObject& image, ImageObject& frame, bool last) {
+    take_control_block(frame);
+    GifFrame gif;
+    gif.part = frame.gif.part;
+    gif.left = frame.left;
+    gif.top = frame.top;
+    gif.disposal = imagework::gif_disposal(frame.gif.control.disposal);
+    gif.user_input = frame.gif.control.user_input;
+    gif.blocks_before = bytes_of(frame.gif.blocks_before);
+    if (last) {
+        gif.blocks_behind = bytes_of(image.gif.blocks_behind);
+    }
+    return gif;
+}
+
+// All frames of a GIF image, saved as GIF without other settings. Frames that are still as they are in the file are
+// copied and not decoded.
+EncodedBytes encoded_gif(ImageObject& image) {
+    const auto& objects = image.frames();
+    if (objects.empty()) {
+        throw_invalid_operation("The image has no frames.");
+    }
+    const int32_t usual = usual_duration(image, nullptr);
+    std::vector<Encoding> encodings;
+    std::vector<FrameToWrite> frames;
+    bool as_in_file = true;
+    for (size_t i = 0; i < objects.size(); ++i) {
+        ImageObject& frame = *objects[i];
+        const FrameOrigin origin = frame.offered_palette().empty() ? frame.origin() : FrameOrigin{};
+        as_in_file =
+            as_in_file && origin.source && origin.index == i && (i == 0 || origin.source == frames[0].origin.source);
+        encodings.push_back(encoding_for(frame, Format::kGif, image));
+        as_in_file = as_in_file && !encodings.back().transparent_color && !encodings.back().flatten;
+        GifFrame gif = gif_frame_of(image, frame, i + 1 == objects.size());
+        const bool timed = frame.duration > 0 || origin.source || objects.size() == 1;
+        frames.push_back({nullptr, timed ? frame.duration : usual, nullptr, std::move(gif), origin});
+    }
+    std::vector<std::unique_ptr<Picture>> pictures;
+    for (size_t i = 0; i < frames.size(); ++i) {
+        encodings[i].copies_frames = as_in_file;
+        frames[i].encoding = &encodings[i];
+        if (!as_in_file) {
+            frames[i].picture = pictures.emplace_back(objects[i]->picture().copy()).get();
+        }
+    }
+    return image_backend().encode_frames(frames);
+}
+
 // A file without its metadata, and what these have to know of the first picture in it.
 struct EncodedPages {
     EncodedBytes file;
@@ -122,6 +185,10 @@ WrittenPicture written_picture(const ImageObject& image, const Request& request,
 EncodedPages encoded_pages(ImageObject& image, const Request& request) {
     require_uninterrupted(image);
     image.put_drawings();
+    if (request.format == Format::kGif && request.options == nullptr && request.bounds == nullptr &&
+        image.facts().format == Format::kGif && image.is_container()) {
+        return {encoded_gif(image), {image.picture().resolution(), image.picture().changed_at()}};
+    }
     std::vector<Page> pages = requested_pages(image, request);
     if (request.options != nullptr) {
         require_within_limits(*request.options, pages);
@@ -151,6 +218,12 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
     std::vector<FrameToWrite> frames;
     for (size_t i = 0; i < pages.size(); ++i) {
         frames.push_back({pages[i].picture.get(), pages[i].duration > 0 ? pages[i].duration : usual, &encodings[i]});
+        if (request.format == Format::kGif) {
+            frames[i].gif.blocks_before = bytes_of(pages[i].source->gif.blocks_before);
+        }
+    }
+    if (request.format == Format::kGif) {
+        frames.back().gif.blocks_behind = bytes_of(image.gif.blocks_behind);
     }
     return {image_backend().encode_frames(frames), written_picture(image, request, pages[0])};
 }

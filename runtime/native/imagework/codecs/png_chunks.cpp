@@ -2,6 +2,7 @@
 #include "runtime/native/imagework/codecs/png_chunks.h"
 
 #include <array>
+#include <cassert>
 
 #include "runtime/native/imagework/probe/byte_reader.h"
 
@@ -10,8 +11,8 @@ namespace {
 
 constexpr uint64_t kFirstChunk = 8;  // behind the signature
 
-// The CRC of a chunk's type and data (reflected, polynomial 0xEDB88320).
-uint32_t chunk_crc(std::span<const uint8_t> bytes) {
+// The CRC of bytes (reflected, polynomial 0xEDB88320), carried on from the bytes before them.
+uint32_t crc_of(std::span<const uint8_t> bytes, uint32_t before = 0) {
     static const auto table = [] {
         std::array<uint32_t, 256> entries{};
         for (uint32_t i = 0; i < 256; i++) {
@@ -23,7 +24,7 @@ uint32_t chunk_crc(std::span<const uint8_t> bytes) {
         }
         return entries;
     }();
-    uint32_t crc = 0xFFFFFFFF;
+    uint32_t crc = ~before;
     for (uint8_t byte : bytes) {
         crc = table[(crc ^ byte) & 0xFF] ^ crc >> 8;
     }
@@ -49,6 +50,15 @@ std::vector<PngChunk> png_chunks(std::span<const uint8_t> data) {
     return chunks;
 }
 
+bool has_png_checksum(uint32_t type, std::span<const uint8_t> content_and_checksum) {
+    constexpr size_t kChecksumSize = 4;
+    std::vector<uint8_t> letters;
+    put_png_u32(letters, type);
+    const size_t size = content_and_checksum.size() - kChecksumSize;
+    return crc_of(content_and_checksum.first(size), crc_of(letters)) ==
+           ByteReader(content_and_checksum, true).u32(size);
+}
+
 void put_png_signature(std::vector<uint8_t>& out) {
     out.insert(out.end(), {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'});
 }
@@ -69,7 +79,7 @@ void put_png_chunk(std::vector<uint8_t>& out, uint32_t type, std::span<const uin
     size_t start = out.size();
     put_png_u32(out, type);
     out.insert(out.end(), data.begin(), data.end());
-    put_png_u32(out, chunk_crc(std::span(out).subspan(start)));
+    put_png_u32(out, crc_of(std::span(out).subspan(start)));
 }
 
 }  // namespace zelmor::imagework

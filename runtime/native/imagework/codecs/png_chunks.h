@@ -21,6 +21,9 @@ constexpr uint32_t png_type(const char (&letters)[5]) {
 // The complete chunks up to the end chunk, which is among them.
 std::vector<PngChunk> png_chunks(std::span<const uint8_t> data);
 
+// Whether the four bytes behind the content of a chunk are its checksum.
+bool has_png_checksum(uint32_t type, std::span<const uint8_t> content_and_checksum);
+
 void put_png_signature(std::vector<uint8_t>& out);
 void put_png_u32(std::vector<uint8_t>& out, uint32_t value);
 void put_png_u16(std::vector<uint8_t>& out, uint32_t value);

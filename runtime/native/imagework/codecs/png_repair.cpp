@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "runtime/native/imagework/codecs/png_chunks.h"
+#include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::imagework {
@@ -19,8 +20,7 @@ struct Walk {
     bool whole = false;
 };
 
-Walk walk(std::span<const uint8_t> data) {
-    ByteReader in(data, true);
+Walk walk(const ByteReader& in) {
     Walk result;
     while (in.has(result.stop, 12)) {
         uint64_t length = in.u32(result.stop);
@@ -40,11 +40,16 @@ Walk walk(std::span<const uint8_t> data) {
 }  // namespace
 
 bool is_whole_png(std::span<const uint8_t> data) {
-    return walk(data).whole;
+    return walk(ByteReader(data, true)).whole;
+}
+
+bool is_whole_png(const SharedSource& source) {
+    SourceBytes bytes(source);
+    return walk(ByteReader(bytes, true)).whole;
 }
 
 std::vector<uint8_t> mended_png(std::span<const uint8_t> data) {
-    Walk walked = walk(data);
+    Walk walked = walk(ByteReader(data, true));
     auto kept = data.first(static_cast<size_t>(std::min<uint64_t>(walked.stop, data.size())));
     std::vector<uint8_t> mended(kept.begin(), kept.end());
     if (walked.whole) {

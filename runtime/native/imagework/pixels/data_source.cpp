@@ -18,7 +18,8 @@ namespace {
 
 class MemorySource final : public DataSource {
  public:
-    explicit MemorySource(std::vector<uint8_t> bytes) : m_bytes(std::move(bytes)) {}
+    explicit MemorySource(std::vector<uint8_t> bytes) : m_owned(std::move(bytes)), m_bytes(m_owned) {}
+    explicit MemorySource(std::span<const uint8_t> borrowed) : m_bytes(borrowed) {}
 
     uint64_t size() const override { return m_bytes.size(); }
     size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
@@ -32,7 +33,8 @@ class MemorySource final : public DataSource {
     std::span<const uint8_t> in_memory() const override { return m_bytes; }
 
  private:
-    std::vector<uint8_t> m_bytes;
+    std::vector<uint8_t> m_owned;
+    std::span<const uint8_t> m_bytes;
 };
 
 [[noreturn]] void throw_unreadable(const char* what, int error) {
@@ -99,6 +101,10 @@ class FileSource final : public DataSource {
 
 SharedSource memory_source(std::vector<uint8_t> bytes) {
     return std::make_shared<const MemorySource>(std::move(bytes));
+}
+
+SharedSource borrowed_source(std::span<const uint8_t> bytes) {
+    return std::make_shared<const MemorySource>(bytes);
 }
 
 SharedSource file_source(int descriptor) {

@@ -28,6 +28,8 @@ using SharedSource = std::shared_ptr<const DataSource>;
 
 // Bytes in memory, which the source takes over.
 SharedSource memory_source(std::vector<uint8_t> bytes);
+// Bytes in memory that outlive the source.
+SharedSource borrowed_source(std::span<const uint8_t> bytes);
 // A regular file that is open for reading; the source has a descriptor of its own.
 SharedSource file_source(int descriptor);
 // All bytes of a source.

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/pixels/rows.h"
@@ -23,12 +25,33 @@ enum class FrameDisposal : uint8_t {
     kRestore,  // the frame's area becomes what it was before the frame
 };
 
+// What the graphics control block before a frame of a GIF file says.
+struct GifControl {
+    uint16_t delay = 0;  // hundredths of a second
+    bool user_input = false;
+    int disposal = 0;  // the three bits of the format
+    std::optional<uint8_t> transparent = {};
+    bool operator==(const GifControl&) const = default;
+};
+
+// The disposal that three bits of such a block stand for. Some programs write 4 for 3.
+constexpr FrameDisposal gif_disposal(int bits) {
+    return bits == 0                ? FrameDisposal::kUnspecified
+           : bits == 2              ? FrameDisposal::kClear
+           : bits == 3 || bits == 4 ? FrameDisposal::kRestore
+                                    : FrameDisposal::kLeave;
+}
+
 struct FrameHeader {
     FileFacts facts;   // size, depth and settings of the picture that open() gives
     int duration = 0;  // milliseconds that an animation shows it
     // How the file has the frame of an animation; a page of a document covers itself.
     Rect area{};
     FrameDisposal disposal = FrameDisposal::kUnspecified;
+    // What a GIF file says besides; the blocks are extensions, as they stand in the file.
+    std::optional<GifControl> control = {};
+    std::vector<std::vector<uint8_t>> blocks_before = {};
+    std::vector<std::vector<uint8_t>> blocks_behind = {};  // of the last frame
 };
 
 // Any thread may call the members; the readers are independent of each other and keep the source alive.
@@ -42,8 +65,8 @@ class FrameSource : public std::enable_shared_from_this<FrameSource> {
     virtual size_t count() const = 0;
     // Costs the frame's header. `index` is below count(), here and in open().
     virtual FrameHeader header(size_t index) const = 0;
-    // The rows of one frame. Those of an animation are the whole canvas while that frame is shown, so that opening costs
-    // the frames that it is composed of; frames that are opened in their order cost one each.
+    // The rows of one frame. Those of an animation are the whole canvas while that frame is shown, so that opening
+    // costs the frames that it is composed of; frames that are opened in their order cost one each.
     // PictureError(kDamaged) where the frame makes no sense.
     virtual std::unique_ptr<RowReader> open(size_t index) const = 0;
 };

@@ -19,6 +19,7 @@ class ByteSource {
     virtual ~ByteSource() = default;
     // The bytes there, fewer where the file ends before. They stay until the next call.
     virtual std::span<const uint8_t> at(uint64_t offset, uint64_t length) = 0;
+    virtual bool has(uint64_t offset, uint64_t length) { return at(offset, length).size() == length; }
 };
 
 class ByteReader {
@@ -40,7 +41,7 @@ class ByteReader {
         if (m_source == nullptr) [[likely]] {
             return offset <= m_data.size() && length <= m_data.size() - offset;
         }
-        return m_source->at(offset, length).size() == length;
+        return m_source->has(offset, length);
     }
     bool starts_with(uint64_t offset, std::string_view text) const {
         const auto found = piece(offset, text.size());

@@ -17,6 +17,11 @@ void probe_gif(const ByteReader& file, FileFacts& facts) {
     }
     facts.bits_per_pixel = 8;
     GifEncoding encoding;
+    encoding.loops = 1;
+    encoding.color_resolution = (flags >> 4 & 7) + 1;
+    encoding.sorted_palette = (flags & 8) != 0;
+    encoding.background_index = in.u8(11);
+    encoding.aspect_ratio = in.u8(12);
     bool global_palette = (flags & 0x80) != 0;
     int palette_bits = (flags & 7) + 1;
     uint64_t palette_at = 13;

@@ -9,6 +9,8 @@
 namespace zelmor::imagework {
 namespace {
 
+constexpr int kMostIntent = 3;
+
 // Channels of a pixel; 0 for a number that is no color type.
 int channels_of(PngColor color) {
     switch (color) {
@@ -43,6 +45,20 @@ std::optional<Argb> png_key_color(const ByteReader& in, uint64_t chunk, uint32_t
     return std::nullopt;
 }
 
+// The same as the samples of the file, which it is written with.
+std::optional<PngKey> png_key(const ByteReader& in, uint64_t chunk, uint32_t length, PngColor color, int depth) {
+    const uint32_t samples = color == PngColor::kGray ? 1 : color == PngColor::kTruecolor ? 3 : 0;
+    if (samples == 0 || length < 2 * samples) {
+        return std::nullopt;
+    }
+    PngKey key{depth, {}};
+    const auto top = static_cast<uint16_t>((1U << depth) - 1);
+    for (uint32_t i = 0; i < samples; i++) {
+        key.samples[i] = in.u16(chunk + 2 * uint64_t{i}) & top;
+    }
+    return key;
+}
+
 }  // namespace
 
 void probe_png(const ByteReader& file, FileFacts& facts) {
@@ -66,7 +82,6 @@ void probe_png(const ByteReader& file, FileFacts& facts) {
     encoding.color = color;
     encoding.bit_depth = depth;
     encoding.interlaced = interlace == 1;
-    facts.encoding = encoding;
     for (uint64_t at = 33; in.has(at, 12);) {
         uint32_t length = in.u32(at);
         if (in.starts_with(at + 4, "IDAT") || in.starts_with(at + 4, "IEND")) {
@@ -82,16 +97,23 @@ void probe_png(const ByteReader& file, FileFacts& facts) {
                 facts.palette[i] = (facts.palette[i] & 0xFFFFFF) | static_cast<Argb>(in.u8(at + 8 + i)) << 24;
             }
             facts.transparent_color = png_key_color(in, at + 8, length, color, depth);
+            encoding.key = png_key(in, at + 8, length, color, depth);
         } else if (in.starts_with(at + 4, "pHYs")) {
             facts.has_resolution = in.u8(at + 16) == 1;  // per meter
         } else if (in.starts_with(at + 4, "acTL")) {
             facts.is_apng = true;
             facts.frame_count = static_cast<int>(std::clamp<uint32_t>(in.u32(at + 8), 1, 0x7FFFFFFF));
             encoding.plays = static_cast<int>(in.u32(at + 12) & 0x7FFFFFFF);
-            facts.encoding = encoding;
+        } else if (in.starts_with(at + 4, "sRGB") && length == 1) {
+            encoding.srgb_intent = std::min<int>(in.u8(at + 8), kMostIntent);
+        } else if (in.starts_with(at + 4, "gAMA") && length == 4) {
+            encoding.srgb_gamma = true;
+        } else if (in.starts_with(at + 4, "cHRM") && length == 32) {
+            encoding.srgb_chromaticities = true;
         }
         at += 12 + static_cast<uint64_t>(length);
     }
+    facts.encoding = encoding;
 }
 
 }  // namespace zelmor::imagework

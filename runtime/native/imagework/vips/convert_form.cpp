@@ -90,6 +90,7 @@ void VipsPicture::convert_rows(const PixelForm& form, Step&& step) {
         step(row_of(m_image, y), row_of(result, y), count);
     }
     m_image = result;
+    m_origin = {};
     m_form = form;
     m_exclusive = true;
     note_change();
@@ -186,6 +187,7 @@ void VipsPicture::to_srgb() {
             conversion.run(form, from.data(), form, to.data(), colors.size());
             to_argb(form, to.data(), colors);
             m_palette = std::make_shared<const Palette>(Palette{std::move(colors), {}});
+            m_origin = {};
         }
     } else if (m_form.color == ColorModel::kGray || m_form.color == ColorModel::kRgb) {
         const ColorConversion& conversion = to_srgb_conversion();
@@ -359,6 +361,7 @@ void VipsPicture::to_form(const PixelForm& form) {
 void VipsPicture::set_profile(ProfileBytes profile) {
     const ColorModel model = m_form.color == ColorModel::kIndexed ? ColorModel::kRgb : m_form.color;
     m_profile = is_profile_of(profile, model) ? std::move(profile) : nullptr;
+    m_origin = {};
     m_to_srgb.reset();
 }
 
@@ -402,6 +405,7 @@ void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
         std::memcpy(row_of(image, y), first, size * static_cast<size_t>(width));
     }
     m_image = image;
+    m_origin = {};
     m_exclusive = true;
     note_change();
 }

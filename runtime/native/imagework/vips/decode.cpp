@@ -6,11 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "runtime/native/imagework/codecs/apng.h"
 #include "runtime/native/imagework/codecs/bmp_codec.h"
 #include "runtime/native/imagework/codecs/lost_pixels.h"
-#include "runtime/native/imagework/codecs/png_repair.h"
+#include "runtime/native/imagework/gif/gif_codec.h"
 #include "runtime/native/imagework/pixels/data_source.h"
+#include "runtime/native/imagework/pixels/source_bytes.h"
+#include "runtime/native/imagework/png/png_codec.h"
+#include "runtime/native/imagework/png/png_frames.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "runtime/native/imagework/tiff/tiff_pages.h"
 #include "runtime/native/imagework/vips/rows_image.h"
@@ -23,12 +25,8 @@ namespace {
 
 const char* loader_of(Format format) {
     switch (format) {
-        case Format::kGif:
-            return "gifload_buffer";
         case Format::kJpeg:
             return "jpegload_buffer";
-        case Format::kPng:
-            return "pngload_buffer";
         case Format::kWebp:
             return "webpload_buffer";
         default:
@@ -156,23 +154,11 @@ std::unique_ptr<Picture> top_rows(std::span<const uint8_t> data, const FileFacts
 // What can be read of damaged data.
 std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFacts& facts,
                                    const DecodeOptions& options) {
-    std::vector<uint8_t> mended;
-    if (facts.format == Format::kPng) {
-        mended = mended_png(data);
-        data = mended;
-    }
-    // The frame of a GIF is decoded as a whole, and so is a picture of which everything is to be kept: what is lost
-    // gets a fill of the decoder's, which is replaced.
-    if (options.recovery == Recovery::kConsistent && facts.format != Format::kGif) {
+    if (options.recovery == Recovery::kConsistent) {
         return top_rows(data, facts, options);
     }
     try {
         auto picture = picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
-        if (facts.format == Format::kGif && !facts.has_alpha) {
-            // No pixel of such a file is transparent: those that are were lost, wherever they stand.
-            static_cast<VipsPicture&>(*picture).flatten(options.background);
-            return picture;
-        }
         fill_lost_pixels(*picture, intact_rows(data, facts.format), options.background);
         return picture;
     } catch (const vips::VError&) {
@@ -185,14 +171,10 @@ std::unique_ptr<Picture> decode_with_vips(std::span<const uint8_t> data, const F
                                           const DecodeOptions& options) {
     Format format = facts.format;
     std::string text;
-    if (format == Format::kPng && !is_whole_png(data)) {
-        text = "the data ends before the end chunk";
-    } else {
-        try {
-            return picture_of(opened(data, format, VIPS_FAIL_ON_ERROR), facts, options);
-        } catch (const vips::VError& error) {
-            text = take_vips_error(error);
-        }
+    try {
+        return picture_of(opened(data, format, VIPS_FAIL_ON_ERROR), facts, options);
+    } catch (const vips::VError& error) {
+        text = take_vips_error(error);
     }
     if (options.recovery == Recovery::kNone) {
         throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + text);
@@ -306,43 +288,71 @@ std::vector<Frame> animation_frames(std::span<const uint8_t> data, const FileFac
     return frames;
 }
 
-// Each frame is laid over the canvas as the file says, and the canvas with it is the frame that is seen.
-std::vector<Frame> apng_frames(std::span<const uint8_t> data, const FileFacts& facts, const DecodeOptions& options,
-                               VipsFailOn fail_on) {
-    const ApngParts parts = apng_parts(data);
-    check_picture_size(parts.width, parts.height, 4);
-    check_memory(options, int64_t{parts.width} * static_cast<int64_t>(parts.parts.size()), parts.height, 4);
-    std::unique_ptr<Picture> canvas;
-    std::vector<Frame> frames;
-    for (const ApngPart& part : parts.parts) {
-        auto picture = picture_of(opened(part.png, Format::kPng, fail_on), facts, options);
-        static_cast<VipsPicture&>(*picture).to_rgb();
-        picture->add_alpha();
-        if (picture->width() != part.area.width || picture->height() != part.area.height) {
-            throw PictureError(Failure::kDamaged, "a frame of the PNG animation is not as large as it says");
+// Tells which format it was.
+template <class Step>
+auto labeled(Format format, Step&& step) -> decltype(step()) {
+    try {
+        return std::forward<Step>(step)();
+    } catch (const PictureError& error) {
+        if (error.kind() != Failure::kDamaged) {
+            throw;
         }
-        if (!canvas) {
-            canvas = picture->copy();
-            canvas->place(parts.width, parts.height, part.area.x, part.area.y, 0);
-            canvas->replace_area({0, 0, parts.width, parts.height}, 0);
-        }
-        const auto before = canvas->copy();
-        if (!part.over) {
-            canvas->replace_area(part.area, 0);
-        }
-        canvas->draw(*picture, part.area.x, part.area.y);
-        frames.push_back({canvas->copy(), part.duration});
-        if (part.disposal == ApngDisposal::kClear) {
-            canvas->replace_area(part.area, 0);
-        }
-        if (part.disposal == ApngDisposal::kRestore) {
-            canvas = before->copy();
-        }
+        throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + error.what());
     }
-    return frames;
+}
+
+std::unique_ptr<Picture> decode_png(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
+    const PngReading reading{options.recovery != Recovery::kNone, options.recovery == Recovery::kMaximal};
+    const auto reader = open_png(source, reading);
+    const RowsHeader& header = reader->header();
+    const int pixel = static_cast<int>(header.form.pixel_size());
+    check_picture_size(header.width, header.height, pixel);
+    check_memory(options, header.width, header.height, pixel);
+    return finished(read_picture(*reader, options), facts, options);
+}
+
+std::vector<Frame> all_frames(const SharedFrames& frames, const DecodeOptions& options) {
+    std::vector<Frame> result;
+    for (size_t i = 0; i < frames->count(); i++) {
+        result.push_back({decode_frame(frames, i, options), frames->header(i).duration});
+    }
+    return result;
 }
 
 }  // namespace
+
+SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) {
+    settle_after_fork();
+    SourceBytes bytes(source);
+    const FileFacts facts = probe(bytes);
+    const bool lenient = options.recovery != Recovery::kNone;
+    if (facts.format == Format::kGif) {
+        return labeled(facts.format, [&]() -> SharedFrames { return open_gif(source, lenient, options.memory); });
+    }
+    if (facts.format == Format::kPng && facts.is_apng) {
+        return labeled(facts.format, [&] { return open_apng(source, lenient, options.memory); });
+    }
+    return nullptr;
+}
+
+std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, const DecodeOptions& options) {
+    settle_after_fork();
+    const FrameHeader header = frames->header(index);
+    const FileFacts& facts = header.facts;
+    return labeled(facts.format, [&] {
+        const auto reader = frames->open(index);
+        auto picture = read_picture(*reader, options, static_cast<int>(frames->count()));
+        const bool covers = header.area == Rect{0, 0, picture->width(), picture->height()};
+        const bool clear = header.control && header.control->transparent;
+        if (options.recovery != Recovery::kNone && facts.format == Format::kGif && covers && !clear) {
+            picture->flatten(options.background);  // no pixel of such a frame is transparent but what was lost
+        }
+        picture->apply_profiles(options);
+        picture->forget_changes();
+        picture->set_origin({frames, index});
+        return std::unique_ptr<Picture>(std::move(picture));
+    });
+}
 
 std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();
@@ -353,10 +363,14 @@ std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOpti
         if (facts.format == Format::kTiff) {
             return decode_tiff_pages(*tiff_pages(data, options), options);
         }
-        if (facts.format == Format::kPng && facts.is_apng) {
-            return apng_frames(data, facts, options, fail_on);
+        if (const SharedFrames found = open_frames(borrowed_source(data), options)) {
+            std::vector<Frame> decoded = all_frames(found, options);
+            for (Frame& frame : decoded) {
+                static_cast<VipsPicture&>(*frame.picture).set_origin({});  // the data go with the caller
+            }
+            return decoded;
         }
-        if (facts.format == Format::kGif || facts.format == Format::kWebp) {
+        if (facts.format == Format::kWebp) {
             return animation_frames(data, facts, options, fail_on);
         }
         std::vector<Frame> frames;
@@ -370,13 +384,21 @@ std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptio
     vips_error_clear();  // of what another picture was warned about
     FileFacts facts = probe(data);
     require_decodable(facts, options);
-    if (facts.format == Format::kBmp) {
-        return decode_raster(data, facts, options);
+    switch (facts.format) {
+        case Format::kBmp:
+            return decode_raster(data, facts, options);
+        case Format::kGif: {
+            auto picture = decode_frame(open_frames(borrowed_source(data), options), 0, options);
+            static_cast<VipsPicture&>(*picture).set_origin({});  // the data go with the caller
+            return picture;
+        }
+        case Format::kPng:
+            return labeled(facts.format, [&] { return decode_png(borrowed_source(data), facts, options); });
+        case Format::kTiff:
+            return decode_tiff_page(*tiff_pages(data, options), 0, options);
+        default:
+            return decode_with_vips(data, facts, options);
     }
-    if (facts.format == Format::kTiff) {
-        return decode_tiff_page(*tiff_pages(data, options), 0, options);
-    }
-    return decode_with_vips(data, facts, options);
 }
 
 }  // namespace zelmor::imagework

@@ -12,6 +12,10 @@ namespace zelmor::imagework {
 
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options);
 
+// See Backend.
+SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options);
+std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, const DecodeOptions& options);
+
 // All pictures of a file; one for a format that has no more.
 std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options);
 

@@ -6,6 +6,7 @@
 
 #include "runtime/native/imagework/codecs/bmp_codec.h"
 #include "runtime/native/imagework/codecs/jpeg_segments.h"
+#include "runtime/native/imagework/vips/encode_gif.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
@@ -99,26 +100,6 @@ EncodedBytes encode_as(const BmpEncoding& wanted, VipsPicture& picture, const En
                                     VIPS_IMAGE_SIZEOF_IMAGE(image.get_image()));
     return to_encoded(
         encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, picture.resolution(), palette));
-}
-
-EncodedBytes encode_as(const GifEncoding& gif, VipsPicture& picture, const Encoding& encoding) {
-    picture.to_srgb();  // the format has no place for a profile
-    picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-    VImage image = picture.image().copy();
-    // Settings of the source that the library would otherwise carry over.
-    for (const char* name : {"gif-palette", "n-pages", "page-height", "delay", "loop"}) {
-        if (image.get_typeof(name) != 0 && !(std::string(name) == "loop" && !gif.loops)) {
-            image.remove(name);
-        }
-    }
-    if (gif.loops) {
-        image.set("loop", *gif.loops);
-    }
-    return save_with_library(image, "gifsave_buffer",
-                             VImage::option()
-                                 ->set("bitdepth", encoding.may_widen ? 8 : gif.palette_bits)
-                                 ->set("dither", encoding.diffuse ? 1.0 : 0.0)
-                                 ->set("interlace", gif.interlaced));
 }
 
 // Whether the picture carries descriptions of its own. Without any, the library would make up some for its resolution,

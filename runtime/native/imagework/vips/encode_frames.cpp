@@ -8,6 +8,7 @@
 #include "runtime/native/imagework/codecs/apng.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/tiff/tiff_writer.h"
+#include "runtime/native/imagework/vips/encode_gif.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
@@ -74,21 +75,6 @@ int loops_of(const VImage& source, const std::optional<int>& wanted) {
     return source.get_typeof("loop") != 0 ? source.get_int("loop") : 0;
 }
 
-EncodedBytes encode_gif(std::span<const FrameToWrite> frames, const Encoding& encoding) {
-    const auto& gif = std::get<GifEncoding>(encoding.format);
-    VImage strip = strip_of(frames);
-    if (strip.get_typeof("gif-palette") != 0) {
-        strip.remove("gif-palette");
-    }
-    strip.set("loop", loops_of(static_cast<const VipsPicture&>(*frames[0].picture).image(), gif.loops));
-    return save_with_library(strip, "gifsave_buffer",
-                             VImage::option()
-                                 ->set("bitdepth", encoding.may_widen ? 8 : gif.palette_bits)
-                                 ->set("dither", encoding.diffuse ? 1.0 : 0.0)
-                                 ->set("interpalette_maxerror", 0.0)  // each frame keeps its own colors
-                                 ->set("interlace", gif.interlaced));
-}
-
 // The library has no word for the color behind the frames: it stands in the ANIM chunk, as B, G, R, A.
 EncodedBytes with_webp_background(const EncodedBytes& webp, Argb background) {
     std::vector<uint8_t> bytes(webp.data.get(), webp.data.get() + webp.size);
@@ -115,21 +101,32 @@ EncodedBytes encode_webp(std::span<const FrameToWrite> frames, const Encoding& e
     return webp.background ? with_webp_background(bytes, *webp.background) : bytes;
 }
 
+// Whether one header goes for all frames as they are.
+bool of_one_form(std::span<const FrameToWrite> frames) {
+    const Picture& first = *frames[0].picture;
+    const auto palette = first.palette();
+    return std::all_of(frames.begin(), frames.end(), [&](const FrameToWrite& frame) {
+        const Picture& picture = *frame.picture;
+        const auto own = picture.palette();
+        return picture.form() == first.form() && picture.profile() == first.profile() &&
+               std::equal(palette.begin(), palette.end(), own.begin(), own.end());
+    });
+}
+
 EncodedBytes encode_apng(std::span<const FrameToWrite> frames, const Encoding& encoding) {
     Encoding each = encoding;
     auto& png = std::get<PngEncoding>(each.format);
     if (png.color == PngColor::kIndexed && each.palette.empty()) {
         throw PictureError(Failure::kEncoding, "the frames of an indexed PNG animation need one palette for all");
     }
-    if (png.color == PngColor::kAuto) {
+    png.key = {};  // of one picture
+    if (png.color == PngColor::kAuto && !of_one_form(frames)) {
         bool alpha = false;
         for (const FrameToWrite& frame : frames) {
             alpha = alpha || frame.picture->has_alpha();
         }
         png.color = alpha ? PngColor::kTruecolorAlpha : PngColor::kTruecolor;
-    }
-    if (png.bit_depth == 0) {
-        png.bit_depth = 8;
+        png.bit_depth = png.bit_depth == 0 ? 8 : png.bit_depth;
     }
     std::vector<ApngFrame> parts;
     for (const FrameToWrite& frame : frames) {
@@ -149,13 +146,12 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
         if (format == Format::kTiff) {
             return encode_tiff_pages(frames);
         }
-        if (frames.size() > 1) {
+        if (frames.size() > 1 && format != Format::kGif) {
             require_one_size(frames);
         }
         switch (format) {
             case Format::kGif:
-                check_sides(*frames[0].picture, format);
-                return encode_gif(frames, encoding);
+                return encode_gif_frames(frames);
             case Format::kWebp:
                 check_sides(*frames[0].picture, format);
                 return encode_webp(frames, encoding);

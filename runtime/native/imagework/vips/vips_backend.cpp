@@ -22,6 +22,13 @@ class VipsBackend final : public Backend {
     std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) override {
         return imagework::decode_frames(data, options);
     }
+    SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) override {
+        return imagework::open_frames(source, options);
+    }
+    std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index,
+                                          const DecodeOptions& options) override {
+        return imagework::decode_frame(frames, index, options);
+    }
     EncodedBytes encode_frames(std::span<const FrameToWrite> frames) override {
         return imagework::encode_frames(frames);
     }

@@ -97,12 +97,14 @@ VipsPicture::VipsPicture(const VipsPicture& other, Shared)
       m_palette(other.m_palette),
       m_profile(other.m_profile),
       m_frame_count(other.m_frame_count),
+      m_origin(other.m_origin),
       m_to_srgb(other.m_to_srgb),
       m_exclusive(false) {}
 
 void VipsPicture::take(const VImage& image) {
     const PixelForm before = m_form;
     m_image = image;
+    m_origin = {};
     m_exclusive = true;
     note_change();
     m_form = form_of_image(image);
@@ -163,6 +165,7 @@ void VipsPicture::set_resolution(Resolution resolution) {
 }
 
 void VipsPicture::make_writable() {
+    m_origin = {};
     if (m_exclusive && m_image.get_image()->dtype == VIPS_IMAGE_SETBUF) {
         return;
     }

@@ -43,6 +43,8 @@ class VipsPicture final : public Picture {
     bool has_alpha() const override;
     bool is_gray() const override { return m_form.color == ColorModel::kGray; }
     int frame_count() const override { return m_frame_count; }
+    const FrameOrigin& origin() const override { return m_origin; }
+    void set_origin(FrameOrigin origin) { m_origin = std::move(origin); }
     // Everything but the pixels, as a codec takes it.
     RowsHeader rows_header() const;
 
@@ -177,6 +179,7 @@ class VipsPicture final : public Picture {
     SharedPalette m_palette;  // of an indexed picture
     ProfileBytes m_profile;
     int m_frame_count;
+    FrameOrigin m_origin;
     mutable std::shared_ptr<const ColorConversion> m_to_srgb;  // made when it is first needed
     mutable bool m_exclusive = true;                           // no copy shares the pixels
 };

@@ -1,0 +1,211 @@
+// Control blocks and extensions of GIF images; see gif_details.h.
+//
+// A frame keeps the extensions that stand before it, and the image those behind its last frame, so that frames can be
+// added and removed by members that know nothing of extensions.
+#include "runtime/native/behaviors/images/gif_details.h"
+
+#include <algorithm>
+
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
+#include "runtime/native/behaviors/formats/gif_blocks.h"
+#include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/core/managed_exception.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+using ControlBlockApi = api::FileFormats::Gif::Blocks::GifGraphicsControlBlock;
+
+constexpr const char* kProperty = "ControlBlock";
+constexpr int kMillisecondsPerDelay = 10;
+
+int64_t delay_of(int32_t duration) {
+    return std::min<int64_t>((int64_t{duration} + kMillisecondsPerDelay / 2) / kMillisecondsPerDelay, 0xFFFF);
+}
+
+int64_t flags_of(const imagework::GifControl& control) {
+    return control.disposal << 2 | (control.user_input ? 2 : 0) | (control.transparent ? 1 : 0);
+}
+
+// What a control block says, taken over by a frame.
+void take_control(ImageObject& frame, const ManagedObject& block) {
+    const int64_t flags = property_int(block, "Flags");
+    const int64_t delay = property_int(block, "DelayTime");
+    if (delay != delay_of(frame.duration)) {  // a duration can be finer
+        frame.duration = static_cast<int32_t>(delay * kMillisecondsPerDelay);
+    }
+    frame.gif.control.disposal = static_cast<int>(flags >> 2 & 7);
+    frame.gif.control.user_input = (flags & 2) != 0;
+    frame.gif.control.transparent.reset();
+    if ((flags & 1) != 0) {
+        frame.gif.control.transparent = static_cast<uint8_t>(property_int(block, "TransparentColorIndex"));
+    }
+}
+
+// Where a block stands: before a frame, or behind the last one.
+struct Place {
+    std::vector<GifExtension>* list;
+    size_t at;
+    size_t frame;  // whose list it is, or the number of frames
+};
+
+// The place of the block of that number; at a frame the end of its list.
+Place place_of(ImageObject& image, size_t index) {
+    const auto& frames = image.frames();
+    for (size_t i = 0; i < frames.size(); ++i) {
+        auto& list = frames[i]->gif.blocks_before;
+        if (index <= list.size()) {
+            return {&list, index, i};
+        }
+        index -= list.size() + 1;
+    }
+    return {&image.gif.blocks_behind, std::min(index, image.gif.blocks_behind.size()), frames.size()};
+}
+
+void require_extension(const ManagedObject& block) {
+    static const TypeInfo& base = require_type(api::FileFormats::Gif::GifBlock::kType.name);
+    if (!is_assignable(base, block.type())) {
+        throw_not_supported(std::string("A ") + block.type().name +
+                            " in a GIF image, which holds frames and extensions,");
+    }
+}
+
+std::vector<GifExtension> taken(std::vector<GifExtension>& list, size_t count) {
+    const auto end = list.begin() + static_cast<std::ptrdiff_t>(count);
+    std::vector<GifExtension> result(std::make_move_iterator(list.begin()), std::make_move_iterator(end));
+    list.erase(list.begin(), end);
+    return result;
+}
+
+}  // namespace
+
+Ref<ManagedObject> control_block_of(ImageObject& frame) {
+    frame.require_live();
+    if (Ref<ManagedObject> known = property_object(frame, kProperty)) {
+        return known;
+    }
+    Ref<ManagedObject> block = make_instance(ControlBlockApi::kType.name);
+    const imagework::GifControl& control = frame.gif.control;
+    set_property(*block, "Flags", flags_of(control));
+    set_property(*block, "DelayTime", delay_of(frame.duration));
+    set_property(*block, "TransparentColorIndex", int64_t{control.transparent.value_or(0)});
+    set_property(frame, kProperty, block);
+    return block;
+}
+
+void take_control_block(ImageObject& frame) {
+    if (!has_property(frame, kProperty)) {
+        return;
+    }
+    if (const Ref<ManagedObject> block = property_object(frame, kProperty)) {
+        take_control(frame, *block);
+    }
+    // One that was added by itself stands for the frame's own.
+    for (const GifExtension& extension : frame.gif.blocks_before) {
+        if (is_gif_block(*extension.block, GifLabel::kControl)) {
+            take_control(frame, *extension.block);
+        }
+    }
+}
+
+void tell_control_block(ImageObject& frame) {
+    if (!has_property(frame, kProperty)) {
+        return;
+    }
+    if (const Ref<ManagedObject> block = property_object(frame, kProperty)) {
+        set_property(*block, "DelayTime", delay_of(frame.duration));
+    }
+}
+
+std::vector<Value> gif_block_values(ImageObject& image) {
+    std::vector<Value> items;
+    for (const Ref<ImageObject>& frame : image.frames()) {
+        for (const GifExtension& extension : frame->gif.blocks_before) {
+            items.emplace_back(extension.block);
+        }
+        items.emplace_back(Ref<ManagedObject>(frame));
+    }
+    for (const GifExtension& extension : image.gif.blocks_behind) {
+        items.emplace_back(extension.block);
+    }
+    return items;
+}
+
+void insert_gif_block_at(ImageObject& image, size_t index, const Ref<ManagedObject>& block) {
+    const Place place = place_of(image, index);
+    auto* frame = dynamic_cast<ImageObject*>(block.get());
+    if (frame == nullptr) {
+        require_extension(*block);
+        place.list->insert(place.list->begin() + static_cast<std::ptrdiff_t>(place.at), GifExtension{block});
+        return;
+    }
+    image.insert_frame(place.frame, Ref<ImageObject>(frame));
+    frame->gif.blocks_before = taken(*place.list, place.at);
+}
+
+void remove_gif_block_of(ImageObject& image, const ManagedObject& block) {
+    if (const auto* frame = dynamic_cast<const ImageObject*>(&block)) {
+        const auto index = image.index_of(*frame);
+        if (!index) {
+            throw_argument("The block is not one of the image. (Parameter 'block')");
+        }
+        const Ref<ImageObject> removed = image.take_frame(*index);
+        auto& next =
+            *index < image.frames().size() ? image.frames()[*index]->gif.blocks_before : image.gif.blocks_behind;
+        auto& left = removed->gif.blocks_before;
+        next.insert(next.begin(), std::make_move_iterator(left.begin()), std::make_move_iterator(left.end()));
+        left.clear();
+        return;
+    }
+    const auto erase_from = [&](std::vector<GifExtension>& list) {
+        return std::erase_if(list, [&](const GifExtension& each) { return each.block.get() == &block; }) != 0;
+    };
+    for (const Ref<ImageObject>& frame : image.frames()) {
+        if (erase_from(frame->gif.blocks_before)) {
+            return;
+        }
+    }
+    if (!erase_from(image.gif.blocks_behind)) {
+        throw_argument("The block is not one of the image. (Parameter 'block')");
+    }
+}
+
+void clear_gif_blocks(ImageObject& image) {
+    while (!image.frames().empty()) {
+        image.take_frame(image.frames().size() - 1);
+    }
+    image.gif.blocks_behind.clear();
+}
+
+void append_gif_frame(ImageObject& image, Ref<ImageObject> frame) {
+    ImageObject& added = *frame;
+    append_frame(image, std::move(frame));
+    auto& behind = image.gif.blocks_behind;
+    auto& before = added.gif.blocks_before;
+    before.insert(before.begin(), std::make_move_iterator(behind.begin()), std::make_move_iterator(behind.end()));
+    behind.clear();
+}
+
+void order_gif_blocks(ImageObject& image) {
+    const auto& frames = image.frames();
+    std::vector<GifExtension> first;
+    const auto take_applications = [&](std::vector<GifExtension>& list) {
+        const auto middle = std::stable_partition(list.begin(), list.end(), [](const GifExtension& each) {
+            return !is_gif_block(*each.block, GifLabel::kApplication);
+        });
+        first.insert(first.end(), std::make_move_iterator(middle), std::make_move_iterator(list.end()));
+        list.erase(middle, list.end());
+        std::stable_partition(list.begin(), list.end(),
+                              [](const GifExtension& each) { return !is_gif_block(*each.block, GifLabel::kControl); });
+    };
+    for (const Ref<ImageObject>& frame : frames) {
+        take_applications(frame->gif.blocks_before);
+    }
+    take_applications(image.gif.blocks_behind);
+    auto& front = frames.empty() ? image.gif.blocks_behind : frames[0]->gif.blocks_before;
+    front.insert(front.begin(), std::make_move_iterator(first.begin()), std::make_move_iterator(first.end()));
+}
+
+}  // namespace zelmor::embed

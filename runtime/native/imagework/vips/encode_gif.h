@@ -1,0 +1,19 @@
+// Writing GIF: single pictures and animations.
+#ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_GIF_H
+#define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_GIF_H
+
+#include <span>
+
+#include "runtime/native/imagework/vips/encode_support.h"
+
+namespace zelmor::imagework {
+
+EncodedBytes encode_as(const GifEncoding& gif, VipsPicture& picture, const Encoding& encoding);
+
+// The canvas is as large as the frames need. Frames that are still those of one file, in its order from the first one
+// on, are copied with their positions and palettes where the encoding lets them.
+EncodedBytes encode_gif_frames(std::span<const FrameToWrite> frames);
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_GIF_H

@@ -1,0 +1,71 @@
+// Rows and files for the tests of the codecs.
+#ifndef ZELMOR_TESTS_UNIT_IMAGECODECS_CODEC_FILES_H
+#define ZELMOR_TESTS_UNIT_IMAGECODECS_CODEC_FILES_H
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/data_source.h"
+#include "runtime/native/imagework/pixels/rows.h"
+
+namespace zelmor::imagework {
+
+inline RowsHeader header_of(int32_t width, int32_t height, const PixelForm& form) {
+    RowsHeader header;
+    header.width = width;
+    header.height = height;
+    header.form = form;
+    if (form.color == ColorModel::kIndexed) {
+        for (Argb i = 0; i < Argb{1} << form.bits; i++) {
+            header.palette.push_back(kBlack | i * 0x010503 % 0x1000000);
+        }
+    }
+    return header;
+}
+
+inline size_t row_size(const RowsHeader& header) {
+    return header.form.pixel_size() * static_cast<size_t>(header.width);
+}
+
+// Random samples as the form has them: spread over the range, or indices.
+inline std::vector<uint8_t> random_rows(const RowsHeader& header, unsigned seed = 1) {
+    std::mt19937 random(seed);
+    std::vector<uint8_t> rows(row_size(header) * static_cast<size_t>(header.height));
+    const bool small = header.form.sample == SampleType::kUint8 && header.form.bits < 8;
+    const unsigned top = (1U << (small ? header.form.bits : 8)) - 1;
+    const unsigned scale = header.form.color == ColorModel::kIndexed ? 1 : 255 / top;
+    for (uint8_t& byte : rows) {
+        byte = static_cast<uint8_t>((random() & top) * scale);
+    }
+    return rows;
+}
+
+inline std::vector<uint8_t> all_rows(RowReader& reader, int32_t step = 1) {
+    const RowsHeader& header = reader.header();
+    std::vector<uint8_t> rows(row_size(header) * static_cast<size_t>(header.height));
+    for (int32_t y = 0; y < header.height; y += step) {
+        const int32_t count = std::min(step, header.height - y);
+        reader.read(count, std::span(rows).subspan(row_size(header) * static_cast<size_t>(y),
+                                                   row_size(header) * static_cast<size_t>(count)));
+    }
+    return rows;
+}
+
+inline Failure failure_of(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const PictureError& error) {
+        EXPECT_NE(std::string(error.what()), "");
+        return error.kind();
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    return Failure::kInternal;
+}
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_TESTS_UNIT_IMAGECODECS_CODEC_FILES_H
