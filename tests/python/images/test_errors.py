@@ -109,7 +109,7 @@ def test_an_error_tells_of_its_own_picture(tmp_path: Path) -> None:
     # The library warns about the one, which is no error, and fails at the other.
     raster(Image.load(str(tmp_path / "b.jpg"), options)).resize(5, 5)
     whole = Path(write(tmp_path / "a.webp", noise())).read_bytes()
-    (tmp_path / "b.webp").write_bytes(whole[:30] + bytes(len(whole) - 30))
+    (tmp_path / "b.webp").write_bytes(whole[:len(whole) // 2])
     with pytest.raises(RuntimeError, match="ImageLoadException.*b.webp") as caught:
         load(tmp_path / "b.webp").get_pixel(0, 0)
     assert "jpeg" not in str(caught.value).lower()
