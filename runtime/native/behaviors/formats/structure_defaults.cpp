@@ -15,7 +15,6 @@ using EmfHeaderObject = api::FileFormats::Emf::Emf::Objects::EmfHeaderObject;
 using EmfLogPalette = api::FileFormats::Emf::Emf::Objects::EmfLogPalette;
 using EmfPixelFormatDescriptor = api::FileFormats::Emf::Emf::Objects::EmfPixelFormatDescriptor;
 using EmfPlusGraphicsVersion = api::FileFormats::Emf::EmfPlus::Objects::EmfPlusGraphicsVersion;
-using JFIFData = api::FileFormats::Jpeg::JFIFData;
 using PdfCoreOptions = api::FileFormats::Pdf::PdfCoreOptions;
 using WmfBitmapBaseHeader = api::FileFormats::Wmf::Objects::WmfBitmapBaseHeader;
 using WmfBitmapCoreHeader = api::FileFormats::Wmf::Objects::WmfBitmapCoreHeader;
@@ -27,7 +26,6 @@ constexpr int kColorSpaceSignature = 0x50534F43;  // "PSOC"
 constexpr int kColorSpaceVersion = 0x400;
 
 constexpr DefaultValue kDefaults[] = {
-    {JFIFData::property_Version, 0x102},
     {PdfCoreOptions::property_JpegQuality, 75},
     {EmfHeaderObject::property_Version, 0x10000},
     {EmfEpsData::property_Version, 1},
