@@ -161,7 +161,7 @@ struct GifFrame {
 };
 
 struct FrameToWrite {
-    const Picture* picture;    // null of a frame that is copied from its origin
+    const Picture* picture;  // null of a frame that is copied from its origin
     int duration;
     const Encoding* encoding;  // of a TIFF page its own; elsewhere the first frame's counts for all
     GifFrame gif = {};

@@ -28,8 +28,8 @@ void require_within_limits(const Record& save_options, std::span<const Page> pag
     double bytes = 0;
     for (const Page& page : pages) {
         const imagework::Picture& picture = *page.picture;
-        bytes += static_cast<double>(picture.width()) * picture.height() *
-                 static_cast<double>(picture.form().pixel_size());
+        bytes +=
+            static_cast<double>(picture.width()) * picture.height() * static_cast<double>(picture.form().pixel_size());
     }
     for (const char* property : {"BufferSizeHint", "DefaultMemoryAllocationLimit"}) {
         require_within(save_options, property, bytes);

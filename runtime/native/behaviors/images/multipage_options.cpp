@@ -3,8 +3,8 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/collections/collection.h"
-#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/limits.h"
 

@@ -238,7 +238,7 @@ RawBlock raw_block(const ImageObject& self, const RectangleValue& area, const Ra
     const Packing packing = packing_of(format);  // refuses layouts that cannot be written
     const imagework::Picture& picture = self.picture();
     const Verbatim verbatim = verbatim_of(format, picture);
-    if (packing == Packing::kSamples && verbatim == Verbatim::kNo) {
+    if (packing == Packing::kSamples && verbatim == Verbatim::kNone) {
         throw_layout(format);
     }
     read_block(self, {area.x, area.y, std::min(1, area.width), std::min(1, area.height)});
@@ -405,9 +405,9 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
     }
     const RawLines lines{data.data() + data_offset, line_size};
     const bool premultiplied = property_bool(self, "PremultiplyComponents");
-    const Verbatim verbatim = premultiplied ? Verbatim::kNo : verbatim_of(format, picture);
+    const Verbatim verbatim = premultiplied ? Verbatim::kNone : verbatim_of(format, picture);
     try {
-        if (verbatim != Verbatim::kNo) {
+        if (verbatim != Verbatim::kNone) {
             return write_verbatim(picture, area, format, verbatim, lines);
         }
         if (format.layout == PixelLayout::kCmyk && packing != Packing::kSamples && has_inks(picture.form())) {

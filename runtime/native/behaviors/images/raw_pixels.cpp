@@ -190,7 +190,7 @@ Verbatim verbatim_of(const RawFormat& format, const imagework::Picture& picture)
     const bool fits = form.is_integer() && format.bits.size() == static_cast<size_t>(form.bands()) &&
                       all_bits(format, 8 * size) && format.bits_per_pixel == 8 * size * form.bands();
     if (!fits) {
-        return Verbatim::kNo;
+        return Verbatim::kNone;
     }
     const auto is = [&](PixelLayout layout, ColorModel color) {
         return format.layout == layout && form.color == color && !format.indexed;
@@ -199,13 +199,13 @@ Verbatim verbatim_of(const RawFormat& format, const imagework::Picture& picture)
         const auto own = picture.palette();
         return format.indexed && std::equal(own.begin(), own.end(), format.palette.begin(), format.palette.end())
                    ? Verbatim::kSame
-                   : Verbatim::kNo;
+                   : Verbatim::kNone;
     }
     if (is(PixelLayout::kGrayscale, ColorModel::kGray) || is(PixelLayout::kRgb, ColorModel::kRgb) ||
         is(PixelLayout::kCmyk, ColorModel::kCmyk) || is(PixelLayout::kCieLab, ColorModel::kLab)) {
         return Verbatim::kSame;
     }
-    return is(PixelLayout::kBgr, ColorModel::kRgb) && size <= 2 ? Verbatim::kReversed : Verbatim::kNo;
+    return is(PixelLayout::kBgr, ColorModel::kRgb) && size <= 2 ? Verbatim::kReversed : Verbatim::kNone;
 }
 
 namespace {

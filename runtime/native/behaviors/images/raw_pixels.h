@@ -36,7 +36,7 @@ Packing packing_of(const RawFormat& format);
 
 // How the samples of a picture stand in bytes of the format, where each does as it is: in the picture's own order, or
 // with red and blue exchanged.
-enum class Verbatim { kNo, kSame, kReversed };
+enum class Verbatim { kNone, kSame, kReversed };
 Verbatim verbatim_of(const RawFormat& format, const imagework::Picture& picture);
 
 // Exchanges the first and the third of each three or four bytes, or pairs of bytes. The rows may be the same.

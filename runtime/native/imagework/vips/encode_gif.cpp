@@ -299,10 +299,10 @@ class Animation {
         const auto clear = transparent_index(picture.palette);
         const bool local = picture.palette != m_screen_palette;
         const GifEncoding& own = std::get<GifEncoding>(frame.encoding->format);
-        writer.put_frame({area, own.interlaced, false,
-                          local ? std::span<const Argb>(picture.palette) : std::span<const Argb>(),
-                          control_of(frame, disposal, clear)},
-                         picture.indices);
+        writer.put_frame(
+            {area, own.interlaced, false, local ? std::span<const Argb>(picture.palette) : std::span<const Argb>(),
+             control_of(frame, disposal, clear)},
+            picture.indices);
         put_blocks(writer, frame.gif.blocks_behind);
     }
 
