@@ -31,8 +31,8 @@ constexpr DefaultValue kDefaults[] = {
 
     {PngOptions::property_CompressionLevel, 6},
     {PngOptions::property_DefaultCompressionLevel, 6},
-    {PngOptions::property_BitDepth, 8},
-    {PngOptions::property_ColorType, api::FileFormats::Png::PngColorType::kTruecolorWithAlpha},
+    DefaultValue::unset(PngOptions::property_BitDepth),  // png_options.cpp
+    DefaultValue::unset(PngOptions::property_ColorType),
     {PngOptions::property_FilterType, api::FileFormats::Png::PngFilterType::kAdaptive},
     {ApngOptions::property_DefaultFrameTime, 100},
 

@@ -20,7 +20,7 @@
 namespace zelmor::embed {
 
 struct DefaultValue {
-    enum class Kind : uint8_t { kBool, kInt, kFloat, kText, kColor, kNull };
+    enum class Kind : uint8_t { kBool, kInt, kFloat, kText, kColor, kNull, kUnset };
 
     // A bool, a whole number or an enumerator, a number, a text: what the property's getter returns.
     template <class T>
@@ -46,6 +46,11 @@ struct DefaultValue {
     // No object. A property that can be written has that anyway; one that is only read is not supported without.
     static constexpr DefaultValue null(const PropertyName& property) {
         return DefaultValue(property.type, property, Kind::kNull);
+    }
+
+    // Nothing at all, so that behavior can tell whether the property was ever set; its getter is behavior too.
+    static constexpr DefaultValue unset(const PropertyName& property) {
+        return DefaultValue(property.type, property, Kind::kUnset);
     }
 
     const char* type;      // full managed name of the declaring or a derived type
@@ -92,6 +97,8 @@ struct DefaultValue {
                 return result == 'p';
             case Kind::kNull:
                 return std::string_view("pOv").find(result) != std::string_view::npos;
+            case Kind::kUnset:
+                return true;
         }
         return false;
     }

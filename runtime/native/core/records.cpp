@@ -48,6 +48,8 @@ Value value_of(const DefaultValue& entry) {
             return box(ColorValue::from_argb(static_cast<uint32_t>(entry.integer)));
         case DefaultValue::Kind::kNull:
             return Ref<ManagedObject>();
+        case DefaultValue::Kind::kUnset:
+            break;
     }
     return {};
 }

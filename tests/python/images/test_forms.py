@@ -427,6 +427,10 @@ def test_floating_samples_in_range_are_rounded(tmp_path: Path) -> None:
     image = load(tmp_path / "a.tif")
     options = PngOptions()
     options.color_type = PngColorType.GRAYSCALE
-    image.save(str(tmp_path / "b.png"), options)
+    image.save(str(tmp_path / "b.png"), options)  # with as many bits as the format has
     with Pillow.open(tmp_path / "b.png") as picture:
+        assert np.abs(np.asarray(picture) - source * 65535.0).max() <= 0.51
+    options.bit_depth = 8
+    image.save(str(tmp_path / "c.png"), options)
+    with Pillow.open(tmp_path / "c.png") as picture:
         assert np.abs(np.asarray(picture) - source * 255.0).max() <= 0.51

@@ -146,7 +146,7 @@ PICTURES: dict[str, Callable[[], Image]] = {
     "num_plays": animated, "anim_loop_count": animated, "anim_background_color": animated,
     "default_frame_time": frames_without_duration, "alpha_storage": with_alpha,
     "disable_icc_export": lambda: Image.load(io.BytesIO(with_a_profile())), "full_frame": with_a_small_frame,
-    "loops_count": animated,
+    "loops_count": animated, "color_type": with_alpha,
 }
 
 #: Values of the properties that hold objects, and of those whose samples do not fit their format.

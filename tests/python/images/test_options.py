@@ -421,3 +421,36 @@ def test_original_options_save_the_image_again(tmp_path: Path, extension: str, k
     tolerance = 12 if extension == "jpg" else 0
     if extension != "webp":  # Pillow's file was lossy already
         assert worst(read(tmp_path / "b", "RGB"), read(path, "RGB")) <= tolerance
+
+
+class TestOptionsThatWereNotSet:
+    """New PngOptions keep the color type and the depth of the picture, though they show what a new image has."""
+
+    @pytest.mark.parametrize("mode", ["1", "L", "LA", "RGB", "RGBA", "I;16", "P"])
+    def test_a_picture_keeps_its_form(self, tmp_path: Path, mode: str) -> None:
+        pixels = noise(1)[..., 0] if mode in ("1", "L", "I;16", "P") else noise(len(mode))
+        picture = {"1": lambda: Pillow.fromarray(pixels > 127), "P": lambda: Pillow.fromarray(pixels).quantize(16),
+                   "I;16": lambda: Pillow.fromarray(pixels.astype(np.uint16) * 255 + 3)}.get(
+            mode, lambda: Pillow.fromarray(pixels))()
+        picture.save(tmp_path / "a.png")
+        Image.load(str(tmp_path / "a.png")).save(str(tmp_path / "b.png"), PngOptions())
+        headers = [Path(tmp_path / name).read_bytes()[24:26] for name in ("a.png", "b.png")]
+        assert headers[0] == headers[1]
+        with Pillow.open(tmp_path / "b.png") as saved, Pillow.open(tmp_path / "a.png") as before:
+            assert np.array_equal(np.asarray(saved), np.asarray(before))
+
+    def test_what_is_set_counts(self, tmp_path: Path) -> None:
+        options = PngOptions()
+        assert options.color_type == PngColorType.TRUECOLOR_WITH_ALPHA and options.bit_depth == 8
+        options.color_type = PngColorType.TRUECOLOR_WITH_ALPHA
+        path = write(tmp_path / "a.png", noise())
+        for number, chosen in enumerate((options, PngOptions(options))):
+            Image.load(path).save(str(tmp_path / f"{number}.png"), chosen)
+            with Pillow.open(tmp_path / f"{number}.png") as saved:
+                assert saved.mode == "RGBA"
+        options = PngOptions()
+        options.bit_depth = 8
+        Pillow.fromarray(np.full((4, 4), 0x1234, np.uint16)).save(tmp_path / "deep.png")
+        Image.load(str(tmp_path / "deep.png")).save(str(tmp_path / "flat.png"), options)
+        with Pillow.open(tmp_path / "flat.png") as saved:
+            assert saved.mode == "L"

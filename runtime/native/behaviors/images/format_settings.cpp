@@ -7,6 +7,7 @@
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/option_checks.h"
+#include "runtime/native/behaviors/images/png_options.h"
 #include "runtime/native/behaviors/images/tiff_settings.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
@@ -64,8 +65,11 @@ JpegEncoding jpeg(const ManagedObject& options) {
 
 PngEncoding png(const ManagedObject& options) {
     PngEncoding result;
-    result.color = supported(options, "ColorType", kPngColors);
-    result.bit_depth = setting(options, "BitDepth");
+    if (own_color_type(options)) {
+        result.color = supported(options, "ColorType", kPngColors);
+    }
+    constexpr int kMostOfIndices = 8;
+    result.bit_depth = own_bit_depth(options).value_or(result.color == PngColor::kIndexed ? kMostOfIndices : 0);
     result.interlaced = property_bool(options, "Progressive");
     if (has_property(options, "NumPlays")) {
         result.plays = setting(options, "NumPlays");

@@ -72,13 +72,6 @@ BehaviorRow behavior_of(const Range& row) {
 }
 const BehaviorTable table(each_row(kRanges, behavior_of));
 
-void set_bit_depth(Record& self, int32_t value) {
-    if (value != 1 && value != 2 && value != 4 && value != 8 && value != 16) {
-        throw_out_of_range("BitDepth", "The value " + std::to_string(value) + " of " + member_name(self, "BitDepth") +
-                                           " is none of 1, 2, 4, 8 and 16.");
-    }
-    set_property(self, "BitDepth", int64_t{value});
-}
 void set_webp_quality(Record& self, float value) {
     if (!(value >= 0.0F && value <= 100.0F)) {
         throw_not_between(self, "Quality", to_utf8(number_text(value)), "0", "100");
@@ -87,7 +80,6 @@ void set_webp_quality(Record& self, float value) {
 }
 
 const BehaviorTable others({
-    behavior<&set_bit_depth, PngOptions::set_BitDepth>(),
     behavior<&set_webp_quality, WebPOptions::set_Quality>(),
 });
 
