@@ -261,10 +261,12 @@ PyObject* color_repr(PyObject* self) {
 
 Py_hash_t color_hash(PyObject* self) {
     const ShlColorObject& record = record_of(self);
-    // One multiplication spreads the 64 bits; the interpreter reserves -1.
+    // A multiplication spreads the bits upwards, and dictionaries look at the low ones, so that the upper half of the
+    // product is brought down. The interpreter reserves -1.
     const uint64_t bits = uint64_t{record.argb} << 32 | uint64_t{static_cast<uint16_t>(record.known_color)} << 16 |
                           static_cast<uint16_t>(record.state);
-    const auto hash = static_cast<Py_hash_t>((bits ^ bits >> 29) * 0x9E3779B97F4A7C15U);
+    const uint64_t product = (bits ^ bits >> 29) * 0x9E3779B97F4A7C15U;
+    const auto hash = static_cast<Py_hash_t>(product ^ product >> 32);
     return hash == -1 ? -2 : hash;
 }
 

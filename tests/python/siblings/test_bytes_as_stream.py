@@ -7,6 +7,7 @@ import io
 import os
 import pickle
 import sys
+import tracemalloc
 import weakref
 import zipfile
 
@@ -266,3 +267,20 @@ def test_references_stay_balanced():
         stream.getbuffer().release()
         list(stream)
     assert (sys.getrefcount(stream), sys.getrefcount(payload)) == before
+
+
+def test_the_content_goes_with_the_stream():
+    content = bytes(10_000)
+
+    def use_and_drop():
+        for _ in range(100):
+            BytesAsStream(content).write(content)
+
+    tracemalloc.start()
+    try:
+        use_and_drop()
+        before = tracemalloc.get_traced_memory()[0]
+        use_and_drop()
+        assert tracemalloc.get_traced_memory()[0] - before < 10_000
+    finally:
+        tracemalloc.stop()

@@ -9,6 +9,7 @@ from hypothesis import strategies as st
 import zelmor.pydrawing
 import zelmor.pyio
 import zelmor.pyreflection
+from zelmor.imaging import LoadOptions
 from zelmor.pydrawing import Color, PointF, Rectangle, RectangleF, RotateFlipType
 from zelmor.pyio import FileMode
 
@@ -180,6 +181,11 @@ def test_members_of_other_enumerations_are_refused(capsule):
 def test_second_readers_say_no_without_an_error(capsule, wrong):
     status, handle = from_python(capsule, ctypes.c_void_p, index=2)(wrong)
     assert (status, handle.value) == (0, None)
+
+
+def test_the_second_reader_of_types_says_no_to_another_managed_object():
+    status, _ = from_python("zelmor.pyreflection._C_APIT_Type", ctypes.c_void_p, index=2)(LoadOptions())
+    assert status == 0
 
 
 @pytest.mark.parametrize("capsule", SECOND_READERS)

@@ -1,6 +1,7 @@
 """The value types of the drawing module: fields, refused values, equality, hash, text, copies."""
 
 import copy
+import itertools
 import math
 import pickle
 import struct
@@ -79,6 +80,11 @@ def test_rectangle_holds_all_32_bit_integers(values):
     x, y, width, height = values
     assert tuple(rectangle) == values
     assert (rectangle.left, rectangle.top, rectangle.right, rectangle.bottom) == (x, y, x + width, y + height)
+
+
+@pytest.mark.parametrize("values", itertools.product((0, 1), repeat=4))
+def test_a_rectangle_is_empty_if_all_its_numbers_are_zero(values):
+    assert Rectangle(*values).is_empty == (not any(values))
 
 
 @given(values=st.tuples(SINGLE, SINGLE, SINGLE, SINGLE))
@@ -290,3 +296,10 @@ def test_references_stay_balanced():
         repr(value), hash(value), tuple(value), value == PointF(), pickle.dumps(value)
         del value
     assert (sys.getrefcount(number), sys.getrefcount(PointF)) == before
+
+
+def test_hashes_of_colors_are_spread():
+    """A dictionary looks at the low bits: colors that differ in any one channel must not share them."""
+    for shift in (0, 8, 16, 24):
+        low_bits = {hash(Color.from_argb(channel << shift)) & 0xFFF for channel in range(256)}
+        assert len(low_bits) > 200

@@ -164,4 +164,13 @@ TEST_F(DecimalBuilders, AGroupOfDigitsIsOneNumber) {
     expect_error_of(PyExc_TypeError);
 }
 
+// A decimal of the C module refuses such digits, so that only a made-up tuple has them.
+TEST_F(DecimalBuilders, ADigitThatIsNoneIsRefused) {
+    const PyRef tuple = evaluate("__import__('decimal').DecimalTuple(0, (1, 12), 0)");
+    Record record;
+    EXPECT_EQ(fn_conv_py_decimal_tuple_to_clr_decimal(tuple.get(), record.data()), 0);
+    EXPECT_TRUE(PyErr_ExceptionMatches(PyExc_ValueError));
+    PyErr_Clear();
+}
+
 }  // namespace
