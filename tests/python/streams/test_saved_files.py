@@ -12,7 +12,9 @@ import signal
 import stat
 import subprocess
 import sys
+import tempfile
 import time
+from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
@@ -156,13 +158,23 @@ def test_the_owner_stays(path: Path) -> None:
     assert (now.st_uid, now.st_gid, stat.S_IMODE(now.st_mode)) == (1234, 4321, 0o640)
 
 
+@pytest.fixture
+def reachable() -> Iterator[Path]:
+    """A file in a folder that other users can reach; those of pytest are closed to them, by each pytest that starts."""
+    with tempfile.TemporaryDirectory() as directory:
+        os.chmod(directory, 0o755)
+        file = Path(directory) / "a.bin"
+        file.write_bytes(OLD)
+        yield file
+
+
 @ROOT_ONLY
-def test_a_file_of_another_user_keeps_its_owner(path: Path) -> None:
+def test_a_file_of_another_user_keeps_its_owner(reachable: Path) -> None:
     """A file that this user may write to, and whose owner this user cannot give away, in a folder of this user."""
+    path = reachable
     os.chown(path, 1234, 4321)
     os.chmod(path, 0o666)
     os.chmod(path.parent, 0o777)
-    make_reachable(path.parent)
     run_child(CHILD + """
 os.setresgid(65534, 65534, 65534)
 os.setresuid(65534, 65534, 65534)
@@ -172,18 +184,11 @@ save(folder / "a.bin")
     assert (path.stat().st_uid, path.stat().st_gid) == (1234, 4321)
 
 
-def make_reachable(folder: Path) -> None:
-    """Lets other users go through the folders above."""
-    for above in folder.parents:
-        if above.stat().st_uid == os.geteuid() and above != Path("/"):
-            above.chmod(above.stat().st_mode | 0o011)
-
-
 @ROOT_ONLY
-def test_a_folder_that_cannot_be_written_does_not_stop_a_writable_file(path: Path) -> None:
+def test_a_folder_that_cannot_be_written_does_not_stop_a_writable_file(reachable: Path) -> None:
+    path = reachable
     os.chmod(path, 0o666)
     os.chmod(path.parent, 0o555)
-    make_reachable(path.parent)
     run_child(CHILD + """
 os.setresgid(65534, 65534, 65534)
 os.setresuid(65534, 65534, 65534)
