@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "failure_of.h"
 #include "runtime/native/imagework/backend.h"
 
 namespace zelmor::imagework {
@@ -21,27 +22,6 @@ std::vector<Argb> pixels_of(const Picture& picture);
 
 std::vector<uint8_t> encoded(const Picture& picture, const FormatEncoding& format);
 std::unique_ptr<Picture> decoded(const std::vector<uint8_t>& data, Recovery recovery = Recovery::kNone);
-
-// The failure of a step, or a failed test where it succeeds.
-template <class Step>
-PictureError failure_of(Step&& step);
-
-}  // namespace zelmor::imagework
-
-#include <gtest/gtest.h>
-
-namespace zelmor::imagework {
-
-template <class Step>
-PictureError failure_of(Step&& step) {
-    try {
-        step();
-    } catch (const PictureError& error) {
-        return error;
-    }
-    ADD_FAILURE() << "no PictureError was thrown";
-    return PictureError(Failure::kInternal, "none");
-}
 
 }  // namespace zelmor::imagework
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "failure_of.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "runtime/native/imagework/tiff/half.h"
@@ -108,17 +109,6 @@ Sample read_page(const SharedSource& source, uint64_t directory = 0, const Decod
 }
 Sample read_bytes(Bytes bytes, const DecodeOptions& options = {}) {
     return read_page(memory_source(std::move(bytes)), 0, options);
-}
-
-template <class Step>
-PictureError failure_of(Step&& step) {
-    try {
-        step();
-    } catch (const PictureError& error) {
-        return error;
-    }
-    ADD_FAILURE() << "no PictureError was thrown";
-    return PictureError(Failure::kInternal, "none");
 }
 
 // ---- Numbers

@@ -90,12 +90,6 @@ inline constexpr Counterpart<TiffPhotometrics, imagework::TiffPhotometric> kTiff
     {TiffPhotometrics::kIcclab, imagework::TiffPhotometric::kIccLab},
 };
 
-// Whether rows are stored as differences.
-inline constexpr Counterpart<TiffPredictor, bool> kTiffPredictors[] = {
-    {TiffPredictor::kNone, false},
-    {TiffPredictor::kHorizontal, true},
-};
-
 // Nothing for a value that has no counterpart in the table.
 template <class Api, class Backend, size_t N>
 constexpr std::optional<Backend> backend_value(const Counterpart<Api, Backend> (&table)[N], Api value) {

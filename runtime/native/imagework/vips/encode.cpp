@@ -50,21 +50,6 @@ PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture) {
 
 namespace {
 
-// At most 2^bits colors, as the library's quantizer picks them; no dithering, so that fewer colors stay as they are.
-VImage quantized(const VImage& image, int bits) {
-    EncodedBytes png = save_with_library(image, "pngsave_buffer",
-                                         VImage::option()
-                                             ->set("palette", true)
-                                             ->set("bitdepth", bits)
-                                             ->set("dither", 0.0)
-                                             ->set("Q", 100)
-                                             ->set("compression", 1));
-    VipsBlob* blob = vips_blob_new(nullptr, png.data.get(), png.size);
-    VImage result = VImage::pngload_buffer(blob).copy_memory();
-    vips_area_unref(VIPS_AREA(blob));
-    return result;
-}
-
 EncodedBytes encode_as(const BmpEncoding& wanted, VipsPicture& picture, const Encoding& encoding) {
     check_bmp_encoding(wanted);
     BmpEncoding bmp = wanted;
@@ -85,11 +70,8 @@ EncodedBytes encode_as(const BmpEncoding& wanted, VipsPicture& picture, const En
         bmp = BmpEncoding{};
     }
     if (bmp.bits_per_pixel <= 8) {
-        if (palette.empty()) {
-            picture = VipsPicture(quantized(picture.image(), bmp.bits_per_pixel));
-        } else {
-            picture.reduce(palette, encoding.diffuse);
-        }
+        picture.reduce(palette.empty() ? picture.close_palette(1 << bmp.bits_per_pixel, false) : palette,
+                       encoding.diffuse);
         PixelForm form;
         picture.to_form(form);
     } else {
