@@ -1,10 +1,12 @@
 // The boundary between the codecs of several pictures and the images that hold them: TIFF pages, frames of animations.
 //
 // A source finds its frames by their headers and decodes none before it is asked for. It keeps no decoded frame but
-// what makes the next one quicker, so that the pixels of a frame can be let go at any time and read again.
+// what makes the next one quicker, so that the pixels of a frame can be let go at any time and read again. The file of
+// a single picture is a source of one frame.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_FRAME_SOURCE_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_FRAME_SOURCE_H
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -65,11 +67,27 @@ class FrameSource : public std::enable_shared_from_this<FrameSource> {
     virtual size_t count() const = 0;
     // Costs the frame's header. `index` is below count(), here and in open().
     virtual FrameHeader header(size_t index) const = 0;
-    // The rows of one frame. Those of an animation are the whole canvas while that frame is shown, so that opening
+    // The rows of one frame. A reader of a picture that stands alone decodes when rows are asked for, and costs no more
+    // than its header before. The rows of an animation are the whole canvas while that frame is shown, so that opening
     // costs the frames that it is composed of; frames that are opened in their order cost one each.
     // PictureError(kDamaged) where the frame makes no sense.
     virtual std::unique_ptr<RowReader> open(size_t index) const = 0;
+
+    // The greatest power of two, at most `most`, by which the decoder itself can divide the sides of the frame while it
+    // decodes, for less than decoding it whole: each pixel stands for the mean of those that it replaces. 1 where it
+    // cannot.
+    virtual int reduction(size_t index, int most) const;
+    // The rows of the frame with both sides divided by such a number and rounded up; the header tells the new size.
+    virtual std::unique_ptr<RowReader> open_reduced(size_t index, int divisor) const;
 };
+
+inline int FrameSource::reduction(size_t, int) const {
+    return 1;
+}
+inline std::unique_ptr<RowReader> FrameSource::open_reduced(size_t index, [[maybe_unused]] int divisor) const {
+    assert(divisor == 1);
+    return open(index);
+}
 
 using SharedFrames = std::shared_ptr<const FrameSource>;
 
