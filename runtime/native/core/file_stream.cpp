@@ -77,6 +77,7 @@ class FileStream final : public ManagedStream {
         }
     }
     void flush() override { open_descriptor(); }
+    int descriptor() const override { return m_descriptor; }
     void on_dispose() override { close_descriptor(); }
 
  private:

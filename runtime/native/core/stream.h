@@ -37,6 +37,8 @@ class ManagedStream : public ManagedObject {
     virtual void flush() = 0;
     // Closes what is behind the stream; dispose() does the same.
     virtual void close() { dispose(); }
+    // The open file behind the stream, or -1.
+    virtual int descriptor() const { return -1; }
     // The Python file behind the stream, or null: a result shows that one instead of a wrapper.
     virtual PyObject* python_file() const { return nullptr; }
 

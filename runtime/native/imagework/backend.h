@@ -52,6 +52,13 @@ class Picture {
     // The frame that the pixels are still those of; its source is null once they were changed. A copy has it too.
     virtual const FrameOrigin& origin() const = 0;
 
+    // A picture that was loaded decodes its pixels when they are first needed, or here. PictureError(kDamaged) where it
+    // cannot: so may every member that needs them.
+    virtual void decode() const = 0;
+    virtual bool is_decoded() const = 0;
+    // Gives up decoded pixels that can be decoded again; otherwise does nothing.
+    virtual void let_go() const = 0;
+
     // A picture of its own with the same pixels; they are shared until either is written to.
     virtual std::unique_ptr<Picture> copy() const = 0;
 

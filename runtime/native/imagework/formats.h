@@ -58,6 +58,8 @@ struct DecodeOptions {
     std::shared_ptr<const std::vector<uint8_t>> rgb_profile = {};
     std::shared_ptr<const std::vector<uint8_t>> cmyk_profile = {};
     std::shared_ptr<MemoryBudget> memory = {};  // of the image that is decoded; null where nothing is counted
+    // Begins the message of a failure that is found only when pixels are needed: "Cannot load 'a.png'".
+    std::string subject = {};
 };
 
 enum class BmpCompression : uint8_t { kRgb, kRle8, kRle4, kBitFields };

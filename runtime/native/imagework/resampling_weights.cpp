@@ -82,10 +82,10 @@ ResamplingKernel kernel_of(Resampling resampling) {
 
 }  // namespace
 
-ResamplingWeights resampling_weights(Resampling resampling, int from, int to) {
-    assert(from > 0 && to > 0 && resampling != Resampling::kNearest);
+ResamplingWeights resampling_weights(Resampling resampling, int from, int to, double extent) {
+    assert(from > 0 && to > 0 && resampling != Resampling::kNearest && extent > from - 1 && extent <= from);
     const ResamplingKernel kernel = kernel_of(resampling);
-    const double step = static_cast<double>(from) / to;
+    const double step = extent / to;
     const double width = std::max(1.0, step);
     const double reach = kernel.half_width * width;
     ResamplingWeights result;

@@ -122,7 +122,7 @@ def test_truncated_files(tmp_path: Path, extension: str, part: float) -> None:
     data = Path(path).read_bytes()
     Path(path).write_bytes(data[:int(len(data) * part)])
     with managed_error("ImageLoadException", path, FORMATS[extension][0].replace("WEBP", "WebP")):
-        Image.load(path)
+        load(path).cache_data()
 
 
 @pytest.mark.parametrize("extension, bottom_up", [("png", False), ("jpg", False), ("bmp", True)])

@@ -23,6 +23,8 @@ def test_size_and_format(tmp_path: Path, extension: str) -> None:
     assert str(image.size) == f"{{Width={WIDTH}, Height={HEIGHT}}}"
     assert (image.bounds.x, image.bounds.y, image.bounds.width, image.bounds.height) == (0, 0, WIDTH, HEIGHT)
     assert image.file_format == FileFormat[FORMATS[extension][0]]
+    assert not image.is_cached
+    raster(image).cache_data()
     assert image.is_cached
     assert image.container is None
     assert image.use_palette == (extension == "gif")

@@ -13,8 +13,8 @@ from zelmor.imaging import Color, DataRecoveryMode, FileFormat, Image, LoadOptio
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions
 from zelmor.imaging.sources import StreamSource
 
-from support.image_oracles import (FORMATS, HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, read,
-                                   worst, write)
+from support.image_oracles import (FORMATS, HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels,
+                                   raster, read, worst, write)
 
 
 def decoded(data: bytes, mode: str = "RGB") -> Pixels:
@@ -50,7 +50,7 @@ def test_load_with_options(tmp_path: Path) -> None:
     data = Path(write(tmp_path / "a.png", noise(3, 1, 64, 96))).read_bytes()
     cut = data[:len(data) // 2]
     with managed_error("ImageLoadException", "stream", "PNG"):
-        Image.load(io.BytesIO(cut))
+        raster(Image.load(io.BytesIO(cut))).cache_data()
     options = LoadOptions()
     options.data_recovery_mode = DataRecoveryMode.CONSISTENT_RECOVER
     image = Image.load(io.BytesIO(cut), options)

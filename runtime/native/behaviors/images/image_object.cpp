@@ -4,12 +4,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 
 #include "runtime/native/behaviors/formats/gif_blocks.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/references.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/imagework/loader.h"
+#include "runtime/native/imagework/pixels/memory_budget.h"
 
 namespace zelmor::embed {
 
@@ -116,15 +118,19 @@ void ImageObject::references(ReferenceVisitor& visitor) {
     visitor(m_frames);
     if (visitor.takes()) {
         m_frames.clear();  // empty references by now
+        release_frames();
     }
 }
 
 void ImageObject::release_frames() {
+    if (m_has_frames && m_source_options.memory) {
+        m_source_options.memory->set_reclaim({});
+    }
     for (const Ref<ImageObject>& frame : m_frames) {
         frame->m_container = nullptr;
     }
     m_frames.clear();
-    m_decoded.clear();
+    m_in_use.clear();
 }
 
 imagework::Picture& ImageObject::picture() const {
@@ -132,6 +138,9 @@ imagework::Picture& ImageObject::picture() const {
     if (!m_has_frames) {
         if (m_picture == nullptr && m_file_frame.source) {
             decode();
+        }
+        if (m_container != nullptr && m_file_frame.source) {
+            m_container->note_use(*this);
         }
         return *m_picture;
     }
@@ -210,6 +219,7 @@ void ImageObject::adopt_frames(std::vector<imagework::Frame> decoded, const std:
 
 void ImageObject::set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options) {
     m_file_frames = std::move(frames);
+    m_file_frame = {m_file_frames, 0};
     m_source_options = options;
 }
 
@@ -229,6 +239,7 @@ std::vector<GifExtension> extensions_of(const std::vector<std::vector<uint8_t>>&
 
 void ImageObject::adopt_file_frames() {
     const imagework::SharedFrames source = std::move(m_file_frames);
+    m_file_frame = {};
     std::vector<Ref<ImageObject>> made;
     made.reserve(source->count());
     for (size_t i = 0; i < source->count(); ++i) {
@@ -247,37 +258,64 @@ void ImageObject::adopt_file_frames() {
     }
     m_frames = std::move(made);
     m_has_frames = true;
+    // A step may hold on to two pictures.
+    assert(m_source_options.memory != nullptr);
+    m_source_options.memory->set_reclaim([this] { let_frames_go(2); });
 }
 
 void ImageObject::decode() const {
-    m_picture = image_backend().decode_frame(m_file_frame.source, m_file_frame.index, m_source_options);
-    m_form_of_facts = m_picture->form();
-    if (m_container != nullptr) {
-        m_container->note_decoded(*this);
+    using imagework::Failure;
+    using imagework::PictureError;
+    try {
+        m_picture = image_backend().decode_frame(m_file_frame.source, m_file_frame.index, m_source_options);
+    } catch (const PictureError& error) {
+        const bool of_file = error.kind() == Failure::kDamaged || error.kind() == Failure::kTooLarge;
+        if (!of_file || m_source_options.subject.empty()) {
+            throw;
+        }
+        throw PictureError(Failure::kDamaged, m_source_options.subject + ": " + error.what());
     }
+    m_form_of_facts = m_picture->form();
+}
+
+bool ImageObject::is_decoded() const {
+    if (!m_has_frames) {
+        return !m_file_frames || m_file_frames->count() == 1 ? m_picture != nullptr && m_picture->is_decoded() : false;
+    }
+    return std::all_of(m_frames.begin(), m_frames.end(), [](const auto& frame) { return frame->is_decoded(); });
 }
 
 // Pixels of frames that nobody changed can be decoded again. Those of the last few stay in any case: a step may work on
 // several of them at a time.
-void ImageObject::note_decoded(const ImageObject& frame) const {
+void ImageObject::note_use(const ImageObject& frame) const {
     constexpr size_t kFewest = 8;
     constexpr size_t kBytes = size_t{64} << 20;
+    if (!m_in_use.empty() && m_in_use.back() == &frame) {
+        return;
+    }
     const imagework::Picture& picture = *frame.m_picture;
     const size_t size =
         static_cast<size_t>(picture.width()) * static_cast<size_t>(picture.height()) * picture.form().pixel_size();
-    const size_t most = std::max(kFewest, kBytes / std::max<size_t>(1, size));
-    m_decoded.push_back(&frame);
-    while (m_decoded.size() > most) {
-        const ImageObject& oldest = *m_decoded.front();
-        m_decoded.erase(m_decoded.begin());
-        if (oldest.origin().source) {
-            oldest.m_picture.reset();
+    std::erase(m_in_use, &frame);
+    m_in_use.push_back(&frame);
+    let_frames_go(std::max(kFewest, kBytes / std::max<size_t>(1, size)));
+}
+
+void ImageObject::let_frames_go(size_t kept) const {
+    while (m_in_use.size() > kept) {
+        const ImageObject& oldest = *m_in_use.front();
+        m_in_use.erase(m_in_use.begin());
+        if (oldest.m_picture != nullptr && oldest.origin().source) {
+            oldest.m_picture->let_go();
+            if (oldest.m_picture->is_decoded()) {  // of an animation, whose frames are decoded as they are opened
+                oldest.m_picture.reset();
+            }
         }
     }
 }
 
-void ImageObject::forget_decoded(const ImageObject& frame) const {
-    std::erase(m_decoded, &frame);
+void ImageObject::forget_use(const ImageObject& frame) const {
+    std::erase(m_in_use, &frame);
 }
 
 imagework::FrameOrigin ImageObject::origin() const {
@@ -312,7 +350,7 @@ void ImageObject::insert_frame(size_t index, Ref<ImageObject> frame) {
 Ref<ImageObject> ImageObject::take_frame(size_t index) {
     frames();
     Ref<ImageObject> frame = m_frames[index];
-    forget_decoded(*frame);
+    forget_use(*frame);
     m_frames.erase(m_frames.begin() + static_cast<std::ptrdiff_t>(index));
     frame->m_container = nullptr;
     if (m_active > index || (m_active == index && m_active == m_frames.size() && m_active > 0)) {

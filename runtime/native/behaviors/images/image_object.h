@@ -73,6 +73,8 @@ class ImageObject final : public ImageBase {
     // InvalidOperationException where there is no frame.
     imagework::Picture& picture() const;
     void set_picture(std::unique_ptr<imagework::Picture> picture);
+    // Whether the pixels of the picture, or of all frames, are in memory.
+    bool is_decoded() const;
     const imagework::FileFacts& facts() const { return m_facts; }
     imagework::FileFacts& facts() { return m_facts; }
 
@@ -120,7 +122,7 @@ class ImageObject final : public ImageBase {
     // The file's bytes, from which the frames behind the first are decoded when they are needed.
     void set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options);
     // The frames of the file that the image was loaded from: they are decoded when their pixels are needed. The picture
-    // is that of the first.
+    // is that of the first, or null.
     void set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options);
     // The frame of a file that the pixels still are, or nothing.
     imagework::FrameOrigin origin() const;
@@ -167,14 +169,16 @@ class ImageObject final : public ImageBase {
     // Makes frames of those of the file, which are decoded later.
     void adopt_file_frames();
     void decode() const;
-    // A frame of this image was decoded: frames that were looked at longest ago may let their pixels go.
-    void note_decoded(const ImageObject& frame) const;
-    void forget_decoded(const ImageObject& frame) const;
+    // A frame of this image is looked at: frames that were looked at longest ago may let their pixels go.
+    void note_use(const ImageObject& frame) const;
+    void forget_use(const ImageObject& frame) const;
+    // Lets pixels of frames go that can be decoded again, but those of the frames that were looked at last.
+    void let_frames_go(size_t kept) const;
 
     mutable std::unique_ptr<imagework::Picture> m_picture;  // moves to the first frame; null until it is needed
     imagework::FrameOrigin m_file_frame;                    // which the picture is decoded from
     imagework::SharedFrames m_file_frames;
-    mutable std::vector<const ImageObject*> m_decoded;  // frames whose pixels can be decoded again, the latest last
+    mutable std::vector<const ImageObject*> m_in_use;  // frames that were decoded, the one looked at last at the end
     imagework::FileFacts m_facts;
     mutable std::optional<imagework::PixelForm> m_form_of_facts;  // of the pixels that the facts tell of
     std::vector<imagework::Argb> m_offered_palette;

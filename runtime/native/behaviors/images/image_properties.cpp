@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/formats/interrupt_monitor.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -39,15 +40,25 @@ Ref<ImageBase> container(ImageBase& self) {
     return Ref<ImageBase>(self.image_container());
 }
 
-// Pixels are always decoded into memory; those of further frames when they are first asked for.
+// Whether nothing has to be read and decoded any more for what the image shows.
 bool is_cached(ImageBase& self) {
     self.require_live();
-    return true;
+    const auto* image = dynamic_cast<const ImageObject*>(&self);
+    return image == nullptr || image->is_decoded();
 }
+// Decodes all frames. Of an image with more of them than its memory holds, the first ones are let go again.
 void cache_data(ImageBase& self) {
     self.require_live();
-    if (auto* image = dynamic_cast<ImageObject*>(&self); image != nullptr && image->frame_count() > 1) {
-        image->frames();
+    auto* image = dynamic_cast<ImageObject*>(&self);
+    if (image == nullptr) {
+        return;
+    }
+    if (image->frame_count() == 1) {
+        return image->picture().decode();
+    }
+    for (const Ref<ImageObject>& frame : std::vector(image->frames())) {
+        require_uninterrupted(*image);
+        frame->picture().decode();
     }
 }
 float checked_resolution(double value, const char* parameter) {

@@ -13,11 +13,12 @@ using imagework::Failure;
 using imagework::PictureError;
 
 void require_load_options(const Record& load_options, const imagework::FileFacts& facts,
-                          std::span<const uint8_t> file) {
+                          const imagework::SharedSource& file) {
     require_effective_options(load_options);
     if (facts.format == imagework::Format::kPng && has_property(load_options, "StrictMode") &&
         property_bool(load_options, "StrictMode")) {
-        if (const std::string fault = png_fault(std::as_bytes(file)); !fault.empty()) {
+        const std::vector<uint8_t> bytes = all_bytes(*file);
+        if (const std::string fault = png_fault(std::as_bytes(std::span(bytes))); !fault.empty()) {
             throw PictureError(Failure::kDamaged, fault + ", which PngLoadOptions.StrictMode refuses");
         }
     }

@@ -2,15 +2,15 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_LOAD_OPTION_CHECKS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_LOAD_OPTION_CHECKS_H
 
-#include <span>
-
 #include "runtime/native/core/records.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/probe/probe.h"
 
 namespace zelmor::embed {
 
 // Before pixels are decoded. PictureError where the file breaks a rule that the options set.
-void require_load_options(const Record& load_options, const imagework::FileFacts& facts, std::span<const uint8_t> file);
+void require_load_options(const Record& load_options, const imagework::FileFacts& facts,
+                          const imagework::SharedSource& file);
 
 }  // namespace zelmor::embed
 

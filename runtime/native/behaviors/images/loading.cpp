@@ -2,6 +2,8 @@
 #include "runtime/native/behaviors/images/loading.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
+#include <sys/stat.h>
+
 #include "runtime/native/behaviors/formats/interrupt_monitor.h"
 #include "runtime/native/behaviors/images/load_option_checks.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
@@ -14,7 +16,9 @@
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/imagework/loader.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
+#include "runtime/native/imagework/pixels/source_bytes.h"
 
 namespace zelmor::embed {
 
@@ -57,11 +61,6 @@ DecodeOptions decode_options(const Record* load_options) {
     throw_picture_error(error, subject);
 }
 
-// An animation whose first frame is another picture than the one that plain PNG readers show.
-bool hides_its_first_picture(const FileFacts& facts, const DecodeOptions& options) {
-    return facts.is_apng && options.recovery == Recovery::kNone;
-}
-
 // A format without a loader is refused before more than its header is read.
 FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const std::string& subject) {
     try {
@@ -77,6 +76,19 @@ FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const 
     }
 }
 
+// Of formats whose pictures are decoded as a whole.
+Ref<ImageObject> image_of_bytes(FileBytes data, FileFacts facts, const DecodeOptions& options) {
+    auto metadata = keep_metadata(data);
+    auto picture = image_backend().decode(data, options);
+    const bool several = picture->frame_count() > 1;
+    auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
+    attach_metadata(*image, std::move(metadata), image->picture().resolution());
+    if (several && image->is_container()) {
+        image->set_source(std::move(data), options);
+    }
+    return image;
+}
+
 Ref<ManagedStream> opened(const std::string& path) {
     return open_file_stream(path, FileUse::kRead, "read");
 }
@@ -85,51 +97,73 @@ FileFacts facts_of_path(const Path& file_path) {
     return PictureSource(opened(file_path_of(file_path, "file_path"))).facts();
 }
 
-}  // namespace
+// A file that is read at once costs less than one that is kept open.
+constexpr int64_t kSmallFile = 128 * 1024;
 
-Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject) {
+// The bytes of a regular file that is worth keeping open, or nothing. When too many files are open already, it is read
+// like a small one.
+SharedSource source_of_file(const ManagedStream& stream) {
+    struct stat info {};
+    const bool lasts = ::fstat(stream.descriptor(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > kSmallFile;
+    return lasts ? file_source(stream.descriptor()) : nullptr;
+}
+
+Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options, const std::string& subject) {
     try {
-        if (data.empty()) {
+        if (source->size() == 0) {
             throw PictureError(Failure::kDamaged, "there is no data in it");
         }
-        const DecodeOptions options = decode_options(load_options);
-        FileFacts facts = probe(data);
+        DecodeOptions options = decode_options(load_options);
+        options.subject = subject;
+        SourceBytes bytes(source);
+        FileFacts facts = probe(bytes);
         if (facts.format != Format::kUnknown) {
             require_registered(Trade::kLoading, file_format_of(facts));
         }
         if (load_options != nullptr) {
-            require_load_options(*load_options, facts, data);
+            require_load_options(*load_options, facts, source);
         }
         require_uninterrupted();
-        auto metadata = keep_metadata(data);
-        // Of an animation the first frame is decoded with the image, the others when they are looked at.
-        if (facts.format == Format::kGif || hides_its_first_picture(facts, options)) {
-            require_decodable(facts, options);
-            auto frames = image_backend().open_frames(memory_source(std::move(data)), options);
-            facts.encoding = frames->header(0).facts.encoding;
-            auto image = make_ref<ImageObject>(image_backend().decode_frame(frames, 0, options), std::move(facts));
-            attach_metadata(*image, std::move(metadata));
-            image->set_file_frames(std::move(frames), options);
-            return image;
+        require_decodable(facts, options);
+        auto frames = image_backend().open_frames(source, options);
+        if (frames == nullptr) {
+            return image_of_bytes(all_bytes(*source), std::move(facts), options);
         }
-        auto picture = image_backend().decode(data, options);
-        const bool several = picture->frame_count() > 1;
+        facts.encoding = frames->header(0).facts.encoding;
+        // Of an animation the frames are composed when they are looked at. What a recovery shows first is the picture
+        // for programs that know no animations.
+        std::unique_ptr<Picture> picture;
+        if (facts.is_apng && options.recovery != Recovery::kNone) {
+            picture = image_backend().decode(all_bytes(*source), options);
+        } else if (!frames->composes()) {
+            picture = image_backend().decode_frame(frames, 0, options);
+        }
+        const Resolution resolution = picture != nullptr ? picture->resolution() : kDefaultResolution;
         auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
-        attach_metadata(*image, std::move(metadata));
-        if (several && image->is_container()) {
-            image->set_source(std::move(data), options);
-        }
+        attach_metadata(*image, keep_metadata(all_bytes(*source)), resolution);
+        image->set_file_frames(std::move(frames), options);
         return image;
     } catch (const PictureError& error) {
         throw_load_error(error, subject);
     }
 }
 
+}  // namespace
+
+Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject) {
+    return image_of_source(memory_source(std::move(data)), load_options, subject);
+}
+
 Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
                                const char* parameter) {
     std::string path = file_path_of(file_path, parameter);
     const std::string subject = "Cannot load " + shown(file_path);
-    auto image = decoded_image(bytes_of(opened(path), load_options, subject), load_options, subject);
+    const Ref<ManagedStream> file = opened(path);
+    SharedSource source = source_of_file(*file);
+    if (source == nullptr) {
+        source = memory_source(bytes_of(file, load_options, subject));
+    }
+    auto image = image_of_source(std::move(source), load_options, subject);
     image->target_path = std::move(path);
     return image;
 }

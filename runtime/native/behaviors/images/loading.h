@@ -6,12 +6,15 @@
 
 namespace zelmor::embed {
 
-// Files and streams are read to the end of their picture. All throw managed exceptions; `load_options` may be null.
+// What is loaded is the header: pixels are decoded when they are first needed, so that damage of theirs is found then.
+// All throw managed exceptions; `load_options` may be null.
+
+// `subject` begins the message of a failure.
 Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject);
-// The image remembers the file as the one that save() goes to.
+// The file is kept open as long as its pixels may be needed; the image remembers it as the one that save() goes to.
 Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
                                const char* parameter);
-// A stream that can seek stands behind the picture afterwards.
+// The stream is read to the end of its picture; one that can seek stands behind the picture afterwards.
 Ref<ImageObject> image_of_stream(const Ref<ManagedStream>& stream, const Record* load_options);
 
 }  // namespace zelmor::embed

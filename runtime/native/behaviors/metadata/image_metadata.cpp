@@ -273,9 +273,9 @@ std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file) {
     return std::make_shared<ImageMetadata>(std::move(metadata));
 }
 
-void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata) {
+void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata, imagework::Resolution resolution) {
     metadata->read_at = imagework::steady_time();
-    metadata->read_resolution = image.picture().resolution();
+    metadata->read_resolution = resolution;
     image.metadata = std::move(metadata);
 }
 

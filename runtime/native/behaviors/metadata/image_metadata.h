@@ -18,7 +18,8 @@ struct ImageMetadata;
 
 // The metadata of a file, for the image that was decoded from it.
 std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file);
-void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata);
+// `resolution` is that of the picture in the file.
+void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata, imagework::Resolution resolution);
 
 // Gives an image that is made of another the metadata of that one; what is changed in one stays as it is in the other.
 void carry_metadata(ImageObject& from, ImageObject& to);

@@ -155,6 +155,7 @@ class GifFile final : public GifFrames {
         return result;
     }
 
+    bool composes() const override { return true; }
     std::unique_ptr<RowReader> open(size_t index) const override {
         assert(index < count());
         const std::lock_guard lock(m_mutex);

@@ -72,6 +72,8 @@ class FrameSource : public std::enable_shared_from_this<FrameSource> {
     // costs the frames that it is composed of; frames that are opened in their order cost one each.
     // PictureError(kDamaged) where the frame makes no sense.
     virtual std::unique_ptr<RowReader> open(size_t index) const = 0;
+    // Whether the frames are those of an animation, so that open() has done all the work.
+    virtual bool composes() const { return false; }
 
     // The greatest power of two, at most `most`, by which the decoder itself can divide the sides of the frame while it
     // decodes, for less than decoding it whole: each pixel stands for the mean of those that it replaces. 1 where it

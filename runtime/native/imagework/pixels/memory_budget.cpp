@@ -18,7 +18,23 @@ bool MemoryBudget::try_take(uint64_t bytes) {
     return true;
 }
 
+void MemoryBudget::set_reclaim(std::function<void()> reclaim) {
+    const std::lock_guard lock(m_mutex);
+    m_reclaim = std::move(reclaim);
+}
+
 void MemoryBudget::take(uint64_t bytes) {
+    if (try_take(bytes)) {
+        return;
+    }
+    std::function<void()> reclaim;
+    {
+        const std::lock_guard lock(m_mutex);
+        reclaim = m_reclaim;
+    }
+    if (reclaim) {
+        reclaim();
+    }
     if (!try_take(bytes)) {
         throw PictureError(Failure::kTooLarge, "its pixels need " + std::to_string(bytes) +
                                                    " bytes of memory besides the " + std::to_string(used()) +

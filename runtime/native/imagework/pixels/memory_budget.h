@@ -1,14 +1,16 @@
 // The memory for decoded pixels that one image may use, counted over all of its frames.
 //
 // All pictures of one image share a budget. Code that is about to decode into memory takes a share first, and keeps it
-// for as long as the pixels are there. Where the pixels are a frame that can be decoded again, the owner lets such
-// frames go and tries once more before it reports the error.
+// for as long as the pixels are there. Where pixels of other frames can be decoded again, their owner lets them go
+// before an error is reported.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_MEMORY_BUDGET_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PIXELS_MEMORY_BUDGET_H
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "runtime/native/imagework/limits.h"
@@ -23,13 +25,18 @@ class MemoryBudget {
     uint64_t used() const { return m_used.load(std::memory_order_relaxed); }
     // Counts the bytes if they fit. Any thread may call it.
     bool try_take(uint64_t bytes);
-    // The same; PictureError(kTooLarge), with the limit and the setting that raises it, where they do not fit.
+    // The same; what can be let go is let go for them. PictureError(kTooLarge), with the limit and the setting that
+    // raises it, where they do not fit then.
     void take(uint64_t bytes);
+    // Sets the function that lets pixels go and gives their bytes back; empty for none. It is called by take().
+    void set_reclaim(std::function<void()> reclaim);
     void give_back(uint64_t bytes) noexcept;
 
  private:
     const uint64_t m_limit;
     std::atomic<uint64_t> m_used = 0;  // worker threads of the image library may give back
+    std::mutex m_mutex;
+    std::function<void()> m_reclaim;  // under the mutex
 };
 
 using SharedBudget = std::shared_ptr<MemoryBudget>;

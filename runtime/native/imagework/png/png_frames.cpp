@@ -214,6 +214,7 @@ class ApngFrames final : public FrameSource {
         return result;
     }
 
+    bool composes() const override { return true; }
     std::unique_ptr<RowReader> open(size_t index) const override {
         assert(index < count());
         const std::lock_guard lock(m_mutex);

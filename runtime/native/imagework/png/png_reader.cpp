@@ -266,10 +266,8 @@ class PngReader final : public RowReader {
 
 std::unique_ptr<RowReader> open_png(const SharedSource& source, const PngReading& reading) {
     assert(source != nullptr);
-    if (!is_whole_png(source)) {
-        if (!reading.lenient) {
-            throw PictureError(Failure::kDamaged, "the data ends before the end chunk");
-        }
+    // Otherwise missing data are found when the rows before them have been read.
+    if (reading.lenient && !is_whole_png(source)) {
         return std::make_unique<PngReader>(memory_source(mended_png(all_bytes(*source))), reading);
     }
     return std::make_unique<PngReader>(source, reading);

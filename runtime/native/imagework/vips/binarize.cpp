@@ -149,19 +149,19 @@ VImage above_mean(const VImage& gray, double difference, int window) {
 
 void VipsPicture::binarize(const VImage& is_white) {
     apply("the image could not be binarized",
-          [&] { return has_alpha() ? with_alpha_of(is_white, as_8_bit(m_image)) : is_white; });
+          [&] { return has_alpha() ? with_alpha_of(is_white, as_8_bit(image())) : is_white; });
 }
 
 void VipsPicture::binarize_fixed(uint8_t threshold) {
     to_colors();
     binarize(guarded(Failure::kInternal, "the image could not be binarized",
-                     [&] { return above_threshold(gray_8_bit(m_image), threshold); }));
+                     [&] { return above_threshold(gray_8_bit(image()), threshold); }));
 }
 
 void VipsPicture::binarize_otsu() {
     to_colors();
     binarize(guarded(Failure::kInternal, "the image could not be binarized", [&] {
-        const VImage gray = gray_8_bit(m_image);
+        const VImage gray = gray_8_bit(image());
         return above_threshold(gray, otsu_threshold(gray));
     }));
 }
@@ -170,7 +170,7 @@ void VipsPicture::binarize_bradley(double difference, int32_t window) {
     to_colors();
     window = std::min(window, 2 * std::max(width(), height())) | 1;  // a window has a middle
     binarize(guarded(Failure::kInternal, "the image could not be binarized",
-                     [&] { return above_mean(gray_8_bit(m_image), difference, window); }));
+                     [&] { return above_mean(gray_8_bit(image()), difference, window); }));
 }
 
 }  // namespace zelmor::imagework

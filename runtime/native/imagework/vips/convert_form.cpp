@@ -79,8 +79,12 @@ std::array<uint8_t, 256> levels_of(int bits) {
 
 }  // namespace
 
-template <class Step>
-void VipsPicture::convert_rows(const PixelForm& form, Step&& step) {
+void VipsPicture::convert_rows(const PixelForm& form, RowStep step) {
+    if (m_rows != nullptr) {
+        take_rows(DeferredRows::converted(m_rows, form, std::move(step)));
+        m_form = form;
+        return;
+    }
     const VImage result = guarded(Failure::kInternal, "the pixels could not be converted", [&] {
         check_picture_size(width(), height(), static_cast<int>(form.pixel_size()));
         return blank_image(form, width(), height(), m_image);
@@ -91,21 +95,39 @@ void VipsPicture::convert_rows(const PixelForm& form, Step&& step) {
     }
     m_image = result;
     m_origin = {};
+    m_again.reset();
     m_form = form;
     m_exclusive = true;
     note_change();
 }
 
-const ColorConversion& VipsPicture::to_srgb_conversion() const {
+namespace {
+
+using SharedConversion = std::shared_ptr<const ColorConversion>;
+
+// Standard conversions live as long as the process.
+SharedConversion shared_standard(ColorModel from, ColorModel to) {
+    return {SharedConversion(), &standard_conversion(from, to)};
+}
+
+RowStep step_of(SharedConversion conversion, const PixelForm& from, const PixelForm& to) {
+    return [conversion = std::move(conversion), from, to](const uint8_t* in, uint8_t* out, size_t count) {
+        conversion->run(from, in, to, out, count);
+    };
+}
+
+}  // namespace
+
+SharedConversion VipsPicture::to_srgb_conversion() const {
     const ColorModel target = m_form.color == ColorModel::kGray ? ColorModel::kGray : ColorModel::kRgb;
     if (m_profile == nullptr || m_form.color == ColorModel::kLab) {
-        return standard_conversion(m_form.color, target);
+        return shared_standard(m_form.color, target);
     }
     if (m_to_srgb == nullptr) {
         m_to_srgb =
             std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, ColorSpace{target, {}});
     }
-    return *m_to_srgb;
+    return m_to_srgb;
 }
 
 void VipsPicture::to_direct() {
@@ -124,7 +146,7 @@ void VipsPicture::to_direct() {
         } else {
             from_argb(form, palette->colors, entries.data());
         }
-        convert_rows(form, [&](const uint8_t* from, uint8_t* to, size_t count) {
+        convert_rows(form, [entries = std::move(entries), size](const uint8_t* from, uint8_t* to, size_t count) {
             for (size_t i = 0; i < count; i++, to += size) {
                 std::memcpy(to, &entries[from[i] * size], size);
             }
@@ -164,11 +186,11 @@ void VipsPicture::to_rgb() {
 
 VImage VipsPicture::colors() const {
     if ((m_form.color == ColorModel::kGray || m_form.color == ColorModel::kRgb)) {
-        return m_image;
+        return image();
     }
     VipsPicture converted(*this, Shared{});
     converted.to_colors();
-    return converted.m_image;
+    return converted.image();
 }
 
 void VipsPicture::to_srgb() {
@@ -190,14 +212,12 @@ void VipsPicture::to_srgb() {
             m_origin = {};
         }
     } else if (m_form.color == ColorModel::kGray || m_form.color == ColorModel::kRgb) {
-        const ColorConversion& conversion = to_srgb_conversion();
-        if (is_profile_of(m_profile, m_form.color) && !conversion.changes_nothing()) {
+        const SharedConversion conversion = to_srgb_conversion();
+        if (is_profile_of(m_profile, m_form.color) && !conversion->changes_nothing()) {
             if (m_form.bits < 8) {
                 m_form.bits = 8;
             }
-            convert_rows(m_form, [&](const uint8_t* from, uint8_t* to, size_t count) {
-                conversion.run(m_form, from, m_form, to, count);
-            });
+            convert_rows(m_form, step_of(conversion, m_form, m_form));
         }
     } else {
         return;
@@ -227,7 +247,7 @@ void VipsPicture::change_model(ColorModel model) {
             using Sample = decltype(sample);
             const int from_bands = m_form.bands();
             const int to_bands = form.bands();
-            convert_rows(form, [&](const uint8_t* from, uint8_t* to, size_t count) {
+            convert_rows(form, [=](const uint8_t* from, uint8_t* to, size_t count) {
                 const auto* in = reinterpret_cast<const Sample*>(from);
                 auto* out = reinterpret_cast<Sample*>(to);
                 if (model == ColorModel::kGray) {
@@ -238,20 +258,16 @@ void VipsPicture::change_model(ColorModel model) {
             });
         });
     } else {
-        const PixelForm before = m_form;
-        const bool to_standard = model == ColorModel::kRgb;
-        const auto convert = [&](const ColorConversion& conversion) {
-            convert_rows(form, [&](const uint8_t* from, uint8_t* to, size_t count) {
-                conversion.run(before, from, form, to, count);
-            });
-        };
-        if (to_standard) {
-            convert(to_srgb_conversion());
+        SharedConversion conversion;
+        if (model == ColorModel::kRgb) {
+            conversion = to_srgb_conversion();
         } else if (m_profile == nullptr) {
-            convert(standard_conversion(m_form.color, model));
+            conversion = shared_standard(m_form.color, model);
         } else {
-            convert(ColorConversion({m_form.color, m_profile}, {model, {}}));
+            conversion =
+                std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, ColorSpace{model, {}});
         }
+        convert_rows(form, step_of(std::move(conversion), m_form, form));
     }
     m_profile = model == ColorModel::kCmyk ? standard_cmyk_profile() : nullptr;
     m_to_srgb.reset();
@@ -272,10 +288,8 @@ void VipsPicture::to_space(const ColorSpace& space) {
     PixelForm form = m_form;
     form.color = space.model;
     form.sample = unsigned_of(form.sample);
-    const PixelForm before = m_form;
-    const ColorConversion conversion({m_form.color, m_profile}, space);
-    convert_rows(
-        form, [&](const uint8_t* from, uint8_t* to, size_t count) { conversion.run(before, from, form, to, count); });
+    convert_rows(form, step_of(std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, space),
+                               m_form, form));
     m_profile = space.profile;
     m_to_srgb.reset();
 }
@@ -290,7 +304,7 @@ void VipsPicture::change_depth(SampleType sample, int bits) {
     if (form.color == ColorModel::kGray && form.bits < 8 && (m_form.bits > form.bits || from_storage != to_storage)) {
         const auto levels = levels_of(bits);
         std::vector<uint8_t> row(static_cast<size_t>(width() * form.bands()));
-        convert_rows(form, [&](const uint8_t* from, uint8_t* to, size_t count) {
+        convert_rows(form, [=](const uint8_t* from, uint8_t* to, size_t count) mutable {
             const size_t samples = count * static_cast<size_t>(form.bands());
             imagework::change_depth(from_storage, from, Storage::kByte, row.data(), samples);
             std::transform(row.begin(), row.end(), to, [&](uint8_t value) { return levels[value]; });
@@ -299,7 +313,7 @@ void VipsPicture::change_depth(SampleType sample, int bits) {
     }
     if (from_storage != to_storage) {
         const PixelForm before = m_form;
-        convert_rows(form, [&](const uint8_t* from, uint8_t* to, size_t count) {
+        convert_rows(form, [=](const uint8_t* from, uint8_t* to, size_t count) {
             if (form.color == ColorModel::kLab) {  // whose numbers do not stand for 0..1
                 return standard_conversion(ColorModel::kLab, ColorModel::kLab).run(before, from, form, to, count);
             }
@@ -318,9 +332,9 @@ void VipsPicture::change_alpha(bool alpha) {
     const int from_bands = m_form.bands();
     with_storage(storage_of(form.sample), [&](auto sample) {
         using Sample = decltype(sample);
-        convert_rows(form, [&](const uint8_t* from, uint8_t* to, size_t count) {
-            copy_with_alpha(reinterpret_cast<const Sample*>(from), from_bands, reinterpret_cast<Sample*>(to),
-                            form.bands(), count);
+        convert_rows(form, [from_bands, bands = form.bands()](const uint8_t* from, uint8_t* to, size_t count) {
+            copy_with_alpha(reinterpret_cast<const Sample*>(from), from_bands, reinterpret_cast<Sample*>(to), bands,
+                            count);
         });
     });
 }
@@ -339,7 +353,7 @@ void VipsPicture::to_form(const PixelForm& form) {
     if (narrows) {
         const auto samples = static_cast<size_t>(width()) * static_cast<size_t>(m_form.bands());
         for (int32_t y = 0; y < height(); y++) {
-            if (!in_range(storage_of(m_form.sample), row_of(m_image, y), samples)) {
+            if (!in_range(storage_of(m_form.sample), row_of(image(), y), samples)) {
                 throw PictureError(Failure::kEncoding,
                                    "the picture has floating samples outside the range 0 to 1, which integers of " +
                                        std::to_string(form.bits) + " bits cannot hold");
@@ -385,8 +399,8 @@ void VipsPicture::narrow_to(int bits) {
 }
 
 void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
-    VImage image = guarded(Failure::kInternal, "there is no memory for the pixels",
-                           [&] { return blank_image(m_form, width, height, m_image); });
+    const VImage image = guarded(Failure::kInternal, "there is no memory for the pixels",
+                                 [&] { return blank_image(m_form, width, height, this->image()); });
     const size_t size = m_form.pixel_size();
     std::vector<uint8_t> pixel(size);
     const std::vector<double> value = ink_of(color);
@@ -406,6 +420,7 @@ void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
     }
     m_image = image;
     m_origin = {};
+    m_again.reset();
     m_exclusive = true;
     note_change();
 }
@@ -445,7 +460,7 @@ std::vector<double> VipsPicture::ink_of(Argb color) const {
         return {static_cast<double>(std::max(0, index_of(color)))};
     }
     if (m_form.color == ColorModel::kGray || m_form.color == ColorModel::kRgb) {
-        return ink(m_image, color);
+        return ink(image(), color);
     }
     PixelForm rgb;
     rgb.alpha = m_form.alpha;
@@ -471,6 +486,7 @@ void VipsPicture::set_indices(std::span<const uint8_t> indices, std::span<const 
         form.bits /= 2;
     }
     size_t at = 0;
+    image();  // the step below counts on rows that are there
     convert_rows(form, [&](const uint8_t*, uint8_t* to, size_t count) {
         std::copy_n(&indices[at], count, to);
         at += count;

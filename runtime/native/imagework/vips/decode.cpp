@@ -10,11 +10,13 @@
 #include "runtime/native/imagework/codecs/lost_pixels.h"
 #include "runtime/native/imagework/gif/gif_codec.h"
 #include "runtime/native/imagework/pixels/data_source.h"
+#include "runtime/native/imagework/pixels/single_frame.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/png/png_codec.h"
 #include "runtime/native/imagework/png/png_frames.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "runtime/native/imagework/tiff/tiff_pages.h"
+#include "runtime/native/imagework/vips/deferred_rows.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
@@ -212,63 +214,58 @@ std::unique_ptr<Picture> decode_raster(std::span<const uint8_t> data, const File
     });
 }
 
-// Bytes that stay where they are for as long as the call takes.
-class BorrowedBytes final : public DataSource {
- public:
-    explicit BorrowedBytes(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
-    uint64_t size() const override { return m_bytes.size(); }
-    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
-        const auto piece = ByteReader(m_bytes).piece(offset, out.size());
-        std::copy(piece.begin(), piece.end(), out.begin());
-        return piece.size();
-    }
-    std::span<const uint8_t> in_memory() const override { return m_bytes; }
-
- private:
-    std::span<const uint8_t> m_bytes;
-};
-
-// The failure of a reader, with the words that the format's other failures have.
-[[noreturn]] void throw_damaged(Format format, const PictureError& error, const DecodeOptions& options) {
-    if (error.kind() != Failure::kDamaged) {
-        throw error;
-    }
-    const char* what = options.recovery == Recovery::kNone ? "is damaged or incomplete" : "has no complete row";
-    throw PictureError(Failure::kDamaged, label(format, what) + ": " + error.what());
+// What is said of damage in a frame of the format.
+std::string damage_of(Format format, const DecodeOptions& options) {
+    const bool recovers = options.recovery != Recovery::kNone && format == Format::kTiff;
+    return label(format, recovers ? "has no complete row" : "is damaged or incomplete");
 }
 
-std::unique_ptr<Picture> decode_tiff_page(const FrameSource& pages, size_t page, const DecodeOptions& options) {
+// Tells which format it was.
+template <class Step>
+auto labeled(const std::string& damage, Step&& step) -> decltype(step()) {
     try {
-        const auto reader = pages.open(page);
-        const RowsHeader& header = reader->header();
-        const int pixel = static_cast<int>(header.form.pixel_size());
-        check_picture_size(header.width, header.height, pixel);
-        check_memory(options, header.width, header.height, pixel);
-        const int count = static_cast<int>(std::min<size_t>(pages.count(), INT32_MAX));
-        return finished(read_picture(*reader, options, count), {}, options);
+        return std::forward<Step>(step)();
     } catch (const PictureError& error) {
-        throw_damaged(Format::kTiff, error, options);
+        if (error.kind() != Failure::kDamaged) {
+            throw;
+        }
+        throw PictureError(Failure::kDamaged, damage + ": " + error.what());
     }
 }
 
-SharedFrames tiff_pages(std::span<const uint8_t> data, const DecodeOptions& options) {
-    return open_tiff(std::make_shared<BorrowedBytes>(data), options);
+// The picture that programs show which know no animations.
+SharedFrames open_still_png(const SharedSource& source, FileFacts facts, const DecodeOptions& options) {
+    const PngReading reading{options.recovery != Recovery::kNone, options.recovery == Recovery::kMaximal};
+    return std::make_shared<const SingleFrame>(std::move(facts), [=] { return open_png(source, reading); });
 }
 
-// All pages together are held against the limit of memory before the first is decoded.
-std::vector<Frame> decode_tiff_pages(const FrameSource& pages, const DecodeOptions& options) {
-    int64_t bytes = 0;
-    for (size_t page = 0; page < pages.count(); page++) {
-        const FileFacts facts = pages.header(page).facts;
-        const int64_t pixel = std::max(1, facts.bits_per_pixel / 8);
-        bytes = std::min(bytes + std::min(facts.width * facts.height, int64_t{1} << 57) * pixel, int64_t{1} << 61);
-        check_memory(options, bytes, 1, 1);
+SharedFrames opened_frames(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options,
+                           bool animates) {
+    const bool lenient = options.recovery != Recovery::kNone;
+    switch (facts.format) {
+        case Format::kGif:
+            return open_gif(source, lenient, options.memory);
+        case Format::kPng:
+            return facts.is_apng && animates ? open_apng(source, lenient, options.memory)
+                                             : open_still_png(source, facts, options);
+        case Format::kTiff:
+            return open_tiff(source, options);
+        default:
+            return nullptr;
     }
-    std::vector<Frame> frames;
-    for (size_t page = 0; page < pages.count(); page++) {
-        frames.push_back({decode_tiff_page(pages, page, options), 0});
+}
+
+// A frame whose rows are not decoded yet, unless that is done by opening it. A recovery finds out what is lost.
+std::unique_ptr<VipsPicture> opened_picture(const SharedFrames& frames, size_t index, const DecodeOptions& options,
+                                            const std::string& damage) {
+    auto reader = frames->open(index);
+    const int count = static_cast<int>(std::min<size_t>(frames->count(), INT32_MAX));
+    if (frames->composes() || options.recovery != Recovery::kNone) {
+        return read_picture(*reader, options, count);
     }
-    return frames;
+    const RowsHeader header = reader->header();
+    return std::make_unique<VipsPicture>(DeferredRows::of_frame(frames, index, std::move(reader), options, damage),
+                                         header, count);
 }
 
 // The frames of an animation come below each other, each as large as the canvas, and are cut apart in that order.
@@ -288,60 +285,22 @@ std::vector<Frame> animation_frames(std::span<const uint8_t> data, const FileFac
     return frames;
 }
 
-// Tells which format it was.
-template <class Step>
-auto labeled(Format format, Step&& step) -> decltype(step()) {
-    try {
-        return std::forward<Step>(step)();
-    } catch (const PictureError& error) {
-        if (error.kind() != Failure::kDamaged) {
-            throw;
-        }
-        throw PictureError(Failure::kDamaged, label(format, "is damaged or incomplete") + ": " + error.what());
-    }
-}
-
-std::unique_ptr<Picture> decode_png(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
-    const PngReading reading{options.recovery != Recovery::kNone, options.recovery == Recovery::kMaximal};
-    const auto reader = open_png(source, reading);
-    const RowsHeader& header = reader->header();
-    const int pixel = static_cast<int>(header.form.pixel_size());
-    check_picture_size(header.width, header.height, pixel);
-    check_memory(options, header.width, header.height, pixel);
-    return finished(read_picture(*reader, options), facts, options);
-}
-
-std::vector<Frame> all_frames(const SharedFrames& frames, const DecodeOptions& options) {
-    std::vector<Frame> result;
-    for (size_t i = 0; i < frames->count(); i++) {
-        result.push_back({decode_frame(frames, i, options), frames->header(i).duration});
-    }
-    return result;
-}
-
 }  // namespace
 
 SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) {
     settle_after_fork();
     SourceBytes bytes(source);
     const FileFacts facts = probe(bytes);
-    const bool lenient = options.recovery != Recovery::kNone;
-    if (facts.format == Format::kGif) {
-        return labeled(facts.format, [&]() -> SharedFrames { return open_gif(source, lenient, options.memory); });
-    }
-    if (facts.format == Format::kPng && facts.is_apng) {
-        return labeled(facts.format, [&] { return open_apng(source, lenient, options.memory); });
-    }
-    return nullptr;
+    return labeled(damage_of(facts.format, {}), [&] { return opened_frames(source, facts, options, true); });
 }
 
 std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, const DecodeOptions& options) {
     settle_after_fork();
     const FrameHeader header = frames->header(index);
     const FileFacts& facts = header.facts;
-    return labeled(facts.format, [&] {
-        const auto reader = frames->open(index);
-        auto picture = read_picture(*reader, options, static_cast<int>(frames->count()));
+    const std::string damage = damage_of(facts.format, options);
+    return labeled(damage, [&] {
+        auto picture = opened_picture(frames, index, options, damage);
         const bool covers = header.area == Rect{0, 0, picture->width(), picture->height()};
         const bool clear = header.control && header.control->transparent;
         if (options.recovery != Recovery::kNone && facts.format == Format::kGif && covers && !clear) {
@@ -354,51 +313,49 @@ std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, 
     });
 }
 
+namespace {
+
+// The data go with the caller.
+std::unique_ptr<Picture> independent(std::unique_ptr<Picture> picture) {
+    auto& own = static_cast<VipsPicture&>(*picture);
+    own.image();
+    own.set_origin({});
+    return picture;
+}
+
+}  // namespace
+
 std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();
     const FileFacts facts = probe(data);
     const VipsFailOn fail_on = options.recovery == Recovery::kNone ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE;
     const std::string what = label(facts.format, "is damaged or incomplete");
     return guarded(Failure::kDamaged, what.c_str(), [&] {
-        if (facts.format == Format::kTiff) {
-            return decode_tiff_pages(*tiff_pages(data, options), options);
-        }
-        if (const SharedFrames found = open_frames(borrowed_source(data), options)) {
-            std::vector<Frame> decoded = all_frames(found, options);
-            for (Frame& frame : decoded) {
-                static_cast<VipsPicture&>(*frame.picture).set_origin({});  // the data go with the caller
+        std::vector<Frame> result;
+        if (const SharedFrames frames = open_frames(borrowed_source(data), options)) {
+            for (size_t i = 0; i < frames->count(); i++) {
+                result.push_back({independent(decode_frame(frames, i, options)), frames->header(i).duration});
             }
-            return decoded;
+        } else if (facts.format == Format::kWebp) {
+            result = animation_frames(data, facts, options, fail_on);
+        } else {
+            result.push_back({decode(data, options), 0});
         }
-        if (facts.format == Format::kWebp) {
-            return animation_frames(data, facts, options, fail_on);
-        }
-        std::vector<Frame> frames;
-        frames.push_back({decode(data, options), 0});
-        return frames;
+        return result;
     });
 }
 
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();
     vips_error_clear();  // of what another picture was warned about
-    FileFacts facts = probe(data);
+    const FileFacts facts = probe(data);
     require_decodable(facts, options);
-    switch (facts.format) {
-        case Format::kBmp:
-            return decode_raster(data, facts, options);
-        case Format::kGif: {
-            auto picture = decode_frame(open_frames(borrowed_source(data), options), 0, options);
-            static_cast<VipsPicture&>(*picture).set_origin({});  // the data go with the caller
-            return picture;
-        }
-        case Format::kPng:
-            return labeled(facts.format, [&] { return decode_png(borrowed_source(data), facts, options); });
-        case Format::kTiff:
-            return decode_tiff_page(*tiff_pages(data, options), 0, options);
-        default:
-            return decode_with_vips(data, facts, options);
+    const SharedFrames frames = labeled(damage_of(facts.format, options),
+                                        [&] { return opened_frames(borrowed_source(data), facts, options, false); });
+    if (frames != nullptr) {
+        return independent(decode_frame(frames, 0, options));
     }
+    return facts.format == Format::kBmp ? decode_raster(data, facts, options) : decode_with_vips(data, facts, options);
 }
 
 }  // namespace zelmor::imagework

@@ -175,8 +175,8 @@ void VipsPicture::flatten(Argb background) {
     apply("the background could not be put in", [&] {
         const std::vector<double> colors(color.begin(), color.end() - 1);
         const VImage flat =
-            m_image.flatten(VImage::option()->set("background", colors)->set("max_alpha", channel_max(m_image)));
-        return rounded_like(flat, m_image);
+            image().flatten(VImage::option()->set("background", colors)->set("max_alpha", channel_max(image())));
+        return rounded_like(flat, image());
     });
 }
 
@@ -201,9 +201,9 @@ void VipsPicture::make_transparent(Argb color) {
     to_rgb();
     change_alpha(true);
     apply("the transparent color could not be taken out", [&] {
-        VImage colors = color_bands(m_image);
+        VImage colors = color_bands(image());
         VImage matches = (colors == ink(colors, color)).bandand();
-        return matches.ifthenelse(ink(m_image, color & 0x00FFFFFF), m_image);
+        return matches.ifthenelse(ink(image(), color & 0x00FFFFFF), image());
     });
 }
 

@@ -56,8 +56,8 @@ void VipsPicture::filter(const Rect& area, const Filter& filter) {
         to_direct();
     }
     apply("the image could not be filtered", [&] {
-        const VImage result = std::visit([&](const auto& kind) { return filtered(m_image, kind, area); }, filter);
-        return area.width == width() && area.height == height() ? result : m_image.insert(result, area.x, area.y);
+        const VImage result = std::visit([&](const auto& kind) { return filtered(image(), kind, area); }, filter);
+        return area.width == width() && area.height == height() ? result : image().insert(result, area.x, area.y);
     });
 }
 

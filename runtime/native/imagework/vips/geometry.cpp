@@ -67,8 +67,11 @@ VImage turned(const VImage& image, double degrees, bool grow, std::vector<double
 
 void VipsPicture::crop(const Rect& area) {
     require_inside(area);
+    if (m_rows != nullptr) {
+        return take_rows(DeferredRows::cropped(m_rows, area));
+    }
     apply("the image could not be cropped",
-          [&] { return m_image.extract_area(area.x, area.y, area.width, area.height); });
+          [&] { return image().extract_area(area.x, area.y, area.width, area.height); });
 }
 
 void VipsPicture::place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) {
@@ -77,9 +80,9 @@ void VipsPicture::place(int32_t width, int32_t height, int32_t x, int32_t y, Arg
     if (!covered) {
         admit(background);
     }
-    check_picture_size(width, height, static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(m_image.get_image())));
+    check_picture_size(width, height, static_cast<int>(m_form.pixel_size()));
     const std::vector<double> fill = ink_of(background);
-    apply("the image could not be placed on its canvas", [&] { return placed(m_image, width, height, x, y, fill); });
+    apply("the image could not be placed on its canvas", [&] { return placed(image(), width, height, x, y, fill); });
 }
 
 void VipsPicture::replace_area(const Rect& area, Argb color) {
@@ -88,16 +91,17 @@ void VipsPicture::replace_area(const Rect& area, Argb color) {
     const std::vector<double> value = ink_of(color);
     apply("the area could not be filled", [&] {
         const VImage fill =
-            m_image.extract_area(0, 0, 1, 1)
+            image()
+                .extract_area(0, 0, 1, 1)
                 .new_from_image(value)
                 .embed(0, 0, area.width, area.height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
-        return m_image.insert(fill, area.x, area.y);
+        return image().insert(fill, area.x, area.y);
     });
 }
 
 void VipsPicture::rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) {
     apply("the image could not be rotated", [&] {
-        VImage result = quarter_turned(m_image, quarter_turns & 3);
+        VImage result = quarter_turned(image(), quarter_turns & 3);
         if (mirror_x) {
             result = result.fliphor();
         }
@@ -123,7 +127,7 @@ void VipsPicture::rotate(double degrees, bool grow, Argb background) {
         }
         const std::vector<double> fill = ink_of(background);
         apply("the image could not be rotated", [&] {
-            VImage result = quarter_turned(m_image, static_cast<int>(quarters) & 3);
+            VImage result = quarter_turned(image(), static_cast<int>(quarters) & 3);
             if (grow || (result.width() == width && result.height() == height)) {
                 return result;
             }
@@ -136,7 +140,7 @@ void VipsPicture::rotate(double degrees, bool grow, Argb background) {
     // The canvas that a turned picture needs is largest at 45 degrees, less than twice each side together.
     check_picture_size(int64_t{width()} + (grow ? height() : 0), int64_t{height()} + (grow ? width() : 0), 1);
     const std::vector<double> fill = ink_of(background);
-    apply("the image could not be rotated", [&] { return turned(m_image, turn, grow, fill); });
+    apply("the image could not be rotated", [&] { return turned(image(), turn, grow, fill); });
 }
 
 }  // namespace zelmor::imagework

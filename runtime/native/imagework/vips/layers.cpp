@@ -114,8 +114,8 @@ void VipsPicture::draw(const Picture& other, int32_t x, int32_t y) {
     with_storage(storage_of(m_form.sample), [&](auto sample) {
         using Sample = decltype(sample);
         for (int32_t row = 0; row < top.height(); row++) {
-            lay_over(reinterpret_cast<const Sample*>(row_of(top.m_image, row)),
-                     reinterpret_cast<Sample*>(row_of(m_image, first + row, left)), m_form.color_bands(), m_form.alpha,
+            lay_over(reinterpret_cast<const Sample*>(row_of(top.image(), row)),
+                     reinterpret_cast<Sample*>(row_of(image(), first + row, left)), m_form.color_bands(), m_form.alpha,
                      count);
         }
     });
@@ -137,7 +137,7 @@ void VipsPicture::blend(const Rect& area, std::span<const Argb> on_black, std::s
         using Sample = decltype(sample);
         for (int32_t y = 0; y < area.height; y++) {
             const size_t first = static_cast<size_t>(y) * width;
-            blend_row(reinterpret_cast<Sample*>(row_of(m_image, area.y + y, area.x)), m_form.color_bands(),
+            blend_row(reinterpret_cast<Sample*>(row_of(image(), area.y + y, area.x)), m_form.color_bands(),
                       m_form.alpha, on_black.subspan(first, width), on_white.subspan(first, width));
         }
     });

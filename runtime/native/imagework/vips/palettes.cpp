@@ -265,8 +265,8 @@ std::vector<uint8_t> VipsPicture::indices(std::span<const Argb> palette, bool di
     return guarded(Failure::kInternal, "the pixels could not be indexed", [&] {
         if (std::equal(palette.begin(), palette.end(), this->palette().begin(), this->palette().end())) {
             // Of entries that are alike each keeps its pixels.
-            const auto* own = static_cast<const uint8_t*>(m_image.data());
-            return std::vector<uint8_t>(own, own + VIPS_IMAGE_SIZEOF_IMAGE(m_image.get_image()));
+            const auto* own = static_cast<const uint8_t*>(image().data());
+            return std::vector<uint8_t>(own, own + VIPS_IMAGE_SIZEOF_IMAGE(image().get_image()));
         }
         return indices_in(colors(), palette, diffuse);
     });

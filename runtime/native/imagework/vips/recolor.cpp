@@ -96,7 +96,7 @@ void VipsPicture::replace_color(Argb old_color, uint8_t tolerance, Argb new_colo
     }
     apply("the color could not be replaced", [&] {
         return with_storage(storage_of(m_form.sample), [&](auto sample) {
-            return replaced<decltype(sample)>(m_image, old_color, tolerance, new_color);
+            return replaced<decltype(sample)>(image(), old_color, tolerance, new_color);
         });
     });
 }
@@ -107,10 +107,10 @@ void VipsPicture::replace_rgb(Argb new_color) {
     admit(had_alpha ? new_color | kBlack : new_color);
     apply("the colors could not be replaced", [&] {
         if (!had_alpha) {  // with the alpha of the color, if it has one
-            return m_image.new_from_image(ink(m_image, new_color));
+            return image().new_from_image(ink(image(), new_color));
         }
-        const VImage colors = color_bands(m_image);
-        return with_alpha_of(colors.new_from_image(ink(colors, new_color)), m_image);
+        const VImage colors = color_bands(image());
+        return with_alpha_of(colors.new_from_image(ink(colors, new_color)), image());
     });
 }
 

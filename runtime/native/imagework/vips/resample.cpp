@@ -3,11 +3,13 @@
 #include "runtime/native/imagework/vips/resample.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <optional>
 #include <string>
 
 #include "runtime/native/imagework/resampling_weights.h"
+#include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/sample_rows.h"
 #include "runtime/native/imagework/vips/strips.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
@@ -109,69 +111,96 @@ void across_row(const Work* row, const Pass<Work>& pass, Work* to, int bands) {
     }
 }
 
+// Rows of the old picture, of which some of the first may be gone.
+struct OldRows {
+    const uint8_t* data;
+    size_t row_size;
+    size_t pixel_size;
+    int top;  // the number of the first row that is there
+
+    const uint8_t* at(int y, int x = 0) const {
+        assert(y >= top);
+        return data + static_cast<size_t>(y - top) * row_size + static_cast<size_t>(x) * pixel_size;
+    }
+};
+
+struct Size {
+    int width;
+    int height;
+};
+
+// Makes new rows of old ones. Any thread may call it.
 template <class Work>
 class Resampler {
  public:
-    Resampler(const VImage& source, const VImage& target, bool alpha, const std::optional<Pass<Work>>& across,
-              const std::optional<Pass<Work>>& down)
-        : m_source(source),
-          m_target(target),
-          m_form{source.format(), source.bands(), alpha},
-          m_across(across),
-          m_down(down),
-          m_old_row(m_form.samples(source.width())),
-          m_new_row(m_form.samples(target.width())) {}
+    Resampler(const SampleForm& form, Size old_size, Size new_size, std::optional<Pass<Work>> across,
+              std::optional<Pass<Work>> down)
+        : m_form(form),
+          m_old(old_size),
+          m_new(new_size),
+          m_across(std::move(across)),
+          m_down(std::move(down)),
+          m_old_row(m_form.samples(old_size.width)),
+          m_new_row(m_form.samples(new_size.width)) {}
 
-    void run() {
-        const bool down_first = !m_down || m_target.height() <= m_source.height();
-        const size_t row = down_first ? m_old_row : m_new_row;
-        const int rows = static_cast<int>(std::clamp<size_t>(kBetween / row, 8, 64));
-        for_strips(m_target, rows, [&](int begin, int end) {
-            if (down_first) {
-                reduce_down(begin, end);
-            } else {
-                enlarge_down(begin, end);
-            }
-        });
+    // How many rows are made together at best.
+    int rows_together() const {
+        return static_cast<int>(std::clamp<size_t>(kBetween / (down_first() ? m_old_row : m_new_row), 8, 64));
+    }
+
+    // The old rows that the new rows from `begin` to `end` are made of.
+    int first_needed(int begin) const { return m_down ? m_down->first[static_cast<size_t>(begin)] : begin; }
+    int end_needed(int end) const { return m_down ? m_down->end(end - 1) : end; }
+
+    // Makes them; they lie `row_size` bytes after each other.
+    void make(const OldRows& old, int begin, int end, uint8_t* to, size_t row_size) const {
+        if (down_first()) {
+            reduce_down(old, begin, end, to, row_size);
+        } else {
+            enlarge_down(old, begin, end, to, row_size);
+        }
     }
 
  private:
+    bool down_first() const { return !m_down || m_new.height <= m_old.height; }
+
     // The rows are brought to their number first, in the old width.
-    void reduce_down(int begin, int end) {
+    void reduce_down(const OldRows& old, int begin, int end, uint8_t* to, size_t row_size) const {
         std::vector<Work> between(static_cast<size_t>(end - begin) * m_old_row + kSlack);
         if (m_down) {
             const int pixels = static_cast<int>(kBlock) / m_form.bands;
             std::vector<Work> block(m_form.samples(pixels));
-            for (int x = 0; x < m_source.width(); x += pixels) {
-                add_columns(begin, end, x, std::min(pixels, m_source.width() - x), block, between);
+            for (int x = 0; x < m_old.width; x += pixels) {
+                add_columns(old, begin, end, x, std::min(pixels, m_old.width - x), block, between);
             }
         } else {
             for (int y = begin; y < end; y++) {
-                unpack_row(m_form, row_of(m_source, y), &between[row(begin, y, m_old_row)], m_source.width());
+                unpack_row(m_form, old.at(y), &between[row(begin, y, m_old_row)], m_old.width);
             }
         }
         std::vector<Work> finished(m_new_row + kSlack);
-        for (int y = begin; y < end; y++) {
+        for (int y = begin; y < end; y++, to += row_size) {
             Work* numbers = &between[row(begin, y, m_old_row)];
             if (m_across) {
                 across_row(numbers, *m_across, finished.data(), m_form.bands);
                 numbers = finished.data();
             }
-            pack_row(m_form, numbers, row_of(m_target, y), m_target.width());
+            pack_row(m_form, numbers, to, m_new.width);
         }
     }
 
     // Adds each old row of the columns to all new rows that it counts for.
-    void add_columns(int begin, int end, int x, int pixels, std::vector<Work>& block, std::vector<Work>& between) {
+    void add_columns(const OldRows& old, int begin, int end, int x, int pixels, std::vector<Work>& block,
+                     std::vector<Work>& between) const {
         int lowest = begin;
-        for (int old = m_down->first[static_cast<size_t>(begin)]; old < m_down->end(end - 1); old++) {
-            unpack_row(m_form, row_of(m_source, old, x), block.data(), pixels);
-            while (m_down->end(lowest) <= old) {
+        for (int from = m_down->first[static_cast<size_t>(begin)]; from < m_down->end(end - 1); from++) {
+            unpack_row(m_form, old.at(from, x), block.data(), pixels);
+            while (m_down->end(lowest) <= from) {
                 lowest++;
             }
-            for (int y = lowest; y < end && m_down->first[static_cast<size_t>(y)] <= old; y++) {
+            for (int y = lowest; y < end && m_down->first[static_cast<size_t>(y)] <= from; y++) {
                 run_step<AddScaled<Work>>(static_cast<const Work*>(block.data()),
-                                          m_down->weights(y)[old - m_down->first[static_cast<size_t>(y)]],
+                                          m_down->weights(y)[from - m_down->first[static_cast<size_t>(y)]],
                                           &between[row(begin, y, m_old_row) + m_form.samples(x)],
                                           m_form.samples(pixels));
             }
@@ -179,119 +208,248 @@ class Resampler {
     }
 
     // The old rows are brought to the new width first.
-    void enlarge_down(int begin, int end) {
+    void enlarge_down(const OldRows& old, int begin, int end, uint8_t* to, size_t row_size) const {
         const int first = m_down->first[static_cast<size_t>(begin)];
         const int last = m_down->end(end - 1);
         std::vector<Work> between(static_cast<size_t>(last - first) * m_new_row + kSlack);
         std::vector<Work> whole(m_across ? m_old_row + kSlack : 0);
-        for (int old = first; old < last; old++) {
-            Work* numbers = &between[row(first, old, m_new_row)];
-            unpack_row(m_form, row_of(m_source, old), m_across ? whole.data() : numbers, m_source.width());
+        for (int from = first; from < last; from++) {
+            Work* numbers = &between[row(first, from, m_new_row)];
+            unpack_row(m_form, old.at(from), m_across ? whole.data() : numbers, m_old.width);
             if (m_across) {
                 across_row(whole.data(), *m_across, numbers, m_form.bands);
             }
         }
         std::vector<Work> finished(m_new_row);
-        for (int y = begin; y < end; y++) {
+        for (int y = begin; y < end; y++, to += row_size) {
             const Work* numbers = &between[row(first, m_down->first[static_cast<size_t>(y)], m_new_row)];
             run_step<WeightedSum<Work>>(numbers, m_new_row, m_down->weights(y),
                                         static_cast<size_t>(m_down->count[static_cast<size_t>(y)]), finished.data(),
                                         m_new_row);
-            pack_row(m_form, finished.data(), row_of(m_target, y), m_target.width());
+            pack_row(m_form, finished.data(), to, m_new.width);
         }
     }
 
     static size_t row(int begin, int y, size_t size) { return static_cast<size_t>(y - begin) * size; }
 
-    VImage m_source;
-    VImage m_target;
     SampleForm m_form;
-    const std::optional<Pass<Work>>& m_across;
-    const std::optional<Pass<Work>>& m_down;
+    Size m_old;
+    Size m_new;
+    std::optional<Pass<Work>> m_across;
+    std::optional<Pass<Work>> m_down;
     size_t m_old_row;  // samples
     size_t m_new_row;
 };
 
-// Sums of so many terms lose bits: beyond that, single precision could change a sample.
-bool loses_bits(const VImage& image, size_t terms) {
-    return !fits_single(image.format()) || terms > (vips_format_sizeof(image.format()) == 1 ? 4096 : 128);
-}
+// The weights of both passes, of which the sides that stay as they are need none.
+struct Weights {
+    std::optional<ResamplingWeights> across;
+    std::optional<ResamplingWeights> down;
+
+    // The lengths of the old sides may be a part of a pixel less than the pixels that there are.
+    Weights(Resampling resampling, Size from, Size to, double width, double height) {
+        if (from.width != to.width) {
+            across = resampling_weights(resampling, from.width, to.width, width);
+        }
+        if (from.height != to.height) {
+            down = resampling_weights(resampling, from.height, to.height, height);
+        }
+    }
+
+    // Sums of so many terms lose bits: beyond that, single precision could change a sample.
+    bool lose_bits(VipsBandFormat format) const {
+        const size_t terms = std::max(across ? across->stride : 0, down ? down->stride : 0);
+        return !fits_single(format) || terms > (vips_format_sizeof(format) == 1 ? 4096 : 128);
+    }
+
+    template <class Work>
+    Resampler<Work> resampler(const SampleForm& form, Size from, Size to) const {
+        const auto pass = [](const std::optional<ResamplingWeights>& weights) {
+            return weights ? std::make_optional<Pass<Work>>(*weights) : std::nullopt;
+        };
+        return {form, from, to, pass(across), pass(down)};
+    }
+};
 
 template <class Work>
-VImage by_weights(const VImage& source, int width, int height, const std::optional<ResamplingWeights>& across,
-                  const std::optional<ResamplingWeights>& down, bool alpha) {
-    const auto pass = [](const std::optional<ResamplingWeights>& weights) {
-        return weights ? std::make_optional<Pass<Work>>(*weights) : std::nullopt;
-    };
-    const auto across_pass = pass(across);
-    const auto down_pass = pass(down);
-    VImage target = raster_like(source, width, height, source.bands(), source.format());
-    Resampler<Work>(source, target, alpha, across_pass, down_pass).run();
-    return target;
+void run_over(const Resampler<Work>& resampler, const VImage& source, const VImage& target) {
+    const size_t pixel_size = VIPS_IMAGE_SIZEOF_PEL(source.get_image());
+    const OldRows old{row_of(source, 0), pixel_size * static_cast<size_t>(source.width()), pixel_size, 0};
+    const size_t row_size = pixel_size * static_cast<size_t>(target.width());
+    for_strips(target, resampler.rows_together(),
+               [&](int begin, int end) { resampler.make(old, begin, end, row_of(target, begin), row_size); });
 }
 
 VImage by_kernel(const VImage& image, int width, int height, Resampling resampling, bool alpha) {
     if (image.width() == width && image.height() == height) {
         return image;
     }
-    std::optional<ResamplingWeights> across;
-    std::optional<ResamplingWeights> down;
-    size_t terms = 0;
-    if (image.width() != width) {
-        across = resampling_weights(resampling, image.width(), width);
-        terms = across->stride;
-    }
-    if (image.height() != height) {
-        down = resampling_weights(resampling, image.height(), height);
-        terms = std::max(terms, down->stride);
-    }
     const VImage source = image.copy_memory();
-    return loses_bits(source, terms) ? by_weights<double>(source, width, height, across, down, alpha)
-                                     : by_weights<float>(source, width, height, across, down, alpha);
+    const Size from{source.width(), source.height()};
+    const Size to{width, height};
+    const Weights weights(resampling, from, to, from.width, from.height);
+    const SampleForm form{source.format(), source.bands(), alpha};
+    const VImage target = raster_like(source, width, height, source.bands(), source.format());
+    if (weights.lose_bits(source.format())) {
+        run_over(weights.resampler<double>(form, from, to), source, target);
+    } else {
+        run_over(weights.resampler<float>(form, from, to), source, target);
+    }
+    return target;
 }
 
 // Looks each new pixel up at the place of its center, (i + 1/2) * old / new.
+class Lookup {
+ public:
+    Lookup(size_t pixel_size, Size from, Size to)
+        : m_pixel_size(pixel_size), m_from(from), m_to(to), m_offsets(static_cast<size_t>(to.width)) {
+        for (int x = 0; x < to.width; x++) {
+            m_offsets[static_cast<size_t>(x)] = pixel_size * static_cast<size_t>(place(x, from.width, to.width));
+        }
+    }
+
+    // The old row that a new one is made of.
+    int row(int y) const { return place(y, m_from.height, m_to.height); }
+
+    void make(const uint8_t* from, uint8_t* to) const {
+        const auto copy = [&](auto known_size) {
+            const size_t bytes = known_size == 0 ? m_pixel_size : known_size;
+            for (const size_t offset : m_offsets) {
+                std::memcpy(to, from + offset, bytes);
+                to += bytes;
+            }
+        };
+        // Sizes that the compiler knows become single instructions.
+        switch (m_pixel_size) {
+            case 1:
+                copy(std::integral_constant<size_t, 1>());
+                break;
+            case 3:
+                copy(std::integral_constant<size_t, 3>());
+                break;
+            case 4:
+                copy(std::integral_constant<size_t, 4>());
+                break;
+            default:
+                copy(std::integral_constant<size_t, 0>());
+                break;
+        }
+    }
+
+ private:
+    static int place(int i, int from, int to) {
+        return static_cast<int>((2 * int64_t{i} + 1) * from / (2 * int64_t{to}));
+    }
+
+    size_t m_pixel_size;
+    Size m_from;
+    Size m_to;
+    std::vector<size_t> m_offsets;
+};
+
 VImage nearest(const VImage& image, int width, int height) {
     const VImage source = image.copy_memory();
-    VImage target = raster_like(source, width, height, source.bands(), source.format());
-    const size_t size = VIPS_IMAGE_SIZEOF_PEL(source.get_image());
-    const auto place = [](int i, int from, int to) {
-        return static_cast<size_t>((2 * int64_t{i} + 1) * from / (2 * int64_t{to}));
-    };
-    std::vector<size_t> offsets(static_cast<size_t>(width));
-    for (int x = 0; x < width; x++) {
-        offsets[static_cast<size_t>(x)] = size * place(x, source.width(), width);
-    }
+    const VImage target = raster_like(source, width, height, source.bands(), source.format());
+    const Lookup lookup(VIPS_IMAGE_SIZEOF_PEL(source.get_image()), {source.width(), source.height()}, {width, height});
     for_strips(target, 64, [&](int begin, int end) {
         for (int y = begin; y < end; y++) {
-            const uint8_t* from = row_of(source, static_cast<int>(place(y, source.height(), height)));
-            uint8_t* to = row_of(target, y);
-            const auto copy = [&](auto known_size) {
-                const size_t bytes = known_size == 0 ? size : known_size;
-                for (const size_t offset : offsets) {
-                    std::memcpy(to, from + offset, bytes);
-                    to += bytes;
-                }
-            };
-            // Sizes that the compiler knows become single instructions.
-            switch (size) {
-                case 1:
-                    copy(std::integral_constant<size_t, 1>());
-                    break;
-                case 3:
-                    copy(std::integral_constant<size_t, 3>());
-                    break;
-                case 4:
-                    copy(std::integral_constant<size_t, 4>());
-                    break;
-                default:
-                    copy(std::integral_constant<size_t, 0>());
-                    break;
-            }
+            lookup.make(row_of(source, lookup.row(y)), row_of(target, y));
         }
     });
     return target;
 }
+
+// ---- The same row by row
+
+// The last rows of a reader that were read, as many as are needed.
+class Window {
+ public:
+    explicit Window(std::unique_ptr<RowReader> before)
+        : m_before(std::move(before)),
+          m_pixel_size(m_before->header().form.pixel_size()),
+          m_row_size(m_pixel_size * static_cast<size_t>(m_before->header().width)) {}
+
+    const RowsHeader& header() const { return m_before->header(); }
+
+    // The rows from `first` to before `end`; neither of them goes back from call to call.
+    OldRows rows(int first, int end) {
+        assert(first >= m_top);
+        const auto gone = static_cast<size_t>(std::min(first, m_end) - m_top) * m_row_size;
+        m_rows.erase(m_rows.begin(), m_rows.begin() + static_cast<std::ptrdiff_t>(gone));
+        m_top = first;
+        for (; m_end < first; m_end++) {  // nobody needs them
+            m_rows.resize(m_row_size);
+            m_before->read(1, m_rows);
+            m_rows.clear();
+        }
+        if (end > m_end) {
+            const size_t had = m_rows.size();
+            const auto more = static_cast<size_t>(end - m_end) * m_row_size;
+            m_rows.resize(had + more);
+            m_before->read(end - m_end, std::span(m_rows).subspan(had));
+            m_end = end;
+        }
+        return {m_rows.data(), m_row_size, m_pixel_size, m_top};
+    }
+
+ private:
+    std::unique_ptr<RowReader> m_before;
+    size_t m_pixel_size;
+    size_t m_row_size;
+    int m_top = 0;
+    int m_end = 0;
+    std::vector<uint8_t> m_rows;
+};
+
+template <class Work>
+class ResampledRows final : public RowReader {
+ public:
+    ResampledRows(std::unique_ptr<RowReader> before, RowsHeader header, Resampler<Work> resampler)
+        : m_window(std::move(before)), m_header(std::move(header)), m_resampler(std::move(resampler)) {}
+    const RowsHeader& header() const override { return m_header; }
+
+    void read(int32_t count, std::span<uint8_t> rows) override {
+        const size_t row_size = m_header.form.pixel_size() * static_cast<size_t>(m_header.width);
+        uint8_t* to = rows.data();
+        for (const int end = m_next + count; m_next < end;) {
+            const int next = std::min(end, m_next + m_resampler.rows_together());
+            const OldRows old = m_window.rows(m_resampler.first_needed(m_next), m_resampler.end_needed(next));
+            m_resampler.make(old, m_next, next, to, row_size);
+            to += static_cast<size_t>(next - m_next) * row_size;
+            m_next = next;
+        }
+    }
+
+ private:
+    Window m_window;
+    RowsHeader m_header;
+    Resampler<Work> m_resampler;
+    int m_next = 0;
+};
+
+class NearestRows final : public RowReader {
+ public:
+    NearestRows(std::unique_ptr<RowReader> before, RowsHeader header)
+        : m_window(std::move(before)),
+          m_header(std::move(header)),
+          m_lookup(m_header.form.pixel_size(), {m_window.header().width, m_window.header().height},
+                   {m_header.width, m_header.height}) {}
+    const RowsHeader& header() const override { return m_header; }
+
+    void read(int32_t count, std::span<uint8_t> rows) override {
+        const size_t row_size = m_header.form.pixel_size() * static_cast<size_t>(m_header.width);
+        for (int32_t i = 0; i < count; i++, m_next++) {
+            const int row = m_lookup.row(m_next);
+            m_lookup.make(m_window.rows(row, row + 1).at(row), rows.data() + static_cast<size_t>(i) * row_size);
+        }
+    }
+
+ private:
+    Window m_window;
+    RowsHeader m_header;
+    Lookup m_lookup;
+    int m_next = 0;
+};
 
 // Enlarges by the library's locally bounded bicubic, so that the outer edges of both pictures meet.
 VImage enlarged_adaptively(const VImage& image, int width, int height, bool alpha) {
@@ -329,15 +487,36 @@ VImage resampled(const VImage& image, int width, int height, Resampling resampli
     }
 }
 
+std::unique_ptr<RowReader> resampled_rows(std::unique_ptr<RowReader> before, double width, double height,
+                                          const RowsHeader& header, Resampling resampling) {
+    const Size from{before->header().width, before->header().height};
+    const Size to{header.width, header.height};
+    assert(from.width != to.width || from.height != to.height);
+    if (resampling == Resampling::kNearest) {
+        return std::make_unique<NearestRows>(std::move(before), header);
+    }
+    const Weights weights(resampling, from, to, width, height);
+    const SampleForm form{band_format(header.form.sample), header.form.bands(), header.form.alpha};
+    if (weights.lose_bits(form.format)) {
+        return std::make_unique<ResampledRows<double>>(std::move(before), header,
+                                                       weights.resampler<double>(form, from, to));
+    }
+    return std::make_unique<ResampledRows<float>>(std::move(before), header, weights.resampler<float>(form, from, to));
+}
+
 void VipsPicture::resize(int32_t width, int32_t height, Resampling resampling) {
-    check_picture_size(width, height, static_cast<int>(VIPS_IMAGE_SIZEOF_PEL(m_image.get_image())));
-    if (width == m_image.width() && height == m_image.height()) {
+    check_picture_size(width, height, static_cast<int>(m_form.pixel_size()));
+    if (width == this->width() && height == this->height()) {
         return;
     }
     if (resampling != Resampling::kNearest) {  // which mixes nothing
         to_direct();
     }
-    apply("the image could not be resized", [&] { return resampled(m_image, width, height, resampling, has_alpha()); });
+    const bool adapts = resampling == Resampling::kAdaptive && (width > this->width() || height > this->height());
+    if (m_rows != nullptr && !adapts) {
+        return take_rows(DeferredRows::resized(m_rows, width, height, resampling));
+    }
+    apply("the image could not be resized", [&] { return resampled(image(), width, height, resampling, has_alpha()); });
 }
 
 }  // namespace zelmor::imagework

@@ -2,6 +2,9 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_RESAMPLE_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_RESAMPLE_H
 
+#include <memory>
+
+#include "runtime/native/imagework/pixels/rows.h"
 #include "runtime/native/imagework/resampling.h"
 #include "runtime/native/imagework/vips/vips_support.h"
 
@@ -9,6 +12,11 @@ namespace zelmor::imagework {
 
 // An image of real samples of any format, whose last band is an alpha or not, in the size given.
 vips::VImage resampled(const vips::VImage& image, int width, int height, Resampling resampling, bool alpha);
+
+// The same of rows, as they come: `header` has the new size and the form of both. The lengths of the old sides may be a
+// part of a pixel less than the pixels that there are. One size differs, and kAdaptive only reduces.
+std::unique_ptr<RowReader> resampled_rows(std::unique_ptr<RowReader> before, double width, double height,
+                                          const RowsHeader& header, Resampling resampling);
 
 }  // namespace zelmor::imagework
 

@@ -13,22 +13,6 @@ namespace {
 // Enough for a call of a decoder to be worth it, and little enough to stay in the processor's cache.
 constexpr size_t kBlock = 256 * 1024;
 
-VipsBandFormat band_format(SampleType sample) {
-    switch (storage_of(sample)) {
-        case Storage::kByte:
-            return VIPS_FORMAT_UCHAR;
-        case Storage::kWord:
-            return VIPS_FORMAT_USHORT;
-        case Storage::kLong:
-            return VIPS_FORMAT_UINT;
-        case Storage::kFloat:
-            return VIPS_FORMAT_FLOAT;
-        case Storage::kDouble:
-            break;
-    }
-    return VIPS_FORMAT_DOUBLE;
-}
-
 VipsInterpretation interpretation_of(const PixelForm& form) {
     const Storage storage = storage_of(form.sample);
     switch (form.color) {
@@ -67,6 +51,22 @@ int32_t rows_in_block(size_t row_size) {
 }
 
 }  // namespace
+
+VipsBandFormat band_format(SampleType sample) {
+    switch (storage_of(sample)) {
+        case Storage::kByte:
+            return VIPS_FORMAT_UCHAR;
+        case Storage::kWord:
+            return VIPS_FORMAT_USHORT;
+        case Storage::kLong:
+            return VIPS_FORMAT_UINT;
+        case Storage::kFloat:
+            return VIPS_FORMAT_FLOAT;
+        case Storage::kDouble:
+            break;
+    }
+    return VIPS_FORMAT_DOUBLE;
+}
 
 PixelForm form_of_image(const VImage& image) {
     PixelForm form;
@@ -116,14 +116,61 @@ VImage blank_image(const PixelForm& form, int32_t width, int32_t height, Resolut
     return prepared(image, form, width, height);
 }
 
+namespace {
+
+// An image for the rows of a header. It gives its share of the memory back when nobody uses its pixels any more.
+VImage image_for(const RowsHeader& header, const SharedBudget& budget) {
+    auto share = std::make_unique<MemoryShare>(
+        budget, header.form.pixel_size() * static_cast<size_t>(header.width) * static_cast<size_t>(header.height));
+    const VImage image = guarded(Failure::kInternal, "there is no memory for the pixels", [&] {
+        return blank_image(header.form, header.width, header.height, header.resolution.value_or(kDefaultResolution));
+    });
+    g_object_set_data_full(G_OBJECT(image.get_image()), "decoded-memory", share.release(),
+                           [](void* held) { delete static_cast<MemoryShare*>(held); });
+    return image;
+}
+
+// Rows of an image in memory.
+class ImageRows final : public RowReader {
+ public:
+    ImageRows(VImage image, RowsHeader header) : m_image(std::move(image)), m_header(std::move(header)) {}
+    const RowsHeader& header() const override { return m_header; }
+    void read(int32_t count, std::span<uint8_t> rows) override {
+        assert(count <= m_header.height - m_next);
+        std::copy_n(row_of(m_image, m_next), rows.size(), rows.begin());
+        m_next += count;
+    }
+
+ private:
+    VImage m_image;
+    RowsHeader m_header;
+    int32_t m_next = 0;
+};
+
+}  // namespace
+
+VImage image_of_rows(RowReader& reader, const SharedBudget& budget) {
+    const RowsHeader& header = reader.header();
+    const VImage image = image_for(header, budget);
+    const size_t row_size = header.form.pixel_size() * static_cast<size_t>(header.width);
+    const int32_t step = rows_in_block(row_size);
+    for (int32_t done = 0; done < header.height;) {
+        const int32_t count = std::min(step, header.height - done);
+        reader.read(count, {row_of(image, done), row_size * static_cast<size_t>(count)});
+        done += count;
+    }
+    return image;
+}
+
+std::unique_ptr<RowReader> rows_of_image(const VImage& image, const RowsHeader& header) {
+    assert(image.width() == header.width && image.height() == header.height);
+    return std::make_unique<ImageRows>(image, header);
+}
+
 std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions& options, int frame_count) {
     const RowsHeader& header = reader.header();
     const size_t row_size = header.form.pixel_size() * static_cast<size_t>(header.width);
-    check_picture_size(header.width, header.height, static_cast<int>(header.form.pixel_size()));
-    check_memory(options, header.width, header.height, static_cast<int>(header.form.pixel_size()));
-    VImage image = guarded(Failure::kInternal, "there is no memory for the pixels", [&] {
-        return blank_image(header.form, header.width, header.height, header.resolution.value_or(kDefaultResolution));
-    });
+    const VImage image = image_for(header, options.memory);
     // Rows that were read before an error hold, so that a recovery asks for each row by itself.
     const int32_t step = options.recovery == Recovery::kNone ? rows_in_block(row_size) : 1;
     int32_t done = 0;
@@ -153,18 +200,15 @@ std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions
 
 void write_rows(const VipsPicture& picture, RowWriter& writer) {
     const PixelForm& form = picture.form();
-    const VImage& image = picture.image();
     const size_t row_size = form.pixel_size() * static_cast<size_t>(picture.width());
     const int32_t step = rows_in_block(row_size);
-    std::vector<uint8_t> turned;
+    const std::unique_ptr<RowReader> source = picture.open_rows();
+    std::vector<uint8_t> rows;
     for (int32_t done = 0; done < picture.height();) {
         const int32_t count = std::min(step, picture.height() - done);
-        std::span<const uint8_t> rows(row_of(image, done), row_size * static_cast<size_t>(count));
-        if (has_signs(form)) {
-            turned.assign(rows.begin(), rows.end());
-            turn_signs(form, turned);
-            rows = turned;
-        }
+        rows.resize(row_size * static_cast<size_t>(count));
+        source->read(count, rows);
+        turn_signs(form, rows);
         writer.write(count, rows);
         done += count;
     }

@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include "runtime/native/imagework/pixels/memory_budget.h"
 #include "runtime/native/imagework/pixels/rows.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
@@ -17,6 +18,12 @@ namespace zelmor::imagework {
 // throws the reader's error; without a single row every mode does.
 std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions& options = {}, int frame_count = 1);
 
+// All rows of the reader in memory: samples as pictures hold them (vips_picture.h). They count against the budget for
+// as long as anyone uses the image.
+vips::VImage image_of_rows(RowReader& reader, const SharedBudget& budget);
+// The rows of such an image; `header` tells its size and form.
+std::unique_ptr<RowReader> rows_of_image(const vips::VImage& image, const RowsHeader& header);
+
 // Gives all rows of the picture to the writer, in the picture's own form.
 void write_rows(const VipsPicture& picture, RowWriter& writer);
 
@@ -24,6 +31,9 @@ void write_rows(const VipsPicture& picture, RowWriter& writer);
 // are those of `like`, or the resolution given.
 vips::VImage blank_image(const PixelForm& form, int32_t width, int32_t height, const vips::VImage& like);
 vips::VImage blank_image(const PixelForm& form, int32_t width, int32_t height, Resolution resolution);
+
+// The library's name for the storage of the samples.
+VipsBandFormat band_format(SampleType sample);
 
 // The form that an image's bands, band format and interpretation tell of.
 PixelForm form_of_image(const vips::VImage& image);

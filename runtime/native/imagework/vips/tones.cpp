@@ -34,13 +34,13 @@ void VipsPicture::grayscale() {
         return;
     }
     to_srgb();  // gray has no profile of RGB
-    apply("the image could not be made gray", [&] { return with_alpha_of(gray_of(m_image), m_image); });
+    apply("the image could not be made gray", [&] { return with_alpha_of(gray_of(image()), image()); });
 }
 
 void VipsPicture::adjust_brightness(int32_t brightness) {
     to_colors();
     apply("the brightness could not be changed", [&] {
-        return mapped(m_image,
+        return mapped(image(),
                       [&](const VImage& values, double top) { return values.linear(1.0, brightness * top / 255.0); });
     });
 }
@@ -50,7 +50,7 @@ void VipsPicture::adjust_contrast(double contrast) {
     double factor = std::pow((100.0 + contrast) / 100.0, 2.0);
     to_colors();
     apply("the contrast could not be changed", [&] {
-        return mapped(m_image, [&](const VImage& values, double top) {
+        return mapped(image(), [&](const VImage& values, double top) {
             return values.linear(factor, top / 2.0 * (1.0 - factor));
         });
     });
@@ -62,11 +62,10 @@ void VipsPicture::adjust_gamma(double red, double green, double blue) {
         to_rgb();
     }
     apply("the gamma could not be changed", [&] {
-        const VImage& image = m_image;
-        return mapped(image, [&](const VImage& values, double top) {
+        return mapped(image(), [&](const VImage& values, double top) {
             VImage unit = values.linear(1.0 / top, 0.0);
             auto curve = [&](double gamma) { return unit.math2_const(VIPS_OPERATION_MATH2_POW, {1.0 / gamma}); };
-            VImage all = is_gray_image(image) ? curve(red) : VImage::bandjoin({curve(red), curve(green), curve(blue)});
+            VImage all = is_gray() ? curve(red) : VImage::bandjoin({curve(red), curve(green), curve(blue)});
             return all.linear(top, 0.0);
         });
     });

@@ -66,6 +66,12 @@ VImage without_profile(const VImage& image) {
     return result;
 }
 
+// What the formats can tell.
+Resolution in_range(Resolution resolution) {
+    const auto limited = [](double dots) { return dots_per_millimeter(dots) * kMillimetersPerInch; };
+    return {limited(resolution.horizontal), limited(resolution.vertical)};
+}
+
 SharedPalette shared_palette(const RowsHeader& header) {
     if (header.form.color != ColorModel::kIndexed) {
         return nullptr;
@@ -78,22 +84,37 @@ SharedPalette shared_palette(const RowsHeader& header) {
 VipsPicture::VipsPicture(const VImage& image, int frame_count)
     : m_image(computed(without_profile(in_known_form(image)))),
       m_form(form_of_image(m_image)),
+      m_resolution{image.xres() * kMillimetersPerInch, image.yres() * kMillimetersPerInch},
       m_profile(profile_in(image)),
       m_frame_count(frame_count) {}
 
 VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header, int frame_count)
     : m_image(computed(image)),
       m_form(header.form),
+      m_resolution(in_range(header.resolution.value_or(kDefaultResolution))),
       m_palette(shared_palette(header)),
       m_profile(header.profile),
       m_frame_count(frame_count) {
     assert(m_image.bands() == m_form.bands());
 }
 
+VipsPicture::VipsPicture(SharedRows rows, const RowsHeader& header, int frame_count)
+    : m_rows(std::move(rows)),
+      m_form(header.form),
+      m_resolution(in_range(header.resolution.value_or(kDefaultResolution))),
+      m_palette(shared_palette(header)),
+      m_profile(header.profile),
+      m_frame_count(frame_count) {
+    assert(m_rows != nullptr && m_rows->header().form.bands() == m_form.bands());
+}
+
 VipsPicture::VipsPicture(const VipsPicture& other, Shared)
     : Picture(other),
       m_image(other.m_image),
+      m_rows(other.m_rows),
+      m_again(other.m_again),
       m_form(other.m_form),
+      m_resolution(other.m_resolution),
       m_palette(other.m_palette),
       m_profile(other.m_profile),
       m_frame_count(other.m_frame_count),
@@ -101,9 +122,43 @@ VipsPicture::VipsPicture(const VipsPicture& other, Shared)
       m_to_srgb(other.m_to_srgb),
       m_exclusive(false) {}
 
+const VImage& VipsPicture::image() const {
+    if (m_rows != nullptr) {
+        m_image = m_rows->image();
+        m_exclusive = m_rows.use_count() == 1;  // otherwise copies of the picture, or steps of theirs, share the pixels
+        if (m_exclusive) {
+            m_rows->forget();
+        }
+        m_again = m_origin.source != nullptr ? m_rows : nullptr;
+        m_rows.reset();
+    }
+    return m_image;
+}
+
+void VipsPicture::let_go() const {
+    if (m_again != nullptr && m_origin.source != nullptr) {
+        m_again->forget();
+        m_rows = std::move(m_again);
+        m_image = VImage();
+    }
+}
+
+std::unique_ptr<RowReader> VipsPicture::open_rows() const {
+    return m_rows != nullptr ? m_rows->open() : rows_of_image(m_image, rows_header());
+}
+
+void VipsPicture::take_rows(SharedRows rows) {
+    assert(m_rows != nullptr);
+    m_rows = std::move(rows);
+    m_origin = {};
+    note_change();
+}
+
 void VipsPicture::take(const VImage& image) {
     const PixelForm before = m_form;
     m_image = image;
+    m_rows.reset();
+    m_again.reset();
     m_origin = {};
     m_exclusive = true;
     note_change();
@@ -152,20 +207,15 @@ std::unique_ptr<Picture> VipsPicture::copy() const {
     return std::unique_ptr<Picture>(new VipsPicture(*this, Shared{}));
 }
 
-Resolution VipsPicture::resolution() const {
-    return {m_image.xres() * kMillimetersPerInch, m_image.yres() * kMillimetersPerInch};
-}
-
 void VipsPicture::set_resolution(Resolution resolution) {
-    // A header change makes a new image over the same pixels, which are then shared with nobody new.
-    m_image = m_image.copy(VImage::option()
-                               ->set("xres", dots_per_millimeter(resolution.horizontal))
-                               ->set("yres", dots_per_millimeter(resolution.vertical)));
-    make_writable();
+    m_resolution = in_range(resolution);
+    m_origin = {};
 }
 
 void VipsPicture::make_writable() {
+    image();
     m_origin = {};
+    m_again.reset();
     if (m_exclusive && m_image.get_image()->dtype == VIPS_IMAGE_SETBUF) {
         return;
     }
@@ -219,7 +269,7 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
         }
     }
     for (int32_t y = 0; y < area.height; y++) {
-        const uint8_t* samples = row_of(m_image, area.y + y, area.x);
+        const uint8_t* samples = row_of(image(), area.y + y, area.x);
         const std::span<Word> words = out.subspan(static_cast<size_t>(y) * width, width);
         if (m_palette != nullptr) {
             std::transform(samples, samples + width, words.begin(), [&](uint8_t index) { return table[index]; });
@@ -227,7 +277,7 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
         }
         const PixelForm& form = converts ? rgb : m_form;
         if (converts) {
-            to_srgb_conversion().run(m_form, samples, rgb, row.data(), width);
+            to_srgb_conversion()->run(m_form, samples, rgb, row.data(), width);
             samples = row.data();
         }
         if constexpr (kWide) {
@@ -298,7 +348,7 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
             make_writable();
             note_change();
             for (int32_t y = 0; y < area.height; y++) {
-                std::copy_n(&indices[static_cast<size_t>(y) * width], width, row_of(m_image, area.y + y, area.x));
+                std::copy_n(&indices[static_cast<size_t>(y) * width], width, row_of(image(), area.y + y, area.x));
             }
             return;
         }
@@ -317,9 +367,9 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<const Word> words = pixels.subspan(static_cast<size_t>(y) * width, width);
         if constexpr (kWide) {
-            from_argb64(m_form, words, row_of(m_image, area.y + y, area.x));
+            from_argb64(m_form, words, row_of(image(), area.y + y, area.x));
         } else {
-            from_argb(m_form, words, row_of(m_image, area.y + y, area.x));
+            from_argb(m_form, words, row_of(image(), area.y + y, area.x));
         }
     }
 }
@@ -338,7 +388,7 @@ void VipsPicture::read_samples(const Rect& area, size_t row_size, std::span<uint
     assert(row_size >= needed && out.size() >= row_size * static_cast<size_t>(area.height - 1) + needed);
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<uint8_t> row = out.subspan(row_size * static_cast<size_t>(y), needed);
-        std::memcpy(row.data(), row_of(m_image, area.y + y, area.x), needed);
+        std::memcpy(row.data(), row_of(image(), area.y + y, area.x), needed);
         turn_signs(m_form, row);
     }
 }
@@ -360,7 +410,7 @@ void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<con
     make_writable();
     note_change();
     for (int32_t y = 0; y < area.height; y++) {
-        const std::span<uint8_t> row(row_of(m_image, area.y + y, area.x), needed);
+        const std::span<uint8_t> row(row_of(image(), area.y + y, area.x), needed);
         std::memcpy(row.data(), samples.data() + row_size * static_cast<size_t>(y), needed);
         turn_signs(m_form, row);
         if (m_form.color == ColorModel::kGray && m_form.bits < 8 &&

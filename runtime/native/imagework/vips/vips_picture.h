@@ -1,4 +1,6 @@
-// A picture held by the image library: one image in memory, replaced as a whole by each operation.
+// A picture held by the image library: one image in memory, replaced as a whole by each operation. A picture that was
+// just loaded has deferred rows instead (deferred_rows.h): cutting, resampling and conversions add a step to them, and
+// the first operation that needs pixels in another order reads them into memory.
 //
 // The picture keeps the form of its file: color model, depth, palette and profile. An operation that cannot work on
 // every form begins with one of the conversions below, which does nothing where the picture has such a form already.
@@ -16,6 +18,7 @@
 #include "runtime/native/imagework/pixels/rows.h"
 #include "runtime/native/imagework/pixels/samples.h"
 #include "runtime/native/imagework/vips/color_profiles.h"
+#include "runtime/native/imagework/vips/deferred_rows.h"
 #include "runtime/native/imagework/vips/vips_support.h"
 
 namespace zelmor::imagework {
@@ -34,9 +37,11 @@ class VipsPicture final : public Picture {
     explicit VipsPicture(const vips::VImage& image, int frame_count = 1);
     // Of the size, form, resolution, palette and profile given; `image` has the samples in that form.
     VipsPicture(const vips::VImage& image, const RowsHeader& header, int frame_count = 1);
+    // The same, with rows that are decoded when they are needed.
+    VipsPicture(SharedRows rows, const RowsHeader& header, int frame_count = 1);
 
-    int32_t width() const override { return m_image.width(); }
-    int32_t height() const override { return m_image.height(); }
+    int32_t width() const override { return m_rows != nullptr ? m_rows->header().width : m_image.width(); }
+    int32_t height() const override { return m_rows != nullptr ? m_rows->header().height : m_image.height(); }
     const PixelForm& form() const override { return m_form; }
     std::span<const Argb> palette() const override;
     ProfileBytes profile() const override { return m_profile; }
@@ -45,6 +50,9 @@ class VipsPicture final : public Picture {
     int frame_count() const override { return m_frame_count; }
     const FrameOrigin& origin() const override { return m_origin; }
     void set_origin(FrameOrigin origin) { m_origin = std::move(origin); }
+    void decode() const override { image(); }
+    bool is_decoded() const override { return m_rows == nullptr; }
+    void let_go() const override;
     // Everything but the pixels, as a codec takes it.
     RowsHeader rows_header() const;
 
@@ -75,7 +83,7 @@ class VipsPicture final : public Picture {
     void apply_profiles(const DecodeOptions& options);
     // Makes the picture such that it can hold a color besides its own: another model, alpha, or true color.
     void admit(Argb color);
-    Resolution resolution() const override;
+    Resolution resolution() const override { return m_resolution; }
     void set_resolution(Resolution resolution) override;
     std::unique_ptr<Picture> copy() const override;
 
@@ -131,8 +139,10 @@ class VipsPicture final : public Picture {
     // Of a picture whose pixels are those of the file once they are decoded.
     void forget_changes() { note_no_change(); }
 
-    // The pixels as they are, for the library's side of the backend.
-    const vips::VImage& image() const { return m_image; }
+    // The pixels as they are, in memory. PictureError(kDamaged) where they have yet to be decoded and cannot be.
+    const vips::VImage& image() const;
+    // The same from the first row on, without the need for memory.
+    std::unique_ptr<RowReader> open_rows() const;
 
  private:
     struct Shared {};
@@ -142,6 +152,7 @@ class VipsPicture final : public Picture {
     // the picture as it was.
     template <class Step>
     void apply(const char* what, Step&& step) {
+        image();  // whose failures have words of their own
         const vips::VImage result = guarded(Failure::kInternal, what, [&] { return computed(step()); });
         if (result.get_image() != m_image.get_image()) {  // the operation found something to do
             take(result);
@@ -153,9 +164,11 @@ class VipsPicture final : public Picture {
     void binarize(const vips::VImage& is_white);
     // Takes the indices, row by row, and their palette in the place of the pixels.
     void set_indices(std::span<const uint8_t> indices, std::span<const Argb> palette);
-    // The pixels that a step makes of each row; `form` is theirs.
-    template <class Step>
-    void convert_rows(const PixelForm& form, Step&& step);
+    // The pixels that a step makes of each row; `form` is theirs. The step may run later, when nothing of its caller is
+    // left.
+    void convert_rows(const PixelForm& form, RowStep step);
+    // Takes rows of the same form in the place of those that it has yet to decode.
+    void take_rows(SharedRows rows);
     // to_colors() without a change of the bits.
     void to_model_of_colors();
     // Converts the colors to another model by the picture's profile, to sRGB where that is gray or RGB.
@@ -163,7 +176,7 @@ class VipsPicture final : public Picture {
     void change_depth(SampleType sample, int bits);
     void change_alpha(bool alpha);
     // From CMYK or Lab, or from colors with a profile, to sRGB.
-    const ColorConversion& to_srgb_conversion() const;
+    std::shared_ptr<const ColorConversion> to_srgb_conversion() const;
     // Reads pixels as colors of 8 or of 16 bits a channel.
     template <class Word>
     void read_words(const Rect& area, std::span<Word> out) const;
@@ -174,8 +187,11 @@ class VipsPicture final : public Picture {
     // The index of a color that the palette has, or -1.
     int index_of(Argb color) const;
 
-    vips::VImage m_image;
+    mutable vips::VImage m_image;  // null until the rows are read
+    mutable SharedRows m_rows;     // null as soon as they are
+    mutable SharedRows m_again;    // of an unchanged frame: the rows that its pixels can be read from once more
     PixelForm m_form;
+    Resolution m_resolution;
     SharedPalette m_palette;  // of an indexed picture
     ProfileBytes m_profile;
     int m_frame_count;
