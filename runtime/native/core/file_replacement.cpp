@@ -6,9 +6,10 @@
 //
 // A file is written *in place* where replacing it would lose something: where it has several hard links, where its
 // owner or its attributes cannot be given to another file, and where its directory cannot be written to. Space for the
-// new content is reserved first. If writing fails, the old content is put back. While it is written, a *backup* of the
-// old content lies beside the file, unless the directory cannot be written to; it is there for people whose program was
-// killed in the middle, and the next save removes it.
+// new content is reserved first, and images that are still to be decoded from the file keep its content. If writing
+// fails, the old content is put back. While it is written, a *backup* of the old content lies beside the file, unless
+// the directory cannot be written to; it is there for people whose program was killed in the middle, and the next save
+// removes it.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -24,6 +25,7 @@
 #include <optional>
 #include <vector>
 
+#include "runtime/native/core/file_changes.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -368,6 +370,7 @@ void write_in_place(const std::string& target, std::span<const uint8_t> data) {
     if (!file.is_open() || ::fstat(file.get(), &info) != 0) {
         throw_write_error(target, errno);
     }
+    announce_change(file.get());
     const std::string backup = name_beside(target, ".backup");
     std::vector<uint8_t> old;
     if (readable) {

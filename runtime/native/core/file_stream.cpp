@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string>
 
+#include "runtime/native/core/file_changes.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/stream.h"
@@ -21,17 +22,19 @@ class FileStream final : public ManagedStream {
         : ManagedStream(intern_type("System.IO.FileStream", TypeKind::kClass, &stream_type())),
           m_path(std::move(path)),
           m_writable(use != FileUse::kRead) {
-        const int flags = use == FileUse::kRead        ? O_RDONLY
-                          : use == FileUse::kReadWrite ? O_RDWR
-                                                       : O_RDWR | O_CREAT | O_TRUNC;
+        const int flags = use == FileUse::kRead ? O_RDONLY : use == FileUse::kReadWrite ? O_RDWR : O_RDWR | O_CREAT;
         m_descriptor = ::open(m_path.c_str(), flags | O_CLOEXEC, 0666);
         if (m_descriptor < 0) {
             throw_file_error(m_path, errno, doing);
         }
         struct stat info {};
-        if (::fstat(m_descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
+        if (::fstat(m_descriptor, &info) != 0 || S_ISDIR(info.st_mode)) {
+            const int error = S_ISDIR(info.st_mode) ? EISDIR : errno;
             close_descriptor();
-            throw_file_error(m_path, EISDIR, doing);
+            throw_file_error(m_path, error, doing);
+        }
+        if (use == FileUse::kCreate) {
+            empty_file(info);
         }
     }
     ~FileStream() override { close_descriptor(); }
@@ -61,6 +64,7 @@ class FileStream final : public ManagedStream {
         }
         require_seeking();
         require_writable();
+        announce_change(open_descriptor());
         checked(::ftruncate(open_descriptor(), length));
         if (position() > length) {
             seek(length, SeekFrom::kBegin);
@@ -72,6 +76,7 @@ class FileStream final : public ManagedStream {
     void write(std::span<const std::byte> from) override {
         require_live();
         require_writable();
+        announce_change(m_descriptor);
         while (!from.empty()) {
             from = from.subspan(static_cast<size_t>(checked(retried(::write, from.data(), from.size()))));
         }
@@ -110,6 +115,18 @@ class FileStream final : public ManagedStream {
             result = call(open_descriptor(), data, count);
         } while (result < 0 && errno == EINTR);
         return result;
+    }
+    // As opening with O_TRUNC does it: what is no regular file has nothing to lose.
+    void empty_file(const struct stat& info) {
+        try {
+            if (S_ISREG(info.st_mode) && info.st_size > 0) {
+                announce_change(m_descriptor);
+                checked(::ftruncate(m_descriptor, 0));
+            }
+        } catch (...) {
+            close_descriptor();  // there will be no destructor
+            throw;
+        }
     }
     void close_descriptor() {
         if (m_descriptor >= 0) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
+#include "runtime/native/behaviors/metadata/containers/file_parts.h"
 #include "runtime/native/behaviors/metadata/containers/image_resources.h"
 #include "runtime/native/behaviors/metadata/containers/md5.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_packet.h"
@@ -91,7 +92,7 @@ TEST(MetadataFilesTest, WrittenMetadataIsFoundAgain) {
         const bool has_resources = format == MetadataFormat::kJpeg || format == MetadataFormat::kTiff;
         EXPECT_EQ(text(found.photoshop), has_resources ? text(write.photoshop) : "");
         if (format == MetadataFormat::kTiff) {
-            const auto read = read_exif_of_tiff(written);
+            const auto read = read_exif_of_tiff(source_of(written));
             EXPECT_EQ(read->tags(ExifDirectory::kCommon).size(), 1u);
             EXPECT_EQ(read->tags(ExifDirectory::kExif).size(), 1u);
             EXPECT_EQ(read->tags(ExifDirectory::kGps).size(), 1u);
@@ -168,7 +169,7 @@ void read_all(const Bytes& file) {
             read_xmp_packet(found.xmp)->text();
         }
         if (metadata_format(file) == MetadataFormat::kTiff) {
-            write_exif(*read_exif_of_tiff(file));
+            write_exif(*read_exif_of_tiff(source_of(file)));
         }
         with_metadata(file, all_of(*exif()));
     } catch (const ManagedException& error) {

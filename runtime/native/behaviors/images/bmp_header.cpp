@@ -48,7 +48,7 @@ Ref<ManagedObject> bitmap_info_header(ImageObject& self) {
     const imagework::FileFacts& facts = self.facts();
     Ref<ManagedObject> info = make_instance(api::FileFormats::Bmp::BitmapInfoHeader::kType.name);
     const auto put = [&](const char* name, int64_t value) { set_property(*info, name, value); };
-    const Bytes kept = self.metadata != nullptr ? self.metadata->found.bmp_header : Bytes();
+    const Bytes kept = self.metadata != nullptr ? self.metadata->found().bmp_header : Bytes();
     const HeaderReader header(kept);
     const bool is_full = header.number(0, 4) >= static_cast<int64_t>(kInfoSize);
     put("HeaderSize", kept.empty() ? static_cast<int64_t>(kInfoSize) : header.number(0, 4));

@@ -436,6 +436,7 @@ void ImageObject::on_dispose() {
     m_picture.reset();
     m_file_frame = {};
     m_file_frames.reset();
+    metadata.reset();
     gif = {};
     m_source = {};
     target_stream = nullptr;

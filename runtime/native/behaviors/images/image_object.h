@@ -150,7 +150,7 @@ class ImageObject final : public ImageBase {
     const std::vector<imagework::Argb>& offered_palette() const { return m_offered_palette; }
     // The color profile that the file had, of whatever use it is now.
     const imagework::ProfileBytes& embedded_profile();
-    // EXIF and XMP of the file, of an image that was loaded; null where it had none.
+    // EXIF, XMP and the like of the file that the image was loaded from; null for one that was created.
     std::shared_ptr<ImageMetadata> metadata;
 
     // The color behind the picture where a canvas grows, and where a format has no alpha: the background color if the

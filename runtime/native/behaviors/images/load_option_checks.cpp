@@ -17,8 +17,7 @@ void require_load_options(const Record& load_options, const imagework::FileFacts
     require_effective_options(load_options);
     if (facts.format == imagework::Format::kPng && has_property(load_options, "StrictMode") &&
         property_bool(load_options, "StrictMode")) {
-        const std::vector<uint8_t> bytes = all_bytes(*file);
-        if (const std::string fault = png_fault(std::as_bytes(std::span(bytes))); !fault.empty()) {
+        if (const std::string fault = png_fault(file); !fault.empty()) {
             throw PictureError(Failure::kDamaged, fault + ", which PngLoadOptions.StrictMode refuses");
         }
     }

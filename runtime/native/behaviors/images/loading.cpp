@@ -78,7 +78,7 @@ FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const 
 
 // Of formats whose pictures are decoded as a whole.
 Ref<ImageObject> image_of_bytes(FileBytes data, FileFacts facts, const DecodeOptions& options) {
-    auto metadata = keep_metadata(data);
+    auto metadata = keep_metadata(borrowed_source(data));
     auto picture = image_backend().decode(data, options);
     const bool several = picture->frame_count() > 1;
     auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
@@ -140,7 +140,7 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         }
         const Resolution resolution = picture != nullptr ? picture->resolution() : kDefaultResolution;
         auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
-        attach_metadata(*image, keep_metadata(all_bytes(*source)), resolution);
+        attach_metadata(*image, keep_metadata(source), resolution);
         image->set_file_frames(std::move(frames), options);
         return image;
     } catch (const PictureError& error) {

@@ -46,7 +46,7 @@ Ref<ManagedObject> get_xmp(Record& self) {
     self.require_live();
     ImageMetadata* metadata = metadata_of(self);
     const auto known = property_object(self, "XmpData");
-    if (known || metadata == nullptr || metadata->xmp_replaced || metadata->found.xmp.empty()) {
+    if (known || metadata == nullptr || metadata->xmp_replaced || metadata->found().xmp.empty()) {
         return known;
     }
     Ref<ManagedObject> read = read_kept_xmp(*metadata);
@@ -61,7 +61,7 @@ void set_xmp(Record& self, XmpPacketObject* value) {
     if (ImageMetadata* metadata = own_metadata(self)) {
         metadata->xmp_replaced = true;
         if (value == nullptr) {
-            metadata->drop_unseen();
+            metadata->unseen_dropped = true;
             metadata->exif_replaced = metadata->exif_replaced || !has_property(self, "ExifData");
         }
     }
@@ -77,11 +77,11 @@ Ref<ManagedObject> get_exif(Record& self) {
     if (known || metadata == nullptr || metadata->exif_replaced) {
         return known;
     }
-    Ref<ManagedObject> read = metadata->of_tiff;
-    if (!metadata->found.exif.empty()) {
+    Ref<ManagedObject> read;
+    if (!metadata->found().exif.empty()) {
         read = read_kept_exif(*metadata, kOfJpeg);
-    } else if (kOfJpeg && metadata->of_tiff) {
-        read = of_jpeg_class(*metadata->of_tiff);
+    } else if (const auto of_tiff = metadata->of_tiff()) {
+        read = kOfJpeg ? Ref<ManagedObject>(of_jpeg_class(*of_tiff)) : of_tiff->copy();
     }
     set_property(self, "ExifData", read);
     return read;
@@ -102,7 +102,7 @@ Ref<ManagedObject> get_jfif(Record& self) {
     if (known || metadata == nullptr || metadata->jfif_replaced) {
         return known;
     }
-    const Ref<JfifObject> read = read_jfif(metadata->found.jfif, metadata->found.jfif_extension);
+    const Ref<JfifObject> read = read_jfif(metadata->found().jfif, metadata->found().jfif_extension);
     if (read) {
         read->thumbnail_at = metadata->read_at;
     }
@@ -203,9 +203,49 @@ const BehaviorTable table({
 
 }  // namespace
 
-void ImageMetadata::drop_unseen() {
-    found.photoshop.clear();
-    found.texts.clear();
+MetadataReading::MetadataReading(imagework::SharedSource source) : m_source(std::move(source)) {
+    if (!m_source->in_memory().empty()) {
+        read();
+    }
+}
+
+void MetadataReading::read() {
+    if (m_source == nullptr) {
+        return;
+    }
+    FileMetadata found = find_metadata(m_source);
+    Ref<ExifObject> of_tiff;
+    if (metadata_format(*m_source) == MetadataFormat::kTiff) {
+        try {
+            auto exif = read_exif_of_tiff(m_source);
+            if (!exif->empty()) {
+                of_tiff = std::move(exif);
+            }
+        } catch (const ManagedException& error) {
+            // A truncated file has no tags. The decoder reports other damage.
+            if (error.name() != "FormatException" && error.name() != "EndOfStreamException") {
+                throw;
+            }
+        }
+    }
+    m_found = std::move(found);
+    m_of_tiff = std::move(of_tiff);
+    m_source.reset();
+}
+
+const FileMetadata& ImageMetadata::found() const {
+    static const FileMetadata kNothing;
+    return reading != nullptr ? reading->found() : kNothing;
+}
+
+const Bytes& ImageMetadata::photoshop() const {
+    static const Bytes kNothing;
+    return unseen_dropped ? kNothing : found().photoshop;
+}
+
+const std::vector<Bytes>& ImageMetadata::texts() const {
+    static const std::vector<Bytes> kNothing;
+    return unseen_dropped ? kNothing : found().texts;
 }
 
 ImageMetadata* own_metadata(Record& image) {
@@ -220,18 +260,18 @@ ImageMetadata* own_metadata(Record& image) {
 }
 
 Ref<ManagedObject> read_kept_xmp(const ImageMetadata& metadata) {
-    return joined_xmp(metadata.found.xmp, metadata.found.extended_xmp);
+    return joined_xmp(metadata.found().xmp, metadata.found().extended_xmp);
 }
 
 Ref<ExifObject> read_kept_exif(const ImageMetadata& metadata, bool of_jpeg) {
-    Ref<ExifObject> exif = read_exif(metadata.found.exif, of_jpeg);
+    Ref<ExifObject> exif = read_exif(metadata.found().exif, of_jpeg);
     exif->thumbnail_at = metadata.read_at;
     return exif;
 }
 
 std::optional<std::u16string> kept_comment(const ImageMetadata& metadata) {
     std::optional<std::u16string> text;
-    for (const Bytes& comment : metadata.found.comments) {
+    for (const Bytes& comment : metadata.found().comments) {
         text = text ? *text + u"\n" + text_of_bytes(comment) : text_of_bytes(comment);
     }
     return text;
@@ -243,7 +283,7 @@ Ref<ManagedObject> exif_of(Record& image) {
         return is_assignable(require_type(JpegImageApi::kType.name), image.type()) ? get_exif<true>(image)
                                                                                    : get_exif<false>(image);
     }
-    if (metadata == nullptr || metadata->exif_replaced || metadata->found.exif.empty()) {
+    if (metadata == nullptr || metadata->exif_replaced || metadata->found().exif.empty()) {
         return nullptr;
     }
     return read_kept_exif(*metadata, true);
@@ -253,24 +293,10 @@ Ref<ManagedObject> xmp_of(Record& image) {
     return get_xmp(image);
 }
 
-std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file) {
-    const auto bytes = std::as_bytes(file);
-    ImageMetadata metadata;
-    metadata.found = find_metadata(bytes);
-    if (metadata_format(bytes) == MetadataFormat::kTiff) {
-        try {
-            auto exif = read_exif_of_tiff(bytes);
-            if (!exif->empty()) {
-                metadata.of_tiff = std::move(exif);
-            }
-        } catch (const ManagedException& error) {
-            // A truncated file has no tags. The decoder reports other damage.
-            if (error.name() != "FormatException" && error.name() != "EndOfStreamException") {
-                throw;
-            }
-        }
-    }
-    return std::make_shared<ImageMetadata>(std::move(metadata));
+std::shared_ptr<ImageMetadata> keep_metadata(imagework::SharedSource file) {
+    auto metadata = std::make_shared<ImageMetadata>();
+    metadata->reading = std::make_shared<MetadataReading>(std::move(file));
+    return metadata;
 }
 
 void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata, imagework::Resolution resolution) {

@@ -1,7 +1,8 @@
 // What the image classes call: keeping the metadata of a file with an image, and writing it when the image is saved.
 //
-// An image keeps the bytes of its file's metadata. They become objects when a property is first read; otherwise they
-// are written to the next file unchanged. A value that a property was set to replaces them.
+// The metadata of a file are read when a property or a save first needs one of them; the image keeps their bytes from
+// then on. They become objects when a property is first read; otherwise they are written to the next file unchanged. A
+// value that a property was set to replaces them.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_IMAGE_METADATA_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_IMAGE_METADATA_H
 
@@ -10,6 +11,7 @@
 
 #include "runtime/native/core/records.h"
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 
 namespace zelmor::embed {
 
@@ -17,7 +19,7 @@ class ImageObject;
 struct ImageMetadata;
 
 // The metadata of a file, for the image that was decoded from it.
-std::shared_ptr<ImageMetadata> keep_metadata(std::span<const uint8_t> file);
+std::shared_ptr<ImageMetadata> keep_metadata(imagework::SharedSource file);
 // `resolution` is that of the picture in the file.
 void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata, imagework::Resolution resolution);
 

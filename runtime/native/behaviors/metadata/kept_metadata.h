@@ -7,20 +7,44 @@
 
 namespace zelmor::embed {
 
+// The metadata of one file, for all images that were made of it. They are read when they are first asked for, and the
+// file is let go then. Bytes in memory are read at once: that takes no time, and nothing here keeps them.
+//
+// Its users hold the interpreter lock, and reading calls no code of theirs.
+class MetadataReading {
+ public:
+    explicit MetadataReading(imagework::SharedSource source);
+    // Throws what reading the source throws, and then reads again the next time.
+    const FileMetadata& found() { return read(), m_found; }
+    // What a TIFF file has in place of a block of EXIF data; null where it has none. No program gets this object, which
+    // is the same for all images.
+    const Ref<ExifObject>& of_tiff() { return read(), m_of_tiff; }
+
+ private:
+    void read();
+
+    imagework::SharedSource m_source;  // null once it was read
+    FileMetadata m_found;
+    Ref<ExifObject> m_of_tiff;
+};
+
 // The bytes of a kind are no longer used once the property that shows them was set.
 struct ImageMetadata {
-    FileMetadata found;
-    Ref<ExifObject> of_tiff;
+    std::shared_ptr<MetadataReading> reading;  // null: no file
     bool xmp_replaced = false;
     bool exif_replaced = false;
     bool jfif_replaced = false;
     bool comment_replaced = false;
+    bool unseen_dropped = false;  // the kinds that no property of the image shows
     // When the file was read, on the steady clock: thumbnails in it show the picture as it was then.
     int64_t read_at = 0;
     imagework::Resolution read_resolution = imagework::kDefaultResolution;
 
-    // All kinds that no property of the image shows.
-    void drop_unseen();
+    // As found in the file; these read it if nothing did before.
+    const FileMetadata& found() const;
+    const Bytes& photoshop() const;
+    const std::vector<Bytes>& texts() const;
+    Ref<ExifObject> of_tiff() const { return reading != nullptr ? reading->of_tiff() : nullptr; }
 };
 
 // The metadata of an image; made for one that has none yet. Null for an object that is no image with pixels.

@@ -76,7 +76,7 @@ Date date_of_chunk(const ImageObject& image) {
     if (image.metadata == nullptr) {
         return std::nullopt;
     }
-    for (const Bytes& chunk : image.metadata->found.texts) {
+    for (const Bytes& chunk : image.metadata->texts()) {
         const std::string_view type(reinterpret_cast<const char*>(chunk.data()), 4);
         if (type != "tIME" || chunk.size() != 11) {
             continue;

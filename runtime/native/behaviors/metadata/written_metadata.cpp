@@ -155,7 +155,7 @@ ExifToWrite exif_to_write(const Save& save) {
     const bool as_read = !kept.exif_replaced;
     if (wanted || own) {
         result.object = own_copy(cast_object<ExifObject>(wanted ? *wanted : *own));
-    } else if (as_read && !kept.found.exif.empty()) {
+    } else if (as_read && !kept.found().exif.empty()) {
         try {
             result.object = read_kept_exif(kept, true);
         } catch (const ManagedException& error) {
@@ -163,11 +163,11 @@ ExifToWrite exif_to_write(const Save& save) {
             if (error.name() != "FormatException") {
                 throw;
             }
-            result.bytes = kept.found.exif;
+            result.bytes = kept.found().exif;
             return result;
         }
-    } else if (as_read && kept.of_tiff) {
-        result.object = own_copy(*kept.of_tiff);
+    } else if (as_read && kept.of_tiff()) {
+        result.object = own_copy(*kept.of_tiff());
     } else if (as_read && save.format == MetadataFormat::kWebp &&
                save.picture.resolution != imagework::kDefaultResolution) {
         result.object = exif_of_resolution(save.picture.resolution);
@@ -177,10 +177,10 @@ ExifToWrite exif_to_write(const Save& save) {
     }
 
     // Unchanged data are written as the same bytes: a maker's note may contain offsets into them.
-    if (!wanted && as_read && !kept.found.exif.empty()) {
-        const Ref<ExifObject> before = read_exif(kept.found.exif, true);
+    if (!wanted && as_read && !kept.found().exif.empty()) {
+        const Ref<ExifObject> before = read_exif(kept.found().exif, true);
         if (write_exif(*before) == write_exif(*result.object)) {
-            result.bytes = kept.found.exif;
+            result.bytes = kept.found().exif;
         }
     }
     bool changed = bring_in_step(*result.object, save);
@@ -234,7 +234,7 @@ XmpToWrite xmp_of_object(const Save& save, const XmpPacketObject& packet) {
 
 // Whether the bytes of the file's packet cannot be written as they are.
 bool has_to_be_read(const Save& save) {
-    const FileMetadata& found = save.kept.found;
+    const FileMetadata& found = save.kept.found();
     if (save.format == MetadataFormat::kJpeg ? found.xmp.size() > kMostJpegXmp : !found.extended_xmp.empty()) {
         return true;
     }
@@ -252,9 +252,9 @@ XmpToWrite xmp_to_write(const Save& save) {
         return xmp_of_object(save, cast_object<XmpPacketObject>(*wanted));
     }
     auto own = property_if_any(&save.image, "XmpData");
-    if (!own && !kept.xmp_replaced && !kept.found.xmp.empty()) {
+    if (!own && !kept.xmp_replaced && !kept.found().xmp.empty()) {
         if (!has_to_be_read(save)) {
-            return {kept.found.xmp, kept.found.extended_xmp, kept.found.extended_guid};
+            return {kept.found().xmp, kept.found().extended_xmp, kept.found().extended_guid};
         }
         own = read_kept_xmp(kept);
     }
@@ -297,7 +297,8 @@ void put_jfif(const Save& save, const FileMetadata& there, MetadataToWrite& writ
     const ImageMetadata& kept = save.kept;
     const auto wanted = property_if_any(save.options, "Jfif");
     const auto own = property_if_any(&save.image, "Jfif");
-    const Ref<JfifObject> read = kept.jfif_replaced ? nullptr : read_jfif(kept.found.jfif, kept.found.jfif_extension);
+    const Ref<JfifObject> read =
+        kept.jfif_replaced ? nullptr : read_jfif(kept.found().jfif, kept.found().jfif_extension);
     if (read) {
         read->thumbnail_at = kept.read_at;
     }
@@ -341,7 +342,7 @@ std::vector<Bytes> comments_to_write(const Save& save) {
         }
     }
     if (!save.kept.comment_replaced) {
-        return save.kept.found.comments;
+        return save.kept.found().comments;
     }
     return has_property(save.image, "Comment") ? one(property_string(save.image, "Comment")) : std::vector<Bytes>();
 }
@@ -383,9 +384,9 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, ImageObje
     write.extended_guid = std::move(xmp.guid);
     ExifToWrite exif = exif_to_write(save);
     write.exif = std::move(exif.bytes);
-    write.photoshop = save.is_stale(save.kept.read_at) ? resources_without_thumbnails(save.kept.found.photoshop)
-                                                       : save.kept.found.photoshop;
-    write.texts = save.kept.found.texts;
+    write.photoshop =
+        save.is_stale(save.kept.read_at) ? resources_without_thumbnails(save.kept.photoshop()) : save.kept.photoshop();
+    write.texts = save.kept.texts();
     if (format == MetadataFormat::kJpeg) {
         write.comments = comments_to_write(save);
         put_jfif(save, there, write);

@@ -30,7 +30,8 @@ using SharedSource = std::shared_ptr<const DataSource>;
 SharedSource memory_source(std::vector<uint8_t> bytes);
 // Bytes in memory that outlive the source.
 SharedSource borrowed_source(std::span<const uint8_t> bytes);
-// A regular file that is open for reading; the source has a descriptor of its own.
+// A regular file that is open for reading; the source has a descriptor of its own (open_files.cpp). The runtime opens
+// files; the backend, which is another library, gets sources.
 SharedSource file_source(int descriptor);
 // All bytes of a source.
 std::vector<uint8_t> all_bytes(const DataSource& source);

@@ -3,13 +3,14 @@
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_CONTAINERS_FILE_CONTAINERS_H
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
+#include "runtime/native/behaviors/metadata/containers/file_parts.h"
 
 namespace zelmor::embed {
 
-FileMetadata find_in_jpeg(std::span<const std::byte> file);
-FileMetadata find_in_png(std::span<const std::byte> file);
-FileMetadata find_in_webp(std::span<const std::byte> file);
-FileMetadata find_in_gif(std::span<const std::byte> file);
+FileMetadata find_in_jpeg(const imagework::SharedSource& file);
+FileMetadata find_in_png(const imagework::SharedSource& file);
+FileMetadata find_in_webp(const imagework::SharedSource& file);
+FileMetadata find_in_gif(const imagework::SharedSource& file);
 
 Bytes write_to_jpeg(std::span<const std::byte> file, const MetadataToWrite& metadata);
 Bytes write_to_png(std::span<const std::byte> file, const MetadataToWrite& metadata);

@@ -2,6 +2,7 @@
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 
 #include <algorithm>
+#include <array>
 
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"
 
@@ -30,27 +31,33 @@ MetadataFormat metadata_format(std::span<const std::byte> file) {
     return text.starts_with("BM") ? MetadataFormat::kBmp : MetadataFormat::kOther;
 }
 
+MetadataFormat metadata_format(const imagework::DataSource& file) {
+    std::array<uint8_t, 12> head{};
+    const size_t count = file.read_at(0, head);
+    return metadata_format(std::as_bytes(std::span(head).first(count)));
+}
+
 namespace {
 
 // The header behind that of the file; it begins with its own size.
-FileMetadata find_in_bmp(std::span<const std::byte> file) {
-    constexpr size_t kFileHeader = 14;
+FileMetadata find_in_bmp(const imagework::SharedSource& source) {
+    constexpr uint64_t kFileHeader = 14;
+    constexpr uint64_t kLongest = 124;
+    constexpr uint64_t kMasks = 16;  // behind a header of 40 bytes
+    FileParts file(source, FileParts::kHeaders);
     FileMetadata found;
     if (file.size() < kFileHeader + 4) {
         return found;
     }
-    const uint64_t size = read_number(file.subspan(kFileHeader, 4), false);
-    constexpr uint64_t kMasks = 16;  // behind a header of 40 bytes
-    const auto header = file.subspan(
-        kFileHeader, std::min<uint64_t>(file.size() - kFileHeader, std::min<uint64_t>(size, 124) + kMasks));
-    found.bmp_header.assign(header.begin(), header.end());
+    const uint64_t size = std::min<uint64_t>(file.reader(false).u32(kFileHeader), kLongest) + kMasks;
+    found.bmp_header = file.take(kFileHeader, std::min(file.size() - kFileHeader, size));
     return found;
 }
 
 }  // namespace
 
-FileMetadata find_metadata(std::span<const std::byte> file) {
-    switch (metadata_format(file)) {
+FileMetadata find_metadata(const imagework::SharedSource& file) {
+    switch (metadata_format(*file)) {
         case MetadataFormat::kJpeg:
             return find_in_jpeg(file);
         case MetadataFormat::kPng:
@@ -67,6 +74,10 @@ FileMetadata find_metadata(std::span<const std::byte> file) {
             break;
     }
     return {};
+}
+
+FileMetadata find_metadata(std::span<const std::byte> file) {
+    return find_metadata(source_of(file));
 }
 
 Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata) {

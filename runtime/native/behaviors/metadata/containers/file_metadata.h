@@ -13,11 +13,14 @@
 
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/core/value.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 
 namespace zelmor::embed {
 
 enum class MetadataFormat : uint8_t { kOther, kBmp, kJpeg, kPng, kWebp, kGif, kTiff };
+// By the first bytes of the file.
 MetadataFormat metadata_format(std::span<const std::byte> file);
+MetadataFormat metadata_format(const imagework::DataSource& file);
 
 // The metadata of a file, unchanged; what is empty is not there. The search ends at damage, which the decoder reports.
 struct FileMetadata {
@@ -33,6 +36,8 @@ struct FileMetadata {
     std::vector<Bytes> texts;     // of PNG: the type and the data of each chunk
     Bytes bmp_header;             // from its size on
 };
+// Reads no more of the file than its structure and its metadata.
+FileMetadata find_metadata(const imagework::SharedSource& file);
 FileMetadata find_metadata(std::span<const std::byte> file);
 
 // The metadata that replace those of the file, each kind as a whole; empty for none. A format without a place for a
@@ -54,7 +59,7 @@ constexpr size_t kMostJpegXmp = 65504;
 // given, and directories below it. The file grows: data without a pointer to them stay in it.
 Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata);
 // The packet and the image resources in tags of the first directory.
-FileMetadata find_in_tiff(std::span<const std::byte> file);
+FileMetadata find_in_tiff(const imagework::SharedSource& file);
 
 }  // namespace zelmor::embed
 

@@ -1,5 +1,7 @@
 // XMP in an application extension of GIF. The packet is stored unchanged and not in blocks; the bytes after it are
 // chosen so that a reader that takes it for blocks arrives at the end of the extension.
+#include <algorithm>
+
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"
 
 namespace zelmor::embed {
@@ -9,50 +11,53 @@ namespace {
 constexpr std::string_view kXmpMark{"\x21\xFF\x0BXMP DataXMP", 14};
 constexpr size_t kTrailer = 258;  // 1, 255 down to 0, and the end of the extension
 
+// Bytes of colors, of the screen or of a frame.
+uint64_t palette_size(unsigned flags) {
+    return (flags & 0x80) != 0 ? uint64_t{3} << ((flags & 7) + 1) : 0;
+}
+
 // Behind the header and the colors that all frames share.
-size_t first_block(std::span<const std::byte> file) {
-    constexpr size_t kHeader = 13;
+uint64_t first_block(FileParts& file) {
+    constexpr uint64_t kHeader = 13;
     if (file.size() < kHeader) {
         return file.size();
     }
-    const auto flags = std::to_integer<unsigned>(file[10]);
-    const size_t colors = (flags & 0x80) != 0 ? size_t{3} << ((flags & 7) + 1) : 0;
-    return std::min(file.size(), kHeader + colors);
+    return std::min(file.size(), kHeader + palette_size(file.reader(false).u8(10)));
 }
 
 // The end of the data blocks that begin at an offset.
-size_t end_of_blocks(std::span<const std::byte> file, size_t at) {
-    while (at < file.size() && file[at] != std::byte{0}) {
-        at += 1 + std::to_integer<size_t>(file[at]);
+uint64_t end_of_blocks(FileParts& file, uint64_t at) {
+    const imagework::ByteReader in = file.reader(false);
+    while (in.has(at, 1) && in.u8(at) != 0) {
+        at += 1 + uint64_t{in.u8(at)};
     }
     return std::min(file.size(), at + 1);
 }
 
 struct Extension {
-    size_t start = 0;
-    size_t end = 0;  // behind it
-    std::span<const std::byte> packet;
+    uint64_t start = 0;
+    uint64_t end = 0;  // behind it
+    uint64_t packet_at = 0;
+    uint64_t packet_size = 0;
 };
 
 // The extension with the packet; an empty range if the file has none.
-Extension find_extension(std::span<const std::byte> file) {
-    const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
-    for (size_t at = first_block(file); at < file.size();) {
-        const auto kind = std::to_integer<int>(file[at]);
-        if (text.substr(at).starts_with(kXmpMark)) {
-            const size_t from = at + kXmpMark.size();
-            const size_t end = end_of_blocks(file, from);
+Extension find_extension(FileParts& file) {
+    const imagework::ByteReader in = file.reader(false);
+    for (uint64_t at = first_block(file); at < file.size();) {
+        const int kind = in.u8(at);
+        if (in.starts_with(at, kXmpMark)) {
+            const uint64_t from = at + kXmpMark.size();
+            const uint64_t end = end_of_blocks(file, from);
             if (end - from < kTrailer) {
                 return {};
             }
-            return {at, end, file.subspan(from, end - from - kTrailer)};
+            return {at, end, from, end - from - kTrailer};
         }
-        if (kind == 0x21 && at + 2 <= file.size()) {
+        if (kind == 0x21 && in.has(at, 2)) {
             at = end_of_blocks(file, at + 2);
-        } else if (kind == 0x2C && at + 11 <= file.size()) {
-            const auto flags = std::to_integer<unsigned>(file[at + 9]);
-            const size_t colors = (flags & 0x80) != 0 ? size_t{3} << ((flags & 7) + 1) : 0;
-            at = end_of_blocks(file, at + 11 + colors);
+        } else if (kind == 0x2C && in.has(at, 11)) {
+            at = end_of_blocks(file, at + 11 + palette_size(in.u8(at + 9)));
         } else {
             break;
         }
@@ -62,17 +67,19 @@ Extension find_extension(std::span<const std::byte> file) {
 
 }  // namespace
 
-FileMetadata find_in_gif(std::span<const std::byte> file) {
+FileMetadata find_in_gif(const imagework::SharedSource& source) {
+    FileParts file(source, FileParts::kShortSteps);
     FileMetadata found;
-    const auto packet = find_extension(file).packet;
-    found.xmp.assign(packet.begin(), packet.end());
+    const Extension extension = find_extension(file);
+    found.xmp = file.take(extension.packet_at, extension.packet_size);
     return found;
 }
 
 Bytes write_to_gif(std::span<const std::byte> file, const Bytes& xmp) {
-    const Extension old = find_extension(file);
-    const size_t start = old.start == old.end ? first_block(file) : old.start;
-    const size_t end = old.start == old.end ? start : old.end;
+    FileParts parts(source_of(file), FileParts::kShortSteps);
+    const Extension old = find_extension(parts);
+    const uint64_t start = old.start == old.end ? first_block(parts) : old.start;
+    const uint64_t end = old.start == old.end ? start : old.end;
     Bytes out(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(start));
     if (!xmp.empty()) {
         for (const char c : kXmpMark) {

@@ -19,6 +19,7 @@ constexpr int kApp1 = 0xE1;
 constexpr int kApp13 = 0xED;
 constexpr int kLastApp = 0xEF;
 constexpr int kComment = 0xFE;
+constexpr size_t kSegmentHead = 4;  // marker and length
 constexpr size_t kLongest = 65533;  // the length counts itself
 static_assert(kMostJpegXmp == kLongest - kXmpMark.size());
 
@@ -28,17 +29,11 @@ constexpr size_t kExtensionHead = kGuid + 8;
 
 struct Segment {
     int marker;
-    std::span<const std::byte> whole;  // marker and length too
-    std::span<const std::byte> data;
-    bool begins_with(std::string_view mark) const {
-        const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
-        return text.starts_with(mark);
-    }
-    bool is(int its_marker, std::string_view mark) const { return marker == its_marker && begins_with(mark); }
-    Bytes behind(std::string_view mark) const {
-        const auto rest = data.subspan(mark.size());
-        return {rest.begin(), rest.end()};
-    }
+    uint64_t at;        // of the marker
+    uint64_t size;      // of the data, behind marker and length
+    std::string start;  // as much of the data as the longest mark has
+    bool is(int its_marker, std::string_view mark) const { return marker == its_marker && start.starts_with(mark); }
+    uint64_t end() const { return at + kSegmentHead + size; }
     bool is_jfif() const { return is(kApp0, kJfifMark); }
     bool is_metadata() const {
         return is(kApp0, kJfifMark) || is(kApp0, kJfifExtensionMark) || is(kApp1, kExifMark) || is(kApp1, kXmpMark) ||
@@ -46,43 +41,52 @@ struct Segment {
     }
 };
 
-// The segments behind the start marker, up to the first that is neither the application's nor a comment.
-std::vector<Segment> leading_segments(std::span<const std::byte> file) {
-    std::vector<Segment> segments;
-    for (size_t at = 2; at + 4 <= file.size() && file[at] == std::byte{0xFF};) {
-        const int marker = std::to_integer<int>(file[at + 1]);
-        const uint64_t length = read_number(file.subspan(at + 2, 2), true);
-        const bool known = (marker >= kApp0 && marker <= kLastApp) || marker == kComment;
-        if (!known || length < 2 || length > file.size() - at - 2) {
-            break;
-        }
-        segments.push_back({marker, file.subspan(at, length + 2), file.subspan(at + 4, length - 2)});
-        at += length + 2;
-    }
-    return segments;
+Bytes behind(FileParts& file, const Segment& segment, std::string_view mark) {
+    return file.take(segment.at + kSegmentHead + mark.size(), segment.size - mark.size());
 }
 
-// The parts of the extension that the packet names, put together; empty where one is missing.
-Bytes extension_of(const std::vector<Segment>& segments, const std::string& guid) {
-    Bytes whole;
-    size_t known = 0;
-    for (const Segment& segment : segments) {
-        if (!segment.is(kApp1, kExtensionMark) || segment.data.size() < kExtensionMark.size() + kExtensionHead) {
-            continue;
+// Calls a function with the segments behind the start marker, up to the first that is neither the application's nor a
+// comment. Returns the offset behind the last one.
+template <class Visit>
+uint64_t each_leading_segment(FileParts& file, Visit visit) {
+    const imagework::ByteReader in = file.reader(true);
+    uint64_t at = 2;
+    while (in.has(at, kSegmentHead) && in.u8(at) == 0xFF) {
+        const int marker = in.u8(at + 1);
+        const uint64_t length = in.u16(at + 2);
+        const bool known = (marker >= kApp0 && marker <= kLastApp) || marker == kComment;
+        if (!known || length < 2 || !in.has(at, 2 + length)) {
+            break;
         }
-        const auto head = segment.data.subspan(kExtensionMark.size());
+        const uint64_t size = length - 2;
+        visit(Segment{marker, at, size, file.text(at + kSegmentHead, std::min(size, kExtensionMark.size()))});
+        at += 2 + length;
+    }
+    return at;
+}
+
+// The parts of the extension that the packet names, put together; empty where one is missing. No longer than all
+// segments of the file can hold.
+Bytes extension_of(FileParts& file, const std::string& guid, uint64_t most) {
+    Bytes whole;
+    uint64_t known = 0;
+    each_leading_segment(file, [&](const Segment& segment) {
+        if (!segment.is(kApp1, kExtensionMark) || segment.size < kExtensionMark.size() + kExtensionHead) {
+            return;
+        }
+        const Bytes data = behind(file, segment, kExtensionMark);
+        const std::span<const std::byte> head(data);
         const std::string_view name(reinterpret_cast<const char*>(head.data()), kGuid);
         const uint64_t length = read_number(head.subspan(kGuid, 4), true);
         const uint64_t offset = read_number(head.subspan(kGuid + 4, 4), true);
         const auto part = head.subspan(kExtensionHead);
-        // No more than the segments of the file can hold.
-        if (name != guid || length > segments.size() * kLongest || offset > length || part.size() > length - offset) {
-            continue;
+        if (name != guid || length > most || offset > length || part.size() > length - offset) {
+            return;
         }
         whole.resize(length);
         std::copy(part.begin(), part.end(), whole.begin() + static_cast<std::ptrdiff_t>(offset));
         known += part.size();
-    }
+    });
     return known == whole.size() ? whole : Bytes();
 }
 
@@ -147,41 +151,45 @@ void put_resources(Bytes& out, const Bytes& resources) {
 
 }  // namespace
 
-FileMetadata find_in_jpeg(std::span<const std::byte> file) {
+FileMetadata find_in_jpeg(const imagework::SharedSource& source) {
+    FileParts file(source, FileParts::kHeaders);
     FileMetadata found;
-    const std::vector<Segment> segments = leading_segments(file);
-    for (const Segment& segment : segments) {
+    uint64_t bytes = 0;  // of all segments
+    each_leading_segment(file, [&](const Segment& segment) {
+        bytes += segment.size;
         if (found.jfif.empty() && segment.is_jfif()) {
-            found.jfif = segment.behind(kJfifMark);
+            found.jfif = behind(file, segment, kJfifMark);
         } else if (found.jfif_extension.empty() && segment.is(kApp0, kJfifExtensionMark)) {
-            found.jfif_extension = segment.behind(kJfifExtensionMark);
+            found.jfif_extension = behind(file, segment, kJfifExtensionMark);
         } else if (found.exif.empty() && segment.is(kApp1, kExifMark)) {
-            found.exif = segment.behind(kExifMark);
+            found.exif = behind(file, segment, kExifMark);
         } else if (found.xmp.empty() && segment.is(kApp1, kXmpMark)) {
-            found.xmp = segment.behind(kXmpMark);
+            found.xmp = behind(file, segment, kXmpMark);
         } else if (segment.is(kApp13, kPhotoshopMark)) {
-            const Bytes part = segment.behind(kPhotoshopMark);
+            const Bytes part = behind(file, segment, kPhotoshopMark);
             found.photoshop.insert(found.photoshop.end(), part.begin(), part.end());
         } else if (segment.marker == kComment) {
-            found.comments.push_back(segment.behind({}));
+            found.comments.push_back(behind(file, segment, {}));
         }
-    }
+    });
     found.extended_guid = extension_name(found.xmp);
     if (!found.extended_guid.empty()) {
-        found.extended_xmp = extension_of(segments, found.extended_guid);
+        found.extended_xmp = extension_of(file, found.extended_guid, bytes);
     }
     return found;
 }
 
 Bytes write_to_jpeg(std::span<const std::byte> file, const MetadataToWrite& metadata) {
-    const std::vector<Segment> segments = leading_segments(file);
+    FileParts parts(source_of(file), FileParts::kHeaders);
+    std::vector<Segment> segments;
+    const uint64_t end = each_leading_segment(parts, [&](const Segment& segment) { segments.push_back(segment); });
     Bytes out(file.begin(), file.begin() + 2);
     // A JFIF header comes first, then EXIF, as readers expect both. Only a file of a kind that has one gets one, and it
     // keeps its own where no other is given.
     const auto jfif =
         std::find_if(segments.begin(), segments.end(), [](const Segment& segment) { return segment.is_jfif(); });
     if (jfif != segments.end()) {
-        put_only(out, kApp0, kJfifMark, metadata.jfif.empty() ? jfif->behind(kJfifMark) : metadata.jfif,
+        put_only(out, kApp0, kJfifMark, metadata.jfif.empty() ? behind(parts, *jfif, kJfifMark) : metadata.jfif,
                  "The JFIF header with its thumbnail");
         put_only(out, kApp0, kJfifExtensionMark, metadata.jfif_extension, "The extension of the JFIF header");
     }
@@ -189,12 +197,11 @@ Bytes write_to_jpeg(std::span<const std::byte> file, const MetadataToWrite& meta
     put_only(out, kApp1, kXmpMark, metadata.xmp, "The XMP packet");
     put_extension(out, metadata.extended_xmp, metadata.extended_guid);
     put_resources(out, metadata.photoshop);
-    size_t end = 2;
     for (const Segment& segment : segments) {
         if (!segment.is_metadata()) {
-            out.insert(out.end(), segment.whole.begin(), segment.whole.end());
+            const auto whole = file.subspan(segment.at, segment.end() - segment.at);
+            out.insert(out.end(), whole.begin(), whole.end());
         }
-        end += segment.whole.size();
     }
     for (const Bytes& comment : metadata.comments) {
         put_only(out, kComment, {}, comment, "The comment");

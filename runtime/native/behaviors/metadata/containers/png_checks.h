@@ -2,14 +2,15 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_CONTAINERS_PNG_CHECKS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_CONTAINERS_PNG_CHECKS_H
 
-#include <span>
 #include <string>
+
+#include "runtime/native/imagework/pixels/data_source.h"
 
 namespace zelmor::embed {
 
 // What is wrong first: a checksum, an unknown chunk that a reader has to know, chunks out of order, or a missing end.
 // Empty where nothing is.
-std::string png_fault(std::span<const std::byte> file);
+std::string png_fault(const imagework::SharedSource& file);
 
 }  // namespace zelmor::embed
 

@@ -15,54 +15,71 @@ namespace {
 
 constexpr size_t kSignature = 8;
 constexpr size_t kFrame = 12;  // length, type and checksum around the data of a chunk
+constexpr uint64_t kLongestChunk = 0x7FFFFFFF;
 // The keyword, no compression, and neither a language nor a translated keyword.
 constexpr std::string_view kXmpHead{"XML:com.adobe.xmp\0\0\0\0\0", 22};
 constexpr std::string_view kXmpKeyword{"XML:com.adobe.xmp\0", 18};
 
-uint32_t checksum(std::span<const std::byte> bytes) {
-    static const auto table = [] {
-        std::array<uint32_t, 256> entries{};
-        for (uint32_t i = 0; i < 256; ++i) {
-            uint32_t value = i;
-            for (int bit = 0; bit < 8; ++bit) {
-                value = (value & 1) != 0 ? 0xEDB88320 ^ value >> 1 : value >> 1;
+// The sum of bytes that come in several pieces.
+class Checksum {
+ public:
+    void add(std::span<const uint8_t> bytes) {
+        static const auto table = [] {
+            std::array<uint32_t, 256> entries{};
+            for (uint32_t i = 0; i < 256; ++i) {
+                uint32_t value = i;
+                for (int bit = 0; bit < 8; ++bit) {
+                    value = (value & 1) != 0 ? 0xEDB88320 ^ value >> 1 : value >> 1;
+                }
+                entries[i] = value;
             }
-            entries[i] = value;
+            return entries;
+        }();
+        for (const uint8_t byte : bytes) {
+            m_sum = table[(m_sum ^ byte) & 0xFF] ^ m_sum >> 8;
         }
-        return entries;
-    }();
-    uint32_t sum = 0xFFFFFFFF;
-    for (const std::byte byte : bytes) {
-        sum = table[(sum ^ std::to_integer<uint32_t>(byte)) & 0xFF] ^ sum >> 8;
     }
-    return ~sum;
-}
+    uint32_t value() const { return ~m_sum; }
 
-struct Chunk {
-    std::string_view type;
-    std::span<const std::byte> whole;
-    std::span<const std::byte> data;
-    std::string_view text() const { return {reinterpret_cast<const char*>(data.data()), data.size()}; }
-    bool is_xmp() const {
-        return (type == "iTXt" || type == "zTXt" || type == "tEXt") && text().starts_with(kXmpKeyword);
-    }
-    bool is_exif() const { return type == "eXIf"; }
-    // Texts, and the time of the last change.
-    bool is_description() const { return type == "iTXt" || type == "zTXt" || type == "tEXt" || type == "tIME"; }
+ private:
+    uint32_t m_sum = 0xFFFFFFFF;
 };
 
-std::vector<Chunk> chunks_of(std::span<const std::byte> file) {
-    std::vector<Chunk> chunks;
-    for (size_t at = kSignature; at + kFrame <= file.size();) {
-        const uint64_t length = read_number(file.subspan(at, 4), true);
-        if (length > file.size() - at - kFrame) {
+struct Chunk {
+    std::string type;
+    uint64_t at;    // of the whole chunk
+    uint64_t size;  // of the data
+    uint64_t data_at() const { return at + 8; }
+    uint64_t end() const { return at + kFrame + size; }
+    bool is_text() const { return type == "iTXt" || type == "zTXt" || type == "tEXt"; }
+    bool is_exif() const { return type == "eXIf"; }
+    // Texts, and the time of the last change.
+    bool is_description() const { return is_text() || type == "tIME"; }
+};
+
+// Calls a function with the chunks one after the other, up to the last one or to damage.
+template <class Visit>
+void each_chunk(FileParts& file, Visit visit) {
+    const imagework::ByteReader in = file.reader(true);
+    for (uint64_t at = kSignature; in.has(at, kFrame);) {
+        const uint64_t size = in.u32(at);
+        const Chunk chunk{file.text(at + 4, 4), at, size};
+        if (chunk.size > kLongestChunk || !in.has(at, kFrame + chunk.size)) {
             break;
         }
-        const std::string_view type(reinterpret_cast<const char*>(file.data()) + at + 4, 4);
-        chunks.push_back({type, file.subspan(at, length + kFrame), file.subspan(at + 8, length)});
-        at += length + kFrame;
+        visit(chunk);
+        const bool is_name = std::all_of(chunk.type.begin(), chunk.type.end(),
+                                         [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); });
+        if (!is_name || chunk.type == "IEND") {
+            break;
+        }
+        at = chunk.end();
     }
-    return chunks;
+}
+
+bool is_xmp(FileParts& file, const Chunk& chunk) {
+    return chunk.is_text() && chunk.size >= kXmpKeyword.size() &&
+           file.reader(true).starts_with(chunk.data_at(), kXmpKeyword);
 }
 
 void put_chunk(Bytes& out, std::string_view type, std::string_view head, const Bytes& data) {
@@ -77,7 +94,9 @@ void put_chunk(Bytes& out, std::string_view type, std::string_view head, const B
         }
     }
     out.insert(out.end(), data.begin(), data.end());
-    put_number(out, checksum(std::span(out).subspan(start)), 4, true);
+    Checksum sum;
+    sum.add({reinterpret_cast<const uint8_t*>(out.data()) + start, out.size() - start});
+    put_number(out, sum.value(), 4, true);
 }
 
 Bytes copy_of(std::span<const std::byte> bytes) {
@@ -85,14 +104,14 @@ Bytes copy_of(std::span<const std::byte> bytes) {
 }
 
 // Behind the keyword: in iTXt two flags, a language and a translated keyword, in zTXt a flag. Empty for damage.
-Bytes packet_of(const Chunk& chunk) {
-    const std::string_view text = chunk.text();
+Bytes packet_of(const std::string& type, std::span<const std::byte> data) {
+    const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
     const size_t start = kXmpKeyword.size();
-    if (chunk.type == "tEXt") {
-        return copy_of(chunk.data.subspan(start));
+    if (type == "tEXt") {
+        return copy_of(data.subspan(start));
     }
-    if (chunk.type == "zTXt") {
-        return text.size() > start ? inflated(chunk.data.subspan(start + 1)) : Bytes();
+    if (type == "zTXt") {
+        return text.size() > start ? inflated(data.subspan(start + 1)) : Bytes();
     }
     if (text.size() < start + 2) {
         return {};
@@ -102,75 +121,106 @@ Bytes packet_of(const Chunk& chunk) {
     if (keyword == std::string_view::npos) {
         return {};
     }
-    const auto packet = chunk.data.subspan(keyword + 1);
+    const auto packet = data.subspan(keyword + 1);
     return text[start] == 0 ? copy_of(packet) : inflated(packet);
 }
 
-// The sum that stands behind the data.
-bool has_right_checksum(const Chunk& chunk) {
-    const auto summed = chunk.whole.subspan(4, chunk.data.size() + 4);
-    return checksum(summed) == read_number(chunk.whole.last(4), true);
+// The sum of type and data, which stands behind the data.
+bool has_right_checksum(FileParts& file, const Chunk& chunk) {
+    constexpr uint64_t kPiece = FileParts::kShortSteps;
+    const imagework::ByteReader in = file.reader(true);
+    const uint64_t end = chunk.end() - 4;
+    Checksum sum;
+    for (uint64_t at = chunk.at + 4; at < end; at += kPiece) {
+        sum.add(in.piece(at, std::min(kPiece, end - at)));
+    }
+    return sum.value() == in.u32(end);
 }
+
+// Goes through the chunks in their order and keeps the first fault.
+class ChunkChecks {
+ public:
+    void add(FileParts& file, const Chunk& chunk) {
+        if (!m_fault.empty() || m_has_end) {
+            return;
+        }
+        const std::string name = "the chunk '" + chunk.type + "' ";
+        if (!has_right_checksum(file, chunk)) {
+            m_fault = name + "has a wrong checksum";
+            return;
+        }
+        constexpr std::string_view kKnown[] = {"IHDR", "PLTE", "IDAT", "IEND"};
+        const bool is_critical = chunk.type[0] >= 'A' && chunk.type[0] <= 'Z';
+        if (is_critical && std::find(std::begin(kKnown), std::end(kKnown), chunk.type) == std::end(kKnown)) {
+            m_fault = name + "is unknown";
+            return;
+        }
+        const bool splits_pixels = chunk.type == "IDAT" && m_has_pixels && m_before != "IDAT";
+        const bool is_late = (chunk.type == "PLTE" && m_has_pixels) || (chunk.type == "IHDR" && !m_before.empty());
+        if (splits_pixels || is_late || (m_before.empty() && chunk.type != "IHDR")) {
+            m_fault = name + "is out of order";
+            return;
+        }
+        m_has_end = chunk.type == "IEND";
+        m_has_pixels = m_has_pixels || chunk.type == "IDAT";
+        m_before = chunk.type;
+    }
+    std::string fault() const {
+        if (!m_fault.empty() || !m_has_end) {
+            return m_fault.empty() ? "the data ends before the end chunk" : m_fault;
+        }
+        return m_has_pixels ? std::string() : "there are no pixels before the end";
+    }
+
+ private:
+    std::string m_fault;
+    std::string m_before;
+    bool m_has_pixels = false;
+    bool m_has_end = false;
+};
 
 }  // namespace
 
-std::string png_fault(std::span<const std::byte> file) {
-    constexpr std::string_view kKnown[] = {"IHDR", "PLTE", "IDAT", "IEND"};
-    std::string_view before;
-    bool has_pixels = false;
-    for (const Chunk& chunk : chunks_of(file)) {
-        const std::string name = "the chunk '" + std::string(chunk.type) + "' ";
-        if (!has_right_checksum(chunk)) {
-            return name + "has a wrong checksum";
-        }
-        const bool is_critical = chunk.type[0] >= 'A' && chunk.type[0] <= 'Z';
-        if (is_critical && std::find(std::begin(kKnown), std::end(kKnown), chunk.type) == std::end(kKnown)) {
-            return name + "is unknown";
-        }
-        const bool splits_pixels = chunk.type == "IDAT" && has_pixels && before != "IDAT";
-        const bool is_late = (chunk.type == "PLTE" && has_pixels) || (chunk.type == "IHDR" && !before.empty());
-        if (splits_pixels || is_late || (before.empty() && chunk.type != "IHDR")) {
-            return name + "is out of order";
-        }
-        if (chunk.type == "IEND") {
-            return has_pixels ? std::string() : "there are no pixels before the end";
-        }
-        has_pixels = has_pixels || chunk.type == "IDAT";
-        before = chunk.type;
-    }
-    return "the data ends before the end chunk";
+std::string png_fault(const imagework::SharedSource& source) {
+    FileParts file(source, FileParts::kShortSteps);
+    ChunkChecks checks;
+    each_chunk(file, [&](const Chunk& chunk) { checks.add(file, chunk); });
+    return checks.fault();
 }
 
-FileMetadata find_in_png(std::span<const std::byte> file) {
+FileMetadata find_in_png(const imagework::SharedSource& source) {
+    FileParts file(source, FileParts::kHeaders);
     FileMetadata found;
     bool has_xmp = false;  // a file has one packet; further ones would only have to be unpacked
-    for (const Chunk& chunk : chunks_of(file)) {
+    each_chunk(file, [&](const Chunk& chunk) {
         if (chunk.is_exif() && found.exif.empty()) {
-            found.exif.assign(chunk.data.begin(), chunk.data.end());
+            found.exif = file.take(chunk.data_at(), chunk.size);
         }
-        if (chunk.is_xmp() && !has_xmp) {
+        if (is_xmp(file, chunk)) {
+            if (!has_xmp) {
+                found.xmp = packet_of(chunk.type, file.take(chunk.data_at(), chunk.size));
+            }
             has_xmp = true;
-            found.xmp = packet_of(chunk);
+        } else if (chunk.is_description()) {
+            found.texts.push_back(file.take(chunk.at + 4, chunk.size + 4));
         }
-        if (chunk.is_description() && !chunk.is_xmp()) {
-            const auto text = chunk.whole.subspan(4, chunk.data.size() + 4);
-            found.texts.emplace_back(text.begin(), text.end());
-        }
-    }
+    });
     return found;
 }
 
 Bytes write_to_png(std::span<const std::byte> file, const MetadataToWrite& metadata) {
+    FileParts parts(source_of(file), FileParts::kHeaders);
     Bytes out(file.begin(), file.begin() + kSignature);
-    size_t end = kSignature;
-    for (const Chunk& chunk : chunks_of(file)) {
-        end += chunk.whole.size();
+    uint64_t end = kSignature;
+    each_chunk(parts, [&](const Chunk& chunk) {
+        end = chunk.end();
         if (chunk.is_exif() || chunk.is_description()) {
-            continue;
+            return;
         }
-        out.insert(out.end(), chunk.whole.begin(), chunk.whole.end());
+        const auto whole = file.subspan(chunk.at, kFrame + chunk.size);
+        out.insert(out.end(), whole.begin(), whole.end());
         if (chunk.type != "IHDR") {
-            continue;
+            return;
         }
         put_chunk(out, "eXIf", {}, metadata.exif);
         put_chunk(out, "iTXt", kXmpHead, metadata.xmp);
@@ -178,7 +228,7 @@ Bytes write_to_png(std::span<const std::byte> file, const MetadataToWrite& metad
             const std::string_view type(reinterpret_cast<const char*>(text.data()), 4);
             put_chunk(out, type, {}, {text.begin() + 4, text.end()});
         }
-    }
+    });
     const auto rest = file.subspan(end);
     out.insert(out.end(), rest.begin(), rest.end());
     return out;

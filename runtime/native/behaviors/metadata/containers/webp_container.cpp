@@ -1,4 +1,6 @@
 // EXIF and XMP in the chunks of WebP. A file without them needs no header of extensions; one with them does.
+#include <algorithm>
+
 #include "runtime/native/behaviors/metadata/containers/file_containers.h"
 
 namespace zelmor::embed {
@@ -8,22 +10,39 @@ namespace {
 constexpr size_t kHead = 12;  // "RIFF", the size, "WEBP"
 constexpr uint8_t kHasXmp = 0x04, kHasExif = 0x08, kHasAlpha = 0x10;
 
+struct Place {
+    std::string type;
+    uint64_t at;  // of the data
+    uint64_t size;
+};
+
+// Calls a function with the chunks one after the other, up to damage or to where the header says that the file ends.
+template <class Visit>
+void each_chunk(FileParts& file, Visit visit) {
+    const imagework::ByteReader in = file.reader(false);
+    const uint64_t whole = in.u32(4);
+    const uint64_t end = std::min(file.size(), 8 + whole + whole % 2);
+    for (uint64_t at = kHead; at + 8 <= end;) {
+        const Place chunk{file.text(at, 4), at + 8, in.u32(at + 4)};
+        const bool is_name =
+            std::all_of(chunk.type.begin(), chunk.type.end(), [](char c) { return c >= ' ' && c <= '~'; });
+        if (!is_name || chunk.size > end - chunk.at) {
+            break;
+        }
+        visit(chunk);
+        at = chunk.at + chunk.size + chunk.size % 2;
+    }
+}
+
 struct Chunk {
-    std::string_view type;
+    std::string type;
     std::span<const std::byte> data;
 };
 
 std::vector<Chunk> chunks_of(std::span<const std::byte> file) {
+    FileParts parts(source_of(file), FileParts::kHeaders);
     std::vector<Chunk> chunks;
-    for (size_t at = kHead; at + 8 <= file.size();) {
-        const uint64_t length = read_number(file.subspan(at + 4, 4), false);
-        if (length > file.size() - at - 8) {
-            break;
-        }
-        const std::string_view type(reinterpret_cast<const char*>(file.data()) + at, 4);
-        chunks.push_back({type, file.subspan(at + 8, length)});
-        at += 8 + length + length % 2;
-    }
+    each_chunk(parts, [&](const Place& chunk) { chunks.push_back({chunk.type, file.subspan(chunk.at, chunk.size)}); });
     return chunks;
 }
 
@@ -65,22 +84,20 @@ bool is_metadata(const Chunk& chunk) {
 
 }  // namespace
 
-FileMetadata find_in_webp(std::span<const std::byte> file) {
+FileMetadata find_in_webp(const imagework::SharedSource& source) {
+    FileParts file(source, FileParts::kHeaders);
     FileMetadata found;
-    for (const Chunk& chunk : chunks_of(file)) {
+    each_chunk(file, [&](const Place& chunk) {
         if (chunk.type == "XMP " && found.xmp.empty()) {
-            found.xmp.assign(chunk.data.begin(), chunk.data.end());
+            found.xmp = file.take(chunk.at, chunk.size);
         }
-        if (chunk.type != "EXIF" || !found.exif.empty()) {
-            continue;
+        if (chunk.type == "EXIF" && found.exif.empty()) {
+            // Some writers keep JPEG's mark.
+            const bool marked = chunk.size >= kExifMark.size() && file.reader(false).starts_with(chunk.at, kExifMark);
+            const uint64_t skipped = marked ? kExifMark.size() : 0;
+            found.exif = file.take(chunk.at + skipped, chunk.size - skipped);
         }
-        auto data = chunk.data;
-        const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
-        if (text.starts_with(kExifMark)) {
-            data = data.subspan(kExifMark.size());  // some writers keep JPEG's mark
-        }
-        found.exif.assign(data.begin(), data.end());
-    }
+    });
     return found;
 }
 

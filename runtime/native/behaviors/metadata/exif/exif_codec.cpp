@@ -1,7 +1,9 @@
 // EXIF data as bytes: a small TIFF whose directories point at each other.
 #include <algorithm>
+#include <array>
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
+#include "runtime/native/behaviors/metadata/containers/file_parts.h"
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -21,22 +23,23 @@ constexpr uint16_t kPhotoshop = 34377;
     throw ManagedException("FormatException", "The EXIF data does not begin as a TIFF does.");
 }
 
-// A reader over the bytes, in the order and form that their first letters say; no object may keep it.
-Ref<TiffReaderObject> open(std::span<const std::byte> data) {
-    if (data.size() < 8) {
+// A reader in the order and form that the first letters of the source say; no object may keep it.
+Ref<TiffReaderObject> open(const imagework::SharedSource& source) {
+    std::array<uint8_t, 8> head{};
+    if (source->read_at(0, head) < head.size()) {
         throw_no_tiff();
     }
-    const char first = static_cast<char>(data[0]);
-    const char second = static_cast<char>(data[1]);
+    const char first = static_cast<char>(head[0]);
+    const char second = static_cast<char>(head[1]);
     if (first != second || (first != 'I' && first != 'M')) {
         throw_no_tiff();
     }
     const bool big_endian = first == 'M';
-    const uint64_t mark = read_number(data.subspan(2, 2), big_endian);
+    const uint64_t mark = read_number(std::as_bytes(std::span(head).subspan(2, 2)), big_endian);
     if (mark != kClassicMark && mark != kBigMark) {
         throw_no_tiff();
     }
-    return make_tiff_reader(data, big_endian, mark == kBigMark);
+    return make_tiff_reader(source, big_endian, mark == kBigMark);
 }
 
 struct Directory {
@@ -242,7 +245,7 @@ Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg) {
     if (text.starts_with(kExifMark)) {
         data = data.subspan(kExifMark.size());
     }
-    const auto reader = open(data);
+    const auto reader = open(source_of(data));
     auto exif = make_exif(of_jpeg);
     set_property(*exif, "IsBigEndian", reader->big_endian());
     Directory first = read_directory(*reader, first_directory(*reader));
@@ -263,7 +266,7 @@ Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg) {
     return exif;
 }
 
-Ref<ExifObject> read_exif_of_tiff(std::span<const std::byte> file) {
+Ref<ExifObject> read_exif_of_tiff(const imagework::SharedSource& file) {
     const auto reader = open(file);
     auto exif = make_exif(false);
     set_property(*exif, "IsBigEndian", reader->big_endian());
@@ -380,7 +383,7 @@ Bytes resource_of_iptc(const Bytes& iptc) {
 
 }  // namespace
 
-FileMetadata find_in_tiff(std::span<const std::byte> file) {
+FileMetadata find_in_tiff(const imagework::SharedSource& file) {
     FileMetadata found;
     try {
         const auto reader = open(file);
@@ -403,7 +406,7 @@ FileMetadata find_in_tiff(std::span<const std::byte> file) {
 }
 
 Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata) {
-    const auto reader = open(file);
+    const auto reader = open(source_of(file));
     const Form form{reader->big_endian(), reader->big_tiff()};
     Bytes out(file.begin(), file.end());
     out.resize(even(out.size()));

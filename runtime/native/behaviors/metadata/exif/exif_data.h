@@ -11,6 +11,7 @@
 #include "generated/runtime/Zelmor.Imaging.Exif.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_tags.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 
 namespace zelmor::embed {
 
@@ -67,7 +68,7 @@ Ref<ExifObject> make_exif(bool of_jpeg);
 // TIFF; a tag whose values lie outside is left out.
 Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg);
 // The same from a TIFF file: the directory at the offset given holds more than EXIF, of which only that is taken.
-Ref<ExifObject> read_exif_of_tiff(std::span<const std::byte> file);
+Ref<ExifObject> read_exif_of_tiff(const imagework::SharedSource& file);
 // The TIFF structure of the data, without "Exif" in front.
 Bytes write_exif(const ExifObject& exif);
 

@@ -26,7 +26,8 @@ Ref<ManagedObject> over_bytes(const TypeInfo& type, std::span<const std::byte> d
         throw_out_of_range("data_length", "There are no " + std::to_string(data_length) + " bytes behind the index.");
     }
     const auto part = data.subspan(static_cast<size_t>(start_index), static_cast<size_t>(data_length));
-    return make_ref<TiffReaderObject>(type, Bytes(part.begin(), part.end()));
+    const auto* first = reinterpret_cast<const uint8_t*>(part.data());
+    return make_ref<TiffReaderObject>(type, imagework::memory_source({first, first + part.size()}));
 }
 
 Ref<ManagedObject> over_container(const TypeInfo& type, StreamContainerObject* container) {

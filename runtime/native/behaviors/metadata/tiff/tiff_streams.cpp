@@ -81,11 +81,11 @@ void put_number(Bytes& out, uint64_t number, size_t size, bool big_endian) {
     }
 }
 
-TiffReaderObject::TiffReaderObject(const TypeInfo& type, Bytes content)
-    : ManagedObject(type), m_kind(kind_of(type)), m_content(std::move(content)), m_bytes(m_content) {}
+// Directories and values lie in different places of a file.
+constexpr size_t kReadAtOnce = 512;
 
-TiffReaderObject::TiffReaderObject(const TypeInfo& type, std::span<const std::byte> content)
-    : ManagedObject(type), m_kind(kind_of(type)), m_bytes(content) {}
+TiffReaderObject::TiffReaderObject(const TypeInfo& type, imagework::SharedSource content)
+    : ManagedObject(type), m_kind(kind_of(type)), m_bytes(std::in_place, std::move(content), kReadAtOnce) {}
 
 TiffReaderObject::TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObject> container)
     : ManagedObject(type), m_kind(kind_of(type)), m_container(std::move(container)) {
@@ -97,7 +97,7 @@ void TiffReaderObject::references(ReferenceVisitor& visitor) {
 }
 
 int64_t TiffReaderObject::length() {
-    return m_container ? m_container->stream()->length() : static_cast<int64_t>(m_bytes.size());
+    return m_container ? m_container->stream()->length() : static_cast<int64_t>(m_bytes->size());
 }
 
 void TiffReaderObject::read(int64_t position, std::span<std::byte> into) {
@@ -115,7 +115,7 @@ void TiffReaderObject::read(int64_t position, std::span<std::byte> into) {
         return;
     }
     if (!m_container) {
-        std::copy_n(m_bytes.begin() + from, count, part.begin());
+        m_bytes->copy(static_cast<uint64_t>(from), {reinterpret_cast<uint8_t*>(part.data()), part.size()});
         return;
     }
     const Ref<ManagedStream> stream = m_container->stream();
@@ -179,9 +179,9 @@ void TiffWriterObject::write_number(uint64_t number, size_t size) {
     write(bytes);
 }
 
-Ref<TiffReaderObject> make_tiff_reader(std::span<const std::byte> content, bool big_endian, bool big_tiff) {
+Ref<TiffReaderObject> make_tiff_reader(imagework::SharedSource content, bool big_endian, bool big_tiff) {
     const TypeInfo& type = tiff_reader_class({big_endian, big_tiff});
-    return make_ref<TiffReaderObject>(type, content);
+    return make_ref<TiffReaderObject>(type, std::move(content));
 }
 
 }  // namespace zelmor::embed

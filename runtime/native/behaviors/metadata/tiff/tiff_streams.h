@@ -1,11 +1,12 @@
 // Reading and writing numbers of TIFF in either byte order: TiffStreamReader, TiffStreamWriter and their kin.
 //
-// A reader stands over a copy of bytes or over a stream container; positions count from the beginning of either. A
-// writer writes where its container stands.
+// A reader stands over the bytes of a source or over a stream container; positions count from the beginning of either.
+// A writer writes where its container stands.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_TIFF_TIFF_STREAMS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_TIFF_TIFF_STREAMS_H
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.Enums.h"
@@ -14,6 +15,7 @@
 #include "runtime/native/core/object.h"
 #include "runtime/native/core/value.h"
 #include "runtime/native/imagework/limits.h"
+#include "runtime/native/imagework/pixels/source_bytes.h"
 
 namespace zelmor::embed {
 
@@ -34,10 +36,8 @@ void put_number(Bytes& out, uint64_t number, size_t size, bool big_endian);
 class TiffReaderObject final : public ManagedObject {
  public:
     static constexpr const char* kManagedName = api::FileFormats::Tiff::FileManagement::TiffStreamReader::kType.name;
-    TiffReaderObject(const TypeInfo& type, Bytes content);
     TiffReaderObject(const TypeInfo& type, Ref<StreamContainerObject> container);
-    // Over bytes that stay for as long as the reader.
-    TiffReaderObject(const TypeInfo& type, std::span<const std::byte> content);
+    TiffReaderObject(const TypeInfo& type, imagework::SharedSource content);
 
     bool big_endian() const { return m_kind.big_endian; }
     bool big_tiff() const { return m_kind.big_tiff; }
@@ -59,8 +59,7 @@ class TiffReaderObject final : public ManagedObject {
 
  private:
     TiffStreamKind m_kind;
-    Bytes m_content;                     // of a reader that has a copy of its own
-    std::span<const std::byte> m_bytes;  // what is read, unless there is a container
+    std::optional<imagework::SourceBytes> m_bytes;  // absent where there is a container
     Ref<StreamContainerObject> m_container;
 };
 
@@ -111,8 +110,8 @@ constexpr Wire wire_of() {
     return Wire::kUInt64;
 }
 
-// A reader of the class for this order and form over bytes that stay for as long as it.
-Ref<TiffReaderObject> make_tiff_reader(std::span<const std::byte> content, bool big_endian, bool big_tiff = false);
+// A reader of the class for this order and form.
+Ref<TiffReaderObject> make_tiff_reader(imagework::SharedSource content, bool big_endian, bool big_tiff = false);
 
 }  // namespace zelmor::embed
 
