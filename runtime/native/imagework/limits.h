@@ -80,9 +80,6 @@ constexpr size_t kXmpElements = 1'000'000;
 
 // --- Arguments of calls ---------------------------------------------------------------------------------------------
 
-// Bytes of a file that is written over while images still need its old content: up to so many are kept in memory, which
-// is less than the decoded picture takes; more of them go to a temporary file, since the picture may never be decoded.
-constexpr uint64_t kKeptFileBytes = 64 * kMebibyte;
 // Page numbers that a range of pages may stand for.
 constexpr int32_t kPageNumbers = 10'000'000;
 

@@ -11,9 +11,10 @@ from pathlib import Path
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Image, RasterCachedMultipageImage, RasterImage, StreamContainer
+from zelmor.imaging import FileStreamContainer, Image, RasterCachedMultipageImage, StreamContainer
 from zelmor.imaging.extensions import StreamExtensions
 from zelmor.imaging.fileformats.jpeg import JpegImage
+from zelmor.pyio import FileMode
 
 from support.image_oracles import Pixels, noise, pixels, worst, write
 
@@ -47,6 +48,13 @@ def save_over(target: Path, picture: Pixels, tmp_path: Path) -> None:
         other.save(str(target))
 
 
+def emptied(path: Path) -> None:
+    """Opens a file as one that is created anew."""
+    with FileStreamContainer.create_file_stream(str(path), False) as container:
+        container.write(b"nothing")
+    assert path.read_bytes() == b"nothing"
+
+
 WAYS: dict[str, Callable[[Path, Path], object]] = {
     "deleted": lambda path, folder: [os.unlink(path), os.unlink(path.with_stem("link"))],
     "replaced": lambda path, folder: os.replace(write(folder / f"other{path.suffix}", of(2)), path),
@@ -54,7 +62,7 @@ WAYS: dict[str, Callable[[Path, Path], object]] = {
     "saved over the only name": lambda path, folder: [os.unlink(path.with_stem("link")),
                                                       save_over(path, of(2), folder)],
     "saved by a container": lambda path, folder: StreamContainer(io.BytesIO(b"x" * 10), False).save(str(path)),
-    "created anew by a container": lambda path, folder: StreamContainer.create_file_stream(str(path), True),
+    "created anew by a container": lambda path, folder: emptied(path),
 }
 
 
@@ -174,12 +182,11 @@ def test_questions_read_the_head_alone(tmp_path: Path, extension: str) -> None:
         assert 8 <= bytes_read(lambda: Image.can_load(file)) <= 4096 and file.tell() == 0
 
 
-def test_the_stream_of_a_file_is_emptied_without_harm(tmp_path: Path) -> None:
-    """StreamExtensions opens files to write into them from the beginning."""
+@pytest.mark.parametrize("mode", [FileMode.CREATE, FileMode.OPEN, FileMode.TRUNCATE, FileMode.APPEND])
+def test_a_stream_writes_into_the_file_without_harm(tmp_path: Path, mode: FileMode) -> None:
     path = Path(write(tmp_path / "a.bmp", of(1)))
     with Image.load(str(path)) as image:
-        with StreamExtensions.create(str(path)) as stream:
+        with StreamExtensions.create_file_stream(str(path), mode) as stream:
             stream.write(b"nothing")
-        assert path.read_bytes() == b"nothing"
+        assert path.read_bytes().startswith(b"nothing" if mode != FileMode.APPEND else b"BM")
         assert worst(pixels(image, tmp_path), of(1)) == 0
-        assert RasterImage._is_assignable(image)

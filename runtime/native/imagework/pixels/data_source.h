@@ -30,8 +30,7 @@ using SharedSource = std::shared_ptr<const DataSource>;
 SharedSource memory_source(std::vector<uint8_t> bytes);
 // Bytes in memory that outlive the source.
 SharedSource borrowed_source(std::span<const uint8_t> bytes);
-// A regular file that is open for reading; the source has a descriptor of its own (open_files.cpp). The runtime opens
-// files; the backend, which is another library, gets sources.
+// A regular file that is open for reading; the source has a descriptor of its own. Of the runtime alone (open_files.cpp).
 SharedSource file_source(int descriptor);
 // All bytes of a source.
 std::vector<uint8_t> all_bytes(const DataSource& source);
