@@ -78,6 +78,12 @@ constexpr size_t kXmpBytes = 64 * kMebibyte;
 constexpr size_t kXmpDepth = 256;
 constexpr size_t kXmpElements = 1'000'000;
 
+// --- Files that are written over ------------------------------------------------------------------------------------
+
+// Bytes of a file that is written over while images still need its old content: up to so many are kept in memory, which
+// is less than the decoded picture takes; more of them go to a temporary file, since the picture may never be decoded.
+constexpr uint64_t kKeptFileBytes = 64 * kMebibyte;
+
 // --- Arguments of calls ---------------------------------------------------------------------------------------------
 
 // Page numbers that a range of pages may stand for.

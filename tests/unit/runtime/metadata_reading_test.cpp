@@ -3,6 +3,7 @@
 
 #include "runtime/native/behaviors/metadata/containers/file_parts.h"
 #include "runtime/native/behaviors/metadata/containers/png_checks.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
 
 namespace zelmor::embed {

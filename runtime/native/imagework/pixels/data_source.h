@@ -30,7 +30,8 @@ using SharedSource = std::shared_ptr<const DataSource>;
 SharedSource memory_source(std::vector<uint8_t> bytes);
 // Bytes in memory that outlive the source.
 SharedSource borrowed_source(std::span<const uint8_t> bytes);
-// A regular file that is open for reading; the source has a descriptor of its own. Of the runtime alone (open_files.cpp).
+// A regular file that is open for reading; the source has a descriptor of its own. A part of the runtime alone, which
+// has the one register of such sources (open_files.cpp); the backend gets sources.
 SharedSource file_source(int descriptor);
 // All bytes of a source.
 std::vector<uint8_t> all_bytes(const DataSource& source);

@@ -5,7 +5,6 @@
 
 #include <sys/stat.h>
 
-#include <cstdint>
 #include <tuple>
 
 namespace zelmor::imagework {
@@ -23,9 +22,6 @@ struct FileIdentity {
 
 // To be called before the content of a file is changed: all sources of the file (data_source.h: file_source) read a
 // copy from then on. PictureError(kInternal) where there is no room for a copy; the sources read the file then.
-namespace limits {
-constexpr uint64_t kKeptFileBytes = uint64_t{64} << 20;
-}
 void keep_bytes_of(const FileIdentity& file);
 
 }  // namespace zelmor::imagework
