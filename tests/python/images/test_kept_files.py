@@ -156,8 +156,7 @@ def large(extension: str) -> bytes:
     file = io.BytesIO()
     picture = Pillow.fromarray(np.repeat(noise(3, 1, 40, 3000), 100, 1))
     if extension != "tif":
-        picture.save(file, {"jpg": "JPEG", "png": "PNG"}[extension], **({} if extension == "jpg"
-                                                                      else {"compress_level": 0}))
+        picture.save(file, {"jpg": "JPEG", "png": "PNG"}[extension], compress_level=0)
         return file.getvalue()
     data = picture.tobytes()
     entries = [(256, 4, 4000), (257, 4, 3000), (258, 3, 8), (259, 3, 1), (262, 3, 1), (273, 4, 8), (277, 3, 1),
