@@ -52,6 +52,10 @@ constexpr uint64_t kTextBytes = 64 * kMebibyte;
 // Bytes that memory is reserved for on the claim of a file, before any of them have come.
 constexpr uint64_t kReservedBytes = 64 * kMebibyte;
 
+// Files that are kept open for the pixels of images, of the 1024 that a process usually may have. Beyond that files are
+// read into memory when they are loaded.
+constexpr size_t kOpenFiles = 256;
+
 // --- TIFF directories, of pictures and of EXIF ----------------------------------------------------------------------
 
 // Directories of one file, those below pages included.

@@ -15,9 +15,11 @@
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/loader.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
+#include "runtime/native/imagework/pixels/open_files.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 
 namespace zelmor::embed {
@@ -105,7 +107,7 @@ constexpr int64_t kSmallFile = 128 * 1024;
 SharedSource source_of_file(const ManagedStream& stream) {
     struct stat info {};
     const bool lasts = ::fstat(stream.descriptor(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > kSmallFile;
-    return lasts ? file_source(stream.descriptor()) : nullptr;
+    return lasts && open_file_count() < limits::kOpenFiles ? file_source(stream.descriptor()) : nullptr;
 }
 
 Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options, const std::string& subject) {

@@ -166,6 +166,10 @@ class Register {
         }
         return found;
     }
+    size_t count() {
+        const std::lock_guard lock(m_mutex);
+        return m_sources.size();
+    }
     std::mutex& mutex() { return m_mutex; }
 
  private:
@@ -285,6 +289,10 @@ void keep_bytes_of(const FileIdentity& file) {
     for (const auto& source : open_sources().sources_of(file)) {
         source->keep_bytes(copy);
     }
+}
+
+size_t open_file_count() {
+    return open_sources().count();
 }
 
 }  // namespace zelmor::imagework

@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <cstddef>
 #include <tuple>
 
 namespace zelmor::imagework {
@@ -23,6 +24,9 @@ struct FileIdentity {
 // To be called before the content of a file is changed: all sources of the file (data_source.h: file_source) read a
 // copy from then on. PictureError(kInternal) where there is no room for a copy; the sources read the file then.
 void keep_bytes_of(const FileIdentity& file);
+
+// How many sources keep a file open.
+size_t open_file_count();
 
 }  // namespace zelmor::imagework
 
