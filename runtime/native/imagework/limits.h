@@ -36,6 +36,10 @@ constexpr uint64_t kSamplesOfPixel = 64;
 constexpr uint64_t kTileSide = uint64_t{1} << 15;
 // Bytes of one tile, or of a strip that is decoded as a whole, before and after it is decoded.
 constexpr uint64_t kTileBytes = 256 * kMebibyte;
+// Scans of a JPEG file, and the blocks of 8 by 8 coefficients that all of them consist of. A scan of a few bytes can go
+// over all blocks of a picture.
+constexpr int kJpegScans = 100;
+constexpr uint64_t kJpegBlocks = uint64_t{1} << 30;
 // Bytes that a codec's library may ask for at once, besides what is no larger than the file itself.
 constexpr uint64_t kCodecBytes = 256 * kMebibyte;
 

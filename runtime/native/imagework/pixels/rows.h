@@ -38,6 +38,9 @@ class RowReader {
     // Fills `rows` with the next so many rows; it has room for exactly these, and there are that many left.
     // PictureError(kDamaged) where they cannot be decoded: the rows of earlier calls hold, and none follow.
     virtual void read(int32_t count, std::span<uint8_t> rows) = 0;
+    // Areas of the rows read so far that have no pixels of the file: Recovery::kMaximal goes on where data are missing,
+    // and whoever keeps the rows gives these areas the background.
+    virtual std::vector<Rect> lost() const { return {}; }
 };
 
 // Writes one picture. Settings that the format or the form does not take are refused when the writer is made.

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "runtime/native/imagework/codecs/bmp_codec.h"
-#include "runtime/native/imagework/codecs/lost_pixels.h"
 #include "runtime/native/imagework/gif/gif_codec.h"
+#include "runtime/native/imagework/jpeg/jpeg_codec.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/single_frame.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
@@ -27,8 +27,6 @@ namespace {
 
 const char* loader_of(Format format) {
     switch (format) {
-        case Format::kJpeg:
-            return "jpegload_buffer";
         case Format::kWebp:
             return "webpload_buffer";
         default:
@@ -160,9 +158,7 @@ std::unique_ptr<Picture> recovered(std::span<const uint8_t> data, const FileFact
         return top_rows(data, facts, options);
     }
     try {
-        auto picture = picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
-        fill_lost_pixels(*picture, intact_rows(data, facts.format), options.background);
-        return picture;
+        return picture_of(opened(data, facts.format, VIPS_FAIL_ON_NONE), facts, options);
     } catch (const vips::VError&) {
         vips_error_clear();
         return top_rows(data, facts, options);  // of a decoder that stops at the first damage
@@ -245,6 +241,8 @@ SharedFrames opened_frames(const SharedSource& source, const FileFacts& facts, c
     switch (facts.format) {
         case Format::kGif:
             return open_gif(source, lenient, options.memory);
+        case Format::kJpeg:
+            return open_jpeg(source, options.recovery, options.memory);
         case Format::kPng:
             return facts.is_apng && animates ? open_apng(source, lenient, options.memory)
                                              : open_still_png(source, facts, options);

@@ -5,10 +5,11 @@
 #include <vector>
 
 #include "runtime/native/imagework/codecs/bmp_codec.h"
-#include "runtime/native/imagework/codecs/jpeg_segments.h"
+#include "runtime/native/imagework/jpeg/jpeg_codec.h"
 #include "runtime/native/imagework/vips/encode_gif.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
+#include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
@@ -126,19 +127,11 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Enc
         picture.to_space({model, wanted});
     }
     picture.to_form(form_of_8_bits(model, picture));
-    const VImage image = with_profile(picture);
-    EncodedBytes bytes = save_with_library(image, "jpegsave_buffer",
-                                           VImage::option()
-                                               ->set("Q", jpeg.quality)
-                                               ->set("interlace", jpeg.progressive)
-                                               ->set("strip", !has_metadata(image))
-                                               ->set("optimize_coding", true));
-    // JFIF is for gray and YCbCr; what has four channels is marked in a way of its own.
-    std::optional<Resolution> jfif;
-    if (image.bands() < 4) {
-        jfif = Resolution{image.xres() * 25.4, image.yres() * 25.4};
-    }
-    return with_jpeg_segments(bytes, jfif, jpeg.comment);
+    std::vector<uint8_t> out;
+    const auto writer = make_jpeg_writer(picture.rows_header(), jpeg, out);
+    write_rows(picture, *writer);
+    writer->finish();
+    return to_encoded(std::move(out));
 }
 
 EncodedBytes encode_as(const WebpEncoding& webp, VipsPicture& picture, const Encoding&) {

@@ -188,7 +188,11 @@ std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions
         }
     }
     if (done == header.height) {
-        return std::make_unique<VipsPicture>(image, header, frame_count);
+        auto whole = std::make_unique<VipsPicture>(image, header, frame_count);
+        for (const Rect& area : reader.lost()) {
+            whole->replace_area(area, options.background | kBlack);
+        }
+        return whole;
     }
     auto picture = guarded(Failure::kInternal, "the intact rows could not be taken", [&] {
         return std::make_unique<VipsPicture>(image.extract_area(0, 0, header.width, done), header, frame_count);

@@ -1,0 +1,189 @@
+"""JPEG files of every kind that libjpeg's programs and Pillow write: what is loaded and saved, pixel by pixel."""
+
+from __future__ import annotations
+
+import io
+import subprocess
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from PIL import ImageCms
+from zelmor.imaging import DataRecoveryMode, Image, LoadOptions, PixelDataFormat, RasterImage, Rectangle
+from zelmor.imaging.fileformats.jpeg import JpegCompressionColorMode, JpegCompressionMode
+from zelmor.imaging.imageoptions import JpegOptions
+
+from support.image_oracles import Pixels, load, managed_error, noise, raster, read, smooth, worst, write
+
+SIZES = [(1, 1), (9, 17), (17, 9), (61, 43)]
+
+#: Arguments of cjpeg.
+CODINGS = ["", "-progressive", "-arithmetic", "-arithmetic -progressive", "-restart 1", "-restart 3B -optimize",
+           "-progressive -restart 1", "-quality 4", "-quality 100 -dct float"]
+SAMPLINGS = ["-grayscale", "-rgb", "-sample 1x1", "-sample 2x1", "-sample 2x2", "-sample 1x2", "-sample 4x1",
+             "-sample 2x2,1x2,2x1", "-sample 1x1,2x2,2x2"]
+
+
+def run(command: str, data: bytes) -> bytes:
+    """What a program makes of its input."""
+    return subprocess.run(command.split(), input=data, capture_output=True, check=True).stdout
+
+
+def portable(pixels: Pixels) -> bytes:
+    """A file that cjpeg reads."""
+    file = io.BytesIO()
+    Pillow.fromarray(pixels.astype(np.uint8)).save(file, "PPM")
+    return file.getvalue()
+
+
+def decoded_by_djpeg(data: bytes) -> Pixels:
+    """The pixels of a file by libjpeg's own program."""
+    with Pillow.open(io.BytesIO(run("djpeg -pnm", data))) as picture:
+        return np.asarray(picture)
+
+
+def loaded(image: RasterImage) -> Pixels:
+    """The pixels of a loaded image, one band for gray."""
+    colors = np.array(list(image.load_argb_32_pixels(Rectangle(0, 0, image.width, image.height))), np.int32)
+    words = colors.view(np.uint32).reshape(image.height, image.width)
+    assert (words >> 24 == 255).all()
+    if image.bits_per_pixel == 8:
+        return (words & 255).astype(np.uint8)
+    return np.stack([words >> 16 & 255, words >> 8 & 255, words & 255], -1).astype(np.uint8)
+
+
+@pytest.mark.parametrize("sampling", SAMPLINGS)
+@pytest.mark.parametrize("coding", CODINGS)
+def test_pixels_are_those_of_djpeg_and_pillow(tmp_path: Path, coding: str, sampling: str) -> None:
+    for width, height in SIZES:
+        data = run(f"cjpeg {coding} {sampling}", portable(smooth(3, width, height)))
+        (tmp_path / "a.jpg").write_bytes(data)
+        got = loaded(load(tmp_path / "a.jpg"))
+        assert np.array_equal(got, decoded_by_djpeg(data))
+        assert worst(got, read(tmp_path / "a.jpg")) == 0
+        assert np.array_equal(loaded(raster(Image.load(io.BytesIO(data)))), got)
+
+
+@pytest.mark.parametrize("options", [
+    {"quality": 30}, {"quality": 95, "subsampling": 0}, {"subsampling": 1}, {"progressive": True}, {"optimize": True},
+    {"restart_marker_rows": 1}, {"qtables": "web_low"}])
+@pytest.mark.parametrize("bands", [1, 3, 4])
+def test_pixels_of_files_by_pillow(tmp_path: Path, bands: int, options: dict[str, Any]) -> None:
+    mode = {1: "L", 3: "RGB", 4: "CMYK"}[bands]
+    for width, height in SIZES:
+        Pillow.fromarray(smooth(bands, width, height), mode).save(tmp_path / "a.jpg", **options)
+        image = load(tmp_path / "a.jpg")
+        assert image.bits_per_pixel == 8 * bands
+        if bands < 4:
+            got = loaded(image)
+        else:
+            colors = image.load_cmyk_pixels(Rectangle(0, 0, width, height))
+            got = np.array([(c.c, c.m, c.y, c.k) for c in colors], np.uint8).reshape(height, width, 4)
+        assert worst(got, read(tmp_path / "a.jpg")) == 0
+
+
+@pytest.mark.parametrize("quality", [1, 50, 75, 89, 90, 100])
+@pytest.mark.parametrize("progressive", [False, True])
+@pytest.mark.parametrize("color", [JpegCompressionColorMode.GRAYSCALE, JpegCompressionColorMode.Y_CB_CR])
+def test_saved_files_are_those_of_cjpeg(tmp_path: Path, quality: int, progressive: bool,
+                                        color: JpegCompressionColorMode) -> None:
+    options = JpegOptions()
+    options.quality = quality
+    options.color_type = color
+    options.compression_type = JpegCompressionMode.PROGRESSIVE if progressive else JpegCompressionMode.BASELINE
+    gray = color == JpegCompressionColorMode.GRAYSCALE
+    for width, height in SIZES:
+        pixels = smooth(1 if gray else 3, width, height)
+        Image.load(write(tmp_path / "a.png", pixels)).save(str(tmp_path / "a.jpg"), options)
+        sampling = "1x1" if quality >= 90 or gray else "2x2"
+        expected = run(f"cjpeg -quality {quality} -optimize {'-progressive' if progressive else ''} -sample {sampling}",
+                       portable(pixels))
+        got = (tmp_path / "a.jpg").read_bytes()
+        # All from the first table on: before it are the resolution, and what describes the picture.
+        assert got[got.index(b"\xff\xdb"):] == expected[expected.index(b"\xff\xdb"):]
+
+
+def test_an_untouched_file_keeps_what_describes_it(tmp_path: Path) -> None:
+    exif = Pillow.Exif()
+    exif[271] = "maker"
+    exif[282], exif[283], exif[296] = 240.0, 120.0, 2
+    profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+    Pillow.fromarray(smooth()).save(tmp_path / "a.jpg", exif=exif, icc_profile=profile, dpi=(300, 300),
+                                    comment="a word", quality=92, subsampling=0, progressive=True)
+    image = load(tmp_path / "a.jpg")
+    assert (image.horizontal_resolution, image.vertical_resolution) == (240, 120)
+    image.save(str(tmp_path / "b.jpg"))
+    with Pillow.open(tmp_path / "b.jpg") as picture:
+        assert picture.info["icc_profile"] == profile
+        assert picture.info["comment"] == b"a word"
+        assert picture.info["progressive"]
+        assert picture.getexif()[271] == "maker"
+        assert picture.getexif()[282] == 240
+        assert picture.layer[0][1:3] == (1, 1)
+    assert worst(read(tmp_path / "b.jpg"), read(tmp_path / "a.jpg")) <= 6
+
+
+def test_a_profile_of_many_segments(tmp_path: Path) -> None:
+    profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+    long = profile + bytes(200_000)
+    long = len(long).to_bytes(4, "big") + long[4:]
+    Pillow.fromarray(smooth()).save(tmp_path / "a.jpg", icc_profile=long)
+    load(tmp_path / "a.jpg").save(str(tmp_path / "b.jpg"))
+    with Pillow.open(tmp_path / "b.jpg") as picture:
+        assert picture.info["icc_profile"] == long
+    # Without its second segment there is no profile.
+    data = (tmp_path / "a.jpg").read_bytes()
+    at = data.index(b"\xff\xe2", data.index(b"\xff\xe2") + 2)
+    (tmp_path / "a.jpg").write_bytes(data[:at] + data[at + 2 + int.from_bytes(data[at + 2:at + 4], "big"):])
+    load(tmp_path / "a.jpg").save(str(tmp_path / "b.jpg"))
+    with Pillow.open(tmp_path / "b.jpg") as picture:
+        assert "icc_profile" not in picture.info
+
+
+@pytest.mark.parametrize("progressive", [False, True])
+def test_a_file_that_ends_early_is_damaged(progressive: bool) -> None:
+    file = io.BytesIO()
+    Pillow.fromarray(noise()).save(file, "JPEG", progressive=progressive)
+    data = file.getvalue()
+    for length in [*range(700, len(data), 97), len(data) - 2, len(data) - 1]:
+        with managed_error("ImageLoadException", "the JPEG data is damaged or incomplete: Premature end"):
+            Image.load(io.BytesIO(data[:length])).save(io.BytesIO(), JpegOptions())
+
+
+def test_other_codings_are_named() -> None:
+    file = io.BytesIO()
+    Pillow.fromarray(noise()).save(file, "JPEG")
+    data = bytearray(file.getvalue())
+    frame = data.index(b"\xff\xc0")
+    data[frame + 4] = 12
+    with managed_error("ImageLoadException", "Unsupported JPEG data precision 12"):
+        Image.load(io.BytesIO(bytes(data)))
+    data[frame + 4], data[frame + 1] = 8, 0xC3
+    with managed_error("ImageLoadException", "Unsupported JPEG process"):
+        Image.load(io.BytesIO(bytes(data)))
+
+
+def test_lost_pixels_of_gray_and_ink_get_a_background_of_any_color() -> None:
+    """The pixels that are there stay, and the picture becomes one that can hold the color."""
+    from zelmor.imaging import Color
+    for mode in ("L", "CMYK"):
+        file = io.BytesIO()
+        Pillow.fromarray(noise(4 if mode == "CMYK" else 1, 1, 96, 128), mode).save(file, "JPEG")
+        options = LoadOptions()
+        options.data_recovery_mode = DataRecoveryMode.MAXIMAL_RECOVER
+        options.data_background_color = Color.blue
+        data = file.getvalue()
+        image = raster(Image.load(io.BytesIO(data[:len(data) // 2]), options))
+        assert image.get_argb_32_pixel(95, 127) & 0xFFFFFFFF == 0xFF0000FF
+        whole = raster(Image.load(io.BytesIO(data)))
+        assert image.get_argb_32_pixel(5, 5) == whole.get_argb_32_pixel(5, 5)
+
+
+def test_raw_data_of_inks_is_that_of_pillow(tmp_path: Path) -> None:
+    Pillow.fromarray(noise(4, 3, 40, 30), "CMYK").save(tmp_path / "a.jpg", quality=96)
+    image = load(tmp_path / "a.jpg")
+    assert image.raw_data_format.pixel_format == PixelDataFormat.cmyk.pixel_format
+    data = bytes(image.get_default_raw_data(Rectangle(0, 0, 40, 30), image.raw_data_settings))
+    assert worst(np.frombuffer(data, np.uint8).reshape(30, 40, 4), read(tmp_path / "a.jpg")) == 0
