@@ -144,7 +144,8 @@ void JpegInput::on_progress(j_common_ptr codec) {
     if (!in.m_absorbs_scans) {
         return;
     }
-    in.m_sound_until = in.position();
+    // A marker that was read but not looked at yet belongs to the next step.
+    in.m_sound_until = in.position() - (in.m_codec.unread_marker != 0 ? 2 : 0);
     in.m_blocks += blocks_at_once(in.m_codec);
     if (in.m_codec.input_scan_number > limits::kJpegScans || in.m_blocks > limits::kJpegBlocks) {
         in.keep_refusal();
