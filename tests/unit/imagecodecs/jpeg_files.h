@@ -15,7 +15,8 @@ namespace zelmor::imagework {
 
 struct JpegKind {
     std::string name;
-    J_COLOR_SPACE pixels = JCS_RGB;  // of the rows that go in: JCS_GRAYSCALE, JCS_RGB, JCS_CMYK, JCS_UNKNOWN (two bands)
+    J_COLOR_SPACE pixels =
+        JCS_RGB;  // of the rows that go in: JCS_GRAYSCALE, JCS_RGB, JCS_CMYK, JCS_UNKNOWN (two bands)
     J_COLOR_SPACE file = JCS_YCbCr;
     int across = 1;  // the sampling factors of the first component; those of the others are 1
     int down = 1;

@@ -145,8 +145,8 @@ TEST(JpegRowsTest, ReducedRowsAreMeans) {
                 for (int x = 0; x < kWidth / divisor; x++) {
                     for (int band = 0; band < bands; band++) {
                         const int got = small[static_cast<size_t>((y * header.width + x) * bands + band)];
-                        worst = std::max(
-                            worst, std::abs(got - mean_of(whole, kWidth, kHeight, bands, divisor, x, y, band)));
+                        worst = std::max(worst,
+                                         std::abs(got - mean_of(whole, kWidth, kHeight, bands, divisor, x, y, band)));
                     }
                 }
             }
@@ -200,8 +200,7 @@ int32_t rows_before_error(const Bytes& file, Recovery recovery, const Bytes& who
         Bytes row(row_size(reader->header()));
         for (; y < reader->header().height; y++) {
             reader->read(1, row);
-            EXPECT_TRUE(std::equal(row.begin(), row.end(),
-                                   whole.begin() + static_cast<std::ptrdiff_t>(row.size()) * y))
+            EXPECT_TRUE(std::equal(row.begin(), row.end(), whole.begin() + static_cast<std::ptrdiff_t>(row.size()) * y))
                 << "row " << y;
         }
     } catch (const PictureError& error) {
@@ -211,9 +210,9 @@ int32_t rows_before_error(const Bytes& file, Recovery recovery, const Bytes& who
 }
 
 TEST(JpegRowsTest, EveryCutIsDamageAndTheRowsBeforeItHold) {
-    for (const JpegKind& kind : {kBaseline, JpegKind{"gray", JCS_GRAYSCALE, JCS_GRAYSCALE},
-                                 JpegKind{"restarts", JCS_RGB, JCS_YCbCr, 1, 2, false, false, 1},
-                                 JpegKind{"cmyk", JCS_CMYK, JCS_CMYK}}) {
+    for (const JpegKind& kind :
+         {kBaseline, JpegKind{"gray", JCS_GRAYSCALE, JCS_GRAYSCALE},
+          JpegKind{"restarts", JCS_RGB, JCS_YCbCr, 1, 2, false, false, 1}, JpegKind{"cmyk", JCS_CMYK, JCS_CMYK}}) {
         SCOPED_TRACE(kind.name);
         const Bytes file = noise_file(kind, 80, 120);
         const Bytes whole = rows_of(file);
@@ -232,9 +231,9 @@ TEST(JpegRowsTest, EveryCutIsDamageAndTheRowsBeforeItHold) {
 }
 
 TEST(JpegRowsTest, WhatIsMissingIsTold) {
-    for (const JpegKind& kind : {kBaseline, JpegKind{"gray", JCS_GRAYSCALE, JCS_GRAYSCALE},
-                                 JpegKind{"restarts", JCS_RGB, JCS_YCbCr, 2, 1, false, false, 1},
-                                 JpegKind{"cmyk", JCS_CMYK, JCS_CMYK}}) {
+    for (const JpegKind& kind :
+         {kBaseline, JpegKind{"gray", JCS_GRAYSCALE, JCS_GRAYSCALE},
+          JpegKind{"restarts", JCS_RGB, JCS_YCbCr, 2, 1, false, false, 1}, JpegKind{"cmyk", JCS_CMYK, JCS_CMYK}}) {
         SCOPED_TRACE(kind.name);
         constexpr int32_t kWidth = 80;
         constexpr int32_t kHeight = 120;
@@ -498,9 +497,8 @@ TEST(JpegWriterTest, FilesAreThoseOfLibjpegWithTheSameSettings) {
                 JpegKind same = kind;
                 same.quality = quality;
                 const Bytes pixels = waves(45, 29, bands_of(kind.pixels));
-                const Bytes expected = jpeg_file(same, 45, 29, pixels, [](jpeg_compress_struct& codec) {
-                    codec.optimize_coding = TRUE;
-                });
+                const Bytes expected =
+                    jpeg_file(same, 45, 29, pixels, [](jpeg_compress_struct& codec) { codec.optimize_coding = TRUE; });
                 const RowsHeader header = waves_header(kind, 45, 29);
                 for (const int32_t step : {1, 7, 29}) {
                     EXPECT_EQ(written(header, inks(pixels, kind), {quality, progressive}, step), expected)
@@ -512,8 +510,8 @@ TEST(JpegWriterTest, FilesAreThoseOfLibjpegWithTheSameSettings) {
 }
 
 TEST(JpegWriterTest, ProfileCommentAndResolutionComeBack) {
-    for (const JpegKind& kind : {JpegKind{"gray", JCS_GRAYSCALE, JCS_GRAYSCALE}, kBaseline,
-                                 JpegKind{"cmyk", JCS_CMYK, JCS_CMYK}}) {
+    for (const JpegKind& kind :
+         {JpegKind{"gray", JCS_GRAYSCALE, JCS_GRAYSCALE}, kBaseline, JpegKind{"cmyk", JCS_CMYK, JCS_CMYK}}) {
         RowsHeader header = waves_header(kind, 12, 10);
         header.resolution = Resolution{299.7, 150.2};
         header.profile = std::make_shared<const Bytes>(random_rows(header_of(1000, 60, {})));  // of three segments

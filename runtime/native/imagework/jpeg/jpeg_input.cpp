@@ -155,9 +155,9 @@ void JpegInput::on_progress(j_common_ptr codec) {
 
 void JpegInput::keep_refusal() {
     try {
-        throw PictureError(Failure::kTooLarge,
-                           "the JPEG data has more than " + std::to_string(limits::kJpegScans) + " scans, or more than " +
-                               std::to_string(limits::kJpegBlocks) + " blocks in all of them");
+        throw PictureError(Failure::kTooLarge, "the JPEG data has more than " + std::to_string(limits::kJpegScans) +
+                                                   " scans, or more than " + std::to_string(limits::kJpegBlocks) +
+                                                   " blocks in all of them");
     } catch (...) {
         keep(std::current_exception());
     }

@@ -12,7 +12,7 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr size_t kMostText = 65533;                  // of one segment
+constexpr size_t kMostText = 65533;                   // of one segment
 constexpr size_t kMostProfile = size_t{255} * 65519;  // of the segments of a profile, which are numbered by one byte
 // From this quality on, colors are as fine as the brightness.
 constexpr int kFineQuality = 90;
