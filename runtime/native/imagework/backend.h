@@ -149,12 +149,6 @@ class Picture {
     int64_t m_changed_at = 0;
 };
 
-// One picture of a file of several.
-struct Frame {
-    std::unique_ptr<Picture> picture;
-    int duration = 0;  // milliseconds that an animation shows it
-};
-
 // What a GIF file says of a frame besides its pixels.
 struct GifFrame {
     // The picture is a part of the canvas, laid over what is there; otherwise it is all that is seen.
@@ -179,14 +173,14 @@ class Backend {
  public:
     virtual ~Backend() = default;
 
-    // Decodes the whole picture; the bytes are not needed afterwards.
+    // The first picture, decoded; of an animated PNG the one that programs show which know no animations. The bytes are
+    // not needed afterwards.
     virtual std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
 
-    // All pictures of the file. Those of an animation are as large as its canvas and have the pixels of earlier frames
-    // where they are transparent.
-    virtual std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
-    // The frames of a GIF or PNG animation, found without decoding; null for any other file.
+    // All pictures of a file, found by their headers. Those of an animation are as large as its canvas and have the
+    // pixels of earlier frames where they are transparent. PictureError(kDamaged), (kUnsupported).
     virtual SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) = 0;
+    // One of them. Its pixels are decoded when they are needed, but those of an animation, and those of a recovery.
     virtual std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index,
                                                   const DecodeOptions& options) = 0;
     // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP. Frames of the latter two have to be of

@@ -89,13 +89,4 @@ void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel) {
     }
 }
 
-void check_memory(const DecodeOptions& options, int64_t width, int64_t height, int bytes_per_pixel) {
-    uint64_t bytes = 0;
-    if (__builtin_mul_overflow(static_cast<uint64_t>(width), static_cast<uint64_t>(height), &bytes) ||
-        __builtin_mul_overflow(bytes, static_cast<uint64_t>(bytes_per_pixel), &bytes)) {
-        bytes = UINT64_MAX;
-    }
-    const MemoryShare share(options.memory, bytes);
-}
-
 }  // namespace zelmor::imagework

@@ -249,8 +249,6 @@ Format format_of(const Encoding& encoding);
 
 // Refuses a picture of more bytes than a managed array may have; throws PictureError(kTooLarge).
 void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel);
-// Refuses pixels that the memory of the image has no room for; throws PictureError(kTooLarge).
-void check_memory(const DecodeOptions& options, int64_t width, int64_t height, int bytes_per_pixel);
 
 }  // namespace zelmor::imagework
 

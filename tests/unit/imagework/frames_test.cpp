@@ -66,15 +66,19 @@ TEST(FramesTest, TiffPagesKeepTheirSizeAndCompression) {
             first.big_tiff = big_tiff;
             first.big_endian = big_endian;
             const auto file = written(pages);
-            const auto facts = probe_pages(file);
-            ASSERT_EQ(facts.size(), 3U);
+            const SharedFrames found = backend().open_frames(memory_source(file), {});
+            ASSERT_EQ(found->count(), 3U);
+            std::vector<FileFacts> facts;
+            for (size_t i = 0; i < 3; i++) {
+                facts.push_back(found->header(i).facts);
+            }
             EXPECT_EQ(facts[1].width, 7);
             EXPECT_EQ(facts[2].is_big_tiff, big_tiff);
             EXPECT_EQ(file[0], big_endian ? 'M' : 'I');
             EXPECT_EQ(std::get<TiffEncoding>(*facts[0].encoding).compression, TiffCompression::kLzw);
             EXPECT_EQ(std::get<TiffEncoding>(*facts[1].encoding).compression, TiffCompression::kDeflate);
             EXPECT_EQ(std::get<TiffEncoding>(*facts[2].encoding).compression, TiffCompression::kNone);
-            const auto read = backend().decode_frames(file, {});
+            const auto read = frames_of(file);
             ASSERT_EQ(read.size(), 3U);
             for (size_t i = 0; i < 3; i++) {
                 EXPECT_EQ(pixels_of(*read[i].picture), pixels_of(*pages[i].picture)) << i;
@@ -91,7 +95,7 @@ TEST(FramesTest, TiledTiffPagesAreJoined) {
         pages.push_back({noise(40, 40, false, i), 0, {}});
         pages[i].encoding.format = tiff;
     }
-    const auto read = backend().decode_frames(written(pages), {});
+    const auto read = frames_of(written(pages));
     ASSERT_EQ(read.size(), 3U);
     EXPECT_EQ(pixels_of(*read[2].picture), pixels_of(*pages[2].picture));
 }
@@ -103,7 +107,7 @@ TEST(FramesTest, AnimationsKeepFramesAndTimes) {
          {FormatEncoding(GifEncoding{}), FormatEncoding(PngEncoding{}), FormatEncoding(webp)}) {
         for (const bool alpha : {false, true}) {
             const auto frames = animation(format, 4, alpha);
-            const auto read = backend().decode_frames(written(frames), {});
+            const auto read = frames_of(written(frames));
             ASSERT_EQ(read.size(), 4U) << format.index();
             for (size_t i = 0; i < 4; i++) {
                 EXPECT_EQ(seen(*read[i].picture), seen(*frames[i].picture)) << format.index() << alpha << i;
@@ -146,7 +150,7 @@ TEST(FramesTest, ADamagedPageIsAnError) {
     }
     auto file = written(pages);
     file.resize(file.size() * 3 / 4);
-    EXPECT_EQ(failure_of([&] { backend().decode_frames(file, {}); }).kind(), Failure::kDamaged);
+    EXPECT_EQ(failure_of([&] { frames_of(file); }).kind(), Failure::kDamaged);
 }
 
 }  // namespace

@@ -53,4 +53,14 @@ std::unique_ptr<Picture> decoded(const std::vector<uint8_t>& data, Recovery reco
     return backend().decode(data, options);
 }
 
+std::vector<Frame> frames_of(const std::vector<uint8_t>& data) {
+    const SharedFrames frames = backend().open_frames(memory_source(data), {});
+    std::vector<Frame> found;
+    for (size_t i = 0; i < frames->count(); i++) {
+        found.push_back({backend().decode_frame(frames, i, {}), frames->header(i).duration});
+        found.back().picture->decode();
+    }
+    return found;
+}
+
 }  // namespace zelmor::imagework

@@ -23,6 +23,13 @@ std::vector<Argb> pixels_of(const Picture& picture);
 std::vector<uint8_t> encoded(const Picture& picture, const FormatEncoding& format);
 std::unique_ptr<Picture> decoded(const std::vector<uint8_t>& data, Recovery recovery = Recovery::kNone);
 
+// A frame of a file, decoded, and the milliseconds that an animation shows it.
+struct Frame {
+    std::unique_ptr<Picture> picture;
+    int duration = 0;
+};
+std::vector<Frame> frames_of(const std::vector<uint8_t>& data);
+
 }  // namespace zelmor::imagework
 
 #endif  // ZELMOR_TESTS_UNIT_IMAGEWORK_PICTURES_H

@@ -112,6 +112,11 @@ Encoding completed(const ImageObject& image, Encoding encoding) {
     if (!encoding.transparent_color) {
         encoding.transparent_color = image.transparent_color();
     }
+    if (auto* webp = std::get_if<WebpEncoding>(&encoding.format); webp != nullptr && !webp->loops) {
+        if (const auto* own = settings_as<WebpEncoding>(image.facts())) {
+            webp->loops = own->loops;
+        }
+    }
     return encoding;
 }
 

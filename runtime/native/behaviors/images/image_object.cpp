@@ -174,10 +174,7 @@ size_t ImageObject::frame_count() const {
     if (m_file_frames) {
         return m_file_frames->count();
     }
-    if (m_source.empty()) {
-        return 1;
-    }
-    return static_cast<size_t>(std::max({1, m_picture->frame_count(), m_facts.frame_count}));
+    return 1;
 }
 
 const std::vector<Ref<ImageObject>>& ImageObject::frames() {
@@ -189,32 +186,19 @@ const std::vector<Ref<ImageObject>>& ImageObject::frames() {
         adopt_file_frames();
         return m_frames;
     }
-    std::vector<imagework::Frame> decoded;
-    std::vector<imagework::FileFacts> facts;
-    if (frame_count() > 1) {
-        decoded = image_backend().decode_frames(m_source, m_source_options);
-        facts = imagework::probe_pages(m_source);
-        // Changes of the first picture so far are kept.
-        decoded[0].picture = std::move(m_picture);
-    } else {
-        decoded.push_back({std::move(m_picture), duration});
-        facts.push_back(m_facts);
-    }
-    adopt_frames(std::move(decoded), facts);
+    std::vector<Ref<ImageObject>> made{make_frame(std::move(m_picture), m_facts)};
+    made[0]->duration = duration;
+    adopt_frames(std::move(made));
     return m_frames;
 }
 
-void ImageObject::adopt_frames(std::vector<imagework::Frame> decoded, const std::vector<imagework::FileFacts>& facts) {
-    m_frames.reserve(decoded.size());
-    for (imagework::Frame& one : decoded) {
-        Ref<ImageObject> frame = make_frame(std::move(one.picture), facts[std::min(m_frames.size(), facts.size() - 1)]);
-        frame->duration = one.duration;
+void ImageObject::adopt_frames(std::vector<Ref<ImageObject>> frames) {
+    for (const Ref<ImageObject>& frame : frames) {
         frame->m_container = this;
-        m_frames.push_back(std::move(frame));
     }
+    m_frames = std::move(frames);
     m_has_frames = true;
     m_picture.reset();
-    m_source = {};
 }
 
 void ImageObject::set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options) {
@@ -248,7 +232,6 @@ void ImageObject::adopt_file_frames() {
         frame->duration = i == 0 && duration != 0 ? duration : header.duration;
         frame->m_file_frame = {source, i};
         frame->m_source_options = m_source_options;
-        frame->m_container = this;
         frame->gif.control = header.control.value_or(imagework::GifControl{});
         frame->gif.blocks_before = extensions_of(header.blocks_before);
         if (i + 1 == source->count()) {
@@ -256,8 +239,7 @@ void ImageObject::adopt_file_frames() {
         }
         made.push_back(std::move(frame));
     }
-    m_frames = std::move(made);
-    m_has_frames = true;
+    adopt_frames(std::move(made));
     // A step may hold on to two pictures.
     assert(m_source_options.memory != nullptr);
     m_source_options.memory->set_reclaim([this] { let_frames_go(2); });
@@ -371,11 +353,6 @@ std::optional<size_t> ImageObject::index_of(const ImageObject& frame) {
     return std::nullopt;
 }
 
-void ImageObject::set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options) {
-    m_source = std::move(bytes);
-    m_source_options = options;
-}
-
 Argb color_property(const ManagedObject& object, std::string_view name) {
     const Ref<ManagedObject> color = property_object(object, name);
     return color ? unbox<ColorValue>(*color).argb : 0;
@@ -438,7 +415,6 @@ void ImageObject::on_dispose() {
     m_file_frames.reset();
     metadata.reset();
     gif = {};
-    m_source = {};
     target_stream = nullptr;
     source_stream = nullptr;
     if (delete_target) {

@@ -117,10 +117,8 @@ class ImageObject final : public ImageBase {
     std::optional<size_t> index_of(const ImageObject& frame);
     // A new frame of the kind that belongs to this image, not yet part of it.
     Ref<ImageObject> make_frame(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts) const;
-    // Makes frames of decoded pictures; `facts` are those of each, the last one also of those behind it.
-    void adopt_frames(std::vector<imagework::Frame> decoded, const std::vector<imagework::FileFacts>& facts);
-    // The file's bytes, from which the frames behind the first are decoded when they are needed.
-    void set_source(std::vector<uint8_t> bytes, const imagework::DecodeOptions& options);
+    // Makes the image one of these frames, which are part of no other.
+    void adopt_frames(std::vector<Ref<ImageObject>> frames);
     // The frames of the file that the image was loaded from: they are decoded when their pixels are needed. The picture
     // is that of the first, or null.
     void set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options);
@@ -188,7 +186,6 @@ class ImageObject final : public ImageBase {
     size_t m_active = 0;
     bool m_has_frames = false;
     ImageObject* m_container = nullptr;  // holds this frame, or lets go of it before it ends
-    std::vector<uint8_t> m_source;
     imagework::DecodeOptions m_source_options;
 };
 

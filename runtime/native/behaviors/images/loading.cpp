@@ -78,19 +78,6 @@ FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const 
     }
 }
 
-// Of formats whose pictures are decoded as a whole.
-Ref<ImageObject> image_of_bytes(FileBytes data, FileFacts facts, const DecodeOptions& options) {
-    auto metadata = keep_metadata(borrowed_source(data));
-    auto picture = image_backend().decode(data, options);
-    const bool several = picture->frame_count() > 1;
-    auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
-    attach_metadata(*image, std::move(metadata), image->picture().resolution());
-    if (several && image->is_container()) {
-        image->set_source(std::move(data), options);
-    }
-    return image;
-}
-
 Ref<ManagedStream> opened(const std::string& path) {
     return open_file_stream(path, FileUse::kRead, "read");
 }
@@ -128,9 +115,6 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         require_uninterrupted();
         require_decodable(facts, options);
         auto frames = image_backend().open_frames(source, options);
-        if (frames == nullptr) {
-            return image_of_bytes(all_bytes(*source), std::move(facts), options);
-        }
         facts.encoding = frames->header(0).facts.encoding;
         // Of an animation the frames are composed when they are looked at. What a recovery shows first is the picture
         // for programs that know no animations.

@@ -35,7 +35,7 @@ Collection frame_array(ImageObject& image, const TypeName& element, Wire wire) {
 
 Ref<ImageObject> make_container(const TypeName& type, imagework::FileFacts facts, Ref<ImageObject> first) {
     auto image = make_ref<ImageObject>(require_type(type.name), nullptr, std::move(facts));
-    image->adopt_frames({}, {});
+    image->adopt_frames({});
     image->insert_frame(0, std::move(first));
     return image;
 }
@@ -74,7 +74,7 @@ Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dis
     facts.bits_per_pixel = sources[0]->facts().bits_per_pixel;
     facts.encoding = imagework::TiffEncoding{};
     auto image = make_ref<ImageObject>(require_type(api::FileFormats::Tiff::TiffImage::kType.name), nullptr, facts);
-    image->adopt_frames({}, {});
+    image->adopt_frames({});
     for (const Ref<ImageObject>& source : sources) {
         for (size_t i = 0; i < source->frame_count(); ++i) {
             const ImageObject& page = source->frame_count() == 1 ? *source : *source->frames()[i];

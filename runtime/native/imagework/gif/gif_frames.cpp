@@ -8,6 +8,7 @@
 #include "runtime/native/imagework/gif/gif_decoder.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/canvas_cache.h"
+#include "runtime/native/imagework/pixels/samples.h"
 #include "runtime/native/imagework/pixels/whole_rows.h"
 
 namespace zelmor::imagework {
@@ -22,10 +23,6 @@ struct Model {
     std::vector<Argb> palette;       // of an indexed model, with its transparent color
     std::optional<uint8_t> clear{};  // the index of pixels that no frame covers
 };
-
-int bits_for(size_t colors) {
-    return colors <= 2 ? 1 : colors <= 4 ? 2 : colors <= 16 ? 4 : 8;
-}
 
 bool covers(const Rect& area, const GifScreen& screen) {
     return area.x == 0 && area.y == 0 && area.width >= screen.width && area.height >= screen.height;
@@ -188,7 +185,7 @@ class GifFile final : public GifFrames {
         header.width = m_file.screen.width;
         header.height = m_file.screen.height;
         if (model.indexed) {
-            header.form = {ColorModel::kIndexed, SampleType::kUint8, bits_for(model.palette.size()), false};
+            header.form = {ColorModel::kIndexed, SampleType::kUint8, index_bits(model.palette.size()), false};
             header.palette = model.palette;
         } else {
             header.form = {ColorModel::kRgb, SampleType::kUint8, 8, true};

@@ -106,6 +106,11 @@ void to_argb64(const PixelForm& form, const void* samples, std::span<uint64_t> o
 void from_argb(const PixelForm& form, std::span<const Argb> colors, void* samples);
 void from_argb64(const PixelForm& form, std::span<const uint64_t> colors, void* samples);
 
+// The depth of indices into a palette of so many colors.
+constexpr int index_bits(size_t colors) {
+    return colors <= 2 ? 1 : colors <= 4 ? 2 : colors <= 16 ? 4 : 8;
+}
+
 // A color with 16 bits a channel, and the nearest with 8.
 constexpr uint64_t widened(Argb color) {
     return (uint64_t{color >> 24} << 48 | uint64_t{color >> 16 & 0xFF} << 32 | uint64_t{color >> 8 & 0xFF} << 16 |

@@ -11,6 +11,9 @@
 
 namespace zelmor::imagework {
 
+// Bytes that are read of an open file at a time. A walk from one header to another, far away, does with less.
+constexpr size_t kUsualWindow = size_t{64} << 10;
+
 // Of bytes in memory the window is all of them. Of an open file it is a piece around the last question, so that steps
 // of a few bytes cost no call each. It is used by one thread at a time.
 class SourceBytes final : public ByteSource {

@@ -16,6 +16,7 @@
 #include "runtime/native/imagework/codecs/png_chunks.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/blending.h"
 #include "runtime/native/imagework/pixels/canvas_cache.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/pixels/whole_rows.h"
@@ -155,26 +156,6 @@ class ChunkWalk {
     ByteReader m_in;
     bool m_before_data = true;
 };
-
-// Lays a color over another one, both of them not multiplied by their alpha. The color bands come before the alpha.
-template <class Sample>
-void blend(const Sample* from, Sample* to, int colors) {
-    constexpr uint64_t kTop = static_cast<Sample>(~Sample{0});
-    const uint64_t alpha = from[colors];
-    if (alpha == kTop || to[colors] == 0) {
-        std::copy_n(from, colors + 1, to);
-        return;
-    }
-    const uint64_t below = to[colors] * (kTop - alpha);
-    const uint64_t sum = alpha * kTop + below;  // the alpha of both, times kTop
-    if (sum == 0) {
-        return;
-    }
-    for (int band = 0; band < colors; band++) {
-        to[band] = static_cast<Sample>((from[band] * alpha * kTop + to[band] * below + sum / 2) / sum);
-    }
-    to[colors] = static_cast<Sample>((sum + kTop / 2) / kTop);
-}
 
 class ApngFrames final : public FrameSource {
  public:

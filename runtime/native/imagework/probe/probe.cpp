@@ -1,9 +1,11 @@
 // The choice among all formats, by the first bytes of a file; see probe.h.
 #include "runtime/native/imagework/probe/probe.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/probe/probe_formats.h"
@@ -78,13 +80,6 @@ FileFacts probe(ByteSource& file) {
     return facts_of_file(ByteReader(file));
 }
 
-std::vector<FileFacts> probe_pages(std::span<const uint8_t> data) {
-    if (sniff(data) == Format::kTiff) {
-        return probe_tiff_pages(ByteReader(data));
-    }
-    return {probe(data)};
-}
-
 std::vector<uint64_t> probe_tiff_directories(ByteSource& file) {
     return tiff_directories(ByteReader(file));
 }
@@ -101,8 +96,11 @@ void require_decodable(const FileFacts& facts, const DecodeOptions& options) {
         throw PictureError(Failure::kDamaged,
                            std::string("the ") + format_name(facts.format) + " data has no complete header");
     }
-    if (facts.readable) {
-        check_picture_size(facts.width, facts.height, 1);
+    if (facts.readable && std::max(facts.width, facts.height) > limits::kSide) {
+        throw PictureError(Failure::kTooLarge, "a picture of " + std::to_string(facts.width) + " by " +
+                                                   std::to_string(facts.height) +
+                                                   " pixels is larger than the limit of " +
+                                                   std::to_string(limits::kSide) + " pixels to a side");
     }
 }
 

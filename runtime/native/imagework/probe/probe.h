@@ -52,9 +52,6 @@ FileFacts probe(ByteSource& file);
 // Throws PictureError for a file whose header shows that it cannot be decoded.
 void require_decodable(const FileFacts& facts, const DecodeOptions& options);
 
-// The facts of each page of a TIFF file; of other files the one answer of probe().
-std::vector<FileFacts> probe_pages(std::span<const uint8_t> data);
-
 // Where the directories of the pages of a TIFF file are, in their order, and the facts of the page there. Neither reads
 // more than it needs: the first one a few bytes of each page, the second one the directory.
 std::vector<uint64_t> probe_tiff_directories(ByteSource& file);

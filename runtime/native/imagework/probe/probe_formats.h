@@ -18,8 +18,6 @@ void probe_png(const ByteReader& file, FileFacts& facts);
 void probe_tiff(const ByteReader& file, FileFacts& facts);
 void probe_webp(const ByteReader& file, FileFacts& facts);
 
-// One for each directory.
-std::vector<FileFacts> probe_tiff_pages(const ByteReader& file);
 // Where the directories of the pages are, in their order. No more of them is read than where the next one is.
 std::vector<uint64_t> tiff_directories(const ByteReader& file);
 FileFacts probe_tiff_page(const ByteReader& file, uint64_t directory);

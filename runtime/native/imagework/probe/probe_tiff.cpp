@@ -271,7 +271,12 @@ std::vector<uint64_t> tiff_directories(const ByteReader& file) {
     std::vector<uint64_t> directories;
     std::unordered_set<uint64_t> seen;  // a chain that comes back to itself ends there
     uint64_t directory = form.read_word(in, form.link_at());
+    uint64_t entries = 0;
     while (directory != 0 && directories.size() < limits::kFrames && seen.insert(directory).second) {
+        entries += std::min(form.entries(in, directory), limits::kEntries);
+        if (entries > limits::kAllEntries) {
+            break;
+        }
         directories.push_back(directory);  // the last one also where it is lost with the end of the file
         directory = in.has(directory, form.directory_head()) ? next_directory(in, form, directory) : 0;
     }
@@ -291,21 +296,6 @@ void probe_tiff(const ByteReader& file, FileFacts& facts) {
     const ByteReader in = file.in_order(big_endian);
     const TiffForm form = tiff_form(in);
     probe_directory(in, form, form.read_word(in, form.link_at()), big_endian, facts);
-}
-
-std::vector<FileFacts> probe_tiff_pages(const ByteReader& file) {
-    const ByteReader in = file.in_order(file.u8(0) == 'M');
-    const TiffForm form = tiff_form(in);
-    std::vector<FileFacts> pages;
-    uint64_t steps = 0;
-    for (const uint64_t directory : tiff_directories(file)) {
-        steps += std::min(form.entries(in, directory), limits::kEntries);
-        if (steps > limits::kAllEntries) {
-            break;
-        }
-        pages.push_back(probe_tiff_page(file, directory));
-    }
-    return pages;
 }
 
 }  // namespace zelmor::imagework

@@ -392,12 +392,6 @@ void VipsPicture::apply_profiles(const DecodeOptions& options) {
     to_srgb();
 }
 
-void VipsPicture::narrow_to(int bits) {
-    if (is_gray() && !m_form.alpha && m_form.bits == 8 && bits < 8) {
-        change_depth(m_form.sample, bits);
-    }
-}
-
 void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
     const VImage image = guarded(Failure::kInternal, "there is no memory for the pixels",
                                  [&] { return blank_image(m_form, width, height, this->image()); });
@@ -482,9 +476,7 @@ void VipsPicture::set_indices(std::span<const uint8_t> indices, std::span<const 
     assert(indices.size() == static_cast<size_t>(width()) * static_cast<size_t>(height()));
     PixelForm form;
     form.color = ColorModel::kIndexed;
-    while (form.bits > 1 && palette.size() <= size_t{1} << form.bits / 2) {
-        form.bits /= 2;
-    }
+    form.bits = index_bits(palette.size());
     size_t at = 0;
     image();  // the step below counts on rows that are there
     convert_rows(form, [&](const uint8_t*, uint8_t* to, size_t count) {

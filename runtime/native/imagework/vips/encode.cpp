@@ -4,13 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "runtime/native/imagework/codecs/bmp_codec.h"
+#include "runtime/native/imagework/bmp/bmp_codec.h"
 #include "runtime/native/imagework/jpeg/jpeg_codec.h"
 #include "runtime/native/imagework/vips/encode_gif.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
+#include "runtime/native/imagework/webp/webp_codec.h"
 
 using vips::VImage;
 using vips::VOption;
@@ -30,16 +31,6 @@ EncodedBytes save_with_library(const VImage& image, const char* saver, VOption* 
 
 void unfit(const std::string& text) {
     throw PictureError(Failure::kEncoding, text);
-}
-
-VImage with_profile(const VipsPicture& picture) {
-    const ProfileBytes profile = picture.profile();
-    if (profile == nullptr) {
-        return picture.image();
-    }
-    VImage image = picture.image().copy();
-    vips_image_set_blob_copy(image.get_image(), VIPS_META_ICC_NAME, profile->data(), profile->size());
-    return image;
 }
 
 PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture) {
@@ -65,35 +56,25 @@ EncodedBytes encode_as(const BmpEncoding& wanted, VipsPicture& picture, const En
             color |= kBlack;
         }
     }
-    picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-    if (encoding.may_widen && bmp.bits_per_pixel <= 8 &&
-        !has_at_most_colors(picture.image(), size_t{1} << bmp.bits_per_pixel)) {
-        bmp = BmpEncoding{};
-    }
-    if (bmp.bits_per_pixel <= 8) {
-        picture.reduce(palette.empty() ? picture.close_palette(1 << bmp.bits_per_pixel, false) : palette,
-                       encoding.diffuse);
-        PixelForm form;
-        picture.to_form(form);
-    } else {
-        palette.clear();
-    }
-    const VImage& image = picture.image();
-    std::span<const uint8_t> pixels(static_cast<const uint8_t*>(image.data()),
-                                    VIPS_IMAGE_SIZEOF_IMAGE(image.get_image()));
-    return to_encoded(
-        encode_bmp(pixels, image.width(), image.height(), image.bands(), bmp, picture.resolution(), palette));
-}
-
-// Whether the picture carries descriptions of its own. Without any, the library would make up some for its resolution,
-// in the place of a JPEG file's own header.
-bool has_metadata(const VImage& image) {
-    for (const char* name : {VIPS_META_EXIF_NAME, VIPS_META_XMP_NAME, VIPS_META_IPTC_NAME, VIPS_META_ICC_NAME}) {
-        if (image.get_typeof(name) != 0) {
-            return true;
+    const auto own = picture.palette();
+    const bool has_palette = !own.empty() && own.size() <= size_t{1} << std::min(8, bmp.bits_per_pixel) &&
+                             std::equal(own.begin(), own.end(), palette.begin(), palette.end());
+    if (bmp.bits_per_pixel > 8 || !has_palette) {
+        picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
+        if (encoding.may_widen && bmp.bits_per_pixel <= 8 &&
+            !has_at_most_colors(picture.image(), size_t{1} << bmp.bits_per_pixel)) {
+            bmp = BmpEncoding{};
+        }
+        if (bmp.bits_per_pixel <= 8) {
+            picture.reduce(palette.empty() ? picture.close_palette(1 << bmp.bits_per_pixel, false) : palette,
+                           encoding.diffuse);
         }
     }
-    return false;
+    std::vector<uint8_t> out;
+    const auto writer = make_bmp_writer(picture.rows_header(), bmp, out);
+    write_rows(picture, *writer);
+    writer->finish();
+    return to_encoded(std::move(out));
 }
 
 // The color model that the file is to have.
@@ -136,13 +117,11 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Enc
 
 EncodedBytes encode_as(const WebpEncoding& webp, VipsPicture& picture, const Encoding&) {
     picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-    const VImage image = with_profile(picture);
-    // A resolution has no place in the format but there.
-    bool plain = !has_metadata(image) && image.xres() == dots_per_millimeter(kDefaultResolution.horizontal) &&
-                 image.yres() == dots_per_millimeter(kDefaultResolution.vertical);
-    return save_with_library(
-        image, "webpsave_buffer",
-        VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality)->set("strip", plain));
+    std::vector<uint8_t> out;
+    const auto writer = make_webp_writer(picture.rows_header(), webp, out);
+    write_rows(picture, *writer);
+    writer->finish();
+    return to_encoded(std::move(out));
 }
 
 }  // namespace

@@ -3,17 +3,14 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 
 #include "runtime/native/imagework/codecs/apng.h"
-#include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/tiff/tiff_writer.h"
 #include "runtime/native/imagework/vips/encode_gif.h"
 #include "runtime/native/imagework/vips/encode_support.h"
-#include "runtime/native/imagework/vips/quantizer_threads.h"
+#include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
-
-using vips::VImage;
+#include "runtime/native/imagework/webp/webp_codec.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -42,63 +39,22 @@ EncodedBytes encode_tiff_pages(std::span<const FrameToWrite> frames) {
     return file.finish();
 }
 
-// All frames below each other, as the library takes an animation.
-VImage strip_of(std::span<const FrameToWrite> frames) {
-    std::vector<VImage> images;
-    std::vector<int> delays;
-    bool alpha = false;
+EncodedBytes encode_webp(std::span<const FrameToWrite> frames, const Encoding& encoding) {
+    std::vector<uint8_t> out;
+    const auto writer = make_webp_animation_writer(frames[0].picture->width(), frames[0].picture->height(),
+                                                   std::get<WebpEncoding>(encoding.format), out);
     for (const FrameToWrite& frame : frames) {
-        auto own = frame.picture->copy();
+        const auto own = frame.picture->copy();
         prepare_for_encoding(*own, *frame.encoding);
         auto& picture = static_cast<VipsPicture&>(*own);
         picture.to_srgb();  // one profile cannot stand for several frames
         picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-        images.push_back(picture.image());
-        alpha = alpha || has_alpha_band(images.back());
-        delays.push_back(frame.duration);
+        const auto rows = writer->frame(picture.rows_header(), frame.duration);
+        write_rows(picture, *rows);
+        rows->finish();
     }
-    for (VImage& image : images) {
-        if (alpha) {
-            image = with_alpha(image);
-        }
-    }
-    VImage strip = VImage::arrayjoin(images, VImage::option()->set("across", 1)).copy();
-    strip.set("page-height", frames[0].picture->height());
-    strip.set("delay", delays);
-    return strip;
-}
-
-int loops_of(const VImage& source, const std::optional<int>& wanted) {
-    if (wanted) {
-        return *wanted;
-    }
-    return source.get_typeof("loop") != 0 ? source.get_int("loop") : 0;
-}
-
-// The library has no word for the color behind the frames: it stands in the ANIM chunk, as B, G, R, A.
-EncodedBytes with_webp_background(const EncodedBytes& webp, Argb background) {
-    std::vector<uint8_t> bytes(webp.data.get(), webp.data.get() + webp.size);
-    ByteReader in(bytes);
-    for (uint64_t at = 12; in.has(at, 14);) {
-        if (std::memcmp(&bytes[at], "ANIM", 4) == 0) {
-            for (size_t i = 0; i < 4; i++) {
-                bytes[at + 8 + i] = static_cast<uint8_t>(background >> 8 * i);
-            }
-            break;
-        }
-        const uint64_t length = in.u32(at + 4);
-        at += 8 + length + (length & 1);
-    }
-    return to_encoded(std::move(bytes));
-}
-
-EncodedBytes encode_webp(std::span<const FrameToWrite> frames, const Encoding& encoding) {
-    const auto& webp = std::get<WebpEncoding>(encoding.format);
-    VImage strip = strip_of(frames);
-    strip.set("loop", loops_of(static_cast<const VipsPicture&>(*frames[0].picture).image(), webp.loops));
-    const EncodedBytes bytes = save_with_library(
-        strip, "webpsave_buffer", VImage::option()->set("lossless", webp.lossless)->set("Q", webp.quality));
-    return webp.background ? with_webp_background(bytes, *webp.background) : bytes;
+    writer->finish();
+    return to_encoded(std::move(out));
 }
 
 // Whether one header goes for all frames as they are.
@@ -154,7 +110,7 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
                 return encode_gif_frames(frames);
             case Format::kWebp:
                 check_sides(*frames[0].picture, format);
-                return encode_webp(frames, encoding);
+                return frames.size() == 1 ? frames[0].picture->encode(encoding) : encode_webp(frames, encoding);
             case Format::kPng:
                 return encode_apng(frames, encoding);
             default:

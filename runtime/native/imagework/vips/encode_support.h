@@ -20,9 +20,6 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding);
 // Throws PictureError(kEncoding).
 [[noreturn]] void unfit(const std::string& text);
 
-// The image with the picture's profile, as the library's savers take it.
-vips::VImage with_profile(const VipsPicture& picture);
-
 // The form of 8 bits a channel in the color model given, with alpha where the picture has it.
 PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture);
 

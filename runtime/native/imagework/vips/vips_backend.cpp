@@ -19,9 +19,6 @@ class VipsBackend final : public Backend {
         return imagework::decode(data, options);
     }
 
-    std::vector<Frame> decode_frames(std::span<const uint8_t> data, const DecodeOptions& options) override {
-        return imagework::decode_frames(data, options);
-    }
     SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) override {
         return imagework::open_frames(source, options);
     }

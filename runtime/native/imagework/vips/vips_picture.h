@@ -75,8 +75,6 @@ class VipsPicture final : public Picture {
     void to_form(const PixelForm& form);
     // The image after to_colors(), of a picture that stays as it is.
     vips::VImage colors() const;
-    // Says of a gray picture that its levels are those of so few bits.
-    void narrow_to(int bits);
     // Of another size, all of one color.
     void fill(int32_t width, int32_t height, Argb color);
     // Gives the colors the meaning that the options ask for: the embedded profile, another one, or sRGB.
