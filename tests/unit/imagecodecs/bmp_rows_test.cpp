@@ -280,7 +280,9 @@ TEST(BmpRowsTest, EveryCutIsAnError) {
     for (const Kind& kind : kKinds) {
         const RowsHeader header = header_of(8, 6, kind.form);
         const Bytes file = file_of(header, random_rows(header), kind.encoding);
-        for (size_t length = 0; length < file.size(); length++) {
+        // The last row may lack its padding, of which one bit a pixel has three bytes.
+        const size_t padding = kind.encoding.bits_per_pixel == 1 ? 3 : 0;
+        for (size_t length = 0; length + padding < file.size(); length++) {
             const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
             EXPECT_EQ(failure_of([&] { rows_of(cut); }), Failure::kDamaged)
                 << kind.encoding.bits_per_pixel << " " << length;

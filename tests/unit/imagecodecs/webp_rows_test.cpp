@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <tuple>
 
 #include "runtime/native/imagework/webp/webp_codec.h"
@@ -400,12 +401,12 @@ TEST(WebpRowsTest, ACutFileIsAnErrorOrHasTheRowsBeforeTheCut) {
 }
 
 TEST(WebpRowsTest, ACutAnimationHasTheFramesBeforeTheCut) {
-    const RowsHeader header = header_of(40, 30, kRgba);
+    const RowsHeader header = header_of(40, 60, kRgba);
     std::vector<Part> parts;
     for (unsigned i = 0; i < 4; i++) {
-        parts.push_back({{0, 0, 40, 30}, random_rows(header, i)});
+        parts.push_back({{0, 0, 40, 60}, random_rows(header, i)});
     }
-    const Bytes file = animation(40, 30, parts);
+    const Bytes file = animation(40, 60, parts);
     const auto whole = open_webp(memory_source(file), Recovery::kNone);
     const Bytes first = all_rows(*whole->open(0));
     const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(file.size() * 6 / 10));
@@ -514,7 +515,14 @@ TEST(WebpRowsTest, SizesAreCheckedBeforeMemoryIsTaken) {
 
 TEST(WebpRowsTest, AReductionIsTheMeanOfThePixels) {
     const RowsHeader header = header_of(64, 48, kRgb);
-    const Bytes rows = waves(header);
+    Bytes rows;
+    for (int i = 0; i < 64 * 48; i++) {
+        const int x = i % 64;
+        const int y = i / 64;
+        for (const int level : {40 + x + y, 30 + 2 * x + y, 200 - 2 * y}) {
+            rows.push_back(static_cast<uint8_t>(level));
+        }
+    }
     const Bytes file = still_file(header, rows, {false, 100});
     const auto frames = open_webp(memory_source(file), Recovery::kNone);
     EXPECT_EQ(frames->reduction(0, 1), 1);
@@ -533,8 +541,7 @@ TEST(WebpRowsTest, AReductionIsTheMeanOfThePixels) {
                     sum += whole[static_cast<size_t>(
                         3 * ((y * divisor + i / divisor) * 64 + x * divisor + i % divisor) + 1)];
                 }
-                EXPECT_NEAR(reduced[static_cast<size_t>(3 * (y * (64 / divisor) + x) + 1)], sum / divisor / divisor,
-                            12);
+                EXPECT_NEAR(reduced[static_cast<size_t>(3 * (y * (64 / divisor) + x) + 1)], sum / divisor / divisor, 3);
             }
         }
     }
@@ -586,12 +593,13 @@ TEST(WebpRowsTest, AnimationsComeBack) {
             const auto reader = frames->open(i);
             const size_t step = reader->header().form.pixel_size();
             const Bytes rows = all_rows(*reader);
+            int sum = 0;
             for (size_t at = 0; at < 21 * 13; at++) {
                 for (size_t band = 0; band < 3; band++) {
-                    ASSERT_NEAR(rows[step * at + band], pictures[i][4 * at + band], lossless ? 0 : 90)
-                        << i << " " << at;
+                    sum += std::abs(rows[step * at + band] - pictures[i][4 * at + band]);
                 }
             }
+            EXPECT_LE(sum, lossless ? 0 : 21 * 13 * 3 * 20) << i;
         }
     }
 }

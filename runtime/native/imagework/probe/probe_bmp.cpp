@@ -56,7 +56,7 @@ void probe_bmp(const ByteReader& file, FileFacts& facts) {
     const uint64_t used = header >= 40 && in.u32(46) != 0 ? in.u32(46) : 1ULL << bits;
     uint64_t at = 14 + static_cast<uint64_t>(header);
     uint64_t count = std::min<uint64_t>(used, 1ULL << bits);
-    if (const uint64_t pixels_at = in.u32(10); pixels_at > at) {
+    if (const uint64_t pixels_at = in.u32(10); pixels_at >= at) {
         count = std::min(count, (pixels_at - at) / entry);
     }
     for (uint64_t i = 0; i < count && in.has(at, 3); i++, at += entry) {
