@@ -8,6 +8,7 @@ from typing import Any
 
 import numpy as np
 import pytest
+from PIL import Image as Pillow
 from zelmor.imaging import (
     Color, ColorMap, ColorMatrix, CompositingQuality, DashStyle, Figure, Font, FontStyle, Graphics, GraphicsPath,
     GraphicsUnit, HatchStyle, ImageAttributes, InterpolationMode, LineCap, Matrix, Pen, PenAlignment, Point, PointF,
@@ -17,9 +18,10 @@ from zelmor.imaging import (
 from zelmor.imaging.brushes import (
     HatchBrush, LinearGradientBrush, LinearMulticolorGradientBrush, PathGradientBrush, SolidBrush, TextureBrush,
 )
+from zelmor.imaging.fileformats.png import PngImage
 from zelmor.imaging.shapes import EllipseShape, RectangleShape, TextShape
 
-from support.image_oracles import load, managed_error, noise, pixels, write
+from support.image_oracles import load, managed_error, noise, pixels, write, write_16_bits
 
 WIDTH, HEIGHT = 60, 40
 
@@ -136,6 +138,22 @@ def test_pixels_that_are_not_drawn_on_stay(tmp_path: Path) -> None:
     Graphics(image).draw_line(Pen(Color.red), 0, 0, 5, 0)
     seen = pixels(image, tmp_path, "RGBA")
     assert (seen[1:] == source[1:]).all() and tuple(seen[0, 3]) == (255, 0, 0, 255)
+
+
+@pytest.mark.parametrize(("bands", "depth"), [(1, 8), (3, 8), (4, 8), (3, 16), (4, 16)])
+def test_copies_are_drawn_on_alone(tmp_path: Path, bands: int, depth: int) -> None:
+    """An image and a copy of it share their pixels only until one of them changes."""
+    source = noise(bands)
+    for drawn_on in (0, 1):
+        path = tmp_path / "a.png"
+        image = load(write(path, source) if depth == 8 else write_16_bits(path, source.astype(np.uint16) * 257))
+        both = (image, RasterImage._cast_to(PngImage(image)).value)
+        Graphics(both[drawn_on]).fill_rectangle(SolidBrush(Color.red), 3, 4, 5, 6)
+        changed, kept = (pixels(each, tmp_path, "RGBA") for each in (both[drawn_on], both[1 - drawn_on]))
+        assert (kept == np.asarray(Pillow.fromarray(source).convert("RGBA"))).all()
+        assert (changed[4:10, 3:8] == (255, 0, 0, 255)).all()
+        kept[4:10, 3:8] = (255, 0, 0, 255)
+        assert (changed == kept).all()
 
 
 def test_transformations_and_units(sheet: Sheet) -> None:

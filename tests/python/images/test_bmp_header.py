@@ -69,3 +69,17 @@ def test_the_size_follows_the_image() -> None:
 
 def test_of_a_new_image() -> None:
     assert fields(BmpImage(9, 5).bitmap_info_header) == (40, 9, 5, 1, 24, 0, 0, 3780, 3780, 0, 0)
+
+
+@pytest.mark.parametrize(("size", "compression", "count"), [
+    (40, 3, 3), (40, 6, 4), (52, 0, 3), (52, 3, 3), (56, 0, 4), (56, 3, 4), (108, 0, 4), (124, 3, 4)])
+def test_all_fields_have_all_their_bytes(size: int, compression: int, count: int) -> None:
+    """No two bytes are alike, so that each shows whether it was read, and in which place."""
+    masks = (0x7C00, 0x03E0, 0x001F, 0x8000)[:count]
+    later = struct.pack("<IIiiII", compression, 0x04030201, 0x0C0B0A09, 0x14131211, 0x1C1B1A19, 0x24232221)
+    header = (struct.pack("<IiiHH", size, 2, 1, 1, 16) + later + struct.pack(f"<{count}I", *masks)).ljust(size, b"\0")
+    at = 14 + len(header)
+    data = struct.pack("<2sIII", b"BM", at + 4, 0, at) + header + struct.pack("<2H", 0x7C1F, 0x03E0)
+    found = header_of(data)
+    assert fields(found) == of_bytes(data)
+    assert [mask & 0xFFFFFFFF for mask in found.extra_bit_masks] == list(masks)

@@ -15,7 +15,8 @@ from zelmor.imaging import (Color, Image, PixelDataFormat, RasterImage, RawDataS
 from zelmor.imaging.fileformats.jpeg import JpegCompressionColorMode
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions
 
-from support.image_oracles import Pixels, load, smooth, worst, write
+from support import tiff_files
+from support.image_oracles import Pixels, load, managed_error, smooth, worst, write
 
 SIZE = (48, 40)
 WHOLE = Rectangle(0, 0, *SIZE)
@@ -138,6 +139,19 @@ def test_inks_are_written(tmp_path: Path) -> None:
     expected[2, 1:3] = (255, 0, 0, 0)
     assert worst(loaded_inks(image), expected) == 0
     assert image.bits_per_pixel == 32
+    colors = image.load_cmyk_pixels(Rectangle(5, 0, 20, SIZE[1]))
+    image.save_cmyk_pixels(Rectangle(25, 0, 20, SIZE[1]), colors)
+    expected[:, 25:45] = expected[:, 5:25]
+    assert worst(loaded_inks(image), expected) == 0
+    for area in ((-1, 0, 2, 2), (0, 0, SIZE[0] + 1, 1), (0, 39, 1, 2), (0, 0, 0, 5), (0, 0, 5, -1),
+                 (2**31 - 1, 0, 2**31 - 1, 2**31 - 1), (0, 0, 2**31 - 1, 2**31 - 1)):
+        with managed_error("ArgumentOutOfRangeException", "rectangle"):
+            image.load_cmyk_pixels(Rectangle(*area))
+    with managed_error("ArgumentOutOfRangeException", "rectangle"):
+        image.save_cmyk_pixels(Rectangle(-1, 0, 2, 2), [colors[0]] * 4)
+    with managed_error("ArgumentException", "There are 3 pixels for an area of 2 by 2."):
+        image.save_cmyk_pixels(Rectangle(0, 0, 2, 2), [colors[0]] * 3)
+    assert worst(loaded_inks(image), expected) == 0
 
 
 def test_raw_data_is_the_inks(tmp_path: Path) -> None:
@@ -149,6 +163,38 @@ def test_raw_data_is_the_inks(tmp_path: Path) -> None:
     settings.pixel_data_format = PixelDataFormat.cmyk
     image.save_raw_data(inks(2).tobytes(), 0, WHOLE, settings)
     assert worst(loaded_inks(image), inks(2)) == 0
+
+
+def layout_of(bits: int, alpha: bool) -> PixelDataFormat:
+    """Inks in one layout of raw data."""
+    return PixelDataFormat.get_cmyka(bits, bits, bits, bits, bits) if alpha else PixelDataFormat.get_cmyk(bits)
+
+
+def in_depth(samples: Pixels, before: int, bits: int) -> Pixels:
+    """Samples of one depth in another one."""
+    return np.rint(samples * ((2.0**bits - 1) / (2.0**before - 1))).astype(f"<u{bits // 8}")
+
+
+@pytest.mark.parametrize("depth", [8, 16])
+@pytest.mark.parametrize("bits", [8, 16])
+@pytest.mark.parametrize("alpha", [False, True])
+def test_inks_cross_in_every_layout(tmp_path: Path, depth: int, bits: int, alpha: bool) -> None:
+    """Pictures and raw data of 8 and 16 bits; an alpha that the picture does not have is opaque."""
+    form = tiff_files.Form("cmyk", tiff_files.CMYK, 4, depth)
+    source = form.noise(*SIZE)
+    (tmp_path / "a.tif").write_bytes(tiff_files.tiff_bytes(source, form))
+    image = load(tmp_path / "a.tif")
+    settings = RawDataSettings()
+    settings.pixel_data_format = layout_of(bits, alpha)
+    data = np.frombuffer(bytes(image.get_default_raw_data(WHOLE, settings)), f"<u{bits // 8}").reshape(
+        SIZE[1], SIZE[0], 5 if alpha else 4)
+    assert np.array_equal(data[..., :4], in_depth(source, depth, bits))
+    assert not alpha or (data[..., 4] == 2**bits - 1).all()
+    other = np.random.default_rng(3).integers(0, 2**bits, data.shape).astype(data.dtype)
+    image.save_raw_data(other.tobytes(), 0, WHOLE, settings)
+    image.save(str(tmp_path / "b.tif"))
+    written = tiff_files.plain_samples(tmp_path / "b.tif", form)
+    assert np.array_equal(written, in_depth(other[..., :4], bits, depth))
 
 
 def test_rgb_to_cmyk_goes_by_the_embedded_profile(tmp_path: Path, press: bytes) -> None:

@@ -148,6 +148,22 @@ def test_the_skew_of_a_page(tmp_path: Path, degrees: float) -> None:
     assert image.get_skew_angle() == pytest.approx(0.0, abs=0.3)
 
 
+def test_a_page_is_put_straight_in_its_own_size(tmp_path: Path) -> None:
+    page = load(write(tmp_path / "a.png", text_page()))
+    page.rotate(7.0, False, Color.white)
+    page.save(str(tmp_path / "b.png"))
+    image = load(tmp_path / "b.png")
+    image.background_color, image.has_background_color = Color.red, True
+    image.normalize_angle()
+    assert (image.width, image.height) == (400, 300)
+    assert image.get_skew_angle() == pytest.approx(0.0, abs=0.3)
+    assert [tuple(image.get_pixel(x, y).to_argb() & 0xFFFFFF for x in (0, 399)) for y in (0, 299)] \
+        == [(0xFF0000, 0xFF0000)] * 2
+    grown = load(tmp_path / "b.png")
+    grown.normalize_angle(True, Color.white)
+    assert grown.width > 400 and grown.height > 300
+
+
 def test_a_page_without_lines(tmp_path: Path) -> None:
     blank = np.full((50, 60, 3), 240, np.uint8)
     image = load(write(tmp_path / "a.png", blank))

@@ -24,7 +24,8 @@ from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions
 from zelmor.imaging.sources import StreamSource
 
-from support.image_oracles import HEIGHT, WIDTH, Pixels, load, managed_error, noise, raster, smooth, worst, write
+from support.image_oracles import (HEIGHT, WIDTH, Pixels, load, managed_error, noise, raster, read, smooth, worst,
+                                   write)
 
 WHOLE = Rectangle(0, 0, WIDTH, HEIGHT)
 
@@ -174,6 +175,50 @@ def test_gray_of_few_bits_follows_what_is_put_in(tmp_path: Path, bits: int) -> N
     assert image.get_pixel(1, 0).r == 7
     image.set_pixel(1, 0, Color.red)
     assert image.bits_per_pixel == 24
+
+
+def gray_of_few_bits(tmp_path: Path, bits: int) -> tuple[RasterImage, Pixels]:
+    """A gray image of so many bits, and its pixels in 8 bits."""
+    options = PngOptions()
+    options.color_type, options.bit_depth = PngColorType.GRAYSCALE, bits
+    load(write(tmp_path / "a.png", noise(1))).save(str(tmp_path / "b.png"), options)
+    image = load(tmp_path / "b.png")
+    assert image.bits_per_pixel == bits
+    return image, read(tmp_path / "b.png", "L")
+
+
+@pytest.mark.parametrize("bits", [1, 2, 4])
+@pytest.mark.parametrize(("level", "fits"), [(0, True), (255, True), (7, False), (200, False)])
+def test_gray_of_few_bits_takes_a_background(tmp_path: Path, bits: int, level: int, fits: bool) -> None:
+    image, before = gray_of_few_bits(tmp_path, bits)
+    image.rotate(90.0, False, Color.from_argb(255, level, level, level))
+    assert image.bits_per_pixel == (bits if fits else 8)
+    image.save(str(tmp_path / "c.png"), PngOptions())
+    found = read(tmp_path / "c.png", "L")
+    height, width = before.shape
+    left = (width - height) // 2
+    assert (found[:, :left] == level).all() and (found[:, left + height:] == level).all()
+    turned = np.rot90(before, -1)
+    top = (width - height) // 2
+    assert same(found[:, left:left + height], turned[top:top + height])
+
+
+@pytest.mark.parametrize("bits", [1, 2, 4])
+def test_gray_of_few_bits_takes_words(tmp_path: Path, bits: int) -> None:
+    """Raw data of 16 bits is rounded to 8 bits; levels of the picture's depth keep it, others make 8 bits of it."""
+    settings = RawDataSettings()
+    settings.pixel_data_format = PixelDataFormat.get_grayscale(16)
+    size, step = WIDTH * HEIGHT, 65535 // (2**bits - 1)
+    levels = (np.arange(size) % 2**bits * step).astype("<u2")
+    for word, expected in ((None, bits), (7 * 257, 8), (step // 3, 8), (128, bits), (129, 8)):
+        words = levels.copy()
+        if word is not None:
+            words[5] = word
+        image, _ = gray_of_few_bits(tmp_path, bits)
+        image.save_raw_data(words.tobytes(), 0, WHOLE, settings)
+        assert image.bits_per_pixel == expected, word
+        image.save(str(tmp_path / "c.png"), PngOptions())
+        assert same(read(tmp_path / "c.png", "L").ravel(), np.rint(words / 257).astype(int)), word
 
 
 def indexed(path: Path, transparent: bool = False) -> tuple[str, Pixels, Pixels]:

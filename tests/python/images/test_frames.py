@@ -381,6 +381,26 @@ def test_webp_frames_and_settings(tmp_path: Path) -> None:
     assert (again.options.anim_loop_count, again.options.anim_background_color) == (9, 0x10203040)
 
 
+def test_frames_of_a_size_are_clear(tmp_path: Path) -> None:
+    block = WebPFrameBlock(7, 5)
+    assert (block.width, block.height, block.duration, block.has_alpha) == (7, 5, 100, True)
+    assert set(block.load_argb_32_pixels(block.bounds)) == {0}
+    block.set_pixel(3, 2, Color.red)
+    image = WebPImage(raster(Image.load(write(tmp_path / "a.png", np.zeros((5, 7, 4), np.uint8)))))
+    image.add_block(block)
+    options = WebPOptions()
+    options.lossless = True
+    image.save(str(tmp_path / "b.webp"), options)
+    expected = np.zeros((5, 7, 4), np.uint8)
+    expected[2, 3] = (255, 0, 0, 255)
+    with Pillow.open(tmp_path / "b.webp") as picture:
+        picture.seek(1)
+        assert worst(np.asarray(picture.convert("RGBA")), expected) == 0
+    for size, parameter in (((0, 5), "width"), ((7, 0), "height"), ((-1, -1), "width")):
+        with managed_error("ArgumentOutOfRangeException", f"'{parameter}'"):
+            WebPFrameBlock(*size)
+
+
 @pytest.mark.parametrize("transparent", [False, True])
 def test_the_background_of_a_gif(tmp_path: Path, transparent: bool) -> None:
     source = np.zeros((6, 8, 4), np.uint8)
@@ -460,6 +480,26 @@ def test_pages_are_merged(tmp_path: Path) -> None:
     image.save(str(tmp_path / "b.png"), options)
     below[2:4, 2:4] = (9, 8, 7, 255)
     assert worst(read_frames(tmp_path / "b.png", "RGBA")[0], below) == 0
+
+
+@pytest.mark.parametrize(("below", "above"), [(1, 2), (1, 4), (3, 2), (3, 4), (2, 2), (4, 2), (2, 4)])
+def test_merged_pages_are_gray_where_both_are(tmp_path: Path, below: int, above: int) -> None:
+    """With as many bands: gray, gray and alpha, colors, colors and alpha."""
+    modes = {1: "L", 2: "LA", 3: "RGB", 4: "RGBA"}
+    lower, upper = noise(below, 1, 9, 7), noise(above, 2, 9, 7)
+    lower[..., -1] = 255 if below in (2, 4) else lower[..., -1]
+    upper[..., -1] = np.where(upper[..., -1] < 128, 0, 255)
+    pictures = [Pillow.fromarray(pixels, modes[bands]) for pixels, bands in ((lower, below), (upper, above))]
+    pictures[0].save(tmp_path / "a.tif", save_all=True, append_images=pictures[1:])
+    options = PngOptions()
+    options.multi_page_options = MultiPageOptions()
+    options.multi_page_options.merge_layers = True
+    Image.load(str(tmp_path / "a.tif")).save(str(tmp_path / "b.png"), options)
+    expected = pictures[0].convert("RGBA")
+    expected.alpha_composite(pictures[1].convert("RGBA"))
+    with Pillow.open(tmp_path / "b.png") as found:
+        assert worst(np.asarray(found.convert("RGBA")), np.asarray(expected)) == 0
+        assert found.mode in (("L", "LA") if below <= 2 and above <= 2 else ("RGB", "RGBA"))
 
 
 def test_what_choosing_refuses(tmp_path: Path) -> None:

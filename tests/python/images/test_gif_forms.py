@@ -236,6 +236,22 @@ def test_a_control_block_is_that_of_the_file(tmp_path: Path) -> None:
         assert block.transparent_color_index == (wanted.transparent or 0)
 
 
+@pytest.mark.parametrize("disposal", range(4))
+@pytest.mark.parametrize("user_input", [False, True])
+@pytest.mark.parametrize("transparent", [None, 3])
+def test_a_control_block_is_changed_in_one_field(tmp_path: Path, transparent: int | None, user_input: bool,
+                                                 disposal: int) -> None:
+    """All its flags share a byte; those that are not set stay what they were."""
+    frame = Frame(random_indices(9, 7, 16), delay=5, disposal=disposal, transparent=transparent, user_input=user_input)
+    image = gif_of(tmp_path, Gif(9, 7, random_palette(16), [frame, dataclasses.replace(frame)]))
+    blocks = [GifFrameBlock._cast_to(page).value.control_block for page in image.pages]
+    blocks[0].delay_time = 12
+    blocks[1].user_input_expected = not user_input
+    found = saved(tmp_path, image).frames
+    assert [(each.delay, each.disposal, each.user_input, each.transparent) for each in found] == [
+        (12, disposal, user_input, transparent), (5, disposal, not user_input, transparent)]
+
+
 def test_what_is_set_in_a_control_block_is_saved(tmp_path: Path) -> None:
     image = gif_of(tmp_path, animation(4))
     frame = GifFrameBlock._cast_to(image.pages[2]).value
@@ -337,9 +353,10 @@ def test_order_blocks(tmp_path: Path) -> None:
 # ---- Loops, damage
 
 
+@pytest.mark.parametrize("frames", [1, 3])
 @pytest.mark.parametrize("loops", [None, 0, 1, 5, 65535])
-def test_loops_are_kept(tmp_path: Path, loops: int | None) -> None:
-    gif = animation(3)
+def test_loops_are_kept(tmp_path: Path, loops: int | None, frames: int) -> None:
+    gif = animation(frames)
     gif.loops = loops
     image = gif_of(tmp_path, gif)
     assert saved(tmp_path, image).loops == loops

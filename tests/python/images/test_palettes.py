@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
@@ -14,6 +15,7 @@ from zelmor.imaging import (
 from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.imageoptions import BmpOptions, GifOptions, PngOptions
 
+from support import png_files
 from support.image_oracles import (HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, read, smooth, worst,
                                    write)
 
@@ -125,6 +127,27 @@ def test_close_palettes(tmp_path: Path) -> None:
         ColorPaletteHelper.get_close_image_palette(image, 0)
     with managed_error("ArgumentNullException", "image"):
         ColorPaletteHelper.get_close_image_palette(None, 4)
+
+
+@pytest.mark.parametrize("count", [-2**31, -1, 0])
+def test_a_palette_has_an_entry(tmp_path: Path, count: int) -> None:
+    """Also where the image has a palette of one color."""
+    png = png_files.Png(png_files.INDEXED, 8, np.zeros((3, 4, 1), np.uint8), chunks={b"PLTE": bytes([1, 2, 3])})
+    (tmp_path / "a.png").write_bytes(png_files.to_bytes(png))
+    image = load(tmp_path / "a.png")
+    assert image.palette.entries_count == 1
+    area, helper = image.bounds, ColorPaletteHelper
+    calls: list[Callable[[int], Any]] = [
+        lambda count: helper.get_close_image_palette(image, count),
+        lambda count: helper.get_close_image_palette(image, count, PaletteMiningMethod.USE_CURRENT_PALETTE),
+        lambda count: helper.get_close_image_palette(image, count, PaletteMiningMethod.HISTOGRAM),
+        lambda count: helper.get_close_image_palette(image, area, count),
+        lambda count: helper.get_close_image_palette(image, area, count, True),
+        lambda count: helper.get_close_transparent_image_palette(image, count)]
+    for call in calls:
+        assert 0xFF010203 in entries(call(2))
+        with managed_error("ArgumentOutOfRangeException", "'entries_count'", "1 to 256 colors"):
+            call(count)
 
 
 # ---- palettes of images

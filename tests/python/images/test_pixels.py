@@ -8,6 +8,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 from zelmor.imaging import Color, RotateFlipType
+from zelmor.imaging.fileformats.bmp import BmpImage
 
 from support.image_oracles import HEIGHT, WIDTH, few_colors, load, managed_error, noise, pixels, worst, write
 
@@ -142,9 +143,14 @@ def test_a_resolution_is_positive(tmp_path: Path, value: float) -> None:
     image = load(write(tmp_path / "a.png", noise()))
     with managed_error("ArgumentOutOfRangeException", "dpi_y"):
         image.set_resolution(96.0, value)
-    with managed_error("ArgumentOutOfRangeException", "value"):
-        image.horizontal_resolution = value
-    assert image.horizontal_resolution == 96.0
+    image.save(str(tmp_path / "a.bmp"))
+    for each in (image, BmpImage._cast_to(load(tmp_path / "a.bmp")).value):
+        for name in ("horizontal_resolution", "vertical_resolution"):
+            with managed_error("ArgumentOutOfRangeException", "'value'"):
+                setattr(each, name, value)
+            assert getattr(each, name) == pytest.approx(96.0, abs=0.02)
+            setattr(each, name, 300.0)
+            assert getattr(each, name) == 300.0
 
 
 def test_two_images_of_one_file_are_apart(tmp_path: Path) -> None:

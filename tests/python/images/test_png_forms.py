@@ -12,12 +12,13 @@ from PIL import Image as Pillow
 from PIL import ImageCms
 from zelmor.imaging import Image, Rectangle, RotateFlipType
 from zelmor.imaging.fileformats.png import PngColorType, PngFilterType
+from zelmor.imaging.imageloadoptions import PngLoadOptions
 from zelmor.imaging.imageoptions import PngOptions
 
-from support.image_oracles import load, managed_error, noise, read, smooth, worst
+from support.image_oracles import load, managed_error, noise, raster, read, smooth, worst
 from support.png_files import (
-    FORMS, GRAY, GRAY_ALPHA, INDEXED, RGB, RGBA, Png, chunk, from_bytes, header, picture_data, random_png, SIGNATURE,
-    to_bytes)
+    FORMS, GRAY, GRAY_ALPHA, INDEXED, RGB, RGBA, SIGNATURE, Png, chunk, from_bytes, header, packed, picture_data,
+    random_png, to_bytes)
 
 
 def resaved(tmp_path: Path, data: bytes) -> Png:
@@ -168,6 +169,40 @@ def test_an_index_without_a_color_is_damage(tmp_path: Path) -> None:
     (tmp_path / "a.png").write_bytes(to_bytes(png))
     with managed_error("ImageLoadException", "palette"):
         load(tmp_path / "a.png").get_argb_32_pixel(3, 2)
+
+
+def chunks(names: str) -> bytes:
+    """A PNG file of these chunks, of a gray picture whose pixels are spread over all IDAT chunks."""
+    pixels = zlib.compress(packed(np.zeros((4, 6, 1), np.uint8), 8))
+    kinds = names.split()
+    parts = [bytes(part) for part in np.array_split(np.frombuffer(pixels, np.uint8), max(1, kinds.count("IDAT")))]
+    bodies = {"IHDR": struct.pack(">IIBBBBB", 6, 4, 8, 0, 0, 0, 0), "PLTE": bytes(6), "tEXt": b"Comment\0words"}
+    return SIGNATURE + b"".join(chunk(kind.encode(), parts.pop(0) if kind == "IDAT" else bodies.get(kind, b""))
+                                for kind in kinds)
+
+
+@pytest.mark.parametrize(("names", "fault"), [
+    ("IHDR IDAT IEND", ""), ("IHDR tEXt IDAT IDAT IDAT tEXt IEND", ""), ("IHDR PLTE IDAT IEND", ""),
+    ("IHDR IDAT", "the data ends before the end chunk"),
+    ("IHDR IDAT tEXt", "the data ends before the end chunk"),
+    ("IHDR IDAT IDAT tEXt IDAT IEND", "the chunk 'IDAT' is out of order"),
+    ("IHDR IDAT PLTE IEND", "the chunk 'PLTE' is out of order"),
+    ("IHDR IHDR IDAT IEND", "the chunk 'IHDR' is out of order"),
+    ("IHDR IDAT IHDR IEND", "the chunk 'IHDR' is out of order"),
+    ("IHDR XXXX IDAT IEND", "the chunk 'XXXX' is unknown"),
+    ("IHDR xxXX IDAT IEND", ""),  # may be left out
+    ("IHDR tEXt IEND", "there are no pixels before the end"),
+])
+def test_the_strict_mode_wants_chunks_in_order(tmp_path: Path, names: str, fault: str) -> None:
+    (tmp_path / "a.png").write_bytes(chunks(names))
+    options = PngLoadOptions()
+    options.strict_mode = True
+    if fault:
+        with managed_error("ImageLoadException", fault + ", which PngLoadOptions.StrictMode refuses"):
+            Image.load(str(tmp_path / "a.png"), options)
+        return
+    image = raster(Image.load(str(tmp_path / "a.png"), options))
+    assert set(image.load_argb_32_pixels(image.bounds)) == {-0x1000000}
 
 
 def test_damaged_rows_are_told(tmp_path: Path) -> None:

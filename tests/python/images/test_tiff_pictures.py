@@ -10,7 +10,7 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
-from zelmor.imaging import DataRecoveryMode, Image, LoadOptions
+from zelmor.imaging import Color, DataRecoveryMode, Image, LoadOptions
 from zelmor.imaging.fileformats.tiff import TiffRational
 from zelmor.imaging.fileformats.tiff.enums import (Group3Options, TiffAlphaStorage, TiffCompressions,
                                                    TiffExpectedFormat, TiffFillOrders, TiffPhotometrics,
@@ -19,7 +19,7 @@ from zelmor.imaging.fileformats.tiff.enums import (Group3Options, TiffAlphaStora
 from zelmor.imaging.imageoptions import BigTiffOptions, MultiPageOptions, PngOptions, TiffOptions
 
 from support import tiff_files as tiff
-from support.image_oracles import load, managed_error, noise, read, smooth, worst, write
+from support.image_oracles import load, managed_error, noise, raster, read, smooth, worst, write
 from support.tiff_files import Form
 
 RAMP = tuple(range(0, 65536, 4369))
@@ -289,11 +289,26 @@ def test_depths_and_numbers(tmp_path: Path) -> None:
                                  sample_format=[TiffSampleFormats.IEEE_FP]), gray)
 
 
-def test_palettes(tmp_path: Path) -> None:
-    blocks = np.repeat(np.repeat(noise(3, width=4, height=3), 11, 0), 13, 1)
-    page = saved(tmp_path, settings(photometric=TiffPhotometrics.PALETTE, bits_per_sample=[4]), blocks)
-    assert (page.number(tiff.PHOTOMETRIC), page.number(tiff.BITS), len(page.tags[tiff.COLOR_MAP])) == (3, 4, 48)
+@pytest.mark.parametrize("bits", [1, 2, 4, 8])
+def test_palettes(tmp_path: Path, bits: int) -> None:
+    colors = noise(3, seed=bits, width=12, height=1)[0][:2**bits]
+    blocks = np.repeat(np.repeat(colors[np.arange(12).reshape(3, 4) % len(colors)], 11, 0), 13, 1)
+    options = settings(photometric=TiffPhotometrics.PALETTE, bits_per_sample=[bits])
+    page = saved(tmp_path, options, blocks)
+    assert (page.number(tiff.PHOTOMETRIC), page.number(tiff.BITS)) == (3, bits)
+    assert len(page.tags[tiff.COLOR_MAP]) == 3 * 2**bits
     assert worst(read(tmp_path / "saved.tif", "RGB"), blocks) == 0
+    again = load(tmp_path / "saved.tif")
+    again.save(str(tmp_path / "again.tif"), options)
+    assert tiff.page(tmp_path / "again.tif").number(tiff.BITS) == bits
+    assert worst(read(tmp_path / "again.tif", "RGB"), blocks) == 0
+
+
+@pytest.mark.parametrize(("bits", "most"), [(1, 2), (2, 4), (4, 16)])
+def test_more_colors_than_a_depth_holds(tmp_path: Path, bits: int, most: int) -> None:
+    options = settings(photometric=TiffPhotometrics.PALETTE, bits_per_sample=[bits])
+    saved(tmp_path, options, smooth())
+    assert 1 < len(np.unique(read(tmp_path / "saved.tif", "RGB").reshape(-1, 3), axis=0)) <= most
 
 
 def test_alpha_storage(tmp_path: Path) -> None:
@@ -337,6 +352,59 @@ def test_original_options_write_the_same_again(tmp_path: Path) -> None:
         for tag in (tiff.BITS, tiff.COMPRESSION, tiff.PHOTOMETRIC, tiff.SAMPLES, tiff.EXTRA_SAMPLES):
             assert after.tags.get(tag) == before.tags.get(tag), (form.name, tag)
         assert tiff.plain_samples(tmp_path / "out.tif", form).tobytes() == form.noise(20, 10).tobytes(), form.name
+
+
+# ---- Colors
+
+
+def to_lab(rgb: np.ndarray) -> np.ndarray:
+    """CIE L*a*b* for D50 of sRGB, by the published formulas: the curve of IEC 61966-2-1, Bradford's adaptation."""
+    share = rgb / 255
+    light = np.where(share <= 0.04045, share / 12.92, ((share + 0.055) / 1.055) ** 2.4)
+    xyz = light @ np.array([[0.4360747, 0.3850649, 0.1430804], [0.2225045, 0.7168786, 0.0606169],
+                            [0.0139322, 0.0971045, 0.7141733]]).T / (0.96422, 1.0, 0.82521)
+    root = np.where(xyz > (6 / 29) ** 3, np.cbrt(xyz), xyz * (29 / 6) ** 2 / 3 + 4 / 29)
+    return np.stack([116 * root[..., 1] - 16, 500 * (root[..., 0] - root[..., 1]),
+                     200 * (root[..., 1] - root[..., 2])], -1)
+
+
+def seen(path: Path) -> np.ndarray:
+    """Red, green and blue of an image's pixels."""
+    image = load(path)
+    words = np.array(list(image.load_argb_32_pixels(image.bounds)), np.int32).view(np.uint32)
+    return np.stack([words >> 16 & 255, words >> 8 & 255, words & 255], -1).reshape(image.height, image.width, 3)
+
+
+@pytest.mark.parametrize(("bits", "most"), [(8, 40), (16, 2), (32, 2)])
+@pytest.mark.parametrize("alpha", [False, True])
+def test_lab_is_shown_by_the_published_formulas(tmp_path: Path, alpha: bool, bits: int, most: int) -> None:
+    """As near as the samples allow: with 8 bits a step is large for dark and for vivid colors."""
+    rgb = noise()
+    lab = to_lab(rgb)
+    if bits < 32:
+        lightness = (lab[..., :1] * (2**bits - 1) / 100).round()
+        lab = np.concatenate([lightness, (lab[..., 1:] * 2.0**(bits - 8)).round() % 2**bits], -1)
+    form = Form("lab", tiff.LAB, 4 if alpha else 3, bits, 3 if bits == 32 else 1, extra=2 if alpha else None)
+    opaque = np.full(rgb.shape[:2] + (1,), 1 if bits == 32 else 2**bits - 1)
+    samples = np.concatenate([lab, opaque], -1) if alpha else lab
+    (tmp_path / "a.tif").write_bytes(tiff.tiff_bytes(samples.astype(form.type()), form))
+    found = seen(tmp_path / "a.tif")
+    assert worst(found, rgb) <= most
+    assert np.abs(found.astype(int) - rgb).mean() <= (3 if bits == 8 else 0.5)
+
+
+@pytest.mark.parametrize("alpha", [False, True])
+@pytest.mark.parametrize(("bits", "numbers"), [(16, 1), (32, 1), (16, 3), (32, 3), (64, 3)])
+def test_inks_of_every_depth_are_shown_alike(tmp_path: Path, bits: int, numbers: int, alpha: bool) -> None:
+    plain = Form("cmyk", tiff.CMYK, 4)
+    inks = plain.noise(37, 29)
+    (tmp_path / "a.tif").write_bytes(tiff.tiff_bytes(inks, plain))
+    deep = Form("deep", tiff.CMYK, 5 if alpha else 4, bits, numbers, extra=2 if alpha else None)
+    shares = np.concatenate([inks / 255, np.ones((29, 37, 1))], -1)[..., :deep.bands]
+    samples = shares if numbers == 3 else (shares * (2**bits - 1)).round()
+    (tmp_path / "b.tif").write_bytes(tiff.tiff_bytes(samples.astype(deep.type()), deep))
+    found, wanted = seen(tmp_path / "b.tif").astype(int), seen(tmp_path / "a.tif").astype(int)
+    assert np.abs(found - wanted).mean() <= 0.5 and np.abs(found - wanted).max() <= 20  # 8 bits go through a table
 
 
 # ---- Pages
@@ -393,11 +461,101 @@ def test_big_tiff_keeps_all(tmp_path: Path) -> None:
     (Form("many bands", tiff.RGB, 6), "3 samples a pixel besides its colors"),
     (Form("inks", tiff.CMYK, 4, tags={332: (2,)}), "inks other than CMYK"),
     (Form("camera", 32803, 1), "photometric interpretation 32803"),
+    (Form("signed", tiff.RGB, 4, 8, 2, extra=1), "premultiplied alpha of signed samples"),
+    (Form("signed16", tiff.RGB, 4, 16, 2, extra=1), "premultiplied alpha of signed samples"),
+    (Form("few bits", tiff.BLACK_IS_ZERO, 2, 4, extra=1), "premultiplied alpha of samples of fewer than 8 bits"),
+    (Form("lab", tiff.LAB, 4, extra=1), "premultiplied alpha of L*a*b* colors"),
 ])
 def test_forms_that_are_not_read_are_named(tmp_path: Path, form: Form, text: str) -> None:
     (tmp_path / "in.tif").write_bytes(tiff.tiff_bytes(form.noise(20, 10), form))
     with managed_error("[A-Za-z]+", text):
         load(tmp_path / "in.tif").get_pixel(0, 0)
+
+
+@pytest.mark.parametrize("bands", [1, 2, 3])
+def test_the_meaning_of_the_samples_is_not_guessed(tmp_path: Path, bands: int) -> None:
+    form = Form("unknown", tiff.BLACK_IS_ZERO, bands)
+    entry = struct.pack("<HHI", tiff.PHOTOMETRIC, 3, 1)
+    data = tiff.tiff_bytes(form.noise(8, 6), form)
+    assert data.count(entry) == 1
+    (tmp_path / "in.tif").write_bytes(data.replace(entry, struct.pack("<HHI", tiff.PHOTOMETRIC + 1, 3, 1)))
+    with managed_error("ImageLoadException", "the page does not tell its photometric interpretation"):
+        load(tmp_path / "in.tif")
+
+
+def plain_file(folder: Path, bits: int, size: tuple[int, int], arguments: tuple[str, ...]) -> bytes:
+    """A black picture in one strip, written by tiffcp."""
+    form = Form("black", tiff.BLACK_IS_ZERO, 1, bits)
+    samples = np.zeros((size[1], size[0], 1), np.uint8)
+    (folder / "source.tif").write_bytes(tiff.tiff_bytes(samples, form))
+    tiff.tool("tiffcp", *arguments, "-r", size[1], folder / "source.tif", folder / "in.tif")
+    return (folder / "in.tif").read_bytes()
+
+
+def with_number(data: bytes, tag: int, value: int) -> bytes:
+    """A little-endian file with another number in a tag of its first page."""
+    at, = struct.unpack_from("<I", data, 4)
+    for entry in range(at + 2, at + 2 + 12 * struct.unpack_from("<H", data, at)[0], 12):
+        if struct.unpack_from("<H", data, entry)[0] == tag:
+            return data[:entry + 2] + struct.pack("<HII", 4, 1, value) + data[entry + 12:]
+    raise AssertionError(f"there is no tag {tag}")
+
+
+COMPRESSED = {"none": ("-c", "none"), "packbits": ("-c", "packbits"), "lzw": ("-c", "lzw"), "zip": ("-c", "zip"),
+              "g3": ("-c", "g3"), "g4": ("-c", "g4")}
+
+
+@pytest.mark.parametrize("kind", COMPRESSED)
+def test_the_most_that_a_compression_can_do_is_read(tmp_path: Path, kind: str) -> None:
+    size = (3000, 2500)
+    plain_file(tmp_path, 1 if kind.startswith("g") else 8, size, COMPRESSED[kind])
+    image = load(tmp_path / "in.tif")
+    assert image.get_argb_32_pixel(size[0] - 1, size[1] - 1) == -0x1000000
+
+
+@pytest.mark.parametrize("kind", COMPRESSED)
+def test_pixels_that_the_bytes_cannot_hold_are_not_made(tmp_path: Path, kind: str) -> None:
+    is_fax = kind.startswith("g")
+    data = plain_file(tmp_path, 1 if is_fax else 8, (16, 16), COMPRESSED[kind])
+    stored = tiff.page(tmp_path / "in.tif").number(tiff.STRIP_SIZES)
+    size = (16, 8 * stored + 1) if is_fax else (600_000, 16)  # a bit can be a whole row of a fax
+    for tag, value in ((tiff.WIDTH, size[0]), (tiff.HEIGHT, size[1]), (tiff.ROWS_PER_STRIP, size[1])):
+        data = with_number(data, tag, value)
+    (tmp_path / "in.tif").write_bytes(data)
+    number = "" if kind == "none" else str(stored)  # without a compression, the file's own number is not believed
+    with managed_error("[A-Za-z]+", f"{number} bytes cannot hold {size[0]} by {size[1]} pixels"):
+        load(tmp_path / "in.tif").get_pixel(0, 0)
+
+
+LOSSES = [
+    Form("gray2", tiff.BLACK_IS_ZERO, 1, 2), Form("gray", tiff.BLACK_IS_ZERO, 1),
+    Form("inverted", tiff.WHITE_IS_ZERO, 1), Form("signed", tiff.BLACK_IS_ZERO, 1, 8, 2),
+    Form("gray16", tiff.BLACK_IS_ZERO, 1, 16), Form("gray32", tiff.BLACK_IS_ZERO, 1, 32),
+    Form("float", tiff.BLACK_IS_ZERO, 1, 32, 3), Form("double", tiff.BLACK_IS_ZERO, 1, 64, 3),
+    Form("rgb", tiff.RGB, 3), Form("rgb16", tiff.RGB, 3, 16), Form("rgba", tiff.RGB, 4, extra=2),
+    Form("lab", tiff.LAB, 3), Form("lab16", tiff.LAB, 3, 16), Form("icc lab", tiff.ICC_LAB, 3),
+    Form("lab float", tiff.LAB, 3, 32, 3),
+]
+GRAYS = [(0, 0, 0), (1, 1, 1), (5, 5, 5), (10, 10, 10), (85, 85, 85), (128, 128, 128), (255, 255, 255)]
+COLORS = [(255, 0, 0), (0, 255, 0), (0, 0, 255), (12, 2, 30), (250, 240, 3), (3, 90, 100)]
+
+
+@pytest.mark.parametrize("form", LOSSES, ids=lambda form: form.name)
+def test_lost_rows_have_the_color_of_the_options(tmp_path: Path, form: Form) -> None:
+    """In the samples of every form, as they are shown again."""
+    samples = np.zeros((8, 10, form.bands), form.type())
+    data = tiff.tiff_bytes(samples, form)
+    (tmp_path / "in.tif").write_bytes(with_number(data, tiff.STRIP_OFFSETS, len(data) + 1000))
+    options = LoadOptions()
+    options.data_recovery_mode = DataRecoveryMode.MAXIMAL_RECOVER
+    for color in GRAYS if form.bands == 1 else GRAYS + COLORS:
+        if form.bits < 8 and color[0] % 85 != 0:
+            continue
+        options.data_background_color = Color.from_argb(255, *color)
+        image = raster(Image.load(str(tmp_path / "in.tif"), options))
+        found = image.get_pixel(3, 3)
+        most = 40 if form.bits == 8 and "lab" in form.name else 1  # whose steps are large
+        assert (found.r, found.g, found.b) == pytest.approx(color, abs=most), color
 
 
 @pytest.mark.parametrize("mode", [DataRecoveryMode.CONSISTENT_RECOVER, DataRecoveryMode.MAXIMAL_RECOVER])

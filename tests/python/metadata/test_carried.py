@@ -7,6 +7,7 @@ import io
 import struct
 from typing import Any
 
+import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL.PngImagePlugin import PngInfo
@@ -19,6 +20,7 @@ from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.imageoptions import JpegOptions, MultiPageOptions, PngOptions, TiffOptions, WebPOptions
 from zelmor.imaging.xmp import Namespaces, XmpPacketWrapper
 
+from support import gif_files
 from support.metadata_files import (PHOTOSHOP_MARK, XMP_MARK, bodies, encoded, exiftool, iptc_resources, loaded, opened,
                                     picture, saved, segment, with_segments)
 
@@ -55,6 +57,31 @@ def test_xmp_is_carried(source: str, target: str) -> None:
             "PNG": lambda: encoded("PNG", pnginfo=png_text(PACKET)),
             "TIFF": lambda: encoded("TIFF", tiffinfo={700: PACKET.encode()})}[source]()
     assert exiftool(saved(loaded(file), targets()[target]))["XMP:CreatorTool"] == "Tool"
+
+
+def gif_with_packet(place: int) -> bytes:
+    """An animation with blocks of every kind, and a packet among them: in front of a frame or behind the last one."""
+    mark = b"\x21\xff\x0bXMP DataXMP" + PACKET.encode() + bytes([1, *range(255, -1, -1), 0])
+    extensions = [gif_files.extension(0xFE, b"!" * 255, b"words"),
+                  gif_files.extension(0xFF, b"SOMEAPP 1.0", b"!" * 255, b"more")]
+    indices = [np.arange(i, i + 63, dtype=np.uint8).reshape(7, 9) % 16 for i in range(3)]
+    frames = [gif_files.Frame(each, palette=gif_files.random_palette(16, i) if i == 1 else b"",
+                              blocks=[*extensions, mark] if i == place else list(extensions))
+              for i, each in enumerate(indices)]
+    return gif_files.to_bytes(gif_files.Gif(9, 7, gif_files.random_palette(16), frames, loops=3,
+                                            behind=[*extensions, mark] if place == 3 else []))
+
+
+@pytest.mark.parametrize("place", range(4))
+def test_the_packet_of_a_gif_is_found_at_every_place(place: int) -> None:
+    source = gif_with_packet(place)
+    assert exiftool(source)["XMP:CreatorTool"] == "Tool"
+    image = loaded(source)
+    assert exiftool(saved(image, PngOptions()))["XMP:CreatorTool"] == "Tool"
+    written = saved(image)
+    assert written.count(b"XMP DataXMP") == 1 and exiftool(written)["XMP:CreatorTool"] == "Tool"
+    with opened(written) as picture:
+        assert picture.n_frames == 3
 
 
 def png_text(packet: str) -> PngInfo:

@@ -114,6 +114,16 @@ def test_thumbnails_of_the_extension(code: int, body: bytes) -> None:
     assert bodies(saved(image, JpegOptions()), 0xE0, b"JFXX\0") == [bytes([code]) + body]
 
 
+@pytest.mark.parametrize("body", [
+    b"\x13", b"\x13\x10", b"\x13\x10\x0c", b"\x13\x10\x0c" + bytes(3 * 16 * 12 - 1), b"\x13\0\0",
+    b"\x11\x10\x0c" + bytes(3 * 256 + 16 * 12 - 1), b"\x12\x10\x0c" + bytes(2000)])
+def test_no_thumbnail_is_made_of_a_damaged_extension(body: bytes) -> None:
+    """It ends early, has no pixels or is of a kind that was never published; the bytes are kept."""
+    image = loaded(jfif_file(1, 72, 72, 2, b"\0\0", segment(0xE0, b"JFXX\0" + body)), JpegImage)
+    assert image.jfif.thumbnail is None
+    assert bodies(saved(image, JpegOptions()), 0xE0, b"JFXX\0") == [body]
+
+
 def test_a_file_without_the_header_gets_none_of_it() -> None:
     image = loaded(encoded("PNG"))
     options = JpegOptions()

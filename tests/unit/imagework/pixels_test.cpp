@@ -41,6 +41,29 @@ TEST(PixelTest, AGrayPictureTurnsRgbAtTheFirstColor) {
     EXPECT_EQ(picture->get_argb(2, 2), 0xFF404040U);
 }
 
+// Whichever width the colors have that are written.
+TEST(PixelTest, GrayOfFewBitsKeepsItsDepthForItsLevels) {
+    for (const int bits : {1, 2, 4}) {
+        const uint32_t step = 255U / ((1U << bits) - 1);
+        for (uint32_t level = 0; level < 256; level++) {
+            PixelForm form;
+            form.color = ColorModel::kGray;
+            form.bits = bits;
+            const int expected = level % step == 0 ? bits : 8;
+            const Argb color = kBlack | level * 0x010101;
+            auto narrow = backend().create(1, 1, form, kBlack, {});
+            narrow->write_argb({0, 0, 1, 1}, {{color}});
+            EXPECT_EQ(narrow->form().bits, expected) << level;
+            EXPECT_EQ(narrow->get_argb(0, 0), color);
+            auto wide = backend().create(1, 1, form, kBlack, {});
+            const uint64_t word = uint64_t{0xFFFF} << 48 | uint64_t{level * 257} * 0x100010001;
+            wide->write_argb64({0, 0, 1, 1}, {{word}});
+            EXPECT_EQ(wide->form().bits, expected) << level;
+            EXPECT_EQ(wide->get_argb(0, 0), color);
+        }
+    }
+}
+
 TEST(PixelTest, SixteenBitPicturesShowTheirUpperByte) {
     Encoding encoding{PngEncoding{PngColor::kTruecolor, 16}, {}, kWhite, true, {}};
     EncodedBytes bytes = noise(4, 4, false)->encode(encoding);

@@ -1,0 +1,116 @@
+"""BMP files of every kind of header, and the runs of those with run lengths, compared with Pillow and NumPy."""
+
+from __future__ import annotations
+
+import io
+import struct
+from pathlib import Path
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from zelmor.imaging import Image
+from zelmor.imaging.fileformats.bmp import BitmapCompression
+from zelmor.imaging.imageoptions import BmpOptions
+
+from support.image_oracles import Pixels, load, pixels, worst, write
+from support.tiff_files import packed
+
+WIDTH, HEIGHT = 7, 5
+CORE, SHORTEST, INFO = 12, 16, 40
+#: Masks of red, green, blue and alpha by the bits of a pixel.
+MASKS = {16: (0x7C00, 0x03E0, 0x001F, 0), 32: (0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000)}
+
+
+def palette_of(bits: int) -> Pixels:
+    """Arbitrary colors for all indices."""
+    return np.random.default_rng(bits).integers(0, 256, (1 << bits, 3), dtype=np.uint8)
+
+
+def picture_of(bits: int) -> tuple[Pixels, bytes]:
+    """A picture as colors, and its rows as a file has them, from the last to the first."""
+    random = np.random.default_rng(bits)
+    if bits <= 8:
+        indices = random.integers(0, 1 << bits, (HEIGHT, WIDTH), dtype=np.uint8)
+        colors, rows = palette_of(bits)[indices], packed(indices[..., None], bits)
+    elif bits == 16:
+        five = random.integers(0, 32, (HEIGHT, WIDTH, 3))
+        colors = np.rint(five * 255 / 31).astype(np.uint8)
+        rows = (five @ (1 << 10, 1 << 5, 1)).astype("<u2").tobytes()
+    else:
+        colors = random.integers(0, 256, (HEIGHT, WIDTH, 3), dtype=np.uint8)
+        stored = colors[..., ::-1]
+        rows = (np.pad(stored, ((0, 0), (0, 0), (0, 1)), constant_values=255) if bits == 32 else stored).tobytes()
+    length = len(rows) // HEIGHT
+    ordered = [rows[y * length:(y + 1) * length] for y in reversed(range(HEIGHT))]
+    return colors, b"".join(row + b"\0" * (-length % 4) for row in ordered)
+
+
+def bitmap(size: int, bits: int, fields: bool = False, gap: int = 0) -> bytes:
+    """A file whose header has this size; the gap is between all headers and the pixels."""
+    rows = picture_of(bits)[1]
+    if size == CORE:
+        header = struct.pack("<IHHHH", size, WIDTH, HEIGHT, 1, bits)
+    else:
+        header = struct.pack("<IiiHHIIiiII", size, WIDTH, HEIGHT, 1, bits, 3 if fields else 0, len(rows), 3780, 3780,
+                             0, 0)[:size]
+        masks = struct.pack("<4I", *MASKS.get(bits, (0,) * 4)) if fields else b""
+        header = (header + masks[:max(12, min(16, size - INFO))]).ljust(size, b"\0") if fields else header.ljust(
+            size, b"\0")
+    table = b""
+    if bits <= 8:
+        entries = palette_of(bits)[:, ::-1]
+        table = (entries if size == CORE else np.pad(entries, ((0, 0), (0, 1)))).tobytes()
+    at = 14 + len(header) + len(table) + gap
+    return struct.pack("<2sIII", b"BM", at + len(rows), 0, at) + header + table + b"\0" * gap + rows
+
+
+@pytest.mark.parametrize(("size", "bits", "fields"), [
+    *((size, bits, False) for size in (CORE, SHORTEST, INFO, 52, 56, 64, 108, 124) for bits in (1, 4, 8, 24)),
+    *((size, bits, fields) for size in (INFO, 52, 56, 108, 124) for bits in (16, 32) for fields in (False, True)),
+])
+@pytest.mark.parametrize("gap", [0, 6])
+def test_every_header_is_read(tmp_path: Path, size: int, bits: int, fields: bool, gap: int) -> None:
+    data = bitmap(size, bits, fields, gap)
+    (tmp_path / "a.bmp").write_bytes(data)
+    image = load(tmp_path / "a.bmp")
+    assert (image.width, image.height, image.bits_per_pixel) == (WIDTH, HEIGHT, bits)
+    found = pixels(image, tmp_path)
+    assert worst(found, picture_of(bits)[0]) == 0
+    if size not in (SHORTEST, 52, 56):  # which not every Pillow reads
+        assert worst(np.asarray(Pillow.open(io.BytesIO(data)).convert("RGB")), found) <= 1
+
+
+# ---- Run lengths
+
+
+def runs_of(data: bytes) -> list[list[tuple[int, int]]]:
+    """The runs of each row of a file, from the last row to the first: length and value."""
+    at, = struct.unpack_from("<I", data, 10)
+    rows: list[list[tuple[int, int]]] = [[]]
+    while True:
+        count, value = data[at], data[at + 1]
+        at += 2
+        if count > 0:
+            rows[-1].append((count, value))
+        elif value == 0:
+            rows.append([])
+        else:
+            assert value == 1 and at == len(data)
+            return rows if rows[-1] else rows[:-1]
+
+
+@pytest.mark.parametrize(("bits", "compression"), [(8, BitmapCompression.RLE8), (4, BitmapCompression.RLE4)])
+@pytest.mark.parametrize("width", [1, 254, 255, 256, 509, 510, 511, 766])
+def test_plain_rows_are_as_few_runs_as_the_format_allows(tmp_path: Path, bits: int, compression: BitmapCompression,
+                                                         width: int) -> None:
+    source = np.full((2, width, 3), 255, np.uint8)
+    source[1] = 0
+    options = BmpOptions()
+    options.bits_per_pixel, options.compression = bits, compression
+    Image.load(write(tmp_path / "a.png", source)).save(str(tmp_path / "b.bmp"), options)
+    most = 255  # pixels of one run
+    lengths = [sorted(count for count, _ in row) for row in runs_of((tmp_path / "b.bmp").read_bytes())]
+    wanted = sorted([most] * (width // most) + ([width % most] if width % most else []))
+    assert lengths == [wanted, wanted]
+    assert worst(pixels(load(tmp_path / "b.bmp"), tmp_path), source) == 0
