@@ -33,17 +33,19 @@ Argb straight(Argb color) {
     return alpha << 24 | scaled(16) | scaled(8) | scaled(0);
 }
 
+// How many pixels an area has. The picture refuses an area that is not inside of it; for one whose size alone does not
+// fit, no memory is taken before.
+size_t pixels_to_read(const imagework::Picture& picture, const Rect& area) {
+    const bool fits =
+        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
+    return fits ? static_cast<size_t>(area.width) * static_cast<size_t>(area.height) : 0;
+}
+
 }  // namespace
 
 std::vector<Argb> read_block(const ImageObject& self, const Rect& area) {
     const imagework::Picture& picture = self.picture();
-    std::vector<Argb> pixels;
-    // The area is checked by the picture; a size that cannot be inside is not worth taking memory for.
-    const bool plausible =
-        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
-    if (plausible) {
-        pixels.resize(static_cast<size_t>(area.width) * static_cast<size_t>(area.height));
-    }
+    std::vector<Argb> pixels(pixels_to_read(picture, area));
     picture.read_argb(area, pixels);
     if (property_bool(self, "PremultiplyComponents")) {
         std::transform(pixels.begin(), pixels.end(), pixels.begin(), premultiplied);
@@ -145,6 +147,17 @@ bool has_inks(const imagework::PixelForm& form) {
            (form.sample == imagework::SampleType::kUint8 || form.sample == imagework::SampleType::kUint16);
 }
 
+// The samples of an area, and the bytes of one of its rows.
+struct SampleBlock {
+    SampleBlock(const imagework::Picture& picture, const Rect& area)
+        : row_size(picture.form().pixel_size() * static_cast<size_t>(std::max(0, area.width))),
+          bytes(picture.form().pixel_size() * pixels_to_read(picture, area)) {
+        picture.read_samples(area, row_size, bytes);
+    }
+    size_t row_size;
+    std::vector<uint8_t> bytes;
+};
+
 std::vector<CmykValue> read_cmyk_block(const ImageObject& self, const Rect& area) {
     const imagework::Picture& picture = self.picture();
     const imagework::PixelForm& form = picture.form();
@@ -155,17 +168,10 @@ std::vector<CmykValue> read_cmyk_block(const ImageObject& self, const Rect& area
         }
         return result;
     }
-    const bool plausible =
-        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
-    if (!plausible) {
-        read_block(self, area);  // refuses it
-    }
-    const size_t row_size = form.pixel_size() * static_cast<size_t>(area.width);
-    std::vector<uint8_t> samples(row_size * static_cast<size_t>(area.height));
-    picture.read_samples(area, row_size, samples);
+    const SampleBlock samples(picture, area);
     const size_t size = imagework::sample_size(form.sample);
-    for (const uint8_t* pixel = samples.data(); pixel != samples.data() + samples.size(); pixel += form.pixel_size()) {
-        const uint8_t* high = pixel + size - 1;  // the upper byte of little-endian samples
+    for (size_t at = 0; at < samples.bytes.size(); at += form.pixel_size()) {
+        const uint8_t* high = &samples.bytes[at + size - 1];  // the upper byte of little-endian samples
         result.push_back({high[0], high[size], high[2 * size], high[3 * size]});
     }
     return result;
@@ -182,24 +188,17 @@ void write_cmyk_block(ImageObject& self, const Rect& area, const std::vector<Cmy
         return write_block(self, area, std::move(colors));
     }
     require_enough(pixels.size(), area);
-    const bool plausible =
-        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
-    if (!plausible) {
-        read_block(self, area);  // refuses it
-    }
-    const size_t row_size = form.pixel_size() * static_cast<size_t>(area.width);
-    std::vector<uint8_t> samples(row_size * static_cast<size_t>(area.height));
-    picture.read_samples(area, row_size, samples);  // an alpha stays
+    SampleBlock samples(picture, area);  // an alpha stays
     const size_t size = imagework::sample_size(form.sample);
-    uint8_t* to = samples.data();
-    for (size_t i = 0; i < samples.size() / form.pixel_size(); ++i, to += form.pixel_size()) {
+    uint8_t* to = samples.bytes.data();
+    for (size_t i = 0; i < samples.bytes.size() / form.pixel_size(); ++i, to += form.pixel_size()) {
         const CmykValue& color = pixels[i];
         const uint8_t inks[] = {color.c, color.m, color.y, color.k};
         for (size_t band = 0; band < 4; ++band) {
             std::fill_n(to + band * size, size, inks[band]);  // both bytes of 16 bits: times 257
         }
     }
-    picture.write_samples(area, row_size, samples);
+    picture.write_samples(area, samples.row_size, samples.bytes);
 }
 
 Collection load_cmyk_32_pixels(ImageObject& self, const RectangleValue& rectangle) {

@@ -142,13 +142,9 @@ VImage condensed(const VImage& image, size_t wanted) {
             }
         }
     }
-    const auto count = static_cast<int64_t>(pixels.size()) / bands;
-    const int width = static_cast<int>(std::min<int64_t>(count, 1024));
-    const int height = static_cast<int>((count + width - 1) / width);
-    while (pixels.size() < static_cast<size_t>(width) * static_cast<size_t>(height) * static_cast<size_t>(bands)) {
-        pixels.push_back(pixels[pixels.size() - static_cast<size_t>(bands)]);  // the last one again
-    }
-    return VImage::new_from_memory(pixels.data(), pixels.size(), width, height, bands, VIPS_FORMAT_UCHAR)
+    // One row: twice as many pixels as wanted at most, so far fewer than a row can have.
+    const int width = static_cast<int>(pixels.size()) / bands;
+    return VImage::new_from_memory(pixels.data(), pixels.size(), width, 1, bands, VIPS_FORMAT_UCHAR)
         .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
         .copy_memory();
 }
