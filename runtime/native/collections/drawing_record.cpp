@@ -114,12 +114,9 @@ bool DrawingRecord::equals(const ManagedObject& other) const {
     return same && same->bytes == bytes;
 }
 
+// That of the value of this library that it is equal to.
 int32_t DrawingRecord::hash_code() const {
-    uint32_t hash = 17;
-    for (const std::byte each : bytes) {
-        hash = hash * 31 + static_cast<uint32_t>(each);
-    }
-    return static_cast<int32_t>(hash);
+    return shown_as()->hash_code();
 }
 
 Ref<ManagedObject> DrawingRecord::copy() const {

@@ -158,13 +158,18 @@ FactoryRegistration::Factory factory_of(const TypeInfo& type) {
                                                          "' has no property '" + std::string(name) + "'.");
 }
 
-Record& record_with(const ManagedObject& object, std::string_view name, int& slot) {
+struct NamedSlot {
+    Record& record;
+    int slot;
+};
+
+NamedSlot slot_with(const ManagedObject& object, std::string_view name) {
     auto* record = dynamic_cast<Record*>(const_cast<ManagedObject*>(&object));
-    slot = record ? layout_of(object.type()).find(name) : -1;
+    const int slot = record != nullptr ? layout_of(object.type()).find(name) : -1;
     if (slot < 0) {
         throw_missing(object.type(), name);
     }
-    return *record;
+    return {*record, slot};
 }
 
 Value& static_slot(const TypeInfo& type, std::string_view name) {
@@ -398,13 +403,13 @@ Ref<ManagedObject> make_instance(std::string_view full_name) {
 }
 
 const Value& property(const ManagedObject& object, std::string_view name) {
-    int slot = -1;
-    return record_with(object, name, slot).slot(slot);
+    const auto [record, slot] = slot_with(object, name);
+    return record.slot(slot);
 }
 
 void set_property(ManagedObject& object, std::string_view name, Value value) {
-    int slot = -1;
-    record_with(object, name, slot).set_slot(slot, std::move(value));
+    const auto [record, slot] = slot_with(object, name);
+    record.set_slot(slot, std::move(value));
 }
 
 int64_t property_int(const ManagedObject& object, std::string_view name) {

@@ -147,6 +147,8 @@ def test_color_matrices() -> None:
     assert matrix.matrix34 == 34 and [list(row) for row in matrix.get_matrix()] == rows
     matrix.set_elem(1, 2, 0.5)
     assert matrix.matrix12 == 0.5
+    assert ColorMatrix.is_instance(matrix)
+    assert not any(ColorMatrix.is_instance(other) for other in (Matrix(), Color.red, "matrix", 5, None))
     with managed_error("IndexOutOfRangeException", "5, 0"):
         matrix.get_elem(5, 0)
     with managed_error("IndexOutOfRangeException", "five rows"):

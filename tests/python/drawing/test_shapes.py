@@ -96,6 +96,7 @@ def test_matrices_compare_by_their_numbers() -> None:
     assert Matrix(a) == a
     a.reset()
     assert a == Matrix() and a != b and not Matrix.equals(a, b)
+    assert not Matrix.equals(a, None) and not Matrix.equals(None, a) and Matrix.equals(None, None)
 
 
 def test_points_are_transformed_in_place() -> None:

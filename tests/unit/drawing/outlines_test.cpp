@@ -1,6 +1,7 @@
 // Outlines: maps, arcs, splines, bounds, flattening, hits and widening.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "runtime/native/behaviors/drawing/outlines.h"
@@ -48,6 +49,39 @@ TEST(OutlineTest, FlatteningStaysWithinItsTolerance) {
             EXPECT_NEAR(middle, 100, flatness + 0.03);
         }
     }
+}
+
+// A cardinal spline: the curve passes each point in parallel to the line between the two neighbors of that point.
+TEST(OutlineTest, ASplineHasItsTangentsFromTheNeighbors) {
+    const std::vector<PointD> points{{0, 0}, {30, 0}, {40, 20}, {5, 35}};
+    constexpr double kTension = 0.75;
+    for (const bool closed : {false, true}) {
+        const Contour spline = spline_contour(points, kTension, closed);
+        EXPECT_EQ(spline.closed, closed);
+        EXPECT_EQ(spline.start, points[0]);
+        ASSERT_EQ(spline.segments.size(), closed ? 4U : 3U);
+        const auto point = [&](int i) {
+            return points[static_cast<size_t>(closed ? (i + 4) % 4 : std::clamp(i, 0, 3))];
+        };
+        const auto expect_near = [](PointD seen, PointD expected) {
+            EXPECT_NEAR(seen.x, expected.x, 1e-9);
+            EXPECT_NEAR(seen.y, expected.y, 1e-9);
+        };
+        for (int i = 0; i < static_cast<int>(spline.segments.size()); ++i) {
+            const auto& segment = spline.segments[static_cast<size_t>(i)];
+            expect_near(segment.control1, point(i) + (point(i + 1) - point(i - 1)) * (kTension / 3));
+            expect_near(segment.control2, point(i + 1) - (point(i + 2) - point(i)) * (kTension / 3));
+            expect_near(segment.end, point(i + 1));
+        }
+    }
+    // Two points have no neighbors on two sides: there and back on the line between them.
+    const std::vector<PointD> two{{1, 2}, {9, 4}};
+    const Contour line = spline_contour(two, kTension, true);
+    EXPECT_TRUE(line.closed);
+    const RectD bounds = bounds_of(Outline{line});
+    EXPECT_EQ(flattened(line, 0.01).size(), flattened(polygon_contour(two, true), 0.01).size());
+    EXPECT_EQ(std::make_pair(bounds.width, bounds.height), std::make_pair(8.0, 2.0));
+    EXPECT_TRUE(spline_contour({}, kTension, true).segments.empty());
 }
 
 TEST(OutlineTest, ReversingTwiceGivesTheSameOutline) {

@@ -5,8 +5,11 @@
 
 #include <cstring>
 #include <limits>
+#include <set>
 
 #include "fake_python.h"
+#include "runtime/native/collections/drawing_record.h"
+#include "runtime/native/collections/number_services.h"
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/values.h"
 
@@ -35,6 +38,8 @@ class CollectionTest : public test::RuntimeTest {
     static const std::vector<int32_t>& items(const Owned& list) {
         return target<ScalarList<int32_t>>(list.get()).items;
     }
+    template <class T>
+    static void check_numbers(const ElementType& element);
 };
 
 TEST_F(CollectionTest, ElementsOfANumberArrayAreReadAndWrittenAsNumbers) {
@@ -99,6 +104,129 @@ TEST_F(CollectionTest, BulkOperationsWorkBetweenListsOfOneElement) {
     EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
     service<void>(kInt32List, "SqInplaceRepeat", list.get(), 0);
     EXPECT_TRUE(items(list).empty());
+}
+
+TEST_F(CollectionTest, BulkOperationsWorkBetweenListsOfTexts) {
+    const std::string type = std::string("Zelmor.WrpGen.Generic.SiApiList_") + element_of(Wire::kString, "").id;
+    const auto texts = [](std::vector<const char16_t*> items) {
+        auto list = make_list(ListShape::kList, element_of(Wire::kString, ""));
+        for (const char16_t* item : items) {
+            list->append(std::u16string(item));
+        }
+        return list;
+    };
+    const auto list = texts({u"a", u"b", u"c", u"d", u"e"});
+    const auto joined = [&] {
+        std::u16string all;
+        for (size_t i = 0; i < list->size(); ++i) {
+            all += std::get<std::u16string>(list->get(i));
+        }
+        return all;
+    };
+    Owned handle(make_handle(list)), source(make_handle(texts({u"x", u"y"})));
+    const VariantArg from = source.object_arg(), self = handle.object_arg();
+    EXPECT_EQ(service<int>(type.c_str(), "MpSetItems", handle.get(), &from, 4, 2, -3), 1);
+    EXPECT_EQ(joined(), u"aycdx");
+    EXPECT_EQ(service<int>(type.c_str(), "MpSetItems", handle.get(), &from, 0, 2, 1), 1);
+    EXPECT_EQ(joined(), u"xycdx");
+    EXPECT_EQ(service<int>(type.c_str(), "MpSetItems", handle.get(), &from, 0, 3, 2), 0) << "another count";
+    EXPECT_EQ(service<int>(type.c_str(), "MpSetItems", handle.get(), &self, 4, 5, -1), 1) << "from itself";
+    EXPECT_EQ(joined(), u"xdcyx");
+    service<int>(type.c_str(), "MpSetItems", handle.get(), &from, 4, 2, 1);
+    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
+    EXPECT_EQ(joined(), u"xdcyx");
+    EXPECT_EQ(service<int>(type.c_str(), "SqInplaceConcat", handle.get(), &from), 1);
+    service<void>(type.c_str(), "MpRemoveItems", handle.get(), 6, 3, -3);
+    EXPECT_EQ(joined(), u"dcxx");
+}
+
+// The operations that have a typed function, which takes and gives the numbers as they are.
+constexpr const char* kNumberOperations[] = {"SqLength",        "SqContains", "SqGetItem", "SqGetItemNoCheck",
+                                             "SqSetItem",       "MpSetItems", "IndexBy",   "CountOf",
+                                             "SqSetItemNoChek", "Add",        "Insert",    "Remove"};
+
+template <class T>
+void CollectionTest::check_numbers(const ElementType& element) {
+    const std::string list_name = std::string("Zelmor.WrpGen.Generic.SiApiList_") + element.id;
+    const std::string walk_name = std::string("Zelmor.WrpGen.Generic.SiApiEnumerator_") + element.id;
+    const char* const type = list_name.c_str();
+    for (const char* name : kNumberOperations) {
+        const void* const typed = number_service(*find_service_class(type), name).address;
+        EXPECT_NE(typed, nullptr) << type << " " << name;
+        EXPECT_EQ(resolve_delegate("WrpInterop.Zelmor.Imaging", type, name).address, typed) << type << " " << name;
+    }
+    EXPECT_NE(number_service(*find_service_class(walk_name), "MoveNext").address, nullptr) << walk_name;
+
+    constexpr T kLow = std::numeric_limits<T>::lowest(), kHigh = std::numeric_limits<T>::max(), kSeven = 7, kNine = 9;
+    const auto list = make_list(ListShape::kList, element);
+    const auto& held = cast_object<ScalarList<T>>(*list).items;
+    Owned owner(make_handle(list));
+    void* const handle = owner.get();
+    service<void>(type, "Add", handle, kLow);
+    service<void>(type, "Insert", handle, 0, kHigh);
+    service<void>(type, "Add", handle, kSeven);
+    EXPECT_EQ(held, (std::vector<T>{kHigh, kLow, kSeven})) << type;
+    EXPECT_EQ(service<int>(type, "SqLength", handle), 3) << type;
+    T element_out{};
+    EXPECT_EQ(service<int>(type, "SqGetItem", handle, 0, &element_out), 0) << type;
+    EXPECT_EQ(element_out, kHigh) << type;
+    EXPECT_EQ(service<T>(type, "SqGetItemNoCheck", handle, 1), kLow) << type;
+    EXPECT_EQ(service<int>(type, "SqSetItem", handle, 2, kHigh), 0) << type;
+    service<void>(type, "SqSetItemNoChek", handle, 1, kNine);
+    EXPECT_EQ(held, (std::vector<T>{kHigh, kNine, kHigh})) << type;
+    EXPECT_EQ(service<int>(type, "SqContains", handle, kNine), 1) << type;
+    EXPECT_EQ(service<int>(type, "SqContains", handle, kSeven), 0) << type;
+    EXPECT_EQ(service<int>(type, "CountOf", handle, kHigh), 2) << type;
+    EXPECT_EQ(service<int>(type, "IndexBy", handle, true, 1, false, 0, kHigh), 2) << type;
+    Owned walk(make_handle(list->enumerator()));
+    EXPECT_EQ(service<int>(walk_name.c_str(), "MoveNext", walk.get(), &element_out), 0) << walk_name;
+    EXPECT_EQ(element_out, kHigh) << walk_name;
+    EXPECT_EQ(service<int>(type, "Remove", handle, kHigh), 1) << type;
+    const VariantArg self = owner.object_arg();
+    EXPECT_EQ(service<int>(type, "MpSetItems", handle, &self, 1, 2, -1), 1) << type;
+    EXPECT_EQ(held, (std::vector<T>{kHigh, kNine})) << type;
+}
+
+TEST_F(CollectionTest, NumbersOfEveryTypeCrossAsTheyAre) {
+    std::set<Wire> seen;
+    for (const ElementType& element : elements()) {
+        seen.insert(element.wire);
+        switch (element.wire) {
+            case Wire::kInt8:
+                check_numbers<int8_t>(element);
+                break;
+            case Wire::kInt16:
+                check_numbers<int16_t>(element);
+                break;
+            case Wire::kUInt16:
+                check_numbers<uint16_t>(element);
+                break;
+            case Wire::kInt32:
+                check_numbers<int32_t>(element);
+                break;
+            case Wire::kUInt32:
+                check_numbers<uint32_t>(element);
+                break;
+            case Wire::kInt64:
+                check_numbers<int64_t>(element);
+                break;
+            case Wire::kUInt64:
+                check_numbers<uint64_t>(element);
+                break;
+            case Wire::kSingle:
+                check_numbers<float>(element);
+                break;
+            case Wire::kDouble:
+                check_numbers<double>(element);
+                break;
+            default:
+                EXPECT_EQ(number_service({ServiceKind::kArrayList, &element, true}, "Add").address, nullptr);
+        }
+    }
+    for (const Wire wire : {Wire::kInt8, Wire::kInt16, Wire::kUInt16, Wire::kInt32, Wire::kUInt32, Wire::kInt64,
+                            Wire::kUInt64, Wire::kSingle, Wire::kDouble}) {
+        EXPECT_TRUE(seen.contains(wire)) << static_cast<int>(wire);
+    }
 }
 
 TEST_F(CollectionTest, SearchAndOrder) {
@@ -406,6 +534,25 @@ TEST_F(CollectionTest, DrawingRecordsAreCarriedByteForByte) {
     EXPECT_EQ(read.x, 0);
     EXPECT_EQ(service<int>(kPoints, "SqContains", array.get(), &point), 1);
     EXPECT_EQ(service<int>(kPoints, "IndexBy", array.get(), false, 0, false, 0, &point), 1);
+}
+
+// What finds a record among others by its hash finds it by an equal one, whoever made that.
+TEST_F(CollectionTest, EqualDrawingRecordsHaveEqualHashes) {
+    const auto red = DrawingRecord::of(ColorValue::from_argb(0xFFFF0000));
+    const auto blue = DrawingRecord::of(ColorValue::from_argb(0xFF0000FF));
+    const auto point = DrawingRecord::of(PointFValue{1.5F, -2.5F});
+    const auto mirrored = DrawingRecord::of(PointFValue{-2.5F, 1.5F});
+    for (const auto& [record, shown] :
+         {std::pair{red, box(ColorValue::from_argb(0xFFFF0000))}, std::pair{point, box(PointFValue{1.5F, -2.5F})}}) {
+        for (const Ref<ManagedObject>& equal : {record->copy(), shown}) {
+            EXPECT_TRUE(record->equals(*equal));
+            EXPECT_EQ(record->hash_code(), equal->hash_code());
+        }
+    }
+    for (const auto& [one, other] : {std::pair{red, blue}, std::pair{point, mirrored}, std::pair{red, point}}) {
+        EXPECT_FALSE(one->equals(*other));
+        EXPECT_NE(one->hash_code(), other->hash_code());
+    }
 }
 
 TEST_F(CollectionTest, AResultOfTypeObjectIsAWrapperOfTheCollection) {

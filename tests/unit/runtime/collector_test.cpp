@@ -131,6 +131,27 @@ TEST_F(CollectorTest, RecordsAndListsAreKnownOnceTheyHoldAnObjectThatMayHoldOthe
     EXPECT_EQ(collect_all(), 2U);
 }
 
+TEST_F(CollectorTest, AListOfWhatMayHoldOthersIsKnownFromTheStart) {
+    constexpr const char* kNode = "Zelmor.Imaging.FileFormats.Emf.EmfPlus.Objects.EmfPlusRegionNode";
+    auto list = make_list(ListShape::kList, element_of(Wire::kClass, kNode));
+    auto node = make_instance(kNode);
+    set_property(*node, "RegionNodeData", Ref<ManagedObject>(list));
+    list->append(node);
+    list = nullptr;
+    node = nullptr;
+    EXPECT_EQ(collect_all(), 2U);
+
+    // The collector has no work with the others.
+    for (const Wire wire : {Wire::kString, Wire::kBytes, Wire::kStruct, Wire::kRecord, Wire::kInt64, Wire::kDouble}) {
+        const auto plain = make_list(ListShape::kList, element_of(wire, ""), 2);
+        EXPECT_EQ(tracked(), 0U) << static_cast<int>(wire);
+    }
+    for (const Wire wire : {Wire::kObject, Wire::kClass, Wire::kInterface, Wire::kCollection}) {
+        const auto holding = make_list(ListShape::kList, element_of(wire, ""));
+        EXPECT_EQ(tracked(), 1U) << static_cast<int>(wire);
+    }
+}
+
 // Asks for a run while its members are being made.
 class Early final : public ManagedObject {
  public:

@@ -2,12 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 
 #include "fake_python.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/table_entries/table_entry.h"
+#include "runtime/native/table_entries/wire_values.h"
 
 namespace zelmor::embed {
 namespace {
@@ -217,6 +220,46 @@ TEST_F(TailTest, ANullOrForeignInstanceIsRefused) {
     EXPECT_EQ(test::take_raised().name, "InvalidCastException");
     EXPECT_EQ(call<int>(kPng, "get_CompressionLevel", reinterpret_cast<void*>(0x77)), 0);
     EXPECT_EQ(test::take_raised().name, "InvalidOperationException");
+}
+
+// The values that have a form of their own on the wire, those of a new property among them. A pointer that the caller
+// passes for one need not be aligned.
+TEST_F(TailTest, SystemValuesCrossWordForWord) {
+    constexpr int64_t kHour = 3600 * kTicksPerSecond;
+    const GuidValue guid{{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFF}};
+    const std::pair<Wire, Value> values[] = {{Wire::kDateTime, DateTimeValue{738'000 * uint64_t{kTicksPerDay}, 0}},
+                                             {Wire::kDateTimeOffset, DateTimeOffsetValue{5 * kTicksPerDay, 2 * kHour}},
+                                             {Wire::kTimeSpan, TimeSpanValue{-kHour}},
+                                             {Wire::kDecimal, DecimalValue{{1, 2, 3, 0x80050000}}},
+                                             {Wire::kGuid, guid}};
+    const auto crossed = [](Wire wire, const Value& value) {
+        int64_t result = 0;
+        alignas(16) std::array<std::byte, 32> out{};
+        void* pointer = out.data();
+        void* arguments[] = {&pointer};
+        CallFrame getting(wire == Wire::kTimeSpan ? "lp" : "vp", &result, arguments);
+        write_wire(getting, value, wire, nullptr);
+        // A span and a date are arguments by themselves; the others are passed by their address.
+        const bool by_itself = wire == Wire::kTimeSpan || wire == Wire::kDateTime;
+        const bool aligned = by_itself || wire == Wire::kDateTimeOffset;
+        if (!aligned) {
+            std::memmove(out.data() + 1, out.data(), 16);
+            pointer = out.data() + 1;
+        }
+        if (by_itself) {
+            arguments[0] = wire == Wire::kTimeSpan ? static_cast<void*>(&result) : pointer;
+        }
+        CallFrame setting("vp", nullptr, arguments);
+        return read_wire(setting, 0, wire, nullptr);
+    };
+    for (const auto& [wire, value] : values) {
+        const Value zero = zero_value(wire, nullptr);
+        EXPECT_EQ(zero.index(), value.index()) << static_cast<int>(wire);
+        EXPECT_FALSE(values_equal(zero, value)) << static_cast<int>(wire);
+        EXPECT_TRUE(values_equal(crossed(wire, value), value)) << static_cast<int>(wire);
+        EXPECT_TRUE(values_equal(crossed(wire, zero), zero)) << static_cast<int>(wire);
+        EXPECT_THROW(crossed(wire, std::u16string(u"x")), ManagedException) << static_cast<int>(wire);
+    }
 }
 
 // Every type that can be made without arguments, every property of it that can be written: a round trip.

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "fake_python.h"
+#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/marshal.h"
+#include "runtime/native/core/records.h"
 #include "runtime/native/core/values.h"
 
 namespace zelmor::embed {
@@ -23,6 +25,54 @@ TEST_F(ValueTest, EqualityIsByValue) {
     EXPECT_TRUE(values_equal(box(SizeValue{1, 2}), box(SizeValue{1, 2})));
     EXPECT_FALSE(values_equal(box(SizeValue{1, 2}), box(PointValue{1, 2})));
     EXPECT_EQ(hash_of_value(box(SizeValue{1, 2})), hash_of_value(box(SizeValue{1, 2})));
+}
+
+TEST_F(ValueTest, ANewValueIsAllZeros) {
+    const auto made = []<class V>(const V&) { return unbox<V>(*make_instance(StructTraits<V>::kName)); };
+    EXPECT_EQ(made(SizeValue{}), (SizeValue{0, 0}));
+    EXPECT_EQ(made(SizeFValue{}), (SizeFValue{0, 0}));
+    EXPECT_EQ(made(PointValue{}), (PointValue{0, 0}));
+    EXPECT_EQ(made(PointFValue{}), (PointFValue{0, 0}));
+    EXPECT_EQ(made(RectangleValue{}), (RectangleValue{0, 0, 0, 0}));
+    EXPECT_EQ(made(RectangleFValue{}), (RectangleFValue{0, 0, 0, 0}));
+    EXPECT_EQ(made(ColorValue{}), (ColorValue{0, 0, 0, u""}));
+    EXPECT_EQ(made(CmykValue{}), (CmykValue{0, 0, 0, 0}));
+}
+
+// A class of another module is shown by that module, if that has handed its tables over.
+TEST_F(ValueTest, AnObjectOfAnotherModuleIsShownByIt) {
+    TypeInfo type = object_type();
+    type.full_name = "Zelmor.Drawing.Thing";
+    type.assembly = assembly_name(Assembly::kPyDrawing);
+    const auto thing = make_ref<ManagedObject>(type);
+    const auto refused = [&] {
+        try {
+            py_object(thing);
+        } catch (const ManagedException& error) {
+            return error.name();
+        }
+        return std::string("nothing");
+    };
+    Callbacks& imaging = callbacks_of(Assembly::kImaging);
+    Callbacks& drawing = callbacks_of(Assembly::kPyDrawing);
+    const Callbacks knowing = imaging;
+    constexpr PyTpoApiCallbacks kKnowsNone = {[](void* handle, long, PyObject**) {
+        free_handle(handle);
+        return 0;
+    }};
+    PyStaticCallbacks without = *imaging.tables;
+    without.tpo_api = &kKnowsNone;
+    imaging.tables = &without;
+    const AssemblyScope scope(Assembly::kImaging);
+    EXPECT_EQ(refused(), "NotSupportedException") << "no other module is there";
+    drawing = imaging;
+    EXPECT_EQ(refused(), "NotSupportedException") << "the other module does not know it either";
+    drawing = knowing;
+    PyObject* shown = py_object(thing);
+    EXPECT_EQ(object_of(shown->handle), thing.get());
+    test::release(shown);
+    drawing = {};
+    imaging = knowing;
 }
 
 TEST_F(ValueTest, VariantsBecomeManagedValues) {

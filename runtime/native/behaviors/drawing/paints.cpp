@@ -32,7 +32,7 @@ double display_value(double light) {
 
 // Colors between the stops are mixed by their amounts of light, in steps too small to be seen.
 ColorStops gamma_corrected(const ColorStops& stops) {
-    constexpr int kSteps = 32;
+    constexpr int kSteps = 256;
     ColorStops result;
     for (size_t i = 0; i + 1 < stops.size(); ++i) {
         for (int step = 0; step < kSteps; ++step) {

@@ -1,9 +1,10 @@
 // Path gradients: from the colors of a polygon's corners to the color of its center.
 //
-// The polygon is cut into triangles between the center and its sides. In each, how far a pixel is from the center and
-// how it divides the side give its color.
+// The polygon shrinks towards its center until it is scaled by the focus scales of the brush. How much of that way it
+// has gone when one of its sides meets a pixel, and where the pixel divides that side, give the color of the pixel.
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/paints.h"
@@ -19,17 +20,23 @@ using drawwork::Paint;
 namespace {
 
 struct Side {
-    Affine inverse;  // from the brush's space to the parts of the two corners
+    Affine inverse;  // from the brush's space to the parts of the two corners; the center has none of either
     Argb first, second;
+};
+
+// A point that a side meets while the polygon shrinks.
+struct Meeting {
+    double inward;  // 0 at the outer polygon, 1 at the inner one
+    double second;  // how far the point is on the way from the first corner to the second
 };
 
 class PathGradient {
  public:
     explicit PathGradient(const ManagedObject& brush) {
         const std::vector<PointD> points = points_of(property(brush, "PathPoints"));
-        const PointD center = point_of(*property_object(brush, "CenterPoint"));
+        m_middle = point_of(*property_object(brush, "CenterPoint"));
         const PointD focus = point_of(*property_object(brush, "FocusScales"));
-        m_focus = std::clamp((focus.x + focus.y) / 2, 0.0, 1.0);
+        m_shrinking = {1 - std::clamp(focus.x, 0.0, 1.0), 1 - std::clamp(focus.y, 0.0, 1.0)};
         m_bounds = bounds_of(points);
         m_wrap = property_enum<WrapMode>(brush, "WrapMode");
         std::vector<Argb> corners(points.size(), 0xFFFFFFFF);
@@ -45,35 +52,58 @@ class PathGradient {
         }
         for (size_t i = 0; i < points.size(); ++i) {
             const size_t next = (i + 1) % points.size();
-            if (const auto inverse = Affine::of_corners(center, points[i], points[next]).inverse()) {
+            if (const auto inverse = Affine::of_corners(m_middle, points[i], points[next]).inverse()) {
                 m_sides.push_back({*inverse, corners[i], corners[next]});
             }
         }
     }
 
     Argb at(PointD p) const {
-        constexpr double kSlack = 1e-9;
         if (m_wrap != WrapMode::kClamp && m_bounds.width > 0 && m_bounds.height > 0) {
             p = wrapped(p);
         }
+        std::optional<Argb> edge;  // in the direction of a point that no side meets, as in the inner polygon
         for (const Side& side : m_sides) {
+            if (const auto meeting = meeting_of(side, p)) {
+                return shade(mixed(side.first, side.second, meeting->second), meeting->inward);
+            }
             const PointD parts = side.inverse.apply(p);
             const double out = parts.x + parts.y;
-            if (parts.x < -kSlack || parts.y < -kSlack || out > 1 + kSlack) {
-                continue;
+            if (!edge && parts.x >= -kSlack && parts.y >= -kSlack && out <= 1 + kSlack) {
+                edge = mixed(side.first, side.second, out > 0 ? parts.y / out : 0);
             }
-            double inward = std::clamp(1 - out, 0.0, 1.0);
-            inward = m_focus < 1 ? std::min(1.0, inward / (1 - m_focus)) : 1.0;
-            if (!m_stops.empty()) {
-                return color_at(m_stops, inward);
-            }
-            const Argb edge = out > 0 ? mixed(side.first, side.second, parts.y / out) : side.first;
-            return mixed(edge, m_center, factor(inward));
         }
-        return 0;
+        return edge ? shade(*edge, 1) : 0;
     }
 
  private:
+    static constexpr double kSlack = 1e-9;
+
+    Argb shade(Argb edge, double inward) const {
+        return m_stops.empty() ? mixed(edge, m_center, factor(inward)) : color_at(m_stops, inward);
+    }
+
+    // A polygon that has gone the part s of its way is scaled by 1 - s * m_shrinking. Its side goes through the point
+    // if a / (1 - s * m_shrinking.x) + b / (1 - s * m_shrinking.y) = 1, where a + b says how far out the point lies.
+    std::optional<Meeting> meeting_of(const Side& side, PointD p) const {
+        const PointD from = p - m_middle;
+        const double a = (side.inverse.m11 + side.inverse.m12) * from.x;
+        const double b = (side.inverse.m21 + side.inverse.m22) * from.y;
+        const double square = m_shrinking.x * m_shrinking.y;
+        const double linear = m_shrinking.x * (1 - b) + m_shrinking.y * (1 - a);
+        const double left = 1 - a - b;
+        // Of two solutions, the one at which the shrinking side comes by first. Without any, this is not a number.
+        const double s = left == 0 ? 0 : 2 * left / (linear + std::sqrt(linear * linear - 4 * square * left));
+        if (!(s >= -kSlack && s <= 1)) {  // beyond 1 a point may lie on the mirror image of the side
+            return std::nullopt;
+        }
+        const PointD parts =
+            side.inverse.apply_vector({from.x / (1 - s * m_shrinking.x), from.y / (1 - s * m_shrinking.y)});
+        if (!(parts.x >= -kSlack && parts.y >= -kSlack)) {
+            return std::nullopt;
+        }
+        return Meeting{std::clamp(s, 0.0, 1.0), parts.y};
+    }
     static void read_corners(const ManagedObject& brush, std::vector<Argb>& corners) {
         const std::vector<Value> colors = elements_of(property(brush, "SurroundColors"));
         if (colors.empty()) {
@@ -129,7 +159,8 @@ class PathGradient {
 
     std::vector<Side> m_sides;
     RectD m_bounds;
-    double m_focus = 0;
+    PointD m_middle;       // which the polygon shrinks towards
+    PointD m_shrinking{};  // the part of either direction that it loses on the way
     WrapMode m_wrap = WrapMode::kClamp;
     Argb m_center = 0;
     ColorStops m_stops;
