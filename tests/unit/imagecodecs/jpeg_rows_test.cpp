@@ -357,6 +357,56 @@ TEST(JpegRowsTest, AlteredBytesGiveAnErrorOrRows) {
     }
 }
 
+TEST(JpegRowsTest, DamageBehindTheLastPixelDoesNotCount) {
+    Bytes file = waves_file(kBaseline, 40, 30);
+    const Bytes whole = rows_of(file);
+    const auto scan = file.begin() + static_cast<std::ptrdiff_t>(marker_at(file, 0xDA));
+    const Bytes again(scan, file.end());
+    file.insert(file.end() - 2, again.begin(), again.end());  // a second scan, which has no place there
+    EXPECT_EQ(rows_of(file), whole);
+}
+
+// Segments without end.
+class EndlessHeader final : public DataSource {
+ public:
+    uint64_t size() const override { return uint64_t{70} << 20; }
+    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
+        static constexpr uint8_t kStart[] = {0xFF, 0xD8};
+        static constexpr uint8_t kSegment[] = {0xFF, 0xE5, 0xFF, 0xFF};
+        std::fill(out.begin(), out.end(), uint8_t{0});
+        put(kStart, 0, offset, out);
+        for (uint64_t at = sizeof kStart + offset / kSegmentSize * kSegmentSize; at < offset + out.size();) {
+            put(kSegment, at, offset, out);
+            at += kSegmentSize;
+        }
+        return out.size();
+    }
+
+ private:
+    static constexpr uint64_t kSegmentSize = 65537;
+
+    // Those of the bytes, which begin at `at`, that lie in the piece.
+    static void put(std::span<const uint8_t> bytes, uint64_t at, uint64_t offset, std::span<uint8_t> out) {
+        for (size_t i = 0; i < bytes.size(); i++) {
+            if (at + i >= offset && at + i < offset + out.size()) {
+                out[at + i - offset] = bytes[i];
+            }
+        }
+    }
+};
+
+TEST(JpegRowsTest, AHeaderEnds) {
+    const auto frames = open_jpeg(std::make_shared<const EndlessHeader>(), Recovery::kMaximal);
+    std::string text;
+    try {
+        frames->open(0);
+    } catch (const PictureError& error) {
+        EXPECT_EQ(error.kind(), Failure::kDamaged);
+        text = error.what();
+    }
+    EXPECT_EQ(text, "the header does not end");
+}
+
 TEST(JpegRowsTest, CodingsThatAreNotReadAreNamed) {
     Bytes file = waves_file(kBaseline, 16, 16);
     const size_t frame = marker_at(file, 0xC0);
