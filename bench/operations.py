@@ -12,6 +12,10 @@ import sys
 import tempfile
 from dataclasses import dataclass
 from pathlib import Path
+from typing import TYPE_CHECKING
+
+if TYPE_CHECKING:
+    import numpy as np
 
 ROUNDS = 3
 #: Width and height of the pictures.
@@ -151,22 +155,28 @@ class Result:
         return self.ratio <= self.limit
 
 
-def write_pictures(folder: Path) -> dict[str, str]:
-    """Pictures with soft waves, edges and noise, as photographs have them."""
+def photograph(width: int, height: int) -> "np.ndarray":
+    """A picture with soft waves, edges and noise, as photographs have them."""
     import numpy as np
+
+    y, x = np.mgrid[0:height, 0:width].astype(np.float32)
+    pixels = np.empty((height, width, 3), np.uint8)
+    random = np.random.default_rng(1)
+    for band in range(3):
+        waves = 60 * np.sin(x / (140 + 30 * band)) * np.cos(y / (170 - 20 * band))
+        tiles = 40 * ((x // 90 + y // 70) % 2)
+        pixels[..., band] = 120 + waves + tiles + random.normal(0, 6, waves.shape)
+    return pixels
+
+
+def write_pictures(folder: Path) -> dict[str, str]:
+    """The pictures of all sizes."""
     from PIL import Image
 
     paths = {}
     for name, (width, height) in SIZES.items():
-        y, x = np.mgrid[0:height, 0:width].astype(np.float32)
-        pixels = np.empty((height, width, 3), np.uint8)
-        random = np.random.default_rng(1)
-        for band in range(3):
-            waves = 60 * np.sin(x / (140 + 30 * band)) * np.cos(y / (170 - 20 * band))
-            tiles = 40 * ((x // 90 + y // 70) % 2)
-            pixels[..., band] = 120 + waves + tiles + random.normal(0, 6, waves.shape)
         paths[name] = str(folder / f"{width}.bmp")
-        Image.fromarray(pixels).save(paths[name])
+        Image.fromarray(photograph(width, height)).save(paths[name])
     return paths
 
 

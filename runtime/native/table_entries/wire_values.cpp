@@ -85,11 +85,14 @@ T read_words(CallFrame& frame, size_t index) {
     return value;
 }
 
-// The stored value. A property that has none is refused before, and a new one has its zero.
+// The stored value; zero where nothing is stored.
 template <SystemValue T>
 T system_value(const Value& value) {
     if (const auto* x = std::get_if<T>(&value); x != nullptr) {
         return *x;
+    }
+    if (is_null(value)) {
+        return {};
     }
     throw_invalid_value_cast(value, type_name_of_value(T()));
 }

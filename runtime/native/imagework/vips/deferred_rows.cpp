@@ -122,7 +122,9 @@ class FrameRows final : public DeferredRows {
  public:
     FrameRows(SharedFrames frames, size_t index, std::unique_ptr<RowReader> opened, const DecodeOptions& options,
               std::string damaged)
-        : DeferredRows(size_and_form(opened->header()), {options.memory, options.subject, frames->count() == 1}),
+        : DeferredRows(size_and_form(opened->header()),
+                       {options.memory != nullptr ? options.memory : std::make_shared<MemoryBudget>(), options.subject,
+                        frames->count() == 1}),
           m_frames(std::move(frames)),
           m_index(index),
           m_opened(std::move(opened)),
