@@ -149,9 +149,9 @@ def write_sources(folder: Path) -> None:
         if name == "12 MP":
             picture.save(folder / f"{name}.png", compress_level=3)
     random = np.random.default_rng(3)
-    text = [Image.fromarray((random.random((2200, 1700)) > 0.06).repeat(1, 0)) for _ in range(4)]
+    text = [Image.fromarray((random.random((220, 340)) > 0.3).repeat(10, 0).repeat(5, 1)) for _ in range(4)]
     text[0].save(folder / "300 pages.tif", save_all=True, append_images=(text * 75)[1:], compression="group4")
-    balls = [Image.fromarray(np.roll(photograph(200, 150), 3 * i, 1)).quantize(64, dither=0) for i in range(40)]
+    balls = [Image.fromarray(np.roll(photograph(160, 120), 3 * i, 1)).quantize(16, dither=0) for i in range(40)]
     balls[0].save(folder / "2000 frames.gif", save_all=True, append_images=(balls * 50)[1:], duration=20, loop=0)
     tiny = Image.fromarray(photograph(24, 16))
     for suffix in (".jpg", ".png", ".tif", ".gif"):

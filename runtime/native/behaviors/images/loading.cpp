@@ -104,7 +104,7 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         }
         DecodeOptions options = decode_options(load_options);
         options.subject = subject;
-        SourceBytes bytes(source);
+        SourceBytes bytes(source, SourceBytes::kHeaderWindow);
         FileFacts facts = probe(bytes);
         if (facts.format != Format::kUnknown) {
             require_registered(Trade::kLoading, file_format_of(facts));

@@ -250,7 +250,7 @@ class BmpReader final : public RowReader {
             const uint64_t size = width * static_cast<uint64_t>(m_header.height);
             check_picture_size(m_header.width, m_header.height, 1);
             m_share = MemoryShare(m_budget, size);
-            SourceBytes bytes(m_source);
+            SourceBytes bytes(m_source, SourceBytes::kHeaderWindow);
             m_runs = decode_bmp_runs(bytes, m_file.header, m_file.lenient);
         }
         return std::span(m_runs).subspan(width * static_cast<size_t>(stored), width);
@@ -302,7 +302,7 @@ class BmpReader final : public RowReader {
 class BmpFrames final : public FrameSource {
  public:
     BmpFrames(const SharedSource& source, const DecodeOptions& options) : m_source(source), m_budget(options.memory) {
-        SourceBytes bytes(source);
+        SourceBytes bytes(source, SourceBytes::kHeaderWindow);
         m_facts = probe(bytes);
         m_file.header = read_bmp_header(ByteReader(bytes));
         m_file.lenient = options.recovery != Recovery::kNone;

@@ -200,7 +200,7 @@ class JpegFrame final : public FrameSource {
  public:
     JpegFrame(SharedSource source, Recovery recovery, SharedBudget memory)
         : m_source(std::move(source)), m_recovery(recovery), m_memory(std::move(memory)) {
-        SourceBytes bytes(m_source);
+        SourceBytes bytes(m_source, SourceBytes::kHeaderWindow);
         m_header.facts = probe(bytes);
         m_header.area = {0, 0, static_cast<int32_t>(m_header.facts.width), static_cast<int32_t>(m_header.facts.height)};
     }

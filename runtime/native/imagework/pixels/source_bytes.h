@@ -19,6 +19,7 @@ constexpr size_t kUsualWindow = size_t{64} << 10;
 class SourceBytes final : public ByteSource {
  public:
     static constexpr size_t kUsualWindow = size_t{64} << 10;
+    static constexpr size_t kHeaderWindow = 4096;  // for a file of which only the header is looked at
     // `jump` is the size of a window that does not begin near the end of the last one; windows that follow each other
     // double up to the usual size. With a small one, a walk that skips long data does not read them.
     explicit SourceBytes(SharedSource source, size_t jump = kUsualWindow);

@@ -7,47 +7,20 @@
 #include <vector>
 
 #include "runtime/native/imagework/picture_error.h"
-#include "runtime/native/imagework/probe/byte_reader.h"
+#include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/tiff/tiff_reader.h"
 
 namespace zelmor::imagework {
 namespace {
 
-// Pieces of a source for the probe, which asks for a few bytes at a time: the bytes around them come with them.
-class SourceBytes final : public ByteSource {
- public:
-    explicit SourceBytes(const DataSource& source) : m_source(source) {}
-
-    std::span<const uint8_t> at(uint64_t offset, uint64_t length) override {
-        if (const auto all = m_source.in_memory(); !all.empty()) {
-            return ByteReader(all).piece(offset, length);
-        }
-        const bool is_there =
-            offset >= m_first && offset - m_first <= m_block.size() && length <= m_block.size() - (offset - m_first);
-        if (!is_there) {
-            fetch(offset, length);
-        }
-        return ByteReader(m_block).piece(offset - m_first, length);
-    }
-
- private:
-    void fetch(uint64_t offset, uint64_t length) {
-        constexpr uint64_t kBlock = 1024;
-        const uint64_t left = offset < m_source.size() ? m_source.size() - offset : 0;
-        m_first = offset;
-        m_block.resize(std::min(std::max(length, kBlock), left));
-        m_block.resize(m_source.read_at(offset, m_block));
-    }
-
-    const DataSource& m_source;
-    uint64_t m_first = 0;
-    std::vector<uint8_t> m_block;
-};
+// Bytes that are read of an open file at once: a directory and what it points to lie close together, and the next one may
+// be far away.
+constexpr size_t kDirectory = 1024;
 
 class TiffPages final : public FrameSource {
  public:
     TiffPages(SharedSource source, DecodeOptions options) : m_source(std::move(source)), m_options(std::move(options)) {
-        SourceBytes bytes(*m_source);
+        SourceBytes bytes(m_source, kDirectory);
         m_directories = probe_tiff_directories(bytes);
         if (m_directories.empty()) {
             throw PictureError(Failure::kDamaged, "the file has no page");
@@ -58,7 +31,7 @@ class TiffPages final : public FrameSource {
 
     FrameHeader header(size_t index) const override {
         assert(index < count());
-        SourceBytes bytes(*m_source);
+        SourceBytes bytes(m_source, kDirectory);
         FrameHeader header;
         header.facts = probe_tiff_page(bytes, m_directories[index]);
         header.area = {0, 0, static_cast<int32_t>(header.facts.width), static_cast<int32_t>(header.facts.height)};

@@ -89,7 +89,7 @@ std::unique_ptr<VipsPicture> opened_picture(const SharedFrames& frames, size_t i
 
 SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) {
     settle_after_fork();
-    SourceBytes bytes(source);
+    SourceBytes bytes(source, SourceBytes::kHeaderWindow);
     const FileFacts facts = probe(bytes);
     return labeled(damage_of(facts.format), [&] { return opened(source, facts, options, true); });
 }

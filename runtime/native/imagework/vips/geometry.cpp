@@ -1,17 +1,13 @@
 // Cutting, placing, turning and mirroring.
 #include <cmath>
 
+#include "runtime/native/imagework/vips/quarter_turns.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 using vips::VImage;
 
 namespace zelmor::imagework {
 namespace {
-
-VImage quarter_turned(const VImage& image, int quarters) {
-    static constexpr VipsAngle kAngles[] = {VIPS_ANGLE_D0, VIPS_ANGLE_D90, VIPS_ANGLE_D180, VIPS_ANGLE_D270};
-    return quarters == 0 ? image : image.rot(kAngles[quarters]);
-}
 
 VImage placed(const VImage& image, int32_t width, int32_t height, int32_t x, int32_t y,
               const std::vector<double>& background) {
