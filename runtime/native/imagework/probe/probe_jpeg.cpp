@@ -1,5 +1,6 @@
 // The facts in the markers of a JPEG file up to its first scan.
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 
@@ -9,28 +10,42 @@
 
 namespace zelmor::imagework {
 
-int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
-    // The example luminance table in annex K of the standard, in any order: only sums are compared.
-    static constexpr int kExample[64] = {
+namespace {
+
+constexpr int kQualities = 100;
+using Sums = std::array<int64_t, kQualities + 1>;  // by quality, from 1 on
+
+// For each quality the sum of the table that encoders make for it of the example luminance table in annex K of the
+// standard. Its order does not matter for the sum.
+constexpr Sums sums_of_tables(int greatest) {
+    constexpr int kExample[64] = {
         16, 11,  10,  16, 24, 40, 51, 61, 12,  12,  14,  19,  26, 58, 60, 55,  14,  13,  16,  24, 40, 57,
         69, 56,  14,  17, 22, 29, 51, 87, 80,  62,  18,  22,  37, 56, 68, 109, 103, 77,  24,  35, 55, 64,
         81, 104, 113, 92, 49, 64, 78, 87, 103, 121, 120, 101, 72, 92, 95, 98,  112, 100, 103, 99,
     };
+    Sums sums{};
+    for (int quality = 1; quality <= kQualities; quality++) {
+        const int scale = quality < 50 ? 5000 / quality : 200 - 2 * quality;
+        for (const int value : kExample) {
+            sums[static_cast<size_t>(quality)] += std::clamp((value * scale + 50) / 100, 1, greatest);
+        }
+    }
+    return sums;
+}
+
+}  // namespace
+
+int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
+    static constexpr Sums kBytes = sums_of_tables(255);
+    static constexpr Sums kWords = sums_of_tables(32767);
     int64_t sum = 0;
     for (uint64_t i = 0; i < 64; i++) {
         sum += wide ? in.u16(table + 2 * i) : in.u8(table + i);
     }
-    int best = 100;
-    int64_t best_distance = INT64_MAX;
-    for (int quality = 100; quality >= 1; quality--) {
-        int scale = quality < 50 ? 5000 / quality : 200 - 2 * quality;
-        int64_t scaled = 0;
-        for (int value : kExample) {
-            scaled += std::clamp((value * scale + 50) / 100, 1, wide ? 32767 : 255);
-        }
-        int64_t distance = std::abs(scaled - sum);
-        if (distance < best_distance) {
-            best_distance = distance;
+    const Sums& sums = wide ? kWords : kBytes;
+    int best = kQualities;
+    for (int quality = kQualities; quality >= 1; quality--) {
+        if (std::abs(sums[static_cast<size_t>(quality)] - sum) < std::abs(sums[static_cast<size_t>(best)] - sum)) {
             best = quality;
         }
     }
