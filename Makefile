@@ -4,7 +4,7 @@
 #   make test     run all tests; the last line counts them
 #   make build    build an importable package in build/python
 #   make bench    measure speed beside hand-written C, Cython, pybind11 and PyQt5; streams; collections; operations
-#                 on pictures beside Pillow; import; sizes; memory
+#                 on pictures beside Pillow; jobs on files beside Pillow and vips; import; sizes; memory
 #   make docs     write the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
 #   make fuzz     run the property tests with many more examples
 #   make debug-test, make sanitize, make valgrind

@@ -90,16 +90,19 @@ JOBS = [
     Job("thumbnail of 100 MP", "100 MP.jpg", *THUMBNAIL),
     Job("12 MP to a quarter", "12 MP.jpg",
         "with load(path) as image: fitted(image, 1000).save(out, options(JpegOptions, quality=80))",
-        "with Image.open(path) as p: p.resize((1000, 750), Image.Resampling.LANCZOS).save(out, quality=80, optimize=True)",
+        "with Image.open(path) as p:\n"
+        "        p.resize((1000, 750), Image.Resampling.LANCZOS).save(out, quality=80, optimize=True)",
         ["resize", "{path}", "{out}[Q=80,optimize_coding]", "0.25"]),
     Job("12 MP saved again", "12 MP.jpg", "with load(path) as image: image.save(out, options(JpegOptions, quality=80))",
         "with Image.open(path) as p: p.save(out, quality=80, optimize=True)",
         ["copy", "{path}", "{out}[Q=80,optimize_coding]"]),
     Job("12 MP to PNG", "12 MP.jpg", "with load(path) as image: image.save(out, PngOptions())",
         "with Image.open(path) as p: p.save(out)", ["copy", "{path}", "{out}[compression=6,filter=all]"], ".png"),
-    Job("12 MP to WebP", "12 MP.jpg", "with load(path) as image: image.save(out, options(WebPOptions, lossless=False, quality=80))",
+    Job("12 MP to WebP", "12 MP.jpg",
+        "with load(path) as image: image.save(out, options(WebPOptions, lossless=False, quality=80))",
         "with Image.open(path) as p: p.save(out, quality=80)", ["copy", "{path}", "{out}[Q=80]"], ".webp"),
-    Job("PNG of 12 MP to JPEG", "12 MP.png", "with load(path) as image: image.save(out, options(JpegOptions, quality=80))",
+    Job("PNG of 12 MP to JPEG", "12 MP.png",
+        "with load(path) as image: image.save(out, options(JpegOptions, quality=80))",
         "with Image.open(path) as p: p.save(out, quality=80, optimize=True)",
         ["copy", "{path}", "{out}[Q=80,optimize_coding]"]),
     Job("12 MP turned by a quarter", "12 MP.jpg",
@@ -108,7 +111,8 @@ JOBS = [
         "with Image.open(path) as p: p.transpose(Image.Transpose.ROTATE_270).save(out, quality=80, optimize=True)",
         ["rot", "{path}", "{out}[Q=80,optimize_coding]", "d90"]),
     Job("50 small pictures", "small.jpg",
-        "for _ in range(50):\n        with load(path) as image: fitted(image, 160).save(out, options(JpegOptions, quality=80))",
+        "for _ in range(50):\n"
+        "        with load(path) as image: fitted(image, 160).save(out, options(JpegOptions, quality=80))",
         "for _ in range(50):\n        with Image.open(path) as p: fitted(p, 160).save(out, quality=80, optimize=True)"),
     Job("page 250 of 300", "300 pages.tif", "with pages(path)[min(249, len(pages(path)) - 1)] as page: "
         "RasterImage._cast_to(page).value.get_argb_32_pixel(0, 0)",
@@ -187,7 +191,8 @@ def measure(job: Job, folder: Path, rounds: int = ROUNDS) -> Result:
             empty = _vips(["--version"])
             used = _vips([part.format(path=path, out=out) for part in job.vips])
             runs.setdefault("vips", []).append([max(1e-6, used[0] - empty[0]), used[1] - empty[1]])
-    return Result(job.name, {name: [statistics.median(column) for column in zip(*taken)] for name, taken in runs.items()})
+    medians = {name: [statistics.median(column) for column in zip(*taken)] for name, taken in runs.items()}
+    return Result(job.name, medians)
 
 
 def run(only: str = "", rounds: int = ROUNDS) -> list[Result]:

@@ -16,6 +16,7 @@ from typing import TYPE_CHECKING
 
 if TYPE_CHECKING:
     import numpy as np
+    import numpy.typing as npt
 
 ROUNDS = 3
 #: Width and height of the pictures.
@@ -155,7 +156,7 @@ class Result:
         return self.ratio <= self.limit
 
 
-def photograph(width: int, height: int) -> "np.ndarray":
+def photograph(width: int, height: int) -> "npt.NDArray[np.uint8]":
     """A picture with soft waves, edges and noise, as photographs have them."""
     import numpy as np
 

@@ -1,4 +1,4 @@
-"""The bench: calls, streams, collections, pictures, import, sizes, memory; prints and keeps figures and targets met."""
+"""The bench: calls, streams, collections, pictures, files, import, sizes, memory; keeps figures and targets met."""
 
 import argparse
 import json
@@ -13,6 +13,7 @@ def main() -> int:
     sys.path[:0] = [str(Path(__file__).parent), str(build / "bench")]
     import calls
     import elements
+    import files
     import operations
     import start
     import streams
@@ -28,16 +29,20 @@ def main() -> int:
     print()
     worked = operations.run()
     print()
+    done = files.run()
+    print()
     results = calls.run()
 
     met = [result.met for result in results] + [result.met for result in moved] + [result.met for result in crossed]
     met += [result.met for result in worked]
+    met += [met_one for result in done for met_one in result.met]
     met.append(started.met)
     print(f"\ntargets: {sum(met)} of {len(met)} met")
     figures = {
         "import_ms": {"processor": started.processor, "clock": started.net, "statement": started.statement},
         "calls_ns": {result.case.name: {key: result.median(key) for key in result.rounds} for result in results},
         "elements_ms": {result.case.name: {key: result.median(key) for key in result.rounds} for result in crossed},
+        "files": {result.name: result.figures for result in done},
         "operations": {result.name: {"zelmor": result.ours, "pillow": result.theirs} for result in worked},
         "streams_s": {result.name: {"zelmor": result.ours, "yardstick": result.theirs} for result in moved},
     }

@@ -260,8 +260,8 @@ def test_a_picture_is_copied_without_being_in_memory(tmp_path: Path) -> None:
     assert Pillow.open(tmp_path / "b.png").getpixel((7999, 5999)) == (10, 200, 30)
 
 
-def test_the_first_rows_do_not_wait_for_the_last(tmp_path: Path) -> None:
-    """A file that is cut off is loaded; its pixels are an error, each time that they are needed, and no file is written."""
+def test_damage_is_found_when_pixels_are_needed(tmp_path: Path) -> None:
+    """A file that is cut off is loaded; needing its pixels is an error each time, and no file is written."""
     data = io.BytesIO()
     Pillow.fromarray(big()).save(data, "PNG")
     image = Image.load(io.BytesIO(data.getvalue()[:-len(data.getvalue()) // 3]))

@@ -13,8 +13,8 @@
 namespace zelmor::imagework {
 namespace {
 
-// Bytes that are read of an open file at once: a directory and what it points to lie close together, and the next one may
-// be far away.
+// Bytes that are read of an open file at once: a directory and what it points to lie close together, and the next one
+// may be far away.
 constexpr size_t kDirectory = 1024;
 
 class TiffPages final : public FrameSource {
