@@ -257,7 +257,14 @@ SharedRows DeferredRows::converted(SharedRows rows, const PixelForm& form, RowSt
 std::unique_ptr<RowReader> DeferredRows::open() {
     const std::lock_guard lock(m_mutex);
     if (m_read && m_origin.keeps && m_kept.is_null()) {
-        keep();
+        try {
+            keep();
+        } catch (const PictureError& error) {
+            if (error.kind() != Failure::kDamaged) {
+                throw;
+            }
+            // The rows that are wanted may come before the damage, or the picture may be larger than its memory.
+        }
     }
     m_read = true;
     return m_kept.is_null() ? stream() : rows_of_image(m_kept, m_header);
