@@ -22,11 +22,15 @@ PROFILE = ImageCms.ImageCmsProfile(ImageCms.createProfile("XYZ")).tobytes()
 XMP = b"<x:xmpmeta xmlns:x='adobe:ns:meta/'></x:xmpmeta>"
 
 
-def seen(image: Any) -> Pixels:
-    """The pixels of an image as RGBA; a pixel that is wholly transparent has no color."""
+def stored(image: Any) -> Pixels:
+    """The pixels of an image as RGBA."""
     colors = np.array(list(raster(image).load_argb_32_pixels(image.bounds)), np.int64) & 0xFFFFFFFF
-    rgba = np.stack([colors >> shift & 255 for shift in (16, 8, 0, 24)], -1).reshape(image.height, image.width, 4)
-    return without_hidden_colors(rgba)
+    return np.stack([colors >> shift & 255 for shift in (16, 8, 0, 24)], -1).reshape(image.height, image.width, 4)
+
+
+def seen(image: Any) -> Pixels:
+    """The same; a pixel that is wholly transparent has no color."""
+    return without_hidden_colors(stored(image))
 
 
 def without_hidden_colors(rgba: Pixels) -> Pixels:
@@ -131,6 +135,17 @@ def test_pictures_with_metadata_are_kept(lossless: bool, bands: int, extra: dict
     assert (b"XMP " in after) == ("xmp" in extra)
 
 
+def test_colors_of_transparent_pixels_are_kept_without_loss(tmp_path: Path) -> None:
+    picture = noise(4)
+    picture[5:30, :, 3] = 0
+    Pillow.fromarray(picture).save(tmp_path / "a.png")
+    options = WebPOptions()
+    options.lossless = True
+    for name, target in (("a.png", "b.webp"), ("b.webp", "c.webp")):
+        Image.load(str(tmp_path / name)).save(str(tmp_path / target), options)
+        assert np.array_equal(stored(Image.load(str(tmp_path / target))), picture)  # Pillow clears what is transparent
+
+
 def test_the_resolution_stands_in_the_exif_data(tmp_path: Path) -> None:
     source = tmp_path / "a.png"
     Pillow.fromarray(noise()).save(source, dpi=(300, 150))
@@ -151,7 +166,7 @@ def test_files_are_as_small_as_pillows(quality: int, lossless: bool, bands: int)
     options = WebPOptions()
     options.lossless, options.quality = lossless, float(quality)
     Image.load(io.BytesIO(png.getvalue())).save(file, options)
-    assert coded(file.getvalue()) == coded(webp(picture, quality=quality, lossless=lossless))
+    assert coded(file.getvalue()) == coded(webp(picture, quality=quality, lossless=lossless, exact=lossless))
 
 
 # ---- Animations

@@ -43,6 +43,7 @@ WebPConfig webp_config(const WebpEncoding& encoding) {
         throw PictureError(Failure::kInternal, "the WebP encoder is of another version");
     }
     config.lossless = encoding.lossless ? 1 : 0;
+    config.exact = config.lossless;  // keeps the colors of transparent pixels
     config.quality = static_cast<float>(encoding.quality);
     if (WebPValidateConfig(&config) == 0) {
         throw PictureError(Failure::kEncoding, "WebP has no quality " + std::to_string(encoding.quality));
