@@ -558,6 +558,30 @@ def test_lost_rows_have_the_color_of_the_options(tmp_path: Path, form: Form) -> 
         assert (found.r, found.g, found.b) == pytest.approx(color, abs=most), color
 
 
+@pytest.mark.parametrize("form", [
+    Form("gray", tiff.BLACK_IS_ZERO, 1), Form("gray2", tiff.BLACK_IS_ZERO, 1, 2),
+    Form("palette", tiff.PALETTE, 1, 8, tags={tiff.COLOR_MAP: tuple(i * 257 for i in range(256)) * 3}),
+    Form("rgba", tiff.RGB, 4, extra=2),
+], ids=lambda form: form.name)
+def test_rows_between_lost_ones_are_kept(tmp_path: Path, form: Form) -> None:
+    """The second and the fourth of five strips are gone. Gray and palettes become RGB, which has any background."""
+    (tmp_path / "source.tif").write_bytes(tiff.tiff_bytes(form.noise(50, 40), form))
+    tiff.tool("tiffcp", "-c", "lzw", "-r", 8, tmp_path / "source.tif", tmp_path / "in.tif")
+    whole = raster(Image.load(str(tmp_path / "in.tif")))
+    pixels = np.array(whole.load_argb_32_pixels(whole.bounds), np.int64).reshape(40, 50) & 0xFFFFFFFF
+    offsets = list(tiff.page(tmp_path / "in.tif").tags[tiff.STRIP_OFFSETS])
+    data = (tmp_path / "in.tif").read_bytes()
+    lost = [offsets[0], len(data) + 1000, offsets[2], len(data) + 1000, offsets[4]]
+    (tmp_path / "in.tif").write_bytes(data.replace(struct.pack("<5I", *offsets), struct.pack("<5I", *lost)))
+    options = LoadOptions()
+    options.data_recovery_mode = DataRecoveryMode.MAXIMAL_RECOVER
+    options.data_background_color = Color.from_argb(100, 10, 20, 230)
+    image = raster(Image.load(str(tmp_path / "in.tif"), options))
+    found = np.array(image.load_argb_32_pixels(image.bounds), np.int64).reshape(40, 50) & 0xFFFFFFFF
+    pixels[8:16] = pixels[24:32] = 0x640A14E6 if form.name == "rgba" else 0xFF0A14E6
+    assert (found == pixels).all()
+
+
 @pytest.mark.parametrize("mode", [DataRecoveryMode.CONSISTENT_RECOVER, DataRecoveryMode.MAXIMAL_RECOVER])
 @pytest.mark.parametrize("compression", ["none", "lzw", "zip"])
 def test_rows_of_damaged_files_are_kept(tmp_path: Path, mode: DataRecoveryMode, compression: str,

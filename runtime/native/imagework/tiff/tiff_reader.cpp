@@ -1,13 +1,12 @@
 // A page of a TIFF file as rows; see tiff_reader.h.
 #include "runtime/native/imagework/tiff/tiff_reader.h"
 
+#include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <utility>
 #include <vector>
 
 #include "runtime/native/imagework/picture_error.h"
-#include "runtime/native/imagework/tiff/lost_pixels.h"
 #include "runtime/native/imagework/tiff/page_layout.h"
 #include "runtime/native/imagework/tiff/piece_sizes.h"
 #include "runtime/native/imagework/tiff/row_sources.h"
@@ -22,14 +21,11 @@ class TiffReader final : public RowReader {
         : m_input(source, directory),
           m_layout(read_layout(m_input)),
           m_header(header_of(m_input, m_layout)),
-          m_fills(options.recovery == Recovery::kMaximal) {
+          m_goes_on(options.recovery == Recovery::kMaximal) {
         if (options.recovery == Recovery::kNone) {
             require_enough_bytes(m_input, m_layout);
         }
-        if (m_fills) {
-            m_background = pixel_of_color(m_header, options.background);
-        }
-        m_rows = row_source({m_input, m_layout, m_fills, [source, directory] {
+        m_rows = row_source({m_input, m_layout, m_goes_on, [source, directory] {
                                  auto again = std::make_unique<TiffInput>(source, directory);
                                  read_layout(*again);
                                  return again;
@@ -43,33 +39,42 @@ class TiffReader final : public RowReader {
         assert(count >= 0 && rows.size() == row_size * static_cast<size_t>(count));
         assert(m_next + static_cast<uint32_t>(count) <= m_layout.height);
         for (int32_t i = 0; i < count; i++, m_next++) {
-            read_row(rows.data() + static_cast<size_t>(i) * row_size);
+            read_row(rows.subspan(static_cast<size_t>(i) * row_size, row_size));
         }
     }
 
+    std::vector<Rect> lost() const override { return m_lost; }
+
  private:
-    void read_row(uint8_t* row) {
+    void read_row(std::span<uint8_t> row) {
         try {
-            m_rows->read(m_next, row);
+            m_rows->read(m_next, row.data());
         } catch (const PictureError& error) {
-            if (!m_fills || error.kind() != Failure::kDamaged) {
+            if (!m_goes_on || error.kind() != Failure::kDamaged) {
                 throw;
             }
-            for (uint32_t x = 0; x < m_layout.width; x++, row += m_background.size()) {
-                std::memcpy(row, m_background.data(), m_background.size());
-            }
+            std::fill(row.begin(), row.end(), uint8_t{0});
+            add_lost_row(static_cast<int32_t>(m_next));
             return;
         }
         if (m_layout.colors.differ()) {
-            colors_from_file(m_layout.form, m_layout.colors, row, m_layout.width);
+            colors_from_file(m_layout.form, m_layout.colors, row.data(), m_layout.width);
+        }
+    }
+
+    void add_lost_row(int32_t y) {
+        if (!m_lost.empty() && m_lost.back().y + m_lost.back().height == y) {
+            m_lost.back().height++;
+        } else {
+            m_lost.push_back({0, y, m_header.width, 1});
         }
     }
 
     TiffInput m_input;
     PageLayout m_layout;
     RowsHeader m_header;
-    bool m_fills;
-    std::vector<uint8_t> m_background;
+    bool m_goes_on;  // behind rows that are lost
+    std::vector<Rect> m_lost;
     std::unique_ptr<RowSource> m_rows;
     uint32_t m_next = 0;
 };

@@ -15,7 +15,7 @@ namespace zelmor::imagework {
 // Only the page's directory is read, and its pixels are when rows are asked for.
 //
 // Of damaged pixels `options` say what becomes of them. kNone and kConsistent: PictureError(kDamaged) at the first row
-// that cannot be decoded. kMaximal: such rows get the background, and reading goes on behind them.
+// that cannot be decoded. kMaximal: lost() tells of such rows, and reading goes on behind them.
 // PictureError(kUnsupported) names a form that is not read, PictureError(kTooLarge) a piece that is no sensible size.
 std::unique_ptr<RowReader> open_tiff_page(SharedSource source, uint64_t directory, const DecodeOptions& options);
 

@@ -395,22 +395,9 @@ void VipsPicture::apply_profiles(const DecodeOptions& options) {
 void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
     const VImage image = guarded(Failure::kInternal, "there is no memory for the pixels",
                                  [&] { return blank_image(m_form, width, height, this->image()); });
-    const size_t size = m_form.pixel_size();
-    std::vector<uint8_t> pixel(size);
-    const std::vector<double> value = ink_of(color);
-    with_storage(storage_of(m_form.sample), [&](auto sample) {
-        using Sample = decltype(sample);
-        auto* samples = reinterpret_cast<Sample*>(pixel.data());
-        for (size_t band = 0; band < value.size(); band++) {
-            samples[band] = static_cast<Sample>(value[band]);
-        }
-    });
-    uint8_t* first = row_of(image, 0);
-    for (int32_t x = 0; x < width; x++) {
-        std::memcpy(first + static_cast<size_t>(x) * size, pixel.data(), size);
-    }
-    for (int32_t y = 1; y < height; y++) {
-        std::memcpy(row_of(image, y), first, size * static_cast<size_t>(width));
+    const std::vector<uint8_t> pixel = pixel_of(color);
+    for (int32_t y = 0; y < height; y++) {
+        repeat_pixel(pixel, width, row_of(image, y));
     }
     m_image = image;
     m_origin = {};
@@ -470,6 +457,17 @@ std::vector<double> VipsPicture::ink_of(Argb color) const {
         std::copy_n(samples, result.size(), result.begin());
     });
     return result;
+}
+
+std::vector<uint8_t> VipsPicture::pixel_of(Argb color) const {
+    std::vector<uint8_t> pixel(m_form.pixel_size());
+    const std::vector<double> ink = ink_of(color);
+    with_storage(storage_of(m_form.sample), [&](auto sample) {
+        using Sample = decltype(sample);
+        auto* samples = reinterpret_cast<Sample*>(pixel.data());
+        std::transform(ink.begin(), ink.end(), samples, [](double amount) { return static_cast<Sample>(amount); });
+    });
+    return pixel;
 }
 
 void VipsPicture::set_indices(std::span<const uint8_t> indices, std::span<const Argb> palette) {

@@ -84,15 +84,12 @@ void VipsPicture::place(int32_t width, int32_t height, int32_t x, int32_t y, Arg
 void VipsPicture::replace_area(const Rect& area, Argb color) {
     require_inside(area);
     admit(has_alpha() ? color : color | kBlack);
-    const std::vector<double> value = ink_of(color);
-    apply("the area could not be filled", [&] {
-        const VImage fill =
-            image()
-                .extract_area(0, 0, 1, 1)
-                .new_from_image(value)
-                .embed(0, 0, area.width, area.height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
-        return image().insert(fill, area.x, area.y);
-    });
+    const std::vector<uint8_t> pixel = pixel_of(color);
+    make_writable();
+    note_change();
+    for (int32_t y = 0; y < area.height; y++) {
+        repeat_pixel(pixel, area.width, row_of(image(), area.y + y, area.x));
+    }
 }
 
 void VipsPicture::rotate_flip(int quarter_turns, bool mirror_x, bool mirror_y) {

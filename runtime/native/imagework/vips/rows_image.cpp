@@ -187,18 +187,20 @@ std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions
             throw;
         }
     }
+    const auto background = [&](const VipsPicture& picture) {
+        return picture.has_alpha() ? options.background : options.background | kBlack;
+    };
     if (done == header.height) {
         auto whole = std::make_unique<VipsPicture>(image, header, frame_count);
         for (const Rect& area : reader.lost()) {
-            whole->replace_area(area, options.background | kBlack);
+            whole->replace_area(area, background(*whole));
         }
         return whole;
     }
     auto picture = guarded(Failure::kInternal, "the intact rows could not be taken", [&] {
         return std::make_unique<VipsPicture>(image.extract_area(0, 0, header.width, done), header, frame_count);
     });
-    const Argb background = picture->has_alpha() ? options.background : options.background | kBlack;
-    picture->place(header.width, header.height, 0, 0, background);
+    picture->place(header.width, header.height, 0, 0, background(*picture));
     return picture;
 }
 

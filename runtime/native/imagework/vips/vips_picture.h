@@ -182,6 +182,7 @@ class VipsPicture final : public Picture {
     void write_words(const Rect& area, std::span<const Word> pixels);
     // The samples of a color in the picture's form, which admit() has made fit for it.
     std::vector<double> ink_of(Argb color) const;
+    std::vector<uint8_t> pixel_of(Argb color) const;
     // The index of a color that the palette has, or -1.
     int index_of(Argb color) const;
 

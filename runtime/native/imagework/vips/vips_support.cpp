@@ -2,6 +2,7 @@
 #include "runtime/native/imagework/vips/vips_support.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstring>
 
@@ -120,6 +121,15 @@ std::vector<double> ink(const VImage& image, Argb color) {
             return {r, g, b};
         default:
             return {r, g, b, a};
+    }
+}
+
+void repeat_pixel(std::span<const uint8_t> pixel, int32_t count, uint8_t* row) {
+    assert(!pixel.empty() && count > 0);
+    const size_t size = pixel.size() * static_cast<size_t>(count);
+    std::memcpy(row, pixel.data(), pixel.size());
+    for (size_t filled = pixel.size(); filled < size; filled *= 2) {
+        std::memcpy(row + filled, row, std::min(filled, size - filled));
     }
 }
 

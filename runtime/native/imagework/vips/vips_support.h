@@ -2,6 +2,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_SUPPORT_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_VIPS_SUPPORT_H
 
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,6 +85,9 @@ std::vector<double> ink(const vips::VImage& image, Argb color);
 inline uint8_t* row_of(const vips::VImage& image, int32_t y, int32_t x = 0) {
     return reinterpret_cast<uint8_t*>(VIPS_IMAGE_ADDR(image.get_image(), x, y));
 }
+
+// Fills a row with so many copies of a pixel.
+void repeat_pixel(std::span<const uint8_t> pixel, int32_t count, uint8_t* row);
 
 // Dots per inch in the library's dots per millimeter, within the range that it and the formats take.
 double dots_per_millimeter(double dots_per_inch);
