@@ -11,30 +11,14 @@
 
 namespace zelmor {
 
-// The cast services of a table that has them under their names.
-template <class Casts>
-CastServices cast_services_in(const Casts& casts) {
-    if constexpr (!requires { casts.type_of; }) {
-        return {.type_of = nullptr,
-                .cast_to = nullptr,
-                .reinterpret_obj = nullptr,
-                .cast_as = nullptr,
-                .is_assignable = reinterpret_cast<int (*)(const void*)>(casts.is_assignable)};
-    } else if constexpr (requires { casts.reinterpret_obj; }) {
-        return cast_services(casts.type_of, casts.cast_to, casts.reinterpret_obj, casts.cast_as, casts.is_assignable);
-    } else {
-        return cast_services(casts.type_of, casts.cast_to, nullptr, casts.cast_as, casts.is_assignable);
-    }
-}
-
 // `Delegates` is the table of function pointers, in the order of `Host::kMethods`.
 template <class Host, class Delegates>
 class CollectionHost : public TypeHost<Host> {
  public:
     // Whether the managed type is a class, and not an interface.
-    static constexpr bool kIsClass = requires(const Delegates& delegates) { delegates.casts.reinterpret_obj; };
+    static constexpr bool kIsClass = requires(const Delegates& delegates) { delegates.casts.btp_ReInterpretObj; };
 
-    CastServices casts() const { return cast_services_in(m_delegates.casts); }
+    CastServices casts() const { return cast_services_of(m_delegates.casts); }
 
  protected:
     CollectionHost() {

@@ -16,19 +16,19 @@ namespace zelmor {
 
 // The cast services of an interface. They take a tagged handle, since a class or a struct can implement it.
 struct InterfaceCasts {
-    int (*is_assignable)(const VariantArg*);
-    int (*type_of)(void**);
-    int (*cast_to)(const VariantArg*, void**);
-    int (*cast_as)(const VariantArg*, void**);
+    int (*btp_IsAssignable)(const VariantArg*);
+    int (*btp_TypeOf)(void**);
+    int (*btp_CastTo)(const VariantArg*, void**);
+    int (*btp_CastAs)(const VariantArg*, void**);
 };
 
 // The cast services of a class: only a class instance can be one.
 struct ClassCasts {
-    int (*is_assignable)(void*);
-    int (*type_of)(void**);
-    int (*cast_to)(const VariantArg*, void**);
-    int (*reinterpret_obj)(void*, void**);
-    int (*cast_as)(const VariantArg*, void**);
+    int (*btp_IsAssignable)(void*);
+    int (*btp_TypeOf)(void**);
+    int (*btp_CastTo)(const VariantArg*, void**);
+    int (*btp_ReInterpretObj)(void*, void**);
+    int (*btp_CastAs)(const VariantArg*, void**);
 };
 
 // Not called from this side.

@@ -14,19 +14,19 @@ namespace zelmor {
 
 // The casts of a typed array or list.
 struct TypedClassCasts {
-    int (*type_of)(void**);
-    int (*cast_to)(const VariantArg*, void**);
-    int (*reinterpret_obj)(void*, void**);
-    int (*cast_as)(void*, void**);
-    int (*is_assignable)(void*);
+    int (*btp_TypeOf)(void**);
+    int (*btp_CastTo)(const VariantArg*, void**);
+    int (*btp_ReInterpretObj)(void*, void**);
+    int (*btp_CastAs)(void*, void**);
+    int (*btp_IsAssignable)(void*);
 };
 
 // The casts of a typed interface.
 struct TypedInterfaceCasts {
-    int (*type_of)(void**);
-    int (*cast_to)(const VariantArg*, void**);
-    int (*cast_as)(const VariantArg*, void**);
-    int (*is_assignable)(const VariantArg*);
+    int (*btp_TypeOf)(void**);
+    int (*btp_CastTo)(const VariantArg*, void**);
+    int (*btp_CastAs)(const VariantArg*, void**);
+    int (*btp_IsAssignable)(const VariantArg*);
 };
 
 template <class Element>
@@ -168,7 +168,7 @@ class ShownIterableHost : public CollectionHost<Host, ShownIterableDelegates> {
 };
 
 struct ArgumentCasts {
-    int (*is_assignable)(void*);
+    int (*btp_IsAssignable)(void*);
 };
 
 struct ArgumentDelegates {

@@ -6,9 +6,6 @@
 #ifndef ZELMOR_PYSHELL_CASTS_H
 #define ZELMOR_PYSHELL_CASTS_H
 
-#include <cstddef>
-#include <type_traits>
-
 #include "exchange/wire/records.h"
 #include "pyshell/python.h"
 #include "pyshell/sibling_converters.h"
@@ -25,19 +22,30 @@ struct CastServices {
     int (*is_assignable)(const void* value);
 };
 
-template <class From, class Out>
-auto erased(int (*service)(From*, Out*)) {
-    return reinterpret_cast<int (*)(const void*, void*)>(service);
+// Takes over a service that names other types behind its pointers.
+template <class... To, class... From>
+void take_service(int (*&into)(To*...), int (*service)(From*...)) {
+    static_assert(sizeof...(To) == sizeof...(From));
+    into = reinterpret_cast<int (*)(To*...)>(service);
 }
 
-// The services as a host has them, each with its own types.
-template <class CastTo, class Reinterpret, class CastAs, class Value>
-CastServices cast_services(int (*type_of)(void**), CastTo cast_to, Reinterpret reinterpret_obj, CastAs cast_as,
-                           int (*is_assignable)(Value*)) {
-    CastServices services{type_of, erased(cast_to), nullptr, erased(cast_as),
-                          reinterpret_cast<int (*)(const void*)>(is_assignable)};
-    if constexpr (!std::is_null_pointer_v<Reinterpret>) {
-        services.reinterpret_obj = reinterpret_cast<int (*)(void*, void*)>(reinterpret_obj);
+// The services in a host's table, whose fields have the names of the entry points behind them. A static class has no
+// casts, and nothing can be viewed as an interface.
+template <class Table>
+CastServices cast_services_of(const Table& table) {
+    CastServices services{};
+    if constexpr (requires { table.btp_TypeOf; }) {
+        services.type_of = table.btp_TypeOf;
+    }
+    if constexpr (requires { table.btp_CastTo; }) {
+        take_service(services.cast_to, table.btp_CastTo);
+        take_service(services.cast_as, table.btp_CastAs);
+    }
+    if constexpr (requires { table.btp_ReInterpretObj; }) {
+        take_service(services.reinterpret_obj, table.btp_ReInterpretObj);
+    }
+    if constexpr (requires { table.btp_IsAssignable; }) {
+        take_service(services.is_assignable, table.btp_IsAssignable);
     }
     return services;
 }

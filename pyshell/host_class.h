@@ -12,25 +12,6 @@
 #include "exchange/type_host.h"
 #include "pyshell/casts.h"
 
-namespace zelmor {
-
-// The services of a host as the cast family takes them. A static class has no casts, and nothing can be viewed as an
-// interface.
-template <class Delegates>
-CastServices cast_services_of(const Delegates& delegates) {
-    if constexpr (!requires { delegates.btp_CastTo; }) {
-        return {.type_of = delegates.btp_TypeOf};
-    } else if constexpr (!requires { delegates.btp_ReInterpretObj; }) {
-        return cast_services(delegates.btp_TypeOf, delegates.btp_CastTo, nullptr, delegates.btp_CastAs,
-                             delegates.btp_IsAssignable);
-    } else {
-        return cast_services(delegates.btp_TypeOf, delegates.btp_CastTo, delegates.btp_ReInterpretObj,
-                             delegates.btp_CastAs, delegates.btp_IsAssignable);
-    }
-}
-
-}  // namespace zelmor
-
 #define ZELMOR_DELEGATE_FIELD(result, name, arguments) result(*name) arguments;
 #define ZELMOR_DELEGATE_NAME(result, name, arguments) #name,
 
