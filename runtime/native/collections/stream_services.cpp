@@ -53,11 +53,9 @@ void write(ServiceCall& call) {
 }
 
 void seek(ServiceCall& call) {
-    const auto origin = call.frame.argument<int32_t>(2);
-    if (origin < 0 || origin > 2) {
-        throw_argument("The seek origin " + std::to_string(origin) + " is none of 0, 1, 2.");
-    }
-    call.frame.set_result(stream_of(call)->seek(call.frame.argument<int64_t>(1), static_cast<SeekFrom>(origin)));
+    const auto origin = call.frame.argument<api::SeekOrigin>(2);
+    require_known(origin);
+    call.frame.set_result(stream_of(call)->seek(call.frame.argument<int64_t>(1), origin));
 }
 
 // With the flag set, the stream ends at its position.

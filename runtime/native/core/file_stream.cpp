@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/file_changes.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -15,6 +16,12 @@
 namespace zelmor::embed {
 
 namespace {
+
+using api::SeekOrigin;
+
+// The numbers of the enumeration are those of the system.
+static_assert(static_cast<int>(SeekOrigin::kBegin) == SEEK_SET && static_cast<int>(SeekOrigin::kCurrent) == SEEK_CUR &&
+              static_cast<int>(SeekOrigin::kEnd) == SEEK_END);
 
 class FileStream final : public ManagedStream {
  public:
@@ -54,9 +61,9 @@ class FileStream final : public ManagedStream {
         require_seeking();
         return checked(::lseek(open_descriptor(), 0, SEEK_CUR));
     }
-    int64_t seek(int64_t offset, SeekFrom from) override {
+    int64_t seek(int64_t offset, SeekOrigin origin) override {
         require_seeking();
-        return checked(::lseek(open_descriptor(), offset, static_cast<int>(from)));
+        return checked(::lseek(open_descriptor(), offset, static_cast<int>(origin)));
     }
     void set_length(int64_t length) override {
         if (length < 0) {
@@ -67,7 +74,7 @@ class FileStream final : public ManagedStream {
         announce_change(open_descriptor());
         checked(::ftruncate(open_descriptor(), length));
         if (position() > length) {
-            seek(length, SeekFrom::kBegin);
+            set_position(length);
         }
     }
     size_t read(std::span<std::byte> into) override {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <string>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/stream.h"
 #include "runtime/native/core/type_system.h"
@@ -9,6 +10,8 @@
 namespace zelmor::embed {
 
 namespace {
+
+using api::SeekOrigin;
 
 int64_t moved(int64_t base, int64_t offset) {
     int64_t target = 0;
@@ -38,9 +41,11 @@ class MemoryStream final : public ManagedStream {
         require_live();
         return m_position;
     }
-    int64_t seek(int64_t offset, SeekFrom from) override {
+    int64_t seek(int64_t offset, SeekOrigin origin) override {
         require_live();
-        const int64_t base = from == SeekFrom::kBegin ? 0 : from == SeekFrom::kCurrent ? m_position : length();
+        const int64_t base = origin == SeekOrigin::kBegin     ? 0
+                             : origin == SeekOrigin::kCurrent ? m_position
+                                                              : length();
         return m_position = moved(base, offset);
     }
     void set_length(int64_t length) override {

@@ -39,8 +39,8 @@ class PyFileStream final : public ManagedStream {
         return checked(length, "Finding out the length of the stream");
     }
     int64_t position() override { return checked(io().tell(m_file.get()), "tell() of the stream"); }
-    int64_t seek(int64_t offset, SeekFrom from) override {
-        return checked(io().seek(m_file.get(), offset, static_cast<int>(from)), "seek() of the stream");
+    int64_t seek(int64_t offset, api::SeekOrigin origin) override {
+        return checked(io().seek(m_file.get(), offset, static_cast<int>(origin)), "seek() of the stream");
     }
     // There is no callback for it. A file grows by being written to; making one shorter is up to its owner.
     void set_length(int64_t length) override {
@@ -57,10 +57,10 @@ class PyFileStream final : public ManagedStream {
         if (length > had) {
             // A file fills the gap before what is written behind its end with zeros, and refuses at once if it cannot.
             constexpr std::byte kZero{};
-            seek(length - 1, SeekFrom::kBegin);
+            set_position(length - 1);
             write(std::span(&kZero, 1));
         }
-        seek(kept, SeekFrom::kBegin);
+        set_position(kept);
     }
     size_t read(std::span<std::byte> into) override {
         if (into.empty()) {

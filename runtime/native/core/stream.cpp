@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "exchange/wire/tags.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/type_system.h"
@@ -35,6 +36,20 @@ std::vector<std::byte> ManagedStream::read_to_end() {
             return all;
         }
     }
+}
+
+void ManagedStream::set_position(int64_t position) {
+    seek(position, api::SeekOrigin::kBegin);
+}
+
+void require_known(api::SeekOrigin origin) {
+    switch (origin) {
+        case api::SeekOrigin::kBegin:
+        case api::SeekOrigin::kCurrent:
+        case api::SeekOrigin::kEnd:
+            return;
+    }
+    throw_argument("The seek origin " + std::to_string(static_cast<int32_t>(origin)) + " is none of 0, 1, 2.");
 }
 
 int ManagedStream::read_byte() {

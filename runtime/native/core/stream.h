@@ -16,7 +16,9 @@
 
 namespace zelmor::embed {
 
-enum class SeekFrom : int { kBegin = 0, kCurrent = 1, kEnd = 2 };
+namespace api {
+enum class SeekOrigin : int32_t;  // its values are in generated/runtime/Zelmor.Imaging.h
+}
 
 class ManagedStream : public ManagedObject {
  public:
@@ -28,7 +30,8 @@ class ManagedStream : public ManagedObject {
     virtual bool can_seek() const = 0;
     virtual int64_t length() = 0;
     virtual int64_t position() = 0;
-    virtual int64_t seek(int64_t offset, SeekFrom from) = 0;  // the new position
+    virtual int64_t seek(int64_t offset, api::SeekOrigin origin) = 0;  // the new position
+    void set_position(int64_t position);
     virtual void set_length(int64_t length) = 0;
     virtual size_t read(std::span<std::byte> into) = 0;  // bytes read, 0 at the end
     virtual void write(std::span<const std::byte> from) = 0;
@@ -45,6 +48,9 @@ class ManagedStream : public ManagedObject {
     std::vector<std::byte> read_to_end();          // from the position on
     void read_exactly(std::span<std::byte> into);  // EndOfStreamException when there is less
 };
+
+// ArgumentException for a number that the enumeration does not have.
+void require_known(api::SeekOrigin origin);
 
 // The type that all streams derive from.
 const TypeInfo& stream_type();

@@ -138,9 +138,9 @@ std::optional<std::u16string> read_string(const PyStringArg& arg) {
     }
     const auto length = static_cast<size_t>(arg.length);
     switch (arg.char_size) {
-        case 1:
+        case sizeof(uint8_t):
             return widen<uint8_t>(arg.data, length);
-        case 2:
+        case sizeof(char16_t):
             return widen<char16_t>(arg.data, length);
         default:
             return widen<char32_t>(arg.data, length);

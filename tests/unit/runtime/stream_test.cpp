@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "fake_python.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -60,15 +61,15 @@ std::string exception_of(Action action) {
 TEST_F(StreamTest, AMemoryStreamReadsWritesAndSeeks) {
     const auto stream = make_memory_stream(bytes("hello"));
     EXPECT_EQ(stream->length(), 5);
-    stream->seek(-2, SeekFrom::kEnd);
+    stream->seek(-2, api::SeekOrigin::kEnd);
     EXPECT_EQ(stream->read_to_end(), bytes("lo"));
-    stream->seek(8, SeekFrom::kBegin);
+    stream->set_position(8);
     EXPECT_TRUE(stream->read_to_end().empty());
     stream->write(bytes("!"));
     EXPECT_EQ(stream->length(), 9);
-    EXPECT_EQ(exception_of([&] { stream->seek(-1, SeekFrom::kBegin); }), "IOException");
+    EXPECT_EQ(exception_of([&] { stream->set_position(-1); }), "IOException");
     stream->set_length(2);
-    stream->seek(0, SeekFrom::kBegin);
+    stream->set_position(0);
     EXPECT_EQ(stream->read_to_end(), bytes("he"));
     std::byte one[1];
     EXPECT_EQ(exception_of([&] { stream->read_exactly(one); }), "EndOfStreamException");
@@ -103,7 +104,7 @@ TEST_F(StreamTest, APipeHasNoLengthAndNoPosition) {
     EXPECT_FALSE(stream->can_seek());
     EXPECT_EQ(exception_of([&] { stream->length(); }), "NotSupportedException");
     EXPECT_EQ(exception_of([&] { stream->position(); }), "NotSupportedException");
-    EXPECT_EQ(exception_of([&] { stream->seek(0, SeekFrom::kBegin); }), "NotSupportedException");
+    EXPECT_EQ(exception_of([&] { stream->set_position(0); }), "NotSupportedException");
     EXPECT_EQ(exception_of([&] { stream->set_length(0); }), "NotSupportedException");
     stream->write(bytes("abc"));
     std::byte data[8];
@@ -136,7 +137,7 @@ TEST_F(StreamTest, APythonFileIsReadThroughItsCallbacks) {
         const auto stream = read_stream(&arg);
         EXPECT_EQ(file->count, 2) << "held while the stream lives";
         EXPECT_EQ(stream->length(), 10);
-        stream->seek(4, SeekFrom::kBegin);
+        stream->set_position(4);
         EXPECT_EQ(stream->read_to_end(), bytes("456789"));
         stream->write(bytes("ab"));
         EXPECT_EQ(stream->length(), 12);

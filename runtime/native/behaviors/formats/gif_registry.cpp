@@ -55,7 +55,7 @@ std::optional<uint8_t> label_at(ManagedStream& stream) {
     const int64_t position = stream.position();
     const int introducer = stream.read_byte();
     const int label = introducer == kGifExtensionIntroducer ? stream.read_byte() : -1;
-    stream.seek(position, SeekFrom::kBegin);
+    stream.set_position(position);
     return label < 0 ? std::nullopt : std::optional(static_cast<uint8_t>(label));
 }
 

@@ -3,6 +3,7 @@
 
 #include "generated/runtime/System.IO.h"
 #include "generated/runtime/Zelmor.Imaging.Extensions.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/stream.h"
@@ -48,7 +49,7 @@ Ref<ManagedStream> file_stream(const std::optional<std::u16string>& text, FileMo
         }
         case FileMode::kAppend: {
             auto stream = open_file_stream(path, file_exists(path) ? FileUse::kReadWrite : FileUse::kCreate);
-            stream->seek(0, SeekFrom::kEnd);
+            stream->seek(0, api::SeekOrigin::kEnd);
             return stream;
         }
     }

@@ -32,11 +32,11 @@ imagework::ProfileBytes profile_property(const ManagedObject& object, std::strin
     const Ref<ManagedStream> stream(&cast_object<ManagedStream>(*held));
     const int64_t before = stream->can_seek() ? stream->position() : 0;
     if (stream->can_seek()) {
-        stream->seek(0, SeekFrom::kBegin);
+        stream->set_position(0);
     }
     const std::vector<std::byte> bytes = stream->read_to_end();
     if (stream->can_seek()) {
-        stream->seek(before, SeekFrom::kBegin);
+        stream->set_position(before);
     }
     if (bytes.empty()) {
         throw_argument("The stream of the color profile is empty. (Parameter '" + std::string(name) + "')");

@@ -39,7 +39,7 @@ void PictureSource::go_to(uint64_t offset) {
     if (offset == m_next) {
         return;
     }
-    m_stream->seek(m_begin + static_cast<int64_t>(offset), SeekFrom::kBegin);
+    m_stream->set_position(m_begin + static_cast<int64_t>(offset));
     m_next = offset;
 }
 
@@ -47,7 +47,7 @@ void PictureSource::go_back() {
     if (!m_seeks) {
         return;
     }
-    m_stream->seek(m_begin, SeekFrom::kBegin);
+    m_stream->set_position(m_begin);
     m_next = 0;
 }
 

@@ -37,14 +37,14 @@ auto from_beginning(ManagedStream& stream, Work work) {
         return work();
     }
     const int64_t kept = stream.position();
-    stream.seek(0, SeekFrom::kBegin);
+    stream.set_position(0);
     try {
         auto result = work();
-        stream.seek(kept, SeekFrom::kBegin);
+        stream.set_position(kept);
         return result;
     } catch (const ManagedException& failure) {
         try {
-            stream.seek(kept, SeekFrom::kBegin);
+            stream.set_position(kept);
         } catch (const ManagedException&) {
             throw failure;  // the cause, which says more than the failure to restore the position
         }
@@ -114,7 +114,7 @@ void save_file_part(Container& self, const Path& file_path, int32_t buffer_size,
     require_writable_target(path);
     const auto memory = make_memory_stream();
     save_all(self, *memory, buffer_size, length);
-    memory->seek(0, SeekFrom::kBegin);
+    memory->set_position(0);
     const Bytes content = memory->read_to_end();
     write_file(path, {reinterpret_cast<const uint8_t*>(content.data()), content.size()});
 }
@@ -193,7 +193,7 @@ Bytes range_to_bytes(Container& self, int64_t first, int64_t count) {
                                               " bytes leaves a stream of " + std::to_string(length) + ".");
     }
     return from_beginning(*stream, [&] {
-        stream->seek(first, SeekFrom::kBegin);
+        stream->set_position(first);
         Bytes bytes(static_cast<size_t>(count));
         stream->read_exactly(bytes);
         return bytes;
@@ -203,23 +203,12 @@ Bytes range_to_bytes(Container& self, int64_t first, int64_t count) {
 void flush(Container& self) {
     self.stream()->flush();
 }
-SeekFrom seek_from(SeekOrigin origin) {
-    switch (origin) {
-        case SeekOrigin::kBegin:
-            return SeekFrom::kBegin;
-        case SeekOrigin::kCurrent:
-            return SeekFrom::kCurrent;
-        case SeekOrigin::kEnd:
-            return SeekFrom::kEnd;
-    }
-    throw_argument("The seek origin " + std::to_string(static_cast<int>(origin)) + " is none of 0, 1, 2.");
-}
 int64_t seek(Container& self, int64_t offset, SeekOrigin origin) {
-    const SeekFrom from = seek_from(origin);
-    return self.stream()->seek(offset, from);
+    require_known(origin);
+    return self.stream()->seek(offset, origin);
 }
 void seek_begin(Container& self) {
-    self.stream()->seek(0, SeekFrom::kBegin);
+    self.stream()->set_position(0);
 }
 
 // The object that callers lock: the container itself.
@@ -230,7 +219,7 @@ int64_t get_position(Container& self) {
     return self.stream()->position();
 }
 void set_position(Container& self, int64_t position) {
-    self.stream()->seek(position, SeekFrom::kBegin);
+    self.stream()->set_position(position);
 }
 Ref<ManagedStream> get_stream(Container& self) {
     return self.stream();

@@ -5,6 +5,7 @@
 #include <cassert>
 #include <numeric>
 
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/references.h"
 #include "runtime/native/core/type_system.h"
@@ -12,6 +13,8 @@
 namespace zelmor::embed {
 
 namespace {
+
+using api::SeekOrigin;
 
 constexpr int64_t kZeros = 64 * 1024;
 
@@ -107,9 +110,9 @@ JoinedStream::Place JoinedStream::find(int64_t position) const {
     return {index, position};
 }
 
-int64_t JoinedStream::seek(int64_t offset, SeekFrom from) {
+int64_t JoinedStream::seek(int64_t offset, SeekOrigin origin) {
     require_live();
-    const int64_t base = from == SeekFrom::kBegin ? 0 : from == SeekFrom::kCurrent ? m_position : total();
+    const int64_t base = origin == SeekOrigin::kBegin ? 0 : origin == SeekOrigin::kCurrent ? m_position : total();
     int64_t target = 0;
     if (__builtin_add_overflow(base, offset, &target) || target < 0) {
         throw ManagedException("IOException", "The position cannot be moved before the beginning of the stream.");
@@ -133,12 +136,12 @@ void JoinedStream::append_zeros(int64_t count) {
     }
     const std::vector<std::byte> zeros(static_cast<size_t>(std::min(count, kZeros)));
     const int64_t covered = std::min(new_end, std::max(end, piece.stream->length()));
-    piece.stream->seek(end, SeekFrom::kBegin);
+    piece.stream->set_position(end);
     for (int64_t at = end; at < covered; at += kZeros) {
         piece.stream->write(std::span(zeros).first(static_cast<size_t>(std::min(kZeros, covered - at))));
     }
     if (covered < new_end) {
-        piece.stream->seek(new_end - 1, SeekFrom::kBegin);
+        piece.stream->set_position(new_end - 1);
         piece.stream->write(std::span(zeros).first(1));
     }
     require_unchanged(since);
@@ -172,7 +175,7 @@ size_t JoinedStream::read(std::span<std::byte> into) {
     const uint64_t since = m_changes;
     const auto [index, offset] = find(begin);
     const Piece piece = m_pieces[index];
-    piece.stream->seek(piece.start + offset, SeekFrom::kBegin);
+    piece.stream->set_position(piece.start + offset);
     const auto most = std::min(into.size(), static_cast<size_t>(piece.length - offset));
     const size_t count = piece.stream->read(into.first(most));
     require_unchanged(since);
@@ -196,7 +199,7 @@ void JoinedStream::write(std::span<const std::byte> from) {
         const bool last = index + 1 == m_pieces.size();
         const size_t room = last ? from.size() : static_cast<size_t>(piece.length - offset);
         const auto part = from.first(std::min(from.size(), room));
-        piece.stream->seek(piece.start + offset, SeekFrom::kBegin);
+        piece.stream->set_position(piece.start + offset);
         piece.stream->write(part);
         require_unchanged(since);
         from = from.subspan(part.size());

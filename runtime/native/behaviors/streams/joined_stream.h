@@ -28,7 +28,7 @@ class JoinedStream final : public ManagedStream {
     bool can_seek() const override;
     int64_t length() override;
     int64_t position() override;
-    int64_t seek(int64_t offset, SeekFrom from) override;
+    int64_t seek(int64_t offset, api::SeekOrigin origin) override;
     // A longer stream is filled up with zeros at the end of the last piece. For a shorter one the pieces are cut, but
     // not their streams.
     void set_length(int64_t length) override;

@@ -42,7 +42,7 @@ size_t form_index(TiffStreamKind kind) {
 class KeptPosition {
  public:
     explicit KeptPosition(ManagedStream& stream) : m_stream(stream), m_position(stream.position()) {}
-    void restore() { m_stream.seek(m_position, SeekFrom::kBegin); }
+    void restore() { m_stream.set_position(m_position); }
 
  private:
     ManagedStream& m_stream;
@@ -120,7 +120,7 @@ void TiffReaderObject::read(int64_t position, std::span<std::byte> into) {
     }
     const Ref<ManagedStream> stream = m_container->stream();
     KeptPosition kept(*stream);
-    stream->seek(from, SeekFrom::kBegin);
+    stream->set_position(from);
     stream->read_exactly(part);
     kept.restore();
 }

@@ -115,7 +115,7 @@ void set_position(TiffWriterObject& self, int64_t value) {
     if (value < 0) {
         throw_out_of_range("value", "A position is not negative.");
     }
-    self.container().stream()->seek(value, SeekFrom::kBegin);
+    self.container().stream()->set_position(value);
 }
 // The object to lock while several threads write: the container, which all writers of a stream share.
 Value sync_root(TiffWriterObject& self) {
