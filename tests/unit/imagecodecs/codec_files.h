@@ -2,15 +2,14 @@
 #ifndef ZELMOR_TESTS_UNIT_IMAGECODECS_CODEC_FILES_H
 #define ZELMOR_TESTS_UNIT_IMAGECODECS_CODEC_FILES_H
 
-#include <gtest/gtest.h>
-
-#include <functional>
+#include <algorithm>
 #include <random>
+#include <span>
 #include <vector>
 
-#include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/rows.h"
+#include "tests/unit/imagework/failure_of.h"
 
 namespace zelmor::imagework {
 
@@ -55,15 +54,14 @@ inline std::vector<uint8_t> all_rows(RowReader& reader, int32_t step = 1) {
     return rows;
 }
 
-inline Failure failure_of(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const PictureError& error) {
-        EXPECT_NE(std::string(error.what()), "");
-        return error.kind();
+// All rows of a picture, so many at a time, and the end.
+inline void write_all(RowWriter& writer, const RowsHeader& header, std::span<const uint8_t> rows, int32_t step) {
+    for (int32_t y = 0; y < header.height; y += step) {
+        const int32_t count = std::min(step, header.height - y);
+        writer.write(count, rows.subspan(row_size(header) * static_cast<size_t>(y),
+                                         row_size(header) * static_cast<size_t>(count)));
     }
-    ADD_FAILURE() << "nothing was thrown";
-    return Failure::kInternal;
+    writer.finish();
 }
 
 }  // namespace zelmor::imagework

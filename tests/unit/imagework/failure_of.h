@@ -14,6 +14,7 @@ PictureError failure_of(Step&& step) {
     try {
         step();
     } catch (const PictureError& error) {
+        EXPECT_STRNE(error.what(), "");
         return error;
     }
     ADD_FAILURE() << "no PictureError was thrown";
