@@ -44,24 +44,6 @@ Wire result_wire(const ElementType& element) {
     return element.wire == Wire::kCollection ? Wire::kClass : element.wire;
 }
 
-size_t width_of(Wire wire) {
-    switch (scalar_code(wire)) {
-        case 'b':
-        case 'c':
-        case 'C':
-            return 1;
-        case 's':
-        case 'S':
-            return 2;
-        case 'i':
-        case 'I':
-        case 'f':
-            return 4;
-        default:
-            return 8;
-    }
-}
-
 }  // namespace
 
 char element_argument_code(const ElementType& element) {
@@ -133,7 +115,7 @@ void store_element(const Value& value, const ElementType& element, void* out) {
     const char signature[] = {element_result_code(element), '\0'};
     CallFrame returned(signature, &word, nullptr);
     write_wire(returned, value, result_wire(element), element.type());
-    std::memcpy(out, &word, width_of(element.wire));
+    std::memcpy(out, &word, width_of_code(scalar_code(element.wire)));
 }
 
 void return_element(CallFrame& frame, const Value& value, const ElementType& element) {

@@ -64,24 +64,6 @@ size_t record_size(char code) {
     }
 }
 
-size_t argument_width(char code) {
-    switch (code) {
-        case 'b':
-        case 'c':
-        case 'C':
-            return 1;
-        case 's':
-        case 'S':
-            return 2;
-        case 'i':
-        case 'I':
-        case 'f':
-            return 4;
-        default:
-            return 8;
-    }
-}
-
 // An out slot can be narrower than the word that the journal shows; the bytes after it belong to the same frame.
 __attribute__((no_sanitize("address"))) std::string bytes_at(const void* data, size_t size) {
     std::string copy(size, '\0');
@@ -128,7 +110,7 @@ std::vector<Snapshot> snapshots(const HandedOut& called, const std::vector<uint6
 std::vector<uint64_t> argument_words(const HandedOut& called, CallFrame& frame) {
     std::vector<uint64_t> words(frame.count());
     for (size_t i = 0; i < words.size(); ++i) {
-        std::memcpy(&words[i], frame.arguments()[i], argument_width(called.signature[i + 1]));
+        std::memcpy(&words[i], frame.arguments()[i], width_of_code(called.signature[i + 1]));
     }
     return words;
 }

@@ -22,7 +22,7 @@ const ExceptionTranslator*& translators() {
 // Texts of an exception are built by the builder that never leaves an error of its own behind. A null result means
 // that it could not be built; the callback has words for that.
 PyObject* unraisable_string(const Callbacks& to, const char* text) noexcept {
-    if (!to.py_unraisable_string) {
+    if (to.py_unraisable_string == nullptr) {
         return nullptr;
     }
     try {
@@ -36,7 +36,7 @@ PyObject* unraisable_string(const Callbacks& to, const char* text) noexcept {
 void report(const char* name, const char* detail) noexcept {
     const Callbacks& to = callbacks();
     // Before the hand-over there is nobody to tell; the zero result is all that the caller gets.
-    if (to.exception) {
+    if (to.exception != nullptr) {
         to.exception(unraisable_string(to, name), unraisable_string(to, detail));
     }
 }

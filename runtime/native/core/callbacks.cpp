@@ -25,7 +25,7 @@ constexpr std::array<const char*, kAssemblyCount> kAssemblyNames = {
 std::array<Callbacks, kAssemblyCount> all_callbacks;
 
 PyObject* checked(PyObject* object) {
-    if (!object) {
+    if (object == nullptr) {
         throw PythonErrorPending();
     }
     return object;
@@ -69,11 +69,11 @@ Callbacks& callbacks_of(Assembly assembly) {
 
 const Callbacks& callbacks() {
     const Callbacks* current = thread_state.callbacks;
-    if (current && current->exception) {
+    if (current != nullptr && current->exception != nullptr) {
         return *current;
     }
     for (const Callbacks& candidate : all_callbacks) {
-        if (candidate.exception) {
+        if (candidate.exception != nullptr) {
             return candidate;
         }
     }
@@ -97,7 +97,7 @@ AssemblyScope::~AssemblyScope() {
     if (Collector::is_due() && m_saved == nullptr) [[unlikely]] {
         Collector::run();
     }
-    if (m_state->first_reference) [[unlikely]] {
+    if (m_state->first_reference != nullptr) [[unlikely]] {
         release_waiting_references(*m_state);
     }
     m_state->callbacks = m_saved;
@@ -120,10 +120,10 @@ void give_back(PyObject* object) noexcept {
         return dec_ref(object);
     }
     auto* waiting = new (std::nothrow) WaitingReference{object, dec_ref, nullptr};
-    if (!waiting) {
+    if (waiting == nullptr) {
         return dec_ref(object);
     }
-    (state.last_reference ? state.last_reference->next : state.first_reference) = waiting;
+    (state.last_reference != nullptr ? state.last_reference->next : state.first_reference) = waiting;
     state.last_reference = waiting;
 }
 
@@ -138,7 +138,7 @@ void release_waiting_references(ThreadState& state) noexcept {
     state.releasing = true;
     while (WaitingReference* first = state.first_reference) {
         state.first_reference = first->next;
-        if (!first->next) {
+        if (first->next == nullptr) {
             state.last_reference = nullptr;
         }
         const WaitingReference taken = *first;
@@ -162,13 +162,13 @@ PyHeld PyHeld::steal(PyObject* object) {
 PyHeld::PyHeld(const PyHeld& other) : m_object(other.new_reference()) {}
 
 PyHeld::~PyHeld() {
-    if (m_object) {
+    if (m_object != nullptr) {
         give_back(m_object);
     }
 }
 
 PyObject* PyHeld::new_reference() const {
-    if (m_object) {
+    if (m_object != nullptr) {
         object_api().inc_ref(m_object);
     }
     return m_object;
@@ -180,7 +180,7 @@ PyObject* py_none() {
 
 PyObject* py_string(std::u16string_view text) {
     const auto build = handed_over(callbacks().py_string, "string builder");
-    return checked(build(text.data() ? text.data() : u"", checked_length(text.size(), "A string")));
+    return checked(build(text.data() != nullptr ? text.data() : u"", checked_length(text.size(), "A string")));
 }
 
 PyObject* py_string_utf8(std::string_view text) {
@@ -190,7 +190,7 @@ PyObject* py_string_utf8(std::string_view text) {
 PyObject* py_bytes(std::span<const std::byte> data) {
     const auto build = handed_over(callbacks().py_bytes, "bytes builder");
     const auto* chars = reinterpret_cast<const char*>(data.data());
-    return checked(build(chars ? chars : "", checked_length(data.size(), "An array")));
+    return checked(build(chars != nullptr ? chars : "", checked_length(data.size(), "An array")));
 }
 
 PyObject* py_bool(bool value) {
@@ -216,7 +216,7 @@ std::optional<std::string> take_python_error() {
     void* owner = nullptr;
     PyStringArg text{-1, 0, nullptr};
     const auto collect = callbacks().catch_and_clear_error;
-    if (!collect || collect(&owner, &text) != 0) {
+    if (collect == nullptr || collect(&owner, &text) != 0) {
         return std::nullopt;
     }
     const PyHeld held = PyHeld::steal(static_cast<PyObject*>(owner));

@@ -22,8 +22,8 @@ ConversionRegistration::ConversionRegistration(const char* from, const char* to,
 }
 
 ConversionRegistration::Convert find_conversion(const TypeInfo& from, const TypeInfo& to) {
-    for (const TypeInfo* type = &from; type; type = base_of(*type)) {
-        for (const auto* entry = chain(); entry; entry = entry->next) {
+    for (const TypeInfo* type = &from; type != nullptr; type = base_of(*type)) {
+        for (const auto* entry = chain(); entry != nullptr; entry = entry->next) {
             if (std::string_view(entry->from) == type->full_name && std::string_view(entry->to) == to.full_name) {
                 return entry->convert;
             }

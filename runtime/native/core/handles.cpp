@@ -63,7 +63,7 @@ Slot& live_slot(Handle handle) {
         throw_stale(handle);
     }
     Slot& slot = t.slots[index];
-    if (slot.generation != word >> 32 || !slot.object) {
+    if (slot.generation != word >> 32 || slot.object == nullptr) {
         throw_stale(handle);
     }
     return slot;
@@ -89,18 +89,18 @@ Handle make_handle(Ref<ManagedObject> object) {
 }
 
 ManagedObject* object_of(Handle handle) {
-    return handle ? live_slot(handle).object : nullptr;
+    return handle != nullptr ? live_slot(handle).object : nullptr;
 }
 
 ManagedObject& require_object(Handle handle) {
-    if (!handle) {
+    if (handle == nullptr) {
         throw_null_reference("Object reference not set to an instance of an object.");
     }
     return *live_slot(handle).object;
 }
 
 void free_handle(Handle handle) {
-    if (!handle) {
+    if (handle == nullptr) {
         return;
     }
     Slot& slot = live_slot(handle);
@@ -122,7 +122,7 @@ int64_t live_handles(HandleKind kind) {
 
 void for_each_live_handle(void (*visit)(const ManagedObject&, void*), void* context) {
     for (const Slot& slot : table().slots) {
-        if (slot.object) {
+        if (slot.object != nullptr) {
             visit(*slot.object, context);
         }
     }

@@ -87,7 +87,7 @@ Value read_python_uuid(PyObject* object) {
 }
 
 PyObject* written(PyObject* object) {
-    if (!object) {
+    if (object == nullptr) {
         throw PythonErrorPending();
     }
     return object;
@@ -236,7 +236,7 @@ PyObject* py_object(Ref<ManagedObject> object) {
     }
     // A class of another module is known to that one.
     const auto home = find_assembly(object->type().assembly);
-    if (home && callbacks_of(*home).tables && &callbacks_of(*home) != &callbacks()) {
+    if (home && callbacks_of(*home).tables != nullptr && &callbacks_of(*home) != &callbacks()) {
         const AssemblyScope scope(*home);
         if (PyObject* wrapper = wrapped(object)) {
             return wrapper;
@@ -295,7 +295,7 @@ void write_collection(const Value& value, PyCollectionArg* out) {
         return;
     }
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    if (!object) {
+    if (object == nullptr) {
         throw_invalid_value_cast(value, "System.Collections.IEnumerable");
     }
     if (PyObject* python = python_object_of(**object)) {

@@ -16,7 +16,7 @@ void ManagedObject::end() const noexcept {
     ThreadState& state = thread_state;
     if (state.ending) {
         m_next_ended = nullptr;
-        (state.last_ended ? state.last_ended->m_next_ended : state.first_ended) = this;
+        (state.last_ended != nullptr ? state.last_ended->m_next_ended : state.first_ended) = this;
         state.last_ended = this;
         return;
     }
@@ -24,7 +24,7 @@ void ManagedObject::end() const noexcept {
     delete this;
     while (const ManagedObject* object = state.first_ended) {
         state.first_ended = object->m_next_ended;
-        if (!state.first_ended) {
+        if (state.first_ended == nullptr) {
             state.last_ended = nullptr;
         }
         object->m_life = {};
@@ -32,7 +32,7 @@ void ManagedObject::end() const noexcept {
     }
     state.ending = false;
     // Within an entry point the references to Python objects wait for its end.
-    if (!state.callbacks && state.first_reference) {
+    if (state.callbacks == nullptr && state.first_reference != nullptr) {
         release_waiting_references(state);
     }
 }

@@ -65,7 +65,7 @@ using TypeDefaults = std::unordered_map<std::string_view, std::vector<const Defa
 const TypeDefaults& defaults_by_type() {
     static const TypeDefaults& all = *new TypeDefaults([] {
         TypeDefaults defaults;
-        for (const DefaultTable* table = DefaultTable::first(); table; table = table->next()) {
+        for (const DefaultTable* table = DefaultTable::first(); table != nullptr; table = table->next()) {
             for (const DefaultValue& entry : table->values()) {
                 defaults[entry.type].push_back(&entry);
             }
@@ -141,12 +141,12 @@ FactoryRegistration::Factory factory_of(const TypeInfo& type) {
         return found->second;
     }
     FactoryRegistration::Factory make = nullptr;
-    for (const auto* entry = factory_chain(); entry && !make; entry = entry->next) {
+    for (const auto* entry = factory_chain(); entry != nullptr && make == nullptr; entry = entry->next) {
         if (std::string_view(entry->full_name) == type.full_name) {
             make = entry->make;
         }
     }
-    if (!make && type.base != kNoType) {
+    if (make == nullptr && type.base != kNoType) {
         make = factory_of(*type_at(type.base));
     }
     known.emplace(&type, make);
@@ -253,8 +253,8 @@ int slot_of(const TypeInfo& declaring, int property_index) {
 }
 
 Value zero_value(Wire wire, const TypeInfo* type) {
-    if (type && type->kind == TypeKind::kEnum) {
-        if (type->flags || type->members.empty() || find_enum_member(*type, 0)) {
+    if (type != nullptr && type->kind == TypeKind::kEnum) {
+        if (type->flags || type->members.empty() || find_enum_member(*type, 0) != nullptr) {
             return int64_t{0};
         }
         return type->members.front().value;
@@ -276,7 +276,7 @@ Value zero_value(Wire wire, const TypeInfo* type) {
         case Wire::kGuid:
             return GuidValue{};
         case Wire::kStruct:
-            if (type) {
+            if (type != nullptr) {
                 return make_instance(*type);
             }
             return Ref<ManagedObject>();
@@ -421,7 +421,7 @@ int64_t property_int(const ManagedObject& object, std::string_view name) {
         return static_cast<int64_t>(*x);
     }
     if (const auto* x = std::get_if<bool>(&value)) {
-        return *x;
+        return *x ? 1 : 0;
     }
     if (const auto* x = std::get_if<double>(&value)) {
         return static_cast<int64_t>(*x);
@@ -467,7 +467,7 @@ Ref<ManagedObject> property_object(const ManagedObject& object, std::string_view
 }
 
 bool has_property(const ManagedObject& object, std::string_view name) {
-    return dynamic_cast<const Record*>(&object) && layout_of(object.type()).find(name) >= 0;
+    return dynamic_cast<const Record*>(&object) != nullptr && layout_of(object.type()).find(name) >= 0;
 }
 
 const Value& static_property(const TypeInfo& type, std::string_view name) {

@@ -69,7 +69,7 @@ bool implements(const TypeInfo& interface, const TypeInfo& type) {
 // A type that the catalogue may or may not have.
 const TypeInfo& well_known(const char* full_name, TypeKind kind) {
     const TypeInfo* found = find_type(full_name);
-    return found ? *found : intern_type(full_name, kind);
+    return found != nullptr ? *found : intern_type(full_name, kind);
 }
 
 }  // namespace
@@ -82,7 +82,7 @@ const TypeInfo* find_type(std::string_view full_name) {
 
 const TypeInfo& require_type(std::string_view full_name) {
     const TypeInfo* type = find_type(full_name);
-    if (!type) {
+    if (type == nullptr) {
         throw ManagedException("TypeLoadException",
                                "Could not load type '" + std::string(full_name) + "': the catalogue does not have it.");
     }
@@ -167,7 +167,7 @@ const TypeInfo* base_of(const TypeInfo& type) {
         return &enum_type();
     }
     if (!in_tables(type)) {
-        if (const InternedType* own = interned(type); own && own->base) {
+        if (const InternedType* own = interned(type); own != nullptr && own->base != nullptr) {
             return own->base;
         }
     }
@@ -179,7 +179,7 @@ int64_t type_id(const TypeInfo& type) {
         return &type - types().data() + 1;
     }
     const InternedType* own = interned(type);
-    return own ? own->id : 0;
+    return own != nullptr ? own->id : 0;
 }
 
 bool is_assignable(const TypeInfo& to, const TypeInfo& from) {
@@ -188,7 +188,7 @@ bool is_assignable(const TypeInfo& to, const TypeInfo& from) {
     }
     const bool to_interface = to.kind == TypeKind::kInterface;
     const bool to_disposable = &to == &disposable_type();
-    for (const TypeInfo* type = &from; type; type = base_of(*type)) {
+    for (const TypeInfo* type = &from; type != nullptr; type = base_of(*type)) {
         if (type == &to || (to_disposable && type->disposable) || (to_interface && implements(to, *type))) {
             return true;
         }
@@ -211,7 +211,7 @@ std::u16string TypeObject::to_text() const {
 
 bool TypeObject::equals(const ManagedObject& other) const {
     const auto* type = dynamic_cast<const TypeObject*>(&other);
-    return type && type->m_described == m_described;
+    return type != nullptr && type->m_described == m_described;
 }
 
 int32_t TypeObject::hash_code() const {

@@ -100,6 +100,10 @@ void* make(std::unique_ptr<Closure> closure, void (*run)(ffi_cif*, void*, void**
 
 }  // namespace
 
+size_t width_of_code(char code) {
+    return type_of_code(code)->size;
+}
+
 uint64_t CallFrame::result_word() const {
     switch (m_signature[0]) {
         case 'v':

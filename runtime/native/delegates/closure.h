@@ -16,6 +16,9 @@
 
 namespace zelmor::embed {
 
+// The bytes that an argument of the code takes.
+size_t width_of_code(char code);
+
 // Arguments and result of a running call.
 class CallFrame {
  public:

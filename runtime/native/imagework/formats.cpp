@@ -14,9 +14,9 @@ FormatEncoding::FormatEncoding() noexcept = default;
 FormatEncoding::FormatEncoding(BmpEncoding settings) : AnyEncoding(settings) {}
 FormatEncoding::FormatEncoding(GifEncoding settings) : AnyEncoding(settings) {}
 FormatEncoding::FormatEncoding(JpegEncoding settings) : AnyEncoding(std::move(settings)) {}
-FormatEncoding::FormatEncoding(PngEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(PngEncoding settings) : AnyEncoding(settings) {}
 FormatEncoding::FormatEncoding(TiffEncoding settings) : AnyEncoding(std::move(settings)) {}
-FormatEncoding::FormatEncoding(WebpEncoding settings) : AnyEncoding(std::move(settings)) {}
+FormatEncoding::FormatEncoding(WebpEncoding settings) : AnyEncoding(settings) {}
 FormatEncoding::FormatEncoding(const FormatEncoding& other) = default;
 FormatEncoding::FormatEncoding(FormatEncoding&& other) noexcept = default;
 FormatEncoding& FormatEncoding::operator=(const FormatEncoding& other) = default;

@@ -15,7 +15,7 @@ constexpr const char* kLibrary = "libzelmor.embed.imagework.so";
 // The directory of the shared object that this function is part of.
 std::string own_directory() {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || !info.dli_fname) {
+    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || info.dli_fname == nullptr) {
         return ".";
     }
     std::string path = info.dli_fname;
@@ -26,7 +26,7 @@ std::string own_directory() {
 [[noreturn]] void throw_unloadable(const std::string& path) {
     const char* reason = dlerror();
     throw ManagedException("DllNotFoundException", "The image library '" + path + "' cannot be loaded: " +
-                                                       (reason ? reason : "no reason was given") + ".");
+                                                       (reason != nullptr ? reason : "no reason was given") + ".");
 }
 
 imagework::Backend* load() {

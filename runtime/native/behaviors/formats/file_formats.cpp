@@ -11,7 +11,7 @@ namespace {
 // One of the formats and not several, none or something else.
 bool is_single_format_defined(uint64_t file_format) {
     static const TypeInfo& formats = require_type("Zelmor.Imaging.FileFormat");
-    return std::has_single_bit(file_format) && find_enum_member(formats, static_cast<int64_t>(file_format));
+    return std::has_single_bit(file_format) && find_enum_member(formats, static_cast<int64_t>(file_format)) != nullptr;
 }
 
 using FileFormatExtensionsApi = api::Extensions::FileFormatExtensions;

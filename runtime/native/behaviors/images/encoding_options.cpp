@@ -1,6 +1,7 @@
 // The settings that an image is saved with, from save options or from the image alone; see encoding_options.h.
 #include "runtime/native/behaviors/images/encoding_options.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "runtime/native/behaviors/images/color_profiles.h"

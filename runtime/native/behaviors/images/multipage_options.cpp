@@ -119,7 +119,7 @@ struct Made {
     }
     static Value titles(const VariantArg* page_titles) {
         static const ElementType& element = element_of(Wire::kString);
-        if (page_titles->value == 0) {
+        if (page_titles->value == nullptr) {
             throw_argument_null("page_titles");
         }
         return Ref<ManagedObject>(read_list(page_titles, element));

@@ -242,7 +242,7 @@ void exchange_red_and_blue(const std::byte* from, std::byte* to, size_t pixels, 
     assert((channels == 3 || channels == 4) && (channel_size == 1 || channel_size == 2));
     const size_t pixel_size = channels * channel_size;
     size_t done = 0;
-    if (__builtin_cpu_supports("ssse3") != 0) {
+    if (__builtin_cpu_supports("ssse3")) {
         uint8_t order[16];
         for (size_t i = 0; i < 16; i++) {
             const size_t first = i / pixel_size * pixel_size;

@@ -113,7 +113,10 @@ std::vector<std::vector<uint8_t>> bytes_of(const std::vector<GifExtension>& exte
             continue;  // which the frame has taken over
         }
         auto said = bytes_of_gif_block(*extension.block);
-        result.push_back(!extension.bytes.empty() && said == extension.as_read ? extension.bytes : std::move(said));
+        if (!extension.bytes.empty() && said == extension.as_read) {
+            said = extension.bytes;
+        }
+        result.push_back(std::move(said));
     }
     return result;
 }

@@ -5,6 +5,7 @@
 #include "runtime/native/behaviors/images/format_enumerations.h"
 #include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/entry.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 

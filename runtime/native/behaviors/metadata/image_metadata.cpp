@@ -45,7 +45,7 @@ Ref<ExifObject> of_jpeg_class(const ExifObject& exif) {
 Ref<ManagedObject> get_xmp(Record& self) {
     self.require_live();
     ImageMetadata* metadata = metadata_of(self);
-    const auto known = property_object(self, "XmpData");
+    auto known = property_object(self, "XmpData");
     if (known || metadata == nullptr || metadata->xmp_replaced || metadata->found().xmp.empty()) {
         return known;
     }
@@ -73,7 +73,7 @@ template <bool kOfJpeg>
 Ref<ManagedObject> get_exif(Record& self) {
     self.require_live();
     const ImageMetadata* metadata = metadata_of(self);
-    const auto known = property_object(self, "ExifData");
+    auto known = property_object(self, "ExifData");
     if (known || metadata == nullptr || metadata->exif_replaced) {
         return known;
     }
@@ -98,7 +98,7 @@ void set_exif(Record& self, ExifObject* value) {
 Ref<ManagedObject> get_jfif(Record& self) {
     self.require_live();
     const ImageMetadata* metadata = metadata_of(self);
-    const auto known = property_object(self, "Jfif");
+    auto known = property_object(self, "Jfif");
     if (known || metadata == nullptr || metadata->jfif_replaced) {
         return known;
     }
@@ -137,7 +137,7 @@ void set_comment(Record& self, const std::optional<std::u16string>& value) {
 
 // The thumbnail is decoded when it is asked for, and encoded when it is set: the data keeps a JPEG of its own.
 Ref<ManagedObject> get_thumbnail(ExifObject& self) {
-    const auto known = property_object(self, "Thumbnail");
+    auto known = property_object(self, "Thumbnail");
     if (known || self.thumbnail.empty()) {
         return known;
     }

@@ -17,8 +17,8 @@ using Uncompress = decltype(&uncompress);
 
 Uncompress load_uncompress() {
     void* library = dlopen("libz.so.1", RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    auto function = library ? reinterpret_cast<Uncompress>(dlsym(library, "uncompress")) : nullptr;
-    if (function) {
+    auto function = library != nullptr ? reinterpret_cast<Uncompress>(dlsym(library, "uncompress")) : nullptr;
+    if (function != nullptr) {
         return function;
     }
     const char* reason = dlerror();

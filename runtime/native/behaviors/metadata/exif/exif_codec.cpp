@@ -77,7 +77,7 @@ Directory read_directory(TiffReaderObject& reader, uint64_t offset, bool (*wante
         reader.tag_bytes_left -= bytes;
         try {
             auto tag = read_tag(reader, entry_at);
-            if (!dynamic_cast<UnknownTagObject*>(tag.get())) {
+            if (dynamic_cast<UnknownTagObject*>(tag.get()) == nullptr) {
                 directory.tags.push_back(std::move(tag));
             }
         } catch (const ManagedException& error) {
@@ -429,7 +429,7 @@ Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& met
         write_directory(out, tags, 0, form);
         added.push_back(make_tag(form.big_tiff ? TiffType::kLong8 : TiffType::kLong, id, static_cast<int64_t>(at)));
     };
-    if (metadata.below) {
+    if (metadata.below != nullptr) {
         TagList inner = without(metadata.below->tags(ExifDirectory::kExif), {kInteroperabilityPointer});
         put_below(kExifPointer, inner);
         put_below(kGpsPointer, without(metadata.below->tags(ExifDirectory::kGps), {}));

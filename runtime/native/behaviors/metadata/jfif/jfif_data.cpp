@@ -96,7 +96,7 @@ Ref<ManagedObject> image_of_extension(const Bytes& extension) {
 }
 
 Ref<ManagedObject> get_thumbnail(JfifObject& self) {
-    const auto known = property_object(self, "Thumbnail");
+    auto known = property_object(self, "Thumbnail");
     if (known || !self.has_thumbnail()) {
         return known;
     }

@@ -10,7 +10,7 @@ namespace {
 
 const ManagedList* list_in(const Value& value) {
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    return object ? dynamic_cast<const ManagedList*>(object->get()) : nullptr;
+    return object != nullptr ? dynamic_cast<const ManagedList*>(object->get()) : nullptr;
 }
 
 [[noreturn]] void refuse(const Value& value, const std::string& wanted) {

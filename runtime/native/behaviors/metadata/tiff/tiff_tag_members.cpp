@@ -76,7 +76,7 @@ TiffWriterObject& required(TiffWriterObject* writer) {
 
 // The size of the values of an unknown type is not known, so that they cannot be copied to another file.
 void refuse_unknown(const TagObject& self) {
-    if (dynamic_cast<const UnknownTagObject*>(&self)) {
+    if (dynamic_cast<const UnknownTagObject*>(&self) != nullptr) {
         throw ManagedException("NotSupportedException",
                                "A tag of the unknown type " + std::to_string(static_cast<int>(self.data_type())) +
                                    " cannot be written: nobody knows how long its values are.");

@@ -110,7 +110,7 @@ Value element_value(const Value& value, const TagClass& tag) {
 
 bool is_list(const Value& value) {
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    return object != nullptr && dynamic_cast<const ManagedCollection*>(object->get());
+    return object != nullptr && dynamic_cast<const ManagedCollection*>(object->get()) != nullptr;
 }
 
 Bytes bytes_in(const Value& value, const TagClass& tag) {

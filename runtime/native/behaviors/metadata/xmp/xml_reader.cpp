@@ -128,7 +128,7 @@ void begin_element(void* data, const char* name, const char** attributes) {
         }
         of(data).count_one();
         XmlElement element{split(name), {}, {}, {}};
-        for (; attributes[0]; attributes += 2) {
+        for (; attributes[0] != nullptr; attributes += 2) {
             of(data).count_one();
             element.attributes.emplace_back(split(attributes[0]), attributes[1]);
         }
@@ -185,7 +185,7 @@ XmlDocument read_xml(std::span<const std::byte> text) {
     bool good = true;
     for (size_t at = 0; good && (at < text.size() || at == 0); at += kPiece) {
         const size_t size = std::min(kPiece, text.size() - at);
-        good = library.parse(parser.get(), bytes + at, static_cast<int>(size), at + size == text.size()) != 0;
+        good = library.parse(parser.get(), bytes + at, static_cast<int>(size), at + size == text.size() ? 1 : 0) != 0;
     }
     if (building.failure) {
         std::rethrow_exception(building.failure);

@@ -13,8 +13,6 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kArray = XmpArrayObject::kManagedName;
-
 XmpArrayKind checked_kind(int32_t type) {
     if (type < 0 || type > static_cast<int32_t>(XmpArrayKind::kAlternative)) {
         throw_out_of_range("type", "The value " + std::to_string(type) + " is not one of XmpArrayType.");

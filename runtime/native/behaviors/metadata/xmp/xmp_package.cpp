@@ -68,10 +68,11 @@ Value get_prop_value(XmpPackageObject& self, const std::string& key) {
 void set_prop_value(XmpPackageObject& self, const std::string& key, const VariantArg* value) {
     Value read = read_variant(value);
     if (const auto* object = std::get_if<Ref<ManagedObject>>(&read); object != nullptr && *object) {
-        const bool fits =
-            dynamic_cast<const XmlValueObject*>(object->get()) || dynamic_cast<const ManagedList*>(object->get()) ||
-            dynamic_cast<const XmpTypeObject*>(object->get()) || dynamic_cast<const XmpTokenObject*>(object->get()) ||
-            dynamic_cast<const EnumObject*>(object->get());
+        const bool fits = (dynamic_cast<const XmlValueObject*>(object->get()) != nullptr) ||
+                          dynamic_cast<const ManagedList*>(object->get()) != nullptr ||
+                          dynamic_cast<const XmpTypeObject*>(object->get()) != nullptr ||
+                          dynamic_cast<const XmpTokenObject*>(object->get()) != nullptr ||
+                          dynamic_cast<const EnumObject*>(object->get()) != nullptr;
         if (!fits) {
             throw_invalid_cast((*object)->type().full_name, api::Xmp::IXmlValue::kType.name);
         }
@@ -189,7 +190,7 @@ void XmpPackageObject::set(const std::string& key, Value value) {
 
 void XmpPackageObject::add(const std::string& key, const std::string& text) {
     const Value* known = find(key);
-    const auto* object = known ? std::get_if<Ref<ManagedObject>>(known) : nullptr;
+    const auto* object = known != nullptr ? std::get_if<Ref<ManagedObject>>(known) : nullptr;
     if (object != nullptr && *object) {
         if (auto* array = dynamic_cast<XmpArrayObject*>(object->get())) {
             return array->add(text);

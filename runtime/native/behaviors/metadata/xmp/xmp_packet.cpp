@@ -108,7 +108,7 @@ bool XmpElementObject::is_meta() const {
 std::string XmpElementObject::open_tag() const {
     const std::string own = is_meta() ? "xmlns:x" : "xmlns:rdf";
     std::string tag = is_meta() ? "<x:xmpmeta" : "<rdf:RDF";
-    if (!find(own)) {
+    if (find(own) == nullptr) {
         tag += xml_attribute(own, is_meta() ? kXmpMetaNamespace : kRdfNamespace);
     }
     for (const auto& [name, value] : m_attributes) {
@@ -125,7 +125,7 @@ bool XmpElementObject::equals(const ManagedObject& other) const {
 int32_t XmpElementObject::hash_code() const {
     uint32_t hash = 17;
     for (const auto& [name, value] : by_name(m_attributes)) {
-        hash = hash * 31 + static_cast<uint32_t>(hash_of_value(to_utf16(name + "=" + value)));
+        hash = hash * 31 + static_cast<uint32_t>(hash_of_value(to_utf16(std::string(name).append("=").append(value))));
     }
     return static_cast<int32_t>(hash);
 }
@@ -134,7 +134,7 @@ void XmpPackages::add(XmpPackageObject* package) {
     if (package == nullptr) {
         throw_argument_null("package");
     }
-    if (find(package->uri())) {
+    if (find(package->uri()) != nullptr) {
         throw_argument("package: There is a package of the namespace '" + package->uri() +
                        "' already. Change that one, or remove it first.");
     }

@@ -25,7 +25,7 @@ void add_attribute(XmpElementObject& self, const std::string& attribute, const s
 }
 Text get_attribute(XmpElementObject& self, const std::string& attribute) {
     const std::string* value = self.find(attribute);
-    return value ? Text(*value) : std::nullopt;
+    return value != nullptr ? Text(*value) : std::nullopt;
 }
 void clear_attributes(XmpElementObject& self) {
     self.clear();
@@ -56,7 +56,7 @@ void register_namespace(XmpElementObject& self, const std::string& prefix, const
     self.set("xmlns:" + prefix, namespace_uri);
 }
 Text registered_namespace(XmpElementObject& self, const std::string& prefix) {
-    if (prefix == "rdf" && !self.find("xmlns:rdf")) {
+    if (prefix == "rdf" && self.find("xmlns:rdf") == nullptr) {
         return std::string(kRdfNamespace);
     }
     return get_attribute(self, "xmlns:" + prefix);

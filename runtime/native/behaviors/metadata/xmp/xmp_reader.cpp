@@ -106,7 +106,7 @@ XmpNode read_property(const XmlElement& element) {
         return node;
     }
     const std::string* parse_type = find_attribute(element, kRdfNamespace, "parseType");
-    if (parse_type && *parse_type == "Resource") {
+    if (parse_type != nullptr && *parse_type == "Resource") {
         take_fields(node, read_fields(element));
         return node;
     }

@@ -32,7 +32,7 @@ std::string number_of(const Record& record, const char* name) {
     assert(slot.has_value());
     const Value& value = record.slot(slot->slot);
     const auto* real = std::get_if<double>(&value);
-    if (real && slot->info->wire == Wire::kSingle) {
+    if (real != nullptr && slot->info->wire == Wire::kSingle) {
         return to_utf8(number_text(static_cast<float>(*real)));
     }
     return to_utf8(text_of_value(value));
@@ -128,7 +128,7 @@ std::string structure_text(const Record& record, const XmpStructure& structure) 
             continue;
         }
         const std::string name = std::string(structure.prefix) + ":" + field.name;
-        fields += "<" + name + ">" + *content + "</" + name + ">";
+        fields.append("<").append(name).append(">").append(*content).append("</").append(name).append(">");
     }
     return fields.empty() ? head + "/>" : head + ">" + fields + "</rdf:Description>";
 }
