@@ -11,14 +11,19 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL.PngImagePlugin import PngInfo
+from PIL.TiffImagePlugin import AppendingTiffWriter
 from zelmor.imaging import RasterImage, Rectangle, RotateFlipType
 from zelmor.imaging.exif import JpegExifData
+from zelmor.imaging.fileformats.gif import GifImage
+from zelmor.imaging.fileformats.gif.blocks import GifCommentBlock, GifFrameBlock
 from zelmor.imaging.fileformats.jpeg import JpegImage
 from zelmor.imaging.fileformats.png import PngImage
-from zelmor.imaging.fileformats.tiff import TiffImage
+from zelmor.imaging.fileformats.tiff import TiffFrame, TiffImage
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
-from zelmor.imaging.imageoptions import JpegOptions, MultiPageOptions, PngOptions, TiffOptions, WebPOptions
+from zelmor.imaging.imageoptions import (GifOptions, JpegOptions, MultiPageOptions, PngOptions, TiffOptions,
+                                         WebPOptions)
 from zelmor.imaging.xmp import Namespaces, XmpPacketWrapper
+from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
 
 from support import gif_files
 from support.metadata_files import (PHOTOSHOP_MARK, XMP_MARK, bodies, encoded, exiftool, iptc_resources, loaded, opened,
@@ -208,6 +213,80 @@ def test_everything_of_a_png_is_removed() -> None:
     assert not {name for name in exiftool(saved(image)) if "Comment" in name or name.startswith(("EXIF", "XMP"))}
 
 
+def gif_with_everything(frames: int) -> bytes:
+    """Extensions of every kind before each frame and behind the last, and those that belong to the pixels."""
+    mark = b"\x21\xff\x0bXMP DataXMP" + PACKET.encode() + bytes([1, *range(255, -1, -1), 0])
+    blocks = [mark, gif_files.comment(b"words"), gif_files.extension(0xFF, b"SOMEAPP 1.0", b"Maker"),
+              gif_files.extension(0x01, bytes(12), b"8BIM"), gif_files.extension(0x77, b"Bonn")]
+    kept = [gif_files.extension(0xFF, b"ICCRGBG1012", b"profile"),
+            gif_files.extension(0xFF, b"ANIMEXTS1.0", b"\1\3\0")]
+    indices = [np.arange(i, i + 63, dtype=np.uint8).reshape(7, 9) % 16 for i in range(frames)]
+    shown = [gif_files.Frame(each, delay=4, blocks=[*blocks, *kept]) for each in indices]
+    return gif_files.to_bytes(gif_files.Gif(9, 7, gif_files.random_palette(16), shown, loops=3, behind=blocks))
+
+
+@pytest.mark.parametrize("frames", [1, 3])
+def test_everything_of_a_gif_is_removed(frames: int) -> None:
+    secrets = [secret for secret in SECRETS if len(secret) < 20]
+    image = loaded(gif_with_everything(frames), GifImage)
+    assert all(secret in saved(image) for secret in secrets)
+    remove_all(image)
+    assert sorted({type(block).__name__ for block in image.blocks}) == ["GifApplicationExtensionBlock", "GifFrameBlock"]
+    for options in (None, GifOptions(), *targets().values()):
+        written = saved(image, options)
+        assert not [secret for secret in (*secrets, b"XMP DataXMP") if secret in written]
+    written = saved(image)
+    assert (written.count(b"ICCRGBG1012"), written.count(b"ANIMEXTS1.0"), written.count(b"NETSCAPE2.0")) == (
+        frames, frames, 1)
+    image.add_block(GifCommentBlock("new words"))
+    assert b"new words" in saved(image)
+
+
+def test_what_describes_one_frame_of_a_gif_is_removed() -> None:
+    image = loaded(gif_with_everything(3), GifImage)
+    before = saved(image).count(b"words")
+    GifFrameBlock._cast_to(image.pages[1]).value.xmp_data = None
+    assert saved(image).count(b"words") == before - 1
+
+
+@pytest.mark.parametrize("pages", [1, 3])
+def test_the_names_of_the_pages_of_a_tiff_are_removed(pages: int) -> None:
+    file = io.BytesIO()
+    with AppendingTiffWriter(file, True) as writer:
+        for i in range(pages):
+            picture((8 + i, 6)).save(writer, "TIFF", tiffinfo={285: "words", 270: "Bonn", 271: "Maker"})
+            writer.newFrame()
+    image = loaded(file.getvalue(), TiffImage)
+    assert saved(image).count(b"words") == pages
+    TiffFrame._cast_to(image.pages[pages - 1]).value.xmp_data = None
+    assert saved(image).count(b"words") == pages - 1
+    remove_all(image)
+    for options in (None, *targets().values()):
+        written = saved(image, options)
+        assert not [secret for secret in SECRETS if secret in written]
+
+
+@pytest.mark.parametrize("kind", ["JPEG", "PNG", "WEBP", "TIFF", "GIF"])
+def test_an_empty_packet_is_none_in_a_file(kind: str) -> None:
+    files = {"JPEG": lambda: with_segments(encoded("JPEG"), segment(0xE1, XMP_MARK + PACKET.encode())),
+             "PNG": lambda: encoded("PNG", pnginfo=png_text(PACKET)),
+             "WEBP": lambda: encoded("WEBP", xmp=PACKET.encode()),
+             "TIFF": lambda: encoded("TIFF", tiffinfo={700: PACKET.encode()}),
+             "GIF": lambda: gif_with_packet(1)}
+    options: Any = GifOptions() if kind == "GIF" else targets()[kind]
+    image = loaded(files[kind]())
+    assert b"xmpmeta" in saved(image) and b"xmpmeta" in saved(image, options)
+    options.xmp_data = XmpPacketWrapper()
+    marks = (b"xmpmeta", b"XMP", XMP_MARK, b"xpacket")
+    assert not [mark for mark in marks if mark in saved(image, options)]
+    options.xmp_data = None
+    image.xmp_data = XmpPacketWrapper()
+    image.xmp_data.add_package(DublinCorePackage())  # which has no property either
+    for each in (None, options):
+        assert not [mark for mark in marks if mark in saved(image, each)]
+    assert loaded(saved(image)).xmp_data is None
+
+
 @pytest.mark.parametrize("source", ["WEBP", "TIFF"])
 def test_everything_of_other_files_is_removed(source: str) -> None:
     more: dict[str, Any] = {"tiffinfo": {270: "words", 700: PACKET.encode(), 33723: b"\x1c\x02\x5a\0\x04Bonn",
@@ -216,7 +295,7 @@ def test_everything_of_other_files_is_removed(source: str) -> None:
     image = loaded(encoded(source, **more), TiffImage if source == "TIFF" else RasterImage)
     assert b"Maker" in saved(image)
     remove_all(image)
-    for options in targets().values():
+    for options in (None, *targets().values()):
         written = saved(image, options)
         assert not [secret for secret in SECRETS if secret in written]
 

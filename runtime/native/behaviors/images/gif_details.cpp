@@ -72,6 +72,19 @@ void require_extension(const ManagedObject& block) {
     }
 }
 
+// Whether an extension says how the pixels are shown, rather than what they are: a control block, a color profile, the
+// number of loops.
+bool belongs_to_pixels(const ManagedObject& block) {
+    if (is_gif_block(block, GifLabel::kControl)) {
+        return true;
+    }
+    if (!is_gif_block(block, GifLabel::kApplication)) {
+        return false;
+    }
+    const auto name = property_string(block, "ApplicationIdentifier");
+    return name == u"ICCRGBG1" || name == u"ANIMEXTS";
+}
+
 std::vector<GifExtension> taken(std::vector<GifExtension>& list, size_t count) {
     const auto end = list.begin() + static_cast<std::ptrdiff_t>(count);
     std::vector<GifExtension> result(std::make_move_iterator(list.begin()), std::make_move_iterator(end));
@@ -177,6 +190,19 @@ void clear_gif_blocks(ImageObject& image) {
         image.take_frame(image.frames().size() - 1);
     }
     image.gif.blocks_behind.clear();
+}
+
+void drop_gif_descriptions(ImageObject& image) {
+    const auto drop = [](std::vector<GifExtension>& list) {
+        std::erase_if(list, [](const GifExtension& each) { return !belongs_to_pixels(*each.block); });
+    };
+    drop(image.gif.blocks_before);
+    if (image.is_container()) {
+        for (const Ref<ImageObject>& frame : image.frames()) {
+            drop(frame->gif.blocks_before);
+        }
+        drop(image.gif.blocks_behind);
+    }
 }
 
 void append_gif_frame(ImageObject& image, Ref<ImageObject> frame) {

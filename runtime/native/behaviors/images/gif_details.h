@@ -19,6 +19,9 @@ std::vector<Value> gif_block_values(ImageObject& image);
 void insert_gif_block_at(ImageObject& image, size_t index, const Ref<ManagedObject>& block);
 void remove_gif_block_of(ImageObject& image, const ManagedObject& block);
 void clear_gif_blocks(ImageObject& image);
+// Removes the extensions of a frame, or of an image and all of its frames, but those that belong to the pixels: color
+// profiles and the number of loops.
+void drop_gif_descriptions(ImageObject& image);
 // Behind the last frame; extensions that stood there come before it.
 void append_gif_frame(ImageObject& image, Ref<ImageObject> frame);
 // The order of the format: application extensions first, a control block right before its frame.

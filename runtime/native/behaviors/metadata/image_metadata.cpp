@@ -7,6 +7,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/gif_details.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
@@ -55,6 +56,27 @@ Ref<ManagedObject> get_xmp(Record& self) {
     return read;
 }
 
+void drop_page_name(ImageObject& image) {
+    if (auto* tiff = settings_as<imagework::TiffEncoding>(image.facts()); tiff != nullptr) {
+        tiff->page_name.clear();
+    }
+}
+
+// What describes a picture and is kept with its frames, rather than with the metadata of the file.
+void drop_descriptions(ImageObject& image) {
+    if (image.facts().format == imagework::Format::kGif) {
+        drop_gif_descriptions(image);
+    }
+    if (image.facts().format == imagework::Format::kTiff) {
+        drop_page_name(image);
+        if (image.is_container()) {
+            for (const Ref<ImageObject>& frame : image.frames()) {
+                drop_page_name(*frame);
+            }
+        }
+    }
+}
+
 // None takes away all that no other property of the image shows, too.
 void set_xmp(Record& self, XmpPacketObject* value) {
     self.require_live();
@@ -62,6 +84,7 @@ void set_xmp(Record& self, XmpPacketObject* value) {
         metadata->xmp_replaced = true;
         if (value == nullptr) {
             metadata->unseen_dropped = true;
+            drop_descriptions(static_cast<ImageObject&>(self));
             metadata->exif_replaced = metadata->exif_replaced || !has_property(self, "ExifData");
         }
     }

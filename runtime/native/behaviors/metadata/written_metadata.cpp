@@ -224,7 +224,11 @@ struct XmpToWrite {
     std::string guid;
 };
 
+// A packet without properties describes nothing, and the file gets none.
 XmpToWrite xmp_of_object(const Save& save, const XmpPacketObject& packet) {
+    if (packet.is_empty()) {
+        return {};
+    }
     if (save.format != MetadataFormat::kJpeg) {
         return {bytes_of_text(packet.text()), {}, {}};
     }

@@ -1,6 +1,7 @@
 // The parts of a packet and the whole as text; see xmp_packet.h.
 #include "runtime/native/behaviors/metadata/xmp/xmp_packet.h"
 
+#include <algorithm>
 #include <map>
 
 #include "generated/runtime/Zelmor.Imaging.Xmp.h"
@@ -184,6 +185,11 @@ XmpPacketObject::XmpPacketObject(const TypeInfo& type) : Record(type) {
     set_property(*this, "HeaderPi", make_instance(XmpInstructionObject::kManagedName));
     set_property(*this, "Meta", make_instance(kMeta));
     set_property(*this, "TrailerPi", make_instance(api::Xmp::XmpTrailerPi::kType.name));
+}
+
+bool XmpPacketObject::is_empty() const {
+    const auto& all = packages.all();
+    return std::all_of(all.begin(), all.end(), [](const Ref<XmpPackageObject>& package) { return package->empty(); });
 }
 
 std::string XmpPacketObject::text() const {

@@ -82,6 +82,8 @@ class XmpPacketObject final : public Record {
     explicit XmpPacketObject(const TypeInfo& type);
     XmpPackages packages;
 
+    // Whether no package has a property.
+    bool is_empty() const;
     // The packet as it stands in a file, in UTF-8.
     std::string text() const;
     // The packages are shared with the copy.
