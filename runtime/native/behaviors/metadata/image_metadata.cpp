@@ -69,6 +69,10 @@ void drop_descriptions(ImageObject& image) {
     }
     if (image.facts().format == imagework::Format::kTiff) {
         drop_page_name(image);
+        ImageObject* whole = image.container();
+        if (whole != nullptr && whole->index_of(image) == size_t{0}) {
+            drop_page_name(*whole);  // which is saved in place of its only page
+        }
         if (image.is_container()) {
             for (const Ref<ImageObject>& frame : image.frames()) {
                 drop_page_name(*frame);
