@@ -155,8 +155,8 @@ struct GifFrame {
     bool part = false;
     int32_t left = 0;
     int32_t top = 0;
-    FrameDisposal disposal = FrameDisposal::kUnspecified;
-    bool user_input = false;                               // the next frame waits for the user
+    GifControl control = {};        // without the delay, which is the duration
+    bool sets_transparent = false;  // the index in the control block is another one than that of the frame's file
     std::vector<std::vector<uint8_t>> blocks_before = {};  // extensions, as they stand in the file
     std::vector<std::vector<uint8_t>> blocks_behind = {};
 };

@@ -11,7 +11,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import AnimationDisposalMethods, Image, Rectangle
+from zelmor.imaging import AnimationDisposalMethods, Image, Rectangle, RotateFlipType
 from zelmor.imaging.fileformats.apng import ApngImage
 from zelmor.imaging.fileformats.gif import DisposalMethod, GifImage
 from zelmor.imaging.fileformats.gif.blocks import (
@@ -21,7 +21,7 @@ from zelmor.imaging.imageoptions import GifOptions
 from support import png_files
 from support.child import run_child
 from support.gif_files import (
-    Frame, Gif, comment, extension, from_bytes, random_indices, random_palette, shown, to_bytes)
+    Frame, Gif, colors, comment, extension, from_bytes, random_indices, random_palette, shown, to_bytes)
 from support.image_oracles import Pixels, load, managed_error, noise, raster, read, worst, write
 
 
@@ -122,6 +122,19 @@ def test_the_screen_is_kept(tmp_path: Path) -> None:
     image.background_color_index, image.pixel_aspect_ratio = 7, 1
     found = saved(tmp_path, image)
     assert (found.resolution, found.is_sorted, found.background, found.aspect, found.trailer) == (1, False, 7, 1, True)
+
+
+def test_options_set_the_fields_of_the_screen(tmp_path: Path) -> None:
+    frames = [Frame(random_indices(9, 7, 16, i)) for i in range(2)]
+    image = gif_of(tmp_path, Gif(9, 7, random_palette(16), frames))
+    options = GifOptions()
+    assert (options.pixel_aspect_ratio, options.background_color_index, options.has_trailer) == (0, 0, True)
+    options.pixel_aspect_ratio, options.background_color_index, options.has_trailer = 49, 3, False
+    found = saved(tmp_path, image, options)
+    assert (found.aspect, found.background, found.trailer) == (49, 3, False)
+    original = cast(Image.load(str(tmp_path / "b.gif"))).get_original_options()
+    found = saved(tmp_path, load(write(tmp_path / "a.png", noise(3, 2, 8, 6))), original)
+    assert (found.aspect, found.background, found.trailer) == (49, 3, False)
 
 
 @pytest.mark.parametrize("resolution", range(8))
@@ -252,6 +265,15 @@ def test_a_control_block_is_changed_in_one_field(tmp_path: Path, transparent: in
         (12, disposal, user_input, transparent), (5, disposal, not user_input, transparent)]
 
 
+def test_a_frame_of_another_file_becomes_an_image(tmp_path: Path) -> None:
+    """Its pixels are still those of the file, which is none to copy a frame from."""
+    path = write(tmp_path / "a.png", noise(3, 2, 400, 300))
+    image = GifImage(GifFrameBlock(load(path)))
+    assert GifFrameBlock._cast_to(image.pages[0]).value.control_block.delay_time == 10
+    found = saved(tmp_path, image)
+    assert found.frames[0].indices.shape == (300, 400)
+
+
 def test_what_is_set_in_a_control_block_is_saved(tmp_path: Path) -> None:
     image = gif_of(tmp_path, animation(4))
     frame = GifFrameBlock._cast_to(image.pages[2]).value
@@ -263,6 +285,83 @@ def test_what_is_set_in_a_control_block_is_saved(tmp_path: Path) -> None:
     assert (found.delay, found.user_input) == (123, True)
     image.set_frame_time(50)
     assert [frame.delay for frame in saved(tmp_path, image).frames] == [5] * 4
+
+
+@pytest.mark.parametrize("disposal", range(8))
+@pytest.mark.parametrize("transparent", [None, 0, 7])
+def test_all_fields_of_a_control_block_are_written_for_a_frame_of_a_file(tmp_path: Path, transparent: int | None,
+                                                                         disposal: int) -> None:
+    gif = animation(4)
+    image = gif_of(tmp_path, gif)
+    block = GifFrameBlock._cast_to(image.pages[1]).value.control_block
+    block.flags = block.flags & ~0x1D | disposal << 2 | (0 if transparent is None else 1)
+    block.transparent_color_index = transparent or 0
+    found = saved(tmp_path, image)
+    gif.frames[1].disposal, gif.frames[1].transparent = disposal, transparent
+    assert same(found, gif)
+    again = cast(Image.load(str(tmp_path / "b.gif")))
+    assert same(saved(tmp_path, again), gif)
+
+
+def transparent_set(image: GifImage, page: int, index: int | None) -> None:
+    block = GifFrameBlock._cast_to(image.pages[page]).value.control_block
+    block.has_transparent_color, block.transparent_color_index = index is not None, index or 0
+
+
+@pytest.mark.parametrize("options", [[], [GifOptions()]])
+@pytest.mark.parametrize("count", [1, 3])
+def test_a_transparent_index_is_set_for_indexed_frames(tmp_path: Path, count: int, options: list[Any]) -> None:
+    """The frames are not copied from the file, since they were cut."""
+    palette = random_palette(16)
+    frames = [Frame(random_indices(9, 7, 16, i)) for i in range(count)]
+    image = gif_of(tmp_path, Gif(9, 7, palette, frames))
+    image.crop(Rectangle(0, 0, 8, 6))
+    for page in range(count):
+        transparent_set(image, page, 3 + page)
+    found = saved(tmp_path, image, *options)
+    assert found.frames[0].transparent == 3
+    for page, picture in enumerate(shown(found)):
+        indices = frames[page].indices[:6, :8]
+        clear = indices == 3 + page
+        assert clear.any() and np.array_equal(picture[..., 3] == 0, clear)
+        assert worst(picture[~clear][:, :3], colors(palette)[indices[~clear]]) == 0
+
+
+@pytest.mark.parametrize("options", [[], [GifOptions()]])
+def test_a_transparent_index_that_no_pixel_can_have_is_refused(tmp_path: Path, options: list[Any]) -> None:
+    image = gif_of(tmp_path, Gif(9, 7, random_palette(16), [Frame(random_indices(9, 7, 16))]))
+    image.crop(Rectangle(0, 0, 8, 6))
+    transparent_set(image, 0, 16)
+    text = "The value 16 of GifGraphicsControlBlock.TransparentColorIndex is not supported"
+    with managed_error("NotSupportedException", text):
+        saved(tmp_path, image, *options)
+    image = GifImage(GifFrameBlock(load(write(tmp_path / "a.png", noise(3, 2, 8, 6)))))
+    transparent_set(image, 0, 1)
+    with managed_error("NotSupportedException", "GifGraphicsControlBlock.TransparentColorIndex"):
+        saved(tmp_path, image, *options)
+    gif = animation(4)  # its palettes differ, so that changed frames have no indices
+    gif.frames[0].transparent = 2
+    image = gif_of(tmp_path, gif)
+    image.rotate_flip_all(RotateFlipType.ROTATE_180_FLIP_NONE)
+    saved(tmp_path, image, *options)
+    transparent_set(image, 0, None)
+    with managed_error("NotSupportedException", "The value False of GifGraphicsControlBlock.HasTransparentColor"):
+        saved(tmp_path, image, *options)
+
+
+def test_a_disposal_of_a_changed_frame_takes_nothing_from_the_next(tmp_path: Path) -> None:
+    """The frames are written as what differs from the frame before, which therefore has to stay."""
+    indices = [random_indices(9, 7, 16, 0), random_indices(9, 7, 16, 0), random_indices(9, 7, 16, 0)]
+    indices[1][2, 2], indices[2][3, 3] = 1, 2
+    for disposal in range(8):
+        gif = Gif(9, 7, random_palette(16), [Frame(each, disposal=disposal) for each in indices])
+        image = gif_of(tmp_path, gif)
+        image.rotate_flip_all(RotateFlipType.ROTATE_180_FLIP_NONE)
+        found = saved(tmp_path, image)
+        for picture, each in zip(shown(found), shown(gif)):
+            assert worst(picture, each[::-1, ::-1]) == 0
+        assert {frame.disposal for frame in found.frames} <= {disposal, 1}
+        assert disposal < 5 or {frame.disposal for frame in found.frames} == {disposal}
 
 
 @pytest.mark.parametrize("disposal, method", [

@@ -49,6 +49,9 @@ GifEncoding gif(const ManagedObject& options) {
     result.palette_bits = setting(options, "ColorResolution") + 1;
     result.color_resolution = result.palette_bits;
     result.interlaced = property_bool(options, "Interlaced");
+    result.aspect_ratio = static_cast<uint8_t>(setting(options, "PixelAspectRatio"));
+    result.background_index = static_cast<uint8_t>(setting(options, "BackgroundColorIndex"));
+    result.trailer = property_bool(options, "HasTrailer");
     if (const int loops = setting(options, "LoopsCount")) {
         result.loops = loops;
     }

@@ -233,6 +233,7 @@ void ImageObject::adopt_file_frames() {
         frame->m_file_frame = {source, i};
         frame->m_source_options = m_source_options;
         frame->gif.control = header.control.value_or(imagework::GifControl{});
+        frame->gif.transparent_of_file = frame->gif.control.transparent;
         frame->gif.blocks_before = extensions_of(header.blocks_before);
         if (i + 1 == source->count()) {
             gif.blocks_behind = extensions_of(header.blocks_behind);

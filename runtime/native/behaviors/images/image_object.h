@@ -45,8 +45,9 @@ struct GifExtension {
 struct GifDetails {
     bool part = false;  // a frame that is laid over the canvas; otherwise it is all that is seen
     imagework::GifControl control = {};
-    std::vector<GifExtension> blocks_before = {};  // of a frame
-    std::vector<GifExtension> blocks_behind = {};  // of an image: after its last frame
+    std::optional<uint8_t> transparent_of_file = {};  // the transparent index that the frame was loaded with
+    std::vector<GifExtension> blocks_before = {};     // of a frame
+    std::vector<GifExtension> blocks_behind = {};     // of an image: after its last frame
 };
 
 class ImageObject final : public ImageBase {

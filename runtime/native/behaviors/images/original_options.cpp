@@ -30,6 +30,9 @@ class OptionsFiller {
         set_property(m_options, "Interlaced", gif.interlaced);
         set_property(m_options, "HasTransparentColor", m_facts.has_alpha);
         set("LoopsCount", gif.loops.value_or(0));
+        set("PixelAspectRatio", gif.aspect_ratio);
+        set("BackgroundColorIndex", gif.background_index);
+        set_property(m_options, "HasTrailer", gif.trailer);
     }
     void operator()(const JpegEncoding& jpeg) const {
         set("Quality", jpeg.quality);

@@ -21,7 +21,7 @@ std::optional<RectangleValue> export_area(const ManagedObject& options);
 struct Page {
     std::unique_ptr<imagework::Picture> picture;
     int32_t duration;
-    const ImageObject* source;
+    ImageObject* source;
 };
 
 // Copies of the pictures of the pages.

@@ -121,15 +121,23 @@ std::vector<std::vector<uint8_t>> bytes_of(const std::vector<GifExtension>& exte
     return result;
 }
 
-// What a GIF file says of a frame.
-GifFrame gif_frame_of(const ImageObject& image, ImageObject& frame, bool last) {
+// What the control block of a frame says; of an image, that of its active frame.
+GifFrame controlled_frame(ImageObject& image) {
+    ImageObject& frame =
+        image.is_container() && !image.frames().empty() ? *image.frames()[image.active_index()] : image;
     take_control_block(frame);
     GifFrame gif;
+    gif.control = frame.gif.control;
+    gif.sets_transparent = frame.gif.control.transparent != frame.gif.transparent_of_file;
+    return gif;
+}
+
+// What a GIF file says of a frame.
+GifFrame gif_frame_of(const ImageObject& image, ImageObject& frame, bool last) {
+    GifFrame gif = controlled_frame(frame);
     gif.part = frame.gif.part;
     gif.left = frame.left;
     gif.top = frame.top;
-    gif.disposal = imagework::gif_disposal(frame.gif.control.disposal);
-    gif.user_input = frame.gif.control.user_input;
     gif.blocks_before = bytes_of(frame.gif.blocks_before);
     if (last) {
         gif.blocks_behind = bytes_of(image.gif.blocks_behind);
@@ -151,8 +159,9 @@ EncodedBytes encoded_gif(ImageObject& image) {
     for (size_t i = 0; i < objects.size(); ++i) {
         ImageObject& frame = *objects[i];
         const FrameOrigin origin = frame.offered_palette().empty() ? frame.origin() : FrameOrigin{};
-        as_in_file =
-            as_in_file && origin.source && origin.index == i && (i == 0 || origin.source == frames[0].origin.source);
+        // A new frame may still have the pixels of a file, even of another format.
+        as_in_file = as_in_file && !frame.gif.part && origin.source && origin.index == i &&
+                     (i == 0 || origin.source == frames[0].origin.source);
         encodings.push_back(encoding_for(frame, Format::kGif, image));
         as_in_file = as_in_file && !encodings.back().transparent_color && !encodings.back().flatten;
         GifFrame gif = gif_frame_of(image, frame, i + 1 == objects.size());
@@ -206,7 +215,11 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
         return request.options != nullptr ? encoding_for(image, *request.options)
                                           : encoding_for(*page.source, request.format, image);
     };
-    if (pages.size() == 1) {
+    const auto control_of = [&](const Page& page) {
+        const bool of_gif = request.format == Format::kGif && page.source->facts().format == Format::kGif;
+        return of_gif ? controlled_frame(*page.source) : GifFrame{};
+    };
+    if (pages.size() == 1 && !control_of(pages[0]).sets_transparent) {
         return {pages[0].picture->encode(encoding_of(pages[0])), written_picture(image, request, pages[0])};
     }
     if (request.format != Format::kTiff) {
@@ -222,6 +235,7 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
     for (size_t i = 0; i < pages.size(); ++i) {
         frames.push_back({pages[i].picture.get(), pages[i].duration > 0 ? pages[i].duration : usual, &encodings[i]});
         if (request.format == Format::kGif) {
+            frames[i].gif = control_of(pages[i]);
             frames[i].gif.blocks_before = bytes_of(pages[i].source->gif.blocks_before);
         }
     }

@@ -55,9 +55,9 @@ bool make_binary(VipsPicture& picture) {
     return clear;
 }
 
-// Of several transparent colors one is used.
-void use_one_clear_index(Indexed& picture) {
-    const auto clear = transparent_index(picture.palette);
+// Of several transparent colors one is used, the first where none is named.
+void use_one_clear_index(Indexed& picture, std::optional<uint8_t> named) {
+    const auto clear = named ? named : transparent_index(picture.palette);
     if (!clear) {
         return;
     }
@@ -66,15 +66,43 @@ void use_one_clear_index(Indexed& picture) {
             index = *clear;
         }
     }
+    for (size_t i = 0; i < picture.palette.size(); i++) {
+        if (i != *clear) {
+            picture.palette[i] |= kBlack;
+        }
+    }
+}
+
+// Makes the color transparent that the control block names, or all colors opaque where it names none. `indices` tells
+// whether the pixels were indices before: new ones mean nothing to a program.
+void set_clear_index(Indexed& picture, bool indices, std::optional<uint8_t> clear) {
+    if (clear) {
+        if (!indices || *clear >= picture.palette.size()) {
+            throw PictureError(Failure::kUnsupported,
+                               "The value " + std::to_string(*clear) +
+                                   " of GifGraphicsControlBlock.TransparentColorIndex is not supported for a frame "
+                                   "whose pixels are not indices of a palette with that color");
+        }
+        picture.palette[*clear] &= ~kBlack;
+        return;
+    }
+    if (!indices && transparent_index(picture.palette)) {
+        throw PictureError(Failure::kUnsupported,
+                           "The value False of GifGraphicsControlBlock.HasTransparentColor is not supported for a "
+                           "frame with transparent pixels that are not indices of a palette");
+    }
+    std::transform(picture.palette.begin(), picture.palette.end(), picture.palette.begin(),
+                   [](Argb color) { return color | kBlack; });
 }
 
 // The colors of the picture if it has no more than fit, otherwise those that suit it best. Indices and palette of an
 // indexed picture stay as they are.
-Indexed indexed(VipsPicture& picture, const GifEncoding& gif, const Encoding& encoding) {
+Indexed indexed(VipsPicture& picture, const GifEncoding& gif, const Encoding& encoding, const GifFrame& frame = {}) {
     const int bits = encoding.may_widen ? kMostBits : gif.palette_bits;
     const size_t most = size_t{1} << bits;
     picture.to_srgb();  // the format has no place for a profile
-    if (picture.form().color != ColorModel::kIndexed || picture.palette().size() > most) {
+    const bool indices = picture.form().color == ColorModel::kIndexed && picture.palette().size() <= most;
+    if (!indices) {
         picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
         const bool clear = make_binary(picture);
         std::vector<Argb> palette = picture.close_palette(static_cast<int>(most), true);
@@ -87,14 +115,17 @@ Indexed indexed(VipsPicture& picture, const GifEncoding& gif, const Encoding& en
     Indexed result{picture.width(), picture.height(), {}, {picture.palette().begin(), picture.palette().end()}};
     result.indices = picture.indices(picture.palette(), false);
     std::transform(result.palette.begin(), result.palette.end(), result.palette.begin(), opaque_or_clear);
-    use_one_clear_index(result);
+    if (frame.sets_transparent) {
+        set_clear_index(result, indices, frame.control.transparent);
+    }
+    use_one_clear_index(result, frame.sets_transparent ? frame.control.transparent : std::nullopt);
     return result;
 }
 
 GifControl control_of(const FrameToWrite& frame, int disposal, std::optional<uint8_t> transparent) {
     constexpr int kMillisecondsPerDelay = 10;
     const int delay = (std::max(0, frame.duration) + kMillisecondsPerDelay / 2) / kMillisecondsPerDelay;
-    return {static_cast<uint16_t>(std::min(delay, 65535)), frame.gif.user_input, disposal, transparent};
+    return {static_cast<uint16_t>(std::min(delay, 65535)), frame.gif.control.user_input, disposal, transparent};
 }
 
 int number_of(FrameDisposal disposal) {
@@ -136,10 +167,8 @@ EncodedBytes copied(const GifFrames& file, std::span<const FrameToWrite> frames,
     for (size_t i = 0; i < frames.size(); i++) {
         const GifFramePlace& place = structure.frames[i];
         put_blocks(writer, frames[i].gif.blocks_before);
-        const GifControl before = place.control.value_or(GifControl{});
-        const int disposal =
-            frames[i].gif.disposal == disposal_of(place) ? before.disposal : number_of(frames[i].gif.disposal);
-        const GifControl control = control_of(frames[i], disposal, before.transparent);
+        const GifControl& said = frames[i].gif.control;
+        const GifControl control = control_of(frames[i], said.disposal, said.transparent);
         if (place.control || control != GifControl{}) {
             writer.put_control(control);
         }
@@ -209,12 +238,14 @@ struct Composed {
 
     Rect place() const { return {frame->gif.left, frame->gif.top, picture.width, picture.height}; }
 
+    FrameDisposal disposal() const { return gif_disposal(frame->gif.control.disposal); }
+
     // The canvas for the next frame, if the frame is written as it is asked for.
     Canvas after() const {
         Canvas canvas = shown;
-        if (frame->gif.part && frame->gif.disposal == FrameDisposal::kClear) {
+        if (frame->gif.part && disposal() == FrameDisposal::kClear) {
             fill(canvas, place(), 0);
-        } else if (frame->gif.part && frame->gif.disposal == FrameDisposal::kRestore) {
+        } else if (frame->gif.part && disposal() == FrameDisposal::kRestore) {
             canvas = before;
         }
         return canvas;
@@ -246,10 +277,10 @@ class Animation {
             if (clears) {
                 std::fill(next.before.colors.begin(), next.before.colors.end(), 0);
             }
-            put(writer, pending, clears);
+            put(writer, pending, clears, false);
             pending = std::move(next);
         }
-        put(writer, pending, false);
+        put(writer, pending, false, true);
         writer.finish();
         return to_encoded(std::move(m_out));
     }
@@ -261,7 +292,7 @@ class Animation {
         prepare_for_encoding(picture, *frame.encoding);
         Composed result;
         result.frame = &frame;
-        result.picture = indexed(picture, std::get<GifEncoding>(frame.encoding->format), *frame.encoding);
+        result.picture = indexed(picture, std::get<GifEncoding>(frame.encoding->format), *frame.encoding, frame.gif);
         result.before = std::move(canvas);
         result.shown = result.before;
         const bool keeps = frame.gif.part;  // what is below transparent pixels
@@ -279,11 +310,18 @@ class Animation {
         return result;
     }
 
-    void put(GifWriter& writer, Composed& composed, bool next_clears) {
+    static bool removes(FrameDisposal disposal) {
+        return disposal == FrameDisposal::kClear || disposal == FrameDisposal::kRestore;
+    }
+
+    void put(GifWriter& writer, Composed& composed, bool next_clears, bool last) {
         const FrameToWrite& frame = *composed.frame;
         put_blocks(writer, frame.gif.blocks_before);
         Rect area = composed.place();
-        int disposal = number_of(frame.gif.disposal);
+        int disposal = frame.gif.control.disposal;
+        if (!frame.gif.part && removes(composed.disposal()) && (m_continues || !last)) {
+            disposal = number_of(FrameDisposal::kLeave);  // the next frame is written over it
+        }
         Indexed& picture = composed.picture;
         if (next_clears) {
             if (frame.gif.part) {
@@ -293,7 +331,7 @@ class Animation {
             disposal = number_of(FrameDisposal::kClear);
         } else if (!frame.gif.part && std::exchange(m_continues, true)) {
             area = changed_area(composed.before, composed.shown);
-            disposal = number_of(FrameDisposal::kLeave);
+            disposal = std::max(disposal, number_of(FrameDisposal::kLeave));
             cut(picture, area);
         }
         const auto clear = transparent_index(picture.palette);
