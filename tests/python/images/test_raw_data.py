@@ -7,8 +7,11 @@ from typing import Any
 
 import numpy as np
 import pytest
-from zelmor.imaging import CmykColor, Color, ColorPalette, PixelDataFormat, RawDataSettings, Rectangle
+from PIL import Image as Pillow
+from zelmor.imaging import (CmykColor, CmykColorHelper, Color, ColorPalette, PixelDataFormat, RawDataSettings,
+                            Rectangle)
 
+from support.child import run_child
 from support.image_oracles import HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, worst, write
 
 ALL = (0, 0, WIDTH, HEIGHT)
@@ -217,6 +220,61 @@ def test_indices(tmp_path: Path, bits: int) -> None:
     blank = load(write(tmp_path / "b.png", np.zeros_like(source)))
     blank.save_raw_data(data, 0, Rectangle(*ALL), settings(layout, color_palette=palette))
     assert worst(pixels(blank, tmp_path), source) == 0
+
+
+def inks_without_profile(source: Pixels) -> Pixels:
+    """Black is the common part of the three inks, the others are shares of the rest, rounded to the nearest."""
+    light = source.max(-1, keepdims=True).astype(int)
+    rest = np.maximum(light, 1)
+    return np.concatenate([np.where(light > 0, ((light - source) * 255 + rest // 2) // rest, 0), 255 - light],
+                          -1).astype(np.uint8)
+
+
+@pytest.mark.parametrize("kind", ["L", "RGB", "RGBA", "P", "1"])
+def test_inks_of_pictures_of_colors(tmp_path: Path, kind: str) -> None:
+    Pillow.fromarray(noise(3)).convert(kind).save(tmp_path / "a.png")
+    source = np.asarray(Pillow.open(tmp_path / "a.png").convert("RGB"))
+    image = load(str(tmp_path / "a.png"))
+    wanted = inks_without_profile(source)
+    data = np.frombuffer(raw(image, PixelDataFormat.cmyk, line_size=4 * WIDTH + 5), np.uint8).reshape(HEIGHT, -1)
+    assert np.array_equal(data[:, :4 * WIDTH].reshape(wanted.shape), wanted) and not data[:, 4 * WIDTH:].any()
+    other = noise(4, 9)
+    image.save_raw_data(data.tobytes(), 0, Rectangle(*ALL), settings(PixelDataFormat.cmyk, line_size=4 * WIDTH + 5))
+    assert worst(pixels(image, tmp_path), source) <= 1
+    image.save_raw_data(other[3:5, 7:12].tobytes(), 0, Rectangle(7, 3, 5, 2), settings(PixelDataFormat.cmyk))
+    left = 255 - other[3:5, 7:12, :3].astype(int)
+    expected = (left * (255 - other[3:5, 7:12, 3:].astype(int)) + 127) // 255
+    assert worst(pixels(image, tmp_path)[3:5, 7:12], expected.astype(np.uint8)) == 0
+
+
+def test_inks_of_every_light() -> None:
+    levels = np.arange(256)
+    source = np.stack(np.broadcast_arrays(levels[:, None], levels[None], np.minimum(levels[:, None], 255 - levels)), -1)
+    colors = [r << 16 | g << 8 | b for r, g, b in source.reshape(-1, 3).tolist()]
+    found = np.array(list(CmykColorHelper.to_cmyk_array(colors)), np.int64).astype(np.uint32)
+    inks = np.stack([found >> shift & 255 for shift in (24, 16, 8, 0)], -1)
+    assert np.array_equal(inks, inks_without_profile(source.astype(np.uint8)).reshape(-1, 4))
+
+
+def test_raw_data_is_in_memory_once(tmp_path: Path) -> None:
+    """The bytes are written where they stay."""
+    run_child("""
+import resource
+from zelmor.imaging import Image, RasterImage, Rectangle
+from zelmor.imaging.imageoptions import BmpOptions
+from zelmor.imaging.sources import StreamSource
+import io
+options = BmpOptions()
+options.source = StreamSource(io.BytesIO())
+image = RasterImage._cast_to(Image.create(options, 6000, 6000)).value
+image.set_argb_32_pixel(0, 0, -1)
+settings = image.raw_data_settings
+before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+data = image.get_default_raw_data(image.bounds, settings)
+assert len(data) == 6000 * image.raw_line_size
+grown = (resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before) << 10
+assert grown < 1.3 * len(data), (grown, len(data))
+""", MALLOC_PERTURB_="0", PYTHONMALLOC="malloc")
 
 
 def test_lines_offsets_and_areas(tmp_path: Path) -> None:

@@ -96,7 +96,8 @@ PyObject* py_string(const char16_t* chars, int length) {
 
 PyObject* py_bytes(const char* data, int length) {
     const auto* bytes = reinterpret_cast<const std::byte*>(data);
-    return made(std::vector<std::byte>(bytes, bytes + length));
+    const auto size = static_cast<size_t>(length);
+    return made(data != nullptr ? std::vector<std::byte>(bytes, bytes + length) : std::vector<std::byte>(size));
 }
 
 constexpr PyObjApiCallbacks kObjects = {none, keep, drop};

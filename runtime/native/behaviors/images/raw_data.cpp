@@ -1,11 +1,7 @@
 // Members that read and write raw data: areas of an image in the layout of a PixelDataFormat, line by line.
-#include <sys/mman.h>
-
 #include <algorithm>
-#include <cstdlib>
+#include <cassert>
 #include <cstring>
-#include <memory>
-#include <new>
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/number_lists.h"
@@ -13,7 +9,9 @@
 #include "runtime/native/behaviors/images/partial_loads.h"
 #include "runtime/native/behaviors/images/pixel_blocks.h"
 #include "runtime/native/behaviors/images/raw_pixels.h"
+#include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/core/enumeration_properties.h"
+#include "runtime/native/core/filled_bytes.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/imagework/palette_search.h"
@@ -138,39 +136,6 @@ size_t line_size_for(const RawFormat& format, int32_t width) {
     return static_cast<size_t>(format.line_size);
 }
 
-// Memory that is not set to zeros first: all of it is written. Large blocks ask for large pages, since the first touch
-// of so many small ones takes longer than filling them.
-struct RawBlock {
-    explicit RawBlock(size_t count) : bytes(allocated(count)), size(count) {}
-    std::span<std::byte> line(size_t index, size_t line_size) const {
-        return {bytes.get() + index * line_size, line_size};
-    }
-    struct Free {
-        void operator()(void* memory) const { std::free(memory); }
-    };
-    std::unique_ptr<std::byte[], Free> bytes;
-    size_t size;
-
- private:
-    static std::byte* allocated(size_t count) {
-        constexpr size_t kLargePage = size_t{2} << 20;
-        void* memory = nullptr;
-        if (count < kLargePage) {
-            memory = std::malloc(std::max<size_t>(1, count));
-        } else {
-            const size_t whole = (count + kLargePage - 1) / kLargePage * kLargePage;
-            memory = std::aligned_alloc(kLargePage, whole);
-            if (memory != nullptr) {
-                ::madvise(memory, whole, MADV_HUGEPAGE);  // a wish; a system without such pages does as always
-            }
-        }
-        if (memory == nullptr) {
-            throw std::bad_alloc();
-        }
-        return static_cast<std::byte*>(memory);
-    }
-};
-
 // As many lines as are worth a call of the image library and fit the processor's cache.
 int32_t lines_at_once(int32_t width) {
     constexpr int32_t kPixels = 1 << 14;
@@ -234,64 +199,112 @@ void read_channels(const ImageObject& self, const Rect& area, const RawFormat& f
     split(format, colors, channels.data());
 }
 
-RawBlock raw_block(const ImageObject& self, const RectangleValue& area, const RawFormat& format) {
-    const Packing packing = packing_of(format);  // refuses layouts that cannot be written
-    const imagework::Picture& picture = self.picture();
-    const Verbatim verbatim = verbatim_of(format, picture);
-    if (packing == Packing::kSamples && verbatim == Verbatim::kNone) {
-        throw_layout(format);
-    }
-    read_block(self, {area.x, area.y, std::min(1, area.width), std::min(1, area.height)});
-    if (area.width > picture.width() - area.x || area.height > picture.height() - area.y) {
-        read_block(self, rect_of(area));  // refuses an area outside the image
-    }
-    const size_t line_size = line_size_for(format, area.width);
-    const auto lines = static_cast<size_t>(area.height);
-    const auto width = static_cast<size_t>(area.width);
-    if (line_size > 0x7FFFFFFF / lines) {
-        throw ManagedException("OutOfMemoryException", "The raw data would be larger than a managed array can be.");
-    }
-    RawBlock block(line_size * lines);
-    const auto used = static_cast<size_t>(line_bytes(area.width, format.bits_per_pixel));
-    const bool adds = packing == Packing::kUpperBits;  // puts bits into bytes that are zeros
-    for (size_t y = 0; y < lines && (adds || used < line_size); ++y) {
-        const auto line = block.line(y, line_size);
-        std::fill(line.begin() + static_cast<std::ptrdiff_t>(adds ? 0 : used), line.end(), std::byte{0});
-    }
-    if (verbatim == Verbatim::kSame) {
-        picture.read_samples(rect_of(area), line_size, {reinterpret_cast<uint8_t*>(block.bytes.get()), block.size});
-        return block;
-    }
-    imagework::PaletteSearch search(format.palette);
-    std::vector<uint16_t> channels;
-    const int32_t step = lines_at_once(area.width);
-    for (int32_t top = 0; top < area.height; top += step) {
-        const Rect part{area.x, area.y + top, area.width, std::min(step, area.height - top)};
-        const auto first = static_cast<size_t>(top);
-        if (verbatim == Verbatim::kReversed) {
-            const imagework::PixelForm& form = picture.form();
-            std::byte* to = block.line(first, line_size).data();
-            const size_t size = line_size * static_cast<size_t>(part.height) - (line_size - used);
-            picture.read_samples(part, line_size, {reinterpret_cast<uint8_t*>(to), size});
-            for (int32_t y = 0; y < part.height; ++y, to += line_size) {
-                exchange_red_and_blue(to, to, width, static_cast<size_t>(form.bands()),
-                                      imagework::sample_size(form.sample));
-            }
-            continue;
-        }
-        read_channels(self, part, format, search, channels);
-        for (size_t y = 0; y < static_cast<size_t>(part.height); ++y) {
-            pack_line(format, packing, &channels[y * width * channels_of(format)], width,
-                      block.line(first + y, line_size).data());
-        }
-    }
-    return block;
+// Whether the inks are made of colors of eight bits, which is done at once rather than by channels of sixteen bits.
+bool has_plain_inks(const ImageObject& self, const RawFormat& format, Packing packing) {
+    const imagework::PixelForm& form = self.picture().form();
+    return format.layout == PixelLayout::kCmyk && packing == Packing::kBytes && channels_of(format) == 4 &&
+           format.bits_per_pixel == 32 && form.sample == imagework::SampleType::kUint8 &&
+           form.color != ColorModel::kCmyk && form.color != ColorModel::kLab;
 }
+
+// Raw data of an area. What cannot be read is refused when this is made, before there is memory for it.
+class RawRead {
+ public:
+    RawRead(const ImageObject& self, const RectangleValue& area, const RawFormat& format)
+        : m_self(self),
+          m_area(rect_of(area)),
+          m_format(format),
+          m_packing(packing_of(format)),  // refuses layouts that cannot be written
+          m_verbatim(verbatim_of(format, self.picture())) {
+        const imagework::Picture& picture = self.picture();
+        if (m_packing == Packing::kSamples && m_verbatim == Verbatim::kNone) {
+            throw_layout(format);
+        }
+        const bool inside = area.x >= 0 && area.y >= 0 && area.width > 0 && area.height > 0 &&
+                            area.width <= picture.width() - area.x && area.height <= picture.height() - area.y;
+        if (!inside) {
+            read_block(self, m_area);  // refuses it
+        }
+        m_line_size = line_size_for(format, area.width);
+        if (m_line_size > 0x7FFFFFFF / lines()) {
+            throw ManagedException("OutOfMemoryException", "The raw data would be larger than a managed array can be.");
+        }
+    }
+
+    size_t size() const { return m_line_size * lines(); }
+
+    // Writes all bytes.
+    void run(std::span<std::byte> block) const {
+        assert(block.size() == size());
+        const auto used = static_cast<size_t>(line_bytes(m_area.width, m_format.bits_per_pixel));
+        const bool adds = m_packing == Packing::kUpperBits;  // puts bits into bytes that are zeros
+        for (size_t y = 0; y < lines() && (adds || used < m_line_size); ++y) {
+            const auto line = block.subspan(y * m_line_size, m_line_size);
+            std::fill(line.begin() + static_cast<std::ptrdiff_t>(adds ? 0 : used), line.end(), std::byte{0});
+        }
+        const imagework::Picture& picture = m_self.picture();
+        if (m_verbatim == Verbatim::kSame) {
+            picture.read_samples(m_area, m_line_size, {reinterpret_cast<uint8_t*>(block.data()), block.size()});
+            return;
+        }
+        imagework::PaletteSearch search(m_format.palette);
+        std::vector<uint16_t> channels;
+        std::vector<std::byte> samples;
+        const bool plain_inks = has_plain_inks(m_self, m_format, m_packing);
+        const int32_t step = lines_at_once(m_area.width);
+        for (int32_t top = 0; top < m_area.height; top += step) {
+            const Rect part{m_area.x, m_area.y + top, m_area.width, std::min(step, m_area.height - top)};
+            std::byte* to = block.data() + static_cast<size_t>(top) * m_line_size;
+            if (m_verbatim == Verbatim::kReversed) {
+                read_reversed(part, used, samples, to);
+            } else if (plain_inks) {
+                read_plain_inks(part, to);
+            } else {
+                read_channels(m_self, part, m_format, search, channels);
+                for (size_t y = 0; y < static_cast<size_t>(part.height); ++y) {
+                    pack_line(m_format, m_packing, &channels[y * width() * channels_of(m_format)], width(),
+                              to + y * m_line_size);
+                }
+            }
+        }
+    }
+
+ private:
+    size_t lines() const { return static_cast<size_t>(m_area.height); }
+    size_t width() const { return static_cast<size_t>(m_area.width); }
+
+    // By way of other memory: exchanging in place would read what was written just before, which stalls a processor.
+    void read_reversed(const Rect& part, size_t used, std::vector<std::byte>& samples, std::byte* to) const {
+        const imagework::Picture& picture = m_self.picture();
+        const imagework::PixelForm& form = picture.form();
+        samples.resize(used * static_cast<size_t>(part.height));
+        picture.read_samples(part, used, {reinterpret_cast<uint8_t*>(samples.data()), samples.size()});
+        for (size_t y = 0; y < static_cast<size_t>(part.height); ++y, to += m_line_size) {
+            exchange_red_and_blue(&samples[y * used], to, width(), static_cast<size_t>(form.bands()),
+                                  imagework::sample_size(form.sample));
+        }
+    }
+    void read_plain_inks(const Rect& part, std::byte* to) const {
+        std::vector<Argb> colors(width() * static_cast<size_t>(part.height));
+        m_self.picture().read_argb(part, colors);
+        for (size_t y = 0; y < static_cast<size_t>(part.height); ++y, to += m_line_size) {
+            inks_of(std::span(colors).subspan(y * width(), width()), to);
+        }
+    }
+
+    const ImageObject& m_self;
+    Rect m_area;
+    const RawFormat& m_format;
+    Packing m_packing;
+    Verbatim m_verbatim;
+    size_t m_line_size = 0;
+};
 
 Value get_default_raw_data(ImageObject& self, const RectangleValue& rectangle, Record* raw_data_settings) {
     self.require_live();
-    const RawBlock block = raw_block(self, rectangle, format_of(self, raw_data_settings));
-    return PyHeld::steal(py_bytes({block.bytes.get(), block.size}));
+    const RawFormat format = format_of(self, raw_data_settings);
+    const RawRead read(self, rectangle, format);
+    return PyHeld::steal(py_bytes_filled(read.size(), [&](std::span<std::byte> block) { read.run(block); }));
 }
 
 void load_parts(ImageObject& self, const RectangleValue& rectangle, Record* settings, const VariantArg* loader,
@@ -300,8 +313,10 @@ void load_parts(ImageObject& self, const RectangleValue& rectangle, Record* sett
     PixelReceiver& receiver = required_receiver(loader, parameter);
     const RawFormat format = format_of(self, settings);
     for (const PixelPart& part : parts_of(rectangle)) {
-        const RawBlock block = raw_block(self, part.area, format);
-        receiver.take_raw(part, Bytes(block.bytes.get(), block.bytes.get() + block.size));
+        const RawRead read(self, part.area, format);
+        Bytes block(read.size());
+        read.run(block);
+        receiver.take_raw(part, block);
     }
 }
 void load_default_raw_data(ImageObject& self, const RectangleValue& rectangle,
@@ -430,6 +445,18 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
             require_indices(format, channels);
         }
     };
+    if (has_plain_inks(self, format, packing)) {
+        const int32_t step = lines_at_once(rectangle.width);
+        for (int32_t top = 0; top < rectangle.height; top += step) {
+            const Rect part{area.x, area.y + top, area.width, std::min(step, rectangle.height - top)};
+            std::vector<Argb> colors(width * static_cast<size_t>(part.height));
+            for (size_t y = 0; y < static_cast<size_t>(part.height); ++y) {
+                colors_of_inks(lines.line(top + static_cast<int32_t>(y)), std::span(colors).subspan(y * width, width));
+            }
+            write_block(self, part, std::move(colors));
+        }
+        return;
+    }
     std::vector<uint16_t> channels(width * channel_count);
     // All lines before the first is written, so that a refusal changes nothing.
     if (format.indexed) {

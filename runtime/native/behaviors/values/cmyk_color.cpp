@@ -1,7 +1,9 @@
 // CmykColor: members, text and hash, and the plain conversion to and from RGB.
 //
-// The conversions through ICC profiles are in behaviors/images.
+// The conversions through ICC profiles are in behaviors/images/color_conversions.cpp.
 #include <algorithm>
+#include <array>
+#include <cstring>
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
@@ -12,19 +14,56 @@
 
 namespace zelmor::embed {
 
+namespace {
+
+// What to multiply by instead of a division: exact for dividends below 65793, since the error of a reciprocal, times
+// such a dividend, stays below one.
+constexpr int kReciprocalBits = 24;
+constexpr auto kReciprocals = [] {
+    std::array<uint32_t, 256> table{};
+    for (uint32_t divisor = 1; divisor < table.size(); divisor++) {
+        table[divisor] = ((1U << kReciprocalBits) + divisor - 1) / divisor;
+    }
+    return table;
+}();
+
+}  // namespace
+
 CmykValue cmyk_of(uint32_t argb) {
     const int r = argb >> 16 & 0xFF, g = argb >> 8 & 0xFF, b = argb & 0xFF;
     const int light = std::max({r, g, b});
     if (light == 0) {
         return {0, 0, 0, 255};
     }
-    const auto ink = [light](int x) { return static_cast<uint8_t>(((light - x) * 255 + light / 2) / light); };
+    const uint32_t reciprocal = kReciprocals[static_cast<size_t>(light)];
+    const auto ink = [&](int x) {
+        const auto share = static_cast<uint64_t>((light - x) * 255 + light / 2);
+        return static_cast<uint8_t>(share * reciprocal >> kReciprocalBits);
+    };
     return {ink(r), ink(g), ink(b), static_cast<uint8_t>(255 - light)};
 }
 
 uint32_t argb_of(CmykValue cmyk) {
     const auto light = [&](int ink) { return static_cast<uint32_t>(((255 - ink) * (255 - cmyk.k) + 127) / 255); };
     return 0xFF000000u | light(cmyk.c) << 16 | light(cmyk.m) << 8 | light(cmyk.y);
+}
+
+void inks_of(std::span<const uint32_t> argb, std::byte* inks) {
+    for (const uint32_t color : argb) {
+        const CmykValue cmyk = cmyk_of(color);
+        const uint8_t bytes[] = {cmyk.c, cmyk.m, cmyk.y, cmyk.k};
+        std::memcpy(inks, bytes, sizeof(bytes));
+        inks += sizeof(bytes);
+    }
+}
+
+void colors_of_inks(const std::byte* inks, std::span<uint32_t> argb) {
+    for (uint32_t& color : argb) {
+        uint8_t bytes[4];
+        std::memcpy(bytes, inks, sizeof(bytes));
+        inks += sizeof(bytes);
+        color = argb_of({bytes[0], bytes[1], bytes[2], bytes[3]});
+    }
 }
 
 int32_t packed_cmyk(CmykValue cmyk) {

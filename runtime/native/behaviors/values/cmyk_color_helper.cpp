@@ -1,10 +1,21 @@
-// CmykColorHelper: CMYK colors packed into 32-bit numbers, without profiles.
+// CmykColorHelper: CMYK colors packed into 32-bit numbers, without profiles (with them: images/color_conversions.cpp).
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/behaviors/values/components.h"
 #include "runtime/native/behaviors/values/struct_arrays.h"
 
 namespace zelmor::embed {
+
+std::span<const int32_t> range_of(const std::vector<int32_t>& items, int32_t start_index, int32_t length) {
+    if (start_index < 0) {
+        throw_out_of_range("start_index", std::to_string(start_index) + " is negative.");
+    }
+    if (length < 0 || static_cast<size_t>(start_index) + static_cast<size_t>(length) > items.size()) {
+        throw_out_of_range("length", "The range from " + std::to_string(start_index) + " of " + std::to_string(length) +
+                                         " leaves an array of " + std::to_string(items.size()) + " elements.");
+    }
+    return std::span(items).subspan(static_cast<size_t>(start_index), static_cast<size_t>(length));
+}
 
 namespace {
 
@@ -51,17 +62,6 @@ Collection to_argb_array(const VariantArg* cmyk_pixels) {
     return numbers(std::move(items));
 }
 
-// A range of an array; ArgumentOutOfRangeException for one that is not inside it.
-std::span<const int32_t> range_of(const std::vector<int32_t>& items, int32_t start_index, int32_t length) {
-    if (start_index < 0) {
-        throw_out_of_range("start_index", std::to_string(start_index) + " is negative.");
-    }
-    if (length < 0 || static_cast<size_t>(start_index) + static_cast<size_t>(length) > items.size()) {
-        throw_out_of_range("length", "The range from " + std::to_string(start_index) + " of " + std::to_string(length) +
-                                         " leaves an array of " + std::to_string(items.size()) + " elements.");
-    }
-    return std::span(items).subspan(static_cast<size_t>(start_index), static_cast<size_t>(length));
-}
 Bytes bytes_of(const VariantArg* argb_pixels, int32_t start_index, int32_t length, bool with_alpha) {
     const std::vector<int32_t> items = read_array<int32_t>(argb_pixels, "argb_pixels");
     Bytes bytes;
