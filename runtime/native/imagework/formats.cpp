@@ -1,6 +1,8 @@
 // Names and defaults of the formats, and the limit on the size of a picture.
 #include "runtime/native/imagework/formats.h"
 
+#include <cassert>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -78,13 +80,23 @@ Format format_of(const Encoding& encoding) {
     return kFormats[encoding.format.index()];
 }
 
+namespace {
+
+// Of the filters' widest pixels. The product with two sides stays below 2^63.
+constexpr int kMostBytesPerPixel = static_cast<int>(limits::kSamplesOfPixel * sizeof(double));
+static_assert(limits::kSide * limits::kSide <= INT64_MAX / kMostBytesPerPixel);
+
+}  // namespace
+
 void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel) {
-    using limits::kArrayBytes;
+    using limits::kDecodedBytes;
     using limits::kSide;
-    if (width > kSide || height > kSide || width * height * bytes_per_pixel > kArrayBytes) {
+    constexpr auto kMost = static_cast<int64_t>(kDecodedBytes);
+    assert(bytes_per_pixel > 0 && bytes_per_pixel <= kMostBytesPerPixel);
+    if (width > kSide || height > kSide || width * height * bytes_per_pixel > kMost) {
         throw PictureError(Failure::kTooLarge, "a picture of " + std::to_string(width) + " by " +
                                                    std::to_string(height) + " pixels is larger than the limit of " +
-                                                   std::to_string(kArrayBytes) + " bytes or " + std::to_string(kSide) +
+                                                   std::to_string(kMost) + " bytes or " + std::to_string(kSide) +
                                                    " pixels to a side");
     }
 }

@@ -61,12 +61,7 @@ void load_partial_argb_32(ImageObject& self, const RectangleValue& rectangle, co
 
 std::vector<int64_t> argb_64(const ImageObject& self, const RectangleValue& area) {
     const imagework::Picture& picture = self.picture();
-    std::vector<uint64_t> pixels;
-    const bool plausible =
-        area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
-    if (plausible) {
-        pixels.resize(static_cast<size_t>(area.width) * static_cast<size_t>(area.height));
-    }
+    std::vector<uint64_t> pixels(pixels_to_read(picture, rect_of(area), sizeof(uint64_t)));
     picture.read_argb64(rect_of(area), pixels);
     return {pixels.begin(), pixels.end()};
 }

@@ -8,6 +8,7 @@
 #include "runtime/native/behaviors/images/pixel_blocks.h"
 #include "runtime/native/behaviors/values/cmyk.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {
 
@@ -33,19 +34,23 @@ Argb straight(Argb color) {
     return alpha << 24 | scaled(16) | scaled(8) | scaled(0);
 }
 
-// How many pixels an area has. The picture refuses an area that is not inside of it; for one whose size alone does not
-// fit, no memory is taken before.
-size_t pixels_to_read(const imagework::Picture& picture, const Rect& area) {
+}  // namespace
+
+size_t pixels_to_read(const imagework::Picture& picture, const Rect& area, size_t element_size) {
     const bool fits =
         area.width > 0 && area.height > 0 && area.width <= picture.width() && area.height <= picture.height();
-    return fits ? static_cast<size_t>(area.width) * static_cast<size_t>(area.height) : 0;
+    const size_t count = fits ? static_cast<size_t>(area.width) * static_cast<size_t>(area.height) : 0;
+    if (count > static_cast<size_t>(imagework::limits::kArrayBytes) / element_size) {
+        throw ManagedException("OutOfMemoryException", "The pixels of an area of " +
+                                                           size_text(area.width, area.height) +
+                                                           " would be larger than a managed array can be.");
+    }
+    return count;
 }
-
-}  // namespace
 
 std::vector<Argb> read_block(const ImageObject& self, const Rect& area) {
     const imagework::Picture& picture = self.picture();
-    std::vector<Argb> pixels(pixels_to_read(picture, area));
+    std::vector<Argb> pixels(pixels_to_read(picture, area, sizeof(Argb)));
     picture.read_argb(area, pixels);
     if (property_bool(self, "PremultiplyComponents")) {
         std::transform(pixels.begin(), pixels.end(), pixels.begin(), premultiplied);
@@ -151,7 +156,7 @@ bool has_inks(const imagework::PixelForm& form) {
 struct SampleBlock {
     SampleBlock(const imagework::Picture& picture, const Rect& area)
         : row_size(picture.form().pixel_size() * static_cast<size_t>(std::max(0, area.width))),
-          bytes(picture.form().pixel_size() * pixels_to_read(picture, area)) {
+          bytes(picture.form().pixel_size() * pixels_to_read(picture, area, picture.form().pixel_size())) {
         picture.read_samples(area, row_size, bytes);
     }
     size_t row_size;

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/pixels/samples.h"
 #include "runtime/native/imagework/vips/resample.h"
 #include "runtime/native/imagework/vips/rows_image.h"
@@ -21,6 +22,12 @@ size_t row_size_of(const RowsHeader& header) {
 
 std::string with_subject(const std::string& subject, const std::string& text) {
     return subject.empty() ? text : subject + ": " + text;
+}
+
+// Rows of more bytes are decoded again rather than kept for a second pass: one picture should not take most of the
+// memory that a process has, only to save time.
+bool fits_an_array(const RowsHeader& header) {
+    return row_size_of(header) * static_cast<size_t>(header.height) <= static_cast<size_t>(limits::kArrayBytes);
 }
 
 RowsHeader size_and_form(const RowsHeader& header) {
@@ -256,7 +263,7 @@ SharedRows DeferredRows::converted(SharedRows rows, const PixelForm& form, RowSt
 
 std::unique_ptr<RowReader> DeferredRows::open() {
     const std::lock_guard lock(m_mutex);
-    if (m_read && m_origin.keeps && m_kept.is_null()) {
+    if (m_read && m_origin.keeps && m_kept.is_null() && fits_an_array(m_header)) {
         try {
             keep();
         } catch (const PictureError& error) {

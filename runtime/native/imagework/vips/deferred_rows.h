@@ -7,7 +7,7 @@
 //
 // Sources are shared by the copies of a picture, and each step keeps the one before it. A source whose rows are wanted
 // for the second time reads them into memory and keeps them for all that share it, so that no file is decoded more than
-// twice. Only the pages of a file of several are decoded each time: together they may be larger than any memory.
+// twice. The pages of a file of several, and rows of more than 2 GiB, are decoded each time: memory may not hold them.
 //
 // The rows are those of pictures in memory (vips_picture.h): signed samples are turned to unsigned ones.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_DEFERRED_ROWS_H
