@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import io
+import struct
 from pathlib import Path
 from typing import Any
 
@@ -10,8 +11,8 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
-from zelmor.imaging import (Color, Image, PixelDataFormat, RasterImage, RawDataSettings, Rectangle,
-                            RotateFlipType)
+from zelmor.imaging import (CmykColor, CmykColorHelper, Color, Image, PixelDataFormat, RasterImage,
+                            RawDataSettings, Rectangle, RotateFlipType)
 from zelmor.imaging.fileformats.jpeg import JpegCompressionColorMode
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions
 
@@ -208,3 +209,113 @@ def test_rgb_to_cmyk_goes_by_the_embedded_profile(tmp_path: Path, press: bytes) 
         renderingIntent=ImageCms.Intent.RELATIVE_COLORIMETRIC, outputMode="CMYK")
     with Pillow.open(tmp_path / "a.jpg") as picture:
         assert np.abs(np.asarray(picture).astype(int) - np.asarray(expected)).mean() < 2
+
+
+# ---- Single colors by profiles in streams
+
+
+@pytest.fixture(scope="module", name="swapped")
+def swapped_profile() -> bytes:
+    """sRGB with red and blue exchanged."""
+    data = bytearray(ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes())
+    for entry in range(132, 132 + 12 * struct.unpack_from(">I", data, 128)[0], 12):
+        if data[entry:entry + 4] in (b"rXYZ", b"bXYZ"):
+            data[entry:entry + 4] = b"bXYZ" if data[entry:entry + 4] == b"rXYZ" else b"rXYZ"
+    return bytes(data)
+
+
+def converted(source: Pixels, mode: str, from_profile: bytes, to_profile: bytes, to_mode: str) -> Pixels:
+    """What the color management library makes of colors by two profiles."""
+    transform = ImageCms.buildTransform(io.BytesIO(from_profile), io.BytesIO(to_profile), mode, to_mode,
+                                        ImageCms.Intent.RELATIVE_COLORIMETRIC)
+    return np.asarray(ImageCms.applyTransform(Pillow.fromarray(source, mode), transform))
+
+
+RGB = np.random.default_rng(5).integers(0, 256, (1, 64, 3), dtype=np.uint8)
+
+
+def streams(*profiles: bytes) -> list[io.BytesIO]:
+    """Streams that do not stand at their beginning."""
+    files = [io.BytesIO(profile) for profile in profiles]
+    for file in files:
+        file.seek(7)
+    return files
+
+
+def packed_inks(numbers: Any) -> Pixels:
+    return np.array([[n >> shift & 255 for shift in (24, 16, 8, 0)] for n in numbers], np.uint8)[None]
+
+
+def test_colors_are_converted_to_cmyk_by_the_profiles_of_streams(press: bytes, swapped: bytes) -> None:
+    wanted = converted(RGB, "RGB", swapped, press, "CMYK")
+    assert worst(wanted, converted(RGB, "RGB", ImageCms.ImageCmsProfile(
+        ImageCms.createProfile("sRGB")).tobytes(), press, "CMYK")) > 20  # so that the profile counts
+    colors = [Color.from_argb(100, *map(int, rgb)) for rgb in RGB[0]]
+    numbers = [color.to_argb() for color in colors]
+    for many in (Color.to_cmyk_icc, Color.to_cmyk_colors_with_icc):
+        found = np.array([[c.c, c.m, c.y, c.k] for c in many(colors, *streams(swapped, press))], np.uint8)[None]
+        assert worst(found, wanted) <= 1
+    for one in (Color.to_cmyk_icc, Color.to_cmyk_color_with_icc):
+        c = one(colors[3], *streams(swapped, press))
+        assert worst(np.array([c.c, c.m, c.y, c.k], np.uint8), wanted[0, 3]) <= 1
+    helper = CmykColorHelper
+    for packed, source in ((helper.to_cmyk_icc, colors), (helper.to_cmyk_array_with_icc, colors),
+                           (helper.argb_32_to_cmyk_array_with_icc, numbers)):
+        assert worst(packed_inks(packed(source, *streams(swapped, press))), wanted) <= 1
+    for packed_one, value in ((helper.to_cmyk_icc, colors[3]), (helper.to_cmyk_with_icc, colors[3]),
+                              (helper.to_cmyk_icc, numbers[3]), (helper.argb_32_to_cmyk_with_icc, numbers[3])):
+        assert worst(packed_inks([packed_one(value, *streams(swapped, press))]), wanted[:, 3:4]) <= 1
+    for psd in (helper.to_psd_cmyk_icc, helper.argb_32_to_psd_cmyk_array_with_icc):
+        assert worst(255 - packed_inks(psd(numbers, *streams(swapped, press))), wanted) <= 1
+    for psd_one in (helper.to_psd_cmyk_icc, helper.argb_32_to_psd_cmyk_with_icc):
+        assert worst(255 - packed_inks([psd_one(numbers[3], *streams(swapped, press))]), wanted[:, 3:4]) <= 1
+    for psd in (helper.to_psd_cmyk_icc, helper.argb_32_to_psd_cmyk_array):
+        assert np.array_equal(255 - packed_inks(psd(numbers)), packed_inks(helper.argb_32_to_cmyk_array(numbers)))
+    plain_bytes = bytes(helper.to_cmyk_icc_bytes(numbers, 2, 5, *streams(swapped, press)))
+    assert worst(np.frombuffer(plain_bytes, np.uint8).reshape(1, 5, 4), wanted[:, 2:7]) <= 1
+    with_alpha = np.frombuffer(bytes(helper.to_cmyka_icc_bytes(numbers, 2, 5, *streams(swapped, press))), np.uint8)
+    assert worst(with_alpha.reshape(1, 5, 5)[..., :4], wanted[:, 2:7]) <= 1
+    assert (with_alpha.reshape(5, 5)[:, 4] == 100).all()
+
+
+def test_inks_are_converted_to_colors_by_the_profiles_of_streams(press: bytes, swapped: bytes) -> None:
+    source = inks(4)[:1]
+    wanted = converted(source, "CMYK", press, swapped, "RGB")
+    values = [CmykColor.from_params(*map(int, ink)) for ink in source[0]]
+    numbers = [CmykColorHelper.from_components(*map(int, ink)) for ink in source[0]]
+
+    def rgb(colors: Any) -> Pixels:
+        assert all(color.a == 255 for color in colors)
+        return np.array([[color.r, color.g, color.b] for color in colors], np.uint8)[None]
+
+    for many in (CmykColor.to_color_icc, CmykColor.to_colors_with_icc):
+        assert worst(rgb(many(values, *streams(press, swapped))), wanted) <= 1
+    for one in (CmykColor.to_color_icc, CmykColor.to_color_with_icc):
+        assert worst(rgb([one(values[3], *streams(press, swapped))]), wanted[:, 3:4]) <= 1
+    for packed in (CmykColorHelper.to_argb_icc, CmykColorHelper.to_argb_colors_with_icc):
+        assert worst(rgb(packed(numbers, *streams(press, swapped))), wanted) <= 1
+    for packed_one in (CmykColorHelper.to_argb_icc, CmykColorHelper.to_argb_color_with_icc):
+        assert worst(rgb([packed_one(numbers[3], *streams(press, swapped))]), wanted[:, 3:4]) <= 1
+
+
+def test_streams_without_a_profile_that_serves_are_refused(press: bytes, swapped: bytes) -> None:
+    color = Color.red
+    good = {"rgb_icc_stream": swapped, "cmyk_icc_stream": press}
+    model = "The stream has no color profile of the model that is needed. (Parameter '{}')"
+    for name in good:
+        other = press if name == "rgb_icc_stream" else swapped
+        for bad, text in ((b"no profile", model), (other, model),
+                          (b"", "The stream of the color profile is empty. (Parameter '{}')")):
+            profiles = [io.BytesIO(bad if each == name else data) for each, data in good.items()]
+            with managed_error("ArgumentException", text.format(name)):
+                Color.to_cmyk_icc(color, *profiles)
+            with managed_error("ArgumentException", text.format(name)):
+                CmykColorHelper.to_argb_icc(5, *reversed(profiles))
+        given = {each: None if each == name else io.BytesIO(data) for each, data in good.items()}
+        with managed_error("ArgumentNullException", name):
+            Color.to_cmyk_color_with_icc(color, **given)
+    files = streams(swapped, press)
+    Color.to_cmyk_icc(color, *files)
+    assert [file.tell() for file in files] == [7, 7]
+    with managed_error("ArgumentOutOfRangeException", "length"):
+        CmykColorHelper.to_cmyk_icc_bytes([1, 2], 1, 2, *streams(swapped, press))

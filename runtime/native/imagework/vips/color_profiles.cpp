@@ -368,6 +368,24 @@ void with_conversion(const ColorSpace& from, const ColorSpace& to, Step&& step) 
     step(own);
 }
 
+// The profiles of a conversion serve it, or are refused by the name of their parameter.
+void require_source(const ProfileBytes& profile, ColorModel model, const char* parameter) {
+    if (profile != nullptr && !is_profile_of(profile, model)) {
+        throw PictureError(Failure::kArgument, "The stream has no color profile of the model that is needed.",
+                           parameter);
+    }
+}
+void require_target(const ProfileBytes& profile, ColorModel model, const char* parameter) {
+    require_source(profile, model, parameter);
+    if (profile != nullptr && !is_output_profile_of(profile, model)) {
+        throw PictureError(Failure::kArgument, "The color profile of the stream has no way from colors to its numbers.",
+                           parameter);
+    }
+}
+
+constexpr const char* kRgbProfile = "rgb_icc_stream";
+constexpr const char* kCmykProfile = "cmyk_icc_stream";
+
 constexpr PixelForm kCmyk8{ColorModel::kCmyk};
 constexpr PixelForm kRgb8{};
 
@@ -376,6 +394,8 @@ constexpr PixelForm kRgb8{};
 void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk, const ProfileBytes& rgb_profile,
                   const ProfileBytes& cmyk_profile) {
     assert(cmyk.size() == 4 * colors.size());
+    require_source(rgb_profile, ColorModel::kRgb, kRgbProfile);
+    require_target(cmyk_profile, ColorModel::kCmyk, kCmykProfile);
     std::vector<uint8_t> rgb(3 * colors.size());
     from_argb(kRgb8, colors, rgb.data());
     with_conversion({ColorModel::kRgb, rgb_profile}, {ColorModel::kCmyk, cmyk_profile},
@@ -387,6 +407,8 @@ void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk, const P
 void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors, const ProfileBytes& cmyk_profile,
                   const ProfileBytes& rgb_profile) {
     assert(cmyk.size() == 4 * colors.size());
+    require_source(cmyk_profile, ColorModel::kCmyk, kCmykProfile);
+    require_target(rgb_profile, ColorModel::kRgb, kRgbProfile);
     std::vector<uint8_t> rgb(3 * colors.size());
     with_conversion({ColorModel::kCmyk, cmyk_profile}, {ColorModel::kRgb, rgb_profile},
                     [&](const ColorConversion& conversion) {
