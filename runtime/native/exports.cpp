@@ -67,7 +67,7 @@ ZELMOR_EXPORT int coreclr_create_delegate(void* host_handle, unsigned int domain
 
 ZELMOR_EXPORT int coreclr_shutdown_2(void* host_handle, unsigned int domain_id, int* latched_exit_code) {
     const int status = shut_down(host_handle, domain_id);
-    if (status == kOk && latched_exit_code) {
+    if (status == kOk && latched_exit_code != nullptr) {
         *latched_exit_code = 0;
     }
     return status;

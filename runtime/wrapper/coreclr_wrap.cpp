@@ -45,11 +45,11 @@ static_assert(std::is_trivially_destructible_v<std::mutex> && std::is_trivially_
 // The caller gets no reason for the failure. The trace of the start-up shows the message of the dynamic loader.
 void report_load_failure() {
     const char* switch_text = std::getenv("COREHOST_TRACE");
-    if (!switch_text || std::strtol(switch_text, nullptr, 10) < 1) {
+    if (switch_text == nullptr || std::strtol(switch_text, nullptr, 10) < 1) {
         return;
     }
     const char* reason = dlerror();
-    std::fprintf(stderr, "coreclr_wrap_load: %s\r\n", reason ? reason : "unknown loader failure");
+    std::fprintf(stderr, "coreclr_wrap_load: %s\r\n", reason != nullptr ? reason : "unknown loader failure");
 }
 
 template <typename Function>
@@ -60,7 +60,7 @@ bool resolve(void* library, const char* name, Function*& function) {
 
 bool open_runtime(const char* path, Runtime& runtime) {
     runtime.library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (!runtime.library) {
+    if (runtime.library == nullptr) {
         report_load_failure();
         return false;
     }
@@ -77,7 +77,7 @@ bool open_runtime(const char* path, Runtime& runtime) {
 // Compares the files, like the dynamic loader; their paths may differ.
 bool is_the_open_runtime(const char* path) {
     void* library = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
-    if (!library) {
+    if (library == nullptr) {
         return false;
     }
     dlclose(library);
@@ -87,7 +87,7 @@ bool is_the_open_runtime(const char* path) {
 }  // namespace
 
 int coreclr_wrap_load(const char* libcoreclr_path) {
-    if (!libcoreclr_path) {
+    if (libcoreclr_path == nullptr) {
         return 0;
     }
     const std::lock_guard<std::mutex> lock(g_mutex);
@@ -109,7 +109,8 @@ int coreclr_wrap_initialize(const char* exe_path, const char* domain_name, int p
     if (property_count < 0) {
         return kStatusInvalidArgument;
     }
-    if (!exe_path || !domain_name || (property_count > 0 && (!property_keys || !property_values))) {
+    if (exe_path == nullptr || domain_name == nullptr ||
+        (property_count > 0 && (property_keys == nullptr || property_values == nullptr))) {
         return kStatusNullArgument;
     }
     const std::lock_guard<std::mutex> lock(g_mutex);
@@ -131,11 +132,11 @@ int coreclr_wrap_initialize(const char* exe_path, const char* domain_name, int p
 
 int coreclr_wrap_create_delegate(const char* assembly_name, const char* type_name, const char* method_name,
                                  void** delegate) {
-    if (!delegate) {
+    if (delegate == nullptr) {
         return kStatusNullArgument;
     }
     *delegate = nullptr;
-    if (!assembly_name || !type_name || !method_name) {
+    if (assembly_name == nullptr || type_name == nullptr || method_name == nullptr) {
         return kStatusNullArgument;
     }
     Domain domain;

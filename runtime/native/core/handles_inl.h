@@ -46,7 +46,7 @@ T& target(Handle handle) {
 template <class T>
 T* target_or_null(Handle handle) {
     ManagedObject* object = object_of(handle);
-    return object ? &cast_object<T>(*object) : nullptr;
+    return object != nullptr ? &cast_object<T>(*object) : nullptr;
 }
 
 }  // namespace zelmor::embed

@@ -18,7 +18,7 @@ class Ref {
     constexpr Ref() noexcept = default;
     constexpr Ref(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor)
     explicit Ref(T* object) noexcept : m_object(object) {
-        if (m_object) {
+        if (m_object != nullptr) {
             m_object->retain();
         }
     }
@@ -29,7 +29,7 @@ class Ref {
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     Ref(Ref<U>&& other) noexcept : m_object(other.detach()) {}  // NOLINT(google-explicit-constructor)
     ~Ref() {
-        if (m_object) {
+        if (m_object != nullptr) {
             m_object->release();
         }
     }

@@ -157,7 +157,7 @@ const V& read_struct(const VariantArg* arg) {
         throw_invalid_cast("a Python object", StructTraits<V>::kName);
     }
     ManagedObject* object = object_of(arg->value);
-    if (!object) {
+    if (object == nullptr) {
         throw_null_reference(std::string("None cannot become a value of ") + StructTraits<V>::kName);
     }
     return unbox<V>(*object);

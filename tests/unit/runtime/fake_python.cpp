@@ -45,7 +45,7 @@ void drop(PyObject* object) {
             drop(item);
         }
     }
-    if (object->handle) {
+    if (object->handle != nullptr) {
         free_handle(object->handle);
     }
     --objects;
@@ -187,7 +187,7 @@ int variant_of(PyObject* object, VariantArg* out) {
     if (fails()) {
         return -1;
     }
-    if (object->handle) {
+    if (object->handle != nullptr) {
         *out = {1, object->handle};
         return 0;
     }

@@ -273,7 +273,7 @@ TEST_F(TailTest, EveryWritableNumberOfTheCatalogueIsStored) {
             continue;
         }
         Owned object(make_handle(make_instance(type)));
-        if (!dynamic_cast<Record*>(object_of(object.get()))) {
+        if (dynamic_cast<Record*>(object_of(object.get())) == nullptr) {
             continue;
         }
         for (size_t i = 0; i < type.properties.size(); ++i) {

@@ -17,7 +17,7 @@ namespace zelmor::imagework {
 class OneQuantizerThread {
  public:
     OneQuantizerThread() {
-        if (!omp_get_max_threads || !omp_set_num_threads) {
+        if (omp_get_max_threads == nullptr || omp_set_num_threads == nullptr) {
             return;
         }
         m_before = omp_get_max_threads();
