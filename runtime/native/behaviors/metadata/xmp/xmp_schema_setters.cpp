@@ -1,16 +1,9 @@
 // The setters of the packages of the published schemas: each writes one property of XMP.
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Dicom.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.DublinCore.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Pdf.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Photoshop.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpBaseSchema.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpDm.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpMm.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpRm.h"
 #include "runtime/native/behaviors/metadata/xmp/iso_date.h"
 #include "runtime/native/behaviors/metadata/xmp/xml_text.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_arrays.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_package.h"
+#include "runtime/native/behaviors/metadata/xmp/xmp_schema_names.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_types.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
@@ -111,14 +104,7 @@ constexpr Kind kStructure = &row_behavior<&set_structure>;
 constexpr Kind kToken = &row_behavior<&set_token>;
 constexpr Kind kGuid = &row_behavior<&set_guid>;
 
-using Dicom = api::Xmp::Schemas::Dicom::DicomPackage;
-using DublinCore = api::Xmp::Schemas::DublinCore::DublinCorePackage;
-using Pdf = api::Xmp::Schemas::Pdf::PdfPackage;
-using Photoshop = api::Xmp::Schemas::Photoshop::PhotoshopPackage;
-using Basic = api::Xmp::Schemas::XmpBaseSchema::XmpBasicPackage;
-using DynamicMedia = api::Xmp::Schemas::XmpDm::XmpDynamicMediaPackage;
-using MediaManagement = api::Xmp::Schemas::XmpMm::XmpMediaManagementPackage;
-using RightsManagement = api::Xmp::Schemas::XmpRm::XmpRightsManagementPackage;
+using namespace xmp_schema_names;
 
 constexpr Setter kSetters[] = {
     {&Dicom::call_000_SetEquipmentInstitution, kText, "EquipmentInstitution"},

@@ -1,17 +1,10 @@
 // The published schemas: their namespaces and the properties that hold several values.
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Dicom.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.DublinCore.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Pdf.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.Photoshop.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpBaseSchema.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpDm.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpMm.h"
-#include "generated/runtime/Zelmor.Imaging.Xmp.Schemas.XmpRm.h"
 #include "generated/runtime/Zelmor.Imaging.Xmp.h"
 #include "runtime/native/behaviors/metadata/xmp/xml_text.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_arrays.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_namespaces.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_package.h"
+#include "runtime/native/behaviors/metadata/xmp/xmp_schema_names.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/delegates/row_behavior.h"
@@ -23,14 +16,7 @@ namespace {
 namespace ns = xmp_namespaces;
 
 using Namespaces = api::Xmp::Namespaces;
-using Dicom = api::Xmp::Schemas::Dicom::DicomPackage;
-using DublinCore = api::Xmp::Schemas::DublinCore::DublinCorePackage;
-using Pdf = api::Xmp::Schemas::Pdf::PdfPackage;
-using Photoshop = api::Xmp::Schemas::Photoshop::PhotoshopPackage;
-using Basic = api::Xmp::Schemas::XmpBaseSchema::XmpBasicPackage;
-using DynamicMedia = api::Xmp::Schemas::XmpDm::XmpDynamicMediaPackage;
-using MediaManagement = api::Xmp::Schemas::XmpMm::XmpMediaManagementPackage;
-using RightsManagement = api::Xmp::Schemas::XmpRm::XmpRightsManagementPackage;
+using namespace xmp_schema_names;
 
 struct Schema {
     const TypeName& type;
