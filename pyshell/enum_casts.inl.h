@@ -30,7 +30,7 @@ PyObject* run(const EnumCastFamily<T>& of, CastArgument kind, int (*CastServices
     T out{};
     const CastServices services = of.services();
     const int status = (services.*service)(source.passed(), &out);
-    if (PyErr_Occurred()) {
+    if (PyErr_Occurred() != nullptr) {
         return nullptr;
     }
     return status == 0 ? no_cast() : finish_cast_with(status, convert_enum_result(out, *of.type));

@@ -39,18 +39,18 @@ template <class T>
 bool read_enum_integer(PyObject* value, T* out) {
     if constexpr (std::is_same_v<T, unsigned long>) {
         *out = PyLong_AsUnsignedLongLong(value);
-        return *out != static_cast<T>(-1) || !PyErr_Occurred();
+        return *out != static_cast<T>(-1) || PyErr_Occurred() == nullptr;
     } else if constexpr (std::is_same_v<T, long>) {
         *out = PyLong_AsLongLong(value);
-        return *out != -1 || !PyErr_Occurred();
+        return *out != -1 || PyErr_Occurred() == nullptr;
     } else if constexpr (std::is_unsigned_v<T>) {
         const unsigned long wide = PyLong_AsUnsignedLong(value);
         *out = static_cast<T>(wide);
-        return wide != static_cast<unsigned long>(-1) || !PyErr_Occurred();
+        return wide != static_cast<unsigned long>(-1) || PyErr_Occurred() == nullptr;
     } else {
         const long wide = PyLong_AsLong(value);
         *out = static_cast<T>(wide);
-        return wide != -1 || !PyErr_Occurred();
+        return wide != -1 || PyErr_Occurred() == nullptr;
     }
 }
 

@@ -54,7 +54,7 @@ TEST(FilterTest, OnlyTheAreaChanges) {
             if (!inside) {
                 EXPECT_EQ(picture->get_argb(x, y), before->get_argb(x, y));
             }
-            changed += picture->get_argb(x, y) != before->get_argb(x, y);
+            changed += picture->get_argb(x, y) != before->get_argb(x, y) ? 1 : 0;
         }
     }
     EXPECT_GT(changed, 20);
