@@ -43,9 +43,7 @@ class MemoryStream final : public ManagedStream {
     }
     int64_t seek(int64_t offset, SeekOrigin origin) override {
         require_live();
-        const int64_t base = origin == SeekOrigin::kBegin     ? 0
-                             : origin == SeekOrigin::kCurrent ? m_position
-                                                              : length();
+        const int64_t base = origin == SeekOrigin::kBegin ? 0 : origin == SeekOrigin::kCurrent ? m_position : length();
         return m_position = moved(base, offset);
     }
     void set_length(int64_t length) override {
