@@ -6,7 +6,10 @@
 #   make bench    measure speed beside hand-written C, Cython, pybind11 and PyQt5; streams; collections; operations
 #                 on pictures beside Pillow; jobs on files beside Pillow and vips; import; sizes; memory
 #   make docs     write the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
-#   make fuzz     run the property tests with many more examples
+#   make fuzz     run the property tests with many more examples, then make fuzz-pictures
+#   make fuzz-pictures
+#                 try altered picture files under the sanitizers (COUNT=20000 SEED=1 MINUTES=60; the files with
+#                 findings are in build/fuzz)
 #   make debug-test, make sanitize, make valgrind
 #                 run the tests under the debug interpreter, the address and undefined-behavior sanitizers, or valgrind
 #                 (slow: select tests with TESTS=tests/python/images/test_x.py)
@@ -35,10 +38,13 @@ RUN := PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(BUILD)/python $(PYTHON)
 CACHE = $(CURDIR)/tools/compile_cached.sh
 LAUNCHER = $(if $(wildcard /usr/bin/ccache),"-DCMAKE_C_COMPILER_LAUNCHER=$(CACHE)" "-DCMAKE_CXX_COMPILER_LAUNCHER=$(CACHE)")
 
+# The lots that fuzz-pictures and mutants draw.
+SEED ?= 1
+
 .DEFAULT_GOAL := build
 # Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test docs bench scale fuzz debug-test sanitize valgrind growth mutants identifiers lint
+.PHONY: setup build demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
 .PHONY: quick-lint format clean
 
 setup:
@@ -83,15 +89,24 @@ scale: setup-build
 
 fuzz: setup-test everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --fuzz $(TESTS)
+	@$(if $(TESTS),,$(MAKE) --no-print-directory fuzz-pictures)
+
+fuzz-pictures: COUNT ?= 20000
+fuzz-pictures: setup-test
+	@$(CONFIGURE_SANITIZED)
+	@cmake --build $(BUILD)-sanitize -j $(JOBS) --target fuzz_pictures
+	@$(PYTHON) -B tests/fuzz/run.py --build $(BUILD)-sanitize --work $(BUILD)/fuzz --jobs $(JOBS) --count $(COUNT) \
+	    --seed $(SEED) $(if $(MINUTES),--minutes $(MINUTES))
 
 debug-test: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under debug $(TESTS)
 
 # Uses a build tree of its own. The build itself runs the unit tests once, to list them.
+SANITIZERS := -O1 -fno-omit-frame-pointer -fsanitize=address,undefined
+CONFIGURE_SANITIZED = cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) \
+    -DCMAKE_CXX_FLAGS="$(SANITIZERS)" -DCMAKE_C_FLAGS="$(SANITIZERS)" >/dev/null
 sanitize: setup-test
-	@cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) \
-	    -DCMAKE_CXX_FLAGS="-O1 -fno-omit-frame-pointer -fsanitize=address,undefined" \
-	    -DCMAKE_C_FLAGS="-O1 -fno-omit-frame-pointer -fsanitize=address,undefined" >/dev/null
+	@$(CONFIGURE_SANITIZED)
 	@ASAN_OPTIONS=detect_leaks=0 cmake --build $(BUILD)-sanitize -j $(JOBS) --target tests
 	@$(PYTHON) tools/run_tests.py --build $(BUILD)-sanitize --under sanitizers $(TESTS)
 
@@ -102,8 +117,7 @@ growth: setup-test everything
 	@ZELMOR_BUILD_DIR=$(BUILD) $(RUN) tests/python/support/programs/memory_growth.py $(CLASSES)
 
 # Works in a copy of the tree, below the build tree.
-COUNT ?= 20
-SEED ?= 1
+mutants: COUNT ?= 20
 mutants: setup-test
 	@$(PYTHON) -B -m tools.mutants --build $(BUILD) --jobs $(JOBS) --count $(COUNT) --seed $(SEED) $(if $(LIST),--list) \
 	    $(if $(MINUTES),--minutes $(MINUTES)) \

@@ -7,7 +7,7 @@ from dataclasses import dataclass, field
 
 import numpy as np
 
-from support.image_oracles import Pixels
+from support.arrays import Pixels
 
 
 @dataclass
@@ -170,7 +170,8 @@ def from_bytes(data: bytes) -> Gif:
     width, height, flags, background, aspect = struct.unpack_from("<HHBBB", data, 6)
     palette = data[13:13 + 3 * (2 << (flags & 7))] if flags & 0x80 else b""
     gif = Gif(width, height, palette, [], flags >> 4 & 7, bool(flags & 8), background, aspect, trailer=False)
-    at, blocks, control = 13 + len(palette), [], None
+    blocks: list[bytes] = []
+    at, control = 13 + len(palette), None
     while at < len(data):
         if data[at] == 0x3B:
             assert at == len(data) - 1

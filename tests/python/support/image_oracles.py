@@ -8,18 +8,14 @@ import struct
 import zlib
 from collections.abc import Iterator
 from pathlib import Path
-from typing import Any
 
 import numpy as np
-import numpy.typing
 import pytest
 from PIL import Image as Pillow
 from zelmor import imaging
 
+from support.arrays import Pixels as Pixels
 from support.pictures import png_chunk
-
-#: An array with the dimensions rows, columns and, except for gray, bands.
-Pixels = numpy.typing.NDArray[Any]
 
 WIDTH, HEIGHT = 61, 43  # odd, so that wrong padding of rows shows
 

@@ -127,6 +127,41 @@ TEST(PngRowsTest, EveryCutIsDamageAndLenientReadingHasTheRowsBefore) {
     EXPECT_GT(most, 20U);
 }
 
+// Its rows come all at once, so that a file of some hundred bytes could take gigabytes for them.
+TEST(PngRowsTest, AnInterlacedPictureHasTheMemoryOfItsImageAndGivesItBack) {
+    const RowsHeader header = header_of(40, 30, {});
+    const auto rows = random_rows(header);
+    PngEncoding encoding;
+    encoding.interlaced = true;
+    const auto bytes = written(header, rows, encoding);
+    const auto budget = std::make_shared<MemoryBudget>(rows.size());
+    {
+        const auto reader = open_png(memory_source(bytes), {false, false, budget});
+        EXPECT_EQ(budget->used(), 0U);
+        std::vector<uint8_t> row(row_size(header));
+        reader->read(1, row);
+        EXPECT_EQ(budget->used(), rows.size());
+        std::vector<uint8_t> others(rows.size() - row.size());
+        reader->read(header.height - 1, others);
+        EXPECT_EQ(budget->used(), 0U);
+        reader->read(0, {});
+        EXPECT_TRUE(std::equal(others.begin(), others.end(), rows.begin() + static_cast<std::ptrdiff_t>(row.size())));
+    }
+    const auto small = std::make_shared<MemoryBudget>(rows.size() - 1);
+    EXPECT_EQ(failure_of([&] {
+                  all_rows(*open_png(memory_source(bytes), {false, false, small}));
+              }),
+              Failure::kTooLarge);
+    EXPECT_EQ(small->used(), 0U);
+}
+
+TEST(PngRowsTest, ARowLargerThanTheMemoryOfItsImageIsRefusedBeforeAnyIsRead) {
+    const RowsHeader header = header_of(40, 30, {});
+    const auto bytes = written(header, random_rows(header));
+    const auto budget = std::make_shared<MemoryBudget>(row_size(header) - 1);
+    EXPECT_EQ(failure_of([&] { open_png(memory_source(bytes), {false, false, budget}); }), Failure::kTooLarge);
+}
+
 TEST(PngRowsTest, AKeyStandsForTransparentPixels) {
     const RowsHeader header = header_of(2, 1, {ColorModel::kRgb, SampleType::kUint8, 8, true});
     const PngKey key{8, {1, 2, 3}};

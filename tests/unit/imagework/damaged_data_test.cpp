@@ -102,5 +102,20 @@ TEST(HugeHeaderTest, IsRefusedBeforeMemoryIsTaken) {
     EXPECT_NE(std::string(refused.what()).find("the limit of one image is"), std::string::npos) << refused.what();
 }
 
+// A decoder may take memory for a row before it has seen one.
+TEST(HugeHeaderTest, OfTooLongASideIsRefusedWhenTheFileIsOpened) {
+    for (const size_t side : {16, 20}) {
+        auto png = encoded(*noise(8, 8, true), PngEncoding{});
+        std::fill_n(png.begin() + static_cast<std::ptrdiff_t>(side), 4, uint8_t{0x7F});
+        png[29] = png[30] = png[31] = png[32] = 0;
+        for (const Recovery recovery : {Recovery::kNone, Recovery::kMaximal}) {
+            DecodeOptions options;
+            options.recovery = recovery;
+            const PictureError refused = failure_of([&] { backend().open_frames(memory_source(png), options); });
+            EXPECT_EQ(refused.kind(), Failure::kTooLarge) << refused.what();
+        }
+    }
+}
+
 }  // namespace
 }  // namespace zelmor::imagework

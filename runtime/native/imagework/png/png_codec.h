@@ -11,6 +11,7 @@
 
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/pixels/data_source.h"
+#include "runtime/native/imagework/pixels/memory_budget.h"
 #include "runtime/native/imagework/pixels/rows.h"
 
 namespace zelmor::imagework {
@@ -21,9 +22,12 @@ struct PngReading {
     bool lenient = false;
     // Goes on behind a wrong checksum, and an interlaced picture has what its passes gave so far.
     bool careless = false;
+    // Has room for the rows of an interlaced picture, which come all at once; null where nothing is counted.
+    SharedBudget memory = {};
 };
 
-// Reads the header. PictureError: kDamaged, or kTooLarge for an interlaced picture that has no room in memory.
+// Reads the header. PictureError: kDamaged, or kTooLarge for an interlaced picture that has no room in memory; of the
+// budget the latter when rows are read.
 std::unique_ptr<RowReader> open_png(const SharedSource& source, const PngReading& reading = {});
 
 // Whether a picture of rows with alpha is one without, whose pixels of the key's color alone are transparent. Only then

@@ -300,7 +300,7 @@ class ApngFrames final : public FrameSource {
             put(kIdat, chunk, chunk.type == kFrameData ? kSequenceSize : 0);
         }
         put_png_chunk(png, kIend, {});
-        return open_png(memory_source(std::move(png)), {m_lenient, m_lenient});
+        return open_png(memory_source(std::move(png)), {m_lenient, m_lenient, m_budget});
     }
 
     // Draws a frame on the canvas.

@@ -24,7 +24,11 @@ constexpr int kChunkNameBytes = 5;
 class PngReader final : public RowReader {
  public:
     PngReader(const SharedSource& source, const PngReading& reading)
-        : m_lenient(reading.lenient), m_careless(reading.careless), m_bytes(source), m_session(PngSession::Use::kRead) {
+        : m_lenient(reading.lenient),
+          m_careless(reading.careless),
+          m_memory(reading.memory),
+          m_bytes(source),
+          m_session(PngSession::Use::kRead) {
         start();
         take_header();
         take_palette();
@@ -38,6 +42,9 @@ class PngReader final : public RowReader {
         const size_t row_size = m_header.form.pixel_size() * static_cast<size_t>(m_header.width);
         assert(count >= 0 && m_next_row + count <= m_header.height);
         assert(rows.size() == row_size * static_cast<size_t>(count));
+        if (count == 0) {
+            return;
+        }
         if (m_passes > 1) {
             if (m_whole.empty()) {
                 read_whole(row_size);
@@ -45,10 +52,13 @@ class PngReader final : public RowReader {
             const auto from = m_whole.begin() + static_cast<std::ptrdiff_t>(row_size * static_cast<size_t>(m_next_row));
             std::copy_n(from, rows.size(), rows.begin());
             m_next_row += count;
+            if (m_next_row == m_header.height) {
+                drop_whole();
+            }
         } else {
             read_rows(count, rows.data(), row_size);
             m_next_row += count;
-            if (m_next_row == m_header.height && count > 0) {
+            if (m_next_row == m_header.height) {
                 end();
             }
         }
@@ -153,6 +163,8 @@ class PngReader final : public RowReader {
         const bool spreads = m_color == PNG_COLOR_TYPE_GRAY && m_depth < 8;
         const bool swaps = m_depth == 16 && std::endian::native == std::endian::little;
         const bool has_key = m_has_key;
+        const size_t row_size = m_header.form.pixel_size() * static_cast<size_t>(m_header.width);
+        check_row(row_size);
         int passes = 1;
         int* const passes_to = &passes;
         m_session.run([=] {
@@ -171,13 +183,18 @@ class PngReader final : public RowReader {
             png_read_update_info(png, info);
         });
         m_passes = passes;
-        const size_t row_size = m_header.form.pixel_size() * static_cast<size_t>(m_header.width);
         if (png_get_rowbytes(png, info) != row_size) {
             throw PictureError(Failure::kInternal, "the PNG decoder gives rows of another form");
         }
         if (m_passes > 1) {
             check_picture_size(m_header.width, m_header.height, static_cast<int>(m_header.form.pixel_size()));
         }
+    }
+
+    // The library keeps two rows from the beginning on. A picture of which not even one has room is refused before.
+    void check_row(size_t row_size) const {
+        MemoryBudget room(m_memory != nullptr ? m_memory->limit() : limits::kDecodedBytes);
+        room.take(row_size);
     }
 
     void read_rows(int32_t count, uint8_t* rows, size_t row_size) {
@@ -190,7 +207,9 @@ class PngReader final : public RowReader {
     }
 
     void read_whole(size_t row_size) {
-        m_whole.resize(row_size * static_cast<size_t>(m_header.height));
+        const size_t size = row_size * static_cast<size_t>(m_header.height);
+        m_share = MemoryShare(m_memory, size);
+        m_whole.resize(size);
         try {
             for (int pass = 0; pass < m_passes; pass++) {
                 read_rows(m_header.height, m_whole.data(), row_size);
@@ -198,10 +217,15 @@ class PngReader final : public RowReader {
             end();
         } catch (const PictureError& error) {
             if (!m_careless || error.kind() != Failure::kDamaged) {
-                m_whole = {};
+                drop_whole();
                 throw;
             }
         }
+    }
+
+    void drop_whole() {
+        m_whole = {};
+        m_share.reset();
     }
 
     // Reads what follows the pixels, where damage shows that hit no pixel.
@@ -250,6 +274,7 @@ class PngReader final : public RowReader {
 
     bool m_lenient;
     bool m_careless;
+    SharedBudget m_memory;
     SourceBytes m_bytes;
     uint64_t m_at = 0;
     PngSession m_session;
@@ -259,7 +284,8 @@ class PngReader final : public RowReader {
     bool m_has_key = false;
     int m_passes = 1;
     int32_t m_next_row = 0;
-    std::vector<uint8_t> m_whole;  // of an interlaced picture
+    std::vector<uint8_t> m_whole;  // of an interlaced picture, until its last row was read
+    MemoryShare m_share;           // for these
 };
 
 }  // namespace

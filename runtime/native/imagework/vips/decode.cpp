@@ -46,7 +46,8 @@ auto labeled(const std::string& damage, Step&& step) -> decltype(step()) {
 
 // The picture that programs show which know no animations.
 SharedFrames open_still_png(const SharedSource& source, FileFacts facts, const DecodeOptions& options) {
-    const PngReading reading{options.recovery != Recovery::kNone, options.recovery == Recovery::kMaximal};
+    const PngReading reading{options.recovery != Recovery::kNone, options.recovery == Recovery::kMaximal,
+                             options.memory};
     return std::make_shared<const SingleFrame>(std::move(facts), [=] { return open_png(source, reading); });
 }
 
@@ -91,6 +92,7 @@ SharedFrames open_frames(const SharedSource& source, const DecodeOptions& option
     settle_after_fork();
     SourceBytes bytes(source, SourceBytes::kHeaderWindow);
     const FileFacts facts = probe(bytes);
+    require_decodable(facts, options);
     return labeled(damage_of(facts.format), [&] { return opened(source, facts, options, true); });
 }
 
