@@ -39,7 +39,8 @@ size_t place(const Bytes& file, Lots& lots) {
             return lots.below(std::min<size_t>(file.size(), 64));
         default: {
             const Part part = piece(file, lots);
-            return part.at + lots.below(std::min<size_t>(part.length, 28));
+            return std::min(part.at + lots.below(std::min<size_t>(part.length, 28)),
+                            file.size() - 1);  // parts may be empty
         }
     }
 }
