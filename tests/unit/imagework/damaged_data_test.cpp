@@ -117,5 +117,26 @@ TEST(HugeHeaderTest, OfTooLongASideIsRefusedWhenTheFileIsOpened) {
     }
 }
 
+// The areas of the frames are compared with the canvas when they are found: a smaller canvas behind them would have no
+// room for them.
+TEST(AnimationTest, ASecondHeaderIsDamage) {
+    const auto picture = noise(8, 8, true);
+    Encoding encoding;
+    encoding.format = PngEncoding{};
+    const std::vector<FrameToWrite> frames(2, {picture.get(), 70, &encoding});
+    const EncodedBytes encoded = backend().encode_frames(frames);
+    std::vector<uint8_t> file(encoded.bytes().begin(), encoded.bytes().end());
+    const std::string header("\0\0\0\x0DIHDR\0\0\0\x01\0\0\0\x01\x08\0\0\0\0\0\0\0\0", 25);
+    file.insert(file.end() - 12, header.begin(), header.end());
+    EXPECT_EQ(failure_of([&] { backend().open_frames(memory_source(file), {}); }).kind(), Failure::kDamaged);
+    DecodeOptions lenient;
+    lenient.recovery = Recovery::kMaximal;
+    const SharedFrames found = backend().open_frames(memory_source(file), lenient);
+    ASSERT_EQ(found->count(), 2U);
+    const auto last = backend().decode_frame(found, 1, lenient);
+    EXPECT_EQ(last->width(), 8);
+    EXPECT_EQ(pixels_of(*last), pixels_of(*picture));
+}
+
 }  // namespace
 }  // namespace zelmor::imagework

@@ -81,6 +81,10 @@ class ChunkWalk {
     void take(const Chunk& chunk, Animation& found) {
         switch (chunk.type) {
             case kIhdr: {
+                // The areas of the frames were compared with the first one.
+                if (!found.header.empty()) {
+                    damaged("has two headers");
+                }
                 found.width = m_in.i32(chunk.at);
                 found.height = m_in.i32(chunk.at + 4);
                 if (chunk.size < kHeaderSize || found.width < 1 || found.height < 1) {
