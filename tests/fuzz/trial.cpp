@@ -288,7 +288,7 @@ void Trial::save_frames() {
         if (encoding.copies_frames && facts.format == Format::kGif) {
             frame.picture = nullptr;
             frame.origin = {m_frames, i};
-            frame.gif.disposal = header.disposal;
+            frame.gif.control = header.control.value_or(GifControl{});
         }
         frames.push_back(std::move(frame));
     }
