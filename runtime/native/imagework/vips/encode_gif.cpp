@@ -346,8 +346,9 @@ class Animation {
 
     // Makes a part the whole of what is seen with it.
     void cover(Composed& composed) const {
-        VipsPicture whole(
-            blank_image({ColorModel::kRgb, SampleType::kUint8, 8, true}, m_width, m_height, kDefaultResolution));
+        RowsHeader header;
+        header.form = {ColorModel::kRgb, SampleType::kUint8, 8, true};
+        VipsPicture whole(blank_image(header.form, m_width, m_height, kDefaultResolution), header);
         whole.write_argb({0, 0, m_width, m_height}, composed.shown.colors);
         Encoding encoding;
         encoding.may_widen = true;

@@ -17,55 +17,6 @@ namespace {
 
 constexpr double kMillimetersPerInch = 25.4;
 
-// An image of any kind in the bands and formats that pictures have (see vips_picture.h).
-VImage in_known_form(VImage image) {
-    if (image.coding() != VIPS_CODING_NONE) {
-        image = image.colourspace(VIPS_INTERPRETATION_sRGB);
-    }
-    const bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK && image.bands() >= 4;
-    const int most = cmyk ? 5 : 4;
-    if (image.bands() > most) {
-        image = image.extract_band(0, VImage::option()->set("n", most));
-    }
-    const VipsInterpretation kind = image.interpretation();
-    switch (image.format()) {
-        case VIPS_FORMAT_CHAR:
-            image = (image.cast(VIPS_FORMAT_INT) + 128).cast(VIPS_FORMAT_UCHAR);
-            break;
-        case VIPS_FORMAT_SHORT:
-            image = (image.cast(VIPS_FORMAT_INT) + 32768).cast(VIPS_FORMAT_USHORT);
-            break;
-        case VIPS_FORMAT_INT:
-            image = (image.cast(VIPS_FORMAT_DOUBLE) + 2147483648.0).cast(VIPS_FORMAT_UINT);
-            break;
-        case VIPS_FORMAT_COMPLEX:
-        case VIPS_FORMAT_DPCOMPLEX:
-            throw PictureError(Failure::kUnsupported, "pixels of complex numbers have no colors");
-        default:
-            break;
-    }
-    return image.interpretation() == kind ? image : image.copy(VImage::option()->set("interpretation", kind));
-}
-
-ProfileBytes profile_in(const VImage& image) {
-    if (image.get_typeof(VIPS_META_ICC_NAME) == 0) {
-        return nullptr;
-    }
-    size_t size = 0;
-    const auto* data = static_cast<const uint8_t*>(image.get_blob(VIPS_META_ICC_NAME, &size));
-    return std::make_shared<const std::vector<uint8_t>>(data, data + size);
-}
-
-// The profile is the picture's; the library's savers get it from there.
-VImage without_profile(const VImage& image) {
-    if (image.get_typeof(VIPS_META_ICC_NAME) == 0) {
-        return image;
-    }
-    VImage result = image.copy();
-    result.remove(VIPS_META_ICC_NAME);
-    return result;
-}
-
 // What the formats can tell.
 Resolution in_range(Resolution resolution) {
     const auto limited = [](double dots) { return dots_per_millimeter(dots) * kMillimetersPerInch; };
@@ -80,13 +31,6 @@ SharedPalette shared_palette(const RowsHeader& header) {
 }
 
 }  // namespace
-
-VipsPicture::VipsPicture(const VImage& image, int frame_count)
-    : m_image(computed(without_profile(in_known_form(image)))),
-      m_form(form_of_image(m_image)),
-      m_resolution{image.xres() * kMillimetersPerInch, image.yres() * kMillimetersPerInch},
-      m_profile(profile_in(image)),
-      m_frame_count(frame_count) {}
 
 VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header, int frame_count)
     : m_image(computed(image)),

@@ -32,9 +32,6 @@ using SharedPalette = std::shared_ptr<const Palette>;
 
 class VipsPicture final : public Picture {
  public:
-    // Takes an image of the library of any form, and computes it. Its form is what its bands, its band format and its
-    // interpretation say; an embedded profile becomes the picture's.
-    explicit VipsPicture(const vips::VImage& image, int frame_count = 1);
     // Of the size, form, resolution, palette and profile given; `image` has the samples in that form.
     VipsPicture(const vips::VImage& image, const RowsHeader& header, int frame_count = 1);
     // The same, with rows that are decoded when they are needed.
