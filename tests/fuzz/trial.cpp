@@ -1,11 +1,8 @@
 // The steps of a trial; see trial.h.
 #include "tests/fuzz/trial.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <array>
-#include <stdexcept>
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
@@ -74,17 +71,6 @@ std::array<FormatEncoding, 6> encodings() {
 }
 
 }  // namespace
-
-Backend& backend() {
-    static Backend* loaded = [] {
-        void* library = dlopen(IMAGEWORK_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) {
-            throw std::runtime_error(dlerror());
-        }
-        return reinterpret_cast<BackendFunction>(dlsym(library, kBackendSymbol))();
-    }();
-    return *loaded;
-}
 
 Trial::Trial(const std::vector<uint8_t>& file, Lots& lots, const Bounds& bounds)
     : m_file(file), m_lots(lots), m_bounds(bounds), m_in_memory(lots.one_in(2)) {}

@@ -6,12 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "runtime/native/imagework/backend.h"
 #include "tests/fuzz/alterations.h"
+#include "tests/unit/imagework/backend_library.h"
 
 namespace zelmor::fuzz {
-
-imagework::Backend& backend();
 
 // The bounds of one step.
 struct Bounds {

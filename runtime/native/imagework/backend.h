@@ -45,7 +45,6 @@ class Picture {
     virtual void set_profile(ProfileBytes profile) = 0;
     virtual bool has_alpha() const = 0;  // a band of the form, or transparent colors of the palette
     virtual bool is_gray() const = 0;
-    virtual int frame_count() const = 0;  // of the file it came from; the picture is the first of them
     virtual Resolution resolution() const = 0;
     virtual void set_resolution(Resolution resolution) = 0;
 

@@ -1,23 +1,9 @@
 // Making and taking apart pictures for the tests; see pictures.h.
 #include "tests/unit/imagework/pictures.h"
 
-#include <dlfcn.h>
-
 #include <random>
-#include <stdexcept>
 
 namespace zelmor::imagework {
-
-Backend& backend() {
-    static Backend* loaded = [] {
-        void* library = dlopen(IMAGEWORK_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) {
-            throw std::runtime_error(dlerror());
-        }
-        return reinterpret_cast<BackendFunction>(dlsym(library, kBackendSymbol))();
-    }();
-    return *loaded;
-}
 
 std::unique_ptr<Picture> noise(int32_t width, int32_t height, bool alpha, uint32_t seed) {
     std::mt19937 random(seed);

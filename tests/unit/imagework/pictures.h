@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "failure_of.h"
-#include "runtime/native/imagework/backend.h"
+#include "tests/unit/imagework/backend_library.h"
 
 namespace zelmor::imagework {
-
-Backend& backend();
 
 // Noise: every pixel another color. Alpha varies too where there is any.
 std::unique_ptr<Picture> noise(int32_t width, int32_t height, bool alpha, uint32_t seed = 1);

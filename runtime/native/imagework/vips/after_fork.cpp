@@ -3,15 +3,27 @@
 // caller waits forever. Python programs fork as a matter of course. So the list is used up before any real work: a
 // helper thread, for which nobody waits, gives empty tasks to the threads of the list until one of the tasks is done.
 // From then on only threads of this process are left.
+//
+// A thread that has done its part of a task still takes a few locks on its way back to the list, after the caller has
+// gone on. A process that is forked in that moment inherits a lock that nobody ever releases. So a fork waits until
+// these threads are at rest.
 #include "runtime/native/imagework/vips/after_fork.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <pthread.h>
 #include <semaphore.h>
 #include <time.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <thread>
 
 #include <vips/vips8>
@@ -25,6 +37,49 @@ std::atomic<bool> forked = false;  // set by the handler of a fork, read by all 
 
 void remember_fork() {
     forked.store(true, std::memory_order_relaxed);
+}
+
+// Whether the thread is one of the library's and neither sleeps nor has ended. Its line in /proc, as proc(5) tells, is
+// "number (name) state ...", where the name may hold parentheses of its own.
+bool is_busy_worker(const char* thread) {
+    const std::string path = std::string("/proc/self/task/") + thread + "/stat";
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return false;  // it ended since the folder was read
+    }
+    std::array<char, 128> bytes{};
+    const ssize_t count = read(file, bytes.data(), bytes.size());
+    close(file);
+    const std::string_view line(bytes.data(), count > 0 ? static_cast<size_t>(count) : 0);
+    const size_t end = line.rfind(')');
+    if (end == std::string_view::npos || end + 2 >= line.size()) {
+        return false;
+    }
+    const char state = line[end + 2];
+    return line.find("(libvips worker)") != std::string_view::npos && (state == 'R' || state == 'D');
+}
+
+bool has_busy_worker() {
+    DIR* threads = opendir("/proc/self/task");
+    if (threads == nullptr) {
+        return false;  // without /proc nothing can be known
+    }
+    bool busy = false;
+    while (const dirent* thread = readdir(threads)) {
+        busy = busy || (thread->d_name[0] != '.' && is_busy_worker(thread->d_name));
+    }
+    closedir(threads);
+    return busy;
+}
+
+// A thread that sleeps holds no lock: it waits for its next task, or for a lock of one that does not sleep. The wait
+// has an end because another thread of the program may be in the middle of a long operation.
+void wait_for_workers() {
+    using std::chrono::steady_clock;
+    const steady_clock::time_point end = steady_clock::now() + std::chrono::seconds(1);
+    while (has_busy_worker() && steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
 }
 
 // A round of work for all threads that the library would use, in which each finds at once that there is none.
@@ -63,14 +118,14 @@ void run_round(const std::shared_ptr<Round>& round) {
     vips_thread_shutdown();
 }
 
-// Whether the round came to its end; one that fell to lost threads is left behind, blocked.
-bool finishes() {
+// Whether the round came to its end in `patience` nanoseconds, less than a second. One that fell to lost threads is
+// left behind, blocked.
+bool finishes(long patience) {
     auto round = std::make_shared<Round>();
     std::thread(run_round, round).detach();
-    constexpr long kPatience = 250'000'000;  // nanoseconds; a round takes a few microseconds
     timespec until{};
     clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_nsec += kPatience;
+    until.tv_nsec += patience;
     until.tv_sec += until.tv_nsec / 1'000'000'000;
     until.tv_nsec %= 1'000'000'000;
     int result = 0;
@@ -83,16 +138,20 @@ bool finishes() {
 }  // namespace
 
 void watch_forks() {
-    pthread_atfork(nullptr, nullptr, remember_fork);
+    pthread_atfork(wait_for_workers, nullptr, remember_fork);
 }
 
 void settle_after_fork() {
     if (!forked.load(std::memory_order_relaxed)) {
         return;
     }
+    // A round takes well below a millisecond, and the first one always falls to lost threads if there are any. One that
+    // is given up too early does no harm: it ends by itself. So the wait begins short, and grows for a busy machine.
     constexpr int kMostRounds = 64;
-    for (int round = 0; round < kMostRounds; round++) {
-        if (finishes()) {
+    constexpr long kLongest = 250'000'000;  // nanoseconds
+    long patience = 2'000'000;
+    for (int round = 0; round < kMostRounds; round++, patience = std::min(patience * 2, kLongest)) {
+        if (finishes(patience)) {
             forked.store(false, std::memory_order_relaxed);
             return;
         }

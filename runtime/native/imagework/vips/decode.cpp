@@ -77,13 +77,12 @@ SharedFrames opened(const SharedSource& source, const FileFacts& facts, const De
 std::unique_ptr<VipsPicture> opened_picture(const SharedFrames& frames, size_t index, const DecodeOptions& options,
                                             const std::string& damage) {
     auto reader = frames->open(index);
-    const int count = static_cast<int>(std::min<size_t>(frames->count(), INT32_MAX));
     if (frames->composes() || options.recovery != Recovery::kNone) {
-        return read_picture(*reader, options, count);
+        return read_picture(*reader, options);
     }
     const RowsHeader header = reader->header();
     return std::make_unique<VipsPicture>(DeferredRows::of_frame(frames, index, std::move(reader), options, damage),
-                                         header, count);
+                                         header);
 }
 
 }  // namespace

@@ -167,7 +167,7 @@ std::unique_ptr<RowReader> rows_of_image(const VImage& image, const RowsHeader& 
     return std::make_unique<ImageRows>(image, header);
 }
 
-std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions& options, int frame_count) {
+std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions& options) {
     const RowsHeader& header = reader.header();
     const size_t row_size = header.form.pixel_size() * static_cast<size_t>(header.width);
     const VImage image = image_for(header, options.memory);
@@ -191,14 +191,14 @@ std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions
         return picture.has_alpha() ? options.background : options.background | kBlack;
     };
     if (done == header.height) {
-        auto whole = std::make_unique<VipsPicture>(image, header, frame_count);
+        auto whole = std::make_unique<VipsPicture>(image, header);
         for (const Rect& area : reader.lost()) {
             whole->replace_area(area, background(*whole));
         }
         return whole;
     }
     auto picture = guarded(Failure::kInternal, "the intact rows could not be taken", [&] {
-        return std::make_unique<VipsPicture>(image.extract_area(0, 0, header.width, done), header, frame_count);
+        return std::make_unique<VipsPicture>(image.extract_area(0, 0, header.width, done), header);
     });
     picture->place(header.width, header.height, 0, 0, background(*picture));
     return picture;

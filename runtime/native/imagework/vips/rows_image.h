@@ -16,7 +16,7 @@ namespace zelmor::imagework {
 
 // All rows of the reader as a picture. Where rows are missing, a recovery mode fills them with the background, and none
 // throws the reader's error; without a single row every mode does.
-std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions& options = {}, int frame_count = 1);
+std::unique_ptr<VipsPicture> read_picture(RowReader& reader, const DecodeOptions& options = {});
 
 // All rows of the reader in memory: samples as pictures hold them (vips_picture.h). They count against the budget for
 // as long as anyone uses the image.

@@ -32,23 +32,21 @@ SharedPalette shared_palette(const RowsHeader& header) {
 
 }  // namespace
 
-VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header, int frame_count)
+VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header)
     : m_image(computed(image)),
       m_form(header.form),
       m_resolution(in_range(header.resolution.value_or(kDefaultResolution))),
       m_palette(shared_palette(header)),
-      m_profile(header.profile),
-      m_frame_count(frame_count) {
+      m_profile(header.profile) {
     assert(m_image.bands() == m_form.bands());
 }
 
-VipsPicture::VipsPicture(SharedRows rows, const RowsHeader& header, int frame_count)
+VipsPicture::VipsPicture(SharedRows rows, const RowsHeader& header)
     : m_rows(std::move(rows)),
       m_form(header.form),
       m_resolution(in_range(header.resolution.value_or(kDefaultResolution))),
       m_palette(shared_palette(header)),
-      m_profile(header.profile),
-      m_frame_count(frame_count) {
+      m_profile(header.profile) {
     assert(m_rows != nullptr && m_rows->header().form.bands() == m_form.bands());
 }
 
@@ -61,7 +59,6 @@ VipsPicture::VipsPicture(const VipsPicture& other, Shared)
       m_resolution(other.m_resolution),
       m_palette(other.m_palette),
       m_profile(other.m_profile),
-      m_frame_count(other.m_frame_count),
       m_origin(other.m_origin),
       m_to_srgb(other.m_to_srgb),
       m_exclusive(false) {}

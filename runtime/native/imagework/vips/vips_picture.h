@@ -33,9 +33,9 @@ using SharedPalette = std::shared_ptr<const Palette>;
 class VipsPicture final : public Picture {
  public:
     // Of the size, form, resolution, palette and profile given; `image` has the samples in that form.
-    VipsPicture(const vips::VImage& image, const RowsHeader& header, int frame_count = 1);
+    VipsPicture(const vips::VImage& image, const RowsHeader& header);
     // The same, with rows that are decoded when they are needed.
-    VipsPicture(SharedRows rows, const RowsHeader& header, int frame_count = 1);
+    VipsPicture(SharedRows rows, const RowsHeader& header);
 
     int32_t width() const override { return m_rows != nullptr ? m_rows->header().width : m_image.width(); }
     int32_t height() const override { return m_rows != nullptr ? m_rows->header().height : m_image.height(); }
@@ -44,7 +44,6 @@ class VipsPicture final : public Picture {
     ProfileBytes profile() const override { return m_profile; }
     bool has_alpha() const override;
     bool is_gray() const override { return m_form.color == ColorModel::kGray; }
-    int frame_count() const override { return m_frame_count; }
     const FrameOrigin& origin() const override { return m_origin; }
     void set_origin(FrameOrigin origin) { m_origin = std::move(origin); }
     void decode() const override { image(); }
@@ -190,7 +189,6 @@ class VipsPicture final : public Picture {
     Resolution m_resolution;
     SharedPalette m_palette;  // of an indexed picture
     ProfileBytes m_profile;
-    int m_frame_count;
     FrameOrigin m_origin;
     mutable std::shared_ptr<const ColorConversion> m_to_srgb;  // made when it is first needed
     mutable bool m_exclusive = true;                           // no copy shares the pixels
