@@ -110,7 +110,7 @@ void clear_frames(ImageObject& self) {
 }
 
 Ref<ImageObject> active_frame_of(ImageObject& self) {
-    const auto& all = self.frames();
+    const FrameRange all = self.frames();
     return self.active_index() < all.size() ? all[self.active_index()] : nullptr;
 }
 void set_active_frame_of(ImageObject& self, ImageObject* value) {

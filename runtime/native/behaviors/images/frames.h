@@ -10,8 +10,8 @@ namespace zelmor::embed {
 // ArgumentOutOfRangeException naming the parameter; with `behind_last`, for a place to insert at.
 size_t checked_index(ImageObject& image, int32_t index, const char* parameter, bool behind_last = false);
 
-// A frame of the kind that belongs to the image, with a copy of another image's picture.
-Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& source);
+// A frame of the kind that belongs to the image, with a copy of another image's picture and of what describes it.
+Ref<ImageObject> frame_copy(const ImageObject& container, ImageObject& source);
 
 // An array of frames, whose declared element is the type given: a class or an interface.
 Collection frame_array(ImageObject& image, const TypeName& element, Wire wire = Wire::kClass);

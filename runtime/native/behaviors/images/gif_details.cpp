@@ -9,6 +9,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 #include "runtime/native/behaviors/formats/gif_blocks.h"
+#include "runtime/native/behaviors/images/frame_array.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -44,6 +45,17 @@ void take_control(ImageObject& frame, const ManagedObject& block) {
     }
 }
 
+// How many extensions stand before a frame.
+size_t extension_count(const FrameStore& frames, size_t index) {
+    const ImageObject* frame = frames.made_frame(index);
+    return frame != nullptr ? frame->gif.blocks_before.size() : frames.extensions_in_file(index);
+}
+
+// The frame if extensions stand before it, otherwise null: it need not become an object for these.
+Ref<ImageObject> extended_frame(FrameStore& frames, size_t index) {
+    return extension_count(frames, index) != 0 ? frames.frame(index) : nullptr;
+}
+
 // Where a block stands: before a frame, or behind the last one.
 struct Place {
     std::vector<GifExtension>* list;
@@ -53,13 +65,13 @@ struct Place {
 
 // The place of the block of that number; at a frame the end of its list.
 Place place_of(ImageObject& image, size_t index) {
-    const auto& frames = image.frames();
+    FrameStore& frames = *image.frame_store();
     for (size_t i = 0; i < frames.size(); ++i) {
-        auto& list = frames[i]->gif.blocks_before;
-        if (index <= list.size()) {
-            return {&list, index, i};
+        const size_t count = extension_count(frames, i);
+        if (index <= count) {
+            return {&frames.frame(i)->gif.blocks_before, index, i};
         }
-        index -= list.size() + 1;
+        index -= count + 1;
     }
     return {&image.gif.blocks_behind, std::min(index, image.gif.blocks_behind.size()), frames.size()};
 }
@@ -132,18 +144,35 @@ void tell_control_block(ImageObject& frame) {
     }
 }
 
-std::vector<Value> gif_block_values(ImageObject& image) {
-    std::vector<Value> items;
-    for (const Ref<ImageObject>& frame : image.frames()) {
-        for (const GifExtension& extension : frame->gif.blocks_before) {
-            items.emplace_back(extension.block);
+// Frames that have no extensions need not be objects for it.
+Ref<ManagedObject> gif_block_array(ImageObject& image, const ElementType& element) {
+    const Ref<FrameStore>& frames = image.frame_store();
+    const auto slots = frames->slots();
+    auto list = std::make_shared<FrameSlots>();
+    std::vector<Ref<ManagedObject>> blocks;
+    const auto add = [&](const std::vector<GifExtension>& extensions) {
+        for (const GifExtension& extension : extensions) {
+            list->push_back(FrameArray::kBlocks + static_cast<FrameSlot>(blocks.size()));
+            blocks.push_back(extension.block);
         }
-        items.emplace_back(Ref<ManagedObject>(frame));
+    };
+    for (size_t i = 0; i < slots->size(); ++i) {
+        if (const Ref<ImageObject> frame = extended_frame(*frames, i)) {
+            add(frame->gif.blocks_before);
+        }
+        list->push_back((*slots)[i]);
     }
-    for (const GifExtension& extension : image.gif.blocks_behind) {
-        items.emplace_back(extension.block);
+    add(image.gif.blocks_behind);
+    return Ref<ManagedObject>(make_ref<FrameArray>(element, frames, std::move(list), std::move(blocks)));
+}
+
+size_t gif_block_count(ImageObject& image) {
+    const Ref<FrameStore>& frames = image.frame_store();
+    size_t count = frames->size() + image.gif.blocks_behind.size();
+    for (size_t i = 0; i < frames->size(); ++i) {
+        count += extension_count(*frames, i);
     }
-    return items;
+    return count;
 }
 
 void insert_gif_block_at(ImageObject& image, size_t index, const Ref<ManagedObject>& block) {
@@ -175,8 +204,10 @@ void remove_gif_block_of(ImageObject& image, const ManagedObject& block) {
     const auto erase_from = [&](std::vector<GifExtension>& list) {
         return std::erase_if(list, [&](const GifExtension& each) { return each.block.get() == &block; }) != 0;
     };
-    for (const Ref<ImageObject>& frame : image.frames()) {
-        if (erase_from(frame->gif.blocks_before)) {
+    const FrameStore& frames = *image.frame_store();
+    for (size_t i = 0; i < frames.size(); ++i) {
+        // No program has an extension of a frame that is no object yet.
+        if (ImageObject* frame = frames.made_frame(i); frame != nullptr && erase_from(frame->gif.blocks_before)) {
             return;
         }
     }
@@ -198,8 +229,11 @@ void drop_gif_descriptions(ImageObject& image) {
     };
     drop(image.gif.blocks_before);
     if (image.is_container()) {
-        for (const Ref<ImageObject>& frame : image.frames()) {
-            drop(frame->gif.blocks_before);
+        FrameStore& frames = *image.frame_store();
+        for (size_t i = 0; i < frames.size(); ++i) {
+            if (const Ref<ImageObject> frame = extended_frame(frames, i)) {
+                drop(frame->gif.blocks_before);
+            }
         }
         drop(image.gif.blocks_behind);
     }
@@ -215,7 +249,7 @@ void append_gif_frame(ImageObject& image, Ref<ImageObject> frame) {
 }
 
 void order_gif_blocks(ImageObject& image) {
-    const auto& frames = image.frames();
+    FrameStore& frames = *image.frame_store();
     std::vector<GifExtension> first;
     const auto take_applications = [&](std::vector<GifExtension>& list) {
         const auto middle = std::stable_partition(list.begin(), list.end(), [](const GifExtension& each) {
@@ -226,11 +260,13 @@ void order_gif_blocks(ImageObject& image) {
         std::stable_partition(list.begin(), list.end(),
                               [](const GifExtension& each) { return !is_gif_block(*each.block, GifLabel::kControl); });
     };
-    for (const Ref<ImageObject>& frame : frames) {
-        take_applications(frame->gif.blocks_before);
+    for (size_t i = 0; i < frames.size(); ++i) {
+        if (const Ref<ImageObject> frame = extended_frame(frames, i)) {
+            take_applications(frame->gif.blocks_before);
+        }
     }
     take_applications(image.gif.blocks_behind);
-    auto& front = frames.empty() ? image.gif.blocks_behind : frames[0]->gif.blocks_before;
+    auto& front = frames.size() == 0 ? image.gif.blocks_behind : frames.frame(0)->gif.blocks_before;
     front.insert(front.begin(), std::make_move_iterator(first.begin()), std::make_move_iterator(first.end()));
 }
 

@@ -14,8 +14,9 @@ void take_control_block(ImageObject& frame);
 // Tells the control block what was set at the frame.
 void tell_control_block(ImageObject& frame);
 
-// The blocks of an image in their order: extensions and frames.
-std::vector<Value> gif_block_values(ImageObject& image);
+// The blocks of an image in their order, extensions and frames, as an array of that element.
+Ref<ManagedObject> gif_block_array(ImageObject& image, const ElementType& element);
+size_t gif_block_count(ImageObject& image);
 void insert_gif_block_at(ImageObject& image, size_t index, const Ref<ManagedObject>& block);
 void remove_gif_block_of(ImageObject& image, const ManagedObject& block);
 void clear_gif_blocks(ImageObject& image);

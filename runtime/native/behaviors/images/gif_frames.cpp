@@ -36,11 +36,11 @@ Ref<ManagedObject> block_argument(const VariantArg* block) {
 }
 void add_gif_block(ImageObject& self, const VariantArg* block) {
     const Ref<ManagedObject> added = block_argument(block);
-    insert_gif_block_at(self, gif_block_values(self).size(), added);
+    insert_gif_block_at(self, gif_block_count(self), added);
 }
 void insert_gif_block(ImageObject& self, int32_t index, const VariantArg* block) {
     const Ref<ManagedObject> added = block_argument(block);
-    const size_t count = gif_block_values(self).size();
+    const size_t count = gif_block_count(self);
     if (index < 0 || static_cast<size_t>(index) > count) {
         throw_out_of_range("index", "The value " + std::to_string(index) + " is not the index of one of the image's " +
                                         std::to_string(count) + " blocks.");
@@ -52,8 +52,7 @@ void remove_gif_block(ImageObject& self, const VariantArg* block) {
     remove_gif_block_of(self, *block_argument(block));
 }
 Collection gif_blocks(ImageObject& self) {
-    return {Ref<ManagedObject>(make_ref<ValueList>(
-        ListShape::kArray, element_of(Wire::kInterface, IGifBlock::kType.name), gif_block_values(self)))};
+    return {gif_block_array(self, element_of(Wire::kInterface, IGifBlock::kType.name))};
 }
 void order_blocks(ImageObject& self) {
     self.require_live();

@@ -7,6 +7,7 @@
 #include <cassert>
 
 #include "runtime/native/behaviors/formats/gif_blocks.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/references.h"
 #include "runtime/native/core/type_system.h"
@@ -73,8 +74,8 @@ int32_t ImageObject::image_height() const {
 }
 
 int32_t ImageObject::image_bits() const {
-    if (m_has_frames && m_active < m_frames.size()) {
-        return m_frames[m_active]->image_bits();
+    if (m_frames && m_active < m_frames->size()) {
+        return m_frames->frame(m_active)->image_bits();
     }
     if (m_picture == nullptr || m_picture->form() == m_form_of_facts) {
         return m_facts.bits_per_pixel;
@@ -83,8 +84,8 @@ int32_t ImageObject::image_bits() const {
 }
 
 void ImageObject::set_image_bits(int32_t bits) {
-    if (m_has_frames) {
-        for (const Ref<ImageObject>& frame : m_frames) {
+    if (m_frames) {
+        for (const Ref<ImageObject>& frame : frames()) {
             frame->set_image_bits(bits);
         }
         return;
@@ -110,32 +111,31 @@ void ImageObject::references(ReferenceVisitor& visitor) {
     ImageBase::references(visitor);
     visitor(target_stream);
     visitor(source_stream);
-    if (visitor.takes()) {
-        for (const Ref<ImageObject>& frame : m_frames) {
-            frame->m_container = nullptr;
-        }
+    if (visitor.takes() && m_frames) {
+        stop_reclaiming();
+        m_frames->leave_image();
     }
     visitor(m_frames);
-    if (visitor.takes()) {
-        m_frames.clear();  // empty references by now
-        release_frames();
+}
+
+void ImageObject::stop_reclaiming() {
+    if (m_source_options.memory) {
+        m_source_options.memory->set_reclaim({});
     }
+    m_in_use.clear();
 }
 
 void ImageObject::release_frames() {
-    if (m_has_frames && m_source_options.memory) {
-        m_source_options.memory->set_reclaim({});
+    if (m_frames) {
+        stop_reclaiming();
+        m_frames->leave_image();
     }
-    for (const Ref<ImageObject>& frame : m_frames) {
-        frame->m_container = nullptr;
-    }
-    m_frames.clear();
-    m_in_use.clear();
+    m_frames = nullptr;
 }
 
 imagework::Picture& ImageObject::picture() const {
     require_live();
-    if (!m_has_frames) {
+    if (!m_frames) {
         if (m_picture == nullptr && m_file_frame.source) {
             decode();
         }
@@ -144,21 +144,25 @@ imagework::Picture& ImageObject::picture() const {
         }
         return *m_picture;
     }
-    if (m_active >= m_frames.size()) {
+    if (m_active >= m_frames->size()) {
         throw_invalid_operation("The image has no frames.");
     }
-    return m_frames[m_active]->picture();
+    return m_frames->frame(m_active)->picture();
 }
 
 void ImageObject::set_picture(std::unique_ptr<imagework::Picture> picture) {
     require_live();
-    if (!m_has_frames) {
+    if (!m_frames) {
         m_picture = std::move(picture);
-    } else if (m_active < m_frames.size()) {
-        m_frames[m_active]->set_picture(std::move(picture));
+    } else if (m_active < m_frames->size()) {
+        m_frames->frame(m_active)->set_picture(std::move(picture));
     } else {
         throw_invalid_operation("The image has no frames.");
     }
+}
+
+ImageObject* ImageObject::active_frame_object() const {
+    return m_frames && m_active < m_frames->size() ? m_frames->frame(m_active).get() : nullptr;
 }
 
 bool ImageObject::is_container() const {
@@ -168,8 +172,8 @@ bool ImageObject::is_container() const {
 
 size_t ImageObject::frame_count() const {
     require_live();
-    if (m_has_frames) {
-        return m_frames.size();
+    if (m_frames) {
+        return m_frames->size();
     }
     if (m_file_frames) {
         return m_file_frames->count();
@@ -177,27 +181,32 @@ size_t ImageObject::frame_count() const {
     return 1;
 }
 
-const std::vector<Ref<ImageObject>>& ImageObject::frames() {
+const Ref<FrameStore>& ImageObject::frame_store() {
     require_live();
-    if (m_has_frames) {
+    if (m_frames) {
         return m_frames;
     }
     if (m_file_frames) {
         adopt_file_frames();
         return m_frames;
     }
-    std::vector<Ref<ImageObject>> made{make_frame(std::move(m_picture), m_facts)};
-    made[0]->duration = duration;
-    adopt_frames(std::move(made));
+    Ref<ImageObject> only = make_frame(std::move(m_picture), m_facts);
+    only->duration = duration;
+    pass_description(*only);
+    make_container();
+    m_frames->insert(0, std::move(only));
     return m_frames;
 }
 
-void ImageObject::adopt_frames(std::vector<Ref<ImageObject>> frames) {
-    for (const Ref<ImageObject>& frame : frames) {
-        frame->m_container = this;
+// Each page of a TIFF has metadata of its own; those of another image describe it as a whole.
+void ImageObject::pass_description(ImageObject& first) {
+    if (m_facts.format == imagework::Format::kTiff) {
+        pass_metadata(*this, first);
     }
-    m_frames = std::move(frames);
-    m_has_frames = true;
+}
+
+void ImageObject::make_container() {
+    m_frames = make_ref<FrameStore>(*this);
     m_picture.reset();
 }
 
@@ -221,26 +230,39 @@ std::vector<GifExtension> extensions_of(const std::vector<std::vector<uint8_t>>&
 
 }  // namespace
 
-void ImageObject::adopt_file_frames() {
-    const imagework::SharedFrames source = std::move(m_file_frames);
-    m_file_frame = {};
-    std::vector<Ref<ImageObject>> made;
-    made.reserve(source->count());
-    for (size_t i = 0; i < source->count(); ++i) {
-        imagework::FrameHeader header = source->header(i);
-        Ref<ImageObject> frame = make_frame(i == 0 ? std::move(m_picture) : nullptr, std::move(header.facts));
-        frame->duration = i == 0 && duration != 0 ? duration : header.duration;
-        frame->m_file_frame = {source, i};
-        frame->m_source_options = m_source_options;
-        frame->gif.control = header.control.value_or(imagework::GifControl{});
-        frame->gif.transparent_of_file = frame->gif.control.transparent;
-        frame->gif.blocks_before = extensions_of(header.blocks_before);
-        if (i + 1 == source->count()) {
-            gif.blocks_behind = extensions_of(header.blocks_behind);
-        }
-        made.push_back(std::move(frame));
+Ref<ImageObject> ImageObject::frame_of_file(const TypeInfo& type, const imagework::SharedFrames& source, size_t index,
+                                            const imagework::DecodeOptions& options) {
+    imagework::FrameHeader header = source->header(index);
+    Ref<ImageObject> frame = make_ref<ImageObject>(type, nullptr, std::move(header.facts));
+    frame->duration = header.duration;
+    frame->m_file_frame = {source, index};
+    frame->m_source_options = options;
+    frame->gif.control = header.control.value_or(imagework::GifControl{});
+    frame->gif.transparent_of_file = frame->gif.control.transparent;
+    frame->gif.blocks_before = extensions_of(header.blocks_before);
+    if (const imagework::PageDirectory page = source->directory(index); page.file != nullptr) {
+        attach_metadata(*frame, keep_metadata(page.file, page.at), imagework::kDefaultResolution);
     }
-    adopt_frames(std::move(made));
+    return frame;
+}
+
+// The image's own picture becomes that of the first frame.
+void ImageObject::adopt_file_frames() {
+    const imagework::SharedFrames source = m_file_frames;
+    gif.blocks_behind = extensions_of(source->header(source->count() - 1).blocks_behind);
+    auto store = make_ref<FrameStore>(*this, frame_type_for(type()), source, m_source_options);
+    const Ref<ImageObject> first = store->frame(0);
+    if (m_picture != nullptr) {
+        first->m_form_of_facts = m_picture->form();
+        first->m_picture = std::move(m_picture);
+    }
+    if (duration != 0) {
+        first->duration = duration;
+    }
+    pass_description(*first);
+    m_frames = std::move(store);
+    m_file_frames.reset();
+    m_file_frame = {};
     // A step may hold on to two pictures.
     assert(m_source_options.memory != nullptr);
     m_source_options.memory->set_reclaim([this] { let_frames_go(2); });
@@ -262,10 +284,16 @@ void ImageObject::decode() const {
 }
 
 bool ImageObject::is_decoded() const {
-    if (!m_has_frames) {
+    if (!m_frames) {
         return !m_file_frames || m_file_frames->count() == 1 ? m_picture != nullptr && m_picture->is_decoded() : false;
     }
-    return std::all_of(m_frames.begin(), m_frames.end(), [](const auto& frame) { return frame->is_decoded(); });
+    for (size_t i = 0; i < m_frames->size(); ++i) {
+        const ImageObject* frame = m_frames->made_frame(i);
+        if (frame == nullptr || !frame->is_decoded()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 // Pixels of frames that nobody changed can be decoded again. Those of the last few stay in any case: a step may work on
@@ -317,26 +345,22 @@ Ref<ImageObject> ImageObject::make_frame(std::unique_ptr<imagework::Picture> pic
 }
 
 void ImageObject::insert_frame(size_t index, Ref<ImageObject> frame) {
-    frames();
+    frame_store();
     frame->require_live();
     if (frame->m_container != nullptr) {
         throw_argument("The frame is part of an image already. (Parameter 'frame')");
     }
-    frame->m_container = this;
-    const bool shifts = index <= m_active && !m_frames.empty();
-    m_frames.insert(m_frames.begin() + static_cast<std::ptrdiff_t>(index), std::move(frame));
+    const bool shifts = index <= m_active && m_frames->size() != 0;
+    m_frames->insert(index, std::move(frame));
     if (shifts) {
         ++m_active;
     }
 }
 
 Ref<ImageObject> ImageObject::take_frame(size_t index) {
-    frames();
-    Ref<ImageObject> frame = m_frames[index];
+    Ref<ImageObject> frame = frame_store()->take(index);
     forget_use(*frame);
-    m_frames.erase(m_frames.begin() + static_cast<std::ptrdiff_t>(index));
-    frame->m_container = nullptr;
-    if (m_active > index || (m_active == index && m_active == m_frames.size() && m_active > 0)) {
+    if (m_active > index || (m_active == index && m_active == m_frames->size() && m_active > 0)) {
         --m_active;
     }
     return frame;
@@ -346,12 +370,8 @@ std::optional<size_t> ImageObject::index_of(const ImageObject& frame) {
     if (frame.m_container != this) {
         return std::nullopt;
     }
-    for (size_t i = 0; i < m_frames.size(); ++i) {
-        if (m_frames[i].get() == &frame) {
-            return i;
-        }
-    }
-    return std::nullopt;
+    assert(m_frames);
+    return m_frames->index_of(frame);
 }
 
 Argb color_property(const ManagedObject& object, std::string_view name) {
@@ -400,15 +420,17 @@ void ImageObject::put_drawings() {
     }
     // What has no Graphics any more will not be drawn on again.
     std::erase_if(m_drawings, [](const auto& each) { return each.use_count() == 1; });
-    for (const Ref<ImageObject>& frame : m_frames) {
-        frame->put_drawings();
+    for (size_t i = 0; m_frames && i < m_frames->size(); ++i) {
+        if (ImageObject* frame = m_frames->made_frame(i); frame != nullptr) {
+            frame->put_drawings();
+        }
     }
 }
 
 void ImageObject::on_dispose() {
     m_drawings.clear();
-    for (const Ref<ImageObject>& frame : m_frames) {
-        frame->dispose();
+    if (m_frames) {
+        m_frames->dispose_frames();
     }
     release_frames();
     m_picture.reset();

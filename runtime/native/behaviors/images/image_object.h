@@ -1,8 +1,8 @@
 // An image of the embedded runtime: a picture of the backend with the facts of its file, or several pictures.
 //
 // Properties that only store a value stay in the record; those that follow from the pixels or the file are behavior. An
-// image of a format that can have several frames becomes a container of frame objects when these are first asked for;
-// its own picture is that of the active frame from then on.
+// image of a format that can have several frames becomes a container of frames when these are first asked for; its own
+// picture is that of the active frame from then on. Each frame becomes an object when a program looks at it.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H
 
@@ -13,6 +13,7 @@
 
 #include "runtime/native/behaviors/formats/interrupt_monitor.h"
 #include "runtime/native/behaviors/images/format_classes.h"
+#include "runtime/native/behaviors/images/frame_store.h"
 #include "runtime/native/behaviors/images/image_base.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/stream.h"
@@ -48,6 +49,35 @@ struct GifDetails {
     std::optional<uint8_t> transparent_of_file = {};  // the transparent index that the frame was loaded with
     std::vector<GifExtension> blocks_before = {};     // of a frame
     std::vector<GifExtension> blocks_behind = {};     // of an image: after its last frame
+};
+
+// The frames of an image in their order, for loops; each becomes an object when it is looked at.
+class FrameRange {
+ public:
+    class Iterator {
+     public:
+        Iterator(const FrameRange& range, size_t index) : m_range(&range), m_index(index) {}
+        Ref<ImageObject> operator*() const { return (*m_range)[m_index]; }
+        Iterator& operator++() {
+            ++m_index;
+            return *this;
+        }
+        bool operator!=(const Iterator& other) const { return m_index != other.m_index; }
+
+     private:
+        const FrameRange* m_range;
+        size_t m_index;
+    };
+
+    explicit FrameRange(Ref<FrameStore> store) : m_store(std::move(store)) {}
+    size_t size() const { return m_store->size(); }
+    bool empty() const { return size() == 0; }
+    Ref<ImageObject> operator[](size_t index) const { return m_store->frame(index); }
+    Iterator begin() const { return {*this, 0}; }
+    Iterator end() const { return {*this, size()}; }
+
+ private:
+    Ref<FrameStore> m_store;
 };
 
 class ImageObject final : public ImageBase {
@@ -89,14 +119,15 @@ class ImageObject final : public ImageBase {
             step(*changed);
             return set_picture(std::move(changed));
         }
+        const FrameRange all = frames();
         std::vector<std::unique_ptr<imagework::Picture>> changed;
-        for (const Ref<ImageObject>& frame : frames()) {
+        for (const Ref<ImageObject>& frame : all) {
             require_uninterrupted(*this);
             changed.push_back(frame->picture().copy());
             step(*changed.back());
         }
         for (size_t i = 0; i < changed.size(); ++i) {
-            m_frames[i]->set_picture(std::move(changed[i]));
+            all[i]->set_picture(std::move(changed[i]));
         }
     }
 
@@ -108,8 +139,12 @@ class ImageObject final : public ImageBase {
     // Frames. Images of other formats have one, themselves.
     bool is_container() const;
     size_t frame_count() const;  // needs no decoding
-    const std::vector<Ref<ImageObject>>& frames();
+    FrameRange frames() { return FrameRange(frame_store()); }
+    // The same for arrays that show them.
+    const Ref<FrameStore>& frame_store();
     size_t active_index() const { return m_active; }
+    // Null where frames were not asked for yet, or there is none.
+    ImageObject* active_frame_object() const;
     void set_active_index(size_t index) { m_active = index; }
     // Takes a frame in; ArgumentException for one that is part of an image already.
     void insert_frame(size_t index, Ref<ImageObject> frame);
@@ -118,8 +153,11 @@ class ImageObject final : public ImageBase {
     std::optional<size_t> index_of(const ImageObject& frame);
     // A new frame of the kind that belongs to this image, not yet part of it.
     Ref<ImageObject> make_frame(std::unique_ptr<imagework::Picture> picture, imagework::FileFacts facts) const;
-    // Makes the image one of these frames, which are part of no other.
-    void adopt_frames(std::vector<Ref<ImageObject>> frames);
+    // Makes the image one without frames, which get in by insert_frame().
+    void make_container();
+    // A frame as it is in a file.
+    static Ref<ImageObject> frame_of_file(const TypeInfo& type, const imagework::SharedFrames& source, size_t index,
+                                          const imagework::DecodeOptions& options);
     // The frames of the file that the image was loaded from: they are decoded when their pixels are needed. The picture
     // is that of the first, or null.
     void set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options);
@@ -127,6 +165,7 @@ class ImageObject final : public ImageBase {
     imagework::FrameOrigin origin() const;
     // The image that this one is a frame of, or null.
     ImageObject* container() const { return m_container; }
+    void set_container(ImageObject* image) { m_container = image; }
 
     // Of a frame of an animation.
     int32_t duration = 0;  // milliseconds
@@ -163,10 +202,12 @@ class ImageObject final : public ImageBase {
     void references(ReferenceVisitor& visitor) override;
 
  private:
+    void stop_reclaiming();
     void release_frames();
 
-    // Makes frames of those of the file, which are decoded later.
+    // The frames of the file become those of the image; they are decoded later.
     void adopt_file_frames();
+    void pass_description(ImageObject& first);
     void decode() const;
     // A frame of this image is looked at: frames that were looked at longest ago may let their pixels go.
     void note_use(const ImageObject& frame) const;
@@ -183,9 +224,8 @@ class ImageObject final : public ImageBase {
     std::vector<imagework::Argb> m_offered_palette;
     std::optional<imagework::ProfileBytes> m_embedded_profile;  // absent until it is asked for
     std::vector<std::shared_ptr<PendingDrawing>> m_drawings;
-    std::vector<Ref<ImageObject>> m_frames;
+    Ref<FrameStore> m_frames;  // null until frames are asked for
     size_t m_active = 0;
-    bool m_has_frames = false;
     ImageObject* m_container = nullptr;  // holds this frame, or lets go of it before it ends
     imagework::DecodeOptions m_source_options;
 };

@@ -56,7 +56,7 @@ void cache_data(ImageBase& self) {
     if (image->frame_count() == 1) {
         return image->picture().decode();
     }
-    for (const Ref<ImageObject>& frame : std::vector(image->frames())) {
+    for (const Ref<ImageObject>& frame : image->frames()) {
         require_uninterrupted(*image);
         frame->picture().decode();
     }

@@ -1,7 +1,9 @@
 // Pages of any image that can have several, and the making of an image from others.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/frame_array.h"
 #include "runtime/native/behaviors/images/frames.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -17,25 +19,22 @@ size_t checked_index(ImageObject& image, int32_t index, const char* parameter, b
     return static_cast<size_t>(index);
 }
 
-Ref<ImageObject> frame_copy(const ImageObject& container, const ImageObject& source) {
+Ref<ImageObject> frame_copy(const ImageObject& container, ImageObject& source) {
     Ref<ImageObject> frame = container.make_frame(source.picture().copy(), source.facts());
     frame->offer_palette(source.offered_palette());
     frame->duration = source.duration;
+    carry_metadata(source, *frame);
     return frame;
 }
 
 Collection frame_array(ImageObject& image, const TypeName& element, Wire wire) {
-    std::vector<Value> items;
-    for (const Ref<ImageObject>& frame : image.frames()) {
-        items.emplace_back(Ref<ManagedObject>(frame));
-    }
-    return {
-        Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(wire, element.name), std::move(items)))};
+    const Ref<FrameStore>& store = image.frame_store();
+    return {Ref<ManagedObject>(make_ref<FrameArray>(element_of(wire, element.name), store, store->slots()))};
 }
 
 Ref<ImageObject> make_container(const TypeName& type, imagework::FileFacts facts, Ref<ImageObject> first) {
     auto image = make_ref<ImageObject>(require_type(type.name), nullptr, std::move(facts));
-    image->adopt_frames({});
+    image->make_container();
     image->insert_frame(0, std::move(first));
     return image;
 }
@@ -74,11 +73,11 @@ Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dis
     facts.bits_per_pixel = sources[0]->facts().bits_per_pixel;
     facts.encoding = imagework::TiffEncoding{};
     auto image = make_ref<ImageObject>(require_type(api::FileFormats::Tiff::TiffImage::kType.name), nullptr, facts);
-    image->adopt_frames({});
+    image->make_container();
     for (const Ref<ImageObject>& source : sources) {
         for (size_t i = 0; i < source->frame_count(); ++i) {
-            const ImageObject& page = source->frame_count() == 1 ? *source : *source->frames()[i];
-            Ref<ImageObject> frame = frame_copy(*image, page);
+            const Ref<ImageObject> page = source->frame_count() == 1 ? source : source->frames()[i];
+            Ref<ImageObject> frame = frame_copy(*image, *page);
             if (frame->facts().format != imagework::Format::kTiff) {
                 frame->facts().encoding = imagework::TiffEncoding{};
             }

@@ -44,7 +44,7 @@ std::vector<size_t> pages_in_time(ImageObject& image, const ManagedObject& optio
     const int64_t to = property_int(*interval, "To");
     std::vector<size_t> result;
     int64_t starts = 0;
-    const auto& frames = image.frames();
+    const FrameRange frames = image.frames();
     for (size_t i = 0; i < frames.size(); ++i) {
         const int64_t ends = starts + frames[i]->duration;
         if (starts < to && ends > from) {
@@ -74,7 +74,7 @@ std::vector<size_t> titled_pages(ImageObject& image, const ManagedObject& option
     }
     const auto& list = cast_object<ManagedList>(*std::get<Ref<ManagedObject>>(titles));
     std::vector<size_t> result;
-    const std::vector<Ref<ImageObject>> frames = image.frames();
+    const FrameRange frames = image.frames();
     for (size_t i = 0; i < list.size(); ++i) {
         const Value title = list.get(i);
         const auto* text = std::get_if<std::u16string>(&title);
@@ -159,9 +159,10 @@ std::vector<Page> pages_of(ImageObject& image, const std::vector<size_t>& indice
         }
         return pages;
     }
-    const auto& frames = image.frames();
+    const FrameRange frames = image.frames();
     for (const size_t index : indices) {
-        pages.push_back({frames[index]->picture().copy(), frames[index]->duration, frames[index].get()});
+        const Ref<ImageObject> frame = frames[index];
+        pages.push_back({frame->picture().copy(), frame->duration, frame.get()});
     }
     return pages;
 }

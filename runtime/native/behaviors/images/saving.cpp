@@ -148,7 +148,7 @@ GifFrame gif_frame_of(const ImageObject& image, ImageObject& frame, bool last) {
 // All frames of a GIF image, saved as GIF without other settings. Frames that are still as they are in the file are
 // copied and not decoded.
 EncodedBytes encoded_gif(ImageObject& image) {
-    const auto& objects = image.frames();
+    const FrameRange objects = image.frames();
     if (objects.empty()) {
         throw_invalid_operation("The image has no frames.");
     }
@@ -179,14 +179,19 @@ EncodedBytes encoded_gif(ImageObject& image) {
     return image_backend().encode_frames(frames);
 }
 
-// A file without its metadata, and what these have to know of the first picture in it.
+// A file without its metadata, and what these have to know of the pictures in it.
 struct EncodedPages {
     EncodedBytes file;
-    WrittenPicture first;
+    std::vector<WrittenPicture> pictures;
 };
 
-WrittenPicture written_picture(const ImageObject& image, const Request& request, const Page& page) {
-    WrittenPicture written{page.picture->resolution(), page.picture->changed_at()};
+// A page of a TIFF has metadata of its own; a frame of an animation has those of its image.
+WrittenPicture written_picture(ImageObject& image, const Picture& picture, ImageObject& source) {
+    return {source.facts().format == Format::kTiff ? &source : &image, picture.resolution(), picture.changed_at(),
+            picture.width(), picture.height()};
+}
+WrittenPicture written_picture(ImageObject& image, const Request& request, const Page& page) {
+    WrittenPicture written = written_picture(image, *page.picture, *page.source);
     if (request.options != nullptr) {
         const Encoding encoding = encoding_for(image, *request.options);
         written.resolution = encoding.resolution.value_or(written.resolution);
@@ -199,7 +204,7 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
     image.put_drawings();
     if (request.format == Format::kGif && request.options == nullptr && request.bounds == nullptr &&
         image.facts().format == Format::kGif && image.is_container()) {
-        return {encoded_gif(image), {image.picture().resolution(), image.picture().changed_at()}};
+        return {encoded_gif(image), {written_picture(image, image.picture(), image)}};
     }
     std::vector<Page> pages = requested_pages(image, request);
     if (request.options != nullptr) {
@@ -220,7 +225,7 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
         return of_gif ? controlled_frame(*page.source) : GifFrame{};
     };
     if (pages.size() == 1 && !control_of(pages[0]).sets_transparent) {
-        return {pages[0].picture->encode(encoding_of(pages[0])), written_picture(image, request, pages[0])};
+        return {pages[0].picture->encode(encoding_of(pages[0])), {written_picture(image, request, pages[0])}};
     }
     if (request.format != Format::kTiff) {
         fit_to_canvas(pages);
@@ -242,12 +247,16 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
     if (request.format == Format::kGif) {
         frames.back().gif.blocks_behind = bytes_of(image.gif.blocks_behind);
     }
-    return {image_backend().encode_frames(frames), written_picture(image, request, pages[0])};
+    std::vector<WrittenPicture> pictures;
+    for (const Page& page : pages) {
+        pictures.push_back(written_picture(image, request, page));
+    }
+    return {image_backend().encode_frames(frames), std::move(pictures)};
 }
 
 EncodedBytes described(ImageObject& image, const Request& request, const EncodedPages& pages) {
     require_uninterrupted(image);
-    auto bytes = file_with_metadata({pages.file.data.get(), pages.file.size}, image, request.options, pages.first);
+    auto bytes = file_with_metadata({pages.file.data.get(), pages.file.size}, pages.pictures, request.options);
     if (bytes.empty()) {
         return pages.file;
     }

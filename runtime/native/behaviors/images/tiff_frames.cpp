@@ -10,6 +10,7 @@
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
@@ -45,13 +46,15 @@ void take_options(FileFacts& facts, const Record& options) {
     facts.encoding = encoding.format;
 }
 
-Ref<ImageObject> frame_of(const ImageObject& source, const Record* options) {
+Ref<ImageObject> frame_of(ImageObject& source, const Record* options) {
     auto picture = source.picture().copy();
     FileFacts facts = source.facts().format == Format::kTiff ? source.facts() : page_facts(*picture);
     if (options != nullptr) {
         take_options(facts, *options);
     }
-    return make_ref<ImageObject>(require_type(TiffFrameApi::kType.name), std::move(picture), std::move(facts));
+    auto frame = make_ref<ImageObject>(require_type(TiffFrameApi::kType.name), std::move(picture), std::move(facts));
+    carry_metadata(source, *frame);
+    return frame;
 }
 
 Ref<ImageObject> frame_of_image(ImageObject* image) {
@@ -176,9 +179,10 @@ void add_frames(ImageObject& self, const VariantArg* frames) {
 }
 void add_image(ImageObject& self, ImageObject* image) {
     ImageObject& other = required_image(image, "image");
-    const std::vector<Ref<ImageObject>> sources = other.frames();
-    for (const Ref<ImageObject>& frame : sources) {
-        append_frame(self, frame_of(*frame, nullptr));
+    const FrameRange sources = other.frames();
+    const size_t count = sources.size();  // which grows where an image is added to itself
+    for (size_t i = 0; i < count; ++i) {
+        append_frame(self, frame_of(*sources[i], nullptr));
     }
 }
 void add_page(ImageObject& self, ImageObject* page) {

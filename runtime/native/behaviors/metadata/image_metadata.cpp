@@ -28,8 +28,21 @@ using Compression = api::FileFormats::Tiff::Enums::TiffCompressions;
 constexpr const char* kTiffSchema = "http://ns.adobe.com/tiff/1.0/";
 
 ImageMetadata* metadata_of(Record& image) {
-    auto* object = dynamic_cast<ImageObject*>(&image);
+    auto* object = dynamic_cast<ImageObject*>(&described(image));
     return object != nullptr ? object->metadata.get() : nullptr;
+}
+
+// Sets what describes an image. None goes for all pages of a TIFF image: nothing of the kind is left in it.
+template <class Set>
+void set_described(Record& self, bool none, Set&& set) {
+    auto* image = dynamic_cast<ImageObject*>(&self);
+    const bool of_tiff = image != nullptr && image->facts().format == imagework::Format::kTiff;
+    if (!none || !of_tiff || image->frame_count() < 2) {
+        return set(described(self));
+    }
+    for (const Ref<ImageObject>& frame : image->frames()) {
+        set(*frame);
+    }
 }
 
 // The same tags, in the class that a JPEG has for them.
@@ -46,12 +59,12 @@ Ref<ExifObject> of_jpeg_class(const ExifObject& exif) {
 Ref<ManagedObject> get_xmp(Record& self) {
     self.require_live();
     ImageMetadata* metadata = metadata_of(self);
-    auto known = property_object(self, "XmpData");
+    auto known = property_object(described(self), "XmpData");
     if (known || metadata == nullptr || metadata->xmp_replaced || metadata->found().xmp.empty()) {
         return known;
     }
     Ref<ManagedObject> read = read_kept_xmp(*metadata);
-    set_property(self, "XmpData", read);
+    set_property(described(self), "XmpData", read);
     metadata->xmp_replaced = true;
     return read;
 }
@@ -84,15 +97,20 @@ void drop_descriptions(ImageObject& image) {
 // None takes away all that no other property of the image shows, too.
 void set_xmp(Record& self, XmpPacketObject* value) {
     self.require_live();
-    if (ImageMetadata* metadata = own_metadata(self)) {
-        metadata->xmp_replaced = true;
-        if (value == nullptr) {
-            metadata->unseen_dropped = true;
-            drop_descriptions(static_cast<ImageObject&>(self));
-            metadata->exif_replaced = metadata->exif_replaced || !has_property(self, "ExifData");
+    const auto* image = dynamic_cast<const ImageObject*>(&self);
+    set_described(self, value == nullptr, [&](Record& owner) {
+        if (ImageMetadata* metadata = own_metadata(owner)) {
+            metadata->xmp_replaced = true;
+            if (value == nullptr) {
+                metadata->unseen_dropped = true;
+                metadata->exif_replaced = metadata->exif_replaced || !has_property(owner, "ExifData");
+            }
         }
+        set_property(owner, "XmpData", Ref<ManagedObject>(value));
+    });
+    if (image != nullptr && value == nullptr) {
+        drop_descriptions(static_cast<ImageObject&>(self));
     }
-    set_property(self, "XmpData", Ref<ManagedObject>(value));
 }
 
 // The bytes are kept beside the object: if the object was not changed, they are written to the next file as they are.
@@ -100,7 +118,7 @@ template <bool kOfJpeg>
 Ref<ManagedObject> get_exif(Record& self) {
     self.require_live();
     const ImageMetadata* metadata = metadata_of(self);
-    auto known = property_object(self, "ExifData");
+    auto known = property_object(described(self), "ExifData");
     if (known || metadata == nullptr || metadata->exif_replaced) {
         return known;
     }
@@ -110,16 +128,18 @@ Ref<ManagedObject> get_exif(Record& self) {
     } else if (const auto of_tiff = metadata->of_tiff()) {
         read = kOfJpeg ? Ref<ManagedObject>(of_jpeg_class(*of_tiff)) : of_tiff->copy();
     }
-    set_property(self, "ExifData", read);
+    set_property(described(self), "ExifData", read);
     return read;
 }
 
 void set_exif(Record& self, ExifObject* value) {
     self.require_live();
-    if (ImageMetadata* metadata = own_metadata(self)) {
-        metadata->exif_replaced = true;
-    }
-    set_property(self, "ExifData", Ref<ManagedObject>(value));
+    set_described(self, value == nullptr, [&](Record& owner) {
+        if (ImageMetadata* metadata = own_metadata(owner)) {
+            metadata->exif_replaced = true;
+        }
+        set_property(owner, "ExifData", Ref<ManagedObject>(value));
+    });
 }
 
 Ref<ManagedObject> get_jfif(Record& self) {
@@ -230,8 +250,9 @@ const BehaviorTable table({
 
 }  // namespace
 
-MetadataReading::MetadataReading(imagework::SharedSource source) : m_source(std::move(source)) {
-    if (!m_source->in_memory().empty()) {
+MetadataReading::MetadataReading(imagework::SharedSource source, uint64_t directory)
+    : m_source(std::move(source)), m_directory(directory) {
+    if (m_directory == 0 && !m_source->in_memory().empty()) {
         read();
     }
 }
@@ -240,11 +261,11 @@ void MetadataReading::read() {
     if (m_source == nullptr) {
         return;
     }
-    FileMetadata found = find_metadata(m_source);
+    FileMetadata found = m_directory != 0 ? find_in_tiff(m_source, m_directory) : find_metadata(m_source);
     Ref<ExifObject> of_tiff;
     if (metadata_format(*m_source) == MetadataFormat::kTiff) {
         try {
-            auto exif = read_exif_of_tiff(m_source);
+            auto exif = read_exif_of_tiff(m_source, m_directory);
             if (!exif->empty()) {
                 of_tiff = std::move(exif);
             }
@@ -275,8 +296,16 @@ const std::vector<Bytes>& ImageMetadata::texts() const {
     return unseen_dropped ? kNothing : found().texts;
 }
 
-ImageMetadata* own_metadata(Record& image) {
+Record& described(Record& image) {
     auto* object = dynamic_cast<ImageObject*>(&image);
+    ImageObject* frame = object != nullptr && object->facts().format == imagework::Format::kTiff
+                             ? object->active_frame_object()
+                             : nullptr;
+    return frame != nullptr ? *frame : image;
+}
+
+ImageMetadata* own_metadata(Record& image) {
+    auto* object = dynamic_cast<ImageObject*>(&described(image));
     if (object == nullptr) {
         return nullptr;
     }
@@ -320,9 +349,9 @@ Ref<ManagedObject> xmp_of(Record& image) {
     return get_xmp(image);
 }
 
-std::shared_ptr<ImageMetadata> keep_metadata(imagework::SharedSource file) {
+std::shared_ptr<ImageMetadata> keep_metadata(imagework::SharedSource file, uint64_t directory) {
     auto metadata = std::make_shared<ImageMetadata>();
-    metadata->reading = std::make_shared<MetadataReading>(std::move(file));
+    metadata->reading = std::make_shared<MetadataReading>(std::move(file), directory);
     return metadata;
 }
 
@@ -332,7 +361,8 @@ void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata
     image.metadata = std::move(metadata);
 }
 
-void carry_metadata(ImageObject& from, ImageObject& to) {
+void carry_metadata(ImageObject& image, ImageObject& to) {
+    auto& from = static_cast<ImageObject&>(described(image));
     if (from.metadata != nullptr) {
         to.metadata = std::make_shared<ImageMetadata>(*from.metadata);
     }
@@ -347,6 +377,16 @@ void carry_metadata(ImageObject& from, ImageObject& to) {
     }
     if (has_property(from, "Comment") && has_property(to, "Comment")) {
         set_property(to, "Comment", property(from, "Comment"));
+    }
+}
+
+void pass_metadata(ImageObject& from, ImageObject& frame) {
+    frame.metadata = std::move(from.metadata);
+    for (const char* name : {"XmpData", "ExifData"}) {
+        if (has_property(from, name) && has_property(frame, name)) {
+            set_property(frame, name, property(from, name));
+            set_property(from, name, Ref<ManagedObject>());
+        }
     }
 }
 

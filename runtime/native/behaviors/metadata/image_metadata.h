@@ -18,13 +18,16 @@ namespace zelmor::embed {
 class ImageObject;
 struct ImageMetadata;
 
-// The metadata of a file, for the image that was decoded from it.
-std::shared_ptr<ImageMetadata> keep_metadata(imagework::SharedSource file);
+// The metadata of a file, for the image that was decoded from it, or of the page of a TIFF whose directory stands at
+// that offset.
+std::shared_ptr<ImageMetadata> keep_metadata(imagework::SharedSource file, uint64_t directory = 0);
 // `resolution` is that of the picture in the file.
 void attach_metadata(ImageObject& image, std::shared_ptr<ImageMetadata> metadata, imagework::Resolution resolution);
 
 // Gives an image that is made of another the metadata of that one; what is changed in one stays as it is in the other.
 void carry_metadata(ImageObject& from, ImageObject& to);
+// Moves the metadata of a TIFF image to its first frame, when frames are first asked for.
+void pass_metadata(ImageObject& from, ImageObject& frame);
 
 // The EXIF orientation of the picture, 1 to 8; 1 where nothing says so. Setting it changes a tag that is there.
 int exif_orientation(ImageObject& image);
@@ -33,16 +36,19 @@ void reset_orientation(ImageObject& image);
 // Before an image is encoded: options that are made of tags are brought in step. `options` may be null.
 void prepare_options(const Record* options);
 
-// What the metadata of a file have to know of the picture in it.
+// What the metadata of a file have to know of a picture in it.
 struct WrittenPicture {
+    ImageObject* image;  // that describes it
     imagework::Resolution resolution;
     int64_t changed_at;  // see imagework::Picture
+    int64_t width;
+    int64_t height;
 };
 
-// The file with the metadata of the options, or of the image where these have none; empty where the file is good as it
-// is.
-std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, ImageObject& image, const Record* options,
-                                        const WrittenPicture& picture);
+// The file with the metadata of the options, or of the images where these have none; empty where the file is good as it
+// is. `pictures` are those in the file: each page of a TIFF gets its own metadata, any other file those of the first.
+std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span<const WrittenPicture> pictures,
+                                        const Record* options);
 
 }  // namespace zelmor::embed
 

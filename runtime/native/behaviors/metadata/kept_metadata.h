@@ -7,13 +7,15 @@
 
 namespace zelmor::embed {
 
-// The metadata of one file, for all images that were made of it. They are read when they are first asked for, and the
-// file is let go then. Bytes in memory are read at once: that takes no time, and nothing here keeps them.
+// The metadata of one file or page, for all images that were made of it. They are read when they are first asked for,
+// and the file is let go then. A whole file in memory is read at once: that takes no time, and nothing here keeps the
+// bytes.
 //
 // Its users hold the interpreter lock, and reading calls no code of theirs.
 class MetadataReading {
  public:
-    explicit MetadataReading(imagework::SharedSource source);
+    // Of a whole file, or of the page of a TIFF whose directory stands at that offset.
+    explicit MetadataReading(imagework::SharedSource source, uint64_t directory = 0);
     // Throws what reading the source throws, and then reads again the next time.
     const FileMetadata& found() { return read(), m_found; }
     // What a TIFF file has in place of a block of EXIF data; null where it has none. No program gets this object, which
@@ -24,6 +26,7 @@ class MetadataReading {
     void read();
 
     imagework::SharedSource m_source;  // null once it was read
+    uint64_t m_directory;              // 0: of the whole file
     FileMetadata m_found;
     Ref<ExifObject> m_of_tiff;
 };
@@ -46,6 +49,10 @@ struct ImageMetadata {
     const std::vector<Bytes>& texts() const;
     Ref<ExifObject> of_tiff() const { return reading != nullptr ? reading->of_tiff() : nullptr; }
 };
+
+// The object whose properties and metadata describe an image: of a TIFF image with frames its active frame, since each
+// page has metadata of its own; otherwise the image itself.
+Record& described(Record& image);
 
 // The metadata of an image; made for one that has none yet. Null for an object that is no image with pixels.
 ImageMetadata* own_metadata(Record& image);

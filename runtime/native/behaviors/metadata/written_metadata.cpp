@@ -1,5 +1,6 @@
 // The metadata of the files that images are saved to; see image_metadata.h.
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.Exif.h"
@@ -16,7 +17,6 @@
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
-#include "runtime/native/imagework/probe/probe.h"
 
 namespace zelmor::embed {
 
@@ -32,8 +32,6 @@ struct Save {
     const ImageMetadata& kept;
     const Record* options;  // may be null
     WrittenPicture picture;
-    int64_t width;
-    int64_t height;
     MetadataFormat format;
 
     // A thumbnail of a time that is not after the last change of the pixels shows another picture.
@@ -63,8 +61,8 @@ bool bring_in_step(ExifObject& exif, const Save& save) {
         exif.put(ExifDirectory::kExif, make_tag(TiffType::kLong, id, size));
         changed = true;
     };
-    put_size(ExifTag::kPixelXDimension, save.width);
-    put_size(ExifTag::kPixelYDimension, save.height);
+    put_size(ExifTag::kPixelXDimension, save.picture.width);
+    put_size(ExifTag::kPixelYDimension, save.picture.height);
     const TagObject* unit = exif.find(ExifDirectory::kCommon, number_of(Tag::kResolutionUnit));
     const bool metric = unit != nullptr && tag_integer(*unit) == static_cast<int64_t>(ResolutionUnit::kCentimeter);
     const double per_inch = metric ? 2.54 : 1.0;
@@ -360,28 +358,19 @@ bool is_same(const MetadataToWrite& write, const FileMetadata& there, MetadataFo
         case MetadataFormat::kPng:
             // The image library compresses a packet in PNG, where other programs do not look for it.
             return write.exif == there.exif && write.xmp.empty() && there.xmp.empty() && write.texts == there.texts;
-        case MetadataFormat::kTiff:
-            return write.tags.empty() && write.below == nullptr && write.xmp == there.xmp &&
-                   write.photoshop == there.photoshop;
         default:
             return write.exif == there.exif && write.xmp == there.xmp;
     }
 }
 
-}  // namespace
+struct Written {
+    MetadataToWrite metadata;
+    Ref<ExifObject> exif;  // that `below` refers to
+};
 
-std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, ImageObject& image, const Record* options,
-                                        const WrittenPicture& picture) {
-    const auto bytes = std::as_bytes(file);
-    const MetadataFormat format = metadata_format(bytes);
-    if (format == MetadataFormat::kOther || format == MetadataFormat::kBmp) {
-        return {};
-    }
-    const imagework::FileFacts facts = imagework::probe(file);
-    const Save save{image, *own_metadata(image), options, picture, facts.width, facts.height, format};
-    const FileMetadata there = find_metadata(bytes);
-
-    MetadataToWrite write;
+Written to_write(const Save& save) {
+    Written result;
+    MetadataToWrite& write = result.metadata;
     XmpToWrite xmp = xmp_to_write(save);
     write.xmp = std::move(xmp.packet);
     write.extended_xmp = std::move(xmp.extension);
@@ -391,27 +380,68 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, ImageObje
     write.photoshop =
         save.is_stale(save.kept.read_at) ? resources_without_thumbnails(save.kept.photoshop()) : save.kept.photoshop();
     write.texts = save.kept.texts();
-    if (format == MetadataFormat::kJpeg) {
-        write.comments = comments_to_write(save);
-        put_jfif(save, there, write);
-    }
-    if (format == MetadataFormat::kTiff) {
+    result.exif = std::move(exif.object);
+    return result;
+}
+
+std::vector<uint8_t> unsigned_bytes(const Bytes& bytes) {
+    const auto* first = reinterpret_cast<const uint8_t*>(bytes.data());
+    return {first, first + bytes.size()};
+}
+
+Save save_of(const WrittenPicture& picture, const Record* options, MetadataFormat format) {
+    auto& image = static_cast<ImageObject&>(described(*picture.image));
+    return {image, *own_metadata(image), options, picture, format};
+}
+
+// Each page has its own tags. The encoder writes none of these kinds, so that a page without any is good as it is.
+std::vector<uint8_t> tiff_with_metadata(std::span<const std::byte> file, std::span<const WrittenPicture> pictures,
+                                        const Record* options) {
+    std::vector<std::optional<MetadataToWrite>> pages;
+    std::vector<Ref<ExifObject>> held;
+    for (const WrittenPicture& picture : pictures) {
+        auto [write, exif] = to_write(save_of(picture, options, MetadataFormat::kTiff));
         write.exif.clear();
         auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
         if (tiff != nullptr) {
             add_free_tags(write.tags, tiff->tags());
         }
-        if (exif.object) {
-            add_free_tags(write.tags, exif.object->tags(ExifDirectory::kCommon));
+        if (exif) {
+            add_free_tags(write.tags, exif->tags(ExifDirectory::kCommon));
+            write.below = exif.get();
+            held.push_back(exif);
         }
-        write.below = exif.object.get();
+        const bool any = !write.tags.empty() || write.below != nullptr || !write.xmp.empty() || !write.photoshop.empty();
+        pages.push_back(any ? std::optional(std::move(write)) : std::nullopt);
     }
-    if (is_same(write, there, format)) {
+    while (!pages.empty() && !pages.back()) {
+        pages.pop_back();
+    }
+    return pages.empty() ? std::vector<uint8_t>() : unsigned_bytes(with_tiff_tags(file, pages));
+}
+
+}  // namespace
+
+std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span<const WrittenPicture> pictures,
+                                        const Record* options) {
+    assert(!pictures.empty());
+    const auto bytes = std::as_bytes(file);
+    const MetadataFormat format = metadata_format(bytes);
+    if (format == MetadataFormat::kOther || format == MetadataFormat::kBmp) {
         return {};
     }
-    const Bytes out = with_metadata(bytes, write);
-    const auto* first = reinterpret_cast<const uint8_t*>(out.data());
-    return {first, first + out.size()};
+    if (format == MetadataFormat::kTiff) {
+        return tiff_with_metadata(bytes, pictures, options);
+    }
+    const Save save = save_of(pictures[0], options, format);
+    const FileMetadata there = find_metadata(bytes);
+    MetadataToWrite write = to_write(save).metadata;
+    if (format == MetadataFormat::kJpeg) {
+        write.comments = comments_to_write(save);
+        put_jfif(save, there, write);
+    }
+    return is_same(write, there, format) ? std::vector<uint8_t>() : unsigned_bytes(with_metadata(bytes, write));
 }
 
 }  // namespace zelmor::embed
+

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/rows.h"
 #include "runtime/native/imagework/probe/probe.h"
 
@@ -56,6 +57,12 @@ struct FrameHeader {
     std::vector<std::vector<uint8_t>> blocks_behind = {};  // of the last frame
 };
 
+// Where the file of a document has what describes one of its pages: the directory of a TIFF.
+struct PageDirectory {
+    SharedSource file;  // null: no page is described by itself
+    uint64_t at = 0;
+};
+
 // Any thread may call the members; the readers are independent of each other and keep the source alive.
 class FrameSource : public std::enable_shared_from_this<FrameSource> {
  public:
@@ -67,6 +74,7 @@ class FrameSource : public std::enable_shared_from_this<FrameSource> {
     virtual size_t count() const = 0;
     // Costs the frame's header. `index` is below count(), here and in open().
     virtual FrameHeader header(size_t index) const = 0;
+    virtual PageDirectory directory(size_t) const { return {}; }
     // The rows of one frame. A reader of a picture that stands alone decodes when rows are asked for, and costs no more
     // than its header before. The rows of an animation are the whole canvas while that frame is shown, so that opening
     // costs the frames that it is composed of; frames that are opened in their order cost one each.

@@ -38,6 +38,11 @@ class TiffPages final : public FrameSource {
         return header;
     }
 
+    PageDirectory directory(size_t index) const override {
+        assert(index < count());
+        return {m_source, m_directories[index]};
+    }
+
     std::unique_ptr<RowReader> open(size_t index) const override {
         assert(index < count());
         return open_tiff_page(m_source, m_directories[index], m_options);

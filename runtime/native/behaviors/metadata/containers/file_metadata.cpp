@@ -90,8 +90,10 @@ Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& meta
             return write_to_webp(file, metadata.exif, metadata.xmp);
         case MetadataFormat::kGif:
             return write_to_gif(file, metadata.xmp);
-        case MetadataFormat::kTiff:
-            return with_tiff_tags(file, metadata);
+        case MetadataFormat::kTiff: {
+            const std::optional<MetadataToWrite> first = metadata;
+            return with_tiff_tags(file, {&first, 1});
+        }
         case MetadataFormat::kBmp:
         case MetadataFormat::kOther:
             break;

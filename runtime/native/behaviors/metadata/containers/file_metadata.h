@@ -55,11 +55,12 @@ constexpr size_t kMostJpegXmp = 65504;
 
 // Parts of TIFF files that both this and the codec of EXIF data need.
 //
-// Adds tags to the first directory of a TIFF file, in the place of those with the same numbers or with the numbers
-// given, and directories below it. The file grows: data without a pointer to them stay in it.
-Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata);
-// The packet and the image resources in tags of the first directory.
-FileMetadata find_in_tiff(const imagework::SharedSource& file);
+// Adds tags to the directories of a TIFF file, one for each page, in the place of those with the same numbers or with
+// the numbers given, and directories below them. A page without metadata here stays as it is. The file grows: data
+// without a pointer to them stay in it.
+Bytes with_tiff_tags(std::span<const std::byte> file, std::span<const std::optional<MetadataToWrite>> pages);
+// The packet and the image resources in tags of the directory at that offset; 0 for the first one.
+FileMetadata find_in_tiff(const imagework::SharedSource& file, uint64_t directory = 0);
 
 }  // namespace zelmor::embed
 

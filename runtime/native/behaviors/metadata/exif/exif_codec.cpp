@@ -1,6 +1,7 @@
 // EXIF data as bytes: a small TIFF whose directories point at each other.
 #include <algorithm>
 #include <array>
+#include <cassert>
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 #include "runtime/native/behaviors/metadata/containers/file_parts.h"
@@ -141,7 +142,7 @@ void read_below(TiffReaderObject& reader, ExifObject& exif, uint64_t exif_at, ui
 // The tags that EXIF takes from a TIFF image's own directory: texts, the orientation and other directories. The tags
 // that describe the stored pixels are left to the program that writes the file.
 bool is_of_description(uint16_t id) {
-    constexpr uint16_t kIds[] = {270, 271, 272, 274, 305, 306, 315, 33432, kExifPointer, kGpsPointer};
+    constexpr uint16_t kIds[] = {269, 270, 271, 272, 274, 305, 306, 315, 316, 33432, kExifPointer, kGpsPointer};
     return std::find(std::begin(kIds), std::end(kIds), id) != std::end(kIds);
 }
 
@@ -266,11 +267,12 @@ Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg) {
     return exif;
 }
 
-Ref<ExifObject> read_exif_of_tiff(const imagework::SharedSource& file) {
+Ref<ExifObject> read_exif_of_tiff(const imagework::SharedSource& file, uint64_t directory) {
     const auto reader = open(file);
     auto exif = make_exif(false);
     set_property(*exif, "IsBigEndian", reader->big_endian());
-    Directory first = read_directory(*reader, first_directory(*reader), is_of_description);
+    const uint64_t at = directory != 0 ? directory : first_directory(*reader);
+    Directory first = read_directory(*reader, at, is_of_description);
     const uint64_t exif_at = take_pointer(first.tags, kExifPointer);
     const uint64_t gps_at = take_pointer(first.tags, kGpsPointer);
     exif->tags(ExifDirectory::kCommon) = std::move(first.tags);
@@ -383,13 +385,14 @@ Bytes resource_of_iptc(const Bytes& iptc) {
 
 }  // namespace
 
-FileMetadata find_in_tiff(const imagework::SharedSource& file) {
+FileMetadata find_in_tiff(const imagework::SharedSource& file, uint64_t directory) {
     FileMetadata found;
     try {
         const auto reader = open(file);
         const auto wanted = [](uint16_t id) { return id == kXmpPacket || id == kIptc || id == kPhotoshop; };
         Bytes iptc;
-        for (const auto& tag : read_directory(*reader, first_directory(*reader), wanted).tags) {
+        const uint64_t at = directory != 0 ? directory : first_directory(*reader);
+        for (const auto& tag : read_directory(*reader, at, wanted).tags) {
             Bytes& kept = tag->id() == kXmpPacket ? found.xmp : tag->id() == kIptc ? iptc : found.photoshop;
             kept = tag->encoded(reader->big_endian());
         }
@@ -405,13 +408,14 @@ FileMetadata find_in_tiff(const imagework::SharedSource& file) {
     return found;
 }
 
-Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& metadata) {
-    const auto reader = open(source_of(file));
-    const Form form{reader->big_endian(), reader->big_tiff()};
-    Bytes out(file.begin(), file.end());
-    out.resize(even(out.size()));
+namespace {
 
-    // Directories below come first, since the first one points to them.
+// A directory of the file with other metadata, behind what there is of the new file; returns where it stands. It links
+// to the same next directory as before.
+size_t put_changed_directory(Bytes& out, std::span<const std::byte> file, size_t at, size_t count, uint64_t next,
+                             const MetadataToWrite& metadata, const Form& form) {
+    // Directories below come first, since this one points to them.
+    out.resize(even(out.size()));
     TagList added = without(metadata.tags, {kExifPointer, kGpsPointer});
     if (!metadata.xmp.empty()) {
         added.push_back(make_tag(TiffType::kByte, kXmpPacket, metadata.xmp));
@@ -436,11 +440,7 @@ Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& met
     }
 
     // The entries that are there already keep their bytes, so that what they point to is found again.
-    const auto at = static_cast<size_t>(first_directory(*reader));
-    const auto count = static_cast<size_t>(reader->number(static_cast<int64_t>(at), form.head()));
     const size_t entry = directory_entry_size(form.big_tiff);
-    const auto next_at = static_cast<int64_t>(at + form.head() + count * entry);
-    const uint64_t next = reader->number(next_at, form.word());
     const auto replaced = [&](uint16_t id) {
         if (id == kXmpPacket || id == kExifPointer || id == kGpsPointer || id == kIptc || id == kPhotoshop) {
             return true;
@@ -470,10 +470,38 @@ Bytes with_tiff_tags(std::span<const std::byte> file, const MetadataToWrite& met
     }
     put_number(out, next, form.word(), form.big_endian);
     out.insert(out.end(), values.begin(), values.end());
+    return directory_at;
+}
 
-    Bytes first;
-    put_number(first, directory_at, form.word(), form.big_endian);
-    std::copy(first.begin(), first.end(), out.begin() + (form.big_tiff ? 8 : 4));
+// Where a directory has the offset of the next one.
+size_t link_of(size_t at, size_t count, const Form& form) {
+    return at + form.head() + count * directory_entry_size(form.big_tiff);
+}
+
+}  // namespace
+
+Bytes with_tiff_tags(std::span<const std::byte> file, std::span<const std::optional<MetadataToWrite>> pages) {
+    const auto reader = open(source_of(file));
+    const Form form{reader->big_endian(), reader->big_tiff()};
+    const auto number = [&](size_t at, size_t size) { return reader->number(static_cast<int64_t>(at), size); };
+    Bytes out(file.begin(), file.end());
+    size_t link = form.big_tiff ? 8 : 4;  // to the directory at hand, in the new file
+    auto at = static_cast<size_t>(first_directory(*reader));
+    for (const std::optional<MetadataToWrite>& page : pages) {
+        assert(at != 0);  // the file has so many pages
+        const auto count = static_cast<size_t>(number(at, form.head()));
+        const uint64_t next = number(link_of(at, count, form), form.word());
+        size_t written = at;
+        if (page) {
+            written = put_changed_directory(out, file, at, count, next, *page, form);
+            Bytes offset;
+            put_number(offset, written, form.word(), form.big_endian);
+            std::copy(offset.begin(), offset.end(), out.begin() + static_cast<std::ptrdiff_t>(link));
+        }
+        const auto entries = read_number(std::span(out).subspan(written, form.head()), form.big_endian);
+        link = link_of(written, static_cast<size_t>(entries), form);
+        at = static_cast<size_t>(next);
+    }
     return out;
 }
 

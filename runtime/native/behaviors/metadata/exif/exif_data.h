@@ -67,8 +67,9 @@ Ref<ExifObject> make_exif(bool of_jpeg);
 // Reads what a file has, from the byte order on, with or without "Exif" in front. FormatException where that is no
 // TIFF; a tag whose values lie outside is left out.
 Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg);
-// The same from a TIFF file: the directory at the offset given holds more than EXIF, of which only that is taken.
-Ref<ExifObject> read_exif_of_tiff(const imagework::SharedSource& file);
+// The same of a page of a TIFF file. Its directory, at that offset, holds more than EXIF, of which only that is taken.
+// Offset 0 stands for the first page.
+Ref<ExifObject> read_exif_of_tiff(const imagework::SharedSource& file, uint64_t directory = 0);
 // The TIFF structure of the data, without "Exif" in front.
 Bytes write_exif(const ExifObject& exif);
 
