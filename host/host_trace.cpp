@@ -15,6 +15,14 @@ namespace {
 // Written during start-up only, under the interpreter lock; therefore no atomic.
 bool g_enabled = false;
 
+// A line of any level that goes to standard output.
+__attribute__((format(printf, 1, 0))) void print(const char* format, va_list args) {
+    assert(format != nullptr);
+    if (g_enabled) {
+        pal::out_vprintf(format, args);
+    }
+}
+
 }  // namespace
 
 void initialize() {
@@ -42,35 +50,23 @@ bool is_enabled() {
 }
 
 void info(const char* format, ...) {
-    assert(format != nullptr);
-    if (!g_enabled) {
-        return;
-    }
     va_list args;
     va_start(args, format);
-    pal::out_vprintf(format, args);
+    print(format, args);
     va_end(args);
 }
 
 void verbose(const char* format, ...) {
-    assert(format != nullptr);
-    if (!g_enabled) {
-        return;
-    }
     va_list args;
     va_start(args, format);
-    pal::out_vprintf(format, args);
+    print(format, args);
     va_end(args);
 }
 
 void warning(const char* format, ...) {
-    assert(format != nullptr);
-    if (!g_enabled) {
-        return;
-    }
     va_list args;
     va_start(args, format);
-    pal::out_vprintf(format, args);
+    print(format, args);
     va_end(args);
 }
 

@@ -6,6 +6,7 @@
 #include "runtime/native/imagework/bmp/bmp_codec.h"
 #include "runtime/native/imagework/pixels/samples.h"
 #include "tests/unit/imagecodecs/codec_files.h"
+#include "tests/unit/imagework/counted_source.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -326,25 +327,6 @@ TEST(BmpRowsTest, AFileThatWasChangedIsAnError) {
               }).kind(),
               Failure::kDamaged);
 }
-
-// Counts the bytes that are asked for.
-class CountedSource final : public DataSource {
- public:
-    explicit CountedSource(Bytes bytes) : m_bytes(std::move(bytes)) {}
-    uint64_t size() const override { return m_bytes.size(); }
-    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
-        const auto found = ByteReader(m_bytes).piece(offset, out.size());
-        std::copy(found.begin(), found.end(), out.begin());
-        read += found.size();
-        longest = std::max(longest, out.size());
-        return found.size();
-    }
-    mutable uint64_t read = 0;
-    mutable size_t longest = 0;
-
- private:
-    Bytes m_bytes;
-};
 
 TEST(BmpRowsTest, RowsAreReadAsTheyAreAskedFor) {
     const RowsHeader header = header_of(1000, 1000, kRgb);

@@ -13,6 +13,7 @@
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/open_files.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
+#include "tests/unit/imagework/counted_source.h"
 #include "tests/unit/imagework/failure_of.h"
 
 namespace zelmor::imagework {
@@ -202,30 +203,12 @@ TEST_F(OpenFilesTest, ThreadsThatReadNeverSeeTheNewBytes) {
     }
 }
 
-// A source that counts what is read of it, and does not say that it lies in memory.
-class CountingSource final : public DataSource {
- public:
-    explicit CountingSource(FileBytes bytes) : m_bytes(memory_source(std::move(bytes))) {}
-    uint64_t size() const override { return m_bytes->size(); }
-    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
-        const size_t count = m_bytes->read_at(offset, out);
-        ++reads;
-        read += count;
-        return count;
-    }
-    mutable size_t reads = 0;
-    mutable size_t read = 0;
-
- private:
-    SharedSource m_bytes;
-};
-
 TEST(SourceBytesTest, JumpsReadLittleAndStepsFewTimes) {
     FileBytes numbers(1 << 20);
     for (size_t i = 0; i < numbers.size(); ++i) {
         numbers[i] = static_cast<uint8_t>(i * 7 + i / 256);
     }
-    const auto source = std::make_shared<CountingSource>(numbers);
+    const auto source = std::make_shared<CountedSource>(numbers);
     SourceBytes jumping(source, 64);
     for (size_t at = 0; at + 8 <= numbers.size(); at += 8192) {
         const auto found = jumping.at(at, 8);

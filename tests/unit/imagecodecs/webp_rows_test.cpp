@@ -11,6 +11,7 @@
 
 #include "runtime/native/imagework/webp/webp_codec.h"
 #include "tests/unit/imagecodecs/codec_files.h"
+#include "tests/unit/imagework/counted_source.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -452,23 +453,6 @@ TEST(WebpRowsTest, AFileThatWasChangedIsAnError) {
     EXPECT_EQ(failure_of([&] { reader->read(1, row); }).kind(), Failure::kDamaged);
     EXPECT_EQ(failure_of([&] { all_rows(*frames->open(0)); }).kind(), Failure::kDamaged);
 }
-
-// Counts the bytes that are asked for.
-class CountedSource final : public DataSource {
- public:
-    explicit CountedSource(Bytes bytes) : m_bytes(std::move(bytes)) {}
-    uint64_t size() const override { return m_bytes.size(); }
-    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
-        const auto found = ByteReader(m_bytes).piece(offset, out.size());
-        std::copy(found.begin(), found.end(), out.begin());
-        read += found.size();
-        return found.size();
-    }
-    mutable uint64_t read = 0;
-
- private:
-    Bytes m_bytes;
-};
 
 TEST(WebpRowsTest, FindingFramesReadsNoPixels) {
     const RowsHeader header = header_of(150, 150, kRgba);

@@ -15,6 +15,7 @@
 #include "runtime/native/imagework/tiff/tiff_reader.h"
 #include "runtime/native/imagework/tiff/tiff_writer.h"
 #include "runtime/native/imagework/tiff/writable_forms.h"
+#include "tests/unit/imagework/counted_source.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -398,23 +399,6 @@ class VectorBytes final : public ByteSource {
     const Bytes& m_bytes;
 };
 
-// Knows how much of it was read.
-class CountingSource final : public DataSource {
- public:
-    explicit CountingSource(const Bytes& bytes) : m_bytes(bytes) {}
-    uint64_t size() const override { return m_bytes.size(); }
-    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
-        const auto piece = ByteReader(m_bytes).piece(offset, out.size());
-        std::copy(piece.begin(), piece.end(), out.begin());
-        read += piece.size();
-        return piece.size();
-    }
-    mutable uint64_t read = 0;
-
- private:
-    const Bytes& m_bytes;
-};
-
 TEST(TiffPagesTest, PagesOfDifferentForms) {
     for (const bool big_tiff : {false, true}) {
         for (const bool big_endian : {false, true}) {
@@ -458,7 +442,7 @@ TEST(TiffPagesTest, AFileIsASourceOfFrames) {
         page->finish();
     }
     const Bytes bytes = bytes_of(file.finish());
-    const SharedFrames frames = open_tiff(std::make_shared<CountingSource>(bytes), {});
+    const SharedFrames frames = open_tiff(std::make_shared<CountedSource>(bytes), {});
     ASSERT_EQ(frames->count(), 3U);
     for (const size_t i : {2, 0, 1}) {
         const auto width = static_cast<int32_t>(10 * (i + 1));
@@ -503,7 +487,7 @@ TEST(TiffPagesTest, ALatePageCostsItsOwnBytes) {
     const Bytes bytes = bytes_of(file.finish());
     VectorBytes in(bytes);
     const auto directories = probe_tiff_directories(in);
-    const auto source = std::make_shared<CountingSource>(bytes);
+    const auto source = std::make_shared<CountedSource>(bytes);
     EXPECT_TRUE(read_page(source, directories[80]).rows == picture.rows);
     EXPECT_LT(source->read, bytes.size() / 100 + 2000);
 }
