@@ -1,5 +1,5 @@
-// The arrays in which programs see the frames of an image, and the blocks of a GIF image: a frame becomes an object when
-// its element is looked at.
+// The arrays in which programs see the frames of an image, and the blocks of a GIF image: a frame becomes an object
+// when its element is looked at.
 //
 // An array keeps showing the frames that the image had when it was asked for. Programs may assign to its elements; one
 // that was changed is an ordinary array from then on.

@@ -164,11 +164,6 @@ void FrameStore::dispose_frames() {
 void FrameStore::references(ReferenceVisitor& visitor) {
     if (visitor.takes()) {
         leave_image();
-        for (Ref<ImageObject>& object : m_objects) {
-            if (object) {
-                object->set_container(nullptr);
-            }
-        }
     }
     visitor(m_objects);
 }

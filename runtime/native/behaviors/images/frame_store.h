@@ -1,9 +1,9 @@
 // The frames of an image: objects that are made when they are first looked at.
 //
-// A frame of a file is known by its number until a program asks for it; its object costs a few kilobytes, and a file may
-// have tens of thousands of frames. The store numbers all frames of an image: each has a *slot*, in which its object
-// stands once it was made, and keeps it as long as the image or an array that shows it has the frame. Lists of slots say
-// which frames the image has, in its order, and which an array showed when it was made.
+// A frame of a file is known by its number until a program asks for it; its object costs a few kilobytes, and a file
+// may have tens of thousands of frames. The store numbers all frames of an image: each has a *slot*, in which its
+// object stands once it was made, and keeps it as long as the image or an array that shows it has the frame. Lists of
+// slots say which frames the image has, in its order, and which an array showed when it was made.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FRAME_STORE_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FRAME_STORE_H
 
@@ -62,11 +62,11 @@ class FrameStore final : public ManagedObject {
     imagework::SharedFrames m_source;  // of the slots below its count
     imagework::DecodeOptions m_options;
     bool m_frames_disposed = false;
-    std::vector<Ref<ImageObject>> m_objects;            // by slot
-    std::vector<FrameSlot> m_free;                      // slots without a frame
-    std::shared_ptr<FrameSlots> m_slots;                // those of the image; arrays share the list until it changes
+    std::vector<Ref<ImageObject>> m_objects;               // by slot
+    std::vector<FrameSlot> m_free;                         // slots without a frame
+    std::shared_ptr<FrameSlots> m_slots;                   // those of the image; arrays share the list until it changes
     std::vector<std::weak_ptr<const FrameSlots>> m_lists;  // other lists, which only arrays have
-    std::vector<FrameSlot> m_taken;                     // out of the image, but in one of these
+    std::vector<FrameSlot> m_taken;                        // out of the image, but in one of these
 };
 
 }  // namespace zelmor::embed

@@ -411,7 +411,8 @@ std::vector<uint8_t> tiff_with_metadata(std::span<const std::byte> file, std::sp
             write.below = exif.get();
             held.push_back(exif);
         }
-        const bool any = !write.tags.empty() || write.below != nullptr || !write.xmp.empty() || !write.photoshop.empty();
+        const bool any =
+            !write.tags.empty() || write.below != nullptr || !write.xmp.empty() || !write.photoshop.empty();
         pages.push_back(any ? std::optional(std::move(write)) : std::nullopt);
     }
     while (!pages.empty() && !pages.back()) {
@@ -444,4 +445,3 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span
 }
 
 }  // namespace zelmor::embed
-
