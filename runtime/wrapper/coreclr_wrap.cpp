@@ -93,7 +93,7 @@ int coreclr_wrap_load(const char* libcoreclr_path) {
     const std::lock_guard<std::mutex> lock(g_mutex);
     // A process has one runtime. Loading the same library again succeeds, loading another one fails.
     if (g_phase != Phase::kUnloaded) {
-        return is_the_open_runtime(libcoreclr_path);
+        return is_the_open_runtime(libcoreclr_path) ? 1 : 0;
     }
     Runtime runtime{};
     if (!open_runtime(libcoreclr_path, runtime)) {
@@ -172,5 +172,5 @@ int coreclr_wrap_shutdown() {
 
 int coreclr_wrap_is_domain_initialized() {
     const std::lock_guard<std::mutex> lock(g_mutex);
-    return g_phase == Phase::kRunning;
+    return g_phase == Phase::kRunning ? 1 : 0;
 }

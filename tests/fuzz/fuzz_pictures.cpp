@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -117,8 +118,13 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: fuzz_pictures FOLDER SEED FIRST COUNT [MINUTES]\n");
         return 2;
     }
-    zelmor::fuzz::bound_memory();
-    const auto number = [&](int i) { return std::strtoull(arguments[i], nullptr, 10); };
-    return zelmor::fuzz::run(arguments[1], number(2), number(3), number(4),
-                             count > 5 ? std::strtod(arguments[5], nullptr) : 1e9);
+    try {
+        zelmor::fuzz::bound_memory();
+        const auto number = [&](int i) { return std::strtoull(arguments[i], nullptr, 10); };
+        return zelmor::fuzz::run(arguments[1], number(2), number(3), number(4),
+                                 count > 5 ? std::strtod(arguments[5], nullptr) : 1e9);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
 }

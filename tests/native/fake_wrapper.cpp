@@ -111,7 +111,7 @@ FAKE_WRAP_API int coreclr_wrap_load(const char* path) {
         return answer;
     }
     const auto real = real_function<int(const char*)>("coreclr_wrap_load");
-    return real ? real(path) : answer;
+    return real != nullptr ? real(path) : answer;
 }
 
 FAKE_WRAP_API int coreclr_wrap_initialize(const char* exe, const char* domain, int count, const char** keys,
@@ -126,7 +126,7 @@ FAKE_WRAP_API int coreclr_wrap_initialize(const char* exe, const char* domain, i
     }
     const auto real =
         real_function<int(const char*, const char*, int, const char**, const char**)>("coreclr_wrap_initialize");
-    return real ? real(exe, domain, count, keys, values) : answer;
+    return real != nullptr ? real(exe, domain, count, keys, values) : answer;
 }
 
 FAKE_WRAP_API int coreclr_wrap_create_delegate(const char* assembly, const char* type, const char* method,
@@ -137,7 +137,7 @@ FAKE_WRAP_API int coreclr_wrap_create_delegate(const char* assembly, const char*
         return kMissingMethod;
     }
     const auto real = real_function<int(const char*, const char*, const char*, void**)>("coreclr_wrap_create_delegate");
-    if (!real) {
+    if (real == nullptr) {
         return 0;
     }
     const int status = real(assembly, type, method, delegate);
@@ -154,7 +154,7 @@ FAKE_WRAP_API int coreclr_wrap_shutdown() {
         return answer;
     }
     const auto real = real_function<int()>("coreclr_wrap_shutdown");
-    return real ? real() : answer;
+    return real != nullptr ? real() : answer;
 }
 
 FAKE_WRAP_API int coreclr_wrap_is_domain_initialized() {
@@ -164,5 +164,5 @@ FAKE_WRAP_API int coreclr_wrap_is_domain_initialized() {
         return answer;
     }
     const auto real = real_function<int()>("coreclr_wrap_is_domain_initialized");
-    return real ? real() : answer;
+    return real != nullptr ? real() : answer;
 }

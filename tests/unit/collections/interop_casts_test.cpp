@@ -52,8 +52,9 @@ TEST_F(InteropCasts, ACastWrapsWhatComesOutWithItsStatus) {
             const RefCountWatch count(argument.get());
             const PyRef result = evaluate_on((std::string("T.") + cast + "(x)").c_str(), type, argument.get());
             ASSERT_TRUE(result) << type->tp_name;
-            EXPECT_EQ(PyLong_AsLong(PyTuple_GET_ITEM(result.get(), 0)), 3);
-            PyObject* wrapped = PyTuple_GET_ITEM(result.get(), 1);
+            EXPECT_EQ(PyLong_AsLong(PyTuple_GetItem(result.get(), 0)), 3);
+            PyObject* wrapped = PyTuple_GetItem(result.get(), 1);
+            ASSERT_NE(wrapped, nullptr);
             EXPECT_EQ(Py_TYPE(wrapped), type);
             EXPECT_EQ(Py_REFCNT(wrapped), 1);
             EXPECT_EQ(handle_in(wrapped), pointer(5));

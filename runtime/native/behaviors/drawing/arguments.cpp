@@ -44,7 +44,7 @@ std::vector<Value> elements_of(const Value& value) {
         return {};
     }
     // A reference of its own: reading a Python list runs code that may set the property that the value was read from.
-    const Value held = value;
+    const Value held = value;  // NOLINT(performance-unnecessary-copy-initialization)
     auto& object = const_cast<ManagedObject&>(object_in(held, "System.Collections.IEnumerable"));
     std::vector<Value> items;
     if (const auto* list = dynamic_cast<ManagedList*>(&object); list != nullptr) {

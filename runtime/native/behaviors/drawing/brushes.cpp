@@ -208,7 +208,7 @@ Ref<ManagedObject> over_points(PointsArg points) {
     shape->set_points(points.items);
     set_property(*shape, "IsClosed", true);
     auto figure = make_ref<FigureObject>();
-    figure->shapes.push_back(shape);
+    figure->shapes.emplace_back(shape);
     auto path = make_ref<PathObject>();
     path->figures.push_back(figure);
     return over_outline(kType, points.items, path);

@@ -14,7 +14,6 @@ namespace zelmor::embed {
 
 using api::WrapMode;
 using drawwork::Extend;
-using drawwork::GradientStop;
 using drawwork::Paint;
 using drawwork::PixelArea;
 using drawwork::Sampling;

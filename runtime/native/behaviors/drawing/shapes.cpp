@@ -246,7 +246,7 @@ void PathObject::become(const Outline& polygons) {
         shape->set_points(points);
         set_property(*shape, "IsClosed", contour.closed);
         auto figure = make_ref<FigureObject>();
-        figure->shapes.push_back(shape);
+        figure->shapes.emplace_back(shape);
         figures.push_back(figure);
     }
 }

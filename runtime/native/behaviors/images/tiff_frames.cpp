@@ -1,5 +1,6 @@
 // TiffImage and its frames. Each frame keeps the options that its page is written with.
 #include <cassert>
+#include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.BigTiff.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
@@ -102,7 +103,7 @@ void align_resolution(imagework::Picture& picture) {
     const imagework::Resolution before = picture.resolution();
     const double dpi = std::max(before.horizontal, before.vertical);
     const auto scaled = [&](int32_t side, double from) {
-        return std::max(1, static_cast<int32_t>(side * dpi / from + 0.5));
+        return std::max(1, static_cast<int32_t>(std::lround(side * dpi / from)));
     };
     if (before.horizontal != before.vertical) {
         picture.resize(scaled(picture.width(), before.horizontal), scaled(picture.height(), before.vertical),

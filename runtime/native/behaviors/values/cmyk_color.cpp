@@ -37,8 +37,8 @@ CmykValue cmyk_of(uint32_t argb) {
     }
     const uint32_t reciprocal = kReciprocals[static_cast<size_t>(light)];
     const auto ink = [&](int x) {
-        const auto share = static_cast<uint64_t>((light - x) * 255 + light / 2);
-        return static_cast<uint8_t>(share * reciprocal >> kReciprocalBits);
+        const int share = (light - x) * 255 + light / 2;
+        return static_cast<uint8_t>(uint64_t{reciprocal} * static_cast<uint32_t>(share) >> kReciprocalBits);
     };
     return {ink(r), ink(g), ink(b), static_cast<uint8_t>(255 - light)};
 }

@@ -78,6 +78,8 @@ constexpr To sample_as(From value) {
                                                               : static_cast<double>(value) / sample_top<From>());
     } else if constexpr (std::is_floating_point_v<From>) {
         const double scaled = static_cast<double>(value) * sample_top<To>();
+        // Of a positive number this is right, and unlike lround() it can be done in vectors.
+        // NOLINTNEXTLINE(bugprone-incorrect-roundings)
         return scaled > 0 ? scaled < sample_top<To>() ? static_cast<To>(scaled + 0.5) : static_cast<To>(~uint64_t{0})
                           : To{0};
     } else if constexpr (sizeof(From) < sizeof(To)) {

@@ -86,8 +86,8 @@ VImage quarter_turned(const VImage& image, int quarters) {
     }
     const VImage source = image.copy_memory();
     const bool swaps = quarters != 2;
-    const VImage target = raster_like(source, swaps ? source.height() : source.width(),
-                                      swaps ? source.width() : source.height(), source.bands(), source.format());
+    VImage target = raster_like(source, swaps ? source.height() : source.width(),
+                                swaps ? source.width() : source.height(), source.bands(), source.format());
     const Walk walk = walk_of(source, quarters);
     by_size(VIPS_IMAGE_SIZEOF_PEL(source.get_image()), [&](auto size) {
         for_strips(target, 2 * kSquare, [&](int begin, int end) { turn_strip(walk, size, target, begin, end); });

@@ -33,7 +33,7 @@ VImage by_kernel(const VImage& image, int width, int height, Resampling resampli
     const Size to{width, height};
     const Weights weights(resampling, from, to, from.width, from.height);
     const SampleForm form{source.format(), source.bands(), alpha};
-    const VImage target = raster_like(source, width, height, source.bands(), source.format());
+    VImage target = raster_like(source, width, height, source.bands(), source.format());
     if (weights.lose_bits(source.format())) {
         run_over(weights.resampler<double>(form, from, to), source, target);
     } else {
@@ -44,7 +44,7 @@ VImage by_kernel(const VImage& image, int width, int height, Resampling resampli
 
 VImage nearest(const VImage& image, int width, int height) {
     const VImage source = image.copy_memory();
-    const VImage target = raster_like(source, width, height, source.bands(), source.format());
+    VImage target = raster_like(source, width, height, source.bands(), source.format());
     const Lookup lookup(VIPS_IMAGE_SIZEOF_PEL(source.get_image()), {source.width(), source.height()}, {width, height});
     for_strips(target, 64, [&](int begin, int end) {
         for (int y = begin; y < end; y++) {

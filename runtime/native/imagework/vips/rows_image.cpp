@@ -122,7 +122,7 @@ namespace {
 VImage image_for(const RowsHeader& header, const SharedBudget& budget) {
     auto share = std::make_unique<MemoryShare>(
         budget, header.form.pixel_size() * static_cast<size_t>(header.width) * static_cast<size_t>(header.height));
-    const VImage image = guarded(Failure::kInternal, "there is no memory for the pixels", [&] {
+    VImage image = guarded(Failure::kInternal, "there is no memory for the pixels", [&] {
         return blank_image(header.form, header.width, header.height, header.resolution.value_or(kDefaultResolution));
     });
     g_object_set_data_full(G_OBJECT(image.get_image()), "decoded-memory", share.release(),
@@ -151,7 +151,7 @@ class ImageRows final : public RowReader {
 
 VImage image_of_rows(RowReader& reader, const SharedBudget& budget) {
     const RowsHeader& header = reader.header();
-    const VImage image = image_for(header, budget);
+    VImage image = image_for(header, budget);
     const size_t row_size = header.form.pixel_size() * static_cast<size_t>(header.width);
     const int32_t step = rows_in_block(row_size);
     for (int32_t done = 0; done < header.height;) {

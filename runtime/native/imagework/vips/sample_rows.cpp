@@ -79,6 +79,8 @@ void unweigh(Work* row, int pixels, int bands, Work top) {
 // Calls with a value of the type of the format's samples.
 template <class Call>
 void by_format(VipsBandFormat format, Call&& call) {
+    // The branches call different instances.
+    // NOLINTNEXTLINE(bugprone-branch-clone)
     switch (format) {
         case VIPS_FORMAT_UCHAR:
             return call(uint8_t());

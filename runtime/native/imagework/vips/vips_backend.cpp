@@ -8,8 +8,6 @@
 #include "runtime/native/imagework/vips/vips_picture.h"
 #include "runtime/native/imagework/vips/vips_start.h"
 
-using vips::VImage;
-
 namespace zelmor::imagework {
 namespace {
 

@@ -26,7 +26,7 @@ std::string take_vips_error(const vips::VError& error) {
 }
 
 VImage rounded_like(const VImage& image, const VImage& like) {
-    const bool exact = vips_band_format_isint(image.format()) || !vips_band_format_isint(like.format());
+    const bool exact = vips_band_format_isint(image.format()) != 0 || vips_band_format_isint(like.format()) == 0;
     VImage result = exact ? image : image.rint();
     return result.cast(like.format()).copy(VImage::option()->set("interpretation", like.interpretation()));
 }

@@ -21,27 +21,27 @@ namespace {
 
 struct TagClass {
     TiffType type;
+    Wire element;  // kVoid for text and undefined bytes
     size_t size;
     const char* name;
-    Wire element;  // kVoid for text and undefined bytes
 };
 constexpr TagClass kClasses[] = {
-    {TiffType::kByte, 1, api::FileFormats::Tiff::TiffTagTypes::TiffByteType::kType.name, Wire::kUInt8},
-    {TiffType::kAscii, 1, api::FileFormats::Tiff::TiffTagTypes::TiffASCIIType::kType.name, Wire::kVoid},
-    {TiffType::kShort, 2, api::FileFormats::Tiff::TiffTagTypes::TiffShortType::kType.name, Wire::kUInt16},
-    {TiffType::kLong, 4, api::FileFormats::Tiff::TiffTagTypes::TiffLongType::kType.name, Wire::kUInt32},
-    {TiffType::kRational, 8, api::FileFormats::Tiff::TiffTagTypes::TiffRationalType::kType.name, Wire::kClass},
-    {TiffType::kSbyte, 1, api::FileFormats::Tiff::TiffTagTypes::TiffSByteType::kType.name, Wire::kInt8},
-    {TiffType::kUndefined, 1, api::FileFormats::Tiff::TiffTagTypes::TiffUndefinedType::kType.name, Wire::kVoid},
-    {TiffType::kSshort, 2, api::FileFormats::Tiff::TiffTagTypes::TiffSShortType::kType.name, Wire::kInt16},
-    {TiffType::kSlong, 4, api::FileFormats::Tiff::TiffTagTypes::TiffSLongType::kType.name, Wire::kInt32},
-    {TiffType::kSrational, 8, api::FileFormats::Tiff::TiffTagTypes::TiffSRationalType::kType.name, Wire::kClass},
-    {TiffType::kFloat, 4, api::FileFormats::Tiff::TiffTagTypes::TiffFloatType::kType.name, Wire::kSingle},
-    {TiffType::kDouble, 8, api::FileFormats::Tiff::TiffTagTypes::TiffDoubleType::kType.name, Wire::kDouble},
-    {TiffType::kIfd, 4, api::FileFormats::Tiff::TiffTagTypes::TiffIfdType::kType.name, Wire::kUInt32},
-    {TiffType::kLong8, 8, api::FileFormats::Tiff::TiffTagTypes::TiffLong8Type::kType.name, Wire::kUInt64},
-    {TiffType::kSLong8, 8, api::FileFormats::Tiff::TiffTagTypes::TiffSLong8Type::kType.name, Wire::kInt64},
-    {TiffType::kIfd8, 8, api::FileFormats::Tiff::TiffTagTypes::TiffIfd8Type::kType.name, Wire::kUInt64},
+    {TiffType::kByte, Wire::kUInt8, 1, api::FileFormats::Tiff::TiffTagTypes::TiffByteType::kType.name},
+    {TiffType::kAscii, Wire::kVoid, 1, api::FileFormats::Tiff::TiffTagTypes::TiffASCIIType::kType.name},
+    {TiffType::kShort, Wire::kUInt16, 2, api::FileFormats::Tiff::TiffTagTypes::TiffShortType::kType.name},
+    {TiffType::kLong, Wire::kUInt32, 4, api::FileFormats::Tiff::TiffTagTypes::TiffLongType::kType.name},
+    {TiffType::kRational, Wire::kClass, 8, api::FileFormats::Tiff::TiffTagTypes::TiffRationalType::kType.name},
+    {TiffType::kSbyte, Wire::kInt8, 1, api::FileFormats::Tiff::TiffTagTypes::TiffSByteType::kType.name},
+    {TiffType::kUndefined, Wire::kVoid, 1, api::FileFormats::Tiff::TiffTagTypes::TiffUndefinedType::kType.name},
+    {TiffType::kSshort, Wire::kInt16, 2, api::FileFormats::Tiff::TiffTagTypes::TiffSShortType::kType.name},
+    {TiffType::kSlong, Wire::kInt32, 4, api::FileFormats::Tiff::TiffTagTypes::TiffSLongType::kType.name},
+    {TiffType::kSrational, Wire::kClass, 8, api::FileFormats::Tiff::TiffTagTypes::TiffSRationalType::kType.name},
+    {TiffType::kFloat, Wire::kSingle, 4, api::FileFormats::Tiff::TiffTagTypes::TiffFloatType::kType.name},
+    {TiffType::kDouble, Wire::kDouble, 8, api::FileFormats::Tiff::TiffTagTypes::TiffDoubleType::kType.name},
+    {TiffType::kIfd, Wire::kUInt32, 4, api::FileFormats::Tiff::TiffTagTypes::TiffIfdType::kType.name},
+    {TiffType::kLong8, Wire::kUInt64, 8, api::FileFormats::Tiff::TiffTagTypes::TiffLong8Type::kType.name},
+    {TiffType::kSLong8, Wire::kInt64, 8, api::FileFormats::Tiff::TiffTagTypes::TiffSLong8Type::kType.name},
+    {TiffType::kIfd8, Wire::kUInt64, 8, api::FileFormats::Tiff::TiffTagTypes::TiffIfd8Type::kType.name},
 };
 
 const TagClass* find_class(uint16_t type) {
