@@ -1,4 +1,4 @@
-"""The bench: calls, streams, collections, pictures, files, import, sizes, memory; keeps figures and targets met."""
+"""The bench: calls, streams, collections, pictures, raw data, files, import, sizes, memory; keeps the figures."""
 
 import argparse
 import json
@@ -15,6 +15,7 @@ def main() -> int:
     import elements
     import files
     import operations
+    import raw_data
     import start
     import streams
 
@@ -29,12 +30,14 @@ def main() -> int:
     print()
     worked = operations.run()
     print()
+    raw = raw_data.run()
+    print()
     done = files.run()
     print()
     results = calls.run()
 
     met = [result.met for result in results] + [result.met for result in moved] + [result.met for result in crossed]
-    met += [result.met for result in worked]
+    met += [result.met for result in worked] + [result.met for result in raw if result.limit is not None]
     met += [met_one for result in done for met_one in result.met]
     met.append(started.met)
     print(f"\ntargets: {sum(met)} of {len(met)} met")
@@ -44,6 +47,8 @@ def main() -> int:
         "elements_ms": {result.case.name: {key: result.median(key) for key in result.rounds} for result in crossed},
         "files": {result.name: result.figures for result in done},
         "operations": {result.name: {"zelmor": result.ours, "pillow": result.theirs} for result in worked},
+        "raw_data_s": {result.name: {"zelmor": result.ours, "copy": result.copy, "pillow": result.pillow}
+                       for result in raw},
         "streams_s": {result.name: {"zelmor": result.ours, "yardstick": result.theirs} for result in moved},
     }
     (build / "bench" / "figures.json").write_text(json.dumps(figures, indent=4) + "\n")

@@ -4,6 +4,8 @@ from __future__ import annotations
 
 import io
 import struct
+import time
+from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
@@ -319,3 +321,93 @@ def test_streams_without_a_profile_that_serves_are_refused(press: bytes, swapped
     assert [file.tell() for file in files] == [7, 7]
     with managed_error("ArgumentOutOfRangeException", "length"):
         CmykColorHelper.to_cmyk_icc_bytes([1, 2], 1, 2, *streams(swapped, press))
+
+
+# ---- many pixels, which several threads convert
+
+LARGE = (700, 500)
+
+
+def large(source: Pixels, path: Path, profile: bytes) -> Any:
+    """A picture of so many inks that threads share them."""
+    image = load(tiff(path, source, icc_profile=profile))
+    image.cache_data()
+    return image
+
+
+def many_inks() -> Pixels:
+    return np.random.default_rng(3).integers(0, 256, (LARGE[1], LARGE[0], 4), dtype=np.uint8)
+
+
+def raw_data(image: Any, data_format: PixelDataFormat, area: Rectangle | None = None) -> Pixels:
+    settings = RawDataSettings()
+    settings.pixel_data_format = data_format
+    area = area or image.bounds
+    data = image.get_default_raw_data(area, settings)
+    return np.frombuffer(data, np.uint8).reshape(area.height, area.width, -1)
+
+
+def processor_time(call: Callable[[], object]) -> float:
+    start = time.process_time()
+    call()
+    return time.process_time() - start
+
+
+def test_many_pixels_are_converted_as_few_are(tmp_path: Path, press: bytes) -> None:
+    source = many_inks()
+    image = large(source, tmp_path / "a.tif", press)
+    expected = to_rgb(source, press)
+    whole = raw_data(image, PixelDataFormat.get_rgb(8))
+    assert worst(whole, expected) <= 1
+    assert np.array_equal(raw_data(image, PixelDataFormat.get_bgr(8)), whole[..., ::-1])
+    with_alpha = raw_data(image, PixelDataFormat.get_rgba(8))
+    assert np.array_equal(with_alpha[..., :3], whole) and (with_alpha[..., 3] == 255).all()
+    gray = (whole.astype(int) @ [299, 587, 114] + 500) // 1000
+    assert np.array_equal(raw_data(image, PixelDataFormat.grayscale)[..., 0], gray)
+    part = raw_data(image, PixelDataFormat.get_rgb(8), Rectangle(13, 17, 600, 450))
+    assert np.array_equal(part, whole[17:467, 13:613])
+    image.save(str(tmp_path / "b.png"), PngOptions())
+    with Pillow.open(tmp_path / "b.png") as picture:
+        assert np.array_equal(np.asarray(picture.convert("RGB")), whole)
+
+
+def test_inks_that_repeat_are_converted_once(tmp_path: Path, press: bytes) -> None:
+    """Most pictures have areas of one color."""
+    source = np.repeat(many_inks()[:, :7], 100, axis=1)
+    flat = large(source, tmp_path / "a.tif", press)
+    rich = large(many_inks(), tmp_path / "b.tif", press)
+    rgb = PixelDataFormat.get_rgb(8)
+    assert worst(raw_data(flat, rgb), to_rgb(source, press)) <= 1
+    assert np.array_equal(raw_data(flat, rgb)[:, ::100], raw_data(flat, rgb)[:, 99::100])
+    times = [(processor_time(lambda: raw_data(flat, rgb)), processor_time(lambda: raw_data(rich, rgb)))
+             for _ in range(3)]
+    assert min(flat for flat, _ in times) < 0.6 * min(rich for _, rich in times), times
+
+
+def test_a_profile_is_set_up_once_for_all_pictures(tmp_path: Path, press: bytes) -> None:
+    other = bytearray(press)
+    other[35] ^= 1  # the second in which it was made: a profile that nobody has seen yet
+    images = [load(tiff(tmp_path / f"{i}.tif", inks(i), icc_profile=bytes(other))) for i in range(20)]
+    for image in images:
+        image.cache_data()
+    first = processor_time(lambda: images[0].get_argb_32_pixel(0, 0))
+    others = processor_time(lambda: [image.get_argb_32_pixel(0, 0) for image in images[1:]])
+    assert others < 3 * first, (first, others)
+    for i, image in enumerate(images):
+        assert worst(raw_data(image, PixelDataFormat.get_rgb(8)), to_rgb(inks(i), press)) <= 1
+
+
+def test_inks_that_are_written_over_are_not_converted(tmp_path: Path, press: bytes) -> None:
+    """The picture becomes RGB, and loses the profile, as if some of its pixels were left."""
+    colors = np.random.default_rng(4).integers(0, 256, (LARGE[1], LARGE[0], 3), dtype=np.uint8)
+    settings = RawDataSettings()
+    settings.pixel_data_format = PixelDataFormat.get_rgb(8)
+    whole, part = large(many_inks(), tmp_path / "a.tif", press), large(many_inks(), tmp_path / "b.tif", press)
+    packed = [int(color) - (1 << 24) for color in colors.astype(int).reshape(-1, 3) @ [1 << 16, 1 << 8, 1]]
+    over = processor_time(lambda: whole.save_argb_32_pixels(whole.bounds, packed))
+    beside = processor_time(lambda: part.save_argb_32_pixels(
+        Rectangle(0, 0, LARGE[0], LARGE[1] - 1), packed[:-LARGE[0]]))
+    assert np.array_equal(raw_data(whole, settings.pixel_data_format), colors)
+    assert np.array_equal(raw_data(part, settings.pixel_data_format)[:-1], colors[:-1])
+    assert whole.bits_per_pixel == part.bits_per_pixel == 24
+    assert over < 0.8 * beside, (over, beside)

@@ -9,6 +9,7 @@ import struct
 import zlib
 from pathlib import Path
 
+import numpy as np
 import pytest
 
 from support.child import run_child
@@ -163,3 +164,37 @@ assert 3 * image.width * image.height > 1 << 31
 image.crop(Rectangle(100, 100, 50, 20))
 assert set(image.load_argb_32_pixels(image.bounds)) == {-0x1000000}
 """, sparse_bmp(tmp_path, 100, 80, 24), small(tmp_path))
+
+
+def test_a_picture_of_more_than_2_gb_is_saved_as_a_whole(tmp_path: Path) -> None:
+    """Rows go from the decoder to the encoder, so that no more than a few are in memory."""
+    width, height = 50_000, 44_000
+    path = Path(sparse_bmp(tmp_path, width, height, 1))
+    line = (width + 31) // 32 * 4
+    marks = {0: 3, 1234: 700, height - 1: 6249}  # a black byte of a row from the top
+    with path.open("r+b") as file:
+        for row, column in marks.items():
+            file.seek(62 + line * (height - 1 - row) + column)
+            file.write(b"\xA5")
+    run_child(START + """
+assert image.width * image.height > 1 << 31
+image.save(sys.argv[1] + ".png", PngOptions())
+assert not image.is_cached
+""", str(path), small(tmp_path))
+    data = Path(str(path) + ".png").read_bytes()
+    assert len(data) < 2_000_000
+    assert struct.unpack(">IIB", data[16:25]) == (width, height, 1)
+    unpacker, at, found, offset = zlib.decompressobj(), 8, {}, 0
+    stride = 1 + (width + 7) // 8
+    while at < len(data):
+        size = struct.unpack(">I", data[at:at + 4])[0]
+        part = data[at + 8:at + 8 + size] if data[at + 4:at + 8] == b"IDAT" else b""
+        at += 12 + size
+        while part:
+            rows = unpacker.decompress(part, 1 << 24)
+            part = unpacker.unconsumed_tail
+            for place in np.flatnonzero(np.frombuffer(rows, np.uint8)).tolist():
+                found[divmod(offset + place, stride)] = rows[place]
+            offset += len(rows)
+    assert offset == stride * height
+    assert found == {(row, column + 1): 0xA5 for row, column in marks.items()}

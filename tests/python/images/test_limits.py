@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import struct
+import time
 import zlib
 from collections.abc import Callable, Iterator
 from pathlib import Path
@@ -10,10 +11,13 @@ from pathlib import Path
 import numpy as np
 import pytest
 from PIL import Image as Pillow
+from support import png_files
 from support.child import run_child
 from support.image_oracles import managed_error, write
 from zelmor.imaging import Image, LoadOptions, RasterImage
 from zelmor.imaging.fileformats.apng import ApngImage
+from zelmor.imaging.fileformats.png import PngColorType
+from zelmor.imaging.imageoptions import PngOptions
 from zelmor.imaging.memorymanagement import Configuration
 
 #: 1,000 by 700 pixels: 2.1 million bytes as RGB.
@@ -157,3 +161,46 @@ except RuntimeError:
     pass
 assert time.thread_time() - start < 20
 """, str(path))
+
+
+def test_coefficients_of_a_progressive_jpeg_count_beside_its_pixels(tmp_path: Path) -> None:
+    """4.2 MB of coefficients, and 2.1 MB of pixels: either fits five, but both do not."""
+    path = write(tmp_path / "a.jpg", PIXELS, progressive=True, subsampling=0)
+    with managed_error("ImageLoadException", "buffer_size_hint"):
+        decode(path, 5)
+    assert decode(path, 7) == decode(path)
+    assert decode(write(tmp_path / "b.jpg", PIXELS, subsampling=0), 5) == decode(path)
+
+
+HEADERS = {
+    "jpg": lambda: b"\xff\xd8" + b"\xff\xe0\0\2" * (1 << 24),
+    "png": lambda: png()[:33] + chunk(b"teSt", b"") * (1 << 22),
+    "gif": lambda: b"GIF89a\1\0\1\0\0\0\0" + b"\x21\xfe\1\1\0" * (1 << 23),
+}
+
+
+@pytest.mark.parametrize("extension", HEADERS)
+@pytest.mark.parametrize("by_path", [True, False])
+def test_headers_that_go_on_are_walked_for_a_while_only(tmp_path: Path, extension: str, by_path: bool) -> None:
+    path = tmp_path / f"a.{extension}"
+    path.write_bytes(HEADERS[extension]())
+    start = time.process_time()
+    with path.open("rb") as file:
+        given = str(path) if by_path else file
+        with managed_error("ImageLoadException", "goes on after 1048576 bytes"):
+            Image.load(given)
+        assert not Image.can_load(given)
+    assert time.process_time() - start < 1
+
+
+def test_sizes_count_the_bytes_of_the_pixels(tmp_path: Path) -> None:
+    """Pixels of eight bytes, of which a picture has half as many as of those of four."""
+    (tmp_path / "a.png").write_bytes(png_files.to_bytes(
+        png_files.Png(png_files.RGBA, 16, np.zeros((3, 4, 4), np.uint16))))
+    image = RasterImage._cast_to(Image.load(str(tmp_path / "a.png"))).value
+    with managed_error("ArgumentOutOfRangeException", "'new_width'", "25000 by 25000"):
+        image.resize(25_000, 25_000)
+    options = PngOptions()
+    options.color_type, options.bit_depth = PngColorType.TRUECOLOR_WITH_ALPHA, 16
+    with managed_error("ArgumentOutOfRangeException", "'width'", "25000 by 25000"):
+        Image.create(options, 25_000, 25_000)

@@ -330,3 +330,31 @@ def test_the_palette_of_a_large_picture_has_its_rare_colors(tmp_path: Path) -> N
     colors, counts = np.unique(found.reshape(-1, 3) @ (65536, 256, 1), return_counts=True)
     order = np.lexsort((colors, -counts))
     assert frequent == (colors[order] | 0xFF000000).tolist()
+
+
+@pytest.mark.parametrize("count", [16, 256])
+def test_close_palettes_are_as_close_as_those_of_others(tmp_path: Path, count: int) -> None:
+    """Of a picture like a photograph, with a few pixels of colors that it has nowhere else."""
+    y, x = np.mgrid[0:500, 0:700]
+    random = np.random.default_rng(1)
+    bands = [120 + 60 * np.sin(x / (140 + 30 * band)) * np.cos(y / (170 - 20 * band)) + 40 * ((x // 90 + y // 70) % 2)
+             + random.normal(0, 6, x.shape) for band in range(3)]
+    source = np.clip(np.stack(bands, -1), 0, 255).astype(np.uint8)
+    for i, color in enumerate(((255, 0, 0), (0, 255, 0), (0, 0, 255), (255, 255, 0), (255, 0, 255))):
+        source[10 * i, 5:9] = color
+
+    def error(palette: Pixels) -> float:
+        """The mean square of the distances of all pixels to their nearest entries."""
+        colors, entries = source.reshape(-1, 3).astype(np.float32), palette.astype(np.float32)
+        found = 0.0
+        for part in np.array_split(colors, 20):
+            squares = (part**2).sum(1)[:, None] - 2 * part @ entries.T + (entries**2).sum(1)
+            found += float(np.maximum(squares.min(1), 0).sum())
+        return found / source.size
+
+    picture = Pillow.fromarray(source)
+    others = [picture.quantize(count, method=method, dither=Pillow.Dither.NONE) for method in
+              (Pillow.Quantize.MEDIANCUT, Pillow.Quantize.MAXCOVERAGE, Pillow.Quantize.FASTOCTREE)]
+    best = min(error(np.array(other.getpalette()[:3 * count], np.uint8).reshape(-1, 3)) for other in others)
+    image = load(write(tmp_path / "a.png", source))
+    assert error(rgb(entries(ColorPaletteHelper.get_close_image_palette(image, count)))) < best

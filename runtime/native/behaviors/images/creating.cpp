@@ -162,7 +162,7 @@ Ref<ImageObject> blank_image(const Encoding& encoding, int32_t width, int32_t he
         }
     }
     try {
-        check_picture_size(width, height, 4);
+        check_picture_size(width, height, static_cast<int>(pixels.form.pixel_size()));
     } catch (const PictureError& error) {
         throw_out_of_range(width >= height ? "width" : "height", error.what());
     }

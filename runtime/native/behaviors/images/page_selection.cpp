@@ -170,11 +170,13 @@ std::vector<Page> pages_of(ImageObject& image, const std::vector<size_t>& indice
 void fit_to_canvas(std::vector<Page>& pages) {
     int64_t width = 0;
     int64_t height = 0;
+    int pixel_bytes = sizeof(imagework::Argb);  // where frames are laid over each other there are colors with alpha
     for (const Page& page : pages) {
+        pixel_bytes = std::max(pixel_bytes, static_cast<int>(page.picture->form().pixel_size()));
         width = std::max(width, int64_t{page.source->left} + page.picture->width());
         height = std::max(height, int64_t{page.source->top} + page.picture->height());
     }
-    imagework::check_picture_size(width, height, 4);
+    imagework::check_picture_size(width, height, pixel_bytes);
     const auto canvas_width = static_cast<int32_t>(width);
     const auto canvas_height = static_cast<int32_t>(height);
     std::unique_ptr<imagework::Picture> before;  // the canvas before the page

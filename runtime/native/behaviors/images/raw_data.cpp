@@ -136,10 +136,16 @@ size_t line_size_for(const RawFormat& format, int32_t width) {
     return static_cast<size_t>(format.line_size);
 }
 
-// As many lines as are worth a call of the image library and fit the processor's cache.
-int32_t lines_at_once(int32_t width) {
-    constexpr int32_t kPixels = 1 << 14;
-    return std::max(1, kPixels / std::max(1, width));
+bool has_inks_or_lab(const imagework::Picture& picture) {
+    const ColorModel color = picture.form().color;
+    return color == ColorModel::kCmyk || color == ColorModel::kLab;
+}
+
+// As many lines as are worth a call of the image library and fit the processor's cache. Reading colors of a picture
+// that has others takes so long that the library's threads are worth it.
+int32_t lines_at_once(const imagework::Picture& picture, int32_t width) {
+    const int32_t pixels = has_inks_or_lab(picture) ? 1 << 18 : 1 << 14;
+    return std::max(1, pixels / std::max(1, width));
 }
 
 // Inks with 16 bits each.
@@ -199,12 +205,11 @@ void read_channels(const ImageObject& self, const Rect& area, const RawFormat& f
     split(format, colors, channels.data());
 }
 
-// Whether the inks are made of colors of eight bits, which is done at once rather than by channels of sixteen bits.
-bool has_plain_inks(const ImageObject& self, const RawFormat& format, Packing packing) {
-    const imagework::PixelForm& form = self.picture().form();
-    return format.layout == PixelLayout::kCmyk && packing == Packing::kBytes && channels_of(format) == 4 &&
-           format.bits_per_pixel == 32 && form.sample == imagework::SampleType::kUint8 &&
-           form.color != ColorModel::kCmyk && form.color != ColorModel::kLab;
+// Whether the bytes are made of the picture's colors of 8 bits. Inks of a picture of inks are its own.
+bool reads_bytes(const imagework::Picture& picture, const RawFormat& format, Packing packing) {
+    const imagework::PixelForm& form = picture.form();
+    return is_byte_format(format, packing) && form.sample == imagework::SampleType::kUint8 &&
+           !(format.layout == PixelLayout::kCmyk && form.color == ColorModel::kCmyk);
 }
 
 // Raw data of an area. What cannot be read is refused when this is made, before there is memory for it.
@@ -250,15 +255,16 @@ class RawRead {
         imagework::PaletteSearch search(m_format.palette);
         std::vector<uint16_t> channels;
         std::vector<std::byte> samples;
-        const bool plain_inks = has_plain_inks(m_self, m_format, m_packing);
-        const int32_t step = lines_at_once(m_area.width);
+        std::vector<Argb> colors;
+        const bool bytes = reads_bytes(picture, m_format, m_packing);
+        const int32_t step = lines_at_once(picture, m_area.width);
         for (int32_t top = 0; top < m_area.height; top += step) {
             const Rect part{m_area.x, m_area.y + top, m_area.width, std::min(step, m_area.height - top)};
             std::byte* to = block.data() + static_cast<size_t>(top) * m_line_size;
             if (m_verbatim == Verbatim::kReversed) {
                 read_reversed(part, used, samples, to);
-            } else if (plain_inks) {
-                read_plain_inks(part, to);
+            } else if (bytes) {
+                read_bytes(part, colors, to);
             } else {
                 read_channels(m_self, part, m_format, search, channels);
                 for (size_t y = 0; y < static_cast<size_t>(part.height); ++y) {
@@ -284,11 +290,11 @@ class RawRead {
                                   imagework::sample_size(form.sample));
         }
     }
-    void read_plain_inks(const Rect& part, std::byte* to) const {
-        std::vector<Argb> colors(width() * static_cast<size_t>(part.height));
+    void read_bytes(const Rect& part, std::vector<Argb>& colors, std::byte* to) const {
+        colors.resize(width() * static_cast<size_t>(part.height));
         m_self.picture().read_argb(part, colors);
         for (size_t y = 0; y < static_cast<size_t>(part.height); ++y, to += m_line_size) {
-            inks_of(std::span(colors).subspan(y * width(), width()), to);
+            pack_colors(m_format, std::span(colors).subspan(y * width(), width()), to);
         }
     }
 
@@ -355,7 +361,7 @@ void write_verbatim(imagework::Picture& picture, const Rect& area, const RawForm
         return picture.write_samples(area, lines.line_size, {reinterpret_cast<const uint8_t*>(lines.data), size});
     }
     const imagework::PixelForm form = picture.form();
-    const int32_t step = lines_at_once(area.width);
+    const int32_t step = lines_at_once(picture, area.width);
     std::vector<std::byte> part(used * static_cast<size_t>(step));
     for (int32_t top = 0; top < area.height; top += step) {
         const int32_t count = std::min(step, area.height - top);
@@ -445,13 +451,14 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
             require_indices(format, channels);
         }
     };
-    if (has_plain_inks(self, format, packing)) {
-        const int32_t step = lines_at_once(rectangle.width);
+    const int32_t step = lines_at_once(picture, rectangle.width);
+    if (is_byte_format(format, packing)) {
         for (int32_t top = 0; top < rectangle.height; top += step) {
             const Rect part{area.x, area.y + top, area.width, std::min(step, rectangle.height - top)};
             std::vector<Argb> colors(width * static_cast<size_t>(part.height));
             for (size_t y = 0; y < static_cast<size_t>(part.height); ++y) {
-                colors_of_inks(lines.line(top + static_cast<int32_t>(y)), std::span(colors).subspan(y * width, width));
+                unpack_colors(format, lines.line(top + static_cast<int32_t>(y)),
+                              std::span(colors).subspan(y * width, width));
             }
             write_block(self, part, std::move(colors));
         }
@@ -466,7 +473,6 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
     }
     const bool deep = !premultiplied && !format.indexed && packing == Packing::kWords &&
                       picture.form().sample != imagework::SampleType::kUint8;
-    const int32_t step = lines_at_once(rectangle.width);
     std::vector<uint64_t> colors(width);
     for (int32_t top = 0; top < rectangle.height; top += step) {
         const Rect part{area.x, area.y + top, area.width, std::min(step, rectangle.height - top)};

@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include <tmmintrin.h>
 
@@ -34,7 +35,7 @@ uint16_t clipped(double value) {
     return static_cast<uint16_t>(std::clamp(std::lround(value), 0L, 65535L));
 }
 
-size_t color_channels(PixelLayout layout) {
+constexpr size_t color_channels(PixelLayout layout) {
     return layout == PixelLayout::kGrayscale ? 1 : layout == PixelLayout::kCmyk ? 4 : 3;
 }
 
@@ -262,6 +263,113 @@ void exchange_red_and_blue(const std::byte* from, std::byte* to, size_t pixels, 
     }
 }
 
+namespace {
+
+uint8_t byte_of(Argb color, int shift) {
+    return static_cast<uint8_t>(color >> shift);
+}
+
+// The luma of ITU-R BT.601, rounded, and a half rounded up: what the rounded weights lack is far less than the
+// thousandth by which any other luma is off a half.
+uint8_t luma_of(Argb color) {
+    constexpr uint32_t kRed = 1254097, kGreen = 2462057, kBlue = 478150, kBits = 22;
+    static_assert(kRed + kGreen + kBlue == 1U << kBits);
+    constexpr uint32_t kHalf = (1U << (kBits - 1)) + (1U << kBits) / 4000;
+    return static_cast<uint8_t>(
+        (kRed * byte_of(color, 16) + kGreen * byte_of(color, 8) + kBlue * byte_of(color, 0) + kHalf) >> kBits);
+}
+
+// Calls the step with the layout and whether there is an alpha, both as constants.
+template <class Step>
+void with_byte_format(const RawFormat& format, Step&& step) {
+    const bool alpha = channels_of(format) > color_channels(format.layout);
+    const auto with_alpha = [&](auto layout) {
+        alpha ? step(layout, std::true_type{}) : step(layout, std::false_type{});
+    };
+    switch (format.layout) {
+        case PixelLayout::kGrayscale:
+            return with_alpha(std::integral_constant<PixelLayout, PixelLayout::kGrayscale>{});
+        case PixelLayout::kRgb:
+            return with_alpha(std::integral_constant<PixelLayout, PixelLayout::kRgb>{});
+        case PixelLayout::kBgr:
+            return with_alpha(std::integral_constant<PixelLayout, PixelLayout::kBgr>{});
+        default:
+            assert(format.layout == PixelLayout::kCmyk);
+            return with_alpha(std::integral_constant<PixelLayout, PixelLayout::kCmyk>{});
+    }
+}
+
+template <PixelLayout kLayout>
+void pack_color(Argb color, uint8_t* to) {
+    if constexpr (kLayout == PixelLayout::kGrayscale) {
+        to[0] = luma_of(color);
+    } else if constexpr (kLayout == PixelLayout::kCmyk) {
+        const CmykValue cmyk = cmyk_of(color);
+        to[0] = cmyk.c;
+        to[1] = cmyk.m;
+        to[2] = cmyk.y;
+        to[3] = cmyk.k;
+    } else {
+        constexpr bool kRgb = kLayout == PixelLayout::kRgb;
+        to[0] = byte_of(color, kRgb ? 16 : 0);
+        to[1] = byte_of(color, 8);
+        to[2] = byte_of(color, kRgb ? 0 : 16);
+    }
+}
+
+template <PixelLayout kLayout>
+Argb unpack_color(const uint8_t* from) {
+    if constexpr (kLayout == PixelLayout::kGrayscale) {
+        return from[0] * 0x010101U;
+    } else if constexpr (kLayout == PixelLayout::kCmyk) {
+        return argb_of({from[0], from[1], from[2], from[3]}) & ~imagework::kBlack;
+    } else if constexpr (kLayout == PixelLayout::kRgb) {
+        return Argb{from[0]} << 16 | Argb{from[1]} << 8 | Argb{from[2]};
+    } else {
+        return Argb{from[2]} << 16 | Argb{from[1]} << 8 | Argb{from[0]};
+    }
+}
+
+}  // namespace
+
+bool is_byte_format(const RawFormat& format, Packing packing) {
+    const bool plain = format.layout == PixelLayout::kGrayscale || format.layout == PixelLayout::kRgb ||
+                       format.layout == PixelLayout::kBgr || format.layout == PixelLayout::kCmyk;
+    return plain && !format.indexed && packing == Packing::kBytes &&
+           static_cast<size_t>(format.bits_per_pixel) == 8 * channels_of(format);
+}
+
+void pack_colors(const RawFormat& format, std::span<const Argb> colors, std::byte* line) {
+    if (format.layout == PixelLayout::kCmyk && channels_of(format) == 4) {
+        return inks_of(colors, line);
+    }
+    with_byte_format(format, [&](auto layout, auto alpha) {
+        constexpr size_t kColors = color_channels(layout);
+        auto* to = reinterpret_cast<uint8_t*>(line);
+        for (const Argb color : colors) {
+            pack_color<layout>(color, to);
+            if constexpr (alpha) {
+                to[kColors] = byte_of(color, 24);
+            }
+            to += kColors + (alpha ? 1 : 0);
+        }
+    });
+}
+
+void unpack_colors(const RawFormat& format, const std::byte* line, std::span<Argb> colors) {
+    if (format.layout == PixelLayout::kCmyk && channels_of(format) == 4) {
+        return colors_of_inks(line, colors);
+    }
+    with_byte_format(format, [&](auto layout, auto alpha) {
+        constexpr size_t kColors = color_channels(layout);
+        const auto* from = reinterpret_cast<const uint8_t*>(line);
+        for (Argb& color : colors) {
+            color = unpack_color<layout>(from) | (alpha ? Argb{from[alpha ? kColors : 0]} << 24 : imagework::kBlack);
+            from += kColors + (alpha ? 1 : 0);
+        }
+    });
+}
+
 void pack_line(const RawFormat& format, Packing packing, const uint16_t* channels, size_t pixels, std::byte* line) {
     const size_t count = channels_of(format);
     switch (packing) {
@@ -276,10 +384,7 @@ void pack_line(const RawFormat& format, Packing packing, const uint16_t* channel
             return;
         }
         case Packing::kWords:
-            for (size_t i = 0; i < pixels * count; i++) {
-                line[2 * i] = static_cast<std::byte>(channels[i]);
-                line[2 * i + 1] = static_cast<std::byte>(channels[i] >> 8);
-            }
+            std::memcpy(line, channels, 2 * pixels * count);
             return;
         case Packing::kUpperBits: {
             const auto bits = static_cast<size_t>(format.bits[0]);
@@ -320,9 +425,7 @@ void unpack_line(const RawFormat& format, Packing packing, const std::byte* line
             return;
         }
         case Packing::kWords:
-            for (size_t i = 0; i < pixels * count; i++) {
-                channels[i] = static_cast<uint16_t>(byte(line[2 * i]) | byte(line[2 * i + 1]) << 8);
-            }
+            std::memcpy(channels, line, 2 * pixels * count);
             return;
         case Packing::kUpperBits: {
             const auto bits = static_cast<size_t>(format.bits[0]);

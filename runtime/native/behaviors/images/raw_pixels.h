@@ -49,6 +49,12 @@ size_t channels_of(const RawFormat& format);
 void split(const RawFormat& format, std::span<const uint64_t> colors, uint16_t* channels);
 void join(const RawFormat& format, const uint16_t* channels, std::span<uint64_t> colors);
 
+// Whether pixels of the format are made of colors of 8 bits a channel, and back, without channels of 16 bits between:
+// channels of 8 bits in the order of gray, RGB, BGR or CMYK.
+bool is_byte_format(const RawFormat& format, Packing packing);
+void pack_colors(const RawFormat& format, std::span<const imagework::Argb> colors, std::byte* line);
+void unpack_colors(const RawFormat& format, const std::byte* line, std::span<imagework::Argb> colors);
+
 // Between the channels of a line and its bytes. A line that is written begins as zeros and is long enough.
 void pack_line(const RawFormat& format, Packing packing, const uint16_t* channels, size_t pixels, std::byte* line);
 void unpack_line(const RawFormat& format, Packing packing, const std::byte* line, size_t pixels, uint16_t* channels);

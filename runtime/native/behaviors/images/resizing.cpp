@@ -74,12 +74,19 @@ Resampling resampling_of(ResizeType type) {
     throw_out_of_range("resize_type", "The value " + std::to_string(number_of(type)) + " is not one of ResizeType.");
 }
 
+// Bytes of a pixel once the picture is resized: what is mixed of colors has no index.
+int pixel_bytes(const imagework::Picture& picture) {
+    const imagework::PixelForm& form = picture.form();
+    return form.color == imagework::ColorModel::kIndexed ? static_cast<int>(sizeof(imagework::Argb))
+                                                         : static_cast<int>(form.pixel_size());
+}
+
 void resize_by_type(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
     self.require_live();
     require_positive(new_width, "new_width");
     require_positive(new_height, "new_height");
     try {
-        imagework::check_picture_size(new_width, new_height, 4);
+        imagework::check_picture_size(new_width, new_height, pixel_bytes(self.picture()));
     } catch (const PictureError& error) {
         throw_out_of_range(new_width >= new_height ? "new_width" : "new_height", error.what());
     }
@@ -162,7 +169,7 @@ void resize_proportional(ImageObject& self, int32_t new_width, int32_t new_heigh
     self.change([&](imagework::Picture& picture) {
         const int32_t width = scaled(picture.width(), across);
         const int32_t height = scaled(picture.height(), down);
-        imagework::check_picture_size(width, height, 4);
+        imagework::check_picture_size(width, height, pixel_bytes(picture));
         picture.resize(width, height, resampling);
     });
     if (self.frame_count() < 2) {

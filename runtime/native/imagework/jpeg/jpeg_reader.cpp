@@ -65,6 +65,7 @@ class JpegReader final : public RowReader {
             decode(count, rows.data());
         } catch (...) {
             m_input = nullptr;  // the library goes on behind no error
+            m_coefficients.reset();
             throw;
         }
         note_lost(count, rows.data());
@@ -102,7 +103,7 @@ class JpegReader final : public RowReader {
     }
 
     void start() {
-        check_coefficients();
+        take_coefficients();
         try {
             m_input->start();
         } catch (const PictureError& error) {
@@ -117,7 +118,7 @@ class JpegReader final : public RowReader {
     }
 
     // Of several scans the library keeps the coefficients of all pixels, 16 bits each, in whole units.
-    void check_coefficients() {
+    void take_coefficients() {
         jpeg_decompress_struct* const codec = m_input->codec();
         if (jpeg_has_multiple_scans(codec) == FALSE) {
             return;
@@ -128,8 +129,7 @@ class JpegReader final : public RowReader {
             bytes += (uint64_t{part.width_in_blocks} + static_cast<uint64_t>(part.h_samp_factor)) *
                      (uint64_t{part.height_in_blocks} + static_cast<uint64_t>(part.v_samp_factor)) * sizeof(JBLOCK);
         }
-        MemoryBudget room(m_reading.memory ? m_reading.memory->limit() : limits::kDecodedBytes);
-        room.take(bytes);
+        m_coefficients = MemoryShare(m_reading.memory ? m_reading.memory : std::make_shared<MemoryBudget>(), bytes);
     }
 
     void decode(int32_t count, uint8_t* rows) {
@@ -177,6 +177,7 @@ class JpegReader final : public RowReader {
         jpeg_decompress_struct* const codec = m_input->codec();
         try {
             m_input->run([codec] { jpeg_finish_decompress(codec); });
+            m_coefficients.reset();
         } catch (const PictureError& error) {
             if (m_input->reached_end() || error.kind() != Failure::kDamaged) {
                 throw;
@@ -186,6 +187,7 @@ class JpegReader final : public RowReader {
 
     SharedSource m_source;
     JpegReading m_reading;
+    MemoryShare m_coefficients;          // of a file of several scans, as long as the library keeps them
     std::unique_ptr<JpegInput> m_input;  // null after an error
     RowsHeader m_header;
     size_t m_row_size = 0;

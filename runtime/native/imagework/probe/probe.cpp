@@ -72,12 +72,62 @@ Format sniff(std::span<const uint8_t> data) {
     return format_of_file(ByteReader(data));
 }
 
+namespace {
+
+// A file of which no more is looked at than a header may take: a chain of segments or chunks can go on for ever.
+class HeaderBytes final : public ByteSource {
+ public:
+    explicit HeaderBytes(ByteSource& file) : m_file(file) {}
+
+    std::span<const uint8_t> at(uint64_t offset, uint64_t length) override {
+        if (length == 0 || offset > limits::kOffset) {  // where no file goes on
+            return m_file.at(offset, length);
+        }
+        constexpr uint64_t kBlock = 256;
+        const uint64_t first = offset / kBlock;
+        const uint64_t last = (offset + std::min(length, limits::kHeaderBytes)) / kBlock;
+        if (first != m_last_block || last != first) {
+            m_looked_at += (last - first + 1) * kBlock;
+            m_last_block = last;
+        }
+        if (is_spent()) {
+            return {};
+        }
+        return m_file.at(offset, length);
+    }
+    bool has(uint64_t offset, uint64_t length) override { return !is_spent() && m_file.has(offset, length); }
+
+    bool is_spent() const { return m_looked_at > limits::kHeaderBytes; }
+
+ private:
+    ByteSource& m_file;
+    uint64_t m_last_block = UINT64_MAX;
+    uint64_t m_looked_at = 0;
+};
+
+class BytesInMemory final : public ByteSource {
+ public:
+    explicit BytesInMemory(std::span<const uint8_t> data) : m_data(data) {}
+    std::span<const uint8_t> at(uint64_t offset, uint64_t length) override {
+        return ByteReader(m_data).piece(offset, length);
+    }
+
+ private:
+    std::span<const uint8_t> m_data;
+};
+
+}  // namespace
+
 FileFacts probe(std::span<const uint8_t> data) {
-    return facts_of_file(ByteReader(data));
+    BytesInMemory bytes(data);
+    return probe(bytes);
 }
 
 FileFacts probe(ByteSource& file) {
-    return facts_of_file(ByteReader(file));
+    HeaderBytes header(file);
+    FileFacts facts = facts_of_file(ByteReader(header));
+    facts.header_goes_on = header.is_spent();
+    return facts;
 }
 
 std::vector<uint64_t> probe_tiff_directories(ByteSource& file) {
@@ -91,6 +141,11 @@ FileFacts probe_tiff_page(ByteSource& file, uint64_t directory) {
 void require_decodable(const FileFacts& facts, const DecodeOptions& options) {
     if (facts.format == Format::kUnknown) {
         throw PictureError(Failure::kDamaged, "the data is of none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP");
+    }
+    if (!facts.readable && facts.header_goes_on) {
+        throw PictureError(Failure::kDamaged, std::string("the header of the ") + format_name(facts.format) +
+                                                  " data goes on after " + std::to_string(limits::kHeaderBytes) +
+                                                  " bytes of it");
     }
     if (!facts.readable && options.recovery == Recovery::kNone) {
         throw PictureError(Failure::kDamaged,

@@ -18,7 +18,8 @@ namespace zelmor::imagework {
 
 struct FileFacts {
     Format format = Format::kUnknown;
-    bool readable = false;  // the header was complete and made sense; the facts below hold only then
+    bool readable = false;        // the header was complete and made sense; the facts below hold only then
+    bool header_goes_on = false;  // longer than limits::kHeaderBytes, not counting what is skipped
     int64_t width = 0;
     int64_t height = 0;
     int bits_per_pixel = 0;

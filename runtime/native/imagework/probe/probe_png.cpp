@@ -88,7 +88,9 @@ void probe_png(const ByteReader& file, FileFacts& facts) {
             break;
         }
         if (in.starts_with(at + 4, "PLTE") && color == PngColor::kIndexed) {
-            for (uint64_t entry = at + 8; entry + 3 <= at + 8 + length && in.has(entry, 3); entry += 3) {
+            constexpr uint64_t kMost = 256 * 3;
+            const uint64_t end = at + 8 + std::min<uint64_t>(length, kMost);
+            for (uint64_t entry = at + 8; entry + 3 <= end && in.has(entry, 3); entry += 3) {
                 facts.palette.push_back(rgb_entry(in, entry));
             }
         } else if (in.starts_with(at + 4, "tRNS")) {

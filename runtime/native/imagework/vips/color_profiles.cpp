@@ -13,11 +13,14 @@
 #include <array>
 #include <cassert>
 #include <cmath>
+#include <list>
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "runtime/native/imagework/limits.h"
+#include "runtime/native/imagework/vips/strips.h"
 #include "runtime/native/imagework/vips/vips_support.h"
 
 namespace zelmor::imagework {
@@ -197,13 +200,22 @@ struct ColorConversion::State {
         Transform& known = transforms[{in, out}];
         if (known == nullptr) {
             const cmsUInt32Number alpha = T_EXTRA(in) == 1 && T_EXTRA(out) == 1 ? cmsFLAGS_COPY_ALPHA : 0;
-            known.reset(cmsCreateTransform(input.get(), in, output.get(), out, INTENT_RELATIVE_COLORIMETRIC,
-                                           cmsFLAGS_NOCACHE | alpha));
+            known.reset(cmsCreateTransform(input.get(), in, output.get(), out, INTENT_RELATIVE_COLORIMETRIC, alpha));
             if (known == nullptr) {
                 throw PictureError(Failure::kInternal, "the color profiles do not go together");
             }
         }
         return known.get();
+    }
+
+    // Calls step(begin, end) for blocks of pixels, in several threads where there are many pixels.
+    template <class Step>
+    static void in_blocks(size_t count, Step&& step) {
+        constexpr size_t kBlock = size_t{1} << 14;  // takes about a millisecond
+        if (count <= kBlock) {
+            return step(size_t{0}, count);
+        }
+        guarded(Failure::kInternal, "the colors could not be converted", [&] { for_blocks(count, kBlock, step); });
     }
 
     // Through doubles, for samples that the color library has no encoding for.
@@ -282,27 +294,28 @@ ColorConversion::~ColorConversion() = default;
 void ColorConversion::run(const PixelForm& from, const void* samples, const PixelForm& to, void* out,
                           size_t count) const {
     assert(from.color == m_state->from.model && to.color == m_state->to.model);
-    const cmsUInt32Number in_type = encoding_of(from);
-    const cmsUInt32Number out_type = encoding_of(to);
-    if (in_type == 0 || out_type == 0) {
-        return m_state->run_in_doubles(from, samples, to, out, count);
-    }
-    cmsHTRANSFORM step = m_state->transform(in_type, out_type);
+    const size_t in_size = from.pixel_size();
     const size_t out_size = to.pixel_size();
     const auto* in_bytes = static_cast<const uint8_t*>(samples);
     auto* out_bytes = static_cast<uint8_t*>(out);
-    constexpr size_t kMost = 1 << 28;  // the library counts pixels in 32 bits
-    for (size_t done = 0; done < count; done += kMost) {
-        const size_t now = std::min(kMost, count - done);
-        cmsDoTransform(step, in_bytes + done * from.pixel_size(), out_bytes + done * out_size,
-                       static_cast<cmsUInt32Number>(now));
+    const cmsUInt32Number in_type = encoding_of(from);
+    const cmsUInt32Number out_type = encoding_of(to);
+    if (in_type == 0 || out_type == 0) {
+        return State::in_blocks(count, [&](size_t begin, size_t end) {
+            m_state->run_in_doubles(from, in_bytes + begin * in_size, to, out_bytes + begin * out_size, end - begin);
+        });
     }
-    if (to.alpha && !from.alpha) {
-        const size_t size = sample_size(to.sample);
-        for (size_t i = 0; i < count; i++) {
-            std::fill_n(out_bytes + i * out_size + out_size - size, size, uint8_t{255});
+    const cmsHTRANSFORM step = m_state->transform(in_type, out_type);
+    State::in_blocks(count, [&](size_t begin, size_t end) {
+        cmsDoTransform(step, in_bytes + begin * in_size, out_bytes + begin * out_size,
+                       static_cast<cmsUInt32Number>(end - begin));
+        if (to.alpha && !from.alpha) {
+            const size_t size = sample_size(to.sample);
+            for (size_t i = begin; i < end; i++) {
+                std::fill_n(out_bytes + i * out_size + out_size - size, size, uint8_t{255});
+            }
         }
-    }
+    });
 }
 
 bool ColorConversion::changes_nothing() const {
@@ -344,6 +357,56 @@ const ColorConversion& standard_conversion(ColorModel from, ColorModel to) {
     return *conversion;
 }
 
+namespace {
+
+// What conversions are kept by: two models and the contents of two profiles.
+bool same_profile(const ProfileBytes& one, const ProfileBytes& other) {
+    return one == other || (one != nullptr && other != nullptr && *one == *other);
+}
+bool same_space(const ColorSpace& one, const ColorSpace& other) {
+    return one.model == other.model && same_profile(one.profile, other.profile);
+}
+
+struct KnownConversion {
+    ColorSpace from, to;
+    SharedConversion conversion;
+};
+constexpr size_t kKnownConversions = 8;
+constexpr size_t kKnownProfileBytes = 4 * limits::kMebibyte;  // of profiles that are larger nothing is kept
+
+}  // namespace
+
+SharedConversion shared_conversion(const ColorSpace& from, const ColorSpace& to) {
+    // L*a*b* takes no profile, and whatever a picture has besides does not count.
+    const auto plain = [](const ColorSpace& space) {
+        return space.profile == nullptr || space.model == ColorModel::kLab;
+    };
+    if (plain(from) && plain(to)) {
+        return {SharedConversion(), &standard_conversion(from.model, to.model)};
+    }
+    const auto bytes = [](const ColorSpace& space) { return space.profile == nullptr ? 0 : space.profile->size(); };
+    if (bytes(from) + bytes(to) > kKnownProfileBytes) {
+        return std::make_shared<const ColorConversion>(from, to);
+    }
+    // Never destroyed: pictures may outlive static destruction. The last one used comes first; the lock makes the list
+    // safe for several threads.
+    static auto& lock = *new std::mutex;
+    static auto& known = *new std::list<KnownConversion>;
+    const std::lock_guard hold(lock);
+    const auto found = std::find_if(known.begin(), known.end(), [&](const KnownConversion& each) {
+        return same_space(each.from, from) && same_space(each.to, to);
+    });
+    if (found != known.end()) {
+        known.splice(known.begin(), known, found);
+    } else {
+        known.push_front({from, to, std::make_shared<const ColorConversion>(from, to)});
+        if (known.size() > kKnownConversions) {
+            known.pop_back();
+        }
+    }
+    return known.front().conversion;
+}
+
 ProfileBytes standard_cmyk_profile() {
     static const auto& profile = *new ProfileBytes(std::make_shared<const std::vector<uint8_t>>(own_profile("cmyk")));
     return profile;
@@ -358,15 +421,6 @@ bool is_output_profile_of(const ProfileBytes& profile, ColorModel model) {
 }
 
 namespace {
-
-template <class Step>
-void with_conversion(const ColorSpace& from, const ColorSpace& to, Step&& step) {
-    if (from.profile == nullptr && to.profile == nullptr) {
-        return step(standard_conversion(from.model, to.model));
-    }
-    const ColorConversion own(from, to);
-    step(own);
-}
 
 // The profiles of a conversion serve it, or are refused by the name of their parameter.
 void require_source(const ProfileBytes& profile, ColorModel model, const char* parameter) {
@@ -398,10 +452,8 @@ void argb_to_cmyk(std::span<const Argb> colors, std::span<uint8_t> cmyk, const P
     require_target(cmyk_profile, ColorModel::kCmyk, kCmykProfile);
     std::vector<uint8_t> rgb(3 * colors.size());
     from_argb(kRgb8, colors, rgb.data());
-    with_conversion({ColorModel::kRgb, rgb_profile}, {ColorModel::kCmyk, cmyk_profile},
-                    [&](const ColorConversion& conversion) {
-                        conversion.run(kRgb8, rgb.data(), kCmyk8, cmyk.data(), colors.size());
-                    });
+    shared_conversion({ColorModel::kRgb, rgb_profile}, {ColorModel::kCmyk, cmyk_profile})
+        ->run(kRgb8, rgb.data(), kCmyk8, cmyk.data(), colors.size());
 }
 
 void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors, const ProfileBytes& cmyk_profile,
@@ -410,10 +462,8 @@ void cmyk_to_argb(std::span<const uint8_t> cmyk, std::span<Argb> colors, const P
     require_source(cmyk_profile, ColorModel::kCmyk, kCmykProfile);
     require_target(rgb_profile, ColorModel::kRgb, kRgbProfile);
     std::vector<uint8_t> rgb(3 * colors.size());
-    with_conversion({ColorModel::kCmyk, cmyk_profile}, {ColorModel::kRgb, rgb_profile},
-                    [&](const ColorConversion& conversion) {
-                        conversion.run(kCmyk8, cmyk.data(), kRgb8, rgb.data(), colors.size());
-                    });
+    shared_conversion({ColorModel::kCmyk, cmyk_profile}, {ColorModel::kRgb, rgb_profile})
+        ->run(kCmyk8, cmyk.data(), kRgb8, rgb.data(), colors.size());
     to_argb(kRgb8, rgb.data(), colors);
 }
 

@@ -40,8 +40,14 @@ class ColorConversion {
     std::unique_ptr<State> m_state;
 };
 
-// Conversions that pictures without a profile of their own need, each made at its first use.
+using SharedConversion = std::shared_ptr<const ColorConversion>;
+
+// Conversions between color spaces without profiles, each made at its first use.
 const ColorConversion& standard_conversion(ColorModel from, ColorModel to);
+
+// The same for any color spaces. The last few are kept, since making one takes as long as converting a million pixels,
+// and many pictures have the same profile.
+SharedConversion shared_conversion(const ColorSpace& from, const ColorSpace& to);
 
 // The library's own profile for CMYK, as a file that receives converted colors embeds it.
 ProfileBytes standard_cmyk_profile();

@@ -27,6 +27,9 @@ SampleType unsigned_of(SampleType sample) {
     }
 }
 
+// Pixels that a step is given together: many, so that several threads are worth it, and few enough for the cache.
+constexpr int32_t kPixelsTogether = 1 << 18;
+
 // The luma of ITU-R BT.601, as luma() has it.
 template <class Sample>
 void to_gray(const Sample* from, int from_bands, Sample* to, int to_bands, size_t count) {
@@ -89,9 +92,10 @@ void VipsPicture::convert_rows(const PixelForm& form, RowStep step) {
         check_picture_size(width(), height(), static_cast<int>(form.pixel_size()));
         return blank_image(form, width(), height(), m_image);
     });
-    const auto count = static_cast<size_t>(width());
-    for (int32_t y = 0; y < height(); y++) {
-        step(row_of(m_image, y), row_of(result, y), count);
+    const int32_t together = std::clamp(kPixelsTogether / width(), 1, height());
+    for (int32_t y = 0; y < height(); y += together) {
+        const int32_t rows = std::min(together, height() - y);
+        step(row_of(m_image, y), row_of(result, y), static_cast<size_t>(width()) * static_cast<size_t>(rows));
     }
     m_image = result;
     m_origin = {};
@@ -103,13 +107,6 @@ void VipsPicture::convert_rows(const PixelForm& form, RowStep step) {
 
 namespace {
 
-using SharedConversion = std::shared_ptr<const ColorConversion>;
-
-// Standard conversions live as long as the process.
-SharedConversion shared_standard(ColorModel from, ColorModel to) {
-    return {SharedConversion(), &standard_conversion(from, to)};
-}
-
 RowStep step_of(SharedConversion conversion, const PixelForm& from, const PixelForm& to) {
     return [conversion = std::move(conversion), from, to](const uint8_t* in, uint8_t* out, size_t count) {
         conversion->run(from, in, to, out, count);
@@ -120,12 +117,11 @@ RowStep step_of(SharedConversion conversion, const PixelForm& from, const PixelF
 
 SharedConversion VipsPicture::to_srgb_conversion() const {
     const ColorModel target = m_form.color == ColorModel::kGray ? ColorModel::kGray : ColorModel::kRgb;
-    if (m_profile == nullptr || m_form.color == ColorModel::kLab) {
-        return shared_standard(m_form.color, target);
+    if (m_profile == nullptr) {
+        return shared_conversion({m_form.color, {}}, {target, {}});
     }
     if (m_to_srgb == nullptr) {
-        m_to_srgb =
-            std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, ColorSpace{target, {}});
+        m_to_srgb = shared_conversion({m_form.color, m_profile}, {target, {}});
     }
     return m_to_srgb;
 }
@@ -174,6 +170,20 @@ void VipsPicture::to_model_of_colors() {
     }
 }
 
+void VipsPicture::drop_colors() {
+    if (m_form.color != ColorModel::kCmyk && m_form.color != ColorModel::kLab) {
+        return;
+    }
+    image();  // damage is reported as if the colors were needed
+    PixelForm form = m_form;
+    form.color = ColorModel::kRgb;
+    form.sample = unsigned_of(form.sample);
+    form.bits = std::max(8, form.bits);
+    convert_rows(form, [](const uint8_t*, uint8_t*, size_t) {});
+    m_profile.reset();
+    m_to_srgb.reset();
+}
+
 void VipsPicture::to_colors() {
     to_direct();
     to_model_of_colors();
@@ -199,14 +209,15 @@ void VipsPicture::to_srgb() {
     }
     if (m_form.color == ColorModel::kIndexed) {
         if (is_profile_of(m_profile, ColorModel::kRgb)) {
-            const ColorConversion conversion({ColorModel::kRgb, m_profile}, {ColorModel::kRgb, {}});
+            const SharedConversion conversion =
+                shared_conversion({ColorModel::kRgb, m_profile}, {ColorModel::kRgb, {}});
             PixelForm form;
             form.alpha = true;
             std::vector<Argb> colors = m_palette->colors;
             std::vector<uint8_t> from(4 * colors.size());
             std::vector<uint8_t> to(from.size());
             from_argb(form, colors, from.data());
-            conversion.run(form, from.data(), form, to.data(), colors.size());
+            conversion->run(form, from.data(), form, to.data(), colors.size());
             to_argb(form, to.data(), colors);
             m_palette = std::make_shared<const Palette>(Palette{std::move(colors), {}});
             m_origin = {};
@@ -258,15 +269,9 @@ void VipsPicture::change_model(ColorModel model) {
             });
         });
     } else {
-        SharedConversion conversion;
-        if (model == ColorModel::kRgb) {
-            conversion = to_srgb_conversion();
-        } else if (m_profile == nullptr) {
-            conversion = shared_standard(m_form.color, model);
-        } else {
-            conversion =
-                std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, ColorSpace{model, {}});
-        }
+        SharedConversion conversion = model == ColorModel::kRgb
+                                          ? to_srgb_conversion()
+                                          : shared_conversion({m_form.color, m_profile}, {model, {}});
         convert_rows(form, step_of(std::move(conversion), m_form, form));
     }
     m_profile = model == ColorModel::kCmyk ? standard_cmyk_profile() : nullptr;
@@ -288,8 +293,7 @@ void VipsPicture::to_space(const ColorSpace& space) {
     PixelForm form = m_form;
     form.color = space.model;
     form.sample = unsigned_of(form.sample);
-    convert_rows(form, step_of(std::make_shared<const ColorConversion>(ColorSpace{m_form.color, m_profile}, space),
-                               m_form, form));
+    convert_rows(form, step_of(shared_conversion({m_form.color, m_profile}, space), m_form, form));
     m_profile = space.profile;
     m_to_srgb.reset();
 }
@@ -303,11 +307,10 @@ void VipsPicture::change_depth(SampleType sample, int bits) {
     assert(m_form.color != ColorModel::kIndexed);
     if (form.color == ColorModel::kGray && form.bits < 8 && (m_form.bits > form.bits || from_storage != to_storage)) {
         const auto levels = levels_of(bits);
-        std::vector<uint8_t> row(static_cast<size_t>(width() * form.bands()));
-        convert_rows(form, [=](const uint8_t* from, uint8_t* to, size_t count) mutable {
+        convert_rows(form, [=](const uint8_t* from, uint8_t* to, size_t count) {
             const size_t samples = count * static_cast<size_t>(form.bands());
-            imagework::change_depth(from_storage, from, Storage::kByte, row.data(), samples);
-            std::transform(row.begin(), row.end(), to, [&](uint8_t value) { return levels[value]; });
+            imagework::change_depth(from_storage, from, Storage::kByte, to, samples);
+            std::transform(to, to + samples, to, [&](uint8_t value) { return levels[value]; });
         });
         return;
     }
@@ -448,8 +451,7 @@ std::vector<double> VipsPicture::ink_of(Argb color) const {
     std::array<uint8_t, 4> from{};
     std::vector<uint8_t> to(m_form.pixel_size());
     from_argb(rgb, {&color, 1}, from.data());
-    const ColorConversion conversion({ColorModel::kRgb, {}}, {m_form.color, m_profile});
-    conversion.run(rgb, from.data(), m_form, to.data(), 1);
+    shared_conversion({ColorModel::kRgb, {}}, {m_form.color, m_profile})->run(rgb, from.data(), m_form, to.data(), 1);
     std::vector<double> result(static_cast<size_t>(m_form.bands()));
     with_storage(storage_of(m_form.sample), [&](auto sample) {
         using Sample = decltype(sample);

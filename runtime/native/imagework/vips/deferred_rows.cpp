@@ -112,12 +112,9 @@ class ConvertedRows final : public RowsBetween {
 
     void read(int32_t count, std::span<uint8_t> rows) override {
         const size_t from_size = row_size_of(before().header());
-        const size_t to_size = row_size_of(header());
         m_rows.resize(from_size * static_cast<size_t>(count));
         before().read(count, m_rows);
-        for (size_t i = 0; i < static_cast<size_t>(count); i++) {
-            m_step(&m_rows[i * from_size], &rows[i * to_size], static_cast<size_t>(header().width));
-        }
+        m_step(m_rows.data(), rows.data(), static_cast<size_t>(header().width) * static_cast<size_t>(count));
     }
 
  private:

@@ -29,8 +29,8 @@ namespace zelmor::imagework {
 class DeferredRows;
 using SharedRows = std::shared_ptr<DeferredRows>;
 
-// Makes the samples of `count` pixels of a row of those of another form. It may keep a state between the rows of one
-// pass, for each of which it is copied.
+// Makes the samples of `count` pixels, of one row or of several whole ones, of those of another form. It may keep a
+// state between the calls of one pass, for each of which it is copied.
 using RowStep = std::function<void(const uint8_t* from, uint8_t* to, size_t count)>;
 
 // Any thread may call the members.

@@ -55,6 +55,18 @@ int progress(void*) {
     return 0;
 }
 
+// `raster` tells the library how many threads are worth it.
+void run_in_threads(const VImage& raster, int rows, int rows_per_strip, const std::function<void(int, int)>& call) {
+    Job job{call, rows, rows_per_strip, 0, {}, nullptr};
+    const int result = vips_threadpool_run(raster.get_image(), start, allocate, work, progress, &job);
+    if (job.failure != nullptr) {
+        std::rethrow_exception(job.failure);
+    }
+    if (result != 0) {
+        throw vips::VError();
+    }
+}
+
 }  // namespace
 
 VImage raster_like(const VImage& like, int width, int height, int bands, VipsBandFormat format) {
@@ -84,14 +96,23 @@ void for_strips(const VImage& raster, int rows_per_strip, const std::function<vo
         }
         return;
     }
-    Job job{strip_work, rows, rows_per_strip, 0, {}, nullptr};
-    const int result = vips_threadpool_run(raster.get_image(), start, allocate, work, progress, &job);
-    if (job.failure != nullptr) {
-        std::rethrow_exception(job.failure);
+    run_in_threads(raster, rows, rows_per_strip, strip_work);
+}
+
+void for_blocks(size_t pixels, size_t block, const std::function<void(size_t, size_t)>& block_work) {
+    assert(block > 0 && pixels / block < size_t{1} << 30);
+    if (pixels <= block) {
+        return block_work(0, pixels);
     }
-    if (result != 0) {
-        throw vips::VError();
-    }
+    const auto blocks = static_cast<int>((pixels + block - 1) / block);
+    // The library bounds the number of threads by the size of an image, whose pixels nobody looks at.
+    const VImage size = VImage::new_memory();
+    constexpr int kTile = 128;
+    vips_image_init_fields(size.get_image(), kTile, kTile * blocks, 1, VIPS_FORMAT_UCHAR, VIPS_CODING_NONE,
+                           VIPS_INTERPRETATION_MULTIBAND, 1, 1);
+    run_in_threads(size, blocks, 1, [&](int begin, int end) {
+        block_work(static_cast<size_t>(begin) * block, std::min(static_cast<size_t>(end) * block, pixels));
+    });
 }
 
 }  // namespace zelmor::imagework

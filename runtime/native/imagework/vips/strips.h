@@ -2,6 +2,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_STRIPS_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_STRIPS_H
 
+#include <cstddef>
 #include <functional>
 
 #include "runtime/native/imagework/vips/vips_support.h"
@@ -19,6 +20,10 @@ inline vips::VImage raster_like(const vips::VImage& like) {
 // Calls work(begin, end) for strips of the raster's rows, in several threads at the same time where the raster is
 // large. An exception of one of them is thrown again.
 void for_strips(const vips::VImage& raster, int rows_per_strip, const std::function<void(int, int)>& work);
+
+// Calls work(begin, end) for blocks of so many pixels that lie one behind the other, in the same way. It is meant for
+// work that takes long for each pixel.
+void for_blocks(size_t pixels, size_t block, const std::function<void(size_t, size_t)>& work);
 
 }  // namespace zelmor::imagework
 

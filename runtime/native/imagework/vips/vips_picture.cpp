@@ -198,11 +198,27 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
     std::array<Word, 256> table{};
     PixelForm rgb = m_form;
     rgb.color = ColorModel::kRgb;
-    std::vector<uint8_t> row;
     const bool converts = m_form.color == ColorModel::kCmyk || m_form.color == ColorModel::kLab;
+    const VImage& image = this->image();
     if (converts) {
-        row.resize(width * rgb.pixel_size());
-    } else if (m_palette != nullptr) {
+        const SharedConversion conversion = to_srgb_conversion();
+        // Rows that lie one behind the other are converted together.
+        const bool whole = area.width == this->width();
+        const int32_t together = whole ? std::clamp((1 << 18) / area.width, 1, area.height) : 1;
+        std::vector<uint8_t> rows(width * static_cast<size_t>(together) * rgb.pixel_size());
+        for (int32_t y = 0; y < area.height; y += together) {
+            const size_t count = width * static_cast<size_t>(std::min(together, area.height - y));
+            conversion->run(m_form, row_of(image, area.y + y, area.x), rgb, rows.data(), count);
+            const std::span<Word> words = out.subspan(static_cast<size_t>(y) * width, count);
+            if constexpr (kWide) {
+                to_argb64(rgb, rows.data(), words);
+            } else {
+                to_argb(rgb, rows.data(), words);
+            }
+        }
+        return;
+    }
+    if (m_palette != nullptr) {
         for (size_t i = 0; i < m_palette->colors.size(); i++) {
             table[i] = !kWide                    ? static_cast<Word>(m_palette->colors[i])
                        : m_palette->deep.empty() ? static_cast<Word>(widened(m_palette->colors[i]))
@@ -210,21 +226,16 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
         }
     }
     for (int32_t y = 0; y < area.height; y++) {
-        const uint8_t* samples = row_of(image(), area.y + y, area.x);
+        const uint8_t* samples = row_of(image, area.y + y, area.x);
         const std::span<Word> words = out.subspan(static_cast<size_t>(y) * width, width);
         if (m_palette != nullptr) {
             std::transform(samples, samples + width, words.begin(), [&](uint8_t index) { return table[index]; });
             continue;
         }
-        const PixelForm& form = converts ? rgb : m_form;
-        if (converts) {
-            to_srgb_conversion()->run(m_form, samples, rgb, row.data(), width);
-            samples = row.data();
-        }
         if constexpr (kWide) {
-            to_argb64(form, samples, words);
+            to_argb64(m_form, samples, words);
         } else {
-            to_argb(form, samples, words);
+            to_argb(m_form, samples, words);
         }
     }
 }
@@ -293,6 +304,9 @@ void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
             }
             return;
         }
+    }
+    if (count == static_cast<size_t>(this->width()) * static_cast<size_t>(height())) {
+        drop_colors();
     }
     to_model_of_colors();
     if (is_gray()) {

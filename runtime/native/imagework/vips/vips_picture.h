@@ -165,12 +165,15 @@ class VipsPicture final : public Picture {
     void take_rows(SharedRows rows);
     // to_colors() without a change of the bits.
     void to_model_of_colors();
+    // The same for a picture whose pixels are all about to be written: CMYK and Lab become RGB, but their colors are
+    // not converted.
+    void drop_colors();
     // Converts the colors to another model by the picture's profile, to sRGB where that is gray or RGB.
     void change_model(ColorModel model);
     void change_depth(SampleType sample, int bits);
     void change_alpha(bool alpha);
     // From CMYK or Lab, or from colors with a profile, to sRGB.
-    std::shared_ptr<const ColorConversion> to_srgb_conversion() const;
+    SharedConversion to_srgb_conversion() const;
     // Reads pixels as colors of 8 or of 16 bits a channel.
     template <class Word>
     void read_words(const Rect& area, std::span<Word> out) const;
@@ -190,8 +193,8 @@ class VipsPicture final : public Picture {
     SharedPalette m_palette;  // of an indexed picture
     ProfileBytes m_profile;
     FrameOrigin m_origin;
-    mutable std::shared_ptr<const ColorConversion> m_to_srgb;  // made when it is first needed
-    mutable bool m_exclusive = true;                           // no copy shares the pixels
+    mutable SharedConversion m_to_srgb;  // made when it is first needed
+    mutable bool m_exclusive = true;     // no copy shares the pixels
 };
 
 }  // namespace zelmor::imagework
