@@ -1,8 +1,7 @@
-// Writing a file as a whole (files.h: write_file).
+// Writing a file as a whole (files.h: write_file, NewFile).
 //
 // A new file, and one that can be replaced, is written as a *draft* beside the target and moved there when it is
-// complete. The draft has no name if the file system can do without; then nothing is left of a program that is killed.
-// Otherwise its name follows from that of the target, and the next save of the target removes it.
+// complete (file_draft.h).
 //
 // A file is written *in place* where replacing it would lose something: where it has several hard links, where its
 // owner or its attributes cannot be given to another file, and where its directory cannot be written to. Space for the
@@ -11,222 +10,28 @@
 // the directory cannot be written to; it is there for people whose program was killed in the middle, and the next save
 // removes it.
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cassert>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <optional>
 #include <vector>
 
 #include "runtime/native/core/file_changes.h"
+#include "runtime/native/core/file_draft.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
 namespace {
 
-class Descriptor {
- public:
-    explicit Descriptor(int number = -1) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            ::close(m_number);
-        }
-    }
-    Descriptor(Descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(m_number, other.m_number);
-        return *this;
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_number; }
-    bool is_open() const { return m_number >= 0; }
-    // Tells of an error that only closing brings to light.
-    int close() {
-        const int result = ::close(m_number);
-        m_number = -1;
-        return result;
-    }
-
- private:
-    int m_number;
-};
-
-template <class Call>
-auto retried(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
-// All functions of this kind answer with an error number, or 0.
-int write_all(int descriptor, std::span<const uint8_t> data) {
-    while (!data.empty()) {
-        const ssize_t written = retried([&] { return ::write(descriptor, data.data(), data.size()); });
-        if (written < 0) {
-            return errno;
-        }
-        data = data.subspan(static_cast<size_t>(written));
-    }
-    return 0;
-}
-
-// A file system that knows no flushing has nothing to flush.
-int flush(int descriptor) {
-    if (retried([&] { return ::fsync(descriptor); }) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP) {
-        return 0;
-    }
-    return errno;
-}
-
-int flush_directory(const std::string& directory) {
-    const Descriptor opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // One that may be written to and not read from, such as a drop box, cannot be opened.
-    return opened.is_open() ? flush(opened.get()) : 0;
-}
-
 // There is no permission to replace the file, but there may be one to write to it.
 bool forbids_replacement(int error) {
     return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == EXDEV;
 }
-
-// ".zelmor-0123456789abcdef.part", beside the target. The number is a hash (FNV-1a) of the target's name, so that the
-// names of one file are found without a search.
-std::string name_beside(const std::string& target, const std::string& suffix) {
-    uint64_t hash = 0xcbf29ce484222325;
-    const size_t slash = target.rfind('/');
-    for (const char c : target.substr(slash == std::string::npos ? 0 : slash + 1)) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-    }
-    std::array<char, 24> number{};
-    std::snprintf(number.data(), number.size(), "%016llx", static_cast<unsigned long long>(hash));
-    const std::string directory = directory_of(target);
-    return directory + (directory.back() == '/' ? "" : "/") + ".zelmor-" + number.data() + suffix;
-}
-
-std::string draft_name(const std::string& target, int place) {
-    return name_beside(target, (place == 0 ? "" : "-" + std::to_string(place)) + ".part");
-}
-
-// Removes a draft unless a program is still writing it: who writes one holds its lock. Whether the name is free now.
-bool remove_left_over(const std::string& name) {
-    const Descriptor file(::open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!file.is_open()) {
-        return errno == ENOENT;
-    }
-    return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 && ::unlink(name.c_str()) == 0;
-}
-
-constexpr const char* kDescriptors = "/proc/self/fd";
-
-// Programs that may write drafts for one target at the same time.
-constexpr int kDraftPlaces = 16;
-
-// A file in the target's directory that is gone again unless it was moved into place.
-class Draft {
- public:
-    explicit Draft(std::string target) : m_target(std::move(target)) {}
-    ~Draft() {
-        if (!m_name.empty()) {
-            ::unlink(m_name.c_str());
-        }
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-
-    int descriptor() const { return m_file.get(); }
-
-    int create() {
-        for (int place = 0; place < kDraftPlaces; ++place) {
-            remove_left_over(draft_name(m_target, place));
-        }
-        // The file gets its name through the directory of descriptors, which a system need not have mounted.
-        if (::access(kDescriptors, F_OK) == 0) {
-            m_file = Descriptor(::open(directory_of(m_target).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
-            if (m_file.is_open()) {
-                m_nameless = true;
-                return lock();
-            }
-            // How file systems and kernels say that they have no files without a name.
-            if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL && errno != ENOENT) {
-                return errno;
-            }
-        }
-        return give_name([&](const std::string& name) {
-            m_file = Descriptor(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-            return m_file.is_open() ? lock() : errno;
-        });
-    }
-
-    // The content is on the disk, and then under the target's name; `replaces` says that there is a file of that name.
-    int move_into_place(bool replaces) {
-        if (const int error = flush(m_file.get())) {
-            return error;
-        }
-        if (m_nameless) {
-            const int error = replaces ? EEXIST : link_to(m_target);
-            if (error == 0) {
-                return flush_directory(directory_of(m_target));
-            }
-            if (error != EEXIST) {
-                return error;
-            }
-            if (const int failed = give_name([&](const std::string& name) { return link_to(name); })) {
-                return failed;
-            }
-        }
-        if (::rename(m_name.c_str(), m_target.c_str()) != 0) {
-            return errno;
-        }
-        m_name.clear();
-        // Errors of writing that only closing brings to light came with the flush.
-        return flush_directory(directory_of(m_target));
-    }
-
- private:
-    template <class Make>
-    int give_name(Make make) {
-        for (int place = 0; place < kDraftPlaces; ++place) {
-            std::string name = draft_name(m_target, place);
-            const int error = make(name);
-            if (error == 0) {
-                m_name = std::move(name);
-                return 0;
-            }
-            if (error != EEXIST) {
-                return error;
-            }
-        }
-        return EBUSY;
-    }
-    // EEXIST where another program took this file for a left-over, in the moment between its making and its locking,
-    // and removes it. In a file system without locks nobody removes left-overs.
-    int lock() const {
-        const bool taken = ::flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-        struct stat info {};
-        const bool removed = !m_nameless && ::fstat(m_file.get(), &info) == 0 && info.st_nlink == 0;
-        return taken || removed ? EEXIST : 0;
-    }
-    int link_to(const std::string& name) const {
-        const std::string self = std::string(kDescriptors) + '/' + std::to_string(m_file.get());
-        return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
-    }
-
-    std::string m_target;
-    std::string m_name;  // while the draft has one
-    Descriptor m_file;
-    bool m_nameless = false;
-};
 
 using Attribute = std::vector<char>;
 
@@ -336,7 +141,7 @@ int fill(int descriptor, std::span<const uint8_t> data) {
     if (retried([&] { return ::ftruncate(descriptor, static_cast<off_t>(data.size())); }) != 0) {
         return errno;
     }
-    return flush(descriptor);
+    return flush_file(descriptor);
 }
 
 bool exists(const std::string& name) {
@@ -346,7 +151,7 @@ bool exists(const std::string& name) {
 
 // Puts a copy of the old content beside the file, unless the directory cannot be written to.
 int back_up(const std::string& name, std::span<const uint8_t> content) {
-    Draft copy(name);
+    FileDraft copy(name);
     int error = copy.create();
     if (error == 0 && ::fchmod(copy.descriptor(), 0600) != 0) {
         error = errno;
@@ -402,11 +207,46 @@ void write_in_place(const std::string& target, std::span<const uint8_t> data) {
     ::unlink(backup.c_str());
 }
 
+// What is at the end of a path, or nothing.
+std::optional<struct stat> status_of(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? std::optional(info) : std::nullopt;
+}
+
+// Whether another file can take the place of this one, as far as that is seen without trying.
+bool may_be_replaced(const std::optional<struct stat>& info) {
+    return !info || (S_ISREG(info->st_mode) && info->st_nlink == 1);
+}
+
+// Gives the draft all that is known of the file at its target, if there is one. False where a part of it cannot be
+// given.
+bool take_over_target(const FileDraft& draft, const std::optional<struct stat>& info) {
+    if (!info) {
+        return true;
+    }
+    // Opening for reading is needed for the attributes alone; a file that may not be read has to keep its own.
+    const Descriptor old(::open(draft.target().c_str(), O_RDONLY | O_CLOEXEC));
+    return old.is_open() && take_over(old.get(), *info, draft.descriptor());
+}
+
+// Whether the draft is in its place; false where that is not allowed.
+bool move_into_place(FileDraft& draft, bool replaces) {
+    const int error = draft.move_into_place(replaces);
+    if (replaces && forbids_replacement(error)) {
+        return false;
+    }
+    if (error != 0) {
+        throw_write_error(draft.target(), error);
+    }
+    ::unlink(name_beside(draft.target(), ".backup").c_str());
+    return true;
+}
+
 // Whether the file was replaced; false where that would lose something of it, or is not allowed.
-bool replace(const std::string& target, const struct stat* info, std::span<const uint8_t> data) {
-    Draft draft(target);
+bool replace(const std::string& target, const std::optional<struct stat>& info, std::span<const uint8_t> data) {
+    FileDraft draft(target);
     if (const int error = draft.create()) {
-        if (info != nullptr && forbids_replacement(error)) {
+        if (info && forbids_replacement(error)) {
             return false;
         }
         if (error == EACCES || error == EPERM) {
@@ -414,25 +254,13 @@ bool replace(const std::string& target, const struct stat* info, std::span<const
         }
         throw_write_error(target, error);
     }
-    if (info != nullptr) {
-        // Opening for reading is needed for the attributes alone; a file that may not be read has to keep its own.
-        const Descriptor old(::open(target.c_str(), O_RDONLY | O_CLOEXEC));
-        if (!old.is_open() || !take_over(old.get(), *info, draft.descriptor())) {
-            return false;
-        }
+    if (!take_over_target(draft, info)) {
+        return false;
     }
-    int error = write_all(draft.descriptor(), data);
-    if (error == 0) {
-        error = draft.move_into_place(info != nullptr);
-        if (info != nullptr && forbids_replacement(error)) {
-            return false;
-        }
-    }
-    if (error != 0) {
+    if (const int error = write_all(draft.descriptor(), data)) {
         throw_write_error(target, error);
     }
-    ::unlink(name_beside(target, ".backup").c_str());
-    return true;
+    return move_into_place(draft, info.has_value());
 }
 
 }  // namespace
@@ -440,16 +268,73 @@ bool replace(const std::string& target, const struct stat* info, std::span<const
 void write_file(const std::string& path, std::span<const uint8_t> data) {
     require_writable_target(path);
     const std::string target = link_target_of(path);
-    struct stat info {};
-    const bool is_there = ::stat(target.c_str(), &info) == 0;
-    if (is_there && !S_ISREG(info.st_mode)) {
+    const auto info = status_of(target);
+    if (info && !S_ISREG(info->st_mode)) {
         write_directly(target, data);
         return;
     }
-    const bool has_links = is_there && info.st_nlink > 1;
-    if (has_links || !replace(target, is_there ? &info : nullptr, data)) {
+    if (!may_be_replaced(info) || !replace(target, info, data)) {
         write_in_place(target, data);
     }
+}
+
+NewFile::NewFile(std::string path) : m_path(std::move(path)) {}
+
+NewFile::~NewFile() = default;  // where the draft's class is known
+
+// The draft gets the rights of the file at the target before it gets content that others may not read.
+void NewFile::begin_draft() {
+    const std::string target = link_target_of(m_path);
+    const auto info = status_of(target);
+    if (!may_be_replaced(info)) {
+        return;
+    }
+    auto draft = std::make_unique<FileDraft>(target);
+    if (draft->create() == 0 && take_over_target(*draft, info)) {
+        m_draft = std::move(draft);
+    }
+}
+
+void NewFile::write(std::span<const uint8_t> data) {
+    constexpr size_t kPiece = size_t{64} << 10;
+    m_kept.insert(m_kept.end(), data.begin(), data.end());
+    if (m_kept.size() < kPiece) {
+        return;
+    }
+    if (!m_is_long) {
+        m_is_long = true;
+        begin_draft();
+    }
+    if (m_draft != nullptr) {
+        move_to_draft();
+    }
+}
+
+void NewFile::move_to_draft() {
+    if (const int error = write_all(m_draft->descriptor(), m_kept)) {
+        throw_write_error(m_draft->target(), error);
+    }
+    m_size += m_kept.size();
+    m_kept.clear();
+}
+
+void NewFile::finish() {
+    if (m_draft != nullptr) {
+        move_to_draft();
+        require_writable_target(m_path);
+        const std::string target = link_target_of(m_path);
+        const auto info = status_of(target);  // which may have changed since the draft was begun
+        if (target == m_draft->target() && may_be_replaced(info) && take_over_target(*m_draft, info) &&
+            move_into_place(*m_draft, info.has_value())) {
+            return;
+        }
+        m_kept.resize(m_size);
+        if (const int error = read_all(m_draft->descriptor(), m_kept)) {
+            throw_write_error(target, error);
+        }
+        m_draft.reset();
+    }
+    write_file(m_path, m_kept);
 }
 
 }  // namespace zelmor::embed

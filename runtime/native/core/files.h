@@ -1,10 +1,11 @@
-// Files on disk: their names, and writing one as a whole.
+// Files on disk: their names, and writing one so that it is there as a whole or not at all.
 //
 // All failures are managed exceptions that name the path.
 #ifndef ZELMOR_RUNTIME_NATIVE_CORE_FILES_H
 #define ZELMOR_RUNTIME_NATIVE_CORE_FILES_H
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -40,6 +41,32 @@ std::string link_target_of(const std::string& path);
 // mode, extended attributes, access control lists, hard links (file_replacement.cpp says how). What is no regular file,
 // such as a pipe, is written to directly.
 void write_file(const std::string& path, std::span<const uint8_t> data);
+
+class FileDraft;
+
+// A file that is written piece by piece: write_file() for content that is not in memory as a whole. Until finish() the
+// path is as it was, and without it nothing stays. A short file, and one that cannot be replaced by another, is kept in
+// memory until then.
+class NewFile {
+ public:
+    explicit NewFile(std::string path);
+    ~NewFile();
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    void write(std::span<const uint8_t> data);
+    void finish();
+
+ private:
+    void begin_draft();
+    void move_to_draft();
+
+    std::string m_path;
+    std::vector<uint8_t> m_kept;  // what is not in the draft
+    bool m_is_long = false;
+    std::unique_ptr<FileDraft> m_draft;  // of a long file that can be replaced
+    uint64_t m_size = 0;                 // of the draft
+};
 
 // Refuses early where write_file() would have to refuse anyway: no directory, no permission, a directory of that name.
 void require_writable_target(const std::string& path);

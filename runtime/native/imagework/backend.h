@@ -17,6 +17,7 @@
 #include "runtime/native/imagework/filters.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/pixel_form.h"
@@ -135,7 +136,14 @@ class Picture {
 
     virtual double opacity() const = 0;  // mean alpha, 0 to 1
 
-    virtual EncodedBytes encode(const Encoding& encoding) const = 0;
+    // Writes the picture as a file. PNG and JPEG go to the sink while they are encoded, other formats as a whole.
+    virtual void encode(const Encoding& encoding, ByteSink& out) const = 0;
+    // The same in memory.
+    EncodedBytes encode(const Encoding& encoding) const {
+        MemorySink memory;
+        encode(encoding, memory);
+        return memory.take();
+    }
 
  protected:
     Picture() = default;

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/rows.h"
 #include "tests/unit/imagework/failure_of.h"
@@ -25,6 +26,27 @@ inline RowsHeader header_of(int32_t width, int32_t height, const PixelForm& form
     }
     return header;
 }
+
+inline std::vector<uint8_t> bytes_in(MemorySink& sink) {
+    const EncodedBytes file = sink.take();
+    return {file.bytes().begin(), file.bytes().end()};
+}
+
+// Takes so many bytes and fails at the next one.
+class FullSink final : public ByteSink {
+ public:
+    struct Full {};
+    explicit FullSink(size_t room) : m_room(room) {}
+    void write(std::span<const uint8_t> bytes) override {
+        if (bytes.size() > m_room) {
+            throw Full();
+        }
+        m_room -= bytes.size();
+    }
+
+ private:
+    size_t m_room;
+};
 
 inline size_t row_size(const RowsHeader& header) {
     return header.form.pixel_size() * static_cast<size_t>(header.width);

@@ -508,10 +508,10 @@ RowsHeader waves_header(const JpegKind& kind, int32_t width, int32_t height) {
 }
 
 Bytes written(const RowsHeader& header, const Bytes& rows, const JpegEncoding& encoding, int32_t step = 1) {
-    Bytes out;
+    MemorySink out;
     const auto writer = make_jpeg_writer(header, encoding, out);
     write_all(*writer, header, rows, step);
-    return out;
+    return bytes_in(out);
 }
 
 TEST(JpegWriterTest, FilesAreThoseOfLibjpegWithTheSameSettings) {
@@ -562,8 +562,24 @@ TEST(JpegWriterTest, ProfileCommentAndResolutionComeBack) {
     }
 }
 
+TEST(JpegWriterTest, ASinkThatFailsEndsTheWriting) {
+    const RowsHeader header = header_of(300, 300, {});
+    const Bytes rows = random_rows(header);
+    JpegEncoding encoding;
+    encoding.quality = 100;
+    const size_t size = written(header, rows, encoding).size();
+    ASSERT_GT(size, size_t{128} << 10);
+    for (const size_t room : {size_t{0}, size_t{64} << 10, size - 1}) {
+        FullSink sink(room);
+        const auto writer = make_jpeg_writer(header, encoding, sink);
+        EXPECT_THROW(write_all(*writer, header, rows, 7), FullSink::Full) << room;
+    }
+    FullSink enough(size);
+    write_all(*make_jpeg_writer(header, encoding, enough), header, rows, 7);
+}
+
 TEST(JpegWriterTest, WhatAFileDoesNotHoldIsRefused) {
-    Bytes out;
+    MemorySink out;
     for (const PixelForm& form : {PixelForm{ColorModel::kLab}, PixelForm{ColorModel::kIndexed},
                                   PixelForm{ColorModel::kRgb, SampleType::kUint16, 16, false},
                                   PixelForm{ColorModel::kRgb, SampleType::kUint8, 8, true}}) {

@@ -11,10 +11,10 @@ namespace {
 
 std::vector<uint8_t> written(const RowsHeader& header, const std::vector<uint8_t>& rows,
                              const PngEncoding& encoding = {}, int32_t step = 1) {
-    std::vector<uint8_t> out;
+    MemorySink out;
     const auto writer = make_png_writer(header, encoding, out);
     write_all(*writer, header, rows, step);
-    return out;
+    return bytes_in(out);
 }
 
 std::vector<PixelForm> forms() {
@@ -63,7 +63,7 @@ TEST(PngRowsTest, FiltersLoseNothing) {
 }
 
 TEST(PngRowsTest, FormsThatPngHasNotAreRefused) {
-    std::vector<uint8_t> out;
+    MemorySink out;
     for (const PixelForm& form : {PixelForm{ColorModel::kCmyk}, PixelForm{ColorModel::kLab},
                                   PixelForm{ColorModel::kGray, SampleType::kFloat, 32, false},
                                   PixelForm{ColorModel::kRgb, SampleType::kUint32, 32, false},
@@ -75,8 +75,21 @@ TEST(PngRowsTest, FormsThatPngHasNotAreRefused) {
 TEST(PngRowsTest, AProfileThatIsNoneIsRefused) {
     RowsHeader header = header_of(3, 3, {});
     header.profile = std::make_shared<const std::vector<uint8_t>>(200, uint8_t{7});
-    std::vector<uint8_t> out;
+    MemorySink out;
     EXPECT_EQ(failure_of([&] { make_png_writer(header, {}, out); }).kind(), Failure::kEncoding);
+}
+
+TEST(PngRowsTest, TheFileGoesOutWhileRowsCome) {
+    const RowsHeader header = header_of(300, 200, {});
+    const auto rows = random_rows(header);
+    const size_t size = written(header, rows).size();
+    ASSERT_GT(size, rows.size() * 9 / 10);
+    FullSink sink(size / 2);
+    const auto writer = make_png_writer(header, {}, sink);
+    const size_t half = rows.size() / 2;
+    writer->write(header.height / 2 - 20, std::span(rows).first(half - 20 * row_size(header)));
+    EXPECT_THROW(writer->write(60, std::span(rows).subspan(half, 60 * row_size(header))), FullSink::Full);
+    EXPECT_THROW(make_png_writer(header, {}, *std::make_unique<FullSink>(20)), FullSink::Full);
 }
 
 TEST(PngRowsTest, AnOpenFileIsReadRowByRow) {

@@ -21,7 +21,7 @@ std::optional<RectangleValue> export_area(const ManagedObject& options);
 struct Page {
     std::unique_ptr<imagework::Picture> picture;
     int32_t duration;
-    ImageObject* source;
+    Ref<ImageObject> source;
 };
 
 // Copies of the pictures of the pages.

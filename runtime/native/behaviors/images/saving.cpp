@@ -2,7 +2,8 @@
 //
 // Without options a file gets the format that its extension stands for, or the image's own where that says nothing; an
 // image that keeps its format keeps the settings that its file had. Formats that hold several pictures get all frames,
-// unless the options choose some. Everything is encoded before the target is touched.
+// unless the options choose some. The target is not touched before everything is encoded: the bytes of a file are
+// written beside it meanwhile, and a stream gets all of them at once.
 #include "runtime/native/behaviors/images/saving.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
@@ -16,7 +17,7 @@
 #include "runtime/native/behaviors/images/page_selection.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/registries.h"
-#include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "runtime/native/behaviors/metadata/described_file.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -179,16 +180,10 @@ EncodedBytes encoded_gif(ImageObject& image) {
     return image_backend().encode_frames(frames);
 }
 
-// A file without its metadata, and what these have to know of the pictures in it.
-struct EncodedPages {
-    EncodedBytes file;
-    std::vector<WrittenPicture> pictures;
-};
-
 // A page of a TIFF has metadata of its own; a frame of an animation has those of its image.
 WrittenPicture written_picture(ImageObject& image, const Picture& picture, ImageObject& source) {
-    return {source.facts().format == Format::kTiff ? &source : &image, picture.resolution(), picture.changed_at(),
-            picture.width(), picture.height()};
+    return {Ref<ImageObject>(source.facts().format == Format::kTiff ? &source : &image), picture.resolution(),
+            picture.changed_at(), picture.width(), picture.height()};
 }
 WrittenPicture written_picture(ImageObject& image, const Request& request, const Page& page) {
     WrittenPicture written = written_picture(image, *page.picture, *page.source);
@@ -199,12 +194,14 @@ WrittenPicture written_picture(ImageObject& image, const Request& request, const
     return written;
 }
 
-EncodedPages encoded_pages(ImageObject& image, const Request& request) {
+void write_pages(ImageObject& image, const Request& request, DescribedFile& out) {
     require_uninterrupted(image);
     image.put_drawings();
     if (request.format == Format::kGif && request.options == nullptr && request.bounds == nullptr &&
         image.facts().format == Format::kGif && image.is_container()) {
-        return {encoded_gif(image), {written_picture(image, image.picture(), image)}};
+        EncodedBytes file = encoded_gif(image);
+        out.set_pictures({written_picture(image, image.picture(), image)});
+        return out.write_whole(std::move(file));
     }
     std::vector<Page> pages = requested_pages(image, request);
     if (request.options != nullptr) {
@@ -225,7 +222,9 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
         return of_gif ? controlled_frame(*page.source) : GifFrame{};
     };
     if (pages.size() == 1 && !control_of(pages[0]).sets_transparent) {
-        return {pages[0].picture->encode(encoding_of(pages[0])), {written_picture(image, request, pages[0])}};
+        const Encoding encoding = encoding_of(pages[0]);
+        out.set_pictures({written_picture(image, request, pages[0])});
+        return pages[0].picture->encode(encoding, out);
     }
     if (request.format != Format::kTiff) {
         fit_to_canvas(pages);
@@ -251,23 +250,16 @@ EncodedPages encoded_pages(ImageObject& image, const Request& request) {
     for (const Page& page : pages) {
         pictures.push_back(written_picture(image, request, page));
     }
-    return {image_backend().encode_frames(frames), std::move(pictures)};
+    out.set_pictures(std::move(pictures));
+    out.write_whole(image_backend().encode_frames(frames));
 }
 
-EncodedBytes described(ImageObject& image, const Request& request, const EncodedPages& pages) {
-    require_uninterrupted(image);
-    auto bytes = file_with_metadata({pages.file.data.get(), pages.file.size}, pages.pictures, request.options);
-    if (bytes.empty()) {
-        return pages.file;
-    }
-    const auto owner = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
-    return {std::shared_ptr<const uint8_t>(owner, owner->data()), owner->size()};
-}
-
-EncodedBytes encoded(ImageObject& image, const Request& request, const std::string& subject) {
+void write_image(ImageObject& image, const Request& request, ByteSink& out, const std::string& subject) {
     try {
         prepare_options(request.options);
-        return described(image, request, encoded_pages(image, request));
+        DescribedFile file(image, request.options, out);
+        write_pages(image, request, file);
+        file.finish();
     } catch (const PictureError& error) {
         if (error.kind() == Failure::kArgument && request.bounds != nullptr) {
             throw_out_of_range("bounds_rectangle", error.what());
@@ -276,15 +268,32 @@ EncodedBytes encoded(ImageObject& image, const Request& request, const std::stri
     }
 }
 
+// The file that is saved to a path. Nothing is under its name before finish().
+class FileSink final : public ByteSink {
+ public:
+    explicit FileSink(const std::string& path) : m_path(path), m_file(path) {}
+    void write(std::span<const uint8_t> bytes) override { m_file.write(bytes); }
+    void write_whole(EncodedBytes file) override { m_whole = std::move(file); }
+    void finish() { m_whole.data != nullptr ? write_file(m_path, m_whole.bytes()) : m_file.finish(); }
+
+ private:
+    std::string m_path;
+    NewFile m_file;
+    EncodedBytes m_whole;  // of an encoder that gives it so
+};
+
 void to_file(ImageObject& image, const std::string& path, const Request& request) {
     require_writable_target(path);
-    const EncodedBytes bytes = encoded(image, request, "Cannot save '" + to_utf8(to_utf16(path)) + "'");
-    write_file(path, {bytes.data.get(), bytes.size});
+    FileSink file(path);
+    write_image(image, request, file, "Cannot save '" + to_utf8(to_utf16(path)) + "'");
+    file.finish();
 }
 
 void to_stream(ImageObject& image, ManagedStream& stream, const Request& request) {
-    const EncodedBytes bytes = encoded(image, request, "Cannot save the image to the stream");
-    stream.write({reinterpret_cast<const std::byte*>(bytes.data.get()), bytes.size});
+    MemorySink memory;
+    write_image(image, request, memory, "Cannot save the image to the stream");
+    const EncodedBytes file = memory.take();
+    stream.write(std::as_bytes(file.bytes()));
     stream.flush();
 }
 

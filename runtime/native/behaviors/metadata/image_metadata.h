@@ -38,7 +38,7 @@ void prepare_options(const Record* options);
 
 // What the metadata of a file have to know of a picture in it.
 struct WrittenPicture {
-    ImageObject* image;  // that describes it
+    Ref<ImageObject> image;  // that describes it
     imagework::Resolution resolution;
     int64_t changed_at;  // see imagework::Picture
     int64_t width;
@@ -47,6 +47,7 @@ struct WrittenPicture {
 
 // The file with the metadata of the options, or of the images where these have none; empty where the file is good as it
 // is. `pictures` are those in the file: each page of a TIFF gets its own metadata, any other file those of the first.
+// Of a file that has its metadata before its pixels, the head will do (see size_of_head).
 std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span<const WrittenPicture> pictures,
                                         const Record* options);
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
@@ -32,10 +33,9 @@ SharedFrames open_jpeg(SharedSource source, Recovery recovery = Recovery::kNone,
 // Writes gray, RGB and CMYK rows of 8 bits without alpha; `encoding.color` is no wish here. Gray and RGB files have a
 // JFIF header with the resolution, CMYK files Adobe's mark. Below quality 90 the colors of an RGB picture have half of
 // its width and height.
-// PictureError(kEncoding) for a form, a comment or a profile that a JPEG file does not hold. The file is in `out` when
-// the writer has finished.
-std::unique_ptr<RowWriter> make_jpeg_writer(const RowsHeader& header, const JpegEncoding& encoding,
-                                            std::vector<uint8_t>& out);
+// PictureError(kEncoding) for a form, a comment or a profile that a JPEG file does not hold. The file goes to
+// `out` in pieces of 64 KiB.
+std::unique_ptr<RowWriter> make_jpeg_writer(const RowsHeader& header, const JpegEncoding& encoding, ByteSink& out);
 
 }  // namespace zelmor::imagework
 

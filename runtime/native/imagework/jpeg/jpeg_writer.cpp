@@ -46,7 +46,7 @@ UINT16 density(double dots_per_inch) {
 
 class JpegWriter final : public RowWriter, private JpegErrors {
  public:
-    JpegWriter(const RowsHeader& header, const JpegEncoding& encoding, std::vector<uint8_t>& out)
+    JpegWriter(const RowsHeader& header, const JpegEncoding& encoding, ByteSink& out)
         : JpegErrors(Failure::kEncoding),
           m_row_size(header.form.pixel_size() * static_cast<size_t>(header.width)),
           m_inverts(header.form.color == ColorModel::kCmyk),
@@ -186,7 +186,7 @@ class JpegWriter final : public RowWriter, private JpegErrors {
     void take(size_t count) {
         bool taken = false;
         try {
-            m_out.insert(m_out.end(), m_buffer.data(), m_buffer.data() + count);
+            m_out.write({m_buffer.data(), count});
             taken = true;
         } catch (...) {
             keep(std::current_exception());
@@ -198,7 +198,7 @@ class JpegWriter final : public RowWriter, private JpegErrors {
 
     size_t m_row_size;
     bool m_inverts;
-    std::vector<uint8_t>& m_out;
+    ByteSink& m_out;
     std::vector<uint8_t> m_inverted;
     std::array<JOCTET, size_t{64} << 10> m_buffer{};
     jpeg_destination_mgr m_manager{};
@@ -207,8 +207,7 @@ class JpegWriter final : public RowWriter, private JpegErrors {
 
 }  // namespace
 
-std::unique_ptr<RowWriter> make_jpeg_writer(const RowsHeader& header, const JpegEncoding& encoding,
-                                            std::vector<uint8_t>& out) {
+std::unique_ptr<RowWriter> make_jpeg_writer(const RowsHeader& header, const JpegEncoding& encoding, ByteSink& out) {
     return std::make_unique<JpegWriter>(header, encoding, out);
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
 #include "runtime/native/imagework/pixels/rows.h"
@@ -36,9 +37,8 @@ bool has_png_key(const PngKey& key, const RowsHeader& header, std::span<const ui
 
 // Writes the rows in the form that the header has: `encoding.color` and `encoding.bit_depth` are no wishes here. With
 // `encoding.key` the rows have alpha, fulfill has_png_key(), and the file tells the key instead.
-// PictureError(kEncoding) for a form that PNG does not have. The file is in `out` when the writer has finished.
-std::unique_ptr<RowWriter> make_png_writer(const RowsHeader& header, const PngEncoding& encoding,
-                                           std::vector<uint8_t>& out);
+// PictureError(kEncoding) for a form that PNG does not have. The file goes to `out` piece by piece.
+std::unique_ptr<RowWriter> make_png_writer(const RowsHeader& header, const PngEncoding& encoding, ByteSink& out);
 
 }  // namespace zelmor::imagework
 

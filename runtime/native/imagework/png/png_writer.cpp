@@ -81,7 +81,7 @@ png_uint_32 dots_per_meter(double dots_per_inch) {
 
 class PngWriter final : public RowWriter {
  public:
-    PngWriter(const RowsHeader& header, const PngEncoding& encoding, std::vector<uint8_t>& out)
+    PngWriter(const RowsHeader& header, const PngEncoding& encoding, ByteSink& out)
         : m_width(static_cast<size_t>(header.width)),
           m_height(static_cast<size_t>(header.height)),
           m_form(header.form),
@@ -322,13 +322,13 @@ class PngWriter final : public RowWriter {
         auto* self = static_cast<PngWriter*>(png_get_io_ptr(png));
         bool written = false;
         try {
-            self->m_out.insert(self->m_out.end(), bytes, bytes + count);
+            self->m_out.write({bytes, count});
             written = true;
         } catch (...) {
             self->m_session.keep(std::current_exception());
         }
         if (!written) {
-            png_error(png, "the file could not be kept in memory");
+            png_error(png, "the file could not be written");
         }
     }
 
@@ -342,7 +342,7 @@ class PngWriter final : public RowWriter {
     bool m_interlaced = false;
     bool m_chooses = false;  // the filter of each row
     bool m_started = false;
-    std::vector<uint8_t>& m_out;
+    ByteSink& m_out;
     std::vector<uint8_t> m_row;    // as the file has it, before packing
     std::vector<uint8_t> m_above;  // the row before, as the file has it
     std::vector<uint8_t> m_whole;  // the rows of an interlaced picture, which is written in passes
@@ -351,8 +351,7 @@ class PngWriter final : public RowWriter {
 
 }  // namespace
 
-std::unique_ptr<RowWriter> make_png_writer(const RowsHeader& header, const PngEncoding& encoding,
-                                           std::vector<uint8_t>& out) {
+std::unique_ptr<RowWriter> make_png_writer(const RowsHeader& header, const PngEncoding& encoding, ByteSink& out) {
     return std::make_unique<PngWriter>(header, encoding, out);
 }
 

@@ -42,7 +42,7 @@ PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture) {
 
 namespace {
 
-EncodedBytes encode_as(const BmpEncoding& wanted, VipsPicture& picture, const Encoding& encoding) {
+void encode_as(const BmpEncoding& wanted, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     check_bmp_encoding(wanted);
     BmpEncoding bmp = wanted;
     picture.to_srgb();  // the format has no place for a profile
@@ -70,11 +70,11 @@ EncodedBytes encode_as(const BmpEncoding& wanted, VipsPicture& picture, const En
                            encoding.diffuse);
         }
     }
-    std::vector<uint8_t> out;
-    const auto writer = make_bmp_writer(picture.rows_header(), bmp, out);
+    std::vector<uint8_t> file;
+    const auto writer = make_bmp_writer(picture.rows_header(), bmp, file);
     write_rows(picture, *writer);
     writer->finish();
-    return to_encoded(std::move(out));
+    out.write_whole(to_encoded(std::move(file)));
 }
 
 // The color model that the file is to have.
@@ -100,7 +100,7 @@ ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const 
     return picture.is_gray() ? ColorModel::kGray : ColorModel::kRgb;
 }
 
-EncodedBytes encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Encoding& encoding) {
+void encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     picture.lose_alpha(encoding);
     const ColorModel model = model_of(jpeg, picture, encoding);
     if (const ProfileBytes& wanted = model == ColorModel::kCmyk ? encoding.cmyk_profile : encoding.rgb_profile;
@@ -108,20 +108,18 @@ EncodedBytes encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Enc
         picture.to_space({model, wanted});
     }
     picture.to_form(form_of_8_bits(model, picture));
-    std::vector<uint8_t> out;
     const auto writer = make_jpeg_writer(picture.rows_header(), jpeg, out);
     write_rows(picture, *writer);
     writer->finish();
-    return to_encoded(std::move(out));
 }
 
-EncodedBytes encode_as(const WebpEncoding& webp, VipsPicture& picture, const Encoding&) {
+void encode_as(const WebpEncoding& webp, VipsPicture& picture, const Encoding&, ByteSink& out) {
     picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-    std::vector<uint8_t> out;
-    const auto writer = make_webp_writer(picture.rows_header(), webp, out);
+    std::vector<uint8_t> file;
+    const auto writer = make_webp_writer(picture.rows_header(), webp, file);
     write_rows(picture, *writer);
     writer->finish();
-    return to_encoded(std::move(out));
+    out.write_whole(to_encoded(std::move(file)));
 }
 
 }  // namespace
@@ -196,10 +194,10 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding) {
     }
 }
 
-EncodedBytes VipsPicture::encode(const Encoding& wanted) const {
+void VipsPicture::encode(const Encoding& wanted, ByteSink& out) const {
     const Format format = format_of(wanted);
     std::string what = std::string("the image could not be written as ") + format_name(format);
-    return guarded(Failure::kEncoding, what.c_str(), [&] {
+    guarded(Failure::kEncoding, what.c_str(), [&] {
         check_sides(*this, format);
         Encoding encoding = wanted;
         const bool own_palette =
@@ -210,7 +208,7 @@ EncodedBytes VipsPicture::encode(const Encoding& wanted) const {
         VipsPicture own(*this, Shared{});
         m_exclusive = false;
         prepare_for_encoding(own, encoding);
-        return std::visit([&](const auto& kind) { return encode_as(kind, own, encoding); }, encoding.format);
+        std::visit([&](const auto& kind) { encode_as(kind, own, encoding, out); }, encoding.format);
     });
 }
 

@@ -375,18 +375,18 @@ class Animation {
 
 }  // namespace
 
-EncodedBytes encode_as(const GifEncoding& gif, VipsPicture& picture, const Encoding& encoding) {
+void encode_as(const GifEncoding& gif, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const Indexed result = indexed(picture, gif, encoding);
     RowsHeader header;
     header.width = result.width;
     header.height = result.height;
     header.form = {ColorModel::kIndexed, SampleType::kUint8, kMostBits, false};
     header.palette = result.palette;
-    std::vector<uint8_t> out;
-    const auto writer = make_gif_writer(header, gif, out);
+    std::vector<uint8_t> file;
+    const auto writer = make_gif_writer(header, gif, file);
     writer->write(result.height, result.indices);
     writer->finish();
-    return to_encoded(std::move(out));
+    out.write_whole(to_encoded(std::move(file)));
 }
 
 EncodedBytes encode_gif_frames(std::span<const FrameToWrite> frames) {

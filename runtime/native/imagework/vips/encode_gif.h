@@ -8,7 +8,7 @@
 
 namespace zelmor::imagework {
 
-EncodedBytes encode_as(const GifEncoding& gif, VipsPicture& picture, const Encoding& encoding);
+void encode_as(const GifEncoding& gif, VipsPicture& picture, const Encoding& encoding, ByteSink& out);
 
 // The canvas is as large as the frames need. Frames that are still those of one file, in its order from the first one
 // on, are copied with their positions and palettes where the encoding lets them.

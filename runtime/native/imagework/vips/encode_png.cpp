@@ -13,16 +13,14 @@ namespace zelmor::imagework {
 namespace {
 
 // The form as it is; `png.bit_depth` counts for indices alone.
-EncodedBytes written(const VipsPicture& picture, const PngEncoding& png) {
+void write(const VipsPicture& picture, const PngEncoding& png, ByteSink& out) {
     RowsHeader header = picture.rows_header();
     if (header.form.color == ColorModel::kIndexed) {
         header.form.bits = png.bit_depth;
     }
-    std::vector<uint8_t> out;
     const auto writer = make_png_writer(header, png, out);
     write_rows(picture, *writer);
     writer->finish();
-    return to_encoded(std::move(out));
 }
 
 bool has_key(const PngKey& key, const VipsPicture& picture) {
@@ -38,7 +36,7 @@ bool has_key(const PngKey& key, const VipsPicture& picture) {
 
 }  // namespace
 
-EncodedBytes encode_as(const PngEncoding& wanted, VipsPicture& picture, const Encoding& encoding) {
+void encode_as(const PngEncoding& wanted, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     PngEncoding png = wanted;
     png.key = {};
     const PixelForm source = picture.form();
@@ -56,7 +54,7 @@ EncodedBytes encode_as(const PngEncoding& wanted, VipsPicture& picture, const En
         if (!own_palette) {
             picture.reduce(palette, encoding.diffuse);
         }
-        return written(picture, png);
+        return write(picture, png, out);
     }
     const bool own_depth = png.bit_depth == 0;
     int depth = own_depth ? std::min(16, source.bits) : png.bit_depth;
@@ -94,12 +92,12 @@ EncodedBytes encode_as(const PngEncoding& wanted, VipsPicture& picture, const En
     if (indexed && !(encoding.may_widen && !has_at_most_colors(picture.image(), size_t{1} << depth))) {
         picture.reduce(picture.close_palette(1 << depth, true), encoding.diffuse);
         png.bit_depth = depth;
-        return written(picture, png);
+        return write(picture, png, out);
     }
     if (png.color == PngColor::kAuto && wanted.key && alpha && has_key(*wanted.key, picture)) {
         png.key = wanted.key;
     }
-    return written(picture, png);
+    write(picture, png, out);
 }
 
 }  // namespace zelmor::imagework

@@ -25,8 +25,8 @@ PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture);
 
 // Encode a picture, which they may bring into another form; `encoding` has the settings that do not depend on the
 // format.
-EncodedBytes encode_as(const PngEncoding& png, VipsPicture& picture, const Encoding& encoding);
-EncodedBytes encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding);
+void encode_as(const PngEncoding& png, VipsPicture& picture, const Encoding& encoding, ByteSink& out);
+void encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding, ByteSink& out);
 // The same as the next page of a file.
 void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding);
 

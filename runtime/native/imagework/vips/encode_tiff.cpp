@@ -135,10 +135,10 @@ void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& pict
     page->finish();
 }
 
-EncodedBytes encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding) {
+void encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     TiffFile file(tiff.big_tiff, tiff.big_endian);
     write_tiff_page(file, tiff, picture, encoding);
-    return file.finish();
+    out.write_whole(file.finish());
 }
 
 }  // namespace zelmor::imagework

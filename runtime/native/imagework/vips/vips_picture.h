@@ -121,7 +121,8 @@ class VipsPicture final : public Picture {
     void reduce(std::span<const Argb> palette, bool diffuse) override;
     double opacity() const override;
 
-    EncodedBytes encode(const Encoding& encoding) const override;
+    using Picture::encode;
+    void encode(const Encoding& encoding, ByteSink& out) const override;
 
     // Laid over a background, without alpha from then on.
     void flatten(Argb background);

@@ -12,6 +12,10 @@ FileMetadata find_in_png(const imagework::SharedSource& file);
 FileMetadata find_in_webp(const imagework::SharedSource& file);
 FileMetadata find_in_gif(const imagework::SharedSource& file);
 
+// See size_of_head().
+std::optional<size_t> head_of_jpeg(std::span<const std::byte> start);
+std::optional<size_t> head_of_png(std::span<const std::byte> start);
+
 Bytes write_to_jpeg(std::span<const std::byte> file, const MetadataToWrite& metadata);
 Bytes write_to_png(std::span<const std::byte> file, const MetadataToWrite& metadata);
 Bytes write_to_webp(std::span<const std::byte> file, const Bytes& exif, const Bytes& xmp);

@@ -80,6 +80,17 @@ FileMetadata find_metadata(std::span<const std::byte> file) {
     return find_metadata(source_of(file));
 }
 
+std::optional<size_t> size_of_head(std::span<const std::byte> start) {
+    switch (metadata_format(start)) {
+        case MetadataFormat::kJpeg:
+            return head_of_jpeg(start);
+        case MetadataFormat::kPng:
+            return head_of_png(start);
+        default:
+            return std::nullopt;
+    }
+}
+
 Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata) {
     switch (metadata_format(file)) {
         case MetadataFormat::kJpeg:

@@ -50,6 +50,11 @@ struct MetadataToWrite : FileMetadata {
 // The file with that. ArgumentException for what is too long for the format.
 Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata);
 
+// The number of bytes before the pixels of a JPEG or PNG file that an encoder writes. All metadata stand there:
+// with_metadata() changes nothing behind them. Nothing where the first bytes of the file, which are given, do not reach
+// so far, and for other formats.
+std::optional<size_t> size_of_head(std::span<const std::byte> start);
+
 // The most bytes of a packet that one segment of a JPEG holds; what is longer has to be split.
 constexpr size_t kMostJpegXmp = 65504;
 

@@ -179,6 +179,19 @@ FileMetadata find_in_jpeg(const imagework::SharedSource& source) {
     return found;
 }
 
+// Up to the first scan: the header of the frame tells the size of the picture.
+std::optional<size_t> head_of_jpeg(std::span<const std::byte> start) {
+    constexpr int kScan = 0xDA;
+    FileParts parts(source_of(start), FileParts::kHeaders);
+    const imagework::ByteReader in = parts.reader(true);
+    for (uint64_t at = 2; in.has(at, kSegmentHead) && in.u8(at) == 0xFF; at += 2 + in.u16(at + 2)) {
+        if (in.u8(at + 1) == kScan) {
+            return at;
+        }
+    }
+    return std::nullopt;
+}
+
 Bytes write_to_jpeg(std::span<const std::byte> file, const MetadataToWrite& metadata) {
     FileParts parts(source_of(file), FileParts::kHeaders);
     std::vector<Segment> segments;

@@ -208,6 +208,18 @@ FileMetadata find_in_png(const imagework::SharedSource& source) {
     return found;
 }
 
+// Up to the first chunk of pixels, of which the length and the type have to be there.
+std::optional<size_t> head_of_png(std::span<const std::byte> start) {
+    FileParts parts(source_of(start), FileParts::kHeaders);
+    const imagework::ByteReader in = parts.reader(true);
+    for (uint64_t at = kSignature; in.has(at, 8); at += kFrame + in.u32(at)) {
+        if (parts.text(at + 4, 4) == "IDAT") {
+            return at;
+        }
+    }
+    return std::nullopt;
+}
+
 Bytes write_to_png(std::span<const std::byte> file, const MetadataToWrite& metadata) {
     FileParts parts(source_of(file), FileParts::kHeaders);
     Bytes out(file.begin(), file.begin() + kSignature);
