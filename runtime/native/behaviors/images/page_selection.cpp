@@ -155,14 +155,14 @@ std::vector<Page> pages_of(ImageObject& image, const std::vector<size_t>& indice
     std::vector<Page> pages;
     if (image.frame_count() == 1) {
         for (size_t i = 0; i < indices.size(); ++i) {
-            pages.push_back({image.picture().copy(), image.duration, &image});
+            pages.push_back({image.picture().copy(), image.duration, Ref<ImageObject>(&image)});
         }
         return pages;
     }
     const FrameRange frames = image.frames();
     for (const size_t index : indices) {
         const Ref<ImageObject> frame = frames[index];
-        pages.push_back({frame->picture().copy(), frame->duration, frame.get()});
+        pages.push_back({frame->picture().copy(), frame->duration, frame});
     }
     return pages;
 }
