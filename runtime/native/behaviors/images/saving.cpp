@@ -67,7 +67,7 @@ std::vector<Page> full_pages(ImageObject& image, const std::vector<size_t>& indi
     fit_to_canvas(all);
     std::vector<Page> pages;
     for (const size_t index : indices) {
-        pages.push_back({all[index].picture->copy(), all[index].duration, &image});
+        pages.push_back({all[index].picture->copy(), all[index].duration, Ref<ImageObject>(&image)});
     }
     return pages;
 }
@@ -88,7 +88,7 @@ std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
             return full_pages(image, {image.active_index()});
         }
         std::vector<Page> pages;
-        pages.push_back({image.picture().copy(), image.duration, &image});
+        pages.push_back({image.picture().copy(), image.duration, Ref<ImageObject>(&image)});
         return pages;
     }
     std::vector<Page> pages = pages_at(selected_pages(image, *choice));
