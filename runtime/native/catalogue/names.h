@@ -6,6 +6,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_CATALOGUE_NAMES_H
 #define ZELMOR_RUNTIME_NATIVE_CATALOGUE_NAMES_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "runtime/native/catalogue/assembly.h"
@@ -25,10 +26,16 @@ struct EntryName {
 };
 
 struct PropertyName {
+    constexpr PropertyName(const TypeName& its_type, const char* its_name, const EntryName* get, const EntryName* set)
+        : type(its_type), name(its_name), getter(get), setter(set), writable(true) {}
+    constexpr PropertyName(const TypeName& its_type, const char* its_name, const EntryName* get, std::nullptr_t)
+        : type(its_type), name(its_name), getter(get), setter(nullptr), writable(false) {}
+
     const TypeName& type;
     const char* name;  // "Width"
     const EntryName* getter;
     const EntryName* setter;  // null for a property that is only read
+    bool writable;            // a constant also under the sanitizers, where the address of an object may be null
 };
 
 }  // namespace zelmor::embed

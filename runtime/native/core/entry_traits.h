@@ -398,10 +398,10 @@ struct FieldAccess<Field> {
 template <auto Field, const PropertyName& kProperty>
 BehaviorRow field() {
     using Access = detail::FieldAccess<Field>;
-    if constexpr (kProperty.setter == nullptr) {
-        return behavior<&Access::get, *kProperty.getter>();
-    } else {
+    if constexpr (kProperty.writable) {
         return {behavior<&Access::get, *kProperty.getter>(), behavior<&Access::set, *kProperty.setter>()};
+    } else {
+        return behavior<&Access::get, *kProperty.getter>();
     }
 }
 
