@@ -1,4 +1,4 @@
-"""Checks three rules over the files that git tracks, which no other tool checks.
+"""Checks four rules over the files that git tracks, which no other tool checks.
 
 Include guards: the guard of a header is a macro named after the path (`pyshell/casts.h`: ZELMOR_PYSHELL_CASTS_H), and
 the last line repeats that name in a comment. `#pragma once` is refused everywhere.
@@ -9,6 +9,9 @@ in setup.cfg, section [source_rules].
 
 Shared state of the runtime: a variable that lives as long as the process, and can change, has a comment that says why
 threads may share it.
+
+Formats in their rooms: outside of runtime/native/formats no source of the runtime names a certain file format. What
+depends on one is a function or a field of the record in the folder of the format.
 
 Prints one line for each finding; the exit code is 1 if there is any.
 """
@@ -81,6 +84,20 @@ def shared_state_findings(path: str, text: str) -> Iterator[str]:
             yield f"{path}:{at + 1}: a variable that threads share, without the reason why they may"
 
 
+#: An enumerator of a format or a variant, other than those that stand for none.
+A_FORMAT = re.compile(r"\b(?:Format|Variant)::k(?!Unknown\b|Usual\b)\w+")
+ROOMS = "runtime/native/formats/"
+
+
+def format_findings(path: str, text: str) -> Iterator[str]:
+    """Certain file formats in a source of the runtime that is in no format's folder."""
+    if not path.startswith("runtime/native/") or path.startswith(ROOMS):
+        return
+    for number, line in enumerate(text.splitlines(), 1):
+        for found in A_FORMAT.findall(line.split("//")[0]):
+            yield f"{path}:{number}: {found}: a certain file format outside of {ROOMS}"
+
+
 def foreign_names(configuration: Path) -> frozenset[str]:
     """The names that the project did not choose, from the configuration."""
     parser = configparser.ConfigParser()
@@ -105,6 +122,7 @@ def main() -> int:
             findings += guard_findings(path, text)
             if path.startswith("runtime/"):
                 findings += shared_state_findings(path, text)
+                findings += format_findings(path, text)
         if not path.startswith(NOT_SPELLED_HERE):
             findings += spelling_findings(path, text, foreign)
     for finding in findings:

@@ -151,7 +151,7 @@ std::vector<Part> parts_of(Bytes file) {
         case Format::kWebp:
             walk_riff(file, parts, 12, 0);
             break;
-        case Format::kUnknown:
+        default:
             break;
     }
     return parts;

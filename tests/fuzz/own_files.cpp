@@ -3,6 +3,12 @@
 
 #include <stdexcept>
 
+#include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/formats/png/png_encoding.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
+#include "runtime/native/formats/webp/webp_encoding.h"
 #include "tests/fuzz/trial.h"
 
 namespace zelmor::fuzz {

@@ -8,6 +8,12 @@
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_extension.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/formats/png/png_encoding.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
+#include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/probe/picture_end.h"
@@ -287,7 +293,7 @@ void Trial::read_metadata() {
     const embed::FileMetadata found = embed::find_metadata(source());
     const auto attempt = [&](const char* name, const std::function<void()>& work) { step(name, work); };
     attempt("EXIF of TIFF", [&] {
-        if (embed::metadata_format(managed(m_file)) == embed::MetadataFormat::kTiff) {
+        if (embed::metadata_format(managed(m_file)) == imagework::Format::kTiff) {
             embed::read_exif_of_tiff(source());
         }
     });

@@ -8,8 +8,8 @@ from pathlib import Path
 
 import pytest
 
-from tools.source_rules import (BRITISH_STEMS, foreign_names, guard_findings, guard_name, shared_state_findings,
-                                spelling_findings)
+from tools.source_rules import (BRITISH_STEMS, foreign_names, format_findings, guard_findings, guard_name,
+                                shared_state_findings, spelling_findings)
 
 TOP = Path(__file__).resolve().parents[2]
 NAME = "ZELMOR_PYSHELL_MODULE_TYPES_CASTS_INL_H"
@@ -104,3 +104,23 @@ def test_a_lasting_variable_needs_a_reason(line: str) -> None:
 ])
 def test_what_does_not_last_or_change_needs_none(line: str) -> None:
     assert list(shared_state_findings("runtime/native/a.cpp", f"void f() {{\n{line}\n")) == []
+
+
+@pytest.mark.parametrize("line", ["if (facts.format == Format::kPng) {", "case imagework::Format::kTiff:",
+                                  "return facts.variant == Variant::kApng;"])
+def test_a_certain_format_outside_of_its_room_is_found(line: str) -> None:
+    findings = list(format_findings("runtime/native/imagework/a.cpp", f"// One.\n{line}\n"))
+    assert len(findings) == 1
+    assert findings[0].startswith("runtime/native/imagework/a.cpp:2: ")
+
+
+@pytest.mark.parametrize(("path", "line"), [
+    ("runtime/native/formats/png/a.cpp", "return Format::kPng;"),
+    ("tests/unit/imagework/a.cpp", "EXPECT_EQ(facts.format, Format::kPng);"),
+    ("runtime/native/imagework/a.cpp", "if (facts.format == Format::kUnknown) {"),
+    ("runtime/native/imagework/a.cpp", "facts.variant = Variant::kUsual;"),
+    ("runtime/native/imagework/a.cpp", "int a;  // as Format::kPng"),
+    ("runtime/native/imagework/a.cpp", "form = PixelFormat::kRgb24;"),
+])
+def test_a_format_in_its_room_is_accepted(path: str, line: str) -> None:
+    assert list(format_findings(path, f"// One.\n{line}\n")) == []

@@ -4,80 +4,25 @@
 #include <cassert>
 #include <cstdint>
 #include <string>
-#include <utility>
 
+#include "runtime/native/formats/format_room.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
 
 namespace zelmor::imagework {
 
-FormatEncoding::FormatEncoding() noexcept = default;
-FormatEncoding::FormatEncoding(BmpEncoding settings) : AnyEncoding(settings) {}
-FormatEncoding::FormatEncoding(GifEncoding settings) : AnyEncoding(settings) {}
-FormatEncoding::FormatEncoding(JpegEncoding settings) : AnyEncoding(std::move(settings)) {}
-FormatEncoding::FormatEncoding(PngEncoding settings) : AnyEncoding(settings) {}
-FormatEncoding::FormatEncoding(TiffEncoding settings) : AnyEncoding(std::move(settings)) {}
-FormatEncoding::FormatEncoding(WebpEncoding settings) : AnyEncoding(settings) {}
-FormatEncoding::FormatEncoding(const FormatEncoding& other) = default;
-FormatEncoding::FormatEncoding(FormatEncoding&& other) noexcept = default;
-FormatEncoding& FormatEncoding::operator=(const FormatEncoding& other) = default;
-FormatEncoding& FormatEncoding::operator=(FormatEncoding&& other) noexcept = default;
-FormatEncoding::~FormatEncoding() = default;
-
 const char* format_name(Format format) {
-    switch (format) {
-        case Format::kBmp:
-            return "BMP";
-        case Format::kGif:
-            return "GIF";
-        case Format::kJpeg:
-            return "JPEG";
-        case Format::kPng:
-            return "PNG";
-        case Format::kTiff:
-            return "TIFF";
-        case Format::kWebp:
-            return "WebP";
-        case Format::kUnknown:
-            break;
-    }
-    return "unknown format";
+    return format == Format::kUnknown ? "unknown format" : room_of(format).name;
 }
 
 Encoding default_encoding(Format format) {
-    Encoding encoding;
-    switch (format) {
-        case Format::kBmp:
-            encoding.format = BmpEncoding{};
-            break;
-        case Format::kGif:
-            encoding.format = GifEncoding{};
-            break;
-        case Format::kJpeg:
-            encoding.format = JpegEncoding{};
-            break;
-        case Format::kPng:
-            encoding.format = PngEncoding{};
-            break;
-        case Format::kTiff:
-            encoding.format = TiffEncoding{};
-            break;
-        case Format::kWebp:
-            encoding.format = WebpEncoding{};
-            break;
-        case Format::kUnknown:
-            throw PictureError(Failure::kUnsupported, "there is no such format to save to");
+    if (format == Format::kUnknown || room_of(format).default_settings == nullptr) {
+        throw PictureError(Failure::kUnsupported, "there is no such format to save to");
     }
+    Encoding encoding;
+    encoding.format = room_of(format).default_settings();
     return encoding;
-}
-
-Format format_of(const Encoding& encoding) {
-    // In the order of the variant's alternatives.
-    static constexpr Format kFormats[] = {Format::kBmp, Format::kGif,  Format::kJpeg,
-                                          Format::kPng, Format::kTiff, Format::kWebp};
-    static_assert(std::variant_size_v<AnyEncoding> == std::size(kFormats));
-    return kFormats[encoding.format.index()];
 }
 
 namespace {

@@ -3,7 +3,8 @@
 
 #include <cstdio>
 
-#include "runtime/native/imagework/bmp/bmp_codec.h"
+#include "runtime/native/formats/bmp/bmp_codec.h"
+#include "runtime/native/formats/bmp/bmp_encoding.h"
 #include "runtime/native/imagework/pixels/samples.h"
 #include "tests/unit/imagecodecs/codec_files.h"
 #include "tests/unit/imagework/counted_source.h"

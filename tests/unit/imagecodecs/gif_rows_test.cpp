@@ -1,5 +1,5 @@
 // GIF files: frames that are found without decoding, composed when they are asked for, and written block by block.
-#include "runtime/native/imagework/gif/gif_codec.h"
+#include "runtime/native/formats/gif/gif_codec.h"
 #include "tests/unit/imagecodecs/codec_files.h"
 
 namespace zelmor::imagework {

@@ -8,7 +8,8 @@
 #include <string>
 #include <utility>
 
-#include "runtime/native/imagework/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
 #include "tests/unit/imagecodecs/codec_files.h"
 #include "tests/unit/imagecodecs/jpeg_files.h"
 #include "tests/unit/imagework/counted_source.h"
@@ -551,7 +552,7 @@ TEST(JpegWriterTest, ProfileCommentAndResolutionComeBack) {
         EXPECT_EQ(*reader->header().profile, *header.profile);
         const bool ink = kind.pixels == JCS_CMYK;
         EXPECT_EQ(reader->header().resolution, ink ? std::nullopt : std::optional(Resolution{300, 150}));
-        EXPECT_EQ(std::get<JpegEncoding>(*frames->header(0).facts.encoding).comment, "a word");
+        EXPECT_EQ(frames->header(0).facts.encoding->get<JpegEncoding>().comment, "a word");
         EXPECT_EQ(file[3], ink ? 0xEE : 0xE0);  // Adobe's mark, or the header of JFIF
         // A profile of which a part is missing is none.
         Bytes damaged = file;

@@ -3,7 +3,8 @@
 
 #include <cstdio>
 
-#include "runtime/native/imagework/png/png_codec.h"
+#include "runtime/native/formats/png/png_codec.h"
+#include "runtime/native/formats/png/png_encoding.h"
 #include "tests/unit/imagecodecs/codec_files.h"
 
 namespace zelmor::imagework {

@@ -9,7 +9,8 @@
 #include <cstdlib>
 #include <tuple>
 
-#include "runtime/native/imagework/webp/webp_codec.h"
+#include "runtime/native/formats/webp/webp_codec.h"
+#include "runtime/native/formats/webp/webp_encoding.h"
 #include "tests/unit/imagecodecs/codec_files.h"
 #include "tests/unit/imagework/counted_source.h"
 

@@ -3,6 +3,12 @@
 #include <cstdlib>
 #include <string>
 
+#include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/formats/png/png_encoding.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
+#include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"
 
@@ -88,7 +94,7 @@ TEST(JpegTest, QualityDecidesOnSizeAndIsFoundAgain) {
         last = bytes.size();
         auto facts = probe(bytes);
         ASSERT_TRUE(facts.encoding);
-        EXPECT_EQ(std::get<JpegEncoding>(*facts.encoding).quality, quality);
+        EXPECT_EQ(facts.encoding->get<JpegEncoding>().quality, quality);
     }
 }
 
@@ -96,8 +102,8 @@ TEST(JpegTest, ColorKindAndCommentStandInTheFile) {
     auto picture = colored(200);
     auto gray = probe(encoded(*picture, JpegEncoding{75, true, JpegColor::kGray, "a word"}));
     EXPECT_EQ(gray.bits_per_pixel, 8);
-    EXPECT_TRUE(std::get<JpegEncoding>(*gray.encoding).progressive);
-    EXPECT_EQ(std::get<JpegEncoding>(*gray.encoding).comment, "a word");
+    EXPECT_TRUE(gray.encoding->get<JpegEncoding>().progressive);
+    EXPECT_EQ(gray.encoding->get<JpegEncoding>().comment, "a word");
     EXPECT_EQ(probe(encoded(*picture, JpegEncoding{75, false, JpegColor::kCmyk})).bits_per_pixel, 32);
     auto failure = failure_of([&] {
         encoded(*picture, JpegEncoding{75, false, JpegColor::kAuto, std::string(65534, 'x')});

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "pictures.h"
+#include "runtime/native/formats/png/png_encoding.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
 
 namespace zelmor::imagework {

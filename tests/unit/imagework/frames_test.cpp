@@ -1,4 +1,9 @@
 // Files of several pictures: TIFF pages, and the frames of GIF, PNG and WebP animations.
+#include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/formats/png/png_encoding.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
+#include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"
 
@@ -62,7 +67,7 @@ TEST(FramesTest, TiffPagesKeepTheirSizeAndCompression) {
     pages[2].encoding.format = tiff;
     for (const bool big_tiff : {false, true}) {
         for (const bool big_endian : {false, true}) {
-            auto& first = std::get<TiffEncoding>(pages[0].encoding.format);
+            auto& first = pages[0].encoding.format.get<TiffEncoding>();
             first.big_tiff = big_tiff;
             first.big_endian = big_endian;
             const auto file = written(pages);
@@ -73,11 +78,11 @@ TEST(FramesTest, TiffPagesKeepTheirSizeAndCompression) {
                 facts.push_back(found->header(i).facts);
             }
             EXPECT_EQ(facts[1].width, 7);
-            EXPECT_EQ(facts[2].is_big_tiff, big_tiff);
+            EXPECT_EQ(facts[2].variant, big_tiff ? Variant::kBigTiff : Variant::kUsual);
             EXPECT_EQ(file[0], big_endian ? 'M' : 'I');
-            EXPECT_EQ(std::get<TiffEncoding>(*facts[0].encoding).compression, TiffCompression::kLzw);
-            EXPECT_EQ(std::get<TiffEncoding>(*facts[1].encoding).compression, TiffCompression::kDeflate);
-            EXPECT_EQ(std::get<TiffEncoding>(*facts[2].encoding).compression, TiffCompression::kNone);
+            EXPECT_EQ(facts[0].encoding->get<TiffEncoding>().compression, TiffCompression::kLzw);
+            EXPECT_EQ(facts[1].encoding->get<TiffEncoding>().compression, TiffCompression::kDeflate);
+            EXPECT_EQ(facts[2].encoding->get<TiffEncoding>().compression, TiffCompression::kNone);
             const auto read = frames_of(file);
             ASSERT_EQ(read.size(), 3U);
             for (size_t i = 0; i < 3; i++) {

@@ -3,6 +3,9 @@
 #include <random>
 #include <set>
 
+#include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/png/png_encoding.h"
 #include "runtime/native/imagework/palette_search.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/pictures.h"

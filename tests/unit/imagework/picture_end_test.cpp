@@ -1,6 +1,12 @@
 // Where pictures end: of what the backend wrote, given bit by bit and with something behind it.
 #include <string>
 
+#include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/formats/png/png_encoding.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
+#include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/probe/picture_end.h"
 #include "tests/unit/imagework/pictures.h"
 
@@ -100,7 +106,7 @@ TEST(PictureEndTest, TheLimitGrowsWithWhatIsThere) {
     EXPECT_GE(end->limit(), before + 5 * 4 * 40 * 30);
     FileFacts huge;
     huge.format = Format::kPng;
-    huge.is_apng = true;
+    huge.variant = Variant::kApng;
     huge.width = huge.height = INT64_MAX;
     huge.bits_per_pixel = huge.frame_count = INT32_MAX;
     EXPECT_GT(picture_end(huge)->limit(), uint64_t{1} << 60);

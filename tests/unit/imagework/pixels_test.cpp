@@ -1,6 +1,7 @@
 // Reading and writing single pixels, replacing colors, opacity.
 #include <functional>
 
+#include "runtime/native/formats/png/png_encoding.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {

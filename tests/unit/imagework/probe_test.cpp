@@ -3,7 +3,14 @@
 #include <random>
 #include <string>
 
+#include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/formats/png/png_encoding.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
+#include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/probe/probe.h"
+#include "tests/unit/imagework/failure_of.h"
 #include "tests/unit/imagework/pictures.h"
 
 namespace zelmor::imagework {
@@ -26,22 +33,22 @@ TEST(ProbeTest, TellsFormatSizeAndDepth) {
         EXPECT_EQ(facts.height, 31);
         EXPECT_EQ(facts.bits_per_pixel, c.bits) << format_name(c.format);
         ASSERT_TRUE(facts.encoding);
-        EXPECT_EQ(facts.encoding->index(), c.encoding.index());
+        EXPECT_EQ(facts.encoding->format(), c.encoding.format());
     }
 }
 
 TEST(ProbeTest, TellsSettings) {
     auto png = probe(encoded(*noise(8, 8, true), PngEncoding{PngColor::kAuto, 0, true}));
-    EXPECT_TRUE(std::get<PngEncoding>(*png.encoding).interlaced);
-    EXPECT_EQ(std::get<PngEncoding>(*png.encoding).color, PngColor::kTruecolorAlpha);
+    EXPECT_TRUE(png.encoding->get<PngEncoding>().interlaced);
+    EXPECT_EQ(png.encoding->get<PngEncoding>().color, PngColor::kTruecolorAlpha);
     EXPECT_TRUE(png.has_alpha);
     auto tiff = probe(encoded(*noise(8, 8, false), TiffEncoding{.compression = TiffCompression::kDeflate,
                                                                 .predictor = TiffDifferencing::kHorizontal}));
-    EXPECT_EQ(std::get<TiffEncoding>(*tiff.encoding).compression, TiffCompression::kDeflate);
-    EXPECT_EQ(std::get<TiffEncoding>(*tiff.encoding).predictor, TiffDifferencing::kHorizontal);
+    EXPECT_EQ(tiff.encoding->get<TiffEncoding>().compression, TiffCompression::kDeflate);
+    EXPECT_EQ(tiff.encoding->get<TiffEncoding>().predictor, TiffDifferencing::kHorizontal);
     auto gif = probe(encoded(*noise(8, 8, false), GifEncoding{8, true}));
-    EXPECT_TRUE(std::get<GifEncoding>(*gif.encoding).interlaced);
-    EXPECT_TRUE(std::get<WebpEncoding>(*probe(encoded(*noise(8, 8, true), WebpEncoding{true, 100})).encoding).lossless);
+    EXPECT_TRUE(gif.encoding->get<GifEncoding>().interlaced);
+    EXPECT_TRUE(probe(encoded(*noise(8, 8, true), WebpEncoding{true, 100})).encoding->get<WebpEncoding>().lossless);
 }
 
 TEST(ProbeTest, SniffNeedsTheWholeSignature) {
@@ -49,6 +56,72 @@ TEST(ProbeTest, SniffNeedsTheWholeSignature) {
     EXPECT_EQ(sniff(std::span(png).first(8)), Format::kPng);
     EXPECT_EQ(sniff(std::span(png).first(7)), Format::kUnknown);
     EXPECT_EQ(sniff({}), Format::kUnknown);
+}
+
+// The beginning of a file of each format that is known and not read, with its variant.
+TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
+    using namespace std::string_literals;
+    struct Case {
+        std::string beginning;
+        Format format;
+        Variant variant = Variant::kUsual;
+    };
+    const std::string svg =
+        "<?xml version='1.0'?>\n<!-- <html> -->\n<!DOCTYPE svg [<!ENTITY a \">\">]>\n<svg width='1'/>";
+    const std::string directory =
+        "II*\0\x08\0\0\0\x02\0"s + "\0\x01\x03\0\x01\0\0\0\x01\0\0\0"s + "\x12\xC6\x01\0\x04\0\0\0\x01\x04\0\0"s;
+    const std::string type = "application/vnd.oasis.opendocument.graphics";
+    const auto archive = [](const std::string& mime) {
+        const auto size = static_cast<char>(mime.size());
+        return "PK\x03\x04\x0A\0\0\0\0\0\0\0\0\0\0\0\0\0"s + size + "\0\0\0"s + size + "\0\0\0\x08\0\0\0mimetype"s +
+               mime;
+    };
+    const std::string emf = "\1\0\0\0"s + std::string(36, '\0') + " EMF";
+    for (const Case& c : {
+             Case{"RIFF\x10\0\0\0CDRAvrsn"s, Format::kCdr},
+             Case{"RIFX\0\0\0\x10"s + "CMX1", Format::kCmx},
+             Case{std::string(128, '\0') + "DICM", Format::kDicom},
+             Case{"AT&TFORM\0\0\0\x10"s + "DJVUINFO", Format::kDjvu},
+             Case{directory, Format::kDng},
+             Case{"999\nby a program\n  0\r\nSECTION\r\n  2\r\n", Format::kDxf},
+             Case{emf, Format::kEmf},
+             Case{"%!PS\n", Format::kEps},
+             Case{"\xC5\xD0\xD3\xC6", Format::kEps},
+             Case{"\xEF\xBB\xBF <!DOCTYPE HTML><body><Canvas id='a'>", Format::kHtml5Canvas},
+             Case{"\0\0\1\0\1\0\x10\x10\0\0\1\0\x20\0\x10\0\0\0\x16\0\0\0"s, Format::kIco},
+             Case{"\xFF\x4F\xFF\x51", Format::kJpeg2000},
+             Case{"\0\0\0\x0CjP  \r\n\x87\n"s, Format::kJpeg2000},
+             Case{archive(type), Format::kOdg},
+             Case{"<office:document office:mimetype=\"" + type + "\">", Format::kOdg, Variant::kFOdg},
+             Case{archive(type + "-template"), Format::kOtg},
+             Case{"%PDF-1.4", Format::kPdf},
+             Case{"8BPS\0\1"s, Format::kPsd},
+             Case{svg, Format::kSvg},
+             Case{"<s:svg xmlns:s='a'>", Format::kSvg},
+             Case{"\0\0\2\0\0\0\0\0\0\0\0\0\1\0\1\0\x18\0"s, Format::kTga},
+             Case{"\xD7\xCD\xC6\x9A", Format::kWmf},
+             Case{"\1\0\x09\0\0\3"s, Format::kWmf},
+         }) {
+        const std::vector<uint8_t> file(c.beginning.begin(), c.beginning.end());
+        const FileFacts facts = probe(file);
+        EXPECT_EQ(facts.format, c.format) << format_name(c.format);
+        EXPECT_EQ(facts.variant, c.variant) << format_name(c.format);
+        EXPECT_FALSE(facts.readable);
+        EXPECT_EQ(std::string(failure_of([&] { require_decodable(facts, {}); }).what()),
+                  "this runtime does not read " + std::string(format_name(c.format)) + " files");
+    }
+}
+
+TEST(ProbeTest, AlikeBeginningsAreNoFormat) {
+    using namespace std::string_literals;
+    for (const std::string& beginning :
+         {"RIFF\x10\0\0\0WAVE"s, "<html><body>"s, "<office:document>"s, "0\nSECTIONS\n"s, "PK\x03\x04"s, "8BPS\0\3"s,
+          "\0\0\1\0\0\0"s, "<svgs>"s, "\x1F\x8B\x08\0"s, "<!-- <svg> -->"s,
+          "\0\1\2\0\0\0\0\0\0\0\0\0\1\0\1\0\x18\0"s,  // a true color TGA with a map of no entries
+          std::string(300, '\0')}) {
+        const std::vector<uint8_t> file(beginning.begin(), beginning.end());
+        EXPECT_EQ(sniff(file), Format::kUnknown) << beginning;
+    }
 }
 
 TEST(ProbeTest, AnyBytesAreTaken) {

@@ -8,13 +8,15 @@
 #include <gtest/gtest.h>
 
 #include "failure_of.h"
+#include "runtime/native/formats/tiff/half.h"
+#include "runtime/native/formats/tiff/tiff_directories.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
+#include "runtime/native/formats/tiff/tiff_pages.h"
+#include "runtime/native/formats/tiff/tiff_reader.h"
+#include "runtime/native/formats/tiff/tiff_writer.h"
+#include "runtime/native/formats/tiff/writable_forms.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/probe.h"
-#include "runtime/native/imagework/tiff/half.h"
-#include "runtime/native/imagework/tiff/tiff_pages.h"
-#include "runtime/native/imagework/tiff/tiff_reader.h"
-#include "runtime/native/imagework/tiff/tiff_writer.h"
-#include "runtime/native/imagework/tiff/writable_forms.h"
 #include "tests/unit/imagework/counted_source.h"
 
 namespace zelmor::imagework {
@@ -239,7 +241,7 @@ TEST(TiffSweepTest, EveryFormSurvivesEveryCompressionAndLayout) {
                 const FileFacts facts = probe(file);
                 ASSERT_TRUE(facts.readable);
                 ASSERT_EQ(facts.has_alpha, form.alpha);
-                const auto& found = std::get<TiffEncoding>(*facts.encoding);
+                const auto& found = facts.encoding->get<TiffEncoding>();
                 ASSERT_EQ(fitted(again.header, found), found);
                 if (compression != C::kLerc) {  // which leaves some bytes to chance
                     ASSERT_TRUE(written(again, found) == file);
@@ -288,7 +290,7 @@ TEST(TiffTest, PremultipliedColorsComeBackWhereTheyMakeSense) {
         const Bytes file = written(picture, associated);
         picture = read_bytes(file);
         EXPECT_TRUE(written(picture, associated) == file);
-        EXPECT_EQ(std::get<TiffEncoding>(*probe(file).encoding).alpha, TiffAlpha::kAssociated);
+        EXPECT_EQ(probe(file).encoding->get<TiffEncoding>().alpha, TiffAlpha::kAssociated);
     }
 }
 
@@ -309,7 +311,7 @@ TEST(TiffTest, JpegKeepsRgbAtEveryQuality) {
         for (const P photometric : {P::kRgb, P::kYcbcr}) {
             const TiffEncoding encoding{.compression = C::kJpeg, .photometric = photometric, .quality = quality};
             const Bytes file = written(picture, encoding);
-            const auto found = std::get<TiffEncoding>(*probe(file).encoding);
+            const auto found = probe(file).encoding->get<TiffEncoding>();
             EXPECT_EQ(found.photometric, photometric);
             EXPECT_NEAR(found.quality, quality, 1);
             const Sample again = read_bytes(file);
@@ -334,7 +336,7 @@ TEST(TiffTest, SubsamplingOfJpeg) {
                                         .tile_width = 32,
                                         .tile_height = 32};
             const Bytes file = written(sample({}, 64, 64), encoding);
-            const auto found = std::get<TiffEncoding>(*probe(file).encoding);
+            const auto found = probe(file).encoding->get<TiffEncoding>();
             EXPECT_EQ(found.horizontal_subsampling, across);
             EXPECT_EQ(found.vertical_subsampling, down);
             EXPECT_NO_THROW(read_bytes(file));
@@ -365,7 +367,7 @@ TEST(TiffTest, Resolutions) {
               picture.header.resolution);
     const Bytes plain = written(picture, {.unit = TiffUnit::kNone, .resolution = Resolution{2, 1}});
     EXPECT_EQ(read_bytes(plain).header.resolution, std::nullopt);
-    EXPECT_EQ(std::get<TiffEncoding>(*probe(plain).encoding).resolution, (Resolution{2, 1}));
+    EXPECT_EQ(probe(plain).encoding->get<TiffEncoding>().resolution, (Resolution{2, 1}));
     picture.header.resolution.reset();
     EXPECT_EQ(read_bytes(written(picture, {})).header.resolution, std::nullopt);
 }
@@ -375,7 +377,7 @@ TEST(TiffTest, FaxOptionsAreWritten) {
     Bytes files[2];
     for (const uint32_t options : {0U, 1U, 4U, 5U}) {
         const Bytes file = written(picture, {.compression = C::kFax3, .fax3_options = options});
-        EXPECT_EQ(std::get<TiffEncoding>(*probe(file).encoding).fax3_options, options);
+        EXPECT_EQ(probe(file).encoding->get<TiffEncoding>().fax3_options, options);
         EXPECT_TRUE(read_bytes(file).rows == picture.rows);
         files[options & 1] = file;
     }
@@ -418,15 +420,15 @@ TEST(TiffPagesTest, PagesOfDifferentForms) {
             }
             const Bytes bytes = bytes_of(file.finish());
             VectorBytes in(bytes);
-            const auto directories = probe_tiff_directories(in);
+            const auto directories = tiff_directories(ByteReader(in));
             ASSERT_EQ(directories.size(), std::size(kForms));
             const SharedSource source = memory_source(bytes);
             for (size_t i = directories.size(); i-- > 0;) {  // in any order
                 const Sample page = read_page(source, directories[i]);
                 EXPECT_EQ(page.header.form, kForms[i]);
                 EXPECT_TRUE(page.rows == pictures[i].rows);
-                const FileFacts facts = probe_tiff_page(in, directories[i]);
-                EXPECT_EQ(std::get<TiffEncoding>(*facts.encoding).page_name, "page " + std::to_string(i));
+                const FileFacts facts = probe_tiff_page(ByteReader(in), directories[i]);
+                EXPECT_EQ(facts.encoding->get<TiffEncoding>().page_name, "page " + std::to_string(i));
                 EXPECT_EQ(facts.width, page.header.width);
             }
         }
@@ -467,7 +469,7 @@ TEST(TiffPagesTest, SixtyThousandPagesCostTheirHeaders) {
     }
     const Bytes bytes = bytes_of(file.finish());
     VectorBytes in(bytes);
-    const auto directories = probe_tiff_directories(in);
+    const auto directories = tiff_directories(ByteReader(in));
     ASSERT_EQ(directories.size(), kPages);
     EXPECT_LT(in.asked, kPages * 32);
     const SharedSource source = memory_source(bytes);
@@ -486,7 +488,7 @@ TEST(TiffPagesTest, ALatePageCostsItsOwnBytes) {
     }
     const Bytes bytes = bytes_of(file.finish());
     VectorBytes in(bytes);
-    const auto directories = probe_tiff_directories(in);
+    const auto directories = tiff_directories(ByteReader(in));
     const auto source = std::make_shared<CountedSource>(bytes);
     EXPECT_TRUE(read_page(source, directories[80]).rows == picture.rows);
     EXPECT_LT(source->read, bytes.size() / 100 + 2000);
@@ -500,7 +502,7 @@ TEST(TiffDamageTest, RowsOfOtherStripsAreKept) {
         SCOPED_TRACE(static_cast<int>(compression));
         Bytes file = written(picture, {.compression = compression, .rows_per_strip = 6});
         VectorBytes in(file);
-        const auto directory = static_cast<std::ptrdiff_t>(probe_tiff_directories(in).front());
+        const auto directory = static_cast<std::ptrdiff_t>(tiff_directories(ByteReader(in)).front());
         std::fill(file.begin() + directory - 70, file.begin() + directory, uint8_t{0xFF});  // the last strip
         EXPECT_EQ(failure_of([&] { read_bytes(file); }).kind(), Failure::kDamaged);
         EXPECT_EQ(failure_of([&] { read_bytes(file, {.recovery = Recovery::kConsistent}); }).kind(), Failure::kDamaged);
@@ -518,7 +520,7 @@ TEST(TiffDamageTest, PlainStripsAreReadAsFarAsTheyAreThere) {
     Bytes file = written(picture, {.compression = C::kNone, .rows_per_strip = 40});
     // The picture's bytes are moved behind the directory, and the last 10 rows are left out.
     VectorBytes in(file);
-    const uint64_t directory = probe_tiff_directories(in).front();
+    const uint64_t directory = tiff_directories(ByteReader(in)).front();
     const uint32_t at = static_cast<uint32_t>(file.size());
     file.insert(file.end(), picture.rows.begin(), picture.rows.begin() + 30 * 50);
     bool found = false;

@@ -80,33 +80,33 @@ std::vector<Bytes> files() {
 TEST(MetadataFilesTest, WrittenMetadataIsFoundAgain) {
     const auto data = exif();
     for (const Bytes& file : files()) {
-        const MetadataFormat format = metadata_format(file);
-        ASSERT_NE(format, MetadataFormat::kOther);
+        const imagework::Format format = metadata_format(file);
+        ASSERT_NE(format, imagework::Format::kUnknown);
         const MetadataToWrite write = all_of(*data);
         const Bytes written = with_metadata(file, write);
         EXPECT_EQ(metadata_format(written), format);
         const FileMetadata found = find_metadata(written);
         EXPECT_EQ(text(found.xmp), kPacket);
-        EXPECT_EQ(found.comments, format == MetadataFormat::kJpeg ? write.comments : std::vector<Bytes>());
-        EXPECT_EQ(found.texts, format == MetadataFormat::kPng ? write.texts : std::vector<Bytes>());
-        const bool has_resources = format == MetadataFormat::kJpeg || format == MetadataFormat::kTiff;
+        EXPECT_EQ(found.comments, format == imagework::Format::kJpeg ? write.comments : std::vector<Bytes>());
+        EXPECT_EQ(found.texts, format == imagework::Format::kPng ? write.texts : std::vector<Bytes>());
+        const bool has_resources = format == imagework::Format::kJpeg || format == imagework::Format::kTiff;
         EXPECT_EQ(text(found.photoshop), has_resources ? text(write.photoshop) : "");
-        if (format == MetadataFormat::kTiff) {
+        if (format == imagework::Format::kTiff) {
             const auto read = read_exif_of_tiff(source_of(written));
             EXPECT_EQ(read->tags(ExifDirectory::kCommon).size(), 1u);
             EXPECT_EQ(read->tags(ExifDirectory::kExif).size(), 1u);
             EXPECT_EQ(read->tags(ExifDirectory::kGps).size(), 1u);
-        } else if (format != MetadataFormat::kGif) {
+        } else if (format != imagework::Format::kGif) {
             EXPECT_EQ(text(found.exif), text(write.exif));
         }
-        if (format == MetadataFormat::kTiff) {
+        if (format == imagework::Format::kTiff) {
             continue;  // grows by what it had before
         }
         // Written again it is the same file, and without any what it was.
         EXPECT_EQ(text(with_metadata(written, write)), text(written));
         const Bytes bare = with_metadata(written, {});
         EXPECT_TRUE(find_metadata(bare).exif.empty() && find_metadata(bare).xmp.empty());
-        if (format != MetadataFormat::kWebp) {
+        if (format != imagework::Format::kWebp) {
             EXPECT_EQ(text(bare), text(file));
         }
     }
@@ -168,7 +168,7 @@ void read_all(const Bytes& file) {
         if (!found.xmp.empty()) {
             read_xmp_packet(found.xmp)->text();
         }
-        if (metadata_format(file) == MetadataFormat::kTiff) {
+        if (metadata_format(file) == imagework::Format::kTiff) {
             write_exif(*read_exif_of_tiff(source_of(file)));
         }
         with_metadata(file, all_of(*exif()));

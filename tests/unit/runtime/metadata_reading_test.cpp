@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "runtime/native/behaviors/metadata/containers/file_parts.h"
-#include "runtime/native/behaviors/metadata/containers/png_checks.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
+#include "runtime/native/formats/png/png_checks.h"
 
 namespace zelmor::embed {
 namespace {
@@ -132,18 +132,18 @@ TEST(MetadataReadingTest, PixelsAreNotReadForTheMetadata) {
         const FileMetadata found = find_metadata(source);
         EXPECT_LT(source->read, kMost);
         EXPECT_GT(source->read, 0u);
-        if (metadata_format(file) == MetadataFormat::kJpeg) {
+        if (metadata_format(file) == imagework::Format::kJpeg) {
             EXPECT_LT(source->read, 1024u);
             EXPECT_EQ(found.comments, std::vector<Bytes>{bytes("word")});
             EXPECT_EQ(found.jfif.size(), 9u);
         } else {
             EXPECT_EQ(packet_of(found), "<xmp/>");
         }
-        if (metadata_format(file) == MetadataFormat::kPng) {
+        if (metadata_format(file) == imagework::Format::kPng) {
             EXPECT_EQ(found.exif, bytes("II*"));
             EXPECT_EQ(found.texts, std::vector<Bytes>{bytes({"tEXtTitle\0before", 16})});
         }
-        if (metadata_format(file) == MetadataFormat::kTiff) {
+        if (metadata_format(file) == imagework::Format::kTiff) {
             source->read = 0;
             EXPECT_EQ(read_exif_of_tiff(source)->tags(ExifDirectory::kCommon).size(), 1u);
             EXPECT_LT(source->read, kMost);
@@ -184,7 +184,7 @@ TEST(MetadataReadingTest, BytesInMemoryAreReadAtOnceAndNotKept) {
         const auto metadata = keep_metadata(std::move(source));
         EXPECT_TRUE(watched.expired());
         EXPECT_EQ(packet_of(metadata->found()), "<xmp/>");
-        EXPECT_EQ(static_cast<bool>(metadata->of_tiff()), metadata_format(file) == MetadataFormat::kTiff);
+        EXPECT_EQ(static_cast<bool>(metadata->of_tiff()), metadata_format(file) == imagework::Format::kTiff);
     }
 }
 
@@ -208,7 +208,7 @@ TEST(MetadataReadingTest, WhatBreaksOffIsReadAgainAsAWhole) {
         EXPECT_EQ(metadata->found().xmp, whole.xmp);
         EXPECT_EQ(metadata->found().exif, whole.exif);
         EXPECT_EQ(metadata->found().comments, whole.comments);
-        EXPECT_EQ(static_cast<bool>(metadata->of_tiff()), metadata_format(file) == MetadataFormat::kTiff);
+        EXPECT_EQ(static_cast<bool>(metadata->of_tiff()), metadata_format(file) == imagework::Format::kTiff);
     }
 }
 

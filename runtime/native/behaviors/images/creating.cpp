@@ -1,12 +1,14 @@
 // Creating an empty image for a format, and the calculations of sizes that need no image.
 #include "runtime/native/behaviors/images/creating.h"
 
+#include <cassert>
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.Sources.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/files.h"
@@ -19,101 +21,12 @@ using namespace imagework;
 
 namespace {
 
-// The pixels of a new image, and the bits of each in the file.
-struct NewPixels {
-    PixelForm form;
-    int bits;
-};
-
-PixelForm pixel_form(ColorModel color, bool alpha, int depth = 8) {
-    PixelForm form;
-    form.color = color;
-    form.alpha = alpha;
-    form.sample = depth == 16 ? SampleType::kUint16 : SampleType::kUint8;
-    form.bits = depth;
-    return form;
-}
-NewPixels pixels_of(ColorModel color, bool alpha, int depth = 8) {
-    const PixelForm form = pixel_form(color, alpha, depth);
-    return {form, form.bits * form.bands()};
-}
-
-SampleType sample_type(int depth, TiffNumbers numbers) {
-    if (numbers == TiffNumbers::kFloatingPoint) {
-        return depth == 64 ? SampleType::kDouble : SampleType::kFloat;
-    }
-    const bool is_signed = numbers == TiffNumbers::kSigned;
-    return depth == 32   ? (is_signed ? SampleType::kInt32 : SampleType::kUint32)
-           : depth == 16 ? (is_signed ? SampleType::kInt16 : SampleType::kUint16)
-                         : (is_signed ? SampleType::kInt8 : SampleType::kUint8);
-}
-
-NewPixels pixels_for(const TiffEncoding& tiff) {
-    const int depth = tiff.color == TiffColor::kBilevel ? 1 : tiff.bit_depth == 0 ? 8 : tiff.bit_depth;
-    const auto pixels = [&](ColorModel color, bool alpha) {
-        const bool is_plain_gray = color == ColorModel::kGray && !alpha;
-        PixelForm form = pixel_form(color, alpha, is_plain_gray ? depth : std::max(8, depth));
-        form.sample = sample_type(depth, tiff.numbers);
-        return NewPixels{form, form.bits * form.bands()};
-    };
-    switch (tiff.color) {
-        case TiffColor::kBilevel:
-        case TiffColor::kGray:
-            return pixels(ColorModel::kGray, false);
-        case TiffColor::kGrayAlpha:
-            return pixels(ColorModel::kGray, true);
-        case TiffColor::kRgba:
-            return pixels(ColorModel::kRgb, true);
-        case TiffColor::kIndexed:
-            return {pixel_form(ColorModel::kRgb, false), depth};
-        case TiffColor::kCmyk:
-            return pixels(ColorModel::kCmyk, false);
-        case TiffColor::kCmyka:
-            return pixels(ColorModel::kCmyk, true);
-        case TiffColor::kLab:
-            return pixels(ColorModel::kLab, false);
-        case TiffColor::kAuto:
-        case TiffColor::kRgb:
-            break;
-    }
-    return pixels(ColorModel::kRgb, false);
-}
-
 // The pixels of a new image of the format: in the form in which it will be written. Colors without a palette, which is
 // chosen at the end, are true colors until then.
 NewPixels pixels_for(const Encoding& encoding) {
-    if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) {
-        return {pixel_form(ColorModel::kRgb, bmp->bits_per_pixel == 32), bmp->bits_per_pixel};
-    }
-    if (std::holds_alternative<GifEncoding>(encoding.format)) {
-        return {pixel_form(ColorModel::kRgb, true), 8};
-    }
-    if (const auto* jpeg = std::get_if<JpegEncoding>(&encoding.format)) {
-        return pixels_of(jpeg->color == JpegColor::kGray   ? ColorModel::kGray
-                         : jpeg->color == JpegColor::kCmyk ? ColorModel::kCmyk
-                                                           : ColorModel::kRgb,
-                         false);
-    }
-    if (const auto* png = std::get_if<PngEncoding>(&encoding.format)) {
-        const int depth = png->bit_depth == 0 ? 8 : png->bit_depth;
-        const int whole = std::max(8, depth);
-        switch (png->color) {
-            case PngColor::kGray:
-                return pixels_of(ColorModel::kGray, false, depth);
-            case PngColor::kTruecolor:
-                return {pixel_form(ColorModel::kRgb, false, whole), 3 * depth};
-            case PngColor::kIndexed:
-                return {pixel_form(ColorModel::kRgb, true), depth};
-            case PngColor::kGrayAlpha:
-                return {pixel_form(ColorModel::kGray, true, whole), 2 * depth};
-            default:
-                return {pixel_form(ColorModel::kRgb, true, whole), 4 * depth};
-        }
-    }
-    if (const auto* tiff = std::get_if<TiffEncoding>(&encoding.format)) {
-        return pixels_for(*tiff);
-    }
-    return pixels_of(ColorModel::kRgb, true);
+    const FormatMembers* members = members_of(format_of(encoding));
+    assert(members != nullptr);
+    return members->new_pixels(encoding.format);
 }
 
 // Where the new image will be written: a file of its source, or the stream of its source, or nowhere yet.
@@ -193,12 +106,10 @@ Ref<ImageObject> new_image(const Encoding& encoding, int32_t width, int32_t heig
 Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height) {
     const FileFormat format = file_format_of_options(required_options(image_options, "image_options"));
     FileFacts facts;
-    facts.is_apng = format == FileFormat::kApng;
-    facts.is_big_tiff = format == FileFormat::kBigTiff;
+    facts.variant = variant_of(format);
     auto image = blank_image(encoding_of_options(*image_options), width, height, std::move(facts));
-    if (format == FileFormat::kApng) {
-        set_property(*image, "NumPlays", property_int(*image_options, "NumPlays"));
-        set_property(*image, "DefaultFrameTime", property_int(*image_options, "DefaultFrameTime"));
+    if (const FormatMembers* members = members_of(image->facts().format); members->take_creation != nullptr) {
+        members->take_creation(*image, *image_options);
     }
     set_target(*image, *image_options);
     return image;

@@ -1,11 +1,10 @@
 // The settings that an image is saved with, from save options or from the image alone; see encoding_options.h.
 #include "runtime/native/behaviors/images/encoding_options.h"
 
-#include <algorithm>
+#include <cassert>
 #include <cmath>
 
-#include "runtime/native/behaviors/images/color_profiles.h"
-#include "runtime/native/behaviors/images/format_settings.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/behaviors/images/palettes.h"
 #include "runtime/native/core/managed_exception.h"
@@ -18,31 +17,15 @@ using namespace imagework;
 
 namespace {
 
-bool is_indexed(const Encoding& encoding) {
-    if (const auto* png = std::get_if<PngEncoding>(&encoding.format)) {
-        return png->color == PngColor::kIndexed;
-    }
-    if (const auto* bmp = std::get_if<BmpEncoding>(&encoding.format)) {
-        return bmp->bits_per_pixel <= 8;
-    }
-    if (const auto* tiff = std::get_if<TiffEncoding>(&encoding.format)) {
-        return tiff->color == TiffColor::kIndexed && !tiff->of_file;
-    }
-    return std::holds_alternative<GifEncoding>(encoding.format);
+const FormatMembers& members_of_encoding(const Encoding& encoding) {
+    const FormatMembers* members = members_of(format_of(encoding));
+    assert(members != nullptr);
+    return *members;
 }
 
-// A background color in the options is the transparent color, or stands behind transparent pixels.
-void apply_gif_background(const ManagedObject& options, Encoding& encoding) {
-    const Ref<ManagedObject> background = property_object(options, "BackgroundColor");
-    if (!background || unbox<ColorValue>(*background).state == 0) {
-        return;
-    }
-    const Argb color = unbox<ColorValue>(*background).argb;
-    if (property_bool(options, "HasTransparentColor")) {
-        encoding.transparent_color = color;
-    } else {
-        encoding.flatten = color;
-    }
+bool is_indexed(const Encoding& encoding) {
+    const FormatMembers& members = members_of_encoding(encoding);
+    return members.is_indexed != nullptr && members.is_indexed(encoding.format);
 }
 
 }  // namespace
@@ -54,7 +37,11 @@ Format format_of_options(const ManagedObject& options) {
 
 Encoding encoding_of_options(const ManagedObject& options) {
     Encoding encoding;
-    encoding.format = settings_of_options(options);
+    const FormatMembers* known = members_of(format_of_options(options));
+    if (known == nullptr) {
+        throw_not_supported(std::string("Saving with ") + options.type().name);
+    }
+    encoding.format = known->settings(options);
     require_effective_options(options);
     if (const Ref<PaletteObject> palette = palette_property(options, "Palette")) {
         if (!is_indexed(encoding)) {
@@ -63,11 +50,8 @@ Encoding encoding_of_options(const ManagedObject& options) {
         }
         encoding.palette = palette->entries;
     }
-    if (std::holds_alternative<JpegEncoding>(encoding.format)) {
-        take_target_profiles(options, "RgbColorProfile", "CmykColorProfile", encoding);
-    }
-    if (std::holds_alternative<GifEncoding>(encoding.format)) {
-        apply_gif_background(options, encoding);
+    if (const FormatMembers& members = members_of_encoding(encoding); members.take_options != nullptr) {
+        members.take_options(options, encoding);
     }
     if (has_property(options, "PreblendAlphaIfPresent")) {
         encoding.blend_alpha = property_bool(options, "PreblendAlphaIfPresent");
@@ -88,35 +72,13 @@ Encoding encoding_of_options(const ManagedObject& options) {
 
 namespace {
 
-// The properties of an image that concern its animation.
-void apply_animation(const ImageObject& image, Encoding& encoding) {
-    if (auto* gif = std::get_if<GifEncoding>(&encoding.format); gif != nullptr && has_property(image, "LoopsCount")) {
-        if (const int64_t loops = property_int(image, "LoopsCount")) {
-            gif->loops = static_cast<int>(loops);
-        }
-        if (image.facts().format == Format::kGif) {
-            gif->color_resolution =
-                std::clamp(static_cast<int>(property_int(image, "PaletteColorResolutionBits")), 1, 8);
-            gif->sorted_palette = property_bool(image, "IsPaletteSorted");
-            gif->background_index = static_cast<uint8_t>(property_int(image, "BackgroundColorIndex"));
-            gif->aspect_ratio = static_cast<uint8_t>(property_int(image, "PixelAspectRatio"));
-            gif->trailer = property_bool(image, "HasTrailer");
-        }
-    }
-    if (auto* png = std::get_if<PngEncoding>(&encoding.format); png != nullptr && has_property(image, "NumPlays")) {
-        png->plays = static_cast<int>(property_int(image, "NumPlays"));
-    }
-}
-
 Encoding completed(const ImageObject& image, Encoding encoding) {
     encoding.background = image.flat_background();
     if (!encoding.transparent_color) {
         encoding.transparent_color = image.transparent_color();
     }
-    if (auto* webp = std::get_if<WebpEncoding>(&encoding.format); webp != nullptr && !webp->loops) {
-        if (const auto* own = settings_as<WebpEncoding>(image.facts())) {
-            webp->loops = own->loops;
-        }
+    if (const FormatMembers& members = members_of_encoding(encoding); members.complete != nullptr) {
+        members.complete(image, encoding.format);
     }
     return encoding;
 }
@@ -139,12 +101,8 @@ Encoding encoding_for(const ImageObject& image, Format format) {
     return encoding_for(image, format, image);
 }
 
-bool is_animation_options(const ManagedObject& options) {
-    return file_format_of_options(options) == FileFormat::kApng;
-}
-
 int32_t usual_duration(const ImageObject& image, const ManagedObject* options) {
-    if (options != nullptr && is_animation_options(*options)) {
+    if (options != nullptr && has_property(*options, "DefaultFrameTime")) {
         return static_cast<int32_t>(property_int(*options, "DefaultFrameTime"));
     }
     if (has_property(image, "DefaultFrameTime")) {
@@ -159,31 +117,20 @@ Encoding encoding_for(const ImageObject& page, Format format, const ImageObject&
     const FileFacts& facts = page.facts();
     Encoding encoding = default_encoding(format);
     encoding.may_widen = true;
+    const FormatMembers& members = members_of_encoding(encoding);
     if (facts.format == format && facts.encoding) {
         encoding.format = *facts.encoding;
-        // The kind of colors follows the picture as it is now: saving again must not lose changes since it was loaded.
-        if (auto* png = std::get_if<PngEncoding>(&encoding.format)) {
-            if (png->color != PngColor::kIndexed) {
-                png->color = PngColor::kAuto;
-                png->bit_depth = 0;
-            }
-        } else if (auto* jpeg = std::get_if<JpegEncoding>(&encoding.format)) {
-            if (jpeg->color == JpegColor::kGray) {
-                jpeg->color = JpegColor::kAuto;
-            }
+        if (members.renew != nullptr) {
+            members.renew(encoding.format);
         }
-    } else if (auto* webp = std::get_if<WebpEncoding>(&encoding.format)) {
-        webp->lossless = true;
-    }
-    if (auto* bmp = std::get_if<BmpEncoding>(&encoding.format); bmp != nullptr && facts.format != format) {
-        bmp->bits_per_pixel = page.picture().has_alpha() ? 32 : 24;
+    } else if (members.suit != nullptr) {
+        members.suit(encoding.format, page);
     }
     if (is_indexed(encoding)) {
         encoding.palette = page.palette();
     }
-    apply_animation(image, encoding);
-    if (format == Format::kJpeg && has_property(image, "DestinationRgbColorProfile")) {
-        take_target_profiles(image, "DestinationRgbColorProfile", "DestinationCmykColorProfile", encoding);
+    if (members.take_image != nullptr) {
+        members.take_image(image, encoding);
     }
     return completed(image, encoding);
 }

@@ -21,8 +21,6 @@ imagework::Encoding encoding_for(const ImageObject& image, imagework::Format for
 // The same for a page of an image.
 imagework::Encoding encoding_for(const ImageObject& page, imagework::Format format, const ImageObject& image);
 
-// Whether the options are those of an animation in a format that otherwise has one picture.
-bool is_animation_options(const ManagedObject& options);
 // How long a frame without a duration of its own is shown, in milliseconds. `options` may be null.
 int32_t usual_duration(const ImageObject& image, const ManagedObject* options);
 

@@ -1,84 +1,67 @@
-// The table of formats and the ways to look it up; see format_classes.h.
+// The ways to look up formats; see format_classes.h.
 #include "runtime/native/behaviors/images/format_classes.h"
 
 #include <algorithm>
 #include <string_view>
 
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Apng.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.BigTiff.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Bmp.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Webp.h"
-#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed {
 
 using imagework::Format;
+using imagework::Variant;
 
 namespace {
 
-namespace formats = api::FileFormats;
-namespace options = api::ImageOptions;
-
-// Loaders, exporters and creators are asked in this order.
-constexpr FormatClasses kFormats[] = {
-    {FileFormat::kBmp, Format::kBmp, "Bmp", formats::Bmp::BmpImage::kType, options::BmpOptions::kType, nullptr},
-    {FileFormat::kGif, Format::kGif, "Gif", formats::Gif::GifImage::kType, options::GifOptions::kType,
-     &formats::Gif::Blocks::GifFrameBlock::kType},
-    {FileFormat::kJpeg, Format::kJpeg, "Jpeg", formats::Jpeg::JpegImage::kType, options::JpegOptions::kType, nullptr},
-    {FileFormat::kPng, Format::kPng, "Png", formats::Png::PngImage::kType, options::PngOptions::kType, nullptr},
-    {FileFormat::kApng, Format::kPng, "Apng", formats::Apng::ApngImage::kType, options::ApngOptions::kType,
-     &formats::Apng::ApngFrame::kType},
-    {FileFormat::kTiff, Format::kTiff, "Tiff", formats::Tiff::TiffImage::kType, options::TiffOptions::kType,
-     &formats::Tiff::TiffFrame::kType},
-    {FileFormat::kBigTiff, Format::kTiff, "BigTiff", formats::BigTiff::BigTiffImage::kType,
-     options::BigTiffOptions::kType, &formats::Tiff::TiffFrame::kType},
-    {FileFormat::kWebp, Format::kWebp, "Webp", formats::Webp::WebPImage::kType, options::WebPOptions::kType,
-     &formats::Webp::WebPFrameBlock::kType},
+struct FileFormatRow {
+    Format format;
+    Variant variant;
+    FileFormat file_format;
+};
+constexpr FileFormatRow kFileFormats[] = {
+#include "generated/formats/file_formats.inc"
 };
 
 }  // namespace
 
-std::span<const FormatClasses> format_classes() {
-    return kFormats;
+const std::vector<const FormatClasses*>& format_classes() {
+    static const auto* all = new const std::vector<const FormatClasses*>([] {
+        std::vector<const FormatClasses*> classes;
+        for (const FormatMembers* members : format_members()) {
+            for (const FormatClasses& each : members->classes) {
+                classes.push_back(&each);
+            }
+        }
+        return classes;
+    }());
+    return *all;
 }
 
 const FormatClasses* classes_of(FileFormat format) {
-    const auto* found = std::find_if(std::begin(kFormats), std::end(kFormats),
-                                     [&](const FormatClasses& known) { return known.format == format; });
-    return found == std::end(kFormats) ? nullptr : found;
+    const auto& all = format_classes();
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](const FormatClasses* known) { return known->format == format; });
+    return found == all.end() ? nullptr : *found;
 }
 
 FileFormat file_format_of(const imagework::FileFacts& facts) {
-    switch (facts.format) {
-        case Format::kBmp:
-            return FileFormat::kBmp;
-        case Format::kGif:
-            return FileFormat::kGif;
-        case Format::kJpeg:
-            return FileFormat::kJpeg;
-        case Format::kPng:
-            return facts.is_apng ? FileFormat::kApng : FileFormat::kPng;
-        case Format::kTiff:
-            return facts.is_big_tiff ? FileFormat::kBigTiff : FileFormat::kTiff;
-        case Format::kWebp:
-            return FileFormat::kWebp;
-        case Format::kUnknown:
-            break;
-    }
-    return FileFormat::kUndefined;
+    const auto* found = std::find_if(std::begin(kFileFormats), std::end(kFileFormats), [&](const FileFormatRow& row) {
+        return row.format == facts.format && row.variant == facts.variant;
+    });
+    return found == std::end(kFileFormats) ? FileFormat::kUndefined : found->file_format;
+}
+
+Variant variant_of(FileFormat format) {
+    const auto* found = std::find_if(std::begin(kFileFormats), std::end(kFileFormats),
+                                     [&](const FileFormatRow& row) { return row.file_format == format; });
+    return found == std::end(kFileFormats) ? Variant::kUsual : found->variant;
 }
 
 FileFormat file_format_of_options(const ManagedObject& options) {
     const std::string_view type = options.type().full_name;
-    for (const FormatClasses& known : kFormats) {
-        if (type == known.options.name) {
-            return known.format;
+    for (const FormatClasses* known : format_classes()) {
+        if (type == known->options.name) {
+            return known->format;
         }
     }
     return FileFormat::kUndefined;
@@ -90,9 +73,9 @@ const TypeInfo& image_type_for(const imagework::FileFacts& facts) {
 }
 
 const TypeInfo& frame_type_for(const TypeInfo& image) {
-    for (const FormatClasses& known : kFormats) {
-        if (known.frame != nullptr && is_assignable(require_type(known.image.name), image)) {
-            return require_type(known.frame->name);
+    for (const FormatClasses* known : format_classes()) {
+        if (known->frame != nullptr && is_assignable(require_type(known->image.name), image)) {
+            return require_type(known->frame->name);
         }
     }
     return require_type(api::RasterCachedImage::kType.name);

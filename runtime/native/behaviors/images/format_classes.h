@@ -1,32 +1,24 @@
-// The file formats that the image backend reads and writes, with the classes that the API has for each.
-//
-// The API counts animated PNG and BigTIFF as formats of their own; the backend has them as kinds of PNG and TIFF.
+// Finding the classes that the API has for a file format.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_CLASSES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_CLASSES_H
 
-#include <span>
+#include <vector>
 
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/image_base.h"
-#include "runtime/native/catalogue/names.h"
 #include "runtime/native/imagework/probe/probe.h"
 
 namespace zelmor::embed {
 
-struct FormatClasses {
-    FileFormat format;
-    imagework::Format codec;  // the backend's format
-    const char* name;         // "Bmp": in messages and in the names of loaders, exporters and creators
-    const TypeName& image;
-    const TypeName& options;  // for saving
-    const TypeName* frame;    // of an image of several pictures; null where the format has one picture
-};
-
-std::span<const FormatClasses> format_classes();
-// Null for a format that the backend does not have.
+// Those of all formats that the runtime reads and writes. Loaders, exporters and creators are asked in this order.
+const std::vector<const FormatClasses*>& format_classes();
+// Null for a format that the runtime does not have.
 const FormatClasses* classes_of(FileFormat format);
 
-// kUndefined where the backend knows no format of the file.
+// kUndefined where the file is of no format that the API has.
 FileFormat file_format_of(const imagework::FileFacts& facts);
+// The variant of the backend's format; kUsual where the API's format is the usual kind.
+imagework::Variant variant_of(FileFormat format);
 // The format that the options are for; kUndefined for options of a format that the backend does not write.
 FileFormat file_format_of_options(const ManagedObject& options);
 

@@ -7,6 +7,7 @@
 #include <cassert>
 
 #include "runtime/native/behaviors/formats/gif_blocks.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/references.h"
@@ -31,19 +32,9 @@ ImageObject::ImageObject(const TypeInfo& type, std::unique_ptr<imagework::Pictur
         set_property(*this, "HasTransparentColor", true);
         set_property(*this, "TransparentColor", box(ColorValue::from_argb(*m_facts.transparent_color)));
     }
-    // What the file says of its animation and its screen.
-    const auto* gif = settings_as<imagework::GifEncoding>(m_facts);
-    if (gif != nullptr && has_property(*this, "LoopsCount")) {
-        set_property(*this, "LoopsCount", int64_t{gif->loops.value_or(0)});
-        set_property(*this, "PaletteColorResolutionBits", int64_t{gif->color_resolution});
-        set_property(*this, "IsPaletteSorted", gif->sorted_palette);
-        set_property(*this, "BackgroundColorIndex", int64_t{gif->background_index});
-        set_property(*this, "PixelAspectRatio", int64_t{gif->aspect_ratio});
-        set_property(*this, "HasTrailer", gif->trailer);
-    }
-    const auto* png = settings_as<imagework::PngEncoding>(m_facts);
-    if (png != nullptr && has_property(*this, "NumPlays")) {
-        set_property(*this, "NumPlays", int64_t{png->plays});
+    const FormatMembers* members = m_facts.encoding ? members_of(m_facts.encoding->format()) : nullptr;
+    if (members != nullptr && members->take_file != nullptr) {
+        members->take_file(*this);
     }
 }
 
@@ -198,9 +189,9 @@ const Ref<FrameStore>& ImageObject::frame_store() {
     return m_frames;
 }
 
-// Each page of a TIFF has metadata of its own; those of another image describe it as a whole.
+// Each page has metadata of its own; those of an animation describe it as a whole.
 void ImageObject::pass_description(ImageObject& first) {
-    if (m_facts.format == imagework::Format::kTiff) {
+    if (has_pages(m_facts.format)) {
         pass_metadata(*this, first);
     }
 }

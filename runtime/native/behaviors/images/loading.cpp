@@ -63,15 +63,20 @@ DecodeOptions decode_options(const Record* load_options) {
     throw_picture_error(error, subject);
 }
 
+// A format that is not read here, and one without a loader, is refused.
+void require_loader(const FileFacts& facts) {
+    require_readable_format(facts);
+    if (facts.format != Format::kUnknown) {
+        require_registered(Trade::kLoading, file_format_of(facts));
+    }
+}
+
 // A format without a loader is refused before more than its header is read.
 FileBytes bytes_of(Ref<ManagedStream> stream, const Record* load_options, const std::string& subject) {
     try {
         PictureSource source(std::move(stream));
-        FileBytes data = source.picture(decode_options(load_options), [](const FileFacts& facts) {
-            if (facts.format != Format::kUnknown) {
-                require_registered(Trade::kLoading, file_format_of(facts));
-            }
-        });
+        FileBytes data =
+            source.picture(decode_options(load_options), [](const FileFacts& facts) { require_loader(facts); });
         return data;
     } catch (const PictureError& error) {
         throw_load_error(error, subject);
@@ -106,9 +111,7 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         options.subject = subject;
         SourceBytes bytes(source, SourceBytes::kHeaderWindow);
         FileFacts facts = probe(bytes);
-        if (facts.format != Format::kUnknown) {
-            require_registered(Trade::kLoading, file_format_of(facts));
-        }
+        require_loader(facts);
         if (load_options != nullptr) {
             require_load_options(*load_options, facts, source);
         }
@@ -119,7 +122,7 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         // Of an animation the frames are composed when they are looked at. What a recovery shows first is the picture
         // for programs that know no animations.
         std::unique_ptr<Picture> picture;
-        if (facts.is_apng && options.recovery != Recovery::kNone) {
+        if (facts.has_still && options.recovery != Recovery::kNone) {
             picture = image_backend().decode(all_bytes(*source), options);
         } else if (!frames->composes()) {
             picture = image_backend().decode_frame(frames, 0, options);

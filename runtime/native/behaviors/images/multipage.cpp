@@ -1,6 +1,7 @@
 // Pages of any image that can have several, and the making of an image from others.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/frame_array.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
@@ -52,7 +53,17 @@ Collection pages(ImageObject& self) {
     return frame_array(self, api::Image::kType);
 }
 
-// Pages of any kind make a TIFF image: only TIFF takes pages of different sizes.
+// The format that takes pages of different sizes.
+const FormatMembers& members_of_pages() {
+    for (const FormatMembers* members : format_members()) {
+        if (members->has_pages) {
+            return *members;
+        }
+    }
+    throw_not_supported("An image of pages");
+}
+
+// Pages of any kind make an image of such a format.
 Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dispose_images) {
     static const ElementType& element = element_of(Wire::kClass, api::Image::kType.name);
     std::vector<Ref<ImageObject>> sources;
@@ -67,21 +78,23 @@ Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dis
     if (sources.empty()) {
         throw_argument("There is no image to make one from. (Parameter 'images')");
     }
+    const FormatMembers& members = members_of_pages();
+    const imagework::FormatEncoding settings = imagework::default_encoding(members.format).format;
     imagework::FileFacts facts;
-    facts.format = imagework::Format::kTiff;
+    facts.format = members.format;
     facts.readable = true;
     facts.bits_per_pixel = sources[0]->facts().bits_per_pixel;
-    facts.encoding = imagework::TiffEncoding{};
-    auto image = make_ref<ImageObject>(require_type(api::FileFormats::Tiff::TiffImage::kType.name), nullptr, facts);
+    facts.encoding = settings;
+    auto image = make_ref<ImageObject>(require_type(members.classes[0].image.name), nullptr, facts);
     image->make_container();
     for (const Ref<ImageObject>& source : sources) {
         for (size_t i = 0; i < source->frame_count(); ++i) {
             const Ref<ImageObject> page = source->frame_count() == 1 ? source : source->frames()[i];
             Ref<ImageObject> frame = frame_copy(*image, *page);
-            if (frame->facts().format != imagework::Format::kTiff) {
-                frame->facts().encoding = imagework::TiffEncoding{};
+            if (frame->facts().format != members.format) {
+                frame->facts().encoding = settings;
             }
-            frame->facts().format = imagework::Format::kTiff;
+            frame->facts().format = members.format;
             append_frame(*image, std::move(frame));
         }
     }

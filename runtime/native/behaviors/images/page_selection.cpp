@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/behaviors/images/option_checks.h"
 #include "runtime/native/behaviors/images/option_rules.h"
@@ -61,10 +62,10 @@ std::vector<size_t> pages_in_time(ImageObject& image, const ManagedObject& optio
                         std::to_string(number_of(mode)) + " of MultiPageMode, which chooses otherwise,");
 }
 
-// The title of a page is the name that its TIFF directory gives it.
+// The name that the file gives the page; empty where its format has none.
 std::string title_of(const ImageObject& page) {
-    const auto* tiff = imagework::settings_as<imagework::TiffEncoding>(page.facts());
-    return tiff != nullptr ? tiff->page_name : std::string();
+    const FormatMembers* members = members_of(page.facts().format);
+    return members != nullptr && members->page_title != nullptr ? members->page_title(page.facts()) : std::string();
 }
 
 std::vector<size_t> titled_pages(ImageObject& image, const ManagedObject& options) {

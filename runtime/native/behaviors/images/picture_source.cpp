@@ -5,6 +5,7 @@
 #include <string>
 
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/formats/format_room.h"
 #include "runtime/native/imagework/limits.h"
 
 namespace zelmor::embed {
@@ -123,8 +124,7 @@ std::vector<uint8_t> PictureSource::rest(const FileFacts& header, const imagewor
     while (needed > data.size()) {
         const uint64_t limit = end->limit();
         if (data.size() >= limit) {
-            // A directory of TIFF may point anywhere and mean nothing by it.
-            const bool may_be_whole = header.format == imagework::Format::kTiff;
+            const bool may_be_whole = imagework::room_of(header.format).may_point_behind_end;
             if (may_be_whole || options.recovery != imagework::Recovery::kNone) {
                 return data;
             }

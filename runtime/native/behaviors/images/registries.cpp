@@ -64,8 +64,8 @@ Registry& registry(Trade trade) {
     static auto* registries = new std::vector<Registry>([] {
         std::vector<Registry> all(std::size(kRegistries));
         for (const RegistryClass& each : kRegistries) {
-            for (const FormatClasses& known : format_classes()) {
-                all[static_cast<size_t>(each.trade)].push_back(make_ref<DescriptorObject>(each.trade, known.format));
+            for (const FormatClasses* known : format_classes()) {
+                all[static_cast<size_t>(each.trade)].push_back(make_ref<DescriptorObject>(each.trade, known->format));
             }
         }
         return all;

@@ -7,12 +7,11 @@
 #include "runtime/native/behaviors/images/saving.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
-#include "runtime/native/behaviors/formats/gif_blocks.h"
 #include "runtime/native/behaviors/formats/interrupt_monitor.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/file_extensions.h"
-#include "runtime/native/behaviors/images/gif_details.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/memory_limits.h"
 #include "runtime/native/behaviors/images/page_selection.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
@@ -38,18 +37,16 @@ struct Request {
     const RectangleValue* bounds = nullptr;  // or the whole of each page
 };
 
-// Whether a file of the format takes all frames: an animated PNG has to be asked for, by options or by being one.
+// Whether a file takes all frames: an animated PNG has to be asked for, by options or by being one.
 bool holds_frames(const ImageObject& image, const Request& request) {
-    switch (request.format) {
-        case Format::kTiff:
-        case Format::kGif:
-        case Format::kWebp:
-            return true;
-        case Format::kPng:
-            return request.options != nullptr ? is_animation_options(*request.options) : image.facts().is_apng;
-        default:
-            return false;
+    FileFacts facts;
+    facts.format = request.format;
+    if (image.facts().format == request.format) {
+        facts.variant = image.facts().variant;
     }
+    const FormatClasses* classes =
+        classes_of(request.options != nullptr ? file_format_of_options(*request.options) : file_format_of(facts));
+    return classes != nullptr && classes->holds_frames;
 }
 
 std::string cannot_hold(const Request& request, size_t count) {
@@ -59,7 +56,7 @@ std::string cannot_hold(const Request& request, size_t count) {
 // Whether frames of an animation are to be as large as its canvas and show the frames before them, in any format.
 bool wants_full_frames(const ImageObject& image, const Request& request) {
     return request.options != nullptr && property_bool(*request.options, "FullFrame") && image.frame_count() > 1 &&
-           image.facts().format != Format::kTiff;
+           !has_pages(image.facts().format);
 }
 
 std::vector<Page> full_pages(ImageObject& image, const std::vector<size_t>& indices) {
@@ -107,82 +104,9 @@ std::vector<Page> requested_pages(ImageObject& image, const Request& request) {
     return pages;
 }
 
-std::vector<std::vector<uint8_t>> bytes_of(const std::vector<GifExtension>& extensions) {
-    std::vector<std::vector<uint8_t>> result;
-    for (const GifExtension& extension : extensions) {
-        if (is_gif_block(*extension.block, GifLabel::kControl)) {
-            continue;  // which the frame has taken over
-        }
-        auto said = bytes_of_gif_block(*extension.block);
-        if (!extension.bytes.empty() && said == extension.as_read) {
-            said = extension.bytes;
-        }
-        result.push_back(std::move(said));
-    }
-    return result;
-}
-
-// What the control block of a frame says; of an image, that of its active frame.
-GifFrame controlled_frame(ImageObject& image) {
-    ImageObject& frame =
-        image.is_container() && !image.frames().empty() ? *image.frames()[image.active_index()] : image;
-    take_control_block(frame);
-    GifFrame gif;
-    gif.control = frame.gif.control;
-    gif.sets_transparent = frame.gif.control.transparent != frame.gif.transparent_of_file;
-    return gif;
-}
-
-// What a GIF file says of a frame.
-GifFrame gif_frame_of(const ImageObject& image, ImageObject& frame, bool last) {
-    GifFrame gif = controlled_frame(frame);
-    gif.part = frame.gif.part;
-    gif.left = frame.left;
-    gif.top = frame.top;
-    gif.blocks_before = bytes_of(frame.gif.blocks_before);
-    if (last) {
-        gif.blocks_behind = bytes_of(image.gif.blocks_behind);
-    }
-    return gif;
-}
-
-// All frames of a GIF image, saved as GIF without other settings. Frames that are still as they are in the file are
-// copied and not decoded.
-EncodedBytes encoded_gif(ImageObject& image) {
-    const FrameRange objects = image.frames();
-    if (objects.empty()) {
-        throw_invalid_operation("The image has no frames.");
-    }
-    const int32_t usual = usual_duration(image, nullptr);
-    std::vector<Encoding> encodings;
-    std::vector<FrameToWrite> frames;
-    bool as_in_file = true;
-    for (size_t i = 0; i < objects.size(); ++i) {
-        ImageObject& frame = *objects[i];
-        const FrameOrigin origin = frame.offered_palette().empty() ? frame.origin() : FrameOrigin{};
-        // A new frame may still have the pixels of a file, even of another format.
-        as_in_file = as_in_file && !frame.gif.part && origin.source && origin.index == i &&
-                     (i == 0 || origin.source == frames[0].origin.source);
-        encodings.push_back(encoding_for(frame, Format::kGif, image));
-        as_in_file = as_in_file && !encodings.back().transparent_color && !encodings.back().flatten;
-        GifFrame gif = gif_frame_of(image, frame, i + 1 == objects.size());
-        const bool timed = frame.duration > 0 || origin.source || objects.size() == 1;
-        frames.push_back({nullptr, timed ? frame.duration : usual, nullptr, std::move(gif), origin});
-    }
-    std::vector<std::unique_ptr<Picture>> pictures;
-    for (size_t i = 0; i < frames.size(); ++i) {
-        encodings[i].copies_frames = as_in_file;
-        frames[i].encoding = &encodings[i];
-        if (!as_in_file) {
-            frames[i].picture = pictures.emplace_back(objects[i]->picture().copy()).get();
-        }
-    }
-    return image_backend().encode_frames(frames);
-}
-
-// A page of a TIFF has metadata of its own; a frame of an animation has those of its image.
+// A page has metadata of its own; a frame of an animation has those of its image.
 WrittenPicture written_picture(ImageObject& image, const Picture& picture, ImageObject& source) {
-    return {Ref<ImageObject>(source.facts().format == Format::kTiff ? &source : &image), picture.resolution(),
+    return {Ref<ImageObject>(has_pages(source.facts().format) ? &source : &image), picture.resolution(),
             picture.changed_at(), picture.width(), picture.height()};
 }
 WrittenPicture written_picture(ImageObject& image, const Request& request, const Page& page) {
@@ -197,9 +121,11 @@ WrittenPicture written_picture(ImageObject& image, const Request& request, const
 void write_pages(ImageObject& image, const Request& request, DescribedFile& out) {
     require_uninterrupted(image);
     image.put_drawings();
-    if (request.format == Format::kGif && request.options == nullptr && request.bounds == nullptr &&
-        image.facts().format == Format::kGif && image.is_container()) {
-        EncodedBytes file = encoded_gif(image);
+    const FormatMembers* members = members_of(request.format);
+    const bool as_it_is = request.options == nullptr && request.bounds == nullptr &&
+                          image.facts().format == request.format && image.is_container();
+    if (as_it_is && members != nullptr && members->encode_frames != nullptr) {
+        EncodedBytes file = members->encode_frames(image);
         out.set_pictures({written_picture(image, image.picture(), image)});
         return out.write_whole(std::move(file));
     }
@@ -217,16 +143,13 @@ void write_pages(ImageObject& image, const Request& request, DescribedFile& out)
         return request.options != nullptr ? encoding_for(image, *request.options)
                                           : encoding_for(*page.source, request.format, image);
     };
-    const auto control_of = [&](const Page& page) {
-        const bool of_gif = request.format == Format::kGif && page.source->facts().format == Format::kGif;
-        return of_gif ? controlled_frame(*page.source) : GifFrame{};
-    };
-    if (pages.size() == 1 && !control_of(pages[0]).sets_transparent) {
+    const bool describes = members != nullptr && members->describe_frame != nullptr;
+    if (pages.size() == 1 && !(describes && members->is_described(*pages[0].source))) {
         const Encoding encoding = encoding_of(pages[0]);
         out.set_pictures({written_picture(image, request, pages[0])});
         return pages[0].picture->encode(encoding, out);
     }
-    if (request.format != Format::kTiff) {
+    if (!has_pages(request.format)) {
         fit_to_canvas(pages);
     }
     std::vector<Encoding> encodings;
@@ -238,13 +161,9 @@ void write_pages(ImageObject& image, const Request& request, DescribedFile& out)
     std::vector<FrameToWrite> frames;
     for (size_t i = 0; i < pages.size(); ++i) {
         frames.push_back({pages[i].picture.get(), pages[i].duration > 0 ? pages[i].duration : usual, &encodings[i]});
-        if (request.format == Format::kGif) {
-            frames[i].gif = control_of(pages[i]);
-            frames[i].gif.blocks_before = bytes_of(pages[i].source->gif.blocks_before);
+        if (describes) {
+            members->describe_frame(image, *pages[i].source, i + 1 == pages.size(), frames[i]);
         }
-    }
-    if (request.format == Format::kGif) {
-        frames.back().gif.blocks_behind = bytes_of(image.gif.blocks_behind);
     }
     std::vector<WrittenPicture> pictures;
     for (const Page& page : pages) {

@@ -7,8 +7,9 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/gif_details.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/metadata/containers/metadata_container.h"
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_option_tags.h"
@@ -17,6 +18,7 @@
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/core/type_system.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
 
 namespace zelmor::embed {
 
@@ -36,8 +38,8 @@ ImageMetadata* metadata_of(Record& image) {
 template <class Set>
 void set_described(Record& self, bool none, Set&& set) {
     auto* image = dynamic_cast<ImageObject*>(&self);
-    const bool of_tiff = image != nullptr && image->facts().format == imagework::Format::kTiff;
-    if (!none || !of_tiff || image->frame_count() < 2) {
+    const bool of_pages = image != nullptr && has_pages(image->facts().format);
+    if (!none || !of_pages || image->frame_count() < 2) {
         return set(described(self));
     }
     for (const Ref<ImageObject>& frame : image->frames()) {
@@ -69,28 +71,11 @@ Ref<ManagedObject> get_xmp(Record& self) {
     return read;
 }
 
-void drop_page_name(ImageObject& image) {
-    if (auto* tiff = settings_as<imagework::TiffEncoding>(image.facts()); tiff != nullptr) {
-        tiff->page_name.clear();
-    }
-}
-
 // What describes a picture and is kept with its frames, rather than with the metadata of the file.
 void drop_descriptions(ImageObject& image) {
-    if (image.facts().format == imagework::Format::kGif) {
-        drop_gif_descriptions(image);
-    }
-    if (image.facts().format == imagework::Format::kTiff) {
-        drop_page_name(image);
-        ImageObject* whole = image.container();
-        if (whole != nullptr && whole->index_of(image) == size_t{0}) {
-            drop_page_name(*whole);  // which is saved in place of its only page
-        }
-        if (image.is_container()) {
-            for (const Ref<ImageObject>& frame : image.frames()) {
-                drop_page_name(*frame);
-            }
-        }
+    if (const FormatMembers* members = members_of(image.facts().format);
+        members != nullptr && members->drop_descriptions != nullptr) {
+        members->drop_descriptions(image);
     }
 }
 
@@ -199,7 +184,9 @@ void set_thumbnail(ExifObject& self, ImageObject* value) {
     self.thumbnail.clear();
     self.thumbnail_tags.clear();
     if (value != nullptr) {
-        const auto file = value->picture().encode(imagework::default_encoding(imagework::Format::kJpeg));
+        imagework::Encoding jpeg;
+        jpeg.format = imagework::JpegEncoding{};
+        const auto file = value->picture().encode(jpeg);
         const auto bytes = std::as_bytes(std::span(file.data.get(), file.size));
         self.thumbnail.assign(bytes.begin(), bytes.end());
         self.thumbnail_at = imagework::steady_time();
@@ -263,7 +250,8 @@ void MetadataReading::read() {
     }
     FileMetadata found = m_directory != 0 ? find_in_tiff(m_source, m_directory) : find_metadata(m_source);
     Ref<ExifObject> of_tiff;
-    if (metadata_format(*m_source) == MetadataFormat::kTiff) {
+    const MetadataContainer* container = metadata_container(*m_source);
+    if (container != nullptr && container->has_tags) {
         try {
             auto exif = read_exif_of_tiff(m_source, m_directory);
             if (!exif->empty()) {
@@ -298,9 +286,8 @@ const std::vector<Bytes>& ImageMetadata::texts() const {
 
 Record& described(Record& image) {
     auto* object = dynamic_cast<ImageObject*>(&image);
-    ImageObject* frame = object != nullptr && object->facts().format == imagework::Format::kTiff
-                             ? object->active_frame_object()
-                             : nullptr;
+    ImageObject* frame =
+        object != nullptr && has_pages(object->facts().format) ? object->active_frame_object() : nullptr;
     return frame != nullptr ? *frame : image;
 }
 

@@ -7,6 +7,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/metadata/containers/image_resources.h"
+#include "runtime/native/behaviors/metadata/containers/metadata_container.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
@@ -32,7 +33,7 @@ struct Save {
     const ImageMetadata& kept;
     const Record* options;  // may be null
     WrittenPicture picture;
-    MetadataFormat format;
+    const MetadataContainer& container;
 
     // A thumbnail of a time that is not after the last change of the pixels shows another picture.
     bool is_stale(int64_t thumbnail_at) const { return picture.changed_at >= thumbnail_at; }
@@ -131,7 +132,7 @@ struct ExifToWrite {
     Bytes bytes;             // what the file had, where that is still right
 };
 
-// WebP has no place for a resolution but there.
+// For formats that have no place for a resolution but there.
 Ref<ExifObject> exif_of_resolution(const imagework::Resolution& resolution) {
     Ref<ExifObject> exif = make_exif(true);
     const auto put = [&](Tag tag, double dots) {
@@ -166,7 +167,7 @@ ExifToWrite exif_to_write(const Save& save) {
         }
     } else if (as_read && kept.of_tiff()) {
         result.object = own_copy(*kept.of_tiff());
-    } else if (as_read && save.format == MetadataFormat::kWebp &&
+    } else if (as_read && save.container.tells_resolution_in_exif &&
                save.picture.resolution != imagework::kDefaultResolution) {
         result.object = exif_of_resolution(save.picture.resolution);
     }
@@ -227,17 +228,17 @@ XmpToWrite xmp_of_object(const Save& save, const XmpPacketObject& packet) {
     if (packet.is_empty()) {
         return {};
     }
-    if (save.format != MetadataFormat::kJpeg) {
+    if (save.container.most_xmp == 0) {
         return {bytes_of_text(packet.text()), {}, {}};
     }
-    const SplitXmp split = split_xmp(packet, kMostJpegXmp);
+    const SplitXmp split = split_xmp(packet, save.container.most_xmp);
     return {bytes_of_text(split.packet), bytes_of_text(split.extension), split.guid};
 }
 
 // Whether the bytes of the file's packet cannot be written as they are.
 bool has_to_be_read(const Save& save) {
     const FileMetadata& found = save.kept.found();
-    if (save.format == MetadataFormat::kJpeg ? found.xmp.size() > kMostJpegXmp : !found.extended_xmp.empty()) {
+    if (save.container.most_xmp != 0 ? found.xmp.size() > save.container.most_xmp : !found.extended_xmp.empty()) {
         return true;
     }
     const std::string_view text(reinterpret_cast<const char*>(found.xmp.data()), found.xmp.size());
@@ -349,20 +350,6 @@ std::vector<Bytes> comments_to_write(const Save& save) {
     return has_property(save.image, "Comment") ? one(property_string(save.image, "Comment")) : std::vector<Bytes>();
 }
 
-bool is_same(const MetadataToWrite& write, const FileMetadata& there, MetadataFormat format) {
-    switch (format) {
-        case MetadataFormat::kJpeg:
-            return write.exif == there.exif && write.xmp == there.xmp && write.extended_xmp == there.extended_xmp &&
-                   write.photoshop == there.photoshop && write.jfif == there.jfif &&
-                   write.jfif_extension == there.jfif_extension && write.comments == there.comments;
-        case MetadataFormat::kPng:
-            // The image library compresses a packet in PNG, where other programs do not look for it.
-            return write.exif == there.exif && write.xmp.empty() && there.xmp.empty() && write.texts == there.texts;
-        default:
-            return write.exif == there.exif && write.xmp == there.xmp;
-    }
-}
-
 struct Written {
     MetadataToWrite metadata;
     Ref<ExifObject> exif;  // that `below` refers to
@@ -389,18 +376,18 @@ std::vector<uint8_t> unsigned_bytes(const Bytes& bytes) {
     return {first, first + bytes.size()};
 }
 
-Save save_of(const WrittenPicture& picture, const Record* options, MetadataFormat format) {
+Save save_of(const WrittenPicture& picture, const Record* options, const MetadataContainer& container) {
     auto& image = static_cast<ImageObject&>(described(*picture.image));
-    return {image, *own_metadata(image), options, picture, format};
+    return {image, *own_metadata(image), options, picture, container};
 }
 
 // Each page has its own tags. The encoder writes none of these kinds, so that a page without any is good as it is.
-std::vector<uint8_t> tiff_with_metadata(std::span<const std::byte> file, std::span<const WrittenPicture> pictures,
-                                        const Record* options) {
+std::vector<uint8_t> tagged_pages(std::span<const std::byte> file, std::span<const WrittenPicture> pictures,
+                                  const Record* options, const MetadataContainer& container) {
     std::vector<std::optional<MetadataToWrite>> pages;
     std::vector<Ref<ExifObject>> held;
     for (const WrittenPicture& picture : pictures) {
-        auto [write, exif] = to_write(save_of(picture, options, MetadataFormat::kTiff));
+        auto [write, exif] = to_write(save_of(picture, options, container));
         write.exif.clear();
         auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
         if (tiff != nullptr) {
@@ -427,21 +414,23 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span
                                         const Record* options) {
     assert(!pictures.empty());
     const auto bytes = std::as_bytes(file);
-    const MetadataFormat format = metadata_format(bytes);
-    if (format == MetadataFormat::kOther || format == MetadataFormat::kBmp) {
+    const MetadataContainer* container = metadata_container(bytes);
+    if (container == nullptr || container->write == nullptr) {
         return {};
     }
-    if (format == MetadataFormat::kTiff) {
-        return tiff_with_metadata(bytes, pictures, options);
+    if (container->has_tags) {
+        return tagged_pages(bytes, pictures, options, *container);
     }
-    const Save save = save_of(pictures[0], options, format);
+    const Save save = save_of(pictures[0], options, *container);
     const FileMetadata there = find_metadata(bytes);
     MetadataToWrite write = to_write(save).metadata;
-    if (format == MetadataFormat::kJpeg) {
+    if (container->has_comments) {
         write.comments = comments_to_write(save);
+    }
+    if (container->has_jfif) {
         put_jfif(save, there, write);
     }
-    return is_same(write, there, format) ? std::vector<uint8_t>() : unsigned_bytes(with_metadata(bytes, write));
+    return container->is_same(write, there) ? std::vector<uint8_t>() : unsigned_bytes(container->write(bytes, write));
 }
 
 }  // namespace zelmor::embed

@@ -3,8 +3,8 @@
 
 #include <string_view>
 
+#include "runtime/native/formats/tiff/tiff_structure.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
-#include "runtime/native/imagework/probe/tiff_structure.h"
 
 namespace zelmor::imagework {
 namespace {

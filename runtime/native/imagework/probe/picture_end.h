@@ -42,9 +42,6 @@ class PictureEnd {
 // For a file with these facts, which need not be readable.
 std::unique_ptr<PictureEnd> picture_end(const FileFacts& facts);
 
-// Of TIFF, which has a file of its own.
-std::unique_ptr<PictureEnd> tiff_end(const FileFacts& facts);
-
 }  // namespace zelmor::imagework
 
 #endif  // ZELMOR_RUNTIME_NATIVE_IMAGEWORK_PROBE_PICTURE_END_H

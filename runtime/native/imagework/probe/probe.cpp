@@ -4,72 +4,62 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "runtime/native/formats/format_room.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
-#include "runtime/native/imagework/probe/probe_formats.h"
 
 namespace zelmor::imagework {
 namespace {
 
-Format format_of_file(const ByteReader& in) {
-    if (in.starts_with(0, "\x89PNG\r\n\x1A\n")) {
-        return Format::kPng;
+const FormatRoom* room_of_file(const ByteReader& file) {
+    for (const FormatRoom* room : format_rooms()) {
+        if (room->begins(file)) {
+            return room;
+        }
     }
-    if (in.starts_with(0, "\xFF\xD8\xFF")) {
-        return Format::kJpeg;
-    }
-    if (in.starts_with(0, "GIF87a") || in.starts_with(0, "GIF89a")) {
-        return Format::kGif;
-    }
-    if (in.starts_with(0, "BM")) {
-        return Format::kBmp;
-    }
-    // The version stands in the file's own byte order: 42, or 43 for the variant with 64-bit offsets.
-    static constexpr std::string_view kLittle("II*\0", 4), kBig("MM\0*", 4), kLittle64("II+\0", 4), kBig64("MM\0+", 4);
-    if (in.starts_with(0, kLittle) || in.starts_with(0, kBig) || in.starts_with(0, kLittle64) ||
-        in.starts_with(0, kBig64)) {
-        return Format::kTiff;
-    }
-    if (in.starts_with(0, "RIFF") && in.starts_with(8, "WEBP")) {
-        return Format::kWebp;
-    }
-    return Format::kUnknown;
+    return nullptr;
 }
 
 FileFacts facts_of_file(const ByteReader& file) {
     FileFacts facts;
-    facts.format = format_of_file(file);
-    switch (facts.format) {
-        case Format::kPng:
-            probe_png(file, facts);
-            break;
-        case Format::kJpeg:
-            probe_jpeg(file, facts);
-            break;
-        case Format::kGif:
-            probe_gif(file, facts);
-            break;
-        case Format::kBmp:
-            probe_bmp(file, facts);
-            break;
-        case Format::kTiff:
-            probe_tiff(file, facts);
-            break;
-        case Format::kWebp:
-            probe_webp(file, facts);
-            break;
-        case Format::kUnknown:
-            break;
+    const FormatRoom* room = room_of_file(file);
+    if (room == nullptr) {
+        return facts;
+    }
+    facts.format = room->format;
+    if (room->probe != nullptr) {
+        room->probe(file, facts);
+    } else {
+        facts.obstacle = std::string("this runtime does not read ") + room->name + " files";
+        facts.variant = room->variant != nullptr ? room->variant(file) : Variant::kUsual;
     }
     return facts;
+}
+
+// "BMP, GIF, JPEG": the formats that are read, by their names.
+std::string names_of_readable_formats() {
+    std::vector<std::string_view> names;
+    for (const FormatRoom* room : format_rooms()) {
+        if (room->probe != nullptr) {
+            names.emplace_back(room->name);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    std::string text;
+    for (const std::string_view name : names) {
+        text.append(text.empty() ? "" : ", ").append(name);
+    }
+    return text;
 }
 
 }  // namespace
 
 Format sniff(std::span<const uint8_t> data) {
-    return format_of_file(ByteReader(data));
+    const FormatRoom* room = room_of_file(ByteReader(data));
+    return room != nullptr ? room->format : Format::kUnknown;
 }
 
 namespace {
@@ -130,18 +120,17 @@ FileFacts probe(ByteSource& file) {
     return facts;
 }
 
-std::vector<uint64_t> probe_tiff_directories(ByteSource& file) {
-    return tiff_directories(ByteReader(file));
-}
-
-FileFacts probe_tiff_page(ByteSource& file, uint64_t directory) {
-    return probe_tiff_page(ByteReader(file), directory);
+void require_readable_format(const FileFacts& facts) {
+    if (!facts.obstacle.empty()) {
+        throw PictureError(Failure::kUnsupported, facts.obstacle);
+    }
 }
 
 void require_decodable(const FileFacts& facts, const DecodeOptions& options) {
     if (facts.format == Format::kUnknown) {
-        throw PictureError(Failure::kDamaged, "the data is of none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP");
+        throw PictureError(Failure::kDamaged, "the data is of none of the formats " + names_of_readable_formats());
     }
+    require_readable_format(facts);
     if (!facts.readable && facts.header_goes_on) {
         throw PictureError(Failure::kDamaged, std::string("the header of the ") + format_name(facts.format) +
                                                   " data goes on after " + std::to_string(limits::kHeaderBytes) +

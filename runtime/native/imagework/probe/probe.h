@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <variant>
+#include <string>
 #include <vector>
 
 #include "runtime/native/imagework/formats.h"
@@ -24,10 +24,12 @@ struct FileFacts {
     int64_t height = 0;
     int bits_per_pixel = 0;
     bool has_alpha = false;
-    bool has_resolution = false;  // in dots per some length
-    int frame_count = 1;          // as far as the header tells: APNG; otherwise the decoder's answer counts
-    bool is_apng = false;
-    bool is_big_tiff = false;
+    bool has_resolution = false;        // in dots per some length
+    bool has_still = false;             // besides an animation there is a picture for programs that know no animations
+    int frame_count = 1;                // as far as the header tells: APNG; otherwise the decoder's answer counts
+    Variant variant = Variant::kUsual;  // of the format; generated/formats/format_list.h has their names
+    // Why a file whose format is known is not read: "this runtime does not read CDR files"; empty for one that is.
+    std::string obstacle = {};
     std::optional<Argb> transparent_color;   // one color or palette entry that stands for "nothing here"
     std::optional<FormatEncoding> encoding;  // the settings to save it again as it was
     std::vector<Argb> palette;               // of an indexed picture
@@ -36,27 +38,24 @@ struct FileFacts {
 // The settings of the file, if they are those of the format asked for; null otherwise.
 template <class E>
 E* settings_as(FileFacts& facts) {
-    return facts.encoding ? std::get_if<E>(&*facts.encoding) : nullptr;
+    return facts.encoding ? facts.encoding->template as<E>() : nullptr;
 }
 template <class E>
 const E* settings_as(const FileFacts& facts) {
-    return facts.encoding ? std::get_if<E>(&*facts.encoding) : nullptr;
+    return facts.encoding ? facts.encoding->template as<E>() : nullptr;
 }
 
-// Which format the first bytes belong to; 16 bytes are enough.
+// Which format the first bytes belong to.
 Format sniff(std::span<const uint8_t> data);
 
 FileFacts probe(std::span<const uint8_t> data);
 // The same of a file that is not in memory: only the bytes that the header needs are asked for.
 FileFacts probe(ByteSource& file);
 
+// Throws PictureError(kUnsupported) for a file of a format that this runtime knows and does not read.
+void require_readable_format(const FileFacts& facts);
 // Throws PictureError for a file whose header shows that it cannot be decoded.
 void require_decodable(const FileFacts& facts, const DecodeOptions& options);
-
-// Where the directories of the pages of a TIFF file are, in their order, and the facts of the page there. Neither reads
-// more than it needs: the first one a few bytes of each page, the second one the directory.
-std::vector<uint64_t> probe_tiff_directories(ByteSource& file);
-FileFacts probe_tiff_page(ByteSource& file, uint64_t directory);
 
 }  // namespace zelmor::imagework
 

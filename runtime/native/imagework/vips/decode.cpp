@@ -6,29 +6,31 @@
 #include <string>
 #include <vector>
 
-#include "runtime/native/imagework/bmp/bmp_codec.h"
-#include "runtime/native/imagework/gif/gif_codec.h"
-#include "runtime/native/imagework/jpeg/jpeg_codec.h"
+#include "runtime/native/imagework/format_codec.h"
 #include "runtime/native/imagework/pixels/data_source.h"
-#include "runtime/native/imagework/pixels/single_frame.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
-#include "runtime/native/imagework/png/png_codec.h"
-#include "runtime/native/imagework/png/png_frames.h"
 #include "runtime/native/imagework/probe/probe.h"
-#include "runtime/native/imagework/tiff/tiff_pages.h"
 #include "runtime/native/imagework/vips/deferred_rows.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
-#include "runtime/native/imagework/webp/webp_codec.h"
 
 namespace zelmor::imagework {
 namespace {
 
+const FormatCodec& reading_codec(Format format) {
+    const FormatCodec* codec = codec_of(format);
+    if (codec == nullptr || codec->open == nullptr) {
+        throw PictureError(Failure::kUnsupported,
+                           std::string("there is no codec that reads ") + format_name(format) + " data");
+    }
+    return *codec;
+}
+
 // What is said of damage in a picture of the format.
 std::string damage_of(Format format, const DecodeOptions& options = {}) {
-    const bool recovers = options.recovery != Recovery::kNone && format == Format::kTiff;
-    return std::string("the ") + format_name(format) + " data " +
-           (recovers ? "has no complete row" : "is damaged or incomplete");
+    const char* damage =
+        options.recovery != Recovery::kNone ? reading_codec(format).damage_of_recovery : "is damaged or incomplete";
+    return std::string("the ") + format_name(format) + " data " + damage;
 }
 
 // Tells which format it was.
@@ -42,35 +44,6 @@ auto labeled(const std::string& damage, Step&& step) -> decltype(step()) {
         }
         throw PictureError(Failure::kDamaged, damage + ": " + error.what());
     }
-}
-
-// The picture that programs show which know no animations.
-SharedFrames open_still_png(const SharedSource& source, FileFacts facts, const DecodeOptions& options) {
-    const PngReading reading{options.recovery != Recovery::kNone, options.recovery == Recovery::kMaximal,
-                             options.memory};
-    return std::make_shared<const SingleFrame>(std::move(facts), [=] { return open_png(source, reading); });
-}
-
-SharedFrames opened(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options, bool animates) {
-    const bool lenient = options.recovery != Recovery::kNone;
-    switch (facts.format) {
-        case Format::kBmp:
-            return open_bmp(source, options);
-        case Format::kGif:
-            return open_gif(source, lenient, options.memory);
-        case Format::kJpeg:
-            return open_jpeg(source, options.recovery, options.memory);
-        case Format::kPng:
-            return facts.is_apng && animates ? open_apng(source, lenient, options.memory)
-                                             : open_still_png(source, facts, options);
-        case Format::kTiff:
-            return open_tiff(source, options);
-        case Format::kWebp:
-            return open_webp(source, options.recovery, options.memory);
-        case Format::kUnknown:
-            break;
-    }
-    throw PictureError(Failure::kUnsupported, "data of no known format have no frames");
 }
 
 // A frame whose rows are not decoded yet, unless that is done by opening it. A recovery finds out what is lost.
@@ -92,7 +65,7 @@ SharedFrames open_frames(const SharedSource& source, const DecodeOptions& option
     SourceBytes bytes(source, SourceBytes::kHeaderWindow);
     const FileFacts facts = probe(bytes);
     require_decodable(facts, options);
-    return labeled(damage_of(facts.format), [&] { return opened(source, facts, options, true); });
+    return labeled(damage_of(facts.format), [&] { return reading_codec(facts.format).open(source, facts, options); });
 }
 
 std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, const DecodeOptions& options) {
@@ -104,7 +77,8 @@ std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, 
         auto picture = opened_picture(frames, index, options, damage);
         const bool covers = header.area == Rect{0, 0, picture->width(), picture->height()};
         const bool clear = header.control && header.control->transparent;
-        if (options.recovery != Recovery::kNone && facts.format == Format::kGif && covers && !clear) {
+        if (options.recovery != Recovery::kNone && reading_codec(facts.format).control_tells_transparency && covers &&
+            !clear) {
             picture->flatten(options.background);  // no pixel of such a frame is transparent but what was lost
         }
         picture->apply_profiles(options);
@@ -118,8 +92,11 @@ std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptio
     settle_after_fork();
     const FileFacts facts = probe(data);
     require_decodable(facts, options);
-    const SharedFrames frames =
-        labeled(damage_of(facts.format, options), [&] { return opened(borrowed_source(data), facts, options, false); });
+    const SharedFrames frames = labeled(damage_of(facts.format, options), [&] {
+        const FormatCodec& codec = reading_codec(facts.format);
+        const auto open = facts.has_still && codec.open_still != nullptr ? codec.open_still : codec.open;
+        return open(borrowed_source(data), facts, options);
+    });
     auto picture = decode_frame(frames, 0, options);
     picture->decode();
     static_cast<VipsPicture&>(*picture).set_origin({});  // the data go with the caller

@@ -1,17 +1,14 @@
-// From a picture to the bytes of a file: the settings of each format in the terms of the library. PNG and TIFF have
-// files of their own.
+// From a picture to the bytes of a file: what the encoders of all formats share.
 #include <algorithm>
+#include <cassert>
 #include <string>
 #include <vector>
 
-#include "runtime/native/imagework/bmp/bmp_codec.h"
-#include "runtime/native/imagework/jpeg/jpeg_codec.h"
-#include "runtime/native/imagework/vips/encode_gif.h"
+#include "runtime/native/imagework/format_codec.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/quantizer_threads.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
-#include "runtime/native/imagework/webp/webp_codec.h"
 
 using vips::VImage;
 using vips::VOption;
@@ -42,92 +39,44 @@ PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture) {
 
 namespace {
 
-void encode_as(const BmpEncoding& wanted, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
-    check_bmp_encoding(wanted);
-    BmpEncoding bmp = wanted;
-    picture.to_srgb();  // the format has no place for a profile
-    std::vector<Argb> palette = encoding.palette;
-    if (palette.empty() && picture.palette().size() <= size_t{1} << std::min(8, bmp.bits_per_pixel)) {
-        palette.assign(picture.palette().begin(), picture.palette().end());
+// With a codec that says which rows it takes.
+void encode_rows(const FormatCodec& codec, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+    const WantedRows wanted = codec.wanted(encoding.format, picture.rows_header());
+    if (!wanted.keeps_profile) {
+        picture.to_srgb();
     }
-    if (bmp.bits_per_pixel != 32) {
-        picture.lose_alpha(encoding);
-        for (Argb& color : palette) {
-            color |= kBlack;
+    if (wanted.form.color == ColorModel::kIndexed) {
+        const auto own = picture.palette();
+        if (!encoding.palette.empty()) {
+            picture.reduce(encoding.palette, encoding.diffuse);
+        } else if (own.empty() || own.size() > static_cast<size_t>(wanted.palette_size)) {
+            picture.reduce(picture.close_palette(wanted.palette_size, true), encoding.diffuse);
         }
-    }
-    const auto own = picture.palette();
-    const bool has_palette = !own.empty() && own.size() <= size_t{1} << std::min(8, bmp.bits_per_pixel) &&
-                             std::equal(own.begin(), own.end(), palette.begin(), palette.end());
-    if (bmp.bits_per_pixel > 8 || !has_palette) {
-        picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-        if (encoding.may_widen && bmp.bits_per_pixel <= 8 &&
-            !has_at_most_colors(picture.image(), size_t{1} << bmp.bits_per_pixel)) {
-            bmp = BmpEncoding{};
+    } else {
+        if (!wanted.form.alpha) {
+            picture.lose_alpha(encoding);
         }
-        if (bmp.bits_per_pixel <= 8) {
-            picture.reduce(palette.empty() ? picture.close_palette(1 << bmp.bits_per_pixel, false) : palette,
-                           encoding.diffuse);
-        }
+        picture.to_form(wanted.form);
     }
-    std::vector<uint8_t> file;
-    const auto writer = make_bmp_writer(picture.rows_header(), bmp, file);
-    write_rows(picture, *writer);
-    writer->finish();
-    out.write_whole(to_encoded(std::move(file)));
-}
-
-// The color model that the file is to have.
-ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const Encoding& encoding) {
-    const bool cmyk = picture.form().color == ColorModel::kCmyk;
-    switch (jpeg.color) {
-        case JpegColor::kGray:
-            return ColorModel::kGray;
-        case JpegColor::kYcc:
-            return ColorModel::kRgb;
-        case JpegColor::kCmyk:
-            // A picture that is saved as it was follows what became of its colors.
-            if (cmyk || !encoding.may_widen) {
-                return ColorModel::kCmyk;
-            }
-            break;
-        case JpegColor::kAuto:
-            if (cmyk) {
-                return ColorModel::kCmyk;
-            }
-            break;
-    }
-    return picture.is_gray() ? ColorModel::kGray : ColorModel::kRgb;
-}
-
-void encode_as(const JpegEncoding& jpeg, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
-    picture.lose_alpha(encoding);
-    const ColorModel model = model_of(jpeg, picture, encoding);
-    if (const ProfileBytes& wanted = model == ColorModel::kCmyk ? encoding.cmyk_profile : encoding.rgb_profile;
-        wanted != nullptr && model != ColorModel::kGray) {
-        picture.to_space({model, wanted});
-    }
-    picture.to_form(form_of_8_bits(model, picture));
-    const auto writer = make_jpeg_writer(picture.rows_header(), jpeg, out);
+    const auto writer = codec.make_writer(picture.rows_header(), encoding.format, out);
     write_rows(picture, *writer);
     writer->finish();
 }
 
-void encode_as(const WebpEncoding& webp, VipsPicture& picture, const Encoding&, ByteSink& out) {
-    picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-    std::vector<uint8_t> file;
-    const auto writer = make_webp_writer(picture.rows_header(), webp, file);
-    write_rows(picture, *writer);
-    writer->finish();
-    out.write_whole(to_encoded(std::move(file)));
+const FormatCodec& writing_codec(Format format) {
+    const FormatCodec* codec = codec_of(format);
+    if (codec == nullptr || (codec->encode == nullptr && codec->make_writer == nullptr)) {
+        throw PictureError(Failure::kUnsupported, "there is no such format to save to");
+    }
+    return *codec;
 }
 
 }  // namespace
 
 void check_sides(const Picture& picture, Format format) {
-    const int most = format == Format::kGif || format == Format::kJpeg ? 65535
-                     : format == Format::kWebp                         ? 16383
-                                                                       : 0x7FFFFFFF;
+    const FormatCodec* codec = codec_of(format);
+    assert(codec != nullptr);
+    const int32_t most = codec->longest_side;
     if (picture.width() > most || picture.height() > most) {
         unfit(std::string(format_name(format)) + " holds at most " + std::to_string(most) +
               " pixels to a side; the image is " + std::to_string(picture.width()) + " by " +
@@ -188,7 +137,8 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding) {
     if (encoding.transparent_color) {
         own.make_transparent(*encoding.transparent_color);
     }
-    const bool reduces = format_of(encoding) == Format::kGif && !encoding.palette.empty();
+    const FormatCodec* codec = codec_of(format_of(encoding));
+    const bool reduces = codec != nullptr && codec->is_indexed && !encoding.palette.empty();
     if (reduces && !(encoding.may_widen && !own.has_only(encoding.palette))) {
         own.reduce(encoding.palette, encoding.diffuse);
     }
@@ -198,6 +148,7 @@ void VipsPicture::encode(const Encoding& wanted, ByteSink& out) const {
     const Format format = format_of(wanted);
     std::string what = std::string("the image could not be written as ") + format_name(format);
     guarded(Failure::kEncoding, what.c_str(), [&] {
+        const FormatCodec& codec = writing_codec(format);
         check_sides(*this, format);
         Encoding encoding = wanted;
         const bool own_palette =
@@ -208,7 +159,7 @@ void VipsPicture::encode(const Encoding& wanted, ByteSink& out) const {
         VipsPicture own(*this, Shared{});
         m_exclusive = false;
         prepare_for_encoding(own, encoding);
-        std::visit([&](const auto& kind) { encode_as(kind, own, encoding, out); }, encoding.format);
+        codec.encode != nullptr ? codec.encode(own, encoding, out) : encode_rows(codec, own, encoding, out);
     });
 }
 

@@ -3,7 +3,6 @@
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 
 #include "runtime/native/imagework/backend.h"
-#include "runtime/native/imagework/tiff/tiff_writer.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 namespace zelmor::imagework {
@@ -22,13 +21,6 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding);
 
 // The form of 8 bits a channel in the color model given, with alpha where the picture has it.
 PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture);
-
-// Encode a picture, which they may bring into another form; `encoding` has the settings that do not depend on the
-// format.
-void encode_as(const PngEncoding& png, VipsPicture& picture, const Encoding& encoding, ByteSink& out);
-void encode_as(const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding, ByteSink& out);
-// The same as the next page of a file.
-void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& picture, const Encoding& encoding);
 
 }  // namespace zelmor::imagework
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <functional>
 
-#include "runtime/native/imagework/codecs/png_chunks.h"
+#include "runtime/native/formats/png/png_chunks.h"
 #include "runtime/native/imagework/palette_search.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/vips/argb_rows.h"

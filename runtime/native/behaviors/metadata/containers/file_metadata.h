@@ -13,14 +13,13 @@
 
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/core/value.h"
+#include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 
 namespace zelmor::embed {
 
-enum class MetadataFormat : uint8_t { kOther, kBmp, kJpeg, kPng, kWebp, kGif, kTiff };
-// By the first bytes of the file.
-MetadataFormat metadata_format(std::span<const std::byte> file);
-MetadataFormat metadata_format(const imagework::DataSource& file);
+// The format that the first bytes of a file belong to.
+imagework::Format metadata_format(std::span<const std::byte> file);
 
 // The metadata of a file, unchanged; what is empty is not there. The search ends at damage, which the decoder reports.
 struct FileMetadata {
@@ -50,13 +49,10 @@ struct MetadataToWrite : FileMetadata {
 // The file with that. ArgumentException for what is too long for the format.
 Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata);
 
-// The number of bytes before the pixels of a JPEG or PNG file that an encoder writes. All metadata stand there:
+// The number of bytes before the pixels of a file that an encoder writes, for formats that have all metadata there:
 // with_metadata() changes nothing behind them. Nothing where the first bytes of the file, which are given, do not reach
 // so far, and for other formats.
 std::optional<size_t> size_of_head(std::span<const std::byte> start);
-
-// The most bytes of a packet that one segment of a JPEG holds; what is longer has to be split.
-constexpr size_t kMostJpegXmp = 65504;
 
 // Parts of TIFF files that both this and the codec of EXIF data need.
 //

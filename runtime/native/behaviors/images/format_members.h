@@ -1,0 +1,108 @@
+// The members part of a format's room: the classes of the API for the format, and what the code that all image classes
+// share asks by format.
+//
+// formats/CMakeLists.txt lists the rooms that have one; CMake makes the table behind format_members(). A function that
+// is null does nothing, unless its comment says otherwise.
+#ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_MEMBERS_H
+#define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_MEMBERS_H
+
+#include <span>
+#include <string>
+
+#include "runtime/native/behaviors/images/image_base.h"
+#include "runtime/native/behaviors/images/new_pixels.h"
+#include "runtime/native/catalogue/names.h"
+#include "runtime/native/core/records.h"
+#include "runtime/native/imagework/encoded_bytes.h"
+#include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/data_source.h"
+#include "runtime/native/imagework/probe/probe.h"
+
+namespace zelmor::imagework {
+struct FrameToWrite;
+}
+
+namespace zelmor::embed {
+
+class ImageObject;
+
+// The classes of a format of the API. The API counts variants such as animated PNG as formats of their own.
+struct FormatClasses {
+    FileFormat format;
+    imagework::Format codec;  // the runtime's format
+    const char* name;         // "Bmp": in messages and in the names of loaders, exporters and creators
+    const TypeName& image;
+    const TypeName& options;  // for saving
+    const TypeName* frame;    // of an image of several pictures; null where the format has one picture
+    bool holds_frames;        // whether a file takes all frames of an image
+};
+
+struct FormatMembers {
+    imagework::Format format;
+    std::span<const FormatClasses> classes;  // the usual variant first
+
+    // ---- Save options
+
+    // The settings in save options of the format.
+    imagework::FormatEncoding (*settings)(const ManagedObject& options);
+    // Takes what else save options of the format say.
+    void (*take_options)(const ManagedObject& options, imagework::Encoding& encoding) = nullptr;
+    // Sets the properties of save options from the settings of a file; `facts.encoding` is of the format.
+    void (*fill_options)(ManagedObject& options, const imagework::FileFacts& facts);
+    // Whether the options have a place for the resolution of a picture.
+    bool options_have_resolution = true;
+
+    // ---- Settings of images
+
+    // The pixels of a new image that is to be written with the settings.
+    NewPixels (*new_pixels)(const imagework::FormatEncoding& settings);
+    // Whether files with the settings have a palette. Null: none has.
+    bool (*is_indexed)(const imagework::FormatEncoding& settings) = nullptr;
+    // The settings of a file, for its picture as it is now: saving again must not lose changes since it was loaded.
+    void (*renew)(imagework::FormatEncoding& settings) = nullptr;
+    // The default settings, for a picture that came from elsewhere.
+    void (*suit)(imagework::FormatEncoding& settings, const ImageObject& page) = nullptr;
+    // Takes the properties of an image that is saved without options, such as those of its animation.
+    void (*take_image)(const ImageObject& image, imagework::Encoding& encoding) = nullptr;
+    // Fills in settings that neither options nor the image name, from the file of the image.
+    void (*complete)(const ImageObject& image, imagework::FormatEncoding& settings) = nullptr;
+    // Takes the options that a new image is created with.
+    void (*take_creation)(ImageObject& image, const Record& options) = nullptr;
+
+    // The pictures of a file are pages: of any size, and each with metadata of its own. Otherwise they are frames on
+    // one canvas, and the metadata describe the image as a whole.
+    bool has_pages = false;
+    // The name that a file gives to a page.
+    std::string (*page_title)(const imagework::FileFacts& facts) = nullptr;
+    // Drops what describes the picture and is kept with its frames, rather than with the metadata of the file.
+    void (*drop_descriptions)(ImageObject& image) = nullptr;
+
+    // ---- Saving frames
+
+    // Encodes an image of the format with its frames as they are, for a save without other settings. Null: it is
+    // written as an image of any other format is.
+    imagework::EncodedBytes (*encode_frames)(ImageObject& image) = nullptr;
+    // Takes what a frame says besides its pixels, for a file of the format. `is_described` tells whether a picture that
+    // stands alone has to be written as a frame because of that; both are null, or none.
+    bool (*is_described)(ImageObject& source) = nullptr;
+    void (*describe_frame)(ImageObject& image, ImageObject& source, bool last,
+                           imagework::FrameToWrite& frame) = nullptr;
+
+    // ---- Loading
+
+    // Sets properties of an image from the settings of its file; `facts.encoding` is of the format.
+    void (*take_file)(ImageObject& image) = nullptr;
+
+    // Refuses a file that the load options do not allow; PictureError.
+    void (*check_load_options)(const Record& load_options, const imagework::SharedSource& file) = nullptr;
+};
+
+// The members parts of all rooms that have one, in the order of the rooms.
+std::span<const FormatMembers* const> format_members();
+// Null for a format without one.
+const FormatMembers* members_of(imagework::Format format);
+bool has_pages(imagework::Format format);
+
+}  // namespace zelmor::embed
+
+#endif  // ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_MEMBERS_H

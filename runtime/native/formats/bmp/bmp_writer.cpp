@@ -1,0 +1,246 @@
+// Writing BMP; see bmp_codec.h. The last row comes first in the file.
+#include <algorithm>
+#include <cassert>
+#include <string>
+
+#include "runtime/native/formats/bmp/bmp_codec.h"
+#include "runtime/native/formats/bmp/bmp_compressions.h"
+#include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/imagework/picture_error.h"
+
+namespace zelmor::imagework {
+namespace {
+
+constexpr size_t kFileHeader = 14;
+constexpr size_t kPlainHeader = 40;
+constexpr size_t kLongHeader = 108;  // of bit fields: with masks and a color space
+
+// Bits of the channels in a pixel, as the header states them.
+struct Masks {
+    uint32_t red, green, blue, alpha;
+};
+// Alpha is told apart from an unused byte by its mask alone.
+constexpr Masks kArgbMasks{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
+constexpr Masks kRgb565Masks{0xF800, 0x07E0, 0x001F, 0};
+
+void put_u16(std::vector<uint8_t>& out, unsigned value) {
+    out.push_back(static_cast<uint8_t>(value));
+    out.push_back(static_cast<uint8_t>(value >> 8));
+}
+
+void put_u32(std::vector<uint8_t>& out, uint64_t value) {
+    put_u16(out, static_cast<unsigned>(value & 0xFFFF));
+    put_u16(out, static_cast<unsigned>(value >> 16 & 0xFFFF));
+}
+
+void set_u32(std::vector<uint8_t>& out, size_t at, uint64_t value) {
+    for (size_t i = 0; i < 4; i++) {
+        out[at + i] = static_cast<uint8_t>(value >> 8 * i);
+    }
+}
+
+uint32_t per_meter(double dots_per_inch) {
+    constexpr double kMetersPerInch = 0.0254;
+    return static_cast<uint32_t>(std::clamp(dots_per_inch / kMetersPerInch + 0.5, 0.0, 2147483647.0));
+}
+
+class BmpWriter final : public RowWriter {
+ public:
+    BmpWriter(const RowsHeader& header, const BmpEncoding& encoding, std::vector<uint8_t>& out)
+        : m_header(header), m_bits(encoding.bits_per_pixel), m_out(out) {
+        check_bmp_encoding(encoding);
+        check_form();
+        const bool fields = encoding.compression == BmpCompression::kBitFields;
+        m_runs = encoding.compression == BmpCompression::kRle8 || encoding.compression == BmpCompression::kRle4;
+        if (m_bits == 32 && (fields || header.form.alpha)) {
+            m_masks = &kArgbMasks;
+        } else if (fields) {
+            m_masks = &kRgb565Masks;
+        }
+        m_stride = (static_cast<uint64_t>(header.width) * static_cast<uint64_t>(m_bits) + 31) / 32 * 4;
+        m_data_at =
+            kFileHeader + (m_masks != nullptr ? kLongHeader : kPlainHeader) + sizeof(Argb) * header.palette.size();
+        const uint64_t size = m_data_at + (m_runs ? 0 : m_stride * static_cast<uint64_t>(header.height));
+        require_size(size);
+        m_out.clear();
+        m_out.reserve(static_cast<size_t>(size));
+        put_headers();
+        if (!m_runs) {
+            m_out.resize(static_cast<size_t>(size));
+        }
+    }
+
+    void write(int32_t count, std::span<const uint8_t> rows) override {
+        const size_t row_size = m_header.form.pixel_size() * static_cast<size_t>(m_header.width);
+        assert(count >= 0 && m_next + count <= m_header.height && rows.size() == row_size * static_cast<size_t>(count));
+        for (int32_t i = 0; i < count; i++, m_next++) {
+            const uint8_t* row = rows.data() + row_size * static_cast<size_t>(i);
+            if (m_runs) {
+                m_row_starts.push_back(m_coded.size());
+                code_runs(row);
+                continue;
+            }
+            uint8_t* to = m_out.data() + m_data_at + m_stride * static_cast<uint64_t>(m_header.height - 1 - m_next);
+            if (m_bits <= 8) {
+                put_indices(row, to);
+            } else {
+                put_colors(row, to);
+            }
+        }
+    }
+
+    void finish() override {
+        assert(m_next == m_header.height);
+        if (m_runs) {
+            size_t end = m_coded.size();
+            for (size_t row = m_row_starts.size(); row-- > 0; end = m_row_starts[row]) {
+                m_out.insert(m_out.end(), m_coded.begin() + static_cast<std::ptrdiff_t>(m_row_starts[row]),
+                             m_coded.begin() + static_cast<std::ptrdiff_t>(end));
+                put_u16(m_out, row == 0 ? 0x0100 : 0);  // the end of the picture, or of the row
+            }
+            require_size(m_out.size());
+        }
+        set_u32(m_out, 2, m_out.size());
+        set_u32(m_out, 34, m_out.size() - m_data_at);
+    }
+
+ private:
+    void check_form() const {
+        const PixelForm& form = m_header.form;
+        const bool fits = form.sample == SampleType::kUint8 &&
+                          (m_bits <= 8 ? form.color == ColorModel::kIndexed : form.color == ColorModel::kRgb);
+        if (!fits) {
+            throw PictureError(Failure::kEncoding,
+                               "BMP of " + std::to_string(m_bits) + " bits per pixel does not hold such pixels");
+        }
+        if (m_bits <= 8 && m_header.palette.size() > size_t{1} << m_bits) {
+            throw PictureError(Failure::kEncoding,
+                               "the picture has more than " + std::to_string(1 << m_bits) + " colors");
+        }
+    }
+
+    static void require_size(uint64_t size) {
+        constexpr uint64_t kMost = 0xFFFFFFFF;
+        if (size > kMost) {
+            throw PictureError(Failure::kEncoding, "the file would be larger than BMP files can be");
+        }
+    }
+
+    void put_headers() {
+        const Resolution resolution = m_header.resolution.value_or(kDefaultResolution);
+        const size_t header_size = m_masks != nullptr ? kLongHeader : kPlainHeader;
+        m_out.push_back('B');
+        m_out.push_back('M');
+        put_u32(m_out, 0);  // the length of the file, known at the end
+        put_u32(m_out, 0);
+        put_u32(m_out, m_data_at);
+        put_u32(m_out, header_size);
+        put_u32(m_out, static_cast<uint32_t>(m_header.width));
+        put_u32(m_out, static_cast<uint32_t>(m_header.height));
+        put_u16(m_out, 1);
+        put_u16(m_out, static_cast<unsigned>(m_bits));
+        put_u32(m_out, m_runs ? (m_bits == 8 ? kBiRle8 : kBiRle4) : m_masks != nullptr ? kBiBitFields : kBiRgb);
+        put_u32(m_out, 0);  // the length of the pixel data
+        put_u32(m_out, per_meter(resolution.horizontal));
+        put_u32(m_out, per_meter(resolution.vertical));
+        put_u32(m_out, m_header.palette.size());
+        put_u32(m_out, 0);
+        if (m_masks != nullptr) {
+            for (const uint32_t mask : {m_masks->red, m_masks->green, m_masks->blue, m_masks->alpha}) {
+                put_u32(m_out, mask);
+            }
+            put_u32(m_out, 0x73524742);  // "sRGB"
+            m_out.resize(kFileHeader + kLongHeader);
+        }
+        for (const Argb color : m_header.palette) {
+            put_u32(m_out, color & 0xFFFFFF);
+        }
+    }
+
+    void put_indices(const uint8_t* row, uint8_t* to) const {
+        if (m_bits == 8) {
+            std::copy_n(row, m_header.width, to);
+            return;
+        }
+        const int per_byte = 8 / m_bits;
+        for (int32_t x = 0; x < m_header.width; x += per_byte) {
+            unsigned byte = 0;
+            for (int i = 0; i < per_byte; i++) {
+                byte = byte << m_bits | (x + i < m_header.width ? row[x + i] : 0U);
+            }
+            *to++ = static_cast<uint8_t>(byte);
+        }
+    }
+
+    void put_colors(const uint8_t* row, uint8_t* to) const {
+        const bool alpha = m_header.form.alpha;
+        const size_t step = alpha ? 4 : 3;
+        const bool six = m_masks == &kRgb565Masks;
+        for (int32_t x = 0; x < m_header.width; x++, row += step) {
+            if (m_bits == 16) {
+                const unsigned green = six ? (row[1] * 63U + 127) / 255 : (row[1] * 31U + 127) / 255;
+                const unsigned pixel =
+                    (row[0] * 31U + 127) / 255 << (six ? 11 : 10) | green << 5 | (row[2] * 31U + 127) / 255;
+                *to++ = static_cast<uint8_t>(pixel);
+                *to++ = static_cast<uint8_t>(pixel >> 8);
+                continue;
+            }
+            *to++ = row[2];
+            *to++ = row[1];
+            *to++ = row[0];
+            if (m_bits == 32) {
+                *to++ = alpha ? row[3] : 0xFF;
+            }
+        }
+    }
+
+    // Runs of one index only: valid, and where run-length coding pays, nearly as short as with literals.
+    void code_runs(const uint8_t* row) {
+        constexpr int32_t kLongest = 255;
+        for (int32_t x = 0; x < m_header.width;) {
+            int32_t end = x + 1;
+            while (end < m_header.width && end - x < kLongest && row[end] == row[x]) {
+                end++;
+            }
+            m_coded.push_back(static_cast<uint8_t>(end - x));
+            m_coded.push_back(m_bits == 4 ? static_cast<uint8_t>(row[x] << 4 | row[x]) : row[x]);
+            x = end;
+        }
+    }
+
+    RowsHeader m_header;
+    int m_bits;
+    std::vector<uint8_t>& m_out;
+    bool m_runs = false;
+    const Masks* m_masks = nullptr;
+    uint64_t m_stride = 0;
+    size_t m_data_at = 0;
+    int32_t m_next = 0;
+    std::vector<uint8_t> m_coded;  // the runs of all rows, the first row first
+    std::vector<size_t> m_row_starts;
+};
+
+}  // namespace
+
+void check_bmp_encoding(const BmpEncoding& encoding) {
+    const int bits = encoding.bits_per_pixel;
+    if (bits != 1 && bits != 4 && bits != 8 && bits != 16 && bits != 24 && bits != 32) {
+        throw PictureError(Failure::kEncoding, "BMP has no form of " + std::to_string(bits) +
+                                                   " bits per pixel; there are 1, 4, 8, 16, 24 and 32");
+    }
+    const bool fits = encoding.compression == BmpCompression::kRgb ||
+                      (encoding.compression == BmpCompression::kBitFields && (bits == 16 || bits == 32)) ||
+                      (encoding.compression == BmpCompression::kRle8 && bits == 8) ||
+                      (encoding.compression == BmpCompression::kRle4 && bits == 4);
+    if (!fits) {
+        throw PictureError(Failure::kEncoding,
+                           "this BMP compression does not go with " + std::to_string(bits) + " bits per pixel");
+    }
+}
+
+std::unique_ptr<RowWriter> make_bmp_writer(const RowsHeader& header, const BmpEncoding& encoding,
+                                           std::vector<uint8_t>& out) {
+    return std::make_unique<BmpWriter>(header, encoding, out);
+}
+
+}  // namespace zelmor::imagework

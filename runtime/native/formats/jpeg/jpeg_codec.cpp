@@ -1,0 +1,64 @@
+// The codec of JPEG in the image backend.
+
+#include "runtime/native/formats/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/imagework/format_codec.h"
+#include "runtime/native/imagework/vips/encode_support.h"
+#include "runtime/native/imagework/vips/rows_image.h"
+#include "runtime/native/imagework/vips/vips_picture.h"
+
+namespace zelmor::imagework {
+namespace {
+
+SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+    return open_jpeg(source, options.recovery, options.memory);
+}
+
+// The color model that the file is to have.
+ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const Encoding& encoding) {
+    const bool cmyk = picture.form().color == ColorModel::kCmyk;
+    switch (jpeg.color) {
+        case JpegColor::kGray:
+            return ColorModel::kGray;
+        case JpegColor::kYcc:
+            return ColorModel::kRgb;
+        case JpegColor::kCmyk:
+            // A picture that is saved as it was follows what became of its colors.
+            if (cmyk || !encoding.may_widen) {
+                return ColorModel::kCmyk;
+            }
+            break;
+        case JpegColor::kAuto:
+            if (cmyk) {
+                return ColorModel::kCmyk;
+            }
+            break;
+    }
+    return picture.is_gray() ? ColorModel::kGray : ColorModel::kRgb;
+}
+
+void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+    const auto& jpeg = encoding.format.get<JpegEncoding>();
+    picture.lose_alpha(encoding);
+    const ColorModel model = model_of(jpeg, picture, encoding);
+    if (const ProfileBytes& wanted = model == ColorModel::kCmyk ? encoding.cmyk_profile : encoding.rgb_profile;
+        wanted != nullptr && model != ColorModel::kGray) {
+        picture.to_space({model, wanted});
+    }
+    picture.to_form(form_of_8_bits(model, picture));
+    const auto writer = make_jpeg_writer(picture.rows_header(), jpeg, out);
+    write_rows(picture, *writer);
+    writer->finish();
+}
+
+}  // namespace
+
+extern const FormatCodec kJpegCodec;
+const FormatCodec kJpegCodec{
+    .format = Format::kJpeg,
+    .open = &open,
+    .longest_side = 65535,
+    .encode = &encode,
+};
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,42 @@
+// OpenDocument drawings: a zip archive, or as FODG one XML document.
+#include <string>
+#include <string_view>
+
+#include "runtime/native/formats/format_room.h"
+#include "runtime/native/imagework/probe/packed_head.h"
+#include "runtime/native/imagework/probe/text_head.h"
+
+namespace zelmor::imagework {
+namespace {
+
+constexpr std::string_view kType = "application/vnd.oasis.opendocument.graphics";
+constexpr size_t kMost = 4096;
+
+bool is_flat(const ByteReader& in) {
+    const std::string text = text_head(in, kMost);
+    const std::string quoted = '"' + std::string(kType) + '"';
+    return xml_root(text) == "office:document" && text.find(quoted) != std::string::npos;
+}
+
+bool begins_odg(const ByteReader& in) {
+    return is_zip_of_type(in, kType) || is_flat(in);
+}
+
+Variant variant_of(const ByteReader& in) {
+    return is_zip_of_type(in, kType) ? Variant::kUsual : Variant::kFOdg;
+}
+
+constexpr const char* kExtensions[] = {"odg", "fodg"};
+
+}  // namespace
+
+extern const FormatRoom kOdgRoom;
+const FormatRoom kOdgRoom{
+    .format = Format::kOdg,
+    .name = "ODG",
+    .extensions = kExtensions,
+    .begins = &begins_odg,
+    .variant = &variant_of,
+};
+
+}  // namespace zelmor::imagework

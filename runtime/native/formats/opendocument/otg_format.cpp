@@ -1,0 +1,24 @@
+// OpenDocument templates of drawings: a zip archive.
+#include "runtime/native/formats/format_room.h"
+#include "runtime/native/imagework/probe/packed_head.h"
+
+namespace zelmor::imagework {
+namespace {
+
+bool begins_otg(const ByteReader& in) {
+    return is_zip_of_type(in, "application/vnd.oasis.opendocument.graphics-template");
+}
+
+constexpr const char* kExtensions[] = {"otg"};
+
+}  // namespace
+
+extern const FormatRoom kOtgRoom;
+const FormatRoom kOtgRoom{
+    .format = Format::kOtg,
+    .name = "OTG",
+    .extensions = kExtensions,
+    .begins = &begins_otg,
+};
+
+}  // namespace zelmor::imagework

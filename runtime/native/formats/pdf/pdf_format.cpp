@@ -1,0 +1,23 @@
+// PDF: the mark may stand behind bytes that mean nothing, but the files that programs write begin with it.
+#include "runtime/native/formats/format_room.h"
+
+namespace zelmor::imagework {
+namespace {
+
+bool begins_pdf(const ByteReader& in) {
+    return in.starts_with(0, "%PDF-");
+}
+
+constexpr const char* kExtensions[] = {"pdf"};
+
+}  // namespace
+
+extern const FormatRoom kPdfRoom;
+const FormatRoom kPdfRoom{
+    .format = Format::kPdf,
+    .name = "PDF",
+    .extensions = kExtensions,
+    .begins = &begins_pdf,
+};
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,61 @@
+// Finding the codec of a format, and loading it where it is a shared object of its own; see format_codec.h.
+#include "runtime/native/imagework/format_codecs.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "runtime/native/imagework/picture_error.h"
+
+namespace zelmor::imagework {
+namespace {
+
+// The directory of the shared object that this function is part of.
+std::string own_directory() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&own_directory), &info) == 0 || info.dli_fname == nullptr) {
+        return ".";
+    }
+    const std::string path = info.dli_fname;
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+const FormatCodec* load(const CodecPlace& place) {
+    const std::string path = own_directory() + "/" + place.library;
+    // Never unloaded: pictures keep readers, and the libraries behind it have types that stay.
+    void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    void* symbol = library != nullptr ? dlsym(library, kFormatCodecSymbol) : nullptr;
+    if (symbol == nullptr) {
+        const char* reason = dlerror();
+        throw PictureError(Failure::kUnsupported,
+                           std::string("the codec of ") + format_name(place.format) +
+                               " cannot be loaded: " + (reason != nullptr ? reason : "no reason was given"));
+    }
+    return reinterpret_cast<FormatCodecFunction>(symbol)();
+}
+
+}  // namespace
+
+const FormatCodec* codec_of(Format format) {
+    const auto places = codec_places();
+    const auto place =
+        std::find_if(places.begin(), places.end(), [&](const CodecPlace& known) { return known.format == format; });
+    if (place == places.end() || place->codec != nullptr) {
+        return place == places.end() ? nullptr : place->codec;
+    }
+    // The codecs that are loaded; any thread may meet the first file of a format.
+    static std::mutex lock;
+    static auto* loaded = new std::map<Format, const FormatCodec*>();
+    const std::lock_guard guard(lock);
+    const FormatCodec*& codec = (*loaded)[format];
+    if (codec == nullptr) {
+        codec = load(*place);
+    }
+    return codec;
+}
+
+}  // namespace zelmor::imagework

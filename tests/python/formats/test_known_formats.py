@@ -1,0 +1,58 @@
+"""Files of formats that the API names and this runtime does not read: told by their first bytes, refused by name."""
+
+from __future__ import annotations
+
+import gzip
+import io
+from pathlib import Path
+
+import pytest
+from zelmor.imaging import FileFormat, Image
+
+from support.image_oracles import managed_error
+
+EMF = b"\1\0\0\0" + bytes(36) + b" EMF" + bytes(40)
+WMF = b"\xd7\xcd\xc6\x9a" + bytes(18) + b"\1\0\x09\0\0\3" + bytes(40)
+SVG = b"<?xml version='1.0' encoding='UTF-8'?>\n<svg xmlns='http://www.w3.org/2000/svg' width='1' height='1'/>\n"
+
+#: The member of FileFormat, the name in messages, a beginning of a file.
+KNOWN = [
+    ("CDR", "CDR", b"RIFF\x40\0\0\0CDR9vrsn" + bytes(48)),
+    ("CMX", "CMX", b"RIFF\x40\0\0\0CMX1cont" + bytes(48)),
+    ("DICOM", "DICOM", bytes(128) + b"DICM" + bytes(100)),
+    ("DXF", "DXF", b"  0\r\nSECTION\r\n  2\r\nHEADER\r\n"),
+    ("EMF", "EMF", EMF),
+    ("EMZ", "EMF", gzip.compress(EMF, mtime=0)),
+    ("EPS", "EPS", b"%!PS-x\n%%BoundingBox: 0 0 1 1\n"),
+    ("ODG", "ODG", b"PK\3\4\x0a" + bytes(13) + b"\x2b\0\0\0\x2b\0\0\0\x08\0\0\0mimetype"
+     b"application/vnd.oasis.opendocument.graphics" + bytes(40)),
+    ("PDF", "PDF", b"%PDF-1.4\n"),
+    ("SVG", "SVG", SVG),
+    ("SVG", "SVG", b"\xff\xfe" + SVG.decode().encode("utf-16-le")),
+    ("SVGZ", "SVG", gzip.compress(SVG, mtime=0)),
+    ("WMF", "WMF", WMF),
+    ("WMZ", "WMF", gzip.compress(WMF, mtime=0)),
+]
+
+
+@pytest.mark.parametrize(("member", "name", "data"), KNOWN, ids=[f"{row[0]}-{len(row[2])}" for row in KNOWN])
+def test_a_known_format_is_told_and_refused_by_its_name(tmp_path: Path, member: str, name: str, data: bytes) -> None:
+    path = tmp_path / "a.png"  # the name does not count
+    path.write_bytes(data)
+    text = f"this runtime does not read {name} files."
+    assert Image.get_file_format(str(path)) == FileFormat[member]
+    assert Image.get_file_format(io.BytesIO(data)) == FileFormat[member]
+    assert not Image.can_load(str(path))
+    assert not Image.can_load(io.BytesIO(data))
+    with managed_error("NotSupportedException", f"Cannot load '{path}': {text}"):
+        Image.load(str(path))
+    with managed_error("NotSupportedException", f"Cannot load the image from the stream: {text}"):
+        Image.load(io.BytesIO(data))
+
+
+@pytest.mark.parametrize("data", [b"some text", b"<html>no picture</html>", b"0\nSECTIONS\n", gzip.compress(b"text"),
+                                  bytes(200), b"PK\3\4" + bytes(60)])
+def test_what_only_resembles_a_format_is_undefined(data: bytes) -> None:
+    assert Image.get_file_format(io.BytesIO(data)) == FileFormat.UNDEFINED
+    with managed_error("ImageLoadException", "none of the formats BMP, GIF, JPEG, PNG, TIFF, WebP"):
+        Image.load(io.BytesIO(data))
