@@ -205,8 +205,8 @@ TEST(ResolutionTest, IsKeptByTheFormatsThatHoldIt) {
         Encoding encoding{format, Resolution{300, 150}, kWhite, true, {}};
         EncodedBytes bytes = noise(8, 8, false)->encode(encoding);
         auto copy = backend().decode({bytes.data.get(), bytes.size}, {});
-        EXPECT_NEAR(copy->resolution().horizontal, 300, 0.6) << format.index();
-        EXPECT_NEAR(copy->resolution().vertical, 150, 0.6) << format.index();
+        EXPECT_NEAR(copy->resolution().horizontal, 300, 0.6) << format_name(format.format());
+        EXPECT_NEAR(copy->resolution().vertical, 150, 0.6) << format_name(format.format());
     }
     EXPECT_EQ(decoded(encoded(*noise(8, 8, false), GifEncoding{}))->resolution(), kDefaultResolution);
 }

@@ -113,10 +113,11 @@ TEST(FramesTest, AnimationsKeepFramesAndTimes) {
         for (const bool alpha : {false, true}) {
             const auto frames = animation(format, 4, alpha);
             const auto read = frames_of(written(frames));
-            ASSERT_EQ(read.size(), 4U) << format.index();
+            ASSERT_EQ(read.size(), 4U) << format_name(format.format());
             for (size_t i = 0; i < 4; i++) {
-                EXPECT_EQ(seen(*read[i].picture), seen(*frames[i].picture)) << format.index() << alpha << i;
-                EXPECT_EQ(read[i].duration, frames[i].duration) << format.index();
+                EXPECT_EQ(seen(*read[i].picture), seen(*frames[i].picture))
+                    << format_name(format.format()) << alpha << i;
+                EXPECT_EQ(read[i].duration, frames[i].duration) << format_name(format.format());
             }
         }
     }

@@ -24,7 +24,7 @@ bool begins_dxf(const ByteReader& in) {
         return true;
     }
     constexpr size_t kMost = 4096;
-    const std::string head = text_head(in, kMost);
+    const std::string head = text_head(in, kMost, "09");
     std::string_view text = head;
     constexpr std::string_view kComment = "999";
     std::string_view code = next_line(text);

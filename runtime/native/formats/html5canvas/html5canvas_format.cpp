@@ -10,7 +10,7 @@ namespace {
 constexpr size_t kMost = 4096;
 
 bool begins_html5canvas(const ByteReader& in) {
-    std::string text = text_head(in, kMost);
+    std::string text = text_head(in, kMost, "<");
     for (char& c : text) {
         c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     }

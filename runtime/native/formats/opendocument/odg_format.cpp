@@ -13,7 +13,7 @@ constexpr std::string_view kType = "application/vnd.oasis.opendocument.graphics"
 constexpr size_t kMost = 4096;
 
 bool is_flat(const ByteReader& in) {
-    const std::string text = text_head(in, kMost);
+    const std::string text = text_head(in, kMost, "<");
     const std::string quoted = '"' + std::string(kType) + '"';
     return xml_root(text) == "office:document" && text.find(quoted) != std::string::npos;
 }

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t kMost = 16384;
 
 bool is_svg(const ByteReader& in) {
-    const std::string text = text_head(in, kMost);
+    const std::string text = text_head(in, kMost, "<");
     const std::string_view root = xml_root(text);
     return root == "svg" || root.ends_with(":svg");
 }

@@ -43,7 +43,7 @@ size_t behind_document_type(std::string_view text, size_t at) {
 
 }  // namespace
 
-std::string text_head(const ByteReader& file, size_t most) {
+std::string text_head(const ByteReader& file, size_t most, std::string_view beginnings) {
     constexpr size_t kLook = 64;
     std::string text;
     const auto read = [&](size_t count) {
@@ -57,12 +57,12 @@ std::string text_head(const ByteReader& file, size_t most) {
         }
         text.erase(0, std::min(text.find_first_not_of(kSpace), text.size()));
     };
-    // A file that cannot be text is looked at no further.
+    // A file that cannot be such a text is looked at no further.
     read(kLook);
     const bool is_text = std::none_of(text.begin(), text.end(), [](char c) {
         return static_cast<uint8_t>(c) < ' ' && kSpace.find(c) == std::string_view::npos;
     });
-    if (is_text && most > kLook) {
+    if (is_text && !text.empty() && beginnings.find(text[0]) != std::string_view::npos && most > kLook) {
         read(most);
     }
     return text;

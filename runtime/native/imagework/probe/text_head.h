@@ -11,9 +11,10 @@
 
 namespace zelmor::imagework {
 
-// The first characters of a file, without a byte order mark and without white space before the first word. Of UTF-16
-// those below 256 count, and the others are left out.
-std::string text_head(const ByteReader& file, size_t most);
+// The first characters of a file, without a byte order mark and without white space before the first word; at most
+// `most` bytes are looked at, and only a few of a file that begins with another character than one of `beginnings`. Of
+// UTF-16 the characters below 256 count, and the others are left out.
+std::string text_head(const ByteReader& file, size_t most, std::string_view beginnings);
 
 // The name of the root element of an XML document, with its prefix: "svg", "office:document". Empty where the text is
 // no XML, or where the root does not begin in it.
