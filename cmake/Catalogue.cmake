@@ -19,7 +19,7 @@ function(zelmor_run_generator)
 endfunction()
 
 function(zelmor_depend_on_catalogue catalogue)
-    file(GLOB files CONFIGURE_DEPENDS ${catalogue}/*)
+    file(GLOB files CONFIGURE_DEPENDS ${catalogue}/* ${catalogue}/../records/*)
     set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
 endfunction()
 
@@ -34,7 +34,7 @@ function(zelmor_generate_module product catalogue variable)
 endfunction()
 
 # zelmor_generate_runtime_tables(<variable> <catalogue dir>...): generates the tables of the embedded runtime and stores
-# the name of the source in <variable>. Beside it the generator writes headers with the names of the catalogue, which
+# the names of the sources in <variable>. Beside it the generator writes headers with the names of the catalogue, which
 # the runtime includes as "generated/runtime/<managed namespace>.h".
 function(zelmor_generate_runtime_tables variable)
     foreach(catalogue IN LISTS ARGN)
@@ -42,5 +42,5 @@ function(zelmor_generate_runtime_tables variable)
     endforeach()
     set(out ${ZELMOR_GENERATED_DIR}/runtime)
     zelmor_run_generator(runtime ${out} ${ARGN})
-    set(${variable} ${out}/tables.cpp PARENT_SCOPE)
+    set(${variable} ${out}/tables.cpp ${out}/record_tables.cpp PARENT_SCOPE)
 endfunction()
