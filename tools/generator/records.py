@@ -219,11 +219,19 @@ class _Reader:
         if word == "like":
             if rest not in objects or not objects[rest].items:
                 raise CatalogueError(place, f"there is no object {rest} before this line")
+            for item in objects[rest].items:
+                if item.path is not None and item.path.scope == "kOwn" and item.path.first not in {
+                        prop.managed for prop in properties_of(block.entry).values()}:
+                    raise CatalogueError(place, f"{block.entry.name} has no property {item.path.first}")
             block.items += objects[rest].items
             block.apart |= objects[rest].apart
         elif word == "apart":
             self._property(block, place, rest)
             block.apart.add(rest)
+        elif word == "copies":
+            path = self._path(block, place, rest)
+            block.items.append(Item(place, "kCopied", path, others=[path]))
+            block.apart |= {name for base in block.entry.bases() for name in properties_of(base)}
         elif word == "align":
             block.items.append(Item(place, "kAlign", default=_number(place, rest)))
         else:
@@ -237,8 +245,6 @@ class _Reader:
             return self._bits(block, place, path, text)
         if second == "mark":
             return Item(place, "kMark", path)
-        if second == "same":
-            return Item(place, "kSame", path, others=[self._path(block, place, words[2])])
         if second == "view":
             return Item(place, "kView", path, others=[self._path(block, place, name) for name in words[2:]])
         if second == "is":

@@ -5,7 +5,6 @@
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.ObjectModel.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.Objects.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.h"
 #include "runtime/native/collections/collection.h"
@@ -21,7 +20,6 @@ constexpr const PropertyName* kParts[] = {
     &api::FileFormats::Cmx::ObjectModel::CmxContainer::property_Elements,
     &api::FileFormats::Cmx::ObjectModel::CmxDocument::property_Pages,
     &api::FileFormats::Cmx::ObjectModel::CmxPage::property_Layers,
-    &api::FileFormats::Emf::Emf::Records::EmfMetafileHeader::property_EmfHeader,
     &api::FileFormats::OpenDocument::OdObject::property_Items,
     &api::FileFormats::OpenDocument::Objects::OdGraphicStyle::property_Pen,
     &api::FileFormats::OpenDocument::Objects::OdGraphicStyle::property_Font,

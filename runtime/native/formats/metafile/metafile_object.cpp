@@ -1,6 +1,7 @@
 // Objects of metafiles and what they keep beside their properties.
 #include "runtime/native/formats/metafile/metafile_object.h"
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Objects.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Objects.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
@@ -13,9 +14,18 @@ Ref<ManagedObject> make(const TypeInfo& type) {
     return make_ref<MetafileObject>(type);
 }
 
+// A new header record has its header.
+Ref<ManagedObject> make_header(const TypeInfo& type) {
+    Ref<ManagedObject> record = make(type);
+    set_property(*record, api::FileFormats::Emf::Emf::Records::EmfMetafileHeader::property_EmfHeader.name,
+                 Value(make_instance(api::FileFormats::Emf::Emf::Objects::EmfHeaderObject::kType.name)));
+    return record;
+}
+
 // All classes of records and objects, and those that derive from nothing but have reserved fields.
 namespace emf = api::FileFormats::Emf;
 const FactoryRegistration kObjects(emf::MetaObject::kType.name, &make);
+const FactoryRegistration kHeaders(emf::Emf::Records::EmfMetafileHeader::kType.name, &make_header);
 const FactoryRegistration kPointTypes(emf::EmfPlus::Objects::EmfPlusBasePointType::kType.name, &make);
 const FactoryRegistration kRop4(emf::Emf::Records::EmfRop4::kType.name, &make);
 const FactoryRegistration kVertexData(emf::Emf::Records::EmfVertexData::kType.name, &make);

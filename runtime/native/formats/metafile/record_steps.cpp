@@ -114,14 +114,13 @@ int64_t Walk::kind_of(Frame& frame, int16_t path, const RecordItem& item) {
         return each.path == path && each.is_choice;
     });
     assert(with != all.end());
+    if (none) {
+        return stored;  // whether there may be no object is asked where it is written
+    }
     const ChoiceRow* first = nullptr;
-    bool stored_is_known = false;
     for (const ChoiceRow& row : record_choices()[static_cast<size_t>(with->reference)].rows) {
-        stored_is_known |= row.value == stored && !row.otherwise;
-        const bool fits = row.block < 0 ? none
-                                        : !none && std::strcmp(record_blocks()[static_cast<size_t>(row.block)].type,
-                                                               (*object)->type().full_name) == 0;
-        if (!fits) {
+        if (row.block < 0 || std::strcmp(record_blocks()[static_cast<size_t>(row.block)].type,
+                                         (*object)->type().full_name) != 0) {
             continue;
         }
         if (row.value == stored) {
@@ -129,10 +128,17 @@ int64_t Walk::kind_of(Frame& frame, int16_t path, const RecordItem& item) {
         }
         first = first == nullptr ? &row : first;
     }
-    if (first == nullptr || (none && !stored_is_known)) {
-        return stored;
+    return first != nullptr ? first->value : stored;
+}
+
+bool Walk::is_known_when_writing(int32_t expression) const {
+    for (size_t at = static_cast<size_t>(expression); record_steps()[at].code != StepCode::kEnd; ++at) {
+        const StepCode code = record_steps()[at].code;
+        if (code == StepCode::kRest || code == StepCode::kPeek16 || code == StepCode::kPeek32) {
+            return false;
+        }
     }
-    return first->value;
+    return true;
 }
 
 bool Walk::needs_places(int32_t expression) const {

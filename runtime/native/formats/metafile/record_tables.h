@@ -27,7 +27,7 @@ enum class ItemKind : uint8_t {
     kAlign,     // bytes up to the next multiple of a number, counted from the record's beginning
     kMark,      // a place without bytes
     kComputed,  // a value that follows from others and has no bytes
-    kSame,      // a property with the value of another
+    kCopied,    // the properties of another object, which the object has too
     kView,      // a rectangle of four other properties
 };
 

@@ -199,8 +199,8 @@ void Walk::item(Frame& frame, const RecordItem& item) {
             return note(frame, item, position());
         case ItemKind::kComputed:
             return computed(frame, item);
-        case ItemKind::kSame:
-            return same(frame, item);
+        case ItemKind::kCopied:
+            return copied(frame, item);
         case ItemKind::kView:
             return view(frame, item);
     }
@@ -494,8 +494,13 @@ void Walk::object(Frame& frame, const RecordItem& item) {
     }
     const Value value = load(frame, item);
     if (ManagedObject* object = object_in(value)) {
-        child(frame, item, *object, block_to_write(frame, item, *object), kNowhere);
-    } else if (!item.is_choice) {
+        const RecordBlock& block = block_to_write(frame, item, *object);
+        if (item.is_choice && is_known_when_writing(item.by) && block_to_read(frame, item) != &block) {
+            fail(frame, item, std::string("is an object of the class ") + object->type().name +
+                                  ", but the fields before it tell of another.");
+        }
+        child(frame, item, *object, block, kNowhere);
+    } else if (block_to_read(frame, item) != nullptr) {
         fail(frame, item, "is None.");
     }
     if (item.limit >= 0) {
@@ -660,15 +665,11 @@ void Walk::computed(Frame& frame, const RecordItem& item) {
     store(frame, item, narrowed(number, declared(*frame.object, path_at(item.path).first)->wire));
 }
 
-void Walk::same(Frame& frame, const RecordItem& item) {
+void Walk::copied(Frame& frame, const RecordItem& item) {
     const Value value = property_of_path(frame, other(item, 0));
-    if (!m_writing) {
-        store(frame, item, value);
-        return;
-    }
-    const Value own = load(frame, item);
-    if (object_in(own) != nullptr && object_in(own) != object_in(value)) {
-        fail(frame, item, std::string("is not the object in ") + path_at(other(item, 0)).first + ".");
+    const ManagedObject* from = object_in(value);
+    if (!m_writing && from != nullptr) {
+        cast_object<Record>(*frame.object).assign_from(cast_object<Record>(*const_cast<ManagedObject*>(from)));
     }
 }
 

@@ -86,7 +86,9 @@ class Walk {
 
     // record_steps.cpp: expressions and the values of paths.
     int64_t evaluate(Frame& frame, int32_t expression, const RecordItem& item);
+    // Whether the value follows from places that are known at the end of the record only.
     bool needs_places(int32_t expression) const;
+    bool is_known_when_writing(int32_t expression) const;
     int64_t value_of_path(Frame& frame, int16_t path);
     Value property_of_path(Frame& frame, int16_t path) const;
     int64_t kind_of(Frame& frame, int16_t path, const RecordItem& item);
@@ -106,7 +108,7 @@ class Walk {
     void align(Frame& frame, const RecordItem& item);
     void computed(Frame& frame, const RecordItem& item);
     void view(Frame& frame, const RecordItem& item);
-    void same(Frame& frame, const RecordItem& item);
+    void copied(Frame& frame, const RecordItem& item);
     void deferred();
     void deferred_item(Frame& frame, const RecordItem& item);
     void child(Frame& frame, const RecordItem& item, ManagedObject& object, const RecordBlock& block, int64_t index);
