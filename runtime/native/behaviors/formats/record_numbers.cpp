@@ -10,6 +10,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.EmfPlus.Records.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/formats/metafile/metafile_object.h"
 
 namespace zelmor::embed {
 
@@ -219,6 +220,10 @@ constexpr PlusRecord kPlusRecords[] = {
 };
 
 Plus get_type(Record& self) {
+    // A record of a file that no class stands for has the number of the file.
+    if (const auto* read = dynamic_cast<const metafile::MetafileObject*>(&self); read != nullptr && read->number >= 0) {
+        return static_cast<Plus>(read->number);
+    }
     for (const TypeInfo* type = &self.type(); type != nullptr; type = base_of(*type)) {
         for (const PlusRecord& row : kPlusRecords) {
             if (std::string_view(row.type.name) == type->full_name) {

@@ -71,6 +71,47 @@ FileBytes joined(const std::vector<FileBytes>& parts) {
     return out;
 }
 
+// The EMF+ records of all comments, in their order.
+std::vector<Ref<ManagedObject>> plus_records(const std::vector<Ref<ManagedObject>>& records) {
+    static const TypeInfo& comment = require_type("Zelmor.Imaging.FileFormats.Emf.Emf.Records.EmfCommentEmfPlus");
+    std::vector<Ref<ManagedObject>> all;
+    for (const Ref<ManagedObject>& record : records) {
+        const Ref<ManagedObject> inner =
+            is_assignable(comment, record->type()) ? property_object(*record, "Records") : nullptr;
+        const auto* list = inner ? dynamic_cast<const ManagedList*>(inner.get()) : nullptr;
+        for (size_t i = 0; list != nullptr && i < list->size(); ++i) {
+            const Value element = list->get(i);
+            if (const auto* object = std::get_if<Ref<ManagedObject>>(&element); object != nullptr && *object) {
+                all.push_back(*object);
+            }
+        }
+    }
+    return all;
+}
+
+// Objects that stand in several records are spread over these again.
+void write_continued_objects(const std::vector<Ref<ManagedObject>>& records) {
+    std::vector<Ref<ManagedObject>> parts;
+    for (const Ref<ManagedObject>& record : plus_records(records)) {
+        const auto* object = dynamic_cast<const MetafileObject*>(record.get());
+        if (object == nullptr || !has_property(*record, "IsContinued")) {
+            parts.clear();
+            continue;
+        }
+        if (!object->continues) {
+            parts.clear();
+        }
+        const bool more = property_bool(*record, "IsContinued");
+        if (more || !parts.empty()) {
+            parts.push_back(record);
+        }
+        if (!more && !parts.empty()) {
+            write_parts(parts);
+            parts.clear();
+        }
+    }
+}
+
 // The handles that the records of a file use: one more than the largest index that one of them creates.
 uint64_t handle_count(const std::vector<Ref<ManagedObject>>& records) {
     static const TypeInfo& creation =
@@ -175,6 +216,7 @@ EmfFile read_emf(FileView bytes) {
 }
 
 FileBytes write_emf(const EmfFile& file) {
+    write_continued_objects(file.records);
     FileBytes out = joined(written(file.records));
     if (out != file.source) {
         if (!is_emf(out) || out.size() < kEmfHeaderSize) {

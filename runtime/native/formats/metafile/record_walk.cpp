@@ -693,7 +693,9 @@ void Walk::deferred_item(Frame& frame, const RecordItem& item) {
         const Value value = load(frame, item);
         const auto* bytes = std::get_if<Bytes>(&value);
         const auto* text = std::get_if<std::u16string>(&value);
-        if (is_null(value) || (bytes != nullptr && bytes->empty()) || (text != nullptr && text->empty())) {
+        const ManagedList* list = list_in(value);
+        if (is_null(value) || (bytes != nullptr && bytes->empty()) || (text != nullptr && text->empty()) ||
+            (list != nullptr && list->size() == 0)) {
             return;
         }
         m_out.resize((m_out.size() + 3) / 4 * 4);
@@ -848,6 +850,20 @@ bool is_later_part(const ContinuedObject& continued, FileView bytes) {
     return ((property_int(*continued.first, "Flags") ^ flags) & 0x7FFF) == 0;
 }
 
+const RecordBlock* block_of_object_type(int64_t type) {
+    for (const RecordChoice& choice : record_choices()) {
+        if (std::strcmp(choice.name, "EmfPlusObjectData") != 0) {
+            continue;
+        }
+        for (const ChoiceRow& row : choice.rows) {
+            if (row.value == type && row.block >= 0) {
+                return &record_blocks()[static_cast<size_t>(row.block)];
+            }
+        }
+    }
+    return nullptr;
+}
+
 // Adds a part; the last one completes the object, which the first record then has.
 void add_part(ContinuedObject& continued, const Ref<ManagedObject>& record, FileView bytes) {
     const bool more = (read_number(bytes.subspan(2, 2)) & kContinuedFlag) != 0;
@@ -861,17 +877,8 @@ void add_part(ContinuedObject& continued, const Ref<ManagedObject>& record, File
     if (more) {
         return;
     }
-    const int64_t kind = property_int(*continued.first, "ObjectType");
-    for (const RecordChoice& choice : record_choices()) {
-        if (std::strcmp(choice.name, "EmfPlusObjectData") != 0) {
-            continue;
-        }
-        for (const ChoiceRow& row : choice.rows) {
-            if (row.value == kind && row.block >= 0) {
-                const RecordBlock& block = record_blocks()[static_cast<size_t>(row.block)];
-                set_property(*continued.first, "ObjectData", Value(read_object(block, continued.data)));
-            }
-        }
+    if (const RecordBlock* block = block_of_object_type(property_int(*continued.first, "ObjectType"))) {
+        set_property(*continued.first, "ObjectData", Value(read_object(*block, continued.data)));
     }
     continued = {};
 }
@@ -887,6 +894,58 @@ Ref<ManagedObject> read_object(const RecordBlock& block, FileView bytes) {
 
 FileBytes write_object(const RecordBlock& block, const ManagedObject& object) {
     return canonical(block, object);
+}
+
+namespace {
+
+// The item of the bytes of a part.
+int32_t part_item(const RecordBlock& block) {
+    for (int32_t i = block.first; i < block.first + block.count; ++i) {
+        const RecordItem& item = record_items()[static_cast<size_t>(i)];
+        if (item.kind == ItemKind::kSeries && path_at(item.path).scope == PathScope::kLocal) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+}  // namespace
+
+void write_parts(const std::vector<Ref<ManagedObject>>& parts) {
+    assert(!parts.empty());
+    const RecordBlock* record_block = block_of(parts.front()->type(), true);
+    const RecordBlock* block = block_of_object_type(property_int(*parts.front(), "ObjectType"));
+    const Ref<ManagedObject> object = property_object(*parts.front(), "ObjectData");
+    if (record_block == nullptr || block == nullptr || !object) {
+        return;
+    }
+    const int32_t item = part_item(*record_block);
+    FileBytes before;
+    std::vector<size_t> sizes;
+    for (const Ref<ManagedObject>& part : parts) {
+        const Kept* kept = cast_object<MetafileObject>(*part).find_kept(item, KeptAs::kField);
+        sizes.push_back(kept != nullptr ? kept->bytes.size() : 0);
+        if (kept != nullptr) {
+            before.insert(before.end(), kept->bytes.begin(), kept->bytes.end());
+        }
+    }
+    FileBytes now = write_object(*block, *object);
+    if (!before.empty() && write_object(*block, *read_object(*block, before)) == now) {
+        return;
+    }
+    now.resize((now.size() + 3) / 4 * 4);
+    size_t at = 0;
+    for (size_t i = 0; i < parts.size(); ++i) {
+        const bool last = i + 1 == parts.size();
+        const size_t size = last ? now.size() - at : std::min(sizes[i], now.size() - at);
+        auto& part = cast_object<MetafileObject>(*parts[i]);
+        const auto* from = now.data() + at;
+        part.keep(item, KeptAs::kField, {from, from + size});
+        if (!last) {
+            set_property(part, "TotalObjectSize", static_cast<int64_t>(now.size()));
+        }
+        at += size;
+    }
 }
 
 const RecordBlock* block_of(const TypeInfo& type, bool record) {

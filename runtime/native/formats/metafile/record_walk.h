@@ -31,6 +31,9 @@ FileBytes write_record(const ManagedObject& record);
 Ref<ManagedObject> read_object(const RecordBlock& block, FileView bytes);
 FileBytes write_object(const RecordBlock& block, const ManagedObject& object);
 
+// Spreads the object of the first of these records over all of them, if it is another than the one that they hold.
+void write_parts(const std::vector<Ref<ManagedObject>>& parts);
+
 // The block that describes objects of this class or, for a record, of the class that it derives from; null if none.
 const RecordBlock* block_of(const TypeInfo& type, bool record);
 
