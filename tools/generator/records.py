@@ -27,9 +27,11 @@ SERIES = ("bytes", "utf16", "utf16z", "ansi", "ansiz", "pointr", "tsrect")
 FAMILIES = ("wmf", "emf", "emfplus")
 # The words behind the form of a field; what follows each is an expression.
 _WORDS = {"=": "derived", "if": "condition", "present": "present", "at": "at", "for": "limit", "with": "argument",
-          "by": "by", "writing": "writing", "when": "condition"}
-_ITEM = re.compile(r"(?P<name>[a-z_][\w.]*) (?P<form>\w+)(?: \[(?P<count>.+?)\](?= (?:=|if|present|at|for|with|by|runs) "
-                   r"|$))?(?: runs (?P<runs>\w+))?(?: default (?P<default>\d+))?(?P<rest>(?: .+)?)")
+          "by": "by", "writing": "writing"}
+_ITEM = re.compile(
+    r"(?P<name>[a-z_][\w.]*) (?P<form>\w+)"
+    r"(?: \[(?P<count>.+?)\](?= (?:=|if|present|at|for|with|by|runs) |$))?"
+    r"(?: runs (?P<runs>\w+))?(?: default (?P<default>\d+))?(?P<rest>(?: .+)?)")
 _CLAUSE = re.compile(r" (=|if|present|at|for|with|by|writing) ")
 _BINARY: dict[type[ast.operator], str] = {
     ast.Add: "kAdd", ast.Sub: "kSubtract", ast.Mult: "kMultiply", ast.Div: "kDivide", ast.BitAnd: "kAnd",

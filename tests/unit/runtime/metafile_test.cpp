@@ -39,8 +39,8 @@ FileBytes joined(std::initializer_list<FileBytes> parts) {
 FileBytes emf_file(const FileBytes& records, uint32_t count, uint32_t handles = 1) {
     const FileBytes end = emf_record(14, {0, 16, 20});
     const auto size = static_cast<uint32_t>(88 + records.size() + end.size());
-    const FileBytes header = emf_record(1, {0, 0, 9, 9, 0, 0, 100, 100, 0x464D4520, 0x10000, size, count + 2, handles, 0, 0,
-                                            0, 1024, 768, 320, 240});
+    const FileBytes header = emf_record(
+        1, {0, 0, 9, 9, 0, 0, 100, 100, 0x464D4520, 0x10000, size, count + 2, handles, 0, 0, 0, 1024, 768, 320, 240});
     return joined({header, records, end});
 }
 
@@ -197,10 +197,9 @@ TEST(MetafileRecords, AlteredRecordsAreReadOrRefused) {
 // -- files ------------------------------------------------------------------------------------------------------------
 
 TEST(EmfFiles, AreWrittenBackAsTheyWere) {
-    const FileBytes bytes = joined({emf_file(joined({emf_record(43, {1, 2, 30, 40}), emf_record(117, {5, 6}),
-                                                     emf_record(25, {0x01332211})}),
-                                             3),
-                                    FileBytes{1, 2, 3}});
+    const FileBytes bytes = joined(
+        {emf_file(joined({emf_record(43, {1, 2, 30, 40}), emf_record(117, {5, 6}), emf_record(25, {0x01332211})}), 3),
+         FileBytes{1, 2, 3}});
     const EmfFile file = read_emf(bytes);
     ASSERT_EQ(file.records.size(), 5U);
     EXPECT_STREQ(class_of(*file.records[0]), "EmfMetafileHeader");
@@ -238,8 +237,8 @@ TEST(EmfFiles, SizesAndCountsFollow) {
 
 TEST(EmfFiles, OffsetsOfAnUnusualRecordStay) {
     // The pixels stand before the header, behind a gap.
-    FileBytes record = emf_record(81, {0, 0, 1, 1, 0, 0, 0, 0, 1, 1, 92, 40, 84, 4, 0, 0x00CC0020, 1, 1, 0xDDDDDDDD,
-                                       0x11223344, 0x55555555});
+    FileBytes record = emf_record(
+        81, {0, 0, 1, 1, 0, 0, 0, 0, 1, 1, 92, 40, 84, 4, 0, 0x00CC0020, 1, 1, 0xDDDDDDDD, 0x11223344, 0x55555555});
     for (const uint32_t word : {40U, 1U, 1U, 0x200001U, 0U, 0U, 0U, 0U, 0U, 0U}) {
         put(record, word, 4);
     }
@@ -265,12 +264,26 @@ TEST(EmfFiles, ClaimsAreChecked) {
         read_emf(many);
         FAIL();
     } catch (const MetafileError& error) {
-        EXPECT_STREQ(error.what(),
-                     "Record 2: EmfPolyline.APoints has 2130706433 elements, but there are 8 bytes.");
+        EXPECT_STREQ(error.what(), "Record 2: EmfPolyline.APoints has 2130706433 elements, but there are 8 bytes.");
     }
     FileBytes endless = good;
     std::fill_n(endless.begin() + 88 + 4, 4, uint8_t{0});
     EXPECT_THROW(read_emf(endless), MetafileError);
+}
+
+TEST(EmfFiles, FieldsThatShareBytesAreLimited) {
+    // A comment with many formats, each of which claims all of the record.
+    constexpr uint32_t kFormats = 200, kSize = 40 + 16 * kFormats;
+    FileBytes record;
+    for (const uint32_t word : {70U, kSize, kSize - 12, 0x43494447U, 0x40000004U, 0U, 0U, 1U, 1U, kFormats}) {
+        put(record, word, 4);
+    }
+    for (uint32_t i = 0; i < kFormats; ++i) {
+        for (const uint32_t word : {0x464D4520U, 1U, kSize - 12, 0U}) {
+            put(record, word, 4);
+        }
+    }
+    EXPECT_THROW(read_one(RecordFamily::kEmf, record), MetafileError);
 }
 
 FileBytes plus_record(uint16_t type, uint16_t flags, const FileBytes& data) {
@@ -339,7 +352,8 @@ TEST(EmfPlus, AnObjectIsContinuedOverComments) {
     const Ref<ManagedObject> brush = property_object(*record_of(1), "ObjectData");
     ASSERT_TRUE(brush);
     ASSERT_STREQ(class_of(*brush), "EmfPlusBrush");
-    EXPECT_EQ(property_int(*property_object(*brush, "BrushData"), "Argb32SolidColor"), static_cast<int32_t>(0xFF010203));
+    EXPECT_EQ(property_int(*property_object(*brush, "BrushData"), "Argb32SolidColor"),
+              static_cast<int32_t>(0xFF010203));
     EXPECT_FALSE(property_object(*record_of(2), "ObjectData"));
     EXPECT_EQ(write_emf(file), bytes);
 
@@ -351,10 +365,9 @@ TEST(EmfPlus, AnObjectIsContinuedOverComments) {
 }
 
 TEST(WmfFiles, AreWrittenBackAsTheyWere) {
-    const FileBytes plain = wmf_file(joined({wmf_record(0x0102, {1}), wmf_record(0x041B, {40, 30, 2, 1}),
-                                             wmf_record(0x0521, {3, 0x6261, 0x0063, 9, 8}),
-                                             wmf_record(0x0940, {0x62, 0xFF, 0, 0, 0xABCD, 5, 6, 7, 8}),
-                                             wmf_record(0x0777, {1, 2})}));
+    const FileBytes plain = wmf_file(joined(
+        {wmf_record(0x0102, {1}), wmf_record(0x041B, {40, 30, 2, 1}), wmf_record(0x0521, {3, 0x6261, 0x0063, 9, 8}),
+         wmf_record(0x0940, {0x62, 0xFF, 0, 0, 0xABCD, 5, 6, 7, 8}), wmf_record(0x0777, {1, 2})}));
     FileBytes placeable = words({0x9AC6CDD7});
     for (const uint16_t word : {0, 0, 0, 1000, 2000, 1440, 0, 0, 0x1111}) {
         put(placeable, word, 2);
@@ -402,7 +415,8 @@ TEST(WmfFiles, ClaimsAreChecked) {
 
 TEST(CompressedFiles, AreUnpacked) {
     // "metafile" as gzip has it.
-    const FileBytes packed = {0x1F, 0x8B, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0xFF, 0xCB, 0x4D, 0x2D, 0x49, 0x4C, 0xCB, 0xCC, 0x49, 0x05, 0x00, 0x67, 0xF1, 0x78, 0x6E, 0x08, 0x00, 0x00, 0x00};
+    const FileBytes packed = {0x1F, 0x8B, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0xFF, 0xCB, 0x4D, 0x2D, 0x49,
+                              0x4C, 0xCB, 0xCC, 0x49, 0x05, 0x00, 0x67, 0xF1, 0x78, 0x6E, 0x08, 0x00, 0x00, 0x00};
     EXPECT_EQ(unpacked(packed), (FileBytes{'m', 'e', 't', 'a', 'f', 'i', 'l', 'e'}));
     EXPECT_EQ(unpacked(FileBytes{1, 2, 3}), (FileBytes{1, 2, 3}));
     EXPECT_THROW(unpacked(FileBytes(packed.begin(), packed.begin() + 15)), MetafileError);

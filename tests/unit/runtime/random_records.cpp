@@ -118,9 +118,9 @@ const RecordBlock* RandomRecords::chosen(const RecordItem& item, int depth, int6
     const auto rows = record_choices()[static_cast<size_t>(item.reference)].rows;
     for (;;) {
         const ChoiceRow& row = rows[static_cast<size_t>(number(static_cast<int64_t>(rows.size())))];
-        const bool deep = depth > 3 && row.block >= 0 &&
-                          std::strcmp(record_blocks()[static_cast<size_t>(row.block)].name,
-                                      "EmfPlusRegionNodeChildNodes") == 0;
+        const bool deep =
+            depth > 3 && row.block >= 0 &&
+            std::strcmp(record_blocks()[static_cast<size_t>(row.block)].name, "EmfPlusRegionNodeChildNodes") == 0;
         if (row.block >= 0 && !deep) {
             number_of_row = row.value;
             return &record_blocks()[static_cast<size_t>(row.block)];

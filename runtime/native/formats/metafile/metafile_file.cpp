@@ -244,8 +244,10 @@ WmfFile read_wmf(FileView bytes) {
         throw MetafileError("The header of the Windows metafile ends too early.");
     }
     const auto word = [&](size_t offset) { return static_cast<uint16_t>(number_at(bytes, at + offset, 2)); };
-    file.header = {word(0),  word(2),  word(4), static_cast<uint32_t>(number_at(bytes, at + 6, 4)), word(10),
-                   static_cast<uint32_t>(number_at(bytes, at + 12, 4)), word(16)};
+    file.header = {word(0),  word(2),
+                   word(4),  static_cast<uint32_t>(number_at(bytes, at + 6, 4)),
+                   word(10), static_cast<uint32_t>(number_at(bytes, at + 12, 4)),
+                   word(16)};
     at += kWmfHeaderSize;
     const size_t begin = at;
     const size_t end = read_records(

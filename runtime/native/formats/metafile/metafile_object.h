@@ -1,4 +1,5 @@
-// An object of a metafile: a record of the API, and beside its properties what the file has that no property stands for.
+// An object of a metafile: a record of the API, and beside its properties what the file has that no property stands
+// for.
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_METAFILE_OBJECT_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_METAFILE_OBJECT_H
 

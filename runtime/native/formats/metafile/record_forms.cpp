@@ -302,7 +302,8 @@ void encode_value(RecordForm form, const Value& value, const char* what, FileByt
             const size_t width = form == RecordForm::kRect32 ? 4 : 2;
             const int32_t right = far_side(r.x, r.width), bottom = far_side(r.y, r.height);
             const bool turned = form == RecordForm::kRect16yx;
-            for (const int32_t side : turned ? std::array{bottom, right, r.y, r.x} : std::array{r.x, r.y, right, bottom}) {
+            for (const int32_t side :
+                 turned ? std::array{bottom, right, r.y, r.x} : std::array{r.x, r.y, right, bottom}) {
                 put_signed(out, side, width, what);
             }
             return;

@@ -108,19 +108,18 @@ int64_t Walk::kind_of(Frame& frame, int16_t path, const RecordItem& item) {
     const Value value = property_of_path(frame, path);
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     const bool none = object == nullptr || !*object;
-    const auto all = record_items().subspan(static_cast<size_t>(frame.block->first),
-                                            static_cast<size_t>(frame.block->count));
-    const auto with = std::find_if(all.begin(), all.end(), [&](const RecordItem& each) {
-        return each.path == path && each.is_choice;
-    });
+    const auto all =
+        record_items().subspan(static_cast<size_t>(frame.block->first), static_cast<size_t>(frame.block->count));
+    const auto with = std::find_if(all.begin(), all.end(),
+                                   [&](const RecordItem& each) { return each.path == path && each.is_choice; });
     assert(with != all.end());
     if (none) {
         return stored;  // whether there may be no object is asked where it is written
     }
     const ChoiceRow* first = nullptr;
     for (const ChoiceRow& row : record_choices()[static_cast<size_t>(with->reference)].rows) {
-        if (row.block < 0 || std::strcmp(record_blocks()[static_cast<size_t>(row.block)].type,
-                                         (*object)->type().full_name) != 0) {
+        if (row.block < 0 ||
+            std::strcmp(record_blocks()[static_cast<size_t>(row.block)].type, (*object)->type().full_name) != 0) {
             continue;
         }
         if (row.value == stored) {

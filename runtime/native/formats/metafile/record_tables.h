@@ -41,23 +41,23 @@ enum class RecordForm : uint8_t {
     kI32,
     kU64,
     kF32,
-    kColorref,    // red, green, blue, a byte that is kept; a property has the color as ARGB
-    kArgb,        // blue, green, red, alpha
-    kRgbquad,     // blue, green, red, a byte that is kept
-    kRgbtriple,   // blue, green, red
-    kPalentry,    // red, green, blue, flags, which are kept
-    kPoint32,     // x, y
-    kPoint16,     // x, y
-    kPoint16yx,   // y, x
-    kSize32,      // width, height
-    kRect32,      // left, top, right, bottom
-    kRect16,      // the same
-    kRect16yx,    // bottom, right, top, left
-    kPointf,      // x, y
-    kPoint16f,    // x, y as whole numbers
-    kRectf,       // x, y, width, height
-    kRect16f,     // the same as whole numbers
-    kMatrix,      // m11, m12, m21, m22, dx, dy
+    kColorref,   // red, green, blue, a byte that is kept; a property has the color as ARGB
+    kArgb,       // blue, green, red, alpha
+    kRgbquad,    // blue, green, red, a byte that is kept
+    kRgbtriple,  // blue, green, red
+    kPalentry,   // red, green, blue, flags, which are kept
+    kPoint32,    // x, y
+    kPoint16,    // x, y
+    kPoint16yx,  // y, x
+    kSize32,     // width, height
+    kRect32,     // left, top, right, bottom
+    kRect16,     // the same
+    kRect16yx,   // bottom, right, top, left
+    kPointf,     // x, y
+    kPoint16f,   // x, y as whole numbers
+    kRectf,      // x, y, width, height
+    kRect16f,    // the same as whole numbers
+    kMatrix,     // m11, m12, m21, m22, dx, dy
     kBytes,
     kUtf16,   // as many characters
     kUtf16z,  // text and zeros in the place of so many characters
@@ -131,7 +131,7 @@ struct RecordItem {
     bool checked;  // a list that is written has the length that the expression says
     int8_t low;    // of bits
     int8_t high;
-    int16_t preset;   // of a local field; the number of an alignment; 1 for bits with a sign
+    int16_t preset;  // of a local field; the number of an alignment; 1 for bits with a sign
     int32_t others;  // into record_others(): further paths
     int32_t other_count;
     int32_t count;

@@ -13,6 +13,9 @@ namespace zelmor::embed::metafile {
 namespace {
 
 constexpr int kDeepest = 400;  // objects within objects
+// How often the bytes of a record may be read, on the average: fields at offsets may share bytes, but many that claim
+// the whole record would take its memory many times.
+constexpr uint64_t kMostReadings = 8;
 
 const RecordPath& path_at(int16_t path) {
     return record_paths()[static_cast<size_t>(path)];
@@ -61,8 +64,12 @@ void Walk::fail(const Frame& frame, const RecordItem& item, const std::string& t
 FileView Walk::need(Frame& frame, const RecordItem& item, uint64_t size) {
     assert(!m_writing);
     if (size > m_limit - m_at) {
-        fail(frame, item, "takes " + std::to_string(size) + " bytes, but there are " +
-                              std::to_string(m_limit - m_at) + ".");
+        fail(frame, item,
+             "takes " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) + ".");
+    }
+    m_taken += size;
+    if (m_taken > kMostReadings * uint64_t{m_data.size()}) {
+        fail(frame, item, "overlaps with too many other fields.");
     }
     const FileView bytes = m_data.subspan(m_at, static_cast<size_t>(size));
     m_at += static_cast<size_t>(size);
@@ -273,8 +280,8 @@ void Walk::field(Frame& frame, const RecordItem& item) {
 size_t Walk::counted(Frame& frame, const RecordItem& item, size_t width) {
     const int64_t count = evaluate(frame, item.count, item);
     if (!is_size(count, (m_limit - m_at) / std::max<size_t>(width, 1))) {
-        fail(frame, item, "has " + std::to_string(count) + " elements, but there are " +
-                              std::to_string(m_limit - m_at) + " bytes.");
+        fail(frame, item,
+             "has " + std::to_string(count) + " elements, but there are " + std::to_string(m_limit - m_at) + " bytes.");
     }
     return static_cast<size_t>(count);
 }
@@ -312,8 +319,9 @@ void Walk::list(Frame& frame, const RecordItem& item) {
     if (item.checked) {
         const int64_t count = evaluate(frame, item.count, item);
         if (!is_size(count, SIZE_MAX / width) || out.size() != static_cast<size_t>(count) * width) {
-            fail(frame, item, "has " + std::to_string(out.size() / width) + " elements, but the record has place for " +
-                                  std::to_string(count) + ".");
+            fail(frame, item,
+                 "has " + std::to_string(out.size() / width) + " elements, but the record has place for " +
+                     std::to_string(count) + ".");
         }
     }
     const Kept* kept = frame.keeper != nullptr ? frame.keeper->find_kept(key(item), KeptAs::kField) : nullptr;
@@ -442,15 +450,15 @@ const RecordBlock& Walk::block_to_write(Frame& frame, const RecordItem& item, co
     fail(frame, item, std::string("cannot be an object of the class ") + object.type().name + ".");
 }
 
-void Walk::child(Frame& frame, const RecordItem& item, ManagedObject& object, const RecordBlock& block,
-                 int64_t index) {
+void Walk::child(Frame& frame, const RecordItem& item, ManagedObject& object, const RecordBlock& block, int64_t index) {
     if (m_depth == kDeepest) {
         fail(frame, item, "has too many objects within objects.");
     }
     auto* keeper = dynamic_cast<MetafileObject*>(&object);
     const int64_t parameter = item.argument >= 0 ? evaluate(frame, item.argument, item) : 0;
     m_frames.push_back({&block, &object, &frame, index, parameter, keeper != nullptr ? keeper : frame.keeper});
-    const auto made = std::find_if(m_made.begin(), m_made.end(), [&](const auto& each) { return each.first == &block; });
+    const auto made =
+        std::find_if(m_made.begin(), m_made.end(), [&](const auto& each) { return each.first == &block; });
     if (made != m_made.end()) {
         ++made->second;
     } else {
@@ -467,8 +475,8 @@ void Walk::object(Frame& frame, const RecordItem& item) {
         if (item.limit >= 0) {
             const int64_t size = evaluate(frame, item.limit, item);
             if (!is_size(size, m_limit - m_at)) {
-                fail(frame, item, "has " + std::to_string(size) + " bytes, but there are " +
-                                      std::to_string(m_limit - m_at) + ".");
+                fail(frame, item,
+                     "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) + ".");
             }
             m_limit = m_at + static_cast<size_t>(size);
         }
@@ -496,8 +504,9 @@ void Walk::object(Frame& frame, const RecordItem& item) {
     if (ManagedObject* object = object_in(value)) {
         const RecordBlock& block = block_to_write(frame, item, *object);
         if (item.is_choice && is_known_when_writing(item.by) && block_to_read(frame, item) != &block) {
-            fail(frame, item, std::string("is an object of the class ") + object->type().name +
-                                  ", but the fields before it tell of another.");
+            fail(frame, item,
+                 std::string("is an object of the class ") + object->type().name +
+                     ", but the fields before it tell of another.");
         }
         child(frame, item, *object, block, kNowhere);
     } else if (block_to_read(frame, item) != nullptr) {
@@ -532,8 +541,9 @@ void Walk::objects(Frame& frame, const RecordItem& item) {
             child(frame, item, *object, block_to_write(frame, item, *object), static_cast<int64_t>(i));
         }
         if (item.checked && runs == nullptr && evaluate(frame, item.count, item) != covered) {
-            fail(frame, item, "has " + std::to_string(size) + " elements, but the record has place for " +
-                                  std::to_string(evaluate(frame, item.count, item)) + ".");
+            fail(frame, item,
+                 "has " + std::to_string(size) + " elements, but the record has place for " +
+                     std::to_string(evaluate(frame, item.count, item)) + ".");
         }
         note(frame, item, begin);
         return;
@@ -587,8 +597,8 @@ void Walk::records(Frame& frame, const RecordItem& item) {
     }
     const int64_t size = evaluate(frame, item.limit, item);
     if (!is_size(size, m_limit - m_at)) {
-        fail(frame, item, "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) +
-                              ".");
+        fail(frame, item,
+             "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) + ".");
     }
     const FileView all = need(frame, item, static_cast<uint64_t>(size));
     const PropertyInfo* info = declared(*frame.object, path_at(item.path).first);
@@ -597,8 +607,9 @@ void Walk::records(Frame& frame, const RecordItem& item) {
     while (all.size() - at >= kFrameSize) {
         const uint64_t record_size = read_number(all.subspan(at + 4, 4));
         if (record_size < kFrameSize || record_size > all.size() - at) {
-            fail(frame, item, "has a record of " + std::to_string(record_size) + " bytes where there are " +
-                                  std::to_string(all.size() - at) + ".");
+            fail(frame, item,
+                 "has a record of " + std::to_string(record_size) + " bytes where there are " +
+                     std::to_string(all.size() - at) + ".");
         }
         assert(m_continued != nullptr);
         made.push_back(read_record(RecordFamily::kEmfPlus, all.subspan(at, record_size), *m_continued));
@@ -708,8 +719,8 @@ void Walk::deferred_item(Frame& frame, const RecordItem& item) {
         return;
     }
     if (!is_size(at, m_data.size())) {
-        fail(frame, item, "stands at " + std::to_string(at) + ", but the record has " +
-                              std::to_string(m_data.size()) + " bytes.");
+        fail(frame, item,
+             "stands at " + std::to_string(at) + ", but the record has " + std::to_string(m_data.size()) + " bytes.");
     }
     m_at = static_cast<size_t>(at);
     m_limit = m_data.size();
@@ -820,7 +831,8 @@ const Numbered* find_numbered(RecordFamily family, int64_t number) {
     }
     if (family == RecordFamily::kWmf) {
         for (const auto& [each, entry] : numbered()) {
-            if (each >> 32 == static_cast<int64_t>(family) && (each & 0xFF) == (number & 0xFF) && (each & 0xFFFF) != 0) {
+            if (each >> 32 == static_cast<int64_t>(family) && (each & 0xFF) == (number & 0xFF) &&
+                (each & 0xFFFF) != 0) {
                 return &entry;
             }
         }

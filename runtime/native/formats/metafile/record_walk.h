@@ -136,7 +136,8 @@ class Walk {
     FileView m_data;
     size_t m_at = 0;
     size_t m_limit = 0;
-    size_t m_high = 0;  // behind the last byte that was read
+    uint64_t m_taken = 0;  // bytes by all fields
+    size_t m_high = 0;     // behind the last byte that was read
     FileBytes m_out;
     std::deque<Frame> m_frames;
     std::vector<Chunk> m_chunks;

@@ -60,7 +60,8 @@ FileBytes unpacked(FileView bytes) {
         if (before >= imagework::limits::kInflatedBytes) {
             throw MetafileError("The compressed metafile is too large.");
         }
-        const size_t room = std::min<size_t>(std::max<size_t>(before, 65536), imagework::limits::kInflatedBytes - before);
+        const size_t room =
+            std::min<size_t>(std::max<size_t>(before, 65536), imagework::limits::kInflatedBytes - before);
         out.resize(before + room);
         stream.next_out = out.data() + before;
         stream.avail_out = static_cast<uInt>(room);
