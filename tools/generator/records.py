@@ -55,7 +55,7 @@ class Step:
 class RecordPath:
     """A name in a block: a local one, a property of the object or of one inside it, or one of the object around."""
 
-    scope: str  # "kLocal", "kOwn", "kOuter"
+    scope: str  # "kLocal", "kObject", "kOuter"
     first: str  # the managed name; of a local one, the name itself
     second: str = ""
 
@@ -222,7 +222,7 @@ class _Reader:
             if rest not in objects or not objects[rest].items:
                 raise CatalogueError(place, f"there is no object {rest} before this line")
             for item in objects[rest].items:
-                if item.path is not None and item.path.scope == "kOwn" and item.path.first not in {
+                if item.path is not None and item.path.scope == "kObject" and item.path.first not in {
                         prop.managed for prop in properties_of(block.entry).values()}:
                     raise CatalogueError(place, f"{block.entry.name} has no property {item.path.first}")
             block.items += objects[rest].items
@@ -290,7 +290,7 @@ class _Reader:
             item.clauses["count"] = self._expression(block, place, count)
             item.fixed = count.isdigit()
         if match["runs"]:
-            item.others.append(RecordPath("kOwn", "".join(part.capitalize() for part in match["runs"].split("_"))))
+            item.others.append(RecordPath("kObject", "".join(part.capitalize() for part in match["runs"].split("_"))))
         pieces = _CLAUSE.split(match["rest"])
         for word, expression in zip(pieces[1::2], pieces[2::2]):
             item.clauses[_WORDS[word]] = self._expression(block, place, expression)
@@ -322,7 +322,7 @@ class _Reader:
             return RecordPath("kOuter", managed.pop())
         prop = self._property(block, place, first)
         if not second:
-            return RecordPath("kOwn", prop.managed)
+            return RecordPath("kObject", prop.managed)
         inner = prop.wire.type if isinstance(prop.wire, (Instance, Struct)) else None
         owner = next((entry for entry in self._by_name.get(inner.name, []) if entry is inner), None) if inner else None
         names = {}
@@ -333,7 +333,7 @@ class _Reader:
                         names.update({key: value.managed for key, value in properties_of(entry).items()})
         if second not in names:
             raise CatalogueError(place, f"{first} has no property {second}")
-        return RecordPath("kOwn", prop.managed, names[second])
+        return RecordPath("kObject", prop.managed, names[second])
 
     # -- expressions ---------------------------------------------------------------------------------------------------
 
@@ -404,7 +404,7 @@ class _Reader:
                     raise CatalogueError(entry.place, f"{entry.full_name} has no layout and is not abstract")
 
     def _check_block(self, block: Block) -> None:
-        placed = {item.path.first for item in block.items if item.path is not None and item.path.scope == "kOwn"}
+        placed = {item.path.first for item in block.items if item.path is not None and item.path.scope == "kObject"}
         for name, prop in properties_of(block.entry).items():
             known = prop.managed in placed or name in block.apart or name in self._outer or block.kind == "frame"
             if not known:

@@ -86,7 +86,7 @@ void expect_same_values(const RecordBlock& block, const ManagedObject& a, const 
             continue;
         }
         const RecordPath& path = record_paths()[static_cast<size_t>(item.path)];
-        if (path.scope != PathScope::kOwn || *path.second != '\0') {
+        if (path.scope != PathScope::kObject || *path.second != '\0') {
             continue;
         }
         const bool is_flags = std::strcmp(path.first, "Flags") == 0;  // some bits are properties of their own

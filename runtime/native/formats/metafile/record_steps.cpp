@@ -95,7 +95,8 @@ int64_t Walk::value_of_path(Frame& frame, int16_t index) {
     if (path.scope == PathScope::kOuter && frame.outer != nullptr) {
         for (const auto& [other, value] : frame.outer->values) {
             const RecordPath& known = path_at(other);
-            if (known.scope == PathScope::kOwn && *known.second == '\0' && std::strcmp(known.first, path.first) == 0) {
+            if (known.scope == PathScope::kObject && *known.second == '\0' &&
+                std::strcmp(known.first, path.first) == 0) {
                 return value;
             }
         }

@@ -111,7 +111,7 @@ struct Step {
     int64_t argument;
 };
 
-enum class PathScope : uint8_t { kLocal, kOwn, kOuter };
+enum class PathScope : uint8_t { kLocal, kObject, kOuter };
 
 // A local name of a block, a property of its object or of an object in it, or a property of the object around it.
 struct RecordPath {
