@@ -53,9 +53,9 @@ constexpr DefaultValue kDefaults[] = {
     {PsdOptions::property_Version, 6},
     {PsdOptions::property_PsdVersion, api::FileFormats::Psd::PsdVersion::kPsd},
     {PsdOptions::property_CompressionMethod, api::FileFormats::Psd::CompressionMethod::kRle},
-    {PsdOptions::property_ColorMode, api::FileFormats::Psd::ColorModes::kRgb},
-    {PsdOptions::property_ChannelBitsCount, 8},
-    {PsdOptions::property_ChannelsCount, 4},
+    DefaultValue::unset(PsdOptions::property_ColorMode),  // psd_options.cpp
+    DefaultValue::unset(PsdOptions::property_ChannelBitsCount),
+    DefaultValue::unset(PsdOptions::property_ChannelsCount),
 
     {DicomOptions::property_ColorType, api::FileFormats::Dicom::ColorType::kRgb24Bit},
     {Jpeg2000Options::property_Irreversible, true},
