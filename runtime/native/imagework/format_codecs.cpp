@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 
+#include "runtime/native/imagework/codec_library.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -26,16 +28,12 @@ std::string own_directory() {
 
 const FormatCodec* load(const CodecPlace& place) {
     const std::string path = own_directory() + "/" + place.library;
-    // Never unloaded: pictures keep readers, and the libraries behind it have types that stay.
-    void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    void* symbol = library != nullptr ? dlsym(library, kFormatCodecSymbol) : nullptr;
-    if (symbol == nullptr) {
-        const char* reason = dlerror();
-        throw PictureError(Failure::kUnsupported,
-                           std::string("the codec of ") + format_name(place.format) +
-                               " cannot be loaded: " + (reason != nullptr ? reason : "no reason was given"));
+    try {
+        return load_codec(path, place.own_scope);
+    } catch (const std::runtime_error& error) {
+        throw PictureError(Failure::kUnsupported, std::string("the codec of ") + format_name(place.format) +
+                                                      " cannot be loaded: " + error.what());
     }
-    return reinterpret_cast<FormatCodecFunction>(symbol)();
 }
 
 }  // namespace

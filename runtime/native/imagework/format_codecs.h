@@ -13,6 +13,7 @@ struct CodecPlace {
     Format format;
     const FormatCodec* codec;
     const char* library;
+    bool own_scope = false;  // see load_codec()
 };
 
 std::span<const CodecPlace> codec_places();
