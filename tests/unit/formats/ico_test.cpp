@@ -365,10 +365,11 @@ TEST(IcoTest, RunsAndOtherHeadersAreRefused) {
 }
 
 Bytes png_of(const RowsHeader& header, const Bytes& rows) {
-    Bytes out;
+    MemorySink out;
     const auto writer = make_png_writer(header, {}, out);
     write_all(*writer, header, rows, 3);
-    return out;
+    const EncodedBytes file = out.take();
+    return {file.bytes().begin(), file.bytes().end()};
 }
 
 TEST(IcoTest, EntriesOfPngKeepTheirForm) {

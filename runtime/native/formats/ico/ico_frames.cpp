@@ -81,7 +81,8 @@ class IcoFile final : public IcoFrames {
             facts.encoding.reset();
             facts.format = Format::kUnknown;
             facts.frame_count = 1;
-            facts.is_apng = false;
+            facts.has_still = false;
+            facts.variant = Variant::kUsual;
         } else {
             const IcoBitmap bitmap = read_ico_bitmap(piece(index), entry(index));
             facts.readable = true;
