@@ -4,6 +4,7 @@
 #include "runtime/native/behaviors/metadata/containers/file_parts.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
+#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/formats/png/png_checks.h"
 
 namespace zelmor::embed {
@@ -237,6 +238,14 @@ TEST(MetadataReadingTest, StrictChecksReadALongChunkInPieces) {
     EXPECT_EQ(png_fault(std::make_shared<CountedFile>(file)), "");
     file[150000] = std::byte{1};
     EXPECT_EQ(png_fault(std::make_shared<CountedFile>(file)), "the chunk 'IDAT' has a wrong checksum");
+}
+
+// Found by altered files: a TIFF whose first directory stands nowhere.
+TEST(MetadataReadingTest, ATiffWithoutDirectoriesTakesNoMetadata) {
+    const Bytes file = bytes(std::string_view("II*\0\0\0\0\0\0\0\0\0", 12));
+    MetadataToWrite metadata;
+    metadata.xmp = bytes("<x/>");
+    EXPECT_THROW(with_metadata(file, metadata), ManagedException);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // EXIF data as bytes: a small TIFF whose directories point at each other.
 #include <algorithm>
 #include <array>
-#include <cassert>
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 #include "runtime/native/behaviors/metadata/containers/file_parts.h"
@@ -488,7 +487,9 @@ Bytes with_tiff_tags(std::span<const std::byte> file, std::span<const std::optio
     size_t link = form.big_tiff ? 8 : 4;  // to the directory at hand, in the new file
     auto at = static_cast<size_t>(first_directory(*reader));
     for (const std::optional<MetadataToWrite>& page : pages) {
-        assert(at != 0);  // the file has so many pages
+        if (at == 0) {
+            throw ManagedException("FormatException", "The TIFF data has fewer pages than there are metadata for.");
+        }
         const auto count = static_cast<size_t>(number(at, form.head()));
         const uint64_t next = number(link_of(at, count, form), form.word());
         size_t written = at;
