@@ -37,8 +37,8 @@ from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
-WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "GifOptions", "JpegOptions", "PngOptions", "TiffOptions",
-            "WebPOptions"}
+WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "GifOptions", "IcoOptions", "JpegOptions", "PngOptions",
+            "TgaOptions", "TiffOptions", "WebPOptions"}
 
 
 def options_below(*bases: str) -> list[Type]:
@@ -196,9 +196,11 @@ def options_of(entry: Type, prop: str) -> Any:
 
 def values_for(prop: Property, options: Any) -> list[Any]:
     """Values of the property that differ from what it has."""
+    before = getattr(options, prop.python)
+    if prop.python == "bits_per_pixel":
+        return [value for value in VALUES[prop.python]() if value != before]
     if prop.python in VALUES:
         return VALUES[prop.python]()
-    before = getattr(options, prop.python)
     try:
         found = samples(prop.wire)
     except Cannot:

@@ -11,12 +11,12 @@ import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (
     FileFormat, Image, ImageCreatorsRegistry, ImageExportersRegistry, ImageLoadersRegistry, Rectangle, StreamContainer)
-from zelmor.imaging.imageoptions import BmpOptions, IcoOptions, JpegOptions, PngOptions
+from zelmor.imaging.imageoptions import BmpOptions, DxfOptions, JpegOptions, PngOptions
 
 from support.image_oracles import few_colors, load, managed_error, raster, write
 
 FORMATS = [FileFormat.BMP, FileFormat.GIF, FileFormat.JPEG, FileFormat.PNG, FileFormat.APNG, FileFormat.TIFF,
-           FileFormat.BIG_TIFF, FileFormat.WEBP]
+           FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.TGA]
 
 
 @pytest.fixture(autouse=True)
@@ -77,7 +77,7 @@ def test_exporters(tmp_path: Path) -> None:
     exporter.export(image, part, PngOptions(), Rectangle(2, 3, 7, 5))
     with Pillow.open(part) as picture:
         assert picture.size == (7, 5)
-    assert ImageExportersRegistry.get_first_supported_descriptor(image, IcoOptions()) is None
+    assert ImageExportersRegistry.get_first_supported_descriptor(image, DxfOptions()) is None
 
 
 def test_creators() -> None:

@@ -590,34 +590,33 @@ TEST(IcoTest, AFileIsRecognizedByItsDirectory) {
     Bitmap made;
     made.pixels = random_numbers(15, 0xFFFFFF);
     Bytes file = file_of({{256, 3, made.entry(), 3, 4}, {5, 3, made.entry()}}, 2);
-    IcoProbe probe = probe_ico(ByteReader(file));
-    EXPECT_TRUE(probe.recognized);
-    EXPECT_TRUE(probe.facts.readable);
-    EXPECT_EQ(probe.kind, IcoKind::kCursor);
-    EXPECT_EQ(probe.facts.width, 256);
-    EXPECT_EQ(probe.facts.frame_count, 2);
+    FileFacts facts = probe(file);
+    EXPECT_EQ(facts.format, Format::kIco);
+    EXPECT_TRUE(facts.readable);
+    EXPECT_EQ(facts.encoding->get<IcoEncoding>().kind, IcoKind::kCursor);
+    EXPECT_EQ(facts.width, 256);
+    EXPECT_EQ(facts.frame_count, 2);
     file.resize(37);
-    probe = probe_ico(ByteReader(file));
-    EXPECT_TRUE(probe.recognized);
-    EXPECT_FALSE(probe.facts.readable);
-    EXPECT_EQ(probe.refusal, "the directory of the cursors is incomplete");
+    facts = probe(file);
+    EXPECT_EQ(facts.format, Format::kIco);
+    EXPECT_FALSE(facts.readable);
     const Bytes whole = file_of(made);
     for (const auto& [at, value] :
          {std::pair<size_t, uint8_t>{0, 1}, {1, 1}, {2, 0}, {2, 3}, {3, 1}, {4, 0}, {9, 1}, {18, 21}}) {
         Bytes other = whole;
         other[at] = value;
-        EXPECT_FALSE(probe_ico(ByteReader(other)).recognized) << at;
+        EXPECT_NE(sniff(other), Format::kIco) << at;
         EXPECT_EQ(failure_of([&] { opened(other); }).kind(), Failure::kDamaged);
     }
     Bytes other = whole;
     other[9] = 255;  // of a reserved byte
     EXPECT_EQ(colors_of(other), colors_of(whole));
-    EXPECT_FALSE(probe_ico(ByteReader(Bytes(100))).recognized);
-    EXPECT_FALSE(probe_ico(ByteReader(Bytes())).recognized);
+    EXPECT_EQ(sniff(Bytes(100)), Format::kUnknown);
+    EXPECT_EQ(sniff(Bytes()), Format::kUnknown);
 }
 
 void look_at(const Bytes& file, Recovery recovery) {
-    probe_ico(ByteReader(file));
+    probe(file);
     try {
         const auto frames = opened(file, recovery);
         for (size_t i = 0; i < std::min<size_t>(frames->count(), 5); i++) {

@@ -27,7 +27,7 @@ TgaEncoding with_areas(bool runs, bool from_top) {
 
 // Opens and reads; every error is one of the kinds that a file may cause.
 void look_at(const Bytes& file, Recovery recovery) {
-    probe_tga(ByteReader(file), file.size());
+    probe(file);
     try {
         const auto frames = opened_tga(file, recovery, 0xFF123456);
         const FrameHeader header = frames->header(0);

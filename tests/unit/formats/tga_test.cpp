@@ -618,8 +618,8 @@ TEST(TgaTest, WhatTheFormatDoesNotHaveIsRefused) {
 
 // --- Recognizing ----------------------------------------------------------------------------------------------------
 
-TgaProbe probed(const Bytes& file, bool sized = true) {
-    return probe_tga(ByteReader(file), sized ? std::optional<uint64_t>(file.size()) : std::nullopt);
+bool is_tga(const Bytes& file) {
+    return sniff(file) == Format::kTga;
 }
 
 TEST(TgaTest, AFileIsRecognizedByItsHeader) {
@@ -627,22 +627,18 @@ TEST(TgaTest, AFileIsRecognizedByItsHeader) {
     made.depth = 32;
     made.attribute_bits = 8;
     made.pixels.resize(20);
-    for (const bool sized : {true, false}) {
-        const TgaProbe probe = probed(made.file(), sized);
-        EXPECT_TRUE(probe.recognized);
-        EXPECT_TRUE(probe.facts.readable);
-        EXPECT_EQ(probe.facts.width, 5);
-        EXPECT_EQ(probe.facts.height, 4);
-        EXPECT_EQ(probe.facts.bits_per_pixel, 32);
-        EXPECT_TRUE(probe.facts.has_alpha);
-    }
-    // Each of these is no header of a TGA, unless the footer says so.
+    const FileFacts facts = probe(made.file());
+    EXPECT_EQ(facts.format, Format::kTga);
+    EXPECT_TRUE(facts.readable);
+    EXPECT_EQ(facts.width, 5);
+    EXPECT_EQ(facts.height, 4);
+    EXPECT_EQ(facts.bits_per_pixel, 32);
+    EXPECT_TRUE(facts.has_alpha);
+    // Each of these is no header of a TGA.
     const auto with = [&](size_t at, uint8_t value) {
         Bytes file = made.file();
         file[at] = value;
-        EXPECT_FALSE(probed(file).recognized) << at;
-        EXPECT_TRUE(probed(with_footer(file)).recognized) << at;
-        EXPECT_FALSE(probed(with_footer(file), false).recognized) << at;
+        EXPECT_FALSE(is_tga(file)) << at;
     };
     with(1, 2);  // a type of color map
     with(2, 4);  // an image type
@@ -655,27 +651,28 @@ TEST(TgaTest, AFileIsRecognizedByItsHeader) {
     with(16, 7);     // a depth
     with(17, 9);     // attribute bits
     with(17, 0xC0);  // the order of rows
-    EXPECT_FALSE(probed(Bytes(18)).recognized);
-    EXPECT_FALSE(probed(made.header()).recognized);  // no pixel
-    EXPECT_FALSE(probed(Bytes(17)).recognized);
+    EXPECT_FALSE(is_tga(Bytes(18)));
+    EXPECT_FALSE(is_tga(made.header()));  // no pixel
+    EXPECT_FALSE(is_tga(Bytes(17)));
     for (const char* text : {"\x89PNG\r\n\x1A\n........................", "GIF89a........................",
                              "BM............................", "II*.................................",
                              "%PDF-1.7......................", "<?xml version=\"1.0\"?><svg></svg>"}) {
         const std::string found = text;
-        EXPECT_FALSE(probed({found.begin(), found.end()}).recognized) << text;
+        EXPECT_FALSE(is_tga({found.begin(), found.end()})) << text;
     }
 }
 
 TEST(TgaTest, AKnownFileThatCannotBeReadSaysWhy) {
     const auto reason = [](const TgaMade& made, Failure kind) {
         const Bytes file = with_footer(made.file());
-        const TgaProbe probe = probed(file);
-        EXPECT_TRUE(probe.recognized);
-        EXPECT_FALSE(probe.facts.readable);
         const PictureError error = failure_of([&] { opened_tga(file, Recovery::kMaximal); });
         EXPECT_EQ(error.kind(), kind);
-        EXPECT_EQ(error.what(), probe.refusal);
-        return probe.refusal;
+        const FileFacts facts = probe(file);
+        EXPECT_FALSE(facts.readable);
+        if (facts.format == Format::kTga) {
+            EXPECT_EQ(error.what(), facts.obstacle);
+        }
+        return std::string(error.what());
     };
     TgaMade made;
     made.pixels.resize(20);
@@ -690,7 +687,8 @@ TEST(TgaTest, AKnownFileThatCannotBeReadSaysWhy) {
     made.map_type = 1;
     made.map_bits = 24;
     made.map = {1, 2};
-    EXPECT_TRUE(probed(made.file()).recognized);  // without a footer too
+    EXPECT_TRUE(is_tga(made.file()));
+    EXPECT_EQ(reason(made, Failure::kUnsupported), probe(made.file()).obstacle);
     made.image_type = 50;
     EXPECT_EQ(reason(made, Failure::kUnsupported),
               "this is a TGA file of the image type 50, which the format does not define");

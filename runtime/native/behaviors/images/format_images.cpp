@@ -2,7 +2,6 @@
 #include "runtime/native/behaviors/images/format_images.h"
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Tga.h"
 #include "runtime/native/behaviors/images/creating.h"
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
@@ -61,17 +60,12 @@ Ref<ImageObject> jpeg_2000_of_size(int32_t, int32_t) {
 Ref<ImageObject> jpeg_2000_of_image(ImageObject*) {
     throw_not_supported("Making a Jpeg2000Image");
 }
-Ref<ImageObject> tga_of_image(ImageObject*) {
-    throw_not_supported("Making a TgaImage");
-}
 
 using Jpeg2000ImageApi = api::FileFormats::Jpeg2000::Jpeg2000Image;
-using TgaImageApi = api::FileFormats::Tga::TgaImage;
 
 const BehaviorTable table({
     behavior<&jpeg_2000_of_size, Jpeg2000ImageApi::ctor_004_Jpeg2000Image>(),
     behavior<&jpeg_2000_of_image, Jpeg2000ImageApi::ctor_007_Jpeg2000Image>(),
-    behavior<&tga_of_image, TgaImageApi::ctor_001_TgaImage>(),
 });
 
 }  // namespace

@@ -72,6 +72,8 @@ struct FormatMembers {
     // The pictures of a file are pages: of any size, and each with metadata of its own. Otherwise they are frames on
     // one canvas, and the metadata describe the image as a whole.
     bool has_pages = false;
+    // Image.Create() makes an image of this format of pages that come from elsewhere.
+    bool takes_any_pages = false;
     // The name that a file gives to a page.
     std::string (*page_title)(const imagework::FileFacts& facts) = nullptr;
     // Drops what describes the picture and is kept with its frames, rather than with the metadata of the file.

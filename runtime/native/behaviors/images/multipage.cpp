@@ -53,10 +53,10 @@ Collection pages(ImageObject& self) {
     return frame_array(self, api::Image::kType);
 }
 
-// The format that takes pages of different sizes.
+// The format that takes pages of any size and form.
 const FormatMembers& members_of_pages() {
     for (const FormatMembers* members : format_members()) {
-        if (members->has_pages) {
+        if (members->takes_any_pages) {
             return *members;
         }
     }

@@ -52,6 +52,14 @@ constexpr OptionRule kRules[] = {
     {BmpOptions::property_Compression, kEffective},
     {BmpOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
 
+    {IcoOptions::property_Format, kEffective},
+    {IcoOptions::property_BitsPerPixel, kEffective},
+    {IcoOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {IcoOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
+
+    {TgaOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {TgaOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
+
     {GifOptions::property_XmpData, kEffective},
     {GifOptions::property_DoPaletteCorrection, kRefused},
     {GifOptions::property_LoopsCount, kEffective},

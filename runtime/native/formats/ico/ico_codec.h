@@ -21,16 +21,6 @@
 
 namespace zelmor::imagework {
 
-struct IcoProbe {
-    bool recognized = false;
-    IcoKind kind = IcoKind::kIcon;
-    FileFacts facts = {};      // of the first entry, as the directory states them
-    std::string refusal = {};  // of a recognized file that is not readable: why
-};
-
-// The first bytes are few and of small numbers, so that formats with a signature are asked before.
-IcoProbe probe_ico(const ByteReader& file);
-
 class IcoFrames : public FrameSource {
  public:
     virtual IcoKind kind() const = 0;

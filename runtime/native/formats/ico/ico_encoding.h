@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "runtime/native/imagework/formats.h"
+
 namespace zelmor::imagework {
 
 // The numbers are those of the format.
@@ -23,6 +25,15 @@ struct IcoHotSpot {
     uint16_t x = 0;
     uint16_t y = 0;
     bool operator==(const IcoHotSpot&) const = default;
+};
+
+// Of an entry, and what its file is.
+struct IcoEncoding {
+    static constexpr Format kFormat = Format::kIco;
+
+    IcoKind kind = IcoKind::kIcon;
+    IcoEntryEncoding entry = {};
+    IcoHotSpot hot_spot = {};
 };
 
 }  // namespace zelmor::imagework

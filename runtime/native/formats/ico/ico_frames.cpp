@@ -63,35 +63,18 @@ class IcoFile final : public IcoFrames {
     }
 
     IcoEntryEncoding encoding(size_t index) const override {
-        return {is_png(index) ? IcoEntryFormat::kPng : IcoEntryFormat::kBmp, header(index).facts.bits_per_pixel};
+        return {is_png(index) ? IcoEntryFormat::kPng : IcoEntryFormat::kBmp, facts(index).bits_per_pixel};
     }
 
     std::vector<uint8_t> bytes(size_t index) const override { return all_bytes(*piece(index)); }
 
     FrameHeader header(size_t index) const override {
         FrameHeader result;
-        FileFacts& facts = result.facts;
-        if (is_png(index)) {
-            SourceBytes bytes(piece(index), SourceBytes::kHeaderWindow);
-            facts = probe(bytes);
-            if (!facts.readable) {
-                damaged("the PNG header of entry " + std::to_string(index) + " is incomplete");
-            }
-            // The settings and the format are those of the file, which is no PNG.
-            facts.encoding.reset();
-            facts.format = Format::kUnknown;
-            facts.frame_count = 1;
-            facts.has_still = false;
-            facts.variant = Variant::kUsual;
-        } else {
-            const IcoBitmap bitmap = read_ico_bitmap(piece(index), entry(index));
-            facts.readable = true;
-            facts.width = bitmap.width;
-            facts.height = bitmap.height;
-            facts.bits_per_pixel = bitmap.bits;
-            facts.has_alpha = bitmap.has_mask || bitmap.bits == 32;
-        }
-        result.area = {0, 0, static_cast<int32_t>(facts.width), static_cast<int32_t>(facts.height)};
+        FileFacts& found = result.facts;
+        found = facts(index);
+        found.format = Format::kIco;
+        found.encoding = IcoEncoding{m_kind, encoding(index), entry(index).hot_spot};
+        result.area = {0, 0, static_cast<int32_t>(found.width), static_cast<int32_t>(found.height)};
         return result;
     }
 
@@ -105,6 +88,30 @@ class IcoFile final : public IcoFrames {
     }
 
  private:
+    // The settings and the format are left to header().
+    FileFacts facts(size_t index) const {
+        FileFacts facts;
+        if (is_png(index)) {
+            SourceBytes bytes(piece(index), SourceBytes::kHeaderWindow);
+            facts = probe(bytes);
+            if (!facts.readable) {
+                damaged("the PNG header of entry " + std::to_string(index) + " is incomplete");
+            }
+            // The settings are those of the file, which is no PNG.
+            facts.frame_count = 1;
+            facts.has_still = false;
+            facts.variant = Variant::kUsual;
+        } else {
+            const IcoBitmap bitmap = read_ico_bitmap(piece(index), entry(index));
+            facts.readable = true;
+            facts.width = bitmap.width;
+            facts.height = bitmap.height;
+            facts.bits_per_pixel = bitmap.bits;
+            facts.has_alpha = bitmap.has_mask || bitmap.bits == 32;
+        }
+        return facts;
+    }
+
     SharedSource piece(size_t index) const { return piece_of(m_source, entry(index).at, entry(index).size); }
 
     bool is_png(size_t index) const {

@@ -8,8 +8,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "runtime/native/formats/tga/tga_encoding.h"
@@ -17,21 +15,9 @@
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/rows.h"
-#include "runtime/native/imagework/probe/byte_reader.h"
 #include "runtime/native/imagework/probe/probe.h"
 
 namespace zelmor::imagework {
-
-struct TgaProbe {
-    bool recognized = false;
-    FileFacts facts = {};
-    std::string refusal = {};  // of a recognized file that is not readable: why
-};
-
-// The format has no signature at the beginning: a file is a TGA if it ends with the footer, or if every field of its
-// header is plausible. So all other formats are asked before this one. The size of the file is absent where it is not
-// known, as of a stream that cannot seek.
-TgaProbe probe_tga(const ByteReader& file, std::optional<uint64_t> size);
 
 // The file of one picture as a source of one frame.
 class TgaFrames : public FrameSource {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "runtime/native/formats/tga/tga_extension.h"
+#include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/pixels/pixel_form.h"
 
 namespace zelmor::imagework {
@@ -36,6 +37,8 @@ struct TgaTag {
 };
 
 struct TgaEncoding {
+    static constexpr Format kFormat = Format::kTga;
+
     // Of a stored pixel: of colors 15, 16, 24 or 32, of gray 8 or 16 (with alpha, or a byte that means nothing), of
     // indices 8 or 16. 0 for the fewest that hold the form of the picture.
     int bits_per_pixel = 0;

@@ -1,24 +1,42 @@
 // TGA: no mark; the fields of the header have to go together.
 #include "runtime/native/formats/format_room.h"
+#include "runtime/native/formats/tga/tga_encoding.h"
+#include "runtime/native/formats/tga/tga_header.h"
 
 namespace zelmor::imagework {
 namespace {
 
 bool begins_tga(const ByteReader& file) {
-    const ByteReader in = file.in_order(false);
-    const int map = in.u8(1);
-    const int type = in.u8(2);
-    const int depth = in.u8(16);
-    const int map_depth = in.u8(7);
-    const bool indexed = type == 1 || type == 9;
-    const bool direct = type == 2 || type == 3 || type == 10 || type == 11;
-    const bool map_fits =
-        map == 0 ? in.u16(3) == 0 && in.u16(5) == 0 && map_depth == 0
-                 : in.u16(5) > 0 && (map_depth == 15 || map_depth == 16 || map_depth == 24 || map_depth == 32);
-    const bool depth_fits = depth == 8 || (!indexed && (depth == 15 || depth == 16 || depth == 24 || depth == 32));
-    const int descriptor = in.u8(17);
-    return map <= 1 && (indexed ? map == 1 : direct) && map_fits && depth_fits && in.u16(12) > 0 && in.u16(14) > 0 &&
-           (descriptor & 0xC0) == 0 && (descriptor & 0x0F) <= 8 && in.ok();
+    if (!file.has(0, TgaHeader::kSize)) {
+        return false;
+    }
+    const TgaHeader header = read_tga_header(file);
+    // A header alone is no file; so other data that look like one are told apart where there are few of them.
+    return is_plausible_tga(header) && file.has(header.pixels_at(), 1);
+}
+
+void probe_tga(const ByteReader& file, FileFacts& facts) {
+    const TgaHeader header = read_tga_header(file);
+    facts.obstacle = tga_refusal(header);
+    facts.readable = facts.obstacle.empty() && tga_damage(header).empty();
+    facts.width = header.width;
+    facts.height = header.height;
+    facts.bits_per_pixel = header.depth;
+    facts.has_alpha = tga_alpha(header, std::nullopt) != TgaAlpha::kNone;
+    TgaEncoding encoding;
+    encoding.bits_per_pixel = header.depth;
+    facts.encoding = encoding;
+}
+
+// The areas behind the pixels are found from the end of the file, so that all that follows belongs to it.
+class TgaEnd final : public PictureEnd {
+ public:
+    explicit TgaEnd(const FileFacts& facts) : PictureEnd(facts) {}
+    uint64_t needed(std::span<const uint8_t>) override { return kUnknown; }
+};
+
+std::unique_ptr<PictureEnd> tga_end(const FileFacts& facts) {
+    return std::make_unique<TgaEnd>(facts);
 }
 
 constexpr const char* kExtensions[] = {"tga"};
@@ -31,6 +49,9 @@ const FormatRoom kTgaRoom{
     .name = "TGA",
     .extensions = kExtensions,
     .begins = &begins_tga,
+    .probe = &probe_tga,
+    .end = &tga_end,
+    .default_settings = &default_settings_of<TgaEncoding>,
 };
 
 }  // namespace zelmor::imagework

@@ -107,6 +107,26 @@ std::string tga_damage(const TgaHeader& header) {
     return {};
 }
 
+TgaAlpha tga_alpha(const TgaHeader& header, const std::optional<TgaExtension>& extension) {
+    const int bits = header.color_bits();
+    if (bits != 16 && bits != 32) {
+        return TgaAlpha::kNone;
+    }
+    if (extension) {
+        switch (extension->attributes()) {
+            case TgaAttributes::kNone:
+            case TgaAttributes::kIgnored:
+                return TgaAlpha::kNone;
+            case TgaAttributes::kRetained:
+            case TgaAttributes::kAlpha:
+                return TgaAlpha::kStraight;
+            case TgaAttributes::kPremultiplied:
+                return TgaAlpha::kPremultiplied;
+        }
+    }
+    return header.attribute_bits() != 0 ? TgaAlpha::kStraight : TgaAlpha::kNone;
+}
+
 int32_t stored_tga_row(const TgaHeader& header, int32_t row) {
     assert(row >= 0 && row < header.height);
     const int32_t at = header.from_top() ? row : header.height - 1 - row;

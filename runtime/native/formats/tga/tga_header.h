@@ -3,8 +3,10 @@
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_TGA_TGA_HEADER_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include "runtime/native/formats/tga/tga_extension.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::imagework {
@@ -69,6 +71,12 @@ std::string tga_refusal(const TgaHeader& header);
 
 // The same for a header that makes no sense; empty where it does.
 std::string tga_damage(const TgaHeader& header);
+
+enum class TgaAlpha : uint8_t { kNone, kStraight, kPremultiplied };
+
+// What the attribute bits of a file's colors mean. The extension area decides; without one the header does, which
+// states how many such bits there are.
+TgaAlpha tga_alpha(const TgaHeader& header, const std::optional<TgaExtension>& extension);
 
 // The stored row that holds a row of the picture, and the other way round.
 int32_t stored_tga_row(const TgaHeader& header, int32_t row);

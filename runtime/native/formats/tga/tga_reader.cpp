@@ -390,6 +390,8 @@ class TgaFileFrames final : public TgaFrames {
     }
 
     void fill_facts() {
+        m_facts.format = Format::kTga;
+        m_facts.encoding = m_settings;
         m_facts.readable = true;
         m_facts.width = m_file.header.width;
         m_facts.height = m_file.header.height;

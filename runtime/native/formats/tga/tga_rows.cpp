@@ -79,26 +79,6 @@ void put_channels(Channels color, int bits, TgaAlpha alpha, uint8_t* stored) {
 
 }  // namespace
 
-TgaAlpha tga_alpha(const TgaHeader& header, const std::optional<TgaExtension>& extension) {
-    const int bits = header.color_bits();
-    if (bits != 16 && bits != 32) {
-        return TgaAlpha::kNone;
-    }
-    if (extension) {
-        switch (extension->attributes()) {
-            case TgaAttributes::kNone:
-            case TgaAttributes::kIgnored:
-                return TgaAlpha::kNone;
-            case TgaAttributes::kRetained:
-            case TgaAttributes::kAlpha:
-                return TgaAlpha::kStraight;
-            case TgaAttributes::kPremultiplied:
-                return TgaAlpha::kPremultiplied;
-        }
-    }
-    return header.attribute_bits() != 0 ? TgaAlpha::kStraight : TgaAlpha::kNone;
-}
-
 Argb tga_color(const uint8_t* stored, int bits, TgaAlpha alpha) {
     const Channels found = channels_of(stored, bits, alpha);
     return static_cast<Argb>(found.alpha) << 24 | static_cast<Argb>(found.red) << 16 |

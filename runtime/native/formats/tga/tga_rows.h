@@ -13,12 +13,6 @@
 
 namespace zelmor::imagework {
 
-enum class TgaAlpha : uint8_t { kNone, kStraight, kPremultiplied };
-
-// What the attribute bits of a file's colors mean. The extension area decides; without one the header does, which
-// states how many such bits there are.
-TgaAlpha tga_alpha(const TgaHeader& header, const std::optional<TgaExtension>& extension);
-
 // One stored color of 15, 16, 24 or 32 bits, which lies in two to four bytes.
 Argb tga_color(const uint8_t* stored, int bits, TgaAlpha alpha);
 // The same in the other direction; how many bytes there are. A color without alpha has all of its attribute bits set.

@@ -114,6 +114,7 @@ const FormatMembers kTiffMembers{
     .new_pixels = &new_pixels,
     .is_indexed = &is_indexed,
     .has_pages = true,
+    .takes_any_pages = true,
     .page_title = &page_title,
     .drop_descriptions = &drop_page_names,
 };

@@ -1,0 +1,181 @@
+"""Icons and cursors through the API, beside Pillow: pages of several sizes, options, and what is kept."""
+
+from __future__ import annotations
+
+import io
+import struct
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from zelmor.imaging import FileFormat, Image
+from zelmor.imaging.fileformats.ico import IcoImage
+from zelmor.imaging.imageoptions import IcoOptions, MultiPageOptions, PngOptions
+
+from support.image_oracles import Pixels, load, managed_error, noise, raster, write
+
+SIDES = [16, 32, 48]
+
+
+def picture(side: int) -> Pixels:
+    return noise(4, seed=side, width=side, height=side)
+
+
+def png(side: int) -> bytes:
+    file = io.BytesIO()
+    Pillow.fromarray(picture(side)).save(file, "PNG")
+    return file.getvalue()
+
+
+def file_of(kind: int = 1, sides: list[int] | None = None) -> bytes:
+    """A file of PNG entries; those of cursors point at (3, 4)."""
+    pieces = [png(side) for side in sides or SIDES]
+    at = 6 + 16 * len(pieces)
+    directory = struct.pack("<HHH", 0, kind, len(pieces))
+    for side, piece in zip(sides or SIDES, pieces):
+        directory += struct.pack("<BBBBHHII", side, side, 0, 0, *((1, 32) if kind == 1 else (3, 4)), len(piece), at)
+        at += len(piece)
+    return directory + b"".join(pieces)
+
+
+def saved(image: Image, *options: Any) -> bytes:
+    file = io.BytesIO()
+    image.save(file, *options)
+    return file.getvalue()
+
+
+def entries(data: bytes) -> list[tuple[int, int, int, bytes]]:
+    """The sides, the bits, and the first bytes of each entry."""
+    found = []
+    for i in range(struct.unpack_from("<H", data, 4)[0]):
+        width, height, _, _, _, bits, _, at = struct.unpack_from("<BBBBHHII", data, 6 + 16 * i)
+        found.append((width, height, bits, data[at:at + 4]))
+    return found
+
+
+def by_pillow(data: bytes, side: int) -> Pixels:
+    with Pillow.open(io.BytesIO(data)) as icon:
+        assert icon.format in ("ICO", "CUR")
+        icon.size = (side, side)
+        icon.load()
+        return np.asarray(icon.convert("RGBA"))
+
+
+def ico(image: Image) -> IcoImage:
+    return IcoImage._cast_to(image).value
+
+
+def test_the_pages_of_a_file(tmp_path: Path) -> None:
+    (tmp_path / "a.ico").write_bytes(file_of())
+    path = str(tmp_path / "a.ico")
+    assert Image.can_load(path)
+    assert Image.get_file_format(path) == FileFormat.ICO
+    image = ico(Image.load(path))
+    assert (image.file_format, image.page_count, image.has_alpha) == (FileFormat.ICO, 3, True)
+    for page, side in zip(image.pages, SIDES):
+        assert (page.width, page.height) == (side, side)
+        page.save(str(tmp_path / "page.png"), PngOptions())
+        with Pillow.open(tmp_path / "page.png") as read:
+            assert (np.asarray(read.convert("RGBA")) == picture(side)).all()
+    assert saved(image) == file_of()  # entries as they were
+
+
+def test_a_stream_stands_behind_its_icons() -> None:
+    stream = io.BytesIO(file_of() + b"more")
+    assert ico(Image.load(stream)).page_count == 3
+    assert stream.tell() == len(file_of())
+
+
+def test_cursors_stay_cursors() -> None:
+    image = ico(Image.load(io.BytesIO(file_of(kind=2))))
+    assert image.file_format == FileFormat.ICO
+    assert saved(image) == file_of(kind=2)
+    raster(image.pages[1]).set_argb_32_pixel(0, 0, -1)
+    data = saved(image)
+    assert struct.unpack_from("<HHH", data) == (0, 2, 3)
+    assert [struct.unpack_from("<HH", data, 6 + 16 * i + 4) for i in range(3)] == [(3, 4)] * 3
+
+
+def test_a_changed_page_is_written_anew() -> None:
+    image = ico(Image.load(io.BytesIO(file_of())))
+    raster(image.pages[1]).set_argb_32_pixel(5, 6, -1)
+    data = saved(image)
+    expected = picture(32).copy()
+    expected[6, 5] = 255
+    assert (by_pillow(data, 32) == expected).all()
+    assert (by_pillow(data, 16) == picture(16)).all()
+    assert [entry[:3] for entry in entries(data)] == [(side, side, 32) for side in SIDES]
+
+
+@pytest.mark.parametrize(("kind", "bits", "begin"), [
+    (FileFormat.PNG, 32, b"\x89PNG"), (FileFormat.PNG, 8, b"\x89PNG"), (FileFormat.BMP, 32, b"\x28\0\0\0"),
+    (FileFormat.BMP, 24, b"\x28\0\0\0"), (FileFormat.BMP, 8, b"\x28\0\0\0"), (FileFormat.BMP, 1, b"\x28\0\0\0")])
+def test_the_options_of_entries(tmp_path: Path, kind: FileFormat, bits: int, begin: bytes) -> None:
+    options = IcoOptions(kind, bits)
+    assert (options.format, options.bits_per_pixel) == (kind, bits)
+    image = Image.load(write(tmp_path / "a.png", picture(32)))
+    data = saved(image, options)
+    assert entries(data) == [(32, 32, bits, begin)]
+    if bits == 32:
+        assert (by_pillow(data, 32) == picture(32)).all()
+    again = IcoOptions._cast_to(Image.load(io.BytesIO(data)).get_original_options()).value
+    assert (again.format, again.bits_per_pixel) == (kind, bits)
+
+
+def test_what_options_are_refused(tmp_path: Path) -> None:
+    image = Image.load(write(tmp_path / "a.png", picture(32)))
+    with managed_error("NotSupportedException", "IcoOptions.Format"):
+        saved(image, IcoOptions(FileFormat.GIF, 32))
+    with managed_error("ImageSaveException", "a BMP entry of an icon has no form of 7 bits per pixel"):
+        saved(image, IcoOptions(FileFormat.BMP, 7))
+    large = Image.load(write(tmp_path / "b.png", noise(3, width=257, height=9)))
+    with managed_error("ImageSaveException", "ICO holds at most 256 pixels to a side; the image is 257 by 9"):
+        saved(large, IcoOptions())
+
+
+def test_one_page_of_several() -> None:
+    image = Image.load(io.BytesIO(file_of()))
+    options = IcoOptions()
+    options.multi_page_options = MultiPageOptions([1])
+    assert entries(saved(image, options)) == [(32, 32, 32, b"\x89PNG")]
+
+
+def test_making_icons_of_pages(tmp_path: Path) -> None:
+    image = IcoImage(load(write(tmp_path / "a.png", picture(16))), IcoOptions())
+    image.add_page(load(write(tmp_path / "b.png", picture(32))))
+    image.add_page(load(write(tmp_path / "c.png", picture(48))), IcoOptions(FileFormat.BMP, 32))
+    image.add_raster_page(load(write(tmp_path / "d.png", picture(20))))
+    assert image.page_count == 4
+    data = saved(image)
+    assert [entry[:3] for entry in entries(data)] == [(side, side, 32) for side in (16, 32, 48, 20)]
+    assert entries(data)[2][3] == b"\x28\0\0\0"
+    for side in (16, 32, 48, 20):
+        assert (by_pillow(data, side) == picture(side)).all()
+    image.remove_page(1)
+    assert [entry[0] for entry in entries(saved(image))] == [16, 48, 20]
+    with managed_error("ArgumentOutOfRangeException", "index"):
+        image.remove_page(3)
+    with managed_error("ArgumentNullException", "page"):
+        image.add_raster_page(None)
+
+
+def test_a_new_icon() -> None:
+    for image in (IcoImage(9, 5, IcoOptions()), ico(Image.create(IcoOptions(), 9, 5))):
+        assert (image.width, image.height, image.page_count) == (9, 5, 1)
+        image.set_argb_32_pixel(4, 2, -1)
+        assert entries(saved(image))[0][:2] == (9, 5)
+        with Pillow.open(io.BytesIO(saved(image))) as read:
+            assert read.convert("RGBA").getpixel((4, 2)) == (255, 255, 255, 255)
+
+
+def test_pages_of_other_formats_make_no_icon(tmp_path: Path) -> None:
+    path = write(tmp_path / "a.png", picture(16))
+    assert Image.create([Image.load(path), Image.load(path)]).file_format == FileFormat.TIFF
+
+
+def test_damage_is_an_error() -> None:
+    for size in (30, 200, len(file_of()) - 100):
+        with managed_error("ImageLoadException", "ICO"):
+            Image.load(io.BytesIO(file_of()[:size])).page_count

@@ -1,0 +1,195 @@
+"""TGA images through the API, beside Pillow: loading, saving, and what their files say besides the pixels."""
+
+from __future__ import annotations
+
+import io
+import struct
+from datetime import datetime, timedelta
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from zelmor.imaging import Color, FileFormat, Image
+from zelmor.imaging.fileformats.tga import TgaImage
+from zelmor.imaging.imageoptions import PngOptions, TgaOptions
+
+from support.image_oracles import HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, read, write
+
+SIGNATURE = b"TRUEVISION-XFILE.\0"
+
+
+def tga(image: Image) -> TgaImage:
+    return TgaImage._cast_to(image).value
+
+
+def by_pillow(data: bytes, mode: str) -> Pixels:
+    with Pillow.open(io.BytesIO(data)) as picture:
+        assert picture.format == "TGA"
+        return np.asarray(picture.convert(mode)).astype(int)
+
+
+def saved(image: Image, *options: Any) -> bytes:
+    file = io.BytesIO()
+    image.save(file, *options)
+    return file.getvalue()
+
+
+def with_extension() -> bytes:
+    """A file whose author has bytes behind the end of his name, and with a gamma."""
+    area = bytearray(495)
+    area[0:2] = struct.pack("<H", 495)
+    area[2:10] = b"Ada\0rest"
+    area[43:48] = b"first"
+    area[124:130] = b"second"
+    area[367:379] = struct.pack("<6H", 5, 17, 2024, 10, 20, 30)
+    area[379:382] = b"job"
+    area[420:426] = struct.pack("<3H", 30, 1, 2)
+    area[426:430] = b"soft"
+    area[467:470] = struct.pack("<HB", 110, ord("b"))
+    area[470:474] = struct.pack("<I", 0xFF102030)
+    area[474:482] = struct.pack("<4H", 4, 3, 22, 10)
+    area[494] = 0
+    header = struct.pack("<BBBHHBHHHHBB", 2, 0, 2, 0, 0, 0, 7, 9, 2, 1, 24, 0x20)
+    body = header + b"id" + bytes([1, 2, 3, 4, 5, 6])
+    return body + bytes(area) + struct.pack("<II", len(body), 0) + SIGNATURE
+
+
+@pytest.mark.parametrize(("picture", "mode"), [(noise(), "RGB"), (noise(4), "RGBA"), (noise(1), "L")])
+@pytest.mark.parametrize("runs", [None, "tga_rle"])
+def test_a_file_is_loaded_and_written_again_as_it_was(tmp_path: Path, picture: Pixels, mode: str, runs: str | None) \
+        -> None:
+    path = write(tmp_path / "a.tga", picture, compression=runs)
+    assert Image.can_load(path)
+    assert Image.get_file_format(path) == FileFormat.TGA
+    image = load(path)
+    assert (image.width, image.height, image.file_format) == (WIDTH, HEIGHT, FileFormat.TGA)
+    assert image.has_alpha == (mode == "RGBA")
+    image.save(str(tmp_path / "b.png"))
+    assert (read(tmp_path / "b.png", mode) == picture).all()
+    data = saved(image)
+    assert (by_pillow(data, mode) == picture).all()
+    assert data[2] == Path(path).read_bytes()[2]  # the image type: runs stay runs
+    assert (by_pillow(saved(image, TgaOptions()), mode) == picture).all()
+
+
+def test_a_stream_is_read_to_its_end() -> None:
+    stream = io.BytesIO(with_extension())
+    assert Image.get_file_format(stream) == FileFormat.TGA
+    assert Image.can_load(stream)
+    assert tga(Image.load(stream)).author_name == "Ada"
+
+
+def test_pictures_of_other_formats(tmp_path: Path) -> None:
+    image = Image.load(write(tmp_path / "a.png", noise(4)))
+    assert (by_pillow(saved(image, TgaOptions()), "RGBA") == noise(4)).all()
+    image.save(str(tmp_path / "b.tga"))
+    assert (read(tmp_path / "b.tga", "RGBA") == noise(4)).all()
+    with Pillow.fromarray(few_colors()).quantize(16) as indexed:
+        indexed.save(tmp_path / "p.png")
+    data = saved(Image.load(str(tmp_path / "p.png")), TgaOptions())
+    assert data[1:3] == b"\1\1"  # a color map, and indices
+    assert (by_pillow(data, "RGB") == read(tmp_path / "p.png", "RGB")).all()
+
+
+def test_damage_is_an_error(tmp_path: Path) -> None:
+    data = Path(write(tmp_path / "a.tga", noise())).read_bytes()
+    for size in (19, 500):
+        with managed_error("ImageLoadException", "TGA"):
+            Image.load(io.BytesIO(data[:size]))
+    huffman = bytes([0, 1, 32, 0, 0, 1, 0, 24, 0, 0, 0, 0, 1, 0, 1, 0, 8, 0]) + bytes(20)
+    assert not Image.can_load(io.BytesIO(huffman))
+    with managed_error("NotSupportedException", "Huffman-coded data (image type 32)"):
+        Image.load(io.BytesIO(huffman))
+
+
+def test_a_new_image() -> None:
+    image = TgaImage._cast_to(Image.create(TgaOptions(), 6, 4)).value
+    image.set_argb_32_pixel(1, 2, -1)
+    assert by_pillow(saved(image), "RGBA")[2, 1].tolist() == [255] * 4
+    for options in (PngOptions(), TgaOptions()):
+        with managed_error("ArgumentOutOfRangeException", "width"):
+            Image.create(options, 0, 1)
+
+
+def test_constructors(tmp_path: Path) -> None:
+    path = write(tmp_path / "a.png", noise())
+    for image in (TgaImage(path), TgaImage(load(path)), TgaImage(io.BytesIO(Path(path).read_bytes())),
+                  TgaImage.create_from_image(load(path)),
+                  TgaImage.create_from_stream(io.BytesIO(Path(path).read_bytes()))):
+        assert (image.file_format, image.bits_per_pixel, image.author_name) == (FileFormat.TGA, 24, None)
+        assert (by_pillow(saved(image), "RGB") == noise()).all()
+    with managed_error("ArgumentNullException", "raster_image"):
+        TgaImage.create_from_image(None)
+
+
+def test_what_a_file_says() -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    assert (image.x_origin, image.y_origin, image.image_id) == (7, 9, "id")
+    assert (image.author_name, image.author_comments) == ("Ada", "first\nsecond")
+    assert (image.job_name_or_id, image.software_id) == ("job", "soft")
+    assert image.date_time_stamp == datetime(2024, 5, 17, 10, 20, 30)
+    assert image.job_time == timedelta(hours=30, minutes=1, seconds=2)
+    assert (image.software_version, image.software_version_number) == ("1.10b", 110)
+    assert image.software_version_letter == "b"
+    assert (image.pixel_aspect_ratio_numerator, image.pixel_aspect_ratio_denominator) == (4, 3)
+    assert (image.gamma_value_numerator, image.gamma_value_denominator) == (22, 10)
+    assert image.has_background_color
+    assert image.background_color.to_argb() & 0xFFFFFFFF == 0xFF102030
+    assert not image.has_color_map
+    data = with_extension()
+    assert saved(image) == data  # with the bytes behind the end of a text
+    assert saved(image, TgaOptions()) == data
+
+
+def test_what_is_set_is_written() -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    image.x_origin, image.y_origin, image.image_id = 65535, 0, "b\u00e4r"
+    image.author_name, image.author_comments = "Grace", "one\n\nthree"
+    image.job_name_or_id, image.software_id = None, "x" * 40
+    image.date_time_stamp = None
+    image.job_time = timedelta(hours=65535, minutes=59, seconds=59)
+    image.software_version = "3.2"
+    image.background_color = Color.red
+    again = tga(Image.load(io.BytesIO(saved(image))))
+    assert (again.x_origin, again.y_origin, again.image_id) == (65535, 0, "b\u00e4r")
+    assert (again.author_name, again.author_comments) == ("Grace", "one\n\nthree")
+    assert (again.job_name_or_id, again.software_id) == (None, "x" * 40)
+    assert again.date_time_stamp is None
+    assert again.job_time == timedelta(hours=65535, minutes=59, seconds=59)
+    assert (again.software_version, again.software_version_number) == ("3.20", 320)
+    assert again.background_color.to_argb() == Color.red.to_argb()
+    again.date_time_stamp = datetime(1999, 12, 31, 23, 59, 58)
+    again.has_background_color = False
+    last = tga(Image.load(io.BytesIO(saved(again))))
+    assert last.date_time_stamp == datetime(1999, 12, 31, 23, 59, 58)
+    assert not last.has_background_color
+
+
+def test_an_extension_area_is_made_where_something_is_said(tmp_path: Path) -> None:
+    image = tga(Image.load(write(tmp_path / "a.tga", noise())))
+    assert (image.author_name, image.software_version, image.date_time_stamp) == (None, None, None)
+    plain = saved(image)
+    image.author_name = "Ada"
+    assert len(saved(image)) == len(plain) + 495
+    assert tga(Image.load(io.BytesIO(saved(image)))).author_name == "Ada"
+
+
+@pytest.mark.parametrize(("name", "value", "kind"), [
+    ("author_name", "x" * 41, "ArgumentException"), ("job_name_or_id", "\u00e4" * 21, "ArgumentException"),
+    ("software_id", "a\0b", "ArgumentException"), ("author_comments", "\n" * 4, "ArgumentException"),
+    ("author_comments", "x" * 81, "ArgumentException"), ("image_id", "x" * 256, "ArgumentException"),
+    ("x_origin", -1, "ArgumentOutOfRangeException"), ("y_origin", 65536, "ArgumentOutOfRangeException"),
+    ("software_version_number", 65536, "ArgumentOutOfRangeException"),
+    ("software_version_letter", "\u0142", "ArgumentException"), ("software_version", "1.2.3", "ArgumentException"),
+    ("software_version", "656", "ArgumentException"), ("job_time", timedelta(seconds=-1), "ArgumentOutOfRange"),
+    ("job_time", timedelta(hours=65536), "ArgumentOutOfRangeException"),
+])
+def test_what_a_file_has_no_room_for_is_refused(name: str, value: Any, kind: str) -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    before = getattr(image, name)
+    with managed_error("ArgumentOutOfRangeException" if kind.startswith("ArgumentOutOf") else kind, "value"):
+        setattr(image, name, value)
+    assert getattr(image, name) == before
+    assert saved(image) == with_extension()
