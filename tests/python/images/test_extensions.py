@@ -20,8 +20,8 @@ UNWRITABLE = {"CDR": ["cdr"], "CMX": ["cmx"], "DICOM": ["dcm", "dicom"], "DjVu":
 
 @pytest.mark.parametrize(("name", "kind"), [
     ("a.bmp", "BMP"), ("a.dib", "BMP"), ("a.gif", "GIF"), ("a.jpg", "JPEG"), ("a.jpeg", "JPEG"), ("a.jpe", "JPEG"),
-    ("a.jfif", "JPEG"), ("a.apng", "PNG"), ("a.tif", "TIFF"), ("a.tiff", "TIFF"), ("a.webp", "WEBP"), ("a.tga", "TGA"), ("a.ico", "ICO"),
-    ("a.b.JPG", "JPEG")])
+    ("a.jfif", "JPEG"), ("a.apng", "PNG"), ("a.tif", "TIFF"), ("a.tiff", "TIFF"), ("a.webp", "WEBP"),
+    ("a.b.JPG", "JPEG"), ("a.tga", "TGA"), ("a.ico", "ICO")])
 def test_a_known_extension_means_its_format(tmp_path: Path, name: str, kind: str) -> None:
     Image.load(write(tmp_path / "source.png", noise())).save(str(tmp_path / name))
     with Pillow.open(tmp_path / name) as picture:

@@ -98,6 +98,20 @@ def test_cursors_stay_cursors() -> None:
     assert [struct.unpack_from("<HH", data, 6 + 16 * i + 4) for i in range(3)] == [(3, 4)] * 3
 
 
+def test_the_hot_spot_of_a_single_cursor() -> None:
+    data = file_of(2, [32])
+    image = ico(Image.load(io.BytesIO(data)))
+    assert saved(image) == data
+    options = IcoOptions(FileFormat.BMP, 32)
+    assert struct.unpack_from("<HH", saved(image, options), 10) == (3, 4)
+    image.set_argb_32_pixel(0, 0, -1)
+    for file in (saved(image), saved(image, options)):
+        assert struct.unpack_from("<HHHBBBBHH", file) == (0, 2, 1, 32, 32, 0, 0, 3, 4)
+    several = ico(Image.load(io.BytesIO(file_of(2))))
+    options.multi_page_options = MultiPageOptions([1])
+    assert struct.unpack_from("<HHHBBBBHH", saved(several, options)) == (0, 2, 1, 32, 32, 0, 0, 3, 4)
+
+
 def test_a_changed_page_is_written_anew() -> None:
     image = ico(Image.load(io.BytesIO(file_of())))
     raster(image.pages[1]).set_argb_32_pixel(5, 6, -1)

@@ -49,18 +49,23 @@ RowsHeader to_entry_form(VipsPicture& picture, const IcoEntryEncoding& entry, co
     return header;
 }
 
+// A picture that is still that of an entry is written as it stands there, unless its settings are others.
 void write_entry(IcoWriter& icons, VipsPicture& picture, const Encoding& encoding) {
-    const auto& ico = encoding.format.get<IcoEncoding>();
+    auto ico = encoding.format.get<IcoEncoding>();
+    const FrameOrigin origin = picture.origin();
+    if (const auto* file = dynamic_cast<const IcoFrames*>(origin.source.get()); file != nullptr) {
+        const auto own = picture.palette();
+        const auto& wanted = encoding.palette;
+        const bool keeps = wanted.empty() || std::equal(own.begin(), own.end(), wanted.begin(), wanted.end());
+        if (keeps && file->encoding(origin.index) == ico.entry) {
+            return icons.copy(*file, origin.index);
+        }
+        ico.hot_spot = file->entry(origin.index).hot_spot;
+    }
     const RowsHeader header = to_entry_form(picture, ico.entry, encoding);
     const auto rows = icons.start(header, ico.entry, ico.hot_spot);
     write_rows(picture, *rows);
     rows->finish();
-}
-
-// Whether the entry is to be written as it stands in the file of the picture.
-bool is_as_it_was(const IcoFrames& file, size_t index, const Encoding& encoding) {
-    const bool plain = !encoding.transparent_color && !encoding.flatten;
-    return plain && file.encoding(index) == encoding.format.get<IcoEncoding>().entry;
 }
 
 EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
@@ -68,19 +73,9 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
     IcoWriter icons(frames[0].encoding->format.get<IcoEncoding>().kind, file);
     for (const FrameToWrite& frame : frames) {
         check_sides(*frame.picture, Format::kIco);
-        const FrameOrigin& origin = frame.picture->origin();
-        const auto* source = dynamic_cast<const IcoFrames*>(origin.source.get());
-        Encoding encoding = *frame.encoding;
-        if (source != nullptr && is_as_it_was(*source, origin.index, encoding)) {
-            icons.copy(*source, origin.index);
-            continue;
-        }
-        if (source != nullptr) {
-            encoding.format.get<IcoEncoding>().hot_spot = source->entry(origin.index).hot_spot;
-        }
         const auto own = frame.picture->copy();
-        prepare_for_encoding(*own, encoding);
-        write_entry(icons, static_cast<VipsPicture&>(*own), encoding);
+        prepare_for_encoding(*own, *frame.encoding);  // the origin is lost where this changes pixels
+        write_entry(icons, static_cast<VipsPicture&>(*own), *frame.encoding);
     }
     icons.finish();
     return to_encoded(std::move(file));

@@ -41,11 +41,14 @@ bool is_indexed(const FormatEncoding& settings) {
     return settings.get<IcoEncoding>().entry.bits_per_pixel <= 8;
 }
 
-// Options say nothing of cursors, so that a cursor stays one.
+// Options say nothing of cursors, so that a cursor stays one. The pages of a file have hot spots of their own.
 void complete(const ImageObject& image, FormatEncoding& settings) {
     if (const auto* own = settings_as<IcoEncoding>(image.facts()); own != nullptr) {
         auto& ico = settings.get<IcoEncoding>();
         ico.kind = own->kind;
+        if (image.frame_count() == 1) {
+            ico.hot_spot = own->hot_spot;
+        }
     }
 }
 
