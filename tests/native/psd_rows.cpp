@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "runtime/native/formats/psd/psd_codec.h"
-#include "runtime/native/formats/psd/psd_probe.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
+#include "runtime/native/imagework/probe/probe.h"
 
 namespace {
 
@@ -59,7 +59,7 @@ int run(const std::vector<std::string>& words) {
     if (words.at(0) == "again") {
         const SharedSource source = memory_source(content(words.at(1)));
         SourceBytes bytes(source);
-        const PsdEncoding encoding = probe_psd(bytes, bytes.size()).encoding;
+        const PsdEncoding encoding = probe(bytes).encoding->get<PsdEncoding>();
         const auto reader = open_psd(source, {})->open(0);
         write(reader->header(), encoding, {source, true}, rows_of(*reader), words.at(2));
         return 0;

@@ -14,7 +14,7 @@ from support.image_oracles import managed_error, noise, write
 UNWRITABLE = {"CDR": ["cdr"], "CMX": ["cmx"], "DICOM": ["dcm", "dicom"], "DjVu": ["djvu", "djv"], "DNG": ["dng"],
               "DXF": ["dxf"], "EMF": ["emf", "emz"], "EPS": ["eps", "ps"], "HTML5 canvas": ["html", "htm"],
               "JPEG 2000": ["jp2", "j2k", "jpx", "j2c", "jpc", "jpf"],
-              "ODG": ["odg", "fodg"], "OTG": ["otg"], "PDF": ["pdf"], "PSD": ["psd", "psb"], "SVG": ["svg", "svgz"],
+              "ODG": ["odg", "fodg"], "OTG": ["otg"], "PDF": ["pdf"], "SVG": ["svg", "svgz"],
               "WMF": ["wmf", "wmz"]}
 
 

@@ -16,7 +16,7 @@ from zelmor.imaging.imageoptions import BmpOptions, DxfOptions, JpegOptions, Png
 from support.image_oracles import few_colors, load, managed_error, raster, write
 
 FORMATS = [FileFormat.BMP, FileFormat.GIF, FileFormat.JPEG, FileFormat.PNG, FileFormat.APNG, FileFormat.TIFF,
-           FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.TGA]
+           FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.PSD, FileFormat.TGA]
 
 
 @pytest.fixture(autouse=True)

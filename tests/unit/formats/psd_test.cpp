@@ -6,9 +6,10 @@
 #include "runtime/native/formats/psd/pack_bits.h"
 #include "runtime/native/formats/psd/psd_codec.h"
 #include "runtime/native/formats/psd/psd_planes.h"
-#include "runtime/native/formats/psd/psd_probe.h"
 #include "runtime/native/formats/psd/psd_resources.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
+#include "runtime/native/imagework/probe/picture_end.h"
+#include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/formats/psd_files.h"
 #include "tests/unit/imagecodecs/codec_files.h"
 
@@ -34,16 +35,24 @@ PsdFile structure(const Bytes& file) {
     SourceBytes bytes(memory_source(file));
     return read_psd_structure(bytes, file.size());
 }
+struct PsdFacts {
+    FileFacts facts;
+    PsdEncoding encoding;
+};
 PsdFacts facts_of(const Bytes& file) {
     SourceBytes bytes(memory_source(file));
-    return probe_psd(bytes, file.size());
+    FileFacts facts = probe(bytes);
+    const auto* encoding = settings_as<PsdEncoding>(facts);
+    return {facts, encoding != nullptr ? *encoding : PsdEncoding()};
 }
 std::string refusal_of(const Bytes& file, Failure kind = Failure::kUnsupported) {
     const PictureError error = failure_of([&] { opened(file); });
     EXPECT_EQ(error.kind(), kind);
-    const PsdFacts facts = facts_of(file);
-    EXPECT_FALSE(facts.facts.readable);
-    EXPECT_EQ(facts.refusal, error.what());
+    const FileFacts facts = probe(file);
+    EXPECT_FALSE(facts.readable);
+    // A file of another version is none of a PSD.
+    const bool is_told = kind == Failure::kUnsupported && facts.format == Format::kPsd;
+    EXPECT_EQ(facts.obstacle, is_told ? error.what() : std::string());
     return error.what();
 }
 Bytes written(const RowsHeader& header, const Bytes& rows, const PsdEncoding& encoding, PsdKept kept = {},
@@ -690,20 +699,20 @@ TEST(PsdKeeping, MetadataComeOutAndGoIn) {
     const PsdMetadata found = find_psd_metadata(memory_source(parts.file()));
     EXPECT_EQ(found.exif, (Bytes{'I', 'I'}));
     EXPECT_EQ(found.xmp, (Bytes{'<', 'x'}));
-    Bytes others = resource(1028, {1, 2, 3});
-    put(others, resource(1006, {1, 'a'}));
+    const Bytes others = resource(1028, {1, 2, 3});
     EXPECT_EQ(found.resources, others);
 
     PsdParts target;
-    target.resources = resource(1034, {1});
+    target.resources = resource(1006, {1, 'b'});
+    put(target.resources, resource(1034, {1}));
     put(target.resources, resource(1058, {'M', 'M'}));
     const Bytes file = target.file();
-    target.resources = resource(1034, {1});
+    target.resources = resource(1006, {1, 'b'});
     put(target.resources, resource(1058, {'I', 'I'}));
     put(target.resources, resource(1028, {1, 2, 3}));
     put(target.resources, resource(1060, {'<', 'x'}));
     EXPECT_EQ(with_psd_metadata(file, found), target.file());
-    target.resources = resource(1034, {1});
+    target.resources = resource(1006, {1, 'b'});
     EXPECT_EQ(with_psd_metadata(file, {}), target.file());
 }
 
@@ -718,8 +727,16 @@ TEST(PsdEnd, ThePictureEndsBehindItsPlanes) {
             Bytes file = parts.file();
             const size_t size = file.size();
             file.resize(size + 100, 0xEE);
-            SourceBytes bytes(memory_source(file));
-            EXPECT_EQ(psd_end(bytes, file.size()), compression == 2 ? file.size() : size);
+            const auto end = picture_end(probe(file));
+            if (compression == 2) {
+                EXPECT_EQ(end->needed(file), PictureEnd::kUnknown);
+                continue;
+            }
+            // However much of it has come.
+            for (size_t come = 0; come < file.size(); come++) {
+                const uint64_t needed = picture_end(probe(file))->needed(std::span(file).first(come));
+                EXPECT_TRUE(needed == size || (needed > come && needed < size)) << come << ": " << needed;
+            }
         }
     }
 }
@@ -844,8 +861,7 @@ void read_whatever(const Bytes& file) {
         }
     }
     SourceBytes bytes(memory_source(file));
-    probe_psd(bytes, file.size());
-    EXPECT_LE(psd_end(bytes, file.size()), file.size());
+    picture_end(probe(bytes))->needed(file);
 }
 
 std::vector<Bytes> seeds() {

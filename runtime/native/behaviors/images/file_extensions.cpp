@@ -26,14 +26,19 @@ const FormatRoom* room_of_extension(const std::string& extension) {
 
 }  // namespace
 
-Format format_of_extension(const std::string& path) {
+std::string extension_of(const std::string& path) {
     const size_t dot = path.find_last_of("./");
     if (dot == std::string::npos || path[dot] == '/') {
-        return Format::kUnknown;
+        return {};
     }
     std::string extension = path.substr(dot + 1);
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
+    return extension;
+}
+
+Format format_of_extension(const std::string& path) {
+    const std::string extension = extension_of(path);
     const FormatRoom* room = room_of_extension(extension);
     if (room == nullptr) {
         return Format::kUnknown;

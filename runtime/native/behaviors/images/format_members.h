@@ -66,6 +66,8 @@ struct FormatMembers {
     void (*take_image)(const ImageObject& image, imagework::Encoding& encoding) = nullptr;
     // Fills in settings that neither options nor the image name, from the file of the image.
     void (*complete)(const ImageObject& image, imagework::FormatEncoding& settings) = nullptr;
+    // Takes what the extension of a file name says of the settings, for an image that is saved without options.
+    void (*take_extension)(const std::string& extension, imagework::FormatEncoding& settings) = nullptr;
     // Takes the options that a new image is created with.
     void (*take_creation)(ImageObject& image, const Record& options) = nullptr;
 

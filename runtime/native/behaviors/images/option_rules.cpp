@@ -105,6 +105,17 @@ constexpr OptionRule kRules[] = {
     {ApngOptions::property_NumPlays, kEffective},
     {ApngOptions::property_DefaultFrameTime, kEffective},
 
+    {PsdOptions::property_XmpData, kEffective},
+    {PsdOptions::property_Version, kEffective},
+    {PsdOptions::property_CompressionMethod, kEffective},
+    {PsdOptions::property_PsdVersion, kEffective},
+    {PsdOptions::property_ColorMode, kEffective},
+    {PsdOptions::property_ChannelBitsCount, kEffective},
+    {PsdOptions::property_ChannelsCount, kEffective},
+    {PsdOptions::property_RemoveGlobalTextEngineResource, kEffective},
+    {PsdOptions::property_RefreshImagePreviewData, kEffective},
+    {PsdOptions::property_VectorizationOptions, kRefused},
+
     {WebPOptions::property_Lossless, kEffective},
     {WebPOptions::property_Quality, kEffective},
     {WebPOptions::property_AnimLoopCount, kEffective},

@@ -35,6 +35,7 @@ struct Request {
     Format format;
     const Record* options = nullptr;         // or none
     const RectangleValue* bounds = nullptr;  // or the whole of each page
+    std::string extension = {};              // of the file name; empty where options or the image decide
 };
 
 // Whether a file takes all frames: an animated PNG has to be asked for, by options or by being one.
@@ -140,8 +141,14 @@ void write_pages(ImageObject& image, const Request& request, DescribedFile& out)
     }
     const auto encoding_of = [&](const Page& page) {
         // A page that keeps its format keeps its own settings; the colors around it are the image's.
-        return request.options != nullptr ? encoding_for(image, *request.options)
-                                          : encoding_for(*page.source, request.format, image);
+        if (request.options != nullptr) {
+            return encoding_for(image, *request.options);
+        }
+        Encoding encoding = encoding_for(*page.source, request.format, image);
+        if (members != nullptr && members->take_extension != nullptr) {
+            members->take_extension(request.extension, encoding.format);
+        }
+        return encoding;
     };
     const bool describes = members != nullptr && members->describe_frame != nullptr;
     if (pages.size() == 1 && !(describes && members->is_described(*pages[0].source))) {
@@ -226,8 +233,10 @@ FileFormat written_format(const Request& request) {
 }
 
 // A save that names no options must not lose frames unnoticed.
-Request implied(const ImageObject& image, Format format) {
-    const Request request{format == Format::kUnknown ? image.facts().format : format};
+Request implied(const ImageObject& image, const std::string& name = {}) {
+    const Format format = format_of_extension(name);
+    Request request{format == Format::kUnknown ? image.facts().format : format};
+    request.extension = extension_of(name);
     if (image.frame_count() > 1 && !holds_frames(image, request)) {
         throw ManagedException("NotSupportedException",
                                "The image has " + std::to_string(image.frame_count()) + " frames, and " +
@@ -260,18 +269,18 @@ void save(ImageObject& self) {
     self.require_live();
     // Held: the stream may be a Python object, whose write() may dispose of the image.
     if (const Ref<ManagedStream> target = self.target_stream) {
-        return to_stream(self, *target, implied(self, Format::kUnknown));
+        return to_stream(self, *target, implied(self));
     }
     if (self.target_path.empty()) {
         throw_invalid_operation("The image belongs to no file. Name a target to save it to.");
     }
-    to_file(self, self.target_path, implied(self, Format::kUnknown));
+    to_file(self, self.target_path, implied(self));
 }
 
 void save_path(ImageObject& self, const Path& file_path) {
     self.require_live();
     const std::string path = file_path_of(file_path, "file_path");
-    to_file(self, path, implied(self, format_of_extension(path)));
+    to_file(self, path, implied(self, path));
 }
 
 void save_path_over_write(ImageObject& self, const Path& file_path, bool over_write) {
@@ -280,7 +289,7 @@ void save_path_over_write(ImageObject& self, const Path& file_path, bool over_wr
     if (!over_write && file_exists(path)) {
         throw ManagedException("IOException", "The file '" + to_utf8(*file_path) + "' already exists.");
     }
-    to_file(self, path, implied(self, format_of_extension(path)));
+    to_file(self, path, implied(self, path));
 }
 
 void save_path_options(ImageObject& self, const Path& file_path, Record* options) {
@@ -296,7 +305,7 @@ void save_path_options_bounds(ImageObject& self, const Path& file_path, Record* 
 
 void save_stream(ImageObject& self, const VariantArg* stream) {
     self.require_live();
-    to_stream(self, *read_stream(stream), implied(self, Format::kUnknown));
+    to_stream(self, *read_stream(stream), implied(self));
 }
 
 void save_stream_options(ImageObject& self, const VariantArg* stream, Record* options_base) {

@@ -33,6 +33,11 @@ struct PsdKept {
     bool unchanged = false;
 };
 
+// The file of a picture whose pixels are still those of a PSD file that was read without recovery; null for others.
+SharedSource psd_file_of(const FrameOrigin& origin);
+// Whether such a picture has the form, the profile and the palette of its file too.
+bool is_as_in_psd_file(const FrameOrigin& origin, const RowsHeader& header);
+
 // The form that the rows of a picture have to be brought to for the encoding. PictureError(kEncoding) for settings that
 // do not go together.
 PixelForm psd_form(const RowsHeader& header, const PsdEncoding& encoding);

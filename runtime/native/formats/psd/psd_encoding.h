@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "runtime/native/imagework/formats.h"
+
 namespace zelmor::imagework {
 
 // The numbers are those of the format; kAuto stands for the colors that the picture has in memory.
@@ -23,6 +25,8 @@ enum class PsdColorMode : uint16_t {
 enum class PsdCompression : uint16_t { kRaw = 0, kPackBits = 1, kZip = 2, kZipWithPrediction = 3 };
 
 struct PsdEncoding {
+    static constexpr Format kFormat = Format::kPsd;
+
     bool large = false;  // PSB: up to 300,000 pixels to a side, and lengths of 8 bytes
     PsdColorMode color = PsdColorMode::kAuto;
     PsdCompression compression = PsdCompression::kPackBits;

@@ -15,6 +15,10 @@
 
 namespace zelmor::embed {
 
+using imagework::PsdColorMode;
+using imagework::PsdCompression;
+using imagework::PsdEncoding;
+
 namespace {
 
 using PsdOptionsApi = api::ImageOptions::PsdOptions;
@@ -88,10 +92,8 @@ Backend one_of(const ManagedObject& options, const char* name, int64_t value, st
 
 }  // namespace
 
-imagework::PsdEncoding psd_encoding_of_options(const ManagedObject& options) {
-    using imagework::PsdColorMode;
-    using imagework::PsdCompression;
-    imagework::PsdEncoding encoding;
+PsdEncoding psd_encoding_of_options(const ManagedObject& options) {
+    PsdEncoding encoding;
     if (const int64_t version = property_int(options, "Version"); version != kVersion) {
         refuse_value(options, "Version", version);
     }
@@ -113,10 +115,21 @@ imagework::PsdEncoding psd_encoding_of_options(const ManagedObject& options) {
     encoding.channels = number_or(options, "ChannelsCount", 0);
     encoding.without_text_engine = property_bool(options, "RemoveGlobalTextEngineResource");
     encoding.new_thumbnail = property_bool(options, "RefreshImagePreviewData");
-    if (property_object(options, "VectorizationOptions")) {
-        throw_not_supported("A value of " + member_name(options, "VectorizationOptions") + " for a picture of pixels");
-    }
     return encoding;
+}
+
+void fill_psd_options(ManagedObject& options, const PsdEncoding& encoding) {
+    set_property(options, "PsdVersion", encoding.large ? PsdVersion::kPsb : PsdVersion::kPsd);
+    set_property(options, "CompressionMethod", static_cast<CompressionMethod>(encoding.compression));
+    if (encoding.color != PsdColorMode::kAuto) {
+        set_property(options, "ColorMode", static_cast<ColorModes>(encoding.color));
+    }
+    if (encoding.bits != 0) {
+        set_property(options, "ChannelBitsCount", int64_t{encoding.bits});
+    }
+    if (encoding.channels != 0) {
+        set_property(options, "ChannelsCount", int64_t{encoding.channels});
+    }
 }
 
 }  // namespace zelmor::embed

@@ -4,8 +4,8 @@
 #include <numeric>
 
 #include "runtime/native/formats/psd/psd_codec.h"
+#include "runtime/native/formats/psd/psd_facts.h"
 #include "runtime/native/formats/psd/psd_planes.h"
-#include "runtime/native/formats/psd/psd_probe.h"
 #include "runtime/native/formats/psd/psd_samples.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -149,6 +149,9 @@ class PsdFrames final : public FrameSource {
         return std::make_unique<PsdReader>(m_source, m_file, m_options);
     }
 
+    const SharedSource& source() const { return m_source; }
+    bool recovers() const { return m_options.recovery != Recovery::kNone; }
+
  private:
     SharedSource m_source;
     DecodeOptions m_options;
@@ -161,6 +164,26 @@ class PsdFrames final : public FrameSource {
 SharedFrames open_psd(const SharedSource& source, const DecodeOptions& options) {
     assert(source != nullptr);
     return std::make_shared<PsdFrames>(source, options);
+}
+
+SharedSource psd_file_of(const FrameOrigin& origin) {
+    const auto* frames = dynamic_cast<const PsdFrames*>(origin.source.get());
+    return frames != nullptr && !frames->recovers() ? frames->source() : nullptr;
+}
+
+bool is_as_in_psd_file(const FrameOrigin& origin, const RowsHeader& header) {
+    if (psd_file_of(origin) == nullptr) {
+        return false;
+    }
+    // Colors that were converted while the file was loaded have another profile.
+    const RowsHeader there = origin.source->open(origin.index)->header();
+    const auto bytes = [](const ProfileBytes& profile) {
+        return profile != nullptr ? std::span<const uint8_t>(*profile) : std::span<const uint8_t>();
+    };
+    const auto before = bytes(there.profile);
+    const auto now = bytes(header.profile);
+    return header.form == there.form && header.palette == there.palette &&
+           std::equal(before.begin(), before.end(), now.begin(), now.end());
 }
 
 }  // namespace zelmor::imagework

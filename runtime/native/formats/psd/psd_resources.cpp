@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cassert>
+#include <string>
 
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 
@@ -20,6 +22,11 @@ constexpr uint16_t kOfLayers[] = {kPsdLayerState, kPsdLayerGroups,         kPsdS
 
 bool is_one_of(std::span<const uint16_t> ids, uint16_t id) {
     return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
+// Whether resources of this number describe the picture, and may go into the file of another one.
+bool is_description(uint16_t id) {
+    return !is_of_layers(id) && !is_one_of(kOfPixels, id);
 }
 
 void put_resource(PsdBytes& out, uint16_t id, std::span<const uint8_t> data) {
@@ -113,8 +120,17 @@ PsdBytes psd_resource(const SharedSource& source, uint16_t id) {
 
 PsdMetadata find_psd_metadata(const SharedSource& source) {
     SourceBytes bytes(source, SourceBytes::kHeaderWindow);
-    const PsdFile file = read_psd_structure(bytes, bytes.size());
     PsdMetadata metadata;
+    PsdFile file;
+    try {
+        file = read_psd_structure(bytes, bytes.size());
+    } catch (const PictureError&) {
+        return metadata;
+    }
+    if (file.resources.size > limits::kTextBytes) {
+        throw PictureError(Failure::kDamaged,
+                           "the file has more than " + std::to_string(limits::kTextBytes) + " bytes of metadata");
+    }
     if (const PsdResource* exif = file.find(kPsdExif)) {
         metadata.exif = psd_bytes(*source, exif->data);
     }
@@ -122,19 +138,29 @@ PsdMetadata find_psd_metadata(const SharedSource& source) {
         metadata.xmp = psd_bytes(*source, xmp->data);
     }
     ResourceChanges others;
-    for (const uint16_t id : {kPsdExif, kPsdExif3, kPsdXmp, kPsdProfile, kPsdThumbnail, kPsdOldThumbnail}) {
-        others[id] = std::nullopt;
+    for (const PsdResource& block : file.blocks) {
+        if (!is_description(block.id)) {
+            others[block.id] = std::nullopt;
+        }
     }
     metadata.resources = changed_resources(source.get(), file.blocks, others);
     return metadata;
 }
 
 PsdBytes with_psd_metadata(std::span<const uint8_t> file, const PsdMetadata& metadata) {
+    const SharedSource target = borrowed_source(file);
+    SourceBytes target_bytes(target);
+    const PsdFile there = read_psd_structure(target_bytes, target_bytes.size());
     ResourceChanges changes;
+    for (const PsdResource& block : there.blocks) {
+        if (is_description(block.id)) {
+            changes[block.id] = std::nullopt;
+        }
+    }
     const SharedSource source = borrowed_source(metadata.resources);
     SourceBytes bytes(source);
     for (const PsdResource& block : walk_psd_resources(bytes, {0, metadata.resources.size()})) {
-        if (!is_of_layers(block.id) && !is_one_of(kOfPixels, block.id)) {
+        if (is_description(block.id)) {
             changes[block.id] = psd_bytes(*source, block.data);
         }
     }

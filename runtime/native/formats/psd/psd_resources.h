@@ -43,11 +43,13 @@ PsdBytes psd_resource(const SharedSource& source, uint16_t id);
 struct PsdMetadata {
     PsdBytes exif;  // from the byte order on
     PsdBytes xmp;
-    PsdBytes resources;  // the section without both, the profile and the thumbnails; IPTC data are among them
+    PsdBytes resources;  // those that neither the pixels nor layers and channels decide on; IPTC data are among them
 };
+// Nothing of a file whose sections do not fit into it, which the decoder reports. PictureError(kDamaged) for more than
+// one file may have.
 PsdMetadata find_psd_metadata(const SharedSource& source);
-// The file with other EXIF and XMP, or without them where they are empty. Of the resources those are written that do
-// not belong to the pixels, layers or channels of the file they came from; others of this file stay.
+// The file with these metadata in the place of its own; without the kinds that are empty. The resources, which may come
+// from a file of another format, replace those of the same sort; others of them are left out.
 PsdBytes with_psd_metadata(std::span<const uint8_t> file, const PsdMetadata& metadata);
 
 // Whether resources of this number tell of layers, or of channels behind the colors.
