@@ -5,6 +5,7 @@
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Dicom.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Psd.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
@@ -59,6 +60,7 @@ constexpr DefaultValue kDefaults[] = {
 
     {DicomOptions::property_ColorType, api::FileFormats::Dicom::ColorType::kRgb24Bit},
     {Jpeg2000Options::property_Irreversible, true},
+    {Jpeg2000Options::property_Codec, api::FileFormats::Jpeg2000::Jpeg2000Codec::kJp2},
     {Html5CanvasOptions::property_FullHtmlPage, true},
     {DxfOptions::property_BezierPointCount, 20},
     {SvgOptions::property_ColorType, api::FileFormats::Svg::SvgColorMode::kRgb},

@@ -57,6 +57,9 @@ struct DecodeOptions {
     std::shared_ptr<const std::vector<uint8_t>> rgb_profile = {};
     std::shared_ptr<const std::vector<uint8_t>> cmyk_profile = {};
     std::shared_ptr<MemoryBudget> memory = {};  // of the image that is decoded; null where nothing is counted
+    // Milliseconds that decoding a picture, and a part of it, may take where the codec looks at the time; 0: any time.
+    int64_t most_time = 0;
+    int64_t most_time_of_part = 0;
     // Begins the message of a failure that is found only when pixels are needed: "Cannot load 'a.png'".
     std::string subject = {};
 };

@@ -12,7 +12,6 @@ from PIL import Image as Pillow
 from zelmor.imaging import ColorPalette, Image
 from zelmor.imaging.fileformats.bmp import BitmapCompression, BmpImage
 from zelmor.imaging.fileformats.jpeg import JpegImage
-from zelmor.imaging.fileformats.jpeg2000 import Jpeg2000Image
 from zelmor.imaging.fileformats.png import PngColorType, PngImage
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions
 
@@ -115,10 +114,3 @@ def test_what_constructors_refuse(tmp_path: Path) -> None:
             kind(str(tmp_path / "none.png"))
         with managed_error("ArgumentNullException", "raster_image"):
             kind.create_from_image(None)
-
-
-def test_formats_without_pixels_say_so(tmp_path: Path) -> None:
-    path = write(tmp_path / "a.png", noise())
-    with managed_error("NotSupportedException"):
-        Jpeg2000Image(4, 4)
-    assert Image.load(path) is not None

@@ -37,8 +37,8 @@ from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
-WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "GifOptions", "IcoOptions", "JpegOptions", "PngOptions",
-            "TgaOptions", "TiffOptions", "WebPOptions"}
+WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "GifOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions",
+            "PngOptions", "PsdOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
 
 
 def options_below(*bases: str) -> list[Type]:
@@ -154,6 +154,7 @@ VALUES: dict[str, Callable[[], list[Any]]] = {
     "xmp_data": lambda: [packet()], "exif_data": lambda: [exif()], "jfif": lambda: [jfif()], "tags": lambda: [tags()],
     "resolution_settings": lambda: [ResolutionSetting(200.0, 400.0)], "buffer_size_hint": lambda: [1],
     "default_memory_allocation_limit": lambda: [1], "bits_per_sample": lambda: [[8], [16, 16, 16]],
+    "compression_ratios": lambda: [[20], [40, 1], [1, 40]],
     "multi_page_options": lambda: [MultiPageOptions([1])], "quality": lambda: [10], "tile_width": lambda: [32],
     "tile_length": lambda: [32], "compressed_quality": lambda: [10], "background_color": lambda: [Color.red],
     "default_frame_time": lambda: [70], "bits_per_pixel": lambda: [8, 32], "compression_level": lambda: [0],
@@ -330,6 +331,10 @@ def with_a_wrong_checksum() -> bytes:
     return data[:33] + chunk + data[33:]
 
 
+def large_jpeg_2000() -> bytes:
+    return encoded(noise(width=600, height=600), "JPEG2000").getvalue()
+
+
 def pixels_loaded(data: bytes, options: Any) -> Any:
     image = RasterImage._cast_to(Image.load(io.BytesIO(data), options)).value
     return list(image.load_argb_32_pixels(image.bounds))
@@ -339,6 +344,7 @@ def pixels_loaded(data: bytes, options: Any) -> Any:
 LOADS: dict[str, tuple[Callable[[], bytes], list[Any]]] = {
     "buffer_size_hint": (lambda: encoded(np.zeros((700, 800, 3), np.uint8)).getvalue(), [1]),
     "use_icc_profile_conversion": (with_a_profile, [True]),
+    "maximum_decoding_time": (large_jpeg_2000, [1]), "maximum_decoding_time_for_tile": (large_jpeg_2000, [1]),
     "strict_mode": (with_a_wrong_checksum, [True]),
 }
 

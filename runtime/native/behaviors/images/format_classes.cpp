@@ -60,7 +60,7 @@ Variant variant_of(FileFormat format) {
 FileFormat file_format_of_options(const ManagedObject& options) {
     const std::string_view type = options.type().full_name;
     for (const FormatClasses* known : format_classes()) {
-        if (type == known->options.name) {
+        if (known->options.get() != nullptr && type == known->options.get()->name) {
             return known->format;
         }
     }

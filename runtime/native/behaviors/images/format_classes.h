@@ -10,7 +10,8 @@
 
 namespace zelmor::embed {
 
-// Those of all formats that the runtime reads and writes. Loaders, exporters and creators are asked in this order.
+// Those of all formats that the runtime reads, or reads and writes. Loaders, exporters and creators are asked in this
+// order.
 const std::vector<const FormatClasses*>& format_classes();
 // Null for a format that the runtime does not have.
 const FormatClasses* classes_of(FileFormat format);

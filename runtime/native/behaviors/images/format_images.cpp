@@ -1,7 +1,6 @@
 // Making images of one format; see format_images.h.
 #include "runtime/native/behaviors/images/format_images.h"
 
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
 #include "runtime/native/behaviors/images/creating.h"
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
@@ -50,24 +49,5 @@ Ref<ImageObject> of_stream(const Ref<ManagedStream>& stream, const Encoding& enc
 Ref<ImageObject> of_image(ImageObject* raster_image, const Encoding& encoding) {
     return as_format(Ref<ImageObject>(&required_image(raster_image, "raster_image")), encoding, false);
 }
-
-namespace {
-
-// There is no backend for these formats, so that such an image would have no pixels.
-Ref<ImageObject> jpeg_2000_of_size(int32_t, int32_t) {
-    throw_not_supported("Making a Jpeg2000Image");
-}
-Ref<ImageObject> jpeg_2000_of_image(ImageObject*) {
-    throw_not_supported("Making a Jpeg2000Image");
-}
-
-using Jpeg2000ImageApi = api::FileFormats::Jpeg2000::Jpeg2000Image;
-
-const BehaviorTable table({
-    behavior<&jpeg_2000_of_size, Jpeg2000ImageApi::ctor_004_Jpeg2000Image>(),
-    behavior<&jpeg_2000_of_image, Jpeg2000ImageApi::ctor_007_Jpeg2000Image>(),
-});
-
-}  // namespace
 
 }  // namespace zelmor::embed

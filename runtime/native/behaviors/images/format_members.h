@@ -6,6 +6,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_MEMBERS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_MEMBERS_H
 
+#include <cstddef>
 #include <span>
 #include <string>
 
@@ -26,36 +27,47 @@ namespace zelmor::embed {
 
 class ImageObject;
 
+// The class of the save options of a format; null where the format is not written.
+class OptionsType {
+ public:
+    constexpr OptionsType(const TypeName& type) : m_type(&type) {}
+    constexpr OptionsType(std::nullptr_t) {}
+    constexpr const TypeName* get() const { return m_type; }
+
+ private:
+    const TypeName* m_type = nullptr;
+};
+
 // The classes of a format of the API. The API counts variants such as animated PNG as formats of their own.
 struct FormatClasses {
     FileFormat format;
     imagework::Format codec;  // the runtime's format
     const char* name;         // "Bmp": in messages and in the names of loaders, exporters and creators
     const TypeName& image;
-    const TypeName& options;  // for saving
-    const TypeName* frame;    // of an image of several pictures; null where the format has one picture
-    bool holds_frames;        // whether a file takes all frames of an image
+    OptionsType options;
+    const TypeName* frame;  // of an image of several pictures; null where the format has one picture
+    bool holds_frames;      // whether a file takes all frames of an image
 };
 
 struct FormatMembers {
     imagework::Format format;
     std::span<const FormatClasses> classes;  // the usual variant first
 
-    // ---- Save options
+    // ---- Save options; these and the settings of images are null where the format is not written
 
     // The settings in save options of the format.
-    imagework::FormatEncoding (*settings)(const ManagedObject& options);
+    imagework::FormatEncoding (*settings)(const ManagedObject& options) = nullptr;
     // Takes what else save options of the format say.
     void (*take_options)(const ManagedObject& options, imagework::Encoding& encoding) = nullptr;
     // Sets the properties of save options from the settings of a file; `facts.encoding` is of the format.
-    void (*fill_options)(ManagedObject& options, const imagework::FileFacts& facts);
+    void (*fill_options)(ManagedObject& options, const imagework::FileFacts& facts) = nullptr;
     // Whether the options have a place for the resolution of a picture.
     bool options_have_resolution = true;
 
     // ---- Settings of images
 
     // The pixels of a new image that is to be written with the settings.
-    NewPixels (*new_pixels)(const imagework::FormatEncoding& settings);
+    NewPixels (*new_pixels)(const imagework::FormatEncoding& settings) = nullptr;
     // Whether files with the settings have a palette. Null: none has.
     bool (*is_indexed)(const imagework::FormatEncoding& settings) = nullptr;
     // The settings of a file, for its picture as it is now: saving again must not lose changes since it was loaded.
@@ -97,6 +109,8 @@ struct FormatMembers {
     // Sets properties of an image from the settings of its file; `facts.encoding` is of the format.
     void (*take_file)(ImageObject& image) = nullptr;
 
+    // Takes load options of the format.
+    void (*take_load_options)(const Record& load_options, imagework::DecodeOptions& options) = nullptr;
     // Refuses a file that the load options do not allow; PictureError.
     void (*check_load_options)(const Record& load_options, const imagework::SharedSource& file) = nullptr;
 };

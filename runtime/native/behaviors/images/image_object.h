@@ -163,6 +163,8 @@ class ImageObject final : public ImageBase {
     void set_file_frames(imagework::SharedFrames frames, const imagework::DecodeOptions& options);
     // The frame of a file that the pixels still are, or nothing.
     imagework::FrameOrigin origin() const;
+    // The frame of a file that this is or was, whatever became of its pixels; its source is null for one of no file.
+    const imagework::FrameOrigin& file_frame() const { return m_file_frame; }
     // The image that this one is a frame of, or null.
     ImageObject* container() const { return m_container; }
     void set_container(ImageObject* image) { m_container = image; }

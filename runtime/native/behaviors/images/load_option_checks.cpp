@@ -15,4 +15,12 @@ void require_load_options(const Record& load_options, const imagework::FileFacts
     }
 }
 
+void take_load_options(const Record& load_options, const imagework::FileFacts& facts,
+                       imagework::DecodeOptions& options) {
+    if (const FormatMembers* members = members_of(facts.format);
+        members != nullptr && members->take_load_options != nullptr) {
+        members->take_load_options(load_options, options);
+    }
+}
+
 }  // namespace zelmor::embed

@@ -11,6 +11,9 @@ namespace zelmor::embed {
 // Before pixels are decoded. PictureError where the file breaks a rule that the options set.
 void require_load_options(const Record& load_options, const imagework::FileFacts& facts,
                           const imagework::SharedSource& file);
+// What load options of the format of the file say besides.
+void take_load_options(const Record& load_options, const imagework::FileFacts& facts,
+                       imagework::DecodeOptions& options);
 
 }  // namespace zelmor::embed
 

@@ -114,6 +114,7 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         require_loader(facts);
         if (load_options != nullptr) {
             require_load_options(*load_options, facts, source);
+            take_load_options(*load_options, facts, options);
         }
         require_uninterrupted();
         require_decodable(facts, options);

@@ -1,5 +1,6 @@
 // The ranges of numbers in options, as a table: a value outside is refused when the property is set.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
+#include "generated/runtime/Zelmor.Imaging.ImageLoadOptions.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/option_checks.h"
@@ -15,6 +16,7 @@ using namespace api::ImageOptions;
 using api::ImageOptionsBase;
 using api::LoadOptions;
 using api::FileFormats::Jpeg::JFIFData;
+using api::ImageLoadOptions::Jpeg2000LoadOptions;
 
 struct Range {
     const PropertyName& property;
@@ -30,6 +32,8 @@ constexpr Range kRanges[] = {
     {ApngOptions::property_NumPlays, 0, kMost},
     {ApngOptions::property_DefaultFrameTime, 0, kMost},
     {BmpOptions::property_BitsPerPixel, 1, 32},
+    {Jpeg2000LoadOptions::property_MaximumDecodingTime, 0, kMost},
+    {Jpeg2000LoadOptions::property_MaximumDecodingTimeForTile, 0, kMost},
     {GifOptions::property_ColorResolution, 0, 7},
     {GifOptions::property_LoopsCount, 0, 65535},
     {GifOptions::property_PixelAspectRatio, 0, 255},

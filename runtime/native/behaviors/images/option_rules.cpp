@@ -116,6 +116,12 @@ constexpr OptionRule kRules[] = {
     {PsdOptions::property_RefreshImagePreviewData, kEffective},
     {PsdOptions::property_VectorizationOptions, kRefused},
 
+    {Jpeg2000Options::property_XmpData, kEffective},
+    {Jpeg2000Options::property_Comments, kEffective},
+    {Jpeg2000Options::property_Codec, kEffective},
+    {Jpeg2000Options::property_CompressionRatios, kEffective},
+    {Jpeg2000Options::property_Irreversible, kEffective},
+
     {WebPOptions::property_Lossless, kEffective},
     {WebPOptions::property_Quality, kEffective},
     {WebPOptions::property_AnimLoopCount, kEffective},
@@ -200,8 +206,8 @@ constexpr OptionRule kRules[] = {
     {DngLoadOptions::property_Fbdd, kRefused},
     {api::FileFormats::Eps::EpsLoadOptions::property_PreviewExportFormat, kRefused},
     {DngLoadOptions::property_AdjustWhiteBalance, kRefused},
-    {Jpeg2000LoadOptions::property_MaximumDecodingTime, kRefused},
-    {Jpeg2000LoadOptions::property_MaximumDecodingTimeForTile, kRefused},
+    {Jpeg2000LoadOptions::property_MaximumDecodingTime, kEffective},
+    {Jpeg2000LoadOptions::property_MaximumDecodingTimeForTile, kEffective},
     {OdLoadOptions::property_Password, kRefused},
     {PngLoadOptions::property_StrictMode, kEffective},
     {SvgLoadOptions::property_DefaultWidth, kRefused},

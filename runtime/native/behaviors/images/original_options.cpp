@@ -19,7 +19,10 @@ Ref<ManagedObject> original_options(ImageObject& self) {
     if (classes == nullptr) {
         throw_not_supported("Save options for an image of no file format");
     }
-    Ref<ManagedObject> options = make_instance(classes->options.name);
+    if (classes->options.get() == nullptr) {
+        throw_not_supported(std::string("Save options for an image of the format ") + format_name(facts.format));
+    }
+    Ref<ManagedObject> options = make_instance(classes->options.get()->name);
     const FormatMembers& members = *members_of(facts.format);
     if (facts.encoding) {
         members.fill_options(*options, facts);

@@ -65,6 +65,9 @@ Registry& registry(Trade trade) {
         std::vector<Registry> all(std::size(kRegistries));
         for (const RegistryClass& each : kRegistries) {
             for (const FormatClasses* known : format_classes()) {
+                if (each.trade != Trade::kLoading && known->options.get() == nullptr) {
+                    continue;  // of a format that is not written
+                }
                 all[static_cast<size_t>(each.trade)].push_back(make_ref<DescriptorObject>(each.trade, known->format));
             }
         }

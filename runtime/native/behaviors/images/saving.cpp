@@ -237,6 +237,9 @@ Request implied(const ImageObject& image, const std::string& name = {}) {
     const Format format = format_of_extension(name);
     Request request{format == Format::kUnknown ? image.facts().format : format};
     request.extension = extension_of(name);
+    if (const FormatMembers* members = members_of(request.format); members != nullptr && members->settings == nullptr) {
+        throw_not_supported(std::string("Saving as ") + format_name(request.format) + ", the format of the image,");
+    }
     if (image.frame_count() > 1 && !holds_frames(image, request)) {
         throw ManagedException("NotSupportedException",
                                "The image has " + std::to_string(image.frame_count()) + " frames, and " +

@@ -10,7 +10,7 @@ namespace zelmor::imagework {
 namespace {
 
 SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
-    return open_jpeg2000(source, {options.recovery, options.memory});
+    return open_jpeg2000(source, {options.recovery, options.memory, options.most_time, options.most_time_of_part});
 }
 
 // Any picture as it is, but for forms that the format has not: numbers with a point become words, Lab becomes RGB.

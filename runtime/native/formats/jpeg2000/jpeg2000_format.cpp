@@ -1,9 +1,15 @@
 // JPEG 2000: boxes, of which the first is the signature, or the codestream alone.
 #include "runtime/native/formats/format_room.h"
+#include "runtime/native/formats/jpeg2000/jpeg2000_encoding.h"
+#include "runtime/native/formats/jpeg2000/jpeg2000_probe.h"
 #include "runtime/native/formats/jpeg2000/jpeg2000_structure.h"
 
 namespace zelmor::imagework {
 namespace {
+
+void probe_room(const ByteReader& file, FileFacts& facts) {
+    facts = probe_jpeg2000(file).facts;
+}
 
 constexpr const char* kExtensions[] = {"j2c", "j2k", "jp2", "jpc", "jpf", "jpx"};
 
@@ -15,6 +21,8 @@ const FormatRoom kJpeg2000Room{
     .name = "JPEG 2000",
     .extensions = kExtensions,
     .begins = &is_jpeg2000,
+    .probe = &probe_room,
+    .default_settings = &default_settings_of<Jpeg2000Encoding>,
 };
 
 }  // namespace zelmor::imagework

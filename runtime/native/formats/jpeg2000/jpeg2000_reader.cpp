@@ -197,7 +197,7 @@ class Jpeg2000Reader final : public RowReader {
         const Jpeg2000Reading& reading = m_file->reading;
         if ((reading.most_time_of_tile > 0 && taken.count() > reading.most_time_of_tile) ||
             (reading.most_time > 0 && m_taken.count() > reading.most_time)) {
-            throw PictureError(Failure::kInternal, "decoding the picture takes longer than the load options allow");
+            throw PictureError(Failure::kInternal, kJpeg2000TooSlow);
         }
         check_planes(decoded, grid);
         return decoded;

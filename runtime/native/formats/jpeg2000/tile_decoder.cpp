@@ -187,7 +187,7 @@ DecodedTile decode_jpeg2000_tile(const DataSource& source, const Jpeg2000Structu
     messages.listen(codec.get());
     const auto fail = [&]() {
         if (bytes.is_late()) {
-            throw PictureError(Failure::kInternal, "decoding a tile takes longer than the load options allow");
+            throw PictureError(Failure::kInternal, kJpeg2000TooSlow);
         }
         jpeg2000_damaged(messages.text("a tile cannot be decoded"));
     };

@@ -19,6 +19,10 @@ struct opj_image;
 
 namespace zelmor::imagework {
 
+// What is said where decoding took longer than it may.
+constexpr const char* kJpeg2000TooSlow =
+    "decoding takes longer than maximum_decoding_time or maximum_decoding_time_for_tile allow";
+
 using DecodingClock = std::chrono::steady_clock;
 
 // The samples of one component in a tile. Coordinates count samples of the component, from those of the whole grid.

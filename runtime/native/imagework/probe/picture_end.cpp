@@ -29,8 +29,11 @@ namespace {
 
 class NoEnd final : public PictureEnd {
  public:
-    explicit NoEnd(const FileFacts& facts) : PictureEnd(facts) {}
-    uint64_t needed(std::span<const uint8_t>) override { return 0; }
+    explicit NoEnd(const FileFacts& facts) : PictureEnd(facts), m_is_known(facts.format != Format::kUnknown) {}
+    uint64_t needed(std::span<const uint8_t>) override { return m_is_known ? kUnknown : 0; }
+
+ private:
+    bool m_is_known;
 };
 
 }  // namespace
