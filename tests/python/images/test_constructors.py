@@ -9,7 +9,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import ColorPalette, Image
+from zelmor.imaging import ColorPalette
 from zelmor.imaging.fileformats.bmp import BitmapCompression, BmpImage
 from zelmor.imaging.fileformats.jpeg import JpegImage
 from zelmor.imaging.fileformats.png import PngColorType, PngImage
