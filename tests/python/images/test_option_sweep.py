@@ -114,6 +114,14 @@ def with_a_small_frame() -> Image:
     return image
 
 
+def with_texts() -> Image:
+    """A PSD whose layers have texts, of which a block behind the layers tells."""
+    block = b"8BIMTxt2" + struct.pack(">I", 4) + b"text"
+    layers = struct.pack(">II", 0, 0) + block
+    header = b"8BPS" + struct.pack(">H6xHIIHH", 1, 3, 4, 4, 8, 3) + bytes(8)
+    return loaded(io.BytesIO(header + struct.pack(">I", len(layers)) + layers + bytes(2 + 3 * 4 * 4)))
+
+
 def packet() -> XmpPacketWrapper:
     packet, package = XmpPacketWrapper(), DublinCorePackage()
     package.set_title("Title")
@@ -146,7 +154,7 @@ PICTURES: dict[str, Callable[[], Image]] = {
     "num_plays": animated, "anim_loop_count": animated, "anim_background_color": animated,
     "default_frame_time": frames_without_duration, "alpha_storage": with_alpha,
     "disable_icc_export": lambda: Image.load(io.BytesIO(with_a_profile())), "full_frame": with_a_small_frame,
-    "loops_count": animated, "color_type": with_alpha,
+    "loops_count": animated, "color_type": with_alpha, "remove_global_text_engine_resource": with_texts,
 }
 
 #: Values of the properties that hold objects, and of those whose samples do not fit their format.

@@ -464,15 +464,17 @@ TEST(PsdWriting, SettingsThatDoNotGoTogetherAreRefused) {
     EXPECT_EQ(refusal(encoding), "PSD has no prediction of 1-bit samples");
     encoding = {};
     encoding.channels = 2;
-    EXPECT_EQ(refusal(encoding), "a PSD of RGB mode has 3 channels, or one more with transparency, not 2");
+    EXPECT_EQ(refusal(encoding),
+              "channels_count: a PSD of RGB mode has 3 channels, or one more with transparency, not 2");
     encoding.color = PsdColorMode::kIndexed;
-    EXPECT_EQ(refusal(encoding), "a PSD of Indexed mode has 1 channels, not 2");
+    EXPECT_EQ(refusal(encoding), "channels_count: a PSD of Indexed mode has 1 channels, not 2");
 
     encoding = {};
     encoding.color = PsdColorMode::kDuotone;
     const PictureError error = failure_of([&] { written(header_of(4, 4, kGray8), Bytes(16), encoding); });
-    EXPECT_STREQ(error.what(),
-                 "a Duotone PSD needs the inks and curves of a Duotone file that the picture was read from");
+    EXPECT_STREQ(
+        error.what(),
+        "color_mode: a Duotone PSD needs the inks and curves of a Duotone file that the picture was read from");
     const RowsHeader wide = header_of(30001, 1, kGray8);
     EXPECT_STREQ(failure_of([&] { written(wide, Bytes(30001), {}); }).what(),
                  "PSD has at most 30000 pixels to a side; PSB has 300000");

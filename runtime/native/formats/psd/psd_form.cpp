@@ -103,12 +103,13 @@ PixelForm psd_form(const RowsHeader& header, const PsdEncoding& encoding) {
     const int channels = encoding.channels;
     if (mode == PsdColorMode::kMultichannel) {
         if (channels < 0 || channels > 4) {
-            refuse("a PSD of " + name + " mode is written with 1 to 4 channels, not " + std::to_string(channels));
+            refuse("channels_count: a PSD of " + name + " mode is written with 1 to 4 channels, not " +
+                   std::to_string(channels));
         }
         return form;
     }
     if (channels != 0 && channels != colors && (opaque || channels != colors + 1)) {
-        refuse("a PSD of " + name + " mode has " + std::to_string(colors) + " channels" +
+        refuse("channels_count: a PSD of " + name + " mode has " + std::to_string(colors) + " channels" +
                (opaque ? "" : ", or one more with transparency") + ", not " + std::to_string(channels));
     }
     form.alpha = !opaque && (channels == 0 ? transparent : channels == colors + 1);

@@ -52,7 +52,8 @@ class PsdWriter final : public RowWriter {
                          m_file.form.alpha == m_header.form.alpha && m_file.planes == m_planes &&
                          m_file.width == m_header.width && m_file.height == m_header.height;
         if (m_mode == PsdColorMode::kDuotone && (m_kept.source == nullptr || m_file.mode != PsdColorMode::kDuotone)) {
-            refuse("a Duotone PSD needs the inks and curves of a Duotone file that the picture was read from");
+            refuse(
+                "color_mode: a Duotone PSD needs the inks and curves of a Duotone file that the picture was read from");
         }
         const bool alpha = m_header.form.alpha;
         m_mixes = alpha && (!m_keeps_layers || m_file.marked);
