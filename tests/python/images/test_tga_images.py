@@ -183,7 +183,8 @@ def test_an_extension_area_is_made_where_something_is_said(tmp_path: Path) -> No
     ("x_origin", -1, "ArgumentOutOfRangeException"), ("y_origin", 65536, "ArgumentOutOfRangeException"),
     ("software_version_number", 65536, "ArgumentOutOfRangeException"),
     ("software_version_letter", "\u0142", "ArgumentException"), ("software_version", "1.2.3", "ArgumentException"),
-    ("software_version", "656", "ArgumentException"), ("job_time", timedelta(seconds=-1), "ArgumentOutOfRange"),
+    ("software_version", "", "ArgumentException"), ("software_version", "656", "ArgumentException"),
+    ("job_time", timedelta(seconds=-1), "ArgumentOutOfRange"),
     ("job_time", timedelta(hours=65536), "ArgumentOutOfRangeException"),
 ])
 def test_what_a_file_has_no_room_for_is_refused(name: str, value: Any, kind: str) -> None:

@@ -129,7 +129,7 @@ void set_software_version(Record& self, const Text& value) {
         }
         return at - first;
     };
-    bool good = !value || text.empty() || digits(3) > 0;
+    bool good = !value || digits(3) > 0;
     size_t behind = 0;
     if (good && at < text.size() && text[at] == '.') {
         at++;
