@@ -115,8 +115,11 @@ bool set_source(cairo_t* context, const Paint& paint) {
         return false;
     }
     Pattern pattern;
-    if (paint.kind == Paint::Kind::kLinear) {
-        pattern.reset(cairo_pattern_create_linear(paint.from.x, paint.from.y, paint.to.x, paint.to.y));
+    if (paint.kind == Paint::Kind::kLinear || paint.kind == Paint::Kind::kRadial) {
+        pattern.reset(paint.kind == Paint::Kind::kLinear
+                          ? cairo_pattern_create_linear(paint.from.x, paint.from.y, paint.to.x, paint.to.y)
+                          : cairo_pattern_create_radial(paint.from.x, paint.from.y, paint.from_radius, paint.to.x,
+                                                        paint.to.y, paint.to_radius));
         for (const GradientStop& stop : paint.stops) {
             add_stop(pattern.get(), stop);
         }

@@ -1,8 +1,9 @@
-// The interface between the embedded runtime and a drawing library: canvases over blocks of pixels, and text.
+// The interface through which everything is drawn: canvases, paints and text.
 //
-// The implementation is a shared object of its own, loaded at the first drawing, so that nothing here may name a type
-// of the library behind it. All coordinates are pixels of the image that a canvas is a part of, unless a map stands
-// beside them. Pixels are 0xAARRGGBB, their colors not multiplied by their alpha.
+// A canvas over pixels is made by the drawing library. It is a shared object of its own, loaded at the first drawing,
+// so that nothing here may name a type of the library behind it. Canvases that write a file of lines and text instead
+// stand in the rooms of their formats. Coordinates are those of the canvas (pixels of the image that it is a part of),
+// unless a map stands beside them. Pixels are 0xAARRGGBB, their colors not multiplied by their alpha.
 #ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_CANVAS_H
 #define ZELMOR_RUNTIME_NATIVE_DRAWWORK_CANVAS_H
 
@@ -37,12 +38,13 @@ struct GradientStop {
     Argb color;
 };
 
-// A color, a gradient or a texture to paint with. `placing` maps its own space to the image.
+// A color, a gradient or a texture to paint with. `placing` maps its own space to the canvas.
 struct Paint {
-    enum class Kind { kSolid, kLinear, kTexture };
+    enum class Kind { kSolid, kLinear, kRadial, kTexture };
     Kind kind = Kind::kSolid;
     Argb color = 0;
-    PointD from, to;  // of a linear gradient
+    PointD from, to;                        // of a gradient: points, or the centers of two circles
+    double from_radius = 0, to_radius = 0;  // of a radial gradient
     std::vector<GradientStop> stops;
     std::vector<Argb> pixels;  // of a texture, row by row
     int32_t width = 0, height = 0;
@@ -61,7 +63,7 @@ struct Stroke {
     double miter_limit = 10;
     std::vector<double> dashes;
     double dash_offset = 0;
-    Affine nib;  // from the space in which the pen is round to the image
+    Affine nib;  // from the space in which the pen is round to the canvas
 };
 
 enum class TextTrimming { kNone, kEnd, kMiddle };
@@ -86,20 +88,63 @@ struct TextExtent {
     double left = 0;  // of the lines, in a layout with a width
 };
 
+// How a group meets what was drawn before it; the modes are those of PDF and of the web's compositing.
+enum class Blend {
+    kOver,
+    kMultiply,
+    kScreen,
+    kOverlay,
+    kDarken,
+    kLighten,
+    kColorDodge,
+    kColorBurn,
+    kHardLight,
+    kSoftLight,
+    kDifference,
+    kExclusion,
+};
+
 class Canvas {
  public:
     virtual ~Canvas() = default;
 
-    // Ends all clipping.
+    // The state of a canvas is its clip. restore() goes back to that of the save() before it; they are nested properly.
+    virtual void save() = 0;
+    virtual void restore() = 0;
+    // Ends all clipping within the page or the group.
     virtual void unclip() = 0;
     // Cuts everything drawn from now on to the outline, and to those of earlier calls.
     virtual void clip(const Outline& outline, FillRule rule, bool smooth) = 0;
+
     virtual void fill(const Outline& outline, FillRule rule, const Paint& paint, bool smooth) = 0;
     virtual void stroke(const Outline& outline, const Stroke& stroke, const Paint& paint, bool smooth) = 0;
-    // Replaces all pixels inside the clip.
+    // Replaces everything inside the clip.
     virtual void clear(Argb color) = 0;
     // `placing` maps the origin to the layout's left top corner.
     virtual void text(const TextLayout& layout, const Affine& placing, const Paint& paint) = 0;
+
+    // What is drawn between these two is a picture of its own, without a clip at first. At the end it is laid over what
+    // was there before, cut by the clip that held at its beginning. Saves within a group are restored within it.
+    virtual void begin_group() = 0;
+    virtual void end_group(double opacity, Blend blend) = 0;
+
+    // A raster operation: each bit inside the outline becomes bit 4 * pattern + 2 * source + destination of
+    // `operation`, as metafiles number them. False on a canvas without pixels, where nothing is drawn.
+    virtual bool combine(const Outline& outline, FillRule rule, const Paint& pattern, const Paint& source,
+                         uint8_t operation) {
+        static_cast<void>(outline), static_cast<void>(rule), static_cast<void>(pattern), static_cast<void>(source);
+        static_cast<void>(operation);
+        return false;
+    }
+
+    // The context of the drawing library (`cairo_t*`), for libraries that draw on one by themselves. Null where the
+    // canvas has none: then a drawing has to be taken apart into the calls above.
+    virtual void* context() { return nullptr; }
+};
+
+// A canvas over a block of pixels.
+class PixelCanvas : public Canvas {
+ public:
     // The pixels of the area. Pixels that were not drawn on are unchanged to the last bit.
     virtual std::vector<Argb> pixels() = 0;
 };
@@ -108,7 +153,7 @@ class Backend {
  public:
     virtual ~Backend() = default;
     // A canvas with the pixels given, row by row.
-    virtual std::unique_ptr<Canvas> canvas(const PixelArea& area, std::span<const Argb> pixels) = 0;
+    virtual std::unique_ptr<PixelCanvas> canvas(const PixelArea& area, std::span<const Argb> pixels) = 0;
     virtual TextExtent measure(const TextLayout& layout) = 0;
     virtual Outline outline_of(const TextLayout& layout) = 0;
     virtual bool has_family(const std::string& name, const std::vector<std::string>& folders) = 0;

@@ -65,6 +65,79 @@ TEST(CanvasTest, OpacityAppliesToADrawingAsAWhole) {
     EXPECT_NEAR(canvas->pixels()[55] & 0xFF, 127, 1);
 }
 
+TEST(CanvasTest, SavedClipsComeBack) {
+    const std::vector<Argb> white(100, 0xFFFFFFFF);
+    const auto canvas = backend().canvas({3, 4, 10, 10}, white);
+    canvas->clip({embed::rectangle_contour({3, 4, 5, 10})}, FillRule::kAlternate, false);
+    canvas->save();
+    canvas->clip({embed::rectangle_contour({3, 4, 10, 5})}, FillRule::kAlternate, false);
+    canvas->restore();
+    canvas->clear(0xFF000000);
+    const auto pixels = canvas->pixels();
+    EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 0xFF000000), 50);
+}
+
+TEST(CanvasTest, GroupsAreLaidOverTheRestAsAWhole) {
+    const std::vector<Argb> gray(100, 0xFF808080);
+    const auto canvas = backend().canvas({0, 0, 10, 10}, gray);
+    canvas->clip({embed::rectangle_contour({0, 0, 10, 5})}, FillRule::kAlternate, false);
+    canvas->begin_group();
+    canvas->unclip();  // within the group
+    canvas->fill({embed::rectangle_contour({0, 0, 10, 10})}, FillRule::kAlternate, solid(0xFFFF0000), false);
+    canvas->fill({embed::rectangle_contour({0, 0, 5, 10})}, FillRule::kAlternate, solid(0xFF0000FF), false);
+    canvas->end_group(0.5, Blend::kOver);
+    canvas->unclip();
+    EXPECT_EQ(canvas->pixels()[0], 0xFF4040C0U);
+    EXPECT_EQ(canvas->pixels()[9], 0xFFC04040U);
+    EXPECT_EQ(canvas->pixels()[90], 0xFF808080U);
+    canvas->begin_group();
+    canvas->fill({embed::rectangle_contour({0, 9, 10, 1})}, FillRule::kAlternate, solid(0xFF80FF00), false);
+    canvas->end_group(1, Blend::kMultiply);
+    EXPECT_EQ(canvas->pixels()[99], 0xFF408000U);
+}
+
+TEST(CanvasTest, RadialGradientsRunBetweenTwoCircles) {
+    const std::vector<Argb> white(21 * 21, 0xFFFFFFFF);
+    const auto canvas = backend().canvas({0, 0, 21, 21}, white);
+    Paint paint;
+    paint.kind = Paint::Kind::kRadial;
+    paint.from = paint.to = {10.5, 10.5};
+    paint.from_radius = 2;
+    paint.to_radius = 10;
+    paint.stops = {{0, 0xFF000000}, {1, 0xFFFF0000}};
+    canvas->fill({embed::rectangle_contour({0, 0, 21, 21})}, FillRule::kAlternate, paint, false);
+    const auto pixels = canvas->pixels();
+    EXPECT_EQ(pixels[10 * 21 + 10], 0xFF000000U);
+    EXPECT_EQ(pixels[0], 0xFFFF0000U);
+    EXPECT_NEAR(pixels[10 * 21 + 16] >> 16 & 0xFF, 127.5, 2);
+}
+
+// Every operation against its definition, on numbers that have all combinations of bits.
+TEST(CanvasTest, RasterOperationsCombineBitByBit) {
+    constexpr Argb kPattern = 0xF0F0F0, kSource = 0xCCCCCC, kDestination = 0xAAAAAA;
+    for (unsigned operation = 0; operation < 256; ++operation) {
+        const std::vector<Argb> before(100, 0xFF000000 | kDestination);
+        const auto canvas = backend().canvas({7, 5, 10, 10}, before);
+        canvas->clip({embed::rectangle_contour({8, 6, 20, 20})}, FillRule::kAlternate, false);
+        EXPECT_TRUE(canvas->combine({embed::rectangle_contour({7, 5, 5, 4})}, FillRule::kAlternate,
+                                    solid(0xFF000000 | kPattern), solid(0xFF000000 | kSource),
+                                    static_cast<uint8_t>(operation)));
+        std::vector<Argb> expected = before;
+        for (size_t y = 1; y < 4; ++y) {
+            for (size_t x = 1; x < 5; ++x) {
+                Argb& pixel = expected[y * 10 + x];
+                pixel = 0xFF000000;
+                for (unsigned bit = 0; bit < 24; ++bit) {
+                    const unsigned index =
+                        (kPattern >> bit & 1) * 4 + (kSource >> bit & 1) * 2 + (kDestination >> bit & 1);
+                    pixel |= (operation >> index & 1) << bit;
+                }
+            }
+        }
+        EXPECT_EQ(canvas->pixels(), expected) << operation;
+    }
+}
+
 TEST(CanvasTest, CoordinatesTooFarAwayAreRefused) {
     const std::vector<Argb> white(100, 0xFFFFFFFF);
     const auto canvas = backend().canvas({0, 0, 10, 10}, white);

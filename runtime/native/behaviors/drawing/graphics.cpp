@@ -57,7 +57,7 @@ class Grounds {
         }
     }
     const PixelArea& area() const { return m_area; }
-    const std::vector<std::unique_ptr<drawwork::Canvas>>& canvases() const { return m_canvases; }
+    const std::vector<std::unique_ptr<drawwork::PixelCanvas>>& canvases() const { return m_canvases; }
     void put_into(imagework::Picture& picture) const {
         if (m_canvases.size() == 1) {
             return picture.write_argb(rect_of(m_area), m_canvases[0]->pixels());
@@ -67,7 +67,7 @@ class Grounds {
 
  private:
     PixelArea m_area;
-    std::vector<std::unique_ptr<drawwork::Canvas>> m_canvases;
+    std::vector<std::unique_ptr<drawwork::PixelCanvas>> m_canvases;
 };
 
 }  // namespace
