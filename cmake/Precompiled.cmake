@@ -12,3 +12,14 @@ function(zelmor_precompile target)
         endif()
     endif()
 endfunction()
+
+# zelmor_precompile_as(<target> <other>): the target's sources are preceded by the precompiled headers of the other one,
+# whose compile options have to be the same.
+function(zelmor_precompile_as target other)
+    if(ZELMOR_PRECOMPILE)
+        target_precompile_headers(${target} REUSE_FROM ${other})
+        if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+            target_compile_options(${target} PRIVATE -fpch-preprocess)
+        endif()
+    endif()
+endfunction()

@@ -67,13 +67,15 @@ def without_precompiled(command: str) -> str:
     return re.sub(r" (-include \S+/cmake_pch\.hxx|-Winvalid-pch|-fpch-preprocess)(?= )", "", command)
 
 
-# Arguments of the compiler behind clang-tidy.
+# Arguments of the compiler behind clang-tidy. Assertions tell the analyzer what a function takes for granted.
+WITH_ASSERTIONS = ["--extra-arg=-UNDEBUG"]
 WITHIN_FUNCTIONS = [f"--extra-arg={word}" for word in ("-Xclang", "-analyzer-config", "-Xclang", "mode=shallow")]
 
 
 def findings(commands: Path, build: Path, source: Path, deep: bool) -> str:
     """The findings of clang-tidy for a source; empty if it is clean."""
-    command = ["clang-tidy", "--quiet", "-p", str(commands), *([] if deep else WITHIN_FUNCTIONS), str(source)]
+    options = WITH_ASSERTIONS + ([] if deep else WITHIN_FUNCTIONS)
+    command = ["clang-tidy", "--quiet", "-p", str(commands), *options, str(source)]
     run = subprocess.run(command, cwd=build, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     if run.returncode == 0:
         return ""

@@ -5,7 +5,6 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_BACKEND_H
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_BACKEND_H
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,10 +26,7 @@
 namespace zelmor::imagework {
 
 // The time on a clock that is never set back, in nanoseconds: it orders changes of pictures and of what describes them.
-inline int64_t steady_time() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
+int64_t steady_time();
 
 // A picture in memory, in the form of its file until an operation needs another one.
 class Picture {

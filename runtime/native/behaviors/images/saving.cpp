@@ -252,7 +252,7 @@ Request implied(const ImageObject& image, const std::string& name = {}) {
 }
 
 Request by_options(const Record* options, const RectangleValue* bounds = nullptr) {
-    const Request request{format_of_options(required_options(options)), options, bounds};
+    Request request{format_of_options(required_options(options)), options, bounds};
     if (request.format != Format::kUnknown) {
         require_registered(Trade::kExporting, written_format(request));
     }

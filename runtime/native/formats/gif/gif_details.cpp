@@ -5,6 +5,7 @@
 #include "runtime/native/formats/gif/gif_details.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.Blocks.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
@@ -176,6 +177,7 @@ size_t gif_block_count(ImageObject& image) {
 }
 
 void insert_gif_block_at(ImageObject& image, size_t index, const Ref<ManagedObject>& block) {
+    assert(block);
     const Place place = place_of(image, index);
     auto* frame = dynamic_cast<ImageObject*>(block.get());
     if (frame == nullptr) {

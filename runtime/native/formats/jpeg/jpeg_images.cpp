@@ -12,7 +12,6 @@
 
 namespace zelmor::embed {
 
-using imagework::Encoding;
 using imagework::JpegEncoding;
 
 namespace {

@@ -86,7 +86,7 @@ Ref<ImageObject> of_size_with_options(int32_t width, int32_t height, Record* opt
 }
 Ref<ImageObject> of_size_in_bits(int32_t width, int32_t height, int32_t bits_count) {
     const imagework::PixelForm form = form_of_bits(bits_count, "bits_count");
-    const Ref<ImageObject> checked = of_size(width, height);
+    Ref<ImageObject> checked = of_size(width, height);
     if (form == checked->picture().form()) {
         return checked;
     }

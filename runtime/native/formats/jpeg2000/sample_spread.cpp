@@ -125,6 +125,7 @@ void ycc_to_rgb(const SampleSpread& luminance, const SampleSpread& blue, const S
     const auto back = [](const SampleSpread& spread, const SampleSpread& like, int32_t value) {
         const double scaled =
             static_cast<double>(value) * static_cast<double>(spread.top()) / static_cast<double>(like.top());
+        // NOLINTNEXTLINE(bugprone-incorrect-roundings)
         return static_cast<int32_t>(static_cast<int64_t>(scaled + 0.5) - spread.offset());
     };
     for (size_t i = 0; i < samples[0].size(); i++) {

@@ -197,7 +197,7 @@ DecodedTile decode_jpeg2000_tile(const DataSource& source, const Jpeg2000Structu
     opj_image_t* image = nullptr;
     if (opj_setup_decoder(codec.get(), &parameters) == OPJ_FALSE ||
         opj_decoder_set_strict_mode(codec.get(), request.strict ? OPJ_TRUE : OPJ_FALSE) == OPJ_FALSE ||
-        opj_read_header(stream.get(), codec.get(), &image) == OPJ_FALSE) {
+        opj_read_header(stream.get(), codec.get(), &image) == OPJ_FALSE || image == nullptr) {
         opj_image_destroy(image);
         fail();
     }

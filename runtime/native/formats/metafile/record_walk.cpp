@@ -36,7 +36,7 @@ Wire element_wire(const PropertyInfo* info) {
 
 int16_t other(const RecordItem& item, int32_t index) {
     assert(index < item.other_count);
-    return record_others()[static_cast<size_t>(item.others + index)];
+    return record_others()[static_cast<size_t>(item.others) + static_cast<size_t>(index)];
 }
 
 bool is_size(int64_t number, size_t most) {
@@ -132,7 +132,7 @@ void Walk::keep_if_different(Frame& frame, const RecordItem& item, FileView read
 // The number of a field whose bits are properties of their own.
 uint64_t Walk::with_bits(Frame& frame, const RecordItem& item, uint64_t raw) {
     for (int32_t i = 0; i < frame.block->count; ++i) {
-        const RecordItem& each = record_items()[static_cast<size_t>(frame.block->first + i)];
+        const RecordItem& each = record_items()[static_cast<size_t>(frame.block->first) + static_cast<size_t>(i)];
         if (each.kind != ItemKind::kBits || other(each, 0) != item.path) {
             continue;
         }
@@ -153,7 +153,7 @@ uint64_t Walk::with_bits(Frame& frame, const RecordItem& item, uint64_t raw) {
 
 void Walk::items(Frame& frame) {
     for (int32_t i = 0; i < frame.block->count; ++i) {
-        const RecordItem& each = record_items()[static_cast<size_t>(frame.block->first + i)];
+        const RecordItem& each = record_items()[static_cast<size_t>(frame.block->first) + static_cast<size_t>(i)];
         if (each.at >= 0) {
             m_deferred.push_back({&frame, &each});
         } else if (is_there(frame, each)) {

@@ -14,7 +14,6 @@ namespace zelmor::embed {
 
 using imagework::ColorModel;
 using imagework::Encoding;
-using imagework::Format;
 using imagework::PictureError;
 using imagework::TgaEncoding;
 using imagework::TgaExtension;

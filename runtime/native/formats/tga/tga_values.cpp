@@ -74,7 +74,7 @@ constexpr Text kTexts[] = {
 }  // namespace
 
 std::u16string text_of_tga(const std::string& bytes) {
-    const std::u16string text = to_utf16(bytes);
+    std::u16string text = to_utf16(bytes);
     if (to_utf8(text) == bytes) {
         return text;
     }

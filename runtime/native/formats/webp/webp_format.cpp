@@ -1,4 +1,5 @@
 // The facts in the first chunks of the RIFF container of a WebP file.
+#include <algorithm>
 #include <cstdint>
 
 #include "runtime/native/formats/format_room.h"

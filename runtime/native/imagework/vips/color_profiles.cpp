@@ -180,9 +180,11 @@ Sample rounded(double value) {
     if constexpr (std::is_floating_point_v<Sample>) {
         return static_cast<Sample>(value);
     } else {
-        return value > 0
-                   ? value < sample_top<Sample>() ? static_cast<Sample>(value + 0.5) : static_cast<Sample>(~uint64_t{0})
-                   : Sample{0};
+        if (!(value > 0)) {  // nor a number
+            return Sample{0};
+        }
+        // NOLINTNEXTLINE(bugprone-incorrect-roundings)
+        return value < sample_top<Sample>() ? static_cast<Sample>(value + 0.5) : static_cast<Sample>(~uint64_t{0});
     }
 }
 

@@ -80,7 +80,7 @@ void unweigh(Work* row, int pixels, int bands, Work top) {
 template <class Call>
 void by_format(VipsBandFormat format, Call&& call) {
     // The branches call different instances.
-    // NOLINTNEXTLINE(bugprone-branch-clone)
+    // NOLINTBEGIN(bugprone-branch-clone)
     switch (format) {
         case VIPS_FORMAT_UCHAR:
             return call(uint8_t());
@@ -101,6 +101,7 @@ void by_format(VipsBandFormat format, Call&& call) {
         default:
             assert(false && "a complex number is no sample");
     }
+    // NOLINTEND(bugprone-branch-clone)
 }
 
 }  // namespace
