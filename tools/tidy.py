@@ -80,6 +80,8 @@ def findings(commands: Path, build: Path, source: Path, deep: bool) -> str:
     if run.returncode == 0:
         return ""
     lines = [line for line in run.stdout.splitlines() if re.search(r"(warning|error):", line)]
+    # A finding in a header of others says nothing without the source.
+    lines = [line if line.startswith(str(TOP)) else f"{line} (in {source})" for line in lines]
     return "\n".join(lines) or f"{source}: clang-tidy fails ({run.returncode})\n{run.stdout}"
 
 

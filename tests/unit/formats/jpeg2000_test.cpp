@@ -222,7 +222,7 @@ TEST(Jpeg2000, FilesOfAnotherEncoderGiveItsDecodersPixels) {
     };
     for (const std::string setting : settings) {
         for (const std::string name : {"a.jp2", "a.j2k"}) {
-            files.run("opj_compress -i in.ppm -o " + name + " " + setting);
+            files.run(std::string("opj_compress -i in.ppm -o ").append(name).append(" ").append(setting));
             files.run("opj_decompress -i " + name + " -o out.ppm");
             const Bytes file = files.read(name);
             EXPECT_TRUE(same(read_rows(file), map_samples(files.read("out.ppm")))) << setting;

@@ -81,7 +81,7 @@ struct PsdParts {
     }
 
     Bytes coded_planes() const {
-        const Bytes data = planes();
+        Bytes data = planes();
         const size_t row = row_bytes();
         Bytes out;
         if (compression == 0) {

@@ -397,7 +397,7 @@ TEST(PsdWriting, ACompositeWithAlphaIsMixedWithWhite) {
         const Bytes file = written(header, rows, encoding);
         const uint8_t* composite = file.data() + file.size() - rows.size();
         const bool inks = form.color == ColorModel::kCmyk;
-        const uint8_t first = size == 4 ? (inks ? 0x3F : 0x3F) : inks ? 0xFF : 0x7F;
+        const uint8_t first = size == 4 ? 0x3F : inks ? 0xFF : 0x7F;
         EXPECT_NEAR(composite[0], first, 1);
         if (form.color == ColorModel::kLab) {
             EXPECT_EQ(composite[size], 0x80) << "gray stays gray";

@@ -119,7 +119,7 @@ TEST(TgaDamageTest, RowsThatAreLostHaveTheBackground) {
                 EXPECT_EQ(from_top ? found.front() : found.back(), from_top ? whole.front() : whole.back());
                 size_t differing = 0;
                 for (size_t i = 0; i < whole.size(); i++) {
-                    differing += found[i] != whole[i];
+                    differing += found[i] != whole[i] ? 1 : 0;
                     EXPECT_TRUE(found[i] == whole[i] || found[i] == background);
                 }
                 EXPECT_LE(differing, 30U * 9 / 2);

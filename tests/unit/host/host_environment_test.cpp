@@ -108,11 +108,11 @@ TEST_F(HostStart, FurtherCallsChangeNothing) {
 TEST_F(HostStart, AttachesToALibraryThatIsLoadedAlready) {
     install();
     const ChildResult child = run_in_child([this] {
-        if (!pal::load_library(netcore_dir + "/" + kWrapper)) {
+        if (pal::load_library(netcore_dir + "/" + kWrapper) == nullptr) {
             abort();
         }
         HostEnvironment& environment = start();
-        std::printf("%d", environment.create_default_app_domain());
+        std::printf("%d", static_cast<int>(environment.create_default_app_domain()));
     });
     EXPECT_EQ(child.exit_code, 0) << child.err;
     EXPECT_EQ(child.out, "0");
@@ -123,7 +123,7 @@ TEST_F(HostStart, AttachingWithoutADomainIsNoFailure) {
     install();
     setenv("FAKE_WRAP_IS_DOMAIN", "0", 1);
     const ChildResult child = run_in_child([this] {
-        if (!pal::load_library(netcore_dir + "/" + kWrapper)) {
+        if (pal::load_library(netcore_dir + "/" + kWrapper) == nullptr) {
             abort();
         }
         void* delegate = nullptr;
@@ -167,8 +167,8 @@ TEST_F(HostStart, GivenDirectoriesComeBeforeTheVariables) {
 TEST_F(HostStart, UnsetAssemblyVariableMeansTheDirectoryOfTheExecutable) {
     install();
     for (const char* value : {static_cast<const char*>(nullptr), ""}) {
-        value ? setenv("NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor", value, 1)
-              : unsetenv("NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor");
+        value != nullptr ? setenv("NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor", value, 1)
+                         : unsetenv("NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor");
         std::filesystem::remove(directory / "log");
         run_in_child([] { start(); });
         EXPECT_EQ(log(), start_log(exe_dir + ":" + netcore_dir) + "shutdown\n");
@@ -281,7 +281,7 @@ TEST_F(HostStart, AttachedModuleTracesNoStart) {
     install();
     const ChildResult child = run_in_child([this] {
         setenv("COREHOST_TRACE", "1", 1);
-        if (!pal::load_library(netcore_dir + "/" + kWrapper)) {
+        if (pal::load_library(netcore_dir + "/" + kWrapper) == nullptr) {
             abort();
         }
         start();
@@ -326,7 +326,7 @@ TEST_F(HostStart, ForkedChildLeavesTheRuntimeToItsParent) {
         if (wait(nullptr) < 0) {
             abort();
         }
-        std::printf("%d", log() == start_log(netcore_dir));
+        std::printf("%d", static_cast<int>(log() == start_log(netcore_dir)));
     });
     EXPECT_EQ(child.exit_code, 0) << child.err;
     EXPECT_EQ(child.out, "1");
@@ -340,7 +340,7 @@ TEST_F(HostStart, WrapperLibraryStaysLoadedToTheEnd) {
         // Registered before the environment exists, and so run after its destructor.
         std::atexit([] {
             void* handle = nullptr;
-            std::printf("%d", pal::get_module(path, &handle));
+            std::printf("%d", static_cast<int>(pal::get_module(path, &handle)));
         });
         start();
     });

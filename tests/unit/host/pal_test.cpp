@@ -169,7 +169,7 @@ TEST(PalSymbols, OfALoadedLibraryAreGlobal) {
         const bool before = pal::get_symbol(self, "coreclr_shutdown_2") != nullptr;
         pal::load_library(FAKE_CORECLR);
         const bool after = pal::get_symbol(self, "coreclr_shutdown_2") != nullptr;
-        std::printf("%d %d", before, after);
+        std::printf("%d %d", static_cast<int>(before), static_cast<int>(after));
     });
     EXPECT_EQ(child.out, "0 1");
 }

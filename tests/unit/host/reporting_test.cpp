@@ -14,12 +14,12 @@ namespace {
 
 std::string trace_with(const char* value) {
     const ChildResult child = run_in_child([value] {
-        value ? setenv("COREHOST_TRACE", value, 1) : unsetenv("COREHOST_TRACE");
+        value != nullptr ? setenv("COREHOST_TRACE", value, 1) : unsetenv("COREHOST_TRACE");
         trace::initialize();
         trace::info("%s %d", "info", 1);
         trace::verbose("%s", "verbose");
         trace::warning("%s", "warning");
-        std::printf("%d", trace::is_enabled());
+        std::printf("%d", static_cast<int>(trace::is_enabled()));
     });
     EXPECT_EQ(child.exit_code, 0);
     EXPECT_EQ(child.err, "");
@@ -53,9 +53,9 @@ TEST(Trace, InitializationNeverSwitchesOff) {
         trace::enable();
         setenv("COREHOST_TRACE", "0", 1);
         trace::initialize();
-        std::printf("%d", trace::is_enabled());
+        std::printf("%d", static_cast<int>(trace::is_enabled()));
         trace::disable();
-        std::printf("%d", trace::is_enabled());
+        std::printf("%d", static_cast<int>(trace::is_enabled()));
     });
     EXPECT_EQ(child.out, "10");
 }

@@ -14,7 +14,7 @@ class TempDirectory {
  public:
     TempDirectory() {
         std::string pattern = (std::filesystem::temp_directory_path() / "host_test_XXXXXX").string();
-        if (!mkdtemp(pattern.data())) {
+        if (mkdtemp(pattern.data()) == nullptr) {
             throw std::filesystem::filesystem_error("mkdtemp", {});
         }
         m_path = pattern;

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -96,6 +97,7 @@ int mean_of(const Bytes& rows, int width, int height, int bands, int divisor, in
             sum += rows[static_cast<size_t>((v * width + u) * bands + band)];
         }
     }
+    assert(count > 0);
     return (sum + count / 2) / count;
 }
 

@@ -259,8 +259,8 @@ TEST(WebpRowsTest, TheProfileStandsInItsChunk) {
 TEST(WebpRowsTest, TheResolutionIsThatOfTheExifData) {
     const RowsHeader header = header_of(4, 4, kRgb);
     const Bytes picture = coded_chunks(still_file(header, waves(header), {}));
-    const auto resolution_of = [&](const char* mark, int unit) {
-        Bytes exif(mark, mark + (mark[0] == 'E' ? 6 : 0));
+    const auto resolution_of = [&](const std::string& mark, int unit) {
+        Bytes exif(mark.begin(), mark.end());
         Bytes tiff{'I', 'I', 42, 0, 8, 0, 0, 0, 3, 0};
         for (const auto& [tag, type, value] : {std::tuple{282, 5, 50}, {283, 5, 58}, {296, 3, unit}}) {
             put(tiff, static_cast<uint64_t>(tag), 2);
@@ -277,7 +277,7 @@ TEST(WebpRowsTest, TheResolutionIsThatOfTheExifData) {
         return open_webp(memory_source(file), Recovery::kNone)->open(0)->header().resolution;
     };
     EXPECT_EQ(resolution_of("", 2), (Resolution{300, 150.5}));
-    EXPECT_EQ(resolution_of("Exif\0", 2), (Resolution{300, 150.5}));
+    EXPECT_EQ(resolution_of(std::string("Exif\0\0", 6), 2), (Resolution{300, 150.5}));
     EXPECT_EQ(resolution_of("", 3), (Resolution{762, 150.5 * 2.54}));
     EXPECT_EQ(resolution_of("", 1), std::nullopt);
 }
@@ -526,7 +526,8 @@ TEST(WebpRowsTest, AReductionIsTheMeanOfThePixels) {
                     sum += whole[static_cast<size_t>(
                         3 * ((y * divisor + i / divisor) * 64 + x * divisor + i % divisor) + 1)];
                 }
-                EXPECT_NEAR(reduced[static_cast<size_t>(3 * (y * (64 / divisor) + x) + 1)], sum / divisor / divisor, 3);
+                EXPECT_NEAR(reduced[static_cast<size_t>(3 * (y * (64 / divisor) + x) + 1)],
+                            double(sum) / (divisor * divisor), 3);
             }
         }
     }

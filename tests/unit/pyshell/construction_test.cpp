@@ -42,7 +42,7 @@ int convert(PyObject* value, long* slot) {
         return 0;
     }
     *slot = PyLong_AsLong(value);
-    return *slot != -1 || PyErr_Occurred() == nullptr;
+    return static_cast<int>(*slot != -1 || PyErr_Occurred() == nullptr);
 }
 
 void note_instance(PyObject* self, const char* overload, long first, long second) {

@@ -125,6 +125,7 @@ TEST_F(CollectorTest, RecordsAndListsAreKnownOnceTheyHoldAnObjectThatMayHoldOthe
     auto numbers = make_array<int32_t>({1, 2, 3});
     EXPECT_EQ(tracked(), 0U);
     auto list = make_list(ListShape::kArrayList, variant_element());
+    ASSERT_TRUE(list);
     list->append(Ref<ManagedObject>(list));
     list->append(Ref<ManagedObject>(list->enumerator()));
     list = nullptr;

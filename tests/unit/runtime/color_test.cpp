@@ -136,7 +136,7 @@ TEST_F(ColorTest, HtmlColorsAreReadAndWritten) {
     const auto from_html = [](const char* text) {
         const test::TextArgument html(text);
         Owned color(call<void*>(kTranslator, "call_000_FromHtml", html.get()));
-        return color.get() ? struct_target<ColorValue>(color.get()) : ColorValue();
+        return color.get() != nullptr ? struct_target<ColorValue>(color.get()) : ColorValue();
     };
     EXPECT_EQ(from_html("#1E90FF").argb, 0xFF1E90FFu);
     EXPECT_EQ(from_html("#18F").argb, 0xFF1188FFu);

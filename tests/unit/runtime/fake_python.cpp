@@ -314,7 +314,7 @@ int list_index_of(PyObject* list, PyObject* value) {
 }
 int list_contains(PyObject* list, PyObject* value) {
     if (!fails()) {
-        return index_of(list, value) >= 0;
+        return static_cast<int>(index_of(list, value) >= 0);
     }
     drop(value);
     return -1;
@@ -330,7 +330,7 @@ int list_remove(PyObject* list, PyObject* value) {
 // A comparison that raises counts as found.
 int sequence_contains(PyObject* list, PyObject* value) {
     const bool raised = fails();
-    return index_of(list, value) >= 0 || raised;
+    return static_cast<int>(index_of(list, value) >= 0 || raised);
 }
 int sequence_index_of(PyObject* list, PyObject* value) {
     const bool raised = fails();

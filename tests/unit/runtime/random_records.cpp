@@ -176,7 +176,7 @@ void RandomRecords::item(const RecordBlock& block, const RecordItem& item, Manag
             if (info->wire == Wire::kCollection && item.form == RecordForm::kBytes) {
                 std::vector<Value> pieces;  // one for each object like this one
                 for (size_t i = 0; i < m_length; ++i) {
-                    pieces.push_back(Bytes(i * 3 + 1, std::byte{7}));
+                    pieces.emplace_back(Bytes(i * 3 + 1, std::byte{7}));
                 }
                 set_property(*target, name, make_list_of(*info, pieces));
                 return;

@@ -191,7 +191,7 @@ TEST_F(TailTest, AMemberWithoutBehaviorIsReportedAsNotSupported) {
             if (type.kind != TypeKind::kClass || entry.role != EntryRole::kCall) {
                 continue;
             }
-            if (std::string_view(entry.signature) != "vp" || find_override(type, type, entry)) {
+            if (std::string_view(entry.signature) != "vp" || find_override(type, type, entry) != nullptr) {
                 continue;
             }
             if (find_behavior(type.full_name, entry.name).address != nullptr) {

@@ -84,7 +84,7 @@ bool converts(const Callback& callback, PyObject* answer, long* value) {
     }
     bool truth = false;
     const bool converted = fn_conv_py_bool_to_clr_bool(answer, &truth) != 0;
-    *value = truth;
+    *value = static_cast<long>(truth);
     return converted;
 }
 

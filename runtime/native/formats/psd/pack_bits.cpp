@@ -13,7 +13,8 @@ constexpr int kNothing = -128;    // a code that stands for no bytes
 size_t unpack_bits(std::span<const uint8_t> coded, std::span<uint8_t> out) {
     size_t done = 0;
     for (size_t at = 0; at < coded.size() && done < out.size();) {
-        const int code = static_cast<int8_t>(coded[at++]);
+        const int byte = coded[at++];
+        const int code = byte < 128 ? byte : byte - 256;
         if (code == kNothing) {
             continue;
         }

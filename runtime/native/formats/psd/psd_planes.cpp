@@ -134,13 +134,13 @@ class ZippedPlanes {
  private:
     void find() {
         m_streams.resize(m_planes.size());
-        auto zip = std::make_unique<ZipStream>(m_source, m_range);
+        ZipStream zip(m_source, m_range);
         int at = 0;
         try {
             for (size_t i = 0; i < m_planes.size(); i++) {
-                zip->skip(static_cast<uint64_t>(m_planes[i] - at) * m_size);
+                zip.skip(static_cast<uint64_t>(m_planes[i] - at) * m_size);
                 at = m_planes[i];
-                m_streams[i] = i + 1 < m_planes.size() ? zip->copy() : std::move(zip);
+                m_streams[i] = zip.copy();
             }
         } catch (const PictureError& error) {
             if (error.kind() != Failure::kDamaged) {

@@ -108,6 +108,7 @@ void change_colors(const PixelForm& form, int32_t width, uint8_t* pixels, Formul
             if constexpr (std::is_floating_point_v<Sample>) {
                 at[band] = static_cast<Sample>(value);
             } else {
+                // NOLINTNEXTLINE(bugprone-incorrect-roundings)
                 at[band] = turned(static_cast<Sample>(std::clamp(value, 0.0, kTop) + 0.5), kind);
             }
         }
