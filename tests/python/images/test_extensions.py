@@ -11,7 +11,7 @@ from zelmor.imaging.imageoptions import PngOptions
 
 from support.image_oracles import managed_error, noise, write
 
-UNWRITABLE = {"CDR": ["cdr"], "CMX": ["cmx"], "DICOM": ["dcm", "dicom"], "DjVu": ["djvu", "djv"], "DNG": ["dng"],
+UNWRITABLE = {"CDR": ["cdr"], "CMX": ["cmx"], "DjVu": ["djvu", "djv"], "DNG": ["dng"],
               "DXF": ["dxf"], "EMF": ["emf", "emz"], "EPS": ["eps", "ps"], "HTML5 canvas": ["html", "htm"],
               "ODG": ["odg", "fodg"], "OTG": ["otg"], "PDF": ["pdf"], "SVG": ["svg", "svgz"], "WMF": ["wmf", "wmz"]}
 
@@ -19,7 +19,8 @@ UNWRITABLE = {"CDR": ["cdr"], "CMX": ["cmx"], "DICOM": ["dcm", "dicom"], "DjVu":
 @pytest.mark.parametrize(("name", "kind"), [
     ("a.bmp", "BMP"), ("a.dib", "BMP"), ("a.gif", "GIF"), ("a.jpg", "JPEG"), ("a.jpeg", "JPEG"), ("a.jpe", "JPEG"),
     ("a.jfif", "JPEG"), ("a.jp2", "JPEG2000"), ("a.j2k", "JPEG2000"), ("a.apng", "PNG"), ("a.tif", "TIFF"),
-    ("a.tiff", "TIFF"), ("a.webp", "WEBP"), ("a.b.JPG", "JPEG"), ("a.tga", "TGA"), ("a.ico", "ICO")])
+    ("a.tiff", "TIFF"), ("a.webp", "WEBP"), ("a.b.JPG", "JPEG"), ("a.tga", "TGA"), ("a.ico", "ICO"),
+    ("a.dcm", "DICOM"), ("a.dicom", "DICOM")])
 def test_a_known_extension_means_its_format(tmp_path: Path, name: str, kind: str) -> None:
     Image.load(write(tmp_path / "source.png", noise())).save(str(tmp_path / name))
     with Pillow.open(tmp_path / name) as picture:

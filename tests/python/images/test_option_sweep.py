@@ -19,6 +19,7 @@ from PIL import Image as Pillow
 from PIL import ImageCms
 from zelmor.imaging import Color, Image, ImageOptionsBase, RasterImage, Rectangle, ResolutionSetting, SizeF
 from zelmor.imaging.exif import JpegExifData
+from zelmor.imaging.fileformats.dicom import Compression, CompressionType
 from zelmor.imaging.fileformats.gif.blocks import GifFrameBlock
 from zelmor.imaging.fileformats.gif import GifImage
 from zelmor.imaging.fileformats.jpeg import JFIFData
@@ -26,8 +27,9 @@ from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.fileformats.tiff.enums import (TiffAlphaStorage, TiffCompressions, TiffExpectedFormat,
                                                    TiffPhotometrics, TiffSampleFormats)
 from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffASCIIType
-from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, GifOptions, JpegOptions, MultiPageMode,
-                                         MultiPageOptions, PngOptions, TiffOptions, TimeInterval, WebPOptions)
+from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, DicomOptions, GifOptions, JpegOptions,
+                                         MultiPageMode, MultiPageOptions, PngOptions, TiffOptions, TimeInterval,
+                                         WebPOptions)
 from zelmor.imaging.sources import StreamSource
 from zelmor.imaging.xmp import XmpPacketWrapper
 from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
@@ -37,8 +39,8 @@ from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
-WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "GifOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions",
-            "PngOptions", "PsdOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
+WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "GifOptions", "IcoOptions",
+            "Jpeg2000Options", "JpegOptions", "PngOptions", "PsdOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
 
 
 def options_below(*bases: str) -> list[Type]:
@@ -141,6 +143,12 @@ def jfif() -> JFIFData:
     return data
 
 
+def dicom_compression(kind: CompressionType) -> Compression:
+    compression = Compression()
+    compression.type = kind
+    return compression
+
+
 def tags() -> list[Any]:
     tag = TiffASCIIType(65000)
     tag.text = "a tag of one's own"
@@ -210,6 +218,8 @@ def values_for(prop: Property, options: Any) -> list[Any]:
         return [value for value in VALUES[prop.python]() if value != before]
     if prop.python in VALUES:
         return VALUES[prop.python]()
+    if isinstance(options, DicomOptions) and prop.python == "compression":
+        return [dicom_compression(kind) for kind in CompressionType if kind != CompressionType.NONE]
     try:
         found = samples(prop.wire)
     except Cannot:

@@ -60,6 +60,10 @@ constexpr OptionRule kRules[] = {
     {TgaOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
     {TgaOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
 
+    {DicomOptions::property_Compression, kEffective},
+    {DicomOptions::property_ColorType, kEffective},
+    {DicomOptions::property_XmpData, kRefused},
+
     {GifOptions::property_XmpData, kEffective},
     {GifOptions::property_DoPaletteCorrection, kRefused},
     {GifOptions::property_LoopsCount, kEffective},

@@ -266,6 +266,16 @@ void save_to_stream(ImageObject& image, ManagedStream& stream, const Record& opt
     to_stream(image, stream, by_options(&options, bounds));
 }
 
+void save_all(ImageObject& image, const std::optional<std::u16string>& file_path, Record* options) {
+    image.require_live();
+    const Request request = by_options(options);
+    if (image.frame_count() > 1 && !holds_frames(image, request) && !property_object(*options, "MultiPageOptions")) {
+        throw ManagedException("NotSupportedException",
+                               cannot_hold(request, image.frame_count()) + ". Choose one page, or set merge_layers.");
+    }
+    to_file(image, file_path_of(file_path, "file_path"), request);
+}
+
 namespace {
 
 void save(ImageObject& self) {

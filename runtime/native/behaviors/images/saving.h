@@ -8,6 +8,9 @@ namespace zelmor::embed {
 
 // All frames that the options ask for, or `bounds` of each.
 void save_to_stream(ImageObject& image, ManagedStream& stream, const Record& options, const RectangleValue* bounds);
+// All frames into one file. NotSupportedException where the format of the options holds one picture and there are more,
+// unless the options choose one.
+void save_all(ImageObject& image, const std::optional<std::u16string>& file_path, Record* options);
 
 }  // namespace zelmor::embed
 

@@ -44,36 +44,53 @@ struct ZipEntry {
 
 }  // namespace
 
-std::vector<uint8_t> unpacked_head(const ByteReader& file, size_t most) {
-    if (!file.starts_with(0, "\x1F\x8B")) {
-        return {};
-    }
+namespace {
+
+// At most so many bytes of what a deflate stream at an offset packs, with the header that the window tells of.
+std::vector<uint8_t> unpacked(const ByteReader& file, uint64_t at, int window, size_t most) {
     static const Zlib zlib = load_zlib();
-    if (zlib.begin == nullptr || zlib.run == nullptr || zlib.end == nullptr) {
-        return {};
-    }
-    constexpr int kGzip = 15 + 16;
     z_stream stream{};
-    if (zlib.begin(&stream, kGzip, ZLIB_VERSION, sizeof stream) != Z_OK) {
+    if (zlib.begin == nullptr || zlib.run == nullptr || zlib.end == nullptr ||
+        zlib.begin(&stream, window, ZLIB_VERSION, sizeof stream) != Z_OK) {
         return {};
     }
-    std::vector<uint8_t> head(most);
-    stream.next_out = head.data();
-    stream.avail_out = static_cast<uInt>(most);
     constexpr uint64_t kPiece = 1024;
+    constexpr size_t kStep = size_t{64} << 10;
+    std::vector<uint8_t> head;
+    const uint64_t begin = at;
     int status = Z_OK;
-    for (uint64_t at = 0; status == Z_OK && stream.avail_out > 0; at += kPiece) {
+    while (status == Z_OK && head.size() < most) {
         const auto piece = file.piece(at, kPiece);
-        if (piece.empty() || at > 64 * most) {
+        if (piece.empty() || at - begin > 64 * most) {
             break;
         }
+        at += piece.size();
         stream.next_in = const_cast<Bytef*>(piece.data());
         stream.avail_in = static_cast<uInt>(piece.size());
-        status = zlib.run(&stream, Z_SYNC_FLUSH);
+        do {
+            const size_t before = head.size();
+            head.resize(std::min(most, before + kStep));
+            stream.next_out = head.data() + before;
+            stream.avail_out = static_cast<uInt>(head.size() - before);
+            status = zlib.run(&stream, Z_SYNC_FLUSH);
+            head.resize(head.size() - stream.avail_out);
+        } while (status == Z_OK && stream.avail_out == 0 && head.size() < most);
+        status = status == Z_BUF_ERROR ? Z_OK : status;
     }
-    head.resize(most - stream.avail_out);
     zlib.end(&stream);
     return head;
+}
+
+}  // namespace
+
+std::vector<uint8_t> unpacked_head(const ByteReader& file, size_t most) {
+    constexpr int kGzip = 15 + 16;
+    return file.starts_with(0, "\x1F\x8B") ? unpacked(file, 0, kGzip, most) : std::vector<uint8_t>();
+}
+
+std::vector<uint8_t> inflated(const ByteReader& file, uint64_t at, size_t most) {
+    constexpr int kBare = -15;
+    return unpacked(file, at, kBare, most);
 }
 
 bool is_zip_of_type(const ByteReader& file, std::string_view mime_type) {

@@ -1,0 +1,32 @@
+// JPEG pictures that the library for JPEG files does not read: lossless ones of 2 to 16 bits, and sequential ones of 12
+// bits. Both have Huffman codes.
+#ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_DICOM_CODED_JPEG_H
+#define ZELMOR_RUNTIME_NATIVE_FORMATS_DICOM_CODED_JPEG_H
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace zelmor::imagework {
+
+struct JpegFrameSize {
+    int width = 0;
+    int height = 0;
+    int components = 0;
+};
+
+// The samples of each pixel, one after the other. Where the data ended too early there are fewer: whole rows.
+struct JpegPlanes {
+    int width = 0;
+    int height = 0;
+    int components = 0;
+    std::vector<uint16_t> samples = {};
+};
+
+// A picture of that size; no memory is taken for another one. With `keeps_part`, data that end too early give the rows
+// before. PictureError: kDamaged or kUnsupported.
+JpegPlanes decode_coded_jpeg(std::span<const uint8_t> frame, const JpegFrameSize& size, bool keeps_part);
+
+}  // namespace zelmor::imagework
+
+#endif  // ZELMOR_RUNTIME_NATIVE_FORMATS_DICOM_CODED_JPEG_H
