@@ -207,11 +207,12 @@ def test_frames_without_loss_have_the_samples_that_were_put_in(tmp_path: Path, k
 
 def decoded(path: Path, *command: str) -> Pixels:
     """The samples as another program decodes them."""
+    bits = pydicom.dcmread(path).BitsStored
     file = pydicom.dcmread(compressed(path, *command))
     samples: Pixels = file.pixel_array.astype(np.int64)
     if file.PixelRepresentation:
-        samples += 1 << file.BitsStored - 1
-    return spread(samples, file.BitsStored)
+        samples += 1 << bits - 1
+    return spread(samples.clip(0, (1 << bits) - 1), bits)  # a loss may lead beyond the bits that count
 
 
 @pytest.mark.parametrize(("kind", "command", "back", "tolerance"), [
@@ -310,7 +311,7 @@ def test_the_rows_before_the_end_of_the_data_are_kept(tmp_path: Path, command: A
     path = compressed(tmp_path / "plain.dcm", *command) if command else tmp_path / "plain.dcm"
     data = path.read_bytes()
     cut = data[:len(data) - (len(data) - data.index(b"\xe0\x7f\x10\0")) // 2]
-    with managed_error("ImageLoadException", "end too early|the pixels of 0 of 1 frames"):
+    with managed_error("ImageLoadException", "end too early" if command else "the pixels of 0 of 1 frames"):
         raster(Image.load(io.BytesIO(cut))).cache_data()
     found = gray(raster(Image.load(io.BytesIO(cut), recovering(mode))))
     expected = PLAIN["tones12"][1]
@@ -332,7 +333,7 @@ def test_a_claim_of_a_large_picture_takes_no_memory() -> None:
     for tag in (0x10, 0x11):
         at = data.index(struct.pack("<HH", 0x28, tag))
         data[at + 8:at + 10] = b"\xff\xff"
-    with managed_error("ImageLoadException", "larger than the limit|the pixels of 0 of 1 frames"):
+    with managed_error("ImageLoadException", "the pixels of 0 of 1 frames"):
         Image.load(io.BytesIO(bytes(data)))
 
 
@@ -340,9 +341,9 @@ def test_sequences_without_end_and_within_each_other() -> None:
     item = struct.pack("<HHI", 0xFFFE, 0xE000, 0xFFFFFFFF)
     deep = b""
     for _ in range(1000):
-        deep += struct.pack("<HH", 0x40, 0x275) + b"SQ" + struct.pack("<HI", 0, 0xFFFFFFFF) + item
+        deep += struct.pack("<HH", 0x08, 0x1140) + b"SQ" + struct.pack("<HI", 0, 0xFFFFFFFF) + item
     data = PLAIN["tones8"][0]
-    at = data.index(struct.pack("<HH", 0x28, 2))
+    at = data.index(struct.pack("<HH", 0x10, 0x10))
     with managed_error("ImageLoadException", "DICOM"):
         Image.load(io.BytesIO(data[:at] + deep + data[at:]))
 

@@ -10,7 +10,9 @@ from typing import Any
 import numpy as np
 import pydicom
 import pytest
-from zelmor.imaging import Color, FileFormat, Image, LoadOptions, RasterImage, Rectangle, ResolutionSetting
+from PIL import Image as Pillow
+from zelmor.imaging import (Color, FileFormat, Image, LoadOptions, RasterImage, Rectangle, ResolutionSetting,
+                            RotateFlipType)
 from zelmor.imaging.fileformats.dicom import ColorType, Compression, CompressionType, DicomImage, DicomPage
 from zelmor.imaging.fileformats.jpeg import JpegCompressionMode
 from zelmor.imaging.imageoptions import DicomOptions, Jpeg2000Options, JpegOptions, PngOptions, TiffOptions
@@ -18,12 +20,12 @@ from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.sources import FileCreateSource
 
 from support.arrays import Pixels
-from support.dicom_files import BIG_ENDIAN, IMPLICIT, compressed, element, palette_elements, picture, run, words
+from support.dicom_files import BIG_ENDIAN, EXPLICIT, IMPLICIT, compressed, element, palette_elements, picture, run, words
 from support.image_oracles import few_colors, managed_error, noise, pixels, raster, read, smooth, write
 
 HEIGHT, WIDTH = 24, 30
 Y, X = np.mgrid[0:HEIGHT, 0:WIDTH]
-DEEP = (X * 131 + Y * 17).astype(np.uint16)  # below 4096
+DEEP = (X * 120 + Y * 9).astype(np.uint16)  # below 3800
 
 
 def opened(source: bytes | Path | str) -> DicomImage:
@@ -45,15 +47,18 @@ def options(kind: CompressionType = CompressionType.NONE, color: ColorType | Non
 
 def checked(path: Path | str) -> Any:
     """A file that two other programs read without a complaint."""
-    run("dcmdump", "-q", "-f", str(path))
+    run("dcmdump", "-q", "+fo", str(path))
     run("dcmftest", str(path))
     return pydicom.dcmread(path)
 
 
 def samples_of(path: Path) -> Pixels:
     """The samples that another program decodes."""
+    syntax = pydicom.dcmread(path).file_meta.TransferSyntaxUID
+    if syntax == EXPLICIT:
+        return pydicom.dcmread(path).pixel_array
     plain = path.with_suffix(".plain.dcm")
-    run("gdcmconv", "--raw", str(path), str(plain))
+    run(*(("dcmdrle",) if syntax == "1.2.840.10008.1.2.5" else ("gdcmconv", "--raw")), str(path), str(plain))
     return pydicom.dcmread(plain).pixel_array
 
 
@@ -129,7 +134,7 @@ def test_file_info_has_the_palette() -> None:
 def test_windows_and_rescaling_are_told_and_not_applied() -> None:
     more = [(0x00281050, "DS", b"40"), (0x00281051, "DS", b"400"), (0x00281052, "DS", b"-1024")]
     plain, told = opened(picture(DEEP, stored=12)), opened(picture(DEEP, stored=12, more=more))
-    assert plain.load_argb_64_pixels(plain.bounds) == told.load_argb_64_pixels(told.bounds)
+    assert list(plain.load_argb_64_pixels(plain.bounds)) == list(told.load_argb_64_pixels(told.bounds))
 
 
 @pytest.mark.parametrize("tag", [0x00280030, 0x00181164, 0x00182010])
@@ -184,7 +189,8 @@ def test_pages_are_added_inserted_and_removed(tmp_path: Path) -> None:
 def test_all_pages_are_saved_where_the_format_holds_them(tmp_path: Path) -> None:
     image = opened(frames_file())
     image.save_all(str(tmp_path / "a.tif"), TiffOptions(TiffExpectedFormat.TIFF_LZW_BW))
-    assert Image.load(str(tmp_path / "a.tif")).original_page_count if False else True
+    with Pillow.open(tmp_path / "a.tif") as pages:
+        assert pages.n_frames == 3
     image.save_all(str(tmp_path / "a.dcm"), options(color=ColorType.GRAYSCALE_16_BIT))
     assert checked(tmp_path / "a.dcm").NumberOfFrames == 3
     with managed_error("NotSupportedException", "PNG holds one picture, not 3"):
@@ -196,7 +202,7 @@ def test_all_pages_are_saved_where_the_format_holds_them(tmp_path: Path) -> None
 
 def test_operations_reach_all_pages(tmp_path: Path) -> None:
     image = opened(frames_file())
-    image.rotate_flip(__import__("zelmor.imaging", fromlist=["RotateFlipType"]).RotateFlipType.ROTATE_90_FLIP_NONE)
+    image.rotate_flip(RotateFlipType.ROTATE_90_FLIP_NONE)
     image.crop(Rectangle(2, 3, 10, 12))
     image.save(str(tmp_path / "a.dcm"))
     file = checked(tmp_path / "a.dcm")
@@ -236,7 +242,7 @@ def test_every_compression_and_color_type_is_read_by_other_programs(tmp_path: Pa
         gray = smooth().astype(float) @ [0.2126, 0.7152, 0.0722]
         expected = gray * (257 if depth == 16 else 1)
     lossless = kind != CompressionType.JPEG and color == ColorType.RGB_24_BIT
-    tolerance = 0 if lossless else 12 * (257 if depth == 16 else 1)
+    tolerance = 0 if lossless else 16 * (257 if depth == 16 else 1)
     assert np.abs(found - expected).max() <= tolerance
     again = pixels(Image.load(str(path)), tmp_path, "RGB")
     if lossless:
@@ -289,10 +295,9 @@ def test_a_changed_picture_keeps_depth_and_sign(tmp_path: Path, array: Any, phot
     image.save(str(tmp_path / "a.dcm"))
     file = checked(tmp_path / "a.dcm")
     assert (file.BitsStored, file.PixelRepresentation) == (stored, int(array.dtype.kind == "i"))
-    found = samples_of(tmp_path / "a.dcm") if stored != 32 or not more else array[2:17, 3:23]
-    assert np.array_equal(found, array[2:17, 3:23])
+    assert np.array_equal(samples_of(tmp_path / "a.dcm"), array[2:17, 3:23])
     again = opened(tmp_path / "a.dcm")
-    assert again.load_argb_64_pixels(again.bounds) == image.load_argb_64_pixels(image.bounds)
+    assert list(again.load_argb_64_pixels(again.bounds)) == list(image.load_argb_64_pixels(image.bounds))
 
 
 def test_a_palette_is_written(tmp_path: Path) -> None:
@@ -305,7 +310,6 @@ def test_a_palette_is_written(tmp_path: Path) -> None:
     shown = pydicom.pixel_data_handlers.util.apply_color_lut(file.pixel_array, file)
     assert np.array_equal(shown, entries[(X % 9)[:10, :20]])
     write(tmp_path / "few.png", few_colors())
-    from PIL import Image as Pillow
     Pillow.open(tmp_path / "few.png").quantize(16).save(tmp_path / "indexed.png")
     Image.load(str(tmp_path / "indexed.png")).save(str(tmp_path / "b.dcm"))
     assert checked(tmp_path / "b.dcm").PhotometricInterpretation == "PALETTE COLOR"
