@@ -77,7 +77,7 @@ constexpr Turn kTurns[] = {
     {RotateFlipType::kRotate180FlipXy, 2, true, true},      {RotateFlipType::kRotate270FlipXy, 3, true, true},
 };
 
-void rotate_flip(ImageObject& self, RotateFlipType rotate_flip_type) {
+void rotate_flip(ImageBase& self, RotateFlipType rotate_flip_type) {
     self.require_live();
     const auto* turn = std::find_if(std::begin(kTurns), std::end(kTurns),
                                     [&](const Turn& known) { return known.type == rotate_flip_type; });
@@ -85,9 +85,16 @@ void rotate_flip(ImageObject& self, RotateFlipType rotate_flip_type) {
         throw_out_of_range("rotate_flip_type", "The value " + std::to_string(number_of(rotate_flip_type)) +
                                                    " is not one of RotateFlipType.");
     }
-    self.change(
-        [&](imagework::Picture& picture) { picture.rotate_flip(turn->quarters, turn->mirror_x, turn->mirror_y); });
+    self.turn_image(turn->quarters, turn->mirror_x, turn->mirror_y);
 }
+
+}  // namespace
+
+void ImageObject::turn_image(int quarter_turns, bool mirror_x, bool mirror_y) {
+    change([&](imagework::Picture& picture) { picture.rotate_flip(quarter_turns, mirror_x, mirror_y); });
+}
+
+namespace {
 
 using ImageApi = api::Image;
 using RasterCachedMultipageImageApi = api::RasterCachedMultipageImage;

@@ -16,6 +16,7 @@
 #include "runtime/native/core/records.h"
 #include "runtime/native/imagework/encoded_bytes.h"
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/probe/probe.h"
 
@@ -26,6 +27,7 @@ struct FrameToWrite;
 namespace zelmor::embed {
 
 class ImageObject;
+struct DrawnPage;
 
 // The class of the save options of a format; null where the format is not written.
 class OptionsType {
@@ -47,6 +49,8 @@ struct FormatClasses {
     OptionsType options;
     const TypeName* frame;  // of an image of several pictures; null where the format has one picture
     bool holds_frames;      // whether a file takes all frames of an image
+    // The class of the options that say how images of a format of drawings become pixels.
+    OptionsType rasterization = nullptr;
 };
 
 struct FormatMembers {
@@ -113,6 +117,20 @@ struct FormatMembers {
     void (*take_load_options)(const Record& load_options, imagework::DecodeOptions& options) = nullptr;
     // Refuses a file that the load options do not allow; PictureError.
     void (*check_load_options)(const Record& load_options, const imagework::SharedSource& file) = nullptr;
+
+    // ---- Drawings
+
+    // Reads a file of a format of drawings as an image of lines and text (a VectorImageObject). Null: a codec reads it.
+    // The facts are those of the header; the load options may be null, and their common properties were looked at.
+    // PictureError or ManagedException.
+    Ref<ImageBase> (*load_drawing)(const imagework::SharedSource& file, const imagework::FileFacts& facts,
+                                   const Record* load_options) = nullptr;
+    // Writes pages as a file of a format of drawings; pages of pixels have their picture. There is one page, unless
+    // FormatClasses::holds_frames says that the format takes several. `options` are those of the save, or null; the
+    // properties that take no effect were refused (option_rules.cpp). `extension` is that of the file name where there
+    // are no options. Null: a codec writes the format.
+    void (*write_drawing)(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
+                          imagework::ByteSink& out) = nullptr;
 };
 
 // The members parts of all rooms that have one, in the order of the rooms.

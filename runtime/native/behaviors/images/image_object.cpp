@@ -1,8 +1,6 @@
 // The image object; see image_object.h.
 #include "runtime/native/behaviors/images/image_object.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cassert>
 
@@ -100,8 +98,6 @@ ImageObject::~ImageObject() {
 // Metadata are shared with copies of the image; they hold no image.
 void ImageObject::references(ReferenceVisitor& visitor) {
     ImageBase::references(visitor);
-    visitor(target_stream);
-    visitor(source_stream);
     if (visitor.takes() && m_frames) {
         stop_reclaiming();
         m_frames->leave_image();
@@ -429,11 +425,7 @@ void ImageObject::on_dispose() {
     m_file_frames.reset();
     metadata.reset();
     gif = {};
-    target_stream = nullptr;
-    source_stream = nullptr;
-    if (delete_target) {
-        ::unlink(target_path.c_str());
-    }
+    ImageBase::on_dispose();
 }
 
 std::string size_text(int64_t width, int64_t height) {

@@ -99,6 +99,8 @@ class ImageObject final : public ImageBase {
     void set_image_bits(int32_t bits);
     FileFormat image_format() const override { return file_format_of(m_facts); }
     ImageBase* image_container() const override { return m_container; }
+    void resize_image(int32_t new_width, int32_t new_height, api::ResizeType resize_type) override;
+    void turn_image(int quarter_turns, bool mirror_x, bool mirror_y) override;
 
     // The picture, of a container the active frame's; ObjectDisposedException once the image is disposed,
     // InvalidOperationException where there is no frame.
@@ -174,14 +176,6 @@ class ImageObject final : public ImageBase {
     int32_t left = 0;
     int32_t top = 0;
     GifDetails gif;
-
-    // Where save() without a target goes: the file that the image was loaded from or created for.
-    std::string target_path;
-    bool delete_target = false;  // it is deleted with the image
-    // The same for an image that was created over a stream.
-    Ref<ManagedStream> target_stream;
-    // The stream that the image was loaded from, if it was one.
-    Ref<ManagedStream> source_stream;
 
     // The colors of an indexed image; empty for true color. A palette that was offered becomes the picture's as soon as
     // the picture has no other colors.

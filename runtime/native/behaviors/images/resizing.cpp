@@ -10,6 +10,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/resize_types.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -18,15 +19,7 @@ namespace zelmor::embed {
 using imagework::PictureError;
 using imagework::Resampling;
 
-namespace {
-
 using api::ResizeType;
-
-// Where the picture goes on its new canvas: 0 for the left or top, 2 for the right or bottom, in halves of the room.
-struct Placement {
-    int across;
-    int down;
-};
 
 std::optional<Placement> placement_of(ResizeType type) {
     switch (type) {
@@ -45,6 +38,8 @@ std::optional<Placement> placement_of(ResizeType type) {
             return std::nullopt;
     }
 }
+
+namespace {
 
 Resampling resampling_of(ResizeType type) {
     switch (type) {
@@ -81,27 +76,41 @@ int pixel_bytes(const imagework::Picture& picture) {
                                                          : static_cast<int>(form.pixel_size());
 }
 
-void resize_by_type(ImageObject& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
-    self.require_live();
-    require_positive(new_width, "new_width");
-    require_positive(new_height, "new_height");
+}  // namespace
+
+void require_resize_type(ResizeType type) {
+    if (!placement_of(type)) {
+        resampling_of(type);
+    }
+}
+
+void ImageObject::resize_image(int32_t new_width, int32_t new_height, ResizeType resize_type) {
     try {
-        imagework::check_picture_size(new_width, new_height, pixel_bytes(self.picture()));
+        imagework::check_picture_size(new_width, new_height, pixel_bytes(picture()));
     } catch (const PictureError& error) {
         throw_out_of_range(new_width >= new_height ? "new_width" : "new_height", error.what());
     }
     if (const auto placement = placement_of(resize_type)) {
         // A negative half is rounded down, so that growing and shrinking by the same amount is undone.
         const auto offset = [](int32_t room, int halves) { return halves == 2 ? room : halves == 1 ? room >> 1 : 0; };
-        const imagework::Argb background = self.canvas_background();
-        self.change([&](imagework::Picture& picture) {
+        const imagework::Argb background = canvas_background();
+        change([&](imagework::Picture& picture) {
             picture.place(new_width, new_height, offset(new_width - picture.width(), placement->across),
                           offset(new_height - picture.height(), placement->down), background);
         });
         return;
     }
     const Resampling resampling = resampling_of(resize_type);
-    self.change([&](imagework::Picture& picture) { picture.resize(new_width, new_height, resampling); });
+    change([&](imagework::Picture& picture) { picture.resize(new_width, new_height, resampling); });
+}
+
+namespace {
+
+void resize_by_type(ImageBase& self, int32_t new_width, int32_t new_height, ResizeType resize_type) {
+    self.require_live();
+    require_positive(new_width, "new_width");
+    require_positive(new_height, "new_height");
+    self.resize_image(new_width, new_height, resize_type);
 }
 
 ResizeType type_of_settings(const Record* settings) {
@@ -116,39 +125,47 @@ ResizeType type_of_settings(const Record* settings) {
 }
 
 int32_t proportional(int32_t of, int32_t to, int32_t wanted) {
+    if (of <= 0) {
+        throw_invalid_operation("An image without a size has no proportions.");
+    }
     const double scaled = static_cast<double>(wanted) * to / of;
     return static_cast<int32_t>(std::min(2147483647.0, std::max(1.0, std::round(scaled))));
 }
 
-void resize_width_proportionally(ImageObject& self, int32_t new_width, ResizeType resize_type) {
-    const imagework::Picture& picture = self.picture();
-    require_positive(new_width, "new_width");
-    resize_by_type(self, new_width, proportional(picture.width(), picture.height(), new_width), resize_type);
+SizeValue live_size(ImageBase& image) {
+    image.require_live();
+    return {image.image_width(), image.image_height()};
 }
-void resize_height_proportionally(ImageObject& self, int32_t new_height, ResizeType resize_type) {
-    const imagework::Picture& picture = self.picture();
+
+void resize_width_proportionally(ImageBase& self, int32_t new_width, ResizeType resize_type) {
+    const SizeValue size = live_size(self);
+    require_positive(new_width, "new_width");
+    resize_by_type(self, new_width, proportional(size.width, size.height, new_width), resize_type);
+}
+void resize_height_proportionally(ImageBase& self, int32_t new_height, ResizeType resize_type) {
+    const SizeValue size = live_size(self);
     require_positive(new_height, "new_height");
-    resize_by_type(self, proportional(picture.height(), picture.width(), new_height), new_height, resize_type);
+    resize_by_type(self, proportional(size.height, size.width, new_height), new_height, resize_type);
 }
 
 constexpr ResizeType kDefaultType = ResizeType::kLanczosResample;
 
-void resize(ImageObject& self, int32_t new_width, int32_t new_height) {
+void resize(ImageBase& self, int32_t new_width, int32_t new_height) {
     resize_by_type(self, new_width, new_height, kDefaultType);
 }
-void resize_by_settings(ImageObject& self, int32_t new_width, int32_t new_height, Record* settings) {
+void resize_by_settings(ImageBase& self, int32_t new_width, int32_t new_height, Record* settings) {
     resize_by_type(self, new_width, new_height, type_of_settings(settings));
 }
-void resize_width(ImageObject& self, int32_t new_width) {
+void resize_width(ImageBase& self, int32_t new_width) {
     resize_width_proportionally(self, new_width, kDefaultType);
 }
-void resize_width_by_settings(ImageObject& self, int32_t new_width, Record* settings) {
+void resize_width_by_settings(ImageBase& self, int32_t new_width, Record* settings) {
     resize_width_proportionally(self, new_width, type_of_settings(settings));
 }
-void resize_height(ImageObject& self, int32_t new_height) {
+void resize_height(ImageBase& self, int32_t new_height) {
     resize_height_proportionally(self, new_height, kDefaultType);
 }
-void resize_height_by_settings(ImageObject& self, int32_t new_height, Record* settings) {
+void resize_height_by_settings(ImageBase& self, int32_t new_height, Record* settings) {
     resize_height_proportionally(self, new_height, type_of_settings(settings));
 }
 

@@ -1,15 +1,21 @@
-// Vector images: their size and format, and the records of metafiles.
-#include "runtime/native/behaviors/formats/vector_image.h"
+// The classes of vector images: their formats and constructors, and the records of metafiles. See vector_classes.h.
+#include "runtime/native/behaviors/vector/vector_classes.h"
+
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Emf.Records.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Eps.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 
-#include <cmath>
 #include <string_view>
 
+#include "runtime/native/behaviors/images/format_classes.h"
+#include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 
@@ -24,40 +30,28 @@ constexpr const char* kWmf = api::FileFormats::Wmf::WmfImage::kType.name;
 constexpr const char* kSvg = api::FileFormats::Svg::SvgImage::kType.name;
 constexpr const char* kCmxPage = api::FileFormats::Cmx::CmxImagePage::kType.name;
 
-// Bits of a pixel of a rendered image.
-constexpr int32_t kRenderedBits = 32;
 // The default of units per inch in a WMF file.
 constexpr int64_t kUsualInch = 96;
 
-struct FormatOfClass {
-    const char* type;
-    api::FileFormat format;
+struct VectorClass {
+    const TypeName& image;
+    FileFormat format;
+    const TypeName& rasterization;
 };
-constexpr FormatOfClass kFormats[] = {
-    {kEmf, api::FileFormat::kEmf},
-    {kWmf, api::FileFormat::kWmf},
-    {kSvg, api::FileFormat::kSvg},
-    {kCmxPage, api::FileFormat::kCmx},
+constexpr VectorClass kClasses[] = {
+    {api::FileFormats::Emf::EmfImage::kType, FileFormat::kEmf, api::ImageOptions::EmfRasterizationOptions::kType},
+    {api::FileFormats::Wmf::WmfImage::kType, FileFormat::kWmf, api::ImageOptions::WmfRasterizationOptions::kType},
+    {api::FileFormats::Svg::SvgImage::kType, FileFormat::kSvg, api::ImageOptions::SvgRasterizationOptions::kType},
+    {api::FileFormats::Cmx::CmxImage::kType, FileFormat::kCmx, api::ImageOptions::CmxRasterizationOptions::kType},
+    {api::FileFormats::Cmx::CmxImagePage::kType, FileFormat::kCmx, api::ImageOptions::CmxRasterizationOptions::kType},
+    {api::FileFormats::Cdr::CdrImage::kType, FileFormat::kCdr, api::ImageOptions::CdrRasterizationOptions::kType},
+    {api::FileFormats::Cdr::CdrImagePage::kType, FileFormat::kCdr, api::ImageOptions::CdrRasterizationOptions::kType},
+    {api::FileFormats::OpenDocument::OdgImage::kType, FileFormat::kOdg,
+     api::ImageOptions::OdgRasterizationOptions::kType},
+    {api::FileFormats::OpenDocument::OtgImage::kType, FileFormat::kOtg,
+     api::ImageOptions::OtgRasterizationOptions::kType},
+    {api::FileFormats::Eps::EpsImage::kType, FileFormat::kEps, api::ImageOptions::EpsRasterizationOptions::kType},
 };
-
-SizeFValue get_size_f(VectorImageObject& self) {
-    self.require_live();
-    return self.size_f();
-}
-float get_width_f(VectorImageObject& self) {
-    return get_size_f(self).width;
-}
-float get_height_f(VectorImageObject& self) {
-    return get_size_f(self).height;
-}
-int32_t get_width(VectorImageObject& self) {
-    self.require_live();
-    return self.image_width();
-}
-int32_t get_height(VectorImageObject& self) {
-    self.require_live();
-    return self.image_height();
-}
 
 int32_t require_positive(int32_t value, const char* parameter) {
     if (value <= 0) {
@@ -87,9 +81,8 @@ Ref<VectorImageObject> cmx_page(Record* page) {
     if (page == nullptr) {
         throw_argument_null("cmx_page");
     }
-    auto image = make_ref<VectorImageObject>(require_type(kCmxPage));
-    image->width = static_cast<float>(property_double(*page, "Width"));
-    image->height = static_cast<float>(property_double(*page, "Height"));
+    auto image = make_ref<VectorImageObject>(require_type(kCmxPage), nullptr, property_double(*page, "Width"),
+                                             property_double(*page, "Height"));
     set_property(*image, "CmxPage", Ref<ManagedObject>(page));
     return image;
 }
@@ -115,7 +108,8 @@ int32_t add_record(VectorImageObject& self, ManagedObject* record) {
 }
 
 RectangleValue frame_bounds(VectorImageObject& self) {
-    return {0, 0, get_width(self), get_height(self)};
+    self.require_live();
+    return {0, 0, self.image_width(), self.image_height()};
 }
 
 Ref<ManagedObject> make(const TypeInfo& type) {
@@ -137,15 +131,9 @@ const FactoryRegistration factory(kVector, make);
 using CmxImagePageApi = api::FileFormats::Cmx::CmxImagePage;
 using EmfImageApi = api::FileFormats::Emf::EmfImage;
 using SvgImageApi = api::FileFormats::Svg::SvgImage;
-using VectorImageApi = api::VectorImage;
 using WmfImageApi = api::FileFormats::Wmf::WmfImage;
 
 const BehaviorTable table({
-    behavior<&get_size_f, VectorImageApi::get_SizeF>(),
-    behavior<&get_width_f, VectorImageApi::get_WidthF>(),
-    behavior<&get_height_f, VectorImageApi::get_HeightF>(),
-    behavior<&get_width, VectorImageApi::get_Width>(),
-    behavior<&get_height, VectorImageApi::get_Height>(),
     behavior<&emf, EmfImageApi::ctor_001_EmfImage>(),
     behavior<&wmf, WmfImageApi::ctor_001_WmfImage>(),
     behavior<&add_record, WmfImageApi::call_000_AddRecord>(),
@@ -157,25 +145,26 @@ const BehaviorTable table({
 
 }  // namespace
 
-SizeFValue VectorImageObject::size_f() const {
-    return {width, height};
-}
-int32_t VectorImageObject::image_width() const {
-    return static_cast<int32_t>(std::ceil(width));
-}
-int32_t VectorImageObject::image_height() const {
-    return static_cast<int32_t>(std::ceil(height));
-}
-int32_t VectorImageObject::image_bits() const {
-    return kRenderedBits;
-}
-FileFormat VectorImageObject::image_format() const {
-    for (const FormatOfClass& each : kFormats) {
-        if (is_assignable(require_type(each.type), type())) {
-            return static_cast<FileFormat>(each.format);
+FileFormat vector_format_of(const TypeInfo& image) {
+    for (const VectorClass& each : kClasses) {
+        if (is_assignable(require_type(each.image.name), image)) {
+            return each.format;
         }
     }
     return FileFormat::kUndefined;
+}
+
+const TypeName& rasterization_options_of(FileFormat format) {
+    const FormatClasses* classes = classes_of(format);
+    if (classes != nullptr && classes->rasterization.get() != nullptr) {
+        return *classes->rasterization.get();
+    }
+    for (const VectorClass& each : kClasses) {
+        if (each.format == format) {
+            return each.rasterization;
+        }
+    }
+    return api::ImageOptions::VectorRasterizationOptions::kType;
 }
 
 Ref<VectorImageObject> make_vector_image(const char* type_name, int32_t width, int32_t height) {
@@ -183,8 +172,7 @@ Ref<VectorImageObject> make_vector_image(const char* type_name, int32_t width, i
     require_positive(height, "height");
     auto image = make_instance(type_name);
     auto& vector = cast_object<VectorImageObject>(*image);
-    vector.width = static_cast<float>(width);
-    vector.height = static_cast<float>(height);
+    vector.set_drawing(nullptr, width, height);
     return Ref<VectorImageObject>(&vector);
 }
 

@@ -1,0 +1,26 @@
+// The base of all images; see image_base.h.
+#include "runtime/native/behaviors/images/image_base.h"
+
+#include <unistd.h>
+
+#include "runtime/native/core/references.h"
+
+namespace zelmor::embed {
+
+ImageBase::~ImageBase() = default;
+
+void ImageBase::references(ReferenceVisitor& visitor) {
+    Record::references(visitor);
+    visitor(target_stream);
+    visitor(source_stream);
+}
+
+void ImageBase::on_dispose() {
+    target_stream = nullptr;
+    source_stream = nullptr;
+    if (delete_target) {
+        ::unlink(target_path.c_str());
+    }
+}
+
+}  // namespace zelmor::embed
