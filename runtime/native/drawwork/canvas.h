@@ -7,6 +7,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_DRAWWORK_CANVAS_H
 #define ZELMOR_RUNTIME_NATIVE_DRAWWORK_CANVAS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -147,6 +148,16 @@ class PixelCanvas : public Canvas {
  public:
     // The pixels of the area. Pixels that were not drawn on are unchanged to the last bit.
     virtual std::vector<Argb> pixels() = 0;
+    // The same as rows of bytes R, G, B and, with `alpha`, A, not multiplied by it. Rows begin `row_size` bytes after
+    // each other.
+    virtual void read(bool alpha, size_t row_size, uint8_t* out) const = 0;
+};
+
+// A canvas that shows nothing and finds where something was drawn.
+class InkCanvas : public Canvas {
+ public:
+    // The smallest rectangle around everything so far; empty where nothing was drawn.
+    virtual RectD ink() = 0;
 };
 
 class Backend {
@@ -154,6 +165,10 @@ class Backend {
     virtual ~Backend() = default;
     // A canvas with the pixels given, row by row.
     virtual std::unique_ptr<PixelCanvas> canvas(const PixelArea& area, std::span<const Argb> pixels) = 0;
+    // A canvas of one color, which takes no memory but its own pixels.
+    virtual std::unique_ptr<PixelCanvas> canvas(const PixelArea& area, Argb color) = 0;
+    // What is drawn outside of the bounds does not count.
+    virtual std::unique_ptr<InkCanvas> ink_canvas(const RectD& bounds) = 0;
     virtual TextExtent measure(const TextLayout& layout) = 0;
     virtual Outline outline_of(const TextLayout& layout) = 0;
     virtual bool has_family(const std::string& name, const std::vector<std::string>& folders) = 0;

@@ -186,6 +186,9 @@ class Backend {
     // One of them. Its pixels are decoded when they are needed, but those of an animation, and those of a recovery.
     virtual std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index,
                                                   const DecodeOptions& options) = 0;
+    // The rows of the first frame of a source that is no file, such as a drawing. They are asked for when they are
+    // needed, by the thread that needs them.
+    virtual std::unique_ptr<Picture> picture_of_rows(const SharedFrames& frames, const DecodeOptions& options) = 0;
     // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP. Frames of the latter two have to be of
     // one size.
     virtual EncodedBytes encode_frames(std::span<const FrameToWrite> frames) = 0;

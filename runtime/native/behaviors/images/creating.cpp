@@ -9,7 +9,9 @@
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/encoding_options.h"
 #include "runtime/native/behaviors/images/format_members.h"
+#include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/behaviors/images/registries.h"
+#include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -30,7 +32,7 @@ NewPixels pixels_for(const Encoding& encoding) {
 }
 
 // Where the new image will be written: a file of its source, or the stream of its source, or nowhere yet.
-void set_target(ImageObject& image, const Record& options) {
+void set_target(ImageBase& image, const Record& options) {
     const Ref<ManagedObject> source = property_object(options, "Source");
     if (!source) {
         return;
@@ -115,6 +117,24 @@ Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t heig
     return image;
 }
 
+Ref<ImageBase> create_any_image(Record* image_options, int32_t width, int32_t height) {
+    const FileFormat format = file_format_of_options(required_options(image_options, "image_options"));
+    const FormatClasses* classes = classes_of(format);
+    const FormatMembers* members = classes != nullptr ? members_of(classes->codec) : nullptr;
+    if (members == nullptr || members->write_drawing == nullptr) {
+        return Ref<ImageBase>(create_image(image_options, width, height));
+    }
+    if (!is_assignable(require_type(api::VectorImage::kType.name), require_type(classes->image.name))) {
+        throw_not_supported(std::string("Creating an image of the format ") + classes->name);
+    }
+    require_registered(Trade::kCreating, format);
+    require_effective_options(*image_options, true);
+    Ref<VectorImageObject> image = make_vector_image(classes->image.name, width, height);
+    image->set_image_format(format);
+    set_target(*image, *image_options);
+    return Ref<ImageBase>(image);
+}
+
 namespace {
 
 int32_t proportional(int32_t wanted, int32_t of, int32_t to) {
@@ -166,7 +186,7 @@ RectangleValue get_fitting_rectangle_of_pixels(const RectangleValue& rectangle, 
 using ImageApi = api::Image;
 
 const BehaviorTable table({
-    behavior<&create_image, ImageApi::call_000_Create>(),
+    behavior<&create_any_image, ImageApi::call_000_Create>(),
     behavior<&get_proportional_width, ImageApi::call_000_GetProportionalWidth>(),
     behavior<&get_proportional_height, ImageApi::call_000_GetProportionalHeight>(),
     behavior<&get_fitting_rectangle, ImageApi::call_000_GetFittingRectangle>(),

@@ -6,7 +6,9 @@
 
 namespace zelmor::embed {
 
-// An empty image of the format that the options are for.
+// An empty image of the format that the options are for, of pixels or of lines and text.
+Ref<ImageBase> create_any_image(Record* image_options, int32_t width, int32_t height);
+// The same of a format that consists of pixels.
 Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t height);
 
 // An empty image that is written with the settings given.

@@ -2,7 +2,7 @@
 //
 // Nothing is read through it on the image's behalf, since pictures are decoded when they are loaded.
 #include "generated/runtime/Zelmor.Imaging.h"
-#include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/image_base.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
@@ -15,18 +15,14 @@ namespace {
 // and for a file that is not written yet.
 Ref<StreamContainerObject> data_stream_container(ImageBase& self) {
     self.require_live();
-    const auto* image = dynamic_cast<ImageObject*>(&self);
-    if (image == nullptr) {
-        return nullptr;
-    }
-    const Ref<ManagedStream>& stream = image->target_stream ? image->target_stream : image->source_stream;
+    const Ref<ManagedStream>& stream = self.target_stream ? self.target_stream : self.source_stream;
     if (stream) {
         return make_stream_container(api::StreamContainer::kType.name, stream, false);
     }
-    if (image->target_path.empty() || !file_exists(image->target_path)) {
+    if (self.target_path.empty() || !file_exists(self.target_path)) {
         return nullptr;
     }
-    return open_file_container(image->target_path);
+    return open_file_container(self.target_path);
 }
 
 using DataStreamSupporterApi = api::DataStreamSupporter;

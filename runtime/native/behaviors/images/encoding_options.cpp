@@ -35,14 +35,14 @@ Format format_of_options(const ManagedObject& options) {
     return known != nullptr ? known->codec : Format::kUnknown;
 }
 
-Encoding encoding_of_options(const ManagedObject& options) {
+Encoding encoding_of_options(const ManagedObject& options, bool of_drawing) {
     Encoding encoding;
     const FormatMembers* known = members_of(format_of_options(options));
-    if (known == nullptr) {
+    if (known == nullptr || known->settings == nullptr) {
         throw_not_supported(std::string("Saving with ") + options.type().name);
     }
     encoding.format = known->settings(options);
-    require_effective_options(options);
+    require_effective_options(options, of_drawing);
     if (const Ref<PaletteObject> palette = palette_property(options, "Palette")) {
         if (!is_indexed(encoding)) {
             throw_not_supported("A palette in " + std::string(options.type().name) +
@@ -86,7 +86,7 @@ Encoding completed(const ImageObject& image, Encoding encoding) {
 }  // namespace
 
 Encoding encoding_for(const ImageObject& image, const ManagedObject& options) {
-    Encoding encoding = encoding_of_options(options);
+    Encoding encoding = encoding_of_options(options, image.is_drawn);
     const bool wants_transparent_color =
         has_property(options, "HasTransparentColor") && property_bool(options, "HasTransparentColor");
     if (wants_transparent_color && !encoding.transparent_color && !image.picture().has_alpha()) {

@@ -10,8 +10,8 @@ namespace zelmor::embed {
 imagework::Format format_of_options(const ManagedObject& options);
 
 // The settings in the options. ArgumentOutOfRangeException for a setting outside its range, NotSupportedException for
-// one that the backend cannot honor: no setting is left out silently.
-imagework::Encoding encoding_of_options(const ManagedObject& options);
+// one that the backend cannot honor: no setting is left out silently. `of_drawing`: for the pixels of a vector image.
+imagework::Encoding encoding_of_options(const ManagedObject& options, bool of_drawing = false);
 
 // The same for an image that is to be written with them: the image adds its background and its transparent color.
 imagework::Encoding encoding_for(const ImageObject& image, const ManagedObject& options);

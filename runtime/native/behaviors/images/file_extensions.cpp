@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/formats/format_room.h"
 
@@ -43,7 +44,9 @@ Format format_of_extension(const std::string& path) {
     if (room == nullptr) {
         return Format::kUnknown;
     }
-    if (room->default_settings == nullptr) {
+    const FormatMembers* members = members_of(room->format);
+    const bool draws = members != nullptr && members->write_drawing != nullptr;
+    if (room->default_settings == nullptr && !draws) {
         throw_not_supported("Saving as " + std::string(room->name) + ", which the extension '." + extension +
                             "' asks for,");
     }

@@ -128,7 +128,7 @@ struct FormatMembers {
     // Writes pages as a file of a format of drawings; pages of pixels have their picture. There is one page, unless
     // FormatClasses::holds_frames says that the format takes several. `options` are those of the save, or null; the
     // properties that take no effect were refused (option_rules.cpp). `extension` is that of the file name where there
-    // are no options. Null: a codec writes the format.
+    // are no options. Null: a codec writes the format. Where both are there, images of pixels go to the codec.
     void (*write_drawing)(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
                           imagework::ByteSink& out) = nullptr;
 };

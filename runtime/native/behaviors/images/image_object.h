@@ -171,6 +171,9 @@ class ImageObject final : public ImageBase {
     ImageObject* container() const { return m_container; }
     void set_container(ImageObject* image) { m_container = image; }
 
+    // The pixels were drawn of a vector image, for a save.
+    bool is_drawn = false;
+
     // Of a frame of an animation.
     int32_t duration = 0;  // milliseconds
     int32_t left = 0;

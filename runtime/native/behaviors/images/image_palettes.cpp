@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/images/palettes.h"
+#include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -29,32 +30,52 @@ Interface palette(ImageObject& self) {
     return {make_ref<PaletteObject>(std::move(colors))};
 }
 
-// A vector image has no indices that a palette could stand for.
+// A vector image has no indices, and a palette only if one was set: for the pixels that it is saved as.
 bool get_use_palette(ImageBase& self) {
     self.require_live();
+    if (const auto* vector = dynamic_cast<VectorImageObject*>(&self)) {
+        return !vector->palette.empty();
+    }
     auto* image = dynamic_cast<ImageObject*>(&self);
     return image != nullptr && use_palette(*image);
 }
+Interface palette(VectorImageObject& self) {
+    return self.palette.empty() ? Interface() : Interface{make_ref<PaletteObject>(self.palette)};
+}
 Interface get_palette(ImageBase& self) {
     self.require_live();
+    if (auto* vector = dynamic_cast<VectorImageObject*>(&self)) {
+        return palette(*vector);
+    }
     auto* image = dynamic_cast<ImageObject*>(&self);
     return image != nullptr ? palette(*image) : Interface();
 }
 
+void require_palette_size(const std::vector<Argb>& colors) {
+    if (colors.empty() || colors.size() > 256) {
+        throw_argument("A palette of " + std::to_string(colors.size()) +
+                       " entries is not one of 1 to 256. (Parameter 'palette')");
+    }
+}
+
+// Of all pages.
+void put_palette(VectorImageObject& self, const std::vector<Argb>& colors, bool update_colors) {
+    self.palette = colors;
+    self.palette_replaces_colors = update_colors && !colors.empty();
+    for (const Ref<VectorImageObject>& page : self.pages()) {
+        put_palette(*page, colors, update_colors);
+    }
+}
+
 // Each pixel keeps its index, or gets the index of the color that is nearest to its own.
-void put_palette(ImageObject& self, const VariantArg* argument, bool update_colors) {
-    self.require_live();
-    const Ref<PaletteObject> object = read_palette(argument);
-    if (!object) {
+void put_palette(ImageObject& self, const PaletteObject* object, bool update_colors) {
+    if (object == nullptr) {
         self.change([](Picture& picture) { picture.drop_palette(); });
         self.offer_palette({});
         return;
     }
     const std::vector<Argb>& colors = object->entries;
-    if (colors.empty() || colors.size() > 256) {
-        throw_argument("A palette of " + std::to_string(colors.size()) +
-                       " entries is not one of 1 to 256. (Parameter 'palette')");
-    }
+    require_palette_size(colors);
     const std::vector<Argb> offered = self.palette();
     self.change([&](Picture& picture) {
         // The indices are those of the picture's own palette, or of one that was offered and fits.
@@ -72,8 +93,19 @@ void put_palette(ImageObject& self, const VariantArg* argument, bool update_colo
         picture.paint(indices, colors);
     });
 }
-void set_palette_property(ImageObject& self, const VariantArg* value) {
-    put_palette(self, value, false);
+void set_palette(ImageBase& self, const VariantArg* palette, bool update_colors) {
+    self.require_live();
+    const Ref<PaletteObject> object = read_palette(palette);
+    if (auto* vector = dynamic_cast<VectorImageObject*>(&self)) {
+        if (object) {
+            require_palette_size(object->entries);
+        }
+        return put_palette(*vector, object ? object->entries : std::vector<Argb>(), update_colors);
+    }
+    put_palette(dynamic_cast<ImageObject&>(self), object.get(), update_colors);
+}
+void set_palette_property(ImageBase& self, const VariantArg* value) {
+    set_palette(self, value, false);
 }
 
 void dither_with(ImageObject& self, DitheringMethod dithering_method, int32_t bits_count,
@@ -113,7 +145,7 @@ using RasterImageApi = api::RasterImage;
 const BehaviorTable table({
     behavior<&get_use_palette, ImageApi::get_UsePalette>(),
     property<&get_palette, &set_palette_property, ImageApi::property_Palette>(),
-    behavior<&put_palette, ImageApi::call_000_SetPalette>(),
+    behavior<&set_palette, ImageApi::call_000_SetPalette>(),
     behavior<&dither, RasterImageApi::call_000_Dither>(),
     behavior<&dither_with, RasterImageApi::call_001_Dither>(),
 });

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "runtime/native/behaviors/formats/interrupt_monitor.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/load_option_checks.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/picture_source.h"
@@ -102,7 +103,16 @@ SharedSource source_of_file(const ManagedStream& stream) {
     return lasts && open_file_count() < limits::kOpenFiles ? file_source(stream.descriptor()) : nullptr;
 }
 
-Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options, const std::string& subject) {
+// The image where it has pixels.
+Ref<ImageObject> with_pixels(Ref<ImageBase> image) {
+    auto* raster = dynamic_cast<ImageObject*>(image.get());
+    if (raster == nullptr) {
+        throw_not_supported(std::string("Taking the pixels of a ") + image->type().name + ", which has none,");
+    }
+    return Ref<ImageObject>(raster);
+}
+
+Ref<ImageBase> image_of_source(SharedSource source, const Record* load_options, const std::string& subject) {
     try {
         if (source->size() == 0) {
             throw PictureError(Failure::kDamaged, "there is no data in it");
@@ -118,6 +128,10 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         }
         require_uninterrupted();
         require_decodable(facts, options);
+        if (const FormatMembers* members = members_of(facts.format);
+            members != nullptr && members->load_drawing != nullptr) {
+            return members->load_drawing(source, facts, load_options);
+        }
         auto frames = image_backend().open_frames(source, options);
         facts.encoding = frames->header(0).facts.encoding;
         // Of an animation the frames are composed when they are looked at. What a recovery shows first is the picture
@@ -132,7 +146,7 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
         auto image = make_ref<ImageObject>(std::move(picture), std::move(facts));
         attach_metadata(*image, keep_metadata(source), resolution);
         image->set_file_frames(std::move(frames), options);
-        return image;
+        return Ref<ImageBase>(image);
     } catch (const PictureError& error) {
         throw_load_error(error, subject);
     }
@@ -140,12 +154,12 @@ Ref<ImageObject> image_of_source(SharedSource source, const Record* load_options
 
 }  // namespace
 
-Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject) {
+Ref<ImageBase> any_decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject) {
     return image_of_source(memory_source(std::move(data)), load_options, subject);
 }
 
-Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
-                               const char* parameter) {
+Ref<ImageBase> any_image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
+                                 const char* parameter) {
     std::string path = file_path_of(file_path, parameter);
     const std::string subject = "Cannot load " + shown(file_path);
     const Ref<ManagedStream> file = opened(path);
@@ -158,26 +172,37 @@ Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, c
     return image;
 }
 
-Ref<ImageObject> image_of_stream(const Ref<ManagedStream>& stream, const Record* load_options) {
+Ref<ImageBase> any_image_of_stream(const Ref<ManagedStream>& stream, const Record* load_options) {
     const std::string subject = "Cannot load the image from the stream";
-    auto image = decoded_image(bytes_of(stream, load_options, subject), load_options, subject);
+    auto image = any_decoded_image(bytes_of(stream, load_options, subject), load_options, subject);
     image->source_stream = stream;
     return image;
 }
 
+Ref<ImageObject> decoded_image(std::vector<uint8_t> data, const Record* load_options, const std::string& subject) {
+    return with_pixels(any_decoded_image(std::move(data), load_options, subject));
+}
+Ref<ImageObject> image_of_file(const std::optional<std::u16string>& file_path, const Record* load_options,
+                               const char* parameter) {
+    return with_pixels(any_image_of_file(file_path, load_options, parameter));
+}
+Ref<ImageObject> image_of_stream(const Ref<ManagedStream>& stream, const Record* load_options) {
+    return with_pixels(any_image_of_stream(stream, load_options));
+}
+
 namespace {
 
-Ref<ImageObject> load_path(const Path& file_path) {
-    return image_of_file(file_path, nullptr, "file_path");
+Ref<ImageBase> load_path(const Path& file_path) {
+    return any_image_of_file(file_path, nullptr, "file_path");
 }
-Ref<ImageObject> load_path_with_options(const Path& file_path, Record* load_options) {
-    return image_of_file(file_path, load_options, "file_path");
+Ref<ImageBase> load_path_with_options(const Path& file_path, Record* load_options) {
+    return any_image_of_file(file_path, load_options, "file_path");
 }
 
-Ref<ImageObject> load_stream_with_options(const VariantArg* stream, Record* load_options) {
-    return image_of_stream(read_stream(stream), load_options);
+Ref<ImageBase> load_stream_with_options(const VariantArg* stream, Record* load_options) {
+    return any_image_of_stream(read_stream(stream), load_options);
 }
-Ref<ImageObject> load_stream(const VariantArg* stream) {
+Ref<ImageBase> load_stream(const VariantArg* stream) {
     return load_stream_with_options(stream, nullptr);
 }
 

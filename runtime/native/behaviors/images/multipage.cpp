@@ -5,6 +5,9 @@
 #include "runtime/native/behaviors/images/frame_array.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
+#include "runtime/native/behaviors/settings/memory_limit.h"
+#include "runtime/native/behaviors/vector/page_layout.h"
+#include "runtime/native/behaviors/vector/rasterize.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -66,14 +69,23 @@ const FormatMembers& members_of_pages() {
 // Pages of any kind make an image of such a format.
 Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dispose_images) {
     static const ElementType& element = element_of(Wire::kClass, api::Image::kType.name);
-    std::vector<Ref<ImageObject>> sources;
+    std::vector<Ref<ImageBase>> images_given;
+    std::vector<Ref<ImageObject>> sources;  // those, or what vector images look like
+    const auto drawn_pixels = std::make_shared<imagework::MemoryBudget>(decoded_memory_limit(nullptr));
     for (const Value& value : read_elements(images, element, "images")) {
         if (is_null(value)) {
             throw_argument_null("images");
         }
-        auto& source = cast_object<ImageObject>(*std::get<Ref<ManagedObject>>(value));
+        auto& source = cast_object<ImageBase>(*std::get<Ref<ManagedObject>>(value));
         source.require_live();
-        sources.emplace_back(&source);
+        images_given.emplace_back(&source);
+        if (auto* vector = dynamic_cast<VectorImageObject*>(&source)) {
+            for (const Ref<VectorImageObject>& page : vector->shown_pages()) {
+                sources.push_back(raster_of(laid_out(*page, nullptr), drawn_pixels));
+            }
+            continue;
+        }
+        sources.emplace_back(&dynamic_cast<ImageObject&>(source));
     }
     if (sources.empty()) {
         throw_argument("There is no image to make one from. (Parameter 'images')");
@@ -100,8 +112,8 @@ Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dis
     }
     image->set_active_index(0);
     if (dispose_images) {
-        for (const Ref<ImageObject>& source : sources) {
-            source->dispose();
+        for (const Ref<ImageBase>& image_given : images_given) {
+            image_given->dispose();
         }
     }
     return image;

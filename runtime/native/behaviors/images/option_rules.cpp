@@ -17,9 +17,10 @@ namespace zelmor::embed {
 
 namespace {
 
-enum class Effect : uint8_t { kEffective, kRefused };
+enum class Effect : uint8_t { kEffective, kRefused, kOfDrawings };
 constexpr Effect kEffective = Effect::kEffective;
 constexpr Effect kRefused = Effect::kRefused;
+constexpr Effect kOfDrawings = Effect::kOfDrawings;  // effective for images of lines and text only
 
 struct OptionRule {
     // Of a property that counts otherwise in a derived class: the class, and the property by the class that declares
@@ -43,7 +44,7 @@ constexpr OptionRule kRules[] = {
     {ImageOptionsBase::property_Source, kEffective},
     {ImageOptionsBase::property_Palette, kEffective},
     {ImageOptionsBase::property_ResolutionSettings, kEffective},
-    {ImageOptionsBase::property_VectorRasterizationOptions, kRefused},
+    {ImageOptionsBase::property_VectorRasterizationOptions, kOfDrawings},
     {ImageOptionsBase::property_BufferSizeHint, kEffective},
     {ImageOptionsBase::property_MultiPageOptions, kEffective},
     {ImageOptionsBase::property_FullFrame, kEffective},
@@ -193,10 +194,36 @@ constexpr OptionRule kRules[] = {
     {TiffOptions::property_XPKeywords, kEffective},
     {TiffOptions::property_XPSubject, kEffective},
 
+    {VectorRasterizationOptions::property_BorderX, kEffective},
+    {VectorRasterizationOptions::property_BorderY, kEffective},
+    {VectorRasterizationOptions::property_CenterDrawing, kEffective},
+    {VectorRasterizationOptions::property_PageHeight, kEffective},
+    {VectorRasterizationOptions::property_PageSize, kEffective},
+    {VectorRasterizationOptions::property_PageWidth, kEffective},
+    {VectorRasterizationOptions::property_BackgroundColor, kEffective},
+    {VectorRasterizationOptions::property_DrawColor, kEffective},
+    {VectorRasterizationOptions::property_SmoothingMode, kEffective},
+    {VectorRasterizationOptions::property_TextRenderingHint, kEffective},
+    {VectorRasterizationOptions::property_Positioning, kEffective},
+    {VectorRasterizationOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {VectorRasterizationOptions::kType, ImageOptionsBase::property_Source, kRefused},
+    {VectorRasterizationOptions::kType, ImageOptionsBase::property_Palette, kRefused},
+    {VectorRasterizationOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
+    {VectorRasterizationOptions::kType, ImageOptionsBase::property_VectorRasterizationOptions, kRefused},
+    {VectorRasterizationOptions::kType, ImageOptionsBase::property_MultiPageOptions, kRefused},
+    {VectorRasterizationOptions::kType, ImageOptionsBase::property_FullFrame, kRefused},
+    {SvgRasterizationOptions::property_ScaleX, kEffective},
+    {SvgRasterizationOptions::property_ScaleY, kEffective},
+    {CdrRasterizationOptions::property_ScaleX, kEffective},
+    {CdrRasterizationOptions::property_ScaleY, kEffective},
+    {EmfRasterizationOptions::property_RenderMode, kRefused},
+    {WmfRasterizationOptions::property_RenderMode, kRefused},
+    {EpsRasterizationOptions::property_PreviewToExport, kRefused},
+
     {MultiPageOptions::property_Pages, kEffective},
     {MultiPageOptions::property_PageTitles, kEffective},
     {MultiPageOptions::property_TimeInterval, kEffective},
-    {MultiPageOptions::property_PageRasterizationOptions, kRefused},
+    {MultiPageOptions::property_PageRasterizationOptions, kOfDrawings},
     {MultiPageOptions::property_ExportArea, kEffective},
     {MultiPageOptions::property_Mode, kEffective},
     {MultiPageOptions::property_OutputLayersNames, kRefused},
@@ -238,7 +265,7 @@ std::string shown(const ManagedObject& options, const char* property, const Valu
 
 }  // namespace
 
-void require_effective_options(const ManagedObject& options) {
+void require_effective_options(const ManagedObject& options, bool of_drawing) {
     const Ref<ManagedObject> fresh = make_instance(options.type());
     for (const TypeInfo* type = &options.type(); type != nullptr; type = type_at(type->base)) {
         for (const PropertyInfo& declared : type->properties) {
@@ -250,7 +277,8 @@ void require_effective_options(const ManagedObject& options) {
                 throw_invalid_operation(member_name(options, declared.name) + " is missing in the table of options.");
             }
             const Value& value = property(options, declared.name);
-            if (rule->effect == kRefused && !is_unset(value) && !values_equal(value, property(*fresh, declared.name))) {
+            const bool effective = rule->effect == kEffective || (of_drawing && rule->effect == kOfDrawings);
+            if (!effective && !is_unset(value) && !values_equal(value, property(*fresh, declared.name))) {
                 throw_not_supported(shown(options, declared.name, value));
             }
         }

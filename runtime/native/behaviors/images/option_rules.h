@@ -13,7 +13,8 @@ namespace zelmor::embed {
 
 // NotSupportedException for the first option without effect that differs from its default. Tags that stand for
 // properties must have been brought in step with these.
-void require_effective_options(const ManagedObject& options);
+// `of_drawing`: for an image of lines and text, for which some options count that a picture of pixels has no use for.
+void require_effective_options(const ManagedObject& options, bool of_drawing = false);
 
 }  // namespace zelmor::embed
 

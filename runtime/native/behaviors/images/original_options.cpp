@@ -4,6 +4,7 @@
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
+#include "runtime/native/behaviors/vector/rasterization_options.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
@@ -40,19 +41,38 @@ Ref<ManagedObject> original_options(ImageObject& self) {
 
 namespace {
 
-// The options that fit the image best are those of its own file; there are no arguments that would change them.
-Ref<ManagedObject> get_default_options(ImageObject& self, const VariantArg* args) {
-    if (const auto list = read_list(args, variant_element()); list && list->size() > 0) {
+Ref<ManagedObject> get_original_options(ImageBase& self) {
+    self.require_live();
+    if (auto* image = dynamic_cast<ImageObject*>(&self)) {
+        return original_options(*image);
+    }
+    const FormatClasses* classes = classes_of(self.image_format());
+    if (classes == nullptr || classes->options.get() == nullptr) {
+        throw_not_supported(std::string("Save options for a ") + self.type().name);
+    }
+    return make_instance(classes->options.get()->name);
+}
+
+// The options that fit an image of pixels best are those of its own file; there are no arguments that would change
+// them. A vector image gets options that say how it becomes pixels.
+Ref<ManagedObject> get_default_options(ImageBase& self, const VariantArg* args) {
+    const Ref<ManagedList> list = read_list(args, variant_element());
+    self.require_live();
+    if (auto* vector = dynamic_cast<VectorImageObject*>(&self)) {
+        return rasterization_options(*vector, list.get());
+    }
+    if (list && list->size() > 0) {
         throw_not_supported("Image.GetDefaultOptions with arguments");
     }
-    return original_options(self);
+    return get_original_options(self);
 }
 
 using ImageApi = api::Image;
 using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
 
 const BehaviorTable table({
-    behavior<&original_options, TiffFrameApi::get_FrameOptions, ImageApi::call_000_GetOriginalOptions>(),
+    behavior<&original_options, TiffFrameApi::get_FrameOptions>(),
+    behavior<&get_original_options, ImageApi::call_000_GetOriginalOptions>(),
     behavior<&get_default_options, ImageApi::call_000_GetDefaultOptions>(),
 });
 

@@ -2,12 +2,15 @@
 #include "runtime/native/behaviors/images/page_selection.h"
 
 #include <algorithm>
+#include <functional>
+#include <numeric>
 
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/number_lists.h"
 #include "runtime/native/behaviors/images/option_checks.h"
 #include "runtime/native/behaviors/images/option_rules.h"
+#include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
@@ -19,16 +22,30 @@ namespace {
 
 using api::ImageOptions::MultiPageMode;
 
-std::vector<size_t> numbered_pages(const ImageObject& image, const ManagedObject& options) {
+// What can be asked of the pages of any image.
+struct PageChoice {
+    size_t count;
+    std::function<int32_t(size_t)> duration;   // milliseconds
+    std::function<std::string(size_t)> title;  // empty where the file gives the page none
+    bool of_drawing;
+};
+
+std::vector<size_t> first_pages(size_t count) {
+    std::vector<size_t> result(count);
+    std::iota(result.begin(), result.end(), size_t{0});
+    return result;
+}
+
+std::vector<size_t> numbered_pages(const PageChoice& pages, const ManagedObject& options) {
     const auto numbers = numbers_of(options, "Pages");
     if (!numbers) {
-        return every_page(image);
+        return first_pages(pages.count);
     }
     std::vector<size_t> result;
     for (const int64_t number : *numbers) {
-        if (number < 0 || static_cast<uint64_t>(number) >= image.frame_count()) {
+        if (number < 0 || static_cast<uint64_t>(number) >= pages.count) {
             throw_out_of_range("Pages", "The image has no page " + std::to_string(number) + "; its " +
-                                            std::to_string(image.frame_count()) + " pages are counted from 0.");
+                                            std::to_string(pages.count) + " pages are counted from 0.");
         }
         result.push_back(static_cast<size_t>(number));
     }
@@ -36,18 +53,17 @@ std::vector<size_t> numbered_pages(const ImageObject& image, const ManagedObject
 }
 
 // The frames that are to be seen at some time of the interval, which ends before its end.
-std::vector<size_t> pages_in_time(ImageObject& image, const ManagedObject& options) {
+std::vector<size_t> pages_in_time(const PageChoice& pages, const ManagedObject& options) {
     const Ref<ManagedObject> interval = property_object(options, "TimeInterval");
     if (!interval) {
-        return every_page(image);
+        return first_pages(pages.count);
     }
     const int64_t from = property_int(*interval, "From");
     const int64_t to = property_int(*interval, "To");
     std::vector<size_t> result;
     int64_t starts = 0;
-    const FrameRange frames = image.frames();
-    for (size_t i = 0; i < frames.size(); ++i) {
-        const int64_t ends = starts + frames[i]->duration;
+    for (size_t i = 0; i < pages.count; ++i) {
+        const int64_t ends = starts + pages.duration(i);
         if (starts < to && ends > from) {
             result.push_back(i);
         }
@@ -68,21 +84,20 @@ std::string title_of(const ImageObject& page) {
     return members != nullptr && members->page_title != nullptr ? members->page_title(page.facts()) : std::string();
 }
 
-std::vector<size_t> titled_pages(ImageObject& image, const ManagedObject& options) {
+std::vector<size_t> titled_pages(const PageChoice& pages, const ManagedObject& options) {
     const Value& titles = property(options, "PageTitles");
     if (is_null(titles)) {
         throw_argument("The mode of titles needs MultiPageOptions.PageTitles. (Parameter 'PageTitles')");
     }
     const auto& list = cast_object<ManagedList>(*std::get<Ref<ManagedObject>>(titles));
     std::vector<size_t> result;
-    const FrameRange frames = image.frames();
     for (size_t i = 0; i < list.size(); ++i) {
         const Value title = list.get(i);
         const auto* text = std::get_if<std::u16string>(&title);
         const std::string wanted = text != nullptr ? to_utf8(*text) : std::string();
         const size_t before = result.size();
-        for (size_t page = 0; page < frames.size() && !wanted.empty(); ++page) {
-            if (title_of(*frames[page]) == wanted) {
+        for (size_t page = 0; page < pages.count && !wanted.empty(); ++page) {
+            if (pages.title(page) == wanted) {
                 result.push_back(page);
             }
         }
@@ -93,18 +108,8 @@ std::vector<size_t> titled_pages(ImageObject& image, const ManagedObject& option
     return result;
 }
 
-}  // namespace
-
-std::vector<size_t> every_page(const ImageObject& image) {
-    std::vector<size_t> result;
-    for (size_t i = 0; i < image.frame_count(); ++i) {
-        result.push_back(i);
-    }
-    return result;
-}
-
-std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& options) {
-    require_effective_options(options);
+std::vector<size_t> selected(const PageChoice& pages, const ManagedObject& options) {
+    require_effective_options(options, pages.of_drawing);
     const auto mode = property_enum<MultiPageMode>(options, "Mode");
     const bool by_number = mode == MultiPageMode::kPages || mode == MultiPageMode::kRange;
     if (!by_number && !is_null(property(options, "Pages"))) {
@@ -120,16 +125,16 @@ std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& opti
     switch (mode) {
         case MultiPageMode::kPages:
         case MultiPageMode::kRange:
-            result = numbered_pages(image, options);
+            result = numbered_pages(pages, options);
             break;
         case MultiPageMode::kTimeInterval:
-            result = pages_in_time(image, options);
+            result = pages_in_time(pages, options);
             break;
         case MultiPageMode::kTitles:
-            result = titled_pages(image, options);
+            result = titled_pages(pages, options);
             break;
         case MultiPageMode::kAllPages:
-            result = every_page(image);
+            result = first_pages(pages.count);
             break;
         default:
             throw_out_of_range("Mode", "The value of MultiPageOptions.Mode is not one of MultiPageMode.");
@@ -138,6 +143,23 @@ std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& opti
         throw_argument("The MultiPageOptions choose no page of the image.");
     }
     return result;
+}
+
+}  // namespace
+
+std::vector<size_t> every_page(const ImageObject& image) {
+    return first_pages(image.frame_count());
+}
+
+std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& options) {
+    return selected({image.frame_count(), [&](size_t i) { return image.frames()[i]->duration; },
+                     [&](size_t i) { return title_of(*image.frames()[i]); }, false},
+                    options);
+}
+
+std::vector<size_t> selected_pages(VectorImageObject& image, const ManagedObject& options) {
+    const std::vector<Ref<VectorImageObject>> pages = image.shown_pages();
+    return selected({pages.size(), [](size_t) { return 0; }, [&](size_t i) { return pages[i]->title; }, true}, options);
 }
 
 std::optional<RectangleValue> export_area(const ManagedObject& options) {

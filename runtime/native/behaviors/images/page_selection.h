@@ -9,9 +9,12 @@
 
 namespace zelmor::embed {
 
+class VectorImageObject;
+
 // The indices that MultiPageOptions name, in their order. ArgumentOutOfRangeException for a page that there is not,
 // NotSupportedException for ways of choosing that the image's pages do not have.
 std::vector<size_t> selected_pages(ImageObject& image, const ManagedObject& options);
+std::vector<size_t> selected_pages(VectorImageObject& image, const ManagedObject& options);
 
 std::vector<size_t> every_page(const ImageObject& image);
 

@@ -54,8 +54,8 @@ StreamContainerObject& required_container(StreamContainerObject* container) {
 bool can_load(DescriptorObject& self, StreamContainerObject* stream_container, Record*) {
     return format_ahead(required_container(stream_container).stream()) == self.format;
 }
-Ref<ImageObject> load(WorkerObject&, StreamContainerObject* stream_container, Record* load_options) {
-    return image_of_stream(required_container(stream_container).stream(), load_options);
+Ref<ImageBase> load(WorkerObject&, StreamContainerObject* stream_container, Record* load_options) {
+    return any_image_of_stream(required_container(stream_container).stream(), load_options);
 }
 
 // ---- Exporting
@@ -65,33 +65,36 @@ FileFormat written_format(const Record* options) {
     return file_format_of_options(required_options(options));
 }
 
-Ref<DescriptorObject> exporter_for(ImageObject* image, const Record* options) {
+Ref<DescriptorObject> exporter_for(ImageBase* image, const Record* options) {
     if (image == nullptr) {
         throw_argument_null("image");
     }
     return first_descriptor(Trade::kExporting, written_format(options));
 }
-Interface first_exporter_descriptor(ImageObject* image, Record* options) {
+Interface first_exporter_descriptor(ImageBase* image, Record* options) {
     return as_interface(exporter_for(image, options));
 }
-Interface first_exporter(ImageObject* image, Record* options) {
+Interface first_exporter(ImageBase* image, Record* options) {
     return worker_of(exporter_for(image, options));
 }
-bool can_export(DescriptorObject& self, ImageObject* image, Record* options_base) {
-    required_image(image, "image");
+bool can_export(DescriptorObject& self, ImageBase* image, Record* options_base) {
+    if (image == nullptr) {
+        throw_argument_null("image");
+    }
+    image->require_live();
     return written_format(options_base) == self.format;
 }
-void export_part(WorkerObject&, ImageObject* image, Ref<ManagedStream> stream, Record* options_base,
+void export_part(WorkerObject&, ImageBase* image, Ref<ManagedStream> stream, Record* options_base,
                  const RectangleValue* bounds) {
     if (image == nullptr) {
         throw_argument_null("image");
     }
     save_to_stream(*image, *stream, required_options(options_base), bounds);
 }
-void export_all(WorkerObject& self, ImageObject* image, Ref<ManagedStream> stream, Record* options_base) {
+void export_all(WorkerObject& self, ImageBase* image, Ref<ManagedStream> stream, Record* options_base) {
     export_part(self, image, std::move(stream), options_base, nullptr);
 }
-void export_bounds(WorkerObject& self, ImageObject* image, Ref<ManagedStream> stream, Record* options_base,
+void export_bounds(WorkerObject& self, ImageBase* image, Ref<ManagedStream> stream, Record* options_base,
                    const RectangleValue& bounds_rectangle) {
     export_part(self, image, std::move(stream), options_base, &bounds_rectangle);
 }
@@ -110,10 +113,10 @@ Interface first_creator(Record* image_options) {
 bool can_create(DescriptorObject& self, Record* image_options) {
     return written_format(image_options) == self.format;
 }
-Ref<ImageObject> create(WorkerObject&, StreamContainerObject* stream_container, Record* image_options, int32_t width,
-                        int32_t height) {
+Ref<ImageBase> create(WorkerObject&, StreamContainerObject* stream_container, Record* image_options, int32_t width,
+                      int32_t height) {
     Ref<ManagedStream> target = required_container(stream_container).stream();
-    Ref<ImageObject> image = create_image(image_options, width, height);
+    Ref<ImageBase> image = create_any_image(image_options, width, height);
     image->target_stream = std::move(target);
     return image;
 }

@@ -9,6 +9,7 @@
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/delegates/row_behavior.h"
+#include "runtime/native/formats/format_room.h"
 
 namespace zelmor::embed {
 
@@ -59,14 +60,31 @@ const char* name_of(FileFormat format) {
 
 using Registry = std::vector<Ref<DescriptorObject>>;
 
+bool is_vector_image(const TypeName& image) {
+    return is_assignable(require_type(api::VectorImage::kType.name), require_type(image.name));
+}
+
+bool takes_part(Trade trade, const FormatClasses& known) {
+    switch (trade) {
+        case Trade::kLoading:
+            return imagework::room_of(known.codec).probe != nullptr;
+        case Trade::kExporting:
+            return known.options.get() != nullptr;
+        case Trade::kCreating:
+            break;
+    }
+    const FormatMembers& members = *members_of(known.codec);
+    return known.options.get() != nullptr && (members.new_pixels != nullptr || is_vector_image(known.image));
+}
+
 // Of the process, as the API's classes are static. No Python code runs while a registry is walked.
 Registry& registry(Trade trade) {
     static auto* registries = new std::vector<Registry>([] {
         std::vector<Registry> all(std::size(kRegistries));
         for (const RegistryClass& each : kRegistries) {
             for (const FormatClasses* known : format_classes()) {
-                if (each.trade != Trade::kLoading && known->options.get() == nullptr) {
-                    continue;  // of a format that is not written
+                if (!takes_part(each.trade, *known)) {
+                    continue;
                 }
                 all[static_cast<size_t>(each.trade)].push_back(make_ref<DescriptorObject>(each.trade, known->format));
             }

@@ -13,10 +13,15 @@
 #include "runtime/native/behaviors/images/file_extensions.h"
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/memory_limits.h"
+#include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/behaviors/images/page_selection.h"
 #include "runtime/native/behaviors/images/picture_failures.h"
 #include "runtime/native/behaviors/images/registries.h"
 #include "runtime/native/behaviors/metadata/described_file.h"
+#include "runtime/native/behaviors/settings/memory_limit.h"
+#include "runtime/native/behaviors/vector/page_choice.h"
+#include "runtime/native/behaviors/vector/picture_drawing.h"
+#include "runtime/native/behaviors/vector/rasterize.h"
 #include "runtime/native/core/files.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -39,11 +44,12 @@ struct Request {
 };
 
 // Whether a file takes all frames: an animated PNG has to be asked for, by options or by being one.
-bool holds_frames(const ImageObject& image, const Request& request) {
+bool holds_frames(const ImageBase& image, const Request& request) {
     FileFacts facts;
     facts.format = request.format;
-    if (image.facts().format == request.format) {
-        facts.variant = image.facts().variant;
+    if (const auto* raster = dynamic_cast<const ImageObject*>(&image);
+        raster != nullptr && raster->facts().format == request.format) {
+        facts.variant = raster->facts().variant;
     }
     const FormatClasses* classes =
         classes_of(request.options != nullptr ? file_format_of_options(*request.options) : file_format_of(facts));
@@ -119,7 +125,15 @@ WrittenPicture written_picture(ImageObject& image, const Request& request, const
     return written;
 }
 
-void write_pages(ImageObject& image, const Request& request, DescribedFile& out) {
+void crop_to_bounds(std::vector<Page>& pages, const Request& request) {
+    for (size_t i = 0; request.bounds != nullptr && i < pages.size(); ++i) {
+        pages[i].picture->crop({request.bounds->x, request.bounds->y, request.bounds->width, request.bounds->height});
+    }
+}
+
+void write_pages(ImageObject& image, const Request& request, std::vector<Page> pages, DescribedFile& out);
+
+void write_image(ImageObject& image, const Request& request, DescribedFile& out) {
     require_uninterrupted(image);
     image.put_drawings();
     const FormatMembers* members = members_of(request.format);
@@ -134,11 +148,13 @@ void write_pages(ImageObject& image, const Request& request, DescribedFile& out)
     if (request.options != nullptr) {
         require_within_limits(*request.options, pages);
     }
-    if (request.bounds != nullptr) {
-        for (Page& page : pages) {
-            page.picture->crop({request.bounds->x, request.bounds->y, request.bounds->width, request.bounds->height});
-        }
-    }
+    crop_to_bounds(pages, request);
+    write_pages(image, request, std::move(pages), out);
+}
+
+// `image` adds its colors, its durations and its metadata.
+void write_pages(ImageObject& image, const Request& request, std::vector<Page> pages, DescribedFile& out) {
+    const FormatMembers* members = members_of(request.format);
     const auto encoding_of = [&](const Page& page) {
         // A page that keeps its format keeps its own settings; the colors around it are the image's.
         if (request.options != nullptr) {
@@ -180,11 +196,125 @@ void write_pages(ImageObject& image, const Request& request, DescribedFile& out)
     out.write_whole(image_backend().encode_frames(frames));
 }
 
-void write_image(ImageObject& image, const Request& request, ByteSink& out, const std::string& subject) {
+// ---- Vector images, and formats of lines and text
+
+// What one file of the format cannot hold.
+void require_holdable(const Request& request, size_t count, bool several) {
+    if (count > 1 && !several) {
+        throw ManagedException("NotSupportedException",
+                               cannot_hold(request, count) + ". Choose one page, or set merge_layers.");
+    }
+}
+
+// The pixels of a page as an image of their own.
+Ref<ImageObject> drawn_image(const DrawnPage& page, const SharedBudget& budget) {
+    const auto& source = dynamic_cast<const VectorImageObject&>(*page.source);
+    const Ref<ImageObject> raster = raster_of(page, budget);
+    raster->is_drawn = true;
+    if (source.palette_replaces_colors) {
+        std::unique_ptr<Picture> picture = raster->picture().copy();
+        picture->reduce(source.palette, false);
+        raster->set_picture(std::move(picture));
+    } else {
+        raster->offer_palette(source.palette);
+    }
+    return raster;
+}
+
+bool merges_pages(const Request& request) {
+    const Ref<ManagedObject> choice =
+        request.options != nullptr ? property_object(*request.options, "MultiPageOptions") : Ref<ManagedObject>();
+    return choice && property_bool(*choice, "MergeLayers");
+}
+
+void write_pixels(VectorImageObject& image, const Request& request, ByteSink& out) {
+    const bool several = holds_frames(image, request);
+    const std::vector<DrawnPage> drawn = chosen_pages(image, request.options, request.bounds, several);
+    const auto budget = std::make_shared<MemoryBudget>(decoded_memory_limit(request.options));
+    std::vector<Page> pages;
+    for (const DrawnPage& page : drawn) {
+        require_uninterrupted(image);
+        Ref<ImageObject> raster = drawn_image(page, budget);
+        pages.push_back({raster->picture().copy(), 0, raster});
+    }
+    if (request.options != nullptr) {
+        require_within_limits(*request.options, pages);
+    }
+    if (merges_pages(request)) {
+        merge(pages);
+    }
+    require_holdable(request, pages.size(), several);
+    const Ref<ImageObject> first = pages.front().source;
+    DescribedFile file(*first, request.options, out);
+    write_pages(*first, request, std::move(pages), file);
+    file.finish();
+}
+
+// A page of pixels. The picture outlives it.
+DrawnPage drawn_page(const Page& page) {
+    DrawnPage result;
+    result.picture = page.picture.get();
+    result.drawing = std::make_shared<PictureDrawing>(page.picture->copy());
+    result.width = page.picture->width();
+    result.height = page.picture->height();
+    result.resolution = page.picture->resolution();
+    result.source = Ref<ImageBase>(page.source);
+    return result;
+}
+
+void write_drawing(ImageBase& image, const Request& request, const FormatMembers& members, ByteSink& out) {
+    require_uninterrupted(image);
+    auto* vector = dynamic_cast<VectorImageObject*>(&image);
+    if (request.options != nullptr) {
+        require_effective_options(*request.options, vector != nullptr);
+    }
+    const bool several = holds_frames(image, request);
+    std::vector<Page> pictures;
+    std::vector<DrawnPage> pages;
+    if (vector != nullptr) {
+        pages = chosen_pages(*vector, request.options, request.bounds, several);
+        if (merges_pages(request) && pages.size() > 1) {
+            throw_not_supported("MultiPageOptions.MergeLayers for pages of lines and text");
+        }
+    } else {
+        auto& raster = dynamic_cast<ImageObject&>(image);
+        raster.put_drawings();
+        pictures = requested_pages(raster, request);
+        if (request.options != nullptr) {
+            require_within_limits(*request.options, pictures);
+        }
+        crop_to_bounds(pictures, request);
+        for (const Page& picture : pictures) {
+            pages.push_back(drawn_page(picture));
+        }
+    }
+    require_holdable(request, pages.size(), several);
+    try {
+        members.write_drawing(pages, request.options, request.extension, out);
+    } catch (const drawwork::DrawError& error) {
+        throw PictureError(Failure::kEncoding, error.what());
+    }
+}
+
+void write_image(ImageBase& image, const Request& request, ByteSink& out, const std::string& subject) {
     try {
         prepare_options(request.options);
-        DescribedFile file(image, request.options, out);
-        write_pages(image, request, file);
+        const FormatMembers* members = members_of(request.format);
+        auto* vector = dynamic_cast<VectorImageObject*>(&image);
+        // Pixels go to the codec of the format, if it has one.
+        if (members != nullptr && members->write_drawing != nullptr &&
+            (vector != nullptr || members->settings == nullptr)) {
+            return write_drawing(image, request, *members, out);
+        }
+        if (vector != nullptr) {
+            if (members == nullptr) {
+                throw_not_supported(std::string("Saving with ") + request.options->type().name);
+            }
+            return write_pixels(*vector, request, out);
+        }
+        auto& raster = dynamic_cast<ImageObject&>(image);
+        DescribedFile file(raster, request.options, out);
+        write_image(raster, request, file);
         file.finish();
     } catch (const PictureError& error) {
         if (error.kind() == Failure::kArgument && request.bounds != nullptr) {
@@ -208,14 +338,14 @@ class FileSink final : public ByteSink {
     EncodedBytes m_whole;  // of an encoder that gives it so
 };
 
-void to_file(ImageObject& image, const std::string& path, const Request& request) {
+void to_file(ImageBase& image, const std::string& path, const Request& request) {
     require_writable_target(path);
     FileSink file(path);
     write_image(image, request, file, "Cannot save '" + to_utf8(to_utf16(path)) + "'");
     file.finish();
 }
 
-void to_stream(ImageObject& image, ManagedStream& stream, const Request& request) {
+void to_stream(ImageBase& image, ManagedStream& stream, const Request& request) {
     MemorySink memory;
     write_image(image, request, memory, "Cannot save the image to the stream");
     const EncodedBytes file = memory.take();
@@ -232,18 +362,36 @@ FileFormat written_format(const Request& request) {
     return file_format_of(facts);
 }
 
+Format own_format(const ImageBase& image) {
+    if (const auto* raster = dynamic_cast<const ImageObject*>(&image)) {
+        return raster->facts().format;
+    }
+    const FormatClasses* classes = classes_of(image.image_format());
+    if (classes == nullptr) {
+        throw_not_supported(std::string("Saving a ") + image.type().name + " in its own format");
+    }
+    return classes->codec;
+}
+
+// Frames or pages.
+size_t picture_count(ImageBase& image) {
+    auto* vector = dynamic_cast<VectorImageObject*>(&image);
+    return vector != nullptr ? vector->shown_pages().size() : dynamic_cast<ImageObject&>(image).frame_count();
+}
+
 // A save that names no options must not lose frames unnoticed.
-Request implied(const ImageObject& image, const std::string& name = {}) {
+Request implied(ImageBase& image, const std::string& name = {}) {
     const Format format = format_of_extension(name);
-    Request request{format == Format::kUnknown ? image.facts().format : format};
+    Request request{format == Format::kUnknown ? own_format(image) : format};
     request.extension = extension_of(name);
-    if (const FormatMembers* members = members_of(request.format); members != nullptr && members->settings == nullptr) {
+    if (const FormatMembers* members = members_of(request.format);
+        members != nullptr && members->settings == nullptr && members->write_drawing == nullptr) {
         throw_not_supported(std::string("Saving as ") + format_name(request.format) + ", the format of the image,");
     }
-    if (image.frame_count() > 1 && !holds_frames(image, request)) {
+    if (const size_t count = picture_count(image); count > 1 && !holds_frames(image, request)) {
         throw ManagedException("NotSupportedException",
-                               "The image has " + std::to_string(image.frame_count()) + " frames, and " +
-                                   cannot_hold(request, image.frame_count()) +
+                               "The image has " + std::to_string(count) + " frames, and " +
+                                   cannot_hold(request, count) +
                                    ". Saving it without options would lose the others; name save options to write the "
                                    "one frame that is active.");
     }
@@ -261,7 +409,7 @@ Request by_options(const Record* options, const RectangleValue* bounds = nullptr
 
 }  // namespace
 
-void save_to_stream(ImageObject& image, ManagedStream& stream, const Record& options, const RectangleValue* bounds) {
+void save_to_stream(ImageBase& image, ManagedStream& stream, const Record& options, const RectangleValue* bounds) {
     image.require_live();
     to_stream(image, stream, by_options(&options, bounds));
 }
@@ -278,7 +426,7 @@ void save_all(ImageObject& image, const std::optional<std::u16string>& file_path
 
 namespace {
 
-void save(ImageObject& self) {
+void save(ImageBase& self) {
     self.require_live();
     // Held: the stream may be a Python object, whose write() may dispose of the image.
     if (const Ref<ManagedStream> target = self.target_stream) {
@@ -290,13 +438,13 @@ void save(ImageObject& self) {
     to_file(self, self.target_path, implied(self));
 }
 
-void save_path(ImageObject& self, const Path& file_path) {
+void save_path(ImageBase& self, const Path& file_path) {
     self.require_live();
     const std::string path = file_path_of(file_path, "file_path");
     to_file(self, path, implied(self, path));
 }
 
-void save_path_over_write(ImageObject& self, const Path& file_path, bool over_write) {
+void save_path_over_write(ImageBase& self, const Path& file_path, bool over_write) {
     self.require_live();
     const std::string path = file_path_of(file_path, "file_path");
     if (!over_write && file_exists(path)) {
@@ -305,34 +453,34 @@ void save_path_over_write(ImageObject& self, const Path& file_path, bool over_wr
     to_file(self, path, implied(self, path));
 }
 
-void save_path_options(ImageObject& self, const Path& file_path, Record* options) {
+void save_path_options(ImageBase& self, const Path& file_path, Record* options) {
     self.require_live();
     to_file(self, file_path_of(file_path, "file_path"), by_options(options));
 }
 
-void save_path_options_bounds(ImageObject& self, const Path& file_path, Record* options,
+void save_path_options_bounds(ImageBase& self, const Path& file_path, Record* options,
                               const RectangleValue& bounds_rectangle) {
     self.require_live();
     to_file(self, file_path_of(file_path, "file_path"), by_options(options, &bounds_rectangle));
 }
 
-void save_stream(ImageObject& self, const VariantArg* stream) {
+void save_stream(ImageBase& self, const VariantArg* stream) {
     self.require_live();
     to_stream(self, *read_stream(stream), implied(self));
 }
 
-void save_stream_options(ImageObject& self, const VariantArg* stream, Record* options_base) {
+void save_stream_options(ImageBase& self, const VariantArg* stream, Record* options_base) {
     self.require_live();
     to_stream(self, *read_stream(stream), by_options(options_base));
 }
 
-void save_stream_options_bounds(ImageObject& self, const VariantArg* stream, Record* options_base,
+void save_stream_options_bounds(ImageBase& self, const VariantArg* stream, Record* options_base,
                                 const RectangleValue& bounds_rectangle) {
     self.require_live();
     to_stream(self, *read_stream(stream), by_options(options_base, &bounds_rectangle));
 }
 
-bool can_save(ImageObject& self, Record* options) {
+bool can_save(ImageBase& self, Record* options) {
     self.require_live();
     const Request request{format_of_options(required_options(options)), options};
     return request.format != Format::kUnknown && is_registered(Trade::kExporting, written_format(request));

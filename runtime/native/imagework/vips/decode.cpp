@@ -88,6 +88,14 @@ std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, 
     });
 }
 
+std::unique_ptr<Picture> picture_of_rows(const SharedFrames& frames, const DecodeOptions& options) {
+    settle_after_fork();
+    auto reader = frames->open(0);
+    const RowsHeader header = reader->header();
+    return std::make_unique<VipsPicture>(DeferredRows::of_frame(frames, 0, std::move(reader), options, "the drawing"),
+                                         header);
+}
+
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) {
     settle_after_fork();
     const FileFacts facts = probe(data);

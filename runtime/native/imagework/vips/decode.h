@@ -13,6 +13,7 @@ namespace zelmor::imagework {
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options);
 SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options);
 std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, const DecodeOptions& options);
+std::unique_ptr<Picture> picture_of_rows(const SharedFrames& frames, const DecodeOptions& options);
 
 }  // namespace zelmor::imagework
 

@@ -24,6 +24,9 @@ class VipsBackend final : public Backend {
                                           const DecodeOptions& options) override {
         return imagework::decode_frame(frames, index, options);
     }
+    std::unique_ptr<Picture> picture_of_rows(const SharedFrames& frames, const DecodeOptions& options) override {
+        return imagework::picture_of_rows(frames, options);
+    }
     EncodedBytes encode_frames(std::span<const FrameToWrite> frames) override {
         return imagework::encode_frames(frames);
     }
