@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Dicom.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Pdf.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Psd.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
@@ -63,6 +64,7 @@ constexpr DefaultValue kDefaults[] = {
     {Jpeg2000Options::property_Codec, api::FileFormats::Jpeg2000::Jpeg2000Codec::kJp2},
     {Html5CanvasOptions::property_FullHtmlPage, true},
     {DxfOptions::property_BezierPointCount, 20},
+    {api::FileFormats::Pdf::PdfCoreOptions::property_JpegQuality, 75},
     {SvgOptions::property_ColorType, api::FileFormats::Svg::SvgColorMode::kRgb},
 
     DefaultValue::color(VectorRasterizationOptions::property_BackgroundColor, argb_of(KnownColor::kWhite)),

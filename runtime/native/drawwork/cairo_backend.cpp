@@ -1,6 +1,7 @@
 // The drawing backend on cairo and the one symbol of its shared object.
 #include <vector>
 
+#include "runtime/native/drawwork/cairo_document.h"
 #include "runtime/native/drawwork/cairo_drawing.h"
 #include "runtime/native/drawwork/cairo_text.h"
 
@@ -108,6 +109,9 @@ class CairoBackend final : public Backend {
         return std::make_unique<CairoPixels>(area, color);
     }
     std::unique_ptr<InkCanvas> ink_canvas(const RectD& bounds) override { return std::make_unique<CairoInk>(bounds); }
+    std::unique_ptr<Document> pdf(const DocumentSettings& settings, imagework::ByteSink& out) override {
+        return make_pdf(settings, out);
+    }
     TextExtent measure(const TextLayout& layout) override { return measure_text(layout); }
     Outline outline_of(const TextLayout& layout) override { return text_outline(layout); }
     bool has_family(const std::string& name, const std::vector<std::string>& folders) override {

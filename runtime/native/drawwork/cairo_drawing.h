@@ -118,6 +118,7 @@ class CairoDrawing : public Interface {
         check(cairo_status(cairo()), failure);
         cairo_set_tolerance(cairo(), 0.05);
     }
+    void end_context() { m_context.reset(); }
     cairo_t* cairo() const {
         assert(m_context != nullptr);
         return m_context.get();

@@ -17,6 +17,10 @@
 
 #include "runtime/native/drawwork/geometry.h"
 
+namespace zelmor::imagework {
+class ByteSink;
+}
+
 namespace zelmor::drawwork {
 
 using Argb = uint32_t;
@@ -160,6 +164,19 @@ class InkCanvas : public Canvas {
     virtual RectD ink() = 0;
 };
 
+struct DocumentSettings {
+    std::string title, author, subject, keywords;  // UTF-8; empty for none
+};
+
+// The canvas of a document of several pages. Its unit is the point, 72 of which make an inch.
+class Document : public Canvas {
+ public:
+    // Begins a page, with nothing on it and no clip.
+    virtual void page(double width, double height) = 0;
+    // After the last page. Failures of the sink come out of any member.
+    virtual void finish() = 0;
+};
+
 class Backend {
  public:
     virtual ~Backend() = default;
@@ -169,6 +186,8 @@ class Backend {
     virtual std::unique_ptr<PixelCanvas> canvas(const PixelArea& area, Argb color) = 0;
     // What is drawn outside of the bounds does not count.
     virtual std::unique_ptr<InkCanvas> ink_canvas(const RectD& bounds) = 0;
+    // A PDF file, whose bytes go to `out` while it is drawn on. There is no canvas before the first page.
+    virtual std::unique_ptr<Document> pdf(const DocumentSettings& settings, imagework::ByteSink& out) = 0;
     virtual TextExtent measure(const TextLayout& layout) = 0;
     virtual Outline outline_of(const TextLayout& layout) = 0;
     virtual bool has_family(const std::string& name, const std::vector<std::string>& folders) = 0;

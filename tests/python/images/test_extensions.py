@@ -13,7 +13,7 @@ from support.image_oracles import managed_error, noise, write
 
 UNWRITABLE = {"CDR": ["cdr"], "CMX": ["cmx"], "DjVu": ["djvu", "djv"], "DNG": ["dng"],
               "DXF": ["dxf"], "EMF": ["emf", "emz"], "EPS": ["eps", "ps"], "HTML5 canvas": ["html", "htm"],
-              "ODG": ["odg", "fodg"], "OTG": ["otg"], "PDF": ["pdf"], "SVG": ["svg", "svgz"], "WMF": ["wmf", "wmz"]}
+              "ODG": ["odg", "fodg"], "OTG": ["otg"], "SVG": ["svg", "svgz"], "WMF": ["wmf", "wmz"]}
 
 
 @pytest.mark.parametrize(("name", "kind"), [
@@ -46,6 +46,11 @@ def test_a_format_that_cannot_be_written_is_refused(tmp_path: Path, kind: str, e
         with managed_error("NotSupportedException", text):
             image.save(str(tmp_path / name), True)
         assert not (tmp_path / name).exists()
+
+
+def test_the_extension_of_a_document_means_one(tmp_path: Path) -> None:
+    Image.load(write(tmp_path / "source.png", noise())).save(str(tmp_path / "a.PDF"))
+    assert (tmp_path / "a.PDF").read_bytes().startswith(b"%PDF-1.5")
 
 
 def test_options_go_before_the_extension(tmp_path: Path) -> None:

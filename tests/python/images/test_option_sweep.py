@@ -23,13 +23,14 @@ from zelmor.imaging.fileformats.dicom import Compression, CompressionType
 from zelmor.imaging.fileformats.gif.blocks import GifFrameBlock
 from zelmor.imaging.fileformats.gif import GifImage
 from zelmor.imaging.fileformats.jpeg import JFIFData
+from zelmor.imaging.fileformats.pdf import PdfCoreOptions, PdfDocumentInfo
 from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.fileformats.tiff.enums import (TiffAlphaStorage, TiffCompressions, TiffExpectedFormat,
                                                    TiffPhotometrics, TiffSampleFormats)
 from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffASCIIType
 from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, DicomOptions, GifOptions, JpegOptions,
-                                         MultiPageMode, MultiPageOptions, PngOptions, TiffOptions, TimeInterval,
-                                         WebPOptions)
+                                         MultiPageMode, MultiPageOptions, PdfImageCompressionOptions, PngOptions,
+                                         TiffOptions, TimeInterval, WebPOptions)
 from zelmor.imaging.sources import StreamSource
 from zelmor.imaging.xmp import XmpPacketWrapper
 from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
@@ -40,7 +41,8 @@ from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
 WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "GifOptions", "IcoOptions",
-            "Jpeg2000Options", "JpegOptions", "PngOptions", "PsdOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
+            "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions", "PsdOptions", "TgaOptions", "TiffOptions",
+            "WebPOptions"}
 
 
 def options_below(*bases: str) -> list[Type]:
@@ -149,6 +151,22 @@ def dicom_compression(kind: CompressionType) -> Compression:
     return compression
 
 
+def with_resolution() -> Image:
+    return loaded(encoded(smooth(), dpi=(200, 100)))
+
+
+def stored_picture() -> PdfCoreOptions:
+    core = PdfCoreOptions()
+    core.compression = PdfImageCompressionOptions.NONE
+    return core
+
+
+def titled() -> PdfDocumentInfo:
+    info = PdfDocumentInfo()
+    info.title = "Title"
+    return info
+
+
 def tags() -> list[Any]:
     tag = TiffASCIIType(65000)
     tag.text = "a tag of one's own"
@@ -163,6 +181,7 @@ PICTURES: dict[str, Callable[[], Image]] = {
     "default_frame_time": frames_without_duration, "alpha_storage": with_alpha,
     "disable_icc_export": lambda: Image.load(io.BytesIO(with_a_profile())), "full_frame": with_a_small_frame,
     "loops_count": animated, "color_type": with_alpha, "remove_global_text_engine_resource": with_texts,
+    "use_original_image_resolution": with_resolution,
 }
 
 #: Values of the properties that hold objects, and of those whose samples do not fit their format.
@@ -179,6 +198,7 @@ VALUES: dict[str, Callable[[], list[Any]]] = {
     "alpha_storage": lambda: [TiffAlphaStorage.ASSOCIATED], "rows_per_strip": lambda: [8],
     "sample_format": lambda: [[TiffSampleFormats.INT] * 3, [TiffSampleFormats.INT] * 2],
     "anim_loop_count": lambda: [9], "num_plays": lambda: [9], "page_size": lambda: [SizeF(30.0, 20.0)],
+    "pdf_core_options": lambda: [stored_picture()], "pdf_document_info": lambda: [titled()],
 }
 
 

@@ -7,6 +7,7 @@
 #include "runtime/native/behaviors/vector/page_layout.h"
 #include "runtime/native/behaviors/vector/picture_drawing.h"
 #include "runtime/native/behaviors/vector/rasterize.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/loader.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -308,15 +309,15 @@ class Lines final : public Drawing {
 
 TEST_F(VectorImages, LargeOnesAreDrawnInStrips) {
     auto page = image();
-    const auto lines = std::make_shared<Lines>(20000, 1000);
-    page->set_drawing(lines, 20000, 1000);
+    const auto lines = std::make_shared<Lines>(20000, 500);
+    page->set_drawing(lines, 20000, 500);
     const auto picture = rasterize(*page, nullptr);
     EXPECT_EQ(lines->times, 0);
     ASSERT_EQ(picture->width(), 20000);
-    std::vector<Argb> pixels(size_t{20000} * 1000);
-    picture->read_argb({0, 0, 20000, 1000}, pixels);
+    std::vector<Argb> pixels(size_t{20000} * 500);
+    picture->read_argb({0, 0, 20000, 500}, pixels);
     EXPECT_GT(lines->times, 4);
-    for (int y = 0; y < 1000; ++y) {
+    for (int y = 0; y < 500; ++y) {
         for (int x = 0; x < 20000; x += 37) {
             const Argb expected = x % 997 == 0 ? kGreen : y % 97 == 0 ? kBlue - static_cast<Argb>(y % 251) : 0;
             ASSERT_EQ(pixels[static_cast<size_t>(y) * 20000 + static_cast<size_t>(x)], expected) << x << ' ' << y;

@@ -120,12 +120,9 @@ Ref<ImageObject> create_image(Record* image_options, int32_t width, int32_t heig
 Ref<ImageBase> create_any_image(Record* image_options, int32_t width, int32_t height) {
     const FileFormat format = file_format_of_options(required_options(image_options, "image_options"));
     const FormatClasses* classes = classes_of(format);
-    const FormatMembers* members = classes != nullptr ? members_of(classes->codec) : nullptr;
-    if (members == nullptr || members->write_drawing == nullptr) {
+    if (classes == nullptr ||
+        !is_assignable(require_type(api::VectorImage::kType.name), require_type(classes->image.name))) {
         return Ref<ImageBase>(create_image(image_options, width, height));
-    }
-    if (!is_assignable(require_type(api::VectorImage::kType.name), require_type(classes->image.name))) {
-        throw_not_supported(std::string("Creating an image of the format ") + classes->name);
     }
     require_registered(Trade::kCreating, format);
     require_effective_options(*image_options, true);

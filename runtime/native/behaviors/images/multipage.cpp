@@ -82,6 +82,7 @@ Ref<ImageObject> create_from_images_disposing(const VariantArg* images, bool dis
         if (auto* vector = dynamic_cast<VectorImageObject*>(&source)) {
             for (const Ref<VectorImageObject>& page : vector->shown_pages()) {
                 sources.push_back(raster_of(laid_out(*page, nullptr), drawn_pixels));
+                sources.back()->picture().decode();  // the vector image may change from now on
             }
             continue;
         }

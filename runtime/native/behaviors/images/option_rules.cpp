@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Eps.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Pdf.h"
 #include "generated/runtime/Zelmor.Imaging.ImageLoadOptions.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
@@ -36,6 +37,7 @@ struct OptionRule {
 
 using namespace api::ImageLoadOptions;
 using namespace api::ImageOptions;
+using api::FileFormats::Pdf::PdfCoreOptions;
 using api::ImageOptionsBase;
 using api::LoadOptions;
 
@@ -193,6 +195,18 @@ constexpr OptionRule kRules[] = {
     {TiffOptions::property_XPAuthor, kEffective},
     {TiffOptions::property_XPKeywords, kEffective},
     {TiffOptions::property_XPSubject, kEffective},
+
+    {PdfOptions::property_PdfDocumentInfo, kEffective},
+    {PdfOptions::property_PdfCoreOptions, kEffective},
+    {PdfOptions::property_PageSize, kEffective},
+    {PdfOptions::property_UseOriginalImageResolution, kEffective},
+    {PdfOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {PdfCoreOptions::property_HeadingsOutlineLevels, kRefused},
+    {PdfCoreOptions::property_ExpandedOutlineLevels, kRefused},
+    {PdfCoreOptions::property_BookmarksOutlineLevel, kRefused},
+    {PdfCoreOptions::property_JpegQuality, kEffective},
+    {PdfCoreOptions::property_PdfCompliance, kEffective},
+    {PdfCoreOptions::property_Compression, kEffective},
 
     {VectorRasterizationOptions::property_BorderX, kEffective},
     {VectorRasterizationOptions::property_BorderY, kEffective},

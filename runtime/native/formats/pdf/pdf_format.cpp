@@ -1,5 +1,6 @@
 // PDF: the mark may stand behind bytes that mean nothing, but the files that programs write begin with it.
 #include "runtime/native/formats/format_room.h"
+#include "runtime/native/formats/pdf/pdf_encoding.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -18,6 +19,7 @@ const FormatRoom kPdfRoom{
     .name = "PDF",
     .extensions = kExtensions,
     .begins = &begins_pdf,
+    .default_settings = &default_settings_of<PdfEncoding>,
 };
 
 }  // namespace zelmor::imagework

@@ -1,0 +1,84 @@
+// Writing PDF: the picture is brought to a form that the format has, and its rows go to the writer.
+#include <algorithm>
+
+#include "runtime/native/formats/pdf/pdf_encoding.h"
+#include "runtime/native/formats/pdf/pdf_writer.h"
+#include "runtime/native/imagework/format_codec.h"
+#include "runtime/native/imagework/vips/encode_support.h"
+#include "runtime/native/imagework/vips/rows_image.h"
+#include "runtime/native/imagework/vips/vips_picture.h"
+
+namespace zelmor::imagework {
+namespace {
+
+bool is_opaque(std::span<const Argb> palette) {
+    return std::all_of(palette.begin(), palette.end(), [](Argb color) { return color >> 24 == 0xFF; });
+}
+
+// Black and white.
+void to_bilevel(VipsPicture& picture, const Encoding& encoding) {
+    picture.lose_alpha(encoding);
+    PixelForm form;
+    form.color = ColorModel::kGray;
+    form.bits = 1;
+    picture.to_form(form);
+}
+
+void to_page_form(VipsPicture& picture, const PdfEncoding& pdf, const Encoding& encoding) {
+    if (pdf.compression == PdfCompression::kGroup3 || pdf.compression == PdfCompression::kGroup4) {
+        return to_bilevel(picture, encoding);
+    }
+    const bool jpeg = pdf_compression_for(pdf, picture.form()) == PdfCompression::kJpeg;
+    if (picture.form().color == ColorModel::kIndexed && (jpeg || !is_opaque(picture.palette()))) {
+        picture.to_direct();
+    }
+    if (picture.form().color == ColorModel::kLab) {
+        picture.to_srgb();
+    }
+    PixelForm form = picture.form();
+    const bool bytes = form.sample == SampleType::kUint8;
+    if (form.color != ColorModel::kIndexed && (!bytes || jpeg || form.bands() > 1)) {
+        const bool words = !bytes && form.sample != SampleType::kInt8 && !jpeg;
+        form.sample = words ? SampleType::kUint16 : SampleType::kUint8;
+        form.bits = words ? 16 : 8;
+        picture.to_form(form);
+    }
+}
+
+void write_page(PdfFile& file, VipsPicture& picture, const Encoding& encoding) {
+    const auto& pdf = encoding.format.get<PdfEncoding>();
+    to_page_form(picture, pdf, encoding);
+    const auto page = file.add_page(picture.rows_header(), pdf);
+    write_rows(picture, *page);
+    page->finish();
+}
+
+void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
+    PdfFile file(out, encoding.format.get<PdfEncoding>().info);
+    write_page(file, picture, encoding);
+    file.finish();
+}
+
+EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+    MemorySink out;
+    PdfFile file(out, frames[0].encoding->format.get<PdfEncoding>().info);
+    for (const FrameToWrite& frame : frames) {
+        const auto own = frame.picture->copy();
+        prepare_for_encoding(*own, *frame.encoding);
+        write_page(file, static_cast<VipsPicture&>(*own), *frame.encoding);
+    }
+    file.finish();
+    return out.take();
+}
+
+}  // namespace
+
+extern const FormatCodec kPdfCodec;
+const FormatCodec kPdfCodec{
+    .format = Format::kPdf,
+    .encode = &encode,
+    .encode_frames = &encode_frames,
+    .has_one_size = false,
+};
+
+}  // namespace zelmor::imagework

@@ -1,0 +1,319 @@
+"""PDF files: pages of pictures and pages of lines and text, checked by the tools of poppler, qpdf and Ghostscript."""
+
+from __future__ import annotations
+
+import io
+import re
+import subprocess
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from PIL import ImageCms
+from zelmor.imaging import (Graphics, Image, Pen, Color, PdfComplianceVersion, Rectangle, ResolutionSetting, SizeF)
+from zelmor.imaging.brushes import SolidBrush
+from zelmor.imaging.fileformats.pdf import PdfCoreOptions, PdfDocumentInfo
+from zelmor.imaging.fileformats.svg import SvgImage
+from zelmor.imaging.imageoptions import (MultiPageOptions, PdfImageCompressionOptions, PdfOptions,
+                                         SvgRasterizationOptions)
+
+from support.image_oracles import managed_error, noise, smooth
+
+LOSSLESS = (PdfImageCompressionOptions.AUTO, PdfImageCompressionOptions.NONE, PdfImageCompressionOptions.RLE,
+            PdfImageCompressionOptions.FLATE, PdfImageCompressionOptions.LZW_BASELINE_PREDICTOR,
+            PdfImageCompressionOptions.LZW_OPTIMIZED_PREDICTOR)
+
+
+def run(*command: object) -> str:
+    return subprocess.run([str(part) for part in command], check=True, capture_output=True, text=True).stdout
+
+
+def loaded(array: Any, kind: str = "PNG", mode: str | None = None, **options: Any) -> Image:
+    file = io.BytesIO()
+    Pillow.fromarray(array, mode).save(file, kind, **options)
+    return Image.load(io.BytesIO(file.getvalue()))
+
+
+def options_with(compression: PdfImageCompressionOptions, quality: int = 75) -> PdfOptions:
+    options = PdfOptions()
+    options.pdf_core_options = PdfCoreOptions()
+    options.pdf_core_options.compression = compression
+    options.pdf_core_options.jpeg_quality = quality
+    return options
+
+
+def written(tmp_path: Path, image: Image, options: PdfOptions | None = None) -> Path:
+    """The document, which qpdf finds nothing wrong with."""
+    path = tmp_path / "a.pdf"
+    image.save(str(path)) if options is None else image.save(str(path), options)
+    said = run("qpdf", "--check", path)
+    assert "No syntax or stream encoding errors found" in said, said
+    return path
+
+
+def picture_in(path: Path, page: int = 1) -> Any:
+    """The picture on a page, as poppler takes it out."""
+    folder = path.parent / f"page{page}"
+    folder.mkdir(exist_ok=True)
+    run("pdfimages", "-png", "-f", page, "-l", page, path, folder / "p")
+    with Pillow.open(sorted(folder.iterdir())[0]) as picture:
+        return np.asarray(picture)
+
+
+def drawn(path: Path, dots: int = 96, page: int = 1) -> Any:
+    """A page as poppler draws it."""
+    run("pdftoppm", "-png", "-r", dots, "-f", page, "-l", page, "-singlefile", path, path.with_suffix(""))
+    with Pillow.open(path.with_suffix(".png")) as picture:
+        return np.asarray(picture.convert("RGB"))
+
+
+def facts_of(path: Path) -> dict[str, str]:
+    lines = [line.split(":", 1) for line in run("pdfinfo", path).splitlines() if ":" in line]
+    return {name: value.strip() for name, value in lines}
+
+
+def size_of(path: Path, page: int = 1) -> tuple[float, float]:
+    found = re.search(r"size:\s+([\d.]+) x ([\d.]+) pts", run("pdfinfo", "-f", page, "-l", page, path))
+    assert found
+    return float(found[1]), float(found[2])
+
+
+# ---- Pictures
+
+
+@pytest.mark.parametrize("compression", LOSSLESS)
+@pytest.mark.parametrize("kind", ["rgb", "gray", "palette", "deep", "noise"])
+def test_pictures_come_back_exactly(tmp_path: Path, kind: str, compression: PdfImageCompressionOptions) -> None:
+    pixels = {"rgb": smooth(), "gray": smooth()[..., 0], "palette": np.arange(35, dtype=np.uint8).reshape(5, 7) % 11,
+              "deep": (np.arange(35, dtype=np.uint16) * 1871).reshape(5, 7), "noise": noise()}[kind]
+    if kind == "palette":
+        source = Pillow.fromarray(pixels, "P")
+        source.putpalette([(i * 7 + j * 50) % 256 for i in range(11) for j in range(3)])
+        expected = np.asarray(source.convert("RGB"))
+        file = io.BytesIO()
+        source.save(file, "PNG")
+        image = Image.load(io.BytesIO(file.getvalue()))
+    else:
+        image, expected = loaded(pixels), pixels
+    found = picture_in(written(tmp_path, image, options_with(compression)))
+    if kind == "deep":
+        found, expected = found >> 8 if found.dtype == np.uint16 else found, expected >> 8
+    if found.ndim < expected.ndim:
+        found = np.repeat(found[..., None], 3, axis=2)
+    assert np.array_equal(found.astype(int), expected.astype(int))
+
+
+@pytest.mark.parametrize("compression", LOSSLESS[1:])
+def test_long_streams(tmp_path: Path, compression: PdfImageCompressionOptions) -> None:
+    """Tables of LZW are filled many times over."""
+    pixels = np.random.default_rng(3).integers(0, 40, (400, 300, 3)).astype(np.uint8)
+    pixels[100:200] = 7
+    path = written(tmp_path, loaded(pixels), options_with(compression))
+    assert np.array_equal(picture_in(path), pixels)
+    run("gs", "-q", "-dNOPAUSE", "-dBATCH", "-dSAFER", "-sDEVICE=ppmraw", "-r96", f"-sOutputFile={tmp_path}/gs.ppm",
+        path)
+    with Pillow.open(tmp_path / "gs.ppm") as seen:
+        assert np.array_equal(np.asarray(seen), pixels)
+
+
+@pytest.mark.parametrize("compression", [PdfImageCompressionOptions.CCITT3, PdfImageCompressionOptions.CCITT4,
+                                         PdfImageCompressionOptions.AUTO])
+def test_black_and_white(tmp_path: Path, compression: PdfImageCompressionOptions) -> None:
+    bits = np.random.default_rng(4).integers(0, 2, (70, 61)).astype(bool)
+    bits[20:50, 10:40] = True
+    file = io.BytesIO()
+    Pillow.fromarray(bits).save(file, "PNG")
+    path = written(tmp_path, Image.load(io.BytesIO(file.getvalue())), options_with(compression))
+    assert np.array_equal(picture_in(path).astype(bool), bits)
+    assert "ccitt" in run("pdfimages", "-list", path)
+
+
+def test_colors_become_black_and_white_for_a_fax(tmp_path: Path) -> None:
+    path = written(tmp_path, loaded(smooth()), options_with(PdfImageCompressionOptions.CCITT4))
+    assert set(np.unique(picture_in(path))) <= {0, 1, 255}
+
+
+def test_jpeg_has_a_quality(tmp_path: Path) -> None:
+    sizes = []
+    for quality in (10, 95):
+        path = written(tmp_path, loaded(smooth()), options_with(PdfImageCompressionOptions.JPEG, quality))
+        assert " jpeg " in run("pdfimages", "-list", path)
+        sizes.append(path.stat().st_size)
+        found = picture_in(path).astype(int)
+        assert np.abs(found - smooth().astype(int)).mean() < (20 if quality == 10 else 4)
+    assert sizes[0] < sizes[1]
+
+
+def test_a_photo_stays_a_jpeg(tmp_path: Path) -> None:
+    path = written(tmp_path, loaded(smooth(), "JPEG", quality=90))
+    assert " jpeg " in run("pdfimages", "-list", path)
+
+
+@pytest.mark.parametrize("compression", [PdfImageCompressionOptions.FLATE, PdfImageCompressionOptions.JPEG])
+def test_inks(tmp_path: Path, compression: PdfImageCompressionOptions) -> None:
+    inks = np.zeros((16, 32, 4), np.uint8)
+    inks[:, 16:, 0] = 255  # cyan beside paper
+    path = written(tmp_path, loaded(inks, "TIFF", "CMYK"), options_with(compression))
+    assert " cmyk " in run("pdfimages", "-list", path)
+    seen = drawn(path)
+    assert seen[5, 5].min() > 245
+    assert seen[5, 27, 0] < 80 and seen[5, 27, 2] > 150
+
+
+@pytest.mark.parametrize("compression", [PdfImageCompressionOptions.FLATE, PdfImageCompressionOptions.JPEG,
+                                         PdfImageCompressionOptions.RLE])
+def test_transparency(tmp_path: Path, compression: PdfImageCompressionOptions) -> None:
+    pixels = np.zeros((20, 20, 4), np.uint8)
+    pixels[..., 0] = 255
+    pixels[:10, :, 3] = 255
+    pixels[10:, :10, 3] = 128
+    path = written(tmp_path, loaded(pixels), options_with(compression))
+    assert "smask" in run("pdfimages", "-list", path)
+    seen = drawn(path).astype(int)
+    for (x, y), expected in (((5, 5), (255, 0, 0)), ((5, 15), (255, 127, 127)), ((15, 15), (255, 255, 255))):
+        assert np.abs(seen[y, x] - expected).max() <= 5, (x, y, seen[y, x])
+
+
+def test_an_opaque_alpha_channel_makes_no_mask(tmp_path: Path) -> None:
+    pixels = np.full((8, 8, 4), 255, np.uint8)
+    path = written(tmp_path, loaded(pixels))
+    assert "smask" not in run("pdfimages", "-list", path)
+
+
+def test_a_profile_stays_with_its_picture(tmp_path: Path) -> None:
+    profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+    path = written(tmp_path, loaded(smooth(), icc_profile=profile))
+    assert " icc " in run("pdfimages", "-list", path)
+    assert b"/ICCBased" in path.read_bytes() and b"/N 3" in path.read_bytes()
+
+
+# ---- Pages
+
+
+def test_the_size_of_a_page(tmp_path: Path) -> None:
+    image = loaded(smooth(), dpi=(200, 100))
+    width, height = image.width, image.height
+    options = PdfOptions()
+    assert size_of(written(tmp_path, image, options)) == pytest.approx((width * 0.75, height * 0.75), abs=0.01)
+    options.use_original_image_resolution = True
+    own = pytest.approx((width * 72 / 200, height * 72 / 100), abs=0.01)
+    assert size_of(written(tmp_path, image, options)) == own
+    assert size_of(written(tmp_path, image)) == own
+    options = PdfOptions()
+    options.resolution_settings = ResolutionSetting(72.0, 72.0)
+    assert size_of(written(tmp_path, image, options)) == pytest.approx((width, height))
+    options = PdfOptions()
+    options.page_size = SizeF(595, 842)
+    path = written(tmp_path, image, options)
+    assert size_of(path) == (595, 842)
+    seen = drawn(path, 72)
+    used = np.nonzero((seen != 255).any(axis=(1, 2)))[0]
+    assert abs((used[0] + used[-1]) / 2 - 421) < 3  # in the middle
+    options.page_size = SizeF(100, 0)
+    assert size_of(written(tmp_path, image, options)) == pytest.approx((100, 100 * height / width), abs=0.01)
+
+
+def test_an_image_of_several_pictures_has_several_pages(tmp_path: Path) -> None:
+    frames = [Pillow.fromarray(np.full((20 + i, 30, 3), 80 * i, np.uint8)) for i in range(3)]
+    file = io.BytesIO()
+    frames[0].save(file, "TIFF", save_all=True, append_images=frames[1:])
+    image = Image.load(io.BytesIO(file.getvalue()))
+    path = written(tmp_path, image)
+    assert facts_of(path)["Pages"] == "3"
+    for page in range(3):
+        assert np.array_equal(picture_in(path, page + 1), np.asarray(frames[page]))
+    options = PdfOptions()
+    options.multi_page_options = MultiPageOptions([2, 0])
+    path = written(tmp_path, image, options)
+    assert facts_of(path)["Pages"] == "2"
+    assert size_of(path) == pytest.approx((22.5, 16.5))
+
+
+def test_what_a_document_tells_about_itself(tmp_path: Path) -> None:
+    for image in (loaded(smooth()), SvgImage(40, 20)):
+        options = PdfOptions()
+        options.pdf_document_info = PdfDocumentInfo()
+        options.pdf_document_info.title = "A (title) \\ with marks"
+        options.pdf_document_info.author = "Zoë \N{GRINNING FACE}"
+        options.pdf_document_info.subject = "Subject"
+        options.pdf_document_info.keywords = "one, two"
+        facts = facts_of(written(tmp_path, image, options))
+        assert (facts["Title"], facts["Author"]) == ("A (title) \\ with marks", "Zoë \N{GRINNING FACE}")
+        assert (facts["Subject"], facts["Keywords"], facts["PDF version"]) == ("Subject", "one, two", "1.5")
+
+
+def test_a_new_page_to_draw_on(tmp_path: Path) -> None:
+    image = Image.create(PdfOptions(), 40, 30)
+    graphics = Graphics(image)
+    graphics.clear(Color.white)
+    graphics.fill_rectangle(SolidBrush(Color.red), Rectangle(10, 10, 20, 10))
+    graphics.draw_line(Pen(Color.blue, 1), 0, 0, 39, 0)
+    found = picture_in(written(tmp_path, image))
+    assert tuple(found[15, 15]) == (255, 0, 0)
+    assert tuple(found[25, 15]) == (255, 255, 255)
+    options = PdfOptions._cast_to(image.get_original_options()).value
+    assert options is not None and options.pdf_core_options.jpeg_quality == 75
+
+
+# ---- Lines and text
+
+
+def test_an_empty_page_of_a_vector_image(tmp_path: Path) -> None:
+    path = written(tmp_path, SvgImage(400, 200))
+    assert (facts_of(path)["Pages"], size_of(path)) == ("1", (300.0, 150.0))
+    assert (drawn(path) == 255).all()
+
+
+def test_the_layout_of_a_vector_image(tmp_path: Path) -> None:
+    options = PdfOptions()
+    layout = SvgRasterizationOptions()
+    layout.page_size = SizeF(200, 100)
+    layout.background_color = Color.from_argb(255, 10, 200, 30)
+    options.vector_rasterization_options = layout
+    path = written(tmp_path, SvgImage(400, 200), options)
+    assert size_of(path) == (150.0, 75.0)
+    assert (drawn(path)[50, 50] == (10, 200, 30)).all()
+    options.page_size = SizeF(300, 300)
+    path = written(tmp_path, SvgImage(400, 200), options)
+    seen = drawn(path, 72)
+    assert seen.shape == (300, 300, 3)
+    assert (seen[20, 150] == 255).all() and (seen[150, 150] == (10, 200, 30)).all()
+
+
+# ---- Refusals
+
+
+@pytest.mark.parametrize("name", ["headings_outline_levels", "expanded_outline_levels", "bookmarks_outline_level"])
+@pytest.mark.parametrize("vector", [False, True])
+def test_outlines_are_refused(name: str, vector: bool) -> None:
+    options = options_with(PdfImageCompressionOptions.AUTO)
+    setattr(options.pdf_core_options, name, 1)
+    managed = "".join(part.title() for part in name.split("_"))
+    with managed_error("NotSupportedException", f"PdfCoreOptions.{managed}"):
+        (SvgImage(4, 4) if vector else loaded(smooth())).save(io.BytesIO(), options)
+
+
+@pytest.mark.parametrize("compliance", [PdfComplianceVersion.PDF_A1A, PdfComplianceVersion.PDF_A1B])
+def test_archives_are_refused(compliance: PdfComplianceVersion) -> None:
+    options = options_with(PdfImageCompressionOptions.AUTO)
+    options.pdf_core_options.pdf_compliance = compliance
+    with managed_error("NotSupportedException", "PdfCoreOptions.PdfCompliance"):
+        loaded(smooth()).save(io.BytesIO(), options)
+
+
+def test_settings_out_of_range_are_refused() -> None:
+    for quality in (0, 101):
+        with managed_error("ArgumentOutOfRangeException", "PdfCoreOptions.JpegQuality"):
+            loaded(smooth()).save(io.BytesIO(), options_with(PdfImageCompressionOptions.JPEG, quality))
+    options = PdfOptions()
+    options.page_size = SizeF(-1, 5)
+    with managed_error("ArgumentOutOfRangeException", "PdfOptions.PageSize"):
+        loaded(smooth()).save(io.BytesIO(), options)
+    with managed_error("NotSupportedException", "PdfCoreOptions.Compression"):
+        SvgImage(4, 4).save(io.BytesIO(), options_with(PdfImageCompressionOptions.CCITT4))
+    options = PdfOptions()
+    options.resolution_settings = ResolutionSetting(300.0, 300.0)
+    with managed_error("NotSupportedException", "PdfOptions.ResolutionSettings"):
+        SvgImage(4, 4).save(io.BytesIO(), options)
