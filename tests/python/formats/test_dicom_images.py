@@ -446,6 +446,17 @@ def test_transparent_pixels_have_the_background(tmp_path: Path) -> None:
     assert found[0, 0].tolist() == [10, 20, 30] and found[3, 3].tolist() == [255, 0, 0]
 
 
+@pytest.mark.parametrize("name", ["a.dcm", "a.DICOM"])
+def test_a_picture_of_another_format_is_saved_by_the_extension(tmp_path: Path, name: str) -> None:
+    gray = (DEEP.astype(np.uint16) * 16)
+    Pillow.fromarray(gray).save(tmp_path / "a.png")
+    Image.load(str(tmp_path / "a.png")).save(str(tmp_path / name))
+    assert Image.get_file_format(str(tmp_path / name)) == FileFormat.DICOM
+    file = checked(tmp_path / name)
+    assert (file.PhotometricInterpretation, file.BitsStored) == ("MONOCHROME2", 16)
+    assert np.array_equal(file.pixel_array, gray)
+
+
 def test_the_base_of_pages(tmp_path: Path) -> None:
     page = opened(frames_file()).dicom_pages[1]
     assert isinstance(page, DicomPage) and isinstance(raster(page), RasterImage)

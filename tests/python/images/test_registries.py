@@ -16,7 +16,8 @@ from zelmor.imaging.imageoptions import BmpOptions, DxfOptions, JpegOptions, Png
 from support.image_oracles import few_colors, load, managed_error, raster, write
 
 FORMATS = [FileFormat.BMP, FileFormat.GIF, FileFormat.JPEG, FileFormat.PNG, FileFormat.APNG, FileFormat.TIFF,
-           FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.JPEG2000, FileFormat.PSD, FileFormat.TGA]
+           FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.JPEG2000, FileFormat.PSD, FileFormat.TGA,
+           FileFormat.DICOM]
 #: Those that are read and not written.
 READ_ONLY = [FileFormat.DJVU]
 WRITE_ONLY = [FileFormat.PDF]
