@@ -18,6 +18,9 @@ from zelmor.imaging.fileformats.jpeg import JpegCompressionMode
 from zelmor.imaging.imageoptions import DicomOptions, Jpeg2000Options, JpegOptions, PngOptions, TiffOptions
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.sources import FileCreateSource
+from zelmor.imaging.xmp import XmpPacketWrapper
+from zelmor.imaging.xmp.schemas.dicom import DicomPackage
+from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
 
 from support.arrays import Pixels
 from support.dicom_files import BIG_ENDIAN, EXPLICIT, IMPLICIT, compressed, element, palette_elements, picture, run, words
@@ -444,6 +447,51 @@ def test_transparent_pixels_have_the_background(tmp_path: Path) -> None:
     image.save(str(tmp_path / "a.dcm"), options())
     found = checked(tmp_path / "a.dcm").pixel_array
     assert found[0, 0].tolist() == [10, 20, 30] and found[3, 3].tolist() == [255, 0, 0]
+
+
+def packet(title: str) -> XmpPacketWrapper:
+    wrapper, core, own = XmpPacketWrapper(), DublinCorePackage(), DicomPackage()
+    core.set_title(title)
+    own.set_patient_name("Roe^Richard")
+    wrapper.add_package(core)
+    wrapper.add_package(own)
+    return wrapper
+
+
+@pytest.mark.parametrize("syntax", [EXPLICIT, IMPLICIT, BIG_ENDIAN])
+def test_xmp_is_kept_in_a_private_block(tmp_path: Path, syntax: str) -> None:
+    others = [(0x00090010, "LO", b"OTHERS"), (0x00091001, "LO", b"theirs"), (0x00091101, "LO", b"no block")]
+    image = opened(picture(DEEP, stored=12, syntax=syntax, more=others))
+    assert image.xmp_data is None
+    image.xmp_data = packet("Title")
+    image.save(str(tmp_path / "a.dcm"))
+    file = checked(tmp_path / "a.dcm")
+    assert (file[0x00090010].value, file[0x00090012].value) == ("OTHERS", "XMP PACKET")
+    assert np.array_equal(file.pixel_array, DEEP)
+    again = opened(tmp_path / "a.dcm")
+    title = again.xmp_data.get_package("http://purl.org/dc/elements/1.1/").get_prop_value("dc:title")
+    assert title is not None
+    # The packet comes along when the pixels change, and goes when it is taken away.
+    again.crop(Rectangle(0, 0, 10, 10))
+    again.save(str(tmp_path / "b.dcm"), options(CompressionType.RLE, ColorType.GRAYSCALE_16_BIT))
+    assert b"Roe^Richard" in (tmp_path / "b.dcm").read_bytes()
+    cleared = opened(tmp_path / "b.dcm")
+    cleared.xmp_data = None
+    cleared.save(str(tmp_path / "c.dcm"))
+    assert b"XMP PACKET" not in (tmp_path / "c.dcm").read_bytes()
+    assert checked(tmp_path / "c.dcm")[0x00090010].value == "OTHERS"
+    # Another format gets the packet, but nothing of the file's own elements.
+    again.save(str(tmp_path / "a.png"), PngOptions())
+    data = (tmp_path / "a.png").read_bytes()
+    assert b"Roe^Richard" in data and b"Doe^Jane" not in data
+
+
+def test_xmp_of_options(tmp_path: Path) -> None:
+    chosen = options()
+    chosen.xmp_data = packet("Another title")
+    opened(picture(DEEP)).save(str(tmp_path / "a.dcm"), chosen)
+    checked(tmp_path / "a.dcm")
+    assert b"Another title" in (tmp_path / "a.dcm").read_bytes()
 
 
 @pytest.mark.parametrize("name", ["a.dcm", "a.DICOM"])

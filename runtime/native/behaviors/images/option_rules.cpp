@@ -65,7 +65,7 @@ constexpr OptionRule kRules[] = {
 
     {DicomOptions::property_Compression, kEffective},
     {DicomOptions::property_ColorType, kEffective},
-    {DicomOptions::property_XmpData, kRefused},
+    {DicomOptions::property_XmpData, kEffective},
 
     {GifOptions::property_XmpData, kEffective},
     {GifOptions::property_DoPaletteCorrection, kRefused},

@@ -27,7 +27,7 @@ const MetadataContainer* metadata_container(std::span<const std::byte> file) {
 }
 
 const MetadataContainer* metadata_container(const imagework::DataSource& file) {
-    std::array<uint8_t, 64> head{};  // the marks of all formats that have metadata stand there
+    std::array<uint8_t, 256> head{};  // the marks of all formats that have metadata stand there
     const size_t count = file.read_at(0, head);
     return metadata_container(std::as_bytes(std::span(head).first(count)));
 }
