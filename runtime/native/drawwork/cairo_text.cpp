@@ -124,7 +124,8 @@ Context measuring_context() {
 TextExtent extent_of(PangoLayout* layout) {
     PangoRectangle logical;
     pango_layout_get_extents(layout, nullptr, &logical);
-    return {double(logical.width) / PANGO_SCALE, double(logical.height) / PANGO_SCALE, double(logical.x) / PANGO_SCALE};
+    return {double(logical.width) / PANGO_SCALE, double(logical.height) / PANGO_SCALE, double(logical.x) / PANGO_SCALE,
+            double(pango_layout_get_baseline(layout)) / PANGO_SCALE};
 }
 
 }  // namespace

@@ -90,7 +90,8 @@ struct TextLayout {
 };
 struct TextExtent {
     double width = 0, height = 0;
-    double left = 0;  // of the lines, in a layout with a width
+    double left = 0;      // of the lines, in a layout with a width
+    double baseline = 0;  // of the first line, from the top
 };
 
 // How a group meets what was drawn before it; the modes are those of PDF and of the web's compositing.

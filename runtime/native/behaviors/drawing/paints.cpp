@@ -111,29 +111,6 @@ Paint hatch_paint(const ManagedObject& brush) {
     return paint;
 }
 
-// A tile beside its mirror images, so that repeating all of it mirrors each.
-void add_mirrored(Paint& paint, bool sideways, bool upright) {
-    const auto width = static_cast<size_t>(paint.width);
-    if (sideways) {
-        std::vector<Argb> pixels;
-        for (auto row = paint.pixels.begin(); row != paint.pixels.end(); row += paint.width) {
-            pixels.insert(pixels.end(), row, row + paint.width);
-            pixels.insert(pixels.end(), std::make_reverse_iterator(row + paint.width), std::make_reverse_iterator(row));
-        }
-        paint.pixels = std::move(pixels);
-        paint.width *= 2;
-    }
-    if (upright) {
-        const size_t line = sideways ? 2 * width : width;
-        for (size_t y = static_cast<size_t>(paint.height); y-- > 0;) {
-            const std::vector<Argb> row(paint.pixels.begin() + static_cast<ptrdiff_t>(y * line),
-                                        paint.pixels.begin() + static_cast<ptrdiff_t>((y + 1) * line));
-            paint.pixels.insert(paint.pixels.end(), row.begin(), row.end());
-        }
-        paint.height *= 2;
-    }
-}
-
 Paint texture_paint(const ManagedObject& brush, const PaintPlace& place) {
     const auto object = property_object(brush, "Image");
     if (!object) {
@@ -172,6 +149,28 @@ bool flips_sideways(WrapMode wrap) {
 }
 bool flips_upright(WrapMode wrap) {
     return wrap == WrapMode::kTileFlipY || wrap == WrapMode::kTileFlipXy;
+}
+
+void add_mirrored(Paint& paint, bool sideways, bool upright) {
+    const auto width = static_cast<size_t>(paint.width);
+    if (sideways) {
+        std::vector<Argb> pixels;
+        for (auto row = paint.pixels.begin(); row != paint.pixels.end(); row += paint.width) {
+            pixels.insert(pixels.end(), row, row + paint.width);
+            pixels.insert(pixels.end(), std::make_reverse_iterator(row + paint.width), std::make_reverse_iterator(row));
+        }
+        paint.pixels = std::move(pixels);
+        paint.width *= 2;
+    }
+    if (upright) {
+        const size_t line = sideways ? 2 * width : width;
+        for (size_t y = static_cast<size_t>(paint.height); y-- > 0;) {
+            const std::vector<Argb> row(paint.pixels.begin() + static_cast<ptrdiff_t>(y * line),
+                                        paint.pixels.begin() + static_cast<ptrdiff_t>((y + 1) * line));
+            paint.pixels.insert(paint.pixels.end(), row.begin(), row.end());
+        }
+        paint.height *= 2;
+    }
 }
 
 Argb argb_property(const ManagedObject& object, const char* name) {

@@ -27,6 +27,9 @@ drawwork::Paint path_gradient_paint(const ManagedObject& brush, const PaintPlace
 bool flips_sideways(api::WrapMode wrap);
 bool flips_upright(api::WrapMode wrap);
 
+// Adds mirror images to a texture, so that repeating the whole mirrors each tile.
+void add_mirrored(drawwork::Paint& paint, bool sideways, bool upright);
+
 // Colors at positions from 0 to 1.
 using ColorStops = std::vector<drawwork::GradientStop>;
 ColorStops stops_of(const ManagedObject& color_blend);

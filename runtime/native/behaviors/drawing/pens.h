@@ -7,6 +7,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/drawwork/canvas.h"
 
 namespace zelmor::embed {
 
@@ -19,6 +20,10 @@ Join join_of(api::LineJoin join);
 PenShape pen_shape(const ManagedObject& pen);
 // The lengths of dashes and gaps in units of the pen's width; empty for an unbroken line.
 std::vector<double> dashes_of(const ManagedObject& pen);
+
+// Draws outlines that are on the canvas already with a pen of the API, whose units `map` leads to the canvas.
+void draw_with_pen(drawwork::Canvas& canvas, const ManagedObject& pen, const Affine& map, const Outline& outline,
+                   const drawwork::Paint& paint, bool smooth);
 
 }  // namespace zelmor::embed
 

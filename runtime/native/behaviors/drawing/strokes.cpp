@@ -250,6 +250,11 @@ class PenUse {
 
 }  // namespace
 
+void draw_with_pen(Canvas& canvas, const ManagedObject& pen, const Affine& map, const Outline& outline,
+                   const Paint& paint, bool smooth) {
+    PenUse(pen, map, smooth).draw(canvas, outline, paint, smooth);
+}
+
 void GraphicsObject::stroke(const ManagedObject* pen, const Outline& world) {
     required(pen, "pen");
     const Affine to_pixels = map();

@@ -1,0 +1,70 @@
+// Clips by rectangles, and drawing of regions.
+#include <cmath>
+
+#include "runtime/native/formats/metafile/player/device.h"
+
+namespace zelmor::embed::metafile {
+
+namespace {
+
+Outline outline_of_rects(const std::vector<RectD>& rects) {
+    Outline outline;
+    for (const RectD& rect : rects) {
+        if (rect.width > 0 && rect.height > 0) {
+            outline.push_back(rectangle_contour(rect));
+        }
+    }
+    return outline;
+}
+
+}  // namespace
+
+void Device::clip_rectangle(const RectD& box, RegionOperation operation) {
+    const RegionTree region = region_of(in_pixels({rectangle_contour(box)}), FillRule::kWinding);
+    state.clip = state.clip->kind == RegionNode::Kind::kInfinite && operation == RegionOperation::kIntersect
+                     ? region
+                     : combined(state.clip, region, operation);
+}
+
+void Device::move_clip(PointD by) {
+    const PointD pixels = map().apply_vector(by);
+    state.clip = transformed(state.clip, Affine::translation(pixels.x, pixels.y));
+}
+
+// The clip so far holds from now on, whatever is selected.
+void Device::select_meta_region() {
+    const bool first = state.meta_clip->kind == RegionNode::Kind::kInfinite;
+    state.meta_clip = first ? state.clip : combined(state.meta_clip, state.clip, RegionOperation::kIntersect);
+    state.clip = infinite_region();
+}
+
+void Device::fill_region(const std::vector<RectD>& rects, const DeviceBrush& brush) {
+    fill(in_pixels(outline_of_rects(rects)), FillRule::kWinding, brush);
+}
+
+void Device::frame_region(const std::vector<RectD>& rects, const DeviceBrush& brush, double width, double height) {
+    const Affine map = this->map();
+    const PointD size{std::abs(map.m11 * width), std::abs(map.m22 * height)};
+    const RegionTree whole = region_of(in_pixels(outline_of_rects(rects)), FillRule::kWinding);
+    // What is left when the region is cut by itself, moved by the width of the frame to all sides.
+    RegionTree inner = whole;
+    for (const PointD by : {PointD{size.x, 0}, PointD{-size.x, 0}, PointD{0, size.y}, PointD{0, -size.y}}) {
+        inner = combined(inner, transformed(whole, Affine::translation(by.x, by.y)), RegionOperation::kIntersect);
+    }
+    Outline outline;
+    for (const Trapezoid& t : trapezoids_of(*combined(whole, inner, RegionOperation::kExclude))) {
+        const std::vector<PointD> corners{
+            {t.left_top, t.top}, {t.right_top, t.top}, {t.right_bottom, t.bottom}, {t.left_bottom, t.bottom}};
+        outline.push_back(polygon_contour(corners, true));
+    }
+    fill(outline, FillRule::kWinding, brush);
+}
+
+void Device::invert_region(const std::vector<RectD>& rects) {
+    constexpr uint8_t kInvert = 0x55;
+    use_clip();
+    const Outline outline = transformed(in_pixels(outline_of_rects(rects)), m_space.to_canvas);
+    combine(outline, FillRule::kWinding, {}, {}, kInvert);
+}
+
+}  // namespace zelmor::embed::metafile
