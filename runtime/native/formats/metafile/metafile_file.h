@@ -46,6 +46,8 @@ struct WmfFile {
 // A compressed file (gzip) as it was before; other bytes as they are. MetafileError where it is damaged, or larger than
 // a metafile may be.
 FileBytes unpacked(FileView bytes);
+// A compressed file of these bytes.
+FileBytes packed(FileView bytes);
 
 // What a file begins with; a compressed one is neither.
 bool is_emf(FileView bytes);

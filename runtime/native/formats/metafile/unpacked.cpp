@@ -1,4 +1,4 @@
-// Metafiles that gzip compressed (.emz, .wmz).
+// Metafiles that gzip compressed (.emz, .wmz), and compressing them.
 #include <dlfcn.h>
 #include <zlib.h>
 
@@ -18,6 +18,9 @@ struct Zlib {
     decltype(&inflateInit2_) begin = nullptr;
     decltype(&inflate) next = nullptr;
     decltype(&inflateEnd) end = nullptr;
+    decltype(&deflateInit2_) begin_packing = nullptr;
+    decltype(&deflate) pack = nullptr;
+    decltype(&deflateEnd) end_packing = nullptr;
 };
 
 const Zlib& zlib() {
@@ -28,8 +31,12 @@ const Zlib& zlib() {
             found.begin = reinterpret_cast<decltype(found.begin)>(dlsym(library, "inflateInit2_"));
             found.next = reinterpret_cast<decltype(found.next)>(dlsym(library, "inflate"));
             found.end = reinterpret_cast<decltype(found.end)>(dlsym(library, "inflateEnd"));
+            found.begin_packing = reinterpret_cast<decltype(found.begin_packing)>(dlsym(library, "deflateInit2_"));
+            found.pack = reinterpret_cast<decltype(found.pack)>(dlsym(library, "deflate"));
+            found.end_packing = reinterpret_cast<decltype(found.end_packing)>(dlsym(library, "deflateEnd"));
         }
-        if (found.begin == nullptr || found.next == nullptr || found.end == nullptr) {
+        if (found.begin == nullptr || found.next == nullptr || found.end == nullptr ||
+            found.begin_packing == nullptr || found.pack == nullptr || found.end_packing == nullptr) {
             throw ManagedException("DllNotFoundException", "The library libz.so.1 cannot be loaded.");
         }
         return found;
@@ -70,6 +77,36 @@ FileBytes unpacked(FileView bytes) {
     }
     if (status != Z_STREAM_END) {
         throw MetafileError("The compressed metafile is damaged or ends too early.");
+    }
+    return out;
+}
+
+FileBytes packed(FileView bytes) {
+    const Zlib& library = zlib();
+    constexpr int kUsualMemory = 8;
+    z_stream stream{};
+    if (library.begin_packing(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindow, kUsualMemory,
+                              Z_DEFAULT_STRATEGY, ZLIB_VERSION, sizeof stream) != Z_OK) {
+        throw std::bad_alloc();
+    }
+    const std::unique_ptr<z_stream, decltype(&deflateEnd)> ending(&stream, library.end_packing);
+    FileBytes out;
+    constexpr size_t kChunk = 1 << 20;
+    int status = Z_OK;
+    size_t taken = 0;
+    while (status != Z_STREAM_END) {
+        if (stream.avail_in == 0 && taken < bytes.size()) {
+            const FileView part = bytes.subspan(taken, std::min(kChunk, bytes.size() - taken));
+            stream.next_in = const_cast<Bytef*>(part.data());
+            stream.avail_in = static_cast<uInt>(part.size());
+            taken += part.size();
+        }
+        const size_t before = out.size();
+        out.resize(before + kChunk);
+        stream.next_out = out.data() + before;
+        stream.avail_out = static_cast<uInt>(kChunk);
+        status = library.pack(&stream, taken == bytes.size() ? Z_FINISH : Z_NO_FLUSH);
+        out.resize(before + kChunk - stream.avail_out);
     }
     return out;
 }

@@ -1,4 +1,7 @@
 // WMF: a header of nine words, with or without that of a placeable file before it. WMZ is that packed by gzip.
+#include <cmath>
+#include <cstdlib>
+
 #include "runtime/native/formats/format_room.h"
 #include "runtime/native/imagework/probe/packed_head.h"
 
@@ -13,9 +16,10 @@ bool is_wmf(const ByteReader& file) {
     return standard || in.starts_with(0, "\xD7\xCD\xC6\x9A");
 }
 
+// The first records are among these bytes, so that the one that sets the size of the window is.
 std::vector<uint8_t> unpacked(const ByteReader& file) {
-    constexpr size_t kHeader = 22;
-    return unpacked_head(file, kHeader);
+    constexpr size_t kHead = 4096;
+    return unpacked_head(file, kHead);
 }
 
 bool begins_wmf(const ByteReader& in) {
@@ -24,6 +28,50 @@ bool begins_wmf(const ByteReader& in) {
 
 Variant variant_of(const ByteReader& in) {
     return is_wmf(in) ? Variant::kUsual : Variant::kWmz;
+}
+
+// The first record that sets the size of the window.
+void probe_window(const ByteReader& in, uint64_t at, FileFacts& facts) {
+    constexpr uint16_t kSetWindowExtent = 0x020C;
+    constexpr int kMostRecords = 64;
+    for (int i = 0; i < kMostRecords && in.has(at, 6); ++i) {
+        const uint64_t words = in.u32(at);
+        if (in.u16(at + 4) == kSetWindowExtent && in.has(at, 10)) {
+            facts.height = std::abs(static_cast<int16_t>(in.u16(at + 6)));
+            facts.width = std::abs(static_cast<int16_t>(in.u16(at + 8)));
+            return;
+        }
+        if (words < 3) {
+            return;
+        }
+        at += 2 * words;
+    }
+}
+
+void probe_header(const ByteReader& in, FileFacts& facts) {
+    constexpr uint64_t kPlaceable = 22, kHeader = 18;
+    facts.bits_per_pixel = 32;
+    facts.has_alpha = true;
+    if (!in.starts_with(0, "\xD7\xCD\xC6\x9A")) {
+        facts.readable = in.has(0, kHeader);
+        probe_window(in, kHeader, facts);
+        return;
+    }
+    facts.readable = in.has(0, kPlaceable + kHeader);
+    const auto side = [&](uint64_t at) { return static_cast<double>(static_cast<int16_t>(in.u16(at))); };
+    const double inch = in.u16(14) != 0 ? in.u16(14) : 96;
+    facts.width = static_cast<int64_t>(std::ceil(std::abs(side(10) - side(6)) * 96 / inch - 1e-4));
+    facts.height = static_cast<int64_t>(std::ceil(std::abs(side(12) - side(8)) * 96 / inch - 1e-4));
+}
+
+void probe_wmf(const ByteReader& file, FileFacts& facts) {
+    facts.variant = variant_of(file);
+    if (is_wmf(file)) {
+        probe_header(file.in_order(false), facts);
+        return;
+    }
+    const std::vector<uint8_t> head = unpacked(file);
+    probe_header(ByteReader(head), facts);
 }
 
 constexpr const char* kExtensions[] = {"wmf", "wmz"};
@@ -36,7 +84,7 @@ const FormatRoom kWmfRoom{
     .name = "WMF",
     .extensions = kExtensions,
     .begins = &begins_wmf,
-    .variant = &variant_of,
+    .probe = &probe_wmf,
 };
 
 }  // namespace zelmor::imagework

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/paints.h"
 
 namespace zelmor::embed::metafile {
@@ -97,13 +96,9 @@ bool uses_destination(uint8_t operation) {
     return (operation >> 1 & 0x55) != (operation & 0x55);
 }
 
-Device::Device(Canvas& canvas, const DeviceSpace& space, const Rendering& rendering)
-    : m_canvas(canvas), m_space(space), m_rendering(rendering), m_clip(state.clip), m_meta_clip(state.meta_clip) {
+Device::Device(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering)
+    : m_canvas(canvas), m_clip(clip), m_space(space), m_rendering(rendering) {
     state.font = std::get<DeviceFont>(stock_object(0x8000000D));
-    m_canvas.save();
-}
-Device::~Device() {
-    m_canvas.restore();
 }
 
 void Device::save() {
@@ -159,23 +154,7 @@ Outline Device::in_pixels(const Outline& logical) const {
 }
 
 void Device::use_clip() {
-    if (m_clip == state.clip && m_meta_clip == state.meta_clip) {
-        return;
-    }
-    m_canvas.restore();
-    m_canvas.save();
-    m_clip = state.clip;
-    m_meta_clip = state.meta_clip;
-    // An unbounded region is cut to a frame around the picture, far enough for what sticks out of it.
-    const RectD& bounds = m_space.bounds;
-    const double around = std::max({bounds.width, bounds.height, 1000.0});
-    const RectD frame{bounds.x - around, bounds.y - around, bounds.width + 2 * around, bounds.height + 2 * around};
-    for (const RegionTree& region : {m_clip, m_meta_clip}) {
-        if (region->kind != RegionNode::Kind::kInfinite) {
-            const RegionOutline cut = outline_of(region, frame);
-            m_canvas.clip(transformed(cut.outline, m_space.to_canvas), cut.rule, m_rendering.smooth);
-        }
-    }
+    m_clip.use({state.clip, state.meta_clip});
 }
 
 Paint Device::paint_of(const DeviceBrush& brush) const {

@@ -9,7 +9,7 @@
 #include <span>
 
 #include "runtime/native/behaviors/drawing/fonts.h"
-#include "runtime/native/formats/metafile/player/device_state.h"
+#include "runtime/native/formats/metafile/player/canvas_clip.h"
 
 namespace zelmor::embed::metafile {
 
@@ -46,8 +46,7 @@ struct Placement {
 
 class Device {
  public:
-    Device(Canvas& canvas, const DeviceSpace& space, const Rendering& rendering);
-    ~Device();
+    Device(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering);
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
@@ -121,11 +120,11 @@ class Device {
     // The parallelogram of a box.
     Placement placed(const RectD& source, const RectD& box) const;
 
-    // Drawing by others on the same canvas: makes the clip of the state that of the canvas.
-    void use_clip();
-
  private:
     friend class TextDrawing;
+
+    // Makes the clip of the state that of the canvas.
+    void use_clip();
 
     // In pixels of the device.
     Outline in_pixels(const Outline& logical) const;
@@ -142,6 +141,7 @@ class Device {
                  uint8_t operation);
 
     Canvas& m_canvas;
+    CanvasClip& m_clip;
     DeviceSpace m_space;
     Rendering m_rendering;
     std::vector<DeviceState> m_saved;
@@ -149,7 +149,6 @@ class Device {
     Outline m_path;
     bool m_path_open = false;
     bool m_contour_open = false;  // the last contour of the path goes on at the current position
-    RegionTree m_clip, m_meta_clip;  // those that the canvas has
 };
 
 // Which of two pictures a raster operation depends on: the pattern, the source, the pixels there.

@@ -6,6 +6,7 @@
 #include "runtime/native/behaviors/drawing/matrix.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/values.h"
 #include "runtime/native/formats/metafile/player/plus_objects.h"
 

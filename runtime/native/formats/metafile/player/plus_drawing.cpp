@@ -21,21 +21,11 @@ constexpr int64_t kDisplay = 1, kPixel = 2;
 // The gap before and behind text, in parts of the size of its font, where the format does not say it.
 constexpr double kUsualMargin = 1.0 / 6;
 
-RectD around_of(const DeviceSpace& space) {
-    const RectD& bounds = space.bounds;
-    const double around = std::max({bounds.width, bounds.height, 1000.0});
-    return {bounds.x - around, bounds.y - around, bounds.width + 2 * around, bounds.height + 2 * around};
-}
-
 }  // namespace
 
-PlusPlayer::PlusPlayer(Canvas& canvas, const DeviceSpace& space, const Rendering& rendering, Nested nested)
-    : m_canvas(canvas), m_space(space), m_rendering(rendering), m_nested(std::move(nested)), m_clip(state.clip) {
-    m_canvas.save();
-}
-PlusPlayer::~PlusPlayer() {
-    m_canvas.restore();
-}
+PlusPlayer::PlusPlayer(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering,
+                       Nested nested)
+    : m_canvas(canvas), m_clip(clip), m_space(space), m_rendering(rendering), m_nested(std::move(nested)) {}
 
 double PlusPlayer::pixels_in(int64_t unit) const {
     if (unit <= kPixel) {
@@ -59,19 +49,6 @@ const Ref<ManagedObject>& PlusPlayer::object(int64_t id) const {
 }
 void PlusPlayer::put_object(int64_t id, Ref<ManagedObject> object) {
     m_objects[id] = std::move(object);  // the number has eight bits
-}
-
-void PlusPlayer::use_clip() {
-    if (m_clip == state.clip) {
-        return;
-    }
-    m_canvas.restore();
-    m_canvas.save();
-    m_clip = state.clip;
-    if (m_clip->kind != RegionNode::Kind::kInfinite) {
-        const RegionOutline cut = outline_of(m_clip, around_of(m_space));
-        m_canvas.clip(transformed(cut.outline, m_space.to_canvas), cut.rule, m_rendering.smooth);
-    }
 }
 
 // The pixels that a fill can reach: those of the outline, as far as they are in the picture.
@@ -112,7 +89,7 @@ void PlusPlayer::fill(const Outline& world, FillRule rule, const PlusBrush& brus
 }
 
 void PlusPlayer::fill_region(const RegionTree& world, const PlusBrush& brush) {
-    const RegionOutline cut = outline_of(transformed(world, map()), around_of(m_space));
+    const RegionOutline cut = outline_of(transformed(world, map()), around_picture(m_space));
     if (const auto back = map().inverse()) {
         fill(transformed(cut.outline, *back), cut.rule, brush);
     }

@@ -29,8 +29,7 @@ class PlusPlayer {
     // Draws a metafile within a picture of another: its bytes, and the map of its own pixels to the canvas.
     using Nested = std::function<void(const FileBytes& file, const RectD& source, const Affine& to_canvas)>;
 
-    PlusPlayer(Canvas& canvas, const DeviceSpace& space, const Rendering& rendering, Nested nested);
-    ~PlusPlayer();
+    PlusPlayer(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering, Nested nested);
     PlusPlayer(const PlusPlayer&) = delete;
     PlusPlayer& operator=(const PlusPlayer&) = delete;
 
@@ -66,12 +65,12 @@ class PlusPlayer {
     // Maps `source`, in the unit given, to `target` in the coordinates so far.
     void begin_container(int64_t index, const RectD& target, const RectD& source, int64_t unit);
 
-    void use_clip();
-
  private:
+    void use_clip() { m_clip.use({state.clip}); }
     drawwork::PixelArea area_of(const Outline& canvas_outline) const;
 
     Canvas& m_canvas;
+    CanvasClip& m_clip;
     DeviceSpace m_space;
     Rendering m_rendering;
     Nested m_nested;
@@ -79,7 +78,6 @@ class PlusPlayer {
     std::map<int64_t, Ref<ManagedObject>> m_objects;
     Ref<ManagedObject> m_effect;
     std::vector<std::pair<int64_t, PlusState>> m_saved;
-    RegionTree m_clip;  // that the canvas has
 };
 
 }  // namespace zelmor::embed::metafile

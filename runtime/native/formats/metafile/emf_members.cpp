@@ -1,0 +1,35 @@
+// The members part of EMF.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "runtime/native/behaviors/images/format_members.h"
+#include "runtime/native/formats/metafile/metafile_members.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+Ref<ImageBase> load_drawing(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
+    return metafile::load_metafile(metafile::RecordFamily::kEmf, file);
+}
+
+void write_drawing(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
+                   imagework::ByteSink& out) {
+    metafile::write_metafile(metafile::RecordFamily::kEmf, pages, options, extension, out);
+}
+
+constexpr FormatClasses kClasses[] = {
+    {FileFormat::kEmf, imagework::Format::kEmf, "Emf", api::FileFormats::Emf::EmfImage::kType,
+     api::ImageOptions::EmfOptions::kType, nullptr, false, api::ImageOptions::EmfRasterizationOptions::kType},
+};
+
+}  // namespace
+
+extern const FormatMembers kEmfMembers;
+const FormatMembers kEmfMembers{
+    .format = imagework::Format::kEmf,
+    .classes = kClasses,
+    .load_drawing = &load_drawing,
+    .write_drawing = &write_drawing,
+};
+
+}  // namespace zelmor::embed

@@ -1,0 +1,34 @@
+// The clip that records set on a canvas, beside the one that the canvas had before.
+#ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_PLAYER_CANVAS_CLIP_H
+#define ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_PLAYER_CANVAS_CLIP_H
+
+#include <vector>
+
+#include "runtime/native/formats/metafile/player/device_state.h"
+
+namespace zelmor::embed::metafile {
+
+// The players of EMF and of EMF+ records take turns on one canvas, so that they share one of these.
+class CanvasClip {
+ public:
+    CanvasClip(drawwork::Canvas& canvas, const DeviceSpace& space, bool smooth);
+    ~CanvasClip();
+    CanvasClip(const CanvasClip&) = delete;
+    CanvasClip& operator=(const CanvasClip&) = delete;
+
+    // Cuts what is drawn from now on to all of these regions, in pixels of the device.
+    void use(std::vector<RegionTree> regions);
+
+ private:
+    drawwork::Canvas& m_canvas;
+    const DeviceSpace m_space;
+    bool m_smooth;
+    std::vector<RegionTree> m_regions;
+};
+
+// A frame around the picture, far enough for what sticks out of it: unbounded regions are cut to it.
+RectD around_picture(const DeviceSpace& space);
+
+}  // namespace zelmor::embed::metafile
+
+#endif  // ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_PLAYER_CANVAS_CLIP_H

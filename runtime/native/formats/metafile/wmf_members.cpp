@@ -1,0 +1,35 @@
+// The members part of WMF.
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
+#include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "runtime/native/behaviors/images/format_members.h"
+#include "runtime/native/formats/metafile/metafile_members.h"
+
+namespace zelmor::embed {
+
+namespace {
+
+Ref<ImageBase> load_drawing(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
+    return metafile::load_metafile(metafile::RecordFamily::kWmf, file);
+}
+
+void write_drawing(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
+                   imagework::ByteSink& out) {
+    metafile::write_metafile(metafile::RecordFamily::kWmf, pages, options, extension, out);
+}
+
+constexpr FormatClasses kClasses[] = {
+    {FileFormat::kWmf, imagework::Format::kWmf, "Wmf", api::FileFormats::Wmf::WmfImage::kType,
+     api::ImageOptions::WmfOptions::kType, nullptr, false, api::ImageOptions::WmfRasterizationOptions::kType},
+};
+
+}  // namespace
+
+extern const FormatMembers kWmfMembers;
+const FormatMembers kWmfMembers{
+    .format = imagework::Format::kWmf,
+    .classes = kClasses,
+    .load_drawing = &load_drawing,
+    .write_drawing = &write_drawing,
+};
+
+}  // namespace zelmor::embed
