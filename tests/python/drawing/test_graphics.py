@@ -354,8 +354,21 @@ def test_pens_draw_dashes_caps_and_insets(sheet: Sheet) -> None:
     g.draw_line(pen, 5, 20, 40, 20)
     heights = sheet.ink().sum(0)
     assert heights[10] == 3 and heights[34:37].max() >= 5 and heights[39] == 1 and set(heights[5:33]) == {3}
-    pen.compound_array = [0.0, 0.3, 0.7, 1.0]
-    with managed_error("NotSupportedException", "CompoundArray"):
+
+
+def test_a_compound_pen_draws_lines_beside_each_other(sheet: Sheet) -> None:
+    g = sheet.graphics
+    pen = Pen(Color.black, 10.0)
+    pen.compound_array = [0.0, 0.2, 0.8, 1.0]
+    g.draw_line(pen, 5, 20, 40, 20)
+    column = sheet.ink()[:, 20]
+    assert np.flatnonzero(column).tolist() in ([15, 16, 23, 24], [16, 17, 24, 25])
+    g.clear(Color.white)
+    g.draw_rectangle(pen, 10, 10, 20, 20)  # on the left of the way, which goes clockwise, and on the right
+    row = sheet.ink()[20]
+    assert row[[6, 14, 26, 34]].all() and not row[[10, 20, 30]].any()
+    pen.compound_array = [0.0, 0.9, 0.2, 1.0]
+    with managed_error("ArgumentException", "CompoundArray"):
         g.draw_line(pen, 5, 20, 40, 20)
 
 

@@ -112,8 +112,12 @@ class PenUse {
         if (!smooth && pixels <= 1.5 && m_dashes.empty() && m_start == LineCap::kFlat && m_end == LineCap::kFlat) {
             m_start = m_end = LineCap::kSquare;
         }
-        if (!elements_of(property(pen, "CompoundArray")).empty()) {
-            throw_not_supported("Drawing with a compound pen (Pen.CompoundArray)");
+        const std::vector<double> bands = numbers_of(property(pen, "CompoundArray"));
+        if (!bands.empty() && !(bands.front() >= 0 && std::is_sorted(bands.begin(), bands.end()) && bands.back() <= 1)) {
+            throw_argument("The parts of a compound pen rise from 0 to 1 (Pen.CompoundArray).");
+        }
+        for (size_t i = 0; i + 1 < bands.size(); i += 2) {
+            m_bands.push_back({bands[i], bands[i + 1]});
         }
         m_insets = property_enum<api::PenAlignment>(pen, "Alignment") == api::PenAlignment::kInset;
     }
@@ -131,6 +135,9 @@ class PenUse {
     bool reaches_anywhere() const { return m_start == LineCap::kCustom || m_end == LineCap::kCustom; }
 
     void draw(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth) const {
+        if (!m_bands.empty()) {
+            return draw_bands(canvas, outline, paint, smooth);
+        }
         const bool open = std::any_of(outline.begin(), outline.end(), [](const Contour& c) { return !c.closed; });
         if (!open ||
             (m_start == m_end && is_simple(m_start) && (m_dashes.empty() || dash_cap() == simple_cap(m_start)))) {
@@ -190,6 +197,53 @@ class PenUse {
         }
         canvas.stroke(outline, line, paint, smooth);
     }
+    // A compound pen: lines beside each other, from 0 on the left to 1 on the right of the way.
+    void draw_bands(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth) const {
+        for (const Band& band : m_bands) {
+            PenUse part = *this;
+            part.m_bands.clear();
+            part.m_insets = false;
+            part.m_shape.width = m_shape.width * (band.to - band.from);
+            part.stroke(canvas, beside(outline, m_shape.width * ((band.from + band.to) / 2 - 0.5)), paint, smooth,
+                        m_dashes.empty() ? simple_cap(m_start) : dash_cap());
+        }
+    }
+    // The lines at a distance to the right, in units of the pen.
+    Outline beside(const Outline& outline, double distance) const {
+        const auto back = m_shape.nib.inverse();
+        Outline result;
+        if (!back) {
+            return result;
+        }
+        const double flatness = kFlatness / std::max(m_shape.nib.mean_scale(), 1e-9);
+        for (const Contour& contour : transformed(outline, *back)) {
+            std::vector<PointD> points = flattened(contour, flatness);
+            points.erase(std::unique(points.begin(), points.end()), points.end());
+            if (contour.closed && points.size() > 1 && points.front() == points.back()) {
+                points.pop_back();
+            }
+            const size_t count = points.size();
+            if (count < 2) {
+                continue;
+            }
+            const auto side = [&](size_t from, size_t to) {
+                const PointD d = points[to] - points[from];
+                return PointD{-d.y, d.x} * (1 / d.length());
+            };
+            std::vector<PointD> moved;
+            for (size_t i = 0; i < count; ++i) {
+                const bool first = i == 0 && !contour.closed, last = i + 1 == count && !contour.closed;
+                const PointD before = first ? side(0, 1) : side((i + count - 1) % count, i);
+                const PointD behind = last ? before : side(i, (i + 1) % count);
+                const PointD middle = before + behind;
+                const double square = middle.x * middle.x + middle.y * middle.y;
+                constexpr double kSharpest = 0.1;  // beyond that the corner is cut
+                moved.push_back(points[i] + (square > kSharpest ? middle * (2 / square) : before) * distance);
+            }
+            result.push_back(polygon_contour(moved, contour.closed));
+        }
+        return transformed(result, m_shape.nib);
+    }
     // The lines without the ends that would show beside the tip of an arrow.
     Outline shortened(const Outline& outline) const {
         const double inset = 0.9 * m_shape.width * m_shape.nib.mean_scale();
@@ -245,6 +299,10 @@ class PenUse {
     PenShape m_shape;
     LineCap m_start, m_end;
     std::vector<double> m_dashes;
+    struct Band {
+        double from, to;
+    };
+    std::vector<Band> m_bands;  // of a compound pen
     bool m_insets = false;
 };
 

@@ -230,8 +230,8 @@ constexpr OptionRule kRules[] = {
     {SvgRasterizationOptions::property_ScaleY, kEffective},
     {CdrRasterizationOptions::property_ScaleX, kEffective},
     {CdrRasterizationOptions::property_ScaleY, kEffective},
-    {EmfRasterizationOptions::property_RenderMode, kRefused},
-    {WmfRasterizationOptions::property_RenderMode, kRefused},
+    {EmfRasterizationOptions::property_RenderMode, kEffective},
+    {WmfRasterizationOptions::property_RenderMode, kEffective},
     {EpsRasterizationOptions::property_PreviewToExport, kRefused},
 
     {MultiPageOptions::property_Pages, kEffective},

@@ -269,7 +269,10 @@ void set_pen_details(ManagedObject& pen, const ManagedObject& optional, int64_t 
         set_property(pen, "Alignment", inset ? api::PenAlignment::kInset : api::PenAlignment::kCenter);
     }
     if (const auto compound = has(kCompound) ? object_in(optional, "CompoundLineData") : Ref<ManagedObject>()) {
-        set_property(pen, "CompoundArray", floats(numbers_in(*compound, "CompoundLineData")));
+        const std::vector<double> parts = numbers_in(*compound, "CompoundLineData");
+        if (!parts.empty() && parts.front() >= 0 && std::is_sorted(parts.begin(), parts.end()) && parts.back() <= 1) {
+            set_property(pen, "CompoundArray", floats(parts));
+        }
     }
     set_cap(pen, optional, "CustomStartCapData", "CustomStartCap", "StartCap", "CustomStartCap");
     set_cap(pen, optional, "CustomEndCapData", "CustomEndCap", "EndCap", "CustomEndCap");

@@ -9,6 +9,7 @@
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.Graphics.h"
 #include "runtime/native/behaviors/drawing/regions.h"
+#include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/formats/metafile/metafile_images.h"
 #include "runtime/native/formats/metafile/recording/record_canvas.h"
 

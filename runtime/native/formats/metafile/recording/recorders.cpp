@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.Graphics.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
 #include "runtime/native/core/enumeration_properties.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/formats/metafile/recording/emf_canvas.h"
 #include "runtime/native/formats/metafile/recording/new_records.h"
 #include "runtime/native/formats/metafile/recording/recorder.h"

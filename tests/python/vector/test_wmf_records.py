@@ -1,0 +1,193 @@
+"""What each record of a Windows metafile draws, pixel by pixel, without smoothing."""
+
+from __future__ import annotations
+
+import struct
+import subprocess
+from pathlib import Path
+
+import pytest
+from PIL import Image as Pillow
+from zelmor.imaging.fileformats.wmf import WmfRenderMode
+from zelmor.imaging.imageoptions import WmfRasterizationOptions
+
+from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, dark, drawn
+from support.metafiles import (NULL_PEN, SIDE, bitmap_header, brush, colorref, emf, emf_record, rows24, select, wmf,
+                               wmf_record, words)
+
+
+def create_pen(color: int, width: int = 1, style: int = 0) -> bytes:
+    return wmf_record(0x02FA, style, width, 0, colorref(color) & 0xFFFF, colorref(color) >> 16)
+
+
+def create_brush(color: int, style: int = 0, hatch: int = 0) -> bytes:
+    return wmf_record(0x02FC, style, colorref(color) & 0xFFFF, colorref(color) >> 16, hatch)
+
+
+def choose(index: int) -> bytes:
+    return wmf_record(0x012D, index)
+
+
+def color_record(function: int, color: int) -> bytes:
+    return wmf_record(function, colorref(color) & 0xFFFF, colorref(color) >> 16)
+
+
+FILLED = create_pen(BLACK, style=5) + choose(0) + create_brush(RED) + choose(1)  # the objects 0 and 1
+LINES = create_pen(BLUE) + choose(0) + create_brush(RED, 1) + choose(1)
+THICK = create_pen(BLUE, 3) + choose(0) + create_brush(RED, 1) + choose(1)
+SQUARE = wmf_record(0x0324, 4, 20, 20, 60, 20, 60, 60, 20, 60)
+ALL = wmf_record(0x041B, 97, 97, 0, 0)
+FOUR = bitmap_header(2, 2, 24) + rows24([[RED, GREEN], [BLUE, BLACK]])
+OLD = struct.pack("<4H2B", 0, 2, 2, 2, 1, 1) + bytes([0x80, 0, 0x40, 0])
+REGION = wmf_record(0x06FF, 0, 6, 0, 0, 0, 1, 2, 20, 20, 60, 60, 2, 20, 60, 20, 60, 2)
+
+CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
+    "rectangle": (FILLED + wmf_record(0x041B, 61, 61, 20, 20), {(20, 20): RED, (59, 59): RED, (61, 61): WHITE}),
+    "ellipse": (FILLED + wmf_record(0x0418, 61, 61, 20, 20), {(40, 40): RED, (21, 21): WHITE}),
+    "round rectangle": (FILLED + wmf_record(0x061C, 20, 20, 61, 61, 20, 20), {(20, 20): WHITE, (40, 20): RED}),
+    "arc": (THICK + wmf_record(0x0817, 0, 40, 40, 80, 61, 61, 20, 20), {(54, 26): BLUE, (40, 60): WHITE}),
+    "chord": (FILLED + wmf_record(0x0830, 0, 40, 40, 80, 61, 61, 20, 20), {(50, 28): RED, (42, 38): WHITE}),
+    "pie": (FILLED + wmf_record(0x081A, 0, 40, 40, 80, 61, 61, 20, 20), {(50, 28): RED, (38, 42): WHITE}),
+    "polygon": (FILLED + SQUARE, {(20, 20): RED, (59, 59): RED, (61, 61): WHITE}),
+    "polyline": (LINES + wmf_record(0x0325, 3, 20, 20, 60, 20, 60, 60), {(40, 20): BLUE, (60, 40): BLUE}),
+    "several polygons": (FILLED + wmf_record(0x0538, 2, 4, 4, 20, 20, 60, 20, 60, 60, 20, 60, 30, 30, 50, 30, 50, 50,
+                                             30, 50), {(25, 25): RED, (40, 40): WHITE}),
+    "winding": (FILLED + wmf_record(0x0106, 2) + wmf_record(0x0538, 2, 4, 4, 20, 20, 60, 20, 60, 60, 20, 60, 30, 30,
+                                                            50, 30, 50, 50, 30, 50), {(40, 40): RED}),
+    "line to": (LINES + wmf_record(0x0214, 10, 10) + wmf_record(0x0213, 10, 50), {(30, 10): BLUE, (30, 11): WHITE}),
+    "pixel": (wmf_record(0x041F, colorref(GREEN) & 0xFFFF, colorref(GREEN) >> 16, 40, 30),
+              {(30, 40): GREEN, (31, 40): WHITE}),
+    "lowest free number": (FILLED + wmf_record(0x01F0, 1) + create_brush(GREEN) + choose(1) + SQUARE,
+                           {(40, 40): GREEN}),
+    "saved state": (FILLED + wmf_record(0x001E) + create_brush(GREEN) + choose(2) + SQUARE + wmf_record(0x0127, -1)
+                    + wmf_record(0x041B, 91, 91, 70, 70), {(40, 40): GREEN, (80, 80): RED}),
+    "window": (FILLED + wmf_record(0x020B, -10, -10) + SQUARE, {(30, 30): RED, (25, 25): WHITE, (69, 69): RED}),
+    "extent": (FILLED + wmf_record(0x020C, 192, 192) + SQUARE, {(10, 10): RED, (29, 29): RED, (31, 31): WHITE}),
+    "window moved": (FILLED + wmf_record(0x020F, 10, 20) + SQUARE, {(0, 10): RED, (39, 49): RED, (41, 20): WHITE}),
+    "viewport moved": (FILLED + wmf_record(0x0211, 10, 20) + SQUARE, {(40, 30): RED, (35, 30): WHITE}),
+    "viewport": (FILLED + wmf_record(0x020D, 10, 20) + wmf_record(0x020E, 48, 48) + SQUARE,
+                 {(30, 20): RED, (49, 39): RED, (51, 30): WHITE}),
+    "scaled": (FILLED + wmf_record(0x0412, 2, 1, 2, 1) + SQUARE, {(10, 10): RED, (29, 29): RED, (31, 31): WHITE}),
+    "scaled window": (FILLED + wmf_record(0x0410, 1, 2, 1, 2) + SQUARE, {(10, 10): RED, (31, 31): WHITE}),
+    "clip": (FILLED + wmf_record(0x0416, 60, 60, 20, 20) + ALL, {(40, 40): RED, (60, 60): WHITE}),
+    "clip without": (FILLED + wmf_record(0x0415, 60, 60, 20, 20) + ALL, {(40, 40): WHITE, (60, 60): RED}),
+    "clip moved": (FILLED + wmf_record(0x0416, 60, 60, 20, 20) + wmf_record(0x0220, 0, 20) + ALL,
+                   {(30, 40): WHITE, (70, 40): RED}),
+    "clip of a region": (FILLED + REGION + wmf_record(0x012C, 2) + ALL, {(40, 40): RED, (70, 70): WHITE}),
+    "filled region": (FILLED + REGION + wmf_record(0x0228, 2, 1), {(20, 20): RED, (60, 60): WHITE}),
+    "painted region": (FILLED + REGION + wmf_record(0x012B, 2), {(20, 20): RED, (60, 60): WHITE}),
+    "framed region": (FILLED + REGION + wmf_record(0x0429, 2, 1, 4, 4), {(21, 40): RED, (40, 40): WHITE}),
+    "inverted region": (FILLED + REGION + wmf_record(0x012A, 2), {(40, 40): BLACK, (70, 70): WHITE}),
+    "mix": (FILLED + wmf_record(0x0104, 6) + SQUARE, {(40, 40): BLACK, (70, 70): WHITE}),
+    "hatch": (FILLED + create_brush(GREEN, 2, 0) + choose(2) + wmf_record(0x0102, 1) + ALL,
+              {(40, 0): GREEN, (40, 4): WHITE}),
+    "hatch over its background": (FILLED + create_brush(GREEN, 2, 1) + choose(2) + color_record(0x0201, BLUE) + ALL,
+                                  {(0, 40): GREEN, (4, 40): BLUE}),
+    "pattern": (FILLED + wmf_record(0x0142, 5, 0, data=FOUR) + choose(2) + ALL,
+                {(0, 0): RED, (1, 0): GREEN, (0, 1): BLUE, (2, 2): RED}),
+    "old pattern": (FILLED + wmf_record(0x01F9, data=OLD[:10] + bytes(4) + bytes(18) + OLD[10:]) + choose(2)
+                    + color_record(0x0209, BLUE) + color_record(0x0201, GREEN) + ALL, {}),
+    "pattern alone": (FILLED + wmf_record(0x061D, 0x21, 0xF0, 40, 40, 20, 20), {(20, 20): RED, (60, 60): WHITE}),
+    "bitmap": (wmf_record(0x0F43, 0x20, 0xCC, 0, 2, 2, 0, 0, 40, 40, 20, 20, data=FOUR),
+               {(25, 25): RED, (55, 25): GREEN, (25, 55): BLUE, (61, 61): WHITE}),
+    "stretched bitmap": (wmf_record(0x0B41, 0x20, 0xCC, 2, 2, 0, 0, 40, 40, 20, 20, data=FOUR),
+                         {(25, 25): RED, (55, 25): GREEN, (25, 55): BLUE}),
+    "copied bitmap": (wmf_record(0x0940, 0x20, 0xCC, 0, 0, 2, 2, 20, 20, data=FOUR),
+                      {(20, 20): RED, (21, 20): GREEN, (20, 21): BLUE, (22, 22): WHITE}),
+    "operation without a bitmap": (FILLED + wmf_record(0x0940, 0x42, 0, 0, 0, 0, 40, 40, 20, 20),
+                                   {(20, 20): BLACK, (60, 60): WHITE}),
+    "old bitmap": (wmf_record(0x0B23, 0x20, 0xCC, 2, 2, 0, 0, 40, 40, 20, 20, data=OLD),
+                   {(25, 25): WHITE, (55, 25): BLACK, (25, 55): BLACK, (55, 55): WHITE}),
+    "bitmap to the device": (wmf_record(0x0D33, 0, 2, 0, 0, 0, 2, 2, 30, 20, data=FOUR),
+                             {(20, 30): RED, (21, 30): GREEN, (20, 31): BLUE}),
+}
+del CASES["old pattern"]  # see below
+
+
+def layout() -> WmfRasterizationOptions:
+    return WmfRasterizationOptions()
+
+
+def expect(picture: Pillow.Image, expected: dict[tuple[int, int], int]) -> None:
+    found = {place: color_at(picture, place) for place in expected}
+    assert {place: hex(color) for place, color in found.items()} == {
+        place: hex(color) for place, color in expected.items()}
+
+
+@pytest.mark.parametrize("name", CASES)
+def test_records(name: str) -> None:
+    records, expected = CASES[name]
+    expect(drawn(wmf(records), layout()), expected)
+
+
+def font(height: int, face: bytes, escapement: int = 0, charset: int = 0) -> bytes:
+    return wmf_record(0x02FB, height, 0, escapement, escapement, 400,
+                      data=bytes([0, 0, 0, charset, 0, 0, 0, 0]) + face.ljust(32, b"\0"))
+
+
+TEXT = wmf_record(0x0102, 1) + font(-20, b"DejaVu Sans") + choose(0)
+
+
+def test_text() -> None:
+    baseline = wmf_record(0x012E, 24)
+    plain = wmf_record(0x0521, 1, data=b"H\0" + struct.pack("<2h", 60, 30))
+    picture = drawn(wmf(TEXT + baseline + plain), layout())
+    left, top, right, bottom = dark(picture) or (0, 0, 0, 0)
+    assert 30 <= left <= 34 and abs(bottom - 60) <= 1 and abs(top - 45) <= 1
+    spread = wmf_record(0x0A32, 60, 10, 2, 0, data=b"||" + struct.pack("<2h", 50, 10))
+    picture = drawn(wmf(TEXT + baseline + spread), layout())
+    left, _, right, _ = dark(picture) or (0, 0, 0, 0)
+    assert right - left in range(49, 54)
+
+
+def test_units_of_the_window_are_scaled_to_the_frame() -> None:
+    records = FILLED + wmf_record(0x0324, 4, 200, 200, 600, 200, 600, 600, 200, 600)
+    expect(drawn(wmf(records, units=960), layout()), {(20, 20): RED, (59, 59): RED, (61, 61): WHITE})
+
+
+def test_a_file_without_a_frame_is_as_large_as_its_window() -> None:
+    records = wmf_record(0x020B, 0, 0) + wmf_record(0x020C, SIDE, SIDE) + FILLED + SQUARE
+    expect(drawn(wmf(records, placeable=False), layout()), {(20, 20): RED, (61, 61): WHITE})
+
+
+def embedded(file: bytes) -> bytes:
+    half = len(file) // 2 & ~1
+    parts = [file[:half], file[half:]]
+    records = b""
+    left = len(file)
+    for part in parts:
+        left -= len(part)
+        data = (b"WMFC" + words(1, 0x10000) + bytes(2) + words(0, len(parts), len(part), left, len(file)) + part)
+        records += wmf_record(0x0626, 15, len(data), data=data)
+    return records
+
+
+@pytest.mark.parametrize("mode, red, blue", [("AUTO", False, True), ("WMF_RECORDS_ONLY", True, False),
+                                             ("EMBEDDED_EMF_ONLY", False, True), ("BOTH", True, True)])
+def test_an_enhanced_metafile_in_comments(mode: str, red: bool, blue: bool) -> None:
+    inner = emf(select(NULL_PEN) + brush(1, BLUE) + emf_record(43, words(60, 60, 91, 91)))
+    file = wmf(embedded(inner) + FILLED + SQUARE)
+    options = layout()
+    options.render_mode = WmfRenderMode[mode]
+    expect(drawn(file, options), {(40, 40): RED if red else WHITE, (80, 80): BLUE if blue else WHITE})
+
+
+ORACLE = (wmf_record(0x0103, 8) + wmf_record(0x020B, 0, 0) + wmf_record(0x020C, 960, 960) + wmf_record(0x0102, 1)
+          + create_pen(BLACK, style=5) + choose(0) + create_brush(WHITE) + choose(1)
+          + wmf_record(0x041B, 960, 960, 0, 0)  # the other program shows no more than is drawn
+          + create_brush(GREEN) + choose(2) + wmf_record(0x0324, 4, 700, 600, 900, 700, 700, 900, 500, 700)
+          + create_brush(RED) + choose(3) + wmf_record(0x041B, 400, 400, 100, 100) + create_brush(BLUE) + choose(4)
+          + wmf_record(0x0324, 3, 500, 100, 900, 100, 700, 400)
+          + wmf_record(0x081A, 500, 300, 700, 500, 900, 500, 500, 100))
+
+
+def test_shapes_are_those_of_another_program(tmp_path: Path) -> None:
+    file = tmp_path / "a.wmf"
+    file.write_bytes(wmf(ORACLE, units=960))
+    subprocess.run(["wmf2gd", "-t", "png", "--maxpect", "--wmf-width=96", "--wmf-height=96", "-o", tmp_path / "a.png",
+                    file], check=True, capture_output=True)
+    theirs = Pillow.open(tmp_path / "a.png").convert("RGB").resize((SIDE, SIDE), Pillow.NEAREST)
+    ours = drawn(file.read_bytes(), layout())
+    different = sum(max(abs(a - b) for a, b in zip(x, y)) > 64 for x, y in zip(ours.getdata(), theirs.getdata()))
+    assert different < SIDE * SIDE * 0.03
+    assert len(ours.getcolors(9999)) == 4
