@@ -114,6 +114,7 @@ class CairoBackend final : public Backend {
     }
     TextExtent measure(const TextLayout& layout) override { return measure_text(layout); }
     Outline outline_of(const TextLayout& layout) override { return text_outline(layout); }
+    std::vector<TextLine> lines_of(const TextLayout& layout) override { return text_lines(layout); }
     bool has_family(const std::string& name, const std::vector<std::string>& folders) override {
         return has_font_family(name, folders);
     }

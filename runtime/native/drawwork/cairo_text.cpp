@@ -173,6 +173,25 @@ Outline text_outline(const TextLayout& wanted) {
     return outline;
 }
 
+std::vector<TextLine> text_lines(const TextLayout& wanted) {
+    const Context context = measuring_context();
+    const Layout layout = make_layout(context.get(), wanted);
+    const std::unique_ptr<PangoLayoutIter, Freeing<pango_layout_iter_free>> iterator(
+        pango_layout_get_iter(layout.get()));
+    std::vector<TextLine> lines;
+    do {
+        const PangoLayoutLine* line = pango_layout_iter_get_line_readonly(iterator.get());
+        PangoRectangle logical;
+        pango_layout_iter_get_line_extents(iterator.get(), nullptr, &logical);
+        std::string text =
+            wanted.text.substr(static_cast<size_t>(line->start_index), static_cast<size_t>(line->length));
+        text.erase(text.find_last_not_of(" \t\r\n") + 1);
+        lines.push_back({std::move(text), double(logical.x) / PANGO_SCALE, double(logical.width) / PANGO_SCALE,
+                         double(pango_layout_iter_get_baseline(iterator.get())) / PANGO_SCALE});
+    } while (pango_layout_iter_next_line(iterator.get()) != FALSE);
+    return lines;
+}
+
 bool has_font_family(const std::string& name, const std::vector<std::string>& folders) {
     use_folders(folders);
     PangoFontFamily** families = nullptr;

@@ -12,6 +12,7 @@ namespace zelmor::drawwork {
 
 TextExtent measure_text(const TextLayout& layout);
 Outline text_outline(const TextLayout& layout);
+std::vector<TextLine> text_lines(const TextLayout& layout);
 // Draws with the context's source; the layout's corner is the origin of the context's space.
 void show_text(cairo_t* context, const TextLayout& layout);
 bool has_font_family(const std::string& name, const std::vector<std::string>& folders);

@@ -94,6 +94,13 @@ struct TextExtent {
     double baseline = 0;  // of the first line, from the top
 };
 
+// A line of a layout: its text, where it begins from left to right, and where its letters stand on.
+struct TextLine {
+    std::string text;
+    double left = 0, width = 0;
+    double baseline = 0;
+};
+
 // How a group meets what was drawn before it; the modes are those of PDF and of the web's compositing.
 enum class Blend {
     kOver,
@@ -191,6 +198,9 @@ class Backend {
     virtual std::unique_ptr<Document> pdf(const DocumentSettings& settings, imagework::ByteSink& out) = 0;
     virtual TextExtent measure(const TextLayout& layout) = 0;
     virtual Outline outline_of(const TextLayout& layout) = 0;
+    // The lines that the layout is broken into, without the white space at which it is. A trimmed line has all its
+    // text.
+    virtual std::vector<TextLine> lines_of(const TextLayout& layout) = 0;
     virtual bool has_family(const std::string& name, const std::vector<std::string>& folders) = 0;
 };
 

@@ -13,7 +13,6 @@ from support.image_oracles import managed_error
 
 EMF = b"\1\0\0\0" + bytes(36) + b" EMF" + bytes(40)
 WMF = b"\xd7\xcd\xc6\x9a" + bytes(18) + b"\1\0\x09\0\0\3" + bytes(40)
-SVG = b"<?xml version='1.0' encoding='UTF-8'?>\n<svg xmlns='http://www.w3.org/2000/svg' width='1' height='1'/>\n"
 
 #: The member of FileFormat, the name in messages, a beginning of a file.
 KNOWN = [
@@ -26,9 +25,7 @@ KNOWN = [
     ("ODG", "ODG", b"PK\3\4\x0a" + bytes(13) + b"\x2b\0\0\0\x2b\0\0\0\x08\0\0\0mimetype"
      b"application/vnd.oasis.opendocument.graphics" + bytes(40)),
     ("PDF", "PDF", b"%PDF-1.4\n"),
-    ("SVG", "SVG", SVG),
-    ("SVG", "SVG", b"\xff\xfe" + SVG.decode().encode("utf-16-le")),
-    ("SVGZ", "SVG", gzip.compress(SVG, mtime=0)),
+    ("HTML5_CANVAS", "HTML5 canvas", b"<!DOCTYPE html>\n<canvas></canvas>"),
     ("WMF", "WMF", WMF),
     ("WMZ", "WMF", gzip.compress(WMF, mtime=0)),
 ]

@@ -66,8 +66,6 @@ TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
         Format format;
         Variant variant = Variant::kUsual;
     };
-    const std::string svg =
-        "<?xml version='1.0'?>\n<!-- <html> -->\n<!DOCTYPE svg [<!ENTITY a \">\">]>\n<svg width='1'/>";
     const std::string directory =
         "II*\0\x08\0\0\0\x02\0"s + "\0\x01\x03\0\x01\0\0\0\x01\0\0\0"s + "\x12\xC6\x01\0\x04\0\0\0\x01\x04\0\0"s;
     const std::string type = "application/vnd.oasis.opendocument.graphics";
@@ -90,8 +88,6 @@ TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
              Case{"<office:document office:mimetype=\"" + type + "\">", Format::kOdg, Variant::kFOdg},
              Case{archive(type + "-template"), Format::kOtg},
              Case{"%PDF-1.4", Format::kPdf},
-             Case{svg, Format::kSvg},
-             Case{"<s:svg xmlns:s='a'>", Format::kSvg},
              Case{"\xD7\xCD\xC6\x9A", Format::kWmf},
              Case{"\1\0\x09\0\0\3"s, Format::kWmf},
          }) {

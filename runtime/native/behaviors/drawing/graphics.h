@@ -68,6 +68,10 @@ class GraphicsObject final : public Record {
     std::shared_ptr<Update> m_update;
 };
 
+// Draws an outline with a pen on any canvas; ArgumentNullException for no pen.
+void stroke_on(drawwork::Canvas& canvas, const ManagedObject* pen, const Outline& outline, const PaintPlace& place,
+               bool smooth);
+
 // A region as an outline; an infinite one is cut to the rectangle.
 struct RegionOutline {
     Outline outline;

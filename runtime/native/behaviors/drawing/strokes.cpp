@@ -313,6 +313,23 @@ void draw_with_pen(Canvas& canvas, const ManagedObject& pen, const Affine& map, 
     PenUse(pen, map, smooth).draw(canvas, outline, paint, smooth);
 }
 
+namespace {
+
+Paint paint_of_pen(const ManagedObject& pen, const PaintPlace& place) {
+    Paint paint = paint_of(property_object(pen, "Brush").get(), place);
+    paint.opacity *= std::clamp(property_double(pen, "Opacity"), 0.0, 1.0);
+    return paint;
+}
+
+}  // namespace
+
+void stroke_on(Canvas& canvas, const ManagedObject* pen, const Outline& outline, const PaintPlace& place, bool smooth) {
+    const PenUse use(required(pen, "pen"), place.map, smooth);
+    canvas.save();
+    use.draw(canvas, transformed(outline, place.map), paint_of_pen(*pen, place), smooth);
+    canvas.restore();
+}
+
 void GraphicsObject::stroke(const ManagedObject* pen, const Outline& world) {
     required(pen, "pen");
     const Affine to_pixels = map();
@@ -324,9 +341,7 @@ void GraphicsObject::stroke(const ManagedObject* pen, const Outline& world) {
                                                 : RectD{bounds.x - reach, bounds.y - reach, bounds.width + 2 * reach,
                                                         bounds.height + 2 * reach};
     draw(around, [&](Canvas& canvas, const PixelArea& area) {
-        Paint paint = paint_of(property_object(*pen, "Brush").get(), {to_pixels, area});
-        paint.opacity *= std::clamp(property_double(*pen, "Opacity"), 0.0, 1.0);
-        use.draw(canvas, outline, paint, smooth());
+        use.draw(canvas, outline, paint_of_pen(*pen, {to_pixels, area}), smooth());
     });
 }
 

@@ -31,29 +31,10 @@ int32_t get_scaled_quality(Record& self) {
     return quality < 50 ? 5000 / quality : 200 - 2 * quality;
 }
 
-// The base class keeps nothing: pictures are embedded, fonts and documents stay as they are.
-bool on_image(Record&, const PyBytesArg*, int32_t, const std::optional<std::u16string>&, bool, uint8_t* out) {
-    *out = 1;
-    return false;
-}
-void on_font(Record&, Record* args) {
-    if (args == nullptr) {
-        throw_argument_null("args");
-    }
-}
-std::optional<std::u16string> on_document(Record&, const PyBytesArg*,
-                                          const std::optional<std::u16string>& suggested_file_name) {
-    return suggested_file_name;
-}
-
 using JpegOptionsApi = api::ImageOptions::JpegOptions;
-using SvgResourceKeeperCallbackApi = api::FileFormats::Svg::SvgResourceKeeperCallback;
 
 const BehaviorTable table({
     behavior<&get_scaled_quality, JpegOptionsApi::get_ScaledQuality>(),
-    behavior<&on_image, SvgResourceKeeperCallbackApi::call_000_OnImageResourceReady>(),
-    behavior<&on_font, SvgResourceKeeperCallbackApi::call_000_OnFontResourceReady>(),
-    behavior<&on_document, SvgResourceKeeperCallbackApi::call_000_OnSvgDocumentReady>(),
 });
 
 }  // namespace

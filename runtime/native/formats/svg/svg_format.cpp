@@ -1,8 +1,11 @@
 // SVG: an XML document whose root is named so. SVGZ is that packed by gzip.
+#include <algorithm>
+#include <cmath>
 #include <string>
 #include <string_view>
 
 #include "runtime/native/formats/format_room.h"
+#include "runtime/native/formats/svg/svg_root.h"
 #include "runtime/native/imagework/probe/packed_head.h"
 #include "runtime/native/imagework/probe/text_head.h"
 
@@ -21,8 +24,23 @@ bool begins_svg(const ByteReader& in) {
     return is_svg(in) || is_svg(ByteReader(unpacked_head(in, kMost)));
 }
 
-Variant variant_of(const ByteReader& in) {
-    return is_svg(in) ? Variant::kUsual : Variant::kSvgz;
+// A side that the root does not tell stays 0.
+void probe_svg(const ByteReader& in, FileFacts& facts) {
+    const bool plain = is_svg(in);
+    facts.variant = plain ? Variant::kUsual : Variant::kSvgz;
+    constexpr size_t kMostOfRoot = 1 << 20;  // a document type may come before it
+    const std::string text = plain ? svg_text(in.piece(0, kMostOfRoot)) : svg_text(unpacked_head(in, kMostOfRoot));
+    const auto root = svg_root(text);
+    if (!root) {
+        return;
+    }
+    const SvgSize size = svg_size(*root);
+    constexpr double kMost = 1e9;
+    facts.width = static_cast<int64_t>(std::ceil(std::min(size.width, kMost)));
+    facts.height = static_cast<int64_t>(std::ceil(std::min(size.height, kMost)));
+    facts.bits_per_pixel = 32;
+    facts.has_alpha = true;
+    facts.readable = true;
 }
 
 constexpr const char* kExtensions[] = {"svg", "svgz"};
@@ -35,7 +53,7 @@ const FormatRoom kSvgRoom{
     .name = "SVG",
     .extensions = kExtensions,
     .begins = &begins_svg,
-    .variant = &variant_of,
+    .probe = &probe_svg,
 };
 
 }  // namespace zelmor::imagework
