@@ -9,7 +9,7 @@ from typing import Any
 import pytest
 import zelmor.pydrawing
 from zelmor.imaging import (
-    Color, Image, Point, PointF, RasterImage, Rectangle, RectangleF, RotateFlipType, Size, SizeF)
+    Color, Point, PointF, Rectangle, RectangleF, RotateFlipType, Size, SizeF)
 from zelmor.imaging.extensions import (
     ColorExtensions, PointExtensions, RectangleExtensions, RotateFlipExtensions, StreamExtensions)
 from zelmor.imaging.fileformats.cdr.objects import CdrDocument, CdrPage, CdrStyle, CdrText
@@ -27,7 +27,6 @@ from zelmor.imaging.fileformats.svg import FontStoringArgs, SvgImage, SvgImageTy
 from zelmor.imaging.fileformats.wmf import WmfImage
 from zelmor.imaging.fileformats.wmf.objects import WmfEof, WmfSaveDc
 from zelmor.imaging.imageoptions import SvgOptions
-from zelmor.imaging.masking import ImageMasking
 from zelmor.imaging.masking.options import AssumedObjectData, AutoMaskingGraphCutOptions, DetectedObjectType
 from zelmor.imaging.multithreading import InterruptMonitor
 from zelmor.pyio import FileMode
@@ -183,14 +182,6 @@ def test_assumed_objects() -> None:
     assert [each.type for each in options.assumed_objects] == [DetectedObjectType.HUMAN, DetectedObjectType.OTHER]
 
 
-def test_masking_says_what_it_does_not_do(picture: str) -> None:
-    masking = ImageMasking(cast(RasterImage, Image.load(picture)))
-    with pytest.raises(RuntimeError, match="NotSupportedException.*ImageMasking.Decompose"):
-        masking.decompose(AutoMaskingGraphCutOptions())
-    with pytest.raises(RuntimeError, match="ArgumentNullException"):
-        ImageMasking(None)
-
-
 def test_interrupt_monitors() -> None:
     monitor = InterruptMonitor()
     assert not monitor.is_interrupted
@@ -278,8 +269,3 @@ def test_unions_and_turns() -> None:
     for turn in RotateFlipType:
         expected = zelmor.pydrawing.RotateFlipType[turn.name]
         assert RotateFlipExtensions.to_gdi_rotate_flip_type(turn) == expected
-
-
-def test_what_the_drawing_module_has_no_form_for() -> None:
-    with pytest.raises(RuntimeError, match="NotSupportedException.*PointExtensions.ToGdiPoint"):
-        PointExtensions.to_gdi_point(PointF(1, 2))

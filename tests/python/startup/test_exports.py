@@ -56,6 +56,10 @@ def test_drawing_backend() -> None:
     assert exports(RUNTIME / "libzelmor.embed.drawwork.so") == {"zelmor_drawwork_backend"}
 
 
+def test_segmentation_backend() -> None:
+    assert exports(RUNTIME / "libzelmor.embed.maskwork.so") == {"zelmor_maskwork_backend"}
+
+
 def test_only_the_image_backend_is_linked_with_codecs() -> None:
     """An import loads the module, its siblings and the runtime, but no image libraries."""
     libraries = [*PACKAGE.rglob("*.cpython-*.so"), RUNTIME / "libcoreclr.so", RUNTIME / WRAPPER]

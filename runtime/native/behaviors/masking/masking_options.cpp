@@ -1,26 +1,22 @@
-// The arguments of masking: assumed objects by the name of their kind, and the image to decompose. This runtime does
-// not do the decomposition itself.
+// The options of masking: what they are at first, and assumed objects by the name of their kind.
 #include <algorithm>
 
 #include "generated/runtime/Zelmor.Imaging.Masking.Options.h"
-#include "generated/runtime/Zelmor.Imaging.Masking.h"
 #include "runtime/native/core/defaults.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
-#include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
 
 namespace {
 
-constexpr const char* kAssumed = api::Masking::Options::AssumedObjectData::kType.name;
-constexpr const char* kObjectType = "Zelmor.Imaging.Masking.Options.DetectedObjectType";
-constexpr const char* kMasking = api::Masking::ImageMasking::kType.name;
+using api::Masking::Options::AssumedObjectData;
+using api::Masking::Options::AutoMaskingArgs;
+using api::Masking::Options::AutoMaskingGraphCutOptions;
+using api::Masking::Options::GraphCutMaskingOptions;
+using api::Masking::Options::MaskingOptions;
 
-using AutoMaskingArgs = api::Masking::Options::AutoMaskingArgs;
-using AutoMaskingGraphCutOptions = api::Masking::Options::AutoMaskingGraphCutOptions;
-using GraphCutMaskingOptions = api::Masking::Options::GraphCutMaskingOptions;
-using MaskingOptions = api::Masking::Options::MaskingOptions;
+constexpr const char* kObjectType = "Zelmor.Imaging.Masking.Options.DetectedObjectType";
 
 constexpr DefaultValue kDefaults[] = {
     // The strokes and rectangles are known after the first run.
@@ -52,37 +48,14 @@ Ref<ManagedObject> assumed_object(const std::string& type, const RectangleValue&
             kind = member.value;
         }
     }
-    auto object = make_instance(kAssumed);
+    auto object = make_instance(AssumedObjectData::kType.name);
     set_property(*object, "Type", kind);
     set_property(*object, "Bounds", box(bounds));
     return object;
 }
 
-class Masking final : public Record {
- public:
-    explicit Masking(const TypeInfo& type) : Record(type) { track(); }
-    Ref<ManagedObject> source;  // kept, as the managed class keeps it
-    void references(ReferenceVisitor& visitor) override {
-        Record::references(visitor);
-        visitor(source);
-    }
-};
-
-Ref<ManagedObject> masking_of(ManagedObject* source_image) {
-    if (source_image == nullptr) {
-        throw_argument_null("source_image");
-    }
-    auto masking = make_ref<Masking>(require_type(kMasking));
-    masking->source = Ref<ManagedObject>(source_image);
-    return masking;
-}
-
-using AssumedObjectDataApi = api::Masking::Options::AssumedObjectData;
-using ImageMaskingApi = api::Masking::ImageMasking;
-
 const BehaviorTable table({
-    behavior<&assumed_object, AssumedObjectDataApi::ctor_002_AssumedObjectData>(),
-    behavior<&masking_of, ImageMaskingApi::ctor_000_ImageMasking>(),
+    behavior<&assumed_object, AssumedObjectData::ctor_002_AssumedObjectData>(),
 });
 
 }  // namespace
