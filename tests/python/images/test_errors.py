@@ -13,6 +13,8 @@ from pathlib import Path
 import numpy as np
 import pytest
 from zelmor.imaging import Color, DataRecoveryMode, Image, LoadOptions, Rectangle, ResizeType, RotateFlipType
+from zelmor.imaging.extensions import ImageExtensions
+from zelmor.imaging.fileformats.emf import EmfImage
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions
 from zelmor.imaging.sources import FileCreateSource
 
@@ -308,10 +310,10 @@ def test_a_failed_operation_leaves_the_picture(tmp_path: Path) -> None:
     assert worst(pixels(image, tmp_path), noise()) == 0
 
 
-def test_what_has_no_behavior_says_so(tmp_path: Path) -> None:
-    image = load(write(tmp_path / "a.png", noise()))
-    with managed_error("NotSupportedException", "RasterImage."):
-        image.to_bitmap()
+def test_what_has_no_behavior_says_so() -> None:
+    drawing = EmfImage(10, 10)
+    with managed_error("NotSupportedException", "A bitmap of a EmfImage, which has no pixels,"):
+        ImageExtensions.to_gdi_image(drawing)
 
 
 def test_memory_is_given_back(tmp_path: Path) -> None:

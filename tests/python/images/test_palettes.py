@@ -10,10 +10,11 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (
-    Color, ColorPalette, ColorPaletteHelper, DitheringMethod, Image, PaletteMiningMethod, Rectangle,
-    RotateFlipType)
+    Color, ColorCompareMethod, ColorPalette, ColorPaletteHelper, ColorQuantizationMethod, DitheringMethod, Image,
+    PaletteMiningMethod, Rectangle, RotateFlipType)
 from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.imageoptions import BmpOptions, GifOptions, PngOptions
+from zelmor.imaging.palettehelper import AdjustPalette
 
 from support import png_files
 from support.image_oracles import (HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, read, smooth, worst,
@@ -127,6 +128,31 @@ def test_close_palettes(tmp_path: Path) -> None:
         ColorPaletteHelper.get_close_image_palette(image, 0)
     with managed_error("ArgumentNullException", "image"):
         ColorPaletteHelper.get_close_image_palette(None, 4)
+
+
+def test_adjusted_palettes(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", smooth()))
+    comparison, counted = ColorCompareMethod.EUCLIDIAN, ColorQuantizationMethod
+    adjusted = AdjustPalette.get_close_image_palette(image, 16, counted.NONE, comparison)
+    assert entries(adjusted) == entries(ColorPaletteHelper.get_close_image_palette(image, 16))
+    frequent = AdjustPalette.get_close_image_palette(image, 16, counted.POPULARITY, comparison)
+    assert entries(frequent) == entries(
+        ColorPaletteHelper.get_close_image_palette(image, 16, PaletteMiningMethod.HISTOGRAM))
+    with managed_error("ArgumentOutOfRangeException", "entries_count"):
+        AdjustPalette.get_close_image_palette(image, 0, counted.NONE, comparison)
+    with managed_error("ArgumentNullException", "image"):
+        AdjustPalette.get_close_image_palette(None, 4, counted.NONE, comparison)
+
+
+def test_downscale_palettes_have_the_upper_bits_of_the_most_frequent_colors(tmp_path: Path) -> None:
+    for name, picture in (("few", few_colors()), ("many", noise(width=200, height=100))):
+        found = entries(ColorPaletteHelper.get_downscale_palette(load(write(tmp_path / f"{name}.png", picture))))
+        cells, counts = np.unique((picture.reshape(-1, 3) // 16) @ [256, 16, 1], return_counts=True)
+        expected = cells[np.argsort(-counts, kind="stable")][:256]
+        assert found == [0xFF000000 | (cell >> 8) * 0x110000 | (cell >> 4 & 15) * 0x1100 | (cell & 15) * 0x11
+                         for cell in map(int, expected)]
+    with managed_error("ArgumentNullException", "image"):
+        ColorPaletteHelper.get_downscale_palette(None)
 
 
 @pytest.mark.parametrize("count", [-2**31, -1, 0])

@@ -143,6 +143,39 @@ def test_what_a_file_says() -> None:
     assert saved(image, TgaOptions()) == data
 
 
+def test_what_a_file_says_nothing_of(tmp_path: Path) -> None:
+    for pixels, size, gray in ((noise(), 3, False), (noise(4), 4, False), (noise(1), 1, True)):
+        image = tga(Image.load(write(tmp_path / "a.tga", pixels)))
+        assert (image.bytes_per_pixel, image.is_gray_scale) == (size, gray)
+        assert (image.pixel_aspect_ratio_numerator, image.pixel_aspect_ratio_denominator) == (0, 0)
+        assert (image.gamma_value_numerator, image.gamma_value_denominator) == (0, 0)
+    new = TgaImage.create_from_image(load(write(tmp_path / "a.png", noise())))
+    assert (new.bytes_per_pixel, new.gamma_value_numerator) == (3, 0)
+
+
+def test_images_with_the_same_pixels_and_texts_are_equal() -> None:
+    one, other = tga(Image.load(io.BytesIO(with_extension()))), tga(Image.load(io.BytesIO(with_extension())))
+    assert one.equals(one) and one.equals(other) and not one.equals(None)
+    other.author_name = "Grace"
+    assert not one.equals(other)
+    other.author_name = "Ada"
+    assert one.equals(other)
+    other.set_argb_32_pixel(0, 0, 5)
+    assert not one.equals(other)
+
+
+def test_an_image_becomes_like_another_one(tmp_path: Path) -> None:
+    one, other = tga(Image.load(write(tmp_path / "a.tga", noise()))), tga(Image.load(io.BytesIO(with_extension())))
+    other.author_name = "Grace"
+    one.clone(other)
+    assert (one.width, one.height, one.author_name, one.image_id) == (other.width, other.height, "Grace", "id")
+    assert one.equals(other) and saved(one) == saved(other)
+    other.set_argb_32_pixel(0, 0, 5)
+    assert not one.equals(other)
+    with managed_error("ArgumentNullException", "tga_image"):
+        one.clone(None)
+
+
 def test_what_is_set_is_written() -> None:
     image = tga(Image.load(io.BytesIO(with_extension())))
     image.x_origin, image.y_origin, image.image_id = 65535, 0, "b\u00e4r"

@@ -53,16 +53,29 @@ Ref<ManagedObject> get_original_options(ImageBase& self) {
     return make_instance(classes->options.get()->name);
 }
 
-// The options that fit an image of pixels best are those of its own file; there are no arguments that would change
-// them. A vector image gets options that say how it becomes pixels.
+// The arguments of a drawing that has no pixels yet, which programs pass for images of any kind: the color behind it,
+// its width and its height.
+bool are_for_drawings(const ManagedList& args) {
+    const auto is_number = [&](size_t index) {
+        const Value value = args.get(index);
+        return std::holds_alternative<int64_t>(value) || std::holds_alternative<double>(value);
+    };
+    const Value first = args.size() == 3 ? args.get(0) : Value();
+    const auto* color = std::get_if<Ref<ManagedObject>>(&first);
+    return color != nullptr && *color && &(*color)->type() == &struct_type<ColorValue>() && is_number(1) &&
+           is_number(2);
+}
+
+// The options that fit an image of pixels best are those of its own file: it does not look at the arguments of a
+// drawing. A vector image gets options that say how it becomes pixels.
 Ref<ManagedObject> get_default_options(ImageBase& self, const VariantArg* args) {
     const Ref<ManagedList> list = read_list(args, variant_element());
     self.require_live();
     if (auto* vector = dynamic_cast<VectorImageObject*>(&self)) {
         return rasterization_options(*vector, list.get());
     }
-    if (list && list->size() > 0) {
-        throw_not_supported("Image.GetDefaultOptions with arguments");
+    if (list && list->size() > 0 && !are_for_drawings(*list)) {
+        throw_argument("The arguments have to be a background color, a width and a height. (Parameter 'args')");
     }
     return get_original_options(self);
 }

@@ -1,9 +1,10 @@
 // ColorPalette, and the palettes that ColorPaletteHelper makes.
 #include "runtime/native/behaviors/images/palettes.h"
-#include "generated/runtime/Zelmor.Imaging.h"
 
 #include <algorithm>
 
+#include "generated/runtime/Zelmor.Imaging.PaletteHelper.h"
+#include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/color_arrays.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/collections/collection.h"
@@ -256,6 +257,52 @@ Ref<PaletteObject> uniform_palette(ImageObject* image) {
     return make_ref<PaletteObject>(std::move(colors));
 }
 
+// The colors with the upper four bits of each channel, the most frequent 256.
+Ref<PaletteObject> downscale_palette(ImageObject* image) {
+    constexpr size_t kMost = 256;
+    constexpr int32_t kRows = 64;  // that are read at a time
+    const imagework::Picture& picture = required(image).picture();
+    std::vector<uint64_t> counts(size_t{1} << 12);
+    for (int32_t y = 0; y < picture.height(); y += kRows) {
+        const imagework::Rect strip{0, y, picture.width(), std::min(kRows, picture.height() - y)};
+        std::vector<Argb> pixels(static_cast<size_t>(strip.width) * static_cast<size_t>(strip.height));
+        picture.read_argb(strip, pixels);
+        for (const Argb color : pixels) {
+            ++counts[(color >> 20 & 0xF) << 8 | (color >> 12 & 0xF) << 4 | (color >> 4 & 0xF)];
+        }
+    }
+    std::vector<Argb> colors;
+    for (Argb i = 0; i < counts.size(); ++i) {
+        if (counts[i] > 0) {
+            colors.push_back(i);
+        }
+    }
+    std::stable_sort(colors.begin(), colors.end(), [&](Argb a, Argb b) { return counts[a] > counts[b]; });
+    colors.resize(std::min(colors.size(), kMost));
+    for (Argb& color : colors) {
+        color = 0xFF000000 | ((color >> 8) << 16 | (color >> 4 & 0xF) << 8 | (color & 0xF)) * 0x11;
+    }
+    return make_ref<PaletteObject>(std::move(colors));
+}
+
+// AdjustPalette: without quantization the colors that stand best for those of the image, otherwise the most frequent.
+// There is one way to compare colors.
+Interface adjusted_palette(ImageObject* image, int32_t entries_count, api::ColorQuantizationMethod method,
+                           api::ColorCompareMethod comparison) {
+    if (comparison != api::ColorCompareMethod::kEuclidian) {
+        throw_out_of_range("color_compare_method",
+                           "The value " + std::to_string(number_of(comparison)) + " is not one of ColorCompareMethod.");
+    }
+    switch (method) {
+        case api::ColorQuantizationMethod::kNone:
+            return close_palette(image, entries_count);
+        case api::ColorQuantizationMethod::kPopularity:
+            return interface_of(required(image).picture().frequent_palette(entries_count));
+    }
+    throw_out_of_range("color_quantization_method",
+                       "The value " + std::to_string(number_of(method)) + " is not one of ColorQuantizationMethod.");
+}
+
 bool has_transparent_colors(const VariantArg* palette) {
     const Ref<PaletteObject> object = read_palette(palette);
     const auto& colors = required(object, "palette").entries;
@@ -299,6 +346,8 @@ const BehaviorTable table({
     behavior<&close_palette_kept, ColorPaletteHelperApi::call_005_GetCloseImagePalette>(),
     behavior<&close_transparent_palette, ColorPaletteHelperApi::call_000_GetCloseTransparentImagePalette>(),
     behavior<&uniform_palette, ColorPaletteHelperApi::call_000_GetUniformColorPalette>(),
+    behavior<&downscale_palette, ColorPaletteHelperApi::call_000_GetDownscalePalette>(),
+    behavior<&adjusted_palette, api::PaletteHelper::AdjustPalette::call_000_GetCloseImagePalette>(),
     behavior<&has_transparent_colors, ColorPaletteHelperApi::call_000_HasTransparentColors>(),
 });
 

@@ -4,6 +4,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tga.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/format_images.h"
+#include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -154,6 +155,77 @@ void set_job_time(Record& self, TimeSpanValue value) {
     set_property(self, "JobTime", value);
 }
 
+// ---- What the file says of its numbers
+
+int32_t bytes_per_pixel(ImageObject& self) {
+    return (self.image_bits() + 7) / 8;
+}
+bool is_gray(ImageObject& self) {
+    return self.picture().is_gray();
+}
+
+// A ratio of the extension area; two zeros where there is no area.
+template <imagework::TgaRatio (TgaExtension::*kRatio)() const, uint16_t imagework::TgaRatio::*kPart>
+int32_t part_of_ratio(ImageObject& self) {
+    self.require_live();
+    const auto* settings = imagework::settings_as<TgaEncoding>(self.facts());
+    return settings != nullptr && settings->extension ? ((*settings->extension).*kRatio)().*kPart : 0;
+}
+constexpr auto kGamma = &TgaExtension::gamma;
+constexpr auto kAspect = &TgaExtension::pixel_aspect;
+constexpr auto kNumerator = &imagework::TgaRatio::numerator;
+constexpr auto kDenominator = &imagework::TgaRatio::denominator;
+
+// ---- Copies
+
+// The image becomes one like the other, in all but the place that it is saved to.
+void become(ImageObject& self, ImageObject* tga_image) {
+    ImageObject& other = required_image(tga_image, "tga_image");
+    self.require_live();
+    if (&self == &other) {
+        return;
+    }
+    other.put_drawings();
+    std::unique_ptr<imagework::Picture> picture = other.picture().copy();
+    self.facts() = other.facts();
+    self.set_picture(std::move(picture));
+    self.assign_from(other);
+}
+
+// What the file of the image would say besides its pixels.
+TgaEncoding settings_of_file(const ImageObject& image) {
+    imagework::FormatEncoding settings = TgaEncoding{};
+    members_of(image.facts().format)->complete(image, settings);
+    return settings.get<TgaEncoding>();
+}
+
+bool same_pixels(const imagework::Picture& a, const imagework::Picture& b) {
+    if (a.width() != b.width() || a.height() != b.height()) {
+        return false;
+    }
+    std::vector<imagework::Argb> row_of_a(static_cast<size_t>(a.width())), row_of_b(row_of_a.size());
+    for (int32_t y = 0; y < a.height(); ++y) {
+        a.read_argb({0, y, a.width(), 1}, row_of_a);
+        b.read_argb({0, y, b.width(), 1}, row_of_b);
+        if (row_of_a != row_of_b) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Images with the same pixels, whose files would say the same.
+bool equals(ImageObject& self, ImageObject* other) {
+    self.require_live();
+    if (other == nullptr || &self == other) {
+        return other != nullptr;
+    }
+    self.put_drawings();
+    other->put_drawings();
+    return self.image_bits() == other->image_bits() && settings_of_file(self) == settings_of_file(*other) &&
+           same_pixels(self.picture(), other->picture());
+}
+
 using TgaImageApi = api::FileFormats::Tga::TgaImage;
 
 const BehaviorTable table({
@@ -171,6 +243,14 @@ const BehaviorTable table({
     behavior<&set_version_letter, TgaImageApi::set_SoftwareVersionLetter>(),
     property<&software_version, &set_software_version, TgaImageApi::property_SoftwareVersion>(),
     behavior<&set_job_time, TgaImageApi::set_JobTime>(),
+    behavior<&bytes_per_pixel, TgaImageApi::get_BytesPerPixel>(),
+    behavior<&is_gray, TgaImageApi::get_IsGrayScale>(),
+    behavior<&part_of_ratio<kGamma, kNumerator>, TgaImageApi::get_GammaValueNumerator>(),
+    behavior<&part_of_ratio<kGamma, kDenominator>, TgaImageApi::get_GammaValueDenominator>(),
+    behavior<&part_of_ratio<kAspect, kNumerator>, TgaImageApi::get_PixelAspectRatioNumerator>(),
+    behavior<&part_of_ratio<kAspect, kDenominator>, TgaImageApi::get_PixelAspectRatioDenominator>(),
+    behavior<&become, TgaImageApi::call_001_Clone>(),
+    behavior<&equals, TgaImageApi::call_000_Equals>(),
 });
 
 }  // namespace

@@ -106,10 +106,6 @@ void put_tga_extension(ImageObject& image, const TgaExtension& extension) {
     set_property(image, "JobTime", TimeSpanValue{ticks_of(extension.job_time())});
     set_property(image, "SoftwareVersionNumber", int64_t{extension.version_number()});
     set_property(image, "SoftwareVersionLetter", int64_t{static_cast<unsigned char>(extension.version_letter())});
-    set_property(image, "PixelAspectRatioNumerator", int64_t{extension.pixel_aspect().numerator});
-    set_property(image, "PixelAspectRatioDenominator", int64_t{extension.pixel_aspect().denominator});
-    set_property(image, "GammaValueNumerator", int64_t{extension.gamma().numerator});
-    set_property(image, "GammaValueDenominator", int64_t{extension.gamma().denominator});
     if (const Argb color = extension.key_color(); color != 0) {
         set_property(image, "HasBackgroundColor", true);
         set_property(image, "BackgroundColor", box(ColorValue::from_argb(color)));
