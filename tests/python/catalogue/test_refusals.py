@@ -7,6 +7,7 @@ makes the test fail and print the lines to add to the table or to remove from it
 
 from __future__ import annotations
 
+import functools
 import re
 from collections.abc import Callable, Iterator
 from pathlib import Path
@@ -66,8 +67,9 @@ def uses(entry: Type) -> Iterator[tuple[str, Callable[[], object]]]:
                     getattr(found if static else instance(entry), method.python)(**usual_arguments(overload)))
 
 
+@functools.cache
 def inventory() -> tuple[dict[str, str], int, set[str]]:
-    """The refusals with their texts, the number of uses, and the names of the types without an instance."""
+    """The refusals with their texts, the number of uses, and the full names of the classes without an instance."""
     refused: dict[str, str] = {}
     count, missing = 0, set()
     for entry in MODEL.types:
@@ -77,12 +79,35 @@ def inventory() -> tuple[dict[str, str], int, set[str]]:
             count += 1
             try:
                 text = refusal(action)
-            except Cannot as cannot:
-                missing.add(str(cannot))
+            except Cannot:
                 continue
             if text is not None:
                 refused[name] = text
+        if entry.kind == "class" and (any(not prop.static for prop in entry.properties) or any(
+                not overload.static for method in entry.methods for overload in method.overloads)):
+            try:
+                instance(entry)
+            except Cannot:
+                missing.add(entry.full_name)
     return refused, count, missing
+
+
+def listed(heading: str) -> dict[str, str]:
+    """A table of the page: what stands in its first column, and the reason in the second."""
+    part = PAGE.read_text().split(f"## {heading}\n")[1].split("\n## ")[0]
+    return {row["member"]: row["reason"] for row in ROW.finditer(part)}
+
+
+def require_listed(heading: str, found: dict[str, str]) -> None:
+    expected = listed(heading)
+    more = [f"| `{name}` | {text} |" for name, text in found.items() if name not in expected]
+    gone = [f"| `{name}` | {reason} |" for name, reason in expected.items() if name not in found]
+    report = []
+    if more:
+        report += [f"lines to add to docs/refusals.md, {heading}, each with its reason:", *more]
+    if gone:
+        report += [f"lines to remove from docs/refusals.md, {heading}:", *gone]
+    assert not report, "\n".join(["", *report])
 
 
 @pytest.fixture(autouse=True)
@@ -91,14 +116,10 @@ def in_a_directory_of_its_own(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -
 
 
 def test_the_table_of_refusals_is_that_of_the_runtime() -> None:
-    listed = {row["member"]: row["reason"] for row in ROW.finditer(PAGE.read_text())}
     refused, count, _ = inventory()
     assert count > 8000
-    more = [f"| `{name}` | {text} |" for name, text in refused.items() if name not in listed]
-    gone = [f"| `{name}` | {reason} |" for name, reason in listed.items() if name not in refused]
-    report = []
-    if more:
-        report += ["lines to add to docs/refusals.md, each with its reason:", *more]
-    if gone:
-        report += ["lines to remove from docs/refusals.md:", *gone]
-    assert not report, "\n".join(["", *report])
+    require_listed("Members", refused)
+
+
+def test_the_table_of_classes_without_an_object_is_that_of_the_runtime() -> None:
+    require_listed("Classes", dict.fromkeys(sorted(inventory()[2]), "why no program can get hold of one"))

@@ -9,7 +9,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Image, ImageOptionsBase, ResolutionSetting
+from zelmor.imaging import Color, Image, ImageOptionsBase, ResolutionSetting
 from zelmor.imaging.fileformats.bmp import BitmapCompression
 from zelmor.imaging.fileformats.jpeg import JpegCompressionColorMode, JpegCompressionMode
 from zelmor.imaging.fileformats.png import PngColorType, PngFilterType
@@ -49,6 +49,17 @@ def original(image: Image, kind: Any) -> ImageOptionsBase:
 def luminance_table(path: Path) -> list[int]:
     with Pillow.open(path) as picture:
         return picture.quantization[0]
+
+
+def test_default_options_do_not_depend_on_the_arguments_of_a_drawing(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    expected = PngOptions._cast_to(image.get_original_options()).value
+    for arguments in (None, [], [Color.white, 20, 30], [Color.white, 20.5, 30.0]):
+        found = PngOptions._cast_to(image.get_default_options(arguments)).value
+        assert (found.color_type, found.bit_depth) == (expected.color_type, expected.bit_depth)
+    for arguments in ([1], [Color.white, 20], [Color.white, "20", 30], [None, 20, 30], [20, 20, 30]):
+        with managed_error("ArgumentException", "a background color, a width and a height"):
+            image.get_default_options(arguments)
 
 
 def test_jpeg_quality_decides_on_size_and_fidelity(tmp_path: Path) -> None:

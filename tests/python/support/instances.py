@@ -17,9 +17,13 @@ from pathlib import Path
 from typing import Any
 
 from zelmor.imaging import Image, RasterCachedImage, RasterImage
+from zelmor.imaging.asynctask import IAsyncTask
 from zelmor.imaging.fileformats.bmp import BitmapV4Header, BitmapV5Header, BmpImage, Os22XBitmapHeader
+from zelmor.imaging.fileformats.bmp.structures import CieCoordinates, CieCoordinatesTriple
 from zelmor.imaging.fileformats.djvu import DjvuImage
 from zelmor.imaging.imageoptions import PngOptions
+from zelmor.imaging.masking import ImageMasking
+from zelmor.imaging.masking.options import AutoMaskingArgs, GraphCutMaskingOptions, SegmentationMethod
 
 from support.pictures import png_bytes
 from support.samples import MODEL, Cannot, make, python_type, sample
@@ -45,7 +49,10 @@ def _bmp_header(size: int) -> Any:
 
 
 def _header(found: Any, size: int) -> Any:
-    return found._cast_to(_bmp_header(size)).value
+    cast = found._cast_to(_bmp_header(size))
+    if not cast.status:
+        raise Cannot(found.__name__)
+    return cast.value
 
 
 @functools.cache
@@ -57,6 +64,16 @@ def _djvu_file() -> bytes:
         return djvu.read_bytes()
 
 
+def _masking_options() -> Any:
+    options = GraphCutMaskingOptions()
+    options.method, options.args = SegmentationMethod.K_MEANS, AutoMaskingArgs()
+    return options
+
+
+def _masking_task() -> Any:
+    return ImageMasking(_loaded(RasterImage)).decompose_async(_masking_options())
+
+
 #: Types with many heirs, of which the simplest constructor makes an unusual one, and those that a certain file gives.
 _USUAL: dict[str, Callable[[], Any]] = {
     "DataStreamSupporter": lambda: _loaded(Image), "Image": lambda: _loaded(Image),
@@ -64,7 +81,11 @@ _USUAL: dict[str, Callable[[], Any]] = {
     "RasterCachedImage": lambda: _loaded(RasterCachedImage), "ImageOptionsBase": PngOptions,
     "BitmapV4Header": lambda: _header(BitmapV4Header, 108), "BitmapV5Header": lambda: _header(BitmapV5Header, 124),
     "Os22XBitmapHeader": lambda: _header(Os22XBitmapHeader, 64),
-    "DjvuImage": lambda: DjvuImage(io.BytesIO(_djvu_file()))}
+    "DjvuImage": lambda: DjvuImage(io.BytesIO(_djvu_file())),
+    "CieCoordinates": lambda: CieCoordinates(bytes(12)),
+    "CieCoordinatesTriple": lambda: CieCoordinatesTriple(bytes(36)),
+    "MaskingOptions": _masking_options, "IMaskingArgs": AutoMaskingArgs,
+    "IAsyncTask": lambda: IAsyncTask._cast_to(_masking_task()).value}
 
 
 def usual_arguments(overload: Overload, depth: int = 0) -> dict[str, Any]:
@@ -126,7 +147,7 @@ def _given(entry: Type, depth: int) -> Iterator[Any]:
         owner, give = giver
         try:
             made = give(instance(owner, depth + 1) if owner is not None else None)
-        except (Cannot, RuntimeError, ValueError, TypeError):
+        except (Cannot, RuntimeError, ValueError, TypeError, AttributeError):
             continue
         if made is not None:
             _found[entry.full_name] = giver
