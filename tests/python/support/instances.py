@@ -16,12 +16,14 @@ from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any
 
-from zelmor.imaging import Image, RasterCachedImage, RasterImage
+from zelmor.imaging import Image, RasterCachedImage, RasterImage, Rectangle
 from zelmor.imaging.asynctask import IAsyncTask
 from zelmor.imaging.fileformats.bmp import BitmapV4Header, BitmapV5Header, BmpImage, Os22XBitmapHeader
 from zelmor.imaging.fileformats.bmp.structures import CieCoordinates, CieCoordinatesTriple
+from zelmor.imaging.fileformats.dicom import DicomImage
 from zelmor.imaging.fileformats.djvu import DjvuImage
-from zelmor.imaging.imageoptions import PngOptions
+from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
+from zelmor.imaging.imageoptions import DicomOptions, PngOptions
 from zelmor.imaging.masking import ImageMasking
 from zelmor.imaging.masking.options import AutoMaskingArgs, GraphCutMaskingOptions, SegmentationMethod
 
@@ -64,6 +66,12 @@ def _djvu_file() -> bytes:
         return djvu.read_bytes()
 
 
+def _dicom_header() -> Any:
+    file = io.BytesIO()
+    DicomImage(DicomOptions(), 8, 6).save(file, DicomOptions())
+    return DicomImage._cast_to(Image.load(io.BytesIO(file.getvalue()))).value.file_info
+
+
 def _masking_options() -> Any:
     options = GraphCutMaskingOptions()
     options.method, options.args = SegmentationMethod.K_MEANS, AutoMaskingArgs()
@@ -84,6 +92,8 @@ _USUAL: dict[str, Callable[[], Any]] = {
     "DjvuImage": lambda: DjvuImage(io.BytesIO(_djvu_file())),
     "CieCoordinates": lambda: CieCoordinates(bytes(12)),
     "CieCoordinatesTriple": lambda: CieCoordinatesTriple(bytes(36)),
+    "DicomImageInfo": _dicom_header,
+    "WmfRecorderGraphics2D": lambda: WmfRecorderGraphics2D(Rectangle(0, 0, 100, 100), 96),
     "MaskingOptions": _masking_options, "IMaskingArgs": AutoMaskingArgs,
     "IAsyncTask": lambda: IAsyncTask._cast_to(_masking_task()).value}
 
