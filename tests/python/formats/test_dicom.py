@@ -1,4 +1,4 @@
-"""DICOM files of every form and coding: the samples that are loaded, beside those that were put in and other programs'."""
+"""DICOM files of every form and coding: the samples that are loaded, beside those put in and other programs' own."""
 
 from __future__ import annotations
 
@@ -190,9 +190,9 @@ PLAIN["rgb"] = (picture(colors(), "RGB"), colors().astype(int) * 257)
 PLAIN["planes"] = (picture(colors(waves), "RGB", planar=1), colors(waves).astype(int) * 257)
 
 LOSSLESS = [
-    ("dcmcrle",), ("gdcmconv", "--rle"), ("dcmcjpeg", "+e1"), *((("dcmcjpeg", "+el", "+sv", str(i))) for i in range(1, 8)),
-    ("gdcmconv", "--jpeg"), ("dcmcjpls",), ("dcmcjpls", "+il"), ("dcmcjpls", "+is"), ("gdcmconv", "--jpegls"),
-    ("gdcmconv", "--j2k")]
+    ("dcmcrle",), ("gdcmconv", "--rle"), ("dcmcjpeg", "+e1"),
+    *((("dcmcjpeg", "+el", "+sv", str(i))) for i in range(1, 8)), ("gdcmconv", "--jpeg"), ("dcmcjpls",),
+    ("dcmcjpls", "+il"), ("dcmcjpls", "+is"), ("gdcmconv", "--jpegls"), ("gdcmconv", "--j2k")]
 
 
 @pytest.mark.parametrize("command", LOSSLESS, ids=[" ".join(command) for command in LOSSLESS])

@@ -23,7 +23,8 @@ from zelmor.imaging.xmp.schemas.dicom import DicomPackage
 from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
 
 from support.arrays import Pixels
-from support.dicom_files import BIG_ENDIAN, EXPLICIT, IMPLICIT, compressed, element, palette_elements, picture, run, words
+from support.dicom_files import (BIG_ENDIAN, EXPLICIT, IMPLICIT, compressed, element, palette_elements, picture, run,
+                                 words)
 from support.image_oracles import few_colors, managed_error, noise, pixels, raster, read, smooth, write
 
 HEIGHT, WIDTH = 24, 30
@@ -50,7 +51,7 @@ def options(kind: CompressionType = CompressionType.NONE, color: ColorType | Non
 
 def checked(path: Path | str) -> Any:
     """A file that two other programs read without a complaint."""
-    run("dcmdump", "-q", "+fo", str(path))
+    run("dcmdump", "-q", "--read-file-only", str(path))
     run("dcmftest", str(path))
     return pydicom.dcmread(path)
 

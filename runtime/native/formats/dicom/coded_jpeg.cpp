@@ -15,10 +15,10 @@ namespace zelmor::imagework {
 namespace {
 
 // The order in which the coefficients of a block are stored: the places of the rows that they belong to.
-constexpr std::array<uint8_t, 64> kZigzag = {
-    0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
-    41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
-    30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+constexpr std::array<uint8_t, 64> kZigzag = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                                             12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                                             35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                                             58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
 
 // The data of a scan end, or have no meaning: what came before holds.
 struct EndOfData {};
@@ -27,8 +27,7 @@ class Huffman {
  public:
     Huffman() = default;
     // The numbers of the codes of each length, and the values in the order of the codes.
-    Huffman(std::span<const uint8_t> counts, std::span<const uint8_t> values)
-        : m_values(values.begin(), values.end()) {
+    Huffman(std::span<const uint8_t> counts, std::span<const uint8_t> values) : m_values(values.begin(), values.end()) {
         uint32_t code = 0;
         uint32_t index = 0;
         for (size_t length = 1; length <= 16; length++) {
@@ -81,8 +80,8 @@ class Huffman {
     };
     std::vector<uint8_t> m_values;
     std::array<Short, 1U << kShort> m_short{};  // by the bits that come next
-    std::array<int32_t, 17> m_first{};  // what is added to a code of a length for its place among the values
-    std::array<uint32_t, 17> m_end{};   // behind the last code of a length
+    std::array<int32_t, 17> m_first{};          // what is added to a code of a length for its place among the values
+    std::array<uint32_t, 17> m_end{};           // behind the last code of a length
 };
 
 // The bits of a scan. A marker ends them.
@@ -228,8 +227,9 @@ class Decoder {
                 dicom_unsupported("this is a DICOM file with progressive JPEG of more than 8 bits, which is not read");
             default:
                 if (marker >= 0xC5 && marker <= 0xCF && marker != 0xC8 && marker != 0xCC) {
-                    dicom_unsupported("this is a DICOM file with arithmetic or differential JPEG of more than 8 bits, "
-                                      "which is not read");
+                    dicom_unsupported(
+                        "this is a DICOM file with arithmetic or differential JPEG of more than 8 bits, "
+                        "which is not read");
                 }
                 return;
         }
@@ -299,8 +299,9 @@ class Decoder {
             m_parts[0].across = m_parts[0].down = m_across = m_down = 1;
         }
         if (lossless && (m_across > 1 || m_down > 1)) {
-            dicom_unsupported("this is a DICOM file with lossless JPEG whose colors have fewer samples than pixels, "
-                              "which is not read");
+            dicom_unsupported(
+                "this is a DICOM file with lossless JPEG whose colors have fewer samples than pixels, "
+                "which is not read");
         }
         for (const Component& part : m_parts) {
             if (m_across % part.across != 0 || m_down % part.down != 0) {
@@ -506,8 +507,7 @@ class Decoder {
             std::array<float, 64> table{};
             for (size_t place = 0; place < 8; place++) {
                 for (size_t wave = 0; wave < 8; wave++) {
-                    const double angle =
-                        static_cast<double>((2 * place + 1) * wave) * std::numbers::pi / 16;
+                    const double angle = static_cast<double>((2 * place + 1) * wave) * std::numbers::pi / 16;
                     table[place * 8 + wave] =
                         static_cast<float>(std::cos(angle) * (wave == 0 ? std::numbers::sqrt2 / 4 : 0.5));
                 }
@@ -564,7 +564,8 @@ class Decoder {
             const int columns = m_lossless ? m_size.width : part.columns;
             uint16_t* out = planes.samples.data() + i;
             for (int y = 0; y < rows; y++) {
-                const uint16_t* const row = part.plane.data() + static_cast<size_t>(y / below) * static_cast<size_t>(columns);
+                const uint16_t* const row =
+                    part.plane.data() + static_cast<size_t>(y / below) * static_cast<size_t>(columns);
                 for (int x = 0; x < m_size.width; x++, out += m_parts.size()) {
                     *out = row[x / right];
                 }

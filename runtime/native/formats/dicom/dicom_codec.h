@@ -31,8 +31,8 @@ class DicomFrames : public FrameSource {
     virtual std::optional<std::vector<uint8_t>> bytes(size_t index) const = 0;
 };
 
-// PictureError: kDamaged, kUnsupported or kTooLarge. In a recovery mode frames that are not whole are left out, but with
-// Recovery::kMaximal what there is of one.
+// PictureError: kDamaged, kUnsupported or kTooLarge. In a recovery mode frames that are not whole are left out, but
+// with Recovery::kMaximal what there is of one.
 std::shared_ptr<const DicomFrames> open_dicom(const SharedSource& source, const DecodeOptions& options,
                                               const DicomDecoders& decoders);
 

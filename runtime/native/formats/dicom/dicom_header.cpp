@@ -53,10 +53,14 @@ struct ColorName {
     int samples;
 };
 constexpr ColorName kColors[] = {
-    {"MONOCHROME1", DicomColor::kMonochrome1, 1}, {"MONOCHROME2", DicomColor::kMonochrome2, 1},
-    {"PALETTE COLOR", DicomColor::kPalette, 1},   {"RGB", DicomColor::kRgb, 3},
-    {"YBR_FULL", DicomColor::kYbrFull, 3},        {"YBR_FULL_422", DicomColor::kYbrFull422, 3},
-    {"YBR_PARTIAL_422", DicomColor::kYbrPartial422, 3}, {"YBR_RCT", DicomColor::kYbrCoded, 3},
+    {"MONOCHROME1", DicomColor::kMonochrome1, 1},
+    {"MONOCHROME2", DicomColor::kMonochrome2, 1},
+    {"PALETTE COLOR", DicomColor::kPalette, 1},
+    {"RGB", DicomColor::kRgb, 3},
+    {"YBR_FULL", DicomColor::kYbrFull, 3},
+    {"YBR_FULL_422", DicomColor::kYbrFull422, 3},
+    {"YBR_PARTIAL_422", DicomColor::kYbrPartial422, 3},
+    {"YBR_RCT", DicomColor::kYbrCoded, 3},
     {"YBR_ICT", DicomColor::kYbrCoded, 3},
 };
 
@@ -326,9 +330,8 @@ bool is_sound(const DicomHeader& header) {
         return false;
     }
     const int samples = *header.color <= DicomColor::kPalette ? 1 : 3;
-    if (header.samples != samples ||
-        (*header.color == DicomColor::kYbrCoded && header.syntax != nullptr &&
-         header.syntax->coding != DicomCoding::kJpeg)) {
+    if (header.samples != samples || (*header.color == DicomColor::kYbrCoded && header.syntax != nullptr &&
+                                      header.syntax->coding != DicomCoding::kJpeg)) {
         return false;
     }
     const bool shared = *header.color == DicomColor::kYbrFull422 || *header.color == DicomColor::kYbrPartial422;

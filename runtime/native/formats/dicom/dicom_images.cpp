@@ -93,8 +93,8 @@ Ref<ImageObject> new_page(ImageObject& self, size_t index) {
                                          pixel_form(imagework::ColorModel::kRgb, false), imagework::kBlack, {});
     } else {
         const imagework::Picture& first = pages[0]->picture();
-        picture = image_backend().create(first.width(), first.height(), first.form(), imagework::kBlack,
-                                         first.palette());
+        picture =
+            image_backend().create(first.width(), first.height(), first.form(), imagework::kBlack, first.palette());
         picture->set_resolution(first.resolution());
     }
     auto encoding = facts.encoding;

@@ -241,12 +241,12 @@ class DicomFileFrames final : public DicomFrames {
         const DicomHeader& header = m_picture->file.header;
         std::unique_ptr<StoredSamples> samples;
         if (header.syntax->coding == DicomCoding::kRaw) {
-            samples = raw_samples(m_picture->file.source, header, index * static_cast<uint64_t>(header.bits_of_frame()));
+            samples =
+                raw_samples(m_picture->file.source, header, index * static_cast<uint64_t>(header.bits_of_frame()));
         } else {
             const SharedSource frame = joined_pieces(m_picture->file.source, m_pieces[index]);
-            samples = header.syntax->coding == DicomCoding::kRle
-                          ? rle_samples(frame, header)
-                          : jpeg_samples(frame, header, m_options, m_decoders);
+            samples = header.syntax->coding == DicomCoding::kRle ? rle_samples(frame, header)
+                                                                 : jpeg_samples(frame, header, m_options, m_decoders);
         }
         return std::make_unique<DicomReader>(m_picture, std::move(samples), m_options.recovery);
     }

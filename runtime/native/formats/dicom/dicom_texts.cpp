@@ -100,8 +100,7 @@ std::string value_text(const ByteReader& in, const DicomElement& element) {
         case dicom_type("SV"):
         case dicom_type("UN"):
         case dicom_type("UV"):
-            return element.length == kDicomUndefined ? "<pieces>"
-                                                     : "<" + std::to_string(element.length) + " bytes>";
+            return element.length == kDicomUndefined ? "<pieces>" : "<" + std::to_string(element.length) + " bytes>";
         default:
             break;
     }

@@ -59,7 +59,8 @@ class Elements {
     explicit Elements(DicomElements& elements) : m_elements(elements) {}
 
     void text(DicomTag tag, const std::string& value) {
-        m_elements[tag] = element_bytes(tag, type_of(tag), {reinterpret_cast<const uint8_t*>(value.data()), value.size()});
+        m_elements[tag] =
+            element_bytes(tag, type_of(tag), {reinterpret_cast<const uint8_t*>(value.data()), value.size()});
     }
     void text_if_absent(DicomTag tag, const std::string& value) {
         if (!m_elements.contains(tag)) {
@@ -243,8 +244,8 @@ DicomElements elements_of(const DicomFile& file, Keeps&& keeps) {
         }
         // Lists of a file without types stay so inside of a type that says this.
         const bool unknown = !outer.order.explicit_types && (is_list || outer.type == 0);
-        kept[outer.tag] = element_bytes(outer.tag, unknown ? dicom_type("UN") : outer.type,
-                                        value_of(in, outer, length), undefined);
+        kept[outer.tag] =
+            element_bytes(outer.tag, unknown ? dicom_type("UN") : outer.type, value_of(in, outer, length), undefined);
     }
     return kept;
 }
@@ -346,8 +347,10 @@ void put_palette(Elements& put, const DicomForm& form) {
         Bytes table;
         for (size_t i = 0; i < form.palette.size(); i++) {
             const int shift = 2 - band;
-            put_number(table, deep ? form.deep_palette[i] >> (16 * shift) & 0xFFFF
-                                   : (form.palette[i] >> (8 * shift) & 0xFF) * 257, 2);
+            put_number(
+                table,
+                deep ? form.deep_palette[i] >> (16 * shift) & 0xFFFF : (form.palette[i] >> (8 * shift) & 0xFF) * 257,
+                2);
         }
         put.bytes(0x00281200 | number, table);
     }
@@ -373,8 +376,8 @@ DicomForm dicom_form_of_rows(const RowsHeader& header, const DicomEncoding& enco
     result.samples = form.color == ColorModel::kRgb ? 3 : 1;
     result.allocated = static_cast<int>(8 * sample_size(form.sample));
     result.stored = form.color == ColorModel::kIndexed || form.bits < 8 ? 8 : result.allocated;
-    result.is_signed = form.sample == SampleType::kInt8 || form.sample == SampleType::kInt16 ||
-                       form.sample == SampleType::kInt32;
+    result.is_signed =
+        form.sample == SampleType::kInt8 || form.sample == SampleType::kInt16 || form.sample == SampleType::kInt32;
     result.palette = header.palette;
     result.deep_palette = header.deep_palette;
     result.resolution = header.resolution;
@@ -425,8 +428,8 @@ void put_stored_samples(const PixelForm& form, int stored, std::span<const uint8
     }
     std::vector<uint32_t> samples(rows.size() / size);
     SampleRange(stored, form).take(rows, samples);
-    const bool is_signed = form.sample != SampleType::kUint8 && form.sample != SampleType::kUint16 &&
-                           form.sample != SampleType::kUint32;
+    const bool is_signed =
+        form.sample != SampleType::kUint8 && form.sample != SampleType::kUint16 && form.sample != SampleType::kUint32;
     const uint32_t middle = is_signed ? uint32_t{1} << (stored - 1) : 0;
     for (const uint32_t sample : samples) {
         // The bits above those that count repeat the sign.

@@ -114,7 +114,7 @@ struct Context {
 };
 
 // How many samples the bits of a run stand for, as a power of two.
-constexpr std::array<uint8_t, 32> kRunLengths = {0, 0, 0, 0, 1, 1, 1, 1, 2, 2,  2,  2,  3,  3,  3,  3,
+constexpr std::array<uint8_t, 32> kRunLengths = {0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2,  2,  3,  3,  3,  3,
                                                  4, 4, 5, 5, 6, 6, 7, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 // The samples of one scan: its contexts, and the steps of decoding a sample.
@@ -386,8 +386,8 @@ class Decoder {
 
  private:
     bool done() const {
-        return !m_rows_done.empty() && std::all_of(m_rows_done.begin(), m_rows_done.end(),
-                                                   [this](int rows) { return rows == m_size.height; });
+        return !m_rows_done.empty() &&
+               std::all_of(m_rows_done.begin(), m_rows_done.end(), [this](int rows) { return rows == m_size.height; });
     }
 
     void take_frame(std::span<const uint8_t> segment) {
@@ -408,8 +408,9 @@ class Decoder {
         for (size_t i = 0; i < count; i++) {
             m_ids.push_back(segment[6 + 3 * i]);
             if (segment[7 + 3 * i] != 0x11) {
-                dicom_unsupported("this is a DICOM file with JPEG-LS whose colors have fewer samples than pixels, "
-                                  "which is not read");
+                dicom_unsupported(
+                    "this is a DICOM file with JPEG-LS whose colors have fewer samples than pixels, "
+                    "which is not read");
             }
         }
         m_rows_done.assign(count, 0);

@@ -33,9 +33,7 @@ class Unsigned {
     explicit Unsigned(const DicomHeader& header)
         : m_mask(static_cast<uint32_t>((uint64_t{1} << header.stored) - 1)),
           m_sign(header.is_signed ? uint32_t{1} << (header.stored - 1) : 0) {}
-    uint32_t value(uint32_t coded) const {
-        return m_sign != 0 ? (coded & m_mask) ^ m_sign : std::min(coded, m_mask);
-    }
+    uint32_t value(uint32_t coded) const { return m_sign != 0 ? (coded & m_mask) ^ m_sign : std::min(coded, m_mask); }
 
  private:
     uint32_t m_mask;
@@ -154,8 +152,8 @@ class LateSamples final : public StoredSamples {
             const auto samples = static_cast<uint64_t>(m_header.columns) * static_cast<uint64_t>(m_header.rows) *
                                  static_cast<uint64_t>(m_header.samples);
             if (m_frame->size() > limits::kTileBytes) {
-                throw PictureError(Failure::kTooLarge, "a compressed frame has more than " +
-                                                           std::to_string(limits::kTileBytes) + " bytes");
+                throw PictureError(Failure::kTooLarge,
+                                   "a compressed frame has more than " + std::to_string(limits::kTileBytes) + " bytes");
             }
             // Colors are there twice for a while: each by itself, and together.
             const uint64_t copies = m_header.samples > 1 ? 2 : 1;
@@ -199,8 +197,8 @@ Codestream look_at(const ByteReader& in) {
             at++;
             continue;
         }
-        const bool tells = (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) ||
-                           marker == 0xF7;
+        const bool tells =
+            (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) || marker == 0xF7;
         if (tells) {
             return {marker, in.u8(at + 4)};
         }

@@ -40,8 +40,7 @@ void SampleRange::take_as(const uint8_t* row, std::span<uint32_t> samples) const
     const auto sign = static_cast<Sample>(m_sign);
     for (uint32_t& sample : samples) {
         const uint64_t wide = static_cast<Sample>(*from++ ^ sign);
-        sample = static_cast<uint32_t>(m_as_it_is ? wide
-                                                  : (wide * m_top + top_of<Sample>() / 2) / top_of<Sample>());
+        sample = static_cast<uint32_t>(m_as_it_is ? wide : (wide * m_top + top_of<Sample>() / 2) / top_of<Sample>());
     }
 }
 
