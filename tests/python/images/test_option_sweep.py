@@ -17,7 +17,7 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
-from zelmor.imaging import Color, Image, ImageOptionsBase, RasterImage, Rectangle, ResolutionSetting, SizeF
+from zelmor.imaging import Color, Image, ImageOptionsBase, RasterImage, Rectangle, ResolutionSetting, SizeF, VectorImage
 from zelmor.imaging.exif import JpegExifData
 from zelmor.imaging.fileformats.dicom import Compression, CompressionType
 from zelmor.imaging.fileformats.gif.blocks import GifFrameBlock
@@ -30,7 +30,7 @@ from zelmor.imaging.fileformats.tiff.enums import (TiffAlphaStorage, TiffCompres
 from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffASCIIType
 from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, DicomOptions, GifOptions, JpegOptions,
                                          MultiPageMode, MultiPageOptions, PdfImageCompressionOptions, PngOptions,
-                                         TiffOptions, TimeInterval, WebPOptions)
+                                         TiffOptions, TimeInterval, VectorRasterizationOptions, WebPOptions)
 from zelmor.imaging.sources import StreamSource
 from zelmor.imaging.xmp import XmpPacketWrapper
 from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
@@ -40,9 +40,14 @@ from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
-WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "GifOptions", "IcoOptions",
-            "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions", "PsdOptions", "TgaOptions", "TiffOptions",
-            "WebPOptions"}
+WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "DxfOptions", "GifOptions",
+            "Html5CanvasOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions",
+            "PsdOptions", "SvgOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
+
+#: Properties without an effect that a test can see here. The only callback that a program can get does what is done
+#: without one. Drawings of SVG files have shapes instead of text (the unit tests of DXF have text).
+UNSEEN = {("SvgOptions", "callback"), ("DxfOptions", "text_as_lines"), ("DxfOptions", "convert_text_beziers"),
+          ("DxfOptions", "bezier_point_count")}
 
 
 def options_below(*bases: str) -> list[Type]:
@@ -173,6 +178,25 @@ def tags() -> list[Any]:
     return [tag]
 
 
+def drawing() -> Image:
+    """A vector image: two shapes, one with text."""
+    return loaded(io.BytesIO(b'<svg xmlns="http://www.w3.org/2000/svg" width="40" height="30">'
+                             b'<circle cx="20" cy="15" r="9" fill="#c04020"/><text x="2" y="20">A</text></svg>'))
+
+
+def on_blue() -> VectorRasterizationOptions:
+    options = VectorRasterizationOptions()
+    options.background_color = Color.blue
+    return options
+
+
+#: The picture for a class of options, where pixels do not show it, and values that count for such a picture.
+DRAWINGS = {"DxfOptions": drawing}
+VALUES_OF_DRAWINGS: dict[str, Callable[[], list[Any]]] = {
+    "multi_page_options": lambda: [MultiPageOptions(0, Rectangle(5, 5, 20, 20))],
+    "vector_rasterization_options": lambda: [on_blue()],
+}
+
 #: The picture for a property, where the usual one does not show it.
 PICTURES: dict[str, Callable[[], Image]] = {
     "buffer_size_hint": large, "default_memory_allocation_limit": large, "preblend_alpha_if_present": with_alpha,
@@ -181,6 +205,7 @@ PICTURES: dict[str, Callable[[], Image]] = {
     "default_frame_time": frames_without_duration, "alpha_storage": with_alpha,
     "disable_icc_export": lambda: Image.load(io.BytesIO(with_a_profile())), "full_frame": with_a_small_frame,
     "loops_count": animated, "color_type": with_alpha, "remove_global_text_engine_resource": with_texts,
+    "text_as_shapes": drawing,
     "use_original_image_resolution": with_resolution,
 }
 
@@ -234,6 +259,8 @@ def options_of(entry: Type, prop: str) -> Any:
 def values_for(prop: Property, options: Any) -> list[Any]:
     """Values of the property that differ from what it has."""
     before = getattr(options, prop.python)
+    if type(options).__name__ in DRAWINGS and prop.python in VALUES_OF_DRAWINGS:
+        return VALUES_OF_DRAWINGS[prop.python]()
     if prop.python == "bits_per_pixel":
         return [value for value in VALUES[prop.python]() if value != before]
     if prop.python in VALUES:
@@ -270,7 +297,7 @@ def created_over(options: Any, entry: Type) -> str:
 
 def outcome(entry: Type, prop: Property, value: Any) -> str:
     """What becomes of one value: "refused", "effective", or else what went wrong."""
-    picture = PICTURES.get(prop.python, plain)
+    picture = DRAWINGS.get(entry.name) or PICTURES.get(prop.python, plain)
     options = options_of(entry, prop.python)
     try:
         setattr(options, prop.python, value)
@@ -283,7 +310,9 @@ def outcome(entry: Type, prop: Property, value: Any) -> str:
         file = saved(picture(), options)
     except RuntimeError as error:
         return "refused" if names(str(error), entry, prop) else f"refused without its name: {error}"
-    return "effective" if file != saved(picture(), options_of(entry, prop.python)) else "taken and ignored"
+    if file != saved(picture(), options_of(entry, prop.python)):
+        return "effective"
+    return "unseen" if (entry.name, prop.python) in UNSEEN else "taken and ignored"
 
 
 @pytest.mark.parametrize(("entry", "prop"), cases("ImageOptionsBase"))
@@ -292,7 +321,7 @@ def test_a_save_option_has_its_effect_or_is_refused(entry: Type, prop: Property)
     values = values_for(prop, options)
     assert values, "the sweep needs a value for this property"
     outcomes = {repr(value): outcome(entry, prop, value) for value in values}
-    good = ("refused", "effective")
+    good = ("refused", "effective", "unseen")
     # Text that is empty says as little as none.
     wrong = {value: result for value, result in outcomes.items() if result not in good and value != "''"}
     assert not wrong
@@ -373,13 +402,21 @@ def large_jpeg_2000() -> bytes:
     return encoded(noise(width=600, height=600), "JPEG2000").getvalue()
 
 
+def without_a_size() -> bytes:
+    return b'<svg xmlns="http://www.w3.org/2000/svg"><rect width="20" height="20"/></svg>'
+
+
 def pixels_loaded(data: bytes, options: Any) -> Any:
-    image = RasterImage._cast_to(Image.load(io.BytesIO(data), options)).value
+    image = Image.load(io.BytesIO(data), options)
+    if VectorImage._is_assignable(image):
+        return image.size
+    image = RasterImage._cast_to(image).value
     return list(image.load_argb_32_pixels(image.bounds))
 
 
 #: The file in which a load option shows, and its values.
 LOADS: dict[str, tuple[Callable[[], bytes], list[Any]]] = {
+    "default_width": (without_a_size, [70]), "default_height": (without_a_size, [70]),
     "buffer_size_hint": (lambda: encoded(np.zeros((700, 800, 3), np.uint8)).getvalue(), [1]),
     "use_icc_profile_conversion": (with_a_profile, [True]),
     "maximum_decoding_time": (large_jpeg_2000, [1]), "maximum_decoding_time_for_tile": (large_jpeg_2000, [1]),

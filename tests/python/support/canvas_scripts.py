@@ -198,7 +198,8 @@ class Replay:
                  f'transform="{matrix_text(matrix)}"/>')
 
     def fillRect(self, x: float, y: float, width: float, height: float) -> None:  # noqa: N802
-        self.add(f'<rect x="{x}" y="{y}" width="{width}" height="{height}" fill="{self.paint("fillStyle", IDENTITY)}"/>')
+        fill = self.paint("fillStyle", IDENTITY)
+        self.add(f'<rect x="{x}" y="{y}" width="{width}" height="{height}" fill="{fill}"/>')
 
     def clearRect(self, *area: float) -> None:  # noqa: N802
         assert not self.c.out, "only a canvas that nothing was drawn on is cleared"

@@ -38,10 +38,12 @@ CONTENTS = {
               '<path d="M20 50h40v30h-40zm10 8h20v14h-20z" fill="green" fill-rule="evenodd" fill-opacity="0.7"/>',
     "strokes": '<rect x="10" y="10" width="60" height="40" fill="none" stroke="black" stroke-width="4" '
                'stroke-dasharray="8 3"/><path d="M20 70L60 80L100 55" fill="none" stroke="red" stroke-width="9" '
-               'stroke-linejoin="round" stroke-linecap="round"/><g transform="scale(2 .5)"><circle cx="42" cy="60" r="9" '
+               'stroke-linejoin="round" stroke-linecap="round"/>'
+               '<g transform="scale(2 .5)"><circle cx="42" cy="60" r="9" '
                'stroke="green" stroke-width="5" fill="none"/></g>',
-    "gradients": '<rect x="5" y="5" width="50" height="50" fill="url(#linear)"/><rect x="5" y="60" width="110" height="25" '
-                 'fill="url(#waves)"/><ellipse cx="85" cy="30" rx="30" ry="20" fill="url(#radial)" '
+    "gradients": '<rect x="5" y="5" width="50" height="50" fill="url(#linear)"/>'
+                 '<rect x="5" y="60" width="110" height="25" fill="url(#waves)"/>'
+                 '<ellipse cx="85" cy="30" rx="30" ry="20" fill="url(#radial)" '
                  'stroke="url(#linear)" stroke-width="4"/>',
     "clips": '<g clip-path="url(#clip)"><rect width="120" height="90" fill="teal"/>'
              '<g clip-path="url(#clip)"><rect y="40" width="120" height="20"/></g></g>',

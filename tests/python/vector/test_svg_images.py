@@ -266,14 +266,16 @@ def test_nothing_else_is_opened(tmp_path: Path) -> None:
             f'<!ENTITY % more SYSTEM "{at}/text.xml"> %more;]>'
             f'<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" '
             f'xmlns:xi="http://www.w3.org/2001/XInclude" width="60" height="60" xml:base="{at}/">'
-            f'<style>@import url("{at}/style.css"); @font-face {{ font-family: x; src: url("{at}/picture.png") }}</style>'
+            f'<style>@import url("{at}/style.css"); '
+            f'@font-face {{ font-family: x; src: url("{at}/picture.png") }}</style>'
             f'<xi:include href="{at}/text.xml"/><xi:include href="{secret}/text.xml" parse="text"/>'
             f'<image xlink:href="{at}/picture.png" width="50" height="50"/>'
             f'<image xlink:href="picture.png" width="50" height="50"/>'
             f'<image xlink:href="{secret}/picture.png" width="50" height="50"/>'
             f'<image xlink:href="http://127.0.0.1:9/picture.png" width="50" height="50"/>'
             f'<use xlink:href="{at}/inner.svg#a"/><rect width="5" height="5" filter="url({at}/inner.svg#a)"/>'
-            f'<text y="30" font-family="x">&outer;</text><rect x="50" y="50" width="10" height="10" fill="lime"/></svg>')
+            f'<text y="30" font-family="x">&outer;</text>'
+            f'<rect x="50" y="50" width="10" height="10" fill="lime"/></svg>')
     path = tmp_path / "curious.svg"
     path.write_text(data)
     log = tmp_path / "log"
