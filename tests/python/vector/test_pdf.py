@@ -12,7 +12,8 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
-from zelmor.imaging import (Graphics, Image, Pen, Color, PdfComplianceVersion, Rectangle, ResolutionSetting, SizeF)
+from zelmor.imaging import (Color, Graphics, Image, LoadOptions, PdfComplianceVersion, Pen, Rectangle,
+                            ResolutionSetting, RotateFlipType, SizeF)
 from zelmor.imaging.brushes import SolidBrush
 from zelmor.imaging.fileformats.pdf import PdfCoreOptions, PdfDocumentInfo
 from zelmor.imaging.fileformats.svg import SvgImage
@@ -146,9 +147,66 @@ def test_jpeg_has_a_quality(tmp_path: Path) -> None:
     assert sizes[0] < sizes[1]
 
 
-def test_a_photo_stays_a_jpeg(tmp_path: Path) -> None:
-    path = written(tmp_path, loaded(smooth(), "JPEG", quality=90))
+def photo(**options: Any) -> bytes:
+    file = io.BytesIO()
+    Pillow.fromarray(smooth()).save(file, "JPEG", quality=90, **options)
+    return file.getvalue()
+
+
+def decoded(data: bytes) -> Any:
+    with Pillow.open(io.BytesIO(data)) as picture:
+        return np.asarray(picture)
+
+
+@pytest.mark.parametrize("options", [{}, {"progressive": True}, {"restart_marker_blocks": 2}])
+def test_the_data_of_a_photo_are_taken_over(tmp_path: Path, options: dict[str, Any]) -> None:
+    exif = Pillow.Exif()
+    exif[0x010F] = "A secret maker"
+    data = photo(exif=exif, comment=b"A secret comment", **options) + b"behind the end"
+    path = written(tmp_path, Image.load(io.BytesIO(data)))
     assert " jpeg " in run("pdfimages", "-list", path)
+    assert np.array_equal(picture_in(path), decoded(data))
+    assert b"secret" not in path.read_bytes() and b"behind the end" not in path.read_bytes()
+
+
+def test_a_changed_photo_is_written_anew(tmp_path: Path) -> None:
+    image = Image.load(io.BytesIO(photo()))
+    image.rotate_flip(RotateFlipType.ROTATE_NONE_FLIP_X)
+    path = written(tmp_path, image)
+    assert " jpeg " in run("pdfimages", "-list", path)
+    difference = np.abs(picture_in(path).astype(int) - decoded(photo())[:, ::-1].astype(int))
+    assert 0 < difference.mean() < 4
+    image = Image.load(io.BytesIO(photo()))
+    options = options_with(PdfImageCompressionOptions.JPEG, 20)
+    assert not np.array_equal(picture_in(written(tmp_path, image, options)), decoded(photo()))
+
+
+def test_the_profile_of_a_photo_stands_beside_it(tmp_path: Path) -> None:
+    profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+    data = photo(icc_profile=profile)
+    path = written(tmp_path, Image.load(io.BytesIO(data)))
+    assert b"ICC_PROFILE" not in path.read_bytes() and b"/ICCBased" in path.read_bytes()
+    assert np.array_equal(picture_in(path), decoded(data))
+    options = LoadOptions()
+    options.use_icc_profile_conversion = True  # the numbers are no longer those of the file
+    path = written(tmp_path, Image.load(io.BytesIO(data), options))
+    assert b"/ICCBased" not in path.read_bytes()
+
+
+@pytest.mark.parametrize("mode", ["CMYK", "L"])
+def test_photos_of_inks_and_gray(tmp_path: Path, mode: str) -> None:
+    file = io.BytesIO()
+    Pillow.fromarray(smooth()).convert(mode).save(file, "JPEG", quality=95)
+    path = written(tmp_path, Image.load(io.BytesIO(file.getvalue())))
+    assert (" cmyk " if mode == "CMYK" else " gray ") in run("pdfimages", "-list", path)
+    expected = np.asarray(Pillow.fromarray(smooth()).convert(mode).convert("RGB")).astype(int)
+    assert np.abs(drawn(path).astype(int) - expected).mean() < (40 if mode == "CMYK" else 4)
+
+
+def test_a_photo_that_is_cut_off_is_damaged() -> None:
+    data = photo()
+    with managed_error("ImageLoadException", "JPEG"):
+        Image.load(io.BytesIO(data[:len(data) // 2])).save(io.BytesIO(), PdfOptions())
 
 
 @pytest.mark.parametrize("compression", [PdfImageCompressionOptions.FLATE, PdfImageCompressionOptions.JPEG])

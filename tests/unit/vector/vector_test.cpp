@@ -4,11 +4,14 @@
 #include "fake_python.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
+#include "runtime/native/behaviors/vector/page_choice.h"
 #include "runtime/native/behaviors/vector/page_layout.h"
 #include "runtime/native/behaviors/vector/picture_drawing.h"
 #include "runtime/native/behaviors/vector/rasterize.h"
+#include "runtime/native/collections/collection.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/drawwork/loader.h"
 #include "runtime/native/imagework/loader.h"
 #include "runtime/native/imagework/picture_error.h"
 
@@ -364,6 +367,83 @@ TEST_F(VectorImages, HoldPages) {
     EXPECT_EQ(second->image_container(), document.get());
     document = nullptr;
     EXPECT_EQ(second->image_container(), nullptr);
+}
+
+Ref<ManagedObject> choice_of(const char* property, Value value, api::ImageOptions::MultiPageMode mode) {
+    Ref<ManagedObject> choice = make_instance(api::ImageOptions::MultiPageOptions::kType.name);
+    set_property(*choice, "Mode", mode);
+    set_property(*choice, property, std::move(value));
+    Ref<ManagedObject> options = make_instance(api::ImageOptions::TiffOptions::kType.name);
+    set_property(*options, "MultiPageOptions", choice);
+    return options;
+}
+
+TEST_F(VectorImages, PagesAreChosenByNumberAndTitle) {
+    using api::ImageOptions::MultiPageMode;
+    auto document = make_ref<VectorImageObject>(require_type("Zelmor.Imaging.VectorMultipageImage"));
+    for (int i = 1; i <= 3; ++i) {
+        auto page = image(10 * i, 10);
+        page->title = i == 2 ? "two" : "other";
+        document->add_page(std::move(page));
+    }
+    const auto widths = [&](const Ref<ManagedObject>& options, bool several = true) {
+        std::vector<int> result;
+        for (const DrawnPage& page :
+             chosen_pages(*document, options ? &cast_object<Record>(*options) : nullptr, nullptr, several)) {
+            result.push_back(static_cast<int>(page.width));
+        }
+        return result;
+    };
+    EXPECT_EQ(widths(nullptr), (std::vector{10, 20, 30}));
+    EXPECT_EQ(widths(nullptr, false), std::vector{10});
+    auto chosen = choice_of("Pages", Ref<ManagedObject>(make_array<int32_t>({2, 0})), MultiPageMode::kPages);
+    EXPECT_EQ(widths(chosen), (std::vector{30, 10}));
+    const Ref<ManagedObject> choice = property_object(*chosen, "MultiPageOptions");
+    set_property(*choice, "ExportArea", box(RectangleValue{2, 3, 5, 4}));
+    EXPECT_EQ(widths(chosen), (std::vector{5, 5}));
+    chosen = choice_of("PageTitles",
+                       Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray, element_of(Wire::kString),
+                                                              std::vector<Value>{Value(std::u16string(u"two"))})),
+                       MultiPageMode::kTitles);
+    EXPECT_EQ(widths(chosen), std::vector{20});
+    chosen = choice_of("Pages", Ref<ManagedObject>(make_array<int32_t>({3})), MultiPageMode::kPages);
+    EXPECT_THROW(widths(chosen), ManagedException);
+}
+
+// ---- Documents
+
+class FailingSink final : public imagework::ByteSink {
+ public:
+    void write(std::span<const uint8_t>) override { throw ManagedException("IOException", "The disk is full."); }
+};
+
+TEST_F(VectorImages, BecomePagesOfADocument) {
+    imagework::MemorySink out;
+    const auto document = drawing_backend().pdf({"A title", "", "", ""}, out);
+    for (int i = 0; i < 2; ++i) {
+        document->page(30, 15);
+        laid_out(*image(), nullptr).draw(*document, Affine::scaling(0.75, 0.75));
+    }
+    document->finish();
+    const auto file = out.take();
+    const std::string text(reinterpret_cast<const char*>(file.bytes().data()), file.size);
+    EXPECT_EQ(text.substr(0, 8), "%PDF-1.5");
+    EXPECT_NE(text.find("/Count 2"), std::string::npos);
+    EXPECT_NE(text.find("(A title)"), std::string::npos);
+    EXPECT_NE(text.find("%%EOF"), std::string::npos);
+    EXPECT_EQ(text.find("/Subtype /Image"), std::string::npos);
+    EXPECT_EQ(marks->times, 2);
+}
+
+TEST_F(VectorImages, FailuresOfTheSinkComeOutOfADocument) {
+    FailingSink sink;
+    const auto document = drawing_backend().pdf({}, sink);
+    EXPECT_THROW(
+        {
+            document->page(30, 15);
+            document->finish();
+        },
+        ManagedException);
 }
 
 TEST_F(VectorImages, PicturesAreDrawingsToo) {

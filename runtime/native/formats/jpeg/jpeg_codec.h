@@ -31,6 +31,9 @@ namespace zelmor::imagework {
 // file of more scans than make sense.
 SharedFrames open_jpeg(SharedSource source, Recovery recovery = Recovery::kNone, SharedBudget memory = {});
 
+// The file behind the frames, where they are those of a JPEG file that was opened without a recovery; otherwise null.
+SharedSource jpeg_file_of(const FrameSource& frames);
+
 // Writes gray, RGB and CMYK rows of 8 bits without alpha; `encoding.color` is no wish here. Gray and RGB files have a
 // JFIF header with the resolution, CMYK files Adobe's mark. Below quality 90 the colors of an RGB picture have half of
 // its width and height.

@@ -207,6 +207,9 @@ class JpegFrame final : public FrameSource {
         m_header.area = {0, 0, static_cast<int32_t>(m_header.facts.width), static_cast<int32_t>(m_header.facts.height)};
     }
 
+    const SharedSource& file() const { return m_source; }
+    Recovery recovery() const { return m_recovery; }
+
     size_t count() const override { return 1; }
     FrameHeader header([[maybe_unused]] size_t index) const override {
         assert(index == 0);
@@ -238,6 +241,11 @@ class JpegFrame final : public FrameSource {
 SharedFrames open_jpeg(SharedSource source, Recovery recovery, SharedBudget memory) {
     assert(source != nullptr);
     return std::make_shared<const JpegFrame>(std::move(source), recovery, std::move(memory));
+}
+
+SharedSource jpeg_file_of(const FrameSource& frames) {
+    const auto* jpeg = dynamic_cast<const JpegFrame*>(&frames);
+    return jpeg != nullptr && jpeg->recovery() == Recovery::kNone ? jpeg->file() : nullptr;
 }
 
 }  // namespace zelmor::imagework

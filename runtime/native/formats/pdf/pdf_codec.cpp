@@ -1,6 +1,10 @@
 // Writing PDF: the picture is brought to a form that the format has, and its rows go to the writer.
 #include <algorithm>
+#include <optional>
+#include <vector>
 
+#include "runtime/native/formats/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/pdf/jpeg_copy.h"
 #include "runtime/native/formats/pdf/pdf_encoding.h"
 #include "runtime/native/formats/pdf/pdf_writer.h"
 #include "runtime/native/imagework/format_codec.h"
@@ -45,8 +49,24 @@ void to_page_form(VipsPicture& picture, const PdfEncoding& pdf, const Encoding& 
     }
 }
 
+// The data of the JPEG file that the picture still is, where a page can have them as they are.
+std::optional<std::vector<uint8_t>> own_jpeg(const VipsPicture& picture, const PdfEncoding& pdf) {
+    const PixelForm& form = picture.form();
+    const bool fits = (form.color == ColorModel::kGray || form.color == ColorModel::kRgb) && form.bits == 8 &&
+                      form.sample == SampleType::kUint8 && !form.alpha;
+    const SharedFrames& frames = picture.origin().source;
+    if (pdf.compression != PdfCompression::kAuto || !fits || frames == nullptr || picture.changed_at() != 0) {
+        return std::nullopt;
+    }
+    const SharedSource file = jpeg_file_of(*frames);
+    return file != nullptr ? jpeg_for_pdf(all_bytes(*file), picture.profile() != nullptr) : std::nullopt;
+}
+
 void write_page(PdfFile& file, VipsPicture& picture, const Encoding& encoding) {
     const auto& pdf = encoding.format.get<PdfEncoding>();
+    if (auto jpeg = own_jpeg(picture, pdf)) {
+        return file.add_jpeg_page(picture.rows_header(), pdf, to_encoded(std::move(*jpeg)));
+    }
     to_page_form(picture, pdf, encoding);
     const auto page = file.add_page(picture.rows_header(), pdf);
     write_rows(picture, *page);

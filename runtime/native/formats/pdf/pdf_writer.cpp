@@ -228,6 +228,19 @@ PdfCompression pdf_compression_for(const PdfEncoding& encoding, const PixelForm&
 // A page whose picture is being written.
 class PdfPage final : public RowWriter {
  public:
+    // A page of data that are compressed already: JPEG.
+    PdfPage(PdfFile& file, const RowsHeader& header, const PdfEncoding& encoding, const EncodedBytes& jpeg)
+        : m_file(file),
+          m_header(header),
+          m_encoding(encoding),
+          m_compression(PdfCompression::kJpeg),
+          m_colors(header.form, header.width, false),
+          m_picture(file.new_object()) {
+        m_color_space = color_space();
+        m_file.write_stream(m_picture, dictionary(false), jpeg);
+        write_page();
+    }
+
     PdfPage(PdfFile& file, const RowsHeader& header, const PdfEncoding& encoding)
         : m_file(file),
           m_header(header),
@@ -418,6 +431,10 @@ PdfFile::~PdfFile() = default;
 
 std::unique_ptr<RowWriter> PdfFile::add_page(const RowsHeader& header, const PdfEncoding& encoding) {
     return std::make_unique<PdfPage>(*this, header, encoding);
+}
+
+void PdfFile::add_jpeg_page(const RowsHeader& header, const PdfEncoding& encoding, const EncodedBytes& jpeg) {
+    const PdfPage page(*this, header, encoding, jpeg);
 }
 
 int PdfFile::new_object() {

@@ -39,6 +39,9 @@ class PdfFile {
     // or fewer. The page before has to be finished.
     std::unique_ptr<RowWriter> add_page(const RowsHeader& header, const PdfEncoding& encoding);
 
+    // The same with a picture that is there as JPEG data already: gray or RGB of 8 bits without alpha.
+    void add_jpeg_page(const RowsHeader& header, const PdfEncoding& encoding, const EncodedBytes& jpeg);
+
     // After the last page.
     void finish();
 
