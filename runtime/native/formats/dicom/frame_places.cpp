@@ -111,7 +111,8 @@ std::vector<std::vector<DicomPiece>> dicom_frame_pieces(const DicomFile& file) {
         }
     }
     const bool each_has = std::none_of(frames.begin(), frames.end(), [](const auto& frame) { return frame.empty(); });
-    if (frames.size() > claimed || !each_has) {
+    // One frame of all pieces is one that no beginning told from the next.
+    if (frames.size() > claimed || frames.size() == 1 || !each_has) {
         dicom_damaged("the file does not tell which of its " + std::to_string(pieces.size()) +
                       " pieces of pixels belong to which of its " + std::to_string(claimed) + " frames");
     }
