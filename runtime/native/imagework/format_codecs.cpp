@@ -10,6 +10,7 @@
 #include <string>
 
 #include "runtime/native/imagework/codec_library.h"
+#include "runtime/native/imagework/companion_codec.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -26,14 +27,22 @@ std::string own_directory() {
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
-const FormatCodec* load(const CodecPlace& place) {
-    const std::string path = own_directory() + "/" + place.library;
-    try {
-        return load_codec(path, place.own_scope);
-    } catch (const std::runtime_error& error) {
-        throw PictureError(Failure::kUnsupported, std::string("the codec of ") + format_name(place.format) +
-                                                      " cannot be loaded: " + error.what());
+// The codecs that are loaded, by their libraries; any thread may meet the first file of a format. `kind` is for
+// messages.
+const FormatCodec* loaded_codec(const std::string& library, bool own_scope, const char* kind) {
+    static std::mutex lock;
+    static auto* loaded = new std::map<std::string, const FormatCodec*>();
+    const std::lock_guard guard(lock);
+    const FormatCodec*& codec = (*loaded)[library];
+    if (codec == nullptr) {
+        try {
+            codec = load_codec(own_directory() + "/" + library, own_scope);
+        } catch (const std::runtime_error& error) {
+            throw PictureError(Failure::kUnsupported,
+                               std::string("the codec of ") + kind + " cannot be loaded: " + error.what());
+        }
     }
+    return codec;
 }
 
 }  // namespace
@@ -45,15 +54,11 @@ const FormatCodec* codec_of(Format format) {
     if (place == places.end() || place->codec != nullptr) {
         return place == places.end() ? nullptr : place->codec;
     }
-    // The codecs that are loaded; any thread may meet the first file of a format.
-    static std::mutex lock;
-    static auto* loaded = new std::map<Format, const FormatCodec*>();
-    const std::lock_guard guard(lock);
-    const FormatCodec*& codec = (*loaded)[format];
-    if (codec == nullptr) {
-        codec = load(*place);
-    }
-    return codec;
+    return loaded_codec(place->library, place->own_scope, format_name(format));
+}
+
+const FormatCodec& companion_codec(const char* name, const char* kind) {
+    return *loaded_codec(std::string("libzelmor.embed.format.") + name + ".so", false, kind);
 }
 
 }  // namespace zelmor::imagework

@@ -73,6 +73,12 @@ def test_pages_of_a_document(book: Path, tmp_path: Path) -> None:
     assert all(page.parent_image.page_count == 2 for page in pages)
 
 
+def test_documents_are_told_apart(book: Path) -> None:
+    first, second = opened(book), opened(book)
+    assert 0 < first.identifier != second.identifier > 0
+    assert first.identifier == first.identifier
+
+
 def test_going_through_the_pages(book: Path) -> None:
     image = opened(book)
     assert (image.first_page.page_number, image.last_page.page_number) == (1, 2)

@@ -25,6 +25,19 @@ def test_a_known_extension_means_its_format(tmp_path: Path, name: str, kind: str
         assert picture.format == kind
 
 
+@pytest.mark.parametrize(("extension", "begin"), [
+    ("j2k", b"\xff\x4f\xff\x51"), ("j2c", b"\xff\x4f\xff\x51"), ("jpc", b"\xff\x4f\xff\x51"),
+    ("jp2", b"\0\0\0\x0cjP  "), ("jpx", b"\0\0\0\x0cjP  ")])
+@pytest.mark.parametrize("source", ["a.png", "a.jp2", "a.j2k"])
+def test_the_extension_tells_a_codestream_from_a_file_with_boxes(tmp_path: Path, source: str, extension: str,
+                                                                 begin: bytes) -> None:
+    path = tmp_path / f"b.{extension}"
+    Image.load(write(tmp_path / source, noise())).save(str(path))
+    assert path.read_bytes().startswith(begin)
+    with Pillow.open(path) as picture:
+        assert picture.size == (61, 43)
+
+
 @pytest.mark.parametrize("name", ["a", "a.", "a.xyz", "a.png.bak", ".jpg/../a", "a.jpg.part"])
 def test_any_other_name_keeps_the_format_of_the_image(tmp_path: Path, name: str) -> None:
     (tmp_path / ".jpg").mkdir()

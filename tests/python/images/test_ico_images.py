@@ -112,6 +112,23 @@ def test_the_hot_spot_of_a_single_cursor() -> None:
     assert struct.unpack_from("<HHHBBBBHH", saved(several, options)) == (0, 2, 1, 32, 32, 0, 0, 3, 4)
 
 
+def test_the_hot_spots_of_several_cursors() -> None:
+    """Options apply to all entries, whose hot spots are their own, also where the pixels were changed."""
+    data = bytearray(file_of(2))
+    count, = struct.unpack_from("<H", data, 4)
+    for i in range(count):
+        struct.pack_into("<HH", data, 6 + 16 * i + 4, i + 1, 2 * i + 1)
+    image = ico(Image.load(io.BytesIO(bytes(data))))
+    for options in (IcoOptions(FileFormat.BMP, 32), IcoOptions(FileFormat.PNG, 32)):
+        for page in (None, 0, 2):
+            if page is not None:
+                raster(image.pages[page]).set_argb_32_pixel(0, 0, -1)
+            found = saved(image, options)
+            assert struct.unpack_from("<HHH", found) == (0, 2, count)
+            assert [struct.unpack_from("<HH", found, 6 + 16 * i + 4) for i in range(count)] == \
+                [(i + 1, 2 * i + 1) for i in range(count)]
+
+
 def test_a_changed_page_is_written_anew() -> None:
     image = ico(Image.load(io.BytesIO(file_of())))
     raster(image.pages[1]).set_argb_32_pixel(5, 6, -1)

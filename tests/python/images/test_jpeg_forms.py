@@ -106,6 +106,106 @@ def test_saved_files_are_those_of_cjpeg(tmp_path: Path, quality: int, progressiv
         assert got[got.index(b"\xff\xdb"):] == expected[expected.index(b"\xff\xdb"):]
 
 
+def frame_of(data: bytes) -> list[tuple[int, int]]:
+    """The sampling factors of each component, as the header of the frame says."""
+    at = 2
+    while data[at + 1] not in (0xC0, 0xC1, 0xC2):
+        at += 2 + int.from_bytes(data[at + 2:at + 4], "big")
+    factors = [data[at + 11 + 3 * i] for i in range(data[at + 9])]
+    return [(factor >> 4, factor & 15) for factor in factors]
+
+
+def adobe_transform(data: bytes) -> int | None:
+    """How Adobe's segment says that the colors are stored."""
+    at = data.find(b"\xff\xee\0\x0eAdobe")
+    return data[at + 15] if at >= 0 else None
+
+
+def saved_with(image: Image, quality: int = 95, **properties: Any) -> bytes:
+    options = JpegOptions()
+    options.quality = quality
+    for name, value in properties.items():
+        setattr(options, name, bytes(value) if name.endswith("_sampling") else value)
+    file = io.BytesIO()
+    image.save(file, options)
+    return file.getvalue()
+
+
+@pytest.mark.parametrize("progressive", [False, True])
+@pytest.mark.parametrize(("horizontal", "vertical"), [
+    ([2, 1, 1], [2, 1, 1]), ([2, 1, 1], [1, 1, 1]), ([1, 1, 1], [2, 1, 1]), ([4, 1, 1], [1, 1, 1]),
+    ([1, 1, 1], [1, 1, 1]), ([1, 2, 1], [1, 2, 1]), ([2, 2, 1], [2, 1, 1]), ([3, 1, 3], [1, 1, 1])])
+def test_sampling_is_that_of_the_options(tmp_path: Path, horizontal: list[int], vertical: list[int],
+                                         progressive: bool) -> None:
+    picture = smooth()
+    image = Image.load(write(tmp_path / "a.png", picture))
+    data = saved_with(image, horizontal_sampling=horizontal, vertical_sampling=vertical,
+                      compression_type=JpegCompressionMode(progressive))
+    assert frame_of(data) == list(zip(horizontal, vertical))
+    factors = ",".join(f"{h}x{v}" for h, v in zip(horizontal, vertical))
+    # The program wants the colors first that have the most samples, and takes any factors otherwise.
+    command = f"cjpeg -optimize -quality 95 -sample {factors}" + (" -progressive" if progressive else "")
+    assert np.array_equal(np.asarray(Pillow.open(io.BytesIO(data))),
+                          np.asarray(Pillow.open(io.BytesIO(run(command, portable(picture))))))
+
+
+def test_sampling_of_one_direction_and_of_other_colors(tmp_path: Path) -> None:
+    image = Image.load(write(tmp_path / "a.png", smooth()))
+    assert frame_of(saved_with(image, 50, horizontal_sampling=[2, 1, 1])) == [(2, 1), (1, 1), (1, 1)]
+    assert frame_of(saved_with(image, 50, vertical_sampling=[2, 1, 1])) == [(1, 2), (1, 1), (1, 1)]
+    assert frame_of(saved_with(image, 50)) == [(2, 2), (1, 1), (1, 1)]
+    cmyk = saved_with(image, color_type=JpegCompressionColorMode.CMYK, horizontal_sampling=[1, 1, 1, 2])
+    assert frame_of(cmyk) == [(1, 1), (1, 1), (1, 1), (2, 1)]
+    gray = saved_with(image, color_type=JpegCompressionColorMode.GRAYSCALE, horizontal_sampling=[2])
+    assert frame_of(gray) == [(2, 1)]
+
+
+@pytest.mark.parametrize(("values", "kind", "text"), [
+    ([2, 1], "ArgumentException", "JpegOptions.HorizontalSampling has 2 values; these colors have 3 components."),
+    ([], "ArgumentException", "JpegOptions.HorizontalSampling has 0 values; these colors have 3 components."),
+    ([0, 1, 1], "ArgumentOutOfRangeException", "The values of JpegOptions.HorizontalSampling have to be 1, 2, 3 or 4."),
+    ([5, 1, 1], "ArgumentOutOfRangeException", "The values of JpegOptions.HorizontalSampling have to be 1, 2, 3 or 4."),
+    ([3, 2, 1], "NotSupportedException",
+     "A value of JpegOptions.HorizontalSampling that does not divide the greatest one"),
+    ([4, 4, 4], "ImageSaveException", "HorizontalSampling and VerticalSampling make 12"),
+])
+def test_sampling_that_no_file_has_is_refused(tmp_path: Path, values: list[int], kind: str, text: str) -> None:
+    image = Image.load(write(tmp_path / "a.png", smooth()))
+    with managed_error(kind, text):
+        saved_with(image, horizontal_sampling=values)
+
+
+def test_rgb_is_stored_as_it_is(tmp_path: Path) -> None:
+    picture = smooth()
+    image = Image.load(write(tmp_path / "a.png", picture))
+    data = saved_with(image, color_type=JpegCompressionColorMode.RGB)
+    assert adobe_transform(data) == 0
+    other = run("cjpeg -rgb -quality 95 -optimize", portable(picture))
+    assert np.array_equal(np.asarray(Pillow.open(io.BytesIO(data))), np.asarray(Pillow.open(io.BytesIO(other))))
+    (tmp_path / "b.jpg").write_bytes(data)
+    again = load(tmp_path / "b.jpg")
+    assert JpegOptions._cast_to(again.get_original_options()).value.color_type == JpegCompressionColorMode.RGB
+    again.save(str(tmp_path / "c.jpg"))
+    assert adobe_transform((tmp_path / "c.jpg").read_bytes()) == 0
+
+
+def test_inks_are_stored_as_ycck(tmp_path: Path) -> None:
+    inks = smooth(4)
+    Pillow.fromarray(inks, "CMYK").save(tmp_path / "a.tif")
+    image = Image.load(str(tmp_path / "a.tif"))
+    modes = (JpegCompressionColorMode.CMYK, JpegCompressionColorMode.YCCK)
+    files = {mode: saved_with(image, color_type=mode) for mode in modes}
+    assert [adobe_transform(data) for data in files.values()] == [0, 2]
+    for mode, data in files.items():
+        found = np.asarray(Pillow.open(io.BytesIO(data))).astype(int)
+        assert np.abs(found - inks).max() < 12
+        (tmp_path / "b.jpg").write_bytes(data)
+        again = load(tmp_path / "b.jpg")
+        assert JpegOptions._cast_to(again.get_original_options()).value.color_type == mode
+        again.save(str(tmp_path / "c.jpg"))
+        assert adobe_transform((tmp_path / "c.jpg").read_bytes()) == adobe_transform(data)
+
+
 def test_an_untouched_file_keeps_what_describes_it(tmp_path: Path) -> None:
     exif = Pillow.Exif()
     exif[271] = "maker"

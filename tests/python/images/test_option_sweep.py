@@ -22,7 +22,7 @@ from zelmor.imaging.exif import JpegExifData
 from zelmor.imaging.fileformats.dicom import Compression, CompressionType
 from zelmor.imaging.fileformats.gif.blocks import GifFrameBlock
 from zelmor.imaging.fileformats.gif import GifImage
-from zelmor.imaging.fileformats.jpeg import JFIFData
+from zelmor.imaging.fileformats.jpeg import JFIFData, JpegCompressionMode, JpegLsPresetCodingParameters
 from zelmor.imaging.fileformats.pdf import PdfCoreOptions, PdfDocumentInfo
 from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.fileformats.tiff.enums import (TiffAlphaStorage, TiffCompressions, TiffExpectedFormat,
@@ -172,6 +172,12 @@ def titled() -> PdfDocumentInfo:
     return info
 
 
+def preset() -> JpegLsPresetCodingParameters:
+    numbers = JpegLsPresetCodingParameters()
+    numbers.reset_value = 31
+    return numbers
+
+
 def tags() -> list[Any]:
     tag = TiffASCIIType(65000)
     tag.text = "a tag of one's own"
@@ -215,6 +221,10 @@ VALUES: dict[str, Callable[[], list[Any]]] = {
     "resolution_settings": lambda: [ResolutionSetting(200.0, 400.0)], "buffer_size_hint": lambda: [1],
     "default_memory_allocation_limit": lambda: [1], "bits_per_sample": lambda: [[8], [16, 16, 16]],
     "compression_ratios": lambda: [[20], [40, 1], [1, 40]],
+    "jpeg_ls_preset": lambda: [preset()], "bits_per_channel": lambda: [4, 12],
+    "jpeg_ls_allowed_lossy_error": lambda: [3],
+    "horizontal_sampling": lambda: [b"\2\1\1", b"\1\1", b"\3\2\1"],
+    "vertical_sampling": lambda: [b"\2\1\1", b"\1\2\1", b"\x09\1\1"],
     "multi_page_options": lambda: [MultiPageOptions([1])], "quality": lambda: [10], "tile_width": lambda: [32],
     "tile_length": lambda: [32], "compressed_quality": lambda: [10], "background_color": lambda: [Color.red],
     "default_frame_time": lambda: [70], "bits_per_pixel": lambda: [8, 32], "compression_level": lambda: [0],
@@ -247,6 +257,8 @@ def options_of(entry: Type, prop: str) -> Any:
             options.multi_page_options = MultiPageOptions([1])
         return options
     options = python_type(entry)()
+    if isinstance(options, JpegOptions) and (prop.startswith("jpeg_ls") or prop == "bits_per_channel"):
+        options.compression_type = JpegCompressionMode.JPEG_LS
     if isinstance(options, WebPOptions) and prop == "quality":
         options.lossless = False
     if isinstance(options, PngOptions) and prop == "bit_depth":

@@ -158,7 +158,11 @@ void write_pages(ImageObject& image, const Request& request, std::vector<Page> p
     const auto encoding_of = [&](const Page& page) {
         // A page that keeps its format keeps its own settings; the colors around it are the image's.
         if (request.options != nullptr) {
-            return encoding_for(image, *request.options);
+            Encoding encoding = encoding_for(image, *request.options);
+            if (members != nullptr && members->has_pages && members->complete != nullptr) {
+                members->complete(*page.source, encoding.format);  // what pages have of their own
+            }
+            return encoding;
         }
         Encoding encoding = encoding_for(*page.source, request.format, image);
         if (members != nullptr && members->take_extension != nullptr) {

@@ -250,7 +250,7 @@ void MetadataReading::read() {
     }
     FileMetadata found = m_directory != 0 ? find_in_tiff(m_source, m_directory) : find_metadata(m_source);
     Ref<ExifObject> of_tiff;
-    const MetadataContainer* container = metadata_container(*m_source);
+    const MetadataContainer* container = metadata_container(m_source);
     if (container != nullptr && container->has_tags) {
         try {
             auto exif = read_exif_of_tiff(m_source, m_directory);

@@ -1,4 +1,5 @@
 // DjvuImage and its pages: the layers of a page, and the text that lies under it.
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -39,6 +40,16 @@ Ref<ImageObject> document(const VariantArg* stream, Record* load_options) {
 }
 Ref<ImageObject> document_alone(const VariantArg* stream) {
     return document(stream, nullptr);
+}
+
+// Tells the documents of the process apart: they are numbered from 1 when they are first asked. A file has no number.
+int32_t identifier(ImageObject& self) {
+    static std::atomic<int32_t> last = 0;
+    self.require_live();
+    if (property_int(self, "Identifier") == 0) {
+        set_property(self, "Identifier", int64_t{++last});
+    }
+    return static_cast<int32_t>(property_int(self, "Identifier"));
 }
 
 Collection djvu_pages(ImageObject& self) {
@@ -153,6 +164,7 @@ int32_t raster_length(ImageObject& self) {
 const BehaviorTable table({
     behavior<&document_alone, DjvuImageApi::ctor_000_DjvuImage, DjvuImageApi::call_000_LoadDocument>(),
     behavior<&document, DjvuImageApi::ctor_001_DjvuImage, DjvuImageApi::call_001_LoadDocument>(),
+    behavior<&identifier, DjvuImageApi::get_Identifier>(),
     behavior<&djvu_pages, DjvuImageApi::get_DjvuPages>(),
     behavior<&identifier, DjvuImageApi::get_Identifier>(),
     property<&active_frame_of, &set_active_frame_of, DjvuImageApi::property_ActivePage>(),

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <string_view>
 
+#include "runtime/native/formats/dng/dng_structure.h"
 #include "runtime/native/formats/format_room.h"
+#include "runtime/native/formats/tiff/tiff_end.h"
 #include "runtime/native/formats/tiff/tiff_structure.h"
 
 namespace zelmor::imagework {
@@ -32,6 +34,20 @@ bool begins_dng(const ByteReader& file) {
     return false;
 }
 
+void probe_dng(const ByteReader& file, FileFacts& facts) {
+    const DngStructure found = dng_structure(file);
+    if (!found.readable) {
+        return;
+    }
+    const PixelForm form = found.form();
+    facts.width = found.width();
+    facts.height = found.height();
+    facts.bits_per_pixel = static_cast<int>(8 * form.pixel_size());
+    facts.has_resolution = found.resolution.has_value();
+    facts.obstacle = found.obstacle;
+    facts.readable = found.obstacle.empty();
+}
+
 constexpr const char* kExtensions[] = {"dng"};
 
 }  // namespace
@@ -42,6 +58,9 @@ const FormatRoom kDngRoom{
     .name = "DNG",
     .extensions = kExtensions,
     .begins = &begins_dng,
+    .probe = &probe_dng,
+    .end = &tiff_end,
+    .may_point_behind_end = true,
 };
 
 }  // namespace zelmor::imagework

@@ -2,6 +2,7 @@
 
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
 #include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/imagework/companion_codec.h"
 #include "runtime/native/imagework/format_codec.h"
 #include "runtime/native/imagework/vips/encode_support.h"
 #include "runtime/native/imagework/vips/rows_image.h"
@@ -10,7 +11,15 @@
 namespace zelmor::imagework {
 namespace {
 
-SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {
+// Of data that are coded in another way inside of the same markers.
+const FormatCodec& jpeg_ls() {
+    return companion_codec("jpegls", "JPEG-LS");
+}
+
+SharedFrames open(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
+    if (const auto* jpeg = settings_as<JpegEncoding>(facts); jpeg != nullptr && jpeg->is_ls) {
+        return jpeg_ls().open(source, facts, options);
+    }
     return open_jpeg(source, options.recovery, options.memory);
 }
 
@@ -21,8 +30,10 @@ ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const 
         case JpegColor::kGray:
             return ColorModel::kGray;
         case JpegColor::kYcc:
+        case JpegColor::kRgb:
             return ColorModel::kRgb;
         case JpegColor::kCmyk:
+        case JpegColor::kYcck:
             // A picture that is saved as it was follows what became of its colors.
             if (cmyk || !encoding.may_widen) {
                 return ColorModel::kCmyk;
@@ -40,6 +51,10 @@ ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const 
 void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& jpeg = encoding.format.get<JpegEncoding>();
     picture.lose_alpha(encoding);
+    if (jpeg.is_ls) {
+        encode_rows(jpeg_ls(), picture, encoding, out);
+        return;
+    }
     const ColorModel model = model_of(jpeg, picture, encoding);
     if (const ProfileBytes& wanted = model == ColorModel::kCmyk ? encoding.cmyk_profile : encoding.rgb_profile;
         wanted != nullptr && model != ColorModel::kGray) {

@@ -10,16 +10,28 @@ namespace zelmor::embed {
 
 using api::FileFormats::Jpeg::JpegCompressionColorMode;
 using api::FileFormats::Jpeg::JpegCompressionMode;
+using api::FileFormats::Jpeg::JpegLsInterleaveMode;
 
 inline constexpr Counterpart<JpegCompressionColorMode, imagework::JpegColor> kJpegColors[] = {
     {JpegCompressionColorMode::kGrayscale, imagework::JpegColor::kGray},
     {JpegCompressionColorMode::kYCbCr, imagework::JpegColor::kYcc},
     {JpegCompressionColorMode::kCmyk, imagework::JpegColor::kCmyk},
+    {JpegCompressionColorMode::kYcck, imagework::JpegColor::kYcck},
+    {JpegCompressionColorMode::kRgb, imagework::JpegColor::kRgb},
 };
 
-inline constexpr Counterpart<JpegCompressionMode, bool> kJpegProgressive[] = {
-    {JpegCompressionMode::kBaseline, false},
-    {JpegCompressionMode::kProgressive, true},
+enum class JpegCoding : uint8_t { kSequential, kProgressive, kLs };
+
+inline constexpr Counterpart<JpegCompressionMode, JpegCoding> kJpegCodings[] = {
+    {JpegCompressionMode::kBaseline, JpegCoding::kSequential},
+    {JpegCompressionMode::kProgressive, JpegCoding::kProgressive},
+    {JpegCompressionMode::kJpegLs, JpegCoding::kLs},
+};
+
+inline constexpr Counterpart<JpegLsInterleaveMode, imagework::JpegLsInterleaving> kJpegLsInterleavings[] = {
+    {JpegLsInterleaveMode::kNone, imagework::JpegLsInterleaving::kNone},
+    {JpegLsInterleaveMode::kLine, imagework::JpegLsInterleaving::kLine},
+    {JpegLsInterleaveMode::kSample, imagework::JpegLsInterleaving::kSample},
 };
 
 }  // namespace zelmor::embed

@@ -56,10 +56,46 @@ int jpeg_quality(const ByteReader& in, uint64_t table, bool wide) {
 
 namespace {
 
+// The segments that tell how the colors are stored.
+struct ColorMarks {
+    bool jfif = false;
+    int transform = -1;  // of Adobe's segment: 0 for the colors as they are; -1 without the segment
+};
+
+// As libjpeg takes them.
+JpegColor color_of(const ByteReader& in, uint64_t frame, int components, const ColorMarks& marks) {
+    if (components == 1) {
+        return JpegColor::kGray;
+    }
+    if (components == 4) {
+        return marks.transform == 2 ? JpegColor::kYcck : JpegColor::kCmyk;
+    }
+    if (marks.jfif || marks.transform > 0) {
+        return JpegColor::kYcc;
+    }
+    const auto id = [&](uint64_t component) { return in.u8(frame + 10 + 3 * component); };
+    const bool named = id(0) == 'R' && id(1) == 'G' && id(2) == 'B';
+    return marks.transform == 0 || named ? JpegColor::kRgb : JpegColor::kYcc;
+}
+
+// From the header of the frame and that of the first scan, which follows, maybe behind other segments.
+void take_ls_settings(const ByteReader& in, uint64_t frame, int depth, JpegLsSettings& ls) {
+    ls.bits = depth;
+    for (uint64_t at = frame; in.has(at, 4) && in.u8(at) == kJpegFill; at += 2 + uint64_t{in.u16(at + 2)}) {
+        if (in.u8(at + 1) == kJpegScan) {
+            const uint64_t behind = at + 5 + 2 * uint64_t{in.u8(at + 4)};
+            ls.greatest_error = in.u8(behind);
+            ls.interleaving = static_cast<JpegLsInterleaving>(std::min<int>(in.u8(behind + 1), 2));
+            return;
+        }
+    }
+}
+
 void probe_jpeg(const ByteReader& file, FileFacts& facts) {
     const ByteReader in = file.in_order(true);
     JpegEncoding encoding;
     bool have_quality = false;
+    ColorMarks colors;
     for (uint64_t at = 2; in.has(at, 4);) {
         if (in.u8(at) != 0xFF) {
             return;
@@ -81,6 +117,7 @@ void probe_jpeg(const ByteReader& file, FileFacts& facts) {
             return;
         }
         if (marker == kJpegApp0 && in.starts_with(at + 4, "JFIF")) {
+            colors.jfif = true;
             facts.has_resolution |= in.u8(at + 11) == 1 || in.u8(at + 11) == 2;  // per inch or centimeter
         } else if (marker == kJpegApp1 && in.starts_with(at + 4, "Exif")) {
             facts.has_resolution = true;
@@ -90,14 +127,20 @@ void probe_jpeg(const ByteReader& file, FileFacts& facts) {
         } else if (marker == kJpegComment && encoding.comment.empty() && in.has(at + 4, length - 2)) {
             const auto comment = in.piece(at + 4, length - 2);
             encoding.comment.assign(comment.begin(), comment.end());
-        } else if (is_jpeg_frame(marker)) {
+        } else if (marker == kJpegApp14 && length >= 14 && in.starts_with(at + 4, "Adobe")) {
+            colors.transform = in.u8(at + 15);
+        } else if (is_jpeg_frame(marker) || marker == kJpegLsFrame) {
             int depth = in.u8(at + 4);
             int components = in.u8(at + 9);
             facts.height = in.u16(at + 5);
             facts.width = in.u16(at + 7);
             facts.bits_per_pixel = depth * components;
             encoding.progressive = is_progressive_jpeg_frame(marker);
-            encoding.color = components == 1 ? JpegColor::kGray : components == 4 ? JpegColor::kCmyk : JpegColor::kYcc;
+            encoding.is_ls = marker == kJpegLsFrame;
+            encoding.color = encoding.is_ls && components == 3 ? JpegColor::kRgb : color_of(in, at, components, colors);
+            if (encoding.is_ls) {
+                take_ls_settings(in, at, depth, encoding.ls);
+            }
             facts.encoding = encoding;
             facts.readable = in.ok() && facts.width > 0 && facts.height > 0 && components > 0;
             return;
@@ -138,6 +181,7 @@ class JpegEnd final : public PictureEnd {
                 }
                 m_at += 2 + uint64_t{in.u16(m_at + 2)};
                 m_in_scan = marker == kJpegScan;
+                m_is_ls = m_is_ls || marker == kJpegLsFrame;
             }
         }
     }
@@ -153,7 +197,7 @@ class JpegEnd final : public PictureEnd {
                 return false;
             }
             const uint8_t next = data[m_at + 1];
-            if (next != kJpegStuffing && next != kJpegFill && !is_jpeg_restart(next)) {
+            if (!is_jpeg_scan_byte(next, m_is_ls) && next != kJpegFill && !is_jpeg_restart(next)) {
                 m_in_scan = false;
                 return true;
             }
@@ -165,6 +209,7 @@ class JpegEnd final : public PictureEnd {
     static constexpr uint64_t kStep = 1024;
     uint64_t m_at = 2;
     bool m_in_scan = false;
+    bool m_is_ls = false;
 };
 
 std::unique_ptr<PictureEnd> jpeg_end(const FileFacts& facts) {

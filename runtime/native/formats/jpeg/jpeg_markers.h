@@ -22,6 +22,9 @@ enum JpegMarker : uint8_t {
     kJpegQuantizationTable = 0xDB,
     kJpegApp0 = 0xE0,  // JFIF
     kJpegApp1 = 0xE1,  // Exif
+    kJpegApp8 = 0xE8,
+    kJpegApp14 = 0xEE,  // Adobe
+    kJpegLsFrame = 0xF7,
     kJpegComment = 0xFE,
     kJpegFill = 0xFF,
 };
@@ -36,6 +39,10 @@ constexpr bool is_bare_jpeg_marker(int marker) {
 constexpr bool is_jpeg_frame(int marker) {
     return marker >= kJpegFirstFrame && marker <= kJpegLastFrame && marker != kJpegHuffmanTables &&
            marker != kJpegReserved && marker != kJpegArithmeticTables;
+}
+// A byte behind 0xFF in the data of a scan, which is no marker.
+constexpr bool is_jpeg_scan_byte(int byte, bool is_ls) {
+    return is_ls ? byte < 0x80 : byte == kJpegStuffing;
 }
 // The frame headers of progressive codings are each the third of four.
 constexpr bool is_progressive_jpeg_frame(int marker) {

@@ -1,11 +1,17 @@
 // JPEG in the API: its classes, and save options from and to the settings of a file.
+#include <algorithm>
+#include <string>
+#include <vector>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "runtime/native/behaviors/images/color_profiles.h"
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/number_lists.h"
+#include "runtime/native/behaviors/images/option_checks.h"
 #include "runtime/native/behaviors/images/setting_values.h"
+#include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/formats/jpeg/jpeg_enumerations.h"
 
@@ -15,11 +21,86 @@ using namespace imagework;
 
 namespace {
 
+// One factor for each component of the file, of which the greatest is a multiple of all others. Empty for null.
+std::vector<uint8_t> sampling_of(const ManagedObject& options, const char* property, JpegColor color) {
+    constexpr int64_t kMost = 4;
+    const auto factors = numbers_of(options, property);
+    if (!factors) {
+        return {};
+    }
+    const size_t components = color == JpegColor::kGray ? 1 : has_inks(color) ? 4 : 3;
+    if (factors->size() != components) {
+        throw_argument(member_name(options, property) + " has " + std::to_string(factors->size()) +
+                       " values; these colors have " + std::to_string(components) + " components. (Parameter '" +
+                       property + "')");
+    }
+    std::vector<uint8_t> result;
+    for (const int64_t factor : *factors) {
+        if (factor < 1 || factor > kMost) {
+            throw_out_of_range(property,
+                               "The values of " + member_name(options, property) + " have to be 1, 2, 3 or 4.");
+        }
+        result.push_back(static_cast<uint8_t>(factor));
+    }
+    const uint8_t most = *std::max_element(result.begin(), result.end());
+    if (std::any_of(result.begin(), result.end(), [&](uint8_t factor) { return most % factor != 0; })) {
+        throw_not_supported("A value of " + member_name(options, property) + " that does not divide the greatest one");
+    }
+    return result;
+}
+
+// Settings that only JPEG-LS has are refused beside another coding.
+void require_ls(const ManagedObject& options, const char* property, bool is_ls, bool is_usual) {
+    if (!is_ls && !is_usual) {
+        throw_not_supported(member_name(options, property) + " without JpegCompressionMode.JPEG_LS");
+    }
+}
+
+JpegLsSettings ls_settings_of(const ManagedObject& options, bool is_ls) {
+    JpegLsSettings ls;
+    ls.bits = setting(options, "BitsPerChannel");
+    require_ls(options, "BitsPerChannel", is_ls, ls.bits == 8);
+    ls.greatest_error = setting(options, "JpegLsAllowedLossyError");
+    require_ls(options, "JpegLsAllowedLossyError", is_ls, ls.greatest_error == 0);
+    ls.interleaving = supported(options, "JpegLsInterleaveMode", kJpegLsInterleavings);
+    require_ls(options, "JpegLsInterleaveMode", is_ls, ls.interleaving == JpegLsInterleaving::kNone);
+    const auto preset = property_object(options, "JpegLsPreset");
+    require_ls(options, "JpegLsPreset", is_ls, !preset);
+    if (preset) {
+        ls.maximum = setting(*preset, "MaximumSampleValue");
+        ls.thresholds = {setting(*preset, "Threshold1"), setting(*preset, "Threshold2"),
+                         setting(*preset, "Threshold3")};
+        ls.reset = setting(*preset, "ResetValue");
+    }
+    return ls;
+}
+
+void require_suits_ls(const ManagedObject& options, const JpegEncoding& jpeg) {
+    constexpr const char* kBeside = " beside JpegCompressionMode.JPEG_LS";
+    if (has_inks(jpeg.color)) {
+        throw_not_supported("The value " + std::to_string(jpeg.color == JpegColor::kCmyk ? 2 : 3) + " of " +
+                            member_name(options, "ColorType") + kBeside);
+    }
+    for (const char* sampling : {"HorizontalSampling", "VerticalSampling"}) {
+        if (!is_null(property(options, sampling))) {
+            throw_not_supported("A value of " + member_name(options, sampling) + kBeside);
+        }
+    }
+}
+
 FormatEncoding settings_of(const ManagedObject& options) {
     JpegEncoding result;
     result.quality = setting(options, "Quality");
-    result.progressive = supported(options, "CompressionType", kJpegProgressive);
+    const JpegCoding coding = supported(options, "CompressionType", kJpegCodings);
+    result.progressive = coding == JpegCoding::kProgressive;
+    result.is_ls = coding == JpegCoding::kLs;
     result.color = supported(options, "ColorType", kJpegColors);
+    result.horizontal_sampling = sampling_of(options, "HorizontalSampling", result.color);
+    result.vertical_sampling = sampling_of(options, "VerticalSampling", result.color);
+    result.ls = ls_settings_of(options, result.is_ls);
+    if (result.is_ls) {
+        require_suits_ls(options, result);
+    }
     return result;  // comment, JFIF, EXIF and XMP go into the file with the metadata
 }
 
@@ -31,7 +112,14 @@ void fill_options(ManagedObject& options, const FileFacts& facts) {
     const auto& jpeg = facts.encoding->get<JpegEncoding>();
     put_setting(options, "Quality", jpeg.quality);
     put_setting(options, "CompressionType",
-                jpeg.progressive ? JpegCompressionMode::kProgressive : JpegCompressionMode::kBaseline);
+                jpeg.is_ls         ? JpegCompressionMode::kJpegLs
+                : jpeg.progressive ? JpegCompressionMode::kProgressive
+                                   : JpegCompressionMode::kBaseline);
+    if (jpeg.is_ls) {
+        put_setting(options, "BitsPerChannel", jpeg.ls.bits);
+        put_setting(options, "JpegLsAllowedLossyError", jpeg.ls.greatest_error);
+        put_setting(options, "JpegLsInterleaveMode", static_cast<JpegLsInterleaveMode>(jpeg.ls.interleaving));
+    }
     put_setting(options, "ColorType", api_value(kJpegColors, jpeg.color).value_or(JpegCompressionColorMode::kYCbCr));
     if (!jpeg.comment.empty()) {
         set_property(options, "Comment", to_utf16(jpeg.comment));
@@ -40,9 +128,9 @@ void fill_options(ManagedObject& options, const FileFacts& facts) {
 
 NewPixels new_pixels(const FormatEncoding& settings) {
     const JpegColor color = settings.get<JpegEncoding>().color;
-    return pixels_of(color == JpegColor::kGray   ? ColorModel::kGray
-                     : color == JpegColor::kCmyk ? ColorModel::kCmyk
-                                                 : ColorModel::kRgb,
+    return pixels_of(color == JpegColor::kGray ? ColorModel::kGray
+                     : has_inks(color)         ? ColorModel::kCmyk
+                                               : ColorModel::kRgb,
                      false);
 }
 

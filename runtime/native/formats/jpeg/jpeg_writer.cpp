@@ -18,6 +18,9 @@ constexpr size_t kMostProfile = size_t{255} * 65519;  // of the segments of a pr
 // From this quality on, colors are as fine as the brightness.
 constexpr int kFineQuality = 90;
 
+// Of 8 by 8 samples, which all components of a scan have together.
+constexpr int kMostBlocks = 10;
+
 [[noreturn]] void unfit(const std::string& text) {
     throw PictureError(Failure::kEncoding, text);
 }
@@ -39,6 +42,18 @@ J_COLOR_SPACE color_space_of(const PixelForm& form) {
             break;
     }
     unfit("JPEG holds no Lab colors");
+}
+
+// The colors of the file. The library's own choice is YCbCr for RGB, and CMYK as it is.
+J_COLOR_SPACE stored_space(J_COLOR_SPACE rows, JpegColor wanted) {
+    switch (rows) {
+        case JCS_RGB:
+            return wanted == JpegColor::kRgb ? JCS_RGB : JCS_YCbCr;
+        case JCS_CMYK:
+            return wanted == JpegColor::kYcck ? JCS_YCCK : JCS_CMYK;
+        default:
+            return rows;
+    }
 }
 
 UINT16 density(double dots_per_inch) {
@@ -110,15 +125,19 @@ class JpegWriter final : public RowWriter, private JpegErrors {
         codec->in_color_space = colors;
         const int quality = encoding.quality;
         const bool progressive = encoding.progressive;
+        const J_COLOR_SPACE stored = stored_space(colors, encoding.color);
         run([=] {
             jpeg_set_defaults(codec);
+            jpeg_set_colorspace(codec, stored);
             jpeg_set_quality(codec, quality, TRUE);
             codec->optimize_coding = TRUE;
             if (progressive) {
                 jpeg_simple_progression(codec);
             }
         });
-        if (quality >= kFineQuality) {
+        if (!encoding.horizontal_sampling.empty() || !encoding.vertical_sampling.empty()) {
+            set_sampling(encoding);
+        } else if (quality >= kFineQuality) {
             for (int i = 0; i < codec->num_components; i++) {
                 codec->comp_info[i].h_samp_factor = 1;
                 codec->comp_info[i].v_samp_factor = 1;
@@ -143,6 +162,25 @@ class JpegWriter final : public RowWriter, private JpegErrors {
                 jpeg_write_marker(codec, JPEG_COM, text, text_size);
             }
         });
+    }
+
+    // A direction without factors has ones. Settings of a picture with other components, as those of a file whose
+    // colors were changed, count no more.
+    void set_sampling(const JpegEncoding& encoding) {
+        const auto components = static_cast<size_t>(m_codec.num_components);
+        int blocks = 0;
+        for (size_t i = 0; i < components; i++) {
+            const auto factor = [&](const std::vector<uint8_t>& factors) -> int {
+                return factors.size() == components ? factors[i] : 1;
+            };
+            m_codec.comp_info[i].h_samp_factor = factor(encoding.horizontal_sampling);
+            m_codec.comp_info[i].v_samp_factor = factor(encoding.vertical_sampling);
+            blocks += m_codec.comp_info[i].h_samp_factor * m_codec.comp_info[i].v_samp_factor;
+        }
+        if (components > 1 && blocks > kMostBlocks) {
+            unfit("a unit of a JPEG file has at most " + std::to_string(kMostBlocks) +
+                  " blocks; HorizontalSampling and VerticalSampling make " + std::to_string(blocks));
+        }
     }
 
     const uint8_t* inverted(std::span<const uint8_t> rows) {

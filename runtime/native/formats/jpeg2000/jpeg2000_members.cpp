@@ -100,6 +100,16 @@ void complete(const ImageObject& image, FormatEncoding& settings) {
     }
 }
 
+// The extensions of bare codestreams and of files with boxes. Another name keeps what the image has.
+void take_extension(const std::string& extension, FormatEncoding& settings) {
+    auto& jpeg2000 = settings.get<Jpeg2000Encoding>();
+    if (extension == "j2k" || extension == "j2c" || extension == "jpc") {
+        jpeg2000.codec = Jpeg2000Codec::kJ2k;
+    } else if (extension == "jp2" || extension == "jpf" || extension == "jpx") {
+        jpeg2000.codec = Jpeg2000Codec::kJp2;
+    }
+}
+
 void take_file(ImageObject& image) {
     const auto& jpeg2000 = image.facts().encoding->get<Jpeg2000Encoding>();
     set_property(image, "Codec", api_codec(jpeg2000));
@@ -131,6 +141,7 @@ const FormatMembers kJpeg2000Members{
     .renew = &renew,
     .take_image = &take_image,
     .complete = &complete,
+    .take_extension = &take_extension,
     .take_file = &take_file,
     .take_load_options = &take_load_options,
 };

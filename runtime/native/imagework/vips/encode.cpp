@@ -37,9 +37,6 @@ PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture) {
     return form;
 }
 
-namespace {
-
-// With a codec that says which rows it takes.
 void encode_rows(const FormatCodec& codec, VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const WantedRows wanted = codec.wanted(encoding.format, picture.rows_header());
     if (!wanted.keeps_profile) {
@@ -62,6 +59,8 @@ void encode_rows(const FormatCodec& codec, VipsPicture& picture, const Encoding&
     write_rows(picture, *writer);
     writer->finish();
 }
+
+namespace {
 
 const FormatCodec& writing_codec(Format format) {
     const FormatCodec* codec = codec_of(format);

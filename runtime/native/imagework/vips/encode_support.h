@@ -3,6 +3,7 @@
 #define ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_ENCODE_SUPPORT_H
 
 #include "runtime/native/imagework/backend.h"
+#include "runtime/native/imagework/format_codec.h"
 #include "runtime/native/imagework/vips/vips_picture.h"
 
 namespace zelmor::imagework {
@@ -18,6 +19,9 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding);
 
 // Throws PictureError(kEncoding).
 [[noreturn]] void unfit(const std::string& text);
+
+// Writes the picture with a codec that says which rows it takes.
+void encode_rows(const FormatCodec& codec, VipsPicture& picture, const Encoding& encoding, ByteSink& out);
 
 // The form of 8 bits a channel in the color model given, with alpha where the picture has it.
 PixelForm form_of_8_bits(ColorModel color, const VipsPicture& picture);

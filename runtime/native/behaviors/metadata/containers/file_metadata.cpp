@@ -2,10 +2,10 @@
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 
 #include <algorithm>
-#include <array>
 
 #include "runtime/native/behaviors/metadata/containers/file_parts.h"
 #include "runtime/native/behaviors/metadata/containers/metadata_container.h"
+#include "runtime/native/formats/format_room.h"
 #include "runtime/native/imagework/probe/probe.h"
 
 namespace zelmor::embed {
@@ -18,22 +18,34 @@ imagework::Format metadata_format(std::span<const std::byte> file) {
     return imagework::sniff({reinterpret_cast<const uint8_t*>(file.data()), file.size()});
 }
 
-const MetadataContainer* metadata_container(std::span<const std::byte> file) {
-    const imagework::Format format = metadata_format(file);
+namespace {
+
+// Null where there is none.
+const MetadataContainer* container_of(imagework::Format format) {
     const auto all = metadata_containers();
     const auto found =
         std::find_if(all.begin(), all.end(), [&](const MetadataContainer* known) { return known->format == format; });
     return found == all.end() ? nullptr : *found;
 }
 
-const MetadataContainer* metadata_container(const imagework::DataSource& file) {
-    std::array<uint8_t, 256> head{};  // the marks of all formats that have metadata stand there
-    const size_t count = file.read_at(0, head);
-    return metadata_container(std::as_bytes(std::span(head).first(count)));
+}  // namespace
+
+const MetadataContainer* metadata_container(std::span<const std::byte> file) {
+    return container_of(metadata_format(file));
+}
+
+const MetadataContainer* metadata_container(const imagework::SharedSource& file) {
+    imagework::SourceBytes bytes(file, FileParts::kHeaders);  // most formats are told by the first few bytes
+    for (const imagework::FormatRoom* room : imagework::format_rooms()) {
+        if (room->begins(imagework::ByteReader(bytes))) {
+            return container_of(room->format);
+        }
+    }
+    return nullptr;
 }
 
 FileMetadata find_metadata(const imagework::SharedSource& file) {
-    const MetadataContainer* container = metadata_container(*file);
+    const MetadataContainer* container = metadata_container(file);
     return container != nullptr ? container->find(file) : FileMetadata{};
 }
 

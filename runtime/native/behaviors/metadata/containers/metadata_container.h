@@ -42,7 +42,7 @@ struct MetadataContainer {
 std::span<const MetadataContainer* const> metadata_containers();
 // Of the format that the first bytes of a file belong to; null where there is none.
 const MetadataContainer* metadata_container(std::span<const std::byte> file);
-const MetadataContainer* metadata_container(const imagework::DataSource& file);
+const MetadataContainer* metadata_container(const imagework::SharedSource& file);
 
 }  // namespace zelmor::embed
 

@@ -1,0 +1,190 @@
+"""JPEG-LS files: the example of the standard, and pictures of every depth and layout, there and back."""
+
+from __future__ import annotations
+
+import io
+import struct
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from zelmor.imaging import DataRecoveryMode, FileFormat, Image, LoadOptions
+from zelmor.imaging.fileformats.jpeg import (JpegCompressionColorMode, JpegCompressionMode, JpegImage,
+                                             JpegLsInterleaveMode, JpegLsPresetCodingParameters)
+from zelmor.imaging.imageoptions import JpegOptions, PngOptions
+
+from support import png_files
+from support.arrays import Pixels
+from support.image_oracles import managed_error, noise, smooth
+
+#: Annex H.3 of ISO/IEC 14495-1: a picture of 4 by 4 samples, and its file without loss.
+EXAMPLE = np.array([[0, 0, 90, 74], [68, 50, 43, 205], [64, 145, 145, 145], [100, 145, 145, 145]], np.uint8)
+EXAMPLE_FILE = bytes.fromhex("FFD8FFF7000B0800040004010111 00FFDA0008010100000000C000006C80208E01C0000057400000"
+                             "6EE6000001BC1800 0005D80000916 0FFD9".replace(" ", ""))
+
+
+def options(**properties: Any) -> JpegOptions:
+    found = JpegOptions()
+    found.compression_type = JpegCompressionMode.JPEG_LS
+    for name, value in properties.items():
+        setattr(found, name, value)
+    return found
+
+
+def image_of(pixels: Pixels) -> Image:
+    file = io.BytesIO()
+    Pillow.fromarray(pixels).save(file, "PNG")
+    return Image.load(io.BytesIO(file.getvalue()))
+
+
+def deep_image(samples: Any) -> Image:
+    """An image of 16 bits a channel."""
+    color = 2 if samples.ndim == 3 else 0
+    return Image.load(io.BytesIO(png_files.to_bytes(png_files.Png(color, 16, samples.reshape(*samples.shape[:2], -1)))))
+
+
+def saved(image: Image, with_options: JpegOptions) -> bytes:
+    file = io.BytesIO()
+    image.save(file, with_options)
+    return file.getvalue()
+
+
+def samples(data: bytes) -> Any:
+    file = io.BytesIO()
+    Image.load(io.BytesIO(data)).save(file, PngOptions())
+    return png_files.from_bytes(file.getvalue()).samples.astype(int)
+
+
+def bare(data: bytes) -> bytes:
+    """The file without the segments that describe the picture."""
+    out, at = data[:2], 2
+    while data[at + 1] != 0xDA:
+        size = 2 + struct.unpack_from(">H", data, at + 2)[0]
+        out += b"" if 0xE0 <= data[at + 1] <= 0xEF else data[at:at + size]
+        at += size
+    return out + data[at:]
+
+
+def test_the_example_of_the_standard() -> None:
+    assert Image.get_file_format(io.BytesIO(EXAMPLE_FILE)) == FileFormat.JPEG
+    image = JpegImage._cast_to(Image.load(io.BytesIO(EXAMPLE_FILE))).value
+    assert (image.width, image.height, image.bits_per_pixel) == (4, 4, 8)
+    assert np.array_equal(samples(EXAMPLE_FILE)[..., 0], EXAMPLE)
+    data = saved(image_of(EXAMPLE), options(color_type=JpegCompressionColorMode.GRAYSCALE))
+    assert bare(data) == EXAMPLE_FILE
+
+
+@pytest.mark.parametrize("mode", list(JpegLsInterleaveMode))
+@pytest.mark.parametrize("bands", [1, 3])
+@pytest.mark.parametrize("make", [noise, smooth])
+def test_bytes_come_back(make: Any, bands: int, mode: JpegLsInterleaveMode) -> None:
+    picture = make(bands)
+    data = saved(image_of(picture), options(jpeg_ls_interleave_mode=mode))
+    assert b"\xff\xf7" in data
+    assert np.array_equal(samples(data).reshape(picture.shape), picture)
+    found = JpegOptions._cast_to(Image.load(io.BytesIO(data)).get_original_options()).value
+    assert found.compression_type == JpegCompressionMode.JPEG_LS
+    assert found.bits_per_channel == 8
+    assert found.jpeg_ls_interleave_mode == (mode if bands == 3 else JpegLsInterleaveMode.NONE)
+    again = io.BytesIO()
+    Image.load(io.BytesIO(data)).save(again)
+    assert np.array_equal(samples(again.getvalue()), samples(data))
+
+
+@pytest.mark.parametrize("bits", [2, 5, 8, 10, 12, 15, 16])
+@pytest.mark.parametrize("bands", [1, 3])
+def test_every_depth(bits: int, bands: int) -> None:
+    most = (1 << bits) - 1
+    stored = np.random.default_rng(bits).integers(0, most + 1, (11, 13, 3) if bands == 3 else (11, 13))
+    spread = (stored * 65535 + most // 2) // most
+    data = saved(deep_image(spread), options(bits_per_channel=bits))
+    frame = data.index(b"\xff\xf7")
+    assert data[frame + 4] == bits and data[frame + 9] == bands
+    found = samples(data).reshape(stored.shape)
+    top = 255 if bits <= 8 else 65535
+    assert np.array_equal(found, (stored * top + most // 2) // most)
+    assert JpegOptions._cast_to(Image.load(io.BytesIO(data)).get_original_options()).value.bits_per_channel == bits
+
+
+@pytest.mark.parametrize("error", [1, 3, 10])
+def test_a_greatest_error(error: int) -> None:
+    picture = noise()
+    data = saved(image_of(picture), options(jpeg_ls_allowed_lossy_error=error))
+    difference = np.abs(samples(data) - picture)
+    assert difference.max() == error
+    assert len(data) < len(saved(image_of(picture), options()))
+    assert JpegOptions._cast_to(Image.load(io.BytesIO(data)).get_original_options()).value \
+        .jpeg_ls_allowed_lossy_error == error
+
+
+def test_a_preset() -> None:
+    preset = JpegLsPresetCodingParameters()
+    preset.maximum_sample_value, preset.reset_value = 255, 31
+    preset.threshold1, preset.threshold2, preset.threshold3 = 4, 9, 25
+    data = saved(image_of(smooth()), options(jpeg_ls_preset=preset))
+    at = data.index(b"\xff\xf8")  # the segment of the standard for these numbers
+    assert struct.unpack_from(">HB5H", data, at + 2) == (13, 1, 255, 4, 9, 25, 31)
+    assert np.array_equal(samples(data), smooth())
+    preset.threshold1 = 200
+    with managed_error("ImageSaveException", "JpegLsPreset"):
+        saved(image_of(smooth()), options(jpeg_ls_preset=preset))
+
+
+def test_what_describes_the_picture() -> None:
+    chosen = options(comment="words")
+    image = image_of(smooth())
+    data = saved(image, chosen)
+    assert b"words" in data and b"JFIF" in data
+    again = JpegImage._cast_to(Image.load(io.BytesIO(data))).value
+    assert again.comment == "words"
+    assert again.horizontal_resolution == pytest.approx(96, abs=0.5)
+
+
+def test_the_end_of_the_picture_in_a_stream() -> None:
+    data = saved(image_of(noise()), options())
+    stream = io.BytesIO(data + b"behind")
+    Image.load(stream)
+    assert stream.read() == b"behind"
+
+
+@pytest.mark.parametrize(("properties", "text"), [
+    ({"color_type": JpegCompressionColorMode.CMYK}, "JpegOptions.ColorType beside JpegCompressionMode.JPEG_LS"),
+    ({"horizontal_sampling": b"\2\1\1"}, "JpegOptions.HorizontalSampling beside JpegCompressionMode.JPEG_LS"),
+    ({"compression_type": JpegCompressionMode.LOSSLESS}, "JpegOptions.CompressionType"),
+    ({"compression_type": JpegCompressionMode.BASELINE, "bits_per_channel": 12},
+     "JpegOptions.BitsPerChannel without JpegCompressionMode.JPEG_LS"),
+    ({"compression_type": JpegCompressionMode.BASELINE, "jpeg_ls_allowed_lossy_error": 2},
+     "JpegOptions.JpegLsAllowedLossyError without JpegCompressionMode.JPEG_LS"),
+])
+def test_options_that_do_not_go_together(properties: dict[str, Any], text: str) -> None:
+    with managed_error("NotSupportedException", text):
+        saved(image_of(smooth()), options(**properties))
+
+
+def test_damage_is_an_error() -> None:
+    data = saved(image_of(noise()), options())
+    generator = np.random.default_rng(3)
+    for size in (len(data) // 2, len(data) - 2, 30):
+        with managed_error("ImageLoadException", "JPEG"):
+            samples(data[:size])
+    lenient = LoadOptions()
+    lenient.data_recovery_mode = DataRecoveryMode.MAXIMAL_RECOVER
+    with managed_error("ImageLoadException", "JPEG"):
+        Image.load(io.BytesIO(data[:len(data) // 2]), lenient).save(io.BytesIO(), PngOptions())
+    for _ in range(100):
+        damaged = bytearray(data)
+        for at in generator.integers(2, len(data), 3):
+            damaged[at] = generator.integers(0, 256)
+        try:
+            image = Image.load(io.BytesIO(bytes(damaged)))
+            if image.width * image.height < 100_000:
+                samples(bytes(damaged))
+        except RuntimeError as error:
+            assert str(error).startswith("Proxy error("), error
+
+
+def test_other_components_are_refused() -> None:
+    frame = b"\xff\xf7" + struct.pack(">HBHHB", 14, 8, 4, 4, 2) + b"\1\x11\0\2\x11\0"
+    with managed_error("NotSupportedException", "a JPEG-LS picture of 2 components is not read"):
+        Image.load(io.BytesIO(b"\xff\xd8" + frame + EXAMPLE_FILE[15:])).save(io.BytesIO(), PngOptions())
