@@ -86,6 +86,20 @@ constexpr size_t kXmpBytes = 64 * kMebibyte;
 constexpr size_t kXmpDepth = 256;
 constexpr size_t kXmpElements = 1'000'000;
 
+// --- Drawings of lines and text -------------------------------------------------------------------------------------
+
+// Elements, attributes and pieces of text of one XML file, and how deep elements, groups and formulas nest.
+constexpr uint64_t kDrawingNodes = uint64_t{1} << 21;
+constexpr size_t kDrawingDepth = 256;
+// Lines, tiles and steps that one fill is drawn with.
+constexpr int64_t kFillSteps = 100'000;
+// Seconds and bytes that the parser of a drawing may take.
+constexpr int kDrawingSeconds = 20;
+constexpr uint64_t kDrawingBytes = 1024 * kMebibyte;
+// The same of a PostScript program.
+constexpr int kPostScriptSeconds = 20;
+constexpr uint64_t kPostScriptBytes = 2048 * kMebibyte;
+
 // --- Files that are written over ------------------------------------------------------------------------------------
 
 // Bytes of a file that is written over while images still need its old content: up to so many are kept in memory, which

@@ -16,14 +16,9 @@ WMF = b"\xd7\xcd\xc6\x9a" + bytes(18) + b"\1\0\x09\0\0\3" + bytes(40)
 
 #: The member of FileFormat, the name in messages, a beginning of a file.
 KNOWN = [
-    ("CDR", "CDR", b"RIFF\x40\0\0\0CDR9vrsn" + bytes(48)),
-    ("CMX", "CMX", b"RIFF\x40\0\0\0CMX1cont" + bytes(48)),
     ("DXF", "DXF", b"  0\r\nSECTION\r\n  2\r\nHEADER\r\n"),
     ("EMF", "EMF", EMF),
     ("EMZ", "EMF", gzip.compress(EMF, mtime=0)),
-    ("EPS", "EPS", b"%!PS-x\n%%BoundingBox: 0 0 1 1\n"),
-    ("ODG", "ODG", b"PK\3\4\x0a" + bytes(13) + b"\x2b\0\0\0\x2b\0\0\0\x08\0\0\0mimetype"
-     b"application/vnd.oasis.opendocument.graphics" + bytes(40)),
     ("PDF", "PDF", b"%PDF-1.4\n"),
     ("HTML5_CANVAS", "HTML5 canvas", b"<!DOCTYPE html>\n<canvas></canvas>"),
     ("WMF", "WMF", WMF),

@@ -40,8 +40,8 @@ from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
-WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "DxfOptions", "GifOptions",
-            "Html5CanvasOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions",
+WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "DxfOptions", "EpsOptions",
+            "GifOptions", "Html5CanvasOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions",
             "PsdOptions", "SvgOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
 
 #: Properties without an effect that a test can see here. The only callback that a program can get does what is done

@@ -37,9 +37,11 @@ struct OptionRule {
 
 using namespace api::ImageLoadOptions;
 using namespace api::ImageOptions;
-using api::FileFormats::Pdf::PdfCoreOptions;
 using api::ImageOptionsBase;
 using api::LoadOptions;
+using api::FileFormats::Eps::EpsLoadOptions;
+using api::FileFormats::Eps::EpsOptions;
+using api::FileFormats::Pdf::PdfCoreOptions;
 
 constexpr OptionRule kRules[] = {
     {ImageOptionsBase::property_XmpData, kEffective},
@@ -229,6 +231,10 @@ constexpr OptionRule kRules[] = {
     {DxfOptions::kType, ImageOptionsBase::property_BufferSizeHint, kRefused},
     {DxfOptions::kType, ImageOptionsBase::property_FullFrame, kRefused},
 
+    {EpsOptions::property_SubType, kEffective},
+    {EpsOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {EpsOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
+
     {VectorRasterizationOptions::property_BorderX, kEffective},
     {VectorRasterizationOptions::property_BorderY, kEffective},
     {VectorRasterizationOptions::property_CenterDrawing, kEffective},
@@ -253,7 +259,7 @@ constexpr OptionRule kRules[] = {
     {CdrRasterizationOptions::property_ScaleY, kEffective},
     {EmfRasterizationOptions::property_RenderMode, kEffective},
     {WmfRasterizationOptions::property_RenderMode, kEffective},
-    {EpsRasterizationOptions::property_PreviewToExport, kRefused},
+    {EpsRasterizationOptions::property_PreviewToExport, kEffective},
 
     {MultiPageOptions::property_Pages, kEffective},
     {MultiPageOptions::property_PageTitles, kEffective},
@@ -268,9 +274,9 @@ constexpr OptionRule kRules[] = {
     {LoadOptions::property_DataBackgroundColor, kEffective},
     {LoadOptions::property_UseIccProfileConversion, kEffective},
     {LoadOptions::property_BufferSizeHint, kEffective},
-    {CdrLoadOptions::property_DefaultFont, kRefused},
+    {CdrLoadOptions::property_DefaultFont, kEffective},
     {DngLoadOptions::property_Fbdd, kRefused},
-    {api::FileFormats::Eps::EpsLoadOptions::property_PreviewExportFormat, kRefused},
+    {EpsLoadOptions::property_PreviewExportFormat, kEffective},
     {DngLoadOptions::property_AdjustWhiteBalance, kRefused},
     {Jpeg2000LoadOptions::property_MaximumDecodingTime, kEffective},
     {Jpeg2000LoadOptions::property_MaximumDecodingTimeForTile, kEffective},

@@ -12,6 +12,13 @@ bool begins_cdr(const ByteReader& in) {
     return riff || has_zip_entry(in, "content/riffData.cdr") || has_zip_entry(in, "content/root.dat");
 }
 
+// The size of the pages stands among the chunks, some of which are packed.
+void probe_cdr(const ByteReader&, FileFacts& facts) {
+    facts.readable = true;
+    facts.bits_per_pixel = 32;
+    facts.has_alpha = true;
+}
+
 constexpr const char* kExtensions[] = {"cdr"};
 
 }  // namespace
@@ -22,6 +29,7 @@ const FormatRoom kCdrRoom{
     .name = "CDR",
     .extensions = kExtensions,
     .begins = &begins_cdr,
+    .probe = &probe_cdr,
 };
 
 }  // namespace zelmor::imagework

@@ -8,6 +8,13 @@ bool begins_cmx(const ByteReader& in) {
     return (in.starts_with(0, "RIFF") || in.starts_with(0, "RIFX")) && in.starts_with(8, "CMX1");
 }
 
+// The size of the pages stands among the chunks, some of which are packed.
+void probe_cmx(const ByteReader&, FileFacts& facts) {
+    facts.readable = true;
+    facts.bits_per_pixel = 32;
+    facts.has_alpha = true;
+}
+
 constexpr const char* kExtensions[] = {"cmx"};
 
 }  // namespace
@@ -18,6 +25,7 @@ const FormatRoom kCmxRoom{
     .name = "CMX",
     .extensions = kExtensions,
     .begins = &begins_cmx,
+    .probe = &probe_cmx,
 };
 
 }  // namespace zelmor::imagework

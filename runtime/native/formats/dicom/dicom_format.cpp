@@ -7,7 +7,7 @@
 #include "runtime/native/formats/format_room.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
-#include "runtime/native/imagework/probe/packed_head.h"
+#include "runtime/native/imagework/probe/inflate.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -18,7 +18,7 @@ bool begins_dicom(const ByteReader& in) {
 
 // The file up to the data set, and behind it the data set as it was before it was compressed.
 std::vector<uint8_t> inflated_file(const ByteReader& file, const DicomHeader& header, size_t most) {
-    const std::vector<uint8_t> data_set = inflated(file, header.data_set_at, most);
+    const std::vector<uint8_t> data_set = inflated(file, header.data_set_at, 64 * most, Wrapping::kNone, most).bytes;
     const auto head = file.piece(0, header.data_set_at);
     std::vector<uint8_t> whole(head.begin(), head.end());
     whole.insert(whole.end(), data_set.begin(), data_set.end());

@@ -26,6 +26,14 @@ Variant variant_of(const ByteReader& in) {
     return is_zip_of_type(in, kType) ? Variant::kUsual : Variant::kFOdg;
 }
 
+// The size of the pages stands in a part of the archive.
+void probe_odg(const ByteReader& in, FileFacts& facts) {
+    facts.readable = true;
+    facts.bits_per_pixel = 32;
+    facts.has_alpha = true;
+    facts.variant = variant_of(in);
+}
+
 constexpr const char* kExtensions[] = {"odg", "fodg"};
 
 }  // namespace
@@ -36,7 +44,7 @@ const FormatRoom kOdgRoom{
     .name = "ODG",
     .extensions = kExtensions,
     .begins = &begins_odg,
-    .variant = &variant_of,
+    .probe = &probe_odg,
 };
 
 }  // namespace zelmor::imagework

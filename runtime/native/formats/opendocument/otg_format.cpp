@@ -9,6 +9,13 @@ bool begins_otg(const ByteReader& in) {
     return is_zip_of_type(in, "application/vnd.oasis.opendocument.graphics-template");
 }
 
+// The size of the pages stands in a part of the archive.
+void probe_otg(const ByteReader&, FileFacts& facts) {
+    facts.readable = true;
+    facts.bits_per_pixel = 32;
+    facts.has_alpha = true;
+}
+
 constexpr const char* kExtensions[] = {"otg"};
 
 }  // namespace
@@ -19,6 +26,7 @@ const FormatRoom kOtgRoom{
     .name = "OTG",
     .extensions = kExtensions,
     .begins = &begins_otg,
+    .probe = &probe_otg,
 };
 
 }  // namespace zelmor::imagework

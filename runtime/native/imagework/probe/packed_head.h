@@ -17,8 +17,6 @@ namespace zelmor::imagework {
 
 // At most so many of the first bytes of what a gzip file packs; empty where the file is none.
 std::vector<uint8_t> unpacked_head(const ByteReader& file, size_t most);
-// The same of a deflate stream without a header, from an offset on.
-std::vector<uint8_t> inflated(const ByteReader& file, uint64_t at, size_t most);
 
 // Whether a zip archive begins with an entry "mimetype", stored unpacked, of exactly this text.
 bool is_zip_of_type(const ByteReader& file, std::string_view mime_type);

@@ -1,14 +1,12 @@
 // The tree from expat's events; see xml_reader.h.
 #include "runtime/native/behaviors/metadata/xmp/xml_reader.h"
 
-#include <dlfcn.h>
-#include <expat.h>
-
 #include <exception>
 #include <memory>
 
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/imagework/limits.h"
+#include "runtime/native/imagework/probe/expat_library.h"
 
 namespace zelmor::embed {
 
@@ -18,60 +16,13 @@ namespace limits = imagework::limits;
 
 constexpr char kSeparator = '\n';  // no part of a name or a namespace that a parser hands out
 
-// The functions of the library that are used here.
-struct Expat {
-    decltype(&XML_ParserCreateNS) create;
-    decltype(&XML_ParserFree) release;
-    decltype(&XML_SetReturnNSTriplet) return_triplets;
-    decltype(&XML_SetUserData) set_user_data;
-    decltype(&XML_SetElementHandler) on_element;
-    decltype(&XML_SetCharacterDataHandler) on_text;
-    decltype(&XML_SetProcessingInstructionHandler) on_instruction;
-    decltype(&XML_SetStartDoctypeDeclHandler) on_document_type;
-    decltype(&XML_StopParser) stop;
-    decltype(&XML_Parse) parse;
-    decltype(&XML_GetErrorCode) error_code;
-    decltype(&XML_ErrorString) error_text;
-    decltype(&XML_GetCurrentLineNumber) line;
-};
-
-[[noreturn]] void throw_unloadable() {
-    const char* reason = dlerror();
-    throw ManagedException("DllNotFoundException", std::string("The XML library libexpat.so.1 cannot be loaded: ") +
-                                                       (reason != nullptr ? reason : "no reason was given") + ".");
-}
-
-Expat load_expat() {
-    void* library = dlopen("libexpat.so.1", RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (library == nullptr) {
-        throw_unloadable();
+const imagework::Expat& expat() {
+    const imagework::ExpatLibrary& library = imagework::expat_library();
+    if (!library.loaded) {
+        throw ManagedException("DllNotFoundException",
+                               "The XML library libexpat.so.1 cannot be loaded: " + library.reason + ".");
     }
-    Expat expat{};
-    const auto find = [&]<class F>(F& function, const char* name) {
-        function = reinterpret_cast<F>(dlsym(library, name));
-        if (!function) {
-            throw_unloadable();
-        }
-    };
-    find(expat.create, "XML_ParserCreateNS");
-    find(expat.release, "XML_ParserFree");
-    find(expat.return_triplets, "XML_SetReturnNSTriplet");
-    find(expat.set_user_data, "XML_SetUserData");
-    find(expat.on_element, "XML_SetElementHandler");
-    find(expat.on_text, "XML_SetCharacterDataHandler");
-    find(expat.on_instruction, "XML_SetProcessingInstructionHandler");
-    find(expat.on_document_type, "XML_SetStartDoctypeDeclHandler");
-    find(expat.stop, "XML_StopParser");
-    find(expat.parse, "XML_Parse");
-    find(expat.error_code, "XML_GetErrorCode");
-    find(expat.error_text, "XML_ErrorString");
-    find(expat.line, "XML_GetCurrentLineNumber");
-    return expat;
-}
-
-const Expat& expat() {
-    static const Expat functions = load_expat();
-    return functions;
+    return library.functions;
 }
 
 // "uri\nname\nprefix"; the name alone where it has no namespace.
@@ -167,7 +118,7 @@ XmlDocument read_xml(std::span<const std::byte> text) {
     if (text.size() > limits::kXmpBytes) {
         throw ManagedException("XmlException", "The XMP packet is too large.");
     }
-    const Expat& library = expat();
+    const imagework::Expat& library = expat();
     const std::unique_ptr<XML_ParserStruct, Release> parser(library.create(nullptr, kSeparator));
     if (!parser) {
         throw std::bad_alloc();

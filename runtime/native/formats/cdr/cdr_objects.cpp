@@ -1,0 +1,405 @@
+// Objects from chunks; see cdr_objects.h.
+#include "runtime/native/formats/cdr/cdr_objects.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Const.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Enum.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Types.h"
+#include "runtime/native/collections/collection.h"
+#include "runtime/native/core/text.h"
+#include "runtime/native/formats/cdr/riff_tree.h"
+#include "runtime/native/formats/opendocument/zip_archive.h"
+#include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/probe/byte_reader.h"
+
+namespace zelmor::embed {
+
+using namespace imagework;
+namespace objects = api::FileFormats::Cdr::Objects;
+namespace cdr_types = api::FileFormats::Cdr::Types;
+
+namespace {
+
+// Versions are hundreds: 600 is the sixth.
+constexpr uint32_t kLongNumbers = 600;  // 32 bits from here on, and 16 before
+
+Value bytes_value(std::span<const uint8_t> bytes) {
+    const auto* first = reinterpret_cast<const std::byte*>(bytes.data());
+    return Bytes(first, first + bytes.size());
+}
+
+// Numbers one after the other, in the form of the file's version.
+class Numbers {
+ public:
+    Numbers(std::span<const uint8_t> data, uint32_t version, bool big_endian, uint64_t at = 0)
+        : m_in(data, big_endian), m_version(version), m_at(at) {}
+
+    bool ok() const { return m_in.ok(); }
+    bool has(uint64_t count) const { return m_in.has(m_at, count); }
+    uint8_t u8() { return m_in.u8(step(1)); }
+    uint16_t u16() { return m_in.u16(step(2)); }
+    uint32_t u32() { return m_in.u32(step(4)); }
+    bool is_long() const { return m_version >= kLongNumbers; }
+    uint32_t count() { return is_long() ? u32() : u16(); }
+    // Inches.
+    double length() {
+        constexpr double kTenthsOfMicrometer = 254000;
+        return is_long() ? static_cast<int32_t>(u32()) / kTenthsOfMicrometer : static_cast<int16_t>(u16()) / 1000.0;
+    }
+    double angle() { return is_long() ? static_cast<int32_t>(u32()) / 1e6 : static_cast<int16_t>(u16()) / 10.0; }
+    double real() {
+        const uint64_t bits = m_in.u64(step(8));
+        double value = 0;
+        static_assert(sizeof value == sizeof bits);
+        std::memcpy(&value, &bits, sizeof value);
+        return value;
+    }
+    void skip(uint64_t count) { step(count); }
+    std::span<const uint8_t> piece(uint64_t count) { return m_in.piece(step(count), count); }
+
+ private:
+    uint64_t step(uint64_t count) {
+        const uint64_t at = m_at;
+        m_at += count;
+        return at;
+    }
+    ByteReader m_in;
+    uint32_t m_version;
+    uint64_t m_at;
+};
+
+class ObjectMaker {
+ public:
+    ObjectMaker(const RiffTree& tree, Ref<ManagedObject> document)
+        : m_big_endian(tree.big_endian), m_document(std::move(document)) {}
+
+    void take(const RiffChunk& root) {
+        if (const RiffChunk* version = root.child("vrsn")) {
+            m_version = Numbers(version->data, 0, m_big_endian).u16();
+        }
+        set_property(*m_document, "Version", static_cast<int32_t>(m_version));
+        children(root, m_document);
+    }
+
+ private:
+    Ref<ManagedObject> add(const Ref<ManagedObject>& parent, const TypeName& type) {
+        auto object = make_instance(type.name);
+        set_property(*object, "Parent", Ref<ManagedObject>(parent));
+        set_property(*object, "Document", Ref<ManagedObject>(m_document));
+        cast_object<ManagedList>(*property_object(*parent, "Items")).append(Ref<ManagedObject>(object));
+        return object;
+    }
+
+    Numbers numbers(const RiffChunk& chunk) const { return {chunk.data, m_version, m_big_endian}; }
+
+    void children(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
+        for (const RiffChunk& each : chunk.children) {
+            if (each.is_list()) {
+                list(each, parent);
+            } else {
+                leaf(each, parent);
+            }
+        }
+    }
+
+    void list(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
+        if (chunk.kind == "cmpr") {
+            children(chunk, parent);
+        } else if (chunk.kind == "page") {
+            auto page = add(parent, objects::CdrPage::kType);
+            set_property(*page, "PageNumber", ++m_pages);
+            set_property(*page, "Width", m_width);
+            set_property(*page, "Height", m_height);
+            children(chunk, page);
+        } else {
+            auto made = add(parent, objects::CdrListObjects::kType);
+            set_property(*made, "Type", to_utf16(chunk.kind));
+            children(chunk, made);
+        }
+    }
+
+    void leaf(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
+        Numbers in = numbers(chunk);
+        const auto set_data = [&](const TypeName& type) {
+            set_property(*add(parent, type), "Data", bytes_value(chunk.data));
+        };
+        if (chunk.id == "vrsn") {
+            set_property(*add(parent, objects::CdrVersion::kType), "Version", static_cast<int32_t>(in.u16()));
+        } else if (chunk.id == "DISP") {
+            auto object = add(parent, objects::CdrDisp::kType);
+            set_property(*object, "Type", static_cast<int64_t>(in.u32()));
+            set_property(*object, "Data", bytes_value(in.piece(chunk.data.size())));
+        } else if (chunk.id == "flgs") {
+            set_property(*add(parent, objects::CdrFlgs::kType), "Flags", static_cast<int64_t>(in.u32()));
+        } else if (chunk.id == "mcfg") {
+            page_size(in, parent);
+        } else if (chunk.id == "iccp") {
+            set_data(objects::CdrIcc::kType);
+        } else if (chunk.id == "udta") {
+            set_data(objects::CdrUdta::kType);
+        } else if (chunk.id == "font") {
+            font(in, parent);
+        } else if (chunk.id == "bbox") {
+            auto box = add(parent, objects::CdrBbox::kType);
+            set_property(*box, "LeftTop", point(in));
+            set_property(*box, "RightBottom", point(in));
+        } else if (chunk.id == "trfd") {
+            transforms(chunk, parent);
+        } else if (chunk.id == "loda") {
+            graphic(chunk, parent);
+        }
+        // Others have no object, or only a list around them that holds what is known.
+    }
+
+    Value point(Numbers& in) const {
+        auto made = make_instance(cdr_types::PointD::kType.name);
+        set_property(*made, "X", in.length());
+        set_property(*made, "Y", in.length());
+        return made;
+    }
+
+    void page_size(Numbers& in, const Ref<ManagedObject>& parent) {
+        // Where the size stands depends on the version.
+        if (m_version >= 1300) {
+            in.skip(12);
+        } else if (m_version >= 900) {
+            in.skip(4);
+        } else if (m_version < 700 && m_version >= kLongNumbers) {
+            in.skip(0x1C);
+        }
+        m_width = in.length();
+        m_height = in.length();
+        auto object = add(parent, objects::CdrMcfg::kType);
+        set_property(*object, "Width", m_width);
+        set_property(*object, "Height", m_height);
+    }
+
+    void font(Numbers& in, const Ref<ManagedObject>& parent) {
+        auto object = add(parent, objects::CdrFont::kType);
+        set_property(*object, "Id", static_cast<int32_t>(in.u16()));
+        set_property(*object, "Encoding", static_cast<int32_t>(in.u16()));
+        in.skip(14);
+        std::u16string name;
+        constexpr size_t kMostName = 256;
+        const bool wide = m_version >= 1200;
+        while (in.has(wide ? 2 : 1) && name.size() < kMostName) {
+            const char16_t letter = wide ? in.u16() : in.u8();
+            if (letter == 0) {
+                break;
+            }
+            name += letter;
+        }
+        set_property(*object, "FontName", std::move(name));
+    }
+
+    // The parts of a graphic object or a transform: their places, and what each is.
+    struct Part {
+        uint32_t kind;
+        uint64_t at;
+    };
+    std::vector<Part> parts(const RiffChunk& chunk, uint32_t& type) const {
+        Numbers in = numbers(chunk);
+        in.count();  // the size again
+        const uint32_t count = in.count();
+        const uint32_t places = in.count();
+        const uint32_t kinds = in.count();
+        type = in.count();
+        std::vector<Part> result;
+        const uint64_t width = in.is_long() ? 4 : 2;
+        if (!in.ok() || count > chunk.data.size() / width) {
+            return result;
+        }
+        Numbers place(chunk.data, m_version, m_big_endian, places);
+        for (uint32_t i = 0; i < count; i++) {
+            // Kinds stand in the opposite order.
+            Numbers kind(chunk.data, m_version, m_big_endian, kinds + (count - 1 - i) * width);
+            result.push_back({kind.count(), place.count()});
+        }
+        return result;
+    }
+
+    void transforms(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
+        uint32_t type = 0;
+        std::vector<double> values;
+        for (const Part& part : parts(chunk, type)) {
+            Numbers in(chunk.data, m_version, m_big_endian, part.at);
+            if (m_version >= 1300) {
+                in.skip(8);
+            }
+            constexpr uint16_t kMatrix = 8;
+            if (in.u16() != kMatrix) {
+                continue;
+            }
+            if (m_version >= kLongNumbers) {
+                in.skip(6);
+            }
+            for (int i = 0; i < 6; i++) {
+                // Moves are lengths.
+                const bool moves = i % 3 == 2;
+                if (m_version >= 500) {
+                    values.push_back(in.real() / (moves ? (m_version < kLongNumbers ? 1000.0 : 254000.0) : 1));
+                } else {
+                    values.push_back(moves ? in.length() : static_cast<int32_t>(in.u32()) / 65536.0);
+                }
+            }
+            if (!in.ok()) {
+                return;
+            }
+        }
+        auto object = add(parent, objects::CdrTransforms::kType);
+        set_property(*object, "Transforms", Ref<ManagedObject>(make_array<double>(std::move(values))));
+    }
+
+    void graphic(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
+        uint32_t type = 0;
+        const std::vector<Part> found = parts(chunk, type);
+        constexpr uint32_t kCoordinates = 0x1E;
+        const auto coordinates =
+            std::find_if(found.begin(), found.end(), [](const Part& part) { return part.kind == kCoordinates; });
+        if (coordinates == found.end()) {
+            return;
+        }
+        Numbers in(chunk.data, m_version, m_big_endian, coordinates->at);
+        Ref<ManagedObject> object;
+        switch (type) {
+            case 0x01:
+                object = rectangle(in, parent);
+                break;
+            case 0x02:
+                object = ellipse(in, parent);
+                break;
+            case 0x03:
+                object = curve(in, parent, objects::CdrCurve::kType);
+                break;
+            case 0x04:
+                object = add(parent, objects::CdrArtisticText::kType);
+                set_property(*object, "Origin", point(in));
+                break;
+            case 0x06: {
+                object = add(parent, objects::CdrParagraph::kType);
+                in.length();
+                in.length();
+                set_property(*object, "Width", in.length());
+                set_property(*object, "Height", in.length());
+                break;
+            }
+            case 0x14:
+                object = curve(in, parent, objects::CdrPolygon::kType);
+                break;
+            case 0x25:
+                in.skip(4);
+                object = curve(in, parent, objects::CdrPathObject::kType);
+                break;
+            default:
+                return;  // of a kind that the API has no class for
+        }
+        for (const Part& part : found) {
+            Numbers number(chunk.data, m_version, m_big_endian, part.at);
+            const char* property = part.kind == 0x14   ? "FillId"
+                                   : part.kind == 0x0A ? "OutlineId"
+                                   : part.kind == 0xC8 ? "StyleId"
+                                                       : nullptr;
+            if (property != nullptr) {
+                set_property(*object, property, static_cast<int32_t>(number.u32()));
+            }
+        }
+    }
+
+    Ref<ManagedObject> rectangle(Numbers& in, const Ref<ManagedObject>& parent) {
+        auto object = add(parent, objects::CdrRectangle::kType);
+        set_property(*object, "Width", in.length());
+        set_property(*object, "Height", in.length());
+        double corners[4] = {};
+        double scale_x = 1, scale_y = 1;
+        uint8_t corner_type = 0;
+        if (m_version < 1500) {
+            corners[3] = in.length();
+            for (int i = 2; i >= 0; i--) {
+                corners[i] = m_version < 900 ? corners[3] : in.length();
+            }
+        } else {
+            scale_x = in.real();
+            scale_y = in.real();
+            const bool with_scale = in.u8() != 0;
+            in.skip(7);
+            for (int i = 3; i >= 0; i--) {
+                corners[i] = with_scale ? in.real() : in.real() / 254000;
+                corner_type = in.u8();
+                in.skip(7 + 8);
+            }
+        }
+        const char* const kNames[] = {"R0", "R1", "R2", "R3"};
+        for (int i = 0; i < 4; i++) {
+            set_property(*object, kNames[i], corners[i]);
+        }
+        set_property(*object, "CornerType", static_cast<int32_t>(corner_type));
+        set_property(*object, "ScaleX", scale_x);
+        set_property(*object, "ScaleY", scale_y);
+        return object;
+    }
+
+    Ref<ManagedObject> ellipse(Numbers& in, const Ref<ManagedObject>& parent) {
+        auto object = add(parent, objects::CdrEllipse::kType);
+        const double width = in.length();
+        const double height = in.length();
+        set_property(*object, "CenterX", width / 2);
+        set_property(*object, "CenterY", height / 2);
+        set_property(*object, "Rx", std::abs(width / 2));
+        set_property(*object, "Ry", std::abs(height / 2));
+        set_property(*object, "Angle1", in.angle());
+        set_property(*object, "Angle2", in.angle());
+        set_property(*object, "Pie", in.count() != 0);
+        return object;
+    }
+
+    Ref<ManagedObject> curve(Numbers& in, const Ref<ManagedObject>& parent, const TypeName& type) {
+        auto object = add(parent, type);
+        const uint64_t count = in.is_long() ? in.u32() : in.u16();
+        const uint64_t width = in.is_long() ? 9 : 5;  // of two coordinates and a type
+        if (!in.has(count * width)) {
+            return object;
+        }
+        std::vector<Value> points;
+        for (uint64_t i = 0; i < count; i++) {
+            points.push_back(point(in));
+        }
+        set_property(
+            *object, "Points",
+            Ref<ManagedObject>(make_ref<ValueList>(
+                ListShape::kArray, element_of(Wire::kStruct, cdr_types::PointD::kType.name), std::move(points))));
+        set_property(*object, "PointTypes", bytes_value(in.piece(count)));
+        return object;
+    }
+
+    bool m_big_endian;
+    Ref<ManagedObject> m_document;
+    uint32_t m_version = 0;
+    int32_t m_pages = 0;
+    double m_width = 0, m_height = 0;
+};
+
+}  // namespace
+
+Ref<ManagedObject> cdr_document(std::span<const uint8_t> file) {
+    auto document = make_instance(objects::CdrDocument::kType.name);
+    std::vector<uint8_t> part;
+    if (ByteReader(file).starts_with(0, "PK")) {
+        const ZipArchive archive(file);
+        for (const char* name : {"content/riffData.cdr", "content/root.dat"}) {
+            if (auto found = archive.read(name)) {
+                part = std::move(*found);
+                break;
+            }
+        }
+        file = part;
+    }
+    const RiffTree tree = riff_tree(file);
+    ObjectMaker(tree, document).take(tree.root);
+    return document;
+}
+
+}  // namespace zelmor::embed

@@ -1,0 +1,102 @@
+// A program that draws PostScript: from the standard input to a PNG file on the standard output.
+//
+// PostScript is a programming language, and a file can run for ever or take all memory. So it is drawn in a process of
+// its own, whose time and memory are limited and which can write no file. The interpreter is Ghostscript's library,
+// which has to be installed; it allows programs no access to files besides its own ones.
+//
+// Arguments: width and height in pixels, dots per inch across and down, the point that becomes the left lower corner,
+// seconds, bytes of memory, and 1 for smooth edges. Exit codes: 0, kNoLibrary, kFailed.
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "runtime/native/core/child_limits.h"
+#include "runtime/native/formats/eps/postscript_process.h"
+
+namespace {
+
+using zelmor::embed::limit_process;
+using zelmor::embed::PostScriptExit;
+
+// Of the library's interface; all of its versions have them.
+using NewInstance = int (*)(void** instance, void* caller);
+using SetArgumentEncoding = int (*)(void* instance, int encoding);
+using InitWithArguments = int (*)(void* instance, int count, char** arguments);
+using Exit = int (*)(void* instance);
+using DeleteInstance = void (*)(void* instance);
+constexpr int kUtf8 = 1;
+
+void* open_library() {
+    for (const char* name : {"libgs.so.10", "libgs.so.9"}) {
+        if (void* library = dlopen(name, RTLD_NOW | RTLD_LOCAL); library != nullptr) {
+            return library;
+        }
+    }
+    return nullptr;
+}
+
+int draw(char** arguments) {
+    void* library = open_library();
+    if (library == nullptr) {
+        return static_cast<int>(PostScriptExit::kNoLibrary);
+    }
+    const auto create = reinterpret_cast<NewInstance>(dlsym(library, "gsapi_new_instance"));
+    const auto encode = reinterpret_cast<SetArgumentEncoding>(dlsym(library, "gsapi_set_arg_encoding"));
+    const auto run = reinterpret_cast<InitWithArguments>(dlsym(library, "gsapi_init_with_args"));
+    const auto end = reinterpret_cast<Exit>(dlsym(library, "gsapi_exit"));
+    const auto destroy = reinterpret_cast<DeleteInstance>(dlsym(library, "gsapi_delete_instance"));
+    if (create == nullptr || encode == nullptr || run == nullptr || end == nullptr || destroy == nullptr) {
+        return static_cast<int>(PostScriptExit::kNoLibrary);
+    }
+    const std::string size = std::string("-g") + arguments[1] + "x" + arguments[2];
+    const std::string resolution = std::string("-r") + arguments[3] + "x" + arguments[4];
+    const std::string place = std::string(arguments[5]) + " neg " + arguments[6] + " neg translate";
+    const char* bits = std::string(arguments[9]) == "1" ? "4" : "1";
+    std::vector<std::string> texts{"gs",
+                                   "-dSAFER",
+                                   "-dBATCH",
+                                   "-dNOPAUSE",
+                                   "-dQUIET",
+                                   "-dNOPROMPT",
+                                   "-dFIXEDMEDIA",
+                                   "-sDEVICE=pngalpha",
+                                   "-dMaxBitmap=2147483647",
+                                   size,
+                                   resolution,
+                                   std::string("-dTextAlphaBits=") + bits,
+                                   std::string("-dGraphicsAlphaBits=") + bits,
+                                   "-sstdout=%stderr",
+                                   "-sOutputFile=-",
+                                   "-c",
+                                   place,
+                                   "-f",
+                                   "-"};
+    std::vector<char*> pointers;
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    void* instance = nullptr;
+    if (create(&instance, nullptr) < 0) {
+        return static_cast<int>(PostScriptExit::kFailed);
+    }
+    encode(instance, kUtf8);
+    constexpr int kQuit = -101;  // the program ended itself
+    const int status = run(instance, static_cast<int>(pointers.size()), pointers.data());
+    const int last = end(instance);
+    destroy(instance);
+    const bool good = (status == 0 || status == kQuit) && (last == 0 || last == kQuit);
+    return good ? 0 : static_cast<int>(PostScriptExit::kFailed);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 10) {
+        return static_cast<int>(PostScriptExit::kFailed);
+    }
+    limit_process(std::atoi(arguments[7]), std::strtoull(arguments[8], nullptr, 10));
+    return draw(arguments);
+}

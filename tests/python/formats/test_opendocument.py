@@ -1,0 +1,246 @@
+"""OpenDocument drawings through the API: pages, objects, metadata, and what is drawn where."""
+
+from __future__ import annotations
+
+import io
+import random
+import zipfile
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+from PIL import Image as Pillow
+from zelmor.imaging import Color, FileFormat, Image, RotateFlipType, StreamContainer
+from zelmor.imaging.fileformats.opendocument import OdgImage, OtgImage
+from zelmor.imaging.fileformats.opendocument.objects.brush import OdGradientBrush, OdSolidBrush
+from zelmor.imaging.fileformats.opendocument.objects.graphic import (
+    OdAngleEllipse, OdCustomShape, OdEnhancedGeometry, OdFrame, OdLine, OdPage, OdPath, OdPolygon, OdRectangle, OdText,
+    OdTextParagraph)
+from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
+from zelmor.imaging.imageloadoptions import OdLoadOptions
+from zelmor.imaging.imageoptions import OdgRasterizationOptions, PngOptions, TiffOptions
+
+from support.image_oracles import managed_error
+from support.office_files import RED, TYPE, fodg, odg
+
+RECT = '<draw:rect draw:style-name="red" svg:x="10px" svg:y="20px" svg:width="30px" svg:height="10px"/>'
+
+
+def opened(data: bytes) -> OdgImage:
+    return OdgImage._cast_to(Image.load(io.BytesIO(data))).value
+
+
+def drawn(data: bytes, tmp_path: Path, page: int = 0) -> Any:
+    """The page as pixels on white."""
+    options = PngOptions()
+    shown = OdgRasterizationOptions()
+    shown.background_color = Color.white
+    image = opened(data)
+    shown.page_width, shown.page_height = float(image.width), float(image.height)
+    options.vector_rasterization_options = shown
+    image.pages[page].save(str(tmp_path / "page.png"), options)
+    return np.asarray(Pillow.open(tmp_path / "page.png").convert("RGB")).astype(int)
+
+
+def is_red(pixels: Any, x: int, y: int) -> bool:
+    return list(pixels[y, x]) == [255, 0, 0]
+
+
+def is_white(pixels: Any, x: int, y: int) -> bool:
+    return list(pixels[y, x]) == [255, 255, 255]
+
+
+@pytest.mark.parametrize(("data", "kind"), [(odg(RECT), "ODG"), (fodg(RECT), "F_ODG")], ids=["zip", "flat"])
+def test_a_page_has_its_size_and_its_shapes(tmp_path: Path, data: bytes, kind: str) -> None:
+    assert Image.get_file_format(io.BytesIO(data)) == FileFormat[kind]
+    assert Image.can_load(io.BytesIO(data)) and opened(data).file_format == FileFormat[kind]
+    image = opened(data)
+    assert (image.width, image.height, image.page_count) == (100, 80, 1)
+    page = drawn(data, tmp_path)
+    assert page.shape == (80, 100, 3)
+    inside = np.all(page == [255, 0, 0], axis=2)
+    assert inside.sum() == 300 and inside[20:30, 10:40].all()
+
+
+def test_lengths_have_units(tmp_path: Path) -> None:
+    shape = '<draw:rect draw:style-name="red" svg:x="0.25in" svg:y="0.5in" svg:width="18pt" svg:height="6.35mm"/>'
+    inside = np.all(drawn(odg(shape), tmp_path) == [255, 0, 0], axis=2)
+    assert inside.sum() == 24 * 24 and inside[48:72, 24:48].all()
+
+
+def test_a_turned_shape_turns_around_the_origin_first(tmp_path: Path) -> None:
+    shape = ('<draw:rect draw:style-name="red" svg:width="40px" svg:height="10px" '
+             'draw:transform="rotate (1.5707963267949) translate (30px 60px)"/>')
+    page = drawn(odg(shape), tmp_path)  # counterclockwise: it stands upright above the point
+    assert is_red(page, 35, 25) and is_red(page, 31, 58) and is_white(page, 35, 15) and is_white(page, 45, 40)
+
+
+def test_groups_and_hidden_layers(tmp_path: Path) -> None:
+    data = odg(f"<draw:g>{RECT}</draw:g>")
+    assert is_red(drawn(data, tmp_path), 15, 25)
+    hidden = RECT.replace("<draw:rect", '<draw:rect draw:display="none"')
+    assert is_white(drawn(odg(hidden), tmp_path), 15, 25)
+
+
+def test_a_custom_shape_follows_its_formulas(tmp_path: Path) -> None:
+    shape = """<draw:custom-shape draw:style-name="red" svg:x="20px" svg:y="10px"
+          svg:width="60px" svg:height="60px">
+        <draw:enhanced-geometry svg:viewBox="0 0 100 100" draw:modifiers="50"
+          draw:enhanced-path="M ?top 0 L right ?mid 0 bottom Z N">
+          <draw:equation draw:name="top" draw:formula="$0 *2-100"/>
+          <draw:equation draw:name="mid" draw:formula="if(1,height/2,0)"/></draw:enhanced-geometry>
+        </draw:custom-shape>"""
+    page = drawn(odg(shape), tmp_path)  # a triangle that points to the right
+    assert is_red(page, 22, 16) and is_red(page, 76, 40) and is_red(page, 22, 64)
+    assert is_white(page, 76, 20) and is_white(page, 76, 60) and is_white(page, 18, 40)
+
+
+def test_a_picture_of_the_archive_is_drawn_and_given_out(tmp_path: Path) -> None:
+    png = io.BytesIO()
+    Pillow.fromarray(np.array([[[255, 0, 0], [0, 0, 255]]], np.uint8)).save(png, "PNG")
+    frame = ('<draw:frame svg:x="10px" svg:y="10px" svg:width="40px" svg:height="20px">'
+             '<draw:image xlink:href="Pictures/a.png"/></draw:frame>')
+    data = odg(frame, files={"Pictures/a.png": png.getvalue()})
+    page = drawn(data, tmp_path)
+    assert is_red(page, 12, 15) and list(page[15, 47]) == [0, 0, 255] and is_white(page, 52, 15)
+    embedded = opened(data).get_embedded_images()
+    assert [(each.image.width, each.image.height) for each in embedded] == [(2, 1)]
+
+
+def test_a_picture_outside_of_the_file_is_not_opened(tmp_path: Path) -> None:
+    Pillow.new("RGB", (4, 4), (255, 0, 0)).save(tmp_path / "out.png")
+    frame = ('<draw:frame svg:x="10px" svg:y="10px" svg:width="40px" svg:height="20px">'
+             f'<draw:image xlink:href="file://{tmp_path}/out.png"/></draw:frame>')
+    assert is_white(drawn(odg(frame), tmp_path), 20, 20)
+
+
+def test_pages_of_a_document(tmp_path: Path) -> None:
+    data = odg("", RECT)
+    image = opened(data)
+    assert image.page_count == len(image.pages) == 2
+    assert is_white(drawn(data, tmp_path, 0), 15, 25)
+    assert is_red(drawn(data, tmp_path, 1), 15, 25)
+    image.save(str(tmp_path / "all.tif"), TiffOptions(TiffExpectedFormat.TIFF_LZW_RGB))
+    assert Pillow.open(tmp_path / "all.tif").n_frames == 2
+
+
+def test_resizing_and_turning(tmp_path: Path) -> None:
+    image = opened(odg(RECT))
+    image.resize(200, 160)
+    assert (image.width, image.height) == (200, 160)
+    image.rotate_flip(RotateFlipType.ROTATE_90_FLIP_NONE)
+    assert (image.width, image.height) == (160, 200)
+
+
+def test_the_objects_of_a_page() -> None:
+    gradient = """<draw:gradient draw:name="g" draw:style="linear" draw:start-color="#102030" draw:end-color="#405060"
+        draw:angle="300"/><style:style style:name="G" style:family="graphic" style:parent-style-name="red">
+        <style:graphic-properties draw:fill="gradient" draw:fill-gradient-name="g" svg:stroke-width="4px"/>
+        </style:style>"""
+    shapes = RECT + """<draw:ellipse draw:style-name="G" svg:cx="50px" svg:cy="40px" svg:rx="20px" svg:ry="10px"
+          draw:kind="section" draw:start-angle="30" draw:end-angle="120"/>
+        <draw:line draw:style-name="red" svg:x1="1px" svg:y1="2px" svg:x2="3px" svg:y2="4px"/>
+        <draw:polygon svg:width="5px" svg:height="6px" svg:viewBox="0 0 50 60" draw:points="0,0 50,0 0,60"/>
+        <draw:path svg:width="5px" svg:height="6px" svg:viewBox="0 0 50 60" svg:d="M0 0L50 0C1 2 3 4 5 6Z"/>
+        <draw:frame><draw:text-box><text:p>some <text:span>text</text:span></text:p></draw:text-box></draw:frame>
+        <draw:custom-shape svg:width="10px" svg:height="10px"><draw:enhanced-geometry draw:type="ellipse"
+          svg:viewBox="0 0 10 10" draw:enhanced-path="M 0 0 L 5 5 Z N"/></draw:custom-shape>"""
+    records = opened(odg(shapes, styles=RED + gradient)).records
+    assert len(records) == 1
+    page = OdPage._cast_to(records[0]).value
+    assert (page.name, page.master_page_name) == ("page1", "M")
+    items = list(page.items)
+    rectangle = OdRectangle._cast_to(items[0]).value
+    assert (rectangle.x, rectangle.y, rectangle.width, rectangle.height) == (10, 20, 30, 10)
+    assert rectangle.parent is not None and rectangle.style_name == "red"
+    assert OdSolidBrush._cast_to(rectangle.style.brush).value.argb_32_color & 0xFFFFFFFF == 0xFFFF0000
+    ellipse = OdAngleEllipse._cast_to(items[1]).value
+    assert (ellipse.cx, ellipse.cy, ellipse.rx, ellipse.ry, ellipse.start_angle) == (50, 40, 20, 10, 30)
+    brush = OdGradientBrush._cast_to(ellipse.style.brush).value
+    assert (brush.start_color & 0xFFFFFF, brush.end_color & 0xFFFFFF, brush.angle) == (0x102030, 0x405060, 30)
+    assert ellipse.style.pen.width == 4
+    line = OdLine._cast_to(items[2]).value
+    assert (line.point1.x, line.point1.y, line.point2.x, line.point2.y) == (1, 2, 3, 4)
+    polygon = OdPolygon._cast_to(items[3]).value
+    assert [(point.x, point.y) for point in polygon.points] == [(0, 0), (50, 0), (0, 60)]
+    assert polygon.view_box.height == 60
+    path = OdPath._cast_to(items[4]).value
+    assert [str(step).rsplit(".", 1)[-1] for step in path.enhanced_path] == [
+        "OdMoveTo", "OdLineTo", "OdCurveTo", "OdClosePath"]
+    box = OdFrame._cast_to(items[5]).value.items[0]
+    paragraph = OdTextParagraph._cast_to(box.items[0]).value
+    assert OdText._cast_to(paragraph.items[0]).value.text == "some "
+    geometry = OdEnhancedGeometry._cast_to(OdCustomShape._cast_to(items[6]).value.items[0]).value
+    assert geometry.type == "ellipse" and len(geometry.enhanced_path) == 4
+
+
+def test_metadata() -> None:
+    meta = ("<dc:title>A title</dc:title><dc:creator>Ann</dc:creator><meta:keyword>one</meta:keyword>"
+            "<meta:keyword>two</meta:keyword><meta:creation-date>2024-05-06T07:08:09</meta:creation-date>"
+            '<meta:document-statistic meta:object-count="3"/>')
+    metadata = opened(odg(RECT, meta=meta)).metadata
+    assert (metadata.title, metadata.creator, metadata.keywords) == ("A title", "Ann", "one, two")
+    assert metadata.creation_date_time == "2024-05-06T07:08:09"
+    assert metadata.document_statistics == "object-count=3"
+    assert metadata.generator is None
+
+
+def test_templates_have_a_class_of_their_own() -> None:
+    data = odg(RECT, mime_type=TYPE + "-template")
+    image = OtgImage._cast_to(Image.load(io.BytesIO(data))).value
+    assert image.file_format == FileFormat.OTG and image.width == 100
+    with managed_error("ImageLoadException", "it is no OdgImage"):
+        OdgImage(StreamContainer(io.BytesIO(data)))
+
+
+# ---- Refusals and damage
+
+def test_encrypted_documents_are_refused() -> None:
+    data = odg(RECT, files={"META-INF/manifest.xml": b"<manifest><encryption-data/></manifest>"})
+    with managed_error("NotSupportedException", "does not decrypt OpenDocument files"):
+        Image.load(io.BytesIO(data))
+    options = OdLoadOptions()
+    options.password = "secret"
+    with managed_error("NotSupportedException", "OdLoadOptions.Password"):
+        Image.load(io.BytesIO(odg(RECT)), options)
+
+
+@pytest.mark.parametrize(("data", "message"), [
+    (odg(RECT).replace(b"PK\5\6", b"PK\5\7"), "the zip archive has no directory"),
+    (fodg(RECT).replace(b"</office:document>", b""), "is not well-formed"),
+    (fodg(RECT).replace(b"<office:document ", b"<!DOCTYPE a [<!ENTITY b 'c'>]><office:document ", 1),
+     "document type"),
+], ids=["directory", "cut", "entity"])
+def test_damage_is_named(data: bytes, message: str) -> None:
+    with managed_error("ImageLoadException", message):
+        Image.load(io.BytesIO(data))
+
+
+def test_a_bomb_is_refused() -> None:
+    out = io.BytesIO()
+    with zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED) as archive:
+        archive.writestr(zipfile.ZipInfo("mimetype"), TYPE)
+        archive.writestr("content.xml", b" " * (80 << 20))
+    with managed_error("OutOfMemoryException", "'content.xml' in the zip archive is too large"):
+        Image.load(io.BytesIO(out.getvalue()))
+
+
+def test_damaged_archives_end(tmp_path: Path) -> None:
+    shapes = RECT + """<draw:frame svg:width="90px" svg:height="60px"><draw:text-box><text:p>ab cd</text:p>
+        </draw:text-box></draw:frame><draw:path draw:style-name="red" svg:width="50px" svg:height="60px" svg:viewBox="0 0 50 60"
+        svg:d="M0 0L50 0C1 2 3 4 5 6Z"/>"""
+    good = odg(shapes, method=zipfile.ZIP_STORED)
+    chance = random.Random(4)
+    outcomes = set()
+    for _ in range(150):
+        data = bytearray(good)
+        for _ in range(3):
+            data[chance.randrange(len(data))] = chance.randrange(256)
+        try:
+            image = Image.load(io.BytesIO(bytes(data)))
+            image.save(str(tmp_path / "a.png"), PngOptions())
+            outcomes.add("read")
+        except RuntimeError:
+            outcomes.add("refused")
+    assert "refused" in outcomes

@@ -1,0 +1,191 @@
+"""Small drawings that the tests write by themselves: OpenDocument archives, CDR, CMX and EPS files.
+
+CDR and CMX files are made from the published layout of their chunks, for the sixth version and for numbers of 16 bits.
+"""
+
+from __future__ import annotations
+
+import io
+import struct
+import zipfile
+from typing import Any
+
+TYPE = "application/vnd.oasis.opendocument.graphics"
+SPACES = " ".join(f'xmlns:{prefix}="urn:oasis:names:tc:opendocument:xmlns:{name}:1.0"' for prefix, name in [
+    ("office", "office"), ("draw", "drawing"), ("svg", "svg-compatible"), ("fo", "xsl-fo-compatible"),
+    ("style", "style"), ("text", "text"), ("meta", "meta")])
+SPACES += ' xmlns:xlink="http://www.w3.org/1999/xlink" xmlns:dc="http://purl.org/dc/elements/1.1/"'
+
+MASTER = """<office:automatic-styles><style:page-layout style:name="PM"><style:page-layout-properties
+    fo:page-width="{}px" fo:page-height="{}px"/></style:page-layout></office:automatic-styles>
+    <office:master-styles><style:master-page style:name="M" style:page-layout-name="PM"/></office:master-styles>"""
+
+RED = """<style:style style:name="red" style:family="graphic"><style:graphic-properties draw:stroke="none"
+    draw:fill="solid" draw:fill-color="#ff0000"/></style:style>"""
+
+
+def pages_of(*pages: str) -> str:
+    inside = "".join(f'<draw:page draw:name="page{i + 1}" draw:master-page-name="M">{page}</draw:page>'
+                     for i, page in enumerate(pages))
+    return f"<office:body><office:drawing>{inside}</office:drawing></office:body>"
+
+
+def odg(*pages: str, styles: str = RED, size: tuple[int, int] = (100, 80), meta: str = "",
+        files: dict[str, bytes] | None = None, mime_type: str = TYPE, method: int = zipfile.ZIP_DEFLATED) -> bytes:
+    """A drawing with these pages, each the XML of its shapes."""
+    out = io.BytesIO()
+    with zipfile.ZipFile(out, "w", method) as archive:
+        archive.writestr(zipfile.ZipInfo("mimetype"), mime_type)
+        archive.writestr("content.xml", f"<office:document-content {SPACES}><office:automatic-styles>{styles}"
+                         f"</office:automatic-styles>{pages_of(*pages)}</office:document-content>")
+        archive.writestr("styles.xml", f"<office:document-styles {SPACES}>{MASTER.format(*size)}"
+                         "</office:document-styles>")
+        archive.writestr("meta.xml", f"<office:document-meta {SPACES}><office:meta>{meta}</office:meta>"
+                         "</office:document-meta>")
+        for name, data in (files or {}).items():
+            archive.writestr(name, data)
+    return out.getvalue()
+
+
+def fodg(*pages: str, styles: str = RED, size: tuple[int, int] = (100, 80)) -> bytes:
+    """The same as one XML document."""
+    master = MASTER.format(*size).replace("<office:automatic-styles>", f"<office:automatic-styles>{styles}", 1)
+    return (f'<?xml version="1.0" encoding="UTF-8"?><office:document {SPACES} office:mimetype="{TYPE}">'
+            f"{master}{pages_of(*pages)}</office:document>").encode()
+
+
+# ---- RIFF
+
+def chunk(name: bytes, data: bytes) -> bytes:
+    return name + struct.pack("<I", len(data)) + data + b"\0" * (len(data) & 1)
+
+
+def listed(kind: bytes, *chunks: bytes) -> bytes:
+    return chunk(b"LIST", kind + b"".join(chunks))
+
+
+def riff(kind: bytes, body: bytes) -> bytes:
+    return b"RIFF" + struct.pack("<I", len(body) + 4) + kind + body
+
+
+# ---- CDR: lengths are tenths of a micrometer, y points up from the middle of the page
+
+def long_length(inches: float) -> bytes:
+    return struct.pack("<i", round(inches * 254000))
+
+
+def cdr_parts(kind: int, *parts: tuple[int, bytes]) -> bytes:
+    """A record of parts, each with the number of its kind; the kinds stand in the opposite order."""
+    count = len(parts)
+    at = 20 + 8 * count
+    places, data = [], b""
+    for _, content in parts:
+        places.append(at + len(data))
+        data += content
+    body = struct.pack("<IIIII", at + len(data), count, 20, 20 + 4 * count, kind)
+    body += struct.pack(f"<{count}I", *places) + struct.pack(f"<{count}I", *[part[0] for part in reversed(parts)])
+    return body + data
+
+
+def cdr_shape(kind: int, coordinates: bytes, x: float, y: float, fill: int) -> bytes:
+    matrix = struct.pack("<H", 8) + bytes(6) + struct.pack("<6d", 1, 0, x * 254000, 0, 1, y * 254000)
+    placed = listed(b"trfl", chunk(b"trfd", cdr_parts(0, (0, matrix))))
+    loda = chunk(b"loda", cdr_parts(kind, (0x1E, coordinates), (0x14, struct.pack("<I", fill))))
+    return listed(b"obj ", chunk(b"flgs", struct.pack("<I", 0)), listed(b"lgob", placed, loda))
+
+
+def cdr_rectangle(x: float, y: float, width: float, height: float, fill: int) -> bytes:
+    return cdr_shape(1, long_length(width) + long_length(height) + long_length(0), x, y, fill)
+
+
+def cdr_ellipse(x: float, y: float, width: float, height: float, fill: int) -> bytes:
+    return cdr_shape(2, long_length(width) + long_length(height) + struct.pack("<iiI", 0, 0, 0), x, y, fill)
+
+
+def cdr_curve(points: list[tuple[float, float]], fill: int) -> bytes:
+    types = bytes([0] + [0x40] * (len(points) - 2) + [0x48])
+    places = b"".join(long_length(x) + long_length(y) for x, y in points)
+    return cdr_shape(3, struct.pack("<I", len(points)) + places + types, 0, 0, fill)
+
+
+def cdr(*pages: bytes, width: float = 2, height: float = 1) -> bytes:
+    """A file of pages; fill 1 is black and fill 2 white, in CMYK."""
+    def solid(number: int, cmyk: tuple[int, int, int, int]) -> bytes:
+        return chunk(b"fild", struct.pack("<IHxxH", number, 1, 2) + bytes(6) + bytes(cmyk) + bytes(16))
+    body = chunk(b"vrsn", struct.pack("<H", 600))
+    body += listed(b"doc ", listed(b"filt", solid(1, (0, 0, 0, 100)), solid(2, (0, 0, 0, 0))))
+    body += chunk(b"mcfg", bytes(0x1C) + long_length(width) + long_length(height) + bytes(64))
+    flags = chunk(b"flgs", struct.pack("<I", 0))
+    for page in pages:
+        body += listed(b"page", flags, listed(b"gobj", listed(b"layr", flags, page)))
+    return riff(b"CDR6", body)
+
+
+# ---- CMX: lengths are thousandths of an inch, y points up
+
+def short_length(inches: float) -> bytes:
+    return struct.pack("<h", round(inches * 1000))
+
+
+def cmx_command(code: int, data: bytes = b"") -> bytes:
+    return struct.pack("<hh", 4 + len(data), code) + data
+
+
+def cmx_shape(code: int, color: int, data: bytes) -> bytes:
+    """A command for a shape that is filled with a color of the table, counted from 1."""
+    return cmx_command(code, struct.pack("<BHHH", 1, 1, color, 1) + data)
+
+
+def cmx_rectangle(x: float, y: float, width: float, height: float, color: int) -> bytes:
+    return cmx_shape(68, color, b"".join(map(short_length, (x, y, width, height, 0))) + bytes(2))
+
+
+def cmx_ellipse(x: float, y: float, width: float, height: float, color: int) -> bytes:
+    return cmx_shape(66, color, b"".join(map(short_length, (x, y, width, height))) + bytes(8))
+
+
+def cmx_curve(points: list[tuple[float, float]], color: int) -> bytes:
+    data = struct.pack("<H", len(points)) + b"".join(short_length(x) + short_length(y) for x, y in points)
+    return cmx_shape(67, color, data + bytes([0] + [0x40] * (len(points) - 2) + [0x48]))
+
+
+def cmx(*pages: bytes, colors: Any = ((255, 0, 0), (0, 0, 255)), width: float = 2, height: float = 1) -> bytes:
+    """A file of pages around the origin, each with one layer."""
+    box = b"".join(map(short_length, (-width / 2, -height / 2, width / 2, height / 2)))
+    header = b"{Corel Binary Meta File}".ljust(32, b"\0") + b"Windows 3.1".ljust(16, b"\0") + b"2\0\0\0" + b"2\0"
+    header += b"1\0\0\0" + b"0\0\0\0" + struct.pack("<Hd", 64, 1.0) + bytes(12) + b"\xff" * 12 + box
+    parts = [(b"cont", header),
+             (b"rclr", struct.pack("<H", len(colors)) + b"".join(bytes((5, 0)) + bytes(c) for c in colors))]
+    for number, page in enumerate(pages, 1):
+        commands = cmx_command(9, struct.pack("<HI", number, 0) + box + bytes(8))
+        commands += cmx_command(11, struct.pack("<HHII", number, 1, 0, 3) + struct.pack("<H", 5) + b"lines")
+        parts.append((b"page", commands + page + cmx_command(12) + cmx_command(10)))
+    places, at = [], 12
+    for part in parts:
+        places.append(at)
+        at += len(chunk(*part))
+    index = struct.pack("<H", len(pages))
+    for place in places[2:]:
+        index += struct.pack("<IIII", place, *[0xFFFFFFFF] * 3)
+    parts.append((b"ixpg", index))
+    tables = struct.pack("<HHHHIHI", 1, 18, 2, 21, places[1], 2, at)
+    at += len(chunk(*parts[-1]))
+    parts.append((b"ixmr", tables))
+    parts[0] = (b"cont", header[:84] + struct.pack("<I", at) + header[88:])
+    return riff(b"CMX1", b"".join(chunk(*part) for part in parts))
+
+
+# ---- EPS
+
+def eps(program: str, box: str = "0 0 100 50", *comments: str) -> bytes:
+    lines = ["%!PS-Adobe-3.0 EPSF-3.0", f"%%BoundingBox: {box}", *comments, "%%EndComments", program, "showpage",
+             "%%EOF", ""]
+    return "\n".join(lines).encode("latin-1")
+
+
+def binary_eps(text: bytes, wmf: bytes = b"", tiff: bytes = b"") -> bytes:
+    at, places = 30, b""
+    for part in (text, wmf, tiff):
+        places += struct.pack("<II", at if part else 0, len(part))
+        at += len(part)
+    return b"\xc5\xd0\xd3\xc6" + places + b"\xff\xff" + text + wmf + tiff
