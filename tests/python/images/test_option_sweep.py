@@ -17,9 +17,11 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
-from zelmor.imaging import Color, Image, ImageOptionsBase, RasterImage, Rectangle, ResolutionSetting, SizeF, VectorImage
+from zelmor.imaging import (Color, Font, Image, ImageOptionsBase, RasterImage, Rectangle, ResolutionSetting, Size,
+                            SizeF, VectorImage)
 from zelmor.imaging.exif import JpegExifData
 from zelmor.imaging.fileformats.dicom import Compression, CompressionType
+from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
 from zelmor.imaging.fileformats.gif.blocks import GifFrameBlock
 from zelmor.imaging.fileformats.gif import GifImage
 from zelmor.imaging.fileformats.jpeg import JFIFData, JpegCompressionMode, JpegLsPresetCodingParameters
@@ -28,7 +30,7 @@ from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.fileformats.tiff.enums import (TiffAlphaStorage, TiffCompressions, TiffExpectedFormat,
                                                    TiffPhotometrics, TiffSampleFormats)
 from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffASCIIType
-from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, DicomOptions, GifOptions, JpegOptions,
+from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, DicomOptions, DxfOptions, GifOptions, JpegOptions,
                                          MultiPageMode, MultiPageOptions, PdfImageCompressionOptions, PngOptions,
                                          TiffOptions, TimeInterval, VectorRasterizationOptions, WebPOptions)
 from zelmor.imaging.sources import StreamSource
@@ -44,10 +46,8 @@ WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "DxfO
             "GifOptions", "Html5CanvasOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions",
             "PsdOptions", "SvgOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
 
-#: Properties without an effect that a test can see here. The only callback that a program can get does what is done
-#: without one. Drawings of SVG files have shapes instead of text (the unit tests of DXF have text).
-UNSEEN = {("SvgOptions", "callback"), ("DxfOptions", "text_as_lines"), ("DxfOptions", "convert_text_beziers"),
-          ("DxfOptions", "bezier_point_count")}
+#: A property without an effect: the only callback that a program can get does what is done without one.
+UNSEEN = {("SvgOptions", "callback")}
 
 
 def options_below(*bases: str) -> list[Type]:
@@ -190,6 +190,13 @@ def drawing() -> Image:
                              b'<circle cx="20" cy="15" r="9" fill="#c04020"/><text x="2" y="20">A</text></svg>'))
 
 
+def metafile() -> Image:
+    """A vector image whose text is text."""
+    recorder = EmfRecorderGraphics2D(Rectangle(0, 0, 40, 30), Size(960, 960), Size(254, 254))
+    recorder.draw_string("Sa", Font("DejaVu Sans", 12.0), Color.red, 3, 3)
+    return recorder.end_recording()
+
+
 def on_blue() -> VectorRasterizationOptions:
     options = VectorRasterizationOptions()
     options.background_color = Color.blue
@@ -197,7 +204,7 @@ def on_blue() -> VectorRasterizationOptions:
 
 
 #: The picture for a class of options, where pixels do not show it, and values that count for such a picture.
-DRAWINGS = {"DxfOptions": drawing}
+DRAWINGS = {"DxfOptions": metafile}
 VALUES_OF_DRAWINGS: dict[str, Callable[[], list[Any]]] = {
     "multi_page_options": lambda: [MultiPageOptions(0, Rectangle(5, 5, 20, 20))],
     "vector_rasterization_options": lambda: [on_blue()],
@@ -263,6 +270,9 @@ def options_of(entry: Type, prop: str) -> Any:
         options.lossless = False
     if isinstance(options, PngOptions) and prop == "bit_depth":
         options.color_type = PngColorType.GRAYSCALE
+    if isinstance(options, DxfOptions):
+        options.text_as_lines = prop in ("convert_text_beziers", "bezier_point_count")
+        options.convert_text_beziers = prop == "bezier_point_count"
     if prop == "full_frame" and name in WRITABLE:
         options.multi_page_options = MultiPageOptions([1])
     return options

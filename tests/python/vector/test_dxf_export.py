@@ -7,10 +7,11 @@ from typing import Any
 
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import FileFormat, Image
-from zelmor.imaging.imageoptions import DxfOptions
+from zelmor.imaging import Color, FileFormat, Font, Image, Rectangle, Size
+from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
+from zelmor.imaging.imageoptions import DxfOptions, PngOptions
 
-from support.drawn_documents import CONTENTS, HEIGHT, WIDTH, difference, document, drawn
+from support.drawn_documents import CONTENTS, HEIGHT, WIDTH, difference, document, drawn, rgba
 from support.dxf_files import document as shown
 from support.dxf_files import figures, require_sound
 from support.image_oracles import managed_error, noise
@@ -61,6 +62,39 @@ def test_areas_by_the_winding_rule() -> None:
     text = saved(loaded(data))
     assert names(text) == ["SOLID"]
     assert difference(drawn(shown(text, WIDTH, HEIGHT)), drawn(data)) < 0.5
+
+
+def with_text() -> Any:
+    """A metafile, in which text is text."""
+    recorder = EmfRecorderGraphics2D(Rectangle(0, 0, WIDTH, HEIGHT), Size(960, 960), Size(254, 254))
+    recorder.draw_string("A 100% S", Font("DejaVu Sans", 15.0), Color.red, 5, 20)
+    return recorder.end_recording()
+
+
+def test_text() -> None:
+    text = saved(with_text())
+    require_sound(text)
+    written, = figures(text)
+    assert (written.name, written.one(1), written.one(420)) == ("TEXT", "A 100%%37 S", str(0xFF0000))
+    lines = saved(with_text(), text_as_lines=True)
+    require_sound(lines)
+    assert names(lines) == ["LWPOLYLINE", "SPLINE"]
+    for count in (1, 7):
+        flat = saved(with_text(), text_as_lines=True, convert_text_beziers=True, bezier_point_count=count)
+        require_sound(flat)
+        assert names(flat) == ["LWPOLYLINE"]
+    png = io.BytesIO()
+    with_text().save(png, PngOptions())
+    wanted = rgba(png.getvalue()).sum()
+    assert wanted > 0
+    # The outlines lie where the text is.
+    places = [(x, HEIGHT - y) for figure in figures(flat) for x, y in figure.points()]
+    dark = rgba(png.getvalue())[..., 3] > 100
+    ys, xs = dark.nonzero()
+    assert min(x for x, _ in places) == pytest.approx(xs.min(), abs=1.5)
+    assert max(x for x, _ in places) == pytest.approx(xs.max() + 1, abs=1.5)
+    assert min(y for _, y in places) == pytest.approx(ys.min(), abs=1.5)
+    assert max(y for _, y in places) == pytest.approx(ys.max() + 1, abs=1.5)
 
 
 @pytest.mark.parametrize("content", [CONTENTS["gradients"], CONTENTS["image"], CONTENTS["blend"], CONTENTS["mask"]])

@@ -151,7 +151,8 @@ def test_pictures() -> None:
     assert abs(found[6:26, 30:70].mean() - wanted.mean()) < 4
     with managed_error("ArgumentOutOfRangeException", "src_rect", "not a part of the image of 20 by 10 pixels"):
         recording().draw_image(Rectangle(15, 0, 10, 10), Rectangle(0, 0, 10, 10), image)
-    image.dispose()
+    with image:
+        pass
     with managed_error("ObjectDisposedException"):
         recording().draw_image(image, Point(5, 6))
 
@@ -167,7 +168,8 @@ def test_on_an_image(turned: bool) -> None:
     graphics = SvgGraphics2D(image)
     graphics.fill_rectangle(None, SolidBrush(Color.lime), 20, 30, 25, 15)
     graphics.fill_rectangle(None, LinearGradientBrush(PointF(0, 0), PointF(0, 9), Color.red, Color.red), 0, 0, 9, 9)
-    image.dispose()  # the recording has what it needs
+    with image:
+        pass  # the recording has what it needs
     pixels = shown(graphics)
     wanted = below.copy()
     wanted[30:45, 20:45] = (0, 255, 0, 255)

@@ -28,7 +28,7 @@ bool begins_svg(const ByteReader& in) {
 void probe_svg(const ByteReader& in, FileFacts& facts) {
     const bool plain = is_svg(in);
     facts.variant = plain ? Variant::kUsual : Variant::kSvgz;
-    constexpr size_t kMostOfRoot = 1 << 20;  // a document type may come before it
+    constexpr size_t kMostOfRoot = 1 << 18;  // a document type may come before it
     const std::string text = plain ? svg_text(in.piece(0, kMostOfRoot)) : svg_text(unpacked_head(in, kMostOfRoot));
     const auto root = svg_root(text);
     if (!root) {
