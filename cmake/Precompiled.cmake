@@ -14,9 +14,10 @@ function(zelmor_precompile target)
 endfunction()
 
 # zelmor_precompile_as(<target> <other>): the target's sources are preceded by the precompiled headers of the other one,
-# whose compile options have to be the same.
+# whose compile options have to be the same; unless the target has headers of its own.
 function(zelmor_precompile_as target other)
-    if(ZELMOR_PRECOMPILE)
+    get_target_property(own ${target} PRECOMPILE_HEADERS)
+    if(ZELMOR_PRECOMPILE AND NOT own)
         target_precompile_headers(${target} REUSE_FROM ${other})
         if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
             target_compile_options(${target} PRIVATE -fpch-preprocess)

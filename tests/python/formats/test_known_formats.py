@@ -11,18 +11,12 @@ from zelmor.imaging import FileFormat, Image
 
 from support.image_oracles import managed_error
 
-EMF = b"\1\0\0\0" + bytes(36) + b" EMF" + bytes(40)
-WMF = b"\xd7\xcd\xc6\x9a" + bytes(18) + b"\1\0\x09\0\0\3" + bytes(40)
 
 #: The member of FileFormat, the name in messages, a beginning of a file.
 KNOWN = [
     ("DXF", "DXF", b"  0\r\nSECTION\r\n  2\r\nHEADER\r\n"),
-    ("EMF", "EMF", EMF),
-    ("EMZ", "EMF", gzip.compress(EMF, mtime=0)),
     ("PDF", "PDF", b"%PDF-1.4\n"),
     ("HTML5_CANVAS", "HTML5 canvas", b"<!DOCTYPE html>\n<canvas></canvas>"),
-    ("WMF", "WMF", WMF),
-    ("WMZ", "WMF", gzip.compress(WMF, mtime=0)),
 ]
 
 

@@ -42,9 +42,9 @@ from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
-WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "DxfOptions", "EpsOptions",
+WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "DxfOptions", "EmfOptions", "EpsOptions",
             "GifOptions", "Html5CanvasOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions",
-            "PsdOptions", "SvgOptions", "TgaOptions", "TiffOptions", "WebPOptions"}
+            "PsdOptions", "SvgOptions", "TgaOptions", "TiffOptions", "WebPOptions", "WmfOptions"}
 
 #: A property without an effect: the only callback that a program can get does what is done without one.
 UNSEEN = {("SvgOptions", "callback")}

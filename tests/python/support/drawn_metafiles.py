@@ -34,6 +34,8 @@ def color_at(picture: Pillow.Image, place: tuple[int, int]) -> int:
     return red << 16 | green << 8 | blue
 
 
-def dark(picture: Pillow.Image) -> tuple[int, int, int, int] | None:
-    """The box around everything that is not white."""
-    return picture.convert("L").point(lambda value: 255 if value < 128 else 0).getbbox()
+def dark(picture: Pillow.Image) -> tuple[int, int, int, int]:
+    """The box around everything that is dark: there has to be something."""
+    box = picture.convert("L").point(lambda value: 255 if value < 128 else 0).getbbox()
+    assert box is not None, "nothing is drawn"
+    return box

@@ -192,3 +192,24 @@ def wmf(*records: bytes, units: int = SIDE, placeable: bool = True) -> bytes:
     for (number, ) in struct.iter_unpack("<H", start):
         checksum ^= number
     return start + struct.pack("<H", checksum) + header + body
+
+
+def wmf_pen(color: int, width: int = 1, style: int = 0) -> bytes:
+    return wmf_record(0x02FA, style, width, 0, colorref(color) & 0xFFFF, colorref(color) >> 16)
+
+
+def wmf_brush(color: int, style: int = 0, hatch: int = 0) -> bytes:
+    return wmf_record(0x02FC, style, colorref(color) & 0xFFFF, colorref(color) >> 16, hatch)
+
+
+def wmf_select(index: int) -> bytes:
+    return wmf_record(0x012D, index)
+
+
+def wmf_color(function: int, color: int) -> bytes:
+    return wmf_record(function, colorref(color) & 0xFFFF, colorref(color) >> 16)
+
+
+def wmf_font(height: int, face: bytes, escapement: int = 0, charset: int = 0) -> bytes:
+    return wmf_record(0x02FB, height, 0, escapement, escapement, 400,
+                      data=bytes([0, 0, 0, charset, 0, 0, 0, 0]) + face.ljust(32, b"\0"))

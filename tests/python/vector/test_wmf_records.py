@@ -13,28 +13,13 @@ from zelmor.imaging.imageoptions import WmfRasterizationOptions
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, dark, drawn
 from support.metafiles import (NULL_PEN, SIDE, bitmap_header, brush, colorref, emf, emf_record, rows24, select, wmf,
-                               wmf_record, words)
+                               wmf_brush, wmf_color, wmf_font, wmf_pen, wmf_record, wmf_select, words)
 
 
-def create_pen(color: int, width: int = 1, style: int = 0) -> bytes:
-    return wmf_record(0x02FA, style, width, 0, colorref(color) & 0xFFFF, colorref(color) >> 16)
-
-
-def create_brush(color: int, style: int = 0, hatch: int = 0) -> bytes:
-    return wmf_record(0x02FC, style, colorref(color) & 0xFFFF, colorref(color) >> 16, hatch)
-
-
-def choose(index: int) -> bytes:
-    return wmf_record(0x012D, index)
-
-
-def color_record(function: int, color: int) -> bytes:
-    return wmf_record(function, colorref(color) & 0xFFFF, colorref(color) >> 16)
-
-
-FILLED = create_pen(BLACK, style=5) + choose(0) + create_brush(RED) + choose(1)  # the objects 0 and 1
-LINES = create_pen(BLUE) + choose(0) + create_brush(RED, 1) + choose(1)
-THICK = create_pen(BLUE, 3) + choose(0) + create_brush(RED, 1) + choose(1)
+#: No lines, and red areas; the objects 0 and 1.
+FILLED = wmf_pen(BLACK, style=5) + wmf_select(0) + wmf_brush(RED) + wmf_select(1)
+LINES = wmf_pen(BLUE) + wmf_select(0) + wmf_brush(RED, 1) + wmf_select(1)
+THICK = wmf_pen(BLUE, 3) + wmf_select(0) + wmf_brush(RED, 1) + wmf_select(1)
 SQUARE = wmf_record(0x0324, 4, 20, 20, 60, 20, 60, 60, 20, 60)
 ALL = wmf_record(0x041B, 97, 97, 0, 0)
 FOUR = bitmap_header(2, 2, 24) + rows24([[RED, GREEN], [BLUE, BLACK]])
@@ -57,9 +42,9 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "line to": (LINES + wmf_record(0x0214, 10, 10) + wmf_record(0x0213, 10, 50), {(30, 10): BLUE, (30, 11): WHITE}),
     "pixel": (wmf_record(0x041F, colorref(GREEN) & 0xFFFF, colorref(GREEN) >> 16, 40, 30),
               {(30, 40): GREEN, (31, 40): WHITE}),
-    "lowest free number": (FILLED + wmf_record(0x01F0, 1) + create_brush(GREEN) + choose(1) + SQUARE,
+    "lowest free number": (FILLED + wmf_record(0x01F0, 1) + wmf_brush(GREEN) + wmf_select(1) + SQUARE,
                            {(40, 40): GREEN}),
-    "saved state": (FILLED + wmf_record(0x001E) + create_brush(GREEN) + choose(2) + SQUARE + wmf_record(0x0127, -1)
+    "saved state": (FILLED + wmf_record(0x001E) + wmf_brush(GREEN) + wmf_select(2) + SQUARE + wmf_record(0x0127, -1)
                     + wmf_record(0x041B, 91, 91, 70, 70), {(40, 40): GREEN, (80, 80): RED}),
     "window": (FILLED + wmf_record(0x020B, -10, -10) + SQUARE, {(30, 30): RED, (25, 25): WHITE, (69, 69): RED}),
     "extent": (FILLED + wmf_record(0x020C, 192, 192) + SQUARE, {(10, 10): RED, (29, 29): RED, (31, 31): WHITE}),
@@ -79,14 +64,12 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "framed region": (FILLED + REGION + wmf_record(0x0429, 2, 1, 4, 4), {(21, 40): RED, (40, 40): WHITE}),
     "inverted region": (FILLED + REGION + wmf_record(0x012A, 2), {(40, 40): BLACK, (70, 70): WHITE}),
     "mix": (FILLED + wmf_record(0x0104, 6) + SQUARE, {(40, 40): BLACK, (70, 70): WHITE}),
-    "hatch": (FILLED + create_brush(GREEN, 2, 0) + choose(2) + wmf_record(0x0102, 1) + ALL,
+    "hatch": (FILLED + wmf_brush(GREEN, 2, 0) + wmf_select(2) + wmf_record(0x0102, 1) + ALL,
               {(40, 0): GREEN, (40, 4): WHITE}),
-    "hatch over its background": (FILLED + create_brush(GREEN, 2, 1) + choose(2) + color_record(0x0201, BLUE) + ALL,
+    "hatch over its background": (FILLED + wmf_brush(GREEN, 2, 1) + wmf_select(2) + wmf_color(0x0201, BLUE) + ALL,
                                   {(0, 40): GREEN, (4, 40): BLUE}),
-    "pattern": (FILLED + wmf_record(0x0142, 5, 0, data=FOUR) + choose(2) + ALL,
+    "pattern": (FILLED + wmf_record(0x0142, 5, 0, data=FOUR) + wmf_select(2) + ALL,
                 {(0, 0): RED, (1, 0): GREEN, (0, 1): BLUE, (2, 2): RED}),
-    "old pattern": (FILLED + wmf_record(0x01F9, data=OLD[:10] + bytes(4) + bytes(18) + OLD[10:]) + choose(2)
-                    + color_record(0x0209, BLUE) + color_record(0x0201, GREEN) + ALL, {}),
     "pattern alone": (FILLED + wmf_record(0x061D, 0x21, 0xF0, 40, 40, 20, 20), {(20, 20): RED, (60, 60): WHITE}),
     "bitmap": (wmf_record(0x0F43, 0x20, 0xCC, 0, 2, 2, 0, 0, 40, 40, 20, 20, data=FOUR),
                {(25, 25): RED, (55, 25): GREEN, (25, 55): BLUE, (61, 61): WHITE}),
@@ -101,7 +84,6 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "bitmap to the device": (wmf_record(0x0D33, 0, 2, 0, 0, 0, 2, 2, 30, 20, data=FOUR),
                              {(20, 30): RED, (21, 30): GREEN, (20, 31): BLUE}),
 }
-del CASES["old pattern"]  # see below
 
 
 def layout() -> WmfRasterizationOptions:
@@ -120,23 +102,18 @@ def test_records(name: str) -> None:
     expect(drawn(wmf(records), layout()), expected)
 
 
-def font(height: int, face: bytes, escapement: int = 0, charset: int = 0) -> bytes:
-    return wmf_record(0x02FB, height, 0, escapement, escapement, 400,
-                      data=bytes([0, 0, 0, charset, 0, 0, 0, 0]) + face.ljust(32, b"\0"))
-
-
-TEXT = wmf_record(0x0102, 1) + font(-20, b"DejaVu Sans") + choose(0)
+TEXT = wmf_record(0x0102, 1) + wmf_font(-20, b"DejaVu Sans") + wmf_select(0)
 
 
 def test_text() -> None:
     baseline = wmf_record(0x012E, 24)
     plain = wmf_record(0x0521, 1, data=b"H\0" + struct.pack("<2h", 60, 30))
     picture = drawn(wmf(TEXT + baseline + plain), layout())
-    left, top, right, bottom = dark(picture) or (0, 0, 0, 0)
+    left, top, right, bottom = dark(picture)
     assert 30 <= left <= 34 and abs(bottom - 60) <= 1 and abs(top - 45) <= 1
     spread = wmf_record(0x0A32, 60, 10, 2, 0, data=b"||" + struct.pack("<2h", 50, 10))
     picture = drawn(wmf(TEXT + baseline + spread), layout())
-    left, _, right, _ = dark(picture) or (0, 0, 0, 0)
+    left, _, right, _ = dark(picture)
     assert right - left in range(49, 54)
 
 
@@ -173,10 +150,10 @@ def test_an_enhanced_metafile_in_comments(mode: str, red: bool, blue: bool) -> N
 
 
 ORACLE = (wmf_record(0x0103, 8) + wmf_record(0x020B, 0, 0) + wmf_record(0x020C, 960, 960) + wmf_record(0x0102, 1)
-          + create_pen(BLACK, style=5) + choose(0) + create_brush(WHITE) + choose(1)
+          + wmf_pen(BLACK, style=5) + wmf_select(0) + wmf_brush(WHITE) + wmf_select(1)
           + wmf_record(0x041B, 960, 960, 0, 0)  # the other program shows no more than is drawn
-          + create_brush(GREEN) + choose(2) + wmf_record(0x0324, 4, 700, 600, 900, 700, 700, 900, 500, 700)
-          + create_brush(RED) + choose(3) + wmf_record(0x041B, 400, 400, 100, 100) + create_brush(BLUE) + choose(4)
+          + wmf_brush(GREEN) + wmf_select(2) + wmf_record(0x0324, 4, 700, 600, 900, 700, 700, 900, 500, 700)
+          + wmf_brush(RED) + wmf_select(3) + wmf_record(0x041B, 400, 400, 100, 100) + wmf_brush(BLUE) + wmf_select(4)
           + wmf_record(0x0324, 3, 500, 100, 900, 100, 700, 400)
           + wmf_record(0x081A, 500, 300, 700, 500, 900, 500, 500, 100))
 

@@ -113,7 +113,8 @@ class PenUse {
             m_start = m_end = LineCap::kSquare;
         }
         const std::vector<double> bands = numbers_of(property(pen, "CompoundArray"));
-        if (!bands.empty() && !(bands.front() >= 0 && std::is_sorted(bands.begin(), bands.end()) && bands.back() <= 1)) {
+        if (!bands.empty() &&
+            !(bands.front() >= 0 && std::is_sorted(bands.begin(), bands.end()) && bands.back() <= 1)) {
             throw_argument("The parts of a compound pen rise from 0 to 1 (Pen.CompoundArray).");
         }
         for (size_t i = 0; i + 1 < bands.size(); i += 2) {

@@ -235,6 +235,10 @@ constexpr OptionRule kRules[] = {
     {EpsOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
     {EpsOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
 
+    {MetafileOptions::property_Compress, kEffective},
+    {MetafileOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {MetafileOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
+
     {VectorRasterizationOptions::property_BorderX, kEffective},
     {VectorRasterizationOptions::property_BorderY, kEffective},
     {VectorRasterizationOptions::property_CenterDrawing, kEffective},

@@ -196,8 +196,14 @@ FileBytes MetafileDrawing::file() const {
                 return static_cast<int16_t>(std::clamp(std::lround(value), -32768L, 32767L));
             };
             const RectD& window = m_window.window;
-            placeable = Placeable{0, side(window.x), side(window.y), side(window.right()), side(window.bottom()),
-                                  static_cast<uint16_t>(std::clamp(m_window.inch, 1.0, 65535.0)), 0, {}};
+            placeable = Placeable{0,
+                                  side(window.x),
+                                  side(window.y),
+                                  side(window.right()),
+                                  side(window.bottom()),
+                                  static_cast<uint16_t>(std::clamp(m_window.inch, 1.0, 65535.0)),
+                                  0,
+                                  {}};
         }
         return write_wmf({placeable, m_wmf_header, std::move(records), m_tail, m_source});
     } catch (const MetafileError& error) {
@@ -223,7 +229,8 @@ std::vector<std::u16string> MetafileDrawing::fonts() const {
             add(*record, "Facename");
         } else if (is_class(*record, "EmfCommentEmfPlus")) {
             for_plus_records(*record, [&](const ManagedObject& plus) {
-                const auto font = has_property(plus, "ObjectData") ? object_in(plus, "ObjectData") : Ref<ManagedObject>();
+                const auto font =
+                    has_property(plus, "ObjectData") ? object_in(plus, "ObjectData") : Ref<ManagedObject>();
                 if (font && is_class(*font, "EmfPlusFont")) {
                     add(*font, "FamilyName");
                 }

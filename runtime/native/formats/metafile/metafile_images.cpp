@@ -103,9 +103,8 @@ Collection missed_fonts(MetaImageObject& self) {
     self.require_live();
     const FontChoice choice = font_choice();
     std::vector<std::u16string> names = self.metafile().fonts();
-    std::erase_if(names, [&](const std::u16string& name) {
-        return drawing_backend().has_family(to_utf8(name), choice.folders);
-    });
+    std::erase_if(
+        names, [&](const std::u16string& name) { return drawing_backend().has_family(to_utf8(name), choice.folders); });
     return names_of(names);
 }
 

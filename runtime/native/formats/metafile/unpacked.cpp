@@ -35,8 +35,8 @@ const Zlib& zlib() {
             found.pack = reinterpret_cast<decltype(found.pack)>(dlsym(library, "deflate"));
             found.end_packing = reinterpret_cast<decltype(found.end_packing)>(dlsym(library, "deflateEnd"));
         }
-        if (found.begin == nullptr || found.next == nullptr || found.end == nullptr ||
-            found.begin_packing == nullptr || found.pack == nullptr || found.end_packing == nullptr) {
+        if (found.begin == nullptr || found.next == nullptr || found.end == nullptr || found.begin_packing == nullptr ||
+            found.pack == nullptr || found.end_packing == nullptr) {
             throw ManagedException("DllNotFoundException", "The library libz.so.1 cannot be loaded.");
         }
         return found;
@@ -85,8 +85,8 @@ FileBytes packed(FileView bytes) {
     const Zlib& library = zlib();
     constexpr int kUsualMemory = 8;
     z_stream stream{};
-    if (library.begin_packing(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindow, kUsualMemory,
-                              Z_DEFAULT_STRATEGY, ZLIB_VERSION, sizeof stream) != Z_OK) {
+    if (library.begin_packing(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindow, kUsualMemory, Z_DEFAULT_STRATEGY,
+                              ZLIB_VERSION, sizeof stream) != Z_OK) {
         throw std::bad_alloc();
     }
     const std::unique_ptr<z_stream, decltype(&deflateEnd)> ending(&stream, library.end_packing);

@@ -7,6 +7,29 @@
 
 namespace zelmor::embed::metafile {
 
+namespace {
+
+// Lines of a region whose parts are worked out: that takes the square of their number.
+constexpr size_t kMostLines = 2000;
+
+size_t lines_of(const RegionNode& region) {
+    if (region.kind == RegionNode::Kind::kOperation) {
+        return lines_of(*region.left) + lines_of(*region.right);
+    }
+    size_t lines = 0;
+    for (const drawwork::Contour& contour : region.outline) {
+        lines += contour.segments.size() + 1;
+    }
+    return lines;
+}
+
+// Whether counting the crossings of lines gives another region.
+bool may_overlap(const RegionNode& region) {
+    return region.outline.size() > 1 && region.rule == drawwork::FillRule::kWinding;
+}
+
+}  // namespace
+
 CanvasClip::CanvasClip(drawwork::Canvas& canvas, const DeviceSpace& space, bool smooth)
     : m_canvas(canvas), m_space(space), m_smooth(smooth) {
     m_canvas.save();
@@ -24,9 +47,50 @@ void CanvasClip::use(std::vector<RegionTree> regions) {
     m_canvas.save();
     m_regions = std::move(regions);
     for (const RegionTree& region : m_regions) {
-        const RegionOutline cut = outline_of(region, around_picture(m_space));
-        m_canvas.clip(transformed(cut.outline, m_space.to_canvas), cut.rule, m_smooth);
+        clip(*region);
     }
+}
+
+void CanvasClip::clip(const RegionNode& region) {
+    using Kind = RegionNode::Kind;
+    const auto cut = [&](const drawwork::Outline& outline, drawwork::FillRule rule) {
+        m_canvas.clip(transformed(outline, m_space.to_canvas), rule, m_smooth);
+    };
+    const bool operation = region.kind == Kind::kOperation;
+    if (region.kind == Kind::kInfinite) {
+        return;
+    }
+    if (!operation) {
+        return cut(region.outline, region.rule);
+    }
+    if (region.operation == RegionOperation::kIntersect) {
+        clip(*region.left);
+        return clip(*region.right);
+    }
+    const RectD frame = around_picture(m_space);
+    if (region.operation == RegionOperation::kExclude && region.right->kind == Kind::kOutline &&
+        !may_overlap(*region.right)) {
+        clip(*region.left);
+        drawwork::Outline rest = region.right->outline;
+        rest.push_back(rectangle_contour(frame));
+        return cut(rest, drawwork::FillRule::kAlternate);
+    }
+    if (lines_of(region) > kMostLines) {
+        return clip(*region.left);
+    }
+    const RegionOutline outline = outline_of(std::make_shared<RegionNode>(region), frame);
+    cut(outline.outline, outline.rule);
+}
+
+RegionTree bounded_combination(const RegionTree& left, const RegionTree& right, RegionOperation operation) {
+    constexpr int kDeep = 60;  // a deeper expression is worked out when it is made
+    if (left->depth + 1 >= kDeep && lines_of(*left) + lines_of(*right) > kMostLines) {
+        return left;
+    }
+    if (left->kind == RegionNode::Kind::kInfinite && operation == RegionOperation::kIntersect) {
+        return right;
+    }
+    return combined(left, right, operation);
 }
 
 RectD around_picture(const DeviceSpace& space) {

@@ -20,11 +20,17 @@ class CanvasClip {
     void use(std::vector<RegionTree> regions);
 
  private:
+    // Adds a region to the clip of the canvas. Of one with too many lines for an operation the left part counts.
+    void clip(const RegionNode& region);
+
     drawwork::Canvas& m_canvas;
     const DeviceSpace m_space;
     bool m_smooth;
     std::vector<RegionTree> m_regions;
 };
+
+// An operation on a clip, unless it would take too long to work out: then the clip stays.
+RegionTree bounded_combination(const RegionTree& left, const RegionTree& right, RegionOperation operation);
 
 // A frame around the picture, far enough for what sticks out of it: unbounded regions are cut to it.
 RectD around_picture(const DeviceSpace& space);

@@ -82,7 +82,8 @@ std::u16string decoded_text(const std::u16string& bytes, uint8_t charset, std::v
     std::u16string text;
     std::vector<double> moved;
     for (size_t i = 0; i < bytes.size(); ++i) {
-        const char pair[2] = {static_cast<char>(bytes[i]), i + 1 < bytes.size() ? static_cast<char>(bytes[i + 1]) : '\0'};
+        const char pair[2] = {static_cast<char>(bytes[i]),
+                              i + 1 < bytes.size() ? static_cast<char>(bytes[i + 1]) : '\0'};
         std::u16string one = bytes[i] < 0x80 ? std::u16string(1, bytes[i]) : converter.converted(pair, 1);
         size_t used = 1;
         if (one.empty() && i + 1 < bytes.size()) {

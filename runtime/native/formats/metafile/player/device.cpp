@@ -134,8 +134,7 @@ const DeviceObject& Device::object(int64_t index) const {
 
 void Device::select_object(int64_t index) {
     constexpr int64_t kStock = 0x80000000;
-    const DeviceObject chosen =
-        (index & kStock) != 0 ? stock_object(static_cast<uint32_t>(index)) : object(index);
+    const DeviceObject chosen = (index & kStock) != 0 ? stock_object(static_cast<uint32_t>(index)) : object(index);
     if (const auto* pen = std::get_if<DevicePen>(&chosen)) {
         state.pen = *pen;
     } else if (const auto* brush = std::get_if<DeviceBrush>(&chosen)) {
@@ -223,7 +222,8 @@ void Device::combine(const Outline& outline, FillRule rule, const Paint& pattern
         paint.color = kWhite;
     }
     Blend blend = Blend::kOver;
-    const uint8_t both = sourced ? operation & 0x0F : static_cast<uint8_t>((operation & 0x03) | (operation >> 2 & 0x0C));
+    const uint8_t both =
+        sourced ? operation & 0x0F : static_cast<uint8_t>((operation & 0x03) | (operation >> 2 & 0x0C));
     switch (both) {
         case 0x8:
             blend = Blend::kMultiply;
@@ -282,7 +282,8 @@ void Device::stroke(const Outline& outline, const DevicePen& pen) {
         brush = DeviceBrush();
         brush.color = pen.color;
     }
-    if (brush.kind == DeviceBrush::Kind::kNull || (brush.kind == DeviceBrush::Kind::kPattern && brush.pattern.empty())) {
+    if (brush.kind == DeviceBrush::Kind::kNull ||
+        (brush.kind == DeviceBrush::Kind::kPattern && brush.pattern.empty())) {
         return;
     }
     const Paint paint = paint_of(brush);

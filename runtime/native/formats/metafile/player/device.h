@@ -31,11 +31,18 @@ struct TextRun {
     PointD at;
     std::u16string text;
     uint32_t options = 0;
-    RectD rect;                   // with kOpaque or kClipped
+    RectD rect;                    // with kOpaque or kClipped
     std::vector<double> advances;  // of the characters; none for those of the font
     std::vector<double> rises;     // upwards, or none
     // Of the options.
-    enum : uint32_t { kOpaque = 2, kClipped = 4, kGlyphs = 0x10, kRightToLeft = 0x80, kNoRect = 0x100, kPairs = 0x2000 };
+    enum : uint32_t {
+        kOpaque = 2,
+        kClipped = 4,
+        kGlyphs = 0x10,
+        kRightToLeft = 0x80,
+        kNoRect = 0x100,
+        kPairs = 0x2000
+    };
 };
 
 // A part of a bitmap that is drawn: in pixels of the bitmap, and the parallelogram that it is drawn to.
@@ -110,8 +117,8 @@ class Device {
     void pattern(const RectD& box, uint8_t operation);
     void bitmap(const Pixels& pixels, const Placement& placement, uint8_t operation);
     // The pixels under set bits of the mask by one operation, the others by another.
-    void masked(const Pixels& pixels, const Placement& placement, const Pixels& mask, PointD mask_at,
-                uint8_t operation, uint8_t other);
+    void masked(const Pixels& pixels, const Placement& placement, const Pixels& mask, PointD mask_at, uint8_t operation,
+                uint8_t other);
     void blended(const Pixels& pixels, const Placement& placement, double opacity);
     void device_bitmap(const Pixels& pixels, PointD at, const RectD& part);  // one pixel to one of the device
     void gradient(std::span<const PointD> points, std::span<const Argb> colors, bool upright);  // two corners

@@ -28,8 +28,8 @@ struct DeviceBrush {
     enum class Kind { kNull, kSolid, kHatch, kPattern };
     Kind kind = Kind::kSolid;
     Argb color = kWhite;
-    int hatch = 0;          // in the order of the enumerators of HatchStyle
-    Pixels pattern;         // repeated from the origin of brushes on
+    int hatch = 0;            // in the order of the enumerators of HatchStyle
+    Pixels pattern;           // repeated from the origin of brushes on
     bool two_colors = false;  // a pattern whose bits stand for the colors of text and background
 };
 
@@ -37,8 +37,8 @@ struct DevicePen {
     enum Style : uint32_t { kSolid, kDash, kDot, kDashDot, kDashDotDot, kNull, kInsideFrame, kUserStyle, kAlternate };
     uint32_t style = kSolid;
     double width = 0;
-    bool cosmetic = true;    // the width is that of a pixel, whatever the units are
-    bool extended = false;   // its gaps are never filled with the color of the background
+    bool cosmetic = true;   // the width is that of a pixel, whatever the units are
+    bool extended = false;  // its gaps are never filled with the color of the background
     Argb color = kBlack;
     DeviceBrush brush = {};  // of a geometric pen that is not of one color
     bool has_brush = false;
@@ -48,8 +48,8 @@ struct DevicePen {
 };
 
 struct DeviceFont {
-    double height = 0, width = 0;            // of the em square if negative, of the line if positive; 0 for a default
-    double escapement = 0;                   // tenths of a degree, counterclockwise
+    double height = 0, width = 0;  // of the em square if negative, of the line if positive; 0 for a default
+    double escapement = 0;         // tenths of a degree, counterclockwise
     int weight = 400;
     bool italic = false, underline = false, strikeout = false;
     uint8_t charset = 0;

@@ -21,9 +21,7 @@ Outline outline_of_rects(const std::vector<RectD>& rects) {
 
 void Device::clip_rectangle(const RectD& box, RegionOperation operation) {
     const RegionTree region = region_of(in_pixels({rectangle_contour(box)}), FillRule::kWinding);
-    state.clip = state.clip->kind == RegionNode::Kind::kInfinite && operation == RegionOperation::kIntersect
-                     ? region
-                     : combined(state.clip, region, operation);
+    state.clip = bounded_combination(state.clip, region, operation);
 }
 
 void Device::move_clip(PointD by) {
@@ -33,8 +31,7 @@ void Device::move_clip(PointD by) {
 
 // The clip so far holds from now on, whatever is selected.
 void Device::select_meta_region() {
-    const bool first = state.meta_clip->kind == RegionNode::Kind::kInfinite;
-    state.meta_clip = first ? state.clip : combined(state.meta_clip, state.clip, RegionOperation::kIntersect);
+    state.meta_clip = bounded_combination(state.meta_clip, state.clip, RegionOperation::kIntersect);
     state.clip = infinite_region();
 }
 
@@ -43,6 +40,10 @@ void Device::fill_region(const std::vector<RectD>& rects, const DeviceBrush& bru
 }
 
 void Device::frame_region(const std::vector<RectD>& rects, const DeviceBrush& brush, double width, double height) {
+    constexpr size_t kMost = 400;  // the parts of more rectangles take too long to work out
+    if (rects.size() > kMost) {
+        return;
+    }
     const Affine map = this->map();
     const PointD size{std::abs(map.m11 * width), std::abs(map.m22 * height)};
     const RegionTree whole = region_of(in_pixels(outline_of_rects(rects)), FillRule::kWinding);

@@ -17,7 +17,7 @@ enum class MapMode { kText = 1, kLowMetric, kHighMetric, kLowEnglish, kHighEngli
 
 // The device that the file was made for.
 struct DeviceSpace {
-    RectD bounds;                       // of the picture
+    RectD bounds;  // of the picture
     PointD pixels_per_mm{96 / 25.4, 96 / 25.4};
     Affine to_canvas;
 };
@@ -47,7 +47,7 @@ struct DeviceState {
     double char_extra = 0, break_extra = 0;
     int break_count = 0;
 
-    PointD position;  // in logical units
+    PointD position;                      // in logical units
     RegionTree clip = infinite_region();  // in pixels of the device
     RegionTree meta_clip = infinite_region();
 

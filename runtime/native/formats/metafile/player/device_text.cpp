@@ -5,6 +5,7 @@
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
 #include "runtime/native/formats/metafile/player/device.h"
+#include "runtime/native/formats/metafile/player/shown_text.h"
 
 namespace zelmor::embed::metafile {
 
@@ -14,10 +15,17 @@ using drawwork::TextExtent;
 using drawwork::TextLayout;
 
 // Of the alignment of text.
-enum : uint32_t { kUpdatePosition = 1, kRight = 2, kCenter = 6, kBottom = 8, kBaseline = 24, kRightToLeftReading = 0x100 };
+enum : uint32_t {
+    kUpdatePosition = 1,
+    kRight = 2,
+    kCenter = 6,
+    kBottom = 8,
+    kBaseline = 24,
+    kRightToLeftReading = 0x100
+};
 
-constexpr double kProbe = 100;         // the size that fonts are measured with
-constexpr double kUsualHeight = 12;    // of a font without one, in pixels of the device
+constexpr double kProbe = 100;       // the size that fonts are measured with
+constexpr double kUsualHeight = 12;  // of a font without one, in pixels of the device
 constexpr size_t kMostCharacters = 65536;
 
 // Characters that join or change their order: such text is drawn as a whole.
@@ -71,8 +79,8 @@ class TextDrawing {
         m_layout.hinted = device.rendering().hinted;
         m_layout.wrap = false;
         m_layout.folders = font_choice().folders;
-        m_layout.right_to_left = (run.options & TextRun::kRightToLeft) != 0 ||
-                                 (state.text_align & kRightToLeftReading) != 0;
+        m_layout.right_to_left =
+            (run.options & TextRun::kRightToLeft) != 0 || (state.text_align & kRightToLeftReading) != 0;
         const Affine page = state.page_map(device.space());
         const Affine upright = Affine::scaling(std::hypot(page.m11, page.m12), std::hypot(page.m21, page.m22));
         const Affine turn = Affine::rotation(-font.escapement / 10);
@@ -89,11 +97,13 @@ class TextDrawing {
         } else if (font.height > 0) {
             size = font.height * kProbe / std::max(measured(u"X", kProbe).height, 1.0);
         }
-        m_layout.size = size * scale;
-        if (!(m_layout.size > 0.01 && m_layout.size < 1e5)) {
+        // As large as on the canvas, within the sizes that fonts have.
+        constexpr double kMostSize = 500;
+        m_layout.size = std::min(size * scale, kMostSize);
+        if (!is_measurable(m_layout.size)) {
             return;
         }
-        m_unit = 1 / scale;
+        m_unit = size / m_layout.size;
         if (font.width != 0) {
             constexpr char16_t kAlphabet[] = u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
             const double usual = measured(kAlphabet, kProbe).width / (std::size(kAlphabet) - 1) * size / kProbe;
@@ -185,8 +195,8 @@ class TextDrawing {
             total += advance;
         }
         // The same text as the font itself would set it, but for rounding.
-        const bool close = m_advances.empty() ||
-                           std::abs(total - m_natural) <= std::min(0.01 * m_natural, 0.25 * m_layout.size);
+        const bool close =
+            m_advances.empty() || std::abs(total - m_natural) <= std::min(0.01 * m_natural, 0.25 * m_layout.size);
         const bool level = std::all_of(m_run.rises.begin(), m_run.rises.end(), [](double rise) { return rise == 0; });
         if ((close || is_shaped(m_run.text)) && level) {
             const double fit = !m_advances.empty() && m_natural > 0 && total > 0 ? total / m_natural : 1;
@@ -218,7 +228,7 @@ class TextDrawing {
         }
         Paint paint;
         paint.color = m_device.state.text_color;
-        m_device.canvas().text(m_layout, placing, paint);
+        show_text(m_device.canvas(), m_layout, placing, paint, m_device.rendering().smooth);
     }
 
     void move_position(double by) {
@@ -231,8 +241,8 @@ class TextDrawing {
     Device& m_device;
     TextRun m_run;
     TextLayout m_layout;
-    Affine m_map;      // of lengths, from logical units to the canvas
-    Affine m_placing;  // of units of the layout
+    Affine m_map;       // of lengths, from logical units to the canvas
+    Affine m_placing;   // of units of the layout
     double m_unit = 1;  // logical units in a unit of the layout
     double m_stretch = 1;
     double m_natural = 0;

@@ -8,11 +8,11 @@
 namespace zelmor::embed::metafile {
 
 struct DibReading {
-    int64_t usage = 0;                     // 1: the colors are indices into the palette
+    int64_t usage = 0;  // 1: the colors are indices into the palette
     std::span<const Argb> palette = {};
-    bool keeps_alpha = false;              // the fourth byte of a pixel is its alpha, which the others are multiplied by
-    bool two_colors = false;               // bits as black and white, whatever the colors are
-    int64_t rows = -1;                     // that the data has, where these are not all
+    bool keeps_alpha = false;  // the fourth byte of a pixel is its alpha, which the others are multiplied by
+    bool two_colors = false;   // bits as black and white, whatever the colors are
+    int64_t rows = -1;         // that the data has, where these are not all
 };
 
 // A WmfDeviceIndependentBitmap, or null. Pixels that the data lacks are black. PictureError for a bitmap of a kind

@@ -36,7 +36,8 @@ std::vector<Ref<ImageBase>> embedded_pictures(const Records& records) {
     for (const Ref<ManagedObject>& record : records) {
         if (std::string_view(record->type().name) == "EmfCommentEmfPlus") {
             for_plus_records(*record, [&](const ManagedObject& plus) {
-                const auto data = has_property(plus, "ObjectData") ? object_in(plus, "ObjectData") : Ref<ManagedObject>();
+                const auto data =
+                    has_property(plus, "ObjectData") ? object_in(plus, "ObjectData") : Ref<ManagedObject>();
                 if (data && has_property(*data, "ImageData")) {
                     add(images, plus_image(*data).pixels);
                 }

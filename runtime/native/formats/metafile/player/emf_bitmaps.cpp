@@ -19,9 +19,9 @@ RectD target_in(const ManagedObject& record) {
 
 Pixels source_in(Device& device, const ManagedObject& record, bool keeps_alpha = false) {
     const auto bitmap = object_in(record, "SourceBitmap");
-    return dib_pixels(bitmap.get(), {.usage = whole_in(record, "UsageSrc"),
-                                     .palette = device.state.palette.colors,
-                                     .keeps_alpha = keeps_alpha});
+    return dib_pixels(
+        bitmap.get(),
+        {.usage = whole_in(record, "UsageSrc"), .palette = device.state.palette.colors, .keeps_alpha = keeps_alpha});
 }
 
 // The part of the source, whose units have a map of their own to pixels.
@@ -106,8 +106,7 @@ void play_mask_blt(Device& device, const ManagedObject& record) {
         blit(device, record, front, width, height);
         return;
     }
-    const Pixels bits =
-        dib_pixels(mask.get(), {.usage = whole_in(record, "UsageMask"), .two_colors = true});
+    const Pixels bits = dib_pixels(mask.get(), {.usage = whole_in(record, "UsageMask"), .two_colors = true});
     device.masked(source_in(device, record), device.placed(part_of(record, width, height), target_in(record)), bits,
                   {number_in(record, "XMask"), number_in(record, "YMask")}, front, back);
 }
@@ -126,10 +125,9 @@ void play_parallelogram(Device& device, const ManagedObject& record) {
         device.bitmap(source_in(device, record), placement, kCopy);
         return;
     }
-    const Pixels bits =
-        dib_pixels(mask.get(), {.usage = whole_in(record, "UsageMask"), .two_colors = true});
-    device.masked(source_in(device, record), placement, bits,
-                  {number_in(record, "XMask"), number_in(record, "YMask")}, kCopy, kNothing);
+    const Pixels bits = dib_pixels(mask.get(), {.usage = whole_in(record, "UsageMask"), .two_colors = true});
+    device.masked(source_in(device, record), placement, bits, {number_in(record, "XMask"), number_in(record, "YMask")},
+                  kCopy, kNothing);
 }
 
 void play_alpha_blend(Device& device, const ManagedObject& record) {

@@ -27,8 +27,7 @@ void create_pen(Device& device, Played record) {
 void create_extended_pen(Device& device, Played record) {
     if (const auto pen = object_in(record, "Elp")) {
         const auto bitmap = object_in(record, "SourceBitmap");
-        device.put_object(whole_in(record, "IhPen"),
-                          extended_pen_of(*pen, bitmap.get(), device.state.palette.colors));
+        device.put_object(whole_in(record, "IhPen"), extended_pen_of(*pen, bitmap.get(), device.state.palette.colors));
     }
 }
 void create_brush(Device& device, Played record) {
@@ -53,9 +52,9 @@ void create_pattern(Device& device, Played record) {
     DeviceBrush brush;
     brush.kind = DeviceBrush::Kind::kPattern;
     brush.two_colors = kTwoColors;
-    brush.pattern = dib_pixels(bitmap.get(), {.usage = whole_in(record, "Usage"),
-                                              .palette = device.state.palette.colors,
-                                              .two_colors = kTwoColors});
+    brush.pattern = dib_pixels(
+        bitmap.get(),
+        {.usage = whole_in(record, "Usage"), .palette = device.state.palette.colors, .two_colors = kTwoColors});
     device.put_object(whole_in(record, "IhBrush"), std::move(brush));
 }
 
@@ -240,8 +239,9 @@ void gradient(Device& device, Played record) {
         return;
     }
     for (const auto& rect : objects_in(*data, "VertexIndexes")) {
-        picked({static_cast<uint64_t>(whole_in(*rect, "UpperLeft")), static_cast<uint64_t>(whole_in(*rect, "LowerRight"))},
-               [&](const auto& some, const auto& their) { device.gradient(some, their, mode == kDown); });
+        picked(
+            {static_cast<uint64_t>(whole_in(*rect, "UpperLeft")), static_cast<uint64_t>(whole_in(*rect, "LowerRight"))},
+            [&](const auto& some, const auto& their) { device.gradient(some, their, mode == kDown); });
     }
 }
 

@@ -104,7 +104,8 @@ void play_nested(Canvas& canvas, const FileBytes& packed, const RectD& source, c
         frame.window = window_of(file.records);
         if (file.placeable) {
             const Placeable& box = *file.placeable;
-            frame.window = {double(box.left), double(box.top), double(box.right) - box.left, double(box.bottom) - box.top};
+            frame.window = {double(box.left), double(box.top), double(box.right) - box.left,
+                            double(box.bottom) - box.top};
             frame.inch = box.inch != 0 ? box.inch : frame.inch;
         }
         playing.placing = placed({0, 0, frame.width(), frame.height()});
@@ -123,15 +124,15 @@ void for_plus_records(const ManagedObject& comment, const std::function<void(con
 EmfFrame emf_frame(const ManagedObject* record) {
     EmfFrame frame;
     frame.pixels_per_mm = {kPixelsPerInch / kMillimetersPerInch, kPixelsPerInch / kMillimetersPerInch};
-    const auto header =
-        record != nullptr && has_property(*record, "EmfHeader") ? object_in(*record, "EmfHeader") : Ref<ManagedObject>();
+    const auto header = record != nullptr && has_property(*record, "EmfHeader") ? object_in(*record, "EmfHeader")
+                                                                                : Ref<ManagedObject>();
     if (!header) {
         return frame;
     }
     const PointD device = point_in(*header, "Device");
     PointD size = point_in(*header, "Millimeters");
-    const auto exact = has_property(*record, "EmfHeaderExtension2") ? object_in(*record, "EmfHeaderExtension2")
-                                                                    : Ref<ManagedObject>();
+    const auto exact =
+        has_property(*record, "EmfHeaderExtension2") ? object_in(*record, "EmfHeaderExtension2") : Ref<ManagedObject>();
     if (exact && whole_in(*exact, "MicrometersX") > 0 && whole_in(*exact, "MicrometersY") > 0) {
         size = {number_in(*exact, "MicrometersX") / 1000, number_in(*exact, "MicrometersY") / 1000};
     }
@@ -193,18 +194,18 @@ void play_wmf(Canvas& canvas, const Records& records, const WmfFrame& frame, con
         if (inner.bounds.width > 0 && inner.bounds.height > 0) {
             Playing nested = playing;
             nested.depth = playing.depth + 1;
-            nested.placing = Affine::translation(-inner.bounds.x, -inner.bounds.y)
-                                 .then(Affine::scaling(shown.width / inner.bounds.width,
-                                                       shown.height / inner.bounds.height))
-                                 .then(playing.placing);
+            nested.placing =
+                Affine::translation(-inner.bounds.x, -inner.bounds.y)
+                    .then(Affine::scaling(shown.width / inner.bounds.width, shown.height / inner.bounds.height))
+                    .then(playing.placing);
             play_emf(canvas, file.records, inner, nested);
         }
     }
     if (playing.wmf == WmfMode::kEmbedded || (playing.wmf == WmfMode::kAuto && !embedded.empty())) {
         return;
     }
-    const DeviceSpace space{shown, {kPixelsPerInch / kMillimetersPerInch, kPixelsPerInch / kMillimetersPerInch},
-                            playing.placing};
+    const DeviceSpace space{
+        shown, {kPixelsPerInch / kMillimetersPerInch, kPixelsPerInch / kMillimetersPerInch}, playing.placing};
     CanvasClip clip(canvas, space, playing.rendering.smooth);
     Device device(canvas, clip, space, playing.rendering);
     DeviceState& state = device.state;

@@ -30,8 +30,8 @@ struct EmfFrame {
 };
 EmfFrame emf_frame(const ManagedObject* header);
 
-// Of a Windows metafile: the rectangle of its units that the picture shows, and how many of them make an inch. The space
-// of the picture is that of pixels, 96 to the inch.
+// Of a Windows metafile: the rectangle of its units that the picture shows, and how many of them make an inch. The
+// space of the picture is that of pixels, 96 to the inch.
 struct WmfFrame {
     RectD window;
     double inch = 96;

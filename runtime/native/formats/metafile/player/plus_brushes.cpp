@@ -214,9 +214,9 @@ void set_cap(ManagedObject& pen, const ManagedObject& optional, const char* hold
 }
 
 api::LineCap usual_cap(int64_t cap) {
-    for (const auto each : {api::LineCap::kSquare, api::LineCap::kRound, api::LineCap::kTriangle,
-                            api::LineCap::kSquareAnchor, api::LineCap::kRoundAnchor, api::LineCap::kDiamondAnchor,
-                            api::LineCap::kArrowAnchor}) {
+    for (const auto each :
+         {api::LineCap::kSquare, api::LineCap::kRound, api::LineCap::kTriangle, api::LineCap::kSquareAnchor,
+          api::LineCap::kRoundAnchor, api::LineCap::kDiamondAnchor, api::LineCap::kArrowAnchor}) {
         if (static_cast<int64_t>(each) == cap) {
             return each;
         }
@@ -225,8 +225,19 @@ api::LineCap usual_cap(int64_t cap) {
 }
 
 void set_pen_details(ManagedObject& pen, const ManagedObject& optional, int64_t flags) {
-    enum : int64_t { kTransform = 1, kStartCap = 2, kEndCap = 4, kJoin = 8, kMiter = 0x10, kStyle = 0x20,
-                     kDashCap = 0x40, kDashOffset = 0x80, kDashes = 0x100, kAlignment = 0x200, kCompound = 0x400 };
+    enum : int64_t {
+        kTransform = 1,
+        kStartCap = 2,
+        kEndCap = 4,
+        kJoin = 8,
+        kMiter = 0x10,
+        kStyle = 0x20,
+        kDashCap = 0x40,
+        kDashOffset = 0x80,
+        kDashes = 0x100,
+        kAlignment = 0x200,
+        kCompound = 0x400
+    };
     const auto has = [&](int64_t flag) { return (flags & flag) != 0; };
     if (has(kTransform)) {
         set_property(pen, "Transform", matrix(map_in(optional, "TransformMatrix")));

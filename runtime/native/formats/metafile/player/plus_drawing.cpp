@@ -11,6 +11,7 @@
 #include "runtime/native/drawwork/loader.h"
 #include "runtime/native/formats/metafile/player/plus_effects.h"
 #include "runtime/native/formats/metafile/player/plus_player.h"
+#include "runtime/native/formats/metafile/player/shown_text.h"
 
 namespace zelmor::embed::metafile {
 
@@ -156,8 +157,8 @@ void PlusPlayer::image(int64_t id, const RectD& source, int64_t unit, const std:
     paint.height = image.pixels.height;
     paint.pixels = std::move(image.pixels.colors);
     paint.placing = placing;
-    const bool inside = part.x >= -0.5 && part.y >= -0.5 && part.right() <= paint.width + 0.5 &&
-                        part.bottom() <= paint.height + 0.5;
+    const bool inside =
+        part.x >= -0.5 && part.y >= -0.5 && part.right() <= paint.width + 0.5 && part.bottom() <= paint.height + 0.5;
     paint.extend = inside ? drawwork::Extend::kPad : drawwork::Extend::kNone;  // no fading out along the edges
     const Ref<ManagedObject>& attributes = object(attributes_id);
     if (!inside && attributes && has_property(*attributes, "ObjectClamp")) {
@@ -182,7 +183,8 @@ void PlusPlayer::text(const std::u16string& text, const ManagedObject& font_data
                       const RectD& given, const PlusBrush& brush) {
     constexpr int64_t kVertical = 2;
     const auto font = plus_font(font_data);
-    const auto format = format_data != nullptr ? plus_format(*format_data) : make_instance(api::StringFormat::kType.name);
+    const auto format =
+        format_data != nullptr ? plus_format(*format_data) : make_instance(api::StringFormat::kType.name);
     const int64_t unit = whole_in(font_data, "SizeUnit");
     const double page = pixels_in(state.page_unit) * state.page_scale;
     const double font_scale = unit == 0 || !(page > 0) ? 1 : pixels_in(unit) / page;
@@ -205,6 +207,9 @@ void PlusPlayer::text(const std::u16string& text, const ManagedObject& font_data
         frame = {frame.x + before, frame.y, frame.width - before - behind, frame.height};
     } else if (frame.width == 0 && property_int(*format, "Alignment") == 0) {
         frame.x += before;
+    }
+    if (!is_measurable(size)) {
+        return;
     }
     PlacedText placed = place_text(text, font.get(), format.get(), frame.width, frame.height, font_scale);
     if (placed.layout.text.empty()) {
@@ -230,7 +235,7 @@ void PlusPlayer::text(const std::u16string& text, const ManagedObject& font_data
         m_canvas.clip(transformed({rectangle_contour(frame)}, to_canvas), FillRule::kAlternate, m_rendering.smooth);
     }
     const PointD at = PointD{frame.x, frame.y} + placed.offset;
-    m_canvas.text(placed.layout, Affine::translation(at.x, at.y).then(to_canvas), *paint);
+    show_text(m_canvas, placed.layout, Affine::translation(at.x, at.y).then(to_canvas), *paint, m_rendering.smooth);
     m_canvas.restore();
 }
 
@@ -255,10 +260,12 @@ void PlusPlayer::glyphs(const ManagedObject& record) {
     const int64_t unit = whole_in(*font_data, "SizeUnit");
     const double page = pixels_in(state.page_unit) * state.page_scale;
     const double font_scale = unit == 0 || !(page > 0) ? 1 : pixels_in(unit) / page;
+    if (!is_measurable(number_in(*font_data, "EmSize") * font_scale)) {
+        return;
+    }
     const Affine to_canvas = map_in(record, "TransformMatrix").then(canvas_map());
-    const auto paint =
-        plus_paint(brush_in(record), {canvas_map(), area_of(transformed({rectangle_contour(m_space.bounds)},
-                                                                        m_space.to_canvas))});
+    const auto paint = plus_paint(
+        brush_in(record), {canvas_map(), area_of(transformed({rectangle_contour(m_space.bounds)}, m_space.to_canvas))});
     if (!paint) {
         return;
     }
@@ -272,7 +279,7 @@ void PlusPlayer::glyphs(const ManagedObject& record) {
         placed.layout.hinted = m_rendering.hinted;
         const double baseline = drawing_backend().measure(placed.layout).baseline;
         const Affine placing = Affine::translation(places[i].x, places[i].y - baseline).then(to_canvas);
-        m_canvas.text(placed.layout, placing, *paint);
+        show_text(m_canvas, placed.layout, placing, *paint, m_rendering.smooth);
         if (together) {
             break;
         }
@@ -296,8 +303,7 @@ void PlusPlayer::clip(const RegionTree& world, int64_t mode) {
         state.clip = region;
         return;
     }
-    const bool all = state.clip->kind == RegionNode::Kind::kInfinite;
-    state.clip = all && mode == 1 ? region : combined(state.clip, region, kOperations[mode - 1]);
+    state.clip = bounded_combination(state.clip, region, kOperations[mode - 1]);
 }
 
 void PlusPlayer::move_clip(PointD by) {

@@ -132,7 +132,8 @@ Pixels raw_pixels(const ManagedObject& bitmap, const ManagedObject& data) {
         palette = colors_in(*colors, "Argb32Entries");
     }
     // The last row may lack its padding.
-    const int64_t rows = std::min(height, (static_cast<int64_t>(bytes.size()) + stride - (width * bits + 7) / 8) / stride);
+    const int64_t rows =
+        std::min(height, (static_cast<int64_t>(bytes.size()) + stride - (width * bits + 7) / 8) / stride);
     Pixels pixels{static_cast<int32_t>(width), static_cast<int32_t>(rows), {}, false};
     if (rows <= 0) {
         return {};

@@ -31,8 +31,7 @@ Outline arc_in(Played record) {
                         false)};
 }
 Outline pie_in(Played record) {
-    return {pie_contour(rect_in(record, "RectData"), number_in(record, "StartAngle"),
-                        number_in(record, "SweepAngle"))};
+    return {pie_contour(rect_in(record, "RectData"), number_in(record, "StartAngle"), number_in(record, "SweepAngle"))};
 }
 
 void draw_curve(PlusPlayer& player, Played record) {
@@ -40,14 +39,13 @@ void draw_curve(PlusPlayer& player, Played record) {
     const int64_t first = whole_in(record, "Offset"), count = whole_in(record, "NumSegments");
     if (points.size() < 2 || first < 0 || count <= 0 || first + count >= static_cast<int64_t>(points.size()) + 0) {
         if (points.size() >= 2) {
-            player.stroke({spline_contour(points, number_in(record, "Tension"), false)},
-                          whole_in(record, "ObjectId"));
+            player.stroke({spline_contour(points, number_in(record, "Tension"), false)}, whole_in(record, "ObjectId"));
         }
         return;
     }
-    player.stroke({spline_contour(points, number_in(record, "Tension"), static_cast<size_t>(first),
-                                  static_cast<size_t>(count))},
-                  whole_in(record, "ObjectId"));
+    player.stroke(
+        {spline_contour(points, number_in(record, "Tension"), static_cast<size_t>(first), static_cast<size_t>(count))},
+        whole_in(record, "ObjectId"));
 }
 
 void draw_beziers(PlusPlayer& player, Played record) {
@@ -154,8 +152,7 @@ using Handler = void (*)(PlusPlayer&, Played);
 
 const std::unordered_map<std::string_view, Handler>& handlers() {
     static const auto& table = *new std::unordered_map<std::string_view, Handler>{
-        {"EmfPlusHeader",
-         [](PlusPlayer& p, Played r) { p.set_resolution(number_in(r, "LogicalDpiX")); }},
+        {"EmfPlusHeader", [](PlusPlayer& p, Played r) { p.set_resolution(number_in(r, "LogicalDpiX")); }},
         {"EmfPlusObject", &set_object},
         {"EmfPlusSerializableObject", [](PlusPlayer& p, Played r) { p.set_effect(object_in(r, "Buffer")); }},
 
@@ -171,9 +168,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
              p.fill({ellipse_contour(rect_in(r, "RectData"))}, FillRule::kWinding, p.brush_in(r));
          }},
         {"EmfPlusDrawEllipse",
-         [](PlusPlayer& p, Played r) {
-             p.stroke({ellipse_contour(rect_in(r, "RectData"))}, whole_in(r, "ObjectId"));
-         }},
+         [](PlusPlayer& p, Played r) { p.stroke({ellipse_contour(rect_in(r, "RectData"))}, whole_in(r, "ObjectId")); }},
         {"EmfPlusFillPie", [](PlusPlayer& p, Played r) { p.fill(pie_in(r), FillRule::kWinding, p.brush_in(r)); }},
         {"EmfPlusDrawPie", [](PlusPlayer& p, Played r) { p.stroke(pie_in(r), whole_in(r, "ObjectId")); }},
         {"EmfPlusDrawArc", [](PlusPlayer& p, Played r) { p.stroke(arc_in(r), whole_in(r, "ObjectId")); }},
@@ -214,8 +209,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
          }},
         {"EmfPlusEndContainer", [](PlusPlayer& p, Played r) { p.restore(whole_in(r, "StackIndex")); }},
 
-        {"EmfPlusSetWorldTransform",
-         [](PlusPlayer& p, Played r) { p.state.world = map_in(r, "TransformMatrix"); }},
+        {"EmfPlusSetWorldTransform", [](PlusPlayer& p, Played r) { p.state.world = map_in(r, "TransformMatrix"); }},
         {"EmfPlusResetWorldTransform", [](PlusPlayer& p, Played) { p.state.world = Affine(); }},
         {"EmfPlusMultiplyWorldTransform",
          [](PlusPlayer& p, Played r) { transform(p, r, map_in(r, "TransformMatrix")); }},
@@ -240,7 +234,9 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"EmfPlusSetClipPath", [](PlusPlayer& p, Played r) { clip_object(p, r, true); }},
         {"EmfPlusSetClipRegion", [](PlusPlayer& p, Played r) { clip_object(p, r, false); }},
         {"EmfPlusOffsetClip",
-         [](PlusPlayer& p, Played r) { p.move_clip({number_in(r, "Dx"), number_in(r, "Dy")}); }},
+         [](PlusPlayer& p, Played r) {
+             p.move_clip({number_in(r, "Dx"), number_in(r, "Dy")});
+         }},
         {"EmfPlusSetTsGraphics", &set_terminal_state},
         {"EmfPlusSetTsClip", &set_terminal_clip},
     };

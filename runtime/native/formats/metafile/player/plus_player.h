@@ -17,9 +17,9 @@ struct PlusState {
     Affine world;
     int64_t page_unit = 1;
     double page_scale = 1;
-    Affine base;  // of the containers, in pixels
+    Affine base;                          // of the containers, in pixels
     RegionTree clip = infinite_region();  // in pixels
-    bool half_pixels = false;  // whole coordinates are the corners of pixels, for lines too
+    bool half_pixels = false;             // whole coordinates are the corners of pixels, for lines too
     int64_t interpolation = 0;
     bool smooth_text = true, hinted = false;
 };
@@ -52,8 +52,8 @@ class PlusPlayer {
     void fill(const Outline& world, FillRule rule, const PlusBrush& brush);
     void fill_region(const RegionTree& world, const PlusBrush& brush);
     void stroke(const Outline& world, int64_t pen_id);
-    void image(int64_t id, const RectD& source, int64_t unit, const std::vector<PointD>& corners,
-               int64_t attributes_id, bool with_effect);
+    void image(int64_t id, const RectD& source, int64_t unit, const std::vector<PointD>& corners, int64_t attributes_id,
+               bool with_effect);
     void text(const std::u16string& text, const ManagedObject& font, const ManagedObject* format, const RectD& frame,
               const PlusBrush& brush);
     void glyphs(const ManagedObject& record);

@@ -42,8 +42,8 @@ void create_dib_pattern(WmfPlayer& player, Played record) {
     DeviceBrush brush;
     brush.kind = DeviceBrush::Kind::kPattern;
     if (const auto dib = object_in(record, "SourceBitmap")) {
-        brush.pattern = dib_pixels(dib.get(), {.usage = whole_in(record, "ColorUsage"),
-                                               .palette = player.device().state.palette.colors});
+        brush.pattern = dib_pixels(
+            dib.get(), {.usage = whole_in(record, "ColorUsage"), .palette = player.device().state.palette.colors});
     } else if (const auto old = old_bitmap(kept_in(record, "_bitmap16"))) {
         brush.pattern = old_bitmap_pixels(*old, bytes_in(*old, "Bits"));
     }
@@ -168,8 +168,8 @@ void dib_stretch_blt(WmfPlayer& player, Played record) {
 void stretch_dib(WmfPlayer& player, Played record) {
     Device& device = player.device();
     const auto bitmap = object_in(record, "SourceBitmap");
-    const Pixels pixels = dib_pixels(
-        bitmap.get(), {.usage = whole_in(record, "ColorUsage"), .palette = device.state.palette.colors});
+    const Pixels pixels =
+        dib_pixels(bitmap.get(), {.usage = whole_in(record, "ColorUsage"), .palette = device.state.palette.colors});
     RectD part = box_in(record, "XSrc", "YSrc", "SrcWidth", "SrcHeight");
     if (bitmap && !is_top_down(*bitmap)) {
         part.y = pixels.height - part.y - part.height;
@@ -210,8 +210,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"WmfDibCreatePatternBrush", &create_dib_pattern},
         {"WmfCreateRegion", &create_region},
         {"WmfDeleteObject", [](WmfPlayer& p, Played r) { p.delete_object(whole_in(r, "ObjectIndex")); }},
-        {"WmfSelectObject",
-         [](WmfPlayer& p, Played r) { p.device().select_object(whole_in(r, "ObjectIndex")); }},
+        {"WmfSelectObject", [](WmfPlayer& p, Played r) { p.device().select_object(whole_in(r, "ObjectIndex")); }},
         {"WmfSelectPalette", [](WmfPlayer& p, Played r) { p.device().select_object(whole_in(r, "Palette")); }},
         {"WmfSelectClipRegion",
          [](WmfPlayer& p, Played r) {
@@ -225,10 +224,8 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
          [](WmfPlayer& p, Played r) { p.device().state.map_mode = static_cast<MapMode>(whole_in(r, "MapMode")); }},
         {"WmfSetWindowOrg", [](WmfPlayer& p, Played r) { p.device().state.window_origin = point_in(r, "Point"); }},
         {"WmfSetWindowExt", [](WmfPlayer& p, Played r) { p.device().state.window_extent = point_in(r, "Point"); }},
-        {"WmfSetViewportOrg",
-         [](WmfPlayer& p, Played r) { p.device().state.viewport_origin = point_in(r, "Point"); }},
-        {"WmfSetViewportExt",
-         [](WmfPlayer& p, Played r) { p.device().state.viewport_extent = point_in(r, "Point"); }},
+        {"WmfSetViewportOrg", [](WmfPlayer& p, Played r) { p.device().state.viewport_origin = point_in(r, "Point"); }},
+        {"WmfSetViewportExt", [](WmfPlayer& p, Played r) { p.device().state.viewport_extent = point_in(r, "Point"); }},
         {"WmfOffsetWindowOrg",
          [](WmfPlayer& p, Played r) {
              p.device().state.window_origin = p.device().state.window_origin + point_in(r, "Point");
@@ -241,10 +238,8 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"WmfScaleViewportExt", [](WmfPlayer& p, Played r) { scale(p.device().state.viewport_extent, r); }},
         {"WmfSetLayout",
          [](WmfPlayer& p, Played r) { p.device().state.mirrored = (whole_in(r, "LayoutMode") & 1) != 0; }},
-        {"WmfSetBkColor",
-         [](WmfPlayer& p, Played r) { p.device().state.background = color_in(r, "Argb32ColorRef"); }},
-        {"WmfSetBkMode",
-         [](WmfPlayer& p, Played r) { p.device().state.opaque = whole_in(r, "BackgroundMode") == 2; }},
+        {"WmfSetBkColor", [](WmfPlayer& p, Played r) { p.device().state.background = color_in(r, "Argb32ColorRef"); }},
+        {"WmfSetBkMode", [](WmfPlayer& p, Played r) { p.device().state.opaque = whole_in(r, "BackgroundMode") == 2; }},
         {"WmfSetPolyFillMode",
          [](WmfPlayer& p, Played r) {
              p.device().state.rule = whole_in(r, "FillMode") == 2 ? FillRule::kWinding : FillRule::kAlternate;
@@ -252,9 +247,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"WmfSetRop2",
          [](WmfPlayer& p, Played r) { p.device().state.mix = static_cast<int>(whole_in(r, "Rop2Mode")); }},
         {"WmfSetStretchbltMode",
-         [](WmfPlayer& p, Played r) {
-             p.device().state.stretch_mode = static_cast<int>(whole_in(r, "StretchMode"));
-         }},
+         [](WmfPlayer& p, Played r) { p.device().state.stretch_mode = static_cast<int>(whole_in(r, "StretchMode")); }},
         {"WmfSetTextAlign",
          [](WmfPlayer& p, Played r) {
              p.device().state.text_align = static_cast<uint32_t>(whole_in(r, "TextAlignmentMode"));
@@ -262,9 +255,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"WmfSetTextColor",
          [](WmfPlayer& p, Played r) { p.device().state.text_color = color_in(r, "Argb32ColorRef"); }},
         {"WmfSetTextCharExtra",
-         [](WmfPlayer& p, Played r) {
-             p.device().state.char_extra = static_cast<int16_t>(whole_in(r, "CharExtra"));
-         }},
+         [](WmfPlayer& p, Played r) { p.device().state.char_extra = static_cast<int16_t>(whole_in(r, "CharExtra")); }},
         {"WmfSetTextJustification",
          [](WmfPlayer& p, Played r) {
              p.device().state.break_count = static_cast<int>(whole_in(r, "BreakCount"));
@@ -278,9 +269,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
              p.device().clip_rectangle(box, RegionOperation::kIntersect);
          }},
         {"WmfExcludeClipRect",
-         [](WmfPlayer& p, Played r) {
-             p.device().clip_rectangle(rect_in(r, "Rectangle"), RegionOperation::kExclude);
-         }},
+         [](WmfPlayer& p, Played r) { p.device().clip_rectangle(rect_in(r, "Rectangle"), RegionOperation::kExclude); }},
         {"WmfOffsetClipRgn", [](WmfPlayer& p, Played r) { p.device().move_clip(point_in(r, "Point")); }},
         {"WmfFillRegion",
          [](WmfPlayer& p, Played r) {
@@ -303,8 +292,7 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
          }},
         {"WmfInvertRegion",
          [](WmfPlayer& p, Played r) {
-             with_regions(p, r,
-                          [](Device& d, Played, const DeviceRegion& region) { d.invert_region(region.rects); });
+             with_regions(p, r, [](Device& d, Played, const DeviceRegion& region) { d.invert_region(region.rects); });
          }},
 
         {"WmfMoveTo", [](WmfPlayer& p, Played r) { p.device().move_to(point_in(r, "Point")); }},
@@ -321,15 +309,13 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"WmfEllipse", [](WmfPlayer& p, Played r) { p.device().ellipse(rect_in(r, "Rectangle")); }},
         {"WmfRectangle", [](WmfPlayer& p, Played r) { p.device().rectangle(rect_in(r, "Rectangle")); }},
         {"WmfRoundRect",
-         [](WmfPlayer& p, Played r) {
-             p.device().round_rectangle(rect_in(r, "Rectangle"), pair_in(r, "Width", "Height"));
-         }},
+         [](WmfPlayer& p,
+            Played r) { p.device().round_rectangle(rect_in(r, "Rectangle"), pair_in(r, "Width", "Height")); }},
         {"WmfPolygon", [](WmfPlayer& p, Played r) { p.device().polygon(points_in(r, "APoints")); }},
         {"WmfPolyLine", [](WmfPlayer& p, Played r) { p.device().polyline(points_in(r, "APoints")); }},
         {"WmfPolyPolygon",
-         [](WmfPlayer& p, Played r) {
-             p.device().polygons(points_in(r, "APoints"), numbers_in(r, "APointsPerPolygon"), true);
-         }},
+         [](WmfPlayer& p,
+            Played r) { p.device().polygons(points_in(r, "APoints"), numbers_in(r, "APointsPerPolygon"), true); }},
 
         {"WmfTextOut", &text},
         {"WmfExtTextOut", &text},

@@ -17,6 +17,10 @@ constexpr int64_t kSourceCopy = 0x00CC0020;
 constexpr int64_t kHalftone = 4;
 constexpr size_t kMostMeasured = 256;  // characters whose distances are measured one by one
 
+// The numbers of the raster operations that need no source, by their bits for pattern and pixels there.
+constexpr int64_t kOperations[] = {0x000042, 0x0500A9, 0x0A0329, 0x0F0001, 0x500325, 0x550009, 0x5A0049, 0x5F00E9,
+                                   0xA000C9, 0xA50065, 0xAA0029, 0xAF0229, 0xF00021, 0xF50225, 0xFA0089, 0xFF0062};
+
 Value color_number(Argb color) {
     return int64_t{static_cast<int32_t>(color | 0xFF000000)};
 }
@@ -300,7 +304,7 @@ bool EmfCanvas::emit_combine(const Outline& outline, FillRule rule, Argb pattern
     set_property(*record, "YDest", whole_value(std::floor(box.y) * K));
     set_property(*record, "CxDest", whole_value((std::ceil(box.right()) - std::floor(box.x)) * K));
     set_property(*record, "CyDest", whole_value((std::ceil(box.bottom()) - std::floor(box.y)) * K));
-    set_property(*record, "BitBltRasterOperation", int64_t{operation} << 16 | 0x21);
+    set_property(*record, "BitBltRasterOperation", kOperations[(operation >> 2 & 0x0C) | (operation & 0x03)]);
     set_property(*record, "XformSrc", matrix_value({}));
     restore();
     return true;

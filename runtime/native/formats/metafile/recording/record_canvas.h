@@ -77,7 +77,7 @@ class RecordCanvas : public Canvas {
     double m_width, m_height;
     std::vector<Clip> m_clips;
     std::vector<std::vector<Clip>> m_saved_clips;
-    std::vector<Clip> m_base;          // of the group that is being drawn
+    std::vector<Clip> m_base;  // of the group that is being drawn
     std::vector<std::vector<Step>> m_groups;
 };
 

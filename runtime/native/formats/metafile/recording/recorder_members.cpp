@@ -138,8 +138,8 @@ void draw_image_stream(Recorder& self, Ref<ManagedStream> stream, RectArg to, Gr
 
 // ---- Text
 
-void draw_turned_string(Recorder& self, const Text& string, Record* font, const ColorValue& color, int32_t x,
-                        int32_t y, float angle) {
+void draw_turned_string(Recorder& self, const Text& string, Record* font, const ColorValue& color, int32_t x, int32_t y,
+                        float angle) {
     if (!string) {
         throw_argument_null("string");
     }

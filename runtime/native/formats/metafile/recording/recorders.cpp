@@ -37,7 +37,8 @@ class EmfRecorder final : public RecorderObject {
     }
     Ref<MetaImageObject> end() {
         const std::unique_ptr<RecordCanvas> canvas = finish();
-        const auto image = make_ref<MetaImageObject>(require_type(api::FileFormats::Emf::EmfImage::kType.name), drawing());
+        const auto image =
+            make_ref<MetaImageObject>(require_type(api::FileFormats::Emf::EmfImage::kType.name), drawing());
         MetafileDrawing& made = image->metafile();
         for (const Ref<ManagedObject>& record : static_cast<EmfCanvas&>(*canvas).records()) {
             made.records()->append(Value(record));

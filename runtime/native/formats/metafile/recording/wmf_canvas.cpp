@@ -103,8 +103,8 @@ bool WmfCanvas::is_within_clips(const RectD& box) const {
                 return !s.curved && (s.end.x == frame.x || s.end.x == frame.right()) &&
                        (s.end.y == frame.y || s.end.y == frame.bottom());
             });
-        return rectangle && box.x >= frame.x - 0.01 && box.y >= frame.y - 0.01 &&
-               box.right() <= frame.right() + 0.01 && box.bottom() <= frame.bottom() + 0.01;
+        return rectangle && box.x >= frame.x - 0.01 && box.y >= frame.y - 0.01 && box.right() <= frame.right() + 0.01 &&
+               box.bottom() <= frame.bottom() + 0.01;
     });
 }
 
@@ -195,13 +195,14 @@ bool WmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb 
     const double scale = placing.mean_scale() * m_scale.x;
     const int64_t height = unit16(layout.size * scale);
     const std::string face = layout.family.substr(0, layout.family.find(','));
-    if (!plain || !turned_only || !is_within_clips(box) || height == 0 || face.size() > 31 || layout.text.size() > 255) {
+    if (!plain || !turned_only || !is_within_clips(box) || height == 0 || face.size() > 31 ||
+        layout.text.size() > 255) {
         return false;
     }
     const int64_t turn = std::lround(-std::atan2(placing.m12, placing.m11) * 1800 / M_PI);
     const std::string key = "font " + std::to_string(height) + " " + std::to_string(turn) + " " + layout.family +
-                            (layout.bold ? " b" : "") + (layout.italic ? " i" : "") +
-                            (layout.underline ? " u" : "") + (layout.strikeout ? " s" : "");
+                            (layout.bold ? " b" : "") + (layout.italic ? " i" : "") + (layout.underline ? " u" : "") +
+                            (layout.strikeout ? " s" : "");
     select(m_font, object(key, [&] {
                const auto font = add("WmfCreateFontInDirect");
                set_property(*font, "Height", -height);
@@ -242,7 +243,8 @@ void WmfCanvas::emit_bitmap(const Pixels& given, const Affine& placing) {
     RectD target{placing.dx, placing.dy, placing.m11 * pixels.width, placing.m22 * pixels.height};
     if (!upright || !is_within_clips(box)) {  // as pixels of the page, cut to the clip
         const double x = std::floor(std::max(box.x, 0.0)), y = std::floor(std::max(box.y, 0.0));
-        const double right = std::ceil(std::min(box.right(), width())), bottom = std::ceil(std::min(box.bottom(), height()));
+        const double right = std::ceil(std::min(box.right(), width())),
+                     bottom = std::ceil(std::min(box.bottom(), height()));
         if (!(right > x && bottom > y)) {
             return;
         }
