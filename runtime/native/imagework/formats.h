@@ -60,6 +60,10 @@ struct DecodeOptions {
     // Milliseconds that decoding a picture, and a part of it, may take where the codec looks at the time; 0: any time.
     int64_t most_time = 0;
     int64_t most_time_of_part = 0;
+    // Of the raw picture of a camera: how thoroughly noise is taken away (0 to 2), and whether its white is computed
+    // from the picture; otherwise it is that of the camera.
+    int noise_reduction = 0;
+    bool white_balance_of_picture = false;
     // Begins the message of a failure that is found only when pixels are needed: "Cannot load 'a.png'".
     std::string subject = {};
 };

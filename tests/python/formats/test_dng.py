@@ -16,6 +16,7 @@ from zelmor.imaging import DataRecoveryMode, FileFormat, Image, LoadOptions
 from zelmor.imaging.fileformats.dng import DngImage
 from zelmor.imaging.fileformats.dng.decoder import RawData
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
+from zelmor.imaging.imageloadoptions import DngLoadOptions, NoiseReductionType
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions, TiffOptions
 
 from support import png_files
@@ -264,6 +265,35 @@ def test_saving_as_other_formats(tmp_path: Path) -> None:
         assert np.abs(read(tmp_path / name, "RGB") - wanted).mean() < 2, name
     with managed_error("NotSupportedException", "Saving as DNG, which the extension '.dng' asks for"):
         opened(path).save(str(tmp_path / "b.dng"))
+
+
+# ---- Load options
+
+
+def test_white_of_the_picture(tmp_path: Path) -> None:
+    """A picture of one gray that the camera took for yellow."""
+    mosaic = np.empty((200, 200), np.uint16)
+    mosaic[0::2, 0::2], mosaic[0::2, 1::2], mosaic[1::2, 0::2], mosaic[1::2, 1::2] = 20000, 20000, 20000, 10000
+    path = written(tmp_path, Dng(mosaic))
+    options = DngLoadOptions()
+    assert (options.fbdd, options.adjust_white_balance) == (NoiseReductionType.NONE, False)
+    usual = samples(opened(path))[100, 100]
+    assert usual[2] < usual[0] - 8000
+    options.adjust_white_balance = True
+    found = samples(opened(path, options))
+    assert np.ptp(found[100, 100]) < 300
+    assert np.abs(found - developed(path, "-a")).max() <= 2
+
+
+@pytest.mark.parametrize(("reduction", "argument"), [(NoiseReductionType.LIGHT, "1"), (NoiseReductionType.FULL, "2")])
+def test_noise_reduction(tmp_path: Path, reduction: NoiseReductionType, argument: str) -> None:
+    noise = np.random.default_rng(1).normal(0, 1500, (HEIGHT, WIDTH))
+    path = written(tmp_path, Dng(np.clip(waves() + noise, 0, 65535).astype(np.uint16)))
+    options = DngLoadOptions()
+    options.fbdd = reduction
+    found = samples(opened(path, options))
+    assert np.abs(found - developed(path, "-w", "-fbdd", argument)).max() <= 2
+    assert np.abs(found - samples(opened(path))).max() > 100
 
 
 # ---- Damage, limits, refusals

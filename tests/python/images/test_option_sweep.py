@@ -30,6 +30,7 @@ from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.fileformats.tiff.enums import (TiffAlphaStorage, TiffCompressions, TiffExpectedFormat,
                                                    TiffPhotometrics, TiffSampleFormats)
 from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffASCIIType
+from zelmor.imaging.imageloadoptions import NoiseReductionType
 from zelmor.imaging.imageoptions import (ApngOptions, BigTiffOptions, DicomOptions, DxfOptions, GifOptions, JpegOptions,
                                          MultiPageMode, MultiPageOptions, PdfImageCompressionOptions, PngOptions,
                                          TiffOptions, TimeInterval, VectorRasterizationOptions, WebPOptions)
@@ -37,6 +38,7 @@ from zelmor.imaging.sources import StreamSource
 from zelmor.imaging.xmp import XmpPacketWrapper
 from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
 
+from support.dng_files import Dng
 from support.image_oracles import managed_error, noise, smooth
 from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
@@ -428,6 +430,11 @@ def without_a_size() -> bytes:
     return b'<svg xmlns="http://www.w3.org/2000/svg"><rect width="20" height="20"/></svg>'
 
 
+def noisy_mosaic() -> bytes:
+    """The raw picture of a camera."""
+    return Dng((noise(1, width=64, height=48).astype(np.uint16) * 100 + 20000)).tobytes()
+
+
 def pixels_loaded(data: bytes, options: Any) -> Any:
     image = Image.load(io.BytesIO(data), options)
     if VectorImage._is_assignable(image):
@@ -443,6 +450,8 @@ LOADS: dict[str, tuple[Callable[[], bytes], list[Any]]] = {
     "use_icc_profile_conversion": (with_a_profile, [True]),
     "maximum_decoding_time": (large_jpeg_2000, [1]), "maximum_decoding_time_for_tile": (large_jpeg_2000, [1]),
     "strict_mode": (with_a_wrong_checksum, [True]),
+    "fbdd": (noisy_mosaic, [NoiseReductionType.LIGHT, NoiseReductionType.FULL]),
+    "adjust_white_balance": (noisy_mosaic, [True]),
 }
 
 

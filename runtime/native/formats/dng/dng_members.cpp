@@ -1,4 +1,4 @@
-// DNG in the API: its class, what a raw decoder reports of the file. There are no save options for
+// DNG in the API: its class, what a raw decoder reports of the file, and load options. There are no save options for
 // DNG.
 #include <memory>
 #include <string>
@@ -6,6 +6,7 @@
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Dng.Decoder.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Dng.h"
+#include "generated/runtime/Zelmor.Imaging.ImageLoadOptions.h"
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/collections/collection.h"
@@ -88,6 +89,13 @@ Ref<ManagedObject> get_img_data(ImageObject& self) {
     return data;
 }
 
+void take_load_options(const Record& load_options, DecodeOptions& options) {
+    if (has_property(load_options, "Fbdd")) {
+        options.noise_reduction = static_cast<int>(property_int(load_options, "Fbdd"));
+        options.white_balance_of_picture = property_bool(load_options, "AdjustWhiteBalance");
+    }
+}
+
 constexpr FormatClasses kClasses[] = {
     {FileFormat::kDng, Format::kDng, "Dng", DngImageApi::kType, nullptr, nullptr, false},
 };
@@ -102,6 +110,7 @@ extern const FormatMembers kDngMembers;
 const FormatMembers kDngMembers{
     .format = Format::kDng,
     .classes = kClasses,
+    .take_load_options = &take_load_options,
 };
 
 }  // namespace zelmor::embed

@@ -52,7 +52,9 @@ struct RawDecoder::State {
           stream(source, [this] { library.setCancelFlag(); }),
           library(kQuiet) {
         libraw_output_params_t& params = library.imgdata.params;
-        params.use_camera_wb = 1;
+        params.use_camera_wb = options.white_balance_of_picture ? 0 : 1;
+        params.use_auto_wb = options.white_balance_of_picture ? 1 : 0;
+        params.fbdd_noiserd = options.noise_reduction;
         params.output_color = 1;        // sRGB
         params.output_bps = 16;         // numbers of light; the reader makes the sRGB curve
         params.no_auto_bright = 1;      // the file tells the exposure
