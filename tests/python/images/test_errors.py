@@ -13,9 +13,8 @@ from pathlib import Path
 import numpy as np
 import pytest
 from zelmor.imaging import Color, DataRecoveryMode, Image, LoadOptions, Rectangle, ResizeType, RotateFlipType
-from zelmor.imaging.extensions import ImageExtensions
-from zelmor.imaging.fileformats.emf import EmfImage
-from zelmor.imaging.imageoptions import BmpOptions, PngOptions
+from zelmor.imaging.fileformats.apng import ApngImage
+from zelmor.imaging.imageoptions import ApngOptions, BmpOptions, PngOptions
 from zelmor.imaging.sources import FileCreateSource
 
 from support.image_oracles import (FORMATS, HEIGHT, WIDTH, load, managed_error, noise, pixels, raster, read, smooth,
@@ -311,9 +310,9 @@ def test_a_failed_operation_leaves_the_picture(tmp_path: Path) -> None:
 
 
 def test_what_has_no_behavior_says_so() -> None:
-    drawing = EmfImage(10, 10)
-    with managed_error("NotSupportedException", "A bitmap of a EmfImage, which has no pixels,"):
-        ImageExtensions.to_gdi_image(drawing)
+    image = ApngImage(ApngOptions(), 4, 3)
+    with managed_error("NotSupportedException", "ApngImage.ResetDefaultImage()"):
+        image.reset_default_image()
 
 
 def test_memory_is_given_back(tmp_path: Path) -> None:

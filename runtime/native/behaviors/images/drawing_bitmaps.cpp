@@ -1,8 +1,9 @@
-// Bitmaps of the drawing module: copies of the pixels of an image.
+// Bitmaps of the drawing module: copies of the pixels of an image, or those that a vector image becomes.
 #include "generated/runtime/Zelmor.Imaging.Extensions.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Bmp.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/vector/rasterize.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -30,11 +31,11 @@ Value to_gdi_image(ImageBase* image) {
     if (image == nullptr) {
         throw_argument_null("image");
     }
-    auto* raster = dynamic_cast<ImageObject*>(image);
-    if (raster == nullptr) {
-        throw_not_supported("A bitmap of a " + std::string(image->type().name) + ", which has no pixels,");
+    image->require_live();
+    if (auto* raster = dynamic_cast<ImageObject*>(image); raster != nullptr) {
+        return to_bitmap(*raster);
     }
-    return to_bitmap(*raster);
+    return Ref<ManagedObject>(make_ref<DrawingBitmap>(rasterize(cast_object<VectorImageObject>(*image), nullptr)));
 }
 
 const BehaviorTable table({
