@@ -11,8 +11,8 @@ import numpy as np
 import pydicom
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import (Color, FileFormat, Image, LoadOptions, RasterImage, Rectangle, ResolutionSetting,
-                            RotateFlipType)
+from zelmor.imaging import (Color, FileFormat, Image, LoadOptions, RasterImage, Rectangle, ResizeType,
+                            ResolutionSetting, RotateFlipType)
 from zelmor.imaging.fileformats.dicom import ColorType, Compression, CompressionType, DicomImage, DicomPage
 from zelmor.imaging.fileformats.jpeg import JpegCompressionMode
 from zelmor.imaging.imageoptions import DicomOptions, Jpeg2000Options, JpegOptions, PngOptions, TiffOptions
@@ -212,6 +212,14 @@ def test_operations_reach_all_pages(tmp_path: Path) -> None:
     file = checked(tmp_path / "a.dcm")
     expected = [np.rot90(DEEP + 100 * i, -1)[3:15, 2:12] for i in range(3)]
     assert np.array_equal(file.pixel_array, np.stack(expected))
+
+
+def test_all_pages_are_resized_by_the_same_factors(tmp_path: Path) -> None:
+    image = opened(frames_file())
+    image.resize_proportional(2 * WIDTH, 3 * HEIGHT, ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)
+    image.save(str(tmp_path / "a.dcm"))
+    expected = [(DEEP + 100 * i).repeat(3, 0).repeat(2, 1) for i in range(3)]
+    assert np.array_equal(checked(tmp_path / "a.dcm").pixel_array, np.stack(expected))
 
 
 # ---- Writing

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Dicom.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Gif.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
@@ -198,13 +199,14 @@ void resize_proportional(ImageObject& self, int32_t new_width, int32_t new_heigh
     }
 }
 
+using DicomImageApi = api::FileFormats::Dicom::DicomImage;
 using GifImageApi = api::FileFormats::Gif::GifImage;
 using ImageApi = api::Image;
 using TiffImageApi = api::FileFormats::Tiff::TiffImage;
 
 const BehaviorTable table({
     behavior<&resize_proportional, GifImageApi::call_000_ResizeProportional, GifImageApi::call_000_ResizeFullFrame,
-             TiffImageApi::call_000_ResizeProportional>(),
+             TiffImageApi::call_000_ResizeProportional, DicomImageApi::call_000_ResizeProportional>(),
     behavior<&resize, ImageApi::call_000_Resize>(),
     behavior<&resize_by_type, ImageApi::call_001_Resize, ImageApi::call_000_ResizeByType>(),
     behavior<&resize_by_settings, ImageApi::call_002_Resize, ImageApi::call_000_ResizeBySettings>(),
