@@ -147,12 +147,6 @@ bool is_color(ImageObject& self) {
     return !self.picture().is_gray();
 }
 
-// A number of this object, which no other one has as long as it lives.
-int32_t identifier(ImageObject& self) {
-    self.require_live();
-    return self.hash_code();
-}
-
 // Bytes of the samples, each row from a byte of its own.
 int32_t raster_length(ImageObject& self) {
     const imagework::Picture& picture = self.picture();
@@ -166,7 +160,6 @@ const BehaviorTable table({
     behavior<&document, DjvuImageApi::ctor_001_DjvuImage, DjvuImageApi::call_001_LoadDocument>(),
     behavior<&identifier, DjvuImageApi::get_Identifier>(),
     behavior<&djvu_pages, DjvuImageApi::get_DjvuPages>(),
-    behavior<&identifier, DjvuImageApi::get_Identifier>(),
     property<&active_frame_of, &set_active_frame_of, DjvuImageApi::property_ActivePage>(),
     behavior<&first_page, DjvuImageApi::get_FirstPage>(),
     behavior<&last_page, DjvuImageApi::get_LastPage>(),
