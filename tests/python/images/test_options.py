@@ -100,9 +100,9 @@ def test_jpeg_color_types(tmp_path: Path, color: JpegCompressionColorMode, mode:
 
 
 @pytest.mark.parametrize("properties", [
-    {"compression_type": JpegCompressionMode.LOSSLESS}, {"compression_type": JpegCompressionMode.JPEG_LS},
-    {"color_type": JpegCompressionColorMode.YCCK}, {"color_type": JpegCompressionColorMode.RGB},
-    {"bits_per_channel": 12},
+    {"compression_type": JpegCompressionMode.LOSSLESS}, {"bits_per_channel": 12},
+    {"compression_type": JpegCompressionMode.PROGRESSIVE, "bits_per_channel": 12},
+    {"compression_type": JpegCompressionMode.JPEG_LS, "color_type": JpegCompressionColorMode.YCCK},
 ])
 def test_jpeg_settings_that_are_refused(tmp_path: Path, properties: dict[str, object]) -> None:
     with managed_error("NotSupportedException", "JpegOptions."):

@@ -19,7 +19,7 @@ FORMATS = [FileFormat.BMP, FileFormat.GIF, FileFormat.JPEG, FileFormat.PNG, File
            FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.JPEG2000, FileFormat.PSD, FileFormat.TGA,
            FileFormat.DICOM]
 #: Those that are read and not written.
-READ_ONLY = [FileFormat.DJVU]
+READ_ONLY = [FileFormat.DJVU, FileFormat.DNG]
 WRITE_ONLY = [FileFormat.PDF]
 
 

@@ -68,8 +68,6 @@ TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
         Format format;
         Variant variant = Variant::kUsual;
     };
-    const std::string directory =
-        "II*\0\x08\0\0\0\x02\0"s + "\0\x01\x03\0\x01\0\0\0\x01\0\0\0"s + "\x12\xC6\x01\0\x04\0\0\0\x01\x04\0\0"s;
     const std::string type = "application/vnd.oasis.opendocument.graphics";
     const auto archive = [](const std::string& mime) {
         const auto size = static_cast<char>(mime.size());
@@ -79,7 +77,6 @@ TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
     for (const Case& c : {
              Case{"RIFF\x10\0\0\0CDRAvrsn"s, Format::kCdr},
              Case{"RIFX\0\0\0\x10"s + "CMX1", Format::kCmx},
-             Case{directory, Format::kDng},
              Case{"999\nby a program\n  0\r\nSECTION\r\n  2\r\n", Format::kDxf},
              Case{"%!PS\n", Format::kEps},
              Case{"\xC5\xD0\xD3\xC6", Format::kEps},
@@ -134,6 +131,18 @@ TEST(ProbeTest, SizesOfMetafiles) {
     facts = facts_of(header + "\4\0\0\0\3\1\x08\0\5\0\0\0\x0C\2\x40\0\xE0\xFF"s);
     EXPECT_EQ(facts.width, 32);
     EXPECT_EQ(facts.height, 64);
+}
+
+// The version in its first directory makes a TIFF a DNG, which has a raw picture.
+TEST(ProbeTest, ADngIsToldFromATiff) {
+    using namespace std::string_literals;
+    const std::string directory =
+        "II*\0\x08\0\0\0\x02\0"s + "\0\x01\x03\0\x01\0\0\0\x01\0\0\0"s + "\x12\xC6\x01\0\x04\0\0\0\x01\x04\0\0"s;
+    const std::vector<uint8_t> file(directory.begin(), directory.end());
+    const FileFacts facts = probe(file);
+    EXPECT_EQ(facts.format, Format::kDng);
+    EXPECT_FALSE(facts.readable);
+    EXPECT_EQ(failure_of([&] { require_decodable(facts, {}); }).kind(), Failure::kDamaged);
 }
 
 TEST(ProbeTest, AlikeBeginningsAreNoFormat) {

@@ -41,14 +41,14 @@ struct JpegEncoding {
 
     int quality = 75;  // 1 to 100
     bool progressive = false;
-    bool is_ls = false;  // JPEG-LS, a coding of its own
-    JpegLsSettings ls = {};
     JpegColor color = JpegColor::kAuto;
     std::string comment = {};  // UTF-8; empty for none
     // The sampling factors of each component, 1 to 4: a component with half of the greatest factor has half of the
     // picture's samples in that direction. Empty: those that suit the quality.
     std::vector<uint8_t> horizontal_sampling = {};
     std::vector<uint8_t> vertical_sampling = {};
+    bool is_ls = false;  // JPEG-LS, a coding of its own
+    JpegLsSettings ls = {};
 };
 
 }  // namespace zelmor::imagework
