@@ -312,7 +312,8 @@ def test_a_new_page_to_draw_on(tmp_path: Path) -> None:
     assert tuple(found[15, 15]) == (255, 0, 0)
     assert tuple(found[25, 15]) == (255, 255, 255)
     options = PdfOptions._cast_to(image.get_original_options()).value
-    assert options is not None and options.pdf_core_options.jpeg_quality == 75
+    assert options is not None and options.pdf_core_options is not None
+    assert options.pdf_core_options.jpeg_quality == 75
 
 
 # ---- Lines and text
@@ -355,7 +356,8 @@ def test_outlines_are_refused(name: str, vector: bool) -> None:
 
 @pytest.mark.parametrize("compliance", [PdfComplianceVersion.PDF_A1A, PdfComplianceVersion.PDF_A1B])
 def test_archives_are_refused(compliance: PdfComplianceVersion) -> None:
-    options = options_with(PdfImageCompressionOptions.AUTO)
+    options = PdfOptions()
+    options.pdf_core_options = PdfCoreOptions()
     options.pdf_core_options.pdf_compliance = compliance
     with managed_error("NotSupportedException", "PdfCoreOptions.PdfCompliance"):
         loaded(smooth()).save(io.BytesIO(), options)

@@ -247,6 +247,7 @@ def test_default_options_are_those_of_the_class() -> None:
         assert options.page_size == image.size_f
         assert options.background_color == Color.from_argb(255, 255, 255, 255)
         options = kind._cast_to(image.get_default_options([Color.from_argb(255, 9, 8, 7), 50, 40])).value
+        assert options is not None
         assert (options.page_width, options.page_height) == (50.0, 40.0)
         assert options.background_color == Color.from_argb(255, 9, 8, 7)
         assert saved(image, with_layout(PngOptions(), options)).size == (50, 40)
