@@ -107,7 +107,7 @@ def test_changed_records_are_drawn_and_written() -> None:
     with load(WMF) as image:
         rectangle = WmfRectangle()
         rectangle.rectangle = Rectangle(70, 70, 20, 20)
-        image.records.remove_at(image.records.count - 1)
+        image.records.pop()
         assert image.add_record(rectangle) == 5
         file = saved(image, WmfOptions())
     picture = drawn(file, WmfRasterizationOptions())

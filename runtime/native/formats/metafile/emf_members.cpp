@@ -20,6 +20,8 @@ void write_drawing(std::span<const DrawnPage> pages, const Record* options, cons
 constexpr FormatClasses kClasses[] = {
     {FileFormat::kEmf, imagework::Format::kEmf, "Emf", api::FileFormats::Emf::EmfImage::kType,
      api::ImageOptions::EmfOptions::kType, nullptr, false, api::ImageOptions::EmfRasterizationOptions::kType},
+    {FileFormat::kEmz, imagework::Format::kEmf, "Emz", api::FileFormats::Emf::EmfImage::kType,
+     api::ImageOptions::EmfOptions::kType, nullptr, false, api::ImageOptions::EmfRasterizationOptions::kType},
 };
 
 }  // namespace

@@ -20,6 +20,8 @@ void write_drawing(std::span<const DrawnPage> pages, const Record* options, cons
 constexpr FormatClasses kClasses[] = {
     {FileFormat::kWmf, imagework::Format::kWmf, "Wmf", api::FileFormats::Wmf::WmfImage::kType,
      api::ImageOptions::WmfOptions::kType, nullptr, false, api::ImageOptions::WmfRasterizationOptions::kType},
+    {FileFormat::kWmz, imagework::Format::kWmf, "Wmz", api::FileFormats::Wmf::WmfImage::kType,
+     api::ImageOptions::WmfOptions::kType, nullptr, false, api::ImageOptions::WmfRasterizationOptions::kType},
 };
 
 }  // namespace
