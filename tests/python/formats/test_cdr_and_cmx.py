@@ -26,7 +26,7 @@ from support.office_files import (
 
 TRIANGLE = [(-0.1, -0.1), (0.1, -0.1), (0.0, 0.2)]
 CDR = cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1) + cdr_ellipse(0.25, -0.125, 0.5, 0.25, 1) + cdr_curve(TRIANGLE, 1))
-CMX = cmx(cmx_rectangle(-0.5, 0, 0.5, 0.5, 1) + cmx_ellipse(0.5, 0, 0.5, 0.25, 2) + cmx_curve(TRIANGLE, 2))
+CMX = cmx(cmx_rectangle(-0.5, 0, 0.5, 0.5, 1) + cmx_ellipse(0.5, 0, 0.5, -0.25, 2) + cmx_curve(TRIANGLE, 2))
 
 
 def drawn(image: Any, tmp_path: Path) -> Any:
@@ -112,7 +112,7 @@ def test_the_document_of_a_cmx_file() -> None:
     rectangle = CmxRectangleSpec._cast_to(shapes[0].object_spec).value
     assert (rectangle.center_x, rectangle.width, rectangle.height, rectangle.radius) == (-0.5, 0.5, 0.5, 0)
     ellipse = CmxEllipseSpec._cast_to(shapes[1].object_spec).value
-    assert (ellipse.center_x, ellipse.diameter_x, ellipse.diameter_y, ellipse.pie) == (0.5, 0.5, 0.25, False)
+    assert (ellipse.center_x, ellipse.diameter_x, ellipse.diameter_y, ellipse.pie) == (0.5, 0.5, -0.25, False)
     points = CmxPathSpec._cast_to(shapes[2].object_spec).value.points
     assert [(round(point.x, 4), round(point.y, 4)) for point in points] == TRIANGLE
     assert [point.jump_type for point in points] == [PathJumpTypes.MOVE_TO] + [PathJumpTypes.LINE_TO] * 2

@@ -97,6 +97,10 @@ int main(int count, char** arguments) {
     if (count != 10) {
         return static_cast<int>(PostScriptExit::kFailed);
     }
+    // Programs may use the folder of temporary files even in the safe mode, and this one is not there.
+    for (const char* name : {"TMPDIR", "TEMP", "TMP"}) {
+        setenv(name, "/nonexistent", 1);
+    }
     limit_process(std::atoi(arguments[7]), std::strtoull(arguments[8], nullptr, 10));
     return draw(arguments);
 }

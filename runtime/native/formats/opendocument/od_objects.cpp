@@ -644,9 +644,11 @@ Ref<ManagedObject> od_metadata(const OdDocument& document) {
     if (!keywords.empty()) {
         set_property(*object, "Keywords", text_value(keywords));
     }
-    const auto attributes_of = [&](const char* name, const char* property) {
-        const OdNode* child = element->child(name);
-        if (child == nullptr) {
+    // Of the element whose name begins so.
+    const auto attributes_of = [&](std::string_view begin, const char* property) {
+        const auto child = std::find_if(element->children.begin(), element->children.end(),
+                                        [&](const OdNode& each) { return each.name.starts_with(begin); });
+        if (child == element->children.end()) {
             return;
         }
         std::string text;
@@ -657,7 +659,7 @@ Ref<ManagedObject> od_metadata(const OdDocument& document) {
     };
     attributes_of("meta:document-statistic", "DocumentStatistics");
     attributes_of("meta:auto-reload", "AutomaticReload");
-    attributes_of("meta:hyperlink-behaviour", "HyperlinkBehavior");
+    attributes_of("meta:hyperlink-", "HyperlinkBehavior");
     attributes_of("meta:template", "DocumentTemplate");
     return object;
 }
