@@ -16,7 +16,7 @@ from support.image_oracles import managed_error
 KNOWN = [
     ("DXF", "DXF", b"  0\r\nSECTION\r\n  2\r\nHEADER\r\n"),
     ("PDF", "PDF", b"%PDF-1.4\n"),
-    ("HTML5_CANVAS", "HTML5 canvas", b"<!DOCTYPE html>\n<canvas></canvas>"),
+    ("HTML_5_CANVAS", "HTML5 canvas", b"<!DOCTYPE html>\n<canvas></canvas>"),
 ]
 
 

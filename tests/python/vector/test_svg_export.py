@@ -161,7 +161,7 @@ def test_vectors_as_scripts(name: str) -> None:
     replay = Replay(page.decode())
     assert (replay.id, replay.width, replay.height) == ("canvas", WIDTH, HEIGHT)
     assert difference(drawn(replay.document()), drawn(data)) < TOLERANCE.get(name, 0.4)
-    assert Image.get_file_format(io.BytesIO(page)) == FileFormat.HTML5_CANVAS
+    assert Image.get_file_format(io.BytesIO(page)) == FileFormat.HTML_5_CANVAS
 
 
 def test_pixels_as_a_script() -> None:
@@ -192,5 +192,5 @@ def test_options_of_scripts() -> None:
 
 
 def test_a_page_is_not_read() -> None:
-    with managed_error("ImageLoadException", "HTML5 canvas"):
+    with managed_error("NotSupportedException", "this runtime does not read HTML5 canvas files"):
         loaded(saved(loaded(document(CONTENTS["shapes"])), html_options()))

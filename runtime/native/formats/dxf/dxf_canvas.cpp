@@ -397,7 +397,7 @@ void DxfCanvas::stroke(const Outline& outline, const Stroke& stroke, const Paint
     if (color >> 24 == 0) {
         return;
     }
-    const bool whole = is_within_clips(rectangle_around(outline)) && stroke.dashes.empty();
+    const bool whole = is_within_clips(bounds_of(outline)) && stroke.dashes.empty();
     for (const Contour& contour : outline) {
         if (contour.segments.empty()) {
             continue;

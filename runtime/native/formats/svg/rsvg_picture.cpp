@@ -151,10 +151,11 @@ class RsvgPicture final : public SvgPicture {
     }
 
     RectD ink() override {
+        const RsvgRectangle page{0, 0, 300, 150};  // what lengths in parts of the page refer to
         RsvgRectangle ink{}, logical{};
         GError* error = nullptr;
         const bool known =
-            rsvg_handle_get_geometry_for_element(handle(true, true), nullptr, &ink, &logical, &error) != FALSE;
+            rsvg_handle_get_geometry_for_layer(handle(true, true), nullptr, &page, &ink, &logical, &error) != FALSE;
         const ErrorText text(error);
         if (!known) {
             throw_unreadable(error);
