@@ -118,7 +118,7 @@ TEST(WrittenCanvasTest, ClipsAndGroupsNest) {
             order += rest[12];
         }
     }
-    EXPECT_EQ(order, "(12[3(4)))5(6)");
+    EXPECT_EQ(order, "(12[3(4)))56");
     EXPECT_EQ(count(text, "<clipPath"), 1U);
 }
 
