@@ -136,6 +136,20 @@ def test_pixels_beside_another_renderer(tmp_path: Path) -> None:
         assert tuple(pixels[y, x]) == tuple(other[y, x]) == color
 
 
+def test_a_plot_of_another_program() -> None:
+    """A document as gnuplot writes it: text, lines, markers, a clip."""
+    program = ("set terminal svg size 300,200 dynamic font 'DejaVu Sans,10'; set title 'Waves'; "
+               "plot sin(x) with lines, cos(x) with points")
+    data = subprocess.run(["gnuplot", "-e", program], capture_output=True, timeout=60, check=True).stdout
+    image = loaded(data)
+    wanted = drawn(data, "-w", str(image.width), "-h", str(image.height))
+    assert np.count_nonzero(wanted[..., 3]) > 1000
+    assert difference(as_png(image), wanted) < 0.5
+    options = SvgOptions()
+    options.text_as_shapes = True
+    assert difference(drawn(saved(image, options)), wanted) < 0.5
+
+
 def test_options_of_rasterizing() -> None:
     data = document(CONTENTS["shapes"] + CONTENTS["text"])
     image = loaded(data)
