@@ -17,7 +17,7 @@ from support.image_oracles import few_colors, load, managed_error, raster, write
 
 FORMATS = [FileFormat.BMP, FileFormat.GIF, FileFormat.JPEG, FileFormat.PNG, FileFormat.APNG, FileFormat.TIFF,
            FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.JPEG2000, FileFormat.PSD, FileFormat.TGA,
-           FileFormat.DICOM]
+           FileFormat.DICOM, FileFormat.EMF, FileFormat.EMZ, FileFormat.WMF, FileFormat.WMZ]
 #: Those that are read and not written.
 READ_ONLY = [FileFormat.DJVU, FileFormat.DNG]
 WRITE_ONLY = [FileFormat.PDF]

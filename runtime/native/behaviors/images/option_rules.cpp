@@ -237,6 +237,7 @@ constexpr OptionRule kRules[] = {
 
     {MetafileOptions::property_Compress, kEffective},
     {MetafileOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {MetafileOptions::kType, ImageOptionsBase::property_Palette, kRefused},
     {MetafileOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
 
     {VectorRasterizationOptions::property_BorderX, kEffective},
