@@ -12,8 +12,10 @@ import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import Color, FileFormat, Image
 from zelmor.imaging.fileformats.cdr import CdrImage, CdrImagePage
+from zelmor.imaging.fileformats.cdr.const import CdrColorModel
+from zelmor.imaging.fileformats.cdr.enum import CdrFillType
 from zelmor.imaging.fileformats.cdr.objects import (
-    CdrCurve, CdrEllipse, CdrListObjects, CdrPage, CdrRectangle, CdrTransforms, CdrVersion)
+    CdrCurve, CdrEllipse, CdrFill, CdrListObjects, CdrOutline, CdrPage, CdrRectangle, CdrTransforms, CdrVersion)
 from zelmor.imaging.fileformats.cmx import CmxImage, CmxImagePage
 from zelmor.imaging.fileformats.cmx.objectmodel import CmxObject
 from zelmor.imaging.fileformats.cmx.objectmodel.enums import ColorModels, FillTypes, PathJumpTypes
@@ -87,6 +89,20 @@ def test_the_document_of_a_cdr_file() -> None:
     assert bytes(curve.point_types) == b"\0\x40\x48"
     moved = next(CdrTransforms._cast_to(item).value for item in found if CdrTransforms._is_assignable(item))
     assert list(moved.transforms) == [1, 0, -0.75, 0, 1, -0.25]
+
+
+def test_fills_and_lines_of_a_cdr_file(tmp_path: Path) -> None:
+    image = CdrImage._cast_to(Image.load(io.BytesIO(cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 2, 1))))).value
+    lists = [CdrListObjects._cast_to(item).value for item in image.cdr_document.items
+             if CdrListObjects._is_assignable(item)]
+    fills, lines = [CdrListObjects._cast_to(item).value.items for item in lists[0].items]
+    fill = CdrFill._cast_to(fills[0]).value
+    assert (fill.id, fill.fill_type, fill.color1.color_model) == (1, CdrFillType.SOLID, CdrColorModel.CMYK_100X02)
+    assert fill.color1.color_value == 100 << 24
+    line = CdrOutline._cast_to(lines[0]).value
+    assert (line.id, line.line_type, round(line.line_width, 4), line.stretch) == (1, 2, 0.1, 1)
+    page = inked(drawn(image, tmp_path))  # the line goes to both sides of the edge at 24 pixels
+    assert page[48, 21:28].all() and not page[48, 30] and not page[48, 18]
 
 
 def test_the_pages_of_a_cdr_file(tmp_path: Path) -> None:

@@ -143,6 +143,10 @@ class ObjectMaker {
             set_data(objects::CdrUdta::kType);
         } else if (chunk.id == "font") {
             font(in, parent);
+        } else if (chunk.id == "fild" && has_known_styles()) {
+            fill(in, parent);
+        } else if (chunk.id == "outl" && has_known_styles()) {
+            outline(in, parent);
         } else if (chunk.id == "bbox") {
             auto box = add(parent, objects::CdrBbox::kType);
             set_property(*box, "LeftTop", point(in));
@@ -176,6 +180,44 @@ class ObjectMaker {
         auto object = add(parent, objects::CdrMcfg::kType);
         set_property(*object, "Width", m_width);
         set_property(*object, "Height", m_height);
+    }
+
+    // Whether fills and lines have the form that is read here.
+    bool has_known_styles() const { return m_version >= kLongNumbers && m_version < 1300; }
+
+    static Ref<ManagedObject> color(Numbers& in) {
+        auto made = make_instance(cdr_types::CdrColor::kType.name);
+        set_property(*made, "ColorModel", static_cast<int32_t>(in.u16()));
+        in.skip(6);
+        set_property(*made, "ColorValue", static_cast<int32_t>(in.u32()));
+        return made;
+    }
+
+    // The color of a fill with one; of others the kind alone.
+    void fill(Numbers& in, const Ref<ManagedObject>& parent) {
+        auto object = add(parent, objects::CdrFill::kType);
+        set_property(*object, "Id", static_cast<int32_t>(in.u32()));
+        const uint16_t kind = in.u16();
+        set_property(*object, "FillType", static_cast<int32_t>(kind));
+        if (kind == static_cast<uint16_t>(api::FileFormats::Cdr::Enum::CdrFillType::kSolid)) {
+            in.skip(2);
+            set_property(*object, "Color1", color(in));
+        }
+    }
+
+    void outline(Numbers& in, const Ref<ManagedObject>& parent) {
+        auto object = add(parent, objects::CdrOutline::kType);
+        set_property(*object, "Id", static_cast<int32_t>(in.u32()));
+        set_property(*object, "LineType", static_cast<int32_t>(in.u16()));
+        set_property(*object, "CapsType", static_cast<int32_t>(in.u16()));
+        set_property(*object, "JoinType", static_cast<int32_t>(in.u16()));
+        in.skip(2);
+        set_property(*object, "LineWidth", in.length());
+        set_property(*object, "Stretch", in.u16() / 100.0);
+        in.skip(2);
+        set_property(*object, "Aangle", in.angle());
+        in.skip(52);
+        set_property(*object, "Color", color(in));
     }
 
     void font(Numbers& in, const Ref<ManagedObject>& parent) {
@@ -394,6 +436,9 @@ Ref<ManagedObject> cdr_document(std::span<const uint8_t> file) {
                 part = std::move(*found);
                 break;
             }
+        }
+        if (part.empty()) {
+            return document;  // of a version that keeps its chunks elsewhere
         }
         file = part;
     }
