@@ -3,6 +3,7 @@
 #   make demo     convert photographs with zelmor.imaging and show them before and after (IN=picture or folder)
 #   make test     run all tests; the last line counts them
 #   make build    build an importable package in build/python
+#   make dotnet   build the .NET half of the wire in build/dotnet, to run zelmor.imaging on .NET itself (needs an SDK)
 #   make bench    measure speed beside hand-written C, Cython, pybind11 and PyQt5; streams; collections; operations
 #                 on pictures beside Pillow; jobs on files beside Pillow and vips; import; sizes; memory
 #   make docs     write the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
@@ -44,7 +45,7 @@ SEED ?= 1
 .DEFAULT_GOAL := build
 # Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
+.PHONY: setup build dotnet demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
 .PHONY: quick-lint format clean
 
 setup:
@@ -65,6 +66,10 @@ product: configure
 	@$(COMPILE) product
 everything: configure
 	@$(COMPILE) tests
+
+# The wrapper library is that of the package.
+dotnet: product
+	@$(PYTHON) -B tools/build_dotnet.py --build $(BUILD)
 
 demo: setup-demo product
 	@$(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)

@@ -10,12 +10,13 @@ from pathlib import Path
 from . import reports
 from .errors import CatalogueError
 from .writers.cpp import commands as cpp
+from .writers.csharp import commands as csharp
 from .writers.reference import commands as reference
 from .writers.runtime import commands as runtime
 from .writers.stubs import commands as stubs
 
 #: Everything that the generator can do; a new back end is one more name here.
-COMMANDS = [command for group in (cpp, runtime, stubs, reference, reports) for command in group.COMMANDS]
+COMMANDS = [command for group in (cpp, csharp, runtime, stubs, reference, reports) for command in group.COMMANDS]
 
 
 def main(arguments: list[str]) -> int:

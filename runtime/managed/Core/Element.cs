@@ -90,7 +90,7 @@ public sealed unsafe class EnumElement<T> : TypedElement<T, int> where T : struc
     protected override T Convert(int* form) => (T)Enum.ToObject(typeof(T), *form);
 }
 
-public sealed unsafe class TextElement : TypedElement<string?, PyStringArg>
+public sealed unsafe class TextElement : TypedElement<string, PyStringArg>
 {
     public TextElement(BridgeModule module, int slot) : base(module, slot)
     {
@@ -98,16 +98,16 @@ public sealed unsafe class TextElement : TypedElement<string?, PyStringArg>
 
     protected override PyStringArg Empty => new() { Length = -1 };
 
-    protected override string? Convert(PyStringArg* form) => Arguments.Text(form);
+    protected override string Convert(PyStringArg* form) => Arguments.Text(form)!;
 }
 
-public sealed unsafe class InstanceElement<T> : TypedElement<T?, nint> where T : class
+public sealed unsafe class InstanceElement<T> : TypedElement<T, nint> where T : class
 {
     public InstanceElement(BridgeModule module, int slot) : base(module, slot)
     {
     }
 
-    protected override T? Convert(nint* form) => Handles.Argument<T>(*form);
+    protected override T Convert(nint* form) => Handles.Argument<T>(*form)!;
 }
 
 public sealed unsafe class StructElement<T> : TypedElement<T, VariantArg> where T : struct
@@ -119,16 +119,16 @@ public sealed unsafe class StructElement<T> : TypedElement<T, VariantArg> where 
     protected override T Convert(VariantArg* form) => Arguments.Struct<T>(form);
 }
 
-public sealed unsafe class InterfaceElement<T> : TypedElement<T?, VariantArg> where T : class
+public sealed unsafe class InterfaceElement<T> : TypedElement<T, VariantArg> where T : class
 {
     public InterfaceElement(BridgeModule module, int slot) : base(module, slot)
     {
     }
 
-    protected override T? Convert(VariantArg* form) => Arguments.Instance<T>(form);
+    protected override T Convert(VariantArg* form) => Arguments.Instance<T>(form)!;
 }
 
-public sealed unsafe class ArrayElement<T> : TypedElement<T[]?, VariantArg>
+public sealed unsafe class ArrayElement<T> : TypedElement<T[], VariantArg>
 {
     private readonly Element<T> _inner;
 
@@ -137,7 +137,7 @@ public sealed unsafe class ArrayElement<T> : TypedElement<T[]?, VariantArg>
         _inner = inner;
     }
 
-    protected override T[]? Convert(VariantArg* form)
+    protected override T[] Convert(VariantArg* form)
     {
         // Reading the inner list may run code that takes it out of the outer one, which only lends it.
         var isPython = form->Tag > HandleTag.Struct;
@@ -147,7 +147,7 @@ public sealed unsafe class ArrayElement<T> : TypedElement<T[]?, VariantArg>
         }
         try
         {
-            return Arguments.Array(form, _inner);
+            return Arguments.Array(form, _inner)!;
         }
         finally
         {
@@ -160,7 +160,7 @@ public sealed unsafe class ArrayElement<T> : TypedElement<T[]?, VariantArg>
 }
 
 /// <summary>Byte arrays, whose memory is locked while it is copied.</summary>
-public sealed unsafe class BytesElement : Element<byte[]?>
+public sealed unsafe class BytesElement : Element<byte[]>
 {
     private readonly BridgeModule _module;
     private readonly int _slot;
@@ -171,7 +171,7 @@ public sealed unsafe class BytesElement : Element<byte[]?>
         _slot = slot;
     }
 
-    public override byte[]? Read(in VariantArg source, int index)
+    public override byte[] Read(in VariantArg source, int index)
     {
         var record = NativeMemory.Alloc(Python.Buffers->GetSize());
         Python.Buffers->Create(record);
@@ -187,7 +187,7 @@ public sealed unsafe class BytesElement : Element<byte[]?>
                 : ((delegate* unmanaged<nint, int, nint*, PyBytesArg*, void*, int>)reader)(
                     source.Value, index, &owner, &view, record);
             return status < 0
-                ? throw Python.FailedAccess(status, Element.Reading(index)) : Arguments.Bytes(&view);
+                ? throw Python.FailedAccess(status, Element.Reading(index)) : Arguments.Bytes(&view)!;
         }
         finally
         {

@@ -201,6 +201,11 @@ public static class Sequences
 
     public static void EnsureCapacity<T>(List<T> list, int more) => list.EnsureCapacity(list.Count + Math.Max(0, more));
 
+    public static void EnsureCapacity(ArrayList list, int more)
+    {
+        list.Capacity = Math.Max(list.Capacity, list.Count + Math.Max(0, more));
+    }
+
     private static int Clamped(int bound, int count) => Math.Clamp(bound < 0 ? bound + count : bound, 0, count);
 
     private static void RequireInRange<T>(IList<T> list, int index)
@@ -233,6 +238,43 @@ public static class Sequences
             return x is string a && y is string b ? string.CompareOrdinal(a, b) : Comparer<T>.Default.Compare(x, y);
         }
     }
+}
+
+/// <summary>A collection without an element type, as objects in a row.</summary>
+public readonly struct AnyCollection : IEnumerable<object?>
+{
+    private readonly ICollection _collection;
+
+    public AnyCollection(ICollection collection)
+    {
+        _collection = collection;
+    }
+
+    public bool Contains(object? item)
+    {
+        if (_collection is IList list)
+        {
+            return new AnyList(list).Contains(item);
+        }
+        foreach (var each in _collection)
+        {
+            if (Equals(each, item))
+            {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    public IEnumerator<object?> GetEnumerator()
+    {
+        foreach (var item in _collection)
+        {
+            yield return item;
+        }
+    }
+
+    IEnumerator IEnumerable.GetEnumerator() => _collection.GetEnumerator();
 }
 
 /// <summary>A collection without an element type, as a list of objects: elements take the type of its storage.</summary>

@@ -1,0 +1,115 @@
+"""Builds the .NET half and lays out the directories in which the bridge looks for a runtime and for assemblies.
+
+    build/dotnet/runtime/netcore<version>/   links to the installed .NET runtime, and to the wrapper library
+    build/dotnet/assemblies/<module>/        the assemblies of each module
+
+The two variables that select a runtime then name `runtime` and `assemblies`; --print shows them as shell words.
+"""
+
+from __future__ import annotations
+
+import argparse
+import os
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[1]
+MANAGED = ROOT / "runtime" / "managed"
+INSTALL = ("no .NET SDK was found: install the package dotnet-sdk-8.0 or a later one, or set DOTNET_ROOT to the "
+           "directory of an SDK")
+
+# Where each catalogue's class library stands; a catalogue of types that .NET has itself needs none.
+CATALOGUES = (("api/catalogue", "Zelmor.Imaging"), ("siblings/catalogue/pydrawing", "Zelmor.Drawing"),
+              ("siblings/catalogue/pyio", ""), ("siblings/catalogue/pyreflection", ""))
+# The assemblies of each module's directory.
+MODULES = {"core": ("Zelmor.WrpGen.Core",), "imaging": ("Zelmor.Imaging", "WrpInterop.Zelmor.Imaging"),
+           "pydrawing": ("Zelmor.Drawing", "WrpInterop.Zelmor.PyDrawing"), "pyio": ("WrpInterop.Zelmor.PyIo",),
+           "pyreflection": ("WrpInterop.Zelmor.PyReflection",), "pygc": ("WrpInterop.Zelmor.PyGc",)}
+
+
+def find_sdk() -> Path | None:
+    """The `dotnet` command of an SDK: that of DOTNET_ROOT, else the one on the path."""
+    root = os.environ.get("DOTNET_ROOT")
+    candidates = [Path(root) / "dotnet"] if root else []
+    on_path = shutil.which("dotnet")
+    candidates += [Path(on_path).resolve()] if on_path else []
+    return next((path for path in candidates if path.is_file() and (path.parent / "sdk").is_dir()), None)
+
+
+def find_runtime(sdk: Path) -> Path | None:
+    """The newest installed runtime beside an SDK."""
+    found = [path for path in (sdk.parent / "shared" / "Microsoft.NETCore.App").glob("*.*.*")
+             if path.name.replace(".", "").isdigit() and (path / "libcoreclr.so").is_file()]
+    return max(found, key=lambda path: [int(part) for part in path.name.split(".")], default=None)
+
+
+def _link(target: Path, link: Path) -> None:
+    link.unlink(missing_ok=True)
+    link.symlink_to(target)
+
+
+def generate(build: Path) -> None:
+    """Writes the C# of all catalogues."""
+    for catalogue, library in CATALOGUES:
+        subprocess.run([sys.executable, "-B", "-m", "tools.generator", "csharp", catalogue,
+                        str(MANAGED / (library or "none")), str(build / "generated")], cwd=ROOT, check=True)
+
+
+def compile_all(sdk: Path, build: Path) -> None:
+    """Compiles all assemblies, without servers that outlive the build."""
+    quiet = {"DOTNET_CLI_TELEMETRY_OPTOUT": "1", "DOTNET_NOLOGO": "1", "DOTNET_SKIP_FIRST_TIME_EXPERIENCE": "1"}
+    subprocess.run([sdk, "build", MANAGED / "Zelmor.Managed.csproj", "-m:1", "--nologo", "-v", "q",
+                    "-p:UseSharedCompilation=false", "-nodeReuse:false", f"-p:ZelmorBuild={build}"],
+                   env=os.environ | quiet, check=True)
+
+
+def lay_out(runtime: Path, wrapper: Path, build: Path) -> None:
+    """Makes the directories."""
+    version = ".".join(runtime.name.split(".")[:2])
+    directory = build / "runtime" / f"netcore{version}"
+    shutil.rmtree(build / "runtime", ignore_errors=True)
+    directory.mkdir(parents=True)
+    for path in runtime.iterdir():
+        if path.suffix in (".dll", ".so"):
+            _link(path, directory / path.name)
+    _link(wrapper, directory / wrapper.name)
+    shutil.rmtree(build / "assemblies", ignore_errors=True)
+    for module, names in MODULES.items():
+        (build / "assemblies" / module).mkdir(parents=True)
+        for name in names:
+            _link(build / "out" / name / f"{name}.dll", build / "assemblies" / module / f"{name}.dll")
+
+
+def variables(build: Path) -> dict[str, str]:
+    """The variables that select what was built."""
+    return {"NETCORE_WRAPPER_NETCORE_DIR_zelmor": str(build / "runtime"),
+            "NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor": str(build / "assemblies")}
+
+
+def main() -> int:
+    """Builds everything; the exit status is 1 where there is no SDK."""
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=Path, required=True, help="the build tree")
+    parser.add_argument("--print", action="store_true", help="only show the variables")
+    options = parser.parse_args()
+    tree = options.build.resolve()
+    build = tree / "dotnet"
+    if options.print:
+        print(" ".join(f"{name}={value}" for name, value in variables(build).items()))
+        return 0
+    sdk = find_sdk()
+    runtime = find_runtime(sdk) if sdk is not None else None
+    if sdk is None or runtime is None:
+        print(INSTALL, file=sys.stderr)
+        return 1
+    generate(build)
+    compile_all(sdk, build)
+    wrapper = tree / "python" / "zelmor" / "_runtime" / "netcore3.1" / "libzelmor.embed.coreclrwrap.so"
+    lay_out(runtime, wrapper, build)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

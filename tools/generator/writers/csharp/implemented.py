@@ -1,0 +1,56 @@
+"""What the hand-written parts of the class library do: the members that they mark as theirs.
+
+A hand-written member stands in a partial class and carries the name of an entry point, `[Implements("call_000_Crop")]`.
+The generator leaves out what it would otherwise write for it. A property is marked by its getter's entry point.
+"""
+
+from __future__ import annotations
+
+import re
+from pathlib import Path
+
+from ...entry_points import members_of
+from ...errors import CatalogueError, Place
+from ...model import Model
+
+_NAMESPACE = re.compile(r"^namespace ([\w.]+);")
+_TYPE = re.compile(r"^public (?:(?:static|abstract|sealed|readonly) )*partial (?:class|struct|interface) (\w+)")
+_MARK = re.compile(r'\[Implements\("(\w+)"\)\]')
+# Members that no entry point names: those that every object has.
+OF_OBJECTS = ("Equals", "Dispose")
+
+
+class Implemented:
+    """The marked members of all types."""
+
+    def __init__(self, directory: Path | None) -> None:
+        self._marks: dict[str, dict[str, Place]] = {}
+        for path in sorted(directory.rglob("*.cs")) if directory is not None else ():
+            self._read(path)
+
+    def _read(self, path: Path) -> None:
+        namespace, entry = "", ""
+        for number, line in enumerate(path.read_text().splitlines(), 1):
+            if found := _NAMESPACE.match(line):
+                namespace = found[1]
+            elif found := _TYPE.match(line):
+                entry = f"{namespace}.{found[1]}"
+            for mark in _MARK.findall(line):
+                marks = self._marks.setdefault(entry, {})
+                if mark in marks:
+                    raise CatalogueError(Place(path, number), f"{entry} implements {mark} twice")
+                marks[mark] = Place(path, number)
+
+    def has(self, full_name: str, mark: str) -> bool:
+        """Whether a type has a hand-written member with this mark."""
+        return mark in self._marks.get(full_name, ())
+
+    def check(self, model: Model) -> None:
+        """Refuses marks that name no entry point."""
+        types = {entry.full_name: entry for entry in model.types}
+        for full_name, marks in self._marks.items():
+            entry = types.get(full_name)
+            known = {point.name for point in members_of(entry)} if entry is not None else set()
+            for mark, place in marks.items():
+                if entry is None or mark not in (*known, *OF_OBJECTS):
+                    raise CatalogueError(place, f"{full_name} has no entry point {mark}")
