@@ -1,4 +1,5 @@
-"""The tests run on the build tree and on the embedded runtime with its control interface.
+"""The tests run on the build tree and on the embedded runtime with its control interface, or with ZELMOR_RUNTIME=dotnet
+on .NET, where the tests that need this interface are skipped.
 
 After every test the number of live handles is the same as before, no Python error is pending, and all faults and
 scripts that the test set are removed. A test that keeps handles on purpose declares how many:
@@ -16,12 +17,13 @@ from pathlib import Path
 
 import pytest
 
+from support.dotnet_control import ASSEMBLIES, ON_DOTNET, RUNTIME
 from support.places import BUILD_DIR
 
 # Set before the first import, since the bridge reads these variables only once.
 os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)
-os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"] = str(BUILD_DIR / "test-runtime")
-os.environ["NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"] = str(BUILD_DIR / "test-runtime")
+os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"] = str(RUNTIME if ON_DOTNET else BUILD_DIR / "test-runtime")
+os.environ["NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"] = str(ASSEMBLIES if ON_DOTNET else BUILD_DIR / "test-runtime")
 sys.path.insert(0, str(BUILD_DIR / "python"))
 
 import zelmor.imaging  # noqa: E402, F401  (the one start of this process)

@@ -12,9 +12,10 @@ from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from ctypes import c_char_p, c_int, c_int64, c_size_t, c_uint64, c_void_p
 from dataclasses import dataclass
-from typing import Any
+from typing import Any, cast
 
 from .callbacks import prototype, slot_of
+from .dotnet_control import ON_DOTNET, DotnetControl
 from .places import BUILD_DIR
 
 TEST_RUNTIME_ROOT = BUILD_DIR / "test-runtime"
@@ -241,4 +242,4 @@ class Control:
         return self._call("type_id", full_name)
 
 
-control = Control()
+control = cast(Control, DotnetControl()) if ON_DOTNET else Control()
