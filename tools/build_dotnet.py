@@ -51,10 +51,13 @@ def _link(target: Path, link: Path) -> None:
 
 
 def generate(build: Path) -> None:
-    """Writes the C# of all catalogues."""
+    """Writes the C# of all assemblies."""
+    command = [sys.executable, "-B", "-m", "tools.generator"]
+    subprocess.run([*command, "csharp-services", str(build / "generated" / "WrpInterop.Zelmor.PyGc")], cwd=ROOT,
+                   check=True)
     for catalogue, library in CATALOGUES:
-        subprocess.run([sys.executable, "-B", "-m", "tools.generator", "csharp", catalogue,
-                        str(MANAGED / (library or "none")), str(build / "generated")], cwd=ROOT, check=True)
+        subprocess.run([*command, "csharp", catalogue, str(MANAGED / (library or "none")), str(build / "generated")],
+                       cwd=ROOT, check=True)
 
 
 def compile_all(sdk: Path, build: Path) -> None:

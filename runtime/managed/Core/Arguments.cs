@@ -101,10 +101,10 @@ public static unsafe class Arguments
     }
 
     /// <summary>A stream: a .NET one, or a Python file behind one.</summary>
-    public static Stream? Stream(VariantArg* argument)
+    public static Stream? Stream(VariantArg* argument, BridgeModule module)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonFileStream(PyRef.Borrow(argument->Value))
+            ? new PythonFileStream(module, PyRef.Borrow(argument->Value))
             : Handles.Argument<Stream>(argument->Value);
     }
 
@@ -141,24 +141,24 @@ public static unsafe class Arguments
             : Handles.Argument<ArrayList>(argument->Value);
     }
 
-    public static IList? AnyList(VariantArg* argument)
+    public static IList? AnyList(VariantArg* argument, BridgeModule module)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonList(PyRef.Borrow(argument->Value), argument->Tag == HandleTag.PyObject)
+            ? new PythonList(module, PyRef.Borrow(argument->Value), argument->Tag == HandleTag.PyObject)
             : Handles.Argument<IList>(argument->Value);
     }
 
-    public static ICollection? AnyCollection(VariantArg* argument)
+    public static ICollection? AnyCollection(VariantArg* argument, BridgeModule module)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonCollection(PyRef.Borrow(argument->Value))
+            ? new PythonCollection(module, PyRef.Borrow(argument->Value))
             : Handles.Argument<ICollection>(argument->Value);
     }
 
-    public static IEnumerable? AnyEnumerable(VariantArg* argument)
+    public static IEnumerable? AnyEnumerable(VariantArg* argument, BridgeModule module)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonEnumerable(PyRef.Borrow(argument->Value))
+            ? new PythonEnumerable(module, PyRef.Borrow(argument->Value))
             : Handles.Argument<IEnumerable>(argument->Value);
     }
 

@@ -4,8 +4,9 @@ using System.Collections.Generic;
 
 namespace Zelmor.WrpGen.Core;
 
-/// <summary>The callbacks of one module. All modules hand over copies of the same functions; what differs is which
-/// classes a module knows, so that Python objects are made of .NET ones by asking one module after the other.</summary>
+/// <summary>The callbacks of one module. All modules hand over copies of the same functions, which differ in the
+/// classes that they know: those that make wrappers, and those of files, are used of the module that is called.
+/// </summary>
 public sealed unsafe class BridgeModule
 {
     private static readonly List<BridgeModule> s_ready = new();

@@ -25,7 +25,8 @@ public static unsafe class Python
 {
     private static BridgeModule? s_module;
 
-    /// <summary>The module whose functions are used: the first that handed one over.</summary>
+    /// <summary>The module whose functions are used for everything that is the same in all modules: the first.
+    /// </summary>
     internal static BridgeModule? Module
     {
         get => s_module;
@@ -42,7 +43,6 @@ public static unsafe class Python
     internal static PyCollectionCallbacks* Collections => Handed.Tables->Collections;
     internal static PyListCallbacks* Lists => Handed.Tables->Lists;
     internal static PySequenceCallbacks* Sequences => Handed.Tables->Sequences;
-    internal static PyFileCallbacks* Files => Handed.Tables->Files;
 
     internal static void IncRef(nint item) => Handed.Objects->IncRef(item);
 

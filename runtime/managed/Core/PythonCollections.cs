@@ -53,10 +53,14 @@ public unsafe class PythonEnumerable : IEnumerable, IPythonProxy
 {
     private readonly PyRef _object;
 
-    public PythonEnumerable(PyRef item)
+    public PythonEnumerable(BridgeModule module, PyRef item)
     {
+        Module = module;
         _object = item;
     }
+
+    /// <summary>The module that gave the object, whose classes elements that are stored get.</summary>
+    protected BridgeModule Module { get; }
 
     public nint PythonObject => _object.Item;
 
@@ -70,7 +74,7 @@ public unsafe class PythonEnumerable : IEnumerable, IPythonProxy
 /// <summary>A Python object that has a length, too.</summary>
 public unsafe class PythonCollection : PythonEnumerable, ICollection
 {
-    public PythonCollection(PyRef item) : base(item)
+    public PythonCollection(BridgeModule module, PyRef item) : base(module, item)
     {
     }
 
@@ -101,7 +105,7 @@ public sealed unsafe class PythonList : PythonCollection, IList
 {
     private readonly bool _isList;
 
-    public PythonList(PyRef item, bool isList) : base(item)
+    public PythonList(BridgeModule module, PyRef item, bool isList) : base(module, item)
     {
         _isList = isList;
     }
@@ -207,7 +211,7 @@ public sealed unsafe class PythonList : PythonCollection, IList
         }
     }
 
-    private static nint Written(object? value) => Results.Anything(value, Python.Module!);
+    private nint Written(object? value) => Results.Anything(value, Module);
 
     /// <summary>A comparison that raised does not show in what a sequence answers.</summary>
     private void ThrowIfComparisonFailed()

@@ -9,27 +9,30 @@ namespace Zelmor.WrpGen.Core;
 
 public sealed unsafe class PythonFileStream : Stream, IPythonProxy
 {
+    // The functions of the module that gave the file: they show memory in a class that not all modules have.
+    private readonly PyFileCallbacks* _calls;
     private readonly PyRef _file;
     private bool _isClosed;
 
-    public PythonFileStream(PyRef file)
+    public PythonFileStream(BridgeModule module, PyRef file)
     {
+        _calls = module.Tables->Files;
         _file = file;
     }
 
     public nint PythonObject => _file.Item;
 
-    public override bool CanRead => Capability(Python.Files->Readable(_file.Item), "readable()");
+    public override bool CanRead => Capability(_calls->Readable(_file.Item), "readable()");
 
-    public override bool CanWrite => Capability(Python.Files->Writable(_file.Item), "writable()");
+    public override bool CanWrite => Capability(_calls->Writable(_file.Item), "writable()");
 
-    public override bool CanSeek => Capability(Python.Files->Seekable(_file.Item), "seekable()");
+    public override bool CanSeek => Capability(_calls->Seekable(_file.Item), "seekable()");
 
     public override long Length
     {
         get
         {
-            var length = Python.Files->Length(_file.Item);
+            var length = _calls->Length(_file.Item);
             return length switch
             {
                 -2 => throw new NotSupportedException("The stream does not support seeking."),
@@ -41,13 +44,13 @@ public sealed unsafe class PythonFileStream : Stream, IPythonProxy
 
     public override long Position
     {
-        get => Checked(Python.Files->Tell(_file.Item), "tell() of the stream");
+        get => Checked(_calls->Tell(_file.Item), "tell() of the stream");
         set => Seek(value, SeekOrigin.Begin);
     }
 
     public override long Seek(long offset, SeekOrigin origin)
     {
-        return Checked(Python.Files->Seek(_file.Item, offset, (int)origin), "seek() of the stream");
+        return Checked(_calls->Seek(_file.Item, offset, (int)origin), "seek() of the stream");
     }
 
     public override void SetLength(long value)
@@ -85,14 +88,14 @@ public sealed unsafe class PythonFileStream : Stream, IPythonProxy
         fixed (byte* data = buffer)
         {
             return CheckedCount(
-                Python.Files->Read(_file.Item, data, buffer.Length), buffer.Length, "readinto() of the stream");
+                _calls->Read(_file.Item, data, buffer.Length), buffer.Length, "readinto() of the stream");
         }
     }
 
     public override int ReadByte()
     {
         // Unlike a block, a single byte tells a file that has nothing yet from one that is at its end.
-        var value = Python.Files->ReadByte(_file.Item);
+        var value = _calls->ReadByte(_file.Item);
         return value != -2 ? value : throw Python.Failed("readinto() of the stream");
     }
 
@@ -109,16 +112,16 @@ public sealed unsafe class PythonFileStream : Stream, IPythonProxy
             for (var done = 0; done < buffer.Length;)
             {
                 var given = buffer.Length - done;
-                done += Taken(Python.Files->Write(_file.Item, data + done, given), given);
+                done += Taken(_calls->Write(_file.Item, data + done, given), given);
             }
         }
     }
 
-    public override void WriteByte(byte value) => Taken(Python.Files->WriteByte(_file.Item, value), 1);
+    public override void WriteByte(byte value) => Taken(_calls->WriteByte(_file.Item, value), 1);
 
     public override void Flush()
     {
-        if (Python.Files->Flush(_file.Item) < 0)
+        if (_calls->Flush(_file.Item) < 0)
         {
             throw Python.Failed("flush() of the stream");
         }
@@ -129,7 +132,7 @@ public sealed unsafe class PythonFileStream : Stream, IPythonProxy
         if (disposing && !_isClosed)
         {
             _isClosed = true;
-            Python.Files->Close(_file.Item);
+            _calls->Close(_file.Item);
         }
         base.Dispose(disposing);
     }

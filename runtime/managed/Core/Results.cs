@@ -147,9 +147,9 @@ public static unsafe class Results
         return item switch
         {
             Enum number => Anything(Convert.ChangeType(number, number.GetTypeCode()), module),
-            Array => Python.Made(Python.Lists->WriteArray(Handles.Make(item))),
-            ArrayList => Python.Made(Python.Lists->WriteArrayList(Handles.Make(item))),
-            IList => Python.Made(Python.Lists->WriteList(Handles.Make(item))),
+            Array => Python.Made(module.Tables->Lists->WriteArray(Handles.Make(item))),
+            ArrayList => Python.Made(module.Tables->Lists->WriteArrayList(Handles.Make(item))),
+            IList => Python.Made(module.Tables->Lists->WriteList(Handles.Make(item))),
             _ => throw new NotSupportedException($"Python has no class for a {item.GetType().FullName}."),
         };
     }

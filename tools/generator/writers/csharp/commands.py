@@ -10,7 +10,7 @@ from ..text import write_if_changed
 from .hosts import write_host
 from .implemented import Implemented
 from .library import Library
-from .services import write_services
+from .services import write_interop_services, write_services
 
 
 def _write(directory: Path, files: dict[str, list[str]]) -> None:
@@ -33,7 +33,13 @@ def _csharp(catalogue: Path, library: Path, out: Path) -> str:
     return ""
 
 
+def _csharp_services(out: Path) -> str:
+    _write(out, write_interop_services())
+    return ""
+
+
 COMMANDS = (
+    Command("csharp-services", ("out",), "write the C# of an interop assembly without a catalogue", _csharp_services),
     Command("csharp", ("catalogue", "library", "out"),
             "write the C# of one assembly: the class library below <out>/<name of the library's folder>, beside the "
             "hand-written parts in that folder, and the interop assembly below <out>/<its name>", _csharp),

@@ -12,7 +12,7 @@ from collections.abc import Iterator
 
 from ...entry_points import declared_overloads, declared_properties, of_getter
 from ...model import Model, Overload, Param, Property, Type
-from ...wires import Scalar, Wire
+from ...wires import Enumeration, Scalar, Wire
 from .implemented import Implemented
 from .text import block, camel_case, escaped, member_name, quoted, separated
 from .words import FORMS, FRAMEWORK_TYPES, member_type, net_type
@@ -103,7 +103,7 @@ class Library:
         filled = []
         for param in overload.params:
             prop = next((prop for owner in owners for prop in declared_properties(owner)
-                         if prop.python == param.name and not prop.static), None)
+                         if prop.python.lower() == param.name and not prop.static), None)
             if prop is None or param.by_ref:
                 return None
             prop = self._storing(prop)
@@ -159,10 +159,20 @@ class Library:
         if entry.kind == "interface":
             return [f"{head} {{ get; set; }}" if prop.writable else f"{head} {{ get; }}"]
         if prop.writable:
-            return [f"{head} {{ get; set; }}"]
+            return [f"{head} {{ get; set; }}{self._initial(prop)}"]
         if prop in self._stored:
-            return [f"{head} {{ get; }}" if entry.kind == "struct" else f"{head} {{ get; protected internal set; }}"]
+            return [f"{head} {{ get; }}" if entry.kind == "struct" else
+                    f"{head} {{ get; protected internal set; }}{self._initial(prop)}"]
         return [f"{head} => {self._missing(entry, prop.managed)};"]
+
+    def _initial(self, prop: Property) -> str:
+        """The first value of an enumeration that has no zero."""
+        entry = prop.wire.type
+        if not isinstance(prop.wire, Enumeration) or not isinstance(entry, Type) or prop.owner.kind == "struct":
+            return ""
+        if entry.flags or not entry.values or any(value == 0 for _, value in entry.values):
+            return ""
+        return f" = {self._short(entry.full_name, prop.owner.namespace)}.{member_name(entry.values[0][0])};"
 
     def _parameters(self, overload: Overload) -> str:
         return ", ".join(f"{self._short(parameter_type(param), overload.owner.namespace)} "

@@ -207,8 +207,9 @@ class _Service:
                   "CntCollection": "AnyCollection", "Enumerable": "AnyEnumerable"}.get(self.end)
         if reader is None:
             return f'throw new NotSupportedException("A {self.net} cannot be made from a Python object.");'
+        module = "" if self.end in ("Array", "ArrayList") else ", Bridge.Module"
         return (f"var argument = new VariantArg {{ Tag = {tag}, Value = {item} }}; "
-                f"return Handles.Make(Arguments.{reader}(&argument));")
+                f"return Handles.Make(Arguments.{reader}(&argument{module}));")
 
     def _stream(self, name: str) -> tuple[str, str, list[str]]:
         of = self._target
@@ -304,14 +305,20 @@ def _services_of(row: Collection) -> list[tuple[str, str, tuple[str, ...]]]:
     return services
 
 
-def write_services(model: Model) -> dict[str, list[str]]:
-    """All files by name."""
+def write_interop_services() -> dict[str, list[str]]:
+    """The services of elements of any type, by the names of their files."""
     anything = _element(PLAIN_WIRES["object"])
     files = {}
     for end, net, names in _INTEROP:
         name = f"Zelmor.WrpGen.Interop.SiApi{end}"
         files[f"{name}.cs"] = _Service(end, net, anything, typed=False).write(
             name, names, f"What Python does with a {net}. Written by the generator.")
+    return files
+
+
+def write_services(model: Model) -> dict[str, list[str]]:
+    """All services of an assembly, by the names of their files."""
+    files = write_interop_services()
     for row in model.collections:
         element = _element(row.element)
         for end, net, names in _services_of(row):

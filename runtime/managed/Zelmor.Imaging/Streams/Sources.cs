@@ -1,0 +1,41 @@
+// The sources: the places to which a new image is written. Each makes a container around a file or a stream.
+using System;
+using System.IO;
+
+namespace Zelmor.Imaging.Sources;
+
+public partial class StreamSource
+{
+    /// <summary>Without a stream the image is written to memory.</summary>
+    [Implements("ctor_000_StreamSource")]
+    public StreamSource() : this(new MemoryStream(), true)
+    {
+    }
+
+    [Implements("ctor_001_StreamSource")]
+    public StreamSource(Stream? stream) : this(stream, false)
+    {
+    }
+
+    [Implements("call_000_GetStreamContainer")]
+    public override StreamContainer? GetStreamContainer()
+    {
+        var stream = Stream ?? throw new InvalidOperationException("The source has no stream.");
+        return new StreamContainer(stream, DisposeStream);
+    }
+}
+
+public partial class FileCreateSource
+{
+    [Implements("call_000_GetStreamContainer")]
+    public override StreamContainer? GetStreamContainer()
+    {
+        return FileStreamContainer.CreateFileStream(FilePath, IsTemporal);
+    }
+}
+
+public partial class FileOpenSource
+{
+    [Implements("call_000_GetStreamContainer")]
+    public override StreamContainer? GetStreamContainer() => FileStreamContainer.OpenFileStream(FilePath);
+}

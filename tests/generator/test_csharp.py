@@ -1,0 +1,128 @@
+"""The C# that the writers print: entry points as the wire has them, members by their rules, and hand-written parts."""
+
+from __future__ import annotations
+
+import re
+from collections.abc import Callable
+from pathlib import Path
+
+import pytest
+
+from tools.generator.builder import load
+from tools.generator.entry_points import entry_points
+from tools.generator.errors import CatalogueError
+from tools.generator.model import Model
+from tools.generator.writers.csharp.hosts import write_host
+from tools.generator.writers.csharp.implemented import Implemented
+from tools.generator.writers.csharp.library import Library
+from tools.generator.writers.csharp.services import write_services
+from tools.generator.writers.csharp.words import slot_type
+
+Build = Callable[..., Model]
+API = Path(__file__).parents[2] / "api" / "catalogue"
+
+CATALOGUE = """
+class Base disposable
+    ctor ()
+    method stop Stop ()
+    get width Width int32
+class Picture : Base disposable implements IOwner
+    ctor (width: int32, mode: Mode)
+    ctor (path: string)
+    static create_with_mode CreateWithMode (width: int32, mode: Mode) -> Picture
+    static is_instance IsInstance (value: object) -> bool because "any value can be asked about"
+    method stop Stop ()
+    method split Split (packed: int64, x: ref int32, handle: Size) -> int32
+    method fill Fill (data: out bytes)
+    getset mode Mode Mode
+    getset when When datetime?
+    get owner Owner IOwner
+interface IOwner
+    getset name Name string
+struct Size
+    ctor (width: int32)
+    getset width Width int32
+enum flags Mode : uint8
+    FAST 1
+enum Kind : int16
+    FIRST_KIND 3
+"""
+
+
+@pytest.fixture
+def model(build: Build) -> Model:
+    """The model of the catalogue above."""
+    return build(CATALOGUE)
+
+
+def _library(model: Model, directory: Path | None = None) -> str:
+    (text,) = Library(model, Implemented(directory)).files().values()
+    return "\n".join(text)
+
+
+def _host(model: Model, name: str) -> str:
+    return "\n".join(write_host(next(entry for entry in model.types if entry.name == name)))
+
+
+def test_entry_points_have_the_names_order_and_slots_of_the_wire() -> None:
+    for entry in load(API).types:
+        text = "\n".join(write_host(entry))
+        found = re.findall(r"public static (\S+) (\w+)\((.*)\)\n", text)
+        wanted = [(slot_type(point.returned), point.name, [slot_type(argument.slot) for argument in point.arguments])
+                  for point in entry_points(entry)]
+        assert [(returned, name, [part.split()[0] for part in arguments.split(", ") if part])
+                for returned, name, arguments in found] == wanted
+        assert text.count("[UnmanagedCallersOnly]") == len(wanted)
+        namespace, _, short = entry.host_class.rpartition(".")
+        assert f"namespace {namespace};" in text and f"public static unsafe class {short}\n" in text
+
+
+def test_what_is_stored_filled_inherited_and_missing(model: Model) -> None:
+    text = _library(model)
+    assert "public virtual int Width { get; protected internal set; }" in text
+    assert "public Picture(int width, Mode mode)\n{\n    Width = width;\n    Mode = mode;\n}".replace(
+        "\n", "\n    ") in text
+    assert 'throw Missing.Member("Picture.Picture");' in text
+    assert text.count("void Stop()") == 1
+    assert "public static Picture? CreateWithMode(int width, Mode mode) => new(width, mode);" in text
+    assert "public static bool IsInstance(object? value) => value is Picture;" in text
+    assert "public partial class Picture : Base, IOwner" in text and ": System.IDisposable" in text
+    assert "string? IOwner.Name" in text
+    assert "[System.Flags]\npublic enum Mode : byte\n{\n    Fast = 1,\n}" in text
+    assert "public partial struct Size : System.IEquatable<Size>" in text
+    assert "public bool Equals(Size other) => Equals(Width, other.Width);" in text
+
+
+def test_calls_read_their_arguments_and_write_their_results(model: Model) -> None:
+    text = _host(model, "Picture")
+    assert "public static int call_000_Split(nint handleSlot, long packed, int x, int* xOut, VariantArg* handle)" in text
+    assert ("var returned = Handles.Get<Acme.Pictures.Picture>(handleSlot).Split(packed, ref xValue, "
+            "Arguments.Struct<Acme.Pictures.Size>(handle));") in text
+    assert "*xOut = xValue;" in text
+    assert ".Fill(Arguments.Memory(data));" in text
+    assert "valuePresent != 0 ? Arguments.DateTime(value) : null;" in text
+    assert "return Handles.MakeStruct(new Acme.Pictures.Size(width));" in _host(model, "Size")
+    assert "Handles.Unbox<Acme.Pictures.Size>(handle).Width = value;" in _host(model, "Size")
+
+
+def test_a_hand_written_member_takes_the_place_of_the_generated_one(model: Model, tmp_path: Path) -> None:
+    source = tmp_path / "parts" / "Picture.cs"
+    source.parent.mkdir()
+    source.write_text("namespace Acme.Pictures;\n\npublic partial class Picture\n{\n"
+                      '    [Implements("get_Mode")]\n    [Implements("call_000_Split")]\n}\n')
+    implemented = Implemented(source.parent)
+    implemented.check(model)
+    text = _library(model, source.parent)
+    assert " Split(" not in text and "Mode Mode {" not in text and " Fill(" in text
+    source.write_text(source.read_text().replace("call_000_Split", "call_001_Split"))
+    with pytest.raises(CatalogueError, match=r"Picture\.cs:6: Acme\.Pictures\.Picture has no entry point call_001_Spl"):
+        Implemented(source.parent).check(model)
+
+
+def test_every_service_class_of_the_wire_is_there() -> None:
+    files = write_services(load(API))
+    kinds = [re.sub(r"_[0-9A-F]{8}$", "", name.removesuffix(".cs").rpartition(".")[2]) for name in files]
+    counts = {kind: kinds.count(kind) for kind in set(kinds)}
+    assert counts["SiApiEnumerator"] == 75 and counts["SiApiEnumerable"] == 75  # 74 typed ones, and that of any element
+    assert counts["SiApiArray"] == 73 and counts["SiApiList"] == 9
+    assert counts["SiApiCntList"] == counts["SiApiCntCollection"] == 4
