@@ -42,7 +42,9 @@ def find_runtime(sdk: Path) -> Path | None:
     """The newest installed runtime beside an SDK."""
     found = [path for path in (sdk.parent / "shared" / "Microsoft.NETCore.App").glob("*.*.*")
              if path.name.replace(".", "").isdigit() and (path / "libcoreclr.so").is_file()]
-    return max(found, key=lambda path: [int(part) for part in path.name.split(".")], default=None)
+    if not found:
+        return None
+    return max(found, key=lambda path: [int(part) for part in path.name.split(".")])
 
 
 def _link(target: Path, link: Path) -> None:

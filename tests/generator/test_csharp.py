@@ -95,11 +95,12 @@ def test_what_is_stored_filled_inherited_and_missing(model: Model) -> None:
 
 def test_calls_read_their_arguments_and_write_their_results(model: Model) -> None:
     text = _host(model, "Picture")
-    assert "public static int call_000_Split(nint handleSlot, long packed, int x, int* xOut, VariantArg* handle)" in text
+    assert ("public static int call_000_Split(nint handleSlot, long packed, int x, int* xOut, "
+            "VariantArg* handle)") in text
     assert ("var returned = Handles.Get<Acme.Pictures.Picture>(handleSlot).Split(packed, ref xValue, "
             "Arguments.Struct<Acme.Pictures.Size>(handle));") in text
     assert "*xOut = xValue;" in text
-    assert ".Fill(Arguments.Memory(data));" in text
+    assert ".Fill(Arguments.Memory(data, nameof(data)));" in text
     assert "valuePresent != 0 ? Arguments.DateTime(value) : null;" in text
     assert "return Handles.MakeStruct(new Acme.Pictures.Size(width));" in _host(model, "Size")
     assert "Handles.Unbox<Acme.Pictures.Size>(handle).Width = value;" in _host(model, "Size")

@@ -33,9 +33,10 @@ public static unsafe class Arguments
     }
 
     /// <summary>Memory of the caller that the member writes to.</summary>
-    public static Span<byte> Memory(PyBytesArg* view)
+    public static Span<byte> Memory(PyBytesArg* view, string parameter)
     {
-        return view->Length < 0 ? default : new Span<byte>(view->Data, view->Length);
+        return view->Length >= 0
+            ? new Span<byte>(view->Data, view->Length) : throw new ArgumentNullException(parameter);
     }
 
     /// <summary>An instance of a class or an interface.</summary>

@@ -91,7 +91,7 @@ public static unsafe class Python
         }
         var taken = Arguments.Text(&text);
         DecRef(owner);
-        return taken;
+        return taken?.TrimEnd('\n');
     }
 
     /// <summary>The exception for a callback that failed, with the text of the Python error.</summary>

@@ -50,7 +50,8 @@ assert checked > 1146, checked
     ("Color.from_argb(0, 0, 300)", "Proxy error(ArgumentException): Value of '300' is not valid for 'blue'."),
     ("StreamSource(None).get_stream_container()",
      "Proxy error(InvalidOperationException): The source has no stream."),
-    ("StreamContainer(Raises()).read_byte()", "Proxy error(PythonException): readinto() of the stream failed in Python"),
+    ("StreamContainer(Raises()).read_byte()",
+     "Proxy error(PythonException): readinto() of the stream failed in Python"),
 ])
 def test_what_is_thrown_becomes_a_python_error(program: str, error: str) -> None:
     run_on_dotnet(f"""

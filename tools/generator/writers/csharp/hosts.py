@@ -81,7 +81,7 @@ def _local(param: Param) -> str:
 def _passed(param: Param) -> str:
     name = escaped(camel_case(param.name))
     if param.written:
-        return f"Arguments.Memory({name})"
+        return f"Arguments.Memory({name}, nameof({name}))"
     return f"ref {_local(param)}" if param.by_ref else read(param.wire, name)
 
 

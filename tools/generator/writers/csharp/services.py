@@ -237,7 +237,8 @@ class _Service:
         bare = self.typed and not self._is_interface
         operations = {
             "btp_TypeOf": ("int", "nint* result", [f"return Casts.TypeOf(typeof({self.net}), result);"]),
-            "btp_CastTo": ("int", "VariantArg* source, nint* result", [f"return Casts.To<{self.net}>(source, result);"]),
+            "btp_CastTo": ("int", "VariantArg* source, nint* result",
+                           [f"return Casts.To<{self.net}>(source, result);"]),
             "btp_ReInterpretObj": ("int", "nint item, nint* result",
                                    [f"return Casts.Reinterpret<{self.net}>(item, result);"]),
             "btp_CastAs": ("int", f"{'nint' if bare else 'VariantArg*'} source, nint* result",

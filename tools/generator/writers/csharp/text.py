@@ -10,7 +10,7 @@ _KEYWORDS = frozenset("""abstract as base bool break byte case catch char checke
 delegate do double else enum event explicit extern false finally fixed float for foreach goto if implicit in int
 interface internal is lock long namespace new null object operator out override params private protected public readonly
 ref return sbyte sealed short sizeof stackalloc static string struct switch this throw true try typeof uint ulong
-unchecked unsafe ushort using virtual void volatile while value""".split())
+unchecked unsafe ushort using virtual void volatile while""".split())
 
 
 def block(head: str, body: Iterable[str]) -> list[str]:

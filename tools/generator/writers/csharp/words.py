@@ -37,7 +37,8 @@ SHAPES = {Shape.SYSTEM_ARRAY: "System.Array", Shape.ARRAY_LIST: f"{_COLLECTIONS}
           Shape.ENUMERATOR: f"{_COLLECTIONS}.Generic.IEnumerator<{{}}>"}
 # The functions of Arguments that read them.
 _READERS = {Shape.SYSTEM_ARRAY: "AnyArray({name})", Shape.ARRAY_LIST: "AnyArrayList({name})",
-            Shape.ANY_LIST: "AnyList({name}, Bridge.Module)", Shape.ANY_COLLECTION: "AnyCollection({name}, Bridge.Module)",
+            Shape.ANY_LIST: "AnyList({name}, Bridge.Module)",
+            Shape.ANY_COLLECTION: "AnyCollection({name}, Bridge.Module)",
             Shape.ANY_ENUMERABLE: "AnyEnumerable({name}, Bridge.Module)", Shape.ANY_ENUMERATOR: "AnyEnumerator({name})",
             Shape.ARRAY: "Array({name}, {element})", Shape.LIST: "List({name}, {element})"}
 
