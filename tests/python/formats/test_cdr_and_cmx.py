@@ -24,7 +24,7 @@ from zelmor.imaging.imageoptions import CdrRasterizationOptions, PngOptions
 
 from support.image_oracles import managed_error
 from support.office_files import (
-    cdr, cdr_curve, cdr_ellipse, cdr_rectangle, cmx, cmx_curve, cmx_ellipse, cmx_rectangle)
+    cast, cdr, cdr_curve, cdr_ellipse, cdr_rectangle, cmx, cmx_curve, cmx_ellipse, cmx_rectangle)
 
 TRIANGLE = [(-0.1, -0.1), (0.1, -0.1), (0.0, 0.2)]
 CDR = cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1) + cdr_ellipse(0.25, -0.125, 0.5, 0.25, 1) + cdr_curve(TRIANGLE, 1))
@@ -61,12 +61,12 @@ def test_shapes_stand_where_they_should(tmp_path: Path, data: bytes, file_format
 
 
 def test_the_document_of_a_cdr_file() -> None:
-    image = CdrImage._cast_to(Image.load(io.BytesIO(CDR))).value
+    image = cast(CdrImage, Image.load(io.BytesIO(CDR)))
     document = image.cdr_document
     assert document.version == 600
-    versions = [CdrVersion._cast_to(item).value for item in document.items if CdrVersion._is_assignable(item)]
+    versions = [cast(CdrVersion, item) for item in document.items if CdrVersion._is_assignable(item)]
     assert [each.version for each in versions] == [600]
-    page = next(CdrPage._cast_to(item).value for item in document.items if CdrPage._is_assignable(item))
+    page = next(cast(CdrPage, item) for item in document.items if CdrPage._is_assignable(item))
     assert (page.page_number, page.width, page.height) == (1, 2, 1)
 
     found: list[Any] = []
@@ -80,56 +80,56 @@ def test_the_document_of_a_cdr_file() -> None:
                     walk(inner)
 
     walk(page)
-    rectangle = next(CdrRectangle._cast_to(item).value for item in found if CdrRectangle._is_assignable(item))
+    rectangle = next(cast(CdrRectangle, item) for item in found if CdrRectangle._is_assignable(item))
     assert (rectangle.width, rectangle.height, rectangle.r0, rectangle.fill_id) == (0.5, 0.5, 0, 1)
-    ellipse = next(CdrEllipse._cast_to(item).value for item in found if CdrEllipse._is_assignable(item))
+    ellipse = next(cast(CdrEllipse, item) for item in found if CdrEllipse._is_assignable(item))
     assert (ellipse.center_x, ellipse.rx, ellipse.ry, ellipse.pie) == (0.25, 0.25, 0.125, False)
-    curve = next(CdrCurve._cast_to(item).value for item in found if CdrCurve._is_assignable(item))
+    curve = next(cast(CdrCurve, item) for item in found if CdrCurve._is_assignable(item))
     assert [(round(point.x, 4), round(point.y, 4)) for point in curve.points] == TRIANGLE
     assert bytes(curve.point_types) == b"\0\x40\x48"
-    moved = next(CdrTransforms._cast_to(item).value for item in found if CdrTransforms._is_assignable(item))
+    moved = next(cast(CdrTransforms, item) for item in found if CdrTransforms._is_assignable(item))
     assert list(moved.transforms) == [1, 0, -0.75, 0, 1, -0.25]
 
 
 def test_fills_and_lines_of_a_cdr_file(tmp_path: Path) -> None:
-    image = CdrImage._cast_to(Image.load(io.BytesIO(cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 2, 1))))).value
-    lists = [CdrListObjects._cast_to(item).value for item in image.cdr_document.items
+    image = cast(CdrImage, Image.load(io.BytesIO(cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 2, 1)))))
+    lists = [cast(CdrListObjects, item) for item in image.cdr_document.items
              if CdrListObjects._is_assignable(item)]
-    fills, lines = [CdrListObjects._cast_to(item).value.items for item in lists[0].items]
-    fill = CdrFill._cast_to(fills[0]).value
+    fills, lines = [cast(CdrListObjects, item).items for item in lists[0].items]
+    fill = cast(CdrFill, fills[0])
     assert (fill.id, fill.fill_type, fill.color1.color_model) == (1, CdrFillType.SOLID, CdrColorModel.CMYK_100X02)
     assert fill.color1.color_value == 100 << 24
-    line = CdrOutline._cast_to(lines[0]).value
+    line = cast(CdrOutline, lines[0])
     assert (line.id, line.line_type, round(line.line_width, 4), line.stretch) == (1, 2, 0.1, 1)
     page = inked(drawn(image, tmp_path))  # the line goes to both sides of the edge at 24 pixels
     assert page[48, 21:28].all() and not page[48, 30] and not page[48, 18]
 
 
 def test_the_pages_of_a_cdr_file(tmp_path: Path) -> None:
-    image = CdrImage._cast_to(Image.load(io.BytesIO(cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1),
-                                                        cdr_rectangle(0.25, -0.25, 0.5, 0.5, 1))))).value
+    data = cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1), cdr_rectangle(0.25, -0.25, 0.5, 0.5, 1))
+    image = cast(CdrImage, Image.load(io.BytesIO(data)))
     assert image.page_count == 2
-    pages = [CdrImagePage._cast_to(page).value for page in image.pages]
+    pages = [cast(CdrImagePage, page) for page in image.pages]
     assert [page.page_number for page in pages] == [1, 2] and pages[1].parent_image.page_count == 2
     assert inked(drawn(pages[0], tmp_path))[48, 48] and not inked(drawn(pages[1], tmp_path))[48, 48]
 
 
 def test_the_document_of_a_cmx_file() -> None:
-    image = CmxImage._cast_to(Image.load(io.BytesIO(CMX))).value
-    assert image.page_count == 1 and CmxImagePage._cast_to(image.pages[0]).value.cmx_page.page_number == 1
+    image = cast(CmxImage, Image.load(io.BytesIO(CMX)))
+    assert image.page_count == 1 and cast(CmxImagePage, image.pages[0]).cmx_page.page_number == 1
     page = image.document.pages[0]
     assert (page.width, page.height, page.bound_box.x, len(page.layers)) == (2, 1, -1, 1)
     layer = page.layers[0]
     assert (layer.name, layer.number, layer.is_visible) == ("lines", 1, True)
-    shapes = [CmxObject._cast_to(element).value for element in layer.elements]
+    shapes = [cast(CmxObject, element) for element in layer.elements]
     assert [shape.fill_style.fill_type for shape in shapes] == [FillTypes.UNIFORM] * 3
     color = shapes[0].fill_style.color1
     assert (color.color_model, color.value) == (ColorModels.RGB, 0xFF0000)
-    rectangle = CmxRectangleSpec._cast_to(shapes[0].object_spec).value
+    rectangle = cast(CmxRectangleSpec, shapes[0].object_spec)
     assert (rectangle.center_x, rectangle.width, rectangle.height, rectangle.radius) == (-0.5, 0.5, 0.5, 0)
-    ellipse = CmxEllipseSpec._cast_to(shapes[1].object_spec).value
+    ellipse = cast(CmxEllipseSpec, shapes[1].object_spec)
     assert (ellipse.center_x, ellipse.diameter_x, ellipse.diameter_y, ellipse.pie) == (0.5, 0.5, -0.25, False)
-    points = CmxPathSpec._cast_to(shapes[2].object_spec).value.points
+    points = cast(CmxPathSpec, shapes[2].object_spec).points
     assert [(round(point.x, 4), round(point.y, 4)) for point in points] == TRIANGLE
     assert [point.jump_type for point in points] == [PathJumpTypes.MOVE_TO] + [PathJumpTypes.LINE_TO] * 2
     assert points[2].is_closed_path

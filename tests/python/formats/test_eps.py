@@ -19,7 +19,7 @@ from zelmor.imaging.fileformats.eps.consts import EpsType
 from zelmor.imaging.imageoptions import EpsRasterizationOptions, PngOptions
 
 from support.image_oracles import managed_error
-from support.office_files import binary_eps, eps
+from support.office_files import cast, binary_eps, eps
 
 SQUARE = "1 0 0 setrgbcolor 10 10 30 20 rectfill"
 needs_ghostscript = pytest.mark.skipif(shutil.which("gs") is None, reason="Ghostscript is not installed")
@@ -31,12 +31,12 @@ def tiff() -> bytes:
     return out.getvalue()
 
 
-def interchange(data: bytes) -> EpsInterchangeImage:
-    return EpsInterchangeImage._cast_to(Image.load(io.BytesIO(data))).value
+def interchange(data: bytes) -> Any:
+    return cast(EpsInterchangeImage, Image.load(io.BytesIO(data)))
 
 
-def binary(data: bytes) -> EpsBinaryImage:
-    return EpsBinaryImage._cast_to(Image.load(io.BytesIO(data))).value
+def binary(data: bytes) -> Any:
+    return cast(EpsBinaryImage, Image.load(io.BytesIO(data)))
 
 
 def drawn(data: bytes, tmp_path: Path, preview: Any = None, size: tuple[float, float] | None = None) -> Any:
@@ -201,7 +201,7 @@ def test_a_picture_becomes_an_eps_file(tmp_path: Path) -> None:
 def test_load_options_choose_the_preview(tmp_path: Path) -> None:
     options = EpsLoadOptions()
     options.preview_export_format = EpsPreviewFormat.TIFF
-    image = EpsBinaryImage._cast_to(Image.load(io.BytesIO(binary_eps(eps("broken"), tiff=tiff())), options)).value
+    image = cast(EpsBinaryImage, Image.load(io.BytesIO(binary_eps(eps("broken"), tiff=tiff())), options))
     assert image.preview_to_export == EpsPreviewFormat.TIFF
     image.save(str(tmp_path / "a.png"), PngOptions())
     assert Pillow.open(tmp_path / "a.png").size == (134, 67)

@@ -22,13 +22,13 @@ from zelmor.imaging.imageloadoptions import OdLoadOptions
 from zelmor.imaging.imageoptions import OdgRasterizationOptions, PngOptions, TiffOptions
 
 from support.image_oracles import managed_error
-from support.office_files import RED, TYPE, fodg, odg
+from support.office_files import cast, RED, TYPE, fodg, odg
 
 RECT = '<draw:rect draw:style-name="red" svg:x="10px" svg:y="20px" svg:width="30px" svg:height="10px"/>'
 
 
-def opened(data: bytes) -> OdgImage:
-    return OdgImage._cast_to(Image.load(io.BytesIO(data))).value
+def opened(data: bytes) -> Any:
+    return cast(OdgImage, Image.load(io.BytesIO(data)))
 
 
 def drawn(data: bytes, tmp_path: Path, page: int = 0) -> Any:
@@ -148,30 +148,30 @@ def test_the_objects_of_a_page() -> None:
           svg:viewBox="0 0 10 10" draw:enhanced-path="M 0 0 L 5 5 Z N"/></draw:custom-shape>"""
     records = opened(odg(shapes, styles=RED + gradient)).records
     assert len(records) == 1
-    page = OdPage._cast_to(records[0]).value
+    page = cast(OdPage, records[0])
     assert (page.name, page.master_page_name) == ("page1", "M")
     items = list(page.items)
-    rectangle = OdRectangle._cast_to(items[0]).value
+    rectangle = cast(OdRectangle, items[0])
     assert (rectangle.x, rectangle.y, rectangle.width, rectangle.height) == (10, 20, 30, 10)
     assert rectangle.parent is not None and rectangle.style_name == "red"
-    assert OdSolidBrush._cast_to(rectangle.style.brush).value.argb_32_color & 0xFFFFFFFF == 0xFFFF0000
-    ellipse = OdAngleEllipse._cast_to(items[1]).value
+    assert cast(OdSolidBrush, rectangle.style.brush).argb_32_color & 0xFFFFFFFF == 0xFFFF0000
+    ellipse = cast(OdAngleEllipse, items[1])
     assert (ellipse.cx, ellipse.cy, ellipse.rx, ellipse.ry, ellipse.start_angle) == (50, 40, 20, 10, 30)
-    brush = OdGradientBrush._cast_to(ellipse.style.brush).value
+    brush = cast(OdGradientBrush, ellipse.style.brush)
     assert (brush.start_color & 0xFFFFFF, brush.end_color & 0xFFFFFF, brush.angle) == (0x102030, 0x405060, 30)
     assert ellipse.style.pen.width == 4
-    line = OdLine._cast_to(items[2]).value
+    line = cast(OdLine, items[2])
     assert (line.point1.x, line.point1.y, line.point2.x, line.point2.y) == (1, 2, 3, 4)
-    polygon = OdPolygon._cast_to(items[3]).value
+    polygon = cast(OdPolygon, items[3])
     assert [(point.x, point.y) for point in polygon.points] == [(0, 0), (50, 0), (0, 60)]
     assert polygon.view_box.height == 60
-    path = OdPath._cast_to(items[4]).value
+    path = cast(OdPath, items[4])
     assert [str(step).rsplit(".", 1)[-1] for step in path.enhanced_path] == [
         "OdMoveTo", "OdLineTo", "OdCurveTo", "OdClosePath"]
-    box = OdFrame._cast_to(items[5]).value.items[0]
-    paragraph = OdTextParagraph._cast_to(box.items[0]).value
-    assert OdText._cast_to(paragraph.items[0]).value.text == "some "
-    geometry = OdEnhancedGeometry._cast_to(OdCustomShape._cast_to(items[6]).value.items[0]).value
+    box = cast(OdFrame, items[5]).items[0]
+    paragraph = cast(OdTextParagraph, box.items[0])
+    assert cast(OdText, paragraph.items[0]).text == "some "
+    geometry = cast(OdEnhancedGeometry, cast(OdCustomShape, items[6]).items[0])
     assert geometry.type == "ellipse" and len(geometry.enhanced_path) == 4
 
 
@@ -188,7 +188,7 @@ def test_metadata() -> None:
 
 def test_templates_have_a_class_of_their_own() -> None:
     data = odg(RECT, mime_type=TYPE + "-template")
-    image = OtgImage._cast_to(Image.load(io.BytesIO(data))).value
+    image = cast(OtgImage, Image.load(io.BytesIO(data)))
     assert image.file_format == FileFormat.OTG and image.width == 100
     with managed_error("ImageLoadException", "it is no OdgImage"):
         OdgImage(StreamContainer(io.BytesIO(data)))
@@ -228,8 +228,8 @@ def test_a_bomb_is_refused() -> None:
 
 def test_damaged_archives_end(tmp_path: Path) -> None:
     shapes = RECT + """<draw:frame svg:width="90px" svg:height="60px"><draw:text-box><text:p>ab cd</text:p>
-        </draw:text-box></draw:frame><draw:path draw:style-name="red" svg:width="50px" svg:height="60px" svg:viewBox="0 0 50 60"
-        svg:d="M0 0L50 0C1 2 3 4 5 6Z"/>"""
+        </draw:text-box></draw:frame><draw:path draw:style-name="red" svg:width="50px" svg:height="60px"
+        svg:viewBox="0 0 50 60" svg:d="M0 0L50 0C1 2 3 4 5 6Z"/>"""
     good = odg(shapes, method=zipfile.ZIP_STORED)
     chance = random.Random(4)
     outcomes = set()

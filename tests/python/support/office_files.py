@@ -10,6 +10,14 @@ import struct
 import zipfile
 from typing import Any
 
+
+def cast(kind: Any, value: Any) -> Any:
+    """The object as one of this class."""
+    made, result = kind._cast_to(value)
+    assert made, value
+    return result
+
+
 TYPE = "application/vnd.oasis.opendocument.graphics"
 SPACES = " ".join(f'xmlns:{prefix}="urn:oasis:names:tc:opendocument:xmlns:{name}:1.0"' for prefix, name in [
     ("office", "office"), ("draw", "drawing"), ("svg", "svg-compatible"), ("fo", "xsl-fo-compatible"),
