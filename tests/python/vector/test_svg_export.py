@@ -88,7 +88,8 @@ def test_pixels_in_svg(bands: int) -> None:
     Pillow.fromarray(pixels).save(wanted, "PNG")
     assert difference(drawn(text), rgba(wanted.getvalue())) < 0.6
     again = loaded(text)
-    inner = list(SvgImage._cast_to(again).value.get_embedded_images())[0].image
+    vector: Any = SvgImage._cast_to(again).value
+    inner = list(vector.get_embedded_images())[0].image
     back = io.BytesIO()
     inner.save(back)
     assert np.array_equal(np.asarray(Pillow.open(io.BytesIO(back.getvalue())).convert("RGBA" if bands == 4 else "RGB")),

@@ -41,7 +41,7 @@ def by_hand(content: str) -> Any:
     return drawn(document(content))
 
 
-def picture(pixels: Any) -> RasterImage:
+def picture(pixels: Any) -> Any:
     file = io.BytesIO()
     Pillow.fromarray(pixels).save(file, "PNG")
     return RasterImage._cast_to(Image.load(io.BytesIO(file.getvalue()))).value
@@ -62,7 +62,7 @@ def path() -> GraphicsPath:
     return result
 
 
-DRAWINGS = {
+DRAWINGS: dict[str, tuple[Any, str]] = {
     "draw_line": (lambda g, pen, brush: g.draw_line(pen, 5, 6, 100, 70), f'<path d="M5 6L100 70" {PEN}/>'),
     "draw_rectangle": (lambda g, pen, brush: g.draw_rectangle(pen, 5, 6, 100, 70),
                        f'<rect x="5" y="6" width="100" height="70" {PEN}/>'),
@@ -187,9 +187,10 @@ def test_the_end_of_a_recording() -> None:
     graphics = recording()
     image = graphics.end_recording()
     assert image.size == Size(WIDTH, HEIGHT)
-    for work in (graphics.end_recording, lambda: graphics.draw_line(Pen(Color.red), 0, 0, 1, 1)):
-        with managed_error("InvalidOperationException", "The recording has ended."):
-            work()
+    with managed_error("InvalidOperationException", "The recording has ended."):
+        graphics.end_recording()
+    with managed_error("InvalidOperationException", "The recording has ended."):
+        graphics.draw_line(Pen(Color.red), 0, 0, 1, 1)
 
 
 @pytest.mark.parametrize("numbers", [(0, 5, 96), (5, -1, 96), (5, 5, 0)])

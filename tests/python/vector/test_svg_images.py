@@ -184,7 +184,7 @@ def test_a_large_page_is_drawn_in_parts() -> None:
 # ---- Changes
 
 
-TURNS = {
+TURNS: dict[RotateFlipType, Any] = {
     RotateFlipType.ROTATE_90_FLIP_NONE: lambda a: np.rot90(a, -1),
     RotateFlipType.ROTATE_180_FLIP_NONE: lambda a: np.rot90(a, 2),
     RotateFlipType.ROTATE_270_FLIP_NONE: lambda a: np.rot90(a),
@@ -257,11 +257,12 @@ def test_an_unchanged_document_is_saved_as_it_was(tmp_path: Path) -> None:
 
 
 def test_embedded_images() -> None:
-    image = SvgImage._cast_to(loaded(document(CONTENTS["image"] + '<image href="other.png" width="9" height="9"/>'
-                                              '<image href="data:image/png;base64,AAAA"/>'))).value
+    data = document(CONTENTS["image"] + '<image href="other.png" width="9" height="9"/>'
+                    '<image href="data:image/png;base64,AAAA"/>')
+    image: Any = SvgImage._cast_to(loaded(data)).value
     images = list(image.get_embedded_images())
     assert len(images) == 1
-    picture = RasterImage._cast_to(images[0].image).value
+    picture: Any = RasterImage._cast_to(images[0].image).value
     assert picture.size == Size(2, 1)
     assert [picture.get_pixel(x, 0).to_argb() & 0xFFFFFF for x in range(2)] == [0xFF0000, 0x0000FF]
 
