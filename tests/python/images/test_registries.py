@@ -11,16 +11,20 @@ import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (
     FileFormat, Image, ImageCreatorsRegistry, ImageExportersRegistry, ImageLoadersRegistry, Rectangle, StreamContainer)
-from zelmor.imaging.imageoptions import BmpOptions, DxfOptions, JpegOptions, PngOptions
+from zelmor.imaging.imageoptions import BmpOptions, JpegOptions, PngOptions, VectorRasterizationOptions
 
 from support.image_oracles import few_colors, load, managed_error, raster, write
 
 FORMATS = [FileFormat.BMP, FileFormat.GIF, FileFormat.JPEG, FileFormat.PNG, FileFormat.APNG, FileFormat.TIFF,
            FileFormat.BIG_TIFF, FileFormat.WEBP, FileFormat.ICO, FileFormat.JPEG2000, FileFormat.PSD, FileFormat.TGA,
-           FileFormat.DICOM, FileFormat.EMF, FileFormat.EMZ, FileFormat.WMF, FileFormat.WMZ]
-#: Those that are read and not written.
-READ_ONLY = [FileFormat.DJVU, FileFormat.DNG]
+           FileFormat.DICOM, FileFormat.EMF, FileFormat.EMZ, FileFormat.WMF, FileFormat.WMZ, FileFormat.SVG,
+           FileFormat.EPS]
+#: Those that are read and not written; packed SVG files have the options of SVG.
+READ_ONLY = [FileFormat.DJVU, FileFormat.DNG, FileFormat.SVGZ, FileFormat.ODG, FileFormat.F_ODG, FileFormat.OTG,
+             FileFormat.CDR, FileFormat.CMX]
 WRITE_ONLY = [FileFormat.PDF]
+#: Those that pictures are saved as, and no new image is made for.
+EXPORT_ONLY = [FileFormat.HTML_5_CANVAS, FileFormat.DXF]
 
 
 @pytest.fixture(autouse=True)
@@ -28,13 +32,14 @@ def registries_as_before() -> Iterator[None]:
     """After every test the registries have their initial content."""
     yield
     assert int(ImageLoadersRegistry.registered_formats) == sum(map(int, FORMATS + READ_ONLY))
-    assert int(ImageExportersRegistry.registered_formats) == sum(map(int, FORMATS + WRITE_ONLY))
+    assert int(ImageExportersRegistry.registered_formats) == sum(map(int, FORMATS + WRITE_ONLY + EXPORT_ONLY))
     assert int(ImageCreatorsRegistry.registered_formats) == sum(map(int, FORMATS + WRITE_ONLY))
 
 
 def test_what_is_registered() -> None:
     for descriptors, formats in ((ImageLoadersRegistry.registered_descriptors, FORMATS + READ_ONLY),
-                                 (ImageExportersRegistry.registered_exporter_descriptors, FORMATS + WRITE_ONLY),
+                                 (ImageExportersRegistry.registered_exporter_descriptors,
+                                  FORMATS + WRITE_ONLY + EXPORT_ONLY),
                                  (ImageCreatorsRegistry.registered_descriptors, FORMATS + WRITE_ONLY)):
         assert sorted(int(descriptor.supported_format) for descriptor in descriptors) == sorted(map(int, formats))
 
@@ -81,7 +86,7 @@ def test_exporters(tmp_path: Path) -> None:
     exporter.export(image, part, PngOptions(), Rectangle(2, 3, 7, 5))
     with Pillow.open(part) as picture:
         assert picture.size == (7, 5)
-    assert ImageExportersRegistry.get_first_supported_descriptor(image, DxfOptions()) is None
+    assert ImageExportersRegistry.get_first_supported_descriptor(image, VectorRasterizationOptions()) is None
 
 
 def test_creators() -> None:
