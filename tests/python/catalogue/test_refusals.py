@@ -8,8 +8,10 @@ makes the test fail and print the lines to add to the table or to remove from it
 from __future__ import annotations
 
 import functools
+import multiprocessing
 import re
 from collections.abc import Callable, Iterator
+from concurrent.futures import ProcessPoolExecutor
 from pathlib import Path
 
 import pytest
@@ -67,8 +69,7 @@ def uses(entry: Type) -> Iterator[tuple[str, Callable[[], object]]]:
                     getattr(found if static else instance(entry), method.python)(**usual_arguments(overload)))
 
 
-@functools.cache
-def inventory() -> tuple[dict[str, str], int, set[str]]:
+def take_inventory() -> tuple[dict[str, str], int, set[str]]:
     """The refusals with their texts, the number of uses, and the full names of the classes without an instance."""
     refused: dict[str, str] = {}
     count, missing = 0, set()
@@ -90,6 +91,13 @@ def inventory() -> tuple[dict[str, str], int, set[str]]:
             except Cannot:
                 missing.add(entry.full_name)
     return refused, count, missing
+
+
+@functools.cache
+def inventory() -> tuple[dict[str, str], int, set[str]]:
+    """The inventory of another process: some members take formats out of the registries of theirs."""
+    with ProcessPoolExecutor(1, multiprocessing.get_context("spawn")) as process:
+        return process.submit(take_inventory).result()
 
 
 def listed(heading: str) -> dict[str, str]:
