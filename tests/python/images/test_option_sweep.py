@@ -22,6 +22,7 @@ from zelmor.imaging import (Color, Font, Image, ImageOptionsBase, RasterImage, R
 from zelmor.imaging.exif import JpegExifData
 from zelmor.imaging.fileformats.dicom import Compression, CompressionType
 from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
+from zelmor.imaging.fileformats.eps import EpsPreviewFormat
 from zelmor.imaging.fileformats.gif.blocks import GifFrameBlock
 from zelmor.imaging.fileformats.gif import GifImage
 from zelmor.imaging.fileformats.jpeg import JFIFData, JpegCompressionMode, JpegLsPresetCodingParameters
@@ -40,6 +41,7 @@ from zelmor.imaging.xmp.schemas.dublincore import DublinCorePackage
 
 from support.dng_files import Dng
 from support.image_oracles import managed_error, noise, smooth
+from support.office_files import binary_eps, eps
 from support.samples import MODEL, Cannot, python_type, samples
 from tools.generator.model import Property, Type
 
@@ -430,6 +432,11 @@ def without_a_size() -> bytes:
     return b'<svg xmlns="http://www.w3.org/2000/svg"><rect width="20" height="20"/></svg>'
 
 
+def with_a_preview() -> bytes:
+    """A PostScript file whose preview is another picture."""
+    return binary_eps(eps("10 10 30 30 rectfill"), tiff=encoded(smooth(), "TIFF").getvalue())
+
+
 def noisy_mosaic() -> bytes:
     """The raw picture of a camera."""
     return Dng((noise(1, width=64, height=48).astype(np.uint16) * 100 + 20000)).tobytes()
@@ -438,7 +445,7 @@ def noisy_mosaic() -> bytes:
 def pixels_loaded(data: bytes, options: Any) -> Any:
     image = Image.load(io.BytesIO(data), options)
     if VectorImage._is_assignable(image):
-        return image.size
+        return image.width, image.height, saved(image, PngOptions())
     image = RasterImage._cast_to(image).value
     return list(image.load_argb_32_pixels(image.bounds))
 
@@ -449,6 +456,7 @@ LOADS: dict[str, tuple[Callable[[], bytes], list[Any]]] = {
     "buffer_size_hint": (lambda: encoded(np.zeros((700, 800, 3), np.uint8)).getvalue(), [1]),
     "use_icc_profile_conversion": (with_a_profile, [True]),
     "maximum_decoding_time": (large_jpeg_2000, [1]), "maximum_decoding_time_for_tile": (large_jpeg_2000, [1]),
+    "preview_export_format": (with_a_preview, [EpsPreviewFormat.TIFF]),
     "strict_mode": (with_a_wrong_checksum, [True]),
     "fbdd": (noisy_mosaic, [NoiseReductionType.LIGHT, NoiseReductionType.FULL]),
     "adjust_white_balance": (noisy_mosaic, [True]),

@@ -233,6 +233,7 @@ constexpr OptionRule kRules[] = {
 
     {EpsOptions::property_SubType, kEffective},
     {EpsOptions::kType, ImageOptionsBase::property_XmpData, kRefused},
+    {EpsOptions::kType, ImageOptionsBase::property_Palette, kRefused},
     {EpsOptions::kType, ImageOptionsBase::property_ResolutionSettings, kRefused},
 
     {MetafileOptions::property_Compress, kEffective},
@@ -279,7 +280,7 @@ constexpr OptionRule kRules[] = {
     {LoadOptions::property_DataBackgroundColor, kEffective},
     {LoadOptions::property_UseIccProfileConversion, kEffective},
     {LoadOptions::property_BufferSizeHint, kEffective},
-    {CdrLoadOptions::property_DefaultFont, kEffective},
+    {CdrLoadOptions::property_DefaultFont, kRefused},
     {DngLoadOptions::property_Fbdd, kEffective},
     {EpsLoadOptions::property_PreviewExportFormat, kEffective},
     {DngLoadOptions::property_AdjustWhiteBalance, kEffective},

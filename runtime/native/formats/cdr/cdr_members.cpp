@@ -4,7 +4,6 @@
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/vector/vector_image.h"
-#include "runtime/native/core/text.h"
 #include "runtime/native/formats/cdr/cdr_objects.h"
 #include "runtime/native/formats/cdr/converted_drawing.h"
 #include "runtime/native/formats/opendocument/od_page_drawing.h"
@@ -23,14 +22,9 @@ constexpr FormatClasses kClasses[] = {
      api::ImageOptions::CdrRasterizationOptions::kType},
 };
 
-Ref<ImageBase> load(const SharedSource& file, const FileFacts&, const Record* load_options) {
+Ref<ImageBase> load(const SharedSource& file, const FileFacts&, const Record*) {
     const std::vector<uint8_t> bytes = all_bytes(*file);
-    auto document = std::make_shared<OdDocument>(converted_drawing(bytes, false));
-    if (load_options != nullptr && has_property(*load_options, "DefaultFont")) {
-        if (const auto font = property_object(*load_options, "DefaultFont")) {
-            document->set_default_font(to_utf8(property_string(*font, "Name").value_or(u"")));
-        }
-    }
+    const auto document = std::make_shared<const OdDocument>(converted_drawing(bytes, false));
     auto image = make_ref<VectorImageObject>(require_type(classes::CdrImage::kType.name));
     const Ref<ManagedObject> chunks = cdr_document(bytes);
     set_property(*image, "CdrDocument", Ref<ManagedObject>(chunks));

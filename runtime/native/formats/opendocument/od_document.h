@@ -63,9 +63,6 @@ class OdDocument {
     const OdNode* named(std::string_view element, std::string_view name) const;
     // A list style, or null.
     const OdNode* list_style(OdScope scope, std::string_view name) const;
-    // Stands behind the families of all fonts, for text whose own is not there.
-    void set_default_font(std::string family) { m_default_font = std::move(family); }
-    const std::string& default_font() const { return m_default_font; }
     // The family of a font by the name of its declaration; the name itself without one.
     std::string font_family(std::string_view declared) const;
     // A shape by its identifier, for connectors; null where there is none.
@@ -94,7 +91,6 @@ class OdDocument {
     std::map<std::string, const OdNode*, std::less<>> m_shapes;
     std::map<std::string, bool, std::less<>> m_layers;
     const OdNode* m_metadata = nullptr;
-    std::string m_default_font;
 };
 
 // Bytes of text in Base64; what is no such letter is left out.

@@ -585,9 +585,6 @@ OdTextStyle od_text_style(const OdDocument& document, const OdStyle& style) {
         result.family = *family;
         std::erase(result.family, '\'');
     }
-    if (!document.default_font().empty()) {
-        result.family += ", " + document.default_font();
-    }
     result.size = od_length(style.get(kText, "fo:font-size"), result.size);
     result.size = std::clamp(result.size, 0.1, 10000.0);
     const std::string_view weight = style.get(kText, "fo:font-weight");
