@@ -90,7 +90,8 @@ def test_records_are_objects_of_their_classes() -> None:
         names = [type(record).__name__ for record in image.records]
         assert names == ["EmfMetafileHeader", "EmfSelectObject", "EmfCreateBrushIndirect", "EmfSelectObject",
                          "EmfRectangle", "EmfEof"]
-        assert type(image.header) is EmfMetafileHeader and image.header.emf_header.device == Size(9600, 9600)
+        header: Any = image.header
+        assert header.emf_header.device == Size(9600, 9600) and type(header) is EmfMetafileHeader
     with load(WMF) as image:
         assert type(image.records[4]).__name__ == "WmfPolygon"
         assert (image.inch, image.frame_bounds) == (SIDE, Rectangle(0, 0, SIDE, SIDE))
@@ -98,7 +99,7 @@ def test_records_are_objects_of_their_classes() -> None:
 
 def test_changed_records_are_drawn_and_written() -> None:
     with load(EMF) as image:
-        rectangle = EmfRectangle._cast_to(image.records[4]).value
+        rectangle: Any = EmfRectangle._cast_to(image.records[4]).value
         rectangle.box = Rectangle(0, 0, 11, 11)
         file = saved(image, EmfOptions())
     picture = drawn(file)
@@ -124,7 +125,8 @@ def test_a_list_of_records_can_be_replaced() -> None:
 
 
 def test_new_images_are_drawn_and_saved() -> None:
-    image, rectangle = EmfImage(SIDE, SIDE), EmfRectangle()
+    image: Any = EmfImage(SIDE, SIDE)
+    rectangle = EmfRectangle()
     rectangle.box = Rectangle(20, 20, 41, 41)
     image.records.append(rectangle)
     file = saved(image, EmfOptions())
@@ -138,6 +140,12 @@ def test_new_images_are_drawn_and_saved() -> None:
     other.add_record(shape)
     picture = drawn(saved(other, WmfOptions()), WmfRasterizationOptions())
     assert color_at(picture, (20, 40)) == 0 and color_at(picture, (40, 40)) == WHITE
+
+
+def test_coordinates_far_away_are_drawn_as_far_as_they_are_seen() -> None:
+    far = 2**30 - 1
+    picture = drawn(emf(select(NULL_PEN) + brush(1, RED) + emf_record(43, words(-far, -far, far, far))))
+    assert color_at(picture, (50, 50)) == RED
 
 
 def test_sizes_follow_the_frame() -> None:
@@ -185,7 +193,7 @@ def test_embedded_pictures() -> None:
     picture = stretch_dib(bitmap_header(2, 2, 24), rows24([[RED, GREEN], [BLUE, WHITE]]), (0, 0, 9, 9), (2, 2))
     with load(emf(picture)) as image:
         (embedded, ) = image.get_embedded_images()
-        raster = RasterImage._cast_to(embedded.image).value
+        raster: Any = RasterImage._cast_to(embedded.image).value
         assert raster.size == Size(2, 2)
         assert [raster.get_argb_32_pixel(x, y) & 0xFFFFFF for y in (0, 1) for x in (0, 1)] == [RED, GREEN, BLUE, WHITE]
 
@@ -424,13 +432,14 @@ def test_an_ended_recording_takes_nothing_more(recorder: Any) -> None:
 
 
 def test_recordings_go_on_with_an_image() -> None:
-    for file, kind, ending in ((EMF, EmfRecorderGraphics2D.from_emf_image, EmfOptions),
-                               (WMF, WmfRecorderGraphics2D.from_wmf_image, WmfOptions)):
+    kinds: list[tuple[bytes, Any]] = [(EMF, EmfRecorderGraphics2D.from_emf_image),
+                                      (WMF, WmfRecorderGraphics2D.from_wmf_image)]
+    for file, goes_on in kinds:
         with load(file) as image:
-            recorder = kind(image)
+            recorder = goes_on(image)
             recorder.fill_rectangle(SolidBrush(Color.from_argb(255, 0, 255, 0)), Rectangle(70, 70, 20, 20))
             picture = recorded(recorder)
-        assert colors(picture, (40, 40), (80, 80), (10, 10)) == [RED, GREEN, WHITE], ending
+        assert colors(picture, (40, 40), (80, 80), (10, 10)) == [RED, GREEN, WHITE]
     with managed_error("ArgumentNullException", "emf_image"):
         EmfRecorderGraphics2D.from_emf_image(None)
 

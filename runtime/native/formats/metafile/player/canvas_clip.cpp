@@ -54,7 +54,7 @@ void CanvasClip::use(std::vector<RegionTree> regions) {
 void CanvasClip::clip(const RegionNode& region) {
     using Kind = RegionNode::Kind;
     const auto cut = [&](const drawwork::Outline& outline, drawwork::FillRule rule) {
-        m_canvas.clip(transformed(outline, m_space.to_canvas), rule, m_smooth);
+        m_canvas.clip(on_canvas(outline, m_space.to_canvas), rule, m_smooth);
     };
     const bool operation = region.kind == Kind::kOperation;
     if (region.kind == Kind::kInfinite) {
@@ -91,6 +91,25 @@ RegionTree bounded_combination(const RegionTree& left, const RegionTree& right, 
         return right;
     }
     return combined(left, right, operation);
+}
+
+drawwork::Outline on_canvas(const drawwork::Outline& outline, const Affine& map) {
+    constexpr double kFar = 1e6;
+    const auto nearer = [](drawwork::PointD& point) {
+        for (double* number : {&point.x, &point.y}) {
+            *number = *number >= -kFar && *number <= kFar ? *number : *number > kFar ? kFar : -kFar;
+        }
+    };
+    drawwork::Outline placed = transformed(outline, map);
+    for (drawwork::Contour& contour : placed) {
+        nearer(contour.start);
+        for (drawwork::Segment& segment : contour.segments) {
+            nearer(segment.end);
+            nearer(segment.control1);
+            nearer(segment.control2);
+        }
+    }
+    return placed;
 }
 
 RectD around_picture(const DeviceSpace& space) {

@@ -32,6 +32,10 @@ class CanvasClip {
 // An operation on a clip, unless it would take too long to work out: then the clip stays.
 RegionTree bounded_combination(const RegionTree& left, const RegionTree& right, RegionOperation operation);
 
+// The outline on a canvas. Canvases refuse coordinates that are too far away: these are brought nearer, far outside of
+// every picture.
+drawwork::Outline on_canvas(const drawwork::Outline& outline, const Affine& map);
+
 // A frame around the picture, far enough for what sticks out of it: unbounded regions are cut to it.
 RectD around_picture(const DeviceSpace& space);
 

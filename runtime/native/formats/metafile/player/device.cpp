@@ -262,7 +262,7 @@ void Device::fill(const Outline& outline, FillRule rule, const DeviceBrush& brus
         return;
     }
     use_clip();
-    Outline closed = transformed(outline, m_space.to_canvas);
+    Outline closed = on_canvas(outline, m_space.to_canvas);
     for (Contour& contour : closed) {
         contour.closed = true;
     }
@@ -275,7 +275,7 @@ void Device::stroke(const Outline& outline, const DevicePen& pen) {
         return;
     }
     use_clip();
-    const Outline centered = transformed(outline, Affine::translation(0.5, 0.5).then(m_space.to_canvas));
+    const Outline centered = on_canvas(outline, Affine::translation(0.5, 0.5).then(m_space.to_canvas));
     Stroke stroke = stroke_of(pen, canvas_map(), state.miter_limit);
     DeviceBrush brush = pen.brush;
     if (!pen.has_brush) {

@@ -23,7 +23,8 @@ Affine map_of(const Placement& placement) {
 
 Outline outline_of(const Placement& placement) {
     const PointD last = placement.right + placement.down - placement.corner;
-    return {polygon_contour(std::vector<PointD>{placement.corner, placement.right, last, placement.down}, true)};
+    return on_canvas(
+        {polygon_contour(std::vector<PointD>{placement.corner, placement.right, last, placement.down}, true)}, {});
 }
 
 Paint texture(const Pixels& pixels, const Affine& placing, int stretch_mode) {
@@ -59,7 +60,7 @@ void Device::pattern(const RectD& box, uint8_t operation) {
     if (uses_pattern(operation) && (state.brush.kind == DeviceBrush::Kind::kNull || !solid)) {
         return;
     }
-    const Outline outline = transformed({rectangle_contour(box)}, canvas_map());
+    const Outline outline = on_canvas({rectangle_contour(box)}, canvas_map());
     combine(outline, FillRule::kWinding, paint_of(state.brush), {}, operation);
 }
 
@@ -152,7 +153,7 @@ void Device::gradient(std::span<const PointD> points, std::span<const Argb> colo
         return;
     }
     const RectD box{std::min(a.x, b.x), std::min(a.y, b.y), std::abs(b.x - a.x), std::abs(b.y - a.y)};
-    m_canvas.fill(transformed({rectangle_contour(box)}, map), FillRule::kWinding, paint, m_rendering.smooth);
+    m_canvas.fill(on_canvas({rectangle_contour(box)}, map), FillRule::kWinding, paint, m_rendering.smooth);
 }
 
 // Each pixel has the mean of the corners' colors, by its distance from them.

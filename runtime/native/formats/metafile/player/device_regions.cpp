@@ -64,7 +64,7 @@ void Device::frame_region(const std::vector<RectD>& rects, const DeviceBrush& br
 void Device::invert_region(const std::vector<RectD>& rects) {
     constexpr uint8_t kInvert = 0x55;
     use_clip();
-    const Outline outline = transformed(in_pixels(outline_of_rects(rects)), m_space.to_canvas);
+    const Outline outline = on_canvas(in_pixels(outline_of_rects(rects)), m_space.to_canvas);
     combine(outline, FillRule::kWinding, {}, {}, kInvert);
 }
 

@@ -261,7 +261,7 @@ void Device::pixel(PointD at, Argb color) {
     Paint paint;
     paint.color = color;
     const RectD square{std::floor(corner.x), std::floor(corner.y), 1, 1};
-    m_canvas.fill(transformed({rectangle_contour(square)}, m_space.to_canvas), FillRule::kAlternate, paint,
+    m_canvas.fill(on_canvas({rectangle_contour(square)}, m_space.to_canvas), FillRule::kAlternate, paint,
                   m_rendering.smooth);
 }
 

@@ -142,8 +142,8 @@ class TextDrawing {
             background.color = state.background;
             const RectD cell{begin.x, begin.y - line.baseline, width, line.height};
             if (!m_device.m_path_open) {
-                m_device.canvas().fill(transformed({rectangle_contour(cell)}, m_placing), FillRule::kWinding,
-                                       background, m_device.rendering().smooth);
+                m_device.canvas().fill(on_canvas({rectangle_contour(cell)}, m_placing), FillRule::kWinding, background,
+                                       m_device.rendering().smooth);
             }
         }
         draw_letters(begin, line.baseline);
@@ -253,7 +253,7 @@ class TextDrawing {
 void Device::text(const TextRun& run) {
     use_clip();
     const bool framed = (run.options & TextRun::kNoRect) == 0;
-    const Outline box = transformed({rectangle_contour(run.rect)}, canvas_map());
+    const Outline box = on_canvas({rectangle_contour(run.rect)}, canvas_map());
     if (framed && (run.options & TextRun::kOpaque) != 0 && !m_path_open) {
         Paint background;
         background.color = state.background;

@@ -75,7 +75,7 @@ PlusBrush PlusPlayer::brush_in(const ManagedObject& record) const {
 }
 
 void PlusPlayer::fill(const Outline& world, FillRule rule, const PlusBrush& brush) {
-    Outline outline = transformed(world, canvas_map());
+    Outline outline = on_canvas(world, canvas_map());
     for (Contour& contour : outline) {
         contour.closed = true;
     }
@@ -108,7 +108,7 @@ void PlusPlayer::stroke(const Outline& world, int64_t pen_id) {
     const double unit = pen.unit > kDisplay && scale > 0 ? pixels_in(pen.unit) / scale : 1;
     set_property(*pen.pen, "Width", pen.width * unit);
     const double shift = state.half_pixels ? 0 : 0.5;
-    const Outline outline = transformed(world, map().then(Affine::translation(shift, shift)).then(m_space.to_canvas));
+    const Outline outline = on_canvas(world, map().then(Affine::translation(shift, shift)).then(m_space.to_canvas));
     const double reach = pen.width * unit * to_canvas.mean_scale() + 2;
     RectD bounds = bounds_of(outline);
     bounds = {bounds.x - reach, bounds.y - reach, bounds.width + 2 * reach, bounds.height + 2 * reach};
@@ -134,6 +134,9 @@ void PlusPlayer::image(int64_t id, const RectD& source, int64_t unit, const std:
     PlusImage image = plus_image(*held);
     const double pixels = pixels_in(unit);
     const RectD part{source.x * pixels, source.y * pixels, source.width * pixels, source.height * pixels};
+    if (!(std::abs(part.width) > 0 && std::abs(part.height) > 0)) {
+        return;
+    }
     const Affine placing = map_of_corners(part, corners).then(canvas_map());
     if (!placing.inverse()) {
         return;
@@ -175,7 +178,7 @@ void PlusPlayer::image(int64_t id, const RectD& source, int64_t unit, const std:
                          ? drawwork::Sampling::kBest
                          : drawwork::Sampling::kGood;
     const bool upright = placing.m12 == 0 && placing.m21 == 0;
-    m_canvas.fill(transformed({rectangle_contour(part)}, placing), FillRule::kAlternate, paint,
+    m_canvas.fill(on_canvas({rectangle_contour(part)}, placing), FillRule::kAlternate, paint,
                   !upright && m_rendering.smooth);
 }
 

@@ -139,6 +139,10 @@ void RecordCanvas::rasterized(const RectD& around, const Step& draw) {
     emit_bitmap({area.width, area.height, canvas->pixels(), false}, Affine::translation(x, y));
 }
 
+void RecordCanvas::as_bitmap(const Outline& outline, FillRule rule, const Paint& paint) {
+    rasterized(bounds_of(outline), [&](Canvas& canvas) { canvas.fill(outline, rule, paint, true); });
+}
+
 // A texture that covers the outline without being repeated is put on the page as it is.
 bool RecordCanvas::put_texture(const Outline& outline, FillRule rule, const Paint& paint) {
     if (paint.kind != Paint::Kind::kTexture || paint.extend == Extend::kRepeat || paint.extend == Extend::kReflect) {
@@ -201,7 +205,7 @@ void RecordCanvas::fill(const Outline& outline, FillRule rule, const Paint& pain
         return;
     }
     if (!put_texture(closed, rule, paint)) {
-        rasterized(bounds_of(closed), [&](Canvas& canvas) { canvas.fill(closed, rule, paint, smooth); });
+        as_bitmap(closed, rule, paint);
     }
 }
 

@@ -52,6 +52,9 @@ class RecordCanvas : public Canvas {
     // All of them hold.
     const std::vector<Clip>& clips() const { return m_clips; }
 
+    // Puts the pixels of a fill on the page.
+    void as_bitmap(const Outline& outline, FillRule rule, const Paint& paint);
+
     virtual void emit_save() = 0;
     virtual void emit_restore() = 0;
     virtual void emit_clip(const Clip& clip) = 0;

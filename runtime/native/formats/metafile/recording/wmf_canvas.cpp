@@ -109,8 +109,19 @@ bool WmfCanvas::is_within_clips(const RectD& box) const {
 }
 
 void WmfCanvas::emit_fill(const Outline& given, FillRule rule, Argb color) {
+    constexpr size_t kMostLines = 2000;  // the parts of more take too long to work out
     Outline outline = given;
-    if (!is_within_clips(bounds_of(outline))) {
+    const bool whole = is_within_clips(bounds_of(outline));
+    size_t lines = 0;
+    for (const Contour& contour : outline) {
+        lines += contour.segments.size();
+    }
+    if (!whole && lines > kMostLines) {
+        Paint paint;
+        paint.color = color;
+        return as_bitmap(outline, rule, paint);
+    }
+    if (!whole) {
         RegionTree region = region_of(outline, rule);
         for (const Clip& clip : clips()) {
             region = combined(region, region_of(clip.outline, clip.rule), RegionOperation::kIntersect);
