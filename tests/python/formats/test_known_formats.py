@@ -39,7 +39,7 @@ def test_a_known_format_is_told_and_refused_by_its_name(tmp_path: Path, member: 
                                   gzip.compress(b"text", mtime=0), bytes(200), b"PK\3\4" + bytes(60)])
 def test_what_only_resembles_a_format_is_undefined(data: bytes) -> None:
     assert Image.get_file_format(io.BytesIO(data)) == FileFormat.UNDEFINED
-    known = ("none of the formats BMP, CDR, CMX, DICOM, DNG, DjVu, EMF, EPS, GIF, ICO, JPEG, JPEG 2000, ODG, OTG, PNG, PSD, "
-             "SVG, TGA, TIFF, WMF, WebP")
+    known = ("none of the formats BMP, CDR, CMX, DICOM, DNG, DjVu, EMF, EPS, GIF, ICO, JPEG, JPEG 2000, ODG, OTG, PNG, "
+             "PSD, SVG, TGA, TIFF, WMF, WebP")
     with managed_error("ImageLoadException", known):
         Image.load(io.BytesIO(data))

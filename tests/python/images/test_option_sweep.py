@@ -47,8 +47,8 @@ from tools.generator.model import Property, Type
 
 #: The classes with which a picture can be saved. All others are refused as a whole.
 WRITABLE = {"ApngOptions", "BigTiffOptions", "BmpOptions", "DicomOptions", "DxfOptions", "EmfOptions", "EpsOptions",
-            "GifOptions", "Html5CanvasOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions", "PdfOptions", "PngOptions",
-            "PsdOptions", "SvgOptions", "TgaOptions", "TiffOptions", "WebPOptions", "WmfOptions"}
+            "GifOptions", "Html5CanvasOptions", "IcoOptions", "Jpeg2000Options", "JpegOptions", "PdfOptions",
+            "PngOptions", "PsdOptions", "SvgOptions", "TgaOptions", "TiffOptions", "WebPOptions", "WmfOptions"}
 
 #: A property without an effect: the only callback that a program can get does what is done without one.
 UNSEEN = {("SvgOptions", "callback")}

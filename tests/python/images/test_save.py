@@ -11,7 +11,8 @@ import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
 from zelmor.imaging import Color, FileFormat, Image, LoadOptions, Rectangle, RotateFlipType
-from zelmor.imaging.imageoptions import BmpOptions, DxfOptions, GifOptions, JpegOptions, PngOptions, WebPOptions
+from zelmor.imaging.imageoptions import (BmpOptions, GifOptions, JpegOptions, PngOptions, SvgRasterizationOptions,
+                                         WebPOptions)
 from zelmor.imaging.sources import FileCreateSource
 
 from support.image_oracles import (FORMATS, HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels,
@@ -92,9 +93,9 @@ def test_options_decide_before_the_extension(tmp_path: Path, options: type, name
 
 def test_options_of_other_formats_are_not_supported(tmp_path: Path) -> None:
     image = Image.load(write(tmp_path / "a.png", noise()))
-    assert not image.can_save(DxfOptions())
-    with managed_error("NotSupportedException", "DxfOptions"):
-        image.save(str(tmp_path / "b.dxf"), DxfOptions())
+    assert not image.can_save(SvgRasterizationOptions())
+    with managed_error("NotSupportedException", "SvgRasterizationOptions"):
+        image.save(str(tmp_path / "b.svg"), SvgRasterizationOptions())
     assert os.listdir(tmp_path) == ["a.png"]
 
 

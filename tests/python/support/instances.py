@@ -6,6 +6,7 @@ that can be had: a frame of an image, an element of a list, a static property, t
 
 from __future__ import annotations
 
+import base64
 import contextlib
 import functools
 import io
@@ -16,17 +17,26 @@ from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any
 
-from zelmor.imaging import Image, RasterCachedImage, RasterImage, Rectangle
+import numpy as np
+from zelmor.imaging import Image, RasterCachedImage, RasterImage, Rectangle, VectorImage, VectorMultipageImage
 from zelmor.imaging.asynctask import IAsyncTask
 from zelmor.imaging.fileformats.bmp import BitmapV4Header, BitmapV5Header, BmpImage, Os22XBitmapHeader
 from zelmor.imaging.fileformats.bmp.structures import CieCoordinates, CieCoordinatesTriple
+from zelmor.imaging.fileformats.cdr import CdrImage, CdrImagePage
+from zelmor.imaging.fileformats.cmx import CmxImage
 from zelmor.imaging.fileformats.dicom import DicomImage
 from zelmor.imaging.fileformats.djvu import DjvuImage
+from zelmor.imaging.fileformats.dng import DngImage
+from zelmor.imaging.fileformats.eps import EpsBinaryImage, EpsImage, EpsInterchangeImage
+from zelmor.imaging.fileformats.opendocument import OdgImage, OdImage, OtgImage
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 from zelmor.imaging.imageoptions import DicomOptions, PngOptions
 from zelmor.imaging.masking import ImageMasking
 from zelmor.imaging.masking.options import AutoMaskingArgs, GraphCutMaskingOptions, SegmentationMethod
 
+from support.dng_files import Dng
+from support.drawn_documents import document
+from support.office_files import TYPE, binary_eps, cast, cdr, cdr_rectangle, cmx, cmx_rectangle, eps, odg
 from support.pictures import png_bytes
 from support.samples import MODEL, Cannot, make, python_type, sample
 
@@ -82,6 +92,36 @@ def _masking_task() -> Any:
     return ImageMasking(_loaded(RasterImage)).decompose_async(_masking_options())
 
 
+_LINE = '<draw:line svg:x1="1px" svg:y1="2px" svg:x2="30px" svg:y2="20px"/>'
+
+
+def _drawing() -> bytes:
+    return odg(_LINE)
+
+
+#: A file of each class of images that only files give.
+_FILES: dict[Any, Callable[[], bytes]] = {
+    CdrImage: lambda: cdr(cdr_rectangle(-0.5, -0.25, 0.5, 0.5, 1)),
+    CmxImage: lambda: cmx(cmx_rectangle(-0.5, 0, 0.5, 0.5, 1)),
+    DngImage: lambda: Dng(np.full((24, 32), 20000, np.uint16)).tobytes(),
+    EpsImage: lambda: eps("0 0 9 9 rectfill", "0 0 40 30"),
+    EpsInterchangeImage: lambda: eps("0 0 9 9 rectfill", "0 0 40 30"),
+    EpsBinaryImage: lambda: binary_eps(eps("0 0 9 9 rectfill", "0 0 40 30")),
+    OdImage: _drawing, OdgImage: _drawing, OtgImage: lambda: odg(_LINE, mime_type=TYPE + "-template"),
+    VectorMultipageImage: _drawing,
+}
+
+
+def _from_file(kind: Any) -> Any:
+    return cast(kind, Image.load(io.BytesIO(_FILES[kind]())))
+
+
+def _embedded_image() -> Any:
+    picture = base64.b64encode(_PICTURE).decode()
+    drawing = document(f'<image width="6" height="5" xlink:href="data:image/png;base64,{picture}"/>')
+    return next(iter(cast(VectorImage, Image.load(io.BytesIO(drawing))).get_embedded_images()))
+
+
 #: Types with many heirs, of which the simplest constructor makes an unusual one, and those that a certain file gives.
 _USUAL: dict[str, Callable[[], Any]] = {
     "DataStreamSupporter": lambda: _loaded(Image), "Image": lambda: _loaded(Image),
@@ -92,7 +132,9 @@ _USUAL: dict[str, Callable[[], Any]] = {
     "DjvuImage": lambda: DjvuImage(io.BytesIO(_djvu_file())),
     "CieCoordinates": lambda: CieCoordinates(bytes(12)),
     "CieCoordinatesTriple": lambda: CieCoordinatesTriple(bytes(36)),
-    "DicomImageInfo": _dicom_header,
+    "DicomImageInfo": _dicom_header, "EmbeddedImage": _embedded_image,
+    "CdrImagePage": lambda: cast(CdrImagePage, _from_file(CdrImage).pages[0]),
+    **{kind.__name__: functools.partial(_from_file, kind) for kind in _FILES},
     "WmfRecorderGraphics2D": lambda: WmfRecorderGraphics2D(Rectangle(0, 0, 100, 100), 96),
     "MaskingOptions": _masking_options, "IMaskingArgs": AutoMaskingArgs,
     "IAsyncTask": lambda: IAsyncTask._cast_to(_masking_task()).value}

@@ -4,12 +4,12 @@
 #include <string>
 
 #include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/format_room.h"
 #include "runtime/native/formats/gif/gif_encoding.h"
 #include "runtime/native/formats/jpeg/jpeg_encoding.h"
 #include "runtime/native/formats/png/png_encoding.h"
 #include "runtime/native/formats/tiff/tiff_encoding.h"
 #include "runtime/native/formats/webp/webp_encoding.h"
-#include "runtime/native/formats/format_room.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "tests/unit/imagework/failure_of.h"
 #include "tests/unit/imagework/pictures.h"
@@ -59,8 +59,8 @@ TEST(ProbeTest, SniffNeedsTheWholeSignature) {
     EXPECT_EQ(sniff({}), Format::kUnknown);
 }
 
-// The beginning of a file of each format whose header is not enough to tell the size, with its variant; those that are not
-// read at all are refused by their names.
+// The beginning of a file of each format whose header is not enough to tell the size, with its variant; those that are
+// not read at all are refused by their names.
 TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
     using namespace std::string_literals;
     struct Case {

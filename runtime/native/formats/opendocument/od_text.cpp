@@ -66,7 +66,7 @@ struct Line {
     double gap = 0;  // above the line
     Align align = Align::kStart;
     bool is_last = false;
-    const Paragraph* labelled = nullptr;
+    const Paragraph* labeled = nullptr;
 };
 
 // ---- Styles
@@ -126,15 +126,15 @@ class Collector {
                 number = static_cast<int64_t>(od_number(*start, static_cast<double>(number)));
             }
             const size_t first = m_paragraphs.size();
-            bool labelled = !has_label || format == nullptr;
+            bool labeled = !has_label || format == nullptr;
             for (const OdNode& each : item.children) {
                 if (each.is("text:p") || each.is("text:h")) {
                     paragraph(each);
                     Paragraph& added = m_paragraphs.back();
                     indent(added, format);
-                    if (!labelled) {
+                    if (!labeled) {
                         label(added, *format, number);
-                        labelled = true;
+                        labeled = true;
                     }
                 } else if (each.is("text:list") && level < kMostListLevels) {
                     list(each, level + 1, list_style);
@@ -382,7 +382,7 @@ class LineBreaker {
         line.align = m_paragraph->align;
         line.gap = first_of_paragraph ? m_gap : 0;
         if (first_of_paragraph && !m_paragraph->label.empty()) {
-            line.labelled = m_paragraph;
+            line.labeled = m_paragraph;
         }
         m_line = std::move(line);
         m_x = 0;
@@ -540,8 +540,8 @@ void draw_line(OdCanvas& target, LineBreaker& breaker, const Line& line, double 
         x += free;
     }
     const double baseline = top + line.above;
-    if (line.labelled != nullptr) {
-        const Paragraph& paragraph = *line.labelled;
+    if (line.labeled != nullptr) {
+        const Paragraph& paragraph = *line.labeled;
         const double width = breaker.width_of(paragraph.label, paragraph.label_style);
         const double at = line.align == Align::kStart || line.align == Align::kJustify
                               ? left + paragraph.label_at
