@@ -6,10 +6,8 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Dicom.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Pdf.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Psd.h"
-#include "generated/runtime/Zelmor.Imaging.FileFormats.Svg.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/known_colors.h"
@@ -62,10 +60,6 @@ constexpr DefaultValue kDefaults[] = {
     {DicomOptions::property_ColorType, api::FileFormats::Dicom::ColorType::kRgb24Bit},
     {Jpeg2000Options::property_Irreversible, true},
     {Jpeg2000Options::property_Codec, api::FileFormats::Jpeg2000::Jpeg2000Codec::kJp2},
-    {Html5CanvasOptions::property_FullHtmlPage, true},
-    {DxfOptions::property_BezierPointCount, 20},
-    {api::FileFormats::Pdf::PdfCoreOptions::property_JpegQuality, 75},
-    {SvgOptions::property_ColorType, api::FileFormats::Svg::SvgColorMode::kRgb},
 
     DefaultValue::color(VectorRasterizationOptions::property_BackgroundColor, argb_of(KnownColor::kWhite)),
     DefaultValue::color(VectorRasterizationOptions::property_DrawColor, argb_of(KnownColor::kBlack)),

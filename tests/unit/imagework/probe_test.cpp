@@ -59,8 +59,8 @@ TEST(ProbeTest, SniffNeedsTheWholeSignature) {
     EXPECT_EQ(sniff({}), Format::kUnknown);
 }
 
-// The beginning of a file of each format whose header is not enough to tell the size, with its variant; those that are
-// not read at all are refused by their names.
+// The beginning of a file of each format that has no pixels, with its variant; those that are not read are refused by
+// their names.
 TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
     using namespace std::string_literals;
     struct Case {
@@ -92,8 +92,8 @@ TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
         const FileFacts facts = probe(file);
         EXPECT_EQ(facts.format, c.format) << format_name(c.format);
         EXPECT_EQ(facts.variant, c.variant) << format_name(c.format);
-        EXPECT_FALSE(facts.readable);
         if (room_of(c.format).probe == nullptr) {
+            EXPECT_FALSE(facts.readable);
             EXPECT_EQ(std::string(failure_of([&] { require_decodable(facts, {}); }).what()),
                       "this runtime does not read " + std::string(format_name(c.format)) + " files");
         }
