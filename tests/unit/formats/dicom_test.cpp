@@ -9,8 +9,8 @@
 #include "runtime/native/formats/dicom/dicom_palette.h"
 #include "runtime/native/formats/dicom/dicom_writer.h"
 #include "runtime/native/formats/dicom/frame_places.h"
-#include "runtime/native/formats/dicom/jpeg_ls.h"
 #include "runtime/native/formats/dicom/sample_range.h"
+#include "runtime/native/formats/jpegls/jpegls_decoder.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -183,9 +183,9 @@ TEST(JpegLsTest, DataThatEndTooEarlyGiveTheRowsBefore) {
     // The header of 4 by 4 samples of 8 bits, and a scan without data.
     const Bytes frame = {0xFF, 0xD8, 0xFF, 0xF7, 0, 11, 8, 0, 4, 0,    4, 1,    1,   0x11,
                          0,    0xFF, 0xDA, 0,    8, 1,  1, 0, 0, 0x00, 0, 0xFF, 0xD9};
-    EXPECT_THROW(decode_jpeg_ls(frame, {4, 4, 1}, false), PictureError);
-    EXPECT_THROW(decode_jpeg_ls(frame, {4, 4, 1}, true), PictureError);
-    EXPECT_THROW(decode_jpeg_ls(frame, {5, 4, 1}, true), PictureError);
+    EXPECT_THROW(decode_jpegls(frame, {4, 4, 1}, false), PictureError);
+    EXPECT_THROW(decode_jpegls(frame, {4, 4, 1}, true), PictureError);
+    EXPECT_THROW(decode_jpegls(frame, {5, 4, 1}, true), PictureError);
 }
 
 }  // namespace

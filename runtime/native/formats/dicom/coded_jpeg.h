@@ -5,23 +5,10 @@
 
 #include <cstdint>
 #include <span>
-#include <vector>
+
+#include "runtime/native/formats/jpegls/jpeg_planes.h"
 
 namespace zelmor::imagework {
-
-struct JpegFrameSize {
-    int width = 0;
-    int height = 0;
-    int components = 0;
-};
-
-// The samples of each pixel, one after the other. Where the data ended too early there are fewer: whole rows.
-struct JpegPlanes {
-    int width = 0;
-    int height = 0;
-    int components = 0;
-    std::vector<uint16_t> samples = {};
-};
 
 // A picture of that size; no memory is taken for another one. With `keeps_part`, data that end too early give the rows
 // before. PictureError: kDamaged or kUnsupported.

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "runtime/native/formats/dicom/coded_jpeg.h"
-#include "runtime/native/formats/dicom/jpeg_ls.h"
 #include "runtime/native/formats/dicom/sample_range.h"
 #include "runtime/native/formats/dicom/stored_samples.h"
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/jpegls/jpegls_decoder.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
@@ -267,7 +267,7 @@ std::unique_ptr<StoredSamples> jpeg_samples(const SharedSource& frame, const Dic
     const Codestream coded = look_at(in);
     switch (coded.frame_marker) {
         case 0xF7:
-            return std::make_unique<LateSamples>(frame, header, options, &decode_jpeg_ls);
+            return std::make_unique<LateSamples>(frame, header, options, &decode_jpegls);
         case 0xC3:
             return std::make_unique<LateSamples>(frame, header, options, &decode_coded_jpeg);
         case 0xC0:

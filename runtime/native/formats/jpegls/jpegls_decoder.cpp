@@ -1,8 +1,9 @@
-// Decoding JPEG-LS as its standard describes it (ITU-T T.87); see jpeg_ls.h.
+// Decoding JPEG-LS as its standard describes it (ITU-T T.87); see jpegls_decoder.h. It is our own: the library that
+// files are written with does not end on some damaged files, or ends the process.
 //
 // A sample is foretold by three of its neighbors. How the neighbors differ chooses a context, which has learned how
 // far such guesses are off; what is left is stored as a Golomb code. Where neighbors are equal a run is stored instead.
-#include "runtime/native/formats/dicom/jpeg_ls.h"
+#include "runtime/native/formats/jpegls/jpegls_decoder.h"
 
 #include <algorithm>
 #include <array>
@@ -11,13 +12,21 @@
 #include <optional>
 #include <string>
 
-#include "runtime/native/formats/dicom/stored_samples.h"
+#include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
 namespace {
 
 // The data of a scan end, or have no meaning.
 struct EndOfData {};
+
+[[noreturn]] void damaged(const std::string& text) {
+    throw PictureError(Failure::kDamaged, text);
+}
+// `what` is a kind of JPEG-LS data: "with restart markers".
+[[noreturn]] void unsupported(const std::string& what) {
+    throw PictureError(Failure::kUnsupported, "JPEG-LS data " + what + " are not read");
+}
 
 // The bits of a scan. Behind a byte of ones only seven bits follow, and a marker ends them.
 class ScanBits {
@@ -350,7 +359,7 @@ class Decoder {
             }
             const uint8_t marker = m_data[at + 1];
             at += 2;
-            if (marker == 0xD9 || done()) {
+            if (marker == 0xD9 || (marker == 0xDA && done())) {
                 break;
             }
             if (marker >= 0xD0 && marker <= 0xD8) {
@@ -371,7 +380,13 @@ class Decoder {
                     break;
                 case 0xDD:
                     if (std::any_of(segment.begin(), segment.end(), [](uint8_t byte) { return byte != 0; })) {
-                        dicom_unsupported("this is a DICOM file with JPEG-LS of restart intervals, which is not read");
+                        unsupported("with restart markers");
+                    }
+                    break;
+                case 0xE8:
+                    if (segment.size() > 4 && std::equal(segment.begin(), segment.begin() + 4, "mrfx") &&
+                        segment[4] != 0) {
+                        unsupported("with transformed colors");
                     }
                     break;
                 case 0xDA:
@@ -392,7 +407,7 @@ class Decoder {
 
     void take_frame(std::span<const uint8_t> segment) {
         if (segment.size() < 6 || !m_rows_done.empty()) {
-            dicom_damaged("the header of a frame makes no sense");
+            damaged("the header of a frame makes no sense");
         }
         m_bits = segment[0];
         const int height = segment[1] << 8 | segment[2];
@@ -400,17 +415,15 @@ class Decoder {
         const size_t count = segment[5];
         if (width != m_size.width || height != m_size.height || count != static_cast<size_t>(m_size.components) ||
             segment.size() < 6 + 3 * count || m_bits < 2 || m_bits > 16) {
-            dicom_damaged("a frame has " + std::to_string(width) + " by " + std::to_string(height) + " pixels of " +
-                          std::to_string(count) + " samples of " + std::to_string(m_bits) +
-                          " bits, where the header tells of " + std::to_string(m_size.width) + " by " +
-                          std::to_string(m_size.height) + " of " + std::to_string(m_size.components));
+            damaged("a frame has " + std::to_string(width) + " by " + std::to_string(height) + " pixels of " +
+                    std::to_string(count) + " samples of " + std::to_string(m_bits) +
+                    " bits, where the header tells of " + std::to_string(m_size.width) + " by " +
+                    std::to_string(m_size.height) + " of " + std::to_string(m_size.components));
         }
         for (size_t i = 0; i < count; i++) {
             m_ids.push_back(segment[6 + 3 * i]);
             if (segment[7 + 3 * i] != 0x11) {
-                dicom_unsupported(
-                    "this is a DICOM file with JPEG-LS whose colors have fewer samples than pixels, "
-                    "which is not read");
+                unsupported("whose colors have fewer samples than pixels");
             }
         }
         m_rows_done.assign(count, 0);
@@ -419,10 +432,10 @@ class Decoder {
 
     void take_settings(std::span<const uint8_t> segment) {
         if (segment.empty() || segment[0] != 1) {
-            dicom_unsupported("this is a DICOM file with JPEG-LS of tables or of oversize pictures, which is not read");
+            unsupported("with tables or large sizes");
         }
         if (segment.size() < 11) {
-            dicom_damaged("the settings of JPEG-LS are cut off");
+            damaged("the settings of JPEG-LS are cut off");
         }
         const auto word = [&](size_t i) { return segment[1 + 2 * i] << 8 | segment[2 + 2 * i]; };
         m_own = Settings{word(0), 0, word(1), word(2), word(3), word(4)};
@@ -432,7 +445,7 @@ class Decoder {
         const int32_t most = (1 << m_bits) - 1;
         const int32_t top = m_own && m_own->top != 0 ? m_own->top : most;
         if (top > most || near > std::min(255, top / 2)) {
-            dicom_damaged("the settings of JPEG-LS make no sense");
+            damaged("the settings of JPEG-LS make no sense");
         }
         Settings settings = usual(top, near);
         if (m_own) {
@@ -443,24 +456,24 @@ class Decoder {
         }
         if (settings.t1 <= near || settings.t2 < settings.t1 || settings.t3 < settings.t2 || settings.t3 > top ||
             settings.reset < 3) {
-            dicom_damaged("the settings of JPEG-LS make no sense");
+            damaged("the settings of JPEG-LS make no sense");
         }
         return settings;
     }
 
     size_t scan(std::span<const uint8_t> segment, size_t at) {
         if (m_rows_done.empty() || segment.empty() || segment[0] == 0 || segment.size() < 4 + 2 * size_t{segment[0]}) {
-            dicom_damaged("a scan makes no sense");
+            damaged("a scan makes no sense");
         }
         std::vector<size_t> members;
         for (size_t i = 0; i < segment[0]; i++) {
             const auto found = std::find(m_ids.begin(), m_ids.end(), segment[1 + 2 * i]);
             const auto member = static_cast<size_t>(found - m_ids.begin());
             if (found == m_ids.end() || m_rows_done[member] > 0) {
-                dicom_damaged("a scan has a component that the frame has not, or one for the second time");
+                damaged("a scan has a component that the frame has not, or one for the second time");
             }
             if (segment[2 + 2 * i] != 0) {
-                dicom_unsupported("this is a DICOM file with JPEG-LS of tables, which is not read");
+                unsupported("with tables");
             }
             members.push_back(member);
         }
@@ -468,14 +481,14 @@ class Decoder {
         const uint8_t order = tail[1];
         if (order > 2 || (order == 0) != (members.size() == 1) || (order == 2 && members.size() != 3) ||
             (tail[2] & 0xF) != 0) {
-            dicom_unsupported("this is a DICOM file with JPEG-LS whose samples are in an order that is not read");
+            unsupported("whose samples are in this order or with a point transform");
         }
         ScanBits bits(m_data, at);
         try {
             rows(bits, settings(tail[0]), members, order == 2);
         } catch (const EndOfData&) {
             if (!m_keeps_part) {
-                dicom_damaged("the data of a frame end too early or make no sense");
+                damaged("the data of a frame end too early or make no sense");
             }
         }
         return bits.position();
@@ -515,7 +528,7 @@ class Decoder {
         JpegPlanes planes{m_size.width, m_size.height, m_size.components};
         const int rows = m_rows_done.empty() ? 0 : *std::min_element(m_rows_done.begin(), m_rows_done.end());
         if (rows < m_size.height && (!m_keeps_part || rows == 0)) {
-            dicom_damaged("a frame has no data, or too few");
+            damaged("a frame has no data, or too few");
         }
         const size_t pixels = static_cast<size_t>(rows) * static_cast<size_t>(m_size.width);
         if (m_planes.size() == 1) {
@@ -544,8 +557,8 @@ class Decoder {
 
 }  // namespace
 
-JpegPlanes decode_jpeg_ls(std::span<const uint8_t> frame, const JpegFrameSize& size, bool keeps_part) {
-    return Decoder(frame, size).decode(keeps_part);
+JpegPlanes decode_jpegls(std::span<const uint8_t> file, const JpegFrameSize& size, bool keeps_part) {
+    return Decoder(file, size).decode(keeps_part);
 }
 
 }  // namespace zelmor::imagework
