@@ -7,16 +7,23 @@ import gc
 import sys
 from pathlib import Path
 
-from . import reports
-from .errors import CatalogueError
+from . import reports, words_check
+from .errors import CatalogueError, Findings
 from .writers.cpp import commands as cpp
 from .writers.csharp import commands as csharp
 from .writers.reference import commands as reference
 from .writers.runtime import commands as runtime
 from .writers.stubs import commands as stubs
 
-#: Everything that the generator can do; a new back end is one more name here.
-COMMANDS = [command for group in (cpp, csharp, runtime, stubs, reference, reports) for command in group.COMMANDS]
+#: The modules with commands; a new back end is one more name here.
+_GROUPS = (cpp, csharp, runtime, stubs, reference, reports, words_check)
+#: Everything that the generator can do.
+COMMANDS = [command for group in _GROUPS for command in group.COMMANDS]
+
+
+def _name(path: str) -> str:
+    """The name of a command's path without the mark of how many it takes."""
+    return path.removesuffix("...").removesuffix("*")
 
 
 def main(arguments: list[str]) -> int:
@@ -26,16 +33,19 @@ def main(arguments: list[str]) -> int:
     for command in COMMANDS:
         subparser = commands.add_parser(command.name, help=command.help, description=command.help)
         for path in command.paths:
-            if path.endswith("..."):
-                subparser.add_argument(path.removesuffix("..."), type=Path, nargs="+")
+            if path.endswith(("...", "*")):
+                subparser.add_argument(_name(path), type=Path, nargs="+" if path.endswith("...") else "*")
             else:
                 subparser.add_argument(path, type=Path)
     options = parser.parse_args(arguments)
     command = next(command for command in COMMANDS if command.name == options.command)
     try:
-        text = command.run(*(getattr(options, path.removesuffix("...")) for path in command.paths))
+        text = command.run(*(getattr(options, _name(path)) for path in command.paths))
     except CatalogueError as error:
         print(error, file=sys.stderr)
+        return 1
+    except Findings as findings:
+        print(findings)
         return 1
     if text:
         print(text)

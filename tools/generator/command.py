@@ -8,7 +8,7 @@ from dataclasses import dataclass
 
 @dataclass(frozen=True)
 class Command:
-    """One command; a path whose name ends in dots takes one or more."""
+    """One command; a path whose name ends in dots takes one or more, one that ends in a star any number."""
 
     name: str
     paths: tuple[str, ...]

@@ -24,3 +24,7 @@ class CatalogueError(Exception):
         super().__init__(f"{place}: {reason}")
         self.place = place
         self.reason = reason
+
+
+class Findings(Exception):
+    """What a check has found, as text to print; the command fails."""
