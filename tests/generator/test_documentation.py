@@ -204,6 +204,9 @@ def test_each_missing_text_is_named(write: Callable[..., Model], line: str, miss
      "A.doc:31: refused: the text of SOFT only repeats names: Represents the soft mode."),
     ("Plain: A tool of one sort.", "Plain: The class `Plain`.",
      "A.doc:25: refused: the text of Plain only repeats names: The class `Plain`."),
+    ("    -> The number of pixels changed.", "    -> What it draws.", None),
+    ("    area: In square pixels.", "    area: The area.",
+     "A.doc:19: refused: the text of area only repeats names: The area."),
     ("  fill: Paints all over.", "  fill:", "A.doc:23: refused: fill has no text"),
     ("  fill: Paints all over.", "  fill: Paints `all over.",
      "A.doc:23: refused: the text of fill has a backtick without its partner"),
@@ -217,7 +220,8 @@ def test_each_missing_text_is_named(write: Callable[..., Model], line: str, miss
     ("Mode: How bristles are treated.", "Mode, how bristles are treated",
      "A.doc:29: expected 'Name: text' of a type, or 'module: text'"),
     ("    is_soft: True for hair, False for nylon.", "    is_soft: True for hair, False for nylon.\n    else, nothing",
-     "A.doc:22: expected 'name: text' of a parameter, '-> text' of the result or '! Exception: text'"),
+     "A.doc:22: expected 'name: text' of a parameter, '-> text' of the result or '! Exception: text'; the text of "
+     "a member goes on after 6 spaces"),
     ("  parameters:", "  parameters: Of all.", "A.doc:17: 'parameters:' has no text of its own"),
     ("  fill: Paints all over.", "  fill: Paints" + " all" * 30 + " over.", "A.doc:23: the line is longer than 120 "
      "columns"),

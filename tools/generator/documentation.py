@@ -178,7 +178,8 @@ class _Reader:
         else:
             kinds = "'name: text' of a parameter"
             if self._member is not None:
-                kinds += ", '-> text' of the result or '! Exception: text'"
+                kinds += ", '-> text' of the result or '! Exception: text'; the text of a " \
+                         "member goes on after 6 spaces"
             self._fail(place, f"expected {kinds}")
 
 

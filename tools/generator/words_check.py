@@ -107,7 +107,7 @@ class Check:
         for keyword, text in texts.parameters.items():
             if keyword not in keywords:
                 self._refuse(text.place, f"unknown: no method or constructor of {entry.name} has a parameter {keyword}")
-            self._check_text(text, keyword, entry.name)
+            self._check_text(text, keyword)
         for python, words in texts.members.items():
             origin = origin_of(entry, python)
             if origin is entry:
@@ -126,26 +126,30 @@ class Check:
         for keyword, text in words.parameters.items():
             if keyword not in keywords:
                 self._refuse(text.place, f"unknown: {entry.name}.{python} has no parameter {keyword}")
-            self._check_text(text, keyword, *names)
+            self._check_text(text, keyword)
         if words.result is not None:
             if all(overload.result.kind == "void" for overload in overloads):
                 self._refuse(words.result.place, f"unknown: {entry.name}.{python} has no result to describe")
-            self._check_text(words.result, *names, "result")
+            self._check_form(words.result, f"the result of {python}")
         for name, text in words.raises:
             found = getattr(builtins, name, None)
             if not (isinstance(found, type) and issubclass(found, Exception)):
                 self._refuse(text.place, f"unknown: there is no exception {name} in Python")
-            self._check_text(text, name, *names)
+            self._check_form(text, name)
 
     def _check_text(self, text: Text, *names: str) -> None:
-        if not text.text:
-            self._refuse(text.place, f"refused: {names[0]} has no text")
-        elif only_repeats(text.text, *names):
+        """A text has to say more than the names of what it is about."""
+        self._check_form(text, names[0])
+        if text.text and only_repeats(text.text, *names):
             self._refuse(text.place, f"refused: the text of {names[0]} only repeats names: {text.text}")
-        if text.text.count("`") % 2:
-            self._refuse(text.place, f"refused: the text of {names[0]} has a backtick without its partner")
+
+    def _check_form(self, text: Text, about: str) -> None:
+        if not text.text:
+            self._refuse(text.place, f"refused: {about} has no text")
+        elif text.text.count("`") % 2:
+            self._refuse(text.place, f"refused: the text of {about} has a backtick without its partner")
         elif _MARKUP.search(re.sub(r"`[^`]*`", "", text.text)):
-            self._refuse(text.place, f"refused: the text of {names[0]} has markup other than backticks")
+            self._refuse(text.place, f"refused: the text of {about} has markup other than backticks")
 
     # -- what there is not --------------------------------------------------------------------------------------------
 
