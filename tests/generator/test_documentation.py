@@ -107,7 +107,7 @@ def test_texts_are_joined_over_continuation_lines(write: Callable[..., Model]) -
     assert words.raises(base, "draw") == [("ValueError", "The pen is empty."), ("OSError", "The ink has dried.")]
     draw = base.method("draw")
     assert draw is not None
-    assert words.of_parameter(draw.overloads[0], "pen") == "The brand, or None for the house's own."
+    assert words.of_parameter(base, draw.overloads[0], "pen") == "The brand, or None for the house's own."
     assert words.of_member(entry_of(model, "Mode"), "SOFT") == "They are washed."
 
 
@@ -125,17 +125,18 @@ def test_a_text_is_found_where_the_member_is_declared(write: Callable[..., Model
 def test_a_parameter_has_its_own_text_or_the_shared_one_or_that_of_its_property(write: Callable[..., Model]) -> None:
     model = write(WORDS)
     words, brush = Documentation.read(model.directory), entry_of(model, "Brush")
-    assert words.of_parameter(brush.constructors[0], "is_soft") == "True for hair, False for nylon."
-    assert words.of_parameter(brush.constructors[1], "width") == "How far the bristles spread, in pixels."
+    assert words.of_parameter(brush, brush.constructors[0], "is_soft") == "True for hair, False for nylon."
+    assert words.of_parameter(brush, brush.constructors[1], "width") == "How far the bristles spread, in pixels."
     fill = brush.method("fill")
-    assert fill is not None and words.of_parameter(fill.overloads[0], "area") == "In square pixels."
+    assert fill is not None and words.of_parameter(brush, fill.overloads[0], "area") == "In square pixels."
 
     without = write(WORDS.replace("    width: How far the bristles spread, in pixels.\n", ""))
     words, brush = Documentation.read(without.directory), entry_of(without, "Brush")
-    assert words.of_parameter(brush.constructors[1], "width") == "The width in pixels."
+    assert words.of_parameter(brush, brush.constructors[1], "width") == "The width in pixels."
     draw = brush.method("draw")
     assert draw is not None
-    assert words.of_parameter(draw.overloads[0], "width") == "", "a method does not take the text of a property"
+    assert words.of_parameter(brush, draw.overloads[0], "width") == "", "a method does not take the text of a property"
+    assert words.of_parameter(brush, draw.overloads[1], "pen") == "The brand, or None for the house's own."
 
 
 def test_complete_texts_have_no_faults(write: Callable[..., Model]) -> None:
@@ -204,6 +205,7 @@ def test_each_missing_text_is_named(write: Callable[..., Model], line: str, miss
      "A.doc:31: refused: the text of SOFT only repeats names: Represents the soft mode."),
     ("Plain: A tool of one sort.", "Plain: The class `Plain`.",
      "A.doc:25: refused: the text of Plain only repeats names: The class `Plain`."),
+    ("  draw: Paints a line.", "  draw: Paints a line.\n    pen: Always the house's own.", None),
     ("    -> The number of pixels changed.", "    -> What it draws.", None),
     ("    area: In square pixels.", "    area: The area.",
      "A.doc:19: refused: the text of area only repeats names: The area."),

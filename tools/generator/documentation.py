@@ -268,16 +268,21 @@ class Documentation:
         words = self.words_of(entry, python)
         return [] if words is None else [(name, text.text) for name, text in words.raises]
 
-    def of_parameter(self, overload: Overload, keyword: str) -> str:
-        """What a parameter is for: its own text, the shared one of its type, or that of the property it sets."""
-        owner, python = overload.owner, overload.python or CONSTRUCTOR
-        of_type = self._type(owner)
-        if of_type is not None:
-            words = of_type.members.get(python)
-            for texts in ([] if words is None else [words.parameters]) + [of_type.parameters]:
-                if keyword in texts:
-                    return texts[keyword].text
-        prop = property_named(owner, keyword) if python == CONSTRUCTOR else None
+    def of_parameter(self, entry: Type, overload: Overload, keyword: str) -> str:
+        """What a parameter of an overload that a type lists is for.
+
+        That is the text at the member or the shared one of the type, or of the one that declares an inherited overload;
+        a constructor's parameter has that of the property of its name otherwise.
+        """
+        python = overload.python or CONSTRUCTOR
+        for owner in [entry, overload.owner]:
+            of_type = self._type(owner)
+            if of_type is not None:
+                words = of_type.members.get(python)
+                for texts in ([] if words is None else [words.parameters]) + [of_type.parameters]:
+                    if keyword in texts:
+                        return texts[keyword].text
+        prop = property_named(entry, keyword) if python == CONSTRUCTOR else None
         return "" if prop is None else self.of_member(prop.declared_by, keyword)
 
 

@@ -168,7 +168,7 @@ class Check:
             seen: set[str] = set()
             for overload in entry.constructors:
                 for param in overload.params:
-                    undescribed = not self._documentation.of_parameter(overload, param.name)
+                    undescribed = not self._documentation.of_parameter(entry, overload, param.name)
                     # The text of a property is missed where it is declared.
                     if undescribed and param.name not in seen and property_named(entry, param.name) is None:
                         seen.add(param.name)
@@ -176,9 +176,12 @@ class Check:
 
 
 def _overloads(entry: Type) -> Iterator[Overload]:
+    """All overloads of a type, the inherited ones that it lists included: a text covers all of a name."""
     yield from entry.constructors
     for method in entry.methods:
-        yield from method.own
+        yield from method.overloads
+        if method.static_overload is not None:
+            yield method.static_overload
 
 
 def check_words(model: Model, namespaces: list[str]) -> list[str]:
