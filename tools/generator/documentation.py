@@ -215,19 +215,26 @@ def property_named(entry: Type, python: str) -> Property | None:
 
 
 class Documentation:
-    """The texts of an assembly, found by what they are about; an empty text says that there is none."""
+    """The texts of some assemblies, found by what they are about; an empty text says that there is none."""
 
     def __init__(self, words: dict[str, NamespaceWords]) -> None:
         self._words = words
 
     @classmethod
-    def read(cls, directory: Path) -> Documentation:
-        """Reads the files of a directory; the first line that cannot be read is raised."""
+    def read(cls, *directories: Path) -> Documentation:
+        """Reads the files of the catalogues of some assemblies; the first line that cannot be read is raised."""
         faults: list[CatalogueError] = []
-        words = read_words(directory, faults)
+        words: dict[str, NamespaceWords] = {}
+        for directory in directories:
+            words |= read_words(directory, faults)
         if faults:
             raise faults[0]
         return cls(words)
+
+    @classmethod
+    def of(cls, models: list[Model]) -> Documentation:
+        """The texts beside the catalogues that some models were made from."""
+        return cls.read(*(model.directory for model in models))
 
     def _type(self, entry: Type) -> TypeWords | None:
         namespace = self._words.get(entry.namespace)
@@ -295,8 +302,3 @@ def described_members(entry: Type) -> Iterator[str]:
         yield CONSTRUCTOR
     yield from (method.python for method in entry.methods if method.own)
     yield from (prop.python for prop in entry.properties if prop.declared_by is entry)
-
-
-def documentation(models: list[Model]) -> dict[str, Documentation]:
-    """The texts of several assemblies by the name of the assembly."""
-    return {model.assembly: Documentation.read(model.directory) for model in models}

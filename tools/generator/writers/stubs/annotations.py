@@ -10,6 +10,7 @@ from collections.abc import Iterable
 from dataclasses import dataclass, field
 
 from ...declaration import Declaration
+from ...documentation import Documentation
 from ...errors import CatalogueError
 from ...model import Model, Type
 from ...wires import TYPED_SHAPES, Collection, Scalar, SiblingEnumeration, SiblingRecord, Struct, TypedCollection, Wire
@@ -17,10 +18,11 @@ from .words import INTEROP, SHAPES, SUPPORT, WIRES
 
 
 class Universe:
-    """All assemblies at once: which module a type is in, and who implements an interface."""
+    """All assemblies at once: which module a type is in, who implements an interface, and what is said of members."""
 
     def __init__(self, models: list[Model]) -> None:
         self.models = models
+        self.words = Documentation.of(models)
         self.types = [entry for model in models for entry in model.types]
         self.modules = {module.namespace: module.name for model in models for module in model.modules}
         self.collections = [row for model in models for row in model.collections]

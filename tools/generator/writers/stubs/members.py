@@ -1,21 +1,18 @@
-"""Prints the stub of one class or enumeration, with a line of documentation on each member."""
+"""Prints the stub of one class or enumeration, with a docstring on each member."""
 
 from __future__ import annotations
 
 from collections.abc import Iterable
 
+from ...documentation import CONSTRUCTOR
 from ...model import Method, Overload, Param, Property, Type
 from ...wires import Scalar
 from ..text import indent
 from .annotations import Scope
 from .casts import cast_family, get_type
 from .collections import COLLECTION_MEMBERS, GROWING_MEMBERS, INDEXED_MEMBERS, element_members
+from .docstrings import call_sections, described, raises_section
 from .words import RANGES, managed_name
-
-
-def docstring(text: str) -> str:
-    """A docstring of one line."""
-    return f'"""{text}"""'
 
 
 def signature(overload: Overload) -> str:
@@ -32,12 +29,14 @@ def _ranges(params: Iterable[Param]) -> str:
     return "".join(f" {', '.join(names)}: {note}." for note, names in kinds.items())
 
 
-def _overload_doc(overload: Overload, name: str) -> str:
+def _overload_doc(scope: Scope, entry: Type, overload: Overload, name: str) -> list[str]:
+    python = overload.python or CONSTRUCTOR
     origin = f" of {overload.owner.name}" if overload.owner.kind == "interface" else ""
     text = f"Managed {name}{signature(overload)}{origin}.{_ranges(overload.params)}"
     if any(param.by_ref for param in overload.params):
         text += " A one-slot list takes what the call gives back."
-    return docstring(text)
+    return described(scope.universe.words.of_member(entry, python), [text],
+                     call_sections(scope, entry, overload, python))
 
 
 def parameter(scope: Scope, param: Param) -> str:
@@ -51,12 +50,12 @@ def parameter(scope: Scope, param: Param) -> str:
 
 
 def function(scope: Scope, name: str, overload: Overload, decorators: list[str], first: str, result: str,
-             doc: str) -> list[str]:
+             doc: list[str]) -> list[str]:
     """One signature; a long one gets a line for each parameter."""
     params = [*([first] if first else []), *(parameter(scope, param) for param in overload.params)]
     head = f"def {name}({', '.join(params)}) -> {result}:"
     lines = [head] if len(head) <= 110 else [f"def {name}(", *indent(f"{text}," for text in params), f") -> {result}:"]
-    return [*decorators, *lines, *indent([doc])]
+    return [*decorators, *lines, *indent(doc)]
 
 
 # -- what a checker finds fault with, and is so nevertheless -----------------------------------------------------------
@@ -96,7 +95,7 @@ def _with_ignores(lines: list[str], codes: list[str]) -> list[str]:
     return [f"{lines[0]}  # type: ignore[{', '.join(codes)}]", *lines[1:]] if codes else lines
 
 
-def _overloads(scope: Scope, name: str, overloads: list[Overload], decorators: list[str], first: str,
+def _overloads(scope: Scope, entry: Type, name: str, overloads: list[Overload], decorators: list[str], first: str,
                managed: str | None, reordered: bool = False) -> list[str]:
     """All signatures of a name; a constructor gives nothing."""
     many = [f"@{scope.typing('overload')}"] if len(overloads) > 1 else []
@@ -104,7 +103,7 @@ def _overloads(scope: Scope, name: str, overloads: list[Overload], decorators: l
     for number, overload in enumerate(overloads):
         result = scope.result(overload.result) if managed is None else "None"
         text = function(scope, name, overload, [*many, *decorators], first, result,
-                        _overload_doc(overload, managed or overload.managed))
+                        _overload_doc(scope, entry, overload, managed or overload.managed))
         codes = (["misc"] if _never_tried(scope, overloads, number) else []) + (
             ["override"] if reordered and number == 0 else [])
         lines += _with_ignores(text, codes)
@@ -114,7 +113,8 @@ def _overloads(scope: Scope, name: str, overloads: list[Overload], decorators: l
 def write_method(scope: Scope, method: Method) -> list[str]:
     """All overloads of a name, in the order in which they are tried."""
     decorators, first = ([f"@{scope.builtin('staticmethod')}"], "") if method.static else ([], "self")
-    return _overloads(scope, method.python, method.overloads, decorators, first, None, _reordered(method))
+    return _overloads(scope, method.owner, method.python, method.overloads, decorators, first, None,
+                      _reordered(method))
 
 
 def write_constructors(scope: Scope, entry: Type) -> list[str]:
@@ -123,34 +123,37 @@ def write_constructors(scope: Scope, entry: Type) -> list[str]:
     if not overloads:
         never = scope.typing("Never")
         return [f"def __init__(self, type_has_no_available_constructor: {never}) -> None: ..."]
-    return _overloads(scope, "__init__", overloads, [], "self", entry.name)
+    return _overloads(scope, entry, "__init__", overloads, [], "self", entry.name)
 
 
-def _property_doc(prop: Property) -> str:
+def _property_doc(scope: Scope, prop: Property) -> list[str]:
     state = "static" if prop.static else "" if prop.writable else "read-only"
     note = RANGES.get(managed_name(prop.wire)) if prop.writable else None
     parts = [f"Managed {prop.managed}: {managed_name(prop.wire)}", *([state] if state else [])]
-    return docstring(", ".join(parts) + "." + (f" {note[0].upper()}{note[1:]}." if note else ""))
+    fact = ", ".join(parts) + "." + (f" {note[0].upper()}{note[1:]}." if note else "")
+    return described(scope.universe.words.of_member(prop.owner, prop.python), [fact],
+                     raises_section(scope, prop.owner, prop.python))
 
 
 def write_property(scope: Scope, prop: Property) -> list[str]:
     """An instance or static property; a static one can be written by its `set_` method alone."""
-    name, doc = prop.python, _property_doc(prop)
+    name, doc = prop.python, _property_doc(scope, prop)
     if prop.static:
-        return [f"{name}: {scope.typing('Final')}[{scope.result(prop.wire)}]", doc]
+        return [f"{name}: {scope.typing('Final')}[{scope.result(prop.wire)}]", *doc]
     if not prop.writable:
-        return [f"@{scope.builtin('property')}", f"def {name}(self) -> {scope.result(prop.wire)}:", *indent([doc])]
+        return [f"@{scope.builtin('property')}", f"def {name}(self) -> {scope.result(prop.wire)}:", *indent(doc)]
     given, taken = scope.value(prop.wire), scope.argument(prop.wire)
     # To a checker, what can be read and written is an attribute.
     annotation = given if given == taken else f"{scope.support('Attribute')}[{given}, {taken}]"
-    return [f"{name}: {annotation}", doc]
+    return [f"{name}: {annotation}", *doc]
 
 
 def write_setter_method(scope: Scope, prop: Property) -> list[str]:
     """The static method that writes a static property."""
     return [f"@{scope.builtin('staticmethod')}",
             f"def set_{prop.python}(value: {scope.argument(prop.wire)}, /) -> None:",
-            *indent([docstring(f"Sets the managed {prop.managed}.")])]
+            *indent(described(scope.universe.words.of_member(prop.owner, prop.python),
+                              [f"Sets the managed {prop.managed}."]))]
 
 
 def _class_doc(scope: Scope, entry: Type) -> list[str]:
@@ -165,9 +168,7 @@ def _class_doc(scope: Scope, entry: Type) -> list[str]:
         lines.append("It has no available constructor.")
     elif len(entry.constructors) > 1:
         lines.append("Constructors are tried in the order in which they stand.")
-    if len(lines) == 1:
-        return [docstring(lines[0])]
-    return [f'"""{lines[0]}', "", *lines[1:], '"""']
+    return described(scope.universe.words.of_type(entry), lines)
 
 
 def write_class(scope: Scope, entry: Type) -> list[str]:
@@ -235,7 +236,7 @@ def write_mixed(scope: Scope, method: Method) -> list[str]:
     assert method.static_overload is not None
     lines: list[str] = []
     for suffix, overloads in (("_on_class", [method.static_overload]), ("_on_instance", method.overloads)):
-        body = _overloads(scope, "__call__", overloads, [], "self", None)
+        body = _overloads(scope, method.owner, "__call__", overloads, [], "self", None)
         lines += [f"@{only}", f"class {name}{suffix}({scope.typing('Protocol')}):", *indent(body), ""]
     overload, kind = scope.typing("overload"), f"{scope.builtin('type')}[{owner}]"
     body = [f"@{overload}", f"def __get__(self, instance: None, owner: {kind}, /) -> {name}_on_class: ...",
@@ -250,7 +251,12 @@ def write_enumeration(scope: Scope, entry: Type) -> list[str]:
     assert entry.width is not None
     base = scope.name("enum", "IntFlag" if entry.flags else "IntEnum")
     note = "A parameter takes its members alone, no plain integer."
-    body = [docstring(f"Managed enumeration {entry.full_name} of {managed_name(entry.width)}. {note}"),
-            *(f"{name} = {value}" for name, value in entry.values),
+    words = scope.universe.words
+    body = described(words.of_type(entry),
+                     [f"Managed enumeration {entry.full_name} of {managed_name(entry.width)}. {note}"])
+    for name, value in entry.values:
+        text = words.of_member(entry, name)
+        body += [f"{name} = {value}", *(described(text, []) if text else [])]
+    body = [*body,
             *cast_family(scope, entry.name, False, True, enum=True), get_type(scope)]
     return [f"class {entry.name}({base}):", *indent(body), ""]

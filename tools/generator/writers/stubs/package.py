@@ -13,6 +13,7 @@ from ...wires import Collection
 from ..text import indent, write_if_changed
 from .annotations import Scope, Universe
 from .collections import typed_names, write_generic, write_interop
+from .docstrings import described
 from .layout import laid_out
 from .members import write_class, write_enumeration
 from .words import GENERIC, INTEROP, SUPPORT
@@ -61,9 +62,10 @@ class StubWriter:
         parts = module.name.split(".")[1:]
         return "/".join(parts) + ("/__init__.pyi" if module.children or len(parts) == 1 else ".pyi")
 
-    def _finish(self, scope: Scope, description: str, body: list[str], children: list[str]) -> list[str]:
-        return [_HEAD, f'"""{description}"""', "", *scope.import_lines(), *_child_imports(scope.module, children), "",
-                *body]
+    def _finish(self, scope: Scope, description: str, body: list[str], children: list[str],
+                text: str = "") -> list[str]:
+        return [_HEAD, *described(text, [description]), "", *scope.import_lines(),
+                *_child_imports(scope.module, children), "", *body]
 
     def _module(self, module: Module, main: bool) -> list[str]:
         is_root = "." not in module.name.removeprefix("zelmor.")
@@ -79,7 +81,8 @@ class StubWriter:
         for entry in [*module.enums, *_bases_first(module.wrappers)]:
             writer = write_enumeration if entry.is_enum else write_class
             body += writer(scope, entry)
-        return self._finish(scope, f"Managed namespace {module.namespace}.", body, sorted(children))
+        return self._finish(scope, f"Managed namespace {module.namespace}.", body, sorted(children),
+                            self._universe.words.of_module(module))
 
     @staticmethod
     def _root(scope: Scope) -> list[str]:
