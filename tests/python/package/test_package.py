@@ -177,6 +177,53 @@ def test_the_package_imports_no_extension_module():
     assert sorted(child(code)) == ["zelmor", "zelmor._importer", "zelmor._runtime_choice"]
 
 
+def test_the_version_is_that_of_the_modules():
+    code = "import zelmor\nresult = [zelmor.__version__, zelmor.imaging.VERSION.view]"
+    version, of_modules = child(code)
+    assert version == of_modules
+
+
+def test_names_of_the_package_are_imported_when_they_are_used():
+    code = """
+import sys, zelmor
+names = ["zelmor.imaging", "zelmor._opening", "zelmor._errors", "zelmor._version"]
+def there():
+    return [name in sys.modules for name in names]
+result = [there(), zelmor.__version__ != "", there(), zelmor.UnsupportedFormat.__name__, there(), callable(zelmor.open),
+          there(), "open" in vars(zelmor), zelmor.imaging.Image.__name__]
+"""
+    assert child(code) == [[False] * 4, True, [False, False, False, True], "UnsupportedFormat",
+                           [False, False, True, True], True, [True] * 4, True, "Image"]
+
+
+def test_a_completion_offers_all_names_and_each_is_there():
+    code = """
+import zelmor
+names = [name for name in dir(zelmor) if not name.startswith("_")]
+result = [names, [getattr(zelmor, name) is not None for name in names], sorted(zelmor._MODULES | set(zelmor._NAMES))]
+"""
+    names, found, listed = child(code)
+    assert {"open", "imaging", "UnsupportedFormat"} <= set(names) and all(found)
+    assert set(listed) - {"__version__"} <= set(names)
+
+
+def test_a_name_that_the_package_does_not_have():
+    code = """
+import zelmor
+result = [hasattr(zelmor, "__path__"), hasattr(zelmor, "__wrapped__")]
+try:
+    zelmor.nothing
+except AttributeError as error:
+    result.append(str(error))
+try:
+    from zelmor import nothing
+except ImportError as error:
+    result.append(str(error).partition(" (")[0])
+"""
+    assert child(code) == [True, False, "module 'zelmor' has no attribute 'nothing'",
+                           "cannot import name 'nothing' from 'zelmor'"]
+
+
 IMPORTS = {
     "module": "import zelmor.imaging\nresult = zelmor.imaging.imageoptions.PngOptions.__name__",
     "child": "import zelmor.imaging.imageoptions\nresult = zelmor.imaging.imageoptions.PngOptions.__name__",
