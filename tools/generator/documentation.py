@@ -147,10 +147,8 @@ class _Reader:
         match = _KEYED.match(text)
         if match is None:
             self._fail(place, "expected 'name: text' of a member")
-        elif match["key"] == SHARED_PARAMETERS:
+        elif match["key"] == SHARED_PARAMETERS and not match["text"]:  # with a text it is a property of this name
             self._last, self._sharing, self._skipped = None, True, False
-            if match["text"]:
-                self._refuse(place, "'parameters:' has no text of its own")
             if self._type.shared is not None:
                 self._refuse(place, f"'parameters:' stands already at {self._type.shared}")
             self._type.shared = place
