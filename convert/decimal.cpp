@@ -19,8 +19,6 @@ using zelmor::PyRef;
 namespace {
 
 constexpr int kMaxScale = 28;
-constexpr int kMaxDigits = 29;
-constexpr int kGroupWidth = 9;
 constexpr unsigned long kNoGroup = std::numeric_limits<unsigned long>::max();
 
 [[gnu::cold]] int refuse_too_large() {

@@ -11,9 +11,7 @@
 
 namespace {
 
-constexpr int kGroupWidth = 9;
 constexpr unsigned int kGroupLimit = 1'000'000'000;
-constexpr int kMaxDigits = 29;  // of a 96-bit mantissa
 constexpr int kSignBit = 31;
 constexpr int kScaleBit = 16;
 constexpr int kMantissaWords = 3;

@@ -5,6 +5,9 @@
 #ifndef ZELMOR_CONVERT_DECIMAL_ARG_OUT_BUILDER_H
 #define ZELMOR_CONVERT_DECIMAL_ARG_OUT_BUILDER_H
 
+inline constexpr int kMaxDigits = 29;  // of a 96-bit mantissa
+inline constexpr int kGroupWidth = 9;  // digits of a group
+
 // The record on the wire is four words: mantissa low, middle, high, then flags.
 class DecimalArgOutBuilder {
  public:

@@ -19,7 +19,7 @@ using zelmor::PyRef;
 
 namespace {
 
-constexpr int kFailed = -1;
+constexpr int kCallFailed = -1;
 constexpr int kReadByteAtEnd = -1;
 constexpr int kReadByteFailed = -2;
 constexpr long kLengthNotSeekable = -2;
@@ -32,7 +32,7 @@ int is_closed(PyObject* file) {
     bool closed = false;
     if (!answer || !fn_conv_py_bool_to_clr_bool(answer.get(), &closed)) {
         PyShlErr_ChainFormat(PyExc_TypeError, "An error occurred while checking if the stream is closed");
-        return kFailed;
+        return kCallFailed;
     }
     return closed ? 1 : 0;
 }
@@ -42,12 +42,12 @@ int ask_capability(PyObject* file, PyObject* method) {
     const PyRef held = PyRef::borrow(file);
     const int closed = is_closed(file);
     if (closed != 0) {
-        return closed == 1 ? 0 : kFailed;
+        return closed == 1 ? 0 : kCallFailed;
     }
     PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, method));
     bool capable = false;
     if (!answer || !fn_conv_py_bool_to_clr_bool(answer.get(), &capable)) {
-        return kFailed;
+        return kCallFailed;
     }
     return capable ? 1 : 0;
 }
@@ -62,19 +62,19 @@ PyObject* call_with_view(PyObject* file, PyObject* method, void* data, long coun
 // The count of bytes in an answer, whose reference is taken over; -1 with a Python error set.
 int count_of(PyObject* answer) {
     if (answer == nullptr) {
-        return kFailed;
+        return kCallFailed;
     }
     const PyRef owned = PyRef::steal(answer);
     if (answer == Py_None) {
         return 0;  // a file that would block
     }
     int count = 0;
-    return fn_conv_py_long_to_clr_int32(answer, &count) ? count : kFailed;
+    return fn_conv_py_long_to_clr_int32(answer, &count) ? count : kCallFailed;
 }
 
 long position_of(PyRef answer) {
     long position = 0;
-    return answer && fn_conv_py_long_to_clr_int64(answer.get(), &position) ? position : kFailed;
+    return answer && fn_conv_py_long_to_clr_int64(answer.get(), &position) ? position : kCallFailed;
 }
 
 PyRef call_seek(PyObject* file, long offset, int origin) {
@@ -91,7 +91,7 @@ PyRef call_seek(PyObject* file, long offset, int origin) {
 long failed_length() {
     assert(PyErr_Occurred() != nullptr);
     PyShlErr_ChainFormat(PyExc_TypeError, "While calculating the length of the stream, an error occurred.");
-    return kFailed;
+    return kCallFailed;
 }
 
 }  // namespace
@@ -138,7 +138,7 @@ long fn_clbk_rawio_tell(PyObject* file) {
 
 int fn_clbk_rawio_flush(PyObject* file) {
     PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, PyWrpIdRawIo_Flush));
-    return answer ? 0 : kFailed;
+    return answer ? 0 : kCallFailed;
 }
 
 // An error that is already pending stays pending. An error of the call is reported as unraisable, since no caller can
@@ -169,7 +169,7 @@ long fn_clbk_rawio_length(PyObject* file) {
     const PyRef held = PyRef::borrow(file);
     const int closed = is_closed(file);
     if (closed != 0) {
-        return closed == 1 ? kLengthClosed : kFailed;
+        return closed == 1 ? kLengthClosed : kCallFailed;
     }
     PyRef answer = PyRef::steal(PyObject_CallMethodNoArgs(file, PyWrpIdRawIo_Seekable));
     bool seekable = false;

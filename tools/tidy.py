@@ -62,6 +62,15 @@ def signature(common: bytes, command: str, files: list[Path], hashes: Hashes) ->
     return total.hexdigest()
 
 
+def apart(entry: dict[str, str]) -> list[dict[str, str]]:
+    """The commands for the sources that a command compiles together (a unity build); of another one itself."""
+    if "/Unity/unity_" not in entry["file"]:
+        return [entry]
+    members = re.findall(r'^#include "(.*)"', Path(entry["file"]).read_text(), re.MULTILINE)
+    return [{**entry, "file": member, "command": entry["command"].replace(f" -c {entry['file']}", f" -c {member}")}
+            for member in members]
+
+
 def without_precompiled(command: str) -> str:
     """A compile command that reads its headers themselves: clang can't read the precompiled ones of GCC."""
     return re.sub(r" (-include \S+/cmake_pch\.hxx|-Winvalid-pch|-fpch-preprocess)(?= )", "", command)
@@ -105,7 +114,7 @@ def main() -> int:
     passed.mkdir(exist_ok=True)
     # A source that several targets build has several commands; clang-tidy checks all of them in one run.
     parts: dict[Path, list[str]] = {}
-    entries = json.loads((build / "compile_commands.json").read_text())
+    entries = [part for entry in json.loads((build / "compile_commands.json").read_text()) for part in apart(entry)]
     for entry in entries:
         entry["command"] = without_precompiled(entry["command"])
     (passed / "compile_commands.json").write_text(json.dumps(entries))

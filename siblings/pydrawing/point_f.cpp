@@ -5,14 +5,14 @@ using zelmor::siblings::PointF;
 
 namespace {
 
-PyObject* get_is_empty(PyObject* self, void*) {
+PyObject* get_point_f_is_empty(PyObject* self, void*) {
     return PyBool_FromLong(PointF::record(self).x == 0 && PointF::record(self).y == 0 ? 1 : 0);
 }
 
 PyGetSetDef point_getset[] = {
     {"x", PointF::get_field<0>, nullptr, nullptr, nullptr},
     {"y", PointF::get_field<1>, nullptr, nullptr, nullptr},
-    {"is_empty", get_is_empty, nullptr, PyDoc_STR("Whether both coordinates are zero."), nullptr},
+    {"is_empty", get_point_f_is_empty, nullptr, PyDoc_STR("Whether both coordinates are zero."), nullptr},
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 

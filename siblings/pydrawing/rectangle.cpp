@@ -15,7 +15,7 @@ PyObject* get_bottom(PyObject* self, void*) {
     return PyLong_FromLong(long{record.y} + record.height);
 }
 
-PyObject* get_is_empty(PyObject* self, void*) {
+PyObject* get_rectangle_is_empty(PyObject* self, void*) {
     const ShlRectangleObject& record = Rectangle::record(self);
     return PyBool_FromLong(record.x == 0 && record.y == 0 && record.width == 0 && record.height == 0 ? 1 : 0);
 }
@@ -29,7 +29,7 @@ PyGetSetDef rectangle_getset[] = {
     {"top", Rectangle::get_field<1>, nullptr, PyDoc_STR("The same as y."), nullptr},
     {"right", get_right, nullptr, PyDoc_STR("x + width."), nullptr},
     {"bottom", get_bottom, nullptr, PyDoc_STR("y + height."), nullptr},
-    {"is_empty", get_is_empty, nullptr, PyDoc_STR("Whether all four numbers are zero."), nullptr},
+    {"is_empty", get_rectangle_is_empty, nullptr, PyDoc_STR("Whether all four numbers are zero."), nullptr},
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 

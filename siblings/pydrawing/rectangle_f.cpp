@@ -6,35 +6,35 @@ using zelmor::siblings::RectangleF;
 namespace {
 
 // Sums are rounded to single precision, as the managed type has them.
-PyObject* get_right(PyObject* self, void*) {
+PyObject* get_rectangle_f_right(PyObject* self, void*) {
     const ShlRectangleFObject& record = RectangleF::record(self);
     return PyFloat_FromDouble(static_cast<float>(record.x + record.width));
 }
 
-PyObject* get_bottom(PyObject* self, void*) {
+PyObject* get_rectangle_f_bottom(PyObject* self, void*) {
     const ShlRectangleFObject& record = RectangleF::record(self);
     return PyFloat_FromDouble(static_cast<float>(record.y + record.height));
 }
 
-PyObject* get_is_empty(PyObject* self, void*) {
+PyObject* get_rectangle_f_is_empty(PyObject* self, void*) {
     const ShlRectangleFObject& record = RectangleF::record(self);
     return PyBool_FromLong(record.width <= 0 || record.height <= 0 ? 1 : 0);
 }
 
-PyGetSetDef rectangle_getset[] = {
+PyGetSetDef rectangle_f_getset[] = {
     {"x", RectangleF::get_field<0>, nullptr, nullptr, nullptr},
     {"y", RectangleF::get_field<1>, nullptr, nullptr, nullptr},
     {"width", RectangleF::get_field<2>, nullptr, nullptr, nullptr},
     {"height", RectangleF::get_field<3>, nullptr, nullptr, nullptr},
     {"left", RectangleF::get_field<0>, nullptr, PyDoc_STR("The same as x."), nullptr},
     {"top", RectangleF::get_field<1>, nullptr, PyDoc_STR("The same as y."), nullptr},
-    {"right", get_right, nullptr, PyDoc_STR("x + width."), nullptr},
-    {"bottom", get_bottom, nullptr, PyDoc_STR("y + height."), nullptr},
-    {"is_empty", get_is_empty, nullptr, PyDoc_STR("Whether width or height is zero or below."), nullptr},
+    {"right", get_rectangle_f_right, nullptr, PyDoc_STR("x + width."), nullptr},
+    {"bottom", get_rectangle_f_bottom, nullptr, PyDoc_STR("y + height."), nullptr},
+    {"is_empty", get_rectangle_f_is_empty, nullptr, PyDoc_STR("Whether width or height is zero or below."), nullptr},
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 
-PyMethodDef rectangle_methods[] = {
+PyMethodDef rectangle_f_methods[] = {
     {"__reduce__", RectangleF::reduce, METH_NOARGS, nullptr},
     {nullptr, nullptr, 0, nullptr},
 };
@@ -43,7 +43,7 @@ PyMethodDef rectangle_methods[] = {
 
 template <>
 constinit PyTypeObject RectangleF::type =
-    RectangleF::type_record(rectangle_getset, rectangle_methods,
+    RectangleF::type_record(rectangle_f_getset, rectangle_f_methods,
                             PyDoc_STR("RectangleF(x, y, width, height) or RectangleF(): a rectangle, read-only."));
 
 int wrpPy_conv_py_to_clr_9003D9E4_RectangleF(PyObject* value, ShlRectangleFObject* out) {

@@ -224,7 +224,6 @@ def test_each_missing_text_is_named(write: Callable[..., Model], line: str, miss
     ("    is_soft: True for hair, False for nylon.", "    is_soft: True for hair, False for nylon.\n    else, nothing",
      "A.doc:22: expected 'name: text' of a parameter, '-> text' of the result or '! Exception: text'; the text of "
      "a member goes on after 6 spaces"),
-    ("  parameters:", "  parameters: Of all.", "A.doc:17: 'parameters:' has no text of its own"),
     ("  fill: Paints all over.", "  fill: Paints" + " all" * 30 + " over.", "A.doc:23: the line is longer than 120 "
      "columns"),
     ("  fill: Paints all over.", "  fill: Paints all over. ", "A.doc:23: tabs and spaces at the end of a line are not "

@@ -193,8 +193,8 @@ def project_commands(jobs: int, launcher: str) -> Commands:
     """The commands of this project. `launcher` stands before the compiler, its words separated by semicolons."""
     def configure(place: Path) -> list[str]:
         words = ";".join(["sh", str(place / "tools/mutants/compile.sh"), *filter(None, launcher.split(";"))])
-        return ["cmake", "-S", ".", "-B", BUILD, "-G", "Ninja", f"-DCMAKE_C_COMPILER_LAUNCHER={words}",
-                f"-DCMAKE_CXX_COMPILER_LAUNCHER={words}"]
+        return ["cmake", "-S", ".", "-B", BUILD, "-G", "Ninja", "-DZELMOR_TOGETHER=OFF",
+                f"-DCMAKE_C_COMPILER_LAUNCHER={words}", f"-DCMAKE_CXX_COMPILER_LAUNCHER={words}"]
 
     def build(tests: Sequence[str]) -> list[str]:
         folders = sorted({f"{name}/all" for name in tests if not name.endswith(".py")})

@@ -86,7 +86,7 @@ constexpr DefaultValue kDefaults[] = {
     {ResolutionSetting::property_VerticalResolution, 96.0},
 };
 
-const DefaultTable table(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kDefaults);
 
 }  // namespace
 

@@ -10,7 +10,7 @@ bool get_disposed(ManagedObject& self) {
     return self.disposed();
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_disposed, api::DisposableObject::get_Disposed>(),
 });
 

@@ -66,7 +66,7 @@ void set_length(ServiceCall& call) {
     call.frame.set_result(length);
 }
 
-constexpr ServiceOperation kOperations[] = {
+constexpr ServiceOperation kStreamOperations[] = {
     {"CanRead", "bp", can_read},   {"CanSeek", "bp", can_seek},
     {"CanWrite", "bp", can_write}, {"Length", "lp", length},
     {"Position", "lp", position},  {"Close", "vp", close},
@@ -78,7 +78,7 @@ constexpr ServiceOperation kOperations[] = {
 }  // namespace
 
 std::span<const ServiceOperation> stream_operations() {
-    return kOperations;
+    return kStreamOperations;
 }
 
 }  // namespace zelmor::embed

@@ -28,13 +28,13 @@ std::string path_of(const std::string& program) {
     return path.substr(0, path.rfind('/') + 1) + program;
 }
 
-class Descriptor {
+class Socket {
  public:
-    Descriptor() = default;
-    explicit Descriptor(int number) : m_number(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { reset(); }
+    Socket() = default;
+    explicit Socket(int number) : m_number(number) {}
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+    ~Socket() { reset(); }
     int get() const { return m_number; }
     void reset(int number = -1) {
         if (m_number >= 0) {
@@ -49,7 +49,7 @@ class Descriptor {
 
 // Two ends of a connection, none of which other programs inherit. A socket, since writing to a process that has ended
 // is then an error and no signal.
-bool connect(Descriptor& ours, Descriptor& theirs) {
+bool connect(Socket& ours, Socket& theirs) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
@@ -116,7 +116,7 @@ ChildResult run_child(const std::string& program, const std::vector<std::string>
                       std::span<const uint8_t> input, int seconds, size_t most_output) {
     using Clock = std::chrono::steady_clock;
     ChildResult result;
-    Descriptor ours_in, theirs_in, ours_out, theirs_out;
+    Socket ours_in, theirs_in, ours_out, theirs_out;
     const bool connected = connect(ours_in, theirs_in) && connect(ours_out, theirs_out);
     const pid_t process = connected ? start(program, arguments, theirs_in.get(), theirs_out.get()) : -1;
     if (process < 0) {

@@ -9,7 +9,7 @@ namespace zelmor::embed {
 
 namespace {
 
-const ConversionRegistration*& chain() {
+const ConversionRegistration*& conversion_chain() {
     static const ConversionRegistration* first = nullptr;  // complete once the library is loaded
     return first;
 }
@@ -17,13 +17,13 @@ const ConversionRegistration*& chain() {
 }  // namespace
 
 ConversionRegistration::ConversionRegistration(const char* from, const char* to, Convert convert)
-    : from(from), to(to), convert(convert), next(chain()) {
-    chain() = this;
+    : from(from), to(to), convert(convert), next(conversion_chain()) {
+    conversion_chain() = this;
 }
 
 ConversionRegistration::Convert find_conversion(const TypeInfo& from, const TypeInfo& to) {
     for (const TypeInfo* type = &from; type != nullptr; type = base_of(*type)) {
-        for (const auto* entry = chain(); entry != nullptr; entry = entry->next) {
+        for (const auto* entry = conversion_chain(); entry != nullptr; entry = entry->next) {
             if (std::string_view(entry->from) == type->full_name && std::string_view(entry->to) == to.full_name) {
                 return entry->convert;
             }

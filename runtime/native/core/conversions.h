@@ -3,6 +3,7 @@
 #define ZELMOR_RUNTIME_NATIVE_CORE_CONVERSIONS_H
 
 #include "runtime/native/core/object.h"
+#include "runtime/native/core/unnamed.h"
 
 namespace zelmor::embed {
 

@@ -16,6 +16,7 @@
 #include <type_traits>
 
 #include "runtime/native/catalogue/names.h"
+#include "runtime/native/core/unnamed.h"
 
 namespace zelmor::embed {
 

@@ -6,7 +6,7 @@
 // that crosses otherwise does not compile. For example
 //
 //     SizeValue size_add(const SizeValue& a, const SizeValue& b);          // "pVV"
-//     const BehaviorTable table({
+//     const BehaviorTable ZELMOR_UNNAMED({
 //         behavior<&size_add, api::Size::call_000_Add, api::Size::call_000_AddSizes>(),
 //         field<&SizeValue::width, api::Size::property_Width>(),
 //     });
@@ -40,6 +40,7 @@
 #include "runtime/native/core/marshal.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/core/unnamed.h"
 #include "runtime/native/core/values.h"
 
 namespace zelmor::embed {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "runtime/native/core/object.h"
+#include "runtime/native/core/unnamed.h"
 #include "runtime/native/core/value.h"
 
 namespace zelmor::embed {

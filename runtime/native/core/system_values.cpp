@@ -37,10 +37,6 @@ Reduced reduced(const DecimalValue& value) {
     return result;
 }
 
-int32_t fold(uint64_t word) {
-    return static_cast<int32_t>(word ^ (word >> 32));
-}
-
 template <class... Args>
 std::string formatted(const char* format, Args... args) {
     char text[64];

@@ -55,6 +55,10 @@ struct GuidValue {
 static_assert(sizeof(DecimalValue) == 16 && sizeof(DateTimeValue) == 16 && sizeof(DateTimeOffsetValue) == 16 &&
               sizeof(TimeSpanValue) == 8 && sizeof(GuidValue) == 16);
 
+// The hash code of a word of 64 bits, as .NET makes it: both halves, combined by exclusive or.
+constexpr int32_t fold(uint64_t word) {
+    return static_cast<int32_t>(word ^ (word >> 32));
+}
 int32_t hash_of(const DecimalValue& value);
 int32_t hash_of(const DateTimeValue& value);
 int32_t hash_of(const DateTimeOffsetValue& value);

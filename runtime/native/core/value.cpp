@@ -48,10 +48,6 @@ struct Overloaded : F... {
 template <class... F>
 Overloaded(F...) -> Overloaded<F...>;
 
-int32_t fold(uint64_t word) {
-    return static_cast<int32_t>(word ^ (word >> 32));
-}
-
 template <class Text>
 int32_t hash_chars(const Text& text) {
     uint32_t hash = 2166136261u;  // FNV-1a

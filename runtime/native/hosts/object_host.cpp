@@ -32,7 +32,7 @@ int32_t is_type_of(ManagedObject& self, const VariantArg* type) {
     return is_assignable(cast_object<TypeObject>(*wanted).described(), self.type()) ? 1 : 0;
 }
 
-int32_t get_type_name(const VariantArg* object, Handle* out) {
+int32_t get_object_type_name(const VariantArg* object, Handle* out) {
     const auto target = read_object(object);
     if (!target) {
         throw_argument_null("obj");
@@ -64,7 +64,7 @@ struct ObjectHost {
             {"IsEqualsOfObj", entry<&equals, A>()},
             {"IsEqualsOfStc", entry<&equals, A>()},
             {"IsTypeOf", entry<&is_type_of, A>()},
-            {"GetTypeName", entry<&get_type_name, A>()},
+            {"GetTypeName", entry<&get_object_type_name, A>()},
             {"GetObjType", entry<&get_type, A>()},
             {"GetStcType", entry<&get_type, A>()},
             {"Dispose", entry<&dispose, A>()},

@@ -87,7 +87,7 @@ void run_type_of(TableEntry& self, CallFrame& frame) {
     frame.set_result<int32_t>(1);
 }
 
-void run_cast_to(TableEntry& self, CallFrame& frame) {
+void run_cast_entry(TableEntry& self, CallFrame& frame) {
     frame.fails_with(kCastFailed);
     void* out = frame.argument<void*>(1);
     const auto object = cast_source(self, frame);
@@ -161,7 +161,7 @@ void plan_cast(TableEntry& entry) {
             entry.run = run_type_of;
             break;
         case EntryRole::kCastTo:
-            entry.run = run_cast_to;
+            entry.run = run_cast_entry;
             break;
         case EntryRole::kCastFrom:
             entry.run = run_cast_from;

@@ -168,9 +168,9 @@ def test_options_of_the_caller_stay_as_they_are(picture: str) -> None:
 
 
 def test_an_option_that_does_not_exist(picture: str) -> None:
-    with pytest.raises(TypeError, match="^LoadOptions has no property 'colour', 'size'; it has buffer_size_hint, "
+    with pytest.raises(TypeError, match="^LoadOptions has no property 'size', 'tint'; it has buffer_size_hint, "
                                         "data_background_color, data_recovery_mode, use_icc_profile_conversion$"):
-        zelmor.open(picture, colour=1, size=2)
+        zelmor.open(picture, tint=1, size=2)
     with pytest.raises(TypeError, match="strict_mode"):
         zelmor.open(picture, strict_mode=True)
     with pytest.raises(TypeError):

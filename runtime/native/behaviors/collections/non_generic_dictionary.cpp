@@ -8,11 +8,11 @@ namespace zelmor::embed {
 
 namespace {
 
-using Api = api::NonGenericDictionary;
+using DictionaryApi = api::NonGenericDictionary;
 
 class NonGenericDictionary final : public ManagedCollection {
  public:
-    static constexpr const char* kManagedName = Api::kType.name;
+    static constexpr const char* kManagedName = DictionaryApi::kType.name;
     NonGenericDictionary()
         : ManagedCollection(require_type(kManagedName)),
           m_keys(make_list(ListShape::kArrayList, variant_element())),
@@ -82,16 +82,17 @@ Collection values(NonGenericDictionary& self) {
     return {self.values()->copy()};
 }
 
-const FactoryRegistration factory(Api::kType.name,
-                                  [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<NonGenericDictionary>()); });
+const FactoryRegistration ZELMOR_UNNAMED(DictionaryApi::kType.name, [](const TypeInfo&) {
+    return Ref<ManagedObject>(make_ref<NonGenericDictionary>());
+});
 
-const BehaviorTable table({
-    behavior<&add, Api::call_000_Add>(),
-    behavior<&remove, Api::call_000_Remove>(),
-    behavior<&clear, Api::call_000_Clear>(),
-    behavior<&is_restricted, Api::get_IsFixedSize, Api::get_IsReadOnly>(),
-    behavior<&keys, Api::get_Keys>(),
-    behavior<&values, Api::get_Values>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&add, DictionaryApi::call_000_Add>(),
+    behavior<&remove, DictionaryApi::call_000_Remove>(),
+    behavior<&clear, DictionaryApi::call_000_Clear>(),
+    behavior<&is_restricted, DictionaryApi::get_IsFixedSize, DictionaryApi::get_IsReadOnly>(),
+    behavior<&keys, DictionaryApi::get_Keys>(),
+    behavior<&values, DictionaryApi::get_Values>(),
 });
 
 }  // namespace

@@ -60,11 +60,11 @@ Ref<ManagedObject> list_around(const VariantArg* list) {
 }
 
 // A list that the runtime makes by itself is empty.
-const FactoryRegistration factory(api::NonGenericList::kType.name, [](const TypeInfo& type) {
+const FactoryRegistration ZELMOR_UNNAMED(api::NonGenericList::kType.name, [](const TypeInfo& type) {
     return Ref<ManagedObject>(make_ref<NonGenericList>(type, make_list(ListShape::kArrayList, variant_element())));
 });
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&list_around<api::NonGenericList::kType>, api::NonGenericList::ctor_000_NonGenericList>(),
     behavior<&list_around<MetaObjectList::kType>, MetaObjectList::ctor_000_MetaObjectList>(),
 });

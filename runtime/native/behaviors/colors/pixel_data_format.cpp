@@ -17,7 +17,7 @@ namespace zelmor::embed {
 
 namespace {
 
-using Api = api::PixelDataFormat;
+using FormatApi = api::PixelDataFormat;
 using Bits = std::vector<int32_t>;
 
 class PixelDataFormat final : public Record {
@@ -120,22 +120,22 @@ struct NamedFormat {
     int32_t bits_per_pixel = 0;   // if padding makes it more than the sum
 };
 constexpr NamedFormat kNamed[] = {
-    {Api::property_Grayscale16, PixelLayout::kGrayscale, {16}},
-    {Api::property_GrayscaleAlpha, PixelLayout::kGrayscale, {8, 8}},
-    {Api::property_Cmyk, PixelLayout::kCmyk, {8, 8, 8, 8}},
-    {Api::property_Cmyka, PixelLayout::kCmyk, {8, 8, 8, 8, 8}},
-    {Api::property_Rgb16Bpp555, PixelLayout::kRgb, {5, 5, 5}, 16},
-    {Api::property_Rgb16Bpp565, PixelLayout::kRgb, {5, 6, 5}},
-    {Api::property_Rgb24Bpp, PixelLayout::kBgr, {8, 8, 8}},  // as bitmaps have it, blue first
-    {Api::property_Rgb24BppPng, PixelLayout::kRgb, {8, 8, 8}},
-    {Api::property_Rgb32Bpp, PixelLayout::kBgr, {8, 8, 8}, 32},
-    {Api::property_Rgba32Bpp, PixelLayout::kBgr, {8, 8, 8, 8}},
-    {Api::property_RgbIndexed1Bpp, PixelLayout::kRgb, {1}},
-    {Api::property_RgbIndexed2Bpp, PixelLayout::kRgb, {2}},
-    {Api::property_RgbIndexed4Bpp, PixelLayout::kRgb, {4}},
-    {Api::property_RgbIndexed8Bpp, PixelLayout::kRgb, {8}},
-    {Api::property_YCbCr, PixelLayout::kYCbCr, {8, 8, 8}},
-    {Api::property_Ycck, PixelLayout::kYcck, {8, 8, 8, 8}},
+    {FormatApi::property_Grayscale16, PixelLayout::kGrayscale, {16}},
+    {FormatApi::property_GrayscaleAlpha, PixelLayout::kGrayscale, {8, 8}},
+    {FormatApi::property_Cmyk, PixelLayout::kCmyk, {8, 8, 8, 8}},
+    {FormatApi::property_Cmyka, PixelLayout::kCmyk, {8, 8, 8, 8, 8}},
+    {FormatApi::property_Rgb16Bpp555, PixelLayout::kRgb, {5, 5, 5}, 16},
+    {FormatApi::property_Rgb16Bpp565, PixelLayout::kRgb, {5, 6, 5}},
+    {FormatApi::property_Rgb24Bpp, PixelLayout::kBgr, {8, 8, 8}},  // as bitmaps have it, blue first
+    {FormatApi::property_Rgb24BppPng, PixelLayout::kRgb, {8, 8, 8}},
+    {FormatApi::property_Rgb32Bpp, PixelLayout::kBgr, {8, 8, 8}, 32},
+    {FormatApi::property_Rgba32Bpp, PixelLayout::kBgr, {8, 8, 8, 8}},
+    {FormatApi::property_RgbIndexed1Bpp, PixelLayout::kRgb, {1}},
+    {FormatApi::property_RgbIndexed2Bpp, PixelLayout::kRgb, {2}},
+    {FormatApi::property_RgbIndexed4Bpp, PixelLayout::kRgb, {4}},
+    {FormatApi::property_RgbIndexed8Bpp, PixelLayout::kRgb, {8}},
+    {FormatApi::property_YCbCr, PixelLayout::kYCbCr, {8, 8, 8}},
+    {FormatApi::property_Ycck, PixelLayout::kYcck, {8, 8, 8, 8}},
 };
 
 // Each named format is one object, however often it is read. The objects are made under the interpreter lock, and
@@ -150,7 +150,7 @@ Format named(const NamedFormat& wanted) {
     return format;
 }
 
-const BehaviorTable named_table([] {
+const BehaviorTable ZELMOR_UNNAMED([] {
     std::vector<BehaviorRow> rows;
     for (const NamedFormat& format : kNamed) {
         rows.push_back(row_property<&named>(format.property, format));
@@ -175,28 +175,28 @@ void set_grayscale(Record* value) {
     grayscale_slot() = Format(value);
 }
 
-const BehaviorTable table({
-    behavior<&gray_alpha, Api::call_000_GetGrayscaleAlpha>(),
-    behavior<&gray_alpha_of, Api::call_001_GetGrayscaleAlpha>(),
-    behavior<&rgb, Api::call_000_GetRgb>(),
-    behavior<&rgb_of, Api::call_001_GetRgb>(),
-    behavior<&rgba, Api::call_000_GetRgba>(),
-    behavior<&rgba_of, Api::call_001_GetRgba>(),
-    behavior<&ycbcr, Api::call_000_GetYCbCr>(),
-    behavior<&ycbcr_of, Api::call_001_GetYCbCr>(),
-    behavior<&cmyk, Api::call_000_GetCmyk>(),
-    behavior<&cmyk_of, Api::call_001_GetCmyk>(),
-    behavior<&gray, Api::call_000_GetGrayscale>(),
-    behavior<&rgb_indexed, Api::call_000_GetRgbIndexed>(),
-    behavior<&bgra, Api::call_000_GetBgra>(),
-    behavior<&bgr, Api::call_000_GetBgr>(),
-    behavior<&cmyka, Api::call_000_GetCmyka>(),
-    behavior<&ycck, Api::call_000_GetYcck>(),
-    behavior<&cie_lab, Api::call_000_GetCieLab>(),
-    property<&grayscale, &set_grayscale, Api::property_Grayscale>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&gray_alpha, FormatApi::call_000_GetGrayscaleAlpha>(),
+    behavior<&gray_alpha_of, FormatApi::call_001_GetGrayscaleAlpha>(),
+    behavior<&rgb, FormatApi::call_000_GetRgb>(),
+    behavior<&rgb_of, FormatApi::call_001_GetRgb>(),
+    behavior<&rgba, FormatApi::call_000_GetRgba>(),
+    behavior<&rgba_of, FormatApi::call_001_GetRgba>(),
+    behavior<&ycbcr, FormatApi::call_000_GetYCbCr>(),
+    behavior<&ycbcr_of, FormatApi::call_001_GetYCbCr>(),
+    behavior<&cmyk, FormatApi::call_000_GetCmyk>(),
+    behavior<&cmyk_of, FormatApi::call_001_GetCmyk>(),
+    behavior<&gray, FormatApi::call_000_GetGrayscale>(),
+    behavior<&rgb_indexed, FormatApi::call_000_GetRgbIndexed>(),
+    behavior<&bgra, FormatApi::call_000_GetBgra>(),
+    behavior<&bgr, FormatApi::call_000_GetBgr>(),
+    behavior<&cmyka, FormatApi::call_000_GetCmyka>(),
+    behavior<&ycck, FormatApi::call_000_GetYcck>(),
+    behavior<&cie_lab, FormatApi::call_000_GetCieLab>(),
+    property<&grayscale, &set_grayscale, FormatApi::property_Grayscale>(),
 });
 
-const FactoryRegistration factory(Api::kType.name, [](const TypeInfo& type) {
+const FactoryRegistration ZELMOR_UNNAMED(FormatApi::kType.name, [](const TypeInfo& type) {
     return Ref<ManagedObject>(make_ref<PixelDataFormat>(type));
 });
 
@@ -205,7 +205,7 @@ const FactoryRegistration factory(Api::kType.name, [](const TypeInfo& type) {
 Ref<ManagedObject> make_pixel_data_format(std::string_view caption, PixelLayout layout, std::vector<int32_t> bits,
                                           int32_t bits_per_pixel) {
     assert(!bits.empty());
-    auto format = make_instance(Api::kType.name);
+    auto format = make_instance(FormatApi::kType.name);
     if (bits_per_pixel == 0) {
         bits_per_pixel = std::accumulate(bits.begin(), bits.end(), 0);
     }

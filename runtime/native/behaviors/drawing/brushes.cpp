@@ -257,7 +257,7 @@ Ref<ManagedObject> texture_attributes(Record* image, RectArg rect, Record* attri
     return texture_of_all(image, WrapMode::kTile, &rect, attributes);
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&deep_clone, api::Brush::call_000_DeepClone>(),
     behavior<&linear_points, LinearGradientBrush::ctor_001_LinearGradientBrush,
              LinearGradientBrush::ctor_002_LinearGradientBrush, LinearGradientBrush::call_000_CreateWithPoints,
@@ -321,16 +321,16 @@ const BehaviorTable table({
              TextureBrush::call_000_CreateWithImageRectFAttribs, TextureBrush::call_000_CreateWithImageRectAttribs>(),
 });
 
-const FactoryRegistration brush_factory(api::Brush::kType.name,
-                                        [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
-const FactoryRegistration transform_factory(api::Brushes::TransformBrush::kType.name,
-                                            [](const TypeInfo& type) -> Ref<ManagedObject> {
-                                                return transformable(type);
-                                            });
-const FactoryRegistration supporter_factory(api::TransparencySupporter::kType.name,
-                                            [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
+const FactoryRegistration ZELMOR_UNNAMED(api::Brush::kType.name,
+                                         [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
+const FactoryRegistration ZELMOR_UNNAMED(api::Brushes::TransformBrush::kType.name,
+                                         [](const TypeInfo& type) -> Ref<ManagedObject> {
+                                             return transformable(type);
+                                         });
+const FactoryRegistration ZELMOR_UNNAMED(api::TransparencySupporter::kType.name,
+                                         [](const TypeInfo& type) -> Ref<ManagedObject> { return plain(type); });
 // An empty rectangle stands for the whole image.
-const FactoryRegistration texture_factory(TextureBrush::kType.name, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(TextureBrush::kType.name, [](const TypeInfo& type) -> Ref<ManagedObject> {
     auto brush = transformable(type);
     set_property(*brush, "ImageAttributes", Ref<ManagedObject>());
     set_property(*brush, "ImageRectangle", box(RectangleFValue()));

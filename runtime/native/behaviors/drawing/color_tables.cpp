@@ -117,7 +117,7 @@ int32_t constant() {
     return kValue;
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&color_blend, ColorBlend::ctor_001_ColorBlend>(),
     behavior<&blend, Blend::ctor_001_Blend>(),
     behavior<&from_rows, ColorMatrix::ctor_001_ColorMatrix>(),
@@ -129,9 +129,9 @@ const BehaviorTable table({
     behavior<&constant<kSize * kSize>, ColorMatrix::getsa_MatrixTotalElementsCount>(),
 });
 
-const FactoryRegistration color_blend_factory(ColorBlend::kType.name, [](const TypeInfo&) { return color_blend(1); });
-const FactoryRegistration blend_factory(Blend::kType.name, [](const TypeInfo&) { return blend(1); });
-const FactoryRegistration matrix_factory(ColorMatrix::kType.name, identity);
+const FactoryRegistration ZELMOR_UNNAMED(ColorBlend::kType.name, [](const TypeInfo&) { return color_blend(1); });
+const FactoryRegistration ZELMOR_UNNAMED(Blend::kType.name, [](const TypeInfo&) { return blend(1); });
+const FactoryRegistration ZELMOR_UNNAMED(ColorMatrix::kType.name, identity);
 
 }  // namespace
 

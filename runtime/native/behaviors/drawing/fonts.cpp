@@ -170,7 +170,7 @@ Ref<ManagedObject> generic_typographic() {
     return format;
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&font_like, api::Font::ctor_000_Font, api::Font::call_000_CreateFromPrototype>(),
     behavior<&font_of_size, api::Font::ctor_001_Font, api::Font::call_000_CreateWithSize>(),
     behavior<&font_of_style, api::Font::ctor_002_Font, api::Font::call_000_CreateWithSizeStyle>(),
@@ -195,8 +195,8 @@ const BehaviorTable table({
     behavior<&generic_typographic, api::StringFormat::getsa_GenericTypographic>(),
 });
 
-const FactoryRegistration font_factory(api::Font::kType.name, new_font);
-const FactoryRegistration format_factory(TextFormat::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(api::Font::kType.name, new_font);
+const FactoryRegistration ZELMOR_UNNAMED(TextFormat::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<TextFormat>(type);
 });
 

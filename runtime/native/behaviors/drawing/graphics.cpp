@@ -290,7 +290,7 @@ void clear(GraphicsObject& self, const ColorValue& color) {
     self.draw(self.image_rect(), [&](drawwork::Canvas& canvas, const PixelArea&) { canvas.clear(color.argb); });
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&for_image, api::Graphics::ctor_000_Graphics>(),
     behavior<&dpi_x, api::Graphics::get_DpiX>(),
     behavior<&dpi_y, api::Graphics::get_DpiY>(),

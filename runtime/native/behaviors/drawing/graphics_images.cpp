@@ -186,7 +186,7 @@ void part_to_points(Graphics& self, ManagedObject* image, PointsArg points, Rect
     part_to_points_in(self, image, std::move(points), part, GraphicsUnit::kPixel);
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&at_point, api::Graphics::call_000_DrawImage, api::Graphics::call_020_DrawImage,
              api::Graphics::call_000_DrawImageAtPointF, api::Graphics::call_000_DrawImageAtPoint>(),
     behavior<&at_xy<float>, api::Graphics::call_001_DrawImage, api::Graphics::call_000_DrawImageAtXyf>(),

@@ -210,7 +210,7 @@ void fill_region(Graphics& self, ManagedObject* brush, RegionObject* region) {
     self.fill(brush, outline.outline, outline.rule);
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&draw_line, api::Graphics::call_000_DrawLine, api::Graphics::call_001_DrawLine,
              api::Graphics::call_000_DrawLinePointF>(),
     behavior<&draw_line_xy<int32_t>, api::Graphics::call_002_DrawLine, api::Graphics::call_000_DrawLineByXy>(),

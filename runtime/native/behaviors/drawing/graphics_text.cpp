@@ -97,7 +97,7 @@ SizeFValue measure(Graphics& self, const Text& text, Record* font, const SizeFVa
     return {within(placed.extent.width, area.width), within(placed.extent.height, area.height)};
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&draw_at_xy, api::Graphics::call_000_DrawString, api::Graphics::call_000_DrawStringAtXy>(),
     behavior<&draw_at, api::Graphics::call_001_DrawString, api::Graphics::call_000_DrawStringAtPointF>(),
     behavior<&draw_at_xy_with, api::Graphics::call_002_DrawString>(),

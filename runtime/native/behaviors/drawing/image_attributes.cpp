@@ -220,7 +220,7 @@ void set_wrap(Attributes& self, api::WrapMode mode) {
     set_wrap_clamped(self, mode, ColorValue(), false);
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&set_matrix, api::ImageAttributes::call_000_SetColorMatrix>(),
     behavior<&set_matrix_with, api::ImageAttributes::call_001_SetColorMatrix>(),
     behavior<&set_matrix_for, api::ImageAttributes::call_002_SetColorMatrix>(),
@@ -265,7 +265,7 @@ const BehaviorTable table({
     behavior<&clear_brush_remap, api::ImageAttributes::call_000_ClearBrushRemapTable>(),
 });
 
-const FactoryRegistration factory(Attributes::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(Attributes::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<ImageAttributesObject>(type);
 });
 

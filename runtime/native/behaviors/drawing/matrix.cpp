@@ -102,7 +102,7 @@ void rotate_at_in(MatrixObject& self, float angle, PointArg at, MatrixOrder orde
 void rotate_at(MatrixObject& self, float angle, PointArg at) {
     rotate_at_in(self, angle, at, kFirst);
 }
-void reset(MatrixObject& self) {
+void reset_matrix(MatrixObject& self) {
     self.map = {};
 }
 
@@ -157,7 +157,7 @@ constexpr KindConstant kKinds[] = {
 int32_t kind_bits(const KindConstant& row) {
     return row.bits;
 }
-const BehaviorTable kinds_table([] {
+const BehaviorTable ZELMOR_UNNAMED([] {
     std::vector<BehaviorRow> rows;
     for (const KindConstant& row : kKinds) {
         rows.push_back(row_property<&kind_bits>(row.property, row));
@@ -165,7 +165,7 @@ const BehaviorTable kinds_table([] {
     return rows;
 }());
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&identity, MatrixApi::ctor_000_Matrix>(),
     behavior<&from_numbers, MatrixApi::ctor_001_Matrix>(),
     behavior<&from_rect, MatrixApi::ctor_002_Matrix, MatrixApi::ctor_003_Matrix, MatrixApi::call_000_CreateWithRectF,
@@ -184,7 +184,7 @@ const BehaviorTable table({
     behavior<&rotate_at, MatrixApi::call_001_RotateAt>(),
     behavior<&elements, MatrixApi::call_000_GetElements, MatrixApi::get_Elements>(),
     behavior<&transform_points, MatrixApi::call_000_TransformPoints>(),
-    behavior<&reset, MatrixApi::call_000_Reset>(),
+    behavior<&reset_matrix, MatrixApi::call_000_Reset>(),
     behavior<&element<&Affine::m11>, MatrixApi::get_M11>(),
     behavior<&element<&Affine::m12>, MatrixApi::get_M12>(),
     behavior<&element<&Affine::m21>, MatrixApi::get_M21>(),
@@ -193,8 +193,8 @@ const BehaviorTable table({
     behavior<&element<&Affine::dy>, MatrixApi::get_M32>(),
 });
 
-const FactoryRegistration factory(MatrixObject::kManagedName,
-                                  [](const TypeInfo&) -> Ref<ManagedObject> { return identity(); });
+const FactoryRegistration ZELMOR_UNNAMED(MatrixObject::kManagedName,
+                                         [](const TypeInfo&) -> Ref<ManagedObject> { return identity(); });
 
 }  // namespace
 

@@ -137,7 +137,7 @@ LineCap get_caps(CustomCap& self, LineCap, int32_t* start, LineCap, int32_t* end
 using CustomLineCapApi = api::CustomLineCap;
 using PenApi = api::Pen;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&pen_of_color, PenApi::ctor_000_Pen, PenApi::call_000_CreateWithColor>(),
     behavior<&pen_of_color_and_width, PenApi::ctor_001_Pen, PenApi::call_000_CreateWithColorWidth>(),
     behavior<&pen_of_brush, PenApi::ctor_002_Pen, PenApi::call_000_CreateWithBrush>(),
@@ -151,8 +151,8 @@ const BehaviorTable table({
     behavior<&get_caps, CustomLineCapApi::call_000_GetStrokeCaps>(),
 });
 
-const FactoryRegistration pen_factory(api::Pen::kType.name, new_pen);
-const FactoryRegistration cap_factory(CustomCap::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(api::Pen::kType.name, new_pen);
+const FactoryRegistration ZELMOR_UNNAMED(CustomCap::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<CustomCap>(type);
 });
 

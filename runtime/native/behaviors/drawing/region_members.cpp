@@ -15,7 +15,7 @@ RegionTree path_region(const PathObject* path) {
     return region_of(path->outline(), path->fill_rule());
 }
 
-Ref<RegionObject> from_rect(RectArg rect) {
+Ref<RegionObject> region_from_rect(RectArg rect) {
     return make_ref<RegionObject>(rect_region(rect));
 }
 Ref<RegionObject> from_path(PathObject* path) {
@@ -42,7 +42,7 @@ void translate(RegionObject& self, N dx, N dy) {
 void transform(RegionObject& self, MatrixObject* matrix) {
     self.tree = transformed(self.tree, required_map(matrix, "matrix"));
 }
-Ref<ManagedObject> deep_clone(RegionObject& self) {
+Ref<ManagedObject> region_deep_clone(RegionObject& self) {
     return self.copy();
 }
 void make_infinite(RegionObject& self) {
@@ -59,7 +59,7 @@ bool region_is_infinite(RegionObject& self, Record* graphics) {
     required(graphics, "g");
     return is_infinite(self.tree);
 }
-bool equal(RegionObject& self, RegionObject* other, Record* graphics) {
+bool regions_equal(RegionObject& self, RegionObject* other, Record* graphics) {
     required(other, "region");
     required(graphics, "g");
     return is_empty(combined(self.tree, other->tree, RegionOperation::kXor));
@@ -102,53 +102,56 @@ bool has_rect_in(RegionObject& self, RectArg rect, Record*) {
     return meets(self, rect);
 }
 
-using Api = api::Region;
+using RegionApi = api::Region;
 
 // The members of one operation: with a rectangle, a path and another region.
-#define ZELMOR_REGION_OPERATION(Name)                                                                       \
-    behavior<&with_rect<RegionOperation::k##Name>, Api::call_000_##Name, Api::call_001_##Name,              \
-             Api::call_000_##Name##RectF, Api::call_000_##Name##Rect>(),                                    \
-        behavior<&with_path<RegionOperation::k##Name>, Api::call_002_##Name, Api::call_000_##Name##Path>(), \
-        behavior<&with_region<RegionOperation::k##Name>, Api::call_003_##Name, Api::call_000_##Name##Rgn>()
+#define ZELMOR_REGION_OPERATION(Name)                                                                      \
+    behavior<&with_rect<RegionOperation::k##Name>, RegionApi::call_000_##Name, RegionApi::call_001_##Name, \
+             RegionApi::call_000_##Name##RectF, RegionApi::call_000_##Name##Rect>(),                       \
+        behavior<&with_path<RegionOperation::k##Name>, RegionApi::call_002_##Name,                         \
+                 RegionApi::call_000_##Name##Path>(),                                                      \
+        behavior<&with_region<RegionOperation::k##Name>, RegionApi::call_003_##Name,                       \
+                 RegionApi::call_000_##Name##Rgn>()
 
-const BehaviorTable table({
-    behavior<&from_rect, Api::ctor_001_Region, Api::ctor_002_Region, Api::call_000_CreateWithRectF,
-             Api::call_000_CreateWithRect>(),
-    behavior<&from_path, Api::ctor_003_Region, Api::call_000_CreateWithPath>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&region_from_rect, RegionApi::ctor_001_Region, RegionApi::ctor_002_Region,
+             RegionApi::call_000_CreateWithRectF, RegionApi::call_000_CreateWithRect>(),
+    behavior<&from_path, RegionApi::ctor_003_Region, RegionApi::call_000_CreateWithPath>(),
     ZELMOR_REGION_OPERATION(Intersect),
     ZELMOR_REGION_OPERATION(Union),
     ZELMOR_REGION_OPERATION(Xor),
     ZELMOR_REGION_OPERATION(Exclude),
     ZELMOR_REGION_OPERATION(Complement),
-    behavior<&translate<float>, Api::call_000_Translate, Api::call_000_TranslateF>(),
-    behavior<&translate<int32_t>, Api::call_001_Translate>(),
-    behavior<&transform, Api::call_000_Transform>(),
-    behavior<&deep_clone, Api::call_000_DeepClone>(),
-    behavior<&make_infinite, Api::call_000_MakeInfinite>(),
-    behavior<&make_empty, Api::call_000_MakeEmpty>(),
-    behavior<&region_is_empty, Api::call_000_IsEmpty>(),
-    behavior<&region_is_infinite, Api::call_000_IsInfinite>(),
-    behavior<&equal, Api::call_000_Equals>(),
-    behavior<&has_xy<float>, Api::call_000_IsVisible, Api::call_000_IsVisibleF>(),
-    behavior<&has_point, Api::call_001_IsVisible, Api::call_009_IsVisible, Api::call_000_IsVisiblePointF,
-             Api::call_000_IsVisiblePoint>(),
-    behavior<&has_xy_in<float>, Api::call_002_IsVisible, Api::call_000_IsVisibleWithGraphicsF>(),
-    behavior<&has_point_in, Api::call_003_IsVisible, Api::call_010_IsVisible, Api::call_000_IsVisiblePointFWithGraphics,
-             Api::call_000_IsVisiblePointWithGraphics>(),
-    behavior<&has_xywh<float>, Api::call_004_IsVisible, Api::call_000_IsVisibleXywhf>(),
-    behavior<&has_rect, Api::call_005_IsVisible, Api::call_012_IsVisible, Api::call_000_IsVisibleRectF,
-             Api::call_000_IsVisibleRect>(),
-    behavior<&has_xywh_in<float>, Api::call_006_IsVisible, Api::call_000_IsVisibleXywhGraphicsF>(),
-    behavior<&has_rect_in, Api::call_007_IsVisible, Api::call_014_IsVisible, Api::call_000_IsVisibleRectFWithGraphics,
-             Api::call_000_IsVisibleRectWithGraphics>(),
-    behavior<&has_xy_in<int32_t>, Api::call_008_IsVisible, Api::call_000_IsVisibleWithGraphics>(),
-    behavior<&has_xywh<int32_t>, Api::call_011_IsVisible, Api::call_000_IsVisibleXywh>(),
-    behavior<&has_xywh_in<int32_t>, Api::call_013_IsVisible, Api::call_000_IsVisibleXywhGraphics>(),
+    behavior<&translate<float>, RegionApi::call_000_Translate, RegionApi::call_000_TranslateF>(),
+    behavior<&translate<int32_t>, RegionApi::call_001_Translate>(),
+    behavior<&transform, RegionApi::call_000_Transform>(),
+    behavior<&region_deep_clone, RegionApi::call_000_DeepClone>(),
+    behavior<&make_infinite, RegionApi::call_000_MakeInfinite>(),
+    behavior<&make_empty, RegionApi::call_000_MakeEmpty>(),
+    behavior<&region_is_empty, RegionApi::call_000_IsEmpty>(),
+    behavior<&region_is_infinite, RegionApi::call_000_IsInfinite>(),
+    behavior<&regions_equal, RegionApi::call_000_Equals>(),
+    behavior<&has_xy<float>, RegionApi::call_000_IsVisible, RegionApi::call_000_IsVisibleF>(),
+    behavior<&has_point, RegionApi::call_001_IsVisible, RegionApi::call_009_IsVisible,
+             RegionApi::call_000_IsVisiblePointF, RegionApi::call_000_IsVisiblePoint>(),
+    behavior<&has_xy_in<float>, RegionApi::call_002_IsVisible, RegionApi::call_000_IsVisibleWithGraphicsF>(),
+    behavior<&has_point_in, RegionApi::call_003_IsVisible, RegionApi::call_010_IsVisible,
+             RegionApi::call_000_IsVisiblePointFWithGraphics, RegionApi::call_000_IsVisiblePointWithGraphics>(),
+    behavior<&has_xywh<float>, RegionApi::call_004_IsVisible, RegionApi::call_000_IsVisibleXywhf>(),
+    behavior<&has_rect, RegionApi::call_005_IsVisible, RegionApi::call_012_IsVisible,
+             RegionApi::call_000_IsVisibleRectF, RegionApi::call_000_IsVisibleRect>(),
+    behavior<&has_xywh_in<float>, RegionApi::call_006_IsVisible, RegionApi::call_000_IsVisibleXywhGraphicsF>(),
+    behavior<&has_rect_in, RegionApi::call_007_IsVisible, RegionApi::call_014_IsVisible,
+             RegionApi::call_000_IsVisibleRectFWithGraphics, RegionApi::call_000_IsVisibleRectWithGraphics>(),
+    behavior<&has_xy_in<int32_t>, RegionApi::call_008_IsVisible, RegionApi::call_000_IsVisibleWithGraphics>(),
+    behavior<&has_xywh<int32_t>, RegionApi::call_011_IsVisible, RegionApi::call_000_IsVisibleXywh>(),
+    behavior<&has_xywh_in<int32_t>, RegionApi::call_013_IsVisible, RegionApi::call_000_IsVisibleXywhGraphics>(),
 });
 #undef ZELMOR_REGION_OPERATION
 
-const FactoryRegistration factory(RegionObject::kManagedName,
-                                  [](const TypeInfo&) -> Ref<ManagedObject> { return make_ref<RegionObject>(); });
+const FactoryRegistration ZELMOR_UNNAMED(RegionObject::kManagedName, [](const TypeInfo&) -> Ref<ManagedObject> {
+    return make_ref<RegionObject>();
+});
 
 }  // namespace
 

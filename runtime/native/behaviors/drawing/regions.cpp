@@ -8,7 +8,7 @@ namespace zelmor::embed {
 
 namespace {
 
-constexpr double kFlatness = 0.01;
+constexpr double kRegionFlatness = 0.01;
 constexpr int kDeepest = 64;  // a deeper expression is replaced by its trapezoids
 
 bool operate(RegionOperation operation, bool left, bool right) {
@@ -46,7 +46,7 @@ void collect_edges(const RegionNode& node, std::vector<Edge>& edges) {
         return;
     }
     for (const Contour& contour : node.outline) {
-        const std::vector<PointD> points = flattened(contour, kFlatness);
+        const std::vector<PointD> points = flattened(contour, kRegionFlatness);
         for (size_t i = 0; i < points.size(); ++i) {
             const PointD a = points[i], b = points[(i + 1) % points.size()];
             if (a.y < b.y) {
@@ -62,7 +62,7 @@ void collect_edges(const RegionNode& node, std::vector<Edge>& edges) {
 // Curves are replaced by lines once, so that testing many points does not flatten them again and again.
 RegionTree flat(const RegionNode& node) {
     auto copy = std::make_shared<RegionNode>(node);
-    copy->outline = flattened(node.outline, kFlatness);
+    copy->outline = flattened(node.outline, kRegionFlatness);
     if (node.kind == RegionNode::Kind::kOperation) {
         copy->left = flat(*node.left);
         copy->right = flat(*node.right);

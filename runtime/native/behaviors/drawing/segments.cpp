@@ -31,7 +31,7 @@ Ref<SegmentObject> bezier(PointArg start, PointArg control1, PointArg control2, 
     return segment_from(start, {end, control1, control2, true});
 }
 
-PointFValue start_point(SegmentObject& self) {
+PointFValue segment_start(SegmentObject& self) {
     return to_point_f(self.start);
 }
 template <PointD Segment::*kMember>
@@ -39,8 +39,8 @@ PointFValue point(SegmentObject& self) {
     return to_point_f(self.segment.*kMember);
 }
 
-const BehaviorTable table({
-    behavior<&start_point, api::ShapeSegment::get_StartPoint, LineSegment::get_StartPoint>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&segment_start, api::ShapeSegment::get_StartPoint, LineSegment::get_StartPoint>(),
     behavior<&point<&Segment::end>, api::ShapeSegment::get_EndPoint, LineSegment::get_EndPoint>(),
     behavior<&line, LineSegment::ctor_000_LineSegment>(),
     behavior<&bezier, BezierSegment::ctor_000_BezierSegment>(),

@@ -17,7 +17,7 @@ using api::Shape;
 
 namespace {
 
-constexpr double kFlatness = 0.25;
+constexpr double kShapeFlatness = 0.25;
 
 // ---- Everything with an outline
 
@@ -33,9 +33,9 @@ RectangleFValue bounds_with_pen(OutlinedObject& self, MatrixObject* matrix, Reco
         return bounds_under(self, matrix);
     }
     const Outline outline = transformed(self.outline(), map_of(matrix));
-    return to_rectangle_f(bounds_of(widened(outline, pen_shape(*pen), kFlatness)));
+    return to_rectangle_f(bounds_of(widened(outline, pen_shape(*pen), kShapeFlatness)));
 }
-void transform(OutlinedObject& self, MatrixObject* matrix) {
+void transform_shape(OutlinedObject& self, MatrixObject* matrix) {
     self.transform(required_map(matrix, "transform"));
 }
 Collection segments(OutlinedObject& self) {
@@ -147,7 +147,7 @@ void reverse_figure(FigureObject& self) {
     self.reverse();
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&rectangle_shape, RectangleShape::ctor_001_RectangleShape>(),
     behavior<&ellipse_shape, EllipseShape::ctor_001_EllipseShape>(),
     behavior<&pie_shape, PieShape::ctor_001_PieShape>(),
@@ -172,7 +172,7 @@ const BehaviorTable table({
 });
 
 // Derived types have entry points of their own for the members of their bases. All are served by the same functions.
-const BehaviorTable outlined({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&bounds, ObjectWithBounds::get_Bounds, Figure::get_Bounds, GraphicsPath::get_Bounds,
              RectangleProjectedShape::get_Bounds, TextShape::get_Bounds, PolygonShape::get_Bounds,
              BezierShape::get_Bounds, CurveShape::get_Bounds>(),
@@ -181,7 +181,7 @@ const BehaviorTable outlined({
              ArcShape::call_000_GetBounds, TextShape::call_000_GetBounds, PolygonShape::call_000_GetBounds,
              BezierShape::call_000_GetBounds, CurveShape::call_000_GetBounds>(),
     behavior<&bounds_with_pen, ObjectWithBounds::call_001_GetBounds>(),
-    behavior<&transform, ObjectWithBounds::call_000_Transform, Figure::call_000_Transform,
+    behavior<&transform_shape, ObjectWithBounds::call_000_Transform, Figure::call_000_Transform,
              GraphicsPath::call_000_Transform, RectangleProjectedShape::call_000_Transform,
              TextShape::call_000_Transform, PolygonShape::call_000_Transform>(),
     behavior<&center, Shape::get_Center, RectangleProjectedShape::get_Center, TextShape::get_Center,
@@ -193,18 +193,18 @@ const BehaviorTable outlined({
              BezierShape::get_Segments, CurveShape::get_Segments, Figure::get_Segments>(),
 });
 
-const FactoryRegistration framed_factory(FramedShape::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(FramedShape::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<FramedShape>(type);
 });
-const FactoryRegistration points_factory(PointsShape::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(PointsShape::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<PointsShape>(type);
 });
-const FactoryRegistration curve_factory(CurveShape::kType.name, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(CurveShape::kType.name, [](const TypeInfo& type) -> Ref<ManagedObject> {
     auto shape = make_ref<PointsShape>(type);
     set_property(*shape, "Tension", 0.5);
     return shape;
 });
-const FactoryRegistration figure_factory(FigureObject::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(FigureObject::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<FigureObject>(type);
 });
 

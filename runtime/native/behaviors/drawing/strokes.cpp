@@ -20,7 +20,7 @@ using drawwork::StrokeJoin;
 
 namespace {
 
-constexpr double kFlatness = 0.05;
+constexpr double kStrokeFlatness = 0.05;
 
 struct LineEnd {
     PointD at;
@@ -29,7 +29,7 @@ struct LineEnd {
 
 // The ends of an open contour; false for one without a direction.
 bool ends_of(const Contour& contour, LineEnd& start, LineEnd& end) {
-    std::vector<PointD> points = flattened(contour, kFlatness);
+    std::vector<PointD> points = flattened(contour, kStrokeFlatness);
     points.erase(std::unique(points.begin(), points.end()), points.end());
     if (points.size() < 2) {
         return false;
@@ -78,7 +78,7 @@ Outline cap_outline(LineCap cap, const ManagedObject* custom) {
     if (const auto path = property_object(*custom, "StrokePath")) {
         PenShape pen;
         pen.join = join_of(property_enum<api::LineJoin>(*custom, "StrokeJoin"));
-        const Outline lines = widened(cast_object<PathObject>(*path).outline(), pen, kFlatness / 10);
+        const Outline lines = widened(cast_object<PathObject>(*path).outline(), pen, kStrokeFlatness / 10);
         outline.insert(outline.end(), lines.begin(), lines.end());
     }
     const double scale = property_double(*custom, "WidthScale");
@@ -151,7 +151,7 @@ class PenUse {
         }
         PenShape body = m_shape;
         body.start_cap = body.end_cap = EndCap::kFlat;
-        Outline all = widened(lines, body, kFlatness);
+        Outline all = widened(lines, body, kStrokeFlatness);
         all.insert(all.end(), caps.begin(), caps.end());
         canvas.fill(all, FillRule::kWinding, paint, smooth);
     }
@@ -216,7 +216,7 @@ class PenUse {
         if (!back) {
             return result;
         }
-        const double flatness = kFlatness / std::max(m_shape.nib.mean_scale(), 1e-9);
+        const double flatness = kStrokeFlatness / std::max(m_shape.nib.mean_scale(), 1e-9);
         for (const Contour& contour : transformed(outline, *back)) {
             std::vector<PointD> points = flattened(contour, flatness);
             points.erase(std::unique(points.begin(), points.end()), points.end());
@@ -276,7 +276,7 @@ class PenUse {
             const Affine placing{d.y, -d.x, d.x, d.y, end.at.x, end.at.y};
             for (Contour& contour : transformed(cap_outline(cap, object.get()), placing)) {
                 contour.closed = true;
-                const std::vector<PointD> points = flattened(contour, kFlatness);
+                const std::vector<PointD> points = flattened(contour, kStrokeFlatness);
                 double area = 0;
                 for (size_t i = 0; i < points.size(); ++i) {
                     const PointD a = points[i], b = points[(i + 1) % points.size()];

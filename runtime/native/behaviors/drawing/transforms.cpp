@@ -61,7 +61,7 @@ using PenApi = api::Pen;
 using BrushApi = api::Brushes::TransformBrush;
 using GraphicsApi = api::Graphics;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&multiply, PenApi::call_000_MultiplyTransform, BrushApi::call_000_MultiplyTransform,
              GraphicsApi::call_000_MultiplyTransform>(),
     behavior<&multiply_in, PenApi::call_001_MultiplyTransform, BrushApi::call_001_MultiplyTransform,

@@ -40,12 +40,13 @@ Collection get_text(CdrTexts& self, int32_t key) {
                                                    found == self.by_key.end() ? std::vector<Value>() : found->second))};
 }
 
-const FactoryRegistration factory(kTexts,
-                                  [](const TypeInfo& type) { return Ref<ManagedObject>(make_ref<CdrTexts>(type)); });
+const FactoryRegistration ZELMOR_UNNAMED(kTexts, [](const TypeInfo& type) {
+    return Ref<ManagedObject>(make_ref<CdrTexts>(type));
+});
 
 using CdrTextCollectionApi = api::FileFormats::Cdr::Types::CdrTextCollection;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&add, CdrTextCollectionApi::call_000_Add>(),
     behavior<&get_text, CdrTextCollectionApi::call_000_GetText>(),
 });

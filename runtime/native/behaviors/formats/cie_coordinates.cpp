@@ -49,7 +49,7 @@ Ref<ManagedObject> triple(std::span<const std::byte> bytes) {
 using CieCoordinatesApi = api::FileFormats::Bmp::Structures::CieCoordinates;
 using CieCoordinatesTripleApi = api::FileFormats::Bmp::Structures::CieCoordinatesTriple;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&coordinates, CieCoordinatesApi::ctor_000_CieCoordinates>(),
     behavior<&triple, CieCoordinatesTripleApi::ctor_000_CieCoordinatesTriple>(),
 });

@@ -83,7 +83,7 @@ constexpr DefaultValue kConstants[] = {
     {BuildVersionInfo::property_ProductMinor, zelmor::kProductMinor},
     {BuildVersionInfo::property_ReleaseDate, "2023.06.01"},
 };
-const DefaultTable table(kConstants);
+const DefaultTable ZELMOR_UNNAMED(kConstants);
 
 }  // namespace
 

@@ -16,7 +16,7 @@ bool is_single_format_defined(uint64_t file_format) {
 
 using FileFormatExtensionsApi = api::Extensions::FileFormatExtensions;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&is_single_format_defined, FileFormatExtensionsApi::call_000_IsSingleFormatDefined>(),
 });
 

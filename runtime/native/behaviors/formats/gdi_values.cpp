@@ -165,7 +165,7 @@ using PointExtensionsApi = api::Extensions::PointExtensions;
 using RectangleExtensionsApi = api::Extensions::RectangleExtensions;
 using RotateFlipExtensionsApi = api::Extensions::RotateFlipExtensions;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&to_gdi<kBrush>, api::Extensions::BrushExtensions::call_000_ToGdiBrush>(),
     behavior<&to_gdi<kColorBlend>, api::Extensions::ColorBlendExtensions::call_000_ToGdiColorBlend>(),
     behavior<&to_gdi<kColorMap>, api::Extensions::ColorMapExtensions::call_000_ToGdiColorMap>(),

@@ -306,7 +306,7 @@ using GifPlainTextRenderingBlockApi = api::FileFormats::Gif::Blocks::GifPlainTex
 using GifUnknownExtensionBlockApi = api::FileFormats::Gif::Blocks::GifUnknownExtensionBlock;
 using IGifBlockApi = api::FileFormats::Gif::IGifBlock;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&save, IGifBlockApi::call_000_Save, GifBlockApi::call_000_Save,
              GifApplicationExtensionBlockApi::call_000_Save, GifCommentBlockApi::call_000_Save,
              GifPlainTextRenderingBlockApi::call_000_Save, GifUnknownExtensionBlockApi::call_000_Save,

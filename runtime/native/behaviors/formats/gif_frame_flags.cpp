@@ -29,7 +29,7 @@ Interface frame_palette(const VariantArg* frame_palette, const VariantArg* conta
 
 using GifFrameBlockApi = api::FileFormats::Gif::Blocks::GifFrameBlock;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&frame_flags, GifFrameBlockApi::call_000_CreateFlags>(),
     behavior<&frame_palette, GifFrameBlockApi::call_000_GetColorPalette>(),
 });

@@ -126,7 +126,7 @@ Collection registered() {
 using GifBlocksRegistryApi = api::FileFormats::Gif::GifBlocksRegistry;
 using IGifBlockLoaderDescriptorApi = api::FileFormats::Gif::IGifBlockLoaderDescriptor;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&can_load, IGifBlockLoaderDescriptorApi::call_000_CanLoad>(),
     behavior<&load, IGifBlockLoaderDescriptorApi::call_000_Load>(),
     behavior<&descriptor_by_name, GifBlocksRegistryApi::call_000_GetFirstSupportedDescriptorByTypeName>(),

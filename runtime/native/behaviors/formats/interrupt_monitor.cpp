@@ -15,10 +15,10 @@ namespace {
 
 using Monitor = api::MultiThreading::InterruptMonitor;
 
-constexpr DefaultValue kDefaults[] = {
+constexpr DefaultValue kMonitorDefaults[] = {
     {Monitor::property_IsInterrupted, false},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kMonitorDefaults);
 
 void interrupt(Record& self) {
     set_property(self, "IsInterrupted", true);
@@ -56,7 +56,7 @@ void set_instance(const VariantArg* value) {
     }
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&interrupt, Monitor::call_000_Interrupt>(),
     behavior<&get_instance, Monitor::getsa_ThreadLocalInstance>(),
     behavior<&set_instance, Monitor::setsa_ThreadLocalInstance>(),

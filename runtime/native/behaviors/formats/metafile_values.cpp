@@ -119,7 +119,7 @@ using EmfPlusSetTsGraphicsApi = api::FileFormats::Emf::EmfPlus::Records::EmfPlus
 using EmfRop4Api = api::FileFormats::Emf::Emf::Records::EmfRop4;
 using PointDApi = api::FileFormats::Cdr::Types::PointD;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&blend_function, EmfBlendFunctionApi::ctor_000_EmfBlendFunction>(),
     behavior<&blend_word, EmfBlendFunctionApi::call_000_ToInt>(),
     behavior<&rop4, EmfRop4Api::ctor_000_EmfRop4>(),

@@ -14,7 +14,7 @@ namespace {
 namespace brush = api::FileFormats::OpenDocument::Objects::Brush;
 using brush::OdBrushStyle;
 
-constexpr DefaultValue kDefaults[] = {
+constexpr DefaultValue kOpenDocumentDefaults[] = {
     DefaultValue::null(api::FileFormats::OpenDocument::OdObject::property_Parent),
     {brush::OdBrush::property_BrushStyle, OdBrushStyle::kNone},
     {brush::OdSolidBrush::kType, brush::OdBrush::property_BrushStyle, OdBrushStyle::kSolid},
@@ -22,7 +22,7 @@ constexpr DefaultValue kDefaults[] = {
     {brush::OdGradientBrush::kType, brush::OdBrush::property_BrushStyle, OdBrushStyle::kGradient},
     {brush::OdPatternBrush::kType, brush::OdBrush::property_BrushStyle, OdBrushStyle::kPattern},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kOpenDocumentDefaults);
 
 Value clone(Record& self) {
     return self.copy();
@@ -56,7 +56,7 @@ using OdPatternBrushApi = api::FileFormats::OpenDocument::Objects::Brush::OdPatt
 using OdSolidBrushApi = api::FileFormats::OpenDocument::Objects::Brush::OdSolidBrush;
 using OdTransformInfoApi = api::FileFormats::OpenDocument::Objects::OdTransformInfo;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&copy_style, OdGraphicStyleApi::call_000_Copy>(),
     behavior<&copy, OdTransformInfoApi::call_000_Copy, CdrStyleApi::call_000_Copy>(),
     behavior<&clone, OdBrushApi::call_000_Clone, OdGradientBrushApi::call_000_Clone, OdHatchedBrushApi::call_000_Clone,

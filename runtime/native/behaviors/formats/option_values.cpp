@@ -15,7 +15,7 @@ namespace {
 using EmfBlendFunction = api::FileFormats::Emf::Emf::Records::EmfBlendFunction;
 using FontStoringArgs = api::FileFormats::Svg::FontStoringArgs;
 
-constexpr DefaultValue kDefaults[] = {
+constexpr DefaultValue kOptionDefaults[] = {
     DefaultValue::null(FontStoringArgs::property_SourceFontFileName),
     DefaultValue::null(FontStoringArgs::property_SourceFontStream),
     {EmfBlendFunction::property_BlendOperation, 0},
@@ -23,7 +23,7 @@ constexpr DefaultValue kDefaults[] = {
     {EmfBlendFunction::property_SrcConstantAlpha, 0},
     {EmfBlendFunction::property_AlphaFormat, 0},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kOptionDefaults);
 
 // The percentage by which the usual quantization tables are multiplied for a quality.
 int32_t get_scaled_quality(Record& self) {
@@ -33,7 +33,7 @@ int32_t get_scaled_quality(Record& self) {
 
 using JpegOptionsApi = api::ImageOptions::JpegOptions;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_scaled_quality, JpegOptionsApi::get_ScaledQuality>(),
 });
 

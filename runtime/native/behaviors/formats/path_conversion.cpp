@@ -205,7 +205,7 @@ Ref<PathObject> to_graphics_path(const VariantArg* path_resources, const SizeVal
 
 using PathResourceConverterApi = api::FileFormats::Tiff::PathResources::PathResourceConverter;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&from_graphics_path, PathResourceConverterApi::call_000_FromGraphicsPath>(),
     behavior<&to_graphics_path, PathResourceConverterApi::call_000_ToGraphicsPath>(),
 });

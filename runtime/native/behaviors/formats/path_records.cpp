@@ -158,7 +158,7 @@ Ref<ManagedObject> produce(ManagedObject&, std::span<const std::byte> data) {
 }
 
 // The selector that the record would be written with.
-PathType get_type(Record& self) {
+PathType get_record_type(Record& self) {
     const std::string_view type = self.type().full_name;
     if (type == kLength) {
         return property_bool(self, "IsOpen") ? PathType::kOpenSubpathLengthRecord
@@ -196,8 +196,8 @@ Ref<ManagedObject> make_closed(const TypeInfo& type) {
     set_open(*record, false);
     return record;
 }
-const FactoryRegistration knot_factory(kKnot, make_closed);
-const FactoryRegistration length_factory(kLength, make_closed);
+const FactoryRegistration ZELMOR_UNNAMED(kKnot, make_closed);
+const FactoryRegistration ZELMOR_UNNAMED(kLength, make_closed);
 
 using BezierKnotRecordApi = api::FileFormats::Core::VectorPaths::BezierKnotRecord;
 using ClipboardRecordApi = api::FileFormats::Core::VectorPaths::ClipboardRecord;
@@ -207,9 +207,10 @@ using PathFillRuleRecordApi = api::FileFormats::Core::VectorPaths::PathFillRuleR
 using VectorPathRecordApi = api::FileFormats::Core::VectorPaths::VectorPathRecord;
 using VectorPathRecordFactoryApi = api::FileFormats::Core::VectorPaths::VectorPathRecordFactory;
 
-const BehaviorTable table({
-    behavior<&get_type, VectorPathRecordApi::get_Type, BezierKnotRecordApi::get_Type, ClipboardRecordApi::get_Type,
-             InitialFillRuleRecordApi::get_Type, LengthRecordApi::get_Type, PathFillRuleRecordApi::get_Type>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&get_record_type, VectorPathRecordApi::get_Type, BezierKnotRecordApi::get_Type,
+             ClipboardRecordApi::get_Type, InitialFillRuleRecordApi::get_Type, LengthRecordApi::get_Type,
+             PathFillRuleRecordApi::get_Type>(),
     behavior<&knot_of, BezierKnotRecordApi::ctor_001_BezierKnotRecord>(),
     behavior<&set_open, BezierKnotRecordApi::set_IsOpen, LengthRecordApi::set_IsOpen>(),
     behavior<&set_closed, BezierKnotRecordApi::set_IsClosed, LengthRecordApi::set_IsClosed>(),

@@ -156,7 +156,7 @@ constexpr DefaultValue kEmfRecords[] = {
     record(emf::EmfColorMatchToTargetW::kType, Emr::kEmrColormatchtotargetw),
     record(emf::EmfCreateColorSpaceW::kType, Emr::kEmrCreatecolorspacew),
 };
-const DefaultTable defaults(kEmfRecords);
+const DefaultTable ZELMOR_UNNAMED(kEmfRecords);
 
 struct PlusRecord {
     const TypeName& type;
@@ -234,7 +234,7 @@ Plus get_type(Record& self) {
     return Plus::kEmfPlusHeader;  // a class that stands for no record has the first number
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_type, plus::EmfPlusRecord::get_Type>(),
 });
 

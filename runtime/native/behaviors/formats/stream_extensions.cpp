@@ -58,7 +58,7 @@ Ref<ManagedStream> file_stream(const std::optional<std::u16string>& text, FileMo
 
 using StreamExtensionsApi = api::Extensions::StreamExtensions;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&memory_stream, StreamExtensionsApi::call_000_CreateMemoryStream>(),
     behavior<&memory_stream_with_size, StreamExtensionsApi::call_000_CreateMemoryStreamWithSize>(),
     behavior<&memory_stream_from_bytes, StreamExtensionsApi::call_000_CreateMemoryStreamFromBytes>(),

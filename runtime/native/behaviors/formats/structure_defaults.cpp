@@ -25,7 +25,7 @@ using WmfLogColorSpaceW = api::FileFormats::Wmf::Objects::WmfLogColorSpaceW;
 constexpr int kColorSpaceSignature = 0x50534F43;  // "PSOC"
 constexpr int kColorSpaceVersion = 0x400;
 
-constexpr DefaultValue kDefaults[] = {
+constexpr DefaultValue kStructureDefaults[] = {
     {PdfCoreOptions::property_JpegQuality, 75},
     {EmfHeaderObject::property_Version, 0x10000},
     {EmfEpsData::property_Version, 1},
@@ -42,7 +42,7 @@ constexpr DefaultValue kDefaults[] = {
     {WmfLogColorSpaceW::property_Signature, kColorSpaceSignature},
     {WmfLogColorSpaceW::property_Version, kColorSpaceVersion},
 };
-const DefaultTable table(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kStructureDefaults);
 
 }  // namespace
 

@@ -205,7 +205,7 @@ using CmykColorApi = api::CmykColor;
 using HelperApi = api::CmykColorHelper;
 using ColorApi = api::Color;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&color_to_cmyk, ColorApi::call_000_ToCmykIcc, ColorApi::call_000_ToCmykColorWithDefIcc>(),
     behavior<&colors_to_cmyk, ColorApi::call_001_ToCmykIcc, ColorApi::call_000_ToCmykColorsWithDefIcc>(),
     behavior<&colors_to_cmyk_by, ColorApi::call_002_ToCmykIcc, ColorApi::call_000_ToCmykColorsWithIcc>(),

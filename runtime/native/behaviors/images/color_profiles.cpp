@@ -95,7 +95,7 @@ void set_ignores_embedded(ImageObject& self, bool value) {
     give_meaning(self);
 }
 
-const BehaviorTable profile_table({
+const BehaviorTable ZELMOR_UNNAMED({
     property<&rgb_profile, &set_rgb_profile, JpegImageApi::property_RgbColorProfile>(),
     property<&cmyk_profile, &set_cmyk_profile, JpegImageApi::property_CmykColorProfile>(),
     property<&ignores_embedded, &set_ignores_embedded, JpegImageApi::property_IgnoreEmbeddedColorProfile>(),

@@ -182,7 +182,7 @@ RectangleValue get_fitting_rectangle_of_pixels(const RectangleValue& rectangle, 
 
 using ImageApi = api::Image;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&create_any_image, ImageApi::call_000_Create>(),
     behavior<&get_proportional_width, ImageApi::call_000_GetProportionalWidth>(),
     behavior<&get_proportional_height, ImageApi::call_000_GetProportionalHeight>(),

@@ -100,7 +100,7 @@ using ImageApi = api::Image;
 using RasterCachedMultipageImageApi = api::RasterCachedMultipageImage;
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&crop, RasterImageApi::call_000_Crop>(),
     behavior<&crop_by_shifts, RasterImageApi::call_001_Crop>(),
     behavior<&rotate, RasterImageApi::call_000_Rotate>(),

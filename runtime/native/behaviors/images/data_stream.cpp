@@ -27,7 +27,7 @@ Ref<StreamContainerObject> data_stream_container(ImageBase& self) {
 
 using DataStreamSupporterApi = api::DataStreamSupporter;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&data_stream_container, DataStreamSupporterApi::get_DataStreamContainer>(),
 });
 

@@ -38,7 +38,7 @@ Value to_gdi_image(ImageBase* image) {
     return Ref<ManagedObject>(make_ref<DrawingBitmap>(rasterize(cast_object<VectorImageObject>(*image), nullptr)));
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&to_bitmap, api::RasterImage::call_000_ToBitmap, api::FileFormats::Bmp::BmpImage::call_000_ToBitmap>(),
     behavior<&to_gdi_image, api::Extensions::ImageExtensions::call_000_ToGdiImage>(),
 });

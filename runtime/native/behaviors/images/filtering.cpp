@@ -184,37 +184,33 @@ Ref<ManagedObject> with_defaults(const TypeInfo& type, Pairs... pairs) {
 }
 using Int = std::pair<const char*, int64_t>;
 using Real = std::pair<const char*, double>;
-const FactoryRegistration convolution_factory(filters::ConvolutionFilterOptions::kType.name, [](const TypeInfo& type) {
+const FactoryRegistration ZELMOR_UNNAMED(filters::ConvolutionFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Factor", 1.0), Int("Bias", 0));
 });
-const FactoryRegistration gaussian_factory(filters::GaussianBlurFilterOptions::kType.name, [](const TypeInfo& type) {
+const FactoryRegistration ZELMOR_UNNAMED(filters::GaussianBlurFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Factor", 1.0), Int("Bias", 0), Int("Radius", 5), Real("Sigma", 4.0));
 });
-const FactoryRegistration sharpen_factory(filters::SharpenFilterOptions::kType.name, [](const TypeInfo& type) {
+const FactoryRegistration ZELMOR_UNNAMED(filters::SharpenFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Factor", 1.0), Int("Bias", 0), Int("Size", 5), Real("Sigma", 4.0));
 });
-const FactoryRegistration deconvolution_factory(filters::DeconvolutionFilterOptions::kType.name,
-                                                [](const TypeInfo& type) {
-                                                    return with_defaults(type, Real("Snr", 0.007),
-                                                                         Real("Brightness", 1.15),
-                                                                         std::pair("Grayscale", false),
-                                                                         std::pair("IsPartialLoaded", false));
-                                                });
-const FactoryRegistration gauss_wiener_factory(filters::GaussWienerFilterOptions::kType.name, [](const TypeInfo& type) {
+const FactoryRegistration ZELMOR_UNNAMED(filters::DeconvolutionFilterOptions::kType.name, [](const TypeInfo& type) {
+    return with_defaults(type, Real("Snr", 0.007), Real("Brightness", 1.15), std::pair("Grayscale", false),
+                         std::pair("IsPartialLoaded", false));
+});
+const FactoryRegistration ZELMOR_UNNAMED(filters::GaussWienerFilterOptions::kType.name, [](const TypeInfo& type) {
     return with_defaults(type, Real("Snr", 0.007), Real("Brightness", 1.15), std::pair("Grayscale", false),
                          std::pair("IsPartialLoaded", false), Int("Radius", 5), Real("Smooth", 2.0));
 });
-const FactoryRegistration bilateral_factory(filters::BilateralSmoothingFilterOptions::kType.name,
-                                            [](const TypeInfo& type) {
-                                                return with_defaults(type, Int("Size", 5), Real("SpatialFactor", 10.0),
-                                                                     Real("SpatialPower", 2.0),
-                                                                     Real("ColorFactor", 50.0),
-                                                                     Real("ColorPower", 2.0));
-                                            });
+const FactoryRegistration ZELMOR_UNNAMED(filters::BilateralSmoothingFilterOptions::kType.name,
+                                         [](const TypeInfo& type) {
+                                             return with_defaults(type, Int("Size", 5), Real("SpatialFactor", 10.0),
+                                                                  Real("SpatialPower", 2.0), Real("ColorFactor", 50.0),
+                                                                  Real("ColorPower", 2.0));
+                                         });
 
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&filter, RasterImageApi::call_000_Filter>(),
     behavior<&get_skew_angle, RasterImageApi::call_000_GetSkewAngle>(),
     behavior<&normalize_angle_in_place, RasterImageApi::call_000_NormalizeAngle>(),

@@ -142,7 +142,7 @@ void dither(ImageObject& self, DitheringMethod dithering_method, int32_t bits_co
 using ImageApi = api::Image;
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_use_palette, ImageApi::get_UsePalette>(),
     property<&get_palette, &set_palette_property, ImageApi::property_Palette>(),
     behavior<&set_palette, ImageApi::call_000_SetPalette>(),

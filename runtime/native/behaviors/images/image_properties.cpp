@@ -97,7 +97,7 @@ using DataStreamSupporterApi = api::DataStreamSupporter;
 using ImageApi = api::Image;
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&cache_data, DataStreamSupporterApi::call_000_CacheData>(),
     behavior<&is_cached, DataStreamSupporterApi::get_IsCached>(),
     behavior<&width, ImageApi::get_Width>(),

@@ -233,7 +233,7 @@ FileFormat get_file_format_of_stream(const VariantArg* stream) {
 
 using ImageApi = api::Image;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&load_path_with_options, ImageApi::call_000_Load, ImageApi::call_000_LoadWithOptions>(),
     behavior<&load_path, ImageApi::call_001_Load>(),
     behavior<&load_stream_with_options, ImageApi::call_002_Load, ImageApi::call_000_LoadStreamWithOptions>(),

@@ -126,7 +126,7 @@ Ref<ImageObject> create_from_images(const VariantArg* images) {
 using ImageApi = api::Image;
 using RasterCachedMultipageImageApi = api::RasterCachedMultipageImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&create_from_images, ImageApi::call_001_Create>(),
     behavior<&create_from_images_disposing, ImageApi::call_002_Create>(),
     behavior<&page_count, RasterCachedMultipageImageApi::get_PageCount>(),

@@ -164,7 +164,7 @@ void init_pages(Record& self, const VariantArg* ranges) {
     set_property(self, "Mode", MultiPageMode::kRange);
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&range_of_count, IntRangeApi::ctor_000_IntRange>(),
     behavior<&range_of_steps, IntRangeApi::ctor_001_IntRange>(),
     behavior<&range_of_numbers, IntRangeApi::ctor_002_IntRange>(),

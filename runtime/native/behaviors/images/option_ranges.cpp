@@ -74,7 +74,7 @@ void set_ranged(const Range& row, Record& self, int32_t value) {
 BehaviorRow behavior_of(const Range& row) {
     return row_behavior<&set_ranged>(row.property.setter, row);
 }
-const BehaviorTable table(each_row(kRanges, behavior_of));
+const BehaviorTable ZELMOR_UNNAMED(each_row(kRanges, behavior_of));
 
 void set_webp_quality(Record& self, float value) {
     if (!(value >= 0.0F && value <= 100.0F)) {
@@ -83,7 +83,7 @@ void set_webp_quality(Record& self, float value) {
     set_property(self, "Quality", double{value});
 }
 
-const BehaviorTable others({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&set_webp_quality, WebPOptions::set_Quality>(),
 });
 

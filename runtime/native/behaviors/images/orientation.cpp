@@ -33,7 +33,7 @@ void auto_rotate(ImageObject& self) {
 
 using JpegImageApi = api::FileFormats::Jpeg::JpegImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&auto_rotate, JpegImageApi::call_000_AutoRotate>(),
 });
 

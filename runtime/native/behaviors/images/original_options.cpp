@@ -83,7 +83,7 @@ Ref<ManagedObject> get_default_options(ImageBase& self, const VariantArg* args) 
 using ImageApi = api::Image;
 using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&original_options, TiffFrameApi::get_FrameOptions>(),
     behavior<&get_original_options, ImageApi::call_000_GetOriginalOptions>(),
     behavior<&get_default_options, ImageApi::call_000_GetDefaultOptions>(),

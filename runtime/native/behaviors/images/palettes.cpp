@@ -309,13 +309,13 @@ bool has_transparent_colors(const VariantArg* palette) {
     return std::any_of(colors.begin(), colors.end(), [](Argb color) { return color >> 24 != 255; });
 }
 
-const FactoryRegistration factory(PaletteObject::kManagedName,
-                                  [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<PaletteObject>()); });
+const FactoryRegistration ZELMOR_UNNAMED(PaletteObject::kManagedName,
+                                         [](const TypeInfo&) { return Ref<ManagedObject>(make_ref<PaletteObject>()); });
 
 using ColorPaletteApi = api::ColorPalette;
 using ColorPaletteHelperApi = api::ColorPaletteHelper;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&from_integers_compact, ColorPaletteApi::ctor_000_ColorPalette>(),
     behavior<&from_integers, ColorPaletteApi::ctor_001_ColorPalette>(),
     behavior<&from_colors_compact, ColorPaletteApi::ctor_002_ColorPalette>(),

@@ -90,7 +90,7 @@ void load_partial_pixels(ImageObject& self, const RectangleValue& desired_rectan
 
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&load_partial_argb_32, RasterImageApi::call_000_LoadPartialArgb32Pixels,
              RasterImageApi::call_000_GetDefaultPixels>(),
     behavior<&load_partial_argb_64, RasterImageApi::call_000_LoadPartialArgb64Pixels>(),

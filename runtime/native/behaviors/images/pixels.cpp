@@ -146,12 +146,6 @@ void write_scan_line(ImageObject& self, int32_t scan_line_index, const VariantAr
 
 // ---- CMYK: the inks of a CMYK image; of others a conversion without a profile, as Color.to_cmyk() has it.
 
-// Inks of 8 bits: one byte each, of pictures with more the upper one.
-bool has_inks(const imagework::PixelForm& form) {
-    return form.color == imagework::ColorModel::kCmyk &&
-           (form.sample == imagework::SampleType::kUint8 || form.sample == imagework::SampleType::kUint16);
-}
-
 // The samples of an area, and the bytes of one of its rows.
 struct SampleBlock {
     SampleBlock(const imagework::Picture& picture, const Rect& area)
@@ -167,7 +161,7 @@ std::vector<CmykValue> read_cmyk_block(const ImageObject& self, const Rect& area
     const imagework::Picture& picture = self.picture();
     const imagework::PixelForm& form = picture.form();
     std::vector<CmykValue> result;
-    if (!has_inks(form)) {
+    if (!form.has_inks()) {
         for (const Argb color : read_block(self, area)) {
             result.push_back(cmyk_of(color));
         }
@@ -185,7 +179,7 @@ std::vector<CmykValue> read_cmyk_block(const ImageObject& self, const Rect& area
 void write_cmyk_block(ImageObject& self, const Rect& area, const std::vector<CmykValue>& pixels) {
     imagework::Picture& picture = self.picture();
     const imagework::PixelForm form = picture.form();
-    if (!has_inks(form)) {
+    if (!form.has_inks()) {
         std::vector<Argb> colors;
         for (const CmykValue& color : pixels) {
             colors.push_back(argb_of(color));
@@ -238,7 +232,7 @@ void replace_non_transparent_colors(ImageObject& self, const ColorValue& new_col
 
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_argb_32_pixel, RasterImageApi::call_000_GetArgb32Pixel>(),
     behavior<&get_pixel, RasterImageApi::call_000_GetPixel>(),
     behavior<&set_argb_32_pixel, RasterImageApi::call_000_SetArgb32Pixel>(),

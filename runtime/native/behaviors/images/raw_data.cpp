@@ -26,7 +26,7 @@ namespace {
 
 // ---- The layout that an image has itself
 
-Ref<ManagedObject> own_format(ImageObject& self) {
+Ref<ManagedObject> raw_format(ImageObject& self) {
     const imagework::Picture& picture = self.picture();
     const imagework::PixelForm& form = picture.form();
     if (const auto palette = self.palette(); !palette.empty()) {
@@ -63,7 +63,7 @@ int64_t line_bytes(int64_t width, int64_t bits_per_pixel) {
 
 Ref<ManagedObject> own_settings(ImageObject& self) {
     Ref<ManagedObject> settings = make_instance(api::RawDataSettings::kType.name);
-    const Ref<ManagedObject> format = own_format(self);
+    const Ref<ManagedObject> format = raw_format(self);
     set_property(*settings, "PixelDataFormat", format);
     set_property(*settings, "LineSize", line_bytes(self.picture().width(), property_int(*format, "BitsPerPixel")));
     if (auto palette = self.palette(); !palette.empty()) {
@@ -92,7 +92,7 @@ RawFormat format_of(ImageObject& self, const Record* settings) {
     }
     Ref<ManagedObject> data_format = property_object(*settings, "PixelDataFormat");
     if (!data_format) {
-        data_format = own_format(self);
+        data_format = raw_format(self);
     }
     RawFormat format;
     format.layout = property_enum<PixelLayout>(*data_format, "PixelFormat");
@@ -167,18 +167,13 @@ void widen_inks(const imagework::PixelForm& form, const std::vector<uint8_t>& sa
         }
     }
 }
-bool has_inks(const imagework::PixelForm& form) {
-    return form.color == ColorModel::kCmyk &&
-           (form.sample == imagework::SampleType::kUint8 || form.sample == imagework::SampleType::kUint16);
-}
-
 // The channels of some lines.
 void read_channels(const ImageObject& self, const Rect& area, const RawFormat& format, imagework::PaletteSearch& search,
                    std::vector<uint16_t>& channels) {
     const imagework::Picture& picture = self.picture();
     const size_t count = static_cast<size_t>(area.width) * static_cast<size_t>(area.height);
     channels.resize(count * channels_of(format));
-    const bool own_inks = format.layout == PixelLayout::kCmyk && has_inks(picture.form());
+    const bool own_inks = format.layout == PixelLayout::kCmyk && picture.form().has_inks();
     const auto own_palette = picture.palette();
     const bool own_indices =
         format.indexed && !own_palette.empty() &&
@@ -431,7 +426,7 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
         if (verbatim != Verbatim::kNone) {
             return write_verbatim(picture, area, format, verbatim, lines);
         }
-        if (format.layout == PixelLayout::kCmyk && packing != Packing::kSamples && has_inks(picture.form())) {
+        if (format.layout == PixelLayout::kCmyk && packing != Packing::kSamples && picture.form().has_inks()) {
             return write_inks(picture, area, format, packing, lines);
         }
     } catch (const imagework::PictureError& error) {
@@ -508,10 +503,10 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
 
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&is_raw_data_available, RasterImageApi::get_IsRawDataAvailable>(),
     behavior<&own_settings, RasterImageApi::get_RawDataSettings>(),
-    behavior<&own_format, RasterImageApi::get_RawDataFormat>(),
+    behavior<&raw_format, RasterImageApi::get_RawDataFormat>(),
     behavior<&raw_line_size, RasterImageApi::get_RawLineSize>(),
     behavior<&load_default_raw_data, RasterImageApi::call_000_GetDefaultRawData>(),
     behavior<&get_default_raw_data, RasterImageApi::call_001_GetDefaultRawData>(),

@@ -61,7 +61,7 @@ Ref<ImageBase> load(WorkerObject&, StreamContainerObject* stream_container, Reco
 // ---- Exporting
 
 // The format that the options are for; ArgumentNullException without any.
-FileFormat written_format(const Record* options) {
+FileFormat worker_format(const Record* options) {
     return file_format_of_options(required_options(options));
 }
 
@@ -69,7 +69,7 @@ Ref<DescriptorObject> exporter_for(ImageBase* image, const Record* options) {
     if (image == nullptr) {
         throw_argument_null("image");
     }
-    return first_descriptor(Trade::kExporting, written_format(options));
+    return first_descriptor(Trade::kExporting, worker_format(options));
 }
 Interface first_exporter_descriptor(ImageBase* image, Record* options) {
     return as_interface(exporter_for(image, options));
@@ -82,7 +82,7 @@ bool can_export(DescriptorObject& self, ImageBase* image, Record* options_base) 
         throw_argument_null("image");
     }
     image->require_live();
-    return written_format(options_base) == self.format;
+    return worker_format(options_base) == self.format;
 }
 void export_part(WorkerObject&, ImageBase* image, Ref<ManagedStream> stream, Record* options_base,
                  const RectangleValue* bounds) {
@@ -102,7 +102,7 @@ void export_bounds(WorkerObject& self, ImageBase* image, Ref<ManagedStream> stre
 // ---- Creating
 
 Ref<DescriptorObject> creator_for(const Record* image_options) {
-    return first_descriptor(Trade::kCreating, written_format(image_options));
+    return first_descriptor(Trade::kCreating, worker_format(image_options));
 }
 Interface first_creator_descriptor(Record* image_options) {
     return as_interface(creator_for(image_options));
@@ -111,7 +111,7 @@ Interface first_creator(Record* image_options) {
     return worker_of(creator_for(image_options));
 }
 bool can_create(DescriptorObject& self, Record* image_options) {
-    return written_format(image_options) == self.format;
+    return worker_format(image_options) == self.format;
 }
 Ref<ImageBase> create(WorkerObject&, StreamContainerObject* stream_container, Record* image_options, int32_t width,
                       int32_t height) {
@@ -121,7 +121,7 @@ Ref<ImageBase> create(WorkerObject&, StreamContainerObject* stream_container, Re
     return image;
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&loader_by_name, api::ImageLoadersRegistry::call_000_GetFirstSupportedDescriptorByTypeName>(),
     behavior<&loader_by_format, api::ImageLoadersRegistry::call_000_GetFirstSupportedDescriptorByFileFormat>(),
     behavior<&first_loader_descriptor, api::ImageLoadersRegistry::call_000_GetFirstSupportedDescriptor>(),

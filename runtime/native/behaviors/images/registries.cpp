@@ -207,7 +207,7 @@ std::vector<BehaviorRow> rows() {
     return result;
 }
 
-const BehaviorTable table{std::span<const BehaviorRow>(rows())};
+const BehaviorTable ZELMOR_UNNAMED{std::span<const BehaviorRow>(rows())};
 
 }  // namespace
 

@@ -204,7 +204,7 @@ using GifImageApi = api::FileFormats::Gif::GifImage;
 using ImageApi = api::Image;
 using TiffImageApi = api::FileFormats::Tiff::TiffImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&resize_proportional, GifImageApi::call_000_ResizeProportional, GifImageApi::call_000_ResizeFullFrame,
              TiffImageApi::call_000_ResizeProportional, DicomImageApi::call_000_ResizeProportional>(),
     behavior<&resize, ImageApi::call_000_Resize>(),

@@ -493,7 +493,7 @@ bool can_save(ImageBase& self, Record* options) {
 using DataStreamSupporterApi = api::DataStreamSupporter;
 using ImageApi = api::Image;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&save, DataStreamSupporterApi::call_000_Save, ImageApi::call_000_Save>(),
     behavior<&save_stream, DataStreamSupporterApi::call_001_Save, DataStreamSupporterApi::call_000_SaveToStream>(),
     behavior<&save_path, DataStreamSupporterApi::call_002_Save, ImageApi::call_001_Save>(),

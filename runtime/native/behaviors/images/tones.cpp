@@ -84,7 +84,7 @@ void binarize_bradley_default_window(ImageObject& self, double brightness_differ
 
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&grayscale, RasterImageApi::call_000_Grayscale>(),
     behavior<&adjust_brightness, RasterImageApi::call_000_AdjustBrightness>(),
     behavior<&adjust_contrast, RasterImageApi::call_000_AdjustContrast>(),

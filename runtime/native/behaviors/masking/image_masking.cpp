@@ -184,7 +184,7 @@ void apply_mask(ImageObject* target_image, ImageObject* mask, Record* masking_op
     });
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&masking_of, ImageMaskingApi::ctor_000_ImageMasking>(),
     behavior<&apply_mask, ImageMaskingApi::call_000_ApplyMask>(),
     behavior<&load_session, ImageMaskingApi::call_000_LoadSession, ImageMaskingApi::call_000_LoadSessionFromStream>(),

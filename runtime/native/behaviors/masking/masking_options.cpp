@@ -18,7 +18,7 @@ using api::Masking::Options::MaskingOptions;
 
 constexpr const char* kObjectType = "Zelmor.Imaging.Masking.Options.DetectedObjectType";
 
-constexpr DefaultValue kDefaults[] = {
+constexpr DefaultValue kMaskingDefaults[] = {
     // The strokes and rectangles are known after the first run.
     DefaultValue::null(AutoMaskingGraphCutOptions::property_DefaultForegroundStrokes),
     DefaultValue::null(AutoMaskingGraphCutOptions::property_DefaultBackgroundStrokes),
@@ -31,7 +31,7 @@ constexpr DefaultValue kDefaults[] = {
      api::Masking::Options::SegmentationMethod::kGraphCut},
     {MaskingOptions::property_Decompose, true},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kMaskingDefaults);
 
 bool same_name(std::string_view member, std::string_view name) {
     return std::equal(member.begin(), member.end(), name.begin(), name.end(), [](char a, char b) {
@@ -54,7 +54,7 @@ Ref<ManagedObject> assumed_object(const std::string& type, const RectangleValue&
     return object;
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&assumed_object, AssumedObjectData::ctor_002_AssumedObjectData>(),
 });
 

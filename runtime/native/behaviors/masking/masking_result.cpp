@@ -210,7 +210,7 @@ Ref<ManagedObject> options_of(ResultObject& self) {
     return self.options;
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&layer_image, LayerApi::call_000_GetImage>(),
     behavior<&layer_mask, LayerApi::call_000_GetMask>(),
     behavior<&object_number, LayerApi::get_ObjectNumber>(),

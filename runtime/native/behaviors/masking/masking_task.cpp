@@ -203,7 +203,7 @@ std::optional<std::string> get_error(MaskingTask& self) {
     return self.error();
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&run_async, TaskApi::call_000_RunAsync>(),
     behavior<&cancel, TaskApi::call_000_Cancel>(),
     behavior<&abort_task, TaskApi::call_000_Abort>(),

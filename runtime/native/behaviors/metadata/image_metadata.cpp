@@ -221,7 +221,7 @@ using RasterImageApi = api::RasterImage;
 using TiffFrameApi = api::FileFormats::Tiff::TiffFrame;
 using TiffImageApi = api::FileFormats::Tiff::TiffImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_xmp, RasterImageApi::get_XmpData>(),
     behavior<&set_xmp, RasterImageApi::set_XmpData>(),
     behavior<&get_exif<true>, JpegImageApi::get_ExifData>(),

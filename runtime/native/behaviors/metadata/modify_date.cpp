@@ -117,7 +117,7 @@ DateTimeValue get_modify_date(ImageObject& self, bool use_default) {
 
 using RasterImageApi = api::RasterImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_modify_date, RasterImageApi::call_000_GetModifyDate>(),
 });
 

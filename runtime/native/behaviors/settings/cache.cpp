@@ -20,7 +20,7 @@ void set_defaults() {
     }
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&set_defaults, api::Cache::call_000_SetDefaults>(),
     behavior<&nothing_allocated, api::Cache::getsa_AllocatedDiskBytesCount,
              api::Cache::getsa_AllocatedMemoryBytesCount>(),

@@ -15,7 +15,7 @@ namespace zelmor::embed {
 namespace {
 
 using api::SeekOrigin;
-using Api = api::StreamContainer;
+using ContainerApi = api::StreamContainer;
 using Container = StreamContainerObject;
 using Path = std::optional<std::u16string>;
 
@@ -246,44 +246,44 @@ int32_t read_write_bytes_count() {
     return kBufferSize;
 }
 
-const BehaviorTable table({
-    behavior<&construct, Api::ctor_000_StreamContainer>(),
-    behavior<&construct_owning, Api::ctor_001_StreamContainer>(),
-    behavior<&write, Api::call_000_Write>(),
-    behavior<&write_range, Api::call_001_Write>(),
-    behavior<&fill, Api::call_000_Read>(),
-    behavior<&read_range, Api::call_001_Read>(),
-    behavior<&to_bytes, Api::call_000_ToBytes>(),
-    behavior<&range_to_bytes, Api::call_001_ToBytes>(),
-    behavior<&save, Api::call_000_Save, Api::call_000_SaveToStream>(),
-    behavior<&save_buffered, Api::call_001_Save, Api::call_000_SaveToStreamWithBufSize>(),
-    behavior<&save_part, Api::call_002_Save, Api::call_000_SaveToStreamWithBufSizeAndLen>(),
-    behavior<&save_file, Api::call_003_Save>(),
-    behavior<&save_file_buffered, Api::call_004_Save, Api::call_000_SaveWithBufSize>(),
-    behavior<&save_file_length, Api::call_005_Save, Api::call_000_SaveWithBufSizeAndLen>(),
-    behavior<&write_to, Api::call_000_WriteTo>(),
-    behavior<&write_part_to, Api::call_001_WriteTo>(),
-    behavior<&flush, Api::call_000_Flush>(),
-    behavior<&write_byte, Api::call_000_WriteByte>(),
-    behavior<&read_byte, Api::call_000_ReadByte>(),
-    behavior<&seek, Api::call_000_Seek>(),
-    behavior<&seek_begin, Api::call_000_SeekBegin>(),
-    behavior<&sync_root, Api::get_SyncRoot>(),
-    property<&get_position, &set_position, Api::property_Position>(),
-    behavior<&get_stream, Api::get_Stream>(),
-    behavior<&is_stream_disposed_on_close, Api::get_IsStreamDisposedOnClose>(),
-    property<&get_length, &set_length, Api::property_Length>(),
-    behavior<&can_read, Api::get_CanRead>(),
-    behavior<&can_seek, Api::get_CanSeek>(),
-    behavior<&can_write, Api::get_CanWrite>(),
-    behavior<&read_write_bytes_count, Api::getsa_ReadWriteBytesCount>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&construct, ContainerApi::ctor_000_StreamContainer>(),
+    behavior<&construct_owning, ContainerApi::ctor_001_StreamContainer>(),
+    behavior<&write, ContainerApi::call_000_Write>(),
+    behavior<&write_range, ContainerApi::call_001_Write>(),
+    behavior<&fill, ContainerApi::call_000_Read>(),
+    behavior<&read_range, ContainerApi::call_001_Read>(),
+    behavior<&to_bytes, ContainerApi::call_000_ToBytes>(),
+    behavior<&range_to_bytes, ContainerApi::call_001_ToBytes>(),
+    behavior<&save, ContainerApi::call_000_Save, ContainerApi::call_000_SaveToStream>(),
+    behavior<&save_buffered, ContainerApi::call_001_Save, ContainerApi::call_000_SaveToStreamWithBufSize>(),
+    behavior<&save_part, ContainerApi::call_002_Save, ContainerApi::call_000_SaveToStreamWithBufSizeAndLen>(),
+    behavior<&save_file, ContainerApi::call_003_Save>(),
+    behavior<&save_file_buffered, ContainerApi::call_004_Save, ContainerApi::call_000_SaveWithBufSize>(),
+    behavior<&save_file_length, ContainerApi::call_005_Save, ContainerApi::call_000_SaveWithBufSizeAndLen>(),
+    behavior<&write_to, ContainerApi::call_000_WriteTo>(),
+    behavior<&write_part_to, ContainerApi::call_001_WriteTo>(),
+    behavior<&flush, ContainerApi::call_000_Flush>(),
+    behavior<&write_byte, ContainerApi::call_000_WriteByte>(),
+    behavior<&read_byte, ContainerApi::call_000_ReadByte>(),
+    behavior<&seek, ContainerApi::call_000_Seek>(),
+    behavior<&seek_begin, ContainerApi::call_000_SeekBegin>(),
+    behavior<&sync_root, ContainerApi::get_SyncRoot>(),
+    property<&get_position, &set_position, ContainerApi::property_Position>(),
+    behavior<&get_stream, ContainerApi::get_Stream>(),
+    behavior<&is_stream_disposed_on_close, ContainerApi::get_IsStreamDisposedOnClose>(),
+    property<&get_length, &set_length, ContainerApi::property_Length>(),
+    behavior<&can_read, ContainerApi::get_CanRead>(),
+    behavior<&can_seek, ContainerApi::get_CanSeek>(),
+    behavior<&can_write, ContainerApi::get_CanWrite>(),
+    behavior<&read_write_bytes_count, ContainerApi::getsa_ReadWriteBytesCount>(),
 });
 
-const FactoryRegistration factory(Container::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
+const FactoryRegistration ZELMOR_UNNAMED(Container::kManagedName, [](const TypeInfo& type) -> Ref<ManagedObject> {
     return make_ref<StreamContainerObject>(type);
 });
 
-const ConversionRegistration to_stream(Container::kManagedName, "System.IO.Stream", [](ManagedObject& container) {
+const ConversionRegistration ZELMOR_UNNAMED(Container::kManagedName, "System.IO.Stream", [](ManagedObject& container) {
     return Ref<ManagedObject>(cast_object<Container>(container).stream());
 });
 

@@ -12,7 +12,7 @@ namespace zelmor::embed {
 
 namespace {
 
-using Api = api::FileStreamContainer;
+using FileContainerApi = api::FileStreamContainer;
 using Path = std::optional<std::u16string>;
 
 Ref<StreamContainerObject> create_file_stream(const Path& file_location, bool is_temporal) {
@@ -28,10 +28,10 @@ void set_is_temporal(StreamContainerObject& self, bool is_temporal) {
     self.temporary_path = is_temporal && path ? file_path_of(path, "file_path") : std::string();
 }
 
-const BehaviorTable table({
-    behavior<&create_file_stream, Api::call_000_CreateFileStream>(),
-    behavior<&open_file, Api::call_000_OpenFileStream>(),
-    behavior<&set_is_temporal, Api::set_IsTemporal>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&create_file_stream, FileContainerApi::call_000_CreateFileStream>(),
+    behavior<&open_file, FileContainerApi::call_000_OpenFileStream>(),
+    behavior<&set_is_temporal, FileContainerApi::set_IsTemporal>(),
 });
 
 }  // namespace
@@ -39,7 +39,7 @@ const BehaviorTable table({
 namespace {
 
 Ref<StreamContainerObject> container_over(const std::string& path, std::u16string text, FileUse use, bool is_temporal) {
-    auto container = make_stream_container(Api::kType.name, open_file_stream(path, use), true);
+    auto container = make_stream_container(FileContainerApi::kType.name, open_file_stream(path, use), true);
     set_property(*container, "FilePath", std::move(text));
     set_property(*container, "IsCreated", use == FileUse::kCreate);
     set_is_temporal(*container, is_temporal);

@@ -60,7 +60,7 @@ Ref<StreamContainerObject> opened_container(Record& self) {
     return make_file_container(property_string(self, "FilePath"), "file_path", false, false);
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&memory_source, StreamSource::ctor_000_StreamSource>(),
     behavior<&stream_source, StreamSource::ctor_001_StreamSource>(),
     behavior<&make_stream_source, StreamSource::ctor_002_StreamSource>(),

@@ -10,19 +10,19 @@ namespace zelmor::embed {
 
 namespace {
 
-using Api = api::SplitStreamContainer;
+using SplitContainerApi = api::SplitStreamContainer;
 
 Ref<StreamContainerObject> split(Ref<ManagedStream> stream) {
-    return make_stream_container(Api::kType.name, std::move(stream), false);
+    return make_stream_container(SplitContainerApi::kType.name, std::move(stream), false);
 }
 Ref<StreamContainerObject> split_owning(Ref<ManagedStream> stream, bool dispose_stream) {
-    return make_stream_container(Api::kType.name, std::move(stream), dispose_stream);
+    return make_stream_container(SplitContainerApi::kType.name, std::move(stream), dispose_stream);
 }
 Ref<StreamContainerObject> split_container(StreamContainerObject* stream, bool dispose_stream) {
     if (stream == nullptr) {
         throw_argument_null("stream");
     }
-    return make_stream_container(Api::kType.name, stream->stream(), dispose_stream);
+    return make_stream_container(SplitContainerApi::kType.name, stream->stream(), dispose_stream);
 }
 
 void insert(StreamContainerObject& self, int32_t position, StreamContainerObject* stream, bool dispose_stream) {
@@ -32,11 +32,13 @@ void insert(StreamContainerObject& self, int32_t position, StreamContainerObject
     self.insert(position, stream->stream(), dispose_stream);
 }
 
-const BehaviorTable table({
-    behavior<&split, Api::ctor_000_SplitStreamContainer>(),
-    behavior<&split_owning, Api::ctor_001_SplitStreamContainer, Api::call_000_CreateFromStream>(),
-    behavior<&split_container, Api::ctor_002_SplitStreamContainer, Api::call_000_CreateFromStreamContainer>(),
-    behavior<&insert, Api::call_000_Insert>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&split, SplitContainerApi::ctor_000_SplitStreamContainer>(),
+    behavior<&split_owning, SplitContainerApi::ctor_001_SplitStreamContainer,
+             SplitContainerApi::call_000_CreateFromStream>(),
+    behavior<&split_container, SplitContainerApi::ctor_002_SplitStreamContainer,
+             SplitContainerApi::call_000_CreateFromStreamContainer>(),
+    behavior<&insert, SplitContainerApi::call_000_Insert>(),
 });
 
 }  // namespace

@@ -96,14 +96,14 @@ int32_t hash_of(const CmykValue& value) {
 
 namespace {
 
-CmykValue empty() {
+CmykValue cmyk_empty() {
     return {};
 }
 CmykValue from_params(int32_t cyan, int32_t magenta, int32_t yellow, int32_t black) {
     return {color_component(cyan, "cyan"), color_component(magenta, "magenta"), color_component(yellow, "yellow"),
             color_component(black, "black")};
 }
-CmykValue from_argb(int32_t argb_pixel) {
+CmykValue cmyk_from_argb(int32_t argb_pixel) {
     return cmyk_of(static_cast<uint32_t>(argb_pixel));
 }
 ColorValue to_color(const CmykValue& cmyk_pixel) {
@@ -113,7 +113,7 @@ ColorValue to_color(const CmykValue& cmyk_pixel) {
 Collection from_argb_array(const VariantArg* argb_pixels) {
     std::vector<Value> items;
     for (const int32_t argb : read_array<int32_t>(argb_pixels, "argb_pixels")) {
-        items.emplace_back(box(from_argb(argb)));
+        items.emplace_back(box(cmyk_from_argb(argb)));
     }
     return cmyk_array(std::move(items));
 }
@@ -139,14 +139,14 @@ template <uint8_t CmykValue::*kInk>
 int32_t ink(CmykValue& self) {
     return self.*kInk;
 }
-bool is_empty(CmykValue& self) {
+bool cmyk_is_empty(CmykValue& self) {
     return self == CmykValue();
 }
 
-const BehaviorTable table({
-    behavior<&empty, api::CmykColor::ctor_000_CmykColor, api::CmykColor::getsa_Empty>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&cmyk_empty, api::CmykColor::ctor_000_CmykColor, api::CmykColor::getsa_Empty>(),
     behavior<&from_argb_array, api::CmykColor::call_000_ToCmyk, api::CmykColor::call_000_ToCmykColors>(),
-    behavior<&from_argb, api::CmykColor::call_001_ToCmyk, api::CmykColor::call_000_ToCmykColor>(),
+    behavior<&cmyk_from_argb, api::CmykColor::call_001_ToCmyk, api::CmykColor::call_000_ToCmykColor>(),
     behavior<&to_colors, api::CmykColor::call_000_ToColor, api::CmykColor::call_000_ToColors>(),
     behavior<&to_color, api::CmykColor::call_001_ToColor>(),
     behavior<&from_params, api::CmykColor::call_000_FromParams>(),
@@ -156,10 +156,10 @@ const BehaviorTable table({
     behavior<&ink<&CmykValue::m>, api::CmykColor::get_M>(),
     behavior<&ink<&CmykValue::y>, api::CmykColor::get_Y>(),
     behavior<&ink<&CmykValue::k>, api::CmykColor::get_K>(),
-    behavior<&is_empty, api::CmykColor::get_IsEmpty>(),
+    behavior<&cmyk_is_empty, api::CmykColor::get_IsEmpty>(),
 });
 
-const FactoryRegistration factory(api::CmykColor::kType.name, new_box<CmykValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::CmykColor::kType.name, new_box<CmykValue>);
 
 }  // namespace
 

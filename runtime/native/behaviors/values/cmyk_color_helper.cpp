@@ -19,13 +19,13 @@ std::span<const int32_t> range_of(const std::vector<int32_t>& items, int32_t sta
 
 namespace {
 
-int32_t from_argb(int32_t argb) {
+int32_t helper_from_argb(int32_t argb) {
     return packed_cmyk(cmyk_of(static_cast<uint32_t>(argb)));
 }
 int32_t from_color(const ColorValue& pixel) {
     return packed_cmyk(cmyk_of(pixel.argb));
 }
-ColorValue to_color(int32_t cmyk) {
+ColorValue helper_to_color(int32_t cmyk) {
     return ColorValue::from_argb(argb_of(unpacked_cmyk(cmyk)));
 }
 
@@ -33,10 +33,10 @@ Collection numbers(std::vector<int32_t> items) {
     return {Ref<ManagedObject>(make_array(std::move(items)))};
 }
 
-Collection from_argb_array(const VariantArg* argb_pixels) {
+Collection helper_from_argb_array(const VariantArg* argb_pixels) {
     std::vector<int32_t> items = read_array<int32_t>(argb_pixels, "argb_pixels");
     for (int32_t& item : items) {
-        item = from_argb(item);
+        item = helper_from_argb(item);
     }
     return numbers(std::move(items));
 }
@@ -50,11 +50,11 @@ Collection from_color_array(const VariantArg* pixels) {
 Collection to_color_array(const VariantArg* cmyk_pixels) {
     std::vector<Value> items;
     for (const int32_t cmyk : read_array<int32_t>(cmyk_pixels, "cmyk_pixels")) {
-        items.emplace_back(box(to_color(cmyk)));
+        items.emplace_back(box(helper_to_color(cmyk)));
     }
     return color_array(std::move(items));
 }
-Collection to_argb_array(const VariantArg* cmyk_pixels) {
+Collection helper_to_argb_array(const VariantArg* cmyk_pixels) {
     std::vector<int32_t> items = read_array<int32_t>(cmyk_pixels, "cmyk_pixels");
     for (int32_t& item : items) {
         item = static_cast<int32_t>(argb_of(unpacked_cmyk(item)));
@@ -67,8 +67,8 @@ Bytes bytes_of(const VariantArg* argb_pixels, int32_t start_index, int32_t lengt
     Bytes bytes;
     for (const int32_t argb : range_of(items, start_index, length)) {
         const CmykValue cmyk = cmyk_of(static_cast<uint32_t>(argb));
-        for (const uint8_t ink : {cmyk.c, cmyk.m, cmyk.y, cmyk.k}) {
-            bytes.push_back(std::byte{ink});
+        for (const uint8_t helper_ink : {cmyk.c, cmyk.m, cmyk.y, cmyk.k}) {
+            bytes.push_back(std::byte{helper_ink});
         }
         if (with_alpha) {
             bytes.push_back(static_cast<std::byte>(static_cast<uint32_t>(argb) >> 24));
@@ -84,7 +84,7 @@ Bytes to_cmyka_bytes(const VariantArg* pixels, int32_t start, int32_t length) {
 }
 
 template <uint8_t CmykValue::*kInk>
-int32_t ink(int32_t cmyk) {
+int32_t helper_ink(int32_t cmyk) {
     return unpacked_cmyk(cmyk).*kInk;
 }
 int32_t from_components(int32_t cyan, int32_t magenta, int32_t yellow, int32_t black) {
@@ -92,23 +92,23 @@ int32_t from_components(int32_t cyan, int32_t magenta, int32_t yellow, int32_t b
                         color_component(yellow, "yellow"), color_component(black, "black")});
 }
 
-using Api = api::CmykColorHelper;
+using HelperApi = api::CmykColorHelper;
 
-const BehaviorTable table({
-    behavior<&from_argb_array, Api::call_000_ToCmyk, Api::call_000_ToCmykArray>(),
-    behavior<&from_argb, Api::call_001_ToCmyk>(),
-    behavior<&from_color, Api::call_002_ToCmyk, Api::call_000_ToCmykColor>(),
-    behavior<&from_color_array, Api::call_003_ToCmyk, Api::call_000_ToCmykColors>(),
-    behavior<&to_color_array, Api::call_000_ToArgb, Api::call_000_ToArgbColors>(),
-    behavior<&to_color, Api::call_001_ToArgb, Api::call_000_ToArgbColor>(),
-    behavior<&ink<&CmykValue::c>, Api::call_000_GetC>(),
-    behavior<&ink<&CmykValue::m>, Api::call_000_GetM>(),
-    behavior<&ink<&CmykValue::y>, Api::call_000_GetY>(),
-    behavior<&ink<&CmykValue::k>, Api::call_000_GetK>(),
-    behavior<&from_components, Api::call_000_FromComponents>(),
-    behavior<&to_cmyk_bytes, Api::call_000_ToCmykBytes>(),
-    behavior<&to_cmyka_bytes, Api::call_000_ToCmykaBytes>(),
-    behavior<&to_argb_array, Api::call_000_ToArgb32>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&helper_from_argb_array, HelperApi::call_000_ToCmyk, HelperApi::call_000_ToCmykArray>(),
+    behavior<&helper_from_argb, HelperApi::call_001_ToCmyk>(),
+    behavior<&from_color, HelperApi::call_002_ToCmyk, HelperApi::call_000_ToCmykColor>(),
+    behavior<&from_color_array, HelperApi::call_003_ToCmyk, HelperApi::call_000_ToCmykColors>(),
+    behavior<&to_color_array, HelperApi::call_000_ToArgb, HelperApi::call_000_ToArgbColors>(),
+    behavior<&helper_to_color, HelperApi::call_001_ToArgb, HelperApi::call_000_ToArgbColor>(),
+    behavior<&helper_ink<&CmykValue::c>, HelperApi::call_000_GetC>(),
+    behavior<&helper_ink<&CmykValue::m>, HelperApi::call_000_GetM>(),
+    behavior<&helper_ink<&CmykValue::y>, HelperApi::call_000_GetY>(),
+    behavior<&helper_ink<&CmykValue::k>, HelperApi::call_000_GetK>(),
+    behavior<&from_components, HelperApi::call_000_FromComponents>(),
+    behavior<&to_cmyk_bytes, HelperApi::call_000_ToCmykBytes>(),
+    behavior<&to_cmyka_bytes, HelperApi::call_000_ToCmykaBytes>(),
+    behavior<&helper_to_argb_array, HelperApi::call_000_ToArgb32>(),
 });
 
 }  // namespace

@@ -52,7 +52,7 @@ ColorValue empty() {
 ColorValue from_argb(int32_t argb) {
     return ColorValue::from_argb(static_cast<uint32_t>(argb));
 }
-ColorValue from_components(int32_t alpha, int32_t red, int32_t green, int32_t blue) {
+ColorValue color_from_components(int32_t alpha, int32_t red, int32_t green, int32_t blue) {
     const uint32_t a = color_component(alpha, "alpha"), r = color_component(red, "red");
     const uint32_t g = color_component(green, "green"), b = color_component(blue, "blue");
     return ColorValue::from_argb(a << 24 | r << 16 | g << 8 | b);
@@ -61,7 +61,7 @@ ColorValue from_alpha(int32_t alpha, const ColorValue& base) {
     return ColorValue::from_argb(uint32_t{color_component(alpha, "alpha")} << 24 | (base.argb & 0xFFFFFF));
 }
 ColorValue from_rgb(int32_t red, int32_t green, int32_t blue) {
-    return from_components(255, red, green, blue);
+    return color_from_components(255, red, green, blue);
 }
 
 ColorValue from_known_color(api::KnownColor known) {
@@ -155,10 +155,10 @@ Collection to_cmyk_array(const VariantArg* pixels) {
     return cmyk_array(std::move(result));
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&empty, api::Color::ctor_000_Color, api::Color::getsa_Empty>(),
     behavior<&from_argb, api::Color::call_000_FromArgb>(),
-    behavior<&from_components, api::Color::call_001_FromArgb>(),
+    behavior<&color_from_components, api::Color::call_001_FromArgb>(),
     behavior<&from_alpha, api::Color::call_002_FromArgb>(),
     behavior<&from_rgb, api::Color::call_003_FromArgb>(),
     behavior<&to_cmyk_array, api::Color::call_000_ToCmyk, api::Color::call_000_ToCmykColors>(),
@@ -205,9 +205,9 @@ std::vector<BehaviorRow> named_rows() {
     }
     return rows;
 }
-const BehaviorTable named_table(named_rows());
+const BehaviorTable ZELMOR_UNNAMED(named_rows());
 
-const FactoryRegistration factory(api::Color::kType.name, new_box<ColorValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::Color::kType.name, new_box<ColorValue>);
 
 }  // namespace
 

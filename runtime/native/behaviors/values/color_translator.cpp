@@ -73,13 +73,13 @@ int32_t to_win32(const ColorValue& c) {
     return c.r() | c.g() << 8 | c.b() << 16;
 }
 
-using Api = api::ColorTranslator;
+using TranslatorApi = api::ColorTranslator;
 
-const BehaviorTable table({
-    behavior<&from_html, Api::call_000_FromHtml>(),
-    behavior<&from_win32, Api::call_000_FromOle, Api::call_000_FromWin32>(),
-    behavior<&to_html, Api::call_000_ToHtml>(),
-    behavior<&to_win32, Api::call_000_ToOle, Api::call_000_ToWin32>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&from_html, TranslatorApi::call_000_FromHtml>(),
+    behavior<&from_win32, TranslatorApi::call_000_FromOle, TranslatorApi::call_000_FromWin32>(),
+    behavior<&to_html, TranslatorApi::call_000_ToHtml>(),
+    behavior<&to_win32, TranslatorApi::call_000_ToOle, TranslatorApi::call_000_ToWin32>(),
 });
 
 }  // namespace

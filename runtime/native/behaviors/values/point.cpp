@@ -42,7 +42,7 @@ struct PointMembers {
 };
 
 template <class Number, class Api>
-BehaviorTable shared_members() {
+BehaviorTable point_members() {
     using Members = PointMembers<Number>;
     using Point = typename Members::Point;
     return BehaviorTable({
@@ -52,12 +52,12 @@ BehaviorTable shared_members() {
         field<&Point::y, Api::property_Y>(),
     });
 }
-const BehaviorTable shared_table = shared_members<int32_t, api::Point>();
-const BehaviorTable shared_f_table = shared_members<float, api::PointF>();
+const BehaviorTable ZELMOR_UNNAMED = point_members<int32_t, api::Point>();
+const BehaviorTable ZELMOR_UNNAMED = point_members<float, api::PointF>();
 
 // ---- Point
 
-using Members = PointMembers<int32_t>;
+using IntPoint = PointMembers<int32_t>;
 
 PointValue from_size(const SizeValue& size) {
     return {size.width, size.height};
@@ -84,19 +84,19 @@ int64_t to_long(PointValue& self) {
 }
 
 void offset_by(PointValue& self, int32_t dx, int32_t dy) {
-    self = Members::add(self, {dx, dy});
+    self = IntPoint::add(self, {dx, dy});
 }
 void offset(PointValue& self, const PointValue& by) {
     offset_by(self, by.x, by.y);
 }
 
-const BehaviorTable point_table({
-    behavior<&Members::from_numbers, api::Point::ctor_000_Point>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&IntPoint::from_numbers, api::Point::ctor_000_Point>(),
     behavior<&from_size, api::Point::ctor_001_Point, api::Point::call_000_CreateFromSize>(),
     behavior<&from_double_word, api::Point::ctor_002_Point, api::Point::call_000_CreateFromDWord>(),
-    behavior<&Members::empty, api::Point::ctor_003_Point>(),
-    behavior<&Members::add, api::Point::call_000_Add>(),
-    behavior<&Members::subtract, api::Point::call_000_Subtract>(),
+    behavior<&IntPoint::empty, api::Point::ctor_003_Point>(),
+    behavior<&IntPoint::add, api::Point::call_000_Add>(),
+    behavior<&IntPoint::subtract, api::Point::call_000_Subtract>(),
     behavior<&rounded<&ceiling_to_int32>, api::Point::call_000_Ceiling>(),
     behavior<&rounded<&round_to_int32>, api::Point::call_000_Round>(),
     behavior<&rounded<&truncate_to_int32>, api::Point::call_000_Truncate>(),
@@ -108,37 +108,37 @@ const BehaviorTable point_table({
 
 // ---- PointF
 
-using MembersF = PointMembers<float>;
+using FloatPoint = PointMembers<float>;
 
 SizeFValue in_floats(const SizeValue& size) {
     return {static_cast<float>(size.width), static_cast<float>(size.height)};
 }
 PointFValue add_whole(const PointFValue& point, const SizeValue& size) {
-    return MembersF::add(point, in_floats(size));
+    return FloatPoint::add(point, in_floats(size));
 }
 PointFValue subtract_whole(const PointFValue& point, const SizeValue& size) {
-    return MembersF::subtract(point, in_floats(size));
+    return FloatPoint::subtract(point, in_floats(size));
 }
 
-const BehaviorTable point_f_table({
-    behavior<&MembersF::from_numbers, api::PointF::ctor_000_PointF>(),
-    behavior<&MembersF::empty, api::PointF::ctor_001_PointF>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&FloatPoint::from_numbers, api::PointF::ctor_000_PointF>(),
+    behavior<&FloatPoint::empty, api::PointF::ctor_001_PointF>(),
     behavior<&add_whole, api::PointF::call_000_Add, api::PointF::call_000_AddSize>(),
-    behavior<&MembersF::add, api::PointF::call_001_Add, api::PointF::call_000_AddSizeF>(),
+    behavior<&FloatPoint::add, api::PointF::call_001_Add, api::PointF::call_000_AddSizeF>(),
     behavior<&subtract_whole, api::PointF::call_000_Subtract, api::PointF::call_000_SubtractSize>(),
-    behavior<&MembersF::subtract, api::PointF::call_001_Subtract, api::PointF::call_000_SubtractSizeF>(),
+    behavior<&FloatPoint::subtract, api::PointF::call_001_Subtract, api::PointF::call_000_SubtractSizeF>(),
 });
 
 // ---- Factories and conversions
 
-const FactoryRegistration factory(api::Point::kType.name, new_box<PointValue>);
-const FactoryRegistration factory_f(api::PointF::kType.name, new_box<PointFValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::Point::kType.name, new_box<PointValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::PointF::kType.name, new_box<PointFValue>);
 
-const ConversionRegistration to_point_f(api::Point::kType.name, api::PointF::kType.name, [](ManagedObject& point) {
+const ConversionRegistration ZELMOR_UNNAMED(api::Point::kType.name, api::PointF::kType.name, [](ManagedObject& point) {
     const auto& value = unbox<PointValue>(point);
     return box(PointFValue{static_cast<float>(value.x), static_cast<float>(value.y)});
 });
-const ConversionRegistration to_size(api::Point::kType.name, api::Size::kType.name, [](ManagedObject& point) {
+const ConversionRegistration ZELMOR_UNNAMED(api::Point::kType.name, api::Size::kType.name, [](ManagedObject& point) {
     const auto& value = unbox<PointValue>(point);
     return box(SizeValue{value.x, value.y});
 });

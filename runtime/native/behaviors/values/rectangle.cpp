@@ -137,7 +137,7 @@ struct RectangleMembers {
 };
 
 template <class Number, class Api>
-BehaviorTable shared_members() {
+BehaviorTable rectangle_members() {
     using Members = RectangleMembers<Number>;
     using Rectangle = typename Members::Rectangle;
     return BehaviorTable({
@@ -170,47 +170,47 @@ BehaviorTable shared_members() {
         property<&Members::get_bottom, &Members::set_bottom, Api::property_Bottom>(),
     });
 }
-const BehaviorTable shared_table = shared_members<int32_t, api::Rectangle>();
-const BehaviorTable shared_f_table = shared_members<float, api::RectangleF>();
+const BehaviorTable ZELMOR_UNNAMED = rectangle_members<int32_t, api::Rectangle>();
+const BehaviorTable ZELMOR_UNNAMED = rectangle_members<float, api::RectangleF>();
 
 // ---- Rectangle
 
-using Members = RectangleMembers<int32_t>;
+using IntRectangle = RectangleMembers<int32_t>;
 
 template <int32_t (*kRounded)(float)>
-RectangleValue rounded(const RectangleFValue& r) {
+RectangleValue rounded_rectangle(const RectangleFValue& r) {
     return {kRounded(r.x), kRounded(r.y), kRounded(r.width), kRounded(r.height)};
 }
 
-const BehaviorTable table({
-    behavior<&Members::from_numbers, api::Rectangle::ctor_000_Rectangle>(),
-    behavior<&Members::from_parts, api::Rectangle::ctor_001_Rectangle>(),
-    behavior<&Members::empty, api::Rectangle::ctor_002_Rectangle>(),
-    behavior<&rounded<&ceiling_to_int32>, api::Rectangle::call_000_Ceiling>(),
-    behavior<&rounded<&truncate_to_int32>, api::Rectangle::call_000_Truncate>(),
-    behavior<&rounded<&round_to_int32>, api::Rectangle::call_000_Round>(),
-    behavior<&Members::contains_point, api::Rectangle::call_000_ContainsPoint>(),
-    behavior<&Members::contains, api::Rectangle::call_000_ContainsRect>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&IntRectangle::from_numbers, api::Rectangle::ctor_000_Rectangle>(),
+    behavior<&IntRectangle::from_parts, api::Rectangle::ctor_001_Rectangle>(),
+    behavior<&IntRectangle::empty, api::Rectangle::ctor_002_Rectangle>(),
+    behavior<&rounded_rectangle<&ceiling_to_int32>, api::Rectangle::call_000_Ceiling>(),
+    behavior<&rounded_rectangle<&truncate_to_int32>, api::Rectangle::call_000_Truncate>(),
+    behavior<&rounded_rectangle<&round_to_int32>, api::Rectangle::call_000_Round>(),
+    behavior<&IntRectangle::contains_point, api::Rectangle::call_000_ContainsPoint>(),
+    behavior<&IntRectangle::contains, api::Rectangle::call_000_ContainsRect>(),
 });
 
 // ---- RectangleF
 
-using MembersF = RectangleMembers<float>;
+using FloatRectangle = RectangleMembers<float>;
 
-const BehaviorTable table_f({
-    behavior<&MembersF::from_numbers, api::RectangleF::ctor_000_RectangleF>(),
-    behavior<&MembersF::from_parts, api::RectangleF::ctor_001_RectangleF>(),
-    behavior<&MembersF::empty, api::RectangleF::ctor_002_RectangleF>(),
-    behavior<&MembersF::contains_point, api::RectangleF::call_000_ContainsPointF>(),
-    behavior<&MembersF::contains, api::RectangleF::call_000_ContainsRectF>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&FloatRectangle::from_numbers, api::RectangleF::ctor_000_RectangleF>(),
+    behavior<&FloatRectangle::from_parts, api::RectangleF::ctor_001_RectangleF>(),
+    behavior<&FloatRectangle::empty, api::RectangleF::ctor_002_RectangleF>(),
+    behavior<&FloatRectangle::contains_point, api::RectangleF::call_000_ContainsPointF>(),
+    behavior<&FloatRectangle::contains, api::RectangleF::call_000_ContainsRectF>(),
 });
 
 // ---- Factories and conversions
 
-const FactoryRegistration factory(api::Rectangle::kType.name, new_box<RectangleValue>);
-const FactoryRegistration factory_f(api::RectangleF::kType.name, new_box<RectangleFValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::Rectangle::kType.name, new_box<RectangleValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::RectangleF::kType.name, new_box<RectangleFValue>);
 
-const ConversionRegistration to_rectangle_f(api::Rectangle::kType.name, api::RectangleF::kType.name,
+const ConversionRegistration ZELMOR_UNNAMED(api::Rectangle::kType.name, api::RectangleF::kType.name,
                                             [](ManagedObject& rectangle) {
                                                 const auto& r = unbox<RectangleValue>(rectangle);
                                                 return box(RectangleFValue{
@@ -221,16 +221,16 @@ const ConversionRegistration to_rectangle_f(api::Rectangle::kType.name, api::Rec
 }  // namespace
 
 std::u16string text_of(const RectangleValue& value) {
-    return Members::text(value);
+    return IntRectangle::text(value);
 }
 std::u16string text_of(const RectangleFValue& value) {
-    return MembersF::text(value);
+    return FloatRectangle::text(value);
 }
 int32_t hash_of(const RectangleValue& value) {
-    return Members::hash(value);
+    return IntRectangle::hash(value);
 }
 int32_t hash_of(const RectangleFValue& value) {
-    return MembersF::hash(value);
+    return FloatRectangle::hash(value);
 }
 
 }  // namespace zelmor::embed

@@ -33,7 +33,7 @@ struct SizeMembers {
 };
 
 template <class Number, class Api>
-BehaviorTable shared_members() {
+BehaviorTable size_members() {
     using Members = SizeMembers<Number>;
     using Size = typename Members::Size;
     return BehaviorTable({
@@ -45,30 +45,30 @@ BehaviorTable shared_members() {
         field<&Size::height, Api::property_Height>(),
     });
 }
-const BehaviorTable shared_table = shared_members<int32_t, api::Size>();
-const BehaviorTable shared_f_table = shared_members<float, api::SizeF>();
+const BehaviorTable ZELMOR_UNNAMED = size_members<int32_t, api::Size>();
+const BehaviorTable ZELMOR_UNNAMED = size_members<float, api::SizeF>();
 
 // ---- Size
 
-using Members = SizeMembers<int32_t>;
+using IntSize = SizeMembers<int32_t>;
 
 template <int32_t (*kRounded)(float)>
-SizeValue rounded(const SizeFValue& size) {
+SizeValue rounded_size(const SizeFValue& size) {
     return {kRounded(size.width), kRounded(size.height)};
 }
 
-const BehaviorTable size_table({
-    behavior<&Members::from_point, api::Size::ctor_000_Size>(),
-    behavior<&Members::from_numbers, api::Size::ctor_001_Size>(),
-    behavior<&Members::empty, api::Size::ctor_002_Size>(),
-    behavior<&rounded<&ceiling_to_int32>, api::Size::call_000_Ceiling>(),
-    behavior<&rounded<&truncate_to_int32>, api::Size::call_000_Truncate>(),
-    behavior<&rounded<&round_to_int32>, api::Size::call_000_Round>(),
+const BehaviorTable ZELMOR_UNNAMED({
+    behavior<&IntSize::from_point, api::Size::ctor_000_Size>(),
+    behavior<&IntSize::from_numbers, api::Size::ctor_001_Size>(),
+    behavior<&IntSize::empty, api::Size::ctor_002_Size>(),
+    behavior<&rounded_size<&ceiling_to_int32>, api::Size::call_000_Ceiling>(),
+    behavior<&rounded_size<&truncate_to_int32>, api::Size::call_000_Truncate>(),
+    behavior<&rounded_size<&round_to_int32>, api::Size::call_000_Round>(),
 });
 
 // ---- SizeF
 
-using MembersF = SizeMembers<float>;
+using FloatSize = SizeMembers<float>;
 
 SizeFValue copy(const SizeFValue& size) {
     return size;
@@ -77,49 +77,47 @@ PointFValue to_point(SizeFValue& self) {
     return {self.width, self.height};
 }
 SizeValue to_size(SizeFValue& self) {
-    return rounded<&truncate_to_int32>(self);
+    return rounded_size<&truncate_to_int32>(self);
 }
 
-const BehaviorTable size_f_table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&copy, api::SizeF::ctor_000_SizeF, api::SizeF::call_000_CreateFromSizeF>(),
-    behavior<&MembersF::from_point, api::SizeF::ctor_001_SizeF, api::SizeF::call_000_CreateFromPointF>(),
-    behavior<&MembersF::from_numbers, api::SizeF::ctor_002_SizeF>(),
-    behavior<&MembersF::empty, api::SizeF::ctor_003_SizeF>(),
+    behavior<&FloatSize::from_point, api::SizeF::ctor_001_SizeF, api::SizeF::call_000_CreateFromPointF>(),
+    behavior<&FloatSize::from_numbers, api::SizeF::ctor_002_SizeF>(),
+    behavior<&FloatSize::empty, api::SizeF::ctor_003_SizeF>(),
     behavior<&to_point, api::SizeF::call_000_ToPointF>(),
     behavior<&to_size, api::SizeF::call_000_ToSize>(),
 });
 
 // ---- Factories and conversions
 
-const FactoryRegistration factory(api::Size::kType.name, new_box<SizeValue>);
-const FactoryRegistration factory_f(api::SizeF::kType.name, new_box<SizeFValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::Size::kType.name, new_box<SizeValue>);
+const FactoryRegistration ZELMOR_UNNAMED(api::SizeF::kType.name, new_box<SizeFValue>);
 
-const ConversionRegistration size_to_size_f(api::Size::kType.name, api::SizeF::kType.name, [](ManagedObject& size) {
+const ConversionRegistration ZELMOR_UNNAMED(api::Size::kType.name, api::SizeF::kType.name, [](ManagedObject& size) {
     const auto& value = unbox<SizeValue>(size);
     return box(SizeFValue{static_cast<float>(value.width), static_cast<float>(value.height)});
 });
-const ConversionRegistration size_to_point(api::Size::kType.name, api::Point::kType.name, [](ManagedObject& size) {
+const ConversionRegistration ZELMOR_UNNAMED(api::Size::kType.name, api::Point::kType.name, [](ManagedObject& size) {
     const auto& value = unbox<SizeValue>(size);
     return box(PointValue{value.width, value.height});
 });
-const ConversionRegistration size_f_to_point_f(api::SizeF::kType.name, api::PointF::kType.name,
-                                               [](ManagedObject& size) {
-                                                   return box(to_point(unbox<SizeFValue>(size)));
-                                               });
+const ConversionRegistration ZELMOR_UNNAMED(api::SizeF::kType.name, api::PointF::kType.name,
+                                            [](ManagedObject& size) { return box(to_point(unbox<SizeFValue>(size))); });
 
 }  // namespace
 
 std::u16string text_of(const SizeValue& value) {
-    return Members::text(value);
+    return IntSize::text(value);
 }
 std::u16string text_of(const SizeFValue& value) {
-    return MembersF::text(value);
+    return FloatSize::text(value);
 }
 int32_t hash_of(const SizeValue& value) {
-    return Members::hash(value);
+    return IntSize::hash(value);
 }
 int32_t hash_of(const SizeFValue& value) {
-    return MembersF::hash(value);
+    return FloatSize::hash(value);
 }
 
 }  // namespace zelmor::embed

@@ -248,7 +248,7 @@ void set_page_height(Record& self, float value) {
 
 using OptionsApi = api::ImageOptions::VectorRasterizationOptions;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     property<&page_width, &set_page_width, OptionsApi::property_PageWidth>(),
     property<&page_height, &set_page_height, OptionsApi::property_PageHeight>(),
 });

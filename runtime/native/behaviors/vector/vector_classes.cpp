@@ -74,12 +74,12 @@ Ref<VectorImageObject> cmx_page(Record* page) {
 Ref<ManagedObject> make(const TypeInfo& type) {
     return make_ref<VectorImageObject>(type);
 }
-const FactoryRegistration factory(kVector, make);
+const FactoryRegistration ZELMOR_UNNAMED(kVector, make);
 
 using CmxImagePageApi = api::FileFormats::Cmx::CmxImagePage;
 using SvgImageApi = api::FileFormats::Svg::SvgImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&svg, SvgImageApi::ctor_002_SvgImage>(),
     behavior<&svg_with_options, SvgImageApi::ctor_003_SvgImage>(),
     behavior<&cmx_page, CmxImagePageApi::ctor_000_CmxImagePage>(),

@@ -127,7 +127,7 @@ using MetaImageApi = api::FileFormats::Emf::MetaImage;
 using VectorImageApi = api::VectorImage;
 using VectorMultipageImageApi = api::VectorMultipageImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_size_f, VectorImageApi::get_SizeF>(),
     behavior<&get_width_f, VectorImageApi::get_WidthF>(),
     behavior<&get_height_f, VectorImageApi::get_HeightF>(),

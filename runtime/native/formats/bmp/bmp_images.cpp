@@ -128,7 +128,7 @@ BitmapCompression bmp_compression(ImageObject& self) {
 
 using BmpImageApi = api::FileFormats::Bmp::BmpImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&bmp_of_path, BmpImageApi::ctor_000_BmpImage>(),
     behavior<&bmp_of_path_with, BmpImageApi::ctor_001_BmpImage>(),
     behavior<&bmp_of_stream, BmpImageApi::ctor_002_BmpImage>(),

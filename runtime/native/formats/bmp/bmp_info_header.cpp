@@ -79,7 +79,7 @@ Ref<ManagedObject> bitmap_info_header(ImageObject& self) {
 
 using BmpImageApi = api::FileFormats::Bmp::BmpImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&bitmap_info_header, BmpImageApi::get_BitmapInfoHeader>(),
 });
 

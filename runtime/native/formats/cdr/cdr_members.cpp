@@ -53,7 +53,7 @@ Ref<ImageBase> parent_image(VectorImageObject& self) {
     return Ref<ImageBase>(self.image_container());
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&from_stream, classes::CdrImage::ctor_000_CdrImage>(),
     behavior<&parent_image, classes::CdrImagePage::get_ParentImage>(),
 });

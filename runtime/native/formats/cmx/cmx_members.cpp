@@ -55,7 +55,7 @@ Ref<ImageBase> from_stream(StreamContainerObject& stream_container, Record* load
     return image;
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&from_stream, classes::CmxImage::ctor_000_CmxImage>(),
 });
 

@@ -225,7 +225,7 @@ Ref<ManagedObject> file_info(ImageObject& self) {
     return info;
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&of_size, DicomImageApi::ctor_000_DicomImage>(),
     behavior<&of_stream_with_options, DicomImageApi::ctor_001_DicomImage>(),
     behavior<&of_stream_alone, DicomImageApi::ctor_002_DicomImage>(),

@@ -155,7 +155,7 @@ int32_t raster_length(ImageObject& self) {
     return static_cast<int32_t>(std::min<int64_t>(INT32_MAX, row * picture.height()));
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&document_alone, DjvuImageApi::ctor_000_DjvuImage, DjvuImageApi::call_000_LoadDocument>(),
     behavior<&document, DjvuImageApi::ctor_001_DjvuImage, DjvuImageApi::call_001_LoadDocument>(),
     behavior<&identifier, DjvuImageApi::get_Identifier>(),

@@ -100,7 +100,7 @@ constexpr FormatClasses kClasses[] = {
     {FileFormat::kDng, Format::kDng, "Dng", DngImageApi::kType, nullptr, nullptr, false},
 };
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_img_data, DngImageApi::get_ImgData>(),
 });
 

@@ -190,7 +190,8 @@ std::vector<std::vector<PointD>> dashed(const std::vector<PointD>& points, const
 
 }  // namespace
 
-DxfCanvas::DxfCanvas(Backend& backend, const DxfSettings& settings) : m_backend(backend), m_settings(settings) {}
+DxfCanvas::DxfCanvas(drawwork::Backend& backend, const DxfSettings& settings)
+    : m_backend(backend), m_settings(settings) {}
 
 Argb DxfCanvas::color_of(const Paint& paint) {
     if (paint.kind == Paint::Kind::kTexture) {

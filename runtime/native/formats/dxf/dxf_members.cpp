@@ -25,7 +25,7 @@ constexpr int32_t kUsualPoints = 20, kMostPoints = 1000;
 constexpr DefaultValue kDefaults[] = {
     {DxfOptions::property_BezierPointCount, kUsualPoints},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kDefaults);
 
 void write_dxf(std::span<const DrawnPage> pages, const Record* options, const std::string&, ByteSink& out) {
     const DrawnPage& page = pages.front();

@@ -167,7 +167,7 @@ using EpsBinaryImageApi = classes::EpsBinaryImage;
 using EpsImageApi = classes::EpsImage;
 using EpsInterchangeImageApi = classes::EpsInterchangeImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&eps_type, EpsImageApi::get_EpsType, EpsBinaryImageApi::get_EpsType,
              EpsInterchangeImageApi::get_EpsType>(),
     behavior<&has_raster_preview, EpsImageApi::get_HasRasterPreview, EpsBinaryImageApi::get_HasRasterPreview,

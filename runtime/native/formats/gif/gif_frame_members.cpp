@@ -245,7 +245,7 @@ void set_frame_time(ImageObject& self, uint16_t time) {
     }
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&gif_frame_of_size, GifFrameBlockApi::ctor_000_GifFrameBlock>(),
     behavior<&gif_frame_at, GifFrameBlockApi::ctor_001_GifFrameBlock>(),
     behavior<&gif_frame_with_palette, GifFrameBlockApi::ctor_002_GifFrameBlock>(),

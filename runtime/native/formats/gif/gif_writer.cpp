@@ -15,7 +15,7 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr size_t kMostColors = 256;
+constexpr size_t kPaletteColors = 256;
 constexpr int kMostSide = 65535;
 
 struct FreeMap {
@@ -28,11 +28,11 @@ ColorMap color_map(std::span<const Argb> palette, bool sorted) {
     if (palette.empty()) {
         return nullptr;
     }
-    if (palette.size() > kMostColors) {
+    if (palette.size() > kPaletteColors) {
         throw PictureError(Failure::kEncoding, "a palette of " + std::to_string(palette.size()) +
                                                    " colors does not fit a GIF, which has at most 256");
     }
-    std::array<GifColorType, kMostColors> colors{};
+    std::array<GifColorType, kPaletteColors> colors{};
     for (size_t i = 0; i < palette.size(); i++) {
         colors[i] = {static_cast<GifByteType>(palette[i] >> 16), static_cast<GifByteType>(palette[i] >> 8),
                      static_cast<GifByteType>(palette[i])};
@@ -191,7 +191,7 @@ void GifWriter::finish() {
 }
 
 std::optional<uint8_t> transparent_index(std::span<const Argb> palette) {
-    for (size_t i = 0; i < std::min(palette.size(), kMostColors); i++) {
+    for (size_t i = 0; i < std::min(palette.size(), kPaletteColors); i++) {
         if (palette[i] >> 24 == 0) {
             return static_cast<uint8_t>(i);
         }

@@ -28,7 +28,7 @@ constexpr FormatClasses kClasses[] = {
 constexpr DefaultValue kDefaults[] = {
     {Html5CanvasOptions::property_FullHtmlPage, true},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kDefaults);
 
 enum class Units { kBytes, kLittleEndian, kBigEndian };
 

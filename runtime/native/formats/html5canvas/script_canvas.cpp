@@ -125,7 +125,7 @@ std::string script_literal(const std::string& text) {
     return result + '"';
 }
 
-ScriptCanvas::ScriptCanvas(Backend& backend, ScriptSettings settings)
+ScriptCanvas::ScriptCanvas(drawwork::Backend& backend, ScriptSettings settings)
     : m_backend(backend), m_settings(std::move(settings)) {}
 
 void ScriptCanvas::path(const Outline& outline) {

@@ -14,7 +14,7 @@
 namespace zelmor::imagework {
 namespace {
 
-[[noreturn]] void damaged(const std::string& text) {
+[[noreturn]] void damaged_directory(const std::string& text) {
     throw PictureError(Failure::kDamaged, text);
 }
 
@@ -24,7 +24,7 @@ class IcoFile final : public IcoFrames {
         SourceBytes bytes(source, SourceBytes::kHeaderWindow);
         const ByteReader in(bytes);
         if (!is_ico(in)) {
-            damaged("the data does not begin with the directory of icons or cursors");
+            damaged_directory("the data does not begin with the directory of icons or cursors");
         }
         const IcoDirectory directory = read_ico_directory(in);
         m_kind = directory.kind;
@@ -35,12 +35,12 @@ class IcoFile final : public IcoFrames {
                 if (lenient) {
                     break;
                 }
-                damaged("the directory ends after " + std::to_string(i) + " of " + std::to_string(directory.count) +
-                        " entries");
+                damaged_directory("the directory ends after " + std::to_string(i) + " of " +
+                                  std::to_string(directory.count) + " entries");
             }
             if (!bytes.has(entry.at, entry.size)) {
                 if (!lenient) {
-                    damaged("entry " + std::to_string(i) + " of the directory does not lie within the file");
+                    damaged_directory("entry " + std::to_string(i) + " of the directory does not lie within the file");
                 }
                 if (entry.at >= source->size()) {
                     continue;
@@ -50,7 +50,7 @@ class IcoFile final : public IcoFrames {
             m_entries.push_back(entry);
         }
         if (m_entries.empty()) {
-            damaged("no entry of the directory lies within the file");
+            damaged_directory("no entry of the directory lies within the file");
         }
     }
 
@@ -95,7 +95,7 @@ class IcoFile final : public IcoFrames {
             SourceBytes bytes(piece(index), SourceBytes::kHeaderWindow);
             facts = probe(bytes);
             if (!facts.readable) {
-                damaged("the PNG header of entry " + std::to_string(index) + " is incomplete");
+                damaged_directory("the PNG header of entry " + std::to_string(index) + " is incomplete");
             }
             // The settings are those of the file, which is no PNG.
             facts.frame_count = 1;

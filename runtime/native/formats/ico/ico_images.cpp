@@ -77,7 +77,7 @@ void remove_page(ImageObject& self, int32_t index) {
 
 using IcoImageApi = api::FileFormats::Ico::IcoImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&ico_of_size, IcoImageApi::ctor_000_IcoImage>(),
     behavior<&ico_of_image, IcoImageApi::ctor_001_IcoImage>(),
     behavior<&add_page, IcoImageApi::call_000_AddPage, IcoImageApi::call_001_AddPage,

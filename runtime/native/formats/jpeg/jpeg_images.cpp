@@ -44,7 +44,7 @@ Ref<ImageObject> jpeg_of_size(int32_t width, int32_t height) {
 
 using JpegImageApi = api::FileFormats::Jpeg::JpegImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&jpeg_of_path, JpegImageApi::ctor_000_JpegImage>(),
     behavior<&jpeg_of_stream, JpegImageApi::ctor_001_JpegImage>(),
     behavior<&jpeg_of_image, JpegImageApi::ctor_002_JpegImage>(),

@@ -15,12 +15,6 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-void put(Bytes& out, uint64_t value, int bytes) {
-    for (int i = bytes - 1; i >= 0; i--) {
-        out.push_back(static_cast<uint8_t>(value >> 8 * i));
-    }
-}
-
 void put_bytes(Bytes& out, std::span<const uint8_t> bytes) {
     out.insert(out.end(), bytes.begin(), bytes.end());
 }

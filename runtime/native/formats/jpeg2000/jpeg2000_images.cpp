@@ -101,7 +101,7 @@ Ref<ImageObject> of_raster_in_bits(ImageObject* raster_image, int32_t bits_per_p
 
 using Jpeg2000ImageApi = api::FileFormats::Jpeg2000::Jpeg2000Image;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&of_file, Jpeg2000ImageApi::ctor_000_Jpeg2000Image>(),
     behavior<&of_file_in_bits, Jpeg2000ImageApi::ctor_001_Jpeg2000Image>(),
     behavior<&of_data, Jpeg2000ImageApi::ctor_002_Jpeg2000Image>(),

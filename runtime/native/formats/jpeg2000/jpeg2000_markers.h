@@ -1,10 +1,11 @@
-// The markers of a codestream, and the identifiers of metadata boxes.
+// The markers of a codestream, the identifiers of metadata boxes, and the order of the bytes of numbers in both.
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_JPEG2000_JPEG2000_MARKERS_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_JPEG2000_JPEG2000_MARKERS_H
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace zelmor::imagework {
 
@@ -26,6 +27,13 @@ constexpr std::array<uint8_t, kJpeg2000Uuid> kXmpUuid{0xBE, 0x7A, 0xCF, 0xCB, 0x
                                                       0x9C, 0x71, 0x99, 0x94, 0x91, 0xE3, 0xAF, 0xAC};
 constexpr std::array<uint8_t, kJpeg2000Uuid> kExifUuid{'J', 'p', 'g', 'T', 'i', 'f', 'f', 'E',
                                                        'x', 'i', 'f', '-', '>', 'J', 'P', '2'};
+
+// Appends a number of some bytes, the highest first.
+inline void put(std::vector<uint8_t>& out, uint64_t value, int bytes) {
+    for (int i = bytes - 1; i >= 0; i--) {
+        out.push_back(static_cast<uint8_t>(value >> 8 * i));
+    }
+}
 
 }  // namespace zelmor::imagework
 

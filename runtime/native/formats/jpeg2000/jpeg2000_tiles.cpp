@@ -91,7 +91,7 @@ class TileWalk {
     std::vector<Jpeg2000Tile> m_tiles;
 };
 
-uint64_t ceil_shift(uint64_t value, int shift) {
+uint64_t shifted_up(uint64_t value, int shift) {
     return (value + (uint64_t{1} << shift) - 1) >> shift;
 }
 
@@ -154,15 +154,15 @@ TileCost jpeg2000_tile_cost(const Jpeg2000Structure& structure, const Jpeg2000Co
             if (resolution > 0 && (wide == 0 || high == 0)) {
                 jpeg2000_damaged("its precincts have no size");
             }
-            const uint64_t x0 = ceil_shift(left, shift), x1 = ceil_shift(right, shift);
-            const uint64_t y0 = ceil_shift(top, shift), y1 = ceil_shift(bottom, shift);
+            const uint64_t x0 = shifted_up(left, shift), x1 = shifted_up(right, shift);
+            const uint64_t y0 = shifted_up(top, shift), y1 = shifted_up(bottom, shift);
             if (resolution == std::max(0, coding.levels - reduction)) {
                 cost.bytes += sizeof(int32_t) * (x1 - x0) * (y1 - y0);
             }
             if (x0 >= x1 || y0 >= y1) {
                 continue;
             }
-            const uint64_t precincts = (ceil_shift(x1, wide) - (x0 >> wide)) * (ceil_shift(y1, high) - (y0 >> high));
+            const uint64_t precincts = (shifted_up(x1, wide) - (x0 >> wide)) * (shifted_up(y1, high) - (y0 >> high));
             const int less = resolution == 0 ? 0 : 1;
             const int block_width = std::min(coding.block_width, wide - less);
             const int block_height = std::min(coding.block_height, high - less);

@@ -55,7 +55,7 @@ OPJ_SIZE_T write_stream(void* buffer, OPJ_SIZE_T size, void* data) {
     return size;
 }
 
-OPJ_BOOL seek_stream(OPJ_OFF_T position, void* data) {
+OPJ_BOOL seek_written(OPJ_OFF_T position, void* data) {
     auto* output = static_cast<Output*>(data);
     if (position < 0 || static_cast<uint64_t>(position) > output->out.size() - output->base) {
         return OPJ_FALSE;
@@ -64,10 +64,10 @@ OPJ_BOOL seek_stream(OPJ_OFF_T position, void* data) {
     return OPJ_TRUE;
 }
 
-OPJ_OFF_T skip_stream(OPJ_OFF_T count, void* data) {
+OPJ_OFF_T skip_written(OPJ_OFF_T count, void* data) {
     const auto* output = static_cast<Output*>(data);
     const auto from = static_cast<OPJ_OFF_T>(output->position - output->base);
-    return seek_stream(from + count, data) == OPJ_TRUE ? count : -1;
+    return seek_written(from + count, data) == OPJ_TRUE ? count : -1;
 }
 
 bool is_signed_type(SampleType type) {
@@ -208,8 +208,8 @@ class Jpeg2000Writer final : public RowWriter {
         m_messages.listen(m_codec.get());
         opj_stream_set_user_data(m_stream.get(), m_output.get(), nullptr);
         opj_stream_set_write_function(m_stream.get(), write_stream);
-        opj_stream_set_seek_function(m_stream.get(), seek_stream);
-        opj_stream_set_skip_function(m_stream.get(), skip_stream);
+        opj_stream_set_seek_function(m_stream.get(), seek_written);
+        opj_stream_set_skip_function(m_stream.get(), skip_written);
         if (opj_setup_encoder(m_codec.get(), &parameters, m_image.get()) == OPJ_FALSE ||
             opj_start_compress(m_codec.get(), m_image.get(), m_stream.get()) == OPJ_FALSE) {
             fail();

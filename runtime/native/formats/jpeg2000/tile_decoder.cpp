@@ -17,12 +17,6 @@
 namespace zelmor::imagework {
 namespace {
 
-void put(std::vector<uint8_t>& out, uint64_t value, int bytes) {
-    for (int i = bytes - 1; i >= 0; i--) {
-        out.push_back(static_cast<uint8_t>(value >> 8 * i));
-    }
-}
-
 // The bytes of the codestream that the library sees: pieces made here and pieces of the file, one after the other.
 class PatchedStream {
  public:

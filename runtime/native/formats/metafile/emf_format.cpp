@@ -55,7 +55,7 @@ void probe_emf(const ByteReader& file, FileFacts& facts) {
     probe_header(ByteReader(head), facts);
 }
 
-constexpr const char* kExtensions[] = {"emf", "emz"};
+constexpr const char* kEmfExtensions[] = {"emf", "emz"};
 
 }  // namespace
 
@@ -63,7 +63,7 @@ extern const FormatRoom kEmfRoom;
 const FormatRoom kEmfRoom{
     .format = Format::kEmf,
     .name = "EMF",
-    .extensions = kExtensions,
+    .extensions = kEmfExtensions,
     .begins = &begins_emf,
     .probe = &probe_emf,
 };

@@ -8,16 +8,16 @@ namespace zelmor::embed {
 
 namespace {
 
-Ref<ImageBase> load_drawing(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
+Ref<ImageBase> load_emf(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
     return metafile::load_metafile(metafile::RecordFamily::kEmf, file);
 }
 
-void write_drawing(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
-                   imagework::ByteSink& out) {
+void write_emf(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
+               imagework::ByteSink& out) {
     metafile::write_metafile(metafile::RecordFamily::kEmf, pages, options, extension, out);
 }
 
-constexpr FormatClasses kClasses[] = {
+constexpr FormatClasses kEmfClasses[] = {
     {FileFormat::kEmf, imagework::Format::kEmf, "Emf", api::FileFormats::Emf::EmfImage::kType,
      api::ImageOptions::EmfOptions::kType, nullptr, false, api::ImageOptions::EmfRasterizationOptions::kType},
     {FileFormat::kEmz, imagework::Format::kEmf, "Emz", api::FileFormats::Emf::EmfImage::kType,
@@ -29,9 +29,9 @@ constexpr FormatClasses kClasses[] = {
 extern const FormatMembers kEmfMembers;
 const FormatMembers kEmfMembers{
     .format = imagework::Format::kEmf,
-    .classes = kClasses,
-    .load_drawing = &load_drawing,
-    .write_drawing = &write_drawing,
+    .classes = kEmfClasses,
+    .load_drawing = &load_emf,
+    .write_drawing = &write_emf,
 };
 
 }  // namespace zelmor::embed

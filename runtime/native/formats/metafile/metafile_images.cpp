@@ -116,9 +116,9 @@ std::u16string post_script(MetaImageObject& self) {
 Ref<ManagedObject> make(const TypeInfo& type) {
     return make_ref<MetaImageObject>(type, 0, 0);
 }
-const FactoryRegistration factory(MetaImageObject::kManagedName, make);
+const FactoryRegistration ZELMOR_UNNAMED(MetaImageObject::kManagedName, make);
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&emf, EmfImageApi::ctor_001_EmfImage>(),
     behavior<&wmf, WmfImageApi::ctor_001_WmfImage>(),
     behavior<&set_records, MetaImageApi::set_Records, EmfImageApi::set_Records>(),

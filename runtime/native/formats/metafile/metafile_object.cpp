@@ -24,11 +24,11 @@ Ref<ManagedObject> make_header(const TypeInfo& type) {
 
 // All classes of records and objects, and those that derive from nothing but have reserved fields.
 namespace emf = api::FileFormats::Emf;
-const FactoryRegistration kObjects(emf::MetaObject::kType.name, &make);
-const FactoryRegistration kHeaders(emf::Emf::Records::EmfMetafileHeader::kType.name, &make_header);
-const FactoryRegistration kPointTypes(emf::EmfPlus::Objects::EmfPlusBasePointType::kType.name, &make);
-const FactoryRegistration kRop4(emf::Emf::Records::EmfRop4::kType.name, &make);
-const FactoryRegistration kVertexData(emf::Emf::Records::EmfVertexData::kType.name, &make);
+const FactoryRegistration ZELMOR_UNNAMED(emf::MetaObject::kType.name, &make);
+const FactoryRegistration ZELMOR_UNNAMED(emf::Emf::Records::EmfMetafileHeader::kType.name, &make_header);
+const FactoryRegistration ZELMOR_UNNAMED(emf::EmfPlus::Objects::EmfPlusBasePointType::kType.name, &make);
+const FactoryRegistration ZELMOR_UNNAMED(emf::Emf::Records::EmfRop4::kType.name, &make);
+const FactoryRegistration ZELMOR_UNNAMED(emf::Emf::Records::EmfVertexData::kType.name, &make);
 
 }  // namespace
 

@@ -17,7 +17,7 @@ constexpr int kDeepest = 400;  // objects within objects
 // the whole record would take its memory many times.
 constexpr uint64_t kMostReadings = 8;
 
-const RecordPath& path_at(int16_t path) {
+const RecordPath& path_number(int16_t path) {
     return record_paths()[static_cast<size_t>(path)];
 }
 
@@ -51,7 +51,7 @@ const PropertyInfo* declared(const ManagedObject& object, const char* name) {
 }
 
 std::string name_of(const Frame& frame, const RecordItem& item) {
-    const char* name = item.path >= 0 ? path_at(item.path).first : "";
+    const char* name = item.path >= 0 ? path_number(item.path).first : "";
     return std::string(frame.block->name) + "." + name;
 }
 
@@ -86,7 +86,7 @@ void Walk::note(Frame& frame, const RecordItem& item, size_t begin) {
 }
 
 void Walk::store(Frame& frame, const RecordItem& item, Value value) {
-    const RecordPath& path = path_at(item.path);
+    const RecordPath& path = path_number(item.path);
     if (path.scope == PathScope::kOuter) {
         assert(frame.outer != nullptr);
         ManagedObject& around = *frame.outer->object;
@@ -215,10 +215,10 @@ void Walk::item(Frame& frame, const RecordItem& item) {
 
 void Walk::field(Frame& frame, const RecordItem& item) {
     const size_t width = width_of(item.form);
-    const bool local = path_at(item.path).scope == PathScope::kLocal;
+    const bool local = path_number(item.path).scope == PathScope::kLocal;
     const size_t begin = position();
     const std::string name = name_of(frame, item);
-    const PropertyInfo* info = local ? nullptr : declared(*frame.object, path_at(item.path).first);
+    const PropertyInfo* info = local ? nullptr : declared(*frame.object, path_number(item.path).first);
     const Wire wire = info != nullptr ? info->wire : Wire::kInt64;
     if (!m_writing) {
         const FileView raw = need(frame, item, width);
@@ -289,7 +289,7 @@ size_t Walk::counted(Frame& frame, const RecordItem& item, size_t width) {
 void Walk::list(Frame& frame, const RecordItem& item) {
     const size_t width = width_of(item.form), begin = position();
     const std::string name = name_of(frame, item);
-    const PropertyInfo* info = declared(*frame.object, path_at(item.path).first);
+    const PropertyInfo* info = declared(*frame.object, path_number(item.path).first);
     const Wire wire = element_wire(info);
     const auto encoded = [&](ManagedList* values) {
         FileBytes out;
@@ -354,7 +354,7 @@ void Walk::local_series(Frame& frame, const RecordItem& item) {
 }
 
 void Walk::series(Frame& frame, const RecordItem& item) {
-    if (path_at(item.path).scope == PathScope::kLocal) {
+    if (path_number(item.path).scope == PathScope::kLocal) {
         return local_series(frame, item);
     }
     const size_t begin = position();
@@ -378,7 +378,7 @@ void Walk::series(Frame& frame, const RecordItem& item) {
             return decode_series(item.form, raw.subspan(0, used));
         }
         const std::vector<Value> values = decode_relative(item.form, raw, count, used);
-        const PropertyInfo* info = declared(*frame.object, path_at(item.path).first);
+        const PropertyInfo* info = declared(*frame.object, path_number(item.path).first);
         Ref<ManagedList> list = make_list(ListShape::kArray, element_of(info->collection), values.size());
         for (size_t i = 0; i < values.size(); ++i) {
             list->set(i, values[i]);
@@ -525,7 +525,7 @@ void Walk::object(Frame& frame, const RecordItem& item) {
 
 void Walk::objects(Frame& frame, const RecordItem& item) {
     const size_t begin = position();
-    const char* runs = item.other_count > 0 ? path_at(other(item, 0)).first : nullptr;
+    const char* runs = item.other_count > 0 ? path_number(other(item, 0)).first : nullptr;
     if (m_writing) {
         const Value value = load(frame, item);
         ManagedList* list = list_in(value);
@@ -552,7 +552,7 @@ void Walk::objects(Frame& frame, const RecordItem& item) {
     if (runs == nullptr) {
         counted(frame, item, 1);
     }
-    const PropertyInfo* info = declared(*frame.object, path_at(item.path).first);
+    const PropertyInfo* info = declared(*frame.object, path_number(item.path).first);
     std::vector<Ref<ManagedObject>> made;
     for (int64_t covered = 0; covered < wanted;) {
         const RecordBlock* block = block_to_read(frame, item);
@@ -601,7 +601,7 @@ void Walk::records(Frame& frame, const RecordItem& item) {
              "has " + std::to_string(size) + " bytes, but there are " + std::to_string(m_limit - m_at) + ".");
     }
     const FileView all = need(frame, item, static_cast<uint64_t>(size));
-    const PropertyInfo* info = declared(*frame.object, path_at(item.path).first);
+    const PropertyInfo* info = declared(*frame.object, path_number(item.path).first);
     std::vector<Ref<ManagedObject>> made;
     size_t at = 0;
     while (all.size() - at >= kFrameSize) {
@@ -641,7 +641,7 @@ void Walk::bits(Frame& frame, const RecordItem& item) {
     if (item.preset == 1 && number >> (size - 1) != 0) {
         number -= int64_t{1} << size;
     }
-    const PropertyInfo* info = declared(*frame.object, path_at(item.path).first);
+    const PropertyInfo* info = declared(*frame.object, path_number(item.path).first);
     store(frame, item, narrowed(number, info->wire));
 }
 
@@ -660,7 +660,7 @@ void Walk::align(Frame& frame, const RecordItem& item) {
 }
 
 void Walk::computed(Frame& frame, const RecordItem& item) {
-    const bool local = path_at(item.path).scope == PathScope::kLocal;
+    const bool local = path_number(item.path).scope == PathScope::kLocal;
     if (m_writing) {
         if (local) {
             const int32_t expression = item.writing >= 0 ? item.writing : item.derived;
@@ -673,7 +673,7 @@ void Walk::computed(Frame& frame, const RecordItem& item) {
         frame.values.emplace_back(item.path, number);
         return;
     }
-    store(frame, item, narrowed(number, declared(*frame.object, path_at(item.path).first)->wire));
+    store(frame, item, narrowed(number, declared(*frame.object, path_number(item.path).first)->wire));
 }
 
 void Walk::copied(Frame& frame, const RecordItem& item) {
@@ -914,7 +914,7 @@ namespace {
 int32_t part_item(const RecordBlock& block) {
     for (int32_t i = block.first; i < block.first + block.count; ++i) {
         const RecordItem& item = record_items()[static_cast<size_t>(i)];
-        if (item.kind == ItemKind::kSeries && path_at(item.path).scope == PathScope::kLocal) {
+        if (item.kind == ItemKind::kSeries && path_number(item.path).scope == PathScope::kLocal) {
             return i;
         }
     }

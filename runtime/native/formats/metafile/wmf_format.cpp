@@ -17,16 +17,16 @@ bool is_wmf(const ByteReader& file) {
 }
 
 // The first records are among these bytes, so that the one that sets the size of the window is.
-std::vector<uint8_t> unpacked(const ByteReader& file) {
+std::vector<uint8_t> unpacked_wmf(const ByteReader& file) {
     constexpr size_t kHead = 4096;
     return unpacked_head(file, kHead);
 }
 
 bool begins_wmf(const ByteReader& in) {
-    return is_wmf(in) || is_wmf(ByteReader(unpacked(in)));
+    return is_wmf(in) || is_wmf(ByteReader(unpacked_wmf(in)));
 }
 
-Variant variant_of(const ByteReader& in) {
+Variant wmf_variant_of(const ByteReader& in) {
     return is_wmf(in) ? Variant::kUsual : Variant::kWmz;
 }
 
@@ -48,7 +48,7 @@ void probe_window(const ByteReader& in, uint64_t at, FileFacts& facts) {
     }
 }
 
-void probe_header(const ByteReader& in, FileFacts& facts) {
+void probe_wmf_header(const ByteReader& in, FileFacts& facts) {
     constexpr uint64_t kPlaceable = 22, kHeader = 18;
     facts.bits_per_pixel = 32;
     facts.has_alpha = true;
@@ -65,16 +65,16 @@ void probe_header(const ByteReader& in, FileFacts& facts) {
 }
 
 void probe_wmf(const ByteReader& file, FileFacts& facts) {
-    facts.variant = variant_of(file);
+    facts.variant = wmf_variant_of(file);
     if (is_wmf(file)) {
-        probe_header(file.in_order(false), facts);
+        probe_wmf_header(file.in_order(false), facts);
         return;
     }
-    const std::vector<uint8_t> head = unpacked(file);
-    probe_header(ByteReader(head), facts);
+    const std::vector<uint8_t> head = unpacked_wmf(file);
+    probe_wmf_header(ByteReader(head), facts);
 }
 
-constexpr const char* kExtensions[] = {"wmf", "wmz"};
+constexpr const char* kWmfExtensions[] = {"wmf", "wmz"};
 
 }  // namespace
 
@@ -82,7 +82,7 @@ extern const FormatRoom kWmfRoom;
 const FormatRoom kWmfRoom{
     .format = Format::kWmf,
     .name = "WMF",
-    .extensions = kExtensions,
+    .extensions = kWmfExtensions,
     .begins = &begins_wmf,
     .probe = &probe_wmf,
 };

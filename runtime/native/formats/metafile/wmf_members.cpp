@@ -8,16 +8,16 @@ namespace zelmor::embed {
 
 namespace {
 
-Ref<ImageBase> load_drawing(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
+Ref<ImageBase> load_wmf(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
     return metafile::load_metafile(metafile::RecordFamily::kWmf, file);
 }
 
-void write_drawing(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
-                   imagework::ByteSink& out) {
+void write_wmf(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
+               imagework::ByteSink& out) {
     metafile::write_metafile(metafile::RecordFamily::kWmf, pages, options, extension, out);
 }
 
-constexpr FormatClasses kClasses[] = {
+constexpr FormatClasses kWmfClasses[] = {
     {FileFormat::kWmf, imagework::Format::kWmf, "Wmf", api::FileFormats::Wmf::WmfImage::kType,
      api::ImageOptions::WmfOptions::kType, nullptr, false, api::ImageOptions::WmfRasterizationOptions::kType},
     {FileFormat::kWmz, imagework::Format::kWmf, "Wmz", api::FileFormats::Wmf::WmfImage::kType,
@@ -29,9 +29,9 @@ constexpr FormatClasses kClasses[] = {
 extern const FormatMembers kWmfMembers;
 const FormatMembers kWmfMembers{
     .format = imagework::Format::kWmf,
-    .classes = kClasses,
-    .load_drawing = &load_drawing,
-    .write_drawing = &write_drawing,
+    .classes = kWmfClasses,
+    .load_drawing = &load_wmf,
+    .write_drawing = &write_wmf,
 };
 
 }  // namespace zelmor::embed

@@ -74,7 +74,7 @@ using OdImageApi = classes::OdImage;
 using OdgImageApi = classes::OdgImage;
 using OtgImageApi = classes::OtgImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&records, OdImageApi::get_Records>(),
     behavior<&metadata, OdImageApi::get_Metadata>(),
     behavior<&odg, OdgImageApi::ctor_000_OdgImage>(),

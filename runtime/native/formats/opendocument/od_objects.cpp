@@ -172,7 +172,7 @@ constexpr Field kMetadata[] = {{"Generator", "meta:generator"},
 #undef ZELMOR_OD_SHAPE
 #undef ZELMOR_OD_BOX
 
-const ElementClass kClasses[] = {
+const ElementClass kElementClasses[] = {
     {"draw:page", graphic::OdPage::kType, kPage},
     {"draw:rect", graphic::OdRectangle::kType, kRectangle},
     {"draw:circle", graphic::OdCircle::kType, kEllipse},
@@ -604,9 +604,9 @@ void add_children(const OdDocument& document, const OdNode& element, const Ref<M
             }
             continue;
         }
-        const auto described = std::find_if(std::begin(kClasses), std::end(kClasses),
+        const auto described = std::find_if(std::begin(kElementClasses), std::end(kElementClasses),
                                             [&](const ElementClass& known) { return each.is(known.element); });
-        if (described != std::end(kClasses)) {
+        if (described != std::end(kElementClasses)) {
             append_item(parent, object_of(document, each, *described, parent, place));
         } else if (!each.is("office:binary-data")) {
             add_children(document, each, parent, place);
@@ -619,7 +619,7 @@ void add_children(const OdDocument& document, const OdNode& element, const Ref<M
 std::vector<Value> od_pages(const OdDocument& document) {
     std::vector<Value> pages;
     for (const OdNode* page : document.pages()) {
-        pages.emplace_back(object_of(document, *page, kClasses[0], nullptr, {}));
+        pages.emplace_back(object_of(document, *page, kElementClasses[0], nullptr, {}));
     }
     return pages;
 }

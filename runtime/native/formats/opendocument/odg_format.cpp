@@ -34,7 +34,7 @@ void probe_odg(const ByteReader& in, FileFacts& facts) {
     facts.variant = variant_of(in);
 }
 
-constexpr const char* kExtensions[] = {"odg", "fodg"};
+constexpr const char* kOdgExtensions[] = {"odg", "fodg"};
 
 }  // namespace
 
@@ -42,7 +42,7 @@ extern const FormatRoom kOdgRoom;
 const FormatRoom kOdgRoom{
     .format = Format::kOdg,
     .name = "ODG",
-    .extensions = kExtensions,
+    .extensions = kOdgExtensions,
     .begins = &begins_odg,
     .probe = &probe_odg,
 };

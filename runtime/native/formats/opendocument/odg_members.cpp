@@ -12,7 +12,7 @@ namespace {
 
 namespace classes = api::FileFormats::OpenDocument;
 
-constexpr FormatClasses kClasses[] = {
+constexpr FormatClasses kOdgClasses[] = {
     {FileFormat::kOdg, Format::kOdg, "Odg", classes::OdgImage::kType, nullptr, nullptr, false,
      api::ImageOptions::OdgRasterizationOptions::kType},
     {FileFormat::kFOdg, Format::kOdg, "FOdg", classes::OdgImage::kType, nullptr, nullptr, false,
@@ -24,7 +24,7 @@ constexpr FormatClasses kClasses[] = {
 extern const FormatMembers kOdgMembers;
 const FormatMembers kOdgMembers{
     .format = Format::kOdg,
-    .classes = kClasses,
+    .classes = kOdgClasses,
     .has_pages = true,
     .load_drawing = &load_od_image,
 };

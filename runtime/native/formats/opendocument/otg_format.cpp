@@ -16,7 +16,7 @@ void probe_otg(const ByteReader&, FileFacts& facts) {
     facts.has_alpha = true;
 }
 
-constexpr const char* kExtensions[] = {"otg"};
+constexpr const char* kOtgExtensions[] = {"otg"};
 
 }  // namespace
 
@@ -24,7 +24,7 @@ extern const FormatRoom kOtgRoom;
 const FormatRoom kOtgRoom{
     .format = Format::kOtg,
     .name = "OTG",
-    .extensions = kExtensions,
+    .extensions = kOtgExtensions,
     .begins = &begins_otg,
     .probe = &probe_otg,
 };

@@ -12,7 +12,7 @@ namespace {
 
 namespace classes = api::FileFormats::OpenDocument;
 
-constexpr FormatClasses kClasses[] = {
+constexpr FormatClasses kOtgClasses[] = {
     {FileFormat::kOtg, Format::kOtg, "Otg", classes::OtgImage::kType, nullptr, nullptr, false,
      api::ImageOptions::OtgRasterizationOptions::kType},
 };
@@ -22,7 +22,7 @@ constexpr FormatClasses kClasses[] = {
 extern const FormatMembers kOtgMembers;
 const FormatMembers kOtgMembers{
     .format = Format::kOtg,
-    .classes = kClasses,
+    .classes = kOtgClasses,
     .has_pages = true,
     .load_drawing = &load_od_image,
 };

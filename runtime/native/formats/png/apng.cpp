@@ -8,13 +8,6 @@
 #include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::imagework {
-namespace {
-
-constexpr uint32_t kIhdr = png_type("IHDR"), kIdat = png_type("IDAT"), kIend = png_type("IEND");
-constexpr uint32_t kControl = png_type("acTL"), kFrame = png_type("fcTL"), kFrameData = png_type("fdAT");
-
-}  // namespace
-
 EncodedBytes joined_apng(std::span<const ApngFrame> frames, int plays) {
     std::vector<uint8_t> out;
     put_png_signature(out);

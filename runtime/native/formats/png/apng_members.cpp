@@ -74,7 +74,7 @@ void remove_frame_at(ImageObject& self, int32_t index) {
     self.take_frame(checked_index(self, index, "index"));
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&frame_duration, ApngFrameApi::get_FrameTime>(),
     behavior<&set_frame_duration, ApngFrameApi::set_FrameTime>(),
     behavior<&frame_left, ApngFrameApi::get_FrameLeft>(),

@@ -9,8 +9,6 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr uint64_t kFirstChunk = 8;  // behind the signature
-
 // The CRC of bytes (reflected, polynomial 0xEDB88320), carried on from the bytes before them.
 uint32_t crc_of(std::span<const uint8_t> bytes, uint32_t before = 0) {
     static const auto table = [] {
@@ -42,7 +40,7 @@ std::vector<PngChunk> png_chunks(std::span<const uint8_t> data) {
             break;
         }
         chunks.push_back({in.u32(at + 4), data.subspan(static_cast<size_t>(at + 8), static_cast<size_t>(length))});
-        if (chunks.back().type == png_type("IEND")) {
+        if (chunks.back().type == kIend) {
             break;
         }
         at += 12 + length;

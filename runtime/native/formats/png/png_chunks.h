@@ -17,6 +17,10 @@ constexpr uint32_t png_type(const char (&letters)[5]) {
     return static_cast<uint32_t>(letters[0]) << 24 | static_cast<uint32_t>(letters[1]) << 16 |
            static_cast<uint32_t>(letters[2]) << 8 | static_cast<uint32_t>(letters[3]);
 }
+inline constexpr uint32_t kIhdr = png_type("IHDR"), kIdat = png_type("IDAT"), kIend = png_type("IEND");
+inline constexpr uint32_t kControl = png_type("acTL"), kFrame = png_type("fcTL"), kFrameData = png_type("fdAT");
+
+inline constexpr uint64_t kFirstChunk = 8;  // behind the signature
 
 // The complete chunks up to the end chunk, which is among them.
 std::vector<PngChunk> png_chunks(std::span<const uint8_t> data);

@@ -25,12 +25,9 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr uint32_t kIhdr = png_type("IHDR"), kIdat = png_type("IDAT"), kIend = png_type("IEND");
-constexpr uint32_t kFrame = png_type("fcTL"), kFrameData = png_type("fdAT");
 // What decoding needs; other chunks describe the file.
 constexpr uint32_t kShared[] = {png_type("PLTE"), png_type("tRNS"), png_type("gAMA"), png_type("cHRM"),
                                 png_type("sRGB"), png_type("iCCP"), png_type("pHYs"), png_type("sBIT")};
-constexpr uint64_t kFirstChunk = 8;
 constexpr uint64_t kHeaderSize = 13;
 constexpr uint64_t kSequenceSize = 4;
 

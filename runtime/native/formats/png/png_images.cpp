@@ -66,7 +66,7 @@ bool png_interlaced(ImageObject& self) {
 using ApngImageApi = api::FileFormats::Apng::ApngImage;
 using PngImageApi = api::FileFormats::Png::PngImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&png_of_size, PngImageApi::ctor_000_PngImage>(),
     behavior<&png_of_path, PngImageApi::ctor_001_PngImage>(),
     behavior<&png_of_image, PngImageApi::ctor_002_PngImage>(),

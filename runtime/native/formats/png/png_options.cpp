@@ -18,11 +18,11 @@ namespace {
 
 using PngOptionsApi = api::ImageOptions::PngOptions;
 
-constexpr auto kUsualColorType = PngColorType::kTruecolorWithAlpha;
+constexpr auto kDefaultColorType = PngColorType::kTruecolorWithAlpha;
 constexpr int32_t kUsualDepth = 8;
 
 PngColorType color_type(Record& self) {
-    return own_color_type(self).value_or(kUsualColorType);
+    return own_color_type(self).value_or(kDefaultColorType);
 }
 
 int32_t bit_depth(Record& self) {
@@ -37,7 +37,7 @@ void set_bit_depth(Record& self, int32_t value) {
     set_property(self, "BitDepth", int64_t{value});
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&color_type, PngOptionsApi::get_ColorType>(),
     behavior<&bit_depth, PngOptionsApi::get_BitDepth>(),
     behavior<&set_bit_depth, PngOptionsApi::set_BitDepth>(),

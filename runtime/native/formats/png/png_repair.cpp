@@ -10,10 +10,6 @@
 namespace zelmor::imagework {
 namespace {
 
-constexpr uint64_t kFirstChunk = 8;  // behind the signature
-constexpr uint32_t kIdat = png_type("IDAT");
-constexpr uint32_t kIend = png_type("IEND");
-
 // Position of the first chunk that is not complete; the end of the data where the end chunk was reached.
 struct Walk {
     uint64_t stop = kFirstChunk;

@@ -67,7 +67,7 @@ void set_channels(Record& self, int32_t value) {
     set_property(self, "ChannelsCount", int64_t{value});
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&color_mode, PsdOptionsApi::get_ColorMode>(),
     behavior<&channel_bits, PsdOptionsApi::get_ChannelBitsCount>(),
     behavior<&set_channel_bits, PsdOptionsApi::set_ChannelBitsCount>(),

@@ -245,7 +245,7 @@ Ref<VectorImageObject> end_recording(Graphics& self) {
     return self.end();
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&of_size, SvgGraphicsApi::ctor_000_SvgGraphics2D>(),
     behavior<&of_image, SvgGraphicsApi::ctor_001_SvgGraphics2D>(),
     behavior<&draw_image, SvgGraphicsApi::call_000_DrawImage>(),

@@ -40,7 +40,7 @@ constexpr FormatClasses kClasses[] = {
 constexpr DefaultValue kDefaults[] = {
     {options_of::SvgOptions::property_ColorType, static_cast<int64_t>(SvgColorMode::kRgb)},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kDefaults);
 
 drawwork::PointD default_size(const Record* load_options) {
     if (load_options == nullptr ||
@@ -152,7 +152,7 @@ std::optional<std::u16string> on_document(Record&, const PyBytesArg*,
 
 using SvgResourceKeeperCallbackApi = svg::SvgResourceKeeperCallback;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&of_path, svg::SvgImage::ctor_000_SvgImage>(),
     behavior<&of_stream, svg::SvgImage::ctor_001_SvgImage, svg::SvgImage::call_000_CreateFromStream>(),
     behavior<&on_image, SvgResourceKeeperCallbackApi::call_000_OnImageResourceReady>(),

@@ -22,7 +22,7 @@ using imagework::TgaExtension;
 namespace {
 
 using Path = std::optional<std::u16string>;
-using Text = std::optional<std::u16string>;
+using OptionalText = std::optional<std::u16string>;
 
 // ---- Images
 
@@ -55,7 +55,8 @@ Ref<ImageObject> tga_of_image(ImageObject* raster_image) {
 }
 
 // Sets a text that the extension area has room for.
-void put_text(Record& self, const char* property, const Text& value, void (TgaExtension::*set)(std::string_view)) {
+void put_text(Record& self, const char* property, const OptionalText& value,
+              void (TgaExtension::*set)(std::string_view)) {
     try {
         TgaExtension area;
         (area.*set)(to_utf8(value.value_or(u"")));
@@ -64,19 +65,19 @@ void put_text(Record& self, const char* property, const Text& value, void (TgaEx
     }
     set_property(self, property, value ? Value(*value) : Value(Ref<ManagedObject>()));
 }
-void set_author_name(Record& self, const Text& value) {
+void set_author_name(Record& self, const OptionalText& value) {
     put_text(self, "AuthorName", value, &TgaExtension::set_author);
 }
-void set_author_comments(Record& self, const Text& value) {
+void set_author_comments(Record& self, const OptionalText& value) {
     put_text(self, "AuthorComments", value, &TgaExtension::set_comments);
 }
-void set_job_name(Record& self, const Text& value) {
+void set_job_name(Record& self, const OptionalText& value) {
     put_text(self, "JobNameOrId", value, &TgaExtension::set_job);
 }
-void set_software_id(Record& self, const Text& value) {
+void set_software_id(Record& self, const OptionalText& value) {
     put_text(self, "SoftwareId", value, &TgaExtension::set_software);
 }
-void set_image_id(Record& self, const Text& value) {
+void set_image_id(Record& self, const OptionalText& value) {
     constexpr size_t kMost = 255;
     if (const size_t size = to_utf8(value.value_or(u"")).size(); size > kMost) {
         refuse_value("a TGA file has room for " + std::to_string(kMost) + " bytes here, and the text has " +
@@ -118,7 +119,7 @@ std::optional<std::u16string> software_version(Record& self) {
 }
 
 // "1.1", "2", "3.25c": at most two digits behind the point, and a letter.
-void set_software_version(Record& self, const Text& value) {
+void set_software_version(Record& self, const OptionalText& value) {
     const std::string text = to_utf8(value.value_or(u""));
     size_t at = 0;
     int number = 0;
@@ -228,7 +229,7 @@ bool equals(ImageObject& self, ImageObject* other) {
 
 using TgaImageApi = api::FileFormats::Tga::TgaImage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&tga_of_path, TgaImageApi::ctor_000_TgaImage>(),
     behavior<&tga_of_image, TgaImageApi::ctor_001_TgaImage>(),
     behavior<&tga_of_stream, TgaImageApi::ctor_002_TgaImage>(),

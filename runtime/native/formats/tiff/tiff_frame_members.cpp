@@ -239,7 +239,7 @@ void set_byte_order(ImageObject& self, TiffByteOrder value) {
     take(self.facts());
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&frame_of_stream, TiffFrameApi::ctor_000_TiffFrame>(),
     behavior<&frame_of_stream_with_options, TiffFrameApi::ctor_001_TiffFrame>(),
     behavior<&frame_of_path, TiffFrameApi::ctor_002_TiffFrame>(),

@@ -91,7 +91,7 @@ bool is_tiled(Record& self) {
 using BigTiffOptionsApi = api::ImageOptions::BigTiffOptions;
 using TiffOptionsApi = api::ImageOptions::TiffOptions;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&with_order<TiffOptionsApi::kType>, TiffOptionsApi::ctor_000_TiffOptions>(),
     behavior<&little_endian<TiffOptionsApi::kType>, TiffOptionsApi::ctor_001_TiffOptions>(),
     behavior<&samples_per_pixel, TiffOptionsApi::get_SamplesPerPixel>(),

@@ -103,7 +103,7 @@ Ref<ImageObject> webp_of_size_with(int32_t width, int32_t height, Record* option
     return webp_of_size(width, height, options);
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&webp_frame_of_image, WebPFrameBlockApi::ctor_000_WebPFrameBlock>(),
     behavior<&webp_frame_of_size, WebPFrameBlockApi::ctor_001_WebPFrameBlock>(),
     behavior<&frame_duration, WebPFrameBlockApi::get_Duration, WebPFrameBlockApi::get_FrameTime>(),

@@ -63,6 +63,10 @@ struct PixelForm {
     }
     constexpr int bands() const { return color_bands() + (alpha ? 1 : 0); }
     constexpr size_t pixel_size() const { return sample_size(sample) * static_cast<size_t>(bands()); }
+    // Whether the pixels are inks of 8 or 16 bits, as raw data of CMYK have them.
+    constexpr bool has_inks() const {
+        return color == ColorModel::kCmyk && (sample == SampleType::kUint8 || sample == SampleType::kUint16);
+    }
     constexpr bool is_integer() const { return sample != SampleType::kFloat && sample != SampleType::kDouble; }
 };
 

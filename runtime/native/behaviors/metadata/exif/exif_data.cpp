@@ -162,25 +162,25 @@ int32_t max_segment_size() {
 Ref<ManagedObject> make(const TypeInfo& type) {
     return make_ref<ExifObject>(type);
 }
-const FactoryRegistration factory(kExif, make);
+const FactoryRegistration ZELMOR_UNNAMED(kExif, make);
 
-using Directory = ExifDirectory;
+using DirectoryName = ExifDirectory;
 using ExifDataApi = api::Exif::ExifData;
 using JpegExifDataApi = api::Exif::JpegExifData;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&of_tags<false>, ExifDataApi::ctor_001_ExifData>(),
     behavior<&of_directories<false>, ExifDataApi::ctor_002_ExifData>(),
     behavior<&of_tags<true>, JpegExifDataApi::ctor_001_JpegExifData>(),
     behavior<&of_directories<true>, JpegExifDataApi::ctor_002_JpegExifData>(),
     behavior<&remove_property, ExifDataApi::call_000_RemoveTag>(),
     behavior<&remove_id, ExifDataApi::call_001_RemoveTag, ExifDataApi::call_000_RemoveTagId>(),
-    behavior<&directory<Directory::kCommon>, ExifDataApi::get_CommonTags>(),
-    behavior<&set_directory<Directory::kCommon>, ExifDataApi::set_CommonTags>(),
-    behavior<&directory<Directory::kExif>, ExifDataApi::get_ExifTags>(),
-    behavior<&set_directory<Directory::kExif>, ExifDataApi::set_ExifTags>(),
-    behavior<&directory<Directory::kGps>, ExifDataApi::get_GpsTags>(),
-    behavior<&set_directory<Directory::kGps>, ExifDataApi::set_GpsTags>(),
+    behavior<&directory<DirectoryName::kCommon>, ExifDataApi::get_CommonTags>(),
+    behavior<&set_directory<DirectoryName::kCommon>, ExifDataApi::set_CommonTags>(),
+    behavior<&directory<DirectoryName::kExif>, ExifDataApi::get_ExifTags>(),
+    behavior<&set_directory<DirectoryName::kExif>, ExifDataApi::set_ExifTags>(),
+    behavior<&directory<DirectoryName::kGps>, ExifDataApi::get_GpsTags>(),
+    behavior<&set_directory<DirectoryName::kGps>, ExifDataApi::set_GpsTags>(),
     behavior<&properties, ExifDataApi::get_Properties>(),
     behavior<&set_properties, ExifDataApi::set_Properties>(),
     behavior<&maker_note_data, ExifDataApi::get_MakerNoteData>(),

@@ -18,7 +18,7 @@ namespace zelmor::embed {
 
 namespace {
 
-enum class Kind : uint8_t {
+enum class ExifKind : uint8_t {
     kText,
     kBytes,
     kArray,     // of the element that the property has in the catalogue
@@ -32,7 +32,7 @@ struct ExifProperty {
     ExifDirectory directory;
     uint16_t id;
     TiffType type;  // that the tag is made with
-    Kind kind;
+    ExifKind kind;
 };
 
 using Exif = api::Exif::ExifData;
@@ -43,33 +43,33 @@ constexpr ExifDirectory kOfExif = ExifDirectory::kExif;
 constexpr ExifDirectory kGps = ExifDirectory::kGps;
 
 constexpr ExifProperty text(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, number_of(tag), TiffType::kAscii, Kind::kText};
+    return {property, directory, number_of(tag), TiffType::kAscii, ExifKind::kText};
 }
 constexpr ExifProperty bytes(const PropertyName& property, ExifDirectory directory, ExifTag tag,
                              TiffType type = TiffType::kUndefined) {
-    return {property, directory, number_of(tag), type, Kind::kBytes};
+    return {property, directory, number_of(tag), type, ExifKind::kBytes};
 }
 constexpr ExifProperty comment(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, number_of(tag), TiffType::kUndefined, Kind::kComment};
+    return {property, directory, number_of(tag), TiffType::kUndefined, ExifKind::kComment};
 }
 constexpr ExifProperty fraction(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, number_of(tag), TiffType::kRational, Kind::kRational};
+    return {property, directory, number_of(tag), TiffType::kRational, ExifKind::kRational};
 }
 constexpr ExifProperty signed_fraction(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, number_of(tag), TiffType::kSrational, Kind::kRational};
+    return {property, directory, number_of(tag), TiffType::kSrational, ExifKind::kRational};
 }
 constexpr ExifProperty fractions(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, number_of(tag), TiffType::kRational, Kind::kArray};
+    return {property, directory, number_of(tag), TiffType::kRational, ExifKind::kArray};
 }
 constexpr ExifProperty shorts(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
-    return {property, directory, number_of(tag), TiffType::kShort, Kind::kArray};
+    return {property, directory, number_of(tag), TiffType::kShort, ExifKind::kArray};
 }
 constexpr ExifProperty number(const PropertyName& property, ExifDirectory directory, ExifTag tag,
                               TiffType type = TiffType::kShort) {
-    return {property, directory, number_of(tag), type, Kind::kInteger};
+    return {property, directory, number_of(tag), type, ExifKind::kInteger};
 }
 
-constexpr ExifProperty kProperties[] = {
+constexpr ExifProperty kExifProperties[] = {
     text(Exif::property_Make, kCommon, ExifTag::kMake),
     fractions(Exif::property_WhitePoint, kCommon, ExifTag::kWhitePoint),
 
@@ -222,14 +222,14 @@ const PropertyInfo& info_of(const ExifObject& self, const ExifProperty& row) {
 
 // The element of a property that is an array.
 const ElementType& element_of(const ExifObject& self, const ExifProperty& row) {
-    assert(row.kind == Kind::kArray);
+    assert(row.kind == ExifKind::kArray);
     return embed::element_of(info_of(self, row).collection);
 }
 
-std::optional<std::u16string> get_text(const ExifProperty& row, ExifObject& self) {
+std::optional<std::u16string> get_exif_text(const ExifProperty& row, ExifObject& self) {
     return text_of_tag(tag_value(self, row));
 }
-void set_text(const ExifProperty& row, ExifObject& self, const std::optional<std::u16string>& value) {
+void set_exif_text(const ExifProperty& row, ExifObject& self, const std::optional<std::u16string>& value) {
     put_value(self, row, given_text(value));
 }
 
@@ -240,15 +240,15 @@ void set_bytes(const ExifProperty& row, ExifObject& self, const PyBytesArg* valu
     put_value(self, row, given_bytes(value));
 }
 
-Collection get_array(const ExifProperty& row, ExifObject& self) {
+Collection get_exif_array(const ExifProperty& row, ExifObject& self) {
     return {Ref<ManagedObject>(array_of_tag(tag_value(self, row), element_of(self, row)))};
 }
-void set_array(const ExifProperty& row, ExifObject& self, const VariantArg* value) {
+void set_exif_array(const ExifProperty& row, ExifObject& self, const VariantArg* value) {
     put_value(self, row, Ref<ManagedObject>(read_list(value, element_of(self, row))));
 }
 
 // A file may have a number of another kind in place of the fraction.
-Ref<ManagedObject> get_rational(const ExifProperty& row, ExifObject& self) {
+Ref<ManagedObject> get_exif_rational(const ExifProperty& row, ExifObject& self) {
     const TagObject* tag = self.find(row.directory, row.id);
     const auto values = tag != nullptr ? tag->values() : nullptr;
     if (!values || values->size() == 0) {
@@ -345,24 +345,24 @@ void set_comment(const ExifProperty& row, ExifObject& self, const std::optional<
 
 BehaviorRow behavior_of(const ExifProperty& row) {
     switch (row.kind) {
-        case Kind::kText:
-            return row_property<&get_text, &set_text>(row.property, row);
-        case Kind::kBytes:
+        case ExifKind::kText:
+            return row_property<&get_exif_text, &set_exif_text>(row.property, row);
+        case ExifKind::kBytes:
             return row_property<&get_bytes, &set_bytes>(row.property, row);
-        case Kind::kRational:
-            return row_property<&get_rational, &set_rational>(row.property, row);
-        case Kind::kInteger:
+        case ExifKind::kRational:
+            return row_property<&get_exif_rational, &set_rational>(row.property, row);
+        case ExifKind::kInteger:
             return row_property<&get_number, &set_number>(row.property, row);
-        case Kind::kComment:
+        case ExifKind::kComment:
             return row_property<&get_comment, &set_comment>(row.property, row);
-        case Kind::kArray:
+        case ExifKind::kArray:
             break;
     }
-    return row_property<&get_array, &set_array>(row.property, row);
+    return row_property<&get_exif_array, &set_exif_array>(row.property, row);
 }
 
-const BehaviorTable table(each_row(kProperties, behavior_of));
-const BehaviorTable jpeg_table(each_row(kJpegProperties, behavior_of));
+const BehaviorTable ZELMOR_UNNAMED(each_row(kExifProperties, behavior_of));
+const BehaviorTable ZELMOR_UNNAMED(each_row(kJpegProperties, behavior_of));
 
 }  // namespace
 

@@ -33,12 +33,12 @@ constexpr DefaultValue kDefaults[] = {
     {JFIFDataApi::property_XDensity, 1},
     {JFIFDataApi::property_YDensity, 1},
 };
-const DefaultTable defaults(kDefaults);
+const DefaultTable ZELMOR_UNNAMED(kDefaults);
 
 Ref<ManagedObject> make(const TypeInfo& type) {
     return make_ref<JfifObject>(type);
 }
-const FactoryRegistration factory(JfifObject::kManagedName, make);
+const FactoryRegistration ZELMOR_UNNAMED(JfifObject::kManagedName, make);
 
 int number_at(std::span<const std::byte> bytes, size_t at) {
     return std::to_integer<int>(bytes[at]);
@@ -132,7 +132,7 @@ void set_thumbnail(JfifObject& self, ImageObject* value) {
     set_property(self, "Thumbnail", Ref<ManagedObject>(value));
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&get_thumbnail, JFIFDataApi::get_Thumbnail>(),
     behavior<&set_thumbnail, JFIFDataApi::set_Thumbnail>(),
 });

@@ -83,9 +83,9 @@ std::vector<BehaviorRow> members() {
     };
 }
 
-const BehaviorTable plain_members(members<Plain, uint32_t>());
-const BehaviorTable signed_members(members<Signed, int32_t>());
-const BehaviorTable common({
+const BehaviorTable ZELMOR_UNNAMED(members<Plain, uint32_t>());
+const BehaviorTable ZELMOR_UNNAMED(members<Signed, int32_t>());
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&make_zero<uint32_t>, Plain::ctor_000_TiffRational>(),
     behavior<&make_whole<uint32_t>, Plain::ctor_001_TiffRational>(),
     behavior<&make_fraction<uint32_t>, Plain::ctor_002_TiffRational>(),

@@ -17,7 +17,7 @@ namespace zelmor::embed {
 
 namespace {
 
-using Kind = TiffOptionKind;
+using OptionKind = TiffOptionKind;
 using Options = api::ImageOptions::TiffOptions;
 using BigOptions = api::ImageOptions::BigTiffOptions;
 using ExifIfd = api::FileFormats::Tiff::TiffExifIfd;
@@ -180,17 +180,17 @@ std::vector<BehaviorRow> property_behaviors() {
     std::vector<BehaviorRow> behaviors;
     for (const TiffOptionProperty& row : tiff_option_properties()) {
         switch (row.kind) {
-            case Kind::kText:
-            case Kind::kWideText:
+            case OptionKind::kText:
+            case OptionKind::kWideText:
                 behaviors.push_back(row_property<&get_text, &set_text>(row.property, row));
                 break;
-            case Kind::kArray:
+            case OptionKind::kArray:
                 behaviors.push_back(row_property<&get_array, &set_array>(row.property, row));
                 break;
-            case Kind::kRational:
+            case OptionKind::kRational:
                 behaviors.push_back(row_property<&get_rational>(row.property, row));
                 break;
-            case Kind::kInteger:
+            case OptionKind::kInteger:
                 break;
         }
     }
@@ -200,10 +200,10 @@ std::vector<BehaviorRow> property_behaviors() {
 Ref<ManagedObject> make(const TypeInfo& type) {
     return make_ref<TiffOptionsObject>(type);
 }
-const FactoryRegistration factory(Options::kType.name, make);
+const FactoryRegistration ZELMOR_UNNAMED(Options::kType.name, make);
 
-const BehaviorTable property_table(property_behaviors());
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED(property_behaviors());
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&of_options<Options>, Options::ctor_002_TiffOptions>(),
     behavior<&of_tags<Options>, Options::ctor_003_TiffOptions>(),
     behavior<&of_options<BigOptions>, BigOptions::ctor_001_BigTiffOptions>(),

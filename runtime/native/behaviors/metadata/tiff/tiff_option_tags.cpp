@@ -10,7 +10,7 @@ namespace zelmor::embed {
 
 namespace {
 
-using Kind = TiffOptionKind;
+using TagKind = TiffOptionKind;
 const TiffOptionProperty* find_option(uint16_t id) {
     for (const TiffOptionProperty& property : tiff_option_properties()) {
         if (property.id() == id) {
@@ -33,7 +33,7 @@ const Value& baseline(const TypeInfo& type, const char* name) {
 
 Value tag_value_of(const TiffOptionProperty& property, const Value& value) {
     const auto* text = std::get_if<std::u16string>(&value);
-    if (property.kind != Kind::kWideText || text == nullptr) {
+    if (property.kind != TagKind::kWideText || text == nullptr) {
         return value;
     }
     Bytes bytes;
@@ -47,19 +47,19 @@ Value tag_value_of(const TiffOptionProperty& property, const Value& value) {
 Value property_value_of(const TiffOptionProperty& property, const TagObject& tag) {
     const auto values = tag.values();
     switch (property.kind) {
-        case Kind::kInteger: {
+        case TagKind::kInteger: {
             const auto number = tag_integer(tag);
             if (!number) {
                 throw_invalid_value_cast(tag.value(), "System.Int32");
             }
             return *number;
         }
-        case Kind::kRational:
+        case TagKind::kRational:
             if (!values || values->size() == 0) {
                 return Ref<ManagedObject>();
             }
             return values->get(0);
-        case Kind::kWideText: {
+        case TagKind::kWideText: {
             const Bytes bytes = tag.encoded(false);
             std::u16string text;
             for (size_t at = 0; at + 2 <= bytes.size(); at += 2) {
@@ -70,8 +70,8 @@ Value property_value_of(const TiffOptionProperty& property, const TagObject& tag
             }
             return text;
         }
-        case Kind::kText:
-        case Kind::kArray:
+        case TagKind::kText:
+        case TagKind::kArray:
             break;
     }
     return tag.value();

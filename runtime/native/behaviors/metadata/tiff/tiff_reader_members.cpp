@@ -39,10 +39,10 @@ Ref<ManagedObject> over_container(const TypeInfo& type, StreamContainerObject* c
 
 // The readers have the same constructors under numbers of their own.
 struct Constructor;
-using Kind = Behavior (*)(const EntryName* const& name, const Constructor& row);
+using ReaderKind = Behavior (*)(const EntryName* const& name, const Constructor& row);
 struct Constructor {
     const EntryName* entry;
-    Kind kind;
+    ReaderKind kind;
 
     const TypeInfo& made() const { return require_type(entry->type.name); }
 };
@@ -62,10 +62,10 @@ Ref<ManagedObject> of_container(const Constructor& row, StreamContainerObject* s
     return over_container(row.made(), stream_container);
 }
 
-constexpr Kind kBytes = &row_behavior<&of_bytes>;
-constexpr Kind kBytesFrom = &row_behavior<&of_bytes_from>;
-constexpr Kind kBytesWithin = &row_behavior<&of_bytes_within>;
-constexpr Kind kContainer = &row_behavior<&of_container>;
+constexpr ReaderKind kBytes = &row_behavior<&of_bytes>;
+constexpr ReaderKind kBytesFrom = &row_behavior<&of_bytes_from>;
+constexpr ReaderKind kBytesWithin = &row_behavior<&of_bytes_within>;
+constexpr ReaderKind kContainer = &row_behavior<&of_container>;
 
 namespace management = api::FileFormats::Tiff::FileManagement;
 using Reader = management::TiffStreamReader;
@@ -187,9 +187,9 @@ Ref<ManagedObject> get_reader_of_bytes(std::span<const std::byte> bytes, int32_t
 
 using Factory = api::FileFormats::Tiff::FileManagement::TiffStreamFactory;
 
-const BehaviorTable constructors(each_row(kConstructors,
-                                          [](const Constructor& row) { return row.kind(row.entry, row); }));
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED(each_row(kConstructors,
+                                            [](const Constructor& row) { return row.kind(row.entry, row); }));
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&read_bytes_into, Reader::call_000_ReadBytes>(),
     behavior<&read_bytes, Reader::call_001_ReadBytes>(),
     behavior<&read_one<double>, Reader::call_000_ReadDouble>(),

@@ -197,12 +197,12 @@ void set_array(TagObject& self, const VariantArg* value) {
 }
 
 // A class whose two constructors take the number of a tag and nothing else.
-struct TagClass {
+struct TagClassRow {
     TiffType type;
     const EntryName* first;
     const EntryName* second;
 };
-constexpr TagClass kClasses[] = {
+constexpr TagClassRow kTagClasses[] = {
     {TiffType::kAscii, &types::TiffASCIIType::ctor_000_TiffASCIIType, &types::TiffASCIIType::ctor_001_TiffASCIIType},
     {TiffType::kUndefined, &types::TiffUndefinedType::ctor_000_TiffUndefinedType,
      &types::TiffUndefinedType::ctor_001_TiffUndefinedType},
@@ -227,18 +227,18 @@ constexpr TagClass kClasses[] = {
     {TiffType::kIfd8, &types::TiffIfd8Type::ctor_000_TiffIfd8Type, &types::TiffIfd8Type::ctor_001_TiffIfd8Type},
 };
 
-Ref<ManagedObject> construct(const TagClass& row, uint16_t tag_id) {
+Ref<ManagedObject> construct_tag(const TagClassRow& row, uint16_t tag_id) {
     return make_tag(static_cast<uint16_t>(row.type), tag_id);
 }
 
-BehaviorRow constructors_of(const TagClass& row) {
-    return {row_behavior<&construct>(row.first, row), row_behavior<&construct>(row.second, row)};
+BehaviorRow constructors_of(const TagClassRow& row) {
+    return {row_behavior<&construct_tag>(row.first, row), row_behavior<&construct_tag>(row.second, row)};
 }
 
 using Tag = api::FileFormats::Tiff::TiffDataType;
 using Factory = api::FileFormats::Tiff::InstanceFactory::TiffTagFactory;
-const BehaviorTable constructors(each_row(kClasses, constructors_of));
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED(each_row(kTagClasses, constructors_of));
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&read_one, Tag::call_000_ReadTag>(),
     behavior<&get_aligned_data_size, Tag::call_000_GetAlignedDataSize>(),
     behavior<&get_additional_data_size, Tag::call_000_GetAdditionalDataSize>(),

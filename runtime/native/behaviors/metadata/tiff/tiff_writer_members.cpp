@@ -127,12 +127,12 @@ Ref<ManagedObject> get_writer(StreamContainerObject* stream, api::FileFormats::T
     return over(tiff_writer_class(tiff_stream_kind(byte_order, is_big_tiff)), stream, "stream");
 }
 
-using Factory = management::TiffStreamFactory;
+using WriterFactory = management::TiffStreamFactory;
 using Writer = management::TiffStreamWriter;
 
-const BehaviorTable constructors(each_row(kConstructors,
-                                          [](const Constructor& row) { return row_behavior<&construct>(row, row); }));
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED(each_row(kConstructors,
+                                            [](const Constructor& row) { return row_behavior<&construct>(row, row); }));
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&write_part, Writer::call_000_Write>(),
     behavior<&write_bytes, Writer::call_001_Write, Writer::call_000_WriteBytes>(),
     behavior<&write_one<double>, Writer::call_002_Write, Writer::call_000_WriteDouble>(),
@@ -161,7 +161,7 @@ const BehaviorTable table({
     behavior<&position, Writer::get_Position>(),
     behavior<&set_position, Writer::set_Position>(),
     behavior<&sync_root, Writer::get_SyncRoot>(),
-    behavior<&get_writer, Factory::call_000_GetTiffWriter>(),
+    behavior<&get_writer, WriterFactory::call_000_GetTiffWriter>(),
 });
 
 }  // namespace

@@ -66,7 +66,7 @@ using LangAltApi = api::Xmp::LangAlt;
 using XmpArrayApi = api::Xmp::XmpArray;
 using XmpArrayHelperApi = api::Xmp::XmpArrayHelper;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&make_array_with_items, XmpArrayApi::ctor_000_XmpArray>(),
     behavior<&make_array_of_kind, XmpArrayApi::ctor_001_XmpArray>(),
     behavior<&add_item, XmpArrayApi::call_000_AddItem>(),

@@ -26,24 +26,24 @@ std::string list_content(const ManagedList& list) {
     return array.xml_value();
 }
 
-std::string element(const std::string& key, const std::string& content) {
+std::string element_in(const std::string& key, const std::string& content) {
     return content.empty() ? "<" + key + "/>" : "<" + key + ">" + content + "</" + key + ">";
 }
 
 std::string property_element(const std::string& key, const Value& value) {
     if (const auto* object = std::get_if<Ref<ManagedObject>>(&value)) {
         if (!*object) {
-            return element(key, {});
+            return element_in(key, {});
         }
         if (const auto* xml = dynamic_cast<const XmlValueObject*>(object->get())) {
-            return element(key, xml->xml_value());
+            return element_in(key, xml->xml_value());
         }
         if (const auto* list = dynamic_cast<const ManagedList*>(object->get())) {
-            return element(key, list_content(*list));
+            return element_in(key, list_content(*list));
         }
         if (const auto* typed = dynamic_cast<const XmpTypeObject*>(object->get())) {
             if (!typed->node) {
-                return element(key, typed->representation());
+                return element_in(key, typed->representation());
             }
             // As it was read, with a language that stands at the property itself.
             XmpNode node = *typed->node;
@@ -53,7 +53,7 @@ std::string property_element(const std::string& key, const Value& value) {
             return node_element(node);
         }
     }
-    return element(key, xml_escaped(iso_date_text(value).value_or(to_utf8(text_of_value(value)))));
+    return element_in(key, xml_escaped(iso_date_text(value).value_or(to_utf8(text_of_value(value)))));
 }
 
 bool contains_key(XmpPackageObject& self, const std::string& key) {
@@ -108,7 +108,7 @@ void set_xmp_type_value(XmpPackageObject& self, const std::string& key, XmpTypeO
     self.set(key, Ref<ManagedObject>(value));
 }
 
-std::string xml_value(XmpPackageObject& self) {
+std::string xml_value_of_package(XmpPackageObject& self) {
     return self.xml_value();
 }
 std::string xml_namespace(XmpPackageObject& self) {
@@ -123,7 +123,7 @@ std::string namespace_uri(XmpPackageObject& self) {
 
 using XmpPackageApi = api::Xmp::XmpPackage;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&contains_key, XmpPackageApi::call_000_ContainsKey>(),
     behavior<&get_prop_value, XmpPackageApi::call_000_GetPropValue>(),
     behavior<&set_prop_value, XmpPackageApi::call_000_SetPropValue>(),
@@ -132,7 +132,7 @@ const BehaviorTable table({
     behavior<&clear, XmpPackageApi::call_000_Clear>(),
     behavior<&set_value, XmpPackageApi::call_000_SetValue>(),
     behavior<&set_xmp_type_value, XmpPackageApi::call_000_SetXmpTypeValue>(),
-    behavior<&xml_value, XmpPackageApi::call_000_GetXmlValue>(),
+    behavior<&xml_value_of_package, XmpPackageApi::call_000_GetXmlValue>(),
     behavior<&xml_namespace, XmpPackageApi::get_XmlNamespace>(),
     behavior<&prefix, XmpPackageApi::get_Prefix>(),
     behavior<&namespace_uri, XmpPackageApi::get_NamespaceUri>(),

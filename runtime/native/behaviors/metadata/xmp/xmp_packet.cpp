@@ -30,11 +30,11 @@ Ref<ManagedObject> make_collection(const TypeInfo& type) {
 Ref<ManagedObject> make_packet(const TypeInfo& type) {
     return make_ref<XmpPacketObject>(type);
 }
-const FactoryRegistration header_factory(XmpInstructionObject::kManagedName, make_instruction);
-const FactoryRegistration trailer_factory(api::Xmp::XmpTrailerPi::kType.name, make_instruction);
-const FactoryRegistration element_factory(XmpElementObject::kManagedName, make_element);
-const FactoryRegistration collection_factory(XmpPackageCollectionObject::kManagedName, make_collection);
-const FactoryRegistration packet_factory(XmpPacketObject::kManagedName, make_packet);
+const FactoryRegistration ZELMOR_UNNAMED(XmpInstructionObject::kManagedName, make_instruction);
+const FactoryRegistration ZELMOR_UNNAMED(api::Xmp::XmpTrailerPi::kType.name, make_instruction);
+const FactoryRegistration ZELMOR_UNNAMED(XmpElementObject::kManagedName, make_element);
+const FactoryRegistration ZELMOR_UNNAMED(XmpPackageCollectionObject::kManagedName, make_collection);
+const FactoryRegistration ZELMOR_UNNAMED(XmpPacketObject::kManagedName, make_packet);
 
 // Attributes by name: their order in an element means nothing.
 std::map<std::string, std::string> by_name(const std::vector<std::pair<std::string, std::string>>& attributes) {

@@ -128,7 +128,7 @@ using XmpPacketWrapperApi = api::Xmp::XmpPacketWrapper;
 using XmpRdfRootApi = api::Xmp::XmpRdfRoot;
 using XmpTrailerPiApi = api::Xmp::XmpTrailerPi;
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&instruction_xml, XmpHeaderPiApi::call_000_GetXmlValue, XmpTrailerPiApi::call_000_GetXmlValue>(),
     behavior<&instruction_equals, XmpHeaderPiApi::call_000_Equals, XmpTrailerPiApi::call_000_Equals>(),
     behavior<&add_attribute, XmpElementBaseApi::call_000_AddAttribute>(),

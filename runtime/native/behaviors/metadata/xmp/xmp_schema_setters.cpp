@@ -242,8 +242,8 @@ int32_t constant() {
     return kNumber;
 }
 
-const BehaviorTable setter_table(each_row(kSetters, [](const Setter& row) { return row.kind(row.entry, row); }));
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED(each_row(kSetters, [](const Setter& row) { return row.kind(row.entry, row); }));
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&set_urgency, Photoshop::call_000_SetUrgency>(),
     behavior<&constant<kUrgencyMax>, Photoshop::getsa_UrgencyMax>(),
     behavior<&constant<kUrgencyMin>, Photoshop::getsa_UrgencyMin>(),

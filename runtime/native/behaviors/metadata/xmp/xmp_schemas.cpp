@@ -79,7 +79,7 @@ Ref<ManagedObject> make_package(const TypeInfo& type) {
     }
     throw_not_supported(std::string(type.name) + "()");
 }
-const FactoryRegistration factory(XmpPackageObject::kManagedName, make_package);
+const FactoryRegistration ZELMOR_UNNAMED(XmpPackageObject::kManagedName, make_package);
 
 // The constants of the static class of namespaces.
 struct NamespaceConstant {
@@ -110,10 +110,10 @@ std::string namespace_constant(const NamespaceConstant& row) {
     return row.uri;
 }
 
-const BehaviorTable namespace_table(each_row(kConstants, [](const NamespaceConstant& row) {
+const BehaviorTable ZELMOR_UNNAMED(each_row(kConstants, [](const NamespaceConstant& row) {
     return row_property<&namespace_constant>(row.property, row);
 }));
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&custom_package, Basic::ctor_001_XmpBasicPackage>(),
 });
 

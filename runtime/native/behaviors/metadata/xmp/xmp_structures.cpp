@@ -17,19 +17,19 @@ namespace zelmor::embed {
 namespace {
 
 namespace ns = xmp_namespaces;
-using Kind = XmpFieldKind;
+using FieldKind = XmpFieldKind;
 
-namespace colorant = api::Xmp::Types::Complex::Colorant;
+namespace to_colorant = api::Xmp::Types::Complex::Colorant;
 using api::Xmp::Schemas::XmpDm::ProjectType;
 
 constexpr XmpChoice kModes[] = {
-    {colorant::ColorMode::kCmyk, "CMYK"},
-    {colorant::ColorMode::kRgb, "RGB"},
-    {colorant::ColorMode::kLab, "LAB"},
+    {to_colorant::ColorMode::kCmyk, "CMYK"},
+    {to_colorant::ColorMode::kRgb, "RGB"},
+    {to_colorant::ColorMode::kLab, "LAB"},
 };
 constexpr XmpChoice kTypes[] = {
-    {colorant::ColorType::kProcess, "PROCESS"},
-    {colorant::ColorType::kSpot, "SPOT"},
+    {to_colorant::ColorType::kProcess, "PROCESS"},
+    {to_colorant::ColorType::kSpot, "SPOT"},
 };
 constexpr XmpChoice kProjectTypes[] = {
     {ProjectType::kMovie, "movie"},
@@ -39,84 +39,84 @@ constexpr XmpChoice kProjectTypes[] = {
 };
 
 constexpr XmpField kCmyk[] = {
-    {"swatchName", "SwatchName", Kind::kText},
-    {"mode", "Mode", Kind::kChoice, kModes},
-    {"type", "ColorType", Kind::kChoice, kTypes},
-    {"cyan", "Cyan", Kind::kNumber},
-    {"magenta", "Magenta", Kind::kNumber},
-    {"yellow", "Yellow", Kind::kNumber},
-    {"black", "Black", Kind::kNumber},
+    {"swatchName", "SwatchName", FieldKind::kText},
+    {"mode", "Mode", FieldKind::kChoice, kModes},
+    {"type", "ColorType", FieldKind::kChoice, kTypes},
+    {"cyan", "Cyan", FieldKind::kNumber},
+    {"magenta", "Magenta", FieldKind::kNumber},
+    {"yellow", "Yellow", FieldKind::kNumber},
+    {"black", "Black", FieldKind::kNumber},
 };
 constexpr XmpField kLab[] = {
-    {"swatchName", "SwatchName", Kind::kText},
-    {"mode", "Mode", Kind::kChoice, kModes},
-    {"type", "ColorType", Kind::kChoice, kTypes},
-    {"L", "L", Kind::kNumber},
-    {"A", "A", Kind::kNumber},
-    {"B", "B", Kind::kNumber},
+    {"swatchName", "SwatchName", FieldKind::kText},
+    {"mode", "Mode", FieldKind::kChoice, kModes},
+    {"type", "ColorType", FieldKind::kChoice, kTypes},
+    {"L", "L", FieldKind::kNumber},
+    {"A", "A", FieldKind::kNumber},
+    {"B", "B", FieldKind::kNumber},
 };
 constexpr XmpField kRgb[] = {
-    {"swatchName", "SwatchName", Kind::kText},
-    {"mode", "Mode", Kind::kChoice, kModes},
-    {"type", "ColorType", Kind::kChoice, kTypes},
-    {"red", "Red", Kind::kNumber},
-    {"green", "Green", Kind::kNumber},
-    {"blue", "Blue", Kind::kNumber},
+    {"swatchName", "SwatchName", FieldKind::kText},
+    {"mode", "Mode", FieldKind::kChoice, kModes},
+    {"type", "ColorType", FieldKind::kChoice, kTypes},
+    {"red", "Red", FieldKind::kNumber},
+    {"green", "Green", FieldKind::kNumber},
+    {"blue", "Blue", FieldKind::kNumber},
 };
 constexpr XmpField kDimensions[] = {
-    {"w", "Width", Kind::kNumber},
-    {"h", "Height", Kind::kNumber},
-    {"unit", "Units", Kind::kText},
+    {"w", "Width", FieldKind::kNumber},
+    {"h", "Height", FieldKind::kNumber},
+    {"unit", "Units", FieldKind::kText},
 };
 constexpr XmpField kFont[] = {
-    {"childFontFiles", "ChildFontFiles", Kind::kTexts},
-    {"composite", "IsComposite", Kind::kBool},
-    {"fontFace", "FontFace", Kind::kText},
-    {"fontFamily", "FontFamily", Kind::kText},
-    {"fontFileName", "FontFileName", Kind::kText},
-    {"fontName", "FontName", Kind::kText},
-    {"fontType", "FontType", Kind::kText},
-    {"versionString", "Version", Kind::kText},
+    {"childFontFiles", "ChildFontFiles", FieldKind::kTexts},
+    {"composite", "IsComposite", FieldKind::kBool},
+    {"fontFace", "FontFace", FieldKind::kText},
+    {"fontFamily", "FontFamily", FieldKind::kText},
+    {"fontFileName", "FontFileName", FieldKind::kText},
+    {"fontName", "FontName", FieldKind::kText},
+    {"fontType", "FontType", FieldKind::kText},
+    {"versionString", "Version", FieldKind::kText},
 };
 constexpr XmpField kEvent[] = {
-    {"action", "Action", Kind::kText},
-    {"changed", "Changed", Kind::kText},
-    {"instanceID", "InstanceId", Kind::kText},
-    {"parameters", "Parameters", Kind::kText},
-    {"softwareAgent", "SofwareAgentName", Kind::kText},
-    {"when", "ActionDate", Kind::kDate},
+    {"action", "Action", FieldKind::kText},
+    {"changed", "Changed", FieldKind::kText},
+    {"instanceID", "InstanceId", FieldKind::kText},
+    {"parameters", "Parameters", FieldKind::kText},
+    {"softwareAgent", "SofwareAgentName", FieldKind::kText},
+    {"when", "ActionDate", FieldKind::kDate},
 };
 constexpr XmpField kReference[] = {
-    {"alternatePaths", "AlternatePaths", Kind::kTexts},
-    {"documentID", "DocumentUri", Kind::kText},
-    {"filePath", "FilePathUri", Kind::kText},
-    {"instanceID", "InstanceId", Kind::kText},
+    {"alternatePaths", "AlternatePaths", FieldKind::kTexts},
+    {"documentID", "DocumentUri", FieldKind::kText},
+    {"filePath", "FilePathUri", FieldKind::kText},
+    {"instanceID", "InstanceId", FieldKind::kText},
 };
 constexpr XmpField kThumbnail[] = {
-    {"width", "Width", Kind::kNumber},
-    {"height", "Height", Kind::kNumber},
-    {"image", "ImageBase64", Kind::kText},
+    {"width", "Width", FieldKind::kNumber},
+    {"height", "Height", FieldKind::kNumber},
+    {"image", "ImageBase64", FieldKind::kText},
 };
 constexpr XmpField kVersion[] = {
-    {"comments", "Comments", Kind::kText},   {"event", "VersionEvent", Kind::kStructure},
-    {"modifier", "Modifier", Kind::kText},   {"modifyDate", "ModifiedDate", Kind::kDate},
-    {"version", "VersionText", Kind::kText},
+    {"comments", "Comments", FieldKind::kText},   {"event", "VersionEvent", FieldKind::kStructure},
+    {"modifier", "Modifier", FieldKind::kText},   {"modifyDate", "ModifiedDate", FieldKind::kDate},
+    {"version", "VersionText", FieldKind::kText},
 };
 constexpr XmpField kLayer[] = {
-    {"LayerName", "Name", Kind::kText},
-    {"LayerText", "Text", Kind::kText},
+    {"LayerName", "Name", FieldKind::kText},
+    {"LayerText", "Text", FieldKind::kText},
 };
 constexpr XmpField kProjectLink[] = {
-    {"type", "Type", Kind::kChoice, kProjectTypes},
-    {"path", "Path", Kind::kText},
+    {"type", "Type", FieldKind::kChoice, kProjectTypes},
+    {"path", "Path", FieldKind::kText},
 };
 constexpr XmpField kTime[] = {
-    {"scale", "Scale", Kind::kRational},
-    {"value", "Value", Kind::kNumber},
+    {"scale", "Scale", FieldKind::kRational},
+    {"value", "Value", FieldKind::kNumber},
 };
 constexpr XmpField kTimecode[] = {
-    {"timeFormat", "Format", Kind::kToken},
-    {"timeValue", "TimeValue", Kind::kText},
+    {"timeFormat", "Format", FieldKind::kToken},
+    {"timeValue", "TimeValue", FieldKind::kText},
 };
 
 constexpr XmpStructure kStructures[] = {

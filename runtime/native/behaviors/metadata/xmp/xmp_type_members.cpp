@@ -222,14 +222,14 @@ float float_limit(const Limit& row) {
     return static_cast<float>(row.number);
 }
 
-const BehaviorTable token_table(each_row(kTokens,
-                                         [](const Token& row) { return row_property<&token>(row.property, row); }));
-const BehaviorTable limit_table(each_row(kLimits,
-                                         [](const Limit& row) { return row_property<&limit>(row.property, row); }));
-const BehaviorTable float_limit_table(each_row(kFloatLimits, [](const Limit& row) {
+const BehaviorTable ZELMOR_UNNAMED(each_row(kTokens,
+                                            [](const Token& row) { return row_property<&token>(row.property, row); }));
+const BehaviorTable ZELMOR_UNNAMED(each_row(kLimits,
+                                            [](const Limit& row) { return row_property<&limit>(row.property, row); }));
+const BehaviorTable ZELMOR_UNNAMED(each_row(kFloatLimits, [](const Limit& row) {
     return row_property<&float_limit>(row.property, row);
 }));
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&representation, api::Xmp::Types::XmpTypeBase::call_000_GetXmpRepresentation>(),
     behavior<&boolean_of_text, basic::XmpBoolean::ctor_002_XmpBoolean>(),
     behavior<&integer_of_text, basic::XmpInteger::ctor_002_XmpInteger>(),

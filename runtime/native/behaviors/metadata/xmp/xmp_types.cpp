@@ -145,7 +145,7 @@ std::string empty_structure(const Record& record) {
 Ref<ManagedObject> make_type(const TypeInfo& type) {
     return make_ref<XmpTypeObject>(type);
 }
-const FactoryRegistration factory(XmpTypeObject::kManagedName, make_type);
+const FactoryRegistration ZELMOR_UNNAMED(XmpTypeObject::kManagedName, make_type);
 
 }  // namespace
 

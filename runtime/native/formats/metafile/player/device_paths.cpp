@@ -7,7 +7,7 @@ namespace zelmor::embed::metafile {
 
 namespace {
 
-constexpr double kFlatness = 0.05;
+constexpr double kPathFlatness = 0.05;
 
 RegionOperation operation_of(RegionMode mode) {
     switch (mode) {
@@ -50,7 +50,7 @@ void Device::close_figure() {
 }
 
 void Device::flatten_path() {
-    m_path = flattened(m_path, kFlatness);
+    m_path = flattened(m_path, kPathFlatness);
 }
 
 void Device::widen_path() {
@@ -68,7 +68,7 @@ void Device::widen_path() {
                                   : state.pen.cap == drawwork::StrokeCap::kSquare ? EndCap::kSquare
                                                                                   : EndCap::kFlat;
     pen.miter_limit = state.miter_limit;
-    m_path = widened(m_path, pen, kFlatness);
+    m_path = widened(m_path, pen, kPathFlatness);
 }
 
 void Device::draw_path(bool fills, bool strokes) {

@@ -40,7 +40,7 @@ Value color_array(const std::vector<Argb>& colors) {
     return Value(Ref<ManagedObject>(object_array(api::Color::kType, std::move(values))));
 }
 
-bool is_class(const ManagedObject& object, string_view name) {
+bool is_brush_class(const ManagedObject& object, string_view name) {
     return name == object.type().name;
 }
 
@@ -72,7 +72,7 @@ Pattern pattern_in(const ManagedObject& optional) {
         return pattern;
     }
     pattern.positions = numbers_in(*first, "BlendPositions");
-    if (is_class(*first, "EmfPlusBlendColors")) {
+    if (is_brush_class(*first, "EmfPlusBlendColors")) {
         pattern.colors = colors_in(*first, "Argb32BlendColors");
         const size_t count = std::min(pattern.colors.size(), pattern.positions.size());
         pattern.colors.resize(count);
@@ -133,7 +133,7 @@ Ref<ManagedObject> path_gradient(const ManagedObject& data) {
     Pattern pattern = pattern_of(optional);
     std::vector<PointD> points;
     if (const auto boundary = object_in(data, "BoundaryData")) {
-        if (is_class(*boundary, "EmfPlusBoundaryPointData")) {
+        if (is_brush_class(*boundary, "EmfPlusBoundaryPointData")) {
             points = points_in(*boundary, "BoundaryPointData");
         } else if (const auto path = object_in(*boundary, "BoundaryPathData")) {
             constexpr double kFlatness = 0.25;
@@ -178,7 +178,7 @@ Ref<ManagedObject> custom_cap(const ManagedObject& cap) {
         return {};
     }
     auto made = make_instance(api::CustomLineCap::kType.name);
-    if (is_class(*data, "EmfPlusCustomLineCapArrowData")) {
+    if (is_brush_class(*data, "EmfPlusCustomLineCapArrowData")) {
         const double width = number_in(*data, "Width"), height = number_in(*data, "Height");
         const double inset = number_in(*data, "MiddleInset");
         const std::vector<PointD> corners{{0, 0}, {-width / 2, -height}, {0, -height + inset}, {width / 2, -height}};
@@ -301,19 +301,19 @@ PlusBrush plus_brush(const ManagedObject& object) {
     if (!data) {
         return made;
     }
-    if (is_class(*data, "EmfPlusSolidBrushData")) {
+    if (is_brush_class(*data, "EmfPlusSolidBrushData")) {
         made.brush = solid(color_in(*data, "Argb32SolidColor"));
-    } else if (is_class(*data, "EmfPlusHatchBrushData")) {
+    } else if (is_brush_class(*data, "EmfPlusHatchBrushData")) {
         made.brush = make_instance(api::Brushes::HatchBrush::kType.name);
         const int64_t last = static_cast<int64_t>(api::HatchStyle::kSolidDiamond);
         set_property(*made.brush, "HatchStyle", std::clamp<int64_t>(whole_in(*data, "HatchStyle"), 0, last));
         set_property(*made.brush, "ForegroundColor", color_value(color_in(*data, "Argb32ForeColor")));
         set_property(*made.brush, "BackgroundColor", color_value(color_in(*data, "Argb32BackColor")));
-    } else if (is_class(*data, "EmfPlusLinearGradientBrushData")) {
+    } else if (is_brush_class(*data, "EmfPlusLinearGradientBrushData")) {
         made.brush = linear(*data);
-    } else if (is_class(*data, "EmfPlusPathGradientBrushData")) {
+    } else if (is_brush_class(*data, "EmfPlusPathGradientBrushData")) {
         made.brush = path_gradient(*data);
-    } else if (is_class(*data, "EmfPlusTextureBrushData")) {
+    } else if (is_brush_class(*data, "EmfPlusTextureBrushData")) {
         const auto optional = object_in(*data, "OptionalData");
         made.wrap = static_cast<api::WrapMode>(whole_in(*data, "WrapMode"));
         made.transform = map_of(optional);

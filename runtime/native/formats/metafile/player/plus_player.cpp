@@ -148,10 +148,10 @@ void set_terminal_clip(PlusPlayer& player, Played record) {
     player.state.clip = region_of(std::move(outline), FillRule::kWinding);
 }
 
-using Handler = void (*)(PlusPlayer&, Played);
+using PlusHandler = void (*)(PlusPlayer&, Played);
 
-const std::unordered_map<std::string_view, Handler>& handlers() {
-    static const auto& table = *new std::unordered_map<std::string_view, Handler>{
+const std::unordered_map<std::string_view, PlusHandler>& plus_handlers() {
+    static const auto& table = *new std::unordered_map<std::string_view, PlusHandler>{
         {"EmfPlusHeader", [](PlusPlayer& p, Played r) { p.set_resolution(number_in(r, "LogicalDpiX")); }},
         {"EmfPlusObject", &set_object},
         {"EmfPlusSerializableObject", [](PlusPlayer& p, Played r) { p.set_effect(object_in(r, "Buffer")); }},
@@ -246,8 +246,8 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
 }  // namespace
 
 void PlusPlayer::play(const ManagedObject& record) {
-    const auto found = handlers().find(record.type().name);
-    if (found != handlers().end()) {
+    const auto found = plus_handlers().find(record.type().name);
+    if (found != plus_handlers().end()) {
         found->second(*this, record);
     }
 }

@@ -198,10 +198,10 @@ void dib_to_device(WmfPlayer& player, Played record) {
     }
 }
 
-using Handler = void (*)(WmfPlayer&, Played);
+using WmfHandler = void (*)(WmfPlayer&, Played);
 
-const std::unordered_map<std::string_view, Handler>& handlers() {
-    static const auto& table = *new std::unordered_map<std::string_view, Handler>{
+const std::unordered_map<std::string_view, WmfHandler>& wmf_handlers() {
+    static const auto& table = *new std::unordered_map<std::string_view, WmfHandler>{
         {"WmfCreatePenInDirect", [](WmfPlayer& p, Played r) { p.add_object(pen_of(r)); }},
         {"WmfCreateBrushInDirect", [](WmfPlayer& p, Played r) { p.add_object(brush_of(r, "Argb32ColorRef")); }},
         {"WmfCreateFontInDirect", [](WmfPlayer& p, Played r) { p.add_object(font_of(r)); }},
@@ -334,8 +334,8 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
 }  // namespace
 
 void WmfPlayer::play(const ManagedObject& record) {
-    const auto found = handlers().find(record.type().name);
-    if (found != handlers().end()) {
+    const auto found = wmf_handlers().find(record.type().name);
+    if (found != wmf_handlers().end()) {
         found->second(*this, record);
     }
 }

@@ -225,7 +225,7 @@ void set_transform(Recorder& self, MatrixObject* transform) {
     self.transform = required_map(transform, "transform");
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&draw_image, Api::call_000_DrawImage>(),
     behavior<&draw_image_part, Api::call_001_DrawImage>(),
     behavior<&draw_image_bytes, Api::call_002_DrawImage, Api::call_000_DrawImageFromBytes>(),

@@ -230,7 +230,7 @@ Ref<MetaImageObject> end_wmf(WmfRecorder& self) {
     return self.end();
 }
 
-const BehaviorTable table({
+const BehaviorTable ZELMOR_UNNAMED({
     behavior<&new_emf, EmfApi::ctor_000_EmfRecorderGraphics2D>(),
     behavior<&of_emf, EmfApi::call_000_FromEmfImage>(),
     behavior<&end_emf, EmfApi::call_000_EndRecording>(),

@@ -14,11 +14,11 @@ namespace zelmor::embed::metafile {
 
 namespace {
 
-constexpr double kFlatness = 0.05;
-constexpr int64_t kSourceCopy = 0x00CC0020, kSourceAnd = 0x008800C6, kSourceOr = 0x00EE0086;
+constexpr double kWmfFlatness = 0.05;
+constexpr int64_t kCopyPixels = 0x00CC0020, kSourceAnd = 0x008800C6, kSourceOr = 0x00EE0086;
 constexpr size_t kMostPoints = 32000;
 
-Value color_number(Argb color) {
+Value wmf_color_number(Argb color) {
     return int64_t{static_cast<int32_t>(color | 0xFF000000)};
 }
 
@@ -80,7 +80,7 @@ int64_t WmfCanvas::object(const std::string& key, const std::function<void()>& m
 
 void WmfCanvas::select_brush(Argb color) {
     select(m_brush, object("brush " + std::to_string(color), [&] {
-               set_property(*add("WmfCreateBrushInDirect"), "Argb32ColorRef", color_number(color));
+               set_property(*add("WmfCreateBrushInDirect"), "Argb32ColorRef", wmf_color_number(color));
            }));
 }
 
@@ -89,7 +89,7 @@ void WmfCanvas::select_no_pen() {
                const auto pen = add("WmfCreatePenInDirect");
                set_property(*pen, "PenStyle", int64_t{5});
                set_property(*pen, "Width", point_value({}));
-               set_property(*pen, "Argb32ColorRef", color_number(kBlack));
+               set_property(*pen, "Argb32ColorRef", wmf_color_number(kBlack));
            }));
 }
 
@@ -143,7 +143,7 @@ void WmfCanvas::emit_fill(const Outline& given, FillRule rule, Argb color) {
     }
     std::vector<Value> counts, points;
     for (const Contour& contour : outline) {
-        const std::vector<PointD> flat = flattened(contour, kFlatness);
+        const std::vector<PointD> flat = flattened(contour, kWmfFlatness);
         if (flat.size() < 3 || flat.size() > kMostPoints) {
             continue;
         }
@@ -177,10 +177,10 @@ bool WmfCanvas::emit_stroke(const Outline& outline, const Stroke& stroke, Argb c
     select(m_pen, object("pen " + std::to_string(color) + " " + std::to_string(width), [&] {
                const auto pen = add("WmfCreatePenInDirect");
                set_property(*pen, "Width", point_value({double(width), 0}));
-               set_property(*pen, "Argb32ColorRef", color_number(color));
+               set_property(*pen, "Argb32ColorRef", wmf_color_number(color));
            }));
     for (const Contour& contour : outline) {
-        std::vector<PointD> flat = flattened(contour, kFlatness);
+        std::vector<PointD> flat = flattened(contour, kWmfFlatness);
         if (contour.closed && !flat.empty()) {
             flat.push_back(flat.front());
         }
@@ -226,7 +226,7 @@ bool WmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb 
                set_property(*font, "Facename", Value(to_utf16(face)));
            }));
     if (m_text_color != static_cast<int64_t>(color)) {
-        set_property(*add("WmfSetTextColor"), "Argb32ColorRef", color_number(color));
+        set_property(*add("WmfSetTextColor"), "Argb32ColorRef", wmf_color_number(color));
         m_text_color = color;
     }
     const PointD at = units(placing.apply({0, extent.baseline}));
@@ -300,7 +300,7 @@ void WmfCanvas::emit_bitmap(const Pixels& given, const Affine& placing) {
     for (Argb& color : pixels.colors) {
         color = color >> 24 == 0 ? kBlack : over_white(color);
     }
-    put(pixels, holes ? kSourceOr : kSourceCopy);
+    put(pixels, holes ? kSourceOr : kCopyPixels);
 }
 
 bool WmfCanvas::emit_combine(const Outline&, FillRule, Argb, uint8_t) {

@@ -1,0 +1,35 @@
+# zelmor_compile_together(<target>...): the sources of a target that lie in one folder are compiled together, up to eight
+# as one (CMake's unity build), so that the headers and templates that they share are read and instantiated once. The
+# names in their unnamed namespaces have to differ within a folder; the compiler says so where they do not.
+# ZELMOR_TOGETHER=OFF compiles each source alone, which shows whether each includes every header that it needs.
+option(ZELMOR_TOGETHER "Compile the sources of a folder together" ON)
+
+function(zelmor_compile_together)
+    if(ZELMOR_TOGETHER)
+        foreach(target IN LISTS ARGN)
+            # At the end, when all folders have added their sources.
+            cmake_language(EVAL CODE "cmake_language(DEFER DIRECTORY [[${PROJECT_SOURCE_DIR}]]
+                                                     CALL zelmor_group_sources [[${target}]])")
+        endforeach()
+    endif()
+endfunction()
+
+function(zelmor_group_sources target)
+    get_target_property(sources ${target} SOURCES)
+    get_target_property(directory ${target} SOURCE_DIR)
+    foreach(source IN LISTS sources)
+        if(source MATCHES "\\.cpp$")
+            cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${directory})
+            cmake_path(GET source PARENT_PATH folder)
+            cmake_path(RELATIVE_PATH folder BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
+            string(MAKE_C_IDENTIFIER "${folder}" folder)
+            math(EXPR number "0${count_${folder}} / 8")
+            math(EXPR count_${folder} "0${count_${folder}} + 1")
+            set_source_files_properties(${source} TARGET_DIRECTORY ${target} PROPERTIES
+                                        UNITY_GROUP ${folder}_${number})
+        endif()
+    endforeach()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+    # The warning is for headers; it takes a source that is included for one.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endfunction()
