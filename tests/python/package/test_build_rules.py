@@ -32,7 +32,7 @@ def compiled_together(source: str) -> list[str]:
     """The sources that a source of a unity build includes; of any other one itself."""
     if "/Unity/unity_" not in source:
         return [source]
-    included = re.findall(r'^#include "(.*)"', (BUILD_DIR / source).read_text(), re.MULTILINE)
+    included = re.findall(r'^#include "(.*)"', (ROOT / source).read_text(), re.MULTILINE)
     return [name.removeprefix(f"{ROOT}/") for name in included]
 
 
