@@ -80,7 +80,7 @@ test: setup-test everything
 
 CATALOGUES := api/catalogue $(addprefix siblings/catalogue/,pyreflection pyio pydrawing)
 docs: setup-build setup-docs
-	@$(PYTHON) -B -m tools.generator reference $(BUILD)/docs docs $(CATALOGUES)
+	@$(PYTHON) -B -m tools.generator reference $(BUILD)/docs docs examples/reference $(CATALOGUES)
 	@mkdocs build --quiet --strict --clean -f $(BUILD)/docs/mkdocs.yml
 	@echo "open it with: $(PYTHON) -m http.server -d $(BUILD)/docs/html"
 

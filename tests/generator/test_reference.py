@@ -10,8 +10,13 @@ from pathlib import Path
 import pytest
 
 from tools.generator.builder import load
-from tools.generator.writers.reference.pages import GUIDES, ReferenceWriter
-from tools.generator.writers.reference.markdown import escaped, page_of
+from tools.generator.documentation import described_members
+from tools.generator.errors import Findings
+from tools.generator.writers.reference.guides import read_guides, sections
+from tools.generator.writers.reference.markdown import escaped, first_sentence, page_of
+from tools.generator.writers.reference.pages import ReferenceWriter
+from tools.generator.writers.reference.search import search_entries
+from tools.generator.writers.reference.site import STATIC, read_examples
 from tools.generator.writers.stubs.package import StubWriter
 
 ROOT = Path(__file__).parents[2]
@@ -19,10 +24,20 @@ MODELS = [load(ROOT / "api" / "catalogue"), *(load(ROOT / "siblings" / "catalogu
     "pyreflection", "pyio", "pydrawing"))]
 
 
+EXAMPLES = read_examples(ROOT / "examples" / "reference")
+GUIDES = read_guides(ROOT / "docs")
+
+
 @pytest.fixture(scope="module")
-def pages() -> dict[str, str]:
-    guides = {f"guide/{name}": (ROOT / "docs" / name).read_text() for name in GUIDES}
-    return guides | {path: "\n".join(lines) for path, lines in ReferenceWriter(MODELS).write().items()}
+def writer() -> ReferenceWriter:
+    return ReferenceWriter(MODELS, EXAMPLES)
+
+
+@pytest.fixture(scope="module")
+def pages(writer: ReferenceWriter) -> dict[str, str]:
+    guides = {guide.page: guide.path.read_text() for guide in GUIDES}
+    written = {path: "\n".join(lines) for path, lines in writer.write().items()}
+    return guides | written | {"index.md": (ROOT / "docs" / "site" / "index.md").read_text()}
 
 
 @pytest.fixture(scope="module")
@@ -32,15 +47,15 @@ def stubs() -> dict[str, str]:
 
 def headings(text: str) -> set[str]:
     """What can stand behind the # of a link to a page."""
-    titles = re.findall(r"^#+ (.*)$", text, re.MULTILINE)
-    return {re.sub(r"[^a-z0-9_ -]", "", title.lower().replace("\\", "")).replace(" ", "-") for title in titles}
+    named = set(re.findall(r"^#+ .*\{ #(\S+) \}$", text, re.MULTILINE)) | set(re.findall(r'<a id="(\w+)"></a>', text))
+    return named | {section.anchor for section in sections(text)}
 
 
 def test_there_is_a_page_for_each_module_class_and_enumeration(pages: dict[str, str]) -> None:
     types = [entry for model in MODELS for entry in model.types]
     modules = [module for model in MODELS for module in model.modules]
     expected = {page_of(entry) for entry in types} | {f"{module.name}/index.md" for module in modules}
-    assert set(pages) == expected | {"index.md", "collections.md", *(f"guide/{name}" for name in GUIDES)}
+    assert set(pages) == expected | {"index.md", "modules.md", "collections.md", *(guide.page for guide in GUIDES)}
     assert len(MODELS[0].types) == 891 + 255
 
 
@@ -80,7 +95,7 @@ def functions(stub: str, name: str) -> list[str]:
 @pytest.mark.parametrize("name", ["Image", "Graphics", "Pen", "ColorPalette", "Matrix"])
 def test_signatures_are_those_of_the_stubs(pages: dict[str, str], stubs: dict[str, str], name: str) -> None:
     text = pages[f"zelmor.imaging/{name}.md"]
-    methods = text[text.index("## Methods"):]
+    methods = text[text.index("## Methods {"):]
     shown = [line.split(" -> ")[0] for line in re.findall(r"```python\n(.*)\n```", methods)]
     stated = functions(stubs["imaging/__init__.pyi"], name)
     assert sorted(shown) == sorted(stated)
@@ -110,3 +125,56 @@ def test_the_editor_transcript_shows_what_the_model_has(pages: dict[str, str]) -
     assert set(offered(transcript, "What PNG options offer")) == names
     children = next(module for module in MODELS[0].modules if module.name == "zelmor.imaging.fileformats").children
     assert set(offered(transcript, "Submodules")) == {child.last for child in children}
+
+
+# -- texts, examples and the search ------------------------------------------------------------------------------------
+
+def test_the_front_page_leads_to_what_there_is(pages: dict[str, str]) -> None:
+    """Its links are checked with those of all pages; that each file of the site is there, here."""
+    assert all((ROOT / "docs" / "site" / name).is_file() for name in STATIC)
+
+
+def test_texts_stand_on_the_pages_with_links_to_what_they_name(writer: ReferenceWriter) -> None:
+    universe = writer.universe
+    image = next(entry for entry in universe.types if entry.dotted == "zelmor.imaging.Image")
+    text = "A `Pen` or `PngOptions.source`, see `load()` and `width`; not `b | c` nor [these]."
+    assert universe.linked(text, "zelmor.imaging/Image.md", image) == (
+        "A [`Pen`](Pen.md) or [`PngOptions.source`](ImageOptionsBase.md#source), see "
+        "[`load()`](Image.md#load) and [`width`](Image.md#width); not `b | c` nor \\[these\\].")
+    assert universe.linked("`zelmor.imaging.sources`, `ResizeType.NONE`", "modules.md") == (
+        "[`zelmor.imaging.sources`](zelmor.imaging.sources/index.md), `ResizeType.NONE`")
+
+
+@pytest.mark.parametrize("text, first", [
+    ("One. Two.", "One."), ("A file, e.g. one. `B` is next.", "A file, e.g. one."), ("No more", "No more"),
+    ("Of [MS-EMF] 2.3. The rest.", "Of [MS-EMF] 2.3.")])
+def test_lists_show_the_first_sentence(text: str, first: str) -> None:
+    assert first_sentence(text) == first
+
+
+def test_an_example_stands_on_the_page_of_its_type(pages: dict[str, str]) -> None:
+    for name, lines in EXAMPLES.items():
+        shown = [text for path, text in pages.items() if path.endswith(f"/{name}.md") and "## Example {" in text]
+        assert len(shown) == 1, name
+        assert "\n".join(["```python", *lines, "```"]) in shown[0]
+
+
+def test_an_example_about_no_type_is_refused() -> None:
+    with pytest.raises(Findings, match="the example Imagine is about 0 types"):
+        ReferenceWriter(MODELS, {"Imagine": ["pass"]})
+
+
+def test_every_entry_of_the_search_leads_to_a_place(writer: ReferenceWriter, pages: dict[str, str]) -> None:
+    entries = search_entries(writer, GUIDES)
+    places = {path: headings(text) for path, text in pages.items()}
+    for title, address, _, weight in entries:
+        path, _, place = address.partition("#")
+        page = path.removesuffix(".html") + ".md"
+        assert page in pages, title
+        assert not place or place in places[page], f"{title}: {address}"
+        assert weight > 0
+    members = sum(len(list(described_members(entry))) for model in MODELS for entry in model.types)
+    constructed = sum(bool(entry.constructors) for model in MODELS for entry in model.types)
+    types = sum(len(model.types) + len(model.modules) for model in MODELS)
+    of_guides = sum(len(sections(guide.path.read_text())) for guide in GUIDES)
+    assert len(entries) == types + members - constructed + of_guides

@@ -1,4 +1,4 @@
-"""The command that writes the pages of the API reference."""
+"""The command that writes the site of the API reference."""
 
 from __future__ import annotations
 
@@ -6,15 +6,15 @@ from pathlib import Path
 
 from ...builder import load
 from ...command import Command
-from .pages import GUIDES, write_reference
+from .site import write_site
 
 
-def _reference(out: Path, guides: Path, catalogues: list[Path]) -> str:
-    pages = write_reference([load(path) for path in catalogues], out, [guides / name for name in GUIDES])
-    return f"reference: {pages} pages"
+def _reference(out: Path, docs: Path, examples: Path, catalogues: list[Path]) -> str:
+    return f"reference: {write_site([load(path) for path in catalogues], out, docs, examples)} pages"
 
 
 COMMANDS = (
-    Command("reference", ("out", "guides", "catalogues..."), "write the pages of the API reference and the settings of "
-            "mkdocs, with the guide pages of the folder GUIDES that they refer to", _reference),
+    Command("reference", ("out", "docs", "examples", "catalogues..."),
+            "write the pages of the site and the settings of mkdocs: the API reference, the guides and front page of "
+            "the folder DOCS, the programs of the folder EXAMPLES on the pages of their types", _reference),
 )

@@ -1,4 +1,4 @@
-"""Markdown of the API reference: annotations with links in them, tables, and relative addresses of pages."""
+"""Markdown of the API reference: annotations and texts with links in them, tables, and relative addresses of pages."""
 
 from __future__ import annotations
 
@@ -7,6 +7,7 @@ import re
 from collections.abc import Sequence
 from dataclasses import dataclass
 
+from ...documentation import CONSTRUCTOR
 from ...model import Model, Type
 from ..stubs.annotations import Scope, Universe
 from ..stubs.words import GENERIC, INTEROP, SUPPORT
@@ -16,6 +17,7 @@ SHARED_NAMES = "guide/stubs.md#shared-names"
 #: The page of the closed generic collections.
 COLLECTIONS_PAGE = "collections.md"
 _LINK = re.compile("\x01([^\x02]*)\x02([^\x03]*)\x03")
+_SENTENCE = re.compile(r"(?<=[^.\s][.?!])\s+(?=[A-Z`])")
 
 
 def page_of(entry: Type) -> str:
@@ -49,6 +51,22 @@ def link(text: str, target: str, origin: str) -> str:
     return f"[{escaped(text)}]({address(target, origin)})"
 
 
+def section(title: str) -> list[str]:
+    """The heading of a part of a page; its name for links cannot be that of a member."""
+    slug = re.sub(r"[^a-z]+", "-", title.lower())
+    return [f"## {title} {{ #section-{slug} }}", ""]
+
+
+def anchor(name: str) -> str:
+    """A place in a table that links can lead to."""
+    return f'<a id="{name}"></a>'
+
+
+def first_sentence(text: str) -> str:
+    """The first sentence of a text: what a list shows of it."""
+    return _SENTENCE.split(text, maxsplit=1)[0]
+
+
 def table(head: tuple[str, ...], rows: Sequence[tuple[str, ...]]) -> list[str]:
     """A table with an empty line behind it, or nothing if it has no rows."""
     if not rows:
@@ -65,6 +83,56 @@ class LinkedUniverse(Universe):
         self.pages = {(entry.module, entry.name): page_of(entry) for entry in self.types}
         #: The interfaces by the name that stands for all that implement them.
         self.interfaces = {f"{entry.name}Like": entry for entry in self.types if entry.kind == "interface"}
+        self._modules = {module.name for model in models for module in model.modules}
+        self._dotted = {entry.dotted: entry for entry in self.types}
+        self._named: dict[str, list[Type]] = {}
+        for entry in self.types:
+            self._named.setdefault(entry.name, []).append(entry)
+
+    def target(self, code_name: str, near: Type | None, module: str) -> str | None:
+        """The address of what a piece of code in a text names: a module, a type, or a member of a type.
+
+        A plain name is that of a member of the type that the text is about, or else of a type; a type of the module at
+        hand goes before those of others.
+        """
+        name = code_name.removesuffix("()")
+        if name in self._modules:
+            return module_page(name)
+        if near is not None and (found := self.member(near, name)) is not None:
+            return found
+        entry = self._type(name, module)
+        if entry is not None:
+            return page_of(entry)
+        owner, _, python = name.rpartition(".")
+        entry = self._type(owner, module)
+        return None if entry is None else self.member(entry, python)
+
+    def _type(self, name: str, module: str) -> Type | None:
+        found = self._dotted.get(name) or self._dotted.get(f"{module}.{name}")
+        candidates = self._named.get(name, [])
+        return found if found is not None else candidates[0] if len(candidates) == 1 else None
+
+    @staticmethod
+    def member(entry: Type, python: str) -> str | None:
+        """The address of a member, on the page of the type that lists it."""
+        for owner in [entry, *entry.bases()]:
+            names = {name for name, _ in owner.values} | {prop.python for prop in owner.properties}
+            names |= {method.python for method in owner.methods}
+            if python in names or (python == CONSTRUCTOR and owner is entry and entry.constructors):
+                return f"{page_of(owner)}#{python}"
+        return None
+
+    def linked(self, text: str, page: str, near: Type | None = None) -> str:
+        """A documentation text as Markdown for a page; names in backticks are links where there is something."""
+        module = near.module if near is not None else os.path.dirname(page)
+        shown = []
+        for number, part in enumerate(text.split("`")):
+            if number % 2 == 0:
+                shown.append(escaped(part))
+                continue
+            target = self.target(part, near, module)
+            shown.append(code(part) if target is None else f"[{code(part)}]({address(target, page)})")
+        return "".join(shown)
 
 
 @dataclass
