@@ -80,12 +80,20 @@ function search(text) {
   }])
 }
 
+const loading = fetch(new URL("entries.json", self.location))
+  .then(answer => answer.json())
+  .then(rows => { entries = rows.map(prepared) })
+
+// The theme keeps the last message alone while it waits for an answer, so that a query may come instead of the set-up.
+let announced = false
+
 addEventListener("message", async ({ data: message }) => {
-  if (message.type === SETUP) {
-    const answer = await fetch(new URL("entries.json", self.location))
-    entries = (await answer.json()).map(prepared)
+  await loading
+  if (message.type === SETUP || !announced) {
+    announced = true
     postMessage({ type: READY })
-  } else if (message.type === QUERY) {
+  }
+  if (message.type === QUERY) {
     postMessage({ type: RESULT, data: { items: search(message.data) } })
   }
 })

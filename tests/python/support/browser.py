@@ -84,7 +84,7 @@ class Browser:
             raise RuntimeError(json.dumps(answer["exceptionDetails"]))
         return answer["result"].get("value")
 
-    def wait_for(self, script: str, seconds: float = 60.0) -> Any:
+    def wait_for(self, script: str, seconds: float = 30.0) -> Any:
         """The value of an expression as soon as it is true."""
         end = time.monotonic() + seconds
         while not (value := self.evaluate(script)):
@@ -95,8 +95,10 @@ class Browser:
 
     def open(self, address: str) -> None:
         """Goes to a page and waits until all of it is there."""
+        self.evaluate("window.isLeft = true")
         self._ask("Page.navigate", url=address)
-        self.wait_for(f"location.href === {json.dumps(address)} && document.readyState === 'complete'")
+        self.wait_for(f"location.href === {json.dumps(address)} && window.isLeft === undefined"
+                      " && document.readyState === 'complete'")
 
     def type(self, text: str) -> None:
         """Types text, key by key, into the element that has the focus."""
