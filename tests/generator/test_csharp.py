@@ -127,3 +127,49 @@ def test_every_service_class_of_the_wire_is_there() -> None:
     assert counts["SiApiEnumerator"] == 75 and counts["SiApiEnumerable"] == 75  # 74 typed ones, and that of any element
     assert counts["SiApiArray"] == 73 and counts["SiApiList"] == 9
     assert counts["SiApiCntList"] == counts["SiApiCntCollection"] == 4
+
+
+WORDS = """
+Picture: A picture, as `Base` but with a `mode`; no < or & is markup.
+  ctor: Makes a picture of `Mode.FAST` kind.
+    mode: How it is made, or None.
+    path: A file.
+    ! RuntimeError: The file is damaged.
+    ! TypeError: Told by the bridge alone.
+  create_with_mode: Makes one.
+    -> The new picture; none of the others.
+  split: Splits a number, see `fill()`, `no_such_thing` and True.
+    x: The lower half.
+  mode: How it is made.
+Mode: How pictures are made.
+  FAST: In a hurry, see `Picture.split`.
+"""
+
+
+def test_the_class_library_has_the_texts_as_xml_comments(model: Model) -> None:
+    (model.directory / "Acme.Pictures.doc").write_text(WORDS)
+    text = _library(model)
+    lines = [line.strip() for line in text.splitlines()]
+
+    def above(start: str) -> list[str]:
+        """The comment of the declaration that begins so."""
+        end = next(number for number, line in enumerate(lines) if line.startswith(start))
+        first = end
+        while lines[first - 1].startswith("///"):
+            first -= 1
+        return lines[first:end]
+
+    assert above("public partial class Picture") == [
+        '/// <summary>A picture, as <see cref="T:Acme.Pictures.Base"/> but with a <c>Mode</c>; no &lt; or &amp;',
+        "/// is markup.</summary>"]
+    assert above("public Picture(int width, Mode mode)") == [
+        "/// <summary>Makes a picture of <c>Mode.Fast</c> kind.</summary>",
+        '/// <param name="mode">How it is made, or <see langword="null"/>.</param>',
+        '/// <exception cref="T:System.Exception">The file is damaged.</exception>']
+    assert above("public static Picture? CreateWithMode")[-1] == (
+        "/// <returns>The new picture; none of the others.</returns>")
+    assert " ".join(above("public virtual int Split")) == (
+        "/// <summary>Splits a number, see <c>Fill()</c>, <c>no_such_thing</c> and <see /// langword=\"true\"/>."
+        "</summary> /// <param name=\"x\">The lower half.</param>")
+    assert above("public virtual Mode Mode") == ["/// <summary>How it is made.</summary>"]
+    assert above("Fast = 1,") == ["/// <summary>In a hurry, see <c>Picture.Split</c>.</summary>"]

@@ -13,6 +13,7 @@ from collections.abc import Iterator
 from ...entry_points import declared_overloads, declared_properties, of_getter
 from ...model import Model, Overload, Param, Property, Type
 from ...wires import Enumeration, Scalar, Wire
+from .documentation import XmlDocumentation
 from .implemented import Implemented
 from .text import block, camel_case, escaped, member_name, quoted, separated
 from .words import FORMS, FRAMEWORK_TYPES, member_type, net_type
@@ -64,6 +65,7 @@ class Library:
     def __init__(self, model: Model, implemented: Implemented) -> None:
         self._model = model
         self._implemented = implemented
+        self._documentation = XmlDocumentation(model)
         self._types = {entry.full_name: entry for entry in model.types}
         self._namespaces = {".".join(parts[:count]) for entry in model.types
                             for parts in [entry.namespace.split(".")] for count in range(1, len(parts) + 1)}
@@ -299,9 +301,11 @@ class Library:
 
     def _enumeration(self, entry: Type) -> list[str]:
         assert entry.width is not None
-        rows = [f"{member_name(name)} = {value}," for name, value in entry.values]
+        rows = [line for name, value in entry.values
+                for line in [*self._documentation.of_value(entry, name), f"{member_name(name)} = {value},"]]
         flags = ["[System.Flags]"] if entry.flags else []
-        return [*flags, *block(f"public enum {entry.name} : {FORMS[entry.width.form]}", rows)]
+        body = block(f"public enum {entry.name} : {FORMS[entry.width.form]}", rows)
+        return [*self._documentation.of_type(entry), *flags, *body]
 
     def _head(self, entry: Type) -> str:
         kind = {"class": "partial class", "static class": "static partial class", "struct": "partial struct",
@@ -336,11 +340,15 @@ class Library:
     def _type(self, entry: Type) -> list[str]:
         if entry.is_enum:
             return self._enumeration(entry)
-        groups: list[list[str]] = [self._constructor(overload) for overload in entry.constructors]
+        comment = self._documentation
+        groups: list[list[str]] = [self._documented(comment.of_overload(overload), self._constructor(overload))
+                                   for overload in entry.constructors]
         if entry.kind == "class" and not any(not overload.params for overload in entry.constructors):
             groups.append(block(f"protected internal {entry.name}()", []))
-        groups += [self._property(prop) for prop in declared_properties(entry)]
-        groups += [self._method(overload) for overload in _methods(entry)]
+        groups += [self._documented(comment.of_property(prop), self._property(prop))
+                   for prop in declared_properties(entry)]
+        groups += [self._documented(comment.of_overload(overload), self._method(overload))
+                   for overload in _methods(entry)]
         if entry.kind in ("class", "struct"):
             groups += self._explicit(entry)
             groups += self._collection_members(entry)
@@ -348,7 +356,12 @@ class Library:
             if (self._disposes(entry) and not any(self._disposes(base) for base in entry.bases())
                     and not self._implemented.has(entry.full_name, "Dispose")):
                 groups.append([f"public virtual void Dispose() => {self._missing(entry, 'Dispose')};"])
-        return block(self._head(entry), separated(groups))
+        return [*self._documentation.of_type(entry), *block(self._head(entry), separated(groups))]
+
+    @staticmethod
+    def _documented(comment: list[str], member: list[str]) -> list[str]:
+        """A member with its comment; one that is hand-written or inherited is not there."""
+        return [*comment, *member] if member else []
 
     def files(self) -> dict[str, list[str]]:
         """All files by name, one for each namespace."""
