@@ -11,6 +11,7 @@ def main() -> int:
     parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
     build = parser.parse_args().build.resolve()
     sys.path[:0] = [str(Path(__file__).parent), str(build / "bench")]
+    import arrays
     import calls
     import elements
     import files
@@ -32,17 +33,22 @@ def main() -> int:
     print()
     raw = raw_data.run()
     print()
+    held = arrays.run()
+    print()
     done = files.run()
     print()
     results = calls.run()
 
     met = [result.met for result in results] + [result.met for result in moved] + [result.met for result in crossed]
     met += [result.met for result in worked] + [result.met for result in raw if result.limit is not None]
+    met += [result.met for result in held if result.limit is not None]
     met += [met_one for result in done for met_one in result.met]
     met.append(started.met)
     print(f"\ntargets: {sum(met)} of {len(met)} met")
     figures = {
         "import_ms": {"processor": started.processor, "clock": started.net, "statement": started.statement},
+        "arrays_s": {result.name: {"zelmor": result.ours, "copy": result.copy, "pillow": result.pillow}
+                     for result in held},
         "calls_ns": {result.case.name: {key: result.median(key) for key in result.rounds} for result in results},
         "elements_ms": {result.case.name: {key: result.median(key) for key in result.rounds} for result in crossed},
         "files": {result.name: result.figures for result in done},

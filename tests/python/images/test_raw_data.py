@@ -13,6 +13,7 @@ from zelmor.imaging import (CmykColor, CmykColorHelper, Color, ColorPalette, Pix
 
 from support.child import run_child
 from support.image_oracles import HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, worst, write
+from support.tiff_files import BLACK_IS_ZERO, RGB, Form, tiff_bytes
 
 ALL = (0, 0, WIDTH, HEIGHT)
 
@@ -302,6 +303,23 @@ def test_the_own_layout_of_an_image(tmp_path: Path) -> None:
         image.save_raw_data(data, 0, Rectangle(*ALL), image.raw_data_settings)
         expected = noise(bands)
         assert worst(pixels(image, tmp_path, "L" if bands == 1 else "RGBA" if bands == 4 else "RGB"), expected) == 0
+
+
+@pytest.mark.parametrize("bits, file_bits, dtype", [(32, 16, "<f4"), (32, 32, "<f4"), (64, 64, "<f8")])
+@pytest.mark.parametrize("bands", [1, 3])
+def test_floating_samples_cross_as_they_are(tmp_path: Path, bits: int, file_bits: int, dtype: str, bands: int) -> None:
+    form = Form("floats", BLACK_IS_ZERO if bands == 1 else RGB, bands, file_bits, 3)
+    source = form.noise(WIDTH, HEIGHT)
+    (tmp_path / "a.tif").write_bytes(tiff_bytes(source, form))
+    image = load(tmp_path / "a.tif")
+    layout = PixelDataFormat.get_grayscale(bits) if bands == 1 else PixelDataFormat.get_rgb(bits)
+    data = raw(image, layout)
+    assert data == source.astype(dtype).tobytes()
+    image.save_raw_data(source.astype(dtype)[::-1].tobytes(), 0, Rectangle(*ALL), settings(layout))
+    assert raw(image, layout) == source.astype(dtype)[::-1].tobytes()
+    other = PixelDataFormat.get_grayscale(96 - bits) if bands == 1 else PixelDataFormat.get_rgb(96 - bits)
+    with managed_error("NotSupportedException", "Gray" if bands == 1 else "Rgb"):
+        raw(image, other)
 
 
 def test_what_raw_data_refuses(tmp_path: Path) -> None:

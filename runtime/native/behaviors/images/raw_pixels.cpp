@@ -165,7 +165,7 @@ void join(const RawFormat& format, const uint16_t* channels, std::span<uint64_t>
 
 Packing packing_of(const RawFormat& format) {
     const size_t channels = format.bits.size();
-    if (format.layout == PixelLayout::kCieLab || all_bits(format, 32)) {
+    if (format.layout == PixelLayout::kCieLab || all_bits(format, 32) || all_bits(format, 64)) {
         return Packing::kSamples;
     }
     const size_t colors = format.indexed ? 1 : color_channels(format.layout);
@@ -188,8 +188,9 @@ Packing packing_of(const RawFormat& format) {
 Verbatim verbatim_of(const RawFormat& format, const imagework::Picture& picture) {
     const PixelForm& form = picture.form();
     const auto size = static_cast<int32_t>(imagework::sample_size(form.sample));
-    const bool fits = form.is_integer() && format.bits.size() == static_cast<size_t>(form.bands()) &&
-                      all_bits(format, 8 * size) && format.bits_per_pixel == 8 * size * form.bands();
+    // Floating samples of 16 bits are floats of 32 bits in memory, and layouts of 16 bits hold integers.
+    const bool fits = format.bits.size() == static_cast<size_t>(form.bands()) && all_bits(format, 8 * size) &&
+                      format.bits_per_pixel == 8 * size * form.bands();
     if (!fits) {
         return Verbatim::kNone;
     }

@@ -1,8 +1,9 @@
 // Pixels in the layout of a PixelDataFormat, as bytes.
 //
-// Channels of 8 bits are bytes in the format's order, those of 16 and 32 bits groups of bytes, the lowest first; pixels
-// of fewer than 8 bits fill their bytes from the upper end, and the 15- and 16-bit colors are words, the lower byte
-// first.
+// Channels of 8 bits are bytes in the format's order, those of 16, 32 and 64 bits groups of bytes, the lowest first;
+// pixels of fewer than 8 bits fill their bytes from the upper end, and the 15- and 16-bit colors are words, the lower
+// byte first. Channels of 32 and 64 bits are the samples of a picture that has samples of this size, integers or
+// floating ones.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_RAW_PIXELS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_RAW_PIXELS_H
 
