@@ -4,11 +4,15 @@
     build/dotnet/assemblies/<module>/        the assemblies of each module
 
 The two variables that select a runtime then name `runtime` and `assemblies`; --print shows them as shell words.
+
+Where the libraries of the tests are built, the directories `test-runtime` and `test-assemblies` are laid out, too. They
+hold the same files and the control interface of the tests: a library in front of the runtime, and one more assembly.
 """
 
 from __future__ import annotations
 
 import argparse
+import hashlib
 import os
 import shutil
 import subprocess
@@ -27,6 +31,8 @@ CATALOGUES = (("api/catalogue", "Zelmor.Imaging"), ("siblings/catalogue/pydrawin
 MODULES = {"core": ("Zelmor.WrpGen.Core",), "imaging": ("Zelmor.Imaging", "WrpInterop.Zelmor.Imaging"),
            "pydrawing": ("Zelmor.Drawing", "WrpInterop.Zelmor.PyDrawing"), "pyio": ("WrpInterop.Zelmor.PyIo",),
            "pyreflection": ("WrpInterop.Zelmor.PyReflection",), "pygc": ("WrpInterop.Zelmor.PyGc",)}
+# What the tests have besides, in the directory of the module "core".
+CONTROL = "Zelmor.WrpGen.Control"
 
 
 def find_sdk() -> Path | None:
@@ -62,29 +68,61 @@ def generate(build: Path) -> None:
                        cwd=ROOT, check=True)
 
 
+def _inputs(sdk: Path, build: Path) -> str:
+    """A hash of everything that the assemblies are compiled from."""
+    found = hashlib.sha256(" ".join(sorted(path.name for path in (sdk.parent / "sdk").iterdir())).encode())
+    for folder in (MANAGED, build / "generated"):
+        for path in sorted(folder.rglob("*")):
+            if path.suffix in (".cs", ".csproj", ".props"):
+                found.update(f"\0{path.relative_to(folder)}\0".encode() + path.read_bytes())
+    return found.hexdigest()
+
+
 def compile_all(sdk: Path, build: Path) -> None:
-    """Compiles all assemblies, without servers that outlive the build."""
+    """Compiles all assemblies if anything has changed, without servers that outlive the build."""
+    stamp, inputs = build / "out" / "inputs", _inputs(sdk, build)
+    if stamp.exists() and stamp.read_text() == inputs:
+        return
+    stamp.unlink(missing_ok=True)
     quiet = {"DOTNET_CLI_TELEMETRY_OPTOUT": "1", "DOTNET_NOLOGO": "1", "DOTNET_SKIP_FIRST_TIME_EXPERIENCE": "1"}
     subprocess.run([sdk, "build", MANAGED / "Zelmor.Managed.csproj", "-m:1", "--nologo", "-v", "q",
                     "-p:UseSharedCompilation=false", "-nodeReuse:false", f"-p:ZelmorBuild={build}"],
                    env=os.environ | quiet, check=True)
+    stamp.write_text(inputs)
 
 
 def lay_out(runtime: Path, wrapper: Path, build: Path) -> None:
-    """Makes the directories."""
+    """Makes the directories of the product."""
+    _lay_out_runtime(runtime, wrapper, build / "runtime")
+    _lay_out_assemblies(build / "out", build / "assemblies", MODULES)
+
+
+def lay_out_tests(runtime: Path, wrapper: Path, control: Path, build: Path) -> None:
+    """Makes the directories of the tests: the library of the control interface stands in front of the runtime."""
+    directory = _lay_out_runtime(runtime, wrapper, build / "test-runtime")
+    (directory / "libcoreclr.so").rename(directory / "libcoreclr.real.so")
+    _link(control, directory / "libcoreclr.so")
+    _lay_out_assemblies(build / "out", build / "test-assemblies", MODULES | {"core": (*MODULES["core"], CONTROL)})
+
+
+def _lay_out_runtime(runtime: Path, wrapper: Path, root: Path) -> Path:
     version = ".".join(runtime.name.split(".")[:2])
-    directory = build / "runtime" / f"netcore{version}"
-    shutil.rmtree(build / "runtime", ignore_errors=True)
+    directory = root / f"netcore{version}"
+    shutil.rmtree(root, ignore_errors=True)
     directory.mkdir(parents=True)
     for path in runtime.iterdir():
         if path.suffix in (".dll", ".so"):
             _link(path, directory / path.name)
     _link(wrapper, directory / wrapper.name)
-    shutil.rmtree(build / "assemblies", ignore_errors=True)
-    for module, names in MODULES.items():
-        (build / "assemblies" / module).mkdir(parents=True)
+    return directory
+
+
+def _lay_out_assemblies(out: Path, root: Path, modules: dict[str, tuple[str, ...]]) -> None:
+    shutil.rmtree(root, ignore_errors=True)
+    for module, names in modules.items():
+        (root / module).mkdir(parents=True)
         for name in names:
-            _link(build / "out" / name / f"{name}.dll", build / "assemblies" / module / f"{name}.dll")
+            _link(out / name / f"{name}.dll", root / module / f"{name}.dll")
 
 
 def variables(build: Path) -> dict[str, str]:
@@ -113,6 +151,9 @@ def main() -> int:
     compile_all(sdk, build)
     wrapper = tree / "python" / "zelmor" / "_runtime" / "netcore3.1" / "libzelmor.embed.coreclrwrap.so"
     lay_out(runtime, wrapper, build)
+    control = tree / "test-native" / "dotnet" / "libcoreclr.so"
+    if control.exists():
+        lay_out_tests(runtime, wrapper, control, build)
     return 0
 
 

@@ -1,5 +1,5 @@
 """The tests run on the build tree and on the embedded runtime with its control interface, or with ZELMOR_RUNTIME=dotnet
-on .NET, where the tests that need this interface are skipped.
+on .NET with the same interface.
 
 After every test the number of live handles is the same as before, no Python error is pending, and all faults and
 scripts that the test set are removed. A test that keeps handles on purpose declares how many:
@@ -17,13 +17,12 @@ from pathlib import Path
 
 import pytest
 
-from support.dotnet_control import ASSEMBLIES, ON_DOTNET, RUNTIME
 from support.places import BUILD_DIR
+from support.runtimes import ON_DOTNET, VARIABLES
 
 # Set before the first import, since the bridge reads these variables only once.
 os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)
-os.environ["NETCORE_WRAPPER_NETCORE_DIR_zelmor"] = str(RUNTIME if ON_DOTNET else BUILD_DIR / "test-runtime")
-os.environ["NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor"] = str(ASSEMBLIES if ON_DOTNET else BUILD_DIR / "test-runtime")
+os.environ.update(VARIABLES)
 sys.path.insert(0, str(BUILD_DIR / "python"))
 
 import zelmor.imaging  # noqa: E402, F401  (the one start of this process)
@@ -39,6 +38,27 @@ def pytest_configure(config: pytest.Config) -> None:
     """The marks of these tests."""
     config.pluginmanager.register(support.counts, "counts")
     config.addinivalue_line("markers", "keeps_handles(n): the test leaves n handles out, and means to")
+    config.addinivalue_line("markers", "embedded_only(reason): the test is about the embedded runtime itself, or a "
+                                       "process that .NET cannot run in; not run on .NET")
+    config.addinivalue_line("markers", "needs_image_backend: the test loads, saves or works on pictures; not run on "
+                                       ".NET, whose class library has no image backend yet")
+
+
+def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item]) -> None:
+    """On .NET, leaves out the tests that are not for it; the end of the run counts them."""
+    if not ON_DOTNET:
+        return
+    left_out = [item for item in items if _not_for_dotnet(item)]
+    if left_out:
+        config.hook.pytest_deselected(items=left_out)
+        items[:] = [item for item in items if item not in set(left_out)]
+
+
+def _not_for_dotnet(item: pytest.Item) -> bool:
+    marker = item.get_closest_marker("embedded_only")
+    if marker is not None and not (marker.args and isinstance(marker.args[0], str)):
+        raise pytest.UsageError(f"{item.nodeid}: embedded_only needs a reason")
+    return marker is not None or item.get_closest_marker("needs_image_backend") is not None
 
 
 def pytest_collection_finish() -> None:

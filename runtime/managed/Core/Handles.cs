@@ -4,6 +4,7 @@
 // that a handle that is used after that is refused and never leads to another object. A handle keeps its object alive
 // and does nothing else. The table is used by threads that hold Python's lock only.
 using System;
+using System.Collections.Generic;
 using System.Runtime.CompilerServices;
 
 namespace Zelmor.WrpGen.Core;
@@ -95,6 +96,18 @@ public static class Handles
             s_live--;
         }
         PyRef.ReleaseWaiting();
+    }
+
+    /// <summary>The objects behind all handles that are out.</summary>
+    internal static IEnumerable<object> Targets()
+    {
+        for (uint i = 1; i < s_used; i++)
+        {
+            if (s_slots[i].Target is { } target)
+            {
+                yield return target;
+            }
+        }
     }
 
     internal static Exception WrongTarget(object? target, Type wanted)

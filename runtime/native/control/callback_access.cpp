@@ -1,7 +1,8 @@
-// Finding a callback by the name of its table and its slot.
+// Keeping the callbacks of modules, and finding one by the name of its table and its slot.
 #include "runtime/native/control/callback_access.h"
 
 #include <iterator>
+#include <map>
 #include <string_view>
 
 namespace zelmor::embed::control {
@@ -29,7 +30,45 @@ void* single(const Callbacks& of, int slot) {
     return slot >= 0 && slot < static_cast<int>(std::size(slots)) ? slots[slot] : nullptr;
 }
 
+// Modules are imported and their tests run under the interpreter lock.
+std::map<std::string, Callbacks>& all() {
+    static auto& instance = *new std::map<std::string, Callbacks>;
+    return instance;
+}
+
+template <class Function>
+void keep(Function*& field, void* handed) {
+    field = reinterpret_cast<Function*>(handed);
+}
+
 }  // namespace
+
+void keep_callback(const std::string& assembly, const std::string& method, void* handed) {
+    Callbacks& of = all()[assembly];
+    if (method == "SetExceptionCallback") {
+        keep(of.exception, handed);
+    } else if (method == "SetCatchAndClearErrorCallback") {
+        keep(of.catch_and_clear_error, handed);
+    } else if (method == "SetU16StrBuilderCallback") {
+        keep(of.u16_buffer, handed);
+    } else if (method == "SetPyStrBuilderCallback") {
+        keep(of.py_string, handed);
+    } else if (method == "SetPyUnraisableStrBuilderCallback") {
+        keep(of.py_unraisable_string, handed);
+    } else if (method == "SetPyBytesBuilderCallback") {
+        keep(of.py_bytes, handed);
+    } else if (method == "SetPyObjApiCallbacks") {
+        keep(of.objects, handed);
+    } else if (method == "SetPyStaticCallbacks") {
+        keep(of.tables, handed);
+    } else if (method == "SetPyGenericCallbacks") {
+        keep(of.generic, handed);
+    }
+}
+
+const Callbacks& handed_over(const std::string& assembly) {
+    return all()[assembly];
+}
 
 void* find_callback(const Callbacks& of, const char* table, int slot) {
     const std::string_view name = table;

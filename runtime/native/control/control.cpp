@@ -9,7 +9,6 @@
 #include "runtime/native/control/settings.h"
 #include "runtime/native/control/startup.h"
 #include "runtime/native/control/text_writer.h"
-#include "runtime/native/core/type_system.h"
 
 namespace zelmor::embed::control {
 
@@ -30,7 +29,7 @@ void* journaled(const Delegate& made, const char* assembly, const char* type, co
     void*& address = known[made.address][std::string(assembly) + '\n' + type + '\n' + method];
     if (address == nullptr) {
         auto called = std::make_shared<HandedOut>();
-        called->assembly = find_assembly(assembly).value_or(Assembly::kImaging);
+        called->assembly = assembly;
         called->type = type;
         called->method = method;
         called->full_name = made.full_name;
@@ -64,15 +63,12 @@ Delegate on_create_delegate(const char* assembly, const char* type, const char* 
     // Types are built under the interpreter lock.
     static auto& requests = *new std::unordered_map<std::string, int>;
     const int nth = ++requests[std::string(assembly) + '\n' + type];
-    const TypeInfo* info = find_host_class(type);
-    Delegate made;
-    if (is_missing(type, info != nullptr ? info->full_name : nullptr, method, nth)) {
+    Delegate made = resolve_delegate(assembly, type, method);
+    if (is_missing(type, made.full_name, method, nth)) {
         made.status = kMethodNotFound;
-    } else {
-        made = resolve_delegate(assembly, type, method);
     }
     note_request(assembly, type, method, made.status);
-    if (made.status == kOk) {
+    if (made.status == kOk && made.signature != nullptr) {
         made.address = journaled(made, assembly, type, method);
     }
     return made;

@@ -14,6 +14,8 @@ int on_initialize(const char* exe_path, const char* domain_name, int property_co
                   const char** values);
 // Resolves the entry point, unless a setting makes it missing, and returns a delegate that records its calls.
 Delegate on_create_delegate(const char* assembly, const char* type, const char* method);
+// Collects the garbage of the managed side; each runtime has a definition of its own.
+void collect_garbage();
 #else
 inline int on_initialize(const char*, const char*, int, const char**, const char**) {
     return kOk;

@@ -6,6 +6,10 @@
 #include <deque>
 
 #include "exchange/wire/entry_points.h"
+#include "exchange/wire/records.h"
+#include "runtime/native/control/callback_access.h"
+#include "runtime/native/control/control.h"
+#include "runtime/native/control/settings.h"
 #include "runtime/native/control/text_writer.h"
 #include "runtime/native/core/text.h"
 
@@ -139,7 +143,7 @@ void play(const Script& script, const HandedOut& called, CallFrame& frame) {
         std::memcpy(target, out.bytes.data(), out.bytes.size());
     }
     if (script.raises) {
-        const Callbacks& to = callbacks_of(called.assembly);
+        const Callbacks& to = handed_over(called.assembly);
         to.exception(python_text(to, script.name), python_text(to, script.detail));
     }
     if (called.signature[0] != 'v') {
@@ -157,7 +161,7 @@ void write_shots(TextWriter& writer, const char* key, const std::vector<Snapshot
 
 void write_call(TextWriter& writer, const Call& call) {
     writer.open('{');
-    writer.key("assembly").text(assembly_name(call.called->assembly));
+    writer.key("assembly").text(call.called->assembly);
     writer.key("type").text(call.called->type);
     writer.key("name").text_or_null(call.called->full_name);
     writer.key("method").text(call.called->method);
@@ -215,7 +219,7 @@ void note_request(const char* assembly, const char* type, const char* method, in
 }
 
 void note_hand_over(const HandedOut& called) {
-    state().order.open('{').key("event").text("call").key("assembly").text(assembly_name(called.assembly));
+    state().order.open('{').key("event").text("call").key("assembly").text(called.assembly);
     state().order.key("type").text(called.type).key("method").text(called.method).close('}');
 }
 
@@ -228,6 +232,12 @@ void run_call(const HandedOut& called, CallFrame& frame) {
         called.type == kExchangeHostType && (called.method.starts_with("Set") || called.method == "InitServices");
     if (hands_over) {
         note_hand_over(called);
+        if (frame.count() == 1) {
+            keep_callback(called.assembly, called.method, frame.argument<void*>(0));
+        }
+    }
+    if (settings().collect) {
+        collect_garbage();
     }
 
     const bool recording = state().recording;

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "runtime/native/delegates/closure.h"
+#include "runtime/native/delegates/wire_call.h"
 
 namespace zelmor::embed::control {
 
 // A delegate that the bridge requested.
 struct HandedOut {
-    Assembly assembly;
+    std::string assembly;
     std::string type;
     std::string method;
     const char* full_name;  // of the managed type behind a host class, or null

@@ -44,6 +44,10 @@ std::string add_setting(Settings& to, const std::string& text) {
         to.journal = value == "1";
         return {};
     }
+    if (name == "collect") {
+        to.collect = value == "1";
+        return {};
+    }
     return "there is no setting '" + name + "'";
 }
 

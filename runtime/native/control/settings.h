@@ -5,6 +5,7 @@
 //     missing=<type>::#<n>       makes the n-th requested entry point of the type missing, counted from 1
 //     init_status=<number>       makes coreclr_initialize return this status
 //     journal=1                  starts the journal before the first call
+//     collect=1                  collects the garbage of the managed side before each call
 // separated by semicolons. Any other text ends the process with a message, so that a test with a typo cannot pass.
 #ifndef ZELMOR_RUNTIME_NATIVE_CONTROL_SETTINGS_H
 #define ZELMOR_RUNTIME_NATIVE_CONTROL_SETTINGS_H
@@ -24,6 +25,7 @@ struct Settings {
     std::vector<MissingEntry> missing;
     int initialize_status = 0;
     bool journal = false;
+    bool collect = false;
 };
 
 Settings& settings();

@@ -117,16 +117,13 @@ assert list(tag.value)[0] == 7 and len(tag.value) == 4
 
 def test_handles_balance_and_collections_change_nothing() -> None:
     run_on_dotnet("""
-import gc, io, weakref, os
-os.environ["ZELMOR_RUNTIME"] = "dotnet"
-import zelmor.imaging
+import gc, io, weakref
 from zelmor.imaging import Point, StreamContainer
-from support.dotnet_control import DotnetControl
+from support.control import control
 
 class File(io.BytesIO):
     pass
 
-control = DotnetControl()
 before = control.live()
 points = [Point(i, i) for i in range(5000)]
 control.collect()

@@ -6,6 +6,7 @@ from pathlib import Path
 
 import pytest
 
+from support.runtimes import embedded_only
 from support.startup_process import Start
 
 SIBLINGS = ["zelmor.pygc", "zelmor.pydrawing", "zelmor.pyio", "zelmor.pyreflection", "zelmor.pycore"]
@@ -114,20 +115,32 @@ def test_hard_exit_shuts_nothing_down(start: Start) -> None:
 
 def test_a_forked_child_leaves_the_runtime_to_its_parent(start: Start) -> None:
     # The child ends like any program, with all exit handlers; then the parent uses a type for the first time.
+    assert child_and_parent(start, "print(1)") == "1\nFalse 3\n"
+
+
+@embedded_only("a forked child of a process with .NET must not call it")
+def test_a_forked_child_uses_the_runtime_and_leaves_it_to_its_parent(start: Start) -> None:
+    assert child_and_parent(start, "print(zelmor.imaging.Size(1, 2).width)") == "1\nFalse 3\n"
+
+
+def child_and_parent(start: Start, code: str) -> str:
+    """The output of a forked child that runs the code, and of its parent after that."""
     result = start.run(
-        """
+        f"""
 import os, sys, zelmor.imaging
 if os.fork() == 0:
-    print(zelmor.imaging.Size(1, 2).width)
+    {code}
     sys.exit(0)
 assert os.wait()[1] == 0
 print("shutdown" in open(os.environ["FAKE_WRAP_LOG"]).read(), zelmor.imaging.Point(3, 4).x)
 """
     )
-    assert (result.returncode, result.stdout) == (0, "1\nFalse 3\n"), result.stderr
+    assert result.returncode == 0, result.stderr
     assert lifecycle(start).count("shutdown") == 1
+    return result.stdout
 
 
+@embedded_only("a forked child of a process with .NET must not call it")
 def test_the_runtime_itself_does_not_take_its_end_from_a_forked_child(start: Start) -> None:
     result = start.run(
         """

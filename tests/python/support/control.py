@@ -1,4 +1,7 @@
-"""The control interface of the embedded runtime's test flavor: its journal, scripts, faults, callbacks and counts.
+"""The control interface of the runtime: its journal, scripts, faults, callbacks and counts of handles.
+
+Both runtimes have it. What concerns calls is the same library in both; what concerns objects are functions of the
+embedded runtime, or of an assembly that only the tests have. A test does not know which runtime it drives.
 
 A process has one runtime, so `control` is a single object. A setting stays active until it is removed; the fixture in
 conftest.py removes the settings that a test left behind.
@@ -12,30 +15,24 @@ from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from ctypes import c_char_p, c_int, c_int64, c_size_t, c_uint64, c_void_p
 from dataclasses import dataclass
-from typing import Any, cast
+from typing import Any
 
 from .callbacks import prototype, slot_of
-from .dotnet_control import ON_DOTNET, DotnetControl
-from .places import BUILD_DIR
+from .runtimes import ON_DOTNET, TEST_RUNTIME
 
-TEST_RUNTIME_ROOT = BUILD_DIR / "test-runtime"
 IMAGING = "WrpInterop.Zelmor.Imaging"
 
 #: The arguments of a hook: pointers to the argument slots, and to the result slot.
 Hook = Callable[[Any, int], None]
 _HOOK = ctypes.PYFUNCTYPE(None, ctypes.POINTER(c_void_p), c_void_p)
 
-_FUNCTIONS: dict[str, tuple[Any, list[Any]]] = {
+_CALLS: dict[str, tuple[Any, list[Any]]] = {
     "journal_start": (None, []),
     "journal_stop": (None, []),
     "journal_clear": (None, []),
     "journal_read": (c_size_t, [c_char_p, c_size_t]),
     "order_read": (c_size_t, [c_char_p, c_size_t]),
     "startup_read": (c_size_t, [c_char_p, c_size_t]),
-    "live_handles": (c_int64, [c_int]),
-    "live_describe": (c_size_t, [c_char_p, c_size_t]),
-    "tracked_objects": (c_size_t, []),
-    "collect": (c_size_t, []),
     "settings_add": (c_int, [c_char_p]),
     "settings_clear": (None, []),
     "script_exception": (None, [c_char_p, c_char_p, c_char_p, c_char_p, c_uint64]),
@@ -45,10 +42,17 @@ _FUNCTIONS: dict[str, tuple[Any, list[Any]]] = {
     "script_count": (c_size_t, []),
     "callback": (c_void_p, [c_char_p, c_char_p, c_int]),
     "delegate": (c_void_p, [c_char_p, c_char_p, c_char_p]),
+}
+_OBJECTS: dict[str, tuple[Any, list[Any]]] = {
+    "live_handles": (c_int64, [c_int]),
+    "live_describe": (c_size_t, [c_char_p, c_size_t]),
+    "tracked_objects": (c_size_t, []),
+    "collect": (c_size_t, []),
     "new_object": (c_void_p, [c_char_p]),
     "new_list": (c_void_p, [c_char_p, c_char_p, c_size_t]),
     "type_id": (c_int64, [c_char_p]),
 }
+_DOTNET_OBJECTS = (b"Zelmor.WrpGen.Control", b"Zelmor.WrpGen.Control.Exports")
 
 KINDS = {"any": 0, "object": 1, "struct": 2, "type": 3}
 
@@ -84,16 +88,32 @@ class Control:
     def __init__(self) -> None:
         # If the library is loaded already, the loader returns that one; otherwise it loads the one that the import will
         # use.
-        self._library = ctypes.PyDLL(str(TEST_RUNTIME_ROOT / "netcore3.1" / "libcoreclr.so"))
-        for name, (result, arguments) in _FUNCTIONS.items():
-            function = getattr(self._library, f"zelmor_control_{name}")
-            function.restype, function.argtypes = result, arguments
+        self._library = ctypes.PyDLL(str(TEST_RUNTIME / "libcoreclr.so"))
+        self._functions = {name: self._exported(name, *shape) for name, shape in _CALLS.items()}
         self._hooks: list[Any] = []
         self._hook_errors: list[BaseException] = []
 
+    def _exported(self, name: str, result: Any, arguments: list[Any]) -> Any:
+        function = getattr(self._library, f"zelmor_control_{name}")
+        function.restype, function.argtypes = result, arguments
+        return function
+
+    def _of_objects(self, name: str) -> Any:
+        """A function of the runtime itself; .NET has it only after its start."""
+        result, arguments = _OBJECTS[name]
+        if not ON_DOTNET:
+            return self._exported(name, result, arguments)
+        managed = "".join(word.capitalize() for word in name.split("_"))
+        address = self._call("delegate", *_DOTNET_OBJECTS, managed)
+        if not address:
+            raise LookupError(f".NET has no control function {managed}")
+        return ctypes.PYFUNCTYPE(result, *arguments)(address)
+
     def _call(self, name: str, *arguments: Any) -> Any:
+        if name not in self._functions:
+            self._functions[name] = self._of_objects(name)
         words = (text.encode() if isinstance(text, str) else text for text in arguments)
-        return getattr(self._library, f"zelmor_control_{name}")(*words)
+        return self._functions[name](*words)
 
     def _text(self, name: str) -> str:
         size = self._call(name, None, 0)
@@ -147,6 +167,10 @@ class Control:
     def collect(self) -> int:
         """Runs the cycle collector over all objects; returns the number of objects that it ended."""
         return self._call("collect")
+
+    def collect_before_each_call(self) -> None:
+        """Collects the garbage of the managed side before each call, until `reset`."""
+        self._call("settings_add", "collect=1")
 
     # Faults and scripts. A type is identified by its host class or by its managed name.
 
@@ -242,4 +266,4 @@ class Control:
         return self._call("type_id", full_name)
 
 
-control = cast(Control, DotnetControl()) if ON_DOTNET else Control()
+control = Control()

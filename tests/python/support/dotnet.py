@@ -8,18 +8,16 @@ from __future__ import annotations
 import pytest
 
 from .child import run_child
-from .places import BUILD_DIR
-
-_RUNTIME, _ASSEMBLIES = BUILD_DIR / "dotnet" / "runtime", BUILD_DIR / "dotnet" / "assemblies"
+from .runtimes import DOTNET_ASSEMBLIES, DOTNET_ROOT
 
 #: The mark of tests that need .NET.
 needs_dotnet = pytest.mark.skipif(
-    not (_ASSEMBLIES / "imaging" / "WrpInterop.Zelmor.Imaging.dll").exists(),
+    not (DOTNET_ASSEMBLIES / "imaging" / "WrpInterop.Zelmor.Imaging.dll").exists(),
     reason="the .NET half is not built: `make dotnet` builds it, with a .NET SDK from 8 on")
 
 
 def run_on_dotnet(script: str, *arguments: str, seconds: float = 120) -> None:
     """Runs a program with zelmor.imaging on .NET; it has to end by itself with exit code 0."""
     # The runtime changes what freed memory holds by itself, and takes no other allocator.
-    run_child(script, *arguments, seconds=seconds, NETCORE_WRAPPER_NETCORE_DIR_zelmor=str(_RUNTIME),
-              NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor=str(_ASSEMBLIES), MALLOC_PERTURB_="0")
+    run_child(script, *arguments, seconds=seconds, NETCORE_WRAPPER_NETCORE_DIR_zelmor=str(DOTNET_ROOT),
+              NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor=str(DOTNET_ASSEMBLIES), ZELMOR_RUNTIME="dotnet", MALLOC_PERTURB_="0")

@@ -7,9 +7,9 @@ from __future__ import annotations
 
 from typing import Any
 
-from .control import TEST_RUNTIME_ROOT
-from .package_process import ASSEMBLY, NETCORE, child
+from .package_process import child
 from .places import FOLDERS
+from .runtimes import VARIABLES
 
 PREPARE = f"import sys; sys.path[:0] = {FOLDERS!r}\n" + """
 from support.control import control
@@ -20,6 +20,4 @@ import zelmor.imaging as imaging
 
 def run(code: str, missing: str | None = None) -> Any:
     """The value that `code` assigns to `result`, in a process in which one entry point is unavailable."""
-    runtime = str(TEST_RUNTIME_ROOT)
-    return child(PREPARE + code, **{NETCORE: runtime, ASSEMBLY: runtime,
-                                    "ZELMOR_EMBED_CONTROL": f"missing={missing}" if missing else None})
+    return child(PREPARE + code, **VARIABLES, ZELMOR_EMBED_CONTROL=f"missing={missing}" if missing else None)

@@ -16,8 +16,8 @@ from pathlib import Path
 from typing import Any
 
 from .places import BUILD_DIR
+from .runtimes import ON_DOTNET, TEST_ASSEMBLY_ROOT, TEST_RUNTIME
 
-TEST_RUNTIME = BUILD_DIR / "test-runtime" / "netcore3.1"
 TEST_NATIVE = BUILD_DIR / "test-native"
 
 WRAPPER = "libzelmor.embed.coreclrwrap.so"
@@ -70,13 +70,16 @@ class Start:
         return self.root / "assemblies"
 
     def install(self, wrapper: str = "fake_wrapper", version: str = "netcore3.1", root: Path | None = None) -> Path:
-        """A runtime directory with one of the built wrapper libraries and the test runtime."""
+        """A runtime directory with one of the built wrapper libraries and the test runtime. It is searched for
+        assemblies, too, whatever a test says of their directories, so that those of .NET stand there."""
         directory = (root or self.runtime_root) / version
         directory.mkdir(parents=True)
         shutil.copy(TEST_NATIVE / f"lib{wrapper}.so", directory / WRAPPER)
         for library in TEST_RUNTIME.iterdir():
             if library.name != WRAPPER:
                 (directory / library.name).symlink_to(library)
+        for assembly in TEST_ASSEMBLY_ROOT.glob("*/*.dll") if ON_DOTNET else ():
+            (directory / assembly.name).symlink_to(assembly)
         return directory
 
     def run(self, code: str, *options: str, **variables: str) -> subprocess.CompletedProcess[str]:

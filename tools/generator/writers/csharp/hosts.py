@@ -20,14 +20,14 @@ def entry_point(name: str, returned: str, arguments: str, body: list[str], faile
         *block("try", body), *block("catch (Exception e)", [failed or default])])]
 
 
-def static_class(name: str, comment: str, methods: list[list[str]]) -> list[str]:
-    """The file of a class with these methods; its name has the namespace."""
+def static_class(name: str, comment: str, of: str, methods: list[list[str]]) -> list[str]:
+    """The file of a class with these methods; its name has the namespace. `of` is the type that it is for."""
     namespace, _, short = name.rpartition(".")
     lines: list[str] = []
     for method in methods:
         lines += ["", *method] if lines else method
     return [f"// {comment}", *_HEAD, f"namespace {namespace};", "",
-            *block(f"public static unsafe class {short}", lines)]
+            *([f"[HostOf(typeof({of}))]"] if of else []), *block(f"public static unsafe class {short}", lines)]
 
 
 def _argument_name(argument: Argument) -> str:
@@ -149,4 +149,5 @@ def write_host(entry: Type) -> list[str]:
         is_cast = service in ("btp_CastTo", "btp_CastAs", "btp_CastFrom")
         methods.append(entry_point(service, "int", _arguments(point), [f"return {_service(entry, point.member)};"],
                                    "return Errors.ReportFailedCast(e);" if is_cast else ""))
-    return static_class(entry.host_class, f"The entry points of {entry.full_name}. Written by the generator.", methods)
+    return static_class(entry.host_class, f"The entry points of {entry.full_name}. Written by the generator.",
+                        entry.full_name, methods)

@@ -254,7 +254,7 @@ class _Service:
             returned, arguments, body = make(entry)
             failed = "return Errors.ReportFailedCast(e);" if entry in ("btp_CastTo", "btp_CastAs") else ""
             methods.append(entry_point(entry, returned, arguments, body, failed))
-        lines = static_class(name, what, methods)
+        lines = static_class(name, what, self.net if self.typed else "", methods)
         lines.insert(lines.index("using System;") + 1, "using System.Collections.Generic;")
         return lines
 

@@ -1,0 +1,106 @@
+// Objects that tests ask for by the names of their types.
+using System;
+using System.Collections;
+using System.Collections.Generic;
+using System.Collections.ObjectModel;
+using System.Reflection;
+using System.Runtime.CompilerServices;
+using Zelmor.WrpGen.Core;
+
+namespace Zelmor.WrpGen.Control;
+
+internal static class Objects
+{
+    // Assemblies of types that no call may have loaded yet.
+    private static readonly string[] s_libraries = { "Zelmor.Imaging", "Zelmor.Drawing" };
+
+    // The interop assemblies with hosts of typed collections.
+    private static readonly string[] s_interop = { "WrpInterop.Zelmor.Imaging", "WrpInterop.Zelmor.PyDrawing" };
+
+    public static Type? FindType(string fullName)
+    {
+        foreach (var name in s_libraries)
+        {
+            if (Load(name)?.GetType(fullName) is { } found)
+            {
+                return found;
+            }
+        }
+        foreach (var assembly in AppDomain.CurrentDomain.GetAssemblies())
+        {
+            if (assembly.GetType(fullName) is { } found)
+            {
+                return found;
+            }
+        }
+        return null;
+    }
+
+    /// <summary>A new object; of a class without a constructor that takes nothing, one that no constructor has seen.
+    /// </summary>
+    public static object? Make(string fullName)
+    {
+        var type = FindType(fullName);
+        if (type == null || type.IsAbstract || type.IsInterface || type.IsEnum)
+        {
+            return null;
+        }
+        const BindingFlags any = BindingFlags.Instance | BindingFlags.Public | BindingFlags.NonPublic;
+        var hasEmpty = type.IsValueType || type.GetConstructor(any, Type.EmptyTypes) != null;
+        return hasEmpty ? Activator.CreateInstance(type, nonPublic: true) : RuntimeHelpers.GetUninitializedObject(type);
+    }
+
+    public static object? MakeList(string shape, string identifier, int count)
+    {
+        var element = identifier.Length == 0 ? typeof(object) : ElementType(identifier);
+        if (element == null)
+        {
+            return null;
+        }
+        var items = Array.CreateInstance(element, count);
+        return shape switch
+        {
+            "array" => items,
+            "arraylist" => new ArrayList(items),
+            "list" => Activator.CreateInstance(typeof(List<>).MakeGenericType(element), items),
+            "colbase" => Activator.CreateInstance(typeof(Collection<>).MakeGenericType(element), AsList(items, element)),
+            "rocolbase" => Activator.CreateInstance(
+                typeof(ReadOnlyCollection<>).MakeGenericType(element), AsList(items, element)),
+            _ => null,
+        };
+    }
+
+    private static object AsList(Array items, Type element)
+    {
+        return Activator.CreateInstance(typeof(List<>).MakeGenericType(element), items)!;
+    }
+
+    /// <summary>The elements of the typed collections with an identifier, by the host of any of them.</summary>
+    private static Type? ElementType(string identifier)
+    {
+        foreach (var name in s_interop)
+        {
+            foreach (var host in Load(name)?.GetTypes() ?? Type.EmptyTypes)
+            {
+                if (host.Namespace == "Zelmor.WrpGen.Generic" && host.Name.EndsWith($"_{identifier}") &&
+                    host.GetCustomAttribute<HostOfAttribute>()?.Type is { } collection)
+                {
+                    return collection.GetElementType() ?? collection.GetGenericArguments()[0];
+                }
+            }
+        }
+        return null;
+    }
+
+    private static Assembly? Load(string name)
+    {
+        try
+        {
+            return Assembly.Load(name);
+        }
+        catch (System.IO.FileNotFoundException)
+        {
+            return null;
+        }
+    }
+}
