@@ -30,6 +30,8 @@ function(zelmor_group_sources target)
         endif()
     endforeach()
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+    # Linkers take whole object files out of a static library: a section for each function lets them drop what is not used.
+    target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
     # The warning is for headers; it takes a source that is included for one.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()

@@ -93,7 +93,7 @@ def test_nothing_but_the_layout_of_stubs_is_changed(models: dict[str, Model], mo
     monkeypatch.setattr(package, "laid_out", list)
     plain = writer.write(None)
     changed = [name for name, lines in broken.items() if lines != plain[name]]
-    assert len(changed) > 50
+    assert "imaging/imageoptions.pyi" in changed
     for name in changed:
         assert meaning(broken[name]) == meaning(plain[name])
         ignored = [sum("# type: ignore" in line for line in lines) for lines in (broken[name], plain[name])]
