@@ -18,8 +18,9 @@ import numpy as np
 from PIL import Image as Pillow
 from PIL import TiffImagePlugin
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "python"))
+sys.path[:0] = [str(Path(__file__).resolve().parent), str(Path(__file__).resolve().parents[1] / "python")]
 
+from seed_rooms import room_files  # noqa: E402
 from support import gif_files, png_files  # noqa: E402
 
 WIDTH, HEIGHT = 37, 29
@@ -176,4 +177,7 @@ def write_seed_files(folder: Path) -> int:
             # Names of their own beside those of the project's encoders.
             (folder / f"{kind}-other-{name}.bin").write_bytes(data)
             count += 1
+    for kind, name, data in room_files(scratch):
+        (folder / f"{kind}-other-{name}.bin").write_bytes(data)
+        count += 1
     return count

@@ -9,9 +9,14 @@
 #include "runtime/native/behaviors/metadata/xmp/xmp_extension.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/formats/bmp/bmp_encoding.h"
+#include "runtime/native/formats/dicom/dicom_encoding.h"
 #include "runtime/native/formats/gif/gif_encoding.h"
+#include "runtime/native/formats/ico/ico_encoding.h"
 #include "runtime/native/formats/jpeg/jpeg_encoding.h"
+#include "runtime/native/formats/jpeg2000/jpeg2000_encoding.h"
 #include "runtime/native/formats/png/png_encoding.h"
+#include "runtime/native/formats/psd/psd_encoding.h"
+#include "runtime/native/formats/tga/tga_encoding.h"
 #include "runtime/native/formats/tiff/tiff_encoding.h"
 #include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
@@ -72,8 +77,9 @@ void look_at(const Picture& picture) {
     picture.get_argb(picture.width() - 1, picture.height() - 1);
 }
 
-std::array<FormatEncoding, 6> encodings() {
-    return {BmpEncoding{}, GifEncoding{}, JpegEncoding{}, PngEncoding{}, TiffEncoding{}, WebpEncoding{}};
+std::vector<FormatEncoding> encodings() {
+    return {BmpEncoding{}, DicomEncoding{}, GifEncoding{}, IcoEncoding{},  Jpeg2000Encoding{}, JpegEncoding{},
+            PngEncoding{}, PsdEncoding{},   TgaEncoding{}, TiffEncoding{}, WebpEncoding{}};
 }
 
 }  // namespace

@@ -38,6 +38,10 @@ void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel) {
     using limits::kSide;
     constexpr auto kMost = static_cast<int64_t>(kDecodedBytes);
     assert(bytes_per_pixel > 0 && bytes_per_pixel <= kMostBytesPerPixel);
+    if (width < 1 || height < 1) {
+        throw PictureError(Failure::kDamaged, "a picture of " + std::to_string(width) + " by " +
+                                                  std::to_string(height) + " pixels has no pixel");
+    }
     if (width > kSide || height > kSide || width * height * bytes_per_pixel > kMost) {
         throw PictureError(Failure::kTooLarge, "a picture of " + std::to_string(width) + " by " +
                                                    std::to_string(height) + " pixels is larger than the limit of " +

@@ -91,7 +91,8 @@ inline Format format_of(const Encoding& encoding) {
     return encoding.format.format();
 }
 
-// Refuses a picture of more bytes than a managed array may have; throws PictureError(kTooLarge).
+// Refuses a picture without pixels (PictureError of kDamaged), and one of more bytes than a managed array may have or
+// of longer sides than the image library takes (kTooLarge).
 void check_picture_size(int64_t width, int64_t height, int bytes_per_pixel);
 
 }  // namespace zelmor::imagework

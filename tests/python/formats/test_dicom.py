@@ -285,6 +285,15 @@ def test_a_report_has_no_picture() -> None:
         Image.load(io.BytesIO(data))
 
 
+def test_texts_of_the_file_are_made_readable_in_messages() -> None:
+    data = file_of(picture_elements([(0x00280004, "CS", b"RG\xcd\x02" + b"x" * 200)]))
+    with managed_error("NotSupportedException", "photometric interpretation RG??" + "x" * 60 + ", which is not read"):
+        Image.load(io.BytesIO(data)).width
+    data = file_of(picture_elements([])).replace(b"1.2.840.10008.1.2.1\0", b"1.2.840.10008.1.2\xb01\0")
+    with managed_error("NotSupportedException", "unknown transfer syntax 1.2.840.10008.1.2?1"):
+        Image.load(io.BytesIO(data)).width
+
+
 @pytest.mark.parametrize("change", [
     (0x00280010, "US", words(0)), (0x00280011, "US", words(0)), (0x00280101, "US", words(9)),
     (0x00280102, "US", words(8)), (0x00280002, "US", words(3)), (0x00280006, "US", words(2))])

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import io
 import struct
+import zlib
 from pathlib import Path
 from typing import Any
 
@@ -14,6 +15,7 @@ from zelmor.imaging import FileFormat, Image
 from zelmor.imaging.fileformats.ico import IcoImage
 from zelmor.imaging.imageoptions import IcoOptions, MultiPageOptions, PngOptions
 
+from support import png_files
 from support.image_oracles import Pixels, load, managed_error, noise, raster, write
 
 SIDES = [16, 32, 48]
@@ -204,6 +206,22 @@ def test_a_new_icon() -> None:
 def test_pages_of_other_formats_make_no_icon(tmp_path: Path) -> None:
     path = write(tmp_path / "a.png", picture(16))
     assert Image.create([Image.load(path), Image.load(path)]).file_format == FileFormat.TIFF
+
+
+def test_a_damaged_entry_is_not_copied() -> None:
+    data = png_files.Png(6, 8, np.zeros((8, 8, 4), np.uint16))
+    whole = png_files.to_bytes(data)
+    at = whole.index(b"IDAT")
+    length = int.from_bytes(whole[at - 4:at], "big")
+    rows = bytearray(zlib.decompress(whole[at + 4:at + 4 + length]))
+    rows[0] = 9  # no filter
+    packed = b"IDAT" + zlib.compress(rows)
+    entry = (whole[:at - 4] + struct.pack(">I", len(packed) - 4) + packed + struct.pack(">I", zlib.crc32(packed))
+             + whole[at + 4 + length + 4:])
+    head = struct.pack("<3H4B2H2I", 0, 1, 1, 8, 8, 0, 0, 1, 32, len(entry), 22)
+    image = Image.load(io.BytesIO(head + entry))
+    with managed_error("ImageLoadException", "ICO"):
+        image.save(io.BytesIO(), IcoOptions())
 
 
 def test_damage_is_an_error() -> None:

@@ -158,6 +158,35 @@ TEST(MetadataFilesTest, ExifIsReadAsItWasWritten) {
     }
 }
 
+// The first elements of a DICOM file, which holds nothing but XMP.
+Bytes dicom() {
+    Bytes file(128);
+    for (const std::string_view part :
+         {std::string_view("DICM\2\0\0\0UL\4\0\x1C\0\0\0", 16),
+          std::string_view("\2\0\x10\0UI\x14\0"
+                           "1.2.840.10008.1.2.1\0",
+                           28),
+          std::string_view("\x08\0\x60\0CS\2\0OT", 10), std::string_view("\x28\0\x10\0US\2\0\1\0", 10),
+          std::string_view("\x28\0\x11\0US\2\0\1\0", 10), std::string_view("\xE0\x7F\x10\0OW\0\0\2\0\0\0\0\0", 14)}) {
+        const Bytes more = bytes(part);
+        file.insert(file.end(), more.begin(), more.end());
+    }
+    return file;
+}
+
+// Whole files with metadata.
+std::vector<Bytes> filled_files() {
+    std::vector<Bytes> result;
+    for (const Bytes& file : files()) {
+        result.push_back(with_metadata(file, all_of(*exif())));
+    }
+    MetadataToWrite write;
+    write.xmp = bytes("<x/>");
+    result.push_back(with_metadata(dicom(), write));
+    EXPECT_EQ(text(find_metadata(result.back()).xmp), "<x/>");
+    return result;
+}
+
 // Everything that reads a file, on a file that is not what it says.
 void read_all(const Bytes& file) {
     try {
@@ -178,8 +207,7 @@ void read_all(const Bytes& file) {
 }
 
 TEST(MetadataFilesTest, TruncatedFilesAreReadWithoutACrash) {
-    for (const Bytes& file : files()) {
-        const Bytes whole = with_metadata(file, all_of(*exif()));
+    for (const Bytes& whole : filled_files()) {
         for (size_t size = 0; size <= whole.size(); ++size) {
             read_all(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
         }
@@ -187,8 +215,7 @@ TEST(MetadataFilesTest, TruncatedFilesAreReadWithoutACrash) {
 }
 
 TEST(MetadataFilesTest, DamagedFilesAreReadWithoutACrash) {
-    for (const Bytes& file : files()) {
-        const Bytes whole = with_metadata(file, all_of(*exif()));
+    for (const Bytes& whole : filled_files()) {
         for (size_t at = 0; at < whole.size(); ++at) {
             for (const int value : {0, 1, 0x7F, 0xFF}) {
                 Bytes damaged = whole;

@@ -295,10 +295,23 @@ int64_t DicomHeader::bits_of_frame() const {
     return pixels * (shared ? 2 : samples) * allocated;
 }
 
+namespace {
+
+// The beginning of a text of the file as a part of a message: what cannot be shown becomes question marks.
+std::string shown(std::string text) {
+    constexpr size_t kMost = 64;
+    text.resize(std::min(text.size(), kMost));
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < 0x20 || c > 0x7E; }, '?');
+    return text;
+}
+
+}  // namespace
+
 std::string dicom_obstacle(const DicomHeader& header) {
     const std::string begin = "this is a DICOM file with ";
     if (header.syntax == nullptr) {
-        return begin + "the unknown transfer syntax " + header.syntax_uid;
+        return begin + "the unknown transfer syntax " + shown(header.syntax_uid);
     }
     if (header.syntax->coding == DicomCoding::kOther) {
         return begin + header.syntax->name + ", which is not read";
@@ -311,7 +324,7 @@ std::string dicom_obstacle(const DicomHeader& header) {
         return begin + "floating-point samples, which are not read";
     }
     if (!header.photometric.empty() && !header.color) {
-        return begin + "the photometric interpretation " + header.photometric + ", which is not read";
+        return begin + "the photometric interpretation " + shown(header.photometric) + ", which is not read";
     }
     if (header.allocated != 0 && header.allocated != 1 && header.allocated != 8 && header.allocated != 16 &&
         header.allocated != 24 && header.allocated != 32) {

@@ -117,7 +117,7 @@ Bytes bytes_of(std::string_view text) {
 Bytes write_to_dicom(std::span<const std::byte> file, const MetadataToWrite& metadata) {
     const ByteReader in({reinterpret_cast<const uint8_t*>(file.data()), file.size()});
     auto header = imagework::dicom_file_header(in);
-    if (!header || header->syntax == nullptr || header->syntax->deflated) {
+    if (!header || header->syntax == nullptr || header->syntax->deflated || header->data_set_at > file.size()) {
         return {file.begin(), file.end()};
     }
     const auto pieces = pieces_of(in, *header);
@@ -151,13 +151,13 @@ Bytes write_to_dicom(std::span<const std::byte> file, const MetadataToWrite& met
     };
     uint64_t at = header->data_set_at;
     for (const Piece& piece : pieces) {
-        at = piece.end;
-        if (is_old(piece.element.tag)) {
+        at = std::min<uint64_t>(piece.end, file.size());  // the last element of a damaged file claims more
+        if (is_old(piece.element.tag) || at <= piece.element.header_at) {
             continue;
         }
         put_before(piece.element.tag);
         const auto kept = file.subspan(static_cast<size_t>(piece.element.header_at),
-                                       static_cast<size_t>(piece.end - piece.element.header_at));
+                                       static_cast<size_t>(at - piece.element.header_at));
         out.insert(out.end(), kept.begin(), kept.end());
     }
     put_before(UINT32_MAX);

@@ -58,6 +58,7 @@ void write_entry(IcoWriter& icons, VipsPicture& picture, const Encoding& encodin
         const auto& wanted = encoding.palette;
         const bool keeps = wanted.empty() || std::equal(own.begin(), own.end(), wanted.begin(), wanted.end());
         if (keeps && file->encoding(origin.index) == ico.entry) {
+            picture.image().avg();  // reads all of it: a damaged entry is an error here as in every other format
             return icons.copy(*file, origin.index);
         }
         ico.hot_spot = file->entry(origin.index).hot_spot;
