@@ -141,8 +141,10 @@ def test_texts_stand_on_the_pages_with_links_to_what_they_name(writer: Reference
     assert universe.linked(text, "zelmor.imaging/Image.md", image) == (
         "A [`Pen`](Pen.md) or [`PngOptions.source`](ImageOptionsBase.md#source), see "
         "[`load()`](Image.md#load) and [`width`](Image.md#width); not `b | c` nor \\[these\\].")
-    assert universe.linked("`zelmor.imaging.sources`, `ResizeType.NONE`", "modules.md") == (
-        "[`zelmor.imaging.sources`](zelmor.imaging.sources/index.md), `ResizeType.NONE`")
+    assert universe.linked("`Image.load`", "zelmor.imaging.fileformats.png/PngImage.md") == (
+        "[`Image.load`](../zelmor.imaging/Image.md#load)"), "the nearest type of several with the name"
+    assert universe.linked("`zelmor.imaging.sources`, `ResizeType.NO_SUCH`", "modules.md") == (
+        "[`zelmor.imaging.sources`](zelmor.imaging.sources/index.md), `ResizeType.NO_SUCH`")
 
 
 @pytest.mark.parametrize("text, first", [
@@ -160,7 +162,7 @@ def test_an_example_stands_on_the_page_of_its_type(pages: dict[str, str]) -> Non
 
 
 def test_an_example_about_no_type_is_refused() -> None:
-    with pytest.raises(Findings, match="the example Imagine is about 0 types"):
+    with pytest.raises(Findings, match="the example Imagine is about no type"):
         ReferenceWriter(MODELS, {"Imagine": ["pass"]})
 
 

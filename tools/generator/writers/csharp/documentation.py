@@ -36,10 +36,14 @@ class XmlDocumentation:
     # -- names in texts -----------------------------------------------------------------------------------------------
 
     def _type(self, name: str, namespace: str) -> Type | None:
-        found = self._named.get(name.rpartition(".")[2], [])
-        local = [entry for entry in found if name in (entry.dotted, f"{entry.module}.{name}")
-                 or entry.namespace == namespace]
-        return local[0] if len(local) == 1 else found[0] if len(found) == 1 else None
+        """The type of a name: that of a namespace or of the nearest one above it, or else the only one."""
+        found = {entry.namespace: entry for entry in self._named.get(name.rpartition(".")[2], [])
+                 if name in (entry.name, entry.dotted)}
+        while namespace:
+            if namespace in found:
+                return found[namespace]
+            namespace = namespace.rpartition(".")[0]
+        return next(iter(found.values())) if len(found) == 1 else None
 
     @staticmethod
     def _member(entry: Type, python: str) -> str | None:

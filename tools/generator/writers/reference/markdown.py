@@ -92,23 +92,26 @@ class LinkedUniverse(Universe):
     def target(self, code_name: str, near: Type | None, module: str) -> str | None:
         """The address of what a piece of code in a text names: a module, a type, or a member of a type.
 
-        A plain name is that of a member of the type that the text is about, or else of a type; a type of the module at
-        hand goes before those of others.
+        A plain name is that of a member of the type that the text is about, or else of a type.
         """
         name = code_name.removesuffix("()")
         if name in self._modules:
             return module_page(name)
         if near is not None and (found := self.member(near, name)) is not None:
             return found
-        entry = self._type(name, module)
+        entry = self.find_type(name, module)
         if entry is not None:
             return page_of(entry)
         owner, _, python = name.rpartition(".")
-        entry = self._type(owner, module)
+        entry = self.find_type(owner, module)
         return None if entry is None else self.member(entry, python)
 
-    def _type(self, name: str, module: str) -> Type | None:
-        found = self._dotted.get(name) or self._dotted.get(f"{module}.{name}")
+    def find_type(self, name: str, module: str) -> Type | None:
+        """The type of a dotted or plain name: that of a module or of the nearest one above it, or else the only one."""
+        found = self._dotted.get(name)
+        while found is None and module:
+            found = self._dotted.get(f"{module}.{name}")
+            module = module.rpartition(".")[0]
         candidates = self._named.get(name, [])
         return found if found is not None else candidates[0] if len(candidates) == 1 else None
 

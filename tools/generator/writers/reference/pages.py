@@ -26,12 +26,13 @@ class ReferenceWriter:
         self.examples = self._examples(examples or {})
 
     def _examples(self, examples: dict[str, list[str]]) -> dict[Type, list[str]]:
+        """The examples by their types, which are found as from the root module."""
         found: dict[Type, list[str]] = {}
         for name, lines in examples.items():
-            candidates = [entry for entry in self.universe.types if name in (entry.name, entry.dotted)]
-            if len(candidates) != 1:
-                raise Findings(f"the example {name} is about {len(candidates)} types instead of one")
-            found[candidates[0]] = lines
+            entry = self.universe.find_type(name, self.modules[0].name)
+            if entry is None:
+                raise Findings(f"the example {name} is about no type, or about one of several")
+            found[entry] = lines
         return found
 
     def write(self) -> dict[str, list[str]]:

@@ -1,0 +1,3 @@
+from zelmor.imaging import BuildVersionInfo
+
+print(BuildVersionInfo.PRODUCT, BuildVersionInfo.ASSEMBLY_VERSION)

@@ -1,0 +1,3 @@
+from zelmor.imaging import ImageLoadersRegistry
+
+print(ImageLoadersRegistry.registered_formats)
