@@ -79,8 +79,10 @@ test: setup-test everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --jobs $(JOBS) $(TESTS)
 
 CATALOGUES := api/catalogue $(addprefix siblings/catalogue/,pyreflection pyio pydrawing)
-docs: setup-build setup-docs
-	@$(PYTHON) -B -m tools.generator reference $(BUILD)/docs docs examples/reference $(CATALOGUES)
+# The programs of the gallery make its pictures.
+docs: setup-docs product
+	@$(RUN) -m tools.run_examples examples/gallery $(BUILD)/gallery >$(BUILD)/gallery.log
+	@$(PYTHON) -B -m tools.generator reference $(BUILD)/docs docs examples $(BUILD)/gallery $(CATALOGUES)
 	@mkdocs build --quiet --strict --clean -f $(BUILD)/docs/mkdocs.yml
 	@echo "open it with: $(PYTHON) -m http.server -d $(BUILD)/docs/html"
 

@@ -11,12 +11,13 @@ import pytest
 
 from tools.generator.builder import load
 from tools.generator.documentation import described_members
-from tools.generator.errors import Findings
+from tools.generator.errors import CatalogueError, Findings
 from tools.generator.writers.reference.guides import read_guides, sections
 from tools.generator.writers.reference.markdown import escaped, first_sentence, page_of
 from tools.generator.writers.reference.pages import ReferenceWriter
 from tools.generator.writers.reference.search import search_entries
-from tools.generator.writers.reference.site import STATIC, read_examples
+from tools.generator.writers.reference.gallery import read_programs, shown_page
+from tools.generator.writers.reference.site import PAGES, STATIC, read_examples, site_pages
 from tools.generator.writers.stubs.package import StubWriter
 
 ROOT = Path(__file__).parents[2]
@@ -37,7 +38,8 @@ def writer() -> ReferenceWriter:
 def pages(writer: ReferenceWriter) -> dict[str, str]:
     guides = {guide.page: guide.path.read_text() for guide in GUIDES}
     written = {path: "\n".join(lines) for path, lines in writer.write().items()}
-    return guides | written | {"index.md": (ROOT / "docs" / "site" / "index.md").read_text()}
+    by_hand = site_pages(ROOT / "docs", read_programs(ROOT / "examples" / "gallery", ROOT / "no pictures"))
+    return guides | written | {path: "\n".join(lines) for path, lines in by_hand.items()}
 
 
 @pytest.fixture(scope="module")
@@ -55,7 +57,7 @@ def test_there_is_a_page_for_each_module_class_and_enumeration(pages: dict[str, 
     types = [entry for model in MODELS for entry in model.types]
     modules = [module for model in MODELS for module in model.modules]
     expected = {page_of(entry) for entry in types} | {f"{module.name}/index.md" for module in modules}
-    assert set(pages) == expected | {"index.md", "modules.md", "collections.md", *(guide.page for guide in GUIDES)}
+    assert set(pages) == expected | {*PAGES, "modules.md", "collections.md", *(guide.page for guide in GUIDES)}
     assert len(MODELS[0].types) == 891 + 255
 
 
@@ -130,8 +132,31 @@ def test_the_editor_transcript_shows_what_the_model_has(pages: dict[str, str]) -
 # -- texts, examples and the search ------------------------------------------------------------------------------------
 
 def test_the_front_page_leads_to_what_there_is(pages: dict[str, str]) -> None:
-    """Its links are checked with those of all pages; that each file of the site is there, here."""
+    """Its Markdown links are checked with those of all pages; here are those in HTML, and the files of the site."""
     assert all((ROOT / "docs" / "site" / name).is_file() for name in STATIC)
+    text = pages["index.md"]
+    places = headings(pages["gallery.md"])
+    targets = re.findall(r'href="gallery\.html#([\w-]+)"', text)
+    assert targets and set(targets) <= places
+    pictures = re.findall(r'src="gallery/(\w+)\.\w+"', text)
+    assert len(pictures) == len(targets)
+    assert all((ROOT / "examples" / "gallery" / f"{name}.py").is_file() for name in pictures)
+
+
+def test_a_page_shows_the_programs_that_it_names(tmp_path: Path) -> None:
+    (tmp_path / "programs").mkdir()
+    (tmp_path / "programs" / "disk.py").write_text('"""A disk."""\n\nprint(1)\n\nprint(2)\n')
+    (tmp_path / "made" / "disk").mkdir(parents=True)
+    (tmp_path / "made" / "disk" / "disk.png").write_bytes(b"")
+    programs = read_programs(tmp_path / "programs", tmp_path / "made")
+    page = tmp_path / "page.md"
+    page.write_text("# Shown\n\n{{ disk }}\n{{ code disk }}\n")
+    assert shown_page(page, programs) == [
+        "# Shown", "", "A disk.", "", "![A disk.](gallery/disk.png)", "", '??? example "disk.py"', "",
+        "    ```python", "    print(1)", "", "    print(2)", "    ```", "```python", "print(1)", "", "print(2)", "```"]
+    page.write_text("\n{{ square }}\n")
+    with pytest.raises(CatalogueError, match=r"page\.md:2: there is no program square in the gallery"):
+        shown_page(page, programs)
 
 
 def test_texts_stand_on_the_pages_with_links_to_what_they_name(writer: ReferenceWriter) -> None:

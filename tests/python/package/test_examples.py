@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import ast
 import json
 import os
 import subprocess
@@ -10,19 +11,23 @@ from pathlib import Path
 from typing import Any
 
 import pytest
+from PIL import Image as Pillow
 
-from support.places import BUILD_DIR, FOLDERS, PROGRAMS, ROOT
+from support.places import BUILD_DIR, ROOT
 
 REFERENCE = sorted((ROOT / "examples" / "reference").glob("*.py"))
+GALLERY = sorted((ROOT / "examples" / "gallery").glob("*.py"))
 LONGEST = 12
+# Without the imports.
+LONGEST_OF_GALLERY = 22
 
 
 def results_of(folder: Path, work: Path) -> dict[str, dict[str, Any]]:
     """What the examples of a folder did, by their names; they run in a process of their own."""
-    paths = os.pathsep.join([str(BUILD_DIR / "python"), *FOLDERS])
-    done = subprocess.run([sys.executable, "-B", str(PROGRAMS / "run_examples.py"), str(folder), str(work)],
-                          capture_output=True, text=True, check=False, env={**os.environ, "PYTHONPATH": paths})
-    assert done.returncode == 0, done.stderr
+    done = subprocess.run([sys.executable, "-B", "-m", "tools.run_examples", str(folder), str(work)], cwd=ROOT,
+                          capture_output=True, text=True, check=False,
+                          env={**os.environ, "PYTHONPATH": str(BUILD_DIR / "python")})
+    assert done.stdout, done.stderr
     return {result["name"]: result for result in map(json.loads, done.stdout.splitlines())}
 
 
@@ -48,3 +53,38 @@ def test_an_example_is_short_and_about_its_class(program: Path) -> None:
     lines = [line for line in program.read_text().splitlines() if line and not line.startswith(("from ", "import "))]
     assert 1 <= len(lines) <= LONGEST
     assert any(program.stem in line for line in program.read_text().splitlines())
+
+
+@pytest.fixture(scope="module")
+def gallery(tmp_path_factory: pytest.TempPathFactory) -> tuple[Path, dict[str, dict[str, Any]]]:
+    """What the programs of the gallery did, and where."""
+    work = tmp_path_factory.mktemp("gallery") / "work"
+    return work, results_of(ROOT / "examples" / "gallery", work)
+
+
+@pytest.mark.parametrize("program", GALLERY, ids=lambda path: path.stem)
+def test_a_program_of_the_gallery_makes_its_picture(gallery: tuple[Path, dict[str, dict[str, Any]]],
+                                                    program: Path) -> None:
+    work, results = gallery
+    assert not results[program.stem]["error"], results[program.stem]["error"]
+    made = [work / program.stem / name for name in results[program.stem]["files"] if Path(name).stem == program.stem]
+    if program.stem == "first_steps":  # it shows how to begin, and no picture
+        assert set(results[program.stem]["files"]) == {"photo.webp"}
+        return
+    (picture,) = made
+    with Pillow.open(picture) as read:
+        colors = read.convert("RGB").getcolors(1 << 24)
+        assert read.width >= 200 and colors is not None and len(colors) >= 4, "there is next to nothing to see"
+
+
+@pytest.mark.parametrize("program", GALLERY, ids=lambda path: path.stem)
+def test_a_program_of_the_gallery_is_short(program: Path) -> None:
+    statements = ast.parse(program.read_text()).body
+    first = next(item.lineno for item in statements[1:] if not isinstance(item, (ast.Import, ast.ImportFrom)))
+    assert len(program.read_text().splitlines()) - first < LONGEST_OF_GALLERY
+
+
+def test_each_program_of_the_gallery_is_shown() -> None:
+    pages = "".join((ROOT / "docs" / "site" / name).read_text() for name in ("index.md", "gallery.md"))
+    for program in GALLERY:
+        assert pages.count(f"{{{{ {program.stem} }}}}") + pages.count(f"{{{{ code {program.stem} }}}}") == 1

@@ -23,7 +23,7 @@ from support.places import ROOT
 
 CATALOGUES = ["api/catalogue", *(f"siblings/catalogue/{name}" for name in ("pyreflection", "pyio", "pydrawing"))]
 MKDOCS = shutil.which("mkdocs")
-KEPT = ("index.md", "modules.md", "collections.md")
+KEPT = ("index.md", "gallery.md", "modules.md", "collections.md")
 
 pytestmark = [
     pytest.mark.skipif(CHROMIUM is None, reason="needs a browser: Debian's chromium (purpose browser of packages.txt)"),
@@ -42,8 +42,8 @@ class Handler(SimpleHTTPRequestHandler):
 def site(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
     """The address of a site with the front page and all entries of the search."""
     out = tmp_path_factory.mktemp("site")
-    subprocess.run([sys.executable, "-B", "-m", "tools.generator", "reference", str(out), "docs", "examples/reference",
-                    *CATALOGUES], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+    subprocess.run([sys.executable, "-B", "-m", "tools.generator", "reference", str(out), "docs", "examples",
+                    str(out / "no pictures"), *CATALOGUES], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
     for path in (out / "pages").rglob("*.md"):
         if str(path.relative_to(out / "pages")) not in KEPT:
             path.unlink()

@@ -9,12 +9,12 @@ from ...command import Command
 from .site import write_site
 
 
-def _reference(out: Path, docs: Path, examples: Path, catalogues: list[Path]) -> str:
-    return f"reference: {write_site([load(path) for path in catalogues], out, docs, examples)} pages"
+def _reference(out: Path, docs: Path, examples: Path, pictures: Path, catalogues: list[Path]) -> str:
+    return f"reference: {write_site([load(path) for path in catalogues], out, docs, examples, pictures)} pages"
 
 
 COMMANDS = (
-    Command("reference", ("out", "docs", "examples", "catalogues..."),
-            "write the pages of the site and the settings of mkdocs: the API reference, the guides and front page of "
-            "the folder DOCS, the programs of the folder EXAMPLES on the pages of their types", _reference),
+    Command("reference", ("out", "docs", "examples", "pictures", "catalogues..."),
+            "write the pages of the site and the settings of mkdocs: the API reference, the guides and other pages of "
+            "the folder DOCS, the programs of the folder EXAMPLES, and the folder PICTURES of what those have made", _reference),
 )

@@ -9,13 +9,16 @@ from pathlib import Path
 from ...model import Model
 from ..text import write_if_changed
 from . import markdown as md
+from .gallery import Program, read_programs, shown_page
 from .guides import Guide, read_guides
 from .pages import MODULES_PAGE, ReferenceWriter
 from .search import search_entries
 
 #: The files of the folder `site` beside the guides, and where they go.
-STATIC = {"index.md": "pages/index.md", "search.js": "pages/assets/search.js", "site.css": "pages/assets/site.css",
+STATIC = {"search.js": "pages/assets/search.js", "site.css": "pages/assets/site.css",
           "main.html": "overrides/main.html"}
+#: The hand-written pages of that folder.
+PAGES = ("index.md", "gallery.md")
 
 _SETTINGS = """# Written by the generator.
 site_name: zelmor.imaging
@@ -33,19 +36,20 @@ plugins:
   - search: {indexing: titles}
 markdown_extensions:
   - attr_list
-  - md_in_html
   - toc: {permalink: true, toc_depth: 3}
   - tables
+  - admonition
+  - pymdownx.details
   - pymdownx.highlight
   - pymdownx.superfences
 nav:
-  - Home: index.md"""
+  - Home: index.md
+  - Gallery: gallery.md"""
 
 
-def settings(writer: ReferenceWriter, guides: list[Guide], galleries: list[Guide]) -> list[str]:
+def settings(writer: ReferenceWriter, guides: list[Guide]) -> list[str]:
     """What mkdocs reads; types are reached from their modules, since a list of all on each page helps nobody."""
     lines = _SETTINGS.split("\n")
-    lines += [f"  - {json.dumps(gallery.title)}: {gallery.path.name}" for gallery in galleries]
     for title, developers in (("Guides", False), ("Development", True)):
         chosen = [guide for guide in guides if guide.for_developers == developers]
         if chosen:
@@ -60,19 +64,26 @@ def read_examples(folder: Path) -> dict[str, list[str]]:
     return {path.stem: path.read_text().splitlines() for path in sorted(folder.glob("*.py"))}
 
 
-def write_site(models: list[Model], out: Path, docs: Path, examples: Path) -> int:
+def site_pages(docs: Path, programs: dict[str, Program]) -> dict[str, list[str]]:
+    """The hand-written pages by their path."""
+    return {name: shown_page(docs / "site" / name, programs) for name in PAGES}
+
+
+def write_site(models: list[Model], out: Path, docs: Path, examples: Path, pictures: Path) -> int:
     """Writes all files below `out` and removes pages that are gone; the number of pages."""
-    writer = ReferenceWriter(models, read_examples(examples))
-    guides = read_guides(docs)
+    writer = ReferenceWriter(models, read_examples(examples / "reference"))
+    guides, programs = read_guides(docs), read_programs(examples / "gallery", pictures)
     pages = out / "pages"
-    written = {pages / path: lines for path, lines in writer.write().items()}
-    written[out / "mkdocs.yml"] = settings(writer, guides, [])
+    written = {pages / path: lines for path, lines in (writer.write() | site_pages(docs, programs)).items()}
+    written[out / "mkdocs.yml"] = settings(writer, guides)
     entries = json.dumps(search_entries(writer, guides), separators=(",", ":"), ensure_ascii=False)
     written[pages / "assets" / "entries.json"] = [entries]
     for path, lines in written.items():
         write_if_changed(path, lines)
     copied = {pages / "guide" / path.name: path for path in docs.iterdir() if path.is_file()}
     copied |= {out / target: docs / "site" / name for name, target in STATIC.items()}
+    copied |= {pages / program.picture_page: program.picture for program in programs.values()
+               if program.picture is not None}
     for target, source in copied.items():
         target.parent.mkdir(parents=True, exist_ok=True)
         shutil.copyfile(source, target)

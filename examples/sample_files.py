@@ -1,11 +1,15 @@
-"""The files that the examples of the reference and of the gallery load, made by the library itself."""
+"""Makes the files that the examples of the reference and of the gallery load.
+
+Usage: sample_files.py [FOLDER]
+"""
 
 from __future__ import annotations
 
 import math
+import sys
 from pathlib import Path
 
-from zelmor.imaging import Color, Graphics, Image, Pen, Point, RasterImage, Rectangle
+from zelmor.imaging import Color, Graphics, Image, Pen, Point, Rectangle
 from zelmor.imaging.brushes import LinearGradientBrush, SolidBrush
 from zelmor.imaging.exif import JpegExifData
 from zelmor.imaging.fileformats.gif import GifImage
@@ -14,8 +18,8 @@ from zelmor.imaging.fileformats.jpeg import JpegImage
 from zelmor.imaging.fileformats.png import PngColorType, PngImage
 from zelmor.imaging.fileformats.svg.graphics import SvgGraphics2D
 from zelmor.imaging.fileformats.tiff import TiffFrame, TiffImage
-from zelmor.imaging.imageoptions import (DicomOptions, EmfOptions, EmfRasterizationOptions, JpegOptions, PngOptions,
-                                         WebPOptions)
+from zelmor.imaging.imageoptions import (
+    DicomOptions, EmfOptions, EmfRasterizationOptions, JpegOptions, PngOptions, WebPOptions)
 
 
 def _photo(folder: Path) -> None:
@@ -100,5 +104,9 @@ def write_samples(folder: Path) -> None:
     """Writes all files."""
     for write in (_photo, _picture, _pages, _animation, _drawing):
         write(folder)
-    with Image.load(str(folder / "photo.jpg")) as image:
-        assert RasterImage._is_assignable(image)
+
+
+if __name__ == "__main__":
+    target = Path(*sys.argv[1:2])
+    target.mkdir(parents=True, exist_ok=True)
+    write_samples(target)
