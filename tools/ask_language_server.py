@@ -12,6 +12,7 @@ from __future__ import annotations
 import argparse
 import json
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -19,7 +20,8 @@ from pathlib import Path
 from typing import Any
 
 PYLSP = [sys.executable, "-m", "pylsp"]
-# Each scene is an unfinished program; its last line is being typed.
+# Each scene is an unfinished program; its last line is being typed. Where it ends with a question mark, the pointer
+# rests on the name before it instead.
 SCENES = [
     ("What an image offers",
      "from zelmor.imaging import Image\n\nimage = Image.load('photo.jpg')\nimage.r"),
@@ -39,6 +41,10 @@ SCENES = [
     ("The overloads of a method that draws",
      "from zelmor.imaging import Graphics, Image, Pen, Color\n\ngraphics = Graphics(Image.load('photo.jpg'))\n"
      "graphics.draw_line("),
+    ("What a method is for",
+     "from zelmor.imaging import Image\n\nImage.can_load_stream?"),
+    ("What a class is for",
+     "from zelmor.imaging.imageoptions import PngOptions\n\nPngOptions?"),
     ("Submodules",
      "import zelmor.imaging\n\nzelmor.imaging.fileformats."),
 ]
@@ -136,14 +142,28 @@ def signatures(server: Server, uri: str, position: dict[str, int]) -> list[str]:
     return [item["label"] for item in (answer or {}).get("signatures", [])]
 
 
+def text_of(server: Server, uri: str, position: dict[str, int]) -> list[str]:
+    """The text that the server shows of the name at a position."""
+    answer = server.ask("textDocument/hover", {"textDocument": {"uri": uri}, "position": position})
+    contents = (answer or {}).get("contents", "")
+    text = contents["value"] if isinstance(contents, dict) else str(contents)
+    # Of Markdown, which an editor lays out, the text alone is left.
+    text = re.sub(r"```.*\n?|\\(?=[_*])", "", text.replace("&nbsp;", " "))
+    return re.sub(r"\n{3,}", "\n\n", text).split("\n")
+
+
 def ask(server: Server, folder: Path, number: int, program: str) -> list[str]:
     """The text that an editor shows at the end of a program."""
     path = folder / f"scene_{number}.py"
+    asked = program.endswith("?")
+    program = program.removesuffix("?")
     path.write_text(program)
     lines = program.split("\n")
-    position = {"line": len(lines) - 1, "character": len(lines[-1])}
+    position = {"line": len(lines) - 1, "character": len(lines[-1]) - asked}
     document = {"uri": path.as_uri(), "languageId": "python", "version": 1, "text": program}
     server.tell("textDocument/didOpen", {"textDocument": document})
+    if asked:
+        return text_of(server, path.as_uri(), position)
     if program.endswith("("):
         return signatures(server, path.as_uri(), position)
     return completions(server, path.as_uri(), position, lines[-1].rpartition(".")[2])
@@ -161,7 +181,8 @@ def main() -> int:
         server = Server(arguments.server or PYLSP, folder, package)
         for number, (title, program) in enumerate(SCENES):
             shown = ask(server, folder, number, program)
-            print(f"### {title}\n\n```\n{program}▏\n```\n\n```")
+            shown_program = program.removesuffix("?") if program.endswith("?") else f"{program}▏"
+            print(f"### {title}\n\n```\n{shown_program}\n```\n\n```")
             more = [f"... and {len(shown) - LONGEST} more"] if len(shown) > LONGEST else []
             print("\n".join([*shown[:LONGEST], *more]) or "(nothing)")
             print("```\n")
