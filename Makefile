@@ -6,7 +6,7 @@
 #   make dotnet   build the .NET half of the wire in build/dotnet, to run zelmor.imaging on .NET itself (needs an SDK)
 #   make bench    measure speed beside hand-written C, Cython, pybind11 and PyQt5; streams; collections; operations
 #                 on pictures beside Pillow; jobs on files beside Pillow and vips; import; sizes; memory
-#   make docs     write the API reference, as Markdown in build/docs/pages and as a site with search in build/docs/html
+#   make docs     write the site: front page, gallery, guides and API reference with a search, in build/docs/html
 #   make fuzz     run the property tests with many more examples, then make fuzz-pictures
 #   make fuzz-pictures
 #                 try altered picture files under the sanitizers (COUNT=20000 SEED=1 MINUTES=60; the files with

@@ -4,17 +4,21 @@ from __future__ import annotations
 
 import textwrap
 from collections.abc import Callable
+from pathlib import Path
 
 import pytest
 
 from tools.generator.__main__ import main
+from tools.generator.builder import load
 from tools.generator.documentation import Documentation, described_members
 from tools.generator.errors import CatalogueError, Findings
 from tools.generator.model import Model, Type
 from tools.generator.words_check import check_words, only_repeats
+from tools.generator.writers.cpp.commands import module_files
 
 from .conftest import ROOT
 
+API = Path(__file__).parents[2] / "api" / "catalogue"
 CATALOGUE = """
 class Base
     ctor ()
@@ -279,3 +283,16 @@ def test_the_command_lists_faults_and_fails(write: Callable[..., Model], capsys:
     assert lines[0].endswith(f"{ROOT}.doc: missing: module") and lines[-1] == "7 faults"
     with pytest.raises(Findings, match="there is no namespace Acme.Sounds"):
         check_words(model, ["Acme.Sounds"])
+
+
+def test_everything_in_the_catalogue_has_a_text_that_says_something() -> None:
+    """All modules, types, members, values and parameters of constructors."""
+    assert check_words(load(API), []) == []
+
+
+def test_texts_do_not_reach_the_compiler(write: Callable[..., Model]) -> None:
+    """The C++ is made of the model alone, so that a changed text compiles nothing."""
+    model = write(WORDS)
+    before = module_files(model, "pictures")
+    (model.directory / f"{ROOT}.doc").write_text(WORDS.replace("mark", "trace"))
+    assert module_files(load(model.directory), "pictures") == before

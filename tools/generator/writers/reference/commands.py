@@ -16,5 +16,6 @@ def _reference(out: Path, docs: Path, examples: Path, pictures: Path, catalogues
 COMMANDS = (
     Command("reference", ("out", "docs", "examples", "pictures", "catalogues..."),
             "write the pages of the site and the settings of mkdocs: the API reference, the guides and other pages of "
-            "the folder DOCS, the programs of the folder EXAMPLES, and the folder PICTURES of what those have made", _reference),
+            "the folder DOCS, the programs of the folder EXAMPLES, and from the folder PICTURES what these have "
+            "made", _reference),
 )
