@@ -73,8 +73,9 @@ function search(text) {
   found.sort((one, other) => other[0] - one[0])
   return found.slice(0, MOST).map(([score, entry]) => [{
     location: entry.location,
-    title: marked(entry.title, words),
-    text: marked(entry.text, words),
+    // The theme shows the texts of pages alone, not those of places on them.
+    title: `${marked(entry.title, words)}<span class="found">${marked(entry.text, words)}</span>`,
+    text: "",
     score,
     terms: {}
   }])

@@ -5,7 +5,8 @@ from zelmor.imaging.imageoptions import WebPOptions
 
 with Image.load("photo.jpg") as image:
     image.resize_width_proportionally(200, ResizeType.LANCZOS_RESAMPLE)
-    made, picture = RasterImage._cast_to(image)  # load() gives an Image; this gives access to pixels
+    # load() gives an Image, the base of all pictures; a RasterImage has pixels.
+    made, picture = RasterImage._cast_to(image)
     picture.adjust_contrast(15.0)
     options = WebPOptions()
     options.quality = 80.0

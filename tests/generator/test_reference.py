@@ -13,7 +13,7 @@ from tools.generator.builder import load
 from tools.generator.documentation import described_members
 from tools.generator.errors import CatalogueError, Findings
 from tools.generator.writers.reference.guides import read_guides, sections
-from tools.generator.writers.reference.markdown import escaped, first_sentence, page_of
+from tools.generator.writers.reference.markdown import escaped, first_sentence, page_of, table
 from tools.generator.writers.reference.pages import ReferenceWriter
 from tools.generator.writers.reference.search import search_entries
 from tools.generator.writers.reference.gallery import read_programs, shown_page
@@ -177,6 +177,13 @@ def test_texts_stand_on_the_pages_with_links_to_what_they_name(writer: Reference
     ("Of [MS-EMF] 2.3. The rest.", "Of [MS-EMF] 2.3.")])
 def test_lists_show_the_first_sentence(text: str, first: str) -> None:
     assert first_sentence(text) == first
+
+
+def test_a_table_has_no_empty_columns() -> None:
+    rows = [("a", "", "1", ""), ("b", "", "", "")]
+    assert table(("Name", "Nothing", "Some", "Empty"), rows) == [
+        "| Name | Some |", "|---|---|", "| a | 1 |", "| b |  |", ""]
+    assert table(("Name",), []) == []
 
 
 def test_an_example_stands_on_the_page_of_its_type(pages: dict[str, str]) -> None:

@@ -19,9 +19,12 @@ from typing import Any
 import pytest
 
 from support.browser import CHROMIUM, Browser
-from support.places import ROOT
+from support.places import CATALOGUE, ROOT
+from tools.generator.builder import load
+from tools.generator.documentation import Documentation
 
 CATALOGUES = ["api/catalogue", *(f"siblings/catalogue/{name}" for name in ("pyreflection", "pyio", "pydrawing"))]
+MODEL = load(CATALOGUE)
 MKDOCS = shutil.which("mkdocs")
 KEPT = ("index.md", "gallery.md", "modules.md", "collections.md")
 
@@ -67,7 +70,8 @@ def browser(tmp_path_factory: pytest.TempPathFactory) -> Iterator[Browser]:
 
 
 SHOWN = ("[...document.querySelectorAll('.md-search-result__link')].map("
-         "link => [link.querySelector('h1').textContent, link.href])")
+         "link => [link.querySelector('h1').textContent.replace(link.querySelector('.found').textContent, ''), "
+         "link.href])")
 
 
 def results(browser: Browser, site: str, query: str) -> list[list[str]]:
@@ -106,6 +110,13 @@ def test_a_word_of_a_text_is_found_behind_names(browser: Browser, site: str) -> 
     found = results(browser, site, "resampl")
     assert any("LANCZOS_RESAMPLE" in title for title, _ in found)
     assert not results(browser, site, "no such thing anywhere")
+
+
+def test_results_show_what_a_member_is_for(browser: Browser, site: str) -> None:
+    entry = next(entry for entry in MODEL.types if entry.dotted == "zelmor.imaging.Image")
+    results(browser, site, "can_load_stream")
+    shown = browser.evaluate("document.querySelector('.md-search-result__link .found').textContent")
+    assert shown == Documentation.of([MODEL]).of_member(entry, "can_load_stream").replace("`", "")
 
 
 def test_the_front_page_shows_itself(browser: Browser, site: str, tmp_path: Path) -> None:

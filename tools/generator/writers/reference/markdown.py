@@ -68,10 +68,13 @@ def first_sentence(text: str) -> str:
 
 
 def table(head: tuple[str, ...], rows: Sequence[tuple[str, ...]]) -> list[str]:
-    """A table with an empty line behind it, or nothing if it has no rows."""
+    """A table with an empty line behind it, without columns that are empty in all rows; nothing if it has no rows."""
     if not rows:
         return []
-    return [f"| {' | '.join(head)} |", "|" + "---|" * len(head), *(f"| {' | '.join(row)} |" for row in rows), ""]
+    kept = [number for number in range(len(head)) if any(row[number] for row in rows)]
+    shown = [[row[number] for number in kept] for row in (head, *rows)]
+    lines = [f"| {' | '.join(row)} |" for row in shown]
+    return [lines[0], "|" + "---|" * len(kept), *lines[1:], ""]
 
 
 class LinkedUniverse(Universe):
