@@ -203,7 +203,7 @@ names = [name for name in dir(zelmor) if not name.startswith("_")]
 result = [names, [getattr(zelmor, name) is not None for name in names], sorted(zelmor._MODULES | set(zelmor._NAMES))]
 """
     names, found, listed = child(code)
-    assert {"open", "imaging", "arrays", "UnsupportedFormat"} <= set(names) and all(found)
+    assert {"open", "imaging", "arrays", "notebook", "documentation", "UnsupportedFormat"} <= set(names) and all(found)
     assert set(listed) - {"__version__"} <= set(names)
 
 
