@@ -13,7 +13,8 @@ from zelmor import _importer  # an import in another thread may not wait for the
 
 TYPE_CHECKING = False  # type checkers take it for true; the typing module would multiply the package's import time
 if TYPE_CHECKING:
-    from zelmor import arrays as arrays, documentation as documentation, notebook as notebook  # noqa: F401
+    from zelmor import arrays as arrays, batch as batch, documentation as documentation  # noqa: F401
+    from zelmor import notebook as notebook  # noqa: F401
     from zelmor import imaging as imaging, pycore as pycore, pydrawing as pydrawing, pygc as pygc  # noqa: F401
     from zelmor import pyio as pyio, pyreflection as pyreflection  # noqa: F401
     from zelmor._errors import DamagedImage as DamagedImage, ImageError as ImageError  # noqa: F401
@@ -36,7 +37,7 @@ _NAMES = {
 }
 #: The modules of the package.
 _MODULES = frozenset({
-    "arrays", "documentation", "imaging", "notebook", "pycore", "pydrawing", "pygc", "pyio", "pyreflection"})
+    "arrays", "batch", "documentation", "imaging", "notebook", "pycore", "pydrawing", "pygc", "pyio", "pyreflection"})
 
 _importer.install()
 

@@ -1,0 +1,9 @@
+"""The errors of a run as a whole; what goes wrong in a job is in its outcome."""
+
+
+class ClusterError(RuntimeError):
+    """A cluster that cannot be used."""
+
+
+class JournalError(ValueError):
+    """A journal that cannot be used."""
