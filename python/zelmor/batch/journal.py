@@ -23,6 +23,10 @@ from typing import Any
 from zelmor.batch.errors import JournalError
 
 
+#: A journal begins with it: no other file is taken for one.
+_FIRST = b'{"run": '
+
+
 class Journal:
     """An open journal. One run has it at a time."""
 
@@ -49,9 +53,12 @@ class Journal:
         self._file.seek(0)
         position = 0
         for number, line in enumerate(self._file, 1):
-            if not line.endswith(b"\n"):
+            begins = line.startswith(_FIRST) or number > 1
+            if not line.endswith(b"\n") and (begins or _FIRST.startswith(line)):
                 break  # the run was ended while it wrote this line
             try:
+                if not begins:
+                    raise ValueError
                 self._take(json.loads(line))
             except (ValueError, KeyError, TypeError, AttributeError):
                 raise JournalError(f"line {number} of {self.path} is no line of a journal") from None

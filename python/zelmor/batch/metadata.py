@@ -41,12 +41,13 @@ def shown(own: Any) -> dict[str, Any]:
 def _exif_values(exif: Any) -> list[tuple[str, Any]]:
     """The tags that there are, by the names of their properties."""
     found = []
+    kind: Any = type(exif)
     for tag in (*exif.common_tags, *exif.exif_tags, *exif.gps_tags):
         known = _NAMES.get(tag.id, "")
         name = known or f"tag_{tag.id}"
         if name not in _LEFT_OUT:
             try:
-                value = getattr(exif, name) if name in _readable(type(exif)) else tag.value
+                value = getattr(exif, name) if name in _readable(kind) else tag.value
             except (RuntimeError, ValueError, TypeError) as error:
                 value = f"unreadable: {error}"  # one damaged tag hides no other one
             found.append((name, value))

@@ -2,6 +2,6 @@
 
 from __future__ import annotations
 
-import zelmor
+from zelmor import _version
 
-VERSION = str(zelmor.__version__)
+VERSION: str = _version.VERSION

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import json
+import re
 
 import pytest
 from zelmor import batch
@@ -95,10 +96,8 @@ def test_the_formats_are_those_of_the_library() -> None:
 
 
 def test_the_extensions_are_those_of_the_library() -> None:
-    import re
-
     listed = set()
     for source in ROOT.glob("runtime/native/formats/*/*_format.cpp"):
-        for line in re.findall(r"kExtensions\[\] = \{(.*?)\}", source.read_text(), re.DOTALL):
+        for line in re.findall(r"k\w*Extensions\[\] = \{(.*?)\}", source.read_text(), re.DOTALL):
             listed |= set(re.findall(r'"(\w+)"', line))
     assert listed and listed == {extension for form in formats.FORMATS.values() for extension in form.extensions}

@@ -257,9 +257,13 @@ def test_a_torn_line_is_dropped_and_a_wrong_one_is_not(tmp_path: Path) -> None:
     journal.write_bytes(whole + b'{"ready": "12')
     assert batch.run(jobs, journal=str(journal)).skipped
     assert journal.read_bytes().startswith(whole) and b'"12' not in journal.read_bytes()
-    journal.write_bytes(b"no journal\n" + whole)
-    with pytest.raises(batch.JournalError, match="line 1 of .* is no line of a journal"):
-        batch.run(jobs, journal=str(journal))
+    for other in (b"no journal\n" + whole, b"no journal", b'{"done": "1"}\n', b"\0"):
+        journal.write_bytes(other)
+        with pytest.raises(batch.JournalError, match="line 1 of .* is no line of a journal"):
+            batch.run(jobs, journal=str(journal))
+        assert journal.read_bytes() == other
+    journal.write_bytes(whole[:5])  # ended in its first line
+    assert batch.run([], journal=str(journal)).outcomes == ()
 
 
 def test_an_error_in_the_observer_ends_the_run(tmp_path: Path) -> None:
