@@ -14,6 +14,9 @@
 
 namespace zelmor::embed {
 
+// The exit code of a program that the dynamic linker cannot start, for lack of a shared library.
+constexpr int kLinkerExit = 127;
+
 struct ChildResult {
     enum class End {
         kExited,    // `code` is its exit code

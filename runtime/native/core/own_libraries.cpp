@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 
+#include "runtime/native/core/load_failure.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
@@ -26,10 +27,8 @@ void* function_of_library(const char* kind, const std::string& file, const char*
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     void* function = library != nullptr ? dlsym(library, symbol) : nullptr;
     if (function == nullptr) {
-        const char* reason = dlerror();
-        throw ManagedException("DllNotFoundException",
-                               std::string("The ") + kind + " library '" + path +
-                                   "' cannot be loaded: " + (reason != nullptr ? reason : "no reason was given") + ".");
+        throw ManagedException("DllNotFoundException", std::string("The ") + kind + " library '" + path +
+                                                           "' cannot be loaded: " + load_failure() + ".");
     }
     return function;
 }

@@ -6,6 +6,8 @@
 #include <new>
 #include <stdexcept>
 
+#include "runtime/native/core/load_failure.h"
+
 namespace zelmor::imagework {
 
 const FormatCodec* load_codec(const std::string& path, bool own_scope) {
@@ -22,8 +24,7 @@ const FormatCodec* load_codec(const std::string& path, bool own_scope) {
     std::set_new_handler(handler);
     void* const symbol = library != nullptr ? dlsym(library, kFormatCodecSymbol) : nullptr;
     if (symbol == nullptr) {
-        const char* reason = dlerror();
-        throw std::runtime_error(reason != nullptr ? reason : "no reason was given");
+        throw std::runtime_error(embed::load_failure());
     }
     return reinterpret_cast<FormatCodecFunction>(symbol)();
 }

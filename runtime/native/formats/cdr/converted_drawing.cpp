@@ -4,6 +4,7 @@
 #include <string>
 
 #include "runtime/native/core/child_program.h"
+#include "runtime/native/core/load_failure.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 
@@ -22,6 +23,11 @@ std::vector<uint8_t> converted_drawing(std::span<const uint8_t> file, bool cmx) 
     using End = ChildResult::End;
     if (result.end == End::kNotStarted) {
         throw PictureError(Failure::kInternal, "the program that reads " + name + " files cannot be started");
+    }
+    if (result.end == End::kExited && result.code == kLinkerExit) {
+        throw PictureError(Failure::kUnsupported, "the program that reads " + name +
+                                                      " files cannot be started, since a shared library is missing" +
+                                                      packages_to_install({}));
     }
     if (result.end == End::kTooMuch) {
         throw PictureError(Failure::kTooLarge, "the " + name + " drawing is too large");

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/core/load_failure.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/drawwork/decimal_text.h"
 #include "runtime/native/drawwork/outline_maps.h"
@@ -38,9 +39,8 @@ SvgLibrary* load_library() {
     void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     void* const symbol = library != nullptr ? dlsym(library, kSvgLibrarySymbol) : nullptr;
     if (symbol == nullptr) {
-        const char* reason = dlerror();
-        throw ManagedException("DllNotFoundException", "The SVG library '" + path + "' cannot be loaded: " +
-                                                           (reason != nullptr ? reason : "no reason was given") + ".");
+        throw ManagedException("DllNotFoundException",
+                               "The SVG library '" + path + "' cannot be loaded: " + load_failure() + ".");
     }
     return reinterpret_cast<SvgLibraryFunction>(symbol)();
 }
