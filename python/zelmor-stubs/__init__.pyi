@@ -6,4 +6,6 @@ from zelmor._errors import DamagedImage as DamagedImage, ImageError as ImageErro
 from zelmor._errors import UnsupportedFormat as UnsupportedFormat, WrongType as WrongType
 from zelmor._errors import plain_errors as plain_errors
 from zelmor._opening import open as open, specific as specific
-from zelmor._version import VERSION as __version__
+from zelmor._version import VERSION
+
+__version__ = VERSION
