@@ -7,6 +7,12 @@
 #   make bench    measure speed beside hand-written C, Cython, pybind11 and PyQt5; streams; collections; operations
 #                 on pictures beside Pillow; jobs on files beside Pillow and vips; import; sizes; memory
 #   make docs     write the site: front page, gallery, guides and API reference with a search, in build/docs/html
+#   make packages make a wheel, a source distribution and Debian packages in build/packages (docs/packaging.md);
+#                 make wheel, make sdist and make deb make one kind
+#   make test-packages
+#                 make them, and install, use and remove them in a clean Debian system (slow; needs the network;
+#                 select tests with TESTS=tests/packages/test_deb.py)
+#   make release  the same for a commit that has the tag of its version, with checksums
 #   make fuzz     run the property tests with many more examples, then make fuzz-pictures
 #   make fuzz-pictures
 #                 try altered picture files under the sanitizers (COUNT=20000 SEED=1 MINUTES=60; the files with
@@ -46,7 +52,7 @@ SEED ?= 1
 # Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
 .PHONY: setup build dotnet demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
-.PHONY: quick-lint format clean
+.PHONY: quick-lint format clean wheel sdist deb packages test-packages release
 
 setup:
 	@tools/setup.sh
@@ -61,7 +67,7 @@ build: configure
 
 .PHONY: configure product everything
 configure: setup-build
-	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER)
+	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER) $(CMAKE_OPTIONS)
 product: configure
 	@$(COMPILE) product
 everything: configure
@@ -85,6 +91,25 @@ docs: setup-docs product
 	@$(PYTHON) -B -m tools.generator reference $(BUILD)/docs docs examples $(BUILD)/gallery $(CATALOGUES)
 	@mkdocs build --quiet --strict --clean -f $(BUILD)/docs/mkdocs.yml
 	@echo "open it with: $(PYTHON) -m http.server -d $(BUILD)/docs/html"
+
+PACK := $(PYTHON) -B -m tools.packages --build $(BUILD) --jobs $(JOBS)
+wheel: product
+	@$(PACK) wheel
+sdist:
+	@$(PACK) sdist
+deb: setup-package product docs
+	@$(PACK) deb
+packages: wheel sdist deb
+
+test-packages: setup-test packages
+	@ZELMOR_BUILD_DIR=$(BUILD) ZELMOR_PACKAGES=$(abspath $(BUILD))/packages $(PYTHON) -B -m pytest -q -rs \
+	    -p no:cacheprovider $(or $(TESTS),tests/packages)
+
+release:
+	@$(PACK) check-release
+	@rm -rf $(BUILD)/packages
+	@$(MAKE) --no-print-directory test-packages
+	@$(PACK) check-release sums
 
 bench: setup-bench product
 	@cmake -S bench -B $(BUILD)/bench -G Ninja -DCMAKE_BUILD_TYPE=Release >$(BUILD)/bench-configure.log
@@ -146,6 +171,6 @@ format: setup-lint
 clean:
 	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale
 
-.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs
-setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs: setup-%:
+.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs setup-package
+setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs setup-package: setup-%:
 	@tools/setup.sh -q build $(filter-out build,$*)

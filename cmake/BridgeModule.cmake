@@ -8,10 +8,11 @@ set(ZELMOR_EXTENSION_SUFFIX .cpython-311-x86_64-linux-gnu.so)
 
 function(zelmor_add_bridge_module target)
     cmake_parse_arguments(ARG "" "OUTPUT;MODULE;DIRECTORY" "SOURCES;GENERATED" ${ARGN})
+    add_library(${target} MODULE ${ARG_SOURCES} ${ZELMOR_PYSHELL_MODULE_TYPES} ${ZELMOR_COLLECTIONS_MODULE_TYPES})
     if(NOT ARG_DIRECTORY)
         set(ARG_DIRECTORY ${ZELMOR_PACKAGE_DIR})
+        install(TARGETS ${target} LIBRARY DESTINATION ${ZELMOR_INSTALL_DIR}/zelmor)
     endif()
-    add_library(${target} MODULE ${ARG_SOURCES} ${ZELMOR_PYSHELL_MODULE_TYPES} ${ZELMOR_COLLECTIONS_MODULE_TYPES})
     if(ARG_GENERATED)
         # The generator writes one file for each type, for people to read; the unity build gives the compiler fewer
         # and larger ones. No C++ exception passes through generated code, and without the tables for unwinding it is a

@@ -1,9 +1,16 @@
 # The build tree contains a second runtime directory for the tests: the flavor of the embedded runtime with the control
 # interface, and copies of the product's other shared libraries.
 
-# zelmor_part_of_runtime(<target>): adds a shared library to the product, and a copy of it to the runtime of the tests.
-function(zelmor_part_of_runtime target)
+# zelmor_part_of_product(<target>): adds a shared library or a program to the product, in its runtime directory.
+function(zelmor_part_of_product target)
     add_dependencies(product ${target})
+    install(TARGETS ${target} LIBRARY DESTINATION ${ZELMOR_RUNTIME_INSTALL_DIR}
+                              RUNTIME DESTINATION ${ZELMOR_RUNTIME_INSTALL_DIR})
+endfunction()
+
+# zelmor_part_of_runtime(<target>): the same, and adds a copy of it to the runtime of the tests.
+function(zelmor_part_of_runtime target)
+    zelmor_part_of_product(${target})
     if(ZELMOR_BUILD_TESTS)
         set(stamp ${CMAKE_CURRENT_BINARY_DIR}/${target}.copied)
         add_custom_command(

@@ -1,0 +1,1 @@
+"""Tests of the packages that tools.packages makes. They use no module of the build tree in their own process."""

@@ -1,0 +1,55 @@
+"""`cmake --install`: the installed package is that of the build tree, complete, stripped and free of its paths."""
+
+from __future__ import annotations
+
+import subprocess
+from pathlib import Path
+
+from tools.packages.libraries import is_elf
+from tools.packages.staging import MODULES
+
+from packages.places import BUILD, PYTHON, ROOT, run
+
+
+def contents(folder: Path) -> dict[str, bool]:
+    """The files below a folder, and whether they can be executed."""
+    return {str(path.relative_to(folder)): bool(path.stat().st_mode & 0o100) for path in folder.rglob("*")
+            if path.is_file() and "__pycache__" not in path.parts}
+
+
+def test_the_package_of_the_build_tree_is_installed(installed: Path) -> None:
+    found = contents(installed / MODULES / "zelmor")
+    # The build tree may have old files in Python; its shared objects and programs are those of CMake.
+    binary = {name for name in contents(BUILD / "python" / "zelmor") if is_elf(BUILD / "python" / "zelmor" / name)}
+    source = {name for name in contents(ROOT / "python" / "zelmor") if name.endswith((".py", "py.typed"))}
+    assert set(found) == binary | source | {"_version.py"}
+    programs = {name: executable for name, executable in found.items() if Path(name).name.startswith("zelmor.embed.")}
+    assert len(programs) == 2 and all(programs.values())
+
+
+def test_the_stubs_are_installed_beside_it(installed: Path) -> None:
+    stubs = contents(installed / MODULES / "zelmor-stubs")
+    assert set(stubs) == set(contents(BUILD / "python" / "zelmor-stubs"))
+    assert "py.typed" in stubs and not any(stubs.values())
+
+
+def test_nothing_else_is_installed(installed: Path) -> None:
+    # The command has a script, a manual page and completions.
+    command = (ROOT / "python/zelmor/command").is_dir()
+    assert {path.name for path in installed.iterdir()} == ({"bin", "lib", "share"} if command else {"lib"})
+    assert {path.name for path in (installed / MODULES).iterdir()} == {"zelmor", "zelmor-stubs"}
+
+
+def test_shared_objects_are_stripped_and_have_no_path(installed: Path) -> None:
+    files = [path for path in installed.rglob("*") if path.is_file() and is_elf(path)]
+    assert len(files) > 15
+    for file in files:
+        sections = subprocess.run(["readelf", "-SdW", file], check=True, capture_output=True, text=True).stdout
+        assert ".dynsym" in sections
+        assert not [word for word in (".symtab", ".debug_info", "(RPATH)", "(RUNPATH)") if word in sections], file
+
+
+def test_the_installed_tree_can_be_used(installed: Path, tmp_path: Path) -> None:
+    said = run(PYTHON, "-P", "-B", "-c", "import zelmor; print(zelmor.__version__, zelmor.imaging.__file__)",
+               folder=tmp_path, PYTHONPATH=str(installed / MODULES))
+    assert str(installed) in said

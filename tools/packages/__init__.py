@@ -1,0 +1,1 @@
+"""Packages of the project: a wheel, a source distribution and Debian packages (docs/packaging.md)."""
