@@ -37,7 +37,7 @@ class Builder:
         self._collection_lines = collections
         self._identifiers = identifiers
         self._by_full_name: dict[str, Type] = {}
-        self._by_name: dict[str, list[Type]] = {}
+        self.names: dict[str, list[Type]] = {}  # the types by their simple names
         self._lines: dict[Type, TypeLine] = {}
         self._collections: dict[str, Collection] = {}  # by the name of the element's wire
 
@@ -64,7 +64,7 @@ class Builder:
         """Finds the element types of the rows; arrays of arrays name the row of the inner element, so they come last."""
         slots = [line.identifier for line in self._collection_lines if any("argument" in k for k in line.kinds)]
         for line in sorted(self._collection_lines, key=lambda line: line.element.endswith("[]")):
-            wire = self._wire(line.place, line.element, "")
+            wire = self.wire(line.place, line.element, "")
             slot = slots.index(line.identifier) if line.identifier in slots else None
             self._collections[wire.name] = Collection(line.place, line.identifier, wire, line.kinds, slot)
         order = {line.identifier: number for number, line in enumerate(self._collection_lines)}
@@ -98,35 +98,36 @@ class Builder:
         if line.converts and kind not in ("class", "struct"):
             raise CatalogueError(line.place, "only classes and structs convert themselves")
         self._by_full_name[full_name] = entry
-        self._by_name.setdefault(line.name, []).append(entry)
+        self.names.setdefault(line.name, []).append(entry)
         self._lines[entry] = line
         return entry
 
     # -- types that are named ------------------------------------------------------------------------------------
 
-    def _find(self, place: Place, name: str, namespace: str) -> Type:
+    def find(self, place: Place, name: str, namespace: str) -> Type:
         """The type of a simple or full name."""
         if name in self._by_full_name:
             return self._by_full_name[name]
         local = self._by_full_name.get(f"{namespace}.{name}")
         if local is not None:
             return local
-        candidates = self._by_name.get(name, [])
+        candidates = self.names.get(name, [])
         if len(candidates) > 1:
             raise CatalogueError(place, f"{name} is one of several types; write its full name")
         if not candidates:
             raise CatalogueError(place, f"there is no type {name}")
         return candidates[0]
 
-    def _wire(self, place: Place, name: str, namespace: str) -> Wire:
+    def wire(self, place: Place, name: str, namespace: str) -> Wire:
+        """The wire of a type as a line within a namespace names it."""
         if name in PLAIN_WIRES:
             return PLAIN_WIRES[name]
         if name.endswith("?"):
-            return self._nullable(place, self._wire(place, name[:-1], namespace))
+            return self._nullable(place, self.wire(place, name[:-1], namespace))
         typed = self._element(name)
         if typed is not None:
             return self._typed_collection(place, *typed, namespace)
-        entry = self._find(place, name, namespace)
+        entry = self.find(place, name, namespace)
         if entry.is_enum:
             assert entry.width is not None
             return Enumeration(entry.full_name, entry.width.form, entry, entry.width)
@@ -153,7 +154,7 @@ class Builder:
         return None
 
     def _typed_collection(self, place: Place, kind: str, element: str, namespace: str) -> Wire:
-        wire = self._wire(place, element, namespace)
+        wire = self.wire(place, element, namespace)
         row = self._collections.get(wire.name)
         if row is None or not {kind, f"{kind}-argument"} & set(row.kinds):
             raise CatalogueError(place, f"collections.tab has no {kind} of {wire.name}")
@@ -165,7 +166,7 @@ class Builder:
             self._enumeration(entry, line)
             return
         if line.base is not None:
-            base = self._find(line.place, line.base, line.namespace)
+            base = self.find(line.place, line.base, line.namespace)
             if entry.kind != "class" or base.kind != "class":
                 raise CatalogueError(line.place, "only a class derives, and only from a class")
             if base is entry or entry in base.bases():
@@ -177,12 +178,12 @@ class Builder:
             if name in INTEROP_INTERFACES:
                 entry.interfaces.append(name)
                 continue
-            interface = self._find(line.place, name, line.namespace)
+            interface = self.find(line.place, name, line.namespace)
             if interface.kind != "interface":
                 raise CatalogueError(line.place, f"{name} is no interface")
             entry.interfaces.append(interface)
         for name in line.stands_for:
-            interface = self._find(line.place, name, line.namespace)
+            interface = self.find(line.place, name, line.namespace)
             if interface.kind != "interface":
                 raise CatalogueError(line.place, f"{name} is no interface")
             if interface in entry.implemented:
@@ -298,7 +299,7 @@ class Builder:
         params = []
         for param in line.params:
             by_ref, written = param.type.startswith("ref "), param.type.startswith("out ")
-            wire = self._wire(line.place, param.type.removeprefix("ref ").removeprefix("out "), entry.namespace)
+            wire = self.wire(line.place, param.type.removeprefix("ref ").removeprefix("out "), entry.namespace)
             if by_ref and not isinstance(wire, Scalar):
                 raise CatalogueError(line.place, "only scalars cross by reference")
             if written and wire.kind != "bytes":
@@ -306,7 +307,7 @@ class Builder:
             if wire.type is not None and wire.type.kind == "static class":
                 raise CatalogueError(line.place, f"{wire.name} has no instances")
             params.append(Param(param.name, wire, by_ref, written))
-        result = self._wire(line.place, line.type, entry.namespace) if line.type else VOID
+        result = self.wire(line.place, line.type, entry.namespace) if line.type else VOID
         static = line.kind in ("static", "mixed_static")
         return Overload(entry, line.place, line.python, line.managed, static, params, result)
 
@@ -338,7 +339,7 @@ class Builder:
 
     def _ancestor(self, entry: Type, line: MemberLine) -> Type:
         assert line.origin is not None
-        ancestor = self._find(line.place, line.origin, entry.namespace)
+        ancestor = self.find(line.place, line.origin, entry.namespace)
         candidates = [*entry.bases(), *Builder._extended(entry)]
         if ancestor not in candidates or (ancestor.kind == "interface") != (entry.kind == "interface"):
             raise CatalogueError(line.place, f"{line.origin} is no ancestor of {entry.name} to inherit members from")
@@ -390,7 +391,7 @@ class Builder:
 
     def _property(self, entry: Type, line: MemberLine) -> None:
         assert line.type is not None
-        wire = self._wire(line.place, line.type, entry.namespace)
+        wire = self.wire(line.place, line.type, entry.namespace)
         declared_by = entry
         if line.origin is not None:
             if entry.kind != "interface":

@@ -26,7 +26,7 @@ _STREAM = ("CanRead", "CanSeek", "CanWrite", "Length", "Position", "Close", "Flu
            "Write")
 
 # The services of elements of any type: the end of the class's name, the .NET type, and the entry points.
-_INTEROP: tuple[tuple[str, str, tuple[str, ...]], ...] = (
+INTEROP_SERVICES: tuple[tuple[str, str, tuple[str, ...]], ...] = (
     ("Disposable", "System.IDisposable", _FOUR_CASTS),
     ("Enumerator", "System.Collections.IEnumerator", ("MoveNext", *_FOUR_CASTS)),
     ("Enumerable", "System.Collections.IEnumerable", ("GetEnumerator", "CreateInstanceFromPyIterable", *_FOUR_CASTS)),
@@ -293,7 +293,7 @@ def _elements(model: Model) -> list[str]:
             *lines, "}"]
 
 
-def _services_of(row: Collection) -> list[tuple[str, str, tuple[str, ...]]]:
+def services_of(row: Collection) -> list[tuple[str, str, tuple[str, ...]]]:
     services: list[tuple[str, str, tuple[str, ...]]] = []
     if "iterator" in row.kinds:
         shown = _ENUMERATOR[2][1:] if "iterable" in row.kinds else ()
@@ -310,7 +310,7 @@ def write_interop_services() -> dict[str, list[str]]:
     """The services of elements of any type, by the names of their files."""
     anything = _element(PLAIN_WIRES["object"])
     files = {}
-    for end, net, names in _INTEROP:
+    for end, net, names in INTEROP_SERVICES:
         name = f"Zelmor.WrpGen.Interop.SiApi{end}"
         files[f"{name}.cs"] = _Service(end, net, anything, typed=False).write(
             name, names, f"What Python does with a {net}. Written by the generator.")
@@ -322,7 +322,7 @@ def write_services(model: Model) -> dict[str, list[str]]:
     files = write_interop_services()
     for row in model.collections:
         element = _element(row.element)
-        for end, net, names in _services_of(row):
+        for end, net, names in services_of(row):
             name = f"Zelmor.WrpGen.Generic.SiApi{end}_{row.identifier}"
             of = net.format(element.net)
             files[f"{name}.cs"] = _Service(end, of, element, typed=True).write(
