@@ -17,7 +17,7 @@ from pathlib import Path
 from typing import IO
 
 PYTHON = "/usr/bin/python3"
-TESTS = ["tests/generator", "tests/mutants", "tests/tools", "tests/packages", "tests/python"]
+TESTS = ["tests/generator", "tests/harvest", "tests/mutants", "tests/tools", "tests/packages", "tests/python"]
 
 
 @dataclass

@@ -17,10 +17,11 @@ from .machine import PRIMITIVES, Machine, machine_of
 from .metadata import Assembly, Method, TypeDefinition
 
 EXCHANGE = "Zelmor.WrpGen.Interop.ExchangeHost"
-_HOST = re.compile(r"(?P<namespace>(?:WrpNs_\w+\.)+)WrpCs_(?P<name>\w{1,8})_(?P<identifier>[0-9A-F]{8})\Z")
+_HOST = re.compile(r"(?P<namespace>(?:WrpNs_\w+\.)+)WrpCs_(?P<name>\w{1,8})_(?P<identifier>[0-9A-F]{8})\Z", re.ASCII)
 _GENERIC = re.compile(r"Zelmor\.WrpGen\.Generic\.(?P<kind>SiApi[A-Za-z]+)_(?P<identifier>[0-9A-F]{8})\Z")
-_OVERLOAD = re.compile(r"(?P<role>ctor|call)_(?P<number>\d{3})_(?P<member>\w+)\Z")
-_PROPERTY = re.compile(r"(?P<role>getsa|setsa|get|set)_(?P<member>\w+)\Z")
+_OVERLOAD = re.compile(r"(?P<role>ctor|call)_(?P<number>\d{3})_(?P<member>[A-Za-z_]\w*)\Z", re.ASCII)
+_PROPERTY = re.compile(r"(?P<role>getsa|setsa|get|set)_(?P<member>[A-Za-z_]\w*)\Z", re.ASCII)
+_NAME = re.compile(r"[A-Za-z_]\w*(\.[A-Za-z_]\w*)*\Z", re.ASCII)
 
 
 @dataclass(frozen=True)
@@ -65,8 +66,10 @@ class Host:
                 return entry.member
         if len(self.prefix) < 8:
             return self.prefix
-        names = [name.rpartition(".")[2] for name in self.named if name.startswith(f"{self.namespace}.{self.prefix}")]
-        told = [name for name in names if "." not in name]
+        start = f"{self.namespace}."
+        names = [name.removeprefix(start) for name in self.named if name.startswith(start + self.prefix)]
+        names = [name for name in names if "." not in name]
+        told = [name for name in names if _NAME.match(name)]
         return told[0] if len(told) == 1 else None
 
     @property
@@ -98,6 +101,8 @@ class Contract:
         self.assembly = Assembly.read(path)
         self.name = self.assembly.name
         self._beside = path.parent
+        if not _NAME.match(self.name):
+            raise AssemblyError("the file is damaged: the name of the assembly is none")
         self.library = self._library()
         if EXCHANGE not in self.assembly.types:
             raise AssemblyError(f"{self.name} is a .NET assembly, but no interop assembly: it has no class {EXCHANGE}")
@@ -119,7 +124,7 @@ class Contract:
         found = []
         for name in self.assembly.references:
             path = self._beside / f"{name}.dll"
-            if name.replace(".", "").replace("_", "").replace("-", "").isalnum() and path.is_file():
+            if _NAME.match(name) and path.is_file():
                 try:
                     found.append(Assembly.read(path))
                 except AssemblyError as error:

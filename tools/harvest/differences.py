@@ -5,6 +5,8 @@ from __future__ import annotations
 from dataclasses import dataclass
 from enum import Enum
 
+from .errors import printable
+
 
 class Kind(Enum):
     """What becomes of a difference."""
@@ -27,4 +29,4 @@ class Difference:
 
     def __str__(self) -> str:
         member = f".{self.member}" if self.member else ""
-        return f"{self.subject}{member}: {self.text}"
+        return printable(f"{self.subject}{member}: {self.text}")

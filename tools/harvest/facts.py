@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from dataclasses import replace
+
 from tools.generator.entry_points import entry_points
 from tools.generator.errors import CatalogueError
 from tools.generator.model import Type
@@ -34,7 +35,8 @@ def _corrected(row: PinnedLine, types: dict[str, Type]) -> PinnedLine | None:
         if point is None:
             return None
         types_of = ",".join(slot_type(argument.slot).removeprefix("const ").rstrip("*") for argument in point.arguments)
-        words = (words[0], f"{name}({types_of})" if stated else name)
+        # A row is split at spaces, so that the types cannot stand there where one has two words.
+        words = (words[0], f"{name}({types_of})" if stated and " " not in types_of else name)
     else:
         return None
     return replace(row, words=words)

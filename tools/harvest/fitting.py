@@ -16,8 +16,8 @@ from tools.generator.naming import snake_case
 from tools.generator.wires import PLAIN_WIRES, VOID, Scalar, Wire
 
 from .contract import Entry
-from .library import Library, Words
-from .machine import Records
+from .library import Library, Words, keywords
+from .machine import Machine, Records
 
 # The words that are tried where nothing else tells: a number before what has the same width.
 _NUMBERS = ("int8", "uint8", "int16", "uint16", "int32", "uint32", "int64", "uint64", "float", "double")
@@ -30,6 +30,11 @@ class Found:
 
     words: Words
     is_certain: bool
+
+
+def _tells(machines: Iterable[Machine]) -> bool:
+    """Whether machine types tell anything of a value: an address can be of any object."""
+    return any(not machine.is_address and machine.word != "void" for machine in machines)
 
 
 class Fitting:
@@ -67,6 +72,9 @@ class Fitting:
         words = self._library.property(owner, managed)
         if words is not None and words.result is not None and words.is_static == static and fits(words.result):
             return Found(words, True)
+        passed = [machine for entry in accessors for machine in entry.machines[0 if static else 1:]]
+        if not _tells(passed):
+            return None
         fitting = [word for word in (*_NUMBERS, *_OTHERS) if fits(word)]
         return Found(Words((), fitting[0], static), len(fitting) == 1) if fitting else None
 
@@ -111,8 +119,8 @@ class Fitting:
             machines = [entry.arguments[at] for at in group]
             if all(self._records.fits(point.arguments[at].slot, machine) for at, machine in zip(group, machines)):
                 continue
-            fitting = []
-            for word in (*_NUMBERS, *_OTHERS):
+            fitting: list[str] = []
+            for word in () if not _tells(machines) else (*_NUMBERS, *_OTHERS):
                 wire = PLAIN_WIRES[word]
                 slots = list(wire.taken)
                 if overload.params[number].by_ref and isinstance(wire, Scalar):
@@ -129,7 +137,7 @@ class Fitting:
                        and self._records.fits(PLAIN_WIRES[word].returned, entry.returned)]
             if entry.returned.word == "void":
                 result = None
-            elif not results:
+            elif not results or not _tells([entry.returned]):
                 return None
             else:
                 result, certain = results[0], certain and len(results) == 1
@@ -144,12 +152,13 @@ class Fitting:
         An address can be of an instance, of an argument or of a result, so that only the library tells about one.
         """
         params: list[tuple[str, str]] = []
+        names = keywords(entry.names)
         for number, machine in enumerate(entry.arguments):
             fitting = [word for word in (*_NUMBERS, "string") if len(PLAIN_WIRES[word].taken) == 1
                        and not machine.is_address and self._records.fits(PLAIN_WIRES[word].taken[0], machine)]
             if not fitting:
                 return None
-            params.append((snake_case(entry.names[number]) or f"value{number}", fitting[0]))
+            params.append((names[number], fitting[0]))
         results = [word for word in _NUMBERS if self._records.fits(PLAIN_WIRES[word].returned, entry.returned)]
         is_void = entry.returned.word == "void" or entry.role == "ctor"
         if not is_void and not results:

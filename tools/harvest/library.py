@@ -7,8 +7,9 @@ is there, its own signatures do.
 from __future__ import annotations
 
 import re
-from collections.abc import Iterator
+from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
+from keyword import iskeyword
 
 from tools.generator.errors import CatalogueError, Place
 from tools.generator.model import Type
@@ -42,6 +43,16 @@ class Words:
     params: tuple[tuple[str, str], ...]
     result: str | None
     is_static: bool
+
+
+def keywords(names: Iterable[str]) -> list[str]:
+    """The keywords of parameters with these names, each once; what cannot be one is numbered."""
+    found: list[str] = []
+    for number, name in enumerate(names):
+        word = snake_case(name)
+        usable = word.isascii() and word.isidentifier() and not iskeyword(word) and word not in found
+        found.append(word if usable else f"value{number}")
+    return found
 
 
 class Library:
@@ -138,11 +149,11 @@ class Library:
 
     def _method(self, method: Method, namespace: str) -> Words | None:
         params = []
-        for name, term in zip(method.parameters, method.signature.parameters):
+        for keyword, term in zip(keywords(method.parameters), method.signature.parameters):
             word = self._parameter(term, namespace)
             if word is None:
                 return None
-            params.append((snake_case(name), word))
+            params.append((keyword, word))
         returned = method.signature.returned
         result = None if returned.name == "System.Void" else self.word(returned, namespace)
         if result is None and returned.name != "System.Void":

@@ -23,7 +23,7 @@ PRIMITIVES = {f"System.{name}": word for name, word in _WORDS.items()}
 
 # The words that fit a form, as a value or behind a pointer.
 _FITTING = {
-    Form.NOTHING: ("void",), Form.BOOL: ("byte", "bool", "sbyte"), Form.INT8: ("sbyte",), Form.UINT8: ("byte",),
+    Form.NOTHING: ("void",), Form.BOOL: ("byte", "bool"), Form.INT8: ("sbyte",), Form.UINT8: ("byte",),
     Form.INT16: ("short",), Form.UINT16: ("ushort", "char"), Form.INT32: ("int",), Form.UINT32: ("uint",),
     Form.INT64: ("long",), Form.UINT64: ("ulong",), Form.SINGLE: ("float",), Form.DOUBLE: ("double",),
     Form.HANDLE: ("nint",), Form.OBJECT: ("nint",), Form.DATE: ("long", "ulong"), Form.DECIMAL: ("uint", "int"),

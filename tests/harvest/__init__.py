@@ -1,0 +1,1 @@
+"""Tests of the tool that reads an interop assembly's contract."""
