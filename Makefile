@@ -4,6 +4,8 @@
 #   make test     run all tests; the last line counts them
 #   make build    build an importable package in build/python
 #   make dotnet   build the .NET half of the wire in build/dotnet, to run zelmor.imaging on .NET itself (needs an SDK)
+#   make harvest  write what an interop assembly says otherwise into its catalogue, and list the differences
+#                 (ASSEMBLY=path, with its class library beside it; CHECK=1 changes nothing)
 #   make bench    measure speed beside hand-written C, Cython, pybind11 and PyQt5; streams; collections; operations
 #                 on pictures beside Pillow; jobs on files beside Pillow and vips; import; sizes; memory
 #   make docs     write the site: front page, gallery, guides and API reference with a search, in build/docs/html
@@ -53,6 +55,8 @@ SEED ?= 1
 .NOTPARALLEL:
 .PHONY: setup build dotnet demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
 .PHONY: quick-lint format clean wheel sdist deb packages test-packages release
+.PHONY: setup build dotnet harvest demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
+.PHONY: quick-lint format clean
 
 setup:
 	@tools/setup.sh
@@ -76,6 +80,11 @@ everything: configure
 # The wrapper library is that of the package.
 dotnet: product
 	@$(PYTHON) -B tools/build_dotnet.py --build $(BUILD)
+
+# Reads the file only; nothing has to be built.
+harvest:
+	@$(if $(ASSEMBLY),,echo "name an interop assembly: make harvest ASSEMBLY=path" >&2; exit 2)
+	@$(PYTHON) -B -m tools.harvest $(if $(CHECK),--check) $(if $(CATALOGUE),--catalogue "$(CATALOGUE)") "$(ASSEMBLY)"
 
 demo: setup-demo product
 	@$(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)

@@ -8,6 +8,7 @@ from pathlib import Path
 import pytest
 
 from tools.generator.builder import load
+from tools.harvest.collection_changes import ELEMENTS, CollectionChanges
 
 from .conftest import Alter, run, substitute, texts
 from .model_writer import write_assemblies
@@ -81,7 +82,7 @@ def test_a_renamed_class_that_others_refer_to(harvested: Harvested, catalogue: P
     def alter(directory: Path) -> None:
         substitute(directory, "Acme.Pictures.cat", ("Part[]", "Piece[]"), ("First Part", "First Piece"))
         substitute(directory, "Acme.Pictures.Parts.cat", ("class Part\n", "class Piece\n"))
-        substitute(directory, "identifiers.tab", ("Acme.Pictures.Parts.Part ", "Acme.Pictures.Parts.Piece "))
+        substitute(directory, "identifiers.tab", ("Acme.Pictures.Parts.Part  ", "Acme.Pictures.Parts.Piece "))
         substitute(directory, "collections.tab", (".Part ", ".Piece "))
 
     assert harvested(alter) == ["WRITTEN Acme.Pictures.Parts.Part: the name is Piece instead of Part"]
@@ -239,3 +240,10 @@ def test_a_second_run_finds_nothing_more(catalogue: Path, altered: Callable[[Alt
     assembly = write_assemblies(load(other), tmp_path / "assembly")
     assert texts(run(assembly, catalogue, tmp_path))
     assert texts(run(assembly, catalogue, tmp_path)) == []
+
+
+def test_the_wires_list_of_elements_follows() -> None:
+    """The elements with callbacks stand in a header that both halves are compiled with."""
+    changed = CollectionChanges.listed({"4161C915": "0C01055E", "EEEEEEEE": "00000000"})
+    assert changed == ELEMENTS.read_text().replace('"4161C915"', '"0C01055E"') != ELEMENTS.read_text()
+    assert CollectionChanges.listed({"EEEEEEEE": "00000000"}) is None

@@ -7,6 +7,7 @@ The exit status is 0 if catalogue and assembly agree, or do so after the change;
 from __future__ import annotations
 
 import argparse
+import gc
 import sys
 import tempfile
 from pathlib import Path
@@ -15,6 +16,7 @@ from tools.generator.builder import load
 from tools.generator.catalogue import read_catalogue
 from tools.generator.errors import CatalogueError
 
+from .collection_changes import ELEMENTS, CollectionChanges
 from .contract import Contract
 from .differences import Kind
 from .draft import Draft
@@ -57,10 +59,14 @@ def _run(assembly: Path, catalogue: Path | None, check: bool) -> int:
         if not result.differences:
             print("no difference")
             return 0
-        changed = draft.changed() if check else draft.write_back()
+        changed = [path.name for path in (draft.changed() if check else draft.write_back())]
+        elements = CollectionChanges.listed(result.elements) if directory.resolve() == API else None
+        if elements is not None:  # the list of the wire, which both halves are compiled with
+            changed.append(f"and {ELEMENTS.relative_to(_ROOT)}")
+            if not check:
+                ELEMENTS.write_text(elements)
         if changed:
-            names = ", ".join(path.name for path in changed)
-            print(f"\n{'would change' if check else 'changed'} in {directory}: {names}")
+            print(f"\n{'would change' if check else 'changed'} in {directory}: {', '.join(changed)}")
         if result.refused is not None:
             print(f"\nthe changed catalogue does not hold together; correct this line by hand: {result.refused}")
         return 1 if check or result.refused is not None or result.of(Kind.OPEN) else 0
@@ -86,4 +92,5 @@ def main(arguments: list[str]) -> int:
 
 
 if __name__ == "__main__":
+    gc.disable()  # a short life, and what it makes is needed to its end
     sys.exit(main(sys.argv[1:]))

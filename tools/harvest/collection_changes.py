@@ -15,6 +15,8 @@ from .draft import Draft
 
 #: Where the names of the two hosts that every assembly has stand, once.
 _FIXED = Path(__file__).resolve().parents[2] / "exchange" / "wire" / "entry_points.h"
+#: The wire's list of the elements with callbacks: the identifiers of the rows of collections.tab that have an argument.
+ELEMENTS = _FIXED.with_name("callback_tables.h")
 _HOSTS = {"kExchangeHostEntryPoints": "ExchangeHost", "kObjectHostEntryPoints": "ObjectHost"}
 
 
@@ -42,6 +44,7 @@ class CollectionChanges:
         self._draft = draft
         self._new = identifiers  # of types whose identifier on the managed side is another, by the old one
         self.differences: list[Difference] = []
+        self.changed: dict[str, str] = {}  # identifiers of elements, by the old ones
 
     def run(self) -> None:
         """All rows, and the services that are there for any element."""
@@ -66,6 +69,7 @@ class CollectionChanges:
                 kinds = ", ".join(f"{kind}_{identifier}" for kind in generics[identifier])
                 self._add(Kind.EXTRA, "collections.tab", "", f"collections of an unknown element: {kinds}")
         self._write(changed)
+        self.changed = changed
         for name, names in fixed_services().items():
             found = self._contract.services.get(name)
             if found is None:
@@ -102,6 +106,15 @@ class CollectionChanges:
         for name in names:
             if name not in found:
                 self._add(Kind.OPEN, subject, f"{prefix}{name}", "the assembly lacks this entry point")
+
+    @staticmethod
+    def listed(changed: dict[str, str]) -> str | None:
+        """The text of the wire's list with other identifiers; None where none of these stands in it."""
+        text = ELEMENTS.read_text()
+        head, name, body = text.partition("kGenericElements[")
+        table, end, rest = body.partition("};")
+        new = re.sub(r"[0-9A-F]{8}", lambda found: changed.get(found[0], found[0]), table)
+        return head + name + new + end + rest if new != table else None
 
     def _write(self, changed: dict[str, str]) -> None:
         self._draft.words(self._draft.directory / "collections.tab", lambda line: re.sub(

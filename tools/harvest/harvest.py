@@ -24,13 +24,14 @@ class Result:
 
     differences: list[Difference] = field(default_factory=list)
     refused: str | None = None
+    elements: dict[str, str] = field(default_factory=dict)  # identifiers of collections' elements, by the old ones
 
     def of(self, kind: Kind) -> list[Difference]:
         """The differences of one kind."""
         return [difference for difference in self.differences if difference.kind is kind]
 
 
-def _types(contract: Contract, draft: Draft) -> list[Difference]:
+def _types(contract: Contract, draft: Draft, result: Result) -> None:
     matches = match(contract, draft.model.types)
     if not matches.hosts:
         raise AssemblyError(f"{contract.name} has no type of this catalogue, which is that of {draft.model.assembly}")
@@ -40,17 +41,18 @@ def _types(contract: Contract, draft: Draft) -> list[Difference]:
                    if host.identifier != entry.managed_identifier}
     collections = CollectionChanges(contract, draft, identifiers)
     collections.run()
+    result.differences += [*types.differences, *collections.differences]
+    result.elements = collections.changed
     draft.settle()
-    return [*types.differences, *collections.differences]
 
 
-def _members(contract: Contract, draft: Draft) -> list[Difference]:
+def _members(contract: Contract, draft: Draft, result: Result) -> None:
     members = MemberChanges(contract, draft, match(contract, draft.model.types))
     members.run()
+    result.differences += members.differences
     draft.save()
     repeat_inherited(draft)
     draft.read()
-    return members.differences
 
 
 def harvest(contract: Contract, draft: Draft) -> Result:
@@ -58,7 +60,7 @@ def harvest(contract: Contract, draft: Draft) -> Result:
     result = Result()
     try:
         for step in (_types, _members):
-            result.differences += step(contract, draft)
+            step(contract, draft, result)
         result.differences += correct_facts(draft)
         draft.read()
     except CatalogueError as error:

@@ -105,9 +105,14 @@ class TypeChanges:
                 start = old.find(member.managed) + len(member.managed) if member.managed else 0
                 self._replace(member.place, old[:start] + self._references(old[start:], line.namespace, entry, name,
                                                                            member.place))
-        whole = re.compile(rf"(?<![\w.]){re.escape(entry.full_name)}(?![\w.])")
+        whole = re.compile(rf"(?<![\w.]){re.escape(entry.full_name)}(?![\w.])( *)")
+
+        def change(found: re.Match[str]) -> str:
+            column = len(found[0])  # what stands behind it stays in its column, if there is room
+            return full_name if not found[1] else f"{full_name:<{max(column - 1, len(full_name))}} "
+
         for table in ("identifiers.tab", "collections.tab", "pinned.tab"):
-            self._draft.words(self._draft.directory / table, lambda line: whole.sub(full_name, line))
+            self._draft.words(self._draft.directory / table, lambda line: whole.sub(change, line))
         for path in sorted(self._draft.directory.glob(f"{entry.namespace}*.doc")):
             if re.fullmatch(rf"{re.escape(entry.namespace)}(\.part\d+)?", path.stem):
                 self._draft.words(path, lambda line: re.sub(rf"^{entry.name}:", f"{name}:", line))
