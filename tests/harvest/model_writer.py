@@ -89,11 +89,15 @@ def interop_types(model: Model) -> list[TypeRow]:
 
 
 def write_assemblies(model: Model, directory: Path, library: bool = True,
-                     change: Callable[[list[TypeRow]], None] = lambda types: None) -> Path:
-    """The path of the interop assembly, which can be changed before; the class library lies beside it or not."""
+                     change: Callable[[list[TypeRow]], None] = lambda types: None,
+                     structures: frozenset[str] = frozenset()) -> Path:
+    """The path of the interop assembly; the class library lies beside it or not.
+
+    The classes can be changed before they are written; `structures` names types that only the changed ones use.
+    """
     directory.mkdir(parents=True, exist_ok=True)
     home = f"{model.root.namespace}.Library"
-    values = _VALUES | {entry.full_name for entry in model.types if entry.kind in ("struct", "enum")}
+    values = _VALUES | structures | {entry.full_name for entry in model.types if entry.kind in ("struct", "enum")}
     scopes = {**{f"{CORE}.{name}": CORE for name in RECORDS}, **{entry.full_name: home for entry in model.types}}
     if library:
         AssemblyWriter(home, [_library_type(entry) for entry in model.types], values).write(directory)

@@ -74,7 +74,7 @@ class Host:
 
     @property
     def kind(self) -> str | None:
-        """The kind of type that has these services, as the catalogue calls it."""
+        """The kind of type that has these services, as the catalogue calls it; None where they do not tell."""
         services = {name for name, entry in self.entries.items() if entry.role == "btp"}
         if "btp_AsUniEnum" in services:
             return "enum"
@@ -82,10 +82,11 @@ class Host:
             return "static class"
         if "btp_ReInterpretObj" not in services:
             return "interface"
-        tested = self.entries.get("btp_IsAssignable")
-        if tested is None or not tested.arguments:
+        tested, source = (self.entries[name].arguments[:1] if name in self.entries else ()
+                          for name in ("btp_IsAssignable", "btp_CastTo"))
+        if not tested or not source or source[0].is_address:  # with a pointer to a record, a handle can be told apart
             return None
-        return "class" if tested.arguments[0].is_address else "struct"
+        return "class" if tested[0].is_address else "struct"
 
     @property
     def width(self) -> str | None:
@@ -103,9 +104,9 @@ class Contract:
         self._beside = path.parent
         if not _NAME.match(self.name):
             raise AssemblyError("the file is damaged: the name of the assembly is none")
-        self.library = self._library()
         if EXCHANGE not in self.assembly.types:
             raise AssemblyError(f"{self.name} is a .NET assembly, but no interop assembly: it has no class {EXCHANGE}")
+        self.library = self._library()
         self.hosts: list[Host] = []
         self.generics: dict[str, dict[str, dict[str, Entry]]] = {}  # by identifier, then by kind
         self.services: dict[str, dict[str, Entry]] = {}  # by the full name of the class

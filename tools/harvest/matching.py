@@ -65,7 +65,7 @@ class _Evidence:
     def common(self, entry: Type, host: Host) -> float:
         """The share of their entry points or values that both have."""
         first, second = self._type(entry), self._host(host)
-        if host.kind != entry.kind or not first | second:
+        if host.kind not in (entry.kind, None) or not first | second:
             return 0
         return len(first & second) / len(first | second)
 
