@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
+import shutil
 from collections.abc import Callable
 from pathlib import Path
 
 import pytest
 
+from tools.build_dotnet import ROOT
 from tools.generator.builder import load
 from tools.harvest.collection_changes import ELEMENTS, CollectionChanges
 
@@ -247,3 +249,21 @@ def test_the_wires_list_of_elements_follows() -> None:
     changed = CollectionChanges.listed({"4161C915": "0C01055E", "EEEEEEEE": "00000000"})
     assert changed == ELEMENTS.read_text().replace('"4161C915"', '"0C01055E"') != ELEMENTS.read_text()
     assert CollectionChanges.listed({"EEEEEEEE": "00000000"}) is None
+
+
+def test_a_change_that_does_not_hold_together_is_written_and_told(
+        catalogue: Path, altered: Callable[[Alter], Path], tmp_path: Path) -> None:
+    """Nothing has a use for arrays of parts any more."""
+    other = altered(_pictures(("    getset parts Parts Part[]\n", ""), ("(parts: Part[])", "(parts: bytes)")))
+    result = run(write_assemblies(load(other), tmp_path / "assembly"), catalogue, tmp_path)
+    assert result.refused == "collections.tab:2: no member has a use for the array of Acme.Pictures.Parts.Part"
+    assert (catalogue / "Acme.Pictures.cat").read_text() == (other / "Acme.Pictures.cat").read_text()
+
+
+def test_a_layout_of_a_record_that_lacks_its_class_is_told(
+        catalogue: Path, altered: Callable[[Alter], Path], tmp_path: Path) -> None:
+    records = catalogue.parent / "records"
+    records.mkdir()
+    shutil.copy(ROOT / "api" / "records" / "wmf.txt", records)
+    result = run(write_assemblies(load(altered(lambda directory: None)), tmp_path / "assembly"), catalogue, tmp_path)
+    assert result.refused is not None and f"{records}/wmf.txt:" in result.refused

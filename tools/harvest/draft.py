@@ -14,6 +14,8 @@ from tools.generator.collections import read_collections
 from tools.generator.errors import Place
 from tools.generator.identifiers import Identifiers
 from tools.generator.model import Model
+from tools.generator.property_types import check_collections
+from tools.generator.records import read_layouts
 
 from .lines import member_text, type_text
 
@@ -40,6 +42,11 @@ class Draft:
         self.builder = Builder(self.lines, Identifiers.read(self.directory / "identifiers.tab"),
                                read_collections(self.directory / "collections.tab"))
         self.model = self.builder.build()
+
+    def check(self) -> None:
+        """Checks what the writers rely on beside the catalogue: uses of collections, and the layouts of records."""
+        check_collections(self.model)
+        read_layouts(self._catalogue.parent / "records", self.model)
 
     # -- changing lines ---------------------------------------------------------------------------------------------
 

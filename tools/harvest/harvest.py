@@ -63,6 +63,7 @@ def harvest(contract: Contract, draft: Draft) -> Result:
             step(contract, draft, result)
         result.differences += correct_facts(draft)
         draft.read()
+        draft.check()
     except CatalogueError as error:
         result.refused = str(error).replace(f"{draft.directory}/", "")
     return result
