@@ -47,7 +47,7 @@ class Entry:
     @property
     def short(self) -> str:
         """The name without the module: `Image`, `Image.load`."""
-        return self.name if self.kind == "module" else self.last if self.is_type else \
+        return self.name if self.kind in ("module", "function") else self.last if self.is_type else \
             f"{self.owner.rpartition('.')[2]}.{self.last}"
 
     @property

@@ -11,8 +11,11 @@ The texts are those of the reference and of the type stubs.
 from __future__ import annotations
 
 import difflib
+import inspect
+import re
 import textwrap
 
+import zelmor
 from zelmor import _words
 
 _MOST = 20
@@ -25,10 +28,12 @@ class UnknownName(LookupError):
 def text(name: str, width: int = 100) -> str:
     """What there is to know of a module, a type or a member: its calls, its text, and the members of a type.
 
-    The name need not have its module: "PngOptions", "Image.load", "zelmor.imaging.imageoptions". A name that several
-    types have gives a list of them. `UnknownName` suggests similar names.
+    The name need not have its module: "PngOptions", "Image.load", "zelmor.imaging.imageoptions". What is written in
+    Python is called "open" or "zelmor.open", "arrays.to_numpy". A name that several types have gives a list of them.
+    `UnknownName` suggests similar names.
     """
-    found = _words.lookup(name)
+    own = _of_package(name)
+    found = [own] if own is not None else _words.lookup(name)
     if not found:
         close = suggestions(name)
         raise UnknownName(f"there is no {name!r}" + (f"; similar: {', '.join(close)}" if close else ""))
@@ -39,8 +44,8 @@ def text(name: str, width: int = 100) -> str:
 
 def entry_text(entry: _words.Entry, width: int = 100, asked: str | None = None) -> str:
     """The text of one entry."""
-    module = entry.owner if entry.is_type else entry.owner.rpartition(".")[0]
-    place = "" if entry.kind == "module" else f" in {module}" if entry.is_type else f" of {entry.owner}"
+    place = "" if entry.kind == "module" else f" in {entry.owner}" if entry.is_type or entry.kind == "function" \
+        else f" of {entry.owner}"
     parts = [f"{entry.short}: {entry.kind}{place}"]
     heirs = _words.lookup((asked or "").rpartition(".")[0]) if not entry.is_type and "." in (asked or "") else []
     if heirs and heirs[0].is_type and heirs[0].name != entry.owner:
@@ -51,9 +56,9 @@ def entry_text(entry: _words.Entry, width: int = 100, asked: str | None = None) 
                                for line in entry.signatures))
     if entry.text:
         parts.append(_filled(entry.text, width))
-    if entry.is_type:
+    if entry.is_type and entry.name in _words.types():
         parts += _of_type(entry, width)
-    elif entry.kind == "module":
+    elif entry.kind == "module" and entry.name in _words.modules():
         parts += _list("Contains", _words.members(entry.name), width)
     return "\n\n".join(parts) + "\n"
 
@@ -102,6 +107,29 @@ def name_of(thing: object, attribute: str | None = None) -> str | None:
     return module if attribute is None and isinstance(module, str) and module in _words.modules() else None
 
 
+def _of_package(name: str) -> _words.Entry | None:
+    """An entry for a name of the package itself, made of its docstring; None for any other name."""
+    parts = name.strip().removesuffix("()").removeprefix("zelmor.").split(".")
+    if parts[0] not in zelmor._NAMES and parts[0] not in ("arrays", "documentation", "notebook"):
+        return None
+    thing: object = zelmor
+    for part in parts:
+        thing = getattr(thing, part, None)
+    text = inspect.getdoc(thing)
+    if text is None or not (callable(thing) or inspect.ismodule(thing)):
+        return None
+    full = ".".join(["zelmor", *parts])
+    if inspect.ismodule(thing):
+        return _words.Entry(full, "module", text=text)
+    if isinstance(thing, type):
+        return _words.Entry(full, "class", tuple(f"{base.__module__}.{base.__name__}" for base in thing.__bases__),
+                            text=text)
+    assert callable(thing)
+    # Annotations are texts here, and a class is shown by its name.
+    call = re.sub(r"<class (?:\w+\.)*(\w+)>", r"\1", str(inspect.signature(thing)).replace("'", ""))
+    return _words.Entry(full, "function", signatures=(full + call,), text=text)
+
+
 # ---- Rendering
 
 
@@ -122,6 +150,8 @@ def _paragraph(part: str, width: int) -> str:
                                                     subsequent_indent=" " * 8) for item in items)])
     if lines[0].startswith("Managed "):
         return "\n".join(textwrap.fill(line, width, subsequent_indent="    ") for line in lines)
+    if any(line.startswith("    ") for line in lines):
+        return part  # a program
     return textwrap.fill(" ".join(line.strip() for line in lines), width)
 
 

@@ -107,6 +107,17 @@ def test_the_width() -> None:
     assert documentation.text("Image.load", 60) != documentation.text("Image.load")
 
 
+@pytest.mark.parametrize("name, first, words", [
+    ("open", "zelmor.open: function in zelmor", "zelmor.open(source: Source, kind: type[Image] = Image, /, *, "),
+    ("zelmor.open", "zelmor.open: function in zelmor", "Opens a picture"),
+    ("arrays.to_numpy", "zelmor.arrays.to_numpy: function in zelmor.arrays", "`mode` is one of"),
+    ("zelmor.UnsupportedFormat", "UnsupportedFormat: class in zelmor", "no picture of a format"),
+    ("notebook", "zelmor.notebook: module", "    %load_ext zelmor.notebook")])
+def test_names_of_the_package_itself(name: str, first: str, words: str) -> None:
+    text = documentation.text(name)
+    assert text.startswith(first + "\n") and words in text
+
+
 def test_completion() -> None:
     assert documentation.names("Image.rotate_f") == ["Image.rotate_flip"]
     assert "PngImage.resize" in documentation.names("PngImage.res")

@@ -107,6 +107,35 @@ def test_a_wrapped_temporary_file(tmp_path: Path) -> None:
             assert (image.width, image.height) == (WIDTH, HEIGHT)
 
 
+@pytest.mark.parametrize("most", [10, 1 << 20])
+def test_a_spooled_file(tmp_path: Path, most: int) -> None:
+    """Uploads of Starlette, in memory or on disk."""
+    with tempfile.SpooledTemporaryFile(max_size=most) as file:
+        file.write(Path(write(tmp_path / "a.png", noise())).read_bytes())
+        file.seek(0)
+        with zelmor.open(file, PngImage) as image:
+            assert image.get_pixel(5, 7).g == noise()[7, 5, 1]
+
+
+class Proxy:
+    """Uploads of Flask and Django: all but `read` comes from a file inside."""
+
+    def __init__(self, file: io.BytesIO) -> None:
+        self.file = file
+
+    def read(self, size: int = -1) -> bytes:
+        return self.file.read(size)
+
+    def __getattr__(self, name: str) -> Any:
+        return getattr(self.file, name)
+
+
+def test_an_upload_that_stands_for_a_file(tmp_path: Path) -> None:
+    data = Path(write(tmp_path / "a.png", noise())).read_bytes()
+    with zelmor.open(Proxy(io.BytesIO(data)), PngImage) as image:
+        assert image.get_pixel(5, 7).g == noise()[7, 5, 1]
+
+
 def test_a_name_that_is_not_utf_8(tmp_path: Path) -> None:
     path = os.fsencode(tmp_path) + b"/\xff\xfe.png"
     write(tmp_path / "a.png", noise())
