@@ -16,9 +16,9 @@
 #                 select tests with TESTS=tests/packages/test_deb.py)
 #   make release  the same for a commit that has the tag of its version, with checksums
 #   make fuzz     run the property tests with many more examples, then make fuzz-pictures
-#   make fuzz-pictures
-#                 try altered picture files under the sanitizers (COUNT=20000 SEED=1 MINUTES=60; the files with
-#                 findings are in build/fuzz)
+#   make fuzz-pictures, make fuzz-drawings
+#                 try altered picture files, or files of drawings, under the sanitizers (COUNT=20000 SEED=1 MINUTES=60;
+#                 the files with findings are in build/fuzz and build/fuzz-drawings)
 #   make debug-test, make sanitize, make valgrind
 #                 run the tests under the debug interpreter, the address and undefined-behavior sanitizers, or valgrind
 #                 (slow: select tests with TESTS=tests/python/images/test_x.py)
@@ -53,7 +53,7 @@ SEED ?= 1
 .DEFAULT_GOAL := build
 # Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build dotnet demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
+.PHONY: setup build dotnet demo test docs bench scale fuzz fuzz-pictures debug-test fuzz-drawings sanitize valgrind growth mutants identifiers lint
 .PHONY: quick-lint format clean wheel sdist deb packages test-packages release
 .PHONY: setup build dotnet harvest demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
 .PHONY: quick-lint format clean
@@ -130,7 +130,7 @@ scale: setup-build
 
 fuzz: setup-test everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --fuzz $(TESTS)
-	@$(if $(TESTS),,$(MAKE) --no-print-directory fuzz-pictures)
+	@$(if $(TESTS),,$(MAKE) --no-print-directory fuzz-pictures fuzz-drawings)
 
 fuzz-pictures: COUNT ?= 20000
 fuzz-pictures: setup-test
@@ -138,6 +138,13 @@ fuzz-pictures: setup-test
 	@cmake --build $(BUILD)-sanitize -j $(JOBS) --target fuzz_pictures
 	@$(PYTHON) -B tests/fuzz/run.py --build $(BUILD)-sanitize --work $(BUILD)/fuzz --jobs $(JOBS) --count $(COUNT) \
 	    --seed $(SEED) $(if $(MINUTES),--minutes $(MINUTES))
+
+fuzz-drawings: COUNT ?= 7000
+fuzz-drawings: setup-test
+	@$(CONFIGURE_SANITIZED)
+	@ASAN_OPTIONS=detect_leaks=0 cmake --build $(BUILD)-sanitize -j $(JOBS) --target product
+	@$(PYTHON) -B tests/fuzz/run.py --drawings --build $(BUILD)-sanitize --work $(BUILD)/fuzz-drawings --jobs $(JOBS) \
+	    --count $(COUNT) --seed $(SEED) $(if $(MINUTES),--minutes $(MINUTES))
 
 debug-test: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under debug $(TESTS)

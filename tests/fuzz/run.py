@@ -45,7 +45,8 @@ class Tally:
 class Worker:
     """Runs the program over its share of the numbers, one range after the other."""
 
-    program: Path
+    command: list[str]
+    environment: dict[str, str]
     folder: Path
     seed: int
     until: float
@@ -85,9 +86,9 @@ class Worker:
             minutes = (self.until - time.monotonic()) / 60
             log = self.folder / "log"
             with log.open("wb") as output:
-                process = subprocess.Popen([self.program, self.folder, str(self.seed), str(first), str(end - first),
+                process = subprocess.Popen([*self.command, self.folder, str(self.seed), str(first), str(end - first),
                                             str(minutes)], stdout=output, stderr=subprocess.STDOUT,
-                                           env={**os.environ, **SANITIZERS})
+                                           env={**os.environ, **SANITIZERS, **self.environment})
                 ended = self.watch(process)
             lines = log.read_text(errors="replace").splitlines()
             for line in lines:
@@ -96,7 +97,7 @@ class Worker:
                 return tally
             # It crashed: keeps the file that was being tried, and goes on behind it.
             if not (self.folder / "number").exists():
-                raise RuntimeError("\n".join(["fuzz_pictures did not start:", *lines]))
+                raise RuntimeError("\n".join(["the program did not start:", *lines]))
             number, name = (self.folder / "number").read_text().split(" ", 1)
             kept = self.folder / "found" / f"{self.seed}-{number}-{name}"
             shutil.copyfile(self.folder / "current", kept)
@@ -110,6 +111,15 @@ class Worker:
         return tally
 
 
+def under_sanitizers(build: Path) -> dict[str, str]:
+    """What the interpreter needs to load the modules of a build; with sanitizers their library comes first."""
+    environment = {"PYTHONPATH": str(build / "python")}
+    if "-fsanitize=address" in (build / "CMakeCache.txt").read_text():
+        library = subprocess.run(["gcc", "-print-file-name=libasan.so"], check=True, capture_output=True, text=True)
+        environment["LD_PRELOAD"] = library.stdout.strip()
+    return environment
+
+
 def main() -> int:
     """Reads the arguments and does all."""
     parser = argparse.ArgumentParser(description=__doc__)
@@ -120,6 +130,7 @@ def main() -> int:
     parser.add_argument("--count", type=int, default=20000)
     parser.add_argument("--minutes", type=float, default=1e6, help="no file is begun after so many minutes")
     parser.add_argument("--jobs", type=int, default=1)
+    parser.add_argument("--drawings", action="store_true", help="files of drawings, through the API, instead")
     arguments = parser.parse_args()
 
     work, workers = arguments.work, []
@@ -127,15 +138,21 @@ def main() -> int:
     until = time.monotonic() + arguments.minutes * 60
     shutil.rmtree(work / "files", ignore_errors=True)
     work.mkdir(parents=True, exist_ok=True)
-    made = write_seed_files(work / "files")
-    print(f"altering {made} files of other programs and those of the project's own encoders, seed {arguments.seed}",
-          flush=True)
+    command, environment = [str(arguments.build / "tests/fuzz/fuzz_pictures")], {}
+    if arguments.drawings:
+        command = ["/usr/bin/python3", "-B", str(Path(__file__).with_name("fuzz_drawings.py"))]
+        environment = under_sanitizers(arguments.build)
+        print(f"altering files of drawings, seed {arguments.seed}", flush=True)
+    else:
+        made = write_seed_files(work / "files")
+        print(f"altering {made} files of other programs and those of the project's own encoders, seed "
+              f"{arguments.seed}", flush=True)
     for i in range(arguments.jobs):
         folder = work / f"worker-{i}"
         (folder / "found").mkdir(parents=True, exist_ok=True)
         if not (folder / "files").exists():
             (folder / "files").symlink_to(Path("..") / "files")
-        workers.append(Worker(arguments.build / "tests/fuzz/fuzz_pictures", folder, arguments.seed, until))
+        workers.append(Worker(command, environment, folder, arguments.seed, until))
     with ThreadPoolExecutor(arguments.jobs) as pool:
         ranges = [(arguments.first + i * share, max(0, min(share, arguments.count - i * share)))
                   for i in range(arguments.jobs)]
