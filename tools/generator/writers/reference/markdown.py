@@ -62,6 +62,12 @@ def anchor(name: str) -> str:
     return f'<a id="{name}"></a>'
 
 
+def with_facts(text: str, *facts: str) -> str:
+    """A text in a table with smaller facts below it."""
+    shown = f'<span class="facts">{"; ".join(filter(None, facts))}</span>'
+    return f"{text} {shown}" if text else shown
+
+
 def first_sentence(text: str) -> str:
     """The first sentence of a text: what a list shows of it."""
     return _SENTENCE.split(text, maxsplit=1)[0]

@@ -123,11 +123,12 @@ class TypePage:
             lines += ["```python", plain_signature(self._universe, name, overload), "```", ""]
             rows = []
             for number, param in enumerate(overload.params):
-                kind = "by reference, " if param.by_ref else "written to, " if param.written else ""
+                kind = "by reference" if param.by_ref else "written to" if param.written else ""
+                managed = managed_name(param.wire)
+                meaning = self._linked(self._words.of_parameter(self._entry, overload, param.name))
                 rows.append((md.code(param.name), self._scope.shown(_taken(self._scope, overload, number)),
-                             self._linked(self._words.of_parameter(self._entry, overload, param.name)),
-                             kind + md.escaped(managed_name(param.wire)), RANGES.get(managed_name(param.wire), "")))
-            lines += md.table(("Parameter", "Takes", "Meaning", "Managed type", "Range"), rows)
+                             md.with_facts(meaning, kind, f"managed {md.escaped(managed)}", RANGES.get(managed, ""))))
+            lines += md.table(("Parameter", "Takes", "Meaning"), rows)
             result = overload.result
             if result.kind != "void" and python != CONSTRUCTOR:
                 lines += [f"Gives {self._scope.shown(self._scope.value(result))} "
@@ -140,22 +141,20 @@ class TypePage:
         rows = []
         for prop in properties:
             given, taken = self._scope.value(prop.wire), self._scope.argument(prop.wire)
-            access = "read"
+            access = "read-only"
             if prop.writable:
-                access = f"read, `set_{prop.python}`" if prop.static else "read, write"
+                access = f"written by `set_{prop.python}`" if prop.static else ""
             shown = self._scope.shown(given)
             if prop.writable and taken != given:
                 shown += f", takes {self._scope.shown(taken)}"
             text = self._linked(self._words.of_member(self._entry, prop.python))
             errors = "".join(f" Raises {md.code(name)}: {self._linked(reason)}"
                              for name, reason in self._words.raises(self._entry, prop.python))
-            rows.append((md.code(prop.python), shown, f"{md.anchor(prop.python)}{text}{errors}", access,
-                         md.escaped(managed_name(prop.wire)),
-                         RANGES.get(managed_name(prop.wire), "") if prop.writable else ""))
-        if not rows:
-            return []
-        head = ("Name", "Type", "Meaning", "Access", "Managed type", "Range")
-        return [*md.section(title), *md.table(head, rows)]
+            managed = managed_name(prop.wire)
+            meaning = md.with_facts(f"{md.anchor(prop.python)}{text}{errors}", access, f"managed {md.escaped(managed)}",
+                                    RANGES.get(managed, "") if prop.writable else "")
+            rows.append((md.code(prop.python), shown, meaning))
+        return [*md.section(title), *md.table(("Name", "Type", "Meaning"), rows)] if rows else []
 
     def _enumeration(self) -> list[str]:
         entry = self._entry
