@@ -7,7 +7,9 @@ from dataclasses import dataclass
 from pathlib import Path
 
 #: Guides on how the project is made; all others are for those who use the library.
-DEVELOPMENT = ("architecture", "catalogue", "dotnet", "lifetimes", "performance", "testing")
+DEVELOPMENT = ("architecture", "catalogue", "dotnet", "lifetimes", "packaging", "performance", "testing")
+#: A link to a file of the project that is no guide, and so has no page on the site.
+_OUTSIDE = re.compile(r"(?<!!)\[([^\]]*)\]\(\.\./[^)]*\)")
 _HEADING = re.compile(r"(#+) (.*)")
 
 
@@ -51,10 +53,14 @@ class Guide:
         """Its page on the site."""
         return f"guide/{self.path.name}"
 
+    def text(self) -> str:
+        """The text as the site has it: of links to files of the project that have no page, their texts are left."""
+        return _OUTSIDE.sub(r"\1", self.path.read_text())
+
     @property
     def title(self) -> str:
         """Its first heading."""
-        return sections(self.path.read_text())[0].title
+        return sections(self.text())[0].title
 
     @property
     def for_developers(self) -> bool:

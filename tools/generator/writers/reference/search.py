@@ -41,7 +41,7 @@ def search_entries(writer: ReferenceWriter, guides: list[Guide]) -> list[Entry]:
     words = writer.universe.words
     found: list[Entry] = []
     for guide in guides:
-        for number, section in enumerate(sections(guide.path.read_text())):
+        for number, section in enumerate(sections(guide.text())):
             page = guide.page if number == 0 else f"{guide.page}#{section.anchor}"
             title = section.title.replace("`", "")
             found.append((title if number == 0 else f"{title} - {guide.title}", _address(page), _plain(section.text),

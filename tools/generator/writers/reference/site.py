@@ -75,12 +75,14 @@ def write_site(models: list[Model], out: Path, docs: Path, examples: Path, pictu
     guides, programs = read_guides(docs), read_programs(examples / "gallery", pictures)
     pages = out / "pages"
     written = {pages / path: lines for path, lines in (writer.write() | site_pages(docs, programs)).items()}
+    written |= {pages / guide.page: guide.text().split("\n") for guide in guides}
     written[out / "mkdocs.yml"] = settings(writer, guides)
     entries = json.dumps(search_entries(writer, guides), separators=(",", ":"), ensure_ascii=False)
     written[pages / "assets" / "entries.json"] = [entries]
     for path, lines in written.items():
         write_if_changed(path, lines)
-    copied = {pages / "guide" / path.name: path for path in docs.iterdir() if path.is_file()}
+    copied = {pages / "guide" / path.name: path for path in docs.iterdir()
+              if path.is_file() and path.suffix != ".md"}
     copied |= {out / target: docs / "site" / name for name, target in STATIC.items()}
     copied |= {pages / program.picture_page: program.picture for program in programs.values()
                if program.picture is not None}
