@@ -32,7 +32,10 @@ class Journal:
 
     def __init__(self, path: str, run: str, version: str) -> None:
         self.path = path
-        self._file = open(path, "a+b")
+        try:
+            self._file = open(path, "a+b")
+        except OSError as error:
+            raise JournalError(f"the journal cannot be used: {error}") from None
         try:
             fcntl.flock(self._file, fcntl.LOCK_EX | fcntl.LOCK_NB)
         except BlockingIOError:

@@ -7,6 +7,7 @@ into being while the job is done.
 
 from __future__ import annotations
 
+import errno
 import filecmp
 import os
 import shutil
@@ -52,17 +53,18 @@ def _give_name(draft: str, target: str) -> None:
     except PermissionError:
         pass  # the file system has no hard links
     except OSError as error:
-        if isinstance(error, FileExistsError) or error.errno in _FINAL:
+        if error.errno not in (errno.EOPNOTSUPP, errno.ENOSYS, errno.EMLINK):
             raise
     else:
         os.unlink(draft)
         return
     with open(target, "xb"):
         pass  # takes the name; it is replaced by the file in one step
-    os.replace(draft, target)
-
-
-_FINAL = frozenset({28, 30, 36, 122})  # no space, read-only, name too long, quota
+    try:
+        os.replace(draft, target)
+    except BaseException:
+        os.unlink(target)
+        raise
 
 
 def _replace(draft: str, target: str) -> None:

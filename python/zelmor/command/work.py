@@ -108,12 +108,13 @@ class Work:
     def run(self, jobs: Sequence[Job], quiet: bool = False) -> Report:
         """Does the jobs, with a journal and progress as the arguments say."""
         arguments = self.arguments
+        if arguments.jobs and arguments.cluster:
+            raise UsageError("--jobs is for processes here, and --cluster says that the work is done elsewhere")
         with Progress(len(jobs), quiet or arguments.quiet, self.called) as progress:
             for failure in self.failures:
                 progress.tell(failure)
             try:
-                processes = None if arguments.cluster else arguments.jobs
-                report = batch.run(jobs, processes=processes, cluster=arguments.cluster,
+                report = batch.run(jobs, processes=arguments.jobs, cluster=arguments.cluster,
                                    journal=getattr(arguments, "journal", ""), observer=progress.tell)
             except (batch.ClusterError, batch.JournalError) as error:
                 raise UsageError(str(error)) from None

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import errno
 import json
 import os
 import signal
@@ -137,6 +138,43 @@ def test_a_file_that_comes_into_being_meanwhile_stays(tmp_path: Path) -> None:
     thread.join()
     assert draft_made.is_set() and report.failed[0].error == f"{target} exists"
     assert target.read_bytes() == b"mine" and not leftovers(tmp_path)
+
+
+@pytest.mark.parametrize("code", [errno.EPERM, errno.EOPNOTSUPP])
+def test_file_systems_without_hard_links(tmp_path: Path, monkeypatch: pytest.MonkeyPatch, code: int) -> None:
+    from zelmor.batch.publishing import publish
+
+    def refuse(*names: object) -> None:
+        raise OSError(code, "no links here")
+
+    monkeypatch.setattr(os, "link", refuse)
+    draft, target = tmp_path / "draft", tmp_path / "target"
+    draft.write_bytes(b"new")
+    publish([(str(draft), str(target))], False, False)
+    assert target.read_bytes() == b"new" and not draft.exists()
+    draft.write_bytes(b"other")
+    with pytest.raises(FileExistsError, match="target exists"):
+        publish([(str(draft), str(target))], False, False)
+    monkeypatch.setattr(os, "replace", refuse)
+    with pytest.raises(OSError, match="no links"):
+        publish([(str(draft), str(tmp_path / "third"))], False, False)
+    assert not (tmp_path / "third").exists() and target.read_bytes() == b"new"
+
+
+def test_a_file_of_the_same_content_counts_as_published_by_an_earlier_run(tmp_path: Path) -> None:
+    from zelmor.batch.publishing import publish
+
+    draft, target = tmp_path / "draft", tmp_path / "target"
+    draft.write_bytes(b"same")
+    target.write_bytes(b"same")
+    inode = target.stat().st_ino
+    publish([(str(draft), str(target))], False, True)
+    assert target.stat().st_ino == inode
+    target.write_bytes(b"else")
+    with pytest.raises(FileExistsError):
+        publish([(str(draft), str(target))], False, True)
+    with pytest.raises(FileNotFoundError, match="need the same folders"):
+        publish([(str(tmp_path / "nowhere"), str(tmp_path / "x"))], False, True)
 
 
 def test_a_lost_worker_loses_nothing(tmp_path: Path) -> None:

@@ -275,6 +275,8 @@ def test_a_journal_skips_what_is_done(zelmor: Commands) -> None:
     (["convert", "a.jpg", "--to", "png", "--in-place"], "--in-place goes with no other place"),
     (["convert", "a.jpg", "--to", "png", "--jobs", "0"], "'0' is no number above 0"),
     (["convert", "a.jpg", "--to", "png", "--journal", "bad.jpg"], "is no line of a journal"),
+    (["convert", "a.jpg", "--to", "png", "--journal", "none/journal"], "the journal cannot be used: "),
+    (["convert", "a.jpg", "--to", "png", "--jobs", "2", "--cluster", "tcp://a:1"], "the work is done elsewhere"),
     (["resize", "a.jpg", "-o", "x.png"], "needs a width"),
     (["resize", "a.jpg", "--size", "5x0", "-o", "x.png"], "'5x0' is no size"),
     (["resize", "a.jpg", "--size", "5", "--width", "5", "-o", "x.png"], "--size has both sides"),
