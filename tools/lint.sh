@@ -54,7 +54,7 @@ types() {
         return 1
     fi
     result=0
-    for directory in tools python examples bench; do
+    for directory in tools python examples bench packaging; do
         (cd "$directory" && PYTHONPATH="$build/python" /usr/bin/python3 -m mypy --no-error-summary \
             --config-file "$top/setup.cfg" --exclude zelmor-stubs --cache-dir "$build/mypy" .) || result=1
     done

@@ -6,7 +6,6 @@ That it compiles to a wheel is tested by `make test-packages`, since that compil
 from __future__ import annotations
 
 import os
-import subprocess
 import tarfile
 import zipfile
 from pathlib import Path
@@ -16,7 +15,7 @@ import pytest
 from tools.packages.project import git, in_git, read_project, source_date, source_files
 from tools.packages.sdist import write_sdist
 
-from packages.places import CLEAN, PYTHON, ROOT, run
+from packages.places import PYTHON, ROOT, run
 
 
 @pytest.fixture(scope="module")
@@ -66,15 +65,6 @@ def test_the_build_finds_all_that_it_needs(unpacked: Path, tmp_path: Path) -> No
     sources = [path for path in inputs if path.is_relative_to(unpacked)]
     assert len(sources) > 400
     assert [path for path in sources if not path.is_file()] == []
-
-
-def test_pip_finds_the_backend_without_an_index(environment: Path, unpacked: Path, tmp_path: Path) -> None:
-    """A build in an environment of its own begins, and is ended by settings that make no sense before it compiles."""
-    done = subprocess.run([environment / "bin/pip", "wheel", "--no-index", "--no-deps", "--disable-pip-version-check",
-                           "--config-settings", "jobs=several", "--wheel-dir", tmp_path, unpacked],
-                          cwd=tmp_path, env=CLEAN, check=False, text=True, capture_output=True)
-    assert done.returncode != 0
-    assert "invalid literal for int() with base 10: 'several'" in done.stdout + done.stderr
 
 
 @pytest.mark.skipif("ZELMOR_PACKAGES" not in os.environ, reason="make test-packages compiles the source distribution")

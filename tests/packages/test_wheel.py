@@ -14,7 +14,7 @@ from tools.packages.project import read_project, source_date
 from tools.packages.staging import MODULES
 from tools.packages.wheel import TABLE, TAG, write_wheel
 
-from packages.places import CLEAN, ROOT, SMOKE, run
+from packages.places import BUILD, CLEAN, ROOT, SMOKE, run
 
 INFO = f"{read_project().file_name}.dist-info"
 
@@ -48,6 +48,13 @@ def test_the_record_is_true_and_complete(wheel: Path) -> None:
 
 def test_a_wheel_of_the_same_state_is_the_same(wheel: Path, installed: Path, tmp_path: Path) -> None:
     assert write_wheel(read_project(), installed, tmp_path, source_date()).read_bytes() == wheel.read_bytes()
+
+
+def test_pip_makes_the_same_of_the_tree(environment: Path, wheel: Path, tmp_path: Path) -> None:
+    """Through the build backend, in an environment of pip's own, without an index; the build tree has all there is."""
+    run(environment / "bin/pip", "wheel", "--no-index", "--no-deps", "--disable-pip-version-check", "--wheel-dir",
+        tmp_path, "--config-settings", f"build-dir={BUILD}", ROOT, folder=tmp_path)
+    assert (tmp_path / wheel.name).read_bytes() == wheel.read_bytes()
 
 
 def test_system_libraries_are_named(wheel: Path, installed: Path) -> None:
