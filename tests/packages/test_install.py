@@ -22,7 +22,7 @@ def test_the_package_of_the_build_tree_is_installed(installed: Path) -> None:
     # The build tree may have old files in Python; its shared objects and programs are those of CMake.
     binary = {name for name in contents(BUILD / "python" / "zelmor") if is_elf(BUILD / "python" / "zelmor" / name)}
     source = {name for name in contents(ROOT / "python" / "zelmor") if name.endswith((".py", "py.typed"))}
-    assert set(found) == binary | source | {"_version.py"}
+    assert set(found) == binary | source | {"_version.py", "_words.zip"}
     programs = {name: executable for name, executable in found.items() if Path(name).name.startswith("zelmor.embed.")}
     assert len(programs) == 2 and all(programs.values())
 
