@@ -19,6 +19,7 @@ def main() -> int:
     import raw_data
     import start
     import streams
+    import throughput
 
     # Fresh processes first: the calls pin this process, and its children with it, to one core.
     started = start.print_import(build / "bench")
@@ -37,12 +38,15 @@ def main() -> int:
     print()
     done = files.run()
     print()
+    moved_on = throughput.run()
+    print()
     results = calls.run()
 
     met = [result.met for result in results] + [result.met for result in moved] + [result.met for result in crossed]
     met += [result.met for result in worked] + [result.met for result in raw if result.limit is not None]
     met += [result.met for result in held if result.limit is not None]
     met += [met_one for result in done for met_one in result.met]
+    met += [result.met for result in moved_on]
     met.append(started.met)
     print(f"\ntargets: {sum(met)} of {len(met)} met")
     figures = {
@@ -55,6 +59,8 @@ def main() -> int:
         "operations": {result.name: {"zelmor": result.ours, "pillow": result.theirs} for result in worked},
         "raw_data_s": {result.name: {"zelmor": result.ours, "copy": result.copy, "pillow": result.pillow}
                        for result in raw},
+        "throughput_s": {str(result.processes): {"zelmor": result.ours, "pillow": result.theirs}
+                         for result in moved_on},
         "streams_s": {result.name: {"zelmor": result.ours, "yardstick": result.theirs} for result in moved},
     }
     (build / "bench" / "figures.json").write_text(json.dumps(figures, indent=4) + "\n")
