@@ -90,6 +90,7 @@ harvest:
 demo: setup-demo product
 	@$(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)
 	@$(RUN) examples/contact_sheet.py $(BUILD)/demo
+	@$(RUN) examples/next_steps.py $(BUILD) $(BUILD)/demo
 
 test: setup-test everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --jobs $(JOBS) $(TESTS)
