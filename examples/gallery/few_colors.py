@@ -18,4 +18,4 @@ with Image.load("photo.jpg") as image, PngImage(660, 200) as sheet:
         for number, color in enumerate(options.palette.entries):
             patch = Rectangle(220 * column + 5 + 210 * number // count, 170, 210 // count, 25)
             graphics.fill_rectangle(SolidBrush(color), patch)
-    sheet.save("palette.png")
+    sheet.save("few_colors.png")

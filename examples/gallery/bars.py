@@ -15,4 +15,4 @@ with PngImage(480, 260) as image:
         bar = Rectangle(55 + 70 * number, 220 - 2 * value, 45, 2 * value)
         graphics.fill_rectangle(LinearGradientBrush(bar, Color.sky_blue, Color.steel_blue, 90.0), bar)
         graphics.draw_string(month, font, ink, PointF(63.0 + 70 * number, 230.0))
-    image.save("chart.png")
+    image.save("bars.png")

@@ -11,4 +11,4 @@ with Image.load("photo.jpg") as image:
     graphics.transform = turned
     graphics.draw_string("PREVIEW", Font("DejaVu Sans", 40.0, FontStyle.BOLD),
                          SolidBrush(Color.from_argb(110, 255, 255, 255)), PointF(0.0, 0.0))
-    image.save("watermark.png", PngOptions())
+    image.save("preview.png", PngOptions())
