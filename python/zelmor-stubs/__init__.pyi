@@ -1,5 +1,5 @@
 """The package around the extension modules."""
-from zelmor import arrays as arrays, documentation as documentation, notebook as notebook
+from zelmor import arrays as arrays, batch as batch, documentation as documentation, notebook as notebook
 from zelmor import imaging as imaging, pycore as pycore, pydrawing as pydrawing, pygc as pygc, pyio as pyio
 from zelmor import pyreflection as pyreflection
 from zelmor._errors import DamagedImage as DamagedImage, ImageError as ImageError, LimitExceeded as LimitExceeded

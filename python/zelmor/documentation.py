@@ -110,7 +110,8 @@ def name_of(thing: object, attribute: str | None = None) -> str | None:
 def _of_package(name: str) -> _words.Entry | None:
     """An entry for a name of the package itself, made of its docstring; None for any other name."""
     parts = name.strip().removesuffix("()").removeprefix("zelmor.").split(".")
-    if parts[0] not in zelmor._NAMES and parts[0] not in ("arrays", "documentation", "notebook"):
+    modules = {name for name in zelmor._MODULES if f"zelmor.{name}" not in _words.modules()}
+    if parts[0] not in zelmor._NAMES and parts[0] not in modules:
         return None
     thing: object = zelmor
     for part in parts:

@@ -112,6 +112,7 @@ def test_the_width() -> None:
     ("zelmor.open", "zelmor.open: function in zelmor", "Opens a picture"),
     ("arrays.to_numpy", "zelmor.arrays.to_numpy: function in zelmor.arrays", "`mode` is one of"),
     ("zelmor.UnsupportedFormat", "UnsupportedFormat: class in zelmor", "no picture of a format"),
+    ("zelmor.batch", "zelmor.batch: module", "jobs"),
     ("notebook", "zelmor.notebook: module", "    %load_ext zelmor.notebook")])
 def test_names_of_the_package_itself(name: str, first: str, words: str) -> None:
     text = documentation.text(name)
