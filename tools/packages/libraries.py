@@ -47,10 +47,11 @@ def packages_of(libraries: Iterable[str]) -> dict[str, str]:
 def system_libraries(package: Path) -> tuple[dict[str, str], dict[str, str]]:
     """All system libraries of an installed package, and those that may be missing when it is used.
 
-    The libraries of the extension modules are left out of the second: without them nothing could be imported.
+    Packages with libraries of the extension modules are left out of the second: without them nothing could be imported.
     """
     files = [path for path in sorted(package.rglob("*")) if path.is_file() and is_elf(path)]
     everything = set().union(*(needed(path) for path in files)) - {path.name for path in files}
     modules = set().union(*(needed(path) for path in files if path.parent == package))
     owners = packages_of(everything)
-    return owners, {name: owner for name, owner in owners.items() if name not in modules}
+    present = {owners[name] for name in modules}
+    return owners, {name: owner for name, owner in owners.items() if owner not in present}
