@@ -3,6 +3,9 @@
 The C++ unit tests run under ctest, the tests in Python under pytest. Both write a JUnit report to the build tree, from
 which the tests are counted. The exit code is 0 only if both runners succeed, both ran at least one test, and no test
 failed. This program contains no knowledge of single tests.
+
+Where a .NET SDK is found, the tests in Python of the bridge itself run a second time, on .NET. The last line counts
+them apart, or says that there is no SDK.
 """
 
 import argparse
@@ -16,8 +19,14 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import IO
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+from tools.build_dotnet import find_sdk  # noqa: E402
+
 PYTHON = "/usr/bin/python3"
 TESTS = ["tests/generator", "tests/harvest", "tests/mutants", "tests/tools", "tests/packages", "tests/python"]
+#: The folders whose tests run on .NET, too: those of the bridge between Python and any runtime.
+ON_DOTNET = [f"tests/python/{folder}"
+             for folder in ("collections", "convert", "shell", "siblings", "startup", "streams", "wire")]
 
 
 @dataclass
@@ -76,6 +85,28 @@ def run(name: str, command: list[str], report: Path, environment: dict[str, str]
     return count, code == 0 and count.failed == 0 and count.passed > 0
 
 
+def lies_in(test: str, folders: list[str]) -> bool:
+    """Whether a test, named as for pytest, lies in one of the folders."""
+    parts = Path(test.split("::")[0]).parts
+    return any(parts[:len(Path(folder).parts)] == Path(folder).parts for folder in folders)
+
+
+def tests_on_dotnet(asked: list[str]) -> list[str]:
+    """Those of the asked tests that run on .NET, too; all of these where none were asked for."""
+    if not asked:
+        return ON_DOTNET
+    return [folder for folder in ON_DOTNET if any(lies_in(folder, [test]) for test in asked)] + [
+        test for test in asked if lies_in(test, ON_DOTNET) and test.rstrip("/") not in ON_DOTNET]
+
+
+def build_dotnet(build: Path) -> str:
+    """Builds the .NET half; returns why that was not possible, empty if it is there."""
+    if find_sdk() is None:
+        return "no SDK was found, so that no test ran on it"
+    done = subprocess.run([PYTHON, "-B", "-m", "tools.build_dotnet", "--build", str(build)], check=False)
+    return "" if done.returncode == 0 else "its half could not be built"
+
+
 def watched(under: str | None, environment: dict[str, str]) -> list[str]:
     """The interpreter that runs pytest, under a tool if one is given, with the settings that the tool needs."""
     if under == "debug":
@@ -124,16 +155,32 @@ def main() -> int:
         count, well = run("ctest", command, report, environment)
         total, content = total + count, content and well
 
-    report = build / "pytest.xml"
-    command = watched(arguments.under, environment)
-    command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
-    # The workers are started as the plain interpreter, so a tool that watches the interpreter allows no workers.
-    if arguments.under in (None, "sanitizers") and arguments.jobs > 1:
-        command += ["-n", str(arguments.jobs)]
-    count, well = run("pytest", command + (arguments.tests or TESTS), report, environment)
-    total, content = total + count, content and well
+    # The tools that watch a process do not know .NET.
+    on_dotnet = tests_on_dotnet(arguments.tests) if not arguments.fuzz and arguments.under is None else []
+    trouble = build_dotnet(build) if on_dotnet else ""
 
-    print(f"tests: {total}")
+    def run_pytest(name: str, tests: list[str], **more: str) -> tuple[Count, bool]:
+        report = build / f"{name}.xml"
+        variables = environment | more
+        command = watched(arguments.under, variables)
+        command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
+        # The workers are started as the plain interpreter, so a tool that watches the interpreter allows no workers.
+        if arguments.under in (None, "sanitizers") and arguments.jobs > 1:
+            command += ["-n", str(arguments.jobs)]
+        return run(name, command + tests, report, variables)
+
+    count, well = run_pytest("pytest", arguments.tests or TESTS)
+    total, content = total + count, content and well
+    said = ""
+    if on_dotnet and not trouble:
+        count, well = run_pytest("pytest-dotnet", on_dotnet, ZELMOR_RUNTIME="dotnet")
+        content = content and well
+        said = f"; on .NET: {count}"
+    elif on_dotnet:
+        content = content and find_sdk() is None
+        said = f"; .NET: {trouble}"
+
+    print(f"tests: {total}{said}")
     return 0 if content else 1
 
 

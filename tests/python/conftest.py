@@ -18,7 +18,7 @@ from pathlib import Path
 import pytest
 
 from support.places import BUILD_DIR
-from support.runtimes import ON_DOTNET, VARIABLES
+from support.runtimes import HAS_IMAGE_BACKEND, ON_DOTNET, VARIABLES
 
 # Set before the first import, since the bridge reads these variables only once.
 os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)
@@ -39,26 +39,29 @@ def pytest_configure(config: pytest.Config) -> None:
     config.pluginmanager.register(support.counts, "counts")
     config.addinivalue_line("markers", "keeps_handles(n): the test leaves n handles out, and means to")
     config.addinivalue_line("markers", "embedded_only(reason): the test is about the embedded runtime itself, or a "
-                                       "process that .NET cannot run in; not run on .NET")
-    config.addinivalue_line("markers", "needs_image_backend: the test loads, saves or works on pictures; not run on "
-                                       ".NET, whose class library has no image backend yet")
+                                       "process that .NET cannot run in; skipped on .NET")
+    config.addinivalue_line("markers", "needs_image_backend: the test loads, saves or works on pictures; skipped "
+                                       "on .NET, whose class library has no image backend yet")
 
 
-def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item]) -> None:
-    """On .NET, leaves out the tests that are not for it; the end of the run counts them."""
-    if not ON_DOTNET:
-        return
-    left_out = [item for item in items if _not_for_dotnet(item)]
-    if left_out:
-        config.hook.pytest_deselected(items=left_out)
-        items[:] = [item for item in items if item not in set(left_out)]
+def pytest_collection_modifyitems(items: list[pytest.Item]) -> None:
+    """Skips the tests that this runtime cannot run; a report counts them, and names the reasons."""
+    for item in items:
+        reason = _reason_against(item)
+        if reason:
+            item.add_marker(pytest.mark.skip(reason=reason))
 
 
-def _not_for_dotnet(item: pytest.Item) -> bool:
+def _reason_against(item: pytest.Item) -> str:
+    """Why a test does not run on this runtime; empty if it does."""
     marker = item.get_closest_marker("embedded_only")
-    if marker is not None and not (marker.args and isinstance(marker.args[0], str)):
-        raise pytest.UsageError(f"{item.nodeid}: embedded_only needs a reason")
-    return marker is not None or item.get_closest_marker("needs_image_backend") is not None
+    if marker is not None and not (len(marker.args) == 1 and isinstance(marker.args[0], str)):
+        raise pytest.UsageError(f"{item.nodeid}: embedded_only takes the reason")
+    if marker is not None and ON_DOTNET:
+        return f"embedded runtime only: {marker.args[0]}"
+    if item.get_closest_marker("needs_image_backend") is not None and not HAS_IMAGE_BACKEND:
+        return "needs the image backend"
+    return ""
 
 
 def pytest_collection_finish() -> None:
@@ -79,11 +82,16 @@ def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) ->
 
 _FAILED: pytest.StashKey[bool] = pytest.StashKey()
 
+#: Whether the managed side collects its garbage before each call.
+_COLLECT = os.environ.get("ZELMOR_COLLECT") == "1"
+
 
 @pytest.fixture(autouse=True)
 def balance(request: pytest.FixtureRequest) -> Iterator[None]:
     """Restores the state of the runtime from before the test."""
     before, types_before = control.live(), control.live_by_type()
+    if _COLLECT:
+        control.collect_before_each_call()
     yield
     # The test object keeps the values of its fixtures alive until after its last step.
     request.node.funcargs.clear()

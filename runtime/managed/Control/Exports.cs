@@ -62,6 +62,14 @@ public static unsafe class Exports
         return 0;
     }
 
+    /// <summary>The same, but leaves the Python objects in the queue.</summary>
+    [UnmanagedCallersOnly]
+    public static void CollectWithoutReleasing()
+    {
+        GC.Collect();
+        GC.WaitForPendingFinalizers();
+    }
+
     /// <summary>A handle to a new object of a type; null where there is no such type, or it is abstract.</summary>
     [UnmanagedCallersOnly]
     public static nint NewObject(byte* fullName)

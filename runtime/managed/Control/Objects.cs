@@ -2,7 +2,6 @@
 using System;
 using System.Collections;
 using System.Collections.Generic;
-using System.Collections.ObjectModel;
 using System.Reflection;
 using System.Runtime.CompilerServices;
 using Zelmor.WrpGen.Core;
@@ -41,7 +40,11 @@ internal static class Objects
     public static object? Make(string fullName)
     {
         var type = FindType(fullName);
-        if (type == null || type.IsAbstract || type.IsInterface || type.IsEnum)
+        if (type is { IsInterface: true })
+        {
+            return DispatchProxy.Create(type, typeof(Anonymous));
+        }
+        if (type == null || type.IsAbstract || type.IsEnum)
         {
             return null;
         }
@@ -63,16 +66,10 @@ internal static class Objects
             "array" => items,
             "arraylist" => new ArrayList(items),
             "list" => Activator.CreateInstance(typeof(List<>).MakeGenericType(element), items),
-            "colbase" => Activator.CreateInstance(typeof(Collection<>).MakeGenericType(element), AsList(items, element)),
-            "rocolbase" => Activator.CreateInstance(
-                typeof(ReadOnlyCollection<>).MakeGenericType(element), AsList(items, element)),
+            "colbase" => new OwnCollection(items),
+            "rocolbase" => new OwnReadOnlyCollection(items),
             _ => null,
         };
-    }
-
-    private static object AsList(Array items, Type element)
-    {
-        return Activator.CreateInstance(typeof(List<>).MakeGenericType(element), items)!;
     }
 
     /// <summary>The elements of the typed collections with an identifier, by the host of any of them.</summary>
@@ -102,5 +99,55 @@ internal static class Objects
         {
             return null;
         }
+    }
+
+    private sealed class OwnCollection : CollectionBase
+    {
+        public OwnCollection(Array items)
+        {
+            InnerList.AddRange(items);
+        }
+    }
+
+    /// <summary>A collection that is read-only for callers that know it as such; the tests fill it as a list.</summary>
+    private sealed class OwnReadOnlyCollection : ReadOnlyCollectionBase, IList
+    {
+        public OwnReadOnlyCollection(Array items)
+        {
+            InnerList.AddRange(items);
+        }
+
+        public bool IsFixedSize => false;
+
+        public bool IsReadOnly => false;
+
+        public object? this[int index]
+        {
+            get => InnerList[index];
+            set => InnerList[index] = value;
+        }
+
+        public int Add(object? value) => InnerList.Add(value);
+
+        public void Clear() => InnerList.Clear();
+
+        public bool Contains(object? value) => InnerList.Contains(value);
+
+        public int IndexOf(object? value) => InnerList.IndexOf(value);
+
+        public void Insert(int index, object? value) => InnerList.Insert(index, value);
+
+        public void Remove(object? value) => InnerList.Remove(value);
+
+        public void RemoveAt(int index) => InnerList.RemoveAt(index);
+    }
+}
+
+/// <summary>An object of which nothing is known but an interface.</summary>
+public class Anonymous : DispatchProxy
+{
+    protected override object? Invoke(MethodInfo? targetMethod, object?[]? args)
+    {
+        throw new NotSupportedException($"An object of the tests does not do {targetMethod?.Name}.");
     }
 }

@@ -102,10 +102,10 @@ public static unsafe class Arguments
     }
 
     /// <summary>A stream: a .NET one, or a Python file behind one.</summary>
-    public static Stream? Stream(VariantArg* argument, BridgeModule module)
+    public static Stream? Stream(VariantArg* argument, BridgeModule module, ref Lending lent)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonFileStream(module, PyRef.Borrow(argument->Value))
+            ? new PythonFileStream(module, lent.Borrow(argument->Value))
             : Handles.Argument<Stream>(argument->Value);
     }
 
@@ -142,31 +142,31 @@ public static unsafe class Arguments
             : Handles.Argument<ArrayList>(argument->Value);
     }
 
-    public static IList? AnyList(VariantArg* argument, BridgeModule module)
+    public static IList? AnyList(VariantArg* argument, BridgeModule module, ref Lending lent)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonList(module, PyRef.Borrow(argument->Value), argument->Tag == HandleTag.PyObject)
+            ? new PythonList(module, lent.Borrow(argument->Value), argument->Tag == HandleTag.PyObject)
             : Handles.Argument<IList>(argument->Value);
     }
 
-    public static ICollection? AnyCollection(VariantArg* argument, BridgeModule module)
+    public static ICollection? AnyCollection(VariantArg* argument, BridgeModule module, ref Lending lent)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonCollection(module, PyRef.Borrow(argument->Value))
+            ? new PythonCollection(module, lent.Borrow(argument->Value))
             : Handles.Argument<ICollection>(argument->Value);
     }
 
-    public static IEnumerable? AnyEnumerable(VariantArg* argument, BridgeModule module)
+    public static IEnumerable? AnyEnumerable(VariantArg* argument, BridgeModule module, ref Lending lent)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonEnumerable(module, PyRef.Borrow(argument->Value))
+            ? new PythonEnumerable(module, lent.Borrow(argument->Value))
             : Handles.Argument<IEnumerable>(argument->Value);
     }
 
-    public static IEnumerator? AnyEnumerator(VariantArg* argument)
+    public static IEnumerator? AnyEnumerator(VariantArg* argument, ref Lending lent)
     {
         return argument->Tag > HandleTag.Struct
-            ? new PythonEnumerator(PyRef.Borrow(argument->Value))
+            ? new PythonEnumerator(lent.Borrow(argument->Value))
             : Handles.Argument<IEnumerator>(argument->Value);
     }
 

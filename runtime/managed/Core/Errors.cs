@@ -1,6 +1,7 @@
 // The last step before an exception would leave an entry point: it becomes a Python error.
 using System;
 using System.Reflection;
+using System.Text;
 
 namespace Zelmor.WrpGen.Core;
 
@@ -34,7 +35,31 @@ public static unsafe class Errors
         {
             return;
         }
-        module.Exception(Text(module, exception.GetType().Name), Text(module, exception.Message));
+        module.Exception(Text(module, exception.GetType().Name), Text(module, Message(exception)));
+    }
+
+    /// <summary>The text of an exception. The caller knows a parameter that it names by its keyword in Python.</summary>
+    private static string Message(Exception exception)
+    {
+        if (exception is not ArgumentException { ParamName: { Length: > 0 } name })
+        {
+            return exception.Message;
+        }
+        return exception.Message.Replace($"(Parameter '{name}')", $"(Parameter '{Keyword(name)}')");
+    }
+
+    private static string Keyword(string name)
+    {
+        var keyword = new StringBuilder(name.Length + 4);
+        for (var i = 0; i < name.Length; i++)
+        {
+            if (char.IsAsciiLetterUpper(name[i]) && i > 0 && !char.IsAsciiLetterUpper(name[i - 1]))
+            {
+                keyword.Append('_');
+            }
+            keyword.Append(char.ToLowerInvariant(name[i]));
+        }
+        return keyword.ToString();
     }
 
     /// <summary>A text for a report; 0 where it could not be made, for which the receiver has words.</summary>
@@ -44,9 +69,22 @@ public static unsafe class Errors
         {
             return 0;
         }
-        fixed (char* data = text)
+        var whole = WithoutHalves(text);
+        fixed (char* data = whole)
         {
-            return module.UnraisableStringBuilder(data, text.Length);
+            return module.UnraisableStringBuilder(data, whole.Length);
         }
+    }
+
+    /// <summary>The text with a replacement character for each half of a surrogate pair, which the receiver refuses.
+    /// </summary>
+    private static string WithoutHalves(string text)
+    {
+        var whole = new StringBuilder(text.Length);
+        foreach (var rune in text.EnumerateRunes())
+        {
+            whole.Append(rune.ToString());
+        }
+        return whole.ToString();
     }
 }

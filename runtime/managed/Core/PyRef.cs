@@ -33,7 +33,9 @@ public sealed class PyRef : IDisposable
         }
     }
 
-    public nint Item => _item;
+    /// <summary>The object; one that was lent for a call is not there any more after it.</summary>
+    public nint Item => _item != 0 ? _item : throw new ObjectDisposedException(
+        null, "The Python object was lent for the length of a call, which is over.");
 
     /// <summary>Adds a reference of its own.</summary>
     public static PyRef Borrow(nint item)

@@ -22,6 +22,11 @@ public sealed unsafe class PythonFileStream : Stream, IPythonProxy
 
     public nint PythonObject => _file.Item;
 
+    /// <summary>Streams over one Python file are equal.</summary>
+    public override bool Equals(object? obj) => obj is PythonFileStream other && other.PythonObject == PythonObject;
+
+    public override int GetHashCode() => PythonObject.GetHashCode();
+
     public override bool CanRead => Capability(_calls->Readable(_file.Item), "readable()");
 
     public override bool CanWrite => Capability(_calls->Writable(_file.Item), "writable()");

@@ -132,6 +132,7 @@ public static unsafe class Results
     /// <summary>A wrapper by the run-time type: of the module that is asked, else of one that knows the type.</summary>
     private static nint Wrapper(object item, BridgeModule module)
     {
+        item = SharedValues.TryShow(item) ?? item;
         var made = Wrapped(item, module);
         for (var i = 0; made == 0 && i < BridgeModule.Ready.Count; i++)
         {

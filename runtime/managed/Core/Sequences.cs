@@ -177,6 +177,7 @@ public static class Sequences
         {
             return list.IndexOf(item);
         }
+        item = Sought(list, item);
         var first = hasStart ? Clamped(start, list.Count) : 0;
         var end = hasStop ? Clamped(stop, list.Count) : list.Count;
         for (var i = first; i < end && i < list.Count; i++)
@@ -191,6 +192,7 @@ public static class Sequences
 
     public static int CountOf<T>(IEnumerable<T> items, T item)
     {
+        item = Sought(items, item);
         var count = 0;
         foreach (var each in items)
         {
@@ -204,6 +206,12 @@ public static class Sequences
     public static void EnsureCapacity(ArrayList list, int more)
     {
         list.Capacity = Math.Max(list.Capacity, list.Count + Math.Max(0, more));
+    }
+
+    /// <summary>A value as the elements have it, where the collection has no element type of its own.</summary>
+    private static T Sought<T>(IEnumerable<T> items, T item)
+    {
+        return items is IAnyElements any ? (T)any.Sought(item)! : item;
     }
 
     private static int Clamped(int bound, int count) => Math.Clamp(bound < 0 ? bound + count : bound, 0, count);
@@ -240,8 +248,15 @@ public static class Sequences
     }
 }
 
+/// <summary>Elements without a type, whose storage may have one.</summary>
+internal interface IAnyElements
+{
+    /// <summary>A value that is looked for, as an element that is equal to it is stored.</summary>
+    object? Sought(object? value);
+}
+
 /// <summary>A collection without an element type, as objects in a row.</summary>
-public readonly struct AnyCollection : IEnumerable<object?>
+public readonly struct AnyCollection : IEnumerable<object?>, IAnyElements
 {
     private readonly ICollection _collection;
 
@@ -266,6 +281,8 @@ public readonly struct AnyCollection : IEnumerable<object?>
         return false;
     }
 
+    public object? Sought(object? value) => _collection is IList list ? new AnyList(list).Sought(value) : value;
+
     public IEnumerator<object?> GetEnumerator()
     {
         foreach (var item in _collection)
@@ -278,7 +295,7 @@ public readonly struct AnyCollection : IEnumerable<object?>
 }
 
 /// <summary>A collection without an element type, as a list of objects: elements take the type of its storage.</summary>
-public readonly struct AnyList : IList<object?>
+public readonly struct AnyList : IList<object?>, IAnyElements
 {
     private readonly IList _list;
 
@@ -305,9 +322,9 @@ public readonly struct AnyList : IList<object?>
 
     public void Clear() => _list.Clear();
 
-    public bool Contains(object? item) => _list.Contains(FittedOrSame(item));
+    public bool Contains(object? item) => _list.Contains(Sought(item));
 
-    public int IndexOf(object? item) => _list.IndexOf(FittedOrSame(item));
+    public int IndexOf(object? item) => _list.IndexOf(Sought(item));
 
     public bool Remove(object? item)
     {
@@ -348,28 +365,45 @@ public readonly struct AnyList : IList<object?>
         return type.IsGenericType ? type.GetGenericArguments()[0] : typeof(object);
     }
 
-    /// <summary>A Python number has no width: it takes that of the elements, if it fits.</summary>
+    /// <summary>A value in the type of the elements: a Python number has no width, an enumeration comes as a number, and
+    /// the values of the drawing module as those of the class library.</summary>
     private object? Fitted(object? value)
     {
         var type = ElementType();
-        if (value is IConvertible and not string && type.IsPrimitive && value.GetType() != type)
+        if (value == null || value.GetType() == type || !type.IsValueType)
         {
-            var isWhole = value is not (double or float or bool or char or decimal);
-            if (isWhole || type == typeof(float) || type == typeof(double))
-            {
-                return Convert.ChangeType(value, type, null);
-            }
+            return value == null && _list is Array && type.IsValueType ? throw WrongElement(null, type) : value;
         }
-        return value;
+        var isWhole = value is sbyte or byte or short or ushort or int or uint or long or ulong;
+        if (type.IsEnum && isWhole)
+        {
+            return Enum.ToObject(type, value);
+        }
+        if (type.IsPrimitive && (isWhole || type == typeof(float) || type == typeof(double)) &&
+            value is IConvertible and not (string or bool or char or decimal))
+        {
+            return Convert.ChangeType(value, type, null);
+        }
+        if (SharedValues.TryConvert(value, type) is { } converted)
+        {
+            return converted;
+        }
+        return _list is Array ? throw WrongElement(value, type) : value;
     }
 
-    private object? FittedOrSame(object? value)
+    private static InvalidCastException WrongElement(object? value, Type type)
+    {
+        return new InvalidCastException(
+            $"Unable to cast object of type '{value?.GetType().FullName ?? "null"}' to type '{type.FullName}'.");
+    }
+
+    public object? Sought(object? value)
     {
         try
         {
             return Fitted(value);
         }
-        catch (OverflowException)
+        catch (Exception e) when (e is OverflowException or InvalidCastException)
         {
             return value; // no element can be equal to it
         }

@@ -14,4 +14,8 @@ internal sealed class ImplementsAttribute : Attribute
     }
 
     public string EntryPoint { get; }
+
+    /// <summary>Whether the member uses Python files and collections among its arguments during the call alone, so that
+    /// they are released at its end.</summary>
+    public bool Lends { get; set; }
 }

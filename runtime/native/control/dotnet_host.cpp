@@ -53,6 +53,7 @@ Runtime open_runtime() {
 }
 
 Runtime& runtime() {
+    // Opened once, by the first of the host's calls; they come under the interpreter lock.
     static Runtime instance = open_runtime();
     return instance;
 }

@@ -516,8 +516,8 @@ class TestPosition:
     @pytest.mark.skipif("ZELMOR_SANITIZED" in os.environ, reason="the sanitizer ends a process that asks for too much")
     def test_a_gap_beyond_memory_is_an_error(self) -> None:
         stream = stream_of(b"abc")
-        stream.seek(1 << 62)
         with pytest.raises((MemoryError, RuntimeError)):
+            stream.seek(1 << 62)  # .NET's memory streams refuse that already
             stream.write(b"x")
         assert content_of(stream) == b"abc"
 

@@ -20,7 +20,10 @@ from pathlib import Path
 import pytest
 from support.child import run_child
 from support.image_oracles import managed_error, noise, write
+from support.runtimes import embedded_only
 from zelmor.imaging import Image, StreamContainer
+
+pytestmark = embedded_only("the embedded runtime's way of replacing files")
 
 OLD, NEW = b"old content " * 400, b"new content, which is longer " * 400
 

@@ -172,6 +172,12 @@ class Control:
         """Collects the garbage of the managed side before each call, until `reset`."""
         self._call("settings_add", "collect=1")
 
+    def settle(self) -> None:
+        """Waits until Python objects that the managed side has no use for any more are released: on .NET its collector
+        finds them. The embedded runtime has released them already, so that nothing is done there."""
+        if ON_DOTNET:
+            self.collect()
+
     # Faults and scripts. A type is identified by its host class or by its managed name.
 
     @contextmanager

@@ -12,6 +12,11 @@ public partial class FileStreamContainer
         IsCreated = isCreated;
     }
 
+    ~FileStreamContainer()
+    {
+        RemoveTemporary();
+    }
+
     [Implements("get_IsCreated")]
     public virtual bool IsCreated { get; }
 
@@ -21,8 +26,8 @@ public partial class FileStreamContainer
     [Implements("call_000_CreateFileStream")]
     public static FileStreamContainer? CreateFileStream(string? fileLocation, bool isTemporal)
     {
-        ArgumentException.ThrowIfNullOrEmpty(fileLocation);
-        var file = new FileStream(fileLocation, FileMode.Create, FileAccess.ReadWrite, FileShare.ReadWrite);
+        FileNames.Check(fileLocation, nameof(fileLocation));
+        var file = Open(fileLocation, FileMode.Create, FileAccess.ReadWrite);
         return new FileStreamContainer(file, fileLocation, true) { IsTemporal = isTemporal };
     }
 
@@ -30,15 +35,15 @@ public partial class FileStreamContainer
     [Implements("call_000_OpenFileStream")]
     public static FileStreamContainer? OpenFileStream(string? fileLocation)
     {
-        ArgumentException.ThrowIfNullOrEmpty(fileLocation);
+        FileNames.Check(fileLocation, nameof(fileLocation));
         FileStream file;
         try
         {
-            file = new FileStream(fileLocation, FileMode.Open, FileAccess.ReadWrite, FileShare.ReadWrite);
+            file = Open(fileLocation, FileMode.Open, FileAccess.ReadWrite);
         }
         catch (UnauthorizedAccessException)
         {
-            file = new FileStream(fileLocation, FileMode.Open, FileAccess.Read, FileShare.ReadWrite);
+            file = Open(fileLocation, FileMode.Open, FileAccess.Read);
         }
         return new FileStreamContainer(file, fileLocation, false);
     }
@@ -46,6 +51,17 @@ public partial class FileStreamContainer
     protected override void ReleaseManagedResources()
     {
         base.ReleaseManagedResources();
+        RemoveTemporary();
+    }
+
+    /// <summary>Without a buffer, so that what was written is in the file.</summary>
+    private static FileStream Open(string path, FileMode mode, FileAccess access)
+    {
+        return new FileStream(path, mode, access, FileShare.ReadWrite, bufferSize: 0);
+    }
+
+    private void RemoveTemporary()
+    {
         if (IsTemporal && FilePath != null)
         {
             File.Delete(FilePath);

@@ -27,6 +27,19 @@ public partial class StreamSource
 
 public partial class FileCreateSource
 {
+    [Implements("ctor_000_FileCreateSource")]
+    public FileCreateSource(string? filePath) : this(filePath, false)
+    {
+    }
+
+    [Implements("ctor_001_FileCreateSource")]
+    public FileCreateSource(string? filePath, bool isTemporal)
+    {
+        FileNames.Check(filePath, nameof(filePath));
+        FilePath = filePath;
+        IsTemporal = isTemporal;
+    }
+
     [Implements("call_000_GetStreamContainer")]
     public override StreamContainer? GetStreamContainer()
     {
@@ -36,6 +49,13 @@ public partial class FileCreateSource
 
 public partial class FileOpenSource
 {
+    [Implements("ctor_000_FileOpenSource")]
+    public FileOpenSource(string? filePath)
+    {
+        FileNames.Check(filePath, nameof(filePath));
+        FilePath = filePath;
+    }
+
     [Implements("call_000_GetStreamContainer")]
     public override StreamContainer? GetStreamContainer() => FileStreamContainer.OpenFileStream(FilePath);
 }

@@ -13,6 +13,7 @@ public partial class StreamContainer
     private const long ToTheEnd = -1;
 
     private Stream? _stream;
+    private bool _isJoined;
 
     [Implements("ctor_000_StreamContainer")]
     public StreamContainer(Stream? stream) : this(stream, false)
@@ -22,6 +23,7 @@ public partial class StreamContainer
     [Implements("ctor_001_StreamContainer")]
     public StreamContainer(Stream? stream, bool disposeStream)
     {
+        ArgumentNullException.ThrowIfNull(stream);
         _stream = stream;
         IsStreamDisposedOnClose = disposeStream;
     }
@@ -127,16 +129,16 @@ public partial class StreamContainer
         return bytes;
     }
 
-    [Implements("call_000_Save")]
+    [Implements("call_000_Save", Lends = true)]
     public virtual void Save(Stream? destinationStream) => SaveAll(destinationStream, BufferSize, ToTheEnd);
 
-    [Implements("call_001_Save")]
+    [Implements("call_001_Save", Lends = true)]
     public virtual void Save(Stream? destinationStream, int bufferSize)
     {
         SaveAll(destinationStream, bufferSize, ToTheEnd);
     }
 
-    [Implements("call_002_Save")]
+    [Implements("call_002_Save", Lends = true)]
     public virtual void Save(Stream? destinationStream, int bufferSize, long length)
     {
         ArgumentOutOfRangeException.ThrowIfNegative(length);
@@ -156,16 +158,16 @@ public partial class StreamContainer
         SaveFile(filePath, bufferSize, length);
     }
 
-    [Implements("call_000_SaveToStream")]
+    [Implements("call_000_SaveToStream", Lends = true)]
     public virtual void SaveToStream(Stream? destinationStream) => Save(destinationStream);
 
-    [Implements("call_000_SaveToStreamWithBufSize")]
+    [Implements("call_000_SaveToStreamWithBufSize", Lends = true)]
     public virtual void SaveToStreamWithBufSize(Stream? destinationStream, int bufferSize)
     {
         Save(destinationStream, bufferSize);
     }
 
-    [Implements("call_000_SaveToStreamWithBufSizeAndLen")]
+    [Implements("call_000_SaveToStreamWithBufSizeAndLen", Lends = true)]
     public virtual void SaveToStreamWithBufSizeAndLen(Stream? destinationStream, int bufferSize, long length)
     {
         Save(destinationStream, bufferSize, length);
@@ -214,12 +216,35 @@ public partial class StreamContainer
     {
         var stream = _stream;
         _stream = null;
-        if (IsStreamDisposedOnClose)
+        // A joined stream disposes of those of its streams that it owns.
+        if (IsStreamDisposedOnClose || _isJoined)
         {
             stream?.Dispose();
         }
         base.ReleaseManagedResources();
     }
+
+    /// <summary>Inserts the content of another stream at a position.</summary>
+    private protected void Join(long position, Stream stream, bool disposeStream)
+    {
+        var own = Own;
+        if (IsSame(own, stream))
+        {
+            throw new ArgumentException("A stream cannot be put into itself.");
+        }
+        var joined = own as JoinedStream ?? new JoinedStream(own, IsStreamDisposedOnClose);
+        joined.Insert(position, stream, disposeStream);
+        // Asking a Python file for its length runs its code, which may have done anything.
+        if (Own != own)
+        {
+            throw JoinedStream.Changed();
+        }
+        _stream = joined;
+        _isJoined = true;
+    }
+
+    /// <summary>Whether two streams are one; streams over one file of a caller say so by being equal.</summary>
+    private static bool IsSame(Stream one, Stream other) => one.Equals(other);
 
     private static byte[] Given(byte[]? bytes, string parameter)
     {
@@ -276,7 +301,7 @@ public partial class StreamContainer
     private static void Copy(Stream from, Stream to, int bufferSize, long length)
     {
         CheckBufferSize(bufferSize);
-        if (ReferenceEquals(from, to))
+        if (IsSame(from, to))
         {
             throw new ArgumentException("A stream cannot be copied onto itself.");
         }
@@ -306,7 +331,7 @@ public partial class StreamContainer
     /// <summary>Replaces a file after everything has been read: it may be the file that the container reads.</summary>
     private void SaveFile(string? filePath, int bufferSize, long length)
     {
-        ArgumentException.ThrowIfNullOrEmpty(filePath);
+        FileNames.Check(filePath, nameof(filePath));
         CheckBufferSize(bufferSize);
         var memory = new MemoryStream();
         SaveAll(memory, bufferSize, length);

@@ -14,6 +14,11 @@ public partial struct Color
         _color = color;
     }
 
+    /// <summary>The color of .NET's own drawing module, with its name.</summary>
+    public static Color FromDrawing(System.Drawing.Color color) => new(color);
+
+    public readonly System.Drawing.Color ToDrawing() => _color;
+
     [Implements("getsa_Empty")]
     public static Color Empty => default;
 

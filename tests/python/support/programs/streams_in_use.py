@@ -27,6 +27,7 @@ from zelmor.imaging.imageoptions import PngOptions  # noqa: E402
 from zelmor.imaging.sources import StreamSource  # noqa: E402
 
 from support.meddling_files import MeddlingFile, Trigger  # noqa: E402
+from support.runtimes import HAS_IMAGE_BACKEND  # noqa: E402
 
 DIRECTORY = Path(sys.argv[3])
 CONTENT = (DIRECTORY / "picture.png").read_bytes()
@@ -81,6 +82,8 @@ COMMON: dict[str, Operation] = {
     "can_seek": lambda s, _: s.can_seek,
     "flush": lambda s, _: s.flush(),
     "split": lambda s, _: SplitStreamContainer(s, False).length,
+}
+OF_FORMATS: dict[str, Operation] = {
     "load": lambda s, _: loader().create_instance().load(s, None).width,
     "can_load": lambda s, _: loader().can_load(s, None),
     "can_load of GIF blocks": lambda s, _: GifBlocksRegistry.get_first_supported_descriptor_by_type_name(
@@ -172,7 +175,7 @@ def created(file: MeddlingFile) -> Image:
     return Image.create(options, 40, 30)
 
 
-ALL = {**COMMON, **WRITING, **tiff()}
+ALL = {**COMMON, **WRITING, **({**OF_FORMATS, **tiff()} if HAS_IMAGE_BACKEND else {})}
 IMAGE: dict[str, Operation] = {
     "save": lambda image, _: image.save(),
     "save to a file": lambda image, trigger: saved(image.save, trigger),

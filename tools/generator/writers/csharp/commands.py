@@ -28,7 +28,7 @@ def _csharp(catalogue: Path, library: Path, out: Path) -> str:
     files = Library(model, implemented).files()
     if files:
         _write(out / library.name.removesuffix(".csproj"), files)
-    hosts = {f"{entry.host_class}.cs": write_host(entry) for entry in model.types}
+    hosts = {f"{entry.host_class}.cs": write_host(entry, implemented) for entry in model.types}
     _write(out / model.assembly, {**hosts, **write_services(model)})
     return ""
 

@@ -6,6 +6,7 @@ from ...entry_points import (Argument, EntryPoint, declared_overloads, declared_
                              of_service, of_setter)
 from ...model import Overload, Param, Property, Type
 from ...wires import Nullable, Scalar, Wire
+from .implemented import Implemented
 from .text import block, camel_case, escaped
 from .words import read, slot_type, write
 
@@ -13,11 +14,16 @@ _HEAD = ["#nullable enable", "using System;", "using System.Runtime.InteropServi
          "using Zelmor.WrpGen.Interop;", ""]
 
 
-def entry_point(name: str, returned: str, arguments: str, body: list[str], failed: str = "") -> list[str]:
+def entry_point(name: str, returned: str, arguments: str, body: list[str], failed: str = "",
+                keeps: bool = True) -> list[str]:
     """A method that Python calls: whatever is thrown in it becomes a Python error."""
     default = "Errors.Report(e);" if returned == "void" else f"return Errors.Report<{returned}>(e);"
-    return ["[UnmanagedCallersOnly]", *block(f"public static {returned} {name}({arguments})", [
-        *block("try", body), *block("catch (Exception e)", [failed or default])])]
+    steps = [*block("try", body), *block("catch (Exception e)", [failed or default])]
+    if any("ref lent" in line for line in body):
+        steps = [f"var lent = new Lending({'keeps: true' if keeps else 'keeps: false'});", *block("try", body),
+                 *block("catch (Exception e)", ["lent.Failed();", failed or default]),
+                 *block("finally", ["lent.Release();"])]
+    return ["[UnmanagedCallersOnly]", *block(f"public static {returned} {name}({arguments})", steps)]
 
 
 def static_class(name: str, comment: str, of: str, methods: list[list[str]]) -> list[str]:
@@ -132,12 +138,14 @@ def _service(entry: Type, name: str) -> str:
             "IsAssignable": f"Casts.Is<{of}>(value)"}[name]
 
 
-def write_host(entry: Type) -> list[str]:
-    """The file of a type's host."""
+def write_host(entry: Type, implemented: Implemented) -> list[str]:
+    """The file of a type's host. What a constructor or a setter gets may be stored."""
     methods = []
     for overload in declared_overloads(entry):
         point = of_overload(overload)
-        methods.append(entry_point(point.name, slot_type(point.returned), _arguments(point), _call(overload, point)))
+        keeps = not overload.python or implemented.keeps(entry.full_name, point.name)
+        methods.append(entry_point(point.name, slot_type(point.returned), _arguments(point), _call(overload, point),
+                                   keeps=keeps))
     for prop in declared_properties(entry):
         point = of_getter(prop)
         methods.append(entry_point(point.name, slot_type(point.returned), _arguments(point), _getter(prop)))

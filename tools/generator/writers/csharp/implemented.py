@@ -2,6 +2,10 @@
 
 A hand-written member stands in a partial class and carries the name of an entry point, `[Implements("call_000_Crop")]`.
 The generator leaves out what it would otherwise write for it. A property is marked by its getter's entry point.
+
+A Python file or collection that a member gets is released when .NET has no use for it any more, which only a garbage
+collection finds out. A method that uses its arguments during the call alone says so by `Lends = true` in its mark, and
+they are released at the end of the call.
 """
 
 from __future__ import annotations
@@ -15,9 +19,9 @@ from ...model import Model
 
 _NAMESPACE = re.compile(r"^namespace ([\w.]+);")
 _TYPE = re.compile(r"^public (?:(?:static|abstract|sealed|readonly) )*partial (?:class|struct|interface) (\w+)")
-_MARK = re.compile(r'\[Implements\("(\w+)"\)\]')
-# Members that no entry point names: those that every object has.
-OF_OBJECTS = ("Equals", "Dispose")
+_MARK = re.compile(r'\[Implements\("(\w+)"(, Lends = true)?\)\]')
+# Members that no entry point names: those that every object has, and that of collections.
+OF_OBJECTS = ("Equals", "Dispose", "GetEnumerator")
 
 
 class Implemented:
@@ -25,6 +29,7 @@ class Implemented:
 
     def __init__(self, directory: Path | None) -> None:
         self._marks: dict[str, dict[str, Place]] = {}
+        self._lends: set[tuple[str, str]] = set()
         for path in sorted(directory.rglob("*.cs")) if directory is not None else ():
             self._read(path)
 
@@ -35,7 +40,9 @@ class Implemented:
                 namespace = found[1]
             elif found := _TYPE.match(line):
                 entry = f"{namespace}.{found[1]}"
-            for mark in _MARK.findall(line):
+            for mark, lends in _MARK.findall(line):
+                if lends:
+                    self._lends.add((entry, mark))
                 marks = self._marks.setdefault(entry, {})
                 if mark in marks:
                     raise CatalogueError(Place(path, number), f"{entry} implements {mark} twice")
@@ -44,6 +51,10 @@ class Implemented:
     def has(self, full_name: str, mark: str) -> bool:
         """Whether a type has a hand-written member with this mark."""
         return mark in self._marks.get(full_name, ())
+
+    def keeps(self, full_name: str, mark: str) -> bool:
+        """Whether a hand-written member may keep its arguments beyond the call."""
+        return self.has(full_name, mark) and (full_name, mark) not in self._lends
 
     def check(self, model: Model) -> None:
         """Refuses marks that name no entry point."""

@@ -1,8 +1,9 @@
 """Prints the class library: one partial class, structure, interface or enumeration for each type of a catalogue.
 
 What no hand-written part does has a rule here or reports that it is not supported: a property that can be written, or
-that a constructor fills, stores its value; a constructor fills the properties that its parameters are named after. A
-member that a class declares again in the same way is the inherited one.
+that a constructor fills, stores its value; a constructor fills the properties that its parameters are named after, or
+takes over the values of another object of its class. A member that a class declares again in the same way is the
+inherited one.
 """
 
 from __future__ import annotations
@@ -187,13 +188,26 @@ class Library:
         head = f"public {entry.name}({self._parameters(overload)})"
         filled = self._fills.get(overload)
         if filled is None:
-            return block(head, [self._missing(entry, entry.name) + ";"])
+            copied = self._copied(overload)
+            return block(head, copied or [self._missing(entry, entry.name) + ";"])
         body = []
         for param, prop in zip(overload.params, filled):
             cast = f"({net_type(prop.wire)})" if net_type(prop.wire) != net_type(param.wire) else ""
             cast = "" if prop.wire.name == "object" else cast
             body.append(f"{prop.managed} = {cast}{escaped(camel_case(param.name))};")
         return block(head, body)
+
+    def _copied(self, overload: Overload) -> list[str]:
+        """The body of a constructor that takes another object of its class: it has the same values."""
+        entry = overload.owner
+        if entry.kind != "class" or [param.wire.type for param in overload.params] != [entry]:
+            return []
+        other = escaped(camel_case(overload.params[0].name))
+        stored = {self._storing(prop).managed: prop for owner in (*reversed(list(entry.bases())), entry)
+                  for prop in declared_properties(owner)
+                  if not prop.static and not self._is_done(prop) and (prop.writable or prop in self._stored)}
+        return [f"System.ArgumentNullException.ThrowIfNull({other});",
+                *(f"{name} = {other}.{name};" for name in stored)]
 
     def _rule(self, overload: Overload) -> str | None:
         """The body of a static method that many classes have under the same name."""

@@ -207,7 +207,7 @@ class _Service:
                   "CntCollection": "AnyCollection", "Enumerable": "AnyEnumerable"}.get(self.end)
         if reader is None:
             return f'throw new NotSupportedException("A {self.net} cannot be made from a Python object.");'
-        module = "" if self.end in ("Array", "ArrayList") else ", Bridge.Module"
+        module = "" if self.end in ("Array", "ArrayList") else ", Bridge.Module, ref lent"
         return (f"var argument = new VariantArg {{ Tag = {tag}, Value = {item} }}; "
                 f"return Handles.Make(Arguments.{reader}(&argument{module}));")
 

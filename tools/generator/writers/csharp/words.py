@@ -37,9 +37,10 @@ SHAPES = {Shape.SYSTEM_ARRAY: "System.Array", Shape.ARRAY_LIST: f"{_COLLECTIONS}
           Shape.ENUMERATOR: f"{_COLLECTIONS}.Generic.IEnumerator<{{}}>"}
 # The functions of Arguments that read them.
 _READERS = {Shape.SYSTEM_ARRAY: "AnyArray({name})", Shape.ARRAY_LIST: "AnyArrayList({name})",
-            Shape.ANY_LIST: "AnyList({name}, Bridge.Module)",
-            Shape.ANY_COLLECTION: "AnyCollection({name}, Bridge.Module)",
-            Shape.ANY_ENUMERABLE: "AnyEnumerable({name}, Bridge.Module)", Shape.ANY_ENUMERATOR: "AnyEnumerator({name})",
+            Shape.ANY_LIST: "AnyList({name}, Bridge.Module, ref lent)",
+            Shape.ANY_COLLECTION: "AnyCollection({name}, Bridge.Module, ref lent)",
+            Shape.ANY_ENUMERABLE: "AnyEnumerable({name}, Bridge.Module, ref lent)",
+            Shape.ANY_ENUMERATOR: "AnyEnumerator({name}, ref lent)",
             Shape.ARRAY: "Array({name}, {element})", Shape.LIST: "List({name}, {element})"}
 
 
@@ -65,7 +66,7 @@ _WORDS: dict[str | type[Wire], WireWords] = {
     "string": WireWords("Arguments.Text({name})", "Results.Text({value})"),
     "bytes": WireWords("Arguments.Bytes({name})", "Results.Bytes({value})"),
     "object": WireWords("Arguments.Anything({name})", "Results.Anything({value}, Bridge.Module)"),
-    "stream": WireWords("Arguments.Stream({name}, Bridge.Module)", "Results.Collection({value}, {name})"),
+    "stream": WireWords("Arguments.Stream({name}, Bridge.Module, ref lent)", "Results.Collection({value}, {name})"),
     Enumeration: WireWords("({type}){name}", "({form}){value}"),
     Instance: WireWords("Handles.Argument<{type}>({name})", "Handles.Make({value})"),
     Struct: WireWords("Arguments.Struct<{type}>({name})", "Handles.MakeStruct({value})"),

@@ -1,0 +1,17 @@
+// The values that the drawing module has in types of .NET and the class library in types of its own.
+using System.Runtime.CompilerServices;
+using Zelmor.WrpGen.Core;
+
+namespace Zelmor.WrpGen.Interop;
+
+internal static class DrawingValues
+{
+    [ModuleInitializer]
+    internal static void Register()
+    {
+        SharedValues.Register<System.Drawing.PointF, Zelmor.Imaging.PointF>(
+            point => new Zelmor.Imaging.PointF(point.X, point.Y), point => new System.Drawing.PointF(point.X, point.Y));
+        SharedValues.Register<System.Drawing.Color, Zelmor.Imaging.Color>(
+            Zelmor.Imaging.Color.FromDrawing, color => color.ToDrawing());
+    }
+}
