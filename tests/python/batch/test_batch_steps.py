@@ -47,7 +47,7 @@ def steepness(pixels: Pixels) -> float:
 STEPS: dict[str, tuple[batch.Step, Callable[[Pixels], bool]]] = {
     "orient": (batch.Orient(), lambda now: np.array_equal(now, BEFORE)),
     "crop": (batch.Crop(3, 4, 10, 20), lambda now: np.array_equal(now, BEFORE[4:24, 3:13])),
-    "resize": (batch.Resize(20, kernel="nearest_neighbour"), lambda now: now.shape == (15, 20, 4)),
+    "resize": (batch.Resize(20, kernel="bilinear"), lambda now: now.shape == (15, 20, 4)),
     "cover": (batch.Resize(20, 20, fit="cover"), lambda now: now.shape == (20, 20, 4)),
     "quarter": (batch.Rotate(-90), lambda now: np.array_equal(now, np.rot90(BEFORE))),
     "angle": (batch.Rotate(45, "red", False), lambda now: now.shape[:2] == (30, 40) and now[0, 0].tolist()[0] == 255),
