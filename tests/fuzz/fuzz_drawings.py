@@ -30,7 +30,7 @@ from zelmor.imaging.imageoptions import EmfOptions, PngOptions, SvgOptions, WmfO
 
 #: Seconds of processor time, of this process and of those that it starts, that one step may take, and those for each
 #: pixel of the drawing.
-SECONDS, SECONDS_OF_A_PIXEL = 2.0, 1e-7
+SECONDS, SECONDS_OF_A_PIXEL = 3.0, 1e-7
 #: Records and objects of a file that are looked at.
 MOST_OBJECTS = 300
 NUMBERS = [0, 1, 0x7F, 0x80, 0xFF, 0x7FFF, 0x8000, 0xFFFF, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x7F800000,
