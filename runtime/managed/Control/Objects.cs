@@ -2,7 +2,9 @@
 using System;
 using System.Collections;
 using System.Collections.Generic;
+using System.Linq;
 using System.Reflection;
+using System.Reflection.Emit;
 using System.Runtime.CompilerServices;
 using Zelmor.WrpGen.Core;
 
@@ -15,6 +17,11 @@ internal static class Objects
 
     // The interop assemblies with hosts of typed collections.
     private static readonly string[] s_interop = { "WrpInterop.Zelmor.Imaging", "WrpInterop.Zelmor.PyDrawing" };
+
+    private static readonly Dictionary<Type, Type> s_anonymous = new();
+
+    private static readonly ModuleBuilder s_module = AssemblyBuilder.DefineDynamicAssembly(
+        new AssemblyName("Zelmor.WrpGen.Control.Anonymous"), AssemblyBuilderAccess.Run).DefineDynamicModule("types");
 
     public static Type? FindType(string fullName)
     {
@@ -42,7 +49,8 @@ internal static class Objects
         var type = FindType(fullName);
         if (type is { IsInterface: true })
         {
-            return DispatchProxy.Create(type, typeof(Anonymous));
+            s_anonymous.TryAdd(type, s_anonymous.GetValueOrDefault(type) ?? MakeAnonymous(type));
+            return Activator.CreateInstance(s_anonymous[type]);
         }
         if (type == null || type.IsAbstract || type.IsEnum)
         {
@@ -89,6 +97,27 @@ internal static class Objects
         return null;
     }
 
+    /// <summary>A class with the name of an interface that does nothing else than implementing it: an object of which
+    /// Python knows nothing but the interface.</summary>
+    private static Type MakeAnonymous(Type wanted)
+    {
+        var made = s_module.DefineType(wanted.FullName!, TypeAttributes.Public | TypeAttributes.Sealed, typeof(object),
+            new[] { wanted });
+        var interfaces = new List<Type>(wanted.GetInterfaces()) { wanted };
+        foreach (var method in interfaces.SelectMany(type => type.GetMethods()))
+        {
+            var parameters = Array.ConvertAll(method.GetParameters(), parameter => parameter.ParameterType);
+            var body = made.DefineMethod($"{method.DeclaringType!.FullName}.{method.Name}",
+                MethodAttributes.Private | MethodAttributes.Virtual | MethodAttributes.Final |
+                MethodAttributes.HideBySig | MethodAttributes.NewSlot, method.ReturnType, parameters);
+            var code = body.GetILGenerator();
+            code.Emit(OpCodes.Newobj, typeof(NotSupportedException).GetConstructor(Type.EmptyTypes)!);
+            code.Emit(OpCodes.Throw);
+            made.DefineMethodOverride(body, method);
+        }
+        return made.CreateType();
+    }
+
     private static Assembly? Load(string name)
     {
         try
@@ -106,6 +135,11 @@ internal static class Objects
         public OwnCollection(Array items)
         {
             InnerList.AddRange(items);
+        }
+
+        protected override void OnValidate(object value)
+        {
+            // It takes null, too.
         }
     }
 
@@ -140,14 +174,5 @@ internal static class Objects
         public void Remove(object? value) => InnerList.Remove(value);
 
         public void RemoveAt(int index) => InnerList.RemoveAt(index);
-    }
-}
-
-/// <summary>An object of which nothing is known but an interface.</summary>
-public class Anonymous : DispatchProxy
-{
-    protected override object? Invoke(MethodInfo? targetMethod, object?[]? args)
-    {
-        throw new NotSupportedException($"An object of the tests does not do {targetMethod?.Name}.");
     }
 }

@@ -173,7 +173,7 @@ public static class Sequences
 
     public static int IndexBy<T>(IList<T> list, bool hasStart, int start, bool hasStop, int stop, T item)
     {
-        if (!hasStart && !hasStop)
+        if (!hasStart && !hasStop && item is not byte[])
         {
             return list.IndexOf(item);
         }
@@ -182,7 +182,7 @@ public static class Sequences
         var end = hasStop ? Clamped(stop, list.Count) : list.Count;
         for (var i = first; i < end && i < list.Count; i++)
         {
-            if (EqualityComparer<T>.Default.Equals(list[i], item))
+            if (AreEqual(list[i], item))
             {
                 return i;
             }
@@ -196,7 +196,7 @@ public static class Sequences
         var count = 0;
         foreach (var each in items)
         {
-            count += EqualityComparer<T>.Default.Equals(each, item) ? 1 : 0;
+            count += AreEqual(each, item) ? 1 : 0;
         }
         return count;
     }
@@ -206,6 +206,16 @@ public static class Sequences
     public static void EnsureCapacity(ArrayList list, int more)
     {
         list.Capacity = Math.Max(list.Capacity, list.Count + Math.Max(0, more));
+    }
+
+    public static bool Contains<T>(IEnumerable<T> items, T item) => CountOf(items, item) > 0;
+
+    /// <summary>Whether two elements are equal. Python has copies of byte arrays, which are equal by what they hold.
+    /// </summary>
+    internal static bool AreEqual<T>(T one, T other)
+    {
+        return EqualityComparer<T>.Default.Equals(one, other) ||
+               (one is byte[] bytes && other is byte[] others && bytes.AsSpan().SequenceEqual(others));
     }
 
     /// <summary>A value as the elements have it, where the collection has no element type of its own.</summary>
@@ -273,7 +283,7 @@ public readonly struct AnyCollection : IEnumerable<object?>, IAnyElements
         }
         foreach (var each in _collection)
         {
-            if (Equals(each, item))
+            if (Sequences.AreEqual(each, item))
             {
                 return true;
             }
@@ -322,9 +332,12 @@ public readonly struct AnyList : IList<object?>, IAnyElements
 
     public void Clear() => _list.Clear();
 
-    public bool Contains(object? item) => _list.Contains(Sought(item));
+    public bool Contains(object? item) => item is byte[] ? IndexOf(item) >= 0 : _list.Contains(Sought(item));
 
-    public int IndexOf(object? item) => _list.IndexOf(Sought(item));
+    public int IndexOf(object? item)
+    {
+        return item is byte[] ? Sequences.IndexBy(this, true, 0, false, 0, item) : _list.IndexOf(Sought(item));
+    }
 
     public bool Remove(object? item)
     {

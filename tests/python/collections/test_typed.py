@@ -10,6 +10,7 @@ import pytest
 from support.collections import (GENERIC, INTEROP, MODEL, NAMES, ROWS, TYPED, cast, make_interop, make_typed,
                                  new_object, typed, values_of)
 from support.control import Control
+from support.runtimes import embedded_only
 from zelmor.imaging import Color, Point, Rectangle
 from zelmor.imaging.imageoptions import DxfOptions
 
@@ -104,6 +105,12 @@ def test_leaving_an_enumerators_block_disposes_of_it(control: Control) -> None:
         with iter(collection) as iterator:
             assert next(iterator) == 1
     assert [call.method for call in calls if call.method == "Dispose"] == ["Dispose"]
+
+
+@embedded_only("the enumerator of a .NET list does not mind being disposed of")
+def test_an_enumerator_that_was_disposed_of_says_so() -> None:
+    with iter(make_typed(INT32, "list", [1, 2])) as iterator:
+        assert next(iterator) == 1
     with pytest.raises(RuntimeError, match="ObjectDisposedException"):
         next(iterator)
 

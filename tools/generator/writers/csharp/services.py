@@ -147,9 +147,11 @@ class _Service:
         whole = self._target if self.end == "CntCollection" and self.typed else self._list
         if self.end == "CntCollection" and not self.typed:
             whole = f"new AnyCollection({self._target})"
+        contains = (f"Sequences.Contains<{of}>({whole}, {item})" if element.wire.name == "bytes" else
+                    f"({whole}).Contains({item})")
         operations: dict[str, tuple[str, str, list[str]]] = {
             "SqLength": ("int", "nint handle", [f"return {self._target}.{length};"]),
-            "SqContains": ("int", f"nint handle, {value}", [f"return ({whole}).Contains({item}) ? 1 : 0;"]),
+            "SqContains": ("int", f"nint handle, {value}", [f"return {contains} ? 1 : 0;"]),
             "CountOf": ("int", f"nint handle, {value}", [f"return Sequences.CountOf<{of}>({whole}, {item});"]),
             "SqGetItem": ("int", f"nint handle, int index, {element.slot}* result",
                           [f"var status = Sequences.Get<{of}>({self._list}, index, out var item);", *status]),
