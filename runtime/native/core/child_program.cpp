@@ -47,6 +47,12 @@ class Socket {
     int m_number = -1;
 };
 
+// A copy of the descriptor that is no standard stream, or -1. Where the process has closed its standard streams, new
+// descriptors get their numbers, which the child program needs for its own.
+int above_standard_streams(int descriptor) {
+    return fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+}
+
 // Two ends of a connection, none of which other programs inherit. A socket, since writing to a process that has ended
 // is then an error and no signal.
 bool connect(Socket& ours, Socket& theirs) {
@@ -54,9 +60,10 @@ bool connect(Socket& ours, Socket& theirs) {
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
     }
-    ours.reset(ends[0]);
-    theirs.reset(ends[1]);
-    return true;
+    const Socket first(ends[0]), second(ends[1]);
+    ours.reset(above_standard_streams(ends[0]));
+    theirs.reset(above_standard_streams(ends[1]));
+    return ours.get() >= 0 && theirs.get() >= 0;
 }
 
 // Ends the process, whatever happens, and waits for it.
@@ -104,6 +111,7 @@ pid_t start(const std::string& program, const std::vector<std::string>& argument
     posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     pid_t process = -1;
     const int failure = posix_spawn(&process, path.c_str(), &actions, nullptr, pointers.data(), no_environment);
     posix_spawn_file_actions_destroy(&actions);

@@ -6,6 +6,7 @@ import datetime
 import io
 import shutil
 import subprocess
+import sys
 from pathlib import Path
 from typing import Any
 
@@ -212,3 +213,22 @@ def test_load_options_choose_the_preview(tmp_path: Path) -> None:
 def test_damage_is_an_error(data: bytes) -> None:
     with managed_error("ImageLoadException", "EPS"):
         Image.load(io.BytesIO(data))
+
+
+@needs_ghostscript
+def test_a_process_without_standard_streams_draws(tmp_path: Path) -> None:
+    """Its new files and sockets get the numbers of the standard streams; the program that draws has its own."""
+    (tmp_path / "a.eps").write_bytes(eps(SQUARE))
+    program = f"""
+import os
+from zelmor.imaging import Image
+from zelmor.imaging.imageoptions import PngOptions
+kept = os.open("kept", os.O_CREAT | os.O_RDWR)
+os.set_inheritable(kept, True)
+for number in (0, 1, 2):
+    os.close(number)
+Image.load({str(tmp_path / "a.eps")!r}).save({str(tmp_path / "a.png")!r}, PngOptions())
+"""
+    subprocess.run([sys.executable, "-c", program], check=True, cwd=tmp_path)
+    with Pillow.open(tmp_path / "a.png") as drawn_page:
+        assert drawn_page.size == (100, 50) and drawn_page.convert("RGB").getpixel((20, 30)) == (255, 0, 0)
