@@ -91,7 +91,7 @@ def lies_in(test: str, folders: list[str]) -> bool:
     return any(parts[:len(Path(folder).parts)] == Path(folder).parts for folder in folders)
 
 
-def tests_on_dotnet(asked: list[str]) -> list[str]:
+def bridge_tests(asked: list[str]) -> list[str]:
     """Those of the asked tests that run on .NET, too; all of these where none were asked for."""
     if not asked:
         return ON_DOTNET
@@ -156,7 +156,7 @@ def main() -> int:
         total, content = total + count, content and well
 
     # The tools that watch a process do not know .NET.
-    on_dotnet = tests_on_dotnet(arguments.tests) if not arguments.fuzz and arguments.under is None else []
+    on_dotnet = bridge_tests(arguments.tests) if not arguments.fuzz and arguments.under is None else []
     trouble = build_dotnet(build) if on_dotnet else ""
 
     def run_pytest(name: str, tests: list[str], **more: str) -> tuple[Count, bool]:
