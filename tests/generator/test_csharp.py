@@ -61,7 +61,7 @@ def _library(model: Model, directory: Path | None = None) -> str:
 
 
 def _host(model: Model, name: str) -> str:
-    return "\n".join(write_host(next(entry for entry in model.types if entry.name == name)))
+    return "\n".join(write_host(next(entry for entry in model.types if entry.name == name), Implemented(None)))
 
 
 def test_entry_points_have_the_names_order_and_slots_of_the_wire() -> None:

@@ -53,8 +53,7 @@ Runtime open_runtime() {
 }
 
 Runtime& runtime() {
-    // Opened once, by the first of the host's calls; they come under the interpreter lock.
-    static Runtime instance = open_runtime();
+    static Runtime instance = open_runtime();  // complete after the start, before which nothing is asked for
     return instance;
 }
 

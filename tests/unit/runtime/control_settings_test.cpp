@@ -12,8 +12,8 @@ class ControlSettingsTest : public ::testing::Test {
 };
 
 TEST_F(ControlSettingsTest, SettingsAreReadFromText) {
-    EXPECT_EQ(add_settings(settings(), "missing=A.B::get_X;init_status=0x80070002;;missing=A.B::#3;journal=1;collect=1"),
-              "");
+    EXPECT_EQ(
+        add_settings(settings(), "missing=A.B::get_X;init_status=0x80070002;;missing=A.B::#3;journal=1;collect=1"), "");
     EXPECT_TRUE(settings().collect);
     EXPECT_EQ(settings().initialize_status, static_cast<int>(0x80070002u));
     EXPECT_TRUE(settings().journal);
