@@ -66,7 +66,7 @@ def _host(model: Model, name: str) -> str:
 
 def test_entry_points_have_the_names_order_and_slots_of_the_wire() -> None:
     for entry in load(API).types:
-        text = "\n".join(write_host(entry))
+        text = "\n".join(write_host(entry, Implemented(None)))
         found = re.findall(r"public static (\S+) (\w+)\((.*)\)\n", text)
         wanted = [(slot_type(point.returned), point.name, [slot_type(argument.slot) for argument in point.arguments])
                   for point in entry_points(entry)]
