@@ -77,6 +77,24 @@ def test_entry_points_have_the_names_order_and_slots_of_the_wire() -> None:
         assert f"namespace {namespace};" in text and f"public static unsafe class {short}\n" in text
 
 
+def test_what_a_call_lends_is_released_at_its_end_unless_the_member_may_keep_it(tmp_path: Path) -> None:
+    (tmp_path / "a.cs").write_text("""namespace Zelmor.Imaging;
+public partial class StreamContainer
+{
+    [Implements("call_000_Save", Lends = true)]
+    [Implements("call_001_Save")]
+}
+""")
+    entry = next(entry for entry in load(API).types if entry.full_name == "Zelmor.Imaging.StreamContainer")
+    text = "\n".join(write_host(entry, Implemented(tmp_path)))
+    bodies = {name: body for name, body in re.findall(r" (\w+)\([^\n]*\)\n    {\n(.*?)\n    }\n", text, re.DOTALL)}
+    keeping = {name: "keeps: true" in body for name, body in bodies.items() if "new Lending(" in body}
+    assert keeping["ctor_000_StreamContainer"] and keeping["call_001_Save"]
+    assert not keeping["call_000_Save"] and not keeping["call_002_Save"]  # lends by its mark; done by nothing
+    assert "finally" in bodies["call_000_Save"] and "lent.Failed();" in bodies["call_001_Save"]
+    assert "Lending" not in bodies["call_000_Flush"]
+
+
 def test_what_is_stored_filled_inherited_and_missing(model: Model) -> None:
     text = _library(model)
     assert "public virtual int Width { get; protected internal set; }" in text
