@@ -13,6 +13,7 @@ from zelmor.command import main
 from support.places import BUILD_DIR
 
 PROGRAM = [sys.executable, "-m", "zelmor"]
+HEARS_INTERRUPTS = ["env", "--default-signal=INT"]
 ENVIRONMENT = dict(os.environ, PYTHONPATH=str(BUILD_DIR / "python"), COLUMNS="100")
 
 
@@ -46,6 +47,8 @@ class Commands:
                               capture_output=True, timeout=120, check=False)
 
     def start(self, *arguments: object, **keywords: object) -> subprocess.Popen[bytes]:
-        """Starts a command as a program, in a session of its own."""
-        return subprocess.Popen([*PROGRAM, *map(str, arguments)], cwd=self.folder, env=ENVIRONMENT,
+        """Starts a command as a program, in a session of its own. It hears Ctrl-C, even if the tests run in the
+        background, where shells let programs ignore it.
+        """
+        return subprocess.Popen([*HEARS_INTERRUPTS, *PROGRAM, *map(str, arguments)], cwd=self.folder, env=ENVIRONMENT,
                                 start_new_session=True, **keywords)  # type: ignore[call-overload]
