@@ -25,14 +25,15 @@ class Part:
 
     kind: ClassVar[str]
 
-    def __init_subclass__(cls) -> None:
-        """Each part is known by its name in lower case."""
+    def __init_subclass__(cls, abstract: bool = False) -> None:
+        """Each part is known by its name in lower case, but for those that are only there to be derived from."""
         super().__init_subclass__()
-        cls.kind = cls.__name__.lower()
-        KINDS[cls.kind] = cls
+        if not abstract:
+            cls.kind = cls.__name__.lower()
+            KINDS[cls.kind] = cls
 
 
-class Step(Part):
+class Step(Part, abstract=True):
     """One operation on a picture."""
 
 
@@ -171,7 +172,7 @@ class Output(Part):
     pages: str = ""
 
 
-class Job(Part):
+class Job(Part, abstract=True):
     """A piece of work that is done completely or not at all."""
 
     @property
@@ -195,8 +196,36 @@ class Job(Part):
         return f"{', '.join(self.reads)} -> {self.writes}" if self.writes else ", ".join(self.reads)
 
 
+class MakingJob(Job, abstract=True):
+    """A job that makes the file, or the files, that `target` names."""
+
+    target: str
+    overwrite: bool
+
+    @property
+    def writes(self) -> str:
+        """The target."""
+        return self.target
+
+    @property
+    def may_overwrite(self) -> bool:
+        """As it was asked for."""
+        return self.overwrite
+
+
+class JoiningJob(MakingJob, abstract=True):
+    """One that makes a file of several pictures."""
+
+    sources: tuple[str, ...]
+
+    @property
+    def reads(self) -> tuple[str, ...]:
+        """All sources."""
+        return self.sources
+
+
 @dataclass(frozen=True)
-class Convert(Job):
+class Convert(MakingJob):
     """Reads a picture, does the steps, and saves it as one file.
 
     `load` are properties of the options that the picture is loaded with.
@@ -214,16 +243,6 @@ class Convert(Job):
         """The source."""
         return (self.source,)
 
-    @property
-    def writes(self) -> str:
-        """The target."""
-        return self.target
-
-    @property
-    def may_overwrite(self) -> bool:
-        """As it was asked for."""
-        return self.overwrite
-
 
 @dataclass(frozen=True)
 class Split(Convert):
@@ -237,7 +256,7 @@ class Split(Convert):
 
 
 @dataclass(frozen=True)
-class Join(Job):
+class Join(JoiningJob):
     """Makes one file of the pictures, with all of their pages. `duration` is that of a frame in milliseconds."""
 
     sources: tuple[str, ...]
@@ -247,24 +266,9 @@ class Join(Job):
     loops: int = 0
     overwrite: bool = False
 
-    @property
-    def reads(self) -> tuple[str, ...]:
-        """All sources."""
-        return self.sources
-
-    @property
-    def writes(self) -> str:
-        """The target."""
-        return self.target
-
-    @property
-    def may_overwrite(self) -> bool:
-        """As it was asked for."""
-        return self.overwrite
-
 
 @dataclass(frozen=True)
-class Sheet(Job):
+class Sheet(JoiningJob):
     """Puts reduced pictures on one sheet, row by row, with a line of text below each."""
 
     sources: tuple[str, ...]
@@ -278,21 +282,6 @@ class Sheet(Job):
     color: str = "black"
     output: Output = Output()
     overwrite: bool = False
-
-    @property
-    def reads(self) -> tuple[str, ...]:
-        """All pictures."""
-        return self.sources
-
-    @property
-    def writes(self) -> str:
-        """The sheet."""
-        return self.target
-
-    @property
-    def may_overwrite(self) -> bool:
-        """As it was asked for."""
-        return self.overwrite
 
 
 @dataclass(frozen=True)
