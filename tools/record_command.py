@@ -87,6 +87,13 @@ def _on_terminal(command: list[str], folder: Path, environment: dict[str, str]) 
     ours, theirs = pty.openpty()
     process = subprocess.Popen(command, cwd=folder, env=environment, stdin=theirs, stdout=theirs, stderr=theirs)
     os.close(theirs)
+    shown = read_terminal(ours)
+    process.wait()
+    return _screen(shown)
+
+
+def read_terminal(ours: int) -> str:
+    """What programs write to the other end of a terminal until all of them have closed it. Closes this end."""
     shown = b""
     while True:
         try:
@@ -94,8 +101,7 @@ def _on_terminal(command: list[str], folder: Path, environment: dict[str, str]) 
         except OSError:
             break  # the other end is closed
     os.close(ours)
-    process.wait()
-    return _screen(shown.decode())
+    return shown.decode()
 
 
 def _screen(text: str) -> str:

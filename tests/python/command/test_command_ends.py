@@ -13,6 +13,7 @@ import pytest
 
 from support.command import Commands
 from support.image_oracles import noise, write
+from tools.record_command import read_terminal
 
 
 def drafts(folder: Path) -> list[Path]:
@@ -84,15 +85,9 @@ def on_terminal(zelmor: Commands, *arguments: object, **environment: str) -> str
     process = subprocess.Popen([*command.PROGRAM, *map(str, arguments)], cwd=zelmor.folder, stderr=theirs,
                                env=command.ENVIRONMENT | {"TERM": "xterm"} | environment)
     os.close(theirs)
-    shown = b""
-    while True:
-        try:
-            shown += os.read(ours, 4096)
-        except OSError:
-            break  # the other end is closed
-    os.close(ours)
+    shown = read_terminal(ours)
     process.wait()
-    return shown.decode()
+    return shown
 
 
 def test_a_terminal_shows_a_bar_with_rate_and_remaining_time(zelmor: Commands) -> None:
