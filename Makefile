@@ -54,10 +54,8 @@ SEED ?= 1
 .DEFAULT_GOAL := build
 # Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
-.PHONY: setup build dotnet demo test docs bench scale fuzz fuzz-pictures debug-test fuzz-drawings sanitize valgrind growth mutants identifiers lint
-.PHONY: quick-lint format clean wheel sdist deb packages test-packages release
-.PHONY: setup build dotnet harvest demo test docs bench scale fuzz fuzz-pictures debug-test sanitize valgrind growth mutants identifiers lint
-.PHONY: quick-lint format clean
+.PHONY: setup build dotnet harvest demo test docs bench scale fuzz fuzz-pictures fuzz-drawings debug-test sanitize
+.PHONY: valgrind growth mutants identifiers lint quick-lint format clean wheel sdist deb packages test-packages release
 
 setup:
 	@tools/setup.sh

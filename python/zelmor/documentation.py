@@ -185,7 +185,7 @@ def _list(title: str, entries: list[_words.Entry], width: int) -> list[str]:
     if not entries:
         return []
     column = min(32, max(len(_shown(one)) for one in entries))
-    lines = [textwrap.shorten(one.summary, max(20, width - column - 6), placeholder=" ...") for one in entries]
+    lines = [textwrap.shorten(one.summary, max(20, width - column - 6)) for one in entries]
     return [f"{title}:\n" + "\n".join(f"    {_shown(one):{column}}  {line}".rstrip()
                                       for one, line in zip(entries, lines))]
 
@@ -199,7 +199,7 @@ def _several(name: str, found: list[_words.Entry], width: int) -> str:
     """A list of those that the name may stand for."""
     lines = [f"{name!r} may be one of {len(found)}:", ""]
     for one in found[:_MOST]:
-        lines.append(textwrap.shorten(f"{one.name}: {one.summary}".rstrip(": "), width, placeholder=" ..."))
+        lines.append(textwrap.shorten(f"{one.name}: {one.summary}".rstrip(": "), width))
     if len(found) > _MOST:
         lines.append(f"... and {len(found) - _MOST} more")
     return "\n".join(lines) + "\n"
