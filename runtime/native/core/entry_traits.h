@@ -125,6 +125,21 @@ struct Arg<Ref<ManagedStream>> {
 template <>
 struct Arg<Ref<ManagedList>>;  // which element a collection has is not in its C++ type: take the VariantArg
 
+// Refuses the null text or byte array in a record of the wire. The boundary of the call tells the parameter by it.
+[[noreturn]] void throw_null_argument(const void* record);
+// Reports the exception in flight, which left the function behind a delegate; `arguments` are the addresses that were
+// passed, null for an argument that is none. Of a null argument it names the parameter.
+void report_failed_call(const void* delegate, std::initializer_list<const void*> arguments) noexcept;
+
+template <class Wire>
+const void* address_in([[maybe_unused]] Wire argument) {
+    if constexpr (std::is_pointer_v<Wire>) {
+        return argument;
+    } else {
+        return nullptr;
+    }
+}
+
 // A byte array as a view of the caller's memory, for reading; refuses None.
 template <>
 struct Arg<std::span<const std::byte>> {
@@ -132,7 +147,7 @@ struct Arg<std::span<const std::byte>> {
     static constexpr char code = 'B';
     static std::span<const std::byte> read(const PyBytesArg* value) {
         if (value->length < 0) {
-            throw_argument_null("a byte array");
+            throw_null_argument(value);
         }
         return {static_cast<const std::byte*>(value->data), static_cast<size_t>(value->length)};
     }
@@ -145,7 +160,7 @@ struct Arg<std::span<std::byte>> {
     static constexpr char code = 'B';
     static std::span<std::byte> read(const PyBytesArg* value) {
         if (value->length < 0) {
-            throw_argument_null("a byte array");
+            throw_null_argument(value);
         }
         return {static_cast<std::byte*>(const_cast<void*>(static_cast<const void*>(value->data))),
                 static_cast<size_t>(value->length)};
@@ -178,7 +193,6 @@ struct Arg<DecimalValue> : WordsArg<DecimalValue, 'D'> {};
 template <>
 struct Arg<GuidValue> : WordsArg<GuidValue, 'G'> {};
 
-[[noreturn]] void throw_null_string();
 struct TextArg {
     using Wire = const PyStringArg*;
     static constexpr char code = 'T';
@@ -197,7 +211,7 @@ struct Arg<S> : TextArg {
     static S read(const PyStringArg* value) {
         auto text = Arg<std::optional<S>>::read(value);
         if (!text) {
-            throw_null_string();
+            throw_null_argument(value);
         }
         return std::move(*text);
     }
@@ -329,7 +343,7 @@ struct Boundary<F, A, R (*)(P...)> {
                 return Result<R>::write(F(Arg<P>::read(args)...));
             }
         } catch (...) {
-            report_current_exception();
+            report_failed_call(reinterpret_cast<const void*>(&call), {address_in(args)...});
         }
         if constexpr (!std::is_void_v<R>) {
             return {};
@@ -346,7 +360,7 @@ struct Boundary<F, A, R (*)(P...)> {
         try {
             Result<R>::write(F(Arg<P>::read(args)...), out);
         } catch (...) {
-            report_current_exception();
+            report_failed_call(reinterpret_cast<const void*>(&call), {address_in(args)...});
         }
     }
 };

@@ -8,7 +8,8 @@ from typing import Any
 
 import pytest
 from support.control import Call, control
-from zelmor.imaging import RasterImage, RawDataSettings, Rectangle
+from zelmor.imaging import FontSettings, RasterImage, RawDataSettings, Rectangle
+from zelmor.imaging.extensions import StreamExtensions
 
 OWNER = "Zelmor.Imaging.RasterImage"
 METHOD = "call_000_SaveRawData"
@@ -103,3 +104,10 @@ def test_an_exporter_that_refuses_is_reported(image: RasterImage) -> None:
     view.release()
     with pytest.raises(BufferError, match="^can't get internal buffer$"):
         save(image, view)
+
+
+def test_a_null_array_or_text_is_refused_by_the_name_of_its_parameter() -> None:
+    with pytest.raises(RuntimeError, match=r"\(ArgumentNullException\).*\(Parameter 'array'\)"):
+        StreamExtensions.create_memory_stream_from_bytes(None)
+    with pytest.raises(RuntimeError, match=r"\(ArgumentNullException\).*\(Parameter 'font_folder'\)"):
+        FontSettings.set_fonts_folder(None)
