@@ -53,6 +53,20 @@ void set_attributes(PangoLayout* layout, const TextLayout& wanted) {
     if (wanted.strikeout) {
         add_attribute(list, pango_attr_strikethrough_new(TRUE), 0, all);
     }
+    if (wanted.letter_spacing != 0) {
+        const double most = double(G_MAXINT / 2);
+        const double spacing = std::clamp(wanted.letter_spacing * PANGO_SCALE, -most, most);
+        add_attribute(list, pango_attr_letter_spacing_new(static_cast<int>(spacing)), 0, all);
+    }
+    if (wanted.breaks_words) {
+        add_attribute(list, pango_attr_insert_hyphens_new(FALSE), 0, all);
+    }
+    if (!wanted.fallback) {
+        add_attribute(list, pango_attr_fallback_new(FALSE), 0, all);
+    }
+    if (wanted.shows_controls) {
+        add_attribute(list, pango_attr_show_new(PANGO_SHOW_IGNORABLES), 0, all);
+    }
     if (wanted.mnemonic >= 0) {
         const auto from = static_cast<unsigned>(wanted.mnemonic);
         const char* text = wanted.text.c_str() + from;
@@ -92,7 +106,7 @@ Layout make_layout(cairo_t* context, const TextLayout& wanted) {
     };
     if (wanted.width >= 0 && (wanted.wrap || wanted.trimming != TextTrimming::kNone)) {
         pango_layout_set_width(layout.get(), units(wanted.width));
-        pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+        pango_layout_set_wrap(layout.get(), wanted.breaks_words ? PANGO_WRAP_CHAR : PANGO_WRAP_WORD_CHAR);
     }
     if (wanted.trimming != TextTrimming::kNone && wanted.width >= 0) {
         pango_layout_set_ellipsize(

@@ -82,9 +82,13 @@ struct TextLayout {
     double width = -1, height = -1;  // lines are broken and trimmed there; negative for no limit
     TextAlignment alignment = TextAlignment::kBegin;
     bool wrap = true;
+    bool breaks_words = false;  // lines are broken at any character
     TextTrimming trimming = TextTrimming::kNone;
     bool right_to_left = false;
     std::vector<double> tabs;          // positions
+    double letter_spacing = 0;         // more room behind each character
+    bool fallback = true;              // other fonts stand in for characters that the family lacks
+    bool shows_controls = false;       // characters that are not seen otherwise have signs of their own
     int32_t mnemonic = -1;             // index of the byte at which the character to be underlined begins
     std::vector<std::string> folders;  // of fonts, beside those of the system
 };

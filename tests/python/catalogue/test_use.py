@@ -7,6 +7,7 @@ states; a refused value changes nothing. The checks are counted.
 from __future__ import annotations
 
 import contextlib
+import enum
 import re
 from collections.abc import Callable, Iterator
 from typing import Any
@@ -74,7 +75,7 @@ def same(value: Any, given: Any) -> bool:
 
 def unchanged(found: Any, before: Any) -> bool:
     """Whether two reads returned the same value; a property may return its list as a new collection each time."""
-    if hasattr(type(found), "__len__") and not isinstance(found, (str, bytearray)):
+    if hasattr(type(found), "__len__") and not isinstance(found, (str, bytearray, enum.Enum)):
         return type(found) is type(before) and list(found) == list(before)
     return bool(found == before) or found != found
 

@@ -10,15 +10,16 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (
-    Color, ColorMap, ColorMatrix, CompositingQuality, DashStyle, Figure, Font, FontStyle, Graphics, GraphicsPath,
-    GraphicsUnit, HatchStyle, ImageAttributes, InterpolationMode, LineCap, Matrix, Pen, PenAlignment, Point, PointF,
-    RasterImage, Rectangle, RectangleF, Region, SizeF, SmoothingMode, StringAlignment, StringFormat, StringFormatFlags,
-    WrapMode,
+    CharacterSet, Color, ColorMap, ColorMatrix, CompositingQuality, CustomLineCap, DashCap, DashStyle, Figure, Font,
+    FontStyle, Graphics, GraphicsPath, GraphicsUnit, HatchStyle, ImageAttributes, InterpolationMode, LineCap, Matrix,
+    Pen, PenAlignment, Point, PointF, RasterImage, Rectangle, RectangleF, Region, SizeF, SmoothingMode, StringAlignment,
+    StringDigitSubstitute, StringFormat, StringFormatFlags, StringTrimming, WrapMode,
 )
 from zelmor.imaging.brushes import (
     HatchBrush, LinearGradientBrush, LinearMulticolorGradientBrush, PathGradientBrush, SolidBrush, TextureBrush,
 )
 from zelmor.imaging.fileformats.png import PngImage
+from zelmor.imaging.imageoptions import PngOptions
 from zelmor.imaging.shapes import EllipseShape, RectangleShape, TextShape
 
 from support.image_oracles import load, managed_error, noise, pixels, write, write_16_bits
@@ -464,9 +465,19 @@ def test_text_shapes_have_outlines() -> None:
 def test_what_is_set_is_read(sheet: Sheet) -> None:
     g = sheet.graphics
     assert g.image == sheet.image and (g.image.width, g.image.height) == (WIDTH, HEIGHT)
+    refused = {CompositingQuality.INVALID: "ArgumentOutOfRangeException",
+               CompositingQuality.GAMMA_CORRECTED: "NotSupportedException"}
     for mode in CompositingQuality:
+        if mode in refused:
+            with managed_error(refused[mode], "CompositingQuality"):
+                g.compositing_quality = mode
+            continue
         g.compositing_quality = mode
         assert g.compositing_quality == mode
+    g.paintable_image_options = None
+    with managed_error("NotSupportedException", "Graphics.PaintableImageOptions"):
+        g.paintable_image_options = PngOptions()
+    assert g.paintable_image_options is None
     assert g.page_unit == GraphicsUnit.DISPLAY and g.page_scale == 1.0
 
 
@@ -514,3 +525,166 @@ def test_an_ellipse_path_fills_as_the_ellipse(tmp_path: Path) -> None:
             sheet.graphics.fill_path(black(), GraphicsPath([figure]))
         seen.append(sheet.ink())
     assert (seen[0] == seen[1]).all() and seen[0].any()
+
+
+# ---- Pens
+
+
+def test_dashes_have_points(sheet: Sheet) -> None:
+    pen = Pen(Color.black, 10.0)
+    pen.dash_pattern, pen.dash_cap = [1.0, 1.5], DashCap.TRIANGLE
+    sheet.graphics.draw_line(pen, PointF(9.5, 19.5), PointF(49.5, 19.5))
+    heights = sheet.ink().sum(0)
+    # A dash from 10 to 20, which points to both sides; the next begins at 35.
+    assert (heights[11:19] >= 10).all() and heights[27] == 0
+    assert heights[22] in (4, 5, 6) and heights[32] in (3, 4, 5, 6)
+    assert heights[7] in (3, 4, 5, 6) and (heights[36:44] >= 10).all()
+    pen.dash_cap = DashCap.FLAT
+    sheet.graphics.clear(Color.white)
+    sheet.graphics.draw_line(pen, PointF(9.5, 19.5), PointF(49.5, 19.5))
+    assert sheet.ink().sum(0)[22] == 0
+
+
+@pytest.mark.parametrize(("alignment", "rows"), [
+    (PenAlignment.CENTER, (18, 22)), (PenAlignment.LEFT, (16, 20)), (PenAlignment.RIGHT, (20, 24))])
+def test_a_line_beside_its_way(sheet: Sheet, alignment: PenAlignment, rows: tuple[int, int]) -> None:
+    pen = Pen(Color.black, 4.0)
+    pen.alignment = alignment
+    sheet.graphics.draw_line(pen, PointF(4.5, 19.5), PointF(40.5, 19.5))
+    assert (sheet.ink() == box(5, rows[0], 36, rows[1] - rows[0])).all()
+
+
+def test_a_pen_outside_of_an_outline(sheet: Sheet) -> None:
+    pen = Pen(Color.black, 4.0)
+    pen.alignment = PenAlignment.OUTSET
+    sheet.graphics.draw_rectangle(pen, RectangleF(19.5, 9.5, 20, 20))
+    ink = sheet.ink()
+    assert not ink[10:30, 20:40].any() and ink[20, 16:20].all() and ink[20, 40:44].all() and not ink[20, 15]
+
+
+def test_a_custom_cap_has_a_base(sheet: Sheet) -> None:
+    figure = Figure()
+    figure.add_shape(RectangleShape(RectangleF(-1.5, 0, 3, 1)))
+    cap = CustomLineCap(GraphicsPath([figure]), None, LineCap.FLAT, 2.0)
+    pen = Pen(Color.black, 4.0)
+    pen.end_cap, pen.custom_end_cap = LineCap.CUSTOM, cap
+
+    def heights() -> list[int]:
+        sheet.graphics.clear(Color.white)
+        sheet.graphics.draw_line(pen, PointF(4.5, 19.5), PointF(39.5, 19.5))
+        return [int(height) for height in sheet.ink().sum(0)]
+
+    # The line ends at 32, and the cap is a block from 40 to 44.
+    drawn = heights()
+    assert drawn[31] == 4 and drawn[33:39] == [0] * 6 and drawn[41] == 12
+    cap.base_cap = LineCap.SQUARE
+    assert heights()[33] == 4 and heights()[36] == 0
+    cap.base_inset = 0.0
+    assert heights()[20:40] == [4] * 20
+
+
+# ---- What surrounds a picture
+
+
+def around(sheet: Sheet, image: RasterImage, attributes: ImageAttributes) -> np.ndarray:
+    """A part of the image that is one pixel larger than it on each side."""
+    sheet.graphics.clear(Color.white)
+    sheet.graphics.draw_image(image, Rectangle(-1, -1, 7, 6), Rectangle(10, 10, 7, 6), GraphicsUnit.PIXEL, attributes)
+    return sheet.seen()[10:16, 10:17]
+
+
+def test_a_color_surrounds_a_picture(sheet: Sheet, tmp_path: Path) -> None:
+    image, source = tile(tmp_path), noise(3, seed=7, width=5, height=4)
+    attributes = ImageAttributes()
+    attributes.set_wrap_mode(WrapMode.CLAMP, Color.from_argb(10, 20, 30))
+    seen = around(sheet, image, attributes)
+    assert (seen[1:5, 1:6] == source).all()
+    assert (seen[0] == (10, 20, 30)).all() and (seen[:, 6] == (10, 20, 30)).all()
+    with managed_error("NotSupportedException", "clamp"):
+        attributes.set_wrap_mode(WrapMode.CLAMP, Color.red, True)
+
+
+@pytest.mark.parametrize("mode", [WrapMode.TILE, WrapMode.TILE_FLIP_X, WrapMode.TILE_FLIP_Y, WrapMode.TILE_FLIP_XY])
+def test_a_picture_goes_on(sheet: Sheet, tmp_path: Path, mode: WrapMode) -> None:
+    image, source = tile(tmp_path), noise(3, seed=7, width=5, height=4)
+    attributes = ImageAttributes()
+    attributes.set_wrap_mode(mode)
+    seen = around(sheet, image, attributes)
+    flips_x, flips_y = (mode in (flip, WrapMode.TILE_FLIP_XY) for flip in (WrapMode.TILE_FLIP_X, WrapMode.TILE_FLIP_Y))
+    assert (seen[1:5, 0] == source[:, 0 if flips_x else 4]).all()
+    assert (seen[0, 1:6] == source[0 if flips_y else 3]).all()
+
+
+# ---- Formats of text
+
+
+def drawn_width(sheet: Sheet, format_: StringFormat, text: str, width: float) -> int:
+    sheet.graphics.clear(Color.white)
+    sheet.graphics.draw_string(text, FONT, black(), RectangleF(0, 5, width, 30), format_)
+    return extent(sheet)[2]
+
+
+def test_lines_that_are_not_broken_are_trimmed(sheet: Sheet) -> None:
+    format_ = StringFormat(StringFormatFlags.NO_WRAP)
+    measured = {text: sheet.graphics.measure_string(text, FONT, SizeF(0, 0), None).width for text in ("ll", "ll l")}
+    room = measured["ll l"] + 1
+    format_.trimming = StringTrimming.NONE
+    assert drawn_width(sheet, format_, "ll llm", room) > measured["ll l"] - 3
+    format_.trimming = StringTrimming.CHARACTER
+    by_character = drawn_width(sheet, format_, "ll lllm", room)
+    assert measured["ll"] < by_character <= measured["ll l"]
+    format_.trimming = StringTrimming.WORD
+    assert drawn_width(sheet, format_, "ll lllm", room) <= measured["ll"]
+    two = sheet.graphics.measure_string("ll lllm\nll", FONT, SizeF(room, 0), format_)
+    assert two.height == pytest.approx(2 * sheet.graphics.measure_string("l", FONT, SizeF(0, 0), None).height, abs=0.1)
+
+
+def test_only_whole_lines_are_drawn(sheet: Sheet) -> None:
+    g = sheet.graphics
+    line = g.measure_string("M", FONT, SizeF(0, 0), None).height
+    frame = RectangleF(0, 0, WIDTH, line * 1.6)
+    g.draw_string("M\nM", FONT, black(), frame)
+    assert extent(sheet)[3] > line + 2
+    for flags in (StringFormatFlags.LINE_LIMIT, StringFormatFlags.LINE_LIMIT | StringFormatFlags.NO_CLIP):
+        g.clear(Color.white)
+        g.draw_string("M\nM", FONT, black(), frame, StringFormat(flags))
+        assert 0 < extent(sheet)[3] <= line + 1
+    g.clear(Color.white)
+    g.draw_string("M", FONT, black(), RectangleF(0, 0, WIDTH, line / 2), StringFormat(StringFormatFlags.LINE_LIMIT))
+    assert not sheet.ink().any()
+
+
+def test_trailing_spaces_are_measured_by_a_flag(sheet: Sheet) -> None:
+    def width(text: str, flags: int = 0) -> float:
+        return sheet.graphics.measure_string(text, FONT, SizeF(0, 0), StringFormat(StringFormatFlags(flags))).width
+
+    assert width("a   ") == width("a") and width("a   \nb") == width("a\nb")
+    assert width("a   ", StringFormatFlags.MEASURE_TRAILING_SPACES) > width("a") + 3
+
+
+def test_characters_that_the_font_lacks(sheet: Sheet) -> None:
+    def seen(flags: int) -> np.ndarray:
+        sheet.graphics.clear(Color.white)
+        sheet.graphics.draw_string("a\u200bb", FONT, black(), PointF(2, 5), StringFormat(StringFormatFlags(flags)))
+        return sheet.seen()
+
+    assert (seen(0) != seen(StringFormatFlags.DISPLAY_FORMAT_CONTROL)).any()
+
+
+def test_distances_between_characters(sheet: Sheet) -> None:
+    format_ = StringFormat()
+    plain = sheet.graphics.measure_string("aaa", FONT, SizeF(0, 0), format_).width
+    format_.custom_char_ident = PointF(5, 0)
+    assert sheet.graphics.measure_string("aaa", FONT, SizeF(0, 0), format_).width == pytest.approx(plain + 15, abs=5.1)
+    with managed_error("NotSupportedException", "CustomCharIdent"):
+        format_.custom_char_ident = PointF(0, 1)
+    with managed_error("NotSupportedException", "DigitSubstitutionMethod"):
+        format_.digit_substitution_method = StringDigitSubstitute.NATIONAL
+    with managed_error("NotSupportedException", "DigitSubstitutionLanguage"):
+        format_.digit_substitution_language = 1025
+    format_.digit_substitution_method = StringDigitSubstitute.NONE
+    with managed_error("NotSupportedException", "EXACT_ALIGNMENT"):
+        sheet.graphics.measure_string("a", FONT, SizeF(0, 0), StringFormat(StringFormatFlags.EXACT_ALIGNMENT))
+    with managed_error("NotSupportedException", "Font.CharacterSet"):
+        symbols = Font("DejaVu Sans", 12.0, FontStyle.REGULAR, GraphicsUnit.PIXEL, CharacterSet.SYMBOL)
+        sheet.graphics.measure_string("a", symbols, SizeF(0, 0), None)

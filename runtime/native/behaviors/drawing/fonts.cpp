@@ -1,5 +1,6 @@
 // Fonts, the folders in which they are searched, and formats of text.
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 
@@ -9,6 +10,7 @@
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/records.h"
+#include "runtime/native/core/text.h"
 
 namespace zelmor::embed {
 
@@ -124,6 +126,7 @@ void reset() {
 }
 // Nothing to do: fonts are searched when text is drawn.
 void update() {}
+// Until something is set, a font that is missing is replaced.
 bool system_alternative() {
     const Value& value = static_property(settings_type(), "GetSystemAlternativeFont");
     const auto* chosen = std::get_if<bool>(&value);
@@ -157,6 +160,27 @@ void set_tabs(TextFormat& self, float first_offset, const VariantArg* stops) {
     self.set_tab_stops(read_array<float>(stops, "tab_stops"));
     set_property(self, "FirstTabOffset", double{first_offset});
 }
+// Digits are always drawn as they stand in the text.
+void set_digit_substitution(TextFormat& self, api::StringDigitSubstitute value) {
+    if (value != api::StringDigitSubstitute::kUser && value != api::StringDigitSubstitute::kNone) {
+        throw_not_supported("The value " + std::to_string(number_of(value)) +
+                            " of StringFormat.DigitSubstitutionMethod");
+    }
+    set_property(self, "DigitSubstitutionMethod", value);
+}
+void set_digit_language(TextFormat&, int32_t value) {
+    if (value != 0) {
+        throw_not_supported("The value " + std::to_string(value) + " of StringFormat.DigitSubstitutionLanguage");
+    }
+}
+// Across; lines have the distance that the font gives them.
+void set_spacing(TextFormat& self, const PointFValue& value) {
+    if (!std::isfinite(value.x) || value.y != 0) {
+        throw_not_supported("A distance of (" + to_utf8(number_text(value.x)) + ", " + to_utf8(number_text(value.y)) +
+                            ") between characters (StringFormat.CustomCharIdent)");
+    }
+    set_property(self, "CustomCharIdent", box(value));
+}
 Ref<ManagedObject> generic_default() {
     return make_instance(TextFormat::kManagedName);
 }
@@ -187,10 +211,14 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&set_folder, api::FontSettings::call_000_SetFontsFolder>(),
     behavior<&set_folders, api::FontSettings::call_000_SetFontsFolders>(),
     behavior<&reset, api::FontSettings::call_000_Reset>(),
+    behavior<&system_alternative, api::FontSettings::getsa_GetSystemAlternativeFont>(),
     behavior<&update, api::FontSettings::call_000_UpdateFonts, api::OpenTypeFontsCache::call_000_UpdateCache>(),
     behavior<&format_of_flags, api::StringFormat::ctor_001_StringFormat, api::StringFormat::call_000_CreateFromFlags>(),
     behavior<&format_like, api::StringFormat::ctor_002_StringFormat, api::StringFormat::call_000_CreateFromFormat>(),
     behavior<&set_tabs, api::StringFormat::call_000_SetTabStops>(),
+    behavior<&set_digit_substitution, api::StringFormat::set_DigitSubstitutionMethod>(),
+    behavior<&set_digit_language, api::StringFormat::set_DigitSubstitutionLanguage>(),
+    behavior<&set_spacing, api::StringFormat::set_CustomCharIdent>(),
     behavior<&generic_default, api::StringFormat::getsa_GenericDefault>(),
     behavior<&generic_typographic, api::StringFormat::getsa_GenericTypographic>(),
 });

@@ -286,6 +286,24 @@ void end_update(GraphicsObject& self) {
 void set_clip(GraphicsObject& self, RegionObject* region) {
     self.set_clip(region);
 }
+// Colors are always mixed by their numbers.
+void set_compositing_quality(GraphicsObject& self, api::CompositingQuality value) {
+    if (value == api::CompositingQuality::kGammaCorrected) {
+        throw_not_supported("The value " + std::to_string(number_of(value)) + " of Graphics.CompositingQuality");
+    }
+    if (number_of(value) < number_of(api::CompositingQuality::kDefault) ||
+        number_of(value) > number_of(api::CompositingQuality::kAssumeLinear)) {
+        throw_out_of_range("value",
+                           "The value " + std::to_string(number_of(value)) + " is no valid one of CompositingQuality.");
+    }
+    set_property(self, "CompositingQuality", value);
+}
+// An image of lines is painted on as what it is.
+void set_paintable_image_options(GraphicsObject&, Record* value) {
+    if (value != nullptr) {
+        throw_not_supported("A value of Graphics.PaintableImageOptions");
+    }
+}
 void clear(GraphicsObject& self, const ColorValue& color) {
     self.draw(self.image_rect(), [&](drawwork::Canvas& canvas, const PixelArea&) { canvas.clear(color.argb); });
 }
@@ -296,6 +314,8 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&dpi_y, api::Graphics::get_DpiY>(),
     behavior<&is_updating, api::Graphics::get_IsInBeginUpdateCall>(),
     behavior<&set_clip, api::Graphics::set_Clip>(),
+    behavior<&set_compositing_quality, api::Graphics::set_CompositingQuality>(),
+    behavior<&set_paintable_image_options, api::Graphics::set_PaintableImageOptions>(),
     behavior<&begin_update, api::Graphics::call_000_BeginUpdate>(),
     behavior<&end_update, api::Graphics::call_000_EndUpdate>(),
     behavior<&clear, api::Graphics::call_000_Clear>(),

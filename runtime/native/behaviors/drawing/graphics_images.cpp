@@ -74,8 +74,24 @@ Paint source_paint(const ImageObject& image, const RectD& part, const ImageAttri
     }
     if (attributes != nullptr) {
         attributes->for_images().apply(paint.pixels);
+        if (!inside) {
+            add_mirrored(paint, flips_sideways(attributes->wrap_mode), flips_upright(attributes->wrap_mode));
+        }
     }
     return paint;
+}
+
+// The color around the source, where the part reaches beyond it and nothing is repeated.
+void fill_outside(drawwork::Canvas& canvas, const ImageObject& image, const RectD& part, const Affine& placing,
+                  const ImageAttributesObject& attributes, bool smooth) {
+    const RectD whole = all_of(image);
+    const double left = std::clamp(part.x, 0.0, whole.width), right = std::clamp(part.right(), 0.0, whole.width);
+    const double top = std::clamp(part.y, 0.0, whole.height), bottom = std::clamp(part.bottom(), 0.0, whole.height);
+    const Outline around =
+        transformed({rectangle_contour(part), rectangle_contour({left, top, right - left, bottom - top})}, placing);
+    Paint paint;
+    paint.color = attributes.outside;
+    canvas.fill(around, FillRule::kAlternate, paint, smooth);
 }
 
 void draw_part(Graphics& self, ManagedObject* source, const RectD& part, const std::vector<PointD>& corners,
@@ -99,6 +115,10 @@ void draw_part(Graphics& self, ManagedObject* source, const RectD& part, const s
         Paint paint = source_paint(image, part, attributes);
         paint.placing = paint.placing.then(placing);
         paint.sampling = sampling_of(self);
+        if (attributes != nullptr && attributes->wrap_mode == api::WrapMode::kClamp && attributes->outside >> 24 != 0 &&
+            paint.extend == Extend::kNone) {
+            fill_outside(canvas, image, part, placing, *attributes, !upright && self.smooth());
+        }
         canvas.fill(outline, FillRule::kAlternate, paint, !upright && self.smooth());
     });
 }

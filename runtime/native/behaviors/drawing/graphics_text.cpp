@@ -57,8 +57,10 @@ void draw(Graphics& self, const Text& text, const ManagedObject* font, const Man
                     placed.extent.height + 2 * margin};
     const RectD reach = bounds_of(transformed({rectangle_contour(box)}, to_pixels));
     self.draw(reach, [&](drawwork::Canvas& canvas, const PixelArea& area) {
-        if (placed.clipped) {
-            canvas.clip(transformed({rectangle_contour(frame)}, to_pixels), FillRule::kAlternate, self.smooth());
+        if (placed.clip) {
+            const RectD shown{frame.x + placed.clip->x, frame.y + placed.clip->y, placed.clip->width,
+                              placed.clip->height};
+            canvas.clip(transformed({rectangle_contour(shown)}, to_pixels), FillRule::kAlternate, self.smooth());
         }
         const Paint paint = paint_of(brush, {to_pixels, area});
         canvas.text(placed.layout, Affine::translation(at.x, at.y).then(to_pixels), paint);
@@ -85,12 +87,28 @@ void draw_in(Graphics& self, const Text& text, Record* font, ManagedObject* brus
     draw(self, text, font, brush, frame, nullptr);
 }
 
+// The text without the spaces at the ends of its lines.
+std::u16string without_trailing_spaces(const std::u16string& text) {
+    std::u16string result;
+    for (const char16_t c : text) {
+        if (c == u'\n') {
+            result.erase(result.find_last_not_of(u' ') + 1);
+        }
+        result += c;
+    }
+    result.erase(result.find_last_not_of(u' ') + 1);
+    return result;
+}
+
 SizeFValue measure(Graphics& self, const Text& text, Record* font, const SizeFValue& area, Record* format) {
     const double scale = font_scale(self, font);
     if (!text || text->empty()) {
         return {};
     }
-    const PlacedText placed = place_text(*text, font, format, area.width, area.height, scale);
+    const int64_t flags = format != nullptr ? property_int(*format, "FormatFlags") : 0;
+    const bool whole = (flags & number_of(api::StringFormatFlags::kMeasureTrailingSpaces)) != 0;
+    const PlacedText placed =
+        place_text(whole ? *text : without_trailing_spaces(*text), font, format, area.width, area.height, scale);
     const auto within = [](double extent, float room) {
         return static_cast<float>(room > 0 ? std::min(extent, double{room}) : extent);
     };

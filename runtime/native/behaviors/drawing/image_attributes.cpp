@@ -209,9 +209,11 @@ void clear_brush_remap(Attributes& self) {
 }
 
 void set_wrap_clamped(Attributes& self, api::WrapMode mode, const ColorValue& color, bool clamp) {
+    if (clamp) {
+        throw_not_supported("The value True of clamp in ImageAttributes.SetWrapMode");
+    }
     self.wrap_mode = mode;
     self.outside = color.argb;
-    self.clamp = clamp;
 }
 void set_wrap_color(Attributes& self, api::WrapMode mode, const ColorValue& color) {
     set_wrap_clamped(self, mode, color, false);
@@ -285,7 +287,6 @@ Ref<ManagedObject> ImageAttributesObject::copy() const {
     twin->adjustments = adjustments;
     twin->wrap_mode = wrap_mode;
     twin->outside = outside;
-    twin->clamp = clamp;
     return twin;
 }
 

@@ -48,8 +48,7 @@ class ImageAttributesObject final : public Record {
     const ColorAdjustment& of(ColorAdjustType type) const { return adjustments[static_cast<size_t>(type)]; }
     std::array<ColorAdjustment, kKinds> adjustments;  // by ColorAdjustType
     api::WrapMode wrap_mode = api::WrapMode::kClamp;  // nothing outside the image
-    Argb outside = 0;
-    bool clamp = false;
+    Argb outside = 0;                                 // the color there, where nothing is repeated
 
     // The settings for images and for brushes: their own if there are any, otherwise those for everything.
     const ColorAdjustment& for_images() const;

@@ -171,6 +171,11 @@ EndCap end_cap_of(LineCap line_cap) {
     }
 }
 
+std::pair<EndCap, EndCap> stroke_caps_of(const ManagedObject& custom_cap) {
+    const auto& cap = dynamic_cast<const CustomCap&>(custom_cap);
+    return {end_cap_of(cap.start), end_cap_of(cap.end)};
+}
+
 Join join_of(api::LineJoin join) {
     switch (join) {
         case api::LineJoin::kMiter:

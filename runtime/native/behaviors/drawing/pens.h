@@ -2,6 +2,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PENS_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_DRAWING_PENS_H
 
+#include <utility>
 #include <vector>
 
 #include "generated/runtime/Zelmor.Imaging.h"
@@ -18,6 +19,8 @@ EndCap end_cap_of(LineCap line_cap);
 Join join_of(api::LineJoin join);
 // The part of a pen that widens outlines. Anchors and dashes are not in it.
 PenShape pen_shape(const ManagedObject& pen);
+// The ends of the lines in the stroked path of a CustomLineCap.
+std::pair<EndCap, EndCap> stroke_caps_of(const ManagedObject& custom_cap);
 // The lengths of dashes and gaps in units of the pen's width; empty for an unbroken line.
 std::vector<double> dashes_of(const ManagedObject& pen);
 

@@ -3,6 +3,9 @@
 // A line is centered on the pixels that its coordinates name, so that one of the width 1 along whole coordinates covers
 // one row of pixels; hence the half pixel between strokes and fills.
 #include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <tuple>
 
 #include "runtime/native/behaviors/drawing/graphics.h"
 #include "runtime/native/behaviors/drawing/shapes.h"
@@ -78,12 +81,52 @@ Outline cap_outline(LineCap cap, const ManagedObject* custom) {
     if (const auto path = property_object(*custom, "StrokePath")) {
         PenShape pen;
         pen.join = join_of(property_enum<api::LineJoin>(*custom, "StrokeJoin"));
+        std::tie(pen.start_cap, pen.end_cap) = stroke_caps_of(*custom);
         const Outline lines = widened(cast_object<PathObject>(*path).outline(), pen, kStrokeFlatness / 10);
         outline.insert(outline.end(), lines.begin(), lines.end());
     }
     const double scale = property_double(*custom, "WidthScale");
     return transformed(outline, Affine::scaling(scale, scale));
 }
+
+// Where a line is in a pattern of dashes and gaps, which repeats.
+class DashWalk {
+ public:
+    DashWalk(const std::vector<double>& lengths, double offset) : m_lengths(lengths) {
+        double cycle = 0;
+        for (const double length : lengths) {
+            cycle += length;
+        }
+        // A pattern of an odd number of lengths has its gaps and dashes exchanged the second time.
+        cycle *= lengths.size() % 2 == 0 ? 1 : 2;
+        assert(cycle > 0);
+        m_rest = lengths.front();
+        double left = std::fmod(offset, cycle);
+        for (left = left < 0 ? left + cycle : left; left >= m_rest;) {
+            left -= m_rest;
+            next();
+        }
+        m_rest -= left;
+    }
+    double rest() const { return m_rest; }
+    bool draws() const { return m_index % 2 == 0; }
+    // Goes on by a distance that is not beyond the rest; true where a dash or gap ends there.
+    bool advance(double distance) {
+        if (distance < m_rest) {
+            m_rest -= distance;
+            return false;
+        }
+        next();
+        return true;
+    }
+
+ private:
+    void next() { m_rest = m_lengths[++m_index % m_lengths.size()]; }
+
+    const std::vector<double>& m_lengths;
+    size_t m_index = 0;
+    double m_rest = 0;
+};
 
 // A pen's object, read once for a drawing.
 class PenUse {
@@ -120,7 +163,8 @@ class PenUse {
         for (size_t i = 0; i + 1 < bands.size(); i += 2) {
             m_bands.push_back({bands[i], bands[i + 1]});
         }
-        m_insets = property_enum<api::PenAlignment>(pen, "Alignment") == api::PenAlignment::kInset;
+        m_alignment = property_enum<api::PenAlignment>(pen, "Alignment");
+        m_triangles = !m_dashes.empty() && property_enum<api::DashCap>(pen, "DashCap") == api::DashCap::kTriangle;
     }
 
     // How far from the outline the pen paints.
@@ -136,6 +180,13 @@ class PenUse {
     bool reaches_anywhere() const { return m_start == LineCap::kCustom || m_end == LineCap::kCustom; }
 
     void draw(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth) const {
+        if (m_alignment == api::PenAlignment::kLeft || m_alignment == api::PenAlignment::kRight) {
+            PenUse centered = *this;
+            centered.m_alignment = api::PenAlignment::kCenter;
+            const double half = m_shape.width / 2;
+            return centered.draw(canvas, beside(outline, m_alignment == api::PenAlignment::kLeft ? -half : half), paint,
+                                 smooth);
+        }
         if (!m_bands.empty()) {
             return draw_bands(canvas, outline, paint, smooth);
         }
@@ -192,18 +243,78 @@ class PenUse {
         if (!m_dashes.empty() && !(length < cycle * kMostDashes)) {
             line.dashes.clear();
         }
-        if (m_insets && std::all_of(outline.begin(), outline.end(), [](const Contour& c) { return c.closed; })) {
-            canvas.clip(outline, FillRule::kAlternate, smooth);
+        const bool inside = m_alignment == api::PenAlignment::kInset;
+        const bool one_side = (inside || m_alignment == api::PenAlignment::kOutset) &&
+                              std::all_of(outline.begin(), outline.end(), [](const Contour& c) { return c.closed; });
+        if (one_side) {
+            Outline side = outline;
+            if (!inside) {
+                const RectD box = bounds_of(outline);
+                const double around = 2 * reach();
+                side.push_back(rectangle_contour(
+                    {box.x - around, box.y - around, box.width + 2 * around, box.height + 2 * around}));
+            }
+            canvas.clip(side, FillRule::kAlternate, smooth);
             line.width *= 2;
         }
+        if (m_triangles && !line.dashes.empty()) {
+            PenShape body = m_shape;
+            body.width = line.width;
+            body.start_cap = body.end_cap = EndCap::kTriangle;
+            return canvas.fill(widened(dashed(outline, line), body, kStrokeFlatness), FillRule::kWinding, paint,
+                               smooth);
+        }
         canvas.stroke(outline, line, paint, smooth);
+    }
+    // The dashes as lines of their own.
+    Outline dashed(const Outline& outline, const Stroke& line) const {
+        const auto back = m_shape.nib.inverse();
+        Outline result;
+        if (!back) {
+            return result;
+        }
+        const double flatness = kStrokeFlatness / std::max(m_shape.nib.mean_scale(), 1e-9);
+        for (const Contour& contour : transformed(outline, *back)) {
+            std::vector<PointD> points = flattened(contour, flatness);
+            if (contour.closed && !points.empty() && points.front() != points.back()) {
+                points.push_back(points.front());
+            }
+            DashWalk walk(line.dashes, line.dash_offset);
+            std::vector<PointD> dash;
+            const auto end_dash = [&] {
+                if (dash.size() > 1) {
+                    result.push_back(polygon_contour(dash, false));
+                }
+                dash.clear();
+            };
+            for (size_t i = 1; i < points.size(); ++i) {
+                const PointD way = points[i] - points[i - 1];
+                const double length = way.length();
+                for (double done = 0; done < length;) {
+                    const double step = std::min(walk.rest(), length - done);
+                    const auto at = [&](double distance) { return points[i - 1] + way * (distance / length); };
+                    if (walk.draws()) {
+                        if (dash.empty()) {
+                            dash.push_back(at(done));
+                        }
+                        dash.push_back(at(done + step));
+                    }
+                    done = step < walk.rest() ? length : done + step;
+                    if (walk.advance(step)) {
+                        end_dash();
+                    }
+                }
+            }
+            end_dash();
+        }
+        return transformed(result, m_shape.nib);
     }
     // A compound pen: lines beside each other, from 0 on the left to 1 on the right of the way.
     void draw_bands(Canvas& canvas, const Outline& outline, const Paint& paint, bool smooth) const {
         for (const Band& band : m_bands) {
             PenUse part = *this;
             part.m_bands.clear();
-            part.m_insets = false;
+            part.m_alignment = api::PenAlignment::kCenter;
             part.m_shape.width = m_shape.width * (band.to - band.from);
             part.stroke(canvas, beside(outline, m_shape.width * ((band.from + band.to) / 2 - 0.5)), paint, smooth,
                         m_dashes.empty() ? simple_cap(m_start) : dash_cap());
@@ -247,34 +358,37 @@ class PenUse {
     }
     // The lines without the ends that would show beside the tip of an arrow.
     Outline shortened(const Outline& outline) const {
-        const double inset = 0.9 * m_shape.width * m_shape.nib.mean_scale();
-        const auto arrow = [](LineCap cap) { return cap == LineCap::kArrowAnchor; };
+        const double width = m_shape.width * m_shape.nib.mean_scale();
+        constexpr double kOfArrow = 0.9;
+        const auto inset = [&](LineCap cap, const char* custom) {
+            return width * (cap == LineCap::kArrowAnchor ? kOfArrow : base_inset(cap, custom));
+        };
         Outline lines = outline;
         for (Contour& contour : lines) {
             LineEnd start, end;
             if (contour.closed || !ends_of(contour, start, end)) {
                 continue;
             }
-            if (arrow(m_start)) {
-                contour.start = contour.start - start.direction * inset;
-            }
-            if (arrow(m_end)) {
-                contour.segments.back().end = contour.segments.back().end - end.direction * inset;
-            }
+            contour.start = contour.start - start.direction * inset(m_start, "CustomStartCap");
+            contour.segments.back().end = contour.segments.back().end - end.direction * inset(m_end, "CustomEndCap");
         }
         return lines;
+    }
+    // How far from its end a line with a custom cap ends, in widths of the pen.
+    double base_inset(LineCap cap, const char* custom) const {
+        const auto object = cap == LineCap::kCustom ? property_object(m_pen, custom) : nullptr;
+        return object ? property_double(*object, "BaseInset") : 0;
     }
     Outline caps_of(const Outline& outline) const {
         Outline caps;
         const double width = m_shape.width * m_shape.nib.mean_scale();
         const bool mirrored = m_shape.nib.determinant() < 0;
-        const auto add = [&](const LineEnd& end, LineCap cap, const char* custom) {
-            const auto object = property_object(m_pen, custom);
+        const auto add_cap = [&](const LineEnd& end, LineCap cap, const ManagedObject* custom) {
             const PointD d = end.direction * width;
             // From the cap's space: y along the line, x across it. All turn the way that the line does, for the winding
             // rule.
             const Affine placing{d.y, -d.x, d.x, d.y, end.at.x, end.at.y};
-            for (Contour& contour : transformed(cap_outline(cap, object.get()), placing)) {
+            for (Contour& contour : transformed(cap_outline(cap, custom), placing)) {
                 contour.closed = true;
                 const std::vector<PointD> points = flattened(contour, kStrokeFlatness);
                 double area = 0;
@@ -284,6 +398,18 @@ class PenUse {
                 }
                 caps.push_back((area < 0) != mirrored ? reversed(contour) : contour);
             }
+        };
+        // Below a custom cap the line has an end of its own.
+        const auto add = [&](const LineEnd& end, LineCap cap, const char* custom) {
+            const auto object = property_object(m_pen, custom);
+            if (cap == LineCap::kCustom && object) {
+                const LineEnd base{end.at - end.direction * (width * base_inset(cap, custom)), end.direction};
+                const auto base_cap = property_enum<LineCap>(*object, "BaseCap");
+                if (base_cap != LineCap::kCustom) {
+                    add_cap(base, base_cap, nullptr);
+                }
+            }
+            add_cap(end, cap, object.get());
         };
         for (const Contour& contour : outline) {
             LineEnd start, end;
@@ -304,7 +430,8 @@ class PenUse {
         double from, to;
     };
     std::vector<Band> m_bands;  // of a compound pen
-    bool m_insets = false;
+    api::PenAlignment m_alignment = api::PenAlignment::kCenter;
+    bool m_triangles = false;  // at the ends of dashes
 };
 
 }  // namespace

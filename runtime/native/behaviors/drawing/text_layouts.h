@@ -15,11 +15,12 @@ struct PlacedText {
     drawwork::TextLayout layout;
     drawwork::PointD offset;
     drawwork::TextExtent extent;
-    bool clipped = false;  // to the frame
+    std::optional<RectD> clip;  // in relation to the frame's corner
 };
 
 // A width or height of 0 does not limit the text. `font_scale` is the length of a unit of the font's size in world
-// units. ArgumentNullException for no font, NotSupportedException for vertical text.
+// units. ArgumentNullException for no font, NotSupportedException for vertical text and other settings that nothing is
+// done for.
 PlacedText place_text(const std::u16string& text, const ManagedObject* font, const ManagedObject* format, double width,
                       double height, double font_scale);
 

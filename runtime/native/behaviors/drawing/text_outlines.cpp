@@ -1,5 +1,6 @@
 // Laying out text with fonts and formats, and the outlines of text shapes.
 #include <algorithm>
+#include <cmath>
 
 #include "runtime/native/behaviors/drawing/fonts.h"
 #include "runtime/native/behaviors/drawing/graphics.h"
@@ -63,6 +64,32 @@ TextTrimming trimming_of(StringTrimming trimming) {
     }
 }
 
+// The text with each line cut where it reaches the width of the layout: at a character, or between words.
+void cut_lines(TextLayout& layout, bool at_characters) {
+    TextLayout one = layout;
+    one.wrap = true;
+    one.breaks_words = at_characters;
+    one.mnemonic = -1;
+    std::string cut;
+    int32_t mnemonic = -1;
+    for (size_t at = 0; at <= layout.text.size();) {
+        const size_t end = std::min(layout.text.find('\n', at), layout.text.size());
+        one.text = layout.text.substr(at, end - at);
+        const std::string kept = drawing_backend().lines_of(one).front().text;
+        const int64_t marked = layout.mnemonic - static_cast<int64_t>(at);
+        if (marked >= 0 && marked < static_cast<int64_t>(kept.size())) {
+            mnemonic = static_cast<int32_t>(static_cast<int64_t>(cut.size()) + marked);
+        }
+        cut += kept;
+        if (end < layout.text.size()) {
+            cut += '\n';
+        }
+        at = end + 1;
+    }
+    layout.text = std::move(cut);
+    layout.mnemonic = mnemonic;
+}
+
 TextAlignment alignment_of(StringAlignment alignment) {
     switch (alignment) {
         case StringAlignment::kNear:
@@ -93,6 +120,13 @@ void set_format(TextLayout& layout, const ManagedObject& format, const std::u16s
     if (has_flag(flags, StringFormatFlags::kDirectionVertical)) {
         throw_not_supported("Drawing vertical text (StringFormatFlags.DIRECTION_VERTICAL)");
     }
+    if (has_flag(flags, StringFormatFlags::kExactAlignment)) {
+        throw_not_supported("Aligning text by its exact width (StringFormatFlags.EXACT_ALIGNMENT)");
+    }
+    layout.fallback = !has_flag(flags, StringFormatFlags::kNoFontFallback);
+    layout.shows_controls = has_flag(flags, StringFormatFlags::kDisplayFormatControl);
+    const Ref<ManagedObject> spacing = property_object(format, "CustomCharIdent");
+    layout.letter_spacing = spacing ? unbox<PointFValue>(*spacing).x : 0;
     layout.right_to_left = has_flag(flags, StringFormatFlags::kDirectionRightToLeft);
     layout.wrap = !has_flag(flags, StringFormatFlags::kNoWrap);
     layout.alignment = alignment_of(property_enum<StringAlignment>(format, "Alignment"));
@@ -113,6 +147,18 @@ void set_format(TextLayout& layout, const ManagedObject& format, const std::u16s
     }
 }
 
+// Lowers the height to that of the whole lines that fit into a room; false where not even one does.
+bool keep_whole_lines(PlacedText& placed, double room) {
+    if (placed.extent.height <= room) {
+        return true;
+    }
+    const auto count = static_cast<double>(drawing_backend().lines_of(placed.layout).size());
+    const double line = placed.extent.height / count;
+    const double whole = std::floor(room / line);
+    placed.extent.height = whole * line;
+    return whole > 0;
+}
+
 }  // namespace
 
 PlacedText place_text(const std::u16string& text, const ManagedObject* font, const ManagedObject* format, double width,
@@ -124,6 +170,10 @@ PlacedText place_text(const std::u16string& text, const ManagedObject* font, con
     PlacedText placed;
     TextLayout& layout = placed.layout;
     const FontChoice choice = font_choice();
+    // Text is Unicode, and any font may have its characters; those of a symbol font are no characters.
+    if (const auto set = property_enum<api::CharacterSet>(*font, "CharacterSet"); set == api::CharacterSet::kSymbol) {
+        throw_not_supported("The value " + std::to_string(number_of(set)) + " of Font.CharacterSet");
+    }
     const int64_t style = property_int(*font, "Style");
     layout.text = to_utf8(text);
     layout.family = family_of(*font, choice);
@@ -155,13 +205,33 @@ PlacedText place_text(const std::u16string& text, const ManagedObject* font, con
         throw_argument("The font is too large to be drawn.");
     }
     std::replace(layout.text.begin(), layout.text.end(), '\0', ' ');  // text ends there for the library
+    const bool limited = height > 0 && has_flag(flags, StringFormatFlags::kLineLimit);
+    if (const auto trimming =
+            format != nullptr ? property_enum<StringTrimming>(*format, "Trimming") : StringTrimming::kNone;
+        !layout.wrap && width > 0 && (trimming == StringTrimming::kCharacter || trimming == StringTrimming::kWord)) {
+        cut_lines(layout, trimming == StringTrimming::kCharacter);
+    }
     placed.extent = drawing_backend().measure(layout);
+    if (limited && !keep_whole_lines(placed, height)) {
+        placed.layout.text.clear();
+        placed.extent = {};
+        return placed;
+    }
     // Lines without a frame are aligned at the point.
     const bool framed = width > 0 && layout.wrap;
     const double room = framed ? 0 : (width > 0 ? width : 0) - placed.extent.width;
     placed.offset.x = framed ? 0 : room * room_before(layout.alignment);
     placed.offset.y = ((height > 0 ? height : 0) - placed.extent.height) * room_before(line_alignment);
-    placed.clipped = width > 0 && height > 0 && !has_flag(flags, StringFormatFlags::kNoClip);
+    const bool clipped = width > 0 && height > 0 && !has_flag(flags, StringFormatFlags::kNoClip);
+    if (clipped) {
+        placed.clip = RectD{0, 0, width, height};
+    }
+    if (limited) {
+        // Letters reach beyond the sides of their line, by less than that.
+        const double side = clipped ? 0 : width + placed.extent.width + kLargest;
+        const double top = std::max(placed.offset.y, clipped ? 0.0 : placed.offset.y);
+        placed.clip = RectD{-side, top, (clipped ? width : 0) + 2 * side, placed.extent.height};
+    }
     return placed;
 }
 
@@ -182,7 +252,16 @@ Outline text_outline(const FramedShape& shape) {
             return {};
         }
         const Affine place = Affine::translation(placed.offset.x, placed.offset.y).then(shape.placing());
-        return transformed(drawing_backend().outline_of(placed.layout), place);
+        Outline outline = drawing_backend().outline_of(placed.layout);
+        if (placed.clip) {
+            // Of the lines that are not shown; a letter that is cut by a side stays whole.
+            const double bottom = placed.clip->bottom() - placed.offset.y;
+            std::erase_if(outline, [&](const Contour& contour) {
+                const RectD box = bounds_of({contour});
+                return box.y + box.height / 2 > bottom;
+            });
+        }
+        return transformed(outline, place);
     } catch (const drawwork::DrawError& error) {
         throw_invalid_operation(std::string("The text has no outline: ") + error.what() + ".");
     }

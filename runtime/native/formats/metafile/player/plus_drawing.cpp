@@ -234,8 +234,9 @@ void PlusPlayer::text(const std::u16string& text, const ManagedObject& font_data
     }
     use_clip();
     m_canvas.save();
-    if (placed.clipped) {
-        m_canvas.clip(transformed({rectangle_contour(frame)}, to_canvas), FillRule::kAlternate, m_rendering.smooth);
+    if (placed.clip) {
+        const RectD shown{frame.x + placed.clip->x, frame.y + placed.clip->y, placed.clip->width, placed.clip->height};
+        m_canvas.clip(transformed({rectangle_contour(shown)}, to_canvas), FillRule::kAlternate, m_rendering.smooth);
     }
     const PointD at = PointD{frame.x, frame.y} + placed.offset;
     show_text(m_canvas, placed.layout, Affine::translation(at.x, at.y).then(to_canvas), *paint, m_rendering.smooth);

@@ -213,7 +213,8 @@ Ref<ManagedObject> plus_font(const ManagedObject& font) {
 
 Ref<ManagedObject> plus_format(const ManagedObject& format) {
     auto made = make_instance(api::StringFormat::kType.name);
-    set_property(*made, "FormatFlags", whole_in(format, "StringFormatFlags") & 0x7FFFFFFF);
+    constexpr int64_t kOfTheFormat = 0x7FFF;  // and one that does not concern the drawing
+    set_property(*made, "FormatFlags", whole_in(format, "StringFormatFlags") & kOfTheFormat);
     set_property(*made, "Alignment", std::clamp<int64_t>(whole_in(format, "StringAlignment"), 0, 2));
     set_property(*made, "LineAlignment", std::clamp<int64_t>(whole_in(format, "LineAlign"), 0, 2));
     set_property(*made, "Trimming", std::clamp<int64_t>(whole_in(format, "Trimming"), 0, 5));
