@@ -8,6 +8,8 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg2000.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Png.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Psd.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.Enums.h"
+#include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/values/known_colors.h"
@@ -48,6 +50,7 @@ constexpr DefaultValue kDefaults[] = {
     {WebPOptions::property_Quality, 75.0},
 
     {TiffOptions::property_CompressedQuality, 75},
+    {TiffOptions::property_ResolutionUnit, api::FileFormats::Tiff::Enums::TiffResolutionUnits::kInch},
     {TiffOptions::property_RowsPerStrip, 64},
 
     {PsdOptions::property_Version, 6},
@@ -67,6 +70,7 @@ constexpr DefaultValue kDefaults[] = {
     {SvgRasterizationOptions::property_ScaleY, 1.0},
     {CdrRasterizationOptions::property_ScaleX, 1.0},
     {CdrRasterizationOptions::property_ScaleY, 1.0},
+    {WmfRasterizationOptions::property_RenderMode, api::FileFormats::Wmf::WmfRenderMode::kAuto},
 
     {RdOptimizerSettings::property_BppScale, 100},
     {RdOptimizerSettings::property_BppMax, 4.0},

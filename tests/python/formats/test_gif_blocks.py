@@ -5,15 +5,18 @@ from __future__ import annotations
 import io
 from typing import Any
 
+import numpy as np
 import pytest
 from hypothesis import given
 from hypothesis import strategies as st
 from PIL import Image as Pillow
-from zelmor.imaging import ColorPalette, StreamContainer
-from zelmor.imaging.fileformats.gif import DisposalMethod, GifBlocksRegistry
+from zelmor.imaging import ColorPalette, Image, StreamContainer
+from zelmor.imaging.fileformats.gif import DisposalMethod, GifBlocksRegistry, GifImage
 from zelmor.imaging.fileformats.gif.blocks import (
     GifApplicationExtensionBlock, GifCommentBlock, GifFrameBlock, GifGraphicsControlBlock, GifPlainTextRenderingBlock,
     GifUnknownExtensionBlock)
+
+from support.image_oracles import managed_error
 
 DATA = st.binary(max_size=600)
 
@@ -199,3 +202,21 @@ def test_palette_of_a_frame() -> None:
     assert GifFrameBlock.get_color_palette(own, of_file).entries_count == 2
     assert GifFrameBlock.get_color_palette(None, of_file).entries_count == 3
     assert GifFrameBlock.get_color_palette(None, None) is None
+
+
+def test_the_flags_of_a_file_are_those_of_its_frame() -> None:
+    picture = Pillow.fromarray(np.zeros((20, 20), np.uint8), "P")
+    picture.putpalette([0, 0, 0, 255, 0, 0, 0, 255, 0])
+    file = io.BytesIO()
+    picture.save(file, "GIF", interlace=True)
+    frame = GifImage._cast_to(Image.load(io.BytesIO(file.getvalue()))).value.active_frame
+    bits = frame.palette.entries_count.bit_length() - 1
+    assert frame.gif_frame_bits_per_pixel == bits
+    assert frame.flags == 0x80 | 0x40 | (bits - 1) == GifFrameBlock.create_flags(frame.palette, False, True)
+    frame.flags = 0x80 | 0x20 | (bits - 1)
+    assert (frame.interlaced, frame.is_palette_sorted, frame.flags) == (False, True, 0x80 | 0x20 | (bits - 1))
+    with managed_error("NotSupportedException", "GifFrameBlock.Flags"):
+        frame.flags = 0
+    with managed_error("NotSupportedException", "GifFrameBlock.GifFrameBitsPerPixel", "GifOptions.ColorResolution"):
+        frame.gif_frame_bits_per_pixel = 7 if bits != 7 else 6
+    frame.gif_frame_bits_per_pixel = bits

@@ -2,13 +2,20 @@
 
 from __future__ import annotations
 
+import struct
+from pathlib import Path
 from typing import Any
 
 import pytest
-from zelmor.imaging import Figure, GraphicsPath, PointF, RectangleF, Size
+from PIL import Image as Pillow
+from PIL import TiffImagePlugin
+from zelmor.imaging import Figure, GraphicsPath, Image, PointF, RectangleF, Size
 from zelmor.imaging.fileformats.core.vectorpaths import BezierKnotRecord, LengthRecord, VectorPathType
+from zelmor.imaging.fileformats.tiff import TiffFrame, TiffImage
 from zelmor.imaging.fileformats.tiff.pathresources import PathResource, PathResourceConverter
 from zelmor.imaging.shapes import BezierShape, PolygonShape, RectangleShape
+
+from support.image_oracles import managed_error
 
 SIZE = Size(200, 100)
 
@@ -109,3 +116,100 @@ def test_what_is_no_path() -> None:
         PathResourceConverter.from_graphics_path(None, SIZE)
     with pytest.raises(RuntimeError, match="ArgumentOutOfRangeException.*too far"):
         PathResourceConverter.from_graphics_path(path_of(PolygonShape(points((1e6, 0), (0, 0)))), SIZE)
+
+
+# ---- Paths of TIFF pages
+
+RESOURCES = 34377
+
+
+def with_resources(path: Path, resources: bytes) -> Any:
+    info = TiffImagePlugin.ImageFileDirectory_v2()
+    info[RESOURCES], info.tagtype[RESOURCES] = resources, 1
+    Pillow.new("RGB", (200, 100)).save(path, tiffinfo=info)
+    return TiffImage._cast_to(Image.load(str(path))).value
+
+
+def resource(number: int, name: bytes, data: bytes) -> bytes:
+    head = b"8BIM" + struct.pack(">HB", number, len(name)) + name + bytes((len(name) + 1) % 2)
+    return head + struct.pack(">I", len(data)) + data + bytes(len(data) % 2)
+
+
+def knots(*pairs: tuple[float, float]) -> bytes:
+    """A closed path: its rule, its length and its knots, with down before right."""
+    records = struct.pack(">h24x", 6) + struct.pack(">h24x", 8) + struct.pack(">hHh6xI10x", 0, len(pairs), 1, 5)
+    for x, y in pairs:
+        records += struct.pack(">h6i", 1, *[round(v * 2**24) for v in (y, x)] * 3)
+    return records
+
+
+def written(path: Path) -> bytes:
+    with Pillow.open(path) as picture:
+        return bytes(picture.tag_v2.get(RESOURCES, b""))
+
+
+PATH = resource(2000, b"Outline", knots((0.25, 0.25), (0.75, 0.25), (0.5, 0.75)))
+IPTC = resource(1028, b"", b"\x1c\x02\x05\x00\x05Title")
+
+
+def test_paths_of_a_page_are_read_and_written_again(tmp_path: Path) -> None:
+    image = with_resources(tmp_path / "a.tif", IPTC + PATH)
+    frame = image.frames[0]
+    [path] = frame.path_resources
+    assert (path.block_id, path.name) == (2000, "Outline")
+    length = cast(LengthRecord, path.records[2])
+    assert (length.bezier_knot_records_count, length.shape_index) == (3, 5)
+    anchors = [cast(BezierKnotRecord, record).path_points[1] for record in list(path.records)[3:]]
+    assert [(point.x, point.y) for point in anchors] == [(0.25, 0.25), (0.75, 0.25), (0.5, 0.75)]
+    image.save(str(tmp_path / "b.tif"))
+    assert written(tmp_path / "b.tif") == IPTC + PATH
+
+
+def test_paths_are_changed_added_and_taken_away(tmp_path: Path) -> None:
+    image = with_resources(tmp_path / "a.tif", PATH + IPTC)
+    frame = image.frames[0]
+    frame.path_resources[0].name = "Other"
+    [more] = PathResourceConverter.from_graphics_path(path_of(RectangleShape(RectangleF(50, 25, 100, 50))), SIZE)
+    more.block_id = 0
+    frame.path_resources.append(more)
+    image.save(str(tmp_path / "b.tif"))
+    data = written(tmp_path / "b.tif")
+    changed = resource(2000, b"Other", knots((0.25, 0.25), (0.75, 0.25), (0.5, 0.75)))
+    assert data.startswith(IPTC + changed)
+    assert data[len(IPTC + changed):].startswith(b"8BIM" + struct.pack(">H", 2001))
+    again = TiffImage._cast_to(Image.load(str(tmp_path / "b.tif"))).value.frames[0]
+    assert [path.block_id for path in again.path_resources] == [2000, 2001]
+    assert len(PathResourceConverter.to_graphics_path(list(again.path_resources), SIZE).figures) == 2
+    frame.path_resources = None
+    image.save(str(tmp_path / "c.tif"))
+    assert written(tmp_path / "c.tif") == IPTC
+
+
+def test_a_page_without_paths_gets_some(tmp_path: Path) -> None:
+    Pillow.new("RGB", (200, 100)).save(tmp_path / "a.tif")
+    image = TiffImage._cast_to(Image.load(str(tmp_path / "a.tif"))).value
+    assert image.frames[0].path_resources is None
+    image.frames[0].path_resources = list(PathResourceConverter.from_graphics_path(
+        path_of(RectangleShape(RectangleF(50, 25, 100, 50))), SIZE))
+    copy = TiffFrame.copy_frame(image.frames[0])
+    image.save(str(tmp_path / "b.tif"))
+    assert written(tmp_path / "b.tif").startswith(b"8BIM" + struct.pack(">HB", 2000, 6) + b"Path 1")
+    TiffImage(copy).save(str(tmp_path / "c.tif"))
+    assert written(tmp_path / "c.tif") == written(tmp_path / "b.tif")
+
+
+@pytest.mark.parametrize(("number", "name", "error"), [
+    (1999, "a", "ArgumentOutOfRangeException"), (2998, "a", "ArgumentOutOfRangeException"),
+    (2000, "x" * 256, "ArgumentException")])
+def test_paths_that_no_file_holds(tmp_path: Path, number: int, name: str, error: str) -> None:
+    Pillow.new("RGB", (200, 100)).save(tmp_path / "a.tif")
+    image = TiffImage._cast_to(Image.load(str(tmp_path / "a.tif"))).value
+    path = PathResource()
+    path.block_id, path.name = number, name
+    image.frames[0].path_resources = [path]
+    with managed_error(error):
+        image.save(str(tmp_path / "b.tif"))
+    path.block_id, path.name = 2000, "a"
+    image.frames[0].path_resources = [path, path]
+    with managed_error("ArgumentException", "2000"):
+        image.save(str(tmp_path / "b.tif"))

@@ -164,6 +164,13 @@ def test_a_page_is_put_straight_in_its_own_size(tmp_path: Path) -> None:
     assert grown.width > 400 and grown.height > 300
 
 
+def test_corners_of_a_page_with_alpha_are_clear(tmp_path: Path) -> None:
+    page = load(write(tmp_path / "a.png", np.dstack([text_page(), np.full((300, 400), 255, np.uint8)])))
+    page.rotate(7.0, False, Color.white)
+    page.normalize_angle()
+    assert [page.get_pixel(x, y).a for y in (0, 299) for x in (0, 399)] == [0] * 4
+
+
 def test_a_page_without_lines(tmp_path: Path) -> None:
     blank = np.full((50, 60, 3), 240, np.uint8)
     image = load(write(tmp_path / "a.png", blank))

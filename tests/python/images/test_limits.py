@@ -64,6 +64,9 @@ def test_a_negative_limit_is_refused() -> None:
     with managed_error("ArgumentOutOfRangeException", "LoadOptions.BufferSizeHint", "-1"):
         options.buffer_size_hint = -1
     assert options.buffer_size_hint == 0
+    with managed_error("ArgumentOutOfRangeException", "Configuration.BufferSizeHint", "-1"):
+        Configuration.set_buffer_size_hint(-1)
+    assert Configuration.buffer_size_hint == 0
 
 
 def test_frames_that_nobody_changed_are_let_go(tmp_path: Path) -> None:

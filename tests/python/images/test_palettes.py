@@ -11,14 +11,14 @@ import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (
     Color, ColorCompareMethod, ColorPalette, ColorPaletteHelper, ColorQuantizationMethod, DitheringMethod, Image,
-    PaletteMiningMethod, Rectangle, RotateFlipType)
+    ImageResizeSettings, PaletteMiningMethod, Rectangle, ResizeType, RotateFlipType)
 from zelmor.imaging.fileformats.png import PngColorType
 from zelmor.imaging.imageoptions import BmpOptions, GifOptions, PngOptions
 from zelmor.imaging.palettehelper import AdjustPalette
 
 from support import png_files
-from support.image_oracles import (HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, read, smooth, worst,
-                                   write)
+from support.image_oracles import (HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, read, smooth,
+                                   worst, write)
 
 FOUR = [0xFF000000, 0xFFFFFFFF, 0xFFFF0000, 0xFF0000FF]
 
@@ -384,3 +384,48 @@ def test_close_palettes_are_as_close_as_those_of_others(tmp_path: Path, count: i
     best = min(error(np.array(other.getpalette()[:3 * count], np.uint8).reshape(-1, 3)) for other in others)
     image = load(write(tmp_path / "a.png", source))
     assert error(rgb(entries(ColorPaletteHelper.get_close_image_palette(image, count)))) < best
+
+
+# ---- Resizing with settings
+
+
+def resize_settings(count: int, method: ColorQuantizationMethod) -> ImageResizeSettings:
+    settings = ImageResizeSettings()
+    settings.mode = ResizeType.BILINEAR_RESAMPLE
+    settings.entries_count, settings.color_quantization_method = count, method
+    return settings
+
+
+@pytest.mark.parametrize("method", list(ColorQuantizationMethod))
+@pytest.mark.parametrize("count", [2, 16, 256])
+def test_an_indexed_picture_stays_one_when_it_is_resized_with_settings(
+        tmp_path: Path, count: int, method: ColorQuantizationMethod) -> None:
+    path, _, _ = indexed(tmp_path / "a.png")
+    true_color, image = load(path), load(path)
+    true_color.resize(WIDTH * 2, HEIGHT * 2, ResizeType.BILINEAR_RESAMPLE)
+    image.resize(WIDTH * 2, HEIGHT * 2, resize_settings(count, method))
+    assert not true_color.use_palette and image.use_palette
+    helper = AdjustPalette.get_close_image_palette(true_color, count, method, ColorCompareMethod.EUCLIDIAN)
+    colors = entries(image.palette)
+    assert colors == entries(helper) and len(colors) <= count
+    expected = nearest(pixels(true_color, tmp_path), colors)
+    assert worst(pixels(image, tmp_path), expected) == 0
+
+
+def test_settings_are_those_of_palettes_only(tmp_path: Path) -> None:
+    plain, with_settings = (load(write(tmp_path / "a.png", noise())) for _ in range(2))
+    plain.resize(20, 15, ResizeType.BILINEAR_RESAMPLE)
+    with_settings.resize(20, 15, resize_settings(2, ColorQuantizationMethod.NONE))
+    assert worst(pixels(plain, tmp_path), pixels(with_settings, tmp_path)) == 0
+    for count in (0, 257):
+        with managed_error("ArgumentOutOfRangeException", "ImageResizeSettings.EntriesCount", str(count)):
+            plain.resize_width_proportionally(10, resize_settings(count, ColorQuantizationMethod.NONE))
+
+
+def test_a_clear_color_stays_clear(tmp_path: Path) -> None:
+    picture = Pillow.fromarray(np.repeat(np.arange(4, dtype=np.uint8), 4 * 40).reshape(16, 40), "P")
+    picture.putpalette([255, 0, 0, 0, 255, 0, 0, 0, 255, 9, 9, 9])
+    picture.save(tmp_path / "a.png", transparency=0)
+    image = load(tmp_path / "a.png")
+    image.resize_height_proportionally(8, resize_settings(4, ColorQuantizationMethod.POPULARITY))
+    assert image.use_palette and image.get_pixel(5, 0).a == 0 and image.get_pixel(5, 4).a == 255

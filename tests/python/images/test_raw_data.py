@@ -8,8 +8,8 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import (CmykColor, CmykColorHelper, Color, ColorPalette, PixelDataFormat, RawDataSettings,
-                            Rectangle)
+from zelmor.imaging import (CmykColor, CmykColorHelper, Color, ColorPalette, DitheringMethods, PixelDataFormat,
+                            RawDataSettings, Rectangle)
 
 from support.child import run_child
 from support.image_oracles import HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, worst, write
@@ -345,3 +345,59 @@ def test_what_raw_data_refuses(tmp_path: Path) -> None:
     with managed_error("ArgumentException", "index 3"):
         image.save_raw_data(b"\3" * 12, 0, area, settings(PixelDataFormat.rgb_indexed_8_bpp, color_palette=palette))
     assert worst(pixels(image, tmp_path), noise(3)) == 0
+
+
+# ---- indices that the palette does not have
+
+
+def indices() -> RawDataSettings:
+    settings = RawDataSettings()
+    settings.pixel_data_format = PixelDataFormat.rgb_indexed_8_bpp
+    settings.color_palette = ColorPalette([-1, -65536, -16711936])  # white, red, green
+    return settings
+
+
+def test_a_fallback_stands_for_indices_without_a_color(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    settings, data = indices(), bytes([0, 1, 2, 3, 200])
+    with managed_error("ArgumentException", "index 3", "'data'"):
+        image.save_raw_data(data, 0, Rectangle(0, 0, 5, 1), settings)
+    settings.fallback_index = 2
+    image.save_raw_data(data, 0, Rectangle(0, 0, 5, 1), settings)
+    assert list(image.load_argb_32_pixels(Rectangle(0, 0, 5, 1))) == [-1, -65536, -16711936, -16711936, -16711936]
+    for wrong in (3, -1):
+        settings.fallback_index = wrong
+        with managed_error("ArgumentException", str(wrong), "'raw_data_settings'"):
+            image.save_raw_data(data, 0, Rectangle(0, 0, 5, 1), settings)
+
+
+def test_the_fallback_of_an_indexed_image_is_in_its_settings(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    image.set_palette(ColorPalette([-1, -65536, *range(198)]), True)
+    image.raw_fallback_index = 1
+    settings = image.raw_data_settings
+    assert settings.fallback_index == 1
+    image.save_raw_data(bytes([0, 250]), 0, Rectangle(0, 0, 2, 1), settings)
+    assert list(image.load_argb_32_pixels(Rectangle(0, 0, 2, 1))) == [-1, -65536]
+
+
+def test_colors_are_brought_to_a_palette_in_one_way(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    settings = indices()
+    plain = image.get_default_raw_data(Rectangle(0, 0, 9, 9), settings)
+    settings.dithering_method = DitheringMethods.PALETTE_CONVERSION
+    assert image.get_default_raw_data(Rectangle(0, 0, 9, 9), settings) == plain
+    settings.dithering_method = DitheringMethods.CUSTOM_CONVERTER
+    with managed_error("NotSupportedException", "The value 2 of RawDataSettings.DitheringMethod"):
+        image.get_default_raw_data(Rectangle(0, 0, 9, 9), settings)
+
+
+def test_a_receiver_of_raw_data_is_needed(tmp_path: Path) -> None:
+    image = load(write(tmp_path / "a.png", noise()))
+    area = Rectangle(0, 0, 4, 4)
+    with managed_error("ArgumentNullException", "'raw_data_loader'"):
+        image.load_raw_data(area, image.raw_data_settings, None)
+    with managed_error("ArgumentNullException", "'raw_data_loader'"):
+        image.load_raw_data(area, area, image.raw_data_settings, None)
+    with managed_error("ArgumentOutOfRangeException", "dest_image_bounds"):
+        image.load_raw_data(area, Rectangle(0, 0, 0, 4), image.raw_data_settings, None)

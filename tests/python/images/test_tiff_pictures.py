@@ -605,3 +605,13 @@ def test_rows_of_damaged_files_are_kept(tmp_path: Path, mode: DataRecoveryMode, 
     assert worst(found[:32], samples[:32, :, 0]) == 0
     assert (found[32:] == 255).all()
     assert capfd.readouterr().err == ""
+
+
+def test_new_options_keep_the_unit_of_the_resolution(tmp_path: Path) -> None:
+    Pillow.fromarray(smooth()).save(tmp_path / "source.png", dpi=(200, 100))
+    options = TiffOptions(TiffExpectedFormat.DEFAULT)
+    assert options.resolution_unit == TiffResolutionUnits.INCH
+    Image.load(str(tmp_path / "source.png")).save(str(tmp_path / "saved.tif"), options)
+    with Pillow.open(tmp_path / "saved.tif") as picture:
+        assert picture.info["dpi"] == (pytest.approx(200, abs=0.1), pytest.approx(100, abs=0.1))
+        assert picture.tag_v2[296] == 2

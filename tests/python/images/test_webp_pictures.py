@@ -12,7 +12,7 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
-from zelmor.imaging import Color, DataRecoveryMode, Image, LoadOptions, RasterImage
+from zelmor.imaging import AnimationDisposalMethods, Color, DataRecoveryMode, Image, LoadOptions, RasterImage
 from zelmor.imaging.fileformats.webp import WebPFrameBlock, WebPImage
 from zelmor.imaging.imageoptions import WebPOptions
 
@@ -288,3 +288,62 @@ def test_a_header_without_a_picture() -> None:
                  animation(4, 4, [frame_chunk(noise(4, 1, 4, 4), 2, 2)])):
         with managed_error("ImageLoadException"):
             RasterImage._cast_to(Image.load(io.BytesIO(data))).value.get_pixel(0, 0)
+
+
+# ---- How new frames meet those before them
+
+
+def plain_frame(color: tuple[int, ...], width: int, height: int, left: int = 0) -> WebPFrameBlock:
+    frame = WebPFrameBlock(width, height)
+    frame.left = left
+    [packed] = struct.unpack(">i", struct.pack(">4B", color[3], *color[:3]))
+    frame.save_argb_32_pixels(frame.bounds, [packed] * (width * height))
+    return frame
+
+
+def shown(*frames: WebPFrameBlock) -> list[Pixels]:
+    image = WebPImage(8, 4, WebPOptions())
+    image.clear_blocks()
+    for frame in frames:
+        image.add_block(frame)
+    options, file = WebPOptions(), io.BytesIO()
+    options.lossless = True
+    image.save(file, options)
+    return [seen(page)[0] for page in loaded(file.getvalue()).pages]
+
+
+RED, HALF_BLUE, CLEAR = (255, 0, 0, 255), (0, 0, 255, 128), (0, 0, 0, 0)
+
+
+@pytest.mark.parametrize("width", [4, 8])
+def test_a_frame_is_mixed_or_replaces(width: int) -> None:
+    over = plain_frame(HALF_BLUE, width, 4)
+    assert over.use_alpha_blending and over.disposal_method == AnimationDisposalMethods.PRESERVE
+    row = shown(plain_frame(RED, 8, 4), over)[1]
+    assert row[0].tolist() == pytest.approx([127, 0, 128, 255], abs=1)
+    if width < 8:
+        assert row[7].tolist() == list(RED)
+    alone = plain_frame(HALF_BLUE, width, 4)
+    alone.use_alpha_blending = False
+    assert shown(plain_frame(RED, 8, 4), alone)[1][0].tolist() == list(HALF_BLUE)
+
+
+@pytest.mark.parametrize(("method", "left"), [
+    (AnimationDisposalMethods.PRESERVE, (0, 255, 0, 255)), (AnimationDisposalMethods.BACKGROUND, CLEAR),
+    (AnimationDisposalMethods.PREVIOUS, RED)])
+def test_what_a_frame_leaves(method: AnimationDisposalMethods, left: tuple[int, ...]) -> None:
+    middle = plain_frame((0, 255, 0, 255), 2, 4)
+    middle.disposal_method = method
+    assert middle.disposal_method == method
+    rows = shown(plain_frame(RED, 8, 4), middle, plain_frame((9, 9, 9, 255), 2, 4, left=6))
+    assert rows[1][0].tolist() == [0, 255, 0, 255] and rows[2][0].tolist() == list(left)
+    assert rows[2][7].tolist() == [9, 9, 9, 255] and rows[2][3].tolist() == list(RED)
+
+
+def test_a_frame_of_a_file_is_all_that_is_seen() -> None:
+    frames = [Pillow.fromarray(noise(4, seed=seed)) for seed in (1, 2)]
+    file = io.BytesIO()
+    frames[0].save(file, "WEBP", save_all=True, append_images=frames[1:], lossless=True)
+    image = loaded(file.getvalue())
+    block = WebPFrameBlock._cast_to(image.pages[1]).value
+    assert not block.use_alpha_blending and block.disposal_method == AnimationDisposalMethods.PRESERVE

@@ -12,6 +12,7 @@ import pytest
 from PIL import Image
 from zelmor.imaging.exif import ExifData, ExifProperties, JpegExifData
 from zelmor.imaging.exif import enums
+from zelmor.imaging.exif.enums import ExifUnit
 from zelmor.imaging.fileformats.tiff import TiffRational, TiffSRational
 from zelmor.imaging.fileformats.tiff.tifftagtypes import (TiffASCIIType, TiffByteType, TiffLongType, TiffRationalType,
                                                           TiffShortType, TiffUndefinedType)
@@ -271,3 +272,10 @@ def test_a_property_has_its_type_whatever_a_file_chose_for_the_tag() -> None:
 
 def test_the_largest_segment() -> None:
     assert JpegExifData.MAX_EXIF_SEGMENT_SIZE == 65535
+
+
+def test_units_of_resolutions_are_inches_unless_told() -> None:
+    data = JpegExifData()
+    assert (data.resolution_unit, data.focal_plane_resolution_unit) == (ExifUnit.INCH, ExifUnit.INCH)
+    data.resolution_unit = ExifUnit.CM
+    assert data.resolution_unit == ExifUnit.CM

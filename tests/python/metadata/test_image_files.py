@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import datetime
 import io
 import struct
 import zlib
@@ -399,3 +400,39 @@ def test_resolution_in_exif_follows_the_image() -> None:
     with Image.open(saved(image, JpegOptions())) as read:
         assert (float(read.getexif()[282]), float(read.getexif()[283])) == (300.0, 150.0)
     assert image.exif_data.x_resolution == TiffRational(96, 1)
+
+
+SIZES = ('<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">'
+         '<rdf:Description rdf:about="" xmlns:tiff="http://ns.adobe.com/tiff/1.0/"'
+         ' xmlns:exif="http://ns.adobe.com/exif/1.0/"'
+         ' xmlns:xmp="http://ns.adobe.com/xap/1.0/" tiff:ImageWidth="40" exif:PixelYDimension="30" xmp:Rating="3"'
+         ' xmp:ModifyDate="2001-02-03T04:05:06Z"/></rdf:RDF></x:xmpmeta>')
+
+
+@pytest.mark.parametrize("options", [JpegOptions, PngOptions, WebPOptions])
+def test_a_packet_is_brought_up_to_date(options: type) -> None:
+    image = loaded(with_jpeg_xmp(encoded("JPEG"), SIZES.encode()))
+    assert image.update_xmp_data is False
+    image.resize(20, 15)
+    kept = loaded(saved(image, options())).xmp_data
+    basic = kept.get_package(Namespaces.XMP_BASIC)
+    assert str(basic.get_prop_value("xmp:ModifyDate")).startswith("2001-02-03")
+    assert not basic.contains_key("xmp:MetadataDate")
+    image.update_xmp_data = True
+    before = datetime.datetime.now(datetime.timezone.utc).replace(microsecond=0)
+    updated = loaded(saved(image, options())).xmp_data
+    basic = updated.get_package(Namespaces.XMP_BASIC)
+    for name in ("xmp:ModifyDate", "xmp:MetadataDate"):
+        written = datetime.datetime.fromisoformat(str(basic.get_prop_value(name)).replace("Z", "+00:00"))
+        assert before <= written <= datetime.datetime.now(datetime.timezone.utc)
+    assert str(basic.get_prop_value("xmp:Rating")) == "3"
+    assert str(updated.get_package("http://ns.adobe.com/tiff/1.0/").get_prop_value("tiff:ImageWidth")) == "20"
+    assert str(updated.get_package("http://ns.adobe.com/exif/1.0/").get_prop_value("exif:PixelYDimension")) == "15"
+    own = image.xmp_data.get_package(Namespaces.XMP_BASIC)
+    assert str(own.get_prop_value("xmp:ModifyDate")).startswith("2001-02-03")
+
+
+def test_no_packet_is_made_up() -> None:
+    image = loaded(encoded("PNG"))
+    image.update_xmp_data = True
+    assert loaded(saved(image, PngOptions())).xmp_data is None

@@ -385,3 +385,14 @@ class TestObjectsOfOtherModules:
         control.raise_next("Zelmor.WrpGen.Interop.SiApiStream", "btp_IsAssignable", "IOException", "not now", 0)
         with pytest.raises(TypeError, match="not now"):
             StreamContainer(boxed)
+
+
+@pytest.mark.parametrize("dispose", [True, False])
+def test_an_image_closes_the_stream_of_its_source(dispose: bool) -> None:
+    file = io.BytesIO()
+    options = PngOptions()
+    options.source = StreamSource(file, dispose)
+    with Image.create(options, 4, 3) as image:
+        image.save()
+        assert not file.closed and file.getvalue().startswith(b"\x89PNG")
+    assert file.closed == dispose

@@ -111,5 +111,33 @@ TEST_F(PartialLoadsTest, NoPixelsOutsideTheAreaAreDelivered) {
     EXPECT_EQ(test::take_raised().name, "ArgumentNullException");
 }
 
+TEST_F(PartialLoadsTest, RawDataGoToTheirPlaceInAnotherImage) {
+    const auto image = striped(9, 7);
+    auto collector = make_ref<Collector>();
+    const auto load_raw = [&](RectangleValue area, RectangleValue bounds) {
+        Handle self = make_handle(image);
+        Handle settings = make_handle(make_instance("Zelmor.Imaging.RawDataSettings"));
+        const VariantArg rectangle{kHandleStruct, make_struct_handle(area)};
+        const VariantArg place{kHandleStruct, make_struct_handle(bounds)};
+        const VariantArg loader{kHandleObject, make_handle(Ref<ManagedObject>(collector))};
+        test::call<void>("Zelmor.Imaging.RasterImage", "call_001_LoadRawData", self, &rectangle, &place, settings,
+                         &loader);
+        for (Handle handle : {self, settings, rectangle.value, place.value, loader.value}) {
+            free_handle(handle);
+        }
+    };
+    load_raw({2, 1, 5, 4}, {100, 50, 3, 9});
+    ASSERT_EQ(collector->parts.size(), 1U);
+    EXPECT_EQ(collector->parts[0].start, (PointValue{100, 50}));
+    EXPECT_EQ(collector->parts[0].end, (PointValue{103, 54}));
+    ASSERT_EQ(collector->raw.size(), 3U * 3 * 4);
+    EXPECT_EQ(std::to_integer<int>(collector->raw[0]), 9 + 2);  // blue comes first
+    load_raw({2, 1, 5, 4}, {0, 0, 0, 9});
+    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
+    load_raw({8, 1, 5, 4}, {0, 0, 5, 4});
+    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
+    EXPECT_EQ(collector->parts.size(), 1U);
+}
+
 }  // namespace
 }  // namespace zelmor::embed

@@ -1,9 +1,14 @@
 // The records of a path resource, as Photoshop resources publish them: 26 bytes each, a selector of two bytes and then
-// numbers, high byte first. Coordinates are fractions of the picture with 24 bits behind the point.
+// numbers, high byte first. Coordinates are fractions of the picture with 24 bits behind the point. See path_records.h.
+#include "runtime/native/behaviors/formats/path_records.h"
+
 #include <array>
+#include <cmath>
 #include <string_view>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Core.VectorPaths.h"
+#include "runtime/native/behaviors/drawing/arguments.h"
+#include "runtime/native/behaviors/metadata/tiff/tiff_streams.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -21,14 +26,13 @@ constexpr const char* kFillRule = api::FileFormats::Core::VectorPaths::PathFillR
 // The selectors.
 using PathType = api::FileFormats::Core::VectorPaths::VectorPathType;
 using PathOperations = api::FileFormats::Core::VectorPaths::PathOperations;
-constexpr size_t kRecordBytes = 26;
 constexpr double kFixedPointOne = 1 << 24;
 
 class PathRecordReader {
  public:
     explicit PathRecordReader(std::span<const std::byte> data) : m_data(data) {
-        if (data.size() < kRecordBytes) {
-            throw_argument("A path record has " + std::to_string(kRecordBytes) + " bytes; there are " +
+        if (data.size() < kPathRecordBytes) {
+            throw_argument("A path record has " + std::to_string(kPathRecordBytes) + " bytes; there are " +
                            std::to_string(data.size()) + ". (Parameter 'data')");
         }
         if (type() < PathType::kClosedSubpathLengthRecord || type() > PathType::kInitialFillRuleRecord) {
@@ -81,7 +85,7 @@ const char* class_of(PathType type) {
 void fill_knot(ManagedObject& record, const PathRecordReader& reader) {
     // The control point before the anchor, the anchor, and the one behind it; down comes before right.
     std::vector<Value> raw, fractions;
-    for (size_t offset = 2; offset < kRecordBytes; offset += 8) {
+    for (size_t offset = 2; offset < kPathRecordBytes; offset += 8) {
         raw.emplace_back(box(PointValue{reader.int32(offset + 4), reader.int32(offset)}));
         fractions.emplace_back(box(PointFValue{reader.fixed_point(offset + 4), reader.fixed_point(offset)}));
     }
@@ -191,6 +195,63 @@ void set_count(Record& self, int32_t value) {
     set_property(self, "BezierKnotRecordsCount", int64_t{value});
 }
 
+// ---- To bytes
+
+int32_t fixed_point_of(double value) {
+    const double scaled = std::round(value * kFixedPointOne);
+    if (!(std::abs(scaled) <= INT32_MAX)) {
+        throw_argument("A number of a path record is too large for a file.");
+    }
+    return static_cast<int32_t>(scaled);
+}
+
+// The fractions count; where they say the same as the exact numbers, these are written.
+void put_knot(Bytes& out, const ManagedObject& record) {
+    const Value& fractions = property(record, "PathPoints");
+    const Value& raw = property(record, "Points");
+    const std::vector<PointD> points = points_of(is_null(fractions) ? raw : fractions);
+    const std::vector<PointD> exact = is_null(raw) ? std::vector<PointD>() : points_of(raw);
+    constexpr size_t kPoints = 3;
+    if (points.size() != kPoints) {
+        throw_argument("A knot has three points, not " + std::to_string(points.size()) + ".");
+    }
+    const auto number = [&](size_t i, double PointD::*side) {
+        const double wanted = points[i].*side;
+        if (is_null(fractions)) {
+            return static_cast<int32_t>(wanted);
+        }
+        const bool same = exact.size() == kPoints &&
+                          static_cast<float>(exact[i].*side / kFixedPointOne) == static_cast<float>(wanted);
+        return same ? static_cast<int32_t>(exact[i].*side) : fixed_point_of(wanted);
+    };
+    for (size_t i = 0; i < kPoints; ++i) {
+        put_number(out, static_cast<uint32_t>(number(i, &PointD::y)), 4, true);
+        put_number(out, static_cast<uint32_t>(number(i, &PointD::x)), 4, true);
+    }
+}
+
+void put_length(Bytes& out, const ManagedObject& record) {
+    const int64_t count = property_int(record, "BezierKnotRecordsCount");
+    if (count < 0 || count > UINT16_MAX) {
+        throw_argument("A figure of " + std::to_string(count) + " points does not fit a path resource.");
+    }
+    constexpr size_t kUnknownBytes = 6;
+    put_number(out, static_cast<uint64_t>(count), 2, true);
+    put_number(out, static_cast<uint64_t>(property_int(record, "PathOperations")), 2, true);
+    out.resize(out.size() + kUnknownBytes);
+    put_number(out, static_cast<uint32_t>(property_int(record, "ShapeIndex")), 4, true);
+}
+
+void put_clipboard(Bytes& out, const ManagedObject& record) {
+    const Ref<ManagedObject> stored = property_object(record, "BoundingRect");
+    const RectangleFValue bounds = stored ? unbox<RectangleFValue>(*stored) : RectangleFValue{};
+    const double sides[] = {bounds.y, bounds.x, static_cast<double>(bounds.y) + bounds.height,
+                            static_cast<double>(bounds.x) + bounds.width, property_double(record, "Resolution")};
+    for (const double side : sides) {
+        put_number(out, static_cast<uint32_t>(fixed_point_of(side)), 4, true);
+    }
+}
+
 Ref<ManagedObject> make_closed(const TypeInfo& type) {
     auto record = make_ref<Record>(type);
     set_open(*record, false);
@@ -198,6 +259,30 @@ Ref<ManagedObject> make_closed(const TypeInfo& type) {
 }
 const FactoryRegistration ZELMOR_UNNAMED(kKnot, make_closed);
 const FactoryRegistration ZELMOR_UNNAMED(kLength, make_closed);
+
+}  // namespace
+
+Ref<ManagedObject> path_record_of_bytes(std::span<const std::byte> data) {
+    return record_of(PathRecordReader(data));
+}
+
+void put_path_record(Bytes& out, ManagedObject& record) {
+    const size_t start = out.size();
+    const PathType type = get_record_type(cast_object<Record>(record));
+    put_number(out, static_cast<uint64_t>(type), 2, true);
+    if (is_knot(type)) {
+        put_knot(out, record);
+    } else if (is_length(type)) {
+        put_length(out, record);
+    } else if (type == PathType::kClipboardRecord) {
+        put_clipboard(out, record);
+    } else if (type == PathType::kInitialFillRuleRecord) {
+        put_number(out, property_bool(record, "IsFillStartsWithAllPixels") ? 1 : 0, 2, true);
+    }
+    out.resize(start + kPathRecordBytes);
+}
+
+namespace {
 
 using BezierKnotRecordApi = api::FileFormats::Core::VectorPaths::BezierKnotRecord;
 using ClipboardRecordApi = api::FileFormats::Core::VectorPaths::ClipboardRecord;

@@ -48,6 +48,7 @@ void set_target(ImageBase& image, const Record& options) {
         const Ref<ManagedObject> stream = property_object(*source, "Stream");
         if (stream) {
             image.target_stream = Ref<ManagedStream>(&cast_object<ManagedStream>(*stream));
+            image.dispose_target_stream = property_bool(*source, "DisposeStream");
         }
         return;
     }

@@ -1,6 +1,6 @@
 // The data stream of an image: a container over the file or stream that it was loaded from or created for.
 //
-// Nothing is read through it on the image's behalf, since pictures are decoded when they are loaded.
+// It is for programs: the image itself reads its pixels through a file or stream of its own.
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_base.h"
 #include "runtime/native/behaviors/streams/stream_container.h"

@@ -172,7 +172,7 @@ void normalize_angle(ImageObject& self, bool resize_proportionally, const ColorV
     });
 }
 void normalize_angle_in_place(ImageObject& self) {
-    normalize_angle(self, false, ColorValue::from_argb(self.flat_background()));
+    normalize_angle(self, false, ColorValue::from_argb(self.canvas_background()));
 }
 
 // Options begin with values that do something without being too much.

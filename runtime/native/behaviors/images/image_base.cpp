@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 #include "runtime/native/core/references.h"
 
 namespace zelmor::embed {
@@ -16,10 +18,14 @@ void ImageBase::references(ReferenceVisitor& visitor) {
 }
 
 void ImageBase::on_dispose() {
-    target_stream = nullptr;
     source_stream = nullptr;
     if (delete_target) {
         ::unlink(target_path.c_str());
+    }
+    // Last: closing a Python file runs its code, and may fail.
+    const Ref<ManagedStream> stream = std::exchange(target_stream, nullptr);
+    if (stream && dispose_target_stream) {
+        stream->dispose();
     }
 }
 

@@ -39,6 +39,7 @@ class ImageBase : public Record {
     bool delete_target = false;  // it is deleted with the image
     // or the stream that it was created over.
     Ref<ManagedStream> target_stream;
+    bool dispose_target_stream = false;  // it ends with the image
     // The stream that the image was loaded from, if it was one.
     Ref<ManagedStream> source_stream;
 

@@ -6,6 +6,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_IMAGE_OBJECT_H
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,6 +26,9 @@ namespace zelmor::embed {
 
 struct ImageMetadata;
 class ImageObject;
+
+// A step that changes a picture.
+using PictureChange = std::function<void(imagework::Picture&)>;
 
 // A drawing that was made beside an image's pixels and is not part of them yet.
 class PendingDrawing {
@@ -100,6 +104,8 @@ class ImageObject final : public ImageBase {
     FileFormat image_format() const override { return file_format_of(m_facts); }
     ImageBase* image_container() const override { return m_container; }
     void resize_image(int32_t new_width, int32_t new_height, api::ResizeType resize_type) override;
+    // `reduce` makes an indexed picture of one that was indexed before; without it, such a picture stays true color.
+    void resize_image(int32_t new_width, int32_t new_height, api::ResizeType resize_type, const PictureChange& reduce);
     void turn_image(int quarter_turns, bool mirror_x, bool mirror_y) override;
 
     // The picture, of a container the active frame's; ObjectDisposedException once the image is disposed,
@@ -178,6 +184,11 @@ class ImageObject final : public ImageBase {
     int32_t duration = 0;  // milliseconds
     int32_t left = 0;
     int32_t top = 0;
+    // What becomes of its place when its time is over. One with a GIF control block has it there.
+    imagework::FrameDisposal disposal = imagework::FrameDisposal::kLeave;
+    // Whether it is mixed with the frames before it by its alpha, or replaces them. Nothing: it replaces them where it
+    // is as large as the canvas.
+    std::optional<bool> blends;
     GifDetails gif;
 
     // The colors of an indexed image; empty for true color. A palette that was offered becomes the picture's as soon as

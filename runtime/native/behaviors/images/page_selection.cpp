@@ -208,18 +208,23 @@ void fit_to_canvas(std::vector<Page>& pages) {
         const int32_t top = page.source->top;
         const imagework::Rect area{left, top, page.picture->width(), page.picture->height()};
         const bool covers = left == 0 && top == 0 && area.width == width && area.height == height;
-        if (!covers) {
+        const bool blends = page.source->blends.value_or(!covers);
+        if (!covers || (blends && before && page.picture->has_alpha())) {
             auto canvas = before ? before->copy() : page.picture->copy();
             if (!before) {
                 canvas->add_alpha();
                 canvas->replace_area({0, 0, canvas->width(), canvas->height()}, 0);
                 canvas->place(canvas_width, canvas_height, 0, 0, 0);
             }
+            if (!blends) {
+                canvas->add_alpha();
+                canvas->replace_area(area, 0);
+            }
             canvas->draw(*page.picture, left, top);
             page.picture = std::move(canvas);
         }
-        const auto disposal = page.source->gif.part ? imagework::gif_disposal(page.source->gif.control.disposal)
-                                                    : imagework::FrameDisposal::kLeave;
+        const auto disposal =
+            page.source->gif.part ? imagework::gif_disposal(page.source->gif.control.disposal) : page.source->disposal;
         if (disposal == imagework::FrameDisposal::kRestore && before) {
             continue;
         }

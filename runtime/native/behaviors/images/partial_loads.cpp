@@ -38,18 +38,17 @@ std::vector<PixelPart> parts_of(const RectangleValue& area) {
     return parts;
 }
 
-namespace {
-
-// An area outside the image is refused before the first part goes out.
-std::vector<PixelPart> checked_parts(const ImageObject& self, const RectangleValue& area) {
+std::vector<PixelPart> checked_parts(const ImageObject& image, const RectangleValue& area) {
     const RectangleValue corner{area.x, area.y, 1, 1};
-    read_block(self, rect_of(corner));
-    if (area.width <= 0 || area.height <= 0 || area.width > self.picture().width() - area.x ||
-        area.height > self.picture().height() - area.y) {
-        read_block(self, rect_of(area));
+    read_block(image, rect_of(corner));
+    if (area.width <= 0 || area.height <= 0 || area.width > image.picture().width() - area.x ||
+        area.height > image.picture().height() - area.y) {
+        read_block(image, rect_of(area));
     }
     return parts_of(area);
 }
+
+namespace {
 
 void load_partial_argb_32(ImageObject& self, const RectangleValue& rectangle, const VariantArg* partial_pixel_loader) {
     self.require_live();

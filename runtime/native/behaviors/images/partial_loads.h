@@ -12,6 +12,8 @@
 
 namespace zelmor::embed {
 
+class ImageObject;
+
 // One part: its area inside the image, and its first point and the one behind its last.
 struct PixelPart {
     RectangleValue area;
@@ -34,6 +36,8 @@ PixelReceiver& required_receiver(const VariantArg* loader, const char* parameter
 
 // The area in parts of whole lines, from top to bottom; each of a size that is worth a call and no more.
 std::vector<PixelPart> parts_of(const RectangleValue& area);
+// The same of an area that has to lie inside the image: otherwise it is refused, before the first part goes out.
+std::vector<PixelPart> checked_parts(const ImageObject& image, const RectangleValue& area);
 
 }  // namespace zelmor::embed
 

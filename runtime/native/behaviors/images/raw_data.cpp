@@ -68,6 +68,7 @@ Ref<ManagedObject> own_settings(ImageObject& self) {
     set_property(*settings, "LineSize", line_bytes(self.picture().width(), property_int(*format, "BitsPerPixel")));
     if (auto palette = self.palette(); !palette.empty()) {
         set_property(*settings, "ColorPalette", Ref<ManagedObject>(make_ref<PaletteObject>(std::move(palette))));
+        set_property(*settings, "FallbackIndex", property_int(self, "RawFallbackIndex"));
     }
     return settings;
 }
@@ -89,6 +90,11 @@ RawFormat format_of(ImageObject& self, const Record* settings) {
         if (!is_null(property(*settings, name))) {
             throw_not_supported(std::string("A value of RawDataSettings.") + name);
         }
+    }
+    // Colors are always converted to those of the palette that are nearest; a converter of a program's own is refused.
+    if (property_enum<api::DitheringMethods>(*settings, "DitheringMethod") == api::DitheringMethods::kCustomConverter) {
+        throw_not_supported("The value " + std::to_string(number_of(api::DitheringMethods::kCustomConverter)) +
+                            " of RawDataSettings.DitheringMethod");
     }
     Ref<ManagedObject> data_format = property_object(*settings, "PixelDataFormat");
     if (!data_format) {
@@ -117,6 +123,12 @@ RawFormat format_of(ImageObject& self, const Record* settings) {
             throw_argument("Indices of " + std::to_string(format.bits[0]) + " bits need a palette of 1 to " +
                            std::to_string(most) + " colors. (Parameter 'raw_data_settings')");
         }
+        const int64_t fallback = property_int(*settings, "FallbackIndex");
+        if (fallback < 0 || static_cast<size_t>(fallback) >= format.palette.size()) {
+            throw_argument("The fallback index " + std::to_string(fallback) + " is not one of a palette of " +
+                           std::to_string(format.palette.size()) + " colors. (Parameter 'raw_data_settings')");
+        }
+        format.fallback_index = static_cast<uint16_t>(fallback);
     }
     return format;
 }
@@ -308,16 +320,22 @@ Value get_default_raw_data(ImageObject& self, const RectangleValue& rectangle, R
     return PyHeld::steal(py_bytes_filled(read.size(), [&](std::span<std::byte> block) { read.run(block); }));
 }
 
+// `corner` is the point that the receiver has for the area's upper left corner, if not the corner itself.
 void load_parts(ImageObject& self, const RectangleValue& rectangle, Record* settings, const VariantArg* loader,
-                const char* parameter) {
+                const char* parameter, const std::optional<PointValue>& corner = {}) {
     self.require_live();
     PixelReceiver& receiver = required_receiver(loader, parameter);
     const RawFormat format = format_of(self, settings);
-    for (const PixelPart& part : parts_of(rectangle)) {
+    const std::vector<PixelPart> parts = checked_parts(self, rectangle);
+    const PointValue to = corner.value_or(PointValue{rectangle.x, rectangle.y});
+    const auto moved = [&](const PointValue& point) {
+        return PointValue{point.x - rectangle.x + to.x, point.y - rectangle.y + to.y};
+    };
+    for (const PixelPart& part : parts) {
         const RawRead read(self, part.area, format);
         Bytes block(read.size());
         read.run(block);
-        receiver.take_raw(part, block);
+        receiver.take_raw({part.area, moved(part.start), moved(part.end)}, block);
     }
 }
 void load_default_raw_data(ImageObject& self, const RectangleValue& rectangle,
@@ -327,6 +345,21 @@ void load_default_raw_data(ImageObject& self, const RectangleValue& rectangle,
 void load_raw_data(ImageObject& self, const RectangleValue& rectangle, Record* raw_data_settings,
                    const VariantArg* raw_data_loader) {
     load_parts(self, rectangle, raw_data_settings, raw_data_loader, "raw_data_loader");
+}
+// For a receiver that fills an area of another image: the area's upper left corner goes to that of the bounds, what
+// does not fit into them stays out, and the points of the parts are those of the other image.
+void load_raw_data_for(ImageObject& self, const RectangleValue& rectangle, const RectangleValue& dest_image_bounds,
+                       Record* raw_data_settings, const VariantArg* raw_data_loader) {
+    const RectangleValue& bounds = dest_image_bounds;
+    if (bounds.x < 0 || bounds.y < 0 || bounds.width <= 0 || bounds.height <= 0 ||
+        bounds.x > INT32_MAX - bounds.width || bounds.y > INT32_MAX - bounds.height) {
+        throw_out_of_range("dest_image_bounds", "The area of " + size_text(bounds.width, bounds.height) +
+                                                    " pixels at " + std::to_string(bounds.x) + ", " +
+                                                    std::to_string(bounds.y) + " is in no image.");
+    }
+    const RectangleValue area{rectangle.x, rectangle.y, std::min(rectangle.width, bounds.width),
+                              std::min(rectangle.height, bounds.height)};
+    load_parts(self, area, raw_data_settings, raw_data_loader, "raw_data_loader", PointValue{bounds.x, bounds.y});
 }
 
 // ---- Writing
@@ -338,9 +371,14 @@ struct RawLines {
     const std::byte* line(int32_t index) const { return data + static_cast<size_t>(index) * line_size; }
 };
 
-void require_indices(const RawFormat& format, const std::vector<uint16_t>& channels) {
-    for (const uint16_t index : channels) {
+// An index that the palette does not have becomes the fallback index, if one is set, and is refused otherwise.
+void require_indices(const RawFormat& format, std::vector<uint16_t>& channels) {
+    for (uint16_t& index : channels) {
         if (index >= format.palette.size()) {
+            if (format.fallback_index != 0) {
+                index = format.fallback_index;
+                continue;
+            }
             throw_argument("The data has the index " + std::to_string(index) + ", the palette " +
                            std::to_string(format.palette.size()) + " colors. (Parameter 'data')");
         }
@@ -421,7 +459,8 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
     }
     const RawLines lines{data.data() + data_offset, line_size};
     const bool premultiplied = property_bool(self, "PremultiplyComponents");
-    const Verbatim verbatim = premultiplied ? Verbatim::kNone : verbatim_of(format, picture);
+    const bool as_they_are = !premultiplied && format.fallback_index == 0;
+    const Verbatim verbatim = as_they_are ? verbatim_of(format, picture) : Verbatim::kNone;
     try {
         if (verbatim != Verbatim::kNone) {
             return write_verbatim(picture, area, format, verbatim, lines);
@@ -511,6 +550,7 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&load_default_raw_data, RasterImageApi::call_000_GetDefaultRawData>(),
     behavior<&get_default_raw_data, RasterImageApi::call_001_GetDefaultRawData>(),
     behavior<&load_raw_data, RasterImageApi::call_000_LoadRawData>(),
+    behavior<&load_raw_data_for, RasterImageApi::call_001_LoadRawData>(),
     behavior<&save_raw_data, RasterImageApi::call_000_SaveRawData>(),
 });
 

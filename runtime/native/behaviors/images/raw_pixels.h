@@ -24,6 +24,7 @@ struct RawFormat {
     int32_t bits_per_pixel = 0;
     bool indexed = false;
     std::vector<imagework::Argb> palette;  // of an indexed one
+    uint16_t fallback_index = 0;           // of an indexed one, for indices that the palette does not have; 0 is none
     int64_t line_size = 0;                 // in bytes; 0: as many as the pixels need
     std::string name;
 };

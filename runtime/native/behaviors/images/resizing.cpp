@@ -11,7 +11,9 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/option_checks.h"
 #include "runtime/native/behaviors/images/resize_types.h"
+#include "runtime/native/behaviors/images/setting_values.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 
@@ -86,6 +88,18 @@ void require_resize_type(ResizeType type) {
 }
 
 void ImageObject::resize_image(int32_t new_width, int32_t new_height, ResizeType resize_type) {
+    resize_image(new_width, new_height, resize_type, {});
+}
+
+void ImageObject::resize_image(int32_t new_width, int32_t new_height, ResizeType resize_type,
+                               const PictureChange& reduce) {
+    const auto changed = [&](imagework::Picture& picture, auto&& resize) {
+        const bool indexed = !picture.palette().empty();
+        resize();
+        if (reduce && indexed && picture.palette().empty()) {
+            reduce(picture);
+        }
+    };
     try {
         imagework::check_picture_size(new_width, new_height, pixel_bytes(picture()));
     } catch (const PictureError& error) {
@@ -96,13 +110,17 @@ void ImageObject::resize_image(int32_t new_width, int32_t new_height, ResizeType
         const auto offset = [](int32_t room, int halves) { return halves == 2 ? room : halves == 1 ? room >> 1 : 0; };
         const imagework::Argb background = canvas_background();
         change([&](imagework::Picture& picture) {
-            picture.place(new_width, new_height, offset(new_width - picture.width(), placement->across),
-                          offset(new_height - picture.height(), placement->down), background);
+            changed(picture, [&] {
+                picture.place(new_width, new_height, offset(new_width - picture.width(), placement->across),
+                              offset(new_height - picture.height(), placement->down), background);
+            });
         });
         return;
     }
     const Resampling resampling = resampling_of(resize_type);
-    change([&](imagework::Picture& picture) { picture.resize(new_width, new_height, resampling); });
+    change([&](imagework::Picture& picture) {
+        changed(picture, [&] { picture.resize(new_width, new_height, resampling); });
+    });
 }
 
 namespace {
@@ -123,6 +141,45 @@ ResizeType type_of_settings(const Record* settings) {
         throw_not_supported("The value " + std::to_string(number_of(filter)) + " of ImageResizeSettings.FilterType");
     }
     return property_enum<ResizeType>(*settings, "Mode");
+}
+
+// How a picture that was indexed, and has more colors once it is resized, becomes indexed again. One entry of the
+// palette is kept for transparency where the picture has it.
+PictureChange reduction_of(const Record& settings) {
+    constexpr int64_t kMost = 256;
+    const auto count = static_cast<int>(ranged(settings, "EntriesCount", 1, kMost));
+    const auto method = property_enum<api::ColorQuantizationMethod>(settings, "ColorQuantizationMethod");
+    if (method != api::ColorQuantizationMethod::kNone && method != api::ColorQuantizationMethod::kPopularity) {
+        throw_value_not_supported(settings, "ColorQuantizationMethod", number_of(method));
+    }
+    const auto comparison = property_enum<api::ColorCompareMethod>(settings, "ColorCompareMethod");
+    if (comparison != api::ColorCompareMethod::kEuclidian) {
+        throw_value_not_supported(settings, "ColorCompareMethod", number_of(comparison));
+    }
+    return [count, method](imagework::Picture& picture) {
+        if (method == api::ColorQuantizationMethod::kNone) {
+            return picture.reduce(picture.close_palette(count, picture.has_alpha()), false);
+        }
+        const bool keeps_clear = picture.has_alpha() && count > 1;
+        std::vector<imagework::Argb> palette = picture.frequent_palette(keeps_clear ? count - 1 : count);
+        if (keeps_clear) {
+            palette.push_back(0);
+        }
+        picture.reduce(palette, false);
+    };
+}
+
+void resize_with_settings(ImageBase& self, int32_t new_width, int32_t new_height, const Record* settings) {
+    self.require_live();
+    const ResizeType resize_type = type_of_settings(settings);
+    const PictureChange reduce = reduction_of(*settings);
+    auto* image = dynamic_cast<ImageObject*>(&self);
+    if (image == nullptr) {
+        return resize_by_type(self, new_width, new_height, resize_type);
+    }
+    require_positive(new_width, "new_width");
+    require_positive(new_height, "new_height");
+    image->resize_image(new_width, new_height, resize_type, reduce);
 }
 
 int32_t proportional(int32_t of, int32_t to, int32_t wanted) {
@@ -155,19 +212,23 @@ void resize(ImageBase& self, int32_t new_width, int32_t new_height) {
     resize_by_type(self, new_width, new_height, kDefaultType);
 }
 void resize_by_settings(ImageBase& self, int32_t new_width, int32_t new_height, Record* settings) {
-    resize_by_type(self, new_width, new_height, type_of_settings(settings));
+    resize_with_settings(self, new_width, new_height, settings);
 }
 void resize_width(ImageBase& self, int32_t new_width) {
     resize_width_proportionally(self, new_width, kDefaultType);
 }
 void resize_width_by_settings(ImageBase& self, int32_t new_width, Record* settings) {
-    resize_width_proportionally(self, new_width, type_of_settings(settings));
+    const SizeValue size = live_size(self);
+    require_positive(new_width, "new_width");
+    resize_with_settings(self, new_width, proportional(size.width, size.height, new_width), settings);
 }
 void resize_height(ImageBase& self, int32_t new_height) {
     resize_height_proportionally(self, new_height, kDefaultType);
 }
 void resize_height_by_settings(ImageBase& self, int32_t new_height, Record* settings) {
-    resize_height_proportionally(self, new_height, type_of_settings(settings));
+    const SizeValue size = live_size(self);
+    require_positive(new_height, "new_height");
+    resize_with_settings(self, proportional(size.height, size.width, new_height), new_height, settings);
 }
 
 // All frames by the same factors, which bring the image to the size given; frames may be of different sizes.

@@ -12,8 +12,10 @@
 #include "runtime/native/behaviors/metadata/containers/metadata_container.h"
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
+#include "runtime/native/behaviors/metadata/path_resources.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_option_tags.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_extension.h"
+#include "runtime/native/behaviors/metadata/xmp/xmp_namespaces.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -26,8 +28,6 @@ namespace {
 
 using Tag = api::FileFormats::Tiff::Enums::TiffTags;
 using Compression = api::FileFormats::Tiff::Enums::TiffCompressions;
-
-constexpr const char* kTiffSchema = "http://ns.adobe.com/tiff/1.0/";
 
 ImageMetadata* metadata_of(Record& image) {
     auto* object = dynamic_cast<ImageObject*>(&described(image));
@@ -365,6 +365,7 @@ void carry_metadata(ImageObject& image, ImageObject& to) {
     if (has_property(from, "Comment") && has_property(to, "Comment")) {
         set_property(to, "Comment", property(from, "Comment"));
     }
+    carry_path_resources(from, to);
 }
 
 void pass_metadata(ImageObject& from, ImageObject& frame) {
@@ -390,7 +391,7 @@ void reset_orientation(ImageObject& image) {
             .put(ExifDirectory::kCommon, make_tag(TiffType::kShort, number_of(Tag::kOrientation), kUpright));
     }
     const auto xmp = xmp_of(image);
-    XmpPackageObject* tiff = xmp ? cast_object<XmpPacketObject>(*xmp).packages.find(kTiffSchema) : nullptr;
+    XmpPackageObject* tiff = xmp ? cast_object<XmpPacketObject>(*xmp).packages.find(xmp_namespaces::kTiff) : nullptr;
     if (tiff != nullptr && tiff->find("Orientation") != nullptr) {
         tiff->set("Orientation", to_utf16("1"));
     }

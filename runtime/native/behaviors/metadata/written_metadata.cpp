@@ -1,7 +1,9 @@
 // The metadata of the files that images are saved to; see image_metadata.h.
 #include <algorithm>
 #include <cassert>
+#include <chrono>
 #include <cmath>
+#include <cstdio>
 
 #include "generated/runtime/Zelmor.Imaging.Exif.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
@@ -11,6 +13,7 @@
 #include "runtime/native/behaviors/metadata/image_metadata.h"
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
 #include "runtime/native/behaviors/metadata/kept_metadata.h"
+#include "runtime/native/behaviors/metadata/path_resources.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
 #include "runtime/native/behaviors/metadata/tiff/tiff_option_tags.h"
 #include "runtime/native/behaviors/metadata/xmp/xmp_extension.h"
@@ -198,22 +201,32 @@ ExifToWrite exif_to_write(const Save& save) {
 
 constexpr const char* kThumbnails = "Thumbnails";
 
-// Thumbnails in the packet go with the others; the packet of a program stays as it is.
-Ref<XmpPacketObject> without_thumbnails(const XmpPacketObject& packet) {
+Ref<XmpPacketObject> own_copy(const XmpPacketObject& packet) {
     const Ref<ManagedObject> copy = packet.copy();
-    Ref<XmpPacketObject> own(&cast_object<XmpPacketObject>(*copy));
-    XmpPackageObject* basic = own->packages.find(xmp_namespaces::kXmpBasic);
-    if (basic == nullptr || basic->find(kThumbnails) == nullptr) {
-        return own;
-    }
-    const Ref<XmpPackageObject> rest = make_xmp_package(basic->prefix(), basic->uri());
-    for (const std::string& key : basic->keys()) {
-        if (!key.ends_with(std::string(":") + kThumbnails)) {
-            rest->set(key, *basic->find(key));
+    return Ref<XmpPacketObject>(&cast_object<XmpPacketObject>(*copy));
+}
+
+// Puts a copy of a package, without one of its properties, in its place: packets share their packages with their
+// copies.
+XmpPackageObject& own_package(XmpPacketObject& packet, XmpPackageObject& package, std::string_view left_out = {}) {
+    const Ref<XmpPackageObject> own = make_xmp_package(package.prefix(), package.uri());
+    for (const std::string& key : package.keys()) {
+        if (left_out.empty() || !key.ends_with(":" + std::string(left_out))) {
+            own->set(key, *package.find(key));
         }
     }
-    own->packages.remove(basic);
-    own->packages.add(rest.get());
+    packet.packages.remove(&package);
+    packet.packages.add(own.get());
+    return *own;
+}
+
+// Thumbnails in the packet go with the others; the packet of a program stays as it is.
+Ref<XmpPacketObject> without_thumbnails(const XmpPacketObject& packet) {
+    Ref<XmpPacketObject> own = own_copy(packet);
+    XmpPackageObject* basic = own->packages.find(xmp_namespaces::kXmpBasic);
+    if (basic != nullptr && basic->find(kThumbnails) != nullptr) {
+        own_package(*own, *basic, kThumbnails);
+    }
     return own;
 }
 
@@ -248,15 +261,67 @@ bool has_to_be_read(const Save& save) {
     return has_thumbnails && save.is_stale(save.kept.read_at);
 }
 
+std::string now_as_iso_date() {
+    const auto since = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    const std::chrono::sys_days day = std::chrono::floor<std::chrono::days>(since);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss time(since - day);
+    char text[40];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return text;
+}
+
+// RasterImage.UpdateXmpData, of the image or of the one that it is a part of.
+bool updates_xmp(const ImageObject& image) {
+    const ImageBase* container = image.image_container();
+    return property_bool(image, "UpdateXmpData") ||
+           (container != nullptr && property_bool(*container, "UpdateXmpData"));
+}
+
+// A copy that tells of the file that is written: the dates of the change, and the size where the packet has one.
+Ref<XmpPacketObject> brought_up_to_date(const Save& save, const XmpPacketObject& packet) {
+    Ref<XmpPacketObject> own = own_copy(packet);
+    const auto replace = [&](const char* uri, const char* name, const std::string& text) {
+        XmpPackageObject* package = own->packages.find(uri);
+        if (package != nullptr && package->find(name) != nullptr) {
+            own_package(*own, *package).set(name, Value(to_utf16(text)));
+        }
+    };
+    const std::string width = std::to_string(save.picture.width);
+    const std::string height = std::to_string(save.picture.height);
+    replace(xmp_namespaces::kTiff, "ImageWidth", width);
+    replace(xmp_namespaces::kTiff, "ImageLength", height);
+    replace(xmp_namespaces::kExif, "PixelXDimension", width);
+    replace(xmp_namespaces::kExif, "PixelYDimension", height);
+    XmpPackageObject* known = own->packages.find(xmp_namespaces::kXmpBasic);
+    const Ref<XmpPackageObject> fresh = make_xmp_package("xmp", xmp_namespaces::kXmpBasic);
+    if (known == nullptr) {
+        own->packages.add(fresh.get());
+    }
+    XmpPackageObject& basic = known == nullptr ? *fresh : own_package(*own, *known);
+    const std::string now = now_as_iso_date();
+    for (const char* name : {"ModifyDate", "MetadataDate"}) {
+        basic.set(name, Value(to_utf16(now)));
+    }
+    return own;
+}
+
 XmpToWrite xmp_to_write(const Save& save) {
     const ImageMetadata& kept = save.kept;
+    const bool updates = updates_xmp(save.image);
+    const auto written = [&](const XmpPacketObject& packet) {
+        return xmp_of_object(save, updates && !packet.is_empty() ? *brought_up_to_date(save, packet) : packet);
+    };
     const auto wanted = property_if_any(save.options, "XmpData");
     if (wanted) {
-        return xmp_of_object(save, cast_object<XmpPacketObject>(*wanted));
+        return written(cast_object<XmpPacketObject>(*wanted));
     }
     auto own = property_if_any(&save.image, "XmpData");
     if (!own && !kept.xmp_replaced && !kept.found().xmp.empty()) {
-        if (!has_to_be_read(save)) {
+        if (!updates && !has_to_be_read(save)) {
             return {kept.found().xmp, kept.found().extended_xmp, kept.found().extended_guid};
         }
         own = read_kept_xmp(kept);
@@ -265,7 +330,7 @@ XmpToWrite xmp_to_write(const Save& save) {
         return {};
     }
     const auto& packet = cast_object<XmpPacketObject>(*own);
-    return xmp_of_object(save, save.is_stale(kept.read_at) ? *without_thumbnails(packet) : packet);
+    return save.is_stale(kept.read_at) ? written(*without_thumbnails(packet)) : written(packet);
 }
 
 // ---- JFIF
@@ -364,8 +429,9 @@ Written to_write(const Save& save) {
     write.extended_guid = std::move(xmp.guid);
     ExifToWrite exif = exif_to_write(save);
     write.exif = std::move(exif.bytes);
-    write.photoshop =
-        save.is_stale(save.kept.read_at) ? resources_without_thumbnails(save.kept.photoshop()) : save.kept.photoshop();
+    write.photoshop = with_path_resources(save.image, save.is_stale(save.kept.read_at)
+                                                          ? resources_without_thumbnails(save.kept.photoshop())
+                                                          : save.kept.photoshop());
     write.texts = save.kept.texts();
     result.exif = std::move(exif.object);
     return result;

@@ -10,7 +10,6 @@ namespace zelmor::embed {
 
 // In bytes. BufferSizeHint of the options (of a LoadOptions or an ImageOptionsBase; may be null), in mebibytes; if that
 // is 0, Configuration.BufferSizeHint; if that is 0 as well, the limit of imagework/limits.h.
-// A negative number raises ArgumentOutOfRangeException.
 uint64_t decoded_memory_limit(const ManagedObject* options);
 
 }  // namespace zelmor::embed

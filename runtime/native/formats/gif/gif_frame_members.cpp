@@ -202,6 +202,49 @@ void set_gif_interlaced(ImageObject& self, bool value) {
         gif->interlaced = value;
     }
 }
+// The bits of an index in the palette of a frame; otherwise the most that its file will have.
+int32_t gif_frame_index_bits(ImageObject& self) {
+    self.require_live();
+    const size_t colors = self.palette().size();
+    if (colors == 0) {
+        const auto* gif = settings_as<imagework::GifEncoding>(self.facts());
+        return gif != nullptr ? gif->palette_bits : 8;
+    }
+    int32_t bits = 1;
+    while (bits < 8 && size_t{1} << bits < colors) {
+        ++bits;
+    }
+    return bits;
+}
+void set_gif_frame_index_bits(ImageObject& self, int32_t value) {
+    if (value != gif_frame_index_bits(self)) {
+        throw ManagedException("NotSupportedException",
+                               "The value " + std::to_string(value) +
+                                   " of GifFrameBlock.GifFrameBitsPerPixel is not supported by the embedded runtime. "
+                                   "The bits follow from the palette; GifOptions.ColorResolution limits it.");
+    }
+}
+
+// The flags of the descriptor: whether there is a palette and of how many bits, sorted, and interlaced rows.
+constexpr int32_t kHasPalette = 0x80, kInterlaced = 0x40, kSorted = 0x20;
+int32_t gif_descriptor_flags(ImageObject& self) {
+    const int32_t bits = gif_frame_index_bits(self);
+    return (gif_interlaced(self) ? kInterlaced : 0) | (property_bool(self, "IsPaletteSorted") ? kSorted : 0) |
+           (self.palette().empty() ? 0 : kHasPalette | (bits - 1));
+}
+// The palette is what it is; the other two can be set.
+void set_gif_descriptor_flags(ImageObject& self, int32_t value) {
+    constexpr int32_t kFree = kInterlaced | kSorted;
+    if ((value & ~kFree) != (gif_descriptor_flags(self) & ~kFree)) {
+        throw ManagedException("NotSupportedException",
+                               "The value " + std::to_string(value) +
+                                   " of GifFrameBlock.Flags is not supported by the embedded runtime. The bits for the "
+                                   "palette follow from the palette of the frame.");
+    }
+    set_gif_interlaced(self, (value & kInterlaced) != 0);
+    set_property(self, "IsPaletteSorted", (value & kSorted) != 0);
+}
+
 Ref<ImageObject> gif_image(ImageObject* first_frame, const Ref<PaletteObject>& palette) {
     ImageObject& frame = required_image(first_frame, "first_frame");
     Ref<ImageObject> image = make_container(GifImageApi::kType, frame.facts(), Ref<ImageObject>(&frame));
@@ -271,6 +314,8 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&gif_interlaced, GifFrameBlockApi::get_Interlaced, GifFrameBlockApi::get_IsInterlaced,
              GifImageApi::get_IsInterlaced>(),
     behavior<&set_gif_interlaced, GifFrameBlockApi::set_Interlaced>(),
+    property<&gif_frame_index_bits, &set_gif_frame_index_bits, GifFrameBlockApi::property_GifFrameBitsPerPixel>(),
+    property<&gif_descriptor_flags, &set_gif_descriptor_flags, GifFrameBlockApi::property_Flags>(),
     behavior<&full_frame, GifFrameBlockApi::call_000_GetFullFrame>(),
     behavior<&gif_of_frame_and_palette, GifImageApi::ctor_000_GifImage>(),
     behavior<&gif_of_frame, GifImageApi::ctor_001_GifImage>(),

@@ -4,14 +4,17 @@
 #include "runtime/native/behaviors/images/frame_members.h"
 #include "runtime/native/behaviors/images/frames.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/loader.h"
 
 namespace zelmor::embed {
 
+using api::AnimationDisposalMethods;
 using imagework::FileFacts;
 using imagework::Format;
+using imagework::FrameDisposal;
 
 namespace {
 
@@ -26,6 +29,7 @@ Ref<ImageObject> webp_frame(std::unique_ptr<imagework::Picture> picture) {
     auto frame =
         make_ref<ImageObject>(require_type(WebPFrameBlockApi::kType.name), std::move(picture), std::move(facts));
     frame->duration = 100;
+    frame->blends = true;
     return frame;
 }
 Ref<ImageObject> webp_frame_of_image(ImageObject* raster_image) {
@@ -37,8 +41,50 @@ Ref<ImageObject> webp_frame_of_size(int32_t width, int32_t height) {
     return webp_frame(image_backend().create(width, height, true, false, 0));
 }
 void add_webp_page(ImageObject& self, ImageObject* page) {
-    append_frame(self, webp_frame(required_image(page, "page").picture().copy()));
+    Ref<ImageObject> frame = webp_frame(required_image(page, "page").picture().copy());
+    // A page as large as the canvas is all that is seen.
+    frame->blends = frame->image_width() < self.image_width() || frame->image_height() < self.image_height();
+    append_frame(self, frame);
 }
+
+// A frame of a file is all that is seen: it has in it what is left of those before it.
+bool blends(ImageObject& self) {
+    self.require_live();
+    return self.blends.value_or(false);
+}
+void set_blends(ImageObject& self, bool value) {
+    self.require_live();
+    self.blends = value;
+}
+
+AnimationDisposalMethods disposal_method(ImageObject& self) {
+    self.require_live();
+    switch (self.disposal) {
+        case FrameDisposal::kClear:
+            return AnimationDisposalMethods::kBackground;
+        case FrameDisposal::kRestore:
+            return AnimationDisposalMethods::kPrevious;
+        default:
+            return AnimationDisposalMethods::kPreserve;
+    }
+}
+void set_disposal_method(ImageObject& self, AnimationDisposalMethods value) {
+    self.require_live();
+    switch (value) {
+        case AnimationDisposalMethods::kPreserve:
+            self.disposal = FrameDisposal::kLeave;
+            return;
+        case AnimationDisposalMethods::kBackground:
+            self.disposal = FrameDisposal::kClear;
+            return;
+        case AnimationDisposalMethods::kPrevious:
+            self.disposal = FrameDisposal::kRestore;
+            return;
+    }
+    throw_out_of_range("value",
+                       "The value " + std::to_string(number_of(value)) + " is not one of AnimationDisposalMethods.");
+}
+
 void add_webp_block(ImageObject& self, const VariantArg* block) {
     append_frame(self, frame_argument(block, IFrame::kType));
 }
@@ -112,6 +158,8 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&set_frame_left, WebPFrameBlockApi::set_Left>(),
     behavior<&frame_top, WebPFrameBlockApi::get_Top, WebPFrameBlockApi::get_FrameTop>(),
     behavior<&set_frame_top, WebPFrameBlockApi::set_Top>(),
+    property<&disposal_method, &set_disposal_method, WebPFrameBlockApi::property_DisposalMethod>(),
+    property<&blends, &set_blends, WebPFrameBlockApi::property_UseAlphaBlending>(),
     behavior<&full_frame, WebPFrameBlockApi::call_000_GetFullFrame>(),
     behavior<&webp_of_stream, WebPImageApi::ctor_000_WebPImage>(),
     behavior<&webp_of_stream_with, WebPImageApi::ctor_001_WebPImage>(),

@@ -6,6 +6,7 @@
 #include <cassert>
 #include <string>
 
+#include "generated/runtime/Zelmor.Imaging.Exif.Enums.h"
 #include "generated/runtime/Zelmor.Imaging.Exif.h"
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/behaviors/metadata/tiff/rationals.h"
@@ -33,6 +34,7 @@ struct ExifProperty {
     uint16_t id;
     TiffType type;  // that the tag is made with
     ExifKind kind;
+    int32_t without_tag = 0;  // what the format states for a number without a tag; 0: nothing
 };
 
 using Exif = api::Exif::ExifData;
@@ -69,6 +71,12 @@ constexpr ExifProperty number(const PropertyName& property, ExifDirectory direct
     return {property, directory, number_of(tag), type, ExifKind::kInteger};
 }
 
+// Of resolutions, which the format takes for inches if nothing is said.
+constexpr ExifProperty unit(const PropertyName& property, ExifDirectory directory, ExifTag tag) {
+    return {property,         directory,          number_of(tag),
+            TiffType::kShort, ExifKind::kInteger, static_cast<int32_t>(api::Exif::Enums::ExifUnit::kInch)};
+}
+
 constexpr ExifProperty kExifProperties[] = {
     text(Exif::property_Make, kCommon, ExifTag::kMake),
     fractions(Exif::property_WhitePoint, kCommon, ExifTag::kWhitePoint),
@@ -100,7 +108,7 @@ constexpr ExifProperty kExifProperties[] = {
     bytes(Exif::property_FlashpixVersion, kOfExif, ExifTag::kFlashpixVersion),
     fraction(Exif::property_FocalLength, kOfExif, ExifTag::kFocalLength),
     number(Exif::property_FocalLengthIn35MmFilm, kOfExif, ExifTag::kFocalLengthIn35MmFilm),
-    number(Exif::property_FocalPlaneResolutionUnit, kOfExif, ExifTag::kFocalPlaneResolutionUnit),
+    unit(Exif::property_FocalPlaneResolutionUnit, kOfExif, ExifTag::kFocalPlaneResolutionUnit),
     fraction(Exif::property_FocalPlaneXResolution, kOfExif, ExifTag::kFocalPlaneXResolution),
     fraction(Exif::property_FocalPlaneYResolution, kOfExif, ExifTag::kFocalPlaneYResolution),
     number(Exif::property_GainControl, kOfExif, ExifTag::kGainControl),
@@ -191,7 +199,7 @@ constexpr ExifProperty kJpegProperties[] = {
     number(JpegExif::property_PlanarConfiguration, kCommon, ExifTag::kPlanarConfiguration),
     fractions(JpegExif::property_PrimaryChromaticities, kCommon, ExifTag::kPrimaryChromaticities),
     fractions(JpegExif::property_ReferenceBlackWhite, kCommon, ExifTag::kReferenceBlackWhite),
-    number(JpegExif::property_ResolutionUnit, kCommon, ExifTag::kResolutionUnit),
+    unit(JpegExif::property_ResolutionUnit, kCommon, ExifTag::kResolutionUnit),
     number(JpegExif::property_SamplesPerPixel, kCommon, ExifTag::kSamplesPerPixel),
     text(JpegExif::property_Software, kCommon, ExifTag::kSoftware),
     shorts(JpegExif::property_TransferFunction, kCommon, ExifTag::kTransferFunction),
@@ -265,6 +273,9 @@ void set_rational(const ExifProperty& row, ExifObject& self, RationalObject* val
 int32_t get_number(const ExifProperty& row, ExifObject& self) {
     const TagObject* tag = self.find(row.directory, row.id);
     if (tag == nullptr || tag->count() == 0) {
+        if (row.without_tag != 0) {
+            return row.without_tag;
+        }
         const PropertyInfo& info = info_of(self, row);
         return static_cast<int32_t>(std::get<int64_t>(zero_value(info.wire, type_at(info.type))));
     }
