@@ -163,10 +163,10 @@ def test_other_vector_images() -> None:
     options = SvgOptions()
     assert SvgImage(options, 4, 5).height == 5
     page = CmxPage()
-    page.width, page.height = 2.5, 3.0
+    page.width, page.height = 0.25, 0.3125  # inches
     image = CmxImagePage(page)
-    assert (image.width_f, image.height_f, image.width) == (2.5, 3.0, 3)
-    assert image.cmx_page.width == 2.5
+    assert (image.width_f, image.height_f, image.width) == (24.0, 30.0, 24)
+    assert image.cmx_page.width == 0.25
 
 
 # ---- Settings

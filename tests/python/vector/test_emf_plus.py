@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import struct
+import uuid
 
 import pytest
 from PIL import Image as Pillow
@@ -48,6 +49,18 @@ def bitmap(rows: list[list[int]]) -> bytes:
 
 SQUARE = plus_path([(20, 20), (60, 20), (60, 60), (20, 60)], [0, 1, 1, 0x81])
 FOUR = bitmap([[RED, GREEN], [BLUE, BLACK]])
+
+
+def with_effect(identifier: str, *numbers: int) -> bytes:
+    """The four pixels at 20 to 60, after an effect."""
+    data = b"".join(struct.pack("<i", number) for number in numbers)
+    return plus(plus_object(5, IMAGE, FOUR), plus_record(0x4021, 5), plus_record(
+        0x4038, 0, uuid.UUID(identifier).bytes_le + words(len(data)) + data), plus_record(
+            0x401B, 0x2005, words(0, 2) + floats(0, 0, 2, 2) + words(3) + floats(20, 20, 60, 20, 20, 60)))
+
+
+CURVE, HUE, TINT = ("DD6A0022-58E4-4A67-9D9B-D48EB881A53D", "8B2DD6C3-EB07-4D87-A5F0-7108E26A9C5F",
+                    "1077AF00-2848-4441-9489-44AD4C2D7A2C")
 
 CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "clear": (plus(plus_record(0x4009, 0, words(OPAQUE | GREEN))), {(0, 0): GREEN, (95, 95): GREEN}),
@@ -134,6 +147,14 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
             0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1)), plus_record(
                 0x401B, 0x2005, words(0, 2) + floats(0, 0, 2, 2) + words(3) + floats(20, 20, 60, 20, 20, 60))),
         {(25, 25): GREEN, (55, 25): RED, (25, 55): BLUE}),
+
+    "turned hue": (with_effect(HUE, 120, 0, 0), {(25, 25): GREEN, (55, 25): BLUE, (25, 55): RED, (55, 55): BLACK}),
+    "no light": (with_effect(HUE, 0, 0, -100), {(25, 25): BLACK, (55, 25): BLACK}),
+    "no saturation": (with_effect(HUE, 0, -100, 0), {(25, 25): 0x808080, (25, 55): 0x808080, (55, 55): BLACK}),
+    "curve of black": (with_effect(CURVE, 7, 2, 255), {(25, 25): RED, (55, 25): BLACK, (25, 55): BLUE}),
+    "curve of density": (with_effect(CURVE, 1, 0, -255), {(25, 25): RED, (55, 55): BLACK}),
+    "curve of exposure": (with_effect(CURVE, 0, 1, -255), {(25, 25): 0x800000, (55, 25): GREEN}),
+    "tint": (with_effect(TINT, 0, 100), {(25, 25): RED, (55, 25): RED, (25, 55): RED, (55, 55): BLACK}),
 
     "world": (plus(plus_record(0x402A, 0, floats(2, 0, 0, 2, 10, 20)), fill_rects(RED, (0, 0, 20, 20))),
               {(10, 20): RED, (49, 59): RED, (50, 40): WHITE}),

@@ -17,10 +17,10 @@ from zelmor.imaging import (Color, Figure, FileFormat, FillMode, Font, GraphicsP
                             Matrix, MatrixOrder, Pen, Point, PointF, RasterImage, Rectangle, RectangleF, Region, Size,
                             SmoothingMode)
 from zelmor.imaging.brushes import LinearGradientBrush, SolidBrush
-from zelmor.imaging.fileformats.emf import EmfImage, MetaObjectList
+from zelmor.imaging.fileformats.emf import EmfImage, EmfRenderMode, MetaObjectList
 from zelmor.imaging.fileformats.emf.emf.records import EmfMetafileHeader, EmfRectangle
 from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
-from zelmor.imaging.fileformats.wmf import WmfImage
+from zelmor.imaging.fileformats.wmf import WmfImage, WmfRenderMode
 from zelmor.imaging.fileformats.wmf.consts import WmfMixMode
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 from zelmor.imaging.fileformats.wmf.objects import WmfRectangle
@@ -47,7 +47,8 @@ def load(file: bytes) -> Any:
 
 
 def of_its_class(image: Image) -> Any:
-    kind: Any = {FileFormat.EMF: EmfImage, FileFormat.WMF: WmfImage}.get(image.file_format)
+    kind: Any = {FileFormat.EMF: EmfImage, FileFormat.EMZ: EmfImage, FileFormat.WMF: WmfImage,
+                 FileFormat.WMZ: WmfImage}.get(image.file_format)
     return kind._cast_to(image).value if kind else image
 
 
@@ -67,7 +68,8 @@ def test_files_come_back_byte_for_byte(file: bytes, kind: Any, options: Any, tmp
         name.write_bytes(gzip.compress(file) if packed else file)
         with of_its_class(Image.load(str(name))) as image:
             assert type(image) is kind and image.size == Size(SIDE, SIDE)
-            assert image.file_format == (FileFormat.EMF if kind is EmfImage else FileFormat.WMF)
+            formats = (FileFormat.EMF, FileFormat.EMZ) if kind is EmfImage else (FileFormat.WMF, FileFormat.WMZ)
+            assert image.file_format == formats[packed]
             assert saved(image, options()) == file
             compressed = options()
             compressed.compress = True
@@ -451,3 +453,8 @@ def test_sizes_of_recorders_are_checked() -> None:
         EmfRecorderGraphics2D(Rectangle(0, 0, 5, 5), Size(10, 10), Size(0, 10))
     with managed_error("ArgumentOutOfRangeException", "inch"):
         WmfRecorderGraphics2D(Rectangle(0, 0, 5, 5), 0)
+
+
+def test_untouched_options_draw_what_no_options_draw() -> None:
+    assert EmfRasterizationOptions().render_mode == EmfRenderMode.AUTO
+    assert WmfRasterizationOptions().render_mode == WmfRenderMode.AUTO

@@ -118,7 +118,7 @@ def test_an_empty_page_is_transparent_where_the_format_allows_it(kind: Any) -> N
 
 def test_a_page_of_fractions_is_rounded_up() -> None:
     page = CmxPage()
-    page.width, page.height = 2.5, 3.0
+    page.width, page.height = 2.5 / 96, 3 / 96
     assert saved(CmxImagePage(page), PngOptions()).size == (3, 3)
 
 
@@ -239,7 +239,7 @@ def test_palettes() -> None:
 
 def test_default_options_are_those_of_the_class() -> None:
     page = CmxPage()
-    page.width, page.height = 20, 10
+    page.width, page.height = 0.25, 0.125
     for image, kind in ((EmfImage(30, 20), EmfRasterizationOptions), (WmfImage(30, 20), WmfRasterizationOptions),
                         (SvgImage(30, 20), SvgRasterizationOptions), (CmxImagePage(page), CmxRasterizationOptions)):
         options = kind._cast_to(image.get_default_options([])).value

@@ -60,13 +60,15 @@ Ref<VectorImageObject> svg_with_options(Record* svg_options, int32_t width, int3
     return svg(width, height);
 }
 
-// The page of the document tree is as large as the image that shows it.
+// The page of the document tree tells its size in inches.
 Ref<VectorImageObject> cmx_page(Record* page) {
     if (page == nullptr) {
         throw_argument_null("cmx_page");
     }
-    auto image = make_ref<VectorImageObject>(require_type(kCmxPage), nullptr, property_double(*page, "Width"),
-                                             property_double(*page, "Height"));
+    constexpr double kPixelsPerInch = 96;
+    auto image =
+        make_ref<VectorImageObject>(require_type(kCmxPage), nullptr, kPixelsPerInch * property_double(*page, "Width"),
+                                    kPixelsPerInch * property_double(*page, "Height"));
     set_property(*image, "CmxPage", Ref<ManagedObject>(page));
     return image;
 }

@@ -8,8 +8,9 @@ namespace zelmor::embed {
 
 namespace {
 
-Ref<ImageBase> load_emf(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
-    return metafile::load_metafile(metafile::RecordFamily::kEmf, file);
+Ref<ImageBase> load_emf(const imagework::SharedSource& file, const imagework::FileFacts& facts, const Record*) {
+    const bool packed = facts.variant == imagework::Variant::kEmz;
+    return metafile::load_metafile(metafile::RecordFamily::kEmf, file, packed ? FileFormat::kEmz : FileFormat::kEmf);
 }
 
 void write_emf(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,

@@ -22,7 +22,7 @@ const MetafileDrawing* own_metafile(RecordFamily family, const DrawnPage& page) 
 
 }  // namespace
 
-Ref<ImageBase> load_metafile(RecordFamily family, const imagework::SharedSource& source) {
+Ref<ImageBase> load_metafile(RecordFamily family, const imagework::SharedSource& source, FileFormat format) {
     const bool emf = family == RecordFamily::kEmf;
     const char* class_name =
         emf ? api::FileFormats::Emf::EmfImage::kType.name : api::FileFormats::Wmf::WmfImage::kType.name;
@@ -30,7 +30,9 @@ Ref<ImageBase> load_metafile(RecordFamily family, const imagework::SharedSource&
         const FileBytes bytes = unpacked(imagework::all_bytes(*source));
         std::shared_ptr<MetafileDrawing> drawing =
             emf ? MetafileDrawing::of_emf(read_emf(bytes)) : MetafileDrawing::of_wmf(read_wmf(bytes));
-        return make_ref<MetaImageObject>(require_type(class_name), std::move(drawing));
+        auto image = make_ref<MetaImageObject>(require_type(class_name), std::move(drawing));
+        image->set_image_format(format);
+        return Ref<ImageBase>(std::move(image));
     } catch (const MetafileError& error) {
         throw PictureError(Failure::kDamaged, error.what());
     }

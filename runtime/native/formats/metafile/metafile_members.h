@@ -13,7 +13,7 @@
 
 namespace zelmor::embed::metafile {
 
-Ref<ImageBase> load_metafile(RecordFamily family, const imagework::SharedSource& file);
+Ref<ImageBase> load_metafile(RecordFamily family, const imagework::SharedSource& file, FileFormat format);
 
 // The file of the page: that of its records where it is a metafile of the family in its own size, or else a recording
 // of the page. `options` are of MetafileOptions, or null: then the extension tells whether the file is compressed.

@@ -8,8 +8,9 @@ namespace zelmor::embed {
 
 namespace {
 
-Ref<ImageBase> load_wmf(const imagework::SharedSource& file, const imagework::FileFacts&, const Record*) {
-    return metafile::load_metafile(metafile::RecordFamily::kWmf, file);
+Ref<ImageBase> load_wmf(const imagework::SharedSource& file, const imagework::FileFacts& facts, const Record*) {
+    const bool packed = facts.variant == imagework::Variant::kWmz;
+    return metafile::load_metafile(metafile::RecordFamily::kWmf, file, packed ? FileFormat::kWmz : FileFormat::kWmf);
 }
 
 void write_wmf(std::span<const DrawnPage> pages, const Record* options, const std::string& extension,
