@@ -11,6 +11,7 @@
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/option_rules.h"
 #include "runtime/native/behaviors/images/registries.h"
+#include "runtime/native/behaviors/streams/sources.h"
 #include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/files.h"
@@ -48,7 +49,7 @@ void set_target(ImageBase& image, const Record& options) {
         const Ref<ManagedObject> stream = property_object(*source, "Stream");
         if (stream) {
             image.target_stream = Ref<ManagedStream>(&cast_object<ManagedStream>(*stream));
-            image.dispose_target_stream = property_bool(*source, "DisposeStream");
+            image.dispose_target_stream = ends_stream_with_image(*source);
         }
         return;
     }

@@ -1,4 +1,7 @@
-// The sources: the places to which a new image is written. Each makes a container around a file or a stream.
+// The sources: the places to which a new image is written. Each makes a container around a file or a stream. See
+// sources.h.
+#include "runtime/native/behaviors/streams/sources.h"
+
 #include "generated/runtime/Zelmor.Imaging.Sources.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/core/entry.h"
@@ -12,6 +15,16 @@ namespace {
 using namespace api::Sources;
 using Path = std::optional<std::u16string>;
 
+class StreamSourceObject final : public Record {
+ public:
+    static constexpr const char* kManagedName = StreamSource::kType.name;
+    using Record::Record;
+    bool own_memory = false;
+};
+const FactoryRegistration ZELMOR_UNNAMED(StreamSourceObject::kManagedName, [](const TypeInfo& type) {
+    return Ref<ManagedObject>(make_ref<StreamSourceObject>(type));
+});
+
 Ref<ManagedObject> make_stream_source(Ref<ManagedStream> stream, bool dispose_stream) {
     auto source = make_instance(StreamSource::kType.name);
     set_property(*source, "Stream", Ref<ManagedObject>(std::move(stream)));
@@ -20,7 +33,9 @@ Ref<ManagedObject> make_stream_source(Ref<ManagedStream> stream, bool dispose_st
 }
 // Without a stream the image is written to memory.
 Ref<ManagedObject> memory_source() {
-    return make_stream_source(make_memory_stream(), true);
+    auto source = make_stream_source(make_memory_stream(), true);
+    cast_object<StreamSourceObject>(*source).own_memory = true;
+    return source;
 }
 Ref<ManagedObject> stream_source(Ref<ManagedStream> stream) {
     return make_stream_source(std::move(stream), false);
@@ -73,5 +88,10 @@ const BehaviorTable ZELMOR_UNNAMED({
 });
 
 }  // namespace
+
+bool ends_stream_with_image(const ManagedObject& stream_source) {
+    const auto& source = dynamic_cast<const StreamSourceObject&>(stream_source);
+    return property_bool(source, "DisposeStream") && !source.own_memory;
+}
 
 }  // namespace zelmor::embed
