@@ -150,7 +150,7 @@ def main() -> int:
     for i in range(arguments.jobs):
         folder = work / f"worker-{i}"
         (folder / "found").mkdir(parents=True, exist_ok=True)
-        if not (folder / "files").exists():
+        if not arguments.drawings and not (folder / "files").is_symlink():
             (folder / "files").symlink_to(Path("..") / "files")
         workers.append(Worker(command, environment, folder, arguments.seed, until))
     with ThreadPoolExecutor(arguments.jobs) as pool:
