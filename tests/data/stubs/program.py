@@ -62,7 +62,7 @@ assert_type(plain.size, Size)
 plain.background_color = Color.red
 plain.background_color = None  # expect: assignment
 plain.background_color = "red"  # expect: assignment
-plain.buffer_size_hint = 10
+plain.buffer_size_hint = 0
 plain.buffer_size_hint = 1.5  # expect: assignment
 plain.buffer_size_hint = "10"  # expect: assignment
 plain.buffer_size_hint = True  # beyond checkers
