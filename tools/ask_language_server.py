@@ -45,6 +45,8 @@ SCENES = [
      "from zelmor.imaging import Image\n\nImage.can_load_stream?"),
     ("What a class is for",
      "from zelmor.imaging.imageoptions import PngOptions\n\nPngOptions?"),
+    ("What a value of an enumeration is for",
+     "from zelmor.imaging.fileformats.png import PngColorType\n\nPngColorType.INDEXED_COLOR?"),
     ("Submodules",
      "import zelmor.imaging\n\nzelmor.imaging.fileformats."),
 ]

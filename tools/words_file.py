@@ -68,6 +68,11 @@ def merged(texts: list[str]) -> str:
     return "\n\n".join([*paragraphs, *found, *(["\n".join(managed)] if managed else [])])
 
 
+def without_values(text: str) -> str:
+    """The text of an enumeration without the list of its values, which are entries of their own."""
+    return "\n\n".join(part for part in text.split("\n\n") if not part.startswith("Values:\n"))
+
+
 def _items(lines: list[str]) -> Iterator[str]:
     """The entries of a section, each with the lines that belong to it."""
     item: list[str] = []
@@ -143,7 +148,8 @@ class _Reader:
         full = [self._imported.get(base, f"{self._module}.{base}") for base in bases
                 if base not in ENUMERATIONS and (base in self._classes or base in self._imported)]
         entry = Entry(f"{self._module}.{node.name}", "enumeration" if enumeration else "class", full,
-                      texts=[ast.get_docstring(node) or ""])
+                      texts=[without_values(ast.get_docstring(node) or "") if enumeration
+                             else ast.get_docstring(node) or ""])
         members: dict[str, Entry] = {}
         for index, part in enumerate(node.body):
             following = node.body[index + 1] if index + 1 < len(node.body) else None

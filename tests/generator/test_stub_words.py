@@ -84,7 +84,7 @@ def test_modules_and_types_open_with_their_texts(stub: str) -> None:
         "Painting with tools of every kind.\n\nManaged namespace Acme.Pictures.")
     assert ast.get_docstring(class_of(stub, "Brush")) == (
         "A tool for painting.\n\nManaged class Acme.Pictures.Brush, a context manager.")
-    assert (ast.get_docstring(class_of(stub, "Mode")) or "").startswith("How bristles are treated.\n\nManaged enum")
+    assert (ast.get_docstring(class_of(stub, "Mode")) or "").startswith("How bristles are treated.\n\n")
 
 
 def test_each_overload_tells_of_its_own_parameters(stub: str) -> None:
@@ -113,6 +113,13 @@ def test_properties_and_values_have_their_texts_behind_them(stub: str) -> None:
     assert found["set_limit"] == ["The most bristles that are allowed.\n\nSets the managed Limit."]
     assert members(stub, "Mode")["SOFT"] == ["They are washed."]
     assert members(stub, "Mode")["NONE"] == [None]
+
+
+def test_an_enumeration_lists_its_values_too(stub: str) -> None:
+    """For editors that show the text of the enumeration where a value is."""
+    assert (ast.get_docstring(class_of(stub, "Mode")) or "").split("\n\n") == [
+        "How bristles are treated.", "Values:\n    SOFT: They are washed.",
+        "Managed enumeration Acme.Pictures.Mode of Int32. A parameter takes its members alone, no plain\ninteger."]
 
 
 def test_long_texts_are_filled_and_quotes_kept(stub: str) -> None:

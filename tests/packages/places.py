@@ -10,6 +10,8 @@ ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("ZELMOR_BUILD_DIR", ROOT / "build")).resolve()
 PYTHON = "/usr/bin/python3"
 SMOKE = ROOT / "packaging" / "debian" / "tests" / "smoke.py"
+#: Uses the installed command on pictures of many formats.
+COMMANDS = Path(__file__).with_name("commands.sh")
 
 #: The environment of a user who has not heard of the build tree.
 CLEAN = {name: value for name, value in os.environ.items()

@@ -33,7 +33,10 @@ step install apt install /packages/python3-zelmor-imaging_*.deb /packages/python
 step smoke python3 -P /packages/smoke.py
 step user runuser -u nobody -- python3 -P /packages/smoke.py
 step verify dpkg --verify python3-zelmor-imaging python3-zelmor-imaging-doc
-step command sh -c 'if [ -x /usr/bin/zelmor ]; then zelmor --version && zelmor --help; fi'
+step command runuser -u nobody -- sh -c 'cd "$(mktemp -d)" && sh /packages/commands.sh'
+step recommended apt install libgs10
+step command-draws runuser -u nobody -- sh -c 'cd "$(mktemp -d)" && sh /packages/commands.sh draws'
+step unrecommended apt purge libgs10
 step documents sh -c 'ls /usr/share/doc/python3-zelmor-imaging /usr/share/doc/python3-zelmor-imaging/docs'
 step purge apt purge python3-zelmor-imaging python3-zelmor-imaging-doc
 step left files

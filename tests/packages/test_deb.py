@@ -13,10 +13,11 @@ from pathlib import Path
 
 import pytest
 
+from tools.packages.libraries import is_elf, needed, packages_of
 from tools.packages.project import read_version
 
 from packages.clean_root import run_in_clean_root
-from packages.places import ROOT, SMOKE
+from packages.places import COMMANDS, SMOKE
 
 if "ZELMOR_PACKAGES" not in os.environ:
     pytest.skip("make test-packages makes the packages and runs these tests", allow_module_level=True)
@@ -32,7 +33,7 @@ def steps(tmp_path_factory: pytest.TempPathFactory) -> Path:
     work = tmp_path_factory.mktemp("root")
     inputs = work / "packages"
     inputs.mkdir()
-    for file in [*MADE.glob("*.deb"), *MADE.glob("*.whl"), SMOKE]:
+    for file in [*MADE.glob("*.deb"), *MADE.glob("*.whl"), SMOKE, COMMANDS]:
         shutil.copy(file, inputs)
     return run_in_clean_root(Path(__file__).with_name("scenario.sh"), inputs, work)
 
@@ -61,10 +62,25 @@ def test_the_packages_are_installed_and_used(steps: Path) -> None:
 
 def test_the_command(steps: Path) -> None:
     output = said(steps, "command")
-    if (ROOT / "python/zelmor/command").is_dir():
-        assert read_version() in output and "usage: zelmor" in output
-    else:
-        assert output == ""
+    assert f"zelmor {read_version()}\n" in output and "usage: zelmor" in output
+    assert output.endswith("drawing PostScript needs Ghostscript's library (the Debian package libgs10), which is not "
+                           "installed\n+ test ! -e d.png\n")
+
+
+def test_the_command_draws_postscript_with_the_recommended_package(steps: Path) -> None:
+    said(steps, "recommended")
+    said(steps, "command-draws")
+    said(steps, "unrecommended")
+
+
+def test_the_package_depends_on_all_that_it_is_linked_to(tmp_path: Path) -> None:
+    package, = MADE.glob("python3-zelmor-imaging_*.deb")
+    subprocess.run(["dpkg-deb", "-x", package, tmp_path], check=True)
+    files = [path for path in tmp_path.rglob("*") if path.is_file() and is_elf(path)]
+    libraries = set().union(*(needed(path) for path in files)) - {path.name for path in files}
+    fields = subprocess.run(["dpkg-deb", "-f", package, "Depends"], check=True, text=True, capture_output=True).stdout
+    depends = {field.split()[0].removesuffix(":any") for field in fields.split(",")}
+    assert depends == {*packages_of(libraries).values(), "python3"}
 
 
 def test_the_documents(steps: Path) -> None:

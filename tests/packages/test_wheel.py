@@ -14,7 +14,7 @@ from tools.packages.project import read_project, source_date
 from tools.packages.staging import MODULES
 from tools.packages.wheel import TABLE, TAG, write_wheel
 
-from packages.places import BUILD, CLEAN, ROOT, SMOKE, run
+from packages.places import BUILD, CLEAN, COMMANDS, ROOT, SMOKE, run
 
 INFO = f"{read_project().file_name}.dist-info"
 
@@ -91,14 +91,10 @@ def test_an_environment_with_the_wheel(environment: Path, tmp_path: Path) -> Non
     assert "Version: " + read_project().version in listed
     run(environment / "bin/pip", "--disable-pip-version-check", "check", folder=tmp_path)
 
-    if (ROOT / "python/zelmor/command").is_dir():
-        command = environment / "bin/zelmor"
-        assert read_project().version in run(command, "--version", folder=tmp_path)
-        (tmp_path / "a.svg").write_text('<svg xmlns="http://www.w3.org/2000/svg" width="30" height="20"/>')
-        run(command, "convert", "a.svg", "a.png", folder=tmp_path)
-        assert (tmp_path / "a.png").read_bytes().startswith(b"\x89PNG")
-        assert (environment / "share/man/man1/zelmor.1").read_text().startswith(".TH ZELMOR 1")
-        assert (environment / "share/bash-completion/completions/zelmor").stat().st_size > 0
+    bin = f"{environment / 'bin'}:{CLEAN['PATH']}"
+    assert f"zelmor {read_project().version}\n" in run(COMMANDS, "draws", folder=tmp_path, PATH=bin)
+    assert (environment / "share/man/man1/zelmor.1").read_text().startswith(".TH ZELMOR 1")
+    assert (environment / "share/bash-completion/completions/zelmor").stat().st_size > 0
 
     run(environment / "bin/pip", "--disable-pip-version-check", "uninstall", "-y", "zelmor-imaging", folder=tmp_path)
     left = [path for path in environment.rglob("*zelmor*") if "__pycache__" not in path.parts]

@@ -63,14 +63,7 @@ def write_wheel(project: Project, installed: Path, folder: Path, date: int) -> P
     archive.add(f"{info}/WHEEL", ("Wheel-Version: 1.0\nGenerator: tools.packages\nRoot-Is-Purelib: false\n"
                                   f"Tag: {TAG}\n").encode())
     archive.add(f"{info}/top_level.txt", b"zelmor\nzelmor-stubs\n")
-    scripts = [f"{name} = {target}\n" for name, target in project.scripts.items() if _is_there(modules, target)]
-    if scripts:
-        archive.add(f"{info}/entry_points.txt", ("[console_scripts]\n" + "".join(scripts)).encode())
+    scripts = "".join(f"{name} = {target}\n" for name, target in project.scripts.items())
+    archive.add(f"{info}/entry_points.txt", f"[console_scripts]\n{scripts}".encode())
     archive.close(f"{info}/RECORD")
     return path
-
-
-def _is_there(modules: Path, target: str) -> bool:
-    """Whether the module of a script is part of the product."""
-    place = modules.joinpath(*target.split(":")[0].split("."))
-    return (place / "__init__.py").exists() or place.with_suffix(".py").exists()

@@ -44,7 +44,8 @@ def test_a_type() -> None:
 
 def test_an_enumeration_and_its_values() -> None:
     text = documentation.text("RotateFlipType")
-    assert "Values:\n" in text and "ROTATE_90_FLIP_NONE    By 90 degrees." in text
+    assert text.count("Values:\n") == text.count("By 90 degrees.") == 1
+    assert "ROTATE_90_FLIP_NONE    By 90 degrees." in text
     assert "ROTATE_90_FLIP_NONE = 1" in documentation.text("ROTATE_90_FLIP_NONE")
 
 

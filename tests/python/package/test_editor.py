@@ -34,11 +34,12 @@ def server(tmp_path_factory: pytest.TempPathFactory) -> Iterator[tuple[Server, P
 @pytest.mark.parametrize("module, name, member", [
     ("zelmor.imaging", "Image", "can_load_stream"), ("zelmor.imaging", "Image", ""),
     ("zelmor.imaging", "Graphics", "begin_update"), ("zelmor.imaging.imageoptions", "PngOptions", ""),
-    ("zelmor.imaging", "ResizeType", ""), ("zelmor.imaging.fileformats.gif", "GifImage", "add_page")])
+    ("zelmor.imaging", "ResizeType", ""), ("zelmor.imaging", "ResizeType", "LANCZOS_RESAMPLE"),
+    ("zelmor.imaging.fileformats.gif", "GifImage", "add_page")])
 def test_the_text_of_a_name_at_the_pointer_is_that_of_the_catalogue(
         server: tuple[Server, Path], module: str, name: str, member: str) -> None:
     entry = next(entry for entry in MODEL.types if entry.dotted == f"{module}.{name}")
-    text = WORDS.of_member(entry, member) if member else WORDS.of_type(entry)
+    text = " ".join((WORDS.of_member(entry, member) if member else WORDS.of_type(entry)).split())
     assert text
     program = f"from {module} import {name}\n\n{name}{'.' if member else ''}{member}?"
     shown = ask(*server, next(NUMBERS), program)

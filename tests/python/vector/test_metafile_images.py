@@ -165,6 +165,21 @@ def test_sizes_follow_the_frame() -> None:
         assert image.size == Size(80, 50)
 
 
+@pytest.mark.parametrize("width, height", [(30, 20), (100, 50), (33, 31), (101, 77), (1, 799)])
+def test_a_drawing_keeps_its_size_as_a_metafile(width: int, height: int) -> None:
+    """The frame has whole hundredths of a millimeter, which are no whole pixels."""
+    drawing = (f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{height}">'
+               f'<rect width="{width}" height="{height}" fill="#ff0000"/></svg>').encode()
+    saved, drawn = io.BytesIO(), io.BytesIO()
+    with Image.load(io.BytesIO(drawing)) as image:
+        image.save(saved, EmfOptions())
+    with load(saved.getvalue()) as image:
+        assert image.size == Size(width, height)
+        image.save(drawn, PngOptions())
+    pixels = Pillow.open(drawn).convert("RGBA")
+    assert pixels.size == (width, height) and pixels.getcolors() == [(width * height, (255, 0, 0, 255))]
+
+
 def test_inch() -> None:
     with load(WMF) as image:
         image.inch = 192

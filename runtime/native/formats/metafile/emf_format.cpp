@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "runtime/native/formats/format_room.h"
+#include "runtime/native/formats/metafile/frame_pixels.h"
 #include "runtime/native/imagework/probe/packed_head.h"
 
 namespace zelmor::imagework {
@@ -37,10 +38,11 @@ void probe_header(const ByteReader& in, FileFacts& facts) {
         width = (number(16) - number(8) + 1) * (known ? 100 * mm_x / device_x : kUsual);
         height = (number(20) - number(12) + 1) * (known ? 100 * mm_y / device_y : kUsual);
     }
-    constexpr double kPixels = 96 / 2540.0;  // in a hundredth of a millimeter
+    constexpr double kPixels = 96 / 25.4;  // in a millimeter
     facts.readable = in.has(0, 88);
-    facts.width = static_cast<int64_t>(std::ceil(std::max(width, 0.0) * kPixels - 1e-4));
-    facts.height = static_cast<int64_t>(std::ceil(std::max(height, 0.0) * kPixels - 1e-4));
+    facts.width = static_cast<int64_t>(std::ceil(embed::metafile::frame_pixels(std::max(width, 0.0), kPixels) - 1e-4));
+    facts.height =
+        static_cast<int64_t>(std::ceil(embed::metafile::frame_pixels(std::max(height, 0.0), kPixels) - 1e-4));
     facts.bits_per_pixel = 32;
     facts.has_alpha = true;
 }

@@ -62,6 +62,16 @@ def call_sections(scope: Scope, entry: Type, overload: Overload, python: str) ->
             *raises_section(scope, entry, python)]
 
 
+def values_section(scope: Scope, entry: Type) -> list[str]:
+    """What is said of the values of an enumeration, in the docstring of the enumeration itself.
+
+    Each value has its text behind it too, which some editors show. The others, jedi among them, take a value for an
+    object of the enumeration and show the docstring of the enumeration.
+    """
+    texts = [(name, scope.universe.words.of_member(entry, name)) for name, _ in entry.values]
+    return _section("Values", [f"{name}: {text}" for name, text in texts if text])
+
+
 def raises_section(scope: Scope, entry: Type, python: str) -> list[str]:
     """What is said of the errors of a member."""
     return _section("Raises", [f"{name}: {text}" for name, text in scope.universe.words.raises(entry, python)])

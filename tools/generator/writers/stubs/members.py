@@ -11,7 +11,7 @@ from ..text import indent
 from .annotations import Scope
 from .casts import cast_family, get_type
 from .collections import COLLECTION_MEMBERS, GROWING_MEMBERS, INDEXED_MEMBERS, element_members
-from .docstrings import call_sections, described, raises_section
+from .docstrings import call_sections, described, raises_section, values_section
 from .words import RANGES, managed_name
 
 
@@ -253,7 +253,8 @@ def write_enumeration(scope: Scope, entry: Type) -> list[str]:
     note = "A parameter takes its members alone, no plain integer."
     words = scope.universe.words
     body = described(words.of_type(entry),
-                     [f"Managed enumeration {entry.full_name} of {managed_name(entry.width)}. {note}"])
+                     [f"Managed enumeration {entry.full_name} of {managed_name(entry.width)}. {note}"],
+                     values_section(scope, entry))
     for name, value in entry.values:
         text = words.of_member(entry, name)
         body += [f"{name} = {value}", *(described(text, []) if text else [])]

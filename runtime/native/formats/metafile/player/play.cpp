@@ -5,6 +5,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "runtime/native/formats/metafile/frame_pixels.h"
 #include "runtime/native/formats/metafile/player/emf_player.h"
 #include "runtime/native/formats/metafile/player/plus_player.h"
 #include "runtime/native/formats/metafile/player/wmf_player.h"
@@ -145,10 +146,11 @@ EmfFrame emf_frame(const ManagedObject* record) {
         const PointD scale{100 / frame.pixels_per_mm.x, 100 / frame.pixels_per_mm.y};
         box = {bounds.x * scale.x, bounds.y * scale.y, (bounds.width + 1) * scale.x, (bounds.height + 1) * scale.y};
     }
-    frame.bounds = {box.x / 100 * frame.pixels_per_mm.x, box.y / 100 * frame.pixels_per_mm.y,
-                    box.width / 100 * frame.pixels_per_mm.x, box.height / 100 * frame.pixels_per_mm.y};
-    frame.width = box.width / 100 / kMillimetersPerInch * kPixelsPerInch;
-    frame.height = box.height / 100 / kMillimetersPerInch * kPixelsPerInch;
+    const PointD device_pixels = frame.pixels_per_mm;
+    frame.bounds = {frame_pixels(box.x, device_pixels.x), frame_pixels(box.y, device_pixels.y),
+                    frame_pixels(box.width, device_pixels.x), frame_pixels(box.height, device_pixels.y)};
+    frame.width = frame_pixels(box.width, kPixelsPerInch / kMillimetersPerInch);
+    frame.height = frame_pixels(box.height, kPixelsPerInch / kMillimetersPerInch);
     return frame;
 }
 
