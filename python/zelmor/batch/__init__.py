@@ -15,7 +15,7 @@ from __future__ import annotations
 
 TYPE_CHECKING = False  # type checkers take it for true
 if TYPE_CHECKING:
-    from zelmor.batch.errors import ClusterError, JournalError
+    from zelmor.batch.errors import ClusterError, ClusterLost, JournalError
     from zelmor.batch.jobs import (
         Adjust, Background, Compare, Convert, Crop, Deskew, Dither, Flip, Inspect, Job, Join, Metadata, Orient, Output,
         Resize, Resolution, Rotate, Sheet, Split, Step, absolute, from_data, from_json, to_data, to_json)
@@ -23,8 +23,8 @@ if TYPE_CHECKING:
     from zelmor.batch.running import run
 
 __all__ = [
-    "Adjust", "Background", "ClusterError", "Compare", "Convert", "Crop", "Deskew", "Dither", "Flip", "Inspect", "Job",
-    "Join", "JournalError", "Metadata", "Orient", "Outcome", "Output", "Report", "Resize", "Resolution", "Rotate",
+    "Adjust", "Background", "ClusterError", "ClusterLost", "Compare", "Convert", "Crop", "Deskew", "Dither", "Flip",
+    "Inspect", "Job", "Join", "JournalError", "Metadata", "Orient", "Outcome", "Output", "Report", "Resize", "Resolution", "Rotate",
     "Sheet", "Split", "Step", "absolute", "from_data", "from_json", "run", "to_data", "to_json"]
 
 

@@ -7,10 +7,14 @@ best, since the library holds the interpreter's lock during a call.
 from __future__ import annotations
 
 import asyncio
+import concurrent.futures
 from typing import Any
 
-from zelmor.batch.errors import ClusterError
+from zelmor.batch.errors import ClusterError, ClusterLost
 from zelmor.batch.workers import Reply
+
+
+_CANCELLED = (asyncio.CancelledError, concurrent.futures.CancelledError)
 
 
 class ClusterWorkers:
@@ -26,6 +30,7 @@ class ClusterWorkers:
             raise ClusterError("work on a cluster needs the package python3-distributed") from error
         distributed: Any = module  # it has no type information
         self._distributed = distributed
+        self._address = address
         try:
             self._client: Any = distributed.Client(address, timeout=timeout, set_as_default=False)
         except (OSError, ValueError, asyncio.TimeoutError) as error:
@@ -37,6 +42,8 @@ class ClusterWorkers:
         self._threads = threads
         self._finished: Any = distributed.as_completed([], loop=self._client.loop)
         self._tickets: dict[Any, int] = {}
+        #: Whether the scheduler is lost, which cancels all futures.
+        self._gone = False
 
     @property
     def capacity(self) -> int:
@@ -45,25 +52,44 @@ class ClusterWorkers:
 
     def submit(self, ticket: int, request: str) -> None:
         """Sends the request to the scheduler, which finds a worker for it."""
+        if self._gone:
+            return  # `wait` says so
         future = self._client.submit(_answer, request, pure=False)
         self._tickets[future] = ticket
         self._finished.add(future)
 
     def wait(self) -> list[Reply]:
-        """Waits for answers. Of a lost worker the scheduler tells only when it has lost several for one request."""
-        return [self._reply(future) for future in self._finished.next_batch(block=True)]
+        """Waits for answers. Of a lost worker the scheduler tells only when it has lost several for one request.
 
-    def _reply(self, future: Any) -> Reply:
-        ticket = self._tickets.pop(future)
-        if future.status == "finished":
-            answer: str = future.result()
-            return Reply(ticket, answer)
-        if future.status != "error":
-            raise ClusterError("the connection to the cluster is lost")
-        error = future.exception()
-        if isinstance(error, self._distributed.scheduler.KilledWorker):
-            return Reply(ticket, lost="the cluster lost several workers with it", final=True)
-        return Reply(ticket, lost=f"a worker of the cluster failed: {type(error).__name__}: {error}")
+        ClusterLost if the scheduler is lost; the answers that came before are given out first.
+        """
+        while not self._gone:
+            replies = []
+            for future in self._finished.next_batch(block=True):
+                try:
+                    replies += self._replies(future)
+                except _CANCELLED:
+                    self._gone = True
+            if replies:
+                return replies
+        raise ClusterLost(f"the connection to the cluster at {self._address} is lost")
+
+    def _replies(self, future: Any) -> list[Reply]:
+        """The answer of a future; none if it is still to come, because its worker was lost with the answer."""
+        if future.status in ("lost", "pending"):
+            self._finished.add(future)  # the scheduler has given the request to another worker
+            return []
+        ticket = self._tickets[future]
+        try:
+            reply = Reply(ticket, future.result())
+        except _CANCELLED:
+            raise
+        except self._distributed.scheduler.KilledWorker:
+            reply = Reply(ticket, lost="the cluster lost several workers with it", final=True)
+        except Exception as error:
+            reply = Reply(ticket, lost=f"a worker of the cluster failed: {type(error).__name__}: {error}")
+        del self._tickets[future]
+        return [reply]
 
     def close(self) -> None:
         """Cancels what is left, and leaves the cluster alone."""

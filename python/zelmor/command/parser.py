@@ -4,12 +4,13 @@ from __future__ import annotations
 
 import argparse
 import re
+import sys
 from collections.abc import Callable, Sequence
 from importlib import import_module
 from typing import Any
 
 from zelmor.batch.formats import FORMATS
-from zelmor.command.errors import UsageError
+from zelmor.command.errors import EndedError, UsageError
 
 #: What a command does, with its arguments; returns the exit status.
 Action = Callable[[argparse.Namespace], int]
@@ -24,6 +25,9 @@ def _later(name: str) -> Action:
             status: int = getattr(import_module("zelmor.command.actions"), name)(arguments)
         except UsageError as error:
             arguments.parser.error(str(error))
+        except EndedError as error:
+            print(f"zelmor: {error}", file=sys.stderr)
+            return 1
         return status
     return act
 

@@ -15,7 +15,7 @@ from typing import Any
 from zelmor import batch
 from zelmor.batch import Inspect, Job, Outcome, Report
 from zelmor.batch.report import FAILED
-from zelmor.command.errors import UsageError
+from zelmor.command.errors import EndedError, UsageError
 from zelmor.command.inputs import STANDARD, Input, Missing, Naming, expand
 from zelmor.command.progress import Progress, error_of
 
@@ -116,6 +116,8 @@ class Work:
             try:
                 report = batch.run(jobs, processes=arguments.jobs, cluster=arguments.cluster,
                                    journal=getattr(arguments, "journal", ""), observer=progress.tell)
+            except batch.ClusterLost as error:
+                raise EndedError(str(error)) from None
             except (batch.ClusterError, batch.JournalError) as error:
                 raise UsageError(str(error)) from None
         return Report((*self.failures, *report.outcomes), report.seconds)

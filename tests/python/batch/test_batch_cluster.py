@@ -37,6 +37,7 @@ class Cluster:
         while not (self._file.exists() and self._file.read_text().endswith("}")):
             assert time.monotonic() < end, (folder / "log").read_text()
             time.sleep(0.05)
+        self.scheduler = self._processes[0]
         self.address: str = json.loads(self._file.read_text())["address"]
         self.workers = [self.add_worker() for _ in range(WORKERS)]
 
@@ -64,6 +65,7 @@ class Cluster:
             process.kill()
         for process in self._processes:
             process.wait()
+        self._processes.clear()
         self._log.close()
 
 
@@ -106,6 +108,81 @@ def test_a_worker_is_killed_in_the_middle(tmp_path: Path, cluster: Cluster) -> N
     again = batch.run(jobs, processes=1, journal=str(journal))
     assert (len(again.skipped), len(again.failed)) == (16, 1)
     assert {path: path.stat().st_ino for path in out.iterdir()} == made
+
+
+def test_the_scheduler_is_killed_in_the_middle(tmp_path: Path, cluster: Cluster) -> None:
+    """The run ends with an error, its journal is true, and another run goes on."""
+    inputs = [Path(write(tmp_path / f"{index}.png", noise(3, index, 300))) for index in range(16)]
+    out, journal = tmp_path / "out", tmp_path / "journal"
+    jobs = [batch.Convert(str(path), str(out / f"{path.stem}.webp")) for path in inputs]
+    seen: list[batch.Outcome] = []
+
+    def kill_scheduler(outcome: batch.Outcome) -> None:
+        seen.append(outcome)
+        if len(seen) == 2:
+            cluster.scheduler.kill()
+
+    with pytest.raises(batch.ClusterLost) as caught:
+        batch.run(jobs, cluster=cluster.address, journal=str(journal), observer=kill_scheduler)
+    assert str(caught.value) == f"the connection to the cluster at {cluster.address} is lost"
+    lines = [json.loads(line) for line in journal.read_text().splitlines()]
+    done = [line["done"] for line in lines if "done" in line]
+    assert 2 <= len(done) == len(set(done)) == len(seen) < 16
+    assert {outcome.status for outcome in seen} == {"done"}
+    made = {path: path.stat().st_ino for path in out.glob("*.webp")}
+    assert sorted(map(str, made)) == sorted(outcome.job.writes for outcome in seen)
+
+    cluster.close()  # workers that lost their scheduler
+    again = batch.run(jobs, processes=1, journal=str(journal))
+    assert (len(again.skipped), len(again.done)) == (len(made), 16 - len(made)), again.to_data()
+    assert sorted(path.name for path in out.iterdir()) == sorted(f"{path.stem}.webp" for path in inputs)
+    assert {path: path.stat().st_ino for path in made} == made
+    for path in inputs:
+        assert np.array_equal(read(out / f"{path.stem}.webp"), read(path))
+
+
+class Future:
+    """A future of the cluster whose worker is lost with the answer, after the answer was announced."""
+
+    def __init__(self, *states: str) -> None:
+        self._states = list(states)
+
+    @property
+    def status(self) -> str:
+        return self._states[0]
+
+    def result(self) -> str:
+        assert self._states[0] == "finished"
+        return "{}"
+
+    def go_on(self) -> None:
+        """What happens while it is waited for."""
+        del self._states[0]
+
+
+def test_an_answer_that_is_lost_with_its_worker_is_waited_for() -> None:
+    from zelmor.batch.cluster import ClusterWorkers
+
+    class Finished:
+        """Gives futures as `as_completed` does."""
+
+        def __init__(self, *futures: Future) -> None:
+            self.futures = list(futures)
+
+        def add(self, future: Future) -> None:
+            self.futures.append(future)
+
+        def next_batch(self, block: bool) -> list[Future]:
+            taken, self.futures = self.futures, []
+            for future in taken:
+                future.go_on()
+            return taken
+
+    workers = ClusterWorkers.__new__(ClusterWorkers)  # without a cluster, whose timing cannot be told
+    future = Future("announced", "lost", "pending", "finished")
+    vars(workers).update(_gone=False, _finished=Finished(future), _tickets={future: 7})
+    assert [(reply.ticket, reply.answer) for reply in workers.wait()] == [(7, "{}")]
+    assert not workers._tickets
 
 
 def test_a_cluster_that_is_not_there() -> None:

@@ -11,6 +11,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 from PIL import Image as Pillow
+from zelmor import batch
 
 from support.command import Commands
 from support.image_oracles import read
@@ -257,6 +258,16 @@ def test_a_cluster_that_is_not_there(zelmor: Commands, monkeypatch: pytest.Monke
     monkeypatch.setattr(ClusterWorkers.__init__, "__defaults__", (0.5,))
     told = zelmor("convert", "a.jpg", "--to", "png", "--cluster", "tcp://127.0.0.1:9")
     assert told.status == 2 and "there is no cluster at tcp://127.0.0.1:9" in told.err
+
+
+def test_a_cluster_that_is_lost(zelmor: Commands, monkeypatch: pytest.MonkeyPatch) -> None:
+    """It is no mistake in the arguments."""
+    def run(*arguments: object, **options: object) -> batch.Report:
+        raise batch.ClusterLost("the connection to the cluster at tcp://a:1 is lost")
+
+    monkeypatch.setattr(batch, "run", run)
+    told = zelmor("convert", "a.jpg", "--to", "png", "--cluster", "tcp://a:1")
+    assert told.status == 1 and told.err == "zelmor: the connection to the cluster at tcp://a:1 is lost\n"
 
 
 def test_a_journal_skips_what_is_done(zelmor: Commands) -> None:
