@@ -24,8 +24,9 @@ if TYPE_CHECKING:
 
 __all__ = [
     "Adjust", "Background", "ClusterError", "ClusterLost", "Compare", "Convert", "Crop", "Deskew", "Dither", "Flip",
-    "Inspect", "Job", "Join", "JournalError", "Metadata", "Orient", "Outcome", "Output", "Report", "Resize", "Resolution", "Rotate",
-    "Sheet", "Split", "Step", "absolute", "from_data", "from_json", "run", "to_data", "to_json"]
+    "Inspect", "Job", "Join", "JournalError", "Metadata", "Orient", "Outcome", "Output", "Report", "Resize",
+    "Resolution", "Rotate", "Sheet", "Split", "Step", "absolute", "from_data", "from_json", "run", "to_data",
+    "to_json"]
 
 
 def __getattr__(name: str) -> object:
