@@ -62,10 +62,10 @@ def emf_files() -> Files:
     yield "packed", gzip.compress(whole, mtime=0)
     path = metafiles.plus_path([(1, 1), (40, 5), (20, 60)], [0, 1, 0x81])
     brush = struct.pack("<3I", 0xDBC01002, 0, 0xFF00FF00)
-    yield "plus", metafiles.plus(metafiles.plus_object(1, 3, path), metafiles.plus_object(2, 1, brush),
-                                 metafiles.plus_record(0x4014, 0x0001, words(2)),
-                                 metafiles.plus_record(0x400A, 0x8000,
-                                                       words(0xFF0000FF, 1) + metafiles.floats(1, 2, 30, 40)))
+    yield "plus", metafiles.emf(metafiles.plus(
+        metafiles.plus_object(1, 3, path), metafiles.plus_object(2, 1, brush),
+        metafiles.plus_record(0x4014, 0x0001, words(2)),
+        metafiles.plus_record(0x400A, 0x8000, words(0xFF0000FF, 1) + metafiles.floats(1, 2, 30, 40))))
 
 
 def wmf_files() -> Files:

@@ -21,7 +21,6 @@ from zelmor.imaging.imageoptions import JpegOptions, PngOptions, TiffOptions
 
 from support import png_files
 from support.arrays import Pixels
-from support.child import run_child
 from support.dng_files import ASCII, LONG, RATIONAL, SHORT, SRATIONAL, Dng, rationals
 from support.image_oracles import managed_error, read
 
@@ -384,31 +383,3 @@ def test_damage_of_any_byte_is_an_error_or_another_picture() -> None:
                     samples(image)
             except RuntimeError as error:
                 assert str(error).startswith("Proxy error("), error
-
-
-def test_nothing_but_the_file_is_opened(tmp_path: Path) -> None:
-    """Neither lists of bad pixels, which other programs look for beside a file, nor anything else."""
-    written(tmp_path, Dng(waves()))
-    (tmp_path / ".badpixels").write_text("3 3 0\n")
-    log = tmp_path / "log"
-    run_child(f"""
-import os, subprocess, time
-from zelmor.imaging import Image
-os.chdir({str(tmp_path)!r})
-def convert():
-    with Image.load("a.dng") as image:
-        image.save("b.png")
-convert()  # which loads the libraries
-tracer = subprocess.Popen(["/usr/bin/strace", "-f", "-qq", "-o", "log", "-e", "trace=%file,connect",
-                           "-p", str(os.getpid())], stderr=subprocess.PIPE)
-time.sleep(0.5)
-convert()
-time.sleep(0.2)
-tracer.terminate()
-tracer.wait()
-""")
-    calls = [line for line in log.read_text().splitlines() if "open" in line or "connect" in line]
-    named = {name for line in calls for name in re.findall(r'"([^"]*)"', line)}
-    assert "a.dng" in named
-    assert {name for name in named if "bad" in name or name.startswith("/") and not name.startswith("/proc/self")} \
-        == set(), calls

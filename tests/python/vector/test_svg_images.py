@@ -21,7 +21,6 @@ from zelmor.imaging.fileformats.svg import SvgImage
 from zelmor.imaging.imageloadoptions import SvgLoadOptions
 from zelmor.imaging.imageoptions import PngOptions, SvgOptions, SvgRasterizationOptions
 
-from support.child import run_child
 from support.drawn_documents import CONTENTS, HEIGHT, WIDTH, difference, document, drawn, rgba
 from support.image_oracles import managed_error
 
@@ -268,66 +267,6 @@ def test_embedded_images() -> None:
 
 
 # ---- What must not happen
-
-
-def test_nothing_else_is_opened(tmp_path: Path) -> None:
-    """A document that refers to files and addresses in every way that there is."""
-    secret = tmp_path / "secret"
-    secret.mkdir()
-    Pillow.new("RGB", (40, 40), "red").save(secret / "picture.png")
-    (secret / "inner.svg").write_bytes(document('<rect id="a" width="99" height="99" fill="red"/>'))
-    (secret / "style.css").write_text("rect { fill: red }")
-    (secret / "text.xml").write_text("<rect width='50' height='50' fill='red'/>")
-    at = f"file://{secret}"
-    data = (f'<?xml version="1.0"?><?xml-stylesheet href="{at}/style.css" type="text/css"?>'
-            f'<!DOCTYPE svg SYSTEM "{at}/text.xml" [<!ENTITY outer SYSTEM "{at}/text.xml">'
-            f'<!ENTITY % more SYSTEM "{at}/text.xml"> %more;]>'
-            f'<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" '
-            f'xmlns:xi="http://www.w3.org/2001/XInclude" width="60" height="60" xml:base="{at}/">'
-            f'<style>@import url("{at}/style.css"); '
-            f'@font-face {{ font-family: x; src: url("{at}/picture.png") }}</style>'
-            f'<xi:include href="{at}/text.xml"/><xi:include href="{secret}/text.xml" parse="text"/>'
-            f'<image xlink:href="{at}/picture.png" width="50" height="50"/>'
-            f'<image xlink:href="picture.png" width="50" height="50"/>'
-            f'<image xlink:href="{secret}/picture.png" width="50" height="50"/>'
-            f'<image xlink:href="http://127.0.0.1:9/picture.png" width="50" height="50"/>'
-            f'<use xlink:href="{at}/inner.svg#a"/><rect width="5" height="5" filter="url({at}/inner.svg#a)"/>'
-            f'<text y="30" font-family="x">&outer;</text>'
-            f'<rect x="50" y="50" width="10" height="10" fill="lime"/></svg>')
-    path = tmp_path / "curious.svg"
-    path.write_text(data)
-    log = tmp_path / "log"
-    program = f"""
-import io, os, subprocess, time
-from zelmor.imaging import Image, RotateFlipType
-from zelmor.imaging.imageoptions import PngOptions, SvgOptions
-tracer = subprocess.Popen(["strace", "-f", "-qq", "-o", {str(log)!r}, "-e", "trace=%file,%network", "-p",
-                           str(os.getpid())])
-while not os.path.exists({str(log)!r}) or int(
-        next(line for line in open("/proc/self/status") if line.startswith("TracerPid")).split()[1]) == 0:
-    time.sleep(0.01)
-try:
-    image = Image.load({str(path)!r})
-    file = io.BytesIO()
-    image.save(file, PngOptions())
-    open({str(tmp_path / "out.png")!r}, "wb").write(file.getvalue())
-    options = SvgOptions()
-    options.text_as_shapes = True
-    image.save(io.BytesIO(), options)
-    image.get_embedded_images() if hasattr(image, "get_embedded_images") else None
-except RuntimeError as error:
-    assert "cannot be read" in str(error), error
-tracer.terminate()
-tracer.wait()
-"""
-    run_child(program)
-    calls = log.read_text()
-    assert "curious.svg" in calls
-    assert str(secret) not in calls
-    assert "socket(AF_INET" not in calls and "connect(" not in calls
-    if (tmp_path / "out.png").exists():
-        pixels = rgba(tmp_path / "out.png")
-        assert not np.any((pixels[..., 0] > 200) & (pixels[..., 1] < 50))
 
 
 def test_entities_that_grow_without_end() -> None:

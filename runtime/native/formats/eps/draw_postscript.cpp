@@ -2,15 +2,21 @@
 //
 // PostScript is a programming language, and a file can run for ever or take all memory. So it is drawn in a process of
 // its own, whose time and memory are limited and which can write no file. The interpreter is Ghostscript's library,
-// which has to be installed; it allows programs no access to files besides its own ones.
+// which has to be installed; it allows programs no access to files besides its own ones. It would let them look through
+// folders for files that they may use, and this program keeps it from that (opendir).
 //
 // Arguments: width and height in pixels, dots per inch across and down, the point that becomes the left lower corner,
 // seconds, bytes of memory, and 1 for smooth edges. Exit codes: 0, kNoLibrary, kFailed.
+#include <dirent.h>
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "runtime/native/core/child_limits.h"
@@ -28,6 +34,22 @@ using InitWithArguments = int (*)(void* instance, int count, char** arguments);
 using Exit = int (*)(void* instance);
 using DeleteInstance = void (*)(void* instance);
 constexpr int kUtf8 = 1;
+
+// Folders of fonts, of their settings, and of the library's own resources.
+constexpr std::array<std::string_view, 7> kFolders = {"/etc/fonts",
+                                                      "/usr/share/fonts",
+                                                      "/usr/share/fontconfig",
+                                                      "/usr/local/share/fonts",
+                                                      "/usr/share/ghostscript",
+                                                      "/var/lib/ghostscript",
+                                                      "/var/cache/fontconfig"};
+
+bool may_be_listed(std::string_view path) {
+    return path.find("..") == std::string_view::npos &&
+           std::any_of(kFolders.begin(), kFolders.end(), [&](std::string_view folder) {
+               return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
+           });
+}
 
 void* open_library() {
     for (const char* name : {"libgs.so.10", "libgs.so.9"}) {
@@ -92,6 +114,16 @@ int draw(char** arguments) {
 }
 
 }  // namespace
+
+// Stands in for the function of the C library in the libraries of this process.
+extern "C" [[gnu::visibility("default")]] DIR* opendir(const char* name) {
+    static const auto original = reinterpret_cast<DIR* (*)(const char*)>(dlsym(RTLD_NEXT, "opendir"));
+    if (original == nullptr || !may_be_listed(name)) {
+        errno = EACCES;
+        return nullptr;
+    }
+    return original(name);
+}
 
 int main(int count, char** arguments) {
     if (count != 10) {
