@@ -47,6 +47,29 @@ def make():
     keeper.append(options)
     keeper.append(keeper)
 """,
+    "a metafile among its own records": """
+def make():
+    image = EmfImage(20, 10)
+    image.records.append(image)
+""",
+    "a metafile in a list of records that it is given": """
+def make():
+    image, records = WmfImage(20, 10), make_interop("arrlist")
+    records.append(image)
+    image.records = MetaObjectList(records)
+""",
+    "a recorder that goes on with records that lead to it": """
+def make():
+    image, inner = EmfImage(20, 10), make_interop("arrlist")
+    image.records.append(inner)
+    inner.append(EmfRecorderGraphics2D.from_emf_image(image))
+""",
+    "a recorder of a Windows metafile, the same": """
+def make():
+    image, inner = WmfImage(20, 10), make_interop("arrlist")
+    image.records.append(inner)
+    inner.append(WmfRecorderGraphics2D.from_wmf_image(image))
+""",
     "an image that a list holds which it is held by": """
 def make():
     keeper = make_interop("arrlist")
@@ -61,7 +84,11 @@ import io, resource, sys
 from support.collections import make_interop, new_dictionary
 from support.control import control
 from zelmor.imaging import Graphics, Image, NonGenericList, StreamContainer
+from zelmor.imaging.fileformats.emf import EmfImage, MetaObjectList
 from zelmor.imaging.fileformats.emf.emfplus.objects import EmfPlusRegionNode
+from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
+from zelmor.imaging.fileformats.wmf import WmfImage
+from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 from zelmor.imaging.imageoptions import PngOptions
 from zelmor.imaging.sources import StreamSource
 
@@ -90,11 +117,18 @@ def check(kind, make, count):
 """
 
 
+def _count(kind: str) -> int:
+    """How many cycles of a kind are made: fewer of large objects."""
+    if any(word in kind for word in ("image", "metafile", "recorder")):
+        return 1_000
+    return 100_000 if "property" in kind else 10_000
+
+
 def test_memory_stays_flat() -> None:
     """100,000 cycles of one kind, and many of each other kind."""
     run_child(PROLOGUE + "".join(
         f"# {kind}\n{body}"
-        f"check({kind!r}, make, {1_000 if 'image' in kind else 100_000 if 'property' in kind else 10_000})\n"
+        f"check({kind!r}, make, {_count(kind)})\n"
         for kind, body in KINDS.items()), PYTHONMALLOC="default", MALLOC_PERTURB_="0")
 
 

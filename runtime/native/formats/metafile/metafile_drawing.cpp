@@ -11,6 +11,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.Objects.h"
 #include "runtime/native/behaviors/drawing/arguments.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/values.h"
 #include "runtime/native/formats/metafile/player/dib_pixels.h"
 #include "runtime/native/formats/metafile/player/embedded_pictures.h"
@@ -250,6 +251,11 @@ std::u16string MetafileDrawing::post_script() const {
         }
     }
     return text;
+}
+
+void MetafileDrawing::references(ReferenceVisitor& visitor) {
+    visitor(m_records);
+    visitor(m_header);
 }
 
 std::vector<Ref<ImageBase>> MetafileDrawing::embedded_images() {

@@ -37,6 +37,9 @@ class MetafileDrawing final : public Drawing {
     void draw(drawwork::Canvas& canvas, const Affine& placing, const DrawSettings& settings) override;
     std::vector<Ref<ImageBase>> embedded_images() override;
 
+    // As ManagedObject::references(), for the image that holds the drawing alone.
+    void references(ReferenceVisitor& visitor);
+
     // The file of the records as they are now. PictureError(kEncoding) for a record that has no place in a file.
     FileBytes file() const;
     // The names of the fonts that the records make, in their order, each once.

@@ -7,6 +7,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
 #include "runtime/native/behaviors/drawing/fonts.h"
 #include "runtime/native/core/entry.h"
+#include "runtime/native/core/references.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
 
@@ -151,6 +152,15 @@ void MetaImageObject::set_properties() {
         set_property(*this, "Header", Value(m_metafile->header()));
     } else {
         set_property(*this, "Inch", static_cast<int64_t>(std::lround(m_metafile->window().inch)));
+    }
+}
+
+void MetaImageObject::references(ReferenceVisitor& visitor) {
+    VectorImageObject::references(visitor);
+    // What a drawing holds that others hold too is not held by this image alone, and stays.
+    const long own_holders = drawing() == m_metafile ? 2 : 1;
+    if (m_metafile.use_count() == own_holders) {
+        m_metafile->references(visitor);
     }
 }
 

@@ -17,10 +17,12 @@ class MetaImageObject final : public VectorImageObject {
     MetaImageObject(const TypeInfo& type, std::shared_ptr<metafile::MetafileDrawing> drawing);
 
     metafile::MetafileDrawing& metafile() const { return *m_metafile; }
+    void references(ReferenceVisitor& visitor) override;
 
  private:
     void set_properties();
 
+    // The drawing, also of an image that is disposed while a list of its records runs Python code.
     std::shared_ptr<metafile::MetafileDrawing> m_metafile;
 };
 

@@ -34,6 +34,7 @@ class EmfRecorder final : public RecorderObject {
     void references(ReferenceVisitor& visitor) override {
         RecorderObject::references(visitor);
         visitor(m_header);
+        visitor(m_before);
     }
     Ref<MetaImageObject> end() {
         const std::unique_ptr<RecordCanvas> canvas = finish();
@@ -71,8 +72,13 @@ class WmfRecorder final : public RecorderObject {
         : RecorderObject(require_type(kManagedName), make_canvas(frame, first_object), frame.window,
                          {frame.inch, frame.inch}),
           m_frame(frame),
-          m_before(std::move(before)) {}
-
+          m_before(std::move(before)) {
+        track();
+    }
+    void references(ReferenceVisitor& visitor) override {
+        RecorderObject::references(visitor);
+        visitor(m_before);
+    }
     Ref<MetaImageObject> end() {
         const std::unique_ptr<RecordCanvas> canvas = finish();
         const auto drawing = MetafileDrawing::empty(RecordFamily::kWmf, 0, 0);
