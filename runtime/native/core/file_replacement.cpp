@@ -111,13 +111,11 @@ void write_directly(const std::string& path, std::span<const uint8_t> data) {
     }
 }
 
-// The content of a file from its beginning; the file is open for reading.
-int read_all(int descriptor, std::vector<uint8_t>& content) {
-    size_t came = 0;
-    while (came < content.size()) {
-        const auto at = static_cast<off_t>(came);
-        const ssize_t count =
-            retried([&] { return ::pread(descriptor, content.data() + came, content.size() - came, at); });
+// Reads bytes of a file that is open for reading; `came` tells how many there are.
+int read_from(int descriptor, uint64_t offset, std::span<uint8_t> out, size_t& came) {
+    for (came = 0; came < out.size();) {
+        const auto at = static_cast<off_t>(offset + came);
+        const ssize_t count = retried([&] { return ::pread(descriptor, out.data() + came, out.size() - came, at); });
         if (count < 0) {
             return errno;
         }
@@ -125,6 +123,15 @@ int read_all(int descriptor, std::vector<uint8_t>& content) {
             break;
         }
         came += static_cast<size_t>(count);
+    }
+    return 0;
+}
+
+// The content of a file from its beginning.
+int read_all(int descriptor, std::vector<uint8_t>& content) {
+    size_t came = 0;
+    if (const int error = read_from(descriptor, 0, content, came)) {
+        return error;
     }
     content.resize(came);
     return 0;
@@ -295,26 +302,73 @@ void NewFile::begin_draft() {
     }
 }
 
-void NewFile::write(std::span<const uint8_t> data) {
-    constexpr size_t kPiece = size_t{64} << 10;
-    m_kept.insert(m_kept.end(), data.begin(), data.end());
-    if (m_kept.size() < kPiece) {
-        return;
-    }
+namespace {
+constexpr size_t kKeptPiece = size_t{64} << 10;
+}
+
+void NewFile::begin_long_file() {
     if (!m_is_long) {
         m_is_long = true;
         begin_draft();
     }
+}
+
+void NewFile::write(std::span<const uint8_t> data) {
+    m_kept.insert(m_kept.end(), data.begin(), data.end());
+    if (m_kept.size() < kKeptPiece) {
+        return;
+    }
+    begin_long_file();
     if (m_draft != nullptr) {
         move_to_draft();
     }
 }
 
-void NewFile::move_to_draft() {
-    if (const int error = write_all(m_draft->descriptor(), m_kept)) {
-        throw_write_error(m_draft->target(), error);
+void NewFile::write_at(uint64_t offset, std::span<const uint8_t> data) {
+    const uint64_t end = offset + data.size();
+    if (end > size() + kKeptPiece) {
+        begin_long_file();
     }
-    m_size += m_kept.size();
+    if (m_draft != nullptr && (offset < m_size || end > size() + kKeptPiece)) {
+        move_to_draft();
+        put_in_draft(offset, data);
+        return;
+    }
+    const auto at = static_cast<size_t>(offset - m_size);
+    m_kept.resize(std::max(m_kept.size(), at + data.size()));
+    std::copy(data.begin(), data.end(), m_kept.begin() + static_cast<std::ptrdiff_t>(at));
+    write({});  // which sends on what has become long
+}
+
+void NewFile::read_at(uint64_t offset, std::span<uint8_t> out) const {
+    assert(offset <= size() && out.size() <= size() - offset);
+    const auto in_draft = static_cast<size_t>(std::min<uint64_t>(out.size(), m_size - std::min(offset, m_size)));
+    if (in_draft > 0) {
+        size_t came = 0;
+        const int error = read_from(m_draft->descriptor(), offset, out.first(in_draft), came);
+        if (error != 0 || came < in_draft) {
+            throw_write_error(m_draft->target(), error != 0 ? error : EIO);
+        }
+    }
+    const auto from = static_cast<std::ptrdiff_t>(offset + in_draft - m_size);
+    std::copy_n(m_kept.begin() + from, out.size() - in_draft, out.begin() + static_cast<std::ptrdiff_t>(in_draft));
+}
+
+void NewFile::put_in_draft(uint64_t offset, std::span<const uint8_t> data) {
+    m_size = std::max<uint64_t>(m_size, offset + data.size());
+    while (!data.empty()) {
+        const ssize_t written = retried(
+            [&] { return ::pwrite(m_draft->descriptor(), data.data(), data.size(), static_cast<off_t>(offset)); });
+        if (written < 0) {
+            throw_write_error(m_draft->target(), errno);
+        }
+        offset += static_cast<uint64_t>(written);
+        data = data.subspan(static_cast<size_t>(written));
+    }
+}
+
+void NewFile::move_to_draft() {
+    put_in_draft(m_size, m_kept);
     m_kept.clear();
 }
 

@@ -55,14 +55,21 @@ class NewFile {
     NewFile& operator=(const NewFile&) = delete;
 
     void write(std::span<const uint8_t> data);
+    // What was written until now; any of it can be written again, and read. A gap before an offset is filled with
+    // zeros.
+    uint64_t size() const { return m_size + m_kept.size(); }
+    void write_at(uint64_t offset, std::span<const uint8_t> data);
+    void read_at(uint64_t offset, std::span<uint8_t> out) const;
     void finish();
 
  private:
+    void begin_long_file();
     void begin_draft();
     void move_to_draft();
+    void put_in_draft(uint64_t offset, std::span<const uint8_t> data);
 
     std::string m_path;
-    std::vector<uint8_t> m_kept;  // what is not in the draft
+    std::vector<uint8_t> m_kept;  // what is not in the draft: the end
     bool m_is_long = false;
     std::unique_ptr<FileDraft> m_draft;  // of a long file that can be replaced
     uint64_t m_size = 0;                 // of the draft

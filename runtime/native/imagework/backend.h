@@ -132,7 +132,7 @@ class Picture {
 
     virtual double opacity() const = 0;  // mean alpha, 0 to 1
 
-    // Writes the picture as a file. PNG and JPEG go to the sink while they are encoded, other formats as a whole.
+    // Writes the picture as a file. Files of common formats go to the sink while they are encoded, others as a whole.
     virtual void encode(const Encoding& encoding, ByteSink& out) const = 0;
     // The same in memory.
     EncodedBytes encode(const Encoding& encoding) const {
@@ -191,7 +191,13 @@ class Backend {
     virtual std::unique_ptr<Picture> picture_of_rows(const SharedFrames& frames, const DecodeOptions& options) = 0;
     // One file of all the frames: TIFF, or an animation as GIF, PNG or WebP. Frames of the latter two have to be of
     // one size.
-    virtual EncodedBytes encode_frames(std::span<const FrameToWrite> frames) = 0;
+    virtual void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) = 0;
+    // The same in memory.
+    EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+        MemorySink memory;
+        encode_frames(frames, memory);
+        return memory.take();
+    }
 
     // A canvas of one color, 8 bits a channel; gray only where that color is.
     virtual std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) = 0;

@@ -58,7 +58,7 @@ struct FormatCodec {
     void (*encode)(VipsPicture& picture, const Encoding& encoding, ByteSink& out) = nullptr;
 
     // Writes several pictures into one file. Null: the format holds one picture.
-    EncodedBytes (*encode_frames)(std::span<const FrameToWrite> frames) = nullptr;
+    void (*encode_frames)(std::span<const FrameToWrite> frames, ByteSink& out) = nullptr;
     // Several frames have to be of one size.
     bool has_one_size = true;
 };

@@ -21,10 +21,10 @@ constexpr PixelForm indices(int bits) {
 }
 
 Bytes file_of(const RowsHeader& header, const Bytes& rows, const BmpEncoding& encoding, int32_t step = 3) {
-    Bytes out;
+    MemorySink out;
     const auto writer = make_bmp_writer(header, encoding, out);
     write_all(*writer, header, rows, step);
-    return out;
+    return bytes_in(out);
 }
 
 void put(Bytes& out, uint64_t value, int bytes) {
@@ -359,7 +359,7 @@ TEST(BmpRowsTest, SizesAreCheckedBeforeMemoryIsTaken) {
 }
 
 TEST(BmpRowsTest, OtherFormsAreRefused) {
-    Bytes out;
+    MemorySink out;
     const auto refused = [&](const RowsHeader& header, const BmpEncoding& encoding) {
         return failure_of([&] { make_bmp_writer(header, encoding, out); }).kind();
     };

@@ -16,7 +16,7 @@ struct Patch {
 };
 
 std::vector<uint8_t> file_of(int32_t width, int32_t height, const std::vector<Patch>& patches) {
-    std::vector<uint8_t> out;
+    MemorySink out;
     GifWriter writer(width, height, kPalette, {}, out);
     for (const Patch& patch : patches) {
         GifFrameToWrite frame;
@@ -26,7 +26,7 @@ std::vector<uint8_t> file_of(int32_t width, int32_t height, const std::vector<Pa
         writer.put_frame(frame, std::vector<uint8_t>(size, patch.index));
     }
     writer.finish();
-    return out;
+    return bytes_in(out);
 }
 
 std::vector<uint8_t> frame_of(const std::vector<uint8_t>& file, size_t index, bool lenient = false) {
@@ -100,8 +100,26 @@ TEST(GifRowsTest, TheBudgetIsAskedBeforeMemoryIsTaken) {
     EXPECT_EQ(budget->used(), 0U);
 }
 
+TEST(GifRowsTest, AFullTargetEndsTheWriting) {
+    const RowsHeader header = header_of(200, 150, {ColorModel::kIndexed, SampleType::kUint8, 8, false});
+    const auto rows = random_rows(header);
+    for (const bool interlaced : {false, true}) {
+        GifEncoding encoding;
+        encoding.interlaced = interlaced;
+        MemorySink memory;
+        const auto writer = make_gif_writer(header, encoding, memory);
+        write_all(*writer, header, rows, 7);
+        const auto file = bytes_in(memory);
+        EXPECT_EQ(frame_of(file, 0), rows);
+        for (const size_t room : {size_t{0}, size_t{20'000}, file.size() - 1}) {
+            FullSink full(room);
+            EXPECT_THROW(write_all(*make_gif_writer(header, encoding, full), header, rows, 150), FullSink::Full);
+        }
+    }
+}
+
 TEST(GifRowsTest, OtherFormsAreRefused) {
-    std::vector<uint8_t> out;
+    MemorySink out;
     EXPECT_EQ(failure_of([&] { make_gif_writer(header_of(2, 2, {}), {}, out); }).kind(), Failure::kEncoding);
     EXPECT_EQ(failure_of([&] { GifWriter(70000, 1, kPalette, {}, out); }).kind(), Failure::kEncoding);
 }

@@ -37,10 +37,10 @@ Bytes waves(const RowsHeader& header, int phase = 0) {
 }
 
 Bytes still_file(const RowsHeader& header, const Bytes& rows, const WebpEncoding& encoding, int32_t step = 3) {
-    Bytes out;
+    MemorySink out;
     const auto writer = make_webp_writer(header, encoding, out);
     write_all(*writer, header, rows, step);
-    return out;
+    return bytes_in(out);
 }
 
 // The pixels that the library's plain decoder gives.
@@ -545,7 +545,7 @@ TEST(WebpRowsTest, AReductionIsTheMeanOfThePixels) {
 TEST(WebpRowsTest, AnimationsComeBack) {
     for (const bool lossless : {false, true}) {
         const RowsHeader header = header_of(21, 13, kRgba);
-        Bytes out;
+        MemorySink out;
         WebpEncoding encoding;
         encoding.lossless = lossless;
         encoding.quality = 90;
@@ -563,7 +563,7 @@ TEST(WebpRowsTest, AnimationsComeBack) {
             frame->finish();
         }
         writer->finish();
-        const auto frames = open_webp(memory_source(out), Recovery::kNone);
+        const auto frames = open_webp(memory_source(bytes_in(out)), Recovery::kNone);
         ASSERT_EQ(frames->count(), 4U);
         EXPECT_EQ(frames->header(0).duration, 1);
         EXPECT_EQ(frames->header(1).duration, 0);
@@ -590,8 +590,53 @@ TEST(WebpRowsTest, AnimationsComeBack) {
     }
 }
 
+// Notes the pieces that a file comes in.
+class PiecesSink final : public ByteSink {
+ public:
+    void write(std::span<const uint8_t> bytes) override {
+        pieces++;
+        file.insert(file.end(), bytes.begin(), bytes.end());
+    }
+    void write_whole(EncodedBytes) override { ADD_FAILURE() << "the file was kept as a whole"; }
+
+    Bytes file;
+    int pieces = 0;
+};
+
+TEST(WebpRowsTest, BytesGoOnAsTheLibraryGivesThem) {
+    for (const bool profiled : {false, true}) {
+        for (const bool alpha : {false, true}) {
+            for (const bool lossless : {false, true}) {
+                RowsHeader header = header_of(64, 48, alpha ? kRgba : kRgb);
+                if (profiled) {
+                    header.profile = std::make_shared<const Bytes>(Bytes(333, 7));
+                }
+                WebpEncoding encoding;
+                encoding.lossless = lossless;
+                PiecesSink out;
+                const Bytes rows = random_rows(header);
+                const auto writer = make_webp_writer(header, encoding, out);
+                write_all(*writer, header, rows, 5);
+                EXPECT_GT(out.pieces, 1);
+                EXPECT_EQ(ByteReader(out.file).u32(4), out.file.size() - 8);
+                EXPECT_EQ(std::string(out.file.begin() + 12, out.file.begin() + 16) == "VP8X",
+                          profiled || (alpha && !lossless));
+                const auto reader = open_webp(memory_source(out.file), Recovery::kNone)->open(0);
+                EXPECT_EQ(reader->header().profile != nullptr, profiled);
+                const Bytes found = all_rows(*reader);
+                EXPECT_TRUE(!lossless || found == rows);
+                for (const size_t room : {size_t{0}, size_t{40}, out.file.size() / 2}) {
+                    FullSink full(room);
+                    const auto failing = make_webp_writer(header, encoding, full);
+                    EXPECT_THROW(write_all(*failing, header, rows, 48), FullSink::Full) << room;
+                }
+            }
+        }
+    }
+}
+
 TEST(WebpRowsTest, OtherFormsAndSizesAreRefused) {
-    Bytes out;
+    MemorySink out;
     const auto refused = [&](const RowsHeader& header, const WebpEncoding& encoding) {
         return failure_of([&] { make_webp_writer(header, encoding, out); }).kind();
     };

@@ -90,11 +90,12 @@ Sample sample(const PixelForm& form, int32_t width = 37, int32_t height = 19) {
 }
 
 Bytes written(const Sample& picture, const TiffEncoding& encoding) {
-    TiffFile file(encoding.big_tiff, encoding.big_endian);
+    MemorySink out;
+    TiffFile file(out, encoding.big_tiff, encoding.big_endian);
     const auto page = file.add_page(picture.header, encoding);
     page->write(picture.header.height, picture.rows);
     page->finish();
-    return bytes_of(file.finish());
+    return bytes_of(out.take());
 }
 
 Sample read_page(const SharedSource& source, uint64_t directory = 0, const DecodeOptions& options = {}) {
@@ -404,7 +405,8 @@ class VectorBytes final : public ByteSource {
 TEST(TiffPagesTest, PagesOfDifferentForms) {
     for (const bool big_tiff : {false, true}) {
         for (const bool big_endian : {false, true}) {
-            TiffFile file(big_tiff, big_endian);
+            MemorySink out;
+            TiffFile file(out, big_tiff, big_endian);
             std::vector<Sample> pictures;
             for (const PixelForm& form : kForms) {
                 const auto number = static_cast<int32_t>(pictures.size());
@@ -418,7 +420,7 @@ TEST(TiffPagesTest, PagesOfDifferentForms) {
                 page->write(pictures.back().header.height, pictures.back().rows);
                 page->finish();
             }
-            const Bytes bytes = bytes_of(file.finish());
+            const Bytes bytes = bytes_of(out.take());
             VectorBytes in(bytes);
             const auto directories = tiff_directories(ByteReader(in));
             ASSERT_EQ(directories.size(), std::size(kForms));
@@ -435,15 +437,57 @@ TEST(TiffPagesTest, PagesOfDifferentForms) {
     }
 }
 
+// A file that has no room behind so many bytes.
+class FullFile final : public EditableFile {
+ public:
+    struct Full {};
+    explicit FullFile(uint64_t room) : m_room(room) {}
+    uint64_t size() const override { return m_file.size(); }
+    void write_at(uint64_t offset, std::span<const uint8_t> bytes) override {
+        EXPECT_FALSE(m_is_full) << "it is used after it has failed";
+        m_is_full = offset + bytes.size() > m_room;
+        if (m_is_full) {
+            throw Full();
+        }
+        m_file.write_at(offset, bytes);
+    }
+    void read_at(uint64_t offset, std::span<uint8_t> out) const override { m_file.read_at(offset, out); }
+
+ private:
+    uint64_t m_room;
+    bool m_is_full = false;
+    MemorySink m_file;
+};
+
+TEST(TiffPagesTest, AFullTargetEndsTheWriting) {
+    const Sample picture = sample({ColorModel::kRgb, S::kUint8, 8}, 100, 90);
+    for (const C compression : {C::kNone, C::kLzw, C::kJpeg}) {
+        TiffEncoding encoding;
+        encoding.compression = compression;
+        const uint64_t size = written(picture, encoding).size();
+        for (const uint64_t room : {uint64_t{0}, uint64_t{8}, size / 2, size - 1}) {
+            FullFile full(room);
+            const auto write = [&] {
+                TiffFile file(full, false, false);
+                const auto page = file.add_page(picture.header, encoding);
+                page->write(picture.header.height, picture.rows);
+                page->finish();
+            };
+            EXPECT_THROW(write(), FullFile::Full) << room;
+        }
+    }
+}
+
 TEST(TiffPagesTest, AFileIsASourceOfFrames) {
-    TiffFile file(false, true);
+    MemorySink out;
+    TiffFile file(out, false, true);
     for (int32_t i = 1; i <= 3; i++) {
         const Sample picture = sample({ColorModel::kGray, S::kUint16, 16}, 10 * i, 5);
         const auto page = file.add_page(picture.header, {});
         page->write(5, picture.rows);
         page->finish();
     }
-    const Bytes bytes = bytes_of(file.finish());
+    const Bytes bytes = bytes_of(out.take());
     const SharedFrames frames = open_tiff(std::make_shared<CountedSource>(bytes), {});
     ASSERT_EQ(frames->count(), 3U);
     for (const size_t i : {2, 0, 1}) {
@@ -459,7 +503,8 @@ TEST(TiffPagesTest, AFileIsASourceOfFrames) {
 
 TEST(TiffPagesTest, SixtyThousandPagesCostTheirHeaders) {
     constexpr size_t kPages = 60000;
-    TiffFile file(false, false);
+    MemorySink out;
+    TiffFile file(out, false, false);
     Sample picture = sample({ColorModel::kGray, S::kUint8, 8}, 1, 1);
     for (size_t i = 0; i < kPages; i++) {
         picture.rows[0] = static_cast<uint8_t>(i % 251);
@@ -467,7 +512,7 @@ TEST(TiffPagesTest, SixtyThousandPagesCostTheirHeaders) {
         page->write(1, picture.rows);
         page->finish();
     }
-    const Bytes bytes = bytes_of(file.finish());
+    const Bytes bytes = bytes_of(out.take());
     VectorBytes in(bytes);
     const auto directories = tiff_directories(ByteReader(in));
     ASSERT_EQ(directories.size(), kPages);
@@ -479,14 +524,15 @@ TEST(TiffPagesTest, SixtyThousandPagesCostTheirHeaders) {
 }
 
 TEST(TiffPagesTest, ALatePageCostsItsOwnBytes) {
-    TiffFile file(false, false);
+    MemorySink out;
+    TiffFile file(out, false, false);
     const Sample picture = sample({ColorModel::kGray, S::kUint8, 1}, 400, 400);
     for (int i = 0; i < 100; i++) {
         const auto page = file.add_page(picture.header, {.compression = C::kFax4});
         page->write(400, picture.rows);
         page->finish();
     }
-    const Bytes bytes = bytes_of(file.finish());
+    const Bytes bytes = bytes_of(out.take());
     VectorBytes in(bytes);
     const auto directories = tiff_directories(ByteReader(in));
     const auto source = std::make_shared<CountedSource>(bytes);

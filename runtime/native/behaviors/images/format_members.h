@@ -101,7 +101,7 @@ struct FormatMembers {
 
     // Encodes an image of the format with its frames as they are, for a save without other settings. Null: it is
     // written as an image of any other format is.
-    imagework::EncodedBytes (*encode_frames)(ImageObject& image) = nullptr;
+    void (*encode_frames)(ImageObject& image, imagework::ByteSink& out) = nullptr;
     // Takes what a frame says besides its pixels, for a file of the format. `is_described` tells whether a picture that
     // stands alone has to be written as a frame because of that; both are null, or none.
     bool (*is_described)(ImageObject& source) = nullptr;

@@ -140,9 +140,8 @@ void write_image(ImageObject& image, const Request& request, DescribedFile& out)
     const bool as_it_is = request.options == nullptr && request.bounds == nullptr &&
                           image.facts().format == request.format && image.is_container();
     if (as_it_is && members != nullptr && members->encode_frames != nullptr) {
-        EncodedBytes file = members->encode_frames(image);
-        out.set_pictures({written_picture(image, image.picture(), image)});
-        return out.write_whole(std::move(file));
+        out.set_pictures(request.format, {written_picture(image, image.picture(), image)});
+        return members->encode_frames(image, out);
     }
     std::vector<Page> pages = requested_pages(image, request);
     if (request.options != nullptr) {
@@ -173,7 +172,7 @@ void write_pages(ImageObject& image, const Request& request, std::vector<Page> p
     const bool describes = members != nullptr && members->describe_frame != nullptr;
     if (pages.size() == 1 && !(describes && members->is_described(*pages[0].source))) {
         const Encoding encoding = encoding_of(pages[0]);
-        out.set_pictures({written_picture(image, request, pages[0])});
+        out.set_pictures(request.format, {written_picture(image, request, pages[0])});
         return pages[0].picture->encode(encoding, out);
     }
     if (!has_pages(request.format)) {
@@ -196,8 +195,8 @@ void write_pages(ImageObject& image, const Request& request, std::vector<Page> p
     for (const Page& page : pages) {
         pictures.push_back(written_picture(image, request, page));
     }
-    out.set_pictures(std::move(pictures));
-    out.write_whole(image_backend().encode_frames(frames));
+    out.set_pictures(request.format, std::move(pictures));
+    image_backend().encode_frames(frames, out);
 }
 
 // ---- Vector images, and formats of lines and text
@@ -329,11 +328,15 @@ void write_image(ImageBase& image, const Request& request, ByteSink& out, const 
 }
 
 // The file that is saved to a path. Nothing is under its name before finish().
-class FileSink final : public ByteSink {
+class FileSink final : public ByteSink, public EditableFile {
  public:
     explicit FileSink(const std::string& path) : m_path(path), m_file(path) {}
     void write(std::span<const uint8_t> bytes) override { m_file.write(bytes); }
     void write_whole(EncodedBytes file) override { m_whole = std::move(file); }
+    EditableFile* editable() override { return this; }
+    uint64_t size() const override { return m_file.size(); }
+    void write_at(uint64_t offset, std::span<const uint8_t> bytes) override { m_file.write_at(offset, bytes); }
+    void read_at(uint64_t offset, std::span<uint8_t> out) const override { m_file.read_at(offset, out); }
     void finish() { m_whole.data != nullptr ? write_file(m_path, m_whole.bytes()) : m_file.finish(); }
 
  private:

@@ -1,8 +1,10 @@
 // A file that gets its metadata while it is written.
 //
-// Encoders write files without metadata. In PNG and JPEG the metadata stand before the pixels: the head of the file is
-// kept until it is complete and is passed on with the metadata in it; all bytes behind it are passed on as they come.
-// A file of another format is kept until the encoder has finished.
+// Encoders write files without metadata, and metadata get into them in one of three ways. PNG, JPEG, GIF and WebP have
+// them before the pixels, or at the end with a word of it at the beginning: the head of the file is kept until it is
+// complete and is passed on with the metadata in it; all bytes behind it are passed on as they come, and the rest of
+// the metadata behind them. TIFF gets them when it is complete, by changes in the target. BMP, PDF and others get none.
+// A file that the encoder gives as a whole is kept until the encoder has finished.
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_DESCRIBED_FILE_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_METADATA_DESCRIBED_FILE_H
 
@@ -22,23 +24,28 @@ class DescribedFile final : public imagework::ByteSink {
         : m_image(image), m_options(options), m_target(target) {}
 
     // Those in the file, each with what describes it. Has to come before the first bytes.
-    void set_pictures(std::vector<WrittenPicture> pictures) { m_pictures = std::move(pictures); }
+    void set_pictures(imagework::Format format, std::vector<WrittenPicture> pictures) {
+        m_format = format;
+        m_pictures = std::move(pictures);
+    }
 
     void write(std::span<const uint8_t> bytes) override;
     // Kept until finish(), so that what the encoder needed can be freed first.
     void write_whole(imagework::EncodedBytes file) override;
+    imagework::EditableFile* editable() override;
     // Has to come when the encoder has finished.
     void finish();
 
  private:
-    imagework::EncodedBytes described(imagework::EncodedBytes file) const;
-
     ImageObject& m_image;
     const Record* m_options;
     imagework::ByteSink& m_target;
+    imagework::Format m_format = imagework::Format::kUnknown;
     std::vector<WrittenPicture> m_pictures;
     std::vector<uint8_t> m_head;
-    bool m_has_head = false;  // it was passed on
+    bool m_has_head = false;  // it was passed on, or there is none
+    Bytes m_tail;             // what has to follow the encoder's bytes
+    imagework::EditableFile* m_edited = nullptr;
     imagework::EncodedBytes m_whole;
 };
 

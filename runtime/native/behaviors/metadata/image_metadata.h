@@ -8,7 +8,9 @@
 
 #include <memory>
 #include <span>
+#include <vector>
 
+#include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/pixels/data_source.h"
@@ -47,9 +49,18 @@ struct WrittenPicture {
 
 // The file with the metadata of the options, or of the images where these have none; empty where the file is good as it
 // is. `pictures` are those in the file: each page of a TIFF gets its own metadata, any other file those of the first.
-// Of a file that has its metadata before its pixels, the head will do (see size_of_head).
 std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span<const WrittenPicture> pictures,
                                         const Record* options);
+// The same for the head of a file whose other bytes are still to come (see size_of_head).
+HeadAndTail head_with_metadata(std::span<const uint8_t> head, std::span<const WrittenPicture> pictures,
+                               const Record* options);
+// Whether metadata are written into files of a format.
+bool gets_metadata(imagework::Format format);
+// Whether files of a format get their metadata, if any, when they are complete, by changes that do not move their
+// bytes.
+bool gets_metadata_in_place(imagework::Format format);
+void add_metadata(imagework::EditableFile& file, imagework::Format format, std::span<const WrittenPicture> pictures,
+                  const Record* options);
 
 }  // namespace zelmor::embed
 

@@ -8,6 +8,7 @@
 #include "generated/runtime/Zelmor.Imaging.Exif.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Tiff.h"
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/metadata/containers/file_parts.h"
 #include "runtime/native/behaviors/metadata/containers/image_resources.h"
 #include "runtime/native/behaviors/metadata/containers/metadata_container.h"
 #include "runtime/native/behaviors/metadata/image_metadata.h"
@@ -448,8 +449,8 @@ Save save_of(const WrittenPicture& picture, const Record* options, const Metadat
 }
 
 // Each page has its own tags. The encoder writes none of these kinds, so that a page without any is good as it is.
-std::vector<uint8_t> tagged_pages(std::span<const std::byte> file, std::span<const WrittenPicture> pictures,
-                                  const Record* options, const MetadataContainer& container) {
+void tag_pages(imagework::EditableFile& file, std::span<const WrittenPicture> pictures, const Record* options,
+               const MetadataContainer& container) {
     std::vector<std::optional<MetadataToWrite>> pages;
     std::vector<Ref<ExifObject>> held;
     for (const WrittenPicture& picture : pictures) {
@@ -471,7 +472,24 @@ std::vector<uint8_t> tagged_pages(std::span<const std::byte> file, std::span<con
     while (!pages.empty() && !pages.back()) {
         pages.pop_back();
     }
-    return pages.empty() ? std::vector<uint8_t>() : unsigned_bytes(with_tiff_tags(file, pages));
+    if (!pages.empty()) {
+        add_tiff_tags(file, pages);
+    }
+}
+
+// What a file, or its head, has to get; nothing where it is good as it is.
+std::optional<MetadataToWrite> wanted_metadata(std::span<const std::byte> file, const WrittenPicture& picture,
+                                               const Record* options, const MetadataContainer& container) {
+    const Save save = save_of(picture, options, container);
+    const FileMetadata there = container.find(source_of(file));
+    MetadataToWrite write = to_write(save).metadata;
+    if (container.has_comments) {
+        write.comments = comments_to_write(save);
+    }
+    if (container.has_jfif) {
+        put_jfif(save, there, write);
+    }
+    return container.is_same(write, there) ? std::nullopt : std::optional(std::move(write));
 }
 
 }  // namespace
@@ -485,18 +503,46 @@ std::vector<uint8_t> file_with_metadata(std::span<const uint8_t> file, std::span
         return {};
     }
     if (container->has_tags) {
-        return tagged_pages(bytes, pictures, options, *container);
+        imagework::MemorySink memory;
+        memory.write(file);
+        tag_pages(memory, pictures, options, *container);
+        const imagework::EncodedBytes tagged = memory.take();
+        return {tagged.bytes().begin(), tagged.bytes().end()};
     }
-    const Save save = save_of(pictures[0], options, *container);
-    const FileMetadata there = find_metadata(bytes);
-    MetadataToWrite write = to_write(save).metadata;
-    if (container->has_comments) {
-        write.comments = comments_to_write(save);
+    const auto write = wanted_metadata(bytes, pictures[0], options, *container);
+    return write ? unsigned_bytes(container->write(bytes, *write)) : std::vector<uint8_t>();
+}
+
+HeadAndTail head_with_metadata(std::span<const uint8_t> head, std::span<const WrittenPicture> pictures,
+                               const Record* options) {
+    assert(!pictures.empty());
+    const auto bytes = std::as_bytes(head);
+    const MetadataContainer* container = metadata_container(bytes);
+    assert(container != nullptr && container->head != nullptr);
+    const auto write = wanted_metadata(bytes, pictures[0], options, *container);
+    if (!write) {
+        return {Bytes(bytes.begin(), bytes.end())};
     }
-    if (container->has_jfif) {
-        put_jfif(save, there, write);
+    return container->write_head != nullptr ? container->write_head(bytes, *write)
+                                            : HeadAndTail{container->write(bytes, *write)};
+}
+
+bool gets_metadata(imagework::Format format) {
+    const MetadataContainer* container = metadata_container(format);
+    return container != nullptr && container->write != nullptr;
+}
+
+bool gets_metadata_in_place(imagework::Format format) {
+    return !gets_metadata(format) || metadata_container(format)->has_tags;
+}
+
+void add_metadata(imagework::EditableFile& file, imagework::Format format, std::span<const WrittenPicture> pictures,
+                  const Record* options) {
+    assert(gets_metadata_in_place(format));
+    const MetadataContainer* container = metadata_container(format);
+    if (container != nullptr && container->has_tags) {
+        tag_pages(file, pictures, options, *container);
     }
-    return container->is_same(write, there) ? std::vector<uint8_t>() : unsigned_bytes(container->write(bytes, write));
 }
 
 }  // namespace zelmor::embed

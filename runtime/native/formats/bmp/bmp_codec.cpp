@@ -46,11 +46,11 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
                            encoding.diffuse);
         }
     }
-    std::vector<uint8_t> file;
-    const auto writer = make_bmp_writer(picture.rows_header(), bmp, file);
-    write_rows(picture, *writer);
-    writer->finish();
-    out.write_whole(to_encoded(std::move(file)));
+    write_editable(out, [&](EditableFile& file) {
+        const auto writer = make_bmp_writer(picture.rows_header(), bmp, file);
+        write_rows(picture, *writer);
+        writer->finish();
+    });
 }
 
 }  // namespace

@@ -7,10 +7,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "runtime/native/formats/bmp/bmp_encoding.h"
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/rows.h"
@@ -27,9 +27,8 @@ void check_bmp_encoding(const BmpEncoding& encoding);
 
 // Writes indices (1, 4 and 8 bits a pixel; the palette has at most 2^bits colors, whose alpha does not count) or RGB
 // with or without alpha (16, 24 and 32 bits). PictureError(kEncoding) for another form, and for a file of more than 4
-// GiB. The file is in `out` when the writer has finished.
-std::unique_ptr<RowWriter> make_bmp_writer(const RowsHeader& header, const BmpEncoding& encoding,
-                                           std::vector<uint8_t>& out);
+// GiB. `out` is empty; rows go to their places in it as they come, and run-length data when the writer finishes.
+std::unique_ptr<RowWriter> make_bmp_writer(const RowsHeader& header, const BmpEncoding& encoding, EditableFile& out);
 
 }  // namespace zelmor::imagework
 

@@ -33,12 +33,6 @@ void put_u32(std::vector<uint8_t>& out, uint64_t value) {
     put_u16(out, static_cast<unsigned>(value >> 16 & 0xFFFF));
 }
 
-void set_u32(std::vector<uint8_t>& out, size_t at, uint64_t value) {
-    for (size_t i = 0; i < 4; i++) {
-        out[at + i] = static_cast<uint8_t>(value >> 8 * i);
-    }
-}
-
 uint32_t per_meter(double dots_per_inch) {
     constexpr double kMetersPerInch = 0.0254;
     return static_cast<uint32_t>(std::clamp(dots_per_inch / kMetersPerInch + 0.5, 0.0, 2147483647.0));
@@ -46,7 +40,7 @@ uint32_t per_meter(double dots_per_inch) {
 
 class BmpWriter final : public RowWriter {
  public:
-    BmpWriter(const RowsHeader& header, const BmpEncoding& encoding, std::vector<uint8_t>& out)
+    BmpWriter(const RowsHeader& header, const BmpEncoding& encoding, EditableFile& out)
         : m_header(header), m_bits(encoding.bits_per_pixel), m_out(out) {
         check_bmp_encoding(encoding);
         check_form();
@@ -62,46 +56,52 @@ class BmpWriter final : public RowWriter {
             kFileHeader + (m_masks != nullptr ? kLongHeader : kPlainHeader) + sizeof(Argb) * header.palette.size();
         const uint64_t size = m_data_at + (m_runs ? 0 : m_stride * static_cast<uint64_t>(header.height));
         require_size(size);
-        m_out.clear();
-        m_out.reserve(static_cast<size_t>(size));
-        put_headers();
         if (!m_runs) {
-            m_out.resize(static_cast<size_t>(size));
+            put_headers(size);
         }
     }
 
     void write(int32_t count, std::span<const uint8_t> rows) override {
         const size_t row_size = m_header.form.pixel_size() * static_cast<size_t>(m_header.width);
         assert(count >= 0 && m_next + count <= m_header.height && rows.size() == row_size * static_cast<size_t>(count));
-        for (int32_t i = 0; i < count; i++, m_next++) {
+        m_next += count;
+        // The last of these rows comes first.
+        m_stored.assign(m_runs ? 0 : static_cast<size_t>(m_stride) * static_cast<size_t>(count), 0);
+        for (int32_t i = 0; i < count; i++) {
             const uint8_t* row = rows.data() + row_size * static_cast<size_t>(i);
             if (m_runs) {
                 m_row_starts.push_back(m_coded.size());
                 code_runs(row);
                 continue;
             }
-            uint8_t* to = m_out.data() + m_data_at + m_stride * static_cast<uint64_t>(m_header.height - 1 - m_next);
+            uint8_t* to = m_stored.data() + m_stride * static_cast<size_t>(count - 1 - i);
             if (m_bits <= 8) {
                 put_indices(row, to);
             } else {
                 put_colors(row, to);
             }
         }
+        if (!m_runs) {
+            m_out.write_at(m_data_at + m_stride * static_cast<uint64_t>(m_header.height - m_next), m_stored);
+        }
     }
 
     void finish() override {
         assert(m_next == m_header.height);
-        if (m_runs) {
-            size_t end = m_coded.size();
-            for (size_t row = m_row_starts.size(); row-- > 0; end = m_row_starts[row]) {
-                m_out.insert(m_out.end(), m_coded.begin() + static_cast<std::ptrdiff_t>(m_row_starts[row]),
-                             m_coded.begin() + static_cast<std::ptrdiff_t>(end));
-                put_u16(m_out, row == 0 ? 0x0100 : 0);  // the end of the picture, or of the row
-            }
-            require_size(m_out.size());
+        if (!m_runs) {
+            return;
         }
-        set_u32(m_out, 2, m_out.size());
-        set_u32(m_out, 34, m_out.size() - m_data_at);
+        constexpr uint64_t kRowEnd = 2;
+        const uint64_t size = m_data_at + m_coded.size() + kRowEnd * m_row_starts.size();
+        require_size(size);
+        put_headers(size);
+        size_t end = m_coded.size();
+        for (size_t row = m_row_starts.size(); row-- > 0; end = m_row_starts[row]) {
+            m_stored.assign(m_coded.begin() + static_cast<std::ptrdiff_t>(m_row_starts[row]),
+                            m_coded.begin() + static_cast<std::ptrdiff_t>(end));
+            put_u16(m_stored, row == 0 ? 0x0100 : 0);  // the end of the picture, or of the row
+            m_out.write_at(m_out.size(), m_stored);
+        }
     }
 
  private:
@@ -126,35 +126,39 @@ class BmpWriter final : public RowWriter {
         }
     }
 
-    void put_headers() {
+    // Of a file of that size.
+    void put_headers(uint64_t size) {
+        std::vector<uint8_t> out;
         const Resolution resolution = m_header.resolution.value_or(kDefaultResolution);
         const size_t header_size = m_masks != nullptr ? kLongHeader : kPlainHeader;
-        m_out.push_back('B');
-        m_out.push_back('M');
-        put_u32(m_out, 0);  // the length of the file, known at the end
-        put_u32(m_out, 0);
-        put_u32(m_out, m_data_at);
-        put_u32(m_out, header_size);
-        put_u32(m_out, static_cast<uint32_t>(m_header.width));
-        put_u32(m_out, static_cast<uint32_t>(m_header.height));
-        put_u16(m_out, 1);
-        put_u16(m_out, static_cast<unsigned>(m_bits));
-        put_u32(m_out, m_runs ? (m_bits == 8 ? kBiRle8 : kBiRle4) : m_masks != nullptr ? kBiBitFields : kBiRgb);
-        put_u32(m_out, 0);  // the length of the pixel data
-        put_u32(m_out, per_meter(resolution.horizontal));
-        put_u32(m_out, per_meter(resolution.vertical));
-        put_u32(m_out, m_header.palette.size());
-        put_u32(m_out, 0);
+        out.push_back('B');
+        out.push_back('M');
+        put_u32(out, size);
+        put_u32(out, 0);
+        put_u32(out, m_data_at);
+        put_u32(out, header_size);
+        put_u32(out, static_cast<uint32_t>(m_header.width));
+        put_u32(out, static_cast<uint32_t>(m_header.height));
+        put_u16(out, 1);
+        put_u16(out, static_cast<unsigned>(m_bits));
+        put_u32(out, m_runs ? (m_bits == 8 ? kBiRle8 : kBiRle4) : m_masks != nullptr ? kBiBitFields : kBiRgb);
+        put_u32(out, size - m_data_at);
+        put_u32(out, per_meter(resolution.horizontal));
+        put_u32(out, per_meter(resolution.vertical));
+        put_u32(out, m_header.palette.size());
+        put_u32(out, 0);
         if (m_masks != nullptr) {
             for (const uint32_t mask : {m_masks->red, m_masks->green, m_masks->blue, m_masks->alpha}) {
-                put_u32(m_out, mask);
+                put_u32(out, mask);
             }
-            put_u32(m_out, 0x73524742);  // "sRGB"
-            m_out.resize(kFileHeader + kLongHeader);
+            put_u32(out, 0x73524742);  // "sRGB"
+            out.resize(kFileHeader + kLongHeader);
         }
         for (const Argb color : m_header.palette) {
-            put_u32(m_out, color & 0xFFFFFF);
+            put_u32(out, color & 0xFFFFFF);
         }
+        assert(out.size() == m_data_at);
+        m_out.write_at(0, out);
     }
 
     void put_indices(const uint8_t* row, uint8_t* to) const {
@@ -210,13 +214,14 @@ class BmpWriter final : public RowWriter {
 
     RowsHeader m_header;
     int m_bits;
-    std::vector<uint8_t>& m_out;
+    EditableFile& m_out;
     bool m_runs = false;
     const Masks* m_masks = nullptr;
     uint64_t m_stride = 0;
     size_t m_data_at = 0;
     int32_t m_next = 0;
-    std::vector<uint8_t> m_coded;  // the runs of all rows, the first row first
+    std::vector<uint8_t> m_stored;  // rows as the file has them
+    std::vector<uint8_t> m_coded;   // the runs of all rows, the first row first
     std::vector<size_t> m_row_starts;
 };
 
@@ -238,8 +243,7 @@ void check_bmp_encoding(const BmpEncoding& encoding) {
     }
 }
 
-std::unique_ptr<RowWriter> make_bmp_writer(const RowsHeader& header, const BmpEncoding& encoding,
-                                           std::vector<uint8_t>& out) {
+std::unique_ptr<RowWriter> make_bmp_writer(const RowsHeader& header, const BmpEncoding& encoding, EditableFile& out) {
     return std::make_unique<BmpWriter>(header, encoding, out);
 }
 

@@ -220,7 +220,7 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     out.write_whole(to_encoded(file_of(pictures, encodings)));
 }
 
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     std::vector<std::unique_ptr<Picture>> own;
     std::vector<VipsPicture*> pictures;
     std::vector<const Encoding*> encodings;
@@ -231,7 +231,7 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
         pictures.push_back(static_cast<VipsPicture*>(own.back().get()));
         encodings.push_back(frame.encoding);
     }
-    return to_encoded(file_of(pictures, encodings));
+    out.write_whole(to_encoded(file_of(pictures, encodings)));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "runtime/native/formats/gif/gif_encoding.h"
 #include "runtime/native/formats/gif/gif_structure.h"
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
@@ -47,9 +48,8 @@ struct GifFrameToWrite {
 // Writes a file block by block. PictureError(kEncoding) where giflib fails.
 class GifWriter {
  public:
-    // `encoding` has the settings of the screen.
-    GifWriter(int32_t width, int32_t height, std::span<const Argb> palette, const GifEncoding& encoding,
-              std::vector<uint8_t>& out);
+    // `encoding` has the settings of the screen. `out` has the whole file when the writer has finished.
+    GifWriter(int32_t width, int32_t height, std::span<const Argb> palette, const GifEncoding& encoding, ByteSink& out);
     GifWriter(const GifWriter&) = delete;
     GifWriter& operator=(const GifWriter&) = delete;
     ~GifWriter();
@@ -61,18 +61,20 @@ class GifWriter {
     void put_control(const GifControl& control);
     // Indices row by row; they are those of the palette.
     void put_frame(const GifFrameToWrite& frame, std::span<const uint8_t> indices);
+    // The same row by row, from top to bottom, of a frame that is not interlaced.
+    void start_frame(const GifFrameToWrite& frame);
+    void put_row(std::span<const uint8_t> indices);
     void finish();
 
  private:
     struct Library;
     std::unique_ptr<Library> m_library;
-    std::vector<uint8_t>& m_out;
     bool m_trailer;
+    std::vector<uint8_t> m_row;  // the library writes into the rows that it is given
 };
 
 // A file of one frame, of an indexed form. PictureError(kEncoding) for any other form.
-std::unique_ptr<RowWriter> make_gif_writer(const RowsHeader& header, const GifEncoding& encoding,
-                                           std::vector<uint8_t>& out);
+std::unique_ptr<RowWriter> make_gif_writer(const RowsHeader& header, const GifEncoding& encoding, ByteSink& out);
 
 // The index of the palette's first color that is fully transparent.
 std::optional<uint8_t> transparent_index(std::span<const Argb> palette);

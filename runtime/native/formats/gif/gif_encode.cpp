@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,7 @@ namespace zelmor::imagework {
 namespace {
 
 constexpr int kMostBits = 8;
+constexpr size_t kAllColors = size_t{1} << kMostBits;
 constexpr Argb kHalf = 128;  // a pixel of less alpha is transparent
 
 // A picture as the format holds it: each color is opaque, but for one that stands for transparent pixels.
@@ -56,49 +58,64 @@ bool make_binary(VipsPicture& picture) {
     return clear;
 }
 
-// Of several transparent colors one is used, the first where none is named.
-void use_one_clear_index(Indexed& picture, std::optional<uint8_t> named) {
-    const auto clear = named ? named : transparent_index(picture.palette);
-    if (!clear) {
-        return;
-    }
-    for (uint8_t& index : picture.indices) {
-        if (picture.palette[index] >> 24 == 0) {
-            index = *clear;
+// Of several transparent colors one is used, the first where none is named: the others become opaque. The index that is
+// written for each index of a pixel; empty where all stay as they are.
+std::vector<uint8_t> use_one_clear_index(std::vector<Argb>& palette, std::optional<uint8_t> named) {
+    const auto clear = named ? named : transparent_index(palette);
+    std::vector<uint8_t> written;
+    for (size_t i = 0; clear && i < palette.size(); i++) {
+        const bool other = i != *clear && palette[i] >> 24 == 0;
+        if (other && written.empty()) {
+            written.resize(kAllColors);
+            std::iota(written.begin(), written.end(), uint8_t{0});
         }
-    }
-    for (size_t i = 0; i < picture.palette.size(); i++) {
+        if (other) {
+            written[i] = *clear;
+        }
         if (i != *clear) {
-            picture.palette[i] |= kBlack;
+            palette[i] |= kBlack;
         }
+    }
+    return written;
+}
+
+void map_indices(std::span<uint8_t> indices, const std::vector<uint8_t>& written) {
+    for (size_t i = 0; !written.empty() && i < indices.size(); i++) {
+        indices[i] = written[indices[i]];
     }
 }
 
 // Makes the color transparent that the control block names, or all colors opaque where it names none. `indices` tells
 // whether the pixels were indices before: new ones mean nothing to a program.
-void set_clear_index(Indexed& picture, bool indices, std::optional<uint8_t> clear) {
+void set_clear_index(std::vector<Argb>& palette, bool indices, std::optional<uint8_t> clear) {
     if (clear) {
-        if (!indices || *clear >= picture.palette.size()) {
+        if (!indices || *clear >= palette.size()) {
             throw PictureError(Failure::kUnsupported,
                                "The value " + std::to_string(*clear) +
                                    " of GifGraphicsControlBlock.TransparentColorIndex is not supported for a frame "
                                    "whose pixels are not indices of a palette with that color");
         }
-        picture.palette[*clear] &= ~kBlack;
+        palette[*clear] &= ~kBlack;
         return;
     }
-    if (!indices && transparent_index(picture.palette)) {
+    if (!indices && transparent_index(palette)) {
         throw PictureError(Failure::kUnsupported,
                            "The value False of GifGraphicsControlBlock.HasTransparentColor is not supported for a "
                            "frame with transparent pixels that are not indices of a palette");
     }
-    std::transform(picture.palette.begin(), picture.palette.end(), picture.palette.begin(),
-                   [](Argb color) { return color | kBlack; });
+    std::transform(palette.begin(), palette.end(), palette.begin(), [](Argb color) { return color | kBlack; });
 }
 
-// The colors of the picture if it has no more than fit, otherwise those that suit it best. Indices and palette of an
-// indexed picture stay as they are.
-Indexed indexed(VipsPicture& picture, const GifEncoding& gif, const Encoding& encoding, const GifFrame& frame = {}) {
+// What the pixels of an indexed picture become in the file.
+struct WrittenColors {
+    std::vector<Argb> palette;
+    std::vector<uint8_t> indices;  // for each index of a pixel the one that is written; empty: the same
+};
+
+// Makes the picture an indexed one: of its own colors if it has no more than fit, otherwise of those that suit it best.
+// Indices and palette of an indexed picture stay as they are.
+WrittenColors make_indexed(VipsPicture& picture, const GifEncoding& gif, const Encoding& encoding,
+                           const GifFrame& frame = {}) {
     const int bits = encoding.may_widen ? kMostBits : gif.palette_bits;
     const size_t most = size_t{1} << bits;
     picture.to_srgb();  // the format has no place for a profile
@@ -113,13 +130,21 @@ Indexed indexed(VipsPicture& picture, const GifEncoding& gif, const Encoding& en
         }
         picture.reduce(palette, encoding.diffuse);
     }
-    Indexed result{picture.width(), picture.height(), {}, {picture.palette().begin(), picture.palette().end()}};
-    result.indices = picture.indices(picture.palette(), false);
+    WrittenColors result{{picture.palette().begin(), picture.palette().end()}, {}};
     std::transform(result.palette.begin(), result.palette.end(), result.palette.begin(), opaque_or_clear);
     if (frame.sets_transparent) {
-        set_clear_index(result, indices, frame.control.transparent);
+        set_clear_index(result.palette, indices, frame.control.transparent);
     }
-    use_one_clear_index(result, frame.sets_transparent ? frame.control.transparent : std::nullopt);
+    result.indices =
+        use_one_clear_index(result.palette, frame.sets_transparent ? frame.control.transparent : std::nullopt);
+    return result;
+}
+
+Indexed indexed(VipsPicture& picture, const GifEncoding& gif, const Encoding& encoding, const GifFrame& frame = {}) {
+    WrittenColors colors = make_indexed(picture, gif, encoding, frame);
+    Indexed result{picture.width(), picture.height(), picture.indices(picture.palette(), false),
+                   std::move(colors.palette)};
+    map_indices(result.indices, colors.indices);
     return result;
 }
 
@@ -157,10 +182,10 @@ const GifFrames* file_of(std::span<const FrameToWrite> frames) {
     return file;
 }
 
-EncodedBytes copied(const GifFrames& file, std::span<const FrameToWrite> frames, const GifEncoding& gif, int loops) {
+void copy_frames(const GifFrames& file, std::span<const FrameToWrite> frames, const GifEncoding& gif, int loops,
+                 ByteSink& out) {
     const GifStructure& structure = file.structure();
     SourceBytes bytes(file.data());
-    std::vector<uint8_t> out;
     GifWriter writer(structure.screen.width, structure.screen.height, file.screen_palette(), gif, out);
     if (frames.size() > 1 || gif.loops) {
         writer.put_loops(loops);
@@ -181,7 +206,6 @@ EncodedBytes copied(const GifFrames& file, std::span<const FrameToWrite> frames,
         put_blocks(writer, frames[i].gif.blocks_behind);
     }
     writer.finish();
-    return to_encoded(std::move(out));
 }
 
 // ---- Frames that are composed
@@ -263,12 +287,12 @@ class Animation {
         check_picture_size(m_width, m_height, sizeof(Argb));
     }
 
-    EncodedBytes run(std::span<const FrameToWrite> frames, int loops) {
+    void run(std::span<const FrameToWrite> frames, int loops, ByteSink& out) {
         Canvas canvas{m_width, m_height, {}};
         canvas.colors.resize(static_cast<size_t>(m_width) * static_cast<size_t>(m_height));
         Composed pending = composed(frames[0], canvas);
         m_screen_palette = pending.picture.palette;
-        GifWriter writer(m_width, m_height, m_screen_palette, m_gif, m_out);
+        GifWriter writer(m_width, m_height, m_screen_palette, m_gif, out);
         if (frames.size() > 1 || m_gif.loops) {
             writer.put_loops(loops);
         }
@@ -283,7 +307,6 @@ class Animation {
         }
         put(writer, pending, false, true);
         writer.finish();
-        return to_encoded(std::move(m_out));
     }
 
  private:
@@ -370,34 +393,48 @@ class Animation {
     int32_t m_width = 0;
     int32_t m_height = 0;
     std::vector<Argb> m_screen_palette;
-    std::vector<uint8_t> m_out;
     bool m_continues = false;  // the first frame is whole
+};
+
+// Gives rows on with the indices that are written.
+class MappedRows final : public RowWriter {
+ public:
+    MappedRows(RowWriter& writer, const std::vector<uint8_t>& written) : m_writer(writer), m_written(written) {}
+    void write(int32_t count, std::span<const uint8_t> rows) override {
+        m_rows.assign(rows.begin(), rows.end());
+        map_indices(m_rows, m_written);
+        m_writer.write(count, m_rows);
+    }
+    void finish() override { m_writer.finish(); }
+
+ private:
+    RowWriter& m_writer;
+    const std::vector<uint8_t>& m_written;
+    std::vector<uint8_t> m_rows;
 };
 
 }  // namespace
 
 void encode_gif(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& gif = encoding.format.get<GifEncoding>();
-    const Indexed result = indexed(picture, gif, encoding);
-    RowsHeader header;
-    header.width = result.width;
-    header.height = result.height;
+    const WrittenColors colors = make_indexed(picture, gif, encoding);
+    RowsHeader header = picture.rows_header();
     header.form = {ColorModel::kIndexed, SampleType::kUint8, kMostBits, false};
-    header.palette = result.palette;
-    std::vector<uint8_t> file;
-    const auto writer = make_gif_writer(header, gif, file);
-    writer->write(result.height, result.indices);
-    writer->finish();
-    out.write_whole(to_encoded(std::move(file)));
+    header.palette = colors.palette;
+    const auto writer = make_gif_writer(header, gif, out);
+    MappedRows rows(*writer, colors.indices);
+    write_rows(picture, rows);
+    rows.finish();
 }
 
-EncodedBytes encode_gif_frames(std::span<const FrameToWrite> frames) {
+void encode_gif_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const auto& gif = frames[0].encoding->format.get<GifEncoding>();
     const int loops = gif.loops.value_or(0);
     if (const GifFrames* file = file_of(frames)) {
-        return copied(*file, frames, gif, loops);
+        copy_frames(*file, frames, gif, loops, out);
+    } else {
+        Animation(frames, gif).run(frames, loops, out);
     }
-    return Animation(frames, gif).run(frames, loops);
 }
 
 }  // namespace zelmor::imagework

@@ -13,7 +13,7 @@ void encode_gif(VipsPicture& picture, const Encoding& encoding, ByteSink& out);
 
 // The canvas is as large as the frames need. Frames that are still those of one file, in its order from the first one
 // on, are copied with their positions and palettes where the encoding lets them.
-EncodedBytes encode_gif_frames(std::span<const FrameToWrite> frames);
+void encode_gif_frames(std::span<const FrameToWrite> frames, ByteSink& out);
 
 }  // namespace zelmor::imagework
 

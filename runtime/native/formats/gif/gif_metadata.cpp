@@ -1,6 +1,7 @@
 // XMP in an application extension of GIF. The packet is stored unchanged and not in blocks; the bytes after it are
 // chosen so that a reader that takes it for blocks arrives at the end of the extension.
 #include <algorithm>
+#include <optional>
 
 #include "runtime/native/behaviors/metadata/containers/file_parts.h"
 #include "runtime/native/behaviors/metadata/containers/metadata_container.h"
@@ -97,12 +98,23 @@ static Bytes write_to_gif(std::span<const std::byte> file, const Bytes& xmp) {
     return out;
 }
 
+// The packet stands behind the colors that all frames share. Encoders write none themselves.
+static std::optional<size_t> head_of_gif(std::span<const std::byte> start) {
+    constexpr size_t kHeader = 13;
+    if (start.size() < kHeader) {
+        return std::nullopt;
+    }
+    const uint64_t size = kHeader + palette_size(std::to_integer<unsigned>(start[10]));
+    return start.size() < size ? std::nullopt : std::optional<size_t>(size);
+}
+
 extern const MetadataContainer kGifContainer;
 const MetadataContainer kGifContainer{
     .format = imagework::Format::kGif,
     .find = &find_in_gif,
     .write = [](std::span<const std::byte> file,
                 const MetadataToWrite& metadata) { return write_to_gif(file, metadata.xmp); },
+    .head = &head_of_gif,
 };
 
 }  // namespace zelmor::embed

@@ -7,12 +7,18 @@
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/formats/gif/gif_details.h"
 #include "runtime/native/imagework/loader.h"
+#include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::embed {
 
 using namespace imagework;
 
 namespace {
+
+bool is_xmp(std::span<const uint8_t> block) {
+    constexpr std::string_view kMark{"\x21\xFF\x0BXMP DataXMP", 14};
+    return ByteReader(block).starts_with(0, kMark);
+}
 
 std::vector<std::vector<uint8_t>> bytes_of(const std::vector<GifExtension>& extensions) {
     std::vector<std::vector<uint8_t>> result;
@@ -21,6 +27,9 @@ std::vector<std::vector<uint8_t>> bytes_of(const std::vector<GifExtension>& exte
             continue;  // which the frame has taken over
         }
         auto said = bytes_of_gif_block(*extension.block);
+        if (is_xmp(said)) {
+            continue;  // the image's packet is written
+        }
         if (!extension.bytes.empty() && said == extension.as_read) {
             said = extension.bytes;
         }
@@ -55,7 +64,7 @@ GifFrame gif_frame_of(const ImageObject& image, ImageObject& frame, bool last) {
 
 }  // namespace
 
-EncodedBytes encode_gif_image(ImageObject& image) {
+void encode_gif_image(ImageObject& image, ByteSink& out) {
     const FrameRange objects = image.frames();
     if (objects.empty()) {
         throw_invalid_operation("The image has no frames.");
@@ -84,7 +93,7 @@ EncodedBytes encode_gif_image(ImageObject& image) {
             frames[i].picture = pictures.emplace_back(objects[i]->picture().copy()).get();
         }
     }
-    return image_backend().encode_frames(frames);
+    image_backend().encode_frames(frames, out);
 }
 
 bool is_described_gif_frame(ImageObject& source) {

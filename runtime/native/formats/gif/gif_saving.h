@@ -10,7 +10,7 @@ class ImageObject;
 
 // All frames of a GIF image, saved as GIF without other settings. Frames that are still as they are in the file are
 // copied and not decoded.
-imagework::EncodedBytes encode_gif_image(ImageObject& image);
+void encode_gif_image(ImageObject& image, imagework::ByteSink& out);
 // Whether the control block of a picture says more than its encoder would find by itself.
 bool is_described_gif_frame(ImageObject& source);
 // Takes the control block and the extensions of a frame.

@@ -47,8 +47,9 @@ ColorMap color_map(std::span<const Argb> palette, bool sorted) {
 
 }  // namespace
 
+// The library writes a few bytes at a time; they go on in pieces. The last byte waits for finish().
 struct GifWriter::Library {
-    explicit Library(std::vector<uint8_t>& out) : out(out) {
+    explicit Library(ByteSink& out) : out(out) {
         int error = 0;
         gif = EGifOpen(this, &on_write, &error);
         if (gif == nullptr) {
@@ -58,7 +59,10 @@ struct GifWriter::Library {
     }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
-    ~Library() { close(); }
+    ~Library() {
+        given_up = true;  // the library writes an end
+        close();
+    }
 
     int close() {
         if (gif == nullptr) {
@@ -84,23 +88,40 @@ struct GifWriter::Library {
     // Called by the library; how many bytes were taken.
     static int on_write(GifFileType* gif, const GifByteType* bytes, int count) {
         auto* self = static_cast<Library*>(gif->UserData);
+        if (self->given_up) {
+            return count;
+        }
         try {
-            self->out.insert(self->out.end(), bytes, bytes + count);
+            self->put({bytes, static_cast<size_t>(count)});
             return count;
         } catch (...) {
             self->thrown = std::current_exception();
+            self->given_up = true;
             return 0;
         }
     }
 
-    std::vector<uint8_t>& out;
+    void put(std::span<const uint8_t> bytes) {
+        constexpr size_t kPiece = size_t{16} << 10;
+        kept.insert(kept.end(), bytes.begin(), bytes.end());
+        if (kept.size() > kPiece) {
+            const uint8_t last = kept.back();
+            kept.pop_back();
+            out.write(kept);
+            kept.assign(1, last);
+        }
+    }
+
+    ByteSink& out;
+    std::vector<uint8_t> kept;
+    bool given_up = false;  // nothing is written any more
     GifFileType* gif = nullptr;
     std::exception_ptr thrown;
 };
 
 GifWriter::GifWriter(int32_t width, int32_t height, std::span<const Argb> palette, const GifEncoding& encoding,
-                     std::vector<uint8_t>& out)
-    : m_library(std::make_unique<Library>(out)), m_out(out), m_trailer(encoding.trailer) {
+                     ByteSink& out)
+    : m_library(std::make_unique<Library>(out)), m_trailer(encoding.trailer) {
     if (width > kMostSide || height > kMostSide) {
         throw PictureError(Failure::kEncoding, "GIF holds at most 65535 pixels to a side; the image is " +
                                                    std::to_string(width) + " by " + std::to_string(height));
@@ -142,7 +163,7 @@ void GifWriter::put_loops(int loops) {
 
 // The library writes through at the end of each block, so that bytes can be put between them.
 void GifWriter::put_raw(std::span<const uint8_t> block) {
-    m_out.insert(m_out.end(), block.begin(), block.end());
+    m_library->put(block);
 }
 
 void GifWriter::put_control(const GifControl& control) {
@@ -156,21 +177,27 @@ void GifWriter::put_control(const GifControl& control) {
     m_library->require(EGifPutExtension(m_library->gif, GRAPHICS_EXT_FUNC_CODE, static_cast<int>(size), bytes.data()));
 }
 
-void GifWriter::put_frame(const GifFrameToWrite& frame, std::span<const uint8_t> indices) {
-    const auto width = static_cast<size_t>(frame.area.width);
-    assert(indices.size() == width * static_cast<size_t>(frame.area.height));
+void GifWriter::start_frame(const GifFrameToWrite& frame) {
     if (frame.control) {
         put_control(*frame.control);
     }
     const ColorMap map = color_map(frame.palette, frame.sorted_palette);
     m_library->require(EGifPutImageDesc(m_library->gif, frame.area.x, frame.area.y, frame.area.width, frame.area.height,
                                         frame.interlaced, map.get()));
-    std::vector<uint8_t> row(width);  // the library writes into it
+}
+
+void GifWriter::put_row(std::span<const uint8_t> indices) {
+    m_row.assign(indices.begin(), indices.end());
+    m_library->require(EGifPutLine(m_library->gif, m_row.data(), static_cast<int>(m_row.size())));
+}
+
+void GifWriter::put_frame(const GifFrameToWrite& frame, std::span<const uint8_t> indices) {
+    const auto width = static_cast<size_t>(frame.area.width);
+    assert(indices.size() == width * static_cast<size_t>(frame.area.height));
+    start_frame(frame);
     const auto put = [&](int32_t first, int32_t step) {
         for (int32_t y = first; y < frame.area.height; y += step) {
-            std::copy_n(indices.begin() + static_cast<std::ptrdiff_t>(width * static_cast<size_t>(y)), width,
-                        row.begin());
-            m_library->require(EGifPutLine(m_library->gif, row.data(), static_cast<int>(width)));
+            put_row(indices.subspan(width * static_cast<size_t>(y), width));
         }
     };
     if (frame.interlaced) {
@@ -186,8 +213,9 @@ void GifWriter::put_frame(const GifFrameToWrite& frame, std::span<const uint8_t>
 void GifWriter::finish() {
     m_library->require(m_library->close());
     if (!m_trailer) {
-        m_out.pop_back();
+        m_library->kept.pop_back();
     }
+    m_library->out.write(m_library->kept);
 }
 
 std::optional<uint8_t> transparent_index(std::span<const Argb> palette) {
@@ -203,8 +231,9 @@ namespace {
 
 class SingleWriter final : public RowWriter {
  public:
-    SingleWriter(const RowsHeader& header, const GifEncoding& encoding, std::vector<uint8_t>& out)
-        : m_writer(header.width, header.height, header.palette, encoding, out) {
+    SingleWriter(const RowsHeader& header, const GifEncoding& encoding, ByteSink& out)
+        : m_width(static_cast<size_t>(header.width)),
+          m_writer(header.width, header.height, header.palette, encoding, out) {
         m_frame.area = {0, 0, header.width, header.height};
         m_frame.interlaced = encoding.interlaced;
         if (const auto clear = transparent_index(header.palette)) {
@@ -213,27 +242,40 @@ class SingleWriter final : public RowWriter {
         if (encoding.loops) {
             m_writer.put_loops(*encoding.loops);
         }
-        m_indices.reserve(static_cast<size_t>(header.width) * static_cast<size_t>(header.height));
+        if (m_frame.interlaced) {
+            m_indices.reserve(m_width * static_cast<size_t>(header.height));
+        } else {
+            m_writer.start_frame(m_frame);
+        }
     }
 
-    void write(int32_t, std::span<const uint8_t> rows) override {
-        m_indices.insert(m_indices.end(), rows.begin(), rows.end());
+    void write([[maybe_unused]] int32_t count, std::span<const uint8_t> rows) override {
+        assert(rows.size() == m_width * static_cast<size_t>(count));
+        if (m_frame.interlaced) {
+            m_indices.insert(m_indices.end(), rows.begin(), rows.end());
+            return;
+        }
+        for (size_t at = 0; at < rows.size(); at += m_width) {
+            m_writer.put_row(rows.subspan(at, m_width));
+        }
     }
     void finish() override {
-        m_writer.put_frame(m_frame, m_indices);
+        if (m_frame.interlaced) {
+            m_writer.put_frame(m_frame, m_indices);
+        }
         m_writer.finish();
     }
 
  private:
+    size_t m_width;
     GifWriter m_writer;
     GifFrameToWrite m_frame;
-    std::vector<uint8_t> m_indices;
+    std::vector<uint8_t> m_indices;  // of an interlaced picture, whose rows are written in another order
 };
 
 }  // namespace
 
-std::unique_ptr<RowWriter> make_gif_writer(const RowsHeader& header, const GifEncoding& encoding,
-                                           std::vector<uint8_t>& out) {
+std::unique_ptr<RowWriter> make_gif_writer(const RowsHeader& header, const GifEncoding& encoding, ByteSink& out) {
     if (header.form.color != ColorModel::kIndexed || header.form.sample != SampleType::kUint8) {
         throw PictureError(Failure::kEncoding, "GIF holds indexed colors only");
     }

@@ -69,7 +69,7 @@ void write_entry(IcoWriter& icons, VipsPicture& picture, const Encoding& encodin
     rows->finish();
 }
 
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     std::vector<uint8_t> file;
     IcoWriter icons(frames[0].encoding->format.get<IcoEncoding>().kind, file);
     for (const FrameToWrite& frame : frames) {
@@ -79,7 +79,7 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
         write_entry(icons, static_cast<VipsPicture&>(*own), *frame.encoding);
     }
     icons.finish();
-    return to_encoded(std::move(file));
+    out.write_whole(to_encoded(std::move(file)));
 }
 
 void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {

@@ -94,8 +94,10 @@ class BitmapEntryWriter final : public RowWriter {
 
     void finish() override {
         m_rows->finish();
-        const size_t pixels_at = m_file[10] | static_cast<size_t>(m_file[11]) << 8;
-        const size_t pixel_bytes = m_file.size() - pixels_at;
+        const EncodedBytes file = m_file.take();
+        const auto bytes = file.bytes();
+        const size_t pixels_at = bytes[10] | static_cast<size_t>(bytes[11]) << 8;
+        const auto pixels = bytes.subspan(pixels_at);
         std::vector<uint8_t> entry;
         put_u32(entry, kBitmapHeader);
         put_u32(entry, static_cast<size_t>(m_header.width));
@@ -103,7 +105,7 @@ class BitmapEntryWriter final : public RowWriter {
         put_u16(entry, 1);
         put_u16(entry, static_cast<size_t>(m_bits));
         put_u32(entry, 0);
-        put_u32(entry, pixel_bytes + m_mask.size());
+        put_u32(entry, pixels.size() + m_mask.size());
         entry.resize(kBitmapHeader);
         if (m_bits <= 8) {
             // All colors that the indices tell apart: some programs do not look at their number.
@@ -112,7 +114,7 @@ class BitmapEntryWriter final : public RowWriter {
             }
             entry.resize(kBitmapHeader + (size_t{4} << m_bits));
         }
-        entry.insert(entry.end(), m_file.begin() + static_cast<std::ptrdiff_t>(pixels_at), m_file.end());
+        entry.insert(entry.end(), pixels.begin(), pixels.end());
         entry.insert(entry.end(), m_mask.begin(), m_mask.end());
         m_icons.put(m_header.width, m_header.height, m_bits, size_t{1} << std::min(m_bits, 8), m_hot_spot,
                     std::move(entry));
@@ -155,7 +157,7 @@ class BitmapEntryWriter final : public RowWriter {
     int m_bits;
     IcoHotSpot m_hot_spot;
     RowsHeader m_file_header;  // of the BMP file
-    std::vector<uint8_t> m_file;
+    MemorySink m_file;
     std::unique_ptr<RowWriter> m_rows;
     size_t m_mask_stride = 0;
     std::vector<uint8_t> m_mask;

@@ -79,8 +79,7 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     file.finish();
 }
 
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
-    MemorySink out;
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     PdfFile file(out, frames[0].encoding->format.get<PdfEncoding>().info);
     for (const FrameToWrite& frame : frames) {
         const auto own = frame.picture->copy();
@@ -88,7 +87,6 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
         write_page(file, static_cast<VipsPicture&>(*own), *frame.encoding);
     }
     file.finish();
-    return out.take();
 }
 
 }  // namespace

@@ -129,7 +129,7 @@ class Packer {
 // Group 3 and 4 by the writer of TIFF: a file with one strip, whose data are those of the stream.
 class FaxRows {
  public:
-    FaxRows(const RowsHeader& header, bool group4) : m_file(false, false) {
+    FaxRows(const RowsHeader& header, bool group4) : m_file(m_bytes, false, false) {
         RowsHeader bilevel;
         bilevel.width = header.width;
         bilevel.height = header.height;
@@ -147,7 +147,7 @@ class FaxRows {
     EncodedBytes finish() {
         m_rows->finish();
         m_rows.reset();
-        const EncodedBytes file = m_file.finish();
+        const EncodedBytes file = m_bytes.take();
         const std::span<const uint8_t> bytes = file.bytes();
         const uint32_t offset = value_of_tag(bytes, 273);
         const uint32_t size = value_of_tag(bytes, 279);
@@ -176,6 +176,7 @@ class FaxRows {
         throw PictureError(Failure::kInternal, "the compressed picture has no strip");
     }
 
+    MemorySink m_bytes;
     TiffFile m_file;
     std::unique_ptr<RowWriter> m_rows;
 };

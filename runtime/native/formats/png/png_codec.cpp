@@ -127,7 +127,7 @@ bool of_one_form(std::span<const FrameToWrite> frames) {
     });
 }
 
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const Encoding& encoding = *frames[0].encoding;
     Encoding each = encoding;
     auto& png = each.format.get<PngEncoding>();
@@ -147,7 +147,7 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
     for (const FrameToWrite& frame : frames) {
         parts.push_back({frame.picture->encode(each), frame.duration});
     }
-    return joined_apng(parts, png.plays);
+    out.write_whole(joined_apng(parts, png.plays));
 }
 
 }  // namespace

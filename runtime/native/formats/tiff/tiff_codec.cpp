@@ -139,24 +139,26 @@ void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& pict
 
 void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& tiff = encoding.format.get<TiffEncoding>();
-    TiffFile file(tiff.big_tiff, tiff.big_endian);
-    write_tiff_page(file, tiff, picture, encoding);
-    out.write_whole(file.finish());
+    write_editable(out, [&](EditableFile& to) {
+        TiffFile file(to, tiff.big_tiff, tiff.big_endian);
+        write_tiff_page(file, tiff, picture, encoding);
+    });
 }
 
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const auto& first = frames[0].encoding->format.get<TiffEncoding>();
-    TiffFile file(first.big_tiff, first.big_endian);
-    for (const FrameToWrite& frame : frames) {
-        auto tiff = frame.encoding->format.get<TiffEncoding>();
-        tiff.big_tiff = first.big_tiff;
-        tiff.big_endian = first.big_endian;
-        check_sides(*frame.picture, Format::kTiff);
-        const auto own = frame.picture->copy();
-        prepare_for_encoding(*own, *frame.encoding);
-        write_tiff_page(file, tiff, static_cast<VipsPicture&>(*own), *frame.encoding);
-    }
-    return file.finish();
+    write_editable(out, [&](EditableFile& to) {
+        TiffFile file(to, first.big_tiff, first.big_endian);
+        for (const FrameToWrite& frame : frames) {
+            auto tiff = frame.encoding->format.get<TiffEncoding>();
+            tiff.big_tiff = first.big_tiff;
+            tiff.big_endian = first.big_endian;
+            check_sides(*frame.picture, Format::kTiff);
+            const auto own = frame.picture->copy();
+            prepare_for_encoding(*own, *frame.encoding);
+            write_tiff_page(file, tiff, static_cast<VipsPicture&>(*own), *frame.encoding);
+        }
+    });
 }
 
 SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOptions& options) {

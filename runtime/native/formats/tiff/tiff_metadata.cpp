@@ -13,7 +13,12 @@ FileMetadata find_in_first_page(const imagework::SharedSource& file) {
 
 Bytes write_to_first_page(std::span<const std::byte> file, const MetadataToWrite& metadata) {
     const std::optional<MetadataToWrite> first = metadata;
-    return with_tiff_tags(file, {&first, 1});
+    imagework::MemorySink memory;
+    memory.write({reinterpret_cast<const uint8_t*>(file.data()), file.size()});
+    add_tiff_tags(memory, {&first, 1});
+    const imagework::EncodedBytes whole = memory.take();
+    const auto bytes = std::as_bytes(whole.bytes());
+    return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace

@@ -19,16 +19,19 @@ TiffOutput& output(thandle_t self) {
 
 }  // namespace
 
-TiffOutput::TiffOutput(bool big_tiff, bool big_endian) : m_form{big_tiff}, m_big_endian(big_endian) {
-    m_bytes.resize(m_form.header_size());
+TiffOutput::TiffOutput(EditableFile& file, bool big_tiff, bool big_endian)
+    : m_form{big_tiff}, m_big_endian(big_endian), m_file(file) {
+    assert(file.size() == 0);
+    m_file.write_at(0, std::span(m_header).first(m_form.header_size()));
     m_link_at = m_form.link_at();
 }
 
+// A page that is not finished is given up with the file: what the library writes on closing goes nowhere.
 TiffOutput::~TiffOutput() {
+    m_given_up = true;
     close_page();
 }
 
-// A page that is not finished is given up with the file: what the library writes on closing goes nowhere of interest.
 void TiffOutput::close_page() {
     if (m_tiff != nullptr) {
         TIFFClose(std::exchange(m_tiff, nullptr));
@@ -38,19 +41,34 @@ void TiffOutput::close_page() {
 tmsize_t TiffOutput::read(thandle_t self, void* out, tmsize_t count) {
     TiffOutput& to = output(self);
     const uint64_t header = to.m_form.header_size();
-    auto* bytes = static_cast<uint8_t*>(out);
-    tmsize_t done = 0;
-    for (; done < count && to.m_position < to.m_bytes.size(); done++, to.m_position++) {
-        bytes[done] = to.m_position < header ? to.m_header[to.m_position] : to.m_bytes[to.m_position];
+    const uint64_t size = to.m_file.size();
+    const auto left = static_cast<tmsize_t>(size - std::min(to.m_position, size));
+    const std::span<uint8_t> bytes(static_cast<uint8_t*>(out), static_cast<size_t>(std::min(count, left)));
+    if (bytes.empty() || to.m_given_up) {
+        return 0;
     }
-    return done;
+    try {
+        to.m_file.read_at(to.m_position, bytes);
+    } catch (...) {
+        to.m_log.keep_exception();
+        return -1;
+    }
+    for (uint64_t at = to.m_position; at < header && at - to.m_position < bytes.size(); at++) {
+        bytes[at - to.m_position] = to.m_header[at];
+    }
+    to.m_position += bytes.size();
+    return static_cast<tmsize_t>(bytes.size());
 }
 tmsize_t TiffOutput::write(thandle_t self, void* bytes, tmsize_t count) {
     TiffOutput& to = output(self);
+    if (to.m_given_up) {
+        return count;
+    }
     try {
         to.put(to.m_position, static_cast<const uint8_t*>(bytes), static_cast<size_t>(count));
     } catch (...) {
         to.m_log.keep_exception();
+        to.m_given_up = true;
         return -1;
     }
     to.m_position += static_cast<uint64_t>(count);
@@ -58,7 +76,7 @@ tmsize_t TiffOutput::write(thandle_t self, void* bytes, tmsize_t count) {
 }
 toff_t TiffOutput::seek(thandle_t self, toff_t offset, int whence) {
     TiffOutput& to = output(self);
-    const uint64_t base = whence == SEEK_CUR ? to.m_position : whence == SEEK_END ? to.m_bytes.size() : 0;
+    const uint64_t base = whence == SEEK_CUR ? to.m_position : whence == SEEK_END ? to.m_file.size() : 0;
     to.m_position = base + offset;
     return to.m_position;
 }
@@ -66,7 +84,7 @@ int TiffOutput::close(thandle_t) {
     return 0;
 }
 toff_t TiffOutput::size(thandle_t self) {
-    return output(self).m_bytes.size();
+    return output(self).m_file.size();
 }
 
 void TiffOutput::put(uint64_t at, const uint8_t* bytes, size_t count) {
@@ -80,10 +98,7 @@ void TiffOutput::put(uint64_t at, const uint8_t* bytes, size_t count) {
     if (!m_form.big && at + count > kMostOfClassic) {
         throw PictureError(Failure::kTooLarge, "the picture does not fit the 4 gigabytes of a TIFF file");
     }
-    if (at + count > m_bytes.size()) {
-        m_bytes.resize(at + count);
-    }
-    std::copy_n(bytes, count, m_bytes.begin() + static_cast<std::ptrdiff_t>(at));
+    m_file.write_at(at, {bytes, count});
 }
 
 void TiffOutput::settle(const char* what, bool done) {
@@ -97,7 +112,7 @@ void TiffOutput::begin_page() {
     assert(m_tiff == nullptr);
     m_position = 0;
     const std::string mode = std::string("w") + (m_form.big ? "8" : "4") + (m_big_endian ? "b" : "l");
-    constexpr tmsize_t kNoLimit = 0;  // the picture is in memory already
+    constexpr tmsize_t kNoLimit = 0;  // strips have the sizes that this runtime gives them
     m_log.start_step();
     m_tiff = TIFFClientOpenExt("TIFF", mode.c_str(), this, &read, &write, &seek, &close, &size, nullptr, nullptr,
                                m_log.open_options(kNoLimit).get());
@@ -111,23 +126,26 @@ void TiffOutput::end_page() {
     close_page();
     m_log.rethrow();
     if (m_link_at < m_form.header_size()) {
-        std::copy_n(m_header.begin(), m_form.header_size(), m_bytes.begin());
+        m_file.write_at(0, std::span(m_header).first(m_form.header_size()));
     }
     link(directory);
-    const ByteReader in(m_bytes, m_big_endian);
-    m_link_at = m_form.entry_at(directory, m_form.entries(in, directory));
+    m_link_at = link_of(directory);
 }
 
 void TiffOutput::link(uint64_t directory) {
+    std::array<uint8_t, 8> number{};
     const uint64_t size = m_form.word();
     for (uint64_t i = 0; i < size; i++) {
-        m_bytes[m_link_at + i] = static_cast<uint8_t>(directory >> 8 * (m_big_endian ? size - 1 - i : i));
+        number[i] = static_cast<uint8_t>(directory >> 8 * (m_big_endian ? size - 1 - i : i));
     }
+    m_file.write_at(m_link_at, std::span(number).first(size));
 }
 
-std::vector<uint8_t> TiffOutput::take() {
-    assert(m_tiff == nullptr);
-    return std::move(m_bytes);
+uint64_t TiffOutput::link_of(uint64_t directory) const {
+    std::array<uint8_t, 8> head{};
+    const auto bytes = std::span(head).first(m_form.directory_head());
+    m_file.read_at(directory, bytes);
+    return m_form.entry_at(directory, m_form.entries(ByteReader(bytes, m_big_endian), 0));
 }
 
 }  // namespace zelmor::imagework

@@ -11,16 +11,17 @@
 #include <array>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "runtime/native/formats/tiff/tiff_log.h"
 #include "runtime/native/formats/tiff/tiff_structure.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 
 namespace zelmor::imagework {
 
 class TiffOutput {
  public:
-    TiffOutput(bool big_tiff, bool big_endian);
+    // `file` is empty, and outlives this.
+    TiffOutput(EditableFile& file, bool big_tiff, bool big_endian);
     ~TiffOutput();
     TiffOutput(const TiffOutput&) = delete;
     TiffOutput& operator=(const TiffOutput&) = delete;
@@ -30,7 +31,6 @@ class TiffOutput {
     void begin_page();
     // Writes the directory of the page and links it.
     void end_page();
-    std::vector<uint8_t> take();
 
     // PictureError(kEncoding) where the library fails, kTooLarge where the file would be larger than the format has it.
     template <class Step>
@@ -52,11 +52,14 @@ class TiffOutput {
     void close_page();
     // Writes the number at the place of the last link.
     void link(uint64_t directory);
+    // Where the directory has the offset of the next one.
+    uint64_t link_of(uint64_t directory) const;
 
     static constexpr uint64_t kMostHeader = 16;
     TiffForm m_form;
     bool m_big_endian;
-    std::vector<uint8_t> m_bytes;
+    EditableFile& m_file;
+    bool m_given_up = false;                      // nothing is written any more
     std::array<uint8_t, kMostHeader> m_header{};  // that the library writes for the page
     uint64_t m_position = 0;
     uint64_t m_link_at = 0;  // where the offset of the next directory belongs

@@ -314,7 +314,8 @@ class TilePage final : public TiffPage {
 
 }  // namespace
 
-TiffFile::TiffFile(bool big_tiff, bool big_endian) : m_output(std::make_unique<TiffOutput>(big_tiff, big_endian)) {}
+TiffFile::TiffFile(EditableFile& file, bool big_tiff, bool big_endian)
+    : m_output(std::make_unique<TiffOutput>(file, big_tiff, big_endian)) {}
 TiffFile::~TiffFile() = default;
 
 std::unique_ptr<RowWriter> TiffFile::add_page(const RowsHeader& header, const TiffEncoding& encoding) {
@@ -323,10 +324,6 @@ std::unique_ptr<RowWriter> TiffFile::add_page(const RowsHeader& header, const Ti
         return std::make_unique<TilePage>(*m_output, header, encoding);
     }
     return std::make_unique<StripPage>(*m_output, header, encoding);
-}
-
-EncodedBytes TiffFile::finish() {
-    return to_encoded(m_output->take());
 }
 
 }  // namespace zelmor::imagework

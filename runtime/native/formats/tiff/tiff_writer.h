@@ -5,18 +5,19 @@
 #include <memory>
 
 #include "runtime/native/formats/tiff/tiff_encoding.h"
-#include "runtime/native/imagework/encoded_bytes.h"
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/rows.h"
 
 namespace zelmor::imagework {
 
 class TiffOutput;
 
-// A file that grows page by page, in memory.
+// A file that grows page by page.
 class TiffFile {
  public:
-    TiffFile(bool big_tiff, bool big_endian);
+    // `file` is empty, and outlives this. It is complete when the last page is finished.
+    TiffFile(EditableFile& file, bool big_tiff, bool big_endian);
     ~TiffFile();
     TiffFile(const TiffFile&) = delete;
     TiffFile& operator=(const TiffFile&) = delete;
@@ -25,9 +26,6 @@ class TiffFile {
     // which all pages share. The page before has to be finished. PictureError(kEncoding) for settings that do not go
     // with the form; see writable_forms.h.
     std::unique_ptr<RowWriter> add_page(const RowsHeader& header, const TiffEncoding& encoding);
-
-    // The bytes of the file, after the last page.
-    EncodedBytes finish();
 
  private:
     std::unique_ptr<TiffOutput> m_output;

@@ -1,7 +1,4 @@
 // The codec of WebP in the image backend.
-#include <utility>
-#include <vector>
-
 #include "runtime/native/formats/webp/webp_codec.h"
 #include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/format_codec.h"
@@ -19,20 +16,17 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
 void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& webp = encoding.format.get<WebpEncoding>();
     picture.to_form(form_of_8_bits(ColorModel::kRgb, picture));
-    std::vector<uint8_t> file;
-    const auto writer = make_webp_writer(picture.rows_header(), webp, file);
+    const auto writer = make_webp_writer(picture.rows_header(), webp, out);
     write_rows(picture, *writer);
     writer->finish();
-    out.write_whole(to_encoded(std::move(file)));
 }
 
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const Encoding& encoding = *frames[0].encoding;
     check_sides(*frames[0].picture, Format::kWebp);
     if (frames.size() == 1) {
-        return frames[0].picture->encode(encoding);
+        return frames[0].picture->encode(encoding, out);
     }
-    std::vector<uint8_t> out;
     const auto writer = make_webp_animation_writer(frames[0].picture->width(), frames[0].picture->height(),
                                                    encoding.format.get<WebpEncoding>(), out);
     for (const FrameToWrite& frame : frames) {
@@ -46,7 +40,6 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
         rows->finish();
     }
     writer->finish();
-    return to_encoded(std::move(out));
 }
 
 }  // namespace

@@ -6,10 +6,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
@@ -25,11 +25,11 @@ SharedFrames open_webp(const SharedSource& source, Recovery recovery, SharedBudg
 // Pixels to a side.
 constexpr int32_t kWebpSide = 16383;
 
-// Writes rows of RGB, with or without alpha, of 8 bits; PictureError(kEncoding) for another form or size. The file is
-// in `out` when the writer has finished. Colors that nobody can see may become others. The file has the header's
-// profile, but no resolution: that has its place among the EXIF data.
-std::unique_ptr<RowWriter> make_webp_writer(const RowsHeader& header, const WebpEncoding& encoding,
-                                            std::vector<uint8_t>& out);
+// Writes rows of RGB, with or without alpha, of 8 bits; PictureError(kEncoding) for another form or size. The library
+// needs all rows before it gives the first bytes: `out` has the file when the writer has finished. Colors that nobody
+// can see may become others. The file has the header's profile, but no resolution: that has its place among the EXIF
+// data.
+std::unique_ptr<RowWriter> make_webp_writer(const RowsHeader& header, const WebpEncoding& encoding, ByteSink& out);
 
 // Writes an animation. Frames that are like the one before them become one with it.
 class WebpAnimationWriter {
@@ -43,8 +43,7 @@ class WebpAnimationWriter {
 };
 
 std::unique_ptr<WebpAnimationWriter> make_webp_animation_writer(int32_t width, int32_t height,
-                                                                const WebpEncoding& encoding,
-                                                                std::vector<uint8_t>& out);
+                                                                const WebpEncoding& encoding, ByteSink& out);
 
 }  // namespace zelmor::imagework
 

@@ -3,30 +3,20 @@
 
 #include <algorithm>
 #include <cassert>
+#include <exception>
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "runtime/native/formats/webp/webp_codec.h"
 #include "runtime/native/formats/webp/webp_encoding.h"
 #include "runtime/native/formats/webp/webp_picture.h"
-#include "runtime/native/formats/webp/webp_structure.h"
 #include "runtime/native/imagework/picture_error.h"
-#include "runtime/native/imagework/pixels/source_bytes.h"
+#include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::imagework {
 namespace {
-
-// Called by the library.
-int append(const uint8_t* data, size_t size, const WebPPicture* picture) {
-    auto* out = static_cast<std::vector<uint8_t>*>(picture->custom_ptr);
-    try {
-        out->insert(out->end(), data, data + size);
-    } catch (...) {
-        return 0;
-    }
-    return 1;
-}
 
 void put_number(std::vector<uint8_t>& out, uint64_t value, int bytes) {
     for (int i = 0; i < bytes; i++) {
@@ -43,35 +33,66 @@ void put_chunk(std::vector<uint8_t>& out, const char* type, std::span<const uint
     }
 }
 
-// The file of the encoder with a profile, which needs the header of extensions.
-std::vector<uint8_t> with_profile(std::vector<uint8_t> file, std::span<const uint8_t> profile) {
-    SourceBytes bytes(borrowed_source(file));
-    const WebpStructure found = webp_structure(bytes, false);
-    const WebpFramePlace& picture = found.frames.front();
-    constexpr uint8_t kHasProfile = 0x20, kHasAlpha = 0x10;
-    std::vector<uint8_t> header{static_cast<uint8_t>(kHasProfile | (picture.alpha ? kHasAlpha : 0)), 0, 0, 0};
-    put_number(header, static_cast<uint64_t>(found.width) - 1, 3);
-    put_number(header, static_cast<uint64_t>(found.height) - 1, 3);
-    std::vector<uint8_t> out;
-    out.reserve(file.size() + profile.size() + 64);
-    out.insert(out.end(), file.begin(), file.begin() + 12);
-    put_chunk(out, "VP8X", header);
-    put_chunk(out, "ICCP", profile);
-    const auto coded = bytes.at(picture.data.at, picture.data.size + picture.data.size % 2);
-    out.insert(out.end(), coded.begin(), coded.end());
-    std::vector<uint8_t> size;
-    put_number(size, out.size() - 8, 4);
-    std::copy(size.begin(), size.end(), out.begin() + 4);
-    return out;
-}
+// Passes the encoder's file on with a profile, which needs the header of extensions before it. The head of the file
+// tells what stands there, and its first number counts the bytes behind it.
+class ProfiledFile {
+ public:
+    ProfiledFile(const RowsHeader& header, ByteSink& out) : m_header(header), m_out(out) {}
+
+    void write(std::span<const uint8_t> bytes) {
+        if (m_header.profile == nullptr || m_has_head) {
+            return m_out.write(bytes);
+        }
+        m_head.insert(m_head.end(), bytes.begin(), bytes.end());
+        if (m_head.size() >= kRiffHead + kExtensionChunk) {
+            put_head();
+        }
+    }
+    void finish() {
+        if (m_header.profile != nullptr && !m_has_head) {
+            put_head();
+        }
+    }
+
+ private:
+    static constexpr size_t kRiffHead = 12;
+    static constexpr size_t kExtensionChunk = 18;
+
+    void put_head() {
+        constexpr uint8_t kHasProfile = 0x20, kHasAlpha = 0x10;
+        const ByteReader in(m_head);
+        const bool extended = in.starts_with(kRiffHead, "VP8X");
+        const bool alpha = extended ? (in.u8(kRiffHead + 8) & kHasAlpha) != 0
+                                    : in.starts_with(kRiffHead, "VP8L") && (in.u32(kRiffHead + 9) >> 28 & 1) != 0;
+        std::vector<uint8_t> header{static_cast<uint8_t>(kHasProfile | (alpha ? kHasAlpha : 0)), 0, 0, 0};
+        put_number(header, static_cast<uint64_t>(m_header.width) - 1, 3);
+        put_number(header, static_cast<uint64_t>(m_header.height) - 1, 3);
+        std::vector<uint8_t> added;
+        put_chunk(added, "VP8X", header);
+        put_chunk(added, "ICCP", *m_header.profile);
+        const size_t dropped = extended ? kExtensionChunk : 0;
+        std::vector<uint8_t> out(m_head.begin(), m_head.begin() + 4);
+        put_number(out, in.u32(4) + added.size() - dropped, 4);
+        out.insert(out.end(), m_head.begin() + 8, m_head.begin() + kRiffHead);
+        out.insert(out.end(), added.begin(), added.end());
+        out.insert(out.end(), m_head.begin() + static_cast<std::ptrdiff_t>(kRiffHead + dropped), m_head.end());
+        m_has_head = true;
+        m_out.write(out);
+    }
+
+    const RowsHeader& m_header;
+    ByteSink& m_out;
+    std::vector<uint8_t> m_head;
+    bool m_has_head = false;
+};
 
 class StillWriter final : public RowWriter {
  public:
-    StillWriter(const RowsHeader& header, const WebpEncoding& encoding, std::vector<uint8_t>& out)
+    StillWriter(const RowsHeader& header, const WebpEncoding& encoding, ByteSink& out)
         : m_header(checked(header)),
           m_config(webp_config(encoding)),
           m_picture(header, encoding.lossless ? WebpPicture::Planes::kArgb : WebpPicture::Planes::kYuv),
-          m_out(out) {}
+          m_out(m_header, out) {}
 
     void write(int32_t count, std::span<const uint8_t> rows) override {
         assert(rows.size() == row_size() * static_cast<size_t>(count));
@@ -94,17 +115,31 @@ class StillWriter final : public RowWriter {
         assert(m_given == m_header.height);
         WebPPicture* picture = m_picture.get();
         picture->writer = append;
-        picture->custom_ptr = &m_out;
-        m_out.clear();
-        if (WebPEncode(&m_config, picture) == 0) {
+        picture->custom_ptr = this;
+        const int encoded = WebPEncode(&m_config, picture);
+        if (m_thrown != nullptr) {
+            std::rethrow_exception(m_thrown);
+        }
+        if (encoded == 0) {
             throw_webp_encoding(picture->error_code);
         }
-        if (m_header.profile != nullptr) {
-            m_out = with_profile(std::move(m_out), *m_header.profile);
-        }
+        m_out.finish();
     }
 
  private:
+    // Called by the library; whether it goes on.
+    static int append(const uint8_t* data, size_t size, const WebPPicture* picture) {
+        auto* self = static_cast<StillWriter*>(picture->custom_ptr);
+        if (self->m_thrown == nullptr) {
+            try {
+                self->m_out.write({data, size});
+            } catch (...) {
+                self->m_thrown = std::current_exception();
+            }
+        }
+        return self->m_thrown == nullptr ? 1 : 0;
+    }
+
     static const RowsHeader& checked(const RowsHeader& header) {
         check_webp_picture(header);
         return header;
@@ -114,14 +149,15 @@ class StillWriter final : public RowWriter {
     RowsHeader m_header;
     WebPConfig m_config;
     WebpPicture m_picture;
-    std::vector<uint8_t>& m_out;
+    ProfiledFile m_out;
+    std::exception_ptr m_thrown;  // by the sink
     int32_t m_given = 0;
     std::vector<uint8_t> m_odd;
 };
 
 class AnimationWriter final : public WebpAnimationWriter {
  public:
-    AnimationWriter(int32_t width, int32_t height, const WebpEncoding& encoding, std::vector<uint8_t>& out)
+    AnimationWriter(int32_t width, int32_t height, const WebpEncoding& encoding, ByteSink& out)
         : m_config(webp_config(encoding)), m_width(width), m_height(height), m_out(out) {
         WebPAnimEncoderOptions options;
         if (WebPAnimEncoderOptionsInit(&options) == 0) {
@@ -158,7 +194,7 @@ class AnimationWriter final : public WebpAnimationWriter {
         if (assembled == 0) {
             fail();
         }
-        m_out.assign(file.bytes, file.bytes + file.size);
+        m_out.write({file.bytes, file.size});
     }
 
  private:
@@ -198,21 +234,19 @@ class AnimationWriter final : public WebpAnimationWriter {
     WebPConfig m_config;
     int32_t m_width;
     int32_t m_height;
-    std::vector<uint8_t>& m_out;
+    ByteSink& m_out;
     std::unique_ptr<WebPAnimEncoder, Delete> m_encoder;
     int m_time = 0;  // milliseconds, when the next frame begins
 };
 
 }  // namespace
 
-std::unique_ptr<RowWriter> make_webp_writer(const RowsHeader& header, const WebpEncoding& encoding,
-                                            std::vector<uint8_t>& out) {
+std::unique_ptr<RowWriter> make_webp_writer(const RowsHeader& header, const WebpEncoding& encoding, ByteSink& out) {
     return std::make_unique<StillWriter>(header, encoding, out);
 }
 
 std::unique_ptr<WebpAnimationWriter> make_webp_animation_writer(int32_t width, int32_t height,
-                                                                const WebpEncoding& encoding,
-                                                                std::vector<uint8_t>& out) {
+                                                                const WebpEncoding& encoding, ByteSink& out) {
     return std::make_unique<AnimationWriter>(width, height, encoding, out);
 }
 

@@ -22,12 +22,12 @@ void require_one_size(std::span<const FrameToWrite> frames) {
 
 }  // namespace
 
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     assert(!frames.empty());
     const Encoding& encoding = *frames[0].encoding;
     const Format format = format_of(encoding);
     const std::string what = std::string("the frames could not be written as ") + format_name(format);
-    return guarded(Failure::kEncoding, what.c_str(), [&] {
+    guarded(Failure::kEncoding, what.c_str(), [&] {
         const FormatCodec* codec = codec_of(format);
         if (codec == nullptr || codec->encode_frames == nullptr) {
             throw PictureError(Failure::kUnsupported,
@@ -36,7 +36,7 @@ EncodedBytes encode_frames(std::span<const FrameToWrite> frames) {
         if (frames.size() > 1 && codec->has_one_size) {
             require_one_size(frames);
         }
-        return codec->encode_frames(frames);
+        codec->encode_frames(frames, out);
     });
 }
 

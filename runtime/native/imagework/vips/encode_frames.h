@@ -7,7 +7,7 @@
 namespace zelmor::imagework {
 
 // At least one frame. All are of the first one's format; those of an animation are of one size.
-EncodedBytes encode_frames(std::span<const FrameToWrite> frames);
+void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out);
 
 }  // namespace zelmor::imagework
 

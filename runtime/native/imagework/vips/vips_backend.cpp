@@ -27,8 +27,9 @@ class VipsBackend final : public Backend {
     std::unique_ptr<Picture> picture_of_rows(const SharedFrames& frames, const DecodeOptions& options) override {
         return imagework::picture_of_rows(frames, options);
     }
-    EncodedBytes encode_frames(std::span<const FrameToWrite> frames) override {
-        return imagework::encode_frames(frames);
+    using Backend::encode_frames;
+    void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) override {
+        imagework::encode_frames(frames, out);
     }
 
     std::unique_ptr<Picture> create(int32_t width, int32_t height, bool alpha, bool gray, Argb color) override {

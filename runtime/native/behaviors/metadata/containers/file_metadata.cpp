@@ -18,27 +18,22 @@ imagework::Format metadata_format(std::span<const std::byte> file) {
     return imagework::sniff({reinterpret_cast<const uint8_t*>(file.data()), file.size()});
 }
 
-namespace {
-
-// Null where there is none.
-const MetadataContainer* container_of(imagework::Format format) {
+const MetadataContainer* metadata_container(imagework::Format format) {
     const auto all = metadata_containers();
     const auto found =
         std::find_if(all.begin(), all.end(), [&](const MetadataContainer* known) { return known->format == format; });
     return found == all.end() ? nullptr : *found;
 }
 
-}  // namespace
-
 const MetadataContainer* metadata_container(std::span<const std::byte> file) {
-    return container_of(metadata_format(file));
+    return metadata_container(metadata_format(file));
 }
 
 const MetadataContainer* metadata_container(const imagework::SharedSource& file) {
     imagework::SourceBytes bytes(file, FileParts::kHeaders);  // most formats are told by the first few bytes
     for (const imagework::FormatRoom* room : imagework::format_rooms()) {
         if (room->begins(imagework::ByteReader(bytes))) {
-            return container_of(room->format);
+            return metadata_container(room->format);
         }
     }
     return nullptr;

@@ -14,6 +14,7 @@
 #include "runtime/native/behaviors/metadata/exif/exif_data.h"
 #include "runtime/native/core/value.h"
 #include "runtime/native/imagework/formats.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 
 namespace zelmor::embed {
@@ -49,9 +50,14 @@ struct MetadataToWrite : FileMetadata {
 // The file with that. ArgumentException for what is too long for the format.
 Bytes with_metadata(std::span<const std::byte> file, const MetadataToWrite& metadata);
 
-// The number of bytes before the pixels of a file that an encoder writes, for formats that have all metadata there:
-// with_metadata() changes nothing behind them. Nothing where the first bytes of the file, which are given, do not reach
-// so far, and for other formats.
+// The beginning of a file as an encoder writes it, and what follows the encoder's last byte.
+struct HeadAndTail {
+    Bytes head;
+    Bytes tail = {};
+};
+
+// The number of bytes before the pixels of a file that an encoder writes, for formats whose metadata stand there or at
+// the end. Nothing where the first bytes of the file, which are given, do not reach so far, and for other formats.
 std::optional<size_t> size_of_head(std::span<const std::byte> start);
 
 // Parts of TIFF files that both this and the codec of EXIF data need.
@@ -59,7 +65,7 @@ std::optional<size_t> size_of_head(std::span<const std::byte> start);
 // Adds tags to the directories of a TIFF file, one for each page, in the place of those with the same numbers or with
 // the numbers given, and directories below them. A page without metadata here stays as it is. The file grows: data
 // without a pointer to them stay in it.
-Bytes with_tiff_tags(std::span<const std::byte> file, std::span<const std::optional<MetadataToWrite>> pages);
+void add_tiff_tags(imagework::EditableFile& file, std::span<const std::optional<MetadataToWrite>> pages);
 // The packet and the image resources in tags of the directory at that offset; 0 for the first one.
 FileMetadata find_in_tiff(const imagework::SharedSource& file, uint64_t directory = 0);
 

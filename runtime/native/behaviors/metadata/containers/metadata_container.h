@@ -22,9 +22,12 @@ struct MetadataContainer {
     FileMetadata (*find)(const imagework::SharedSource& file);
     // The file with the metadata, as an encoder wrote it. Null: files of the format are left as they are.
     Bytes (*write)(std::span<const std::byte> file, const MetadataToWrite& metadata) = nullptr;
-    // The number of bytes before the pixels of a file that an encoder writes, where all metadata stand there: `write`
-    // changes nothing behind them. Nothing where the first bytes, which are given, do not reach so far.
+    // For files that get their metadata while they are written: the number of bytes at the beginning, before the
+    // pixels, that `write` or `write_head` is given; nothing behind them changes. Nothing where the first bytes, which
+    // are given, do not reach so far.
     std::optional<size_t> (*head)(std::span<const std::byte> start) = nullptr;
+    // The head with the metadata, where that is another thing than the file with them, and what follows the file.
+    HeadAndTail (*write_head)(std::span<const std::byte> head, const MetadataToWrite& metadata) = nullptr;
     // Whether a file that has `there` is good as it is.
     bool (*is_same)(const MetadataToWrite& write, const FileMetadata& there) = &same_exif_and_xmp;
 
@@ -40,6 +43,8 @@ struct MetadataContainer {
 };
 
 std::span<const MetadataContainer* const> metadata_containers();
+// Of a format; null where there is none.
+const MetadataContainer* metadata_container(imagework::Format format);
 // Of the format that the first bytes of a file belong to; null where there is none.
 const MetadataContainer* metadata_container(std::span<const std::byte> file);
 const MetadataContainer* metadata_container(const imagework::SharedSource& file);

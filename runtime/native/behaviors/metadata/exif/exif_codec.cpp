@@ -203,9 +203,12 @@ void put_entry(Bytes& out, const TagObject& tag, const Form& form, Bytes& values
     values.insert(values.end(), data.begin(), data.end());
 }
 
-void write_directory(Bytes& out, const TagList& tags, uint64_t next, const Form& form, const Fixed& fixed = {}) {
+// `base` is the offset of the first of these bytes.
+void write_directory(Bytes& out, const TagList& tags, uint64_t next, const Form& form, const Fixed& fixed = {},
+                     uint64_t base = 0) {
     Bytes values;
-    const size_t values_at = out.size() + form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
+    const size_t values_at =
+        base + out.size() + form.head() + tags.size() * directory_entry_size(form.big_tiff) + form.word();
     put_number(out, tags.size(), form.head(), form.big_endian);
     for (const auto& tag : tags) {
         put_entry(out, *tag, form, values, values_at, fixed);
@@ -409,12 +412,41 @@ FileMetadata find_in_tiff(const imagework::SharedSource& file, uint64_t director
 
 namespace {
 
-// A directory of the file with other metadata, behind what there is of the new file; returns where it stands. It links
-// to the same next directory as before.
-size_t put_changed_directory(Bytes& out, std::span<const std::byte> file, size_t at, size_t count, uint64_t next,
-                             const MetadataToWrite& metadata, const Form& form) {
+std::span<const uint8_t> unsigned_span(const Bytes& bytes) {
+    return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
+}
+
+// A file that is not complete yet, for reading.
+class EditedSource final : public imagework::DataSource {
+ public:
+    explicit EditedSource(const imagework::EditableFile& file) : m_file(file) {}
+    uint64_t size() const override { return m_file.size(); }
+    size_t read_at(uint64_t offset, std::span<uint8_t> out) const override {
+        const uint64_t there = m_file.size() - std::min(offset, m_file.size());
+        const auto count = static_cast<size_t>(std::min<uint64_t>(out.size(), there));
+        if (count > 0) {
+            m_file.read_at(offset, out.first(count));
+        }
+        return count;
+    }
+
+ private:
+    const imagework::EditableFile& m_file;
+};
+
+struct DirectoryPlace {
+    uint64_t at;
+    uint64_t entries;
+};
+
+// Puts the directory at a place again with other metadata, at the end of the file. It links to the same next directory
+// as before.
+DirectoryPlace put_changed_directory(imagework::EditableFile& file, const DirectoryPlace& old, uint64_t next,
+                                     const MetadataToWrite& metadata, const Form& form) {
+    const uint64_t base = file.size();
+    Bytes out;
     // Directories below come first, since this one points to them.
-    out.resize(even(out.size()));
+    out.resize(base % 2);
     TagList added = without(metadata.tags, {kExifPointer, kGpsPointer});
     if (!metadata.xmp.empty()) {
         added.push_back(make_tag(TiffType::kByte, kXmpPacket, metadata.xmp));
@@ -428,8 +460,8 @@ size_t put_changed_directory(Bytes& out, std::span<const std::byte> file, size_t
         if (tags.empty()) {
             return;
         }
-        const size_t at = out.size();
-        write_directory(out, tags, 0, form);
+        const uint64_t at = base + out.size();
+        write_directory(out, tags, 0, form, {}, base);
         added.push_back(make_tag(form.big_tiff ? TiffType::kLong8 : TiffType::kLong, id, static_cast<int64_t>(at)));
     };
     if (metadata.below != nullptr) {
@@ -446,16 +478,18 @@ size_t put_changed_directory(Bytes& out, std::span<const std::byte> file, size_t
         }
         return std::any_of(added.begin(), added.end(), [&](const auto& tag) { return tag->id() == id; });
     };
+    Bytes there(static_cast<size_t>(old.entries) * entry);
+    file.read_at(old.at + form.head(), {reinterpret_cast<uint8_t*>(there.data()), there.size()});
     std::vector<std::pair<uint16_t, Bytes>> entries;
-    for (size_t i = 0; i < count; ++i) {
-        const auto bytes = file.subspan(at + form.head() + i * entry, entry);
+    for (size_t at = 0; at < there.size(); at += entry) {
+        const auto bytes = std::span(there).subspan(at, entry);
         const auto id = static_cast<uint16_t>(read_number(bytes.first(2), form.big_endian));
         if (!replaced(id)) {
             entries.emplace_back(id, Bytes(bytes.begin(), bytes.end()));
         }
     }
     Bytes values;
-    const size_t directory_at = out.size();
+    const uint64_t directory_at = base + out.size();
     const size_t values_at = directory_at + form.head() + (entries.size() + added.size()) * entry + form.word();
     for (const auto& tag : added) {
         Bytes bytes;
@@ -469,41 +503,38 @@ size_t put_changed_directory(Bytes& out, std::span<const std::byte> file, size_t
     }
     put_number(out, next, form.word(), form.big_endian);
     out.insert(out.end(), values.begin(), values.end());
-    return directory_at;
+    file.write_at(base, unsigned_span(out));
+    return {directory_at, entries.size()};
 }
 
 // Where a directory has the offset of the next one.
-size_t link_of(size_t at, size_t count, const Form& form) {
-    return at + form.head() + count * directory_entry_size(form.big_tiff);
+uint64_t link_of(const DirectoryPlace& directory, const Form& form) {
+    return directory.at + form.head() + directory.entries * directory_entry_size(form.big_tiff);
 }
 
 }  // namespace
 
-Bytes with_tiff_tags(std::span<const std::byte> file, std::span<const std::optional<MetadataToWrite>> pages) {
-    const auto reader = open(source_of(file));
+void add_tiff_tags(imagework::EditableFile& file, std::span<const std::optional<MetadataToWrite>> pages) {
+    const auto reader = open(std::make_shared<EditedSource>(file));
     const Form form{reader->big_endian(), reader->big_tiff()};
-    const auto number = [&](size_t at, size_t size) { return reader->number(static_cast<int64_t>(at), size); };
-    Bytes out(file.begin(), file.end());
-    size_t link = form.big_tiff ? 8 : 4;  // to the directory at hand, in the new file
-    auto at = static_cast<size_t>(first_directory(*reader));
+    const auto number = [&](uint64_t at, size_t size) { return reader->number(static_cast<int64_t>(at), size); };
+    uint64_t link = form.big_tiff ? 8 : 4;  // to the directory at hand
+    uint64_t at = first_directory(*reader);
     for (const std::optional<MetadataToWrite>& page : pages) {
         if (at == 0) {
             throw ManagedException("FormatException", "The TIFF data has fewer pages than there are metadata for.");
         }
-        const auto count = static_cast<size_t>(number(at, form.head()));
-        const uint64_t next = number(link_of(at, count, form), form.word());
-        size_t written = at;
+        DirectoryPlace directory{at, number(at, form.head())};
+        const uint64_t next = number(link_of(directory, form), form.word());
         if (page) {
-            written = put_changed_directory(out, file, at, count, next, *page, form);
+            directory = put_changed_directory(file, directory, next, *page, form);
             Bytes offset;
-            put_number(offset, written, form.word(), form.big_endian);
-            std::copy(offset.begin(), offset.end(), out.begin() + static_cast<std::ptrdiff_t>(link));
+            put_number(offset, directory.at, form.word(), form.big_endian);
+            file.write_at(link, unsigned_span(offset));
         }
-        const auto entries = read_number(std::span(out).subspan(written, form.head()), form.big_endian);
-        link = link_of(written, static_cast<size_t>(entries), form);
-        at = static_cast<size_t>(next);
+        link = link_of(directory, form);
+        at = next;
     }
-    return out;
 }
 
 }  // namespace zelmor::embed
