@@ -157,7 +157,8 @@ def main() -> int:
 
     # The tools that watch a process do not know .NET.
     on_dotnet = bridge_tests(arguments.tests) if not arguments.fuzz and arguments.under is None else []
-    trouble = build_dotnet(build) if on_dotnet else ""
+    # The random calls of --fuzz start .NET in a process of their own.
+    trouble = build_dotnet(build) if on_dotnet or arguments.fuzz else ""
 
     def run_pytest(name: str, tests: list[str], **more: str) -> tuple[Count, bool]:
         report = build / f"{name}.xml"

@@ -95,7 +95,7 @@ public static unsafe class Exports
 
     private static string Text(byte* text) => Marshal.PtrToStringUTF8((nint)text)!;
 
-    private static nuint Deliver(string text, byte* buffer, nuint size)
+    internal static nuint Deliver(string text, byte* buffer, nuint size)
     {
         var bytes = Encoding.UTF8.GetBytes(text);
         if (buffer != null && size > 0)
