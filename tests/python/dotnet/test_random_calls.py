@@ -1,4 +1,5 @@
-"""Random calls on both runtimes: threads, garbage collections, Python code in the middle of calls, and a balance of zero.
+"""Random calls on both runtimes: threads, collections of garbage, Python code in the middle of calls, and a balance of
+zero.
 
 In `make test` some seconds from a fixed seed, in `make fuzz` ten minutes on .NET from a new one.
 """

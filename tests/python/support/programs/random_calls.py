@@ -27,7 +27,7 @@ import time
 import traceback
 from collections.abc import Callable
 from ctypes import c_int, c_int64, c_void_p
-from datetime import date, datetime, timedelta, timezone
+from datetime import datetime, timedelta, timezone
 from decimal import Decimal
 from typing import Any
 from uuid import UUID
@@ -634,7 +634,7 @@ def main() -> None:
     parser.add_argument("--rounds", type=int, default=1_000_000)
     parser.add_argument("--steps", type=int, default=400)
     parser.add_argument("--log", help="a file for the steps of the round")
-    parser.add_argument("--break", dest="broken", default="", help="a step that fails, to see what a failure looks like")
+    parser.add_argument("--break", dest="broken", default="", help="a step that is to fail")
     options = parser.parse_args()
     Walker.broken = options.broken
     sys.setswitchinterval(1e-4)
