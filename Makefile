@@ -78,6 +78,7 @@ everything: configure
 
 # The wrapper library is that of the package.
 dotnet: product
+	@$(COMPILE) zelmor_pictures
 	@$(PYTHON) -B tools/build_dotnet.py --build $(BUILD)
 
 # Reads the file only; nothing has to be built.

@@ -31,6 +31,8 @@ CATALOGUES = (("api/catalogue", "Zelmor.Imaging"), ("siblings/catalogue/pydrawin
 MODULES = {"core": ("Zelmor.WrpGen.Core",), "imaging": ("Zelmor.Imaging", "WrpInterop.Zelmor.Imaging"),
            "pydrawing": ("Zelmor.Drawing", "WrpInterop.Zelmor.PyDrawing"), "pyio": ("WrpInterop.Zelmor.PyIo",),
            "pyreflection": ("WrpInterop.Zelmor.PyReflection",), "pygc": ("WrpInterop.Zelmor.PyGc",)}
+# The libraries beside the class library that works on pictures.
+PICTURES = "imaging"
 # What the tests have besides, in the directory of the module "core".
 CONTROL = "Zelmor.WrpGen.Control"
 
@@ -95,6 +97,7 @@ def lay_out(runtime: Path, wrapper: Path, build: Path) -> None:
     """Makes the directories of the product."""
     _lay_out_runtime(runtime, wrapper, build / "runtime")
     _lay_out_assemblies(build / "out", build / "assemblies", MODULES)
+    _lay_out_pictures(build / "native", wrapper.parent, build / "assemblies" / PICTURES)
 
 
 def lay_out_tests(runtime: Path, wrapper: Path, control: Path, build: Path) -> None:
@@ -103,6 +106,7 @@ def lay_out_tests(runtime: Path, wrapper: Path, control: Path, build: Path) -> N
     (directory / "libcoreclr.so").rename(directory / "libcoreclr.real.so")
     _link(control, directory / "libcoreclr.so")
     _lay_out_assemblies(build / "out", build / "test-assemblies", MODULES | {"core": (*MODULES["core"], CONTROL)})
+    _lay_out_pictures(build / "native", wrapper.parent, build / "test-assemblies" / PICTURES)
 
 
 def _lay_out_runtime(runtime: Path, wrapper: Path, root: Path) -> Path:
@@ -115,6 +119,12 @@ def _lay_out_runtime(runtime: Path, wrapper: Path, root: Path) -> Path:
             _link(path, directory / path.name)
     _link(wrapper, directory / wrapper.name)
     return directory
+
+
+def _lay_out_pictures(native: Path, embedded: Path, directory: Path) -> None:
+    """The picture library, and the backends that it looks for in its own directory."""
+    for path in [*native.glob("*.so"), *embedded.glob("libzelmor.embed.*.so"), *embedded.glob("zelmor.embed.*")]:
+        _link(path, directory / path.name)
 
 
 def _lay_out_assemblies(out: Path, root: Path, modules: dict[str, tuple[str, ...]]) -> None:

@@ -5,15 +5,23 @@ namespace Zelmor.Imaging;
 
 public partial class DisposableObject
 {
+    private static readonly PictureEntry s_disposed = new("Zelmor.Imaging.DisposableObject", "get_Disposed");
+
+    private bool _isDisposed;
+
     [Implements("get_Disposed")]
-    public bool Disposed { get; private set; }
+    public bool Disposed => this is IPictureObject ? Pictures.Get<bool>(this, s_disposed, []) : _isDisposed;
 
     [Implements("Dispose")]
     public void Dispose()
     {
-        if (!Disposed)
+        if (this is IPictureObject picture)
         {
-            Disposed = true;
+            Pictures.Dispose(picture);
+        }
+        else if (!_isDisposed)
+        {
+            _isDisposed = true;
             ReleaseManagedResources();
         }
         GC.SuppressFinalize(this);

@@ -143,7 +143,7 @@ def write_host(entry: Type, implemented: Implemented) -> list[str]:
     methods = []
     for overload in declared_overloads(entry):
         point = of_overload(overload)
-        keeps = not overload.python or implemented.keeps(entry.full_name, point.name)
+        keeps = not overload.python or implemented.keeps(entry.full_name, point.name) or implemented.in_library(entry)
         methods.append(entry_point(point.name, slot_type(point.returned), _arguments(point), _call(overload, point),
                                    keeps=keeps))
     for prop in declared_properties(entry):

@@ -4,6 +4,9 @@ What no hand-written part does has a rule here or reports that it is not support
 that a constructor fills, stores its value; a constructor fills the properties that its parameters are named after, or
 takes over the values of another object of its class. A member that a class declares again in the same way is the
 inherited one.
+
+Objects of some classes live in the picture library (implemented.py): their members call it, and so do static members
+that neither a hand-written part nor a rule does.
 """
 
 from __future__ import annotations
@@ -11,7 +14,8 @@ from __future__ import annotations
 import re
 from collections.abc import Iterator
 
-from ...entry_points import declared_overloads, declared_properties, of_getter
+from ...entry_points import (EntryPoint, declared_overloads, declared_properties, of_getter, of_overload,
+                             of_setter)
 from ...model import Model, Overload, Param, Property, Type
 from ...wires import Enumeration, Scalar, Wire
 from .documentation import XmlDocumentation
@@ -72,6 +76,7 @@ class Library:
                             for parts in [entry.namespace.split(".")] for count in range(1, len(parts) + 1)}
         self._fills = {overload: filled for entry in model.types for overload in entry.constructors
                        for filled in [self._filled(overload)] if filled is not None}
+        self._called: dict[Type, list[str]] = {}
         self._stored = {prop for filled in self._fills.values() for prop in filled}
 
     # -- names --------------------------------------------------------------------------------------------------------
@@ -94,6 +99,78 @@ class Library:
     @staticmethod
     def _missing(entry: Type, member: str) -> str:
         return f"throw Missing.Member({quoted(f'{entry.name}.{member}')})"
+
+    # -- the picture library -----------------------------------------------------------------------------------------
+
+    def _is_native(self, entry: Type) -> bool:
+        return entry.kind == "class" and self._implemented.in_library(entry)
+
+    def _calls(self, entry: Type, static: bool) -> bool:
+        """Whether the members of a type that nothing else does call the picture library."""
+        return entry.kind != "interface" and (
+            self._is_native(entry) or (static and self._implemented.has_library and entry.kind != "enum"))
+
+    def _base_is_native(self, entry: Type) -> bool:
+        return entry.base is not None and self._is_native(entry.base)
+
+    def _call(self, entry: Type, static: bool, point: EntryPoint, result: str, arguments: list[str]) -> str:
+        """The expression that calls an entry of the library; an empty result is that of a constructor."""
+        self._called.setdefault(entry, []).append(point.name)
+        function = "Make" if not result else "Run" if result == "void" else f"Get<{result}>"
+        target = "null" if static else "this"
+        return f"Pictures.{function}({target}, PictureCalls.{point.name}, [{', '.join(arguments)}])"
+
+    def _native_body(self, overload: Overload, result: str) -> list[str]:
+        """The statements that call a member of the library."""
+        arguments = [f"PictureMemory.Of({camel_case(param.name)}Memory, {escaped(camel_case(param.name))}.Length)"
+                     if param.written else escaped(camel_case(param.name)) for param in overload.params]
+        written = [param for param in overload.params if param.written]
+        references = [(number, param) for number, param in enumerate(overload.params) if param.by_ref]
+        point = of_overload(overload)
+        if not references:
+            call = self._call(overload.owner, overload.static, point, result, arguments)
+            body = [f"{'' if result in ('', 'void') else 'return '}{call};"]
+        else:
+            call = self._call(overload.owner, overload.static, point, result, ["arguments"])
+            call = call.replace("[arguments]", "arguments")
+            body = [f"var arguments = new object?[] {{ {', '.join(arguments)} }};",
+                    f"{'var result = ' if result != 'void' else ''}{call};",
+                    *(f"{escaped(camel_case(param.name))} = ({net_type(param.wire)})arguments[{number}]!;"
+                      for number, param in references), *(["return result;"] if result != "void" else [])]
+        for param in written:
+            body = block(f"fixed (byte* {camel_case(param.name)}Memory = {escaped(camel_case(param.name))})", body)
+        return body
+
+    def _native_constructor(self, overload: Overload) -> list[str]:
+        base = " : base(default(NotMade))" if self._base_is_native(overload.owner) else ""
+        head = f"public {overload.owner.name}({self._parameters(overload)}){base}"
+        return block(head, self._native_body(overload, ""))
+
+    def _native_property(self, prop: Property, head: str) -> list[str]:
+        result = self._short(member_type(prop.wire), prop.owner.namespace)
+        getter = self._call(prop.owner, prop.static, of_getter(prop), result, [])
+        if not prop.writable:
+            return [f"{head} => {getter};"]
+        setter = self._call(prop.owner, prop.static, of_setter(prop), "void", ["value"])
+        return block(head, [f"get => {getter};", f"set => {setter};"])
+
+    def _native_members(self, entry: Type) -> Iterator[list[str]]:
+        """What a class has because its objects live in the library."""
+        base = " : base(none)" if self._base_is_native(entry) else ""
+        yield block(f"private protected {entry.name}(NotMade none){base}", [])
+        if self._base_is_native(entry):
+            return
+        yield ["PictureHandle? IPictureObject.Handle { get; set; }"]
+        yield ["public override bool Equals(object? obj) => Pictures.Equal(this, obj);"]
+        yield ["public override int GetHashCode() => Pictures.Hash(this);"]
+        yield ["public override string ToString() => Pictures.Text(this);"]
+
+    def _entries(self, entry: Type) -> list[str]:
+        """The class with the entries of the library that the members of a type call."""
+        names = self._called.get(entry, [])
+        return block("private static class PictureCalls", [
+            f"public static readonly PictureEntry {name} = new({quoted(entry.full_name)}, {quoted(name)});"
+            for name in names]) if names else []
 
     # -- rules --------------------------------------------------------------------------------------------------------
 
@@ -149,10 +226,15 @@ class Library:
 
     def _property(self, prop: Property) -> list[str]:
         entry, inherited = prop.owner, self._inherited_property(prop)
-        if self._is_done(prop) or (inherited is not None and self._is_same(inherited, prop)):
+        same = inherited is not None and self._is_same(inherited, prop)
+        overrides = (inherited is not None and same and not prop.static and self._is_native(inherited.owner)
+                     and not self._is_done(inherited))
+        if self._is_done(prop) or (same and not overrides):
             return []
         modifiers = "public new " if inherited is not None else "public "
-        if prop.static:
+        if overrides:
+            modifiers = "public override "
+        elif prop.static:
             modifiers += "static "
         elif entry.kind == "class":
             modifiers += "virtual "
@@ -161,6 +243,9 @@ class Library:
         head = f"{modifiers}{self._short(member_type(prop.wire), entry.namespace)} {prop.managed}"
         if entry.kind == "interface":
             return [f"{head} {{ get; set; }}" if prop.writable else f"{head} {{ get; }}"]
+        if self._is_native(entry) or entry.kind == "static class" and self._calls(entry, True) or (
+                prop.static and not prop.writable and self._calls(entry, True)):
+            return self._native_property(prop, head)
         if prop.writable:
             return [f"{head} {{ get; set; }}{self._initial(prop)}"]
         if prop in self._stored:
@@ -185,6 +270,8 @@ class Library:
         entry = overload.owner
         if self._implemented.has(entry.full_name, overload.entry) or (entry.kind == "struct" and not overload.params):
             return []
+        if self._is_native(entry):
+            return self._native_constructor(overload)
         head = f"public {entry.name}({self._parameters(overload)})"
         filled = self._fills.get(overload)
         if filled is None:
@@ -233,7 +320,10 @@ class Library:
         if self._implemented.has(entry.full_name, overload.entry) or _signature(overload) == ("Equals", "object"):
             return []
         rule = self._rule(overload)
-        if inherited is not None and rule is None and result_type(inherited) == result_type(overload):
+        same = inherited is not None and rule is None and result_type(inherited) == result_type(overload)
+        overrides = (inherited is not None and same and not overload.static and self._is_native(inherited.owner)
+                     and not self._implemented.has(inherited.owner.full_name, inherited.entry))
+        if same and not overrides:
             return []
         head = (f"{self._short(result_type(overload), entry.namespace)} {overload.managed}"
                 f"({self._parameters(overload)})")
@@ -241,6 +331,15 @@ class Library:
             return [f"{head};"]
         modifiers = "public new " if inherited is not None else "public "
         modifiers += "static " if overload.static else "virtual " if entry.kind == "class" else ""
+        if overrides:
+            modifiers = "public override "
+        if rule is None and self._calls(entry, overload.static):
+            result = self._short(result_type(overload), entry.namespace)
+            statements = self._native_body(overload, result)
+            unsafe = "unsafe " if any(param.written for param in overload.params) else ""
+            if len(statements) == 1:
+                return [f"{modifiers}{head} => {statements[0].removeprefix('return ')}"]
+            return block(f"{modifiers}{unsafe}{head}", statements)
         body = rule if rule is not None else self._missing(entry, overload.managed)
         return [f"{modifiers}{head} => {self._short(body, entry.namespace)};"]
 
@@ -330,6 +429,8 @@ class Library:
         if self._disposes(entry) and not any(self._disposes(base) for base in entry.bases()):
             parents.append("System.IDisposable")
         parents += self._collection(entry)
+        if self._is_native(entry) and not self._base_is_native(entry):
+            parents.append("IPictureObject")
         if entry.kind == "struct":
             parents.append(f"System.IEquatable<{entry.name}>")
         parents = [self._short(parent, entry.namespace) for parent in parents if parent != "System.Object"]
@@ -357,7 +458,9 @@ class Library:
         comment = self._documentation
         groups: list[list[str]] = [self._documented(comment.of_overload(overload), self._constructor(overload))
                                    for overload in entry.constructors]
-        if entry.kind == "class" and not any(not overload.params for overload in entry.constructors):
+        if self._is_native(entry):
+            groups += self._native_members(entry)
+        elif entry.kind == "class" and not any(not overload.params for overload in entry.constructors):
             groups.append(block(f"protected internal {entry.name}()", []))
         groups += [self._documented(comment.of_property(prop), self._property(prop))
                    for prop in declared_properties(entry)]
@@ -369,7 +472,9 @@ class Library:
             groups += self._equality(entry)
             if (self._disposes(entry) and not any(self._disposes(base) for base in entry.bases())
                     and not self._implemented.has(entry.full_name, "Dispose")):
-                groups.append([f"public virtual void Dispose() => {self._missing(entry, 'Dispose')};"])
+                done = "Pictures.Dispose(this)" if self._is_native(entry) else self._missing(entry, "Dispose")
+                groups.append([f"public virtual void Dispose() => {done};"])
+        groups.append(self._entries(entry))
         return [*self._documentation.of_type(entry), *block(self._head(entry), separated(groups))]
 
     @staticmethod
