@@ -25,8 +25,8 @@ Jobs that people come for, each as a program. The programs are in [examples/cook
 by the tests, which make the pictures and look at the results with other libraries. This page is written from them
 (`python3 -m tools.cookbook_page`).
 
-`zelmor.open` is described in [package.md](package.md), arrays in [arrays.md](arrays.md). Who knows Pillow begins with
-[from_pillow.md](from_pillow.md).
+`zelmor.open` is described in [package.md](package.md), arrays in [arrays.md](arrays.md). If you know Pillow, begin
+with [from_pillow.md](from_pillow.md).
 """
 
 

@@ -8,6 +8,7 @@ import re
 from pathlib import Path
 
 import pytest
+from PIL import Image
 
 from tools.generator.builder import load
 from tools.generator.documentation import described_members
@@ -221,3 +222,28 @@ def test_every_entry_of_the_search_leads_to_a_place(writer: ReferenceWriter, pag
     types = sum(len(model.types) + len(model.modules) for model in MODELS)
     of_guides = sum(len(sections(guide.text())) for guide in GUIDES)
     assert len(entries) == types + members - constructed + of_guides
+
+
+def words_shown(name: str) -> list[str]:
+    """The words that a picture of the site in docs/ shows, by paragraphs and cells (tools/record_site.py)."""
+    with Image.open(ROOT / "docs" / name) as picture:
+        picture.load()
+        return [" ".join(line.split()) for line in str(picture.info["Shown"]).split("\n")]
+
+
+def test_the_picture_of_the_reference_shows_the_texts_of_today(pages: dict[str, str]) -> None:
+    page = plain(pages["zelmor.imaging.imageoptions/PngOptions.md"])
+    shown = [line for line in words_shown("site_reference.png") if len(line) > 30]
+    assert len(shown) >= 4 and [line for line in shown if line not in page] == []
+
+
+def test_the_picture_of_the_gallery_shows_the_texts_of_today() -> None:
+    texts = [(ROOT / "docs" / "site" / "gallery.md"), *(ROOT / "examples" / "gallery").glob("*.py")]
+    page = plain(" ".join(path.read_text() for path in texts))
+    shown = [line for line in words_shown("site_gallery.png") if len(line) > 20]
+    assert len(shown) >= 2 and [line for line in shown if line not in page] == []
+
+
+def plain(page: str) -> str:
+    """A page as its words, without marks and links."""
+    return " ".join(re.sub(r"\[([^]]*)\]\([^)]*\)|[`\\\\]", r"\1", page).split())

@@ -18,8 +18,8 @@ from typing import Any
 
 import pytest
 
-from support.browser import CHROMIUM, Browser
 from support.places import CATALOGUE, ROOT
+from tools.browser import CHROMIUM, Browser
 from tools.generator.builder import load
 from tools.generator.documentation import Documentation
 

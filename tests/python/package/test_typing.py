@@ -5,6 +5,7 @@ from __future__ import annotations
 import ast
 import os
 import re
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -57,16 +58,21 @@ REVEALED = [
 def test_a_program(tmp_path: Path) -> None:
     """As a user checks it, with nothing but the installed package on the path."""
     (tmp_path / "program.py").write_text(PROGRAM)
+    # What a newcomer reads first is right too.
+    (tmp_path / "readme.py").write_text((ROOT / "README.md").read_text().split("```python\n")[1].split("```")[0])
+    shutil.copy(ROOT / "examples" / "gallery" / "first_steps.py", tmp_path)
     environment = {name: os.environ[name] for name in os.environ if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
     done = subprocess.run(
         ["/usr/bin/python3", "-m", "mypy", "--strict", "--no-error-summary", "--show-error-codes", "--config-file=",
-         f"--cache-dir={BUILD_DIR / 'mypy-stubs'}", "program.py"], cwd=tmp_path, check=False, capture_output=True,
+         f"--cache-dir={BUILD_DIR / 'mypy-stubs'}", "program.py", "readme.py", "first_steps.py"],
+        cwd=tmp_path, check=False, capture_output=True,
         env={**environment, "PYTHONPATH": str(PACKAGE.parent), "MYPY_FORCE_COLOR": ""}, text=True)
     revealed = [found.replace("?", "") for found in re.findall(r'Revealed type is "(.*)"', done.stdout)]
     assert revealed == REVEALED, done.stdout
     first = PROGRAM.splitlines().index("zelmor.open(5)") + 1
     errors = [(int(line), code) for line, code in
               re.findall(r"program\.py:(\d+): error: .*\[([a-z-]+)\]", done.stdout)]
+    assert "readme.py" not in done.stdout and "first_steps.py" not in done.stdout, done.stdout
     assert errors == [(first, "call-overload"), (first + 1, "type-var"), (first + 2, "attr-defined")], done.stdout
 
 

@@ -1,4 +1,4 @@
-"""A headless Chromium for tests of the site, driven through the protocol of its developer tools.
+"""A headless Chromium for tests and pictures of the site, driven through the protocol of its developer tools.
 
 The browser reads commands from one pipe and writes answers and events to another, as JSON behind which stands a null
 byte; nothing but the standard library is needed.
