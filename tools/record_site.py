@@ -30,7 +30,8 @@ _SHOWN = """[...document.querySelectorAll('.md-content p, .md-content td')].filt
     const box = element.getBoundingClientRect();
     return box.top >= 0 && box.bottom <= window.innerHeight && element.innerText.trim();
 }).map(element => element.innerText.trim()).join('\\n')"""
-_LOADED = "[...document.images].every(image => image.complete)"
+_LOADED = ("[...document.images].every(image => image.complete) && "
+           "document.getAnimations().every(animation => animation.playState !== 'running')")
 
 
 def with_text(png: bytes, text: str) -> bytes:

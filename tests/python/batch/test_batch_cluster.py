@@ -14,6 +14,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 from zelmor import batch
+from zelmor.command import main
 
 from support.image_oracles import noise, read, write
 from support.places import BUILD_DIR
@@ -108,6 +109,12 @@ def test_a_worker_is_killed_in_the_middle(tmp_path: Path, cluster: Cluster) -> N
     again = batch.run(jobs, processes=1, journal=str(journal))
     assert (len(again.skipped), len(again.failed)) == (16, 1)
     assert {path: path.stat().st_ino for path in out.iterdir()} == made
+
+    # And the command, on the workers that are left.
+    assert main(["convert", str(inputs[0]), str(inputs[1]), "--to", "bmp", "-o", f"{tmp_path / 'command'}/", "--quiet",
+                 "--cluster", cluster.address]) == 0
+    for path in inputs[:2]:
+        assert np.array_equal(read(tmp_path / "command" / f"{path.stem}.bmp"), read(path))
 
 
 def test_the_scheduler_is_killed_in_the_middle(tmp_path: Path, cluster: Cluster) -> None:
