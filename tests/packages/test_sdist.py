@@ -16,7 +16,7 @@ import pytest
 from tools.packages.project import git, in_git, read_project, source_date, source_files
 from tools.packages.sdist import write_sdist
 
-from packages.places import PYTHON, ROOT, run
+from packages.places import PYTHON, ROOT, SMOKE, run
 
 
 @pytest.fixture(scope="module")
@@ -81,3 +81,7 @@ def test_it_builds_to_the_same_wheel(environment: Path, unpacked: Path, wheel: P
         for name in packed.namelist():
             if not name.endswith((".so", "RECORD")) and "zelmor.embed." not in name:
                 assert compiled.read(name) == packed.read(name), name
+    run(environment / "bin/pip", "install", "--no-index", "--no-deps", "--disable-pip-version-check", "--target",
+        tmp_path / "site", made, folder=tmp_path)
+    said = run(PYTHON, "-P", "-B", SMOKE, folder=tmp_path, PYTHONPATH=str(tmp_path / "site")).splitlines()
+    assert said[-2:] == [str(tmp_path / "site" / "zelmor" / "__init__.py"), read_project().version]
