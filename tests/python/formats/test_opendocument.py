@@ -108,6 +108,20 @@ def test_a_picture_of_the_archive_is_drawn_and_given_out(tmp_path: Path) -> None
     assert [(each.image.width, each.image.height) for each in embedded] == [(2, 1)]
 
 
+@pytest.mark.parametrize("kind", ["draw:object", "draw:object-ole", "draw:plugin"])
+def test_a_chart_is_drawn_as_its_replacement(tmp_path: Path, kind: str) -> None:
+    """An embedded object has a picture beside it; without one its frame stays empty."""
+    png = io.BytesIO()
+    Pillow.new("RGB", (2, 1), (255, 0, 0)).save(png, "PNG")
+    frame = ('<draw:frame svg:x="10px" svg:y="10px" svg:width="40px" svg:height="20px">'
+             f'<{kind} xlink:href="./Object 1" xlink:type="simple"/>%s</draw:frame>')
+    files = {"Object 1/content.xml": b"<chart/>", "ObjectReplacements/Object 1": png.getvalue()}
+    shown = odg(frame % '<draw:image xlink:href="./ObjectReplacements/Object 1"/>', files=files)
+    page = drawn(shown, tmp_path)
+    assert is_red(page, 30, 20) and is_white(page, 52, 20)
+    assert is_white(drawn(odg(frame % "", files=files), tmp_path), 30, 20)
+
+
 def test_a_picture_outside_of_the_file_is_not_opened(tmp_path: Path) -> None:
     Pillow.new("RGB", (4, 4), (255, 0, 0)).save(tmp_path / "out.png")
     frame = ('<draw:frame svg:x="10px" svg:y="10px" svg:width="40px" svg:height="20px">'
