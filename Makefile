@@ -1,6 +1,7 @@
 # The commands of the project. Each installs the packages that it needs; CMake and Ninja do the building.
 #
-#   make demo     convert photographs with zelmor.imaging and show them before and after (IN=picture or folder)
+#   make demo     convert photographs with zelmor.imaging and show them before and after (IN=picture or folder;
+#                 RUNTIME=dotnet on .NET)
 #   make test     run all tests; the last line counts them
 #   make build    build an importable package in build/python
 #   make dotnet   build the .NET half of the wire in build/dotnet, to run zelmor.imaging on .NET itself (needs an SDK)
@@ -43,6 +44,8 @@ JOBS ?= $(shell nproc)
 PYTHON := /usr/bin/python3
 # Writes no byte code beside the sources, and uses the package that was just built and no other copy.
 RUN := PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(BUILD)/python $(PYTHON)
+# The variables that select a runtime other than the package's own.
+ON_RUNTIME = $(if $(filter dotnet,$(RUNTIME)),env $$($(PYTHON) -B tools/build_dotnet.py --build $(BUILD) --print))
 
 # Expanded at each use, since the set-up may install ccache.
 CACHE = $(CURDIR)/tools/compile_cached.sh
@@ -76,7 +79,7 @@ product: configure
 everything: configure
 	@$(COMPILE) tests
 
-# The wrapper library is that of the package.
+# The wrapper library is that of the package. The picture library has the embedded runtime's objects for the .NET half.
 dotnet: product
 	@$(COMPILE) zelmor_pictures
 	@$(PYTHON) -B tools/build_dotnet.py --build $(BUILD)
@@ -86,10 +89,11 @@ harvest:
 	@$(if $(ASSEMBLY),,echo "name an interop assembly: make harvest ASSEMBLY=path" >&2; exit 2)
 	@$(PYTHON) -B -m tools.harvest $(if $(CHECK),--check) $(if $(CATALOGUE),--catalogue "$(CATALOGUE)") "$(ASSEMBLY)"
 
-demo: setup-demo product
-	@$(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)
-	@$(RUN) examples/contact_sheet.py $(BUILD)/demo
-	@$(RUN) examples/next_steps.py $(BUILD) $(BUILD)/demo
+# RUNTIME=dotnet runs the same programs on .NET.
+demo: setup-demo $(if $(filter dotnet,$(RUNTIME)),dotnet,product)
+	@$(ON_RUNTIME) $(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)
+	@$(ON_RUNTIME) $(RUN) examples/contact_sheet.py $(BUILD)/demo
+	@$(ON_RUNTIME) $(RUN) examples/next_steps.py $(BUILD) $(BUILD)/demo
 
 test: setup-test everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --jobs $(JOBS) $(TESTS)
