@@ -16,12 +16,11 @@ function(zelmor_add_bridge_module target)
     if(ARG_GENERATED)
         # The generator writes one file for each type, for people to read; the unity build gives the compiler fewer
         # and larger ones. No C++ exception passes through generated code, and without the tables for unwinding it is a
-        # third smaller. Generated code mostly calls functions that are optimized elsewhere: -O1 gives the same speed in
-        # two thirds of the compilation time. Its few local variables have fixed sizes and need no stack protector. Its
-        # static records name only the members that are not zero.
+        # third smaller. It mostly calls functions that are optimized elsewhere. Its few local variables have fixed
+        # sizes and need no stack protector. Its static records name only the members that are not zero.
         add_library(${target}_generated OBJECT ${ARG_GENERATED})
-        target_compile_options(${target}_generated PRIVATE -O1 -fno-exceptions -fno-asynchronous-unwind-tables
-                                                           -fno-stack-protector -Wno-missing-field-initializers)
+        target_compile_options(${target}_generated PRIVATE ${ZELMOR_QUICK_OPTIMIZATION} -fno-exceptions
+                               -fno-asynchronous-unwind-tables -fno-stack-protector -Wno-missing-field-initializers)
         target_include_directories(${target}_generated PRIVATE ${CMAKE_BINARY_DIR})
         target_link_libraries(${target}_generated PRIVATE zelmor_bridge)
         set_target_properties(${target}_generated PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
