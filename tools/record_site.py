@@ -30,8 +30,10 @@ _SHOWN = """[...document.querySelectorAll('.md-content p, .md-content td')].filt
     const box = element.getBoundingClientRect();
     return box.top >= 0 && box.bottom <= window.innerHeight && element.innerText.trim();
 }).map(element => element.innerText.trim()).join('\\n')"""
-_LOADED = ("[...document.images].every(image => image.complete) && "
-           "document.getAnimations().every(animation => animation.playState !== 'running')")
+_LOADED = "[...document.images].every(image => image.complete)"
+#: Nothing of the theme moves while a picture is taken.
+_STILL = """document.head.insertAdjacentHTML('beforeend',
+    '<style>* { transition: none !important; animation: none !important }</style>')"""
 
 
 def with_text(png: bytes, text: str) -> bytes:
@@ -55,8 +57,9 @@ def record(site: Path) -> None:
     with tempfile.TemporaryDirectory() as profile, Browser(Path(profile), 1280, 1000) as browser:
         for name, (page, place) in PICTURES.items():
             browser.open(f"http://127.0.0.1:{server.server_address[1]}/{page}")
-            if place:
-                browser.evaluate(f"document.getElementById('{place}').scrollIntoView(true)")
+            browser.evaluate(_STILL)
+            if place:  # below the bar at the top
+                browser.evaluate(f"document.getElementById('{place}').scrollIntoView(true); window.scrollBy(0, -70)")
             browser.wait_for(_LOADED)
             browser.screenshot(DOCS / name)
             (DOCS / name).write_bytes(with_text((DOCS / name).read_bytes(), browser.evaluate(_SHOWN)))
