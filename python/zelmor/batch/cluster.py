@@ -23,7 +23,7 @@ class ClusterWorkers:
     #: Requests for each thread of the cluster: one that is being done, and one that need not be waited for.
     _AHEAD = 2
 
-    def __init__(self, address: str, timeout: float = 10.0) -> None:
+    def __init__(self, address: str, timeout: float = 30.0) -> None:
         try:
             import distributed as module
         except ImportError as error:

@@ -22,6 +22,8 @@ from support.places import BUILD_DIR
 pytest.importorskip("distributed", reason="python3-distributed is not installed")
 
 WORKERS = 3
+#: Seconds that the processes may take to start, on a machine with much other work.
+PATIENCE = 300
 
 
 class Cluster:
@@ -34,7 +36,7 @@ class Cluster:
         self._log = (folder / "log").open("wb")
         self._start("distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard",
                     "--scheduler-file", str(self._file))
-        end = time.monotonic() + 60
+        end = time.monotonic() + PATIENCE
         while not (self._file.exists() and self._file.read_text().endswith("}")):
             assert time.monotonic() < end, (folder / "log").read_text()
             time.sleep(0.05)
@@ -58,7 +60,7 @@ class Cluster:
         import distributed
 
         with distributed.Client(self.address, set_as_default=False) as client:
-            client.wait_for_workers(WORKERS, timeout=60)
+            client.wait_for_workers(WORKERS, timeout=PATIENCE)
 
     def close(self) -> None:
         """Ends all processes."""

@@ -23,7 +23,7 @@ def test_the_program_runs(tmp_path: Path) -> None:
         write(tmp_path / "photos" / f"{name}.jpg", noise())
     (tmp_path / "photos" / "c.jpg").write_bytes(b"no picture")
     program, = re.findall(r"```python\n(.*?)```", PAGE, re.DOTALL)
-    done = subprocess.run([sys.executable, "-c", program], cwd=tmp_path, capture_output=True, text=True, timeout=120,
+    done = subprocess.run([sys.executable, "-c", program], cwd=tmp_path, capture_output=True, text=True, timeout=600,
                           env=dict(os.environ, PYTHONPATH=str(BUILD_DIR / "python")), check=True)
     assert re.match(r"2 done, 0 skipped, 1 failed in \d+\.\d s\n.*/photos/c.jpg the data is of none", done.stdout)
     assert sorted(os.listdir(tmp_path / "small")) == ["a.webp", "b.webp"]
