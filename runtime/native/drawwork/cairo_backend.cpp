@@ -4,11 +4,12 @@
 #include "runtime/native/drawwork/cairo_document.h"
 #include "runtime/native/drawwork/cairo_drawing.h"
 #include "runtime/native/drawwork/cairo_text.h"
+#include "runtime/native/drawwork/copying_canvas.h"
 
 namespace zelmor::drawwork {
 namespace {
 
-class CairoPixels final : public CairoDrawing<PixelCanvas> {
+class CairoPixels final : public CairoDrawing<PixelCanvas>, public CopyingCanvas {
  public:
     CairoPixels(const PixelArea& area, std::span<const Argb> pixels)
         : m_area(area),
@@ -35,6 +36,8 @@ class CairoPixels final : public CairoDrawing<PixelCanvas> {
         combine_pixels(cairo(), outline, rule, pattern, source, operation);
         return true;
     }
+
+    void set_copying(bool copies) override { m_copies = copies; }
 
     std::vector<Argb> pixels() override {
         std::vector<Argb> result = m_before;

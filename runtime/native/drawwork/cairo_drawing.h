@@ -142,7 +142,9 @@ class CairoDrawing : public Interface {
         }
         const bool visible = set_source(cairo(), paint);
         if (visible) {
+            cairo_set_operator(cairo(), m_copies ? CAIRO_OPERATOR_SOURCE : CAIRO_OPERATOR_OVER);
             draw();
+            cairo_set_operator(cairo(), CAIRO_OPERATOR_OVER);
         }
         if (layered) {
             cairo_pop_group_to_source(cairo());
@@ -152,6 +154,9 @@ class CairoDrawing : public Interface {
     }
 
     Context m_context;
+
+ protected:
+    bool m_copies = false;  // see CopyingCanvas
 };
 
 }  // namespace zelmor::drawwork

@@ -51,6 +51,11 @@ SQUARE = plus_path([(20, 20), (60, 20), (60, 60), (20, 60)], [0, 1, 1, 0x81])
 FOUR = bitmap([[RED, GREEN], [BLUE, BLACK]])
 
 
+def see_through(alpha: int, color: int, left: float) -> bytes:
+    """A square of 20 by 20 in a color that is not opaque."""
+    return plus_record(0x400A, 0x8000, words(alpha << 24 | color, 1) + floats(left, 10, 20, 20))
+
+
 def with_effect(identifier: str, *numbers: int) -> bytes:
     """The four pixels at 20 to 60, after an effect."""
     data = b"".join(struct.pack("<i", number) for number in numbers)
@@ -64,6 +69,10 @@ CURVE, HUE, TINT = ("DD6A0022-58E4-4A67-9D9B-D48EB881A53D", "8B2DD6C3-EB07-4D87-
 
 CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "clear": (plus(plus_record(0x4009, 0, words(OPAQUE | GREEN))), {(0, 0): GREEN, (95, 95): GREEN}),
+    "source copy": (plus(fill_rects(BLUE, (0, 0, 96, 96)), plus_record(0x4023, 1), see_through(0x80, RED, 10),
+                         plus_record(0x4025, 0, words(3)), plus_record(0x4023, 0), see_through(0x80, RED, 40),
+                         plus_record(0x4026, 0, words(3)), see_through(0x80, RED, 70)),
+                    {(15, 15): RED, (45, 15): 0x80007F, (75, 15): RED, (5, 5): BLUE}),
     "rectangles": (plus(fill_rects(RED, (20, 20, 10, 10), (50, 50, 10, 10))),
                    {(20, 20): RED, (59, 59): RED, (30, 30): WHITE, (60, 60): WHITE}),
     "short rectangles": (plus(plus_record(0x400A, 0xC000, words(OPAQUE | RED, 1) + struct.pack("<4h", 20, 20, 9, 9))),

@@ -8,6 +8,7 @@
 #include "runtime/native/behaviors/drawing/text_layouts.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/drawwork/copying_canvas.h"
 #include "runtime/native/drawwork/loader.h"
 #include "runtime/native/formats/metafile/player/plus_effects.h"
 #include "runtime/native/formats/metafile/player/plus_player.h"
@@ -85,6 +86,7 @@ void PlusPlayer::fill(const Outline& world, FillRule rule, const PlusBrush& brus
     }
     if (const auto paint = plus_paint(brush, {canvas_map(), area})) {
         use_clip();
+        const drawwork::Copying copying(m_canvas, state.copies);
         m_canvas.fill(outline, rule, *paint, m_rendering.smooth);
     }
 }
@@ -118,6 +120,7 @@ void PlusPlayer::stroke(const Outline& world, int64_t pen_id) {
     }
     if (const auto paint = plus_paint(pen.brush, {to_canvas, area})) {
         use_clip();
+        const drawwork::Copying copying(m_canvas, state.copies);
         m_canvas.save();  // an inset pen clips
         draw_with_pen(m_canvas, *pen.pen, to_canvas, outline, *paint, m_rendering.smooth);
         m_canvas.restore();
@@ -178,6 +181,7 @@ void PlusPlayer::image(int64_t id, const RectD& source, int64_t unit, const std:
                          ? drawwork::Sampling::kBest
                          : drawwork::Sampling::kGood;
     const bool upright = placing.m12 == 0 && placing.m21 == 0;
+    const drawwork::Copying copying(m_canvas, state.copies);
     m_canvas.fill(on_canvas({rectangle_contour(part)}, placing), FillRule::kAlternate, paint,
                   !upright && m_rendering.smooth);
 }

@@ -193,6 +193,8 @@ const std::unordered_map<std::string_view, PlusHandler>& plus_handlers() {
          [](PlusPlayer& p, Played r) { set_text_hint(p, whole_in(r, "TextRenderingHint")); }},
         {"EmfPlusSetInterpolationMode",
          [](PlusPlayer& p, Played r) { p.state.interpolation = whole_in(r, "InterpolationMode"); }},
+        {"EmfPlusSetCompositingMode",
+         [](PlusPlayer& p, Played r) { p.state.copies = whole_in(r, "CompositingMode") == 1; }},
         {"EmfPlusSetPixelOffsetMode", [](PlusPlayer& p, Played r) { set_offset(p, whole_in(r, "PixelOffset")); }},
 
         {"EmfPlusSave", [](PlusPlayer& p, Played r) { p.save(whole_in(r, "StackIndex")); }},

@@ -22,6 +22,7 @@ struct PlusState {
     bool half_pixels = false;             // whole coordinates are the corners of pixels, for lines too
     int64_t interpolation = 0;
     bool smooth_text = true, hinted = false;
+    bool copies = false;  // fills and lines replace what is there
 };
 
 class PlusPlayer {
