@@ -128,6 +128,34 @@ def test_layers(book: Path, tmp_path: Path) -> None:
             page.get_text_image(subsample)
 
 
+def test_thumbnails(book: Path, tmp_path: Path) -> None:
+    for page in opened(book).djvu_pages:
+        assert page.extract_thumbnail_image() is None
+    run(tmp_path, "djvused", book.name, "-e", "set-thumbnails 48; save")
+    assert b"THUM" in book.read_bytes()
+    text, photo = opened(book).djvu_pages
+    for number, (page, size) in enumerate(((text, (WIDTH, HEIGHT)), (photo, (80, 70))), 1):
+        small = page.extract_thumbnail_image()
+        # The longer side of the page is that of the thumbnail at most.
+        assert small.width <= 48 and small.height <= 48 and max(small.width, small.height) == 48
+        assert small.width / small.height == pytest.approx(size[0] / size[1], rel=0.05)
+        assert page.thumbnail_image.width == small.width
+        expected = Pillow.fromarray(drawn(book, number).astype(np.uint8)).resize((small.width, small.height), Pillow.Resampling.BOX)
+        difference = np.abs(as_png(small, tmp_path).astype(int) - np.asarray(expected).astype(int))
+        assert difference.mean() < 12, number
+
+
+def test_a_thumbnail_without_its_data(book: Path, tmp_path: Path) -> None:
+    run(tmp_path, "djvused", book.name, "-e", "set-thumbnails 48; save")
+    data = bytearray(book.read_bytes())
+    at = data.index(b"TH44") + 4
+    data[at:at + 4] = b"\x7f\xff\xff\xff"  # longer than its form
+    pages = DjvuImage(io.BytesIO(bytes(data))).djvu_pages
+    # The second one stands in a form of its own, and stays that of the second page.
+    first, second = [page.extract_thumbnail_image() for page in pages]
+    assert first is None and second.width / second.height == pytest.approx(80 / 70, rel=0.05)
+
+
 def as_png(image: Any, tmp_path: Path, mode: str = "RGB") -> Any:
     image.save(str(tmp_path / "layer.png"), PngOptions())
     return read(tmp_path / "layer.png", mode)

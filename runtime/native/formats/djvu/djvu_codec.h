@@ -61,6 +61,8 @@ class DjvuFrames : public FrameSource {
     virtual std::unique_ptr<RowReader> open_layer(size_t index, DjvuLayer layer, int subsample) const = 0;
     // The text of the page, in reading order. Empty where it has none.
     virtual std::vector<DjvuWord> words(size_t index) const = 0;
+    // The page's thumbnail as a DjVu file of its own: a single wavelet picture. Empty where it has none.
+    virtual std::vector<uint8_t> thumbnail(size_t index) const = 0;
 };
 
 using SharedDjvu = std::shared_ptr<const DjvuFrames>;

@@ -118,6 +118,18 @@ Ref<ImageObject> text_image(ImageObject& self, int32_t subsample) {
 Ref<ImageObject> background_image(ImageObject& self) {
     return layer_of(self, DjvuLayer::kBackground, 1);
 }
+// The small picture of the page that the file has, or null. The page keeps it as its ThumbnailImage.
+Ref<ImageObject> thumbnail_image(ImageObject& self) {
+    const auto file = djvu_file(self);
+    std::vector<uint8_t> bytes = file != nullptr ? file->thumbnail(self.file_frame().index) : std::vector<uint8_t>();
+    if (bytes.empty()) {
+        return nullptr;
+    }
+    const Ref<ImageBase> image = any_decoded_image(std::move(bytes), nullptr, "Cannot read the thumbnail of the page");
+    Ref<ImageObject> raster = raster_of(dynamic_cast<ImageObject&>(*image).picture().copy());
+    set_property(self, "ThumbnailImage", Value(Ref<ManagedObject>(raster)));
+    return raster;
+}
 // The page as it is now.
 Ref<ImageObject> page_image(ImageObject& self) {
     return raster_of(self.picture().copy());
@@ -168,6 +180,7 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&foreground_image, DjvuPageApi::call_000_GetForegroundImage>(),
     behavior<&text_image, DjvuPageApi::call_000_GetTextImage>(),
     behavior<&background_image, DjvuPageApi::call_000_GetBackgroundImage>(),
+    behavior<&thumbnail_image, DjvuPageApi::call_000_ExtractThumbnailImage>(),
     behavior<&page_image, DjvuPageApi::get_Image>(),
     behavior<&text_for_location, DjvuPageApi::call_000_GetTextForLocation>(),
     behavior<&parent_image, DjvuPageApi::get_ParentImage>(),

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "runtime/native/formats/djvu/djvu_codec.h"
 #include "runtime/native/formats/djvu/djvu_probe.h"
@@ -49,6 +50,7 @@ class Document {
     const DjvuStructure& structure() const { return m_structure; }
     const SharedBudget& budget() const { return m_budget; }
     bool lenient() const { return m_lenient; }
+    const DataSource& source() const { return *m_source; }
 
     // The library gets a page alone, where no other part of the document belongs to it; otherwise all of the document.
     PlaceInSession session(size_t index) const {
@@ -232,6 +234,33 @@ class DjvuDocumentFrames final : public DjvuFrames {
         const MemoryShare share(m_document->budget(), m_document->cost(index));
         const PlaceInSession place = m_document->session(index);
         return place.session->words(place.number, page(index).height);
+    }
+
+    std::vector<uint8_t> thumbnail(size_t index) const override {
+        const DjvuPagePlace& place = page(index);
+        std::vector<uint8_t> data(place.thumbnail_size);
+        constexpr size_t kColors = 2;  // the byte of the data whose highest bit says that there are none
+        if (data.size() <= kColors || data.size() > limits::kCodecBytes) {
+            return {};
+        }
+        if (m_document->source().read_at(place.thumbnail_at, data) != data.size()) {
+            djvu_damaged("a thumbnail is cut off");
+        }
+        const std::string_view kind = (data[kColors] & 0x80) != 0 ? "BM44" : "PM44";
+        std::vector<uint8_t> file;
+        const auto add = [&](std::string_view id) { file.insert(file.end(), id.begin(), id.end()); };
+        const auto add_size = [&](size_t size) {
+            for (int shift = 24; shift >= 0; shift -= 8) {
+                file.push_back(static_cast<uint8_t>(size >> shift));
+            }
+        };
+        add("AT&TFORM");
+        add_size(kind.size() + 2 * sizeof(uint32_t) + data.size());
+        add(kind);
+        add(kind);
+        add_size(data.size());
+        file.insert(file.end(), data.begin(), data.end());
+        return file;
     }
 
  private:

@@ -141,6 +141,24 @@ class PageReader {
     int m_colors = 0;  // layers that are not gray
 };
 
+// Adds the pictures in the form, if it has thumbnails; those that are cut off keep their places.
+void add_thumbnails(const ByteReader& in, uint64_t form, size_t& chunks, std::vector<Chunk>& thumbnails) {
+    if (!in.starts_with(form, "FORM") || !in.starts_with(form + kChunkHeader, "THUM")) {
+        return;
+    }
+    const uint64_t end = form + kChunkHeader + in.u32(form + 4);
+    for (uint64_t at = form + kFormHeader; at + kChunkHeader <= end && in.has(at, kChunkHeader);) {
+        if (++chunks > kMostChunks) {
+            djvu_damaged("there are too many chunks");
+        }
+        const Chunk chunk{at + kChunkHeader, in.u32(at + 4)};
+        if (in.starts_with(at, "TH44")) {
+            thumbnails.push_back(chunk.size <= end - chunk.at && in.has(chunk.at, chunk.size) ? chunk : Chunk{});
+        }
+        at = chunk.next();
+    }
+}
+
 uint64_t form_at(const ByteReader& in) {
     return in.starts_with(0, kMagic) ? kMagic.size() : 0;
 }
@@ -168,6 +186,7 @@ void read_bundle(const ByteReader& in, bool lenient, size_t most, DjvuStructure&
     }
     file.is_bundled = true;
     size_t chunks = 0;
+    std::vector<Chunk> thumbnails;
     for (size_t i = 0; i < count && file.pages.size() < most; i++) {
         const uint64_t place = in.u32(at + 3 + 4 * i);
         if (!in.has(place, kFormHeader)) {
@@ -178,7 +197,13 @@ void read_bundle(const ByteReader& in, bool lenient, size_t most, DjvuStructure&
         }
         if (auto page = PageReader(in, place, chunks).read()) {
             file.pages.push_back(*page);
+        } else {
+            add_thumbnails(in, place, chunks, thumbnails);
         }
+    }
+    for (size_t i = 0; i < std::min(thumbnails.size(), file.pages.size()); i++) {
+        file.pages[i].thumbnail_at = thumbnails[i].at;
+        file.pages[i].thumbnail_size = static_cast<uint32_t>(thumbnails[i].size);
     }
 }
 

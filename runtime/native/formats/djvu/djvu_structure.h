@@ -2,7 +2,8 @@
 //
 // A file is an IFF container. The form DJVU is a page, with its size in the chunk INFO, a bitonal *mask* (Sjbz), and
 // pictures for the colors behind the mask (*background*) and on it (*foreground*). The form DJVM bundles pages and
-// what they share; its directory tells where each is. An *indirect* document has them in other files.
+// what they share; its directory tells where each is. An *indirect* document has them in other files. The forms THUM of
+// a bundle have small pictures of the pages, in the order of these.
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_DJVU_DJVU_STRUCTURE_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_DJVU_DJVU_STRUCTURE_H
 
@@ -31,6 +32,9 @@ struct DjvuPagePlace {
     bool has_text = false;
     bool includes = false;        // data of the page are in a shared part of the document
     uint64_t wavelet_pixels = 0;  // of all wavelet pictures of the page
+    // The wavelet data of the page's thumbnail; no bytes where it has none.
+    uint64_t thumbnail_at = 0;
+    uint32_t thumbnail_size = 0;
 
     bool has_layers() const { return has_mask || has_background || has_foreground; }
     bool is_bitonal() const { return !has_background && !has_foreground; }
