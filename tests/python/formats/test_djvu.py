@@ -140,7 +140,8 @@ def test_thumbnails(book: Path, tmp_path: Path) -> None:
         assert small.width <= 48 and small.height <= 48 and max(small.width, small.height) == 48
         assert small.width / small.height == pytest.approx(size[0] / size[1], rel=0.05)
         assert page.thumbnail_image.width == small.width
-        expected = Pillow.fromarray(drawn(book, number).astype(np.uint8)).resize((small.width, small.height), Pillow.Resampling.BOX)
+        whole = Pillow.fromarray(drawn(book, number).astype(np.uint8))
+        expected = whole.resize((small.width, small.height), Pillow.Resampling.BOX)
         difference = np.abs(as_png(small, tmp_path).astype(int) - np.asarray(expected).astype(int))
         assert difference.mean() < 12, number
 
