@@ -17,9 +17,8 @@ from zelmor import arrays
 
 WIDTH, HEIGHT = 4000, 3000
 ROUNDS = 9
-#: The most that pixels in the picture's own form may take, in copies of their size. A new picture is filled with black
-#: before the pixels are copied to it.
-TO_LIMIT, FROM_LIMIT = 2.0, 3.0
+#: The most that pixels in the picture's own form may take, in copies of their size.
+TO_LIMIT, FROM_LIMIT = 2.0, 2.0
 
 Array = NDArray[np.generic]
 

@@ -2,14 +2,19 @@
 
 from __future__ import annotations
 
+import io
 from pathlib import Path
 from typing import Any
 
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import (CmykColor, CmykColorHelper, Color, ColorPalette, DitheringMethods, PixelDataFormat,
-                            RawDataSettings, Rectangle)
+from zelmor.imaging import (CmykColor, CmykColorHelper, Color, ColorPalette, DitheringMethods, Image,
+                            PixelDataFormat, RasterImage, RawDataSettings, Rectangle)
+from zelmor.imaging.fileformats.png import PngColorType
+from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
+from zelmor.imaging.imageoptions import PngOptions, TiffOptions
+from zelmor.imaging.sources import StreamSource
 
 from support.child import run_child
 from support.image_oracles import HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, worst, write
@@ -276,6 +281,89 @@ assert len(data) == 6000 * image.raw_line_size
 grown = (resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before) << 10
 assert grown < 1.3 * len(data), (grown, len(data))
 """, MALLOC_PERTURB_="0", PYTHONMALLOC="malloc")
+
+
+def new_image(kind: str, width: int, height: int) -> RasterImage:
+    """In memory, all of one color: black, or clear where there is alpha."""
+    if kind == "CMYK":
+        options: PngOptions | TiffOptions = TiffOptions(TiffExpectedFormat.TIFF_LZW_CMYK)
+    else:
+        options = PngOptions()
+        options.color_type = {"L": PngColorType.GRAYSCALE, "RGB": PngColorType.TRUECOLOR,
+                              "RGBA": PngColorType.TRUECOLOR_WITH_ALPHA}[kind]
+    options.source = StreamSource(io.BytesIO())
+    image = RasterImage._cast_to(Image.create(options, width, height)).value
+    assert image is not None
+    return image
+
+
+def layout_of(kind: str) -> PixelDataFormat:
+    return {"L": PixelDataFormat.get_grayscale(8), "RGB": PixelDataFormat.get_rgb(8),
+            "RGBA": PixelDataFormat.get_rgba(8), "CMYK": PixelDataFormat.get_cmyk(8)}[kind]
+
+
+KINDS = ("L", "RGB", "RGBA", "CMYK")
+
+
+@pytest.mark.parametrize("kind", KINDS)
+def test_a_new_picture_takes_memory_when_it_is_written_to(kind: str) -> None:
+    """Of 16 million pixels, one is written; then all are, and each takes its memory once."""
+    run_child(f"""
+import os, sys
+sys.path[:0] = [{str(Path(__file__).parent)!r}]
+from test_raw_data import layout_of, new_image, settings
+from zelmor.imaging import Rectangle
+def memory(name):
+    with open("/proc/self/status") as status:
+        return next(int(line.split()[1]) << 10 for line in status if line.startswith(name))
+kind = {kind!r}
+bands = {{"L": 1, "RGB": 3}}.get(kind, 4)
+data = b"\7" * (4000 * 4000 * bands)
+new_image(kind, 10, 10).save_raw_data(data[:100 * bands], 0, Rectangle(0, 0, 10, 10), settings(layout_of(kind)))
+before = memory("VmRSS")
+image = new_image(kind, 4000, 4000)
+assert memory("VmRSS") - before < 4 << 20, memory("VmRSS") - before
+if kind != "CMYK":  # whose black has inks everywhere as soon as a pixel is looked at
+    image.save_raw_data(data, 0, Rectangle(100, 100, 1, 1), settings(layout_of(kind)))
+    assert memory("VmRSS") - before < 4 << 20, memory("VmRSS") - before
+open("/proc/self/clear_refs", "w").write("5")  # the peak so far counts no longer
+image.save_raw_data(data, 0, image.bounds, settings(layout_of(kind)))
+grown = memory("VmHWM") - before
+assert len(data) * 0.9 < grown < len(data) + (6 << 20), (grown, len(data))
+assert image.get_default_raw_data(Rectangle(3999, 3999, 1, 1), settings(layout_of(kind))) == b"\7" * bands
+""", MALLOC_PERTURB_="0", PYTHONMALLOC="malloc")
+
+
+@pytest.mark.parametrize("kind", KINDS)
+def test_a_new_picture_has_its_color_where_nothing_was_written(tmp_path: Path, kind: str) -> None:
+    plain = new_image(kind, 30, 20)
+    color = raw(plain, layout_of(kind), (7, 7, 1, 1))
+    bands = len(color)
+    assert color == bytes(bands) or kind == "CMYK" and color[3] > 150
+    expected = np.tile(np.frombuffer(color, np.uint8), (20, 30, 1))
+    data = bytes(range(1, 1 + 4 * 3 * bands))
+
+    def content(image: RasterImage) -> Pixels:
+        return np.frombuffer(raw(image, layout_of(kind), (0, 0, 30, 20)), np.uint8).reshape(20, 30, bands)
+
+    part = new_image(kind, 30, 20)
+    part.save_raw_data(data, 0, Rectangle(5, 6, 4, 3), settings(layout_of(kind)))
+    other = expected.copy()
+    other[6:9, 5:9] = np.frombuffer(data, np.uint8).reshape(3, 4, bands)
+    assert np.array_equal(content(part), other)
+    # A copy of a picture that nobody has looked at, before and after all of it is written over.
+    first = new_image(kind, 30, 20)
+    assert (page := Image.create([first])) is not None
+    first.save_raw_data(b"\5" * (30 * 20 * bands), 0, first.bounds, settings(layout_of(kind)))
+    assert (content(first) == 5).all()
+    copy = RasterImage._cast_to(page).value
+    assert copy is not None and np.array_equal(content(copy), expected)
+    cut = new_image(kind, 60, 40)
+    cut.crop(Rectangle(3, 3, 30, 20))
+    assert np.array_equal(content(cut), expected)
+    saved = new_image(kind, 30, 20)
+    saved.save(str(tmp_path / "a.tif"), TiffOptions(TiffExpectedFormat.TIFF_LZW_CMYK))
+    assert np.asarray(Pillow.open(tmp_path / "a.tif").convert("RGB")).max() < 90
 
 
 def test_lines_offsets_and_areas(tmp_path: Path) -> None:

@@ -444,9 +444,11 @@ void save_raw_data(ImageObject& self, std::span<const std::byte> data, int32_t d
     const Packing packing = packing_of(format);
     imagework::Picture& picture = self.picture();
     const Rect area = rect_of(rectangle);
-    read_block(self, {area.x, area.y, std::min(1, area.width), std::min(1, area.height)});
-    if (area.width > picture.width() - area.x || area.height > picture.height() - area.y) {
-        read_block(self, area);  // refuses an area outside the image
+    const bool is_inside = area.x >= 0 && area.y >= 0 && area.width > 0 && area.height > 0 &&
+                           area.width <= picture.width() - area.x && area.height <= picture.height() - area.y;
+    if (!is_inside) {  // both refuse it
+        read_block(self, {area.x, area.y, std::min(1, area.width), std::min(1, area.height)});
+        read_block(self, area);
     }
     const size_t line_size = line_size_for(format, rectangle.width);
     const auto count = static_cast<size_t>(rectangle.height);

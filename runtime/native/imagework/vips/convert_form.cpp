@@ -88,14 +88,15 @@ void VipsPicture::convert_rows(const PixelForm& form, RowStep step) {
         m_form = form;
         return;
     }
+    const VImage& source = image();
     const VImage result = guarded(Failure::kInternal, "the pixels could not be converted", [&] {
         check_picture_size(width(), height(), static_cast<int>(form.pixel_size()));
-        return blank_image(form, width(), height(), m_image);
+        return blank_image(form, width(), height(), source);
     });
     const int32_t together = std::clamp(kPixelsTogether / width(), 1, height());
     for (int32_t y = 0; y < height(); y += together) {
         const int32_t rows = std::min(together, height() - y);
-        step(row_of(m_image, y), row_of(result, y), static_cast<size_t>(width()) * static_cast<size_t>(rows));
+        step(row_of(source, y), row_of(result, y), static_cast<size_t>(width()) * static_cast<size_t>(rows));
     }
     m_image = result;
     m_origin = {};
@@ -396,13 +397,15 @@ void VipsPicture::apply_profiles(const DecodeOptions& options) {
 }
 
 void VipsPicture::fill(int32_t width, int32_t height, Argb color) {
+    std::vector<uint8_t> pixel = pixel_of(color);
     const VImage image = guarded(Failure::kInternal, "there is no memory for the pixels",
-                                 [&] { return blank_image(m_form, width, height, this->image()); });
-    const std::vector<uint8_t> pixel = pixel_of(color);
-    for (int32_t y = 0; y < height; y++) {
-        repeat_pixel(pixel, width, row_of(image, y));
+                                 [&] { return zero_image(m_form, width, height, m_resolution); });
+    if (std::all_of(pixel.begin(), pixel.end(), [](uint8_t byte) { return byte == 0; })) {
+        pixel.clear();
     }
     m_image = image;
+    m_rows.reset();
+    m_unfilled = std::move(pixel);
     m_origin = {};
     m_again.reset();
     m_exclusive = true;

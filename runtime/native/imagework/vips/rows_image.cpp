@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdlib>
+#include <memory>
 #include <vector>
 
 using vips::VImage;
@@ -114,6 +116,35 @@ VImage blank_image(const PixelForm& form, int32_t width, int32_t height, Resolut
                            interpretation_of(form), dots_per_millimeter(resolution.horizontal),
                            dots_per_millimeter(resolution.vertical));
     return prepared(image, form, width, height);
+}
+
+namespace {
+constexpr const char* kOwnMemory = "own-memory";
+}
+
+VImage zero_image(const PixelForm& form, int32_t width, int32_t height, Resolution resolution) {
+    // Memory for large pictures comes from the system, which gives a page when it is first touched. Of the library's
+    // own memory nobody knows whether it is fresh.
+    const size_t size = form.pixel_size() * static_cast<size_t>(width) * static_cast<size_t>(height);
+    std::unique_ptr<void, void (*)(void*)> memory(std::calloc(size, 1), &std::free);
+    if (memory == nullptr) {
+        throw PictureError(Failure::kInternal, "there is no memory for the pixels");
+    }
+    VipsImage* image =
+        vips_image_new_from_memory(memory.get(), size, width, height, form.bands(), band_format(form.sample));
+    if (image == nullptr) {
+        throw vips::VError();
+    }
+    image->Type = interpretation_of(form);
+    image->Xres = dots_per_millimeter(resolution.horizontal);
+    image->Yres = dots_per_millimeter(resolution.vertical);
+    g_object_set_data_full(G_OBJECT(image), kOwnMemory, memory.release(), &std::free);
+    return VImage(image);
+}
+
+bool has_own_pixels(const VImage& image) {
+    VipsImage* const found = image.get_image();
+    return found->dtype == VIPS_IMAGE_SETBUF || g_object_get_data(G_OBJECT(found), kOwnMemory) != nullptr;
 }
 
 namespace {

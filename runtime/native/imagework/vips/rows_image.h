@@ -31,6 +31,10 @@ void write_rows(const VipsPicture& picture, RowWriter& writer);
 // are those of `like`, or the resolution given.
 vips::VImage blank_image(const PixelForm& form, int32_t width, int32_t height, const vips::VImage& like);
 vips::VImage blank_image(const PixelForm& form, int32_t width, int32_t height, Resolution resolution);
+// The same with all bytes zero, which takes neither time nor memory until they are written to.
+vips::VImage zero_image(const PixelForm& form, int32_t width, int32_t height, Resolution resolution);
+// Whether an image's pixels may be written to, as long as nobody else uses them.
+bool has_own_pixels(const vips::VImage& image);
 
 // The library's name for the storage of the samples.
 VipsBandFormat band_format(SampleType sample);

@@ -52,7 +52,7 @@ VipsPicture::VipsPicture(SharedRows rows, const RowsHeader& header)
 
 VipsPicture::VipsPicture(const VipsPicture& other, Shared)
     : Picture(other),
-      m_image(other.m_image),
+      m_image(other.m_rows != nullptr ? other.m_image : other.image()),
       m_rows(other.m_rows),
       m_again(other.m_again),
       m_form(other.m_form),
@@ -73,6 +73,12 @@ const VImage& VipsPicture::image() const {
         m_again = m_origin.source != nullptr ? m_rows : nullptr;
         m_rows.reset();
     }
+    if (!m_unfilled.empty()) {
+        const std::vector<uint8_t> pixel = std::exchange(m_unfilled, {});
+        for (int32_t y = 0; y < m_image.height(); y++) {
+            repeat_pixel(pixel, m_image.width(), row_of(m_image, y));
+        }
+    }
     return m_image;
 }
 
@@ -85,7 +91,7 @@ void VipsPicture::let_go() const {
 }
 
 std::unique_ptr<RowReader> VipsPicture::open_rows() const {
-    return m_rows != nullptr ? m_rows->open() : rows_of_image(m_image, rows_header());
+    return m_rows != nullptr ? m_rows->open() : rows_of_image(image(), rows_header());
 }
 
 void VipsPicture::take_rows(SharedRows rows) {
@@ -98,6 +104,7 @@ void VipsPicture::take_rows(SharedRows rows) {
 void VipsPicture::take(const VImage& image) {
     const PixelForm before = m_form;
     m_image = image;
+    m_unfilled.clear();
     m_rows.reset();
     m_again.reset();
     m_origin = {};
@@ -157,7 +164,7 @@ void VipsPicture::make_writable() {
     image();
     m_origin = {};
     m_again.reset();
-    if (m_exclusive && m_image.get_image()->dtype == VIPS_IMAGE_SETBUF) {
+    if (m_exclusive && has_own_pixels(m_image)) {
         return;
     }
     m_image = guarded(Failure::kInternal, "the pixels could not be copied", [&] {
@@ -361,6 +368,9 @@ void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<con
                                    std::to_string(m_palette->colors.size()) + " colors.",
                                "data");
         }
+    }
+    if (area.width == width() && area.height == height()) {
+        m_unfilled.clear();
     }
     make_writable();
     note_change();

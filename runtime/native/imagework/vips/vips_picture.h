@@ -71,7 +71,7 @@ class VipsPicture final : public Picture {
     void to_form(const PixelForm& form);
     // The image after to_colors(), of a picture that stays as it is.
     vips::VImage colors() const;
-    // Of another size, all of one color.
+    // Of another size, all of one color. Pixels that are written over before they are looked at are never filled.
     void fill(int32_t width, int32_t height, Argb color);
     // Gives the colors the meaning that the options ask for: the embedded profile, another one, or sRGB.
     void apply_profiles(const DecodeOptions& options);
@@ -187,6 +187,8 @@ class VipsPicture final : public Picture {
     int index_of(Argb color) const;
 
     mutable vips::VImage m_image;  // null until the rows are read
+    // The pixel that all of a new picture are to get before any of them is looked at; empty where they have it.
+    mutable std::vector<uint8_t> m_unfilled;
     mutable SharedRows m_rows;     // null as soon as they are
     mutable SharedRows m_again;    // of an unchanged frame: the rows that its pixels can be read from once more
     PixelForm m_form;
