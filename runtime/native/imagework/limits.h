@@ -56,6 +56,10 @@ constexpr uint64_t kTextBytes = 64 * kMebibyte;
 // Bytes that memory is reserved for on the claim of a file, before any of them have come.
 constexpr uint64_t kReservedBytes = 64 * kMebibyte;
 
+// Chunks of one PNG file, and extensions of one GIF file. Each takes a few bytes, so that the size of a file is no bound
+// of the steps that a walk over them takes; frames, of which each has two chunks or more, have a limit of their own.
+constexpr uint64_t kChunks = uint64_t{1} << 22;
+
 // Files that are kept open for the pixels of images, of the 1024 that a process usually may have. Beyond that files are
 // read into memory when they are loaded.
 constexpr size_t kOpenFiles = 256;
@@ -75,6 +79,9 @@ constexpr uint64_t kTagBytes = 64 * kMebibyte;
 
 // --- Metadata -------------------------------------------------------------------------------------------------------
 
+// Texts, comments and blocks of metadata that are read of one file. An empty one takes four bytes in a file, and many
+// times as many in memory.
+constexpr uint64_t kTexts = uint64_t{1} << 16;
 // Bytes that a compressed text or profile may become.
 constexpr size_t kInflatedBytes = 64 * kMebibyte;
 // Bytes of one ICC profile.

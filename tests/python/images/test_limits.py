@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
+import io
 import struct
 import time
 import zlib
 from collections.abc import Callable, Iterator
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
@@ -193,6 +195,59 @@ def test_headers_that_go_on_are_walked_for_a_while_only(tmp_path: Path, extensio
             Image.load(given)
         assert not Image.can_load(given)
     assert time.process_time() - start < 1
+
+
+class Counted(io.BytesIO):
+    """Counts how often it is read."""
+
+    reads = 0
+
+    def read(self, size: int | None = -1, /) -> bytes:
+        self.reads += 1
+        return super().read(size)
+
+    def readinto(self, buffer: Any, /) -> int:
+        self.reads += 1
+        return super().readinto(buffer)
+
+
+MANY = 300_000
+TINY: dict[str, Callable[[], bytes]] = {
+    "without a name": lambda: png(chunk(b"teSt", b"") * 80_000),  # before the pixels: the header has a limit
+    "of data": lambda: png().replace(chunk(b"IEND", b""), b"") + chunk(b"IDAT", b"") * MANY + chunk(b"IEND", b""),
+    "of time": lambda: png().replace(chunk(b"IEND", b""), b"") + chunk(b"teSt", b"") * MANY + chunk(b"IEND", b""),
+}
+
+
+@pytest.mark.parametrize("name", TINY)
+@pytest.mark.parametrize("by_path", [True, False])
+def test_tiny_chunks_cost_their_bytes(tmp_path: Path, name: str, by_path: bool) -> None:
+    """A stream is read in pieces, and not chunk by chunk."""
+    content = TINY[name]()
+    stream = Counted(content)
+    path = tmp_path / "a.png"
+    path.write_bytes(content)
+    image = RasterImage._cast_to(Image.load(str(path) if by_path else stream)).value
+    assert image is not None and image.get_argb_32_pixel(0, 0) & 0xFFFFFF == 0
+    assert image.xmp_data is None
+    assert by_path or 0 < stream.reads < 300
+    image.save(str(tmp_path / "b.png"), PngOptions())
+    assert (tmp_path / "b.png").stat().st_size < 1000
+
+
+@pytest.mark.parametrize("kind", ["tEXt", "COM"])
+def test_texts_of_a_file_are_counted(tmp_path: Path, kind: str) -> None:
+    path = tmp_path / "a"
+    if kind == "tEXt":
+        path.write_bytes(png(chunk(b"tEXt", b"a\0") * 65537))
+    else:
+        jpeg = Path(write(tmp_path / "b.jpg", PIXELS[:8, :8])).read_bytes()
+        path.write_bytes(jpeg[:2] + b"\xff\xfe\0\2" * 65537 + jpeg[2:])
+    image = RasterImage._cast_to(Image.load(str(path))).value
+    assert image is not None
+    image.get_argb_32_pixel(0, 0)
+    with managed_error("ImageLoadException", "more than 65536 pieces of metadata"):
+        print(image.xmp_data)
 
 
 def test_sizes_count_the_bytes_of_the_pixels(tmp_path: Path) -> None:

@@ -110,6 +110,10 @@ class Walk {
                 const int repeats = m_in.u16(m_at + 16);
                 m_found.loops = repeats == 0 ? 0 : repeats + 1;  // the first time counts too
             } else if (!application || !m_in.starts_with(m_at + 3, "XMP DataXMP")) {
+                if (m_found.extensions.size() >= limits::kChunks) {
+                    throw PictureError(Failure::kTooLarge,
+                                       "it has more than " + std::to_string(limits::kChunks) + " extensions");
+                }
                 m_found.extensions.push_back({m_at, *end - m_at});
             }
         }

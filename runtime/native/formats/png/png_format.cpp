@@ -88,7 +88,7 @@ void probe_png(const ByteReader& file, FileFacts& facts) {
         if (in.starts_with(at + 4, "IDAT") || in.starts_with(at + 4, "IEND")) {
             break;
         }
-        if (in.starts_with(at + 4, "PLTE") && color == PngColor::kIndexed) {
+        if (in.starts_with(at + 4, "PLTE") && color == PngColor::kIndexed && facts.palette.empty()) {
             constexpr uint64_t kMost = 256 * 3;
             const uint64_t end = at + 8 + std::min<uint64_t>(length, kMost);
             for (uint64_t entry = at + 8; entry + 3 <= end && in.has(entry, 3); entry += 3) {
@@ -146,7 +146,7 @@ class PngEnd final : public PictureEnd {
                 return m_at + kEmptyChunk;
             }
             // A decoder stops here too.
-            if (!is_chunk_name(in.piece(m_at + 4, 4)) || in.u32(m_at) > 0x7FFFFFFF) {
+            if (!is_chunk_name(in.piece(m_at + 4, 4)) || in.u32(m_at) > 0x7FFFFFFF || m_count > limits::kChunks) {
                 return m_at + kEmptyChunk;
             }
             const uint64_t end = m_at + kEmptyChunk + in.u32(m_at);
@@ -157,12 +157,14 @@ class PngEnd final : public PictureEnd {
                 return end + kEmptyChunk;
             }
             m_at = end;
+            m_count++;
         }
     }
 
  private:
     static constexpr uint64_t kEmptyChunk = 12;
     uint64_t m_at = 8;
+    uint64_t m_count = 0;  // of the chunks before it
 };
 
 std::unique_ptr<PictureEnd> png_end(const FileFacts& facts) {

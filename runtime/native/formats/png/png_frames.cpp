@@ -64,7 +64,12 @@ class ChunkWalk {
     explicit ChunkWalk(SourceBytes& bytes) : m_in(bytes, true) {}
 
     void run(Animation& found) {
+        uint64_t count = 0;
         for (uint64_t at = kFirstChunk; m_in.has(at, 12);) {
+            if (++count > limits::kChunks) {
+                throw PictureError(Failure::kTooLarge,
+                                   "the PNG animation has more than " + std::to_string(limits::kChunks) + " chunks");
+            }
             const Chunk chunk{m_in.u32(at + 4), at + 8, m_in.u32(at)};
             if (!m_in.has(at, 12 + chunk.size) || chunk.type == kIend) {
                 break;
@@ -112,10 +117,21 @@ class ChunkWalk {
                 add_data(chunk, found);
                 break;
             default:
-                if (m_before_data &&
-                    std::find(std::begin(kShared), std::end(kShared), chunk.type) != std::end(kShared)) {
-                    found.shared.push_back(chunk);
+                if (m_before_data) {
+                    add_shared(chunk, found);
                 }
+        }
+    }
+
+    // Each frame gets all of these, so that the first of a kind is kept: a decoder takes no other.
+    static void add_shared(const Chunk& chunk, Animation& found) {
+        const bool again = std::any_of(found.shared.begin(), found.shared.end(),
+                                       [&](const Chunk& other) { return other.type == chunk.type; });
+        if (again && chunk.type == png_type("PLTE")) {
+            damaged("has two palettes");
+        }
+        if (!again && std::find(std::begin(kShared), std::end(kShared), chunk.type) != std::end(kShared)) {
+            found.shared.push_back(chunk);
         }
     }
 
@@ -126,6 +142,9 @@ class ChunkWalk {
     }
 
     static void add_data(const Chunk& chunk, Animation& found) {
+        if (chunk.size == (chunk.type == kFrameData ? kSequenceSize : 0)) {
+            return;  // nothing of the frame
+        }
         found.data.push_back(chunk);
         found.frames.back().data_count++;
     }

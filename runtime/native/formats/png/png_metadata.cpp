@@ -58,11 +58,18 @@ struct Chunk {
     bool is_description() const { return is_text() || type == "tIME"; }
 };
 
-// Calls a function with the chunks one after the other, up to the last one or to damage.
+// Calls a function with the chunks one after the other, up to the last one or to damage. PictureError(kDamaged) where
+// there are more than one file may have.
 template <class Visit>
 void each_chunk(FileParts& file, Visit visit) {
     const imagework::ByteReader in = file.reader(true);
+    uint64_t count = 0;
     for (uint64_t at = kSignature; in.has(at, kFrame);) {
+        if (++count > imagework::limits::kChunks) {
+            throw imagework::PictureError(
+                imagework::Failure::kDamaged,
+                "the PNG data have more than " + std::to_string(imagework::limits::kChunks) + " chunks");
+        }
         const uint64_t size = in.u32(at);
         const Chunk chunk{file.text(at + 4, 4), at, size};
         if (chunk.size > kLongestChunk || !in.has(at, kFrame + chunk.size)) {

@@ -257,11 +257,21 @@ class PngReader final : public RowReader {
         }
     }
 
+    // The library reads the length and the name of a chunk together, and hardly ever as many bytes of its content.
+    void count_chunk(size_t bytes) {
+        constexpr size_t kHead = 8;
+        if (bytes == kHead && ++m_chunks > limits::kChunks) {
+            throw PictureError(Failure::kTooLarge,
+                               "the PNG data have more than " + std::to_string(limits::kChunks) + " chunks");
+        }
+    }
+
     // Called by the library.
     static void on_read(png_structp png, png_bytep out, size_t count) {
         auto* self = static_cast<PngReader*>(png_get_io_ptr(png));
         bool found = false;
         try {
+            self->count_chunk(count);
             found = self->m_bytes.copy(self->m_at, {out, count}) == count;
         } catch (...) {
             self->m_session.keep(std::current_exception());
@@ -277,6 +287,7 @@ class PngReader final : public RowReader {
     SharedBudget m_memory;
     SourceBytes m_bytes;
     uint64_t m_at = 0;
+    uint64_t m_chunks = 0;
     PngSession m_session;
     RowsHeader m_header;
     int m_color = 0;

@@ -4,13 +4,15 @@
 #include <algorithm>
 
 #include "runtime/native/formats/png/png_chunks.h"
+#include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::imagework {
 namespace {
 
-// Position of the first chunk that is not complete; the end of the data where the end chunk was reached.
+// Position of the first chunk that is not complete, or is one too many; the end of the data where the end chunk was
+// reached.
 struct Walk {
     uint64_t stop = kFirstChunk;
     bool whole = false;
@@ -18,7 +20,7 @@ struct Walk {
 
 Walk walk(const ByteReader& in) {
     Walk result;
-    while (in.has(result.stop, 12)) {
+    for (uint64_t count = 0; count < limits::kChunks && in.has(result.stop, 12); count++) {
         uint64_t length = in.u32(result.stop);
         if (!in.has(result.stop, 12 + length)) {
             break;

@@ -36,6 +36,11 @@ class FileParts {
     }
     // A part that the file has as a whole. PictureError(kDamaged) where all parts are more than one file may have.
     Bytes take(uint64_t at, uint64_t length) {
+        if (++m_parts > imagework::limits::kTexts) {
+            throw imagework::PictureError(
+                imagework::Failure::kDamaged,
+                "the file has more than " + std::to_string(imagework::limits::kTexts) + " pieces of metadata");
+        }
         constexpr uint64_t kMost = imagework::limits::kTextBytes;
         if (length > kMost - m_taken) {
             throw imagework::PictureError(imagework::Failure::kDamaged,
@@ -51,6 +56,7 @@ class FileParts {
  private:
     imagework::SourceBytes m_bytes;
     uint64_t m_taken = 0;
+    uint64_t m_parts = 0;
 };
 
 }  // namespace zelmor::embed
