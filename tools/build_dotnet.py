@@ -7,6 +7,10 @@ The two variables that select a runtime then name `runtime` and `assemblies`; --
 
 Where the libraries of the tests are built, the directories `test-runtime` and `test-assemblies` are laid out, too. They
 hold the same files and the control interface of the tests: a library in front of the runtime, and one more assembly.
+
+The assemblies of the product hold native code beside their own, made ahead of time for the runtime that is laid out, so
+that nothing is compiled when it is first used. The compiler for that is a package of NuGet, which is fetched once; where
+it cannot be had, a line says so, and the runtime compiles by itself. Another runtime than the one laid out does so, too.
 """
 
 from __future__ import annotations
@@ -35,6 +39,9 @@ MODULES = {"core": ("Zelmor.WrpGen.Core",), "imaging": ("Zelmor.Imaging", "WrpIn
 PICTURES = "imaging"
 # What the tests have besides, in the directory of the module "core".
 CONTROL = "Zelmor.WrpGen.Control"
+# The package of the compiler to native code. Its version is that of the runtime: other ones refuse its code.
+COMPILER = "microsoft.netcore.app.crossgen2.linux-x64"
+QUIET = {"DOTNET_CLI_TELEMETRY_OPTOUT": "1", "DOTNET_NOLOGO": "1", "DOTNET_SKIP_FIRST_TIME_EXPERIENCE": "1"}
 
 
 def find_sdk() -> Path | None:
@@ -86,17 +93,53 @@ def compile_all(sdk: Path, build: Path) -> None:
     if stamp.exists() and stamp.read_text() == inputs:
         return
     stamp.unlink(missing_ok=True)
-    quiet = {"DOTNET_CLI_TELEMETRY_OPTOUT": "1", "DOTNET_NOLOGO": "1", "DOTNET_SKIP_FIRST_TIME_EXPERIENCE": "1"}
     subprocess.run([sdk, "build", MANAGED / "Zelmor.Managed.csproj", "-m:1", "--nologo", "-v", "q",
                     "-p:UseSharedCompilation=false", "-nodeReuse:false", f"-p:ZelmorBuild={build}"],
-                   env=os.environ | quiet, check=True)
+                   env=os.environ | QUIET, check=True)
     stamp.write_text(inputs)
+
+
+def find_compiler(sdk: Path, version: str, build: Path) -> list[str]:
+    """The command of the compiler to native code for a version of the runtime; empty where it cannot be had."""
+    packages = Path(os.environ.get("NUGET_PACKAGES") or Path.home() / ".nuget" / "packages")
+    tools = packages / COMPILER / version / "tools"
+    if not tools.is_dir():
+        command = [sdk, "msbuild", MANAGED / "NativeCode" / "NativeCode.csproj", "-t:Restore", "-nologo", "-v:q",
+                   "-nodeReuse:false", f"-p:ZelmorBuild={build}", f"-p:ZelmorCompiler={version}"]
+        try:
+            subprocess.run(command, env=os.environ | QUIET, check=False, timeout=300, capture_output=True)
+        except subprocess.TimeoutExpired:
+            return []
+    if (tools / "crossgen2.dll").is_file():
+        return [str(sdk), str(tools / "crossgen2.dll")]
+    return [str(tools / "crossgen2")] if (tools / "crossgen2").is_file() else []
+
+
+def compile_native(sdk: Path, runtime: Path, build: Path) -> bool:
+    """Makes copies of the product's assemblies with native code in them; False where there is no compiler."""
+    native, out = build / "native", build / "out"
+    # Made of what the assemblies are made of, for one runtime.
+    stamp, inputs = native / "inputs", f"{(out / 'inputs').read_text()} {runtime.name}"
+    if stamp.exists() and stamp.read_text() == inputs:
+        return True
+    shutil.rmtree(native, ignore_errors=True)
+    compiler = find_compiler(sdk, runtime.name, build)
+    if not compiler:
+        return False
+    native.mkdir()
+    names = [name for module in MODULES.values() for name in module]
+    references = [f"--reference:{path}" for path in (runtime / "*.dll", *(out / name / f"{name}.dll" for name in names))]
+    for name in names:
+        subprocess.run([*compiler, str(out / name / f"{name}.dll"), f"--out:{native / name}.dll", "--targetos:linux",
+                        "--targetarch:x64", "-O", *references], env=os.environ | QUIET, check=True, capture_output=True)
+    stamp.write_text(inputs)
+    return True
 
 
 def lay_out(runtime: Path, wrapper: Path, build: Path) -> None:
     """Makes the directories of the product."""
     _lay_out_runtime(runtime, wrapper, build / "runtime")
-    _lay_out_assemblies(build / "out", build / "assemblies", MODULES)
+    _lay_out_assemblies(build, build / "assemblies", MODULES)
     _lay_out_pictures(build / "native", wrapper.parent, build / "assemblies" / PICTURES)
 
 
@@ -105,7 +148,7 @@ def lay_out_tests(runtime: Path, wrapper: Path, control: Path, build: Path) -> N
     directory = _lay_out_runtime(runtime, wrapper, build / "test-runtime")
     (directory / "libcoreclr.so").rename(directory / "libcoreclr.real.so")
     _link(control, directory / "libcoreclr.so")
-    _lay_out_assemblies(build / "out", build / "test-assemblies", MODULES | {"core": (*MODULES["core"], CONTROL)})
+    _lay_out_assemblies(build, build / "test-assemblies", MODULES | {"core": (*MODULES["core"], CONTROL)})
     _lay_out_pictures(build / "native", wrapper.parent, build / "test-assemblies" / PICTURES)
 
 
@@ -127,12 +170,14 @@ def _lay_out_pictures(native: Path, embedded: Path, directory: Path) -> None:
         _link(path, directory / path.name)
 
 
-def _lay_out_assemblies(out: Path, root: Path, modules: dict[str, tuple[str, ...]]) -> None:
+def _lay_out_assemblies(build: Path, root: Path, modules: dict[str, tuple[str, ...]]) -> None:
     shutil.rmtree(root, ignore_errors=True)
     for module, names in modules.items():
         (root / module).mkdir(parents=True)
         for name in names:
-            _link(out / name / f"{name}.dll", root / module / f"{name}.dll")
+            native = build / "native" / f"{name}.dll"
+            made = native if native.is_file() else build / "out" / name / f"{name}.dll"
+            _link(made, root / module / f"{name}.dll")
 
 
 def variables(build: Path) -> dict[str, str]:
@@ -159,6 +204,9 @@ def main() -> int:
         return 1
     generate(build)
     compile_all(sdk, build)
+    if not compile_native(sdk, runtime, build):
+        print(f"without native code, so that the start takes longer: the package {COMPILER} {runtime.name} could not be "
+              "had", file=sys.stderr)
     wrapper = tree / "python" / "zelmor" / "_runtime" / "netcore3.1" / "libzelmor.embed.coreclrwrap.so"
     lay_out(runtime, wrapper, build)
     control = tree / "test-native" / "dotnet" / "libcoreclr.so"

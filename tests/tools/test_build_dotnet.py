@@ -7,7 +7,9 @@ import subprocess
 import sys
 from pathlib import Path
 
-from tools.build_dotnet import MODULES, ROOT, find_runtime, lay_out
+import pytest
+
+from tools.build_dotnet import COMPILER, MODULES, ROOT, compile_native, find_runtime, lay_out
 
 
 def test_without_an_sdk_one_line_says_what_to_install() -> None:
@@ -46,3 +48,47 @@ def test_the_directories_are_real_and_hold_links(tmp_path: Path) -> None:
     modules = tmp_path / "dotnet" / "assemblies"
     assert {path.name for path in modules.iterdir()} == set(MODULES)
     assert (modules / "imaging" / "WrpInterop.Zelmor.Imaging.dll").is_symlink()
+
+
+def _native_inputs(tmp_path: Path) -> tuple[Path, Path, Path]:
+    """An SDK's command, a runtime, and a build with empty assemblies."""
+    _install(tmp_path, "10.0.12")
+    build = tmp_path / "build"
+    for name in (name for names in MODULES.values() for name in names):
+        (build / "out" / name).mkdir(parents=True)
+        (build / "out" / name / f"{name}.dll").touch()
+    (build / "out" / "inputs").write_text("inputs")
+    sdk = tmp_path / "dotnet"
+    sdk.write_text("#!/bin/sh\nexit 1\n")
+    sdk.chmod(0o755)
+    return sdk, tmp_path / "shared" / "Microsoft.NETCore.App" / "10.0.12", build
+
+
+def test_without_the_compiler_of_native_code_the_assemblies_are_taken_as_they_are(
+        tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    sdk, runtime, build = _native_inputs(tmp_path)
+    monkeypatch.setenv("NUGET_PACKAGES", str(tmp_path / "packages"))
+    assert not compile_native(sdk, runtime, build)
+    lay_out(runtime, tmp_path / "libwrapper.so", build)
+    link = build / "assemblies" / "imaging" / "Zelmor.Imaging.dll"
+    assert link.readlink() == build / "out" / "Zelmor.Imaging" / "Zelmor.Imaging.dll"
+
+
+def test_native_code_is_made_once_for_each_runtime(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    sdk, runtime, build = _native_inputs(tmp_path)
+    tools = tmp_path / "packages" / COMPILER / "10.0.12" / "tools"
+    tools.mkdir(parents=True)
+    # Notes what it is asked for, and makes the file that it is asked for.
+    (tools / "crossgen2").write_text(f'#!/bin/sh\necho "$1" >> {tmp_path}/asked\ntouch "${{2#--out:}}"\n')
+    (tools / "crossgen2").chmod(0o755)
+    monkeypatch.setenv("NUGET_PACKAGES", str(tmp_path / "packages"))
+    for _ in range(2):
+        assert compile_native(sdk, runtime, build)
+    asked = (tmp_path / "asked").read_text().splitlines()
+    assert sorted(Path(path).stem for path in asked) == sorted(name for names in MODULES.values() for name in names)
+    lay_out(runtime, tmp_path / "libwrapper.so", build)
+    link = build / "assemblies" / "imaging" / "Zelmor.Imaging.dll"
+    assert link.readlink() == build / "native" / "Zelmor.Imaging.dll"
+    (build / "out" / "inputs").write_text("other inputs")
+    assert compile_native(sdk, runtime, build)
+    assert len((tmp_path / "asked").read_text().splitlines()) == 2 * len(asked)

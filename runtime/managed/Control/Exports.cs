@@ -21,6 +21,10 @@ public static unsafe class Exports
         return Deliver($"{signature}\n{(host != null ? Entries.ManagedName(host) : "")}", buffer, size);
     }
 
+    /// <summary>How many methods were compiled since the process started.</summary>
+    [UnmanagedCallersOnly]
+    public static long CompiledMethods() => System.Runtime.JitInfo.GetCompiledMethodCount();
+
     /// <summary>How many handles are out: 0 all, 1 of objects, 2 of structures, 3 of types.</summary>
     [UnmanagedCallersOnly]
     public static long LiveHandles(int kind)

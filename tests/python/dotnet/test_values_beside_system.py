@@ -1,7 +1,7 @@
 """Decimals, dates, times, spans and texts beside System's own types, as many from Python as from .NET.
 
-In `make test` a sample from a fixed seed, in `make fuzz` a million of each kind in each direction from a new one, and each
-code point alone.
+In `make test` a sample from a fixed seed, in `make fuzz` a million of each kind in each direction from a new one, and
+each code point alone.
 """
 
 from __future__ import annotations

@@ -3,8 +3,8 @@
     system_values.py KIND COUNT SEED      KIND: decimal, moment, moment_with_offset, span, text, text_alone
 
 A value goes through a property of type object. .NET says what it has got, in the texts, parts and arithmetic of
-System.Decimal, System.DateTime, System.DateTimeOffset, System.TimeSpan and System.String; Python says the same of its own
-value, by its own means. Values of one half are made by Python, those of the other by .NET.
+System.Decimal, System.DateTime, System.DateTimeOffset, System.TimeSpan and System.String; Python says the same of its
+own value, by its own means. Values of one half are made by Python, those of the other by .NET.
 """
 
 from __future__ import annotations
