@@ -163,11 +163,9 @@ void WireArguments::add_any(const zelmor_pictures_value& given) {
             return add_variant(kVariantObject, lend(make_ref<EnumObject>(type, given.word)));
         }
         case ZELMOR_PICTURES_STRUCT:
-            return add_variant(kVariantStruct,
-                               lend(std::get<Ref<ManagedObject>>(value_of(given, variant_element()))));
+            return add_variant(kVariantStruct, lend(std::get<Ref<ManagedObject>>(value_of(given, variant_element()))));
         default:
-            return add_variant(kVariantObject,
-                               lend(std::get<Ref<ManagedObject>>(value_of(given, variant_element()))));
+            return add_variant(kVariantObject, lend(std::get<Ref<ManagedObject>>(value_of(given, variant_element()))));
     }
 }
 
@@ -228,8 +226,14 @@ void WireArguments::add(const zelmor_pictures_value& given, Wire wire, const Col
         case Wire::kInterface:
         case Wire::kStream:
             return add_object(given, variant_element());
-        case Wire::kCollection:
-            return add_object(given, element_of(collection));
+        case Wire::kCollection: {
+            zelmor_pictures_value list = given;
+            if (given.kind == ZELMOR_PICTURES_BYTES) {
+                list.kind = ZELMOR_PICTURES_NUMBERS;
+                list.detail = ZELMOR_PICTURES_ARRAY | 1 << 8 | 1 << 16;
+            }
+            return add_object(list, element_of(collection));
+        }
         case Wire::kVoid:
         case Wire::kRecord:
             break;
@@ -404,6 +408,7 @@ void run_call(const zelmor_pictures_entry& entry, int64_t self, zelmor_pictures_
 }
 
 const zelmor_pictures_entry& find_entry(const char* type_name, const char* name) {
+    // Shared by all threads: used in a turn only, and nothing here lets another thread in.
     static auto& known = *new std::unordered_map<std::string, std::unique_ptr<zelmor_pictures_entry>>;
     const std::string key = std::string(type_name) + '\n' + name;
     if (const auto found = known.find(key); found != known.end()) {
@@ -480,7 +485,8 @@ ZELMOR_EXPORT int32_t zelmor_pictures_elements(int64_t list, zelmor_pictures_val
         ManagedList& elements = list_behind(list);
         const void* numbers = elements.size() > 0 ? elements.numbers() : nullptr;
         const int32_t kind = numbers != nullptr ? ZELMOR_PICTURES_NUMBERS : ZELMOR_PICTURES_ITEMS;
-        *result = {kind, static_cast<int32_t>(elements.shape()), 0, numbers, static_cast<int64_t>(elements.size())};
+        const int32_t detail = static_cast<int32_t>(elements.shape()) | width_of(elements.element().wire) << 8;
+        *result = {kind, detail, 0, numbers, static_cast<int64_t>(elements.size())};
     });
 }
 
@@ -502,9 +508,7 @@ ZELMOR_EXPORT int32_t zelmor_pictures_text(int64_t handle, zelmor_pictures_value
 
 ZELMOR_EXPORT int32_t zelmor_pictures_equals(int64_t handle, int64_t other, int32_t* equal) {
     assert(equal != nullptr);
-    return answer([&] {
-        *equal = require_object(handle_of(handle)).equals(require_object(handle_of(other))) ? 1 : 0;
-    });
+    return answer([&] { *equal = require_object(handle_of(handle)).equals(require_object(handle_of(other))) ? 1 : 0; });
 }
 
 ZELMOR_EXPORT int32_t zelmor_pictures_hash(int64_t handle, int32_t* hash) {

@@ -13,6 +13,7 @@ namespace zelmor::embed {
 
 namespace {
 
+// Shared by all threads: set once, before there are calls.
 zelmor_pictures_host the_host = {};
 
 PyObject* get_none() {
@@ -111,8 +112,9 @@ int read_guid(PyObject* object, unsigned char* out) {
     return 1;
 }
 
-constexpr PyReadCallbacks kReadCallbacks = {read_text,    read_bool, read_integer, read_real,      read_decimal, read_decimal,
-                                            read_date,    read_date, read_date,    read_time_span, read_guid};
+constexpr PyReadCallbacks kReadCallbacks = {read_text,    read_bool,      read_integer, read_real,
+                                            read_decimal, read_decimal,   read_date,    read_date,
+                                            read_date,    read_time_span, read_guid};
 
 // ---- From a value of the runtime to one of the host
 
@@ -165,9 +167,9 @@ PyObject* make_character(int unit) {
     return new_value_object(std::u16string(1, static_cast<char16_t>(unit)));
 }
 
-constexpr PyWriteCallbacks kWriteCallbacks = {
-    make_object,  make_bool,      make_int32,       make_uint32,    make_int64, make_uint64, make_real,
-    make_decimal, make_date_time, make_date_offset, make_time_span, nullptr,    make_guid,   make_character};
+constexpr PyWriteCallbacks kWriteCallbacks = {make_object,    make_bool, make_int32,   make_uint32,    make_int64,
+                                              make_uint64,    make_real, make_decimal, make_date_time, make_date_offset,
+                                              make_time_span, nullptr,   make_guid,    make_character};
 
 // ---- The memory of bytes
 
@@ -196,14 +198,15 @@ constexpr PyTpoApiCallbacks kTypeCallbacks = {try_make_object};
 // The host hands its lists over as lists of the runtime, its streams as streams: nothing asks these.
 constexpr PyIterCallbacks kIterCallbacks = {};
 constexpr PyUcolCallbacks kCollectionCallbacks = {};
-constexpr PyOlistCallbacks kListCallbacks = {nullptr, nullptr, nullptr, nullptr,          nullptr,         nullptr,
-                                             nullptr, nullptr, make_list_object, make_list_object, make_list_object};
+constexpr PyOlistCallbacks kListCallbacks = {nullptr,          nullptr,          nullptr,         nullptr,
+                                             nullptr,          nullptr,          nullptr,         nullptr,
+                                             make_list_object, make_list_object, make_list_object};
 constexpr PyOseqCallbacks kSequenceCallbacks = {};
 constexpr PyRawIoCallbacks kFileCallbacks = {};
 
-constexpr PyStaticCallbacks kStaticCallbacks = {
-    &kReadCallbacks,       &kWriteCallbacks, &kBufferCallbacks,   &kTypeCallbacks, &kIterCallbacks,
-    &kCollectionCallbacks, &kListCallbacks,  &kSequenceCallbacks, &kFileCallbacks};
+constexpr PyStaticCallbacks kStaticCallbacks = {&kReadCallbacks, &kWriteCallbacks,    &kBufferCallbacks,
+                                                &kTypeCallbacks, &kIterCallbacks,     &kCollectionCallbacks,
+                                                &kListCallbacks, &kSequenceCallbacks, &kFileCallbacks};
 
 // Typed access to the elements of Python lists, which nothing asks either.
 void* no_function = nullptr;
@@ -227,7 +230,7 @@ void drop_value_object(PyObject* object) noexcept {
 }
 
 HostError& host_error() {
-    thread_local HostError error;
+    thread_local HostError error;  // each thread has its own
     return error;
 }
 
@@ -240,13 +243,15 @@ void start_host_side(const zelmor_pictures_host& host) {
         return;
     }
     the_host = host;
+    // Shared by all threads: filled here, once, and only read afterwards.
     static void** generic[kGenericCallbackCount];
     for (void**& table : generic) {
         table = &no_function;
     }
     for (int i = 0; i < kAssemblyCount; ++i) {
-        callbacks_of(static_cast<Assembly>(i)) = {keep_error, no_pending_error,  u16_buffer,       make_text, make_text,
-                                                  make_bytes, &kObjectCallbacks, &kStaticCallbacks, generic};
+        callbacks_of(static_cast<Assembly>(i)) = {keep_error,        no_pending_error,  u16_buffer,
+                                                  make_text,         make_text,         make_bytes,
+                                                  &kObjectCallbacks, &kStaticCallbacks, generic};
     }
 }
 

@@ -20,24 +20,25 @@ extern "C" {
 /* The meaning of the fields of a value, by its kind. */
 enum zelmor_pictures_kind {
     ZELMOR_PICTURES_NULL = 0,
-    ZELMOR_PICTURES_BOOL = 1,     /* word: 0 or 1 */
-    ZELMOR_PICTURES_INTEGER = 2,  /* word */
-    ZELMOR_PICTURES_UNSIGNED = 3, /* word, as an unsigned number */
-    ZELMOR_PICTURES_REAL = 4,     /* word: the bits of a double */
-    ZELMOR_PICTURES_TEXT = 5,     /* data, length: UTF-16 */
-    ZELMOR_PICTURES_BYTES = 6,    /* data, length; of a result word: the number that new_bytes() answered */
-    ZELMOR_PICTURES_OBJECT = 7,   /* word: a handle; of a result data: the name of the class, length: a number that is
-                                     the same for the same object as long as it lives, detail: 1 for a list */
-    ZELMOR_PICTURES_STREAM = 8,   /* word: the host's number of the stream */
-    ZELMOR_PICTURES_DECIMAL = 9,  /* data: four words of 32 bits */
-    ZELMOR_PICTURES_DATE_TIME = 10,   /* word: ticks and kind, length: the offset of a local time */
+    ZELMOR_PICTURES_BOOL = 1,       /* word: 0 or 1 */
+    ZELMOR_PICTURES_INTEGER = 2,    /* word */
+    ZELMOR_PICTURES_UNSIGNED = 3,   /* word, as an unsigned number */
+    ZELMOR_PICTURES_REAL = 4,       /* word: the bits of a double */
+    ZELMOR_PICTURES_TEXT = 5,       /* data, length: UTF-16 */
+    ZELMOR_PICTURES_BYTES = 6,      /* data, length; of a result word: the number that new_bytes() answered */
+    ZELMOR_PICTURES_OBJECT = 7,     /* word: a handle; of a result data: the name of the class, length: a number that is
+                                       the same for the same object as long as it lives, detail: 1 for a list */
+    ZELMOR_PICTURES_STREAM = 8,     /* word: the host's number of the stream */
+    ZELMOR_PICTURES_DECIMAL = 9,    /* data: four words of 32 bits */
+    ZELMOR_PICTURES_DATE_TIME = 10, /* word: ticks and kind, length: the offset of a local time */
     ZELMOR_PICTURES_DATE_OFFSET = 11, /* word: ticks, length: the offset */
     ZELMOR_PICTURES_TIME_SPAN = 12,   /* word: ticks */
     ZELMOR_PICTURES_GUID = 13,        /* data: 16 bytes */
     ZELMOR_PICTURES_STRUCT = 14,      /* detail: which, data: its fields */
-    ZELMOR_PICTURES_NUMBERS = 15,     /* a list; detail: its shape, data, length; numbers of the element's width */
-    ZELMOR_PICTURES_ITEMS = 16,       /* a list; detail: its shape, data, length: values of this structure */
-    ZELMOR_PICTURES_ENUM = 17         /* word: the value, data: the name of the enumeration */
+    ZELMOR_PICTURES_NUMBERS = 15, /* a list; detail: its shape, the bytes of a number << 8, and << 16 0 for signed, 1
+                                     for unsigned, 2 for floating numbers; data, length */
+    ZELMOR_PICTURES_ITEMS = 16,   /* a list; detail: its shape, data, length: values of this structure */
+    ZELMOR_PICTURES_ENUM = 17     /* word: the value, data: the name of the enumeration */
 };
 
 /* The value types that cross as their fields. */
@@ -101,7 +102,8 @@ typedef struct zelmor_pictures_entry zelmor_pictures_entry;
 /* Has to be the first call, and may be repeated. */
 void zelmor_pictures_start(const zelmor_pictures_host* host);
 
-/* The entry of a class with this name, such as ("Zelmor.Imaging.Image", "call_000_Load"), for the rest of the process. */
+/* The entry of a class with this name, such as ("Zelmor.Imaging.Image", "call_000_Load"), for the rest of the process.
+ */
 int32_t zelmor_pictures_find(const char* type, const char* name, const zelmor_pictures_entry** entry);
 
 /* Calls it. `self` is the handle of the instance, or 0. An argument that the member writes to gets its new value. */
@@ -114,8 +116,8 @@ int32_t zelmor_pictures_make(const char* type, const zelmor_pictures_named* prop
 /* The stored value of a property. */
 int32_t zelmor_pictures_stored(int64_t handle, const char* property, zelmor_pictures_value* result);
 
-/* The elements of a list: as numbers, which stay where they are while the list lives and is not changed, or as items
- * without data, whose elements zelmor_pictures_item() gives. */
+/* The elements of a list, with its shape and the bytes of a number: as numbers, which stay where they are while the
+ * list lives and is not changed, or as items without data, whose elements zelmor_pictures_item() gives. */
 int32_t zelmor_pictures_elements(int64_t list, zelmor_pictures_value* result);
 int32_t zelmor_pictures_item(int64_t list, int64_t index, zelmor_pictures_value* result);
 
@@ -132,4 +134,4 @@ void zelmor_pictures_error(zelmor_pictures_value* name, zelmor_pictures_value* t
 }
 #endif
 
-#endif /* ZELMOR_RUNTIME_NATIVE_C_API_PICTURES_H */
+#endif  // ZELMOR_RUNTIME_NATIVE_C_API_PICTURES_H

@@ -59,18 +59,48 @@ Ref<ManagedObject> struct_of(const zelmor_pictures_value& given) {
     }
 }
 
+// The element of numbers, by what the caller says of them.
+const ElementType& element_of_numbers(int32_t detail) {
+    struct Number {
+        Wire wire;
+        const char* name;
+    };
+    constexpr Number kNumbers[3][4] = {{{Wire::kInt8, "System.SByte"},
+                                        {Wire::kInt16, "System.Int16"},
+                                        {Wire::kInt32, "System.Int32"},
+                                        {Wire::kInt64, "System.Int64"}},
+                                       {{Wire::kUInt8, "System.Byte"},
+                                        {Wire::kUInt16, "System.UInt16"},
+                                        {Wire::kUInt32, "System.UInt32"},
+                                        {Wire::kUInt64, "System.UInt64"}},
+                                       {{}, {}, {Wire::kSingle, "System.Single"}, {Wire::kDouble, "System.Double"}}};
+    const auto width = static_cast<uint32_t>(detail >> 8 & 0xFF);
+    const auto family = static_cast<uint32_t>(detail >> 16);
+    const bool is_known = family < 3 && std::has_single_bit(width) && width <= 8;
+    const Number found = is_known ? kNumbers[family][std::countr_zero(width)] : Number{};
+    if (found.name == nullptr) {
+        throw_argument("The numbers of a list are of no known kind.");
+    }
+    return element_of(found.wire, found.name);
+}
+
 Ref<ManagedList> list_of(const zelmor_pictures_value& given, const ElementType& element) {
     const auto shape = static_cast<ListShape>(given.detail & 0xFF);
     const auto count = static_cast<size_t>(given.length);
-    Ref<ManagedList> list = make_list(shape, element, count);
     if (given.kind == ZELMOR_PICTURES_NUMBERS) {
-        const auto width = static_cast<size_t>(given.detail >> 8);
-        if (list->numbers() == nullptr) {
-            throw_argument("Numbers were given for a list whose elements are none.");
+        const ElementType& own = element_of_numbers(given.detail);
+        const bool is_any = element.wire == Wire::kObject;
+        Ref<ManagedList> numbers = make_list(shape, is_any ? own : element, count);
+        if (count == 0) {
+            return numbers;
         }
-        std::memcpy(list->numbers(), given.data, count * width);
-        return list;
+        if (numbers->numbers() == nullptr || (!is_any && width_of(element.wire) != width_of(own.wire))) {
+            throw_argument("The numbers of a list are of another kind than its elements.");
+        }
+        std::memcpy(numbers->numbers(), given.data, count * static_cast<size_t>(width_of(own.wire)));
+        return numbers;
     }
+    Ref<ManagedList> list = make_list(shape, element, count);
     const auto* items = static_cast<const zelmor_pictures_value*>(given.data);
     for (size_t i = 0; i < count; ++i) {
         list->set(i, value_of(items[i], element));
@@ -85,7 +115,7 @@ struct Kept {
     alignas(8) std::byte words[32] = {};
 };
 Kept& kept() {
-    thread_local Kept memory;
+    thread_local Kept memory;  // each thread has its own
     return memory;
 }
 
@@ -129,6 +159,25 @@ bool give_struct(const ManagedObject& object, zelmor_pictures_value& out) {
 }
 
 }  // namespace
+
+int width_of(Wire wire) {
+    switch (wire) {
+        case Wire::kBool:
+        case Wire::kInt8:
+        case Wire::kUInt8:
+            return 1;
+        case Wire::kInt16:
+        case Wire::kUInt16:
+        case Wire::kChar:
+            return 2;
+        case Wire::kInt64:
+        case Wire::kUInt64:
+        case Wire::kDouble:
+            return 8;
+        default:
+            return 4;  // enumerations, too
+    }
+}
 
 Value value_of(const zelmor_pictures_value& given, const ElementType& element) {
     const auto size = static_cast<size_t>(given.length);

@@ -11,6 +11,9 @@ namespace zelmor::embed {
 // A value of the caller. `element` is that of a list's items; of a list for a parameter of any type it is any value.
 Value value_of(const zelmor_pictures_value& given, const ElementType& element);
 
+// The bytes of an element in a list of numbers.
+int width_of(Wire wire);
+
 // What the result of a call is, or points to, until the thread's next call.
 void give_value(const Value& value, zelmor_pictures_value& out);
 void give_object(Ref<ManagedObject> object, zelmor_pictures_value& out);

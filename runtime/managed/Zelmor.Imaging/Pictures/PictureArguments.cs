@@ -233,6 +233,14 @@ internal sealed unsafe class PictureArguments : IDisposable
         SetFields(ref value, PictureStruct.Color, new ReadOnlySpan<PictureColor>(in fields));
     }
 
+    /// <summary>0 for signed numbers, 1 for unsigned ones, 2 for floating ones.</summary>
+    private static int Family(Type element) => Type.GetTypeCode(element) switch
+    {
+        TypeCode.Single or TypeCode.Double => 2,
+        TypeCode.Byte or TypeCode.UInt16 or TypeCode.UInt32 or TypeCode.UInt64 => 1,
+        _ => 0,
+    };
+
     private void SetList(ref PictureValue value, ICollection items)
     {
         var shape = items is Array ? 0 : items is ArrayList ? 1 : items.GetType().Name == "List`1" ? 2 : 0;
@@ -240,7 +248,7 @@ internal sealed unsafe class PictureArguments : IDisposable
         if (element.IsPrimitive && element != typeof(bool) && element != typeof(char))
         {
             SetData(ref value, PictureKind.Numbers, items, items.Count);
-            value.Detail = shape | Marshal.SizeOf(element) << 8;
+            value.Detail = shape | Marshal.SizeOf(element) << 8 | Family(element) << 16;
             return;
         }
         var count = items.Count;

@@ -2,6 +2,7 @@
 using System;
 using System.Collections.Generic;
 using System.IO;
+using System.Runtime.CompilerServices;
 using System.Runtime.InteropServices;
 using Zelmor.Imaging.Sources;
 
@@ -22,7 +23,12 @@ internal static unsafe class PictureMirrors
         }
 
         public nint Value => _item.Handle!.Value;
+
+        public long Identity => _item.Handle!.Identity;
     }
+
+    // The mirrors of sources, whose values never change: each has one as long as it lives, and results show the source.
+    private static readonly ConditionalWeakTable<object, Held> s_ofSources = new();
 
     private sealed class Anchor : IPictureObject
     {
@@ -30,6 +36,23 @@ internal static unsafe class PictureMirrors
     }
 
     public static Held Of(object item)
+    {
+        if (item is not Source)
+        {
+            return Made(item);
+        }
+        lock (s_ofSources)
+        {
+            if (!s_ofSources.TryGetValue(item, out var held))
+            {
+                s_ofSources.Add(item, held = Made(item));
+                PictureHandle.Know(held.Identity, item);
+            }
+            return held;
+        }
+    }
+
+    private static Held Made(object item)
     {
         var anchor = new Anchor();
         switch (item)

@@ -38,29 +38,49 @@ internal sealed class PictureHandle
     private static readonly Dictionary<long, WeakReference<object>> s_known = new();
 
     private readonly long _identity;
+    private long _bytes = -1; // that the garbage collector was told of; -1 for none
 
-    private PictureHandle(nint value, long identity)
+    private PictureHandle(in PictureValue made)
     {
-        Value = value;
-        _identity = identity;
+        Value = (nint)made.Word;
+        _identity = made.Length;
     }
 
-    ~PictureHandle() => s_ended.Enqueue((Value, _identity));
+    ~PictureHandle()
+    {
+        ForgetPixels();
+        s_ended.Enqueue((Value, _identity));
+    }
 
     public nint Value { get; }
 
     /// <summary>Lets an object stand for what a call has made.</summary>
-    public static void Attach(object item, in PictureValue made)
+    public static void Attach(IPictureObject item, in PictureValue made)
     {
-        ((IPictureObject)item).Handle = new PictureHandle((nint)made.Word, made.Length);
-        lock (s_known)
+        var handle = new PictureHandle(made);
+        item.Handle = handle;
+        Know(made.Length, item);
+        if (item is Image { Disposed: false } image)
         {
-            s_known[made.Length] = new WeakReference<object>(item);
+            // The garbage collector sees nothing of the pixels: without this, pictures that nobody needs would stay.
+            handle._bytes = 4L * image.Width * image.Height;
+            GC.AddMemoryPressure(handle._bytes + 1);
         }
     }
 
-    /// <summary>The object that stands for what a call has given; a new one of the class where there is none.</summary>
-    public static unsafe object Shown(in PictureValue given, Type type)
+    /// <summary>Lets an object of this library be the one that results show in the place of another.</summary>
+    public static void Know(long identity, object item)
+    {
+        lock (s_known)
+        {
+            s_known[identity] = new WeakReference<object>(item);
+        }
+    }
+
+    public long Identity => _identity;
+
+    /// <summary>The object that stands for what a call has given already; null where there is none.</summary>
+    public static object? Known(in PictureValue given)
     {
         lock (s_known)
         {
@@ -70,9 +90,25 @@ internal sealed class PictureHandle
                 return item;
             }
         }
-        var made = RuntimeHelpers.GetUninitializedObject(type);
+        return null;
+    }
+
+    /// <summary>A new object of the class that stands for what a call has given.</summary>
+    public static object Shown(in PictureValue given, Type type)
+    {
+        var made = (IPictureObject)RuntimeHelpers.GetUninitializedObject(type);
         Attach(made, given);
         return made;
+    }
+
+    /// <summary>The pixels of the picture are gone, or go.</summary>
+    public void ForgetPixels()
+    {
+        var bytes = System.Threading.Interlocked.Exchange(ref _bytes, -1);
+        if (bytes >= 0)
+        {
+            GC.RemoveMemoryPressure(bytes + 1);
+        }
     }
 
     /// <summary>Gives back what finalizers have put into the queue.</summary>

@@ -104,6 +104,10 @@ internal static unsafe class PictureResults
 
     private static object Object(in PictureValue value)
     {
+        if (PictureHandle.Known(value) is { } known)
+        {
+            return known;
+        }
         var type = Named(value);
         if (type != null && typeof(IPictureObject).IsAssignableFrom(type))
         {
@@ -176,18 +180,21 @@ internal static unsafe class PictureResults
             PictureValue found;
             Check(PictureLibrary.Elements(list, &found));
             var array = Array.CreateInstance(element, found.Length);
-            if (found.Kind == PictureKind.Numbers)
+            // Numbers are copied as one block where the array has them in the same width.
+            var width = found.Detail >> 8;
+            var isBlock = found.Kind == PictureKind.Numbers && element.IsValueType && Size(element) == width;
+            if (isBlock)
             {
-                var size = (nuint)(found.Length * Size(element));
+                var size = (nuint)(found.Length * width);
                 NativeMemory.Copy(found.Data, Unsafe.AsPointer(ref MemoryMarshal.GetArrayDataReference(array)), size);
             }
-            for (var i = 0; found.Kind == PictureKind.Items && i < array.Length; i++)
+            for (var i = 0; !isBlock && i < array.Length; i++)
             {
                 PictureValue item;
                 Check(PictureLibrary.Item(list, i, &item));
                 array.SetValue(ToObject(item, element), i);
             }
-            return found.Detail switch
+            return (found.Detail & 0xFF) switch
             {
                 1 => new ArrayList(array),
                 2 => Activator.CreateInstance(typeof(List<>).MakeGenericType(element), array)!,
@@ -200,7 +207,12 @@ internal static unsafe class PictureResults
         }
     }
 
-    private static int Size(Type element) => Marshal.SizeOf(element.IsEnum ? Enum.GetUnderlyingType(element) : element);
+    /// <summary>The bytes of a number; 0 of what is none.</summary>
+    private static int Size(Type element)
+    {
+        var number = element.IsEnum ? Enum.GetUnderlyingType(element) : element;
+        return number == typeof(bool) ? 1 : number == typeof(char) ? 2 : number.IsPrimitive ? Marshal.SizeOf(number) : 0;
+    }
 
     private static Type? ElementOf(Type type)
     {

@@ -75,14 +75,18 @@ internal static unsafe class Pictures
     }
 
     /// <summary>Makes the object that a constructor is called for.</summary>
-    public static void Make(object self, PictureEntry entry, object?[] arguments)
+    public static void Make(IPictureObject self, PictureEntry entry, object?[] arguments)
     {
         PictureValue result;
         Call(null, entry, arguments, &result);
         PictureHandle.Attach(self, result);
     }
 
-    public static void Dispose(IPictureObject item) => Check(PictureLibrary.Dispose(HandleOf(item)), item);
+    public static void Dispose(IPictureObject item)
+    {
+        Check(PictureLibrary.Dispose(HandleOf(item)), item);
+        item.Handle?.ForgetPixels();
+    }
 
     public static bool Equal(object item, object? other)
     {
@@ -136,9 +140,9 @@ internal static unsafe class Pictures
         for (var i = 0; i < arguments.Length; i++)
         {
             // Only numbers are passed by reference: what was none, or was not written to, is the same as before.
-            if (arguments[i] is { } number && number.GetType().IsPrimitive)
+            if (arguments[i] is { } number && (number.GetType().IsPrimitive || number is Enum))
             {
-                arguments[i] = PictureResults.Number(values[i], number.GetType());
+                arguments[i] = PictureResults.ToObject(values[i], number.GetType());
             }
         }
         GC.KeepAlive(arguments);

@@ -7,8 +7,8 @@ A Python file or collection that a member gets is released when .NET has no use 
 collection finds out. A method that uses its arguments during the call alone says so by `Lends = true` in its mark, and
 they are released at the end of the call.
 
-Objects of some classes live in the picture library, a native one. `[assembly: InPictureLibrary("Zelmor.Imaging.Image")]`
-says so of a class and of all that derive from it.
+Objects of some classes live in the picture library, a native one. A line like
+`[assembly: InPictureLibrary("Zelmor.Imaging.Image")]` says so of a class and of all that derive from it.
 """
 
 from __future__ import annotations
