@@ -100,7 +100,7 @@ class Browser:
         self.wait_for(f"location.href === {json.dumps(address)} && window.isLeft === undefined"
                       " && document.readyState === 'complete'")
 
-    def type(self, text: str) -> None:
+    def type_text(self, text: str) -> None:
         """Types text, key by key, into the element that has the focus."""
         for character in text:
             self._ask("Input.dispatchKeyEvent", type="keyDown", text=character, key=character)

@@ -104,8 +104,9 @@ def find_compiler(sdk: Path, version: str, build: Path) -> list[str]:
     packages = Path(os.environ.get("NUGET_PACKAGES") or Path.home() / ".nuget" / "packages")
     tools = packages / COMPILER / version / "tools"
     if not tools.is_dir():
-        command = [sdk, "msbuild", MANAGED / "NativeCode" / "NativeCode.csproj", "-t:Restore", "-nologo", "-v:q",
-                   "-nodeReuse:false", f"-p:ZelmorBuild={build}", f"-p:ZelmorCompiler={version}"]
+        project = MANAGED / "NativeCode" / "NativeCode.csproj"
+        command = [str(sdk), "msbuild", str(project), "-t:Restore", "-nologo", "-v:q", "-nodeReuse:false",
+                   f"-p:ZelmorBuild={build}", f"-p:ZelmorCompiler={version}"]
         try:
             subprocess.run(command, env=os.environ | QUIET, check=False, timeout=300, capture_output=True)
         except subprocess.TimeoutExpired:
@@ -117,7 +118,7 @@ def find_compiler(sdk: Path, version: str, build: Path) -> list[str]:
 
 def compile_native(sdk: Path, runtime: Path, build: Path) -> bool:
     """Makes copies of the product's assemblies with native code in them; False where there is no compiler."""
-    native, out = build / "native", build / "out"
+    native, out = build / "ahead", build / "out"
     # Made of what the assemblies are made of, for one runtime.
     stamp, inputs = native / "inputs", f"{(out / 'inputs').read_text()} {runtime.name}"
     if stamp.exists() and stamp.read_text() == inputs:
@@ -175,7 +176,7 @@ def _lay_out_assemblies(build: Path, root: Path, modules: dict[str, tuple[str, .
     for module, names in modules.items():
         (root / module).mkdir(parents=True)
         for name in names:
-            native = build / "native" / f"{name}.dll"
+            native = build / "ahead" / f"{name}.dll"
             made = native if native.is_file() else build / "out" / name / f"{name}.dll"
             _link(made, root / module / f"{name}.dll")
 

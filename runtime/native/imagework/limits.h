@@ -56,8 +56,9 @@ constexpr uint64_t kTextBytes = 64 * kMebibyte;
 // Bytes that memory is reserved for on the claim of a file, before any of them have come.
 constexpr uint64_t kReservedBytes = 64 * kMebibyte;
 
-// Chunks of one PNG file, and extensions of one GIF file. Each takes a few bytes, so that the size of a file is no bound
-// of the steps that a walk over them takes; frames, of which each has two chunks or more, have a limit of their own.
+// Chunks of one PNG file, and extensions of one GIF file. Each takes a few bytes, so that the size of a file is no
+// bound of the steps that a walk over them takes; frames, of which each has two chunks or more, have a limit of their
+// own.
 constexpr uint64_t kChunks = uint64_t{1} << 22;
 
 // Files that are kept open for the pixels of images, of the 1024 that a process usually may have. Beyond that files are

@@ -8,7 +8,7 @@ from support.dotnet import needs_dotnet, run_on_dotnet
 from support.places import BUILD_DIR
 
 pytestmark = needs_dotnet
-NATIVE = BUILD_DIR / "dotnet" / "native"
+NATIVE = BUILD_DIR / "dotnet" / "ahead"
 
 
 def test_no_tables_of_cultures_are_loaded() -> None:

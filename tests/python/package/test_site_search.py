@@ -80,7 +80,7 @@ def results(browser: Browser, site: str, query: str) -> list[list[str]]:
     # It is ready once it says something other than "Initializing search".
     browser.evaluate("document.querySelector('[data-md-component=search-query]').focus()")
     browser.wait_for("!/Initializing/.test(document.querySelector('.md-search-result__meta').textContent)")
-    browser.type(query)
+    browser.type_text(query)
     # Each key gives an answer; the last one has come when the list no longer changes.
     browser.wait_for(f"new Promise(done => {{ const before = JSON.stringify({SHOWN}); setTimeout("
                      f"() => done(JSON.stringify({SHOWN}) === before && !/Type to/.test(document.querySelector("
@@ -130,5 +130,5 @@ def test_the_front_page_shows_itself(browser: Browser, site: str, tmp_path: Path
 def test_what_is_typed_too_early_is_answered_later(browser: Browser, site: str) -> None:
     browser.open(f"{site}/index.html")
     browser.evaluate("document.querySelector('[data-md-component=search-query]').focus()")
-    browser.type("can_load")
+    browser.type_text("can_load")
     browser.wait_for("document.querySelector('.md-search-result__link') !== null")

@@ -16,4 +16,4 @@ inline double frame_pixels(double hundredths, double pixels_per_mm) {
 
 }  // namespace zelmor::embed::metafile
 
-#endif
+#endif  // ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_FRAME_PIXELS_H

@@ -189,8 +189,8 @@ class VipsPicture final : public Picture {
     mutable vips::VImage m_image;  // null until the rows are read
     // The pixel that all of a new picture are to get before any of them is looked at; empty where they have it.
     mutable std::vector<uint8_t> m_unfilled;
-    mutable SharedRows m_rows;     // null as soon as they are
-    mutable SharedRows m_again;    // of an unchanged frame: the rows that its pixels can be read from once more
+    mutable SharedRows m_rows;   // null as soon as they are
+    mutable SharedRows m_again;  // of an unchanged frame: the rows that its pixels can be read from once more
     PixelForm m_form;
     Resolution m_resolution;
     SharedPalette m_palette;  // of an indexed picture
