@@ -34,9 +34,6 @@ step smoke python3 -P /packages/smoke.py
 step user runuser -u nobody -- python3 -P /packages/smoke.py
 step verify dpkg --verify python3-zelmor-imaging python3-zelmor-imaging-doc
 step command runuser -u nobody -- sh -c 'cd "$(mktemp -d)" && sh /packages/commands.sh'
-step recommended apt install libgs10
-step command-draws runuser -u nobody -- sh -c 'cd "$(mktemp -d)" && sh /packages/commands.sh draws'
-step unrecommended apt purge libgs10
 step documents sh -c 'ls /usr/share/doc/python3-zelmor-imaging /usr/share/doc/python3-zelmor-imaging/docs'
 step purge apt purge python3-zelmor-imaging python3-zelmor-imaging-doc
 step left files
@@ -47,4 +44,8 @@ step after dpkg-query -W -f '${Package}\n'
 step advice sh -c "apt-get -q -y --no-install-recommends $(sed -n 's/.*installed by: apt-get \(install [^)]*\)).*/\1/p' /steps/wheel-alone | head -1)"
 step wheel-complete /tmp/environment/bin/python -P /packages/smoke.py
 step uninstall /tmp/environment/bin/pip uninstall -y --disable-pip-version-check zelmor-imaging
+
+# The Debian package with the one that it only recommends. It is the last step: apt keeps packages that came with that.
+step recommended apt install /packages/python3-zelmor-imaging_*.deb libgs10
+step command-draws runuser -u nobody -- sh -c 'cd "$(mktemp -d)" && sh /packages/commands.sh draws'
 :
