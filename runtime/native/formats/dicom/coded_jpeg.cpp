@@ -5,6 +5,7 @@
 #include <array>
 #include <cassert>
 #include <cmath>
+#include <cstring>
 #include <numbers>
 #include <optional>
 #include <string>
@@ -91,9 +92,11 @@ class ScanBits {
 
     uint32_t take(int count) {
         assert(count <= 16);
-        while (m_count < count) {
-            m_held = m_held << 8 | next_byte();
-            m_count += 8;
+        if (m_count < count) {
+            fill();
+        }
+        if (m_count < count) {
+            throw EndOfData();
         }
         m_count -= count;
         return static_cast<uint32_t>(m_held >> m_count & ((uint64_t{1} << count) - 1));
@@ -101,14 +104,8 @@ class ScanBits {
 
     // The bits that come next, which stay; nothing where the data have fewer.
     std::optional<uint32_t> next(int count) {
-        while (m_count < count && m_at < m_data.size()) {
-            const uint8_t byte = m_data[m_at];
-            if (byte == 0xFF && (m_at + 1 >= m_data.size() || m_data[m_at + 1] != 0)) {
-                break;
-            }
-            m_at += byte == 0xFF ? 2 : 1;
-            m_held = m_held << 8 | byte;
-            m_count += 8;
+        if (m_count < count) {
+            fill();
         }
         if (m_count < count) {
             return std::nullopt;
@@ -137,19 +134,32 @@ class ScanBits {
     size_t position() const { return m_at; }
 
  private:
-    uint8_t next_byte() {
-        if (m_at >= m_data.size()) {
-            throw EndOfData();
-        }
-        const uint8_t byte = m_data[m_at];
-        if (byte == 0xFF) {
-            if (m_at + 1 >= m_data.size() || m_data[m_at + 1] != 0) {
-                throw EndOfData();
+    // Holds more than 32 bits, or all that there are before a marker or the end of the data.
+    void fill() {
+        while (m_count <= 32) {
+            if (m_data.size() - m_at >= 4) {
+                uint32_t four;
+                std::memcpy(&four, m_data.data() + m_at, sizeof(four));
+                four = __builtin_bswap32(four);
+                constexpr uint32_t kOnes = 0x01010101, kHighest = 0x80808080;
+                if (((~four - kOnes) & four & kHighest) == 0) {  // none of them is 0xFF
+                    m_held = m_held << 32 | four;
+                    m_count += 32;
+                    m_at += 4;
+                    continue;
+                }
             }
-            m_at++;
+            if (m_at >= m_data.size()) {
+                return;
+            }
+            const uint8_t byte = m_data[m_at];
+            if (byte == 0xFF && (m_at + 1 >= m_data.size() || m_data[m_at + 1] != 0)) {
+                return;
+            }
+            m_at += byte == 0xFF ? 2 : 1;
+            m_held = m_held << 8 | byte;
+            m_count += 8;
         }
-        m_at++;
-        return byte;
     }
 
     std::span<const uint8_t> m_data;
@@ -362,6 +372,11 @@ class Decoder {
         const int rows_between = m_restart / m_size.width;
         const int32_t first = int32_t{1} << (m_bits - shift - 1);
         bool fresh = true;  // nothing above counts
+        struct Row {
+            uint16_t* samples;
+            const Huffman* codes;
+        };
+        std::vector<Row> rows;
         for (int y = 0; y < m_size.height; y++) {
             if (rows_between > 0 && y > 0 && y % rows_between == 0) {
                 if (!bits.restart()) {
@@ -373,14 +388,21 @@ class Decoder {
                 member.part->plane.reserve(width * static_cast<size_t>(m_size.height));
                 member.part->plane.resize(width * (static_cast<size_t>(y) + 1));
             }
-            for (size_t x = 0; x < width; x++) {
-                for (const Member& member : m_members) {
-                    uint16_t* const row = member.part->plane.data() + width * static_cast<size_t>(y);
-                    const uint16_t* const above = row - (fresh ? 0 : width);
-                    const int32_t guess = fresh    ? (x == 0 ? first : row[x - 1])
-                                          : x == 0 ? above[0]
-                                                   : predicted(predictor, row[x - 1], above[x], above[x - 1]);
-                    row[x] = static_cast<uint16_t>(guess + difference(bits, *member.dc));
+            rows.clear();
+            for (const Member& member : m_members) {
+                rows.push_back({member.part->plane.data() + width * static_cast<size_t>(y), member.dc});
+            }
+            for (const Row& row : rows) {
+                row.samples[0] = static_cast<uint16_t>(
+                    (fresh ? first : row.samples[-static_cast<std::ptrdiff_t>(width)]) + difference(bits, *row.codes));
+            }
+            for (size_t x = 1; x < width; x++) {
+                for (const Row& row : rows) {
+                    uint16_t* const at = row.samples + x;
+                    const uint16_t* const above = at - (fresh ? 0 : width);
+                    const int32_t guess =
+                        fresh || predictor == 1 ? at[-1] : predicted(predictor, at[-1], *above, above[-1]);
+                    *at = static_cast<uint16_t>(guess + difference(bits, *row.codes));
                 }
             }
             fresh = false;
