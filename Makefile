@@ -8,8 +8,8 @@
 #   make harvest  write what an interop assembly says otherwise into its catalogue, and list the differences
 #                 (ASSEMBLY=path, with its class library beside it; CHECK=1 changes nothing)
 #   make bench    measure speed beside hand-written C, Cython, pybind11 and PyQt5; streams; collections; operations
-#                 on pictures beside Pillow; jobs on files beside Pillow and vips; 500 photographs by one
-#                 process and more; import; sizes; memory
+#                 on pictures beside Pillow; jobs on files beside Pillow and vips; conversions beside the programs of the
+#                 formats; 500 photographs by one process and more; import; sizes; memory
 #   make docs     write the site: front page, gallery, guides and API reference with a search, in build/docs/html
 #   make packages make a wheel, a source distribution and Debian packages in build/packages (docs/packaging.md);
 #                 make wheel, make sdist and make deb make one kind

@@ -1,4 +1,4 @@
-"""The bench: calls, streams, collections, pictures, raw data, files, import, sizes, memory; keeps the figures."""
+"""The bench: calls, streams, collections, pictures, raw data, files, formats, import, sizes, memory; keeps figures."""
 
 import argparse
 import json
@@ -15,6 +15,7 @@ def main() -> int:
     import calls
     import elements
     import files
+    import formats
     import operations
     import raw_data
     import start
@@ -38,6 +39,8 @@ def main() -> int:
     print()
     done = files.run()
     print()
+    converted = formats.run()
+    print()
     moved_on = throughput.run()
     print()
     results = calls.run()
@@ -46,6 +49,7 @@ def main() -> int:
     met += [result.met for result in worked] + [result.met for result in raw if result.limit is not None]
     met += [result.met for result in held if result.limit is not None]
     met += [met_one for result in done for met_one in result.met]
+    met += [result.met for result in converted]
     met += [result.met for result in moved_on]
     met.append(started.met)
     print(f"\ntargets: {sum(met)} of {len(met)} met")
@@ -56,6 +60,7 @@ def main() -> int:
         "calls_ns": {result.case.name: {key: result.median(key) for key in result.rounds} for result in results},
         "elements_ms": {result.case.name: {key: result.median(key) for key in result.rounds} for result in crossed},
         "files": {result.name: result.figures for result in done},
+        "formats_s": {result.name: {"zelmor": result.ours, "program": result.theirs} for result in converted},
         "operations": {result.name: {"zelmor": result.ours, "pillow": result.theirs} for result in worked},
         "raw_data_s": {result.name: {"zelmor": result.ours, "copy": result.copy, "pillow": result.pillow}
                        for result in raw},
