@@ -275,6 +275,25 @@ def test_metafiles_become_each_other(source: bytes, options: Any, layout: Any) -
     assert [color_at(picture, place) for place in ((22, 22), (58, 58), (17, 40), (63, 40))] == [RED, RED, WHITE, WHITE]
 
 
+@pytest.mark.parametrize("options", [EmfOptions, WmfOptions])
+def test_a_group_with_an_opacity_becomes_a_bitmap_of_its_own_size(options: Any) -> None:
+    svg = (b'<svg xmlns="http://www.w3.org/2000/svg" width="1200" height="900"><g opacity="0.5"><rect x="100" y="50" '
+           b'width="40" height="25" fill="#f00"/><rect x="120" y="50" width="40" height="25" fill="#f00"/></g></svg>')
+    file = io.BytesIO()
+    Image.load(io.BytesIO(svg)).save(file, options())
+    assert len(file.getvalue()) < 20_000  # the page would take megabytes
+    png, target = PngOptions(), io.BytesIO()
+    png.vector_rasterization_options = VectorRasterizationOptions()
+    png.vector_rasterization_options.page_width, png.vector_rasterization_options.page_height = 1200.0, 900.0
+    png.vector_rasterization_options.background_color = Color.white
+    Image.load(io.BytesIO(file.getvalue())).save(target, png)
+    with Pillow.open(io.BytesIO(target.getvalue())) as picture:
+        shown = picture.convert("RGB")
+    for x in (110, 130, 150):  # the two are one picture where they overlap
+        assert all(abs(a - b) <= 2 for a, b in zip(shown.getpixel((x, 60)), (255, 127, 127)))
+    assert [shown.getpixel(at) for at in ((90, 60), (170, 60), (130, 40), (600, 500))] == [(255, 255, 255)] * 4
+
+
 @pytest.mark.skipif(shutil.which("gnuplot") is None, reason="there is no gnuplot")
 def test_plots_of_another_program(tmp_path: Path) -> None:
     commands = 'set terminal emf size 400,300; set output "a.emf"; plot x lw 3, sin(x) with lines dt 2'

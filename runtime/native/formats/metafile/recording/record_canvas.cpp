@@ -116,11 +116,16 @@ void RecordCanvas::end_group(double opacity, Blend blend) {
         restore();
         return;
     }
-    rasterized({0, 0, m_width, m_height}, [&](Canvas& canvas) {
+    const Step group = [&](Canvas& canvas) {
         canvas.begin_group();
         replay(canvas);
         canvas.end_group(opacity, Blend::kOver);
-    });
+    };
+    const auto ink = drawing_backend().ink_canvas({0, 0, m_width, m_height});
+    replay(*ink);  // without the group, which would count as a picture of the whole page
+    if (const RectD drawn = ink->ink(); drawn.width > 0 && drawn.height > 0) {
+        rasterized({drawn.x - 1, drawn.y - 1, drawn.width + 2, drawn.height + 2}, group);
+    }
 }
 
 // ---- Paints
