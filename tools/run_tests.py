@@ -24,9 +24,14 @@ from tools.build_dotnet import find_sdk  # noqa: E402
 
 PYTHON = "/usr/bin/python3"
 TESTS = ["tests/generator", "tests/harvest", "tests/mutants", "tests/tools", "tests/packages", "tests/python"]
-#: The folders whose tests run on .NET, too: those of the bridge between Python and any runtime.
+#: The folders and files whose tests run on .NET, too: those of the bridge between Python and any runtime, and those of
+#: pictures that pass there.
 ON_DOTNET = [f"tests/python/{folder}"
-             for folder in ("collections", "convert", "shell", "siblings", "startup", "streams", "wire")]
+             for folder in ("collections", "convert", "shell", "siblings", "startup", "streams", "wire")] + [
+    f"tests/python/images/test_{name}.py"
+    for name in ("blurs", "bmp_forms", "bmp_header", "cmyk", "color", "constructors", "errors", "extensions", "filters",
+                 "forms", "frames", "frames_on_demand", "geometry", "gif_forms", "ico_images", "interruption",
+                 "jpeg_forms", "jpeg_ls", "kept_files", "kernels")]
 
 
 @dataclass

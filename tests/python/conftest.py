@@ -18,7 +18,7 @@ from pathlib import Path
 import pytest
 
 from support.places import BUILD_DIR
-from support.runtimes import HAS_IMAGE_BACKEND, ON_DOTNET, VARIABLES
+from support.runtimes import ON_DOTNET, VARIABLES
 
 # Set before the first import, since the bridge reads these variables only once.
 os.environ["ZELMOR_BUILD_DIR"] = str(BUILD_DIR)
@@ -40,8 +40,6 @@ def pytest_configure(config: pytest.Config) -> None:
     config.addinivalue_line("markers", "keeps_handles(n): the test leaves n handles out, and means to")
     config.addinivalue_line("markers", "embedded_only(reason): the test is about the embedded runtime itself, or a "
                                        "process that .NET cannot run in; skipped on .NET")
-    config.addinivalue_line("markers", "needs_image_backend: the test loads, saves or works on pictures; skipped "
-                                       "on .NET, whose class library has no image backend yet")
 
 
 def pytest_collection_modifyitems(items: list[pytest.Item]) -> None:
@@ -59,8 +57,6 @@ def _reason_against(item: pytest.Item) -> str:
         raise pytest.UsageError(f"{item.nodeid}: embedded_only takes the reason")
     if marker is not None and ON_DOTNET:
         return f"embedded runtime only: {marker.args[0]}"
-    if item.get_closest_marker("needs_image_backend") is not None and not HAS_IMAGE_BACKEND:
-        return "needs the image backend"
     return ""
 
 

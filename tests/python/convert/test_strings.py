@@ -11,7 +11,6 @@ from hypothesis import HealthCheck, given, settings
 from hypothesis import strategies as st
 from support.control import Call, control
 from support.draws import examples
-from support.runtimes import needs_image_backend
 from zelmor.imaging import Cache, Image
 
 CACHE = "Zelmor.Imaging.Cache"
@@ -83,7 +82,6 @@ def test_anything_else_is_refused(value: object) -> None:
     assert str(refused.value) == f"can't build String from '{type(value).__name__}'"
 
 
-@needs_image_backend
 def test_the_path_of_a_missing_file_comes_back_in_the_message() -> None:
     with pytest.raises(RuntimeError, match="caf\u00e9 \u20ac \U0001f600.png"):
         Image.load("caf\u00e9 \u20ac \U0001f600.png")

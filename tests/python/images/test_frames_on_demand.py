@@ -15,6 +15,7 @@ from zelmor.imaging.fileformats.tiff import TiffFrame, TiffImage
 
 from support.child import run_child
 from support.image_oracles import managed_error
+from support.runtimes import embedded_only
 
 
 def gray_pages(path: Path, count: int) -> str:
@@ -102,6 +103,7 @@ def test_frames_that_nobody_looked_at_end_with_their_image(tmp_path: Path) -> No
     assert frames[2] == frames[2]
 
 
+@embedded_only("objects of .NET live until its collector runs")
 def test_frames_that_nobody_looked_at_outlive_a_forgotten_image(tmp_path: Path) -> None:
     frames = tiff(tmp_path / "a.tif").frames
     assert shade(frames[9]) == 9 and frames[9] == frames[9]
@@ -165,6 +167,7 @@ with Image.load(sys.argv[2]) as warm:
 """
 
 
+@embedded_only("an array of frames makes an object of .NET for each")
 def test_one_page_of_many_costs_that_page(tmp_path: Path) -> None:
     """An object for each of 20,000 pages would take 50 MB."""
     run_child(MEASURED + """
@@ -178,6 +181,7 @@ assert resident() - before < 6 << 10, resident() - before
 """, gray_pages(tmp_path / "a.tif", 20000), gray_pages(tmp_path / "b.tif", 2), MALLOC_PERTURB_="0")
 
 
+@embedded_only("objects of .NET live until its collector runs")
 def test_frames_that_were_taken_out_are_let_go(tmp_path: Path) -> None:
     """An array keeps frames alive that the image lost, and lets go of them with itself."""
     run_child(MEASURED + """

@@ -6,7 +6,6 @@ import pytest
 from support.child import run_child
 from support.collections import make_interop
 from support.meddling_values import moment
-from support.runtimes import needs_image_backend
 
 # An element of a Python list is kept alive while it is converted
 
@@ -172,7 +171,6 @@ assert "x" not in package.get_xml_value().replace("xml", "").replace("xmp", "").
 """)
 
 
-@needs_image_backend
 def test_an_image_that_its_target_file_disposes_of() -> None:
     run_child("""
 import io

@@ -7,7 +7,6 @@ from pathlib import Path
 import pytest
 from support.child import run_child
 from support.pictures import write_png
-from support.runtimes import needs_image_backend
 
 #: One thread enters, a second enters and stays, the first leaves, the second continues.
 IN_TURN = """
@@ -83,7 +82,6 @@ def run(bodies):
 """
 
 
-@needs_image_backend
 @pytest.mark.parametrize("name", LOAD_SCRIPTS)
 def test_threads_load_pictures_from_files_of_their_own(name: str, tmp_path: Path) -> None:
     run_child(PROLOGUE + LOAD_SCRIPTS[name], str(write_png(tmp_path / "picture.png", 8, 6)))

@@ -9,7 +9,6 @@ import pytest
 import zelmor.imaging
 import zelmor.pyreflection
 from support.control import Control
-from support.runtimes import needs_image_backend
 from zelmor.imaging import (
     ColorPaletteHelper, IColorPalette, Image, LoadOptions, Point, RasterCachedImage, RasterImage, Size, SizeF,
     StreamContainer,
@@ -24,7 +23,6 @@ def image(picture: str):
         yield loaded
 
 
-@needs_image_backend
 def test_a_loaded_image_casts_to_its_run_time_type(image: Image) -> None:
     result = RasterCachedImage._cast_to(image)
     assert bool(result) and result.status == 1
@@ -60,7 +58,6 @@ def test_none_is_assignable_to_nothing() -> None:
     assert Size._is_assignable(None) is False
 
 
-@needs_image_backend
 def test_assignability_follows_the_managed_types(image: Image) -> None:
     assert RasterImage._is_assignable(image) is True
     assert PngOptions._is_assignable(BmpOptions()) is False
@@ -91,7 +88,6 @@ def test_type_of_works_for_every_kind_of_type() -> None:
         assert str(found) == f"Zelmor.Imaging.{kind.__name__}"
 
 
-@needs_image_backend
 def test_get_type_returns_the_run_time_type(image: Image) -> None:
     assert image.get_type() == PngImage._type_of()
     assert image.get_type() != RasterCachedImage._type_of()
@@ -124,7 +120,6 @@ def test_reinterpretation_needs_an_object() -> None:
     assert str(refused.value) == "_reinterpret_obj() expects a .Net Object argument, got a int object"
 
 
-@needs_image_backend
 def test_each_cast_makes_a_wrapper_with_a_handle_of_its_own(image: Image) -> None:
     first = RasterImage._cast_to(image).value
     second = RasterImage._cast_to(image).value

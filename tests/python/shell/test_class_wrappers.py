@@ -10,10 +10,8 @@ from zelmor.imaging import (
 )
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions, TimeInterval
 
-from support.runtimes import needs_image_backend
 
 
-@needs_image_backend
 def test_a_static_method_works_on_the_class_without_an_instance(picture: str) -> None:
     assert Image.can_load(picture) is True
     assert Image.can_load(__file__) is False
@@ -29,7 +27,6 @@ def test_a_method_can_be_called_through_the_class() -> None:
     assert (point.x, point.y) == (11, 22)
 
 
-@needs_image_backend
 def test_a_class_parameter_takes_none_and_passes_a_null_handle() -> None:
     with pytest.raises(RuntimeError) as refused:
         Image.load("no such file.png", None)
@@ -56,7 +53,6 @@ def test_a_wrapper_of_a_derived_class_is_accepted_without_a_question() -> None:
     assert type(options) is BmpOptions
 
 
-@needs_image_backend
 def test_an_image_wrapper_that_holds_a_raster_image_passes_as_one(picture: str) -> None:
     with Image.load(picture) as image:
         assert type(image) is Image

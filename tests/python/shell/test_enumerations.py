@@ -15,7 +15,6 @@ from zelmor.imaging.xmp import XmpArrayType
 from zelmor.imaging.xmp.schemas.photoshop import ColorMode
 
 from support.module_tree import MODEL
-from support.runtimes import needs_image_backend
 
 
 def test_members_are_integers() -> None:
@@ -23,7 +22,6 @@ def test_members_are_integers() -> None:
     assert issubclass(XmpArrayType, enum.IntEnum) and issubclass(FileFormat, enum.IntFlag)
 
 
-@needs_image_backend
 def test_a_plain_integer_is_refused(picture: str) -> None:
     with Image.load(picture) as image:
         with pytest.raises(TypeError) as refused:

@@ -7,7 +7,6 @@ from typing import Any
 import pytest
 import zelmor.imaging
 from support.control import Control, control
-from support.runtimes import needs_image_backend
 from zelmor.imaging import Image, Point, Size
 from zelmor.imaging.imageoptions import DxfOptions
 
@@ -80,7 +79,6 @@ def test_a_cast_of_something_else_has_no_value_and_asks_nobody(control: Control,
     assert [entry.method for entry in calls if entry.type.startswith("Zelmor.WrpGen.Interop.SiApi")] == []
 
 
-@needs_image_backend
 def test_an_image_is_disposable(picture: str) -> None:
     with Image.load(picture) as image:
         disposable = INTEROP._IDisposableWrapper
@@ -109,7 +107,6 @@ def test_a_class_kind_reinterprets_objects_only(name: str) -> None:
         kind(name)._reinterpret_obj(5)
 
 
-@needs_image_backend
 def test_leaving_a_with_block_disposes_and_lets_the_exception_through(picture: str) -> None:
     image = Image.load(picture)
     with control.journal() as calls, pytest.raises(KeyError, match="mine"):
@@ -119,7 +116,6 @@ def test_leaving_a_with_block_disposes_and_lets_the_exception_through(picture: s
     assert image.disposed is True
 
 
-@needs_image_backend
 def test_entering_a_with_block_does_nothing(picture: str) -> None:
     image = Image.load(picture)
     with control.journal() as calls:
@@ -128,7 +124,6 @@ def test_entering_a_with_block_does_nothing(picture: str) -> None:
     image.__exit__(None, None, None)
 
 
-@needs_image_backend
 def test_a_disposal_that_fails_takes_the_place_of_the_bodys_exception(picture: str) -> None:
     control.raise_next(OBJECT_HOST, "Dispose", "IOException", "cannot close")
     with pytest.raises(RuntimeError, match=r"^Proxy error\(IOException\): cannot close$") as raised:

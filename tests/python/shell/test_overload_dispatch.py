@@ -7,7 +7,6 @@ import sys
 import pytest
 from zelmor.imaging import Color, Image, Point, RasterImage, ResizeType, Size
 
-from support.runtimes import needs_image_backend
 
 
 @pytest.fixture
@@ -26,13 +25,11 @@ def reasons(call, *args: object, **kwargs: object) -> list[str]:
     return value
 
 
-@needs_image_backend
 def test_the_first_overload_that_parses_is_called(image: Image) -> None:
     image.resize(3, 2)
     assert image.size == Size(3, 2)
 
 
-@needs_image_backend
 def test_a_third_argument_of_the_wrong_kind_fails_all_three(image: Image) -> None:
     before = image.size
     assert reasons(image.resize, 1, 2, 3) == [
@@ -43,7 +40,6 @@ def test_a_third_argument_of_the_wrong_kind_fails_all_three(image: Image) -> Non
     assert image.size == before
 
 
-@needs_image_backend
 def test_each_overload_has_its_string_in_trial_order(image: Image) -> None:
     assert reasons(image.resize_width_proportionally, "x") == ["can't build 'Int32' from 'str'"] * 3
     assert reasons(image.resize_width_proportionally, 1, "x") == [
@@ -55,26 +51,22 @@ def test_each_overload_has_its_string_in_trial_order(image: Image) -> None:
         "function missing required argument 'new_width' (pos 1)"] * 3
 
 
-@needs_image_backend
 def test_keywords_reach_an_overload_that_an_earlier_one_shadows(image: Image) -> None:
     image.resize(new_width=3, new_height=2, resize_type=ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)
     assert image.size == Size(3, 2)
 
 
-@needs_image_backend
 def test_none_selects_the_first_overload_with_a_class_in_that_place(image: Image) -> None:
     """None is refused for the enumeration and accepted for the settings, where the managed side then refuses it."""
     with pytest.raises(RuntimeError):
         image.resize(1, 2, None)
 
 
-@needs_image_backend
 def test_save_without_arguments_takes_the_empty_overload(image: Image) -> None:
     messages = reasons(image.save, stray=1)
     assert messages[1] == "function missing required argument 'file_path' (pos 1)"
 
 
-@needs_image_backend
 def test_a_managed_exception_ends_the_search(image: Image) -> None:
     with pytest.raises(RuntimeError) as failed:
         image.resize(0, 5, ResizeType.LANCZOS_RESAMPLE)
@@ -124,7 +116,6 @@ def test_a_failed_first_attempt_leaves_no_error_behind() -> None:
     assert Point(5).x == 5
 
 
-@needs_image_backend
 def test_a_derived_group_carries_the_inherited_overloads(picture: str, tmp_path) -> None:
     with Image.load(picture) as image:
         raster = RasterImage._cast_to(image).value
@@ -133,7 +124,6 @@ def test_a_derived_group_carries_the_inherited_overloads(picture: str, tmp_path)
         assert target.exists()
 
 
-@needs_image_backend
 def test_a_static_group_works_by_class_and_by_instance(image: Image, picture: str) -> None:
     assert image.can_load(picture) is True
     assert Image.can_load(file_path=picture) is True

@@ -18,7 +18,6 @@ from zelmor.imaging.imageoptions import BmpOptions
 
 from support.control import Call, Control
 from support.module_tree import API_WRAPPERS, MODEL, dotted
-from support.runtimes import needs_image_backend
 
 #: Run-time type ids that no managed type uses: the type of an id is cached for the whole process.
 NEW_IDS = itertools.count(1 << 40)
@@ -65,7 +64,6 @@ def typed(control: Control) -> Typed:
 class TestClassResults:
     """A result of class or struct type has its declared type."""
 
-    @needs_image_backend
     def test_an_image_of_a_derived_type_stays_an_image(self, control: Control, picture: str) -> None:
         with control.journal() as calls:
             loaded = Image.load(picture)
@@ -73,7 +71,6 @@ class TestClassResults:
         assert asked_for_names(calls) == 0
         assert loaded.get_type() == imaging.fileformats.png.PngImage._type_of()
 
-    @needs_image_backend
     def test_the_cast_shows_what_it_is(self, picture: str) -> None:
         loaded = Image.load(picture)
         casted = imaging.RasterCachedImage._cast_to(loaded).value
@@ -81,7 +78,6 @@ class TestClassResults:
         assert casted == loaded
         assert casted is not loaded
 
-    @needs_image_backend
     def test_it_is_accepted_where_its_run_time_type_is_declared(self, picture: str) -> None:
         loaded = Image.load(picture)
         passes = imaging.RasterImage._is_assignable(loaded), imaging.VectorImage._is_assignable(loaded)

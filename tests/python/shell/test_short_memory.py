@@ -10,12 +10,10 @@ import subprocess
 import sys
 
 from support.places import PROGRAMS
-from support.runtimes import needs_image_backend
 
 PROGRAM = PROGRAMS / "short_memory.py"
 
 
-@needs_image_backend
 def test_at_every_allocation_of_every_kind_of_call() -> None:
     done = subprocess.run([sys.executable, str(PROGRAM)], capture_output=True, text=True, timeout=300, check=False)
     assert done.returncode == 0, done.stderr

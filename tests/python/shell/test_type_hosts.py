@@ -9,7 +9,6 @@ import pytest
 from support.control import IMAGING
 from support.host_process import run
 from support.module_tree import MODEL
-from support.runtimes import needs_image_backend
 
 from tools.generator.entry_points import entry_points
 from tools.generator.model import Type
@@ -30,7 +29,6 @@ def test_an_import_binds_no_type() -> None:
     assert not hosts & set(asked)
 
 
-@needs_image_backend
 def test_the_first_use_binds_the_type_and_what_it_refers_to_once() -> None:
     hosts = [entry(name).host_class for name in ("DataStreamSupporter", "DisposableObject", "Image", "LoadOptions")]
     before, first, second = run(f"""

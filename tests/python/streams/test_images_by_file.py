@@ -19,7 +19,6 @@ from zelmor.imaging.sources import StreamSource
 from zelmor.pycore import BytesAsStream
 
 from support.image_oracles import noise
-from support.runtimes import needs_image_backend
 
 FORMATS = {"PNG": FileFormat.PNG, "BMP": FileFormat.BMP, "TIFF": FileFormat.TIFF, "GIF": FileFormat.GIF,
            "JPEG": FileFormat.JPEG, "WEBP": FileFormat.WEBP}
@@ -67,7 +66,6 @@ SOURCES: dict[str, Callable[[bytes], Any]] = {
 
 
 class TestLoading:
-    @needs_image_backend
     @pytest.mark.parametrize("source", SOURCES)
     @pytest.mark.parametrize("name", FORMATS)
     def test_from_files_of_every_kind(self, source: str, name: str) -> None:
@@ -79,7 +77,6 @@ class TestLoading:
         if name not in ("JPEG", "WEBP"):  # two decoders of lossy formats may round differently
             assert np.array_equal(pixels(copy.getvalue()), pixels(data))
 
-    @needs_image_backend
     def test_from_where_the_stream_stands(self) -> None:
         data = encoded()
         file = io.BytesIO(b"a header of its own" + data)
@@ -87,7 +84,6 @@ class TestLoading:
         with Image.load(file) as image:
             assert image.width == pixels(data).shape[1]
 
-    @needs_image_backend
     def test_from_a_real_file(self, tmp_path: Path) -> None:
         (tmp_path / "a.png").write_bytes(encoded())
         with open(tmp_path / "a.png", "rb") as file, Image.load(file) as image:
@@ -95,14 +91,12 @@ class TestLoading:
             by_path = Image.load(str(tmp_path / "a.png"))
             assert (image.width, image.height, image.bits_per_pixel) == (by_path.width, by_path.height, 24)
 
-    @needs_image_backend
     def test_from_the_stream_of_a_container(self, tmp_path: Path) -> None:
         (tmp_path / "a.bmp").write_bytes(encoded("BMP"))
         with FileStreamContainer.open_file_stream(str(tmp_path / "a.bmp")) as container:
             with Image.load(container.stream) as image:
                 assert image.file_format == FileFormat.BMP
 
-    @needs_image_backend
     def test_the_image_outlives_its_file(self) -> None:
         with io.BytesIO(encoded()) as file:
             image = Image.load(file)
@@ -110,7 +104,6 @@ class TestLoading:
         image.save(copy)
         assert np.array_equal(pixels(copy.getvalue()), pixels(encoded()))
 
-    @needs_image_backend
     @pytest.mark.parametrize("source", ["BytesIO", "BytesAsStream", "managed"])
     def test_looking_first(self, source: str) -> None:
         file = SOURCES[source](encoded("BMP"))
@@ -123,14 +116,12 @@ class TestLoading:
         with pytest.raises(RuntimeError, match=r"^Proxy error\(NotSupportedException\)"):
             Image.can_load(Dripping(encoded()))
 
-    @needs_image_backend
     @pytest.mark.parametrize("data", [b"", b"no image", encoded()[:20]])
     def test_what_is_no_image(self, data: bytes) -> None:
         for source in SOURCES.values():
             with pytest.raises(RuntimeError, match=r"^Proxy error\(ImageLoadException\)"):
                 Image.load(source(data))
 
-    @needs_image_backend
     def test_files_that_fail(self) -> None:
         class Failing(Dripping):
             def readinto(self, buffer: Any) -> int:
@@ -147,7 +138,6 @@ class TestLoading:
                 Image.load(wrong)
 
 
-@needs_image_backend
 class TestSaving:
     @pytest.mark.parametrize("options, name", [(PngOptions, "PNG"), (BmpOptions, "BMP"), (JpegOptions, "JPEG")])
     def test_to_files_of_every_kind(self, tmp_path: Path, options: type, name: str) -> None:
@@ -244,7 +234,6 @@ class TestSaving:
             assert received == [one.getvalue() * 30]
 
 
-@needs_image_backend
 def test_a_new_image_over_a_stream() -> None:
     """A source of an image to be created keeps the file; saving without a target writes to it."""
     file = io.BytesIO()
@@ -257,7 +246,6 @@ def test_a_new_image_over_a_stream() -> None:
     assert pixels(file.getvalue()).shape == (5, 7, 3)
 
 
-@needs_image_backend
 def test_a_new_image_in_memory() -> None:
     options = PngOptions()
     options.source = StreamSource()

@@ -17,7 +17,7 @@ import pytest
 
 from support.pictures import write_png
 from support.places import PROGRAMS, TESTS
-from support.runtimes import needs_image_backend
+from support.runtimes import embedded_only
 
 PROGRAM = PROGRAMS / "streams_in_use.py"
 JOINED = ["joined stream", "owning joined stream"]
@@ -50,8 +50,12 @@ def attempts(subject: str, meddling: str, directory: Path) -> dict[str, tuple[st
     return found
 
 
+#: The mark of what needs the stream behind an image.
+OF_IMAGE = embedded_only("the stream behind an image is not shown on .NET")
+
+
 @pytest.mark.parametrize("meddling", ["disposing", "disposing in a thread"])
-@pytest.mark.parametrize("subject", [pytest.param(subject, marks=needs_image_backend) if subject == "image" else
+@pytest.mark.parametrize("subject", [pytest.param(subject, marks=OF_IMAGE) if subject == "image" else
                                      subject for subject in SUBJECTS])
 def test_it_is_disposed_of(tmp_path: Path, subject: str, meddling: str) -> None:
     found = attempts(subject, meddling, tmp_path)

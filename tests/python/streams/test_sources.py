@@ -29,7 +29,6 @@ from zelmor.pycore import BytesAsStream
 from support.control import control
 from support.image_oracles import noise
 from support.own_file import OwnFile
-from support.runtimes import needs_image_backend
 
 KIND = zelmor.imaging._wrpgen._interop._StreamWrapper
 PIXELS = noise()
@@ -139,7 +138,6 @@ ONCE_ONLY: dict[str, Maker] = {
 }
 
 
-@needs_image_backend
 class TestFrom:
     @pytest.mark.parametrize("origin", [*SEEKABLE, *ONCE_ONLY])
     def test_load(self, origin: str) -> None:
@@ -170,7 +168,6 @@ class TestFrom:
                 assert (image.height, image.width) == PIXELS.shape[:2]
 
 
-@needs_image_backend
 class TestTo:
     @pytest.fixture
     def image(self) -> Iterator[Any]:
@@ -278,8 +275,7 @@ OF_IMAGES = {"load", "save", "can_load", "load by tell", "load by seekable", "ca
 
 class TestErrorsThatCrossTwice:
     @pytest.mark.parametrize("kind", ERRORS)
-    @pytest.mark.parametrize("use", [pytest.param(use, marks=needs_image_backend) if use in OF_IMAGES else use
-                                     for use in USES])
+    @pytest.mark.parametrize("use", USES)
     def test_they_arrive_as_text(self, use: str, kind: str) -> None:
         make, text = ERRORS[kind]
         method, act = USES[use]
@@ -327,7 +323,6 @@ class TestErrorsThatCrossTwice:
                                      "Python: TypeError: While calculating the length of the stream, an error "
                                      "occurred.")
 
-    @needs_image_backend
     def test_an_error_inside_an_error(self) -> None:
         class Nested(OwnFile):
             def readinto(self, buffer: Any) -> int:
@@ -340,19 +335,16 @@ class TestErrorsThatCrossTwice:
         assert text.count("Proxy error(PythonException)") == 2
         assert text.index("the innermost") < len(text)
 
-    @needs_image_backend
     def test_the_traceback_names_the_place(self) -> None:
         with pytest.raises(RuntimeError, match=r"(?s)Traceback.*test_sources.py.*in fail"):
             Image.load(failing("readinto", ValueError("here")))
 
-    @needs_image_backend
     def test_a_chained_error_tells_of_its_cause(self) -> None:
         error = ValueError("the effect")
         error.__cause__ = KeyError("the cause")
         with pytest.raises(RuntimeError, match="(?s)KeyError: 'the cause'.*direct cause.*ValueError: the effect"):
             Image.load(failing("readinto", error))
 
-    @needs_image_backend
     def test_a_file_that_is_closed_meanwhile(self) -> None:
         class Closing(OwnFile):
             def readinto(self, buffer: Any) -> int | None:
@@ -366,7 +358,6 @@ class TestErrorsThatCrossTwice:
 
 
 class TestObjectsOfOtherModules:
-    @needs_image_backend
     def test_a_managed_stream_of_another_module_s_type_is_one(self) -> None:
         """The run-time type on the managed side decides, not the Python type."""
         boxed = StreamContainer(OwnFile(PNG))._cast_from(KIND._type_of()).value

@@ -39,9 +39,5 @@ if ON_DOTNET:
     # Most processes of the tests end long before code that was measured and compiled again could pay.
     os.environ.setdefault("DOTNET_TieredPGO", "0")
 
-#: Whether the runtime works on pictures and files of their formats.
-HAS_IMAGE_BACKEND = not ON_DOTNET
 #: The mark of tests that .NET cannot run; it takes the reason: `embedded_only("...")`.
 embedded_only = pytest.mark.embedded_only
-#: The mark of tests that load, save or work on pictures.
-needs_image_backend = pytest.mark.needs_image_backend

@@ -8,7 +8,6 @@ import sys
 import pytest
 import zelmor.imaging
 from support.control import Control
-from support.runtimes import needs_image_backend
 from zelmor.imaging import Cache, Image, Point, ResolutionSetting, Size
 from zelmor.imaging.imageloadoptions import OdLoadOptions
 from zelmor.imaging.imageoptions import DxfOptions
@@ -159,7 +158,6 @@ def test_a_raised_exception_is_released(control: Control) -> None:
     assert sys.getallocatedblocks() - before < 100
 
 
-@needs_image_backend
 def test_the_real_runtime_names_its_exceptions() -> None:
     with pytest.raises(RuntimeError, match=r"^Proxy error\(FileNotFoundException\): "):
         Image.load("no such file.png")

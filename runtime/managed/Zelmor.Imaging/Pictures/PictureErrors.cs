@@ -3,6 +3,7 @@ using System;
 using System.Collections.Generic;
 using System.IO;
 using System.Runtime.ExceptionServices;
+using System.Text;
 
 namespace Zelmor.Imaging;
 
@@ -59,9 +60,18 @@ internal static unsafe class PictureErrors
         var message = new string(text.Chars);
         var own = s_ofStream;
         s_ofStream = null;
-        if (own != null && own.GetType().Name == type && own.Message == message)
+        if (own != null && own.GetType().Name == type)
         {
-            ExceptionDispatchInfo.Throw(own);
+            // Half a surrogate pair does not get through.
+            if (Encoding.UTF8.GetString(Encoding.UTF8.GetBytes(own.Message)) == message)
+            {
+                ExceptionDispatchInfo.Throw(own);
+            }
+            // The library added what it was doing.
+            if (!s_made.ContainsKey(type) && Activator.CreateInstance(own.GetType(), message) is Exception longer)
+            {
+                throw longer;
+            }
         }
         throw s_made.TryGetValue(type, out var make) ? make(message) : new ImageException(message);
     }
