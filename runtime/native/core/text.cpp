@@ -4,6 +4,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <limits>
+#include <string>
+#include <string_view>
 
 namespace zelmor::embed {
 
@@ -79,25 +82,46 @@ std::u16string widen(const void* data, size_t length) {
     return text;
 }
 
-// The invariant culture's general format: digits that read back as the same number, an exponent of at least two digits
-// from `exponent_limit` integer digits on.
+// A number as "-d.ddd" times a power of ten, written without the power. Digits that are not known are zeros.
+std::u16string without_exponent(std::string_view mantissa, int exponent) {
+    std::u16string out, digits;
+    for (const char c : mantissa) {
+        if (c == '-') {
+            out += u'-';
+        } else if (c != '.') {
+            digits += static_cast<char16_t>(c);
+        }
+    }
+    if (exponent < 0) {
+        return out + u"0." + std::u16string(static_cast<size_t>(-exponent - 1), u'0') + digits;
+    }
+    const auto whole = static_cast<size_t>(exponent) + 1;
+    if (digits.size() <= whole) {
+        return out + digits + std::u16string(whole - digits.size(), u'0');
+    }
+    return out + digits.substr(0, whole) + u"." + digits.substr(whole);
+}
+
+// The invariant culture's general format: digits that read back as the same number, and an exponent of at least two
+// digits where the number has more than `kMostDigits` integer digits, which is as many as any number may need.
 template <class Float>
-std::u16string general(Float value, int exponent_limit) {
+std::u16string general(Float value) {
+    constexpr int kMostDigits = std::numeric_limits<Float>::max_digits10;
     if (std::isnan(value)) {
         return u"NaN";
     }
     if (std::isinf(value)) {
-        return value > 0 ? u"\u221E" : u"-\u221E";
+        return value > 0 ? u"Infinity" : u"-Infinity";
     }
     char buffer[64];
-    auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific).ptr;
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific).ptr;
     const std::string_view text(buffer, static_cast<size_t>(end - buffer));
-    const int exponent = std::stoi(std::string(text.substr(text.find('e') + 1)));
-    if (exponent >= -4 && exponent < exponent_limit) {
-        end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed).ptr;
-        return std::u16string(buffer, end);
+    const size_t mark = text.find('e');
+    const int exponent = std::stoi(std::string(text.substr(mark + 1)));
+    if (exponent >= -4 && exponent < kMostDigits) {
+        return without_exponent(text.substr(0, mark), exponent);
     }
-    std::u16string out(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(text.find('e')));
+    std::u16string out(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(mark));
     out += exponent < 0 ? u"E-" : u"E+";
     const std::string digits = std::to_string(std::abs(exponent));
     if (digits.size() < 2) {
@@ -161,11 +185,11 @@ std::u16string number_text(int64_t value) {
 }
 
 std::u16string number_text(float value) {
-    return general(value, 7);
+    return general(value);
 }
 
 std::u16string number_text(double value) {
-    return general(value, 15);
+    return general(value);
 }
 
 }  // namespace zelmor::embed

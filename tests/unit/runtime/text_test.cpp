@@ -41,13 +41,20 @@ TEST(TextTest, NumbersAreTheShortestThatReadBack) {
     EXPECT_EQ(number_text(1.0f), u"1");
     EXPECT_EQ(number_text(-2.5f), u"-2.5");
     EXPECT_EQ(number_text(123456.0f), u"123456");
-    EXPECT_EQ(number_text(12345678.0f), u"1.2345678E+07");
+    EXPECT_EQ(number_text(12345678.0f), u"12345678");
+    EXPECT_EQ(number_text(-123456789.0f), u"-123456790");
+    EXPECT_EQ(number_text(1e8f), u"100000000");
+    EXPECT_EQ(number_text(1e9f), u"1E+09");
+    EXPECT_EQ(number_text(1234.5f), u"1234.5");
+    EXPECT_EQ(number_text(-0.0f), u"-0");
+    EXPECT_EQ(number_text(0.00012f), u"0.00012");
     EXPECT_EQ(number_text(1e-5), u"1E-05");
     EXPECT_EQ(number_text(0.0001), u"0.0001");
-    EXPECT_EQ(number_text(1e15), u"1E+15");
+    EXPECT_EQ(number_text(1e15), u"1000000000000000");
+    EXPECT_EQ(number_text(1e17), u"1E+17");
     EXPECT_EQ(number_text(1e100), u"1E+100");
     EXPECT_EQ(number_text(std::numeric_limits<double>::quiet_NaN()), u"NaN");
-    EXPECT_EQ(number_text(-std::numeric_limits<double>::infinity()), u"-\u221E");
+    EXPECT_EQ(number_text(-std::numeric_limits<double>::infinity()), u"-Infinity");
     EXPECT_EQ(number_text(int64_t{-7}), u"-7");
 }
 

@@ -4,6 +4,8 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_VALUES_GEOMETRY_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_VALUES_GEOMETRY_H
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -40,6 +42,27 @@ inline float sum(float a, float b) {
 }
 inline float difference(float a, float b) {
     return a - b;
+}
+
+// The least and the greatest of two numbers as .NET has them: of two zeros the negative one is less, and a value that
+// is no number is both.
+inline int32_t least(int32_t a, int32_t b) {
+    return std::min(a, b);
+}
+inline int32_t greatest(int32_t a, int32_t b) {
+    return std::max(a, b);
+}
+inline float least(float a, float b) {
+    if (a == b) {
+        return std::signbit(a) ? a : b;
+    }
+    return a < b || std::isnan(a) ? a : b;
+}
+inline float greatest(float a, float b) {
+    if (a == b) {
+        return std::signbit(a) ? b : a;
+    }
+    return a > b || std::isnan(a) ? a : b;
 }
 
 inline std::u16string coordinate_text(int32_t value) {

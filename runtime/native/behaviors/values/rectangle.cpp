@@ -1,7 +1,6 @@
 // Rectangle and RectangleF: members, text, hash and conversions.
 //
 // A rectangle contains its left and top edge, but not its right and bottom one.
-#include <algorithm>
 #include <type_traits>
 
 #include "generated/runtime/Zelmor.Imaging.h"
@@ -44,7 +43,7 @@ struct RectangleMembers {
     }
     // Two corners in any order.
     static Rectangle from_points(const Point& a, const Point& b) {
-        return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y));
+        return from_edges(least(a.x, b.x), least(a.y, b.y), greatest(a.x, b.x), greatest(a.y, b.y));
     }
 
     // ---- Rectangles from others
@@ -56,15 +55,15 @@ struct RectangleMembers {
     static void inflate_by(Rectangle& self, const Size& size) { inflate(self, size.width, size.height); }
 
     static Rectangle intersected(const Rectangle& a, const Rectangle& b) {
-        const Number x1 = std::max(a.x, b.x), x2 = std::min(right_of(a), right_of(b));
-        const Number y1 = std::max(a.y, b.y), y2 = std::min(bottom_of(a), bottom_of(b));
+        const Number x1 = greatest(a.x, b.x), x2 = least(right_of(a), right_of(b));
+        const Number y1 = greatest(a.y, b.y), y2 = least(bottom_of(a), bottom_of(b));
         return x2 >= x1 && y2 >= y1 ? from_edges(x1, y1, x2, y2) : Rectangle();
     }
     static void intersect(Rectangle& self, const Rectangle& other) { self = intersected(self, other); }
 
     static Rectangle united(const Rectangle& a, const Rectangle& b) {
-        return from_edges(std::min(a.x, b.x), std::min(a.y, b.y), std::max(right_of(a), right_of(b)),
-                          std::max(bottom_of(a), bottom_of(b)));
+        return from_edges(least(a.x, b.x), least(a.y, b.y), greatest(right_of(a), right_of(b)),
+                          greatest(bottom_of(a), bottom_of(b)));
     }
 
     static void offset(Rectangle& self, Number x, Number y) {

@@ -437,20 +437,28 @@ class Library:
         return f"public {kind} {entry.name}" + (f" : {', '.join(parents)}" if parents else "")
 
     def _equality(self, entry: Type) -> Iterator[list[str]]:
-        """The equality of a structure by the properties that it stores."""
+        """The equality and the text of a structure by the properties that it stores."""
         if entry.kind != "struct":
             return
         yield [f"public static bool operator ==({entry.name} left, {entry.name} right) => left.Equals(right);"]
         yield [f"public static bool operator !=({entry.name} left, {entry.name} right) => !left.Equals(right);"]
         if self._implemented.has(entry.full_name, "Equals"):
             return
-        names = [prop.managed for prop in declared_properties(entry)
-                 if not prop.static and not self._is_done(prop) and (prop.writable or prop in self._stored)]
+        stored = [prop for prop in declared_properties(entry)
+                  if not prop.static and not self._is_done(prop) and (prop.writable or prop in self._stored)]
+        names = [prop.managed for prop in stored]
         equal = " && ".join(f"Equals({name}, other.{name})" for name in names) or "true"
         yield [f"public bool Equals({entry.name} other) => {equal};"]
         yield [f"public override bool Equals(object? obj) => obj is {entry.name} other && Equals(other);"]
         yield ["public override int GetHashCode()", "{", "    var hash = new System.HashCode();",
                *(f"    hash.Add({name});" for name in names), "    return hash.ToHashCode();", "}"]
+        if names:
+            # Each property as the embedded runtime shows it: a number, of an enumeration too.
+            shown = ", ".join(f"{name}={{{f'{name}:D' if prop.wire.type is not None else name}}}"
+                              for name, prop in zip(names, stored))
+            yield ["public override string ToString()", "{",
+                   "    return string.Create(System.Globalization.CultureInfo.InvariantCulture,",
+                   f'        $"{{{{{shown}}}}}");', "}"]
 
     def _type(self, entry: Type) -> list[str]:
         if entry.is_enum:
