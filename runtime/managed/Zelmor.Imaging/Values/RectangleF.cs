@@ -78,7 +78,7 @@ public partial struct RectangleF
     [Implements("call_000_Inflate")]
     public static RectangleF Inflate(RectangleF rect, float x, float y)
     {
-        return new RectangleF(rect.X - x, rect.Y - y, rect.Width + x + x, rect.Height + y + y);
+        return new RectangleF(rect.X - x, rect.Y - y, rect.Width + 2 * x, rect.Height + 2 * y);
     }
 
     [Implements("call_000_InflateRect")]
