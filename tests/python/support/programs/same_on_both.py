@@ -1,0 +1,166 @@
+"""What the class library says, line by line, for a comparison of the two runtimes; a program of its own.
+
+    same_on_both.py values COUNT SEED     texts, hash codes, equality, properties and methods of random value types
+
+A line is a question, a tab and the answer. The questions are the same on both runtimes.
+"""
+
+from __future__ import annotations
+
+import functools
+import os
+import random
+import struct
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+from typing import Any
+
+from support.runtimes import VARIABLES
+
+os.environ.update(VARIABLES)
+
+import zelmor.imaging  # noqa: E402
+from support.samples import Cannot, python_type  # noqa: E402
+
+from tools.generator.builder import load  # noqa: E402
+from tools.generator.model import Overload, Type  # noqa: E402
+from tools.generator.wires import Wire  # noqa: E402
+
+MODEL = load(Path(__file__).resolve().parents[4] / "api" / "catalogue")
+_BITS = {f"{sign}int{width}": (sign == "u", width) for sign in ("", "u") for width in (8, 16, 32, 64)}
+#: Names of colors, and texts that are none.
+_NAMES = ["red", "Tomato", "transparent", "ActiveBorder", "no color", "", "\u00fc"]
+#: Types whose hash codes are not the same on both runtimes: .NET makes them new in each process.
+_OWN_HASH = {"Color", "PointD", "GuidPacketRepresentation", "EmfBlendFunction", "WmfCieXyz", "WmfPitchAndFamily"}
+
+
+def shown(value: Any, depth: int = 0) -> str:
+    """A value as text, the same for equal values on both runtimes."""
+    kind = type(value)
+    if kind is float:
+        return value.hex()
+    if kind is bytes or kind is bytearray:
+        return f"bytes {len(value)} {bytes(value[:64]).hex()}"
+    if value is None or kind.__module__ in ("builtins", "datetime", "decimal", "uuid"):
+        return repr(value)
+    entry = _types().get(kind)
+    if entry is not None and entry.is_enum:
+        return f"{entry.name}.{value.name}" if getattr(value, "name", None) else f"{entry.name}({int(value)})"
+    if entry is not None and entry.kind == "struct":
+        parts = [f"{prop.python}={answer(lambda: getattr(value, prop.python), depth + 1)}"
+                 for prop in entry.properties if not prop.static and depth < 2]
+        return f"{entry.name}({', '.join(parts)})"
+    if hasattr(value, "__len__") and hasattr(value, "__getitem__"):
+        return f"[{', '.join(shown(item, depth + 1) for item in list(value)[:20])}]"
+    return f"<{kind.__name__}>"
+
+
+@functools.cache
+def _types() -> dict[type, Type]:
+    return {python_type(entry): entry for entry in MODEL.types}
+
+
+def answer(question: Any, depth: int = 0) -> str:
+    """The answer of a call, or its error."""
+    try:
+        return shown(question(), depth)
+    except RecursionError:
+        raise
+    except Exception as error:
+        return f"{type(error).__name__}: {error}"
+
+
+def drawn(wire: Wire, draw: random.Random, depth: int = 0) -> Any:
+    """A random value of a kind."""
+    if wire.type is not None and wire.type.is_enum:
+        return draw.choice(list(python_type(wire.type)))
+    if wire.type is not None and wire.type.kind == "struct":
+        return made(wire.type, draw, depth + 1)
+    if wire.name in _BITS:
+        unsigned, width = _BITS[wire.name]
+        number = draw.choice((0, 1, draw.randrange(256), draw.getrandbits(width - 1), (1 << width - 1) - 1))
+        return number if unsigned else number * draw.choice((1, -1))
+    if wire.name in ("float", "double"):
+        number = draw.choice((0.0, -0.0, 0.5, -2.5, draw.uniform(-1e4, 1e4), draw.uniform(-1e30, 1e30), float("nan"),
+                              float("inf"), -float("inf"), 2147483648.0, 1e-5, 123456789.0))
+        return struct.unpack("f", struct.pack("f", number))[0] if wire.name == "float" else number
+    if wire.name == "bool":
+        return draw.getrandbits(1) == 1
+    if wire.name == "string":
+        return draw.choice(_NAMES)
+    raise Cannot(wire.name)
+
+
+def given(overload: Overload, draw: random.Random, depth: int) -> list[Any]:
+    """Random arguments of an overload."""
+    return [[] if param.by_ref else drawn(param.wire, draw, depth) for param in overload.params]
+
+
+def made(entry: Type, draw: random.Random, depth: int = 0) -> Any:
+    """A random value of a type: by a constructor, by a method that makes one, and with random properties."""
+    found = python_type(entry)
+    if depth > 3:
+        return found()
+    makers = [*entry.constructors, *(overload for method in entry.methods for overload in method.overloads
+                                     if overload.static and overload.result.type is entry
+                                     and "Icc" not in overload.managed)]  # which not both runtimes have
+    value = None
+    if makers and draw.randrange(8):
+        overload = draw.choice(makers)
+        maker = getattr(found, overload.python) if overload.python else found
+        try:
+            value = maker(*given(overload, draw, depth))
+        except (Cannot, RuntimeError):
+            value = None
+    value = found() if value is None else value
+    for prop in entry.properties:
+        if prop.writable and not prop.static and draw.randrange(3) == 0:
+            try:
+                setattr(value, prop.python, drawn(prop.wire, draw, depth))
+            except (Cannot, RuntimeError):
+                continue
+    return value
+
+
+def values(count: int, seed: int) -> Iterator[tuple[str, str]]:
+    """Questions about value types."""
+    for entry in MODEL.types:
+        if entry.kind != "struct":
+            continue
+        found = python_type(entry)
+        pool: list[Any] = [found()]
+        for number in range(count):
+            # Each from a seed of its own: an error on one runtime alone leaves the next one as it is.
+            draw = random.Random(f"{seed} {entry.name} {number}")
+            value = made(entry, draw)
+            name = f"{entry.name} {number}"
+            yield f"{name} value", shown(value)
+            yield f"{name} str", answer(lambda: str(value))
+            if entry.name not in _OWN_HASH:
+                yield f"{name} hash", answer(lambda: hash(value))
+            other = draw.choice(pool)
+            yield f"{name} equal", answer(lambda: [value == other, value == value, other == value])
+            assert not value == other or hash(value) == hash(other), (value, other)
+            pool.append(value)
+            for method in entry.methods:
+                for overload in method.overloads:
+                    try:
+                        arguments = given(overload, draw, 1)
+                    except Cannot:
+                        continue
+                    told = ", ".join(map(shown, arguments))
+                    call = getattr(found if overload.static else value, method.python)
+                    yield (f"{name} {method.python}({told})",
+                           answer(lambda: [call(*arguments), *(a for a in arguments if type(a) is list)]))
+            yield f"{name} after", shown(value)
+
+
+def main() -> None:
+    """Prints all lines."""
+    for question, told in values(int(sys.argv[2]), int(sys.argv[3])):
+        print(f"{question}\t{told}".replace("\n", "\\n"))
+    assert zelmor.imaging
+
+
+main()
