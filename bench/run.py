@@ -1,4 +1,5 @@
-"""The bench: calls, streams, collections, pictures, raw data, files, formats, import, sizes, memory; keeps figures."""
+"""The bench: calls, streams, collections, pictures, raw data, files, formats, import, both runtimes, sizes, memory; keeps
+the figures."""
 
 import argparse
 import json
@@ -18,6 +19,7 @@ def main() -> int:
     import formats
     import operations
     import raw_data
+    import runtimes
     import start
     import streams
     import throughput
@@ -26,6 +28,8 @@ def main() -> int:
     started = start.print_import(build / "bench")
     start.print_sizes(build / "python" / "zelmor")
     start.print_memory()
+    print()
+    both = runtimes.run(build)
     print()
     moved = streams.run()
     print()
@@ -51,6 +55,7 @@ def main() -> int:
     met += [met_one for result in done for met_one in result.met]
     met += [result.met for result in converted]
     met += [result.met for result in moved_on]
+    met += [cost.met for cost in both if cost.limit is not None and cost.theirs]
     met.append(started.met)
     print(f"\ntargets: {sum(met)} of {len(met)} met")
     figures = {
@@ -64,6 +69,8 @@ def main() -> int:
         "operations": {result.name: {"zelmor": result.ours, "pillow": result.theirs} for result in worked},
         "raw_data_s": {result.name: {"zelmor": result.ours, "copy": result.copy, "pillow": result.pillow}
                        for result in raw},
+        "runtimes": {cost.key: {"embedded": cost.embedded, "dotnet": cost.dotnet if cost.theirs else None}
+                     for cost in both},
         "throughput_s": {str(result.processes): {"zelmor": result.ours, "pillow": result.theirs}
                          for result in moved_on},
         "streams_s": {result.name: {"zelmor": result.ours, "yardstick": result.theirs} for result in moved},
