@@ -230,7 +230,8 @@ def test_tiny_chunks_cost_their_bytes(tmp_path: Path, name: str, by_path: bool) 
     image = RasterImage._cast_to(Image.load(str(path) if by_path else stream)).value
     assert image is not None and image.get_argb_32_pixel(0, 0) & 0xFFFFFF == 0
     assert image.xmp_data is None
-    assert by_path or 0 < stream.reads < 300
+    # One of 80,000 chunks or more for each read would be far beyond this.
+    assert by_path or 0 < stream.reads < 1000
     image.save(str(tmp_path / "b.png"), PngOptions())
     assert (tmp_path / "b.png").stat().st_size < 1000
 
