@@ -1,5 +1,5 @@
-"""The bench: calls, streams, collections, pictures, raw data, files, formats, import, both runtimes, sizes, memory; keeps
-the figures."""
+"""The bench: calls, streams, collections, pictures, raw data, files, formats, import, both runtimes, sizes, memory;
+keeps the figures."""
 
 import argparse
 import json

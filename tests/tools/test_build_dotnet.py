@@ -88,7 +88,7 @@ def test_native_code_is_made_once_for_each_runtime(tmp_path: Path, monkeypatch: 
     assert sorted(Path(path).stem for path in asked) == sorted(name for names in MODULES.values() for name in names)
     lay_out(runtime, tmp_path / "libwrapper.so", build)
     link = build / "assemblies" / "imaging" / "Zelmor.Imaging.dll"
-    assert link.readlink() == build / "native" / "Zelmor.Imaging.dll"
+    assert link.readlink() == build / "ahead" / "Zelmor.Imaging.dll"
     (build / "out" / "inputs").write_text("other inputs")
     assert compile_native(sdk, runtime, build)
     assert len((tmp_path / "asked").read_text().splitlines()) == 2 * len(asked)

@@ -20,6 +20,39 @@ bool drawable(const Outline& outline) {
     });
 }
 
+// Clips a context to the pixels that an outline may touch, as long as the object lives: groups are as large as the
+// clip, so that a small shape on a large page does not cost what the page does.
+class OutlineClip {
+ public:
+    OutlineClip(cairo_t* context, const Outline& outline) : m_context(context) {
+        cairo_save(context);
+        cairo_matrix_t matrix;
+        cairo_get_matrix(context, &matrix);
+        cairo_new_path(context);
+        add_path(context, outline);
+        cairo_identity_matrix(context);
+        double left = 0, top = 0, right = 0, bottom = 0;
+        cairo_path_extents(context, &left, &top, &right, &bottom);
+        cairo_new_path(context);
+        left = std::floor(left) - 1;
+        top = std::floor(top) - 1;
+        cairo_rectangle(context, left, top, std::ceil(right) + 1 - left, std::ceil(bottom) + 1 - top);
+        cairo_clip(context);
+        cairo_clip_extents(context, &left, &top, &right, &bottom);
+        m_empty = right <= left || bottom <= top;
+        cairo_set_matrix(context, &matrix);
+    }
+    OutlineClip(const OutlineClip&) = delete;
+    OutlineClip& operator=(const OutlineClip&) = delete;
+    ~OutlineClip() { cairo_restore(m_context); }
+
+    bool empty() const { return m_empty; }
+
+ private:
+    cairo_t* m_context;
+    bool m_empty = false;
+};
+
 // What a shape painted alone looks like, over the part of the surface that the clip leaves.
 class Layer {
  public:
@@ -93,6 +126,10 @@ void combine_pixels(cairo_t* context, const Outline& outline, FillRule rule, con
     require_drawable(outline);
     cairo_surface_t* target = cairo_get_group_target(context);
     assert(cairo_surface_get_type(target) == CAIRO_SURFACE_TYPE_IMAGE);
+    const OutlineClip clip(context, outline);
+    if (clip.empty()) {
+        return;
+    }
     Paint everything;
     everything.color = 0xFFFFFFFF;
     const Layer shape(context, outline, rule, everything);
@@ -107,12 +144,13 @@ void combine_pixels(cairo_t* context, const Outline& outline, FillRule rule, con
     const int32_t top = shape.top() + static_cast<int32_t>(std::lround(offset_y));
     assert(left >= 0 && left + shape.width() <= cairo_image_surface_get_width(target));
     assert(top >= 0 && top + shape.height() <= cairo_image_surface_get_height(target));
-    for (int32_t y = 0; y < shape.height(); ++y) {
+    const int32_t width = shape.width(), height = shape.height();
+    for (int32_t y = 0; y < height; ++y) {
         auto* out = reinterpret_cast<Argb*>(data + static_cast<size_t>(top + y) * stride) + left;
         const Argb* inside = shape.row(y);
         const Argb* pattern_row = pattern_layer.row(y);
         const Argb* source_row = source_layer.row(y);
-        for (int32_t x = 0; x < shape.width(); ++x) {
+        for (int32_t x = 0; x < width; ++x) {
             if (inside[x] != 0) {
                 const Argb color =
                     combined(straight(pattern_row[x]), straight(source_row[x]), straight(out[x]), operation);

@@ -17,13 +17,16 @@ from support.anything import holder
 from support.control import control
 from support.draws import seeds
 from support.runtimes import embedded_only
+from zelmor.imaging import Image, RasterImage
 from zelmor.imaging.asynctask import AsyncTaskProgress
 from zelmor.imaging.fileformats.tga import TgaImage
+from zelmor.imaging.imageoptions import PngOptions
+from zelmor.imaging.sources import StreamSource
 
+TGA = "Zelmor.Imaging.FileFormats.Tga.TgaImage"
 TICKS_PER_DAY = 864_000_000_000
 LAST_TICK = 3_155_378_975_999_999_999
 DAYS = date.max.toordinal()
-TGA = "Zelmor.Imaging.FileFormats.Tga.TgaImage"
 #: Looked up once, since these tests make many calls.
 callback = functools.cache(control.callback)
 MICROSECOND = timedelta(microseconds=1)
@@ -233,12 +236,21 @@ def test_none_for_a_nullable_date_is_none() -> None:
     assert on_the_wire(None)[0] == 0
 
 
+def new_tga() -> TgaImage:
+    """A picture of one pixel; its `date_time_stamp` may be None."""
+    options = PngOptions()
+    options.source = StreamSource()
+    made = RasterImage._cast_to(Image.create(options, 1, 1)).value
+    assert made is not None
+    return TgaImage(made)
+
+
 @pytest.mark.parametrize("value", [
     datetime.min.replace(tzinfo=zone(1)), datetime.max.replace(tzinfo=zone(-1)),
     datetime(9999, 12, 31, 23, 59, tzinfo=timezone(timedelta(minutes=-1))),
 ], ids=repr)
 def test_a_date_that_is_in_no_year_of_utc_is_refused(value: datetime) -> None:
-    image: TgaImage = callback("write", "tpo")(control.new_object(TGA), control.type_id(TGA))
+    image = new_tga()
     with pytest.raises(OverflowError, match=f"^{re.escape(TOO_LATE)}$"):
         image.date_time_stamp = value
     assert image.date_time_stamp is None
@@ -246,7 +258,7 @@ def test_a_date_that_is_in_no_year_of_utc_is_refused(value: datetime) -> None:
 
 @pytest.mark.parametrize("value", [1, "2023-06-01", 1.0, timedelta(1), (2023, 6, 1), timezone.utc], ids=repr)
 def test_only_dates_and_times_are_dates(value: object) -> None:
-    image: TgaImage = callback("write", "tpo")(control.new_object(TGA), control.type_id(TGA))
+    image = new_tga()
     with pytest.raises(TypeError) as refused:
         image.date_time_stamp = value
     assert str(refused.value) == f"can't build DateTime from '{tp_name(value)}'"
@@ -271,7 +283,7 @@ def test_any_date_argument_goes_as_utc(seed: int) -> None:
 
 
 def test_a_nullable_date_comes_back() -> None:
-    image: TgaImage = callback("write", "tpo")(control.new_object(TGA), control.type_id(TGA))
+    image = new_tga()
     assert image.date_time_stamp is None
     moment = datetime(2023, 6, 1, 12, 30, 15, 123456)
     image.date_time_stamp = moment

@@ -11,7 +11,6 @@ from zelmor.imaging import (
 from zelmor.imaging.imageoptions import BmpOptions, PngOptions, TimeInterval
 
 
-
 def test_a_static_method_works_on_the_class_without_an_instance(picture: str) -> None:
     assert Image.can_load(picture) is True
     assert Image.can_load(__file__) is False

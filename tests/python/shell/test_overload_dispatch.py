@@ -8,7 +8,6 @@ import pytest
 from zelmor.imaging import Color, Image, Point, RasterImage, ResizeType, Size
 
 
-
 @pytest.fixture
 def image(picture: str):
     with Image.load(picture) as loaded:

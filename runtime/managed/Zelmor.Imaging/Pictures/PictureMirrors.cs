@@ -58,7 +58,8 @@ internal static unsafe class PictureMirrors
         switch (item)
         {
             case StreamSource source:
-                Make(anchor, source, ("Stream", source.Stream), ("DisposeStream", source.DisposeStream));
+                Make(anchor, source, ("Stream", source.Stream),
+                     ("DisposeStream", source.DisposeStream && !source.HasOwnMemory));
                 break;
             case FileCreateSource source:
                 Make(anchor, source, ("FilePath", source.FilePath), ("IsTemporal", source.IsTemporal));

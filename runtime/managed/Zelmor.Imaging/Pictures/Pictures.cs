@@ -1,5 +1,6 @@
 // Calls of the picture library.
 using System;
+using System.Runtime.CompilerServices;
 using System.Runtime.InteropServices;
 
 namespace Zelmor.Imaging;
@@ -88,9 +89,12 @@ internal static unsafe class Pictures
         item.Handle?.ForgetPixels();
     }
 
+    /// <summary>Whether the library has an object for this one; it has none where no constructor was called.</summary>
+    private static bool IsMade(object item) => item is IPictureObject { Handle: not null };
+
     public static bool Equal(object item, object? other)
     {
-        if (ReferenceEquals(item, other) || other is not IPictureObject)
+        if (ReferenceEquals(item, other) || other is not IPictureObject { Handle: not null } || !IsMade(item))
         {
             return ReferenceEquals(item, other);
         }
@@ -102,6 +106,10 @@ internal static unsafe class Pictures
 
     public static int Hash(object item)
     {
+        if (!IsMade(item))
+        {
+            return RuntimeHelpers.GetHashCode(item);
+        }
         int hash;
         Check(PictureLibrary.Hash(HandleOf(item), &hash), item);
         return hash;

@@ -10,7 +10,11 @@ public partial class StreamSource
     [Implements("ctor_000_StreamSource")]
     public StreamSource() : this(new MemoryStream(), true)
     {
+        HasOwnMemory = true;
     }
+
+    /// <summary>Its stream is memory of its own, which stays open when the image that was written to it ends.</summary>
+    internal bool HasOwnMemory { get; }
 
     [Implements("ctor_001_StreamSource")]
     public StreamSource(Stream? stream) : this(stream, false)

@@ -30,7 +30,8 @@ from tools.generator.wires import Wire  # noqa: E402
 MODEL = load(Path(__file__).resolve().parents[4] / "api" / "catalogue")
 _BITS = {f"{sign}int{width}": (sign == "u", width) for sign in ("", "u") for width in (8, 16, 32, 64)}
 #: Names of colors, and texts that are none.
-_NAMES = ["red", "Tomato", "transparent", "ActiveBorder", "no color", "", "\u00fc"]
+# Colors of the desktop, such as ActiveBorder, have a meaning on .NET alone (docs/departures.md).
+_NAMES = ["red", "Tomato", "transparent", "no color", "", "\u00fc"]
 #: Types whose hash codes are not the same on both runtimes: .NET makes them new in each process.
 _OWN_HASH = {"Color", "PointD", "GuidPacketRepresentation", "EmfBlendFunction", "WmfCieXyz", "WmfPitchAndFamily"}
 
