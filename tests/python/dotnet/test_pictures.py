@@ -8,9 +8,12 @@ import subprocess
 import sys
 from pathlib import Path
 
+import numpy as np
+from PIL import Image as Pillow
+
 from support.dotnet import needs_dotnet, run_on_dotnet
 from support.places import ROOT
-from support.runtimes import DOTNET_ASSEMBLIES, DOTNET_ROOT
+from support.runtimes import DOTNET_ASSEMBLIES, DOTNET_ROOT, EMBEDDED_ROOT
 
 pytestmark = needs_dotnet
 
@@ -165,3 +168,24 @@ def test_a_missing_picture_library_is_named(tmp_path: Path) -> None:
                           text=True, timeout=120)
     assert done.returncode == 0, done.stderr
     assert "Proxy error(DllNotFoundException): Pictures need the library libzelmor_pictures.so" in done.stdout
+
+
+def test_the_demo_makes_the_same_files_on_both_runtimes(tmp_path: Path) -> None:
+    """Each of its pictures takes another way through formats, sizes, turns and tones."""
+    draw = np.random.default_rng(7)
+    for number in range(12):
+        noise = draw.integers(0, 256, (6, 8 + number, 3), np.uint8)
+        Pillow.fromarray(noise).resize((640, 420), Pillow.Resampling.BICUBIC).save(tmp_path / f"{number:02}.jpg")
+    pictures = sorted(tmp_path.glob("*.jpg"))
+    for name, root, assemblies in (("embedded", EMBEDDED_ROOT, EMBEDDED_ROOT),
+                                   ("dotnet", DOTNET_ROOT, DOTNET_ASSEMBLIES)):
+        variables = {"NETCORE_WRAPPER_NETCORE_DIR_zelmor": str(root),
+                     "NETCORE_WRAPPER_ASSEMBLY_DIR_zelmor": str(assemblies)}
+        for program, arguments in (("photo_tour", ["--out", name, *map(str, pictures)]), ("contact_sheet", [name])):
+            subprocess.run([sys.executable, ROOT / "examples" / f"{program}.py", *arguments], cwd=tmp_path, check=True,
+                           env=os.environ | variables, stdout=subprocess.DEVNULL, timeout=300)
+    made = sorted(path.name for path in (tmp_path / "embedded").iterdir())
+    assert len(made) > len(pictures) and "contact_sheet.png" in made
+    assert made == sorted(path.name for path in (tmp_path / "dotnet").iterdir())
+    for file in made:
+        assert (tmp_path / "embedded" / file).read_bytes() == (tmp_path / "dotnet" / file).read_bytes(), file
