@@ -14,7 +14,7 @@ from tools.packages.project import read_project, source_date
 from tools.packages.staging import MODULES
 from tools.packages.wheel import TABLE, TAG, write_wheel
 
-from packages.places import BUILD, CLEAN, COMMANDS, ROOT, SMOKE, run
+from packages.places import BUILD, CLEAN, COMMANDS, PYTHON, ROOT, SMOKE, run
 
 INFO = f"{read_project().file_name}.dist-info"
 
@@ -47,6 +47,9 @@ def test_the_record_is_true_and_complete(wheel: Path) -> None:
 
 
 def test_a_wheel_of_the_same_state_is_the_same(wheel: Path, installed: Path, tmp_path: Path) -> None:
+    """Also where the package was used, which leaves bytecode behind."""
+    run(PYTHON, "-P", "-c", "import zelmor", folder=tmp_path, PYTHONPATH=str(installed / MODULES))
+    assert (installed / MODULES / "zelmor" / "__pycache__").is_dir()
     assert write_wheel(read_project(), installed, tmp_path, source_date()).read_bytes() == wheel.read_bytes()
 
 

@@ -55,7 +55,8 @@ def write_wheel(project: Project, installed: Path, folder: Path, date: int) -> P
     for root, prefix in ((modules, PurePosixPath()),
                          # pip puts these below the prefix of the environment: manual pages and completions.
                          (installed / "share", PurePosixPath(f"{project.file_name}.data/data/share"))):
-        for file in sorted(file for file in root.rglob("*") if file.is_file()):
+        # The interpreter leaves bytecode where the installed package was used; pip makes its own.
+        for file in sorted(file for file in root.rglob("*") if file.is_file() and "__pycache__" not in file.parts):
             archive.add(str(prefix / file.relative_to(root)), file.read_bytes(), bool(file.stat().st_mode & 0o100))
     archive.add(str(TABLE), "".join(f"{name} {package}\n" for name, package in may_miss.items()).encode())
     info = f"{project.file_name}.dist-info"

@@ -22,8 +22,6 @@ from zelmor.imaging import FileFormat, Image, ImageLoadersRegistry
 from support.format_samples import PLAIN, WITH_REFERENCES
 from support.places import BUILD_DIR, FOLDERS
 
-pytestmark = pytest.mark.needs_image_backend
-
 PROGRAM = """
 import os, sys, traceback
 from pathlib import Path
