@@ -17,6 +17,7 @@ from zelmor.imaging.fileformats.apng import ApngImage
 from zelmor.imaging.imageoptions import ApngOptions, BmpOptions, PngOptions
 from zelmor.imaging.sources import FileCreateSource
 
+from support.control import control
 from support.image_oracles import (FORMATS, HEIGHT, WIDTH, load, managed_error, noise, pixels, raster, read, smooth,
                                    worst, write)
 
@@ -331,7 +332,9 @@ def test_memory_is_given_back(tmp_path: Path) -> None:
 
     for _ in range(5):
         round_trip()
+    control.settle()
     before = resident()
     for _ in range(25):
         round_trip()
+    control.settle()
     assert resident() - before < 25_000_000  # a round processes 20 pictures of up to 6 MB
