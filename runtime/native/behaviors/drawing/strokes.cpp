@@ -266,16 +266,26 @@ class PenUse {
         }
         canvas.stroke(outline, line, paint, smooth);
     }
+    struct Way {
+        std::vector<PointD> points;
+        bool closed = false;
+    };
+    // The contours as points in units of the pen; none where the nib has no area.
+    std::vector<Way> ways(const Outline& outline) const {
+        std::vector<Way> result;
+        if (const auto back = m_shape.nib.inverse()) {
+            const double flatness = kStrokeFlatness / std::max(m_shape.nib.mean_scale(), 1e-9);
+            for (const Contour& contour : transformed(outline, *back)) {
+                result.push_back({flattened(contour, flatness), contour.closed});
+            }
+        }
+        return result;
+    }
     // The dashes as lines of their own.
     Outline dashed(const Outline& outline, const Stroke& line) const {
-        const auto back = m_shape.nib.inverse();
         Outline result;
-        if (!back) {
-            return result;
-        }
-        const double flatness = kStrokeFlatness / std::max(m_shape.nib.mean_scale(), 1e-9);
-        for (const Contour& contour : transformed(outline, *back)) {
-            std::vector<PointD> points = flattened(contour, flatness);
+        for (Way& contour : ways(outline)) {
+            std::vector<PointD>& points = contour.points;
             if (contour.closed && !points.empty() && points.front() != points.back()) {
                 points.push_back(points.front());
             }
@@ -322,14 +332,9 @@ class PenUse {
     }
     // The lines at a distance to the right, in units of the pen.
     Outline beside(const Outline& outline, double distance) const {
-        const auto back = m_shape.nib.inverse();
         Outline result;
-        if (!back) {
-            return result;
-        }
-        const double flatness = kStrokeFlatness / std::max(m_shape.nib.mean_scale(), 1e-9);
-        for (const Contour& contour : transformed(outline, *back)) {
-            std::vector<PointD> points = flattened(contour, flatness);
+        for (Way& contour : ways(outline)) {
+            std::vector<PointD>& points = contour.points;
             points.erase(std::unique(points.begin(), points.end()), points.end());
             if (contour.closed && points.size() > 1 && points.front() == points.back()) {
                 points.pop_back();
