@@ -14,11 +14,23 @@ function(zelmor_precompile target)
 endfunction()
 
 # zelmor_precompile_as(<target> <other>): the target's sources are preceded by the precompiled headers of the other one,
-# whose compile options have to be the same; unless the target has headers of its own.
+# whose compile options have to be the same but for the optimization; unless the target has headers of its own.
 function(zelmor_precompile_as target other)
+    if(ZELMOR_PRECOMPILE)
+        # At the end, when it is known which target has the headers.
+        cmake_language(EVAL CODE "cmake_language(DEFER DIRECTORY [[${PROJECT_SOURCE_DIR}]]
+                                                 CALL zelmor_reuse_headers [[${target}]] [[${other}]])")
+    endif()
+endfunction()
+
+function(zelmor_reuse_headers target other)
     get_target_property(own ${target} PRECOMPILE_HEADERS)
-    if(ZELMOR_PRECOMPILE AND NOT own)
-        target_precompile_headers(${target} REUSE_FROM ${other})
+    get_target_property(maker ${other} ZELMOR_HEADERS_OF)
+    if(NOT maker)
+        set(maker ${other})
+    endif()
+    if(NOT own AND NOT maker STREQUAL target)
+        target_precompile_headers(${target} REUSE_FROM ${maker})
         if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
             target_compile_options(${target} PRIVATE -fpch-preprocess)
         endif()

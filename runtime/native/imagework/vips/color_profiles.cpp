@@ -29,11 +29,11 @@ namespace {
 struct CloseProfile {
     void operator()(void* profile) const { cmsCloseProfile(profile); }
 };
-struct DeleteTransform {
+struct DeleteColorTransform {
     void operator()(void* transform) const { cmsDeleteTransform(transform); }
 };
 using Profile = std::unique_ptr<void, CloseProfile>;
-using Transform = std::unique_ptr<void, DeleteTransform>;
+using ColorTransform = std::unique_ptr<void, DeleteColorTransform>;
 
 Profile checked(cmsHPROFILE profile, const char* what) {
     if (profile == nullptr) {
@@ -195,11 +195,11 @@ struct ColorConversion::State {
     Profile input, output;
     // Conversions by the encodings on both sides, made when a picture needs them.
     mutable std::mutex lock;
-    mutable std::map<std::pair<cmsUInt32Number, cmsUInt32Number>, Transform> transforms;
+    mutable std::map<std::pair<cmsUInt32Number, cmsUInt32Number>, ColorTransform> transforms;
 
     cmsHTRANSFORM transform(cmsUInt32Number in, cmsUInt32Number out) const {
         const std::lock_guard hold(lock);
-        Transform& known = transforms[{in, out}];
+        ColorTransform& known = transforms[{in, out}];
         if (known == nullptr) {
             const cmsUInt32Number alpha = T_EXTRA(in) == 1 && T_EXTRA(out) == 1 ? cmsFLAGS_COPY_ALPHA : 0;
             known.reset(cmsCreateTransform(input.get(), in, output.get(), out, INTENT_RELATIVE_COLORIMETRIC, alpha));

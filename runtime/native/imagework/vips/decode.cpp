@@ -33,19 +33,6 @@ std::string damage_of(Format format, const DecodeOptions& options = {}) {
     return std::string("the ") + format_name(format) + " data " + damage;
 }
 
-// Tells which format it was.
-template <class Step>
-auto labeled(const std::string& damage, Step&& step) -> decltype(step()) {
-    try {
-        return std::forward<Step>(step)();
-    } catch (const PictureError& error) {
-        if (error.kind() != Failure::kDamaged) {
-            throw;
-        }
-        throw PictureError(Failure::kDamaged, damage + ": " + error.what());
-    }
-}
-
 // A frame whose rows are not decoded yet, unless that is done by opening it. A recovery finds out what is lost.
 std::unique_ptr<VipsPicture> opened_picture(const SharedFrames& frames, size_t index, const DecodeOptions& options,
                                             const std::string& damage) {

@@ -53,19 +53,6 @@ class RowsBetween : public RowReader {
     std::unique_ptr<RowReader> m_before;
 };
 
-// Runs a step of a codec; what it says of damage comes behind the words given.
-template <class Step>
-auto labeled(const std::string& damaged, Step&& step) -> decltype(step()) {
-    try {
-        return step();
-    } catch (const PictureError& error) {
-        if (error.kind() != Failure::kDamaged) {
-            throw;
-        }
-        throw PictureError(Failure::kDamaged, damaged + ": " + error.what());
-    }
-}
-
 // The samples of a file as pictures hold them.
 class FileRows final : public RowsBetween {
  public:

@@ -18,6 +18,7 @@
 #include <mutex>
 #include <string>
 
+#include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
 #include "runtime/native/imagework/pixels/rows.h"
@@ -32,6 +33,19 @@ using SharedRows = std::shared_ptr<DeferredRows>;
 // Makes the samples of `count` pixels, of one row or of several whole ones, of those of another form. It may keep a
 // state between the calls of one pass, for each of which it is copied.
 using RowStep = std::function<void(const uint8_t* from, uint8_t* to, size_t count)>;
+
+// Runs a step of a codec; what it says of damage comes behind the words given, "the PNG data is damaged or incomplete".
+template <class Step>
+auto labeled(const std::string& damage, Step&& step) -> decltype(step()) {
+    try {
+        return step();
+    } catch (const PictureError& error) {
+        if (error.kind() != Failure::kDamaged) {
+            throw;
+        }
+        throw PictureError(Failure::kDamaged, damage + ": " + error.what());
+    }
+}
 
 // Any thread may call the members.
 class DeferredRows {
