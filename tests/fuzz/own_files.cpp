@@ -135,6 +135,13 @@ std::vector<NamedFile> own_files() {
     add("jpeg-cmyk", cmyk, JpegEncoding{75, false, JpegColor::kCmyk});
     add("jpeg-cmyk-progressive", cmyk, JpegEncoding{75, true, JpegColor::kCmyk});
 
+    JpegEncoding lossless;
+    lossless.is_lossless = true;
+    add("jpeg-lossless", rgb, lossless);
+    add("jpeg-lossless-cmyk", cmyk, lossless);
+    lossless.bits = 12;
+    add("jpeg-lossless-12", gray16, lossless);
+
     add("png-gray-1", bilevel, PngEncoding{});
     add("png-gray", gray, PngEncoding{});
     add("png-gray-alpha-16", gray16, PngEncoding{});

@@ -14,7 +14,7 @@ from PIL import Image as Pillow
 from zelmor.imaging import (Color, FileFormat, Image, LoadOptions, RasterImage, Rectangle, ResizeType,
                             ResolutionSetting, RotateFlipType)
 from zelmor.imaging.fileformats.dicom import ColorType, Compression, CompressionType, DicomImage, DicomPage
-from zelmor.imaging.fileformats.jpeg import JpegCompressionMode
+from zelmor.imaging.fileformats.jpeg import JpegCompressionColorMode, JpegCompressionMode
 from zelmor.imaging.imageoptions import DicomOptions, Jpeg2000Options, JpegOptions, PngOptions, TiffOptions
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.sources import FileCreateSource
@@ -62,7 +62,8 @@ def samples_of(path: Path) -> Pixels:
     if syntax == EXPLICIT:
         return pydicom.dcmread(path).pixel_array
     plain = path.with_suffix(".plain.dcm")
-    run(*(("dcmdrle",) if syntax == "1.2.840.10008.1.2.5" else ("gdcmconv", "--raw")), str(path), str(plain))
+    programs = {"1.2.840.10008.1.2.5": ("dcmdrle",), "1.2.840.10008.1.2.4.70": ("dcmdjpeg",)}
+    run(*programs.get(syntax, ("gdcmconv", "--raw")), str(path), str(plain))
     return pydicom.dcmread(plain).pixel_array
 
 
@@ -261,6 +262,32 @@ def test_every_compression_and_color_type_is_read_by_other_programs(tmp_path: Pa
         assert np.array_equal(again, smooth())
 
 
+@pytest.mark.parametrize("color", ColorType)
+def test_lossless_jpeg_is_read_by_other_programs(tmp_path: Path, color: ColorType) -> None:
+    write(tmp_path / "a.png", smooth())
+    chosen = JpegOptions()
+    chosen.compression_type = JpegCompressionMode.LOSSLESS
+    path = tmp_path / "a.dcm"
+    Image.load(str(tmp_path / "a.png")).save(str(path), options(CompressionType.JPEG, color, jpeg=chosen))
+    file = checked(path)
+    assert file.file_meta.TransferSyntaxUID == "1.2.840.10008.1.2.4.70"
+    assert "LossyImageCompression" not in file
+    Image.load(str(tmp_path / "a.png")).save(str(tmp_path / "b.dcm"), options(CompressionType.NONE, color))
+    assert np.array_equal(samples_of(path), samples_of(tmp_path / "b.dcm"))
+    run("gdcmconv", "--raw", str(path), str(tmp_path / "c.dcm"))
+    assert np.array_equal(samples_of(tmp_path / "c.dcm"), samples_of(tmp_path / "b.dcm"))
+
+
+def test_colors_that_jpeg_stores_as_they_are_are_told_so(tmp_path: Path) -> None:
+    write(tmp_path / "a.png", smooth())
+    chosen = JpegOptions()
+    chosen.color_type, chosen.quality = JpegCompressionColorMode.RGB, 95
+    path = tmp_path / "a.dcm"
+    Image.load(str(tmp_path / "a.png")).save(str(path), options(CompressionType.JPEG, jpeg=chosen))
+    assert checked(path).PhotometricInterpretation == "RGB"
+    assert np.abs(read_back(path) - smooth()).max() <= 20
+
+
 def read_back(path: Path) -> Pixels:
     """The colors as the program decodes and converts them."""
     target = path.with_suffix(".png")
@@ -292,12 +319,17 @@ def test_frames_that_did_not_change_are_copied(tmp_path: Path, command: Any) -> 
     assert after.SOPInstanceUID != before.SOPInstanceUID
 
 
-@pytest.mark.parametrize(("array", "photometric", "stored"), [
+CHANGED = [
     (DEEP, "MONOCHROME2", 12), ((DEEP.astype(int) - 2048).astype(np.int16), "MONOCHROME2", 12),
     (DEEP.astype(np.uint32) * 1048577, "MONOCHROME2", 32), ((DEEP % 64).astype(np.uint8), "MONOCHROME2", 6),
     (noise(3, width=WIDTH, height=HEIGHT), "RGB", 8),
-    (noise(3, width=WIDTH, height=HEIGHT).astype(np.uint16) * 200, "RGB", 16)])
-@pytest.mark.parametrize("more", [(), ("dcmcrle",)], ids=["plain", "RLE"])
+    (noise(3, width=WIDTH, height=HEIGHT).astype(np.uint16) * 200, "RGB", 16)]
+CODINGS: list[Any] = [(), ("dcmcrle",), ("dcmcjpeg", "+e1"), ("dcmcjpeg", "+el", "+sv", "4")]
+
+
+@pytest.mark.parametrize(("array", "photometric", "stored", "more"), [
+    pytest.param(*kind, more, id=f"{kind[0].dtype}-{kind[2]}-{' '.join(more) or 'plain'}")
+    for kind in CHANGED for more in CODINGS if kind[2] <= 16 or "dcmcjpeg" not in more])  # JPEG has at most 16 bits
 def test_a_changed_picture_keeps_depth_and_sign(tmp_path: Path, array: Any, photometric: str, stored: int,
                                                 more: Any) -> None:
     (tmp_path / "plain.dcm").write_bytes(picture(array, photometric, stored))
@@ -307,6 +339,9 @@ def test_a_changed_picture_keeps_depth_and_sign(tmp_path: Path, array: Any, phot
     image.save(str(tmp_path / "a.dcm"))
     file = checked(tmp_path / "a.dcm")
     assert (file.BitsStored, file.PixelRepresentation) == (stored, int(array.dtype.kind == "i"))
+    assert file.file_meta.TransferSyntaxUID == (
+        "1.2.840.10008.1.2.4.70" if "dcmcjpeg" in more else pydicom.dcmread(source).file_meta.TransferSyntaxUID)
+    assert "LossyImageCompression" not in file
     assert np.array_equal(samples_of(tmp_path / "a.dcm"), array[2:17, 3:23])
     again = opened(tmp_path / "a.dcm")
     assert list(again.load_argb_64_pixels(again.bounds)) == list(image.load_argb_64_pixels(image.bounds))
@@ -383,7 +418,8 @@ def refused(name: str, value: Any) -> JpegOptions:
 
 
 @pytest.mark.parametrize(("name", "value"), [
-    ("comment", "text"), ("compression_type", JpegCompressionMode.LOSSLESS), ("bits_per_channel", 12),
+    ("comment", "text"), ("compression_type", JpegCompressionMode.JPEG_LS), ("bits_per_channel", 12),
+    ("color_type", JpegCompressionColorMode.YCCK),
     ("resolution_settings", ResolutionSetting(10.0, 10.0)), ("jpeg_ls_allowed_lossy_error", 3)])
 def test_jpeg_options_without_an_effect_are_refused(name: str, value: Any) -> None:
     image = opened(picture(DEEP))

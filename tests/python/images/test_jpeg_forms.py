@@ -258,12 +258,11 @@ def test_other_codings_are_named() -> None:
     Pillow.fromarray(noise()).save(file, "JPEG")
     data = bytearray(file.getvalue())
     frame = data.index(b"\xff\xc0")
-    data[frame + 4] = 12
-    with managed_error("NotSupportedException", "Unsupported JPEG data precision 12"):
-        Image.load(io.BytesIO(bytes(data)))
-    data[frame + 4], data[frame + 1] = 8, 0xC3
-    with managed_error("NotSupportedException", "Unsupported JPEG process"):
-        Image.load(io.BytesIO(bytes(data)))
+    for marker, bits, text in ((0xC2, 12, "progressive JPEG of more than 8 bits"), (0xC7, 8, "differential JPEG"),
+                               (0xC9, 12, "arithmetic or differential"), (0xC5, 8, "Unsupported JPEG process")):
+        data[frame + 4], data[frame + 1] = bits, marker
+        with managed_error("NotSupportedException", text):
+            Image.load(io.BytesIO(bytes(data)))
 
 
 def test_lost_pixels_of_gray_and_ink_get_a_background_of_any_color() -> None:

@@ -100,7 +100,8 @@ def test_jpeg_color_types(tmp_path: Path, color: JpegCompressionColorMode, mode:
 
 
 @pytest.mark.parametrize("properties", [
-    {"compression_type": JpegCompressionMode.LOSSLESS}, {"bits_per_channel": 12},
+    {"compression_type": JpegCompressionMode.LOSSLESS, "color_type": JpegCompressionColorMode.YCCK},
+    {"bits_per_channel": 12},
     {"compression_type": JpegCompressionMode.PROGRESSIVE, "bits_per_channel": 12},
     {"compression_type": JpegCompressionMode.JPEG_LS, "color_type": JpegCompressionColorMode.YCCK},
 ])

@@ -8,6 +8,7 @@
 
 #include "runtime/native/formats/dicom/dicom_writer.h"
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/jpeg/lossless_frame.h"
 #include "runtime/native/imagework/format_codec.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/byte_sink.h"
@@ -33,6 +34,10 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
     return open_dicom(source, options, {&open_jpeg2000_frame});
 }
 
+bool is_lossless_jpeg(const DicomEncoding& dicom) {
+    return dicom.compression == DicomCompression::kJpeg && dicom.jpeg.is_lossless;
+}
+
 // The form that a picture is brought to.
 PixelForm wanted_form(const VipsPicture& picture, const DicomEncoding& dicom) {
     switch (dicom.samples) {
@@ -46,7 +51,8 @@ PixelForm wanted_form(const VipsPicture& picture, const DicomEncoding& dicom) {
             break;
     }
     PixelForm form = picture.form();
-    const bool bytes_only = dicom.compression == DicomCompression::kJpeg;
+    const bool lossless_jpeg = is_lossless_jpeg(dicom);
+    const bool bytes_only = dicom.compression == DicomCompression::kJpeg && !lossless_jpeg;
     const bool is_jpeg = bytes_only || dicom.compression == DicomCompression::kJpeg2000;
     form.alpha = false;
     if (form.color == ColorModel::kIndexed) {
@@ -58,7 +64,7 @@ PixelForm wanted_form(const VipsPicture& picture, const DicomEncoding& dicom) {
     if (bytes_only) {
         return {form.color};
     }
-    if (!form.is_integer()) {
+    if (!form.is_integer() || (lossless_jpeg && sample_size(form.sample) > 2)) {
         form.sample = SampleType::kUint16;
         form.bits = 16;
     }
@@ -102,14 +108,35 @@ class FrameRows final : public RowWriter {
     std::vector<uint8_t> m_rows;
 };
 
+// Of samples as the file would have them without a compression.
+std::vector<uint8_t> lossless_jpeg_frame(const DicomForm& form, std::span<const uint8_t> frame) {
+    constexpr int kFewestBits = 2;
+    constexpr int kFirstOrder = 1;  // the predictor that the transfer syntax stands for
+    const auto size = static_cast<size_t>(form.allocated / 8);
+    // The sign fills the bits above those that count: other programs expect it to come back.
+    const int bits = form.is_signed ? form.allocated : std::max(form.stored, kFewestBits);
+    const uint32_t mask = (uint32_t{1} << bits) - 1;
+    std::vector<uint16_t> samples;
+    samples.reserve(frame.size() / size);
+    for (size_t at = 0; at < frame.size(); at += size) {
+        const uint32_t sample = size == 1 ? frame[at] : static_cast<uint32_t>(frame[at] | frame[at + 1] << 8);
+        samples.push_back(static_cast<uint16_t>(sample & mask));
+    }
+    MemorySink file;
+    encode_lossless_jpeg({form.width, form.height, form.samples, bits, kFirstOrder}, samples, {}, file);
+    const EncodedBytes bytes = file.take();
+    return {bytes.bytes().begin(), bytes.bytes().end()};
+}
+
 std::vector<uint8_t> encoded_frame(const VipsPicture& picture, const DicomEncoding& dicom, const DicomForm& form) {
-    if (dicom.compression == DicomCompression::kJpeg || dicom.compression == DicomCompression::kJpeg2000) {
+    const bool is_jpeg = dicom.compression == DicomCompression::kJpeg && !is_lossless_jpeg(dicom);
+    if (is_jpeg || dicom.compression == DicomCompression::kJpeg2000) {
         RowsHeader header = picture.rows_header();
         header.profile = nullptr;
         header.resolution.reset();
         MemorySink file;
         std::unique_ptr<RowWriter> writer;
-        if (dicom.compression == DicomCompression::kJpeg) {
+        if (is_jpeg) {
             writer = make_jpeg_writer(header, dicom.jpeg, file);
         } else {
             Jpeg2000Encoding settings = dicom.jpeg2000;
@@ -126,6 +153,9 @@ std::vector<uint8_t> encoded_frame(const VipsPicture& picture, const DicomEncodi
     write_rows(picture, rows);
     std::vector<uint8_t> frame;
     put_stored_samples(picture.form(), form.stored, rows.rows(), frame);
+    if (is_lossless_jpeg(dicom)) {
+        return lossless_jpeg_frame(form, frame);
+    }
     return dicom.compression == DicomCompression::kRle ? dicom_runs(form, frame) : frame;
 }
 

@@ -67,15 +67,18 @@ FormatEncoding settings_of(const ManagedObject& options) {
     }
     result.compression = supported(*compression, "Type", kCompressions);
     if (result.compression == DicomCompression::kJpeg) {
-        if (result.samples == DicomSamples::kGray16) {
-            throw_not_supported("DicomOptions.ColorType Grayscale16Bit with Compression.Type Jpeg, which has 8 bits,");
-        }
         if (const Ref<ManagedObject> jpeg = property_object(*compression, "Jpeg")) {
             result.jpeg = settings_of_frames<JpegEncoding>(*jpeg, {"Quality", "CompressionType", "ColorType"});
             const bool gray = result.samples == DicomSamples::kGray8;
-            if (result.jpeg.color == JpegColor::kCmyk || (result.jpeg.color == JpegColor::kGray && !gray)) {
+            if (has_inks(result.jpeg.color) || (result.jpeg.color == JpegColor::kGray && !gray)) {
                 throw_not_supported("A JpegOptions.ColorType that is not that of DicomOptions");
             }
+            if (result.jpeg.is_ls) {
+                throw_not_supported("JpegOptions.CompressionType JpegLs for the frames of a DICOM file");
+            }
+        }
+        if (result.samples == DicomSamples::kGray16 && !result.jpeg.is_lossless) {
+            throw_not_supported("DicomOptions.ColorType Grayscale16Bit with Compression.Type Jpeg, which has 8 bits,");
         }
     }
     result.jpeg2000.codec = Jpeg2000Codec::kJ2k;

@@ -272,6 +272,8 @@ class DicomFileFrames final : public DicomFrames {
     // To save the picture again: without a loss where the file had none.
     DicomEncoding encoding() const {
         static const std::string kBaseline = "1.2.840.10008.1.2.4.50";
+        static const std::string kLossless = "1.2.840.10008.1.2.4.57";
+        static const std::string kFirstOrder = "1.2.840.10008.1.2.4.70";
         static const std::string kJpeg2000 = "1.2.840.10008.1.2.4.9";
         const std::string& uid = m_picture->file.header.syntax_uid;
         DicomEncoding encoding;
@@ -282,9 +284,10 @@ class DicomFileFrames final : public DicomFrames {
                 encoding.compression = DicomCompression::kRle;
                 break;
             case DicomCoding::kJpeg:
-                encoding.compression = uid == kBaseline             ? DicomCompression::kJpeg
-                                       : uid.starts_with(kJpeg2000) ? DicomCompression::kJpeg2000
-                                                                    : DicomCompression::kRle;
+                encoding.jpeg.is_lossless = uid == kLossless || uid == kFirstOrder;
+                encoding.compression = uid == kBaseline || encoding.jpeg.is_lossless ? DicomCompression::kJpeg
+                                       : uid.starts_with(kJpeg2000)                  ? DicomCompression::kJpeg2000
+                                                                                     : DicomCompression::kRle;
                 encoding.jpeg.quality = 90;
                 encoding.jpeg2000.codec = Jpeg2000Codec::kJ2k;
                 break;

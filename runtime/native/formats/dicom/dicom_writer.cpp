@@ -401,9 +401,15 @@ DicomForm dicom_form_of_rows(const RowsHeader& header, const DicomEncoding& enco
             result.compressed = true;
             break;
         case DicomCompression::kJpeg:
-            result.syntax_uid = encoding.jpeg.progressive ? "1.2.840.10008.1.2.4.55" : "1.2.840.10008.1.2.4.50";
-            result.photometric = color ? "YBR_FULL_422" : result.photometric;
             result.compressed = true;
+            if (encoding.jpeg.is_lossless) {
+                result.syntax_uid = "1.2.840.10008.1.2.4.70";
+                break;
+            }
+            result.syntax_uid = encoding.jpeg.progressive ? "1.2.840.10008.1.2.4.55" : "1.2.840.10008.1.2.4.50";
+            if (color && encoding.jpeg.color != JpegColor::kRgb) {
+                result.photometric = "YBR_FULL_422";
+            }
             result.lossy_method = "ISO_10918_1";
             break;
         case DicomCompression::kJpeg2000: {

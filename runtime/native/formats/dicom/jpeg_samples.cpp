@@ -6,9 +6,9 @@
 #include <cassert>
 #include <vector>
 
-#include "runtime/native/formats/dicom/coded_jpeg.h"
 #include "runtime/native/formats/dicom/sample_range.h"
 #include "runtime/native/formats/dicom/stored_samples.h"
+#include "runtime/native/formats/jpeg/coded_jpeg.h"
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
 #include "runtime/native/formats/jpegls/jpegls_decoder.h"
 #include "runtime/native/imagework/limits.h"

@@ -19,6 +19,8 @@ const FormatCodec& jpeg_ls() {
 SharedFrames open(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
     if (const auto* jpeg = settings_as<JpegEncoding>(facts); jpeg != nullptr && jpeg->is_ls) {
         return jpeg_ls().open(source, facts, options);
+    } else if (jpeg != nullptr && (jpeg->is_lossless || jpeg->bits != 8)) {
+        return open_coded_jpeg(source, facts, options);
     }
     return open_jpeg(source, options.recovery, options.memory);
 }
@@ -31,7 +33,7 @@ ColorModel model_of(const JpegEncoding& jpeg, const VipsPicture& picture, const 
             return ColorModel::kGray;
         case JpegColor::kYcc:
         case JpegColor::kRgb:
-            return ColorModel::kRgb;
+            return jpeg.is_lossless && picture.is_gray() ? ColorModel::kGray : ColorModel::kRgb;
         case JpegColor::kCmyk:
         case JpegColor::kYcck:
             // A picture that is saved as it was follows what became of its colors.
@@ -60,8 +62,14 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
         wanted != nullptr && model != ColorModel::kGray) {
         picture.to_space({model, wanted});
     }
-    picture.to_form(form_of_8_bits(model, picture));
-    const auto writer = make_jpeg_writer(picture.rows_header(), jpeg, out);
+    PixelForm form = form_of_8_bits(model, picture);
+    if (jpeg.is_lossless && jpeg.bits > 8) {
+        form.sample = SampleType::kUint16;
+        form.bits = 16;
+    }
+    picture.to_form(form);
+    const auto writer = jpeg.is_lossless ? make_lossless_jpeg_writer(picture.rows_header(), jpeg, out)
+                                         : make_jpeg_writer(picture.rows_header(), jpeg, out);
     write_rows(picture, *writer);
     writer->finish();
 }

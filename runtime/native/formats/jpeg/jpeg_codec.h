@@ -1,5 +1,6 @@
 // JPEG files, read and written by libjpeg as rows of 8-bit samples: gray, RGB (in the file mostly as YCbCr) and CMYK
-// (in the file also as YCCK).
+// (in the file also as YCCK). Lossless files of 2 to 16 bits, and those of 12 bits, are read by a decoder of our own;
+// lossless ones are written by an encoder of our own.
 //
 // The samples of a CMYK picture are amounts of ink, 255 for full ink. Files have them inverted, as Adobe's programs
 // write them.
@@ -31,6 +32,11 @@ namespace zelmor::imagework {
 // file of more scans than make sense.
 SharedFrames open_jpeg(SharedSource source, Recovery recovery = Recovery::kNone, SharedBudget memory = {});
 
+// The picture of a lossless file, or of one of 12 bits, whose samples are spread over a byte, or over 16 bits where
+// there are more than 8. It is decoded as a whole when its first row is asked for. What a recovery keeps are whole
+// rows. PictureError(kUnsupported) for progressive and arithmetic codings.
+SharedFrames open_coded_jpeg(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options);
+
 // The file behind the frames, where they are those of a JPEG file that was opened without a recovery; otherwise null.
 SharedSource jpeg_file_of(const FrameSource& frames);
 
@@ -40,6 +46,12 @@ SharedSource jpeg_file_of(const FrameSource& frames);
 // PictureError(kEncoding) for a form, a comment or a profile that a JPEG file does not hold. The file goes to
 // `out` in pieces of 64 KiB.
 std::unique_ptr<RowWriter> make_jpeg_writer(const RowsHeader& header, const JpegEncoding& encoding, ByteSink& out);
+
+// Writes a lossless file of gray, RGB or CMYK rows, of bytes for up to 8 bits of a sample and of 16 bits for more.
+// Colors are stored as they are. Gray files have a JFIF header with the resolution, others Adobe's mark.
+// PictureError(kEncoding) for a depth, a comment or a profile that the format does not hold.
+std::unique_ptr<RowWriter> make_lossless_jpeg_writer(const RowsHeader& header, const JpegEncoding& encoding,
+                                                     ByteSink& out);
 
 }  // namespace zelmor::imagework
 

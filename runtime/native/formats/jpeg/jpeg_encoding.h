@@ -49,6 +49,8 @@ struct JpegEncoding {
     std::vector<uint8_t> vertical_sampling = {};
     bool is_ls = false;  // JPEG-LS, a coding of its own
     JpegLsSettings ls = {};
+    bool is_lossless = false;  // the coding of the standard that keeps every sample
+    int bits = 8;              // 2 to 16 of a sample of such a file; of a file that is read also 12 of other codings
 };
 
 }  // namespace zelmor::imagework

@@ -20,11 +20,12 @@ inline constexpr Counterpart<JpegCompressionColorMode, imagework::JpegColor> kJp
     {JpegCompressionColorMode::kRgb, imagework::JpegColor::kRgb},
 };
 
-enum class JpegCoding : uint8_t { kSequential, kProgressive, kLs };
+enum class JpegCoding : uint8_t { kSequential, kProgressive, kLossless, kLs };
 
 inline constexpr Counterpart<JpegCompressionMode, JpegCoding> kJpegCodings[] = {
     {JpegCompressionMode::kBaseline, JpegCoding::kSequential},
     {JpegCompressionMode::kProgressive, JpegCoding::kProgressive},
+    {JpegCompressionMode::kLossless, JpegCoding::kLossless},
     {JpegCompressionMode::kJpegLs, JpegCoding::kLs},
 };
 

@@ -62,8 +62,8 @@ struct ColorMarks {
     int transform = -1;  // of Adobe's segment: 0 for the colors as they are; -1 without the segment
 };
 
-// As libjpeg takes them.
-JpegColor color_of(const ByteReader& in, uint64_t frame, int components, const ColorMarks& marks) {
+// As libjpeg takes them. Luminance and differences lose a little, so that a lossless file has them only if it says so.
+JpegColor color_of(const ByteReader& in, uint64_t frame, int components, const ColorMarks& marks, bool lossless) {
     if (components == 1) {
         return JpegColor::kGray;
     }
@@ -72,6 +72,9 @@ JpegColor color_of(const ByteReader& in, uint64_t frame, int components, const C
     }
     if (marks.jfif || marks.transform > 0) {
         return JpegColor::kYcc;
+    }
+    if (lossless) {
+        return JpegColor::kRgb;
     }
     const auto id = [&](uint64_t component) { return in.u8(frame + 10 + 3 * component); };
     const bool named = id(0) == 'R' && id(1) == 'G' && id(2) == 'B';
@@ -137,7 +140,11 @@ void probe_jpeg(const ByteReader& file, FileFacts& facts) {
             facts.bits_per_pixel = depth * components;
             encoding.progressive = is_progressive_jpeg_frame(marker);
             encoding.is_ls = marker == kJpegLsFrame;
-            encoding.color = encoding.is_ls && components == 3 ? JpegColor::kRgb : color_of(in, at, components, colors);
+            encoding.is_lossless = is_lossless_jpeg_frame(marker);
+            encoding.bits = encoding.is_ls ? 8 : depth;
+            encoding.color = encoding.is_ls && components == 3
+                                 ? JpegColor::kRgb
+                                 : color_of(in, at, components, colors, encoding.is_lossless);
             if (encoding.is_ls) {
                 take_ls_settings(in, at, depth, encoding.ls);
             }

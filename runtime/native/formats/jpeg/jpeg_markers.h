@@ -9,7 +9,8 @@ namespace zelmor::imagework {
 enum JpegMarker : uint8_t {
     kJpegStuffing = 0x00,  // in a scan: a data byte of 0xFF
     kJpegTemporary = 0x01,
-    kJpegFirstFrame = 0xC0,  // frame headers reach to 0xCF, with three other markers between
+    kJpegFirstFrame = 0xC0,     // frame headers reach to 0xCF, with three other markers between
+    kJpegLosslessFrame = 0xC3,  // with Huffman codes
     kJpegHuffmanTables = 0xC4,
     kJpegReserved = 0xC8,
     kJpegArithmeticTables = 0xCC,
@@ -22,8 +23,10 @@ enum JpegMarker : uint8_t {
     kJpegQuantizationTable = 0xDB,
     kJpegApp0 = 0xE0,  // JFIF
     kJpegApp1 = 0xE1,  // Exif
+    kJpegApp2 = 0xE2,  // color profile
     kJpegApp8 = 0xE8,
     kJpegApp14 = 0xEE,  // Adobe
+    kJpegLastApp = 0xEF,
     kJpegLsFrame = 0xF7,
     kJpegComment = 0xFE,
     kJpegFill = 0xFF,
@@ -47,6 +50,10 @@ constexpr bool is_jpeg_scan_byte(int byte, bool is_ls) {
 // The frame headers of progressive codings are each the third of four.
 constexpr bool is_progressive_jpeg_frame(int marker) {
     return is_jpeg_frame(marker) && (marker & 3) == 2;
+}
+// Those of lossless codings are the last of four.
+constexpr bool is_lossless_jpeg_frame(int marker) {
+    return is_jpeg_frame(marker) && (marker & 3) == 3;
 }
 
 }  // namespace zelmor::imagework

@@ -1,6 +1,7 @@
 // JPEG in the API: its classes, and save options from and to the settings of a file.
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Jpeg.h"
@@ -56,10 +57,18 @@ void require_ls(const ManagedObject& options, const char* property, bool is_ls, 
     }
 }
 
+// 2 to 16 bits, which the codings with a loss do not have.
+int bits_of(const ManagedObject& options, JpegCoding coding) {
+    const int bits = setting(options, "BitsPerChannel");
+    if (bits != 8 && coding != JpegCoding::kLs && coding != JpegCoding::kLossless) {
+        throw_not_supported(member_name(options, "BitsPerChannel") +
+                            " without JpegCompressionMode.LOSSLESS or JpegCompressionMode.JPEG_LS");
+    }
+    return bits;
+}
+
 JpegLsSettings ls_settings_of(const ManagedObject& options, bool is_ls) {
     JpegLsSettings ls;
-    ls.bits = setting(options, "BitsPerChannel");
-    require_ls(options, "BitsPerChannel", is_ls, ls.bits == 8);
     ls.greatest_error = setting(options, "JpegLsAllowedLossyError");
     require_ls(options, "JpegLsAllowedLossyError", is_ls, ls.greatest_error == 0);
     ls.interleaving = supported(options, "JpegLsInterleaveMode", kJpegLsInterleavings);
@@ -75,15 +84,16 @@ JpegLsSettings ls_settings_of(const ManagedObject& options, bool is_ls) {
     return ls;
 }
 
-void require_suits_ls(const ManagedObject& options, const JpegEncoding& jpeg) {
-    constexpr const char* kBeside = " beside JpegCompressionMode.JPEG_LS";
-    if (has_inks(jpeg.color)) {
+// Codings that keep every sample have no colors that are computed, and JPEG-LS no inks.
+void require_suits_samples(const ManagedObject& options, const JpegEncoding& jpeg) {
+    const std::string beside = std::string(" beside JpegCompressionMode.") + (jpeg.is_ls ? "JPEG_LS" : "LOSSLESS");
+    if (jpeg.color == JpegColor::kYcck || (jpeg.is_ls && jpeg.color == JpegColor::kCmyk)) {
         throw_not_supported("The value " + std::to_string(jpeg.color == JpegColor::kCmyk ? 2 : 3) + " of " +
-                            member_name(options, "ColorType") + kBeside);
+                            member_name(options, "ColorType") + beside);
     }
     for (const char* sampling : {"HorizontalSampling", "VerticalSampling"}) {
         if (!is_null(property(options, sampling))) {
-            throw_not_supported("A value of " + member_name(options, sampling) + kBeside);
+            throw_not_supported("A value of " + member_name(options, sampling) + beside);
         }
     }
 }
@@ -93,13 +103,18 @@ FormatEncoding settings_of(const ManagedObject& options) {
     result.quality = setting(options, "Quality");
     const JpegCoding coding = supported(options, "CompressionType", kJpegCodings);
     result.progressive = coding == JpegCoding::kProgressive;
+    result.is_lossless = coding == JpegCoding::kLossless;
     result.is_ls = coding == JpegCoding::kLs;
     result.color = supported(options, "ColorType", kJpegColors);
     result.horizontal_sampling = sampling_of(options, "HorizontalSampling", result.color);
     result.vertical_sampling = sampling_of(options, "VerticalSampling", result.color);
+    result.bits = bits_of(options, coding);
     result.ls = ls_settings_of(options, result.is_ls);
     if (result.is_ls) {
-        require_suits_ls(options, result);
+        result.ls.bits = std::exchange(result.bits, 8);
+    }
+    if (result.is_ls || result.is_lossless) {
+        require_suits_samples(options, result);
     }
     return result;  // comment, JFIF, EXIF and XMP go into the file with the metadata
 }
@@ -113,8 +128,12 @@ void fill_options(ManagedObject& options, const FileFacts& facts) {
     put_setting(options, "Quality", jpeg.quality);
     put_setting(options, "CompressionType",
                 jpeg.is_ls         ? JpegCompressionMode::kJpegLs
+                : jpeg.is_lossless ? JpegCompressionMode::kLossless
                 : jpeg.progressive ? JpegCompressionMode::kProgressive
                                    : JpegCompressionMode::kBaseline);
+    if (jpeg.is_lossless) {
+        put_setting(options, "BitsPerChannel", jpeg.bits);
+    }
     if (jpeg.is_ls) {
         put_setting(options, "BitsPerChannel", jpeg.ls.bits);
         put_setting(options, "JpegLsAllowedLossyError", jpeg.ls.greatest_error);

@@ -5,7 +5,7 @@
 
 #include <span>
 
-#include "runtime/native/formats/jpegls/jpeg_planes.h"
+#include "runtime/native/formats/jpeg/jpeg_planes.h"
 
 namespace zelmor::imagework {
 

@@ -1,5 +1,5 @@
 // Decoding JPEG as its standard describes it (ITU-T T.81); see coded_jpeg.h.
-#include "runtime/native/formats/dicom/coded_jpeg.h"
+#include "runtime/native/formats/jpeg/coded_jpeg.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,8 @@
 #include <optional>
 #include <string>
 
-#include "runtime/native/formats/dicom/stored_samples.h"
+#include "runtime/native/formats/jpeg/jpeg_markers.h"
+#include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -20,6 +21,13 @@ constexpr std::array<uint8_t, 64> kZigzag = {0,  1,  8,  16, 9,  2,  3,  10, 17,
                                              12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
                                              35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
                                              58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+
+[[noreturn]] void damaged(const std::string& text) {
+    throw PictureError(Failure::kDamaged, text);
+}
+[[noreturn]] void unsupported(const std::string& text) {
+    throw PictureError(Failure::kUnsupported, text);
+}
 
 // The data of a scan end, or have no meaning: what came before holds.
 struct EndOfData {};
@@ -36,7 +44,7 @@ class Huffman {
             code += counts[length - 1];
             index += counts[length - 1];
             if (code > uint32_t{1} << length) {
-                dicom_damaged("a table of Huffman codes has too many of them");
+                damaged("a table of Huffman codes has too many of them");
             }
             m_end[length] = code;
             code <<= 1;
@@ -233,15 +241,8 @@ class Decoder {
             case 0xC1:
             case 0xC3:
                 return take_frame(segment, marker == 0xC3);
-            case 0xC2:
-                dicom_unsupported("this is a DICOM file with progressive JPEG of more than 8 bits, which is not read");
             default:
-                if (marker >= 0xC5 && marker <= 0xCF && marker != 0xC8 && marker != 0xCC) {
-                    dicom_unsupported(
-                        "this is a DICOM file with arithmetic or differential JPEG of more than 8 bits, "
-                        "which is not read");
-                }
-                return;
+                return require_coded_jpeg(marker);
         }
     }
 
@@ -254,7 +255,7 @@ class Decoder {
                 values += count;
             }
             if (values > 256 || segment.size() < 17 + values || (place & 0xF) > 3 || place >> 4 > 1) {
-                dicom_damaged("a table of Huffman codes makes no sense");
+                damaged("a table of Huffman codes makes no sense");
             }
             m_codes[place >> 4][place & 0xF] = Huffman(counts, segment.subspan(17, values));
             segment = segment.subspan(17 + values);
@@ -266,7 +267,7 @@ class Decoder {
             const uint8_t place = segment[0];
             const size_t size = place >> 4 == 0 ? 1 : 2;
             if (segment.size() < 1 + 64 * size || (place & 0xF) > 3) {
-                dicom_damaged("a table of quantization makes no sense");
+                damaged("a table of quantization makes no sense");
             }
             for (size_t i = 0; i < 64; i++) {
                 m_quantization[place & 0xF][kZigzag[i]] =
@@ -278,7 +279,7 @@ class Decoder {
 
     void take_frame(std::span<const uint8_t> segment, bool lossless) {
         if (segment.size() < 6 || !m_parts.empty()) {
-            dicom_damaged("the header of a frame makes no sense");
+            damaged("the header of a frame makes no sense");
         }
         m_lossless = lossless;
         m_bits = segment[0];
@@ -287,20 +288,19 @@ class Decoder {
         const size_t count = segment[5];
         if (width != m_size.width || height != m_size.height || count != static_cast<size_t>(m_size.components) ||
             segment.size() < 6 + 3 * count) {
-            dicom_damaged("a frame has " + std::to_string(width) + " by " + std::to_string(height) + " pixels of " +
-                          std::to_string(count) + " samples, where the header tells of " +
-                          std::to_string(m_size.width) + " by " + std::to_string(m_size.height) + " of " +
-                          std::to_string(m_size.components));
+            damaged("a frame has " + std::to_string(width) + " by " + std::to_string(height) + " pixels of " +
+                    std::to_string(count) + " samples, where the header tells of " + std::to_string(m_size.width) +
+                    " by " + std::to_string(m_size.height) + " of " + std::to_string(m_size.components));
         }
         if (lossless ? m_bits < 2 || m_bits > 16 : m_bits != 12 && m_bits != 8) {
-            dicom_damaged("a frame of JPEG cannot have " + std::to_string(m_bits) + " bits");
+            damaged("a frame of JPEG cannot have " + std::to_string(m_bits) + " bits");
         }
         for (size_t i = 0; i < count; i++) {
             const auto part = segment.subspan(6 + 3 * i, 3);
             m_parts.push_back({part[0], part[1] >> 4, part[1] & 0xF, static_cast<uint8_t>(part[2] & 3)});
             const Component& added = m_parts.back();
             if (added.across < 1 || added.across > 4 || added.down < 1 || added.down > 4) {
-                dicom_damaged("a component of JPEG makes no sense");
+                damaged("a component of JPEG makes no sense");
             }
             m_across = std::max(m_across, added.across);
             m_down = std::max(m_down, added.down);
@@ -309,13 +309,11 @@ class Decoder {
             m_parts[0].across = m_parts[0].down = m_across = m_down = 1;
         }
         if (lossless && (m_across > 1 || m_down > 1)) {
-            dicom_unsupported(
-                "this is a DICOM file with lossless JPEG whose colors have fewer samples than pixels, "
-                "which is not read");
+            unsupported("this is lossless JPEG whose colors have fewer samples than pixels, which is not read");
         }
         for (const Component& part : m_parts) {
             if (m_across % part.across != 0 || m_down % part.down != 0) {
-                dicom_unsupported("this is a DICOM file with JPEG of uneven samples, which is not read");
+                unsupported("this is JPEG of uneven samples, which is not read");
             }
         }
     }
@@ -323,7 +321,7 @@ class Decoder {
     // Where the data behind the scan begin.
     size_t scan(std::span<const uint8_t> segment, size_t at) {
         if (m_parts.empty() || segment.empty() || segment.size() < 4 + 2 * size_t{segment[0]} || segment[0] == 0) {
-            dicom_damaged("a scan makes no sense");
+            damaged("a scan makes no sense");
         }
         m_scans++;
         m_members.clear();
@@ -332,12 +330,12 @@ class Decoder {
             const uint8_t tables = segment[2 + 2 * i];
             const auto found = std::find_if(m_parts.begin(), m_parts.end(), [&](const auto& p) { return p.id == id; });
             if (found == m_parts.end() || (tables >> 4) > 3 || (tables & 0xF) > 3) {
-                dicom_damaged("a scan has a component that the frame has not");
+                damaged("a scan has a component that the frame has not");
             }
             m_members.push_back({&*found, &m_codes[0][tables >> 4], &m_codes[1][tables & 0xF]});
             if (m_members.back().dc->empty() || (!m_lossless && m_members.back().ac->empty()) ||
                 !found->plane.empty()) {
-                dicom_damaged("a scan has no table of Huffman codes, or a component for the second time");
+                damaged("a scan has no table of Huffman codes, or a component for the second time");
             }
         }
         const auto tail = segment.subspan(1 + 2 * size_t{segment[0]}, 3);
@@ -346,7 +344,7 @@ class Decoder {
             m_lossless ? lossless_scan(bits, tail[0], tail[2] & 0xF) : sequential_scan(bits);
         } catch (const EndOfData&) {
             if (!m_keeps_part) {
-                dicom_damaged("the data of a frame end too early or make no sense");
+                damaged("the data of a frame end too early or make no sense");
             }
         }
         return bits.position();
@@ -363,11 +361,11 @@ class Decoder {
 
     void lossless_scan(ScanBits& bits, int predictor, int shift) {
         if (predictor < 1 || predictor > 7 || shift >= m_bits) {
-            dicom_damaged("a scan of lossless JPEG has no predictor");
+            damaged("a scan of lossless JPEG has no predictor");
         }
         const auto width = static_cast<size_t>(m_size.width);
         if (m_restart % m_size.width != 0) {
-            dicom_damaged("a scan of lossless JPEG is interrupted within a row");
+            damaged("a scan of lossless JPEG is interrupted within a row");
         }
         const int rows_between = m_restart / m_size.width;
         const int32_t first = int32_t{1} << (m_bits - shift - 1);
@@ -571,7 +569,7 @@ class Decoder {
             rows = std::min(rows, part.rows_done);
         }
         if (rows < m_size.height && (!m_keeps_part || rows == 0)) {
-            dicom_damaged("a frame has no data, or too few");
+            damaged("a frame has no data, or too few");
         }
         if (m_parts.size() == 1 && m_parts[0].columns == m_size.width) {
             planes.samples = std::move(m_parts[0].plane);
@@ -612,6 +610,16 @@ class Decoder {
 };
 
 }  // namespace
+
+void require_coded_jpeg(int marker) {
+    if (!is_jpeg_frame(marker) || marker == kJpegFirstFrame || marker == kJpegFirstFrame + 1 ||
+        marker == kJpegLosslessFrame) {
+        return;
+    }
+    unsupported(marker == kJpegFirstFrame + 2
+                    ? "this is progressive JPEG of more than 8 bits, which is not read"
+                    : "this is arithmetic or differential JPEG, lossless or of more than 8 bits, which is not read");
+}
 
 JpegPlanes decode_coded_jpeg(std::span<const uint8_t> frame, const JpegFrameSize& size, bool keeps_part) {
     return Decoder(frame, size).decode(keeps_part);

@@ -1,6 +1,6 @@
 // What the decoders of JPEG's rarer codings give: all samples of a picture at once.
-#ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_JPEGLS_JPEG_PLANES_H
-#define ZELMOR_RUNTIME_NATIVE_FORMATS_JPEGLS_JPEG_PLANES_H
+#ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_JPEG_JPEG_PLANES_H
+#define ZELMOR_RUNTIME_NATIVE_FORMATS_JPEG_JPEG_PLANES_H
 
 #include <cstdint>
 #include <vector>
@@ -24,4 +24,4 @@ struct JpegPlanes {
 
 }  // namespace zelmor::imagework
 
-#endif  // ZELMOR_RUNTIME_NATIVE_FORMATS_JPEGLS_JPEG_PLANES_H
+#endif  // ZELMOR_RUNTIME_NATIVE_FORMATS_JPEG_JPEG_PLANES_H
