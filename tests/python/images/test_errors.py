@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import io
 import os
 import resource
 import struct
@@ -12,9 +13,12 @@ from pathlib import Path
 
 import numpy as np
 import pytest
-from zelmor.imaging import Color, DataRecoveryMode, Image, LoadOptions, Rectangle, ResizeType, RotateFlipType
-from zelmor.imaging.fileformats.apng import ApngImage
-from zelmor.imaging.imageoptions import ApngOptions, BmpOptions, PngOptions
+from zelmor.imaging import (Color, DataRecoveryMode, Image, LoadOptions, Rectangle, ResizeType, RotateFlipType,
+                            StreamContainer)
+from zelmor.imaging.fileformats.tiff import TiffDataType
+from zelmor.imaging.fileformats.tiff.filemanagement import TiffStreamReader, TiffStreamWriter
+from zelmor.imaging.fileformats.tiff.tifftagtypes import TiffUnknownType
+from zelmor.imaging.imageoptions import BmpOptions, PngOptions
 from zelmor.imaging.sources import FileCreateSource
 
 from support.control import control
@@ -310,10 +314,12 @@ def test_a_failed_operation_leaves_the_picture(tmp_path: Path) -> None:
     assert worst(pixels(image, tmp_path), noise()) == 0
 
 
-def test_what_has_no_behavior_says_so() -> None:
-    image = ApngImage(ApngOptions(), 4, 3)
-    with managed_error("NotSupportedException", "ApngImage.ResetDefaultImage()"):
-        image.reset_default_image()
+def test_what_is_not_supported_says_so() -> None:
+    reader = TiffStreamReader(struct.pack("<HHII", 700, 99, 3, 5))
+    tag = TiffUnknownType._cast_to(TiffDataType.read_tag(reader, 0)).value
+    with StreamContainer(io.BytesIO()) as container:
+        with managed_error("NotSupportedException", "A tag of the unknown type 99 cannot be written"):
+            tag.write_additional_data(TiffStreamWriter(container))
 
 
 def test_memory_is_given_back(tmp_path: Path) -> None:

@@ -9,7 +9,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Color, Image, IntRange, RasterCachedImage, RasterImage, Rectangle, ResizeType
+from zelmor.imaging import Color, Image, IntRange, RasterCachedImage, RasterImage, Rectangle, ResizeType, RotateFlipType
 from zelmor.imaging.fileformats.apng import ApngFrame, ApngImage
 from zelmor.imaging.fileformats.bigtiff import BigTiffImage
 from zelmor.imaging.fileformats.gif import GifImage
@@ -337,6 +337,77 @@ def test_an_apng_is_built(tmp_path: Path) -> None:
     assert times == [70, 70, 500, 70]
     popped = image.pop_frame_at(2)
     assert (popped.frame_time, image.page_count) == (500, 3)
+
+
+def default_and_frames(path: Path) -> tuple[Pixels | None, list[Pixels]]:
+    """The picture that programs show which know no animations, where it is no frame; and the frames."""
+    frames = read_frames(path)
+    with Pillow.open(path) as picture:
+        assert picture.is_animated or not picture.default_image
+        return (frames[0], frames[1:]) if picture.default_image else (None, frames)
+
+
+def test_the_default_image_of_an_apng(tmp_path: Path) -> None:
+    source = blocks(4)
+    pictures = [Pillow.fromarray(frame) for frame in source]
+    pictures[3].save(tmp_path / "a.png", save_all=True, append_images=pictures[:3], duration=80, default_image=True)
+    image = cast(ApngImage, Image.load(str(tmp_path / "a.png")))
+    assert image.page_count == 3
+    image.save(str(tmp_path / "b.png"))
+    shown_first, frames = default_and_frames(tmp_path / "b.png")
+    assert shown_first is not None and worst(shown_first, source[3]) == 0
+    assert same(frames, source[:3])
+    # A change of the image changes it, too.
+    image.rotate_flip(RotateFlipType.ROTATE_90_FLIP_NONE)
+    image.save(str(tmp_path / "c.png"))
+    shown_first, frames = default_and_frames(tmp_path / "c.png")
+    assert shown_first is not None and worst(shown_first, np.rot90(source[3], -1)) == 0
+    assert same(frames, [np.rot90(frame, -1) for frame in source[:3]])
+    # Another one, and none.
+    image = cast(ApngImage, Image.load(str(tmp_path / "a.png")))
+    image.set_default_image(raster(Image.load(write(tmp_path / "own.png", 255 - source[0]))))
+    image.save(str(tmp_path / "d.png"), ApngOptions())
+    shown_first, frames = default_and_frames(tmp_path / "d.png")
+    assert shown_first is not None and worst(shown_first, 255 - source[0]) == 0
+    assert same(frames, source[:3])
+    image.reset_default_image()
+    image.save(str(tmp_path / "e.png"))
+    shown_first, frames = default_and_frames(tmp_path / "e.png")
+    assert shown_first is None and same(frames, source[:3])
+    # Formats without such a picture get the frames alone, and a plain PNG the active one.
+    image = cast(ApngImage, Image.load(str(tmp_path / "a.png")))
+    image.save(str(tmp_path / "f.gif"))
+    assert len(read_frames(tmp_path / "f.gif")) == 3
+    image.save(str(tmp_path / "f.png"), PngOptions())
+    assert worst(read_frames(tmp_path / "f.png")[0], source[0]) == 0
+
+
+def test_a_default_image_beside_one_frame_and_other_colors(tmp_path: Path) -> None:
+    source = blocks(1)[0]
+    options = ApngOptions()
+    image = cast(ApngImage, Image.create(options, source.shape[1], source.shape[0]))
+    image.remove_all_frames()
+    image.add_frame(raster(Image.load(write(tmp_path / "frame.png", source))))
+    gray = np.ascontiguousarray(source[..., 1])
+    Pillow.fromarray(gray).save(tmp_path / "gray.png")
+    image.set_default_image(raster(Image.load(str(tmp_path / "gray.png"))))
+    image.save(str(tmp_path / "a.png"))
+    with Pillow.open(tmp_path / "a.png") as picture:
+        assert picture.default_image and picture.n_frames == 2
+    shown_first, [frame] = default_and_frames(tmp_path / "a.png")
+    assert shown_first is not None and worst(shown_first, np.stack([gray] * 3, -1)) == 0
+    assert worst(frame, source) == 0
+    again = cast(ApngImage, Image.load(str(tmp_path / "a.png")))
+    assert again.page_count == 1
+    again.save(str(tmp_path / "b.png"))
+    assert default_and_frames(tmp_path / "b.png")[0] is not None
+    with managed_error("ArgumentException", "The default image has 3 by 2 pixels; the animation has"):
+        image.set_default_image(raster(Image.create(PngOptions(), 3, 2)))
+    with managed_error("ArgumentNullException", "image"):
+        image.set_default_image(None)  # type: ignore[arg-type]
+    image.add_frame(raster(Image.create(PngOptions(), source.shape[1] + 4, source.shape[0])))
+    with managed_error("ImageSaveException", "the default image has"):
+        image.save(str(tmp_path / "c.png"))
 
 
 def test_a_gif_is_built_of_parts(tmp_path: Path) -> None:

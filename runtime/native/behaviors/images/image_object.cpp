@@ -201,6 +201,22 @@ void ImageObject::set_file_frames(imagework::SharedFrames frames, const imagewor
     m_file_frames = std::move(frames);
     m_file_frame = {m_file_frames, 0};
     m_source_options = options;
+    m_file_still = m_file_frames->still();
+}
+
+const imagework::Picture* ImageObject::still() const {
+    require_live();
+    if (m_file_still != nullptr) {
+        m_still = image_backend().decode_frame(m_file_still, 0, m_source_options);
+        m_file_still.reset();
+    }
+    return m_still.get();
+}
+
+void ImageObject::set_still(std::unique_ptr<imagework::Picture> picture) {
+    require_live();
+    m_still = std::move(picture);
+    m_file_still.reset();
 }
 
 namespace {

@@ -122,10 +122,16 @@ class ImageObject final : public ImageBase {
     void change(Step&& step) {
         require_uninterrupted(*this);
         put_drawings();
+        std::unique_ptr<imagework::Picture> changed_still;
+        if (const imagework::Picture* own = still()) {
+            changed_still = own->copy();
+            step(*changed_still);
+        }
         if (frame_count() == 1) {
             std::unique_ptr<imagework::Picture> changed = picture().copy();
             step(*changed);
-            return set_picture(std::move(changed));
+            set_picture(std::move(changed));
+            return take_changed_still(std::move(changed_still));
         }
         const FrameRange all = frames();
         std::vector<std::unique_ptr<imagework::Picture>> changed;
@@ -137,7 +143,14 @@ class ImageObject final : public ImageBase {
         for (size_t i = 0; i < changed.size(); ++i) {
             all[i]->set_picture(std::move(changed[i]));
         }
+        take_changed_still(std::move(changed_still));
     }
+
+    // The picture beside the frames of an animation that programs show which know none; null where that is the first
+    // frame. That of a file is decoded when it is first asked for.
+    const imagework::Picture* still() const;
+    // Null for none.
+    void set_still(std::unique_ptr<imagework::Picture> picture);
 
     // Drawings between begin_update() and end_update(). Operations on the image and save() find them in its pixels.
     void add_drawing(std::shared_ptr<PendingDrawing> drawing) { m_drawings.push_back(std::move(drawing)); }
@@ -212,6 +225,11 @@ class ImageObject final : public ImageBase {
     void references(ReferenceVisitor& visitor) override;
 
  private:
+    void take_changed_still(std::unique_ptr<imagework::Picture> picture) {
+        if (picture != nullptr) {
+            set_still(std::move(picture));
+        }
+    }
     void stop_reclaiming();
     void release_frames();
 
@@ -228,6 +246,8 @@ class ImageObject final : public ImageBase {
     mutable std::unique_ptr<imagework::Picture> m_picture;  // moves to the first frame; null until it is needed
     imagework::FrameOrigin m_file_frame;                    // which the picture is decoded from
     imagework::SharedFrames m_file_frames;
+    mutable std::unique_ptr<imagework::Picture> m_still;
+    mutable imagework::SharedFrames m_file_still;      // as long as it is not decoded, and nothing replaced it
     mutable std::vector<const ImageObject*> m_in_use;  // frames that were decoded, the one looked at last at the end
     imagework::FileFacts m_facts;
     mutable std::optional<imagework::PixelForm> m_form_of_facts;  // of the pixels that the facts tell of

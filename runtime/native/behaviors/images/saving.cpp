@@ -151,6 +151,18 @@ void write_image(ImageObject& image, const Request& request, DescribedFile& out)
     write_pages(image, request, std::move(pages), out);
 }
 
+// The picture beside an animation, where the file is an animation of the format that the image has.
+std::unique_ptr<Picture> still_of(const ImageObject& image, const Request& request) {
+    if (image.facts().format != request.format || !holds_frames(image, request) || image.still() == nullptr) {
+        return nullptr;
+    }
+    std::unique_ptr<Picture> still = image.still()->copy();
+    if (request.bounds != nullptr) {
+        still->crop({request.bounds->x, request.bounds->y, request.bounds->width, request.bounds->height});
+    }
+    return still;
+}
+
 // `image` adds its colors, its durations and its metadata.
 void write_pages(ImageObject& image, const Request& request, std::vector<Page> pages, DescribedFile& out) {
     const FormatMembers* members = members_of(request.format);
@@ -170,7 +182,8 @@ void write_pages(ImageObject& image, const Request& request, std::vector<Page> p
         return encoding;
     };
     const bool describes = members != nullptr && members->describe_frame != nullptr;
-    if (pages.size() == 1 && !(describes && members->is_described(*pages[0].source))) {
+    const auto still = still_of(image, request);
+    if (pages.size() == 1 && still == nullptr && !(describes && members->is_described(*pages[0].source))) {
         const Encoding encoding = encoding_of(pages[0]);
         out.set_pictures(request.format, {written_picture(image, request, pages[0])});
         return pages[0].picture->encode(encoding, out);
@@ -191,6 +204,7 @@ void write_pages(ImageObject& image, const Request& request, std::vector<Page> p
             members->describe_frame(image, *pages[i].source, i + 1 == pages.size(), frames[i]);
         }
     }
+    frames[0].still = still.get();
     std::vector<WrittenPicture> pictures;
     for (const Page& page : pages) {
         pictures.push_back(written_picture(image, request, page));

@@ -16,8 +16,9 @@ struct ApngFrame {
     int duration;
 };
 
-// Puts frames together; `plays` of 0 stands for ever.
-EncodedBytes joined_apng(std::span<const ApngFrame> frames, int plays);
+// Puts frames together; `plays` of 0 stands for ever. `still` is the picture for programs that know no animations, of the
+// same size and color type; without data it is the first frame.
+EncodedBytes joined_apng(std::span<const ApngFrame> frames, int plays, const EncodedBytes& still = {});
 
 }  // namespace zelmor::imagework
 

@@ -73,6 +73,19 @@ Ref<ImageObject> pop_frame_at(ImageObject& self, int32_t index) {
 void remove_frame_at(ImageObject& self, int32_t index) {
     self.take_frame(checked_index(self, index, "index"));
 }
+// The picture that programs show which know no animations; it is no frame.
+void set_default_image(ImageObject& self, ImageObject* image) {
+    const ImageObject& given = required_image(image, "image");
+    if (given.image_width() != self.image_width() || given.image_height() != self.image_height()) {
+        throw_argument("The default image has " + size_text(given.image_width(), given.image_height()) +
+                       " pixels; the animation has " + size_text(self.image_width(), self.image_height()) +
+                       ". (Parameter 'image')");
+    }
+    self.set_still(given.picture().copy());
+}
+void reset_default_image(ImageObject& self) {
+    self.set_still(nullptr);
+}
 
 const BehaviorTable ZELMOR_UNNAMED({
     behavior<&frame_duration, ApngFrameApi::get_FrameTime>(),
@@ -89,6 +102,8 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&insert_blank_frame, ApngImageApi::call_000_InsertFrame>(),
     behavior<&insert_image, ApngImageApi::call_001_InsertFrame>(),
     behavior<&insert_timed_image, ApngImageApi::call_002_InsertFrame>(),
+    behavior<&set_default_image, ApngImageApi::call_000_SetDefaultImage>(),
+    behavior<&reset_default_image, ApngImageApi::call_000_ResetDefaultImage>(),
     behavior<&pop_frame_at, ApngImageApi::call_000_PopFrameAt>(),
     behavior<&remove_frame_at, ApngImageApi::call_000_RemoveFrameAt>(),
 });

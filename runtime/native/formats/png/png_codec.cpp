@@ -116,13 +116,12 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
 }
 
 // Whether one header goes for all frames as they are.
-bool of_one_form(std::span<const FrameToWrite> frames) {
-    const Picture& first = *frames[0].picture;
+bool of_one_form(std::span<const Picture* const> pictures) {
+    const Picture& first = *pictures[0];
     const auto palette = first.palette();
-    return std::all_of(frames.begin(), frames.end(), [&](const FrameToWrite& frame) {
-        const Picture& picture = *frame.picture;
-        const auto own = picture.palette();
-        return picture.form() == first.form() && picture.profile() == first.profile() &&
+    return std::all_of(pictures.begin(), pictures.end(), [&](const Picture* picture) {
+        const auto own = picture->palette();
+        return picture->form() == first.form() && picture->profile() == first.profile() &&
                std::equal(palette.begin(), palette.end(), own.begin(), own.end());
     });
 }
@@ -135,11 +134,22 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
         throw PictureError(Failure::kEncoding, "the frames of an indexed PNG animation need one palette for all");
     }
     png.key = {};  // of one picture
-    if (png.color == PngColor::kAuto && !of_one_form(frames)) {
-        bool alpha = false;
-        for (const FrameToWrite& frame : frames) {
-            alpha = alpha || frame.picture->has_alpha();
+    std::vector<const Picture*> pictures;
+    for (const FrameToWrite& frame : frames) {
+        pictures.push_back(frame.picture);
+    }
+    const Picture* const still = frames[0].still;
+    if (still != nullptr) {
+        if (still->width() != pictures[0]->width() || still->height() != pictures[0]->height()) {
+            unfit("the default image has " + std::to_string(still->width()) + " by " + std::to_string(still->height()) +
+                  " pixels, and the animation " + std::to_string(pictures[0]->width()) + " by " +
+                  std::to_string(pictures[0]->height()));
         }
+        pictures.push_back(still);
+    }
+    if (png.color == PngColor::kAuto && !of_one_form(pictures)) {
+        const bool alpha =
+            std::any_of(pictures.begin(), pictures.end(), [](const Picture* picture) { return picture->has_alpha(); });
         png.color = alpha ? PngColor::kTruecolorAlpha : PngColor::kTruecolor;
         png.bit_depth = png.bit_depth == 0 ? 8 : png.bit_depth;
     }
@@ -147,7 +157,7 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     for (const FrameToWrite& frame : frames) {
         parts.push_back({frame.picture->encode(each), frame.duration});
     }
-    out.write_whole(joined_apng(parts, png.plays));
+    out.write_whole(joined_apng(parts, png.plays, still != nullptr ? still->encode(each) : EncodedBytes{}));
 }
 
 }  // namespace

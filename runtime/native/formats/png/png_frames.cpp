@@ -19,6 +19,7 @@
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/blending.h"
 #include "runtime/native/imagework/pixels/canvas_cache.h"
+#include "runtime/native/imagework/pixels/single_frame.h"
 #include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/pixels/whole_rows.h"
 
@@ -53,6 +54,7 @@ struct Animation {
     std::vector<Chunk> shared;
     std::vector<Chunk> data;  // of all frames, in their order
     std::vector<PngFrame> frames;
+    bool has_still = false;  // data before the first frame, which belong to none
 };
 
 [[noreturn]] void damaged(const char* what) {
@@ -108,6 +110,8 @@ class ChunkWalk {
                 m_before_data = false;
                 if (!found.frames.empty()) {
                     add_data(chunk, found);
+                } else {
+                    found.has_still = true;
                 }
                 break;
             case kFrameData:
@@ -180,7 +184,7 @@ class ChunkWalk {
 class ApngFrames final : public FrameSource {
  public:
     ApngFrames(const SharedSource& source, bool lenient, SharedBudget budget)
-        : m_lenient(lenient), m_budget(std::move(budget)), m_bytes(source) {
+        : m_source(source), m_lenient(lenient), m_budget(std::move(budget)), m_bytes(source) {
         try {
             ChunkWalk(m_bytes).run(m_file);
             if (m_file.frames.empty() || m_file.frames.back().data_count == 0) {
@@ -213,6 +217,19 @@ class ApngFrames final : public FrameSource {
             result.facts.palette = m_header.palette;
         }
         return result;
+    }
+
+    SharedFrames still() const override {
+        if (!m_file.has_still) {
+            return nullptr;
+        }
+        FileFacts facts = m_facts;
+        facts.variant = Variant::kUsual;
+        facts.has_still = false;
+        facts.frame_count = 1;
+        const PngReading reading{m_lenient, m_lenient, m_budget};
+        return std::make_shared<const SingleFrame>(facts,
+                                                   [source = m_source, reading] { return open_png(source, reading); });
     }
 
     bool composes() const override { return true; }
@@ -399,6 +416,7 @@ class ApngFrames final : public FrameSource {
         }
     }
 
+    SharedSource m_source;
     bool m_lenient;
     SharedBudget m_budget;
     Animation m_file;

@@ -80,6 +80,8 @@ class FrameSource : public std::enable_shared_from_this<FrameSource> {
     // costs the frames that it is composed of; frames that are opened in their order cost one each.
     // PictureError(kDamaged) where the frame makes no sense.
     virtual std::unique_ptr<RowReader> open(size_t index) const = 0;
+    // The picture beside an animation that programs show which know none; null where that is the first frame.
+    virtual std::shared_ptr<const FrameSource> still() const { return nullptr; }
     // Whether the frames are those of an animation, so that open() has done all the work.
     virtual bool composes() const { return false; }
 
