@@ -26,6 +26,7 @@ import os, resource, sys
 from zelmor.imaging import Image, RasterImage
 from zelmor.imaging import imageoptions as o
 from zelmor.imaging.fileformats.ico import IcoImage
+from zelmor.imaging.fileformats.jpeg import JpegCompressionMode
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 def options(kind, **settings):
     made = kind()
@@ -115,6 +116,10 @@ JOBS = [
     _written("ICO", "o.IcoOptions()", MAGICK, "{path}", "{out}", suffix=".ico", source="icon.png"),
     _written("JPEG", "options(o.JpegOptions, quality=85)", MAGICK, "{path}", "-quality", "85", "{out}",
              suffix=".jpg"),
+    _written("JPEG without loss", "options(o.JpegOptions, compression_type=JpegCompressionMode.LOSSLESS)", "dcmcjpeg",
+             "+e1", "{path}", "{out}", suffix=".jpg", source="dcm"),
+    _written("JPEG-LS", "options(o.JpegOptions, compression_type=JpegCompressionMode.JPEG_LS)", "dcmcjpls", "{path}",
+             "{out}", suffix=".jpg", source="dcm"),
     _written("JPEG 2000", "options(o.Jpeg2000Options, irreversible=False)", "opj_compress", "-i", "{path}", "-o",
              "{out}", suffix=".jp2"),
     _written("PDF", "o.PdfOptions()", MAGICK, "{path}", "-compress", "zip", "{out}", suffix=".pdf"),

@@ -42,7 +42,7 @@ constexpr DefaultValue kDefaults[] = {
     {GifOptions::property_DoPaletteCorrection, true},
     {GifOptions::property_HasTrailer, true},
 
-    {BmpOptions::property_BitsPerPixel, 24},
+    DefaultValue::unset(BmpOptions::property_BitsPerPixel),  // bmp_options.cpp
     {IcoOptions::property_BitsPerPixel, 32},
     {IcoOptions::property_Format, api::FileFormat::kPng},
 

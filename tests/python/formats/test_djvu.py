@@ -14,7 +14,7 @@ from zelmor.imaging import FileFormat, Image, Rectangle
 from zelmor.imaging.fileformats.djvu import DjvuImage
 from zelmor.imaging.fileformats.tiff import TiffImage
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
-from zelmor.imaging.imageoptions import DjvuMultiPageOptions, PngOptions, TiffOptions
+from zelmor.imaging.imageoptions import BmpOptions, DjvuMultiPageOptions, PngOptions, TiffOptions
 
 from support.image_oracles import managed_error, read, smooth, write
 
@@ -54,6 +54,20 @@ def drawn(path: Path, page: int) -> Any:
     """A page as the viewer of the library draws it."""
     run(path.parent, "ddjvu", "-format=ppm", f"-page={page}", "-subsample=1", path.name, "page.ppm")
     return read(path.parent / "page.ppm", "RGB")
+
+
+def test_a_page_of_ink_is_written_with_one_bit(book: Path, tmp_path: Path) -> None:
+    page = opened(book).djvu_pages[0]
+    for name, options in (("a.bmp", BmpOptions()), ("a.png", PngOptions()),
+                          ("a.tif", TiffOptions(TiffExpectedFormat.DEFAULT)), ("b.bmp", None), ("b.png", None),
+                          ("b.tif", None)):
+        if options is None:
+            page.save(str(tmp_path / name))
+        else:
+            page.save(str(tmp_path / name), options)
+        with Pillow.open(tmp_path / name) as picture:
+            assert picture.mode == "1", name
+            assert np.array_equal(np.asarray(picture), blocks() > 0), name
 
 
 def test_pages_of_a_document(book: Path, tmp_path: Path) -> None:

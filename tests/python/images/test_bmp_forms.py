@@ -114,3 +114,61 @@ def test_plain_rows_are_as_few_runs_as_the_format_allows(tmp_path: Path, bits: i
     wanted = sorted([most] * (width // most) + ([width % most] if width % most else []))
     assert lengths == [wanted, wanted]
     assert worst(pixels(load(tmp_path / "b.bmp"), tmp_path), source) == 0
+
+
+def ink(width: int, height: int = 5) -> Pixels:
+    return np.random.default_rng(width).integers(0, 2, (height, width)).astype(bool)
+
+
+def one_bit_file(pixels: Pixels, indexed: bool) -> bytes:
+    """A PNG of 1 bit a pixel, in black and white or with two colors."""
+    file = io.BytesIO()
+    if indexed:
+        picture = Pillow.fromarray(pixels.astype(np.uint8), "P")
+        picture.putpalette([10, 20, 200, 250, 240, 0])
+        picture.save(file, "PNG", bits=1)
+    else:
+        Pillow.fromarray(pixels).save(file, "PNG")
+    return file.getvalue()
+
+
+@pytest.mark.parametrize("width", [1, 7, 8, 9, 16, 31, 33, 100])
+@pytest.mark.parametrize("indexed", [False, True])
+def test_a_picture_of_one_bit_keeps_it(tmp_path: Path, width: int, indexed: bool) -> None:
+    pixels = ink(width)
+    image = Image.load(io.BytesIO(one_bit_file(pixels, indexed)))
+    unset, plain = BmpOptions(), BmpOptions()
+    assert unset.bits_per_pixel == 24
+    plain.bits_per_pixel = 24
+    image.save(str(tmp_path / "options.bmp"), unset)
+    image.save(str(tmp_path / "extension.bmp"))
+    image.save(str(tmp_path / "asked.bmp"), plain)
+    colors = np.array([[10, 20, 200], [250, 240, 0]] if indexed else [[0] * 3, [255] * 3])[pixels.astype(int)]
+    for name, bits in (("options", 1), ("extension", 1), ("asked", 24)):
+        data = (tmp_path / f"{name}.bmp").read_bytes()
+        assert struct.unpack_from("<H", data, 28) == (bits,)
+        assert len(data) == 54 + (8 if bits == 1 else 0) + (width * bits + 31) // 32 * 4 * len(pixels)
+        with Pillow.open(tmp_path / f"{name}.bmp") as picture:
+            assert np.array_equal(np.asarray(picture.convert("RGB")), colors)
+    again = Image.load(str(tmp_path / "options.bmp"))
+    assert again.bits_per_pixel == 1
+    again.save(str(tmp_path / "again.bmp"))
+    assert (tmp_path / "again.bmp").read_bytes() == (tmp_path / "options.bmp").read_bytes()
+
+
+@pytest.mark.parametrize("bits", [1, 4, 8, 16, 24, 32])
+@pytest.mark.parametrize("bands", [1, 3, 4])
+def test_all_depths_are_written_from_all_colors(tmp_path: Path, bits: int, bands: int) -> None:
+    """Two colors, which every depth has."""
+    chosen = np.array([[16, 24, 240, 255], [0, 255, 8, 255]], np.uint8)[ink(13, 6).astype(int)]
+    pixels = chosen[..., :bands] if bands > 1 else np.where(ink(13, 6), 255, 0).astype(np.uint8)
+    Pillow.fromarray(pixels).save(tmp_path / "a.png")
+    wanted = BmpOptions()
+    wanted.bits_per_pixel = bits
+    Image.load(str(tmp_path / "a.png")).save(str(tmp_path / "a.bmp"), wanted)
+    data = (tmp_path / "a.bmp").read_bytes()
+    assert struct.unpack_from("<H", data, 28) == (bits,)
+    with Pillow.open(tmp_path / "a.bmp") as picture:
+        found = np.asarray(picture.convert("RGB")).astype(int)
+    expected = pixels[..., :3] if bands > 1 else np.stack([pixels] * 3, -1)
+    assert np.abs(found - expected).max() <= (8 if bits == 16 else 0)

@@ -8,7 +8,8 @@ from typing import Any
 
 import pytest
 from zelmor.imaging import Image
-from zelmor.imaging.fileformats.bmp import BitmapCompression, BmpImage
+from zelmor.imaging.fileformats.bmp import (BitmapCompression, BitmapV4Header, BitmapV5Header, BmpImage,
+                                             Os22XBitmapHeader)
 from zelmor.imaging.imageoptions import BmpOptions
 
 from support.image_oracles import few_colors, noise
@@ -83,3 +84,41 @@ def test_all_fields_have_all_their_bytes(size: int, compression: int, count: int
     found = header_of(data)
     assert fields(found) == of_bytes(data)
     assert [mask & 0xFFFFFFFF for mask in found.extra_bit_masks] == list(masks)
+
+
+def versioned(size: int, tail: bytes) -> bytes:
+    """A file with a header of that size, whose fields behind the 40 bytes of all are given."""
+    header = struct.pack("<IiiHHIIiiII", size, 2, 1, 1, 24, 0, 8, 2835, 2835, 0, 0) + tail
+    assert len(header) == size
+    return struct.pack("<2sIII", b"BM", 14 + size + 8, 0, 14 + size) + header + bytes(range(8))
+
+
+def test_the_fourth_and_the_fifth_version() -> None:
+    words = [0x01020304 + 0x01010101 * i for i in range(21)]
+    words[-1] = 0x80706050  # shown as a signed number
+    for size, kind in ((108, BitmapV4Header), (124, BitmapV5Header)):
+        image_header = header_of(versioned(size, struct.pack(f"<{(size - 40) // 4}I", *words[:(size - 40) // 4])))
+        assert fields(image_header)[:3] == (size, 2, 1)
+        header = kind._cast_to(image_header).value
+        assert type(image_header) is kind or kind._is_assignable(image_header)
+        found = [header.red_mask, header.green_mask, header.blue_mask, header.alpha_mask, header.cs_type]
+        for point in (header.endpoints.cie_xyz_red, header.endpoints.cie_xyz_green, header.endpoints.cie_xyz_blue):
+            found += [point.cie_coordinates_x, point.cie_coordinates_y, point.cie_coordinates_z]
+        found += [header.gamma_red, header.gamma_green, header.gamma_blue]
+        if size == 124:
+            found += [header.intent, header.profile_data, header.profile_size, header.reserved]
+        assert [value & 0xFFFFFFFF for value in found] == words[:(size - 40) // 4]
+    assert not BitmapV5Header._is_assignable(header_of(versioned(108, bytes(68))))
+
+
+def test_the_header_of_os_2() -> None:
+    tail = struct.pack("<4H4I", 0x0102, 0x0304, 0x0506, 0x0708, 0x090A0B0C, 0x0D0E0F10, 0x11121314, 0x15161718)
+    plain = header_of(versioned(64, tail))
+    header = Os22XBitmapHeader._cast_to(plain).value
+    assert (header.units, header.reserved, header.recording, header.rendering) == (0x0102, 0x0304, 0x0506, 0x0708)
+    assert (header.size1, header.size2, header.color_encoding, header.identifier) == (
+        0x090A0B0C, 0x0D0E0F10, 0x11121314, 0x15161718)
+    assert header.extra_bit_masks is None
+    for size in (40, 52, 56):
+        other = header_of(versioned(size, bytes(size - 40)))
+        assert not Os22XBitmapHeader._is_assignable(other) and not BitmapV4Header._is_assignable(other)

@@ -5,6 +5,7 @@ from __future__ import annotations
 import datetime
 import uuid
 import xml.etree.ElementTree as ElementTree
+from typing import Any
 
 import pytest
 from zelmor.imaging import xmp
@@ -30,6 +31,8 @@ from zelmor.imaging.xmp.types.complex.thumbnail import Thumbnail
 from zelmor.imaging.xmp.types.complex.version import Version
 from zelmor.imaging.xmp.types.derived import (Rational, RenditionClass, XmpAgentName, XmpGuid, XmpLocale,
                                               XmpMimeType)
+
+from support.image_oracles import managed_error
 
 RDF = "http://www.w3.org/1999/02/22-rdf-syntax-ns#"
 LANG = "{http://www.w3.org/XML/1998/namespace}lang"
@@ -354,3 +357,11 @@ def test_text_that_xml_cannot_hold_is_refused_when_it_is_written() -> None:
     package.set_title("a\x01b")
     with pytest.raises(RuntimeError, match="ArgumentException.*control character"):
         package.get_xml_value()
+
+
+@pytest.mark.parametrize(("package", "member", "parameter"), [
+    (DublinCorePackage, "set_title", "title"), (XmpBasicPackage, "set_creator_tool", "creator_tool"),
+    (PhotoshopPackage, "set_city", "city")])
+def test_a_text_that_is_missing_is_named(package: Any, member: str, parameter: str) -> None:
+    with managed_error("ArgumentNullException", f"Value cannot be null. (Parameter '{parameter}')"):
+        getattr(package(), member)(None)

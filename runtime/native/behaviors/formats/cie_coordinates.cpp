@@ -1,5 +1,7 @@
 // The end points of a color space in a bitmap header: three coordinates each, fixed point numbers of 32 bits, low byte
 // first.
+#include "runtime/native/behaviors/formats/cie_coordinates.h"
+
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Bmp.Structures.h"
 #include "runtime/native/core/entry.h"
 #include "runtime/native/core/records.h"
@@ -11,7 +13,7 @@ namespace {
 constexpr const char* kCoordinates = api::FileFormats::Bmp::Structures::CieCoordinates::kType.name;
 constexpr const char* kTriple = api::FileFormats::Bmp::Structures::CieCoordinatesTriple::kType.name;
 constexpr size_t kCoordinatesBytes = 12;
-constexpr size_t kTripleBytes = 3 * kCoordinatesBytes;
+static_assert(kCieTripleBytes == 3 * kCoordinatesBytes);
 
 void require_bytes(std::span<const std::byte> bytes, size_t count) {
     if (bytes.size() < count) {
@@ -37,8 +39,10 @@ Ref<ManagedObject> coordinates(std::span<const std::byte> bytes) {
     return value;
 }
 
-Ref<ManagedObject> triple(std::span<const std::byte> bytes) {
-    require_bytes(bytes, kTripleBytes);
+}  // namespace
+
+Ref<ManagedObject> cie_triple_of(std::span<const std::byte> bytes) {
+    require_bytes(bytes, kCieTripleBytes);
     auto value = make_instance(kTriple);
     set_property(*value, "CieXyzRed", coordinates(bytes));
     set_property(*value, "CieXyzGreen", coordinates(bytes.subspan(kCoordinatesBytes)));
@@ -46,12 +50,14 @@ Ref<ManagedObject> triple(std::span<const std::byte> bytes) {
     return value;
 }
 
+namespace {
+
 using CieCoordinatesApi = api::FileFormats::Bmp::Structures::CieCoordinates;
 using CieCoordinatesTripleApi = api::FileFormats::Bmp::Structures::CieCoordinatesTriple;
 
 const BehaviorTable ZELMOR_UNNAMED({
     behavior<&coordinates, CieCoordinatesApi::ctor_000_CieCoordinates>(),
-    behavior<&triple, CieCoordinatesTripleApi::ctor_000_CieCoordinatesTriple>(),
+    behavior<&cie_triple_of, CieCoordinatesTripleApi::ctor_000_CieCoordinatesTriple>(),
 });
 
 }  // namespace

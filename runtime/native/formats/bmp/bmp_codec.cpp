@@ -17,10 +17,29 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
     return open_bmp(source, options);
 }
 
+void write(const VipsPicture& picture, std::vector<Argb> palette, const BmpEncoding& bmp, ByteSink& out) {
+    RowsHeader header = picture.rows_header();
+    header.palette = std::move(palette);
+    write_editable(out, [&](EditableFile& file) {
+        const auto writer = make_bmp_writer(header, bmp, file);
+        write_rows(picture, *writer);
+        writer->finish();
+    });
+}
+
 void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& wanted = encoding.format.get<BmpEncoding>();
     check_bmp_encoding(wanted);
     BmpEncoding bmp = wanted;
+    const PixelForm own_form = picture.form();
+    const bool is_bilevel =
+        own_form.bits == 1 && !own_form.alpha && encoding.palette.empty() && bmp.compression == BmpCompression::kRgb;
+    if (wanted.keeps_bilevel && is_bilevel) {
+        bmp.bits_per_pixel = 1;
+    }
+    if (bmp.bits_per_pixel == 1 && is_bilevel && own_form.color == ColorModel::kGray && !picture.profile()) {
+        return write(picture, {kBlack, kWhite}, bmp, out);
+    }
     picture.to_srgb();  // the format has no place for a profile
     std::vector<Argb> palette = encoding.palette;
     if (palette.empty() && picture.palette().size() <= size_t{1} << std::min(8, bmp.bits_per_pixel)) {
@@ -46,11 +65,8 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
                            encoding.diffuse);
         }
     }
-    write_editable(out, [&](EditableFile& file) {
-        const auto writer = make_bmp_writer(picture.rows_header(), bmp, file);
-        write_rows(picture, *writer);
-        writer->finish();
-    });
+    const auto colors = picture.palette();
+    write(picture, {colors.begin(), colors.end()}, bmp, out);
 }
 
 }  // namespace

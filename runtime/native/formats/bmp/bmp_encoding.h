@@ -15,6 +15,7 @@ struct BmpEncoding {
 
     int bits_per_pixel = 24;  // 1, 4, 8, 16, 24 or 32
     BmpCompression compression = BmpCompression::kRgb;
+    bool keeps_bilevel = false;  // a picture of 1 bit a pixel is written with 1 bit all the same
 };
 
 }  // namespace zelmor::imagework

@@ -7,6 +7,7 @@
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/images/setting_values.h"
 #include "runtime/native/formats/bmp/bmp_enumerations.h"
+#include "runtime/native/formats/bmp/bmp_options.h"
 
 namespace zelmor::embed {
 
@@ -16,7 +17,9 @@ namespace {
 
 FormatEncoding settings_of(const ManagedObject& options) {
     BmpEncoding result;
-    result.bits_per_pixel = setting(options, "BitsPerPixel");
+    const auto bits = own_bits_per_pixel(options);
+    result.bits_per_pixel = bits.value_or(result.bits_per_pixel);
+    result.keeps_bilevel = !bits;
     result.compression = supported(options, "Compression", kBmpCompressions);
     return result;
 }
@@ -38,7 +41,9 @@ bool is_indexed(const FormatEncoding& settings) {
 
 void suit(FormatEncoding& settings, const ImageObject& page) {
     if (page.facts().format != Format::kBmp) {
-        settings.get<BmpEncoding>().bits_per_pixel = page.picture().has_alpha() ? 32 : 24;
+        auto& bmp = settings.get<BmpEncoding>();
+        bmp.bits_per_pixel = page.picture().has_alpha() ? 32 : 24;
+        bmp.keeps_bilevel = true;
     }
 }
 

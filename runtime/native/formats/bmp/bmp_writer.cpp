@@ -1,6 +1,7 @@
 // Writing BMP; see bmp_codec.h. The last row comes first in the file.
 #include <algorithm>
 #include <cassert>
+#include <cstring>
 #include <string>
 
 #include "runtime/native/formats/bmp/bmp_codec.h"
@@ -107,8 +108,10 @@ class BmpWriter final : public RowWriter {
  private:
     void check_form() const {
         const PixelForm& form = m_header.form;
-        const bool fits = form.sample == SampleType::kUint8 &&
-                          (m_bits <= 8 ? form.color == ColorModel::kIndexed : form.color == ColorModel::kRgb);
+        const bool bilevel = m_bits == 1 && form.color == ColorModel::kGray && form.bits == 1 && !form.alpha;
+        const bool fits =
+            form.sample == SampleType::kUint8 &&
+            (m_bits <= 8 ? form.color == ColorModel::kIndexed || bilevel : form.color == ColorModel::kRgb);
         if (!fits) {
             throw PictureError(Failure::kEncoding,
                                "BMP of " + std::to_string(m_bits) + " bits per pixel does not hold such pixels");
@@ -161,40 +164,72 @@ class BmpWriter final : public RowWriter {
         m_out.write_at(0, out);
     }
 
+    // Of bytes that are 0 or 1, or 0 or 255: the first one becomes the highest bit.
+    static uint8_t eight_bits(const uint8_t* row) {
+        uint64_t bytes = 0;
+        std::memcpy(&bytes, row, sizeof(bytes));
+        return static_cast<uint8_t>((bytes & 0x0101010101010101) * 0x8040201008040201 >> 56);
+    }
+
     void put_indices(const uint8_t* row, uint8_t* to) const {
-        if (m_bits == 8) {
-            std::copy_n(row, m_header.width, to);
-            return;
-        }
-        const int per_byte = 8 / m_bits;
-        for (int32_t x = 0; x < m_header.width; x += per_byte) {
-            unsigned byte = 0;
-            for (int i = 0; i < per_byte; i++) {
-                byte = byte << m_bits | (x + i < m_header.width ? row[x + i] : 0U);
-            }
-            *to++ = static_cast<uint8_t>(byte);
+        const int32_t width = m_header.width;
+        int32_t x = 0;
+        switch (m_bits) {
+            case 8:
+                std::copy_n(row, width, to);
+                return;
+            case 4:
+                for (; x + 2 <= width; x += 2) {
+                    *to++ = static_cast<uint8_t>(row[x] << 4 | row[x + 1]);
+                }
+                if (x < width) {
+                    *to = static_cast<uint8_t>(row[x] << 4);
+                }
+                return;
+            default:
+                for (; x + 8 <= width; x += 8) {
+                    *to++ = eight_bits(row + x);
+                }
+                if (x < width) {
+                    uint8_t rest[8]{};
+                    std::copy_n(row + x, width - x, rest);
+                    *to = eight_bits(rest);
+                }
         }
     }
 
     void put_colors(const uint8_t* row, uint8_t* to) const {
         const bool alpha = m_header.form.alpha;
-        const size_t step = alpha ? 4 : 3;
-        const bool six = m_masks == &kRgb565Masks;
-        for (int32_t x = 0; x < m_header.width; x++, row += step) {
-            if (m_bits == 16) {
-                const unsigned green = six ? (row[1] * 63U + 127) / 255 : (row[1] * 31U + 127) / 255;
-                const unsigned pixel =
-                    (row[0] * 31U + 127) / 255 << (six ? 11 : 10) | green << 5 | (row[2] * 31U + 127) / 255;
-                *to++ = static_cast<uint8_t>(pixel);
-                *to++ = static_cast<uint8_t>(pixel >> 8);
-                continue;
+        switch (m_bits) {
+            case 16:
+                return put_words(row, to, m_header.width, alpha ? 4 : 3, m_masks == &kRgb565Masks);
+            case 24:
+                return alpha ? put_bytes<4, 3>(row, to, m_header.width) : put_bytes<3, 3>(row, to, m_header.width);
+            default:
+                return alpha ? put_bytes<4, 4>(row, to, m_header.width) : put_bytes<3, 4>(row, to, m_header.width);
+        }
+    }
+
+    // Bytes of a pixel in the picture and in the file.
+    template <int from, int into>
+    static void put_bytes(const uint8_t* row, uint8_t* to, int32_t width) {
+        for (int32_t x = 0; x < width; x++, row += from, to += into) {
+            to[0] = row[2];
+            to[1] = row[1];
+            to[2] = row[0];
+            if constexpr (into == 4) {
+                to[3] = from == 4 ? row[3] : 0xFF;
             }
-            *to++ = row[2];
-            *to++ = row[1];
-            *to++ = row[0];
-            if (m_bits == 32) {
-                *to++ = alpha ? row[3] : 0xFF;
-            }
+        }
+    }
+
+    static void put_words(const uint8_t* row, uint8_t* to, int32_t width, int step, bool six) {
+        for (int32_t x = 0; x < width; x++, row += step, to += 2) {
+            const unsigned green = six ? (row[1] * 63U + 127) / 255 : (row[1] * 31U + 127) / 255;
+            const unsigned pixel =
+                (row[0] * 31U + 127) / 255 << (six ? 11 : 10) | green << 5 | (row[2] * 31U + 127) / 255;
+            to[0] = static_cast<uint8_t>(pixel);
+            to[1] = static_cast<uint8_t>(pixel >> 8);
         }
     }
 
