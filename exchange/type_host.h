@@ -65,7 +65,7 @@ class TypeHost {
 
  private:
     [[gnu::noinline, gnu::cold]] static Host& make_instance() {
-        static Host host;
+        static Host host;  // filled in once, under the interpreter lock
         s_instance = &host;
         return host;
     }

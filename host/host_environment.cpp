@@ -11,6 +11,7 @@
 #include "host/host_trace.h"
 #include "host/pal.h"
 
+// Never changed: exported for others that look for it.
 const char* ZelmorDomainName = "ZelmorCLRHostDomain";
 
 namespace {

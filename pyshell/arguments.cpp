@@ -119,7 +119,7 @@ struct CountKey {
     bool operator==(const CountKey&) const = default;
 };
 
-RememberedTexts<CountKey, 256> count_messages;
+RememberedTexts<CountKey, 256> count_messages;  // used under the interpreter lock
 
 // The same as a borrowed reference, or null with an exception set.
 PyObject* remembered_count_message(const char* const* names, Py_ssize_t count, Py_ssize_t given) {

@@ -3,6 +3,7 @@
 
 using zelmor::CapsuleRow;
 
+// Filled in during the import, and only read from then on.
 ZelmorHandleToPy wrpPyl_convcaps_clr_to_py_38F75AAE_Image = nullptr;
 ZelmorHandleToPy wrpPyl_convcaps_clr_to_py_7C71CA59_Matrix = nullptr;
 ZelmorHandleToPy wrpPyl_convcaps_clr_to_py_7C757331_Pen = nullptr;

@@ -11,6 +11,7 @@
 
 using zelmor::CapsuleRow;
 
+// Filled in during the import, as the head of the file says.
 ZelmorHandleToPy wrpPyl_convcaps_clr_to_py_359C4ED8_Object = nullptr;
 ZelmorPyToHandle wrpPyl_trancaps_py_to_clr_359C4ED8_Object = nullptr;
 ZelmorHandleToPy wrpPyl_convcaps_clr_to_py_738AFABA_Enum = nullptr;

@@ -7,8 +7,9 @@ Spelling inside identifiers: codespell checks whole words; this tool checks the 
 names for stems of British spelling. Names that the project did not choose, such as those of the managed API, are listed
 in setup.cfg, section [source_rules].
 
-Shared state of the runtime: a variable that lives as long as the process, and can change, has a comment that says why
-threads may share it.
+Shared state: a variable of the product that lives as long as the process, and can change, has a comment that says why
+threads may share it. Tables that the interpreter's interface wants changeable need none: it fills types, methods and
+modules in itself while it makes them, under its lock, and never changes the names of keywords.
 
 Formats in their rooms: outside of runtime/native/formats no source of the runtime names a certain file format. What
 depends on one is a function or a field of the record in the folder of the format.
@@ -68,18 +69,25 @@ LASTING = re.compile(r"\s+(?:static|thread_local)\b[^(]*?[=;{]|"
                      r"(?!using|return|extern|namespace|class|concept|struct|enum|union|typedef|friend|template)"
                      r"[A-Za-z_][\w:<>,\s*&]*[\s*&>]\w+(?: = [^;]*|\{[^;]*\})?;")
 CONSTANT = re.compile(r"\b(?:const\b(?![^=;{]*\*\s*\w+\s*[=;{])|constexpr\b|static_assert)")
+OF_THE_INTERPRETER = re.compile(r"\s*(?:static |constinit )*(?:Py\w+(?:Object|Def|Methods|Procs) \w+|char\* \w+\[\])")
+#: Where the product is: all but its tests and benches.
+NOT_OF_THE_PRODUCT = ("tests/", "bench/", "tools/")
 
 
 def shared_state_findings(path: str, text: str) -> Iterator[str]:
-    """Lasting variables of a source of the runtime without a comment on the line, or in the lines right above."""
+    """Lasting variables of a source without a comment on the line, or in the lines right above.
+
+    Variables that stand together may share one.
+    """
     lines = text.splitlines()
     for at, line in enumerate(lines):
         code = line.split("//")[0]
-        if not LASTING.match(code) or CONSTANT.search(code):
+        if not LASTING.match(code) or CONSTANT.search(code) or OF_THE_INTERPRETER.match(code):
             continue
-        first = at
-        while first > 0 and at - first < 4 and lines[first - 1].strip():
+        first, others = at, 0
+        while first > 0 and others < 4 and lines[first - 1].strip():
             first -= 1
+            others += 0 if LASTING.match(lines[first]) else 1
         if not any("//" in near for near in lines[first:at + 1]):
             yield f"{path}:{at + 1}: a variable that threads share, without the reason why they may"
 
@@ -120,8 +128,9 @@ def main() -> int:
     for path, text in tracked_texts():
         if path.endswith((".h", ".c", ".cpp")):
             findings += guard_findings(path, text)
-            if path.startswith("runtime/"):
+            if not path.startswith(NOT_OF_THE_PRODUCT):
                 findings += shared_state_findings(path, text)
+            if path.startswith("runtime/"):
                 findings += format_findings(path, text)
         if not path.startswith(NOT_SPELLED_HERE):
             findings += spelling_findings(path, text, foreign)

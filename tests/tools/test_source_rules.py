@@ -96,6 +96,20 @@ def test_a_lasting_variable_needs_a_reason(line: str) -> None:
     assert list(shared_state_findings(path, f"// Of something else.\n\n{line}\n")) != []
 
 
+def test_variables_that_stand_together_share_a_reason() -> None:
+    together = "".join(f"ToPython convert_{number} = nullptr;\n" for number in range(9))
+    assert list(shared_state_findings("pyshell/a.cpp", f"// Filled in by the import.\n{together}")) == []
+    assert len(list(shared_state_findings("pyshell/a.cpp", f"// Of something else.\n\n{together}"))) == 9
+
+
+@pytest.mark.parametrize("line", [
+    "PyTypeObject type = {};", "constinit PyTypeObject type = made();", "PyModuleDef module = {", "PyMappingMethods m = {",
+    "    static char* keywords[] = {nullptr};", "static PyBufferProcs procs = {",
+])
+def test_tables_of_the_interpreter_need_none(line: str) -> None:
+    assert list(shared_state_findings("pyshell/a.cpp", f"void f() {{\n{line}\n")) == []
+
+
 @pytest.mark.parametrize("line", [
     "    static const Names& names = *new Names;", "    static constexpr int kMost = 3;",
     "    static int of(int value);",
