@@ -16,7 +16,8 @@ from support.image_oracles import load, managed_error
 from zelmor.imaging import Image, ImageOptionsBase
 from zelmor.imaging.fileformats.bmp import BitmapCompression
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
-from zelmor.imaging.imageoptions import BmpOptions, GifOptions, JpegOptions, PngOptions, TiffOptions, WebPOptions
+from zelmor.imaging.imageoptions import (ApngOptions, BmpOptions, GifOptions, JpegOptions, PngOptions, TiffOptions,
+                                         WebPOptions)
 
 #: Formats whose files are written while they are encoded.
 KINDS = ("png", "jpg", "bmp", "tif", "gif", "webp")
@@ -69,24 +70,30 @@ def in_memory(image: Image, kind: str) -> bytes:
     return stream.getvalue()
 
 
-@pytest.mark.parametrize("kind", ["png", "jpg", "bmp", "tif", "gif", "pdf"])
+@pytest.mark.parametrize("kind", ["png", "jpg", "bmp", "rle", "tif", "gif", "pdf"])
 def test_a_save_takes_less_memory_than_its_file(tmp_path: Path, kind: str) -> None:
-    big = noisy(tmp_path / "big.png", 3000, 2000, indexed=kind == "gif")
+    indexed = kind in ("gif", "rle")
+    big = noisy(tmp_path / "big.png", 3000, 2000, indexed)
     run_child("""
 import os, sys
 from zelmor.imaging import Image
+from zelmor.imaging.fileformats.bmp import BitmapCompression
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.imageoptions import BmpOptions, GifOptions, JpegOptions, PdfOptions, PngOptions, TiffOptions
 def memory(name):
     with open("/proc/self/status") as status:
         return next(int(line.split()[1]) << 10 for line in status if line.startswith(name))
 def save(source, target, kind):
-    options = {"png": PngOptions, "jpg": JpegOptions, "bmp": BmpOptions, "gif": GifOptions, "pdf": PdfOptions,
+    options = {"png": PngOptions, "jpg": JpegOptions, "bmp": BmpOptions, "rle": BmpOptions, "gif": GifOptions,
+               "pdf": PdfOptions,
                "tif": lambda: TiffOptions(TiffExpectedFormat.TIFF_NO_COMPRESSION_RGB)}[kind]()
     if kind == "png":
         options.compression_level = 1
     elif kind == "jpg":
         options.quality = 100
+    elif kind == "rle":
+        options.bits_per_pixel = 8
+        options.compression = BitmapCompression.RLE8
     with Image.load(source) as image:
         image.save(target, options)
 small, big, target, kind = sys.argv[1:]
@@ -98,10 +105,65 @@ grown = memory("VmHWM") - before
 size = os.path.getsize(target)
 # The coefficients of the whole picture, two bytes each, belong to the encoding of a JPEG file.
 needed = 3000 * 2000 * 3 * 2 if kind == "jpg" else 0
-assert size > (7_000_000 if kind == "gif" else 14_000_000), size
+assert size > (7_000_000 if kind in ("gif", "rle") else 14_000_000), size
 assert grown < needed + size // 2, (grown, size)
-""", str(noisy(tmp_path / "small.png", indexed=kind == "gif")), str(big), str(tmp_path / "out"), kind,
-              PYTHONMALLOC="malloc")
+""", str(noisy(tmp_path / "small.png", indexed=indexed)), str(big), str(tmp_path / "out"), kind, PYTHONMALLOC="malloc")
+
+
+@pytest.mark.parametrize("kind", ["png", "webp", "gif"])
+def test_an_animation_is_written_frame_by_frame(tmp_path: Path, kind: str) -> None:
+    """However many there are, the pixels of some are in memory; of PNG not even the file is."""
+    random = np.random.default_rng(6)
+    for name, count, size in (("small", 2, 20), ("big", 70, 1000)):
+        frames = [Pillow.new("RGB", (size, size), tuple(random.integers(0, 256, 3))) for _ in range(count)]
+        frames[0].save(tmp_path / f"{name}.png", save_all=True, append_images=frames[1:])
+    run_child("""
+import os, sys
+from zelmor.imaging import Image
+from zelmor.imaging.imageoptions import ApngOptions, GifOptions, WebPOptions
+def memory(name):
+    with open("/proc/self/status") as status:
+        return next(int(line.split()[1]) << 10 for line in status if line.startswith(name))
+def save(source, target, kind):
+    options = {"png": ApngOptions, "gif": GifOptions, "webp": WebPOptions}[kind]()
+    if kind == "png":
+        options.compression_level = 0
+    with Image.load(source) as image:
+        image.save(target, options)
+small, big, target, kind = sys.argv[1:]
+save(small, target, kind)
+open("/proc/self/clear_refs", "w").write("5")  # the peak so far counts no longer
+before = memory("VmRSS")
+save(big, target, kind)
+grown, size = memory("VmHWM") - before, os.path.getsize(target)
+assert (size > 200_000_000) == (kind == "png"), size
+# Up to 64 MB of frames that were looked at last, as many of canvases to go on from, and what is being written.
+assert grown < 2 * 64 * 2**20 + 12 * 4_000_000 < 70 * 3_000_000, (grown, size)
+""", str(tmp_path / "small.png"), str(tmp_path / "big.png"), str(tmp_path / "out"), kind, PYTHONMALLOC="malloc")
+
+
+def test_an_animation_has_the_bytes_of_a_stream(tmp_path: Path, target: Path) -> None:
+    """With a profile and metadata, which stand before the first pixels."""
+    random = np.random.default_rng(7)
+    profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+    frames = [Pillow.fromarray(random.integers(0, 256, (90, 80, 3), np.uint8)) for _ in range(3)]
+    exif = Pillow.Exif()
+    exif[0x010E] = "described"
+    frames[0].save(tmp_path / "a.png", save_all=True, append_images=frames[1:], icc_profile=profile, exif=exif,
+                   duration=[100, 200, 300])
+    image = load(tmp_path / "a.png")
+    image.save(str(target), ApngOptions())
+    stream = io.BytesIO()
+    image.save(stream, ApngOptions())
+    content = target.read_bytes()
+    assert content == stream.getvalue()
+    assert content.index(b"acTL") < content.index(b"iCCP") < content.index(b"fcTL") < content.index(b"IDAT")
+    with Pillow.open(target) as copy:
+        assert copy.n_frames == 3 and copy.info["icc_profile"] == profile and copy.getexif()[0x010E] == "described"
+        for number, frame in enumerate(frames):
+            copy.seek(number)
+            assert copy.info["duration"] == 100 * (number + 1)
+            assert (np.asarray(copy.convert("RGB")) == np.asarray(frame)).all()
 
 
 @pytest.mark.parametrize("kind", KINDS)

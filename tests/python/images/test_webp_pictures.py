@@ -248,6 +248,28 @@ def test_animations_are_written(lossless: bool) -> None:
                    for page, before in zip(again.pages, source, strict=True))
 
 
+def test_pixels_that_a_disposal_clears_are_told_in_the_header() -> None:
+    """An opaque frame goes, and another takes a part of its place: no frame's data has alpha, but the animation has."""
+    whole, part = noise(4, 1, 48, 32), np.zeros((32, 48, 4), np.uint8)
+    whole[..., 3] = 255
+    part[8:24, 16:32] = whole[8:24, 16:32]
+    whole = whole[::-1].copy()
+    frames = [frame_chunk(frame, 0, 0, 100, replaces=True, lossless=True) for frame in (whole, part)]
+    file = io.BytesIO()
+    options = WebPOptions()
+    options.lossless = True
+    loaded(animation(48, 32, frames)).save(file, options)
+    data = file.getvalue()
+    codes = [content[16:20] + content[24:29] for kind, content in chunks(data) if kind == b"ANMF"]
+    assert [code[:4] for code in codes] == [b"VP8L"] * 2
+    assert all(int.from_bytes(code[5:9], "little") >> 28 & 1 == 0 for code in codes)  # no alpha in their data
+    assert data[12:16] == b"VP8X" and data[20] & 0x10
+    with Pillow.open(io.BytesIO(data)) as picture:
+        assert picture.mode == "RGBA"
+    assert [(frame == source).all() for frame, source in zip(pillow_frames(data), (whole, part), strict=True)] == [True] * 2
+    assert worst(seen(loaded(data).pages[1]), part.astype(int)) == 0
+
+
 def test_frames_are_found_without_being_decoded() -> None:
     """Damaged frames are an error when they are looked at; those that need them alone are hurt."""
     count, bad = 400, 250

@@ -2,6 +2,7 @@
 #include "runtime/native/core/collector.h"
 
 #include <gtest/gtest.h>
+#include <time.h>
 
 #include <algorithm>
 #include <random>
@@ -248,6 +249,82 @@ TEST_F(CollectorTest, ObjectsThatStayAreLookedAtAFewTimes) {
     // A run looks twice: young, middle, and old as often as these have doubled.
     EXPECT_LT(looks, 12 * kObjects);
     EXPECT_GT(looks, 0);
+}
+
+// Two objects that hold each other; a run's looks at them are counted.
+class Looked final : public ManagedObject {
+ public:
+    explicit Looked(int64_t& looks) : ManagedObject(object_type()), m_looks(looks) { track(); }
+    void references(ReferenceVisitor& visitor) override {
+        ++m_looks;
+        visitor(others);
+    }
+    std::vector<Ref<Looked>> others;
+
+ private:
+    int64_t& m_looks;
+};
+
+std::vector<Ref<Looked>> looked_ring(int64_t& looks) {
+    std::vector<Ref<Looked>> ring{make_ref<Looked>(looks), make_ref<Looked>(looks)};
+    ring[0]->others.push_back(ring[1]);
+    ring[1]->others.push_back(ring[0]);
+    return ring;
+}
+
+double thread_seconds() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+// The pauses of a program that makes rings and drops them: no call does more than a few runs' work.
+TEST_F(CollectorTest, NoCallWaitsLongWhileRingsComeAndGo) {
+    int64_t looks = 0;
+    int64_t most = 0;
+    double longest = 0;
+    for (int i = 0; i < 100'000; ++i) {
+        const int64_t before = looks;
+        const double start = thread_seconds();
+        {
+            const AssemblyScope scope(Assembly::kImaging);
+            looked_ring(looks);
+        }
+        longest = std::max(longest, thread_seconds() - start);
+        most = std::max(most, looks - before);
+    }
+    // A young run is due after 2,000 objects, and at most four such lots are looked at together: twice while counting
+    // and searching, and once while they are ended.
+    EXPECT_GT(most, 2'000);
+    EXPECT_LT(most, 3 * 4 * 2'002);
+    EXPECT_LT(longest, 0.25);  // seconds of the processor; a few milliseconds are usual
+}
+
+// The same with 100,000 rings that stay, and then go at once: each object costs a run a constant.
+TEST_F(CollectorTest, NoCallWaitsLongAmongManyRings) {
+    constexpr int64_t kRings = 100'000;
+    int64_t looks = 0;
+    int64_t most = 0;
+    double longest = 0;
+    std::vector<std::vector<Ref<Looked>>> kept;
+    const auto measured = [&](const auto& step) {
+        const int64_t before = looks;
+        const double start = thread_seconds();
+        step();
+        longest = std::max(longest, thread_seconds() - start);
+        most = std::max(most, looks - before);
+    };
+    for (int64_t i = 0; i < kRings; ++i) {
+        measured([&] {
+            const AssemblyScope scope(Assembly::kImaging);
+            kept.push_back(looked_ring(looks));
+        });
+    }
+    kept.clear();
+    measured([] { EXPECT_EQ(collect_all(), 2U * kRings); });
+    EXPECT_GE(most, 2 * kRings);
+    EXPECT_LE(most, 3 * 2 * kRings);
+    EXPECT_LT(longest, 1.0);
 }
 
 // A graph with random edges and roots, beside a model of it that is searched from the roots.

@@ -321,7 +321,7 @@ void ImageObject::let_frames_go(size_t kept) const {
         m_in_use.erase(m_in_use.begin());
         if (oldest.m_picture != nullptr && oldest.origin().source) {
             oldest.m_picture->let_go();
-            if (oldest.m_picture->is_decoded()) {  // of an animation, whose frames are decoded as they are opened
+            if (oldest.m_picture->is_decoded()) {  // of a recovery, which decodes as it opens
                 oldest.m_picture.reset();
             }
         }

@@ -1,4 +1,8 @@
 // Writing BMP; see bmp_codec.h. The last row comes first in the file.
+//
+// Where a row lies is known at once, but not in run-length data: there it depends on the length of the rows below. So
+// runs are written as they come, with the bytes of each row in the opposite order, and when all are there, the order of
+// all bytes is turned: the last row is the first then, and each row is right.
 #include <algorithm>
 #include <cassert>
 #include <cstring>
@@ -14,7 +18,8 @@ namespace {
 
 constexpr size_t kFileHeader = 14;
 constexpr size_t kPlainHeader = 40;
-constexpr size_t kLongHeader = 108;  // of bit fields: with masks and a color space
+constexpr size_t kPiece = size_t{64} << 10;  // of run-length data
+constexpr size_t kLongHeader = 108;          // of bit fields: with masks and a color space
 
 // Bits of the channels in a pixel, as the header states them.
 struct Masks {
@@ -57,6 +62,7 @@ class BmpWriter final : public RowWriter {
             kFileHeader + (m_masks != nullptr ? kLongHeader : kPlainHeader) + sizeof(Argb) * header.palette.size();
         const uint64_t size = m_data_at + (m_runs ? 0 : m_stride * static_cast<uint64_t>(header.height));
         require_size(size);
+        m_coded_to = m_data_at;
         if (!m_runs) {
             put_headers(size);
         }
@@ -71,8 +77,7 @@ class BmpWriter final : public RowWriter {
         for (int32_t i = 0; i < count; i++) {
             const uint8_t* row = rows.data() + row_size * static_cast<size_t>(i);
             if (m_runs) {
-                m_row_starts.push_back(m_coded.size());
-                code_runs(row);
+                code_runs(row, m_next - count + i == 0);
                 continue;
             }
             uint8_t* to = m_stored.data() + m_stride * static_cast<size_t>(count - 1 - i);
@@ -82,7 +87,9 @@ class BmpWriter final : public RowWriter {
                 put_colors(row, to);
             }
         }
-        if (!m_runs) {
+        if (m_runs) {
+            put_runs(kPiece);
+        } else {
             m_out.write_at(m_data_at + m_stride * static_cast<uint64_t>(m_header.height - m_next), m_stored);
         }
     }
@@ -92,17 +99,9 @@ class BmpWriter final : public RowWriter {
         if (!m_runs) {
             return;
         }
-        constexpr uint64_t kRowEnd = 2;
-        const uint64_t size = m_data_at + m_coded.size() + kRowEnd * m_row_starts.size();
-        require_size(size);
-        put_headers(size);
-        size_t end = m_coded.size();
-        for (size_t row = m_row_starts.size(); row-- > 0; end = m_row_starts[row]) {
-            m_stored.assign(m_coded.begin() + static_cast<std::ptrdiff_t>(m_row_starts[row]),
-                            m_coded.begin() + static_cast<std::ptrdiff_t>(end));
-            put_u16(m_stored, row == 0 ? 0x0100 : 0);  // the end of the picture, or of the row
-            m_out.write_at(m_out.size(), m_stored);
-        }
+        put_runs(1);
+        put_headers(m_coded_to);
+        turn_runs();
     }
 
  private:
@@ -126,6 +125,34 @@ class BmpWriter final : public RowWriter {
         constexpr uint64_t kMost = 0xFFFFFFFF;
         if (size > kMost) {
             throw PictureError(Failure::kEncoding, "the file would be larger than BMP files can be");
+        }
+    }
+
+    // Writes the runs that wait, if there are so many bytes of them.
+    void put_runs(size_t least) {
+        if (m_coded.size() >= least) {
+            require_size(m_coded_to + m_coded.size());
+            m_out.write_at(m_coded_to, m_coded);
+            m_coded_to += m_coded.size();
+            m_coded.clear();
+        }
+    }
+
+    // Turns the order of all bytes behind the headers.
+    void turn_runs() {
+        std::vector<uint8_t> low(kPiece), high(kPiece);
+        for (uint64_t from = m_data_at, to = m_coded_to; to - from > 1;) {
+            const auto size = static_cast<size_t>(std::min<uint64_t>(kPiece, (to - from) / 2));
+            low.resize(size);
+            high.resize(size);
+            m_out.read_at(from, low);
+            m_out.read_at(to - size, high);
+            std::reverse(low.begin(), low.end());
+            std::reverse(high.begin(), high.end());
+            m_out.write_at(from, high);
+            m_out.write_at(to - size, low);
+            from += size;
+            to -= size;
         }
     }
 
@@ -234,8 +261,10 @@ class BmpWriter final : public RowWriter {
     }
 
     // Runs of one index only: valid, and where run-length coding pays, nearly as short as with literals.
-    void code_runs(const uint8_t* row) {
+    // The bytes come in the opposite order.
+    void code_runs(const uint8_t* row, bool last_of_file) {
         constexpr int32_t kLongest = 255;
+        const size_t start = m_coded.size();
         for (int32_t x = 0; x < m_header.width;) {
             int32_t end = x + 1;
             while (end < m_header.width && end - x < kLongest && row[end] == row[x]) {
@@ -245,6 +274,8 @@ class BmpWriter final : public RowWriter {
             m_coded.push_back(m_bits == 4 ? static_cast<uint8_t>(row[x] << 4 | row[x]) : row[x]);
             x = end;
         }
+        put_u16(m_coded, last_of_file ? 0x0100 : 0);  // the end of the picture, or of the row
+        std::reverse(m_coded.begin() + static_cast<std::ptrdiff_t>(start), m_coded.end());
     }
 
     RowsHeader m_header;
@@ -256,8 +287,8 @@ class BmpWriter final : public RowWriter {
     size_t m_data_at = 0;
     int32_t m_next = 0;
     std::vector<uint8_t> m_stored;  // rows as the file has them
-    std::vector<uint8_t> m_coded;   // the runs of all rows, the first row first
-    std::vector<size_t> m_row_starts;
+    std::vector<uint8_t> m_coded;   // runs that wait to be written
+    uint64_t m_coded_to = 0;        // where they go
 };
 
 }  // namespace

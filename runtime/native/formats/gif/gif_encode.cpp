@@ -311,6 +311,7 @@ class Animation {
 
  private:
     Composed composed(const FrameToWrite& frame, Canvas canvas) const {
+        const DecodedToWrite decoded(*frame.picture);
         const auto own = frame.picture->copy();
         auto& picture = static_cast<VipsPicture&>(*own);
         prepare_for_encoding(picture, *frame.encoding);

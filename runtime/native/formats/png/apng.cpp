@@ -2,93 +2,106 @@
 #include "runtime/native/formats/png/apng.h"
 
 #include <algorithm>
-#include <optional>
+#include <cassert>
 
-#include "runtime/native/formats/png/png_chunks.h"
-#include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/probe/byte_reader.h"
 
 namespace zelmor::imagework {
-namespace {
 
-class ApngWriter {
- public:
-    ApngWriter(size_t frames, int plays) : m_frames(frames), m_plays(plays) { put_png_signature(m_out); }
+void ApngJoiner::start_still() {
+    assert(m_files == 0);
+    m_files++;
+    m_controlled = true;  // it is no frame
+}
 
-    // The chunks of the file, with the data of the picture that all programs show. It is the first frame unless the
-    // duration is absent.
-    void put_first(const EncodedBytes& png, std::optional<int> duration) {
-        for (const PngChunk& chunk : png_chunks(png.bytes())) {
-            if (chunk.type == kIend) {
-                continue;
-            }
-            if (chunk.type == kIdat && duration) {
-                put_control(*duration);
-                duration.reset();
-            }
-            put_png_chunk(m_out, chunk.type, chunk.data);
-            if (chunk.type == kIhdr) {
-                m_size.assign(chunk.data.begin(), chunk.data.begin() + 8);  // width and height
-                std::vector<uint8_t> fields;
-                put_png_u32(fields, static_cast<uint32_t>(m_frames));
-                put_png_u32(fields, static_cast<uint32_t>(m_plays));
-                put_png_chunk(m_out, kControl, fields);
-            }
+void ApngJoiner::start_frame(int duration) {
+    assert(m_begun < m_frames && m_kept.empty());
+    m_files++;
+    m_begun++;
+    m_duration = duration;
+    m_in_chunks = false;
+    m_controlled = false;
+}
+
+void ApngJoiner::write(std::span<const uint8_t> bytes) {
+    constexpr size_t kAround = 12;  // a chunk's length, type and checksum
+    assert(m_files > 0);
+    m_kept.insert(m_kept.end(), bytes.begin(), bytes.end());
+    const ByteReader in(m_kept, true);
+    size_t at = 0;
+    if (!m_in_chunks && in.has(0, kFirstChunk)) {
+        at = static_cast<size_t>(kFirstChunk);
+        if (m_files == 1) {
+            m_out.write(std::span(m_kept).first(at));
         }
+        m_in_chunks = true;
     }
-
-    void put_frame(const ApngFrame& frame) {
-        put_control(frame.duration);
-        for (const PngChunk& chunk : png_chunks(frame.png.bytes())) {
-            if (chunk.type == kIdat) {
-                std::vector<uint8_t> data;
-                put_png_u32(data, m_sequence++);
-                data.insert(data.end(), chunk.data.begin(), chunk.data.end());
-                put_png_chunk(m_out, kFrameData, data);
-            }
+    while (m_in_chunks && in.has(at, kAround)) {
+        const size_t length = in.u32(at);
+        if (!in.has(at, kAround + length)) {
+            break;
         }
+        take({in.u32(at + 4), std::span<const uint8_t>(m_kept).subspan(at + 8, length)});
+        at += kAround + length;
     }
+    m_kept.erase(m_kept.begin(), m_kept.begin() + static_cast<std::ptrdiff_t>(at));
+}
 
-    std::vector<uint8_t> take() {
-        put_png_chunk(m_out, kIend, {});
-        return std::move(m_out);
+void ApngJoiner::take(const PngChunk& chunk) {
+    const bool first = m_files == 1;
+    if (chunk.type == kIend) {
+        return;
     }
-
- private:
-    void put_control(int duration) {
+    if (chunk.type == kIhdr) {
+        m_size.assign(chunk.data.begin(), chunk.data.begin() + 8);
+    }
+    if (chunk.type == kIdat) {
+        if (!m_controlled) {
+            put_frame_control();
+        }
+        if (first) {
+            return put(kIdat, chunk.data);
+        }
+        std::vector<uint8_t> data;
+        put_png_u32(data, m_sequence++);
+        data.insert(data.end(), chunk.data.begin(), chunk.data.end());
+        return put(kFrameData, data);
+    }
+    if (!first) {
+        return;
+    }
+    put(chunk.type, chunk.data);
+    if (chunk.type == kIhdr) {
         std::vector<uint8_t> fields;
-        put_png_u32(fields, m_sequence++);
-        fields.insert(fields.end(), m_size.begin(), m_size.end());
-        put_png_u32(fields, 0);
-        put_png_u32(fields, 0);
-        put_png_u16(fields, static_cast<uint32_t>(std::clamp(duration, 0, 65535)));
-        put_png_u16(fields, 1000);
-        fields.push_back(0);  // the frame stays
-        fields.push_back(0);  // and replaces the one before
-        put_png_chunk(m_out, kFrame, fields);
+        put_png_u32(fields, static_cast<uint32_t>(m_frames));
+        put_png_u32(fields, static_cast<uint32_t>(m_plays));
+        put(kControl, fields);
     }
+}
 
-    size_t m_frames;
-    int m_plays;
-    uint32_t m_sequence = 0;
-    std::vector<uint8_t> m_size;
-    std::vector<uint8_t> m_out;
-};
+void ApngJoiner::put_frame_control() {
+    std::vector<uint8_t> fields;
+    put_png_u32(fields, m_sequence++);
+    fields.insert(fields.end(), m_size.begin(), m_size.end());
+    put_png_u32(fields, 0);
+    put_png_u32(fields, 0);
+    put_png_u16(fields, static_cast<uint32_t>(std::clamp(m_duration, 0, 65535)));
+    put_png_u16(fields, 1000);
+    fields.push_back(0);  // the frame stays
+    fields.push_back(0);  // and replaces the one before
+    put(kFrame, fields);
+    m_controlled = true;
+}
 
-}  // namespace
+void ApngJoiner::put(uint32_t type, std::span<const uint8_t> data) {
+    m_chunk.clear();
+    put_png_chunk(m_chunk, type, data);
+    m_out.write(m_chunk);
+}
 
-EncodedBytes joined_apng(std::span<const ApngFrame> frames, int plays, const EncodedBytes& still) {
-    ApngWriter writer(frames.size(), plays);
-    const bool has_still = still.data != nullptr;
-    if (has_still) {
-        writer.put_first(still, std::nullopt);
-    } else {
-        writer.put_first(frames[0].png, frames[0].duration);
-    }
-    for (const ApngFrame& frame : frames.subspan(has_still ? 0 : 1)) {
-        writer.put_frame(frame);
-    }
-    return to_encoded(writer.take());
+void ApngJoiner::finish() {
+    assert(m_begun == m_frames && m_kept.empty());
+    put(kIend, {});
 }
 
 }  // namespace zelmor::imagework

@@ -153,11 +153,17 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
         png.color = alpha ? PngColor::kTruecolorAlpha : PngColor::kTruecolor;
         png.bit_depth = png.bit_depth == 0 ? 8 : png.bit_depth;
     }
-    std::vector<ApngFrame> parts;
-    for (const FrameToWrite& frame : frames) {
-        parts.push_back({frame.picture->encode(each), frame.duration});
+    ApngJoiner joiner(frames.size(), png.plays, out);
+    if (still != nullptr) {
+        joiner.start_still();
+        still->encode(each, joiner);
     }
-    out.write_whole(joined_apng(parts, png.plays, still != nullptr ? still->encode(each) : EncodedBytes{}));
+    for (const FrameToWrite& frame : frames) {
+        const DecodedToWrite decoded(*frame.picture);
+        joiner.start_frame(frame.duration);
+        frame.picture->encode(each, joiner);
+    }
+    joiner.finish();
 }
 
 }  // namespace

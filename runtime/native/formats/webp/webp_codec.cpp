@@ -30,6 +30,7 @@ void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
     const auto writer = make_webp_animation_writer(frames[0].picture->width(), frames[0].picture->height(),
                                                    encoding.format.get<WebpEncoding>(), out);
     for (const FrameToWrite& frame : frames) {
+        const DecodedToWrite decoded(*frame.picture);
         const auto own = frame.picture->copy();
         prepare_for_encoding(*own, *frame.encoding);
         auto& picture = static_cast<VipsPicture&>(*own);

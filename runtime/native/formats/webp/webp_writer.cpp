@@ -18,6 +18,8 @@
 namespace zelmor::imagework {
 namespace {
 
+constexpr uint8_t kHasAlpha = 0x10;  // a flag of the header
+
 void put_number(std::vector<uint8_t>& out, uint64_t value, int bytes) {
     for (int i = 0; i < bytes; i++) {
         out.push_back(static_cast<uint8_t>(value >> 8 * i));
@@ -59,7 +61,7 @@ class ProfiledFile {
     static constexpr size_t kExtensionChunk = 18;
 
     void put_head() {
-        constexpr uint8_t kHasProfile = 0x20, kHasAlpha = 0x10;
+        constexpr uint8_t kHasProfile = 0x20;
         const ByteReader in(m_head);
         const bool extended = in.starts_with(kRiffHead, "VP8X");
         const bool alpha = extended ? (in.u8(kRiffHead + 8) & kHasAlpha) != 0
@@ -194,20 +196,36 @@ class AnimationWriter final : public WebpAnimationWriter {
         if (assembled == 0) {
             fail();
         }
-        m_out.write({file.bytes, file.size});
+        m_encoder.reset();  // which has the coded frames once more
+        std::vector<uint8_t> head(file.bytes, file.bytes + std::min(file.size, kHead));
+        if (m_transparent && ByteReader(head).starts_with(kFirstChunk, "VP8X")) {
+            head[kFlags] |= kHasAlpha;
+        }
+        m_out.write(head);
+        m_out.write({file.bytes + head.size(), file.size - head.size()});
     }
 
  private:
     class FrameWriter final : public RowWriter {
      public:
         FrameWriter(AnimationWriter& owner, const RowsHeader& header, int duration)
-            : m_owner(owner), m_picture(header, WebpPicture::Planes::kArgb), m_duration(duration) {}
-        void write(int32_t count, std::span<const uint8_t> rows) override { m_picture.put(count, rows.data()); }
+            : m_owner(owner),
+              m_picture(header, WebpPicture::Planes::kArgb),
+              m_alpha(header.form.alpha),
+              m_duration(duration) {}
+        void write(int32_t count, std::span<const uint8_t> rows) override {
+            m_picture.put(count, rows.data());
+            constexpr size_t kPixel = 4;
+            for (size_t i = kPixel - 1; m_alpha && !m_owner.m_transparent && i < rows.size(); i += kPixel) {
+                m_owner.m_transparent = rows[i] != 0xFF;
+            }
+        }
         void finish() override { m_owner.add(m_picture.get(), m_duration); }
 
      private:
         AnimationWriter& m_owner;
         WebpPicture m_picture;
+        bool m_alpha;
         int m_duration;
     };
 
@@ -231,10 +249,15 @@ class AnimationWriter final : public WebpAnimationWriter {
                            std::string("the WebP encoder failed: ") + WebPAnimEncoderGetError(m_encoder.get()));
     }
 
+    // The library tells of alpha in the header where the data of a frame has some. Pixels that are transparent because
+    // a frame was taken away need it as well: without the flag readers show the animation on a background.
+    static constexpr size_t kFirstChunk = 12, kFlags = 20, kHead = 32;
+
     WebPConfig m_config;
     int32_t m_width;
     int32_t m_height;
     ByteSink& m_out;
+    bool m_transparent = false;  // a pixel of a frame
     std::unique_ptr<WebPAnimEncoder, Delete> m_encoder;
     int m_time = 0;  // milliseconds, when the next frame begins
 };

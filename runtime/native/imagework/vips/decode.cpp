@@ -33,11 +33,12 @@ std::string damage_of(Format format, const DecodeOptions& options = {}) {
     return std::string("the ") + format_name(format) + " data " + damage;
 }
 
-// A frame whose rows are not decoded yet, unless that is done by opening it. A recovery finds out what is lost.
+// A frame whose rows are not decoded yet. Opening one of an animation has composed it, and it can be let go until its
+// rows are wanted. A recovery finds out what is lost.
 std::unique_ptr<VipsPicture> opened_picture(const SharedFrames& frames, size_t index, const DecodeOptions& options,
                                             const std::string& damage) {
     auto reader = frames->open(index);
-    if (frames->composes() || options.recovery != Recovery::kNone) {
+    if (options.recovery != Recovery::kNone) {
         return read_picture(*reader, options);
     }
     const RowsHeader header = reader->header();

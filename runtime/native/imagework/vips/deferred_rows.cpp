@@ -135,6 +135,13 @@ class FrameRows final : public DeferredRows {
         });
     }
 
+    // The reader of an animation's frame has its canvas; others have next to nothing.
+    void drop() override {
+        if (m_frames->composes()) {
+            m_opened.reset();
+        }
+    }
+
     std::unique_ptr<RowReader> file_rows(std::unique_ptr<RowReader> reader) const {
         RowsHeader header = size_and_form(reader->header());
         return std::make_unique<FileRows>(std::move(header), std::move(reader), m_damaged);
@@ -245,9 +252,13 @@ SharedRows DeferredRows::converted(SharedRows rows, const PixelForm& form, RowSt
     return std::make_shared<ConvertedSource>(std::move(rows), std::move(header), std::move(step));
 }
 
+std::unique_ptr<RowReader> DeferredRows::kept_rows() const {
+    return m_packed != nullptr ? rows_of_packed(m_packed, m_header) : rows_of_image(m_kept, m_header);
+}
+
 std::unique_ptr<RowReader> DeferredRows::open() {
     const std::lock_guard lock(m_mutex);
-    if (m_read && m_origin.keeps && m_kept.is_null() && fits_an_array(m_header)) {
+    if (m_read && m_origin.keeps && !is_kept() && fits_an_array(m_header)) {
         try {
             keep();
         } catch (const PictureError& error) {
@@ -258,38 +269,89 @@ std::unique_ptr<RowReader> DeferredRows::open() {
         }
     }
     m_read = true;
-    return m_kept.is_null() ? stream() : rows_of_image(m_kept, m_header);
+    return is_kept() ? kept_rows() : stream();
 }
 
 DeferredRows::Reduced DeferredRows::open_reduced(DeferredRows& rows, int most) {
     const std::lock_guard lock(rows.m_mutex);
-    return rows.m_kept.is_null() ? rows.stream_reduced(most) : Reduced{};
+    return rows.is_kept() ? Reduced{} : rows.stream_reduced(most);
 }
+
+namespace {
+
+// The file is at fault, not a lack of memory.
+template <class Step>
+auto charged_to_the_file(const std::string& subject, Step&& step) -> decltype(step()) {
+    try {
+        return step();
+    } catch (const PictureError& error) {
+        if (error.kind() != Failure::kTooLarge) {
+            throw;
+        }
+        throw PictureError(Failure::kDamaged, with_subject(subject, error.what()));
+    }
+}
+
+}  // namespace
 
 VImage DeferredRows::image() {
     const std::lock_guard lock(m_mutex);
-    if (m_kept.is_null()) {
-        keep();
+    if (m_packed == nullptr && m_kept.is_null()) {
+        m_kept = charged_to_the_file(m_origin.subject, [&] { return image_of_rows(*stream(), m_origin.budget); });
     }
     m_read = true;
-    return m_kept;
+    return m_packed == nullptr
+               ? m_kept
+               : charged_to_the_file(m_origin.subject, [&] { return image_of_rows(*kept_rows(), m_origin.budget); });
+}
+
+std::shared_ptr<const PackedPixels> DeferredRows::packed() {
+    const std::lock_guard lock(m_mutex);
+    if (!is_kept()) {
+        pack();
+        m_read = m_read || is_kept();
+    }
+    return m_packed;
+}
+
+bool DeferredRows::is_packed() const {
+    const std::lock_guard lock(m_mutex);
+    return m_packed != nullptr;
 }
 
 void DeferredRows::forget() {
     const std::lock_guard lock(m_mutex);
     m_kept = VImage();
+    m_packed.reset();
+    drop();
+}
+
+void DeferredRows::pack() {
+    if (!m_packs || !PackedPixels::suit(m_header.form)) {
+        return;
+    }
+    m_packed = charged_to_the_file(m_origin.subject, [&]() -> std::shared_ptr<const PackedPixels> {
+        auto pixels = std::make_shared<PackedPixels>(m_header, m_origin.budget);
+        const std::unique_ptr<RowReader> rows = stream();
+        const size_t row_size = row_size_of(m_header);
+        constexpr size_t kBlock = size_t{64} << 10;
+        const auto step = static_cast<int32_t>(std::max<size_t>(1, kBlock / row_size));
+        std::vector<uint8_t> block;
+        for (int32_t done = 0; done < m_header.height && m_packs;) {
+            const int32_t count = std::min(step, m_header.height - done);
+            block.resize(row_size * static_cast<size_t>(count));
+            rows->read(count, block);
+            m_packs = pixels->add(count, block);
+            done += count;
+        }
+        return m_packs ? std::move(pixels) : nullptr;
+    });
 }
 
 void DeferredRows::keep() {
-    const std::unique_ptr<RowReader> rows = stream();
-    try {
-        m_kept = image_of_rows(*rows, m_origin.budget);
-    } catch (const PictureError& error) {
-        if (error.kind() != Failure::kTooLarge) {
-            throw;
-        }
-        // The file is at fault, not a lack of memory.
-        throw PictureError(Failure::kDamaged, with_subject(m_origin.subject, error.what()));
+    pack();
+    if (m_packed == nullptr) {
+        m_kept = charged_to_the_file(m_origin.subject, [&] { return image_of_rows(*stream(), m_origin.budget); });
     }
 }
 

@@ -8,6 +8,7 @@
 // Sources are shared by the copies of a picture, and each step keeps the one before it. A source whose rows are wanted
 // for the second time reads them into memory and keeps them for all that share it, so that no file is decoded more than
 // twice. The pages of a file of several, and rows of more than 2 GiB, are decoded each time: memory may not hold them.
+// Rows of 1, 2 or 4 bits a pixel are kept packed; they stay deferred rows while they are only looked at and written.
 //
 // The rows are those of pictures in memory (vips_picture.h): signed samples are turned to unsigned ones.
 #ifndef ZELMOR_RUNTIME_NATIVE_IMAGEWORK_VIPS_DEFERRED_ROWS_H
@@ -21,6 +22,7 @@
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/memory_budget.h"
+#include "runtime/native/imagework/pixels/packed_pixels.h"
 #include "runtime/native/imagework/pixels/rows.h"
 #include "runtime/native/imagework/resampling.h"
 #include "runtime/native/imagework/vips/vips_support.h"
@@ -69,8 +71,12 @@ class DeferredRows {
     // All rows from the first one on. PictureError(kDamaged), here or from the reader, where the file is damaged, or
     // was changed meanwhile.
     std::unique_ptr<RowReader> open();
-    // All rows in memory, kept from now on.
+    // All rows in memory, kept from now on. Packed ones are kept as they are, and the image is the caller's alone.
     vips::VImage image();
+    // The same of rows of few bits, which are kept packed from now on; null for any other rows.
+    std::shared_ptr<const PackedPixels> packed();
+    // Whether packed() has been there and was not forgotten.
+    bool is_packed() const;
     // Keeps the rows no longer.
     void forget();
 
@@ -91,19 +97,29 @@ class DeferredRows {
     virtual std::unique_ptr<RowReader> stream() = 0;
     // The same divided by a power of two, at most `most`, by the decoder itself.
     virtual Reduced stream_reduced([[maybe_unused]] int most) { return {}; }
+    // Drops what was made before anyone asked for rows.
+    virtual void drop() {}
 
     // For a step after another one: the rows of that, reduced if they can be.
     static Reduced open_reduced(DeferredRows& rows, int most);
     static const Origin& origin_of(const DeferredRows& rows) { return rows.m_origin; }
 
  private:
+    // The next two under the mutex. keep() leaves either an image or packed pixels, pack() these or nothing.
     void keep();
+    void pack();
+    bool is_kept() const { return !m_kept.is_null() || m_packed != nullptr; }
+    std::unique_ptr<RowReader> kept_rows() const;
 
     RowsHeader m_header;
     Origin m_origin;
-    std::mutex m_mutex;   // over all below
+    // Over all below. Rows that take memory may make the image let go of others, and of these.
+    mutable std::recursive_mutex m_mutex;
     bool m_read = false;  // there was a pass over all rows
-    vips::VImage m_kept;  // null until the second one
+    bool m_packs = true;  // as far as it is known, the samples are what the form says
+    // Null until the second pass; at most one of them is there.
+    vips::VImage m_kept;
+    std::shared_ptr<const PackedPixels> m_packed;
 };
 
 }  // namespace zelmor::imagework

@@ -20,6 +20,23 @@ void prepare_for_encoding(Picture& picture, const Encoding& encoding);
 // Throws PictureError(kEncoding).
 [[noreturn]] void unfit(const std::string& text);
 
+// While a frame is written: lets its pixels go afterwards, if they were decoded for that alone.
+class DecodedToWrite {
+ public:
+    explicit DecodedToWrite(const Picture& picture) : m_picture(picture), m_stays(picture.is_decoded()) {}
+    DecodedToWrite(const DecodedToWrite&) = delete;
+    DecodedToWrite& operator=(const DecodedToWrite&) = delete;
+    ~DecodedToWrite() {
+        if (!m_stays) {
+            m_picture.let_go();
+        }
+    }
+
+ private:
+    const Picture& m_picture;
+    bool m_stays;
+};
+
 // Writes the picture with a codec that says which rows it takes.
 void encode_rows(const FormatCodec& codec, VipsPicture& picture, const Encoding& encoding, ByteSink& out);
 

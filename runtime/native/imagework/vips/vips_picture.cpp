@@ -82,7 +82,16 @@ const VImage& VipsPicture::image() const {
     return m_image;
 }
 
+void VipsPicture::decode() const {
+    if (packed() == nullptr) {
+        image();
+    }
+}
+
 void VipsPicture::let_go() const {
+    if (m_rows != nullptr) {
+        m_rows->forget();
+    }
     if (m_again != nullptr && m_origin.source != nullptr) {
         m_again->forget();
         m_rows = std::move(m_again);
@@ -206,7 +215,9 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
     PixelForm rgb = m_form;
     rgb.color = ColorModel::kRgb;
     const bool converts = m_form.color == ColorModel::kCmyk || m_form.color == ColorModel::kLab;
-    const VImage& image = this->image();
+    const std::shared_ptr<const PackedPixels> packed = this->packed();
+    const VImage image = packed == nullptr ? this->image() : VImage();
+    std::vector<uint8_t> unpacked(packed != nullptr ? width : 0);
     if (converts) {
         const SharedConversion conversion = to_srgb_conversion();
         // Rows that lie one behind the other are converted together.
@@ -233,7 +244,10 @@ void VipsPicture::read_words(const Rect& area, std::span<Word> out) const {
         }
     }
     for (int32_t y = 0; y < area.height; y++) {
-        const uint8_t* samples = row_of(image, area.y + y, area.x);
+        if (packed != nullptr) {
+            packed->read(area.x, area.y + y, unpacked);
+        }
+        const uint8_t* samples = packed != nullptr ? unpacked.data() : row_of(image, area.y + y, area.x);
         const std::span<Word> words = out.subspan(static_cast<size_t>(y) * width, width);
         if (m_palette != nullptr) {
             std::transform(samples, samples + width, words.begin(), [&](uint8_t index) { return table[index]; });
@@ -348,8 +362,13 @@ void VipsPicture::read_samples(const Rect& area, size_t row_size, std::span<uint
     require_inside(area);
     const size_t needed = m_form.pixel_size() * static_cast<size_t>(area.width);
     assert(row_size >= needed && out.size() >= row_size * static_cast<size_t>(area.height - 1) + needed);
+    const std::shared_ptr<const PackedPixels> packed = this->packed();
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<uint8_t> row = out.subspan(row_size * static_cast<size_t>(y), needed);
+        if (packed != nullptr) {
+            packed->read(area.x, area.y + y, row);
+            continue;
+        }
         std::memcpy(row.data(), row_of(image(), area.y + y, area.x), needed);
         turn_signs(m_form, row);
     }

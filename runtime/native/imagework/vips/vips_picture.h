@@ -1,6 +1,7 @@
 // A picture held by the image library: one image in memory, replaced as a whole by each operation. A picture that was
 // just loaded has deferred rows instead (deferred_rows.h): cutting, resampling and conversions add a step to them, and
-// the first operation that needs pixels in another order reads them into memory.
+// the first operation that needs pixels in another order reads them into memory. Pixels of 1, 2 and 4 bits are looked
+// at where the deferred rows keep them packed; they become an image when they are worked on.
 //
 // The picture keeps the form of its file: color model, depth, palette and profile. An operation that cannot work on
 // every form begins with one of the conversions below, which does nothing where the picture has such a form already.
@@ -46,8 +47,8 @@ class VipsPicture final : public Picture {
     bool is_gray() const override { return m_form.color == ColorModel::kGray; }
     const FrameOrigin& origin() const override { return m_origin; }
     void set_origin(FrameOrigin origin) { m_origin = std::move(origin); }
-    void decode() const override { image(); }
-    bool is_decoded() const override { return m_rows == nullptr; }
+    void decode() const override;
+    bool is_decoded() const override { return m_rows == nullptr || m_rows->is_packed(); }
     void let_go() const override;
     // Everything but the pixels, as a codec takes it.
     RowsHeader rows_header() const;
@@ -155,6 +156,8 @@ class VipsPicture final : public Picture {
     }
     void take(const vips::VImage& image);
     void require_inside(const Rect& area) const;
+    // The pixels of a picture whose rows are kept packed, from now on if need be; null for any other.
+    std::shared_ptr<const PackedPixels> packed() const { return m_rows != nullptr ? m_rows->packed() : nullptr; }
     void make_writable();
     void binarize(const vips::VImage& is_white);
     // Takes the indices, row by row, and their palette in the place of the pixels.
