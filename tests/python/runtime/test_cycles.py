@@ -70,6 +70,12 @@ def make():
     image.records.append(inner)
     inner.append(WmfRecorderGraphics2D.from_wmf_image(image))
 """,
+    "a page of a drawing and its document": """
+def make():
+    document, page = CdrDocument(), CdrPage()
+    document.items.append(page)
+    page.parent = page.document = document
+""",
     "an image that a list holds which it is held by": """
 def make():
     keeper = make_interop("arrlist")
@@ -84,6 +90,7 @@ import io, resource, sys
 from support.collections import make_interop, new_dictionary
 from support.control import control
 from zelmor.imaging import Graphics, Image, NonGenericList, StreamContainer
+from zelmor.imaging.fileformats.cdr.objects import CdrDocument, CdrPage
 from zelmor.imaging.fileformats.emf import EmfImage, MetaObjectList
 from zelmor.imaging.fileformats.emf.emfplus.objects import EmfPlusRegionNode
 from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D

@@ -110,7 +110,7 @@ Ref<ManagedObject> get_exif(Record& self) {
     Ref<ManagedObject> read;
     if (!metadata->found().exif.empty()) {
         read = read_kept_exif(*metadata, kOfJpeg);
-    } else if (const auto of_tiff = metadata->of_tiff()) {
+    } else if (const auto of_tiff = metadata->of_tiff(); of_tiff && !of_tiff->empty()) {
         read = kOfJpeg ? Ref<ManagedObject>(of_jpeg_class(*of_tiff)) : of_tiff->copy();
     }
     set_property(described(self), "ExifData", read);
@@ -254,7 +254,7 @@ void MetadataReading::read() {
     if (container != nullptr && container->has_tags) {
         try {
             auto exif = read_exif_of_tiff(m_source, m_directory);
-            if (!exif->empty()) {
+            if (!exif->empty() || !exif->of_page.empty()) {
                 of_tiff = std::move(exif);
             }
         } catch (const ManagedException& error) {

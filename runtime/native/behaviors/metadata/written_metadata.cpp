@@ -92,34 +92,10 @@ bool bring_in_step(ExifObject& exif, const Save& save) {
     return changed;
 }
 
-// Tags that describe how the pixels are stored are left to the encoder of the file.
-bool is_of_pixels(uint16_t id) {
-    constexpr Tag kTags[] = {Tag::kSubFileType,      Tag::kOsubfileType,     Tag::kImageWidth,
-                             Tag::kImageLength,      Tag::kBitsPerSample,    Tag::kCompression,
-                             Tag::kPhotometric,      Tag::kThresholding,     Tag::kCellWidth,
-                             Tag::kCellLength,       Tag::kFillOrder,        Tag::kStripOffsets,
-                             Tag::kSamplesPerPixel,  Tag::kRowsPerStrip,     Tag::kStripByteCounts,
-                             Tag::kMinSampleValue,   Tag::kMaxSampleValue,   Tag::kXresolution,
-                             Tag::kYresolution,      Tag::kPlanarConfig,     Tag::kT4Options,
-                             Tag::kT6Options,        Tag::kResolutionUnit,   Tag::kTransferFunction,
-                             Tag::kPredictor,        Tag::kWhitePoint,       Tag::kPrimaryChromaticities,
-                             Tag::kColorMap,         Tag::kHalftoneHints,    Tag::kTileWidth,
-                             Tag::kTileLength,       Tag::kTileOffsets,      Tag::kTileByteCounts,
-                             Tag::kSubIfd,           Tag::kInkSet,           Tag::kNumberOfInks,
-                             Tag::kExtraSamples,     Tag::kSampleFormat,     Tag::kSminSampleValue,
-                             Tag::kSmaxSampleValue,  Tag::kJpegTables,       Tag::kYcbcrCoefficients,
-                             Tag::kYcbcrSubSampling, Tag::kYcbcrPositioning, Tag::kReferenceBlackWhite,
-                             Tag::kExifIfdPointer,   Tag::kIccProfile};
-    const auto tag = static_cast<Tag>(id);
-    const bool of_jpeg = tag >= Tag::kJpegProc && tag <= Tag::kJpegACtables;
-    return of_jpeg || id == exif_tags::kGpsPointer ||
-           std::find(std::begin(kTags), std::end(kTags), tag) != std::end(kTags);
-}
-
 void add_free_tags(TagList& to, const TagList& tags) {
     for (const auto& tag : tags) {
         const auto same = [&](const auto& known) { return known->id() == tag->id(); };
-        if (!is_of_pixels(tag->id()) && tag->count() > 0 && std::none_of(to.begin(), to.end(), same)) {
+        if (!is_tag_of_pixels(tag->id()) && tag->count() > 0 && std::none_of(to.begin(), to.end(), same)) {
             to.push_back(tag);
         }
     }
@@ -448,18 +424,37 @@ Save save_of(const WrittenPicture& picture, const Record* options, const Metadat
     return {image, *own_metadata(image), options, picture, container};
 }
 
+// What else the directory of the page had. Places on the earth belong to pixels that are where they were.
+void add_tags_of_page(TagList& to, const Save& save) {
+    const Ref<ExifObject> of_file = save.kept.of_tiff();
+    if (!of_file || (save.kept.exif_replaced && !property_if_any(&save.image, "ExifData"))) {
+        return;
+    }
+    constexpr uint16_t kPlaces[] = {33550, 33922, 34264};  // ModelPixelScale, ModelTiepoint, ModelTransformation
+    for (const auto& tag : of_file->of_page) {
+        const bool is_place = std::find(std::begin(kPlaces), std::end(kPlaces), tag->id()) != std::end(kPlaces);
+        const auto same = [&](const auto& known) { return known->id() == tag->id(); };
+        if (tag->count() > 0 && !(is_place && save.is_stale(save.kept.read_at)) &&
+            std::none_of(to.begin(), to.end(), same)) {
+            to.push_back(tag);
+        }
+    }
+}
+
 // Each page has its own tags. The encoder writes none of these kinds, so that a page without any is good as it is.
 void tag_pages(imagework::EditableFile& file, std::span<const WrittenPicture> pictures, const Record* options,
                const MetadataContainer& container) {
     std::vector<std::optional<MetadataToWrite>> pages;
     std::vector<Ref<ExifObject>> held;
     for (const WrittenPicture& picture : pictures) {
-        auto [write, exif] = to_write(save_of(picture, options, container));
+        const Save save = save_of(picture, options, container);
+        auto [write, exif] = to_write(save);
         write.exif.clear();
         auto* tiff = dynamic_cast<TiffOptionsObject*>(const_cast<Record*>(options));
         if (tiff != nullptr) {
             add_free_tags(write.tags, tiff->tags());
         }
+        add_tags_of_page(write.tags, save);
         if (exif) {
             add_free_tags(write.tags, exif->tags(ExifDirectory::kCommon));
             write.below = exif.get();

@@ -45,7 +45,7 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     if (palette.empty() && picture.palette().size() <= size_t{1} << std::min(8, bmp.bits_per_pixel)) {
         palette.assign(picture.palette().begin(), picture.palette().end());
     }
-    if (bmp.bits_per_pixel != 32) {
+    if (bmp.bits_per_pixel != 32 && (bmp.bits_per_pixel != 16 || bmp.masks[3] == 0)) {
         picture.lose_alpha(encoding);
         for (Argb& color : palette) {
             color |= kBlack;

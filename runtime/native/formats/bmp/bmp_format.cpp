@@ -1,5 +1,7 @@
 // The facts in a BMP file: the file header, then an information header of one of several lengths.
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 
 #include "runtime/native/formats/bmp/bmp_compressions.h"
@@ -25,6 +27,22 @@ BmpCompression compression_of(uint32_t storage) {
     }
 }
 
+// The bit fields of a pixel of 16 bits, if each is one run of at most 8 bits and they do not overlap; otherwise zeros.
+std::array<uint32_t, 4> short_masks(const ByteReader& in, bool alpha) {
+    const std::array<uint32_t, 4> masks{in.u32(54), in.u32(58), in.u32(62), alpha ? in.u32(66) : 0};
+    uint32_t all = 0;
+    for (size_t i = 0; i < masks.size(); i++) {
+        const uint32_t mask = masks[i];
+        const uint32_t run = mask == 0 ? 0 : mask >> std::countr_zero(mask);
+        const bool fits = mask <= 0xFFFF && (mask != 0 || i == 3) && run <= 0xFF && (run & (run + 1)) == 0;
+        if (!fits || (all & mask) != 0) {
+            return {};
+        }
+        all |= mask;
+    }
+    return masks;
+}
+
 void probe_bmp(const ByteReader& file, FileFacts& facts) {
     const ByteReader in = file.in_order(false);
     uint32_t header = in.u32(14);
@@ -41,7 +59,11 @@ void probe_bmp(const ByteReader& file, FileFacts& facts) {
         uint32_t compression = header >= 20 ? in.u32(30) : kBiRgb;
         encoding.compression = compression_of(compression);
         // The mask of the alpha channel stands in the longer headers only.
+        const bool alpha = header >= 56 || compression == kBiAlphaBitFields;
         facts.has_alpha = encoding.compression == BmpCompression::kBitFields && header >= 56 && in.u32(66) != 0;
+        if (encoding.bits_per_pixel == 16 && encoding.compression == BmpCompression::kBitFields) {
+            encoding.masks = short_masks(in, alpha);
+        }
     }
     int bits = encoding.bits_per_pixel;
     facts.bits_per_pixel = bits;

@@ -4,8 +4,10 @@
 // runs are written as they come, with the bytes of each row in the opposite order, and when all are there, the order of
 // all bytes is turned: the last row is the first then, and each row is right.
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "runtime/native/formats/bmp/bmp_codec.h"
@@ -28,6 +30,18 @@ struct Masks {
 // Alpha is told apart from an unused byte by its mask alone.
 constexpr Masks kArgbMasks{0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
 constexpr Masks kRgb565Masks{0xF800, 0x07E0, 0x001F, 0};
+constexpr Masks kRgb555Masks{0x7C00, 0x03E0, 0x001F, 0};  // where the header says nothing
+
+// The bits of a channel in a pixel of 16 bits.
+class Field {
+ public:
+    explicit Field(uint32_t mask) : m_shift(mask == 0 ? 0 : std::countr_zero(mask)), m_top(mask >> m_shift) {}
+    unsigned of(uint8_t value) const { return (value * m_top + 127) / 255 << m_shift; }
+
+ private:
+    int m_shift;
+    unsigned m_top;
+};
 
 void put_u16(std::vector<uint8_t>& out, unsigned value) {
     out.push_back(static_cast<uint8_t>(value));
@@ -53,13 +67,13 @@ class BmpWriter final : public RowWriter {
         const bool fields = encoding.compression == BmpCompression::kBitFields;
         m_runs = encoding.compression == BmpCompression::kRle8 || encoding.compression == BmpCompression::kRle4;
         if (m_bits == 32 && (fields || header.form.alpha)) {
-            m_masks = &kArgbMasks;
+            m_masks = kArgbMasks;
         } else if (fields) {
-            m_masks = &kRgb565Masks;
+            const auto& own = encoding.masks;
+            m_masks = m_bits == 16 && own[0] != 0 ? Masks{own[0], own[1], own[2], own[3]} : kRgb565Masks;
         }
         m_stride = (static_cast<uint64_t>(header.width) * static_cast<uint64_t>(m_bits) + 31) / 32 * 4;
-        m_data_at =
-            kFileHeader + (m_masks != nullptr ? kLongHeader : kPlainHeader) + sizeof(Argb) * header.palette.size();
+        m_data_at = kFileHeader + (m_masks ? kLongHeader : kPlainHeader) + sizeof(Argb) * header.palette.size();
         const uint64_t size = m_data_at + (m_runs ? 0 : m_stride * static_cast<uint64_t>(header.height));
         require_size(size);
         m_coded_to = m_data_at;
@@ -159,8 +173,8 @@ class BmpWriter final : public RowWriter {
     // Of a file of that size.
     void put_headers(uint64_t size) {
         std::vector<uint8_t> out;
-        const Resolution resolution = m_header.resolution.value_or(kDefaultResolution);
-        const size_t header_size = m_masks != nullptr ? kLongHeader : kPlainHeader;
+        const Resolution resolution = m_header.resolution.value_or(Resolution{0, 0});
+        const size_t header_size = m_masks ? kLongHeader : kPlainHeader;
         out.push_back('B');
         out.push_back('M');
         put_u32(out, size);
@@ -171,13 +185,13 @@ class BmpWriter final : public RowWriter {
         put_u32(out, static_cast<uint32_t>(m_header.height));
         put_u16(out, 1);
         put_u16(out, static_cast<unsigned>(m_bits));
-        put_u32(out, m_runs ? (m_bits == 8 ? kBiRle8 : kBiRle4) : m_masks != nullptr ? kBiBitFields : kBiRgb);
+        put_u32(out, m_runs ? (m_bits == 8 ? kBiRle8 : kBiRle4) : m_masks ? kBiBitFields : kBiRgb);
         put_u32(out, size - m_data_at);
         put_u32(out, per_meter(resolution.horizontal));
         put_u32(out, per_meter(resolution.vertical));
         put_u32(out, m_header.palette.size());
         put_u32(out, 0);
-        if (m_masks != nullptr) {
+        if (m_masks) {
             for (const uint32_t mask : {m_masks->red, m_masks->green, m_masks->blue, m_masks->alpha}) {
                 put_u32(out, mask);
             }
@@ -229,7 +243,7 @@ class BmpWriter final : public RowWriter {
         const bool alpha = m_header.form.alpha;
         switch (m_bits) {
             case 16:
-                return put_words(row, to, m_header.width, alpha ? 4 : 3, m_masks == &kRgb565Masks);
+                return put_words(row, to, alpha);
             case 24:
                 return alpha ? put_bytes<4, 3>(row, to, m_header.width) : put_bytes<3, 3>(row, to, m_header.width);
             default:
@@ -250,11 +264,13 @@ class BmpWriter final : public RowWriter {
         }
     }
 
-    static void put_words(const uint8_t* row, uint8_t* to, int32_t width, int step, bool six) {
-        for (int32_t x = 0; x < width; x++, row += step, to += 2) {
-            const unsigned green = six ? (row[1] * 63U + 127) / 255 : (row[1] * 31U + 127) / 255;
+    void put_words(const uint8_t* row, uint8_t* to, bool alpha) const {
+        const size_t step = alpha ? 4 : 3;
+        const Masks masks = m_masks.value_or(kRgb555Masks);
+        const Field red(masks.red), green(masks.green), blue(masks.blue), opacity(masks.alpha);
+        for (int32_t x = 0; x < m_header.width; x++, row += step, to += 2) {
             const unsigned pixel =
-                (row[0] * 31U + 127) / 255 << (six ? 11 : 10) | green << 5 | (row[2] * 31U + 127) / 255;
+                red.of(row[0]) | green.of(row[1]) | blue.of(row[2]) | opacity.of(alpha ? row[3] : 0xFF);
             to[0] = static_cast<uint8_t>(pixel);
             to[1] = static_cast<uint8_t>(pixel >> 8);
         }
@@ -282,7 +298,7 @@ class BmpWriter final : public RowWriter {
     int m_bits;
     EditableFile& m_out;
     bool m_runs = false;
-    const Masks* m_masks = nullptr;
+    std::optional<Masks> m_masks;
     uint64_t m_stride = 0;
     size_t m_data_at = 0;
     int32_t m_next = 0;

@@ -175,8 +175,8 @@ void check_ico_encoding(const IcoEntryEncoding& encoding) {
         bmp ? std::find(std::begin(kBmpBits), std::end(kBmpBits), encoding.bits_per_pixel) != std::end(kBmpBits)
             : std::find(std::begin(kPngBits), std::end(kPngBits), encoding.bits_per_pixel) != std::end(kPngBits);
     if (!fits) {
-        refuse(std::string(bmp ? "a BMP" : "a PNG") + " entry of an icon has no form of " +
-               std::to_string(encoding.bits_per_pixel) + " bits per pixel");
+        const std::string entry = bmp ? "a BMP entry" : "a PNG entry";
+        refuse(entry + " of an icon has no form of " + std::to_string(encoding.bits_per_pixel) + " bits per pixel");
     }
 }
 

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
+#include <vector>
 
 #include "runtime/native/formats/format_room.h"
 #include "runtime/native/formats/jpeg/jpeg_encoding.h"
@@ -94,6 +96,31 @@ void take_ls_settings(const ByteReader& in, uint64_t frame, int depth, JpegLsSet
     }
 }
 
+// The sampling of each component, where a writer may use it again: each divides the greatest one, and the blocks of a
+// unit are no more than the format lets a scan have.
+void take_sampling(const ByteReader& in, uint64_t frame, int components, JpegEncoding& encoding) {
+    constexpr int kMost = 4, kMostBlocks = 10;
+    std::array<std::vector<uint8_t>, 2> factors;
+    int blocks = 0;
+    for (int i = 0; i < components; i++) {
+        const int both = in.u8(frame + 11 + 3 * static_cast<uint64_t>(i));
+        blocks += (both >> 4) * (both & 15);
+        factors[0].push_back(static_cast<uint8_t>(both >> 4));
+        factors[1].push_back(static_cast<uint8_t>(both & 15));
+    }
+    for (const auto& each : factors) {
+        const int most = each.empty() ? 0 : *std::max_element(each.begin(), each.end());
+        const auto fits = [&](int factor) { return factor >= 1 && factor <= kMost && most % factor == 0; };
+        if (each.empty() || !std::all_of(each.begin(), each.end(), fits)) {
+            return;
+        }
+    }
+    if (components > 1 && blocks <= kMostBlocks) {
+        encoding.horizontal_sampling = std::move(factors[0]);
+        encoding.vertical_sampling = std::move(factors[1]);
+    }
+}
+
 void probe_jpeg(const ByteReader& file, FileFacts& facts) {
     const ByteReader in = file.in_order(true);
     JpegEncoding encoding;
@@ -145,6 +172,9 @@ void probe_jpeg(const ByteReader& file, FileFacts& facts) {
             encoding.color = encoding.is_ls && components == 3
                                  ? JpegColor::kRgb
                                  : color_of(in, at, components, colors, encoding.is_lossless);
+            if (!encoding.is_ls && !encoding.is_lossless) {
+                take_sampling(in, at, components, encoding);
+            }
             if (encoding.is_ls) {
                 take_ls_settings(in, at, depth, encoding.ls);
             }

@@ -111,10 +111,8 @@ class JpegLsWriter final : public RowWriter {
         constexpr size_t kSegments = size_t{70} << 10;
         std::vector<uint8_t> file(room + m_rows.size() / 2 + kSegments);
         require(charls_jpegls_encoder_set_destination_buffer(codec, file.data(), file.size()));
-        if (m_header.resolution) {
-            const auto segment = jfif(*m_header.resolution);
-            require(charls_jpegls_encoder_write_application_data(codec, 0, segment.data(), segment.size()));
-        }
+        const auto segment = jfif(m_header.resolution.value_or(kDefaultResolution));
+        require(charls_jpegls_encoder_write_application_data(codec, 0, segment.data(), segment.size()));
         if (!m_comment.empty()) {
             require(charls_jpegls_encoder_write_comment(codec, m_comment.data(), m_comment.size()), "Comment");
         }

@@ -54,6 +54,12 @@ void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
     const auto& wanted = encoding.format.get<PngEncoding>();
     PngEncoding png = wanted;
     png.key = {};
+    if (picture.changed_at() != 0) {
+        const bool indexed = picture.form().color == ColorModel::kIndexed;  // by a palette that may be another one now
+        std::erase_if(png.notes, [=](const PngNote& note) {
+            return note.about == PngNote::About::kUntouched || (indexed && note.about == PngNote::About::kForm);
+        });
+    }
     const PixelForm source = picture.form();
     if (png.color == PngColor::kAuto && source.color == ColorModel::kIndexed) {
         png.color = PngColor::kIndexed;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "runtime/native/imagework/formats.h"
 
@@ -28,6 +29,19 @@ struct PngKey {
     bool operator==(const PngKey&) const = default;
 };
 
+// A chunk of a file that says something of the picture which no setting does. It is written again as it is.
+struct PngNote {
+    enum class About : uint8_t {
+        kColors,     // what the numbers mean: also of changed pixels
+        kForm,       // of the color type and depth, such as the background
+        kUntouched,  // of the very pixels, such as how often each color is used, or the place of the picture on a page
+    };
+    About about;
+    std::array<char, 5> type;  // ends with a zero
+    std::vector<uint8_t> content;
+    bool operator==(const PngNote&) const = default;
+};
+
 struct PngEncoding {
     static constexpr Format kFormat = Format::kPng;
 
@@ -42,6 +56,12 @@ struct PngEncoding {
     std::optional<int> srgb_intent = {};  // a chunk with the rendering intent
     bool srgb_gamma = false;              // a chunk with the exponent
     bool srgb_chromaticities = false;     // a chunk with the primaries
+    // Of a file: written as long as the color type and depth are these.
+    PngColor notes_color = PngColor::kAuto;
+    int notes_depth = 0;
+    std::vector<PngNote> notes = {};
+    // Pixels in a length of no unit, across and down, of a file without a resolution; zeros where it does not say.
+    std::array<uint32_t, 2> aspect = {};
 };
 
 }  // namespace zelmor::imagework

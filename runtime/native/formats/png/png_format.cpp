@@ -62,6 +62,34 @@ std::optional<PngKey> png_key(const ByteReader& in, uint64_t chunk, uint32_t len
     return key;
 }
 
+// What is kept of a file besides what the settings say.
+struct NotedChunk {
+    const char* type;
+    PngNote::About about;
+};
+constexpr NotedChunk kNoted[] = {
+    {"cICP", PngNote::About::kColors},    {"mDCV", PngNote::About::kColors},    {"mDCv", PngNote::About::kColors},
+    {"cLLI", PngNote::About::kColors},    {"cLLi", PngNote::About::kColors},    {"sBIT", PngNote::About::kForm},
+    {"bKGD", PngNote::About::kForm},      {"hIST", PngNote::About::kUntouched}, {"oFFs", PngNote::About::kUntouched},
+    {"pCAL", PngNote::About::kUntouched}, {"sCAL", PngNote::About::kUntouched}, {"sTER", PngNote::About::kUntouched},
+};
+
+void take_note(const ByteReader& in, uint64_t chunk, uint32_t length, PngEncoding& encoding) {
+    constexpr uint32_t kLongest = 4096;
+    for (const NotedChunk& noted : kNoted) {
+        const auto same = [&](const PngNote& note) { return std::equal(noted.type, noted.type + 4, note.type.data()); };
+        if (!in.starts_with(chunk + 4, noted.type) || length > kLongest || !in.has(chunk + 8, length) ||
+            std::any_of(encoding.notes.begin(), encoding.notes.end(), same)) {
+            continue;
+        }
+        PngNote note{noted.about, {}, {}};
+        std::copy_n(noted.type, 4, note.type.begin());
+        const auto content = in.piece(chunk + 8, length);
+        note.content.assign(content.begin(), content.end());
+        encoding.notes.push_back(std::move(note));
+    }
+}
+
 void probe_png(const ByteReader& file, FileFacts& facts) {
     const ByteReader in = file.in_order(true);
     if (!in.starts_with(12, "IHDR")) {
@@ -83,6 +111,8 @@ void probe_png(const ByteReader& file, FileFacts& facts) {
     encoding.color = color;
     encoding.bit_depth = depth;
     encoding.interlaced = interlace == 1;
+    encoding.notes_color = color;
+    encoding.notes_depth = depth;
     for (uint64_t at = 33; in.has(at, 12);) {
         uint32_t length = in.u32(at);
         if (in.starts_with(at + 4, "IDAT") || in.starts_with(at + 4, "IEND")) {
@@ -103,6 +133,9 @@ void probe_png(const ByteReader& file, FileFacts& facts) {
             encoding.key = png_key(in, at + 8, length, color, depth);
         } else if (in.starts_with(at + 4, "pHYs")) {
             facts.has_resolution = in.u8(at + 16) == 1;  // per meter
+            if (in.u8(at + 16) == 0 && length == 9) {
+                encoding.aspect = {in.u32(at + 8), in.u32(at + 12)};
+            }
         } else if (in.starts_with(at + 4, "acTL")) {
             facts.variant = Variant::kApng;
             facts.has_still = true;
@@ -114,6 +147,8 @@ void probe_png(const ByteReader& file, FileFacts& facts) {
             encoding.srgb_gamma = true;
         } else if (in.starts_with(at + 4, "cHRM") && length == 32) {
             encoding.srgb_chromaticities = true;
+        } else {
+            take_note(in, at, length, encoding);
         }
         at += 12 + static_cast<uint64_t>(length);
     }

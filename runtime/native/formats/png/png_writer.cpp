@@ -4,7 +4,9 @@
 #include <cassert>
 #include <cmath>
 #include <cstring>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "runtime/native/formats/png/png_codec.h"
@@ -101,12 +103,17 @@ class PngWriter final : public RowWriter {
         put_palette(header);
         put_key(encoding);
         put_color_space(header, encoding);
-        put_resolution(header);
+        put_resolution(header, encoding);
         png_structp png = m_session.png();
         png_infop info = m_session.info();
         const bool packs = m_depth < 8;
+        const bool noted = m_color == static_cast<int>(encoding.notes_color) && m_depth == encoding.notes_depth;
+        const std::span<const PngNote> notes = noted ? encoding.notes : std::span<const PngNote>();
         m_session.run([=] {
+            png_write_info_before_PLTE(png, info);
+            put_notes(png, notes, true);
             png_write_info(png, info);
+            put_notes(png, notes, false);
             if (packs) {
                 png_set_packing(png);
             }
@@ -307,15 +314,29 @@ class PngWriter final : public RowWriter {
         });
     }
 
-    void put_resolution(const RowsHeader& header) {
-        if (!header.resolution) {
-            return;
-        }
+    void put_resolution(const RowsHeader& header, const PngEncoding& encoding) {
         png_structp png = m_session.png();
         png_infop info = m_session.info();
+        if (!header.resolution) {
+            if (const auto aspect = encoding.aspect; aspect[0] != 0 && aspect[1] != 0) {
+                m_session.run([=] { png_set_pHYs(png, info, aspect[0], aspect[1], PNG_RESOLUTION_UNKNOWN); });
+            }
+            return;
+        }
         const png_uint_32 x = dots_per_meter(header.resolution->horizontal);
         const png_uint_32 y = dots_per_meter(header.resolution->vertical);
         m_session.run([=] { png_set_pHYs(png, info, x, y, PNG_RESOLUTION_METER); });
+    }
+
+    // Those that stand before a palette tell of the numbers of the colors and of their bits.
+    static void put_notes(png_structp png, std::span<const PngNote> notes, bool before_palette) {
+        for (const PngNote& note : notes) {
+            const std::string_view type(note.type.data());
+            if ((note.about == PngNote::About::kColors || type == "sBIT") == before_palette) {
+                png_write_chunk(png, reinterpret_cast<png_const_bytep>(note.type.data()), note.content.data(),
+                                note.content.size());
+            }
+        }
     }
 
     // Called by the library.

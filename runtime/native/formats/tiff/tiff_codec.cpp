@@ -120,6 +120,7 @@ void write_tiff_page(TiffFile& file, const TiffEncoding& tiff, VipsPicture& pict
     const PixelForm form = to_wanted_form(picture, settings, encoding);
     RowsHeader header = picture.rows_header();
     header.form.bits = form.bits;
+    header.resolution = picture.resolution();  // the format wants one
     if (tiff.without_profile) {
         header.profile.reset();
     }

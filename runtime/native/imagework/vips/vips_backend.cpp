@@ -46,6 +46,7 @@ class VipsBackend final : public Backend {
             header.width = width;
             header.height = height;
             header.form = form;
+            header.resolution = kDefaultResolution;
             header.palette.assign(palette.begin(), palette.end());
             auto picture = std::make_unique<VipsPicture>(blank_image(form, 1, 1, kDefaultResolution), header);
             picture->fill(width, height, color);

@@ -36,6 +36,7 @@ VipsPicture::VipsPicture(const VImage& image, const RowsHeader& header)
     : m_image(computed(image)),
       m_form(header.form),
       m_resolution(in_range(header.resolution.value_or(kDefaultResolution))),
+      m_tells_resolution(header.resolution.has_value()),
       m_palette(shared_palette(header)),
       m_profile(header.profile) {
     assert(m_image.bands() == m_form.bands());
@@ -45,6 +46,7 @@ VipsPicture::VipsPicture(SharedRows rows, const RowsHeader& header)
     : m_rows(std::move(rows)),
       m_form(header.form),
       m_resolution(in_range(header.resolution.value_or(kDefaultResolution))),
+      m_tells_resolution(header.resolution.has_value()),
       m_palette(shared_palette(header)),
       m_profile(header.profile) {
     assert(m_rows != nullptr && m_rows->header().form.bands() == m_form.bands());
@@ -57,6 +59,7 @@ VipsPicture::VipsPicture(const VipsPicture& other, Shared)
       m_again(other.m_again),
       m_form(other.m_form),
       m_resolution(other.m_resolution),
+      m_tells_resolution(other.m_tells_resolution),
       m_palette(other.m_palette),
       m_profile(other.m_profile),
       m_origin(other.m_origin),
@@ -150,7 +153,9 @@ RowsHeader VipsPicture::rows_header() const {
     header.width = width();
     header.height = height();
     header.form = m_form;
-    header.resolution = resolution();
+    if (m_tells_resolution) {
+        header.resolution = resolution();
+    }
     if (m_palette != nullptr) {
         header.palette = m_palette->colors;
         header.deep_palette = m_palette->deep;
@@ -166,6 +171,7 @@ std::unique_ptr<Picture> VipsPicture::copy() const {
 
 void VipsPicture::set_resolution(Resolution resolution) {
     m_resolution = in_range(resolution);
+    m_tells_resolution = true;
     m_origin = {};
 }
 

@@ -196,6 +196,7 @@ class VipsPicture final : public Picture {
     mutable SharedRows m_again;  // of an unchanged frame: the rows that its pixels can be read from once more
     PixelForm m_form;
     Resolution m_resolution;
+    bool m_tells_resolution;  // otherwise its file had none, and m_resolution is the usual one
     SharedPalette m_palette;  // of an indexed picture
     ProfileBytes m_profile;
     FrameOrigin m_origin;

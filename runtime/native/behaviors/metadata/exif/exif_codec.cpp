@@ -241,7 +241,40 @@ Fixed maker_note_place(const ExifObject& exif, const TagList& inner, size_t head
     return {kMakerNote, static_cast<size_t>(at), static_cast<size_t>(at + (*note)->data_size())};
 }
 
+// The tags of a page that belong to it, besides. Titles, packets, image resources and profiles are read elsewhere.
+bool is_of_page(uint16_t id) {
+    using Tag = api::FileFormats::Tiff::Enums::TiffTags;
+    constexpr uint16_t kElsewhere[] = {number_of(Tag::kPageName), 700, 33723, number_of(Tag::kPhotoshopResources)};
+    constexpr uint16_t kKept[] = {number_of(Tag::kSubFileType), number_of(Tag::kWhitePoint),
+                                  number_of(Tag::kPrimaryChromaticities)};
+    const auto among = [&](const auto& ids) { return std::find(std::begin(ids), std::end(ids), id) != std::end(ids); };
+    return !is_of_description(id) && !among(kElsewhere) && (!is_tag_of_pixels(id) || among(kKept));
+}
+
 }  // namespace
+
+bool is_tag_of_pixels(uint16_t id) {
+    using Tag = api::FileFormats::Tiff::Enums::TiffTags;
+    constexpr Tag kTags[] = {Tag::kSubFileType,      Tag::kOsubfileType,     Tag::kImageWidth,
+                             Tag::kImageLength,      Tag::kBitsPerSample,    Tag::kCompression,
+                             Tag::kPhotometric,      Tag::kThresholding,     Tag::kCellWidth,
+                             Tag::kCellLength,       Tag::kFillOrder,        Tag::kStripOffsets,
+                             Tag::kSamplesPerPixel,  Tag::kRowsPerStrip,     Tag::kStripByteCounts,
+                             Tag::kMinSampleValue,   Tag::kMaxSampleValue,   Tag::kXresolution,
+                             Tag::kYresolution,      Tag::kPlanarConfig,     Tag::kT4Options,
+                             Tag::kT6Options,        Tag::kResolutionUnit,   Tag::kTransferFunction,
+                             Tag::kPredictor,        Tag::kWhitePoint,       Tag::kPrimaryChromaticities,
+                             Tag::kColorMap,         Tag::kHalftoneHints,    Tag::kTileWidth,
+                             Tag::kTileLength,       Tag::kTileOffsets,      Tag::kTileByteCounts,
+                             Tag::kSubIfd,           Tag::kInkSet,           Tag::kNumberOfInks,
+                             Tag::kExtraSamples,     Tag::kSampleFormat,     Tag::kSminSampleValue,
+                             Tag::kSmaxSampleValue,  Tag::kJpegTables,       Tag::kYcbcrCoefficients,
+                             Tag::kYcbcrSubSampling, Tag::kYcbcrPositioning, Tag::kReferenceBlackWhite,
+                             Tag::kExifIfdPointer,   Tag::kIccProfile};
+    const auto tag = static_cast<Tag>(id);
+    const bool of_jpeg = tag >= Tag::kJpegProc && tag <= Tag::kJpegACtables;
+    return of_jpeg || id == kGpsPointer || std::find(std::begin(kTags), std::end(kTags), tag) != std::end(kTags);
+}
 
 Ref<ExifObject> read_exif(std::span<const std::byte> data, bool of_jpeg) {
     const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
@@ -279,6 +312,7 @@ Ref<ExifObject> read_exif_of_tiff(const imagework::SharedSource& file, uint64_t 
     const uint64_t gps_at = take_pointer(first.tags, kGpsPointer);
     exif->tags(ExifDirectory::kCommon) = std::move(first.tags);
     read_below(*reader, *exif, exif_at, gps_at);
+    exif->of_page = read_directory(*reader, at, is_of_page).tags;
     return exif;
 }
 

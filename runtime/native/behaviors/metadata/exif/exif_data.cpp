@@ -243,6 +243,7 @@ void ExifObject::references(ReferenceVisitor& visitor) {
     Record::references(visitor);
     visitor(thumbnail_tags);
     visitor(interoperability);
+    visitor(of_page);
     for (Ref<ManagedList>& list : shown) {
         visitor(list);
     }

@@ -50,6 +50,9 @@ class ExifObject final : public Record {
     uint64_t maker_note_at = 0;
     // A directory inside that of EXIF which no member shows; it is written again as it was.
     TagList interoperability;
+    // Of a page of a TIFF file: tags that are none of EXIF and not about how the pixels are stored, such as PageNumber
+    // and those of other programs. No member shows them; they are written to a TIFF again.
+    TagList of_page;
 
     // The arrays of tags that were handed out last: one for each directory, one for all.
     Ref<ManagedList> shown[4];
@@ -75,6 +78,9 @@ Bytes write_exif(const ExifObject& exif);
 
 // "Exif" and two zeros, which stand in front where a file has the data in a segment.
 constexpr std::string_view kExifMark{"Exif\0\0", 6};
+
+// Tags that describe how the pixels of a TIFF file are stored are left to the encoder.
+bool is_tag_of_pixels(uint16_t id);
 
 // The order of a directory: by number.
 TagList sorted_tags(TagList tags);
