@@ -192,8 +192,9 @@ format: setup-lint
 clean:
 	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale
 
-# Tests of the site, of clusters and of notebooks are skipped where their programs are missing; nothing else is.
-PURPOSES_test := test docs browser cluster notebook
+# Tests of the site, of clusters, of notebooks and beside an office suite are skipped where their programs are missing;
+# nothing else is.
+PURPOSES_test := test docs browser cluster notebook office
 .PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs setup-package
 setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs setup-package: setup-%:
 	@tools/setup.sh -q build $(filter-out build,$(or $(PURPOSES_$*),$*))

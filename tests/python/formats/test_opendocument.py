@@ -208,6 +208,171 @@ def test_templates_have_a_class_of_their_own() -> None:
         OdgImage(StreamContainer(io.BytesIO(data)))
 
 
+def test_a_color_that_is_left_to_the_program_is_black(tmp_path: Path) -> None:
+    """Whatever opacity stands beside it; a color of the text's own counts again."""
+    styles = ('<style:style style:name="A" style:family="paragraph"><style:text-properties fo:font-size="30pt" '
+              'style:use-window-font-color="true" loext:opacity="0%" fo:font-family="DejaVu Sans"/></style:style>'
+              '<style:style style:name="B" style:family="text"><style:text-properties fo:color="#ff0000" '
+              'loext:opacity="100%"/></style:style>')
+    box = ('<draw:frame svg:width="90px" svg:height="70px"><draw:text-box><text:p text:style-name="A">%s</text:p>'
+           "</draw:text-box></draw:frame>")
+    page = drawn(odg(box % "MM", styles=styles), tmp_path)
+    assert (page.max(axis=2) < 40).sum() > 50
+    page = drawn(odg(box % '<text:span text:style-name="B">MM</text:span>', styles=styles), tmp_path)
+    assert (page.max(axis=2) < 40).sum() == 0 and np.all(page == [255, 0, 0], axis=2).sum() > 50
+
+
+def test_the_font_of_the_nearest_style_counts(tmp_path: Path) -> None:
+    """However the styles name it."""
+    def text(paragraph: str, shape: str) -> Any:
+        styles = (f'<style:style style:name="A" style:family="paragraph"><style:text-properties {paragraph}/>'
+                  '</style:style><style:style style:name="S" style:family="paragraph"><style:text-properties '
+                  f'fo:font-size="20pt" {shape}/></style:style>')
+        return drawn(odg('<draw:frame draw:text-style-name="S" svg:width="90px" svg:height="70px"><draw:text-box>'
+                         '<text:p text:style-name="A">Iiil</text:p></draw:text-box></draw:frame>', styles=styles),
+                     tmp_path)
+    mono = text("", 'style:font-name="DejaVu Sans Mono"')
+    assert np.array_equal(text('fo:font-family="DejaVu Sans Mono"', 'style:font-name="DejaVu Sans"'), mono)
+    assert np.array_equal(text('style:font-name="DejaVu Sans Mono"', 'fo:font-family="DejaVu Sans"'), mono)
+    assert not np.array_equal(text("", 'style:font-name="DejaVu Sans"'), mono)
+
+
+# ---- Tables and scenes
+
+
+def cell_styles(*borders: str) -> str:
+    """Cells that are filled, one for each border."""
+    return "".join(f'<style:style style:name="c{i}" style:family="table-cell"><loext:graphic-properties draw:fill="solid" '
+                   f'draw:fill-color="#ff0000"/><style:paragraph-properties fo:border="{border}"/></style:style>'
+                   for i, border in enumerate(borders))
+
+
+def table(rows: str, columns: str = '<table:table-column table:number-columns-repeated="2"/>', more: str = "") -> str:
+    return ('<draw:frame svg:x="10px" svg:y="10px" svg:width="80px" svg:height="40px">'
+            f"<table:table {more}>{columns}{rows}</table:table></draw:frame>")
+
+
+def test_the_cells_of_a_table(tmp_path: Path) -> None:
+    rows = ('<table:table-row><table:table-cell table:style-name="c0"/><table:table-cell/></table:table-row>'
+            '<table:table-row><table:table-cell/><table:table-cell table:style-name="c1"/></table:table-row>')
+    page = drawn(odg(table(rows), styles=cell_styles("none", "4px solid #0000ff")), tmp_path)
+    assert is_red(page, 12, 12) and is_red(page, 46, 26) and is_white(page, 54, 12) and is_white(page, 12, 32)
+    assert is_red(page, 70, 40)
+    for x, y in ((50, 40), (89, 40), (70, 30), (70, 49)):  # in the middle of each border
+        assert list(page[y, x]) == [0, 0, 255], (x, y)
+
+
+def test_cells_that_cover_others(tmp_path: Path) -> None:
+    wide = ('<table:table-row><table:table-cell table:style-name="c0" table:number-columns-spanned="2"/>'
+            "<table:covered-table-cell/></table:table-row><table:table-row><table:table-cell/><table:table-cell/>"
+            "</table:table-row>")
+    page = drawn(odg(table(wide), styles=cell_styles("none")), tmp_path)
+    assert is_red(page, 12, 12) and is_red(page, 88, 28) and is_white(page, 50, 40)
+    high = wide.replace("columns-spanned", "rows-spanned").replace("<table:covered-table-cell/>", "<table:table-cell/>")
+    high = high.replace("<table:table-row><table:table-cell/><table:table-cell/>",
+                        "<table:table-row><table:covered-table-cell/><table:table-cell/>")
+    page = drawn(odg(table(high), styles=cell_styles("none")), tmp_path)
+    assert is_red(page, 12, 48) and is_white(page, 52, 12)
+
+
+def test_columns_share_the_frame_by_their_widths(tmp_path: Path) -> None:
+    widths = "".join(f'<style:style style:name="w{n}" style:family="table-column"><style:table-column-properties '
+                     f'style:column-width="{n}cm"/></style:style>' for n in (1, 3))
+    columns = '<table:table-column table:style-name="w1"/><table:table-column table:style-name="w3"/>'
+    rows = '<table:table-row><table:table-cell table:style-name="c0"/><table:table-cell/></table:table-row>'
+    page = drawn(odg(table(rows, columns), styles=cell_styles("none") + widths), tmp_path)
+    assert is_red(page, 29, 48) and is_white(page, 31, 12)
+
+
+def test_a_row_is_as_high_as_its_text(tmp_path: Path) -> None:
+    low = '<style:style style:name="low" style:family="table-row"><style:table-row-properties style:row-height="2px"/>'
+    text = "<text:p>a</text:p><text:p>b</text:p>"  # twice 24 pixels and more
+    rows = ('<table:table-row table:style-name="low"><table:table-cell>%s</table:table-cell><table:table-cell '
+            'table:style-name="c0"/></table:table-row>')
+    styles = cell_styles("none") + low + "</style:style>"
+    assert is_red(drawn(odg(table(rows % text), styles=styles), tmp_path), 70, 50)
+    assert is_white(drawn(odg(table(rows % ""), styles=styles), tmp_path), 70, 50)
+
+
+def test_the_template_of_a_table_styles_cells_by_their_place(tmp_path: Path) -> None:
+    cell, row = "<table:table-cell/>", "<table:table-row>%s</table:table-row>"
+    template = ('<table:table-template table:name="T"><table:first-row table:style-name="c0"/><table:last-column '
+                'table:style-name="c0"/></table:table-template>')
+    rows = row % (cell + cell) + row % (cell + cell)
+    shape = table(rows, more='table:template-name="T" table:use-first-row-styles="true"')
+    page = drawn(odg(shape, styles=cell_styles("none") + template), tmp_path)
+    assert is_red(page, 12, 12) and is_red(page, 88, 12) and is_white(page, 88, 40)
+    shape = table(rows, more='table:template-name="T" table:use-last-column-styles="true"')
+    page = drawn(odg(shape, styles=cell_styles("none") + template), tmp_path)
+    assert is_white(page, 12, 12) and is_red(page, 88, 12) and is_red(page, 88, 40)
+
+
+def test_a_table_with_too_many_cells_is_refused() -> None:
+    rows = ('<table:table-row table:number-rows-repeated="90000"><table:table-cell table:number-columns-repeated='
+            '"90000"/></table:table-row>')
+    with managed_error("OutOfMemoryException", "a table of the document has too many cells"):
+        opened(odg(table(rows))).save(io.BytesIO(), PngOptions())
+
+
+SOLID = ('<style:style style:name="s" style:family="graphic"><style:graphic-properties draw:stroke="none" '
+         'draw:fill="solid" draw:fill-color="#ff0000" dr3d:depth="40"/></style:style>')
+
+
+def scene(shape: str, more: str = "", light: str = "(0 0 1)") -> str:
+    """Seen from the front without perspective, lit from one side alone."""
+    return ('<dr3d:scene svg:x="10px" svg:y="10px" svg:width="40px" svg:height="40px" dr3d:projection="parallel" '
+            f'dr3d:ambient-color="#000000" {more}><dr3d:light dr3d:diffuse-color="#ffffff" dr3d:direction="{light}" '
+            f'dr3d:enabled="true"/>{shape}</dr3d:scene>')
+
+
+CUBE = '<dr3d:cube draw:style-name="s" dr3d:min-edge="(-20 -20 -20)" dr3d:max-edge="(20 20 20)"/>'
+
+
+def test_a_cube_fills_the_place_of_its_scene(tmp_path: Path) -> None:
+    page = drawn(odg(scene(CUBE), styles=SOLID), tmp_path)
+    inside = np.all(page == [255, 0, 0], axis=2)
+    assert inside[11:49, 11:49].all() and inside.sum() <= 42 * 42
+    # Light from the side leaves the front dark, and light at an angle of 60 degrees gives the half.
+    assert list(drawn(odg(scene(CUBE, light="(1 0 0)"), styles=SOLID), tmp_path)[30, 30]) == [0, 0, 0]
+    aslant = drawn(odg(scene(CUBE, light="(0.8660254 0 0.5)"), styles=SOLID), tmp_path)[30, 30]
+    assert abs(aslant[0] - 127.5) <= 1 and aslant[1] == 0
+
+
+def test_a_scene_is_turned(tmp_path: Path) -> None:
+    turned = scene(CUBE, 'dr3d:transform="rotatez (0.78539816)"')
+    page = drawn(odg(turned, styles=SOLID), tmp_path)
+    assert is_red(page, 30, 12) and is_red(page, 12, 30) and is_white(page, 13, 13) and is_white(page, 47, 47)
+
+
+def test_what_is_nearer_hides_what_is_behind(tmp_path: Path) -> None:
+    blue = SOLID.replace('"s"', '"b"').replace("#ff0000", "#0000ff")
+    small = '<dr3d:cube draw:style-name="b" dr3d:min-edge="(-5 -5 %s)" dr3d:max-edge="(5 5 %s)"/>'
+    for order in (small % (20, 30) + CUBE, CUBE + small % (20, 30)):
+        assert list(drawn(odg(scene(order), styles=SOLID + blue), tmp_path)[30, 30]) == [0, 0, 255]
+    assert is_red(drawn(odg(scene(small % (-30, -20) + CUBE), styles=SOLID + blue), tmp_path), 30, 30)
+
+
+def test_a_sphere_is_round_and_lit(tmp_path: Path) -> None:
+    ball = '<dr3d:sphere draw:style-name="s" dr3d:center="(0 0 0)" dr3d:size="(40 40 40)"/>'
+    page = drawn(odg(scene(ball), styles=SOLID), tmp_path)
+    assert page[30, 30, 0] > 245 and 60 < page[30, 13, 0] < 200 and is_white(page, 12, 12)
+
+
+def test_an_outline_is_extruded_with_its_holes(tmp_path: Path) -> None:
+    """Its y points up."""
+    shape = ('<dr3d:extrude draw:style-name="s" svg:viewBox="0 0 40 40" '
+             'svg:d="M0 0H40V40H0ZM5 5V15H15V5Z"/>')
+    page = drawn(odg(scene(shape), styles=SOLID), tmp_path)
+    assert is_red(page, 40, 20) and is_red(page, 20, 20) and is_white(page, 20, 40)
+
+
+def test_an_outline_is_rotated(tmp_path: Path) -> None:
+    shape = '<dr3d:rotate draw:style-name="s" svg:viewBox="0 0 20 20" svg:d="M0 0L20 0L0 20Z"/>'
+    page = drawn(odg(scene(shape), styles=SOLID), tmp_path)  # a cone
+    lit = page[..., 1] < 100
+    assert lit[47, 12:48].all() and lit[13, 30] and not lit[13, 20] and not lit[13, 40]
+
+
 # ---- Refusals and damage
 
 def test_encrypted_documents_are_refused() -> None:

@@ -21,10 +21,11 @@ def cast(kind: Any, value: Any) -> Any:
 TYPE = "application/vnd.oasis.opendocument.graphics"
 SPACES = " ".join(f'xmlns:{prefix}="urn:oasis:names:tc:opendocument:xmlns:{name}:1.0"' for prefix, name in [
     ("office", "office"), ("draw", "drawing"), ("svg", "svg-compatible"), ("fo", "xsl-fo-compatible"),
-    ("style", "style"), ("text", "text"), ("meta", "meta")])
+    ("style", "style"), ("text", "text"), ("meta", "meta"), ("table", "table"), ("dr3d", "dr3d")])
 SPACES += ' xmlns:xlink="http://www.w3.org/1999/xlink" xmlns:dc="http://purl.org/dc/elements/1.1/"'
+SPACES += ' xmlns:loext="urn:org:documentfoundation:names:experimental:office:xmlns:loext:1.0"'
 
-MASTER = """<office:automatic-styles><style:page-layout style:name="PM"><style:page-layout-properties
+MASTER = """<office:styles/><office:automatic-styles><style:page-layout style:name="PM"><style:page-layout-properties
     fo:page-width="{}px" fo:page-height="{}px"/></style:page-layout></office:automatic-styles>
     <office:master-styles><style:master-page style:name="M" style:page-layout-name="PM"/></office:master-styles>"""
 

@@ -20,28 +20,43 @@ constexpr int kCommon = 2;
 // Parents of a style that are followed; a style can name itself.
 constexpr int kMostParents = 64;
 
+// What cells of tables have of a graphic style.
+constexpr std::string_view kGraphicProperties = "style:graphic-properties";
+constexpr std::string_view kOfCells = "loext:graphic-properties";
+
 std::string family_key(std::string_view family, std::string_view name) {
     return std::string(family) + '\n' + std::string(name);
 }
 
 std::string name_of_style(const OdNode& style) {
-    const std::string* name = style.find("style:name");
-    return name != nullptr ? *name : std::string(style.get("draw:name"));
+    for (const char* attribute : {"style:name", "draw:name", "table:name"}) {
+        if (const std::string* name = style.find(attribute)) {
+            return *name;
+        }
+    }
+    return {};
 }
 
 }  // namespace
 
 const std::string* OdStyle::find(std::string_view properties, std::string_view attribute) const {
+    return nearest(properties, {attribute}).second;
+}
+
+std::pair<std::string_view, const std::string*> OdStyle::nearest(
+    std::string_view properties, std::initializer_list<std::string_view> attributes) const {
     for (const OdNode* style : m_chain) {
-        for (const OdNode& each : style->children) {
-            if (each.is(properties)) {
-                if (const std::string* value = each.find(attribute)) {
-                    return value;
+        for (const std::string_view attribute : attributes) {
+            for (const OdNode& each : style->children) {
+                if (each.is(properties) || (properties == kGraphicProperties && each.is(kOfCells))) {
+                    if (const std::string* value = each.find(attribute)) {
+                        return {attribute, value};
+                    }
                 }
             }
         }
     }
-    return nullptr;
+    return {};
 }
 
 std::string_view OdStyle::get(std::string_view properties, std::string_view attribute) const {

@@ -7,11 +7,13 @@
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_OPENDOCUMENT_OD_DOCUMENT_H
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "runtime/native/formats/opendocument/od_node.h"
@@ -28,6 +30,10 @@ class OdStyle {
     // The value of an attribute in the properties element ("style:graphic-properties"), or null.
     const std::string* find(std::string_view properties, std::string_view attribute) const;
     std::string_view get(std::string_view properties, std::string_view attribute) const;
+    // Of attributes that say the same in different ways, the one that stands in the nearest style; the first of those
+    // in one style. Nothing where no style has any.
+    std::pair<std::string_view, const std::string*> nearest(std::string_view properties,
+                                                            std::initializer_list<std::string_view> attributes) const;
     // An element within the properties, such as tab stops.
     const OdNode* child(std::string_view properties, std::string_view name) const;
     // An attribute of the style itself, not inherited.

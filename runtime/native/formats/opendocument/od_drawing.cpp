@@ -7,6 +7,8 @@
 
 #include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/formats/opendocument/od_geometry.h"
+#include "runtime/native/formats/opendocument/od_scene.h"
+#include "runtime/native/formats/opendocument/od_table.h"
 #include "runtime/native/formats/opendocument/od_text.h"
 #include "runtime/native/formats/opendocument/od_values.h"
 
@@ -69,6 +71,8 @@ class PageDrawer {
             measure(element, style, scope, placing);
         } else if (element.is("draw:frame")) {
             frame(element, style, scope, placing);
+        } else if (element.is("dr3d:scene")) {
+            draw_od_scene(m_target, element, scope, od_shape_place(element), placing);
         } else if (element.is("draw:custom-shape")) {
             custom_shape(element, style, scope, placing);
         } else {
@@ -288,6 +292,10 @@ class PageDrawer {
                 const OdShapePlace whole{area.width, area.height, place.placing};
                 OdPainter(m_target, style).shape(od_rectangle(each, whole), map, true, true);
                 text(each, element, style, scope, area, map);
+                return;
+            }
+            if (each.is("table:table")) {
+                draw_od_table(m_target, each, scope, place, map, m_page + 1);
                 return;
             }
             if (each.is("draw:image")) {

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "runtime/native/behaviors/drawing/outlines.h"
+#include "runtime/native/drawwork/copying_canvas.h"
 #include "runtime/native/formats/opendocument/od_values.h"
 #include "runtime/native/imagework/limits.h"
 
@@ -16,8 +17,13 @@ using drawwork::Stroke;
 
 namespace {
 
-// A line of no width is as thin as the canvas can show; on paper it is a tenth of a point.
+// A line of no width is a pixel wide; on paper it is a tenth of a point.
 constexpr double kHairline = 0.1 * kPixelsOfInch / 72;
+
+double hairline(const drawwork::Canvas& canvas, const Affine& placing) {
+    const double scale = placing.mean_scale();
+    return dynamic_cast<const drawwork::CopyingCanvas*>(&canvas) != nullptr && scale > 0 ? 1 / scale : kHairline;
+}
 constexpr int kMostDots = 1000;
 
 Argb with_opacity(Argb color, double opacity) {
@@ -143,11 +149,12 @@ Paint gradient_paint(const GradientPlace& place, const Stops& stops) {
     paint.from = middle - along;
     paint.to = middle + along;
     if (place.style == "axial") {
-        for (const auto& stop : stops) {
-            paint.stops.push_back({(place.border + stop.at * (1 - place.border)) / 2, stop.color});
-        }
+        // The first color is in the middle, the last one at both ends.
         for (auto stop = stops.rbegin(); stop != stops.rend(); ++stop) {
-            paint.stops.push_back({1 - (place.border + stop->at * (1 - place.border)) / 2, stop->color});
+            paint.stops.push_back({(place.border + (1 - stop->at) * (1 - place.border)) / 2, stop->color});
+        }
+        for (const auto& stop : stops) {
+            paint.stops.push_back({1 - (place.border + (1 - stop.at) * (1 - place.border)) / 2, stop.color});
         }
     } else {
         for (const auto& stop : stops) {
@@ -186,7 +193,8 @@ void OdPainter::shadow(const Outline& outline, const Affine& placing, bool fille
     if (filled && !kind.empty() && kind != "none") {
         m_target.canvas.fill(transformed(outline, behind), FillRule::kAlternate, paint, m_target.smooth);
     } else if (stroked && has_stroke()) {
-        const double width = std::max(kHairline, od_length(get("svg:stroke-width"), 0));
+        const double stated = od_length(get("svg:stroke-width"), 0);
+        const double width = stated > 0 ? stated : hairline(m_target.canvas, behind);
         m_target.canvas.stroke(transformed(outline, behind), pen(behind, width), paint, m_target.smooth);
     }
 }
@@ -279,7 +287,7 @@ void OdPainter::fill_hatch(const Outline& outline, const Affine& placing, FillRu
         angles.push_back(angle + 90);
     }
     if (style == "triple") {
-        angles.push_back(angle + 45);
+        angles.push_back(angle - 45);
     }
     Outline lines;
     for (const double each : angles) {
@@ -297,7 +305,7 @@ void OdPainter::fill_hatch(const Outline& outline, const Affine& placing, FillRu
     drawwork::Canvas& canvas = m_target.canvas;
     canvas.save();
     canvas.clip(transformed(outline, placing), rule, m_target.smooth);
-    canvas.stroke(lines, pen(placing, 2 * kHairline), paint, m_target.smooth);
+    canvas.stroke(lines, pen(placing, hairline(canvas, placing)), paint, m_target.smooth);
     canvas.restore();
 }
 
@@ -418,7 +426,7 @@ void OdPainter::stroke(const Outline& outline, const Affine& placing) {
         return;
     }
     const double width = std::max(0.0, od_length(get("svg:stroke-width"), 0));
-    const double drawn_width = std::max(width, kHairline);
+    const double drawn_width = width > 0 ? width : hairline(m_target.canvas, placing);
     const Paint paint = solid(od_color(get("svg:stroke-color")).value_or(0xFF000000),
                               percent(get("svg:stroke-opacity"), od_number(get("svg:stroke-opacity"), 1)));
     Stroke line = pen(placing, drawn_width);

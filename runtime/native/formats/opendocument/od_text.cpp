@@ -579,10 +579,8 @@ void draw_line(OdCanvas& target, LineBreaker& breaker, const Line& line, double 
 
 OdTextStyle od_text_style(const OdDocument& document, const OdStyle& style) {
     OdTextStyle result;
-    if (const std::string* declared = style.find(kText, "style:font-name")) {
-        result.family = document.font_family(*declared);
-    } else if (const std::string* family = style.find(kText, "fo:font-family")) {
-        result.family = *family;
+    if (const auto [attribute, name] = style.nearest(kText, {"style:font-name", "fo:font-family"}); name != nullptr) {
+        result.family = attribute == "style:font-name" ? document.font_family(*name) : *name;
         std::erase(result.family, '\'');
     }
     result.size = od_length(style.get(kText, "fo:font-size"), result.size);
@@ -597,8 +595,11 @@ OdTextStyle od_text_style(const OdDocument& document, const OdStyle& style) {
     };
     result.underline = has_line("style:text-underline-style");
     result.strikeout = has_line("style:text-line-through-style");
-    result.color = od_color(style.get(kText, "fo:color")).value_or(result.color);
-    if (const auto opacity = od_percent(style.get(kText, "loext:opacity"))) {
+    // A color that is left to the program is black, whatever opacity stands beside it: programs write 0 there.
+    const auto [colored, color] = style.nearest(kText, {"style:use-window-font-color", "fo:color"});
+    const bool automatic = colored == "style:use-window-font-color" && od_bool(*color, false);
+    result.color = automatic ? result.color : od_color(style.get(kText, "fo:color")).value_or(result.color);
+    if (const auto opacity = od_percent(style.get(kText, "loext:opacity")); opacity && !automatic) {
         result.color = (result.color & 0xFFFFFF) |
                        static_cast<drawwork::Argb>(std::lround(255 * std::clamp(*opacity, 0.0, 1.0))) << 24;
     }
@@ -620,54 +621,92 @@ OdTextStyle od_text_style(const OdDocument& document, const OdStyle& style) {
     return result;
 }
 
-void draw_od_text(OdCanvas& target, const OdNode& element, const OdTextPlace& place) {
-    const std::vector<Paragraph> paragraphs = Collector(target, place).collect(element);
-    const bool any = std::any_of(paragraphs.begin(), paragraphs.end(),
-                                 [](const Paragraph& each) { return !each.runs.empty() || !each.label.empty(); });
-    if (!any) {
-        return;
-    }
-    const auto get = [&](const char* attribute) {
-        return place.shape != nullptr ? place.shape->get(kGraphic, attribute) : std::string_view();
-    };
-    const auto padding = [&](const char* side) { return od_length(get(side), od_length(get("fo:padding"), 0)); };
-    RectD area = place.area;
-    area.x += padding("fo:padding-left");
-    area.y += padding("fo:padding-top");
-    area.width = std::max(0.0, area.width - padding("fo:padding-left") - padding("fo:padding-right"));
-    area.height = std::max(0.0, area.height - padding("fo:padding-top") - padding("fo:padding-bottom"));
-    const bool wraps =
-        get("fo:wrap-option") != "no-wrap" && !od_bool(get("draw:auto-grow-width"), false) && area.width > 0;
+namespace {
 
-    LineBreaker breaker(target, wraps ? area.width : -1);
-    for (const Paragraph& each : paragraphs) {
-        breaker.add(each, &each == &paragraphs.front());
+// The text of a shape, broken into lines for its area.
+class LaidText {
+ public:
+    LaidText(OdCanvas& target, const OdNode& element, const OdTextPlace& place)
+        : m_place(place),
+          m_area(inner_area(place)),
+          m_wraps(get("fo:wrap-option") != "no-wrap" && !od_bool(get("draw:auto-grow-width"), false) &&
+                  m_area.width > 0),
+          m_paragraphs(Collector(target, place).collect(element)),
+          m_breaker(target, m_wraps ? m_area.width : -1) {
+        const bool any = std::any_of(m_paragraphs.begin(), m_paragraphs.end(),
+                                     [](const Paragraph& each) { return !each.runs.empty() || !each.label.empty(); });
+        if (!any) {
+            return;
+        }
+        for (const Paragraph& each : m_paragraphs) {
+            m_breaker.add(each, &each == &m_paragraphs.front());
+        }
+        for (const Line& line : m_breaker.lines) {
+            m_height += line.gap + line.height;
+            m_widest = std::max(m_widest, line.left + line.width);
+        }
     }
-    double height = 0;
-    double widest = 0;
-    for (const Line& line : breaker.lines) {
-        height += line.gap + line.height;
-        widest = std::max(widest, line.left + line.width);
+
+    // With the room that stays free above and below.
+    double height() const {
+        return m_breaker.lines.empty()
+                   ? 0
+                   : m_height + padding(m_place, "fo:padding-top") + padding(m_place, "fo:padding-bottom");
     }
-    double left = area.x;
-    double room = area.width;
-    const std::string_view across = get("draw:textarea-horizontal-align");
-    if (!wraps || across == "left" || across == "center" || across == "right") {
-        room = widest;
-        const double free = area.width - widest;
-        const bool in_middle = across == "center" || across == "justify" || across.empty();
-        left += across == "left" ? 0 : across == "right" ? free : in_middle ? free / 2 : 0;
+
+    void draw(OdCanvas& target) {
+        double left = m_area.x;
+        double room = m_area.width;
+        const std::string_view across = get("draw:textarea-horizontal-align");
+        if (!m_wraps || across == "left" || across == "center" || across == "right") {
+            room = m_widest;
+            const double free = m_area.width - m_widest;
+            const bool in_middle = across == "center" || across == "justify" || across.empty();
+            left += across == "left" ? 0 : across == "right" ? free : in_middle ? free / 2 : 0;
+        }
+        double top = m_area.y;
+        const std::string_view down = get("draw:textarea-vertical-align");
+        if (down == "middle" || down == "bottom") {
+            top += (m_area.height - m_height) * (down == "middle" ? 0.5 : 1);
+        }
+        for (const Line& line : m_breaker.lines) {
+            top += line.gap;
+            draw_line(target, m_breaker, line, left, room, top, m_place.placing);
+            top += line.height;
+        }
     }
-    double top = area.y;
-    const std::string_view down = get("draw:textarea-vertical-align");
-    if (down == "middle" || down == "bottom") {
-        top += (area.height - height) * (down == "middle" ? 0.5 : 1);
+
+ private:
+    static std::string_view get(const OdTextPlace& place, const char* attribute) {
+        return place.shape != nullptr ? place.shape->get(kGraphic, attribute) : std::string_view();
     }
-    for (const Line& line : breaker.lines) {
-        top += line.gap;
-        draw_line(target, breaker, line, left, room, top, place.placing);
-        top += line.height;
+    std::string_view get(const char* attribute) const { return get(m_place, attribute); }
+    static double padding(const OdTextPlace& place, const char* side) {
+        return od_length(get(place, side), od_length(get(place, "fo:padding"), 0));
     }
+    static RectD inner_area(const OdTextPlace& place) {
+        const double left = padding(place, "fo:padding-left"), top = padding(place, "fo:padding-top");
+        return {place.area.x + left, place.area.y + top,
+                std::max(0.0, place.area.width - left - padding(place, "fo:padding-right")),
+                std::max(0.0, place.area.height - top - padding(place, "fo:padding-bottom"))};
+    }
+
+    const OdTextPlace& m_place;
+    RectD m_area;
+    bool m_wraps;
+    std::vector<Paragraph> m_paragraphs;
+    LineBreaker m_breaker;
+    double m_height = 0, m_widest = 0;
+};
+
+}  // namespace
+
+void draw_od_text(OdCanvas& target, const OdNode& element, const OdTextPlace& place) {
+    LaidText(target, element, place).draw(target);
+}
+
+double od_text_height(OdCanvas& target, const OdNode& element, const OdTextPlace& place) {
+    return LaidText(target, element, place).height();
 }
 
 }  // namespace zelmor::embed

@@ -22,6 +22,8 @@ struct OdTextPlace {
 
 // Draws the paragraphs and lists among the children of the element.
 void draw_od_text(OdCanvas& target, const OdNode& element, const OdTextPlace& place);
+// How high the area has to be for them; 0 where there is no text.
+double od_text_height(OdCanvas& target, const OdNode& element, const OdTextPlace& place);
 
 // The properties of characters.
 struct OdTextStyle {
