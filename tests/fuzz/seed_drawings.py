@@ -14,7 +14,7 @@ from typing import Any
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "python"))
 
-from support import metafiles, office_files  # noqa: E402
+from support import metafiles, office_files, office_suite  # noqa: E402
 from support.metafiles import words  # noqa: E402
 
 Files = Iterator[tuple[str, bytes]]
@@ -90,6 +90,8 @@ def document_files() -> Files:
             '<draw:g><draw:ellipse svg:width="9mm" svg:height="7mm" draw:kind="arc" draw:start-angle="9"/></draw:g>')
     yield "package", office_files.odg(page)
     yield "flat", office_files.fodg(page)
+    for name in ("table", "cube", "sphere", "extruded", "rotated", "gradients", "custom", "list"):
+        yield name, office_suite.page_file(name)
 
 
 def page_files() -> dict[str, Files]:

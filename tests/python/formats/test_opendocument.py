@@ -242,8 +242,9 @@ def test_the_font_of_the_nearest_style_counts(tmp_path: Path) -> None:
 
 def cell_styles(*borders: str) -> str:
     """Cells that are filled, one for each border."""
-    return "".join(f'<style:style style:name="c{i}" style:family="table-cell"><loext:graphic-properties draw:fill="solid" '
-                   f'draw:fill-color="#ff0000"/><style:paragraph-properties fo:border="{border}"/></style:style>'
+    return "".join(f'<style:style style:name="c{i}" style:family="table-cell"><loext:graphic-properties '
+                   f'draw:fill="solid" draw:fill-color="#ff0000"/><style:paragraph-properties fo:border="{border}"/>'
+                   "</style:style>"
                    for i, border in enumerate(borders))
 
 
