@@ -330,5 +330,6 @@ template Ref<ManagedList> make_array<double>(std::vector<double>);
 template Ref<ManagedList> make_array<uint16_t>(std::vector<uint16_t>);
 template Ref<ManagedList> make_array<int16_t>(std::vector<int16_t>);
 template Ref<ManagedList> make_array<uint32_t>(std::vector<uint32_t>);
+template Ref<ManagedList> make_array<uint64_t>(std::vector<uint64_t>);
 
 }  // namespace zelmor::embed

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import io
 import random
+import struct
 from pathlib import Path
 from typing import Any
 
@@ -15,7 +16,9 @@ from zelmor.imaging.fileformats.cdr import CdrImage, CdrImagePage
 from zelmor.imaging.fileformats.cdr.const import CdrColorModel
 from zelmor.imaging.fileformats.cdr.enum import CdrFillType
 from zelmor.imaging.fileformats.cdr.objects import (
-    CdrCurve, CdrEllipse, CdrFill, CdrListObjects, CdrOutline, CdrPage, CdrRectangle, CdrTransforms, CdrVersion)
+    CdrArrow, CdrBmp, CdrCurve, CdrEllipse, CdrFill, CdrFillTransform, CdrListObjects, CdrObjectContainer, CdrOutline,
+    CdrPage, CdrPattern, CdrPpdt, CdrRectangle, CdrSpnd, CdrText, CdrTransforms, CdrUserPalette, CdrVectorPattern,
+    CdrVersion)
 from zelmor.imaging.fileformats.cmx import CmxImage, CmxImagePage
 from zelmor.imaging.fileformats.cmx.objectmodel import CmxObject
 from zelmor.imaging.fileformats.cmx.objectmodel.enums import ColorModels, FillTypes, PathJumpTypes
@@ -24,7 +27,8 @@ from zelmor.imaging.imageoptions import CdrRasterizationOptions, PngOptions
 
 from support.image_oracles import managed_error
 from support.office_files import (
-    cast, cdr, cdr_curve, cdr_ellipse, cdr_rectangle, cmx, cmx_curve, cmx_ellipse, cmx_rectangle)
+    cast, cdr, cdr_arrow, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_gradient, cdr_pattern, cdr_rectangle, cdr_text,
+    cdr_tiles, chunk, cmx, cmx_curve, cmx_ellipse, cmx_rectangle)
 
 TRIANGLE = [(-0.1, -0.1), (0.1, -0.1), (0.0, 0.2)]
 CDR = cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1) + cdr_ellipse(0.25, -0.125, 0.5, 0.25, 1) + cdr_curve(TRIANGLE, 1))
@@ -58,6 +62,117 @@ def test_shapes_stand_where_they_should(tmp_path: Path, data: bytes, file_format
     assert ink[55, 92:100].all() and not ink[32, 90:94].any()  # the triangle
     if colored:
         assert page[48, 48].tolist() == [255, 0, 0] and page[48, 144].tolist() == [0, 0, 255]
+
+
+def objects_of(data: bytes, kind: Any) -> list[Any]:
+    """All objects of a class, wherever they stand in the document."""
+    found: list[Any] = []
+
+    def walk(container: Any) -> None:
+        for item in container.items:
+            made, inner = kind._cast_to(item)
+            if made:
+                found.append(inner)
+            made, inner = CdrObjectContainer._cast_to(item)
+            if made:
+                walk(inner)
+    walk(cast(CdrImage, Image.load(io.BytesIO(data))).cdr_document)
+    return found
+
+
+def test_the_gradients_of_fills() -> None:
+    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 3),
+               more=cdr_gradient(3, [(0, (100, 0, 0, 0)), (40, (0, 100, 0, 0)), (100, (0, 0, 0, 100))]))
+    fill = next(each for each in objects_of(data, CdrFill) if each.id == 3)
+    assert fill.fill_type == CdrFillType.GRADIENT
+    gradient = fill.gradient
+    assert (gradient.type, gradient.mode, gradient.edge_offset) == (1, 1, 10)
+    assert (gradient.angle, gradient.center_x_offset, gradient.center_y_offset) == (45, 3, 4)
+    assert gradient.mid_point == 0.5
+    stops = [(round(stop.offset, 4), stop.color.color_value & 0xFFFFFFFF) for stop in gradient.stops]
+    assert stops == [(0, 100), (0.4, 100 << 8), (1, 100 << 24)]
+    assert (fill.color1.color_value, fill.color2.color_value) == (100, 100 << 24)
+    assert fill.color1.color_model == CdrColorModel.CMYK_100X02
+
+
+@pytest.mark.parametrize(("number", "kind"), [(7, CdrFillType.PATTERN), (9, CdrFillType.BITMAP),
+                                              (10, CdrFillType.FULL_COLOR)])
+def test_the_tiles_of_fills(number: int, kind: CdrFillType) -> None:
+    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 3), more=cdr_tiles(3, number, 5))
+    fill = next(each for each in objects_of(data, CdrFill) if each.id == 3)
+    image = fill.image_fill
+    assert (fill.fill_type, image.id, image.width, image.height) == (kind, 5, 1, 0.5)
+    assert (image.x_offset, image.y_offset, image.rcp_offset) == (0.25, 0.5, 0.75)
+    assert not image.is_relative and image.flags == 0
+    if number == 7:
+        assert (fill.color1.color_value, fill.color2.color_value) == (100 << 24, 100)
+
+
+def test_the_dashes_and_arrows_of_lines() -> None:
+    line = struct.pack("<IHHHxx", 5, 4, 1, 2) + struct.pack("<iHxxi52x", 25400, 100, 0) + struct.pack("<H6xI16x", 2, 0)
+    line += struct.pack("<H11HII", 2, 3, 1, *[0] * 9, 6, 7)
+    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 1), more=chunk(b"outl", line))
+    found = next(each for each in objects_of(data, CdrOutline) if each.id == 5)
+    assert (found.line_type, found.caps_type, found.join_type, found.line_width) == (4, 1, 2, 0.1)
+    assert list(found.dash_array) == [3, 1] and (found.start_marker_id, found.end_marker_id) == (6, 7)
+
+
+def test_pictures_patterns_and_arrows() -> None:
+    rows = bytes([0, 1, 0, 0, 1, 0, 1, 0])
+    more = cdr_bitmap(4, bytes(range(6)), 3, 2, rows) + cdr_pattern(5, 8, 2, b"\xaa\0\0\0\x55\0\0\0")
+    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 1), more=more + cdr_arrow(6, TRIANGLE))
+    bitmap, = objects_of(data, CdrBmp)
+    assert (bitmap.id, bitmap.color_model, bitmap.width, bitmap.height) == (4, 3, 3, 2)
+    assert (bitmap.bits_per_pixel, bitmap.bytes_per_line, bitmap.image_size) == (8, 4, 8)
+    assert bytes(bitmap.color_palette) == bytes(range(6)) and bytes(bitmap.data) == rows
+    pattern, = objects_of(data, CdrPattern)
+    assert (pattern.id, pattern.width, pattern.height, pattern.bits_per_pixel, pattern.data_size) == (5, 8, 2, 1, 8)
+    assert bytes(pattern.data) == b"\xaa\0\0\0\x55\0\0\0"
+    arrow, = objects_of(data, CdrArrow)
+    assert arrow.id == 6 and bytes(arrow.point_types) == b"\0\x40\x48"
+    assert [(point.x, point.y) for point in arrow.points] == TRIANGLE
+
+
+def test_what_has_numbers_alone() -> None:
+    matrix = struct.pack("<6d", 1, 2, 254000, 3, 4, 508000)
+    color = struct.pack("<II36x", 8, 9) + struct.pack("<H6x", 2) + bytes((1, 2, 3, 4))
+    knots = struct.pack("<H4x", 1) + struct.pack("<ii", 254000, 127000) + struct.pack("<I", 7)
+    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 1), more=chunk(b"ftil", matrix) + chunk(b"uidr", color)
+               + chunk(b"ppdt", knots) + chunk(b"spnd", struct.pack("<I", 11))
+               + chunk(b"vpat", struct.pack("<I", 12) + b"<CDR>"))
+    transform = objects_of(data, CdrFillTransform)[0].transform
+    assert list(transform.elements) == [1, 3, 2, 4, 1, 2]
+    entry, = objects_of(data, CdrUserPalette)
+    assert (entry.color_id, entry.user_id, entry.color.color_value) == (8, 9, 0x04030201)
+    spline, = objects_of(data, CdrPpdt)
+    assert [(point.x, point.y) for point in spline.points] == [(1, 0.5)] and list(spline.knot_vector) == [7]
+    assert objects_of(data, CdrSpnd)[0].id == 11
+    vectors, = objects_of(data, CdrVectorPattern)
+    assert (vectors.id, bytes(vectors.data)) == (12, b"<CDR>")
+
+
+def test_the_texts_of_a_cdr_document() -> None:
+    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 1), more=cdr_text(21, b"Words"))
+    text, = objects_of(data, CdrText)
+    assert (text.id, text.style_id, text.text) == (21, 9, "Words")
+    assert [(style.id, style.font_size) for style in text.styles] == [(1, 0.5)]
+    assert list(text.char_descriptions) == [2] * 5
+    document = cast(CdrImage, Image.load(io.BytesIO(data))).cdr_document
+    assert [each.text for each in document.text_collection.get_text(21)] == ["Words"]
+    assert list(document.text_collection.get_text(22)) == []
+
+
+@pytest.mark.parametrize("more", [cdr_gradient(3, [(0, (1, 2, 3, 4))]), cdr_tiles(3, 7, 5), cdr_tiles(3, 9, 5),
+                                  cdr_bitmap(4, bytes(6), 2, 2, bytes(8)), cdr_pattern(5, 8, 1, bytes(4)),
+                                  cdr_arrow(6, TRIANGLE), cdr_text(7, b"Words")])
+def test_chunks_that_end_early_give_what_they_have(more: bytes) -> None:
+    for length in range(8, len(more), 7):
+        cut = chunk(more[:4], more[8:length])
+        try:
+            image = Image.load(io.BytesIO(cdr(cdr_rectangle(0, 0, 0.5, 0.5, 1), more=cut)))
+            assert len(cast(CdrImage, image).cdr_document.items) > 0
+        except RuntimeError as error:
+            assert "ImageLoadException" in str(error)  # the parser that draws it refuses the file
 
 
 def test_the_document_of_a_cdr_file() -> None:

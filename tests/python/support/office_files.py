@@ -118,7 +118,50 @@ def cdr_curve(points: list[tuple[float, float]], fill: int) -> bytes:
     return cdr_shape(3, struct.pack("<I", len(points)) + places + types, 0, 0, fill)
 
 
-def cdr(*pages: bytes, width: float = 2, height: float = 1) -> bytes:
+def cdr_color(cmyk: tuple[int, int, int, int]) -> bytes:
+    return struct.pack("<H6x", 2) + bytes(cmyk)
+
+
+def cdr_gradient(number: int, stops: list[tuple[int, tuple[int, int, int, int]]]) -> bytes:
+    """A fill with a linear gradient at 45 degrees; places are percents."""
+    data = struct.pack("<IHxxB19xiiii2xIBxI", number, 2, 1, 10, 45000000, 3, 4, 1, 50, len(stops))
+    return chunk(b"fild", data + b"".join(cdr_color(cmyk) + struct.pack("<I", at) for at, cmyk in stops))
+
+
+def cdr_tiles(number: int, kind: int, image: int) -> bytes:
+    """A fill with a pattern of two colors (7), or with tiles of a picture, an inch by half an inch."""
+    data = struct.pack("<IHxxIiiHHHB", number, kind, image, 254000, 127000, 25, 50, 75, 0)
+    if kind == 7:
+        return chunk(b"fild", data + b"\0" + cdr_color((0, 0, 0, 100)) + cdr_color((100, 0, 0, 0)))
+    return chunk(b"fild", data + bytes(21) + struct.pack("<I", image))
+
+
+def cdr_bitmap(number: int, colors: bytes, width: int, height: int, rows: bytes) -> bytes:
+    """A picture of 8 bits with a palette (blue, green, red)."""
+    data = struct.pack("<I46xI4xII4xIII32x", number, 3, width, height, 8, len(rows) // height, len(rows))
+    return chunk(b"bmp ", data + struct.pack("<2xH", len(colors) // 3) + colors + rows)
+
+
+def cdr_pattern(number: int, width: int, height: int, rows: bytes) -> bytes:
+    header = struct.pack("<IIIHHII16x", 40, width, height, 1, 1, 0, len(rows)) + b"\0\0\0\0\xff\xff\xff\0"
+    return chunk(b"bmpf", struct.pack("<I", number) + header + rows)
+
+
+def cdr_arrow(number: int, points: list[tuple[float, float]]) -> bytes:
+    types = bytes([0] + [0x40] * (len(points) - 2) + [0x48])
+    places = b"".join(long_length(x) + long_length(y) for x, y in points)
+    return chunk(b"arrw", struct.pack("<I4xH4x", number, len(points)) + types + b"\0" + places)
+
+
+def cdr_text(number: int, text: bytes, font: int = 1, inches: float = 0.5) -> bytes:
+    """A text of the sixth version with one style."""
+    style = struct.pack("<B3xHH4x", 5, font, 0) + long_length(inches) + bytes(44)
+    letters = b"".join(struct.pack("<4xB5xBx", letter, 1) for letter in text)
+    return chunk(b"txsm", struct.pack("<I32xI52xIII", 1, number, 9, 1, 0)[:-4] + style
+                 + struct.pack("<I", len(text)) + letters)
+
+
+def cdr(*pages: bytes, width: float = 2, height: float = 1, more: bytes = b"") -> bytes:
     """A file of pages; fill 1 is black and fill 2 white, in CMYK. Line 1 is black, a tenth of an inch wide."""
     def solid(number: int, cmyk: tuple[int, int, int, int]) -> bytes:
         return chunk(b"fild", struct.pack("<IHxxH", number, 1, 2) + bytes(6) + bytes(cmyk) + bytes(16))
@@ -126,7 +169,7 @@ def cdr(*pages: bytes, width: float = 2, height: float = 1) -> bytes:
     line = struct.pack("<IHHHxx", 1, 2, 0, 0) + long_length(0.1) + struct.pack("<Hxxi", 100, 0) + bytes(52)
     line += struct.pack("<H", 2) + bytes(6) + bytes((0, 0, 0, 100)) + bytes(16 + 2 + 22 + 8)
     body += listed(b"doc ", listed(b"filt", solid(1, (0, 0, 0, 100)), solid(2, (0, 0, 0, 0))),
-                   listed(b"otlt", chunk(b"outl", line)))
+                   listed(b"otlt", chunk(b"outl", line)), more)
     body += chunk(b"mcfg", bytes(0x1C) + long_length(width) + long_length(height) + bytes(64))
     flags = chunk(b"flgs", struct.pack("<I", 0))
     for page in pages:

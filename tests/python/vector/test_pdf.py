@@ -20,7 +20,9 @@ from zelmor.imaging.fileformats.svg import SvgImage
 from zelmor.imaging.imageoptions import (MultiPageOptions, PdfImageCompressionOptions, PdfOptions,
                                          SvgRasterizationOptions)
 
+from support.drawn_documents import document
 from support.image_oracles import managed_error, noise, smooth
+from support.pdf_archives import archive_problems
 
 LOSSLESS = (PdfImageCompressionOptions.AUTO, PdfImageCompressionOptions.NONE, PdfImageCompressionOptions.RLE,
             PdfImageCompressionOptions.FLATE, PdfImageCompressionOptions.LZW_BASELINE_PREDICTOR,
@@ -341,7 +343,140 @@ def test_the_layout_of_a_vector_image(tmp_path: Path) -> None:
     assert (seen[20, 150] == 255).all() and (seen[150, 150] == (10, 200, 30)).all()
 
 
+# ---- Archives
+
+LEVELS = {"A": PdfComplianceVersion.PDF_A1A, "B": PdfComplianceVersion.PDF_A1B}
+#: Text of one byte a character and of more, lines, a gradient, and an opaque picture.
+SCENE = ('<rect x="5" y="5" width="40" height="30" fill="url(#g)"/><linearGradient id="g"><stop stop-color="red"/>'
+         '<stop offset="1" stop-color="blue"/></linearGradient><text x="8" y="60" font-family="DejaVu Sans" '
+         'font-size="14">Text \u00e9 \u0416\u03bb</text><path d="M60 10L100 30" stroke="green" stroke-width="3"/>')
+
+
+def archived(tmp_path: Path, image: Image, level: str, title: str = "A <title> & (more)",
+             compression: PdfImageCompressionOptions = PdfImageCompressionOptions.AUTO) -> Path:
+    """The document, after a check of the standard's requirements."""
+    options = options_with(compression)
+    options.pdf_core_options.pdf_compliance = LEVELS[level]
+    options.pdf_document_info = PdfDocumentInfo()
+    options.pdf_document_info.title, options.pdf_document_info.author = title, "Zo\u00eb"
+    options.pdf_document_info.subject, options.pdf_document_info.keywords = "Subject", "one, two"
+    path = written(tmp_path, image, options)
+    assert archive_problems(path, level) == []
+    return path
+
+
+def drawing(content: str) -> Image:
+    return Image.load(io.BytesIO(document(content)))
+
+
+@pytest.mark.parametrize("level", LEVELS)
+@pytest.mark.parametrize("compression", [PdfImageCompressionOptions.AUTO, PdfImageCompressionOptions.NONE,
+                                         PdfImageCompressionOptions.RLE, PdfImageCompressionOptions.JPEG,
+                                         PdfImageCompressionOptions.CCITT4])
+def test_archives_of_pictures(tmp_path: Path, level: str, compression: PdfImageCompressionOptions) -> None:
+    path = archived(tmp_path, loaded(smooth()), level, compression=compression)
+    if compression in LOSSLESS:
+        assert np.array_equal(picture_in(path), smooth())
+    assert facts_of(path)["Title"] == "A <title> & (more)" and facts_of(path)["PDF version"] == "1.4"
+
+
+def test_archives_of_deep_pictures_inks_and_photos(tmp_path: Path) -> None:
+    deep = (np.arange(35, dtype=np.uint16) * 1871).reshape(5, 7)
+    found = picture_in(archived(tmp_path, loaded(deep), "B"))
+    assert np.abs(found.astype(int) - (deep / 257).round()).max() <= 1
+    inks = np.zeros((16, 32, 4), np.uint8)
+    inks[:, 16:, 0] = 255
+    seen = drawn(archived(tmp_path, loaded(inks, "TIFF", "CMYK"), "B"))
+    assert seen[5, 5].min() > 245 and seen[5, 27, 0] < 80 and seen[5, 27, 2] > 150
+    path = archived(tmp_path, Image.load(io.BytesIO(photo())), "A")
+    assert np.array_equal(picture_in(path), decoded(photo()))
+
+
+@pytest.mark.parametrize("version", [2, 4])
+def test_profiles_in_archives(tmp_path: Path, version: int) -> None:
+    """The standard knows those of the second version; colors by others become sRGB."""
+    profile = bytearray(ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes())
+    profile[8] = version
+    path = archived(tmp_path, loaded(smooth(), icc_profile=bytes(profile)), "B")
+    assert (" icc " in run("pdfimages", "-list", path)) == (version == 2)
+    assert np.abs(picture_in(path).astype(int) - smooth().astype(int)).max() <= 2
+
+
+def test_archives_have_no_transparency(tmp_path: Path) -> None:
+    pixels = np.zeros((20, 20, 4), np.uint8)
+    pixels[..., 0] = 255
+    pixels[:10, :, 3] = 255
+    path = archived(tmp_path, loaded(pixels), "B")
+    seen = drawn(path)
+    assert tuple(seen[5, 5]) == (255, 0, 0)
+    assert tuple(seen[15, 5]) == (255, 255, 255)
+
+
+def test_an_archive_of_several_pages(tmp_path: Path) -> None:
+    frames = [Pillow.fromarray(np.full((20 + i, 30, 3), 80 * i, np.uint8)) for i in range(3)]
+    file = io.BytesIO()
+    frames[0].save(file, "TIFF", save_all=True, append_images=frames[1:])
+    path = archived(tmp_path, Image.load(io.BytesIO(file.getvalue())), "A")
+    assert facts_of(path)["Pages"] == "3" and facts_of(path)["Tagged"] == "yes"
+
+
+@pytest.mark.parametrize("level", LEVELS)
+def test_archives_of_drawings_have_lines_and_text(tmp_path: Path, level: str) -> None:
+    plain = drawn(written(tmp_path, drawing(SCENE)), 150).astype(int)
+    path = archived(tmp_path, drawing(SCENE), level)
+    assert np.abs(drawn(path, 150).astype(int) - plain).max() <= 1
+    assert run("pdftotext", path, "-").split() == ["Text", "\u00e9", "\u0416\u03bb"]
+    assert all(line.split()[-5] == "yes" for line in run("pdffonts", path).splitlines()[2:])  # embedded
+
+
+@pytest.mark.parametrize("content", ['<rect x="10" y="10" width="50" height="30" fill="red" opacity="0.5"/>',
+                                     '<rect x="10" y="10" width="50" height="30" fill="red" style="mix-blend-mode:'
+                                     'multiply" fill-opacity="0.5"/>'])
+def test_a_drawing_with_transparency_is_a_picture_in_archives(tmp_path: Path, content: str) -> None:
+    path = archived(tmp_path, drawing(content + "<text x='8' y='60'>words</text>"), "A")
+    assert " image " in run("pdfimages", "-list", path) and run("pdftotext", path, "-").strip() == ""
+    seen = drawn(path)
+    assert np.abs(seen[25, 30].astype(int) - (255, 127, 127)).max() <= 2 and (seen[5, 5] == 255).all()
+
+
+def test_the_colors_that_archives_mean(tmp_path: Path) -> None:
+    """The profile in them is sRGB to another library."""
+    raw = archived(tmp_path, SvgImage(4, 4), "B").read_bytes()
+    begin = raw.index(b"stream\n", raw.index(b"/N 3")) + 7
+    profile = ImageCms.ImageCmsProfile(io.BytesIO(raw[begin:raw.index(b"\nendstream", begin)]))
+    assert ImageCms.getProfileDescription(profile).strip() == "sRGB"
+    colors = Pillow.fromarray(noise())
+    back = ImageCms.profileToProfile(colors, profile, ImageCms.createProfile("sRGB"))
+    assert np.abs(np.asarray(back).astype(int) - noise().astype(int)).max() <= 1
+
+
+@pytest.mark.parametrize("broken", [(b"/GTS_PDFA1", b"/GTS_OTHER"), (b"<pdfaid:part>1", b"<pdfaid:part>2"),
+                                    (b"%PDF-1.4", b"%PDF-1.7"), (b"/ID [", b"/IX ["),
+                                    (b"/Marked true", b"/Marked null"),
+                                    (b"/StructParents 0", b"/StructParents 1"), (b"/MCID 0", b"/MCID 1"),
+                                    (b"/CIDSet", b"/CIDSat"), (b"/CIDToGIDMap", b"/CIDToGADMap"),
+                                    (b"<rdf:li>Zo", b"<rdf:li>Za")])
+def test_the_check_of_archives_notices(tmp_path: Path, broken: tuple[bytes, bytes]) -> None:
+    path = archived(tmp_path, drawing(SCENE), "A")
+    data = path.read_bytes()
+    assert broken[0] in data
+    path.write_bytes(data.replace(*broken))
+    try:
+        assert archive_problems(path, "A")
+    except (KeyError, IndexError):
+        pass  # the structure leads nowhere
+
+
 # ---- Refusals
+
+
+@pytest.mark.parametrize("compression", [PdfImageCompressionOptions.LZW_BASELINE_PREDICTOR,
+                                         PdfImageCompressionOptions.LZW_OPTIMIZED_PREDICTOR])
+def test_archives_with_lzw_are_refused(compression: PdfImageCompressionOptions) -> None:
+    options = options_with(compression)
+    options.pdf_core_options.pdf_compliance = PdfComplianceVersion.PDF_A1B
+    with managed_error("NotSupportedException", "PdfCoreOptions.Compression of LZW in PDF/A-1"):
+        loaded(smooth()).save(io.BytesIO(), options)
 
 
 @pytest.mark.parametrize("name", ["headings_outline_levels", "expanded_outline_levels", "bookmarks_outline_level"])
@@ -352,15 +487,6 @@ def test_outlines_are_refused(name: str, vector: bool) -> None:
     managed = "".join(part.title() for part in name.split("_"))
     with managed_error("NotSupportedException", f"PdfCoreOptions.{managed}"):
         (SvgImage(4, 4) if vector else loaded(smooth())).save(io.BytesIO(), options)
-
-
-@pytest.mark.parametrize("compliance", [PdfComplianceVersion.PDF_A1A, PdfComplianceVersion.PDF_A1B])
-def test_archives_are_refused(compliance: PdfComplianceVersion) -> None:
-    options = PdfOptions()
-    options.pdf_core_options = PdfCoreOptions()
-    options.pdf_core_options.pdf_compliance = compliance
-    with managed_error("NotSupportedException", "PdfCoreOptions.PdfCompliance"):
-        loaded(smooth()).save(io.BytesIO(), options)
 
 
 def test_settings_out_of_range_are_refused() -> None:

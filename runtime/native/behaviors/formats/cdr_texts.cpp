@@ -1,4 +1,6 @@
 // CdrTextCollection: the texts of a CDR document, several under one key.
+#include "runtime/native/behaviors/formats/cdr_texts.h"
+
 #include <map>
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
@@ -52,5 +54,9 @@ const BehaviorTable ZELMOR_UNNAMED({
 });
 
 }  // namespace
+
+void add_cdr_text(ManagedObject& collection, int32_t key, Ref<ManagedObject> text) {
+    cast_object<CdrTexts>(collection).by_key[key].emplace_back(std::move(text));
+}
 
 }  // namespace zelmor::embed

@@ -2,6 +2,7 @@
 #include "runtime/native/formats/cdr/cdr_objects.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,8 +10,11 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Enum.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Objects.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cdr.Types.h"
+#include "runtime/native/behaviors/formats/cdr_texts.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/formats/cdr/cdr_numbers.h"
+#include "runtime/native/formats/cdr/cdr_resources.h"
 #include "runtime/native/formats/cdr/riff_tree.h"
 #include "runtime/native/formats/opendocument/zip_archive.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -24,53 +28,10 @@ namespace cdr_types = api::FileFormats::Cdr::Types;
 
 namespace {
 
-// Versions are hundreds: 600 is the sixth.
-constexpr uint32_t kLongNumbers = 600;  // 32 bits from here on, and 16 before
-
 Value bytes_value(std::span<const uint8_t> bytes) {
     const auto* first = reinterpret_cast<const std::byte*>(bytes.data());
     return Bytes(first, first + bytes.size());
 }
-
-// Numbers one after the other, in the form of the file's version.
-class Numbers {
- public:
-    Numbers(std::span<const uint8_t> data, uint32_t version, bool big_endian, uint64_t at = 0)
-        : m_in(data, big_endian), m_version(version), m_at(at) {}
-
-    bool ok() const { return m_in.ok(); }
-    bool has(uint64_t count) const { return m_in.has(m_at, count); }
-    uint8_t u8() { return m_in.u8(step(1)); }
-    uint16_t u16() { return m_in.u16(step(2)); }
-    uint32_t u32() { return m_in.u32(step(4)); }
-    bool is_long() const { return m_version >= kLongNumbers; }
-    uint32_t count() { return is_long() ? u32() : u16(); }
-    // Inches.
-    double length() {
-        constexpr double kTenthsOfMicrometer = 254000;
-        return is_long() ? static_cast<int32_t>(u32()) / kTenthsOfMicrometer : static_cast<int16_t>(u16()) / 1000.0;
-    }
-    double angle() { return is_long() ? static_cast<int32_t>(u32()) / 1e6 : static_cast<int16_t>(u16()) / 10.0; }
-    double real() {
-        const uint64_t bits = m_in.u64(step(8));
-        double value = 0;
-        static_assert(sizeof value == sizeof bits);
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
-    }
-    void skip(uint64_t count) { step(count); }
-    std::span<const uint8_t> piece(uint64_t count) { return m_in.piece(step(count), count); }
-
- private:
-    uint64_t step(uint64_t count) {
-        const uint64_t at = m_at;
-        m_at += count;
-        return at;
-    }
-    ByteReader m_in;
-    uint32_t m_version;
-    uint64_t m_at;
-};
 
 class ObjectMaker {
  public:
@@ -79,7 +40,7 @@ class ObjectMaker {
 
     void take(const RiffChunk& root) {
         if (const RiffChunk* version = root.child("vrsn")) {
-            m_version = Numbers(version->data, 0, m_big_endian).u16();
+            m_version = CdrNumbers(version->data, 0, m_big_endian).u16();
         }
         set_property(*m_document, "Version", static_cast<int32_t>(m_version));
         children(root, m_document);
@@ -94,7 +55,7 @@ class ObjectMaker {
         return object;
     }
 
-    Numbers numbers(const RiffChunk& chunk) const { return {chunk.data, m_version, m_big_endian}; }
+    CdrNumbers numbers(const RiffChunk& chunk) const { return {chunk.data, m_version, m_big_endian}; }
 
     void children(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
         for (const RiffChunk& each : chunk.children) {
@@ -123,7 +84,7 @@ class ObjectMaker {
     }
 
     void leaf(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
-        Numbers in = numbers(chunk);
+        CdrNumbers in = numbers(chunk);
         const auto set_data = [&](const TypeName& type) {
             set_property(*add(parent, type), "Data", bytes_value(chunk.data));
         };
@@ -143,10 +104,6 @@ class ObjectMaker {
             set_data(objects::CdrUdta::kType);
         } else if (chunk.id == "font") {
             font(in, parent);
-        } else if (chunk.id == "fild" && has_known_styles()) {
-            fill(in, parent);
-        } else if (chunk.id == "outl" && has_known_styles()) {
-            outline(in, parent);
         } else if (chunk.id == "bbox") {
             auto box = add(parent, objects::CdrBbox::kType);
             set_property(*box, "LeftTop", point(in));
@@ -155,24 +112,26 @@ class ObjectMaker {
             transforms(chunk, parent);
         } else if (chunk.id == "loda") {
             graphic(chunk, parent);
+        } else if (has_known_styles()) {
+            resource(chunk, parent);
         }
         // Others have no object, or only a list around them that holds what is known.
     }
 
-    Value point(Numbers& in) const {
+    Value point(CdrNumbers& in) const {
         auto made = make_instance(cdr_types::PointD::kType.name);
         set_property(*made, "X", in.length());
         set_property(*made, "Y", in.length());
         return made;
     }
 
-    void page_size(Numbers& in, const Ref<ManagedObject>& parent) {
+    void page_size(CdrNumbers& in, const Ref<ManagedObject>& parent) {
         // Where the size stands depends on the version.
         if (m_version >= 1300) {
             in.skip(12);
         } else if (m_version >= 900) {
             in.skip(4);
-        } else if (m_version < 700 && m_version >= kLongNumbers) {
+        } else if (m_version < 700 && m_version >= kCdrLongNumbers) {
             in.skip(0x1C);
         }
         m_width = in.length();
@@ -183,44 +142,9 @@ class ObjectMaker {
     }
 
     // Whether fills and lines have the form that is read here.
-    bool has_known_styles() const { return m_version >= kLongNumbers && m_version < 1300; }
+    bool has_known_styles() const { return m_version >= kCdrLongNumbers && m_version < 1300; }
 
-    static Ref<ManagedObject> color(Numbers& in) {
-        auto made = make_instance(cdr_types::CdrColor::kType.name);
-        set_property(*made, "ColorModel", static_cast<int32_t>(in.u16()));
-        in.skip(6);
-        set_property(*made, "ColorValue", static_cast<int32_t>(in.u32()));
-        return made;
-    }
-
-    // The color of a fill with one; of others the kind alone.
-    void fill(Numbers& in, const Ref<ManagedObject>& parent) {
-        auto object = add(parent, objects::CdrFill::kType);
-        set_property(*object, "Id", static_cast<int32_t>(in.u32()));
-        const uint16_t kind = in.u16();
-        set_property(*object, "FillType", static_cast<int32_t>(kind));
-        if (kind == static_cast<uint16_t>(api::FileFormats::Cdr::Enum::CdrFillType::kSolid)) {
-            in.skip(2);
-            set_property(*object, "Color1", color(in));
-        }
-    }
-
-    void outline(Numbers& in, const Ref<ManagedObject>& parent) {
-        auto object = add(parent, objects::CdrOutline::kType);
-        set_property(*object, "Id", static_cast<int32_t>(in.u32()));
-        set_property(*object, "LineType", static_cast<int32_t>(in.u16()));
-        set_property(*object, "CapsType", static_cast<int32_t>(in.u16()));
-        set_property(*object, "JoinType", static_cast<int32_t>(in.u16()));
-        in.skip(2);
-        set_property(*object, "LineWidth", in.length());
-        set_property(*object, "Stretch", in.u16() / 100.0);
-        in.skip(2);
-        set_property(*object, "Aangle", in.angle());
-        in.skip(52);
-        set_property(*object, "Color", color(in));
-    }
-
-    void font(Numbers& in, const Ref<ManagedObject>& parent) {
+    void font(CdrNumbers& in, const Ref<ManagedObject>& parent) {
         auto object = add(parent, objects::CdrFont::kType);
         set_property(*object, "Id", static_cast<int32_t>(in.u16()));
         set_property(*object, "Encoding", static_cast<int32_t>(in.u16()));
@@ -238,13 +162,25 @@ class ObjectMaker {
         set_property(*object, "FontName", std::move(name));
     }
 
+    void resource(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
+        const TypeName* type = cdr_resource_type(chunk.id);
+        if (type == nullptr) {
+            return;
+        }
+        const Ref<ManagedObject> object = add(parent, *type);
+        const std::optional<int32_t> text = take_cdr_resource(*object, chunk.id, numbers(chunk), m_version);
+        if (text) {
+            add_cdr_text(*property_object(*m_document, "TextCollection"), *text, object);
+        }
+    }
+
     // The parts of a graphic object or a transform: their places, and what each is.
     struct Part {
         uint32_t kind;
         uint64_t at;
     };
     std::vector<Part> parts(const RiffChunk& chunk, uint32_t& type) const {
-        Numbers in = numbers(chunk);
+        CdrNumbers in = numbers(chunk);
         in.count();  // the size again
         const uint32_t count = in.count();
         const uint32_t places = in.count();
@@ -255,10 +191,10 @@ class ObjectMaker {
         if (!in.ok() || count > chunk.data.size() / width) {
             return result;
         }
-        Numbers place(chunk.data, m_version, m_big_endian, places);
+        CdrNumbers place(chunk.data, m_version, m_big_endian, places);
         for (uint32_t i = 0; i < count; i++) {
             // Kinds stand in the opposite order.
-            Numbers kind(chunk.data, m_version, m_big_endian, kinds + (count - 1 - i) * width);
+            CdrNumbers kind(chunk.data, m_version, m_big_endian, kinds + (count - 1 - i) * width);
             result.push_back({kind.count(), place.count()});
         }
         return result;
@@ -268,7 +204,7 @@ class ObjectMaker {
         uint32_t type = 0;
         std::vector<double> values;
         for (const Part& part : parts(chunk, type)) {
-            Numbers in(chunk.data, m_version, m_big_endian, part.at);
+            CdrNumbers in(chunk.data, m_version, m_big_endian, part.at);
             if (m_version >= 1300) {
                 in.skip(8);
             }
@@ -276,14 +212,14 @@ class ObjectMaker {
             if (in.u16() != kMatrix) {
                 continue;
             }
-            if (m_version >= kLongNumbers) {
+            if (m_version >= kCdrLongNumbers) {
                 in.skip(6);
             }
             for (int i = 0; i < 6; i++) {
                 // Moves are lengths.
                 const bool moves = i % 3 == 2;
                 if (m_version >= 500) {
-                    values.push_back(in.real() / (moves ? (m_version < kLongNumbers ? 1000.0 : 254000.0) : 1));
+                    values.push_back(in.real() / (moves ? (m_version < kCdrLongNumbers ? 1000.0 : 254000.0) : 1));
                 } else {
                     values.push_back(moves ? in.length() : static_cast<int32_t>(in.u32()) / 65536.0);
                 }
@@ -305,7 +241,7 @@ class ObjectMaker {
         if (coordinates == found.end()) {
             return;
         }
-        Numbers in(chunk.data, m_version, m_big_endian, coordinates->at);
+        CdrNumbers in(chunk.data, m_version, m_big_endian, coordinates->at);
         Ref<ManagedObject> object;
         switch (type) {
             case 0x01:
@@ -340,7 +276,7 @@ class ObjectMaker {
                 return;  // of a kind that the API has no class for
         }
         for (const Part& part : found) {
-            Numbers number(chunk.data, m_version, m_big_endian, part.at);
+            CdrNumbers number(chunk.data, m_version, m_big_endian, part.at);
             const char* property = part.kind == 0x14   ? "FillId"
                                    : part.kind == 0x0A ? "OutlineId"
                                    : part.kind == 0xC8 ? "StyleId"
@@ -348,10 +284,27 @@ class ObjectMaker {
             if (property != nullptr) {
                 set_property(*object, property, static_cast<int32_t>(number.u32()));
             }
+            constexpr uint32_t kPolygonTransform = 0x2AF8;
+            if (part.kind == kPolygonTransform && has_known_styles()) {
+                polygon_transform(number, parent);
+            }
         }
     }
 
-    Ref<ManagedObject> rectangle(Numbers& in, const Ref<ManagedObject>& parent) {
+    // How the side of a polygon is repeated.
+    void polygon_transform(CdrNumbers& in, const Ref<ManagedObject>& parent) {
+        auto object = add(parent, objects::CdrPolygonTransform::kType);
+        in.skip(4);
+        set_property(*object, "NumAngles", static_cast<int64_t>(in.u32()));
+        const uint32_t first = in.u32(), second = in.u32();
+        set_property(*object, "NextPoint", static_cast<int64_t>(first <= 1 ? second : first));
+        set_property(*object, "Rx", in.real());
+        set_property(*object, "Ry", in.real());
+        set_property(*object, "Cx", in.length());
+        set_property(*object, "Cy", in.length());
+    }
+
+    Ref<ManagedObject> rectangle(CdrNumbers& in, const Ref<ManagedObject>& parent) {
         auto object = add(parent, objects::CdrRectangle::kType);
         set_property(*object, "Width", in.length());
         set_property(*object, "Height", in.length());
@@ -384,7 +337,7 @@ class ObjectMaker {
         return object;
     }
 
-    Ref<ManagedObject> ellipse(Numbers& in, const Ref<ManagedObject>& parent) {
+    Ref<ManagedObject> ellipse(CdrNumbers& in, const Ref<ManagedObject>& parent) {
         auto object = add(parent, objects::CdrEllipse::kType);
         const double width = in.length();
         const double height = in.length();
@@ -398,7 +351,7 @@ class ObjectMaker {
         return object;
     }
 
-    Ref<ManagedObject> curve(Numbers& in, const Ref<ManagedObject>& parent, const TypeName& type) {
+    Ref<ManagedObject> curve(CdrNumbers& in, const Ref<ManagedObject>& parent, const TypeName& type) {
         auto object = add(parent, type);
         const uint64_t count = in.is_long() ? in.u32() : in.u16();
         const uint64_t width = in.is_long() ? 9 : 5;  // of two coordinates and a type

@@ -5,6 +5,7 @@
 
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
 #include "runtime/native/formats/pdf/jpeg_copy.h"
+#include "runtime/native/formats/pdf/pdf_archive.h"
 #include "runtime/native/formats/pdf/pdf_encoding.h"
 #include "runtime/native/formats/pdf/pdf_writer.h"
 #include "runtime/native/imagework/format_codec.h"
@@ -32,6 +33,14 @@ void to_page_form(VipsPicture& picture, const PdfEncoding& pdf, const Encoding& 
     if (pdf.compression == PdfCompression::kGroup3 || pdf.compression == PdfCompression::kGroup4) {
         return to_bilevel(picture, encoding);
     }
+    if (pdf.is_archive()) {
+        // PDF/A-1 has neither transparency nor inks without a profile, and none of the profiles of the fourth version.
+        picture.lose_alpha(encoding);
+        const bool knows = picture.profile() != nullptr && is_archive_profile(*picture.profile());
+        if (!knows && (picture.profile() != nullptr || picture.form().color == ColorModel::kCmyk)) {
+            picture.to_srgb();
+        }
+    }
     const bool jpeg = pdf_compression_for(pdf, picture.form()) == PdfCompression::kJpeg;
     if (picture.form().color == ColorModel::kIndexed && (jpeg || !is_opaque(picture.palette()))) {
         picture.to_direct();
@@ -42,7 +51,7 @@ void to_page_form(VipsPicture& picture, const PdfEncoding& pdf, const Encoding& 
     PixelForm form = picture.form();
     const bool bytes = form.sample == SampleType::kUint8;
     if (form.color != ColorModel::kIndexed && (!bytes || jpeg || form.bands() > 1)) {
-        const bool words = !bytes && form.sample != SampleType::kInt8 && !jpeg;
+        const bool words = !bytes && form.sample != SampleType::kInt8 && !jpeg && !pdf.is_archive();
         form.sample = words ? SampleType::kUint16 : SampleType::kUint8;
         form.bits = words ? 16 : 8;
         picture.to_form(form);
@@ -54,8 +63,9 @@ std::optional<std::vector<uint8_t>> own_jpeg(const VipsPicture& picture, const P
     const PixelForm& form = picture.form();
     const bool fits = (form.color == ColorModel::kGray || form.color == ColorModel::kRgb) && form.bits == 8 &&
                       form.sample == SampleType::kUint8 && !form.alpha;
+    const bool known = !pdf.is_archive() || picture.profile() == nullptr || is_archive_profile(*picture.profile());
     const SharedFrames& frames = picture.origin().source;
-    if (pdf.compression != PdfCompression::kAuto || !fits || frames == nullptr || picture.changed_at() != 0) {
+    if (pdf.compression != PdfCompression::kAuto || !fits || !known || frames == nullptr || picture.changed_at() != 0) {
         return std::nullopt;
     }
     const SharedSource file = jpeg_file_of(*frames);
@@ -74,13 +84,15 @@ void write_page(PdfFile& file, VipsPicture& picture, const Encoding& encoding) {
 }
 
 void encode(VipsPicture& picture, const Encoding& encoding, ByteSink& out) {
-    PdfFile file(out, encoding.format.get<PdfEncoding>().info);
+    const auto& pdf = encoding.format.get<PdfEncoding>();
+    PdfFile file(out, pdf.info, pdf.compliance);
     write_page(file, picture, encoding);
     file.finish();
 }
 
 void encode_frames(std::span<const FrameToWrite> frames, ByteSink& out) {
-    PdfFile file(out, frames[0].encoding->format.get<PdfEncoding>().info);
+    const auto& pdf = frames[0].encoding->format.get<PdfEncoding>();
+    PdfFile file(out, pdf.info, pdf.compliance);
     for (const FrameToWrite& frame : frames) {
         const auto own = frame.picture->copy();
         prepare_for_encoding(*own, *frame.encoding);

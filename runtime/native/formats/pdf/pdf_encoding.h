@@ -22,6 +22,9 @@ enum class PdfCompression : uint8_t {
     kGroup4,
 };
 
+// What a document promises: nothing, or to be one for archives, with a structure (A) or as it looks alone (B).
+enum class PdfCompliance : uint8_t { kNone, kA1a, kA1b };
+
 // What a document tells about itself; UTF-8, empty for nothing.
 struct PdfInfo {
     std::string title, author, subject, keywords;
@@ -38,6 +41,8 @@ struct PdfEncoding {
     // A picture has the size that its resolution gives it; otherwise 96 of its pixels make an inch.
     bool own_resolution = true;
     PdfInfo info = {};
+    PdfCompliance compliance = PdfCompliance::kNone;
+    bool is_archive() const { return compliance != PdfCompliance::kNone; }
 };
 
 }  // namespace zelmor::imagework

@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Pdf.h"
 #include "generated/runtime/Zelmor.Imaging.ImageOptions.h"
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/drawing/outlines.h"
 #include "runtime/native/behaviors/images/counterparts.h"
 #include "runtime/native/behaviors/images/format_members.h"
 #include "runtime/native/behaviors/images/image_object.h"
@@ -16,7 +17,10 @@
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
+#include "runtime/native/formats/pdf/archive_copy.h"
 #include "runtime/native/formats/pdf/pdf_encoding.h"
+#include "runtime/native/imagework/picture_error.h"
+#include "runtime/native/imagework/pixels/byte_sink.h"
 
 namespace zelmor::embed {
 
@@ -30,6 +34,8 @@ using drawwork::Affine;
 
 // Of the drawing library and of this runtime's own files: 96 pixels to the inch, 72 points.
 constexpr double kPointsPerPixel = 72.0 / 96.0;
+// Of a page that becomes a picture: a sheet of two by three feet.
+constexpr int64_t kMostFlatPixels = 80'000'000;
 
 constexpr Counterpart<PdfImageCompressionOptions, PdfCompression> kCompressions[] = {
     {PdfImageCompressionOptions::kAuto, PdfCompression::kAuto},
@@ -41,6 +47,12 @@ constexpr Counterpart<PdfImageCompressionOptions, PdfCompression> kCompressions[
     {PdfImageCompressionOptions::kJpeg, PdfCompression::kJpeg},
     {PdfImageCompressionOptions::kCcitt3, PdfCompression::kGroup3},
     {PdfImageCompressionOptions::kCcitt4, PdfCompression::kGroup4},
+};
+
+constexpr Counterpart<PdfComplianceVersion, PdfCompliance> kStandards[] = {
+    {PdfComplianceVersion::kPdf15, PdfCompliance::kNone},
+    {PdfComplianceVersion::kPdfA1a, PdfCompliance::kA1a},
+    {PdfComplianceVersion::kPdfA1b, PdfCompliance::kA1b},
 };
 
 std::string text_of(const ManagedObject& object, const char* property) {
@@ -61,11 +73,13 @@ PdfInfo info_of(const ManagedObject& options) {
 
 void take_core(const ManagedObject& core, PdfEncoding& pdf) {
     require_effective_options(core);
-    const auto compliance = property_enum<PdfComplianceVersion>(core, "PdfCompliance");
-    if (compliance != PdfComplianceVersion::kPdf15) {
-        throw_not_supported("The value " + std::to_string(number_of(compliance)) + " of " +
-                            member_name(core, "PdfCompliance"));
+    const auto standard = property_enum<PdfComplianceVersion>(core, "PdfCompliance");
+    const auto compliance = backend_value(kStandards, standard);
+    if (!compliance) {
+        throw_out_of_range("PdfCompliance", "The value " + std::to_string(number_of(standard)) + " of " +
+                                                member_name(core, "PdfCompliance") + " is not one of its enumeration.");
     }
+    pdf.compliance = *compliance;
     const auto wanted = property_enum<PdfImageCompressionOptions>(core, "Compression");
     const auto compression = backend_value(kCompressions, wanted);
     if (!compression) {
@@ -73,6 +87,10 @@ void take_core(const ManagedObject& core, PdfEncoding& pdf) {
                                               member_name(core, "Compression") + " is not one of its enumeration.");
     }
     pdf.compression = *compression;
+    if (pdf.is_archive() &&
+        (pdf.compression == PdfCompression::kLzw || pdf.compression == PdfCompression::kLzwOptimized)) {
+        throw_not_supported(member_name(core, "Compression") + " of LZW in PDF/A-1, which does not allow it,");
+    }
     pdf.jpeg_quality = static_cast<int>(ranged(core, "JpegQuality", 1, 100));
 }
 
@@ -122,6 +140,7 @@ void fill_options(ManagedObject& options, const FileFacts& facts) {
     const Ref<ManagedObject> core = make_instance(api::FileFormats::Pdf::PdfCoreOptions::kType.name);
     set_property(*core, "Compression", *api_value(kCompressions, pdf.compression));
     set_property(*core, "JpegQuality", pdf.jpeg_quality);
+    set_property(*core, "PdfCompliance", *api_value(kStandards, pdf.compliance));
     set_property(options, "PdfCoreOptions", core);
     set_property(options, "PageSize",
                  box(SizeFValue{static_cast<float>(pdf.page_width), static_cast<float>(pdf.page_height)}));
@@ -132,8 +151,28 @@ void complete(const ImageObject& image, FormatEncoding& settings) {
     settings.get<PdfEncoding>().from_jpeg = image.facts().format == Format::kJpeg;
 }
 
+// A page as a picture without transparency, on white.
+void draw_flat(const DrawnPage& page, const Affine& map, double width, double height, drawwork::Document& document) {
+    constexpr double kDots = 300;
+    const double scale = kDots / 72;
+    const drawwork::PixelArea area{0, 0, static_cast<int32_t>(std::ceil(width * scale)),
+                                   static_cast<int32_t>(std::ceil(height * scale))};
+    if (static_cast<int64_t>(area.width) * area.height > kMostFlatPixels) {
+        throw_not_supported("PDF/A-1 has no transparency, and a picture of a page as large as this one");
+    }
+    const auto canvas = drawing_backend().canvas(area, 0xFFFFFFFF);
+    page.draw(*canvas, map.then(Affine::scaling(scale, scale)));
+    drawwork::Paint paint;
+    paint.kind = drawwork::Paint::Kind::kTexture;
+    paint.pixels = canvas->pixels();
+    paint.width = area.width;
+    paint.height = area.height;
+    paint.placing = Affine::scaling(1 / scale, 1 / scale);
+    document.fill({rectangle_contour({0, 0, width, height})}, drawwork::FillRule::kWinding, paint, false);
+}
+
 // The page as large as the options say, with the drawing in the middle.
-void write_page(const DrawnPage& page, const PdfEncoding& pdf, drawwork::Document& document) {
+void write_page(const DrawnPage& page, const PdfEncoding& pdf, bool flat, drawwork::Document& document) {
     const double width = page.width * kPointsPerPixel;
     const double height = page.height * kPointsPerPixel;
     const double page_width = pdf.page_width > 0    ? pdf.page_width
@@ -141,10 +180,33 @@ void write_page(const DrawnPage& page, const PdfEncoding& pdf, drawwork::Documen
                                                     : width;
     const double page_height = pdf.page_height > 0 ? pdf.page_height : page_width * height / width;
     const double scale = std::min(page_width / width, page_height / height);
+    const Affine map =
+        Affine::scaling(scale * kPointsPerPixel, scale * kPointsPerPixel)
+            .then(Affine::translation((page_width - width * scale) / 2, (page_height - height * scale) / 2));
     document.page(page_width, page_height);
-    page.draw(document,
-              Affine::scaling(scale * kPointsPerPixel, scale * kPointsPerPixel)
-                  .then(Affine::translation((page_width - width * scale) / 2, (page_height - height * scale) / 2)));
+    flat ? draw_flat(page, map, page_width, page_height, document) : page.draw(document, map);
+}
+
+void write_document(std::span<const DrawnPage> pages, const PdfEncoding& pdf, bool flat, ByteSink& out) {
+    const auto document =
+        drawing_backend().pdf({pdf.info.title, pdf.info.author, pdf.info.subject, pdf.info.keywords}, out);
+    for (const DrawnPage& page : pages) {
+        write_page(page, pdf, flat, *document);
+    }
+    document->finish();
+}
+
+// For archives: pages of lines and text, or pictures of all pages where these need what PDF/A-1 does not have.
+void write_archive(std::span<const DrawnPage> pages, const PdfEncoding& pdf, ByteSink& out) {
+    for (const bool flat : {false, true}) {
+        MemorySink bytes;
+        write_document(pages, pdf, flat, bytes);
+        if (const auto archive = archive_copy(bytes.take().bytes(), pdf.info, pdf.compliance)) {
+            out.write({reinterpret_cast<const uint8_t*>(archive->data()), archive->size()});
+            return;
+        }
+    }
+    throw PictureError(Failure::kInternal, "a picture of a page has transparency");
 }
 
 void write_drawing(std::span<const DrawnPage> pages, const Record* options, const std::string&, ByteSink& out) {
@@ -160,12 +222,7 @@ void write_drawing(std::span<const DrawnPage> pages, const Record* options, cons
             throw_invalid_operation("An image without a size cannot be a page.");
         }
     }
-    const auto document =
-        drawing_backend().pdf({pdf.info.title, pdf.info.author, pdf.info.subject, pdf.info.keywords}, out);
-    for (const DrawnPage& page : pages) {
-        write_page(page, pdf, *document);
-    }
-    document->finish();
+    pdf.is_archive() ? write_archive(pages, pdf, out) : write_document(pages, pdf, false, out);
 }
 
 constexpr FormatClasses kClasses[] = {

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
+#include "runtime/native/formats/pdf/pdf_archive.h"
 #include "runtime/native/formats/pdf/row_filters.h"
 #include "runtime/native/formats/tiff/tiff_writer.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -32,44 +33,6 @@ std::string hex(std::span<const uint8_t> bytes) {
         result += kDigits[byte & 15];
     }
     return result + ">";
-}
-
-// The code points of UTF-8 that is known to be well formed, as UTF-16 with the highest byte first.
-std::vector<uint8_t> utf16(const std::string& utf8) {
-    std::vector<uint8_t> result{0xFE, 0xFF};
-    const auto put = [&](uint32_t unit) {
-        result.push_back(static_cast<uint8_t>(unit >> 8));
-        result.push_back(static_cast<uint8_t>(unit));
-    };
-    for (size_t i = 0; i < utf8.size();) {
-        const auto first = static_cast<uint8_t>(utf8[i++]);
-        const int more = first < 0x80 ? 0 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : 3;
-        uint32_t point = more == 0 ? first : first & (0x3FU >> more);
-        for (int k = 0; k < more && i < utf8.size(); ++k) {
-            point = point << 6 | (static_cast<uint8_t>(utf8[i++]) & 0x3FU);
-        }
-        if (point >= 0x10000) {
-            put(0xD800 + ((point - 0x10000) >> 10));
-            put(0xDC00 + ((point - 0x10000) & 0x3FF));
-        } else {
-            put(point);
-        }
-    }
-    return result;
-}
-
-std::string info_entries(const PdfInfo& info) {
-    std::string result;
-    const auto add = [&](const char* name, const std::string& text) {
-        if (!text.empty()) {
-            result += std::string(" /") + name + " " + pdf_text(text);
-        }
-    };
-    add("Title", info.title);
-    add("Author", info.author);
-    add("Subject", info.subject);
-    add("Keywords", info.keywords);
-    return result;
 }
 
 // Rows of the samples of a picture in the bytes that streams have: without the opacity, or the opacity alone.
@@ -186,21 +149,6 @@ bool is_fax(PdfCompression compression) {
 }
 
 }  // namespace
-
-std::string pdf_text(const std::string& utf8) {
-    const bool ascii = std::all_of(utf8.begin(), utf8.end(), [](char c) { return c >= ' ' && c <= '~'; });
-    if (!ascii) {
-        return hex(utf16(utf8));
-    }
-    std::string result = "(";
-    for (const char c : utf8) {
-        if (c == '(' || c == ')' || c == '\\') {
-            result += '\\';
-        }
-        result += c;
-    }
-    return result + ")";
-}
 
 std::string pdf_number(double value) {
     char digits[64];
@@ -342,16 +290,21 @@ class PdfPage final : public RowWriter {
         const double scale = std::min(page_width / width, page_height / height);
         const double left = (page_width - width * scale) / 2;
         const double bottom = (page_height - height * scale) / 2;
-        const std::string content = "q " + pdf_number(width * scale) + " 0 0 " + pdf_number(height * scale) + " " +
-                                    pdf_number(left) + " " + pdf_number(bottom) + " cm /P Do Q";
+        const bool marked = m_encoding.compliance == PdfCompliance::kA1a;
+        std::string content = "q " + pdf_number(width * scale) + " 0 0 " + pdf_number(height * scale) + " " +
+                              pdf_number(left) + " " + pdf_number(bottom) + " cm /P Do Q";
+        if (marked) {
+            content = std::string(kMarkedBegin) + " " + content + " " + std::string(kMarkedEnd);
+        }
         const int content_object = m_file.new_object();
         m_file.write_object(content_object,
                             "<< /Length " + std::to_string(content.size()) + " >>\nstream\n" + content + "\nendstream");
         const int page = m_file.new_object();
-        m_file.write_object(page, "<< /Type /Page /Parent " + std::to_string(kPageTree) + " 0 R /MediaBox [0 0 " +
-                                      pdf_number(page_width) + " " + pdf_number(page_height) +
-                                      "] /Resources << /XObject << /P " + std::to_string(m_picture) +
-                                      " 0 R >> >> /Contents " + std::to_string(content_object) + " 0 R >>");
+        m_file.write_object(
+            page, "<< /Type /Page /Parent " + std::to_string(kPageTree) + " 0 R /MediaBox [0 0 " +
+                      pdf_number(page_width) + " " + pdf_number(page_height) + "] /Resources << /XObject << /P " +
+                      std::to_string(m_picture) + " 0 R >> >> /Contents " + std::to_string(content_object) + " 0 R" +
+                      (marked ? " /StructParents " + std::to_string(m_file.m_pages.size()) : "") + " >>");
         m_file.m_pages.push_back(page);
     }
 
@@ -425,8 +378,10 @@ class PdfPage final : public RowWriter {
     bool m_opaque = true;
 };
 
-PdfFile::PdfFile(ByteSink& out, const PdfInfo& info) : m_out(out), m_info(info), m_offsets(kInfo) {
-    write("%PDF-1.5\n%\xE2\xE3\xCF\xD3\n");
+PdfFile::PdfFile(ByteSink& out, const PdfInfo& info, PdfCompliance compliance)
+    : m_out(out), m_info(info), m_compliance(compliance), m_offsets(kInfo) {
+    write(compliance == PdfCompliance::kNone ? "%PDF-1.5" : "%PDF-1.4");
+    write("\n%\xE2\xE3\xCF\xD3\n");
 }
 PdfFile::~PdfFile() = default;
 
@@ -485,13 +440,17 @@ int PdfFile::profile_object(const ProfileBytes& profile, int colors) {
 }
 
 void PdfFile::finish() {
-    write_object(kCatalog, "<< /Type /Catalog /Pages " + std::to_string(kPageTree) + " 0 R >>");
+    std::string archive;
+    if (m_compliance != PdfCompliance::kNone) {
+        archive = write_archive_objects(*this, m_info, m_compliance, m_pages);
+    }
+    write_object(kCatalog, "<< /Type /Catalog /Pages " + std::to_string(kPageTree) + " 0 R" + archive + " >>");
     std::string kids;
     for (const int page : m_pages) {
         kids += std::to_string(page) + " 0 R ";
     }
     write_object(kPageTree, "<< /Type /Pages /Count " + std::to_string(m_pages.size()) + " /Kids [ " + kids + "] >>");
-    write_object(kInfo, "<<" + info_entries(m_info) + " >>");
+    write_object(kInfo, "<<" + pdf_info_entries(m_info) + " >>");
     const uint64_t table = m_out.count();
     std::string text = "xref\n0 " + std::to_string(m_offsets.size() + 1) + "\n0000000000 65535 f \n";
     for (const uint64_t offset : m_offsets) {
@@ -500,7 +459,9 @@ void PdfFile::finish() {
         text += line;
     }
     text += "trailer\n<< /Size " + std::to_string(m_offsets.size() + 1) + " /Root " + std::to_string(kCatalog) +
-            " 0 R /Info " + std::to_string(kInfo) + " 0 R >>\nstartxref\n" + std::to_string(table) + "\n%%EOF\n";
+            " 0 R /Info " + std::to_string(kInfo) + " 0 R" +
+            (m_compliance != PdfCompliance::kNone ? m_out.identifier() : "") + " >>\nstartxref\n" +
+            std::to_string(table) + "\n%%EOF\n";
     write(text);
 }
 

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "runtime/native/formats/pdf/pdf_archive.h"
 #include "runtime/native/formats/pdf/pdf_encoding.h"
 #include "runtime/native/imagework/formats.h"
 #include "runtime/native/imagework/pixels/byte_sink.h"
@@ -22,16 +23,14 @@ namespace zelmor::imagework {
 // The compression that a picture of this form gets; PictureError(kEncoding) where a wanted one does not take it.
 PdfCompression pdf_compression_for(const PdfEncoding& encoding, const PixelForm& form);
 
-// A text string of a document: as it is, or in UTF-16 where it has more than ASCII.
-std::string pdf_text(const std::string& utf8);
 // A number with up to four decimals.
 std::string pdf_number(double value);
 
-class PdfFile {
+class PdfFile final : private PdfObjects {
  public:
     // The sink has to outlive this.
-    PdfFile(ByteSink& out, const PdfInfo& info);
-    ~PdfFile();
+    PdfFile(ByteSink& out, const PdfInfo& info, PdfCompliance compliance);
+    ~PdfFile() override;
     PdfFile(const PdfFile&) = delete;
     PdfFile& operator=(const PdfFile&) = delete;
 
@@ -48,10 +47,10 @@ class PdfFile {
  private:
     friend class PdfPage;
 
-    int new_object();
+    int new_object() override;
     void begin_object(int number);
     void write(std::string_view text);
-    void write_object(int number, std::string_view text);
+    void write_object(int number, std::string_view text) override;
     // An object with a stream, all of whose bytes are there.
     void write_stream(int number, std::string_view entries, const EncodedBytes& bytes);
     int profile_object(const ProfileBytes& profile, int colors);
@@ -63,16 +62,20 @@ class PdfFile {
         void write(std::span<const uint8_t> bytes) override {
             m_out.write(bytes);
             m_count += bytes.size();
+            m_identifier.add(bytes);
         }
         uint64_t count() const { return m_count; }
+        std::string identifier() const { return m_identifier.entry(); }
 
      private:
         ByteSink& m_out;
         uint64_t m_count = 0;
+        PdfIdentifier m_identifier;
     };
 
     Counter m_out;
     PdfInfo m_info;
+    PdfCompliance m_compliance;
     std::vector<uint64_t> m_offsets;  // of the objects, from number 1 on
     std::vector<int> m_pages;
     std::vector<std::pair<ProfileBytes, int>> m_profiles;
