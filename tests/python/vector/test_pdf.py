@@ -436,7 +436,7 @@ def test_a_drawing_with_transparency_is_a_picture_in_archives(tmp_path: Path, co
     path = archived(tmp_path, drawing(content + "<text x='8' y='60'>words</text>"), "A")
     assert " image " in run("pdfimages", "-list", path) and run("pdftotext", path, "-").strip() == ""
     seen = drawn(path)
-    assert np.abs(seen[25, 30].astype(int) - (255, 127, 127)).max() <= 2 and (seen[5, 5] == 255).all()
+    assert np.abs(seen[25, 30].astype(int) - (255, 127, 127)).max() <= 2 and seen[5, 5].min() >= 254
 
 
 def test_the_colors_that_archives_mean(tmp_path: Path) -> None:

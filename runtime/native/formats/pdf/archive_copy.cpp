@@ -217,14 +217,14 @@ class Copy final : public PdfObjects {
             }
             const std::string head = m_objects[i].head;
             const auto descriptor = number_behind(head, "/FontDescriptor ");
-            const size_t widths = head.find("/W [ 0 [");
+            const size_t widths = head.find("/W [0 [");
             const size_t end = head.find(']', widths);
             if (!descriptor || widths == std::string::npos || end == std::string::npos) {
                 unexpected();
             }
             size_t glyphs = 0;
             bool inside = false;
-            for (size_t at = widths + 8; at < end; at++) {
+            for (size_t at = widths + 7; at < end; at++) {
                 const bool digit = head[at] != ' ' && head[at] != '\n';
                 glyphs += digit && !inside ? 1 : 0;
                 inside = digit;

@@ -37,7 +37,9 @@ void to_page_form(VipsPicture& picture, const PdfEncoding& pdf, const Encoding& 
         // PDF/A-1 has neither transparency nor inks without a profile, and none of the profiles of the fourth version.
         picture.lose_alpha(encoding);
         const bool knows = picture.profile() != nullptr && is_archive_profile(*picture.profile());
-        if (!knows && (picture.profile() != nullptr || picture.form().color == ColorModel::kCmyk)) {
+        if (!knows && picture.form().color == ColorModel::kCmyk) {
+            picture.to_colors();
+        } else if (!knows && picture.profile() != nullptr) {
             picture.to_srgb();
         }
     }
