@@ -103,8 +103,8 @@ def test_variables_that_stand_together_share_a_reason() -> None:
 
 
 @pytest.mark.parametrize("line", [
-    "PyTypeObject type = {};", "constinit PyTypeObject type = made();", "PyModuleDef module = {", "PyMappingMethods m = {",
-    "    static char* keywords[] = {nullptr};", "static PyBufferProcs procs = {",
+    "PyTypeObject type = {};", "constinit PyTypeObject type = made();", "PyModuleDef module = {",
+    "PyMappingMethods m = {", "    static char* keywords[] = {nullptr};", "static PyBufferProcs procs = {",
 ])
 def test_tables_of_the_interpreter_need_none(line: str) -> None:
     assert list(shared_state_findings("pyshell/a.cpp", f"void f() {{\n{line}\n")) == []

@@ -170,8 +170,8 @@ struct FrameToWrite {
     const Encoding* encoding;  // of a TIFF page its own; elsewhere the first frame's counts for all
     GifFrame gif = {};
     FrameOrigin origin = {};  // of a GIF frame whose picture is still that of its file
-    // Of the first frame: the picture beside an animated PNG that programs show which know none, as large as the frames;
-    // null where that is the first frame.
+    // Of the first frame: the picture beside an animated PNG that programs show which know none, as large as the
+    // frames; null where that is the first frame.
     const Picture* still = nullptr;
 };
 

@@ -220,8 +220,10 @@ def softened(image: Any) -> Any:
 
 
 def nearest_difference(one: Any, other: Any) -> float:
-    """The mean difference of the channels of two pictures of one size. Edges are softened, and one of them is moved by a
-    pixel where that brings them closer: programs disagree about where on a pixel a line stands.
+    """The mean difference of the channels of two pictures of one size.
+
+    Edges are softened, and one of the pictures is moved by a pixel where that brings them closer: programs disagree
+    about where on a pixel a line stands.
     """
     assert one.size == other.size, (one.size, other.size)
     a, b = softened(one), softened(other)

@@ -70,9 +70,11 @@ TEST(ProbeTest, KnownFormatsAreToldByTheirFirstBytes) {
     };
     const std::string type = "application/vnd.oasis.opendocument.graphics";
     const auto archive = [](const std::string& mime) {
-        const auto size = static_cast<char>(mime.size());
-        return "PK\x03\x04\x0A\0\0\0\0\0\0\0\0\0\0\0\0\0"s + size + "\0\0\0"s + size + "\0\0\0\x08\0\0\0mimetype"s +
-               mime;
+        const std::string size = {static_cast<char>(mime.size()), '\0', '\0', '\0'};
+        return "PK\x03\x04\x0A\0\0\0\0\0\0\0\0\0\0\0\0\0"s.append(size)
+            .append(size)
+            .append("\x08\0\0\0mimetype"s)
+            .append(mime);
     };
     for (const Case& c : {
              Case{"RIFF\x10\0\0\0CDRAvrsn"s, Format::kCdr},
