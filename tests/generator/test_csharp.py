@@ -126,12 +126,11 @@ def test_calls_read_their_arguments_and_write_their_results(model: Model) -> Non
 
 def test_a_class_whose_objects_live_in_the_picture_library_calls_it(model: Model, tmp_path: Path) -> None:
     source = tmp_path / "Classes.cs"
-    source.write_text('[assembly: InPictureLibrary("Acme.Pictures.Base")]\n')
-    Implemented(tmp_path).check(model)
+    source.write_text("[assembly: HasPictureLibrary]\n")
     text = _library(model, tmp_path)
     assert "public partial class Base : System.IDisposable, IPictureObject" in text
     assert "public virtual void Dispose() => Pictures.Dispose(this);" in text
-    assert "public partial class Picture : Base, IOwner\n" in text  # derived classes as well
+    assert "public partial class Picture : Base, IOwner\n" in text
     assert "PictureHandle? IPictureObject.Handle { get; set; }" in text
     assert "public virtual int Width => Pictures.Get<int>(this, PictureCalls.get_Width, []);" in text
     assert ("public Picture(int width, Mode mode) : base(default(NotMade))\n    {\n        Pictures.Make(this, "
@@ -140,13 +139,21 @@ def test_a_class_whose_objects_live_in_the_picture_library_calls_it(model: Model
     # A number by reference comes back through its argument; memory to fill is passed as a pointer.
     assert "var arguments = new object?[] { packed, x, handle };" in text and "x = (int)arguments[1]!;" in text
     assert "fixed (byte* dataMemory = data)" in text
+    # Members that it has under the names of an interface alone call that interface's entries.
+    lines = [line.strip() for line in text.splitlines()]
+    start = lines.index("string? IOwner.Name")
+    assert lines[start + 2:start + 4] == ["get => Pictures.Get<string?>(this, PictureCalls.IOwner_get_Name, []);",
+                                          "set => Pictures.Run(this, PictureCalls.IOwner_set_Name, [value]);"]
+    assert 'PictureEntry IOwner_get_Name = new("Acme.Pictures.IOwner", "get_Name");' in text
     # What a call of such a member gets may stay there.
     entry = next(entry for entry in model.types if entry.name == "Picture")
     text = "\n".join(write_host(entry, Implemented(tmp_path)))
     assert "keeps: false" not in text
-    source.write_text('[assembly: InPictureLibrary("Acme.Pictures.Nothing")]\n')
-    with pytest.raises(CatalogueError, match=r"Classes\.cs:1: Acme\.Pictures\.Nothing is no class"):
-        Implemented(tmp_path).check(model)
+    # A class with a hand-written part is one of .NET, and those derived from it live in the library all the same.
+    (tmp_path / "Base.cs").write_text("namespace Acme.Pictures;\n\npublic partial class Base\n{\n}\n")
+    text = _library(model, tmp_path)
+    assert "public virtual int Width { get; protected internal set; }" in text
+    assert "public partial class Picture : Base, IOwner, IPictureObject\n" in text
 
 
 def test_a_hand_written_member_takes_the_place_of_the_generated_one(model: Model, tmp_path: Path) -> None:

@@ -18,6 +18,14 @@ public static class Element
     /// <summary>Elements of any type.</summary>
     public static readonly Element<object?> Anything = new AnythingElement();
 
+    /// <summary>The module, and the position among its readers, by which elements of any type come with a reference.
+    /// </summary>
+    internal static (BridgeModule Module, int Slot)? Reader { get; private set; }
+
+    /// <summary>Says which module has a reader of elements of any type; its assembly does that when it is loaded.
+    /// </summary>
+    public static void ReadAnythingBy(BridgeModule module, int slot) => Reader = (module, slot);
+
     internal static string Reading(int index) => $"Reading element {index}";
 }
 
@@ -204,12 +212,16 @@ public sealed unsafe class BytesElement : Element<byte[]>
     }
 }
 
-/// <summary>Elements of any type, read by the functions that need no module.</summary>
+/// <summary>Elements of any type.</summary>
 public sealed unsafe class AnythingElement : Element<object?>
 {
     public override object? Read(in VariantArg source, int index)
     {
         var isList = source.Tag == HandleTag.PyObject;
+        if (!isList && Element.Reader is { Module.Elements: not null } reader)
+        {
+            return ReadBy(reader.Module.Elements[reader.Slot + ElementReaders.Count], source.Value, index);
+        }
         VariantArg element = default;
         var status = isList
             ? Python.Lists->GetItem(source.Value, index, &element)
@@ -219,7 +231,8 @@ public sealed unsafe class AnythingElement : Element<object?>
             throw Python.FailedAccess(status, Element.Reading(index));
         }
         // A list lends its element, and reading it may run code that takes it out of the list. The element of a
-        // sequence comes with a reference; behind a handle there is no Python object to give it back to.
+        // sequence comes with a reference; behind a handle there is no Python object to give it back to, so that
+        // this is the way only where no module has a better one.
         var tag = (VariantTag)element.Tag;
         var owner = tag == VariantTag.Null || tag >= VariantTag.String ? element.Value : 0;
         if (owner != 0 && isList)
@@ -236,6 +249,26 @@ public sealed unsafe class AnythingElement : Element<object?>
             {
                 Python.DecRef(owner);
             }
+        }
+    }
+
+    private static object? ReadBy(void** reader, nint sequence, int index)
+    {
+        nint owner = 0;
+        VariantArg element = default;
+        var status = ((delegate* unmanaged<nint, int, nint*, VariantArg*, int>)*reader)(
+            sequence, index, &owner, &element);
+        if (status < 0)
+        {
+            throw Python.FailedAccess(status, Element.Reading(index));
+        }
+        try
+        {
+            return Arguments.Anything(&element);
+        }
+        finally
+        {
+            Python.DecRef(owner);
         }
     }
 }

@@ -32,14 +32,16 @@ public sealed unsafe class PythonEnumerator : IEnumerator, IDisposable, IPythonP
         {
             throw Python.Failed("Reading the next element");
         }
+        object? read;
         try
         {
-            _current = Arguments.Anything(&element);
+            read = Arguments.Anything(&element);
         }
         finally
         {
-            Python.DecRef(owner);
+            Python.DecRef(owner); // may end a Python object, which moves this enumerator on
         }
+        _current = read;
         return true;
     }
 

@@ -158,6 +158,10 @@ public static class Sequences
 
     public static void Sort<T>(IList<T> list, bool descending)
     {
+        if (list is not T[] && list.IsReadOnly)
+        {
+            throw new NotSupportedException("Collection is read-only.");
+        }
         var items = new T[list.Count]; // sorted aside: a comparison that fails leaves all where it was
         list.CopyTo(items, 0);
         Array.Sort(items, Ordering<T>.Instance);

@@ -14,6 +14,7 @@
 #include "runtime/native/c_api/values.h"
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/boundary.h"
+#include "runtime/native/core/collector.h"
 #include "runtime/native/core/records.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/delegates/resolve.h"
@@ -94,6 +95,17 @@ class WireArguments {
         return record;
     }
 
+    // The lists that arguments became, where something besides the handle keeps them now.
+    void give_kept_lists(zelmor_pictures_value* given) {
+        for (const auto& [index, handle] : m_lists) {
+            Ref<ManagedObject> list(object_of(handle));
+            if (Collector::has_more_references(*list, 2)) {
+                give_object(std::move(list), given[index]);
+            }
+        }
+    }
+    void note_list(size_t index) { m_lists.emplace_back(index, m_handles.back()); }
+
  private:
     struct Record {
         alignas(8) std::byte bytes[32] = {};
@@ -124,6 +136,7 @@ class WireArguments {
     std::vector<void*> m_pointers;
     std::vector<Handle> m_handles;
     std::vector<PyObject*> m_objects;
+    std::vector<std::pair<size_t, Handle>> m_lists;  // by the argument
 };
 
 double real_of(const zelmor_pictures_value& given) {
@@ -309,6 +322,7 @@ void run_call(const zelmor_pictures_entry& entry, int64_t self, zelmor_pictures_
     const PropertyInfo* property =
         info.property >= 0 ? &entry.type->properties[static_cast<size_t>(info.property)] : nullptr;
     const bool is_setter = info.role == EntryRole::kSet || info.role == EntryRole::kSetStatic;
+    assert(given != nullptr || count == 0);
     const size_t expected = is_setter ? 1 : info.params.size();
     if (static_cast<size_t>(count) != expected) {
         throw_argument(std::string(info.name) + " takes " + std::to_string(expected) + " arguments.");
@@ -318,12 +332,19 @@ void run_call(const zelmor_pictures_entry& entry, int64_t self, zelmor_pictures_
         arguments.add(handle_of(self));
     }
     std::vector<std::pair<size_t, uint64_t*>> written;
+    const auto add = [&](size_t index, Wire wire, const CollectionInfo& collection) {
+        arguments.add(given[index], wire, collection);
+        const bool is_list = given[index].kind == ZELMOR_PICTURES_NUMBERS || given[index].kind == ZELMOR_PICTURES_ITEMS;
+        if (is_list) {
+            arguments.note_list(index);
+        }
+    };
     if (is_setter) {
-        arguments.add(given[0], property->wire, property->collection);
+        add(0, property->wire, property->collection);
     } else {
         for (size_t i = 0; i < expected; ++i) {
             const ParamInfo& parameter = info.params[i];
-            arguments.add(given[i], parameter.wire, parameter.collection);
+            add(i, parameter.wire, parameter.collection);
             if (parameter.by_ref) {
                 written.emplace_back(i, arguments.add_out());
             }
@@ -356,6 +377,7 @@ void run_call(const zelmor_pictures_entry& entry, int64_t self, zelmor_pictures_
     if (host_error().is_set) {
         return;
     }
+    arguments.give_kept_lists(given);
     for (const auto& [index, slot] : written) {
         give_register(info.params[index].wire, *slot, given[index]);
     }
@@ -430,8 +452,30 @@ const zelmor_pictures_entry& find_entry(const char* type_name, const char* name)
                            std::string("The class ") + type_name + " has no entry " + name + ".");
 }
 
+void require_inside(int64_t index, size_t end) {
+    if (index < 0 || static_cast<size_t>(index) >= end) {
+        throw_out_of_range("index", "The index " + std::to_string(index) + " is not inside the list.");
+    }
+}
+
 ManagedList& list_behind(int64_t handle) {
     return target<ManagedList>(handle_of(handle));
+}
+
+void replace_elements(ManagedList& list, const zelmor_pictures_value& given) {
+    const Value value = value_of(given, list.element());
+    const auto* made = std::get_if<Ref<ManagedObject>>(&value);
+    const auto* items = made != nullptr ? dynamic_cast<const ManagedList*>(made->get()) : nullptr;
+    if (items == nullptr) {
+        throw_argument("The elements of a list are no list.");
+    }
+    const size_t count = items->size();
+    if (list.size() != count) {
+        list.resize(count);
+    }
+    for (size_t i = 0; i < count; ++i) {
+        list.set(i, items->get(i));
+    }
 }
 
 void give_text(const std::u16string& text, zelmor_pictures_value& out) {
@@ -486,7 +530,8 @@ ZELMOR_EXPORT int32_t zelmor_pictures_elements(int64_t list, zelmor_pictures_val
         const void* numbers = elements.size() > 0 ? elements.numbers() : nullptr;
         const int32_t kind = numbers != nullptr ? ZELMOR_PICTURES_NUMBERS : ZELMOR_PICTURES_ITEMS;
         const int32_t detail = static_cast<int32_t>(elements.shape()) | width_of(elements.element().wire) << 8;
-        *result = {kind, detail, 0, numbers, static_cast<int64_t>(elements.size())};
+        const int64_t is_shared = Collector::has_more_references(elements, 1) ? 1 : 0;
+        *result = {kind, detail, is_shared, numbers, static_cast<int64_t>(elements.size())};
     });
 }
 
@@ -494,10 +539,44 @@ ZELMOR_EXPORT int32_t zelmor_pictures_item(int64_t list, int64_t index, zelmor_p
     assert(result != nullptr);
     return answer([&] {
         const ManagedList& elements = list_behind(list);
-        if (index < 0 || static_cast<size_t>(index) >= elements.size()) {
-            throw_out_of_range("index", "The index " + std::to_string(index) + " is not inside the list.");
-        }
+        require_inside(index, elements.size());
         give_value(elements.get(static_cast<size_t>(index)), *result);
+    });
+}
+
+ZELMOR_EXPORT int32_t zelmor_pictures_change(int64_t list, int32_t what, int64_t index,
+                                             const zelmor_pictures_value* item) {
+    assert(item != nullptr);
+    return answer([&] {
+        ManagedList& elements = list_behind(list);
+        if (what == ZELMOR_PICTURES_REPLACE) {
+            return replace_elements(elements, *item);
+        }
+        require_inside(index, elements.size() + (what == ZELMOR_PICTURES_INSERT ? 1 : 0));
+        const auto place = static_cast<size_t>(index);
+        switch (what) {
+            case ZELMOR_PICTURES_SET:
+                return elements.set(place, value_of(*item, elements.element()));
+            case ZELMOR_PICTURES_INSERT:
+                return elements.insert(place, value_of(*item, elements.element()));
+            case ZELMOR_PICTURES_REMOVE:
+                return elements.erase(place, 1);
+            default:
+                throw_argument("The change of the list is of an unknown kind.");
+        }
+    });
+}
+
+ZELMOR_EXPORT int32_t zelmor_pictures_enumerate(int64_t handle, zelmor_pictures_value* result) {
+    assert(result != nullptr);
+    return answer([&] {
+        auto& items = target<ManagedEnumerable>(handle_of(handle));
+        const Ref<ManagedList> list = make_list(ListShape::kArrayList, variant_element());
+        const Ref<ManagedEnumerator> enumerator = items.enumerator();
+        for (Value value; enumerator->move_next(value);) {
+            list->append(value);
+        }
+        give_object(list, *result);
     });
 }
 

@@ -27,7 +27,8 @@ enum zelmor_pictures_kind {
     ZELMOR_PICTURES_TEXT = 5,       /* data, length: UTF-16 */
     ZELMOR_PICTURES_BYTES = 6,      /* data, length; of a result word: the number that new_bytes() answered */
     ZELMOR_PICTURES_OBJECT = 7,     /* word: a handle; of a result data: the name of the class, length: a number that is
-                                       the same for the same object as long as it lives, detail: 1 for a list */
+                                       the same for the same object as long as it lives, detail: 1 for a list that can
+                                       be copied, 2 for a stream */
     ZELMOR_PICTURES_STREAM = 8,     /* word: the host's number of the stream */
     ZELMOR_PICTURES_DECIMAL = 9,    /* data: four words of 32 bits */
     ZELMOR_PICTURES_DATE_TIME = 10, /* word: ticks and kind, length: the offset of a local time */
@@ -106,7 +107,8 @@ void zelmor_pictures_start(const zelmor_pictures_host* host);
  */
 int32_t zelmor_pictures_find(const char* type, const char* name, const zelmor_pictures_entry** entry);
 
-/* Calls it. `self` is the handle of the instance, or 0. An argument that the member writes to gets its new value. */
+/* Calls it. `self` is the handle of the instance, or 0. An argument that the member writes to gets its new value. One of
+ * numbers or items that an object has kept becomes that list: its kind is ZELMOR_PICTURES_OBJECT then. */
 int32_t zelmor_pictures_call(const zelmor_pictures_entry* entry, int64_t self, zelmor_pictures_value* arguments,
                              int32_t count, zelmor_pictures_value* result);
 
@@ -117,9 +119,23 @@ int32_t zelmor_pictures_make(const char* type, const zelmor_pictures_named* prop
 int32_t zelmor_pictures_stored(int64_t handle, const char* property, zelmor_pictures_value* result);
 
 /* The elements of a list, with its shape and the bytes of a number: as numbers, which stay where they are while the
- * list lives and is not changed, or as items without data, whose elements zelmor_pictures_item() gives. */
+ * list lives and is not changed, or as items without data, whose elements zelmor_pictures_item() gives. word: whether
+ * anything else than the handle refers to the list. */
 int32_t zelmor_pictures_elements(int64_t list, zelmor_pictures_value* result);
 int32_t zelmor_pictures_item(int64_t list, int64_t index, zelmor_pictures_value* result);
+
+/* The changes of a list. */
+enum zelmor_pictures_change {
+    ZELMOR_PICTURES_SET = 0,
+    ZELMOR_PICTURES_INSERT = 1,
+    ZELMOR_PICTURES_REMOVE = 2,
+    ZELMOR_PICTURES_REPLACE = 3
+};
+
+/* Changes the element at an index; a value of numbers or items takes the place of all elements. */
+int32_t zelmor_pictures_change(int64_t list, int32_t what, int64_t index, const zelmor_pictures_value* item);
+/* A new list of what an object of any kind that can be iterated has at the moment. */
+int32_t zelmor_pictures_enumerate(int64_t handle, zelmor_pictures_value* result);
 
 int32_t zelmor_pictures_text(int64_t handle, zelmor_pictures_value* result);
 int32_t zelmor_pictures_equals(int64_t handle, int64_t other, int32_t* equal);

@@ -10,6 +10,7 @@
 #include "runtime/native/c_api/host_side.h"
 #include "runtime/native/core/handles.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/core/stream.h"
 #include "runtime/native/core/type_system.h"
 #include "runtime/native/core/values.h"
 
@@ -101,9 +102,10 @@ Ref<ManagedList> list_of(const zelmor_pictures_value& given, const ElementType& 
         return numbers;
     }
     Ref<ManagedList> list = make_list(shape, element, count);
+    const ElementType& inner = element.inner() != nullptr ? *element.inner() : element;
     const auto* items = static_cast<const zelmor_pictures_value*>(given.data);
     for (size_t i = 0; i < count; ++i) {
-        list->set(i, value_of(items[i], element));
+        list->set(i, value_of(items[i], inner));
     }
     return list;
 }
@@ -245,9 +247,12 @@ void give_object(Ref<ManagedObject> object, zelmor_pictures_value& out) {
     if (auto shown = object->shown_as()) {
         return give_object(std::move(shown), out);
     }
-    const bool is_list = dynamic_cast<const ManagedList*>(object.get()) != nullptr;
+    // A list that is a class of the catalogue is an object like any other.
+    const auto* list = dynamic_cast<const ManagedList*>(object.get());
+    const bool is_copied = list != nullptr && list->shape() != ListShape::kOther;
+    const bool is_stream = dynamic_cast<const ManagedStream*>(object.get()) != nullptr;
     out.kind = ZELMOR_PICTURES_OBJECT;
-    out.detail = is_list ? 1 : 0;
+    out.detail = is_copied ? 1 : is_stream ? 2 : 0;
     out.data = object->type().full_name;
     out.length = static_cast<int64_t>(reinterpret_cast<intptr_t>(object.get()));
     out.word = static_cast<int64_t>(reinterpret_cast<intptr_t>(make_handle(std::move(object))));

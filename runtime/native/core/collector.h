@@ -35,6 +35,10 @@ class Collector {
     static size_t collect(size_t oldest) noexcept;
     // The number of tracked objects.
     static size_t tracked() noexcept;
+    // Whether more references than so many lead to an object.
+    static bool has_more_references(const ManagedObject& object, uint32_t than) noexcept {
+        return count_of(object) > than;
+    }
 
  private:
     friend class ManagedObject;

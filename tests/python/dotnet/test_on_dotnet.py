@@ -46,8 +46,8 @@ assert checked > 1146, checked
 
 
 @pytest.mark.parametrize(("program", "error"), [
-    ("GraphicsPath().is_visible(1, 2)",
-     "Proxy error(NotSupportedException): GraphicsPath.IsVisible is not supported by this class library."),
+    ("StringFormat().digit_substitution_language = 5",
+     "Proxy error(NotSupportedException): The value 5 of StringFormat.DigitSubstitutionLanguage is not supported by the "),
     ("Color.from_argb(0, 0, 300)", "Proxy error(ArgumentException): Value of '300' is not valid for 'blue'."),
     ("StreamSource(None).get_stream_container()",
      "Proxy error(InvalidOperationException): The source has no stream."),
@@ -57,7 +57,7 @@ assert checked > 1146, checked
 def test_what_is_thrown_becomes_a_python_error(program: str, error: str) -> None:
     run_on_dotnet(f"""
 import io
-from zelmor.imaging import Color, GraphicsPath, StreamContainer
+from zelmor.imaging import Color, StreamContainer, StringFormat
 from zelmor.imaging.sources import StreamSource
 
 class Raises(io.RawIOBase):

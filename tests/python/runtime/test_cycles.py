@@ -8,6 +8,7 @@ import random
 from support.child import run_child
 from support.collections import make_interop, new_dictionary
 from support.control import control
+from support.runtimes import ON_DOTNET, embedded_only
 from zelmor.imaging import StreamContainer
 
 #: Each function makes one cycle and drops it.
@@ -131,6 +132,7 @@ def _count(kind: str) -> int:
     return 100_000 if "property" in kind else 10_000
 
 
+@embedded_only("the cycle collector of the embedded runtime counts the objects that it knows")
 def test_memory_stays_flat() -> None:
     """100,000 cycles of one kind, and many of each other kind."""
     run_child(PROLOGUE + "".join(
@@ -152,7 +154,8 @@ def test_a_python_object_goes_with_the_cycle_that_held_it() -> None:
     own.add("stream", StreamContainer(Mark(b"123"), False))
     del own
     assert not ended
-    assert control.collect() > 0
+    # .NET does not count what it collects.
+    assert control.collect() > 0 or ON_DOTNET
     assert ended == [1]
 
 
@@ -165,7 +168,7 @@ class Meddler(io.BytesIO):
         for _ in range(3000):
             own = make_interop("arrlist")
             own.append(own)
-        kept.add("key", control.tracked())
+        kept.add("key", control.live())
         made.append(kept)
 for _ in range(50):
     own = make_interop("arrlist")
@@ -179,6 +182,7 @@ control.collect()
 """)
 
 
+@embedded_only("the cycle collector of the embedded runtime counts the objects that it knows")
 def test_objects_in_use_are_not_touched() -> None:
     """A random graph of dictionaries; Python holds some, and knows from its own model what these lead to."""
     draw = random.Random(10)

@@ -9,6 +9,7 @@ from pathlib import Path
 import pytest
 import zelmor.imaging
 from support.control import Control
+from support.runtimes import ON_DOTNET
 
 from zelmor.imaging import FileStreamContainer, SplitStreamContainer, StreamContainer
 from zelmor.imaging.sources import FileCreateSource, FileOpenSource, StreamSource
@@ -114,6 +115,7 @@ class TestContainers:
         container = StreamContainer(file)
         assert (sys.getrefcount(file), control.live()) == (references + 1, before + 1)
         del container
+        control.settle()
         assert (sys.getrefcount(file), control.live()) == (references, before)
 
 
@@ -138,7 +140,8 @@ class TestManagedStreams:
         container = source.get_stream_container()
         with source.get_stream_container():
             pass
-        with pytest.raises(RuntimeError, match=r"^Proxy error\(ObjectDisposedException\): .*MemoryStream"):
+        text = r"Cannot access a closed Stream\." if ON_DOTNET else ".*MemoryStream"
+        with pytest.raises(RuntimeError, match=rf"^Proxy error\(ObjectDisposedException\): {text}"):
             container.to_bytes()
 
 

@@ -15,7 +15,7 @@ public partial class NonGenericDictionary
     [Implements("get_IsReadOnly")]
     public virtual bool IsReadOnly => false;
 
-    /// <summary>Copies, so that the dictionary can be changed while a caller iterates over them.</summary>
+    // Copies, so that the dictionary can be changed while a caller iterates over them.
     [Implements("get_Keys")]
     public virtual ICollection? Keys => new ArrayList(_keys);
 

@@ -6,7 +6,7 @@ namespace Zelmor.Imaging;
 
 public partial class NonGenericList
 {
-    private readonly IList _inner = new ArrayList();
+    private IList _inner = new ArrayList();
 
     [Implements("ctor_000_NonGenericList")]
     public NonGenericList(IList? list)
@@ -14,6 +14,13 @@ public partial class NonGenericList
         ArgumentNullException.ThrowIfNull(list);
         // A list around such a list uses the innermost list directly.
         _inner = list is NonGenericList around ? around._inner : list;
+    }
+
+    /// <summary>The list inside. It becomes one of the picture library once that gets this list.</summary>
+    internal IList Inner
+    {
+        get => _inner;
+        set => _inner = value;
     }
 
     int ICollection.Count => _inner.Count;

@@ -1,25 +1,5 @@
-// The classes whose objects live in the picture library, and with them those of all classes derived from them.
+// Objects live in the picture library, except those of the classes that have a hand-written part in this folder: streams,
+// sources, and lists and dictionaries of anything, which hold .NET objects.
 using Zelmor.Imaging;
 
-[assembly: InPictureLibrary("Zelmor.Imaging.DataStreamSupporter")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ImageOptionsBase")]
-[assembly: InPictureLibrary("Zelmor.Imaging.LoadOptions")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ImageFilters.FilterOptions.FilterOptionsBase")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ImageOptions.MultiPageOptions")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ImageOptions.RdOptimizerSettings")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ImageOptions.TimeInterval")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ImageResizeSettings")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ColorPalette")]
-[assembly: InPictureLibrary("Zelmor.Imaging.IntRange")]
-[assembly: InPictureLibrary("Zelmor.Imaging.MultiThreading.InterruptMonitor")]
-[assembly: InPictureLibrary("Zelmor.Imaging.PixelDataFormat")]
-[assembly: InPictureLibrary("Zelmor.Imaging.RawDataSettings")]
-[assembly: InPictureLibrary("Zelmor.Imaging.ResolutionSetting")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Bmp.BitmapCoreHeader")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Bmp.Structures.CieCoordinates")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Bmp.Structures.CieCoordinatesTriple")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Gif.GifBlock")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Jpeg.JFIFData")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Jpeg.JpegLsPresetCodingParameters")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Tiff.TiffRational")]
-[assembly: InPictureLibrary("Zelmor.Imaging.FileFormats.Tiff.TiffSRational")]
+[assembly: HasPictureLibrary]

@@ -82,6 +82,10 @@ internal sealed unsafe class PictureArguments : IDisposable
                 _lent.Add(item);
                 SetWord(ref value, PictureKind.Object, Pictures.HandleOf(item));
                 return;
+            case PictureStream { Inner: { } stream }:
+                _lent.Add(stream);
+                SetWord(ref value, PictureKind.Object, Pictures.HandleOf(stream));
+                return;
             case Stream stream:
                 SetWord(ref value, PictureKind.Stream, PictureHost.Number(stream));
                 return;
@@ -102,26 +106,45 @@ internal sealed unsafe class PictureArguments : IDisposable
             case Guid identifier:
                 SetRecord(ref value, PictureKind.Guid, 0, stackalloc byte[16], bytes => identifier.TryWriteBytes(bytes));
                 return;
+            case NonGenericList:
+                SetMirror(ref value, argument);
+                return;
+            case ICollection when PictureLists.Of(argument) is { } list:
+                _lent.Add(list);
+                SetWord(ref value, PictureKind.Object, Pictures.HandleOf(list));
+                return;
             case ICollection items:
                 SetList(ref value, items);
                 return;
             case IEnumerable items:
-                var list = new ArrayList();
+                var all = new ArrayList();
                 foreach (var item in items)
                 {
-                    list.Add(item);
+                    all.Add(item);
                 }
-                SetList(ref value, list);
+                SetList(ref value, all);
                 return;
             default:
                 if (!SetStruct(ref value, argument))
                 {
-                    var mirror = PictureMirrors.Of(argument);
-                    _lent.Add(mirror);
-                    SetWord(ref value, PictureKind.Object, mirror.Value);
+                    SetMirror(ref value, argument);
                 }
                 return;
         }
+    }
+
+    /// <summary>The elements of a list, even of one that stands for a list of the library.</summary>
+    public void SetElements(IList items, out PictureValue value)
+    {
+        value = default;
+        SetList(ref value, items);
+    }
+
+    private void SetMirror(ref PictureValue value, object item)
+    {
+        var mirror = PictureMirrors.Of(item);
+        _lent.Add(mirror);
+        SetWord(ref value, PictureKind.Object, mirror.Value);
     }
 
     private delegate void Fill<T>(Span<T> fields);

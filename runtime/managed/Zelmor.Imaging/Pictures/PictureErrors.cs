@@ -80,6 +80,7 @@ internal static unsafe class PictureErrors
 /// <summary>Something is wrong with a picture.</summary>
 public class ImageException : Exception
 {
+    /// <summary>Makes one with a message.</summary>
     public ImageException(string message) : base(message)
     {
     }
@@ -88,6 +89,7 @@ public class ImageException : Exception
 /// <summary>A file cannot be read as a picture.</summary>
 public class ImageLoadException : ImageException
 {
+    /// <summary>Makes one with a message.</summary>
     public ImageLoadException(string message) : base(message)
     {
     }
@@ -96,6 +98,7 @@ public class ImageLoadException : ImageException
 /// <summary>A picture cannot be written.</summary>
 public class ImageSaveException : ImageException
 {
+    /// <summary>Makes one with a message.</summary>
     public ImageSaveException(string message) : base(message)
     {
     }
@@ -104,6 +107,7 @@ public class ImageSaveException : ImageException
 /// <summary>The work on a picture was interrupted by its monitor.</summary>
 public class OperationInterruptedException : Exception
 {
+    /// <summary>Makes one with a message.</summary>
     public OperationInterruptedException(string message) : base(message)
     {
     }

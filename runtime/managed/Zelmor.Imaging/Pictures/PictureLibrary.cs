@@ -31,6 +31,23 @@ internal enum PictureKind
     Enum = 17,
 }
 
+/// <summary>What an object of a result is besides.</summary>
+internal enum PictureObjectKind
+{
+    Plain = 0,
+    List = 1,
+    Stream = 2,
+}
+
+/// <summary>The changes of a list.</summary>
+internal enum PictureChange
+{
+    Set = 0,
+    Insert = 1,
+    Remove = 2,
+    Replace = 3,
+}
+
 /// <summary>The value types that cross as their fields.</summary>
 internal enum PictureStruct
 {
@@ -83,6 +100,8 @@ internal static unsafe class PictureLibrary
     public static readonly delegate* unmanaged<nint, byte*, PictureValue*, int> Stored;
     public static readonly delegate* unmanaged<nint, PictureValue*, int> Elements;
     public static readonly delegate* unmanaged<nint, long, PictureValue*, int> Item;
+    public static readonly delegate* unmanaged<nint, int, long, PictureValue*, int> Change;
+    public static readonly delegate* unmanaged<nint, PictureValue*, int> Enumerate;
     public static readonly delegate* unmanaged<nint, PictureValue*, int> Text;
     public static readonly delegate* unmanaged<nint, nint, int*, int> Equal;
     public static readonly delegate* unmanaged<nint, int*, int> Hash;
@@ -99,6 +118,8 @@ internal static unsafe class PictureLibrary
         Stored = (delegate* unmanaged<nint, byte*, PictureValue*, int>)Function(library, "stored");
         Elements = (delegate* unmanaged<nint, PictureValue*, int>)Function(library, "elements");
         Item = (delegate* unmanaged<nint, long, PictureValue*, int>)Function(library, "item");
+        Change = (delegate* unmanaged<nint, int, long, PictureValue*, int>)Function(library, "change");
+        Enumerate = (delegate* unmanaged<nint, PictureValue*, int>)Function(library, "enumerate");
         Text = (delegate* unmanaged<nint, PictureValue*, int>)Function(library, "text");
         Equal = (delegate* unmanaged<nint, nint, int*, int>)Function(library, "equals");
         Hash = (delegate* unmanaged<nint, int*, int>)Function(library, "hash");

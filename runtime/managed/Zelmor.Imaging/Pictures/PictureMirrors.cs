@@ -2,8 +2,10 @@
 using System;
 using System.Collections.Generic;
 using System.IO;
+using System.Reflection;
 using System.Runtime.CompilerServices;
 using System.Runtime.InteropServices;
+using Zelmor.Imaging.FileFormats.Emf;
 using Zelmor.Imaging.Sources;
 
 namespace Zelmor.Imaging;
@@ -11,6 +13,10 @@ namespace Zelmor.Imaging;
 internal static unsafe class PictureMirrors
 {
     private static readonly PictureEntry s_container = new("Zelmor.Imaging.StreamContainer", "ctor_001_StreamContainer");
+    private static readonly PictureEntry s_filePath = new("Zelmor.Imaging.FileStreamContainer", "get_FilePath");
+    private static readonly PictureEntry s_list = new("Zelmor.Imaging.NonGenericList", "ctor_000_NonGenericList");
+    private static readonly PictureEntry s_records = new(
+        "Zelmor.Imaging.FileFormats.Emf.MetaObjectList", "ctor_000_MetaObjectList");
 
     /// <summary>A handle that ends with its holder.</summary>
     internal sealed class Held
@@ -27,34 +33,39 @@ internal static unsafe class PictureMirrors
         public long Identity => _item.Handle!.Identity;
     }
 
-    // The mirrors of sources, whose values never change: each has one as long as it lives, and results show the source.
-    private static readonly ConditionalWeakTable<object, Held> s_ofSources = new();
-
-    private sealed class Anchor : IPictureObject
-    {
-        PictureHandle? IPictureObject.Handle { get; set; }
-    }
+    // The mirrors of objects: each has one as long as it lives, and results show the object that the mirror is of.
+    private static readonly ConditionalWeakTable<object, Held> s_mirrors = new();
 
     public static Held Of(object item)
     {
-        if (item is not Source)
+        if (item.GetType().IsValueType)
         {
             return Made(item);
         }
-        lock (s_ofSources)
+        lock (s_mirrors)
         {
-            if (!s_ofSources.TryGetValue(item, out var held))
+            if (item is StreamContainer { Disposed: true } || !s_mirrors.TryGetValue(item, out var held))
             {
-                s_ofSources.Add(item, held = Made(item));
+                held = Made(item);
+                s_mirrors.AddOrUpdate(item, held);
                 PictureHandle.Know(held.Identity, item);
             }
             return held;
         }
     }
 
+    /// <summary>Lets an object of this library stand for what a call has given.</summary>
+    private static object Standing(object item, PictureAnchor anchor)
+    {
+        var held = new Held(anchor);
+        s_mirrors.AddOrUpdate(item, held);
+        PictureHandle.Know(held.Identity, item);
+        return item;
+    }
+
     private static Held Made(object item)
     {
-        var anchor = new Anchor();
+        var anchor = new PictureAnchor();
         switch (item)
         {
             case StreamSource source:
@@ -70,6 +81,13 @@ internal static unsafe class PictureMirrors
             case StreamContainer container:
                 Pictures.Make(anchor, s_container, [container.Stream, false]);
                 break;
+            case NonGenericList list:
+                Pictures.Make(anchor, list is MetaObjectList ? s_records : s_list, [list.Inner]);
+                list.Inner = new PictureList(anchor); // from now on both are one list
+                break;
+            case ValueType:
+                Make(anchor, item, Values(item));
+                break;
             default:
                 throw new NotSupportedException(
                     $"{item.GetType().FullName} as an argument is not supported by this class library.");
@@ -77,8 +95,44 @@ internal static unsafe class PictureMirrors
         return new Held(anchor);
     }
 
-    /// <summary>An object with the values of one that the picture library holds.</summary>
+    /// <summary>The values of a structure.</summary>
+    private static (string Name, object? Value)[] Values(object item)
+    {
+        return Array.ConvertAll(Properties(item.GetType()), property => (property.Name, property.GetValue(item)));
+    }
+
+    private static PropertyInfo[] Properties(Type type)
+    {
+        return type.GetProperties(BindingFlags.Public | BindingFlags.Instance | BindingFlags.DeclaredOnly);
+    }
+
+    /// <summary>An object with the values of one that the picture library holds, which it takes over.</summary>
     public static object Back(in PictureValue given, Type type)
+    {
+        if (type == typeof(StreamContainer) || type == typeof(FileStreamContainer))
+        {
+            var container = new PictureAnchor(given);
+            var stream = new PictureStream(container);
+            return Standing(type == typeof(StreamContainer) ? new StreamContainer(stream, true)
+                : new FileStreamContainer(stream, Pictures.Get<string>(container, s_filePath, [])), container);
+        }
+        if (typeof(NonGenericList).IsAssignableFrom(type))
+        {
+            var anchor = new PictureAnchor(given);
+            var list = new PictureList(anchor);
+            return Standing(type == typeof(MetaObjectList) ? new MetaObjectList(list) : new NonGenericList(list), anchor);
+        }
+        try
+        {
+            return Copy(given, type);
+        }
+        finally
+        {
+            PictureLibrary.Release((nint)given.Word);
+        }
+    }
+
+    private static object Copy(in PictureValue given, Type type)
     {
         var handle = (nint)given.Word;
         if (type == typeof(StreamSource))
@@ -93,10 +147,19 @@ internal static unsafe class PictureMirrors
         {
             return new FileOpenSource(Stored<string>(handle, "FilePath"));
         }
+        if (type.IsValueType)
+        {
+            var made = Activator.CreateInstance(type)!;
+            foreach (var property in Properties(type))
+            {
+                property.SetValue(made, Stored(handle, property.Name, property.PropertyType));
+            }
+            return made;
+        }
         throw new NotSupportedException($"{type.FullName} as a result is not supported by this class library.");
     }
 
-    private static void Make(Anchor anchor, object item, params (string Name, object? Value)[] properties)
+    private static void Make(PictureAnchor anchor, object item, params (string Name, object? Value)[] properties)
     {
         var named = stackalloc PictureNamed[properties.Length];
         using var passed = new PictureArguments();
@@ -122,7 +185,9 @@ internal static unsafe class PictureMirrors
         }
     }
 
-    private static T Stored<T>(nint handle, string name)
+    private static T Stored<T>(nint handle, string name) => (T)Stored(handle, name, typeof(T))!;
+
+    private static object? Stored(nint handle, string name, Type type)
     {
         PictureValue value;
         var text = Marshal.StringToCoTaskMemUTF8(name);
@@ -137,6 +202,6 @@ internal static unsafe class PictureMirrors
         {
             Marshal.FreeCoTaskMem(text);
         }
-        return PictureResults.To<T>(value);
+        return PictureResults.ToObject(value, type);
     }
 }

@@ -6,23 +6,32 @@ using System.Runtime.CompilerServices;
 
 namespace Zelmor.Imaging;
 
-/// <summary>Names a class whose objects, and those of the classes derived from it, live in the picture library: the
-/// generator writes each member as a call of it.</summary>
-[AttributeUsage(AttributeTargets.Assembly, AllowMultiple = true)]
-internal sealed class InPictureLibraryAttribute : Attribute
+/// <summary>Objects of classes without a hand-written part live in the picture library: the generator writes each
+/// member as a call of it.</summary>
+[AttributeUsage(AttributeTargets.Assembly)]
+internal sealed class HasPictureLibraryAttribute : Attribute
 {
-    public InPictureLibraryAttribute(string type)
-    {
-        Type = type;
-    }
-
-    public string Type { get; }
 }
 
 /// <summary>An object of such a class.</summary>
 internal interface IPictureObject
 {
     PictureHandle? Handle { get; set; }
+}
+
+/// <summary>What the library holds for an object that is one of .NET.</summary>
+internal sealed class PictureAnchor : IPictureObject
+{
+    public PictureAnchor()
+    {
+    }
+
+    public PictureAnchor(in PictureValue given)
+    {
+        PictureHandle.Attach(this, given);
+    }
+
+    PictureHandle? IPictureObject.Handle { get; set; }
 }
 
 /// <summary>Chooses the constructors that leave the making of the object to the derived class.</summary>
@@ -59,7 +68,10 @@ internal sealed class PictureHandle
     {
         var handle = new PictureHandle(made);
         item.Handle = handle;
-        Know(made.Length, item);
+        if (item is not PictureAnchor)
+        {
+            Know(made.Length, item);
+        }
         if (item is Image { Disposed: false } image)
         {
             // The garbage collector sees nothing of the pixels: without this, pictures that nobody needs would stay.

@@ -83,7 +83,7 @@ internal static unsafe class PictureResults
             case PictureKind.Struct:
                 return Struct(value);
             case PictureKind.Object:
-                return value.Detail == 1 ? List(value, type) : Object(value);
+                return value.Detail == (int)PictureObjectKind.List ? PictureLists.Shown(value, type) : Object(value);
             default:
                 throw new InvalidCastException($"A result of the kind {value.Kind} cannot be shown.");
         }
@@ -93,7 +93,13 @@ internal static unsafe class PictureResults
     private static Type? Named(in PictureValue value)
     {
         var name = Marshal.PtrToStringUTF8((nint)value.Data)!;
-        return s_types.GetOrAdd(name, static name => typeof(PictureResults).Assembly.GetType(name) ?? Type.GetType(name));
+        return s_types.GetOrAdd(name, Found);
+    }
+
+    private static Type? Found(string name)
+    {
+        return typeof(PictureResults).Assembly.GetType(name) ?? Type.GetType(name) ??
+            typeof(System.Drawing.RotateFlipType).Assembly.GetType(name);
     }
 
     private static Type Required(in PictureValue value)
@@ -109,28 +115,38 @@ internal static unsafe class PictureResults
             return known;
         }
         var type = Named(value);
+        if (type is { IsInterface: true })
+        {
+            // An object of a class that no program knows: it has the members of the interface.
+            type = s_types.GetOrAdd($"{type.FullName}Object", Found);
+        }
         if (type != null && typeof(IPictureObject).IsAssignableFrom(type))
         {
             return PictureHandle.Shown(value, type);
         }
-        try
+        if (value.Detail == (int)PictureObjectKind.Stream)
         {
-            return PictureMirrors.Back(value, Required(value));
+            return new PictureStream(value);
         }
-        finally
+        if (type == null)
         {
             PictureLibrary.Release((nint)value.Word);
         }
+        return PictureMirrors.Back(value, Required(value));
     }
 
     private static object Anything(in PictureValue value)
     {
-        return value.Kind switch
+        // A number without a type is a whole one of 32 bits where it fits.
+        switch (value.Kind)
         {
-            PictureKind.Real => value.Real,
-            PictureKind.Unsigned => unchecked((ulong)value.Word),
-            _ => value.Word is >= int.MinValue and <= int.MaxValue ? (int)value.Word : value.Word,
-        };
+            case PictureKind.Real:
+                return value.Real;
+            case PictureKind.Unsigned:
+                return unchecked((ulong)value.Word);
+            default:
+                return value.Word is >= int.MinValue and <= int.MaxValue ? (object)(int)value.Word : value.Word;
+        }
     }
 
     private static DateTime Moment(in PictureValue value)
@@ -170,41 +186,36 @@ internal static unsafe class PictureResults
         _ => System.Drawing.Color.FromArgb((int)color.Argb),
     };
 
-    /// <summary>A copy of a list, as an array or a list of the type that is asked for.</summary>
-    private static object List(in PictureValue value, Type type)
+    /// <summary>A copy of a list, as an array or a list of the type that is asked for; whether an object of the library
+    /// keeps it. The handle stays the caller's.</summary>
+    public static object List(in PictureValue value, Type type, out bool isShared)
     {
         var list = (nint)value.Word;
-        try
+        var element = ElementOf(type) ?? ElementOf(value) ?? typeof(object);
+        PictureValue found;
+        Check(PictureLibrary.Elements(list, &found));
+        isShared = found.Word != 0;
+        var array = Array.CreateInstance(element, found.Length);
+        // Numbers are copied as one block where the array has them in the same width.
+        var width = found.Detail >> 8;
+        var isBlock = found.Kind == PictureKind.Numbers && element.IsValueType && Size(element) == width;
+        if (isBlock)
         {
-            var element = ElementOf(type) ?? ElementOf(value) ?? typeof(object);
-            PictureValue found;
-            Check(PictureLibrary.Elements(list, &found));
-            var array = Array.CreateInstance(element, found.Length);
-            // Numbers are copied as one block where the array has them in the same width.
-            var width = found.Detail >> 8;
-            var isBlock = found.Kind == PictureKind.Numbers && element.IsValueType && Size(element) == width;
-            if (isBlock)
-            {
-                var size = (nuint)(found.Length * width);
-                NativeMemory.Copy(found.Data, Unsafe.AsPointer(ref MemoryMarshal.GetArrayDataReference(array)), size);
-            }
-            for (var i = 0; !isBlock && i < array.Length; i++)
-            {
-                PictureValue item;
-                Check(PictureLibrary.Item(list, i, &item));
-                array.SetValue(ToObject(item, element), i);
-            }
-            return (found.Detail & 0xFF) switch
-            {
-                1 => new ArrayList(array),
-                2 => Activator.CreateInstance(typeof(List<>).MakeGenericType(element), array)!,
-                _ => array,
-            };
+            var size = (nuint)(found.Length * width);
+            NativeMemory.Copy(found.Data, Unsafe.AsPointer(ref MemoryMarshal.GetArrayDataReference(array)), size);
         }
-        finally
+        for (var i = 0; !isBlock && i < array.Length; i++)
         {
-            PictureLibrary.Release(list);
+            PictureValue item;
+            Check(PictureLibrary.Item(list, i, &item));
+            array.SetValue(ToObject(item, element), i);
         }
+        return (found.Detail & 0xFF) switch
+        {
+            1 => new ArrayList(array),
+            2 => Activator.CreateInstance(typeof(List<>).MakeGenericType(element), array)!,
+            _ => array,
+        };
     }
 
     /// <summary>The bytes of a number; 0 of what is none.</summary>
@@ -222,13 +233,12 @@ internal static unsafe class PictureResults
     /// <summary>The element of a list by the name of its class, "System.Int32[]".</summary>
     private static Type? ElementOf(in PictureValue value)
     {
-        var name = Marshal.PtrToStringUTF8((nint)value.Data)!;
+        var name = Marshal.PtrToStringUTF8((nint)value.Data) ?? "";
         if (!name.EndsWith("[]", StringComparison.Ordinal))
         {
             return null;
         }
-        return s_types.GetOrAdd(name[..^2], static name => typeof(PictureResults).Assembly.GetType(name)
-                                                          ?? Type.GetType(name));
+        return s_types.GetOrAdd(name[..^2], Found);
     }
 
     private static void Check(int status)

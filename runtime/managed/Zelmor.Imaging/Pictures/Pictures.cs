@@ -1,5 +1,6 @@
 // Calls of the picture library.
 using System;
+using System.Collections;
 using System.Runtime.CompilerServices;
 using System.Runtime.InteropServices;
 
@@ -122,6 +123,14 @@ internal static unsafe class Pictures
         return new string(text.Chars);
     }
 
+    /// <summary>The elements of a collection, as they are now.</summary>
+    public static IList Elements(object item)
+    {
+        PictureValue list;
+        Check(PictureLibrary.Enumerate(HandleOf(item), &list), item);
+        return (IList)PictureLists.Shown(list, typeof(ArrayList));
+    }
+
     public static nint HandleOf(object item)
     {
         var handle = ((IPictureObject)item).Handle;
@@ -152,11 +161,28 @@ internal static unsafe class Pictures
             {
                 arguments[i] = PictureResults.ToObject(values[i], number.GetType());
             }
+            else if (values[i].Kind == PictureKind.Object && values[i].Detail == (int)PictureObjectKind.List)
+            {
+                Keep(arguments[i]!, values[i]);
+            }
         }
         GC.KeepAlive(arguments);
     }
 
-    private static void Check(int status, object? self)
+    /// <summary>An argument became a list that an object of the library keeps.</summary>
+    private static void Keep(object argument, in PictureValue kept)
+    {
+        if (PictureLists.IsOwn(argument))
+        {
+            PictureLists.Stand(argument, kept);
+        }
+        else
+        {
+            PictureLibrary.Release((nint)kept.Word);
+        }
+    }
+
+    public static void Check(int status, object? self)
     {
         GC.KeepAlive(self);
         if (status != 0)

@@ -12,6 +12,13 @@ public partial class FileStreamContainer
         IsCreated = isCreated;
     }
 
+    /// <summary>Around a file that the picture library has open.</summary>
+    internal FileStreamContainer(Stream stream, string filePath) : base(stream, true)
+    {
+        FilePath = filePath;
+    }
+
+    /// <summary>Removes a temporary file that nobody has disposed of.</summary>
     ~FileStreamContainer()
     {
         RemoveTemporary();
@@ -31,7 +38,7 @@ public partial class FileStreamContainer
         return new FileStreamContainer(file, fileLocation, true) { IsTemporal = isTemporal };
     }
 
-    /// <summary>Opens an existing file, for reading alone where it cannot be written.</summary>
+    // Opens an existing file, for reading alone where it cannot be written.
     [Implements("call_000_OpenFileStream")]
     public static FileStreamContainer? OpenFileStream(string? fileLocation)
     {
@@ -48,6 +55,7 @@ public partial class FileStreamContainer
         return new FileStreamContainer(file, fileLocation, false);
     }
 
+    /// <inheritdoc/>
     protected override void ReleaseManagedResources()
     {
         base.ReleaseManagedResources();

@@ -4,9 +4,13 @@ using System.IO;
 
 namespace Zelmor.Imaging.Sources;
 
+public partial class FileSource
+{
+}
+
 public partial class StreamSource
 {
-    /// <summary>Without a stream the image is written to memory.</summary>
+    // Without a stream the image is written to memory.
     [Implements("ctor_000_StreamSource")]
     public StreamSource() : this(new MemoryStream(), true)
     {

@@ -31,7 +31,7 @@ public partial class StreamContainer
     [Implements("getsa_ReadWriteBytesCount")]
     public static int ReadWriteBytesCount => BufferSize;
 
-    /// <summary>The object that callers lock: the container itself.</summary>
+    // The object that callers lock: the container itself.
     [Implements("get_SyncRoot")]
     public virtual object? SyncRoot => this;
 
@@ -73,6 +73,7 @@ public partial class StreamContainer
         }
     }
 
+    /// <summary>The stream of a container.</summary>
     public static explicit operator Stream(StreamContainer container) => container.Own;
 
     [Implements("call_000_Write")]
@@ -86,11 +87,11 @@ public partial class StreamContainer
         own.Write(buffer.AsSpan(offset, count));
     }
 
-    /// <summary>Fills the memory up to the end of the stream.</summary>
+    // Fills the memory up to the end of the stream.
     [Implements("call_000_Read")]
     public virtual void Read(Span<byte> bytes) => Own.ReadAtLeast(bytes, bytes.Length, throwOnEndOfStream: false);
 
-    /// <summary>Reads once from the stream, which may give less than the range holds.</summary>
+    // Reads once from the stream, which may give less than the range holds.
     [Implements("call_001_Read")]
     public virtual int Read(Span<byte> buffer, int offset, int count)
     {
@@ -212,6 +213,7 @@ public partial class StreamContainer
     [Implements("call_000_SeekBegin")]
     public virtual void SeekBegin() => Own.Position = 0;
 
+    /// <inheritdoc/>
     protected override void ReleaseManagedResources()
     {
         var stream = _stream;

@@ -52,7 +52,7 @@ public partial struct CmykColor
         return Array.ConvertAll(argbPixels, ToCmyk);
     }
 
-    /// <summary>Black is the part that the three inks share.</summary>
+    // Black is the part that the three inks share.
     [Implements("call_001_ToCmyk")]
     public static CmykColor ToCmyk(int argbPixel)
     {
@@ -89,17 +89,20 @@ public partial struct CmykColor
     [Implements("call_000_ToCmykColor")]
     public static CmykColor ToCmykColor(int argbPixel) => ToCmyk(argbPixel);
 
-    /// <summary>The inks in the bytes of a number, cyan in the highest.</summary>
+    // The inks in the bytes of a number, cyan in the highest.
     [Implements("call_000_ToValue")]
     public readonly int ToValue() => _cyan << 24 | _magenta << 16 | _yellow << 8 | _black;
 
     [Implements("Equals")]
     public readonly bool Equals(CmykColor other) => ToValue() == other.ToValue();
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is CmykColor other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => Hashing.Combine(ToValue());
 
+    /// <inheritdoc/>
     public override readonly string ToString() => $"CmykColor [C={C}, M={M}, Y={Y}, K={K}]";
 
     private static byte Component(int value, string parameter)

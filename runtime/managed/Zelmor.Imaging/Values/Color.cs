@@ -17,6 +17,7 @@ public partial struct Color
     /// <summary>The color of .NET's own drawing module, with its name.</summary>
     public static Color FromDrawing(System.Drawing.Color color) => new(color);
 
+    /// <summary>The color as a value of .NET.</summary>
     public readonly System.Drawing.Color ToDrawing() => _color;
 
     [Implements("getsa_Empty")]
@@ -77,7 +78,7 @@ public partial struct Color
         return new Color(System.Drawing.Color.FromKnownColor((System.Drawing.KnownColor)color));
     }
 
-    /// <summary>The color of a name; a transparent black that keeps the name where no known color has it.</summary>
+    // The color of a name; a transparent black that keeps the name where no known color has it.
     [Implements("call_000_FromName")]
     public static Color FromName(string? name)
     {
@@ -103,9 +104,12 @@ public partial struct Color
     [Implements("Equals")]
     public readonly bool Equals(Color other) => _color.Equals(other._color);
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is Color other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => _color.GetHashCode();
 
+    /// <inheritdoc/>
     public override readonly string ToString() => _color.ToString();
 }

@@ -10,7 +10,7 @@ public partial struct Point
     {
     }
 
-    /// <summary>A double word holds x in its low and y in its high half, both signed.</summary>
+    // A double word holds x in its low and y in its high half, both signed.
     [Implements("ctor_002_Point")]
     public Point(int dw) : this((short)dw, (short)(dw >> 16))
     {
@@ -22,8 +22,10 @@ public partial struct Point
     [Implements("get_IsEmpty")]
     public readonly bool IsEmpty => X == 0 && Y == 0;
 
+    /// <summary>The same numbers as a point.</summary>
     public static implicit operator PointF(Point point) => new(point.X, point.Y);
 
+    /// <summary>The same numbers as a size.</summary>
     public static explicit operator Size(Point point) => new(point.X, point.Y);
 
     [Implements("call_000_Add")]
@@ -41,8 +43,7 @@ public partial struct Point
     [Implements("call_000_Truncate")]
     public static Point Truncate(PointF point) => new(Rounding.Truncate(point.X), Rounding.Truncate(point.Y));
 
-    /// <summary>A long holds x in its low and y in its high half. Both are delivered; x is the result as well.
-    /// </summary>
+    // A long holds x in its low and y in its high half. Both are delivered; x is the result as well.
     [Implements("call_000_FromLong")]
     public static int FromLong(long packedPoint, ref int x, ref int y)
     {
@@ -67,9 +68,12 @@ public partial struct Point
     [Implements("Equals")]
     public readonly bool Equals(Point other) => X == other.X && Y == other.Y;
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is Point other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => Hashing.Combine(X, Y);
 
+    /// <inheritdoc/>
     public override readonly string ToString() => string.Create(CultureInfo.InvariantCulture, $"{{X={X},Y={Y}}}");
 }

@@ -38,9 +38,12 @@ public partial struct PointF
     [Implements("Equals")]
     public readonly bool Equals(PointF other) => X == other.X && Y == other.Y;
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is PointF other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => Hashing.Combine(Hashing.Word(X), Hashing.Word(Y));
 
+    /// <inheritdoc/>
     public override readonly string ToString() => string.Create(CultureInfo.InvariantCulture, $"{{X={X}, Y={Y}}}");
 }

@@ -60,6 +60,7 @@ public partial struct Rectangle
     [Implements("get_IsEmpty")]
     public readonly bool IsEmpty => Equals(default);
 
+    /// <summary>The same numbers as a rectangle.</summary>
     public static implicit operator RectangleF(Rectangle r) => new(r.X, r.Y, r.Width, r.Height);
 
     [Implements("call_000_FromLeftTopRightBottom")]
@@ -68,7 +69,7 @@ public partial struct Rectangle
         return new Rectangle(left, top, right - left, bottom - top);
     }
 
-    /// <summary>The rectangle of two corners in any order.</summary>
+    // The rectangle of two corners in any order.
     [Implements("call_000_FromPoints")]
     public static Rectangle FromPoints(Point point1, Point point2)
     {
@@ -132,7 +133,7 @@ public partial struct Rectangle
         Y += y;
     }
 
-    /// <summary>Makes a negative width or height a positive one of the same area.</summary>
+    // Makes a negative width or height a positive one of the same area.
     [Implements("call_000_Normalize")]
     public void Normalize()
     {
@@ -178,10 +179,13 @@ public partial struct Rectangle
         return X == other.X && Y == other.Y && Width == other.Width && Height == other.Height;
     }
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is Rectangle other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => Hashing.Combine(X, Y, Width, Height);
 
+    /// <inheritdoc/>
     public override readonly string ToString()
     {
         return string.Create(CultureInfo.InvariantCulture, $"{{X={X},Y={Y},Width={Width},Height={Height}}}");

@@ -66,7 +66,7 @@ public partial struct RectangleF
         return new RectangleF(left, top, right - left, bottom - top);
     }
 
-    /// <summary>The rectangle of two corners in any order.</summary>
+    // The rectangle of two corners in any order.
     [Implements("call_000_FromPoints")]
     public static RectangleF FromPoints(PointF point1, PointF point2)
     {
@@ -121,7 +121,7 @@ public partial struct RectangleF
         Y += y;
     }
 
-    /// <summary>Makes a negative width or height a positive one of the same area.</summary>
+    // Makes a negative width or height a positive one of the same area.
     [Implements("call_000_Normalize")]
     public void Normalize()
     {
@@ -167,11 +167,14 @@ public partial struct RectangleF
         return X == other.X && Y == other.Y && Width == other.Width && Height == other.Height;
     }
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is RectangleF other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => Hashing.Combine(
         Hashing.Word(X), Hashing.Word(Y), Hashing.Word(Width), Hashing.Word(Height));
 
+    /// <inheritdoc/>
     public override readonly string ToString()
     {
         return string.Create(CultureInfo.InvariantCulture, $"{{X={X},Y={Y},Width={Width},Height={Height}}}");

@@ -16,8 +16,10 @@ public partial struct Size
     [Implements("get_IsEmpty")]
     public readonly bool IsEmpty => Width == 0 && Height == 0;
 
+    /// <summary>The same numbers as a size.</summary>
     public static implicit operator SizeF(Size size) => new(size.Width, size.Height);
 
+    /// <summary>The same numbers as a point.</summary>
     public static explicit operator Point(Size size) => new(size.Width, size.Height);
 
     [Implements("call_000_Add")]
@@ -41,10 +43,13 @@ public partial struct Size
     [Implements("Equals")]
     public readonly bool Equals(Size other) => Width == other.Width && Height == other.Height;
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is Size other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => Hashing.Combine(Width, Height);
 
+    /// <inheritdoc/>
     public override readonly string ToString()
     {
         return string.Create(CultureInfo.InvariantCulture, $"{{Width={Width}, Height={Height}}}");

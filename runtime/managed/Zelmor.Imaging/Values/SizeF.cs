@@ -21,6 +21,7 @@ public partial struct SizeF
     [Implements("get_IsEmpty")]
     public readonly bool IsEmpty => Width == 0 && Height == 0;
 
+    /// <summary>The same numbers as a point.</summary>
     public static explicit operator PointF(SizeF size) => new(size.Width, size.Height);
 
     [Implements("call_000_Add")]
@@ -41,10 +42,13 @@ public partial struct SizeF
     [Implements("Equals")]
     public readonly bool Equals(SizeF other) => Width == other.Width && Height == other.Height;
 
+    /// <inheritdoc/>
     public override readonly bool Equals(object? obj) => obj is SizeF other && Equals(other);
 
+    /// <inheritdoc/>
     public override readonly int GetHashCode() => Hashing.Combine(Hashing.Word(Width), Hashing.Word(Height));
 
+    /// <inheritdoc/>
     public override readonly string ToString()
     {
         return string.Create(CultureInfo.InvariantCulture, $"{{Width={Width}, Height={Height}}}");

@@ -1,6 +1,7 @@
 """What the class library says, line by line, for a comparison of the two runtimes; a program of its own.
 
     same_on_both.py values COUNT SEED     texts, hash codes, equality, properties and methods of random value types
+    same_on_both.py defaults              the properties of new objects, and those of classes
 
 A line is a question, a tab and the answer. The questions are the same on both runtimes.
 """
@@ -21,7 +22,7 @@ from support.runtimes import VARIABLES
 os.environ.update(VARIABLES)
 
 import zelmor.imaging  # noqa: E402
-from support.samples import Cannot, python_type  # noqa: E402
+from support.samples import Cannot, arguments, python_type  # noqa: E402
 
 from tools.generator.builder import load  # noqa: E402
 from tools.generator.model import Overload, Type  # noqa: E402
@@ -34,6 +35,9 @@ _BITS = {f"{sign}int{width}": (sign == "u", width) for sign in ("", "u") for wid
 _NAMES = ["red", "Tomato", "transparent", "no color", "", "\u00fc"]
 #: Types whose hash codes are not the same on both runtimes: .NET makes them new in each process.
 _OWN_HASH = {"Color", "PointD", "GuidPacketRepresentation", "EmfBlendFunction", "WmfCieXyz", "WmfPitchAndFamily"}
+
+#: How deep the properties of objects in properties are asked.
+_DEEPEST = 2
 
 
 def shown(value: Any, depth: int = 0) -> str:
@@ -157,9 +161,40 @@ def values(count: int, seed: int) -> Iterator[tuple[str, str]]:
             yield f"{name} after", shown(value)
 
 
+def properties(name: str, owner: Any, entry: Type, static: bool) -> Iterator[tuple[str, str]]:
+    """Questions about the properties of an object or of a class; an object in one is asked in turn."""
+    for prop in entry.properties:
+        if prop.static is static:
+            told = answer(lambda: getattr(owner, prop.python))
+            yield f"{name}.{prop.python}", told
+            inner = _types().get(type(getattr(owner, prop.python))) if told.startswith("<") else None
+            if inner is not None and name.count(".") < _DEEPEST:
+                yield from properties(f"{name}.{prop.python}", getattr(owner, prop.python), inner, False)
+
+
+def defaults() -> Iterator[tuple[str, str]]:
+    """Questions about new objects of all classes, by each of their constructors, and about the classes."""
+    for entry in MODEL.types:
+        if entry.is_enum:
+            continue
+        found = python_type(entry)
+        # Dots count the depth of an object in another one.
+        name = entry.full_name.replace(".", "::")
+        yield from properties(name, found, entry, True)
+        for number, overload in enumerate(entry.constructors):
+            try:
+                made = found(*arguments(overload))
+            except (Cannot, RuntimeError) as error:
+                yield f"{name} {number}", f"{type(error).__name__}: {error}"
+                continue
+            yield f"{name} {number}", answer(lambda: str(made))
+            yield from properties(f"{name} {number}", made, entry, False)
+
+
 def main() -> None:
     """Prints all lines."""
-    for question, told in values(int(sys.argv[2]), int(sys.argv[3])):
+    asked = defaults() if sys.argv[1] == "defaults" else values(int(sys.argv[2]), int(sys.argv[3]))
+    for question, told in asked:
         print(f"{question}\t{told}".replace("\n", "\\n"))
     assert zelmor.imaging
 

@@ -10,6 +10,7 @@ from ..text import write_if_changed
 from .hosts import write_host
 from .implemented import Implemented
 from .library import Library
+from .parts import DocumentedParts
 from .services import write_interop_services, write_services
 
 
@@ -26,6 +27,8 @@ def _csharp(catalogue: Path, library: Path, out: Path) -> str:
     implemented = Implemented(library if library.is_dir() else None)
     implemented.check(model)
     files = Library(model, implemented).files()
+    if library.is_dir():
+        files |= DocumentedParts(model, library).files()
     if files:
         _write(out / library.name.removesuffix(".csproj"), files)
     hosts = {f"{entry.host_class}.cs": write_host(entry, implemented) for entry in model.types}
@@ -41,6 +44,6 @@ def _csharp_services(out: Path) -> str:
 COMMANDS = (
     Command("csharp-services", ("out",), "write the C# of an interop assembly without a catalogue", _csharp_services),
     Command("csharp", ("catalogue", "library", "out"),
-            "write the C# of one assembly: the class library below <out>/<name of the library's folder>, beside the "
+            "write the C# of one assembly: the class library below <out>/<name of the library's folder>, with the "
             "hand-written parts in that folder, and the interop assembly below <out>/<its name>", _csharp),
 )

@@ -7,8 +7,8 @@ A Python file or collection that a member gets is released when .NET has no use 
 collection finds out. A method that uses its arguments during the call alone says so by `Lends = true` in its mark, and
 they are released at the end of the call.
 
-Objects of some classes live in the picture library, a native one. A line like
-`[assembly: InPictureLibrary("Zelmor.Imaging.Image")]` says so of a class and of all that derive from it.
+Where the class library says `[assembly: HasPictureLibrary]`, objects live in the picture library, a native one: those
+of all classes without a hand-written part.
 """
 
 from __future__ import annotations
@@ -23,9 +23,23 @@ from ...model import Model, Type
 _NAMESPACE = re.compile(r"^namespace ([\w.]+);")
 _TYPE = re.compile(r"^public (?:(?:static|abstract|sealed|readonly) )*partial (?:class|struct|interface) (\w+)")
 _MARK = re.compile(r'\[Implements\("(\w+)"(, Lends = true)?\)\]')
-_IN_LIBRARY = re.compile(r'^\[assembly: InPictureLibrary\("([\w.]+)"\)\]')
+_LIBRARY = "[assembly: HasPictureLibrary]"
 # Members that no entry point names: those that every object has, and that of collections.
 OF_OBJECTS = ("Equals", "Dispose", "GetEnumerator")
+
+
+class Parts:
+    """Which type the lines of a file belong to, read one after the other."""
+
+    def __init__(self) -> None:
+        self.namespace, self.entry = "", ""
+
+    def read(self, line: str) -> None:
+        """The next line."""
+        if found := _NAMESPACE.match(line):
+            self.namespace = found[1]
+        elif found := _TYPE.match(line):
+            self.entry = f"{self.namespace}.{found[1]}"
 
 
 class Implemented:
@@ -34,19 +48,20 @@ class Implemented:
     def __init__(self, directory: Path | None) -> None:
         self._marks: dict[str, dict[str, Place]] = {}
         self._lends: set[tuple[str, str]] = set()
-        self._in_library: dict[str, Place] = {}
+        self._written: set[str] = set()
+        self._has_library = False
         for path in sorted(directory.rglob("*.cs")) if directory is not None else ():
             self._read(path)
 
     def _read(self, path: Path) -> None:
-        namespace, entry = "", ""
+        parts = Parts()
         for number, line in enumerate(path.read_text().splitlines(), 1):
-            if found := _IN_LIBRARY.match(line):
-                self._in_library[found[1]] = Place(path, number)
-            elif found := _NAMESPACE.match(line):
-                namespace = found[1]
-            elif found := _TYPE.match(line):
-                entry = f"{namespace}.{found[1]}"
+            parts.read(line)
+            entry = parts.entry
+            if entry:
+                self._written.add(entry)
+            if line == _LIBRARY:
+                self._has_library = True
             for mark, lends in _MARK.findall(line):
                 if lends:
                     self._lends.add((entry, mark))
@@ -66,18 +81,15 @@ class Implemented:
     @property
     def has_library(self) -> bool:
         """Whether there is a picture library for the types of the catalogue."""
-        return bool(self._in_library)
+        return self._has_library
 
     def in_library(self, entry: Type) -> bool:
         """Whether the objects of a class live in the picture library."""
-        return any(owner.full_name in self._in_library for owner in (entry, *entry.bases()))
+        return self._has_library and entry.full_name not in self._written
 
     def check(self, model: Model) -> None:
-        """Refuses marks that name no entry point, and those of classes that there are not."""
+        """Refuses marks that name no entry point."""
         types = {entry.full_name: entry for entry in model.types}
-        for full_name, place in self._in_library.items():
-            if full_name not in types or types[full_name].kind != "class":
-                raise CatalogueError(place, f"{full_name} is no class")
         for full_name, marks in self._marks.items():
             entry = types.get(full_name)
             known = {point.name for point in members_of(entry)} if entry is not None else set()

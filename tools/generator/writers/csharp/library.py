@@ -29,6 +29,8 @@ _ENUMERABLE = "System.Collections.IEnumerable"
 _COLLECTION = "System.Collections.ICollection"
 _LIST = "System.Collections.IList"
 _COLLECTIONS = {"_IterableWrapper": _ENUMERABLE, "_IColWrapper": _COLLECTION, "_IListWrapper": _LIST}
+#: The comment of a member that .NET itself declares.
+_INHERITED = "/// <inheritdoc/>"
 _EXPLICIT = {
     _ENUMERABLE: ("System.Collections.IEnumerator {}.GetEnumerator()",),
     _COLLECTION: ("int {}.Count", "bool {}.IsSynchronized", "object {}.SyncRoot",
@@ -76,7 +78,7 @@ class Library:
                             for parts in [entry.namespace.split(".")] for count in range(1, len(parts) + 1)}
         self._fills = {overload: filled for entry in model.types for overload in entry.constructors
                        for filled in [self._filled(overload)] if filled is not None}
-        self._called: dict[Type, list[str]] = {}
+        self._called: dict[Type, dict[str, tuple[Type, str]]] = {}
         self._stored = {prop for filled in self._fills.values() for prop in filled}
 
     # -- names --------------------------------------------------------------------------------------------------------
@@ -113,25 +115,29 @@ class Library:
     def _base_is_native(self, entry: Type) -> bool:
         return entry.base is not None and self._is_native(entry.base)
 
-    def _call(self, entry: Type, static: bool, point: EntryPoint, result: str, arguments: list[str]) -> str:
-        """The expression that calls an entry of the library; an empty result is that of a constructor."""
-        self._called.setdefault(entry, []).append(point.name)
+    def _call(self, entry: Type, static: bool, point: EntryPoint, result: str, arguments: list[str],
+              interface: Type | None = None) -> str:
+        """The expression that calls an entry of the library; an empty result is that of a constructor. The entry is the
+        type's, or that of an interface that it implements."""
+        name = point.name if interface is None else f"{interface.name}_{point.name}"
+        self._called.setdefault(entry, {})[name] = (interface or entry, point.name)
         function = "Make" if not result else "Run" if result == "void" else f"Get<{result}>"
         target = "null" if static else "this"
-        return f"Pictures.{function}({target}, PictureCalls.{point.name}, [{', '.join(arguments)}])"
+        return f"Pictures.{function}({target}, PictureCalls.{name}, [{', '.join(arguments)}])"
 
-    def _native_body(self, overload: Overload, result: str) -> list[str]:
-        """The statements that call a member of the library."""
+    def _native_body(self, overload: Overload, result: str, of: Type | None = None) -> list[str]:
+        """The statements that call a member of the library, in a class that implements it for its interface."""
+        entry, interface = (of, overload.owner) if of is not None else (overload.owner, None)
         arguments = [f"PictureMemory.Of({camel_case(param.name)}Memory, {escaped(camel_case(param.name))}.Length)"
                      if param.written else escaped(camel_case(param.name)) for param in overload.params]
         written = [param for param in overload.params if param.written]
         references = [(number, param) for number, param in enumerate(overload.params) if param.by_ref]
         point = of_overload(overload)
         if not references:
-            call = self._call(overload.owner, overload.static, point, result, arguments)
+            call = self._call(entry, overload.static, point, result, arguments, interface)
             body = [f"{'' if result in ('', 'void') else 'return '}{call};"]
         else:
-            call = self._call(overload.owner, overload.static, point, result, ["arguments"])
+            call = self._call(entry, overload.static, point, result, ["arguments"], interface)
             call = call.replace("[arguments]", "arguments")
             body = [f"var arguments = new object?[] {{ {', '.join(arguments)} }};",
                     f"{'var result = ' if result != 'void' else ''}{call};",
@@ -161,16 +167,16 @@ class Library:
         if self._base_is_native(entry):
             return
         yield ["PictureHandle? IPictureObject.Handle { get; set; }"]
-        yield ["public override bool Equals(object? obj) => Pictures.Equal(this, obj);"]
-        yield ["public override int GetHashCode() => Pictures.Hash(this);"]
-        yield ["public override string ToString() => Pictures.Text(this);"]
+        yield [_INHERITED, "public override bool Equals(object? obj) => Pictures.Equal(this, obj);"]
+        yield [_INHERITED, "public override int GetHashCode() => Pictures.Hash(this);"]
+        yield [_INHERITED, "public override string ToString() => Pictures.Text(this);"]
 
     def _entries(self, entry: Type) -> list[str]:
         """The class with the entries of the library that the members of a type call."""
-        names = self._called.get(entry, [])
+        called = self._called.get(entry, {})
         return block("private static class PictureCalls", [
-            f"public static readonly PictureEntry {name} = new({quoted(entry.full_name)}, {quoted(name)});"
-            for name in names]) if names else []
+            f"public static readonly PictureEntry {name} = new({quoted(owner.full_name)}, {quoted(point)});"
+            for name, (owner, point) in called.items()]) if called else []
 
     # -- rules --------------------------------------------------------------------------------------------------------
 
@@ -371,6 +377,9 @@ class Library:
                 same = found is not None and net_type(found.wire) == net_type(prop.wire)
                 if same and found is not None and found.writable >= prop.writable:
                     continue
+                if self._is_native(entry):
+                    yield self._interface_property(entry, interface, prop)
+                    continue
                 missing = self._missing(interface, prop.managed)
                 head = f"{self._short(member_type(prop.wire), entry.namespace)} {name}.{prop.managed}"
                 getter = prop.managed if same else missing
@@ -381,12 +390,16 @@ class Library:
             for overload in _methods(interface):
                 found_method = next((other for owner in owners for other in _methods(owner)
                                      if _signature(other) == _signature(overload) and not other.static), None)
-                if found_method is None or result_type(found_method) != result_type(overload):
-                    result = self._short(result_type(overload), entry.namespace)
-                    parameters = ", ".join(f"{self._short(parameter_type(param), entry.namespace)} "
-                                           f"{escaped(camel_case(param.name))}" for param in overload.params)
-                    yield [f"{result} {name}.{overload.managed}({parameters}) => "
-                           f"{self._missing(interface, overload.managed)};"]
+                if found_method is not None and result_type(found_method) == result_type(overload):
+                    continue
+                if self._is_native(entry):
+                    yield self._interface_method(entry, interface, overload)
+                    continue
+                result = self._short(result_type(overload), entry.namespace)
+                parameters = ", ".join(f"{self._short(parameter_type(param), entry.namespace)} "
+                                       f"{escaped(camel_case(param.name))}" for param in overload.params)
+                yield [f"{result} {name}.{overload.managed}({parameters}) => "
+                       f"{self._missing(interface, overload.managed)};"]
 
     @staticmethod
     def _collection(entry: Type) -> list[str]:
@@ -400,6 +413,9 @@ class Library:
         if self._implemented.has(entry.full_name, "GetEnumerator"):
             return
         for interface in self._collection(entry):
+            if interface == _ENUMERABLE and self._is_native(entry):
+                yield [f"{_EXPLICIT[interface][0].format(interface)} => Pictures.Elements(this).GetEnumerator();"]
+                continue
             for member in _EXPLICIT[interface]:
                 missing = self._missing(entry, re.split(r"[(\[]", member.partition("{}.")[2])[0])
                 if "[" in member:
@@ -440,23 +456,25 @@ class Library:
         """The equality and the text of a structure by the properties that it stores."""
         if entry.kind != "struct":
             return
-        yield [f"public static bool operator ==({entry.name} left, {entry.name} right) => left.Equals(right);"]
-        yield [f"public static bool operator !=({entry.name} left, {entry.name} right) => !left.Equals(right);"]
+        yield ["/// <summary>Whether two values are equal.</summary>",
+               f"public static bool operator ==({entry.name} left, {entry.name} right) => left.Equals(right);"]
+        yield ["/// <summary>Whether two values differ.</summary>",
+               f"public static bool operator !=({entry.name} left, {entry.name} right) => !left.Equals(right);"]
         if self._implemented.has(entry.full_name, "Equals"):
             return
         stored = [prop for prop in declared_properties(entry)
                   if not prop.static and not self._is_done(prop) and (prop.writable or prop in self._stored)]
         names = [prop.managed for prop in stored]
         equal = " && ".join(f"Equals({name}, other.{name})" for name in names) or "true"
-        yield [f"public bool Equals({entry.name} other) => {equal};"]
-        yield [f"public override bool Equals(object? obj) => obj is {entry.name} other && Equals(other);"]
-        yield ["public override int GetHashCode()", "{", "    var hash = new System.HashCode();",
+        yield [_INHERITED, f"public bool Equals({entry.name} other) => {equal};"]
+        yield [_INHERITED, f"public override bool Equals(object? obj) => obj is {entry.name} other && Equals(other);"]
+        yield [_INHERITED, "public override int GetHashCode()", "{", "    var hash = new System.HashCode();",
                *(f"    hash.Add({name});" for name in names), "    return hash.ToHashCode();", "}"]
         if names:
             # Each property as the embedded runtime shows it: a number, of an enumeration too.
             shown = ", ".join(f"{name}={{{f'{name}:D' if prop.wire.type is not None else name}}}"
                               for name, prop in zip(names, stored))
-            yield ["public override string ToString()", "{",
+            yield [_INHERITED, "public override string ToString()", "{",
                    "    return string.Create(System.Globalization.CultureInfo.InvariantCulture,",
                    f'        $"{{{{{shown}}}}}");', "}"]
 
@@ -469,7 +487,8 @@ class Library:
         if self._is_native(entry):
             groups += self._native_members(entry)
         elif entry.kind == "class" and not any(not overload.params for overload in entry.constructors):
-            groups.append(block(f"protected internal {entry.name}()", []))
+            groups.append(["/// <summary>For derived classes.</summary>",
+                           *block(f"protected internal {entry.name}()", [])])
         groups += [self._documented(comment.of_property(prop), self._property(prop))
                    for prop in declared_properties(entry)]
         groups += [self._documented(comment.of_overload(overload), self._method(overload))
@@ -481,9 +500,46 @@ class Library:
             if (self._disposes(entry) and not any(self._disposes(base) for base in entry.bases())
                     and not self._implemented.has(entry.full_name, "Dispose")):
                 done = "Pictures.Dispose(this)" if self._is_native(entry) else self._missing(entry, "Dispose")
-                groups.append([f"public virtual void Dispose() => {done};"])
-        groups.append(self._entries(entry))
-        return [*self._documentation.of_type(entry), *block(self._head(entry), separated(groups))]
+                groups.append([_INHERITED, f"public virtual void Dispose() => {done};"])
+        groups.append(self._entries(entry) if entry.kind != "interface" else [])
+        lines = [*self._documentation.of_type(entry), *block(self._head(entry), separated(groups))]
+        if entry.kind == "interface" and self._implemented.has_library:
+            lines += ["", *self._interface_object(entry)]
+        return lines
+
+    def _interface_object(self, entry: Type) -> list[str]:
+        """The class of objects of the picture library that a program knows by an interface alone."""
+        members = [["PictureHandle? IPictureObject.Handle { get; set; }"],
+                   ["public override bool Equals(object? obj) => Pictures.Equal(this, obj);"],
+                   ["public override int GetHashCode() => Pictures.Hash(this);"],
+                   ["public override string ToString() => Pictures.Text(this);"]]
+        for interface in (entry, *self._all_interfaces(entry)):
+            members += [self._interface_property(entry, interface, prop) for prop in declared_properties(interface)]
+            members += [self._interface_method(entry, interface, overload) for overload in _methods(interface)]
+        parents = [entry.name, "IPictureObject"]
+        if self._disposes(entry):
+            members.append(["void System.IDisposable.Dispose() => Pictures.Dispose(this);"])
+        members.append(self._entries(entry))
+        return block(f"internal sealed class {entry.name}Object : {', '.join(parents)}", separated(members))
+
+    def _interface_property(self, entry: Type, interface: Type, prop: Property) -> list[str]:
+        """A property of an interface in a class that calls the picture library for it."""
+        result = self._short(member_type(prop.wire), entry.namespace)
+        head = f"{result} {self._short(interface.full_name, entry.namespace)}.{prop.managed}"
+        getter = self._call(entry, False, of_getter(prop), result, [], interface)
+        if not prop.writable:
+            return [f"{head} => {getter};"]
+        return block(head, [f"get => {getter};",
+                            f"set => {self._call(entry, False, of_setter(prop), 'void', ['value'], interface)};"])
+
+    def _interface_method(self, entry: Type, interface: Type, overload: Overload) -> list[str]:
+        """A method of an interface in such a class."""
+        result = self._short(result_type(overload), entry.namespace)
+        parameters = ", ".join(f"{self._short(parameter_type(param), entry.namespace)} "
+                               f"{escaped(camel_case(param.name))}" for param in overload.params)
+        unsafe = "unsafe " if any(param.written for param in overload.params) else ""
+        return block(f"{unsafe}{result} {self._short(interface.full_name, entry.namespace)}.{overload.managed}"
+                     f"({parameters})", self._native_body(overload, result, entry))
 
     @staticmethod
     def _documented(comment: list[str], member: list[str]) -> list[str]:

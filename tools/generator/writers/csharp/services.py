@@ -22,6 +22,8 @@ _ARRAY = ("SqLength", "SqContains", "SqGetItem", "SqGetItemNoCheck", "SqSetItem"
 _LIST = ("SqLength", "Add", "Remove", "Clear", "SqContains", "SqGetItem", "SqGetItemNoCheck", "SqSetItem",
          "SqSetItemNoChek", "Insert", "RemoveAt", "Pop", "SqInplaceConcat", "SqInplaceRepeat", "MpSetItems",
          "MpRemoveItems", "Reverse", "Sort", "IndexBy", "CountOf", "EnsureCapacity")
+_CHANGES = ("SqSetItem", "SqSetItemNoCheck", "SqSetItemNoChek", "Add", "Insert", "Remove", "RemoveAt", "Pop", "Clear",
+            "SqInplaceConcat", "SqInplaceRepeat", "MpSetItems", "MpRemoveItems", "Reverse", "Sort")
 _STREAM = ("CanRead", "CanSeek", "CanWrite", "Length", "Position", "Close", "Flush", "Read", "Seek", "SetLength",
            "Write")
 
@@ -202,7 +204,11 @@ class _Service:
                                              [self._created("HandleTag.PyObject", "iterable")]),
         }
         operations["SqSetItemNoChek"] = operations["SqSetItemNoCheck"]
-        return operations[name]
+        returned, arguments, body = operations[name]
+        if name in _CHANGES:
+            index = "index" if name in ("SqSetItem", "SqSetItemNoCheck", "SqSetItemNoChek") else "-1"
+            body = [f"using var change = new ListChange(handle, {index});", *body]
+        return returned, arguments, body
 
     def _created(self, tag: str, item: str) -> str:
         reader = {"Array": "AnyArray", "ArrayList": "AnyArrayList", "CntList": "AnyList",
@@ -283,7 +289,8 @@ def _elements(model: Model) -> list[str]:
         name = element_reader(row.identifier).partition(".")[2]
         head = f"    public static readonly Element<{element_type(row.element)}> {name}"
         if row.element.name == "object":
-            lines.append(f"{head} = Element.Anything;")
+            lines += [f"{head} = Element.Anything;", "    [System.Runtime.CompilerServices.ModuleInitializer]",
+                      f"    internal static void ReadAnything() => Element.ReadAnythingBy(Bridge.Module, {row.slot});"]
         elif isinstance(row.element, TypedCollection):
             inner = row.element.row
             made = f"ArrayElement<{element_type(inner.element)}>"
