@@ -24,6 +24,7 @@
 #   make debug-test, make sanitize, make valgrind
 #                 run the tests under the debug interpreter, the address and undefined-behavior sanitizers, or valgrind
 #                 (slow: select tests with TESTS=tests/python/images/test_x.py)
+#   make threads  run the tests that work in several threads under the thread sanitizer (or those of TESTS=)
 #   make growth   use every member repeatedly and report where Python's memory grows (slow; select classes by parts of
 #                 their names with CLASSES="Bmp Tiff")
 #   make mutants  change the sources in one place at a time and list the changes that no test notices (slow;
@@ -58,7 +59,7 @@ SEED ?= 1
 # Prerequisites run in the order in which they are listed: packages first, then the build.
 .NOTPARALLEL:
 .PHONY: setup build dotnet harvest demo test docs bench scale fuzz fuzz-pictures fuzz-drawings debug-test sanitize
-.PHONY: valgrind growth mutants identifiers lint quick-lint format clean wheel sdist deb packages test-packages release
+.PHONY: valgrind threads growth mutants identifiers lint quick-lint format clean wheel sdist deb packages test-packages release
 
 setup:
 	@tools/setup.sh
@@ -163,6 +164,19 @@ sanitize: setup-test
 	@ASAN_OPTIONS=detect_leaks=0 cmake --build $(BUILD)-sanitize -j $(JOBS) --target tests
 	@$(PYTHON) tools/run_tests.py --build $(BUILD)-sanitize --under sanitizers $(TESTS)
 
+# The tests that work in several threads. Uses a build tree of its own, without unit tests.
+WITH_THREADS := tests/python/runtime/test_race_reports.py tests/python/runtime/test_threads.py tests/python/runtime/test_reentry.py \
+    tests/python/images/test_lazy_threads.py tests/python/images/test_interruption.py \
+    tests/python/masking/test_masking_tasks.py tests/python/batch/test_batch_runs.py
+# Warnings of the optimizer are about code that the sanitizer has put in.
+THREAD_SANITIZER := -O1 -fno-omit-frame-pointer -fsanitize=thread -Wno-array-bounds
+threads: setup-test
+	@cmake -S . -B $(BUILD)-threads -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) -DCMAKE_CXX_FLAGS_DEBUG=-g1 \
+	    -DCMAKE_C_FLAGS_DEBUG=-g1 -DCMAKE_CXX_FLAGS="$(THREAD_SANITIZER)" -DCMAKE_C_FLAGS="$(THREAD_SANITIZER)" >/dev/null
+	@cmake --build $(BUILD)-threads -j $(JOBS) --target product test-runtime zelmor_ordered_glib \
+	    zelmor_racing
+	@$(PYTHON) tools/run_tests.py --build $(BUILD)-threads --under threads $(or $(TESTS),$(WITH_THREADS))
+
 valgrind: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under valgrind $(TESTS)
 
@@ -190,7 +204,7 @@ format: setup-lint
 	@git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format-16 -i
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-scale
+	rm -rf $(BUILD) $(BUILD)-sanitize $(BUILD)-threads $(BUILD)-scale
 
 # Tests of the site, of clusters, of notebooks and beside an office suite are skipped where their programs are missing;
 # nothing else is.

@@ -23,6 +23,8 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 from tools.build_dotnet import find_sdk  # noqa: E402
 
 PYTHON = "/usr/bin/python3"
+#: Races that are none of this project's, for the thread sanitizer; each line has its reason.
+SUPPRESSIONS = Path(__file__).resolve().parents[1] / "tests" / "native" / "foreign_races.supp"
 TESTS = ["tests/generator", "tests/harvest", "tests/mutants", "tests/tools", "tests/packages", "tests/python"]
 #: The folders and files whose tests run on .NET, too: those of the bridge between Python and any runtime, and those of
 #: pictures that pass there.
@@ -123,6 +125,12 @@ def watched(under: str | None, environment: dict[str, str]) -> list[str]:
         paths = [subprocess.run(["g++", f"-print-file-name={name}"], check=True, text=True, capture_output=True).stdout
                  for name in names]
         environment["LD_PRELOAD"] = " ".join(path.strip() for path in paths)
+    if under == "threads":
+        # The sanitizer knows the addresses that programs have where they are not drawn by lot.
+        sanitizer = subprocess.run(["g++", "-print-file-name=libtsan.so"], check=True, text=True, capture_output=True)
+        ordered = Path(environment["ZELMOR_BUILD_DIR"]) / "test-native" / "libzelmor_ordered_glib.so"
+        environment["LD_PRELOAD"] = f"{sanitizer.stdout.strip()} {ordered}"
+        return ["setarch", "-R", PYTHON]
     if under == "valgrind":
         environment["PYTHONMALLOC"] = "malloc"
         valgrind = shutil.which("valgrind") or "valgrind"
@@ -135,9 +143,10 @@ def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--build", type=Path, default=Path("build"), help="build tree")
     parser.add_argument("--fuzz", action="store_true", help="only the tests in Python, with many more examples each")
-    parser.add_argument("--under", choices=("debug", "sanitizers", "valgrind"),
-                        help="under the debug interpreter or a memory checker; those but the sanitizers run only the "
-                             "tests in Python, and the sanitizers need a build tree that was made for them")
+    parser.add_argument("--under", choices=("debug", "sanitizers", "threads", "valgrind"),
+                        help="under the debug interpreter or a checker of memory or threads; those but the sanitizers "
+                             "run only the tests in Python, and the sanitizers and threads need a build tree that was "
+                             "made for them")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="tests at a time")
     parser.add_argument("tests", nargs="*", help="only these tests in Python, named as for pytest")
     arguments = parser.parse_args()
@@ -152,9 +161,15 @@ def main() -> int:
         environment["ASAN_OPTIONS"] = "detect_leaks=0:abort_on_error=1"
         environment["UBSAN_OPTIONS"] = "halt_on_error=1:print_stacktrace=1"
         environment["ZELMOR_SANITIZED"] = "1"  # a failed allocation is fatal there: some tests cannot run
+    reports = build / "races"
+    if arguments.under == "threads":
+        shutil.rmtree(reports, ignore_errors=True)
+        reports.mkdir()
+        environment["TSAN_OPTIONS"] = f"suppressions={SUPPRESSIONS}:log_path={reports}/report:exitcode=0"
+        environment["ZELMOR_SANITIZED"] = "1"
     total, content = Count(), True
 
-    if not (arguments.fuzz or arguments.under in ("debug", "valgrind") or arguments.tests):
+    if not (arguments.fuzz or arguments.under in ("debug", "threads", "valgrind") or arguments.tests):
         report = build / "ctest.xml"
         command = ["ctest", "--test-dir", str(build), "--output-on-failure", "-j", str(arguments.jobs),
                    "--output-junit", str(report)]
@@ -172,7 +187,7 @@ def main() -> int:
         command = watched(arguments.under, variables)
         command += ["-m", "pytest", "-q", "-p", "no:cacheprovider", f"--junitxml={report}"]
         # The workers are started as the plain interpreter, so a tool that watches the interpreter allows no workers.
-        if arguments.under in (None, "sanitizers") and arguments.jobs > 1:
+        if arguments.under in (None, "sanitizers", "threads") and arguments.jobs > 1:
             command += ["-n", str(arguments.jobs)]
         return run(name, command + tests, report, variables)
 
@@ -187,6 +202,9 @@ def main() -> int:
         content = content and find_sdk() is None
         said = f"; .NET: {trouble}"
 
+    for race in sorted(reports.glob("report.*")):
+        print(race.read_text(errors="replace"))
+        content = False
     print(f"tests: {total}{said}")
     return 0 if content else 1
 

@@ -4,13 +4,16 @@ from __future__ import annotations
 
 import asyncio
 import io
+from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Image, Rectangle, ResizeType
+from zelmor.imaging import Color, DitheringMethod, Image, RasterImage, Rectangle, ResizeType
+from zelmor.imaging.imagefilters.filteroptions import (BilateralSmoothingFilterOptions, GaussianBlurFilterOptions,
+                                                       GaussWienerFilterOptions, MedianFilterOptions)
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions
 
 from support.image_oracles import Pixels, noise, raster
@@ -58,6 +61,40 @@ def test_tasks_of_an_event_loop() -> None:
 
     for _ in range(5):
         assert asyncio.run(serve()) == expected
+
+
+#: Work that the image library, or this one, divides among threads of its own where a picture is large enough.
+DIVIDED: dict[str, Callable[[RasterImage], None]] = {
+    "reduced": lambda image: image.resize(200, 150, ResizeType.LANCZOS_RESAMPLE),
+    "enlarged": lambda image: image.resize(400, 300, ResizeType.CATMULL_ROM),
+    "blurred": lambda image: image.filter(image.bounds, GaussianBlurFilterOptions(5, 1.5)),
+    "median": lambda image: image.filter(image.bounds, MedianFilterOptions(5)),
+    "smoothed": lambda image: image.filter(image.bounds, BilateralSmoothingFilterOptions(5)),
+    "sharpened back": lambda image: image.filter(image.bounds, GaussWienerFilterOptions(3, 1.0)),
+    "turned": lambda image: image.rotate(20.0, True, Color.white),
+    "dithered": lambda image: image.dither(DitheringMethod.FLOYD_STEINBERG_DITHERING, 4),
+    "black and white": lambda image: image.binarize_bradley(0.1, 15),
+    "gray": lambda image: image.grayscale(),
+}
+
+
+@pytest.mark.parametrize(("name", "suffix"), [(name, "JPEG") for name in DIVIDED] + [("reduced", "TIFF")])
+def test_large_pictures_in_a_pool(name: str, suffix: str) -> None:
+    """Each task has threads of the library work for it; inks are converted by several threads too."""
+    pictures = [Pillow.fromarray(noise(3, seed, 300, 230)).convert("CMYK" if suffix == "TIFF" else "RGB")
+                for seed in range(3)]
+
+    def worked_on(picture: Pillow.Image) -> bytes:
+        source, target = io.BytesIO(), io.BytesIO()
+        picture.save(source, suffix)
+        with Image.load(io.BytesIO(source.getvalue())) as image:
+            DIVIDED[name](raster(image))
+            image.save(target, PngOptions())
+        return target.getvalue()
+
+    expected = [worked_on(picture) for picture in pictures]
+    with ThreadPoolExecutor(THREADS) as pool:
+        assert list(pool.map(worked_on, pictures * 2)) == expected * 2
 
 
 def test_one_image_for_several_threads(tmp_path: Path) -> None:

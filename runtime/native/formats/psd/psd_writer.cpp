@@ -145,8 +145,8 @@ class PsdWriter final : public RowWriter {
     void check_size() const {
         const int32_t most = m_encoding.large ? kPsbMostSide : kPsdMostSide;
         if (m_header.width > most || m_header.height > most) {
-            refuse(std::string(m_encoding.large ? "PSB" : "PSD") + " has at most " + std::to_string(most) +
-                   " pixels to a side" + (m_encoding.large ? "" : "; PSB has 300000"));
+            const std::string has = m_encoding.large ? "PSB has at most " : "PSD has at most ";
+            refuse(has + std::to_string(most) + " pixels to a side" + (m_encoding.large ? "" : "; PSB has 300000"));
         }
         if (m_mode == PsdColorMode::kIndexed && (m_header.palette.empty() || m_header.palette.size() > 256)) {
             refuse("an Indexed PSD has 1 to 256 colors, not " + std::to_string(m_header.palette.size()));
