@@ -22,7 +22,7 @@ for thread in threads:
 """
 
 
-@pytest.mark.skipif("tsan" not in os.environ.get("LD_PRELOAD", ""), reason="of the thread sanitizer, which make threads loads")
+@pytest.mark.skipif("tsan" not in os.environ.get("LD_PRELOAD", ""), reason="only make threads loads the sanitizer")
 @pytest.mark.parametrize(("kind", "races"), [("CDLL", True), ("PyDLL", False)])
 def test_a_race_is_reported(tmp_path: Path, kind: str, races: bool) -> None:
     options = os.environ["TSAN_OPTIONS"].split(":")
