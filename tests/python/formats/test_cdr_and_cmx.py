@@ -27,7 +27,8 @@ from zelmor.imaging.imageoptions import CdrRasterizationOptions, PngOptions
 
 from support.image_oracles import managed_error
 from support.office_files import (
-    cast, cdr, cdr_arrow, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_gradient, cdr_pattern, cdr_rectangle, cdr_text,
+    cast, cdr, cdr_arrow, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_gradient, cdr_pattern, cdr_picture,
+    cdr_picture_shape, cdr_rectangle, cdr_text,
     cdr_tiles, chunk, cmx, cmx_curve, cmx_ellipse, cmx_rectangle)
 
 TRIANGLE = [(-0.1, -0.1), (0.1, -0.1), (0.0, 0.2)]
@@ -149,6 +150,14 @@ def test_what_has_numbers_alone() -> None:
     assert objects_of(data, CdrSpnd)[0].id == 11
     vectors, = objects_of(data, CdrVectorPattern)
     assert (vectors.id, bytes(vectors.data)) == (12, b"<CDR>")
+
+
+def test_a_picture_is_drawn_in_its_place(tmp_path: Path) -> None:
+    """Mirrored, since y points up and pictures are turned with it."""
+    data = cdr(cdr_picture_shape(-0.75, -0.25, 1, 0.5, 4), more=cdr_picture(4, [0xFF0000] * 8 + [0x0000FF] * 8))
+    page = drawn(Image.load(io.BytesIO(data)), tmp_path)
+    assert page[48, 30].tolist() == [0, 0, 255] and page[48, 110].tolist() == [255, 0, 0]
+    assert page[20, 60].tolist() == page[48, 130].tolist() == [255, 255, 255]
 
 
 def test_the_texts_of_a_cdr_document() -> None:

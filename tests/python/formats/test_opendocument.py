@@ -21,6 +21,7 @@ from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
 from zelmor.imaging.imageloadoptions import OdLoadOptions
 from zelmor.imaging.imageoptions import OdgRasterizationOptions, PngOptions, TiffOptions
 
+from support.catalogue import every_class
 from support.image_oracles import managed_error
 from support.office_files import cast, RED, TYPE, fodg, odg
 
@@ -187,6 +188,48 @@ def test_the_objects_of_a_page() -> None:
     assert cast(OdText, paragraph.items[0]).text == "some "
     geometry = cast(OdEnhancedGeometry, cast(OdCustomShape, items[6]).items[0])
     assert geometry.type == "ellipse" and len(geometry.enhanced_path) == 4
+
+
+#: Classes of the model that are bases of others, and those of documents.
+BASES = {"OdBrush", "OdGraphicObject", "OdStyledObject", "OdObject", "OdImage", "OdgImage", "OtgImage", "OdMetadata"}
+
+
+def test_every_class_of_objects_comes_from_a_file() -> None:
+    """One document has all of them."""
+    fills = {"none": "", "solid": 'draw:fill-color="#ff0000"', "gradient": 'draw:fill-gradient-name="G"',
+             "hatch": 'draw:fill-hatch-name="H"', "bitmap": 'draw:fill-image-name="I"'}
+    styles = "".join(f'<style:style style:name="{name}" style:family="graphic"><style:graphic-properties '
+                     f'draw:fill="{name}" {more} draw:marker-start="A"/></style:style>' for name, more in fills.items())
+    styles += ('<draw:gradient draw:name="G" draw:style="axial"/><draw:hatch draw:name="H"/><draw:fill-image '
+               'draw:name="I"/><draw:marker draw:name="A" svg:viewBox="0 0 2 3" svg:d="M1 0L0 3h2z"/>')
+    box = 'svg:x="1px" svg:y="1px" svg:width="9px" svg:height="9px"'
+    shapes = "".join(f'<draw:{kind} draw:style-name="{style}" {box} {more}/>' for kind, style, more in [
+        ("rect", "solid", ""), ("circle", "gradient", ""), ("ellipse", "hatch", ""), ("line", "bitmap", ""),
+        ("measure", "none", ""), ("connector", "none", ""), ("polygon", "none", 'draw:points="0,0 1,1"'),
+        ("polyline", "none", 'draw:points="0,0 1,1"'),
+        ("path", "none", 'svg:viewBox="0 0 9 9" svg:d="M0 0L9 0C1 2 3 4 5 6S7 8 9 9Z"')])
+    shapes += ('<draw:g><draw:frame><draw:text-box><text:p>a<text:span>b</text:span><text:measure text:kind="value"/>'
+               "</text:p><text:list><text:list-item/></text:list></draw:text-box></draw:frame></draw:g>"
+               '<draw:frame><draw:image xlink:href="a.png"/></draw:frame>'
+               f'<draw:custom-shape {box}><draw:enhanced-geometry svg:viewBox="0 0 9 9" draw:enhanced-path="M 0 0 X 5 '
+               '5 B 0 0 9 9 0 0 9 9 F S N"><draw:equation draw:name="f"/></draw:enhanced-geometry></draw:custom-shape>')
+    classes = {kind.__name__: kind for kind in every_class()
+               if kind.__module__.startswith("zelmor.imaging.fileformats.opendocument") and kind.__name__ not in BASES}
+    found: set[str] = set()
+
+    def walk(value: Any) -> None:
+        name = str(value).rsplit(".", 1)[-1]
+        value = cast(classes[name], value)
+        found.add(name)
+        for part in ("brush", "pen", "font", "style", "transform_info", "start_marker"):
+            if getattr(value, part, None) is not None:
+                walk(getattr(value, part))
+        for part in ("items", "enhanced_path"):
+            for each in getattr(value, part, None) or []:
+                walk(each)
+    for page in opened(odg(shapes, styles=styles)).records:
+        walk(page)
+    assert found == set(classes)
 
 
 def test_metadata() -> None:

@@ -147,6 +147,21 @@ def cdr_pattern(number: int, width: int, height: int, rows: bytes) -> bytes:
     return chunk(b"bmpf", struct.pack("<I", number) + header + rows)
 
 
+def cdr_picture(number: int, colors: list[int]) -> bytes:
+    """A picture of one row of pixels 0xRRGGBB, 24 bits each."""
+    rows = b"".join(struct.pack("<I", color)[:3] for color in colors)
+    rows += bytes(-len(rows) % 4)
+    return chunk(b"bmp ", struct.pack("<I46xI4xII4xIII32x", number, 1, len(colors), 1, 24, len(rows), len(rows)) + rows)
+
+
+def cdr_picture_shape(x: float, y: float, width: float, height: float, picture: int) -> bytes:
+    """The place of a picture."""
+    corners = [(0.0, 0.0), (0.0, height), (width, height), (width, 0.0)]
+    points = b"".join(long_length(a) + long_length(b) for a, b in [*corners, corners[0]])
+    data = long_length(width) + long_length(height) + bytes(8) + bytes(32) + struct.pack("<I8xH2x", picture, 5)
+    return cdr_shape(5, data + points + b"\0\x40\x40\x40\x48", x, y, 0)
+
+
 def cdr_arrow(number: int, points: list[tuple[float, float]]) -> bytes:
     types = bytes([0] + [0x40] * (len(points) - 2) + [0x48])
     places = b"".join(long_length(x) + long_length(y) for x, y in points)

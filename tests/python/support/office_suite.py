@@ -1,4 +1,4 @@
-"""Drawings as an office suite that is not ours draws and writes them: LibreOffice, by Debian's libreoffice-draw-nogui."""
+"""Drawings as an office suite that is not ours draws and writes them: Debian's libreoffice-draw-nogui."""
 
 from __future__ import annotations
 
@@ -166,7 +166,7 @@ PAGES: dict[str, tuple[str, float]] = {
                    'svg:x2="150px" svg:y2="140px" svg:d="M1852 1588H2911V3704H3969"/>', 1.5),
     "pictures": (picture(TILES.getvalue(), 'svg:x="10px" svg:y="10px" svg:width="80px" svg:height="80px"')
                  + picture(TILES.getvalue(), 'svg:width="60px" svg:height="60px" '
-                                                  'draw:transform="rotate(0.4) translate(2.9cm 1.6cm)"'), 1.0),
+                                             'draw:transform="rotate(0.4) translate(2.9cm 1.6cm)"'), 1.0),
     "text": (text_box('<text:p text:style-name="P">Some words and <text:span text:style-name="bold">bold ones'
                       '</text:span> that do not stay in one line</text:p><text:p text:style-name="PC">in the middle'
                       '</text:p><text:p text:style-name="PE">at the end</text:p>'), 6.5),
@@ -220,10 +220,8 @@ def softened(image: Any) -> Any:
 
 
 def nearest_difference(one: Any, other: Any) -> float:
-    """The mean difference of the channels of two pictures of one size.
-
-    Edges are softened, and one of the pictures is moved by a pixel where that brings them closer: programs disagree
-    about where on a pixel a line stands.
+    """The mean difference of the channels of two pictures of one size. Edges are softened, and one picture is moved by
+    a pixel where that brings them closer: programs disagree about where on a pixel a line stands.
     """
     assert one.size == other.size, (one.size, other.size)
     a, b = softened(one), softened(other)

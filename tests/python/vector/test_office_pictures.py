@@ -18,7 +18,7 @@ from zelmor.imaging.imageoptions import OdgRasterizationOptions, PngOptions
 
 from support.drawn_documents import CONTENTS, document
 from support.office_files import (
-    cdr, cdr_curve, cdr_ellipse, cdr_rectangle, cmx, cmx_curve, cmx_ellipse, cmx_rectangle, fodg)
+    cdr, cdr_curve, cdr_ellipse, cdr_gradient, cdr_rectangle, cmx, cmx_curve, cmx_ellipse, cmx_rectangle, fodg)
 from support.office_suite import (
     covered, converted, HEIGHT, nearest_difference, OFFICE, on_white, page_file, PAGES, WIDTH)
 
@@ -26,10 +26,14 @@ pytestmark = pytest.mark.skipif(OFFICE is None, reason="needs an office suite: D
                                                        "(purpose office of packages.txt)")
 
 TRIANGLE = [(-0.1, -0.1), (0.1, -0.1), (0.0, 0.2)]
-PAGES_OF_CORELS = {
-    "cdr": cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1, 1) + cdr_ellipse(0.25, -0.125, 0.5, 0.25, 1)
-               + cdr_curve(TRIANGLE, 1)),
-    "cmx": cmx(cmx_rectangle(-0.5, 0, 0.5, 0.5, 1) + cmx_ellipse(0.5, 0, 0.5, -0.25, 2) + cmx_curve(TRIANGLE, 2)),
+#: CDR and CMX files, by names that begin with the kind.
+PARSED = {
+    "cdr-shapes": cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1, 1) + cdr_ellipse(0.25, -0.125, 0.5, 0.25, 1)
+                      + cdr_curve(TRIANGLE, 1)),
+    "cdr-gradient": cdr(cdr_rectangle(-0.75, -0.25, 1, 0.5, 3),
+                        more=cdr_gradient(3, [(0, (100, 0, 0, 0)), (100, (0, 100, 0, 0))])),
+    "cmx-shapes": cmx(cmx_rectangle(-0.5, 0, 0.5, 0.5, 1) + cmx_ellipse(0.5, 0, 0.5, -0.25, 2)
+                      + cmx_curve(TRIANGLE, 2)),
 }
 #: What the office suite can draw of these; it has no blending, blurs less, and makes groups too transparent.
 SVG = {"shapes": 2.5, "gradients": 4.5, "clips": 2.5, "text": 3.5, "mask": 2.0, "image": 2.5}
@@ -62,7 +66,7 @@ def drawings(tmp_path_factory: pytest.TempPathFactory) -> dict[str, Path]:
     folder = tmp_path_factory.mktemp("drawings")
     contents = {f"{name}.fodg": page_file(name) for name in PAGES}
     contents |= {f"svg-{name}.svg": document(CONTENTS[name]) for name in SVG}
-    contents |= {f"{kind}-shapes.{kind}": data for kind, data in PAGES_OF_CORELS.items()}
+    contents |= {f"{name}.{name[:3]}": data for name, data in PARSED.items()}
     for name, data in contents.items():
         (folder / name).write_bytes(data)
     return {Path(name).stem: folder / name for name in contents}
@@ -89,12 +93,12 @@ def test_svg(drawings: dict[str, Path], theirs: dict[str, Any], name: str) -> No
     assert_alike(ours(drawings[f"svg-{name}"].read_bytes(), picture.size), picture, SVG[name])
 
 
-@pytest.mark.parametrize("kind", PAGES_OF_CORELS)
-def test_cdr_and_cmx(drawings: dict[str, Path], theirs: dict[str, Any], kind: str) -> None:
-    picture = theirs[f"{kind}-shapes"]
-    with Image.load(str(drawings[f"{kind}-shapes"])) as image:
+@pytest.mark.parametrize("name", PARSED)
+def test_cdr_and_cmx(drawings: dict[str, Path], theirs: dict[str, Any], name: str) -> None:
+    picture = theirs[name]
+    with Image.load(str(drawings[name])) as image:
         assert abs(image.width - picture.width) <= 1 and abs(image.height - picture.height) <= 1
-    assert_alike(ours(PAGES_OF_CORELS[kind], picture.size), picture, 3.0)
+    assert_alike(ours(PARSED[name], picture.size), picture, 3.0)
 
 
 @pytest.fixture(scope="module", params=["emf", "wmf", "svg", "odg"])

@@ -467,7 +467,7 @@ Value path_objects(const Ref<ManagedObject>& parent, std::string_view path) {
                 made.add(graphic::OdLineTo::kType, {{"Point", step.points[0]}});
                 break;
             case OdPathStep::Kind::kCurve:
-                made.add(graphic::OdCurveTo::kType,
+                made.add(step.is_short ? graphic::OdShortCurveTo::kType : graphic::OdCurveTo::kType,
                          {{"Point1", step.points[0]}, {"Point2", step.points[1]}, {"Point3", step.points[2]}});
                 break;
             case OdPathStep::Kind::kClose:

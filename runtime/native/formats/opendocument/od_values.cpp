@@ -400,6 +400,7 @@ class PathReader {
                     return false;
                 }
                 curve(after_curve ? mirrored : m_at, *b, *to);
+                m_steps.back().is_short = true;
                 m_control = *b;
                 return true;
             }

@@ -60,6 +60,7 @@ struct OdPathStep {
     enum class Kind { kMove, kLine, kCurve, kClose };
     Kind kind;
     drawwork::PointD points[3];
+    bool is_short = false;  // of a curve: its first control point follows from the curve before
 };
 std::vector<OdPathStep> od_path_steps(std::string_view text);
 drawwork::Outline od_outline(std::string_view path);
