@@ -25,6 +25,7 @@ ZELMOR = """
 import os, resource, sys
 from zelmor.imaging import Image, RasterImage
 from zelmor.imaging import imageoptions as o
+from zelmor.imaging.fileformats.eps import EpsOptions
 from zelmor.imaging.fileformats.ico import IcoImage
 from zelmor.imaging.fileformats.jpeg import JpegCompressionMode
 from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
@@ -111,7 +112,7 @@ JOBS = [
           "{path}", suffix=".png", ours=PNG),
     _written("BMP", "o.BmpOptions()", MAGICK, "{path}", "{out}", suffix=".bmp", source="tga"),
     _written("DICOM", "o.DicomOptions()", "img2dcm", "-i", "BMP", "{path}", "{out}", suffix=".dcm"),
-    _written("EPS", "o.EpsOptions()", MAGICK, "{path}", "eps2:{out}", suffix=".eps"),
+    _written("EPS", "EpsOptions()", MAGICK, "{path}", "eps2:{out}", suffix=".eps"),
     _written("GIF", "o.GifOptions()", MAGICK, "{path}", "{out}", suffix=".gif"),
     _written("ICO", "o.IcoOptions()", MAGICK, "{path}", "{out}", suffix=".ico", source="icon.png"),
     _written("JPEG", "options(o.JpegOptions, quality=85)", MAGICK, "{path}", "-quality", "85", "{out}",
@@ -122,7 +123,7 @@ JOBS = [
              "{out}", suffix=".jpg", source="dcm"),
     _written("JPEG 2000", "options(o.Jpeg2000Options, irreversible=False)", "opj_compress", "-i", "{path}", "-o",
              "{out}", suffix=".jp2"),
-    _written("PDF", "o.PdfOptions()", MAGICK, "{path}", "-compress", "zip", "{out}", suffix=".pdf"),
+    _written("PDF", "o.PdfOptions()", "tiff2pdf", "-z", "-o", "{out}", "{path}", suffix=".pdf", source="lzw.tif"),
     _written("PNG", "o.PngOptions()", MAGICK, "{path}", "-quality", "65", "{out}", suffix=".png"),
     _written("PSD", "o.PsdOptions()", MAGICK, "{path}", "-compress", "rle", "{out}", suffix=".psd"),
     _written("TGA", "o.TgaOptions()", MAGICK, "{path}", "{out}", suffix=".tga"),

@@ -98,11 +98,15 @@ void bring_to(VipsPicture& picture, const PixelForm& form, const Encoding& encod
 // Keeps the rows of one frame.
 class FrameRows final : public RowWriter {
  public:
+    explicit FrameRows(const RowsHeader& header) {
+        m_rows.reserve(header.form.pixel_size() * static_cast<size_t>(header.width) *
+                       static_cast<size_t>(header.height));
+    }
     void write(int32_t, std::span<const uint8_t> rows) override {
         m_rows.insert(m_rows.end(), rows.begin(), rows.end());
     }
     void finish() override {}
-    const std::vector<uint8_t>& rows() const { return m_rows; }
+    std::vector<uint8_t> take() { return std::move(m_rows); }
 
  private:
     std::vector<uint8_t> m_rows;
@@ -149,14 +153,16 @@ std::vector<uint8_t> encoded_frame(const VipsPicture& picture, const DicomEncodi
         const EncodedBytes bytes = file.take();
         return {bytes.bytes().begin(), bytes.bytes().end()};
     }
-    FrameRows rows;
+    FrameRows rows(picture.rows_header());
     write_rows(picture, rows);
-    std::vector<uint8_t> frame;
-    put_stored_samples(picture.form(), form.stored, rows.rows(), frame);
+    std::vector<uint8_t> frame = stored_samples(picture.form(), form.stored, rows.take());
     if (is_lossless_jpeg(dicom)) {
         return lossless_jpeg_frame(form, frame);
     }
-    return dicom.compression == DicomCompression::kRle ? dicom_runs(form, frame) : frame;
+    if (dicom.compression == DicomCompression::kRle) {
+        return dicom_runs(form, frame);
+    }
+    return frame;
 }
 
 bool has_resolution_of_file(const VipsPicture& picture, const DicomFile& file) {

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cassert>
 #include <charconv>
+#include <cstring>
 
 #include "runtime/native/formats/dicom/dicom_names.h"
 #include "runtime/native/formats/dicom/sample_range.h"
@@ -89,11 +91,15 @@ class Elements {
 class Fingerprint {
  public:
     void add(std::span<const uint8_t> bytes) {
-        for (const uint8_t byte : bytes) {
-            for (size_t i = 0; i < m_parts.size(); i++) {
-                m_parts[i] = (m_parts[i] ^ (byte + i)) * (0x100000001B3 + 2 * i);
-            }
+        const size_t whole = bytes.size() / sizeof(uint64_t) * sizeof(uint64_t);
+        for (size_t at = 0; at < whole; at += sizeof(uint64_t)) {
+            add_word(&bytes[at], sizeof(uint64_t));
         }
+        if (whole < bytes.size()) {
+            add_word(&bytes[whole], bytes.size() - whole);
+        }
+        const uint64_t size = bytes.size();
+        add_word(&size, sizeof(size));
     }
     // "2.25." and the number of 128 bits. The seed makes several of one picture.
     std::string uid(uint8_t seed) const {
@@ -118,6 +124,17 @@ class Fingerprint {
     }
 
  private:
+    // Up to eight bytes at once: they reach all bits of both parts by the words that follow, of which there is one for
+    // the size at least.
+    void add_word(const void* bytes, size_t count) {
+        uint64_t word = 0;
+        std::memcpy(&word, bytes, count);
+        constexpr std::array<uint64_t, 2> kFactors = {0x9E3779B97F4A7C15, 0xD1342543DE82EF95};
+        for (size_t i = 0; i < m_parts.size(); i++) {
+            m_parts[i] = std::rotl((m_parts[i] ^ word) * kFactors[i], 29) + i;
+        }
+    }
+
     std::array<uint64_t, 2> m_parts = {0xCBF29CE484222325, 0x84222325CBF29CE4};
 };
 
@@ -426,12 +443,13 @@ DicomForm dicom_form_of_rows(const RowsHeader& header, const DicomEncoding& enco
     return result;
 }
 
-void put_stored_samples(const PixelForm& form, int stored, std::span<const uint8_t> rows, std::vector<uint8_t>& out) {
+std::vector<uint8_t> stored_samples(const PixelForm& form, int stored, std::vector<uint8_t> rows) {
     const size_t size = sample_size(form.sample);
     if (form.color == ColorModel::kIndexed || (size == 1 && stored == 8 && form.sample == SampleType::kUint8)) {
-        out.insert(out.end(), rows.begin(), rows.end());
-        return;
+        return rows;
     }
+    std::vector<uint8_t> out;
+    out.reserve(rows.size());
     std::vector<uint32_t> samples(rows.size() / size);
     SampleRange(stored, form).take(rows, samples);
     const bool is_signed =
@@ -441,6 +459,7 @@ void put_stored_samples(const PixelForm& form, int stored, std::span<const uint8
         // The bits above those that count repeat the sign.
         put_number(out, static_cast<uint64_t>(static_cast<int64_t>(sample) - middle), size);
     }
+    return out;
 }
 
 std::vector<uint8_t> dicom_runs(const DicomForm& form, std::span<const uint8_t> frame) {

@@ -36,7 +36,7 @@ struct DicomForm {
 DicomForm dicom_form_of_rows(const RowsHeader& header, const DicomEncoding& encoding);
 
 // The samples of rows in the bytes of a file, without compression.
-void put_stored_samples(const PixelForm& form, int stored, std::span<const uint8_t> rows, std::vector<uint8_t>& out);
+std::vector<uint8_t> stored_samples(const PixelForm& form, int stored, std::vector<uint8_t> rows);
 // A frame of such bytes in runs.
 std::vector<uint8_t> dicom_runs(const DicomForm& form, std::span<const uint8_t> frame);
 

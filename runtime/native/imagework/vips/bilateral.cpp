@@ -14,7 +14,7 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
-constexpr int kRows = 32;  // of a strip
+constexpr int kBilateralStrip = 32;  // of a strip
 
 // exp(-(distance / factor) ^ power / 2), the bell of Gauss for a power of two.
 double bell(double distance, double factor, double power) {
@@ -146,7 +146,7 @@ VImage smoothed_bilaterally(const VImage& image, const Bilateral& filter, const 
                 throw PictureError(Failure::kUnsupported, "pixels of " + std::to_string(source.bands()) + " channels");
         }
     }();
-    for_strips(target, kRows, [&](int begin, int end) {
+    for_strips(target, kBilateralStrip, [&](int begin, int end) {
         const int end_x = area.x + area.width;
         const Strip strip =
             strip_of(source, levels, std::max(0, area.x - reach), std::max(0, area.y + begin - reach),

@@ -14,13 +14,13 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
-constexpr int kRows = 64;
+constexpr int kBinarizeStrip = 64;
 constexpr size_t kLevels = 256;
 
 VImage above_threshold(const VImage& gray, int threshold) {
     VImage result = raster_like(gray);
     const auto width = static_cast<size_t>(gray.width());
-    for_strips(result, kRows, [&](int begin, int end) {
+    for_strips(result, kBinarizeStrip, [&](int begin, int end) {
         for (int y = begin; y < end; y++) {
             const uint8_t* from = row_of(gray, y);
             uint8_t* to = row_of(result, y);

@@ -17,7 +17,7 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
-constexpr int kRows = 64;                     // of a block
+constexpr int kConvolutionStrip = 64;         // of a block
 constexpr size_t kNumbers = size_t{1} << 17;  // of a block with its surroundings
 
 template <class Work>
@@ -73,10 +73,10 @@ class Convolver {
     }
 
     void run() {
-        const size_t wanted = kNumbers / (static_cast<size_t>(kRows + 2 * m_reach_y) * m_form.samples(1));
+        const size_t wanted = kNumbers / (static_cast<size_t>(kConvolutionStrip + 2 * m_reach_y) * m_form.samples(1));
         const int pixels = std::max(4 * m_reach_x, static_cast<int>(wanted) - 2 * m_reach_x);
         const int width = std::clamp(pixels, 64, std::max(64, m_area.width));
-        for_strips(m_target, kRows, [&](int begin, int end) {
+        for_strips(m_target, kConvolutionStrip, [&](int begin, int end) {
             for (int x = 0; x < m_area.width; x += width) {
                 block(begin, end, x, std::min(width, m_area.width - x));
             }

@@ -11,7 +11,7 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
-constexpr int kRows = 64;
+constexpr int kGrayStrip = 64;
 
 // The sum in thousandths is a whole number. A quarter more than the half keeps it off the limit between two results by
 // more than what the multiplication can be wrong.
@@ -34,7 +34,7 @@ VImage gray_raster(const VImage& image, VipsBandFormat format, VipsInterpretatio
     VImage target = raster_like(source, source.width(), source.height(), 1, format);
     target.get_image()->Type = interpretation;
     const auto pixels = static_cast<size_t>(source.width());
-    for_strips(target, kRows, [&](int begin, int end) {
+    for_strips(target, kGrayStrip, [&](int begin, int end) {
         for (int y = begin; y < end; y++) {
             const auto* from = reinterpret_cast<const Sample*>(row_of(source, y));
             auto* to = reinterpret_cast<To*>(row_of(target, y));

@@ -11,7 +11,7 @@ using vips::VImage;
 namespace zelmor::imagework {
 namespace {
 
-constexpr int kRows = 64;
+constexpr int kRecolorStrip = 64;
 
 // Pixels none of whose channels is farther than the tolerance from those of a color.
 template <class Sample>
@@ -61,7 +61,7 @@ VImage replaced(const VImage& source, Argb old_color, uint8_t tolerance, Argb ne
     for (const double level : ink(target, new_color)) {
         fill.push_back(static_cast<Sample>(level));
     }
-    for_strips(target, kRows, [&](int begin, int end) {
+    for_strips(target, kRecolorStrip, [&](int begin, int end) {
         for (int y = begin; y < end; y++) {
             const auto* from = reinterpret_cast<const Sample*>(row_of(source, y));
             auto* to = reinterpret_cast<Sample*>(row_of(target, y));
