@@ -51,6 +51,13 @@ public abstract unsafe class TypedElement<T, F> : Element<T> where F : unmanaged
 
     protected virtual F Empty => default;
 
+    /// <summary>An element of a type that becomes T without a loss, where the reader takes T alone.</summary>
+    protected virtual bool Widened(in VariantArg source, int index, out T value)
+    {
+        value = default!;
+        return false;
+    }
+
     public override T Read(in VariantArg source, int index)
     {
         var form = Empty;
@@ -62,7 +69,8 @@ public abstract unsafe class TypedElement<T, F> : Element<T> where F : unmanaged
             : ((delegate* unmanaged<nint, int, nint*, F*, int>)reader)(source.Value, index, &owner, &form);
         if (status < 0)
         {
-            throw Python.FailedAccess(status, Element.Reading(index));
+            var failed = Python.FailedAccess(status, Element.Reading(index));
+            return Widened(source, index, out var value) ? value : throw failed;
         }
         try
         {
@@ -125,6 +133,32 @@ public sealed unsafe class StructElement<T> : TypedElement<T, VariantArg> where 
     }
 
     protected override T Convert(VariantArg* form) => Arguments.Struct<T>(form);
+
+    /// <summary>Python cannot tell overloads apart that take lists: one of points comes where the overload that is tried
+    /// first takes points with fractions.</summary>
+    protected override bool Widened(in VariantArg source, int index, out T value)
+    {
+        value = default;
+        if (!SharedValues.IsWidened(typeof(T)))
+        {
+            return false;
+        }
+        object? read;
+        try
+        {
+            read = Element.Anything.Read(source, index);
+        }
+        catch (PythonException)
+        {
+            return false; // what it is not says the first failure
+        }
+        if (read == null || SharedValues.TryWiden(read, typeof(T)) is not T widened)
+        {
+            return false;
+        }
+        value = widened;
+        return true;
+    }
 }
 
 public sealed unsafe class InterfaceElement<T> : TypedElement<T, VariantArg> where T : class
