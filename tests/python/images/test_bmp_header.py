@@ -9,7 +9,7 @@ from typing import Any
 import pytest
 from zelmor.imaging import Image
 from zelmor.imaging.fileformats.bmp import (BitmapCompression, BitmapV4Header, BitmapV5Header, BmpImage,
-                                             Os22XBitmapHeader)
+                                            Os22XBitmapHeader)
 from zelmor.imaging.imageoptions import BmpOptions
 
 from support.image_oracles import few_colors, noise

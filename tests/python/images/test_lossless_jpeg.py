@@ -168,7 +168,8 @@ def test_what_describes_the_picture() -> None:
         file = io.BytesIO()
         gray.convert("L").save(file, "PNG", dpi=(300, 150))
     data = saved(Image.load(io.BytesIO(file.getvalue())), options())
-    assert lossless_jpeg.from_bytes(data).segments[0xE0] == [b"JFIF\0" + struct.pack(">BBBHHBB", 1, 1, 1, 300, 150, 0, 0)]
+    jfif = b"JFIF\0" + struct.pack(">BBBHHBB", 1, 1, 1, 300, 150, 0, 0)
+    assert lossless_jpeg.from_bytes(data).segments[0xE0] == [jfif]
     assert (loaded(data).horizontal_resolution, loaded(data).vertical_resolution) == (300, 150)
 
 
