@@ -83,8 +83,7 @@ def assemblies(altered: Path) -> Path:
     subprocess.run([sys.executable, "-B", "-m", "tools.generator", "csharp", altered, MANAGED / "Zelmor.Drawing",
                     generated], cwd=ROOT, check=True)
     core = compile_sources((MANAGED / "Core").glob("*.cs"), out / "Zelmor.WrpGen.Core.dll")
-    own = (MANAGED / "Zelmor.Drawing").glob("*.cs")
-    library = compile_sources([*own, *(generated / "Zelmor.Drawing").glob("*.cs")], out / "Zelmor.Drawing.dll")
+    library = compile_sources((generated / "Zelmor.Drawing").glob("*.cs"), out / "Zelmor.Drawing.dll")
     interop = load(altered).assembly
     compile_sources([*(MANAGED / "Interop" / "Shared").glob("*.cs"), *(generated / interop).glob("*.cs")],
                     out / f"{interop}.dll", (core, library))

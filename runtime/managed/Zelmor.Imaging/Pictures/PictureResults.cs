@@ -156,7 +156,7 @@ internal static unsafe class PictureResults
         {
             0 => new DateTime(ticks, DateTimeKind.Unspecified),
             1 => new DateTime(ticks, DateTimeKind.Utc),
-            _ => new DateTimeOffset(ticks, new TimeSpan(value.Length)).LocalDateTime,
+            _ => new DateTime(ticks, DateTimeKind.Local), // .NET knows the offset: both halves have one time zone
         };
     }
 
