@@ -18,7 +18,7 @@ def lines(runtime: str, *arguments: str) -> dict[str, str]:
         done = subprocess.run([sys.executable, "-B", PROGRAMS / "same_on_both.py", *arguments], env=variables,
                               cwd=directory, capture_output=True, text=True, timeout=600, check=False)
     assert done.returncode == 0, done.stderr[-3000:]
-    return dict(line.split("\t", 1) for line in done.stdout.splitlines())
+    return dict(line.split("\t", 1) for line in done.stdout.replace(directory, "").splitlines())
 
 
 def differing(embedded: dict[str, str], dotnet: dict[str, str]) -> list[str]:
