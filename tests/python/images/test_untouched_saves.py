@@ -71,7 +71,8 @@ def test_notes_of_a_png_stay() -> None:
 def test_notes_of_a_palette_stand_behind_it() -> None:
     palette = noise(3, 2, 5, 1).tobytes()
     notes = {b"hIST": struct.pack(">5H", 1, 2, 3, 4, 5), b"bKGD": b"\2"}
-    saved = saved_png(png(png_chunk(b"PLTE", palette), *(png_chunk(*note) for note in notes.items()), color=3, levels=5))
+    kept = [png_chunk(*note) for note in notes.items()]
+    saved = saved_png(png(png_chunk(b"PLTE", palette), *kept, color=3, levels=5))
     assert {kind: content for kind, content in saved if kind in notes} == notes
     kinds = [kind for kind, _ in saved]
     assert kinds.index(b"PLTE") < min(kinds.index(b"hIST"), kinds.index(b"bKGD"))
@@ -111,7 +112,8 @@ def fields_bmp(masks: tuple[int, int, int, int], resolution: int) -> bytes:
     words[:, WIDTH] = 0  # rows are filled up to four bytes
     header = struct.pack("<IiiHHIIiiII4I", 108, WIDTH, HEIGHT, 1, 16, 3, words.nbytes, resolution, resolution, 0, 0,
                          *masks) + b"BGRs" + bytes(48)
-    return b"BM" + struct.pack("<IHHI", 14 + len(header) + words.nbytes, 0, 0, 14 + len(header)) + header + words.tobytes()
+    file = b"BM" + struct.pack("<IHHI", 14 + len(header) + words.nbytes, 0, 0, 14 + len(header))
+    return file + header + words.tobytes()
 
 
 @pytest.mark.parametrize("resolution", [0, 5000])
@@ -181,7 +183,8 @@ def tagged(path: Path) -> None:
 
 def tags_of(path: Path) -> dict[int, object]:
     with Pillow.open(path) as picture:
-        return {number: picture.tag_v2[number] for number in TAGS if number in picture.tag_v2}  # type: ignore[attr-defined]
+        tags = picture.tag_v2  # type: ignore[attr-defined]
+        return {number: tags[number] for number in TAGS if number in tags}
 
 
 def test_tags_of_a_tiff_page_stay(tmp_path: Path) -> None:

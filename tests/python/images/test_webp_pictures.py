@@ -266,7 +266,7 @@ def test_pixels_that_a_disposal_clears_are_told_in_the_header() -> None:
     assert data[12:16] == b"VP8X" and data[20] & 0x10
     with Pillow.open(io.BytesIO(data)) as picture:
         assert picture.mode == "RGBA"
-    assert [(frame == source).all() for frame, source in zip(pillow_frames(data), (whole, part), strict=True)] == [True] * 2
+    assert all((frame == source).all() for frame, source in zip(pillow_frames(data), (whole, part), strict=True))
     assert worst(seen(loaded(data).pages[1]), part.astype(int)) == 0
 
 
