@@ -29,8 +29,9 @@ TESTS = ["tests/generator", "tests/harvest", "tests/mutants", "tests/tools", "te
 #: The folders and files whose tests run on .NET, too: those of the bridge between Python and any runtime, and those of
 #: pictures that pass there.
 ON_DOTNET = [f"tests/python/{folder}"
-             for folder in ("catalogue", "collections", "convert", "runtime", "shell", "siblings", "startup", "streams",
-                            "wire")] + [
+             for folder in ("collections", "convert", "runtime", "shell", "siblings", "startup", "streams", "wire")] + [
+    f"tests/python/catalogue/test_{name}.py"
+    for name in ("member_types", "pinned_names", "refusals", "sweep", "use")] + [
     f"tests/python/images/test_{name}.py"
     for name in ("blurs", "bmp_forms", "bmp_header", "cmyk", "color", "constructors", "errors", "extensions", "filters",
                  "forms", "frames", "frames_on_demand", "geometry", "gif_forms", "ico_images", "interruption",

@@ -254,7 +254,7 @@ public sealed unsafe class AnythingElement : Element<object?>
         var isList = source.Tag == HandleTag.PyObject;
         if (!isList && Element.Reader is { Module.Elements: not null } reader)
         {
-            return ReadBy(reader.Module.Elements[reader.Slot + ElementReaders.Count], source.Value, index);
+            return ReadWith(reader.Module.Elements[reader.Slot + ElementReaders.Count], source.Value, index);
         }
         VariantArg element = default;
         var status = isList
@@ -286,7 +286,7 @@ public sealed unsafe class AnythingElement : Element<object?>
         }
     }
 
-    private static object? ReadBy(void** reader, nint sequence, int index)
+    private static object? ReadWith(void** reader, nint sequence, int index)
     {
         nint owner = 0;
         VariantArg element = default;

@@ -107,8 +107,8 @@ void zelmor_pictures_start(const zelmor_pictures_host* host);
  */
 int32_t zelmor_pictures_find(const char* type, const char* name, const zelmor_pictures_entry** entry);
 
-/* Calls it. `self` is the handle of the instance, or 0. An argument that the member writes to gets its new value. One of
- * numbers or items that an object has kept becomes that list: its kind is ZELMOR_PICTURES_OBJECT then. */
+/* Calls it. `self` is the handle of the instance, or 0. An argument that the member writes to gets its new value. One
+ * of numbers or items that an object has kept becomes that list: its kind is ZELMOR_PICTURES_OBJECT then. */
 int32_t zelmor_pictures_call(const zelmor_pictures_entry* entry, int64_t self, zelmor_pictures_value* arguments,
                              int32_t count, zelmor_pictures_value* result);
 

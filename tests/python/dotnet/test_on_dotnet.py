@@ -47,7 +47,7 @@ assert checked > 1146, checked
 
 @pytest.mark.parametrize(("program", "error"), [
     ("StringFormat().digit_substitution_language = 5",
-     "Proxy error(NotSupportedException): The value 5 of StringFormat.DigitSubstitutionLanguage is not supported by the "),
+     "Proxy error(NotSupportedException): The value 5 of StringFormat.DigitSubstitutionLanguage is not supported "),
     ("Color.from_argb(0, 0, 300)", "Proxy error(ArgumentException): Value of '300' is not valid for 'blue'."),
     ("StreamSource(None).get_stream_container()",
      "Proxy error(InvalidOperationException): The source has no stream."),

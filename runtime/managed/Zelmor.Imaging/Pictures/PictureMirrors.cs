@@ -122,6 +122,11 @@ internal static unsafe class PictureMirrors
             var list = new PictureList(anchor);
             return Standing(type == typeof(MetaObjectList) ? new MetaObjectList(list) : new NonGenericList(list), anchor);
         }
+        if (type.IsClass && type.Assembly == typeof(System.Drawing.RotateFlipType).Assembly)
+        {
+            // An object of the drawing module, which has no members here: it can be given back.
+            return Standing(RuntimeHelpers.GetUninitializedObject(type), new PictureAnchor(given));
+        }
         try
         {
             return Copy(given, type);
