@@ -27,11 +27,17 @@ PYTHON = "/usr/bin/python3"
 SUPPRESSIONS = Path(__file__).resolve().parents[1] / "tests" / "native" / "foreign_races.supp"
 TESTS = ["tests/generator", "tests/harvest", "tests/mutants", "tests/tools", "tests/packages", "tests/python"]
 #: The folders and files whose tests run on .NET, too: those of the bridge between Python and any runtime, and those of
-#: pictures that pass there.
+#: the classes that pass there.
 ON_DOTNET = [f"tests/python/{folder}"
              for folder in ("collections", "convert", "runtime", "shell", "siblings", "startup", "streams", "wire")] + [
     f"tests/python/catalogue/test_{name}.py"
     for name in ("member_types", "pinned_names", "refusals", "sweep", "use")] + [
+    f"tests/python/drawing/test_{name}.py"
+    for name in ("brushes", "settings")] + [
+    f"tests/python/masking/test_{name}.py"
+    for name in ("masking_arguments", "masking_sessions")] + [
+    f"tests/python/metadata/test_{name}.py"
+    for name in ("carried", "exif", "image_files", "jpeg_headers", "long_data", "orientation", "pages", "xmp")] + [
     f"tests/python/images/test_{name}.py"
     for name in ("blurs", "bmp_forms", "bmp_header", "cmyk", "color", "constructors", "errors", "extensions", "filters",
                  "forms", "frames", "frames_on_demand", "geometry", "gif_forms", "ico_images", "interruption",

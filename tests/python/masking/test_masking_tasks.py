@@ -22,6 +22,7 @@ from support.child import run_child
 from support.forked import outcome_of
 from support.image_oracles import managed_error
 from support.masks import disk, image, masks, noisy
+from support.runtimes import embedded_only
 
 RED, DISK = (200, 40, 50), (48, 36, 20)
 
@@ -242,6 +243,7 @@ def test_several_tasks_run_side_by_side() -> None:
         assert (masks(task.get_masking_result())[1] == expected[1]).all()
 
 
+@embedded_only("a forked child does not call .NET")
 def test_a_forked_process_does_not_wait_for_the_thread_of_its_parent() -> None:
     task = long_task()
     task.run_async()
