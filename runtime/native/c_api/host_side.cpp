@@ -95,12 +95,14 @@ int read_decimal(PyObject* object, unsigned int* out) {
 }
 // The first of the two records that a reader of dates fills is a DateTime, the second a DateTimeOffset.
 int read_date(PyObject* object, long* out) {
-    if (const auto* moment = std::get_if<DateTimeOffsetValue>(&object->value); moment != nullptr) {
-        out[0] = moment->ticks;
-        out[1] = moment->offset;
+    if (const auto* time = std::get_if<DateTimeOffsetValue>(&object->value); time != nullptr) {
+        out[0] = time->ticks;
+        out[1] = time->offset;
         return 2;
     }
-    out[0] = static_cast<long>(std::get<DateTimeValue>(object->value).word);
+    const auto& moment = std::get<DateTimeValue>(object->value);
+    out[0] = static_cast<long>(moment.word);
+    out[1] = moment.offset;
     return 1;
 }
 int read_time_span(PyObject* object, long* out) {

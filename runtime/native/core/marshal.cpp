@@ -51,10 +51,10 @@ constexpr int kFilledDateTime = 1;
 constexpr int kFilledDateTimeOffset = 2;
 
 Value read_python_date(int (*read)(PyObject*, long*), PyObject* object) {
-    long words[2] = {0, 0};
+    long words[2] = {0, 0};  // Python has no local times, and leaves their offset as it is
     switch (read(object, words)) {
         case kFilledDateTime:
-            return DateTimeValue{static_cast<uint64_t>(words[0]), 0};
+            return DateTimeValue{static_cast<uint64_t>(words[0]), words[1]};
         case kFilledDateTimeOffset:
             return DateTimeOffsetValue{words[0], words[1]};
         default:

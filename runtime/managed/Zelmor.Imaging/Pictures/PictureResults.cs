@@ -149,6 +149,14 @@ internal static unsafe class PictureResults
         }
     }
 
+    // A time that went there from here comes back as it is, even in an hour that summer time leaves out; one of a file
+    // may be local somewhere else.
+    private static DateTime Local(long ticks, TimeSpan offset)
+    {
+        var local = new DateTime(ticks, DateTimeKind.Local);
+        return TimeZoneInfo.Local.GetUtcOffset(local) == offset ? local : new DateTimeOffset(ticks, offset).LocalDateTime;
+    }
+
     private static DateTime Moment(in PictureValue value)
     {
         var ticks = value.Word & 0x3FFFFFFFFFFFFFFF;
@@ -156,7 +164,7 @@ internal static unsafe class PictureResults
         {
             0 => new DateTime(ticks, DateTimeKind.Unspecified),
             1 => new DateTime(ticks, DateTimeKind.Utc),
-            _ => new DateTime(ticks, DateTimeKind.Local), // .NET knows the offset: both halves have one time zone
+            _ => Local(ticks, new TimeSpan(value.Length)),
         };
     }
 
