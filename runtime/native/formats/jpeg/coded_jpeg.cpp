@@ -11,6 +11,7 @@
 #include <string>
 
 #include "runtime/native/formats/jpeg/jpeg_markers.h"
+#include "runtime/native/formats/jpeg/lossless_prediction.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -399,7 +400,7 @@ class Decoder {
                     uint16_t* const at = row.samples + x;
                     const uint16_t* const above = at - (fresh ? 0 : width);
                     const int32_t guess =
-                        fresh || predictor == 1 ? at[-1] : predicted(predictor, at[-1], *above, above[-1]);
+                        fresh || predictor == 1 ? at[-1] : predicted_sample(predictor, at[-1], *above, above[-1]);
                     *at = static_cast<uint16_t>(guess + difference(bits, *row.codes));
                 }
             }
@@ -417,25 +418,6 @@ class Decoder {
         }
         for (const Member& member : m_members) {
             member.part->columns = m_size.width;
-        }
-    }
-
-    static int32_t predicted(int predictor, int32_t left, int32_t above, int32_t corner) {
-        switch (predictor) {
-            case 1:
-                return left;
-            case 2:
-                return above;
-            case 3:
-                return corner;
-            case 4:
-                return left + above - corner;
-            case 5:
-                return left + ((above - corner) >> 1);
-            case 6:
-                return above + ((left - corner) >> 1);
-            default:
-                return (left + above) >> 1;
         }
     }
 

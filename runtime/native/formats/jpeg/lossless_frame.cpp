@@ -10,32 +10,12 @@
 
 #include "runtime/native/formats/jpeg/jpeg_markers.h"
 #include "runtime/native/formats/jpeg/lossless_codes.h"
+#include "runtime/native/formats/jpeg/lossless_prediction.h"
 
 namespace zelmor::imagework {
 namespace {
 
 constexpr int kPredictors = 7;
-
-// What the neighbors foretell: of the row and of the one above.
-template <int predictor>
-int32_t foretold(int32_t left, int32_t above, int32_t corner) {
-    switch (predictor) {
-        case 1:
-            return left;
-        case 2:
-            return above;
-        case 3:
-            return corner;
-        case 4:
-            return left + above - corner;
-        case 5:
-            return left + ((above - corner) >> 1);
-        case 6:
-            return above + ((left - corner) >> 1);
-        default:
-            return (left + above) >> 1;
-    }
-}
 
 // Modulo 2^16, as the standard counts: -32767 to 32768.
 int32_t wrapped(int32_t difference) {
@@ -57,8 +37,9 @@ void each_difference(const uint16_t* row, const uint16_t* above, size_t width, s
     const size_t end = width * bands;
     for (size_t i = bands; i < end;) {
         for (size_t band = 0; band < bands; band++, i++) {
-            const int32_t guess =
-                above == nullptr ? row[i - bands] : foretold<predictor>(row[i - bands], above[i], above[i - bands]);
+            const int32_t guess = above == nullptr
+                                      ? row[i - bands]
+                                      : predicted_sample(predictor, row[i - bands], above[i], above[i - bands]);
             visit(band, wrapped(row[i] - guess));
         }
     }
