@@ -73,8 +73,10 @@ build: configure
 	@$(COMPILE) product test-runtime
 
 .PHONY: configure product everything
+CONFIGURE = cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER) $(CMAKE_OPTIONS)
 configure: setup-build
-	@test -f $(BUILD)/build.ninja || cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER) $(CMAKE_OPTIONS)
+	@{ test -f $(BUILD)/build.ninja && ! grep -qs '^ZELMOR_BRIDGE_ALONE:BOOL=ON' $(BUILD)/CMakeCache.txt; } || \
+	    $(CONFIGURE) -DZELMOR_BRIDGE_ALONE=OFF
 product: configure
 	@$(COMPILE) product
 everything: configure
@@ -90,8 +92,16 @@ harvest:
 	@$(if $(ASSEMBLY),,echo "name an interop assembly: make harvest ASSEMBLY=path" >&2; exit 2)
 	@$(PYTHON) -B -m tools.harvest $(if $(CHECK),--check) $(if $(CATALOGUE),--catalogue "$(CATALOGUE)") "$(ASSEMBLY)"
 
+# The first build on a machine: what needs no library is compiled while libraries and photographs are being installed.
+.PHONY: bridge-meanwhile
+bridge-meanwhile: setup-compile
+	@test -f $(BUILD)/build.ninja || tools/setup.sh -c build demo || { \
+	    tools/setup.sh build demo & installing=$$!; \
+	    $(CONFIGURE) -DZELMOR_BRIDGE_ALONE=ON >/dev/null && { $(COMPILE) product; }; built=$$?; \
+	    wait $$installing && exit $$built; }
+
 # RUNTIME=dotnet runs the same programs on .NET.
-demo: setup-demo $(if $(filter dotnet,$(RUNTIME)),dotnet,product)
+demo: bridge-meanwhile setup-demo $(if $(filter dotnet,$(RUNTIME)),dotnet,product)
 	@$(ON_RUNTIME) $(RUN) examples/photo_tour.py --out $(BUILD)/demo $(IN)
 	@$(ON_RUNTIME) $(RUN) examples/contact_sheet.py $(BUILD)/demo
 	@$(ON_RUNTIME) $(RUN) examples/next_steps.py $(BUILD) $(BUILD)/demo
@@ -209,6 +219,8 @@ clean:
 # Tests of the site, of clusters, of notebooks and beside an office suite are skipped where their programs are missing;
 # nothing else is.
 PURPOSES_test := test docs browser cluster notebook office
-.PHONY: setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs setup-package
+.PHONY: setup-compile setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs setup-package
+setup-compile:
+	@tools/setup.sh -q compile
 setup-build setup-demo setup-test setup-bench setup-check setup-lint setup-tidy setup-docs setup-package: setup-%:
-	@tools/setup.sh -q build $(filter-out build,$(or $(PURPOSES_$*),$*))
+	@tools/setup.sh -q compile build $(filter-out build,$(or $(PURPOSES_$*),$*))

@@ -1,9 +1,9 @@
 #!/bin/sh
 # Installs the Debian packages of packages.txt that are missing.
 #
-# Usage: tools/setup.sh [-q] [purpose...]
+# Usage: tools/setup.sh [-q | -c] [purpose...]
 # Installs the packages of the named purposes, or all packages if none is named. -q prints nothing if no package is
-# missing. Needs root or sudo only if a package is missing.
+# missing. -c installs nothing, and exits with 1 if a package is missing. Needs root or sudo only to install.
 set -eu
 
 top=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
@@ -15,10 +15,11 @@ if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
 fi
 
 quiet=
-if [ "${1:-}" = -q ]; then
-    quiet=1
-    shift
-fi
+check=
+case ${1:-} in
+    -q) quiet=1; shift ;;
+    -c) quiet=1; check=1; shift ;;
+esac
 
 for purpose in "$@"; do
     if ! grep -qx "# purpose: $purpose" "$list"; then
@@ -44,6 +45,7 @@ if [ -z "$missing" ]; then
     [ -n "$quiet" ] || echo "setup: all $(echo "$wanted" | wc -l) packages are installed (${*:-all purposes})"
     exit 0
 fi
+[ -z "$check" ] || exit 1
 
 if [ "$(id -u)" -eq 0 ]; then
     as_root=

@@ -5,7 +5,7 @@ Settings, given to pip as `--config-settings NAME=VALUE`:
     build-dir  the build tree; what is built there is not built again (default: build)
     jobs       compilers at a time (default: the number of processors)
 
-It needs the Debian packages of packages.txt, purpose build, and installs or downloads nothing.
+It needs the Debian packages of packages.txt, purposes compile and build, and installs or downloads nothing.
 """
 
 from __future__ import annotations

@@ -20,18 +20,18 @@ from .staging import run
 
 SOURCE = "zelmor-imaging"
 REVISION = "1"
-#: Packages of the purpose "build" that a build of the package does not need: g++ is in every Debian build environment,
+#: Packages of the purposes "compile" and "build" that a build of the package does not need: g++ is in every Debian build environment,
 #: ccache saves time where builds are repeated, and libgtest-dev is for the tests.
 NOT_NEEDED = ("g++", "ccache", "libgtest-dev")
 
 
-def packages_for(purpose: str, root: Path = ROOT) -> list[str]:
-    """The Debian packages that packages.txt lists under a purpose."""
+def packages_for(*purposes: str, root: Path = ROOT) -> list[str]:
+    """The Debian packages that packages.txt lists under some purposes."""
     found, current = [], ""
     for line in (root / "packages.txt").read_text().splitlines():
         if line.startswith("# purpose: "):
             current = line.removeprefix("# purpose: ")
-        elif line and not line.startswith("#") and current == purpose:
+        elif line and not line.startswith("#") and current in purposes:
             found.append(line)
     return found
 
@@ -44,7 +44,7 @@ def maintainer() -> str:
 
 def complete(template: str, project: Project, date: int, root: Path = ROOT) -> str:
     """A file of debian/ with its values."""
-    build = sorted(set(packages_for("build", root)) - set(NOT_NEEDED))
+    build = sorted(set(packages_for("compile", "build", root=root)) - set(NOT_NEEDED))
     values = {"VERSION": f"{project.version}-{REVISION}", "UPSTREAM_VERSION": project.version,
               "DATE": format_datetime(datetime.fromtimestamp(date, UTC)), "MAINTAINER": maintainer(),
               "BUILD_DEPENDS": ",\n ".join(build)}

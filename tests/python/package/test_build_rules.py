@@ -75,3 +75,22 @@ def test_a_changed_header_reaches_its_precompiled_form(tmp_path: Path) -> None:
         text = subprocess.run([*compiler, "-S", user, "-o", tmp_path / "user.s"], check=True, env=environment)
         found.append(f"${value}," in (tmp_path / "user.s").read_text() and text.returncode == 0)
     assert found == [True, True]
+
+
+def commands(build: Path) -> dict[str, str]:
+    """How each source is compiled, without the programs that stand before the compiler."""
+    return {entry["file"].replace(str(build), "BUILD"): re.sub(r"^.*?(?=/\S*/(c\+\+|g\+\+|cc|gcc|clang) )", "",
+                                                                entry["command"]).replace(str(build), "BUILD")
+            for entry in json.loads((build / "compile_commands.json").read_text())}
+
+
+def test_the_bridge_alone_needs_no_library_and_compiles_the_same(tmp_path: Path) -> None:
+    """What the first demo on a machine compiles while the libraries of the runtime are being installed."""
+    build = tmp_path / "build"
+    subprocess.run(["cmake", "-S", ROOT, "-B", build, "-G", "Ninja", "-DZELMOR_BRIDGE_ALONE=ON"], check=True,
+                   env={**os.environ, "PKG_CONFIG_LIBDIR": str(tmp_path)}, stdout=subprocess.DEVNULL)
+    alone = commands(build)
+    assert any("imaging_generated" in name for name in alone)
+    assert not [name for name in alone if "/runtime/native/" in name or "/tests/" in name]
+    whole = commands(BUILD_DIR)
+    assert {name: whole[name] for name in alone} == alone
