@@ -165,9 +165,12 @@ fuzz-drawings: setup-test
 debug-test: setup-test setup-check everything
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --under debug $(TESTS)
 
+# Builds under sanitizers know the lines of the code, for reports, and nothing else that a debugger needs.
+LINES := -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DCMAKE_C_FLAGS_DEBUG=-g1
+
 # Uses a build tree of its own. The build itself runs the unit tests once, to list them.
 SANITIZERS := -O1 -fno-omit-frame-pointer -fsanitize=address,undefined
-CONFIGURE_SANITIZED = cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) \
+CONFIGURE_SANITIZED = cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) $(LINES) \
     -DCMAKE_CXX_FLAGS="$(SANITIZERS)" -DCMAKE_C_FLAGS="$(SANITIZERS)" >/dev/null
 sanitize: setup-test
 	@$(CONFIGURE_SANITIZED)
@@ -181,8 +184,8 @@ WITH_THREADS := tests/python/runtime/test_race_reports.py tests/python/runtime/t
 # Warnings of the optimizer are about code that the sanitizer has put in.
 THREAD_SANITIZER := -O1 -fno-omit-frame-pointer -fsanitize=thread -Wno-array-bounds
 threads: setup-test
-	@cmake -S . -B $(BUILD)-threads -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) -DCMAKE_CXX_FLAGS_DEBUG=-g1 \
-	    -DCMAKE_C_FLAGS_DEBUG=-g1 -DCMAKE_CXX_FLAGS="$(THREAD_SANITIZER)" -DCMAKE_C_FLAGS="$(THREAD_SANITIZER)" >/dev/null
+	@cmake -S . -B $(BUILD)-threads -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) $(LINES) \
+	    -DCMAKE_CXX_FLAGS="$(THREAD_SANITIZER)" -DCMAKE_C_FLAGS="$(THREAD_SANITIZER)" >/dev/null
 	@cmake --build $(BUILD)-threads -j $(JOBS) --target product test-runtime zelmor_ordered_glib \
 	    zelmor_racing
 	@$(PYTHON) tools/run_tests.py --build $(BUILD)-threads --under threads $(or $(TESTS),$(WITH_THREADS))
