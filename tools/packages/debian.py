@@ -20,8 +20,8 @@ from .staging import run
 
 SOURCE = "zelmor-imaging"
 REVISION = "1"
-#: Packages of the purposes "compile" and "build" that a build of the package does not need: g++ is in every Debian build environment,
-#: ccache saves time where builds are repeated, and libgtest-dev is for the tests.
+#: Packages of the purposes "compile" and "build" that a build of the package does not need: g++ is in every Debian
+#: build environment, ccache saves time where builds are repeated, and libgtest-dev is for the tests.
 NOT_NEEDED = ("g++", "ccache", "libgtest-dev")
 
 

@@ -5,6 +5,7 @@ from __future__ import annotations
 import io
 import struct
 import subprocess
+import time
 from pathlib import Path
 
 import numpy as np
@@ -157,6 +158,22 @@ def test_damage(tmp_path: Path) -> None:
     found = pixels(Image.load(io.BytesIO(cut), options), tmp_path, "L")
     assert np.array_equal(found[:HEIGHT - 11], picture[:HEIGHT - 11])
     assert (found[HEIGHT - 11:] == 255).all()
+
+
+@pytest.mark.parametrize("compression", [0, 1, 2, 3], ids=["raw", "rows", "zip", "predicted"])
+def test_missing_rows_take_no_time(compression: int) -> None:
+    """A file of a few bytes may say that it has 300,000 rows of four channels."""
+    whole = psd(np.zeros((1, 1, 4), np.uint8), large=True, compression=compression)
+    data = whole[:12] + struct.pack(">HII", 4, 300_000, 1) + whole[22:-4]
+    data += bytes(4 * 4 * 300_000) if compression == 1 else b"\x78\x9c\1\1\1\1"
+    options = LoadOptions()
+    options.data_recovery_mode = DataRecoveryMode.MAXIMAL_RECOVER
+    options.data_background_color = Color.red
+    start = time.process_time()
+    picture = raster(Image.load(io.BytesIO(data), options))
+    picture.cache_data()
+    assert picture.get_pixel(0, picture.height - 1).to_argb() == Color.red.to_argb()
+    assert time.process_time() - start < 1  # each row that was refused by an exception of its own: more than 2 s
 
 
 # ---- Saving without options

@@ -79,9 +79,9 @@ def test_a_changed_header_reaches_its_precompiled_form(tmp_path: Path) -> None:
 
 def commands(build: Path) -> dict[str, str]:
     """How each source is compiled, without the programs that stand before the compiler."""
-    return {entry["file"].replace(str(build), "BUILD"): re.sub(r"^.*?(?=/\S*/(c\+\+|g\+\+|cc|gcc|clang) )", "",
-                                                                entry["command"]).replace(str(build), "BUILD")
-            for entry in json.loads((build / "compile_commands.json").read_text())}
+    listed = json.loads((build / "compile_commands.json").read_text().replace(str(build), "BUILD"))
+    launchers = re.compile(r"^.*?(?=/\S*/(c\+\+|g\+\+|cc|gcc|clang) )")
+    return {entry["file"]: launchers.sub("", entry["command"]) for entry in listed}
 
 
 def test_the_bridge_alone_needs_no_library_and_compiles_the_same(tmp_path: Path) -> None:

@@ -23,13 +23,13 @@ class RawPlane final : public PlaneReader {
  public:
     RawPlane(const SharedSource& source, uint64_t at, uint64_t end) : m_bytes(source), m_at(at), m_end(end) {}
 
-    void read(std::span<uint8_t> row) override {
+    bool read(std::span<uint8_t> row) override {
         const uint64_t at = m_at;
         m_at += row.size();
-        if (m_at > m_end || m_bytes.copy(at, row) != row.size()) {
-            damaged("the file ends before its last row");
-        }
+        return m_at <= m_end && m_bytes.copy(at, row) == row.size();
     }
+
+    std::string fault() const override { return "the file ends before its last row"; }
 
  private:
     SourceBytes m_bytes;
@@ -49,7 +49,7 @@ class CodedPlane final : public PlaneReader {
     CodedPlane(const SharedSource& source, CodedRows rows, uint64_t end)
         : m_bytes(source), m_rows(std::move(rows)), m_end(end) {}
 
-    void read(std::span<uint8_t> row) override {
+    bool read(std::span<uint8_t> row) override {
         assert(m_next < m_rows.lengths.size());
         const uint64_t at = m_rows.at;
         const uint64_t length = m_rows.lengths[m_next++];
@@ -58,10 +58,10 @@ class CodedPlane final : public PlaneReader {
         const uint64_t most = 2 * static_cast<uint64_t>(row.size()) + 128;
         const uint64_t there = at < m_end ? m_end - at : 0;
         const auto coded = m_bytes.at(at, std::min({length, most, there}));
-        if (unpack_bits(coded, row) != row.size()) {
-            damaged("row " + std::to_string(m_next - 1) + " of a channel ends too early");
-        }
+        return unpack_bits(coded, row) == row.size();
     }
+
+    std::string fault() const override { return "row " + std::to_string(m_next - 1) + " of a channel ends too early"; }
 
  private:
     SourceBytes m_bytes;
@@ -101,12 +101,17 @@ class ZipPlane final : public PlaneReader {
     // `depth` of samples that are stored as differences; 0: they are stored as they are.
     ZipPlane(std::unique_ptr<ZipStream> zip, int depth) : m_zip(std::move(zip)), m_depth(depth) {}
 
-    void read(std::span<uint8_t> row) override {
-        m_zip->read(row);
+    bool read(std::span<uint8_t> row) override {
+        if (!m_zip->read(row)) {
+            return false;
+        }
         if (m_depth != 0) {
             add_differences(row, m_depth, m_spare);
         }
+        return true;
     }
+
+    std::string fault() const override { return m_zip->fault(); }
 
  private:
     std::unique_ptr<ZipStream> m_zip;
@@ -121,14 +126,12 @@ class ZippedPlanes {
     ZippedPlanes(SharedSource source, const PsdRange& range, uint64_t plane_size, std::span<const int> planes)
         : m_source(std::move(source)), m_range(range), m_size(plane_size), m_planes(planes.begin(), planes.end()) {}
 
-    ZipStream& stream(size_t which) {
+    // Null if the compressed data end before the plane.
+    ZipStream* stream(size_t which) {
         if (m_streams.empty()) {
             find();
         }
-        if (m_streams[which] == nullptr) {
-            damaged("the compressed data end before the channel");
-        }
-        return *m_streams[which];
+        return m_streams[which].get();
     }
 
  private:
@@ -136,17 +139,12 @@ class ZippedPlanes {
         m_streams.resize(m_planes.size());
         ZipStream zip(m_source, m_range);
         int at = 0;
-        try {
-            for (size_t i = 0; i < m_planes.size(); i++) {
-                zip.skip(static_cast<uint64_t>(m_planes[i] - at) * m_size);
-                at = m_planes[i];
-                m_streams[i] = zip.copy();
+        for (size_t i = 0; i < m_planes.size(); i++) {
+            if (!zip.skip(static_cast<uint64_t>(m_planes[i] - at) * m_size)) {
+                return;  // the planes before the damage are there
             }
-        } catch (const PictureError& error) {
-            if (error.kind() != Failure::kDamaged) {
-                throw;
-            }
-            // The planes before the damage are there.
+            at = m_planes[i];
+            m_streams[i] = zip.copy();
         }
     }
 
@@ -162,11 +160,20 @@ class SharedZipPlane final : public PlaneReader {
     SharedZipPlane(std::shared_ptr<ZippedPlanes> planes, size_t which, int depth)
         : m_planes(std::move(planes)), m_which(which), m_depth(depth) {}
 
-    void read(std::span<uint8_t> row) override {
-        m_planes->stream(m_which).read(row);
+    bool read(std::span<uint8_t> row) override {
+        ZipStream* zip = m_planes->stream(m_which);
+        if (zip == nullptr || !zip->read(row)) {
+            return false;
+        }
         if (m_depth != 0) {
             add_differences(row, m_depth, m_spare);
         }
+        return true;
+    }
+
+    std::string fault() const override {
+        const ZipStream* zip = m_planes->stream(m_which);
+        return zip == nullptr ? "the compressed data end before the channel" : zip->fault();
     }
 
  private:

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "runtime/native/formats/psd/psd_structure.h"
@@ -20,9 +21,12 @@ namespace zelmor::imagework {
 class PlaneReader {
  public:
     virtual ~PlaneReader() = default;
-    // The next row, with samples as the file has them: big-endian, 1-bit ones packed. PictureError(kDamaged) where it
-    // cannot be decoded; the next row may be there all the same.
-    virtual void read(std::span<uint8_t> row) = 0;
+    // The next row, with samples as the file has them: big-endian, 1-bit ones packed. False where it cannot be decoded;
+    // the next row may be there all the same. No exception says so, since a file of a few bytes may lack millions of
+    // rows.
+    [[nodiscard]] virtual bool read(std::span<uint8_t> row) = 0;
+    // Why the last row could not be decoded.
+    virtual std::string fault() const = 0;
 };
 
 // Readers of the planes with these numbers, which rise. The table of the lengths of coded rows is read once for all of

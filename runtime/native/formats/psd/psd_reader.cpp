@@ -30,18 +30,13 @@ Planes open_planes(const SharedSource& source, const PsdFile& file, const Shared
 bool uses_more_than(size_t colors, const SharedSource& source, const PsdFile& file, const SharedBudget& budget) {
     const Planes planes = open_planes(source, file, budget);
     std::vector<uint8_t> row(file.row_bytes());
-    try {
-        for (int32_t y = 0; y < file.height; y++) {
-            planes.front()->read(row);
-            if (*std::max_element(row.begin(), row.end()) >= colors) {
-                return true;
-            }
+    for (int32_t y = 0; y < file.height; y++) {
+        if (!planes.front()->read(row)) {
+            return true;  // not known: all colors are kept, and the damage is reported when the rows are read
         }
-    } catch (const PictureError& error) {
-        if (error.kind() != Failure::kDamaged) {
-            throw;
+        if (*std::max_element(row.begin(), row.end()) >= colors) {
+            return true;
         }
-        return true;  // not known: all colors are kept, and the damage is reported when the rows are read
     }
     return false;
 }
@@ -91,17 +86,14 @@ class PsdReader final : public RowReader {
     void read_row(uint8_t* to) {
         size_t read = 0;
         for (size_t i = 0; i < m_planes.size(); i++) {
-            try {
-                m_planes[i]->read(m_row);
-            } catch (const PictureError& error) {
-                if (!m_goes_on || error.kind() != Failure::kDamaged) {
-                    throw;
-                }
+            if (m_planes[i]->read(m_row)) {
+                put_band(m_header.form, static_cast<int>(i), m_row, m_header.width, to);
+                read++;
+            } else if (m_goes_on) {
                 clear_band(m_header.form, static_cast<int>(i), m_header.width, to);
-                continue;
+            } else {
+                throw PictureError(Failure::kDamaged, m_planes[i]->fault());
             }
-            put_band(m_header.form, static_cast<int>(i), m_row, m_header.width, to);
-            read++;
         }
         for (auto band = static_cast<int>(m_planes.size()); band < m_header.form.bands(); band++) {
             clear_band(m_header.form, band, m_header.width, to);  // inks that a multichannel file does not have

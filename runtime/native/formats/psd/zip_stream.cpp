@@ -40,24 +40,24 @@ std::unique_ptr<ZipStream> ZipStream::copy() {
     std::unique_ptr<ZipStream> other(new ZipStream(m_source, {at, m_end - at}, Unopened{}));
     require(inflateCopy(&other->m_zip, &m_zip));
     other->m_zip.avail_in = 0;
-    other->m_failed = m_failed;
+    other->m_fault = m_fault;
     return other;
 }
 
-void ZipStream::read(std::span<uint8_t> out) {
+bool ZipStream::read(std::span<uint8_t> out) {
     const auto fail = [&](const char* text) {
-        m_failed = true;
-        throw PictureError(Failure::kDamaged, text);
+        m_fault = text;
+        return false;
     };
-    if (m_failed) {
-        fail("the rest of the compressed data is lost");
+    if (m_fault != nullptr) {
+        return fail("the rest of the compressed data is lost");
     }
     while (!out.empty()) {
         if (m_zip.avail_in == 0) {
             const auto wanted = static_cast<size_t>(std::min<uint64_t>(m_buffer.size(), m_end - m_at));
             const size_t found = m_source->read_at(m_at, std::span(m_buffer).first(wanted));
             if (found == 0) {
-                fail("the compressed data end too early");
+                return fail("the compressed data end too early");
             }
             m_at += found;
             m_zip.next_in = m_buffer.data();
@@ -73,18 +73,22 @@ void ZipStream::read(std::span<uint8_t> out) {
         } else if (result == Z_MEM_ERROR) {
             throw std::bad_alloc();
         } else if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
-            fail("the compressed data are damaged");
+            return fail("the compressed data are damaged");
         }
     }
+    return true;
 }
 
-void ZipStream::skip(uint64_t count) {
+bool ZipStream::skip(uint64_t count) {
     std::array<uint8_t, 4096> rest;
     while (count > 0) {
         const auto part = static_cast<size_t>(std::min<uint64_t>(count, rest.size()));
-        read(std::span(rest).first(part));
+        if (!read(std::span(rest).first(part))) {
+            return false;
+        }
         count -= part;
     }
+    return true;
 }
 
 }  // namespace zelmor::imagework

@@ -24,10 +24,12 @@ class ZipStream {
     // A second stream at the place where this one is. It costs the window of the decompression, 32 KB.
     std::unique_ptr<ZipStream> copy();
 
-    // Fills all of it; PictureError(kDamaged) where the data end before or make no sense, then and ever after. Where a
-    // stream ends and another one follows, it goes on with that.
-    void read(std::span<uint8_t> out);
-    void skip(uint64_t count);
+    // Fills all of it; false where the data end before or make no sense, then and ever after. Where a stream ends and
+    // another one follows, it goes on with that.
+    [[nodiscard]] bool read(std::span<uint8_t> out);
+    [[nodiscard]] bool skip(uint64_t count);
+    // Why the data could not be read; null while they can.
+    const char* fault() const { return m_fault; }
 
  private:
     struct Unopened {};
@@ -38,7 +40,7 @@ class ZipStream {
     uint64_t m_end;
     std::vector<uint8_t> m_buffer;
     z_stream m_zip{};
-    bool m_failed = false;
+    const char* m_fault = nullptr;
 };
 
 }  // namespace zelmor::imagework
