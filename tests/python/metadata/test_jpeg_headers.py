@@ -7,7 +7,9 @@ from typing import Any
 
 import pytest
 from zelmor.imaging import ResolutionSetting, ResolutionUnit
-from zelmor.imaging.fileformats.jpeg import JFIFData, JfifDensityUnits, JpegCompressionColorMode, JpegImage
+from zelmor.imaging.exif import JpegExifData
+from zelmor.imaging.fileformats.jpeg import (
+    JFIFData, JfifDensityUnits, JpegCompressionColorMode, JpegCompressionMode, JpegImage)
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions
 
 from support.image_oracles import managed_error
@@ -84,6 +86,42 @@ def test_the_unit_of_the_options() -> None:
     assert header(saved(image, options))[2:] == (2, 100, 100)
     options.resolution_unit = ResolutionUnit.NONE
     assert header(saved(image, options))[2:] == (0, 254, 254)
+
+
+COLORS = JpegCompressionColorMode
+
+
+@pytest.mark.parametrize(("color", "lossless"), [(COLORS.RGB, False), (COLORS.CMYK, False), (COLORS.YCCK, False),
+                                                 (COLORS.RGB, True), (COLORS.CMYK, True)])
+def test_the_resolution_of_files_without_a_header(color: JpegCompressionColorMode, lossless: bool) -> None:
+    """JFIF would say that three colors are YCbCr, and has nothing of inks."""
+    options = JpegOptions()
+    options.color_type = color
+    if lossless:
+        options.compression_type = JpegCompressionMode.LOSSLESS
+    image = loaded(encoded("TIFF", dpi=(300, 150)))
+    data = saved(image, options)
+    assert not [segment for segment in segments(data) if segment[0] == 0xE0]
+    tags = exiftool(data)
+    assert [tags["EXIF:" + name] for name in ("XResolution", "YResolution", "ResolutionUnit")] == [300, 150, 2]
+    again = loaded(data)
+    assert (again.horizontal_resolution, again.vertical_resolution) == (300, 150)
+    options.resolution_unit = ResolutionUnit.CM
+    data = saved(image, options)
+    tags = exiftool(data)
+    assert (tags["EXIF:XResolution"], tags["EXIF:ResolutionUnit"]) == (pytest.approx(300 / 2.54), 3)
+    assert loaded(data).vertical_resolution == pytest.approx(150)
+    options.resolution_unit = ResolutionUnit.NONE
+    assert not bodies(saved(image, options), 0xE1, b"Exif")
+    # Data that tell nothing of it get it, too, unless it is what they stand for.
+    options.resolution_unit = ResolutionUnit.INCH
+    for dots in (300, 72):
+        image = loaded(encoded("TIFF", dpi=(dots, dots)))
+        options.exif_data = JpegExifData()
+        options.exif_data.camera_owner_name = "me"
+        data = saved(image, options)
+        assert loaded(data).horizontal_resolution == dots
+        assert (b"\x1a\1\5\0" in bodies(data, 0xE1, b"Exif")[0]) == (dots == 300)
 
 
 def test_thumbnails_of_the_header() -> None:

@@ -38,6 +38,12 @@ struct Save {
     const Record* options;  // may be null
     WrittenPicture picture;
     const MetadataContainer& container;
+    const FileMetadata* there = nullptr;  // what the encoder has written; null for pages, whose tags have the rest
+
+    // A file without a JFIF header, as one of RGB or inks is, tells its resolution in EXIF data or not at all.
+    bool tells_resolution_in_exif() const {
+        return container.tells_resolution_in_exif || (container.has_jfif && there != nullptr && there->jfif.empty());
+    }
 
     // A thumbnail of a time that is not after the last change of the pixels shows another picture.
     bool is_stale(int64_t thumbnail_at) const { return picture.changed_at >= thumbnail_at; }
@@ -53,6 +59,37 @@ Bytes bytes_of_text(std::string_view text) {
 }
 
 // ---- EXIF
+
+constexpr double kCentimetersPerInch = 2.54;
+// What EXIF data stand for that have no tags of it.
+constexpr imagework::Resolution kResolutionWithoutTags{72.0, 72.0};
+
+// The unit that the options name.
+api::ResolutionUnit unit_of(const Save& save) {
+    return save.options != nullptr && has_property(*save.options, "ResolutionUnit")
+               ? property_enum<api::ResolutionUnit>(*save.options, "ResolutionUnit")
+               : api::ResolutionUnit::kInch;
+}
+
+// Whether EXIF data are the place of a resolution that is worth telling. EXIF knows no resolution without a unit.
+bool wants_resolution(const Save& save) {
+    return save.tells_resolution_in_exif() && save.picture.resolution != imagework::kDefaultResolution &&
+           unit_of(save) != api::ResolutionUnit::kNone;
+}
+
+void add_resolution(ExifObject& exif, const Save& save) {
+    const bool metric = unit_of(save) == api::ResolutionUnit::kCm;
+    const auto put = [&](Tag tag, double dpi) {
+        const double dots = dpi / (metric ? kCentimetersPerInch : 1.0);
+        exif.put(ExifDirectory::kCommon,
+                 make_tag(TiffType::kRational, number_of(tag), approximate_rational(dots, kRationalEpsilon, false)));
+    };
+    put(Tag::kXresolution, save.picture.resolution.horizontal);
+    put(Tag::kYresolution, save.picture.resolution.vertical);
+    const ResolutionUnit unit = metric ? ResolutionUnit::kCentimeter : ResolutionUnit::kInch;
+    exif.put(ExifDirectory::kCommon,
+             make_tag(TiffType::kShort, number_of(Tag::kResolutionUnit), static_cast<int64_t>(unit)));
+}
 
 // Updates size and resolution from the file; true if something had to be changed.
 bool bring_in_step(ExifObject& exif, const Save& save) {
@@ -70,7 +107,7 @@ bool bring_in_step(ExifObject& exif, const Save& save) {
     put_size(ExifTag::kPixelYDimension, save.picture.height);
     const TagObject* unit = exif.find(ExifDirectory::kCommon, number_of(Tag::kResolutionUnit));
     const bool metric = unit != nullptr && tag_integer(*unit) == static_cast<int64_t>(ResolutionUnit::kCentimeter);
-    const double per_inch = metric ? 2.54 : 1.0;
+    const double per_inch = metric ? kCentimetersPerInch : 1.0;
     const auto put_resolution = [&](Tag resolution, double dpi) {
         const uint16_t id = number_of(resolution);
         const TagObject* tag = exif.find(ExifDirectory::kCommon, id);
@@ -89,6 +126,12 @@ bool bring_in_step(ExifObject& exif, const Save& save) {
     };
     put_resolution(Tag::kXresolution, save.picture.resolution.horizontal);
     put_resolution(Tag::kYresolution, save.picture.resolution.vertical);
+    const bool tells = exif.find(ExifDirectory::kCommon, number_of(Tag::kXresolution)) != nullptr ||
+                       exif.find(ExifDirectory::kCommon, number_of(Tag::kYresolution)) != nullptr;
+    if (!tells && wants_resolution(save) && save.picture.resolution != kResolutionWithoutTags) {
+        add_resolution(exif, save);
+        changed = true;
+    }
     return changed;
 }
 
@@ -112,20 +155,6 @@ struct ExifToWrite {
     Bytes bytes;             // what the file had, where that is still right
 };
 
-// For formats that have no place for a resolution but there.
-Ref<ExifObject> exif_of_resolution(const imagework::Resolution& resolution) {
-    Ref<ExifObject> exif = make_exif(true);
-    const auto put = [&](Tag tag, double dots) {
-        exif->put(ExifDirectory::kCommon,
-                  make_tag(TiffType::kRational, number_of(tag), approximate_rational(dots, kRationalEpsilon, false)));
-    };
-    put(Tag::kXresolution, resolution.horizontal);
-    put(Tag::kYresolution, resolution.vertical);
-    exif->put(ExifDirectory::kCommon,
-              make_tag(TiffType::kShort, number_of(Tag::kResolutionUnit), static_cast<int64_t>(ResolutionUnit::kInch)));
-    return exif;
-}
-
 ExifToWrite exif_to_write(const Save& save) {
     ExifToWrite result;
     const ImageMetadata& kept = save.kept;
@@ -147,9 +176,9 @@ ExifToWrite exif_to_write(const Save& save) {
         }
     } else if (as_read && kept.of_tiff()) {
         result.object = own_copy(*kept.of_tiff());
-    } else if (as_read && save.container.tells_resolution_in_exif &&
-               save.picture.resolution != imagework::kDefaultResolution) {
-        result.object = exif_of_resolution(save.picture.resolution);
+    } else if (as_read && wants_resolution(save)) {
+        result.object = make_exif(true);
+        add_resolution(*result.object, save);
     }
     if (!result.object) {
         return result;
@@ -314,12 +343,8 @@ XmpToWrite xmp_to_write(const Save& save) {
 
 // A density in the unit that the options name.
 void apply_unit(const Save& save, JfifObject& jfif, bool has_own_density) {
-    if (save.options == nullptr || !has_property(*save.options, "ResolutionUnit") ||
-        property_if_any(save.options, "Jfif")) {
-        return;
-    }
-    const auto unit = property_enum<api::ResolutionUnit>(*save.options, "ResolutionUnit");
-    if (unit == api::ResolutionUnit::kInch) {
+    const api::ResolutionUnit unit = unit_of(save);
+    if (unit == api::ResolutionUnit::kInch || property_if_any(save.options, "Jfif")) {
         return;
     }
     if (unit == api::ResolutionUnit::kCm) {
@@ -419,9 +444,10 @@ std::vector<uint8_t> unsigned_bytes(const Bytes& bytes) {
     return {first, first + bytes.size()};
 }
 
-Save save_of(const WrittenPicture& picture, const Record* options, const MetadataContainer& container) {
+Save save_of(const WrittenPicture& picture, const Record* options, const MetadataContainer& container,
+             const FileMetadata* there = nullptr) {
     auto& image = static_cast<ImageObject&>(described(*picture.image));
-    return {image, *own_metadata(image), options, picture, container};
+    return {image, *own_metadata(image), options, picture, container, there};
 }
 
 // What else the directory of the page had. Places on the earth belong to pixels that are where they were.
@@ -475,8 +501,8 @@ void tag_pages(imagework::EditableFile& file, std::span<const WrittenPicture> pi
 // What a file, or its head, has to get; nothing where it is good as it is.
 std::optional<MetadataToWrite> wanted_metadata(std::span<const std::byte> file, const WrittenPicture& picture,
                                                const Record* options, const MetadataContainer& container) {
-    const Save save = save_of(picture, options, container);
     const FileMetadata there = container.find(source_of(file));
+    const Save save = save_of(picture, options, container, &there);
     MetadataToWrite write = to_write(save).metadata;
     if (container.has_comments) {
         write.comments = comments_to_write(save);
