@@ -15,6 +15,7 @@
 #include "runtime/native/formats/jpeg/jpeg_codec.h"
 #include "runtime/native/formats/jpeg/jpeg_header.h"
 #include "runtime/native/formats/jpeg/jpeg_markers.h"
+#include "runtime/native/formats/jpeg/jpeg_planes.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
 #include "runtime/native/imagework/pixels/single_frame.h"
@@ -76,12 +77,6 @@ RowsHeader header_of(const SharedSource& source, const FileFacts& facts, int bit
         header.form.bits = 16;
     }
     return header;
-}
-
-// A file without the end marker was cut off.
-bool ends_with_marker(std::span<const uint8_t> file) {
-    constexpr std::array<uint8_t, 2> kEnd{0xFF, kJpegEnd};
-    return std::find_end(file.begin(), file.end(), kEnd.begin(), kEnd.end()) != file.end();
 }
 
 class CodedJpegReader final : public RowReader {
@@ -147,7 +142,7 @@ class CodedJpegReader final : public RowReader {
         m_share = MemoryShare(m_options.memory, copies * samples * sizeof(uint16_t) + m_source->size());
         const std::vector<uint8_t> file = all_bytes(*m_source);
         const bool strict = m_options.recovery == Recovery::kNone;
-        if (strict && !ends_with_marker(file)) {
+        if (strict && !has_jpeg_end(file)) {
             throw PictureError(Failure::kDamaged, "the data end early");
         }
         m_samples = decode_coded_jpeg(file, {m_header.width, m_header.height, m_header.form.bands()}, !strict).samples;
@@ -159,7 +154,6 @@ class CodedJpegReader final : public RowReader {
     // The samples over the whole range of their type, and in the colors of the picture.
     template <class Sample>
     void put_row(std::span<uint8_t> row) {
-        constexpr uint32_t kTop = static_cast<Sample>(~Sample{0});
         const uint32_t most = (1U << m_bits) - 1;
         uint16_t* const from = m_samples.data() + samples_in_row() * static_cast<size_t>(m_next);
         if (m_color == JpegColor::kYcc || m_color == JpegColor::kYcck) {
@@ -168,7 +162,7 @@ class CodedJpegReader final : public RowReader {
         const bool inks = m_header.form.color == ColorModel::kCmyk;
         for (size_t i = 0; i < samples_in_row(); i++) {
             const uint32_t value = std::min<uint32_t>(from[i], most);
-            const auto sample = static_cast<Sample>(((inks ? most - value : value) * uint64_t{kTop} + most / 2) / most);
+            const auto sample = over_whole_range<Sample>(inks ? most - value : value, most);
             std::memcpy(row.data() + i * sizeof(Sample), &sample, sizeof(Sample));
         }
     }

@@ -1,13 +1,12 @@
 // Reading JPEG-LS; see jpegls_codec.h.
 #include <algorithm>
-#include <array>
 #include <cassert>
 #include <cstring>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "runtime/native/formats/jpeg/jpeg_markers.h"
+#include "runtime/native/formats/jpeg/jpeg_planes.h"
 #include "runtime/native/formats/jpegls/jpegls_codec.h"
 #include "runtime/native/formats/jpegls/jpegls_decoder.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -67,7 +66,7 @@ class JpegLsReader final : public RowReader {
         // The decoder has the samples twice: by component, and joined.
         MemoryShare share(m_memory, size + 2 * pixels * bands * sizeof(uint16_t) + m_source->size());
         const std::vector<uint8_t> file = all_bytes(*m_source);
-        if (!has_end(file)) {
+        if (!has_jpeg_end(file)) {
             throw PictureError(Failure::kDamaged, "the data end early");
         }
         const std::vector<uint16_t> samples =
@@ -83,19 +82,12 @@ class JpegLsReader final : public RowReader {
         m_failed = false;
     }
 
-    // A file without the end marker was cut off.
-    static bool has_end(std::span<const uint8_t> file) {
-        constexpr std::array<uint8_t, 2> kEnd{0xFF, kJpegEnd};
-        return std::find_end(file.begin(), file.end(), kEnd.begin(), kEnd.end()) != file.end();
-    }
-
     // Over the whole range of their type.
     template <class Sample>
     void spread(std::span<const uint16_t> samples) {
-        constexpr uint32_t kTop = static_cast<Sample>(~Sample{0});
         const uint32_t most = (1U << m_bits) - 1;
         for (size_t i = 0; i < samples.size(); i++) {
-            const auto sample = static_cast<Sample>((samples[i] * uint64_t{kTop} + most / 2) / most);
+            const auto sample = over_whole_range<Sample>(samples[i], most);
             std::memcpy(m_rows.data() + i * sizeof(Sample), &sample, sizeof(Sample));
         }
     }
