@@ -133,7 +133,7 @@ def main() -> int:
     parser.add_argument("--drawings", action="store_true", help="files of drawings, through the API, instead")
     arguments = parser.parse_args()
 
-    work, workers = arguments.work, []
+    work, workers = arguments.work.resolve(), []  # programs that make files run in a folder below it
     share = -(-arguments.count // arguments.jobs)
     until = time.monotonic() + arguments.minutes * 60
     shutil.rmtree(work / "files", ignore_errors=True)
