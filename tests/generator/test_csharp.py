@@ -77,6 +77,14 @@ def test_entry_points_have_the_names_order_and_slots_of_the_wire() -> None:
         assert f"namespace {namespace};" in text and f"public static unsafe class {short}\n" in text
 
 
+def test_elements_that_a_call_changes_go_back_to_the_python_list() -> None:
+    entry = next(entry for entry in load(API).types if entry.full_name == "Zelmor.Imaging.Matrix")
+    lines = [line.strip() for line in write_host(entry, Implemented(None))]
+    at = next(number for number, line in enumerate(lines) if "TransformPoints(pointsValue)" in line)
+    assert lines[at - 1].startswith("var pointsValue = Arguments.Array(points, Elements.")
+    assert lines[at + 1] == "Arguments.WriteBack(points, pointsValue, Bridge.Module);"
+
+
 def test_what_a_call_lends_is_released_at_its_end_unless_the_member_may_keep_it(tmp_path: Path) -> None:
     (tmp_path / "a.cs").write_text("""namespace Zelmor.Imaging;
 public partial class StreamContainer

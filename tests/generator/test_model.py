@@ -102,7 +102,7 @@ class Derived : Base
     ("\nclass A\n    method go Go (x: int32, x: int32)\n", 4, "a keyword stands twice in one parameter list"),
     ("\nclass A\n    method go Go (x)\n", 4, "'x' is no parameter; write 'keyword: type'"),
     ("\nclass A\n    method go Go (x: ref string)\n", 4, "only scalars cross by reference"),
-    ("\nclass A\n    method go Go (x: out string)\n", 4, "only bytes are written to in place"),
+    ("\nclass A\n    method go Go (x: out string)\n", 4, "only bytes and typed arrays are written to in place"),
     ("\nclass A\n    nothing go Go\n", 4, "'nothing' is no kind of member"),
     ("\nclass A\n    method go\n", 4, "cannot read this method line"),
     ("\nenum E : int32\n    A 1\n    A 2\n", 3, "a member of E stands twice"),

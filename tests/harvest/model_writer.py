@@ -55,7 +55,7 @@ def _service(name: str, entries: tuple[str, ...]) -> TypeRow:
 def _method(overload: Overload) -> MethodRow:
     params = []
     for param in overload.params:
-        word = "System.Span<byte>" if param.written else _net(param.wire)
+        word = "System.Span<byte>" if param.memory else _net(param.wire)
         params.append((f"ref {word}" if param.by_ref else word, camel_case(param.name)))
     if not overload.python:
         return MethodRow(".ctor", "void", params, static=False)

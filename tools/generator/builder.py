@@ -21,7 +21,7 @@ from .pinned import check_pinned, read_pinned
 from .property_types import disagreement
 from .totals import check_totals, read_totals
 from .wires import (NULLABLES, PLAIN_WIRES, SCALARS, TYPED_SHAPES, VOID, Collection, Enumeration, Instance, Interface,
-                    Nullable, Scalar, Struct, TypedCollection, Wire, Words)
+                    Nullable, Scalar, Shape, Struct, TypedCollection, Wire, Words)
 
 _ENUM_WIDTHS = ("uint8", "int16", "uint16", "int32", "uint32", "uint64")
 _RANGES = {name: (0, 2 ** int(name[4:]) - 1) if name[0] == "u" else (-(2 ** (int(name[3:]) - 1)),
@@ -302,8 +302,8 @@ class Builder:
             wire = self.wire(line.place, param.type.removeprefix("ref ").removeprefix("out "), entry.namespace)
             if by_ref and not isinstance(wire, Scalar):
                 raise CatalogueError(line.place, "only scalars cross by reference")
-            if written and wire.kind != "bytes":
-                raise CatalogueError(line.place, "only bytes are written to in place")
+            if written and wire.kind != "bytes" and wire.shape is not Shape.ARRAY:
+                raise CatalogueError(line.place, "only bytes and typed arrays are written to in place")
             if wire.type is not None and wire.type.kind == "static class":
                 raise CatalogueError(line.place, f"{wire.name} has no instances")
             params.append(Param(param.name, wire, by_ref, written))

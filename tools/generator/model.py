@@ -20,13 +20,23 @@ INTEROP_INTERFACES = ("_IDisposableWrapper", "_IterWrapper", "_IterableWrapper",
 
 @dataclass
 class Param:
-    """A parameter; a by-reference one takes a one-slot list in Python and two arguments on the wire, and one that is
-    written to takes no buffer that is read-only."""
+    """A parameter; a by-reference one takes a one-slot list in Python and two arguments on the wire. One that is written
+    to is memory, which takes no buffer that is read-only, or an array whose elements the call changes."""
 
     name: str
     wire: Wire
     by_ref: bool = False
     written: bool = False
+
+    @property
+    def memory(self) -> bool:
+        """Whether it is memory that the call writes to."""
+        return self.written and self.wire.kind == "bytes"
+
+    @property
+    def type(self) -> str:
+        """The type as the library declares it: nothing tells there that the elements of an array are written to."""
+        return ("ref " if self.by_ref else "out " if self.memory else "") + self.wire.name
 
 
 @dataclass(eq=False, repr=False)
@@ -55,8 +65,7 @@ class Overload:
     @property
     def signature(self) -> tuple[str, ...]:
         """What an overriding overload has to equal: the types of the parameters."""
-        return tuple(("ref " if param.by_ref else "out " if param.written else "") + param.wire.name
-                     for param in self.params)
+        return tuple(param.type for param in self.params)
 
 
 @dataclass(eq=False, repr=False)

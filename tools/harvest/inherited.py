@@ -8,7 +8,7 @@ from __future__ import annotations
 from dataclasses import dataclass, replace
 
 from tools.generator.catalogue import METHOD_KINDS, MemberLine, TypeLine, read_catalogue
-from tools.generator.model import Type
+from tools.generator.model import Param, Type
 
 from .draft import Draft
 
@@ -41,7 +41,7 @@ class _Groups:
         for param in line.params:
             prefix = param.type[:4] if param.type[:4] in ("ref ", "out ") else ""
             wire = self._draft.builder.wire(line.place, param.type.removeprefix(prefix), entry.namespace)
-            signature.append(prefix + wire.name)
+            signature.append(Param(param.name, wire, prefix == "ref ", prefix == "out ").type)
         return _Listed(tuple(signature), owner, line)
 
     def of(self, entry: Type, python: str) -> list[_Listed]:

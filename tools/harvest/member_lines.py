@@ -7,7 +7,7 @@ from dataclasses import replace
 
 from tools.generator.catalogue import PROPERTY_KINDS, MemberLine, TypeLine
 from tools.generator.errors import Place
-from tools.generator.model import Overload, Property, Type
+from tools.generator.model import Overload, Param, Property, Type
 
 from .draft import Draft
 
@@ -49,7 +49,7 @@ class MemberLines:
         for param in line.params:
             prefix = param.type[:4] if param.type[:4] in ("ref ", "out ") else ""
             wire = self._draft.builder.wire(line.place, param.type.removeprefix(prefix), entry.namespace)
-            found.append(prefix + wire.name)
+            found.append(Param(param.name, wire, prefix == "ref ", prefix == "out ").type)
         return tuple(found)
 
     # -- changes ------------------------------------------------------------------------------------------------------

@@ -118,6 +118,55 @@ public static unsafe class Arguments
             : Handles.Argument<T[]>(argument->Value);
     }
 
+    /// <summary>An array, or one of the type that elements become without a loss where not all of a Python list are of
+    /// the first: an overload that takes points with fractions is not tried where another takes any list.</summary>
+    public static T[]? Array<T, TWide>(VariantArg* argument, Element<T> element, Element<TWide> wide, out TWide[]? wider)
+    {
+        wider = null;
+        try
+        {
+            return Array(argument, element);
+        }
+        catch (PythonException)
+        {
+            if (TryRead(argument, wide, out wider))
+            {
+                return null;
+            }
+            throw;
+        }
+    }
+
+    private static bool TryRead<T>(VariantArg* argument, Element<T> element, out T[]? array)
+    {
+        try
+        {
+            array = Array(argument, element);
+            return true;
+        }
+        catch (PythonException)
+        {
+            array = null;
+            return false; // what it is not says the first failure
+        }
+    }
+
+    /// <summary>Stores the elements of an array, which a member has changed, in the Python list that it was read from.
+    /// </summary>
+    public static void WriteBack<T>(VariantArg* argument, T[]? array, BridgeModule module)
+    {
+        if (argument->Tag <= HandleTag.Struct || array == null)
+        {
+            return; // the array is the caller's own
+        }
+        using var held = PyRef.Borrow(argument->Value);
+        var list = new PythonList(module, held, argument->Tag == HandleTag.PyObject);
+        for (var i = 0; i < array.Length; i++)
+        {
+            list[i] = array[i];
+        }
+    }
+
     public static List<T>? List<T>(VariantArg* argument, Element<T> element)
     {
         return argument->Tag > HandleTag.Struct

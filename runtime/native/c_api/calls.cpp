@@ -95,20 +95,39 @@ class WireArguments {
         return record;
     }
 
-    // The lists that arguments became, where something besides the handle keeps them now.
-    void give_kept_lists(zelmor_pictures_value* given) {
-        for (const auto& [index, handle] : m_lists) {
+    // The lists of arguments that the call has changed, and those that arguments became and that something besides the
+    // handle keeps now.
+    void give_lists(zelmor_pictures_value* given) {
+        for (const auto& [index, handle, is_new, version] : m_lists) {
             Ref<ManagedObject> list(object_of(handle));
-            if (Collector::has_more_references(*list, 2)) {
+            const bool is_changed = static_cast<const ManagedList&>(*list).version() != version;
+            if (is_changed || (is_new && Collector::has_more_references(*list, 2))) {
                 give_object(std::move(list), given[index]);
+                given[index].detail = is_changed ? 3 : given[index].detail;
             }
         }
     }
-    void note_list(size_t index) { m_lists.emplace_back(index, m_handles.back()); }
+    // Adds the argument at an index, and remembers it where it is a list.
+    void add_argument(size_t index, const zelmor_pictures_value& given, Wire wire, const CollectionInfo& collection) {
+        const size_t before = m_handles.size();
+        add(given, wire, collection);
+        const auto* list =
+            m_handles.size() > before ? dynamic_cast<const ManagedList*>(object_of(m_handles.back())) : nullptr;
+        if (list != nullptr && list->shape() != ListShape::kOther) {
+            const bool is_new = given.kind != ZELMOR_PICTURES_OBJECT;
+            m_lists.push_back({index, m_handles.back(), is_new, list->version()});
+        }
+    }
 
  private:
     struct Record {
         alignas(8) std::byte bytes[32] = {};
+    };
+    struct List {
+        size_t argument;
+        Handle handle;
+        bool is_new;  // made for the call
+        uint32_t version;
     };
 
     Handle lend(Ref<ManagedObject> object) {
@@ -136,7 +155,7 @@ class WireArguments {
     std::vector<void*> m_pointers;
     std::vector<Handle> m_handles;
     std::vector<PyObject*> m_objects;
-    std::vector<std::pair<size_t, Handle>> m_lists;  // by the argument
+    std::vector<List> m_lists;
 };
 
 double real_of(const zelmor_pictures_value& given) {
@@ -332,19 +351,12 @@ void run_call(const zelmor_pictures_entry& entry, int64_t self, zelmor_pictures_
         arguments.add(handle_of(self));
     }
     std::vector<std::pair<size_t, uint64_t*>> written;
-    const auto add = [&](size_t index, Wire wire, const CollectionInfo& collection) {
-        arguments.add(given[index], wire, collection);
-        const bool is_list = given[index].kind == ZELMOR_PICTURES_NUMBERS || given[index].kind == ZELMOR_PICTURES_ITEMS;
-        if (is_list) {
-            arguments.note_list(index);
-        }
-    };
     if (is_setter) {
-        add(0, property->wire, property->collection);
+        arguments.add_argument(0, given[0], property->wire, property->collection);
     } else {
         for (size_t i = 0; i < expected; ++i) {
             const ParamInfo& parameter = info.params[i];
-            add(i, parameter.wire, parameter.collection);
+            arguments.add_argument(i, given[i], parameter.wire, parameter.collection);
             if (parameter.by_ref) {
                 written.emplace_back(i, arguments.add_out());
             }
@@ -377,7 +389,7 @@ void run_call(const zelmor_pictures_entry& entry, int64_t self, zelmor_pictures_
     if (host_error().is_set) {
         return;
     }
-    arguments.give_kept_lists(given);
+    arguments.give_lists(given);
     for (const auto& [index, slot] : written) {
         give_register(info.params[index].wire, *slot, given[index]);
     }

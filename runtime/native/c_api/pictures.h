@@ -28,7 +28,7 @@ enum zelmor_pictures_kind {
     ZELMOR_PICTURES_BYTES = 6,      /* data, length; of a result word: the number that new_bytes() answered */
     ZELMOR_PICTURES_OBJECT = 7,     /* word: a handle; of a result data: the name of the class, length: a number that is
                                        the same for the same object as long as it lives, detail: 1 for a list that can
-                                       be copied, 2 for a stream */
+                                       be copied, 2 for a stream, 3 for a list whose elements the call has changed */
     ZELMOR_PICTURES_STREAM = 8,     /* word: the host's number of the stream */
     ZELMOR_PICTURES_DECIMAL = 9,    /* data: four words of 32 bits */
     ZELMOR_PICTURES_DATE_TIME = 10, /* word: ticks and kind, length: the offset of a local time */
@@ -108,7 +108,8 @@ void zelmor_pictures_start(const zelmor_pictures_host* host);
 int32_t zelmor_pictures_find(const char* type, const char* name, const zelmor_pictures_entry** entry);
 
 /* Calls it. `self` is the handle of the instance, or 0. An argument that the member writes to gets its new value. One
- * of numbers or items that an object has kept becomes that list: its kind is ZELMOR_PICTURES_OBJECT then. */
+ * of numbers or items becomes a list, its kind ZELMOR_PICTURES_OBJECT, where an object has kept that list, or where the
+ * call has changed its elements; so does a list whose elements the call has changed. */
 int32_t zelmor_pictures_call(const zelmor_pictures_entry* entry, int64_t self, zelmor_pictures_value* arguments,
                              int32_t count, zelmor_pictures_value* result);
 

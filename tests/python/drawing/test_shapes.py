@@ -107,6 +107,37 @@ def test_points_are_transformed_in_place() -> None:
     assert points == [PointF(11, 20), PointF(10, 21)]
 
 
+def test_points_of_an_array_that_a_shape_keeps_are_transformed_in_the_shape() -> None:
+    matrix = Matrix()
+    matrix.translate(10.0, 20.0)
+    shape = PolygonShape([PointF(1, 2), PointF(3, 4)])
+    points = shape.points
+    matrix.transform_points(points)
+    assert list(points) == list(shape.points) == [PointF(11, 22), PointF(13, 24)]
+
+
+class Points(list):  # type: ignore[type-arg]
+    """A list with a class of its own."""
+
+
+def test_whole_points_in_a_list_become_points_with_fractions() -> None:
+    matrix = Matrix()
+    matrix.translate(0.5, 0.25)
+    points = Points([Point(1, 2), PointF(3, 4)])
+    matrix.transform_points(points)
+    assert points == [PointF(1.5, 2.25), PointF(3.5, 4.25)] and type(points) is Points
+
+
+def test_points_that_cannot_be_replaced_are_refused() -> None:
+    matrix = Matrix()
+    with pytest.raises(RuntimeError, match=r"Proxy error\(NotSupportedException\): Collection is read-only\."):
+        matrix.transform_points((PointF(1, 2),))
+    mixed: list[Any] = [PointF(1, 2), 3]
+    with pytest.raises(RuntimeError):
+        matrix.transform_points(mixed)
+    assert mixed == [PointF(1, 2), 3]
+
+
 @pytest.mark.parametrize("rect, kind", [(RectangleF(1, 2, 4, 5), PointF), (Rectangle(1, 2, 4, 5), Point)])
 def test_a_matrix_maps_a_rectangle_to_a_parallelogram(rect: Any, kind: Any) -> None:
     corners = [kind(10, 10), kind(30, 14), kind(8, 40)]

@@ -37,6 +37,7 @@ internal enum PictureObjectKind
     Plain = 0,
     List = 1,
     Stream = 2,
+    ChangedList = 3,
 }
 
 /// <summary>The changes of a list.</summary>

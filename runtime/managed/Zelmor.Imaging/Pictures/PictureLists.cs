@@ -50,6 +50,26 @@ public static unsafe class PictureLists
                (type.IsGenericType && type.GetGenericTypeDefinition() == typeof(List<>));
     }
 
+    /// <summary>An argument became a list that an object of the library keeps, or one that the call has changed.
+    /// </summary>
+    internal static void TakeBack(object argument, in PictureValue list)
+    {
+        var handle = (nint)list.Word;
+        var isKept = list.Detail == (int)PictureObjectKind.List;
+        if (list.Detail == (int)PictureObjectKind.ChangedList)
+        {
+            isKept = Refresh((IList)argument, handle);
+        }
+        if (isKept && IsOwn(argument) && Of(argument) == null)
+        {
+            Stand(argument, list);
+        }
+        else
+        {
+            PictureLibrary.Release(handle);
+        }
+    }
+
     /// <summary>Lets an array or a list stand for one that a call has kept, or has given.</summary>
     internal static void Stand(object list, in PictureValue given)
     {
@@ -79,18 +99,18 @@ public static unsafe class PictureLists
         return made;
     }
 
-    /// <summary>Takes over what has changed; a list that has not is left alone, since somebody may iterate over it.
-    /// </summary>
-    private static void Refresh(IList list, nint handle)
+    /// <summary>Takes over what has changed, and tells whether an object keeps the list. A list that has not changed is
+    /// left alone, since somebody may iterate over it.</summary>
+    private static bool Refresh(IList list, nint handle)
     {
-        var now = (IList)PictureResults.List(new PictureValue { Word = handle }, list.GetType(), out _);
+        var now = (IList)PictureResults.List(new PictureValue { Word = handle }, list.GetType(), out var isKept);
         if (list is Array array)
         {
             if (array.Length == now.Count)
             {
                 Array.Copy((Array)now, array, array.Length);
             }
-            return;
+            return isKept;
         }
         var isSame = list.Count == now.Count;
         for (var i = 0; isSame && i < now.Count; i++)
@@ -105,5 +125,6 @@ public static unsafe class PictureLists
                 list.Add(item);
             }
         }
+        return isKept;
     }
 }

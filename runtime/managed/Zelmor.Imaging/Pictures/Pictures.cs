@@ -161,25 +161,12 @@ internal static unsafe class Pictures
             {
                 arguments[i] = PictureResults.ToObject(values[i], number.GetType());
             }
-            else if (values[i].Kind == PictureKind.Object && values[i].Detail == (int)PictureObjectKind.List)
+            else if (values[i].Kind == PictureKind.Object && values[i].Detail != (int)PictureObjectKind.Plain)
             {
-                Keep(arguments[i]!, values[i]);
+                PictureLists.TakeBack(arguments[i]!, values[i]);
             }
         }
         GC.KeepAlive(arguments);
-    }
-
-    /// <summary>An argument became a list that an object of the library keeps.</summary>
-    private static void Keep(object argument, in PictureValue kept)
-    {
-        if (PictureLists.IsOwn(argument))
-        {
-            PictureLists.Stand(argument, kept);
-        }
-        else
-        {
-            PictureLibrary.Release((nint)kept.Word);
-        }
     }
 
     public static void Check(int status, object? self)

@@ -42,7 +42,7 @@ def parse(params: list[Param], failure: str, refusal: str | None = None, source:
         if param.by_ref:
             readers.append(f"zelmor::reader(&fn_conv_py_parbyref_to_clr_parbyref, &{name}ref)")
         else:
-            function = "fn_conv_py_bytes_to_clr_out_bytes" if param.written else converter(param.wire)
+            function = "fn_conv_py_bytes_to_clr_out_bytes" if param.memory else converter(param.wire)
             readers.append(f"zelmor::reader(&{function}, {target(param.wire, name)})")
     call = f"zelmor::{'parse_arguments' if refusal is None else 'parse_overload'}"
     lines = [*declared_variables(params), f"static const char* const kKeywords[] = {{{keywords}}};",

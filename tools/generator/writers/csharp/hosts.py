@@ -5,10 +5,10 @@ from __future__ import annotations
 from ...entry_points import (Argument, EntryPoint, declared_overloads, declared_properties, of_getter, of_overload,
                              of_service, of_setter)
 from ...model import Overload, Param, Property, Type
-from ...wires import Nullable, Scalar, Wire
+from ...wires import Nullable, Scalar, Shape, Struct, TypedCollection, Wire
 from .implemented import Implemented
 from .text import block, camel_case, escaped
-from .words import read, slot_type, write
+from .words import element_reader, read, slot_type, write
 
 _HEAD = ["#nullable enable", "using System;", "using System.Runtime.InteropServices;", "using Zelmor.WrpGen.Core;",
          "using Zelmor.WrpGen.Interop;", ""]
@@ -86,17 +86,58 @@ def _local(param: Param) -> str:
 
 def _passed(param: Param) -> str:
     name = escaped(camel_case(param.name))
-    if param.written:
+    if param.memory:
         return f"Arguments.Memory({name}, nameof({name}))"
+    if param.written:
+        return _local(param)
     return f"ref {_local(param)}" if param.by_ref else read(param.wire, name)
 
 
+def _widens(narrow: Wire, wide: Wire) -> bool:
+    """Whether values of a wire become those of another one without a loss, as points become points with fractions."""
+    if isinstance(narrow, TypedCollection) and isinstance(wide, TypedCollection):
+        return narrow.shape is wide.shape and _widens(narrow.row.element, wide.row.element)
+    return narrow == wide or isinstance(narrow, Struct) and f"{narrow.name}F" == wide.name
+
+
+def _wider(overload: Overload) -> tuple[Param, Param] | None:
+    """An array of whole points or rectangles, and the one with fractions that an overload behind this one has in its
+    place: Python cannot tell them apart, so that a list for either comes here."""
+    for other in declared_overloads(overload.owner):
+        if (other.number <= overload.number or (other.managed, other.static) != (overload.managed, overload.static)
+                or len(other.params) != len(overload.params)):
+            continue
+        pairs = list(zip(overload.params, other.params))
+        arrays = [(narrow, wide) for narrow, wide in pairs
+                  if narrow.wire != wide.wire and narrow.wire.shape is Shape.ARRAY]
+        if len(arrays) == 1 and all(_widens(narrow.wire, wide.wire) for narrow, wide in pairs):
+            return arrays[0]
+    return None
+
+
 def _call(overload: Overload, point: EntryPoint) -> list[str]:
+    arrays = _wider(overload)
+    if arrays is None or overload.result.kind != "void" or not overload.python:
+        return _plain_call(overload, point, {})
+    narrow, wide = arrays
+    name, both = escaped(camel_case(narrow.name)), (narrow.wire, wide.wire)
+    readers = [element_reader(wire.row.identifier) for wire in both if isinstance(wire, TypedCollection)]
+    return [f"var {_local(narrow)} = Arguments.Array({name}, {', '.join(readers)}, out var {_local(narrow)}F);",
+            *block(f"if ({_local(narrow)}F != null)",
+                   [*_plain_call(overload, point, {narrow.name: f"{_local(narrow)}F"}), "return;"]),
+            *_plain_call(overload, point, {narrow.name: _local(narrow)})]
+
+
+def _plain_call(overload: Overload, point: EntryPoint, known: dict[str, str]) -> list[str]:
+    """The statements that call a member; the names of arguments that are read already are `known`."""
     entry = overload.owner
-    arguments = ", ".join(_passed(param) for param in overload.params)
+    arguments = ", ".join(known.get(param.name) or _passed(param) for param in overload.params)
     references = [param for param in overload.params if param.by_ref]
-    before = [f"var {_local(param)} = {read(param.wire, escaped(camel_case(param.name)))};" for param in references]
-    after = []
+    arrays = [param for param in overload.params if param.written and not param.memory]
+    before = [f"var {_local(param)} = {read(param.wire, escaped(camel_case(param.name)))};"
+              for param in (*references, *arrays)]
+    after = [f"Arguments.WriteBack({escaped(camel_case(param.name))}, {_local(param)}, Bridge.Module);"
+             for param in arrays]
     for param in references:
         assert isinstance(param.wire, Scalar)
         after.append(f"*{camel_case(param.name)}Out = {write(param.wire, _local(param))};")
@@ -106,7 +147,7 @@ def _call(overload: Overload, point: EntryPoint) -> list[str]:
     target = entry.full_name if overload.static else _instance(entry, _own_name("handle", point))
     call = f"{target}.{overload.managed}({arguments})"
     result = _own_name("result", point)
-    if not references or overload.result.kind == "void":
+    if not after or overload.result.kind == "void":
         return [*before, *_deliver(overload.result, call, result), *after]
     return [*before, f"var returned = {call};", *after, *_deliver(overload.result, "returned", result)]
 

@@ -44,7 +44,7 @@ _EXPLICIT = {
 
 def parameter_type(param: Param) -> str:
     """The type of a parameter; memory that is written to is a span."""
-    if param.written:
+    if param.memory:
         return "System.Span<byte>"
     return f"ref {member_type(param.wire)}" if param.by_ref else member_type(param.wire)
 
@@ -129,8 +129,8 @@ class Library:
         """The statements that call a member of the library, in a class that implements it for its interface."""
         entry, interface = (of, overload.owner) if of is not None else (overload.owner, None)
         arguments = [f"PictureMemory.Of({camel_case(param.name)}Memory, {escaped(camel_case(param.name))}.Length)"
-                     if param.written else escaped(camel_case(param.name)) for param in overload.params]
-        written = [param for param in overload.params if param.written]
+                     if param.memory else escaped(camel_case(param.name)) for param in overload.params]
+        written = [param for param in overload.params if param.memory]
         references = [(number, param) for number, param in enumerate(overload.params) if param.by_ref]
         point = of_overload(overload)
         if not references:
@@ -342,7 +342,7 @@ class Library:
         if rule is None and self._calls(entry, overload.static):
             result = self._short(result_type(overload), entry.namespace)
             statements = self._native_body(overload, result)
-            unsafe = "unsafe " if any(param.written for param in overload.params) else ""
+            unsafe = "unsafe " if any(param.memory for param in overload.params) else ""
             if len(statements) == 1:
                 return [f"{modifiers}{head} => {statements[0].removeprefix('return ')}"]
             return block(f"{modifiers}{unsafe}{head}", statements)
@@ -537,7 +537,7 @@ class Library:
         result = self._short(result_type(overload), entry.namespace)
         parameters = ", ".join(f"{self._short(parameter_type(param), entry.namespace)} "
                                f"{escaped(camel_case(param.name))}" for param in overload.params)
-        unsafe = "unsafe " if any(param.written for param in overload.params) else ""
+        unsafe = "unsafe " if any(param.memory for param in overload.params) else ""
         return block(f"{unsafe}{result} {self._short(interface.full_name, entry.namespace)}.{overload.managed}"
                      f"({parameters})", self._native_body(overload, result, entry))
 

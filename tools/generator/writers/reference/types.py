@@ -173,7 +173,7 @@ def _taken(scope: Scope, overload: Overload, number: int) -> str:
     param = overload.params[number]
     if param.by_ref:
         return f"list[{scope.argument(param.wire)}]"
-    return "writable buffer | None" if param.written else scope.argument(param.wire)
+    return "writable buffer | None" if param.memory else scope.argument(param.wire)
 
 
 def plain_signature(universe: LinkedUniverse, name: str, overload: Overload) -> str:

@@ -44,7 +44,7 @@ def parameter(scope: Scope, param: Param) -> str:
     text = scope.argument(param.wire)
     if param.by_ref:
         text = f"{scope.builtin('list')}[{text}]"
-    elif param.written:
+    elif param.memory:
         text = f"{scope.name('_typeshed', 'WriteableBuffer')} | None"
     return f"{param.name}: {text}"
 
