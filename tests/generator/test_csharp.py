@@ -85,6 +85,14 @@ def test_elements_that_a_call_changes_go_back_to_the_python_list() -> None:
     assert lines[at + 1] == "Arguments.WriteBack(points, pointsValue, Bridge.Module);"
 
 
+def test_a_list_with_fractions_goes_to_a_later_overload_that_takes_them() -> None:
+    entry = next(entry for entry in load(API).types if entry.full_name == "Zelmor.Imaging.Graphics")
+    text = "\n".join(write_host(entry, Implemented(None)))
+    found = set(re.findall(r" (call_\d+_\w+)\([^\n]*\)\n    {\n        try\n        {\n +var \w+ = Arguments.Array\(", text))
+    assert found == {"call_000_DrawLines", "call_000_FillRectangles", "call_000_DrawBeziers", "call_011_DrawImage",
+                     "call_012_DrawImage", "call_013_DrawImage", "call_014_DrawImage"}
+
+
 def test_what_a_call_lends_is_released_at_its_end_unless_the_member_may_keep_it(tmp_path: Path) -> None:
     (tmp_path / "a.cs").write_text("""namespace Zelmor.Imaging;
 public partial class StreamContainer

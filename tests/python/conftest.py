@@ -96,6 +96,7 @@ def balance(request: pytest.FixtureRequest) -> Iterator[None]:
     expected = before + (marker.args[0] if marker else 0)
     if control.live() != expected:
         gc.collect()
+        control.settle()
     if request.node.stash.get(_FAILED, True):
         return
     control.check()

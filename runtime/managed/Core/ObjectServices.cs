@@ -1,11 +1,13 @@
 // The services of every object, whatever its class is.
 using System;
-using System.Runtime.CompilerServices;
+using System.Collections.Concurrent;
 
 namespace Zelmor.WrpGen.Core;
 
 public static unsafe class ObjectServices
 {
+    private static readonly ConcurrentDictionary<Type, Type> s_shown = new();
+
     public static int ToText(nint handle, nint* result)
     {
         *result = Results.Text(Handles.Get<object>(handle).ToString() ?? "");
@@ -35,13 +37,13 @@ public static unsafe class ObjectServices
     {
         var target = Arguments.Instance<object>(item);
         ArgumentNullException.ThrowIfNull(target, nameof(item));
-        *result = Results.Text(target.GetType().FullName);
+        *result = Results.Text(Shown(target).FullName);
         return 1;
     }
 
     public static int TypeOf(nint handle, nint* result)
     {
-        *result = Handles.Make(Handles.Get<object>(handle).GetType());
+        *result = Handles.Make(Shown(Handles.Get<object>(handle)));
         return 1;
     }
 
@@ -54,11 +56,27 @@ public static unsafe class ObjectServices
     /// <summary>The holder of a run-time type's name; the reader frees it.</summary>
     public static void* TypeNameBuffer(nint handle, BridgeModule module)
     {
-        var name = Handles.Get<object>(handle).GetType().FullName!;
+        var name = Shown(Handles.Get<object>(handle)).FullName!;
         fixed (char* data = name)
         {
             return module.Utf16Builder(data, name.Length);
         }
+    }
+
+    /// <summary>The run-time type of an object. One of a class that no program can name is known by the interface of the
+    /// class library that it implements, where that is a single one.</summary>
+    private static Type Shown(object item)
+    {
+        var type = item.GetType();
+        return type.IsVisible ? type : s_shown.GetOrAdd(type, Known);
+    }
+
+    private static Type Known(Type type)
+    {
+        var named = Array.FindAll(type.GetInterfaces(), known => known.IsVisible && known.Assembly == type.Assembly);
+        var outer = Array.FindAll(named, known => !Array.Exists(
+            named, other => other != known && known.IsAssignableFrom(other)));
+        return outer.Length == 1 ? outer[0] : type;
     }
 
     /// <summary>A struct handle names a box already, so that it is the same handle that leaves: the reader asks for

@@ -88,7 +88,7 @@ public static unsafe class Results
                 return Python.NewReference(proxy.PythonObject);
             case string text:
                 return Python.Text(text);
-            case byte[] bytes:
+            case byte[] bytes when value.GetType() == typeof(byte[]): // an sbyte[] passes for one
                 return Python.Bytes(bytes);
             case bool flag:
                 return Python.Made(Python.Write->Bool(flag ? 1 : 0));

@@ -44,7 +44,8 @@ const ElementType& variant_element() {
 
 const ElementType& element_of(Wire wire, std::string_view type_name) {
     const auto matches = [&](const ElementType& element) {
-        return element.wire == wire && (type_name.empty() || type_name == element.name);
+        // Without a name it is the plain type, none of the enumerations that cross like it.
+        return element.wire == wire && (type_name.empty() ? element.type_index == kNoType : type_name == element.name);
     };
     for (const auto& element : elements()) {
         if (matches(element)) {

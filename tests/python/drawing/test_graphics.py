@@ -78,6 +78,38 @@ def test_thin_frames_and_lines_are_one_pixel(sheet: Sheet, mode: SmoothingMode) 
     assert (sheet.ink() == (box(10, 10, 21, 13) & ~box(11, 11, 19, 11))).all()
 
 
+#: Members whose first overload takes a list of whole points or rectangles, and a later one those with fractions.
+WITH_FRACTIONS = {
+    "draw_lines": lambda g, made: g.draw_lines(Pen(Color.black), made),
+    "draw_beziers": lambda g, made: g.draw_beziers(Pen(Color.black), made),
+    "draw_image": lambda g, made: g.draw_image(g.image, made[:3]),
+    "part of draw_image": lambda g, made: g.draw_image(g.image, made[:3], Rectangle(1, 2, 12, 10), GraphicsUnit.PIXEL),
+}
+
+
+@pytest.mark.parametrize("way", WITH_FRACTIONS)
+def test_a_list_with_fractions_goes_to_the_overload_that_takes_them(tmp_path: Path, way: str) -> None:
+    places = [(4, 5), (30, 8), (10, 33), (44, 30)]
+    lists = [[Point(*place) for place in places], [PointF(*place) for place in places],
+             [Point(*places[0]), *(PointF(*place) for place in places[1:])]]
+    results = []
+    for number, points in enumerate([*lists, [PointF(x + 0.5, y + 0.5) for x, y in places]]):
+        (tmp_path / str(number)).mkdir()
+        sheet = Sheet(tmp_path / str(number))
+        sheet.graphics.smoothing_mode = SmoothingMode.ANTI_ALIAS
+        sheet.graphics.fill_rectangle(SolidBrush(Color.red), Rectangle(2, 2, 9, 7))
+        WITH_FRACTIONS[way](sheet.graphics, points)
+        results.append(sheet.seen())
+    assert (results[0] == results[1]).all() and (results[0] == results[2]).all()
+    assert (results[0] != results[3]).any()
+
+
+def test_a_list_that_fits_no_overload_names_its_element(sheet: Sheet) -> None:
+    with pytest.raises(RuntimeError, match="InvalidCastException|can't build Rectangle value from 'int'"):
+        sheet.graphics.fill_rectangles(black(), [Rectangle(1, 1, 2, 2), 3])  # type: ignore[list-item]
+    assert not sheet.ink().any()
+
+
 def test_lines_include_both_ends(sheet: Sheet) -> None:
     sheet.graphics.draw_line(Pen(Color.black), Point(3, 4), Point(13, 4))
     sheet.graphics.draw_line(Pen(Color.black, 0.0), 20, 5, 20, 25)

@@ -26,7 +26,6 @@ from zelmor.imaging.sources import StreamSource
 
 from support.image_oracles import (HEIGHT, WIDTH, Pixels, load, managed_error, noise, raster, read, smooth, worst,
                                    write)
-from support.runtimes import embedded_only
 
 WHOLE = Rectangle(0, 0, WIDTH, HEIGHT)
 
@@ -124,7 +123,6 @@ def test_16_bits_are_written_through_another_layout(tmp_path: Path) -> None:
     assert same(wide(image)[..., :3], source[..., :3])
 
 
-@embedded_only("drawing on pictures is not done on .NET")
 @pytest.mark.parametrize("bands", [1, 3, 4])
 def test_drawing_keeps_16_bits(tmp_path: Path, bands: int) -> None:
     source = deep(bands)
@@ -246,7 +244,6 @@ def test_geometry_moves_indices(tmp_path: Path) -> None:
     assert worst(colors, np.repeat(np.repeat(turned, 2, 0), 2, 1)) == 0
 
 
-@embedded_only("drawing on pictures is not done on .NET")
 def test_colors_of_the_palette_keep_it(tmp_path: Path) -> None:
     path, _, table = indexed(tmp_path / "a.png")
     image = load(path)
@@ -316,7 +313,6 @@ def test_transparency_makes_an_alpha(tmp_path: Path) -> None:
 # ---- drawing that nobody ended
 
 
-@embedded_only("drawing on pictures is not done on .NET")
 def test_an_update_that_is_not_ended_is_saved(tmp_path: Path) -> None:
     for path in (write(tmp_path / "a.png", np.full((HEIGHT, WIDTH, 3), 255, np.uint8)),
                  png16(tmp_path / "a16.png", np.full((HEIGHT, WIDTH, 3), 65535, np.uint16))):
@@ -337,7 +333,6 @@ def test_an_update_that_is_not_ended_is_saved(tmp_path: Path) -> None:
             assert (color.r, color.g, color.b) == (127, 127, 255)
 
 
-@embedded_only("drawing on pictures is not done on .NET")
 def test_an_operation_finds_the_update(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", np.full((HEIGHT, WIDTH, 3), 255, np.uint8)))
     graphics = Graphics(image)

@@ -105,7 +105,6 @@ def test_a_file_that_somebody_changes_is_an_error_or_was_read_before(path: Path,
             assert worst(found, of(1)) == 0
 
 
-@embedded_only("metadata as objects are not done on .NET")
 def test_metadata_stay_what_they_were(tmp_path: Path) -> None:
     path, link = tmp_path / "a.jpg", tmp_path / "b.jpg"
     exif = Pillow.Exif()
@@ -185,7 +184,6 @@ def test_questions_read_the_head_alone(tmp_path: Path, extension: str) -> None:
         assert 8 <= bytes_read(lambda: Image.can_load(file)) <= 4096 and file.tell() == 0
 
 
-@embedded_only("streams of the picture library are not shown on .NET")
 @pytest.mark.parametrize("mode", [FileMode.CREATE, FileMode.OPEN, FileMode.TRUNCATE, FileMode.APPEND])
 def test_a_stream_writes_into_the_file_without_harm(tmp_path: Path, mode: FileMode) -> None:
     path = Path(write(tmp_path / "a.bmp", of(1)))

@@ -16,7 +16,6 @@ from zelmor.imaging.imageoptions import BmpOptions
 from zelmor.imaging.sources import FileCreateSource, StreamSource
 
 from support.image_oracles import noise
-from support.runtimes import embedded_only
 
 
 def png() -> bytes:
@@ -36,7 +35,6 @@ def on_disk(container: StreamContainer) -> FileStreamContainer:
     return cast
 
 
-@embedded_only("the stream behind an image is not shown on .NET")
 def test_of_an_image_from_a_python_file() -> None:
     file = io.BytesIO(b"in front" + PNG)
     file.seek(8)
@@ -51,7 +49,6 @@ def test_of_an_image_from_a_python_file() -> None:
         assert image.data_stream_container.length == 8 + len(PNG)
 
 
-@embedded_only("the stream behind an image is not shown on .NET")
 def test_of_an_image_from_a_managed_stream() -> None:
     stream = StreamSource().stream
     stream.write(PNG)
@@ -60,7 +57,6 @@ def test_of_an_image_from_a_managed_stream() -> None:
         assert image.data_stream_container.stream == stream
 
 
-@embedded_only("the stream behind an image is not shown on .NET")
 def test_of_an_image_from_a_file_on_disk(tmp_path: Path) -> None:
     path = tmp_path / "a.png"
     path.write_bytes(PNG)
@@ -78,7 +74,6 @@ def test_of_an_image_from_a_file_on_disk(tmp_path: Path) -> None:
     assert not path.exists()
 
 
-@embedded_only("the stream behind an image is not shown on .NET")
 @pytest.mark.parametrize("name", [b"plain", "żółw \N{TURTLE}".encode(), b"odd\xff", b"\xc3", b"\xed\xa0\x80 \xf5x"])
 def test_of_a_file_with_any_name(tmp_path: Path, name: bytes) -> None:
     path = os.fsdecode(os.fsencode(tmp_path) + b"/" + name)
@@ -89,7 +84,6 @@ def test_of_a_file_with_any_name(tmp_path: Path, name: bytes) -> None:
             assert on_disk(container).file_path == path
 
 
-@embedded_only("the stream behind an image is not shown on .NET")
 def test_of_a_new_image(tmp_path: Path) -> None:
     file = io.BytesIO()
     options = BmpOptions()
@@ -107,7 +101,6 @@ def test_of_a_new_image(tmp_path: Path) -> None:
         assert image.data_stream_container is None
 
 
-@embedded_only("the stream behind an image is not shown on .NET")
 @pytest.mark.parametrize("make", [lambda file: Image.load(file), lambda file: created(file)])
 def test_the_file_is_let_go_with_the_image(make: Any) -> None:
     file = io.BytesIO(PNG)

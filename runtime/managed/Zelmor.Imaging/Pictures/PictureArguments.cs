@@ -70,7 +70,7 @@ internal sealed unsafe class PictureArguments : IDisposable
             case string text:
                 SetData(ref value, PictureKind.Text, text, text.Length);
                 return;
-            case byte[] bytes:
+            case byte[] bytes when argument.GetType() == typeof(byte[]): // an sbyte[] passes for one
                 SetData(ref value, PictureKind.Bytes, bytes, bytes.Length);
                 return;
             case PictureMemory memory:

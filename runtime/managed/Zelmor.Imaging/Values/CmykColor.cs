@@ -1,5 +1,5 @@
-// Amounts of four inks, and their plain conversion from and to colors. Those by ICC profiles need a color management
-// module, and are not there.
+// Amounts of four inks, and their plain conversion from and to colors. Conversions by ICC profiles are those of the
+// picture library, which has a color management module: the generator writes them.
 using System;
 
 namespace Zelmor.Imaging;
