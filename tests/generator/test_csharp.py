@@ -88,7 +88,8 @@ def test_elements_that_a_call_changes_go_back_to_the_python_list() -> None:
 def test_a_list_with_fractions_goes_to_a_later_overload_that_takes_them() -> None:
     entry = next(entry for entry in load(API).types if entry.full_name == "Zelmor.Imaging.Graphics")
     text = "\n".join(write_host(entry, Implemented(None)))
-    found = set(re.findall(r" (call_\d+_\w+)\([^\n]*\)\n    {\n        try\n        {\n +var \w+ = Arguments.Array\(", text))
+    head = r" (call_\d+_\w+)\([^\n]*\)\n    {\n        try\n        {\n"
+    found = set(re.findall(head + r" +var \w+ = Arguments.Array\([^\n]*out var ", text))
     assert found == {"call_000_DrawLines", "call_000_FillRectangles", "call_000_DrawBeziers", "call_011_DrawImage",
                      "call_012_DrawImage", "call_013_DrawImage", "call_014_DrawImage"}
 

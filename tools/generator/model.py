@@ -20,8 +20,8 @@ INTEROP_INTERFACES = ("_IDisposableWrapper", "_IterWrapper", "_IterableWrapper",
 
 @dataclass
 class Param:
-    """A parameter; a by-reference one takes a one-slot list in Python and two arguments on the wire. One that is written
-    to is memory, which takes no buffer that is read-only, or an array whose elements the call changes."""
+    """A parameter; a by-reference one takes a one-slot list in Python and two arguments on the wire. One that is
+    written to is memory, which takes no buffer that is read-only, or an array whose elements the call changes."""
 
     name: str
     wire: Wire

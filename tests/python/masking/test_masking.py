@@ -56,6 +56,7 @@ def test_a_mask_by_hand_cuts_its_figures_out() -> None:
     with ImageMasking(image(pixels)).decompose(manual(known.rectangles((10, 5, 30, 20), (60, 40, 20, 25)))) as result:
         assert result.length == len(result) == 3
         assert [layer.object_number for layer in result] == [0, 1, 2]
+        assert {str(layer.get_type()) for layer in result} == {"Zelmor.Imaging.Masking.Result.IMaskingLayer"}
         found = masks(result)
         first, second = inside(10, 5, 30, 20), inside(60, 40, 20, 25)
         for number, area in {0: ~(first | second), 1: first, 2: second}.items():

@@ -62,6 +62,17 @@ def test_number_tags_keep_their_values(kind: type, number: int, size: int, value
     assert tag.values is None
 
 
+@pytest.mark.parametrize(("kind", "element"), [
+    (types.TiffShortType, "UInt16"), (types.TiffLongType, "UInt32"), (types.TiffSByteType, "SByte"),
+    (types.TiffSShortType, "Int16"), (types.TiffSLongType, "Int32"), (types.TiffFloatType, "Single"),
+    (types.TiffDoubleType, "Double"), (types.TiffIfdType, "UInt32"), (types.TiffLong8Type, "UInt64"),
+    (types.TiffSLong8Type, "Int64"), (types.TiffIfd8Type, "UInt64")])
+def test_a_list_becomes_an_array_of_the_numbers_of_its_tag(kind: type, element: str) -> None:
+    tag = kind(1)
+    tag.value = [1, 2]
+    assert str(tag.value.get_type()) == f"System.{element}[]"
+
+
 def given(kind: type, values: list) -> object:
     """Values in the form that their tag accepts: bytes are bytes."""
     return bytes(values) if issubclass(kind, types.TiffByteType) else values

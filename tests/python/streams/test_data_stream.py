@@ -15,6 +15,7 @@ from zelmor.imaging import FileStreamContainer, Image, StreamContainer
 from zelmor.imaging.imageoptions import BmpOptions
 from zelmor.imaging.sources import FileCreateSource, StreamSource
 
+from support.control import Control
 from support.image_oracles import noise
 
 
@@ -102,13 +103,14 @@ def test_of_a_new_image(tmp_path: Path) -> None:
 
 
 @pytest.mark.parametrize("make", [lambda file: Image.load(file), lambda file: created(file)])
-def test_the_file_is_let_go_with_the_image(make: Any) -> None:
+def test_the_file_is_let_go_with_the_image(control: Control, make: Any) -> None:
     file = io.BytesIO(PNG)
     before = sys.getrefcount(file)
     image = make(file)
     assert sys.getrefcount(file) > before
     with image:
         pass
+    control.settle()
     assert sys.getrefcount(file) == before
     with pytest.raises(RuntimeError, match=r"^Proxy error\(ObjectDisposedException\)"):
         image.data_stream_container  # noqa: B018

@@ -7,6 +7,7 @@ namespace Zelmor.Imaging;
 internal sealed unsafe class PictureStream : Stream
 {
     private static readonly PictureEntry s_make = Of("ctor_001_StreamContainer");
+    private static readonly PictureEntry s_shown = Of("get_Stream");
     private static readonly PictureEntry s_canRead = Of("get_CanRead");
     private static readonly PictureEntry s_canSeek = Of("get_CanSeek");
     private static readonly PictureEntry s_canWrite = Of("get_CanWrite");
@@ -37,6 +38,16 @@ internal sealed unsafe class PictureStream : Stream
 
     /// <summary>The stream of the library; null where there is only its container.</summary>
     public IPictureObject? Inner => _stream;
+
+    /// <summary>The stream as a program knows it: the one of .NET that the library was given, or else this one.</summary>
+    public Stream Shown
+    {
+        get
+        {
+            var given = _stream == null ? Pictures.Get<Stream>(_container, s_shown, []) : this;
+            return given is PictureStream ? this : given;
+        }
+    }
 
     public override bool CanRead => Pictures.Get<bool>(_container, s_canRead, []);
 

@@ -36,7 +36,7 @@ public partial class StreamContainer
     public virtual object? SyncRoot => this;
 
     [Implements("get_Stream")]
-    public virtual Stream? Stream => Own;
+    public virtual Stream? Stream => Own is PictureStream own ? own.Shown : Own;
 
     [Implements("get_IsStreamDisposedOnClose")]
     public virtual bool IsStreamDisposedOnClose { get; }

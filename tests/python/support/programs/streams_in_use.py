@@ -27,7 +27,6 @@ from zelmor.imaging.imageoptions import PngOptions  # noqa: E402
 from zelmor.imaging.sources import StreamSource  # noqa: E402
 
 from support.meddling_files import MeddlingFile, Trigger  # noqa: E402
-from support.runtimes import ON_DOTNET  # noqa: E402
 
 DIRECTORY = Path(sys.argv[3])
 CONTENT = (DIRECTORY / "picture.png").read_bytes()
@@ -175,7 +174,7 @@ def created(file: MeddlingFile) -> Image:
     return Image.create(options, 40, 30)
 
 
-ALL = {**COMMON, **WRITING, **({} if ON_DOTNET else {**OF_FORMATS, **tiff()})}
+ALL = {**COMMON, **WRITING, **OF_FORMATS, **tiff()}
 IMAGE: dict[str, Operation] = {
     "save": lambda image, _: image.save(),
     "save to a file": lambda image, trigger: saved(image.save, trigger),
