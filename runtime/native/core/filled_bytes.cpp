@@ -1,31 +1,15 @@
 // Bytes that are made in place; see filled_bytes.h.
 #include "runtime/native/core/filled_bytes.h"
 
-#include <sys/mman.h>
-
 #include <cassert>
 #include <climits>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "runtime/native/core/large_pages.h"
 #include "runtime/native/core/managed_exception.h"
 
 namespace zelmor::embed {
-
-namespace {
-
-// The first touch of many small pages takes longer than filling them.
-void ask_for_large_pages(std::span<std::byte> memory) {
-    constexpr size_t kLargePage = size_t{2} << 20;
-    void* first = memory.data();
-    size_t rest = memory.size();
-    if (std::align(kLargePage, kLargePage, first, rest) != nullptr) {
-        ::madvise(first, rest / kLargePage * kLargePage, MADV_HUGEPAGE);  // a wish: other systems do as always
-    }
-}
-
-}  // namespace
 
 PyObject* py_bytes_filled(size_t size, const std::function<void(std::span<std::byte>)>& fill) {
     if (size == 0) {
@@ -57,7 +41,7 @@ PyObject* py_bytes_filled(size_t size, const std::function<void(std::span<std::b
         const Release release{buffer, view.data()};
         assert(found.length >= 0 && static_cast<size_t>(found.length) == size);
         const std::span memory(static_cast<std::byte*>(found.data), size);
-        ask_for_large_pages(memory);
+        expect_writes(memory.data(), memory.size());
         fill(memory);
     }
     return bytes.detach();

@@ -334,6 +334,36 @@ assert image.get_default_raw_data(Rectangle(3999, 3999, 1, 1), settings(layout_o
 """, MALLOC_PERTURB_="0", PYTHONMALLOC="malloc")
 
 
+@pytest.mark.skipif(not Path("/sys/kernel/mm/transparent_hugepage").is_dir(), reason="the system has no large pages")
+def test_pixels_that_are_all_written_lie_in_large_pages(tmp_path: Path) -> None:
+    """New ones and decoded ones, so that their memory takes no longer to get than to write; one pixel does not."""
+    Pillow.fromarray(noise(3, 1, 3000, 2000)).save(tmp_path / "a.bmp")
+    run_child(f"""
+import re, sys
+sys.path[:0] = [{str(Path(__file__).parent)!r}]
+from test_raw_data import layout_of, new_image, settings
+from zelmor.imaging import Image, RasterImage, Rectangle
+def in_large_pages():
+    "Megabytes of memory that large pages were asked for."
+    with open("/proc/self/smaps") as maps:
+        found = re.findall(r"^Size: +([0-9]+) kB$|^VmFlags:(.*)$", maps.read(), re.M)
+    sizes = [int(size) for size, _ in found if size]
+    return sum(size for size, (_, flags) in zip(sizes, (pair for pair in found if not pair[0])) if "hg" in flags) / 1024
+before = in_large_pages()
+image = new_image("RGB", 4000, 3000)
+image.save_raw_data(b"\\7" * 30, 0, Rectangle(100, 100, 10, 1), settings(layout_of("RGB")))
+assert in_large_pages() == before
+data = b"\\7" * (4000 * 3000 * 3)
+image.save_raw_data(data, 0, image.bounds, settings(layout_of("RGB")))
+assert 30 < in_large_pages() - before < 36, in_large_pages() - before
+del image
+before = in_large_pages()
+image = RasterImage._cast_to(Image.load({str(tmp_path / "a.bmp")!r})).value
+image.cache_data()
+assert 14 < in_large_pages() - before < 20, in_large_pages() - before
+""", PYTHONMALLOC="malloc")
+
+
 @pytest.mark.parametrize("kind", KINDS)
 def test_a_new_picture_has_its_color_where_nothing_was_written(tmp_path: Path, kind: str) -> None:
     plain = new_image(kind, 30, 20)

@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+#include "runtime/native/core/large_pages.h"
+
 using vips::VImage;
 
 namespace zelmor::imagework {
@@ -45,6 +47,7 @@ VImage prepared(VipsImage* image, const PixelForm& form, int32_t width, int32_t 
     if (vips_image_write_prepare(image) != 0) {
         throw vips::VError();
     }
+    embed::expect_writes(row_of(owner, 0), VIPS_IMAGE_SIZEOF_IMAGE(image));
     return owner;
 }
 

@@ -6,6 +6,9 @@
 #include <exception>
 #include <mutex>
 
+#include "runtime/native/core/large_pages.h"
+#include "runtime/native/imagework/vips/vips_support.h"
+
 using vips::VImage;
 
 namespace zelmor::imagework {
@@ -84,6 +87,7 @@ VImage raster_like(const VImage& like, int width, int height, int bands, VipsBan
     if (vips_image_write_prepare(image) != 0) {
         throw vips::VError();
     }
+    embed::expect_writes(row_of(result, 0), VIPS_IMAGE_SIZEOF_IMAGE(image));
     return result;
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "runtime/native/core/large_pages.h"
 #include "runtime/native/imagework/vips/rows_image.h"
 
 using vips::VImage;
@@ -78,6 +79,7 @@ const VImage& VipsPicture::image() const {
     }
     if (!m_unfilled.empty()) {
         const std::vector<uint8_t> pixel = std::exchange(m_unfilled, {});
+        embed::expect_writes(row_of(m_image, 0), VIPS_IMAGE_SIZEOF_IMAGE(m_image.get_image()));
         for (int32_t y = 0; y < m_image.height(); y++) {
             repeat_pixel(pixel, m_image.width(), row_of(m_image, y));
         }
@@ -369,6 +371,12 @@ void VipsPicture::read_samples(const Rect& area, size_t row_size, std::span<uint
     const size_t needed = m_form.pixel_size() * static_cast<size_t>(area.width);
     assert(row_size >= needed && out.size() >= row_size * static_cast<size_t>(area.height - 1) + needed);
     const std::shared_ptr<const PackedPixels> packed = this->packed();
+    if (packed == nullptr && area.width == width() && row_size == needed) {  // no gaps: at once
+        const std::span<uint8_t> all = out.first(needed * static_cast<size_t>(area.height));
+        std::memcpy(all.data(), row_of(image(), area.y), all.size());
+        turn_signs(m_form, all);
+        return;
+    }
     for (int32_t y = 0; y < area.height; y++) {
         const std::span<uint8_t> row = out.subspan(row_size * static_cast<size_t>(y), needed);
         if (packed != nullptr) {
@@ -399,9 +407,15 @@ void VipsPicture::write_samples(const Rect& area, size_t row_size, std::span<con
     }
     make_writable();
     note_change();
-    for (int32_t y = 0; y < area.height; y++) {
-        const std::span<uint8_t> row(row_of(image(), area.y + y, area.x), needed);
-        std::memcpy(row.data(), samples.data() + row_size * static_cast<size_t>(y), needed);
+    if (area.width == width()) {
+        embed::expect_writes(row_of(image(), area.y), needed * static_cast<size_t>(area.height));
+    }
+    // Rows without gaps on either side are copied at once, by which the processor need not read what it writes over.
+    const bool at_once = area.width == width() && row_size == needed;
+    const size_t run = at_once ? needed * static_cast<size_t>(area.height) : needed;
+    for (int32_t y = 0; y < (at_once ? 1 : area.height); y++) {
+        const std::span<uint8_t> row(row_of(image(), area.y + y, area.x), run);
+        std::memcpy(row.data(), samples.data() + row_size * static_cast<size_t>(y), run);
         turn_signs(m_form, row);
         if (m_form.color == ColorModel::kGray && m_form.bits < 8 &&
             !std::all_of(row.begin(), row.end(), [&](uint8_t level) { return has_level(m_form.bits, Argb{level}); })) {
