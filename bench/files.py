@@ -16,6 +16,8 @@ import tempfile
 from dataclasses import dataclass, field
 from pathlib import Path
 
+from fresh_processes import main, used_by
+
 ROUNDS = 3
 #: The most that a job may take of the processor time and of the memory of each contestant, in this order.
 LIMITS = {"Pillow": 1.0, "vips": 1.2}
@@ -171,11 +173,7 @@ def _python(program: str, job: str, arguments: list[str]) -> list[float]:
 
 def _vips(arguments: list[str]) -> list[float]:
     """Processor time of the command, and its peak in MiB."""
-    pid = os.posix_spawnp("vips", ["vips", *arguments], os.environ, file_actions=[
-        (os.POSIX_SPAWN_OPEN, 1, os.devnull, os.O_WRONLY, 0)])
-    _, status, used = os.wait4(pid, 0)
-    if status != 0:
-        raise RuntimeError(f"vips {' '.join(arguments)} failed")
+    used = used_by(["vips", *arguments])
     return [used.ru_utime + used.ru_stime, used.ru_maxrss / 1024]
 
 
@@ -201,7 +199,6 @@ def run(only: str = "", rounds: int = ROUNDS) -> list[Result]:
     print(f"{'':30}{'zelmor':>22}{'Pillow':>22}{'vips':>22}   ratios to Pillow, vips")
     results = []
     with tempfile.TemporaryDirectory() as name:
-        # By another process: the peak of a child counts from that of the process that it was forked from.
         subprocess.run([sys.executable, __file__, "--write", name], check=True)
         for job in JOBS:
             if only in job.name:
@@ -216,7 +213,4 @@ def run(only: str = "", rounds: int = ROUNDS) -> list[Result]:
 
 
 if __name__ == "__main__":
-    if sys.argv[1:2] == ["--write"]:
-        write_sources(Path(sys.argv[2]))
-        sys.exit(0)
-    run(sys.argv[1] if len(sys.argv) > 1 else "", int(sys.argv[2]) if len(sys.argv) > 2 else ROUNDS)
+    main(write_sources, run, ROUNDS)

@@ -15,6 +15,8 @@ from collections.abc import Callable
 from dataclasses import dataclass
 from pathlib import Path
 
+from fresh_processes import main, used_by
+
 ROUNDS = 5
 #: The most that a conversion may take of the time of the program.
 LIMIT = 1.5
@@ -241,12 +243,7 @@ def _ours(job: Job, tiny: Path, big: Path, out: Path) -> float:
 
 def _theirs(job: Job, path: Path, out: Path) -> float:
     """Processor time of the command and of what it starts."""
-    command = [part.format(path=path, out=out) for part in job.command]
-    pid = os.posix_spawnp(command[0], command, os.environ, file_actions=[
-        (os.POSIX_SPAWN_OPEN, number, os.devnull, os.O_WRONLY, 0) for number in (1, 2)])
-    _, status, used = os.wait4(pid, 0)
-    if status != 0:
-        raise RuntimeError(f"{' '.join(command)} failed")
+    used = used_by([part.format(path=path, out=out) for part in job.command])
     return used.ru_utime + used.ru_stime
 
 
@@ -270,7 +267,6 @@ def run(only: str = "", rounds: int = ROUNDS) -> list[Result]:
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         (folder / "out").mkdir()
-        # By another process, as files.py does it.
         subprocess.run([sys.executable, __file__, "--write", name], check=True)
         for job in JOBS:
             if only not in job.name:
@@ -286,7 +282,4 @@ def run(only: str = "", rounds: int = ROUNDS) -> list[Result]:
 
 
 if __name__ == "__main__":
-    if sys.argv[1:2] == ["--write"]:
-        write_sources(Path(sys.argv[2]))
-        sys.exit(0)
-    run(sys.argv[1] if len(sys.argv) > 1 else "", int(sys.argv[2]) if len(sys.argv) > 2 else ROUNDS)
+    main(write_sources, run, ROUNDS)

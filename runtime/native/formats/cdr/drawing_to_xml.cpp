@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "runtime/native/formats/escaped_xml.h"
+
 namespace zelmor::embed {
 
 using librevenge::RVNGProperty;
@@ -27,32 +29,6 @@ constexpr const char* kHead =
     " xmlns:loext=\"urn:org:documentfoundation:names:experimental:office:xmlns:loext:1.0\""
     " office:mimetype=\"application/vnd.oasis.opendocument.graphics\">";
 
-std::string escaped(std::string_view text) {
-    std::string result;
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                result += "&amp;";
-                break;
-            case '<':
-                result += "&lt;";
-                break;
-            case '>':
-                result += "&gt;";
-                break;
-            case '"':
-                result += "&quot;";
-                break;
-            default:
-                // Other control characters cannot stand in XML.
-                if (static_cast<unsigned char>(c) >= ' ' || c == '\t' || c == '\n') {
-                    result += c;
-                }
-        }
-    }
-    return result;
-}
-
 std::string number(double value) {
     char text[40];
     std::snprintf(text, sizeof text, "%.6g", std::isfinite(value) ? value : 0);
@@ -68,7 +44,7 @@ double number_of(const DrawingToXml::Properties& properties, const char* name) {
 }
 
 std::string attribute(const char* name, const std::string& value) {
-    return value.empty() ? std::string() : " " + std::string(name) + "=\"" + escaped(value) + "\"";
+    return value.empty() ? std::string() : " " + std::string(name) + "=\"" + escaped_xml(value) + "\"";
 }
 
 // Properties with a prefix of the format's own attributes.
@@ -356,7 +332,7 @@ void DrawingToXml::openSpan(const Properties& properties) {
     m_body += "<text:span text:style-name=\"" + style("text", "style:text-properties", properties) + "\">";
 }
 void DrawingToXml::insertText(const librevenge::RVNGString& text) {
-    m_body += escaped(text.cstr());
+    m_body += escaped_xml(text.cstr());
 }
 
 }  // namespace zelmor::embed

@@ -5,28 +5,14 @@
 #include <cmath>
 #include <cstdio>
 
+#include "runtime/native/formats/escaped_xml.h"
+
 namespace zelmor::imagework {
 namespace {
 
+// Control characters cannot stand in XML, nor are they seen.
 std::string xml_text(const std::string& utf8) {
-    std::string result;
-    for (const char c : utf8) {
-        switch (c) {
-            case '&':
-                result += "&amp;";
-                break;
-            case '<':
-                result += "&lt;";
-                break;
-            case '>':
-                result += "&gt;";
-                break;
-            default:
-                // Other control characters cannot stand in XML, nor are they seen.
-                result += static_cast<unsigned char>(c) >= ' ' || c == '\t' || c == '\n' ? c : ' ';
-        }
-    }
-    return result;
+    return embed::escaped_xml(utf8, [](char) { return " "; });
 }
 
 // The texts are those of the dictionary about the document, since both have to agree.
@@ -107,16 +93,6 @@ std::string write_structure(PdfObjects& objects, const PdfInfo& info, std::span<
     objects.write_object(root, "<< /Type /StructTreeRoot /K " + reference(document) + " /ParentTree << /Nums [" +
                                    parents + " ] >> /ParentTreeNextKey " + std::to_string(pages.size()) + " >>");
     return " /MarkInfo << /Marked true >> /StructTreeRoot " + reference(root);
-}
-
-std::string hex_of(std::span<const uint8_t> bytes) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string result = "<";
-    for (const uint8_t byte : bytes) {
-        result += kDigits[byte >> 4];
-        result += kDigits[byte & 15];
-    }
-    return result + ">";
 }
 
 // The code points of UTF-8 that is known to be well formed, as UTF-16 with the highest byte first.
@@ -285,10 +261,20 @@ std::vector<uint8_t> srgb_profile() {
     return std::move(out.bytes);
 }
 
+std::string pdf_hex(std::span<const uint8_t> bytes) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string result = "<";
+    for (const uint8_t byte : bytes) {
+        result += kDigits[byte >> 4];
+        result += kDigits[byte & 15];
+    }
+    return result + ">";
+}
+
 std::string pdf_text(const std::string& utf8) {
     const bool ascii = std::all_of(utf8.begin(), utf8.end(), [](char c) { return c >= ' ' && c <= '~'; });
     if (!ascii) {
-        return hex_of(utf16_of(utf8));
+        return pdf_hex(utf16_of(utf8));
     }
     std::string result = "(";
     for (const char c : utf8) {

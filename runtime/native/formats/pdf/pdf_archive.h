@@ -49,6 +49,8 @@ std::vector<uint8_t> srgb_profile();
 
 // A text string of a document: as it is, or in UTF-16 where it has more than ASCII.
 std::string pdf_text(const std::string& utf8);
+// Bytes as a string of hexadecimal digits.
+std::string pdf_hex(std::span<const uint8_t> bytes);
 // The entries of the dictionary about the document.
 std::string pdf_info_entries(const PdfInfo& info);
 

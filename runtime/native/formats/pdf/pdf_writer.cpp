@@ -25,16 +25,6 @@ std::span<const uint8_t> bytes_of(std::string_view text) {
     return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
-std::string hex(std::span<const uint8_t> bytes) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string result = "<";
-    for (const uint8_t byte : bytes) {
-        result += kDigits[byte >> 4];
-        result += kDigits[byte & 15];
-    }
-    return result + ">";
-}
-
 // Rows of the samples of a picture in the bytes that streams have: without the opacity, or the opacity alone.
 class Packer {
  public:
@@ -357,7 +347,7 @@ class PdfPage final : public RowWriter {
                 palette.push_back(static_cast<uint8_t>(color >> shift));
             }
         }
-        return "[/Indexed " + space + " " + std::to_string(m_header.palette.size() - 1) + " " + hex(palette) + "]";
+        return "[/Indexed " + space + " " + std::to_string(m_header.palette.size() - 1) + " " + pdf_hex(palette) + "]";
     }
 
     PdfFile& m_file;

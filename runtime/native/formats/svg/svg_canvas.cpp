@@ -8,6 +8,7 @@
 
 #include "runtime/native/drawwork/decimal_text.h"
 #include "runtime/native/drawwork/outline_maps.h"
+#include "runtime/native/formats/escaped_xml.h"
 
 namespace zelmor::embed {
 
@@ -87,25 +88,6 @@ std::string path_data(const Outline& outline) {
         }
     }
     return text;
-}
-
-std::string escaped_xml(const std::string& text) {
-    std::string result;
-    for (const char c : text) {
-        if (c == '<') {
-            result += "&lt;";
-        } else if (c == '>') {
-            result += "&gt;";
-        } else if (c == '&') {
-            result += "&amp;";
-        } else if (c == '"') {
-            result += "&quot;";
-        } else if (static_cast<unsigned char>(c) >= ' ' || c == '\t' ||
-                   c == '\n') {  // the others are no characters of XML
-            result += c;
-        }
-    }
-    return result;
 }
 
 SvgCanvas::SvgCanvas(Backend& backend, SvgCanvasSettings settings)

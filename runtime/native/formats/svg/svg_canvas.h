@@ -67,8 +67,6 @@ class SvgCanvas final : public drawwork::WrittenCanvas {
 
 // Path data of the outline, for SVG.
 std::string path_data(const drawwork::Outline& outline);
-// The text for use in the content of an element, or as the value of an attribute.
-std::string escaped_xml(const std::string& text);
 
 }  // namespace zelmor::embed
 

@@ -3,6 +3,7 @@
 
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
+#include "runtime/native/formats/escaped_xml.h"
 
 namespace zelmor::embed {
 
@@ -19,34 +20,13 @@ bool continues_name(unsigned char byte) {
 }  // namespace
 
 std::string xml_escaped(std::string_view utf8) {
-    std::string escaped;
-    escaped.reserve(utf8.size());
-    for (const char c : utf8) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            case '\r':  // a reader would make a line feed of it
-                escaped += "&#13;";
-                break;
-            default:
-                if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n') {
-                    throw_argument("XML cannot hold the control character with the code " +
-                                   std::to_string(static_cast<int>(c)) + ".");
-                }
-                escaped += c;
+    return escaped_xml(utf8, [](char c) -> std::string {
+        if (c == '\r') {
+            return "&#13;";
         }
-    }
-    return escaped;
+        throw_argument("XML cannot hold the control character with the code " +
+                       std::to_string(static_cast<int>(c)) + ".");
+    });
 }
 
 std::string xml_escaped(std::u16string_view text) {

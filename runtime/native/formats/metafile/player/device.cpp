@@ -96,8 +96,9 @@ bool uses_destination(uint8_t operation) {
     return (operation >> 1 & 0x55) != (operation & 0x55);
 }
 
-Device::Device(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering)
-    : m_canvas(canvas), m_clip(clip), m_space(space), m_rendering(rendering) {
+Device::Device(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering,
+               FloodPaper* paper)
+    : m_canvas(canvas), m_clip(clip), m_paper(paper), m_space(space), m_rendering(rendering) {
     state.font = std::get<DeviceFont>(stock_object(0x8000000D));
 }
 

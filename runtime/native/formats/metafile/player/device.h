@@ -9,7 +9,7 @@
 #include <span>
 
 #include "runtime/native/behaviors/drawing/fonts.h"
-#include "runtime/native/formats/metafile/player/canvas_clip.h"
+#include "runtime/native/formats/metafile/player/flood_paper.h"
 
 namespace zelmor::embed::metafile {
 
@@ -53,7 +53,9 @@ struct Placement {
 
 class Device {
  public:
-    Device(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering);
+    // A device without paper draws no flood fills.
+    Device(Canvas& canvas, CanvasClip& clip, const DeviceSpace& space, const Rendering& rendering,
+           FloodPaper* paper = nullptr);
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
@@ -109,6 +111,7 @@ class Device {
     void fill_region(const std::vector<RectD>& rects, const DeviceBrush& brush);
     void frame_region(const std::vector<RectD>& rects, const DeviceBrush& brush, double width, double height);
     void invert_region(const std::vector<RectD>& rects);
+    void flood(PointD at, Argb color, FloodLimit limit);
 
     // device_text.cpp
     void text(const TextRun& run);
@@ -149,6 +152,7 @@ class Device {
 
     Canvas& m_canvas;
     CanvasClip& m_clip;
+    FloodPaper* m_paper;
     DeviceSpace m_space;
     Rendering m_rendering;
     std::vector<DeviceState> m_saved;

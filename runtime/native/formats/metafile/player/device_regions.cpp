@@ -68,4 +68,17 @@ void Device::invert_region(const std::vector<RectD>& rects) {
     combine(outline, FillRule::kWinding, {}, {}, kInvert);
 }
 
+void Device::flood(PointD at, Argb color, FloodLimit limit) {
+    const bool empty = state.brush.kind == DeviceBrush::Kind::kPattern && state.brush.pattern.empty();
+    if (m_paper == nullptr || state.brush.kind == DeviceBrush::Kind::kNull || empty) {
+        return;
+    }
+    use_clip();
+    const PointD pixel = map().apply(at);
+    const PointD middle{std::floor(pixel.x) + 0.5, std::floor(pixel.y) + 0.5};
+    const Paint brush = paint_of(state.brush);
+    m_paper->flood(m_space.to_canvas.apply(middle), color, limit, {state.clip, state.meta_clip},
+                   [&](const Outline& outline) { paint(outline, FillRule::kAlternate, brush, state.mix); });
+}
+
 }  // namespace zelmor::embed::metafile

@@ -337,6 +337,12 @@ const std::unordered_map<std::string_view, Handler>& handlers() {
         {"EmfPie", &arc<ArcKind::kPie>},
         {"EmfEllipse", &box<&Device::ellipse>},
         {"EmfRectangle", &box<&Device::rectangle>},
+        {"EmfExtFloodFill",
+         [](Device& d, Played r) {
+             const bool surface = whole_in(r, "FloodFillMode") == static_cast<int>(FloodLimit::kSurface);
+             d.flood(point_in(r, "Start"), color_in(r, "Argb32Color"),
+                     surface ? FloodLimit::kSurface : FloodLimit::kBorder);
+         }},
         {"EmfRoundRect",
          [](Device& d, Played r) { d.round_rectangle(rect_in(r, "Box"), point_in(r, "Corner")); }},
         {"EmfPolyBezier", &points<&Device::beziers>},

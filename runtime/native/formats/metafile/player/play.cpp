@@ -16,7 +16,7 @@ namespace {
 
 using std::string_view;
 
-constexpr int kDeepest = 4;
+constexpr int kDeepestMetafile = 4;
 constexpr double kPixelsPerInch = 96, kMillimetersPerInch = 25.4;
 
 bool is_class(const ManagedObject& record, string_view name) {
@@ -26,6 +26,15 @@ bool is_class(const ManagedObject& record, string_view name) {
 void play_nested(Canvas& canvas, const FileBytes& packed, const RectD& source, const Affine& to_canvas,
                  const Playing& outer);
 
+// Where flood fills of the records are worked out; empty for records without any.
+std::unique_ptr<FloodPaper> paper_for(const Records& records, Canvas& canvas, const DeviceSpace& space) {
+    const bool floods = std::any_of(records.begin(), records.end(), [](const Ref<ManagedObject>& record) {
+        return is_class(*record, "EmfExtFloodFill") || is_class(*record, "WmfFloodFill") ||
+               is_class(*record, "WmfExtFloodFill");
+    });
+    return floods ? std::make_unique<FloodPaper>(canvas, space) : nullptr;
+}
+
 // ---- EMF with EMF+
 
 class EmfRun {
@@ -33,10 +42,11 @@ class EmfRun {
     EmfRun(Canvas& canvas, const Records& records, const EmfFrame& frame, const Playing& playing)
         : m_playing(playing),
           m_space{frame.bounds, frame.pixels_per_mm, playing.placing},
-          m_canvas(canvas),
-          m_clip(canvas, m_space, playing.rendering.smooth),
-          m_device(canvas, m_clip, m_space, playing.rendering),
-          m_plus(canvas, m_clip, m_space, playing.rendering,
+          m_paper(paper_for(records, canvas, m_space)),
+          m_canvas(m_paper != nullptr ? *m_paper : canvas),
+          m_clip(m_canvas, m_space, playing.rendering.smooth),
+          m_device(m_canvas, m_clip, m_space, playing.rendering, m_paper.get()),
+          m_plus(m_canvas, m_clip, m_space, playing.rendering,
                  [this](const FileBytes& file, const RectD& source, const Affine& to_canvas) {
                      play_nested(m_canvas, file, source, to_canvas, m_playing);
                  }) {
@@ -73,6 +83,7 @@ class EmfRun {
 
     const Playing& m_playing;
     DeviceSpace m_space;
+    std::unique_ptr<FloodPaper> m_paper;
     Canvas& m_canvas;
     CanvasClip m_clip;
     Device m_device;
@@ -83,7 +94,7 @@ class EmfRun {
 
 void play_nested(Canvas& canvas, const FileBytes& packed, const RectD& source, const Affine& to_canvas,
                  const Playing& outer) {
-    if (outer.depth >= kDeepest) {
+    if (outer.depth >= kDeepestMetafile) {
         return;
     }
     const FileBytes bytes = unpacked(packed);
@@ -190,7 +201,7 @@ FileBytes embedded_emf(const Records& records) {
 void play_wmf(Canvas& canvas, const Records& records, const WmfFrame& frame, const Playing& playing) {
     const RectD shown{0, 0, frame.width(), frame.height()};
     const FileBytes embedded = playing.wmf == WmfMode::kRecords ? FileBytes() : embedded_emf(records);
-    if (!embedded.empty() && playing.depth < kDeepest) {
+    if (!embedded.empty() && playing.depth < kDeepestMetafile) {
         const EmfFile file = read_emf(embedded);
         const EmfFrame inner = emf_frame(file.records.front().get());
         if (inner.bounds.width > 0 && inner.bounds.height > 0) {
@@ -208,8 +219,10 @@ void play_wmf(Canvas& canvas, const Records& records, const WmfFrame& frame, con
     }
     const DeviceSpace space{
         shown, {kPixelsPerInch / kMillimetersPerInch, kPixelsPerInch / kMillimetersPerInch}, playing.placing};
-    CanvasClip clip(canvas, space, playing.rendering.smooth);
-    Device device(canvas, clip, space, playing.rendering);
+    const std::unique_ptr<FloodPaper> paper = paper_for(records, canvas, space);
+    Canvas& shown_on = paper != nullptr ? *paper : canvas;
+    CanvasClip clip(shown_on, space, playing.rendering.smooth);
+    Device device(shown_on, clip, space, playing.rendering, paper.get());
     DeviceState& state = device.state;
     state.map_mode = MapMode::kAnisotropic;
     state.window_origin = {frame.window.x, frame.window.y};

@@ -11,6 +11,7 @@
 #include "runtime/native/drawwork/copying_canvas.h"
 #include "runtime/native/drawwork/loader.h"
 #include "runtime/native/formats/metafile/player/plus_effects.h"
+#include "runtime/native/formats/metafile/player/plus_neighbors.h"
 #include "runtime/native/formats/metafile/player/plus_player.h"
 #include "runtime/native/formats/metafile/player/shown_text.h"
 
@@ -136,11 +137,11 @@ void PlusPlayer::image(int64_t id, const RectD& source, int64_t unit, const std:
     }
     PlusImage image = plus_image(*held);
     const double pixels = pixels_in(unit);
-    const RectD part{source.x * pixels, source.y * pixels, source.width * pixels, source.height * pixels};
+    RectD part{source.x * pixels, source.y * pixels, source.width * pixels, source.height * pixels};
     if (!(std::abs(part.width) > 0 && std::abs(part.height) > 0)) {
         return;
     }
-    const Affine placing = map_of_corners(part, corners).then(canvas_map());
+    Affine placing = map_of_corners(part, corners).then(canvas_map());
     if (!placing.inverse()) {
         return;
     }
@@ -156,6 +157,9 @@ void PlusPlayer::image(int64_t id, const RectD& source, int64_t unit, const std:
     }
     if (with_effect && effect) {
         apply_effect(*effect, image.pixels);
+        const int32_t grown = apply_neighbor_effect(*effect, image.pixels);
+        part = {part.x, part.y, part.width + 2 * grown, part.height + 2 * grown};
+        placing = Affine::translation(-grown, -grown).then(placing);
     }
     Paint paint;
     paint.kind = Paint::Kind::kTexture;

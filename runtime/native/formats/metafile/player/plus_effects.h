@@ -7,7 +7,7 @@
 
 namespace zelmor::embed::metafile {
 
-// Those that change each pixel by itself. The others (blurring, sharpening, red eyes) change nothing.
+// Those that change each pixel by itself. The others (plus_neighbors.h) change nothing.
 void apply_effect(const ManagedObject& effect, Pixels& pixels);
 
 }  // namespace zelmor::embed::metafile

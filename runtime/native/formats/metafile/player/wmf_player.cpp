@@ -198,6 +198,13 @@ void dib_to_device(WmfPlayer& player, Played record) {
     }
 }
 
+template <bool kHasMode>
+void flood(WmfPlayer& player, Played record) {
+    const bool surface = kHasMode && whole_in(record, "Mode") == static_cast<int>(FloodLimit::kSurface);
+    player.device().flood(pair_in(record, "XStart", "YStart"), color_in(record, "Argb32ColorRef"),
+                          surface ? FloodLimit::kSurface : FloodLimit::kBorder);
+}
+
 using WmfHandler = void (*)(WmfPlayer&, Played);
 
 const std::unordered_map<std::string_view, WmfHandler>& wmf_handlers() {
@@ -299,6 +306,8 @@ const std::unordered_map<std::string_view, WmfHandler>& wmf_handlers() {
         {"WmfLineTo", [](WmfPlayer& p, Played r) { p.device().line_to(point_in(r, "Point")); }},
         {"WmfSetPixel",
          [](WmfPlayer& p, Played r) { p.device().pixel(point_in(r, "Point"), color_in(r, "Argb32ColorRef")); }},
+        {"WmfFloodFill", &flood<false>},
+        {"WmfExtFloodFill", &flood<true>},
         {"WmfArc",
          [](WmfPlayer& p, Played r) {
              p.device().arc(ArcKind::kArc, rect_in(r, "Rectangle"), pair_in(r, "XStartArc", "YStartArc"),
