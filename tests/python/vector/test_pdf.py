@@ -5,6 +5,7 @@ from __future__ import annotations
 import io
 import re
 import subprocess
+import zlib
 from pathlib import Path
 from typing import Any
 
@@ -119,6 +120,26 @@ def test_long_streams(tmp_path: Path, compression: PdfImageCompressionOptions) -
         path)
     with Pillow.open(tmp_path / "gs.ppm") as seen:
         assert np.array_equal(np.asarray(seen), pixels)
+
+
+def test_parts_of_a_picture_are_compressed_as_suits_them(tmp_path: Path) -> None:
+    """A noisy slope is smallest as differences, lines of letters as they are; both stand in one picture, too."""
+    random = np.random.default_rng(8)
+    slope = np.clip(np.linspace(0, 200, 700)[:, None, None] + random.integers(0, 50, (700, 1000, 3)), 0, 255)
+    letters = np.where(random.random((9, 12, 7)) < 0.4, 40, 255)
+    lines = [np.hstack([letters[letter] for letter in random.integers(0, 9, 142)]) for _ in range(50)]
+    page = np.full((700, 1000), 255)
+    page[:600, :994] = np.vstack(lines)
+    text = np.repeat(page[..., None], 3, axis=2)
+    least: dict[str, int] = {}
+    for name, pixels in (("slope", slope), ("text", text), ("both", np.vstack([slope, text, slope]))):
+        pixels = pixels.astype(np.uint8)
+        path = written(tmp_path, loaded(pixels), options_with(PdfImageCompressionOptions.FLATE))
+        assert np.array_equal(picture_in(path), pixels)
+        differences = np.diff(pixels.astype(int), axis=1, prepend=0).astype(np.uint8)
+        plain, smooth_size = (len(zlib.compress(array.tobytes())) for array in (pixels, differences))
+        least[name] = min(plain, smooth_size) if name != "both" else 2 * least["slope"] + least["text"]
+        assert path.stat().st_size < least[name] * 1.03, name
 
 
 @pytest.mark.parametrize("compression", [PdfImageCompressionOptions.CCITT3, PdfImageCompressionOptions.CCITT4,

@@ -9,7 +9,9 @@
 #include "runtime/native/behaviors/images/loading.h"
 #include "runtime/native/behaviors/vector/rasterize.h"
 #include "runtime/native/core/managed_exception.h"
+#include "runtime/native/formats/eps/eps_pixels.h"
 #include "runtime/native/formats/eps/postscript_process.h"
+#include "runtime/native/formats/tiff/tiff_encoding.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/loader.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -62,9 +64,14 @@ EpsPreview preview_of(const Picture& picture) {
     return preview;
 }
 
+// With the compression that every reader of the format knows; the others are extensions of it.
 std::vector<uint8_t> as_tiff(const Picture& picture) {
+    TiffEncoding settings;
+    settings.compression = TiffCompression::kPackBits;
+    Encoding encoding;
+    encoding.format = settings;
     MemorySink sink;
-    picture.encode(default_encoding(Format::kTiff), sink);
+    picture.encode(encoding, sink);
     const EncodedBytes file = sink.take();
     const auto bytes = file.bytes();
     return {bytes.begin(), bytes.end()};
@@ -269,94 +276,6 @@ std::vector<uint8_t> eps_as_interchange(const EpsDrawing& drawing) {
     return {text.begin(), text.end()};
 }
 
-namespace {
-
-// Five letters for four bytes, as the filter ASCII85Decode reads them.
-class Letters {
- public:
-    void add(uint8_t byte) {
-        m_word = m_word << 8 | byte;
-        if (++m_count == 4) {
-            write(5);
-        }
-    }
-    std::string take() {
-        if (m_count > 0) {
-            const int letters = m_count + 1;
-            for (; m_count < 4; m_count++) {
-                m_word <<= 8;
-            }
-            write(letters);
-        }
-        return std::move(m_text) + "~>\n";
-    }
-
- private:
-    void write(int letters) {
-        if (m_word == 0 && letters == 5) {
-            put('z');
-        } else {
-            char group[5];
-            uint32_t rest = m_word;
-            for (int i = 4; i >= 0; i--) {
-                group[i] = static_cast<char>('!' + rest % 85);
-                rest /= 85;
-            }
-            for (int i = 0; i < letters; i++) {
-                put(group[i]);
-            }
-        }
-        m_word = 0;
-        m_count = 0;
-    }
-    void put(char letter) {
-        constexpr size_t kLine = 76;
-        m_text += letter;
-        if (++m_column == kLine) {
-            m_text += '\n';
-            m_column = 0;
-        }
-    }
-
-    std::string m_text;
-    uint32_t m_word = 0;
-    int m_count = 0;
-    size_t m_column = 0;
-};
-
-// Runs and other bytes, as the filter RunLengthDecode reads them.
-void add_runs(std::span<const uint8_t> bytes, Letters& out) {
-    constexpr size_t kMost = 128;
-    for (size_t at = 0; at < bytes.size();) {
-        size_t run = 1;
-        while (run < kMost && at + run < bytes.size() && bytes[at + run] == bytes[at]) {
-            run++;
-        }
-        if (run > 2) {
-            out.add(static_cast<uint8_t>(257 - run));
-            out.add(bytes[at]);
-            at += run;
-            continue;
-        }
-        size_t count = run;
-        while (count < kMost && at + count < bytes.size()) {
-            const bool three_equal = at + count + 2 < bytes.size() && bytes[at + count] == bytes[at + count + 1] &&
-                                     bytes[at + count] == bytes[at + count + 2];
-            if (three_equal) {
-                break;
-            }
-            count++;
-        }
-        out.add(static_cast<uint8_t>(count - 1));
-        for (size_t i = 0; i < count; i++) {
-            out.add(bytes[at + i]);
-        }
-        at += count;
-    }
-}
-
-}  // namespace
-
 std::vector<uint8_t> eps_of_page(const DrawnPage& page, bool with_header) {
     // Pictures keep their pixels; drawings become fine ones. What is transparent becomes white paper.
     std::unique_ptr<Picture> drawn;
@@ -380,23 +299,7 @@ std::vector<uint8_t> eps_of_page(const DrawnPage& page, bool with_header) {
     const bool gray = picture->is_gray();
     const int32_t width = picture->width();
     const int32_t height = picture->height();
-    Letters data;
-    std::vector<Argb> row(static_cast<size_t>(width));
-    std::vector<uint8_t> samples;
     const Argb paper = page.background >> 24 == 0xFF ? page.background : kWhite;
-    for (int32_t y = 0; y < height; y++) {
-        picture->read_argb({0, y, width, 1}, row);
-        samples.clear();
-        for (const Argb color : row) {
-            const uint32_t alpha = color >> 24;
-            for (int shift = gray ? 0 : 16; shift >= 0; shift -= 8) {
-                const uint32_t over = color >> shift & 0xFF;
-                const uint32_t under = paper >> shift & 0xFF;
-                samples.push_back(static_cast<uint8_t>((over * alpha + under * (255 - alpha) + 127) / 255));
-            }
-        }
-        add_runs(samples, data);
-    }
     const auto number = [](double value) {
         char text[32];
         std::snprintf(text, sizeof text, "%.4f", value);
@@ -405,7 +308,7 @@ std::vector<uint8_t> eps_of_page(const DrawnPage& page, bool with_header) {
     const double wide = page.width / kPixelsOfPoint;
     const double high = page.height / kPixelsOfPoint;
     const std::string w = std::to_string(width), h = std::to_string(height);
-    std::string text =
+    const std::string head =
         "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 " + std::to_string(std::lround(std::ceil(wide - 1e-4))) + ' ' +
         std::to_string(std::lround(std::ceil(high - 1e-4))) + "\n%%HiResBoundingBox: 0 0 " + number(wide) + ' ' +
         number(high) + "\n%%LanguageLevel: 2\n%%Pages: 1\n%%EndComments\n%%Page: 1 1\ngsave\n" + number(wide) + ' ' +
@@ -413,14 +316,15 @@ std::vector<uint8_t> eps_of_page(const DrawnPage& page, bool with_header) {
         w + " /Height " + h + " /BitsPerComponent 8 /Decode " + (gray ? "[0 1]" : "[0 1 0 1 0 1]") + " /ImageMatrix [" +
         w + " 0 0 -" + h + " 0 " + h +
         "]\n/DataSource currentfile /ASCII85Decode filter /RunLengthDecode filter >> image\n";
-    // The end of the run-length data.
-    data.add(128);
-    text += data.take() + "grestore\nshowpage\n%%EOF\n";
-    const std::span bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    std::vector<uint8_t> bytes(head.begin(), head.end());
+    {
+        const std::string pixels = eps_pixels(*picture, gray, paper) + "grestore\nshowpage\n%%EOF\n";
+        bytes.insert(bytes.end(), pixels.begin(), pixels.end());
+    }
     if (with_header) {
         return eps_with_header(bytes, {}, as_tiff(*picture));
     }
-    return {bytes.begin(), bytes.end()};
+    return bytes;
 }
 
 }  // namespace zelmor::embed

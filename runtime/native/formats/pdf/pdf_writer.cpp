@@ -39,6 +39,9 @@ class Packer {
         const auto bands = static_cast<size_t>(m_form.bands());
         const auto first = m_opacity ? bands - 1 : 0;
         const auto count = static_cast<size_t>(m_packed.samples);
+        if (m_form.bits == 8 && count == bands) {
+            return {from, width * bands};
+        }
         if (m_form.bits == 16) {
             const auto* words = reinterpret_cast<const uint16_t*>(from);
             uint8_t* to = m_row.data();

@@ -1,15 +1,14 @@
 // Compressing rows; see row_filters.h.
 #include "runtime/native/formats/pdf/row_filters.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <cassert>
-#include <cstdlib>
 #include <vector>
 
+#include "runtime/native/formats/pdf/deflater.h"
+#include "runtime/native/formats/pdf/predicted_flate.h"
+#include "runtime/native/formats/pdf/row_predictor.h"
 #include "runtime/native/formats/psd/pack_bits.h"
-#include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -53,36 +52,14 @@ class RunLength final : public RowFilter {
 
 class Flate final : public RowFilter {
  public:
-    explicit Flate(ByteSink& out) : m_out(out), m_piece(kPiece) {
-        if (deflateInit(&m_zip, Z_DEFAULT_COMPRESSION) != Z_OK) {
-            throw PictureError(Failure::kInternal, "the compression cannot be started");
-        }
-    }
-    ~Flate() override { deflateEnd(&m_zip); }
-    Flate(const Flate&) = delete;
-    Flate& operator=(const Flate&) = delete;
-
-    void write(std::span<const uint8_t> row) override { run(row, Z_NO_FLUSH); }
-    void finish() override { run({}, Z_FINISH); }
+    explicit Flate(ByteSink& out) : m_out(out) {}
+    void write(std::span<const uint8_t> row) override { m_stream.write(row, m_out); }
+    void finish() override { m_stream.finish(m_out); }
     std::string entries() const override { return " /Filter /FlateDecode"; }
 
  private:
-    void run(std::span<const uint8_t> row, int flush) {
-        m_zip.next_in = const_cast<uint8_t*>(row.data());
-        m_zip.avail_in = static_cast<uInt>(row.size());
-        do {
-            m_zip.next_out = m_piece.data();
-            m_zip.avail_out = static_cast<uInt>(m_piece.size());
-            deflate(&m_zip, flush);
-            if (m_zip.avail_out < m_piece.size()) {
-                m_out.write({m_piece.data(), m_piece.size() - m_zip.avail_out});
-            }
-        } while (m_zip.avail_out == 0);
-    }
-
     ByteSink& m_out;
-    z_stream m_zip{};
-    std::vector<uint8_t> m_piece;
+    Deflater m_stream;
 };
 
 // Codes of 9 to 12 bits, the highest bit first. A code becomes longer one entry before the table needs it.
@@ -208,66 +185,31 @@ class Differences final : public RowFilter {
     std::vector<uint8_t> m_row;
 };
 
-uint8_t paeth(int left, int above, int corner) {
-    const int guess = left + above - corner;
-    const int to_left = std::abs(guess - left), to_above = std::abs(guess - above);
-    const int to_corner = std::abs(guess - corner);
-    return static_cast<uint8_t>(to_left <= to_above && to_left <= to_corner ? left
-                                : to_above <= to_corner                     ? above
-                                                                            : corner);
-}
-
 // The predictors of PNG: each row has the one whose differences are the least.
 class BestPredictor final : public RowFilter {
  public:
     BestPredictor(const PackedRows& rows, std::unique_ptr<RowFilter> next)
-        : m_rows(rows), m_next(std::move(next)), m_above(rows.size()) {
-        for (auto& candidate : m_candidates) {
-            candidate.resize(rows.size() + 1);
-        }
-    }
+        : m_rows(rows), m_next(std::move(next)), m_predictor(rows.size(), rows.pixel_size()) {}
     void write(std::span<const uint8_t> row) override {
-        const size_t pixel = m_rows.pixel_size();
-        for (uint8_t type = 0; type < kTypes; ++type) {
-            m_candidates[type][0] = type;
-        }
-        std::copy(row.begin(), row.end(), m_candidates[0].begin() + 1);
-        for (size_t i = 0; i < row.size(); ++i) {
-            const int left = i < pixel ? 0 : row[i - pixel];
-            const int above = m_above[i];
-            const int corner = i < pixel ? 0 : m_above[i - pixel];
-            m_candidates[1][i + 1] = static_cast<uint8_t>(row[i] - left);
-            m_candidates[2][i + 1] = static_cast<uint8_t>(row[i] - above);
-            m_candidates[3][i + 1] = static_cast<uint8_t>(row[i] - (left + above) / 2);
-            m_candidates[4][i + 1] = static_cast<uint8_t>(row[i] - paeth(left, above, corner));
-        }
-        const auto* best = &m_candidates[0];
-        uint64_t least = UINT64_MAX;
-        for (const auto& candidate : m_candidates) {
-            uint64_t sum = 0;
-            for (size_t i = 1; i < candidate.size(); ++i) {
-                sum += static_cast<uint64_t>(std::abs(static_cast<int8_t>(candidate[i])));
-            }
-            if (sum < least) {
-                least = sum;
-                best = &candidate;
-            }
-        }
-        m_next->write(*best);
-        std::copy(row.begin(), row.end(), m_above.begin());
+        m_row.clear();
+        m_predictor.add(row, m_row);
+        m_next->write(m_row);
     }
     void finish() override { m_next->finish(); }
-    std::string entries() const override { return m_next->entries() + predictor_entries(15, m_rows); }
+    std::string entries() const override { return m_next->entries() + png_predictor_entries(m_rows); }
 
  private:
-    static constexpr uint8_t kTypes = 5;
     PackedRows m_rows;
     std::unique_ptr<RowFilter> m_next;
-    std::vector<uint8_t> m_above;
-    std::vector<uint8_t> m_candidates[kTypes];
+    RowPredictor m_predictor;
+    std::vector<uint8_t> m_row;
 };
 
 }  // namespace
+
+std::string png_predictor_entries(const PackedRows& rows) {
+    return predictor_entries(15, rows);
+}
 
 std::unique_ptr<RowFilter> make_row_filter(PdfCompression compression, const PackedRows& rows, bool plain,
                                            ByteSink& out) {
@@ -275,13 +217,11 @@ std::unique_ptr<RowFilter> make_row_filter(PdfCompression compression, const Pac
     switch (compression) {
         case PdfCompression::kRunLength:
             return std::make_unique<RunLength>(out);
-        case PdfCompression::kFlate: {
-            auto flate = std::make_unique<Flate>(out);
+        case PdfCompression::kFlate:
             if (predicts) {
-                return std::make_unique<BestPredictor>(rows, std::move(flate));
+                return std::make_unique<PredictedFlate>(rows, out);
             }
-            return flate;
-        }
+            return std::make_unique<Flate>(out);
         case PdfCompression::kLzw: {
             auto lzw = std::make_unique<Lzw>(out);
             if (predicts && rows.bits == 8) {

@@ -36,6 +36,9 @@ class RowFilter {
 std::unique_ptr<RowFilter> make_row_filter(PdfCompression compression, const PackedRows& rows, bool plain,
                                            ByteSink& out);
 
+// What a dictionary says of rows that begin with the number of a predictor of PNG.
+std::string png_predictor_entries(const PackedRows& rows);
+
 }  // namespace zelmor::imagework
 
 #endif  // ZELMOR_RUNTIME_NATIVE_FORMATS_PDF_ROW_FILTERS_H
