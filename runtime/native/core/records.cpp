@@ -19,10 +19,18 @@ namespace {
 
 // Where the properties of a type are stored. A derived type's layout begins with its base's, so that a slot number
 // means the same property in an object of any derived type.
+// Whether the value refers to an object that may refer to others in its turn: without one no cycle can come about.
+bool holder_in(const Value& value) {
+    const auto* object = std::get_if<Ref<ManagedObject>>(&value);
+    return object != nullptr && *object && (*object)->is_holder();
+}
+
 struct Layout {
     std::vector<const PropertyInfo*> slots;  // as the most derived type declares them
     std::vector<Value> defaults;             // structs are copied into each new object
     std::vector<int> own_slots;              // by property index of the type itself; -1 for static ones
+    bool may_hold = false;                   // a slot may come to refer to an object that refers to others
+    bool holds_from_the_start = false;       // a default is a structure of which this is true
 
     int find(std::string_view name) const {
         for (size_t i = 0; i < slots.size(); ++i) {
@@ -88,6 +96,25 @@ const DefaultValue* find_default(const TypeInfo& type, std::string_view property
     return nullptr;
 }
 
+const Layout& layout_of(const TypeInfo& type);
+
+bool may_hold_objects(const PropertyInfo* property) {
+    const TypeInfo* type = type_at(property->type);
+    switch (property->wire) {
+        case Wire::kObject:
+        case Wire::kClass:
+        case Wire::kInterface:
+        case Wire::kStream:
+        case Wire::kCollection:
+        case Wire::kRecord:
+            return true;
+        case Wire::kStruct:
+            return type == nullptr || layout_of(*type).may_hold;
+        default:
+            return false;
+    }
+}
+
 const Layout& layout_of(const TypeInfo& type) {
     // Shared by all threads and only added to; making one calls nothing of Python.
     static auto& layouts = *new std::unordered_map<const TypeInfo*, std::unique_ptr<Layout>>;
@@ -126,6 +153,8 @@ const Layout& layout_of(const TypeInfo& type) {
             layout->defaults[i] = value_of(*entry);
         }
     }
+    layout->may_hold = std::any_of(layout->slots.begin(), layout->slots.end(), may_hold_objects);
+    layout->holds_from_the_start = std::any_of(layout->defaults.begin(), layout->defaults.end(), holder_in);
     return *layouts.emplace(&type, std::move(layout)).first->second;
 }
 
@@ -207,12 +236,6 @@ bool keyword_matches(std::string_view managed_name, std::string_view keyword) {
         }
     }
     return k == keyword.size();
-}
-
-// Whether the value refers to an object that may refer to others in its turn: without one no cycle can come about.
-bool holder_in(const Value& value) {
-    const auto* object = std::get_if<Ref<ManagedObject>>(&value);
-    return object != nullptr && *object && (*object)->is_holder();
 }
 
 Value copied(const Value& value) {
@@ -302,9 +325,15 @@ Record::Record(const TypeInfo& type) : ManagedObject(type) {
     m_slots.reserve(layout.defaults.size());
     for (const Value& value : layout.defaults) {
         m_slots.push_back(copied(value));
-        assert(!holder_in(m_slots.back()));
+        assert(layout.holds_from_the_start || !holder_in(m_slots.back()));
     }
-    may_hold_references();
+    // Objects may have more than their slots.
+    if (layout.may_hold || type.kind != TypeKind::kStruct) {
+        may_hold_references();
+    }
+    if (layout.holds_from_the_start) {
+        track();
+    }
 }
 
 void Record::references(ReferenceVisitor& visitor) {
