@@ -21,6 +21,7 @@ from typing import IO
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 from tools.build_dotnet import find_sdk  # noqa: E402
+from tools.preload import SANITIZERS, preloaded  # noqa: E402
 
 PYTHON = "/usr/bin/python3"
 #: Races that are none of this project's, for the thread sanitizer; each line has its reason.
@@ -132,16 +133,11 @@ def watched(under: str | None, environment: dict[str, str]) -> list[str]:
     if under == "debug":
         return ["/usr/bin/python3-dbg", "-X", "dev"]
     if under == "sanitizers":
-        # The interpreter itself is not instrumented, so the tool's libraries have to be loaded before its own.
-        names = ["libasan.so", "libubsan.so", "libstdc++.so"]
-        paths = [subprocess.run(["g++", f"-print-file-name={name}"], check=True, text=True, capture_output=True).stdout
-                 for name in names]
-        environment["LD_PRELOAD"] = " ".join(path.strip() for path in paths)
+        environment["LD_PRELOAD"] = preloaded(*SANITIZERS)
     if under == "threads":
         # The sanitizer knows the addresses that programs have where they are not drawn by lot.
-        sanitizer = subprocess.run(["g++", "-print-file-name=libtsan.so"], check=True, text=True, capture_output=True)
         ordered = Path(environment["ZELMOR_BUILD_DIR"]) / "test-native" / "libzelmor_ordered_glib.so"
-        environment["LD_PRELOAD"] = f"{sanitizer.stdout.strip()} {ordered}"
+        environment["LD_PRELOAD"] = f"{preloaded('libtsan.so')} {ordered}"
         return ["setarch", "-R", PYTHON]
     if under == "valgrind":
         environment["PYTHONMALLOC"] = "malloc"

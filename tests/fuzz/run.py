@@ -20,15 +20,16 @@ from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, field
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parent))
+sys.path[:0] = [str(Path(__file__).resolve().parent), str(Path(__file__).resolve().parents[2])]
 
 from seed_files import write_seed_files  # noqa: E402
+from tools.preload import SANITIZERS, preloaded  # noqa: E402
 
 #: Seconds that one file may take before it counts as one that never ends.
 MOST_SECONDS = 120
 #: What was freed is kept for a short time only, since it would count as memory in use. No file of some KiB needs a GiB.
-SANITIZERS = {"ASAN_OPTIONS": "detect_leaks=0:max_allocation_size_mb=1024:hard_rss_limit_mb=3072:quarantine_size_mb=4",
-              "UBSAN_OPTIONS": "halt_on_error=1:print_stacktrace=1"}
+SETTINGS = {"ASAN_OPTIONS": "detect_leaks=0:max_allocation_size_mb=1024:hard_rss_limit_mb=3072:quarantine_size_mb=4",
+            "UBSAN_OPTIONS": "halt_on_error=1:print_stacktrace=1"}
 
 
 @dataclass
@@ -88,7 +89,7 @@ class Worker:
             with log.open("wb") as output:
                 process = subprocess.Popen([*self.command, self.folder, str(self.seed), str(first), str(end - first),
                                             str(minutes)], stdout=output, stderr=subprocess.STDOUT,
-                                           env={**os.environ, **SANITIZERS, **self.environment})
+                                           env={**os.environ, **SETTINGS, **self.environment})
                 ended = self.watch(process)
             lines = log.read_text(errors="replace").splitlines()
             for line in lines:
@@ -115,8 +116,7 @@ def under_sanitizers(build: Path) -> dict[str, str]:
     """What the interpreter needs to load the modules of a build; with sanitizers their library comes first."""
     environment = {"PYTHONPATH": str(build / "python")}
     if "-fsanitize=address" in (build / "CMakeCache.txt").read_text():
-        library = subprocess.run(["gcc", "-print-file-name=libasan.so"], check=True, capture_output=True, text=True)
-        environment["LD_PRELOAD"] = library.stdout.strip()
+        environment["LD_PRELOAD"] = preloaded(*SANITIZERS)
     return environment
 
 

@@ -358,6 +358,9 @@ def test_a_new_thumbnail(tmp_path: Path) -> None:
                            check=True, timeout=60).stdout
     with Pillow.open(io.BytesIO(small)) as thumbnail:
         assert thumbnail.size == (WIDTH, HEIGHT)
+    data = (tmp_path / "a.psd").read_bytes()
+    stride = (3 * WIDTH + 3) // 4 * 4  # rows of bitmaps end at multiples of 32 bits
+    assert struct.pack(">IIIIII", 1, WIDTH, HEIGHT, stride, stride * HEIGHT, len(small)) + b"\0\x18\0\1" + small in data
 
 
 # ---- Creating

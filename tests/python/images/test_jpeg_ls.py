@@ -9,7 +9,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import DataRecoveryMode, FileFormat, Image, LoadOptions
+from zelmor.imaging import DataRecoveryMode, FileFormat, Image, LoadOptions, RasterImage
 from zelmor.imaging.fileformats.jpeg import (JpegCompressionColorMode, JpegCompressionMode, JpegImage,
                                              JpegLsInterleaveMode, JpegLsPresetCodingParameters)
 from zelmor.imaging.imageoptions import JpegOptions, PngOptions
@@ -187,3 +187,14 @@ def test_other_components_are_refused() -> None:
     frame = b"\xff\xf7" + struct.pack(">HBHHB", 14, 8, 4, 4, 2) + b"\1\x11\0\2\x11\0"
     with managed_error("NotSupportedException", "a JPEG-LS picture of 2 components is not read"):
         Image.load(io.BytesIO(b"\xff\xd8" + frame + EXAMPLE_FILE[15:])).save(io.BytesIO(), PngOptions())
+
+
+def test_the_memory_of_the_decoder_is_counted() -> None:
+    """Its pixels, and each sample twice in 16 bits, by component and joined, beside the bytes of the file."""
+    picture = smooth(3, 1000, 700)
+    data = saved(image_of(picture), options())
+    limit = LoadOptions()
+    limit.buffer_size_hint = 5
+    image = RasterImage._cast_to(Image.load(io.BytesIO(data), limit)).value
+    with managed_error("ImageLoadException", f"its pixels need {5 * picture.size + len(data)} bytes of memory"):
+        image.get_argb_32_pixel(0, 0)

@@ -10,7 +10,7 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from PIL import ImageCms
-from zelmor.imaging import Image, Rectangle, RotateFlipType
+from zelmor.imaging import DataRecoveryMode, Image, LoadOptions, Rectangle, RotateFlipType
 from zelmor.imaging.fileformats.png import PngColorType, PngFilterType
 from zelmor.imaging.imageloadoptions import PngLoadOptions
 from zelmor.imaging.imageoptions import PngOptions
@@ -169,6 +169,10 @@ def test_an_index_without_a_color_is_damage(tmp_path: Path) -> None:
     (tmp_path / "a.png").write_bytes(to_bytes(png))
     with managed_error("ImageLoadException", "palette"):
         load(tmp_path / "a.png").get_argb_32_pixel(3, 2)
+    options = LoadOptions()
+    options.data_recovery_mode = DataRecoveryMode.MAXIMAL_RECOVER
+    found = raster(Image.load(str(tmp_path / "a.png"), options)).get_argb_32_pixel(3, 2) & 0xFFFFFF
+    assert found == int.from_bytes(png.chunks[b"PLTE"][:3], "big")  # the first color in its place
 
 
 def chunks(names: str) -> bytes:

@@ -222,3 +222,16 @@ def test_a_session_ends_with_its_block() -> None:
                 lambda: session.improve_decomposition(by_hand((1, 1, 5, 5)))):
         with managed_error("ObjectDisposedException"):
             use()
+
+
+def test_strokes_that_are_found_need_no_arguments() -> None:
+    """Without them the settings are those of new ones, which the file of a session shows."""
+    def file(args: AutoMaskingArgs | None) -> bytes:
+        options = AutoMaskingGraphCutOptions()
+        options.calculate_default_strokes, options.feathering_radius, options.args = True, 0, args
+        target = io.BytesIO()
+        ImageMasking(image(PICTURE)).create_session(options).save(target)
+        return target.getvalue()
+
+    assert file(None) == file(AutoMaskingArgs())
+    assert file(None) != file(arguments(precision=0.0))

@@ -9,7 +9,7 @@ import sys
 from typing import Any
 
 import pytest
-from support.control import Control
+from support.control import IMAGING, Control
 from support.places import BUILD_DIR, TESTS
 from support.records import PyStringArg, VariantArg
 
@@ -140,6 +140,8 @@ class TestManagedSide:
         for table, entries in TABLES.items():
             for entry in entries:
                 assert control.callback(table, entry[0])
+            for slot in (-1, len(entries)):
+                assert not control._call("callback", IMAGING, table, slot), table
         with pytest.raises(LookupError):
             control.callback("read", "string", assembly="Some.Other")
 

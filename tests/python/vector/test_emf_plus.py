@@ -160,6 +160,7 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "turned hue": (with_effect(HUE, 120, 0, 0), {(25, 25): GREEN, (55, 25): BLUE, (25, 55): RED, (55, 55): BLACK}),
     "no light": (with_effect(HUE, 0, 0, -100), {(25, 25): BLACK, (55, 25): BLACK}),
     "no saturation": (with_effect(HUE, 0, -100, 0), {(25, 25): 0x808080, (25, 55): 0x808080, (55, 55): BLACK}),
+    "half the saturation": (with_effect(HUE, 0, -50, 0), {(25, 25): 0xBF4040, (55, 25): 0x40BF40, (55, 55): BLACK}),
     "curve of black": (with_effect(CURVE, 7, 2, 255), {(25, 25): RED, (55, 25): BLACK, (25, 55): BLUE}),
     "curve of density": (with_effect(CURVE, 1, 0, -255), {(25, 25): RED, (55, 55): BLACK}),
     "curve of exposure": (with_effect(CURVE, 0, 1, -255), {(25, 25): 0x800000, (55, 25): GREEN}),

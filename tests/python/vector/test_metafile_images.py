@@ -18,7 +18,7 @@ from zelmor.imaging import (Color, Figure, FileFormat, FillMode, Font, GraphicsP
                             SmoothingMode)
 from zelmor.imaging.brushes import LinearGradientBrush, SolidBrush
 from zelmor.imaging.fileformats.emf import EmfImage, EmfRenderMode, MetaObjectList
-from zelmor.imaging.fileformats.emf.emf.records import EmfMetafileHeader, EmfRectangle
+from zelmor.imaging.fileformats.emf.emf.records import EmfGradientFill, EmfMetafileHeader, EmfRectangle
 from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
 from zelmor.imaging.fileformats.wmf import WmfImage, WmfRenderMode
 from zelmor.imaging.fileformats.wmf.consts import WmfMixMode
@@ -30,9 +30,9 @@ from zelmor.imaging.shapes import RectangleShape
 
 from support.drawn_metafiles import BLUE, GREEN, RED, WHITE, color_at, dark, drawn
 from support.image_oracles import managed_error
-from support.metafiles import (NULL_PEN, SIDE, VERSION, bitmap_header, brush, emf, emf_record, floats, font, plus,
-                               plus_object, rows24, select, stretch_dib, text_out, wmf, wmf_brush, wmf_font, wmf_pen,
-                               wmf_record, wmf_select, words)
+from support.metafiles import (BOUNDS, NULL_PEN, SIDE, VERSION, bitmap_header, brush, emf, emf_record, floats, font,
+                               plus, plus_object, rows24, select, stretch_dib, text_out, wmf, wmf_brush, wmf_font,
+                               wmf_pen, wmf_record, wmf_select, words)
 
 FILLED = wmf_pen(0, style=5) + wmf_select(0) + wmf_brush(RED) + wmf_select(1)
 SQUARE = wmf_record(0x0324, 4, 20, 20, 60, 20, 60, 60, 20, 60)
@@ -124,6 +124,21 @@ def test_a_list_of_records_can_be_replaced() -> None:
         assert color_at(drawn(saved(image, EmfOptions())), (40, 40)) == WHITE
         image.records = None
         assert color_at(drawn(saved(image, EmfOptions())), (40, 40)) == WHITE
+
+
+def test_a_list_inside_of_a_record_can_be_taken_away() -> None:
+    corner = struct.Struct("<2i4H").pack
+    record = emf_record(118, BOUNDS + words(2, 1, 0) + corner(10, 10, 0xFF00, 0, 0, 0) + corner(50, 50, *[0] * 4)
+                        + words(0, 1))
+    with load(emf(record)) as image:
+        fill: Any = EmfGradientFill._cast_to(image.records[1]).value
+        assert (fill.n_ver, fill.n_tri) == (2, 1)
+        fill.vertex_data.vertex_objects = fill.vertex_data.vertex_indexes = None
+        file = saved(image, EmfOptions())
+    assert len(file) == len(emf(record)) - 2 * 16 - 8
+    with load(file) as image:
+        fill = EmfGradientFill._cast_to(image.records[1]).value
+        assert (fill.n_ver, fill.n_tri, len(fill.vertex_data.vertex_objects)) == (0, 0, 0)
 
 
 def test_new_images_are_drawn_and_saved() -> None:
@@ -450,6 +465,18 @@ def test_recorded_gradients_and_transparency(recorder: Any) -> None:
     picture = recorded(recorder)
     assert color_at(picture, (2, 20)) >> 16 > 240 and color_at(picture, (93, 20)) & 0xFF > 240
     assert abs((color_at(picture, (50, 70)) & 0xFF) - 127) <= 2
+
+
+def test_recorded_pens_that_are_not_opaque(recorder: Any) -> None:
+    recorder.draw_line(Pen(Color.from_argb(128, 0, 0, 255), 8.0), 10, 10, 80, 10)
+    faint = Pen(Color.from_argb(255, 0, 0, 255), 8.0)
+    faint.opacity = 0.5
+    recorder.draw_line(faint, 10, 30, 80, 30)
+    recorder.draw_line(Pen(LinearGradientBrush(Point(0, 0), Point(SIDE, 0), Color.red, Color.blue), 8.0), 2, 50, 93, 50)
+    picture = recorded(recorder)
+    for y in (10, 30):
+        assert abs((color_at(picture, (50, y)) >> 16) - 127) <= 2 and color_at(picture, (50, y)) & 0xFF == 255
+    assert color_at(picture, (4, 50)) >> 16 > 235 and color_at(picture, (91, 50)) & 0xFF > 235
 
 
 def test_clearing(recorder: Any) -> None:

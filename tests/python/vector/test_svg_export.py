@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import gzip
 import io
+import struct
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 from typing import Any
@@ -19,6 +20,7 @@ from zelmor.imaging.imageoptions import Html5CanvasOptions, MultiPageOptions, Sv
 from support.canvas_scripts import Replay
 from support.drawn_documents import CONTENTS, HEIGHT, WIDTH, difference, document, drawn, rgba
 from support.image_oracles import managed_error, noise
+from support.metafiles import emf, plus, plus_record
 
 SVG = "{http://www.w3.org/2000/svg}"
 
@@ -103,6 +105,16 @@ def test_gray() -> None:
     weighted = drawn(data)[..., :3] @ [0.299, 0.587, 0.114]
     assert np.abs(pixels[..., 0] - weighted).mean() < 1
     assert SvgOptions().color_type == SvgColorMode.RGB
+
+
+def test_a_picture_that_becomes_transparent_again() -> None:
+    """As drawings of EMF+ often begin; what was drawn before cannot be taken away."""
+    square, clear = struct.Struct("<2I4f").pack, struct.pack("<I", 0)
+    red, blue = (plus_record(0x400A, 0x8000, square(color, 1, 10, 10, 50, 50)) for color in
+                 (0xFFFF0000, 0xFF0000FF))
+    assert b"#0000ff" in saved(loaded(emf(plus(plus_record(0x4009, 0, clear), blue))), svg_options())
+    with managed_error("ImageSaveException", "SVG cannot make a part of a picture transparent again"):
+        saved(loaded(emf(plus(red, plus_record(0x4009, 0, clear), blue))), svg_options())
 
 
 @pytest.mark.parametrize("mode", [SvgColorMode.Y_CB_CR, SvgColorMode.CMYK, SvgColorMode.YCCK])

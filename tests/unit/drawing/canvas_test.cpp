@@ -141,11 +141,14 @@ TEST(CanvasTest, RasterOperationsCombineBitByBit) {
 TEST(CanvasTest, CoordinatesTooFarAwayAreRefused) {
     const std::vector<Argb> white(100, 0xFFFFFFFF);
     const auto canvas = backend().canvas({0, 0, 10, 10}, white);
-    for (const double far : {1e30, std::nan(""), double(INFINITY)}) {
+    constexpr double kFarthest = 4194304;
+    for (const double far : {kFarthest, 1e30, std::nan(""), double(INFINITY)}) {
         EXPECT_THROW(canvas->fill({embed::rectangle_contour({0, 0, far, 1})}, FillRule::kAlternate, solid(1), true),
                      DrawError);
     }
     EXPECT_EQ(canvas->pixels(), white);
+    canvas->fill({embed::rectangle_contour({0, 0, kFarthest - 1, 10})}, FillRule::kAlternate, solid(0xFF000000), true);
+    EXPECT_EQ(canvas->pixels(), std::vector<Argb>(100, 0xFF000000));
 }
 
 TEST(CanvasTest, TextIsAsLargeAsItsFont) {

@@ -104,9 +104,13 @@ TEST_F(PartialLoadsTest, AllPixelsArrive) {
 
 TEST_F(PartialLoadsTest, NoPixelsOutsideTheAreaAreDelivered) {
     auto collector = make_ref<Collector>();
-    load("call_000_LoadPartialArgb32Pixels", striped(300, 300), {0, 0, 300, 301}, collector.get());
-    EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
-    EXPECT_TRUE(collector->parts.empty());
+    for (const RectangleValue& area :
+         {RectangleValue{0, 0, 300, 301}, RectangleValue{0, 0, 301, 300}, RectangleValue{0, 0, 0, 5},
+          RectangleValue{0, 0, 5, 0}, RectangleValue{0, 0, -5, 5}}) {
+        load("call_000_LoadPartialArgb32Pixels", striped(300, 300), area, collector.get());
+        EXPECT_EQ(test::take_raised().name, "ArgumentOutOfRangeException");
+        EXPECT_TRUE(collector->parts.empty());
+    }
     load("call_000_LoadPartialArgb32Pixels", striped(3, 3), {0, 0, 3, 3}, nullptr);
     EXPECT_EQ(test::take_raised().name, "ArgumentNullException");
 }

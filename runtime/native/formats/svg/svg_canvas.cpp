@@ -270,8 +270,8 @@ void SvgCanvas::stroke(const Outline& outline, const Stroke& stroke, const Paint
 
 void SvgCanvas::clear(Argb color) {
     if (color >> 24 != 255) {
-        // Nothing takes away what was drawn before, unless it is everything.
-        if (!clips().empty() || in_group()) {
+        // Nothing takes away what was drawn before, unless it is everything or there is nothing yet.
+        if (!m_body.empty() && (!clips().empty() || in_group())) {
             throw DrawError("SVG cannot make a part of a picture transparent again");
         }
         sync_clips();
