@@ -108,8 +108,8 @@ void zelmor_pictures_start(const zelmor_pictures_host* host);
 int32_t zelmor_pictures_find(const char* type, const char* name, const zelmor_pictures_entry** entry);
 
 /* Calls it. `self` is the handle of the instance, or 0. An argument that the member writes to gets its new value. One
- * of numbers or items becomes a list, its kind ZELMOR_PICTURES_OBJECT, where an object has kept that list, or where the
- * call has changed its elements; so does a list whose elements the call has changed. */
+ * of numbers or items that an object has kept, and any list whose elements the call has changed, becomes that list: its
+ * kind is ZELMOR_PICTURES_OBJECT then. */
 int32_t zelmor_pictures_call(const zelmor_pictures_entry* entry, int64_t self, zelmor_pictures_value* arguments,
                              int32_t count, zelmor_pictures_value* result);
 

@@ -20,8 +20,8 @@ from zelmor.imaging.fileformats.webp import WebPFrameBlock, WebPImage
 from zelmor.imaging.imageoptions import (
     ApngOptions, BigTiffOptions, GifOptions, MultiPageOptions, PngOptions, TiffOptions, TimeInterval, WebPOptions)
 
+from support.control import Control
 from support.image_oracles import Pixels, managed_error, noise, raster, worst, write
-from support.runtimes import embedded_only
 
 SIZES = [(30, 20), (7, 41), (50, 3)]
 
@@ -190,9 +190,9 @@ def test_frames_end_with_their_image(tmp_path: Path) -> None:
     assert worst(shown(taken), pages()[0]) == 0
 
 
-@embedded_only("objects of .NET live until its collector runs")
-def test_frames_outlive_a_forgotten_image(tmp_path: Path) -> None:
+def test_frames_outlive_a_forgotten_image(control: Control, tmp_path: Path) -> None:
     frame = cast(TiffImage, Image.load(write_tiff(tmp_path / "a.tif", pages()))).frames[2]
+    control.settle()
     assert frame.container is None
     assert worst(shown(frame), pages()[2]) == 0
 

@@ -17,7 +17,6 @@ import pytest
 
 from support.pictures import write_png
 from support.places import PROGRAMS, TESTS
-from support.runtimes import embedded_only
 
 PROGRAM = PROGRAMS / "streams_in_use.py"
 JOINED = ["joined stream", "owning joined stream"]
@@ -50,13 +49,8 @@ def attempts(subject: str, meddling: str, directory: Path) -> dict[str, tuple[st
     return found
 
 
-#: The mark of what needs the stream behind an image.
-OF_IMAGE = embedded_only("the stream behind an image is not shown on .NET")
-
-
 @pytest.mark.parametrize("meddling", ["disposing", "disposing in a thread"])
-@pytest.mark.parametrize("subject", [pytest.param(subject, marks=OF_IMAGE) if subject == "image" else
-                                     subject for subject in SUBJECTS])
+@pytest.mark.parametrize("subject", SUBJECTS)
 def test_it_is_disposed_of(tmp_path: Path, subject: str, meddling: str) -> None:
     found = attempts(subject, meddling, tmp_path)
     assert sum(len(outcomes) for _, outcomes in found.values()) > (1 if subject == "image" else 3)
