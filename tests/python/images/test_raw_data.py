@@ -18,6 +18,7 @@ from zelmor.imaging.sources import StreamSource
 
 from support.child import run_child
 from support.image_oracles import HEIGHT, WIDTH, Pixels, few_colors, load, managed_error, noise, pixels, worst, write
+from support.runtimes import embedded_only
 from support.tiff_files import BLACK_IS_ZERO, RGB, Form, tiff_bytes
 
 ALL = (0, 0, WIDTH, HEIGHT)
@@ -314,6 +315,7 @@ def layout_of(kind: str) -> PixelDataFormat:
 KINDS = ("L", "RGB", "RGBA", "CMYK")
 
 
+@embedded_only("the bytes that Python gives are copied into an array of .NET")
 @pytest.mark.parametrize("kind", KINDS)
 def test_a_new_picture_takes_memory_when_it_is_written_to(kind: str) -> None:
     """Of 16 million pixels, one is written; then all are, and each takes its memory once."""
