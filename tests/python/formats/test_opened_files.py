@@ -21,6 +21,9 @@ from zelmor.imaging import FileFormat, Image, ImageLoadersRegistry
 
 from support.format_samples import PLAIN, WITH_REFERENCES
 from support.places import BUILD_DIR, FOLDERS
+from support.runtimes import embedded_only
+
+pytestmark = embedded_only("a forked child does not call .NET")
 
 PROGRAM = """
 import os, sys, traceback
