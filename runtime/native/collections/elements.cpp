@@ -44,8 +44,12 @@ const ElementType& variant_element() {
 
 const ElementType& element_of(Wire wire, std::string_view type_name) {
     const auto matches = [&](const ElementType& element) {
-        // Without a name it is the plain type, none of the enumerations that cross like it.
-        return element.wire == wire && (type_name.empty() ? element.type_index == kNoType : type_name == element.name);
+        if (element.wire != wire) {
+            return false;
+        }
+        // A number without a name is none of the enumerations that cross like it.
+        const TypeInfo* type = element.type();
+        return type_name.empty() ? type == nullptr || type->kind != TypeKind::kEnum : type_name == element.name;
     };
     for (const auto& element : elements()) {
         if (matches(element)) {
