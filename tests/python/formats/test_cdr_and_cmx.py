@@ -21,15 +21,17 @@ from zelmor.imaging.fileformats.cdr.objects import (
     CdrVersion)
 from zelmor.imaging.fileformats.cmx import CmxImage, CmxImagePage
 from zelmor.imaging.fileformats.cmx.objectmodel import CmxObject
-from zelmor.imaging.fileformats.cmx.objectmodel.enums import ColorModels, FillTypes, PathJumpTypes
-from zelmor.imaging.fileformats.cmx.objectmodel.specs import CmxEllipseSpec, CmxPathSpec, CmxRectangleSpec
+from zelmor.imaging.fileformats.cmx.objectmodel.enums import (CapsTypes, ColorModels, FillTypes, GradientTypes,
+                                                              JoinTypes, LineTypes, PathJumpTypes)
+from zelmor.imaging.fileformats.cmx.objectmodel.specs import (CmxEllipseSpec, CmxImageSpec, CmxPathSpec,
+                                                              CmxRectangleSpec)
 from zelmor.imaging.imageoptions import CdrRasterizationOptions, PngOptions
 
 from support.image_oracles import managed_error
 from support.office_files import (
-    cast, cdr, cdr_arrow, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_gradient, cdr_pattern, cdr_picture,
-    cdr_picture_shape, cdr_rectangle, cdr_text,
-    cdr_tiles, chunk, cmx, cmx_curve, cmx_ellipse, cmx_rectangle)
+    CMX_END, cast, cdr, cdr_arrow, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_gradient, cdr_pattern, cdr_picture,
+    cdr_picture_shape, cdr_rectangle, cdr_text, cdr_tiles, chunk, cmx, cmx_command, cmx_curve, cmx_ellipse, cmx_part,
+    cmx_raster, cmx_rectangle, long_cmx, long_length)
 
 TRIANGLE = [(-0.1, -0.1), (0.1, -0.1), (0.0, 0.2)]
 CDR = cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1) + cdr_ellipse(0.25, -0.125, 0.5, 0.25, 1) + cdr_curve(TRIANGLE, 1))
@@ -259,13 +261,124 @@ def test_the_document_of_a_cmx_file() -> None:
     assert points[2].is_closed_path
 
 
+def shape_of(data: bytes) -> CmxObject:
+    shape, = cast(CmxImage, Image.load(io.BytesIO(data))).document.pages[0].layers[0].elements
+    return cast(CmxObject, shape)
+
+
+#: A rectangle, behind its attributes.
+PLACE = struct.pack("<5hh", 0, 0, 1500, 500, 0, 900)
+#: Outline 1: color 2, line style 1, pen 1, dashes 1.
+OUTLINES = ((b"rotl", struct.pack("<H6H", 1, 1, 0, 2, 0, 1, 1)), (b"rott", struct.pack("<HBB", 1, 4, 0x21)),
+            (b"rpen", struct.pack("<HhHhHH", 1, 100, 200, 300, 0, 1)), (b"rdot", struct.pack("<HHHH", 1, 2, 3, 1)))
+FOUNTAIN = struct.pack("<H3HhHhhHHH4H", 2, 1, 7, 10, 450, 0, 3, 4, 64, 1, 2, 1, 0, 2, 100)
+
+
+def test_the_fountain_fills_and_outlines_of_cmx(tmp_path: Path) -> None:
+    data = cmx(cmx_command(68, b"\3" + FOUNTAIN + struct.pack("<H", 1) + PLACE), tables=OUTLINES)
+    shape = shape_of(data)
+    fill, gradient = shape.fill_style, shape.fill_style.gradient
+    assert fill.fill_type == FillTypes.FOUNTAIN and gradient.type == GradientTypes.LINEAR
+    assert (gradient.screen, gradient.edge_offset, gradient.angle, gradient.steps, gradient.mode) == (7, 10, 45, 64, 1)
+    assert (gradient.center_x_offset, gradient.center_y_offset) == (3, 4)
+    assert [color.value for color in gradient.colors] == [0xFF0000, 0x0000FF] and list(gradient.offsets) == [0, 1]
+    assert (fill.color1.value, fill.color2.value) == (0xFF0000, 0x0000FF)
+    outline = shape.outline
+    assert (outline.line_type, outline.caps_type, outline.join_type) == (
+        LineTypes.DASHED, CapsTypes.ROUND, JoinTypes.BEVELED_CORNERS)
+    assert (round(outline.line_width, 6), outline.stretch, outline.angle) == (0.1, 2, 30)
+    assert (outline.color.value, list(outline.stroke)) == (0x0000FF, [3, 1])
+    assert cast(CmxRectangleSpec, shape.object_spec).angle == 90
+    # The library that draws sees the same fill: both colors, and others between them.
+    page = drawn(Image.load(io.BytesIO(cmx(cmx_command(68, b"\1" + FOUNTAIN + PLACE[:-2] + b"\0\0")))), tmp_path)
+    shown = page[40:56, 60:130].reshape(-1, 3)
+    assert (shown[:, 0] > 150).any() and (shown[:, 2] > 150).any() and len({tuple(color) for color in shown}) > 8
+
+
+def test_the_same_in_a_file_with_long_numbers() -> None:
+    base = struct.pack("<3HiiiHHHH", 3, 7, 10, 45000000, 3, 4, 64, 1, 5, 6)
+    fountain = cmx_part(1, base) + cmx_part(2, struct.pack("<H4H", 2, 1, 0, 2, 50)) + CMX_END
+    attributes = b"\3" + cmx_part(1, struct.pack("<H", 2) + fountain) + CMX_END
+    attributes += cmx_part(1, struct.pack("<H", 1)) + CMX_END
+    place = b"".join(map(long_length, (0, 0, 1.5, 0.5, 0))) + struct.pack("<i", 90000000)
+    outlines = (b"rotl", struct.pack("<H", 1) + cmx_part(1, struct.pack("<6H", 0, 0, 2, 0, 1, 0)) + CMX_END)
+    matrix = struct.pack("<H6d", 2, 0, 3, -3, 0, 254000, 0)
+    pen = long_length(0.1) + struct.pack("<Hi", 100, 0) + matrix
+    pens = (b"rpen", struct.pack("<H", 1) + cmx_part(1, pen) + CMX_END)
+    data = long_cmx(cmx_command(68, cmx_part(1, attributes) + cmx_part(2, place) + CMX_END), tables=(outlines, pens))
+    shape = shape_of(data)
+    gradient = shape.fill_style.gradient
+    assert gradient.type == GradientTypes.CONICAL and (gradient.rate_method, gradient.rate_value) == (5, 6)
+    assert (gradient.angle, gradient.center_x_offset, gradient.center_y_offset) == (45, 3, 4)
+    assert [color.value for color in gradient.colors] == [0xFF0000, 0x0000FF] and list(gradient.offsets) == [0, 0.5]
+    assert (shape.outline.color.value, round(shape.outline.line_width, 6)) == (0x0000FF, 0.3)
+    spec = cast(CmxRectangleSpec, shape.object_spec)
+    assert (spec.width, spec.height, spec.angle) == (1.5, 0.5, 90)
+
+
+TILES = struct.pack("<7H", 1, 500, 250, 25, 50, 75, 0)
+ROWS = b"\xaa\0\0\0\x55\0\0\0"
+BMP = b"BM" + struct.pack("<III", 70, 0, 62) + struct.pack("<IIIHHII16x", 40, 8, 2, 1, 1, 0, 8) + bytes(8) + ROWS
+TEXTURE = TILES + bytes(8 + 7) + 3 * (struct.pack("<H", 2) + b"ab") + struct.pack("<H4H", 1, 1, 2, 3, 4)
+
+
+@pytest.mark.parametrize(("kind", "data", "expected"), [
+    (7, TILES + struct.pack("<3H", 1, 2, 0), FillTypes.TWO_COLOR_PATTERN),
+    (8, TILES + struct.pack("<3H", 1, 2, 0), FillTypes.TWO_COLOR_PATTERN),
+    (9, TILES + bytes(8), FillTypes.IMPORTED_BITMAP), (10, TILES + bytes(8), FillTypes.FULL_COLOR_PATTERN),
+    (11, TEXTURE, FillTypes.TEXTURE)])
+def test_the_tiles_of_cmx(kind: int, data: bytes, expected: FillTypes) -> None:
+    glass = struct.pack("<BBHHH", 1, 0, 500, 0, 0)
+    shape = shape_of(cmx(cmx_command(68, b"\5" + struct.pack("<H", kind) + data + glass + PLACE), patterns=[BMP]))
+    fill, tiles = shape.fill_style, shape.fill_style.image_fill
+    assert fill.fill_type == expected and not tiles.is_relative
+    assert (tiles.pattern_width, tiles.pattern_height) == (0.5, 0.25)
+    assert (tiles.tile_offset_x, tiles.tile_offset_y, tiles.rcp_offset) == (0.25, 0.5, 0.75)
+    pattern, = tiles.images
+    assert (pattern.width, pattern.height, pattern.bits_per_pixel, pattern.bytes_per_line) == (8, 2, 1, 4)
+    assert bytes(pattern.raw_data) == ROWS and len(bytes(pattern.color_palette)) == 8
+    assert cast(CmxRectangleSpec, shape.object_spec).width == 1.5
+    if kind < 9:
+        assert (fill.color1.value, fill.color2.value) == (0xFF0000, 0x0000FF)
+
+
+def test_a_postscript_fill_of_cmx() -> None:
+    fill = struct.pack("<HIH2HH", 6, 1, 2, 3, 4, 5) + b"Bars "
+    shape = shape_of(cmx(cmx_command(68, b"\1" + fill + PLACE)))
+    assert shape.fill_style.fill_type == FillTypes.POSTSCRIPT
+    assert cast(CmxRectangleSpec, shape.object_spec).width == 1.5
+
+
+def test_the_pictures_of_cmx() -> None:
+    rows = bytes([0, 1, 0, 0, 1, 0, 1, 0])
+    place = struct.pack("<8h", -500, -250, 500, 250, 0, 0, 100, 50) + struct.pack("<H6d", 2, 1, 2, 3, 4, 1000, 2000)
+    data = cmx(cmx_command(69, b"\0" + place + struct.pack("<HH", 5, 1)),
+               pictures=[cmx_raster(bytes(range(6)), 3, 2, rows)])
+    spec = cast(CmxImageSpec, shape_of(data).object_spec)
+    assert (spec.bound_box.x, spec.bound_box.width, spec.image_type) == (-0.5, 1, 5)
+    assert round(spec.crop_box.height, 6) == 0.05
+    assert list(spec.matrix.elements) == [1, 2, 3, 4, 1, 2]
+    picture, = spec.images
+    assert (picture.width, picture.height, picture.bits_per_pixel, picture.bytes_per_line) == (3, 2, 8, 4)
+    assert (picture.color_model, picture.type, picture.compression) == (3, 1, 0)
+    assert bytes(picture.color_palette) == bytes(range(6)) and bytes(picture.raw_data) == rows
+    assert picture.size == picture.compressed_size > 70
+    missing = cmx(cmx_command(69, b"\0" + place + struct.pack("<HH", 5, 2)))
+    assert list(cast(CmxImageSpec, shape_of(missing).object_spec).images) == []
+
+
 @pytest.mark.parametrize(("data", "name"), [(CDR, "CDR"), (CMX, "CMX")], ids=["cdr", "cmx"])
 def test_a_file_that_is_cut_is_damaged(data: bytes, name: str) -> None:
     with managed_error("ImageLoadException", f"the {name}"):
         Image.load(io.BytesIO(data[:120]))
 
 
-@pytest.mark.parametrize("good", [CDR, CMX], ids=["cdr", "cmx"])
+RICH_CMX = cmx(cmx_command(68, b"\3" + FOUNTAIN + struct.pack("<H", 1) + PLACE) + cmx_command(
+    68, b"\1" + struct.pack("<H", 11) + TEXTURE + PLACE) + cmx_command(69, bytes(19) + struct.pack("<HH", 5, 1)),
+    tables=OUTLINES, patterns=[BMP], pictures=[cmx_raster(bytes(6), 3, 2, bytes(8))])
+
+
+@pytest.mark.parametrize("good", [CDR, CMX, RICH_CMX], ids=["cdr", "cmx", "rich cmx"])
 def test_damaged_files_end(good: bytes, tmp_path: Path) -> None:
     chance = random.Random(7)
     outcomes = set()

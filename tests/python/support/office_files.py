@@ -220,8 +220,22 @@ def cmx_curve(points: list[tuple[float, float]], color: int) -> bytes:
     return cmx_shape(67, color, data + bytes([0] + [0x40] * (len(points) - 2) + [0x48]))
 
 
-def cmx(*pages: bytes, colors: Any = ((255, 0, 0), (0, 0, 255)), width: float = 2, height: float = 1) -> bytes:
-    """A file of pages around the origin, each with one layer."""
+def cmx_picture_list(data: bytes) -> bytes:
+    """The chunk of a picture or a pattern."""
+    return listed(b"imag", chunk(b"info", struct.pack("<HHII", 1, 0, len(data), len(data))), chunk(b"data", data))
+
+
+def cmx_raster(colors: bytes, width: int, height: int, rows: bytes) -> bytes:
+    """A picture of 8 bits with a palette, as CDR files have it."""
+    data = b"RI" + struct.pack("<I8xI4xII4xIII32x", 0, 3, width, height, 8, len(rows) // height, len(rows))
+    return data + struct.pack("<2xH", len(colors) // 3) + colors + rows
+
+
+def cmx(*pages: bytes, colors: Any = ((255, 0, 0), (0, 0, 255)), width: float = 2, height: float = 1,
+        tables: Any = (), patterns: Any = (), pictures: Any = ()) -> bytes:
+    """A file of pages around the origin, each with one layer.
+
+    `tables` are further chunks by their names, patterns and pictures the data of such."""
     box = b"".join(map(short_length, (-width / 2, -height / 2, width / 2, height / 2)))
     header = b"{Corel Binary Meta File}".ljust(32, b"\0") + b"Windows 3.1".ljust(16, b"\0") + b"2\0\0\0" + b"2\0"
     header += b"1\0\0\0" + b"0\0\0\0" + struct.pack("<Hd", 64, 1.0) + bytes(12) + b"\xff" * 12 + box
@@ -231,17 +245,63 @@ def cmx(*pages: bytes, colors: Any = ((255, 0, 0), (0, 0, 255)), width: float = 
         commands = cmx_command(9, struct.pack("<HI", number, 0) + box + bytes(8))
         commands += cmx_command(11, struct.pack("<HHII", number, 1, 0, 3) + struct.pack("<H", 5) + b"lines")
         parts.append((b"page", commands + page + cmx_command(12) + cmx_command(10)))
+    parts[2:2] = tables
+    first_page = len(parts) - len(pages)
     places, at = [], 12
     for part in parts:
         places.append(at)
         at += len(chunk(*part))
+    lists = b""
+    found: list[list[int]] = []
+    for group in (patterns, pictures):
+        found.append([])
+        for data in group:
+            found[-1].append(at + len(lists))
+            lists += cmx_picture_list(data)
+    at += len(lists)
+    index_tables = chunk(b"ixtl", struct.pack("<HH", len(patterns), 5) + struct.pack(f"<{len(patterns)}I", *found[0]))
+    index_tables += chunk(b"ixef", struct.pack("<H", len(pictures)) + b"".join(
+        struct.pack("<IH", place, 0x11) for place in found[1]))
+    at += len(index_tables)
     index = struct.pack("<H", len(pages))
-    for place in places[2:]:
+    for place in places[first_page:]:
         index += struct.pack("<IIII", place, *[0xFFFFFFFF] * 3)
     parts.append((b"ixpg", index))
-    tables = struct.pack("<HHHHIHI", 1, 18, 2, 21, places[1], 2, at)
+    master = struct.pack("<HHHHIHI", 1, 18, 2, 21, places[1], 2, at)
     at += len(chunk(*parts[-1]))
-    parts.append((b"ixmr", tables))
+    parts.append((b"ixmr", master))
+    parts[0] = (b"cont", header[:84] + struct.pack("<I", at) + header[88:])
+    body = b"".join(chunk(*part) for part in parts[:-2]) + lists + index_tables
+    return riff(b"CMX1", body + b"".join(chunk(*part) for part in parts[-2:]))
+
+
+def cmx_part(number: int, data: bytes, size: str = "<H") -> bytes:
+    """A part of a file with numbers of 32 bits."""
+    head = bytes([number])
+    return head + struct.pack(size, len(head) + struct.calcsize(size) + len(data)) + data
+
+
+CMX_END = b"\xff"  # of parts
+
+
+def long_cmx(shapes: bytes, colors: Any = ((255, 0, 0), (0, 0, 255)), tables: Any = ()) -> bytes:
+    """A file with numbers of 32 bits in tagged parts: one page of two by one inches, with one layer."""
+    box = b"".join(map(long_length, (-1, -0.5, 1, 0.5)))
+    header = b"{Corel Binary Meta File}".ljust(32, b"\0") + b"Windows 3.1".ljust(16, b"\0") + b"2\0\0\0" + b"4\0"
+    header += b"2\0\0\0" + b"0\0\0\0" + struct.pack("<Hd", 64, 1.0) + bytes(12) + b"\xff" * 12 + box
+    palette = b"".join(cmx_part(1, bytes((5, 0))) + cmx_part(2, bytes(c)) + CMX_END for c in colors)
+    page = cmx_command(9, cmx_part(1, struct.pack("<HI", 1, 0) + box + bytes(8)) + CMX_END)
+    page += cmx_command(11, cmx_part(1, struct.pack("<HHIIH", 1, 1, 0, 3, 5) + b"lines") + CMX_END)
+    page += shapes + cmx_command(12) + cmx_command(10)
+    parts = [(b"cont", header), (b"rclr", struct.pack("<H", len(colors)) + palette), *tables, (b"page", page)]
+    places, at = [], 12
+    for part in parts:
+        places.append(at)
+        at += len(chunk(*part))
+    parts.append((b"ixpg", struct.pack("<HHIIII", 1, 18, places[-1], *[0xFFFFFFFF] * 3)))
+    master = struct.pack("<HHHHIHI", 1, 18, 2, 21, places[1], 2, at)
+    at += len(chunk(*parts[-1]))
+    parts.append((b"ixmr", master))
     parts[0] = (b"cont", header[:84] + struct.pack("<I", at) + header[88:])
     return riff(b"CMX1", b"".join(chunk(*part) for part in parts))
 
