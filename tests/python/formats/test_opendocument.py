@@ -402,6 +402,39 @@ def test_a_sphere_is_round_and_lit(tmp_path: Path) -> None:
     assert page[30, 30, 0] > 245 and 60 < page[30, 13, 0] < 200 and is_white(page, 12, 12)
 
 
+BALL = '<dr3d:sphere draw:style-name="s" dr3d:center="(0 0 0)" dr3d:size="(40 40 40)"/>'
+
+
+@pytest.mark.parametrize("mode", ["gouraud", "phong", ""])
+def test_a_curved_surface_is_shaded_without_steps(mode: str, tmp_path: Path) -> None:
+    """Each place is as bright as the ball there is turned to the light."""
+    page = drawn(odg(scene(BALL, f'dr3d:shade-mode="{mode}"' if mode else ""), styles=SOLID), tmp_path).astype(int)
+    y, x = np.mgrid[0:page.shape[0], 0:page.shape[1]]
+    away = ((x + 0.5 - 30)**2 + (y + 0.5 - 30)**2) / 20**2
+    inside = away < 0.7**2  # further out a pixel is many levels
+    expected = 255 * np.sqrt(1 - np.where(inside, away, 0))
+    assert np.abs(page[..., 0] - expected)[inside].max() < 8 and page[inside][:, 1].max() < 3
+    assert np.abs(np.diff(page[30, 20:40, 0])).max() < 10
+
+
+@pytest.mark.parametrize(("mode", "kind"), [("flat", "object"), ("draft", "object"), ("gouraud", "flat")])
+def test_faces_of_one_color_each(mode: str, kind: str, tmp_path: Path) -> None:
+    style = SOLID.replace("dr3d:depth", f'dr3d:normals-kind="{kind}" dr3d:horizontal-segments="8" '
+                          'dr3d:vertical-segments="8" dr3d:depth')
+    page = drawn(odg(scene(BALL, f'dr3d:shade-mode="{mode}"'), styles=style), tmp_path)
+    assert len(np.unique(page[22:38, 22:38, 0])) <= 8
+
+
+def test_corners_of_curved_surfaces_stay_sharp(tmp_path: Path) -> None:
+    """A cylinder of sixteen sides: its end has one color, and its side none that it shares with another place."""
+    turn = 'dr3d:transform="rotatex (1.5707963)"'
+    corners = " L".join(f"{20 * np.cos(i * np.pi / 8)} {20 * np.sin(i * np.pi / 8)}" for i in range(16))
+    shape = (f'<dr3d:extrude draw:style-name="s" svg:viewBox="0 0 40 40" svg:d="M{corners}Z"/>')
+    assert len(np.unique(drawn(odg(scene(shape), styles=SOLID), tmp_path)[25:35, 25:35, 0])) == 1
+    side = drawn(odg(scene(shape, turn), styles=SOLID), tmp_path).astype(int)[30, 12:48, 0]
+    assert np.abs(np.diff(side)).max() < 40 and len(np.unique(side)) > 15 and side.max() > 245
+
+
 def test_an_outline_is_extruded_with_its_holes(tmp_path: Path) -> None:
     """Its y points up."""
     shape = ('<dr3d:extrude draw:style-name="s" svg:viewBox="0 0 40 40" '

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "runtime/native/behaviors/drawing/outlines.h"
-#include "runtime/native/formats/opendocument/od_space.h"
+#include "runtime/native/formats/opendocument/od_shading.h"
 #include "runtime/native/formats/opendocument/od_values.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -44,17 +44,12 @@ struct Surface {
     double opacity = 1;
     bool filled = true;
     bool stroked = false;
+    bool curved = true;  // faces that meet at a blunt angle are parts of one surface
     Argb line = 0xFF000000;
     double line_width = 0;
 };
 
-// A part of a plane: an outline and its holes.
-struct Face {
-    std::vector<std::vector<Point3>> contours;
-    Point3 normal;
-    size_t surface = 0;
-    double distance = 0;
-};
+using Face = OdFace;
 
 struct Light {
     Color3 color;
@@ -98,6 +93,7 @@ class Scene {
             return;
         }
         take_lights(scene);
+        take_shading(scene);
         for (Face& face : m_faces) {
             double sum = 0;
             for (const Point3& corner : face.contours[0]) {
@@ -125,6 +121,7 @@ class Scene {
         surface.shininess = od_percent(get("dr3d:shininess")).value_or(kUsualShininess);
         surface.opacity = std::clamp(od_percent(get("draw:opacity")).value_or(1), 0.0, 1.0);
         surface.filled = get("draw:fill") != "none";
+        surface.curved = get("dr3d:normals-kind") != "flat";
         surface.stroked = OdPainter(m_target, style).has_stroke();
         surface.line = od_color(get("svg:stroke-color")).value_or(0xFF000000);
         surface.line_width = od_length(get("svg:stroke-width"), 0);
@@ -330,11 +327,25 @@ class Scene {
         }
     }
 
-    Argb lit(const Face& face) const {
-        const Surface& surface = m_surfaces[face.surface];
-        // The side that is seen.
+    void take_shading(const OdNode& scene) {
+        const std::string_view mode = scene.get("dr3d:shade-mode");
+        if (mode == "flat" || mode == "draft") {
+            return;
+        }
+        m_exact = mode == "phong";
+        add_corner_normals(m_faces, [&](size_t index) {
+            const Surface& surface = m_surfaces[index];
+            return surface.curved && surface.filled && surface.opacity >= 1;
+        });
+    }
+
+    // Whether the side is seen from which the normal points away.
+    bool is_back(const Face& face) const {
         const Point3 to_eye = m_parallel ? m_back : m_eye - face.contours[0][0];
-        const Point3 normal = face.normal.dot(to_eye) < 0 ? face.normal * -1 : face.normal;
+        return face.normal.dot(to_eye) < 0;
+    }
+
+    Color3 lit(const Surface& surface, const Point3& normal) const {
         Color3 color = surface.emissive;
         for (size_t i = 0; i < color.size(); i++) {
             color[i] += surface.color[i] * m_ambient[i];
@@ -354,42 +365,94 @@ class Scene {
                 color[i] += surface.color[i] * light.color[i] * cosine + surface.specular[i] * shine;
             }
         }
+        for (double& part : color) {
+            part = std::clamp(part, 0.0, 1.0);
+        }
+        return color;
+    }
+
+    static Argb argb_of(const Color3& color) {
         Argb result = 0xFF;
         for (const double part : color) {
-            result = result << 8 | static_cast<Argb>(std::lround(255 * std::clamp(part, 0.0, 1.0)));
+            result = result << 8 | static_cast<Argb>(std::lround(255 * part));
         }
         return result;
+    }
+
+    // A face of a curved surface, in parts of one color that are hardly told apart.
+    void draw_curved(const Face& face, const Affine& map) {
+        const Surface& surface = m_surfaces[face.surface];
+        const double side = is_back(face) ? -1 : 1;
+        std::array<Color3, 4> colors;
+        double difference = 0;
+        for (size_t i = 0; i < colors.size(); ++i) {
+            colors[i] = lit(surface, face.corner_normals[i] * side);
+            for (size_t part = 0; part < 3; ++part) {
+                difference = std::max(difference, std::abs(colors[i][part] - colors[0][part]));
+            }
+        }
+        constexpr double kToldApart = 3 / 255.0;
+        constexpr int kMostSteps = 8;
+        const int steps = std::clamp(static_cast<int>(std::ceil(difference / kToldApart)), m_exact ? 2 : 1, kMostSteps);
+        const std::vector<Point3>& normals = face.corner_normals;
+        for_facets(face, steps, [&](const OdFacet& facet) {
+            Color3 color;
+            if (m_exact) {
+                const Point3 normal =
+                    between(normals[0], normals[1], normals[2], normals[3], facet.across, facet.down);
+                color = lit(surface, normal.normalized() * side);
+            } else {
+                for (size_t part = 0; part < color.size(); ++part) {
+                    color[part] = between(colors[0][part], colors[1][part], colors[2][part], colors[3][part],
+                                          facet.across, facet.down);
+                }
+            }
+            fill({polygon_contour(shown(facet.corners, map), true)}, argb_of(color), true);
+        });
+    }
+
+    std::vector<PointD> shown(std::span<const Point3> corners, const Affine& map) const {
+        std::vector<PointD> points;
+        for (const Point3& corner : corners) {
+            points.push_back(map.apply(m_view.apply(projected(corner))));
+        }
+        return points;
+    }
+
+    void fill(const Outline& outline, Argb color, bool grown) {
+        drawwork::Paint paint;
+        paint.color = color;
+        m_target.canvas.fill(outline, FillRule::kAlternate, paint, m_target.smooth);
+        if (grown && m_target.smooth) {
+            drawwork::Stroke pen;
+            pen.join = drawwork::StrokeJoin::kBevel;
+            pen.width = kOverlap;
+            m_target.canvas.stroke(outline, pen, paint, true);
+        }
     }
 
     void draw_face(const Face& face, const Affine& map) {
         Outline outline;
         for (const auto& contour : face.contours) {
-            std::vector<PointD> corners;
-            for (const Point3& corner : contour) {
-                corners.push_back(map.apply(m_view.apply(projected(corner))));
-            }
-            outline.push_back(polygon_contour(corners, true));
+            outline.push_back(polygon_contour(shown(contour, map), true));
         }
         const Surface& surface = m_surfaces[face.surface];
-        drawwork::Canvas& canvas = m_target.canvas;
-        drawwork::Paint paint;
-        drawwork::Stroke pen;
-        pen.join = drawwork::StrokeJoin::kBevel;
-        if (surface.filled && surface.opacity > 0) {
-            paint.color = lit(face);
+        if (!face.corner_normals.empty()) {
+            draw_curved(face, map);
+        } else if (surface.filled && surface.opacity > 0) {
+            Argb color = argb_of(lit(surface, face.normal * (is_back(face) ? -1 : 1)));
             if (surface.opacity < 1) {
-                paint.color = (paint.color & 0xFFFFFF) | static_cast<Argb>(std::lround(255 * surface.opacity)) << 24;
+                color = (color & 0xFFFFFF) | static_cast<Argb>(std::lround(255 * surface.opacity)) << 24;
             }
-            canvas.fill(outline, FillRule::kAlternate, paint, m_target.smooth);
-            if (surface.opacity >= 1 && m_target.smooth && !surface.stroked) {
-                pen.width = kOverlap;
-                canvas.stroke(outline, pen, paint, true);
-            }
+            fill(outline, color, surface.opacity >= 1 && !surface.stroked);
         }
         if (surface.stroked) {
+            drawwork::Paint paint;
+            drawwork::Stroke pen;
+            pen.join = drawwork::StrokeJoin::kBevel;
             paint.color = surface.line;
             pen.width = std::max(1.0, surface.line_width * map.mean_scale());
-            canvas.stroke(outline, pen, paint, m_target.smooth);
+            m_target.canvas.stroke(outline, pen, paint, m_target.smooth);
         }
     }
 
@@ -404,6 +467,7 @@ class Scene {
     Point3 m_least, m_most;
     Point3 m_eye, m_back, m_right, m_up;
     bool m_parallel = false;
+    bool m_exact = false;  // each part of a curved face is lit by itself, not its corners alone
     Affine m_view;
 };
 
