@@ -405,15 +405,15 @@ def test_a_sphere_is_round_and_lit(tmp_path: Path) -> None:
 BALL = '<dr3d:sphere draw:style-name="s" dr3d:center="(0 0 0)" dr3d:size="(40 40 40)"/>'
 
 
-@pytest.mark.parametrize("mode", ["gouraud", "phong", ""])
-def test_a_curved_surface_is_shaded_without_steps(mode: str, tmp_path: Path) -> None:
-    """Each place is as bright as the ball there is turned to the light."""
+@pytest.mark.parametrize(("mode", "most"), [("gouraud", 10), ("phong", 7), ("", 10)])
+def test_a_curved_surface_is_shaded_without_steps(mode: str, most: int, tmp_path: Path) -> None:
+    """Each place is as bright as the ball there is turned to the light; means of the corners' colors are darker."""
     page = drawn(odg(scene(BALL, f'dr3d:shade-mode="{mode}"' if mode else ""), styles=SOLID), tmp_path).astype(int)
     y, x = np.mgrid[0:page.shape[0], 0:page.shape[1]]
     away = ((x + 0.5 - 30)**2 + (y + 0.5 - 30)**2) / 20**2
     inside = away < 0.7**2  # further out a pixel is many levels
     expected = 255 * np.sqrt(1 - np.where(inside, away, 0))
-    assert np.abs(page[..., 0] - expected)[inside].max() < 8 and page[inside][:, 1].max() < 3
+    assert np.abs(page[..., 0] - expected)[inside].max() < most and page[inside][:, 1].max() < 3
     assert np.abs(np.diff(page[30, 20:40, 0])).max() < 10
 
 

@@ -187,9 +187,8 @@ Value CmxPictures::array_of(const std::map<uint32_t, const RiffChunk*>& numbered
     if (const auto found = numbered.find(number); found != numbered.end()) {
         pictures.emplace_back(picture_of(*found->second));
     }
-    return Ref<ManagedObject>(make_ref<ValueList>(ListShape::kArray,
-                                                  element_of(Wire::kClass, cmx_specs::CmxRasterImage::kType.name),
-                                                  std::move(pictures)));
+    return Ref<ManagedObject>(make_ref<ValueList>(
+        ListShape::kArray, element_of(Wire::kClass, cmx_specs::CmxRasterImage::kType.name), std::move(pictures)));
 }
 
 }  // namespace zelmor::embed

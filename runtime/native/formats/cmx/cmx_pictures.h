@@ -21,7 +21,8 @@ class CmxPictures {
     Value pattern(uint16_t number) const { return array_of(m_patterns, number); }
 
  private:
-    using Places = std::map<uint32_t, const imagework::RiffChunk*>;  // of lists of a picture, by their place in the file
+    using Places =
+        std::map<uint32_t, const imagework::RiffChunk*>;  // of lists of a picture, by their place in the file
 
     Value array_of(const std::map<uint32_t, const imagework::RiffChunk*>& numbered, uint16_t number) const;
     Ref<ManagedObject> picture_of(const imagework::RiffChunk& list) const;

@@ -205,9 +205,10 @@ Ref<ManagedObject> CmxStyles::gradient(CmxNumbers& in) const {
             }
         }
     });
-    set_property(*made, "Colors",
-                 Ref<ManagedObject>(make_ref<ValueList>(
-                     ListShape::kArray, element_of(Wire::kClass, cmx_styles::CmxColor::kType.name), std::move(colors))));
+    set_property(
+        *made, "Colors",
+        Ref<ManagedObject>(make_ref<ValueList>(
+            ListShape::kArray, element_of(Wire::kClass, cmx_styles::CmxColor::kType.name), std::move(colors))));
     set_property(*made, "Offsets", Ref<ManagedObject>(make_array<float>(std::move(offsets))));
     return made;
 }

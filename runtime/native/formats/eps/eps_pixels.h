@@ -8,8 +8,8 @@
 
 namespace zelmor::embed {
 
-// Lines of letters that the filters ASCII85Decode and RunLengthDecode make samples of 8 bits of: gray or RGB, row by row.
-// What is transparent shows the paper.
+// Lines of letters that the filters ASCII85Decode and RunLengthDecode make samples of 8 bits of: gray or RGB, row by
+// row. What is transparent shows the paper.
 std::string eps_pixels(const imagework::Picture& picture, bool gray, imagework::Argb paper);
 
 }  // namespace zelmor::embed

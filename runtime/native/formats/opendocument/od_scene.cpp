@@ -398,8 +398,7 @@ class Scene {
         for_facets(face, steps, [&](const OdFacet& facet) {
             Color3 color;
             if (m_exact) {
-                const Point3 normal =
-                    between(normals[0], normals[1], normals[2], normals[3], facet.across, facet.down);
+                const Point3 normal = between(normals[0], normals[1], normals[2], normals[3], facet.across, facet.down);
                 color = lit(surface, normal.normalized() * side);
             } else {
                 for (size_t part = 0; part < color.size(); ++part) {

@@ -24,8 +24,8 @@ std::string xml_escaped(std::string_view utf8) {
         if (c == '\r') {
             return "&#13;";
         }
-        throw_argument("XML cannot hold the control character with the code " +
-                       std::to_string(static_cast<int>(c)) + ".");
+        throw_argument("XML cannot hold the control character with the code " + std::to_string(static_cast<int>(c)) +
+                       ".");
     });
 }
 

@@ -19,17 +19,16 @@ using drawwork::Outline;
 using drawwork::Paint;
 
 constexpr double kMostPixels = 16e6, kLongestPaper = 30'000;  // of the paper
-constexpr uint64_t kMostLookedAt = 4'000'000'000;  // pixels, by all flood fills of a picture
-constexpr double kFiner = 2;              // pixels in a unit of a canvas without any
+constexpr uint64_t kMostLookedAt = 4'000'000'000;             // pixels, by all flood fills of a picture
+constexpr double kFiner = 2;                                  // pixels in a unit of a canvas without any
 
 }  // namespace
 
 FloodPaper::FloodPaper(drawwork::Canvas& target, const DeviceSpace& space) : m_target(target), m_space(space) {
-    const std::vector<PointD> corners{
-        space.to_canvas.apply({space.bounds.x, space.bounds.y}),
-        space.to_canvas.apply({space.bounds.right(), space.bounds.y}),
-        space.to_canvas.apply({space.bounds.x, space.bounds.bottom()}),
-        space.to_canvas.apply({space.bounds.right(), space.bounds.bottom()})};
+    const std::vector<PointD> corners{space.to_canvas.apply({space.bounds.x, space.bounds.y}),
+                                      space.to_canvas.apply({space.bounds.right(), space.bounds.y}),
+                                      space.to_canvas.apply({space.bounds.x, space.bounds.bottom()}),
+                                      space.to_canvas.apply({space.bounds.right(), space.bounds.bottom()})};
     const RectD box = bounds_of(corners);
     double scale = dynamic_cast<drawwork::PixelCanvas*>(&target) != nullptr ? 1 : kFiner;
     scale = std::min({scale, std::sqrt(kMostPixels / std::max(box.width * box.height, 1.0)),
@@ -58,9 +57,8 @@ void FloodPaper::flood(PointD at, Argb color, FloodLimit limit, const std::vecto
             return uint8_t(((there ^ color) & kColors) == 0) == uint8_t(limit == FloodLimit::kSurface);
         });
     }
-    const bool cut = std::any_of(clip.begin(), clip.end(), [](const RegionTree& region) {
-        return region->kind != RegionNode::Kind::kInfinite;
-    });
+    const bool cut = std::any_of(clip.begin(), clip.end(),
+                                 [](const RegionTree& region) { return region->kind != RegionNode::Kind::kInfinite; });
     if (cut) {
         const auto shape = drawing_backend().canvas(m_area, 0);
         DeviceSpace space = m_space;
@@ -76,8 +74,8 @@ void FloodPaper::flood(PointD at, Argb color, FloodLimit limit, const std::vecto
     }
     const PointD start = m_to_paper.apply(at);
     const auto index = [](double place) { return static_cast<int32_t>(std::floor(std::clamp(place, -1e6, 1e6))); };
-    const FloodArea area = FloodArea::reached(m_area.width, m_area.height, open, index(start.x) - m_area.x,
-                                              index(start.y) - m_area.y);
+    const FloodArea area =
+        FloodArea::reached(m_area.width, m_area.height, open, index(start.x) - m_area.x, index(start.y) - m_area.y);
     const auto back = Affine::translation(m_area.x, m_area.y).then(*m_to_paper.inverse());
     area.for_outlines([&](const Outline& outline) { use(transformed(outline, back)); });
 }

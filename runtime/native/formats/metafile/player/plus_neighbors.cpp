@@ -98,8 +98,8 @@ void correct_red_eyes(const ManagedObject& effect, Pixels& pixels) {
         const int32_t left = inside(area.x, pixels.width), right = inside(area.right(), pixels.width);
         for (int32_t y = inside(area.y, pixels.height); y < inside(area.bottom(), pixels.height); ++y) {
             for (int32_t x = left; x < right; ++x) {
-                Argb& color = pixels.colors[static_cast<size_t>(y) * static_cast<size_t>(pixels.width) +
-                                            static_cast<size_t>(x)];
+                Argb& color =
+                    pixels.colors[static_cast<size_t>(y) * static_cast<size_t>(pixels.width) + static_cast<size_t>(x)];
                 const Argb others = (color >> 8 & 0xFF) + (color & 0xFF);
                 if (4 * (color >> 16 & 0xFF) > 3 * others) {
                     color = (color & 0xFF00FFFF) | others / 2 << 16;
