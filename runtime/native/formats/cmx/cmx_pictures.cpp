@@ -3,6 +3,7 @@
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.ObjectModel.Specs.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/records.h"
 #include "runtime/native/core/values.h"
 
 namespace zelmor::embed {

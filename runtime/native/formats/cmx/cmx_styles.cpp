@@ -6,6 +6,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.ObjectModel.Enums.h"
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Cmx.ObjectModel.Styles.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/core/records.h"
 #include "runtime/native/core/values.h"
 
 namespace zelmor::embed {

@@ -2,6 +2,8 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_PLAYER_FLOOD_AREA_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_PLAYER_FLOOD_AREA_H
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <vector>
 
