@@ -7,6 +7,7 @@ from __future__ import annotations
 import gzip
 import io
 import struct
+import uuid
 import sys
 from collections.abc import Iterator
 from pathlib import Path
@@ -66,6 +67,18 @@ def emf_files() -> Files:
         metafiles.plus_object(1, 3, path), metafiles.plus_object(2, 1, brush),
         metafiles.plus_record(0x4014, 0x0001, words(2)),
         metafiles.plus_record(0x400A, 0x8000, words(0xFF0000FF, 1) + metafiles.floats(1, 2, 30, 40))))
+    yield "floods", metafiles.emf(metafiles.pen(2, 0xFF0000, 3), metafiles.brush(1, 0x00FF00),
+                                  metafiles.emf_record(42, words(10, 10, 50, 50)), metafiles.emf_record(
+                                      53, words(2, 2, 0x0000FF, 0)), metafiles.emf_record(53, words(30, 30, 0xFF00, 1)))
+    image = metafiles.VERSION + words(1, 2, 2, 8, 0x21808, 0) + metafiles.rows24(rows)
+    for name, effect, data in (("blur", "633C80A4-1843-482B-9EF2-BE2834C5FDD4", metafiles.floats(3) + words(1)),
+                               ("sharpen", "63CBF3EE-C526-402C-8F71-62C540BF5142", metafiles.floats(2, 50)),
+                               ("eyes", "74D29D05-69A4-4266-9549-3CC52836B632", words(1, 0, 0, 2, 2))):
+        yield name, metafiles.emf(metafiles.plus(
+            metafiles.plus_object(5, 5, image), metafiles.plus_record(0x4021, 5),
+            metafiles.plus_record(0x4038, 0, uuid.UUID(effect).bytes_le + words(len(data)) + data),
+            metafiles.plus_record(0x401B, 0x2005, words(0, 2) + metafiles.floats(0, 0, 2, 2) + words(3)
+                                  + metafiles.floats(20, 20, 60, 20, 20, 60))))
 
 
 def wmf_files() -> Files:
@@ -76,6 +89,7 @@ def wmf_files() -> Files:
                metafiles.wmf_record(0x0324, 3, 1, 2, 30, 40, 50, 6), metafiles.wmf_font(-12, b"DejaVu Sans"),
                metafiles.wmf_select(2), metafiles.wmf_record(0x0521, 4, data=b"word" + struct.pack("<2h", 20, 5)),
                metafiles.wmf_record(0x001E), metafiles.wmf_record(0x0127, -1 & 0xFFFF)]
+    records += [metafiles.wmf_record(0x0419, 0, 0, 30, 30), metafiles.wmf_record(0x0548, 1, 0xFFFF, 0xFF, 1, 1)]
     for placeable in (True, False):
         yield f"records-{placeable}", metafiles.wmf(*records, placeable=placeable)
     yield "packed", gzip.compress(metafiles.wmf(*records), mtime=0)
@@ -99,9 +113,20 @@ def page_files() -> dict[str, Files]:
     cdr = office_files.cdr(office_files.cdr_rectangle(0, 0, 1, 0.5, 1) + office_files.cdr_ellipse(0.2, 0.1, 1, 1, 2))
     cmx = office_files.cmx(office_files.cmx_rectangle(0.5, 0.5, 0.5, 0.5, 1)
                            + office_files.cmx_ellipse(1, 0.5, 1, 1, 2))
+    fountain = struct.pack("<H3HhHhhHHH4H", 2, 1, 7, 10, 450, 0, 3, 4, 64, 1, 2, 1, 0, 2, 100)
+    tiles = struct.pack("<7H", 1, 500, 250, 25, 50, 75, 0) + bytes(8)
+    place = struct.pack("<5hh", 0, 0, 1500, 500, 0, 900)
+    styles = office_files.cmx(
+        office_files.cmx_command(68, b"\3" + fountain + struct.pack("<H", 1) + place)
+        + office_files.cmx_command(68, b"\1" + struct.pack("<H", 10) + tiles + place)
+        + office_files.cmx_command(69, bytes(19) + struct.pack("<HH", 5, 1)),
+        tables=((b"rotl", struct.pack("<H6H", 1, 1, 0, 2, 0, 1, 1)), (b"rott", struct.pack("<HBB", 1, 4, 0x21)),
+                (b"rpen", struct.pack("<HhHhHH", 1, 100, 200, 300, 0, 1)), (b"rdot", struct.pack("<HHHH", 1, 2, 3, 1))),
+        patterns=[office_files.cmx_raster(bytes(6), 3, 2, bytes(8))],
+        pictures=[office_files.cmx_raster(bytes(6), 3, 2, bytes(8))])
     eps = office_files.eps("1 0 0 setrgbcolor 10 10 30 20 rectfill /Courier findfont 9 scalefont setfont "
                            "5 5 moveto (words) show", "0 0 60 40", "%%Title: (words)")
-    return {"cdr": iter([("shapes", cdr)]), "cmx": iter([("shapes", cmx)]),
+    return {"cdr": iter([("shapes", cdr)]), "cmx": iter([("shapes", cmx), ("styles", styles)]),
             "eps": iter([("program", eps), ("binary", office_files.binary_eps(eps, wmf=metafiles.wmf()))])}
 
 
