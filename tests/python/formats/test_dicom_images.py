@@ -481,6 +481,8 @@ def test_two_saves_of_one_picture_are_alike_and_other_pictures_have_other_names(
     assert saved(DEEP) == saved(DEEP)
     names = {pydicom.dcmread(io.BytesIO(saved(DEEP + i))).SOPInstanceUID for i in range(4)}
     assert len(names) == 4 and all(name.startswith("2.25.") and len(name) <= 64 for name in names)
+    one = pydicom.dcmread(io.BytesIO(saved(DEEP)))
+    assert len({one.SOPInstanceUID, one.StudyInstanceUID, one.SeriesInstanceUID}) == 3
 
 
 def test_transparent_pixels_have_the_background(tmp_path: Path) -> None:
