@@ -9,7 +9,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import ColorPalette
+from zelmor.imaging import Color, ColorPalette
 from zelmor.imaging.fileformats.bmp import BitmapCompression, BmpImage
 from zelmor.imaging.fileformats.jpeg import JpegImage
 from zelmor.imaging.fileformats.png import PngColorType, PngImage
@@ -57,16 +57,96 @@ def test_the_file_of_an_image_is_saved_to(tmp_path: Path) -> None:
     assert tuple(read(path)[0, 0]) == (255, 255, 255)
 
 
-def test_png_by_color_type(tmp_path: Path) -> None:
-    source = load(write(tmp_path / "a.png", few_colors()))
-    for kind, mode in ((PngColorType.GRAYSCALE, "L"), (PngColorType.TRUECOLOR, "RGB"),
-                       (PngColorType.INDEXED_COLOR, "P")):
-        target = tmp_path / f"{kind.name}.png"
-        image = PngImage(source, kind)
+#: The color types with Pillow's modes and the bits of a pixel.
+COLOR_TYPES = [(PngColorType.GRAYSCALE, "L", 8), (PngColorType.TRUECOLOR, "RGB", 24),
+               (PngColorType.INDEXED_COLOR, "P", 8), (PngColorType.GRAYSCALE_WITH_ALPHA, "LA", 16),
+               (PngColorType.TRUECOLOR_WITH_ALPHA, "RGBA", 32)]
+
+
+def of_modes(folder: Path) -> dict[str, Path]:
+    """Files of 16 colors in several modes; "P" has a clear one."""
+    colors = Pillow.fromarray(few_colors())
+    palette = colors.quantize(16)
+    alpha = Pillow.fromarray(np.where(few_colors()[..., 0] > 100, 255, 0).astype(np.uint8))
+    pictures = {"L": colors.convert("L"), "RGB": colors, "RGBA": Pillow.merge("RGBA", (*colors.split(), alpha)),
+                "P": palette}
+    for mode, picture in pictures.items():
+        picture.save(folder / f"{mode}.png", **({"transparency": 3} if mode == "P" else {}))
+    return {mode: folder / f"{mode}.png" for mode in pictures}
+
+
+@pytest.mark.parametrize(("kind", "mode", "bits"), COLOR_TYPES, ids=lambda value: str(value))
+@pytest.mark.parametrize("source", ["L", "RGB", "RGBA", "P"])
+def test_png_by_color_type(tmp_path: Path, source: str, kind: PngColorType, mode: str, bits: int) -> None:
+    """The image has the color type, in memory and in the file that it is saved to without options."""
+    path = of_modes(tmp_path)[source]
+    target = tmp_path / "a.png"
+    for image in (PngImage(load(path), kind), PngImage(str(path), kind)):
+        assert image.bits_per_pixel == (4 if source == mode == "P" else bits)
+        assert image.use_palette == (mode == "P")
+        assert mode == "P" or image.has_alpha == (mode in ("LA", "RGBA"))
         image.save(str(target))
-        assert image.get_original_options() is not None
-        with Pillow.open(target) as picture:
-            assert picture.mode in (mode, "RGB" if mode == "L" else mode)
+        with Pillow.open(target) as saved, Pillow.open(path) as before:
+            assert saved.mode == mode
+            white = Pillow.new("RGBA", before.size, "white")
+            shown = before.convert("RGBA")
+            if mode in ("L", "RGB"):  # transparent pixels show the background
+                shown = Pillow.alpha_composite(white, shown)
+            expected = np.asarray(shown.convert("LA" if mode in ("L", "LA") else "RGBA"), int)
+            found = np.asarray(saved.convert("LA" if mode in ("L", "LA") else "RGBA"), int)
+            seen = expected[..., -1] > 0
+            assert (found[..., -1] == expected[..., -1]).all()
+            assert abs(found[seen] - expected[seen]).max() <= 1  # a gray of colors may be rounded otherwise
+        options = image.get_original_options()
+        assert PngOptions._cast_to(options).value.color_type == kind
+
+
+def test_png_of_an_image_keeps_its_form(tmp_path: Path) -> None:
+    sixteen = np.arange(30 * 20, dtype=np.uint16).reshape(20, 30) * 100
+    Pillow.fromarray(sixteen).save(tmp_path / "I;16.png")
+    Pillow.fromarray(few_colors()[..., 0] > 100).save(tmp_path / "1.png")
+    bits = {"L": 8, "RGB": 24, "RGBA": 32, "P": 4, "I;16": 16, "1": 1}
+    for mode, path in {**of_modes(tmp_path), "I;16": tmp_path / "I;16.png", "1": tmp_path / "1.png"}.items():
+        image = PngImage(load(path))
+        assert image.bits_per_pixel == bits[mode], mode
+        image.save(str(tmp_path / "copy.png"))
+        with Pillow.open(tmp_path / "copy.png") as saved, Pillow.open(path) as before:
+            assert saved.mode == before.mode and (np.asarray(saved) == np.asarray(before)).all()
+    image = PngImage(load(tmp_path / "I;16.png"), PngColorType.TRUECOLOR_WITH_ALPHA)
+    assert image.bits_per_pixel == 64
+    image.save(str(tmp_path / "deep.png"))
+    assert load(tmp_path / "deep.png").bits_per_pixel == 64
+    red = [(color >> 32) & 0xFFFF for color in image.load_argb_64_pixels(image.bounds)]
+    assert red == sixteen.ravel().tolist()
+
+
+def test_a_png_with_alpha_takes_transparency(tmp_path: Path) -> None:
+    image = PngImage(load(of_modes(tmp_path)["RGB"]), PngColorType.TRUECOLOR_WITH_ALPHA)
+    image.set_pixel(2, 1, Color.from_argb(128, 1, 2, 3))
+    image.save(str(tmp_path / "a.png"))
+    with Pillow.open(tmp_path / "a.png") as saved:
+        assert saved.getpixel((2, 1)) == (1, 2, 3, 128) and saved.getpixel((3, 1))[3] == 255
+
+
+def test_more_colors_than_a_palette_has_become_those_of_one(tmp_path: Path) -> None:
+    image = PngImage(load(write(tmp_path / "a.png", noise())), PngColorType.INDEXED_COLOR)
+    assert image.use_palette and image.bits_per_pixel == 8
+    image.save(str(tmp_path / "b.png"))
+    with Pillow.open(tmp_path / "b.png") as picture:
+        assert picture.mode == "P"
+    assert np.abs(read(tmp_path / "b.png", "RGB") - noise().astype(int)).mean() < 25
+
+
+@pytest.mark.parametrize(("mode", "bits"), [("L", 8), ("RGB", 24), ("CMYK", 32), ("1", 8)])
+def test_a_jpeg_has_the_bits_of_its_file(tmp_path: Path, mode: str, bits: int) -> None:
+    Pillow.fromarray(smooth()).convert(mode).save(tmp_path / "a.tif")
+    for image in (JpegImage(load(tmp_path / "a.tif")), JpegImage(str(tmp_path / "a.tif"))):
+        assert image.bits_per_pixel == bits
+        image.save(str(tmp_path / "a.jpg"))
+        assert load(tmp_path / "a.jpg").bits_per_pixel == bits
+
+
+def test_png_of_a_size() -> None:
     assert not PngImage(4, 4, PngColorType.TRUECOLOR).has_alpha
     options = PngOptions()
     options.color_type = PngColorType.GRAYSCALE

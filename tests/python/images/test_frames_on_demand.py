@@ -182,6 +182,20 @@ assert resident() - before < 6 << 10, resident() - before
 """, gray_pages(tmp_path / "a.tif", 20000), gray_pages(tmp_path / "b.tif", 2), MALLOC_PERTURB_="0")
 
 
+def test_the_last_of_60000_pages_is_found_in_one_pass(tmp_path: Path) -> None:
+    """Directories are read once and not again for each page: the system counts what a process reads."""
+    def read() -> int:
+        return int(next(line for line in Path("/proc/self/io").read_text().splitlines() if "rchar" in line).split()[1])
+
+    path, before = gray_pages(tmp_path / "a.tif", 60_000), read()
+    image = TiffImage._cast_to(Image.load(path)).value
+    frames = image.frames
+    assert len(frames) == 60_000
+    for i in (59_999, 30_000, 2):
+        assert shade(frames[i]) == i % 256
+    assert read() - before < 2 * Path(path).stat().st_size
+
+
 @embedded_only("objects of .NET live until its collector runs")
 def test_frames_that_were_taken_out_are_let_go(tmp_path: Path) -> None:
     """An array keeps frames alive that the image lost, and lets go of them with itself."""

@@ -183,6 +183,30 @@ def test_a_reduction_behind_the_load_is_the_decoders(tmp_path: Path) -> None:
         assert np.abs(pixels_of(image).astype(int) - expected).max() <= 3
 
 
+@pytest.mark.parametrize(("name", "options"), [("a.jpg", {"quality": 95}), ("a.webp", {"quality": 90}),
+                                               ("a.jp2", {"irreversible": False})])
+def test_a_reduction_tells_that_it_is_the_decoders(tmp_path: Path, name: str, options: dict[str, object]) -> None:
+    """Of noise, means of blocks by the decoder are other numbers than those by the kernel alone, and not far from them.
+
+    A picture that is decoded already, one that is hardly reduced, and one whose pixels are picked have the latter.
+    """
+    path = tmp_path / name
+    Pillow.fromarray(noise(3, 7, 640, 480)).save(path, **options)
+
+    def reduced(width: int, kind: ResizeType, decoded: bool) -> Pixels:
+        image = load(str(path))
+        if decoded:
+            image.cache_data()
+        image.resize(width, width * 3 // 4, kind)
+        return pixels_of(image).astype(int)
+
+    for width in (80, 40):
+        found, by_kernel = (reduced(width, ResizeType.LANCZOS_RESAMPLE, decoded) for decoded in (False, True))
+        assert 0 < np.abs(found - by_kernel).mean() < 12
+    for width, kind in ((400, ResizeType.LANCZOS_RESAMPLE), (80, ResizeType.NEAREST_NEIGHBOUR_RESAMPLE)):
+        assert np.array_equal(reduced(width, kind, False), reduced(width, kind, True))
+
+
 def test_copies_share_one_decoding(tmp_path: Path) -> None:
     """Parts that are cut from copies of one loaded image are those of its pixels, however often they are asked for."""
     path = tmp_path / "a.tif"

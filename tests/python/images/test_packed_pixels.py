@@ -5,6 +5,7 @@ from __future__ import annotations
 import io
 import struct
 import zlib
+from collections.abc import Callable
 from pathlib import Path
 
 import numpy as np
@@ -12,8 +13,10 @@ import pytest
 from PIL import Image as Pillow
 from support.image_oracles import Pixels, load, managed_error, noise, raster, read
 from support.pictures import png_chunk
-from zelmor.imaging import (Color, Image, LoadOptions, PixelDataFormat, RasterCachedMultipageImage, RawDataSettings,
-                            Rectangle, RotateFlipType)
+from zelmor.imaging import (Color, Graphics, Image, LoadOptions, Pen, PixelDataFormat, RasterCachedMultipageImage,
+                            RasterImage, RawDataSettings, Rectangle, ResizeType, RotateFlipType)
+from zelmor.imaging.brushes import SolidBrush
+from zelmor.imaging.fileformats.png import PngColorType, PngImage
 from zelmor.imaging.imageoptions import PngOptions
 
 PAGE = (1728, 2200)  # of a fax: 3.6 MB as bytes, 0.45 MB as bits
@@ -92,15 +95,19 @@ def depths(folder: Path) -> dict[str, tuple[Path, Pixels]]:
     return made
 
 
-def write_small(path: Path, levels: Pixels, bits: int, palette: Pixels | None) -> None:
+def write_small(file: Path | io.BytesIO, levels: Pixels, bits: int, palette: Pixels | None) -> None:
     """A PNG file of gray or indices."""
     rows = np.unpackbits(levels.astype(np.uint8)[..., None], axis=2)[..., 8 - bits:].reshape(levels.shape[0], -1)
     data = b"".join(b"\0" + np.packbits(row).tobytes() for row in rows)
     height, width = levels.shape
     head = struct.pack(">IIBBBBB", width, height, bits, 0 if palette is None else 3, 0, 0, 0)
-    path.write_bytes(b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", head)
-                     + (b"" if palette is None else png_chunk(b"PLTE", palette.astype(np.uint8).tobytes()))
-                     + png_chunk(b"IDAT", zlib.compress(data)) + png_chunk(b"IEND", b""))
+    data = (b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", head)
+            + (b"" if palette is None else png_chunk(b"PLTE", palette.astype(np.uint8).tobytes()))
+            + png_chunk(b"IDAT", zlib.compress(data)) + png_chunk(b"IEND", b""))
+    if isinstance(file, Path):
+        file.write_bytes(data)
+    else:
+        file.write(data)
 
 
 @pytest.mark.parametrize("kind", ["gray1", "gray2", "gray4", "palette1", "palette2", "palette4"])
@@ -128,6 +135,71 @@ def test_every_depth_reads_as_it_is(tmp_path: Path, kind: str) -> None:
             assert (np.asarray(copy.convert("RGB")) == expected).all()
     bits = int(kind[-1])
     assert load(tmp_path / "again.png").bits_per_pixel == bits
+
+
+CHANGES: dict[str, Callable[[RasterImage], object]] = {
+    "a pixel": lambda image: image.set_pixel(1, 1, Color.black),
+    "pixels": lambda image: image.save_argb_32_pixels(Rectangle(0, 0, 2, 1), [-1, -1 << 24]),
+    "a rectangle": lambda image: Graphics(image).fill_rectangle(SolidBrush(Color.white), Rectangle(2, 2, 9, 9)),
+    "a slanting line": lambda image: Graphics(image).draw_line(Pen(Color.black), 0, 0, 60, 33),
+    "another page": lambda image: Graphics(image).draw_image(load_bytes(small_bytes(1)), 3, 3),
+    "a larger canvas": lambda image: image.resize(80, 70, ResizeType.LEFT_TOP_TO_LEFT_TOP),
+    "a part": lambda image: image.crop(Rectangle(3, 4, 40, 30)),
+    "a quarter turn": lambda image: image.rotate_flip(RotateFlipType.ROTATE_90_FLIP_NONE),
+}
+#: Of gray pictures only: indices become colors.
+TONES: dict[str, Callable[[RasterImage], object]] = {
+    "another color": lambda image: image.replace_color(Color.white, 0, Color.black),
+    "gray": lambda image: image.grayscale(),
+    "black and white": lambda image: image.binarize_fixed(100),
+    "black and white by Otsu": lambda image: image.binarize_otsu(),
+    "black and white by Bradley": lambda image: image.binarize_bradley(0.1, 9),
+}
+
+
+def small_bytes(bits: int, palette: Pixels | None = None) -> bytes:
+    """A PNG whose first and last level are black and white."""
+    levels = noise(1, bits, 61, 43) >> 8 - bits
+    file = io.BytesIO()
+    write_small(file, levels, bits, palette)
+    return file.getvalue()
+
+
+def load_bytes(data: bytes) -> RasterImage:
+    return raster(Image.load(io.BytesIO(data)))
+
+
+def black_to_white(bits: int) -> Pixels:
+    palette = noise(3, 20 + bits, 2**bits, 1)[0]
+    palette[0], palette[-1] = 0, 255
+    return palette
+
+
+@pytest.mark.parametrize(("kind", "change"), [
+    *((f"gray{bits}", change) for bits in (1, 2, 4) for change in (*CHANGES, *TONES)),
+    *((f"palette{bits}", change) for bits in (1, 2, 4) for change in CHANGES)])
+def test_what_fits_the_depth_keeps_it(tmp_path: Path, kind: str, change: str) -> None:
+    bits = int(kind[-1])
+    data = small_bytes(bits, None if kind.startswith("gray") else black_to_white(bits))
+    image, deep = load_bytes(data), RasterImage._cast_to(PngImage(load_bytes(data), PngColorType.TRUECOLOR)).value
+    assert deep is not None and image.bits_per_pixel == bits and deep.bits_per_pixel == 24
+    for picture in (image, deep):
+        {**CHANGES, **TONES}[change](picture)
+    assert image.bits_per_pixel == bits
+    image.save(str(tmp_path / "a.png"))
+    assert load(tmp_path / "a.png").bits_per_pixel == bits
+    deep.save(str(tmp_path / "b.png"))
+    assert (read(tmp_path / "a.png", "RGB") == read(tmp_path / "b.png", "RGB")).all()
+
+
+def test_what_does_not_fit_the_depth_makes_more_of_it(tmp_path: Path) -> None:
+    for data, bits in ((small_bytes(1), 8), (small_bytes(4), 8), (small_bytes(2, black_to_white(2)), 24)):
+        image = load_bytes(data)
+        image.set_pixel(1, 1, Color.from_argb(255, 100, 100, 100))
+        assert image.bits_per_pixel == bits
+        image.save(str(tmp_path / "a.png"))
+        assert load(tmp_path / "a.png").bits_per_pixel == bits
+        assert read(tmp_path / "a.png", "RGB")[1, 1].tolist() == [100, 100, 100]
 
 
 def test_steps_behind_the_packing(tmp_path: Path) -> None:

@@ -24,12 +24,16 @@ Encoding encoding_of(imagework::FormatEncoding format) {
 }
 
 // The image itself where it is of the format and nothing else is asked of it; otherwise a copy in the format.
-Ref<ImageObject> as_format(const Ref<ImageObject>& image, const Encoding& encoding, bool keeps_settings) {
+Ref<ImageObject> as_format(const Ref<ImageObject>& image, const Encoding& encoding, bool keeps_settings,
+                           const AdaptPicture& adapt) {
     const Format format = imagework::format_of(encoding);
     if (keeps_settings && image->facts().format == format && image->facts().variant == Variant::kUsual) {
         return image;
     }
     auto picture = image->picture().copy();
+    if (adapt) {
+        adapt(*picture);
+    }
     imagework::FileFacts facts = facts_of_picture(format, *picture, bits_per_pixel_of(encoding));
     facts.encoding = encoding.format;
     if (encoding.resolution) {

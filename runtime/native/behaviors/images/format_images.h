@@ -2,6 +2,7 @@
 #ifndef ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_IMAGES_H
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_IMAGES_H
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -13,7 +14,10 @@ namespace zelmor::embed {
 imagework::Encoding encoding_of(imagework::FormatEncoding format);
 
 // The image itself where it is of the format and nothing else is asked of it; otherwise a copy in the format.
-Ref<ImageObject> as_format(const Ref<ImageObject>& image, const imagework::Encoding& encoding, bool keeps_settings);
+// `adapt` gives the copy the form that the settings tell of.
+using AdaptPicture = std::function<void(imagework::Picture&)>;
+Ref<ImageObject> as_format(const Ref<ImageObject>& image, const imagework::Encoding& encoding, bool keeps_settings,
+                           const AdaptPicture& adapt = {});
 // The image of a file, of the data in a stream, and a copy of an image, in the format.
 Ref<ImageObject> of_path(const std::optional<std::u16string>& path, const imagework::Encoding& encoding,
                          bool keeps_settings = false);

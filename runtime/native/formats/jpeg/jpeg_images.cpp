@@ -18,14 +18,24 @@ namespace {
 
 using Path = std::optional<std::u16string>;
 
+// A copy of an image of another format has the bits of the file that it is to become.
+Ref<ImageObject> jpeg_of(const Ref<ImageObject>& image, bool keeps_settings) {
+    const Ref<ImageObject> result = as_format(image, encoding_of(JpegEncoding{}), keeps_settings);
+    if (result != image) {
+        const imagework::Picture& picture = result->picture();
+        const bool inks = picture.form().color == imagework::ColorModel::kCmyk;
+        result->set_image_bits(picture.is_gray() ? 8 : inks ? 32 : 24);
+    }
+    return result;
+}
 Ref<ImageObject> jpeg_of_path(const Path& path) {
-    return of_path(path, encoding_of(JpegEncoding{}), true);
+    return jpeg_of(image_of_file(path, nullptr, "path"), true);
 }
 Ref<ImageObject> jpeg_of_stream(Ref<ManagedStream> stream) {
-    return of_stream(stream, encoding_of(JpegEncoding{}), true);
+    return jpeg_of(image_of_stream(stream, nullptr), true);
 }
 Ref<ImageObject> jpeg_of_image(ImageObject* raster_image) {
-    return of_image(raster_image, encoding_of(JpegEncoding{}));
+    return jpeg_of(Ref<ImageObject>(&required_image(raster_image, "raster_image")), false);
 }
 // The options that the image was made with, or those of its file.
 Ref<ManagedObject> jpeg_options(ImageObject& self) {

@@ -153,24 +153,27 @@ void VipsPicture::binarize(const VImage& is_white) {
 }
 
 void VipsPicture::binarize_fixed(uint8_t threshold) {
-    to_colors();
-    binarize(guarded(Failure::kInternal, "the image could not be binarized",
-                     [&] { return above_threshold(gray_8_bit(image()), threshold); }));
+    on_colors([&] {
+        binarize(guarded(Failure::kInternal, "the image could not be binarized",
+                         [&] { return above_threshold(gray_8_bit(image()), threshold); }));
+    });
 }
 
 void VipsPicture::binarize_otsu() {
-    to_colors();
-    binarize(guarded(Failure::kInternal, "the image could not be binarized", [&] {
-        const VImage gray = gray_8_bit(image());
-        return above_threshold(gray, otsu_threshold(gray));
-    }));
+    on_colors([&] {
+        binarize(guarded(Failure::kInternal, "the image could not be binarized", [&] {
+            const VImage gray = gray_8_bit(image());
+            return above_threshold(gray, otsu_threshold(gray));
+        }));
+    });
 }
 
 void VipsPicture::binarize_bradley(double difference, int32_t window) {
-    to_colors();
     window = std::min(window, 2 * std::max(width(), height())) | 1;  // a window has a middle
-    binarize(guarded(Failure::kInternal, "the image could not be binarized",
-                     [&] { return above_mean(gray_8_bit(image()), difference, window); }));
+    on_colors([&] {
+        binarize(guarded(Failure::kInternal, "the image could not be binarized",
+                         [&] { return above_mean(gray_8_bit(image()), difference, window); }));
+    });
 }
 
 }  // namespace zelmor::imagework

@@ -115,6 +115,13 @@ void VipsPicture::add_alpha() {
     }
 }
 
+void VipsPicture::take_form(const PixelForm& form, Argb background) {
+    if (!form.alpha) {
+        flatten(background);
+    }
+    to_form(form);
+}
+
 void VipsPicture::make_transparent(Argb color) {
     to_rgb();
     change_alpha(true);

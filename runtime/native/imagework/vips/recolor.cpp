@@ -89,14 +89,15 @@ void VipsPicture::replace_color(Argb old_color, uint8_t tolerance, Argb new_colo
     if (!any) {
         return;
     }
-    to_colors();
-    admit(new_color);
-    if (!is_gray_color(old_color)) {
-        to_rgb();
-    }
-    apply("the color could not be replaced", [&] {
-        return with_storage(storage_of(m_form.sample), [&](auto sample) {
-            return replaced<decltype(sample)>(image(), old_color, tolerance, new_color);
+    on_colors([&] {
+        admit(new_color);
+        if (!is_gray_color(old_color)) {
+            to_rgb();
+        }
+        apply("the color could not be replaced", [&] {
+            return with_storage(storage_of(m_form.sample), [&](auto sample) {
+                return replaced<decltype(sample)>(image(), old_color, tolerance, new_color);
+            });
         });
     });
 }

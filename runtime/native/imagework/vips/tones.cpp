@@ -29,6 +29,9 @@ VImage mapped(const VImage& image, Curve&& curve) {
 }  // namespace
 
 void VipsPicture::grayscale() {
+    if (m_form.color == ColorModel::kGray) {
+        return;
+    }
     to_colors();
     if (is_gray()) {
         return;
@@ -38,35 +41,39 @@ void VipsPicture::grayscale() {
 }
 
 void VipsPicture::adjust_brightness(int32_t brightness) {
-    to_colors();
-    apply("the brightness could not be changed", [&] {
-        return mapped(image(),
-                      [&](const VImage& values, double top) { return values.linear(1.0, brightness * top / 255.0); });
+    on_colors([&] {
+        apply("the brightness could not be changed", [&] {
+            return mapped(image(), [&](const VImage& values, double top) {
+                return values.linear(1.0, brightness * top / 255.0);
+            });
+        });
     });
 }
 
 void VipsPicture::adjust_contrast(double contrast) {
     // Stretches around the middle by the square of the percentage.
     double factor = std::pow((100.0 + contrast) / 100.0, 2.0);
-    to_colors();
-    apply("the contrast could not be changed", [&] {
-        return mapped(image(), [&](const VImage& values, double top) {
-            return values.linear(factor, top / 2.0 * (1.0 - factor));
+    on_colors([&] {
+        apply("the contrast could not be changed", [&] {
+            return mapped(image(), [&](const VImage& values, double top) {
+                return values.linear(factor, top / 2.0 * (1.0 - factor));
+            });
         });
     });
 }
 
 void VipsPicture::adjust_gamma(double red, double green, double blue) {
-    to_colors();
-    if (red != green || green != blue) {
-        to_rgb();
-    }
-    apply("the gamma could not be changed", [&] {
-        return mapped(image(), [&](const VImage& values, double top) {
-            VImage unit = values.linear(1.0 / top, 0.0);
-            auto curve = [&](double gamma) { return unit.math2_const(VIPS_OPERATION_MATH2_POW, {1.0 / gamma}); };
-            VImage all = is_gray() ? curve(red) : VImage::bandjoin({curve(red), curve(green), curve(blue)});
-            return all.linear(top, 0.0);
+    on_colors([&] {
+        if (red != green || green != blue) {
+            to_rgb();
+        }
+        apply("the gamma could not be changed", [&] {
+            return mapped(image(), [&](const VImage& values, double top) {
+                VImage unit = values.linear(1.0 / top, 0.0);
+                auto curve = [&](double gamma) { return unit.math2_const(VIPS_OPERATION_MATH2_POW, {1.0 / gamma}); };
+                VImage all = is_gray() ? curve(red) : VImage::bandjoin({curve(red), curve(green), curve(blue)});
+                return all.linear(top, 0.0);
+            });
         });
     });
 }

@@ -296,6 +296,19 @@ bool is_gray_word(uint64_t color) {
 
 }  // namespace
 
+void VipsPicture::fit_bits(int bits) {
+    if (m_form.color != ColorModel::kGray || m_form.bands() != 1 || m_form.sample != SampleType::kUint8) {
+        return;
+    }
+    for (int32_t y = 0; y < height(); y++) {
+        const std::span<const uint8_t> row(row_of(image(), y), static_cast<size_t>(width()));
+        if (!std::all_of(row.begin(), row.end(), [=](uint8_t level) { return has_level(bits, Argb{level}); })) {
+            return;
+        }
+    }
+    m_form.bits = bits;
+}
+
 template <class Word>
 void VipsPicture::write_words(const Rect& area, std::span<const Word> pixels) {
     require_inside(area);

@@ -97,6 +97,7 @@ class VipsPicture final : public Picture {
     void place(int32_t width, int32_t height, int32_t x, int32_t y, Argb background) override;
     void add_alpha() override;
     void drop_palette() override;
+    void take_form(const PixelForm& form, Argb background) override;
     void replace_area(const Rect& area, Argb color) override;
     void draw(const Picture& other, int32_t x, int32_t y) override;
     void blend(const Rect& area, std::span<const Argb> on_black, std::span<const Argb> on_white) override;
@@ -169,6 +170,17 @@ class VipsPicture final : public Picture {
     void take_rows(SharedRows rows);
     // to_colors() without a change of the bits.
     void to_model_of_colors();
+    // Runs an operation on colors; gray of few bits has as many afterwards where its levels are still among theirs.
+    template <class Step>
+    void on_colors(Step&& step) {
+        const int bits = m_form.color == ColorModel::kGray ? m_form.bits : 8;
+        to_colors();
+        step();
+        if (bits < 8) {
+            fit_bits(bits);
+        }
+    }
+    void fit_bits(int bits);
     // The same for a picture whose pixels are all about to be written: CMYK and Lab become RGB, but their colors are
     // not converted.
     void drop_colors();
