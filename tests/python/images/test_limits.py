@@ -15,12 +15,13 @@ import pytest
 from PIL import Image as Pillow
 from support import png_files
 from support.child import run_child
-from support.image_oracles import managed_error, write
+from support.image_oracles import managed_error, noise, write
 from support.runtimes import embedded_only
 from zelmor.imaging import Image, LoadOptions, RasterImage
 from zelmor.imaging.fileformats.apng import ApngImage
 from zelmor.imaging.fileformats.png import PngColorType
-from zelmor.imaging.imageoptions import PngOptions
+from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
+from zelmor.imaging.imageoptions import ApngOptions, GifOptions, PngOptions, TiffOptions, WebPOptions
 from zelmor.imaging.memorymanagement import Configuration
 
 #: 1,000 by 700 pixels: 2.1 million bytes as RGB.
@@ -264,3 +265,21 @@ def test_sizes_count_the_bytes_of_the_pixels(tmp_path: Path) -> None:
     options.color_type, options.bit_depth = PngColorType.TRUECOLOR_WITH_ALPHA, 16
     with managed_error("ArgumentOutOfRangeException", "'width'", "25000 by 25000"):
         Image.create(options, 25_000, 25_000)
+
+
+@pytest.mark.parametrize("options", [WebPOptions, GifOptions, ApngOptions, TiffOptions])
+def test_the_limit_of_a_save_counts_all_frames(options: Any) -> None:
+    """Also where they are written one after the other, or kept coded by the encoder."""
+    frames = [Pillow.fromarray(noise(3, i, 200, 150)) for i in range(14)]
+    file = io.BytesIO()
+    frames[0].save(file, "TIFF", save_all=True, append_images=frames[1:])
+    image = Image.load(io.BytesIO(file.getvalue()))
+    settings = options(TiffExpectedFormat.TIFF_LZW_RGB) if options is TiffOptions else options()
+    settings.buffer_size_hint = 1
+    with managed_error("OutOfMemoryException", "its pixels take 2 megabytes, more than the 1 of", "BufferSizeHint"):
+        image.save(io.BytesIO(), settings)
+    settings.buffer_size_hint = 2
+    target = io.BytesIO()
+    image.save(target, settings)
+    with Pillow.open(target) as saved:
+        assert saved.n_frames == 14
