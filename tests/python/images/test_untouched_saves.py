@@ -15,7 +15,8 @@ from support.image_oracles import load, noise, raster, smooth
 from support.pictures import png_chunk
 from zelmor.imaging import Color, Image, Rectangle
 from zelmor.imaging.fileformats.tiff import TiffImage
-from zelmor.imaging.imageoptions import JpegOptions, PngOptions
+from zelmor.imaging.fileformats.tiff.enums import TiffExpectedFormat
+from zelmor.imaging.imageoptions import JpegOptions, PngOptions, TiffOptions
 
 WIDTH, HEIGHT = 19, 13
 
@@ -201,6 +202,37 @@ def test_tags_of_a_tiff_page_stay(tmp_path: Path) -> None:
     image.save(str(tmp_path / "d.jpg"))
     with Pillow.open(tmp_path / "d.jpg") as picture:
         assert not set(picture.getexif()) & set(TAGS)
+
+
+#: SMinSampleValue, SMaxSampleValue, HalftoneHints, Threshholding, TransferFunction, MinSampleValue, MaxSampleValue.
+OF_SAMPLES: dict[int, tuple[int, object]] = {
+    340: (11, (-3.5,)), 341: (11, (17.25,)), 321: (3, (10, 240)), 263: (3, 2), 301: (3, tuple(range(0, 65536, 256))),
+    280: (3, (1,)), 281: (3, (250,)),
+}
+
+
+def test_what_a_tiff_page_says_of_its_samples_stays_with_them(tmp_path: Path) -> None:
+    directory = TiffImagePlugin.ImageFileDirectory_v2()
+    for number, (kind, value) in OF_SAMPLES.items():
+        directory.tagtype[number] = kind
+        directory[number] = value
+    Pillow.fromarray(noise(1)).save(tmp_path / "a.tif", tiffinfo=directory)
+
+    def kept(name: str) -> dict[int, object]:
+        with Pillow.open(tmp_path / name) as picture:
+            tags = picture.tag_v2  # type: ignore[attr-defined]
+            return {number: tags[number] for number in OF_SAMPLES if number in tags}
+
+    before = kept("a.tif")
+    assert set(before) == set(OF_SAMPLES)
+    image = load(tmp_path / "a.tif")
+    image.save(str(tmp_path / "b.tif"))
+    assert kept("b.tif") == before
+    image.save(str(tmp_path / "c.tif"), TiffOptions(TiffExpectedFormat.TIFF_LZW_RGB))
+    assert not kept("c.tif")
+    image.set_pixel(0, 0, Color.white)
+    image.save(str(tmp_path / "d.tif"))
+    assert not kept("d.tif")
 
 
 def test_tags_of_a_tiff_page_go_with_its_exif_data(tmp_path: Path) -> None:

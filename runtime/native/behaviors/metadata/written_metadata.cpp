@@ -450,7 +450,8 @@ Save save_of(const WrittenPicture& picture, const Record* options, const Metadat
     return {image, *own_metadata(image), options, picture, container, there};
 }
 
-// What else the directory of the page had. Places on the earth belong to pixels that are where they were.
+// What else the directory of the page had. Places on the earth belong to pixels that are where they were, and what
+// describes samples to those of the file.
 void add_tags_of_page(TagList& to, const Save& save) {
     const Ref<ExifObject> of_file = save.kept.of_tiff();
     if (!of_file || (save.kept.exif_replaced && !property_if_any(&save.image, "ExifData"))) {
@@ -459,8 +460,10 @@ void add_tags_of_page(TagList& to, const Save& save) {
     constexpr uint16_t kPlaces[] = {33550, 33922, 34264};  // ModelPixelScale, ModelTiepoint, ModelTransformation
     for (const auto& tag : of_file->of_page) {
         const bool is_place = std::find(std::begin(kPlaces), std::end(kPlaces), tag->id()) != std::end(kPlaces);
+        const bool is_of_samples = is_tag_of_samples(tag->id());
         const auto same = [&](const auto& known) { return known->id() == tag->id(); };
-        if (tag->count() > 0 && !(is_place && save.is_stale(save.kept.read_at)) &&
+        const bool holds = !(is_place || is_of_samples) || !save.is_stale(save.kept.read_at);
+        if (tag->count() > 0 && holds && !(is_of_samples && save.options != nullptr) &&
             std::none_of(to.begin(), to.end(), same)) {
             to.push_back(tag);
         }

@@ -248,10 +248,19 @@ bool is_of_page(uint16_t id) {
     constexpr uint16_t kKept[] = {number_of(Tag::kSubFileType), number_of(Tag::kWhitePoint),
                                   number_of(Tag::kPrimaryChromaticities)};
     const auto among = [&](const auto& ids) { return std::find(std::begin(ids), std::end(ids), id) != std::end(ids); };
-    return !is_of_description(id) && !among(kElsewhere) && (!is_tag_of_pixels(id) || among(kKept));
+    return !is_of_description(id) && !among(kElsewhere) &&
+           (!is_tag_of_pixels(id) || among(kKept) || is_tag_of_samples(id));
 }
 
 }  // namespace
+
+bool is_tag_of_samples(uint16_t id) {
+    using Tag = api::FileFormats::Tiff::Enums::TiffTags;
+    constexpr Tag kTags[] = {Tag::kThresholding,   Tag::kCellWidth,       Tag::kCellLength,
+                             Tag::kMinSampleValue, Tag::kMaxSampleValue,  Tag::kTransferFunction,
+                             Tag::kHalftoneHints,  Tag::kSminSampleValue, Tag::kSmaxSampleValue};
+    return std::find(std::begin(kTags), std::end(kTags), static_cast<Tag>(id)) != std::end(kTags);
+}
 
 bool is_tag_of_pixels(uint16_t id) {
     using Tag = api::FileFormats::Tiff::Enums::TiffTags;

@@ -81,6 +81,9 @@ constexpr std::string_view kExifMark{"Exif\0\0", 6};
 
 // Tags that describe how the pixels of a TIFF file are stored are left to the encoder.
 bool is_tag_of_pixels(uint16_t id);
+// Those among them that say of the samples what their form does not, such as the least and the greatest one. They hold
+// as long as the samples are those of the file.
+bool is_tag_of_samples(uint16_t id);
 
 // The order of a directory: by number.
 TagList sorted_tags(TagList tags);
