@@ -182,6 +182,7 @@ assert resident() - before < 6 << 10, resident() - before
 """, gray_pages(tmp_path / "a.tif", 20000), gray_pages(tmp_path / "b.tif", 2), MALLOC_PERTURB_="0")
 
 
+@embedded_only("an array of frames makes an object of .NET for each, which reads the directory of its page")
 def test_the_last_of_60000_pages_is_found_in_one_pass(tmp_path: Path) -> None:
     """Directories are read once and not again for each page: the system counts what a process reads."""
     def read() -> int:
