@@ -148,7 +148,7 @@ def test_unknown_machinery_makes_every_class_itself() -> None:
 
 
 def test_classes_are_made_without_the_work_of_the_metaclass() -> None:
-    """The functions of `enum` make one pattern for each kind of class; for all of them they would run much more often."""
+    """The functions of `enum` make one pattern for each kind of class; for all of them they would run more often."""
     calls = child("""
 import collections, sys
 calls = collections.Counter()
