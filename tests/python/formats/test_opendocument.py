@@ -13,7 +13,7 @@ import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import Color, FileFormat, Image, RotateFlipType, StreamContainer
 from zelmor.imaging.fileformats.opendocument import OdgImage, OtgImage
-from zelmor.imaging.fileformats.opendocument.objects.brush import OdGradientBrush, OdSolidBrush
+from zelmor.imaging.fileformats.opendocument.objects.brush import OdGradientBrush, OdPatternBrush, OdSolidBrush
 from zelmor.imaging.fileformats.opendocument.objects.graphic import (
     OdAngleEllipse, OdCustomShape, OdEnhancedGeometry, OdFrame, OdLine, OdPage, OdPath, OdPolygon, OdRectangle, OdText,
     OdTextParagraph)
@@ -230,6 +230,50 @@ def test_every_class_of_objects_comes_from_a_file() -> None:
     for page in opened(odg(shapes, styles=styles)).records:
         walk(page)
     assert found == set(classes)
+
+
+def brushes_of(data: bytes, options: Any = None) -> list[Any]:
+    image = cast(OdgImage, Image.load(io.BytesIO(data), *([options] if options else [])))
+    return [cast(OdPatternBrush, cast(OdRectangle, shape).style.brush) for shape in image.records[0].items]
+
+
+def picture_fill(width: int, height: int) -> tuple[str, bytes, Any]:
+    """Styles with a fill of a picture, of which half is transparent, and its file and pixels."""
+    pixels = np.random.default_rng(3).integers(0, 256, (height, width, 4), np.uint8)
+    pixels[:, :, 3] = np.where(pixels[:, :, 3] < 128, 128, 255)
+    out = io.BytesIO()
+    Pillow.fromarray(pixels, "RGBA").save(out, "PNG")
+    styles = "".join(f'<style:style style:name="{name}" style:family="graphic"><style:graphic-properties '
+                     f'draw:fill="bitmap" draw:fill-image-name="{fill}"/></style:style>'
+                     for name, fill in [("tiles", "I"), ("none", "J"), ("text", "K")])
+    styles += "".join(f'<draw:fill-image draw:name="{name}" xlink:href="{file}"/>'
+                      for name, file in [("I", "Pictures/a.png"), ("K", "content.xml")])
+    colors = pixels.astype(np.uint32)
+    argb = colors[:, :, 3] << 24 | colors[:, :, 0] << 16 | colors[:, :, 1] << 8 | colors[:, :, 2]
+    return styles, out.getvalue(), argb.astype(np.int32)
+
+
+def test_the_pixels_of_pictures_that_fill() -> None:
+    styles, file, argb = picture_fill(5, 3)
+    shapes = "".join(f'<draw:rect draw:style-name="{name}" svg:width="9px" svg:height="9px"/>'
+                     for name in ("tiles", "none", "text", "tiles"))
+    first, missing, no_picture, again = brushes_of(odg(shapes, styles=styles, files={"Pictures/a.png": file}))
+    assert [list(row) for row in first.pattern] == argb.tolist()
+    assert [list(row) for row in again.pattern] == argb.tolist()
+    assert missing.pattern is None and no_picture.pattern is None
+    assert [list(row) for row in first.clone().pattern] == argb.tolist()
+
+
+def test_the_pixels_of_fills_stay_below_the_limit_of_the_image() -> None:
+    styles, file, argb = picture_fill(700, 400)
+    shape = '<draw:rect draw:style-name="tiles" svg:width="9px" svg:height="9px"/>'
+    data = odg(shape * 3, styles=styles, files={"Pictures/a.png": file})
+    options = OdLoadOptions()
+    options.buffer_size_hint = 1
+    with managed_error("OutOfMemoryException", "memory"):
+        brushes_of(data, options)
+    options.buffer_size_hint = 2  # once is enough for three fills
+    assert [len(brush.pattern) for brush in brushes_of(data, options)] == [len(argb)] * 3
 
 
 def test_metadata() -> None:

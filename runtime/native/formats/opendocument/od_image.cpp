@@ -3,6 +3,7 @@
 
 #include "generated/runtime/Zelmor.Imaging.FileFormats.OpenDocument.h"
 #include "runtime/native/behaviors/images/loading.h"
+#include "runtime/native/behaviors/settings/memory_limit.h"
 #include "runtime/native/behaviors/streams/stream_container.h"
 #include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/collections/collection.h"
@@ -19,19 +20,18 @@ namespace {
 
 namespace classes = api::FileFormats::OpenDocument;
 
-const OdDocument* document_of(VectorImageObject& image) {
+OdPageDrawing* drawing_of(VectorImageObject& image) {
     image.require_live();
-    const auto* drawing = dynamic_cast<const OdPageDrawing*>(image.shown_pages().front()->drawing().get());
-    return drawing != nullptr ? &drawing->document() : nullptr;
+    return dynamic_cast<OdPageDrawing*>(image.shown_pages().front()->drawing().get());
 }
 
 // The objects are made when a program first looks at them; they belong to the image, and changes of them stay.
 Collection records(VectorImageObject& self) {
-    const OdDocument* document = document_of(self);
+    OdPageDrawing* drawing = drawing_of(self);
     if (is_null(property(self, "Records"))) {
         std::vector<Value> pages;
-        if (document != nullptr) {
-            pages = od_pages(*document);
+        if (drawing != nullptr) {
+            pages = od_pages(drawing->document(), drawing->patterns());
         }
         set_property(
             self, "Records",
@@ -42,9 +42,9 @@ Collection records(VectorImageObject& self) {
 }
 
 Ref<ManagedObject> metadata(VectorImageObject& self) {
-    const OdDocument* document = document_of(self);
-    if (document != nullptr && is_null(property(self, "Metadata"))) {
-        set_property(self, "Metadata", od_metadata(*document));
+    OdPageDrawing* drawing = drawing_of(self);
+    if (drawing != nullptr && is_null(property(self, "Metadata"))) {
+        set_property(self, "Metadata", od_metadata(drawing->document()));
     }
     return property_object(self, "Metadata");
 }
@@ -85,12 +85,13 @@ const BehaviorTable ZELMOR_UNNAMED({
 
 }  // namespace
 
-Ref<ImageBase> load_od_image(const SharedSource& file, const FileFacts& facts, const Record*) {
+Ref<ImageBase> load_od_image(const SharedSource& file, const FileFacts& facts, const Record* options) {
     const auto document = std::make_shared<const OdDocument>(all_bytes(*file));
     const TypeName& type = facts.format == Format::kOtg ? classes::OtgImage::kType : classes::OdgImage::kType;
     auto image = make_ref<VectorImageObject>(require_type(type.name));
+    const auto budget = std::make_shared<MemoryBudget>(decoded_memory_limit(options));
     for (size_t i = 0; i < document->pages().size(); i++) {
-        auto drawing = std::make_shared<OdPageDrawing>(document, i);
+        auto drawing = std::make_shared<OdPageDrawing>(document, i, budget);
         const RectD size = drawing->bounds();
         auto page = make_ref<VectorImageObject>(require_type(type.name), std::move(drawing), size.width, size.height);
         page->title = document->pages()[i]->get("draw:name");

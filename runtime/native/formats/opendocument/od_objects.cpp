@@ -17,6 +17,7 @@
 #include "runtime/native/core/values.h"
 #include "runtime/native/formats/opendocument/od_drawing.h"
 #include "runtime/native/formats/opendocument/od_geometry.h"
+#include "runtime/native/formats/opendocument/od_patterns.h"
 #include "runtime/native/formats/opendocument/od_text.h"
 #include "runtime/native/formats/opendocument/od_values.h"
 
@@ -303,7 +304,7 @@ void take_field(ManagedObject& object, const Field& field, const OdNode& element
 
 // ---- Styles
 
-Ref<ManagedObject> brush_of(const OdDocument& document, const OdStyle& style) {
+Ref<ManagedObject> brush_of(const OdDocument& document, OdPatterns& patterns, const OdStyle& style) {
     namespace brush = objects::Brush;
     const std::string_view fill = style.get(kGraphic, "draw:fill");
     const auto color = static_cast<int32_t>(od_color(style.get(kGraphic, "draw:fill-color")).value_or(0));
@@ -320,7 +321,9 @@ Ref<ManagedObject> brush_of(const OdDocument& document, const OdStyle& style) {
         return made;
     }
     if (fill == "bitmap") {
-        return make_instance(brush::OdPatternBrush::kType.name);
+        auto made = make_instance(brush::OdPatternBrush::kType.name);
+        set_property(*made, "Pattern", patterns.rows(style.get(kGraphic, "draw:fill-image-name")));
+        return made;
     }
     const OdNode* gradient = document.named("draw:gradient", style.get(kGraphic, "draw:fill-gradient-name"));
     if (fill != "gradient" || gradient == nullptr) {
@@ -387,13 +390,14 @@ Ref<ManagedObject> transform_of(const OdNode& element) {
     return info;
 }
 
-Ref<ManagedObject> style_object(const OdDocument& document, const OdStyle& style, const OdNode& element) {
+Ref<ManagedObject> style_object(const OdDocument& document, OdPatterns& patterns, const OdStyle& style,
+                                const OdNode& element) {
     auto object = make_instance(objects::OdGraphicStyle::kType.name);
     const auto set = [&](const char* property, Value value) { set_property(*object, property, std::move(value)); };
     const auto length = [&](const char* properties, const char* attribute) {
         return od_length(style.get(properties, attribute), 0);
     };
-    set("Brush", brush_of(document, style));
+    set("Brush", brush_of(document, patterns, style));
     set("Pen", pen_of(style));
     const OdTextStyle text = od_text_style(document, style);
     auto font = make_instance(objects::Font::OdFont::kType.name);
@@ -548,8 +552,8 @@ Value enhanced_path(const Ref<ManagedObject>& parent, const OdGeometry& geometry
 
 // ---- Elements
 
-void add_children(const OdDocument& document, const OdNode& element, const Ref<ManagedObject>& parent,
-                  const OdShapePlace& place);
+void add_children(const OdDocument& document, OdPatterns& patterns, const OdNode& element,
+                  const Ref<ManagedObject>& parent, const OdShapePlace& place);
 
 void take_measure(ManagedObject& object, const OdNode& element) {
     using Measure = enums::OdMeasureTextKind;
@@ -561,8 +565,8 @@ void take_measure(ManagedObject& object, const OdNode& element) {
     set_property(object, "Kind", static_cast<int64_t>(value));
 }
 
-Ref<ManagedObject> object_of(const OdDocument& document, const OdNode& element, const ElementClass& described,
-                             const Ref<ManagedObject>& parent, OdShapePlace place) {
+Ref<ManagedObject> object_of(const OdDocument& document, OdPatterns& patterns, const OdNode& element,
+                             const ElementClass& described, const Ref<ManagedObject>& parent, OdShapePlace place) {
     Ref<ManagedObject> object = child_of(parent, described.type);
     for (const Field& field : described.fields) {
         take_field(*object, field, element);
@@ -574,7 +578,7 @@ Ref<ManagedObject> object_of(const OdDocument& document, const OdNode& element, 
                                              : is_text               ? "paragraph"
                                                                      : "graphic",
                                              element.get(is_text ? "text:style-name" : "draw:style-name"));
-        set_property(*object, "Style", style_object(document, style, element));
+        set_property(*object, "Style", style_object(document, patterns, style, element));
     }
     if (element.find("svg:width") != nullptr) {
         place = od_shape_place(element);
@@ -587,13 +591,13 @@ Ref<ManagedObject> object_of(const OdDocument& document, const OdNode& element, 
     } else if (element.is("text:measure")) {
         take_measure(*object, element);
     }
-    add_children(document, element, object, place);
+    add_children(document, patterns, element, object, place);
     return object;
 }
 
 // Elements without a class give their children to the element around them.
-void add_children(const OdDocument& document, const OdNode& element, const Ref<ManagedObject>& parent,
-                  const OdShapePlace& place) {
+void add_children(const OdDocument& document, OdPatterns& patterns, const OdNode& element,
+                  const Ref<ManagedObject>& parent, const OdShapePlace& place) {
     const bool is_text = element.name.starts_with("text:") && !element.is("text:list") && !element.is("text:list-item");
     for (const OdNode& each : element.children) {
         if (each.name.empty()) {
@@ -607,19 +611,19 @@ void add_children(const OdDocument& document, const OdNode& element, const Ref<M
         const auto described = std::find_if(std::begin(kElementClasses), std::end(kElementClasses),
                                             [&](const ElementClass& known) { return each.is(known.element); });
         if (described != std::end(kElementClasses)) {
-            append_item(parent, object_of(document, each, *described, parent, place));
+            append_item(parent, object_of(document, patterns, each, *described, parent, place));
         } else if (!each.is("office:binary-data")) {
-            add_children(document, each, parent, place);
+            add_children(document, patterns, each, parent, place);
         }
     }
 }
 
 }  // namespace
 
-std::vector<Value> od_pages(const OdDocument& document) {
+std::vector<Value> od_pages(const OdDocument& document, OdPatterns& patterns) {
     std::vector<Value> pages;
     for (const OdNode* page : document.pages()) {
-        pages.emplace_back(object_of(document, *page, kElementClasses[0], nullptr, {}));
+        pages.emplace_back(object_of(document, patterns, *page, kElementClasses[0], nullptr, {}));
     }
     return pages;
 }

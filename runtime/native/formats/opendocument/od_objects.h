@@ -4,11 +4,13 @@
 
 #include "runtime/native/core/records.h"
 #include "runtime/native/formats/opendocument/od_document.h"
+#include "runtime/native/formats/opendocument/od_patterns.h"
 
 namespace zelmor::embed {
 
 // An OdPage for each page, with its shapes as items. Lengths are pixels of 96 to the inch, angles degrees.
-std::vector<Value> od_pages(const OdDocument& document);
+// PictureError(kTooLarge) from the patterns.
+std::vector<Value> od_pages(const OdDocument& document, OdPatterns& patterns);
 // An OdMetadata object, with nothing in it where the file has no metadata.
 Ref<ManagedObject> od_metadata(const OdDocument& document);
 

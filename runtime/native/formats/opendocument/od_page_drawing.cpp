@@ -95,8 +95,15 @@ class Services final : public OdServices {
 
 }  // namespace
 
-OdPageDrawing::OdPageDrawing(std::shared_ptr<const OdDocument> document, size_t page)
-    : m_document(std::move(document)), m_page(page), m_size(od_page_size(*m_document, page)) {}
+std::shared_ptr<const OdPicture> od_picture(const std::vector<uint8_t>& bytes) {
+    return bytes.empty() ? nullptr : Services(nullptr).picture(bytes);
+}
+
+OdPageDrawing::OdPageDrawing(std::shared_ptr<const OdDocument> document, size_t page, SharedBudget budget)
+    : m_document(std::move(document)),
+      m_page(page),
+      m_size(od_page_size(*m_document, page)),
+      m_patterns(*m_document, std::move(budget)) {}
 
 RectD OdPageDrawing::bounds() const {
     return {0, 0, m_size.x, m_size.y};
