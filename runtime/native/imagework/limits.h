@@ -43,6 +43,13 @@ constexpr uint64_t kJpegBlocks = uint64_t{1} << 30;
 // Bytes that a codec's library may ask for at once, besides what is no larger than the file itself.
 constexpr uint64_t kCodecBytes = 256 * kMebibyte;
 
+// --- Drawings -------------------------------------------------------------------------------------------------------
+
+// Pixels that a stroke of an SVG document is wide, and dashes of all strokes. Wider strokes have circles of so many
+// corners that memory and time have no end; a dash takes a third of a microsecond and some 60 bytes.
+constexpr double kStrokeWidth = 1e9;
+constexpr double kDashes = 3e6;
+
 // --- Finding the header and the end of a picture in a file ----------------------------------------------------------
 
 // Bytes that are looked at for the header. A chain of markers can go on for ever.

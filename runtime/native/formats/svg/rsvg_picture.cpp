@@ -11,6 +11,7 @@
 #include "runtime/native/formats/svg/flat_svg.h"
 #include "runtime/native/formats/svg/svg_library.h"
 #include "runtime/native/formats/svg/svg_root.h"
+#include "runtime/native/formats/svg/svg_strokes.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -146,7 +147,13 @@ std::vector<uint8_t> gzip(std::span<const uint8_t> bytes) {
 
 class RsvgPicture final : public SvgPicture {
  public:
-    explicit RsvgPicture(std::span<const uint8_t> document) : m_document(document.begin(), document.end()) {
+    explicit RsvgPicture(std::span<const uint8_t> document)
+        : m_document(document.begin(), document.end()), m_strokes(svg_strokes(document)) {
+        check_svg_strokes(m_strokes, 1);
+        const std::string text = svg_text(document);
+        if (const auto root = svg_root(text)) {
+            m_size = svg_size(*root);
+        }
         handle(true, true);
     }
 
@@ -166,6 +173,7 @@ class RsvgPicture final : public SvgPicture {
     void draw(drawwork::Canvas& canvas, const SvgDrawing& drawing) override {
         RsvgHandle* const document = handle(drawing.smooth, drawing.smooth_text);
         const RectD area{0, 0, drawing.width, drawing.height};
+        check_svg_strokes(m_strokes, enlargement(drawing));
         auto* const context = static_cast<cairo_t*>(canvas.context());
         if (context == nullptr) {
             return draw_apart(document, canvas, drawing, area);
@@ -184,6 +192,15 @@ class RsvgPicture final : public SvgPicture {
     }
 
  private:
+    // How much larger than in its own size the document becomes, at least 1.
+    double enlargement(const SvgDrawing& drawing) const {
+        const drawwork::Affine& map = drawing.placing;
+        const double placing = std::hypot(std::hypot(map.m11, map.m12), std::hypot(map.m21, map.m22));
+        const double horizontal = m_size.width > 0 ? drawing.width / m_size.width : 1;
+        const double vertical = m_size.height > 0 ? drawing.height / m_size.height : 1;
+        return std::max(1.0, placing * std::max(horizontal, vertical));
+    }
+
     static void draw_apart(RsvgHandle* document, drawwork::Canvas& canvas, const SvgDrawing& drawing,
                            const RectD& area) {
         std::string flat;
@@ -215,6 +232,8 @@ class RsvgPicture final : public SvgPicture {
     }
 
     std::vector<uint8_t> m_document;
+    SvgStrokes m_strokes;
+    SvgSize m_size;
     std::map<std::pair<bool, bool>, Handle> m_handles;
 };
 
