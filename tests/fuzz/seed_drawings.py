@@ -110,6 +110,11 @@ def document_files() -> Files:
 
 def page_files() -> dict[str, Files]:
     """CDR, CMX and EPS, which programs of their own convert."""
+    letters = office_files.cdr_letters(1300, 5, 204, 0.5, fill=2, line=1, encoding="ru")
+    paragraph = office_files.CdrParagraph("a\u03a9", [letters], [0, 0])
+    texts = office_files.cdr(office_files.cdr_artistic(21, 0, 0, 1300), more=office_files.cdr_font(
+        5, "Serif", 0, 1300) + office_files.cdr_style_table(1300) + office_files.cdr_paragraphs(
+        21, 1300, paragraph, paragraph), version=1300)
     cdr = office_files.cdr(office_files.cdr_rectangle(0, 0, 1, 0.5, 1) + office_files.cdr_ellipse(0.2, 0.1, 1, 1, 2))
     cmx = office_files.cmx(office_files.cmx_rectangle(0.5, 0.5, 0.5, 0.5, 1)
                            + office_files.cmx_ellipse(1, 0.5, 1, 1, 2))
@@ -126,7 +131,7 @@ def page_files() -> dict[str, Files]:
         pictures=[office_files.cmx_raster(bytes(6), 3, 2, bytes(8))])
     eps = office_files.eps("1 0 0 setrgbcolor 10 10 30 20 rectfill /Courier findfont 9 scalefont setfont "
                            "5 5 moveto (words) show", "0 0 60 40", "%%Title: (words)")
-    return {"cdr": iter([("shapes", cdr)]), "cmx": iter([("shapes", cmx), ("styles", styles)]),
+    return {"cdr": iter([("shapes", cdr), ("texts", texts)]), "cmx": iter([("shapes", cmx), ("styles", styles)]),
             "eps": iter([("program", eps), ("binary", office_files.binary_eps(eps, wmf=metafiles.wmf()))])}
 
 

@@ -7,6 +7,7 @@ import random
 import struct
 from pathlib import Path
 from typing import Any
+from xml.etree import ElementTree
 
 import numpy as np
 import pytest
@@ -17,21 +18,22 @@ from zelmor.imaging.fileformats.cdr.const import CdrColorModel
 from zelmor.imaging.fileformats.cdr.enum import CdrFillType
 from zelmor.imaging.fileformats.cdr.objects import (
     CdrArrow, CdrBmp, CdrCurve, CdrEllipse, CdrFill, CdrFillTransform, CdrListObjects, CdrObjectContainer, CdrOutline,
-    CdrPage, CdrPattern, CdrPpdt, CdrRectangle, CdrSpnd, CdrText, CdrTransforms, CdrUserPalette, CdrVectorPattern,
-    CdrVersion)
+    CdrPage, CdrPattern, CdrPpdt, CdrRectangle, CdrSpnd, CdrStyd, CdrStyle, CdrText, CdrTransforms, CdrUserPalette,
+    CdrVectorPattern, CdrVersion)
 from zelmor.imaging.fileformats.cmx import CmxImage, CmxImagePage
 from zelmor.imaging.fileformats.cmx.objectmodel import CmxObject
 from zelmor.imaging.fileformats.cmx.objectmodel.enums import (CapsTypes, ColorModels, FillTypes, GradientTypes,
                                                               JoinTypes, LineTypes, PathJumpTypes)
 from zelmor.imaging.fileformats.cmx.objectmodel.specs import (CmxEllipseSpec, CmxImageSpec, CmxPathSpec,
                                                               CmxRectangleSpec)
-from zelmor.imaging.imageoptions import CdrRasterizationOptions, PngOptions
+from zelmor.imaging.imageoptions import CdrRasterizationOptions, PngOptions, SvgOptions
 
 from support.image_oracles import managed_error
 from support.office_files import (
-    CMX_END, cast, cdr, cdr_arrow, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_gradient, cdr_pattern, cdr_picture,
-    cdr_picture_shape, cdr_rectangle, cdr_text, cdr_tiles, chunk, cmx, cmx_command, cmx_curve, cmx_ellipse, cmx_part,
-    cmx_raster, cmx_rectangle, long_cmx, long_length)
+    CMX_END, CdrParagraph, cast, cdr, cdr_arrow, cdr_artistic, cdr_bitmap, cdr_curve, cdr_ellipse, cdr_font,
+    cdr_gradient, cdr_letters, cdr_paragraphs, cdr_pattern, cdr_picture, cdr_picture_shape, cdr_rectangle, cdr_shape,
+    cdr_style_chunk, cdr_style_table, cdr_text, cdr_tiles, chunk, cmx, cmx_command, cmx_curve, cmx_ellipse, cmx_part,
+    cmx_raster, cmx_rectangle, listed, long_cmx, long_length)
 
 TRIANGLE = [(-0.1, -0.1), (0.1, -0.1), (0.0, 0.2)]
 CDR = cdr(cdr_rectangle(-0.75, -0.25, 0.5, 0.5, 1) + cdr_ellipse(0.25, -0.125, 0.5, 0.25, 1) + cdr_curve(TRIANGLE, 1))
@@ -83,29 +85,33 @@ def objects_of(data: bytes, kind: Any) -> list[Any]:
     return found
 
 
-def test_the_gradients_of_fills() -> None:
-    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 3),
-               more=cdr_gradient(3, [(0, (100, 0, 0, 0)), (40, (0, 100, 0, 0)), (100, (0, 0, 0, 100))]))
+@pytest.mark.parametrize("version", [600, 1300, 1500])
+def test_the_gradients_of_fills(version: int) -> None:
+    stops = [(0, (100, 0, 0, 0)), (40, (0, 100, 0, 0)), (100, (0, 0, 0, 100))]
+    data = cdr(cdr_shape(2, bytes(20), 0, 0, 3, version=version), more=cdr_gradient(3, stops, version), version=version)
     fill = next(each for each in objects_of(data, CdrFill) if each.id == 3)
     assert fill.fill_type == CdrFillType.GRADIENT
     gradient = fill.gradient
     assert (gradient.type, gradient.mode, gradient.edge_offset) == (1, 1, 10)
     assert (gradient.angle, gradient.center_x_offset, gradient.center_y_offset) == (45, 3, 4)
     assert gradient.mid_point == 0.5
-    stops = [(round(stop.offset, 4), stop.color.color_value & 0xFFFFFFFF) for stop in gradient.stops]
-    assert stops == [(0, 100), (0.4, 100 << 8), (1, 100 << 24)]
+    found = [(round(stop.offset, 4), stop.color.color_value & 0xFFFFFFFF) for stop in gradient.stops]
+    assert found == [(0, 100), (0.4, 100 << 8), (1, 100 << 24)]
     assert (fill.color1.color_value, fill.color2.color_value) == (100, 100 << 24)
     assert fill.color1.color_model == CdrColorModel.CMYK_100X02
 
 
 @pytest.mark.parametrize(("number", "kind"), [(7, CdrFillType.PATTERN), (9, CdrFillType.BITMAP),
                                               (10, CdrFillType.FULL_COLOR)])
-def test_the_tiles_of_fills(number: int, kind: CdrFillType) -> None:
-    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 3), more=cdr_tiles(3, number, 5))
+@pytest.mark.parametrize("version", [600, 1300])
+def test_the_tiles_of_fills(number: int, kind: CdrFillType, version: int) -> None:
+    data = cdr(cdr_shape(2, bytes(20), 0, 0, 3, version=version), more=cdr_tiles(3, number, 5, version),
+               version=version)
     fill = next(each for each in objects_of(data, CdrFill) if each.id == 3)
     image = fill.image_fill
     assert (fill.fill_type, image.id, image.width, image.height) == (kind, 5, 1, 0.5)
-    assert (image.x_offset, image.y_offset, image.rcp_offset) == (0.25, 0.5, 0.75)
+    assert (image.x_offset, image.y_offset) == ((0.25, 0.5) if version < 900 else (0, 0))
+    assert image.rcp_offset == 0.75
     assert not image.is_relative and image.flags == 0
     if number == 7:
         assert (fill.color1.color_value, fill.color2.color_value) == (100 << 24, 100)
@@ -173,9 +179,119 @@ def test_the_texts_of_a_cdr_document() -> None:
     assert list(document.text_collection.get_text(22)) == []
 
 
+#: Version 8 is written with and without a set of entries of which the version tells nothing.
+STYLED = [(700, None), (800, None), (800, True), (801, None), (900, None), (1000, None), (1200, None), (1300, None),
+          (1400, None), (1500, None)]
+
+
+def styled(version: int, last_set: bool | None = None, framed: bool = False, along_path: bool = False,
+           fill: int = 2) -> bytes:
+    """Two paragraphs, with a style table."""
+    first = CdrParagraph("One two", [cdr_letters(version, 6, 204, 0.25, encoding="ru"), cdr_letters(
+        version, fill=fill, line=1)], [0, 0, 0, 0, 1, 1, 1])
+    second = CdrParagraph("\u03a9b\xe4" if version >= 1200 else "ab\xe4", [cdr_letters(version, 7)], [0, 0, 0], 10)
+    texts = cdr_paragraphs(21, version, first, second, framed=framed, along_path=along_path)
+    fonts = [cdr_font(5, "DejaVu Sans", 0, version), cdr_font(6, "DejaVu Serif", 0, version),
+             cdr_font(6, "Other", 0, version), cdr_font(7, "DejaVu Sans Mono", 204, version)]
+    return cdr(cdr_artistic(21, -0.9, 0, version), more=b"".join(fonts) + cdr_style_table(version, last_set) + texts,
+               version=version)
+
+
+@pytest.mark.parametrize(("version", "last_set"), STYLED)
+def test_the_style_table_of_a_cdr_document(version: int, last_set: bool | None) -> None:
+    data = styled(version, last_set)
+    table = next(each for each in objects_of(data, CdrListObjects) if each.type == "stlt")
+    first, second = (cast(CdrStyle, each) for each in table.items)
+    assert (first.id, first.parent_id, second.id, second.parent_id) == (9, 0, 10, 9)
+    assert (first.font_name, first.charset, first.font_size, first.align) == ("DejaVu Sans", 0, 0.5, 3)
+    assert (first.right_indent, first.first_indent, first.left_indent) == (0.25, 0.75, 1.5)
+    assert first.fill.id == 1 and first.fill.color1.color_value == 100 << 24
+    assert first.out_line.id == 1 and round(first.out_line.line_width, 6) == 0.1
+    assert second.font_name is None and second.fill is None and second.out_line is None and second.font_size == 0
+    assert first.parent.items[0] is not None and cast(CdrListObjects, first.parent).type == "stlt"
+
+
+@pytest.mark.parametrize(("framed", "along_path"), [(False, False), (True, False), (False, True), (True, True)])
+@pytest.mark.parametrize("version", sorted({version for version, _ in STYLED}))
+def test_the_paragraphs_of_a_text(version: int, framed: bool, along_path: bool) -> None:
+    data = styled(version, None, framed, along_path)
+    document = cast(CdrImage, Image.load(io.BytesIO(data))).cdr_document
+    first, second = texts = list(document.text_collection.get_text(21))
+    assert [(text.id, text.style_id) for text in texts] == [(21, 9), (21, 10)]
+    assert [text.text for text in objects_of(data, CdrText)] == [text.text for text in texts]
+    # The byte E4 is a letter of the Cyrillic set, which the font of the second paragraph has.
+    assert (first.text, second.text) == ("One two", "\u03a9b\u0434" if version >= 1200 else "ab\u0434")
+    one, two = first.styles
+    assert (one.id, one.font_name, one.charset, one.font_size) == (6, "DejaVu Serif", 204, 0.25)
+    assert one.fill is None and two.fill.id == 2 and two.out_line.id == 1 and two.font_name is None
+    assert [number >> 17 for number in first.char_descriptions] == [0] * 4 + [1] * 3
+    assert [number & 1 for number in second.char_descriptions] == [int(version >= 1200), 0, 0]
+    assert [(style.font_name, style.charset) for style in second.styles] == [("DejaVu Sans Mono", 204)]
+
+
+@pytest.mark.parametrize(("version", "fill"), [(700, 2), (801, 2), (1200, 2), (1300, 0), (1500, 0)])
+def test_the_drawing_library_sees_the_same_text(version: int, fill: int, tmp_path: Path) -> None:
+    """What it draws, as letters of an SVG file; fills of letters of version 13 on are known to later releases of it."""
+    data = styled(version, fill=fill)
+    options = SvgOptions()
+    options.vector_rasterization_options = CdrRasterizationOptions()
+    Image.load(io.BytesIO(data)).save(str(tmp_path / "a.svg"), options)
+    shown = "".join(ElementTree.parse(tmp_path / "a.svg").getroot().itertext())
+    texts = "".join(text.text for text in objects_of(data, CdrText))
+    assert "".join(shown.split()) == "".join(texts.split())
+
+
+def test_the_styles_of_the_sixth_version() -> None:
+    more = cdr_font(5, "DejaVu Sans") + listed(b"stlt", cdr_style_chunk(9)) + cdr_text(21, b"Words")
+    data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 1), more=more)
+    chunk_of_style, = objects_of(data, CdrStyd)
+    style = cast(CdrStyle, chunk_of_style.items[0])
+    assert (chunk_of_style.style_id, style.id, style.parent_id) == (9, 9, 8)
+    assert (style.font_name, style.font_size, style.align) == ("DejaVu Sans", 0.5, 3)
+    assert (style.fill.id, style.out_line.id) == (1, 1)
+
+
+def test_styles_that_are_missing_or_based_on_each_other() -> None:
+    table = bytearray(cdr_style_table(700))
+    at = table.index(struct.pack("<III", 3, 9, 0))
+    table[at + 8:at + 12] = struct.pack("<I", 10)  # 9 is based on 10, which is based on 9
+    text = cdr_paragraphs(21, 700, CdrParagraph("a\xe4", [cdr_letters(700, 99, 0, fill=98, line=97)], [0, 5], 10))
+    found, = objects_of(cdr(cdr_rectangle(0, 0, 0.5, 0.5, 1), more=bytes(table) + text, version=700), CdrText)
+    style, = found.styles
+    assert (found.text, style.id, style.font_name, style.fill, style.out_line) == ("a\xe4", 99, None, None, None)
+
+
+@pytest.mark.parametrize("good", [cdr_style_table(900), cdr_paragraphs(21, 900, CdrParagraph("ab", [], [0, 0]))],
+                         ids=["styles", "text"])
+def test_counts_beyond_the_file_take_no_memory(good: bytes) -> None:
+    read = 0
+    for at in range(12, len(good) - 4):
+        if good[at:at + 4] not in (b"\1\0\0\0", b"\2\0\0\0"):
+            continue
+        wrong = good[:at] + b"\xff\xff\xff\x7f" + good[at + 4:]
+        try:
+            assert objects_of(cdr(cdr_ellipse(0, 0, 0.5, 0.5, 1), more=wrong, version=900), CdrObjectContainer)
+            read += 1
+        except RuntimeError as error:
+            assert "ImageLoadException" in str(error)  # the parser that draws it refuses the file
+    assert read > 0
+
+
+@pytest.mark.parametrize("version", [1300, 1500])
+def test_fills_and_lines_of_the_later_versions(version: int) -> None:
+    data = styled(version)
+    fill = next(each for each in objects_of(data, CdrFill) if each.id == 1)
+    assert (fill.fill_type, fill.color1.color_model, fill.color1.color_value) == (
+        CdrFillType.SOLID, CdrColorModel.CMYK_100X02, 100 << 24)
+    line, = objects_of(data, CdrOutline)
+    assert (line.id, line.line_type, round(line.line_width, 6), line.stretch) == (1, 2, 0.1, 1)
+    assert line.color.color_value == 100 << 24
+
+
 @pytest.mark.parametrize("more", [cdr_gradient(3, [(0, (1, 2, 3, 4))]), cdr_tiles(3, 7, 5), cdr_tiles(3, 9, 5),
                                   cdr_bitmap(4, bytes(6), 2, 2, bytes(8)), cdr_pattern(5, 8, 1, bytes(4)),
-                                  cdr_arrow(6, TRIANGLE), cdr_text(7, b"Words")])
+                                  cdr_arrow(6, TRIANGLE), cdr_text(7, b"Words"),
+                                  cdr_style_chunk(7)])
 def test_chunks_that_end_early_give_what_they_have(more: bytes) -> None:
     for length in range(8, len(more), 7):
         cut = chunk(more[:4], more[8:length])

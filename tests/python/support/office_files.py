@@ -8,6 +8,7 @@ from __future__ import annotations
 import io
 import struct
 import zipfile
+from dataclasses import dataclass
 from typing import Any
 
 
@@ -96,12 +97,16 @@ def cdr_parts(kind: int, *parts: tuple[int, bytes]) -> bytes:
     return body + data
 
 
-def cdr_shape(kind: int, coordinates: bytes, x: float, y: float, fill: int, line: int = 0) -> bytes:
-    matrix = struct.pack("<H", 8) + bytes(6) + struct.pack("<6d", 1, 0, x * 254000, 0, 1, y * 254000)
+def cdr_shape(kind: int, coordinates: bytes, x: float, y: float, fill: int, line: int = 0,
+              *, version: int = 600, number: int = 0) -> bytes:
+    """A shape; one with a number is that of a text."""
+    matrix = bytes(8 if version >= 1300 else 0) + struct.pack("<H", 8) + bytes(6)
+    matrix += struct.pack("<6d", 1, 0, x * 254000, 0, 1, y * 254000)
     placed = listed(b"trfl", chunk(b"trfd", cdr_parts(0, (0, matrix))))
     looks = (0x14, struct.pack("<I", fill)), (0x0A, struct.pack("<I", line))
     loda = chunk(b"loda", cdr_parts(kind, (0x1E, coordinates), *looks))
-    return listed(b"obj ", chunk(b"flgs", struct.pack("<I", 0)), listed(b"lgob", placed, loda))
+    named = chunk(b"spnd", struct.pack("<I", number)) if number else b""
+    return listed(b"obj ", named, chunk(b"flgs", struct.pack("<I", 0)), listed(b"lgob", placed, loda))
 
 
 def cdr_rectangle(x: float, y: float, width: float, height: float, fill: int, line: int = 0) -> bytes:
@@ -122,14 +127,27 @@ def cdr_color(cmyk: tuple[int, int, int, int]) -> bytes:
     return struct.pack("<H6x", 2) + bytes(cmyk)
 
 
-def cdr_gradient(number: int, stops: list[tuple[int, tuple[int, int, int, int]]]) -> bytes:
+def cdr_gradient(number: int, stops: list[tuple[int, tuple[int, int, int, int]]], version: int = 600) -> bytes:
     """A fill with a linear gradient at 45 degrees; places are percents."""
+    if version >= 1300:
+        data = struct.pack("<I8xH8xB17xhiii2xIBxI3x", number, 2, 1, 10, 45000000, 3, 4, 1, 50, len(stops))
+        between = bytes(26 if version >= 1500 else 5)
+        return chunk(b"fild", data + b"".join(cdr_color(cmyk) + between + struct.pack("<I3x", at)
+                                              for at, cmyk in stops))
     data = struct.pack("<IHxxB19xiiii2xIBxI", number, 2, 1, 10, 45000000, 3, 4, 1, 50, len(stops))
     return chunk(b"fild", data + b"".join(cdr_color(cmyk) + struct.pack("<I", at) for at, cmyk in stops))
 
 
-def cdr_tiles(number: int, kind: int, image: int) -> bytes:
+def cdr_tiles(number: int, kind: int, image: int, version: int = 600) -> bytes:
     """A fill with a pattern of two colors (7), or with tiles of a picture, an inch by half an inch."""
+    if version >= 1300:
+        data = struct.pack("<I8xH", number, kind)
+        size = struct.pack("<ii4xHB", 254000, 127000, 75, 0)
+        if kind == 7:
+            return chunk(b"fild", data + bytes(8) + struct.pack("<I", image) + size + bytes(6)
+                         + cdr_color((0, 0, 0, 100)) + bytes(10) + cdr_color((100, 0, 0, 0)) + bytes(32))
+        parts = struct.pack("<II5xII", 0x640, 5, 0x514, 0)
+        return chunk(b"fild", data + parts + size + bytes(17) + struct.pack("<I", image) + bytes(32))
     data = struct.pack("<IHxxIiiHHHB", number, kind, image, 254000, 127000, 25, 50, 75, 0)
     if kind == 7:
         return chunk(b"fild", data + b"\0" + cdr_color((0, 0, 0, 100)) + cdr_color((100, 0, 0, 0)))
@@ -172,24 +190,134 @@ def cdr_text(number: int, text: bytes, font: int = 1, inches: float = 0.5) -> by
     """A text of the sixth version with one style."""
     style = struct.pack("<B3xHH4x", 5, font, 0) + long_length(inches) + bytes(44)
     letters = b"".join(struct.pack("<4xB5xBx", letter, 1) for letter in text)
-    return chunk(b"txsm", struct.pack("<I32xI52xIII", 1, number, 9, 1, 0)[:-4] + style
+    return chunk(b"txsm", struct.pack("<I28xII48xIII", 1, 1, number, 1, 9, 1) + style
                  + struct.pack("<I", len(text)) + letters)
 
 
-def cdr(*pages: bytes, width: float = 2, height: float = 1, more: bytes = b"") -> bytes:
+def cdr_font(number: int, name: str, charset: int = 0, version: int = 700) -> bytes:
+    letters = (name + "\0").encode("utf-16-le" if version >= 1200 else "latin-1")
+    return chunk(b"font", struct.pack("<HH14x", number, charset) + letters)
+
+
+@dataclass
+class CdrParagraph:
+    """Characters with the number of their style each; what has no byte in Latin-1 takes two bytes."""
+
+    text: str
+    styles: list[bytes]
+    style_of: list[int]
+    style_id: int = 9
+
+
+def cdr_letters(version: int, font: int = 0, charset: int = 0, inches: float = 0, fill: int = 0, line: int = 0,
+                encoding: str = "") -> bytes:
+    """The style of letters, of version 7 on."""
+    flags = (1 if font else 0) | (4 if inches else 0) | (0x40 if fill else 0) | (0x80 if line else 0) | 0x3A
+    encoding = encoding if version >= 800 else ""
+    more = 8 if encoding else 0
+    data = struct.pack("<HB", 1, flags) + (struct.pack("<B", more) if version >= 800 else b"")
+    data += struct.pack("<HH", font, charset) if font else b""
+    data += bytes(4) + (long_length(inches) if inches else b"") + bytes(12)
+    data += struct.pack("<I", fill) + bytes(48 if version >= 1300 else 0) if fill else b""
+    data += struct.pack("<I", line) if line else b""
+    if encoding and version >= 1300:
+        data += struct.pack("<I", len(encoding)) + encoding.encode("utf-16-le")
+    elif encoding:
+        data += bytes(4)
+    return data
+
+
+def cdr_paragraphs(number: int, version: int, *paragraphs: CdrParagraph, framed: bool = False,
+                   along_path: bool = False) -> bytes:
+    """A text of version 7 to 15 in one frame."""
+    path = struct.pack("<I", along_path) + bytes(
+        (32 if version <= 1200 else 40 if version < 1500 else 48) if along_path else 8 if version >= 1500 else 0)
+    after = {True: 4 if version >= 1500 else 0, False: 40 if version >= 1500 else 36 if version >= 1400 else
+             34 if version > 800 else 32 if version == 800 else 36}[framed]
+    data = struct.pack("<I", framed) + bytes(33 if version >= 1500 else 32)
+    data += path if version <= 700 else b""
+    data += struct.pack("<II", 1, number) + struct.pack("<6d", 1, 0, 0, 0, 1, 0) + (path if version > 700 else b"")
+    data += bytes(after) + struct.pack("<I", len(paragraphs))
+    for each in paragraphs:
+        data += struct.pack("<I", each.style_id) + bytes(2 if version > 1200 and framed else 1)
+        data += struct.pack("<I", len(each.styles)) + b"".join(each.styles) + struct.pack("<I", len(each.text))
+        wide = [version >= 1200 and ord(letter) > 255 for letter in each.text]
+        for style, is_wide in zip(each.style_of, wide, strict=True):
+            data += struct.pack("<Q" if version >= 1200 else "<I", style << 17 | is_wide)
+        letters = b"".join(letter.encode("utf-16-le" if is_wide else "latin-1")
+                           for letter, is_wide in zip(each.text, wide, strict=True))
+        data += (struct.pack("<I", len(letters)) if version >= 1200 else b"") + letters + b"\0"
+    return chunk(b"txsm", data)
+
+
+def cdr_style_table(version: int, last_set: bool | None = None) -> bytes:
+    """Styles 9 (Text: font 5 of half an inch, centered, fill 1, line 1, indents) and 10, based on it."""
+    last_set = version > 800 if last_set is None else last_set
+    around = bytes(12 if version < 1000 else 20)
+
+    def entries(*items: bytes) -> bytes:
+        return struct.pack("<I", len(items)) + b"".join(items)
+
+    def reference(number: int, target: int, more: int = 0) -> bytes:
+        return struct.pack("<I4xI", number, target) + bytes(more)
+    bullet = bytes(44 if version > 1300 else 40)
+    if version >= 1300:
+        bullets = entries(bullet + struct.pack("<I", 1) + bytes(68), bullet + bytes(4 + 12))
+    else:
+        middle = bytes(28 if version >= 1000 else 20)
+        bullets = entries(bullet + middle + struct.pack("<I", 1) + bytes(16), bullet + middle + bytes(4 + 8))
+    data = struct.pack("<I", 2) + entries(reference(71, 1, 48 if version >= 1300 else 0)) + entries(reference(72, 1))
+    data += entries(struct.pack("<I", 73) + around + struct.pack("<HH8x", 5, 0) + long_length(0.5) + around)
+    data += entries(reference(74, 3)) + entries(bytes(52)) + entries(bytes(152)) + entries(bytes(784)) + bullets
+    data += entries(struct.pack("<I12x", 78) + b"".join(map(long_length, (0.25, 0.75, 1.5))))
+    data += entries(bytes(36 if version >= 1300 else 32)) + entries(bytes(28))
+    data += entries(bytes(12)) if last_set else b""
+    name = "Text\0"
+    name_data = struct.pack("<I", len(name)) + name.encode("utf-16-le" if version >= 1200 else "latin-1")
+    data += struct.pack("<III8x", 3, 9, 0) + name_data + struct.pack("<IIII8x", 71, 72, 73, 74)
+    data += (bytes(4) if last_set else b"") + struct.pack("<8xI8x", 78)
+    data += struct.pack("<III8x", 1, 10, 9) + name_data + bytes(8)
+    return listed(b"stlt", data)
+
+
+def cdr_style_chunk(number: int, version: int = 600) -> bytes:
+    """A style of version 6 as a chunk: fill 1, line 1, font 5 of half an inch, centered."""
+    parts = [(0xCD, struct.pack("<I", 1)), (0xD2, struct.pack("<I", 1)),
+             (0xDC, struct.pack("<4xHH8x", 5, 0) + long_length(0.5)), (0xE1, struct.pack("<I", 3))]
+    return chunk(b"styd", struct.pack("<H", number) + cdr_parts(8, *parts))
+
+
+def cdr_artistic(number: int, x: float, y: float, version: int) -> bytes:
+    """The place of a text."""
+    return cdr_shape(4, long_length(0) + long_length(0), x, y, 1, version=version, number=number)
+
+
+def cdr_solid(number: int, cmyk: tuple[int, int, int, int], version: int = 600) -> bytes:
+    long = version >= 1300
+    return chunk(b"fild", struct.pack("<I", number) + bytes(8 if long else 0) + struct.pack("<H", 1)
+                 + bytes(13 if long else 2) + cdr_color(cmyk) + bytes(16))
+
+
+def cdr_line(number: int, version: int = 600) -> bytes:
+    """A black line, a tenth of an inch wide."""
+    long = version >= 1300
+    data = struct.pack("<HHH", 2, 0, 0) + (b"" if long else bytes(2)) + long_length(0.1) + struct.pack("<Hxxi", 100, 0)
+    data += bytes(46 if long else 52) + cdr_color((0, 0, 0, 100)) + bytes(16 + 2 + 22 + 8)
+    parts = struct.pack("<II", 7, 2) + bytes(2) + struct.pack("<II", 1, len(data)) if long else b""
+    return chunk(b"outl", struct.pack("<I", number) + parts + data)
+
+
+def cdr(*pages: bytes, width: float = 2, height: float = 1, more: bytes = b"", version: int = 600) -> bytes:
     """A file of pages; fill 1 is black and fill 2 white, in CMYK. Line 1 is black, a tenth of an inch wide."""
-    def solid(number: int, cmyk: tuple[int, int, int, int]) -> bytes:
-        return chunk(b"fild", struct.pack("<IHxxH", number, 1, 2) + bytes(6) + bytes(cmyk) + bytes(16))
-    body = chunk(b"vrsn", struct.pack("<H", 600))
-    line = struct.pack("<IHHHxx", 1, 2, 0, 0) + long_length(0.1) + struct.pack("<Hxxi", 100, 0) + bytes(52)
-    line += struct.pack("<H", 2) + bytes(6) + bytes((0, 0, 0, 100)) + bytes(16 + 2 + 22 + 8)
-    body += listed(b"doc ", listed(b"filt", solid(1, (0, 0, 0, 100)), solid(2, (0, 0, 0, 0))),
-                   listed(b"otlt", chunk(b"outl", line)), more)
-    body += chunk(b"mcfg", bytes(0x1C) + long_length(width) + long_length(height) + bytes(64))
+    body = chunk(b"vrsn", struct.pack("<H", version))
+    body += listed(b"doc ", listed(b"filt", cdr_solid(1, (0, 0, 0, 100), version), cdr_solid(2, (0, 0, 0, 0), version)),
+                   listed(b"otlt", cdr_line(1, version)), more)
+    before = 12 if version >= 1300 else 4 if version >= 900 else 0x1C if version < 700 else 0
+    body += chunk(b"mcfg", bytes(before) + long_length(width) + long_length(height) + bytes(64))
     flags = chunk(b"flgs", struct.pack("<I", 0))
     for page in pages:
         body += listed(b"page", flags, listed(b"gobj", listed(b"layr", flags, page)))
-    return riff(b"CDR6", body)
+    return riff(b"CDR" + f"{version // 100:X}".encode(), body)
 
 
 # ---- CMX: lengths are thousandths of an inch, y points up

@@ -40,8 +40,17 @@ class CdrNumbers {
         return value;
     }
     void skip(uint64_t count) { step(count); }
+    // Bytes behind this place.
+    uint64_t left() const { return m_size > m_at ? m_size - m_at : 0; }
+    // Whether no step went beyond the end, not even one over bytes that are not read.
+    bool within() const { return ok() && m_at <= m_size; }
+    // Makes ok() false, as reading beyond the end does.
+    void fail() {
+        m_at = m_size;
+        m_in.u8(m_size);
+    }
     // All bytes from here on.
-    std::span<const uint8_t> rest() { return piece(m_size > m_at ? m_size - m_at : 0); }
+    std::span<const uint8_t> rest() { return piece(left()); }
     std::span<const uint8_t> piece(uint64_t count) { return m_in.piece(step(count), count); }
 
  private:

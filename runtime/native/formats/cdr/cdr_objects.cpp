@@ -2,7 +2,6 @@
 #include "runtime/native/formats/cdr/cdr_objects.h"
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,7 +13,9 @@
 #include "runtime/native/collections/collection.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/formats/cdr/cdr_numbers.h"
+#include "runtime/native/formats/cdr/cdr_paragraphs.h"
 #include "runtime/native/formats/cdr/cdr_resources.h"
+#include "runtime/native/formats/cdr/cdr_styles.h"
 #include "runtime/native/formats/cdr/riff_tree.h"
 #include "runtime/native/formats/opendocument/zip_archive.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -48,7 +49,10 @@ class ObjectMaker {
 
  private:
     Ref<ManagedObject> add(const Ref<ManagedObject>& parent, const TypeName& type) {
-        auto object = make_instance(type.name);
+        return adopt(parent, make_instance(type.name));
+    }
+
+    Ref<ManagedObject> adopt(const Ref<ManagedObject>& parent, Ref<ManagedObject> object) {
         set_property(*object, "Parent", Ref<ManagedObject>(parent));
         set_property(*object, "Document", Ref<ManagedObject>(m_document));
         cast_object<ManagedList>(*property_object(*parent, "Items")).append(Ref<ManagedObject>(object));
@@ -80,6 +84,11 @@ class ObjectMaker {
             auto made = add(parent, objects::CdrListObjects::kType);
             set_property(*made, "Type", to_utf16(chunk.kind));
             children(chunk, made);
+            if (chunk.kind == "stlt" && m_version >= kStyleTables && has_known_styles()) {
+                for (Ref<ManagedObject>& style : m_styles.table(numbers(chunk), m_version)) {
+                    adopt(made, std::move(style));
+                }
+            }
         }
     }
 
@@ -112,6 +121,13 @@ class ObjectMaker {
             transforms(chunk, parent);
         } else if (chunk.id == "loda") {
             graphic(chunk, parent);
+        } else if (chunk.id == "styd" && m_version < kStyleTables) {
+            const uint16_t id = in.u16();
+            auto object = add(parent, objects::CdrStyd::kType);
+            set_property(*object, "StyleId", static_cast<int32_t>(id));
+            adopt(object, m_styles.record(id, {in.rest(), m_version, m_big_endian}, m_version));
+        } else if (chunk.id == "txsm" && has_known_styles()) {
+            text(in, parent);
         } else if (has_known_styles()) {
             resource(chunk, parent);
         }
@@ -142,12 +158,13 @@ class ObjectMaker {
     }
 
     // Whether fills and lines have the form that is read here.
-    bool has_known_styles() const { return m_version >= kCdrLongNumbers && m_version < 1300; }
+    bool has_known_styles() const { return m_version >= kCdrLongNumbers && m_version < 1600; }
 
     void font(CdrNumbers& in, const Ref<ManagedObject>& parent) {
         auto object = add(parent, objects::CdrFont::kType);
-        set_property(*object, "Id", static_cast<int32_t>(in.u16()));
-        set_property(*object, "Encoding", static_cast<int32_t>(in.u16()));
+        const uint16_t id = in.u16(), charset = in.u16();
+        set_property(*object, "Id", static_cast<int32_t>(id));
+        set_property(*object, "Encoding", static_cast<int32_t>(charset));
         in.skip(14);
         std::u16string name;
         constexpr size_t kMostName = 256;
@@ -159,6 +176,7 @@ class ObjectMaker {
             }
             name += letter;
         }
+        m_styles.add_font(id, charset, name);
         set_property(*object, "FontName", std::move(name));
     }
 
@@ -168,9 +186,22 @@ class ObjectMaker {
             return;
         }
         const Ref<ManagedObject> object = add(parent, *type);
-        const std::optional<int32_t> text = take_cdr_resource(*object, chunk.id, numbers(chunk), m_version);
-        if (text) {
-            add_cdr_text(*property_object(*m_document, "TextCollection"), *text, object);
+        take_cdr_resource(*object, chunk.id, numbers(chunk), m_version);
+        if (chunk.id == "fild") {
+            m_styles.add_fill(static_cast<int32_t>(property_int(*object, "Id")), object);
+        } else if (chunk.id == "outl") {
+            m_styles.add_outline(static_cast<int32_t>(property_int(*object, "Id")), object);
+        }
+    }
+
+    // An object for each paragraph, all of them under the number of the text.
+    void text(const CdrNumbers& in, const Ref<ManagedObject>& parent) {
+        std::vector<Ref<ManagedObject>> made;
+        const int32_t id = take_cdr_paragraphs(in, m_version, m_styles,
+                                               [&] { return made.emplace_back(add(parent, objects::CdrText::kType)); });
+        const Ref<ManagedObject> collection = property_object(*m_document, "TextCollection");
+        for (Ref<ManagedObject>& each : made) {
+            add_cdr_text(*collection, id, std::move(each));
         }
     }
 
@@ -294,9 +325,11 @@ class ObjectMaker {
     // How the side of a polygon is repeated.
     void polygon_transform(CdrNumbers& in, const Ref<ManagedObject>& parent) {
         auto object = add(parent, objects::CdrPolygonTransform::kType);
-        in.skip(4);
+        const bool is_long = m_version >= 1300;
+        in.skip(is_long ? 0 : 4);
         set_property(*object, "NumAngles", static_cast<int64_t>(in.u32()));
         const uint32_t first = in.u32(), second = in.u32();
+        in.skip(is_long ? 4 : 0);
         set_property(*object, "NextPoint", static_cast<int64_t>(first <= 1 ? second : first));
         set_property(*object, "Rx", in.real());
         set_property(*object, "Ry", in.real());
@@ -370,7 +403,10 @@ class ObjectMaker {
         return object;
     }
 
+    static constexpr uint32_t kStyleTables = 700;  // all styles in one piece from here on, chunks of their own before
+
     bool m_big_endian;
+    CdrStyles m_styles;
     Ref<ManagedObject> m_document;
     uint32_t m_version = 0;
     int32_t m_pages = 0;

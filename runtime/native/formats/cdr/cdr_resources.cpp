@@ -17,8 +17,6 @@ namespace zelmor::embed {
 namespace cdr_resource_types = api::FileFormats::Cdr::Types;
 namespace cdr_resource_objects = api::FileFormats::Cdr::Objects;
 
-extern template Ref<ManagedList> make_array<uint64_t>(std::vector<uint64_t>);
-
 namespace {
 
 constexpr double kUnitsOfInch = 254000;
@@ -41,22 +39,29 @@ Value next_point(CdrNumbers& in) {
     return made;
 }
 
+// Fills and lines are longer from here on.
+constexpr uint32_t kCdrLongStyles = 1300;
+
 Ref<ManagedObject> next_color(CdrNumbers& in) {
     auto made = make_instance(cdr_resource_types::CdrColor::kType.name);
-    set_property(*made, "ColorModel", static_cast<int32_t>(in.u16()));
-    in.skip(6);
+    const uint16_t model = in.u16();
+    set_property(*made, "ColorModel", static_cast<int32_t>(model));
+    constexpr uint16_t kNoPalette = 0x1E;  // stands for the number of a palette and what is behind it
+    in.skip(model == kNoPalette ? 0 : 6);
     set_property(*made, "ColorValue", static_cast<int32_t>(in.u32()));
     return made;
 }
 
 // ---- Fills and lines
 
-void take_gradient(ManagedObject& fill, CdrNumbers& in) {
+void take_gradient(ManagedObject& fill, CdrNumbers& in, uint32_t version) {
     auto gradient = make_instance(cdr_resource_types::CdrGradient::kType.name);
-    in.skip(2);
+    const bool is_long = version >= kCdrLongStyles;
+    in.skip(is_long ? 8 : 2);
     set_property(*gradient, "Type", static_cast<int32_t>(in.u8()));
-    in.skip(19);
-    set_property(*gradient, "EdgeOffset", static_cast<int32_t>(in.u32()));
+    in.skip(is_long ? 17 : 19);
+    const int32_t edge = is_long ? static_cast<int16_t>(in.u16()) : static_cast<int32_t>(in.u32());
+    set_property(*gradient, "EdgeOffset", edge);
     set_property(*gradient, "Angle", in.angle());
     set_property(*gradient, "CenterXOffset", static_cast<int32_t>(in.u32()));
     set_property(*gradient, "CenterYOffset", static_cast<int32_t>(in.u32()));
@@ -65,16 +70,24 @@ void take_gradient(ManagedObject& fill, CdrNumbers& in) {
     set_property(*gradient, "MidPoint", in.u8() * kHundredth);
     in.skip(1);
     const uint32_t count = in.u32() & 0xFFFF;
-    constexpr uint64_t kStop = 16;  // a color and a place
+    in.skip(is_long ? 3 : 0);
+    const uint64_t between = version >= 1500 ? 26 : is_long ? 5 : 0;
     const auto stops =
         make_list(ListShape::kList, element_of(Wire::kClass, cdr_resource_types::CdrGradientStop::kType.name));
     Ref<ManagedObject> first, last;
-    for (uint32_t i = 0; i < count && in.has(kStop); i++) {
-        auto stop = make_instance(cdr_resource_types::CdrGradientStop::kType.name);
-        last = next_color(in);
+    for (uint32_t i = 0; i < count; i++) {
+        auto color = next_color(in);
+        in.skip(between);
+        const uint32_t offset = in.u32() & 0xFFFF;
+        in.skip(is_long ? 3 : 0);
+        if (!in.ok()) {
+            break;
+        }
+        last = std::move(color);
         first = first ? first : last;
+        auto stop = make_instance(cdr_resource_types::CdrGradientStop::kType.name);
         set_property(*stop, "Color", Ref<ManagedObject>(last));
-        set_property(*stop, "Offset", (in.u32() & 0xFFFF) * kHundredth);
+        set_property(*stop, "Offset", offset * kHundredth);
         stops->append(std::move(stop));
     }
     set_property(*gradient, "Stops", Ref<ManagedObject>(stops));
@@ -83,11 +96,31 @@ void take_gradient(ManagedObject& fill, CdrNumbers& in) {
     set_property(fill, "Gradient", std::move(gradient));
 }
 
+// Parts that a fill may have before its own fields.
+void skip_optional_parts(CdrNumbers& in) {
+    constexpr uint32_t kSized = 0x640, kShort = 0x514;
+    for (CdrNumbers next = in; in.has(4); next = in) {
+        const uint32_t kind = next.u32();
+        if (kind != kSized && kind != kShort) {
+            return;
+        }
+        const uint32_t size = kind == kSized ? next.u32() : 4;
+        next.skip(size);
+        in = next;
+    }
+}
+
 // A fill with tiles of a picture or a pattern.
 void take_tiles(ManagedObject& fill, CdrNumbers& in, uint32_t version, bool two_colors) {
     auto image = make_instance(cdr_resource_types::CdrImageFill::kType.name);
-    in.skip(2);
-    auto id = static_cast<int32_t>(in.u32());
+    const bool is_long = version >= kCdrLongStyles;
+    int32_t id = 0;
+    if (is_long && !two_colors) {
+        skip_optional_parts(in);
+    } else {
+        in.skip(is_long ? 8 : 2);
+        id = static_cast<int32_t>(in.u32());
+    }
     const auto width = static_cast<int32_t>(in.u32());
     const auto height = static_cast<int32_t>(in.u32());
     constexpr uint32_t kNoOffsets = 900;
@@ -106,11 +139,12 @@ void take_tiles(ManagedObject& fill, CdrNumbers& in, uint32_t version, bool two_
     set_property(*image, "Width", width * unit);
     set_property(*image, "Height", height * unit);
     if (two_colors) {
-        in.skip(1);
+        in.skip(is_long ? 6 : 1);
         set_property(fill, "Color1", next_color(in));
+        in.skip(is_long ? 10 : 0);
         set_property(fill, "Color2", next_color(in));
     } else {
-        in.skip(21);
+        in.skip(is_long ? 17 : 21);
         id = static_cast<int32_t>(in.u32());
     }
     set_property(*image, "Id", id);
@@ -120,15 +154,16 @@ void take_tiles(ManagedObject& fill, CdrNumbers& in, uint32_t version, bool two_
 void take_fill(ManagedObject& object, CdrNumbers& in, uint32_t version) {
     using Fill = api::FileFormats::Cdr::Enum::CdrFillType;
     set_property(object, "Id", static_cast<int32_t>(in.u32()));
+    in.skip(version >= kCdrLongStyles ? 8 : 0);
     const uint16_t kind = in.u16();
     set_property(object, "FillType", static_cast<int32_t>(kind));
     switch (static_cast<Fill>(kind)) {
         case Fill::kSolid:
-            in.skip(2);
+            in.skip(version >= kCdrLongStyles ? 13 : 2);
             set_property(object, "Color1", next_color(in));
             break;
         case Fill::kGradient:
-            take_gradient(object, in);
+            take_gradient(object, in, version);
             break;
         case Fill::kPattern:
             take_tiles(object, in, version, true);
@@ -143,17 +178,24 @@ void take_fill(ManagedObject& object, CdrNumbers& in, uint32_t version) {
     }
 }
 
-void take_outline(ManagedObject& object, CdrNumbers& in) {
+void take_outline(ManagedObject& object, CdrNumbers& in, uint32_t version) {
     set_property(object, "Id", static_cast<int32_t>(in.u32()));
+    const bool is_long = version >= kCdrLongStyles;
+    constexpr uint32_t kLine = 1;  // of the parts the one with the fields
+    for (uint32_t part = 0, size = 0; is_long && part != kLine && in.has(8);) {
+        in.skip(size);
+        part = in.u32();
+        size = in.u32();
+    }
     set_property(object, "LineType", static_cast<int32_t>(in.u16()));
     set_property(object, "CapsType", static_cast<int32_t>(in.u16()));
     set_property(object, "JoinType", static_cast<int32_t>(in.u16()));
-    in.skip(2);
+    in.skip(is_long ? 0 : 2);
     set_property(object, "LineWidth", in.length());
     set_property(object, "Stretch", in.u16() * kHundredth);
     in.skip(2);
     set_property(object, "Aangle", in.angle());
-    in.skip(52);
+    in.skip(is_long ? 46 : 52);
     set_property(object, "Color", next_color(in));
     in.skip(16);
     const uint16_t count = in.u16();
@@ -264,138 +306,6 @@ void take_fill_transform(ManagedObject& object, CdrNumbers& in) {
     set_property(object, "Transform", Ref<ManagedObject>(make_ref<MatrixObject>(map)));
 }
 
-// ---- Texts
-
-// The style of some characters: what it has a flag for.
-Ref<ManagedObject> character_style(CdrNumbers& in, uint32_t version) {
-    auto style = make_instance(cdr_resource_objects::CdrStyle::kType.name);
-    in.skip(2);
-    const uint8_t flags = in.u8();
-    const uint8_t more = version >= 800 ? in.u8() : 0;
-    if ((flags & 1) != 0) {
-        set_property(*style, "Id", static_cast<int32_t>(in.u16()));
-        set_property(*style, "Charset", static_cast<int32_t>(in.u16()));
-    }
-    if ((flags & 2) != 0) {
-        in.skip(4);
-    }
-    if ((flags & 4) != 0) {
-        set_property(*style, "FontSize", in.length());
-    }
-    for (const uint8_t skipped : {0x08, 0x10, 0x20, 0x40, 0x80}) {
-        in.skip((flags & skipped) != 0 ? 4 : 0);
-    }
-    in.skip((more & 8) != 0 ? 4 : 0);
-    if ((more & 0x20) != 0 && in.u8() != 0) {
-        in.skip(52);
-    }
-    return style;
-}
-
-// Bytes are characters of the same numbers; from version 12 on a bit tells which have two bytes.
-std::u16string characters(std::span<const uint8_t> bytes, const std::vector<uint64_t>& descriptions, bool mixed) {
-    std::u16string text;
-    size_t at = 0;
-    for (const uint64_t description : descriptions) {
-        const bool wide = mixed && (description & 1) != 0;
-        if (at + (wide ? 2 : 1) > bytes.size()) {
-            break;
-        }
-        text += static_cast<char16_t>(wide ? bytes[at] | bytes[at + 1] << 8 : bytes[at]);
-        at += wide ? 2 : 1;
-    }
-    return text;
-}
-
-void set_text(ManagedObject& object, std::vector<Value> styles, std::vector<uint64_t> descriptions,
-              std::u16string text) {
-    set_property(object, "Styles",
-                 Ref<ManagedObject>(make_ref<ValueList>(
-                     ListShape::kArray, element_of(Wire::kClass, cdr_resource_objects::CdrStyle::kType.name),
-                     std::move(styles))));
-    set_property(object, "CharDescriptions", Ref<ManagedObject>(make_array<uint64_t>(std::move(descriptions))));
-    set_property(object, "Text", std::move(text));
-}
-
-// Version 6 has records of a fixed size.
-int32_t take_text_6(ManagedObject& object, CdrNumbers& in) {
-    const uint32_t kind = in.u32();
-    in.skip(0x20);
-    const auto id = static_cast<int32_t>(in.u32());
-    set_property(object, "Id", id);
-    in.skip(48 + 4 + (kind == 0 ? 8 : 0));
-    set_property(object, "StyleId", static_cast<int32_t>(in.u32()));
-    const uint32_t count = in.u32();
-    std::vector<Value> styles;
-    for (uint32_t i = 0; i < count && in.has(60); i++) {
-        auto style = make_instance(cdr_resource_objects::CdrStyle::kType.name);
-        const uint8_t flags = in.u8();
-        in.skip(3);
-        const uint16_t font = in.u16(), charset = in.u16();
-        if ((flags & 1) != 0) {
-            set_property(*style, "Id", static_cast<int32_t>(font));
-            set_property(*style, "Charset", static_cast<int32_t>(charset));
-        }
-        in.skip(4);
-        const double size = in.length();
-        set_property(*style, "FontSize", (flags & 4) != 0 ? size : 0.0);
-        in.skip(44 + ((flags & 0x10) != 0 ? 4 : 0) + ((flags & 0x20) != 0 ? 4 : 0));
-        styles.emplace_back(std::move(style));
-    }
-    const uint32_t length = in.u32();
-    std::vector<uint64_t> descriptions;
-    std::u16string text;
-    for (uint32_t i = 0; i < length && in.has(12); i++) {
-        in.skip(4);
-        text += static_cast<char16_t>(in.u8());
-        in.skip(5);
-        descriptions.push_back(uint64_t{in.u8()} << 1);
-        in.skip(1);
-    }
-    set_text(object, std::move(styles), std::move(descriptions), std::move(text));
-    return id;
-}
-
-// Versions 7 to 12: of a frame the first paragraph.
-int32_t take_text(ManagedObject& object, CdrNumbers& in, uint32_t version) {
-    constexpr uint32_t kMixed = 1200;
-    in.skip(0x24);
-    if (in.u32() != 0 && version < 800) {
-        in.skip(32);
-    }
-    in.skip(version < 800 ? 4 : 0);
-    const auto id = static_cast<int32_t>(in.u32());
-    set_property(object, "Id", id);
-    in.skip(48);
-    if (version >= 800 && in.u32() != 0) {
-        in.skip(32);
-    }
-    if (in.u32() == 0) {
-        in.skip((version >= 800 ? 4 : 0) + (version > 800 ? 2 : 0) + 24 + (version < 800 ? 8 : 0));
-        in.skip(4);  // the number of paragraphs
-    }
-    set_property(object, "StyleId", static_cast<int32_t>(in.u32()));
-    in.skip(1);
-    const uint32_t count = in.u32();
-    std::vector<Value> styles;
-    for (uint32_t i = 0; i < count && in.has(3); i++) {
-        styles.emplace_back(character_style(in, version));
-    }
-    const uint32_t length = in.u32();
-    std::vector<uint64_t> descriptions;
-    const uint64_t width = version >= kMixed ? 8 : 4;
-    for (uint32_t i = 0; i < length && in.has(width); i++) {
-        descriptions.push_back(in.u32());
-        if (version >= kMixed) {
-            descriptions.back() |= uint64_t{in.u32()} << 32;
-        }
-    }
-    const uint32_t size = version >= kMixed ? in.u32() : length;
-    std::u16string text = characters(in.piece(size), descriptions, version >= kMixed);
-    set_text(object, std::move(styles), std::move(descriptions), std::move(text));
-    return id;
-}
-
 }  // namespace
 
 const TypeName* cdr_resource_type(std::string_view chunk) {
@@ -404,7 +314,7 @@ const TypeName* cdr_resource_type(std::string_view chunk) {
         {"fild", &o::CdrFill::kType},          {"outl", &o::CdrOutline::kType}, {"arrw", &o::CdrArrow::kType},
         {"ppdt", &o::CdrPpdt::kType},          {"bmp ", &o::CdrBmp::kType},     {"bmpf", &o::CdrPattern::kType},
         {"ftil", &o::CdrFillTransform::kType}, {"spnd", &o::CdrSpnd::kType},    {"uidr", &o::CdrUserPalette::kType},
-        {"vpat", &o::CdrVectorPattern::kType}, {"txsm", &o::CdrText::kType}};
+        {"vpat", &o::CdrVectorPattern::kType}};
     for (const auto& [id, type] : kTypes) {
         if (id == chunk) {
             return type;
@@ -413,12 +323,11 @@ const TypeName* cdr_resource_type(std::string_view chunk) {
     return nullptr;
 }
 
-std::optional<int32_t> take_cdr_resource(ManagedObject& object, std::string_view chunk, CdrNumbers in,
-                                         uint32_t version) {
+void take_cdr_resource(ManagedObject& object, std::string_view chunk, CdrNumbers in, uint32_t version) {
     if (chunk == "fild") {
         take_fill(object, in, version);
     } else if (chunk == "outl") {
-        take_outline(object, in);
+        take_outline(object, in, version);
     } else if (chunk == "arrw") {
         take_arrow(object, in);
     } else if (chunk == "ppdt") {
@@ -439,10 +348,7 @@ std::optional<int32_t> take_cdr_resource(ManagedObject& object, std::string_view
     } else if (chunk == "vpat") {
         set_property(object, "Id", static_cast<int32_t>(in.u32()));
         set_property(object, "Data", raw_value(in.rest()));
-    } else if (chunk == "txsm") {
-        return version < 700 ? take_text_6(object, in) : take_text(object, in, version);
     }
-    return std::nullopt;
 }
 
 }  // namespace zelmor::embed

@@ -55,7 +55,10 @@ class TreeReader {
         }
         chunk.kind = name_at(in, 0);
         chunk.data = chunk.data.subspan(4);
-        if (chunk.kind == "stlt") {
+        if (chunk.kind.starts_with("CDR") || chunk.kind.starts_with("cdr")) {
+            m_style_table = chunk.kind[3] >= '7';
+        }
+        if (chunk.kind == "stlt" && m_style_table) {
             return;  // styles have a form of their own
         }
         if (chunk.kind != "cmpr") {
@@ -100,6 +103,7 @@ class TreeReader {
 
     RiffTree& m_tree;
     bool m_big_endian;
+    bool m_style_table = true;
     uint64_t m_count = 0;
     uint64_t m_unpacked = 0;
 };
