@@ -50,6 +50,8 @@ struct Affine {
     }
     // How much it enlarges lengths, on average.
     double mean_scale() const { return std::sqrt(std::abs(determinant())); }
+    // How much it enlarges the length that it enlarges most: the greater singular value.
+    double largest_scale() const { return (std::hypot(m11 + m22, m12 - m21) + std::hypot(m11 - m22, m12 + m21)) / 2; }
 
     static Affine translation(double x, double y) { return {1, 0, 0, 1, x, y}; }
     static Affine scaling(double x, double y) { return {x, 0, 0, y, 0, 0}; }

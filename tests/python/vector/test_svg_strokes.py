@@ -56,6 +56,12 @@ def test_a_picture_that_is_enlarged() -> None:
         Image.load(io.BytesIO(data)).save(io.BytesIO(), options)
 
 
+def test_maps_that_enlarge_nothing_may_be_nested() -> None:
+    """As programs write them around each group: places, turns and mirrors."""
+    for transform in ("matrix(1 0 0 1 2 -2)", "matrix(0 1 -1 0 9 9)", "matrix(-1 0 0 1 3 3)"):
+        assert drawn(document(f'<g transform="{transform}">' * 80 + f"{CURVE}/>" + "</g>" * 80))
+
+
 def test_short_dashes_are_a_paler_line() -> None:
     assert drawn(document('<g transform="scale(0.001)"><path d="M0 0H8000000" stroke="red" stroke-dasharray="2"/></g>'))
 

@@ -194,11 +194,9 @@ class RsvgPicture final : public SvgPicture {
  private:
     // How much larger than in its own size the document becomes, at least 1.
     double enlargement(const SvgDrawing& drawing) const {
-        const drawwork::Affine& map = drawing.placing;
-        const double placing = std::hypot(std::hypot(map.m11, map.m12), std::hypot(map.m21, map.m22));
         const double horizontal = m_size.width > 0 ? drawing.width / m_size.width : 1;
         const double vertical = m_size.height > 0 ? drawing.height / m_size.height : 1;
-        return std::max(1.0, placing * std::max(horizontal, vertical));
+        return std::max(1.0, drawing.placing.largest_scale() * std::max(horizontal, vertical));
     }
 
     static void draw_apart(RsvgHandle* document, drawwork::Canvas& canvas, const SvgDrawing& drawing,

@@ -7,6 +7,8 @@
 #include <numbers>
 #include <system_error>
 
+#include "runtime/native/drawwork/geometry.h"
+
 namespace zelmor::imagework {
 namespace {
 
@@ -75,7 +77,7 @@ double svg_transform_scale(std::string_view text) {
         text.remove_prefix(open + 1);
         const std::vector<double> n = svg_numbers(text);
         if (name.starts_with("matrix") && n.size() == 6) {
-            scale *= std::hypot(std::hypot(n[0], n[1]), std::hypot(n[2], n[3]));
+            scale *= drawwork::Affine{n[0], n[1], n[2], n[3]}.largest_scale();
         } else if (name.starts_with("scale") && !n.empty()) {
             scale *= std::max(std::abs(n[0]), std::abs(n.back()));
         } else if (name.starts_with("skew") && !n.empty()) {
