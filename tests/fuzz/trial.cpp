@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "runtime/native/behaviors/metadata/containers/file_metadata.h"
 #include "runtime/native/behaviors/metadata/jfif/jfif_data.h"
@@ -212,9 +213,11 @@ void Trial::open_and_decode(Recovery recovery) {
     }
 }
 
-// The decoder's own reduction, row by row and in bands.
+// A smaller copy or the decoder's own reduction, row by row and in bands.
 void Trial::read_reduced() {
-    const auto reader = m_frames->open_reduced(0, m_frames->reduction(0, 8));
+    FrameCopy copy = m_frames->open_copy(0, {1, 1});
+    const auto reader =
+        copy.reader != nullptr ? std::move(copy.reader) : m_frames->open_reduced(0, m_frames->reduction(0, 8));
     const RowsHeader header = reader->header();
     const uint64_t row = header.form.pixel_size() * static_cast<uint64_t>(header.width);
     const auto rows = static_cast<int32_t>(std::min<uint64_t>(static_cast<uint64_t>(header.height), kBudget / row));

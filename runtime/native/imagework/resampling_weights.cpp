@@ -83,7 +83,8 @@ ResamplingKernel kernel_of(Resampling resampling) {
 }  // namespace
 
 ResamplingWeights resampling_weights(Resampling resampling, int from, int to, double extent) {
-    assert(from > 0 && to > 0 && resampling != Resampling::kNearest && extent > from - 1 && extent <= from);
+    assert(from > 0 && to > 0 && resampling != Resampling::kNearest && extent > from - 1);
+    assert(extent <= from || (extent < from + 1 && extent >= 2.0 * to));
     const ResamplingKernel kernel = kernel_of(resampling);
     const double step = extent / to;
     const double width = std::max(1.0, step);

@@ -21,8 +21,8 @@ struct ResamplingWeights {
 };
 
 // The kernel lies around the place of the new pixel's center, (i + 1/2) * from / to, and is as many times wider as the
-// row gets shorter. What lies outside the row has no weight. The last of the old pixels may stand for a part of one:
-// the row is `extent` of them long.
+// row gets shorter. What lies outside the row has no weight. The last of the old pixels may stand for a part of one, or
+// a part of one be missing behind it, if the row becomes half as long or less: the row is `extent` of them long.
 ResamplingWeights resampling_weights(Resampling resampling, int from, int to, double extent);
 inline ResamplingWeights resampling_weights(Resampling resampling, int from, int to) {
     return resampling_weights(resampling, from, to, from);

@@ -15,13 +15,16 @@ import numpy.typing
 Samples = numpy.typing.NDArray[Any]
 Tags = dict[int, tuple[Any, ...]]
 
+SUBFILE_TYPE, ORIENTATION, SUB_DIRECTORIES = 254, 274, 330
 WIDTH, HEIGHT, BITS, COMPRESSION, PHOTOMETRIC, FILL_ORDER = 256, 257, 258, 259, 262, 266
 STRIP_OFFSETS, SAMPLES, ROWS_PER_STRIP, STRIP_SIZES, X_RESOLUTION, Y_RESOLUTION = 273, 277, 278, 279, 282, 283
 PLANES, PAGE_NAME, FAX_OPTIONS, RESOLUTION_UNIT, PREDICTOR, COLOR_MAP = 284, 285, 292, 296, 317, 320
-TILE_WIDTH, TILE_HEIGHT, EXTRA_SAMPLES, SAMPLE_FORMAT, SUBSAMPLING, PROFILE = 322, 323, 338, 339, 530, 34675
+TILE_WIDTH, TILE_HEIGHT, TILE_OFFSETS, TILE_SIZES = 322, 323, 324, 325
+EXTRA_SAMPLES, SAMPLE_FORMAT, SUBSAMPLING, PROFILE = 338, 339, 530, 34675
 
 #: Letters of the struct module by the types of tags.
-TYPES = {1: "B", 2: "s", 3: "H", 4: "I", 5: "II", 6: "b", 7: "B", 8: "h", 9: "i", 11: "f", 12: "d", 16: "Q"}
+TYPES = {1: "B", 2: "s", 3: "H", 4: "I", 5: "II", 6: "b", 7: "B", 8: "h", 9: "i", 11: "f", 12: "d", 13: "I",
+         16: "Q", 18: "Q"}
 
 WHITE_IS_ZERO, BLACK_IS_ZERO, RGB, PALETTE, MASK, CMYK, YCBCR, LAB, ICC_LAB = 0, 1, 2, 3, 4, 5, 6, 8, 9
 
@@ -76,32 +79,63 @@ def unpacked(data: bytes, form: Form, width: int, height: int) -> Samples:
     return numbers.reshape(height, width, form.bands)
 
 
+@dataclass
+class Layer:
+    """A picture of a file and those that its directory points to."""
+
+    samples: Samples
+    form: Form
+    below: list[Layer] = field(default_factory=list)
+
+
 def tiff_bytes(samples: Samples, form: Form) -> bytes:
     """A little-endian file of one strip without compression."""
+    return layered_tiff([Layer(samples, form)])
+
+
+def layered_tiff(pages: list[Layer]) -> bytes:
+    """A little-endian file of pages, each of one strip without compression."""
+    file = bytearray(struct.pack("<2sHI", b"II", 42, 0))
+    link = 4
+    for page in pages:
+        below = tuple(_append(file, layer, ())[0] for layer in page.below)
+        struct.pack_into("<I", file, link, (found := _append(file, page, below))[0])
+        link = found[1]
+    return bytes(file)
+
+
+def _append(file: bytearray, layer: Layer, below: tuple[int, ...]) -> tuple[int, int]:
+    """Adds a picture, and gives where its directory is and where the offset of the next one belongs."""
+    samples, form = layer.samples, layer.form
     height, width, bands = samples.shape
     data = packed(samples, form.bits)
     tags: Tags = {
         WIDTH: (width,), HEIGHT: (height,), BITS: (form.bits,) * bands, COMPRESSION: (1,),
-        PHOTOMETRIC: (form.photometric,), STRIP_OFFSETS: (8,), SAMPLES: (bands,), ROWS_PER_STRIP: (height,),
+        PHOTOMETRIC: (form.photometric,), STRIP_OFFSETS: (len(file),), SAMPLES: (bands,), ROWS_PER_STRIP: (height,),
         STRIP_SIZES: (len(data),), PLANES: (1,), SAMPLE_FORMAT: (form.numbers,) * bands,
     }
     if form.extra is not None:
         tags[EXTRA_SAMPLES] = (form.extra,)
+    if below:
+        tags[SUB_DIRECTORIES] = below
     tags.update(form.tags)
-    longs = (WIDTH, HEIGHT, STRIP_OFFSETS, ROWS_PER_STRIP, STRIP_SIZES)
-    body = data + b"\0" * (-len(data) % 2)
+    longs = (SUBFILE_TYPE, WIDTH, HEIGHT, STRIP_OFFSETS, ROWS_PER_STRIP, STRIP_SIZES, SUB_DIRECTORIES)
+    file += data + b"\0" * (-len(data) % 2)
     entries = b""
     for tag in sorted(tags):
         kind = 4 if tag in longs else 7 if tag == PROFILE else 5 if tag in (X_RESOLUTION, Y_RESOLUTION) else 3
         value = struct.pack("<" + (TYPES[kind][0] * len(tags[tag])), *tags[tag])
         count = len(tags[tag]) // (2 if kind == 5 else 1)
         if len(value) > 4:
-            body += b"\0" * (len(body) % 2)
-            value, body = struct.pack("<I", 8 + len(body)), body + value
+            file += b"\0" * (len(file) % 2)
+            at = len(file)
+            file += value
+            value = struct.pack("<I", at)
         entries += struct.pack("<HHI", tag, kind, count) + value.ljust(4, b"\0")
-    body += b"\0" * (len(body) % 2)
-    return (struct.pack("<2sHI", b"II", 42, 8 + len(body)) + body
-            + struct.pack("<H", len(tags)) + entries + struct.pack("<I", 0))
+    file += b"\0" * (len(file) % 2)
+    at = len(file)
+    file += struct.pack("<H", len(tags)) + entries + struct.pack("<I", 0)
+    return at, len(file) - 4
 
 
 @dataclass

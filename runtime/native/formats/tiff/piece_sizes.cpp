@@ -28,9 +28,13 @@ uint64_t most_of_a_byte(TiffCompression compression) {
     }
 }
 
-uint64_t compressed_bytes(TiffInput& input, const PageLayout& layout) {
+uint32_t count_of_pieces(TiffInput& input) {
+    return TIFFIsTiled(input.get()) != 0 ? TIFFNumberOfTiles(input.get()) : TIFFNumberOfStrips(input.get());
+}
+
+uint64_t compressed_bytes(TiffInput& input) {
     const uint64_t size = input.source().size();
-    const uint32_t pieces = layout.tiled ? TIFFNumberOfTiles(input.get()) : TIFFNumberOfStrips(input.get());
+    const uint32_t pieces = count_of_pieces(input);
     constexpr uint64_t kPlenty = uint64_t{1} << 48;
     uint64_t sum = 0;
     for (uint32_t i = 0; i < pieces && sum < kPlenty; i++) {
@@ -57,12 +61,24 @@ void require_enough_bytes(TiffInput& input, const PageLayout& layout) {
     if (layout.converted || (most_of_a_byte(layout.compression) == 0 && !is_fax)) {
         return;
     }
-    const uint64_t bytes = compressed_bytes(input, layout);
+    const uint64_t bytes = compressed_bytes(input);
     if (!are_enough(bytes, layout)) {
         throw PictureError(Failure::kDamaged, std::to_string(bytes) + " bytes cannot hold " +
                                                   std::to_string(layout.width) + " by " +
                                                   std::to_string(layout.height) + " pixels");
     }
+}
+
+bool has_all_pieces(TiffInput& input) {
+    const uint64_t end = input.source().size();
+    const uint32_t pieces = count_of_pieces(input);
+    bool all = true;
+    for (uint32_t i = 0; i < pieces && all; i++) {
+        const uint64_t at = TIFFGetStrileOffset(input.get(), i);
+        const uint64_t size = TIFFGetStrileByteCount(input.get(), i);
+        all = size > 0 && at < end && size <= end - at;
+    }
+    return all;
 }
 
 void require_sensible_pieces(const PageLayout& layout, uint32_t width, uint32_t height) {

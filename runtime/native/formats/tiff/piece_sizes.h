@@ -1,4 +1,4 @@
-// Whether the strips and tiles of a page can be as large as its directory says.
+// Whether the strips and tiles of a page can be as large, and where, as its directory says.
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_TIFF_PIECE_SIZES_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_TIFF_PIECE_SIZES_H
 
@@ -11,6 +11,9 @@ namespace zelmor::imagework {
 // PictureError(kDamaged) where the compressed bytes of the page cannot hold all of its pixels: a few bytes that claim
 // gigabytes are refused before memory is taken for them.
 void require_enough_bytes(TiffInput& input, const PageLayout& layout);
+
+// Whether the directory gives all strips or tiles of the page a place in the file.
+bool has_all_pieces(TiffInput& input);
 
 // PictureError(kTooLarge) for tiles, or strips that are decoded as a whole, that take more memory than any writer asks
 // of its readers.

@@ -14,6 +14,7 @@
 namespace zelmor::imagework {
 
 enum TiffTag : uint16_t {
+    kTiffSubfileType = 254,
     kTiffWidth = 256,
     kTiffHeight = 257,
     kTiffBitsPerSample = 258,
@@ -21,6 +22,7 @@ enum TiffTag : uint16_t {
     kTiffPhotometric = 262,
     kTiffFillOrder = 266,
     kTiffStripOffsets = 273,
+    kTiffOrientation = 274,
     kTiffSamplesPerPixel = 277,
     kTiffRowsPerStrip = 278,
     kTiffStripSizes = 279,

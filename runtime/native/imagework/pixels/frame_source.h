@@ -63,6 +63,23 @@ struct PageDirectory {
     uint64_t at = 0;
 };
 
+struct Sides {
+    int32_t width;
+    int32_t height;
+};
+
+// The sides of a frame in pixels of a smaller picture of it, of which the last may stand for a part of one, or be
+// followed by a part of one that it does not have.
+struct ReducedSides {
+    double width;
+    double height;
+};
+
+struct FrameCopy {
+    std::unique_ptr<RowReader> reader = nullptr;  // null: there is none
+    ReducedSides sides{};
+};
+
 // Any thread may call the members; the readers are independent of each other and keep the source alive.
 class FrameSource : public std::enable_shared_from_this<FrameSource> {
  public:
@@ -91,6 +108,8 @@ class FrameSource : public std::enable_shared_from_this<FrameSource> {
     virtual int reduction(size_t index, int most) const;
     // The rows of the frame with both sides divided by such a number and rounded up; the header tells the new size.
     virtual std::unique_ptr<RowReader> open_reduced(size_t index, int divisor) const;
+    // Of the smaller copies of the frame that the file has beside it, the smallest that is at least so large.
+    virtual FrameCopy open_copy(size_t, Sides) const { return {}; }
 };
 
 inline int FrameSource::reduction(size_t, int) const {

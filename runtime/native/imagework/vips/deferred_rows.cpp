@@ -128,10 +128,17 @@ class FrameRows final : public DeferredRows {
         }
         return file_rows(labeled(m_damaged, [&] { return m_frames->open(m_index); }));
     }
-    Reduced stream_reduced(int most) override {
-        return labeled(m_damaged, [&] {
-            const int divisor = m_frames->reduction(m_index, most);
-            return divisor == 1 ? Reduced{} : Reduced{file_rows(m_frames->open_reduced(m_index, divisor)), divisor};
+    Reduced stream_reduced(Sides least) override {
+        const int most = std::min(header().width / least.width, header().height / least.height);
+        return labeled(m_damaged, [&]() -> Reduced {
+            const int divisor = most > 1 ? m_frames->reduction(m_index, most) : 1;
+            if (divisor > 1) {
+                const ReducedSides sides{static_cast<double>(header().width) / divisor,
+                                         static_cast<double>(header().height) / divisor};
+                return {file_rows(m_frames->open_reduced(m_index, divisor)), sides};
+            }
+            FrameCopy copy = m_frames->open_copy(m_index, least);
+            return copy.reader == nullptr ? Reduced{} : Reduced{file_rows(std::move(copy.reader)), copy.sides};
         });
     }
 
@@ -177,23 +184,23 @@ class ConvertedSource final : public DeferredRows {
         return std::make_unique<ConvertedRows>(header(), m_before->open(), m_step);
     }
     // A mean of colors is converted instead of the colors.
-    Reduced stream_reduced(int most) override {
-        Reduced rows = open_reduced(*m_before, most);
+    Reduced stream_reduced(Sides least) override {
+        Reduced rows = open_reduced(*m_before, least);
         if (rows.reader == nullptr) {
             return {};
         }
         RowsHeader reduced = header();
         reduced.width = rows.reader->header().width;
         reduced.height = rows.reader->header().height;
-        return {std::make_unique<ConvertedRows>(std::move(reduced), std::move(rows.reader), m_step), rows.divisor};
+        return {std::make_unique<ConvertedRows>(std::move(reduced), std::move(rows.reader), m_step), rows.sides};
     }
 
     SharedRows m_before;
     RowStep m_step;
 };
 
-// The decoder leaves at least twice the pixels to each side that are asked for, so that the kernel decides on how the
-// result looks.
+// The decoder or a copy leaves at least twice the pixels to each side that are asked for, so that the kernel decides on
+// how the result looks.
 constexpr int kLeast = 2;
 
 class ResizedSource final : public DeferredRows {
@@ -204,16 +211,15 @@ class ResizedSource final : public DeferredRows {
  private:
     std::unique_ptr<RowReader> stream() override {
         const RowsHeader& old = m_before->header();
-        const int most = m_resampling == Resampling::kNearest
-                             ? 1
-                             : std::min(old.width / header().width, old.height / header().height) / kLeast;
-        Reduced rows = most > 1 ? open_reduced(*m_before, most) : Reduced{};
-        if (rows.reader == nullptr) {
-            rows.reader = m_before->open();
+        const bool picks = m_resampling == Resampling::kNearest;
+        if (!picks && header().width <= old.width / kLeast && header().height <= old.height / kLeast) {
+            Reduced rows = open_reduced(*m_before, {kLeast * header().width, kLeast * header().height});
+            if (rows.reader != nullptr) {
+                return resampled_rows(std::move(rows.reader), rows.sides, header(), m_resampling);
+            }
         }
-        const double width = static_cast<double>(old.width) / rows.divisor;
-        const double height = static_cast<double>(old.height) / rows.divisor;
-        return resampled_rows(std::move(rows.reader), width, height, header(), m_resampling);
+        const ReducedSides whole{static_cast<double>(old.width), static_cast<double>(old.height)};
+        return resampled_rows(m_before->open(), whole, header(), m_resampling);
     }
 
     SharedRows m_before;
@@ -272,9 +278,9 @@ std::unique_ptr<RowReader> DeferredRows::open() {
     return is_kept() ? kept_rows() : stream();
 }
 
-DeferredRows::Reduced DeferredRows::open_reduced(DeferredRows& rows, int most) {
+DeferredRows::Reduced DeferredRows::open_reduced(DeferredRows& rows, Sides least) {
     const std::lock_guard lock(rows.m_mutex);
-    return rows.is_kept() ? Reduced{} : rows.stream_reduced(most);
+    return rows.is_kept() ? Reduced{} : rows.stream_reduced(least);
 }
 
 namespace {

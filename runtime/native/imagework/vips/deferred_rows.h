@@ -91,17 +91,17 @@ class DeferredRows {
 
     struct Reduced {
         std::unique_ptr<RowReader> reader;  // null: not reduced
-        int divisor = 1;                    // of both sides, which are rounded up
+        ReducedSides sides{};               // of all rows, in pixels of the reader
     };
     // The rows by a way that needs no memory for all of them.
     virtual std::unique_ptr<RowReader> stream() = 0;
-    // The same divided by a power of two, at most `most`, by the decoder itself.
-    virtual Reduced stream_reduced([[maybe_unused]] int most) { return {}; }
+    // The same in fewer pixels, but at least so many, as the decoder itself can give them.
+    virtual Reduced stream_reduced(Sides) { return {}; }
     // Drops what was made before anyone asked for rows.
     virtual void drop() {}
 
     // For a step after another one: the rows of that, reduced if they can be.
-    static Reduced open_reduced(DeferredRows& rows, int most);
+    static Reduced open_reduced(DeferredRows& rows, Sides least);
     static const Origin& origin_of(const DeferredRows& rows) { return rows.m_origin; }
 
  private:

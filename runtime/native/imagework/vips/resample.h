@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "runtime/native/imagework/pixels/frame_source.h"
 #include "runtime/native/imagework/pixels/rows.h"
 #include "runtime/native/imagework/resampling.h"
 #include "runtime/native/imagework/vips/vips_support.h"
@@ -13,9 +14,10 @@ namespace zelmor::imagework {
 // An image of real samples of any format, whose last band is an alpha or not, in the size given.
 vips::VImage resampled(const vips::VImage& image, int width, int height, Resampling resampling, bool alpha);
 
-// The same of rows, as they come: `header` has the new size and the form of both. The lengths of the old sides may be a
-// part of a pixel less than the pixels that there are. One size differs, and kAdaptive only reduces.
-std::unique_ptr<RowReader> resampled_rows(std::unique_ptr<RowReader> before, double width, double height,
+// The same of rows, as they come: `header` has the new size and the form of both. The old sides may be a part of a
+// pixel less than the pixels that there are; where they are more, each side becomes at most half. One size differs, and
+// kAdaptive only reduces.
+std::unique_ptr<RowReader> resampled_rows(std::unique_ptr<RowReader> before, const ReducedSides& sides,
                                           const RowsHeader& header, Resampling resampling);
 
 }  // namespace zelmor::imagework

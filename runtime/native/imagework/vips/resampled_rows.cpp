@@ -107,7 +107,7 @@ class NearestRows final : public RowReader {
 
 }  // namespace
 
-std::unique_ptr<RowReader> resampled_rows(std::unique_ptr<RowReader> before, double width, double height,
+std::unique_ptr<RowReader> resampled_rows(std::unique_ptr<RowReader> before, const ReducedSides& sides,
                                           const RowsHeader& header, Resampling resampling) {
     const Size from{before->header().width, before->header().height};
     const Size to{header.width, header.height};
@@ -115,7 +115,7 @@ std::unique_ptr<RowReader> resampled_rows(std::unique_ptr<RowReader> before, dou
     if (resampling == Resampling::kNearest) {
         return std::make_unique<NearestRows>(std::move(before), header);
     }
-    const Weights weights(resampling, from, to, width, height);
+    const Weights weights(resampling, from, to, sides.width, sides.height);
     const SampleForm form{band_format(header.form.sample), header.form.bands(), header.form.alpha};
     if (weights.lose_bits(form.format)) {
         return std::make_unique<ResampledRows<double>>(std::move(before), header,
