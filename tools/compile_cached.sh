@@ -6,9 +6,12 @@
 # ccache is told to take into account. An old precompiled header is deleted first, since the preprocessor would read it
 # in place of the headers that the new one is made from.
 #
+# To know a source by its precompiled header, ccache would read all of that, up to 100 MB, for each of the sources. A
+# checksum beside the header (its .sum file) is read in its place.
+#
 # Usage: tools/compile_cached.sh compiler argument...
 set -eu
-export CCACHE_SLOPPINESS=pch_defines,time_macros
+export CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_PCH_EXTSUM=1
 
 # list_macros OUTPUT COMMAND...: runs the command as a preprocessor that writes the macros to OUTPUT.macros.
 list_macros() {
@@ -36,9 +39,12 @@ for argument in "$@"; do
 done
 case $output in
     *.gch)
-        rm -f -- "$output"
+        rm -f -- "$output" "$output.sum"
         list_macros "$output" "$@"
         export CCACHE_EXTRAFILES="$output.macros"
+        ccache "$@"
+        b2sum <"$output" >"$output.sum"
+        exit
         ;;
 esac
 exec ccache "$@"

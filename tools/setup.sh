@@ -67,7 +67,11 @@ run_apt() {
         exit 1
     fi
 }
-run_apt update
+# The lists of a few minutes ago, from the purpose before this one, are new enough.
+lists=/var/lib/apt/lists
+if [ -z "$(find "$lists" -maxdepth 0 -mmin -10)" ] || ! ls "$lists"/*_Packages* >/dev/null 2>&1; then
+    run_apt update
+fi
 # shellcheck disable=SC2086  # a list of package names
 run_apt install -y --no-install-recommends $missing
 echo "setup: done"
