@@ -178,7 +178,7 @@ def _python(program: str, job: str, arguments: list[str]) -> list[float]:
 def _vips(arguments: list[str]) -> list[float]:
     """Processor time of the command, and its peak in MiB."""
     used = used_by(["vips", *arguments])
-    return [used.ru_utime + used.ru_stime, used.ru_maxrss / 1024]
+    return [used.seconds, used.peak]
 
 
 def measure(job: Job, folder: Path, rounds: int = ROUNDS) -> Result:

@@ -232,7 +232,9 @@ def write_sources(folder: Path) -> None:
     program = ZELMOR.replace("{job}", "image.save(out, o.WmfOptions())")
     for size, count in (("tiny", 4), ("big", 2000)):
         (folder / "plain.svg").write_text(_svg(count, gradients=False))
-        run(sys.executable, "-c", program, *2 * [str(folder / "plain.svg")], str(folder / f"{size}.wmf"))
+        # In the folder of the caller, which the paths of modules may begin at.
+        subprocess.run([sys.executable, "-c", program, *2 * [str(folder / "plain.svg")], str(folder / f"{size}.wmf")],
+                       check=True)
 
 
 def _ours(job: Job, tiny: Path, big: Path, out: Path) -> float:
@@ -243,8 +245,7 @@ def _ours(job: Job, tiny: Path, big: Path, out: Path) -> float:
 
 def _theirs(job: Job, path: Path, out: Path) -> float:
     """Processor time of the command and of what it starts."""
-    used = used_by([part.format(path=path, out=out) for part in job.command])
-    return used.ru_utime + used.ru_stime
+    return used_by([part.format(path=path, out=out) for part in job.command]).seconds
 
 
 def measure(job: Job, folder: Path, rounds: int = ROUNDS) -> Result:

@@ -166,11 +166,11 @@ def byte_argument() -> Result:
 
 
 def _load_bytes(imaging: Any, data: bytes) -> None:
-    imaging.Image.load(io.BytesIO(data))
+    imaging.Image.load(io.BytesIO(data)).cache_data()
 
 
 def _load_path(imaging: Any, path: str) -> None:
-    imaging.Image.load(path)
+    imaging.Image.load(path).cache_data()
 
 
 def _save_bytes(image: Any, settings: Any) -> None:

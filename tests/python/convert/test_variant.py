@@ -63,10 +63,12 @@ KINDS = [
 
 @pytest.mark.parametrize(("tag", "value"), KINDS, ids=[f"{tag}-{type(value).__name__}" for tag, value in KINDS])
 def test_a_value_goes_by_reference_with_the_tag_of_its_kind(tag: int, value: object) -> None:
-    before = sys.getrefcount(value)
-    assert variant_on_the_wire(value) == (tag, id(value))
+    before, rounds = sys.getrefcount(value), 40
+    for _ in range(rounds):
+        assert variant_on_the_wire(value) == (tag, id(value))
     if value is not None:  # any code may increase its reference count
-        assert sys.getrefcount(value) == before
+        # Other threads of the test run hold and let go of `True` and of small numbers.
+        assert abs(sys.getrefcount(value) - before) < rounds / 2
 
 
 def test_a_wrapper_goes_as_its_handle() -> None:

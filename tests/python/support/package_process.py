@@ -21,6 +21,6 @@ def child(code, package=PACKAGE, **variables):
     environment.update({name: value for name, value in variables.items() if value is not None})
     environment["PYTHONPATH"] = str(package.parent)
     command = [sys.executable, "-P", "-c", code + REPORT]  # -P: no import from the working directory
-    done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=60, check=False)
+    done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=300, check=False)
     assert done.returncode == 0, done.stderr
     return json.loads(done.stdout)
