@@ -185,7 +185,7 @@ void Trial::open_and_decode(Recovery recovery) {
     const auto mode = static_cast<size_t>(recovery);
     const DecodeOptions decode = options(recovery);
     m_frames = nullptr;
-    step(kOpen[mode], [&] { m_frames = backend().open_frames(source(), decode); });
+    step(kOpen[mode], [&] { m_frames = backend().open_frames(source(), probe(m_file), decode); });
     if (m_frames == nullptr) {
         return;
     }

@@ -185,9 +185,11 @@ class Backend {
     // not needed afterwards.
     virtual std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options) = 0;
 
-    // All pictures of a file, found by their headers. Those of an animation are as large as its canvas and have the
-    // pixels of earlier frames where they are transparent. PictureError(kDamaged), (kUnsupported).
-    virtual SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) = 0;
+    // All pictures of a file, found by their headers. `facts` are those that a probe of the source finds. Pictures of
+    // an animation are as large as its canvas and have the pixels of earlier frames where they are transparent.
+    // PictureError(kDamaged), (kUnsupported).
+    virtual SharedFrames open_frames(const SharedSource& source, const FileFacts& facts,
+                                     const DecodeOptions& options) = 0;
     // One of them. Its pixels are decoded when they are needed, but those of an animation, and those of a recovery.
     virtual std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index,
                                                   const DecodeOptions& options) = 0;

@@ -119,7 +119,7 @@ TEST(HugeHeaderTest, OfTooLongASideIsRefusedWhenTheFileIsOpened) {
         for (const Recovery recovery : {Recovery::kNone, Recovery::kMaximal}) {
             DecodeOptions options;
             options.recovery = recovery;
-            const PictureError refused = failure_of([&] { backend().open_frames(memory_source(png), options); });
+            const PictureError refused = failure_of([&] { opened(png, options); });
             EXPECT_EQ(refused.kind(), Failure::kTooLarge) << refused.what();
         }
     }
@@ -136,10 +136,10 @@ TEST(AnimationTest, ASecondHeaderIsDamage) {
     std::vector<uint8_t> file(encoded.bytes().begin(), encoded.bytes().end());
     const std::string header("\0\0\0\x0DIHDR\0\0\0\x01\0\0\0\x01\x08\0\0\0\0\0\0\0\0", 25);
     file.insert(file.end() - 12, header.begin(), header.end());
-    EXPECT_EQ(failure_of([&] { backend().open_frames(memory_source(file), {}); }).kind(), Failure::kDamaged);
+    EXPECT_EQ(failure_of([&] { opened(file); }).kind(), Failure::kDamaged);
     DecodeOptions lenient;
     lenient.recovery = Recovery::kMaximal;
-    const SharedFrames found = backend().open_frames(memory_source(file), lenient);
+    const SharedFrames found = opened(file, lenient);
     ASSERT_EQ(found->count(), 2U);
     const auto last = backend().decode_frame(found, 1, lenient);
     EXPECT_EQ(last->width(), 8);

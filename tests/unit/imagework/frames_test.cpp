@@ -71,7 +71,7 @@ TEST(FramesTest, TiffPagesKeepTheirSizeAndCompression) {
             first.big_tiff = big_tiff;
             first.big_endian = big_endian;
             const auto file = written(pages);
-            const SharedFrames found = backend().open_frames(memory_source(file), {});
+            const SharedFrames found = opened(file);
             ASSERT_EQ(found->count(), 3U);
             std::vector<FileFacts> facts;
             for (size_t i = 0; i < 3; i++) {

@@ -3,6 +3,8 @@
 
 #include <random>
 
+#include "runtime/native/imagework/probe/probe.h"
+
 namespace zelmor::imagework {
 
 std::unique_ptr<Picture> noise(int32_t width, int32_t height, bool alpha, uint32_t seed) {
@@ -39,8 +41,12 @@ std::unique_ptr<Picture> decoded(const std::vector<uint8_t>& data, Recovery reco
     return backend().decode(data, options);
 }
 
+SharedFrames opened(const std::vector<uint8_t>& file, const DecodeOptions& options) {
+    return backend().open_frames(memory_source(file), probe(std::span(file)), options);
+}
+
 std::vector<Frame> frames_of(const std::vector<uint8_t>& data) {
-    const SharedFrames frames = backend().open_frames(memory_source(data), {});
+    const SharedFrames frames = opened(data);
     std::vector<Frame> found;
     for (size_t i = 0; i < frames->count(); i++) {
         found.push_back({backend().decode_frame(frames, i, {}), frames->header(i).duration});

@@ -21,6 +21,8 @@ std::vector<Argb> pixels_of(const Picture& picture);
 std::vector<uint8_t> encoded(const Picture& picture, const FormatEncoding& format);
 std::unique_ptr<Picture> decoded(const std::vector<uint8_t>& data, Recovery recovery = Recovery::kNone);
 
+SharedFrames opened(const std::vector<uint8_t>& file, const DecodeOptions& options = {});
+
 // A frame of a file, decoded, and the milliseconds that an animation shows it.
 struct Frame {
     std::unique_ptr<Picture> picture;

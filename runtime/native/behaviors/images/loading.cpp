@@ -132,7 +132,7 @@ Ref<ImageBase> image_of_source(SharedSource source, const Record* load_options, 
             members != nullptr && members->load_drawing != nullptr) {
             return members->load_drawing(source, facts, load_options);
         }
-        auto frames = image_backend().open_frames(source, options);
+        auto frames = image_backend().open_frames(source, facts, options);
         facts.encoding = frames->header(0).facts.encoding;
         // Of an animation the frames are composed when they are looked at. What a recovery shows first is the picture
         // for programs that know no animations.

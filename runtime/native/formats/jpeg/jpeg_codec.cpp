@@ -22,7 +22,7 @@ SharedFrames open(const SharedSource& source, const FileFacts& facts, const Deco
     } else if (jpeg != nullptr && (jpeg->is_lossless || jpeg->bits != 8)) {
         return open_coded_jpeg(source, facts, options);
     }
-    return open_jpeg(source, options.recovery, options.memory);
+    return open_jpeg(source, facts, options.recovery, options.memory);
 }
 
 // The color model that the file is to have.

@@ -30,7 +30,9 @@ namespace zelmor::imagework {
 // tells which pixels are missing.
 // PictureError(kUnsupported) names a coding that libjpeg does not read, such as 12 bits per sample; kTooLarge refuses a
 // file of more scans than make sense.
-SharedFrames open_jpeg(SharedSource source, Recovery recovery = Recovery::kNone, SharedBudget memory = {});
+// `facts` are those that a probe of the source finds.
+SharedFrames open_jpeg(SharedSource source, const FileFacts& facts, Recovery recovery, SharedBudget memory);
+SharedFrames open_jpeg(const SharedSource& source, Recovery recovery = Recovery::kNone, SharedBudget memory = {});
 
 // The picture of a lossless file, or of one of 12 bits, whose samples are spread over a byte, or over 16 bits where
 // there are more than 8. It is decoded as a whole when its first row is asked for. What a recovery keeps are whole

@@ -200,10 +200,9 @@ class JpegReader final : public RowReader {
 
 class JpegFrame final : public FrameSource {
  public:
-    JpegFrame(SharedSource source, Recovery recovery, SharedBudget memory)
+    JpegFrame(SharedSource source, const FileFacts& facts, Recovery recovery, SharedBudget memory)
         : m_source(std::move(source)), m_recovery(recovery), m_memory(std::move(memory)) {
-        SourceBytes bytes(m_source, SourceBytes::kHeaderWindow);
-        m_header.facts = probe(bytes);
+        m_header.facts = facts;
         m_header.area = {0, 0, static_cast<int32_t>(m_header.facts.width), static_cast<int32_t>(m_header.facts.height)};
     }
 
@@ -238,9 +237,14 @@ class JpegFrame final : public FrameSource {
 
 }  // namespace
 
-SharedFrames open_jpeg(SharedSource source, Recovery recovery, SharedBudget memory) {
+SharedFrames open_jpeg(SharedSource source, const FileFacts& facts, Recovery recovery, SharedBudget memory) {
     assert(source != nullptr);
-    return std::make_shared<const JpegFrame>(std::move(source), recovery, std::move(memory));
+    return std::make_shared<const JpegFrame>(std::move(source), facts, recovery, std::move(memory));
+}
+
+SharedFrames open_jpeg(const SharedSource& source, Recovery recovery, SharedBudget memory) {
+    SourceBytes bytes(source, SourceBytes::kHeaderWindow);
+    return open_jpeg(source, probe(bytes), recovery, std::move(memory));
 }
 
 SharedSource jpeg_file_of(const FrameSource& frames) {

@@ -8,7 +8,6 @@
 
 #include "runtime/native/imagework/format_codec.h"
 #include "runtime/native/imagework/pixels/data_source.h"
-#include "runtime/native/imagework/pixels/source_bytes.h"
 #include "runtime/native/imagework/probe/probe.h"
 #include "runtime/native/imagework/vips/deferred_rows.h"
 #include "runtime/native/imagework/vips/rows_image.h"
@@ -48,10 +47,8 @@ std::unique_ptr<VipsPicture> opened_picture(const SharedFrames& frames, size_t i
 
 }  // namespace
 
-SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) {
+SharedFrames open_frames(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options) {
     settle_after_fork();
-    SourceBytes bytes(source, SourceBytes::kHeaderWindow);
-    const FileFacts facts = probe(bytes);
     require_decodable(facts, options);
     return labeled(damage_of(facts.format), [&] { return reading_codec(facts.format).open(source, facts, options); });
 }

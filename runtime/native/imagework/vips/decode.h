@@ -11,7 +11,7 @@ namespace zelmor::imagework {
 
 // See Backend.
 std::unique_ptr<Picture> decode(std::span<const uint8_t> data, const DecodeOptions& options);
-SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options);
+SharedFrames open_frames(const SharedSource& source, const FileFacts& facts, const DecodeOptions& options);
 std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index, const DecodeOptions& options);
 std::unique_ptr<Picture> picture_of_rows(const SharedFrames& frames, const DecodeOptions& options);
 

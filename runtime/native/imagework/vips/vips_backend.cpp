@@ -17,8 +17,9 @@ class VipsBackend final : public Backend {
         return imagework::decode(data, options);
     }
 
-    SharedFrames open_frames(const SharedSource& source, const DecodeOptions& options) override {
-        return imagework::open_frames(source, options);
+    SharedFrames open_frames(const SharedSource& source, const FileFacts& facts,
+                             const DecodeOptions& options) override {
+        return imagework::open_frames(source, facts, options);
     }
     std::unique_ptr<Picture> decode_frame(const SharedFrames& frames, size_t index,
                                           const DecodeOptions& options) override {
