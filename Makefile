@@ -182,7 +182,7 @@ WITH_THREADS := tests/python/runtime/test_race_reports.py tests/python/runtime/t
     tests/python/images/test_lazy_threads.py tests/python/images/test_interruption.py \
     tests/python/masking/test_masking_tasks.py tests/python/batch/test_batch_runs.py
 # Warnings of the optimizer are about code that the sanitizer has put in.
-THREAD_SANITIZER := -O1 -fno-omit-frame-pointer -fsanitize=thread -Wno-array-bounds
+THREAD_SANITIZER := -O1 -fno-omit-frame-pointer -fsanitize=thread -Wno-array-bounds -Wno-maybe-uninitialized
 threads: setup-test
 	@cmake -S . -B $(BUILD)-threads -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) $(LINES) \
 	    -DCMAKE_CXX_FLAGS="$(THREAD_SANITIZER)" -DCMAKE_C_FLAGS="$(THREAD_SANITIZER)" >/dev/null

@@ -234,7 +234,7 @@ def write_sources(folder: Path) -> None:
         (folder / "plain.svg").write_text(_svg(count, gradients=False))
         # In the folder of the caller, which the paths of modules may begin at.
         subprocess.run([sys.executable, "-c", program, *2 * [str(folder / "plain.svg")], str(folder / f"{size}.wmf")],
-                       check=True)
+                       check=True, capture_output=True)
 
 
 def _ours(job: Job, tiny: Path, big: Path, out: Path) -> float:

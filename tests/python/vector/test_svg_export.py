@@ -72,6 +72,31 @@ def test_vectors_drawn_as_svg(name: str) -> None:
     assert (b"<image" in text) == has_pictures
 
 
+MASK = ('<mask id="m"><linearGradient id="l"><stop stop-color="#fff"/><stop offset="1" stop-color="#222"/>'
+        '</linearGradient><rect width="900" height="600" fill="url(#l)"/></mask>')
+
+
+def scattered(count: int, attributes: str) -> bytes:
+    """A page with so many shapes, each turned about its corner and outlined."""
+    shapes = "".join(f'<path d="M0 0H9L14 11Z" transform="translate({13 + 41 * i % 870} {17 + 29 * i % 560}) '
+                     f'rotate({7 * i % 360})" stroke="#024" stroke-width="1.5" fill="rgb({i % 256},90,160)" '
+                     f"{attributes}/>"
+                     for i in range(count))
+    root = '<svg xmlns="http://www.w3.org/2000/svg" width="900" height="600">'
+    return f"{root}<defs>{MASK}</defs>{shapes}</svg>".encode()
+
+
+@pytest.mark.parametrize(("attributes", "count", "pictures"), [
+    ('opacity="0.6"', 400, 0), ('mask="url(#m)"', 80, 80), ('mask="url(#m)"', 120, 1)])
+def test_a_page_of_many_shapes(attributes: str, count: int, pictures: int) -> None:
+    """Shapes of one opacity stay shapes. Masked ones become small pictures, and a page of many of them a single one."""
+    data = scattered(count, attributes)
+    text = saved(loaded(data), svg_options(text_as_shapes=True))
+    root = ElementTree.fromstring(text)
+    assert len(list(root.iter(f"{SVG}image"))) == pictures
+    assert difference(drawn(text), drawn(data)) < 0.3
+
+
 def test_the_form_of_a_document() -> None:
     text = saved(loaded(document(CONTENTS["shapes"])), svg_options(text_as_shapes=True))
     root = ElementTree.fromstring(text)

@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <random>
 #include <string>
 
 #include "runtime/native/behaviors/drawing/outlines.h"
@@ -85,6 +88,27 @@ TEST(DecimalTextTest, DigitsThatSayNothingAreLeftOut) {
     EXPECT_EQ(decimal_text(1.0 / 3), "0.3333");
     EXPECT_EQ(decimal_text(0.123456789, 8), "0.12345679");
     EXPECT_EQ(decimal_text(INFINITY), "0");
+    EXPECT_EQ(decimal_text(NAN), "0");
+    EXPECT_EQ(decimal_text(1e16), "0");
+    EXPECT_EQ(decimal_text(-8e15, 9), "-8000000000000000");
+    EXPECT_EQ(decimal_text(1e8 + 0.5, 9), "100000000.5");
+    EXPECT_EQ(decimal_text(0.05, 2), "0.05");
+    EXPECT_EQ(decimal_text(-0.0307, 3), "-0.031");
+    EXPECT_EQ(decimal_text(9.9996, 3), "10");
+    EXPECT_EQ(decimal_text(2.5, 0), "3");
+}
+
+// Beside the number that the library reads from it: as near as the digits allow.
+TEST(DecimalTextTest, TheNearestNumberOfSoManyDigits) {
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> numbers(-3000, 3000);
+    for (int i = 0; i < 20000; ++i) {
+        const double value = numbers(random) * std::pow(10.0, i % 7 - 5);
+        const int digits = i % 10;
+        const std::string text = decimal_text(value, digits);
+        EXPECT_LE(std::abs(std::strtod(text.c_str(), nullptr) - value), 0.5001 * std::pow(10.0, -digits)) << text;
+        EXPECT_TRUE(text.find('.') == std::string::npos || text.back() != '0') << text;
+    }
 }
 
 TEST(WrittenCanvasTest, ClipsAndGroupsNest) {

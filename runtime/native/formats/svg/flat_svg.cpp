@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <set>
 
 #include "runtime/native/drawwork/outline_maps.h"
 #include "runtime/native/formats/svg/base64.h"
@@ -35,6 +37,11 @@ RectD common(const RectD& a, const RectD& b) {
     const double x = std::max(a.x, b.x), y = std::max(a.y, b.y);
     return {x, y, std::max(0.0, std::min(a.right(), b.right()) - x),
             std::max(0.0, std::min(a.bottom(), b.bottom()) - y)};
+}
+
+RectD around(const RectD& a, const RectD& b) {
+    const double x = std::min(a.x, b.x), y = std::min(a.y, b.y);
+    return {x, y, std::max(a.right(), b.right()) - x, std::max(a.bottom(), b.bottom()) - y};
 }
 
 bool holds(const RectD& outer, const RectD& inner) {
@@ -129,13 +136,8 @@ class Player {
 
     void play() {
         if (pictures_in(*m_tree.root) > kMostPictures) {
-            draw_pixels(m_render(std::string(m_document), m_page), {});
+            draw_pixels(m_render.page(), {});
             return;
-        }
-        for (const auto& child : m_tree.root->children) {
-            if (child->name == "defs") {
-                m_definitions += text_of(*child);
-            }
         }
         for (const auto& child : m_tree.root->children) {
             draw(*child, {}, m_page);
@@ -186,7 +188,11 @@ class Player {
         return false;
     }
 
+    // What stands in masks and patterns is drawn with the elements that have them.
     size_t pictures_in(const FlatNode& node) const {
+        if (node.name == "mask" || node.name == "pattern" || node.name == "filter") {
+            return 0;
+        }
         size_t count = is_hard(node) ? 1 : 0;
         for (const auto& child : node.children) {
             count += pictures_in(*child);
@@ -242,20 +248,20 @@ class Player {
     // ---- Elements. `map` leads from the element's space to the page; nothing outside of `seen`, an area of the page,
     // is seen.
 
-    void fill(const Outline& outline, FillRule rule, Paint paint, const RectD& seen) {
+    void fill(const Outline& shape, FillRule rule, Paint paint, const Affine& map, const RectD& seen) {
         // A picture that is seen once at most is no pattern.
         if (paint.kind == Paint::Kind::kTexture) {
             const Outline tile =
                 mapped_outline(rectangle_outline({0, 0, double(paint.width), double(paint.height)}), paint.placing);
-            if (holds(rectangle_around(tile), common(seen, rectangle_around(outline)))) {
+            if (holds(rectangle_around(tile), common(seen, rectangle_around(mapped_outline(shape, map))))) {
                 paint.extend = Extend::kPad;
             }
         }
         paint.placing = paint.placing.then(m_placing);
-        m_canvas.fill(mapped_outline(outline, m_placing), rule, paint, m_smooth);
+        m_canvas.fill(mapped_outline(shape, map.then(m_placing)), rule, paint, m_smooth);
     }
 
-    void stroke(const FlatNode& node, const Outline& outline, Paint paint, const Affine& map) {
+    void stroke(const FlatNode& node, const Outline& shape, Paint paint, const Affine& map) {
         drawwork::Stroke line;
         line.width = node.number("stroke-width", 1);
         const std::string_view cap = node.get("stroke-linecap"), join = node.get("stroke-linejoin");
@@ -273,16 +279,15 @@ class Player {
         line.nib = map.then(m_placing);
         line.nib.dx = line.nib.dy = 0;
         paint.placing = paint.placing.then(m_placing);
-        m_canvas.stroke(mapped_outline(outline, m_placing), line, paint, m_smooth);
+        m_canvas.stroke(mapped_outline(shape, map.then(m_placing)), line, paint, m_smooth);
     }
 
     void draw_shape(const FlatNode& node, const Outline& shape, const Affine& map, const RectD& seen) {
-        const Outline outline = mapped_outline(shape, map);
         if (const auto paint = paint_of(node, "fill", map)) {
-            fill(outline, rule_of(node.get("fill-rule")), *paint, seen);
+            fill(shape, rule_of(node.get("fill-rule")), *paint, map, seen);
         }
         if (const auto paint = paint_of(node, "stroke", map)) {
-            stroke(node, outline, *paint, map);
+            stroke(node, shape, *paint, map);
         }
     }
 
@@ -321,18 +326,72 @@ class Player {
             FillRule::kWinding, paint, false);
     }
 
+    // The area that an element and those inside of it can cover, behind `outer`, which leads out of the space that the
+    // element lies in. Masks and filters of a flat document make it no larger. Nothing for an element that draws
+    // nothing.
+    std::optional<RectD> covered_by(const FlatNode& node, const Affine& outer) const {
+        Affine map = flat_matrix(node.get("transform")).then(outer);
+        if (node.name == "use") {
+            map = Affine::translation(node.number("x"), node.number("y")).then(map);
+            const FlatNode* target = m_tree.target(node.get("xlink:href"));
+            return target != nullptr ? covered_by(*target, map) : std::nullopt;
+        }
+        if (node.name == "image") {
+            const RectD area{node.number("x"), node.number("y"), node.number("width"), node.number("height")};
+            return rectangle_around(mapped_outline(rectangle_outline(area), map));
+        }
+        if (node.name == "path" || node.name == "rect") {
+            const RectD area = rectangle_around(mapped_outline(shape_of(node), map));
+            const bool lined = !node.get("stroke").empty() && node.get("stroke") != "none";
+            const double corner = std::max(2.0, node.number("stroke-miterlimit", 10));
+            const double line = lined ? node.number("stroke-width", 1) / 2 * corner * map.largest_scale() : 0;
+            return RectD{area.x - line, area.y - line, area.width + 2 * line, area.height + 2 * line};
+        }
+        std::optional<RectD> all;
+        for (const auto& child : node.children) {
+            if (const auto area = covered_by(*child, map)) {
+                all = all ? around(*all, *area) : *area;
+            }
+        }
+        return all;
+    }
+
+    // The definitions that an element refers to, and those that they refer to, in any order.
+    void define(const FlatNode& node, std::set<const FlatNode*>& known, std::string& text) const {
+        for (const auto& [key, value] : node.attributes) {
+            const FlatNode* target = m_tree.target(value);
+            if (target != nullptr && known.insert(target).second) {
+                text += text_of(*target);
+                define(*target, known, text);
+            }
+        }
+        for (const auto& child : node.children) {
+            define(*child, known, text);
+        }
+    }
+
     // The element alone, as pixels.
     void draw_as_pixels(const FlatNode& node, const Affine& map) {
         const auto back = map.inverse();
-        if (!back) {
+        const auto covered = covered_by(node, {});
+        if (!back || !covered) {
             return;
         }
-        const RectD area = rectangle_around(mapped_outline(rectangle_outline(m_page), *back));
+        const double edge = back->largest_scale();  // half-covered pixels lie outside
+        const RectD area =
+            common(rectangle_around(mapped_outline(rectangle_outline(m_page), *back)),
+                   {covered->x - edge, covered->y - edge, covered->width + 2 * edge, covered->height + 2 * edge});
+        if (area.width <= 0 || area.height <= 0) {
+            return;
+        }
         std::string text = "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\">";
-        text += m_definitions;
+        std::set<const FlatNode*> known;
+        text += "<defs>";
+        define(node, known, text);
+        text += "</defs>";
         text += text_of(node);
         text += "</svg>";
-        draw_pixels(m_render(text, area), map);
+        draw_pixels(m_render.element(text, area), map);
     }
 
     void draw_children(const FlatNode& node, const Affine& map, const RectD& seen) {
@@ -365,10 +424,15 @@ class Player {
         return outline;
     }
 
-    static Outline shape_of(const FlatNode& node) {
-        return node.name == "rect" ? rectangle_outline({node.number("x"), node.number("y"), node.number("width"),
-                                                        node.number("height")})
-                                   : flat_outline(node.get("d"));
+    // The glyphs of a text are shapes that are used again and again.
+    const Outline& shape_of(const FlatNode& node) const {
+        const auto [shape, is_new] = m_shapes.try_emplace(&node);
+        if (is_new) {
+            shape->second = node.name == "rect" ? rectangle_outline({node.number("x"), node.number("y"),
+                                                                     node.number("width"), node.number("height")})
+                                                : flat_outline(node.get("d"));
+        }
+        return shape->second;
     }
 
     void draw(const FlatNode& node, const Affine& outer, const RectD& outer_seen) {
@@ -415,9 +479,9 @@ class Player {
         } else if (node.name == "image") {
             Paint paint = picture_of(node);
             paint.placing = Affine::translation(node.number("x"), node.number("y")).then(map);
-            const Outline outline =
-                mapped_outline(rectangle_outline({0, 0, double(paint.width), double(paint.height)}), paint.placing);
-            fill(outline, FillRule::kWinding, paint, seen);
+            const Outline shape = rectangle_outline({0, 0, double(paint.width), double(paint.height)});
+            const Affine place = paint.placing;
+            fill(shape, FillRule::kWinding, std::move(paint), place, seen);
         } else {
             throw PictureError(Failure::kInternal, "the drawing cannot be taken apart: '" + node.name + "' is unknown");
         }
@@ -430,7 +494,7 @@ class Player {
     RectD m_page;
     bool m_smooth;
     const FlatRenderer& m_render;
-    std::string m_definitions;
+    mutable std::map<const FlatNode*, Outline> m_shapes;
 };
 
 }  // namespace

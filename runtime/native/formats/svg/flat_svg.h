@@ -22,8 +22,13 @@ struct FlatPixels {
     drawwork::RectD area;
 };
 
-// Draws a document of the kind above as pixels: for the few elements that have no place on a canvas, such as masks.
-using FlatRenderer = std::function<FlatPixels(const std::string& document, const drawwork::RectD& area)>;
+// Draws as pixels what has no place on a canvas, such as masks.
+struct FlatRenderer {
+    // An area of a document of the kind above.
+    std::function<FlatPixels(const std::string& document, const drawwork::RectD& area)> element;
+    // The whole page, from the document that the flat one was made of.
+    std::function<FlatPixels()> page;
+};
 
 // A color of the drawing library, whose parts are multiplied by its alpha, without that.
 drawwork::Argb straight_color(drawwork::Argb color);

@@ -41,6 +41,8 @@ void begin_element(void* data, const XML_Char* name, const XML_Char** attributes
     auto node = std::make_unique<FlatNode>();
     node->name = name;
     node->begin = static_cast<size_t>(XML_GetCurrentByteIndex(building.parser));
+    constexpr size_t kUsual = 14;  // a path with fill and stroke
+    node->attributes.reserve(kUsual);
     for (size_t i = 0; attributes[i] != nullptr; i += 2) {
         const std::string_view key = attributes[i];
         if (key == "style") {

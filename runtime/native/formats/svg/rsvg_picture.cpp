@@ -7,6 +7,7 @@
 #include <cmath>
 #include <map>
 
+#include "runtime/native/drawwork/decimal_text.h"
 #include "runtime/native/formats/svg/embedded_pictures.h"
 #include "runtime/native/formats/svg/flat_svg.h"
 #include "runtime/native/formats/svg/svg_library.h"
@@ -88,32 +89,20 @@ cairo_status_t append(void* text, const unsigned char* data, unsigned int length
     return CAIRO_STATUS_SUCCESS;
 }
 
-// A flat document as pixels.
-FlatPixels rendered(const std::string& document, const RectD& area) {
+// A document as pixels that show an area of the page.
+FlatPixels pixels_of(RsvgHandle* document, const RectD& area) {
     const double detail = detail_of(area.width, area.height);
     FlatPixels result;
     result.area = area;
     result.width = std::max(1, static_cast<int32_t>(std::lround(area.width * detail)));
     result.height = std::max(1, static_cast<int32_t>(std::lround(area.height * detail)));
-    // The root of the document has no size of its own; it is given that of the area.
-    std::string text = document;
-    const auto root = svg_root(text);
-    if (!root) {
-        throw PictureError(Failure::kInternal, "the drawing cannot be taken apart: it has no root");
-    }
-    std::string tag = "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\"";
-    tag += " width=\"" + std::to_string(result.width) + "\" height=\"" + std::to_string(result.height) +
-           "\" viewBox=\"" + std::to_string(area.x) + " " + std::to_string(area.y) + " " + std::to_string(area.width) +
-           " " + std::to_string(area.height) + "\" preserveAspectRatio=\"none\">";
-    text.replace(root->begin, root->tag_end - root->begin, tag);
-    const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
-    const Handle handle = opened(bytes, {});
     const Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, result.width, result.height));
     const Context context(cairo_create(surface.get()));
-    render(handle.get(), context.get(), {0, 0, double(result.width), double(result.height)});
+    render(document, context.get(), {0, 0, double(result.width), double(result.height)});
     cairo_surface_flush(surface.get());
     const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface.get()));
     const uint8_t* data = cairo_image_surface_get_data(surface.get());
+    result.pixels.reserve(static_cast<size_t>(result.width) * static_cast<size_t>(result.height));
     for (int32_t y = 0; y < result.height; ++y) {
         const auto* row = reinterpret_cast<const drawwork::Argb*>(data + static_cast<size_t>(y) * stride);
         for (int32_t x = 0; x < result.width; ++x) {
@@ -121,6 +110,23 @@ FlatPixels rendered(const std::string& document, const RectD& area) {
         }
     }
     return result;
+}
+
+// An area of a flat document, whose root has no size of its own and is given that of the area.
+FlatPixels flat_pixels(const std::string& document, const RectD& area) {
+    std::string text = document;
+    const auto root = svg_root(text);
+    if (!root) {
+        throw PictureError(Failure::kInternal, "the drawing cannot be taken apart: it has no root");
+    }
+    const auto shown = [](double number) { return drawwork::decimal_text(number, 6); };
+    std::string tag = "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\"";
+    tag += " width=\"" + shown(area.width) + "\" height=\"" + shown(area.height) + "\" viewBox=\"" + shown(area.x) +
+           " " + shown(area.y) + " " + shown(area.width) + " " + shown(area.height) +
+           "\" preserveAspectRatio=\"none\">";
+    text.replace(root->begin, root->tag_end - root->begin, tag);
+    const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    return pixels_of(opened(bytes, {}).get(), area);
 }
 
 std::vector<uint8_t> gzip(std::span<const uint8_t> bytes) {
@@ -214,7 +220,8 @@ class RsvgPicture final : public SvgPicture {
                                           cairo_status_to_string(status));
             }
         }
-        draw_flat_svg(flat, canvas, drawing.placing, area.width, area.height, drawing.smooth, &rendered);
+        const FlatRenderer renderer{&flat_pixels, [&] { return pixels_of(document, area); }};
+        draw_flat_svg(flat, canvas, drawing.placing, area.width, area.height, drawing.smooth, renderer);
     }
 
     // The document with or without smooth edges, which a style sheet says.

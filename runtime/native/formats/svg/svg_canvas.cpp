@@ -16,10 +16,6 @@ using namespace drawwork;
 
 namespace {
 
-std::string pair_text(PointD p) {
-    return decimal_text(p.x) + ' ' + decimal_text(p.y);
-}
-
 std::string attribute(const char* name, const std::string& value) {
     return std::string(" ") + name + "=\"" + value + '"';
 }
@@ -77,11 +73,22 @@ bool has_form(const Paint& paint) {
 
 std::string path_data(const Outline& outline) {
     std::string text;
+    const auto append = [&](const char* before, const PointD& point) {
+        text += before;
+        drawwork::append_decimal(text, point.x);
+        text += ' ';
+        drawwork::append_decimal(text, point.y);
+    };
     for (const Contour& contour : outline) {
-        text += (text.empty() ? "M" : " M") + pair_text(contour.start);
+        append(text.empty() ? "M" : " M", contour.start);
         for (const Segment& s : contour.segments) {
-            text += s.curved ? " C" + pair_text(s.control1) + ' ' + pair_text(s.control2) + ' ' + pair_text(s.end)
-                             : " L" + pair_text(s.end);
+            if (s.curved) {
+                append(" C", s.control1);
+                append(" ", s.control2);
+                append(" ", s.end);
+            } else {
+                append(" L", s.end);
+            }
         }
         if (contour.closed) {
             text += " Z";
