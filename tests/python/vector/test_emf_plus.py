@@ -73,6 +73,10 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
                          plus_record(0x4025, 0, words(3)), plus_record(0x4023, 0), see_through(0x80, RED, 40),
                          plus_record(0x4026, 0, words(3)), see_through(0x80, RED, 70)),
                     {(15, 15): RED, (45, 15): 0x80007F, (75, 15): RED, (5, 5): BLUE}),
+    "source copy of a terminal server": (
+        plus(fill_rects(BLUE, (0, 0, 96, 96)), plus_record(0x4039, 0, struct.pack(
+            "<4B2hH2B6f", 0, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 0, 1, 20, 0)), see_through(0x80, RED, 10)),
+        {(35, 15): RED, (15, 15): BLUE}),
     "rectangles": (plus(fill_rects(RED, (20, 20, 10, 10), (50, 50, 10, 10))),
                    {(20, 20): RED, (59, 59): RED, (30, 30): WHITE, (60, 60): WHITE}),
     "short rectangles": (plus(plus_record(0x400A, 0xC000, words(OPAQUE | RED, 1) + struct.pack("<4h", 20, 20, 9, 9))),

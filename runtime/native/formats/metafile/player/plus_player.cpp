@@ -136,6 +136,7 @@ void set_offset(PlusPlayer& player, int64_t mode) {
 void set_terminal_state(PlusPlayer& player, Played record) {
     set_text_hint(player, whole_in(record, "TextRenderHint"));
     set_offset(player, whole_in(record, "PixelOffset"));
+    player.state.copies = whole_in(record, "CompositingMode") == 1;
     player.state.world = map_in(record, "WorldToDevice");
     player.state.page_unit = 2;
     player.state.page_scale = 1;
