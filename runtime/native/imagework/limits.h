@@ -49,6 +49,10 @@ constexpr uint64_t kCodecBytes = 256 * kMebibyte;
 // corners that memory and time have no end; a dash takes a third of a microsecond and some 60 bytes.
 constexpr double kStrokeWidth = 1e9;
 constexpr double kDashes = 3e6;
+// Pixels of a font's height: the library that draws text ends the process where a line is higher than two million.
+constexpr double kFontSize = 1e6;
+// Octaves of a turbulence. Each has half the height of the one before, so that the ninth is not seen in 8 bits.
+constexpr double kOctaves = 64;
 
 // --- Finding the header and the end of a picture in a file ----------------------------------------------------------
 

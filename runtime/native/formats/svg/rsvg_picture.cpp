@@ -10,9 +10,10 @@
 #include "runtime/native/drawwork/decimal_text.h"
 #include "runtime/native/formats/svg/embedded_pictures.h"
 #include "runtime/native/formats/svg/flat_svg.h"
+#include "runtime/native/formats/svg/rsvg_calls.h"
+#include "runtime/native/formats/svg/svg_costs.h"
 #include "runtime/native/formats/svg/svg_library.h"
 #include "runtime/native/formats/svg/svg_root.h"
-#include "runtime/native/formats/svg/svg_strokes.h"
 #include "runtime/native/imagework/picture_error.h"
 
 namespace zelmor::imagework {
@@ -51,25 +52,37 @@ Handle opened(std::span<const uint8_t> document, const std::string& style_sheet)
     const Input input(
         g_memory_input_stream_new_from_data(document.data(), static_cast<gssize>(document.size()), nullptr));
     GError* error = nullptr;
-    Handle handle(rsvg_handle_new_from_stream_sync(input.get(), nullptr, RSVG_HANDLE_FLAGS_NONE, nullptr, &error));
+    RsvgHandle* made = nullptr;
+    bool styled = true;
+    make_rsvg_calls([&] {
+        made = rsvg_handle_new_from_stream_sync(input.get(), nullptr, RSVG_HANDLE_FLAGS_NONE, nullptr, &error);
+        if (made != nullptr) {
+            rsvg_handle_set_dpi(made, kDotsPerInch);
+            styled = style_sheet.empty() ||
+                     rsvg_handle_set_stylesheet(made, reinterpret_cast<const guint8*>(style_sheet.data()),
+                                                style_sheet.size(), &error) != FALSE;
+        }
+    });
+    Handle handle(made);
     const ErrorText text(error);
-    if (handle == nullptr) {
-        throw_unreadable(error);
-    }
-    rsvg_handle_set_dpi(handle.get(), kDotsPerInch);
-    if (!style_sheet.empty() &&
-        !rsvg_handle_set_stylesheet(handle.get(), reinterpret_cast<const guint8*>(style_sheet.data()),
-                                    style_sheet.size(), &error)) {
-        const ErrorText owner(error);
+    if (handle == nullptr || !styled) {
         throw_unreadable(error);
     }
     return handle;
 }
 
+// Calls that work on a handle, which is never freed after a panic.
+void make_calls_on(RsvgHandle* handle, const std::function<void()>& calls) {
+    g_object_ref(handle);
+    make_rsvg_calls(calls);
+    g_object_unref(handle);
+}
+
 void render(RsvgHandle* handle, cairo_t* context, const RectD& area) {
     const RsvgRectangle viewport{area.x, area.y, area.width, area.height};
     GError* error = nullptr;
-    const bool drawn = rsvg_handle_render_document(handle, context, &viewport, &error) != FALSE;
+    bool drawn = false;
+    make_calls_on(handle, [&] { drawn = rsvg_handle_render_document(handle, context, &viewport, &error) != FALSE; });
     const ErrorText text(error);
     if (!drawn) {
         throw_unreadable(error);
@@ -154,8 +167,8 @@ std::vector<uint8_t> gzip(std::span<const uint8_t> bytes) {
 class RsvgPicture final : public SvgPicture {
  public:
     explicit RsvgPicture(std::span<const uint8_t> document)
-        : m_document(document.begin(), document.end()), m_strokes(svg_strokes(document)) {
-        check_svg_strokes(m_strokes, 1);
+        : m_document(document.begin(), document.end()), m_costs(svg_costs(document)) {
+        check_svg_costs(m_costs, 1);
         const std::string text = svg_text(document);
         if (const auto root = svg_root(text)) {
             m_size = svg_size(*root);
@@ -167,8 +180,11 @@ class RsvgPicture final : public SvgPicture {
         const RsvgRectangle page{0, 0, 300, 150};  // what lengths in parts of the page refer to
         RsvgRectangle ink{}, logical{};
         GError* error = nullptr;
-        const bool known =
-            rsvg_handle_get_geometry_for_layer(handle(true, true), nullptr, &page, &ink, &logical, &error) != FALSE;
+        bool known = false;
+        RsvgHandle* const document = handle(true, true);
+        make_calls_on(document, [&] {
+            known = rsvg_handle_get_geometry_for_layer(document, nullptr, &page, &ink, &logical, &error) != FALSE;
+        });
         const ErrorText text(error);
         if (!known) {
             throw_unreadable(error);
@@ -179,7 +195,7 @@ class RsvgPicture final : public SvgPicture {
     void draw(drawwork::Canvas& canvas, const SvgDrawing& drawing) override {
         RsvgHandle* const document = handle(drawing.smooth, drawing.smooth_text);
         const RectD area{0, 0, drawing.width, drawing.height};
-        check_svg_strokes(m_strokes, enlargement(drawing));
+        check_svg_costs(m_costs, enlargement(drawing));
         auto* const context = static_cast<cairo_t*>(canvas.context());
         if (context == nullptr) {
             return draw_apart(document, canvas, drawing, area);
@@ -237,7 +253,7 @@ class RsvgPicture final : public SvgPicture {
     }
 
     std::vector<uint8_t> m_document;
-    SvgStrokes m_strokes;
+    SvgCosts m_costs;
     SvgSize m_size;
     std::map<std::pair<bool, bool>, Handle> m_handles;
 };

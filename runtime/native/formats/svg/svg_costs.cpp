@@ -1,5 +1,5 @@
-// Walking over a document for the cost of its strokes; see svg_strokes.h.
-#include "runtime/native/formats/svg/svg_strokes.h"
+// Walking over a document for what it costs to draw; see svg_costs.h.
+#include "runtime/native/formats/svg/svg_costs.h"
 
 #include <expat.h>
 
@@ -14,6 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "runtime/native/formats/svg/svg_font_size.h"
 #include "runtime/native/formats/svg/svg_numbers.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -27,11 +28,18 @@ constexpr double kSomeViewport = 1e4;
 constexpr double kShortestDash = 0.1;
 // Passes over the references of a document: each sees one level of nesting more.
 constexpr int kPasses = 64;
+// Of a text for which nothing says another size, in pixels.
+constexpr double kUsualFont = 16;
+// The library keeps no more numbers of a convolution's kernel, and does not compare so many with its sides.
+constexpr size_t kKernel = 400;
 
 struct Element {
     size_t parent = 0;
     double scale = 1;                     // of its own transformation and view box
     double reach = 1;                     // the greatest product of scales from here inwards
+    SvgFontSize font;                     // as the element says it
+    double font_reach = 1;                // the greatest product of the factors of fonts from here inwards
+    double largest_font = 0;              // of those that begin here or inside, in pixels
     std::vector<std::string> references;  // identifiers
 };
 
@@ -53,13 +61,17 @@ class Walk {
             const std::string_view key = attributes[i];
             const std::string_view value = attributes[i + 1];
             if (key == "style") {
-                read_rules(value, element);
+                const std::string rules = without_comments(value);
+                read_rules(rules, element);
+                take_font(element, svg_font_size_in(rules));
             } else if (key == "id") {
                 m_by_id.emplace(value, m_elements.size());
             } else {
                 read(key, value, element);
             }
         }
+        m_costs.octaves = std::max(m_costs.octaves, number("numOctaves"));
+        m_costs.has_wide_kernel = m_costs.has_wide_kernel || has_wide_kernel();
         element.scale *= view_scale();
         here.scale *= element.scale;
         here.dash = m_dash.value_or(here.dash);
@@ -82,20 +94,50 @@ class Walk {
         }
     }
 
-    SvgStrokes strokes() {
-        for (size_t at = 0; (at = m_style_sheet.find("stroke-width", at)) != std::string::npos; at++) {
-            const size_t value = m_style_sheet.find(':', at);
+    void instruction(std::string_view target, std::string_view data) {
+        // A reference to a character can be any letter.
+        const bool may_be_data =
+            data.find("data") != std::string_view::npos || data.find('&') != std::string_view::npos;
+        if (target == "xml-stylesheet" && may_be_data) {
+            m_costs.hides_styles = true;
+        }
+    }
+
+    SvgCosts costs() {
+        const std::string styles = without_comments(m_style_sheet);
+        for (size_t at = 0; (at = styles.find("stroke-width", at)) != std::string::npos; at++) {
+            const size_t value = styles.find(':', at);
             if (value != std::string::npos) {
-                m_widest =
-                    std::max(m_widest, svg_number(std::string_view(m_style_sheet).substr(value + 1)).value_or(0));
+                m_widest = std::max(m_widest, svg_number(std::string_view(styles).substr(value + 1)).value_or(0));
             }
         }
+        if (imports_data(styles)) {
+            m_costs.hides_styles = true;
+        }
+        m_styled_font = svg_font_size_in(styles);
         for (int pass = 0; pass < kPasses && reach_inwards(); pass++) {
         }
-        return {m_elements.empty() ? 0 : m_elements.front().reach * m_widest, m_dashes};
+        if (!m_elements.empty()) {
+            const Element& root = m_elements.front();
+            m_costs.widest_stroke = root.reach * m_widest;
+            m_costs.largest_font =
+                std::max(root.largest_font, std::max(kUsualFont, m_styled_font.pixels) * root.font_reach);
+        }
+        return m_costs;
     }
 
  private:
+    static void take_font(Element& element, const SvgFontSize& size) {
+        element.font = {std::max(element.font.pixels, size.pixels), std::max(element.font.factor, size.factor)};
+    }
+
+    bool has_wide_kernel() const {
+        const std::string_view numbers = value("kernelMatrix");
+        return numbers.size() + 1 >= 2 * kKernel &&
+               (svg_numbers(numbers).size() >= kKernel ||
+                numbers.find_first_not_of("0123456789+-.eE, \t\r\n") != std::string_view::npos);
+    }
+
     void read_rules(std::string_view style, Element& element) {
         while (!style.empty()) {
             std::string_view rule = style.substr(0, style.find(';'));
@@ -113,6 +155,8 @@ class Walk {
     void read(std::string_view key, std::string_view value, Element& element) {
         if (key.ends_with("ransform")) {  // of an element, a gradient or a pattern
             element.scale *= svg_transform_scale(value);
+        } else if (key == "font-size" || key == "font") {
+            take_font(element, svg_font_size(without_comments(value)));
         } else if (key == "stroke-width") {
             m_widest = std::max(m_widest, svg_number(value).value_or(0));
         } else if (key == "stroke-dasharray") {
@@ -172,26 +216,44 @@ class Walk {
         } else if (name.ends_with("ellipse")) {
             length = kRound * std::max(std::abs(number("rx")), std::abs(number("ry")));
         }
-        m_dashes += length / here.dash;
+        m_costs.dashes += length / here.dash;
     }
 
-    // Carries products of scales one reference further; whether any of them grew.
+    // What elements inside of one, and those that it refers to, come to.
+    struct Inside {
+        double reach = 1;
+        double font_reach = 1;
+        double largest_font = 0;
+
+        void take(const Element& element) {
+            reach = std::max(reach, element.reach);
+            font_reach = std::max(font_reach, element.font_reach);
+            largest_font = std::max(largest_font, element.largest_font);
+        }
+    };
+
+    // Carries products of scales and of fonts one reference further; whether any of them grew.
     bool reach_inwards() {
-        std::vector<double> inside(m_elements.size(), 1.0);
+        std::vector<Inside> inside(m_elements.size());
         bool grew = false;
         for (size_t i = m_elements.size(); i-- > 0;) {
             Element& element = m_elements[i];
             for (const std::string& name : element.references) {
                 const auto target = m_by_id.find(name);
                 if (target != m_by_id.end() && target->second != i) {
-                    inside[i] = std::max(inside[i], m_elements[target->second].reach);
+                    inside[i].take(m_elements[target->second]);
                 }
             }
-            const double reach = std::max(1.0, element.scale * inside[i]);
-            grew = grew || reach > element.reach;
+            const double reach = std::max(1.0, element.scale * inside[i].reach);
+            const double factor = std::max({1.0, element.font.factor, m_styled_font.factor});
+            const double font_reach = factor * inside[i].font_reach;
+            const double font = std::max(element.font.pixels * inside[i].font_reach, inside[i].largest_font);
+            grew = grew || reach > element.reach || font_reach > element.font_reach || font > element.largest_font;
             element.reach = reach;
+            element.font_reach = font_reach;
+            element.largest_font = font;
             if (element.parent != i) {
-                inside[element.parent] = std::max(inside[element.parent], reach);
+                inside[element.parent].take(element);
             }
         }
         return grew;
@@ -205,8 +267,9 @@ class Walk {
     std::optional<double> m_dash;                                         // of the element that begins
     std::string m_style_sheet;
     bool m_in_style = false;
-    double m_widest = 1;  // strokes are that wide if nothing says so
-    double m_dashes = 0;
+    SvgFontSize m_styled_font;  // by a rule of a style sheet, for any element
+    double m_widest = 1;        // strokes are that wide if nothing says so
+    SvgCosts m_costs;
 };
 
 void on_begin(void* data, const XML_Char* name, const XML_Char** attributes) {
@@ -218,10 +281,24 @@ void on_end(void* data, const XML_Char*) {
 void on_text(void* data, const XML_Char* text, int size) {
     static_cast<Walk*>(data)->text({text, static_cast<size_t>(size)});
 }
+void on_instruction(void* data, const XML_Char* target, const XML_Char* text) {
+    static_cast<Walk*>(data)->instruction(target, text);
+}
+// Of an encoding that the parser does not know, but the library may, letters beyond ASCII are all the same here.
+int on_encoding(void*, const XML_Char*, XML_Encoding* encoding) {
+    constexpr int kReplacement = 0xFFFD;
+    for (int byte = 0; byte < 256; byte++) {
+        encoding->map[byte] = byte < 128 ? byte : kReplacement;
+    }
+    encoding->data = nullptr;
+    encoding->convert = nullptr;
+    encoding->release = nullptr;
+    return XML_STATUS_OK;
+}
 
 }  // namespace
 
-SvgStrokes svg_strokes(std::span<const uint8_t> document) {
+SvgCosts svg_costs(std::span<const uint8_t> document) {
     const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser(XML_ParserCreate(nullptr),
                                                                               &XML_ParserFree);
     if (parser == nullptr) {
@@ -231,23 +308,46 @@ SvgStrokes svg_strokes(std::span<const uint8_t> document) {
     XML_SetUserData(parser.get(), &walk);
     XML_SetElementHandler(parser.get(), &on_begin, &on_end);
     XML_SetCharacterDataHandler(parser.get(), &on_text);
+    XML_SetProcessingInstructionHandler(parser.get(), &on_instruction);
+    XML_SetUnknownEncodingHandler(parser.get(), &on_encoding, nullptr);
     const auto* text = reinterpret_cast<const char*>(document.data());
-    if (document.size() > INT32_MAX ||
-        XML_Parse(parser.get(), text, static_cast<int>(document.size()), XML_TRUE) != XML_STATUS_OK) {
-        return {};
+    SvgCosts costs;
+    if (document.size() > INT32_MAX) {
+        costs.unreadable = "it is too large";
+    } else if (XML_Parse(parser.get(), text, static_cast<int>(document.size()), XML_TRUE) != XML_STATUS_OK) {
+        costs.unreadable = std::string(XML_ErrorString(XML_GetErrorCode(parser.get()))) + " in line " +
+                           std::to_string(XML_GetCurrentLineNumber(parser.get()));
+    } else {
+        costs = walk.costs();
     }
-    return walk.strokes();
+    return costs;
 }
 
-void check_svg_strokes(const SvgStrokes& strokes, double enlarged) {
-    if (!(strokes.widest * enlarged <= limits::kStrokeWidth)) {
-        throw PictureError(Failure::kTooLarge, "a stroke would be more than " +
-                                                   std::to_string(static_cast<int64_t>(limits::kStrokeWidth)) +
-                                                   " pixels wide");
+namespace {
+
+// `what` ends with the word before the limit, `unit` follows it.
+void require_at_most(double value, double limit, const char* what, const char* unit) {
+    if (!(value <= limit)) {
+        throw PictureError(Failure::kTooLarge, what + std::to_string(static_cast<int64_t>(limit)) + unit);
     }
-    if (!(strokes.dashes <= limits::kDashes)) {
-        throw PictureError(Failure::kTooLarge, "its strokes have more than " +
-                                                   std::to_string(static_cast<int64_t>(limits::kDashes)) + " dashes");
+}
+
+}  // namespace
+
+void check_svg_costs(const SvgCosts& costs, double enlarged) {
+    if (!costs.unreadable.empty()) {
+        throw PictureError(Failure::kDamaged, "the SVG document cannot be read: " + costs.unreadable);
+    }
+    if (costs.hides_styles) {
+        throw PictureError(Failure::kUnsupported, "a style sheet stands in a data URI, which is not supported");
+    }
+    require_at_most(costs.widest_stroke * enlarged, limits::kStrokeWidth, "a stroke would be more than ",
+                    " pixels wide");
+    require_at_most(costs.dashes, limits::kDashes, "its strokes have more than ", " dashes");
+    require_at_most(costs.largest_font, limits::kFontSize, "a font would be more than ", " pixels high");
+    require_at_most(costs.octaves, limits::kOctaves, "a turbulence has more than ", " octaves");
+    if (costs.has_wide_kernel) {
+        throw PictureError(Failure::kTooLarge, "a convolution has " + std::to_string(kKernel) + " numbers or more");
     }
 }
 

@@ -1,0 +1,120 @@
+// Reading sizes of fonts; see svg_font_size.h.
+#include "runtime/native/formats/svg/svg_font_size.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <system_error>
+#include <utility>
+
+namespace zelmor::imagework {
+namespace {
+
+bool begins_number(char c) {
+    return (c >= '0' && c <= '9') || c == '.';
+}
+bool is_letter(char c) {
+    return ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') || c == '%' || c == '\\';
+}
+std::string lower(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
+    return result;
+}
+
+// CSS Values and Units: absolute lengths in pixels.
+constexpr std::array<std::pair<std::string_view, double>, 8> kUnits{{{"", 1},
+                                                                     {"px", 1},
+                                                                     {"in", 96},
+                                                                     {"cm", 96 / 2.54},
+                                                                     {"mm", 96 / 25.4},
+                                                                     {"q", 96 / 101.6},
+                                                                     {"pt", 96 / 72.0},
+                                                                     {"pc", 16}}};
+
+void take(SvgFontSize& size, double number, std::string_view unit) {
+    const auto known = std::find_if(kUnits.begin(), kUnits.end(), [&](const auto& u) { return u.first == unit; });
+    if (known != kUnits.end()) {
+        size.pixels = std::max(size.pixels, number * known->second);
+    } else if (unit == "%") {
+        size.factor = std::max(size.factor, number / 100);
+    } else {  // of the font around it or of the first one, or of the page, or unknown
+        size.factor = std::max(size.factor, number);
+        size.pixels = std::max(size.pixels, number * 96);
+    }
+}
+
+}  // namespace
+
+SvgFontSize svg_font_size(std::string_view value) {
+    SvgFontSize size;
+    const std::string text = lower(value);
+    std::string_view rest = text;
+    if (text.find("larger") != std::string::npos) {
+        size.factor = 1.2;
+    }
+    while (!rest.empty()) {
+        if (!begins_number(rest.front())) {
+            rest.remove_prefix(1);
+            continue;
+        }
+        double number = 0;
+        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
+        if (error == std::errc::invalid_argument) {
+            rest.remove_prefix(1);
+            continue;
+        }
+        rest.remove_prefix(static_cast<size_t>(end - rest.data()));
+        const auto unit_end = std::find_if_not(rest.begin(), rest.end(), is_letter);
+        const std::string_view unit = rest.substr(0, static_cast<size_t>(unit_end - rest.begin()));
+        // A number out of range is infinite, or next to nothing.
+        take(size, error == std::errc() ? number : 1e300, unit);
+        rest.remove_prefix(unit.size());
+    }
+    return size;
+}
+
+SvgFontSize svg_font_size_in(std::string_view declarations) {
+    SvgFontSize all;
+    while (!declarations.empty()) {
+        const std::string_view one = declarations.substr(0, declarations.find_first_of(";{}"));
+        declarations.remove_prefix(std::min(one.size() + 1, declarations.size()));
+        const size_t colon = one.find(':');
+        if (colon == std::string_view::npos) {
+            continue;
+        }
+        const std::string name = lower(one.substr(0, colon));
+        if (name.find("font") != std::string::npos || name.find('\\') != std::string::npos) {
+            const SvgFontSize size = svg_font_size(one.substr(colon + 1));
+            all = {std::max(all.pixels, size.pixels), std::max(all.factor, size.factor)};
+        }
+    }
+    return all;
+}
+
+std::string without_comments(std::string_view style_sheet) {
+    std::string text;
+    while (!style_sheet.empty()) {
+        const size_t begin = std::min(style_sheet.find("/*"), style_sheet.size());
+        text += style_sheet.substr(0, begin);
+        style_sheet.remove_prefix(begin);
+        const size_t end = style_sheet.size() > 2 ? style_sheet.find("*/", 2) : std::string_view::npos;
+        style_sheet.remove_prefix(end == std::string_view::npos ? style_sheet.size() : end + 2);
+    }
+    return text;
+}
+
+bool imports_data(std::string_view style_sheet) {
+    const std::string text = lower(style_sheet);
+    for (size_t at = text.find('@'); at != std::string::npos; at = text.find('@', at + 1)) {
+        const std::string_view rule = std::string_view(text).substr(at + 1, text.find_first_of(";{", at) - at - 1);
+        const bool imports = rule.starts_with("import") || rule.starts_with('\\');
+        if (imports && (rule.find("data") != std::string_view::npos || rule.find('\\') != std::string_view::npos)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace zelmor::imagework
