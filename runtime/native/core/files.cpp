@@ -9,6 +9,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
 
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -146,6 +149,12 @@ std::u16string text_of_file_path(const std::string& path) {
         at += std::max<size_t>(1, length);
     }
     return text;
+}
+
+std::string absolute_path(std::string path) {
+    std::error_code failed;
+    const std::filesystem::path whole = std::filesystem::absolute(path, failed);
+    return failed ? std::move(path) : whole.string();  // in a directory that was removed, there is none
 }
 
 bool file_exists(const std::string& path) {

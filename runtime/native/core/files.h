@@ -28,6 +28,9 @@ std::string file_path_of(const std::optional<std::u16string>& text, const char* 
 // The way back: the text that Python has for a file name.
 std::u16string text_of_file_path(const std::string& path);
 
+// The path from the root of the system, which goes on naming the file when the working directory is another one.
+std::string absolute_path(std::string path);
+
 bool file_exists(const std::string& path);
 
 // The directory that the last part of the path is in.

@@ -71,6 +71,34 @@ def test_a_palette_that_still_holds_all_colors_stays(tmp_path: Path) -> None:
     assert (tmp_path / "a.png").read_bytes()[24:26] == b"\1\3"
 
 
+def test_saving_onto_the_source_from_another_directory(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    """Onto the file that was loaded, not one of its name in the working directory of then."""
+    for name in ("loaded", "other"):
+        (tmp_path / name).mkdir()
+        write(tmp_path / name / "a.png", noise())
+    monkeypatch.chdir(tmp_path / "loaded")
+    image = Image.load("a.png")
+    monkeypatch.chdir(tmp_path / "other")
+    image.rotate_flip(RotateFlipType.ROTATE_180_FLIP_NONE)
+    image.save()
+    assert worst(read("a.png"), noise()) == 0
+    assert worst(read(tmp_path / "loaded" / "a.png"), noise()[::-1, ::-1]) == 0
+
+
+def test_a_new_file_from_another_directory(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    (tmp_path / "other").mkdir()
+    monkeypatch.chdir(tmp_path)
+    options, passing = BmpOptions(), BmpOptions()
+    options.source, passing.source = FileCreateSource("a.bmp", False), FileCreateSource("b.bmp", True)
+    with Image.create(options, 3, 2) as image, Image.create(passing, 3, 2) as temporary:
+        temporary.save()
+        monkeypatch.chdir(tmp_path / "other")
+        Path("b.bmp").write_text("mine")
+        image.save()
+    assert [path.name for path in sorted(tmp_path.rglob("*.*"))] == ["a.bmp", "b.bmp"]
+    assert (tmp_path / "a.bmp").exists() and Path("b.bmp").read_text() == "mine"
+
+
 def test_saving_over_the_source_by_name(tmp_path: Path) -> None:
     path = write(tmp_path / "a.png", noise())
     image = load(path)

@@ -1,17 +1,20 @@
-"""Stream containers and sources of the embedded runtime, over Python files, managed streams and files on disk."""
+"""Stream containers and sources, over Python files, managed streams and files on disk."""
 
 from __future__ import annotations
 
 import io
+import shutil
 import sys
 from pathlib import Path
 
 import pytest
 import zelmor.imaging
+from support.child import run_child
 from support.control import Control
+from support.pictures import png_bytes
 from support.runtimes import ON_DOTNET
 
-from zelmor.imaging import FileStreamContainer, SplitStreamContainer, StreamContainer
+from zelmor.imaging import FileStreamContainer, Image, SplitStreamContainer, StreamContainer
 from zelmor.imaging.sources import FileCreateSource, FileOpenSource, StreamSource
 
 MANAGED_STREAM = zelmor.imaging._wrpgen._interop._StreamWrapper
@@ -108,6 +111,14 @@ class TestContainers:
             assert container.read_byte() == ord("a")
             container.seek_begin()
 
+    def test_that_of_an_image_leaves_the_file_open(self) -> None:
+        file = io.BytesIO(png_bytes(1, 1, [(1, 2, 3)]))
+        container = Image.load(file).data_stream_container
+        assert not container.is_stream_disposed_on_close and container.stream is file
+        with container:
+            pass
+        assert container.disposed and not file.closed
+
     def test_it_lets_go_of_the_file(self, control: Control) -> None:
         file = io.BytesIO()
         references = sys.getrefcount(file)
@@ -168,6 +179,48 @@ class TestFiles:
             assert (container.file_path, container.is_created, container.is_temporal) == (str(path), True, False)
             container.is_temporal = True
         assert not path.exists()
+
+    def test_a_temporary_file_is_the_one_that_was_made(self, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+        """Not one of its name in the directory that is the working one at the end."""
+        for name in ("made", "other"):
+            (tmp_path / name).mkdir()
+        monkeypatch.chdir(tmp_path / "made")
+        with FileStreamContainer.create_file_stream("a", True) as container:
+            monkeypatch.chdir(tmp_path / "other")
+            Path("a").write_text("mine")
+            assert container.file_path == "a"
+        assert Path("a").exists() and not (tmp_path / "made" / "a").exists()
+
+    def test_a_file_that_was_made_after_it_stays(self, tmp_path: Path, control: Control) -> None:
+        path = tmp_path / "a"
+        with FileStreamContainer.create_file_stream(str(path), True) as container:
+            pass
+        path.write_text("mine")
+        del container
+        control.settle()
+        assert path.exists()
+
+    @pytest.mark.parametrize("disposed", [True, False])
+    def test_a_temporary_file_may_be_gone_with_its_directory(
+            self, tmp_path: Path, control: Control, disposed: bool) -> None:
+        (tmp_path / "made").mkdir()
+        container = FileStreamContainer.create_file_stream(str(tmp_path / "made" / "a"), True)
+        shutil.rmtree(tmp_path / "made")
+        if disposed:
+            container.__exit__(None, None, None)
+        del container
+        control.settle()
+
+    def test_temporary_files_go_with_the_process(self, tmp_path: Path) -> None:
+        run_child("""
+import sys
+from zelmor.imaging import FileStreamContainer
+kept = FileStreamContainer.create_file_stream(sys.argv[1] + "/a", True)
+with FileStreamContainer.create_file_stream(sys.argv[1] + "/b", True) as ended:
+    pass
+open(sys.argv[1] + "/b", "w").write("mine")
+""", str(tmp_path))
+        assert [path.name for path in tmp_path.iterdir()] == ["b"]
 
     def test_a_file_that_is_not_there(self, tmp_path: Path) -> None:
         with pytest.raises(RuntimeError, match=r"^Proxy error\(FileNotFoundException\): .*missing\.bin"):

@@ -13,6 +13,8 @@ namespace Zelmor.Imaging;
 internal static unsafe class PictureMirrors
 {
     private static readonly PictureEntry s_container = new("Zelmor.Imaging.StreamContainer", "ctor_001_StreamContainer");
+    private static readonly PictureEntry s_disposes =
+        new("Zelmor.Imaging.StreamContainer", "get_IsStreamDisposedOnClose");
     private static readonly PictureEntry s_filePath = new("Zelmor.Imaging.FileStreamContainer", "get_FilePath");
     private static readonly PictureEntry s_list = new("Zelmor.Imaging.NonGenericList", "ctor_000_NonGenericList");
     private static readonly PictureEntry s_records = new(
@@ -113,7 +115,8 @@ internal static unsafe class PictureMirrors
         {
             var container = new PictureAnchor(given);
             var stream = new PictureStream(container);
-            return Standing(type == typeof(StreamContainer) ? new StreamContainer(stream, true)
+            return Standing(type == typeof(StreamContainer)
+                ? new StreamContainer(stream, Pictures.Get<bool>(container, s_disposes, []))
                 : new FileStreamContainer(stream, Pictures.Get<string>(container, s_filePath, [])), container);
         }
         if (typeof(NonGenericList).IsAssignableFrom(type))

@@ -1,27 +1,49 @@
 // A container over a file, which is removed with the container if it is temporary.
 using System;
 using System.IO;
+using System.Runtime.CompilerServices;
 
 namespace Zelmor.Imaging;
 
 public partial class FileStreamContainer
 {
+    // Those that the process may end with: no finalizer runs then.
+    private static readonly ConditionalWeakTable<FileStreamContainer, string> s_open = new();
+
+    /// <summary>From the root on: the working directory may be another one when the file is removed.</summary>
+    private readonly string? _path;
+
+    static FileStreamContainer()
+    {
+        AppDomain.CurrentDomain.ProcessExit += (_, _) =>
+        {
+            foreach (var (container, _) in s_open)
+            {
+                container.RemoveUnattended();
+            }
+        };
+    }
+
     private FileStreamContainer(FileStream stream, string filePath, bool isCreated) : base(stream, true)
     {
         FilePath = filePath;
         IsCreated = isCreated;
+        _path = stream.Name;
+        s_open.Add(this, _path);
     }
 
     /// <summary>Around a file that the picture library has open.</summary>
     internal FileStreamContainer(Stream stream, string filePath) : base(stream, true)
     {
         FilePath = filePath;
+        _path = Path.GetFullPath(filePath);
+        s_open.Add(this, _path);
     }
 
     /// <summary>Removes a temporary file that nobody has disposed of.</summary>
     ~FileStreamContainer()
     {
-        RemoveTemporary();
+        RemoveUnattended();
     }
 
     [Implements("get_IsCreated")]
@@ -58,6 +80,7 @@ public partial class FileStreamContainer
     /// <inheritdoc/>
     protected override void ReleaseManagedResources()
     {
+        s_open.Remove(this);
         base.ReleaseManagedResources();
         RemoveTemporary();
     }
@@ -70,9 +93,30 @@ public partial class FileStreamContainer
 
     private void RemoveTemporary()
     {
-        if (IsTemporal && FilePath != null)
+        if (!IsTemporal || _path == null)
         {
-            File.Delete(FilePath);
+            return;
+        }
+        try
+        {
+            File.Delete(_path);
+        }
+        catch (DirectoryNotFoundException)
+        {
+            // Somebody has removed it, with all that was around it.
+        }
+    }
+
+    /// <summary>Where an error has nobody to tell it to, and would end the process.</summary>
+    private void RemoveUnattended()
+    {
+        try
+        {
+            RemoveTemporary();
+        }
+        catch (Exception error) when (error is IOException or UnauthorizedAccessException)
+        {
+            // The file stays where it cannot be removed.
         }
     }
 }

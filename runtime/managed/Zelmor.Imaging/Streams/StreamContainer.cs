@@ -15,6 +15,9 @@ public partial class StreamContainer
     private Stream? _stream;
     private bool _isJoined;
 
+    // Around a container of the picture library: that one knows whether its stream ends with it.
+    private readonly bool _isShown;
+
     [Implements("ctor_000_StreamContainer")]
     public StreamContainer(Stream? stream) : this(stream, false)
     {
@@ -25,6 +28,13 @@ public partial class StreamContainer
     {
         ArgumentNullException.ThrowIfNull(stream);
         _stream = stream;
+        IsStreamDisposedOnClose = disposeStream;
+    }
+
+    internal StreamContainer(PictureStream stream, bool disposeStream)
+    {
+        _stream = stream;
+        _isShown = true;
         IsStreamDisposedOnClose = disposeStream;
     }
 
@@ -219,7 +229,7 @@ public partial class StreamContainer
         var stream = _stream;
         _stream = null;
         // A joined stream disposes of those of its streams that it owns.
-        if (IsStreamDisposedOnClose || _isJoined)
+        if (IsStreamDisposedOnClose || _isJoined || _isShown)
         {
             stream?.Dispose();
         }
@@ -234,7 +244,7 @@ public partial class StreamContainer
         {
             throw new ArgumentException("A stream cannot be put into itself.");
         }
-        var joined = own as JoinedStream ?? new JoinedStream(own, IsStreamDisposedOnClose);
+        var joined = own as JoinedStream ?? new JoinedStream(own, IsStreamDisposedOnClose || _isShown);
         joined.Insert(position, stream, disposeStream);
         // Asking a Python file for its length runs its code, which may have done anything.
         if (Own != own)

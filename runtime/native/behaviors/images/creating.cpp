@@ -40,8 +40,9 @@ void set_target(ImageBase& image, const Record& options) {
     }
     const std::string_view type = source->type().full_name;
     if (type == api::Sources::FileCreateSource::kType.name) {
-        image.target_path = file_path_of(property_string(*source, "FilePath"), "file_path");
-        require_writable_target(image.target_path);
+        std::string path = file_path_of(property_string(*source, "FilePath"), "file_path");
+        require_writable_target(path);
+        image.target_path = absolute_path(std::move(path));
         image.delete_target = property_bool(*source, "IsTemporal");
         return;
     }

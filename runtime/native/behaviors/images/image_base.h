@@ -34,7 +34,7 @@ class ImageBase : public Record {
     virtual void resize_image(int32_t new_width, int32_t new_height, api::ResizeType resize_type) = 0;
     virtual void turn_image(int quarter_turns, bool mirror_x, bool mirror_y) = 0;
 
-    // Where save() without a target goes: the file that the image was loaded from or created for,
+    // Where save() without a target goes: the file that the image was loaded from or created for, from the root on,
     std::string target_path;
     bool delete_target = false;  // it is deleted with the image
     // or the stream that it was created over.

@@ -168,7 +168,7 @@ Ref<ImageBase> any_image_of_file(const std::optional<std::u16string>& file_path,
         source = memory_source(bytes_of(file, load_options, subject));
     }
     auto image = image_of_source(std::move(source), load_options, subject);
-    image->target_path = std::move(path);
+    image->target_path = absolute_path(std::move(path));
     return image;
 }
 

@@ -24,8 +24,7 @@ Ref<StreamContainerObject> open_file(const Path& file_location) {
 void set_is_temporal(StreamContainerObject& self, bool is_temporal) {
     self.require_live();
     set_property(self, "IsTemporal", is_temporal);
-    const auto path = property_string(self, "FilePath");
-    self.temporary_path = is_temporal && path ? file_path_of(path, "file_path") : std::string();
+    self.is_temporary = is_temporal && !self.file_path.empty();
 }
 
 const BehaviorTable ZELMOR_UNNAMED({
@@ -40,6 +39,7 @@ namespace {
 
 Ref<StreamContainerObject> container_over(const std::string& path, std::u16string text, FileUse use, bool is_temporal) {
     auto container = make_stream_container(FileContainerApi::kType.name, open_file_stream(path, use), true);
+    container->file_path = absolute_path(path);
     set_property(*container, "FilePath", std::move(text));
     set_property(*container, "IsCreated", use == FileUse::kCreate);
     set_is_temporal(*container, is_temporal);

@@ -64,10 +64,10 @@ StreamContainerObject::~StreamContainerObject() {
 }
 
 void StreamContainerObject::remove_temporary() {
-    if (!temporary_path.empty()) {
-        ::unlink(temporary_path.c_str());
+    if (is_temporary) {
+        ::unlink(file_path.c_str());
     }
-    temporary_path.clear();
+    is_temporary = false;
 }
 
 Ref<StreamContainerObject> make_stream_container(const char* type_name, Ref<ManagedStream> stream,

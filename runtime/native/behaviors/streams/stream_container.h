@@ -26,8 +26,10 @@ class StreamContainerObject : public Record {
     // Inserts the content of another stream at a position, in bytes from the beginning.
     void insert(int64_t position, Ref<ManagedStream> stream, bool dispose_stream);
     bool disposes_stream() const { return m_dispose_stream; }
-    // The path of a temporary file, which is removed with the container; empty for none.
-    std::string temporary_path;
+    // The path of the file, from the root on; empty for a container of something else.
+    std::string file_path;
+    // A temporary file is removed with the container.
+    bool is_temporary = false;
 
     void on_dispose() override;
     void references(ReferenceVisitor& visitor) override;
