@@ -176,6 +176,18 @@ def test_an_image_becomes_like_another_one(tmp_path: Path) -> None:
         one.clone(None)
 
 
+def test_a_clone_is_an_image_of_its_own() -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    image.author_name = "Grace"
+    twin = image.clone()
+    assert twin.equals(image) and twin.author_name == "Grace" and saved(twin) == saved(image)
+    twin.set_argb_32_pixel(0, 0, 5)
+    twin.image_id = "other"
+    assert not twin.equals(image) and image.image_id == "id" and image.get_argb_32_pixel(0, 0) != 5
+    with managed_error("InvalidOperationException", "belongs to no file"):
+        twin.save()
+
+
 def test_what_is_set_is_written() -> None:
     image = tga(Image.load(io.BytesIO(with_extension())))
     image.x_origin, image.y_origin, image.image_id = 65535, 0, "b\u00e4r"

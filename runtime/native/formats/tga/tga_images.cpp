@@ -193,6 +193,13 @@ void become(ImageObject& self, ImageObject* tga_image) {
     self.assign_from(other);
 }
 
+// An image like this one, which has not been saved anywhere yet.
+Ref<ImageObject> twin(ImageObject& self) {
+    const Ref<ImageObject> made = tga_of_image(&self);
+    become(*made, &self);
+    return made;
+}
+
 // What the file of the image would say besides its pixels.
 TgaEncoding settings_of_file(const ImageObject& image) {
     imagework::FormatEncoding settings = TgaEncoding{};
@@ -250,6 +257,7 @@ const BehaviorTable ZELMOR_UNNAMED({
     behavior<&part_of_ratio<kGamma, kDenominator>, TgaImageApi::get_GammaValueDenominator>(),
     behavior<&part_of_ratio<kAspect, kNumerator>, TgaImageApi::get_PixelAspectRatioNumerator>(),
     behavior<&part_of_ratio<kAspect, kDenominator>, TgaImageApi::get_PixelAspectRatioDenominator>(),
+    behavior<&twin, TgaImageApi::call_000_Clone>(),
     behavior<&become, TgaImageApi::call_001_Clone>(),
     behavior<&equals, TgaImageApi::call_000_Equals>(),
 });
