@@ -41,16 +41,24 @@ PICTURES = "imaging"
 CONTROL = "Zelmor.WrpGen.Control"
 # The package of the compiler to native code. Its version is that of the runtime: other ones refuse its code.
 COMPILER = "microsoft.netcore.app.crossgen2.linux-x64"
+# The first number of the oldest SDK that compiles the assemblies.
+OLDEST = 8
 QUIET = {"DOTNET_CLI_TELEMETRY_OPTOUT": "1", "DOTNET_NOLOGO": "1", "DOTNET_SKIP_FIRST_TIME_EXPERIENCE": "1"}
 
 
 def find_sdk() -> Path | None:
-    """The `dotnet` command of an SDK: that of DOTNET_ROOT, else the one on the path."""
+    """The `dotnet` command of an SDK that is new enough: that of DOTNET_ROOT, else the one on the path."""
     root = os.environ.get("DOTNET_ROOT")
     candidates = [Path(root) / "dotnet"] if root else []
     on_path = shutil.which("dotnet")
     candidates += [Path(on_path).resolve()] if on_path else []
-    return next((path for path in candidates if path.is_file() and (path.parent / "sdk").is_dir()), None)
+    return next((path for path in candidates if path.is_file() and _newest_sdk(path) >= OLDEST), None)
+
+
+def _newest_sdk(command: Path) -> int:
+    """The first number of the newest SDK beside a command; 0 where there is none."""
+    names = [path.name for path in (command.parent / "sdk").glob("*.*.*")]
+    return max((int(name.split(".")[0]) for name in names if name.split(".")[0].isdigit()), default=0)
 
 
 def find_runtime(sdk: Path) -> Path | None:
@@ -204,7 +212,10 @@ def main() -> int:
         print(INSTALL, file=sys.stderr)
         return 1
     generate(build)
-    compile_all(sdk, build)
+    try:
+        compile_all(sdk, build)
+    except subprocess.CalledProcessError:  # the compiler has said why
+        return 1
     if not compile_native(sdk, runtime, build):
         print(f"without native code, so that the start takes longer: the package {COMPILER} {runtime.name} could not be "
               "had", file=sys.stderr)

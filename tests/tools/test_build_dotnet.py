@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from tools.build_dotnet import COMPILER, MODULES, ROOT, compile_native, find_runtime, lay_out
+from tools.build_dotnet import COMPILER, MODULES, ROOT, compile_native, find_runtime, find_sdk, lay_out
 
 
 def test_without_an_sdk_one_line_says_what_to_install() -> None:
@@ -17,6 +17,33 @@ def test_without_an_sdk_one_line_says_what_to_install() -> None:
                           env={"PATH": "/nonexistent"}, capture_output=True, text=True, check=False)
     assert done.returncode == 1 and done.stdout == ""
     assert re.fullmatch(r"no \.NET SDK was found: install the package dotnet-sdk-8\.0 .*\n", done.stderr)
+
+
+@pytest.mark.parametrize(("versions", "found"), [
+    (["6.0.400", "7.0.100"], False), (["6.0.400", "8.0.100"], True), (["10.0.401"], True), ([], False),
+    (["11.0.100-preview.1"], True), (["NuGetFallbackFolder"], False)])
+def test_an_sdk_is_one_that_can_compile(tmp_path: Path, monkeypatch: pytest.MonkeyPatch, versions: list[str],
+                                        found: bool) -> None:
+    for root in ("set", "path"):
+        (tmp_path / root / "sdk").mkdir(parents=True)
+        (tmp_path / root / "dotnet").touch(0o755)
+    for version in versions:
+        (tmp_path / "path" / "sdk" / version).mkdir()
+    monkeypatch.setenv("DOTNET_ROOT", str(tmp_path / "set"))  # a runtime alone, which is passed over
+    monkeypatch.setenv("PATH", str(tmp_path / "path"))
+    assert find_sdk() == (tmp_path / "path" / "dotnet" if found else None)
+
+
+def test_a_compiler_that_fails_is_the_last_to_speak(tmp_path: Path) -> None:
+    (tmp_path / "sdk" / "8.0.100").mkdir(parents=True)
+    _install(tmp_path, "8.0.2")
+    sdk = tmp_path / "dotnet"
+    sdk.write_text("#!/bin/sh\necho 'error CS0000: no' >&2\nexit 1\n")
+    sdk.chmod(0o755)
+    done = subprocess.run([sys.executable, "-B", str(ROOT / "tools" / "build_dotnet.py"), "--build",
+                           str(tmp_path / "build")], env={"PATH": "/nonexistent", "DOTNET_ROOT": str(tmp_path)},
+                          capture_output=True, text=True, check=False)
+    assert (done.returncode, done.stderr) == (1, "error CS0000: no\n")
 
 
 def _install(root: Path, *versions: str) -> None:
