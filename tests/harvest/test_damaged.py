@@ -94,6 +94,13 @@ def test_an_interop_assembly_of_another_library_changes_nothing(catalogue: Path,
     assert {path: path.read_bytes() for path in siblings.iterdir()} == before
 
 
+def test_a_place_without_a_catalogue_is_refused(catalogue: Path, tmp_path: Path) -> None:
+    assembly = write_assemblies(load(catalogue), tmp_path / "assembly")
+    done = _harvest(assembly, "--catalogue", tmp_path)
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == f"{tmp_path}: it is no catalogue: it has no modules.tab\n"
+
+
 def test_a_damaged_library_is_named(catalogue: Path, tmp_path: Path) -> None:
     assembly = write_assemblies(load(catalogue), tmp_path / "assembly")
     (tmp_path / "assembly" / "Acme.Pictures.Library.dll").write_bytes(b"MZ")

@@ -81,6 +81,9 @@ def main(arguments: list[str]) -> int:
     parser.add_argument("--check", action="store_true", help="only list the differences; the exit status is 1 if there "
                         "are any")
     options = parser.parse_args(arguments)
+    if options.catalogue and not (options.catalogue / "modules.tab").is_file():
+        print(f"{options.catalogue}: it is no catalogue: it has no modules.tab", file=sys.stderr)
+        return 2
     try:
         return _run(options.assembly, options.catalogue, options.check)
     except AssemblyError as error:
