@@ -1,6 +1,7 @@
 // Comparing, hashing and showing stored values.
 #include "runtime/native/core/value.h"
 
+#include <cmath>
 #include <functional>
 #include <utility>
 
@@ -48,6 +49,13 @@ struct Overloaded : F... {
 template <class... F>
 Overloaded(F...) -> Overloaded<F...>;
 
+constexpr int32_t kHashOfNaN = 0x7FF80000;
+
+// As Equals() of a managed number: NaN is equal to itself.
+bool same_number(double a, double b) {
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
+
 template <class Text>
 int32_t hash_chars(const Text& text) {
     uint32_t hash = 2166136261u;  // FNV-1a
@@ -74,6 +82,7 @@ bool values_equal(const Value& a, const Value& b) {
         return std::visit(Overloaded{
                               [&](const Ref<ManagedObject>& x) { return x->equals(*std::get<Ref<ManagedObject>>(b)); },
                               [&](const PyHeld& x) { return x.get() == std::get<PyHeld>(b).get(); },
+                              [&](const double& x) { return same_number(x, std::get<double>(b)); },
                               [&]<class T>(const T& x) { return x == std::get<T>(b); },
                           },
                           a);
@@ -92,7 +101,7 @@ int32_t hash_of_value(const Value& value) {
                           [](const bool& x) { return x ? 1 : 0; },
                           [](const int64_t& x) { return fold(static_cast<uint64_t>(x)); },
                           [](const uint64_t& x) { return fold(x); },
-                          [](const double& x) { return fold(std::hash<double>()(x)); },
+                          [](const double& x) { return std::isnan(x) ? kHashOfNaN : fold(std::hash<double>()(x)); },
                           [](const std::u16string& x) { return hash_chars(x); },
                           [](const Bytes& x) { return hash_chars(x); },
                           [](const Ref<ManagedObject>& x) { return x ? x->hash_code() : 0; },

@@ -106,6 +106,7 @@ def test_collections_between_any_two_calls_change_nothing() -> None:
              "siblings/test_values.py"]
     done = subprocess.run([sys.executable, "-B", "-m", "pytest", "-q", "-p", "no:cacheprovider", "-x",
                            *(f"tests/python/{test}" for test in tests)], cwd=ROOT, capture_output=True, text=True,
-                          timeout=300, env=os.environ | {"ZELMOR_RUNTIME": "dotnet", "ZELMOR_COLLECT": "1"},
-                          check=False)
+                          timeout=300, check=False,
+                          env=os.environ | {"ZELMOR_RUNTIME": "dotnet", "ZELMOR_COLLECT": "1",
+                                            "HYPOTHESIS_PROFILE": "check"})
     assert done.returncode == 0, done.stdout[-3000:] + done.stderr[-1000:]

@@ -15,6 +15,8 @@ from zelmor.imaging import (
     CmykColor, CmykColorHelper, Color, ColorTranslator, KnownColor, Point, PointF, Rectangle, RectangleF, Size, SizeF,
 )
 
+from zelmor.imaging.fileformats.cdr.types import PointD
+
 INT32 = st.integers(-2**31, 2**31 - 1)
 SMALL = st.integers(-10_000, 10_000)
 FLOAT = st.floats(-1e6, 1e6, width=32)
@@ -342,3 +344,22 @@ class TestColorTranslator:
     def test_what_is_no_color(self, text: str) -> None:
         with pytest.raises(RuntimeError, match="ArgumentException"):
             ColorTranslator.from_html(text)
+
+
+def test_what_is_no_number_has_one_hash() -> None:
+    """Its sign is chance: it comes out of arithmetic."""
+    one, other = math.nan, math.copysign(math.nan, -1.0)
+    for value in (PointF, SizeF, lambda x, y: RectangleF(x, y, 1.0, 2.0), lambda x, y: RectangleF(1.0, 2.0, y, x)):
+        assert hash(value(one, 5.0)) == hash(value(other, 5.0)) != hash(value(4.0, 5.0))
+    assert PointF(one, 5.0) != PointF(other, 5.0)
+
+
+def test_values_without_an_equality_of_their_own_compare_their_numbers() -> None:
+    """As numbers do by Equals: what is no number is equal to itself."""
+    points = []
+    for x, y in ((math.nan, 0.0), (math.copysign(math.nan, -1.0), -0.0), (math.nan, 1.0), (2.0, 1.0)):
+        point = PointD()
+        point.x, point.y = x, y
+        points.append(point)
+    assert points[0] == points[1] and hash(points[0]) == hash(points[1])
+    assert points[2] != points[1] and points[2] != points[3] and points[3] != points[2]

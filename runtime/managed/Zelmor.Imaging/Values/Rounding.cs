@@ -30,6 +30,9 @@ internal static class Hashing
         return (int)hash;
     }
 
-    /// <summary>The word of a number: both zeros have the same one.</summary>
-    public static int Word(float value) => value == 0 ? 0 : BitConverter.SingleToInt32Bits(value);
+    /// <summary>The word of a number: both zeros have the same one, and so has what is no number.</summary>
+    public static int Word(float value)
+    {
+        return value == 0 ? 0 : float.IsNaN(value) ? 0x7FC00000 : BitConverter.SingleToInt32Bits(value);
+    }
 }

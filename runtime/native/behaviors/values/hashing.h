@@ -3,15 +3,19 @@
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_VALUES_HASHING_H
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 namespace zelmor::embed {
 
-// The word of a number: equal numbers have the same one.
+// The word of a number: equal numbers have the same one, and so has what is no number, whose sign is chance.
 inline uint32_t hash_word(int32_t value) {
     return static_cast<uint32_t>(value);
 }
 inline uint32_t hash_word(float value) {
+    if (std::isnan(value)) {
+        return 0x7FC00000;
+    }
     return value == 0 ? 0 : std::bit_cast<uint32_t>(value);  // both zeros are equal
 }
 
