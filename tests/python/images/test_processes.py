@@ -10,6 +10,9 @@ import numpy as np
 import pytest
 
 from support.image_oracles import few_colors, read, worst, write
+from support.runtimes import embedded_only
+
+pytestmark = embedded_only("a forked child does not call .NET")
 
 PROLOGUE = f"""
 import os, signal, sys, traceback
