@@ -51,7 +51,7 @@ void run_cast_to(TableEntry& self, CallFrame& frame) {
     const Value value = read_variant(frame.argument<const VariantArg*>(0));
     const auto* object = std::get_if<Ref<ManagedObject>>(&value);
     if (object == nullptr) {
-        throw_invalid_cast("System.Object", self.type->full_name);
+        throw_invalid_value_cast(value, self.type->full_name);
     }
     if (*object && !is_assignable(*self.type, (*object)->type())) {
         throw_invalid_cast((*object)->type().full_name, self.type->full_name);

@@ -62,7 +62,15 @@ public partial class StreamContainer
     public virtual long Length
     {
         get => Own.Length;
-        set => Own.SetLength(value);
+        set
+        {
+            var own = Own;
+            if (value < 0)
+            {
+                throw new ArgumentOutOfRangeException(nameof(value), $"The length {value} is negative.");
+            }
+            own.SetLength(value);
+        }
     }
 
     [Implements("get_CanRead")]

@@ -2,6 +2,7 @@
 
     same_on_both.py values COUNT SEED     texts, hash codes, equality, properties and methods of random value types
     same_on_both.py defaults              the properties of new objects, and those of classes
+    same_on_both.py members               what every member answers to plausible arguments, and does to them
 
 A line is a question, a tab and the answer. The questions are the same on both runtimes.
 """
@@ -9,11 +10,13 @@ A line is a question, a tab and the answer. The questions are the same on both r
 from __future__ import annotations
 
 import functools
+import hashlib
+import io
 import os
 import random
 import struct
 import sys
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any
 
@@ -22,10 +25,11 @@ from support.runtimes import VARIABLES
 os.environ.update(VARIABLES)
 
 import zelmor.imaging  # noqa: E402
-from support.samples import Cannot, arguments, python_type  # noqa: E402
+from support.instances import instance, usual_arguments  # noqa: E402
+from support.samples import Cannot, arguments, python_type, samples  # noqa: E402
 
 from tools.generator.builder import load  # noqa: E402
-from tools.generator.model import Overload, Type  # noqa: E402
+from tools.generator.model import Overload, Property, Type  # noqa: E402
 from tools.generator.wires import Wire  # noqa: E402
 
 MODEL = load(Path(__file__).resolve().parents[4] / "api" / "catalogue")
@@ -36,6 +40,8 @@ _NAMES = ["red", "Tomato", "transparent", "no color", "", "\u00fc"]
 #: Types whose hash codes are not the same on both runtimes: .NET makes them new in each process.
 _OWN_HASH = {"Color", "PointD", "GuidPacketRepresentation", "EmfBlendFunction", "WmfCieXyz", "WmfPitchAndFamily"}
 
+#: What would end the use of an object, or wait for somebody; and what says what time it is.
+_LEFT_OUT = {"dispose", "wait_on_done", "get_modify_date"}
 #: How deep the properties of objects in properties are asked.
 _DEEPEST = 2
 
@@ -190,9 +196,70 @@ def defaults() -> Iterator[tuple[str, str]]:
             yield from properties(f"{name} {number}", made, entry, False)
 
 
+def told_of(value: Any) -> str:
+    """An argument after a call, or what a call gave: files and long bytes by their content."""
+    if isinstance(value, io.BytesIO):
+        return f"file {told_of(value.getvalue())} at {value.tell()}"
+    if isinstance(value, (bytes, bytearray)):
+        return f"{len(value)} bytes {hashlib.sha256(value).hexdigest()}"
+    return shown(value)
+
+
+def answer_of(call: Callable[[], Any]) -> str:
+    """The answer of a call, its error, or that no arguments could be had."""
+    try:
+        return told_of(call())
+    except (Cannot, RuntimeError, ValueError, TypeError, OverflowError, AttributeError) as error:
+        return f"{type(error).__name__}: {error}"
+
+
+def used(call: Callable[..., Any], overload: Overload) -> str:
+    """What a call with plausible arguments answers, and the arguments after it."""
+    given = usual_arguments(overload)
+    return " ".join([answer_of(lambda: call(**given)), *map(told_of, given.values())])
+
+
+def members() -> Iterator[tuple[str, str]]:
+    """Questions about every member."""
+    for entry in MODEL.types:
+        if entry.is_enum:
+            continue
+        found = python_type(entry)
+        for overload in entry.constructors:
+            yield f"{entry.full_name}.new {overload}", answer_of(lambda: used(found, overload))
+        for prop in entry.properties:
+            name = f"{entry.full_name}.{prop.python}"
+            yield name, answer_of(lambda: getattr(found if prop.static else instance(entry), prop.python))
+            if prop.writable and not prop.static:
+                yield from settings(name, entry, prop)
+        for method in entry.methods:
+            if method.python in _LEFT_OUT:
+                continue
+            for overload in method.overloads:
+                yield f"{entry.full_name}.{method.python} {overload}", answer_of(lambda: used(
+                    getattr(found if overload.static else instance(entry), method.python), overload))
+
+
+def settings(name: str, entry: Type, prop: Property) -> Iterator[tuple[str, str]]:
+    """Questions about the values that a property takes, and what it is then."""
+    try:
+        given = samples(prop.wire)[:5]
+    except Cannot:
+        return
+    for number, value in enumerate(given):
+        try:
+            owner = instance(entry)
+        except Cannot:
+            return
+        yield f"{name} = {number}", answer_of(lambda: setattr(owner, prop.python, value))
+        yield f"{name} after {number}", answer_of(lambda: getattr(owner, prop.python))
+
+
 def main() -> None:
     """Prints all lines."""
-    asked = defaults() if sys.argv[1] == "defaults" else values(int(sys.argv[2]), int(sys.argv[3]))
+    kind = sys.argv[1]
+    asked = (defaults() if kind == "defaults" else members() if kind == "members"
+             else values(int(sys.argv[2]), int(sys.argv[3])))
     for question, told in asked:
         print(f"{question}\t{told}".replace("\n", "\\n"))
     assert zelmor.imaging
