@@ -11,6 +11,10 @@ void WrittenCanvas::save() {
 }
 
 void WrittenCanvas::restore() {
+    // Whoever saved a state restores it on an error, too; an error inside of a group skips the group's end.
+    while (in_group() && m_levels.back().saved.empty()) {
+        m_levels.pop_back();
+    }
     Level& level = m_levels.back();
     assert(!level.saved.empty());
     level.wanted = std::move(level.saved.back());

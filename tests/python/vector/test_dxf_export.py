@@ -15,6 +15,7 @@ from support.drawn_documents import CONTENTS, HEIGHT, WIDTH, difference, documen
 from support.dxf_files import document as shown
 from support.dxf_files import figures, require_sound
 from support.image_oracles import managed_error, noise
+from support.metafiles import bitmap_header, emf, rows24, stretch_dib
 
 
 def loaded(data: bytes) -> Image:
@@ -108,6 +109,13 @@ def test_pixels_are_refused() -> None:
     Pillow.fromarray(noise()).save(file, "PNG")
     with managed_error("NotSupportedException", "DXF files hold no pictures of pixels"):
         saved(loaded(file.getvalue()))
+
+
+def test_pixels_in_a_group_of_a_metafile_are_refused() -> None:
+    paint = 0x008800C6  # what lies below and the source
+    bitmap = stretch_dib(bitmap_header(1, 1, 24), rows24([[0xFF0000]]), (0, 0, 40, 40), (1, 1), paint)
+    with managed_error("NotSupportedException", "DXF files hold no pictures of pixels"):
+        saved(loaded(emf(bitmap)))
 
 
 @pytest.mark.parametrize("count", [0, -1, 1001])
