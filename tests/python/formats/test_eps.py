@@ -13,7 +13,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Color, FileFormat, Image
+from zelmor.imaging import Color, FileFormat, Image, SmoothingMode, TextRenderingHint
 from zelmor.imaging.fileformats.eps import (
     EpsBinaryImage, EpsInterchangeImage, EpsLoadOptions, EpsOptions, EpsPreviewFormat)
 from zelmor.imaging.fileformats.eps.consts import EpsType
@@ -40,13 +40,16 @@ def binary(data: bytes) -> Any:
     return cast(EpsBinaryImage, Image.load(io.BytesIO(data)))
 
 
-def drawn(data: bytes, tmp_path: Path, preview: Any = None, size: tuple[float, float] | None = None) -> Any:
+def drawn(data: bytes, tmp_path: Path, preview: Any = None, size: tuple[float, float] | None = None,
+          **settings: Any) -> Any:
     options, shown = PngOptions(), EpsRasterizationOptions()
     shown.background_color = Color.white
     image = Image.load(io.BytesIO(data))
     shown.page_width, shown.page_height = size or (float(image.width), float(image.height))
     if preview is not None:
         shown.preview_to_export = preview
+    for name, value in settings.items():
+        setattr(shown, name, value)
     options.vector_rasterization_options = shown
     image.save(str(tmp_path / "page.png"), options)
     return np.asarray(Pillow.open(tmp_path / "page.png").convert("RGB")).astype(int)
@@ -169,6 +172,25 @@ def test_a_drawing_is_that_of_ghostscript(tmp_path: Path) -> None:
     page = drawn(data, tmp_path, size=(200, 160))
     assert page.shape == expected.shape
     assert np.abs(page - expected).mean() < 1
+
+
+@needs_ghostscript
+@pytest.mark.parametrize(("smoothing", "hint", "sharp_shapes", "sharp_text"), [
+    (SmoothingMode.NONE, TextRenderingHint.SINGLE_BIT_PER_PIXEL, True, True),
+    (SmoothingMode.NONE, TextRenderingHint.ANTI_ALIAS, True, False),
+    (SmoothingMode.ANTI_ALIAS, TextRenderingHint.SINGLE_BIT_PER_PIXEL, False, True),
+])
+def test_edges_of_shapes_and_characters(smoothing: SmoothingMode, hint: TextRenderingHint, sharp_shapes: bool,
+                                        sharp_text: bool, tmp_path: Path) -> None:
+    # A page of 133.3 by 66.7 pixels, whose ends within a pixel blur nothing.
+    data = eps("1 0 0 setrgbcolor 70 25 15.3 0 360 arc fill 0 setgray /Helvetica findfont 12 scalefont setfont "
+               "5 20 moveto (Text) show", "0 0 100 50")
+    page = drawn(data, tmp_path, size=(0, 0), smoothing_mode=smoothing, text_rendering_hint=hint)
+    assert page.shape == (67, 134, 3)
+    for part, sharp, color in ((page[:, 67:], sharp_shapes, (255, 0, 0)), (page[:, :60], sharp_text, (0, 0, 0))):
+        colors = {tuple(c) for c in part.reshape(-1, 3).tolist()}
+        assert {color, (255, 255, 255)} <= colors
+        assert (len(colors) == 2) == sharp
 
 
 @needs_ghostscript

@@ -13,7 +13,7 @@ from typing import Any
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (Color, ColorPalette, Image, ImageExportersRegistry, ImageResizeSettings, Rectangle,
-                            ResizeType, ResolutionSetting, RotateFlipType, Size, SizeF)
+                            ResizeType, ResolutionSetting, RotateFlipType, Size, SizeF, SmoothingMode)
 from zelmor.imaging.fileformats.cmx import CmxImagePage
 from zelmor.imaging.fileformats.cmx.objectmodel import CmxPage
 from zelmor.imaging.fileformats.emf import EmfImage
@@ -120,6 +120,18 @@ def test_a_page_of_fractions_is_rounded_up() -> None:
     page = CmxPage()
     page.width, page.height = 2.5 / 96, 3 / 96
     assert saved(CmxImagePage(page), PngOptions()).size == (3, 3)
+
+
+@pytest.mark.parametrize("smoothing", [SmoothingMode.NONE, SmoothingMode.ANTI_ALIAS])
+@pytest.mark.parametrize("alpha", [255, 128])
+def test_the_background_ends_with_the_last_pixel(smoothing: SmoothingMode, alpha: int) -> None:
+    layout = SvgRasterizationOptions()
+    layout.page_size = SizeF(2.25, 3.25)
+    layout.background_color = Color.from_argb(alpha, 255, 0, 255)
+    layout.smoothing_mode = smoothing
+    picture = saved(SvgImage(9, 13), with_layout(PngOptions(), layout)).convert("RGBA")
+    assert picture.size == (3, 4)
+    assert picture.getcolors() == [(12, (255, 0, 255, alpha))]
 
 
 def test_the_background_color_of_the_image_counts() -> None:

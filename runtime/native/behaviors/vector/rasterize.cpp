@@ -104,7 +104,9 @@ class DrawnRows final : public RowReader {
 class DrawnFrames final : public FrameSource {
  public:
     DrawnFrames(const DrawnPage& page, RowsHeader header, SharedBudget budget)
-        : m_page(std::make_shared<const DrawnPage>(page)), m_header(std::move(header)), m_budget(std::move(budget)) {}
+        : m_page(std::make_shared<const DrawnPage>(on_pixels(page, header))),
+          m_header(std::move(header)),
+          m_budget(std::move(budget)) {}
 
     size_t count() const override { return 1; }
     FrameHeader header([[maybe_unused]] size_t index) const override {
@@ -130,6 +132,13 @@ class DrawnFrames final : public FrameSource {
     }
 
  private:
+    // A page that ends within a pixel goes on to its end, so that the background is behind every pixel.
+    static DrawnPage on_pixels(DrawnPage page, const RowsHeader& header) {
+        page.width = header.width;
+        page.height = header.height;
+        return page;
+    }
+
     std::shared_ptr<const DrawnPage> m_page;
     RowsHeader m_header;
     SharedBudget m_budget;

@@ -6,7 +6,7 @@
 // folders for files that they may use, and this program keeps it from that (opendir).
 //
 // Arguments: width and height in pixels, dots per inch across and down, the point that becomes the left lower corner,
-// seconds, bytes of memory, and 1 for smooth edges. Exit codes: 0, kNoLibrary, kFailed.
+// seconds, bytes of memory, and 1 for smooth edges of shapes, and of characters. Exit codes: 0, kNoLibrary, kFailed.
 #include <dirent.h>
 #include <dlfcn.h>
 
@@ -76,7 +76,7 @@ int draw(char** arguments) {
     const std::string size = std::string("-g") + arguments[1] + "x" + arguments[2];
     const std::string resolution = std::string("-r") + arguments[3] + "x" + arguments[4];
     const std::string place = std::string(arguments[5]) + " neg " + arguments[6] + " neg translate";
-    const char* bits = std::string(arguments[9]) == "1" ? "4" : "1";
+    const auto bits = [](const char* smooth) { return std::string(smooth) == "1" ? "4" : "1"; };
     std::vector<std::string> texts{"gs",
                                    "-dSAFER",
                                    "-dBATCH",
@@ -88,8 +88,8 @@ int draw(char** arguments) {
                                    "-dMaxBitmap=2147483647",
                                    size,
                                    resolution,
-                                   std::string("-dTextAlphaBits=") + bits,
-                                   std::string("-dGraphicsAlphaBits=") + bits,
+                                   std::string("-dTextAlphaBits=") + bits(arguments[10]),
+                                   std::string("-dGraphicsAlphaBits=") + bits(arguments[9]),
                                    "-sstdout=%stderr",
                                    "-sOutputFile=-",
                                    "-c",
@@ -126,7 +126,7 @@ extern "C" [[gnu::visibility("default")]] DIR* opendir(const char* name) {
 }
 
 int main(int count, char** arguments) {
-    if (count != 10) {
+    if (count != 11) {
         return static_cast<int>(PostScriptExit::kFailed);
     }
     // Programs may use the folder of temporary files even in the safe mode, and this one is not there.

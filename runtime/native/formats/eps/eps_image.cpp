@@ -187,22 +187,24 @@ void EpsDrawing::draw_program(drawwork::Canvas& canvas, const Affine& placing, c
     }
     const auto width = static_cast<int32_t>(std::max(1.0, std::ceil(page.width * across - 1e-4)));
     const auto height = static_cast<int32_t>(std::max(1.0, std::ceil(page.height * down - 1e-4)));
-    if (m_drawn.width != width || m_drawn.height != height || m_drawn.smooth != settings.smooth) {
+    // A pixel of the drawing is one of the canvas, so that none is mixed of others: where the page ends within a pixel,
+    // the drawing goes on to its end. Its left top corner is that of the page.
+    const PostScriptPage wanted{.width = width,
+                                .height = height,
+                                .dots_across = across * 96,
+                                .dots_down = down * 96,
+                                .left = m_box.left,
+                                .bottom = m_box.bottom - (height / down - page.height) * 72 / 96,
+                                .smooth = settings.smooth,
+                                .smooth_text = settings.smooth_text};
+    if (m_drawn.page != wanted) {
         const auto program = bytes(m_parts.text);
-        const PostScriptPage wanted{.width = width,
-                                    .height = height,
-                                    .dots_across = width / page.width * 96,
-                                    .dots_down = height / page.height * 96,
-                                    .left = m_box.left,
-                                    .bottom = m_box.bottom,
-                                    .smooth = settings.smooth};
         const std::vector<uint8_t> png = drawn_postscript(program, wanted);
         const auto picture = image_backend().decode(png, {});
         if (picture->width() != width || picture->height() != height) {
             throw PictureError(Failure::kDamaged, "the PostScript program draws a page of another size");
         }
-        m_drawn = {width, height, settings.smooth,
-                   std::vector<Argb>(static_cast<size_t>(width) * static_cast<size_t>(height))};
+        m_drawn = {wanted, std::vector<Argb>(static_cast<size_t>(width) * static_cast<size_t>(height))};
         picture->read_argb({0, 0, width, height}, m_drawn.pixels);
     }
     drawwork::Paint paint;
@@ -210,7 +212,7 @@ void EpsDrawing::draw_program(drawwork::Canvas& canvas, const Affine& placing, c
     paint.pixels = m_drawn.pixels;
     paint.width = width;
     paint.height = height;
-    paint.placing = Affine::scaling(page.width / width, page.height / height).then(placing);
+    paint.placing = Affine::scaling(1 / across, 1 / down).then(placing);
     canvas.fill(transformed({rectangle_contour(page)}, placing), drawwork::FillRule::kAlternate, paint,
                 settings.smooth);
 }

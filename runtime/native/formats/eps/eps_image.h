@@ -11,6 +11,7 @@
 #include "runtime/native/behaviors/vector/drawn_page.h"
 #include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/formats/eps/eps_structure.h"
+#include "runtime/native/formats/eps/postscript_process.h"
 #include "runtime/native/imagework/pixels/data_source.h"
 
 namespace zelmor::embed {
@@ -52,8 +53,7 @@ class EpsDrawing final : public Drawing {
     imagework::EpsBox m_box;
     // The program as it was drawn last: a picture is drawn in strips.
     struct Drawn {
-        int32_t width = 0, height = 0;
-        bool smooth = true;
+        PostScriptPage page;
         std::vector<imagework::Argb> pixels;
     };
     Drawn m_drawn;

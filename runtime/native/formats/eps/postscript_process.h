@@ -16,7 +16,9 @@ struct PostScriptPage {
     int32_t width = 0, height = 0;            // pixels
     double dots_across = 72, dots_down = 72;  // per inch
     double left = 0, bottom = 0;              // points: what becomes the left lower corner
-    bool smooth = true;
+    bool smooth = true, smooth_text = true;   // the edges of shapes, and of characters
+
+    bool operator==(const PostScriptPage&) const = default;
 };
 
 // The first page of the program as a PNG file. PictureError: kUnsupported where Ghostscript's library is not installed,
