@@ -21,13 +21,13 @@ std::vector<uint8_t> drawn_postscript(std::span<const uint8_t> program, const Po
     std::vector<uint8_t> text(program.begin(), program.end());
     text.insert(text.end(), kShow.begin(), kShow.end());
     using End = ChildResult::End;
-    ChildResult result = run_child(
-        "zelmor.embed.postscript",
-        {std::to_string(page.width), std::to_string(page.height), std::to_string(page.dots_across),
-         std::to_string(page.dots_down), std::to_string(page.left), std::to_string(page.bottom),
-         std::to_string(limits::kPostScriptSeconds), std::to_string(limits::kPostScriptBytes), page.smooth ? "1" : "0",
-         page.smooth_text ? "1" : "0"},
-        text, 2 * limits::kPostScriptSeconds, limits::kCodecBytes);
+    ChildResult result =
+        run_child("zelmor.embed.postscript",
+                  {std::to_string(page.width), std::to_string(page.height), std::to_string(page.dots_across),
+                   std::to_string(page.dots_down), std::to_string(page.left), std::to_string(page.bottom),
+                   std::to_string(limits::kPostScriptSeconds), std::to_string(limits::kPostScriptBytes),
+                   page.smooth ? "1" : "0", page.smooth_text ? "1" : "0"},
+                  text, 2 * limits::kPostScriptSeconds, limits::kCodecBytes);
     if (result.end == End::kNotStarted) {
         throw PictureError(Failure::kInternal, "the program that draws PostScript cannot be started");
     }
