@@ -221,6 +221,15 @@ def test_a_picture_becomes_an_eps_file(tmp_path: Path) -> None:
     assert np.array_equal(np.asarray(Pillow.open(tmp_path / "o.png").convert("RGB")), pixels)
 
 
+def test_the_extension_keeps_the_size_of_a_picture_on_paper(tmp_path: Path) -> None:
+    Pillow.new("RGB", (300, 150)).save(tmp_path / "a.tif", dpi=(300, 150))
+    image = Image.load(str(tmp_path / "a.tif"))
+    image.save(str(tmp_path / "a.eps"))
+    assert b"%%HiResBoundingBox: 0 0 72.0000 72.0000\n" in (tmp_path / "a.eps").read_bytes()
+    image.save(str(tmp_path / "a.eps"), EpsOptions())
+    assert b"%%HiResBoundingBox: 0 0 225.0000 112.5000\n" in (tmp_path / "a.eps").read_bytes()
+
+
 def test_load_options_choose_the_preview(tmp_path: Path) -> None:
     options = EpsLoadOptions()
     options.preview_export_format = EpsPreviewFormat.TIFF

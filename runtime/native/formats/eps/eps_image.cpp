@@ -278,7 +278,7 @@ std::vector<uint8_t> eps_as_interchange(const EpsDrawing& drawing) {
     return {text.begin(), text.end()};
 }
 
-std::vector<uint8_t> eps_of_page(const DrawnPage& page, bool with_header) {
+std::vector<uint8_t> eps_of_page(const DrawnPage& page, imagework::Resolution resolution, bool with_header) {
     // Pictures keep their pixels; drawings become fine ones. What is transparent becomes white paper.
     std::unique_ptr<Picture> drawn;
     const Picture* picture = page.picture;
@@ -307,8 +307,9 @@ std::vector<uint8_t> eps_of_page(const DrawnPage& page, bool with_header) {
         std::snprintf(text, sizeof text, "%.4f", value);
         return std::string(text);
     };
-    const double wide = page.width / kPixelsOfPoint;
-    const double high = page.height / kPixelsOfPoint;
+    constexpr double kPointsPerInch = 72;
+    const double wide = page.width * kPointsPerInch / resolution.horizontal;
+    const double high = page.height * kPointsPerInch / resolution.vertical;
     const std::string w = std::to_string(width), h = std::to_string(height);
     const std::string head =
         "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 " + std::to_string(std::lround(std::ceil(wide - 1e-4))) + ' ' +

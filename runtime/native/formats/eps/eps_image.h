@@ -66,8 +66,8 @@ Ref<VectorImageObject> eps_image(std::vector<uint8_t> file);
 std::vector<uint8_t> eps_as_binary(const EpsDrawing& drawing);
 std::vector<uint8_t> eps_as_interchange(const EpsDrawing& drawing);
 
-// A file that shows the pixels of a page.
-std::vector<uint8_t> eps_of_page(const DrawnPage& page, bool with_header);
+// A file that shows the pixels of a page; a page has so many to the inch.
+std::vector<uint8_t> eps_of_page(const DrawnPage& page, imagework::Resolution resolution, bool with_header);
 
 }  // namespace zelmor::embed
 

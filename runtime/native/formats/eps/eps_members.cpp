@@ -40,7 +40,8 @@ void write(std::span<const DrawnPage> pages, const Record* options, const std::s
     if (own != nullptr && page.is_unchanged()) {
         out.write(options == nullptr ? own->file() : binary ? eps_as_binary(*own) : eps_as_interchange(*own));
     } else {
-        out.write(eps_of_page(page, binary));
+        // As in PDF: options mean 96 pixels to the inch, and a save by the extension the resolution of a picture.
+        out.write(eps_of_page(page, options == nullptr ? page.resolution : kDefaultResolution, binary));
     }
 }
 
