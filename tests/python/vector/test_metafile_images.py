@@ -31,7 +31,7 @@ from zelmor.imaging.shapes import RectangleShape
 from support.drawn_metafiles import BLUE, GREEN, RED, WHITE, color_at, dark, drawn
 from support.image_oracles import managed_error
 from support.metafiles import (BOUNDS, NULL_PEN, SIDE, VERSION, bitmap_header, brush, emf, emf_record, floats, font,
-                               plus, plus_object, rows24, select, stretch_dib, text_out, wmf, wmf_brush, wmf_font,
+                               plus, plus_comment, plus_object, plus_record, rows24, select, stretch_dib, text_out, wmf, wmf_brush, wmf_font,
                                wmf_pen, wmf_record, wmf_select, words)
 
 FILLED = wmf_pen(0, style=5) + wmf_select(0) + wmf_brush(RED) + wmf_select(1)
@@ -505,6 +505,44 @@ def test_recordings_go_on_with_an_image() -> None:
         assert colors(picture, (40, 40), (80, 80), (10, 10)) == [RED, GREEN, WHITE]
     with managed_error("ArgumentNullException", "emf_image"):
         EmfRecorderGraphics2D.from_emf_image(None)
+
+
+def plus_parts(handed_over: bytes) -> list[bytes]:
+    """Files of EMF+, some of which hand over to EMF: their ends in comments of their own, or with the drawing."""
+    header = plus_record(0x4001, 1, VERSION + words(1, 96, 96))
+    get_dc, end = plus_record(0x4004), plus_record(0x4002)
+    red = plus_record(0x400A, 0x8000, words(0xFFFF0000, 1) + floats(30, 30, 20, 20))
+    return [emf(plus_comment(header, red, end)),
+            emf(plus_comment(header, red), plus_comment(end)),
+            emf(plus_comment(header, red, get_dc), handed_over, plus_comment(end))]
+
+
+@pytest.mark.parametrize("which", range(3))
+@pytest.mark.parametrize("mode", [EmfRenderMode.AUTO, EmfRenderMode.EMF_ONLY])
+def test_recordings_behind_emf_plus_are_drawn(which: int, mode: EmfRenderMode) -> None:
+    # What is handed over leaves a state that the recording must not have: units, a clip, and a saved state.
+    state = (emf_record(33) + emf_record(17, words(8)) + emf_record(9, words(960, 960)) + emf_record(11, words(96, 96))
+             + emf_record(30, words(0, 0, 300, 300)))
+    with load(plus_parts(state)[which]) as image:
+        before = len(image.records)
+        recorder = EmfRecorderGraphics2D.from_emf_image(image)
+        recorder.fill_rectangle(SolidBrush(Color.from_argb(255, 0, 255, 0)), Rectangle(70, 70, 20, 20))
+        made = recorder.end_recording()
+        assert len(image.records) == before  # of which nothing changed
+    file = io.BytesIO()
+    made.save(file)
+    kinds = [int(plus.type) for record in load(file.getvalue()).records
+             for plus in getattr(record, "records", [])]
+    assert kinds.count(0x4002) == 1 and kinds[-2:] == [0x4004, 0x4002]  # the end, behind what is handed over
+    layout = EmfRasterizationOptions()
+    layout.render_mode = mode
+    options = PngOptions()
+    options.vector_rasterization_options = layout
+    shown = io.BytesIO()
+    load(file.getvalue()).save(shown, options)
+    picture = Pillow.open(shown)
+    assert colors(picture, (80, 80), (10, 10)) == [GREEN, WHITE]
+    assert (colors(picture, (40, 40)) == [RED]) == (mode == EmfRenderMode.AUTO)
 
 
 def test_sizes_of_recorders_are_checked() -> None:

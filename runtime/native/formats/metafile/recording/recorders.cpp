@@ -9,6 +9,7 @@
 #include "runtime/native/core/references.h"
 #include "runtime/native/formats/metafile/recording/emf_canvas.h"
 #include "runtime/native/formats/metafile/recording/new_records.h"
+#include "runtime/native/formats/metafile/recording/plus_parts.h"
 #include "runtime/native/formats/metafile/recording/recorder.h"
 #include "runtime/native/formats/metafile/recording/wmf_canvas.h"
 
@@ -25,24 +26,27 @@ constexpr double kMillimetersPerInch = 25.4;
 class EmfRecorder final : public RecorderObject {
  public:
     static constexpr const char* kManagedName = EmfApi::kType.name;
-    EmfRecorder(const RectD& page, PointD dots, Ref<ManagedObject> header, Records before, int64_t first_object)
+    EmfRecorder(const RectD& page, PointD dots, Ref<ManagedObject> header, RecordingParts parts, int64_t first_object)
         : RecorderObject(require_type(kManagedName), make_canvas(page, first_object), page, dots),
           m_header(std::move(header)),
-          m_before(std::move(before)) {
+          m_parts(std::move(parts)) {
         track();
     }
     void references(ReferenceVisitor& visitor) override {
         RecorderObject::references(visitor);
         visitor(m_header);
-        visitor(m_before);
+        visitor(m_parts.before);
+        visitor(m_parts.after);
     }
     Ref<MetaImageObject> end() {
         const std::unique_ptr<RecordCanvas> canvas = finish();
         const auto image =
             make_ref<MetaImageObject>(require_type(api::FileFormats::Emf::EmfImage::kType.name), drawing());
         MetafileDrawing& made = image->metafile();
-        for (const Ref<ManagedObject>& record : static_cast<EmfCanvas&>(*canvas).records()) {
-            made.records()->append(Value(record));
+        for (const Records& records : {static_cast<EmfCanvas&>(*canvas).records(), m_parts.after}) {
+            for (const Ref<ManagedObject>& record : records) {
+                made.records()->append(Value(record));
+            }
         }
         made.records()->append(Value(new_emf_record("EmfEof")));
         return image;
@@ -57,12 +61,12 @@ class EmfRecorder final : public RecorderObject {
     std::shared_ptr<MetafileDrawing> drawing() const {
         EmfFile file;
         file.records = {m_header};
-        file.records.insert(file.records.end(), m_before.begin(), m_before.end());
+        file.records.insert(file.records.end(), m_parts.before.begin(), m_parts.before.end());
         return MetafileDrawing::of_emf(std::move(file));
     }
 
     Ref<ManagedObject> m_header;
-    Records m_before;
+    RecordingParts m_parts;
 };
 
 class WmfRecorder final : public RecorderObject {
@@ -128,7 +132,7 @@ Ref<EmfRecorder> new_emf(const RectangleValue& frame, const SizeValue& device, c
     set_property(*header, "Device", Value(box(device)));
     set_property(*header, "Millimeters", Value(box(millimeters)));
     return make_ref<EmfRecorder>(page, PointD{per_mm.x * kMillimetersPerInch, per_mm.y * kMillimetersPerInch}, record,
-                                 Records(), 1);
+                                 RecordingParts(), 1);
 }
 
 Records records_of(const MetafileDrawing& drawing) {
@@ -171,15 +175,11 @@ Ref<EmfRecorder> of_emf(MetaImageObject* image) {
             }
         }
     }
-    records.insert(records.begin(), new_emf_record("EmfSaveDc"));
-    const auto restore = new_emf_record("EmfRestoreDc");
-    set_property(*restore, "SavedDc", int64_t{1});
-    records.push_back(restore);
     const EmfFrame frame = emf_frame(header.get());
     const RectD page{std::floor(bounds.x), std::floor(bounds.y), std::ceil(bounds.width), std::ceil(bounds.height)};
     return make_ref<EmfRecorder>(
         page, PointD{frame.pixels_per_mm.x * kMillimetersPerInch, frame.pixels_per_mm.y * kMillimetersPerInch}, header,
-        std::move(records), last + 1);
+        recording_parts(std::move(records)), last + 1);
 }
 
 Ref<MetaImageObject> end_emf(EmfRecorder& self) {
