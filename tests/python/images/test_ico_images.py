@@ -11,7 +11,7 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import FileFormat, Image
+from zelmor.imaging import Color, FileFormat, Image, Rectangle, ResizeType, RotateFlipType
 from zelmor.imaging.fileformats.ico import IcoImage
 from zelmor.imaging.imageoptions import IcoOptions, MultiPageOptions, PngOptions
 
@@ -129,6 +129,43 @@ def test_the_hot_spots_of_several_cursors() -> None:
             assert struct.unpack_from("<HHH", found) == (0, 2, count)
             assert [struct.unpack_from("<HH", found, 6 + 16 * i + 4) for i in range(count)] == \
                 [(i + 1, 2 * i + 1) for i in range(count)]
+
+
+def hot_spots(data: bytes) -> list[tuple[int, int]]:
+    count, = struct.unpack_from("<H", data, 4)
+    return [struct.unpack_from("<HH", data, 6 + 16 * i + 4) for i in range(count)]
+
+
+@pytest.mark.parametrize(("change", "expected"), [
+    (lambda image: image.resize(64, 96), [(12, 24), (6, 12), (4, 8)]),
+    (lambda image: image.resize(8, 8), [(1, 2), (0, 1), (0, 0)]),
+    (lambda image: image.resize(50, 60, ResizeType.CENTER_TO_CENTER), [(20, 26), (12, 18), (4, 10)]),
+    (lambda image: image.crop(Rectangle(2, 1, 10, 12)), [(1, 3)] * 3),
+    (lambda image: image.crop(Rectangle(5, 6, 10, 10)), [(0, 0)] * 3),  # outside, so that the nearest pixel points
+    (lambda image: image.crop(1, 2, 3, 4), [(2, 1)] * 3),
+    (lambda image: image.rotate_flip(RotateFlipType.ROTATE_90_FLIP_NONE), [(11, 3), (27, 3), (43, 3)]),
+    (lambda image: image.rotate_flip(RotateFlipType.ROTATE_NONE_FLIP_X), [(12, 4), (28, 4), (44, 4)]),
+    (lambda image: image.rotate_flip(RotateFlipType.ROTATE_270_FLIP_Y), [(4, 3)] * 3),
+    (lambda image: image.rotate(180.0, True, Color.transparent), [(12, 11), (28, 27), (44, 43)]),
+])
+def test_hot_spots_go_where_the_pixels_go(change: Any, expected: list[tuple[int, int]]) -> None:
+    image = ico(Image.load(io.BytesIO(file_of(2))))
+    change(image)
+    assert hot_spots(saved(image)) == expected
+    assert hot_spots(saved(image, IcoOptions(FileFormat.BMP, 32))) == expected
+    single = ico(Image.load(io.BytesIO(file_of(2, [32]))))
+    change(single)
+    assert hot_spots(saved(single)) == hot_spots(saved(single, IcoOptions(FileFormat.PNG, 32))) == [expected[1]]
+
+
+def test_the_extension_of_cursors(tmp_path: Path) -> None:
+    for source, expected in ((file_of(1), (0, 2, 3)), (png(16), (0, 2, 1))):
+        Image.load(io.BytesIO(source)).save(str(tmp_path / "a.cur"))
+        data = (tmp_path / "a.cur").read_bytes()
+        assert struct.unpack_from("<HHH", data) == expected
+        assert hot_spots(data) == [(0, 0)] * expected[2]
+        at, = struct.unpack_from("<I", data, 18)
+        assert np.array_equal(np.asarray(Pillow.open(io.BytesIO(data[at:]))), picture(16))
 
 
 def test_a_changed_page_is_written_anew() -> None:

@@ -4,6 +4,7 @@
 
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/marks.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/managed_exception.h"
 #include "runtime/native/core/text.h"
@@ -15,9 +16,10 @@ namespace {
 using api::RotateFlipType;
 
 void crop(ImageObject& self, const RectangleValue& rectangle) {
-    self.change([&](imagework::Picture& picture) {
+    const auto step = [&](imagework::Picture& picture) {
         picture.crop({rectangle.x, rectangle.y, rectangle.width, rectangle.height});
-    });
+    };
+    change_places(self, step, moved_by(-rectangle.x, -rectangle.y));
 }
 
 // Takes the given number of pixels off each side.
@@ -34,7 +36,7 @@ void crop_by_shifts(ImageObject& self, int32_t left_shift, int32_t right_shift, 
             throw_out_of_range(shift.parameter, "The value " + std::to_string(shift.value) + " is negative.");
         }
     }
-    self.change([&](imagework::Picture& picture) {
+    const auto step = [&](imagework::Picture& picture) {
         const int64_t width = int64_t{picture.width()} - left_shift - right_shift;
         const int64_t height = int64_t{picture.height()} - top_shift - bottom_shift;
         if (width <= 0 || height <= 0) {
@@ -43,7 +45,8 @@ void crop_by_shifts(ImageObject& self, int32_t left_shift, int32_t right_shift, 
                 "Nothing of the image of " + size_text(picture.width(), picture.height()) + " pixels would be left.");
         }
         picture.crop({left_shift, top_shift, static_cast<int32_t>(width), static_cast<int32_t>(height)});
-    });
+    };
+    change_places(self, step, moved_by(-left_shift, -top_shift));
 }
 
 // Clockwise by an angle in degrees. The canvas grows to hold all of the turned picture, or stays as it is.
@@ -52,8 +55,10 @@ void rotate(ImageObject& self, float angle, bool resize_proportionally, const Co
     if (!std::isfinite(angle)) {
         throw_out_of_range("angle", "The value " + to_utf8(number_text(angle)) + " is no angle.");
     }
-    self.change(
-        [&](imagework::Picture& picture) { picture.rotate(angle, resize_proportionally, background_color.argb); });
+    const auto step = [&](imagework::Picture& picture) {
+        picture.rotate(angle, resize_proportionally, background_color.argb);
+    };
+    change_places(self, step, around_middles(drawwork::Affine::rotation(angle)));
 }
 void rotate_on_own_background(ImageObject& self, float angle) {
     rotate(self, angle, true, ColorValue::from_argb(self.canvas_background()));
@@ -91,7 +96,9 @@ void rotate_flip(ImageBase& self, RotateFlipType rotate_flip_type) {
 }  // namespace
 
 void ImageObject::turn_image(int quarter_turns, bool mirror_x, bool mirror_y) {
-    change([&](imagework::Picture& picture) { picture.rotate_flip(quarter_turns, mirror_x, mirror_y); });
+    const auto step = [&](imagework::Picture& picture) { picture.rotate_flip(quarter_turns, mirror_x, mirror_y); };
+    const auto mirrored = drawwork::Affine::scaling(mirror_x ? -1 : 1, mirror_y ? -1 : 1);
+    change_places(*this, step, around_middles(drawwork::Affine::rotation(90 * quarter_turns).then(mirrored)));
 }
 
 namespace {

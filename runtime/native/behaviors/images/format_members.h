@@ -7,6 +7,7 @@
 #define ZELMOR_RUNTIME_NATIVE_BEHAVIORS_IMAGES_FORMAT_MEMBERS_H
 
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <string>
 
@@ -53,6 +54,11 @@ struct FormatClasses {
     OptionsType rasterization = nullptr;
 };
 
+// A pixel that a file marks in a picture.
+struct MarkedPixel {
+    int32_t x, y;
+};
+
 struct FormatMembers {
     imagework::Format format;
     std::span<const FormatClasses> classes;  // the usual variant first
@@ -86,6 +92,9 @@ struct FormatMembers {
     void (*take_extension)(const std::string& extension, imagework::FormatEncoding& settings) = nullptr;
     // Takes the options that a new image is created with.
     void (*take_creation)(ImageObject& image, const Record& options) = nullptr;
+
+    // Moves what the settings of a page mark in its picture, whose pixels were moved. Null: they mark nothing.
+    void (*move_mark)(imagework::FileFacts& facts, const std::function<MarkedPixel(MarkedPixel)>& moved) = nullptr;
 
     // The pictures of a file are pages: of any size, and each with metadata of its own. Otherwise they are frames on
     // one canvas, and the metadata describe the image as a whole.

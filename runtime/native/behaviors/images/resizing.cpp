@@ -11,6 +11,7 @@
 #include "generated/runtime/Zelmor.Imaging.h"
 #include "runtime/native/behaviors/images/arguments.h"
 #include "runtime/native/behaviors/images/image_object.h"
+#include "runtime/native/behaviors/images/marks.h"
 #include "runtime/native/behaviors/images/option_checks.h"
 #include "runtime/native/behaviors/images/resize_types.h"
 #include "runtime/native/behaviors/images/setting_values.h"
@@ -109,17 +110,25 @@ void ImageObject::resize_image(int32_t new_width, int32_t new_height, ResizeType
         // A negative half is rounded down, so that growing and shrinking by the same amount is undone.
         const auto offset = [](int32_t room, int halves) { return halves == 2 ? room : halves == 1 ? room >> 1 : 0; };
         const imagework::Argb background = canvas_background();
-        change([&](imagework::Picture& picture) {
+        const auto step = [&](imagework::Picture& picture) {
             changed(picture, [&] {
                 picture.place(new_width, new_height, offset(new_width - picture.width(), placement->across),
                               offset(new_height - picture.height(), placement->down), background);
             });
+        };
+        return change_places(*this, step, [&](drawwork::PointD pixel, const FrameSizes& sizes) {
+            return drawwork::PointD{pixel.x + offset(new_width - sizes.width, placement->across),
+                                    pixel.y + offset(new_height - sizes.height, placement->down)};
         });
-        return;
     }
     const Resampling resampling = resampling_of(resize_type);
-    change([&](imagework::Picture& picture) {
+    const auto step = [&](imagework::Picture& picture) {
         changed(picture, [&] { picture.resize(new_width, new_height, resampling); });
+    };
+    // The corner of a picture stays in its corner.
+    change_places(*this, step, [&](drawwork::PointD pixel, const FrameSizes& sizes) {
+        return drawwork::PointD{std::floor(pixel.x * new_width / sizes.width),
+                                std::floor(pixel.y * new_height / sizes.height)};
     });
 }
 

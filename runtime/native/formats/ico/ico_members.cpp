@@ -52,6 +52,20 @@ void complete(const ImageObject& image, FormatEncoding& settings) {
     }
 }
 
+// An image of cursors stays one under each name; another one becomes one by the extension of cursors.
+void take_extension(const std::string& extension, FormatEncoding& settings) {
+    if (extension == "cur") {
+        settings.get<IcoEncoding>().kind = IcoKind::kCursor;
+    }
+}
+
+void move_hot_spot(FileFacts& facts, const std::function<MarkedPixel(MarkedPixel)>& moved) {
+    if (auto* ico = facts.encoding ? facts.encoding->as<IcoEncoding>() : nullptr; ico != nullptr) {
+        const MarkedPixel to = moved({ico->hot_spot.x, ico->hot_spot.y});
+        ico->hot_spot = {static_cast<uint16_t>(to.x), static_cast<uint16_t>(to.y)};
+    }
+}
+
 namespace classes = api::FileFormats;
 namespace save_options = api::ImageOptions;
 
@@ -72,6 +86,8 @@ const FormatMembers kIcoMembers{
     .new_pixels = &new_pixels,
     .is_indexed = &is_indexed,
     .complete = &complete,
+    .take_extension = &take_extension,
+    .move_mark = &move_hot_spot,
     .has_pages = true,
 };
 
