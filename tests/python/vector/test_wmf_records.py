@@ -2,13 +2,17 @@
 
 from __future__ import annotations
 
+import io
 import struct
 import subprocess
 from pathlib import Path
 
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging.fileformats.wmf import WmfRenderMode
+from zelmor.imaging import Color, Image, Rectangle
+from zelmor.imaging.brushes import SolidBrush
+from zelmor.imaging.fileformats.wmf import WmfImage, WmfRenderMode
+from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 from zelmor.imaging.imageoptions import WmfRasterizationOptions
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, dark, drawn
@@ -147,6 +151,16 @@ def test_an_enhanced_metafile_in_comments(mode: str, red: bool, blue: bool) -> N
     options = layout()
     options.render_mode = WmfRenderMode[mode]
     expect(drawn(file, options), {(40, 40): RED if red else WHITE, (80, 80): BLUE if blue else WHITE})
+
+
+def test_a_recording_replaces_the_enhanced_metafile_in_comments() -> None:
+    inner = emf(select(NULL_PEN) + brush(1, BLUE) + emf_record(43, words(60, 60, 91, 91)))
+    image = WmfImage._cast_to(Image.load(io.BytesIO(wmf(embedded(inner) + FILLED + SQUARE)))).value
+    recorder = WmfRecorderGraphics2D.from_wmf_image(image)
+    recorder.fill_rectangle(SolidBrush(Color.from_argb(255, 0, 0, 255)), Rectangle(70, 70, 20, 20))
+    file = io.BytesIO()
+    recorder.end_recording().save(file)
+    expect(drawn(file.getvalue(), layout()), {(40, 40): RED, (80, 80): BLUE, (65, 65): WHITE})
 
 
 ORACLE = (wmf_record(0x0103, 8) + wmf_record(0x020B, 0, 0) + wmf_record(0x020C, 960, 960) + wmf_record(0x0102, 1)

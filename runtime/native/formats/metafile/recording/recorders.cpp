@@ -204,6 +204,8 @@ Ref<WmfRecorder> of_wmf(MetaImageObject* image) {
     if (!records.empty() && is_class(*records.back(), "WmfEof")) {
         records.pop_back();
     }
+    // The enhanced metafile in the comments, which readers show instead of the records, would lack the new ones.
+    std::erase_if(records, [](const auto& record) { return is_class(*record, "WmfEscapeEnhancedMetafile"); });
     // Objects are numbered by the lowest index that is free: behind as many as are made, none is taken.
     const TypeInfo& graphic = require_type("Zelmor.Imaging.FileFormats.Wmf.Objects.WmfGraphicObject");
     std::vector<bool> taken;
