@@ -59,6 +59,8 @@ def styles() -> str:
         graphic("tiles", f'{none} draw:fill="bitmap" draw:fill-image-name="I" style:repeat="stretch"'),
         graphic("box", f'draw:fill="none" {none} {box % (("0px",) * 4)} draw:auto-grow-height="false" '
                        'draw:auto-grow-width="false" draw:textarea-vertical-align="top"'),
+        graphic("unbroken", f'draw:fill="none" {none} {box % (("0px",) * 4)} draw:auto-grow-height="false" '
+                            'draw:auto-grow-width="false" draw:textarea-vertical-align="top" fo:wrap-option="no-wrap"'),
         graphic("scene", f'draw:fill="none" {none}'),
         graphic("solid", f'{none} draw:fill="solid" draw:fill-color="#3399ff" dr3d:depth="2000" '
                          'dr3d:horizontal-segments="24" dr3d:vertical-segments="24" dr3d:end-angle="900"'),
@@ -170,6 +172,9 @@ PAGES: dict[str, tuple[str, float]] = {
     "text": (text_box('<text:p text:style-name="P">Some words and <text:span text:style-name="bold">bold ones'
                       '</text:span> that do not stay in one line</text:p><text:p text:style-name="PC">in the middle'
                       '</text:p><text:p text:style-name="PE">at the end</text:p>'), 6.5),
+    # The option that keeps the text of shapes in one line, which every drawing of the suite has in its default style.
+    "boxes": (text_box('<text:p text:style-name="P">Some words that do not stay in one line of a box</text:p>')
+              .replace('"box"', '"unbroken"'), 6.5),
     "list": (text_box('<text:list text:style-name="L"><text:list-item><text:p text:style-name="P">one</text:p>'
                       '</text:list-item><text:list-item><text:p text:style-name="P">two</text:p></text:list-item>'
                       "</text:list>"), 1.2),

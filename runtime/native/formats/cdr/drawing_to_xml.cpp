@@ -315,7 +315,7 @@ void DrawingToXml::startTextObject(const Properties& properties) {
     box.insert("draw:stroke", "none");
     // A place without a size is where the text begins.
     if (number_of(properties, "svg:width") <= 0) {
-        box.insert("fo:wrap-option", "no-wrap");
+        box.insert("draw:auto-grow-width", "true");
         box.insert("draw:textarea-horizontal-align", "left");
     }
     m_body += "<draw:frame draw:style-name=\"" + style("graphic", "style:graphic-properties", box) + "\"" +

@@ -629,8 +629,7 @@ class LaidText {
     LaidText(OdCanvas& target, const OdNode& element, const OdTextPlace& place)
         : m_place(place),
           m_area(inner_area(place)),
-          m_wraps(get("fo:wrap-option") != "no-wrap" && !od_bool(get("draw:auto-grow-width"), false) &&
-                  m_area.width > 0),
+          m_wraps(breaks_lines(element) && m_area.width > 0),
           m_paragraphs(Collector(target, place).collect(element)),
           m_breaker(target, m_wraps ? m_area.width : -1) {
         const bool any = std::any_of(m_paragraphs.begin(), m_paragraphs.end(),
@@ -681,6 +680,11 @@ class LaidText {
         return place.shape != nullptr ? place.shape->get(kGraphic, attribute) : std::string_view();
     }
     std::string_view get(const char* attribute) const { return get(m_place, attribute); }
+    // The option is for text in shapes: programs write it for boxes too, and break their text all the same.
+    bool breaks_lines(const OdNode& element) const {
+        const bool boxed = element.is("draw:text-box") || element.is("table:table-cell");
+        return (boxed || get("fo:wrap-option") != "no-wrap") && !od_bool(get("draw:auto-grow-width"), false);
+    }
     static double padding(const OdTextPlace& place, const char* side) {
         return od_length(get(place, side), od_length(get(place, "fo:padding"), 0));
     }
