@@ -77,6 +77,17 @@ def test_a_turned_shape_turns_around_the_origin_first(tmp_path: Path) -> None:
     assert is_red(page, 35, 25) and is_red(page, 31, 58) and is_white(page, 35, 15) and is_white(page, 45, 40)
 
 
+def test_an_arrow_has_its_holes(tmp_path: Path) -> None:
+    styles = ('<draw:marker draw:name="M" svg:viewBox="0 0 100 100" svg:d="M0 0H100V100H0ZM25 25H75V75H25Z"/>'
+              '<style:style style:name="arrow" style:family="graphic"><style:graphic-properties draw:stroke="solid" '
+              'svg:stroke-color="#ff0000" svg:stroke-width="1px" draw:marker-end="M" draw:marker-end-width="20px"/>'
+              "</style:style>")
+    line = '<draw:line draw:style-name="arrow" svg:x1="10px" svg:y1="40px" svg:x2="90px" svg:y2="40px"/>'
+    page = drawn(fodg(line, styles=styles), tmp_path)
+    assert is_red(page, 72, 32) and is_red(page, 88, 47)
+    assert is_white(page, 80, 37) and is_white(page, 80, 43)
+
+
 def test_groups_and_hidden_layers(tmp_path: Path) -> None:
     data = odg(f"<draw:g>{RECT}</draw:g>")
     assert is_red(drawn(data, tmp_path), 15, 25)

@@ -412,13 +412,13 @@ std::optional<PointD> outward_at_start(const Contour& contour) {
 
 void OdPainter::arrow(const Outline& marker, PointD tip, PointD direction, double length, double width,
                       const RectD& box, bool centered, const Affine& placing, const Paint& paint) {
-    // The marker points up in its box.
+    // The marker points up in its box. One outline within another is a hole in it.
     const double back = centered ? box.y + box.height / 2 : box.y;
     const Affine map = Affine::translation(-(box.x + box.width / 2), -back)
                            .then(Affine::scaling(width / box.width, length / box.height))
                            .then({-direction.y, direction.x, -direction.x, -direction.y, tip.x, tip.y})
                            .then(placing);
-    m_target.canvas.fill(transformed(marker, map), FillRule::kWinding, paint, m_target.smooth);
+    m_target.canvas.fill(transformed(marker, map), FillRule::kAlternate, paint, m_target.smooth);
 }
 
 void OdPainter::stroke(const Outline& outline, const Affine& placing) {
