@@ -31,8 +31,8 @@ from zelmor.imaging.shapes import RectangleShape
 from support.drawn_metafiles import BLUE, GREEN, RED, WHITE, color_at, dark, drawn
 from support.image_oracles import managed_error
 from support.metafiles import (BOUNDS, NULL_PEN, SIDE, VERSION, bitmap_header, brush, emf, emf_record, floats, font,
-                               plus, plus_comment, plus_object, plus_record, rows24, select, stretch_dib, text_out, wmf, wmf_brush, wmf_font,
-                               wmf_pen, wmf_record, wmf_select, words)
+                               plus, plus_comment, plus_object, plus_record, rows24, select, stretch_dib, text_out,
+                               wmf, wmf_brush, wmf_font, wmf_pen, wmf_record, wmf_select, words)
 
 FILLED = wmf_pen(0, style=5) + wmf_select(0) + wmf_brush(RED) + wmf_select(1)
 SQUARE = wmf_record(0x0324, 4, 20, 20, 60, 20, 60, 60, 20, 60)

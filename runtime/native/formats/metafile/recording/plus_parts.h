@@ -1,7 +1,7 @@
 // Recording behind records of EMF+.
 //
-// A reader of EMF+ plays records of EMF only where EMF+ hands over to them, with EmfPlusGetDc, and up to the next record
-// of EMF+. The last of these is EmfPlusEndOfFile.
+// A reader of EMF+ plays records of EMF only where EMF+ hands over to them, with EmfPlusGetDc, and up to the next
+// record of EMF+. The last of these is EmfPlusEndOfFile.
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_RECORDING_PLUS_PARTS_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_METAFILE_RECORDING_PLUS_PARTS_H
 
