@@ -200,6 +200,11 @@ def test_what_options_are_refused(tmp_path: Path) -> None:
         saved(image, IcoOptions(FileFormat.GIF, 32))
     with managed_error("ImageSaveException", "a BMP entry of an icon has no form of 7 bits per pixel"):
         saved(image, IcoOptions(FileFormat.BMP, 7))
+    with managed_error("ImageSaveException", "a PNG entry of 16 bits per pixel has gray and alpha, and the picture "):
+        saved(image, IcoOptions(FileFormat.PNG, 16))
+    raster(image).grayscale()
+    gray = by_pillow(saved(image, IcoOptions(FileFormat.PNG, 16)), 32)
+    assert (gray[..., 0] == gray[..., 1]).all() and (gray[..., 3] == picture(32)[..., 3]).all()
     large = Image.load(write(tmp_path / "b.png", noise(3, width=257, height=9)))
     with managed_error("ImageSaveException", "ICO holds at most 256 pixels to a side; the image is 257 by 9"):
         saved(large, IcoOptions())

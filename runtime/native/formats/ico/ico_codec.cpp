@@ -22,6 +22,9 @@ SharedFrames open(const SharedSource& source, const FileFacts&, const DecodeOpti
 RowsHeader to_entry_form(VipsPicture& picture, const IcoEntryEncoding& entry, const Encoding& encoding) {
     picture.to_srgb();
     const PixelForm form = form_of_ico_entry(entry, picture.has_alpha());
+    if (form.color == ColorModel::kGray && !picture.is_gray()) {
+        unfit("a PNG entry of 16 bits per pixel has gray and alpha, and the picture is not gray");
+    }
     if (form.color != ColorModel::kIndexed) {
         if (!form.alpha) {
             picture.lose_alpha(encoding);
