@@ -8,7 +8,7 @@ import time
 
 import pytest
 from zelmor.imaging import Image
-from zelmor.imaging.imageoptions import PngOptions, SvgRasterizationOptions
+from zelmor.imaging.imageoptions import PdfOptions, PngOptions, SvgRasterizationOptions
 
 from support.image_oracles import managed_error
 
@@ -138,3 +138,32 @@ def test_a_fault_of_the_drawing_library() -> None:
         outcomes = [outcome(), outcome(), other.submit(outcome).result(), outcome()]
     assert set(outcomes) in ({fault}, {"PNG"})
     assert drawn(document('<text y="20">ab</text>')).startswith(b"\x89PNG")
+
+
+def as_pdf(data: bytes) -> bytes:
+    file = io.BytesIO()
+    Image.load(io.BytesIO(data)).save(file, PdfOptions())
+    return file.getvalue()
+
+
+@pytest.mark.parametrize("encoding", ["utf-8", "utf-16-le", "utf-16-be"])
+def test_links_behind_groups(encoding: str) -> None:
+    """Cairo 1.16 reads freed memory for a link within a group of a page; such a document is drawn without links."""
+    link = '<a xlink:href = "https://example.org/a"><rect width="20" height="20" fill="red"/></a>'
+    shape = '<rect width="9" height="9"'
+    bom = {"utf-16-le": b"\xff\xfe", "utf-16-be": b"\xfe\xff"}.get(encoding, b"")
+
+    def encoded(content: str) -> bytes:
+        return bom + document(content).decode().encode(encoding)
+
+    assert b"https://example.org/a" in as_pdf(encoded(link))
+    for grouped in (f'<g opacity="0.5">{link}</g>', f'<g style="mix-blend-mode: multiply">{link}</g>',
+                    f"<style>g {{ opacity: 0.5 }}</style><g>{link}</g>",
+                    f'<mask id="m">{link}</mask>{shape} mask="url(#m)"/>',
+                    f'<pattern id="p" width="9" height="9">{link}</pattern>{shape} fill="url(#p)"/>'):
+        assert b"example.org" not in as_pdf(encoded(grouped))
+        plain = encoded(grouped.replace(link, link[link.index("<rect"):-4]))
+        assert drawn(encoded(grouped)) == drawn(plain)
+    entity = f"<!DOCTYPE svg [<!ENTITY link '{link}'>]>".replace('"', "&#34;").encode(encoding)
+    with managed_error("NotSupportedException", "the SVG document has links in entities, which are not supported"):
+        as_pdf(bom + entity + document('<g opacity="0.5">&link;</g>').decode().encode(encoding))

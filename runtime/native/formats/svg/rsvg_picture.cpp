@@ -13,6 +13,7 @@
 #include "runtime/native/formats/svg/rsvg_calls.h"
 #include "runtime/native/formats/svg/svg_costs.h"
 #include "runtime/native/formats/svg/svg_library.h"
+#include "runtime/native/formats/svg/svg_links.h"
 #include "runtime/native/formats/svg/svg_root.h"
 #include "runtime/native/imagework/picture_error.h"
 
@@ -169,6 +170,10 @@ class RsvgPicture final : public SvgPicture {
     explicit RsvgPicture(std::span<const uint8_t> document)
         : m_document(document.begin(), document.end()), m_costs(svg_costs(document)) {
         check_svg_costs(m_costs, 1);
+        if (m_costs.has_groups && !take_out_links(m_document, m_costs.links)) {
+            throw PictureError(Failure::kUnsupported,
+                               "the SVG document has links in entities, which are not supported");
+        }
         const std::string text = svg_text(document);
         if (const auto root = svg_root(text)) {
             m_size = svg_size(*root);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "runtime/native/formats/svg/svg_font_size.h"
+#include "runtime/native/formats/svg/svg_links.h"
 #include "runtime/native/formats/svg/svg_numbers.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -51,15 +52,21 @@ struct Inherited {
 
 class Walk {
  public:
-    void begin(const XML_Char* name, const XML_Char** attributes) {
+    // `at` is the place of the start tag in the document.
+    void begin(size_t at, const XML_Char* name, const XML_Char** attributes) {
         Element element;
         element.parent = m_open.empty() ? m_elements.size() : m_open.back();
+        m_costs.has_groups = m_costs.has_groups || may_make_group(name);
         Inherited here = m_inherited.empty() ? Inherited{} : m_inherited.back();
         m_dash.reset();
         m_values.clear();
         for (size_t i = 0; attributes[i] != nullptr; i += 2) {
             const std::string_view key = attributes[i];
             const std::string_view value = attributes[i + 1];
+            m_costs.has_groups = m_costs.has_groups || may_make_group(key) || (key == "style" && may_make_group(value));
+            if (key.ends_with("href") && (std::string_view(name) == "a" || std::string_view(name).ends_with(":a"))) {
+                m_costs.links.push_back(at);
+            }
             if (key == "style") {
                 const std::string rules = without_comments(value);
                 read_rules(rules, element);
@@ -114,6 +121,7 @@ class Walk {
         if (imports_data(styles)) {
             m_costs.hides_styles = true;
         }
+        m_costs.has_groups = m_costs.has_groups || may_make_group(styles);
         m_styled_font = svg_font_size_in(styles);
         for (int pass = 0; pass < kPasses && reach_inwards(); pass++) {
         }
@@ -272,17 +280,23 @@ class Walk {
     SvgCosts m_costs;
 };
 
+struct Walking {
+    Walk walk;
+    XML_Parser parser;
+};
+
 void on_begin(void* data, const XML_Char* name, const XML_Char** attributes) {
-    static_cast<Walk*>(data)->begin(name, attributes);
+    auto& walking = *static_cast<Walking*>(data);
+    walking.walk.begin(static_cast<size_t>(XML_GetCurrentByteIndex(walking.parser)), name, attributes);
 }
 void on_end(void* data, const XML_Char*) {
-    static_cast<Walk*>(data)->end();
+    static_cast<Walking*>(data)->walk.end();
 }
 void on_text(void* data, const XML_Char* text, int size) {
-    static_cast<Walk*>(data)->text({text, static_cast<size_t>(size)});
+    static_cast<Walking*>(data)->walk.text({text, static_cast<size_t>(size)});
 }
 void on_instruction(void* data, const XML_Char* target, const XML_Char* text) {
-    static_cast<Walk*>(data)->instruction(target, text);
+    static_cast<Walking*>(data)->walk.instruction(target, text);
 }
 // Of an encoding that the parser does not know, but the library may, letters beyond ASCII are all the same here.
 int on_encoding(void*, const XML_Char*, XML_Encoding* encoding) {
@@ -304,8 +318,8 @@ SvgCosts svg_costs(std::span<const uint8_t> document) {
     if (parser == nullptr) {
         throw std::bad_alloc();
     }
-    Walk walk;
-    XML_SetUserData(parser.get(), &walk);
+    Walking walking{{}, parser.get()};
+    XML_SetUserData(parser.get(), &walking);
     XML_SetElementHandler(parser.get(), &on_begin, &on_end);
     XML_SetCharacterDataHandler(parser.get(), &on_text);
     XML_SetProcessingInstructionHandler(parser.get(), &on_instruction);
@@ -318,7 +332,7 @@ SvgCosts svg_costs(std::span<const uint8_t> document) {
         costs.unreadable = std::string(XML_ErrorString(XML_GetErrorCode(parser.get()))) + " in line " +
                            std::to_string(XML_GetCurrentLineNumber(parser.get()));
     } else {
-        costs = walk.costs();
+        costs = walking.walk.costs();
     }
     return costs;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace zelmor::imagework {
 
@@ -22,6 +23,9 @@ struct SvgCosts {
     double octaves = 0;
     // Whether the numbers of a convolution are more than the library takes, which ends the process.
     bool has_wide_kernel = false;
+    // The places of the start tags of links, in bytes, and whether links may lie within groups.
+    std::vector<size_t> links = {};
+    bool has_groups = false;
     // Whether a style sheet stands in a data URI, where nothing of this is seen.
     bool hides_styles = false;
     // What is wrong with the XML; empty for a document that can be read. The library might read a part of another.
