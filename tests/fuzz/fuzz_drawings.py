@@ -25,8 +25,9 @@ from typing import Any
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 
 from seed_drawings import drawing_files  # noqa: E402
+from svg_grammar import svg_document  # noqa: E402
 from zelmor.imaging import Image  # noqa: E402
-from zelmor.imaging.imageoptions import EmfOptions, PngOptions, SvgOptions, WmfOptions  # noqa: E402
+from zelmor.imaging.imageoptions import EmfOptions, PdfOptions, PngOptions, SvgOptions, WmfOptions  # noqa: E402
 
 #: Seconds of processor time, of this process and of those that it starts, that one step may take, and those for each
 #: pixel of the drawing.
@@ -146,7 +147,7 @@ class Trial:
                     self.step(name, partial(self.each, image, name, left))
             if not has_size or image.width * image.height <= MOST_PIXELS:
                 self.step("draw", lambda: image.save(io.BytesIO(), PngOptions()))
-            target = self.lots.choice([EmfOptions, WmfOptions, SvgOptions])
+            target = self.lots.choice([EmfOptions, PdfOptions, WmfOptions, SvgOptions])
             self.step("convert", lambda: image.save(io.BytesIO(), target()))
             self.step("save", lambda: image.save(io.BytesIO()))
 
@@ -184,7 +185,10 @@ def main() -> int:
         lots = random.Random(f"{seed} {number}")
         kind = kinds[number % len(kinds)]
         name, data = lots.choice(formats[kind])
-        changed = altered(data, lots, every)
+        if kind == "svg" and lots.randrange(2):
+            name, changed = "grammar", svg_document(lots)
+        else:
+            changed = altered(data, lots, every)
         (folder / "current").write_bytes(changed)
         (folder / "number").write_text(f"{number} {kind}-{name}")
         trial = Trial(changed, lots)
