@@ -68,9 +68,9 @@ class Walk {
                 m_costs.links.push_back(at);
             }
             if (key == "style") {
-                const std::string rules = without_comments(value);
-                read_rules(rules, element);
-                take_font(element, svg_font_size_in(rules));
+                m_rules = without_comments(value);
+                read_rules(m_rules, element);
+                take_font(element, svg_font_size_in(m_rules));
             } else if (key == "id") {
                 m_by_id.emplace(value, m_elements.size());
             } else {
@@ -103,8 +103,8 @@ class Walk {
 
     void instruction(std::string_view target, std::string_view data) {
         // A reference to a character can be any letter.
-        const bool may_be_data =
-            data.find("data") != std::string_view::npos || data.find('&') != std::string_view::npos;
+        const std::string text = lower_case(data);
+        const bool may_be_data = text.find("data") != std::string::npos || text.find('&') != std::string::npos;
         if (target == "xml-stylesheet" && may_be_data) {
             m_costs.hides_styles = true;
         }
@@ -271,6 +271,7 @@ class Walk {
     std::vector<size_t> m_open;
     std::vector<Inherited> m_inherited;
     std::unordered_map<std::string, size_t> m_by_id;
+    std::string m_rules;                                                  // the style of the element that begins
     std::vector<std::pair<std::string_view, std::string_view>> m_values;  // of the element that begins
     std::optional<double> m_dash;                                         // of the element that begins
     std::string m_style_sheet;

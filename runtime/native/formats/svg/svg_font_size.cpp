@@ -7,6 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include "runtime/native/formats/svg/svg_numbers.h"
+
 namespace zelmor::imagework {
 namespace {
 
@@ -16,13 +18,6 @@ bool begins_number(char c) {
 bool is_letter(char c) {
     return ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') || c == '%' || c == '\\';
 }
-std::string lower(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
-    return result;
-}
-
 // CSS Values and Units: absolute lengths in pixels.
 constexpr std::array<std::pair<std::string_view, double>, 8> kUnits{{{"", 1},
                                                                      {"px", 1},
@@ -49,7 +44,7 @@ void take(SvgFontSize& size, double number, std::string_view unit) {
 
 SvgFontSize svg_font_size(std::string_view value) {
     SvgFontSize size;
-    const std::string text = lower(value);
+    const std::string text = lower_case(value);
     std::string_view rest = text;
     if (text.find("larger") != std::string::npos) {
         size.factor = 1.2;
@@ -84,7 +79,7 @@ SvgFontSize svg_font_size_in(std::string_view declarations) {
         if (colon == std::string_view::npos) {
             continue;
         }
-        const std::string name = lower(one.substr(0, colon));
+        const std::string name = lower_case(one.substr(0, colon));
         if (name.find("font") != std::string::npos || name.find('\\') != std::string::npos) {
             const SvgFontSize size = svg_font_size(one.substr(colon + 1));
             all = {std::max(all.pixels, size.pixels), std::max(all.factor, size.factor)};
@@ -106,7 +101,7 @@ std::string without_comments(std::string_view style_sheet) {
 }
 
 bool imports_data(std::string_view style_sheet) {
-    const std::string text = lower(style_sheet);
+    const std::string text = lower_case(style_sheet);
     for (size_t at = text.find('@'); at != std::string::npos; at = text.find('@', at + 1)) {
         const std::string_view rule = std::string_view(text).substr(at + 1, text.find_first_of(";{", at) - at - 1);
         const bool imports = rule.starts_with("import") || rule.starts_with('\\');

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
+
+#include "runtime/native/formats/svg/svg_numbers.h"
 
 namespace zelmor::imagework {
 namespace {
@@ -41,8 +44,9 @@ bool is_space(char c) {
 bool may_make_group(std::string_view text) {
     constexpr std::array<std::string_view, 8> kWords{"opacity", "mask",      "filter",  "clip-path",
                                                      "blend",   "isolation", "pattern", "\\"};
+    const std::string lower = lower_case(text);
     return std::any_of(kWords.begin(), kWords.end(),
-                       [&](std::string_view word) { return text.find(word) != std::string_view::npos; });
+                       [&](std::string_view word) { return lower.find(word) != std::string::npos; });
 }
 
 bool take_out_links(std::vector<uint8_t>& document, const std::vector<size_t>& tags) {

@@ -67,6 +67,13 @@ std::vector<double> svg_numbers(std::string_view text) {
     return numbers;
 }
 
+std::string lower_case(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
+    return result;
+}
+
 double svg_transform_scale(std::string_view text) {
     double scale = 1;
     for (size_t open = text.find('('); open != std::string_view::npos; open = text.find('(')) {

@@ -3,6 +3,7 @@
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_SVG_SVG_NUMBERS_H
 
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -12,6 +13,9 @@ namespace zelmor::imagework {
 std::optional<double> svg_number(std::string_view text);
 // All numbers of a list with white space or commas between them, up to anything else.
 std::vector<double> svg_numbers(std::string_view text);
+
+// With the ASCII letters in lower case, as names and units of CSS are compared.
+std::string lower_case(std::string_view text);
 
 // How much a list of transformations enlarges lengths at most: no less than it does.
 double svg_transform_scale(std::string_view text);
