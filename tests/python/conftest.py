@@ -60,11 +60,16 @@ def _reason_against(item: pytest.Item) -> str:
     return ""
 
 
-def pytest_collection_finish() -> None:
-    """Freezes the objects that test collection made: the garbage collector runs twice per test and need not scan
-    them."""
+def collect_and_freeze() -> None:
+    """Collects garbage, and keeps what is left out of the collections after this one: pytest holds some hundred
+    thousand objects, which a collection would go through for each of the tests that need one."""
     gc.collect()
     gc.freeze()
+
+
+def pytest_collection_finish() -> None:
+    """Freezes the objects that test collection made."""
+    collect_and_freeze()
 
 
 @pytest.hookimpl(hookwrapper=True)
@@ -95,7 +100,7 @@ def balance(request: pytest.FixtureRequest) -> Iterator[None]:
     marker = request.node.get_closest_marker("keeps_handles")
     expected = before + (marker.args[0] if marker else 0)
     if control.live() != expected:
-        gc.collect()
+        collect_and_freeze()
         control.settle()
     if request.node.stash.get(_FAILED, True):
         return

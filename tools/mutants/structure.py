@@ -36,17 +36,17 @@ class Structure:
         self.enclosed: dict[int, Scope] = {}  # by the index of the opening bracket
         opened: list[int] = []
         for index, token in enumerate(self.code):
-            if self.is_mark(index, *_CLOSING):
+            if token.text in _CLOSING:
                 if not opened or self.code[opened[-1]].text != _CLOSING[token.text]:
                     raise NotUnderstood(f"line {self.line(token.start)}: {token.text} closes nothing")
                 self.partner[index] = opened[-1]
                 self.partner[opened.pop()] = index
             around = self.enclosed[opened[-1]] if opened else Scope.OUTSIDE
             self.scope.append(around)
-            if self.is_mark(index, "(", "["):
+            if token.text in ("(", "["):
                 self.enclosed[index] = Scope.VALUES
                 opened.append(index)
-            elif self.is_mark(index, "{"):
+            elif token.text == "{":
                 self.enclosed[index] = self._brace(index, around)
                 opened.append(index)
         if opened:

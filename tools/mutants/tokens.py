@@ -7,8 +7,8 @@ from __future__ import annotations
 
 import re
 from collections.abc import Iterator
-from dataclasses import dataclass
 from enum import Enum, auto
+from typing import NamedTuple
 
 
 class Kind(Enum):
@@ -23,8 +23,7 @@ class Kind(Enum):
     MARK = auto()  # an operator or another punctuation mark
 
 
-@dataclass(frozen=True)
-class Token:
+class Token(NamedTuple):
     """A stretch of a source."""
 
     kind: Kind
@@ -61,6 +60,7 @@ _PATTERNS = [
 ]
 # A shift to the right is put together by who asks: two closing angle brackets of templates look the same.
 _TOKEN = re.compile("|".join(f"(?P<k{place}>{pattern})" for place, (_, pattern) in enumerate(_PATTERNS)), re.DOTALL)
+_KINDS = {f"k{place}": kind for place, (kind, _) in enumerate(_PATTERNS)}
 # A comment inside a directive can go on over several lines, and the directive with it.
 _DIRECTIVE = re.compile(rf'#(?:{_COMMENT}|"(?:\\.|[^"\\\n])*"|\\\n|[^\n])*', re.DOTALL)
 
@@ -75,7 +75,7 @@ def tokens(source: str) -> Iterator[Token]:
             kind = Kind.DIRECTIVE
         else:
             match = _TOKEN.match(source, position)
-            kind = _PATTERNS[int((match.lastgroup or "k0")[1:])][0] if match else Kind.SPACE
+            kind = _KINDS[match.lastgroup or ""] if match else Kind.SPACE
         if match is None:
             line = source.count("\n", 0, position) + 1
             raise NotUnderstood(f"line {line}: no token begins with {source[position:position + 20]!r}")
