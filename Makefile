@@ -94,9 +94,10 @@ harvest:
 
 # The first build on a machine: what needs no library is compiled while libraries and photographs are being installed.
 .PHONY: bridge-meanwhile
+demo: WITH_LIBRARIES := demo
 bridge-meanwhile: setup-compile
-	@test -f $(BUILD)/build.ninja || tools/setup.sh -c build demo || { \
-	    tools/setup.sh build demo & installing=$$!; \
+	@test -f $(BUILD)/build.ninja || tools/setup.sh -c build $(WITH_LIBRARIES) || { \
+	    tools/setup.sh build $(WITH_LIBRARIES) & installing=$$!; \
 	    $(CONFIGURE) -DZELMOR_BRIDGE_ALONE=ON >/dev/null && { $(COMPILE) product; }; built=$$?; \
 	    wait $$installing && exit $$built; }
 
@@ -106,7 +107,13 @@ demo: bridge-meanwhile setup-demo $(if $(filter dotnet,$(RUNTIME)),dotnet,produc
 	@$(ON_RUNTIME) $(RUN) examples/contact_sheet.py $(BUILD)/demo
 	@$(ON_RUNTIME) $(RUN) examples/next_steps.py $(BUILD) $(BUILD)/demo
 
-test: setup-test everything
+# The programs that only tests use are installed while everything is compiled.
+.PHONY: everything-meanwhile
+everything-meanwhile: bridge-meanwhile
+	@tools/setup.sh -q $(PURPOSES_test) & installing=$$!; \
+	$(MAKE) --no-print-directory everything; built=$$?; wait $$installing && exit $$built
+
+test: everything-meanwhile
 	@$(PYTHON) tools/run_tests.py --build $(BUILD) --jobs $(JOBS) $(TESTS)
 
 CATALOGUES := api/catalogue $(addprefix siblings/catalogue/,pyreflection pyio pydrawing)
