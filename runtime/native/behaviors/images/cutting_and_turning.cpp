@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/edge_shifts.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/images/marks.h"
 #include "runtime/native/core/enumeration_properties.h"
@@ -26,25 +27,11 @@ void crop(ImageObject& self, const RectangleValue& rectangle) {
 void crop_by_shifts(ImageObject& self, int32_t left_shift, int32_t right_shift, int32_t top_shift,
                     int32_t bottom_shift) {
     self.require_live();
-    struct Shift {
-        int32_t value;
-        const char* parameter;
-    };
-    for (const Shift& shift : {Shift{left_shift, "left_shift"}, Shift{right_shift, "right_shift"},
-                               Shift{top_shift, "top_shift"}, Shift{bottom_shift, "bottom_shift"}}) {
-        if (shift.value < 0) {
-            throw_out_of_range(shift.parameter, "The value " + std::to_string(shift.value) + " is negative.");
-        }
-    }
+    const EdgeShifts shifts = {left_shift, right_shift, top_shift, bottom_shift};
+    shifts.require_valid();
     const auto step = [&](imagework::Picture& picture) {
-        const int64_t width = int64_t{picture.width()} - left_shift - right_shift;
-        const int64_t height = int64_t{picture.height()} - top_shift - bottom_shift;
-        if (width <= 0 || height <= 0) {
-            throw_out_of_range(
-                width <= 0 ? "right_shift" : "bottom_shift",
-                "Nothing of the image of " + size_text(picture.width(), picture.height()) + " pixels would be left.");
-        }
-        picture.crop({left_shift, top_shift, static_cast<int32_t>(width), static_cast<int32_t>(height)});
+        const RectangleValue rest = shifts.rest_of(picture.width(), picture.height());
+        picture.crop({rest.x, rest.y, rest.width, rest.height});
     };
     change_places(self, step, moved_by(-left_shift, -top_shift));
 }

@@ -4,6 +4,7 @@
 // of behaviors/images.
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Emf.h"
 #include "generated/runtime/Zelmor.Imaging.h"
+#include "runtime/native/behaviors/images/edge_shifts.h"
 #include "runtime/native/behaviors/images/image_object.h"
 #include "runtime/native/behaviors/vector/vector_image.h"
 #include "runtime/native/collections/collection.h"
@@ -49,24 +50,9 @@ void crop(VectorImageObject& self, const RectangleValue& rectangle) {
 void crop_by_shifts(VectorImageObject& self, int32_t left_shift, int32_t right_shift, int32_t top_shift,
                     int32_t bottom_shift) {
     self.require_live();
-    struct Shift {
-        int32_t value;
-        const char* parameter;
-    };
-    for (const Shift& shift : {Shift{left_shift, "left_shift"}, Shift{right_shift, "right_shift"},
-                               Shift{top_shift, "top_shift"}, Shift{bottom_shift, "bottom_shift"}}) {
-        if (shift.value < 0) {
-            throw_out_of_range(shift.parameter, "The value " + std::to_string(shift.value) + " is negative.");
-        }
-    }
-    const int64_t width = int64_t{self.image_width()} - left_shift - right_shift;
-    const int64_t height = int64_t{self.image_height()} - top_shift - bottom_shift;
-    if (width <= 0 || height <= 0) {
-        throw_out_of_range(
-            width <= 0 ? "right_shift" : "bottom_shift",
-            "Nothing of the image of " + size_text(self.image_width(), self.image_height()) + " pixels would be left.");
-    }
-    self.resize_canvas({left_shift, top_shift, static_cast<int32_t>(width), static_cast<int32_t>(height)});
+    const EdgeShifts shifts = {left_shift, right_shift, top_shift, bottom_shift};
+    shifts.require_valid();
+    self.resize_canvas(shifts.rest_of(self.image_width(), self.image_height()));
 }
 
 // The page becomes the rectangle, of which a part may lie outside of the page as it was.

@@ -182,20 +182,13 @@ OdNode read_od_xml(std::span<const uint8_t> text, const std::string& part) {
     expat.on_text(parser.get(), add_text);
     expat.on_document_type(parser.get(), refuse_document_type);
 
-    const auto* bytes = reinterpret_cast<const char*>(text.data());
-    constexpr size_t kPiece = 1 << 20;
-    bool good = true;
-    for (size_t at = 0; good && (at < text.size() || at == 0); at += kPiece) {
-        const size_t size = std::min(kPiece, text.size() - at);
-        good = expat.parse(parser.get(), bytes + at, static_cast<int>(size), at + size == text.size() ? 1 : 0) != 0;
-    }
+    const bool good = expat.parse_all(parser.get(), {reinterpret_cast<const char*>(text.data()), text.size()});
     if (building.failure) {
         std::rethrow_exception(building.failure);
     }
     if (!good) {
-        throw PictureError(Failure::kDamaged, "'" + part + "' is not well-formed: " +
-                                                  std::string(expat.error_text(expat.error_code(parser.get()))) +
-                                                  " in line " + std::to_string(expat.line(parser.get())));
+        throw PictureError(Failure::kDamaged,
+                           "'" + part + "' is not well-formed: " + expat.error_in_line(parser.get()));
     }
     return std::move(building.root);
 }

@@ -3,6 +3,8 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+
 namespace zelmor::imagework {
 namespace {
 
@@ -42,6 +44,24 @@ ExpatLibrary load() {
 }
 
 }  // namespace
+
+bool Expat::parse_all(XML_Parser parser, std::string_view text) const {
+    // The library counts the bytes of a piece by an int.
+    constexpr size_t kPiece = 1 << 20;
+    size_t at = 0;
+    bool good = true;
+    do {
+        const size_t size = std::min(kPiece, text.size() - at);
+        const int is_last = at + size == text.size() ? XML_TRUE : XML_FALSE;
+        good = parse(parser, text.data() + at, static_cast<int>(size), is_last) == XML_STATUS_OK;
+        at += size;
+    } while (good && at < text.size());
+    return good;
+}
+
+std::string Expat::error_in_line(XML_Parser parser) const {
+    return std::string(error_text(error_code(parser))) + " in line " + std::to_string(line(parser));
+}
 
 const ExpatLibrary& expat_library() {
     static const ExpatLibrary library = load();

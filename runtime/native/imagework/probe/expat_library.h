@@ -5,6 +5,7 @@
 #include <expat.h>
 
 #include <string>
+#include <string_view>
 
 namespace zelmor::imagework {
 
@@ -23,6 +24,11 @@ struct Expat {
     decltype(&XML_GetErrorCode) error_code;
     decltype(&XML_ErrorString) error_text;
     decltype(&XML_GetCurrentLineNumber) line;
+
+    // Parses a whole document, however long it is; false where it is not well-formed, or where it was stopped.
+    bool parse_all(XML_Parser parser, std::string_view text) const;
+    // What is wrong with a document, and in which line.
+    std::string error_in_line(XML_Parser parser) const;
 };
 
 struct ExpatLibrary {

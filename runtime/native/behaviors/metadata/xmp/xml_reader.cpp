@@ -131,20 +131,13 @@ XmlDocument read_xml(std::span<const std::byte> text) {
     library.on_instruction(parser.get(), add_instruction);
     library.on_document_type(parser.get(), refuse_document_type);
 
-    const auto* bytes = reinterpret_cast<const char*>(text.data());
-    constexpr size_t kPiece = 1 << 20;
-    bool good = true;
-    for (size_t at = 0; good && (at < text.size() || at == 0); at += kPiece) {
-        const size_t size = std::min(kPiece, text.size() - at);
-        good = library.parse(parser.get(), bytes + at, static_cast<int>(size), at + size == text.size() ? 1 : 0) != 0;
-    }
+    const bool good = library.parse_all(parser.get(), {reinterpret_cast<const char*>(text.data()), text.size()});
     if (building.failure) {
         std::rethrow_exception(building.failure);
     }
     if (!good) {
-        throw ManagedException("XmlException", "The XMP packet is not well-formed: " +
-                                                   std::string(library.error_text(library.error_code(parser.get()))) +
-                                                   " in line " + std::to_string(library.line(parser.get())) + ".");
+        throw ManagedException("XmlException",
+                               "The XMP packet is not well-formed: " + library.error_in_line(parser.get()) + ".");
     }
     return std::move(building.document);
 }
