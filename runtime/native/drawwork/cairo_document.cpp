@@ -27,8 +27,12 @@ class CairoPdf final : public CairoDrawing<Document> {
         describe(CAIRO_PDF_METADATA_SUBJECT, settings.subject);
         describe(CAIRO_PDF_METADATA_KEYWORDS, settings.keywords);
     }
-    // A document that is given up: what the library writes at its end goes nowhere.
-    ~CairoPdf() override { m_given_up = true; }
+    // A document that is given up: what the library writes at its end goes nowhere. It writes it here, since the context
+    // that keeps the surface lives longer than the members of this class.
+    ~CairoPdf() override {
+        m_given_up = true;
+        cairo_surface_finish(m_surface.get());
+    }
 
     void page(double width, double height) override {
         if (m_has_page) {
@@ -82,7 +86,7 @@ class CairoPdf final : public CairoDrawing<Document> {
     std::exception_ptr m_failure;
     bool m_given_up = false;
     bool m_has_page = false;
-    Surface m_surface;  // ends before the rest: it writes when it does
+    Surface m_surface;
 };
 
 }  // namespace

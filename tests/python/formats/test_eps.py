@@ -13,11 +13,12 @@ from typing import Any
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Color, FileFormat, Image, SmoothingMode, TextRenderingHint
+from zelmor.imaging import Color, FileFormat, Image, ImageOptionsBase, SmoothingMode, TextRenderingHint
 from zelmor.imaging.fileformats.eps import (
     EpsBinaryImage, EpsInterchangeImage, EpsLoadOptions, EpsOptions, EpsPreviewFormat)
 from zelmor.imaging.fileformats.eps.consts import EpsType
-from zelmor.imaging.imageoptions import EpsRasterizationOptions, PngOptions
+from zelmor.imaging.imageoptions import (
+    EmfOptions, EpsRasterizationOptions, PdfOptions, PngOptions, SvgOptions, WmfOptions)
 
 from support.image_oracles import managed_error
 from support.office_files import cast, binary_eps, eps
@@ -197,6 +198,16 @@ def test_edges_of_shapes_and_characters(smoothing: SmoothingMode, hint: TextRend
 def test_a_program_without_an_end_is_ended(tmp_path: Path) -> None:
     with managed_error("ImageLoadException", "the PostScript program"):
         drawn(eps("(unknown) cvx exec"), tmp_path)
+
+
+@needs_ghostscript
+@pytest.mark.parametrize("options", [EmfOptions, PdfOptions, SvgOptions, WmfOptions])
+def test_a_program_that_fails_becomes_no_document(options: type[ImageOptionsBase], tmp_path: Path) -> None:
+    """The document that was begun is given up, and what it would still write goes nowhere."""
+    target = tmp_path / "page"
+    with managed_error("ImageLoadException", "the PostScript program"):
+        Image.load(io.BytesIO(eps(SQUARE + " unknown"))).save(str(target), options())
+    assert not target.exists()
 
 
 @needs_ghostscript
