@@ -118,6 +118,9 @@ constexpr uint64_t kDrawingBytes = 1024 * kMebibyte;
 // The same of a PostScript program.
 constexpr int kPostScriptSeconds = 20;
 constexpr uint64_t kPostScriptBytes = 2048 * kMebibyte;
+// The same of the filters and masks of an SVG document.
+constexpr int kSvgSeconds = 20;
+constexpr uint64_t kSvgBytes = 2048 * kMebibyte;
 
 // --- Files that are written over ------------------------------------------------------------------------------------
 

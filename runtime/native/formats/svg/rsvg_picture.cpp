@@ -197,6 +197,8 @@ class RsvgPicture final : public SvgPicture {
         return {ink.x, ink.y, ink.width, ink.height};
     }
 
+    double filtering() const override { return m_costs.filtering; }
+
     void draw(drawwork::Canvas& canvas, const SvgDrawing& drawing) override {
         RsvgHandle* const document = handle(drawing.smooth, drawing.smooth_text);
         const RectD area{0, 0, drawing.width, drawing.height};

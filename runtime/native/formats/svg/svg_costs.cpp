@@ -14,6 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "runtime/native/formats/svg/svg_filtering.h"
 #include "runtime/native/formats/svg/svg_font_size.h"
 #include "runtime/native/formats/svg/svg_links.h"
 #include "runtime/native/formats/svg/svg_numbers.h"
@@ -42,6 +43,8 @@ struct Element {
     double font_reach = 1;                // the greatest product of the factors of fonts from here inwards
     double largest_font = 0;              // of those that begin here or inside, in pixels
     std::vector<std::string> references;  // identifiers
+    double filtering = 0;                 // nanoseconds for a pixel, of a step of a filter or of a mask
+    bool referred_to = false;             // drawn by references alone
 };
 
 // What elements inherit from those around them.
@@ -79,6 +82,9 @@ class Walk {
         }
         m_costs.octaves = std::max(m_costs.octaves, number("numOctaves"));
         m_costs.has_wide_kernel = m_costs.has_wide_kernel || has_wide_kernel();
+        element.filtering = svg_filtering(name, m_values);
+        element.referred_to = is_referred_to(name);
+        m_filters = m_filters || element.filtering > 0;
         element.scale *= view_scale();
         here.scale *= element.scale;
         here.dash = m_dash.value_or(here.dash);
@@ -124,6 +130,9 @@ class Walk {
         m_costs.has_groups = m_costs.has_groups || may_make_group(styles);
         m_styled_font = svg_font_size_in(styles);
         for (int pass = 0; pass < kPasses && reach_inwards(); pass++) {
+        }
+        if (m_filters) {
+            m_costs.filtering = filtering(styles);
         }
         if (!m_elements.empty()) {
             const Element& root = m_elements.front();
@@ -177,11 +186,24 @@ class Walk {
             if (!value.empty()) {
                 element.references.emplace_back(value.substr(1));
             }
-        } else if (const size_t url = value.find("url(#"); url != std::string_view::npos) {
-            const std::string_view name = value.substr(url + 5);
-            element.references.emplace_back(name.substr(0, name.find(')')));
+        } else if (value.find("url(") != std::string_view::npos) {
+            add_references(value, element);
         } else {
             m_values.emplace_back(key, value);
+        }
+    }
+
+    // All of url(#name), url("#name") and the like in a value.
+    static void add_references(std::string_view value, Element& element) {
+        while (true) {
+            value.remove_prefix(std::min(value.find("url("), value.size()));
+            value.remove_prefix(std::min(value.find('#'), value.size()));
+            if (value.empty()) {
+                return;
+            }
+            const std::string_view name = value.substr(1, value.find_first_of("\"') \t\r\n", 1) - 1);
+            element.references.emplace_back(name);
+            value.remove_prefix(1 + name.size());
         }
     }
 
@@ -225,6 +247,31 @@ class Walk {
             length = kRound * std::max(std::abs(number("rx")), std::abs(number("ry")));
         }
         m_costs.dashes += length / here.dash;
+    }
+
+    double filtering(std::string_view styles) const {
+        std::vector<SvgNode> nodes(m_elements.size());
+        for (size_t i = 0; i < nodes.size(); i++) {
+            nodes[i].parent = m_elements[i].parent;
+            nodes[i].work = m_elements[i].filtering;
+            nodes[i].referred_to = m_elements[i].referred_to;
+            for (const std::string& name : m_elements[i].references) {
+                if (const auto target = m_by_id.find(name); target != m_by_id.end()) {
+                    nodes[i].references.push_back(target->second);
+                }
+            }
+        }
+        const double work = svg_work(nodes);
+        // A rule of a style sheet may put its filters and masks on every element.
+        if (styles.find("url(") == std::string_view::npos) {
+            return work;
+        }
+        double all = 0;
+        for (SvgNode& node : nodes) {
+            all += node.work;
+            node.work = 1;
+        }
+        return work + all * svg_work(nodes);
     }
 
     // What elements inside of one, and those that it refers to, come to.
@@ -276,6 +323,7 @@ class Walk {
     std::optional<double> m_dash;                                         // of the element that begins
     std::string m_style_sheet;
     bool m_in_style = false;
+    bool m_filters = false;     // whether any element has work for each pixel
     SvgFontSize m_styled_font;  // by a rule of a style sheet, for any element
     double m_widest = 1;        // strokes are that wide if nothing says so
     SvgCosts m_costs;

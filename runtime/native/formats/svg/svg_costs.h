@@ -23,6 +23,8 @@ struct SvgCosts {
     double octaves = 0;
     // Whether the numbers of a convolution are more than the library takes, which ends the process.
     bool has_wide_kernel = false;
+    // Nanoseconds for a pixel of the page that all filters and masks may take, by all references that draw them again.
+    double filtering = 0;
     // The places of the start tags of links, in bytes, and whether links may lie within groups.
     std::vector<size_t> links = {};
     bool has_groups = false;

@@ -12,6 +12,7 @@
 #include "runtime/native/drawwork/decimal_text.h"
 #include "runtime/native/drawwork/outline_maps.h"
 #include "runtime/native/formats/svg/svg_canvas.h"
+#include "runtime/native/formats/svg/svg_rehearsal.h"
 #include "runtime/native/formats/svg/svg_root.h"
 #include "runtime/native/imagework/limits.h"
 #include "runtime/native/imagework/picture_error.h"
@@ -96,7 +97,7 @@ void SvgFileDrawing::draw(drawwork::Canvas& canvas, const drawwork::Affine& plac
     SvgDrawing drawing{placing, m_width, m_height, settings.smooth, settings.smooth_text};
     const bool upright = placing.m12 == 0 && placing.m21 == 0 && placing.m11 > 0 && placing.m22 > 0;
     if (upright || canvas.context() == nullptr) {
-        return m_picture->draw(canvas, drawing);
+        return draw_in_time(*m_picture, document(), canvas, drawing);
     }
     // The library counts on a page that is neither turned nor mirrored: the document is put into one that is upright.
     const drawwork::RectD around =
@@ -109,13 +110,25 @@ void SvgFileDrawing::draw(drawwork::Canvas& canvas, const drawwork::Affine& plac
                                "the end of the SVG document cannot be found, which has to be "
                                "known to turn it");
         }
-        m_turned = svg_library().open({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+        m_turned_document.assign(text.begin(), text.end());
+        m_turned = svg_library().open(m_turned_document);
         m_turn = turn;
     }
     drawing.placing = drawwork::Affine::translation(around.x, around.y);
     drawing.width = around.width;
     drawing.height = around.height;
-    m_turned->draw(canvas, drawing);
+    draw_in_time(*m_turned, m_turned_document, canvas, drawing);
+}
+
+void SvgFileDrawing::draw_in_time(SvgPicture& picture, const std::vector<uint8_t>& document, drawwork::Canvas& canvas,
+                                  const SvgDrawing& drawing) {
+    const double scale = drawing.placing.largest_scale();
+    const double width = drawing.width * scale, height = drawing.height * scale;
+    if (width * height > m_rehearsed && needs_rehearsal(picture.filtering(), width, height)) {
+        rehearse(document, width, height);
+        m_rehearsed = width * height;
+    }
+    picture.draw(canvas, drawing);
 }
 
 std::vector<Ref<ImageBase>> SvgFileDrawing::embedded_images() {

@@ -37,13 +37,19 @@ class SvgFileDrawing final : public Drawing {
                                 const std::string& above = {}) const;
 
  private:
+    // Draws a picture of a document, unless that takes too long.
+    void draw_in_time(imagework::SvgPicture& picture, const std::vector<uint8_t>& document, drawwork::Canvas& canvas,
+                      const imagework::SvgDrawing& drawing);
+
     std::vector<uint8_t> m_file, m_document;
     bool m_packed = false;
     double m_width = 0, m_height = 0;
     std::unique_ptr<imagework::SvgPicture> m_picture;
     // The same turned or mirrored, as it was drawn last.
     drawwork::Affine m_turn;
+    std::vector<uint8_t> m_turned_document;
     std::unique_ptr<imagework::SvgPicture> m_turned;
+    double m_rehearsed = 0;  // pixels of the largest page that is known to be drawn in time
 };
 
 }  // namespace zelmor::embed

@@ -29,6 +29,8 @@ class SvgPicture {
     virtual ~SvgPicture() = default;
     // What is drawn, in pixels: for a document that does not tell its size.
     virtual drawwork::RectD ink() = 0;
+    // Nanoseconds that filters and masks may take for a pixel of the page, estimated from what the document says.
+    virtual double filtering() const = 0;
     virtual void draw(drawwork::Canvas& canvas, const SvgDrawing& drawing) = 0;
 };
 
