@@ -27,8 +27,8 @@ class CairoPdf final : public CairoDrawing<Document> {
         describe(CAIRO_PDF_METADATA_SUBJECT, settings.subject);
         describe(CAIRO_PDF_METADATA_KEYWORDS, settings.keywords);
     }
-    // A document that is given up: what the library writes at its end goes nowhere. It writes it here, since the context
-    // that keeps the surface lives longer than the members of this class.
+    // A document that is given up: what the library writes at its end goes nowhere. It writes it here, since the
+    // context, which keeps the surface, lives longer than the members of this class.
     ~CairoPdf() override {
         m_given_up = true;
         cairo_surface_finish(m_surface.get());
