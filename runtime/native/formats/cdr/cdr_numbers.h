@@ -1,4 +1,5 @@
-// Reads the numbers of CDR chunks, whose widths and units depend on the version of the file.
+// Reads the numbers of CDR chunks, whose widths and units depend on the version of the file. Their least byte comes
+// first: the library that draws refuses files with the other order.
 #ifndef ZELMOR_RUNTIME_NATIVE_FORMATS_CDR_CDR_NUMBERS_H
 #define ZELMOR_RUNTIME_NATIVE_FORMATS_CDR_CDR_NUMBERS_H
 
@@ -16,8 +17,8 @@ constexpr uint32_t kCdrLongNumbers = 600;  // 32 bits from here on, and 16 befor
 // CdrNumbers one after the other, in the form of the file's version.
 class CdrNumbers {
  public:
-    CdrNumbers(std::span<const uint8_t> data, uint32_t version, bool big_endian, uint64_t at = 0)
-        : m_in(data, big_endian), m_size(data.size()), m_version(version), m_at(at) {}
+    CdrNumbers(std::span<const uint8_t> data, uint32_t version, uint64_t at = 0)
+        : m_in(data), m_size(data.size()), m_version(version), m_at(at) {}
 
     bool ok() const { return m_in.ok(); }
     bool has(uint64_t count) const { return m_in.has(m_at, count); }

@@ -36,12 +36,11 @@ Value bytes_value(std::span<const uint8_t> bytes) {
 
 class ObjectMaker {
  public:
-    ObjectMaker(const RiffTree& tree, Ref<ManagedObject> document)
-        : m_big_endian(tree.big_endian), m_document(std::move(document)) {}
+    explicit ObjectMaker(Ref<ManagedObject> document) : m_document(std::move(document)) {}
 
     void take(const RiffChunk& root) {
         if (const RiffChunk* version = root.child("vrsn")) {
-            m_version = CdrNumbers(version->data, 0, m_big_endian).u16();
+            m_version = CdrNumbers(version->data, 0).u16();
         }
         set_property(*m_document, "Version", static_cast<int32_t>(m_version));
         children(root, m_document);
@@ -59,7 +58,7 @@ class ObjectMaker {
         return object;
     }
 
-    CdrNumbers numbers(const RiffChunk& chunk) const { return {chunk.data, m_version, m_big_endian}; }
+    CdrNumbers numbers(const RiffChunk& chunk) const { return {chunk.data, m_version}; }
 
     void children(const RiffChunk& chunk, const Ref<ManagedObject>& parent) {
         for (const RiffChunk& each : chunk.children) {
@@ -125,7 +124,7 @@ class ObjectMaker {
             const uint16_t id = in.u16();
             auto object = add(parent, objects::CdrStyd::kType);
             set_property(*object, "StyleId", static_cast<int32_t>(id));
-            adopt(object, m_styles.record(id, {in.rest(), m_version, m_big_endian}, m_version));
+            adopt(object, m_styles.record(id, {in.rest(), m_version}, m_version));
         } else if (chunk.id == "txsm" && has_known_styles()) {
             text(in, parent);
         } else if (has_known_styles()) {
@@ -222,10 +221,10 @@ class ObjectMaker {
         if (!in.ok() || count > chunk.data.size() / width) {
             return result;
         }
-        CdrNumbers place(chunk.data, m_version, m_big_endian, places);
+        CdrNumbers place(chunk.data, m_version, places);
         for (uint32_t i = 0; i < count; i++) {
             // Kinds stand in the opposite order.
-            CdrNumbers kind(chunk.data, m_version, m_big_endian, kinds + (count - 1 - i) * width);
+            CdrNumbers kind(chunk.data, m_version, kinds + (count - 1 - i) * width);
             result.push_back({kind.count(), place.count()});
         }
         return result;
@@ -235,7 +234,7 @@ class ObjectMaker {
         uint32_t type = 0;
         std::vector<double> values;
         for (const Part& part : parts(chunk, type)) {
-            CdrNumbers in(chunk.data, m_version, m_big_endian, part.at);
+            CdrNumbers in(chunk.data, m_version, part.at);
             if (m_version >= 1300) {
                 in.skip(8);
             }
@@ -247,13 +246,12 @@ class ObjectMaker {
                 in.skip(6);
             }
             for (int i = 0; i < 6; i++) {
-                // Moves are lengths.
+                // Moves are in the unit of lengths, but always as long as the other numbers.
                 const bool moves = i % 3 == 2;
-                if (m_version >= 500) {
-                    values.push_back(in.real() / (moves ? (m_version < kCdrLongNumbers ? 1000.0 : 254000.0) : 1));
-                } else {
-                    values.push_back(moves ? in.length() : static_cast<int32_t>(in.u32()) / 65536.0);
-                }
+                const bool floats = m_version >= 500;
+                const double number = floats ? in.real() : static_cast<int32_t>(in.u32());
+                const double unit = m_version < kCdrLongNumbers ? 1000.0 : 254000.0;
+                values.push_back(number / (moves ? unit : floats ? 1 : 65536.0));
             }
             if (!in.ok()) {
                 return;
@@ -272,7 +270,7 @@ class ObjectMaker {
         if (coordinates == found.end()) {
             return;
         }
-        CdrNumbers in(chunk.data, m_version, m_big_endian, coordinates->at);
+        CdrNumbers in(chunk.data, m_version, coordinates->at);
         Ref<ManagedObject> object;
         switch (type) {
             case 0x01:
@@ -307,7 +305,7 @@ class ObjectMaker {
                 return;  // of a kind that the API has no class for
         }
         for (const Part& part : found) {
-            CdrNumbers number(chunk.data, m_version, m_big_endian, part.at);
+            CdrNumbers number(chunk.data, m_version, part.at);
             const char* property = part.kind == 0x14   ? "FillId"
                                    : part.kind == 0x0A ? "OutlineId"
                                    : part.kind == 0xC8 ? "StyleId"
@@ -405,7 +403,6 @@ class ObjectMaker {
 
     static constexpr uint32_t kStyleTables = 700;  // all styles in one piece from here on, chunks of their own before
 
-    bool m_big_endian;
     CdrStyles m_styles;
     Ref<ManagedObject> m_document;
     uint32_t m_version = 0;
@@ -432,7 +429,7 @@ Ref<ManagedObject> cdr_document(std::span<const uint8_t> file) {
         file = part;
     }
     const RiffTree tree = riff_tree(file);
-    ObjectMaker(tree, document).take(tree.root);
+    ObjectMaker(document).take(tree.root);
     return document;
 }
 
