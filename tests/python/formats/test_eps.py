@@ -97,7 +97,7 @@ def test_the_preview_among_the_comments(tmp_path: Path) -> None:
     image = interchange(data)
     assert image.has_raster_preview and (image.preview_width, image.preview_height) == (12, 2)
     preview = image.raster_preview
-    assert (preview.width, preview.height) == (12, 2)
+    assert (preview.width, preview.height, preview.bits_per_pixel) == (12, 2, 8)
     preview.save(str(tmp_path / "a.png"))
     pixels = np.asarray(Pillow.open(tmp_path / "a.png").convert("L"))
     assert pixels.tolist() == [[0] * 9 + [255] * 3, [255] * 9 + [0] + [255] * 2]

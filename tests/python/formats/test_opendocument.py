@@ -335,6 +335,22 @@ def test_the_font_of_the_nearest_style_counts(tmp_path: Path) -> None:
     assert not np.array_equal(text("", 'style:font-name="DejaVu Sans"'), mono)
 
 
+@pytest.mark.parametrize("family", ["DejaVu Sans Mono", "'DejaVu Sans Mono'", "&quot;DejaVu Sans Mono&quot;"])
+def test_the_family_that_a_declared_font_has(family: str, tmp_path: Path) -> None:
+    """With or without quotation marks."""
+    def text(font: str, declared: str) -> Any:
+        styles = ('<style:style style:name="S" style:family="paragraph"><style:text-properties fo:font-size="20pt" '
+                  f'{font}/></style:style>')
+        file = fodg('<draw:frame svg:width="90px" svg:height="70px"><draw:text-box><text:p text:style-name="S">Iiil'
+                    '</text:p></draw:text-box></draw:frame>', styles=styles).decode()
+        fonts = f'<office:font-face-decls><style:font-face style:name="F" svg:font-family="{declared}"/>'
+        return drawn(file.replace("<office:styles/>", f"{fonts}</office:font-face-decls><office:styles/>")
+                     .encode(), tmp_path)
+    declared = text('style:font-name="F"', family)
+    assert np.array_equal(declared, text('fo:font-family="DejaVu Sans Mono"', family))
+    assert not np.array_equal(declared, text('fo:font-family="DejaVu Sans"', family))
+
+
 # ---- Tables and scenes
 
 

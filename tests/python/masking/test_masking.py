@@ -221,6 +221,25 @@ def test_strokes_are_places_of_the_image_and_not_of_its_area() -> None:
     assert {point.x for point in options.default_background_strokes} >= {20, 79}
 
 
+@pytest.mark.parametrize(("width", "height"), [(5, 4), (2, 2), (3, 2), (2, 3), (5, 1), (1, 5), (1, 1), (6, 3)])
+def test_the_edge_of_a_small_picture_is_its_background(width: int, height: int) -> None:
+    """Every place of it once, clockwise from the corner."""
+    pixels = np.full((height, width, 3), 40, np.uint8)
+    pixels[height // 2, width // 2] = 220
+    options = AutoMaskingGraphCutOptions()
+    options.calculate_default_strokes = True
+    options.assumed_objects = [AssumedObjectData(DetectedObjectType.OTHER, Rectangle(0, 0, width, height))]
+    ImageMasking(image(pixels)).decompose(options)
+    right, bottom = width - 1, height - 1
+    corners = [(0, 0), (right, 0), (right, bottom), (0, bottom), (0, 0)]
+    expected: list[tuple[int, int]] = []
+    for (x, y), (to_x, to_y) in zip(corners, corners[1:], strict=False):
+        steps = max(abs(to_x - x), abs(to_y - y))
+        expected += [(x + (to_x - x) * i // steps, y + (to_y - y) * i // steps) for i in range(steps)]
+    found = [(point.x, point.y) for point in options.default_background_strokes]
+    assert found == list(dict.fromkeys(expected or [(0, 0)]))
+
+
 # ---- Clusters
 
 BLOBS = {RED: disk(25, 36, 14), GREEN: disk(70, 30, 12)}

@@ -139,7 +139,7 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
 
     "mix": (FILLED + RECTANGLE + emf_record(20, words(7)) + brush(2, GREEN) + box(43, 40, 40, 81, 81),
             {(30, 30): RED, (50, 50): 0xFFFF00, (70, 70): 0xFF00FF}),
-    "mix of a line": (emf_record(20, words(6)) + pen(2, BLUE, 3) + points32(4, [(10, 40), (80, 40)]),
+    "mix of a line": (emf_record(20, words(6)) + emf_record(25, words(colorref(GREEN))) + pen(2, BLUE, 3) + points32(4, [(10, 40), (80, 40)]),
                       {(40, 40): BLACK, (40, 50): WHITE}),
     "hatch": (select(NULL_PEN) + brush(1, RED, 2, 0) + emf_record(18, words(1)) + box(43, 0, 0, 97, 97),
               {(40, 0): RED, (40, 8): RED, (40, 4): WHITE}),
@@ -154,12 +154,12 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
                               + emf_record(25, words(colorref(GREEN)))
                               + emf_record(93, words(1, 0, 32, 48, 80, 8) + MASK[0] + MASK[1]) + select(1)
                               + box(43, 0, 0, 97, 97), {(0, 0): GREEN, (1, 0): BLUE, (0, 1): BLUE, (1, 1): GREEN}),
-    "dashes": (emf_record(18, words(1)) + pen(2, BLUE, 0, 1) + points32(4, [(0, 40), (95, 40)]),
-               {(5, 40): BLUE, (20, 40): WHITE, (30, 40): BLUE}),
+    "dashes": (emf_record(18, words(1)) + emf_record(25, words(colorref(GREEN))) + pen(2, BLUE, 0, 1)
+               + points32(4, [(0, 40), (95, 40)]), {(5, 40): BLUE, (20, 40): WHITE, (30, 40): BLUE}),
     "gaps with a background": (pen(2, BLUE, 0, 1) + emf_record(25, words(colorref(GREEN)))
                                + points32(4, [(0, 40), (95, 40)]), {(5, 40): BLUE, (20, 40): GREEN}),
-    "own dashes": (extended_pen(2, BLUE, 4, 0x10207, (20, 10)) + points32(4, [(0, 40), (95, 40)]),
-                   {(10, 40): BLUE, (25, 40): WHITE, (35, 40): BLUE}),
+    "own dashes": (emf_record(25, words(colorref(GREEN))) + extended_pen(2, BLUE, 4, 0x10207, (20, 10))
+                   + points32(4, [(0, 40), (95, 40)]), {(10, 40): BLUE, (25, 40): WHITE, (35, 40): BLUE}),
     "square ends": (extended_pen(2, BLUE, 10, 0x10100) + points32(4, [(20, 40), (60, 40)]),
                     {(16, 40): BLUE, (64, 40): BLUE, (16, 37): BLUE}),
     "flat ends": (extended_pen(2, BLUE, 10, 0x10200) + points32(4, [(20, 40), (60, 40)]),

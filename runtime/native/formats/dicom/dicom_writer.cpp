@@ -392,7 +392,7 @@ DicomForm dicom_form_of_rows(const RowsHeader& header, const DicomEncoding& enco
     result.height = header.height;
     result.samples = form.color == ColorModel::kRgb ? 3 : 1;
     result.allocated = static_cast<int>(8 * sample_size(form.sample));
-    result.stored = form.color == ColorModel::kIndexed || form.bits < 8 ? 8 : result.allocated;
+    result.stored = result.allocated;
     result.is_signed =
         form.sample == SampleType::kInt8 || form.sample == SampleType::kInt16 || form.sample == SampleType::kInt32;
     result.palette = header.palette;
