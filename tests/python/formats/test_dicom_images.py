@@ -11,6 +11,7 @@ import numpy as np
 import pydicom
 import pytest
 from PIL import Image as Pillow
+from pydicom.datadict import DicomDictionary
 from zelmor.imaging import (Color, FileFormat, Image, LoadOptions, RasterImage, Rectangle, ResizeType,
                             ResolutionSetting, RotateFlipType)
 from zelmor.imaging.fileformats.dicom import ColorType, Compression, CompressionType, DicomImage, DicomPage
@@ -109,6 +110,19 @@ def test_the_lines_name_all_elements_that_another_program_lists() -> None:
     at = wanted.index("(0008,2218)")
     assert lines[at:at + 3] == ["(0008,2218) SQ Anatomic Region Sequence:", ">(0008,0100) SH (unknown): T-D3000",
                                 ">(0029,1010) UN (private): <2 bytes>"]
+
+
+def test_names_and_types_are_those_of_the_dictionary() -> None:
+    """Of a file with all elements of another program's dictionary and without types, which come from the names then."""
+    kept = {0x7FE00008, 0x7FE00009, *range(0x00280002, 0x00280104)}  # of other samples, and those of the picture
+    more = [(tag, "UN", b"") for tag in DicomDictionary if 0x00030000 < tag < 0x7FE00010 and tag not in kept]
+    lines = list(opened(picture(DEEP, syntax=IMPLICIT, more=more)).file_info.dicom_info)
+    assert len(lines) > len(more) > 4000
+    named = [line for line in lines if "(unknown)" not in line and "(private)" not in line]
+    for line in named:
+        kinds, _, name, *_ = DicomDictionary[int(line[1:5] + line[6:10], 16)]
+        assert line[12:14] in kinds.split(" or ") and line[15:].startswith(f"{name}:"), line
+    assert len(named) == 177
 
 
 def test_windows_of_frames_stand_in_sequences() -> None:

@@ -28,6 +28,10 @@ SQUARE = wmf_record(0x0324, 4, 20, 20, 60, 20, 60, 60, 20, 60)
 ALL = wmf_record(0x041B, 97, 97, 0, 0)
 FOUR = bitmap_header(2, 2, 24) + rows24([[RED, GREEN], [BLUE, BLACK]])
 OLD = struct.pack("<4H2B", 0, 2, 2, 2, 1, 1) + bytes([0x80, 0, 0x40, 0])
+#: Of 20 by 2 pixels, and of two pixels of true colors.
+WIDE = struct.pack("<4H2B", 0, 20, 2, 4, 1, 1) + bytes([0x81, 0x80, 0x10, 0, 0xFE, 0x7E, 0x7F, 0])
+OLD_24 = struct.pack("<4H2B", 0, 2, 1, 6, 1, 24) + bytes([0, 0, 255, 3, 2, 1])
+OLD_32 = struct.pack("<4H2B", 0, 2, 1, 8, 1, 32) + bytes([0, 255, 0, 0, 3, 2, 1, 0])
 REGION = wmf_record(0x06FF, 0, 6, 0, 0, 0, 1, 2, 20, 20, 60, 60, 2, 20, 60, 20, 60, 2)
 
 CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
@@ -85,6 +89,13 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
                                    {(20, 20): BLACK, (60, 60): WHITE}),
     "old bitmap": (wmf_record(0x0B23, 0x20, 0xCC, 2, 2, 0, 0, 40, 40, 20, 20, data=OLD),
                    {(25, 25): WHITE, (55, 25): BLACK, (25, 55): BLACK, (55, 55): WHITE}),
+    "old bitmap of two colors": (wmf_record(0x0B23, 0x20, 0xCC, 2, 20, 0, 0, 2, 20, 20, 20, data=WIDE),
+                                 {**{(20 + x, 20): WHITE if x in (0, 7, 8, 19) else BLACK for x in range(20)},
+                                  **{(20 + x, 21): BLACK if x in (7, 8, 15, 16) else WHITE for x in range(20)}}),
+    "old bitmap of true colors": (wmf_record(0x0B23, 0x20, 0xCC, 1, 2, 0, 0, 40, 40, 20, 20, data=OLD_24),
+                                  {(25, 40): RED, (55, 40): 0x010203}),
+    "old bitmap of 32 bits": (wmf_record(0x0B23, 0x20, 0xCC, 1, 2, 0, 0, 40, 40, 20, 20, data=OLD_32),
+                              {(25, 40): GREEN, (55, 40): 0x010203}),
     "bitmap to the device": (wmf_record(0x0D33, 0, 2, 0, 0, 0, 2, 2, 30, 20, data=FOUR),
                              {(20, 30): RED, (21, 30): GREEN, (20, 31): BLUE}),
 }

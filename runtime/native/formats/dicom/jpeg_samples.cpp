@@ -188,10 +188,7 @@ struct Codestream {
 // The segments up to that marker.
 Codestream look_at(const ByteReader& in) {
     uint64_t at = 2;
-    for (int segments = 0; segments < 1000; segments++) {
-        if (in.u8(at) != 0xFF) {
-            break;
-        }
+    while (in.u8(at) == 0xFF && in.ok()) {
         const uint8_t marker = in.u8(at + 1);
         if (marker == 0xFF) {
             at++;
@@ -203,9 +200,6 @@ Codestream look_at(const ByteReader& in) {
             return {marker, in.u8(at + 4)};
         }
         at += 2 + uint64_t{in.u16(at + 2)};
-        if (!in.ok()) {
-            break;
-        }
     }
     dicom_damaged("a frame has no header");
 }
@@ -241,15 +235,11 @@ std::unique_ptr<StoredSamples> jpeg2000_samples(const SharedSource& frame, const
     constexpr std::string_view kCodingStyle("\xFF\x52", 2);
     bool transformed = true;
     uint64_t segment = at + 2;
-    for (int i = 0; i < 100; i++) {
-        if (in.starts_with(segment, kCodingStyle)) {
-            transformed = in.u8(segment + 8) != 0;
-            break;
-        }
+    while (in.u8(segment) == 0xFF && in.ok() && !in.starts_with(segment, kCodingStyle)) {
         segment += 2 + uint64_t{in.u16(segment + 2)};
-        if (!in.ok()) {
-            break;
-        }
+    }
+    if (in.starts_with(segment, kCodingStyle)) {
+        transformed = in.u8(segment + 8) != 0;
     }
     const SharedFrames frames = decoders.jpeg2000(frame, options);
     return std::make_unique<Jpeg2000Samples>(frames, header, bits, header.samples == 3 && !transformed);

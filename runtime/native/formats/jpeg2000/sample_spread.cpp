@@ -128,13 +128,15 @@ void ycc_to_rgb(const SampleSpread& luminance, const SampleSpread& blue, const S
         // NOLINTNEXTLINE(bugprone-incorrect-roundings)
         return static_cast<int32_t>(static_cast<int64_t>(scaled + 0.5) - spread.offset());
     };
-    for (size_t i = 0; i < samples[0].size(); i++) {
-        const auto y = static_cast<double>(samples[0][i] + luminance.offset());
-        const double cb = difference(blue, samples[1][i]);
-        const double cr = difference(red, samples[2][i]);
-        samples[0][i] = static_cast<int32_t>(clipped(y + 1.402 * cr, luminance.top()) - luminance.offset());
-        samples[1][i] = back(blue, luminance, clipped(y - 0.344136 * cb - 0.714136 * cr, luminance.top()));
-        samples[2][i] = back(red, luminance, clipped(y + 1.772 * cb, luminance.top()));
+    auto second = samples[1].begin();
+    auto third = samples[2].begin();
+    for (int32_t& first : samples[0]) {
+        const auto y = static_cast<double>(first + luminance.offset());
+        const double cb = difference(blue, *second);
+        const double cr = difference(red, *third);
+        first = static_cast<int32_t>(clipped(y + 1.402 * cr, luminance.top()) - luminance.offset());
+        *second++ = back(blue, luminance, clipped(y - 0.344136 * cb - 0.714136 * cr, luminance.top()));
+        *third++ = back(red, luminance, clipped(y + 1.772 * cb, luminance.top()));
     }
 }
 

@@ -29,9 +29,9 @@ struct WmfHeader {
     uint16_t type = 1;  // 1 in memory, 2 in a file
     uint16_t header_size = 9;
     uint16_t version = 0x300;
-    uint32_t size = 0;  // in words, like those above and below
-    uint16_t object_count = 0;
-    uint32_t largest_record = 0;
+    uint32_t size{};  // in words, like those above and below; counted when the file is written
+    uint16_t object_count{};
+    uint32_t largest_record{};
     uint16_t member_count = 0;
 };
 

@@ -15,7 +15,6 @@ namespace zelmor::imagework {
 
 std::string take_vips_error(const vips::VError& error) {
     std::string text = error.what();
-    vips_error_clear();
     while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) {
         text.pop_back();
     }

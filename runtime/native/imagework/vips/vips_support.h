@@ -15,7 +15,7 @@
 
 namespace zelmor::imagework {
 
-// The text of the library's error without its line breaks; the library's own log of errors is emptied.
+// The text of the library's error without its line breaks.
 std::string take_vips_error(const vips::VError& error);
 
 // Runs a step of the library; its error becomes a PictureError of the kind given, behind the words given. The library's
