@@ -10,12 +10,13 @@ from typing import Any
 import numpy as np
 import pydicom
 import pytest
+from PIL import Image as Pillow
 from zelmor.imaging import DataRecoveryMode, FileFormat, Image, LoadOptions, RasterImage
 from zelmor.imaging.fileformats.dicom import DicomImage
 
 from support.arrays import Pixels
 from support.dicom_files import (BIG_ENDIAN, DEFLATED, EXPLICIT, IMPLICIT, compressed, element, file_of,
-                                 palette_elements, picture, words)
+                                 palette_elements, picture, run, words)
 from support.image_oracles import managed_error, raster
 
 HEIGHT, WIDTH = 37, 46
@@ -239,6 +240,26 @@ def test_frames_with_a_loss_are_what_other_programs_decode(tmp_path: Path, kind:
     image = loaded(path)
     found = shown(image) if PLAIN[kind][1].ndim == 3 else gray(image)
     assert np.abs(found - decoded(path, *back)).max() <= tolerance
+
+
+@pytest.mark.parametrize("comments", [0, 1, 150])
+@pytest.mark.parametrize("transformed", [False, True])
+def test_a_codestream_tells_whether_its_colors_were_changed(tmp_path: Path, transformed: bool, comments: int) -> None:
+    """In a segment behind any number of others. Colors that were not are luminance and differences, as the file says;
+    the decoder has turned back all others."""
+    Pillow.fromarray(colors(waves)).save(tmp_path / "a.ppm")
+    run("opj_compress", "-i", str(tmp_path / "a.ppm"), "-o", str(tmp_path / "a.j2k"), "-mct", str(int(transformed)))
+    coded = (tmp_path / "a.j2k").read_bytes()
+    at = 4 + struct.unpack_from(">H", coded, 4)[0]  # behind the size
+    coded = coded[:at] + b"\xff\x64\0\6\0\1ab" * comments + coded[at:]
+    coded += b"\0" * (len(coded) % 2)
+    pieces = struct.pack("<HHIHHI", 0xFFFE, 0xE000, 0, 0xFFFE, 0xE000, len(coded)) + coded
+    pieces += struct.pack("<HHI", 0xFFFE, 0xE0DD, 0)
+    data = picture(colors(waves), "YBR_FULL", syntax="1.2.840.10008.1.2.4.90", raw=b"")
+    whole = struct.pack("<HH2sHI", 0x7FE0, 0x0010, b"OB", 0, 0xFFFFFFFF) + pieces
+    found = shown(loaded(data[:data.index(b"\xe0\x7f\x10\0")] + whole))
+    expected = colors(waves).astype(int) * 257 if transformed else shown(loaded(picture(colors(waves), "YBR_FULL")))
+    assert np.abs(found - expected).max() <= 257
 
 
 @pytest.mark.parametrize("command", [("dcmcrle",), ("dcmcjpeg", "+e1"), ("dcmcjpls",), ("gdcmconv", "--j2k"),

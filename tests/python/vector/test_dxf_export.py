@@ -13,7 +13,7 @@ from zelmor.imaging.imageoptions import DxfOptions, PngOptions
 
 from support.drawn_documents import CONTENTS, HEIGHT, WIDTH, difference, document, drawn, rgba
 from support.dxf_files import document as shown
-from support.dxf_files import figures, require_sound
+from support.dxf_files import blocks, figures, pairs, require_sound, sections
 from support.image_oracles import managed_error, noise
 from support.metafiles import bitmap_header, emf, rows24, stretch_dib
 
@@ -47,6 +47,92 @@ def test_figures(name: str, kinds: list[str], tolerance: float) -> None:
     require_sound(text)
     assert names(text) == kinds
     assert difference(drawn(shown(text, WIDTH, HEIGHT)), drawn(data)) < tolerance
+
+
+def named_records(text: str) -> dict[tuple[str, str], dict[int, list[str]]]:
+    """What stands around the figures, by kind and name, but for handles, owners and the names of subclasses."""
+    found: dict[tuple[str, str], dict[int, list[str]]] = {}
+    for name in ("TABLES", "BLOCKS", "OBJECTS"):
+        for kind, own in blocks(sections(pairs(text))[name]):
+            values: dict[int, list[str]] = {}
+            for code, value in own:
+                if code not in (5, 105, 330, 100):
+                    values.setdefault(code, []).append(value)
+            found[kind, values.pop(2, [str(len(found))])[0]] = values
+    return found
+
+
+def test_what_stands_around_the_figures() -> None:
+    """The tables and dictionaries that a reader wants, with what the reference says of an entry that nobody changed."""
+    text = saved(loaded(document(CONTENTS["strokes"])))
+    found = named_records(text)
+    plain = {70: ["0"]}
+    numbers = {name: int(values[70][0]) for (kind, name), values in found.items() if kind == "TABLE"}
+    assert numbers == {"VPORT": 1, "LTYPE": 3, "LAYER": 1, "STYLE": 1, "VIEW": 0, "UCS": 0, "APPID": 1, "DIMSTYLE": 1,
+                       "BLOCK_RECORD": 2}
+    for kind, count in numbers.items():
+        assert len([name for known, name in found if known == kind]) == count
+    assert found["VPORT", "*Active"] == {
+        **plain, 10: ["0.0"], 20: ["0.0"], 11: ["1.0"], 21: ["1.0"], 12: [f"{WIDTH / 2}"], 22: [f"{HEIGHT / 2}"],
+        40: [f"{HEIGHT:.1f}"], 41: [f"{WIDTH / HEIGHT:.6f}".rstrip("0")]}
+    for name in ("ByBlock", "ByLayer", "Continuous"):  # without dashes; 65 is the only alignment
+        assert found["LTYPE", name] == {**plain, 3: [""], 72: ["65"], 73: ["0"], 40: ["0.0"]}
+    styles = {each: values for (kind, each), values in found.items() if kind == "ACDBPLACEHOLDER"}
+    handles = {kind: dict(own)[5] for kind, own in blocks(sections(pairs(text))["OBJECTS"])}
+    assert list(styles.values()) == [{}]
+    # White or black, of the usual weight, and the style of plots that the dictionary calls normal.
+    assert found["LAYER", "0"] == {**plain, 62: ["7"], 6: ["Continuous"], 370: ["-3"],
+                                   390: [handles["ACDBPLACEHOLDER"]]}
+    assert found["STYLE", "Standard"] == {**plain, 40: ["0.0"], 41: ["1.0"], 50: ["0.0"], 71: ["0"], 42: ["1.0"],
+                                          3: ["txt"], 4: [""]}
+    assert found["APPID", "ACAD"] == found["DIMSTYLE", "Standard"] == plain
+    for name in ("*Model_Space", "*Paper_Space"):
+        assert found["BLOCK_RECORD", name] == {340: ["0"]}
+        assert found["BLOCK", name] == {8: ["0"], **plain, 10: ["0.0"], 20: ["0.0"], 30: ["0.0"], 3: [name], 1: [""]}
+    ends = [values for (kind, _), values in found.items() if kind == "ENDBLK"]
+    assert ends == [{8: ["0"]}] * 2
+    dictionaries = [values for (kind, _), values in found.items() if "DICTIONARY" in kind]
+    own = [dict(own)[5] for kind, own in blocks(sections(pairs(text))["OBJECTS"]) if kind == "DICTIONARY"]
+    assert dictionaries == [
+        {281: ["1"], 3: ["ACAD_GROUP", "ACAD_PLOTSTYLENAME"], 350: [own[1], handles["ACDBDICTIONARYWDFLT"]]},
+        {281: ["1"]}, {281: ["1"], 3: ["Normal"], 350: [handles["ACDBPLACEHOLDER"]],
+                       340: [handles["ACDBPLACEHOLDER"]]}]
+    header = sections(pairs(text))["HEADER"]
+    places = {value: dict(header[i + 1:i + 4]) for i, (code, value) in enumerate(header)
+              if value in ("$EXTMIN", "$EXTMAX")}
+    assert places == {"$EXTMIN": {10: "0.0", 20: "0.0", 30: "0.0"},
+                      "$EXTMAX": {10: f"{WIDTH:.1f}", 20: f"{HEIGHT:.1f}", 30: "0.0"}}
+    assert header[header.index((9, "$INSUNITS")) + 1] == (70, "0")
+    assert header[header.index((9, "$DWGCODEPAGE")) + 1] == (3, "ANSI_1252")
+
+
+#: The colors that have a number; 7 is black on white and white on black.
+NUMBERED = {1: "#ff0000", 2: "#ffff00", 3: "#00ff00", 4: "#00ffff", 5: "#0000ff", 6: "#ff00ff", 8: "#808080"}
+
+
+@pytest.mark.parametrize(("color", "number"), [
+    *[(color, number) for number, color in NUMBERED.items()], ("#000", 7), ("#fff", 7), ("#f20d0d", 1), ("#0000f0", 5),
+    ("#787888", 8), ("#e1ff1e", 2), ("#1ee1ff", 4), ("#1eff00", 3), ("#e110e8", 6), ("#010101", 8)])
+def test_the_nearest_color_that_has_a_number(color: str, number: int) -> None:
+    figure, = figures(saved(loaded(document(f'<rect x="9" y="9" width="20" height="20" fill="{color}"/>'))))
+    digits = color[1:] if len(color) > 4 else "".join(2 * digit for digit in color[1:])
+    assert (figure.one(62), figure.one(420)) == (str(number), str(int(digits, 16)))
+
+
+WEIGHTS = [0, 5, 9, 13, 15, 18, 20, 25, 30, 35]
+
+
+@pytest.mark.parametrize("weight", WEIGHTS[1:])
+def test_the_nearest_weight_of_a_line(weight: int) -> None:
+    """Hundredths of a millimeter, of those that the format has: a bit more, a bit less, and on both sides of a middle."""
+    def weight_of(hundredths: float) -> int:
+        line = ('<path d="M10 10C40 90 80 -40 110 80" fill="none" stroke="#000" '
+                f'stroke-width="{hundredths * 96 / 2540}"/>')
+        return int(figures(saved(loaded(document(line))))[0].one(370))
+    below = WEIGHTS[WEIGHTS.index(weight) - 1]
+    middle = (weight + below) / 2
+    assert weight_of(weight) == weight_of(middle + 0.2) == weight
+    assert weight_of(middle - 0.2) == below
 
 
 def test_thin_curves_are_splines() -> None:
