@@ -15,7 +15,7 @@ from support.arrays import Pixels
 IMPLICIT, EXPLICIT = "1.2.840.10008.1.2", "1.2.840.10008.1.2.1"
 DEFLATED, BIG_ENDIAN = "1.2.840.10008.1.2.1.99", "1.2.840.10008.1.2.2"
 
-_LONG = {"OB", "OD", "OF", "OL", "OV", "OW", "SQ", "UC", "UN", "UR", "UT"}
+_LONG = {"OB", "OD", "OF", "OL", "OV", "OW", "SQ", "SV", "UC", "UN", "UR", "UT", "UV"}
 
 #: An element: its tag, its type and its value.
 Element = tuple[int, str, bytes]
