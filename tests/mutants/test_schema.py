@@ -5,6 +5,7 @@ from __future__ import annotations
 import os
 import shutil
 import subprocess
+import sys
 from pathlib import Path
 
 import pytest
@@ -123,6 +124,20 @@ def test_the_places_that_a_program_reaches_are_recorded(tmp_path: Path) -> None:
     reached.write_bytes(bytes(len(found) + 1))
     assert run(program, ZELMOR_MUTANTS_REACHED=str(reached)) == (0, b"")
     assert {found[number].line for number, seen in enumerate(reached.read_bytes()) if seen} == {1, 3}
+
+
+@pytest.mark.skipif(shutil.which("c++") is None, reason="there is no compiler")
+def test_a_helper_without_an_environment_runs_the_change_of_its_parent(tmp_path: Path) -> None:
+    program = build(tmp_path, schema("int main() { return 1; }\n", numbered("int main() { return 1; }\n")).text)
+    assert program is not None
+    reached = tmp_path / "reached"
+    reached.write_bytes(bytes(9))
+    parent = "import subprocess, sys; sys.exit(subprocess.run([sys.argv[1]], env={}).returncode)"
+    for number, code in (("0", 1), ("1", 2), ("2", 0)):
+        done = subprocess.run([sys.executable, "-c", parent, str(program)], env={
+            **os.environ, "ZELMOR_MUTANT": number, "ZELMOR_MUTANTS_REACHED": str(reached)})
+        assert done.returncode == code
+    assert reached.read_bytes()[1:3] == b"\1\1"
 
 
 def test_a_body_stands_there_again() -> None:

@@ -8,6 +8,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #include <cstdlib>
+#include <fstream>
+#include <string>
 
 // Of what only earns a warning, the most frequent: a source that fails for one is compiled a second time (compile.sh).
 #pragma GCC diagnostic ignored "-Wparentheses"
@@ -20,11 +22,26 @@
 
 namespace zelmor_mutants {
 
+// A variable of the environment; empty if it is not set. The runtime starts its helper programs without an environment,
+// so that theirs is that of the process that started them.
+inline std::string variable(const std::string& name) {
+    if (const char* const text = std::getenv(name.c_str())) {
+        return text;
+    }
+    std::ifstream parent("/proc/" + std::to_string(::getppid()) + "/environ");
+    for (std::string entry; ::environ[0] == nullptr && std::getline(parent, entry, '\0');) {
+        if (entry.rfind(name + '=', 0) == 0) {
+            return entry.substr(name.size() + 1);
+        }
+    }
+    return {};
+}
+
 // The file named by ZELMOR_MUTANTS_REACHED has a byte for each change, which becomes 1 when its place is reached. A
 // file, because tests start processes of their own; mapped, because some of these are ended by force.
 inline char* reached_file() {
-    const char* const path = std::getenv("ZELMOR_MUTANTS_REACHED");
-    const int file = path == nullptr ? -1 : ::open(path, O_RDWR | O_CLOEXEC);
+    const std::string path = variable("ZELMOR_MUTANTS_REACHED");
+    const int file = path.empty() ? -1 : ::open(path.c_str(), O_RDWR | O_CLOEXEC);
     if (file < 0) {
         return nullptr;
     }
@@ -34,17 +51,24 @@ inline char* reached_file() {
     return bytes == MAP_FAILED ? nullptr : static_cast<char*>(bytes);
 }
 
-// Whether ZELMOR_MUTANT names this change. The environment is read once in each shared object.
+// The environment is read once in each shared object.
+struct Choice {
+    int number = std::atoi(variable("ZELMOR_MUTANT").c_str());
+    char* reached = reached_file();
+};
+inline const Choice& choice() {
+    static const Choice made;
+    return made;
+}
+// Before a helper program limits itself, which keeps it from opening files.
+inline const Choice& at_start = choice();
+
+// Whether ZELMOR_MUTANT names this change.
 inline bool chosen(int number) {
-    static const int selected = [] {
-        const char* const text = std::getenv("ZELMOR_MUTANT");
-        return text == nullptr ? 0 : std::atoi(text);
-    }();
-    static char* const reached = reached_file();
-    if (reached != nullptr) {
-        reached[number] = 1;
+    if (choice().reached != nullptr) {
+        choice().reached[number] = 1;
     }
-    return selected == number;
+    return choice().number == number;
 }
 
 // One of two constants, as whatever type the place has: a list in braces takes no int for a narrower field.
