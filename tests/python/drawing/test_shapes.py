@@ -301,6 +301,12 @@ def test_flattening_and_widening() -> None:
     assert made and polygon.is_closed
     for p in polygon.points:
         assert math.hypot(p.x - 50, p.y - 50) == pytest.approx(50, abs=0.1)
+    usual = path_of(EllipseShape(RectangleF(0, 0, 100, 100)))
+    usual.flatten()
+    (shape,) = usual.figures[0].shapes
+    points = PolygonShape._cast_to(shape).value.points
+    assert len(list(points)) > 8
+    assert max(abs(math.hypot(p.x - 50, p.y - 50) - 50) for p in points) < 0.3
     path.widen(Pen(Color.black, 10.0))
     assert path.fill_mode == FillMode.WINDING
     assert path.is_visible(PointF(2, 50)) and path.is_visible(PointF(-3, 50)) and not path.is_visible(PointF(50, 50))

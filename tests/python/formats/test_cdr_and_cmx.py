@@ -176,6 +176,12 @@ def test_the_texts_of_a_cdr_document() -> None:
     assert list(text.char_descriptions) == [2] * 5
     document = cast(CdrImage, Image.load(io.BytesIO(data))).cdr_document
     assert [each.text for each in document.text_collection.get_text(21)] == ["Words"]
+    # As many letters as it says, whatever comes behind; fewer where they end before.
+    for rest, expected in ((bytes(range(1, 41)), "Words"), (None, "Word")):
+        chunk_data = cdr_text(21, b"Words")[8:]
+        chunk_data = chunk_data + rest if rest else chunk_data[:-8]
+        data = cdr(cdr_rectangle(-0.5, -0.25, 1, 0.5, 1), more=chunk(b"txsm", chunk_data))
+        assert [each.text for each in objects_of(data, CdrText)] == [expected]
     assert list(document.text_collection.get_text(22)) == []
 
 

@@ -242,6 +242,30 @@ def test_frames_with_a_loss_are_what_other_programs_decode(tmp_path: Path, kind:
     assert np.abs(found - decoded(path, *back)).max() <= tolerance
 
 
+@pytest.mark.parametrize("signed_header", [False, True])
+@pytest.mark.parametrize("signed", [False, True])
+def test_signs_of_a_codestream_and_of_the_file(tmp_path: Path, signed: bool, signed_header: bool) -> None:
+    """A sample is the number that the codestream has, as far as the file can tell it."""
+    samples = (waves(8) - 128 if signed else waves(8)).astype(np.int8 if signed else np.uint8)
+    (tmp_path / "a.raw").write_bytes(samples.tobytes())
+    run("opj_compress", "-i", str(tmp_path / "a.raw"), "-o", str(tmp_path / "a.j2k"), "-F",
+        f"{WIDTH},{HEIGHT},1,8,{'s' if signed else 'u'}")
+    coded = (tmp_path / "a.j2k").read_bytes()
+    coded += b"\0" * (len(coded) % 2)
+    pieces = struct.pack("<HHIHHI", 0xFFFE, 0xE000, 0, 0xFFFE, 0xE000, len(coded)) + coded
+    pieces += struct.pack("<HHI", 0xFFFE, 0xE0DD, 0)
+    data = picture(samples.astype(np.int8 if signed_header else np.uint8), syntax="1.2.840.10008.1.2.4.90", raw=b"")
+    whole = struct.pack("<HH2sHI", 0x7FE0, 0x0010, b"OB", 0, 0xFFFFFFFF) + pieces
+    found = gray(loaded(data[:data.index(b"\xe0\x7f\x10\0")] + whole)) // 257
+    if signed == signed_header:
+        expected = samples.astype(int) + (128 if signed else 0)
+    elif signed:
+        expected = samples.astype(int).clip(0, 255)
+    else:  # the sign of the file's own bits
+        expected = (samples.astype(int) + 128) % 256
+    assert np.array_equal(found, expected)
+
+
 @pytest.mark.parametrize("comments", [0, 1, 150])
 @pytest.mark.parametrize("transformed", [False, True])
 def test_a_codestream_tells_whether_its_colors_were_changed(tmp_path: Path, transformed: bool, comments: int) -> None:

@@ -9,7 +9,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 from PIL import Image as Pillow
-from zelmor.imaging import Image
+from zelmor.imaging import Image, RotateFlipType
 from zelmor.imaging.fileformats.bmp import BitmapCompression
 from zelmor.imaging.imageoptions import BmpOptions
 
@@ -79,6 +79,33 @@ def test_every_header_is_read(tmp_path: Path, size: int, bits: int, fields: bool
     assert worst(found, picture_of(bits)[0]) == 0
     if size not in (SHORTEST, 52, 56):  # which not every Pillow reads
         assert worst(np.asarray(Pillow.open(io.BytesIO(data)).convert("RGB")), found) <= 1
+
+
+MASKS_16 = {(0x7C00, 0x03E0, 0x001F, 0): True, (0xF800, 0x07E0, 0x001F, 0): True, (0x000F, 0x00F0, 0x0F00, 0xF000): True,
+            (0x00FF, 0x0700, 0xF800, 0): True, (0xFF00, 0x00E0, 0x001F, 0): True, (0xFF80, 0x0060, 0x001F, 0): False,
+            (0x7C00, 0x03E0, 0x003F, 0): False, (0x5000, 0x03E0, 0x001F, 0): False, (0x7C00, 0, 0x001F, 0): False,
+            (0x17C00, 0x03E0, 0x001F, 0): False, (0x7C00, 0x03E0, 0x001F, 0x8000): True}
+
+
+@pytest.mark.parametrize("masks", MASKS_16)
+def test_fields_of_16_bits_are_kept_where_they_can_be(tmp_path: Path, masks: tuple[int, int, int, int]) -> None:
+    """Each a run of at most eight bits, and none with a bit of another; the usual fields take their place otherwise."""
+    header = struct.pack("<IiiHHIIiiII", 108, 8, 4, 1, 16, 3, 64, 3780, 3780, 0, 0) + struct.pack("<4I", *masks)
+    rows = np.random.default_rng(2).integers(0, 65536, 32).astype("<u2").tobytes()
+    header = header.ljust(108, b"\0")
+    (tmp_path / "a.bmp").write_bytes(struct.pack("<2sIII", b"BM", 14 + 108 + 64, 0, 14 + 108) + header + rows)
+    image = load(tmp_path / "a.bmp")
+    image.rotate_flip(RotateFlipType.ROTATE_NONE_FLIP_Y)
+    image.save(str(tmp_path / "b.bmp"))
+    data = (tmp_path / "b.bmp").read_bytes()
+    assert struct.unpack_from("<HI", data, 28) == (16, 3)
+    kept = struct.unpack_from("<4I", data, 54)
+    assert kept == (masks if MASKS_16[masks] else (0xF800, 0x07E0, 0x001F, 0))
+    if MASKS_16[masks]:  # the same samples, from the other end
+        at, = struct.unpack_from("<I", data, 10)
+        before, after = (np.frombuffer(part, "<u2").reshape(4, 8) for part in (rows, data[at:at + 64]))
+        used = np.bitwise_or.reduce(np.array(masks))
+        assert np.array_equal(after & used, before[::-1] & used)
 
 
 # ---- Run lengths

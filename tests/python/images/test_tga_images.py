@@ -221,6 +221,25 @@ def test_an_extension_area_is_made_where_something_is_said(tmp_path: Path) -> No
     assert tga(Image.load(io.BytesIO(saved(image)))).author_name == "Ada"
 
 
+@pytest.mark.parametrize(("text", "number", "letter", "shown"), [
+    ("1", 100, " ", "1.00"), ("1.1", 110, " ", "1.10"), ("3.25", 325, " ", "3.25"), ("3.25c", 325, "c", "3.25c"),
+    ("12.3Z", 1230, "Z", "12.30Z"), ("7b", 700, "b", "7.00b"), ("655.35", 65535, " ", "655.35"),
+    ("0.01", 1, " ", "0.01")])
+def test_versions_of_programs(text: str, number: int, letter: str, shown: str) -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    image.software_version = text
+    again = tga(Image.load(io.BytesIO(saved(image))))
+    assert (again.software_version_number, again.software_version_letter, again.software_version) == (
+        number, letter, shown)
+
+
+@pytest.mark.parametrize("text", ["1.", ".5", "3.256", "1a2", "1.1ab", "655.36", "1000", "1 2", "-1", "1.\u00e4"])
+def test_texts_that_are_no_versions(text: str) -> None:
+    image = tga(Image.load(io.BytesIO(with_extension())))
+    with managed_error("ArgumentException", "no version of the form"):
+        image.software_version = text
+
+
 @pytest.mark.parametrize(("name", "value", "kind"), [
     ("author_name", "x" * 41, "ArgumentException"), ("job_name_or_id", "\u00e4" * 21, "ArgumentException"),
     ("software_id", "a\0b", "ArgumentException"), ("author_comments", "\n" * 4, "ArgumentException"),

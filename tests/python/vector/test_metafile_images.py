@@ -8,9 +8,11 @@ import random
 import shutil
 import struct
 import subprocess
+import zlib
 from pathlib import Path
 from typing import Any
 
+import numpy as np
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (Color, Figure, FileFormat, FillMode, Font, GraphicsPath, GraphicsUnit, Image,
@@ -258,6 +260,20 @@ def test_altered_files_are_drawn_or_refused(file: bytes, kind: Any, options: Any
                 saved(image, png)
         except RuntimeError as error:
             assert str(error).startswith("Proxy error(")
+
+
+@pytest.mark.parametrize("options", [EmfOptions, WmfOptions])
+def test_packed_files_are_those_of_gzip(options: Any) -> None:
+    """With the usual level and memory; more than a piece of a mebibyte at once."""
+    pixels = np.random.default_rng(4).integers(0, 97, (700, 600, 3)).astype(np.uint8)
+    source = io.BytesIO()
+    Pillow.fromarray(pixels).save(source, "png")
+    with load(source.getvalue()) as image:
+        plain, compressed = options(), options()
+        compressed.compress = True
+        file, found = saved(image, plain), saved(image, compressed)
+    packer = zlib.compressobj(wbits=31)
+    assert len(file) > 1 << 20 and found == packer.compress(file) + packer.flush()
 
 
 # ---- Saves of other images

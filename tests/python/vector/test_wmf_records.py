@@ -7,6 +7,7 @@ import struct
 import subprocess
 from pathlib import Path
 
+import numpy as np
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import Color, Image, Rectangle
@@ -99,6 +100,43 @@ CASES: dict[str, tuple[bytes, dict[tuple[int, int], int]]] = {
     "bitmap to the device": (wmf_record(0x0D33, 0, 2, 0, 0, 0, 2, 2, 30, 20, data=FOUR),
                              {(20, 30): RED, (21, 30): GREEN, (20, 31): BLUE}),
 }
+
+
+COLORS = np.array([[0xFF0000, 0x00FF00, 0x0000FF, 0xFFFFFF, 0x000000], [0x102030, 0x405060, 0x708090, 0xA0B0C0,
+                                                                        0xF8E0D0],
+                   [0x808080, 0x008080, 0x800080, 0x808000, 0x400000]])
+BITMAP = bitmap_header(5, 3, 24) + rows24(COLORS.tolist())
+FROM_TOP = bitmap_header(5, -3, 24) + rows24(COLORS[::-1].tolist())
+OLD_COLORS = struct.pack("<4H2B", 0, 5, 3, 16, 1, 24) + b"".join(
+    b"".join(int(each).to_bytes(3, "little") for each in row) + b"\0" for row in COLORS)
+
+
+@pytest.mark.parametrize("part", [(0, 0, 5, 3), (1, 0, 3, 2), (2, 1, 1, 1), (4, 2, 1, 1), (0, 2, 5, 1)])
+@pytest.mark.parametrize("kind", ["stretch", "from the top", "blit", "stretched blit", "old", "device",
+                                  "device from the top"])
+def test_parts_of_bitmaps(kind: str, part: tuple[int, int, int, int]) -> None:
+    """Each pixel two across and three down, where the record can; only some count their rows from the last one."""
+    x, y, width, height = part
+    to = (3 * height, 2 * width, 30, 20)
+    record = {
+        "stretch": wmf_record(0x0F43, 0x20, 0xCC, 0, height, width, y, x, *to, data=BITMAP),
+        "from the top": wmf_record(0x0F43, 0x20, 0xCC, 0, height, width, y, x, *to, data=FROM_TOP),
+        "blit": wmf_record(0x0940, 0x20, 0xCC, y, x, height, width, 30, 20, data=BITMAP),
+        "stretched blit": wmf_record(0x0B41, 0x20, 0xCC, height, width, y, x, *to, data=BITMAP),
+        "old": wmf_record(0x0B23, 0x20, 0xCC, height, width, y, x, *to, data=OLD_COLORS),
+        "device": wmf_record(0x0D33, 0, 3, 0, y, x, height, width, 30, 20, data=BITMAP),
+        "device from the top": wmf_record(0x0D33, 0, 3, 0, y, x, height, width, 30, 20, data=FROM_TOP)}[kind]
+    from_below = kind in ("stretch", "device")
+    shown = COLORS[3 - y - height:3 - y, x:x + width] if from_below else COLORS[y:y + height, x:x + width]
+    if kind not in ("blit", "device", "device from the top"):
+        shown = shown.repeat(3, 0).repeat(2, 1)
+    page = np.full((SIDE, SIDE), WHITE)
+    if kind == "device from the top":
+        shown = COLORS[y:y + height, x:x + width]
+    page[30:30 + shown.shape[0], 20:20 + shown.shape[1]] = shown
+    pixels = np.asarray(drawn(wmf(record), layout())).astype(int)
+    found = pixels[..., 0] << 16 | pixels[..., 1] << 8 | pixels[..., 2]
+    assert np.array_equal(found, page), np.argwhere(found != page)[:4]
 
 
 def layout() -> WmfRasterizationOptions:

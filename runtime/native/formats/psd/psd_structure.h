@@ -69,7 +69,7 @@ struct PsdLayerPlane {
 };
 
 struct PsdFile {
-    bool large = false;
+    bool large{};  // set by the reader
     int channels = 0;
     int32_t width = 0;
     int32_t height = 0;
