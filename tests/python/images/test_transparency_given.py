@@ -52,6 +52,25 @@ def test_a_color_within_the_tolerance(tmp_path: Path) -> None:
     assert worst(read(tmp_path / "b.png", "RGBA"), expected) == 0
 
 
+def test_the_alpha_of_the_color_counts_where_pixels_have_one(tmp_path: Path) -> None:
+    """Without alpha all pixels are opaque, and so is any color that is looked for."""
+    source = noise(4)
+    source[2, 3], source[4, 5], source[6, 7] = (9, 8, 7, 100), (9, 8, 7, 255), (9, 8, 7, 101)
+    for alpha, tolerance, places in ((100, 0, [(2, 3)]), (255, 0, [(4, 5)]), (100, 1, [(2, 3), (6, 7)])):
+        image = load(write(tmp_path / "a.png", source))
+        image.replace_color(Color.from_argb(alpha, 9, 8, 7), tolerance, Color.from_argb(255, 1, 2, 3))
+        image.save(str(tmp_path / "b.png"))
+        expected = source.copy()
+        for y, x in places:
+            expected[y, x] = (1, 2, 3, 255)
+        assert worst(read(tmp_path / "b.png", "RGBA"), expected) == 0
+    opaque = noise()
+    opaque[2, 3] = (9, 8, 7)
+    image = load(write(tmp_path / "a.png", opaque))
+    image.replace_color(Color.from_argb(100, 9, 8, 7), 0, Color.from_argb(255, 1, 2, 3))
+    assert tuple(pixels(image, tmp_path)[2, 3]) == (1, 2, 3) and not image.has_alpha
+
+
 def test_no_alpha_where_nothing_is_replaced(tmp_path: Path) -> None:
     image = load(write(tmp_path / "a.png", noise() // 2))
     image.replace_color(Color.white, 0, CLEAR)

@@ -19,6 +19,8 @@ from zelmor.imaging.brushes import SolidBrush
 from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 
+from zelmor.imaging.imageoptions import WmfOptions
+
 from support.image_oracles import raster
 from support.metafiles import colorref, emf_record, floats, words, wmf_record
 
@@ -163,6 +165,18 @@ def test_wmf(name: str) -> None:
     records, objects = WMF[name]
     assert records_of_wmf(file.getvalue()) == records_of_wmf(wmf_file(records, objects=objects))
     assert file.getvalue() == wmf_file(records, objects=objects)
+
+
+@pytest.mark.parametrize(("width", "height", "inch"), [
+    (100, 80, 1440), (2133, 5, 1440), (2134, 5, 1439), (5, 2134, 1439), (3200, 10, 960), (10, 32000, 96)])
+def test_the_units_of_wmf(width: int, height: int, inch: int) -> None:
+    """As fine as 15 to a pixel, and as many as numbers of 16 bits have room for: 32000 a side."""
+    svg = f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{height}"/>'
+    file = io.BytesIO()
+    Image.load(io.BytesIO(svg.encode())).save(file, WmfOptions())
+    _, _, left, top, right, bottom, found = struct.unpack_from("<IH4hH", file.getvalue())
+    assert (left, top, found) == (0, 0, inch)
+    assert (right, bottom) == (round(width * inch / 96), round(height * inch / 96))
 
 
 def records_of_wmf(data: bytes) -> list[tuple[Any, ...]]:

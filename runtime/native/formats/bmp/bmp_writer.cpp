@@ -91,7 +91,7 @@ class BmpWriter final : public RowWriter {
         for (int32_t i = 0; i < count; i++) {
             const uint8_t* row = rows.data() + row_size * static_cast<size_t>(i);
             if (m_runs) {
-                code_runs(row, m_next - count + i == 0);
+                code_runs(row, m_next == count && i == 0);
                 continue;
             }
             uint8_t* to = m_stored.data() + m_stride * static_cast<size_t>(count - 1 - i);
