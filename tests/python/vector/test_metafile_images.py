@@ -25,7 +25,7 @@ from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
 from zelmor.imaging.fileformats.wmf import WmfImage, WmfRenderMode
 from zelmor.imaging.fileformats.wmf.consts import WmfMixMode
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
-from zelmor.imaging.fileformats.wmf.objects import WmfRectangle
+from zelmor.imaging.fileformats.wmf.objects import WmfCreateFontInDirect, WmfRectangle, WmfTextOut
 from zelmor.imaging.imageoptions import (EmfOptions, EmfRasterizationOptions, PngOptions, VectorRasterizationOptions,
                                          WmfOptions, WmfRasterizationOptions)
 from zelmor.imaging.shapes import RectangleShape
@@ -260,6 +260,21 @@ def test_altered_files_are_drawn_or_refused(file: bytes, kind: Any, options: Any
                 saved(image, png)
         except RuntimeError as error:
             assert str(error).startswith("Proxy error(")
+
+
+def test_letters_of_one_byte_and_room_for_names() -> None:
+    """A text of a Windows metafile has bytes, and a font 32 of them for its name."""
+    with load(wmf(wmf_font(-20, b"Sans") + wmf_select(0) + wmf_record(0x0521, 1, data=b"a\0" + bytes(4)))) as image:
+        font = WmfCreateFontInDirect._cast_to(image.records[0]).value
+        text = WmfTextOut._cast_to(image.records[2]).value
+        assert (font.log_font.facename if hasattr(font, "log_font") else font.facename, text.text) == ("Sans", "a")
+        for letter in ("\xe4", "\xfe", "\xff"):
+            text.text = letter
+            with load(saved(image, WmfOptions())) as again:
+                assert WmfTextOut._cast_to(again.records[2]).value.text == letter
+        text.text = "\u0100"
+        with managed_error("ImageSaveException", "a character of more than one byte"):
+            saved(image, WmfOptions())
 
 
 @pytest.mark.parametrize("options", [EmfOptions, WmfOptions])

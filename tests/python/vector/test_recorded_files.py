@@ -14,8 +14,8 @@ import numpy as np
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import (
-    Color, Font, FontStyle, Image, LineCap, LineJoin, Pen, Point, Rectangle, Size)
-from zelmor.imaging.brushes import SolidBrush
+    Color, Font, FontStyle, Image, LineCap, LineJoin, Pen, Point, Rectangle, Size, WrapMode)
+from zelmor.imaging.brushes import SolidBrush, TextureBrush
 from zelmor.imaging.fileformats.emf.graphics import EmfRecorderGraphics2D
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
 
@@ -317,6 +317,29 @@ def records_of_emf(data: bytes) -> list[tuple[int, ...]]:
         found.append((kind, size, *struct.unpack(f"<{size // 4 - 2}i", data[at + 8:at + size])))
         at += size
     return found
+
+
+@pytest.mark.parametrize("opacity", [0.25, 0.5, 1.0])
+def test_a_texture_with_an_opacity(opacity: float) -> None:
+    """Its pixels with that opacity, by which their colors are multiplied."""
+    pixels = np.array([[[255, 255, 255], [1, 3, 5], [254, 253, 251]], [[127, 129, 131], [0, 0, 0], [9, 99, 199]]],
+                      np.uint8)
+    file = io.BytesIO()
+    Pillow.fromarray(pixels).save(file, "PNG")
+    brush = TextureBrush(raster(Image.load(io.BytesIO(file.getvalue()))), WrapMode.CLAMP)
+    brush.opacity = opacity
+    recorder = EmfRecorderGraphics2D(Rectangle(0, 0, WIDTH, HEIGHT), Size(9600, 7680), Size(2540, 2032))
+    recorder.fill_rectangle(brush, Rectangle(0, 0, 3, 2))
+    out = io.BytesIO()
+    recorder.end_recording().save(out)
+    alpha = round(255 * opacity)
+    if opacity == 1:
+        header, rows = bitmap(pixels)
+        assert header + rows in out.getvalue()
+        return
+    rows = np.frombuffer(out.getvalue()[-20 - 24:-20], np.uint8).reshape(2, 3, 4)[::-1]
+    assert (rows[..., 3] == alpha).all()
+    assert np.abs(rows[..., 2::-1] - pixels * (alpha / 255)).max() <= 0.51
 
 
 @pytest.mark.parametrize("name", STYLES)
