@@ -9,12 +9,17 @@
 #include <algorithm>
 
 #include "runtime/native/drawwork/cairo_support.h"
+#include "runtime/native/drawwork/exact_letters.h"
 
 namespace zelmor::drawwork {
 
 namespace {
 
 using Layout = std::unique_ptr<PangoLayout, Freeing<g_object_unref>>;
+
+bool is_exact(const TextLayout& wanted) {
+    return wanted.exact && wanted.smooth && !wanted.hinted;
+}
 
 // Makes the fonts of the folders available, in place of those of earlier ones. Which they are is one setting of the
 // process, changed under the interpreter lock; the map that keeps the fonts it has found is each thread's own, and has
@@ -88,6 +93,7 @@ Layout make_layout(cairo_t* context, const TextLayout& wanted) {
     pango_cairo_context_set_font_options(pango, options);
     cairo_font_options_destroy(options);
     pango_cairo_context_set_resolution(pango, 72);
+    pango_context_set_round_glyph_positions(pango, is_exact(wanted) ? FALSE : TRUE);
     pango_context_set_base_dir(pango, wanted.right_to_left ? PANGO_DIRECTION_RTL : PANGO_DIRECTION_WEAK_LTR);
 
     PangoFontDescription* font = pango_font_description_new();
@@ -152,6 +158,9 @@ TextExtent measure_text(const TextLayout& layout) {
 void show_text(cairo_t* context, const TextLayout& wanted) {
     const Layout layout = make_layout(context, wanted);
     pango_cairo_update_layout(context, layout.get());
+    if (is_exact(wanted) && show_exact_letters(context, layout.get())) {
+        return;
+    }
     cairo_move_to(context, 0, 0);
     pango_cairo_show_layout(context, layout.get());
     cairo_new_path(context);

@@ -79,6 +79,7 @@ struct TextLayout {
     double size = 12;    // of the em square
     bool bold = false, italic = false, underline = false, strikeout = false;
     bool smooth = true, hinted = false;
+    bool exact = false;              // letters are set by fractions of pixels, unless they are hinted or not smooth
     double width = -1, height = -1;  // lines are broken and trimmed there; negative for no limit
     TextAlignment alignment = TextAlignment::kBegin;
     bool wrap = true;

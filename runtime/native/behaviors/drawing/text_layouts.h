@@ -19,10 +19,10 @@ struct PlacedText {
 };
 
 // A width or height of 0 does not limit the text. `font_scale` is the length of a unit of the font's size in world
-// units. ArgumentNullException for no font, NotSupportedException for vertical text and other settings that nothing is
-// done for.
+// units. `exact` is that of the layout. ArgumentNullException for no font, NotSupportedException for vertical text and
+// other settings that nothing is done for.
 PlacedText place_text(const std::u16string& text, const ManagedObject* font, const ManagedObject* format, double width,
-                      double height, double font_scale);
+                      double height, double font_scale, bool exact = false);
 
 }  // namespace zelmor::embed
 

@@ -162,7 +162,7 @@ bool keep_whole_lines(PlacedText& placed, double room) {
 }  // namespace
 
 PlacedText place_text(const std::u16string& text, const ManagedObject* font, const ManagedObject* format, double width,
-                      double height, double font_scale) {
+                      double height, double font_scale, bool exact) {
     required(font, "font");
     if (format != nullptr) {
         format->require_live();
@@ -179,6 +179,7 @@ PlacedText place_text(const std::u16string& text, const ManagedObject* font, con
     layout.family = family_of(*font, choice);
     layout.folders = choice.folders;
     layout.size = property_double(*font, "Size") * font_scale;
+    layout.exact = exact;
     layout.bold = has_flag(style, FontStyle::kBold);
     layout.italic = has_flag(style, FontStyle::kItalic);
     layout.underline = has_flag(style, FontStyle::kUnderline);

@@ -23,6 +23,11 @@ struct Rendering {
     bool smooth = true, smooth_text = true, hinted = false;
 };
 
+// Whether letters stand at fractions of pixels.
+inline bool is_exact(const Rendering& rendering) {
+    return rendering.smooth_text && !rendering.hinted;
+}
+
 // The ways in which a new region meets the one before it, by the numbers that files have.
 enum class RegionMode { kAnd = 1, kOr, kXor, kDiff, kCopy };
 enum class ArcKind { kArc, kArcTo, kChord, kPie };

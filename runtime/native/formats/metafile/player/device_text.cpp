@@ -77,6 +77,7 @@ class TextDrawing {
         m_layout.strikeout = font.strikeout;
         m_layout.smooth = device.rendering().smooth_text;
         m_layout.hinted = device.rendering().hinted;
+        m_layout.exact = true;
         m_layout.wrap = false;
         m_layout.folders = font_choice().folders;
         m_layout.right_to_left =
@@ -204,6 +205,10 @@ class TextDrawing {
             return;
         }
         double x = begin.x, y = begin.y - baseline;
+        if (level && total > 0 && (m_layout.underline || m_layout.strikeout)) {
+            put_lines({x, y}, total);
+            m_layout.underline = m_layout.strikeout = false;
+        }
         for (size_t i = 0; i < m_advances.size();) {
             size_t end = i + 1;
             while (end < m_advances.size() && goes_on(m_run.text[end])) {
@@ -229,6 +234,27 @@ class TextDrawing {
         Paint paint;
         paint.color = m_device.state.text_color;
         show_text(m_device.canvas(), m_layout, placing, paint, m_device.rendering().smooth);
+    }
+
+    // The lines under all letters and through them, which go on between letters that are set one by one. Those of a
+    // space tell where they are.
+    void put_lines(PointD at, double length) {
+        m_layout.text = " ";
+        Outline lines;
+        for (const Contour& line : drawing_backend().outline_of(m_layout)) {
+            const RectD box = bounds_of({line});
+            lines.push_back(rectangle_contour({0, box.y, length, box.height}));
+        }
+        const Affine placing = Affine::translation(at.x, at.y).then(m_placing);
+        if (m_device.m_path_open) {
+            if (const auto back = m_device.space().to_canvas.inverse()) {
+                m_device.shape(transformed(lines, placing.then(*back)), false, false);
+            }
+            return;
+        }
+        Paint paint;
+        paint.color = m_device.state.text_color;
+        m_device.canvas().fill(on_canvas(lines, placing), FillRule::kWinding, paint, m_device.rendering().smooth_text);
     }
 
     void move_position(double by) {

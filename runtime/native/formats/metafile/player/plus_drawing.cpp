@@ -222,7 +222,8 @@ void PlusPlayer::text(const std::u16string& text, const ManagedObject& font_data
     if (!is_measurable(size)) {
         return;
     }
-    PlacedText placed = place_text(text, font.get(), format.get(), frame.width, frame.height, font_scale);
+    PlacedText placed =
+        place_text(text, font.get(), format.get(), frame.width, frame.height, font_scale, is_exact(m_rendering));
     if (placed.layout.text.empty()) {
         return;
     }
@@ -286,7 +287,7 @@ void PlusPlayer::glyphs(const ManagedObject& record) {
     const bool together = (options & kOwnAdvance) != 0;
     for (size_t i = 0; i < text.size() && i < places.size(); ++i) {
         const std::u16string part = together ? text : text.substr(i, 1);
-        PlacedText placed = place_text(part, font.get(), format.get(), 0, 0, font_scale);
+        PlacedText placed = place_text(part, font.get(), format.get(), 0, 0, font_scale, is_exact(m_rendering));
         placed.layout.smooth = m_rendering.smooth_text;
         placed.layout.hinted = m_rendering.hinted;
         const double baseline = drawing_backend().measure(placed.layout).baseline;
