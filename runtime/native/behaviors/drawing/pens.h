@@ -24,9 +24,10 @@ std::pair<EndCap, EndCap> stroke_caps_of(const ManagedObject& custom_cap);
 // The lengths of dashes and gaps in units of the pen's width; empty for an unbroken line.
 std::vector<double> dashes_of(const ManagedObject& pen);
 
-// Draws outlines that are on the canvas already with a pen of the API, whose units `map` leads to the canvas.
+// Draws outlines that are on the canvas already with a pen of the API, whose units `map` leads to the canvas. No line
+// is thinner than so many pixels; that of a pen without a width is one pixel wide.
 void draw_with_pen(drawwork::Canvas& canvas, const ManagedObject& pen, const Affine& map, const Outline& outline,
-                   const drawwork::Paint& paint, bool smooth);
+                   const drawwork::Paint& paint, bool smooth, double thinnest = 1);
 
 }  // namespace zelmor::embed
 

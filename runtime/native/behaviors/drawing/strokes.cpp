@@ -131,7 +131,7 @@ class DashWalk {
 // A pen's object, read once for a drawing.
 class PenUse {
  public:
-    PenUse(const ManagedObject& pen, const Affine& map, bool smooth)
+    PenUse(const ManagedObject& pen, const Affine& map, bool smooth, double thinnest = 1)
         : m_pen(pen),
           m_shape(pen_shape(pen)),
           m_start(property_enum<LineCap>(pen, "StartCap")),
@@ -141,10 +141,9 @@ class PenUse {
         Affine own = m_shape.nib;
         own.dx = own.dy = 0;
         m_shape.nib = own.then(linear);
-        // No line is thinner than a pixel.
         const double scale = m_shape.nib.mean_scale();
         if (scale > 0) {
-            m_shape.width = std::max(m_shape.width, 1 / scale);
+            m_shape.width = std::max(m_shape.width, (m_shape.width > 0 ? thinnest : 1) / scale);
         }
         const double pixels = m_shape.width * scale;
         m_dashes = dashes_of(pen);
@@ -442,8 +441,8 @@ class PenUse {
 }  // namespace
 
 void draw_with_pen(Canvas& canvas, const ManagedObject& pen, const Affine& map, const Outline& outline,
-                   const Paint& paint, bool smooth) {
-    PenUse(pen, map, smooth).draw(canvas, outline, paint, smooth);
+                   const Paint& paint, bool smooth, double thinnest) {
+    PenUse(pen, map, smooth, thinnest).draw(canvas, outline, paint, smooth);
 }
 
 namespace {

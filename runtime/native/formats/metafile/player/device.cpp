@@ -52,8 +52,8 @@ Affine linear(Affine map) {
     return map;
 }
 
-// A pen on a canvas.
-Stroke stroke_of(const DevicePen& pen, const Affine& to_canvas, double miter_limit) {
+// A pen on a canvas. Pens of the old kind are at least one pixel wide, and so are all if lines are not smooth.
+Stroke stroke_of(const DevicePen& pen, const Affine& to_canvas, double miter_limit, bool smooth) {
     Stroke stroke;
     stroke.cap = pen.cap;
     stroke.join = pen.join;
@@ -63,7 +63,8 @@ Stroke stroke_of(const DevicePen& pen, const Affine& to_canvas, double miter_lim
     const double wide = std::abs(pen.width) * scale;
     const bool thin = pen.cosmetic || !(wide > 1);
     if (thin) {
-        stroke.width = 1;
+        const bool fades = pen.extended && !pen.cosmetic && wide > 0;
+        stroke.width = fades ? std::max(wide, thinnest_line(smooth)) : 1;
         stroke.cap = pen.cosmetic ? drawwork::StrokeCap::kFlat : pen.cap;
     } else {
         stroke.width = std::abs(pen.width);
@@ -72,7 +73,7 @@ Stroke stroke_of(const DevicePen& pen, const Affine& to_canvas, double miter_lim
     const bool own = pen.style == DevicePen::kUserStyle;
     stroke.dashes = own ? pen.lengths : usual_lengths(pen.style, thin);
     for (double& length : stroke.dashes) {
-        length = own ? std::max(length * (thin && !pen.cosmetic ? scale : 1), 0.0) : length * stroke.width;
+        length = own ? std::max(length * (thin && !pen.cosmetic ? scale : 1), 0.0) : length * (thin ? 1 : stroke.width);
     }
     double cycle = 0;
     for (const double length : stroke.dashes) {
@@ -277,7 +278,7 @@ void Device::stroke(const Outline& outline, const DevicePen& pen) {
     }
     use_clip();
     const Outline centered = on_canvas(outline, Affine::translation(0.5, 0.5).then(m_space.to_canvas));
-    Stroke stroke = stroke_of(pen, canvas_map(), state.miter_limit);
+    Stroke stroke = stroke_of(pen, canvas_map(), state.miter_limit, m_rendering.smooth && state.mix == kCopy);
     DeviceBrush brush = pen.brush;
     if (!pen.has_brush) {
         brush = DeviceBrush();

@@ -28,6 +28,12 @@ inline bool is_exact(const Rendering& rendering) {
     return rendering.smooth_text && !rendering.hinted;
 }
 
+// The least width in pixels of a line whose pen has a width of its own in units of the drawing. Thinner than a pixel,
+// it is as pale as it is thin; thinner than that, it would not be seen.
+inline double thinnest_line(bool smooth) {
+    return smooth ? 0.25 : 1;
+}
+
 // The ways in which a new region meets the one before it, by the numbers that files have.
 enum class RegionMode { kAnd = 1, kOr, kXor, kDiff, kCopy };
 enum class ArcKind { kArc, kArcTo, kChord, kPie };

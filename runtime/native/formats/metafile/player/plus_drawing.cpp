@@ -123,7 +123,8 @@ void PlusPlayer::stroke(const Outline& world, int64_t pen_id) {
         use_clip();
         const drawwork::Copying copying(m_canvas, state.copies);
         m_canvas.save();  // an inset pen clips
-        draw_with_pen(m_canvas, *pen.pen, to_canvas, outline, *paint, m_rendering.smooth);
+        draw_with_pen(m_canvas, *pen.pen, to_canvas, outline, *paint, m_rendering.smooth,
+                      thinnest_line(m_rendering.smooth));
         m_canvas.restore();
     }
 }
