@@ -12,8 +12,8 @@ from zelmor.imaging import SmoothingMode
 from zelmor.imaging.imageoptions import WmfRasterizationOptions
 
 from support.drawn_metafiles import drawn
-from support.metafiles import (SIDE, VERSION, emf, emf_record, extended_pen, floats, pen, plus, plus_object, plus_record,
-                               points32, wmf, wmf_pen, wmf_record, wmf_select, words)
+from support.metafiles import (SIDE, VERSION, emf, emf_record, extended_pen, floats, pen, plus, plus_object,
+                               plus_record, points32, wmf, wmf_pen, wmf_record, wmf_select, words)
 
 STEP = 1 / 15 + 1e-6
 FINE = 100  # units in a pixel
@@ -32,7 +32,8 @@ def across(file: bytes, smooth: bool = True, layout: Any = None, size: int = SID
 def plus_line(width: float, scale: float) -> bytes:
     held = VERSION + words(0, 0, 0) + floats(width / scale) + VERSION + words(0, 0xFF000000)
     line = words(2) + floats(5 / scale, 40.5 / scale, 90 / scale, 40.5 / scale)
-    return emf(plus(plus_object(2, 2, held), plus_record(0x402E, 0, floats(scale, scale)), plus_record(0x400D, 2, line)))
+    units = plus_record(0x402E, 0, floats(scale, scale))
+    return emf(plus(plus_object(2, 2, held), units, plus_record(0x400D, 2, line)))
 
 
 @pytest.mark.parametrize("width, ink", [(0, 1), (1, 0.25), (40, 0.4), (60, 0.6), (100, 1), (300, 3)])

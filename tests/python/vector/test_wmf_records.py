@@ -5,16 +5,21 @@ from __future__ import annotations
 import io
 import struct
 import subprocess
+from collections.abc import Callable
 from pathlib import Path
+from typing import Any
 
 import numpy as np
 import pytest
 from PIL import Image as Pillow
 from zelmor.imaging import Color, Image, Rectangle
 from zelmor.imaging.brushes import SolidBrush
+from zelmor.imaging.fileformats.emf import MetaObjectList
 from zelmor.imaging.fileformats.wmf import WmfImage, WmfRenderMode
 from zelmor.imaging.fileformats.wmf.graphics import WmfRecorderGraphics2D
-from zelmor.imaging.imageoptions import WmfRasterizationOptions
+from zelmor.imaging.fileformats.wmf.objects import WmfCreateBrushInDirect, WmfPolygon
+from zelmor.imaging.fileformats.wmf.objects.escaperecords import WmfEscapeEnhancedMetafile
+from zelmor.imaging.imageoptions import PngOptions, WmfRasterizationOptions
 
 from support.drawn_metafiles import BLACK, BLUE, GREEN, RED, WHITE, color_at, dark, drawn
 from support.metafiles import (NULL_PEN, SIDE, bitmap_header, brush, colorref, emf, emf_record, rows24, select, wmf,
@@ -200,6 +205,84 @@ def test_an_enhanced_metafile_in_comments(mode: str, red: bool, blue: bool) -> N
     options = layout()
     options.render_mode = WmfRenderMode[mode]
     expect(drawn(file, options), {(40, 40): RED if red else WHITE, (80, 80): BLUE if blue else WHITE})
+
+
+def in_two_formats() -> Any:
+    """A red square in the records, and a blue one beside it in the comments."""
+    inner = emf(select(NULL_PEN) + brush(1, BLUE) + emf_record(43, words(60, 60, 91, 91)))
+    return WmfImage._cast_to(Image.load(io.BytesIO(wmf(embedded(inner) + FILLED + SQUARE)))).value
+
+
+def shown(image: Any, mode: WmfRenderMode = WmfRenderMode.AUTO) -> Pillow.Image:
+    png, options, target = PngOptions(), layout(), io.BytesIO()
+    options.render_mode, options.background_color = mode, Color.white
+    options.page_width = options.page_height = float(SIDE)
+    png.vector_rasterization_options = options
+    image.save(target, png)
+    return Pillow.open(io.BytesIO(target.getvalue())).convert("RGB")
+
+
+def change_color(image: Any) -> None:
+    brush_record = next(record for record in image.records if isinstance(record, WmfCreateBrushInDirect))
+    brush_record.argb_32_color_ref = Color.from_argb(0x00, 0xFF, 0x00).to_argb()
+
+
+def without_comments(image: Any) -> None:
+    image.records = MetaObjectList([record for record in image.records
+                                    if not isinstance(record, WmfEscapeEnhancedMetafile)])
+
+
+def drop_square(image: Any) -> None:
+    image.records = MetaObjectList([record for record in image.records if not isinstance(record, WmfPolygon)])
+
+
+ONLY_BLUE = {(40, 40): WHITE, (80, 80): BLUE}
+
+
+def test_an_untouched_file_shows_and_keeps_the_copy_in_its_comments() -> None:
+    with in_two_formats() as image:
+        before = image.records
+        image.records = MetaObjectList(list(before))
+        expect(shown(image), ONLY_BLUE)
+        target = io.BytesIO()
+        image.save(target)
+        expect(drawn(target.getvalue(), layout()), ONLY_BLUE)
+        assert target.getvalue().count(b"WMFC") == 2
+
+
+@pytest.mark.parametrize("change, color", [(change_color, GREEN), (drop_square, WHITE)])
+def test_changed_records_are_shown_instead_of_the_copy_in_comments(change: Callable[[Any], None], color: int) -> None:
+    with in_two_formats() as image:
+        change(image)
+        records = {(40, 40): color, (80, 80): WHITE}
+        expect(shown(image), records)
+        expect(shown(image, WmfRenderMode.EMBEDDED_EMF_ONLY), ONLY_BLUE)  # where it is asked for
+        target = io.BytesIO()
+        image.save(target)
+        assert target.getvalue().count(b"WMFC") == 0
+        expect(drawn(target.getvalue(), layout()), records)
+
+
+def test_a_change_that_is_taken_back_is_none() -> None:
+    with in_two_formats() as image:
+        before = list(image.records)
+        drop_square(image)
+        expect(shown(image), {(40, 40): WHITE, (80, 80): WHITE})
+        image.records = MetaObjectList(before)
+        expect(shown(image), ONLY_BLUE)
+
+
+def test_comments_that_were_changed_too_are_up_to_date() -> None:
+    with in_two_formats() as image:
+        drop_square(image)
+        for record in image.records:
+            if isinstance(record, WmfEscapeEnhancedMetafile):
+                record.enhanced_metafile_data = bytes(record.enhanced_metafile_data).replace(
+                    words(60, 60, 91, 91), words(60, 60, 95, 95))
+        expect(shown(image), ONLY_BLUE)
+        target = io.BytesIO()
+        image.save(target)
+        assert target.getvalue().count(b"WMFC") == 2
 
 
 def test_a_recording_replaces_the_enhanced_metafile_in_comments() -> None:

@@ -95,6 +95,7 @@ std::shared_ptr<MetafileDrawing> MetafileDrawing::of_wmf(WmfFile file) {
         drawing->m_window.inch = box.inch != 0 ? box.inch : kPixelsPerInch;
     }
     drawing->m_records = list_of(file.records);
+    drawing->m_copy = EmbeddedCopy(file.records);
     drawing->m_placeable = file.placeable;
     drawing->m_wmf_header = file.header;
     drawing->m_tail = std::move(file.tail);
@@ -167,7 +168,11 @@ void MetafileDrawing::draw(drawwork::Canvas& canvas, const Affine& placing, cons
         if (m_family == RecordFamily::kEmf) {
             play_emf(canvas, current(), frame(), playing);
         } else {
-            play_wmf(canvas, current(), m_window, playing);
+            const Records records = current();
+            if (playing.wmf == WmfMode::kAuto && m_copy.is_outdated(records)) {
+                playing.wmf = WmfMode::kRecords;
+            }
+            play_wmf(canvas, records, m_window, playing);
         }
     } catch (const MetafileError& error) {
         throw PictureError(Failure::kDamaged, error.what());
@@ -187,6 +192,9 @@ FileBytes MetafileDrawing::file() const {
                 records.push_back(make_instance(EmfEof::kType.name));
             }
             return write_emf({std::move(records), m_tail, m_source});
+        }
+        if (m_copy.is_outdated(records)) {
+            records = without_copy(records);  // readers would show it, and not what was changed
         }
         if (records.empty() || !is_class(*records.back(), "WmfEof")) {
             records.push_back(make_instance(api::FileFormats::Wmf::Objects::WmfEof::kType.name));

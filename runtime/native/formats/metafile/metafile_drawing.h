@@ -7,6 +7,7 @@
 
 #include "runtime/native/behaviors/vector/drawing.h"
 #include "runtime/native/collections/collection.h"
+#include "runtime/native/formats/metafile/embedded_copy.h"
 #include "runtime/native/formats/metafile/metafile_file.h"
 #include "runtime/native/formats/metafile/player/play.h"
 
@@ -61,6 +62,7 @@ class MetafileDrawing final : public Drawing {
     std::optional<Placeable> m_placeable;
     WmfHeader m_wmf_header;
     WmfFrame m_window;
+    EmbeddedCopy m_copy;
 };
 
 }  // namespace zelmor::embed::metafile

@@ -7,6 +7,7 @@
 #include "generated/runtime/Zelmor.Imaging.FileFormats.Wmf.h"
 #include "runtime/native/core/enumeration_properties.h"
 #include "runtime/native/core/references.h"
+#include "runtime/native/formats/metafile/embedded_copy.h"
 #include "runtime/native/formats/metafile/recording/emf_canvas.h"
 #include "runtime/native/formats/metafile/recording/new_records.h"
 #include "runtime/native/formats/metafile/recording/plus_parts.h"
@@ -205,7 +206,7 @@ Ref<WmfRecorder> of_wmf(MetaImageObject* image) {
         records.pop_back();
     }
     // The enhanced metafile in the comments, which readers show instead of the records, would lack the new ones.
-    std::erase_if(records, [](const auto& record) { return is_class(*record, "WmfEscapeEnhancedMetafile"); });
+    records = without_copy(records);
     // Objects are numbered by the lowest index that is free: behind as many as are made, none is taken.
     const TypeInfo& graphic = require_type("Zelmor.Imaging.FileFormats.Wmf.Objects.WmfGraphicObject");
     std::vector<bool> taken;
