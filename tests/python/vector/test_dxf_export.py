@@ -15,7 +15,8 @@ from support.drawn_documents import CONTENTS, HEIGHT, WIDTH, difference, documen
 from support.dxf_files import document as shown
 from support.dxf_files import blocks, figures, pairs, require_sound, sections
 from support.image_oracles import managed_error, noise
-from support.metafiles import bitmap_header, emf, rows24, stretch_dib
+from support.metafiles import (bitmap_header, emf, emf_record, floats, font, rows24, select, stretch_dib,
+                               text_out)
 
 
 def loaded(data: bytes) -> Image:
@@ -182,6 +183,20 @@ def test_text() -> None:
     assert max(x for x, _ in places) == pytest.approx(xs.max() + 1, abs=1.5)
     assert min(y for _, y in places) == pytest.approx(ys.min(), abs=1.5)
     assert max(y for _, y in places) == pytest.approx(ys.max() + 1, abs=1.5)
+
+
+@pytest.mark.parametrize(("map_", "name", "factor", "angle"), [
+    ((1, 0, 0, 1), "TEXT", 1, 0), ((2, 0, 0, 0.5), "TEXT", 4, 0), ((0, 1.5, -0.5, 0), "TEXT", 3, 270),
+    ((1, 0, 0.5, 1), "HATCH", 0, 0), ((1, 0, 0, -1), "HATCH", 0, 0)])
+def test_text_that_is_stretched_is_text(map_: tuple[float, ...], name: str, factor: float, angle: float) -> None:
+    """By the width of its letters, measured by their height; slanted and mirrored text is a shape."""
+    world = emf_record(35, floats(*map_, 30, 30))
+    data = emf(font(1, -15, "DejaVu Sans"), select(1), world, text_out("A", (0, 0), [10]))
+    figure = figures(saved(Image.load(io.BytesIO(data))))[-1]  # behind the paper under the text
+    assert figure.name == name
+    if name == "TEXT":
+        assert float(figure.one(41)) == pytest.approx(factor, rel=0.03)
+        assert float(figure.one(50)) % 360 == pytest.approx(angle, abs=0.5)
 
 
 @pytest.mark.parametrize("content", [CONTENTS["gradients"], CONTENTS["image"], CONTENTS["blend"], CONTENTS["mask"]])

@@ -473,9 +473,11 @@ void DxfCanvas::add_text(const TextLine& line, const TextLayout& layout, const A
     }
     std::string& out = add("TEXT", "AcDbText", color).pairs;
     put_point(out, 10, upward(placing.apply({line.left, line.baseline})));
-    put_number(out, 40, layout.size * placing.mean_scale() * kCapitals);
+    const double across = std::hypot(placing.m11, placing.m12), down = std::hypot(placing.m21, placing.m22);
+    put_number(out, 40, layout.size * down * kCapitals);
     put(out, 1, plain_text(line.text));
     put_number(out, 50, std::atan2(-placing.m12, placing.m11) * 180 / M_PI);
+    put_number(out, 41, across / down);
     put(out, 7, "FONT" + std::to_string(known - m_families.begin()));
     put(out, 100, "AcDbText");
 }
@@ -488,9 +490,10 @@ void DxfCanvas::text(const TextLayout& layout, const Affine& placing, const Pain
     const TextExtent extent = m_backend.measure(layout);
     const RectD area =
         rectangle_around(mapped_outline(rectangle_outline({extent.left, 0, extent.width, extent.height}), placing));
+    // Turned and stretched along its line at most; a text of the format cannot be slanted or mirrored here.
+    const double determinant = placing.determinant();
     const bool upright =
-        placing.determinant() > 0 &&
-        std::abs(placing.m11 - placing.m22) + std::abs(placing.m12 + placing.m21) < 1e-6 * placing.mean_scale();
+        determinant > 0 && std::abs(placing.m11 * placing.m21 + placing.m12 * placing.m22) < 1e-6 * determinant;
     const bool plain = layout.tabs.empty() && layout.trimming == TextTrimming::kNone && layout.mnemonic < 0 &&
                        !layout.underline && !layout.strikeout && !layout.bold && !layout.italic;
     const bool within = is_within_clips(area);
