@@ -4,6 +4,7 @@
 
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
+#include "runtime/native/formats/metafile/letter_widths.h"
 #include "runtime/native/formats/metafile/player/device.h"
 #include "runtime/native/formats/metafile/player/shown_text.h"
 
@@ -106,8 +107,7 @@ class TextDrawing {
         }
         m_unit = size / m_layout.size;
         if (font.width != 0) {
-            constexpr char16_t kAlphabet[] = u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-            const double usual = measured(kAlphabet, kProbe).width / (std::size(kAlphabet) - 1) * size / kProbe;
+            const double usual = average_letter_width(m_layout, size);
             m_stretch = usual > 0 ? std::abs(font.width) / usual : 1;
         }
         m_usable = true;

@@ -6,6 +6,7 @@
 
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
+#include "runtime/native/formats/metafile/letter_widths.h"
 #include "runtime/native/formats/metafile/recording/new_records.h"
 
 namespace zelmor::embed::metafile {
@@ -190,28 +191,32 @@ bool EmfCanvas::emit_stroke(const Outline& outline, const Stroke& stroke, Argb c
 bool EmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb color) {
     const bool plain = layout.width < 0 && layout.mnemonic < 0 && layout.tabs.empty() &&
                        layout.text.find_first_of("\n\t") == std::string::npos;
-    if (!plain || !is_even(placing) || placing.determinant() <= 0) {
+    std::optional<TextScale> scale = text_scale(placing);
+    if (!plain || !scale) {
         return false;
     }
+    scale = {scale->along * K, scale->across * K};
     const std::u16string text = to_utf16(layout.text);
     if (text.empty()) {
         return true;
     }
-    const double scale = placing.mean_scale() * K;
-    const auto height = static_cast<int64_t>(std::lround(layout.size * scale));
+    const auto height = static_cast<int64_t>(std::lround(layout.size * scale->across));
+    const int64_t width = letter_width(layout, *scale);
     std::u16string face = to_utf16(layout.family.substr(0, layout.family.find(',')));
     if (height == 0 || face.size() > 31) {
         return false;
     }
     const auto turn = static_cast<int64_t>(std::lround(-std::atan2(placing.m12, placing.m11) * 1800 / M_PI));
-    int64_t& index = m_objects["font " + std::to_string(height) + " " + std::to_string(turn) + " " + layout.family +
-                               (layout.bold ? " b" : "") + (layout.italic ? " i" : "") +
-                               (layout.underline ? " u" : "") + (layout.strikeout ? " s" : "")];
+    int64_t& index =
+        m_objects["font " + std::to_string(height) + " " + std::to_string(width) + " " + std::to_string(turn) + " " +
+                  layout.family + (layout.bold ? " b" : "") + (layout.italic ? " i" : "") +
+                  (layout.underline ? " u" : "") + (layout.strikeout ? " s" : "")];
     if (index == 0) {
         index = m_next_object++;
         auto font = new_emf_object("EmfLogFontPanose");  // the shortest that all programs read
         set_property(*font, "Panose", Value(new_emf_object("EmfPanose")));
         set_property(*font, "Height", -height);
+        set_property(*font, "Width", width);
         set_property(*font, "Escapement", turn);
         set_property(*font, "Orientation", turn);
         set_property(*font, "Weight", int64_t{layout.bold ? 700 : 400});
@@ -234,7 +239,7 @@ bool EmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb 
     const auto width_of = [&](size_t count) {
         TextLayout part = layout;
         part.text = to_utf8(text.substr(0, count));
-        return drawing_backend().measure(part).width * scale;
+        return drawing_backend().measure(part).width * scale->along;
     };
     const double whole = width_of(text.size());
     double before = 0;

@@ -8,6 +8,7 @@
 #include "runtime/native/behaviors/drawing/regions.h"
 #include "runtime/native/core/text.h"
 #include "runtime/native/drawwork/loader.h"
+#include "runtime/native/formats/metafile/letter_widths.h"
 #include "runtime/native/formats/metafile/recording/new_records.h"
 
 namespace zelmor::embed::metafile {
@@ -199,24 +200,28 @@ bool WmfCanvas::emit_stroke(const Outline& outline, const Stroke& stroke, Argb c
 bool WmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb color) {
     const bool plain = layout.width < 0 && layout.mnemonic < 0 && layout.tabs.empty() &&
                        std::all_of(layout.text.begin(), layout.text.end(), [](char c) { return c >= 32 && c < 127; });
-    const bool turned_only = std::abs(placing.m11 - placing.m22) <= 1e-6 * std::abs(placing.m11) + 1e-9 &&
-                             std::abs(placing.m12 + placing.m21) <= 1e-6 * std::abs(placing.m12) + 1e-9;
+    std::optional<TextScale> scale = text_scale(placing);
+    if (!plain || !scale) {
+        return false;
+    }
+    scale = {scale->along * m_scale.x, scale->across * m_scale.x};
     const drawwork::TextExtent extent = drawing_backend().measure(layout);
     const RectD box = bounds_of(transformed({rectangle_contour({0, 0, extent.width, extent.height})}, placing));
-    const double scale = placing.mean_scale() * m_scale.x;
-    const int64_t height = unit16(layout.size * scale);
+    const int64_t height = unit16(layout.size * scale->across);
+    const int64_t width = letter_width(layout, *scale);
     const std::string face = layout.family.substr(0, layout.family.find(','));
-    if (!plain || !turned_only || !is_within_clips(box) || height == 0 || face.size() > 31 ||
-        layout.text.size() > 255) {
+    if (!is_within_clips(box) || height == 0 || width > INT16_MAX || face.size() > 31 || layout.text.size() > 255) {
         return false;
     }
     const int64_t turn = std::lround(-std::atan2(placing.m12, placing.m11) * 1800 / M_PI);
-    const std::string key = "font " + std::to_string(height) + " " + std::to_string(turn) + " " + layout.family +
-                            (layout.bold ? " b" : "") + (layout.italic ? " i" : "") + (layout.underline ? " u" : "") +
+    const std::string key = "font " + std::to_string(height) + " " + std::to_string(width) + " " +
+                            std::to_string(turn) + " " + layout.family + (layout.bold ? " b" : "") +
+                            (layout.italic ? " i" : "") + (layout.underline ? " u" : "") +
                             (layout.strikeout ? " s" : "");
     select(m_font, object(key, [&] {
                const auto font = add("WmfCreateFontInDirect");
                set_property(*font, "Height", -height);
+               set_property(*font, "Width", width);
                set_property(*font, "Escapement", turn);
                set_property(*font, "Orientation", turn);
                set_property(*font, "Weight", int64_t{layout.bold ? 700 : 400});
@@ -238,7 +243,7 @@ bool WmfCanvas::emit_text(const TextLayout& layout, const Affine& placing, Argb 
     for (size_t i = 1; i <= layout.text.size(); ++i) {
         TextLayout part = layout;
         part.text = layout.text.substr(0, i);
-        const double end = drawing_backend().measure(part).width * scale;
+        const double end = drawing_backend().measure(part).width * scale->along;
         advances.push_back(int64_t{std::lround(end) - std::lround(before)});
         before = end;
     }
