@@ -176,7 +176,8 @@ debug-test: setup-test setup-check everything
 LINES := -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DCMAKE_C_FLAGS_DEBUG=-g1
 
 # Uses a build tree of its own. The build itself runs the unit tests once, to list them.
-SANITIZERS := -O1 -fno-omit-frame-pointer -fsanitize=address,undefined
+# Warnings of the optimizer are about code that a sanitizer has put in.
+SANITIZERS := -O1 -fno-omit-frame-pointer -fsanitize=address,undefined -Wno-stringop-overflow
 CONFIGURE_SANITIZED = cmake -S . -B $(BUILD)-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) $(LINES) \
     -DCMAKE_CXX_FLAGS="$(SANITIZERS)" -DCMAKE_C_FLAGS="$(SANITIZERS)" >/dev/null
 sanitize: setup-test
@@ -188,7 +189,6 @@ sanitize: setup-test
 WITH_THREADS := tests/python/runtime/test_race_reports.py tests/python/runtime/test_threads.py tests/python/runtime/test_reentry.py \
     tests/python/images/test_lazy_threads.py tests/python/images/test_interruption.py \
     tests/python/masking/test_masking_tasks.py tests/python/batch/test_batch_runs.py
-# Warnings of the optimizer are about code that the sanitizer has put in.
 THREAD_SANITIZER := -O1 -fno-omit-frame-pointer -fsanitize=thread -Wno-array-bounds -Wno-maybe-uninitialized
 threads: setup-test
 	@cmake -S . -B $(BUILD)-threads -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) $(LINES) \
